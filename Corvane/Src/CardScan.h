@@ -1,0 +1,208 @@
+// The steps of a scan that need one card and its records alone, in the order in which the scan
+// takes them. The order of the reads within a step is part of it: cards are used to being asked so.
+#pragma once
+
+#include <boost/format.hpp>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Corvane/Src/CardLibrary.h"
+#include "Corvane/Src/CardTables.h"
+#include "Corvane/Src/DeviceRecords.h"
+#include "host/Toolkit.h"
+
+namespace NAMESPACE_Corvane {
+
+// PCI vendor and device as the host's hardware list writes them.
+inline void AppendIdentities(const DeviceFamily& family, std::vector<std::string>& identities) {
+  for (const std::uint16_t* id = family.m_Begin; id != family.m_End; ++id) {
+    identities.push_back(boost::str(boost::format("1AED%04X") % *id));
+  }
+}
+
+inline bool IsMolt(const CFusionIOAdapter& adapter) {
+  return adapter.m_Model.find("MOLT") != std::string::npos;
+}
+
+inline void ReadPciAddress(const AttributeReader& card, CFusionIOAdapter& adapter) {
+  card.ReadInto(adapter.m_PciBus, VSL(pci_bus));
+  card.ReadInto(adapter.m_PciDevice, VSL(pci_device));
+  card.ReadInto(adapter.m_PciFunction, VSL(pci_function));
+  card.ReadInto(adapter.m_PciSegment, VSL(pci_domain));
+}
+
+// The segment that the host's hardware list has for this card, or 0 when it knows another address.
+inline std::uint64_t LookUpSegment(const DeviceFamily& family, const CFusionIOAdapter& adapter) {
+  std::vector<std::string> identities;
+  AppendIdentities(family, identities);
+  int segment = 0;
+  int bus = 0;
+  int device = 0;
+  int function = 0;
+  const bool found = MBXX::CConfigManager::GetLocation(identities, adapter.m_CardIndex + 1UL,
+                                                       segment, bus, device, function);
+  const auto same = [](int listed, std::uint64_t read) {
+    return static_cast<std::uint64_t>(listed) == read;
+  };
+  const bool isThisCard = found && same(bus, adapter.m_PciBus) &&
+                          same(device, adapter.m_PciDevice) &&
+                          same(function, adapter.m_PciFunction);
+  return isThisCard ? static_cast<std::uint64_t>(segment) : 0;
+}
+
+// A card of no family stays without model and driver name, and is carried on all the same.
+inline void ReadFamily(const AttributeReader& card, std::uint16_t deviceId,
+                       CFusionIOAdapter& adapter) {
+  const DeviceFamily* family = FamilyOf(deviceId);
+  if (family == nullptr) return;
+  if (adapter.m_PciSegment == NOT_KNOWN) adapter.m_PciSegment = LookUpSegment(*family, adapter);
+  card.ReadInto(adapter.m_BoardName, VSL(board_name));
+  adapter.m_Model = family->m_Model != nullptr ? family->m_Model : adapter.m_BoardName;
+  adapter.m_DriverName = family->m_DriverName;
+}
+
+inline void SetGlobalNumber(CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& drive) {
+  PI::CGlobalAdapterID id;
+  id.m_HostName = "localhost";
+  PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs.try_emplace(id.m_HostName);
+  id.m_Segment = static_cast<std::uint32_t>(adapter.m_PciSegment);
+  id.m_Bus = static_cast<std::uint32_t>(adapter.m_PciBus);
+  id.m_Device = static_cast<std::uint32_t>(adapter.m_PciDevice);
+  id.m_Function = static_cast<std::uint32_t>(adapter.m_PciFunction);
+  id.GenerateUniqueAdapterNumber();
+  adapter.m_GlobalNumber = static_cast<std::uint32_t>(id.GetGlobalAdapterNumber());
+  drive.m_GlobalNumber = adapter.m_GlobalNumber;
+}
+
+inline void SetLocations(CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& drive) {
+  const std::string segment = adapter.m_PciSegment == 0
+                                  ? ""
+                                  : boost::str(boost::format("Segment=%d&") % adapter.m_PciSegment);
+  adapter.m_Location = boost::str(boost::format("PCI:%sBus=%d&Device=%d&Function=%d") % segment %
+                                  adapter.m_PciBus % adapter.m_PciDevice % adapter.m_PciFunction);
+  drive.m_Location = adapter.m_Location + "&ID=0";
+}
+
+inline void ReadFirmwareVersion(const AttributeReader& card, CFusionIOAdapter& adapter) {
+  const bool inParts =
+      card.Has(vsl_has_fw_current_major_ver) && card.Has(vsl_has_fw_current_minor_ver) &&
+      card.Has(vsl_has_fw_current_micro_ver) && card.Has(vsl_has_fw_current_revision);
+  if (!inParts) {
+    card.ReadInto(adapter.m_FirmwareVersion, VSL(fw_current_version));
+    return;
+  }
+  const std::int32_t revision = card.Get(vsl_fw_current_revision);
+  const std::int32_t micro = card.Get(vsl_fw_current_micro_ver);
+  const std::int32_t minor = card.Get(vsl_fw_current_minor_ver);
+  const std::int32_t major = card.Get(vsl_fw_current_major_ver);
+  adapter.m_FirmwareVersion =
+      boost::str(boost::format("%d.%d.%d (%d)") % major % minor % micro % revision);
+}
+
+inline void ReadPower(const AttributeReader& card, void* iom, CFusionIOAdapter& adapter) {
+  switch (card.Read(VSL(external_power_requirement)).value_or(0)) {
+    case 1:
+      adapter.m_ExternalPower = PI::Value::OPTIONAL;
+      break;
+    case 2:
+      adapter.m_ExternalPower = PI::Value::REQUIRED;
+      break;
+    default:
+      adapter.m_ExternalPower = PI::Value::NONE;
+  }
+  if (adapter.m_ExternalPower != PI::Value::NONE) {
+    card.ReadInto(adapter.m_ExternalPowerConnected, VSL(external_power_connected));
+  }
+  card.ReadInto(adapter.m_SlotPowerWatts, VSL(pcie_slot_power_watts));
+
+  ErrorRecord error;
+  Handle pcieAdapter(error);
+  const vsl_code code =
+      pcieAdapter.Create([&](void** handle) { return vsl_adapter_create(iom, handle, error); });
+  if (code != 0) return;  // the limit stays unknown
+  AttributeReader(pcieAdapter.Get(), error)
+      .ReadInto(adapter.m_PowerLimitWatts, VSL(power_limit_watts));
+}
+
+// What the card shows at start-up is taken as having been so for long.
+inline void FillHistories(CFusionIOAdapter& adapter) {
+  adapter.m_ErrorHistory.m_Value.fill(adapter.m_ErrorFlags);
+  adapter.m_WarningHistory.m_Value.fill(adapter.m_WarningFlags);
+  adapter.m_InfoHistory.m_Value.fill(adapter.m_InfoFlags);
+}
+
+// Warnings are not looked at when there are errors.
+inline void SetStatus(CFusionIOAdapter& adapter) {
+  if (adapter.m_ErrorFlags != 0) {
+    adapter.m_Status = PI::Value::FAILED;
+    AppendReasons(adapter.m_ErrorFlags, ERROR_REASONS, adapter.m_StatusReasons);
+  } else if (adapter.m_WarningFlags != 0) {
+    adapter.m_Status = PI::Value::WARNING;
+    AppendReasons(adapter.m_WarningFlags, WARNING_REASONS, adapter.m_StatusReasons);
+  }
+  AppendReasons(adapter.m_InfoFlags, INFO_REASONS, adapter.m_StatusReasons);
+}
+
+inline void ReadMinimalMode(const AttributeReader& card, CFusionIOAdapter& adapter) {
+  adapter.m_MinimalModeReason = card.Read(VSL(minimal_mode_reason)).value_or(0);
+  if (adapter.m_MinimalModeReason == 0) {
+    adapter.m_StatusReasons.push_back(PI::Value::MINIMAL_MODE);
+    return;
+  }
+  AppendReasons(adapter.m_MinimalModeReason, MINIMAL_MODE_REASONS, adapter.m_StatusReasons);
+}
+
+inline void ReadWriteThrottling(const AttributeReader& card, CFusionIOAdapter& adapter) {
+  const std::uint32_t state = card.Read(VSL(write_throttling_state)).value_or(0);
+  if (state != 1 && state != 2) {
+    adapter.m_WriteThrottling = PI::Value::NONE;
+    return;
+  }
+  adapter.m_WriteThrottling = state == 1 ? PI::Value::PARTIAL : PI::Value::COMPLETE;
+  const std::uint32_t number = card.Read(VSL(write_throttling_reason)).value_or(0);
+  const int reason =
+      number < std::size(THROTTLING_REASONS) ? THROTTLING_REASONS[number] : NO_REASON;
+  if (reason != NO_REASON) adapter.m_StatusReasons.push_back(reason);
+}
+
+// What a format may ask for; the handle serves for nothing else.
+inline void ReadFormatLimits(void* handle, vsl_error_record* error, CFusionIOPhysicalDrive& drive) {
+  constexpr std::uint32_t DEFAULT_SECTOR_SIZE = 512;
+  const AttributeReader format(handle, error);
+  if (const auto disallowed = format.Read(VSL_FORMAT(disallow_overformat))) {
+    drive.m_OverformatAllowed = !*disallowed;
+  }
+  drive.m_MinSectorSize =
+      format.Read(VSL_FORMAT(min_sector_size_bytes)).value_or(DEFAULT_SECTOR_SIZE);
+  drive.m_MaxSectorSize =
+      format.Read(VSL_FORMAT(max_sector_size_bytes)).value_or(DEFAULT_SECTOR_SIZE);
+  const std::uint32_t multiplier = format.Read(VSL_FORMAT(sector_size_multiplier)).value_or(1);
+  drive.m_SectorSizeMultiplier = multiplier == 0 ? 1 : multiplier;
+  format.ReadInto(drive.m_PowerOfTwoSectors, VSL_FORMAT(power_of_two_sector_size));
+  if (const auto bytes = format.Read(VSL_FORMAT(size_bytes)))
+    drive.m_FormattedSizeMiB = MiB(*bytes);
+  if (!format.ReadInto(drive.m_FormattedPercent, VSL_FORMAT(size_pct))) {
+    const std::uint64_t whole = drive.m_ConfigurableSizeMiB;
+    drive.m_FormattedPercent = whole == 0 ? 0 : drive.m_FormattedSizeMiB * 100 / whole;
+  }
+  const auto readMaximum = [&] {
+    if (const auto bytes = format.Read(VSL_FORMAT(max_size_bytes))) {
+      drive.m_ConfigurableSizeMiB = MiB(*bytes);
+    }
+  };
+  readMaximum();
+  if (!drive.m_OverformatAllowed || !format.Has(vsl_iom_format_has_size_mode)) return;
+  // The mode raises the maximum to what over-formatting allows.
+  vsl_iom_format_set_size_mode(handle, VSL_SIZE_MODE_OVERFORMAT, error);
+  readMaximum();
+}
+
+inline std::string DriveName(const CFusionIOAdapter& adapter, const CFusionIOPhysicalDrive& drive) {
+  if (!IsMolt(adapter)) return boost::str(boost::format("%s (0)") % drive.m_Product);
+  const std::uint64_t wholeTiB = drive.m_FactorySizeMiB >> 20U;
+  const char* capacity = wholeTiB == 1 ? "1.3TB" : wholeTiB == 2 ? "2.6TB" : "5.2TB";
+  return boost::str(boost::format("%s %s (0)") % adapter.m_Model % capacity);
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,228 @@
+// Entry points, module identity, command dispatch and the routers from object id to handler.
+
+#include "Corvane/Src/Corvane.h"
+
+#include <algorithm>
+#include <boost/convert.hpp>
+#include <boost/convert/stream.hpp>
+#include <new>
+
+#include "Corvane/Src/Trace.h"
+
+namespace NAMESPACE_Corvane {
+
+namespace NLS {
+namespace {
+
+const char* g_DefaultTexts[] = {
+    "General error in Corvane plugin",
+    "No information available for this error",
+};
+
+}  // namespace
+
+MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile("Corvane.nls", 25966, "utf-8", 1,
+                                                            g_DefaultTexts,
+                                                            std::size(g_DefaultTexts));
+
+}  // namespace NLS
+
+MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList = {0x21300001, {0, 0, 0}};
+
+// Behind the two objects that it points to.
+MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane(MODULE_NUMBER, "Corvane", "P:7.7.0 F:7.7.0",
+                                               &NLS::m_LngFile, &ErrorMsgList);
+
+IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL = nullptr;
+
+namespace {
+
+constexpr std::uint32_t INTERFACE_VERSION = 2;
+constexpr std::uint32_t DEFAULT_POLL_INTERVAL = 15;
+constexpr std::uint32_t MIN_POLL_INTERVAL = 2;
+constexpr std::uint32_t MAX_POLL_INTERVAL = 255;
+
+// The longest path that the system takes.
+constexpr std::size_t DEVICE_PATH_ROOM = 4096;
+
+// Seconds as the configuration gives them, or the default for anything but a decimal number.
+std::uint32_t ParsePollInterval(const std::string& text) {
+  const boost::cnv::basic_stream<char> converter;
+  const auto seconds = boost::convert<std::uint32_t>(text, converter);
+  return std::clamp(seconds.value_or(DEFAULT_POLL_INTERVAL), MIN_POLL_INTERVAL, MAX_POLL_INTERVAL);
+}
+
+// Runs a command that fills a list. Hosts never see a part of one.
+template <class Element, class Command>
+unsigned int FillList(void* payload, Command command) {
+  auto& list = *static_cast<std::vector<Element>*>(payload);
+  const unsigned int result = command(list);
+  if (result != PI::SUCCESS) list.clear();
+  return result;
+}
+
+template <class Record>
+Record& As(void* payload) {
+  return *static_cast<Record*>(payload);
+}
+
+}  // namespace
+
+IPLUGINAPI_IMPL::IPLUGINAPI_IMPL() {
+  m_InterfaceVersion = INTERFACE_VERSION;
+  m_Database = getDatabasePointer();
+  m_ConfigFile.SetFileName("Corvane.ini");
+  std::string pollInterval;
+  if (m_ConfigFile.ReadKeyValue("PollInterval", pollInterval, -1, -1) == 0) {
+    m_PollInterval = ParsePollInterval(pollInterval);
+  }
+  // The jobs write these while others read them: with room for any path, the text never moves.
+  m_AttachDevice.reserve(DEVICE_PATH_ROOM);
+  m_DetachDevice.reserve(DEVICE_PATH_ROOM);
+}
+
+IPLUGINAPI_IMPL::~IPLUGINAPI_IMPL() {
+  m_pAttachThread.reset();
+  m_pDetachThread.reset();
+  m_pWorkerThread.reset();
+}
+
+unsigned int IPLUGINAPI_IMPL::Execute(PI::_COMMAND command, unsigned long objectId, void* payload) {
+  switch (command) {
+    case PI::CMD_INITIALIZE:
+      return FillList<PI::CAdapterID>(payload, [&](auto& list) { return Initialize(list); });
+    case PI::CMD_SET_ADAPTER_IDS:
+      return SetAdapterIDs(As<std::vector<PI::CAdapterID>>(payload));
+    case PI::CMD_DEINITIALIZE:
+      return DeInitialize();
+    case PI::CMD_GET_TOPOLOGY:
+      return FillList<PI::CObject>(payload, [&](auto& list) { return GetTopology(list); });
+    case PI::CMD_GET_PROPERTIES:
+      return FillList<PI::CProperty>(payload,
+                                     [&](auto& list) { return GetProperties(objectId, list); });
+    case PI::CMD_GET_PROPERTY:
+      return GetProperty(objectId, As<PI::CProperty>(payload));
+    case PI::CMD_SET_PROPERTY:
+      return SetProperty(objectId, As<PI::CProperty>(payload));
+    case PI::CMD_GET_OPERATIONS:
+      return FillList<PI::COperation>(payload,
+                                      [&](auto& list) { return GetOperations(objectId, list); });
+    case PI::CMD_CHECK_OPERATION:
+      return CheckOperation(objectId, As<PI::COperation>(payload));
+    case PI::CMD_EXECUTE_OPERATION:
+      return ExecuteOperation(objectId, As<PI::COperation>(payload));
+  }
+  return PI::ERR_INVALID_COMMAND;
+}
+
+template <class... Arguments>
+IPLUGINAPI_IMPL::Routed IPLUGINAPI_IMPL::Route(unsigned long objectId,
+                                               const Handlers<Arguments...>& handlers,
+                                               const CountTexts& texts, Arguments... arguments) {
+  const auto hasId = [objectId](const PI::CObject& object) { return object.m_ID == objectId; };
+
+  if (hasId(m_Plugin)) return {(this->*handlers.m_Plugin)(m_Plugin, arguments...), &m_Plugin};
+
+  if (texts.m_Adapters != nullptr) TRACE(TRACE_FLOW, texts.m_Adapters, m_Adapters.size());
+  const auto adapter = std::find_if(m_Adapters.begin(), m_Adapters.end(), hasId);
+  if (adapter != m_Adapters.end()) {
+    return {(this->*handlers.m_Adapter)(*adapter, arguments...), &*adapter};
+  }
+
+  if (texts.m_PhysicalDrives != nullptr) {
+    TRACE(TRACE_FLOW, texts.m_PhysicalDrives, m_PhysicalDrives.size());
+  }
+  const auto drive = std::find_if(m_PhysicalDrives.begin(), m_PhysicalDrives.end(), hasId);
+  if (drive != m_PhysicalDrives.end()) {
+    return {(this->*handlers.m_PhysicalDrive)(*drive, arguments...), &*drive};
+  }
+  return {PI::ERR_INVALID_OBJECT_ID, nullptr};
+}
+
+unsigned int IPLUGINAPI_IMPL::GetProperties(unsigned long objectId,
+                                            std::vector<PI::CProperty>& properties) {
+  TRACED_GUARD(m_DataLock);
+  const Handlers<std::vector<PI::CProperty>&, unsigned int> handlers = {
+      &IPLUGINAPI_IMPL::GetPluginProperties, &IPLUGINAPI_IMPL::GetAdapterProperties,
+      &IPLUGINAPI_IMPL::GetPhysicalDriveProperties};
+  const CountTexts texts = {"GetProperties() Adapter = %d", "GetProperties() PhysicalDrives = %d"};
+  return Route<std::vector<PI::CProperty>&, unsigned int>(objectId, handlers, texts, properties,
+                                                          PI::Property::UNDEFINED)
+      .m_Result;
+}
+
+// Works on a list of its own, so that the payload stays as it is unless there is a value, and
+// counts as a change of the object, found or not found the property.
+unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty& property) {
+  TRACED_GUARD(m_DataLock);
+  const Handlers<std::vector<PI::CProperty>&, unsigned int> handlers = {
+      &IPLUGINAPI_IMPL::GetPluginProperties, &IPLUGINAPI_IMPL::GetAdapterProperties,
+      &IPLUGINAPI_IMPL::GetPhysicalDriveProperties};
+  const CountTexts texts = {"GetProperty() Adapter = %d", "GetProperty() PhysicalDrives = %d"};
+  std::vector<PI::CProperty> found;
+  const Routed routed = Route<std::vector<PI::CProperty>&, unsigned int>(
+      objectId, handlers, texts, found, property.m_PropertyID);
+  if (routed.m_pObject != nullptr) ++routed.m_pObject->m_ChangeCount;
+  if (routed.m_Result != PI::SUCCESS) return routed.m_Result;
+  if (found.empty()) return PI::ERR_GENERAL;
+  property = found.front();
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::SetProperty(unsigned long objectId, PI::CProperty& property) {
+  TRACED_GUARD(m_DataLock);
+  const Handlers<PI::CProperty&> handlers = {&IPLUGINAPI_IMPL::SetPluginProperty,
+                                             &IPLUGINAPI_IMPL::SetAdapterProperty,
+                                             &IPLUGINAPI_IMPL::SetPhysicalDriveProperty};
+  return Route<PI::CProperty&>(objectId, handlers, {}, property).m_Result;
+}
+
+unsigned int IPLUGINAPI_IMPL::GetOperations(unsigned long objectId,
+                                            std::vector<PI::COperation>& operations) {
+  TRACE(TRACE_RESULT, "ENTER GetOperations object=0x%x", objectId);
+  TRACED_GUARD(m_DataLock);
+  const Handlers<std::vector<PI::COperation>&> handlers = {
+      &IPLUGINAPI_IMPL::GetPluginOperations, &IPLUGINAPI_IMPL::GetAdapterOperations,
+      &IPLUGINAPI_IMPL::GetPhysicalDriveOperations};
+  const unsigned int result =
+      Route<std::vector<PI::COperation>&>(objectId, handlers, {}, operations).m_Result;
+  TRACE(TRACE_RESULT, "ENTER GetOperations ret=%d", result);
+  return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::CheckOperation(unsigned long objectId, PI::COperation& operation) {
+  TRACE(TRACE_LOCK, "ENTER CheckOperation operation=%d", operation.m_OperationID);
+  TRACED_GUARD(m_DataLock);
+  const Handlers<PI::COperation&> handlers = {&IPLUGINAPI_IMPL::CheckPluginOperation,
+                                              &IPLUGINAPI_IMPL::CheckAdapterOperation,
+                                              &IPLUGINAPI_IMPL::CheckPhysicalDriveOperation};
+  const unsigned int result = Route<PI::COperation&>(objectId, handlers, {}, operation).m_Result;
+  TRACE(TRACE_LOCK, "LEAVE CheckOperation(%d)", result);
+  return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::ExecuteOperation(unsigned long objectId, PI::COperation& operation) {
+  TRACED_GUARD(m_DataLock);
+  const Handlers<PI::COperation&> handlers = {&IPLUGINAPI_IMPL::ExecutePluginOperation,
+                                              &IPLUGINAPI_IMPL::ExecuteAdapterOperation,
+                                              &IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation};
+  return Route<PI::COperation&>(objectId, handlers, {}, operation).m_Result;
+}
+
+}  // namespace NAMESPACE_Corvane
+
+unsigned int createIf(IPLUGINAPI** instance) {
+  using namespace NAMESPACE_Corvane;
+  IPLUGINAPI_IMPL* plugin = new (std::nothrow) IPLUGINAPI_IMPL;
+  *instance = plugin;
+  if (plugin == nullptr) return PI::ERR_MEMORY_ERROR;
+  plugin->m_ModuleID = MBX_MODULE_INFO_Corvane.m_Module;
+  g_p_IPLUGINAPI_IMPL = plugin;
+  return PI::SUCCESS;
+}
+
+void releaseIf(IPLUGINAPI** instance) {
+  delete *instance;
+  *instance = nullptr;
+  NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL = nullptr;
+}

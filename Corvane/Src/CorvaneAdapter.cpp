@@ -1,0 +1,502 @@
+// What the host reads from an adapter and does to it.
+
+#include <algorithm>
+#include <boost/format.hpp>
+
+#include "Corvane/Src/CardLibrary.h"
+#include "Corvane/Src/Corvane.h"
+#include "Corvane/Src/OperationTable.h"
+#include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/Trace.h"
+
+namespace NAMESPACE_Corvane {
+
+namespace {
+
+using PI::CProperty;
+namespace Property = PI::Property;
+namespace ShortName = PI::ShortName;
+namespace Value = PI::Value;
+
+constexpr std::uint64_t MS_PER_HOUR = 3600000;
+
+// Display formats of floats.
+constexpr std::uint32_t FORMAT_PLAIN = 8;   // temperatures and byte counts
+constexpr std::uint32_t FORMAT_POWER = 16;  // watts
+
+const std::vector<int> STATUS_CHOICES = {Value::OK, Value::WARNING, Value::FAILED};
+const std::vector<int> RESERVE_CHOICES = {Value::HEALTHY, Value::WARNING, Value::DEPLETED};
+const std::vector<int> THROTTLING_CHOICES = {Value::NONE, Value::PARTIAL, Value::COMPLETE};
+const std::vector<int> ACTIVITY_CHOICES = {Value::IDLE, Value::BUSY, Value::ATTACHING,
+                                           Value::DETACHING};
+const std::vector<int> POWER_CHOICES = {Value::NONE, Value::OPTIONAL, Value::REQUIRED};
+const std::vector<int> HARDWARE_CHOICES = {Value::PCI_EXPRESS_SSD_AIC};
+const std::vector<int> REASON_CHOICES = {
+    Value::DETACHED,
+    Value::STOPPED,
+    Value::ATTACHED,
+    Value::FIRMWARE_OUT_OF_DATE,
+    Value::INSUFFICIENT_POWER,
+    Value::DUAL_PLANE_FAIL,
+    Value::FORCED,
+    Value::INTERNAL,
+    Value::CARD_LIMIT_EXCEEDED,
+    Value::UNSUPPORTED_OS,
+    Value::INSUFFICIENT_MEMORY,
+    Value::SMP_BOOTLOADER_MODE,
+    Value::LOGICAL_DRIVE_DEGRADED,
+};
+
+// An adapter at the moment of a request: its record, and its card if that can be opened now.
+class LiveAdapter {
+ public:
+  explicit LiveAdapter(const CFusionIOAdapter& adapter) : m_Record(adapter) {
+    const char* path = adapter.m_DevicePath.c_str();
+    const vsl_code named =
+        m_Iom.Create([&](void** iom) { return vsl_iom_create_by_name(path, iom, m_Error); });
+    m_IsOpen = named == 0 && vsl_open(m_Iom.Get(), m_Error) == 0;
+    if (m_IsOpen) return;
+    m_Iom.Adopt();  // destroyed also when it could not be named
+    m_Iom.Destroy();
+  }
+
+  ~LiveAdapter() {
+    if (m_IsOpen) vsl_close(m_Iom.Get(), m_Error);
+  }
+
+  LiveAdapter(const LiveAdapter&) = delete;
+  LiveAdapter& operator=(const LiveAdapter&) = delete;
+
+  bool IsOpen() const { return m_IsOpen; }
+  AttributeReader Card() { return AttributeReader(m_Iom.Get(), m_Error); }
+
+  const CFusionIOAdapter& m_Record;
+
+ private:
+  ErrorRecord m_Error;
+  Handle m_Iom;
+  bool m_IsOpen = false;
+};
+
+// Rows that show a field of the record as it stands.
+
+template <std::string CFusionIOAdapter::*field>
+bool Text(LiveAdapter& adapter, CProperty& property) {
+  property.SetValue(adapter.m_Record.*field);
+  return true;
+}
+
+template <std::string CFusionIOAdapter::*field>
+bool TextUnlessEmpty(LiveAdapter& adapter, CProperty& property) {
+  return !(adapter.m_Record.*field).empty() && Text<field>(adapter, property);
+}
+
+template <std::uint64_t CFusionIOAdapter::*field>
+bool Number(LiveAdapter& adapter, CProperty& property) {
+  property.SetValue(adapter.m_Record.*field);
+  return true;
+}
+
+template <std::uint64_t CFusionIOAdapter::*field>
+bool NumberIfKnown(LiveAdapter& adapter, CProperty& property) {
+  return adapter.m_Record.*field != NOT_KNOWN && Number<field>(adapter, property);
+}
+
+template <float CFusionIOAdapter::*field>
+bool Float(LiveAdapter& adapter, CProperty& property) {
+  property.SetValue(adapter.m_Record.*field);
+  return true;
+}
+
+template <float CFusionIOAdapter::*field>
+bool FloatIfPositive(LiveAdapter& adapter, CProperty& property) {
+  return adapter.m_Record.*field > 0.0F && Float<field>(adapter, property);
+}
+
+template <std::uint32_t CFusionIOAdapter::*field, const std::vector<int>& choices>
+bool Choice(LiveAdapter& adapter, CProperty& property) {
+  property.SetValue(static_cast<int>(adapter.m_Record.*field), choices);
+  return true;
+}
+
+// Rows that are made.
+
+bool HardwareType(LiveAdapter&, CProperty& property) {
+  property.SetValue(Value::PCI_EXPRESS_SSD_AIC, HARDWARE_CHOICES);
+  return true;
+}
+
+bool AdapterNumber(LiveAdapter& adapter, CProperty& property) {
+  const auto number = static_cast<std::int32_t>(adapter.m_Record.m_CardIndex);
+  property.SetValue(static_cast<unsigned long>(static_cast<long>(number)));
+  return true;
+}
+
+bool ManufactureDate(LiveAdapter& adapter, CProperty& property) {
+  if (adapter.m_Record.m_OriginMs == NOT_KNOWN) return false;
+  MBXX::CSystemDate_Lx date = {};
+  MBXX::CSystemTime_Lx::GetDate(adapter.m_Record.m_OriginMs, date);
+  property.SetValue(boost::str(boost::format("%4d-%02d-%02d %02d:%02d") % date.m_Year %
+                               date.m_Month % date.m_Day % date.m_Hour % date.m_Minute));
+  return true;
+}
+
+bool ReserveWarningThreshold(LiveAdapter& adapter, CProperty& property) {
+  property.SetValue(adapter.m_Record.m_ReserveWarningPercent, 1, 100, 1);
+  return true;
+}
+
+bool ExternalPowerConnected(LiveAdapter& adapter, CProperty& property) {
+  if (adapter.m_Record.m_ExternalPower == Value::NONE) return false;
+  property.SetValue(adapter.m_Record.m_ExternalPowerConnected);
+  return true;
+}
+
+bool AdditionalStatus(LiveAdapter& adapter, CProperty& property) {
+  if (adapter.m_Record.m_StatusReasons.empty()) return false;
+  std::vector<int> reasons = adapter.m_Record.m_StatusReasons;
+  std::vector<int> choices = REASON_CHOICES;
+  property.SetValue(reasons, choices);
+  return true;
+}
+
+bool Status(LiveAdapter& adapter, CProperty& property) {
+  const std::uint32_t status = adapter.m_Record.m_Status;
+  property.SetValue(static_cast<int>(status), STATUS_CHOICES);
+  property.m_Indicator = status == Value::FAILED ? 24001 : status == Value::WARNING ? 24002 : 24000;
+  return true;
+}
+
+// Rows that ask the card.
+
+// The day on which the card will be worn out.
+bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
+  const std::uint64_t firstUseMs = adapter.m_Record.m_FirstUseMs;
+  if (firstUseMs == NOT_KNOWN || !adapter.IsOpen()) return false;
+  const AttributeReader card = adapter.Card();
+  if (!card.Has(vsl_has_rated_endurance_tbytes) ||
+      !card.Has(vsl_has_total_physical_bytes_written) ||
+      !card.Has(vsl_has_rated_writes_remaining_percent)) {
+    return false;
+  }
+  const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
+  const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
+  const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
+  const std::uint64_t usedHours = (MBX::Misc::now() - firstUseMs) / MS_PER_HOUR;
+  unsigned long remainingHours = 0;
+  PI::CPluginHelper::ComputeRemainingLifeTime(usedHours, written,
+                                              100U - static_cast<unsigned int>(leftPercent),
+                                              ratedTBytes, remainingHours);
+
+  MBXX::CSystemDate_Lx date = {};
+  MBXX::CSystemTime_Lx::GetDate(MBX::Misc::now() + remainingHours * MS_PER_HOUR, date);
+  property.SetValue(
+      boost::str(boost::format("%4d-%02d-%02d") % date.m_Year % date.m_Month % date.m_Day));
+  return true;
+}
+
+bool RemainingReserveSpace(LiveAdapter& adapter, CProperty& property) {
+  if (!adapter.IsOpen()) return false;
+  const auto space = adapter.Card().Read(VSL(reserve_space_pct));
+  if (!space) return false;
+  const std::int32_t percent = Truncated(*space);
+  TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_reserve_space_pct = %d", percent);
+  property.SetValue(percent, 1, 100, 1);
+  return true;
+}
+
+bool ReserveStatus(LiveAdapter& adapter, CProperty& property) {
+  if (!adapter.IsOpen()) return false;
+  const auto status = adapter.Card().Read(vsl_has_reserve_space_pct, vsl_reserve_status);
+  if (!status) return false;
+  TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_reserve_status = %d", *status);
+  const int choice = *status == 1   ? Value::WARNING
+                     : *status == 2 ? Value::DEPLETED
+                                    : Value::HEALTHY;
+  property.SetValue(choice, RESERVE_CHOICES);
+  return true;
+}
+
+bool ByteCount(std::optional<std::uint64_t> bytes, const char* trace, CProperty& property) {
+  float value = 0;
+  PI::_UNITS unit = PI::UNITS_NONE;
+  if (!bytes || !PI::CPluginHelper::ConvertBytesToOtherUnit(*bytes, value, unit)) return false;
+  property.SetValue(value);
+  property.m_Units = unit;
+  TRACE(TRACE_RESULT, trace, *bytes);
+  return true;
+}
+
+bool BytesRead(LiveAdapter& adapter, CProperty& property) {
+  return adapter.IsOpen() &&
+         ByteCount(adapter.Card().Read(VSL(total_physical_bytes_read)),
+                   "GetAdapterProperties, vsl_has_total_physical_bytes_read = %d", property);
+}
+
+bool BytesWritten(LiveAdapter& adapter, CProperty& property) {
+  return adapter.IsOpen() &&
+         ByteCount(adapter.Card().Read(VSL(total_physical_bytes_written)),
+                   "GetAdapterProperties, vsl_has_total_physical_bytes_written = %d", property);
+}
+
+// What was written as a percentage of the rating; above 100 for a card beyond it.
+bool RatedEndurancePercent(LiveAdapter& adapter, CProperty& property) {
+  if (!adapter.IsOpen()) return false;
+  const AttributeReader card = adapter.Card();
+  if (!card.Has(vsl_has_rated_endurance_tbytes) ||
+      !card.Has(vsl_has_total_physical_bytes_written)) {
+    return false;
+  }
+  const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
+  const std::uint64_t rated = card.Get(vsl_rated_endurance_tbytes);
+  if (rated == 0) return false;  // as if the card had no rating
+  const auto percent = static_cast<std::uint32_t>(written * 100 / (rated << 40U));
+  TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_rated_endurance_percent = %d", percent);
+  property.SetValue(static_cast<int>(percent), 0, 100, 1);
+  return true;
+}
+
+using Record = CFusionIOAdapter;
+using Row = PropertyRow<LiveAdapter>;
+
+// In the order in which the host gets them.
+constexpr Row ADAPTER_PROPERTIES[] = {
+    Row(Property::NAME, Text<&Record::m_Name>).Sort(23081),
+    Row(Property::VENDOR, Text<&Record::m_Vendor>).Sort(23144),
+    Row(Property::PRODUCT, Text<&Record::m_BoardName>).Sort(23102),
+    Row(Property::HARDWARE_TYPE, HardwareType).Hidden(),
+    Row(Property::ADAPTER_NUMBER, AdapterNumber).Name(ShortName::ID).Sort(23003),
+    Row(Property::SERIAL_NUMBER, Text<&Record::m_SerialNumber>).Sort(23116),
+    Row(Property::PCI_SEGMENT, Number<&Record::m_PciSegment>).Name(ShortName::SEGMENT).Sort(23134),
+    Row(Property::PCI_BUS, Number<&Record::m_PciBus>).Name(ShortName::BUS).Sort(23132),
+    Row(Property::PCI_DEVICE, Number<&Record::m_PciDevice>).Name(ShortName::DEVICE).Sort(23133),
+    Row(Property::PCI_FUNCTION, Number<&Record::m_PciFunction>)
+        .Name(ShortName::FUNCTION)
+        .Sort(23135),
+    Row(Property::PCI_SLOT, NumberIfKnown<&Record::m_PciSlot>).Name(ShortName::SLOT).Sort(23139),
+    Row(Property::UNIQUE_ID, Text<&Record::m_Location>).Hidden(),
+    Row(Property::OS_DEVICE, Text<&Record::m_DevicePath>).Sort(23090),
+    Row(Property::DRIVER_NAME, Text<&Record::m_DriverName>).Sort(23041),
+    Row(Property::DRIVER_VERSION, TextUnlessEmpty<&Record::m_DriverVersion>).Sort(23042),
+    Row(Property::FIRMWARE_VERSION, TextUnlessEmpty<&Record::m_FirmwareVersion>).Sort(23051),
+    Row(Property::CHIP_TEMPERATURE, Float<&Record::m_Temperature>)
+        .Sort(23024)
+        .Unit(PI::UNITS_DEGREES_CELSIUS)
+        .Format(FORMAT_PLAIN),
+    Row(Property::MEMORY_SIZE, Number<&Record::m_FactorySizeMiB>)
+        .Sort(23078)
+        .Unit(PI::UNITS_MEGABYTES),
+    Row(Property::ESTIMATED_LIFETIME, EstimatedLifetime).Sort(23045),
+    Row(Property::MANUFACTURE_DATE, ManufactureDate).Sort(23070),
+    Row(Property::REMAINING_RESERVE_SPACE, RemainingReserveSpace)
+        .Name(ShortName::REMAINING_RESERVE_SPACE)
+        .Sort(23110)
+        .Unit(PI::UNITS_PERCENT)
+        .UnitNotFixed(),
+    Row(Property::RESERVE_STATUS, ReserveStatus).Name(Property::STATUS).Sort(23112).UnitNotFixed(),
+    Row(Property::RESERVE_WARNING_THRESHOLD, ReserveWarningThreshold)
+        .Name(ShortName::WARNING_THRESHOLD)
+        .Sort(23113)
+        .Unit(PI::UNITS_PERCENT),
+    Row(Property::BYTES_READ, BytesRead)
+        .Name(Property::BYTES_READ)
+        .Sort(23017)
+        .Format(FORMAT_PLAIN)
+        .UnitNotFixed(),
+    Row(Property::BYTES_WRITTEN, BytesWritten)
+        .Name(Property::BYTES_WRITTEN)
+        .Sort(23018)
+        .Format(FORMAT_PLAIN)
+        .UnitNotFixed(),
+    Row(Property::RATED_ENDURANCE_PERCENT, RatedEndurancePercent)
+        .Name(Property::RATED_ENDURANCE_PERCENT)
+        .Sort(23105)
+        .Unit(PI::UNITS_PERCENT)
+        .UnitNotFixed(),
+    Row(Property::EXTERNAL_POWER_REQUIREMENT, Choice<&Record::m_ExternalPower, POWER_CHOICES>)
+        .Sort(23047),
+    Row(Property::EXTERNAL_POWER_CONNECTED, ExternalPowerConnected).Sort(23048),
+    Row(Property::SLOT_POWER, FloatIfPositive<&Record::m_SlotPowerWatts>)
+        .Sort(23118)
+        .Unit(PI::UNITS_WATTS)
+        .Format(FORMAT_POWER),
+    Row(Property::POWER_LIMIT, FloatIfPositive<&Record::m_PowerLimitWatts>)
+        .Sort(23100)
+        .Unit(PI::UNITS_WATTS)
+        .Format(FORMAT_POWER),
+    Row(Property::HIGH_WARNING_TEMPERATURE, FloatIfPositive<&Record::m_TempWarnDegC>)
+        .Sort(23057)
+        .Unit(PI::UNITS_DEGREES_CELSIUS)
+        .Format(FORMAT_PLAIN),
+    Row(Property::HIGH_CRITICAL_TEMPERATURE, FloatIfPositive<&Record::m_TempSetpointDegC>)
+        .Sort(23058)
+        .Unit(PI::UNITS_DEGREES_CELSIUS)
+        .Format(FORMAT_PLAIN),
+    Row(Property::STATUS, Status).Sort(23127),
+    Row(Property::WRITE_THROTTLING, Choice<&Record::m_WriteThrottling, THROTTLING_CHOICES>)
+        .Sort(23147),
+    Row(Property::ADDITIONAL_STATUS, AdditionalStatus).Sort(23004),
+    Row(Property::ACTIVITY, Choice<&Record::m_Activity, ACTIVITY_CHOICES>).Sort(23002),
+};
+
+// What is offered. A forced detach is served all the same, for a host that asks by number.
+constexpr OperationRow ADAPTER_OPERATIONS[] = {
+    {PI::OP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
+    {PI::OP_STOP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
+    {PI::OP_ATTACH, 1, 2, 1, 1, false, -1, 2, 22110},
+    {PI::OP_DETACH, 1, 2, 1, 1, false, -1, 2, 22111},
+};
+
+bool IsLightOperation(std::uint32_t operationId) {
+  return operationId == PI::OP_LOCATE_DEVICE || operationId == PI::OP_STOP_LOCATE_DEVICE;
+}
+
+bool HasReason(const CFusionIOAdapter& adapter, int reason) {
+  const auto& reasons = adapter.m_StatusReasons;
+  return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
+}
+
+vsl_code NameCard(const CFusionIOAdapter& adapter, Handle& iom, ErrorRecord& error) {
+  return iom.Create([&](void** handle) {
+    return vsl_iom_create_by_name(adapter.m_DevicePath.c_str(), handle, error);
+  });
+}
+
+// Whether the light can be switched: the card's own answer, since nobody keeps one.
+unsigned int CheckLight(const CFusionIOAdapter& adapter, bool on) {
+  ErrorRecord error;
+  Handle iom;
+  const vsl_code code = NameCard(adapter, iom, error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "CheckAdapterOperation, vsl_iom_create_by_name = %d (%s)", code,
+          error.Text());
+    return PI::ERR_COMMAND_ERROR;
+  }
+  const bool isOn = vsl_beacon_state(iom.Get(), error);
+  if (isOn != on) return PI::SUCCESS;
+  return on ? PI::ERR_LOCATE_IN_PROGRESS : PI::ERR_NO_LOCATE_STARTED;
+}
+
+unsigned int SwitchLight(const CFusionIOAdapter& adapter, bool on) {
+  ErrorRecord error;
+  Handle iom;
+  vsl_code code = NameCard(adapter, iom, error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "ExecuteAdapterOperation, vsl_iom_create_by_name = %d (%s)", code,
+          error.Text());
+    return PI::ERR_COMMAND_ERROR;
+  }
+  code = vsl_set_beacon_state(iom.Get(), on ? 1 : 0, error);
+  if (code == 0) return PI::SUCCESS;
+  TRACE(TRACE_RESULT, "ExecuteAdapterOperation, vsl_set_beacon_state = %d (%s)", code,
+        error.Text());
+  return PI::ERR_COMMAND_ERROR;
+}
+
+}  // namespace
+
+unsigned int IPLUGINAPI_IMPL::GetAdapterProperties(CFusionIOAdapter& adapter,
+                                                   std::vector<PI::CProperty>& properties,
+                                                   unsigned int propertyId) {
+  properties.clear();
+  TRACE(TRACE_ENTRY, "ENTER AdapterGetProperties (%d)", adapter.m_CardIndex);
+  {
+    LiveAdapter live(adapter);
+    AppendProperties(ADAPTER_PROPERTIES, live, propertyId, properties);
+  }
+  const unsigned int result = PI::SUCCESS;
+  TRACE(TRACE_ENTRY, "LEAVE AdapterGetProperties -> %d", result);
+  return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::SetAdapterProperty(CFusionIOAdapter&, PI::CProperty&) {
+  return PI::ERR_INVALID_PROPERTY;
+}
+
+unsigned int IPLUGINAPI_IMPL::GetAdapterOperations(CFusionIOAdapter& adapter,
+                                                   std::vector<PI::COperation>& operations) {
+  operations.clear();
+  for (const OperationRow& row : ADAPTER_OPERATIONS) {
+    if (IsLightOperation(row.m_OperationID) && !adapter.m_HasBeacon) continue;
+    operations.push_back(MakeOperation(row));
+  }
+  return PI::SUCCESS;
+}
+
+// A job of the same kind on any card makes the adapter busy; else the state of the last scan
+// decides, and then there is no exit trace.
+unsigned int IPLUGINAPI_IMPL::CheckAdapterOperation(CFusionIOAdapter& adapter,
+                                                    PI::COperation& operation) {
+  TRACE(TRACE_RESULT, "ENTER CheckAdapterOperation operation=%d", operation.m_OperationID);
+  unsigned int result = PI::SUCCESS;
+  switch (operation.m_OperationID) {
+    case PI::OP_LOCATE_DEVICE:
+      result = CheckLight(adapter, true);
+      break;
+    case PI::OP_STOP_LOCATE_DEVICE:
+      result = CheckLight(adapter, false);
+      break;
+    case PI::OP_ATTACH:
+      if (!IsBusy(m_pAttachThread, m_AttachDevice)) {
+        return HasReason(adapter, Value::DETACHED) ? PI::SUCCESS : PI::ERR_GENERAL;
+      }
+      result = PI::ERR_ADAPTER_BUSY;
+      break;
+    case PI::OP_DETACH:
+    case PI::OP_FORCE_DETACH:
+      if (!IsBusy(m_pDetachThread, m_DetachDevice)) {
+        return HasReason(adapter, Value::ATTACHED) ? PI::SUCCESS : PI::ERR_GENERAL;
+      }
+      result = PI::ERR_ADAPTER_BUSY;
+      break;
+    default:
+      break;
+  }
+  TRACE(TRACE_RESULT, "LEAVE CheckAdapterOperation -> %d", result);
+  return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::ExecuteAdapterOperation(CFusionIOAdapter& adapter,
+                                                      PI::COperation& operation) {
+  TRACE(TRACE_ENTRY, "ENTER ExecuteAdapterOperation(%d) (%d)", operation.m_OperationID,
+        adapter.m_CardIndex);
+  unsigned int result = PI::SUCCESS;
+  switch (operation.m_OperationID) {
+    case PI::OP_LOCATE_DEVICE:
+      result = SwitchLight(adapter, true);
+      break;
+    case PI::OP_STOP_LOCATE_DEVICE:
+      result = SwitchLight(adapter, false);
+      break;
+    case PI::OP_ATTACH:
+      TRACE(TRACE_RESULT, "ExecuteAdapterOperation(), OP_ATTACH, start Attach thread");
+      StartJob(m_pAttachThread, &IPLUGINAPI_IMPL::Attach, adapter);
+      break;
+    case PI::OP_DETACH:
+      TRACE(TRACE_RESULT, "ExecuteAdapterOperation(), OP_DETACH, start Detach thread");
+      StartJob(m_pDetachThread, &IPLUGINAPI_IMPL::Detach, adapter);
+      break;
+    case PI::OP_FORCE_DETACH:
+      TRACE(TRACE_RESULT, "ExecuteAdapterOperation(), OP_FORCE_DETACH, start ForceDetach thread");
+      StartJob(m_pDetachThread, &IPLUGINAPI_IMPL::ForceDetach, adapter);
+      break;
+    default:
+      TRACE(TRACE_RESULT, "ExecuteAdapterOperation() OpCode(%d)", operation.m_OperationID);
+      result = PI::ERR_INVALID_OPERATION;
+  }
+  TRACE(TRACE_ENTRY, "LEAVE AdapterExecuteOperation() -> %d", result);
+  return result;
+}
+
+// The slot's last job makes way, ended or not: the check alone keeps a second one out.
+void IPLUGINAPI_IMPL::StartJob(ThreadSlot& slot,
+                               unsigned int (IPLUGINAPI_IMPL::*job)(const std::string&),
+                               const CFusionIOAdapter& adapter) {
+  using Job =
+      MBX::Delegates_and_Calls::TDelegateR1<IPLUGINAPI_IMPL, unsigned int, const std::string&>;
+  slot.reset();
+  slot = std::make_unique<MBX::Threading::CThread>();
+  slot->Create(Job(this, job, adapter.m_DevicePath), false);
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,389 @@
+// What the host reads from a physical drive and does to it. What is read comes from the last scan:
+// no card is asked.
+
+#include "Corvane/Src/CardLibrary.h"
+#include "Corvane/Src/Corvane.h"
+#include "Corvane/Src/OperationTable.h"
+#include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/Trace.h"
+
+namespace NAMESPACE_Corvane {
+
+namespace {
+
+using PI::CProperty;
+namespace Property = PI::Property;
+namespace Value = PI::Value;
+
+using Drive = CFusionIOPhysicalDrive;
+
+const std::vector<int> STATUS_CHOICES = {Value::AVAILABLE, Value::AVAILABLE_SMART, Value::FAILED};
+const std::vector<int> TYPE_CHOICES = {Value::PCI_EXPRESS};
+
+template <std::string Drive::*field>
+bool Text(Drive& drive, CProperty& property) {
+  property.SetValue(drive.*field);
+  return true;
+}
+
+template <std::uint64_t Drive::*field>
+bool Number(Drive& drive, CProperty& property) {
+  property.SetValue(drive.*field);
+  return true;
+}
+
+// A card has one drive, so the numbers within the card tell nothing.
+bool Zero(Drive&, CProperty& property) {
+  property.SetValue(0UL);
+  return true;
+}
+
+bool Type(Drive&, CProperty& property) {
+  property.SetValue(Value::PCI_EXPRESS, TYPE_CHOICES);
+  return true;
+}
+
+bool SectorSize(Drive& drive, CProperty& property) {
+  const auto size = static_cast<std::int32_t>(drive.m_SectorSize);
+  property.SetValue(static_cast<unsigned long>(static_cast<long>(size)));
+  return true;
+}
+
+std::uint32_t StatusIndicator(std::uint32_t state) {
+  switch (state) {
+    case Value::FAILED:
+      return 24177;
+    case Value::AVAILABLE_SMART:
+      return 24189;
+    default:
+      return 24183;
+  }
+}
+
+bool Status(Drive& drive, CProperty& property) {
+  property.SetValue(static_cast<int>(drive.m_State), STATUS_CHOICES);
+  TRACE(TRACE_ENTRY, "GetPhysicalDriveProperties() set status property of disk to %d",
+        drive.m_State);
+  property.m_Indicator = StatusIndicator(drive.m_State);
+  return true;
+}
+
+using Row = PropertyRow<Drive>;
+
+// In the order in which the host gets them.
+constexpr Row DRIVE_PROPERTIES[] = {
+    Row(Property::NAME, Text<&Drive::m_Name>).Sort(23298),
+    Row(Property::PORT_NUMBER, Zero).Sort(23305).Visible(4),
+    Row(Property::DEVICE_NUMBER, Zero).Sort(23284),
+    Row(Property::UNIQUE_ID, Text<&Drive::m_Location>).Hidden(),
+    Row(Property::VENDOR, Text<&Drive::m_Vendor>).Sort(23331),
+    Row(Property::PRODUCT, Text<&Drive::m_Product>).Sort(23308),
+    Row(Property::TYPE, Type).Sort(23329),
+    Row(Property::PHYSICAL_SIZE, Number<&Drive::m_FactorySizeMiB>)
+        .Sort(23304)
+        .Unit(PI::UNITS_MEGABYTES),
+    Row(Property::CONFIGURABLE_SIZE, Number<&Drive::m_ConfigurableSizeMiB>)
+        .Sort(23281)
+        .Unit(PI::UNITS_MEGABYTES),
+    Row(Property::STATUS, Status).Sort(23324),
+    Row(Property::FORMATTED_SIZE, Number<&Drive::m_FormattedSizeMiB>)
+        .Sort(23290)
+        .Unit(PI::UNITS_MEGABYTES),
+    Row(Property::FORMATTED_PERCENTAGE, Number<&Drive::m_FormattedPercent>)
+        .Sort(23289)
+        .Unit(PI::UNITS_PERCENT),
+    Row(Property::BLOCK_SIZE, SectorSize).Sort(23278).Unit(PI::UNITS_BYTES),
+};
+
+// Shown on a drive with `m_DriveFlag`, which no drive has. Formatting has no row: a host that wants
+// it, or these two, asks by number.
+constexpr OperationRow DRIVE_OPERATIONS[] = {
+    {PI::OP_MAKE_ONLINE, 1, 2, 1, 1, false, -1, 3, 22031},
+    {PI::OP_MAKE_OFFLINE, 1, 2, 1, 1, false, -1, 3, 22029},
+};
+
+const std::vector<int> CAPACITY_CHOICES = {Value::MAXIMUM_CAPACITY, Value::FACTORY_CAPACITY,
+                                           Value::IMPROVED_PERFORMANCE, Value::HIGH_PERFORMANCE,
+                                           Value::CUSTOM};
+
+struct SectorSizeChoice {
+  std::uint32_t m_Bytes;
+  int m_Value;
+};
+
+// In ascending order. The first one stands for every size that has no value of its own.
+constexpr SectorSizeChoice SECTOR_SIZES[] = {
+    {512, Value::_512B}, {1024, Value::_1K}, {2048, Value::_2K},
+    {4096, Value::_4K},  {8192, Value::_8K},
+};
+
+int SectorSizeValue(std::uint32_t bytes) {
+  for (const SectorSizeChoice& choice : SECTOR_SIZES) {
+    if (choice.m_Bytes == bytes) return choice.m_Value;
+  }
+  return SECTOR_SIZES[0].m_Value;
+}
+
+std::uint32_t SectorSizeBytes(int value) {
+  for (const SectorSizeChoice& choice : SECTOR_SIZES) {
+    if (choice.m_Value == value) return choice.m_Bytes;
+  }
+  return SECTOR_SIZES[0].m_Bytes;
+}
+
+std::vector<int> SectorSizeChoices(const Drive& drive) {
+  std::vector<int> values;
+  for (const SectorSizeChoice& choice : SECTOR_SIZES) {
+    if (choice.m_Bytes < drive.m_MinSectorSize) continue;
+    if (choice.m_Bytes > drive.m_MaxSectorSize) break;
+    values.push_back(choice.m_Value);
+  }
+  if (values.empty()) values.push_back(SECTOR_SIZES[0].m_Value);
+  return values;
+}
+
+// What a host may choose for a format.
+void AppendFormatParameters(const Drive& drive, std::vector<CProperty>& parameters) {
+  CProperty formatting(Property::CHOICE_PARAM, true);
+  formatting.m_NameID = Property::FORMATTING;
+  formatting.SetValue(Value::FACTORY_CAPACITY, CAPACITY_CHOICES);
+  parameters.push_back(formatting);
+
+  CProperty size(Property::RANGE_PARAM, true);
+  size.m_NameID = Property::SIZE;
+  size.SetValue(100, 10, 100, 1);
+  size.m_Units = PI::UNITS_PERCENT;
+  parameters.push_back(size);
+
+  if (drive.m_PowerOfTwoSectors) {
+    CProperty sectors(Property::CHOICE_PARAM, true);
+    sectors.m_NameID = Property::BLOCK_SIZE;
+    sectors.SetValue(SectorSizeValue(drive.m_SectorSize), SectorSizeChoices(drive));
+    parameters.push_back(sectors);
+    return;
+  }
+  CProperty sectors(Property::RANGE_PARAM, true);
+  sectors.m_NameID = Property::BLOCK_SIZE;
+  sectors.SetValue(static_cast<int>(drive.m_SectorSize), static_cast<int>(drive.m_MinSectorSize),
+                   static_cast<int>(drive.m_MaxSectorSize), drive.m_SectorSizeMultiplier);
+  sectors.m_Units = PI::UNITS_BYTES;
+  parameters.push_back(sectors);
+}
+
+// What a host has chosen for a format. Without a word about it the sectors become the smallest.
+struct FormatRequest {
+  int m_Formatting = Value::FACTORY_CAPACITY;
+  int m_SizePercent = 100;
+  std::uint32_t m_SectorSize;
+};
+
+// A parameter of another kind than expected, or that nobody knows, is passed over; of two the
+// later one counts. No range is checked: the card judges.
+FormatRequest ReadFormatRequest(const Drive& drive, std::vector<CProperty>& parameters) {
+  FormatRequest request;
+  request.m_SectorSize = drive.m_MinSectorSize;
+  for (CProperty& parameter : parameters) {
+    int choice = 0;
+    int number = 0;
+    std::vector<int> allowed;
+    const bool isChoice = parameter.m_ValueType == PI::VALUE_TYPE_CHOICE;
+    const bool isRange = parameter.m_ValueType == PI::VALUE_TYPE_RANGE;
+    if (isChoice) parameter.GetValue(choice, allowed);
+    if (isRange) parameter.GetValueRange(number);
+
+    const std::uint32_t name = parameter.m_NameID;
+    if (name == Property::FORMATTING && isChoice) request.m_Formatting = choice;
+    if (name == Property::SIZE && isRange) request.m_SizePercent = number;
+    if (name == Property::BLOCK_SIZE && isRange) {
+      request.m_SectorSize = static_cast<std::uint32_t>(number);
+    }
+    if (name == Property::BLOCK_SIZE && isChoice) request.m_SectorSize = SectorSizeBytes(choice);
+  }
+  return request;
+}
+
+std::uint32_t SizePercent(const FormatRequest& request) {
+  switch (request.m_Formatting) {
+    case Value::CUSTOM:
+      return static_cast<std::uint32_t>(request.m_SizePercent) & 0xFFU;
+    case Value::IMPROVED_PERFORMANCE:
+      return 90;
+    case Value::HIGH_PERFORMANCE:
+      return 80;
+    default:
+      return 100;
+  }
+}
+
+// A failed call of an operation, as everyone learns of it.
+bool Failed(const char* function, vsl_code code, const ErrorRecord& error) {
+  if (code == 0) return false;
+  TRACE(TRACE_RESULT, "ExecutePhysicalDriveOperation, %s = %d (%s)", function, code, error.Text());
+  return true;
+}
+
+// The largest size that over-formatting allows, or 0 when the card does not tell.
+std::uint64_t OverformatSize(void* format, ErrorRecord& error) {
+  if (Failed("vsl_iom_format_set_size_mode",
+             vsl_iom_format_set_size_mode(format, VSL_SIZE_MODE_OVERFORMAT, error), error)) {
+    return 0;
+  }
+  return vsl_iom_format_max_size_bytes(format, error);
+}
+
+bool SetFormatSize(const Drive& drive, const FormatRequest& request, void* format,
+                   ErrorRecord& error) {
+  if (request.m_Formatting == Value::MAXIMUM_CAPACITY && drive.m_OverformatAllowed) {
+    const std::uint64_t bytes = OverformatSize(format, error);
+    if (bytes != 0) {
+      return !Failed("vsl_iom_format_set_size_bytes",
+                     vsl_iom_format_set_size_bytes(format, bytes, error), error);
+    }
+  }
+  return !Failed("vsl_iom_format_set_size_pct",
+                 vsl_iom_format_set_size_pct(format, SizePercent(request), error), error);
+}
+
+vsl_code NameCard(const Drive& drive, Handle& iom, ErrorRecord& error) {
+  return iom.Create([&](void** handle) {
+    return vsl_iom_create_by_name(drive.m_DevicePath.c_str(), handle, error);
+  });
+}
+
+// Blocks until the card has been formatted.
+unsigned int FormatCard(const Drive& drive, const FormatRequest& request) {
+  ErrorRecord error;
+  Handle iom;
+  Handle format;  // destroyed before the card
+  const bool done =
+      !Failed("vsl_iom_create_by_name", NameCard(drive, iom, error), error) &&
+      !Failed("vsl_iom_format_create", format.Create([&](void** handle) {
+        return vsl_iom_format_create(iom.Get(), handle, error);
+      }),
+              error) &&
+      !Failed("vsl_iom_format_set_sector_size_bytes",
+              vsl_iom_format_set_sector_size_bytes(format.Get(), request.m_SectorSize, error),
+              error) &&
+      SetFormatSize(drive, request, format.Get(), error) &&
+      !Failed("vsl_op_start", vsl_op_start(format.Get(), error), error) &&
+      !Failed("vsl_op_wait_for_result", vsl_op_wait_for_result(format.Get(), error), error);
+  return done ? PI::SUCCESS : PI::ERR_COMMAND_ERROR;
+}
+
+constexpr std::uint32_t UNIT_OFFLINE = 0;
+constexpr std::uint32_t UNIT_ONLINE = 1;
+
+// One unit that took the new state is a success, whatever the others did.
+unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
+  ErrorRecord error;
+  Handle iom;
+  if (Failed("vsl_iom_create_by_name", NameCard(drive, iom, error), error)) {
+    return PI::ERR_COMMAND_ERROR;
+  }
+  unsigned int result = PI::ERR_COMMAND_ERROR;
+  void* unit = nullptr;
+  while (vsl_vsu_iterate(iom.Get(), &unit, 1, error)) {
+    if (!vsl_has_vsu_state(unit, error)) continue;
+    const vsl_code code = vsl_set_vsu_state(unit, state, error);
+    if (code != 0) continue;
+    result = PI::SUCCESS;
+    TRACE(TRACE_RESULT, "ExecutePhysicalDriveOperation, vsl_set_vsu_state = %d (%s)", code,
+          error.Text());
+  }
+  return result;
+}
+
+// Whether a unit has the state that is to be left. A handle that could not be made is destroyed by
+// one of the two callers and not by the other; the card library bears both.
+unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnmade) {
+  ErrorRecord error;
+  Handle iom;
+  const vsl_code code = NameCard(drive, iom, error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "CheckPhysicalDriveOperation, vsl_iom_create_by_name = %d (%s)", code,
+          error.Text());
+    if (destroyUnmade) iom.Adopt();
+    return PI::ERR_COMMAND_ERROR;
+  }
+  bool any = false;
+  void* unit = nullptr;
+  while (vsl_vsu_iterate(iom.Get(), &unit, 1, error)) {
+    if (vsl_vsu_state(unit, error) == state) any = true;
+  }
+  return any ? PI::SUCCESS : PI::ERR_GENERAL;
+}
+
+}  // namespace
+
+unsigned int IPLUGINAPI_IMPL::GetPhysicalDriveProperties(CFusionIOPhysicalDrive& drive,
+                                                         std::vector<PI::CProperty>& properties,
+                                                         unsigned int propertyId) {
+  TRACE(TRACE_ENTRY, "ENTER GetPhysicalDriveProperties()");
+  properties.clear();
+  AppendProperties(DRIVE_PROPERTIES, drive, propertyId, properties);
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::SetPhysicalDriveProperty(CFusionIOPhysicalDrive&, PI::CProperty&) {
+  return PI::ERR_INVALID_PROPERTY;
+}
+
+unsigned int IPLUGINAPI_IMPL::GetPhysicalDriveOperations(CFusionIOPhysicalDrive& drive,
+                                                         std::vector<PI::COperation>& operations) {
+  operations.clear();
+  for (const OperationRow& row : DRIVE_OPERATIONS) {
+    if (row.m_OperationID != PI::OP_FORMAT_DEVICE && !drive.m_DriveFlag) continue;
+    PI::COperation operation = MakeOperation(row);
+    if (row.m_OperationID == PI::OP_FORMAT_DEVICE) {
+      AppendFormatParameters(drive, operation.m_Properties);
+    }
+    operations.push_back(operation);
+  }
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::CheckPhysicalDriveOperation(CFusionIOPhysicalDrive& drive,
+                                                          PI::COperation& operation) {
+  TRACE(TRACE_ENTRY, "ENTER CheckPhysicalDriveOperation()");
+  unsigned int result = PI::SUCCESS;
+  switch (operation.m_OperationID) {
+    case PI::OP_FORMAT_DEVICE:
+      if (drive.m_State != Value::AVAILABLE) result = PI::ERR_PHYSICALDRIVE_NOT_AVAILABLE;
+      break;
+    case PI::OP_MAKE_ONLINE:
+      result = CheckUnits(drive, UNIT_OFFLINE, false);
+      break;
+    case PI::OP_MAKE_OFFLINE:
+      result = CheckUnits(drive, UNIT_ONLINE, true);
+      break;
+    default:
+      break;
+  }
+  TRACE(TRACE_ENTRY, "LEAVE CheckPhysicalDriveOperation() -> %d", result);
+  return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation(CFusionIOPhysicalDrive& drive,
+                                                            PI::COperation& operation) {
+  TRACE(TRACE_ENTRY, "ENTER ExecutePhysicalDriveOperation()");
+  unsigned int result = PI::ERR_INVALID_OPERATION;
+  switch (operation.m_OperationID) {
+    case PI::OP_MAKE_ONLINE:
+      result = SwitchUnits(drive, UNIT_ONLINE);
+      break;
+    case PI::OP_MAKE_OFFLINE:
+      result = SwitchUnits(drive, UNIT_OFFLINE);
+      break;
+    case PI::OP_FORMAT_DEVICE:
+      result = FormatCard(drive, ReadFormatRequest(drive, operation.m_Properties));
+      break;
+    default:
+      break;
+  }
+  // The worker looks for what has changed.
+  if (result == PI::SUCCESS) m_PrivateEvent.Set();
+  TRACE(TRACE_ENTRY, "LEAVE ExecutePhysicalDriveOperation() -> %d", result);
+  return result;
+}
+
+}  // namespace NAMESPACE_Corvane

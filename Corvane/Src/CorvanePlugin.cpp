@@ -1,0 +1,712 @@
+// The life of the plug-in: start and stop, the scan of the cards, the tree that the host sees, and
+// the plug-in object itself.
+
+#include <algorithm>
+#include <boost/chrono.hpp>
+#include <boost/format.hpp>
+#include <boost/thread/thread.hpp>
+#include <cstdio>
+
+#include "Corvane/Src/CardLibrary.h"
+#include "Corvane/Src/CardScan.h"
+#include "Corvane/Src/Corvane.h"
+#include "Corvane/Src/OperationTable.h"
+#include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/Trace.h"
+
+namespace NAMESPACE_Corvane {
+
+namespace {
+
+namespace Property = PI::Property;
+namespace Value = PI::Value;
+
+constexpr unsigned int VSL_INIT_RETRIES = 60;
+constexpr unsigned int STOP_LIMIT_MS = 24999;
+
+// A host that has no number for an adapter leaves it at this.
+constexpr std::int32_t NO_GLOBAL_NUMBER = -1;
+
+void Sleep(unsigned int milliseconds) {
+  boost::this_thread::sleep_for(boost::chrono::milliseconds(milliseconds));
+}
+
+template <class Record>
+Record* FindByCardIndex(std::vector<Record>& records, std::uint32_t cardIndex) {
+  const auto found =
+      std::find_if(records.begin(), records.end(),
+                   [cardIndex](const Record& record) { return record.m_CardIndex == cardIndex; });
+  return found == records.end() ? nullptr : &*found;
+}
+
+bool Initialized(const char* name, int result) {
+  if (result == 1) return true;
+  TRACE(TRACE_ENTRY, "LEAVE Initialize() %s.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d", name,
+        PI::ERR_LOCK_INITIALIZATION_FAILED);
+  return false;
+}
+
+bool HasSupportedCard() {
+  std::vector<std::string> identities;
+  for (const DeviceFamily& family : DEVICE_FAMILIES) AppendIdentities(family, identities);
+  int segment = 0;
+  int bus = 0;
+  int device = 0;
+  int function = 0;
+  return MBXX::CConfigManager::GetLocation(identities, 1, segment, bus, device, function);
+}
+
+// Goes to standard output whatever is traced.
+void PrintAdapterCount(unsigned long count) {
+  std::printf("%s:  Initialize:  adapter count is %lu\n", MBX_MODULE_INFO_Corvane.m_Name, count);
+}
+
+PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
+  PI::CAdapterID id;
+  id.m_Segment = static_cast<std::uint32_t>(adapter.m_PciSegment);
+  id.m_Bus = static_cast<std::uint32_t>(adapter.m_PciBus);
+  id.m_Device = static_cast<std::uint32_t>(adapter.m_PciDevice);
+  id.m_Function = static_cast<std::uint32_t>(adapter.m_PciFunction);
+  id.m_AdapterNumber = adapter.m_CardIndex;
+  id.m_GlobalNumber = NO_GLOBAL_NUMBER;
+  return id;
+}
+
+void ReadAges(const AttributeReader& card, CFusionIOAdapter& adapter) {
+  if (const auto seconds = card.Read(VSL(first_use_ts))) {
+    adapter.m_FirstUseMs = *seconds * 1000;
+    TRACE(TRACE_RESULT, "ScanSystem, vsl_has_first_use_ts = %d", adapter.m_FirstUseMs);
+  }
+  if (const auto seconds = card.Read(VSL(origin_ts))) {
+    adapter.m_OriginMs = *seconds * 1000;
+    TRACE(TRACE_RESULT, "ScanSystem, vsl_has_origin_ts = %d", adapter.m_OriginMs);
+  }
+  if (const auto percent = card.Read(VSL(reserve_warning_threshold_percent))) {
+    adapter.m_ReserveWarningPercent = Truncated(*percent);
+    TRACE(TRACE_RESULT, "ScanSystem, vsl_has_reserve_warning_threshold_percent = %d",
+          adapter.m_ReserveWarningPercent);
+  }
+}
+
+// The plug-in object. Its one value that changes is the poll interval.
+
+template <const char* const& text>
+bool Constant(std::uint32_t&, PI::CProperty& property) {
+  property.SetValue(text);
+  return true;
+}
+
+constexpr const char* PLUGIN_NAME = "SanDisk-Plugin";
+constexpr const char* PLUGIN_VERSION = "7.7.0";
+constexpr const char* PLUGIN_VENDOR = "Skatra";
+constexpr const char* VENDOR_API_VERSION = "3.16.0";
+
+bool UniqueID(std::uint32_t&, PI::CProperty& property) {
+  property.SetValue(boost::str(boost::format("Plugin:ID=%d") % MODULE_NUMBER));
+  return true;
+}
+
+bool PollInterval(std::uint32_t& seconds, PI::CProperty& property) {
+  property.SetValue(static_cast<int>(seconds), 2, 255, 1);
+  return true;
+}
+
+using PluginRow = PropertyRow<std::uint32_t>;
+
+// In the order in which the host gets them.
+constexpr PluginRow PLUGIN_PROPERTIES[] = {
+    PluginRow(Property::UNIQUE_ID, UniqueID).Hidden(),
+    PluginRow(Property::NAME, Constant<PLUGIN_NAME>).Sort(23334),
+    PluginRow(Property::VERSION, Constant<PLUGIN_VERSION>).Sort(23339),
+    PluginRow(Property::VENDOR, Constant<PLUGIN_VENDOR>).Sort(23338),
+    PluginRow(Property::VENDOR_API_VERSION, Constant<VENDOR_API_VERSION>)
+        .Name(Property::VERSION)
+        .Sort(23339),
+    PluginRow(Property::POLL_INTERVAL, PollInterval).Writable().Sort(23335).Unit(PI::UNITS_SECONDS),
+};
+
+constexpr OperationRow PLUGIN_OPERATIONS[] = {
+    {PI::OP_GET_EVENTS, 6, 1, 1, 1, false, 0, 1, 1},
+};
+
+}  // namespace
+
+// Start and stop.
+
+unsigned int IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapterIDs) {
+  if (!InitializeLocks()) return PI::ERR_LOCK_INITIALIZATION_FAILED;
+  if (!HasSupportedCard()) {
+    PrintAdapterCount(0);
+    TRACE(TRACE_ENTRY, "LEAVE Initialize() -> PI::ERR_NO_SUPPORTED_HARDWARE");
+    return PI::ERR_NO_SUPPORTED_HARDWARE;
+  }
+  if (!StartCardLibrary()) {
+    m_AdapterCount = 0;
+    PrintAdapterCount(0);
+    TRACE(TRACE_ENTRY, "LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED");
+    return PI::ERR_API_INITIALIZATION_FAILED;
+  }
+  FindControlDevices();
+  if (m_AdapterCount == 0) {
+    PrintAdapterCount(0);
+    vsl_fini();
+    return PI::ERR_NO_SUPPORTED_HARDWARE;
+  }
+  TRACED_GUARD(m_DataLock);
+  const unsigned int result = FirstScan(adapterIDs);
+  PrintAdapterCount(m_Adapters.size());
+  TRACE(TRACE_ENTRY, "LEAVE Initialize() -> %d", result);
+  return result;
+}
+
+bool IPLUGINAPI_IMPL::InitializeLocks() {
+  return Initialized("m_DataLock", m_DataLock.Init()) &&
+         Initialized("m_PrivateEventsLock", m_EventsLock.Init()) &&
+         Initialized("m_ForceWorker", m_ForceWorker.Init(false, false)) &&
+         Initialized("m_StopRequest", m_StopRequest.Init(false, true)) &&
+         Initialized("m_PrivateEvent", m_PrivateEvent.Init(false, false));
+}
+
+// The library is brought up twice: cards that the first start wakes are seen by the second.
+bool IPLUGINAPI_IMPL::StartCardLibrary() {
+  ErrorRecord error;
+  vsl_code code = vsl_init(0, error);
+  for (unsigned int retry = 0; code == VSL_NOT_READY && retry < VSL_INIT_RETRIES; ++retry) {
+    Sleep(1000);
+    code = vsl_init(0, error);
+  }
+  if (code == 0) {
+    vsl_fini();
+    Sleep(1000);
+    code = vsl_init(0, error);
+  }
+  if (code != 0) TRACE(TRACE_RESULT, "Initialize, vsl_init = %d (%s)", code, error.Text());
+  return code == 0;
+}
+
+void IPLUGINAPI_IMPL::FindControlDevices() {
+  ErrorRecord error;
+  void* iom = nullptr;  // replaced by each step of the walk, and never ours to destroy
+  while (vsl_iom_iterate(&iom, 1, error)) {
+    const AttributeReader card(iom, error);
+    if (!card.Has(vsl_has_serial_number)) continue;
+    const auto path = card.Read(VSL(device_path));
+    if (path) m_ControlDevicePaths.push_back({m_AdapterCount++, *path});
+  }
+}
+
+unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs) {
+  m_Plugin.m_ID = NewID();
+  m_Plugin.m_ObjectType = PI::OBJECT_PLUGIN;
+  const unsigned int scanned = ScanSystem(m_Adapters, m_PhysicalDrives, true);
+  TRACE(TRACE_RESULT, "ScanSystem() ret = %d m_PhysicalDrives=%d", scanned,
+        m_PhysicalDrives.size());
+  if (scanned != PI::SUCCESS || m_Adapters.empty()) {
+    m_Adapters.clear();
+    m_PhysicalDrives.clear();
+    ++m_Plugin.m_ChangeCount;
+    m_AdapterCount = 0;
+    vsl_fini();
+    return PI::ERR_NO_SUPPORTED_HARDWARE;
+  }
+  for (CFusionIOAdapter& adapter : m_Adapters) {
+    adapterIDs.push_back(AdapterIDOf(adapter));
+    m_Plugin.m_Children.push_back(adapter.m_ID);
+    adapter.m_Parents.push_back(m_Plugin.m_ID);
+  }
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs) {
+  m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
+  for (CFusionIOAdapter& adapter : m_Adapters) NameAdapter(adapter);
+  return PI::SUCCESS;
+}
+
+void IPLUGINAPI_IMPL::NameAdapter(CFusionIOAdapter& adapter) const {
+  const PI::CAdapterID wanted = AdapterIDOf(adapter);
+  const auto found = std::find_if(
+      m_AdapterIDs.begin(), m_AdapterIDs.end(), [&wanted](const PI::CAdapterID& known) {
+        return known.m_Segment == wanted.m_Segment && known.m_Bus == wanted.m_Bus &&
+               known.m_Device == wanted.m_Device && known.m_Function == wanted.m_Function &&
+               known.m_GlobalNumber != NO_GLOBAL_NUMBER;
+      });
+  if (found == m_AdapterIDs.end()) return;
+  const std::string name = IsMolt(adapter) ? adapter.m_Model : "SanDisk " + adapter.m_BoardName;
+  adapter.m_Name = boost::str(boost::format("%s (%d)") % name % found->m_GlobalNumber);
+}
+
+unsigned int IPLUGINAPI_IMPL::DeInitialize() {
+  TRACE(TRACE_ENTRY, "ENTER DeInitialize");
+  m_StopRequest.Set();
+  Sleep(100);
+  const unsigned long begin = MBX::Misc::now();
+  while (AnyThreadRuns()) {
+    if (MBX::Misc::now() - begin > STOP_LIMIT_MS) {
+      CancelThreads();
+      break;
+    }
+    Sleep(500);
+  }
+  Sleep(100);
+  if (m_AdapterCount != 0) vsl_fini();
+  TRACE(TRACE_ENTRY, "LEAVE DeInitialize");
+  return PI::SUCCESS;
+}
+
+bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
+  bool any = false;
+  for (const NamedThread& thread : Threads()) {
+    if (!IsRunning(*thread.m_pThread)) continue;
+    TRACE(TRACE_RESULT, "Wait for termination... (%s)", thread.m_Name);
+    any = true;
+  }
+  return any;
+}
+
+// Whichever thread is late, it is the worker that is cancelled: a job that drives a card is left to
+// the card.
+void IPLUGINAPI_IMPL::CancelThreads() {
+  for (const NamedThread& thread : Threads()) {
+    if (!IsRunning(*thread.m_pThread)) continue;
+    TRACE(TRACE_RESULT, "Kill %s", thread.m_Name);
+    if (m_pWorkerThread != nullptr) m_pWorkerThread->Cancel();
+  }
+}
+
+std::array<IPLUGINAPI_IMPL::NamedThread, 3> IPLUGINAPI_IMPL::Threads() const {
+  return {
+      {{"Worker", &m_pWorkerThread}, {"Attach", &m_pAttachThread}, {"Detach", &m_pDetachThread}}};
+}
+
+unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
+                                             unsigned long& warnings, unsigned long& info) {
+  struct Mask {
+    bool (*m_Has)(void*, vsl_error_record*);
+    std::uint64_t (*m_Read)(void*, vsl_error_record*);
+    std::uint64_t m_Ignored;
+    unsigned long& m_Value;
+  };
+  const Mask masks[] = {
+      {VSL(current_errors), 0, errors},
+      {VSL(current_warnings), IGNORED_WARNINGS, warnings},
+      {VSL(current_info), IGNORED_INFO, info},
+  };
+  ErrorRecord error;
+  for (const Mask& mask : masks) {
+    if (!mask.m_Has(iom, error)) continue;
+    std::uint64_t samples[5];
+    for (std::uint64_t& sample : samples) {
+      if (&sample != std::begin(samples)) Sleep(1);
+      sample = mask.m_Read(iom, error) & ~mask.m_Ignored;
+    }
+    const bool settled = std::equal(std::begin(samples) + 1, std::end(samples), samples);
+    if (settled) mask.m_Value = samples[0];
+  }
+  return PI::SUCCESS;
+}
+
+unsigned long IPLUGINAPI_IMPL::NewID() {
+  constexpr unsigned long MODULE_BITS = static_cast<unsigned long>(MODULE_NUMBER) << 48U;
+  return m_NextID++ | MODULE_BITS;
+}
+
+unsigned int IPLUGINAPI_IMPL::LockObjects(int adapter, int drive) {
+  if (adapter < 0) {
+    MarkAll(true);
+    return PI::SUCCESS;
+  }
+  for (CFusionIOPhysicalDrive& candidate : m_PhysicalDrives) {
+    if (candidate.m_CardIndex != static_cast<std::uint32_t>(adapter)) continue;
+    candidate.m_Locked = true;
+    if (drive >= 0) break;
+  }
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::UnlockObjects() {
+  MarkAll(false);
+  return PI::SUCCESS;
+}
+
+void IPLUGINAPI_IMPL::MarkAll(bool locked) {
+  m_Plugin.m_Locked = locked;
+  for (CFusionIOAdapter& adapter : m_Adapters) adapter.m_Locked = locked;
+  for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) drive.m_Locked = locked;
+}
+
+// The scan.
+
+unsigned int IPLUGINAPI_IMPL::ScanSystem(std::vector<CFusionIOAdapter>& adapters,
+                                         std::vector<CFusionIOPhysicalDrive>& drives,
+                                         bool initial) {
+  TRACE(TRACE_ENTRY, "ENTER ScanSystem(%d) PhyDrive=%d", initial, drives.size());
+  adapters.clear();
+  drives.clear();
+  for (std::size_t index = 0; index < m_AdapterCount; ++index) {
+    if (!ScanCard(index, initial, adapters, drives)) return PI::ERR_COMMAND_ERROR;
+  }
+  const unsigned int result = PI::SUCCESS;
+  TRACE(TRACE_ENTRY, "LEAVE ScanSystem() -> %d", result);
+  return result;
+}
+
+bool IPLUGINAPI_IMPL::ScanCard(std::size_t index, bool initial,
+                               std::vector<CFusionIOAdapter>& adapters,
+                               std::vector<CFusionIOPhysicalDrive>& drives) {
+  const std::string& path = m_ControlDevicePaths[index].m_DevicePath;
+  ErrorRecord error;
+  Handle iom(error);
+  vsl_code code = iom.Create(
+      [&](void** handle) { return vsl_iom_create_by_name(path.c_str(), handle, error); });
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "ScanSystem, vsl_iom_create_by_name = %d (%s)", code, error.Text());
+    return true;
+  }
+
+  CFusionIOAdapter adapter;
+  CFusionIOPhysicalDrive drive;
+  adapter.m_CardIndex = static_cast<std::uint32_t>(index);
+  adapter.m_DevicePath = path;
+  drive.m_DevicePath = path;
+  IdentifyAdapter(adapter, initial);
+  code = vsl_open(iom.Get(), error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "ScanSystem, vsl_open = %d (%s)", code, error.Text());
+    return false;
+  }
+  ScanAdapter(iom.Get(), adapter, drive, initial);
+  ScanDrive(iom.Get(), adapter, drive);
+  IdentifyDrive(drive, initial);
+  vsl_close(iom.Get(), error);
+  iom.Destroy();
+
+  const bool usable = adapter.m_Status == Value::OK || adapter.m_Status == Value::WARNING;
+  drive.m_State = usable ? Value::AVAILABLE : Value::FAILED;
+  adapter.m_Children.push_back(drive.m_ID);
+  drive.m_Parents.push_back(adapter.m_ID);
+  adapters.push_back(adapter);
+  drives.push_back(drive);
+  return true;
+}
+
+// An id stays with the position in the list of control devices, whatever card is found there.
+void IPLUGINAPI_IMPL::IdentifyAdapter(CFusionIOAdapter& adapter, bool initial) {
+  const CFusionIOAdapter* known =
+      initial ? nullptr : FindByCardIndex(m_Adapters, adapter.m_CardIndex);
+  if (known == nullptr) {
+    adapter.m_ID = NewID();
+    return;
+  }
+  adapter.m_ID = known->m_ID;
+  adapter.m_ChangeCount = known->m_ChangeCount;
+  adapter.m_ErrorFlags = known->m_ErrorFlags;
+  adapter.m_WarningFlags = known->m_WarningFlags;
+  adapter.m_InfoFlags = known->m_InfoFlags;
+}
+
+void IPLUGINAPI_IMPL::IdentifyDrive(CFusionIOPhysicalDrive& drive, bool initial) {
+  if (initial) {
+    drive.m_ID = NewID();
+    return;
+  }
+  const CFusionIOPhysicalDrive* known = FindByCardIndex(m_PhysicalDrives, drive.m_CardIndex);
+  if (known == nullptr) {
+    drive.m_ID = NewID();
+    TRACE(TRACE_ENTRY, "The drive is not found yet!");
+    return;
+  }
+  drive.m_ID = known->m_ID;
+  drive.m_ChangeCount = known->m_ChangeCount;
+}
+
+// The order of the reads is that in which the cards are used to being asked.
+void IPLUGINAPI_IMPL::ScanAdapter(void*& iom, CFusionIOAdapter& adapter,
+                                  CFusionIOPhysicalDrive& drive, bool initial) {
+  ErrorRecord error;
+  const AttributeReader card(iom, error);
+  ReadPciAddress(card, adapter);
+  ReadFamily(card, vsl_pci_device_id(iom, error), adapter);
+  SetGlobalNumber(adapter, drive);
+  SetLocations(adapter, drive);
+  card.ReadInto(adapter.m_PciSlot, VSL(pci_slot_num));
+  adapter.m_HasBeacon = card.Has(vsl_has_beacon_state);
+  // A light left on by an earlier run does not outlive the start.
+  if (adapter.m_HasBeacon && initial) vsl_set_beacon_state(iom, 0, error);
+  card.ReadInto(adapter.m_SerialNumber, VSL(serial_number));
+  drive.m_SerialNumber = adapter.m_SerialNumber;
+  ReadFirmwareVersion(card, adapter);
+  ReadPower(card, iom, adapter);
+  card.ReadInto(adapter.m_TempWarnDegC, VSL(temp_internal_warn_deg_c));
+  card.ReadInto(adapter.m_TempSetpointDegC, VSL(temp_setpoint_high_deg_c));
+  card.ReadInto(adapter.m_DriverVersion, VSL(driver_version));
+  card.ReadInto(adapter.m_Temperature, VSL(temp_internal_deg_c));
+  GetStatusFlags(iom, adapter.m_ErrorFlags, adapter.m_WarningFlags, adapter.m_InfoFlags);
+  if (initial) FillHistories(adapter);
+  SetStatus(adapter);
+  ScanCardState(card, adapter);
+  ReadWriteThrottling(card, adapter);
+  NameAdapter(adapter);
+  if (const auto bytes = card.Read(VSL(factory_size_bytes))) adapter.m_FactorySizeMiB = MiB(*bytes);
+  ReadAges(card, adapter);
+}
+
+void IPLUGINAPI_IMPL::ScanCardState(const AttributeReader& card, CFusionIOAdapter& adapter) {
+  adapter.m_MinimalModeReason = 0;
+  adapter.m_IomState = 0;
+  const auto read = card.Read(VSL(iom_state));
+  if (!read) {
+    adapter.m_Status = Value::FAILED;
+    return;
+  }
+  // By position in the list and not by the adapter's own path: that is what the jobs go by.
+  const std::size_t index = adapter.m_CardIndex;
+  const std::string* path = index < m_Adapters.size() ? &m_Adapters[index].m_DevicePath : nullptr;
+  adapter.m_IomState = CorrectedState(*read, path);
+
+  const CardState& state = StateOf(adapter.m_IomState);
+  if (state.m_Effect == StatusEffect::Fail) adapter.m_Status = Value::FAILED;
+  if (state.m_Effect == StatusEffect::Soften && adapter.m_Status != Value::FAILED) {
+    adapter.m_Status = Value::WARNING;
+  }
+  if (state.m_Activity != 0) adapter.m_Activity = static_cast<std::uint32_t>(state.m_Activity);
+  if (state.m_Reason != NO_REASON) adapter.m_StatusReasons.push_back(state.m_Reason);
+  if (adapter.m_IomState == VSL_STATE_MINIMAL) ReadMinimalMode(card, adapter);
+}
+
+std::uint32_t IPLUGINAPI_IMPL::CorrectedState(std::uint32_t iomState,
+                                              const std::string* devicePath) const {
+  if (devicePath == nullptr) return iomState;
+  if (iomState == VSL_STATE_ATTACHED && IsRunning(m_pAttachThread) &&
+      m_AttachDevice == *devicePath) {
+    return VSL_STATE_ATTACHING;
+  }
+  if (iomState == VSL_STATE_DETACHED && IsRunning(m_pDetachThread) &&
+      m_DetachDevice == *devicePath) {
+    return VSL_STATE_DETACHING;
+  }
+  return iomState;
+}
+
+void IPLUGINAPI_IMPL::ScanDrive(void* iom, const CFusionIOAdapter& adapter,
+                                CFusionIOPhysicalDrive& drive) {
+  ErrorRecord error;
+  const AttributeReader card(iom, error);
+  card.ReadInto(drive.m_SectorSize, VSL(sector_size_bytes));
+  drive.m_FactorySizeMiB = adapter.m_FactorySizeMiB;
+  if (const auto bytes = card.Read(VSL(size_bytes))) drive.m_ConfigurableSizeMiB = MiB(*bytes);
+  {
+    Handle format(error);
+    const vsl_code code =
+        format.Create([&](void** handle) { return vsl_iom_format_create(iom, handle, error); });
+    if (code == 0) {
+      ReadFormatLimits(format.Get(), error, drive);
+    } else {
+      TRACE(TRACE_RESULT, "ScanSystem, vsl_iom_format_create = %d (%s)", code, error.Text());
+    }
+  }
+  drive.m_Vendor = adapter.m_Vendor;
+  drive.m_CardIndex = adapter.m_CardIndex;
+  drive.m_Product = card.Read(VSL(product_name)).value_or(adapter.m_BoardName);
+  drive.m_Name = DriveName(adapter, drive);
+}
+
+// The tree.
+
+unsigned int IPLUGINAPI_IMPL::GetTopology(std::vector<PI::CObject>& objects) {
+  TRACE(TRACE_ENTRY, "ENTER GetTopology");
+  TRACED_GUARD(m_DataLock);
+  objects.clear();
+  objects.reserve(m_PhysicalDrives.size() + m_Adapters.size() + 1);
+
+  PI::CObject& plugin = objects.emplace_back(m_Plugin);
+  GetPluginProperties(m_Plugin, plugin.m_Properties, Property::UNDEFINED);
+  GetPluginOperations(m_Plugin, plugin.m_Operations);
+  for (CFusionIOAdapter& adapter : m_Adapters) {
+    PI::CObject& object = objects.emplace_back(adapter);
+    GetAdapterProperties(adapter, object.m_Properties, Property::UNDEFINED);
+    GetAdapterOperations(adapter, object.m_Operations);
+    TRACE(TRACE_FLOW, "GetTopology() Adapter m_ID=0x%x", adapter.m_ID);
+  }
+  TRACE(TRACE_FLOW, "GetTopology() m_Adapters = %d", m_Adapters.size());
+  for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) {
+    PI::CObject& object = objects.emplace_back(drive);
+    GetPhysicalDriveProperties(drive, object.m_Properties, Property::UNDEFINED);
+    GetPhysicalDriveOperations(drive, object.m_Operations);
+    TRACE(TRACE_FLOW, "GetTopology() PhysicalDrive m_ID=0x%x", drive.m_ID);
+  }
+  TRACE(TRACE_FLOW, "GetTopology() m_PhysicalDrives = %d", m_PhysicalDrives.size());
+  TRACE(TRACE_ENTRY, "LEAVE GetTopology");
+  return PI::SUCCESS;
+}
+
+// The plug-in object.
+
+unsigned int IPLUGINAPI_IMPL::GetPluginProperties(CFusionIOPlugin&,
+                                                  std::vector<PI::CProperty>& properties,
+                                                  unsigned int propertyId) {
+  properties.clear();
+  AppendProperties(PLUGIN_PROPERTIES, m_PollInterval, propertyId, properties);
+  return PI::SUCCESS;
+}
+
+// The limits are those that came with the request: the host echoes what it was given.
+unsigned int IPLUGINAPI_IMPL::SetPluginProperty(CFusionIOPlugin&, PI::CProperty& property) {
+  if (property.m_PropertyID != Property::POLL_INTERVAL) return PI::ERR_INVALID_PROPERTY;
+  int value = 0;
+  int minimum = 0;
+  int maximum = 0;
+  unsigned int step = 0;
+  property.GetValue(value, minimum, maximum, step);
+  value = std::min(std::max(value, minimum), maximum);
+  ++m_Plugin.m_ChangeCount;
+  m_PollInterval = static_cast<std::uint32_t>(value);
+  const std::string text = boost::str(boost::format("%d") % value);
+  const unsigned int written = m_ConfigFile.WriteKeyValue("PollInterval", text, -1, -1);
+  m_PrivateEvent.Set();
+  return written;
+}
+
+unsigned int IPLUGINAPI_IMPL::GetPluginOperations(CFusionIOPlugin&,
+                                                  std::vector<PI::COperation>& operations) {
+  operations.clear();
+  for (const OperationRow& row : PLUGIN_OPERATIONS) operations.push_back(MakeOperation(row));
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::CheckPluginOperation(CFusionIOPlugin&, PI::COperation&) {
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::ExecutePluginOperation(CFusionIOPlugin& plugin,
+                                                     PI::COperation& operation) {
+  TRACE(TRACE_ENTRY, "ENTER ExecutePluginOperation()");
+  const unsigned int result = operation.m_OperationID == PI::OP_GET_EVENTS
+                                  ? GetEvents(plugin, operation)
+                                  : PI::ERR_INVALID_OPERATION;
+  TRACE(TRACE_ENTRY, "LEAVE ExecutePluginOperation() -> %d", result);
+  return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::GetEvents(CFusionIOPlugin&, PI::COperation& operation) {
+  TRACE(TRACE_ENTRY, "ENTER GetEvents()");
+  operation.m_Events.clear();
+  TRACE(TRACE_LOCK, "Before m_EventsLock.Wait(INFINITE)");
+  const unsigned int locked = m_EventsLock.Wait(MBX::Threading::WAIT_INFINITE);
+  TRACE(TRACE_LOCK, "After m_EventsLock.Wait(INFINITE)");
+  if (locked != MBX::Threading::WAIT_SUCCEEDED) return PI::SUCCESS;
+  operation.m_Events = m_Events;
+  m_Events.clear();
+  TRACE(TRACE_LOCK, "Before m_EventsLock.Release()");
+  m_EventsLock.Release();
+  TRACE(TRACE_LOCK, "After m_EventsLock.Release()");
+  const unsigned int result = PI::SUCCESS;
+  TRACE(TRACE_ENTRY, "LEAVE GetEvents() -> %d", result);
+  return result;
+}
+
+// The jobs that take a card in or out.
+
+struct IPLUGINAPI_IMPL::CardJob {
+  const char* m_Name;  // as its trace lines have it
+  std::string IPLUGINAPI_IMPL::*m_Device;
+  const char* m_CreateName;
+  vsl_code (*m_Create)(void* iom, void** job, vsl_error_record* error);
+  bool m_Forced;
+  PI::_EVENT_ID m_FailureEvent;
+  PI::_SEVERITY m_FailureSeverity;
+};
+
+unsigned int IPLUGINAPI_IMPL::Attach(const std::string& device) {
+  return RunJob({"Attach", &IPLUGINAPI_IMPL::m_AttachDevice, "vsl_iom_attach_create",
+                 vsl_iom_attach_create, false, PI::Event::CTRL_ATTACH_FAILED, PI::SEVERITY_ERROR},
+                device);
+}
+
+// That a card in use refuses to go is no error, as long as nobody forces it.
+unsigned int IPLUGINAPI_IMPL::Detach(const std::string& device) {
+  return RunJob({"Detach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
+                 vsl_iom_detach_create, false, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_WARNING},
+                device);
+}
+
+unsigned int IPLUGINAPI_IMPL::ForceDetach(const std::string& device) {
+  return RunJob({"ForceDetach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
+                 vsl_iom_detach_create, true, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_ERROR},
+                device);
+}
+
+unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& device) {
+  TRACE(TRACE_ENTRY, "ENTER %s(%s)", job.m_Name, device);
+  (this->*job.m_Device).assign(device);
+  const PI::CEvent failure = FailureOf(job, device);
+  DriveCard(job, device, failure);
+  (this->*job.m_Device).clear();
+  TRACE(TRACE_ENTRY, "LEAVE %s()", job.m_Name);
+  return 1;
+}
+
+// Made ahead of the work, so that the job need not come back for the adapter, which may be gone by
+// then. For a device that no adapter has, the event says nothing.
+PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
+  TRACE(TRACE_LOCK, "Before m_DataLock.Wait(INFINITE)");
+  m_DataLock.Wait(MBX::Threading::WAIT_INFINITE);
+  TRACE(TRACE_LOCK, "After m_DataLock.Wait(INFINITE)");
+  PI::CEvent event;
+  const auto adapter =
+      std::find_if(m_Adapters.begin(), m_Adapters.end(),
+                   [&device](const CFusionIOAdapter& each) { return each.m_DevicePath == device; });
+  if (adapter != m_Adapters.end()) {
+    event.m_Time = MBX::Misc::now();
+    event.m_ObjectID = adapter->m_ID;
+    event.m_SourceName = adapter->m_Name;
+    event.SetPlaceHolder1(adapter->m_Name);
+    event.m_EventID = job.m_FailureEvent;
+    event.m_Severity = job.m_FailureSeverity;
+  }
+  TRACE(TRACE_LOCK, "Before m_DataLock.Release ()");
+  m_DataLock.Release();
+  TRACE(TRACE_LOCK, "After m_DataLock.Release ()");
+  return event;
+}
+
+void IPLUGINAPI_IMPL::DriveCard(const CardJob& job, const std::string& device,
+                                const PI::CEvent& failure) {
+  ErrorRecord error;
+  const auto failed = [&](const char* function, vsl_code code) {
+    if (code == 0) return false;
+    TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, error.Text());
+    PostEvent(failure);
+    return true;
+  };
+  Handle iom;
+  Handle operation;  // destroyed before the card
+  if (failed("vsl_iom_create_by_name", iom.Create([&](void** handle) {
+        return vsl_iom_create_by_name(device.c_str(), handle, error);
+      }))) {
+    return;
+  }
+  if (failed(job.m_CreateName, operation.Create([&](void** handle) {
+        return job.m_Create(iom.Get(), handle, error);
+      }))) {
+    return;
+  }
+  if (job.m_Forced &&
+      failed("vsl_iom_detach_set_force", vsl_iom_detach_set_force(operation.Get(), 1, error))) {
+    return;
+  }
+  if (failed("vsl_op_start", vsl_op_start(operation.Get(), error))) return;
+  failed("vsl_op_wait_for_result", vsl_op_wait_for_result(operation.Get(), error));
+}
+
+void IPLUGINAPI_IMPL::PostEvent(const PI::CEvent& event) {
+  TRACED_GUARD(m_EventsLock);
+  m_Events.push_back(event);
+}
+
+bool IPLUGINAPI_IMPL::IsRunning(const ThreadSlot& thread) {
+  return thread != nullptr && thread->GetHandle() != 0 &&
+         thread->Wait(0) == MBX::Threading::WAIT_TIMED_OUT;
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,38 @@
+// How an object's operations are listed: rows of nine numbers.
+#pragma once
+
+#include <cstdint>
+
+#include "host/PluginInterface.h"
+
+namespace NAMESPACE_Corvane {
+
+// In the host's order. Fields without a meaning of ours are carried.
+struct OperationRow {
+  PI::_OPERATION_ID m_OperationID;
+  std::uint32_t m_Class;
+  std::uint32_t m_Access;
+  std::uint32_t m_Scope;
+  std::uint32_t m_Flags;
+  bool m_Async;
+  std::int32_t m_Timeout;
+  std::uint32_t m_ConfirmKind;
+  std::uint32_t m_ConfirmText;
+};
+
+inline PI::COperation MakeOperation(const OperationRow& row) {
+  PI::COperation operation;
+  operation.m_OperationID = row.m_OperationID;
+  operation.m_NameID = row.m_OperationID;
+  operation.m_Class = row.m_Class;
+  operation.m_Access = row.m_Access;
+  operation.m_Scope = row.m_Scope;
+  operation.m_Flags = row.m_Flags;
+  operation.m_Async = row.m_Async;
+  operation.m_Timeout = row.m_Timeout;
+  operation.m_ConfirmKind = row.m_ConfirmKind;
+  operation.m_ConfirmText = row.m_ConfirmText;
+  return operation;
+}
+
+}  // namespace NAMESPACE_Corvane

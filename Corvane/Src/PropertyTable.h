@@ -1,0 +1,87 @@
+// How an object's properties are listed: one table of rows per object kind, in the order of
+// emission, and the one function that walks it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "host/PluginInterface.h"
+
+namespace NAMESPACE_Corvane {
+
+// One row. `Object` is what the values come from. Fields that a row does not name stay as the
+// host's constructor makes them.
+template <class Object>
+class PropertyRow {
+ public:
+  // Sets the value, and any display field that depends on it. False: the row is not shown now.
+  using Fill = bool (*)(Object& object, PI::CProperty& property);
+
+  constexpr PropertyRow(PI::_PROPERTY_ID id, Fill fill) : m_ID(id), m_Fill(fill) {}
+
+  constexpr PropertyRow Name(std::uint32_t id) const { return With(&PropertyRow::m_NameID, id); }
+  constexpr PropertyRow Sort(std::uint32_t key) const { return With(&PropertyRow::m_SortKey, key); }
+  constexpr PropertyRow Visible(std::uint32_t value) const {
+    return With(&PropertyRow::m_Visible, value);
+  }
+  constexpr PropertyRow Hidden() const { return Visible(0); }
+  constexpr PropertyRow Unit(PI::_UNITS unit) const { return With(&PropertyRow::m_Units, unit); }
+  constexpr PropertyRow Format(std::uint32_t format) const {
+    return With(&PropertyRow::m_Format, format);
+  }
+  constexpr PropertyRow UnitNotFixed() const { return With(&PropertyRow::m_UnitNotFixed, true); }
+  constexpr PropertyRow Writable() const { return With(&PropertyRow::m_Writable, true); }
+
+  PI::_PROPERTY_ID ID() const { return m_ID; }
+
+  // Appends the property, unless it is not shown now.
+  void AppendTo(std::vector<PI::CProperty>& properties, Object& object) const {
+    PI::CProperty property(m_ID, m_Writable);
+    if (!m_Fill(object, property)) return;
+    Dress(property);
+    properties.push_back(property);
+  }
+
+ private:
+  static constexpr std::uint32_t AS_MADE = ~std::uint32_t{0};
+
+  template <class Field, class Value>
+  constexpr PropertyRow With(Field PropertyRow::*field, Value value) const {
+    PropertyRow row = *this;
+    row.*field = value;
+    return row;
+  }
+
+  void Dress(PI::CProperty& property) const {
+    if (m_NameID != AS_MADE) property.m_NameID = m_NameID;
+    if (m_SortKey != AS_MADE) property.m_SortKey = m_SortKey;
+    if (m_Visible != AS_MADE) property.m_Visible = m_Visible;
+    if (m_Units != PI::UNITS_NONE) property.m_Units = m_Units;
+    if (m_Format != AS_MADE) property.m_Format = m_Format;
+    if (m_UnitNotFixed) property.m_UnitsFixed = false;
+  }
+
+  PI::_PROPERTY_ID m_ID;
+  Fill m_Fill;
+  bool m_Writable = false;
+  std::uint32_t m_NameID = AS_MADE;
+  std::uint32_t m_SortKey = AS_MADE;
+  std::uint32_t m_Visible = AS_MADE;
+  PI::_UNITS m_Units = PI::UNITS_NONE;
+  std::uint32_t m_Format = AS_MADE;
+  bool m_UnitNotFixed = false;
+};
+
+// Appends the rows that `selector` asks for: all of them for `PI::Property::UNDEFINED`, else the
+// one with that identifier. What is not asked for is not read either.
+template <class Object, std::size_t N>
+void AppendProperties(const PropertyRow<Object> (&rows)[N], Object& object, unsigned int selector,
+                      std::vector<PI::CProperty>& properties) {
+  for (const PropertyRow<Object>& row : rows) {
+    if (selector == PI::Property::UNDEFINED || selector == row.ID())
+      row.AppendTo(properties, object);
+  }
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,41 @@
+# How every target of the project is compiled: warnings are errors, and all includes are written
+# from the project's root, so that each line says which floor of the house it reaches into.
+
+cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH CORVANE_ROOT)
+
+set(CORVANE_WARNINGS
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
+
+# The sanitizers want the whole tree instrumented, plug-in, kit and simulator alike.
+set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for the whole tree, as -fsanitize takes them")
+set(CORVANE_COVERAGE OFF CACHE BOOL "Count lines and branches")
+
+function(corvane_target target)
+  target_compile_options(${target} PRIVATE ${CORVANE_WARNINGS})
+  if(CORVANE_HOST_INCLUDE)
+    target_include_directories(${target} BEFORE PRIVATE ${CORVANE_HOST_INCLUDE})
+  endif()
+  target_include_directories(${target} PRIVATE ${CORVANE_ROOT})
+  if(CORVANE_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE}
+                                             -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE})
+  endif()
+  if(CORVANE_COVERAGE)
+    # Atomic counters: threads would corrupt plain ones.
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    target_link_options(${target} PRIVATE --coverage)
+  endif()
+endfunction()
+
+# The libraries are complete in themselves and fully bound when loaded.
+function(corvane_shared_library target)
+  corvane_target(${target})
+  target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
+  # Clang leaves the sanitizer's run-time symbols of a shared library to the program.
+  if(NOT (CORVANE_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()
