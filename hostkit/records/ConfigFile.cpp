@@ -1,0 +1,67 @@
+#include <boost/filesystem/path.hpp>
+
+#include "host/PluginInterface.h"
+#include "hostkit/Paths.h"
+#include "hostkit/records/Files.h"
+#include "hostkit/records/IniText.h"
+
+namespace PI {
+
+namespace {
+
+boost::filesystem::path FullPath(const boost::filesystem::path& name) {
+  return HostKit::ConfigFolder() / name.filename();
+}
+
+// `text` with the key set; empty when it would not read back as it is given, for what the ini
+// format cannot hold must not harm the keys that it does hold.
+std::string SetKey(const std::string& text, const std::string& key, const std::string& value) {
+  const std::string edited = HostKit::WithIniValue(text, key, value);
+  std::string readBack;
+  const bool found = HostKit::FindIniValue(edited, key, readBack) == HostKit::IniLookUp::Found;
+  return found && readBack == value ? edited : std::string();
+}
+
+}  // namespace
+
+CConfigFile::CConfigFile() = default;
+CConfigFile::~CConfigFile() = default;
+
+void CConfigFile::SetFileName(const boost::filesystem::path& name) {
+  m_FileName = name;
+}
+
+std::uint32_t CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int,
+                                        int) const {
+  if (m_FileName.empty()) return RESULT_NO_KEY;
+  std::string text;
+  const HostKit::FileRead read = HostKit::ReadFile(FullPath(m_FileName), text);
+  if (read == HostKit::FileRead::Missing) return RESULT_NO_KEY;
+  if (read == HostKit::FileRead::Failed) return RESULT_UNREADABLE;
+  switch (HostKit::FindIniValue(text, key, value)) {
+    case HostKit::IniLookUp::Found:
+      return RESULT_OK;
+    case HostKit::IniLookUp::NoKey:
+      return RESULT_NO_KEY;
+    case HostKit::IniLookUp::NoIni:
+      break;
+  }
+  return RESULT_UNREADABLE;
+}
+
+std::uint32_t CConfigFile::WriteKeyValue(const std::string& key, const std::string& value, int,
+                                         int) {
+  if (m_FileName.empty()) return RESULT_NOT_WRITTEN;
+  const auto file = HostKit::FollowLinks(FullPath(m_FileName));
+  if (!file) return RESULT_NOT_WRITTEN;
+  const HostKit::FolderLock folder(file->parent_path());
+  if (!folder.IsHeld()) return RESULT_NOT_WRITTEN;
+
+  std::string text;
+  if (HostKit::ReadFile(*file, text) == HostKit::FileRead::Failed) return RESULT_NOT_WRITTEN;
+  const std::string edited = SetKey(text, key, value);
+  const bool written = !edited.empty() && HostKit::ReplaceFile(*file, edited, folder);
+  return written ? RESULT_OK : RESULT_NOT_WRITTEN;
+}
+
+}  // namespace PI

@@ -1,0 +1,59 @@
+#include "hostkit/Paths.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+
+namespace HostKit {
+
+namespace {
+
+using boost::filesystem::path;
+
+// An empty variable counts as unset.
+std::string Variable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+// A service may have no HOME.
+path HomeOfUser() {
+  std::array<char, 16384> buffer{};
+  passwd entry{};
+  passwd* found = nullptr;
+  const int failed = getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found);
+  return failed == 0 && found != nullptr ? path(found->pw_dir) : path("/");
+}
+
+path Home() {
+  const std::string home = Variable("HOME");
+  return home.empty() ? HomeOfUser() : path(home);
+}
+
+// The convention for these variables has relative paths ignored.
+path BaseFolder(const char* variable, const char* belowHome) {
+  const path base = Variable(variable);
+  return (base.is_absolute() ? base : Home() / belowHome) / "corvane";
+}
+
+}  // namespace
+
+path ConfigFolder() {
+  const std::string folder = Variable("CORVANE_CONFIG_DIR");
+  return folder.empty() ? BaseFolder("XDG_CONFIG_HOME", ".config") : path(folder);
+}
+
+path DatabaseFile() {
+  const std::string file = Variable("CORVANE_DATABASE");
+  return file.empty() ? BaseFolder("XDG_STATE_HOME", ".local/state") / "corvane.db" : path(file);
+}
+
+path SysfsRoot() {
+  const std::string root = Variable("CORVANE_SYSFS");
+  return root.empty() ? path("/sys") : path(root);
+}
+
+}  // namespace HostKit

@@ -1,0 +1,37 @@
+// Captions of the operations, and the host's questions before some of them.
+#pragma once
+
+#include "host/Identifiers.h"
+#include "hostkit/texts/Rows.h"
+
+namespace HostKit {
+
+inline constexpr std::array kOperationTexts{
+    TextRow{PI::OP_UNDEFINED, "No operation"},
+    TextRow{PI::OP_GET_EVENTS, "Collect events"},
+    TextRow{PI::OP_FORMAT_DEVICE, "Format"},
+    TextRow{PI::OP_MAKE_ONLINE, "Bring online"},
+    TextRow{PI::OP_MAKE_OFFLINE, "Take offline"},
+    TextRow{PI::OP_LOCATE_DEVICE, "Switch the locating light on"},
+    TextRow{PI::OP_STOP_LOCATE_DEVICE, "Switch the locating light off"},
+    TextRow{PI::OP_ATTACH, "Attach"},
+    TextRow{PI::OP_DETACH, "Detach"},
+    TextRow{PI::OP_FORCE_DETACH, "Detach by force"},
+};
+
+// By the numbers that `COperation::m_ConfirmText` holds.
+inline constexpr std::array kHostTexts{
+    TextRow{22029,
+            "The system will lose access to the drive until it is online again. Take it offline?"},
+    TextRow{22031, "The drive will be available to the system. Bring it online?"},
+    TextRow{22110,
+            "Attaching makes the adapter's drive available to the system and may take several "
+            "minutes. Attach the adapter?"},
+    TextRow{22111,
+            "Detaching takes the adapter's drive away from the system; nothing may use it. "
+            "Detach the adapter?"},
+};
+
+static_assert(NumbersRise(kOperationTexts) && NumbersRise(kHostTexts));
+
+}  // namespace HostKit

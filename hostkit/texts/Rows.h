@@ -1,0 +1,38 @@
+// Rows of the message tables.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace HostKit {
+
+struct TextRow {
+  std::uint32_t m_Number;
+  const char* m_Text;
+};
+
+struct EventRow {
+  std::uint32_t m_Number;
+  unsigned int m_Places;  // how many texts the sentence takes: %1 to %m_Places
+  const char* m_Text;
+};
+
+template <class Row, std::size_t size>
+constexpr bool NumbersRise(const std::array<Row, size>& rows) {
+  for (std::size_t i = 1; i < size; ++i) {
+    if (rows[i - 1].m_Number >= rows[i].m_Number) return false;
+  }
+  return true;
+}
+
+// The row of a number, or null.
+template <class Row, std::size_t size>
+constexpr const Row* FindRow(const std::array<Row, size>& rows, std::uint32_t number) {
+  for (const Row& row : rows) {
+    if (row.m_Number == number) return &row;
+  }
+  return nullptr;
+}
+
+}  // namespace HostKit

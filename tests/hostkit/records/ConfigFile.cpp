@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <thread>
+
+#include "tests/hostkit/records/Cases.h"
+#include "tests/hostkit/records/ConfigFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(ConfigFile, IsMadeByTheFirstWrite) {
+  const ConfigFolder config;
+  EXPECT_EQ(config.Read("PollInterval"), "1");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(config.Read("PollInterval"), "0 30");
+  EXPECT_EQ(ReadText(config.Ini()), "PollInterval=30\n");
+  EXPECT_EQ(config.Files(), 1U);
+}
+
+TEST(ConfigFile, MakesItsFolder) {
+  ConfigFolder config;
+  config.MoveTo(config.Folder() / "a" / "b");
+  EXPECT_EQ(config.Read("PollInterval"), "1");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(ReadText(config.Folder() / "a/b/Corvane.ini"), "PollInterval=30\n");
+}
+
+struct ReadCase {
+  const char* name;
+  const char* text;
+  const char* result;  // of reading "PollInterval"
+
+  friend void PrintTo(const ReadCase& row, std::ostream* out) { *out << row.name; }
+};
+
+class ConfigFileReading : public testing::TestWithParam<ReadCase> {};
+
+TEST_P(ConfigFileReading, FindsTheKeyInNoSection) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), GetParam().text);
+  EXPECT_EQ(config.Read("PollInterval"), GetParam().result);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ConfigFileReading,
+    testing::Values(ReadCase{"Plain", "PollInterval=20\n", "0 20"},
+                    ReadCase{"WithoutLineEnd", "PollInterval=20", "0 20"},
+                    ReadCase{"Spaces", "  PollInterval =  20 \r\n", "0 20"},
+                    ReadCase{"EmptyValue", "PollInterval=\n", "0 "},
+                    ReadCase{"EqualsInValue", "PollInterval=a=b\n", "0 a=b"},
+                    ReadCase{"BesideOthers", "A=1\nPollInterval=20\nB=2\n[S]\nC=3\n", "0 20"},
+                    ReadCase{"EmptyFile", "", "1"}, ReadCase{"OtherKeys", "A=1\n", "1"},
+                    ReadCase{"OtherCase", "pollinterval=20\n", "1"},
+                    ReadCase{"Comment", ";PollInterval=20\n", "1"},
+                    ReadCase{"InSection", "[S]\nPollInterval=20\n", "1"},
+                    ReadCase{"SectionOfThatName", "[PollInterval]\nA=20\n", "1"},
+                    ReadCase{"NoIni", "this is no ini file\n", "2"},
+                    ReadCase{"OpenSection", "[S\nPollInterval=20\n", "2"},
+                    ReadCase{"TwiceTheKey", "PollInterval=20\nPollInterval=30\n", "2"}),
+    NameOfCase());
+
+struct WriteCase {
+  const char* name;
+  const char* before;
+  const char* after;  // writing "30" to "PollInterval"
+
+  friend void PrintTo(const WriteCase& row, std::ostream* out) { *out << row.name; }
+};
+
+class ConfigFileWriting : public testing::TestWithParam<WriteCase> {};
+
+TEST_P(ConfigFileWriting, ChangesItsOwnLineOnly) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), GetParam().before);
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(ReadText(config.Ini()), GetParam().after);
+  EXPECT_EQ(config.Read("PollInterval"), "0 30");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ConfigFileWriting,
+    testing::Values(
+        WriteCase{"Empty", "", "PollInterval=30\n"},
+        WriteCase{"Own", "PollInterval=20\n", "PollInterval=30\n"},
+        WriteCase{"OwnWithoutLineEnd", "PollInterval=20", "PollInterval=30"},
+        WriteCase{"OwnWithSpaces", "\n PollInterval = 20 \n\n", "\nPollInterval=30\n\n"},
+        WriteCase{"OtherLineEnds", "A=1\r\nPollInterval=2\r\nB=2\r\n",
+                  "A=1\r\nPollInterval=30\r\nB=2\r\n"},
+        WriteCase{"BehindOthers", "A=1\nB=2\n", "A=1\nB=2\nPollInterval=30\n"},
+        WriteCase{"BehindOthersWithoutLineEnd", "A=1", "A=1\nPollInterval=30\n"},
+        WriteCase{"BeforeSections", "A=1\n[S]\nPollInterval=5\n",
+                  "A=1\nPollInterval=30\n[S]\nPollInterval=5\n"},
+        WriteCase{"BeforeTheFirstLine", "[S]\nA=1\n", "PollInterval=30\n[S]\nA=1\n"},
+        WriteCase{"CommentsStay", "; seconds\nPollInterval=20\n;PollInterval=5\n",
+                  "; seconds\nPollInterval=30\n;PollInterval=5\n"},
+        WriteCase{"LongerName", "PollInterval2=1\n", "PollInterval2=1\nPollInterval=30\n"}),
+    NameOfCase());
+
+TEST(ConfigFile, TakesADotInAKeyAsItIs) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), "[Poll]\nInterval=5\n");
+  EXPECT_EQ(config.Read("Poll.Interval"), "1");
+  EXPECT_EQ(config.Write("Poll.Interval", "6"), 0U);
+  EXPECT_EQ(config.Read("Poll.Interval"), "0 6");
+  EXPECT_EQ(ReadText(config.Ini()), "Poll.Interval=6\n[Poll]\nInterval=5\n");
+}
+
+TEST(ConfigFile, RefusesWhatWouldNotReadBack) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), "PollInterval=20\n");
+  const std::pair<const char*, const char*> odd[] = {
+      {"PollInterval", "30\nOther=1"}, {"PollInterval", " 30"},  {"PollInterval", "30\n"},
+      {"Poll\nInterval", "30"},        {"Poll=Interval", "30"},  {" PollInterval", "30"},
+      {";PollInterval", "30"},         {"[PollInterval", "30]"}, {"", "30"}};
+  for (const auto& [key, value] : odd) {
+    EXPECT_EQ(config.Write(key, value), 3U) << key << "=" << value;
+    EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
+  }
+}
+
+TEST(ConfigFile, KeepsItsMode) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), "PollInterval=20\n");
+  ASSERT_EQ(chmod(config.Ini().c_str(), 0640), 0);
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  struct stat status {};
+  ASSERT_EQ(stat(config.Ini().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0640U);
+}
+
+TEST(ConfigFile, StaysALinkAndTheFileBehindItIsWritten) {
+  const ConfigFolder config;
+  fs::create_directory(config.Folder() / "shared");
+  WriteText(config.Folder() / "shared/real.ini", "A=1\nPollInterval=20\n");
+  fs::create_symlink("shared/real.ini", config.Folder() / "link.ini");
+  fs::create_symlink(config.Folder() / "link.ini", config.Ini());
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_TRUE(fs::is_symlink(config.Ini()) && fs::is_symlink(config.Folder() / "link.ini"));
+  EXPECT_EQ(ReadText(config.Folder() / "shared/real.ini"), "A=1\nPollInterval=30\n");
+}
+
+TEST(ConfigFile, ALinkToNothingGetsItsFile) {
+  const ConfigFolder config;
+  fs::create_symlink("later/real.ini", config.Ini());
+  EXPECT_EQ(config.Read("PollInterval"), "1");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_TRUE(fs::is_symlink(config.Ini()));
+  EXPECT_EQ(ReadText(config.Folder() / "later/real.ini"), "PollInterval=30\n");
+}
+
+TEST(ConfigFile, LiesInTheHostsFolderWhateverItsNameSays) {
+  const ConfigFolder config;
+  PI::CConfigFile file;
+  file.SetFileName("/elsewhere/sub/Corvane.ini");
+  EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), 0U);
+  EXPECT_EQ(config.Read("PollInterval"), "0 30");
+}
+
+TEST(ConfigFile, WithoutANameIsNeitherReadNorWritten) {
+  const ConfigFolder config;
+  PI::CConfigFile file;
+  std::string value = "untouched";
+  EXPECT_EQ(file.ReadKeyValue("PollInterval", value, -1, -1), 1U);
+  EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), 3U);
+  EXPECT_EQ(value, "untouched");
+  EXPECT_EQ(config.Files(), 0U);
+}
+
+TEST(ConfigFile, WritersOfDifferentKeysDoNotUndoEachOther) {
+  const ConfigFolder config;
+  const auto writeAll = [&config](char writer) {
+    for (int i = 0; i < 20; ++i) config.Write(writer + std::to_string(i), std::to_string(i));
+  };
+  std::thread first(writeAll, 'a');
+  std::thread second(writeAll, 'b');
+  first.join();
+  second.join();
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_EQ(config.Read("a" + std::to_string(i)), "0 " + std::to_string(i));
+    EXPECT_EQ(config.Read("b" + std::to_string(i)), "0 " + std::to_string(i));
+  }
+  EXPECT_EQ(config.Files(), 1U);
+}
+
+}  // namespace

@@ -1,0 +1,162 @@
+// The ini file when the disk, the folder or the file itself does not do what it should. Permission
+// bits alone would prove nothing: these tests may run as root.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "tests/hostkit/records/ConfigFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(ConfigFileFaults, ADamagedFileIsLeftAsItIs) {
+  const ConfigFolder config;
+  const std::string odd[] = {"no ini file at all\n", "PollInterval=1\nPollInterval=2\n", "[S\n",
+                             "A=1\n=2\n", std::string("\0\1\2\xFF", 4)};
+  for (const std::string& text : odd) {
+    WriteText(config.Ini(), text);
+    EXPECT_EQ(config.Read("PollInterval"), "2");
+    EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+    EXPECT_EQ(ReadText(config.Ini()), text);
+    EXPECT_EQ(config.Files(), 1U);
+  }
+}
+
+TEST(ConfigFileFaults, AFileOfMoreThanAMebibyteIsLeftAsItIs) {
+  const ConfigFolder config;
+  const std::string text = "PollInterval=20\nA=" + std::string(1 << 20, 'x') + "\n";
+  WriteText(config.Ini(), text);
+  EXPECT_EQ(config.Read("PollInterval"), "2");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(ReadText(config.Ini()), text);
+}
+
+TEST(ConfigFileFaults, NoFileOfMoreThanAMebibyteIsWritten) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), "PollInterval=20\n");
+  EXPECT_EQ(config.Write("A", std::string(1 << 20, 'x')), 3U);
+  EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
+}
+
+TEST(ConfigFileFaults, AFolderInItsPlaceIsUnreadableAndStays) {
+  const ConfigFolder config;
+  fs::create_directory(config.Ini());
+  EXPECT_EQ(config.Read("PollInterval"), "2");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_TRUE(fs::is_directory(config.Ini()));
+}
+
+TEST(ConfigFileFaults, APipeInItsPlaceBlocksNobody) {
+  const ConfigFolder config;
+  ASSERT_EQ(mkfifo(config.Ini().c_str(), 0600), 0);
+  EXPECT_EQ(config.Read("PollInterval"), "2");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_TRUE(fs::is_fifo(config.Ini()));
+}
+
+TEST(ConfigFileFaults, LinksInACircleAreUnreadableAndStay) {
+  const ConfigFolder config;
+  fs::create_symlink("other.ini", config.Ini());
+  fs::create_symlink("Corvane.ini", config.Folder() / "other.ini");
+  EXPECT_EQ(config.Read("PollInterval"), "2");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_TRUE(fs::is_symlink(config.Ini()));
+}
+
+TEST(ConfigFileFaults, AFileAmongItsFoldersMeansThatItCannotBeWritten) {
+  ConfigFolder config;
+  WriteText(config.Folder() / "file", "text");
+  config.MoveTo(config.Folder() / "file" / "sub");
+  EXPECT_EQ(config.Read("PollInterval"), "1");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(ReadText(config.Folder() / "file"), "text");
+}
+
+TEST(ConfigFileFaults, AFolderThatTakesNoFilesMeansThatItCannotBeWritten) {
+  ConfigFolder config;
+  config.MoveTo("/proc/self");
+  EXPECT_EQ(config.Read("PollInterval"), "1");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+}
+
+// Runs `act` in a process of its own and gives what it returned.
+template <class Act>
+int InChild(Act act) {
+  std::fflush(nullptr);  // or the child might print the parent's lines again
+  const pid_t child = fork();
+  if (child == 0) _exit(act());
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(ConfigFileFaults, AFullDiskLeavesTheOldFileAndNothingElse) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), "PollInterval=20\n");
+  const int result = InChild([&config] {
+    const rlimit full = {4, 4};
+    std::signal(SIGXFSZ, SIG_IGN);
+    if (setrlimit(RLIMIT_FSIZE, &full) != 0) return 99;
+    return static_cast<int>(config.Write("PollInterval", "30"));
+  });
+  EXPECT_EQ(result, 3);
+  EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
+  EXPECT_EQ(config.Files(), 1U);
+}
+
+TEST(ConfigFileFaults, WithoutFreeDescriptorsTheOldFileStays) {
+  const ConfigFolder config;
+  WriteText(config.Ini(), "PollInterval=20\n");
+  const int result = InChild([&config] {
+    const rlimit none = {0, 0};
+    if (setrlimit(RLIMIT_NOFILE, &none) != 0) return 99;
+    return static_cast<int>(config.Write("PollInterval", "30"));
+  });
+  EXPECT_EQ(result, 3);
+  EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
+}
+
+[[noreturn]] void WriteForever(const ConfigFolder& config) {
+  for (;;) {
+    config.Write("PollInterval", std::string(50000, 'a'));
+    config.Write("PollInterval", std::string(50000, 'b'));
+  }
+}
+
+TEST(ConfigFileFaults, AKilledWriterLeavesAWholeFile) {
+  const ConfigFolder config;
+  ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), 0U);
+  for (int round = 0; round < 20; ++round) {
+    const pid_t child = fork();
+    if (child == 0) WriteForever(config);
+    std::this_thread::sleep_for(std::chrono::microseconds(2000 + 700 * round));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const std::string read = config.Read("PollInterval");
+    EXPECT_TRUE(read == "0 " + std::string(50000, 'a') || read == "0 " + std::string(50000, 'b'));
+    EXPECT_EQ(config.Write("PollInterval", std::string(50000, 'a')), 0U);
+  }
+}
+
+// The readers never wait for the writer and never see it at work.
+TEST(ConfigFileFaults, AReaderBesideAWriterSeesWholeFiles) {
+  const ConfigFolder config;
+  ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), 0U);
+  const pid_t child = fork();
+  if (child == 0) WriteForever(config);
+  for (int i = 0; i < 500; ++i) {
+    const std::string read = config.Read("PollInterval");
+    EXPECT_TRUE(read == "0 " + std::string(50000, 'a') || read == "0 " + std::string(50000, 'b'));
+  }
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <thread>
+
+#include "host/PluginInterface.h"
+
+namespace {
+
+using Numbers = std::vector<std::int32_t>;
+
+// Each test speaks of hosts of its own: numbers last as long as the process.
+int NumberAt(const std::string& host, std::uint32_t segment, std::uint32_t bus,
+             std::uint32_t device = 0, std::uint32_t function = 0) {
+  PI::CGlobalAdapterID id;
+  id.m_HostName = host;
+  id.m_Segment = segment;
+  id.m_Bus = bus;
+  id.m_Device = device;
+  id.m_Function = function;
+  id.GenerateUniqueAdapterNumber();
+  return id.GetGlobalAdapterNumber();
+}
+
+Numbers NumbersOf(const std::string& host) {
+  return PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs[host];
+}
+
+TEST(GlobalAdapterId, HasNoNumberAtFirst) {
+  const PI::CGlobalAdapterID id;
+  EXPECT_EQ(id.GetGlobalAdapterNumber(), -1);
+  EXPECT_EQ(id.m_GlobalNumber, -1);
+  EXPECT_EQ(id.m_HostName, "");
+  EXPECT_EQ(id.m_Segment + id.m_Bus + id.m_Device + id.m_Function + id.m_AdapterNumber, 0U);
+}
+
+TEST(GlobalAdapterId, OneAddressKeepsItsNumberAndIsNotedOnce) {
+  const int first = NumberAt("keeps", 0, 0x3b);
+  EXPECT_GE(first, 1);
+  EXPECT_EQ(NumberAt("keeps", 0, 0x3b), first);
+  EXPECT_EQ(NumberAt("keeps", 0, 0x3b), first);
+  EXPECT_EQ(NumbersOf("keeps"), Numbers{first});
+}
+
+TEST(GlobalAdapterId, EveryPartOfTheAddressCounts) {
+  const std::set<int> numbers = {NumberAt("a", 0, 0),       NumberAt("a", 1, 0),
+                                 NumberAt("a", 0, 1),       NumberAt("a", 0, 0, 1),
+                                 NumberAt("a", 0, 0, 0, 1), NumberAt("b", 0, 0)};
+  EXPECT_EQ(numbers.size(), 6U);
+  EXPECT_EQ(NumbersOf("a").size(), 5U);
+  EXPECT_EQ(NumbersOf("b").size(), 1U);
+}
+
+TEST(GlobalAdapterId, AnEntryThatAPluginHasMadeIsUsed) {
+  PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs["made"];
+  const int number = NumberAt("made", 0, 1);
+  EXPECT_EQ(NumbersOf("made"), Numbers{number});
+}
+
+TEST(GlobalAdapterId, ANumberInUseOnAnyHostIsNotGivenAgain) {
+  const int last = NumberAt("before", 0, 1);
+  PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs["elsewhere"] = {last + 1, last + 2};
+  EXPECT_EQ(NumberAt("after", 0, 1), last + 3);
+}
+
+TEST(GlobalAdapterId, ThreadsAgreeAboutTheNumbers) {
+  const auto numberAll = [](Numbers& numbers) {
+    for (std::uint32_t bus = 0; bus < 100; ++bus) numbers.push_back(NumberAt("threads", 0, bus));
+  };
+  Numbers seen[4];
+  std::vector<std::thread> threads;
+  for (Numbers& numbers : seen) threads.emplace_back(numberAll, std::ref(numbers));
+  for (std::thread& thread : threads) thread.join();
+
+  for (const Numbers& numbers : seen) EXPECT_EQ(numbers, seen[0]);
+  EXPECT_EQ(std::set<int>(seen[0].begin(), seen[0].end()).size(), 100U);
+  Numbers noted = NumbersOf("threads");
+  std::sort(noted.begin(), noted.end());
+  std::sort(seen[0].begin(), seen[0].end());
+  EXPECT_EQ(noted, seen[0]);
+}
+
+}  // namespace

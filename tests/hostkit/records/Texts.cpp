@@ -1,0 +1,172 @@
+#include "hostkit/Texts.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <set>
+
+namespace {
+
+using HostKit::Family;
+
+struct Number {
+  Family family;
+  std::uint32_t number;
+  const char* name;
+};
+
+#define ERROR_NUMBER(name, number) {Family::Error, number, #name},
+#define EVENT_NUMBER(name, number) {Family::Event, number, #name},
+#define OPERATION_NUMBER(name, number) {Family::Operation, number, #name},
+#define PROPERTY_NUMBER(name, number) {Family::Property, number, #name},
+#define VALUE_NUMBER(name, number, text) {Family::Value, number, text},
+
+// Every number of the vocabulary.
+const std::vector<Number> kNumbers = {
+    PI_ERRORS(ERROR_NUMBER) PI_EVENTS(EVENT_NUMBER) PI_OPERATIONS(OPERATION_NUMBER)
+        PI_PROPERTIES(PROPERTY_NUMBER) PI_SHORT_NAMES(PROPERTY_NUMBER) PI_VALUES(VALUE_NUMBER)};
+
+TEST(Texts, EveryNumberHasItsName) {
+  EXPECT_EQ(kNumbers.size(), 199U);
+  for (const Number& row : kNumbers) EXPECT_EQ(HostKit::NameOf(row.family, row.number), row.name);
+}
+
+TEST(Texts, NamesLeadBackToTheirNumbers) {
+  for (const Number& row : kNumbers) {
+    if (row.number == 35034) continue;  // shares its name with the property below
+    EXPECT_EQ(HostKit::NumberOf(row.family, row.name), row.number) << row.name;
+  }
+  EXPECT_EQ(HostKit::NumberOf(Family::Property, "REMAINING_RESERVE_SPACE"), 30486U);
+  EXPECT_EQ(HostKit::NameOf(Family::Property, 35034), "REMAINING_RESERVE_SPACE");
+}
+
+TEST(Texts, NamesAreComparedWithoutCase) {
+  EXPECT_EQ(HostKit::NumberOf(Family::Event, "ctrl_Normal"), 10980U);
+  EXPECT_EQ(HostKit::NumberOf(Family::Value, "512b"), 40046U);
+  EXPECT_EQ(HostKit::NumberOf(Family::Error, "ctrl_normal"), 0U);
+  EXPECT_EQ(HostKit::NumberOf(Family::Event, ""), 0U);
+}
+
+bool EndsAsASentence(const std::string& text) {
+  return !text.empty() && text.back() == '.';
+}
+
+TEST(Texts, EveryNumberHasACaption) {
+  for (const Number& row : kNumbers) {
+    const std::string caption = HostKit::CaptionOf(row.family, row.number);
+    ASSERT_FALSE(caption.empty()) << row.name;
+    EXPECT_NE(caption, row.name == std::string("OK") ? "" : row.name);
+    EXPECT_FALSE(std::islower(static_cast<unsigned char>(caption[0]))) << caption;
+    const bool sentence = row.family == Family::Error || row.family == Family::Event;
+    EXPECT_EQ(EndsAsASentence(caption), sentence) << caption;
+  }
+}
+
+TEST(Texts, NoTwoNumbersOfAFamilyHaveTheSameCaption) {
+  std::set<std::pair<Family, std::string>> captions;
+  for (const Number& row : kNumbers) {
+    EXPECT_TRUE(captions.emplace(row.family, HostKit::CaptionOf(row.family, row.number)).second)
+        << row.name;
+  }
+}
+
+struct LowNumber {
+  Family family;
+  std::uint32_t number;
+  const char* name;
+};
+
+TEST(Texts, ResultsEventsOperationsAndChoicesMayBearLowNumbers) {
+  const LowNumber rows[] = {
+      {Family::Error, 0, "SUCCESS"},   {Family::Event, 1, "UNDEFINED"},
+      {Family::Event, 2, "CONNECTED"}, {Family::Event, 3, "DISCONNECTED"},
+      {Family::Event, 5, "TEST_TRAP"}, {Family::Event, 4, "UNEXPECTED_DISCONNECT"},
+      {Family::Value, 1, "UNDEFINED"}, {Family::Operation, 1, "OP_UNDEFINED"}};
+  for (const LowNumber& row : rows) {
+    EXPECT_EQ(HostKit::NameOf(row.family, row.number), row.name);
+    EXPECT_EQ(HostKit::NumberOf(row.family, row.name), row.number);
+    EXPECT_NE(HostKit::CaptionOf(row.family, row.number), "");
+  }
+}
+
+TEST(Texts, NumbersOutsideTheTablesHaveNone) {
+  const Family families[] = {Family::Error, Family::Event, Family::Operation, Family::Property,
+                             Family::Value};
+  for (const Family family : families) {
+    for (const std::uint32_t number : {6U, 9999U, 20006U, 34999U, 60000U, 0xFFFFFFFFU}) {
+      EXPECT_EQ(HostKit::NameOf(family, number), "");
+      EXPECT_EQ(HostKit::CaptionOf(family, number), "");
+    }
+  }
+}
+
+PI::CEvent Event(std::uint32_t number, const char* first, const char* second) {
+  PI::CEvent event;
+  event.m_EventID = number;
+  event.SetPlaceHolder1(first);
+  event.SetPlaceHolder2(second);
+  return event;
+}
+
+std::size_t Count(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+TEST(EventMessages, NameTheAdapterOnceAndTheDriveWhereThereIsOne) {
+  for (const Number& row : kNumbers) {
+    if (row.family != Family::Event) continue;
+    const std::string message = HostKit::MessageOf(Event(row.number, "<card>", "<drive>"));
+    EXPECT_EQ(Count(message, "<card>"), 1U) << row.name;
+    EXPECT_EQ(Count(message, "<drive>"), row.number == 10985 ? 1U : 0U) << row.name;
+    EXPECT_EQ(Count(message, "%"), 0U) << row.name;
+  }
+}
+
+TEST(EventMessages, ReadAsSentences) {
+  EXPECT_EQ(HostKit::MessageOf(Event(10967, "Mezzanine (1)", "")),
+            "The temperature of adapter Mezzanine (1) is above its warning level.");
+  EXPECT_EQ(HostKit::MessageOf(Event(10985, "Mezzanine (1)", "Drive (0)")),
+            "On adapter Mezzanine (1) the format of drive Drive (0) has changed.");
+}
+
+TEST(EventMessages, ATextMayHoldWhatLooksLikeAPlace) {
+  EXPECT_EQ(HostKit::MessageOf(Event(10985, "%2", "%1 100%")),
+            "On adapter %2 the format of drive %1 100% has changed.");
+}
+
+TEST(EventMessages, AnEmptyTextIsSaidToBeSo) {
+  EXPECT_EQ(HostKit::MessageOf(Event(10980, "", "")), "Adapter (unnamed) works normally again.");
+}
+
+TEST(EventMessages, AnEventThatNobodyFilledHasOneToo) {
+  EXPECT_EQ(HostKit::MessageOf(PI::CEvent()), "An event without a description.");
+  EXPECT_EQ(HostKit::MessageOf(Event(10000, "a", "b")), "");
+}
+
+TEST(HostTexts, AskBeforeAnOperation) {
+  const std::pair<std::uint32_t, const char*> questions[] = {{22029, "Take it offline?"},
+                                                             {22031, "Bring it online?"},
+                                                             {22110, "Attach the adapter?"},
+                                                             {22111, "Detach the adapter?"}};
+  for (const auto& [number, question] : questions) {
+    const std::string text = HostKit::HostText(number);
+    EXPECT_EQ(text.substr(text.size() - std::string(question).size()), question);
+  }
+  EXPECT_EQ(HostKit::HostText(1), "");
+  EXPECT_EQ(HostKit::HostText(22030), "");
+}
+
+TEST(UnitSymbols, AreThoseOfEveryUnit) {
+  const std::pair<unsigned int, const char*> symbols[] = {
+      {21000, "°C"}, {21001, "KiB"}, {21002, "MiB"}, {21003, "GiB"}, {21004, "TiB"}, {21005, "PiB"},
+      {21007, "s"},  {21010, "%"},   {21025, "B"},   {21028, "W"},   {0, ""},        {21006, ""}};
+  for (const auto& [unit, symbol] : symbols) {
+    EXPECT_EQ(HostKit::UnitSymbol(static_cast<PI::_UNITS>(unit)), symbol);
+  }
+}
+
+}  // namespace
