@@ -10,7 +10,8 @@ namespace HostKit {
 // CORVANE_CONFIG_DIR, else $XDG_CONFIG_HOME/corvane, else ~/.config/corvane.
 HOST_API boost::filesystem::path ConfigFolder();
 
-// CORVANE_DATABASE, else $XDG_STATE_HOME/corvane/corvane.db, else ~/.local/state/corvane/corvane.db.
+// CORVANE_DATABASE, else $XDG_STATE_HOME/corvane/corvane.db, else
+// ~/.local/state/corvane/corvane.db.
 HOST_API boost::filesystem::path DatabaseFile();
 
 // CORVANE_SYSFS, else /sys.

@@ -1,0 +1,88 @@
+#include "host/Toolkit.h"
+#include "hostkit/toolkit/EventAccess.h"
+#include "hostkit/toolkit/Ledger.h"
+
+namespace HostKit {
+
+EventState::EventState() {
+  const MonitorLock lock = Monitor::Get().Enter();
+  m_Ordinal = Ledger::Get().events.Add(*this);
+}
+
+EventState::~EventState() {
+  const MonitorLock lock = Monitor::Get().Enter();
+  Ledger::Get().events.Remove(*this);
+}
+
+bool EventState::Take(ThreadRecord&) {
+  if (!m_Set) return false;
+  m_Set = m_ManualReset;
+  return true;
+}
+
+std::string EventState::Text() const {
+  return "event " + std::to_string(m_Ordinal);
+}
+
+}  // namespace HostKit
+
+namespace MBX::Threading {
+
+using HostKit::Ledger;
+using HostKit::Monitor;
+using HostKit::MonitorLock;
+
+namespace {
+
+bool IsUsable(const HostKit::EventState& state) {
+  const MonitorLock lock = Monitor::Get().Enter();
+  return state.m_Usable;
+}
+
+void Assign(HostKit::EventState& state, bool set) {
+  Monitor& monitor = Monitor::Get();
+  monitor.Point();
+  {
+    const MonitorLock lock = monitor.Enter();
+    if (!state.m_Usable) return;
+    state.m_Set = set;
+    monitor.Changed(lock);
+  }
+  monitor.Point();
+}
+
+}  // namespace
+
+CEvent::CEvent() : m_pState(std::make_shared<State>()) {}
+
+CEvent::~CEvent() = default;
+
+int CEvent::Init(bool initiallySet, bool manualReset) {
+  Monitor& monitor = Monitor::Get();
+  monitor.Point();
+  const MonitorLock lock = monitor.Enter();
+  if (Ledger::Get().failingEventInits.count(m_pState->m_Ordinal) > 0) return 0;
+  m_pState->m_Usable = true;
+  m_pState->m_ManualReset = manualReset;
+  m_pState->m_Set = initiallySet;
+  monitor.Changed(lock);
+  return 1;
+}
+
+void CEvent::Set() {
+  Assign(*m_pState, true);
+}
+
+void CEvent::Reset() {
+  Assign(*m_pState, false);
+}
+
+unsigned int CEvent::Wait(unsigned int timeoutMs) {
+  const std::shared_ptr<State> state = m_pState;
+  if (!IsUsable(*state)) return WAIT_FAILED;
+  Monitor& monitor = Monitor::Get();
+  monitor.WaitPoint();
+  return monitor.WaitFor(*state, timeoutMs) ? WAIT_SUCCEEDED : WAIT_TIMED_OUT;
+}
+
+}  // namespace MBX::Threading

@@ -1,0 +1,69 @@
+#include <cstdio>
+#include <string_view>
+
+#include "host/Toolkit.h"
+
+namespace MBX::Output_Streams {
+
+namespace {
+
+struct Placeholder {
+  std::size_t at;
+  std::size_t length;
+  bool hexadecimal;
+};
+
+// The first placeholder at or behind `from`; its position is npos when there is none.
+Placeholder FindPlaceholder(std::string_view text, std::size_t from) {
+  constexpr std::string_view hexadecimal = "0x%x";
+  for (std::size_t at = from; (at = text.find_first_of("%0", at)) != text.npos; ++at) {
+    if (text.substr(at, 2) == "%d" || text.substr(at, 2) == "%s") return {at, 2, false};
+    if (text.substr(at, hexadecimal.size()) == hexadecimal) return {at, hexadecimal.size(), true};
+  }
+  return {text.npos, 0, false};
+}
+
+// Puts `value` in place of a placeholder, if there is one, and says where the next search starts:
+// behind the value, so that a '%' in it stays one.
+std::size_t Replace(std::string& text, const Placeholder& place, std::string_view value) {
+  if (place.at == text.npos) return text.size();
+  text.replace(place.at, place.length, value);
+  return place.at + value.size();
+}
+
+std::string Number(unsigned long value, bool hexadecimal) {
+  char digits[2 + 20 + 1];
+  std::snprintf(digits, sizeof digits, hexadecimal ? "0x%lx" : "%lu", value);
+  return digits;
+}
+
+}  // namespace
+
+CFormatStream::CFormatStream(Internals::CTraceStreamBuffer& buffer, const char* format)
+    : m_Buffer(buffer), m_Text(format), m_Next(0) {}
+
+CFormatStream::~CFormatStream() {
+  m_Buffer.Append(m_Text);
+}
+
+CFormatStream& CFormatStream::FormatInt(unsigned int value) {
+  return FormatInt(static_cast<unsigned long>(value));
+}
+
+CFormatStream& CFormatStream::FormatInt(unsigned long value) {
+  const Placeholder place = FindPlaceholder(m_Text, m_Next);
+  m_Next = Replace(m_Text, place, Number(value, place.hexadecimal));
+  return *this;
+}
+
+CFormatStream& CFormatStream::operator<<(const char* text) {
+  m_Next = Replace(m_Text, FindPlaceholder(m_Text, m_Next), text == nullptr ? "(null)" : text);
+  return *this;
+}
+
+CFormatStream& CFormatStream::operator<<(const std::string& text) {
+  m_Next = Replace(m_Text, FindPlaceholder(m_Text, m_Next), text);
+  return *this;
+}
+
+}  // namespace MBX::Output_Streams

@@ -1,0 +1,78 @@
+#include "hostkit/Inspect.h"
+
+#include "hostkit/toolkit/Ledger.h"
+#include "hostkit/toolkit/States.h"
+
+namespace HostKit {
+
+Ledger& Ledger::Get() {
+  static Ledger& ledger = *new Ledger;
+  return ledger;
+}
+
+std::vector<LockView> Locks() {
+  const MonitorLock lock = Monitor::Get().Enter();
+  std::vector<LockView> views;
+  for (const LockState* state : Ledger::Get().locks.Alive()) {
+    const ThreadRecord* owner = state->m_pOwner;
+    views.push_back({state->m_Ordinal, owner == nullptr ? "" : owner->name, state->m_Depth});
+  }
+  return views;
+}
+
+std::vector<EventView> Events() {
+  const MonitorLock lock = Monitor::Get().Enter();
+  std::vector<EventView> views;
+  for (const EventState* state : Ledger::Get().events.Alive()) {
+    views.push_back({state->m_Ordinal, state->m_Usable, state->m_ManualReset, state->m_Set});
+  }
+  return views;
+}
+
+std::vector<ThreadView> Threads() {
+  const MonitorLock lock = Monitor::Get().Enter();
+  std::vector<ThreadView> views;
+  for (const ThreadState* state : Ledger::Get().threads.Alive()) {
+    if (state->m_Created) views.push_back({state->m_Ordinal, state->m_Ended, state->m_Cancelled});
+  }
+  return views;
+}
+
+void ResetLedger() {
+  const MonitorLock lock = Monitor::Get().Enter();
+  Ledger& ledger = Ledger::Get();
+  for (LockState* state : ledger.locks.Alive()) {
+    state->m_FailingWaits.clear();
+    state->m_MayFail = false;
+  }
+  ledger.locks.RestartOrdinals();
+  ledger.events.RestartOrdinals();
+  ledger.threads.RestartOrdinals();
+  ledger.failingLockInits.clear();
+  ledger.failingEventInits.clear();
+  ledger.failingLockWaits.clear();
+}
+
+void FailLockInit(std::size_t ordinal) {
+  const MonitorLock lock = Monitor::Get().Enter();
+  Ledger::Get().failingLockInits.insert(ordinal);
+}
+
+void FailEventInit(std::size_t ordinal) {
+  const MonitorLock lock = Monitor::Get().Enter();
+  Ledger::Get().failingEventInits.insert(ordinal);
+}
+
+void FailLockWait(std::size_t ordinal, unsigned int nth) {
+  const MonitorLock lock = Monitor::Get().Enter();
+  Ledger& ledger = Ledger::Get();
+  for (LockState* state : ledger.locks.Alive()) {
+    if (state->m_Ordinal != ordinal) continue;
+    state->m_FailingWaits.push_back(nth);
+    state->m_MayFail = true;
+    return;
+  }
+  ledger.failingLockWaits[ordinal].push_back(nth);
+}
+
+}  // namespace HostKit

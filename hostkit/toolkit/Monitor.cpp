@@ -1,0 +1,223 @@
+#include "hostkit/toolkit/Monitor.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
+
+#include "host/Toolkit.h"
+#include "hostkit/toolkit/RealScheduler.h"
+
+namespace HostKit {
+
+namespace {
+
+// Plain, so that a call after the thread's own objects are gone still finds something sound.
+thread_local ThreadRecord* t_pSelf = nullptr;
+thread_local bool t_Ending = false;
+
+struct OwnRecord {
+  std::shared_ptr<ThreadRecord> record;
+
+  ~OwnRecord() {
+    t_pSelf = nullptr;
+    t_Ending = true;
+    if (record) Monitor::Get().Forget(std::move(record));
+  }
+};
+
+thread_local OwnRecord t_Own;
+
+std::shared_ptr<ThreadRecord> NewRecord() {
+  auto record = std::make_shared<ThreadRecord>();
+  const pid_t thread = gettid();
+  record->name = thread == getpid() ? "main" : "native thread " + std::to_string(thread);
+  return record;
+}
+
+// Calls to the outside, for which the monitor is let go.
+class Unlocked {
+ public:
+  explicit Unlocked(MonitorLock& lock) : m_Lock(lock) { m_Lock.unlock(); }
+  ~Unlocked() { m_Lock.lock(); }
+  Unlocked(const Unlocked&) = delete;
+  Unlocked& operator=(const Unlocked&) = delete;
+
+ private:
+  MonitorLock& m_Lock;
+};
+
+}  // namespace
+
+void WakeSignal::Await(MonitorLock& lock) {
+  pthread_cond_wait(&m_Condition, lock.mutex()->native_handle());
+}
+
+void WakeSignal::AwaitUntil(MonitorLock& lock, std::int64_t deadlineNs) {
+  constexpr std::int64_t nsPerSecond = 1'000'000'000;
+  const timespec until{deadlineNs / nsPerSecond, deadlineNs % nsPerSecond};
+  pthread_cond_clockwait(&m_Condition, lock.mutex()->native_handle(), CLOCK_MONOTONIC, &until);
+}
+
+void WaitScheduler::CancelHere(ThreadRecord& self) {
+  if (!self.cancelRequested.load(std::memory_order_relaxed)) return;
+  // Taken back, so that waits met while the stack unwinds do not end the thread once more.
+  self.cancelRequested = false;
+  pthread_exit(PTHREAD_CANCELED);
+}
+
+Monitor::Monitor() : m_pScheduler(&RealTime()) {}
+
+Monitor& Monitor::Get() {
+  static Monitor& monitor = *new Monitor;
+  return monitor;
+}
+
+ThreadRecord& Monitor::Self() {
+  if (t_pSelf == nullptr) Get().Adopt(NewRecord());
+  return *t_pSelf;
+}
+
+void Monitor::Adopt(std::shared_ptr<ThreadRecord> record) {
+  t_pSelf = record.get();
+  if (!t_Ending) {
+    t_Own.record = std::move(record);
+    return;
+  }
+  const MonitorLock lock = Enter();
+  m_Graveyard.push_back(std::move(record));
+}
+
+void Monitor::Forget(std::shared_ptr<ThreadRecord> record) {
+  MonitorLock lock = Enter();
+  if (m_pPicker == record.get()) {
+    m_pPicker = nullptr;
+    Leave(lock, *record);
+  }
+  if (record->heldLocks > 0) m_Graveyard.push_back(std::move(record));
+}
+
+// A sleeper's entry in the list, which a cancellation takes out again.
+class Monitor::Stay {
+ public:
+  Stay(Monitor& monitor, Sleeper& sleeper)
+      : m_Monitor(monitor), m_Sleeper(sleeper), m_pOuter(sleeper.thread.sleeper) {
+    m_Monitor.m_Sleepers.push_back(&sleeper);
+    sleeper.thread.sleeper = &sleeper;
+  }
+  ~Stay() {
+    auto& sleepers = m_Monitor.m_Sleepers;
+    sleepers.erase(std::find(sleepers.begin(), sleepers.end(), &m_Sleeper));
+    m_Sleeper.thread.sleeper = m_pOuter;
+    m_Sleeper.thread.blocked = false;
+  }
+  Stay(const Stay&) = delete;
+  Stay& operator=(const Stay&) = delete;
+
+ private:
+  Monitor& m_Monitor;
+  Sleeper& m_Sleeper;
+  Sleeper* const m_pOuter;  // when a deadlock handler waits itself
+};
+
+bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {
+  ThreadRecord& self = Self();
+  WaitScheduler& scheduler = Scheduler();
+  MonitorLock lock = Enter();
+  scheduler.CancelHere(self);
+  if (condition.Take(self)) return true;
+  if (deadlineNs <= scheduler.SteadyNs()) return false;
+
+  Sleeper sleeper{self, condition, deadlineNs};
+  const Stay stay(*this, sleeper);
+  while (!sleeper.timedOut) {
+    sleeper.woken = false;
+    scheduler.Block(lock, sleeper);
+    scheduler.CancelHere(self);
+    if (condition.Take(self)) return true;
+  }
+  return false;
+}
+
+bool Monitor::WaitFor(Condition& condition, unsigned int timeoutMs) {
+  return WaitUntil(condition, DeadlineAfter(timeoutMs));
+}
+
+std::int64_t Monitor::DeadlineAfter(unsigned int timeoutMs) const {
+  if (timeoutMs == 0) return kAtOnce;
+  if (timeoutMs == MBX::Threading::WAIT_INFINITE) return kNever;
+  return Scheduler().SteadyNs() + timeoutMs * kNsPerMs;
+}
+
+void Monitor::WaitPoint() {
+  ThreadRecord& self = Self();
+  WaitScheduler& scheduler = Scheduler();
+  scheduler.Point(self);
+  scheduler.CancelHere(self);
+}
+
+void Monitor::Changed(const MonitorLock&) {
+  WaitScheduler& scheduler = Scheduler();
+  for (Sleeper* sleeper : m_Sleepers) {
+    if (!sleeper->woken && sleeper->condition.Met()) scheduler.Wake(*sleeper);
+  }
+}
+
+void Monitor::Join(const MonitorLock&, ThreadRecord& thread) {
+  if (thread.knownDepth++ > 0) return;
+  m_Known.push_back(&thread);
+  Scheduler().Joined(thread);
+}
+
+void Monitor::Leave(MonitorLock& lock, ThreadRecord& thread) {
+  if (--thread.knownDepth > 0) return;
+  m_Known.erase(std::find(m_Known.begin(), m_Known.end(), &thread));
+  Scheduler().Left(lock, thread);
+}
+
+void Monitor::Pick(WaitScheduler& scheduler, std::uint64_t seed) {
+  ThreadRecord& self = Self();
+  const MonitorLock lock = Enter();
+  for (const ThreadRecord* thread : m_Known) {
+    const bool onlyPicked = thread == m_pPicker && thread->knownDepth == 1;
+    if (thread == &self || onlyPicked) continue;
+    throw std::logic_error("the form of time was changed while " + thread->name + " runs");
+  }
+  if (m_pPicker != nullptr) --m_pPicker->knownDepth;
+  m_pPicker = &self;
+  ++self.knownDepth;
+  m_Known.assign(1, &self);
+  scheduler.Restart(seed);
+  m_pScheduler.store(&scheduler, std::memory_order_release);
+  scheduler.Joined(self);
+}
+
+void Monitor::SetDeadlockHandler(std::function<void(const std::string&)> handler) {
+  const MonitorLock lock = Enter();
+  m_OnDeadlock = std::move(handler);
+}
+
+std::string Monitor::DescribeWaits() const {
+  std::string text;
+  for (const Sleeper* sleeper : m_Sleepers) {
+    text += (text.empty() ? "" : "\n") + sleeper->thread.name + " waits for " +
+            sleeper->condition.Text();
+  }
+  return text;
+}
+
+void Monitor::ReportDeadlock(MonitorLock& lock) {
+  const std::string waits = DescribeWaits();
+  const auto handler = m_OnDeadlock;
+  if (!handler) {
+    std::fprintf(stderr, "deadlock:\n%s\n", waits.c_str());
+    std::abort();
+  }
+  const Unlocked unlocked(lock);
+  handler(waits);
+}
+
+}  // namespace HostKit

@@ -1,0 +1,65 @@
+#include "hostkit/toolkit/RealScheduler.h"
+
+#include <chrono>
+
+namespace HostKit {
+
+namespace {
+
+class RealScheduler final : public WaitScheduler {
+ public:
+  void Restart(std::uint64_t) override {}
+
+  std::int64_t SteadyNs() const override {
+    return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+  }
+
+  std::int64_t EpochMs() const override;
+  bool IsReal() const override { return true; }
+  void Block(MonitorLock& lock, Sleeper& sleeper) override;
+
+  void Wake(Sleeper& sleeper) override {
+    sleeper.woken = true;
+    sleeper.thread.wake.Send();
+  }
+
+  void CancelHere(ThreadRecord&) override { pthread_testcancel(); }
+
+ private:
+  mutable std::atomic<std::int64_t> m_AheadOfSteadyMs{std::numeric_limits<std::int64_t>::min()};
+};
+
+// The steady clock goes on when the wall clock is set back; when it is set forward, as after a
+// start without a battery clock, time follows.
+std::int64_t RealScheduler::EpochMs() const {
+  const std::int64_t steadyMs = SteadyNs() / kNsPerMs;
+  const auto wall = std::chrono::system_clock::now().time_since_epoch();
+  const std::int64_t wallMs = std::chrono::duration_cast<std::chrono::milliseconds>(wall).count();
+  std::int64_t ahead = m_AheadOfSteadyMs.load();
+  while (wallMs - steadyMs > ahead) {
+    if (m_AheadOfSteadyMs.compare_exchange_weak(ahead, wallMs - steadyMs)) {
+      ahead = wallMs - steadyMs;
+    }
+  }
+  return steadyMs + ahead;
+}
+
+void RealScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
+  while (!sleeper.woken && !sleeper.timedOut) {
+    if (sleeper.deadlineNs == kNever) {
+      sleeper.thread.wake.Await(lock);
+    } else {
+      sleeper.thread.wake.AwaitUntil(lock, sleeper.deadlineNs);
+      sleeper.timedOut = SteadyNs() >= sleeper.deadlineNs;
+    }
+  }
+}
+
+}  // namespace
+
+WaitScheduler& RealTime() {
+  static RealScheduler& scheduler = *new RealScheduler;
+  return scheduler;
+}
+
+}  // namespace HostKit

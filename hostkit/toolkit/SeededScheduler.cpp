@@ -1,0 +1,99 @@
+#include "hostkit/toolkit/SeededScheduler.h"
+
+#include "hostkit/toolkit/Monitor.h"
+
+namespace HostKit {
+
+namespace {
+
+// One switch in so many fires a time-out although threads could run: often enough to be met in
+// each schedule, seldom enough that a job is not always too late.
+constexpr unsigned int kTimerOdds = 64;
+
+}  // namespace
+
+void SeededScheduler::Restart(std::uint64_t seed) {
+  VirtualScheduler::Restart(seed);
+  m_Random.seed(seed);
+  m_pTurn = nullptr;
+}
+
+void SeededScheduler::Joined(ThreadRecord& thread) {
+  thread.blocked = false;
+  if (m_pTurn == nullptr) m_pTurn = &thread;
+}
+
+void SeededScheduler::Begin(MonitorLock& lock, ThreadRecord& self) {
+  AwaitTurn(lock, self);
+}
+
+void SeededScheduler::Left(MonitorLock& lock, ThreadRecord& thread) {
+  if (m_pTurn != &thread) return;
+  m_pTurn = nullptr;
+  PassOn(lock, nullptr);
+}
+
+void SeededScheduler::Point(ThreadRecord& self) {
+  if (self.knownDepth == 0 || self.pinned) return;
+  MonitorLock lock = Monitor::Get().Enter();
+  MaybeFireTimer();
+  ThreadRecord* next = Draw();
+  if (next == &self) return;
+  GiveTurn(next);
+  AwaitTurn(lock, self);
+}
+
+void SeededScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
+  const bool known = sleeper.thread.knownDepth > 0;
+  sleeper.thread.blocked = true;
+  if (known || m_pTurn == nullptr) PassOn(lock, &sleeper);
+  if (known) {
+    AwaitTurn(lock, sleeper.thread);
+  } else {
+    while (!sleeper.woken) sleeper.thread.wake.Await(lock);
+  }
+}
+
+void SeededScheduler::Wake(Sleeper& sleeper) {
+  VirtualScheduler::Wake(sleeper);
+  // Only an unknown thread can wake somebody while nobody has the turn.
+  if (m_pTurn == nullptr && sleeper.thread.knownDepth > 0) m_pTurn = &sleeper.thread;
+}
+
+void SeededScheduler::AwaitTurn(MonitorLock& lock, ThreadRecord& self) {
+  while (m_pTurn != &self) self.wake.Await(lock);
+}
+
+void SeededScheduler::PassOn(MonitorLock& lock, Sleeper* own) {
+  MaybeFireTimer();
+  Settle(lock, own);
+  const bool others = m_pTurn != nullptr && (own == nullptr || m_pTurn != &own->thread);
+  if (!others) GiveTurn(Draw());
+}
+
+void SeededScheduler::MaybeFireTimer() {
+  if (m_Random() % kTimerOdds == 0) JumpToDeadline();
+}
+
+ThreadRecord* SeededScheduler::Draw() {
+  std::size_t ready = 0;
+  for (const ThreadRecord* thread : Monitor::Get().Known()) ready += thread->blocked ? 0 : 1;
+  if (ready == 0) return nullptr;
+  std::size_t skip = m_Random() % ready;
+  for (ThreadRecord* thread : Monitor::Get().Known()) {
+    if (!thread->blocked && skip-- == 0) return thread;
+  }
+  return nullptr;
+}
+
+void SeededScheduler::GiveTurn(ThreadRecord* thread) {
+  m_pTurn = thread;
+  if (thread != nullptr) thread->wake.Send();
+}
+
+WaitScheduler& SeededTime() {
+  static SeededScheduler& scheduler = *new SeededScheduler;
+  return scheduler;
+}
+
+}  // namespace HostKit

@@ -1,0 +1,167 @@
+#include <utility>
+
+#include "host/Toolkit.h"
+#include "hostkit/toolkit/CancelShield.h"
+#include "hostkit/toolkit/Ledger.h"
+#include "hostkit/toolkit/States.h"
+
+namespace HostKit {
+
+ThreadState::ThreadState() : m_pRecord(std::make_shared<ThreadRecord>()) {
+  const MonitorLock lock = Monitor::Get().Enter();
+  m_Ordinal = Ledger::Get().threads.Add(*this);
+  m_pRecord->name = "thread " + std::to_string(m_Ordinal);
+}
+
+ThreadState::~ThreadState() {
+  const MonitorLock lock = Monitor::Get().Enter();
+  Ledger::Get().threads.Remove(*this);
+}
+
+std::string ThreadState::Text() const {
+  return "the end of " + m_pRecord->name;
+}
+
+namespace {
+
+using MBX::Delegates_and_Calls::CDelegate;
+
+struct Launch {
+  std::shared_ptr<ThreadState> state;
+  std::unique_ptr<CDelegate> call;
+};
+
+// Makes the end of the calling thread known, however it comes: by return or by unwinding. From
+// then on it can no longer be cancelled.
+class EndMark {
+ public:
+  explicit EndMark(std::shared_ptr<ThreadState> state) : m_State(std::move(state)) {}
+
+  ~EndMark() {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    Monitor& monitor = Monitor::Get();
+    MonitorLock lock = monitor.Enter();
+    m_State->m_Ended = true;
+    monitor.Changed(lock);
+    monitor.Leave(lock, *m_State->m_pRecord);
+  }
+
+  EndMark(const EndMark&) = delete;
+  EndMark& operator=(const EndMark&) = delete;
+
+ private:
+  const std::shared_ptr<ThreadState> m_State;
+};
+
+void Run(std::unique_ptr<Launch> launch) {
+  Monitor& monitor = Monitor::Get();
+  ThreadRecord& self = *launch->state->m_pRecord;
+  monitor.Adopt(launch->state->m_pRecord);
+  const EndMark mark(launch->state);
+  const std::unique_ptr<CDelegate> call = std::move(launch->call);
+  {
+    MonitorLock lock = monitor.Enter();
+    monitor.Scheduler().Begin(lock, self);
+  }
+  call->Call();
+}
+
+extern "C" void* HostKitThread(void* launch) {
+  Run(std::unique_ptr<Launch>(static_cast<Launch*>(launch)));
+  return nullptr;
+}
+
+// Known before it runs, so that virtual time waits for its first step.
+bool Start(std::unique_ptr<Launch> launch) {
+  Monitor& monitor = Monitor::Get();
+  ThreadState& state = *launch->state;
+  MonitorLock lock = monitor.Enter();
+  if (state.m_Created) return false;
+  monitor.Join(lock, *state.m_pRecord);
+  pthread_t thread{};
+  if (pthread_create(&thread, nullptr, HostKitThread, launch.get()) != 0) {
+    monitor.Leave(lock, *state.m_pRecord);
+    return false;
+  }
+  launch.release();
+  state.m_Created = true;
+  state.m_Handle = thread;
+  return true;
+}
+
+}  // namespace
+
+}  // namespace HostKit
+
+namespace MBX::Delegates_and_Calls {
+
+CDelegate::~CDelegate() = default;
+
+}  // namespace MBX::Delegates_and_Calls
+
+namespace MBX::Threading {
+
+using HostKit::Monitor;
+using HostKit::MonitorLock;
+
+struct CThread::State : HostKit::ThreadState {};
+
+CThread::CThread() : m_pState(std::make_shared<State>()) {}
+
+CThread::~CThread() {
+  // Joining is a native cancellation point, and this is a destructor.
+  const HostKit::CancelShield shield;
+  MonitorLock lock = Monitor::Get().Enter();
+  if (!m_pState->m_Created) return;
+  const pthread_t thread = m_pState->m_Handle;
+  if (!m_pState->m_Ended) {
+    pthread_detach(thread);
+    return;
+  }
+  lock.unlock();
+  // No wait worth the name: the thread has nothing left to do.
+  pthread_join(thread, nullptr);
+}
+
+int CThread::Create(const Delegates_and_Calls::CDelegate& delegate, bool suspended) {
+  if (suspended) return 0;
+  auto launch = std::make_unique<HostKit::Launch>(HostKit::Launch{m_pState, delegate.Clone()});
+  if (!HostKit::Start(std::move(launch))) return 0;
+  Monitor::Get().Point();
+  return 1;
+}
+
+unsigned int CThread::Wait(unsigned int timeoutMs) {
+  const std::shared_ptr<State> state = m_pState;
+  Monitor& monitor = Monitor::Get();
+  {
+    const MonitorLock lock = monitor.Enter();
+    if (!state->m_Created) return WAIT_FAILED;
+  }
+  monitor.WaitPoint();
+  return monitor.WaitFor(*state, timeoutMs) ? WAIT_SUCCEEDED : WAIT_TIMED_OUT;
+}
+
+unsigned long CThread::GetHandle() const {
+  const MonitorLock lock = Monitor::Get().Enter();
+  return m_pState->m_Handle;
+}
+
+void CThread::Cancel() {
+  Monitor& monitor = Monitor::Get();
+  monitor.Point();
+  const MonitorLock lock = monitor.Enter();
+  if (!m_pState->m_Created || m_pState->m_Ended) return;
+  m_pState->m_Cancelled = true;
+  if (monitor.Scheduler().IsReal()) {
+    pthread_cancel(m_pState->m_Handle);
+    return;
+  }
+  HostKit::ThreadRecord& target = *m_pState->m_pRecord;
+  target.cancelRequested = true;
+  if (target.sleeper != nullptr && !target.sleeper->woken) {
+    monitor.Scheduler().Wake(*target.sleeper);
+  }
+}
+
+}  // namespace MBX::Threading

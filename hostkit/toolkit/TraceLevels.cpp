@@ -1,0 +1,49 @@
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/trim.hpp>
+#include <charconv>
+
+#include "hostkit/Tracing.h"
+
+namespace HostKit {
+
+namespace {
+
+// Decimal, or hexadecimal behind "0x"; nothing else may stand beside it but white space.
+std::optional<std::uint32_t> Number(const std::string& text) {
+  const std::string digits = boost::algorithm::trim_copy(text);
+  const bool hexadecimal = boost::algorithm::istarts_with(digits, "0x");
+  const char* first = digits.data() + (hexadecimal ? 2 : 0);
+  const char* last = digits.data() + digits.size();
+  std::uint32_t number = 0;
+  const auto [end, error] = std::from_chars(first, last, number, hexadecimal ? 16 : 10);
+  if (error != std::errc() || end != last) return std::nullopt;
+  return number;
+}
+
+bool IsLevel(std::uint32_t number) {
+  return number != 0 && (number & (number - 1)) == 0;
+}
+
+// Each element one level: "3" in a list is more likely a slip than a mask.
+std::optional<std::uint32_t> List(const std::string& text) {
+  std::uint32_t mask = 0;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find(',', begin), text.size());
+    const auto level = Number(text.substr(begin, end - begin));
+    if (!level || !IsLevel(*level)) return std::nullopt;
+    mask |= *level;
+    begin = end + 1;
+  }
+  return mask;
+}
+
+}  // namespace
+
+std::optional<std::uint32_t> ParseTraceLevels(const std::string& text) {
+  const std::string word = boost::algorithm::trim_copy(text);
+  if (boost::algorithm::iequals(word, "all")) return ~std::uint32_t{0};
+  if (boost::algorithm::iequals(word, "off")) return 0;
+  return word.find(',') == word.npos ? Number(word) : List(word);
+}
+
+}  // namespace HostKit

@@ -1,0 +1,161 @@
+#include <spdlog/logger.h>
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+#include <spdlog/sinks/stdout_sinks.h>
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+#include "host/Toolkit.h"
+#include "hostkit/Tracing.h"
+#include "hostkit/toolkit/CancelShield.h"
+#include "hostkit/toolkit/Monitor.h"
+
+namespace HostKit {
+
+namespace {
+
+constexpr std::size_t kFileBytes = 10 * 1024 * 1024;
+constexpr std::size_t kOlderFiles = 3;
+
+std::unique_ptr<spdlog::logger> LogInto(spdlog::sink_ptr sink) {
+  auto logger = std::make_unique<spdlog::logger>("corvane", std::move(sink));
+  logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(
+      "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));
+  logger->flush_on(spdlog::level::trace);
+  return logger;
+}
+
+std::unique_ptr<spdlog::logger> LogToStandardError() {
+  return LogInto(std::make_shared<spdlog::sinks::stderr_sink_st>());
+}
+
+// Null when the file cannot be opened.
+std::unique_ptr<spdlog::logger> LogToFile(const std::string& path) {
+  try {
+    return LogInto(
+        std::make_shared<spdlog::sinks::rotating_file_sink_st>(path, kFileBytes, kOlderFiles));
+  } catch (const spdlog::spdlog_ex&) {
+    return nullptr;
+  }
+}
+
+std::unique_ptr<spdlog::logger> LogOfEnvironment() {
+  const char* path = std::getenv("CORVANE_TRACE_FILE");
+  if (path == nullptr || *path == '\0') return LogToStandardError();
+  auto log = LogToFile(path);
+  if (log) return log;
+  std::fprintf(stderr, "CORVANE_TRACE_FILE cannot be opened, tracing to standard error: %s\n",
+               path);
+  return LogToStandardError();
+}
+
+// One line of the log. Texts of a card may hold anything; a line stays a line.
+std::string Render(const TraceLine& line) {
+  std::string text = std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
+                     line.function + ':' + std::to_string(line.line) + ' ' + line.text;
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
+  return text;
+}
+
+// Where lines go. Never destroyed: modules trace until the process is gone.
+class TraceLog {
+ public:
+  static TraceLog& Get() {
+    static TraceLog& log = *new TraceLog;
+    return log;
+  }
+
+  void SetSink(std::function<void(const TraceLine&)> sink) {
+    const std::lock_guard lock(m_Mutex);
+    m_Sink = std::move(sink);
+  }
+
+  bool SetFile(const std::string& path) {
+    auto log = path.empty() ? LogToStandardError() : LogToFile(path);
+    if (!log) return false;
+    const std::lock_guard lock(m_Mutex);
+    m_Log = std::move(log);
+    return true;
+  }
+
+  void Write(const TraceLine& line);
+
+ private:
+  TraceLog() : m_Log(LogOfEnvironment()) {}
+
+  std::mutex m_Mutex;
+  std::function<void(const TraceLine&)> m_Sink;
+  std::unique_ptr<spdlog::logger> m_Log;
+};
+
+// A sink may use the kit, as for the time: no other thread may get its turn while this one holds
+// the log's native lock.
+class Pin {
+ public:
+  Pin() : m_Self(Monitor::Self()), m_Before(m_Self.pinned) { m_Self.pinned = true; }
+  ~Pin() { m_Self.pinned = m_Before; }
+  Pin(const Pin&) = delete;
+  Pin& operator=(const Pin&) = delete;
+
+ private:
+  ThreadRecord& m_Self;
+  const bool m_Before;
+};
+
+void TraceLog::Write(const TraceLine& line) {
+  const Pin pin;
+  const std::lock_guard lock(m_Mutex);
+  if (m_Sink) {
+    m_Sink(line);
+    return;
+  }
+  // The kit's own time, so that the log of a run in virtual time shows that time.
+  const std::chrono::milliseconds time(Monitor::Get().Scheduler().EpochMs());
+  m_Log->log(spdlog::log_clock::time_point(time), spdlog::source_loc{}, spdlog::level::info,
+             Render(line));
+}
+
+// "CorvanePlugin" of "/src/CorvanePlugin.cpp".
+std::string Stem(std::string path) {
+  path.erase(0, path.rfind('/') + 1);
+  return path.substr(0, path.find('.'));
+}
+
+}  // namespace
+
+void SetTraceSink(std::function<void(const TraceLine&)> sink) {
+  TraceLog::Get().SetSink(std::move(sink));
+}
+
+bool SetTraceFile(const std::string& path) {
+  const CancelShield shield;
+  return TraceLog::Get().SetFile(path);
+}
+
+}  // namespace HostKit
+
+namespace MBX::Internals {
+
+CTraceStreamBuffer::CTraceStreamBuffer(unsigned int level, const Misc::CModuleInfo& module,
+                                       const char* file, const char* function, int line)
+    : m_Level(level), m_Module(module), m_File(file), m_Function(function), m_Line(line) {}
+
+CTraceStreamBuffer::~CTraceStreamBuffer() {
+  // Writing is a native cancellation point, and this is a destructor.
+  const HostKit::CancelShield shield;
+  HostKit::TraceLog::Get().Write(
+      {m_Level, m_Module.m_Name, HostKit::Stem(m_File), m_Function, m_Line, m_Text});
+}
+
+void CTraceStreamBuffer::Append(const std::string& text) {
+  m_Text += text;
+}
+
+}  // namespace MBX::Internals

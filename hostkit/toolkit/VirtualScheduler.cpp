@@ -1,0 +1,88 @@
+#include "hostkit/toolkit/VirtualScheduler.h"
+
+#include <algorithm>
+
+#include "hostkit/toolkit/Monitor.h"
+
+namespace HostKit {
+
+namespace {
+
+// Every run in virtual time begins at the same moment, so that it can be repeated to the digit:
+// 2026-01-01 00:00 UTC. The steady clock begins elsewhere, as a machine's does.
+constexpr std::int64_t kFirstEpochMs = 1'767'225'600'000;
+constexpr std::int64_t kFirstSteadyNs = 1'000'000'000'000;
+
+}  // namespace
+
+void VirtualScheduler::Restart(std::uint64_t) {
+  m_NowNs = kFirstSteadyNs;
+  m_Reported = false;
+}
+
+std::int64_t VirtualScheduler::EpochMs() const {
+  return kFirstEpochMs + (m_NowNs - kFirstSteadyNs) / kNsPerMs;
+}
+
+void VirtualScheduler::Left(MonitorLock& lock, ThreadRecord&) {
+  Settle(lock, nullptr);
+}
+
+void VirtualScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
+  sleeper.thread.blocked = true;
+  Settle(lock, &sleeper);
+  while (!sleeper.woken) sleeper.thread.wake.Await(lock);
+}
+
+void VirtualScheduler::Wake(Sleeper& sleeper) {
+  m_Reported = false;
+  sleeper.woken = true;
+  sleeper.thread.blocked = false;
+  sleeper.thread.wake.Send();
+}
+
+bool VirtualScheduler::JumpToDeadline() {
+  std::int64_t earliest = kNever;
+  for (const Sleeper* sleeper : Monitor::Get().Sleepers()) {
+    if (!sleeper->woken) earliest = std::min(earliest, sleeper->deadlineNs);
+  }
+  if (earliest == kNever) return false;
+  m_NowNs = std::max(m_NowNs.load(), earliest);
+  for (Sleeper* sleeper : Monitor::Get().Sleepers()) {
+    if (sleeper->woken || sleeper->deadlineNs > m_NowNs) continue;
+    sleeper->timedOut = true;
+    Wake(*sleeper);
+  }
+  return true;
+}
+
+// A thread that the kit does not know counts from when it was woken until it goes on.
+bool VirtualScheduler::SomebodyCanRun() const {
+  const auto& known = Monitor::Get().Known();
+  const auto& sleepers = Monitor::Get().Sleepers();
+  return std::any_of(known.begin(), known.end(), [](auto* thread) { return !thread->blocked; }) ||
+         std::any_of(sleepers.begin(), sleepers.end(),
+                     [](auto* sleeper) { return sleeper->woken; });
+}
+
+void VirtualScheduler::Settle(MonitorLock& lock, Sleeper* own) {
+  while (!SomebodyCanRun() && !JumpToDeadline() && !m_Reported) {
+    if (Monitor::Get().Sleepers().empty()) return;
+    ReportDeadlock(lock, own);
+  }
+}
+
+// The handler may use the kit to break the deadlock, so its thread counts as running meanwhile.
+void VirtualScheduler::ReportDeadlock(MonitorLock& lock, Sleeper* own) {
+  m_Reported = true;
+  if (own != nullptr) own->thread.blocked = false;
+  Monitor::Get().ReportDeadlock(lock);
+  if (own != nullptr) own->thread.blocked = !own->woken;
+}
+
+WaitScheduler& VirtualTime() {
+  static VirtualScheduler& scheduler = *new VirtualScheduler;
+  return scheduler;
+}
+
+}  // namespace HostKit

@@ -1,0 +1,212 @@
+#include <unistd.h>
+
+#include <atomic>
+
+#include "hostkit/Tracing.h"
+#include "tests/hostkit/toolkit/Fixtures.h"
+
+using namespace MBX::Threading;
+
+namespace {
+
+// Tells of a stack that was unwound.
+class Witness {
+ public:
+  explicit Witness(std::atomic<bool>& unwound) : m_Unwound(unwound) {}
+  ~Witness() { m_Unwound = true; }
+  Witness(const Witness&) = delete;
+  Witness& operator=(const Witness&) = delete;
+
+ private:
+  std::atomic<bool>& m_Unwound;
+};
+
+class Cancellation : public EveryForm {
+ protected:
+  // Cancels a thread that holds a lock through a guard and runs `wait`, and looks at what is left.
+  void CancelDuring(const std::function<void()>& wait) {
+    ReadyLock held;
+    ReadyEvent started;
+    std::atomic<bool> unwound{false};
+    bool returned = false;
+    {
+      Job job([&] {
+        const Witness witness(unwound);
+        const CSyncGuard guard(held, WAIT_INFINITE);
+        started.Set();
+        wait();
+        returned = true;
+      });
+      started.Wait(WAIT_INFINITE);
+      job->Cancel();
+      EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+    }
+    EXPECT_TRUE(unwound);
+    EXPECT_FALSE(returned);
+    EXPECT_EQ(1U, held.Wait(0)) << "the guard released its lock";
+    held.Release();
+  }
+};
+
+TEST_P(Cancellation, EndsAWaitForAnEvent) {
+  ReadyEvent event;
+  CancelDuring([&] { event.Wait(WAIT_INFINITE); });
+  event.Set();
+  EXPECT_EQ(1U, event.Wait(0)) << "the wait took nothing with it";
+}
+
+TEST_P(Cancellation, EndsAWaitForALock) {
+  ReadyLock lock;
+  lock.Wait(WAIT_INFINITE);
+  CancelDuring([&] { lock.Wait(WAIT_INFINITE); });
+  lock.Release();
+  EXPECT_EQ(0U, HostKit::Locks().front().depth);
+}
+
+TEST_P(Cancellation, EndsAWaitForSeveralEvents) {
+  ReadyEvent first, second;
+  CWaiter waiter;
+  waiter.Add(first);
+  waiter.Add(second);
+  CancelDuring([&] { waiter.Wait(WAIT_INFINITE, false); });
+}
+
+TEST_P(Cancellation, EndsAWaitForAThread) {
+  ReadyEvent event;
+  Job other([&] { event.Wait(WAIT_INFINITE); });
+  CancelDuring([&] { other->Wait(WAIT_INFINITE); });
+  EXPECT_EQ(130U, other->Wait(0));
+  event.Set();
+}
+
+TEST_P(Cancellation, EndsASleep) {
+  CancelDuring([&] { Sleep(10'000'000); });
+}
+
+TEST_P(Cancellation, TakesEffectAtTheNextWaitOfARunningThread) {
+  ReadyEvent started, event;
+  std::atomic<bool> cancelled{false};
+  std::atomic<bool> reached{false};
+  std::atomic<bool> passed{false};
+  Job job([&] {
+    started.Set();
+    while (!cancelled) HostKit::SwitchPoint();
+    reached = true;
+    event.Wait(0);
+    passed = true;
+  });
+  started.Wait(WAIT_INFINITE);
+  job->Cancel();
+  cancelled = true;
+  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_TRUE(reached);
+  EXPECT_FALSE(passed);
+}
+
+TEST_P(Cancellation, IsBorneByAThreadThatHasEndedOrNeverWas) {
+  CThread none;
+  none.Cancel();
+  EXPECT_EQ(0U, none.Wait(0));
+  Job job([] {});
+  job->Wait(WAIT_INFINITE);
+  job->Cancel();
+  EXPECT_EQ(1U, job->Wait(0));
+  ASSERT_EQ(1U, HostKit::Threads().size());
+  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+}
+
+TEST_P(Cancellation, MayBeAskedForTwiceAndIsSeen) {
+  ReadyEvent event;
+  Job job([&] { event.Wait(WAIT_INFINITE); });
+  job->Cancel();
+  job->Cancel();
+  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_TRUE(HostKit::Threads()[0].cancelled);
+  EXPECT_TRUE(HostKit::Threads()[0].ended);
+}
+
+TEST_P(Cancellation, LeavesTheWakeUpToTheOtherWaiters) {
+  ReadyEvent event;
+  unsigned int result = 0;
+  Job stays([&] { result = event.Wait(WAIT_INFINITE); });
+  Job goes([&] { event.Wait(WAIT_INFINITE); });
+  Sleep(5);
+  goes->Cancel();
+  goes->Wait(WAIT_INFINITE);
+  event.Set();
+  stays->Wait(WAIT_INFINITE);
+  EXPECT_EQ(1U, result);
+}
+
+// A line on its way to the sink is written whole: it is sent by a destructor.
+TEST_P(Cancellation, LetsATraceLineThrough) {
+  MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
+  ReadyEvent inSink, cancelled;
+  std::string seen;
+  HostKit::SetTraceSink([&](const HostKit::TraceLine& line) {
+    pthread_testcancel();
+    seen = line.text;
+  });
+  Job job([&] {
+    inSink.Set();
+    while (cancelled.Wait(0) != 1) {
+      MBX::Internals::CTraceStreamBuffer buffer(2, module, "File.cpp", "Function", 1);
+      buffer.Append("a line");
+    }
+  });
+  inSink.Wait(WAIT_INFINITE);
+  job->Cancel();
+  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  HostKit::SetTraceSink({});
+  EXPECT_TRUE(seen.empty() || seen == "a line");
+}
+
+IN_EVERY_FORM(Cancellation);
+
+TEST(RealCancellation, EndsANativeCallThatIsStuck) {
+  HostKit::UseRealTime();
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  std::atomic<bool> unwound{false};
+  {
+    Job job([&] {
+      const Witness witness(unwound);
+      char byte = 0;
+      while (read(ends[0], &byte, 1) != 1) {
+      }
+    });
+    job->Cancel();
+    EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  }
+  EXPECT_TRUE(unwound);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+// The sink is in the middle of a line while the thread is cancelled.
+TEST(RealCancellation, LetsASinkFinishItsLine) {
+  HostKit::UseRealTime();
+  MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
+  std::atomic<bool> inSink{false}, cancelled{false}, finished{false}, passed{false};
+  HostKit::SetTraceSink([&](const HostKit::TraceLine&) {
+    inSink = true;
+    while (!cancelled) usleep(100);
+    pthread_testcancel();
+    finished = true;
+  });
+  ReadyEvent event;
+  Job job([&] {
+    { const MBX::Internals::CTraceStreamBuffer line(2, module, "File.cpp", "Function", 1); }
+    event.Wait(0);
+    passed = true;
+  });
+  while (!inSink) usleep(100);
+  job->Cancel();
+  cancelled = true;
+  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  HostKit::SetTraceSink({});
+  EXPECT_TRUE(finished);
+  EXPECT_FALSE(passed);
+}
+
+}  // namespace

@@ -1,0 +1,117 @@
+#include <sstream>
+
+#include "tests/hostkit/toolkit/Fixtures.h"
+
+using namespace MBX::Threading;
+
+namespace {
+
+class Inspect : public EveryForm {
+ protected:
+  void TearDown() override {
+    HostKit::ResetLedger();
+    EveryForm::TearDown();
+  }
+
+  // "1:main*2 2:free"
+  static std::string LocksNow() {
+    std::ostringstream text;
+    for (const auto& lock : HostKit::Locks()) {
+      text << (text.tellp() > 0 ? " " : "") << lock.ordinal << ':'
+           << (lock.owner.empty() ? "free" : lock.owner);
+      if (lock.depth > 0) text << '*' << lock.depth;
+    }
+    return text.str();
+  }
+};
+
+TEST_P(Inspect, ShowsWhoHoldsWhichLockHowOften) {
+  ReadyLock first, second;
+  first.Wait(WAIT_INFINITE);
+  first.Wait(WAIT_INFINITE);
+  EXPECT_EQ("1:main*2 2:free", LocksNow());
+  Job([&] {
+    const CSyncGuard guard(second, WAIT_INFINITE);
+    EXPECT_EQ("1:main*2 2:thread 1*1", LocksNow());
+  })->Wait(WAIT_INFINITE);
+  first.Release();
+  first.Release();
+  EXPECT_EQ("1:free 2:free", LocksNow());
+}
+
+TEST_P(Inspect, KeepsTheOwnerOfALockWhoseThreadEndedWithIt) {
+  ReadyLock lock;
+  Job([&] { lock.Wait(WAIT_INFINITE); })->Wait(WAIT_INFINITE);
+  EXPECT_EQ("1:thread 1*1", LocksNow());
+  EXPECT_EQ(130U, lock.Wait(0));
+}
+
+TEST_P(Inspect, CountsAgainAfterAReset) {
+  ReadyLock before;
+  HostKit::ResetLedger();
+  ReadyLock after;
+  EXPECT_EQ("0:free 1:free", LocksNow());
+}
+
+TEST_P(Inspect, ShowsTheStateOfEvents) {
+  ReadyEvent automatic;
+  ReadyEvent manual(true);
+  CEvent unusable;
+  manual.Set();
+  const auto events = HostKit::Events();
+  ASSERT_EQ(3U, events.size());
+  EXPECT_TRUE(events[0].initialized && !events[0].manualReset && !events[0].set);
+  EXPECT_TRUE(events[1].initialized && events[1].manualReset && events[1].set);
+  EXPECT_FALSE(events[2].initialized);
+  EXPECT_EQ(3U, events[2].ordinal);
+}
+
+TEST_P(Inspect, ShowsThreadsThatWereStarted) {
+  const CThread none;
+  ReadyEvent event;
+  Job job([&] { event.Wait(WAIT_INFINITE); });
+  ASSERT_EQ(1U, HostKit::Threads().size());
+  EXPECT_EQ(2U, HostKit::Threads()[0].ordinal);
+  EXPECT_FALSE(HostKit::Threads()[0].ended);
+  event.Set();
+  job->Wait(WAIT_INFINITE);
+  EXPECT_TRUE(HostKit::Threads()[0].ended);
+  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+}
+
+TEST_P(Inspect, MakesAnInitFail) {
+  HostKit::FailLockInit(2);
+  HostKit::FailEventInit(1);
+  Native_OS::CFastMutex first, second;
+  CEvent event;
+  EXPECT_EQ(1, first.Init());
+  EXPECT_EQ(0, second.Init());
+  EXPECT_EQ(0, event.Init(false, false));
+  EXPECT_EQ(0U, second.Wait(0));
+  HostKit::ResetLedger();
+  EXPECT_EQ(1, second.Init());
+  EXPECT_EQ(1, event.Init(false, false));
+}
+
+TEST_P(Inspect, MakesTheNthWaitOfALockFailThatIsThereOrWillBe) {
+  HostKit::FailLockWait(2, 1);
+  ReadyLock first, second;
+  HostKit::FailLockWait(1, 2);
+  HostKit::FailLockWait(1, 4);
+  EXPECT_EQ(0U, second.Wait(WAIT_INFINITE));
+  EXPECT_EQ(1U, second.Wait(WAIT_INFINITE));
+  std::string results;
+  for (int i = 0; i < 5; ++i) results += std::to_string(first.Wait(WAIT_INFINITE));
+  EXPECT_EQ("10101", results);
+}
+
+TEST_P(Inspect, TakesFailuresBack) {
+  ReadyLock lock;
+  HostKit::FailLockWait(1, 1);
+  HostKit::ResetLedger();
+  EXPECT_EQ(1U, lock.Wait(0));
+}
+
+IN_EVERY_FORM(Inspect);
+
+}  // namespace

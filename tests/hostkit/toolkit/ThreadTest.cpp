@@ -1,0 +1,95 @@
+#include <memory>
+
+#include "tests/hostkit/toolkit/Fixtures.h"
+
+using namespace MBX::Threading;
+
+namespace {
+
+// A thread object and what it runs: it waits until it may end.
+class Thread : public EveryForm {
+ protected:
+  using Delegate = MBX::Delegates_and_Calls::TDelegateR0<Thread, unsigned int>;
+
+  unsigned int Run() {
+    m_MayEnd.Wait(WAIT_INFINITE);
+    m_Done.Set();
+    return 1;
+  }
+
+  int Create(bool suspended = false) {
+    return m_pThread->Create(Delegate(this, &Thread::Run), suspended);
+  }
+  void LetEnd() { m_MayEnd.Set(); }
+
+  ReadyEvent m_MayEnd, m_Done;
+  std::unique_ptr<CThread> m_pThread = std::make_unique<CThread>();
+};
+
+TEST_P(Thread, IsNoneBeforeItIsCreated) {
+  EXPECT_EQ(0U, m_pThread->Wait(0));
+  EXPECT_EQ(0UL, m_pThread->GetHandle());
+}
+
+TEST_P(Thread, CannotBeCreatedSuspended) {
+  EXPECT_EQ(0, Create(true));
+  EXPECT_EQ(0UL, m_pThread->GetHandle());
+}
+
+TEST_P(Thread, RunsUntilItsCallReturns) {
+  EXPECT_EQ(1, Create());
+  EXPECT_NE(0UL, m_pThread->GetHandle());
+  EXPECT_EQ(130U, m_pThread->Wait(0));
+  EXPECT_EQ(130U, m_pThread->Wait(5));
+  LetEnd();
+  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(1U, m_pThread->Wait(0));
+  EXPECT_NE(0UL, m_pThread->GetHandle());
+}
+
+TEST_P(Thread, CannotBeCreatedTwice) {
+  EXPECT_EQ(1, Create());
+  EXPECT_EQ(0, Create());
+  LetEnd();
+  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(0, Create());
+}
+
+TEST_P(Thread, CanBeDeletedBeforeItIsCreated) {
+  m_pThread.reset();
+  EXPECT_TRUE(HostKit::Threads().empty());
+}
+
+TEST_P(Thread, CanBeDeletedAfterItsEnd) {
+  EXPECT_EQ(1, Create());
+  LetEnd();
+  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  m_pThread.reset();
+  m_Done.Wait(WAIT_INFINITE);
+}
+
+TEST_P(Thread, GoesOnByItselfWhenItIsDeletedWhileItRuns) {
+  EXPECT_EQ(1, Create());
+  m_pThread.reset();
+  ASSERT_EQ(1U, HostKit::Threads().size());
+  EXPECT_FALSE(HostKit::Threads()[0].ended);
+  LetEnd();
+  EXPECT_EQ(1U, m_Done.Wait(WAIT_INFINITE));
+  while (!HostKit::Threads().empty()) Sleep(1);
+}
+
+TEST_P(Thread, IsWaitedForByManyAtOnce) {
+  EXPECT_EQ(1, Create());
+  unsigned int results[2] = {0, 0};
+  {
+    const Job first([&] { results[0] = m_pThread->Wait(WAIT_INFINITE); });
+    const Job second([&] { results[1] = m_pThread->Wait(WAIT_INFINITE); });
+    LetEnd();
+  }
+  EXPECT_EQ(1U, results[0]);
+  EXPECT_EQ(1U, results[1]);
+}
+
+IN_EVERY_FORM(Thread);
+
+}  // namespace

@@ -1,0 +1,130 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "host/Toolkit.h"
+#include "hostkit/Scheduler.h"
+#include "hostkit/Tracing.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+using testing::MatchesRegex;
+
+class TraceLog : public testing::Test {
+ protected:
+  void SetUp() override { fs::create_directories(m_Folder); }
+  void TearDown() override {
+    HostKit::SetTraceSink({});
+    HostKit::SetTraceFile("");
+    fs::remove_all(m_Folder);
+  }
+
+  void Send(unsigned int level, const std::string& text) {
+    MBX::Internals::CTraceStreamBuffer buffer(level, m_Module, "/src/Corvane/Some.File.cpp",
+                                              "Worker", 42);
+    buffer.Append(text);
+  }
+
+  static std::string Content(const fs::path& file) {
+    std::ostringstream content;
+    content << std::ifstream(file.string()).rdbuf();
+    return content.str();
+  }
+
+  const fs::path m_Folder = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
+  const fs::path m_File = m_Folder / "trace.log";
+  const MBX::Misc::CModuleInfo m_Module{304, "Module", "1", nullptr, nullptr};
+};
+
+TEST_F(TraceLog, GivesASinkEachLineWithItsParts) {
+  std::vector<HostKit::TraceLine> lines;
+  HostKit::SetTraceSink([&](const HostKit::TraceLine& line) { lines.push_back(line); });
+  Send(16, "a text");
+  ASSERT_EQ(1U, lines.size());
+  EXPECT_EQ(16U, lines[0].level);
+  EXPECT_EQ("Module", lines[0].module);
+  EXPECT_EQ("Some", lines[0].file);
+  EXPECT_EQ("Worker", lines[0].function);
+  EXPECT_EQ(42, lines[0].line);
+  EXPECT_EQ("a text", lines[0].text);
+}
+
+TEST_F(TraceLog, WritesOneLineEachIntoAFile) {
+  ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
+  Send(16, "100% {} %s");
+  Send(2, "two\nlines\x1b[31m");
+  const std::string time = "[0-9]+-[0-9]+-[0-9]+T[0-9]+:[0-9]+:[0-9]+\\.[0-9]+Z ";
+  EXPECT_THAT(Content(m_File), MatchesRegex(time + "16 Module Some Worker:42 100% \\{\\} %s\n" +
+                                            time + "2 Module Some Worker:42 two lines \\[31m\n"));
+}
+
+TEST_F(TraceLog, ShowsVirtualTime) {
+  HostKit::UseVirtualTime();
+  ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
+  HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 90'061'001'000'000);
+  Send(2, "a day later");
+  HostKit::UseRealTime();
+  EXPECT_EQ("2026-01-02T01:01:01.001Z 2 Module Some Worker:42 a day later\n", Content(m_File));
+}
+
+TEST_F(TraceLog, StaysWhereItWasWhenAFileCannotBeOpened) {
+  ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
+  EXPECT_FALSE(HostKit::SetTraceFile(m_Folder.string()));
+  Send(2, "still here");
+  EXPECT_THAT(Content(m_File), testing::HasSubstr("still here"));
+}
+
+TEST_F(TraceLog, ComesBackWhenTheSinkGoes) {
+  int lines = 0;
+  ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
+  HostKit::SetTraceSink([&](const HostKit::TraceLine&) { ++lines; });
+  Send(2, "to the sink");
+  HostKit::SetTraceSink({});
+  Send(2, "to the log");
+  EXPECT_EQ(1, lines);
+  EXPECT_THAT(Content(m_File), testing::HasSubstr("to the log"));
+  EXPECT_THAT(Content(m_File), testing::Not(testing::HasSubstr("to the sink")));
+}
+
+TEST_F(TraceLog, StartsANewFileWhenTheOldOneIsFull) {
+  ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
+  const std::string text(1'000'000, 'x');
+  for (int i = 0; i < 12; ++i) Send(2, text);
+  EXPECT_TRUE(fs::exists(m_Folder / "trace.1.log"));
+  EXPECT_LE(fs::file_size(m_File), 10U * 1024 * 1024);
+}
+
+using TraceLogDeathTest = TraceLog;
+
+TEST_F(TraceLogDeathTest, GoesToStandardErrorAtStart) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(
+      {
+        Send(4, "hello");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), "Z 4 Module Some Worker:42 hello\n$");
+}
+
+TEST_F(TraceLogDeathTest, GoesToTheFileOfTheEnvironment) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const fs::path file = fs::current_path() / "trace-of-environment.log";
+  setenv("CORVANE_TRACE_FILE", file.c_str(), 1);
+  EXPECT_EXIT(
+      {
+        Send(4, "hello");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), "^$");
+  unsetenv("CORVANE_TRACE_FILE");
+  EXPECT_THAT(Content(file), testing::HasSubstr(" 4 Module Some Worker:42 hello\n"));
+  fs::remove(file);
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+// Carries `boost::this_thread::sleep_for` of plug-in and simulator to the kit's clock.
+//
+// Boost sleeps on a condition that nobody signals, until a moment of its steady clock. Both of its
+// calls, for that clock and for the timed wait, are found by name when the program is loaded, and
+// an executable's own definitions come first. In virtual and seeded time they are answered by the
+// kit for its threads; in real time, and for other threads, they go on to where they would have
+// gone. A program with this seam must not wait with a time-out on a condition of its own.
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <boost/chrono/system_clocks.hpp>
+#include <cerrno>
+#include <ctime>
+
+#include "hostkit/Scheduler.h"
+
+#define SEAM_API __attribute__((visibility("default")))
+
+namespace {
+
+constexpr std::int64_t kNsPerSecond = 1'000'000'000;
+
+std::int64_t Nanoseconds(const timespec& time) {
+  return time.tv_sec * kNsPerSecond + time.tv_nsec;
+}
+
+// A mutex that is let go for a while; taken again also when the sleeper's stack unwinds.
+class Unlocked {
+ public:
+  explicit Unlocked(pthread_mutex_t* mutex) : m_pMutex(mutex) { pthread_mutex_unlock(m_pMutex); }
+  ~Unlocked() { pthread_mutex_lock(m_pMutex); }
+  Unlocked(const Unlocked&) = delete;
+  Unlocked& operator=(const Unlocked&) = delete;
+
+ private:
+  pthread_mutex_t* m_pMutex;
+};
+
+#if defined(__has_feature)
+#define SEAM_HAS_FEATURE(name) __has_feature(name)
+#else
+#define SEAM_HAS_FEATURE(name) 0
+#endif
+
+// The wait that this file stands in front of. Clang's thread sanitizer is part of the executable,
+// so the next definition behind it would be one that the sanitizer does not see.
+#if SEAM_HAS_FEATURE(thread_sanitizer)
+extern "C" int __interceptor_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*,
+                                                    const timespec*);
+
+int RealTimedWait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* until) {
+  return __interceptor_pthread_cond_timedwait(condition, mutex, until);
+}
+#else
+int RealTimedWait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* until) {
+  using Function = int (*)(pthread_cond_t*, pthread_mutex_t*, const timespec*);
+  static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "pthread_cond_timedwait"));
+  return real(condition, mutex, until);
+}
+#endif
+
+// Not inlined: a native cancellation of the real wait would leave its objects' traps on the stack,
+// and the address sanitizer would fall into them while the sleeper unwinds.
+[[gnu::noinline]] int KitTimedWait(pthread_mutex_t* mutex, const timespec& until) {
+  const Unlocked unlocked(mutex);
+  HostKit::SleepUntilNs(Nanoseconds(until));
+  return ETIMEDOUT;
+}
+
+}  // namespace
+
+extern "C" SEAM_API int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                               const timespec* until) {
+  return HostKit::OnKitTime() ? KitTimedWait(mutex, *until)
+                              : RealTimedWait(condition, mutex, until);
+}
+
+namespace boost {
+namespace chrono {
+
+SEAM_API steady_clock::time_point steady_clock::now() BOOST_NOEXCEPT {
+  if (HostKit::OnKitTime()) return time_point(nanoseconds(HostKit::SteadyNowNs()));
+  timespec time{};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return time_point(nanoseconds(Nanoseconds(time)));
+}
+
+}  // namespace chrono
+}  // namespace boost
