@@ -1,0 +1,251 @@
+// The program `cardsim`: edits the file of simulated cards from a shell.
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "cardsim/cardsim.h"
+
+namespace {
+
+using CardSim::NoSuchThing;
+using CardSim::StateFile;
+
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kUsage = 2;
+constexpr int kNoSuch = 3;
+
+// What the command line said; each command reads its own.
+struct Arguments {
+  std::string state = StateFile::DefaultPath().string();
+  std::string kind;
+  std::string card;
+  std::string attribute;
+  std::string value;
+  std::string bit;
+  std::string function;
+  std::string text = "made to fail by cardsim";
+  std::string folder;
+  std::uint64_t code = 1;
+  unsigned int count = 1;
+  bool force = false;
+};
+
+void Say(const std::string& line) {
+  std::cout << line << '\n';
+}
+
+// A text value without its quotes, since people read it; everything else as JSON.
+std::string Plain(const std::string& json) {
+  if (json.empty() || json[0] != '"') return json;
+  return nlohmann::json::parse(json).get<std::string>();
+}
+
+std::string Shown(const StateFile& file, const std::string& card, const char* attribute) {
+  const std::string value = Plain(file.Get(card, attribute));
+  return value == "absent" ? "-" : value;
+}
+
+std::string NameOfState(const std::string& state) {
+  constexpr const char* kNames[] = {"detached", "attaching", "attached", "detaching",
+                                    "busy",     "minimal",   "failed",   "stopped"};
+  if (state.size() == 1 && state[0] >= '0' && state[0] <= '7') return kNames[state[0] - '0'];
+  return state == "-" ? state : "failed";
+}
+
+unsigned int Number(const std::string& text) {
+  unsigned int number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+std::string PciAddress(const StateFile& file, const std::string& card) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%04x:%02x:%02x.%x", Number(Shown(file, card, "pci_domain")),
+                Number(Shown(file, card, "pci_bus")), Number(Shown(file, card, "pci_device")),
+                Number(Shown(file, card, "pci_function")));
+  return text;
+}
+
+// 0x and four digits, or a number as the kind of card to be added.
+bool ReadDeviceId(const std::string& text, std::uint16_t& id) {
+  const bool hexadecimal = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
+  const char* begin = text.data() + (hexadecimal ? 2 : 0);
+  const char* end = text.data() + text.size();
+  // Device ids are written in hexadecimal everywhere, with or without the 0x.
+  const auto parsed = std::from_chars(begin, end, id, 16);
+  return parsed.ec == std::errc() && parsed.ptr == end && begin != end;
+}
+
+void New(const Arguments& arguments) {
+  StateFile(arguments.state).Create(arguments.force);
+  Say("made " + arguments.state + " without cards");
+}
+
+void Add(const Arguments& arguments) {
+  StateFile file(arguments.state);
+  for (unsigned int i = 0; i < arguments.count; ++i) {
+    std::uint16_t id = 0;
+    const bool isId = ReadDeviceId(arguments.kind, id);
+    const std::string card = isId ? file.AddCard(id) : file.AddCard(arguments.kind);
+    Say("added " + card + ": " + Shown(file, card, "board_name") + ", " +
+        Shown(file, card, "device_path"));
+  }
+}
+
+void Remove(const Arguments& arguments) {
+  StateFile(arguments.state).RemoveCard(arguments.card);
+  Say("removed " + arguments.card);
+}
+
+void List(const Arguments& arguments) {
+  const StateFile file(arguments.state);
+  const auto cards = file.Cards();
+  std::printf("%-8s %-12s %-12s %-6s %-12s %s\n", "CARD", "DEVICE", "PCI", "ID", "SERIAL", "STATE");
+  for (const std::string& card : cards) {
+    char id[16];
+    std::snprintf(id, sizeof id, "0x%04x", Number(Shown(file, card, "pci_device_id")));
+    std::printf("%-8s %-12s %-12s %-6s %-12s %s\n", card.c_str(),
+                Shown(file, card, "device_path").c_str(), PciAddress(file, card).c_str(), id,
+                Shown(file, card, "serial_number").c_str(),
+                NameOfState(Shown(file, card, "iom_state")).c_str());
+  }
+}
+
+void Set(const Arguments& arguments) {
+  StateFile file(arguments.state);
+  const std::string before = Plain(file.Get(arguments.card, arguments.attribute));
+  if (arguments.value == "absent") {
+    file.MakeAbsent(arguments.card, arguments.attribute);
+  } else {
+    file.Set(arguments.card, arguments.attribute, arguments.value);
+  }
+  const std::string after = Plain(file.Get(arguments.card, arguments.attribute));
+  Say(arguments.card + ": " + arguments.attribute + " " + before + " -> " + after);
+}
+
+void Get(const Arguments& arguments) {
+  Say(Plain(StateFile(arguments.state).Get(arguments.card, arguments.attribute)));
+}
+
+void Raise(const Arguments& arguments) {
+  StateFile(arguments.state).Raise(arguments.card, arguments.bit);
+  Say(arguments.card + ": raised " + arguments.bit);
+}
+
+void Clear(const Arguments& arguments) {
+  StateFile(arguments.state).Clear(arguments.card, arguments.bit);
+  Say(arguments.card + ": cleared " + arguments.bit);
+}
+
+void Fail(const Arguments& arguments) {
+  StateFile(arguments.state).Fail(arguments.function, arguments.code, arguments.text);
+  Say(arguments.function + " fails with " + std::to_string(arguments.code) + ": " + arguments.text);
+}
+
+void Heal(const Arguments& arguments) {
+  StateFile(arguments.state).Heal(arguments.function);
+  Say(arguments.function + " works again");
+}
+
+void Sysfs(const Arguments& arguments) {
+  const StateFile file(arguments.state);
+  file.WriteSysfs(arguments.folder);
+  Say("wrote " + std::to_string(file.Cards().size()) + " devices below " + arguments.folder);
+}
+
+using Command = void (*)(const Arguments&);
+
+CLI::App* AddCommand(CLI::App& app, Command& chosen, const char* name, const char* help,
+                     Command command) {
+  CLI::App* added = app.add_subcommand(name, help);
+  added->callback([&chosen, command] { chosen = command; });
+  return added;
+}
+
+std::string KindsText() {
+  std::string text = "A PCI device id such as 0x1003, or one of:";
+  for (const std::string& name : StateFile::Profiles()) text += " " + name;
+  return text;
+}
+
+void DescribeCards(CLI::App& app, Arguments& arguments, Command& chosen) {
+  AddCommand(app, chosen, "new", "Make a file without cards", New)
+      ->add_flag("--force", arguments.force, "Replace an existing file");
+  CLI::App* add = AddCommand(app, chosen, "add", "Add cards", Add);
+  add->add_option("KIND", arguments.kind, KindsText())->required();
+  add->add_option("--count", arguments.count, "How many")->check(CLI::Range(1, 250));
+  AddCommand(app, chosen, "remove", "Remove a card", Remove)
+      ->add_option("CARD", arguments.card)
+      ->required();
+  AddCommand(app, chosen, "list", "List the cards", List);
+  AddCommand(app, chosen, "sysfs", "Write the PCI devices of the cards below a folder", Sysfs)
+      ->add_option("DIR", arguments.folder)
+      ->required();
+}
+
+void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
+  CLI::App* set = AddCommand(app, chosen, "set", "Set an attribute; absent removes it", Set);
+  CLI::App* get = AddCommand(app, chosen, "get", "Show an attribute", Get);
+  for (CLI::App* command : {set, get}) {
+    command->add_option("CARD", arguments.card)->required();
+    command->add_option("ATTRIBUTE", arguments.attribute)->required();
+  }
+  set->add_option("VALUE", arguments.value)->required();
+  CLI::App* raise = AddCommand(app, chosen, "raise", "Set a status bit by name", Raise);
+  CLI::App* clear = AddCommand(app, chosen, "clear", "Clear a status bit by name", Clear);
+  for (CLI::App* command : {raise, clear}) {
+    command->add_option("CARD", arguments.card)->required();
+    command->add_option("BIT", arguments.bit, "FLASHBACK, or with its mask errors.FLASHBACK")
+        ->required();
+  }
+}
+
+void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
+  CLI::App* fail =
+      AddCommand(app, chosen, "fail", "Make every call of a function fail, everywhere", Fail);
+  CLI::App* heal = AddCommand(app, chosen, "heal", "Let a function work again", Heal);
+  for (CLI::App* command : {fail, heal}) {
+    command->add_option("FUNCTION", arguments.function)->required();
+  }
+  fail->add_option("--code", arguments.code, "The result, not 0")->capture_default_str();
+  fail->add_option("--text", arguments.text, "The text")->capture_default_str();
+}
+
+int Run(Command command, const Arguments& arguments) {
+  try {
+    command(arguments);
+    return kDone;
+  } catch (const NoSuchThing& error) {
+    std::cerr << "cardsim: " << error.what() << '\n';
+    return kNoSuch;
+  } catch (const std::exception& error) {
+    std::cerr << "cardsim: " << error.what() << '\n';
+    return kFailed;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Arguments arguments;
+  Command chosen = nullptr;
+  CLI::App app("Simulated flash cards: their file, seen and changed");
+  app.add_option("--state", arguments.state, "The file")->capture_default_str();
+  app.require_subcommand(1);
+  app.fallthrough();
+  DescribeCards(app, arguments, chosen);
+  DescribeAttributes(app, arguments, chosen);
+  DescribeFailures(app, arguments, chosen);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
+    std::cerr << "cardsim: " << error.what() << '\n';
+    return kUsage;
+  }
+  return Run(chosen, arguments);
+}

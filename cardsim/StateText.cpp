@@ -1,0 +1,367 @@
+#include "cardsim/StateText.h"
+
+#include <charconv>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <stdexcept>
+#include <vector>
+
+#include "cardsim/Functions.h"
+#include "cardsim/Suggest.h"
+#include "cardsim/cardsim.h"
+
+namespace CardSim {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::uint64_t kFileVersion = 1;
+
+[[noreturn]] void Refuse(const std::string& place, const std::string& why) {
+  throw std::runtime_error(place + ": " + why);
+}
+
+// Values.
+
+std::string RangeText(const AttributeInfo& info) {
+  return "must be a whole number from " + std::to_string(info.min) + " to " +
+         std::to_string(info.max);
+}
+
+Value TextFromJson(const Json& json, const std::string& place) {
+  if (!json.is_string()) Refuse(place, "must be a text");
+  auto text = json.get<std::string>();
+  if (text.find('\0') != std::string::npos) Refuse(place, "must not hold a zero byte");
+  return text;
+}
+
+Value FloatFromJson(const Json& json, const std::string& place) {
+  if (!json.is_number()) Refuse(place, "must be a number");
+  const auto number = json.get<double>();
+  if (!(std::fabs(number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
+    Refuse(place, "must be within the range of a 32-bit float");
+  }
+  return static_cast<float>(number);
+}
+
+Value UnsignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+  const bool fits = json.is_number_unsigned() && json.get<std::uint64_t>() <= info.max;
+  if (!fits) Refuse(place, RangeText(info));
+  return json.get<std::uint64_t>();
+}
+
+Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+  const bool tooLarge = json.is_number_unsigned() && json.get<std::uint64_t>() > info.max;
+  if (!json.is_number_integer() || tooLarge) Refuse(place, RangeText(info));
+  const auto number = json.get<std::int64_t>();
+  if (number < info.min) Refuse(place, RangeText(info));
+  return number;
+}
+
+Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+  switch (info.kind) {
+    case Kind::Text:
+      return TextFromJson(json, place);
+    case Kind::Bool:
+      if (!json.is_boolean()) Refuse(place, "must be true or false");
+      return json.get<bool>();
+    case Kind::Float:
+      return FloatFromJson(json, place);
+    case Kind::Signed:
+      return SignedFromJson(info, json, place);
+    case Kind::Unsigned:
+      break;
+  }
+  return UnsignedFromJson(info, json, place);
+}
+
+// A float is written with the fewest digits that give it back: 36.6, not 36.599998474121094.
+Json FloatToJson(float number) {
+  char digits[64];
+  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  double shortest = 0;
+  std::from_chars(digits, end, shortest);
+  return shortest;
+}
+
+Json ValueToJson(const Value& value) {
+  if (const auto* number = std::get_if<float>(&value)) return FloatToJson(*number);
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* flag = std::get_if<bool>(&value)) return *flag;
+  if (const auto* number = std::get_if<std::int64_t>(&value)) return *number;
+  return std::get<std::uint64_t>(value);
+}
+
+// Members of JSON objects.
+
+const Json& Member(const Json& object, const char* name, const std::string& place) {
+  const auto found = object.find(name);
+  if (found == object.end()) Refuse(place, std::string("has no \"") + name + "\"");
+  return *found;
+}
+
+std::uint64_t Number(const Json& object, const char* name, const std::string& place,
+                     std::uint64_t max = std::numeric_limits<std::uint64_t>::max()) {
+  const AttributeInfo info{name, Kind::Unsigned, 0, max};
+  const Json& member = Member(object, name, place);
+  return std::get<std::uint64_t>(ValueFromJson(info, member, place + "." + name));
+}
+
+std::string Text(const Json& object, const char* name, const std::string& place) {
+  const Json& member = Member(object, name, place);
+  return std::get<std::string>(TextFromJson(member, place + "." + name));
+}
+
+bool Flag(const Json& object, const char* name, const std::string& place) {
+  const AttributeInfo info{name, Kind::Bool, 0, 0};
+  return std::get<bool>(ValueFromJson(info, Member(object, name, place), place + "." + name));
+}
+
+void CheckMembers(const Json& object, const std::vector<std::string>& names,
+                  const std::string& place) {
+  if (!object.is_object()) Refuse(place, "must be an object");
+  for (const auto& [name, unused] : object.items()) {
+    bool known = false;
+    for (const std::string& candidate : names) known = known || candidate == name;
+    if (!known) Refuse(place + "." + name, "unknown" + DidYouMean(name, names));
+  }
+}
+
+// Parts of a card.
+
+std::vector<std::string> AttributeNames() {
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < kAttributeCount; ++i) {
+    names.emplace_back(InfoOf(static_cast<Attribute>(i)).name);
+  }
+  names.emplace_back("volumes");
+  return names;
+}
+
+std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
+  if (!json.is_array()) Refuse(place, "must be a list");
+  std::vector<Volume> volumes;
+  for (const Json& element : json) {
+    const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
+    CheckMembers(element, {"state", "settable", "refuses"}, at);
+    Volume volume;
+    volume.state = static_cast<std::uint32_t>(Number(element, "state", at, 1));
+    if (element.contains("settable")) volume.settable = Flag(element, "settable", at);
+    if (element.contains("refuses")) volume.refuses = Flag(element, "refuses", at);
+    volumes.push_back(volume);
+  }
+  return volumes;
+}
+
+Json VolumesToJson(const std::vector<Volume>& volumes) {
+  Json list = Json::array();
+  for (const Volume& volume : volumes) {
+    Json element = {{"state", volume.state}, {"settable", volume.settable}};
+    if (volume.refuses) element["refuses"] = true;
+    list.push_back(element);
+  }
+  return list;
+}
+
+JobMark JobFromJson(const Json& json, const std::string& place) {
+  CheckMembers(json, {"kind", "pid", "start", "number", "previous_state"}, place);
+  JobMark job;
+  job.kind = Text(json, "kind", place);
+  job.owner.pid = static_cast<std::int64_t>(Number(json, "pid", place, 0x7fffffff));
+  job.owner.start = Number(json, "start", place);
+  job.number = Number(json, "number", place);
+  job.previousState = static_cast<std::uint32_t>(Number(json, "previous_state", place, 7));
+  return job;
+}
+
+Json JobToJson(const JobMark& job) {
+  return {{"kind", job.kind},
+          {"pid", job.owner.pid},
+          {"start", job.owner.start},
+          {"number", job.number},
+          {"previous_state", job.previousState}};
+}
+
+void MemberFromJson(Card& card, const std::string& name, const Json& json,
+                    const std::string& place) {
+  if (name == "name" || name == "id") return;
+  if (name == "volumes") {
+    card.volumes = VolumesFromJson(json, place);
+  } else if (name == "job") {
+    card.job = JobFromJson(json, place);
+  } else if (const auto attribute = FindAttribute(name)) {
+    At(card.values, *attribute) = ValueFromJson(InfoOf(*attribute), json, place);
+  } else {
+    Refuse(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
+  }
+}
+
+Card CardFromJson(const Json& json, const std::string& place) {
+  if (!json.is_object()) Refuse(place, "must be an object");
+  Card card;
+  card.name = Text(json, "name", place);
+  card.id = Number(json, "id", place);
+  for (const auto& [name, value] : json.items()) {
+    MemberFromJson(card, name, value, place + "." + name);
+  }
+  return card;
+}
+
+Json CardToJson(const Card& card) {
+  Json json = {{"name", card.name}, {"id", card.id}};
+  for (std::size_t i = 0; i < kAttributeCount; ++i) {
+    if (!card.values[i]) continue;
+    json[std::string(InfoOf(static_cast<Attribute>(i)).name)] = ValueToJson(*card.values[i]);
+  }
+  json["volumes"] = VolumesToJson(card.volumes);
+  if (card.job) json["job"] = JobToJson(*card.job);
+  return json;
+}
+
+void FailuresFromJson(State& state, const Json& json) {
+  if (!json.is_object()) Refuse("failures", "must be an object");
+  for (const auto& [function, failure] : json.items()) {
+    const std::string place = "failures." + function;
+    try {
+      CheckFunction(function);
+    } catch (const NoSuchThing& error) {
+      Refuse(place, error.what());
+    }
+    CheckMembers(failure, {"code", "text"}, place);
+    const std::uint64_t code = Number(failure, "code", place);
+    if (code == 0) Refuse(place + ".code", "must not be 0, which is success");
+    state.failures[function] = {code, Text(failure, "text", place)};
+  }
+}
+
+Json FailuresToJson(const State& state) {
+  Json json = Json::object();
+  for (const auto& [function, failure] : state.failures) {
+    json[function] = {{"code", failure.code}, {"text", failure.text}};
+  }
+  return json;
+}
+
+// Line and column, since the byte's number says little to a person with an editor.
+[[noreturn]] void RefuseDamaged(const std::string& text, std::size_t byte) {
+  std::size_t line = 1;
+  std::size_t column = 1;
+  for (std::size_t i = 0; i + 1 < byte && i < text.size(); ++i) {
+    const bool ends = text[i] == '\n';
+    line += ends ? 1 : 0;
+    column = ends ? 1 : column + 1;
+  }
+  throw std::runtime_error("line " + std::to_string(line) + ", column " + std::to_string(column) +
+                           ": no valid JSON");
+}
+
+Json ParseJson(const std::string& text) {
+  try {
+    return Json::parse(text);
+  } catch (const Json::parse_error& error) {
+    RefuseDamaged(text, error.byte);
+  } catch (const Json::exception&) {
+    throw std::runtime_error("holds a number that no JSON reader can keep");
+  }
+}
+
+State StateFromJson(const Json& json) {
+  CheckMembers(json, {"cardsim", "next_id", "cards", "failures"}, "file");
+  if (Number(json, "cardsim", "file") != kFileVersion) {
+    Refuse("cardsim", "must be " + std::to_string(kFileVersion) + ", the version of the file");
+  }
+  State state;
+  state.nextId = Number(json, "next_id", "file");
+  const Json& cards = Member(json, "cards", "file");
+  if (!cards.is_array()) Refuse("cards", "must be a list");
+  for (const Json& card : cards) {
+    state.cards.push_back(CardFromJson(card, "cards[" + std::to_string(state.cards.size()) + "]"));
+  }
+  if (json.contains("failures")) FailuresFromJson(state, json["failures"]);
+  return state;
+}
+
+// The text given to `set` as JSON, by the kind that is wanted.
+Json LooseJson(Kind kind, const std::string& text) {
+  const Json json = Json::parse(text, nullptr, false);
+  if (kind == Kind::Text && !json.is_string()) return text;
+  if (kind == Kind::Unsigned && text.compare(0, 2, "0x") == 0) {
+    std::uint64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data() + 2, end, number, 16);
+    if (parsed.ec == std::errc() && parsed.ptr == end) return number;
+  }
+  return json.is_discarded() ? Json(text) : json;
+}
+
+Attribute FindOrRefuse(const std::string& name) {
+  const auto attribute = FindAttribute(name);
+  if (!attribute) throw NoSuchThing("no attribute " + name + DidYouMean(name, AttributeNames()));
+  return *attribute;
+}
+
+}  // namespace
+
+State ParseState(const std::string& text) {
+  State state = StateFromJson(ParseJson(text));
+  CheckState(state);
+  return state;
+}
+
+std::string FormatState(const State& state) {
+  Json json = {{"cardsim", kFileVersion}, {"next_id", state.nextId}, {"cards", Json::array()}};
+  for (const Card& card : state.cards) json["cards"].push_back(CardToJson(card));
+  json["failures"] = FailuresToJson(state);
+  try {
+    return json.dump(2) + "\n";
+  } catch (const Json::exception&) {
+    throw std::runtime_error("a text is not valid UTF-8 and cannot be kept");
+  }
+}
+
+void CheckState(const State& state) {
+  std::set<std::string> names;
+  std::set<std::uint64_t> ids;
+  std::set<std::string> paths;
+  for (std::size_t i = 0; i < state.cards.size(); ++i) {
+    const Card& card = state.cards[i];
+    const std::string place = "cards[" + std::to_string(i) + "]";
+    if (card.name.empty()) Refuse(place + ".name", "must not be empty");
+    if (!names.insert(card.name).second) Refuse(place + ".name", "used by another card");
+    if (!ids.insert(card.id).second) Refuse(place + ".id", "used by another card");
+    if (card.id >= state.nextId) Refuse(place + ".id", "must be below next_id");
+    const auto* path = Read<const char*>(card.values, Attribute::device_path, nullptr);
+    if (path != nullptr && !paths.insert(path).second) {
+      Refuse(place + ".device_path", std::string(path) + " is used by another card");
+    }
+  }
+}
+
+void SetFromText(Card& card, const std::string& attribute, const std::string& text) {
+  if (attribute == "volumes") {
+    card.volumes = VolumesFromJson(Json::parse(text, nullptr, false), attribute);
+    return;
+  }
+  const Attribute known = FindOrRefuse(attribute);
+  const AttributeInfo& info = InfoOf(known);
+  At(card.values, known) = ValueFromJson(info, LooseJson(info.kind, text), attribute);
+  // Whoever sets the state takes the card out of the hands of its job.
+  if (known == Attribute::iom_state) card.job.reset();
+}
+
+void RemoveValue(Card& card, const std::string& attribute) {
+  if (attribute == "volumes") {
+    card.volumes.clear();
+  } else {
+    At(card.values, FindOrRefuse(attribute)).reset();
+  }
+}
+
+std::string GetAsText(const Card& card, const std::string& attribute) {
+  if (attribute == "volumes") return VolumesToJson(card.volumes).dump();
+  const auto& value = At(card.values, FindOrRefuse(attribute));
+  return value ? ValueToJson(*value).dump() : "absent";
+}
+
+}  // namespace CardSim

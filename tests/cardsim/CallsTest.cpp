@@ -1,0 +1,182 @@
+#include <atomic>
+#include <thread>
+
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+using Calls = SimulatedCards;
+
+TEST_F(Calls, AreLoggedInOrderWithTheirHandlesAndArguments) {
+  StartWithCard();
+  void* card = Opened();
+  vsl_has_board_name(nullptr, &m_Error);
+  vsl_set_beacon_state(card, 0, &m_Error);
+  void* format = nullptr;
+  vsl_iom_format_create(card, &format, &m_Error);
+  vsl_iom_format_set_size_bytes(format, 1048576, &m_Error);
+  vsl_destroy(&format, nullptr);
+  void* none = nullptr;
+  vsl_destroy(&none, nullptr);
+  vsl_iom_iterate(&none, 1, &m_Error);
+  vsl_open(&none, &m_Error);
+  vsl_fini();
+  EXPECT_EQ(
+      "vsl_iom_create_by_name /dev/fct0\n"
+      "vsl_open card#1\n"
+      "vsl_has_board_name null\n"
+      "vsl_set_beacon_state card#1 0\n"
+      "vsl_iom_format_create card#1\n"
+      "vsl_iom_format_set_size_bytes format#1 1048576\n"
+      "vsl_destroy format#1\n"
+      "vsl_destroy null\n"
+      "vsl_iom_iterate null\n"
+      "vsl_open unknown\n"
+      "vsl_fini",
+      Joined(CardSim::CallTexts()));
+}
+
+TEST_F(Calls, ResetForgetsTheLogAndNumbersHandlesAnew) {
+  StartWithCard();
+  Named();
+  Named();
+  CardSim::Reset();
+  vsl_open(Named(), &m_Error);
+  EXPECT_EQ("vsl_iom_create_by_name /dev/fct0\nvsl_open card#1", Joined(CardSim::CallTexts()));
+  EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
+}
+
+TEST_F(Calls, TheNthFailsWithCodeAndText) {
+  StartWithCard();
+  CardSim::FailCall("vsl_open", 2, 77, "ordered", 2);
+  std::string codes;
+  for (int i = 0; i < 5; ++i) codes += std::to_string(vsl_open(Named(), &m_Error)) + " ";
+  EXPECT_EQ("0 77 77 0 0 ", codes);
+  EXPECT_STREQ("ordered", m_Error.text);
+}
+
+TEST_F(Calls, TwoOrdersForOneFunctionCountTheSameCalls) {
+  StartWithCard();
+  CardSim::FailCall("vsl_open", 1, 71, "first");
+  CardSim::FailCall("vsl_open", 3, 73, "third");
+  std::string codes;
+  for (int i = 0; i < 4; ++i) codes += std::to_string(vsl_open(Named(), &m_Error)) + " ";
+  EXPECT_EQ("71 0 73 0 ", codes);
+}
+
+TEST_F(Calls, AFailedReadGivesNothing) {
+  StartWithCard();
+  void* card = Opened();
+  for (const char* function : {"vsl_has_board_name", "vsl_board_name", "vsl_size_bytes",
+                               "vsl_iom_iterate", "vsl_temp_internal_deg_c"}) {
+    CardSim::FailCall(function, 1, 5, "ordered");
+  }
+  void* walked = nullptr;
+  EXPECT_FALSE(vsl_has_board_name(card, &m_Error));
+  EXPECT_STREQ("", vsl_board_name(card, &m_Error));
+  EXPECT_EQ(0U, vsl_size_bytes(card, &m_Error));
+  EXPECT_EQ(0.0F, vsl_temp_internal_deg_c(card, &m_Error));
+  EXPECT_FALSE(vsl_iom_iterate(&walked, 1, &m_Error));
+  EXPECT_STREQ("Flash Adapter 785GB", vsl_board_name(card, &m_Error));
+}
+
+TEST_F(Calls, AFailedCallHasNoEffect) {
+  StartWithCard();
+  CardSim::FailCall("vsl_destroy", 1, 5, "ordered");
+  CardSim::FailCall("vsl_set_beacon_state", 1, 5, "ordered");
+  void* card = Named();
+  EXPECT_EQ(5U, vsl_set_beacon_state(card, 1, &m_Error));
+  EXPECT_EQ("false", File().Get("card0", "beacon_state"));
+  EXPECT_EQ(5U, vsl_destroy(&card, &m_Error));
+  EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
+}
+
+TEST_F(Calls, TheLibraryCanBeNotReadyForAWhile) {
+  File().AddCard(0x1003);
+  CardSim::FailCall("vsl_init", 1, VSL_NOT_READY, "not ready", 2);
+  EXPECT_EQ(27U, vsl_init(0, &m_Error));
+  EXPECT_EQ(27U, vsl_init(0, &m_Error));
+  EXPECT_EQ(0U, vsl_init(0, &m_Error));
+}
+
+TEST_F(Calls, OnlyWhatExistsCanBeMadeToFail) {
+  EXPECT_EQ("no function vsl_opne; did you mean vsl_open?",
+            ErrorOf([] { CardSim::FailCall("vsl_opne", 1, 1, ""); }));
+  EXPECT_EQ("vsl_fini has no result and cannot fail",
+            ErrorOf([] { CardSim::FailCall("vsl_fini", 1, 1, ""); }));
+  EXPECT_EQ("calls are counted from 1", ErrorOf([] { CardSim::FailCall("vsl_open", 0, 1, ""); }));
+  EXPECT_EQ("code 0 is success, no failure",
+            ErrorOf([] { CardSim::FailCall("vsl_open", 1, 0, ""); }));
+}
+
+TEST_F(Calls, AStandingFailureInTheFileHoldsUntilHealed) {
+  StartWithCard();
+  File().Fail("vsl_iom_format_create", 44, "no format today");
+  void* format = nullptr;
+  EXPECT_EQ(44U, vsl_iom_format_create(Named(), &format, &m_Error));
+  EXPECT_STREQ("no format today", m_Error.text);
+  File().Heal("vsl_iom_format_create");
+  EXPECT_EQ(0U, vsl_iom_format_create(Named(), &format, &m_Error));
+}
+
+TEST_F(Calls, AStandingFailureOfTheStartHolds) {
+  File().Fail("vsl_init", 27, "later");
+  EXPECT_EQ(27U, vsl_init(0, &m_Error));
+  File().Heal("vsl_init");
+  EXPECT_EQ(0U, vsl_init(0, &m_Error));
+}
+
+TEST_F(Calls, TheHookSeesACallBeforeItWorksAndMayEditTheFile) {
+  StartWithCard();
+  CardSim::SetHook([this](const CardSim::Call& call) {
+    if (call.function == "vsl_open") File().Set("card0", "serial_number", "CHANGED");
+  });
+  void* card = Opened();
+  EXPECT_STREQ("CHANGED", vsl_serial_number(card, &m_Error));
+  CardSim::SetHook(nullptr);
+  File().Set("card0", "serial_number", "AGAIN");
+  EXPECT_STREQ("AGAIN", vsl_serial_number(Opened(), &m_Error));
+}
+
+TEST_F(Calls, AHookThatWaitsHoldsUpNobodyElse) {
+  StartWithCard();
+  std::atomic<bool> inside{false};
+  std::atomic<bool> release{false};
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function != "vsl_close") return;
+    inside = true;
+    while (!release) std::this_thread::yield();
+  });
+  void* card = Opened();
+  std::thread blocked([card] {
+    vsl_error_record err;
+    vsl_close(card, &err);
+  });
+  while (!inside) std::this_thread::yield();
+  EXPECT_STREQ("FA00000001", vsl_serial_number(Opened(), &m_Error));
+  release = true;
+  blocked.join();
+}
+
+TEST_F(Calls, OfManyThreadsAreAllLogged) {
+  StartWithCard();
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([] {
+      vsl_error_record err;
+      for (int i = 0; i < 50; ++i) {
+        void* card = nullptr;
+        vsl_iom_create_by_name("/dev/fct0", &card, &err);
+        vsl_open(card, &err);
+        vsl_temp_internal_deg_c(card, &err);
+        vsl_close(card, &err);
+        vsl_destroy(&card, &err);
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(1000U, CardSim::CallLog().size());
+  EXPECT_EQ("", Joined(CardSim::OpenHandles()) + Joined(CardSim::Misuse()));
+}
+
+}  // namespace

@@ -1,0 +1,92 @@
+// A folder with a state file of its own, and the card library's calls in a caller's words.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cardsim/cardsim.h"
+#include "host/vsl_abstraction.h"
+
+class SimulatedCards : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (Root() / "cardsim-XXXXXX").string();
+    ASSERT_NE(nullptr, mkdtemp(pattern.data()));
+    m_Folder = pattern;
+    setenv("CARDSIM_STATE", Path().c_str(), 1);
+    File().Create();
+    CardSim::Reset();
+  }
+
+  void TearDown() override {
+    vsl_fini();
+    CardSim::Reset();
+    std::filesystem::remove_all(m_Folder);
+  }
+
+  // In memory, where syncing a file costs nothing.
+  virtual std::filesystem::path Root() const {
+    const std::filesystem::path memory = "/dev/shm";
+    const bool usable = access(memory.c_str(), W_OK) == 0;
+    return usable ? memory : std::filesystem::temp_directory_path();
+  }
+
+  std::filesystem::path Path() const { return m_Folder / "cards.json"; }
+  CardSim::StateFile File() const { return CardSim::StateFile(Path()); }
+
+  // A started library with one card of that device id.
+  void StartWithCard(std::uint16_t deviceId = 0x1003) {
+    File().AddCard(deviceId);
+    ASSERT_EQ(0U, vsl_init(0, &m_Error)) << m_Error.text;
+    CardSim::Reset();
+  }
+
+  void* Named(const char* path = "/dev/fct0") {
+    void* iom = nullptr;
+    EXPECT_EQ(0U, vsl_iom_create_by_name(path, &iom, &m_Error)) << m_Error.text;
+    return iom;
+  }
+
+  void* Opened(const char* path = "/dev/fct0") {
+    void* iom = Named(path);
+    EXPECT_EQ(0U, vsl_open(iom, &m_Error)) << m_Error.text;
+    return iom;
+  }
+
+  std::string Slurp() const { return Slurp(Path()); }
+  static std::string Slurp(const std::filesystem::path& path) {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+  }
+  void Spill(const std::string& text) const { std::ofstream(Path()) << text; }
+
+  // What an error says, or "no error".
+  template <typename Action>
+  static std::string ErrorOf(Action action) {
+    try {
+      action();
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "no error";
+  }
+
+  std::filesystem::path m_Folder;
+  vsl_error_record m_Error = {};
+};
+
+// The lines as one text, for a look at all of them in one comparison.
+inline std::string Joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += (text.empty() ? "" : "\n") + line;
+  return text;
+}

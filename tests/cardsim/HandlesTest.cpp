@@ -1,0 +1,236 @@
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+class Handles : public SimulatedCards {
+ protected:
+  void SetUp() override {
+    SimulatedCards::SetUp();
+    StartWithCard();
+  }
+};
+
+TEST_F(Handles, AreListedInTheOrderOfTheirMakingUntilDestroyed) {
+  void* card = Opened();
+  void *adapter = nullptr, *format = nullptr, *attach = nullptr, *detach = nullptr;
+  vsl_adapter_create(card, &adapter, &m_Error);
+  vsl_iom_format_create(card, &format, &m_Error);
+  vsl_iom_attach_create(card, &attach, &m_Error);
+  vsl_iom_detach_create(card, &detach, &m_Error);
+  EXPECT_EQ("card#1\nadapter#1\nformat#1\nattach#1\ndetach#1", Joined(CardSim::OpenHandles()));
+  vsl_destroy(&format, nullptr);
+  vsl_destroy(&adapter, nullptr);
+  EXPECT_EQ("card#1\nattach#1\ndetach#1", Joined(CardSim::OpenHandles()));
+}
+
+TEST_F(Handles, AreNumberedByKind) {
+  void* first = Named();
+  void* second = Named();
+  vsl_destroy(&first, nullptr);
+  Named();
+  EXPECT_EQ("card#2\ncard#3", Joined(CardSim::OpenHandles()));
+  EXPECT_EQ(0U, vsl_open(second, &m_Error));
+}
+
+TEST_F(Handles, OfWalkAndVolumesAreNobodysToDestroy) {
+  void *walked = nullptr, *volume = nullptr;
+  vsl_iom_iterate(&walked, 1, &m_Error);
+  void* card = Named();
+  ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
+  EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
+  EXPECT_NE(0U, vsl_destroy(&volume, &m_Error));
+  EXPECT_EQ("vsl_destroy volume#1: a volume ends with its card's handle",
+            Joined(CardSim::Misuse()));
+}
+
+TEST_F(Handles, ANullVariableMayBeDestroyed) {
+  void* none = nullptr;
+  EXPECT_EQ(0U, vsl_destroy(&none, &m_Error));
+  EXPECT_EQ("", Joined(CardSim::Misuse()));
+}
+
+// What was done wrong, and the line that tells of it.
+struct Wrong {
+  const char* name;
+  void (*act)(void* card, void* err);
+  const char* line;
+};
+
+vsl_error_record* Err(void* err) {
+  return static_cast<vsl_error_record*>(err);
+}
+
+void DestroyTwice(void* card, void* err) {
+  void* again = card;
+  vsl_destroy(&card, Err(err));
+  EXPECT_NE(0U, vsl_destroy(&again, Err(err)));
+}
+void UseAfterDestroy(void* card, void* err) {
+  void* again = card;
+  vsl_destroy(&card, Err(err));
+  EXPECT_NE(0U, vsl_open(again, Err(err)));
+}
+void ReadUnopened(void* card, void* err) {
+  EXPECT_STREQ("", vsl_board_name(card, Err(err)));
+}
+void AskUnopened(void* card, void* err) {
+  EXPECT_FALSE(vsl_has_iom_state(card, Err(err)));
+}
+void ReadClosed(void* card, void* err) {
+  vsl_open(card, Err(err));
+  vsl_close(card, Err(err));
+  EXPECT_EQ(0U, vsl_pci_device_id(card, Err(err)));
+}
+void ReadNull(void*, void* err) {
+  EXPECT_STREQ("", vsl_serial_number(nullptr, Err(err)));
+}
+void ReadUnknown(void*, void* err) {
+  EXPECT_EQ(0U, vsl_size_bytes(err, Err(err)));
+}
+void AskUnknown(void*, void* err) {
+  EXPECT_FALSE(vsl_has_size_bytes(err, Err(err)));
+}
+void ReadCardAsFormat(void* card, void* err) {
+  EXPECT_EQ(0U, vsl_iom_format_max_size_bytes(card, Err(err)));
+}
+void ReadLimitOfCard(void* card, void* err) {
+  vsl_open(card, Err(err));
+  EXPECT_EQ(0.0F, vsl_power_limit_watts(card, Err(err)));
+}
+void OpenTwice(void* card, void* err) {
+  vsl_open(card, Err(err));
+  EXPECT_NE(0U, vsl_open(card, Err(err)));
+}
+void CloseUnopened(void* card, void* err) {
+  EXPECT_NE(0U, vsl_close(card, Err(err)));
+}
+void DestroyOpen(void* card, void* err) {
+  vsl_open(card, Err(err));
+  EXPECT_EQ(0U, vsl_destroy(&card, Err(err)));
+}
+void AdapterOfUnopened(void* card, void* err) {
+  void* adapter = nullptr;
+  EXPECT_NE(0U, vsl_adapter_create(card, &adapter, Err(err)));
+  EXPECT_EQ(nullptr, adapter);
+}
+void CallAfterEnd(void* card, void* err) {
+  vsl_fini();
+  EXPECT_NE(0U, vsl_open(card, Err(err)));
+}
+void UseFromEarlierLife(void* card, void* err) {
+  vsl_fini();
+  vsl_init(0, Err(err));
+  EXPECT_EQ(0U, vsl_destroy(&card, Err(err)));
+}
+void StartCard(void* card, void* err) {
+  EXPECT_NE(0U, vsl_op_start(card, Err(err)));
+}
+void OpenNull(void*, void* err) {
+  EXPECT_NE(0U, vsl_open(nullptr, Err(err)));
+}
+void CreateIntoNowhere(void*, void* err) {
+  EXPECT_NE(0U, vsl_iom_create_by_name("/dev/fct0", nullptr, Err(err)));
+}
+void DestroyNowhere(void*, void* err) {
+  EXPECT_NE(0U, vsl_destroy(nullptr, Err(err)));
+}
+void UseVolumeOfDestroyedCard(void* card, void* err) {
+  void* volume = nullptr;
+  vsl_vsu_iterate(card, &volume, 1, Err(err));
+  vsl_destroy(&card, Err(err));
+  EXPECT_EQ(0U, vsl_vsu_state(volume, Err(err)));
+}
+void UseReplacedWalk(void*, void* err) {
+  void* walked = nullptr;
+  vsl_iom_iterate(&walked, 1, Err(err));
+  void* old = walked;
+  vsl_iom_iterate(&walked, 1, Err(err));
+  EXPECT_FALSE(vsl_has_serial_number(old, Err(err)));
+}
+
+const Wrong kWrongs[] = {
+    {"DestroyTwice", DestroyTwice, "vsl_destroy card#1: destroyed twice"},
+    {"UseAfterDestroy", UseAfterDestroy, "vsl_open card#1: used after its end"},
+    {"ReadUnopened", ReadUnopened, "vsl_board_name card#1: the card is not open"},
+    {"AskUnopened", AskUnopened, "vsl_has_iom_state card#1: the card is not open"},
+    {"ReadClosed", ReadClosed, "vsl_pci_device_id card#1: the card is not open"},
+    {"ReadNull", ReadNull, "vsl_serial_number null: null handle"},
+    {"ReadUnknown", ReadUnknown, "vsl_size_bytes unknown: no handle of this library"},
+    {"AskUnknown", AskUnknown, "vsl_has_size_bytes unknown: no handle of this library"},
+    {"ReadCardAsFormat", ReadCardAsFormat,
+     "vsl_iom_format_max_size_bytes card#1: wrong kind of handle"},
+    {"ReadLimitOfCard", ReadLimitOfCard, "vsl_power_limit_watts card#1: wrong kind of handle"},
+    {"OpenTwice", OpenTwice, "vsl_open card#1: opened twice"},
+    {"CloseUnopened", CloseUnopened, "vsl_close card#1: closed but not open"},
+    {"DestroyOpen", DestroyOpen, "vsl_destroy card#1: destroyed while open"},
+    {"AdapterOfUnopened", AdapterOfUnopened, "vsl_adapter_create card#1: the card is not open"},
+    {"CallAfterEnd", CallAfterEnd, "vsl_open: called after vsl_fini"},
+    {"UseFromEarlierLife", UseFromEarlierLife, "vsl_destroy card#1: made before vsl_fini"},
+    {"StartCard", StartCard, "vsl_op_start card#1: wrong kind of handle"},
+    {"OpenNull", OpenNull, "vsl_open null: null handle"},
+    {"CreateIntoNowhere", CreateIntoNowhere, "vsl_iom_create_by_name null: no handle variable"},
+    {"DestroyNowhere", DestroyNowhere, "vsl_destroy null: no handle variable"},
+    {"UseVolumeOfDestroyedCard", UseVolumeOfDestroyedCard,
+     "vsl_vsu_state volume#1: used after its end"},
+    {"UseReplacedWalk", UseReplacedWalk, "vsl_has_serial_number walked#1: used after its end"},
+};
+
+class MisusedHandles : public Handles, public ::testing::WithParamInterface<Wrong> {};
+
+TEST_P(MisusedHandles, AreNotedAndRefusedWithoutHarm) {
+  void* card = Named();
+  GetParam().act(card, &m_Error);
+  EXPECT_EQ(GetParam().line, Joined(CardSim::Misuse()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, MisusedHandles, ::testing::ValuesIn(kWrongs),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Handles, AReadOfAnAbsentAttributeIsNoted) {
+  File().MakeAbsent("card0", "board_name");
+  File().MakeAbsent("card0", "reserve_space_pct");
+  void* card = Opened();
+  EXPECT_STREQ("", vsl_board_name(card, &m_Error));
+  EXPECT_EQ(0U, vsl_reserve_status(card, &m_Error));
+  EXPECT_EQ(
+      "vsl_board_name card#1: the attribute is absent\n"
+      "vsl_reserve_status card#1: the attribute is absent",
+      Joined(CardSim::Misuse()));
+}
+
+TEST_F(Handles, ANamedCardTellsWhatARowNeedsWithoutBeingOpened) {
+  void* card = Named();
+  EXPECT_TRUE(vsl_has_rated_endurance_tbytes(card, &m_Error));
+  EXPECT_EQ(8200U, vsl_rated_endurance_tbytes(card, &m_Error));
+  EXPECT_EQ(74.0F, vsl_rated_writes_remaining_percent(card, &m_Error));
+  EXPECT_NE(0U, vsl_total_physical_bytes_read(card, &m_Error));
+  EXPECT_NE(0U, vsl_total_physical_bytes_written(card, &m_Error));
+  EXPECT_EQ(98.9F, vsl_reserve_space_pct(card, &m_Error));
+  EXPECT_TRUE(vsl_has_beacon_state(card, &m_Error));
+  EXPECT_EQ("", Joined(CardSim::Misuse()));
+}
+
+TEST_F(Handles, OnlyAWalkedCardTellsItsSerialNumberUnopened) {
+  void* walked = nullptr;
+  vsl_iom_iterate(&walked, 1, &m_Error);
+  EXPECT_STREQ("FA00000001", vsl_serial_number(walked, &m_Error));
+  EXPECT_EQ("", Joined(CardSim::Misuse()));
+  EXPECT_FALSE(vsl_has_serial_number(Named(), &m_Error));
+  EXPECT_EQ("vsl_has_serial_number card#1: the card is not open", Joined(CardSim::Misuse()));
+}
+
+TEST_F(Handles, ASecondEndOfTheLibraryIsNoMisuse) {
+  vsl_fini();
+  vsl_fini();
+  EXPECT_EQ("", Joined(CardSim::Misuse()));
+}
+
+TEST_F(Handles, OfBeforeAResetAreUnknownAfterIt) {
+  void* card = Named();
+  CardSim::Reset();
+  Named();
+  EXPECT_NE(0U, vsl_open(card, &m_Error));
+  EXPECT_EQ("vsl_open unknown: no handle of this library", Joined(CardSim::Misuse()));
+}
+
+}  // namespace

@@ -1,0 +1,307 @@
+#include <pthread.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <thread>
+
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+class Jobs : public SimulatedCards {
+ protected:
+  void SetUp() override {
+    SimulatedCards::SetUp();
+    StartWithCard();
+    for (const char* duration : {"attach_ms", "detach_ms", "format_ms"}) {
+      File().Set("card0", duration, "20");
+    }
+  }
+
+  void State(const char* state) { File().Set("card0", "iom_state", state); }
+  std::string State() const { return File().Get("card0", "iom_state"); }
+
+  void* Attach() {
+    void* job = nullptr;
+    EXPECT_EQ(0U, vsl_iom_attach_create(Named(), &job, &m_Error));
+    return job;
+  }
+  void* Detach(bool force = false) {
+    void* job = nullptr;
+    EXPECT_EQ(0U, vsl_iom_detach_create(Named(), &job, &m_Error));
+    if (force) {
+      EXPECT_EQ(0U, vsl_iom_detach_set_force(job, 1, &m_Error));
+    }
+    return job;
+  }
+  std::string Start(void* job) {
+    return vsl_op_start(job, &m_Error) == 0 ? "started" : m_Error.text;
+  }
+  std::string Wait(void* job) {
+    return vsl_op_wait_for_result(job, &m_Error) == 0 ? "done" : m_Error.text;
+  }
+};
+
+TEST_F(Jobs, AttachLeadsThroughAttachingToAttached) {
+  State("0");
+  void* job = Attach();
+  EXPECT_EQ("started", Start(job));
+  EXPECT_EQ("1", State());
+  EXPECT_EQ("done", Wait(job));
+  EXPECT_EQ("2", State());
+}
+
+TEST_F(Jobs, DetachLeadsThroughDetachingToDetached) {
+  void* job = Detach();
+  EXPECT_EQ("started", Start(job));
+  EXPECT_EQ("3", State());
+  EXPECT_EQ("done", Wait(job));
+  EXPECT_EQ("0", State());
+}
+
+TEST_F(Jobs, FormatKeepsTheCardBusy) {
+  State("0");
+  void* job = nullptr;
+  vsl_iom_format_create(Named(), &job, &m_Error);
+  EXPECT_EQ("started", Start(job));
+  EXPECT_EQ("4", State());
+  EXPECT_EQ("done", Wait(job));
+  EXPECT_EQ("0", State());
+}
+
+TEST_F(Jobs, TheWaitTakesTheCardsTime) {
+  File().Set("card0", "detach_ms", "40");
+  void* job = Detach();
+  Start(job);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ("done", Wait(job));
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(35));
+}
+
+TEST_F(Jobs, OthersMayCallWhileOneWaits) {
+  void* job = Detach();
+  Start(job);
+  std::atomic<bool> done{false};
+  std::thread waiting([&] {
+    vsl_error_record err;
+    vsl_op_wait_for_result(job, &err);
+    done = true;
+  });
+  EXPECT_EQ(3U, vsl_iom_state(Opened(), &m_Error));
+  waiting.join();
+  EXPECT_EQ(0U, vsl_iom_state(Opened(), &m_Error));
+}
+
+// What a card in a state says to each job.
+struct Rule {
+  const char* state;
+  const char* attach;
+  const char* detach;
+  const char* forced;
+};
+
+constexpr const char* kStarted = "started";
+const Rule kRules[] = {
+    {"0", kStarted, "not possible: the card is detached", "not possible: the card is detached"},
+    {"1", "not possible: the card is attaching", "not possible: the card is attaching",
+     "not possible: the card is attaching"},
+    {"2", "not possible: the card is attached", kStarted, kStarted},
+    {"3", "not possible: the card is detaching", "not possible: the card is detaching",
+     "not possible: the card is detaching"},
+    {"4", "not possible: the card is busy", "not possible: the card is busy",
+     "not possible: the card is busy"},
+    {"5", "not possible: the card is in minimal mode", "not possible: the card is in minimal mode",
+     kStarted},
+    {"6", "not possible: the card is failed", "not possible: the card is failed", kStarted},
+    {"7", "not possible: the card is stopped", "not possible: the card is stopped", kStarted},
+    {"9", "not possible: the card is failed", "not possible: the card is failed", kStarted},
+};
+
+class StateRules : public Jobs, public ::testing::WithParamInterface<Rule> {};
+
+TEST_P(StateRules, DecideWhichJobStarts) {
+  State(GetParam().state);
+  EXPECT_EQ(GetParam().attach, Start(Attach()));
+  State(GetParam().state);
+  EXPECT_EQ(GetParam().detach, Start(Detach()));
+  State(GetParam().state);
+  EXPECT_EQ(GetParam().forced, Start(Detach(true)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, StateRules, ::testing::ValuesIn(kRules),
+                         [](const auto& row) { return "State" + std::string(row.param.state); });
+
+TEST_F(Jobs, ACardInUseYieldsToForceAlone) {
+  File().Set("card0", "in_use", "true");
+  EXPECT_EQ("the card is in use", Start(Detach()));
+  EXPECT_EQ("2", State());
+  void* job = Detach(true);
+  EXPECT_EQ("started", Start(job));
+  EXPECT_EQ("done", Wait(job));
+  EXPECT_EQ("0", State());
+}
+
+TEST_F(Jobs, AreStartedAndWaitedForOnce) {
+  void* job = Detach();
+  EXPECT_EQ("no job is under way", Wait(job));
+  EXPECT_EQ("started", Start(job));
+  EXPECT_EQ("the job was started before", Start(job));
+  EXPECT_EQ("done", Wait(job));
+  EXPECT_EQ("no job is under way", Wait(job));
+}
+
+TEST_F(Jobs, OfARemovedCardFail) {
+  void* job = Detach();
+  void* other = Detach();
+  Start(job);
+  File().RemoveCard("card0");
+  EXPECT_EQ("the card is gone", Wait(job));
+  EXPECT_EQ("the card is gone", Start(other));
+}
+
+TEST_F(Jobs, FailWhenSomebodySetsTheStateMeanwhile) {
+  void* job = Detach();
+  Start(job);
+  State("6");
+  EXPECT_EQ("the card left the job", Wait(job));
+  EXPECT_EQ("6", State());
+}
+
+TEST_F(Jobs, FallBackWhenTheirHandleIsDestroyed) {
+  void* job = Detach();
+  Start(job);
+  EXPECT_EQ(0U, vsl_destroy(&job, nullptr));
+  EXPECT_EQ("2", State());
+}
+
+TEST_F(Jobs, FallBackWhenTheWaitIsMadeToFail) {
+  void* job = Detach();
+  Start(job);
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 99, "ordered");
+  EXPECT_EQ("ordered", Wait(job));
+  EXPECT_EQ("2", State());
+}
+
+TEST_F(Jobs, FallBackAtAReset) {
+  Start(Detach());
+  CardSim::Reset();
+  EXPECT_EQ("2", State());
+}
+
+TEST_F(Jobs, AStartThatIsMadeToFailTouchesNothing) {
+  CardSim::FailCall("vsl_op_start", 1, 99, "ordered");
+  EXPECT_EQ("ordered", Start(Detach()));
+  EXPECT_EQ("2", State());
+}
+
+TEST_F(Jobs, OfADeadProcessDoNotWedgeTheCard) {
+  vsl_fini();
+  CardSim::Reset();
+  const pid_t child = fork();
+  if (child == 0) {
+    vsl_init(0, &m_Error);
+    Start(Detach());
+    _exit(State() == "3" ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  EXPECT_NE(std::string::npos, Slurp().find("\"iom_state\": 3"));
+  EXPECT_EQ("2", State());
+  ASSERT_EQ(0U, vsl_init(0, &m_Error));
+  EXPECT_EQ("started", Start(Detach()));
+}
+
+TEST_F(Jobs, ADeathIsSeenWithoutAChangeOfTheFile) {
+  int gate[2];
+  ASSERT_EQ(0, pipe(gate));
+  vsl_fini();
+  const pid_t child = fork();
+  if (child == 0) {
+    vsl_init(0, &m_Error);
+    Start(Detach());
+    EXPECT_EQ(1, write(gate[1], "x", 1));
+    pause();
+    _exit(0);
+  }
+  char byte = 0;
+  ASSERT_EQ(1, read(gate[0], &byte, 1));
+  ASSERT_EQ(0U, vsl_init(0, &m_Error));
+  EXPECT_EQ(3U, vsl_iom_state(Opened(), &m_Error));
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  EXPECT_EQ(2U, vsl_iom_state(Opened(), &m_Error));
+  close(gate[0]);
+  close(gate[1]);
+}
+
+struct Cancelled {
+  void* job;
+  std::atomic<bool> waiting{false};
+  std::atomic<bool> unwound{false};
+};
+
+struct MarksUnwinding {
+  explicit MarksUnwinding(Cancelled& cancelled) : m_Cancelled(cancelled) {}
+  ~MarksUnwinding() { m_Cancelled.unwound = true; }
+  Cancelled& m_Cancelled;
+};
+
+void* WaitUntilCancelled(void* argument) {
+  auto& cancelled = *static_cast<Cancelled*>(argument);
+  const MarksUnwinding mark(cancelled);
+  vsl_error_record err;
+  cancelled.waiting = true;
+  vsl_op_wait_for_result(cancelled.job, &err);
+  return argument;
+}
+
+TEST_F(Jobs, ACancelledThreadUnwindsAndTheCardFallsBack) {
+  File().Set("card0", "detach_ms", "60000");
+  Cancelled cancelled;
+  cancelled.job = Detach();
+  Start(cancelled.job);
+  pthread_t thread;
+  ASSERT_EQ(0, pthread_create(&thread, nullptr, WaitUntilCancelled, &cancelled));
+  while (!cancelled.waiting) std::this_thread::yield();
+  pthread_cancel(thread);
+  void* result = nullptr;
+  pthread_join(thread, &result);
+  EXPECT_EQ(PTHREAD_CANCELED, result);
+  EXPECT_TRUE(cancelled.unwound);
+  EXPECT_EQ("2", State());
+  EXPECT_NE(nullptr, Opened());
+}
+
+void* CallUntilCancelled(void* argument) {
+  auto& cancelled = *static_cast<Cancelled*>(argument);
+  const MarksUnwinding mark(cancelled);
+  vsl_error_record err;
+  for (std::uint32_t i = 0;; ++i) {
+    void* card = nullptr;
+    vsl_iom_create_by_name("/dev/fct0", &card, &err);
+    vsl_open(card, &err);
+    vsl_set_beacon_state(card, i % 2, &err);
+    vsl_close(card, &err);
+    vsl_destroy(&card, &err);
+    cancelled.waiting = true;
+    pthread_testcancel();
+  }
+}
+
+TEST_F(Jobs, AThreadCancelledAmidOrdinaryCallsHarmsNothing) {
+  for (int round = 0; round < 20; ++round) {
+    Cancelled cancelled;
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(&thread, nullptr, CallUntilCancelled, &cancelled));
+    while (!cancelled.waiting) std::this_thread::yield();
+    pthread_cancel(thread);
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    EXPECT_EQ(PTHREAD_CANCELED, result);
+    EXPECT_TRUE(cancelled.unwound);
+  }
+  EXPECT_EQ("", Joined(CardSim::OpenHandles()) + Joined(CardSim::Misuse()));
+}
+
+}  // namespace

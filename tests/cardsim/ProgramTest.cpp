@@ -1,0 +1,127 @@
+#include <sys/wait.h>
+
+#include <cstdlib>
+
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+class Program : public SimulatedCards {
+ protected:
+  // Output, errors and exit code of `cardsim` with these arguments, as one text.
+  std::string Run(const std::string& arguments) {
+    const std::string out = (m_Folder / "out").string();
+    const std::string err = (m_Folder / "err").string();
+    const int status = std::system(
+        (std::string(CARDSIM_PROGRAM) + " " + arguments + " >" + out + " 2>" + err).c_str());
+    return Slurp(out) + Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
+  }
+};
+
+TEST_F(Program, TellsAStoryOfCards) {
+  EXPECT_EQ("made " + Path().string() + " without cards\n[0]", Run("new --force"));
+  EXPECT_EQ("added card0: Flash Adapter 785GB, /dev/fct0\n[0]", Run("add 0x1003"));
+  EXPECT_EQ(
+      "added card1: Flash Adapter 5.2TB, /dev/fct1\n"
+      "added card2: Flash Adapter 5.2TB, /dev/fct2\n[0]",
+      Run("add flash-5200g --count 2"));
+  EXPECT_EQ("removed card1\n[0]", Run("remove card1"));
+  EXPECT_EQ("card2: iom_state 2 -> 5\n[0]", Run("set card2 iom_state 5"));
+  EXPECT_EQ(
+      "CARD     DEVICE       PCI          ID     SERIAL       STATE\n"
+      "card0    /dev/fct0    0000:03:00.0 0x1003 FA00000001   attached\n"
+      "card2    /dev/fct2    0000:05:00.0 0x3002 FA00000003   minimal\n[0]",
+      Run("list"));
+}
+
+TEST_F(Program, ShowsAndChangesAttributes) {
+  Run("add 1003");
+  EXPECT_EQ("card0: serial_number FA00000001 -> my card\n[0]",
+            Run("set card0 serial_number 'my card'"));
+  EXPECT_EQ("my card\n[0]", Run("get card0 serial_number"));
+  EXPECT_EQ("card0: temp_internal_deg_c 51.7 -> -5.5\n[0]",
+            Run("set card0 temp_internal_deg_c -5.5"));
+  EXPECT_EQ("card0: beacon_state false -> absent\n[0]", Run("set card0 beacon_state absent"));
+  EXPECT_EQ("absent\n[0]", Run("get card0 beacon_state"));
+}
+
+TEST_F(Program, RaisesAndClearsBits) {
+  Run("add 1003");
+  EXPECT_EQ("card0: raised FLASHBACK\n[0]", Run("raise card0 FLASHBACK"));
+  EXPECT_EQ("256\n[0]", Run("get card0 current_errors"));
+  EXPECT_EQ("card0: cleared errors.FLASHBACK\n[0]", Run("clear card0 errors.FLASHBACK"));
+  EXPECT_EQ("0\n[0]", Run("get card0 current_errors"));
+}
+
+TEST_F(Program, MakesFunctionsFailInAnotherProcess) {
+  StartWithCard();
+  EXPECT_EQ("vsl_open fails with 12: no luck\n[0]",
+            Run("fail vsl_open --code 12 --text 'no luck'"));
+  EXPECT_EQ(12U, vsl_open(Named(), &m_Error));
+  EXPECT_STREQ("no luck", m_Error.text);
+  EXPECT_EQ("vsl_open works again\n[0]", Run("heal vsl_open"));
+  EXPECT_EQ(0U, vsl_open(Named(), &m_Error));
+}
+
+TEST_F(Program, WritesASysfsTree) {
+  Run("add 1003");
+  const std::string tree = (m_Folder / "sys").string();
+  EXPECT_EQ("wrote 1 devices below " + tree + "\n[0]", Run("sysfs " + tree));
+  EXPECT_EQ("0x1003\n", Slurp(tree + "/bus/pci/devices/0000:03:00.0/device"));
+}
+
+TEST_F(Program, WorksOnTheFileItIsGiven) {
+  const std::string other = (m_Folder / "other.json").string();
+  EXPECT_EQ("made " + other + " without cards\n[0]", Run("--state " + other + " new"));
+  EXPECT_EQ("added card0: Flash Adapter 365GB, /dev/fct0\n[0]", Run("add 1000 --state " + other));
+  EXPECT_EQ("", Joined(File().Cards()));
+}
+
+struct Refused {
+  const char* name;
+  const char* arguments;
+  const char* answer;
+};
+
+const Refused kRefused[] = {
+    {"NoCommand", "", "cardsim: A subcommand is required\n[2]"},
+    {"MissingArgument", "remove", "cardsim: CARD is required\n[2]"},
+    {"BadOption", "list --wrong", "cardsim: The following argument was not expected: --wrong\n[2]"},
+    {"NoCard", "set card7 pci_bus 1", "cardsim: no card card7; did you mean card0?\n[3]"},
+    {"NoAttribute", "get card0 pci_buz",
+     "cardsim: no attribute pci_buz; did you mean pci_bus?\n[3]"},
+    {"NoBit", "raise card0 FLASHBAK",
+     "cardsim: no status bit FLASHBAK; did you mean FLASHBACK?\n[3]"},
+    {"NoKind", "add floppy", "cardsim: no kind of card floppy\n[3]"},
+    {"NoFunction", "fail vsl_opne", "cardsim: no function vsl_opne; did you mean vsl_open?\n[3]"},
+    {"BadValue", "set card0 pci_bus 256",
+     "cardsim: pci_bus: must be a whole number from 0 to 255\n[1]"},
+    {"CodeOfSuccess", "fail vsl_open --code 0", "cardsim: code 0 is success, no failure\n[1]"},
+};
+
+class RefusedCommands : public Program, public ::testing::WithParamInterface<Refused> {};
+
+TEST_P(RefusedCommands, SayWhyInOneLine) {
+  File().AddCard(0x1003);
+  const std::string before = Slurp();
+  EXPECT_EQ(GetParam().answer, Run(GetParam().arguments));
+  EXPECT_EQ(before, Slurp());
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, RefusedCommands, ::testing::ValuesIn(kRefused),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Program, LeavesAnExistingOrDamagedFileAlone) {
+  EXPECT_EQ("cardsim: " + Path().string() + ": exists already\n[1]", Run("new"));
+  Spill("{broken");
+  EXPECT_EQ("cardsim: " + Path().string() + ": line 1, column 2: no valid JSON\n[1]", Run("list"));
+  EXPECT_EQ("{broken", Slurp());
+}
+
+TEST_F(Program, HelpsWhenAsked) {
+  const std::string help = Run("--help");
+  EXPECT_NE(std::string::npos, help.find("Subcommands:"));
+  EXPECT_NE(std::string::npos, help.find("[0]"));
+}
+
+}  // namespace

@@ -1,0 +1,81 @@
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+class Volumes : public SimulatedCards {
+ protected:
+  void SetUp() override {
+    SimulatedCards::SetUp();
+    StartWithCard();
+    File().Set("card0", "volumes",
+               R"([{"state": 1}, {"state": 0, "settable": false}, {"state": 1, "refuses": true}])");
+  }
+
+  // State and settability of each unit of a walk.
+  std::string Walk() {
+    void* card = Named();
+    void* volume = nullptr;
+    std::string text;
+    while (vsl_vsu_iterate(card, &volume, 1, &m_Error)) {
+      text += std::to_string(vsl_vsu_state(volume, &m_Error));
+      text += vsl_has_vsu_state(volume, &m_Error) ? "s " : "- ";
+    }
+    EXPECT_EQ(nullptr, volume);
+    return text;
+  }
+};
+
+TEST_F(Volumes, AreWalkedInTheirOrder) {
+  EXPECT_EQ("1s 0- 1s ", Walk());
+  EXPECT_EQ("", Joined(CardSim::Misuse()));
+}
+
+TEST_F(Volumes, TakeANewStateOrRefuseIt) {
+  void* card = Named();
+  void* volume = nullptr;
+  std::string codes;
+  while (vsl_vsu_iterate(card, &volume, 1, &m_Error)) {
+    codes += std::to_string(vsl_set_vsu_state(volume, 0, &m_Error)) + " ";
+  }
+  EXPECT_EQ("0 9 6 ", codes);
+  EXPECT_EQ("0s 0- 1s ", Walk());
+}
+
+TEST_F(Volumes, ShowTheNewStateAtOnce) {
+  void* card = Named();
+  void* volume = nullptr;
+  ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
+  EXPECT_EQ(0U, vsl_set_vsu_state(volume, 0, &m_Error));
+  EXPECT_EQ(0U, vsl_vsu_state(volume, &m_Error));
+  EXPECT_NE(0U, vsl_set_vsu_state(volume, 2, &m_Error));
+}
+
+TEST_F(Volumes, ThatWentMeanwhileAreMissed) {
+  void* card = Named();
+  void* volume = nullptr;
+  ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
+  File().MakeAbsent("card0", "volumes");
+  EXPECT_EQ(3U, vsl_set_vsu_state(volume, 0, &m_Error));
+  EXPECT_STREQ("the unit is gone", m_Error.text);
+  EXPECT_EQ("", Walk());
+}
+
+TEST_F(Volumes, BelongToTheHandleThatWalksThem) {
+  void* card = Named();
+  void* other = Named();
+  void* volume = nullptr;
+  ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
+  EXPECT_FALSE(vsl_vsu_iterate(other, &volume, 1, &m_Error));
+  EXPECT_EQ("vsl_vsu_iterate volume#1: a unit of another card's handle", Joined(CardSim::Misuse()));
+}
+
+TEST_F(Volumes, HaveOneShapeInTheFile) {
+  EXPECT_EQ(R"([{"state":1,"settable":true},{"state":0,"settable":false},)"
+            R"({"state":1,"settable":true,"refuses":true}])",
+            File().Get("card0", "volumes"));
+  EXPECT_EQ("volumes: must be a list", ErrorOf([this] { File().Set("card0", "volumes", "x"); }));
+  EXPECT_EQ("volumes[0].states: unknown; did you mean state?",
+            ErrorOf([this] { File().Set("card0", "volumes", R"([{"states": 1}])"); }));
+}
+
+}  // namespace
