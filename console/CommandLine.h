@@ -1,0 +1,44 @@
+// The command line as values.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "console/Output.h"
+
+namespace Console {
+
+struct Options {
+  std::vector<std::string> m_Words;  // the verb and what follows it
+  std::string m_Form;                // empty: the command's own
+  std::vector<std::string> m_Columns;
+  bool m_NoHeadings = false;
+  bool m_Quiet = false;
+  bool m_Verbose = false;
+  bool m_Ascii = false;
+  std::string m_Colour = "auto";
+  std::string m_Plugin;
+  std::optional<std::string> m_Simulate;  // the file, empty for the default one
+  std::string m_Database;
+  std::optional<std::string> m_Trace;
+  std::string m_TraceFile;
+  bool m_Long = false;
+  bool m_Follow = false;
+  std::string m_For;
+  // Those options given that only some commands have, as "--long".
+  std::set<std::string> m_Special;
+};
+
+// Reads the arguments without the program's name. Throws `Failure` for what it does not know; as
+// much of `options` as was understood is then set, so that the failure is told in the right form.
+void ParseCommandLine(const std::vector<std::string>& arguments, Options& options);
+
+// The options as they stand in the help.
+std::string OptionHelp();
+
+// Options, environment and terminal together.
+Style DecideStyle(const Options& options, std::size_t terminalWidth);
+
+}  // namespace Console

@@ -1,0 +1,51 @@
+// What a command works with while it runs.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/Answer.h"
+#include "console/CommandLine.h"
+#include "console/Model.h"
+#include "console/Output.h"
+#include "console/Session.h"
+#include "console/Simulation.h"
+
+namespace Console {
+
+class Context {
+ public:
+  Context(const Options& options, const Style& style, Talk& talk, AnswerStream& stream,
+          std::string command, std::string form, std::vector<std::string> arguments);
+  ~Context();
+
+  // The session; the first call brings the plug-in up, with simulated cards if so wanted, and notes
+  // when there is no card.
+  Session& Open();
+  // Stops the plug-in; the answer is written after that. Does nothing when it is not up.
+  void Close();
+  // The objects as they are now.
+  Model Objects() { return Model(Open().Topology()); }
+
+  // Writes a part of the answer now, for a command that goes on.
+  void Emit(const Answer& answer, bool first);
+  // What surrounds the answer so far.
+  Surroundings Around(ExitCode code) const;
+
+  const Options& m_Options;
+  const Style& m_Style;
+  Talk& m_Talk;
+  const std::string m_Command;
+  const std::string m_Form;
+  const std::vector<std::string> m_Arguments;  // without the verb
+
+ private:
+  AnswerStream& m_Stream;
+  std::optional<PluginInfo> m_Plugin;
+  std::unique_ptr<Simulation> m_pSimulation;
+  std::unique_ptr<Session> m_pSession;
+};
+
+}  // namespace Console

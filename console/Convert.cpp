@@ -1,0 +1,208 @@
+#include "console/Convert.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+constexpr std::uint64_t kAllOnes32 = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t kAllOnes64 = std::numeric_limits<std::uint64_t>::max();
+
+struct UnitFactor {
+  const char* m_Symbol;
+  double m_Bytes;
+};
+
+// By symbol, since the numbers of converted sizes are the host's to choose.
+constexpr UnitFactor kByteUnits[] = {
+    {"B", 0x1p0},    {"KiB", 0x1p10}, {"MiB", 0x1p20}, {"GiB", 0x1p30},
+    {"TiB", 0x1p40}, {"PiB", 0x1p50}, {"EiB", 0x1p60},
+};
+
+std::optional<double> BytesPerUnit(PI::_UNITS unit) {
+  const std::string symbol = HostKit::UnitSymbol(unit);
+  for (const UnitFactor& row : kByteUnits) {
+    if (symbol == row.m_Symbol) return row.m_Bytes;
+  }
+  return std::nullopt;
+}
+
+// The decimal number that a float was meant to be: 48.2, not 48.2000007629.
+double Decimal(float number) {
+  return std::strtod(fmt::format("{}", number).c_str(), nullptr);
+}
+
+std::optional<double> NumberOf(const PI::CProperty& property) {
+  switch (property.m_ValueType) {
+    case PI::VALUE_TYPE_NUMBER:
+      return static_cast<double>(property.m_Value.m_Number);
+    case PI::VALUE_TYPE_RANGE:
+      return property.m_Value.m_Integer;
+    case PI::VALUE_TYPE_FLOAT:
+      if (!std::isfinite(property.m_Value.m_Float)) return std::nullopt;
+      return Decimal(property.m_Value.m_Float);
+    default:
+      return std::nullopt;
+  }
+}
+
+std::string ChoiceName(std::int32_t value) {
+  const std::string name =
+      HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(value));
+  return name.empty() ? fmt::format("{}", value) : name;
+}
+
+// The colour classes of the two status lines, adapters' and drives'.
+Tone ToneOf(std::uint32_t indicator) {
+  switch (indicator) {
+    case 24000:
+    case 24183:
+      return Tone::Good;
+    case 24002:
+    case 24189:
+      return Tone::Warning;
+    case 24001:
+    case 24177:
+      return Tone::Bad;
+    default:
+      return Tone::Plain;
+  }
+}
+
+Value::Data TextData(const PI::CProperty& property) {
+  if (property.m_ValueType != PI::VALUE_TYPE_STRING || property.m_Value.m_String.m_Text.empty()) {
+    return {};
+  }
+  return property.m_Value.m_String.m_Text;
+}
+
+Value::Data ChoiceData(const PI::CProperty& property) {
+  if (property.m_ValueType != PI::VALUE_TYPE_CHOICE) return {};
+  return ChoiceName(property.m_Value.m_Choice.m_Value);
+}
+
+Value::Data ChoicesData(const PI::CProperty& property) {
+  if (property.m_ValueType != PI::VALUE_TYPE_MULTI_CHOICE) return {};
+  std::vector<std::string> names;
+  for (const std::int32_t value : property.m_Value.m_MultiValue.m_Values) {
+    names.push_back(ChoiceName(value));
+  }
+  return names;
+}
+
+Value::Data FlagData(const PI::CProperty& property) {
+  if (property.m_ValueType != PI::VALUE_TYPE_BOOL) return {};
+  return property.m_Value.m_Bool;
+}
+
+Value::Data CountData(const PI::CProperty& property, Nothing nothing) {
+  const auto count = CountOf(property, nothing);
+  if (!count) return {};
+  return *count;
+}
+
+Value::Data BytesData(const PI::CProperty& property) {
+  const auto number = NumberOf(property);
+  const auto unit = BytesPerUnit(property.m_Units);
+  if (!number || !unit || *number < 0 || *number * *unit >= 0x1p64) return {};
+  return static_cast<std::uint64_t>(*number * *unit);
+}
+
+// `scale` brings the unit that is expected to the base unit.
+Value::Data RealData(const PI::CProperty& property, PI::_UNITS expected, double scale) {
+  const auto number = NumberOf(property);
+  if (!number || property.m_Units != expected) return {};
+  return *number / scale;
+}
+
+Value::Data SecondsData(const PI::CProperty& property) {
+  if (property.m_Units != PI::UNITS_SECONDS) return {};
+  return CountData(property, Nothing::None);
+}
+
+Value::Data DataOf(const PI::CProperty& property, Measure measure, Nothing nothing) {
+  switch (measure) {
+    case Measure::Text:
+      return TextData(property);
+    case Measure::Choice:
+      return ChoiceData(property);
+    case Measure::Choices:
+      return ChoicesData(property);
+    case Measure::Flag:
+      return FlagData(property);
+    case Measure::Count:
+      return CountData(property, nothing);
+    case Measure::Bytes:
+      return BytesData(property);
+    case Measure::Ratio:
+      return RealData(property, PI::UNITS_PERCENT, 100);
+    case Measure::Celsius:
+      return RealData(property, PI::UNITS_DEGREES_CELSIUS, 1);
+    case Measure::Watts:
+      return RealData(property, PI::UNITS_WATTS, 1);
+    case Measure::Seconds:
+      return SecondsData(property);
+    case Measure::PciAddress:
+      break;
+  }
+  return {};
+}
+
+bool IsZero(const Value::Data& data) {
+  if (const auto* count = std::get_if<std::uint64_t>(&data)) return *count == 0;
+  if (const auto* number = std::get_if<double>(&data)) return !(*number < 0 || *number > 0);
+  return false;
+}
+
+}  // namespace
+
+Value Convert(const PI::CProperty& property, Measure measure, Nothing nothing) {
+  Value value{measure, DataOf(property, measure, nothing), ToneOf(property.m_Indicator)};
+  if (nothing == Nothing::Zero && IsZero(value.m_Data)) value.m_Data = {};
+  return value;
+}
+
+Measure NaturalMeasure(const PI::CProperty& property) {
+  switch (property.m_ValueType) {
+    case PI::VALUE_TYPE_BOOL:
+      return Measure::Flag;
+    case PI::VALUE_TYPE_CHOICE:
+      return Measure::Choice;
+    case PI::VALUE_TYPE_MULTI_CHOICE:
+      return Measure::Choices;
+    case PI::VALUE_TYPE_STRING:
+    case PI::VALUE_TYPE_NONE:
+      return Measure::Text;
+    default:
+      break;
+  }
+  if (BytesPerUnit(property.m_Units)) return Measure::Bytes;
+  if (property.m_Units == PI::UNITS_PERCENT) return Measure::Ratio;
+  if (property.m_Units == PI::UNITS_DEGREES_CELSIUS) return Measure::Celsius;
+  if (property.m_Units == PI::UNITS_WATTS) return Measure::Watts;
+  if (property.m_Units == PI::UNITS_SECONDS) return Measure::Seconds;
+  return Measure::Count;
+}
+
+std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing nothing) {
+  std::uint64_t count = 0;
+  if (property.m_ValueType == PI::VALUE_TYPE_NUMBER) {
+    count = property.m_Value.m_Number;
+  } else if (property.m_ValueType == PI::VALUE_TYPE_RANGE && property.m_Value.m_Integer >= 0) {
+    count = static_cast<std::uint64_t>(property.m_Value.m_Integer);
+  } else {
+    return std::nullopt;
+  }
+  if (nothing == Nothing::AllOnes && (count == kAllOnes32 || count == kAllOnes64)) {
+    return std::nullopt;
+  }
+  return count;
+}
+
+}  // namespace Console

@@ -1,0 +1,82 @@
+#include "console/Failure.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <utility>
+
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+std::string Lower(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
+// Edits from one text to the other, an exchange of neighbours counting as one.
+std::size_t Distance(const std::string& from, const std::string& to) {
+  std::vector<std::vector<std::size_t>> cost(from.size() + 1,
+                                             std::vector<std::size_t>(to.size() + 1));
+  for (std::size_t i = 0; i <= from.size(); ++i) {
+    for (std::size_t j = 0; j <= to.size(); ++j) {
+      if (i == 0 || j == 0) {
+        cost[i][j] = i + j;
+        continue;
+      }
+      const std::size_t change = from[i - 1] == to[j - 1] ? 0 : 1;
+      cost[i][j] = std::min({cost[i - 1][j] + 1, cost[i][j - 1] + 1, cost[i - 1][j - 1] + change});
+      if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1]) {
+        cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
+      }
+    }
+  }
+  return cost[from.size()][to.size()];
+}
+
+}  // namespace
+
+Failure::Failure(ExitCode code, std::string id, const std::string& what, const std::string& why,
+                 std::vector<std::string> advice)
+    : m_Code(code),
+      m_Id(std::move(id)),
+      m_Text(fmt::format("{} failed: {}", what, why)),
+      m_Advice(std::move(advice)) {}
+
+Failure PluginFailure(const std::string& what, std::uint32_t error) {
+  std::string id = HostKit::NameOf(HostKit::Family::Error, error);
+  std::string why = HostKit::CaptionOf(HostKit::Family::Error, error);
+  while (!why.empty() && why.back() == '.') why.pop_back();
+  if (id.empty()) id = "PLUGIN_ERROR";
+  if (why.empty()) why = "the plug-in gave an error without a text";
+  return Failure(ExitCode::Failed, id, what, fmt::format("{} ({})", why, error),
+                 {"Run it again with --trace 2,16 to see what the card library said."});
+}
+
+Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {
+  if (advice.empty()) advice.push_back("See: corvane-host help");
+  return Failure(ExitCode::Usage, "USAGE", "reading the command line", why, std::move(advice));
+}
+
+std::vector<std::string> DidYouMean(const std::string& word,
+                                    const std::vector<std::string>& candidates) {
+  const std::size_t limit = std::max<std::size_t>(1, word.size() / 3);
+  std::string best;
+  std::size_t least = limit + 1;
+  for (const std::string& candidate : candidates) {
+    // The beginning of a long name is no worse than one slip.
+    const bool begins = word.size() >= 3 && Lower(candidate).rfind(Lower(word), 0) == 0;
+    const std::size_t distance = begins ? 1 : Distance(Lower(word), Lower(candidate));
+    if (distance < least) {
+      least = distance;
+      best = candidate;
+    }
+  }
+  if (best.empty()) return {};
+  return {fmt::format("Did you mean '{}'?", best)};
+}
+
+}  // namespace Console

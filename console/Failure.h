@@ -1,0 +1,54 @@
+// How a command ends: the exit codes, which are a contract with scripts, and the exception that
+// carries what went wrong to the one place that reports it.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace Console {
+
+enum class ExitCode : int {
+  Done = 0,  // also when there was nothing to do
+  Failed = 1,
+  Usage = 2,
+  NoObject = 3,  // no such object, or more than one
+  Refused = 4,
+  PluginUnfit = 5,  // not loaded, or not fit for this host
+  Permission = 6,
+  Stopped = 130
+};
+
+// Something that ends the command. Reported as "WHAT failed: WHY" and what to do then.
+class Failure : public std::exception {
+ public:
+  // `id` is a stable word for machines. At most three lines of `advice` are shown.
+  Failure(ExitCode code, std::string id, const std::string& what, const std::string& why,
+          std::vector<std::string> advice = {});
+
+  const char* what() const noexcept override { return m_Text.c_str(); }
+
+  const ExitCode m_Code;
+  const std::string m_Id;
+  const std::string m_Text;
+  const std::vector<std::string> m_Advice;
+};
+
+// A failed command of the plug-in, by the number that it returned.
+Failure PluginFailure(const std::string& what, std::uint32_t error);
+
+// The words given are wrong.
+Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
+
+// "Did you mean ...?" for a mistyped `word`, or nothing when no candidate is near.
+std::vector<std::string> DidYouMean(const std::string& word,
+                                    const std::vector<std::string>& candidates);
+
+// A signal asked the program to end.
+class Stopped : public std::exception {
+ public:
+  const char* what() const noexcept override { return "stopped"; }
+};
+
+}  // namespace Console

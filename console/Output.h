@@ -1,0 +1,68 @@
+// The two streams: the answer on standard output, talk on standard error.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace Console {
+
+// How people's forms look; decided once, from options, environment and terminal.
+struct Style {
+  bool m_Ascii = false;
+  bool m_Colour = false;
+  bool m_Headings = true;
+};
+
+// The program's standard output, taken away from everything else in the process: a plug-in that
+// prints by itself must not spoil the answer.
+class AnswerStream {
+ public:
+  // What others print goes to standard error if `showOthers`, and is dropped if not.
+  explicit AnswerStream(bool showOthers);
+  ~AnswerStream();
+  AnswerStream(const AnswerStream&) = delete;
+  AnswerStream& operator=(const AnswerStream&) = delete;
+
+  // Columns of the terminal, 0 when it is none.
+  std::size_t TerminalWidth() const;
+  // Writes and flushes. Throws `Failure` when the text cannot be written.
+  void Write(const std::string& text);
+
+ private:
+  std::FILE* m_File = nullptr;
+};
+
+// Something said besides the answer.
+struct Message {
+  std::string m_Severity;  // "note" or "error"
+  std::string m_Id;
+  std::string m_Text;
+  std::vector<std::string> m_Advice;
+};
+
+// Collects what is said, for the machine forms, and says it on standard error.
+class Talk {
+ public:
+  // A quiet one says errors only.
+  explicit Talk(bool quiet) : m_Quiet(quiet) {}
+
+  void Note(const std::string& id, const std::string& text,
+            const std::vector<std::string>& advice = {});
+  void Error(const std::string& id, const std::string& text,
+             const std::vector<std::string>& advice = {});
+  const std::vector<Message>& Messages() const { return m_Messages; }
+
+ private:
+  void Say(const Message& message) const;
+
+  const bool m_Quiet;
+  std::vector<Message> m_Messages;
+};
+
+// Control characters written as \xNN, so that no text of a card can move the cursor or break a
+// line.
+std::string Printable(const std::string& text);
+
+}  // namespace Console

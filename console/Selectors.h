@@ -1,0 +1,14 @@
+// How people name an object.
+#pragma once
+
+#include <string>
+
+#include "console/Model.h"
+
+namespace Console {
+
+// The one object that `text` names: a selector, a serial number, a name, pci:ADDRESS, a control
+// device or an object id. Throws `Failure` for none, and for more than one with all of them.
+const Object& Select(const Model& model, const std::string& text);
+
+}  // namespace Console

@@ -1,0 +1,51 @@
+// A conversation with a plug-in: the one thing that everything above it knows of plug-ins.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/PluginInterface.h"
+
+namespace Console {
+
+// What a session speaks to.
+struct PluginInfo {
+  std::string m_File;
+  std::uint32_t m_ModuleID = 0;
+  std::uint32_t m_InterfaceVersion = 0;
+};
+
+// All members are for the thread that made the session. Unless a member says otherwise, it throws
+// `Failure` when the plug-in answers with an error.
+class Session {
+ public:
+  virtual ~Session() = default;
+
+  virtual PluginInfo Info() const = 0;
+
+  // False when the plug-in found no card that it supports. Reads still work and show the plug-in
+  // object alone.
+  virtual bool HasCards() const = 0;
+
+  // The plug-in object, then all adapters, then all drives, with properties and operations.
+  virtual std::vector<PI::CObject> Topology() = 0;
+  virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;
+  // The record of one property; empty when the object does not have it now.
+  virtual std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) = 0;
+  // Gives the plug-in's result; never throws for it.
+  virtual std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) = 0;
+
+  virtual std::vector<PI::COperation> Operations(std::uint64_t object) = 0;
+  // Give the plug-in's result; never throw for it.
+  virtual std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) = 0;
+  virtual std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) = 0;
+
+  // Takes all events that wait in the plug-in; nobody else will see them.
+  virtual std::vector<PI::CEvent> CollectEvents() = 0;
+  // Waits until the plug-in has something to collect; false when the time is over or a signal came.
+  virtual bool WaitForNotification(std::chrono::milliseconds atMost) = 0;
+};
+
+}  // namespace Console

@@ -1,0 +1,58 @@
+// get: bare values of one object.
+#include <fmt/format.h>
+
+#include "console/Answer.h"
+#include "console/Context.h"
+#include "console/PropertyName.h"
+#include "console/Selectors.h"
+#include "console/commands/All.h"
+
+namespace Console {
+namespace {
+
+struct NamedValue {
+  std::string m_Name;
+  Value m_Value;
+};
+
+NamedValue Read(const Object& object, const std::string& name) {
+  if (const Term* term = FindTerm(object.m_Kind, name)) {
+    return {term->m_Name, ReadTerm(object, *term)};
+  }
+  const PropertyName property = ResolveProperty(object, name);
+  return {property.m_Text, ReadProperty(*object.Find(property.m_Number))};
+}
+
+std::vector<NamedValue> ReadAll(const Object& object) {
+  std::vector<NamedValue> values;
+  for (const Term& term : TermsOf(object.m_Kind)) {
+    values.push_back({term.m_Name, ReadTerm(object, term)});
+  }
+  return values;
+}
+
+}  // namespace
+
+Answer RunGet(Context& context) {
+  const Model model = context.Objects();
+  const Object& object = Select(model, context.m_Arguments[0]);
+  std::vector<NamedValue> values;
+  for (std::size_t i = 1; i < context.m_Arguments.size(); ++i) {
+    values.push_back(Read(object, context.m_Arguments[i]));
+  }
+  if (context.m_Arguments.size() == 1) values = ReadAll(object);
+
+  Answer answer;
+  answer.m_Result = {{"object", object.m_Selector}, {"values", Json::object()}};
+  answer.m_Table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
+  for (const NamedValue& value : values) {
+    PutValue(answer.m_Result["values"], value.m_Name, value.m_Value);
+    answer.m_Values.push_back(BareText(value.m_Value));
+    answer.m_Table.m_Rows.push_back(
+        {{TextCell(value.m_Name), ValueCell(value.m_Value, context.m_Style.m_Ascii)},
+         std::nullopt});
+  }
+  return answer;
+}
+
+}  // namespace Console

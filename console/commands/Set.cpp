@@ -1,0 +1,153 @@
+// set: change one property, and say what changed.
+#include <fmt/format.h>
+
+#include <charconv>
+#include <system_error>
+
+#include "console/Answer.h"
+#include "console/Context.h"
+#include "console/PropertyName.h"
+#include "console/Selectors.h"
+#include "console/commands/All.h"
+#include "hostkit/Paths.h"
+
+namespace Console {
+namespace {
+
+struct Assignment {
+  std::string m_Property;
+  std::string m_Value;
+};
+
+Assignment ParseAssignment(const std::string& text) {
+  const std::size_t sign = text.find('=');
+  if (sign == std::string::npos || sign == 0) {
+    throw UsageFailure(fmt::format("'{}' is not PROP=VALUE", text),
+                       {"For example: corvane-host set plugin poll_interval=30"});
+  }
+  return {text.substr(0, sign), text.substr(sign + 1)};
+}
+
+int ParseNumber(const std::string& text) {
+  int number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end) {
+    throw UsageFailure(fmt::format("'{}' is not a whole number that fits", text),
+                       {"For example: corvane-host set plugin poll_interval=30"});
+  }
+  return number;
+}
+
+PI::CProperty ReadRecord(Session& session, const Object& object, const PropertyName& name) {
+  const std::vector<PI::CProperty> record = session.Property(object.m_ID, name.m_Number);
+  if (!record.empty()) return record.front();
+  throw Failure(ExitCode::Failed, "PROPERTY_UNKNOWN",
+                fmt::format("reading {} {}", object.m_Selector, name.m_Text),
+                "the plug-in does not report it now");
+}
+
+// The host's own refusal, so that a property that nobody may write is not even tried.
+void RequireWritable(const Object& object, const PropertyName& name, const PI::CProperty& record) {
+  if (record.m_Writable && record.m_ValueType == PI::VALUE_TYPE_RANGE) return;
+  throw Failure(ExitCode::Refused, "NOT_WRITABLE",
+                fmt::format("setting {} {}", object.m_Selector, name.m_Text), "it can only be read",
+                {"Nothing was changed."});
+}
+
+struct Change {
+  int m_Before = 0;
+  int m_Asked = 0;
+  int m_After = 0;
+  int m_Minimum = 0;
+  int m_Maximum = 0;
+  std::uint32_t m_Result = PI::SUCCESS;
+};
+
+// The record goes back as it came, with the new value alone; the plug-in keeps it in the limits.
+Change Apply(Session& session, const Object& object, const PropertyName& name, PI::CProperty record,
+             int asked) {
+  Change change;
+  change.m_Asked = asked;
+  unsigned int step = 0;
+  record.GetValue(change.m_Before, change.m_Minimum, change.m_Maximum, step);
+  record.SetValue(asked, change.m_Minimum, change.m_Maximum, step);
+  change.m_Result = session.SetProperty(object.m_ID, record);
+  ReadRecord(session, object, name).GetValueRange(change.m_After);
+  return change;
+}
+
+// Results below the errors of commands are those of the configuration file: the change itself is
+// in force.
+bool WasSaved(const Change& change) {
+  return change.m_Result == PI::SUCCESS;
+}
+
+void TellLimits(Talk& talk, const Change& change) {
+  if (change.m_After == change.m_Asked) return;
+  talk.Note("VALUE_LIMITED",
+            fmt::format("{} was asked, {} was taken: it may be {} to {}", change.m_Asked,
+                        change.m_After, change.m_Minimum, change.m_Maximum));
+}
+
+void TellNotSaved(Talk& talk, const std::string& subject, const Change& change) {
+  talk.Error(
+      "NOT_SAVED",
+      fmt::format("saving {} failed: the configuration file could not be written ({})", subject,
+                  change.m_Result),
+      {fmt::format("{} is in force for this run only; the file stands as it was.", change.m_After),
+       fmt::format("Make {} writable and set it again.", HostKit::ConfigFolder().string())});
+}
+
+std::string ChangeText(const std::string& subject, const Change& change) {
+  if (change.m_Before == change.m_After) {
+    return fmt::format("{}: {}, as before\n", subject, change.m_After);
+  }
+  return fmt::format("{}: {} -> {}\n", subject, change.m_Before, change.m_After);
+}
+
+Table ChangeTable(const Object& object, const PropertyName& name, const Change& change) {
+  Table table;
+  table.m_Columns = {{"OBJECT", "object", false},
+                     {"PROPERTY", "property", false},
+                     {"BEFORE", "before", true},
+                     {"AFTER", "after", true}};
+  table.m_Rows = {
+      {{TextCell(object.m_Selector), TextCell(name.m_Text),
+        TextCell(std::to_string(change.m_Before)), TextCell(std::to_string(change.m_After))},
+       std::nullopt}};
+  return table;
+}
+
+}  // namespace
+
+Answer RunSet(Context& context) {
+  const Assignment assignment = ParseAssignment(context.m_Arguments[1]);
+  const Model model = context.Objects();
+  const Object& object = Select(model, context.m_Arguments[0]);
+  const PropertyName name = ResolveProperty(object, assignment.m_Property);
+  const PI::CProperty record = ReadRecord(context.Open(), object, name);
+  RequireWritable(object, name, record);
+  const Change change =
+      Apply(context.Open(), object, name, record, ParseNumber(assignment.m_Value));
+  const std::string subject = fmt::format("{} {}", object.m_Selector, name.m_Text);
+  if (change.m_Result >= PI::ERR_GENERAL) {
+    throw PluginFailure("setting " + subject, change.m_Result);
+  }
+  TellLimits(context.m_Talk, change);
+  if (!WasSaved(change)) TellNotSaved(context.m_Talk, subject, change);
+
+  const Term* term = FindTerm(object.m_Kind, assignment.m_Property);
+  Answer answer;
+  answer.m_Code = WasSaved(change) ? ExitCode::Done : ExitCode::Failed;
+  answer.m_Result = {{"object", object.m_Selector},
+                     {"property", term == nullptr ? name.m_Text : term->m_Name},
+                     {"before", change.m_Before},
+                     {"after", change.m_After},
+                     {"saved", WasSaved(change)}};
+  answer.m_Text = ChangeText(subject, change);
+  answer.m_Table = ChangeTable(object, name, change);
+  return answer;
+}
+
+}  // namespace Console

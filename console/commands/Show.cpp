@@ -1,0 +1,125 @@
+// show: everything about one object.
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+#include "console/Answer.h"
+#include "console/Context.h"
+#include "console/PropertyName.h"
+#include "console/Selectors.h"
+#include "console/commands/All.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+// The base unit by its measure; null for what has none.
+Json UnitJson(Measure measure) {
+  switch (measure) {
+    case Measure::Bytes:
+      return "bytes";
+    case Measure::Ratio:
+      return "ratio";
+    case Measure::Celsius:
+      return "celsius";
+    case Measure::Watts:
+      return "watts";
+    case Measure::Seconds:
+      return "seconds";
+    default:
+      return nullptr;
+  }
+}
+
+Json PropertyJson(const PI::CProperty& property) {
+  const Value value = ReadProperty(property);
+  Json json = {{"number", property.m_PropertyID},
+               {"name", HostKit::NameOf(HostKit::Family::Property, property.m_PropertyID)},
+               {"caption", HostKit::CaptionOf(HostKit::Family::Property, property.m_NameID)},
+               {"writable", property.m_Writable},
+               {"unit", UnitJson(value.m_Measure)}};
+  PutValue(json, "value", value);
+  return json;
+}
+
+Json OperationJson(const PI::COperation& operation) {
+  return {{"number", operation.m_OperationID},
+          {"name", HostKit::NameOf(HostKit::Family::Operation, operation.m_OperationID)},
+          {"caption", HostKit::CaptionOf(HostKit::Family::Operation, operation.m_OperationID)}};
+}
+
+Json ResultOf(const Model& model, const Object& object) {
+  Json result = {{"object", ObjectJson(model, object)},
+                 {"properties", Json::array()},
+                 {"operations", Json::array()}};
+  for (const PI::CProperty& property : object.m_Properties) {
+    result["properties"].push_back(PropertyJson(property));
+  }
+  for (const PI::COperation& operation : object.m_Operations) {
+    result["operations"].push_back(OperationJson(operation));
+  }
+  return result;
+}
+
+std::string Links(const Model& model, const std::vector<std::uint64_t>& ids) {
+  std::vector<std::string> texts;
+  for (const std::uint64_t id : ids) {
+    texts.push_back(fmt::format("{} ({})", model.SelectorOf(id), IdText(id)));
+  }
+  return texts.empty() ? "-" : fmt::format("{}", fmt::join(texts, ", "));
+}
+
+std::string OperationNames(const Object& object) {
+  std::vector<std::string> names;
+  for (const PI::COperation& operation : object.m_Operations) {
+    names.push_back(HostKit::NameOf(HostKit::Family::Operation, operation.m_OperationID));
+  }
+  return names.empty() ? "-" : fmt::format("{}", fmt::join(names, ","));
+}
+
+// What the plug-in reports beyond the vocabulary is shown under its identifier.
+void AddOtherProperties(Table& table, const Object& object, bool ascii) {
+  const std::vector<Term>& terms = TermsOf(object.m_Kind);
+  for (const PI::CProperty& property : object.m_Properties) {
+    const bool known = std::any_of(terms.begin(), terms.end(), [&](const Term& term) {
+      return term.m_PropertyID == property.m_PropertyID;
+    });
+    if (known) continue;
+    table.m_Rows.push_back(
+        {{TextCell(ShownName(property.m_PropertyID)), ValueCell(ReadProperty(property), ascii)},
+         {}});
+  }
+}
+
+Table TableOf(const Model& model, const Object& object, bool ascii) {
+  Table table;
+  table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
+  const auto add = [&](const std::string& name, const Cell& cell) {
+    table.m_Rows.push_back({{TextCell(name), cell}, std::nullopt});
+  };
+  add("object", TextCell(object.m_Selector));
+  add("type", TextCell(KindName(object.m_Kind)));
+  add("id", TextCell(IdText(object.m_ID)));
+  add("parents", TextCell(Links(model, object.m_Parents)));
+  add("children", TextCell(Links(model, object.m_Children)));
+  for (const Term& term : TermsOf(object.m_Kind)) {
+    add(term.m_Name, ValueCell(ReadTerm(object, term), ascii));
+  }
+  AddOtherProperties(table, object, ascii);
+  add("operations", TextCell(OperationNames(object)));
+  return table;
+}
+
+}  // namespace
+
+Answer RunShow(Context& context) {
+  const Model model = context.Objects();
+  const Object& object = Select(model, context.m_Arguments[0]);
+  Answer answer;
+  answer.m_Result = ResultOf(model, object);
+  answer.m_Table = TableOf(model, object, context.m_Style.m_Ascii);
+  return answer;
+}
+
+}  // namespace Console

@@ -1,0 +1,208 @@
+// A plug-in that answers as CONSOLE_TEST_PLUGIN says, for what no real one does on demand. It keeps
+// a line for each command in the file CONSOLE_TEST_LOG.
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "host/PluginInterface.h"
+
+namespace {
+
+std::string Case() {
+  const char* text = std::getenv("CONSOLE_TEST_PLUGIN");
+  return text == nullptr ? "" : text;
+}
+
+void Log(const std::string& line) {
+  const char* file = std::getenv("CONSOLE_TEST_LOG");
+  if (file != nullptr) std::ofstream(file, std::ios::app) << line << "\n";
+}
+
+constexpr std::uint64_t kPlugin = 0x10;
+constexpr std::uint64_t kFirstAdapter = 0x20;
+constexpr std::uint64_t kFirstDrive = 0x30;
+
+PI::CProperty Text(PI::_PROPERTY_ID id, const std::string& text) {
+  PI::CProperty property(id, false);
+  property.SetValue(text);
+  return property;
+}
+
+PI::CObject MakeObject(std::uint64_t id, PI::_OBJECT_TYPE type) {
+  PI::CObject object;
+  object.m_ID = id;
+  object.m_ObjectType = type;
+  return object;
+}
+
+// What a terminal, a table or a JSON reader could stumble over.
+void AddOddities(PI::CObject& adapter) {
+  adapter.m_Properties.push_back(Text(PI::Property::NAME, "tab\there\x1b[31m"));
+  adapter.m_Properties.push_back(Text(PI::Property::SERIAL_NUMBER, "SAME"));
+  adapter.m_Properties.push_back(Text(PI::Property::FIRMWARE_VERSION,
+                                      "bad\xff"
+                                      "utf"));
+  PI::CProperty status(PI::Property::STATUS, false);
+  status.SetValue(49999, {49999});
+  adapter.m_Properties.push_back(status);
+  PI::CProperty size(PI::Property::MEMORY_SIZE, false);
+  size.SetValue(8589934593UL);
+  size.m_Units = PI::UNITS_MEGABYTES;
+  adapter.m_Properties.push_back(size);
+  PI::CProperty beyond(PI::Property::FORMATTING, false);
+  beyond.SetValue(7UL);
+  adapter.m_Properties.push_back(beyond);
+  PI::CProperty segment(PI::Property::PCI_SEGMENT, false);
+  segment.SetValue(0xFFFFFFFFUL);
+  adapter.m_Properties.push_back(segment);
+  for (const auto id :
+       {PI::Property::PCI_BUS, PI::Property::PCI_DEVICE, PI::Property::PCI_FUNCTION}) {
+    PI::CProperty part(id, false);
+    part.SetValue(static_cast<unsigned long>(adapter.m_ID - kFirstAdapter + 0x3b));
+    adapter.m_Properties.push_back(part);
+  }
+}
+
+PI::CProperty PollInterval(int value) {
+  PI::CProperty property(PI::Property::POLL_INTERVAL, true);
+  property.SetValue(value, 2, 255, 1);
+  property.m_Units = PI::UNITS_SECONDS;
+  return property;
+}
+
+class OddPlugin : public IPLUGINAPI {
+ public:
+  OddPlugin() {
+    m_InterfaceVersion = Case() == "version" ? 3 : 2;
+    m_ModuleID = 999;
+  }
+  ~OddPlugin() override { Log("gone"); }
+
+  unsigned int Execute(PI::_COMMAND command, unsigned long object, void* payload) override {
+    if (Case() == "noisy") std::printf("noise %d\n", static_cast<int>(command));
+    switch (command) {
+      case PI::CMD_INITIALIZE:
+        return Initialize(*static_cast<std::vector<PI::CAdapterID>*>(payload));
+      case PI::CMD_SET_ADAPTER_IDS:
+        return SetAdapterIDs(*static_cast<std::vector<PI::CAdapterID>*>(payload));
+      case PI::CMD_DEINITIALIZE:
+        Log("DeInitialize");
+        if (m_Worker.joinable()) m_Worker.join();
+        return PI::SUCCESS;
+      case PI::CMD_GET_TOPOLOGY:
+        return GetTopology(*static_cast<std::vector<PI::CObject>*>(payload));
+      case PI::CMD_GET_PROPERTY:
+        *static_cast<PI::CProperty*>(payload) = PollInterval(m_Interval);
+        return PI::SUCCESS;
+      case PI::CMD_SET_PROPERTY:
+        return SetProperty(object, *static_cast<PI::CProperty*>(payload));
+      case PI::CMD_EXECUTE_OPERATION:
+        return GetEvents(*static_cast<PI::COperation*>(payload));
+      default:
+        return PI::ERR_INVALID_COMMAND;
+    }
+  }
+
+ private:
+  unsigned int Initialize(std::vector<PI::CAdapterID>& adapters) {
+    Log(m_HostNotify ? "Initialize" : "Initialize without callback");
+    if (Case() == "locks") return PI::ERR_LOCK_INITIALIZATION_FAILED;
+    if (Case() == "slow") sleep(1);
+    adapters.resize(2);
+    adapters[0].m_AdapterNumber = 0;
+    adapters[1].m_AdapterNumber = 1;
+    for (PI::CAdapterID& adapter : adapters) adapter.m_GlobalNumber = -1;
+    return PI::SUCCESS;
+  }
+
+  unsigned int SetAdapterIDs(const std::vector<PI::CAdapterID>& adapters) {
+    std::string line = "SetAdapterIDs";
+    for (const PI::CAdapterID& id : adapters) line += " " + std::to_string(id.m_GlobalNumber);
+    Log(line);
+    if (Case() == "events") m_Worker = std::thread([this] { Work(); });
+    return PI::SUCCESS;
+  }
+
+  // One event waits from the start, a second one comes when the host has been told.
+  void Work() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    m_Due = 2;
+    m_HostNotify(this);
+  }
+
+  unsigned int GetEvents(PI::COperation& operation) {
+    if (Case() != "events") return PI::SUCCESS;
+    for (; m_Given < m_Due; ++m_Given) {
+      PI::CEvent event;
+      event.m_ObjectID = m_Given == 0 ? kFirstAdapter : 0x99;
+      event.m_EventID =
+          m_Given == 0 ? PI::Event::CTRL_TEMPERATURE_ABOVE_WARN : PI::Event::CTRL_PNPREMOVE;
+      event.m_Severity = m_Given == 0 ? PI::SEVERITY_WARNING : PI::SEVERITY_INFORMATION;
+      event.m_Time = 1795239062000UL;
+      event.m_SourceName = "Card";
+      operation.m_Events.push_back(event);
+    }
+    return PI::SUCCESS;
+  }
+
+  // Two adapters; one drive that only its adapter knows, and one that nobody does.
+  unsigned int GetTopology(std::vector<PI::CObject>& objects) {
+    Log("GetTopology");
+    if (Case() == "topology") return PI::ERR_COMMAND_ERROR;
+    PI::CObject plugin = MakeObject(kPlugin, PI::OBJECT_PLUGIN);
+    plugin.m_Properties.push_back(PollInterval(m_Interval));
+    objects.push_back(plugin);
+    for (std::uint64_t i = 0; i < 2; ++i) {
+      PI::CObject adapter = MakeObject(kFirstAdapter + i, PI::OBJECT_ADAPTER);
+      if (i == 0) adapter.m_Children.push_back(kFirstDrive);
+      if (Case() == "odd") AddOddities(adapter);
+      objects.push_back(adapter);
+    }
+    objects.push_back(MakeObject(kFirstDrive, PI::OBJECT_PHYSICAL_DRIVE));
+    objects.push_back(MakeObject(kFirstDrive + 1, PI::OBJECT_PHYSICAL_DRIVE));
+    return PI::SUCCESS;
+  }
+
+  unsigned int SetProperty(unsigned long object, PI::CProperty& property) {
+    int minimum = 0;
+    int maximum = 0;
+    unsigned int step = 0;
+    property.GetValue(m_Interval, minimum, maximum, step);
+    Log("SetProperty " + std::to_string(object) + " " + std::to_string(property.m_PropertyID) +
+        " " + std::to_string(m_Interval) + " " + std::to_string(minimum) + " " +
+        std::to_string(maximum));
+    return Case() == "unset" ? static_cast<unsigned int>(PI::ERR_INVALID_PROPERTY) : 0U;
+  }
+
+  int m_Interval = 15;
+  std::thread m_Worker;
+  std::atomic<int> m_Due{1};
+  int m_Given = 0;
+};
+
+}  // namespace
+
+extern "C" {
+HOST_API unsigned int createIf(IPLUGINAPI** instance);
+HOST_API void releaseIf(IPLUGINAPI** instance);
+}
+
+unsigned int createIf(IPLUGINAPI** instance) {
+  if (Case() == "memory") {
+    *instance = nullptr;
+    return PI::ERR_MEMORY_ERROR;
+  }
+  *instance = new OddPlugin();
+  return PI::SUCCESS;
+}
+
+void releaseIf(IPLUGINAPI** instance) {
+  delete *instance;
+  *instance = nullptr;
+}

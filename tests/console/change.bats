@@ -1,0 +1,152 @@
+#!/usr/bin/env bats
+# Changing a property, and what the host says to the plug-in on the way.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+# Each change has a configuration folder of its own; as_nobody drops the rights of root.
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  chmod a+rx "$BATS_FILE_TMPDIR" "$(dirname "$BATS_FILE_TMPDIR")" "$BATS_RUN_TMPDIR"
+  chmod a+rwx "$TMPDIR"
+  chmod a+rw "$CARDSIM_STATE"*
+  mkdir "$BATS_FILE_TMPDIR/kept"
+  printf '; mine\nOther=1\nPollInterval=20\n' >"$BATS_FILE_TMPDIR/kept/Corvane.ini"
+  mkdir "$BATS_FILE_TMPDIR/sealed"
+  printf 'PollInterval=20\n' >"$BATS_FILE_TMPDIR/sealed/Corvane.ini"
+  chmod a-w "$BATS_FILE_TMPDIR/sealed"
+
+  keep first change new poll_interval=30 &
+  keep kept change kept POLL_INTERVAL=40 &
+  keep low change low 30005=1 &
+  keep high change high poll_interval_seconds=300 &
+  keep same change same poll_interval=15 &
+  keep sealed as_nobody change sealed poll_interval=60 &
+  keep word change word poll_interval=soon &
+  keep huge change huge poll_interval=99999999999 &
+  wait
+  keep none change none poll_intervl=5 &
+  keep shape corvane-host set plugin poll_interval &
+  keep table change table poll_interval=16 -o tsv &
+  keep fixed host set a0 name=Bob &
+  keep nocards corvane-host set plugin poll_interval=30 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/set.log" keep odd odd set set plugin poll_interval=33 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/unset.log" keep unset odd unset set plugin poll_interval=33 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/topology.log" keep topology odd topology list &
+  wait
+}
+
+teardown_file() { chmod u+w "$BATS_FILE_TMPDIR/sealed"; }
+
+change() {
+  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/$1" corvane-host --simulate set plugin "${@:2}"
+}
+
+# Runs a function of this file without the right to write everywhere.
+as_nobody() {
+  export -f change
+  if [ "$(id -u)" -ne 0 ]; then
+    "$@"
+  else
+    setpriv --reuid=65534 --regid=65534 --clear-groups bash -c '"$@"' change-as-nobody "$@"
+  fi
+}
+
+@test "a change says what was and what is, and is kept in the file" {
+  ended first 0
+  silent first err
+  same "plugin poll_interval: 15 -> 30" "$(out first)"
+  same "PollInterval=30" "$(cat "$BATS_FILE_TMPDIR/new/Corvane.ini")"
+}
+
+@test "other keys of the file survive a change" {
+  same "plugin poll_interval: 20 -> 40" "$(out kept)"
+  grep -qx "Other=1" "$BATS_FILE_TMPDIR/kept/Corvane.ini"
+  grep -qx "PollInterval=40" "$BATS_FILE_TMPDIR/kept/Corvane.ini"
+}
+
+@test "a value below the limits is raised, and the host says so" {
+  ended low 0
+  same "plugin poll_interval: 15 -> 2" "$(out low)"
+  said low "corvane-host: note: 1 was asked, 2 was taken: it may be 2 to 255"
+}
+
+@test "a value above the limits is lowered, and the host says so" {
+  ended high 0
+  same "plugin poll_interval: 15 -> 255" "$(out high)"
+  said high "corvane-host: note: 300 was asked, 255 was taken: it may be 2 to 255"
+}
+
+@test "a change to what is already there is no change" {
+  ended same 0
+  same "plugin poll_interval: 15, as before" "$(out same)"
+}
+
+@test "a change that cannot be saved is in force for this run and fails" {
+  ended sealed 1
+  same "plugin poll_interval: 20 -> 60" "$(out sealed)"
+  said sealed "  60 is in force for this run only; the file stands as it was."
+  same "PollInterval=20" "$(cat "$BATS_FILE_TMPDIR/sealed/Corvane.ini")"
+}
+
+@test "a change as a table has a line for it" {
+  same "object	property	before	after
+plugin	poll_interval	15	16" "$(out table)"
+}
+
+@test "what is no number, or no assignment, is a usage error" {
+  local name
+  for name in word huge shape; do
+    ended "$name" 2
+    silent "$name" out
+  done
+  said word "corvane-host: reading the command line failed: 'soon' is not a whole number that fits"
+  said shape "corvane-host: reading the command line failed: 'poll_interval' is not PROP=VALUE"
+  [ ! -e "$BATS_FILE_TMPDIR/word/Corvane.ini" ]
+}
+
+@test "a wrong property is told with a better one" {
+  ended none 2
+  said none "corvane-host: finding 'poll_intervl' failed: plugin has no such property"
+  said none "  Did you mean 'poll_interval'?"
+}
+
+@test "a property that can only be read is refused" {
+  ended fixed 4
+  silent fixed out
+  said fixed "corvane-host: setting a0 name failed: it can only be read"
+  said fixed "  Nothing was changed."
+}
+
+@test "the interval can be set on a machine without cards" {
+  ended nocards 0
+  same "plugin poll_interval: 15 -> 30" "$(out nocards)"
+}
+
+@test "the host starts, numbers from 1, changes with the plug-in's own limits, and stops" {
+  ended odd 0
+  same "Initialize
+SetAdapterIDs 1 2
+GetTopology
+SetProperty 16 30005 33 2 255
+DeInitialize
+gone" "$(cat "$BATS_FILE_TMPDIR/set.log")"
+}
+
+@test "a change that the plug-in refuses fails with its error" {
+  ended unset 1
+  silent unset out
+  grep -q "^corvane-host: setting plugin poll_interval failed: .* (20004)$" \
+    "$BATS_FILE_TMPDIR/unset.err"
+}
+
+@test "a plug-in that fails later is stopped all the same" {
+  ended topology 1
+  same "Initialize
+SetAdapterIDs 1 2
+GetTopology
+DeInitialize
+gone" "$(cat "$BATS_FILE_TMPDIR/topology.log")"
+}

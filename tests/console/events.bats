@@ -1,0 +1,63 @@
+#!/usr/bin/env bats
+# The event log as it is collected, once and while it comes.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  keep once odd events events &
+  keep span odd events events --for 800ms &
+  keep tsv odd events events --for 800ms -o tsv &
+  keep lines odd events events --for 800ms -o jsonl &
+  keep json odd events events -o json &
+  keep none odd quiet events --for 0s &
+  wait
+}
+
+WARNING="The temperature of adapter (unnamed) is above its warning level."
+REMOVED="Adapter (unnamed) was removed or does not answer."
+
+@test "events that wait are collected, with their time, severity, object and sentence" {
+  ended once 0
+  same "2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING" \
+    "$(out once | sed -e 1d -e 's/  */ /g')"
+}
+
+@test "events that come while it waits are added at once" {
+  ended span 0
+  same "TIME SEVERITY ID EVENT OBJECT TEXT
+2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING
+2026-11-21T05:31:02+00:00 information 11094 CTRL_PNPREMOVE 0x0000000000000099 $REMOVED" \
+    "$(out span | sed -e 's/  */ /g')"
+}
+
+@test "lines that come at different times stand under one another" {
+  same "45
+45" "$(out span | sed 1d | awk '{print index($0, "CTRL_")}')"
+}
+
+@test "tab-separated events have one line of headings" {
+  same "time	severity	event_id	event	object	text
+2026-11-21T05:31:02+00:00	warning	10967	CTRL_TEMPERATURE_ABOVE_WARN	a0	$WARNING
+2026-11-21T05:31:02+00:00	information	11094	CTRL_PNPREMOVE	0x0000000000000099	$REMOVED" "$(out tsv)"
+}
+
+@test "events in JSON lines are a document each" {
+  valid lines:2
+  same '["CTRL_PNPREMOVE", null, "0x0000000000000099", "Card"]' \
+    "$(out lines | tail -1 | python3 -c 'import json,sys; e=json.loads(sys.stdin.read())["result"]["events"][0]; print(json.dumps([e[k] for k in ("event", "object", "id", "source")]))')"
+}
+
+@test "events in JSON fit the schema" {
+  valid json
+  same '[10967, "warning", "a0"]' \
+    "$(json json '[d["result"]["events"][0][k] for k in ("event_id", "severity", "object")]')"
+}
+
+@test "a wait without events says nothing" {
+  ended none 0
+  silent none out
+  silent none err
+}

@@ -1,0 +1,167 @@
+#!/usr/bin/env bats
+# The forms of an answer: for people, for scripts, and the schema that holds for all commands.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  keep tsv host list -o tsv &
+  keep bare host list -o tsv -H &
+  keep value host tree -o value &
+  keep lines host tree -o jsonl &
+  keep ascii host tree --ascii &
+  keep latin env LC_ALL=C corvane-host --simulate tree &
+  keep colour host list --color always &
+  keep columns host list -c object,status_reasons,id -o tsv &
+  wait
+  keep list host list -o json &
+  keep tree host tree -o json &
+  keep show host show a1 -o json &
+  keep get host get a1 temperature_celsius name -o json &
+  keep events host events -o json &
+  keep plugin host plugin -o json &
+  keep explain corvane-host explain OK -o json &
+  keep help corvane-host help -o json &
+  keep version corvane-host --version -o json &
+  keep odd odd odd show a0 -o json &
+  keep oddlist odd odd list &
+  keep oddtsv odd odd list -o tsv &
+  wait
+  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/for-set" keep set host set plugin poll_interval=30 -o json &
+  keep noobject host show a9 -o json &
+  keep noverb corvane-host frobnicate -o json &
+  keep nooption corvane-host list --frobnicate -o json &
+  keep badform corvane-host list -o xml &
+  keep noplugin corvane-host --plugin /none list -o jsonl &
+  keep readonly host set a0 name=x -o json &
+  keep nocards corvane-host list -o json &
+  wait
+}
+
+@test "tab-separated values have vocabulary names and base units" {
+  ended tsv 0
+  same "object	name	status	temperature_celsius	reserve_space_ratio	physical_size_bytes	pci_address	serial_number
+a0	SanDisk BoardA (1)	OK	48.2	0.97	1099511627776	0000:3b:02.1	S100
+a0/d0	DriveA (0)	AVAILABLE	-	-	1099511627776	-	-
+a1	MOLT EP PX600 (2)	WARNING	-	-	2199023255552	0000:5e:00.0	S200
+a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2199023255552	-	-" "$(out tsv)"
+  same "$(out tsv | sed 1d)" "$(out bare)"
+}
+
+@test "the value form of a tree is the objects' names" {
+  same "plugin
+a0
+a0/d0
+a1
+a1/d0" "$(out value)"
+}
+
+@test "columns may be chosen" {
+  ended columns 0
+  same "object	status_reasons	id
+a0	ATTACHED	0x0130000000000001
+a0/d0	-	0x0130000000000002
+a1	TEMPERATURE_ABOVE_WARN,ATTACHED	0x0130000000000003
+a1/d0	-	0x0130000000000004" "$(out columns)"
+}
+
+@test "--ascii and a plain locale draw with plain characters" {
+  ended ascii 0
+  run ! grep -qP '[^\x00-\x7F]' "$BATS_FILE_TMPDIR/ascii.out"
+  grep -q '^|-a0 ' "$BATS_FILE_TMPDIR/ascii.out"
+  grep -q ' 48 C ' "$BATS_FILE_TMPDIR/ascii.out"
+  same "$(out ascii)" "$(out latin)"
+}
+
+@test "nothing is coloured when piped, unless asked for" {
+  local name
+  for name in tsv value lines ascii list tree show; do
+    run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/$name.out"
+  done
+  grep -q $'\x1b\\[32mok' "$BATS_FILE_TMPDIR/colour.out"
+  grep -q $'\x1b\\[1;33mWARNING' "$BATS_FILE_TMPDIR/colour.out"
+}
+
+@test "every command's JSON fits the schema" {
+  local name
+  for name in list tree show get events plugin explain help version set odd nocards; do
+    echo "$name"
+    ended "$name" 0
+  done
+  valid list tree show get events plugin explain help version set odd nocards
+}
+
+@test "every failure has the same shape, with its exit code and a message" {
+  local row name code id
+  for row in noobject:3:NO_SUCH_OBJECT noverb:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING \
+    readonly:4:NOT_WRITABLE; do
+    IFS=: read -r name code id <<<"$row"
+    echo "$name"
+    ended "$name" "$code"
+    same "[$code, null, \"$id\"]" \
+      "$(json "$name" '[d["exit_code"], d["result"], d["messages"][-1]["id"]]')"
+  done
+  valid noobject noverb nooption noplugin readonly
+}
+
+@test "the schema refuses what it should" {
+  refused list 'd.pop("time")' 'd["extra"] = 1' 'd.update(command="frob")' 'd.update(exit_code=9)' \
+    'd["result"]["objects"][0].pop("temperature_celsius")' \
+    'd["result"]["objects"][0].update(temperature_celsius="48")' \
+    'd["result"]["objects"][1].update(type="adapter")' 'd.update(result=None)'
+}
+
+@test "JSON lines are one document for each object" {
+  ended lines 0
+  valid lines:5
+  same 5 "$(out lines | wc -l)"
+}
+
+@test "a list in JSON has base units, and null for the unknown" {
+  same '["a0", "adapter", "0x0130000000000001", 48.2, 0.97, 1099511627776, true, "OK", ["ATTACHED"]]' \
+    "$(json list '[d["result"]["objects"][0][k] for k in ("object", "type", "id", "temperature_celsius", "reserve_space_ratio", "physical_size_bytes", "external_power_connected", "status", "status_reasons")]')"
+  same '[null, null]' \
+    "$(json list '[d["result"]["objects"][2][k] for k in ("temperature_celsius", "reserve_space_ratio")]')"
+}
+
+@test "a tree in JSON has its links" {
+  same '[["plugin", null], ["a0", "plugin"], ["a0/d0", "a0"], ["a1", "plugin"], ["a1/d0", "a1"]]' \
+    "$(json tree '[[o["object"], o["owner"]] for o in d["result"]["objects"]]')"
+  same '[["0x0130000000000001", "0x0130000000000003"], ["0x0130000000000000"]]' \
+    "$(json tree '[d["result"]["objects"][0]["children"], d["result"]["objects"][1]["parents"]]')"
+}
+
+@test "a change in JSON tells before and after" {
+  same '{"object": "plugin", "property": "poll_interval_seconds", "before": 15, "after": 30, "saved": true}' \
+    "$(json set 'd["result"]')"
+}
+
+@test "what the plug-in does not report is null, and a wrong text cannot break the document" {
+  same '[null, null, "49999", "bad\ufffdutf", 9007199255789568, "9007199255789568"]' \
+    "$(json odd '[d["result"]["object"][k] for k in ("temperature_celsius", "driver_name", "status", "firmware_version", "physical_size_bytes", "physical_size_bytes_s")]')"
+}
+
+@test "control characters of a card reach neither terminal nor table" {
+  run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/oddlist.out"
+  grep -q 'tab\\x09here\\x1b\[31m' "$BATS_FILE_TMPDIR/oddlist.out"
+  same 8 "$(out oddtsv | awk -F'\t' '{print NF}' | sort -u)"
+}
+
+@test "a drive without an adapter is shown by its id" {
+  grep -q '^0x0000000000000031' "$BATS_FILE_TMPDIR/oddlist.out"
+  grep -q '^a0/d0' "$BATS_FILE_TMPDIR/oddlist.out"
+}
+
+@test "no cards is an empty list with a note in the document" {
+  same '[0, [], "ERR_NO_SUPPORTED_HARDWARE"]' \
+    "$(json nocards '[d["exit_code"], d["result"]["objects"], d["messages"][0]["id"]]')"
+}
+
+@test "a form that a command does not have is refused" {
+  ended badform 2
+  silent badform out
+  said badform "corvane-host: reading the command line failed: -o cannot be 'xml'"
+}

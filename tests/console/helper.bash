@@ -1,0 +1,107 @@
+# What the stories share: two simulated cards in a folder of their own, and runs of the program
+# whose streams and exit code are kept in files, since each run takes more than a second.
+
+PATH="$CORVANE_BUILD/bin:$PATH"
+SCHEMA="$CORVANE_SOURCE/docs/corvane-host.schema.json"
+
+# A healthy card and one that is too hot and hides its temperature and reserve.
+make_cards() {
+  cardsim new
+  cardsim add 0x2001
+  cardsim add 0x3001
+  local row
+  for row in "card0 serial_number S100" "card0 board_name BoardA" "card0 product_name DriveA" \
+    "card0 pci_bus 59" "card0 pci_device 2" "card0 pci_function 1" "card0 pci_slot_num 5" \
+    "card0 temp_internal_deg_c 48.2" "card0 reserve_space_pct 97" \
+    "card0 factory_size_bytes 1099511627776" "card0 iom_format_size_bytes 879609302220" \
+    "card0 iom_format_size_pct 80" "card0 sector_size_bytes 512" \
+    "card0 total_physical_bytes_read 2199023255552" \
+    "card0 total_physical_bytes_written 1099511627776" "card0 rated_endurance_tbytes 4" \
+    "card1 serial_number S200" "card1 pci_bus 94" "card1 factory_size_bytes 2199023255552" \
+    "card1 temp_internal_deg_c absent" "card1 reserve_space_pct absent"; do
+    # shellcheck disable=SC2086  # a row is three words
+    cardsim set $row
+  done
+  cardsim raise card1 TEMPERATURE_ABOVE_WARN
+}
+
+# A machine of its own for each story: no cards, no configuration, no database, no colour.
+make_machine() {
+  export HOME="$BATS_FILE_TMPDIR" TMPDIR="$BATS_FILE_TMPDIR/tmp" LC_ALL=C.UTF-8
+  export CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/config" CORVANE_DATABASE=:memory:
+  export CARDSIM_STATE="$BATS_FILE_TMPDIR/cards.json" CORVANE_SYSFS="$BATS_FILE_TMPDIR/sys"
+  unset CORVANE_TRACE CORVANE_TRACE_FILE NO_COLOR XDG_STATE_HOME XDG_CONFIG_HOME
+  mkdir -p "$TMPDIR" "$CORVANE_CONFIG_DIR" "$CORVANE_SYSFS/bus/pci/devices"
+}
+
+# keep NAME COMMAND...: runs it and keeps NAME.out, NAME.err and NAME.rc.
+keep() {
+  local name="$BATS_FILE_TMPDIR/$1" rc=0
+  shift
+  "$@" >"$name.out" 2>"$name.err" </dev/null || rc=$?
+  echo "$rc" >"$name.rc"
+}
+
+# With simulated cards, and with a plug-in that behaves oddly.
+host() { corvane-host --simulate "$@"; }
+odd() { CONSOLE_TEST_PLUGIN="$1" corvane-host --plugin "$ODD_PLUGIN" "${@:2}"; }
+
+out() { cat "$BATS_FILE_TMPDIR/$1.out"; }
+err() { cat "$BATS_FILE_TMPDIR/$1.err"; }
+rc() { cat "$BATS_FILE_TMPDIR/$1.rc"; }
+
+# same EXPECTED ACTUAL: shows the difference when there is one.
+same() { diff <(printf '%s\n' "$1") <(printf '%s\n' "$2"); }
+
+# ended NAME CODE
+ended() { same "$2" "$(rc "$1")"; }
+
+# said NAME LINE: the line stands on standard error, whole.
+said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
+
+# silent NAME STREAM: nothing was written to it.
+silent() { [ ! -s "$BATS_FILE_TMPDIR/$1.$2" ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
+
+# json NAME EXPRESSION: the value of a Python expression over the document `d`.
+json() {
+  python3 -c 'import json,sys; d=json.load(open(sys.argv[1])); print(json.dumps(eval(sys.argv[2])))' \
+    "$BATS_FILE_TMPDIR/$1.out" "$2"
+}
+
+# valid NAME[:COUNT]...: each standard output is COUNT documents of the schema, one by default.
+valid() {
+  python3 - "$SCHEMA" "$BATS_FILE_TMPDIR" "$@" <<'END'
+import json, sys
+import jsonschema
+
+schema, folder, *names = sys.argv[1:]
+check = jsonschema.Draft202012Validator(json.load(open(schema)))
+decoder = json.JSONDecoder()
+for name in names:
+    name, _, count = name.partition(":")
+    text = open(f"{folder}/{name}.out", encoding="utf-8").read()
+    found = 0
+    while text.strip():
+        document, end = decoder.raw_decode(text.lstrip())
+        text = text.lstrip()[end:]
+        check.validate(document)
+        found += 1
+    assert found == int(count or 1), f"{found} documents in {name}"
+END
+}
+
+# refused NAME EDIT...: after each edit of the document `d` the schema no longer holds.
+refused() {
+  python3 - "$SCHEMA" "$BATS_FILE_TMPDIR/$1.out" "${@:2}" <<'END'
+import json, sys
+import jsonschema
+
+schema, answer, *edits = sys.argv[1:]
+check = jsonschema.Draft202012Validator(json.load(open(schema)))
+for edit in edits:
+    d = json.load(open(answer, encoding="utf-8"))
+    assert check.is_valid(d)
+    exec(edit)
+    assert not check.is_valid(d), f"accepted: {edit}"
+END
+}

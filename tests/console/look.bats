@@ -1,0 +1,166 @@
+#!/usr/bin/env bats
+# What a person sees of the cards.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  keep list host list &
+  keep tree host tree &
+  keep long host tree --long &
+  keep show host show a0 &
+  keep drive host show a0/d0 &
+  keep plugin host show plugin &
+  wait
+  keep get host get a0 temperature_celsius reserve_space_ratio physical_size_bytes read_bytes \
+    endurance_used_ratio status status_reasons pci_address external_power_connected &
+  keep unknown host get a1 temperature_celsius CHIP_TEMPERATURE reserve_space_ratio &
+  keep number host get plugin 30005 POLL_INTERVAL poll_interval_seconds &
+  keep all host get a0/d0 &
+  keep events host events &
+  keep about host plugin &
+  wait
+}
+
+@test "list is a table of adapters and drives, unknown values a dash" {
+  ended list 0
+  silent list err
+  same "OBJECT NAME                    STATUS     TEMP RESERVE    SIZE PCI          SERIAL
+a0     SanDisk BoardA (1)      ok        48 °C    97 % 1.0 TiB 0000:3b:02.1 S100
+a0/d0  DriveA (0)              available               1.0 TiB
+a1     MOLT EP PX600 (2)       WARNING       -       - 2.0 TiB 0000:5e:00.0 S200
+a1/d0  MOLT EP PX600 2.6TB (0) available               2.0 TiB" "$(out list)"
+}
+
+@test "tree draws plug-in, adapters and drives" {
+  ended tree 0
+  same "OBJECT    NAME                    STATUS     TEMP RESERVE    SIZE PCI          SERIAL
+plugin    SanDisk-Plugin
+├─a0      SanDisk BoardA (1)      ok        48 °C    97 % 1.0 TiB 0000:3b:02.1 S100
+│ └─a0/d0 DriveA (0)              available               1.0 TiB
+└─a1      MOLT EP PX600 (2)       WARNING       -       - 2.0 TiB 0000:5e:00.0 S200
+  └─a1/d0 MOLT EP PX600 2.6TB (0) available               2.0 TiB" "$(out tree)"
+}
+
+@test "a long tree also shows ids, links, reasons and sizes" {
+  ended long 0
+  same "plugin 0x0130000000000000 - SanDisk-Plugin
+├─a0 0x0130000000000001 0x0130000000000000 SanDisk BoardA (1) ok ATTACHED 48 °C 97 % 1.0 TiB 0000:3b:02.1 S100
+│ └─a0/d0 0x0130000000000002 0x0130000000000001 DriveA (0) available 1.0 TiB 819.2 GiB 512 B
+└─a1 0x0130000000000003 0x0130000000000000 MOLT EP PX600 (2) WARNING TEMPERATURE_ABOVE_WARN,ATTACHED - - 2.0 TiB 0000:5e:00.0 S200" \
+    "$(out long | sed -e 1d -e 's/  */ /g' | head -4)"
+}
+
+@test "show tells everything about an adapter" {
+  ended show 0
+  local text
+  text=$(out show | sed 's/  */ /g')
+  for line in "object a0" "type adapter" "id 0x0130000000000001" \
+    "parents plugin (0x0130000000000000)" "children a0/d0 (0x0130000000000002)" \
+    "name SanDisk BoardA (1)" "status ok" "status_reasons ATTACHED" "temperature_celsius 48 °C" \
+    "reserve_space_ratio 97 %" "written_bytes 1.0 TiB" "endurance_used_ratio 25 %" "pci_slot 5" \
+    "serial_number S100"; do
+    grep -qxF "$line" <<<"$text" || { echo "missing: $line"; false; }
+  done
+  grep -q "^operations OP_LOCATE_DEVICE," <<<"$text"
+}
+
+@test "show tells the sizes of a drive" {
+  ended drive 0
+  local text
+  text=$(out drive | sed 's/  */ /g')
+  for line in "parents a0 (0x0130000000000001)" "status available" "physical_size_bytes 1.0 TiB" \
+    "formatted_size_bytes 819.2 GiB" "formatted_ratio 80 %" "sector_size_bytes 512 B"; do
+    grep -qxF "$line" <<<"$text" || { echo "missing: $line"; false; }
+  done
+}
+
+@test "show plugin tells its interval" {
+  ended plugin 0
+  same "poll_interval_seconds 15 s" "$(out plugin | sed 's/  */ /g' | grep poll)"
+}
+
+@test "get gives bare values in base units, one a line" {
+  ended get 0
+  silent get err
+  same "48.2
+0.97
+1099511627776
+2199023255552
+0.25
+OK
+ATTACHED
+0000:3b:02.1
+yes" "$(out get)"
+}
+
+@test "get gives a dash for what the card does not tell, and still succeeds" {
+  ended unknown 0
+  same "-
+-
+-" "$(out unknown)"
+}
+
+@test "get takes a property by number, identifier or name" {
+  ended number 0
+  same "15
+15
+15" "$(out number)"
+}
+
+@test "get without a property gives all values of the object" {
+  ended all 0
+  same "DriveA (0)
+AVAILABLE
+1099511627776" "$(out all | head -3)"
+}
+
+@test "events without news is empty and says why" {
+  ended events 0
+  silent events out
+  said events "corvane-host: note: no events are waiting"
+}
+
+@test "plugin tells what is loaded" {
+  ended about 0
+  same "PROPERTY VALUE
+file $CORVANE_BUILD/lib/libCorvane.so
+module_id 304
+interface_version 2" "$(out about | sed 's/  */ /g')"
+}
+
+# Every way of naming the first adapter, and one of each for the others.
+@test "an object is found by every name that it has" {
+  for name in a0 A0 S100 "SanDisk BoardA (1)" pci:0000:3b:02.1 pci:3b:02.1 /dev/fct0 \
+    0x0130000000000001 0x130000000000001; do
+    keep "by-${name//\//_}" host get "$name" serial_number &
+  done
+  wait
+  local file
+  for file in "$BATS_FILE_TMPDIR"/by-*.out; do
+    [ "$(cat "$file")" = S100 ] || { echo "$file: $(cat "$file" "${file%out}err")"; false; }
+  done
+}
+
+@test "explain knows numbers and names without starting the plug-in" {
+  same "FAMILY NUMBER NAME CAPTION
+event 10967 CTRL_TEMPERATURE_ABOVE_WARN" \
+    "$(corvane-host --plugin /none explain 10967 | sed -e 's/  */ /g' -e 's/MEANING/CAPTION/' \
+      -e 's/\(ABOVE_WARN\) .*/\1/')"
+  same "$(corvane-host explain 20001)" "$(corvane-host explain err_no_supported_hardware)"
+  # Values and properties may share a name: both are told.
+  same "property
+property" "$(corvane-host explain REMAINING_RESERVE_SPACE -H | awk '{print $1}')"
+}
+
+@test "help lists every command, and help of one shows its own" {
+  for command in list tree show get set events explain plugin help version; do
+    corvane-host help | grep -q "^  $command "
+    corvane-host help "$command" | grep -q "^Use: corvane-host $command"
+    same "$(corvane-host help "$command")" "$(corvane-host "$command" --help)"
+  done
+  same "corvane-host 7.7.0" "$(corvane-host --version)"
+}

@@ -1,0 +1,44 @@
+#!/usr/bin/env bats
+# What changes when the answer goes to a terminal.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  keep auto on_terminal xterm corvane-host --simulate list &
+  keep dumb on_terminal dumb corvane-host --simulate list &
+  keep never on_terminal xterm corvane-host --simulate list --color never &
+  NO_COLOR=1 keep nocolour on_terminal xterm corvane-host --simulate list &
+  NO_COLOR=1 keep always on_terminal xterm corvane-host --simulate list --color always &
+  wait
+}
+
+# Runs a command on a terminal of 40 columns and kind $1.
+on_terminal() {
+  TERM="$1" script -qec "stty cols 40; ${*:2}" /dev/null
+}
+
+plain() { out "$1" | tr -d '\r' | sed 's/\x1b\[[0-9;]*m//g'; }
+coloured() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
+
+@test "states are coloured on a terminal" {
+  coloured auto
+  grep -q $'\x1b\\[32mok' "$BATS_FILE_TMPDIR/auto.out"
+}
+
+@test "NO_COLOR, a dumb terminal and --color never are respected" {
+  local name
+  for name in dumb never nocolour; do
+    run ! coloured "$name"
+  done
+}
+
+@test "--color always is stronger than NO_COLOR" { coloured always; }
+
+@test "a narrow terminal cuts nothing" {
+  plain auto | grep -q "a1 .*MOLT EP PX600 (2) .*WARNING .*0000:5e:00.0 S200$"
+  same "$(plain auto)" "$(plain never)"
+}

@@ -1,0 +1,246 @@
+#!/usr/bin/env bats
+# What goes wrong: exit codes, one clear message, nothing touched, nothing left behind.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  chmod a+rx "$BATS_FILE_TMPDIR" "$(dirname "$BATS_FILE_TMPDIR")" "$BATS_RUN_TMPDIR"
+  printf 'PollInterval\0 [[[\n' >"$BATS_FILE_TMPDIR/damaged.ini"
+  printf '{"cards": [' >"$BATS_FILE_TMPDIR/damaged.json"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/deaf.json"
+  cardsim --state "$BATS_FILE_TMPDIR/deaf.json" fail vsl_init --code 5 --text "no driver"
+  cp "$BATS_FILE_TMPDIR/deaf.json" "$BATS_FILE_TMPDIR/empty.json"
+  cardsim --state "$BATS_FILE_TMPDIR/empty.json" new --force
+
+  keep empty corvane-host --simulate="$BATS_FILE_TMPDIR/empty.json" list &
+  keep emptytree corvane-host --simulate="$BATS_FILE_TMPDIR/empty.json" tree &
+  keep quiet corvane-host list -q &
+  keep bus corvane-host list &
+  keep deaf corvane-host --simulate="$BATS_FILE_TMPDIR/deaf.json" list &
+  keep damaged corvane-host --simulate="$BATS_FILE_TMPDIR/damaged.json" list &
+  keep missing corvane-host --simulate="$BATS_FILE_TMPDIR/missing.json" list &
+  keep noobject host show a7 &
+  wait
+  keep serials odd odd get SAME &
+  keep version odd version list &
+  keep memory odd memory list &
+  keep locks odd locks list &
+  keep noisy odd noisy list -o value &
+  keep verbose odd noisy list -o value -v &
+  keep full to_full_disk odd x list &
+  keep tracefile host --trace 2 --trace-file "$BATS_FILE_TMPDIR/trace.log" list -o value &
+  keep traceerr host --trace 2 list -o value &
+  wait
+}
+
+to_full_disk() { "$@" >/dev/full; }
+
+# with_config FILE COMMAND...: runs it with a copy of FILE as the plug-in's configuration.
+with_config() {
+  rm -rf "$BATS_TEST_TMPDIR/config"
+  mkdir "$BATS_TEST_TMPDIR/config"
+  cp "$1" "$BATS_TEST_TMPDIR/config/Corvane.ini"
+  CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep config "${@:2}"
+}
+
+@test "no card is no error: an empty answer, and a note that says why" {
+  local name
+  for name in empty bus; do
+    ended "$name" 0
+    silent "$name" out
+    said "$name" "corvane-host: note: No supported adapter was found in this machine."
+  done
+  ended emptytree 0
+  same "plugin SanDisk-Plugin" "$(out emptytree | sed -e 1d -e 's/  */ /g')"
+}
+
+@test "a quiet host keeps the note to itself" {
+  ended quiet 0
+  silent quiet out
+  silent quiet err
+}
+
+@test "a card library that does not start is a failure" {
+  ended deaf 1
+  silent deaf out
+  grep -q "^corvane-host: starting the plug-in failed: .* (20012)$" "$BATS_FILE_TMPDIR/deaf.err"
+}
+
+@test "a damaged file of cards is told and left as it is" {
+  ended damaged 1
+  silent damaged out
+  grep -q "^corvane-host: simulating cards failed: .*damaged.json" "$BATS_FILE_TMPDIR/damaged.err"
+  same '{"cards": [' "$(cat "$BATS_FILE_TMPDIR/damaged.json")"
+}
+
+@test "a missing file of cards is told and not made" {
+  ended missing 1
+  grep -q "^corvane-host: simulating cards failed: .*missing.json" "$BATS_FILE_TMPDIR/missing.err"
+  [ ! -e "$BATS_FILE_TMPDIR/missing.json" ]
+}
+
+@test "a simulation leaves no temporary folder" {
+  same "" "$(ls -A "$TMPDIR")"
+}
+
+@test "a damaged configuration stops the start, and is left as it is" {
+  with_config "$BATS_FILE_TMPDIR/damaged.ini" host set plugin poll_interval=30
+  ended config 1
+  silent config out
+  grep -q "^corvane-host: reading .*/config/Corvane.ini failed: it is no ini file$" \
+    "$BATS_FILE_TMPDIR/config.err"
+  cmp "$BATS_FILE_TMPDIR/damaged.ini" "$BATS_TEST_TMPDIR/config/Corvane.ini"
+}
+
+@test "a configuration that may not be read is a question of permission" {
+  mkdir "$BATS_TEST_TMPDIR/config"
+  printf 'PollInterval=20\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
+  chmod 000 "$BATS_TEST_TMPDIR/config/Corvane.ini"
+  chmod a+rx "$BATS_TEST_TMPDIR" "$(dirname "$BATS_TEST_TMPDIR")"
+  local drop=()
+  [ "$(id -u)" -ne 0 ] || drop=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+  CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep denied "${drop[@]}" corvane-host list
+  ended denied 6
+  grep -q "/config/Corvane.ini failed: Permission denied$" "$BATS_FILE_TMPDIR/denied.err"
+}
+
+@test "an unknown verb, option, object or column comes with a better one" {
+  run -2 corvane-host lsit
+  [[ "$output" == *"there is no command 'lsit'"*"Did you mean 'list'?"* ]]
+  run -2 corvane-host list --colour always
+  [[ "$output" == *"there is no option --colour"*"Did you mean '--color'?"* ]]
+  run -2 corvane-host list -c nmae
+  [[ "$output" == *"there is no column 'nmae'"*"Did you mean 'name'?"* ]]
+  ended noobject 3
+  said noobject "corvane-host: finding 'a7' failed: there is no such object"
+  said noobject "  There are: plugin, a0, a0/d0, a1, a1/d0"
+  run -3 corvane-host explain CTRL_NORMLA
+  [[ "$output" == *"Did you mean 'CTRL_NORMAL'?"* ]]
+}
+
+@test "a name of two objects is never a guess" {
+  ended serials 3
+  silent serials out
+  said serials "corvane-host: finding 'SAME' failed: 2 objects have that name"
+  grep -q "^  They are: a0 (.*, 0x0000000000000020), a1 (.*, 0x0000000000000021)$" \
+    "$BATS_FILE_TMPDIR/serials.err"
+}
+
+@test "too few or too many words are a usage error" {
+  local words
+  for words in "" "show" "show a0 a1" "list a0" "set plugin" "tree --follow" "tree --for 5" \
+    "events --for soon" "events --for -1s" "events -f -o json" "list --color pink" "-o"; do
+    # shellcheck disable=SC2086  # words
+    run -2 corvane-host $words
+    [[ "$output" == "corvane-host: "* ]]
+  done
+}
+
+@test "levels that are none are a usage error" {
+  run -2 corvane-host --trace 2,x list
+  [[ "$output" == *"--trace cannot be '2,x'"* ]]
+}
+
+@test "trace lines go to the file or to standard error, never into the answer" {
+  same "a0
+a0/d0
+a1
+a1/d0" "$(out tracefile)"
+  same "$(out tracefile)" "$(out traceerr)"
+  silent tracefile err
+  grep -q "ENTER GetTopology" "$BATS_FILE_TMPDIR/trace.log"
+  grep -q "ENTER GetTopology" "$BATS_FILE_TMPDIR/traceerr.err"
+}
+
+@test "a file that is no plug-in does not load" {
+  run -5 corvane-host --plugin /none/libCorvane.so list
+  [[ "$output" == *"there is no file /none/libCorvane.so"* ]]
+  run -5 corvane-host --plugin "$BATS_FILE_TMPDIR/cards.json" list
+  [[ "$output" == *"loading the plug-in failed:"*"cards.json"* ]]
+  run -5 corvane-host --plugin "$CORVANE_BUILD/lib/libhostkit.so" list
+  [[ "$output" == *"libhostkit.so has no createIf: it is no storage plug-in"* ]]
+}
+
+@test "a plug-in of another interface version is not fit" {
+  ended version 5
+  grep -q "speaks interface version 3, this host speaks version 2$" "$BATS_FILE_TMPDIR/version.err"
+  ended memory 5
+}
+
+@test "a plug-in that does not start fails with its error" {
+  ended locks 1
+  grep -q "^corvane-host: starting the plug-in failed: .* (20011)$" "$BATS_FILE_TMPDIR/locks.err"
+}
+
+@test "what a plug-in prints by itself does not spoil the answer" {
+  same "a0
+a0/d0
+a1
+0x0000000000000031" "$(out noisy)"
+  silent noisy err
+  same "$(out noisy)" "$(out verbose)"
+  same "noise 1
+noise 2
+noise 4
+noise 3" "$(err verbose)"
+}
+
+@test "an answer that cannot be written is a failure" {
+  ended full 1
+  said full "corvane-host: writing the answer failed: No space left on device"
+}
+
+@test "a message has at most four lines" {
+  local file
+  for file in "$BATS_FILE_TMPDIR"/{deaf,damaged,missing,noobject,serials,version,locks,full}.err; do
+    [ "$(wc -l <"$file")" -le 4 ] || { cat "$file"; false; }
+  done
+}
+
+# interrupt SIGNAL SECONDS NAME COMMAND...: a signal to the running program.
+interrupt() {
+  local signal="$1" seconds="$2" name="$3" pid
+  shift 3
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/$name.log" "$@" >"$BATS_FILE_TMPDIR/$name.out" \
+    2>"$BATS_FILE_TMPDIR/$name.err" 3>&- &
+  pid=$!
+  sleep "$seconds"
+  kill "-$signal" "$pid"
+  local rc=0
+  wait "$pid" || rc=$?
+  echo "$rc" >"$BATS_FILE_TMPDIR/$name.rc"
+}
+
+@test "Ctrl-C while the plug-in starts stops it in good order" {
+  CONSOLE_TEST_PLUGIN=slow interrupt INT 0.5 early corvane-host --plugin "$ODD_PLUGIN" list
+  ended early 130
+  silent early out
+  same "Initialize
+SetAdapterIDs 1 2
+DeInitialize
+gone" "$(cat "$BATS_FILE_TMPDIR/early.log")"
+}
+
+@test "Ctrl-C while it waits for events stops it in good order" {
+  interrupt INT 0.5 waiting corvane-host --plugin "$ODD_PLUGIN" events -f
+  ended waiting 130
+  same "DeInitialize
+gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
+}
+
+@test "Ctrl-C during a simulation leaves no temporary folder" {
+  interrupt INT 0.6 simulated corvane-host --simulate list
+  ended simulated 130
+  silent simulated out
+  same "" "$(ls -A "$TMPDIR")"
+}
+
+@test "a request to terminate is obeyed as well" {
+  interrupt TERM 0.5 terminated corvane-host --plugin "$ODD_PLUGIN" events -f
+  ended terminated 130
+  same "gone" "$(tail -1 "$BATS_FILE_TMPDIR/terminated.log")"
+}
