@@ -116,9 +116,9 @@ class AttributeReader {
 // what is no number 0.
 inline std::int32_t Truncated(float value) {
   if (std::isnan(value)) return 0;
-  constexpr float LIMIT = 2147483648.0F;
-  if (value >= LIMIT) return std::numeric_limits<std::int32_t>::max();
-  if (value < -LIMIT) return std::numeric_limits<std::int32_t>::min();
+  constexpr float kLimit = 2147483648.0F;
+  if (value >= kLimit) return std::numeric_limits<std::int32_t>::max();
+  if (value < -kLimit) return std::numeric_limits<std::int32_t>::min();
   return static_cast<std::int32_t>(value);
 }
 

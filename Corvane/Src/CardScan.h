@@ -56,7 +56,7 @@ inline void ReadFamily(const AttributeReader& card, std::uint16_t deviceId,
                        CFusionIOAdapter& adapter) {
   const DeviceFamily* family = FamilyOf(deviceId);
   if (family == nullptr) return;
-  if (adapter.m_PciSegment == NOT_KNOWN) adapter.m_PciSegment = LookUpSegment(*family, adapter);
+  if (adapter.m_PciSegment == kNotKnown) adapter.m_PciSegment = LookUpSegment(*family, adapter);
   card.ReadInto(adapter.m_BoardName, VSL(board_name));
   adapter.m_Model = family->m_Model != nullptr ? family->m_Model : adapter.m_BoardName;
   adapter.m_DriverName = family->m_DriverName;
@@ -136,12 +136,12 @@ inline void FillHistories(CFusionIOAdapter& adapter) {
 inline void SetStatus(CFusionIOAdapter& adapter) {
   if (adapter.m_ErrorFlags != 0) {
     adapter.m_Status = PI::Value::FAILED;
-    AppendReasons(adapter.m_ErrorFlags, ERROR_REASONS, adapter.m_StatusReasons);
+    AppendReasons(adapter.m_ErrorFlags, kErrorReasons, adapter.m_StatusReasons);
   } else if (adapter.m_WarningFlags != 0) {
     adapter.m_Status = PI::Value::WARNING;
-    AppendReasons(adapter.m_WarningFlags, WARNING_REASONS, adapter.m_StatusReasons);
+    AppendReasons(adapter.m_WarningFlags, kWarningReasons, adapter.m_StatusReasons);
   }
-  AppendReasons(adapter.m_InfoFlags, INFO_REASONS, adapter.m_StatusReasons);
+  AppendReasons(adapter.m_InfoFlags, kInfoReasons, adapter.m_StatusReasons);
 }
 
 inline void ReadMinimalMode(const AttributeReader& card, CFusionIOAdapter& adapter) {
@@ -150,7 +150,7 @@ inline void ReadMinimalMode(const AttributeReader& card, CFusionIOAdapter& adapt
     adapter.m_StatusReasons.push_back(PI::Value::MINIMAL_MODE);
     return;
   }
-  AppendReasons(adapter.m_MinimalModeReason, MINIMAL_MODE_REASONS, adapter.m_StatusReasons);
+  AppendReasons(adapter.m_MinimalModeReason, kMinimalModeReasons, adapter.m_StatusReasons);
 }
 
 inline void ReadWriteThrottling(const AttributeReader& card, CFusionIOAdapter& adapter) {
@@ -162,21 +162,21 @@ inline void ReadWriteThrottling(const AttributeReader& card, CFusionIOAdapter& a
   adapter.m_WriteThrottling = state == 1 ? PI::Value::PARTIAL : PI::Value::COMPLETE;
   const std::uint32_t number = card.Read(VSL(write_throttling_reason)).value_or(0);
   const int reason =
-      number < std::size(THROTTLING_REASONS) ? THROTTLING_REASONS[number] : NO_REASON;
-  if (reason != NO_REASON) adapter.m_StatusReasons.push_back(reason);
+      number < std::size(kThrottlingReasons) ? kThrottlingReasons[number] : kNoReason;
+  if (reason != kNoReason) adapter.m_StatusReasons.push_back(reason);
 }
 
 // What a format may ask for; the handle serves for nothing else.
 inline void ReadFormatLimits(void* handle, vsl_error_record* error, CFusionIOPhysicalDrive& drive) {
-  constexpr std::uint32_t DEFAULT_SECTOR_SIZE = 512;
+  constexpr std::uint32_t kDefaultSectorSize = 512;
   const AttributeReader format(handle, error);
   if (const auto disallowed = format.Read(VSL_FORMAT(disallow_overformat))) {
     drive.m_OverformatAllowed = !*disallowed;
   }
   drive.m_MinSectorSize =
-      format.Read(VSL_FORMAT(min_sector_size_bytes)).value_or(DEFAULT_SECTOR_SIZE);
+      format.Read(VSL_FORMAT(min_sector_size_bytes)).value_or(kDefaultSectorSize);
   drive.m_MaxSectorSize =
-      format.Read(VSL_FORMAT(max_sector_size_bytes)).value_or(DEFAULT_SECTOR_SIZE);
+      format.Read(VSL_FORMAT(max_sector_size_bytes)).value_or(kDefaultSectorSize);
   const std::uint32_t multiplier = format.Read(VSL_FORMAT(sector_size_multiplier)).value_or(1);
   drive.m_SectorSizeMultiplier = multiplier == 0 ? 1 : multiplier;
   format.ReadInto(drive.m_PowerOfTwoSectors, VSL_FORMAT(power_of_two_sector_size));

@@ -12,10 +12,10 @@
 
 namespace NAMESPACE_Corvane {
 
-constexpr int NO_REASON = 0;
+constexpr int kNoReason = 0;
 
 // Reasons by bit of `vsl_current_errors`.
-constexpr int ERROR_REASONS[] = {
+constexpr int kErrorReasons[] = {
     PI::Value::INTERNAL_ERROR,
     PI::Value::INCOMPATIBLE_PCI_BANDWIDTH,
     PI::Value::PARTIAL_WRITE_THROTTLING,
@@ -29,7 +29,7 @@ constexpr int ERROR_REASONS[] = {
 };
 
 // Reasons by bit of `vsl_current_warnings`.
-constexpr int WARNING_REASONS[] = {
+constexpr int kWarningReasons[] = {
     PI::Value::TEMPERATURE_ABOVE_WARN,
     PI::Value::NEAR_WEARING_OUT,
     PI::Value::NONOPTIMAL_PCI_BANDWIDTH,
@@ -46,17 +46,17 @@ constexpr int WARNING_REASONS[] = {
 };
 
 // Reasons by bit of `vsl_current_info`.
-constexpr int INFO_REASONS[] = {
+constexpr int kInfoReasons[] = {
     PI::Value::POWER_WRITE_REGULATION,
     PI::Value::UNACTIVATED_FIRMWARE,
 };
 
 // Bits that the cards raise and drop at will, and that nobody is told of.
-constexpr std::uint64_t IGNORED_WARNINGS = std::uint64_t{1} << 9;
-constexpr std::uint64_t IGNORED_INFO = std::uint64_t{1} << 0;
+constexpr std::uint64_t kIgnoredWarnings = std::uint64_t{1} << 9;
+constexpr std::uint64_t kIgnoredInfo = std::uint64_t{1} << 0;
 
 // Reasons by bit of `vsl_minimal_mode_reason`.
-constexpr int MINIMAL_MODE_REASONS[] = {
+constexpr int kMinimalModeReasons[] = {
     PI::Value::FIRMWARE_OUT_OF_DATE,
     PI::Value::INSUFFICIENT_POWER,
     PI::Value::DUAL_PLANE_FAIL,
@@ -74,8 +74,8 @@ constexpr int MINIMAL_MODE_REASONS[] = {
 };
 
 // Reasons by `vsl_write_throttling_reason`.
-constexpr int THROTTLING_REASONS[] = {
-    NO_REASON,
+constexpr int kThrottlingReasons[] = {
+    kNoReason,
     PI::Value::THROT_BY_USER,
     PI::Value::THROT_NO_METADATA_BLOCKS,
     PI::Value::THROT_NO_MEMORY,
@@ -101,25 +101,25 @@ enum class StatusEffect { None, Soften, Fail };
 struct CardState {
   StatusEffect m_Effect;
   int m_Activity;  // or 0: stays
-  int m_Reason;    // or NO_REASON
+  int m_Reason;    // or kNoReason
 };
 
 // By `vsl_iom_state`.
-constexpr CardState CARD_STATES[] = {
+constexpr CardState kCardStates[] = {
     {StatusEffect::Soften, 0, PI::Value::DETACHED},           // detached
-    {StatusEffect::Soften, PI::Value::ATTACHING, NO_REASON},  // attaching
+    {StatusEffect::Soften, PI::Value::ATTACHING, kNoReason},  // attaching
     {StatusEffect::None, 0, PI::Value::ATTACHED},             // attached
-    {StatusEffect::Soften, PI::Value::DETACHING, NO_REASON},  // detaching
-    {StatusEffect::Soften, PI::Value::BUSY, NO_REASON},       // busy
-    {StatusEffect::Fail, 0, NO_REASON},                       // minimal mode, which tells its own
-    {StatusEffect::Fail, 0, NO_REASON},                       // failed
+    {StatusEffect::Soften, PI::Value::DETACHING, kNoReason},  // detaching
+    {StatusEffect::Soften, PI::Value::BUSY, kNoReason},       // busy
+    {StatusEffect::Fail, 0, kNoReason},                       // minimal mode, which tells its own
+    {StatusEffect::Fail, 0, kNoReason},                       // failed
     {StatusEffect::Fail, 0, PI::Value::STOPPED},              // stopped
 };
 
 // A state beyond the table counts as failed.
 constexpr const CardState& StateOf(std::uint32_t iomState) {
-  constexpr std::size_t FAILED = 6;
-  return CARD_STATES[iomState < std::size(CARD_STATES) ? iomState : FAILED];
+  constexpr std::size_t kFailed = 6;
+  return kCardStates[iomState < std::size(kCardStates) ? iomState : kFailed];
 }
 
 // Cards that are served by one driver.
@@ -130,18 +130,18 @@ struct DeviceFamily {
   const char* m_Model;  // or null: the board name
 };
 
-constexpr std::uint16_t FIRST_FAMILY_IDS[] = {0x1000, 0x1003, 0x1005, 0x1006,
-                                              0x1007, 0x1008, 0x2001};
-constexpr std::uint16_t SECOND_FAMILY_IDS[] = {0x3001, 0x3002};
+constexpr std::uint16_t kFirstFamilyIds[] = {0x1000, 0x1003, 0x1005, 0x1006,
+                                             0x1007, 0x1008, 0x2001};
+constexpr std::uint16_t kSecondFamilyIds[] = {0x3001, 0x3002};
 
-constexpr DeviceFamily DEVICE_FAMILIES[] = {
-    {std::begin(FIRST_FAMILY_IDS), std::end(FIRST_FAMILY_IDS), "iomemory_vsl", nullptr},
-    {std::begin(SECOND_FAMILY_IDS), std::end(SECOND_FAMILY_IDS), "iomemory_vsl4", "MOLT EP PX600"},
+constexpr DeviceFamily kDeviceFamilies[] = {
+    {std::begin(kFirstFamilyIds), std::end(kFirstFamilyIds), "iomemory_vsl", nullptr},
+    {std::begin(kSecondFamilyIds), std::end(kSecondFamilyIds), "iomemory_vsl4", "MOLT EP PX600"},
 };
 
 // The family of a PCI device id, or null.
 inline const DeviceFamily* FamilyOf(std::uint16_t deviceId) {
-  for (const DeviceFamily& family : DEVICE_FAMILIES) {
+  for (const DeviceFamily& family : kDeviceFamilies) {
     if (std::find(family.m_Begin, family.m_End, deviceId) != family.m_End) return &family;
   }
   return nullptr;

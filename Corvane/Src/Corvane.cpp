@@ -30,26 +30,26 @@ MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile("Corvane.nls", 25966
 MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList = {0x21300001, {0, 0, 0}};
 
 // Behind the two objects that it points to.
-MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane(MODULE_NUMBER, "Corvane", "P:7.7.0 F:7.7.0",
+MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane(kModuleNumber, "Corvane", "P:7.7.0 F:7.7.0",
                                                &NLS::m_LngFile, &ErrorMsgList);
 
 IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL = nullptr;
 
 namespace {
 
-constexpr std::uint32_t INTERFACE_VERSION = 2;
-constexpr std::uint32_t DEFAULT_POLL_INTERVAL = 15;
-constexpr std::uint32_t MIN_POLL_INTERVAL = 2;
-constexpr std::uint32_t MAX_POLL_INTERVAL = 255;
+constexpr std::uint32_t kInterfaceVersion = 2;
+constexpr std::uint32_t kDefaultPollInterval = 15;
+constexpr std::uint32_t kMinPollInterval = 2;
+constexpr std::uint32_t kMaxPollInterval = 255;
 
 // The longest path that the system takes.
-constexpr std::size_t DEVICE_PATH_ROOM = 4096;
+constexpr std::size_t kDevicePathRoom = 4096;
 
 // Seconds as the configuration gives them, or the default for anything but a decimal number.
 std::uint32_t ParsePollInterval(const std::string& text) {
   const boost::cnv::basic_stream<char> converter;
   const auto seconds = boost::convert<std::uint32_t>(text, converter);
-  return std::clamp(seconds.value_or(DEFAULT_POLL_INTERVAL), MIN_POLL_INTERVAL, MAX_POLL_INTERVAL);
+  return std::clamp(seconds.value_or(kDefaultPollInterval), kMinPollInterval, kMaxPollInterval);
 }
 
 // Runs a command that fills a list. Hosts never see a part of one.
@@ -69,7 +69,7 @@ Record& As(void* payload) {
 }  // namespace
 
 IPLUGINAPI_IMPL::IPLUGINAPI_IMPL() {
-  m_InterfaceVersion = INTERFACE_VERSION;
+  m_InterfaceVersion = kInterfaceVersion;
   m_Database = getDatabasePointer();
   m_ConfigFile.SetFileName("Corvane.ini");
   std::string pollInterval;
@@ -77,8 +77,8 @@ IPLUGINAPI_IMPL::IPLUGINAPI_IMPL() {
     m_PollInterval = ParsePollInterval(pollInterval);
   }
   // The jobs write these while others read them: with room for any path, the text never moves.
-  m_AttachDevice.reserve(DEVICE_PATH_ROOM);
-  m_DetachDevice.reserve(DEVICE_PATH_ROOM);
+  m_AttachDevice.reserve(kDevicePathRoom);
+  m_DetachDevice.reserve(kDevicePathRoom);
 }
 
 IPLUGINAPI_IMPL::~IPLUGINAPI_IMPL() {
@@ -213,7 +213,12 @@ unsigned int IPLUGINAPI_IMPL::ExecuteOperation(unsigned long objectId, PI::COper
 
 unsigned int createIf(IPLUGINAPI** instance) {
   using namespace NAMESPACE_Corvane;
-  IPLUGINAPI_IMPL* plugin = new (std::nothrow) IPLUGINAPI_IMPL;
+  IPLUGINAPI_IMPL* plugin = nullptr;
+  try {
+    plugin = new (std::nothrow) IPLUGINAPI_IMPL;
+  } catch (const std::bad_alloc&) {
+    // Its members had no room either.
+  }
   *instance = plugin;
   if (plugin == nullptr) return PI::ERR_MEMORY_ERROR;
   plugin->m_ModuleID = MBX_MODULE_INFO_Corvane.m_Module;

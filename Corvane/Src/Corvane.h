@@ -140,11 +140,39 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int RunJob(const CardJob& job, const std::string& device);
   PI::CEvent FailureOf(const CardJob& job, const std::string& device);
   void DriveCard(const CardJob& job, const std::string& device, const PI::CEvent& failure);
+  bool JobFailed(const CardJob& job, const char* function, std::uint64_t code,
+                 const std::string& why, const PI::CEvent& failure);
   void PostEvent(const PI::CEvent& event);
   // Whether a job of the slot's kind is at work, on whichever card.
   static bool IsBusy(const ThreadSlot& thread, const std::string& device) {
     return IsRunning(thread) && !device.empty();
   }
+
+  // The worker: looks at the cards every third of the poll interval, scans them every whole one or
+  // when a look sees a difference, and notifies the host with no lock held. Ends on
+  // `m_StopRequest`.
+  unsigned int Worker();
+  struct Watch {
+    unsigned long m_LastScan = MBX::Misc::now();
+    bool m_ScanDue = false;
+
+    unsigned long Age() const { return MBX::Misc::now() - m_LastScan; }
+  };
+  void Look(Watch& watch);
+  bool CardsLookDifferent();
+  bool LooksDifferent(const CFusionIOAdapter& adapter);
+  // Gives 0 when something has changed. The caller holds both locks.
+  unsigned int Rescan(Watch& watch);
+  // Takes a scan over as the new state and queues events for what has changed: 0, or ERR_GENERAL
+  // when nothing has. The caller holds both locks.
+  unsigned int UpdateSystem(std::vector<CFusionIOAdapter>& adapters,
+                            std::vector<CFusionIOPhysicalDrive>& drives);
+  bool UpdateAdapters(std::vector<CFusionIOAdapter>& scanned,
+                      std::vector<CFusionIOPhysicalDrive>& drives, std::vector<PI::CEvent>& events);
+  bool UpdateDrives(std::vector<CFusionIOAdapter>& adapters,
+                    const std::vector<CFusionIOPhysicalDrive>& scanned,
+                    std::vector<PI::CEvent>& events);
+  void LinkToPlugin(CFusionIOAdapter& adapter);
 
   // Reads every card of `m_ControlDevicePaths` into one adapter and one drive. `initial` at
   // start-up only, where nothing known is carried over. 0, or ERR_COMMAND_ERROR when a card could

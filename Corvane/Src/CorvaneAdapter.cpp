@@ -1,4 +1,4 @@
-// What the host reads from an adapter and does to it.
+// What the host reads from an adapter, does to it and is told of it.
 
 #include <algorithm>
 #include <boost/format.hpp>
@@ -18,20 +18,20 @@ namespace Property = PI::Property;
 namespace ShortName = PI::ShortName;
 namespace Value = PI::Value;
 
-constexpr std::uint64_t MS_PER_HOUR = 3600000;
+constexpr std::uint64_t kMsPerHour = 3600000;
 
 // Display formats of floats.
-constexpr std::uint32_t FORMAT_PLAIN = 8;   // temperatures and byte counts
-constexpr std::uint32_t FORMAT_POWER = 16;  // watts
+constexpr std::uint32_t kFormatPlain = 8;   // temperatures and byte counts
+constexpr std::uint32_t kFormatPower = 16;  // watts
 
-const std::vector<int> STATUS_CHOICES = {Value::OK, Value::WARNING, Value::FAILED};
-const std::vector<int> RESERVE_CHOICES = {Value::HEALTHY, Value::WARNING, Value::DEPLETED};
-const std::vector<int> THROTTLING_CHOICES = {Value::NONE, Value::PARTIAL, Value::COMPLETE};
-const std::vector<int> ACTIVITY_CHOICES = {Value::IDLE, Value::BUSY, Value::ATTACHING,
+const std::vector<int> kStatusChoices = {Value::OK, Value::WARNING, Value::FAILED};
+const std::vector<int> kReserveChoices = {Value::HEALTHY, Value::WARNING, Value::DEPLETED};
+const std::vector<int> kThrottlingChoices = {Value::NONE, Value::PARTIAL, Value::COMPLETE};
+const std::vector<int> kActivityChoices = {Value::IDLE, Value::BUSY, Value::ATTACHING,
                                            Value::DETACHING};
-const std::vector<int> POWER_CHOICES = {Value::NONE, Value::OPTIONAL, Value::REQUIRED};
-const std::vector<int> HARDWARE_CHOICES = {Value::PCI_EXPRESS_SSD_AIC};
-const std::vector<int> REASON_CHOICES = {
+const std::vector<int> kPowerChoices = {Value::NONE, Value::OPTIONAL, Value::REQUIRED};
+const std::vector<int> kHardwareChoices = {Value::PCI_EXPRESS_SSD_AIC};
+const std::vector<int> kReasonChoices = {
     Value::DETACHED,
     Value::STOPPED,
     Value::ATTACHED,
@@ -99,7 +99,7 @@ bool Number(LiveAdapter& adapter, CProperty& property) {
 
 template <std::uint64_t CFusionIOAdapter::*field>
 bool NumberIfKnown(LiveAdapter& adapter, CProperty& property) {
-  return adapter.m_Record.*field != NOT_KNOWN && Number<field>(adapter, property);
+  return adapter.m_Record.*field != kNotKnown && Number<field>(adapter, property);
 }
 
 template <float CFusionIOAdapter::*field>
@@ -122,7 +122,7 @@ bool Choice(LiveAdapter& adapter, CProperty& property) {
 // Rows that are made.
 
 bool HardwareType(LiveAdapter&, CProperty& property) {
-  property.SetValue(Value::PCI_EXPRESS_SSD_AIC, HARDWARE_CHOICES);
+  property.SetValue(Value::PCI_EXPRESS_SSD_AIC, kHardwareChoices);
   return true;
 }
 
@@ -133,7 +133,7 @@ bool AdapterNumber(LiveAdapter& adapter, CProperty& property) {
 }
 
 bool ManufactureDate(LiveAdapter& adapter, CProperty& property) {
-  if (adapter.m_Record.m_OriginMs == NOT_KNOWN) return false;
+  if (adapter.m_Record.m_OriginMs == kNotKnown) return false;
   MBXX::CSystemDate_Lx date = {};
   MBXX::CSystemTime_Lx::GetDate(adapter.m_Record.m_OriginMs, date);
   property.SetValue(boost::str(boost::format("%4d-%02d-%02d %02d:%02d") % date.m_Year %
@@ -155,14 +155,14 @@ bool ExternalPowerConnected(LiveAdapter& adapter, CProperty& property) {
 bool AdditionalStatus(LiveAdapter& adapter, CProperty& property) {
   if (adapter.m_Record.m_StatusReasons.empty()) return false;
   std::vector<int> reasons = adapter.m_Record.m_StatusReasons;
-  std::vector<int> choices = REASON_CHOICES;
+  std::vector<int> choices = kReasonChoices;
   property.SetValue(reasons, choices);
   return true;
 }
 
 bool Status(LiveAdapter& adapter, CProperty& property) {
   const std::uint32_t status = adapter.m_Record.m_Status;
-  property.SetValue(static_cast<int>(status), STATUS_CHOICES);
+  property.SetValue(static_cast<int>(status), kStatusChoices);
   property.m_Indicator = status == Value::FAILED ? 24001 : status == Value::WARNING ? 24002 : 24000;
   return true;
 }
@@ -172,7 +172,7 @@ bool Status(LiveAdapter& adapter, CProperty& property) {
 // The day on which the card will be worn out.
 bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
   const std::uint64_t firstUseMs = adapter.m_Record.m_FirstUseMs;
-  if (firstUseMs == NOT_KNOWN || !adapter.IsOpen()) return false;
+  if (firstUseMs == kNotKnown || !adapter.IsOpen()) return false;
   const AttributeReader card = adapter.Card();
   if (!card.Has(vsl_has_rated_endurance_tbytes) ||
       !card.Has(vsl_has_total_physical_bytes_written) ||
@@ -182,14 +182,14 @@ bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
   const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
   const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
   const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
-  const std::uint64_t usedHours = (MBX::Misc::now() - firstUseMs) / MS_PER_HOUR;
+  const std::uint64_t usedHours = (MBX::Misc::now() - firstUseMs) / kMsPerHour;
   unsigned long remainingHours = 0;
   PI::CPluginHelper::ComputeRemainingLifeTime(usedHours, written,
                                               100U - static_cast<unsigned int>(leftPercent),
                                               ratedTBytes, remainingHours);
 
   MBXX::CSystemDate_Lx date = {};
-  MBXX::CSystemTime_Lx::GetDate(MBX::Misc::now() + remainingHours * MS_PER_HOUR, date);
+  MBXX::CSystemTime_Lx::GetDate(MBX::Misc::now() + remainingHours * kMsPerHour, date);
   property.SetValue(
       boost::str(boost::format("%4d-%02d-%02d") % date.m_Year % date.m_Month % date.m_Day));
   return true;
@@ -213,7 +213,7 @@ bool ReserveStatus(LiveAdapter& adapter, CProperty& property) {
   const int choice = *status == 1   ? Value::WARNING
                      : *status == 2 ? Value::DEPLETED
                                     : Value::HEALTHY;
-  property.SetValue(choice, RESERVE_CHOICES);
+  property.SetValue(choice, kReserveChoices);
   return true;
 }
 
@@ -248,9 +248,9 @@ bool RatedEndurancePercent(LiveAdapter& adapter, CProperty& property) {
     return false;
   }
   const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
-  const std::uint64_t rated = card.Get(vsl_rated_endurance_tbytes);
-  if (rated == 0) return false;  // as if the card had no rating
-  const auto percent = static_cast<std::uint32_t>(written * 100 / (rated << 40U));
+  const std::uint64_t ratedBytes = std::uint64_t{card.Get(vsl_rated_endurance_tbytes)} << 40U;
+  if (ratedBytes == 0) return false;  // as if the card had no rating
+  const auto percent = static_cast<std::uint32_t>(written * 100 / ratedBytes);
   TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_rated_endurance_percent = %d", percent);
   property.SetValue(static_cast<int>(percent), 0, 100, 1);
   return true;
@@ -260,7 +260,7 @@ using Record = CFusionIOAdapter;
 using Row = PropertyRow<LiveAdapter>;
 
 // In the order in which the host gets them.
-constexpr Row ADAPTER_PROPERTIES[] = {
+constexpr Row kAdapterProperties[] = {
     Row(Property::NAME, Text<&Record::m_Name>).Sort(23081),
     Row(Property::VENDOR, Text<&Record::m_Vendor>).Sort(23144),
     Row(Property::PRODUCT, Text<&Record::m_BoardName>).Sort(23102),
@@ -282,7 +282,7 @@ constexpr Row ADAPTER_PROPERTIES[] = {
     Row(Property::CHIP_TEMPERATURE, Float<&Record::m_Temperature>)
         .Sort(23024)
         .Unit(PI::UNITS_DEGREES_CELSIUS)
-        .Format(FORMAT_PLAIN),
+        .Format(kFormatPlain),
     Row(Property::MEMORY_SIZE, Number<&Record::m_FactorySizeMiB>)
         .Sort(23078)
         .Unit(PI::UNITS_MEGABYTES),
@@ -301,46 +301,46 @@ constexpr Row ADAPTER_PROPERTIES[] = {
     Row(Property::BYTES_READ, BytesRead)
         .Name(Property::BYTES_READ)
         .Sort(23017)
-        .Format(FORMAT_PLAIN)
+        .Format(kFormatPlain)
         .UnitNotFixed(),
     Row(Property::BYTES_WRITTEN, BytesWritten)
         .Name(Property::BYTES_WRITTEN)
         .Sort(23018)
-        .Format(FORMAT_PLAIN)
+        .Format(kFormatPlain)
         .UnitNotFixed(),
     Row(Property::RATED_ENDURANCE_PERCENT, RatedEndurancePercent)
         .Name(Property::RATED_ENDURANCE_PERCENT)
         .Sort(23105)
         .Unit(PI::UNITS_PERCENT)
         .UnitNotFixed(),
-    Row(Property::EXTERNAL_POWER_REQUIREMENT, Choice<&Record::m_ExternalPower, POWER_CHOICES>)
+    Row(Property::EXTERNAL_POWER_REQUIREMENT, Choice<&Record::m_ExternalPower, kPowerChoices>)
         .Sort(23047),
     Row(Property::EXTERNAL_POWER_CONNECTED, ExternalPowerConnected).Sort(23048),
     Row(Property::SLOT_POWER, FloatIfPositive<&Record::m_SlotPowerWatts>)
         .Sort(23118)
         .Unit(PI::UNITS_WATTS)
-        .Format(FORMAT_POWER),
+        .Format(kFormatPower),
     Row(Property::POWER_LIMIT, FloatIfPositive<&Record::m_PowerLimitWatts>)
         .Sort(23100)
         .Unit(PI::UNITS_WATTS)
-        .Format(FORMAT_POWER),
+        .Format(kFormatPower),
     Row(Property::HIGH_WARNING_TEMPERATURE, FloatIfPositive<&Record::m_TempWarnDegC>)
         .Sort(23057)
         .Unit(PI::UNITS_DEGREES_CELSIUS)
-        .Format(FORMAT_PLAIN),
+        .Format(kFormatPlain),
     Row(Property::HIGH_CRITICAL_TEMPERATURE, FloatIfPositive<&Record::m_TempSetpointDegC>)
         .Sort(23058)
         .Unit(PI::UNITS_DEGREES_CELSIUS)
-        .Format(FORMAT_PLAIN),
+        .Format(kFormatPlain),
     Row(Property::STATUS, Status).Sort(23127),
-    Row(Property::WRITE_THROTTLING, Choice<&Record::m_WriteThrottling, THROTTLING_CHOICES>)
+    Row(Property::WRITE_THROTTLING, Choice<&Record::m_WriteThrottling, kThrottlingChoices>)
         .Sort(23147),
     Row(Property::ADDITIONAL_STATUS, AdditionalStatus).Sort(23004),
-    Row(Property::ACTIVITY, Choice<&Record::m_Activity, ACTIVITY_CHOICES>).Sort(23002),
+    Row(Property::ACTIVITY, Choice<&Record::m_Activity, kActivityChoices>).Sort(23002),
 };
 
 // What is offered. A forced detach is served all the same, for a host that asks by number.
-constexpr OperationRow ADAPTER_OPERATIONS[] = {
+constexpr OperationRow kAdapterOperations[] = {
     {PI::OP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
     {PI::OP_STOP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
     {PI::OP_ATTACH, 1, 2, 1, 1, false, -1, 2, 22110},
@@ -393,7 +393,87 @@ unsigned int SwitchLight(const CFusionIOAdapter& adapter, bool on) {
   return PI::ERR_COMMAND_ERROR;
 }
 
+// Bits of a mask that raise an event each when they rise: consecutive numbers from bit 0 up.
+struct EventBits {
+  PI::_EVENT_ID m_First;
+  unsigned int m_Count;
+  PI::_SEVERITY m_Severity;
+};
+
+constexpr EventBits kErrorEvents = {PI::Event::CTRL_INTERNAL_ERROR, 10, PI::SEVERITY_ERROR};
+constexpr EventBits kWarningEvents = {PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, 13,
+                                      PI::SEVERITY_WARNING};
+
+bool Rises(std::uint64_t before, std::uint64_t after, unsigned int bit) {
+  return ((~before & after) >> bit & 1U) != 0;
+}
+
+void AppendRisen(std::uint64_t before, std::uint64_t after, const EventBits& bits, PI::CEvent event,
+                 std::vector<PI::CEvent>& events) {
+  event.m_Severity = bits.m_Severity;
+  for (unsigned int bit = 0; bit < bits.m_Count; ++bit) {
+    if (!Rises(before, after, bit)) continue;
+    event.m_EventID = bits.m_First + bit;
+    events.push_back(event);
+  }
+}
+
+void Append(PI::_EVENT_ID id, PI::_SEVERITY severity, PI::CEvent event,
+            std::vector<PI::CEvent>& events) {
+  event.m_EventID = id;
+  event.m_Severity = severity;
+  events.push_back(event);
+}
+
+// Believes a new mask when the last three are alike; until then the stored one stands.
+void Debounce(const FlagHistory& history, std::uint64_t stored, std::uint64_t& current) {
+  const auto& last = history.m_Value;
+  const bool settled = last[0] == last[1] && last[1] == last[2] && last[0] != stored;
+  if (!settled) current = stored;
+}
+
 }  // namespace
+
+void CFusionIOAdapter::Update(CFusionIOAdapter& current, std::vector<PI::CEvent>& events) {
+  PI::CEvent event;
+  event.m_ObjectID = m_ID;
+  event.m_Time = MBX::Misc::now();
+  event.m_SourceName = m_Name;
+  event.SetPlaceHolder1(m_Name);
+
+  std::uint64_t& slot = m_FlagHistoryIndex.m_Value;
+  m_ErrorHistory.m_Value[slot] = current.m_ErrorFlags;
+  m_WarningHistory.m_Value[slot] = current.m_WarningFlags;
+  m_InfoHistory.m_Value[slot] = current.m_InfoFlags;
+  slot = (slot + 1) % m_ErrorHistory.m_Value.size();
+  Debounce(m_ErrorHistory, m_ErrorFlags, current.m_ErrorFlags);
+  Debounce(m_WarningHistory, m_WarningFlags, current.m_WarningFlags);
+  Debounce(m_InfoHistory, m_InfoFlags, current.m_InfoFlags);
+
+  AppendRisen(m_ErrorFlags, current.m_ErrorFlags, kErrorEvents, event, events);
+  AppendRisen(m_WarningFlags, current.m_WarningFlags, kWarningEvents, event, events);
+  // A change of the information mask only opens the gate: what passes is decided by the warnings.
+  if (m_InfoFlags != current.m_InfoFlags) {
+    if (Rises(m_WarningFlags, current.m_WarningFlags, 0)) {
+      Append(PI::Event::CTRL_WRITE_REG_POWER, PI::SEVERITY_INFORMATION, event, events);
+    }
+    if (Rises(m_WarningFlags, current.m_WarningFlags, 1)) {
+      Append(PI::Event::CTRL_UNACTIVATED_FIRMWARE, PI::SEVERITY_INFORMATION, event, events);
+    }
+  }
+  const bool wasRaised = (m_ErrorFlags | m_WarningFlags | m_InfoFlags) != 0;
+  const bool isRaised = (current.m_ErrorFlags | current.m_WarningFlags | current.m_InfoFlags) != 0;
+  if (wasRaised && !isRaised) {
+    Append(PI::Event::CTRL_NORMAL, PI::SEVERITY_INFORMATION, event, events);
+  }
+  if (HasReason(current, Value::ATTACHED) && !HasReason(*this, Value::ATTACHED)) {
+    Append(PI::Event::CTRL_ATTACHED, PI::SEVERITY_INFORMATION, event, events);
+  }
+  if (HasReason(current, Value::DETACHED) && !HasReason(*this, Value::DETACHED)) {
+    Append(PI::Event::CTRL_DETACHED, PI::SEVERITY_ERROR, event, events);
+  }
+  ++m_ChangeCount;
+}
 
 unsigned int IPLUGINAPI_IMPL::GetAdapterProperties(CFusionIOAdapter& adapter,
                                                    std::vector<PI::CProperty>& properties,
@@ -402,7 +482,7 @@ unsigned int IPLUGINAPI_IMPL::GetAdapterProperties(CFusionIOAdapter& adapter,
   TRACE(TRACE_ENTRY, "ENTER AdapterGetProperties (%d)", adapter.m_CardIndex);
   {
     LiveAdapter live(adapter);
-    AppendProperties(ADAPTER_PROPERTIES, live, propertyId, properties);
+    AppendProperties(kAdapterProperties, live, propertyId, properties);
   }
   const unsigned int result = PI::SUCCESS;
   TRACE(TRACE_ENTRY, "LEAVE AdapterGetProperties -> %d", result);
@@ -416,7 +496,7 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterProperty(CFusionIOAdapter&, PI::CPropert
 unsigned int IPLUGINAPI_IMPL::GetAdapterOperations(CFusionIOAdapter& adapter,
                                                    std::vector<PI::COperation>& operations) {
   operations.clear();
-  for (const OperationRow& row : ADAPTER_OPERATIONS) {
+  for (const OperationRow& row : kAdapterOperations) {
     if (IsLightOperation(row.m_OperationID) && !adapter.m_HasBeacon) continue;
     operations.push_back(MakeOperation(row));
   }

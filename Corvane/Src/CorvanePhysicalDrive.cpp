@@ -17,8 +17,8 @@ namespace Value = PI::Value;
 
 using Drive = CFusionIOPhysicalDrive;
 
-const std::vector<int> STATUS_CHOICES = {Value::AVAILABLE, Value::AVAILABLE_SMART, Value::FAILED};
-const std::vector<int> TYPE_CHOICES = {Value::PCI_EXPRESS};
+const std::vector<int> kStatusChoices = {Value::AVAILABLE, Value::AVAILABLE_SMART, Value::FAILED};
+const std::vector<int> kTypeChoices = {Value::PCI_EXPRESS};
 
 template <std::string Drive::*field>
 bool Text(Drive& drive, CProperty& property) {
@@ -39,7 +39,7 @@ bool Zero(Drive&, CProperty& property) {
 }
 
 bool Type(Drive&, CProperty& property) {
-  property.SetValue(Value::PCI_EXPRESS, TYPE_CHOICES);
+  property.SetValue(Value::PCI_EXPRESS, kTypeChoices);
   return true;
 }
 
@@ -61,7 +61,7 @@ std::uint32_t StatusIndicator(std::uint32_t state) {
 }
 
 bool Status(Drive& drive, CProperty& property) {
-  property.SetValue(static_cast<int>(drive.m_State), STATUS_CHOICES);
+  property.SetValue(static_cast<int>(drive.m_State), kStatusChoices);
   TRACE(TRACE_ENTRY, "GetPhysicalDriveProperties() set status property of disk to %d",
         drive.m_State);
   property.m_Indicator = StatusIndicator(drive.m_State);
@@ -71,7 +71,7 @@ bool Status(Drive& drive, CProperty& property) {
 using Row = PropertyRow<Drive>;
 
 // In the order in which the host gets them.
-constexpr Row DRIVE_PROPERTIES[] = {
+constexpr Row kDriveProperties[] = {
     Row(Property::NAME, Text<&Drive::m_Name>).Sort(23298),
     Row(Property::PORT_NUMBER, Zero).Sort(23305).Visible(4),
     Row(Property::DEVICE_NUMBER, Zero).Sort(23284),
@@ -97,12 +97,12 @@ constexpr Row DRIVE_PROPERTIES[] = {
 
 // Shown on a drive with `m_DriveFlag`, which no drive has. Formatting has no row: a host that wants
 // it, or these two, asks by number.
-constexpr OperationRow DRIVE_OPERATIONS[] = {
+constexpr OperationRow kDriveOperations[] = {
     {PI::OP_MAKE_ONLINE, 1, 2, 1, 1, false, -1, 3, 22031},
     {PI::OP_MAKE_OFFLINE, 1, 2, 1, 1, false, -1, 3, 22029},
 };
 
-const std::vector<int> CAPACITY_CHOICES = {Value::MAXIMUM_CAPACITY, Value::FACTORY_CAPACITY,
+const std::vector<int> kCapacityChoices = {Value::MAXIMUM_CAPACITY, Value::FACTORY_CAPACITY,
                                            Value::IMPROVED_PERFORMANCE, Value::HIGH_PERFORMANCE,
                                            Value::CUSTOM};
 
@@ -112,33 +112,33 @@ struct SectorSizeChoice {
 };
 
 // In ascending order. The first one stands for every size that has no value of its own.
-constexpr SectorSizeChoice SECTOR_SIZES[] = {
+constexpr SectorSizeChoice kSectorSizes[] = {
     {512, Value::_512B}, {1024, Value::_1K}, {2048, Value::_2K},
     {4096, Value::_4K},  {8192, Value::_8K},
 };
 
 int SectorSizeValue(std::uint32_t bytes) {
-  for (const SectorSizeChoice& choice : SECTOR_SIZES) {
+  for (const SectorSizeChoice& choice : kSectorSizes) {
     if (choice.m_Bytes == bytes) return choice.m_Value;
   }
-  return SECTOR_SIZES[0].m_Value;
+  return kSectorSizes[0].m_Value;
 }
 
 std::uint32_t SectorSizeBytes(int value) {
-  for (const SectorSizeChoice& choice : SECTOR_SIZES) {
+  for (const SectorSizeChoice& choice : kSectorSizes) {
     if (choice.m_Value == value) return choice.m_Bytes;
   }
-  return SECTOR_SIZES[0].m_Bytes;
+  return kSectorSizes[0].m_Bytes;
 }
 
 std::vector<int> SectorSizeChoices(const Drive& drive) {
   std::vector<int> values;
-  for (const SectorSizeChoice& choice : SECTOR_SIZES) {
+  for (const SectorSizeChoice& choice : kSectorSizes) {
     if (choice.m_Bytes < drive.m_MinSectorSize) continue;
     if (choice.m_Bytes > drive.m_MaxSectorSize) break;
     values.push_back(choice.m_Value);
   }
-  if (values.empty()) values.push_back(SECTOR_SIZES[0].m_Value);
+  if (values.empty()) values.push_back(kSectorSizes[0].m_Value);
   return values;
 }
 
@@ -146,7 +146,7 @@ std::vector<int> SectorSizeChoices(const Drive& drive) {
 void AppendFormatParameters(const Drive& drive, std::vector<CProperty>& parameters) {
   CProperty formatting(Property::CHOICE_PARAM, true);
   formatting.m_NameID = Property::FORMATTING;
-  formatting.SetValue(Value::FACTORY_CAPACITY, CAPACITY_CHOICES);
+  formatting.SetValue(Value::FACTORY_CAPACITY, kCapacityChoices);
   parameters.push_back(formatting);
 
   CProperty size(Property::RANGE_PARAM, true);
@@ -270,8 +270,8 @@ unsigned int FormatCard(const Drive& drive, const FormatRequest& request) {
   return done ? PI::SUCCESS : PI::ERR_COMMAND_ERROR;
 }
 
-constexpr std::uint32_t UNIT_OFFLINE = 0;
-constexpr std::uint32_t UNIT_ONLINE = 1;
+constexpr std::uint32_t kUnitOffline = 0;
+constexpr std::uint32_t kUnitOnline = 1;
 
 // One unit that took the new state is a success, whatever the others did.
 unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
@@ -315,12 +315,29 @@ unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnm
 
 }  // namespace
 
+void CFusionIOPhysicalDrive::Update(const CFusionIOPhysicalDrive& current,
+                                    const CFusionIOAdapter& adapter,
+                                    std::vector<PI::CEvent>& events) {
+  PI::CEvent event;
+  event.m_ObjectID = m_ID;
+  event.m_Time = MBX::Misc::now();
+  event.m_SourceName = m_Name;
+  event.SetPlaceHolder1(adapter.m_Name);
+  event.SetPlaceHolder2(m_Name);
+  if (m_FormattedSizeMiB != current.m_FormattedSizeMiB || m_SectorSize != current.m_SectorSize) {
+    event.m_EventID = PI::Event::PD_FORMAT_CHANGED;
+    event.m_Severity = PI::SEVERITY_INFORMATION;
+    events.push_back(event);
+  }
+  ++m_ChangeCount;
+}
+
 unsigned int IPLUGINAPI_IMPL::GetPhysicalDriveProperties(CFusionIOPhysicalDrive& drive,
                                                          std::vector<PI::CProperty>& properties,
                                                          unsigned int propertyId) {
   TRACE(TRACE_ENTRY, "ENTER GetPhysicalDriveProperties()");
   properties.clear();
-  AppendProperties(DRIVE_PROPERTIES, drive, propertyId, properties);
+  AppendProperties(kDriveProperties, drive, propertyId, properties);
   return PI::SUCCESS;
 }
 
@@ -331,7 +348,7 @@ unsigned int IPLUGINAPI_IMPL::SetPhysicalDriveProperty(CFusionIOPhysicalDrive&, 
 unsigned int IPLUGINAPI_IMPL::GetPhysicalDriveOperations(CFusionIOPhysicalDrive& drive,
                                                          std::vector<PI::COperation>& operations) {
   operations.clear();
-  for (const OperationRow& row : DRIVE_OPERATIONS) {
+  for (const OperationRow& row : kDriveOperations) {
     if (row.m_OperationID != PI::OP_FORMAT_DEVICE && !drive.m_DriveFlag) continue;
     PI::COperation operation = MakeOperation(row);
     if (row.m_OperationID == PI::OP_FORMAT_DEVICE) {
@@ -351,10 +368,10 @@ unsigned int IPLUGINAPI_IMPL::CheckPhysicalDriveOperation(CFusionIOPhysicalDrive
       if (drive.m_State != Value::AVAILABLE) result = PI::ERR_PHYSICALDRIVE_NOT_AVAILABLE;
       break;
     case PI::OP_MAKE_ONLINE:
-      result = CheckUnits(drive, UNIT_OFFLINE, false);
+      result = CheckUnits(drive, kUnitOffline, false);
       break;
     case PI::OP_MAKE_OFFLINE:
-      result = CheckUnits(drive, UNIT_ONLINE, true);
+      result = CheckUnits(drive, kUnitOnline, true);
       break;
     default:
       break;
@@ -369,10 +386,10 @@ unsigned int IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation(CFusionIOPhysicalDri
   unsigned int result = PI::ERR_INVALID_OPERATION;
   switch (operation.m_OperationID) {
     case PI::OP_MAKE_ONLINE:
-      result = SwitchUnits(drive, UNIT_ONLINE);
+      result = SwitchUnits(drive, kUnitOnline);
       break;
     case PI::OP_MAKE_OFFLINE:
-      result = SwitchUnits(drive, UNIT_OFFLINE);
+      result = SwitchUnits(drive, kUnitOffline);
       break;
     case PI::OP_FORMAT_DEVICE:
       result = FormatCard(drive, ReadFormatRequest(drive, operation.m_Properties));

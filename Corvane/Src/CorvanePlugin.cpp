@@ -12,6 +12,7 @@
 #include "Corvane/Src/Corvane.h"
 #include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/RecordComparison.h"
 #include "Corvane/Src/Trace.h"
 
 namespace NAMESPACE_Corvane {
@@ -21,11 +22,11 @@ namespace {
 namespace Property = PI::Property;
 namespace Value = PI::Value;
 
-constexpr unsigned int VSL_INIT_RETRIES = 60;
-constexpr unsigned int STOP_LIMIT_MS = 24999;
+constexpr unsigned int kVslInitRetries = 60;
+constexpr unsigned int kStopLimitMs = 24999;
 
 // A host that has no number for an adapter leaves it at this.
-constexpr std::int32_t NO_GLOBAL_NUMBER = -1;
+constexpr std::int32_t kNoGlobalNumber = -1;
 
 void Sleep(unsigned int milliseconds) {
   boost::this_thread::sleep_for(boost::chrono::milliseconds(milliseconds));
@@ -48,7 +49,7 @@ bool Initialized(const char* name, int result) {
 
 bool HasSupportedCard() {
   std::vector<std::string> identities;
-  for (const DeviceFamily& family : DEVICE_FAMILIES) AppendIdentities(family, identities);
+  for (const DeviceFamily& family : kDeviceFamilies) AppendIdentities(family, identities);
   int segment = 0;
   int bus = 0;
   int device = 0;
@@ -68,7 +69,7 @@ PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
   id.m_Device = static_cast<std::uint32_t>(adapter.m_PciDevice);
   id.m_Function = static_cast<std::uint32_t>(adapter.m_PciFunction);
   id.m_AdapterNumber = adapter.m_CardIndex;
-  id.m_GlobalNumber = NO_GLOBAL_NUMBER;
+  id.m_GlobalNumber = kNoGlobalNumber;
   return id;
 }
 
@@ -88,6 +89,34 @@ void ReadAges(const AttributeReader& card, CFusionIOAdapter& adapter) {
   }
 }
 
+// The watch.
+
+// Positions in the worker's waiter.
+constexpr unsigned int kForceWorker = 1;
+constexpr unsigned int kPrivateEvent = 3;
+
+// Hosts may set any interval by the limits that they send along. One of 0 seconds would leave the
+// worker no time to wait.
+std::uint64_t PollIntervalMs(std::uint32_t seconds) {
+  return std::max<std::uint64_t>(seconds, 1) * 1000;
+}
+
+unsigned int LookIntervalMs(std::uint32_t seconds) {
+  constexpr std::uint64_t kLongest = MBX::Threading::WAIT_INFINITE - 1;
+  return static_cast<unsigned int>(std::min(PollIntervalMs(seconds) / 3, kLongest));
+}
+
+PI::CEvent PlugEvent(const CFusionIOAdapter& adapter, PI::_EVENT_ID id, PI::_SEVERITY severity) {
+  PI::CEvent event;
+  event.m_ObjectID = adapter.m_ID;
+  event.m_EventID = id;
+  event.m_Severity = severity;
+  event.m_Time = MBX::Misc::now();
+  event.m_SourceName = adapter.m_Name;
+  event.SetPlaceHolder1(adapter.m_Name);
+  return event;
+}
+
 // The plug-in object. Its one value that changes is the poll interval.
 
 template <const char* const& text>
@@ -96,13 +125,13 @@ bool Constant(std::uint32_t&, PI::CProperty& property) {
   return true;
 }
 
-constexpr const char* PLUGIN_NAME = "SanDisk-Plugin";
-constexpr const char* PLUGIN_VERSION = "7.7.0";
-constexpr const char* PLUGIN_VENDOR = "Skatra";
-constexpr const char* VENDOR_API_VERSION = "3.16.0";
+constexpr const char* kPluginName = "SanDisk-Plugin";
+constexpr const char* kPluginVersion = "7.7.0";
+constexpr const char* kPluginVendor = "Skatra";
+constexpr const char* kVendorApiVersion = "3.16.0";
 
 bool UniqueID(std::uint32_t&, PI::CProperty& property) {
-  property.SetValue(boost::str(boost::format("Plugin:ID=%d") % MODULE_NUMBER));
+  property.SetValue(boost::str(boost::format("Plugin:ID=%d") % kModuleNumber));
   return true;
 }
 
@@ -114,18 +143,18 @@ bool PollInterval(std::uint32_t& seconds, PI::CProperty& property) {
 using PluginRow = PropertyRow<std::uint32_t>;
 
 // In the order in which the host gets them.
-constexpr PluginRow PLUGIN_PROPERTIES[] = {
+constexpr PluginRow kPluginProperties[] = {
     PluginRow(Property::UNIQUE_ID, UniqueID).Hidden(),
-    PluginRow(Property::NAME, Constant<PLUGIN_NAME>).Sort(23334),
-    PluginRow(Property::VERSION, Constant<PLUGIN_VERSION>).Sort(23339),
-    PluginRow(Property::VENDOR, Constant<PLUGIN_VENDOR>).Sort(23338),
-    PluginRow(Property::VENDOR_API_VERSION, Constant<VENDOR_API_VERSION>)
+    PluginRow(Property::NAME, Constant<kPluginName>).Sort(23334),
+    PluginRow(Property::VERSION, Constant<kPluginVersion>).Sort(23339),
+    PluginRow(Property::VENDOR, Constant<kPluginVendor>).Sort(23338),
+    PluginRow(Property::VENDOR_API_VERSION, Constant<kVendorApiVersion>)
         .Name(Property::VERSION)
         .Sort(23339),
     PluginRow(Property::POLL_INTERVAL, PollInterval).Writable().Sort(23335).Unit(PI::UNITS_SECONDS),
 };
 
-constexpr OperationRow PLUGIN_OPERATIONS[] = {
+constexpr OperationRow kPluginOperations[] = {
     {PI::OP_GET_EVENTS, 6, 1, 1, 1, false, 0, 1, 1},
 };
 
@@ -171,7 +200,7 @@ bool IPLUGINAPI_IMPL::InitializeLocks() {
 bool IPLUGINAPI_IMPL::StartCardLibrary() {
   ErrorRecord error;
   vsl_code code = vsl_init(0, error);
-  for (unsigned int retry = 0; code == VSL_NOT_READY && retry < VSL_INIT_RETRIES; ++retry) {
+  for (unsigned int retry = 0; code == VSL_NOT_READY && retry < kVslInitRetries; ++retry) {
     Sleep(1000);
     code = vsl_init(0, error);
   }
@@ -211,8 +240,7 @@ unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs)
   }
   for (CFusionIOAdapter& adapter : m_Adapters) {
     adapterIDs.push_back(AdapterIDOf(adapter));
-    m_Plugin.m_Children.push_back(adapter.m_ID);
-    adapter.m_Parents.push_back(m_Plugin.m_ID);
+    LinkToPlugin(adapter);
   }
   return PI::SUCCESS;
 }
@@ -220,6 +248,9 @@ unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs)
 unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs) {
   m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
   for (CFusionIOAdapter& adapter : m_Adapters) NameAdapter(adapter);
+  using Work = MBX::Delegates_and_Calls::TDelegateR0<IPLUGINAPI_IMPL, unsigned int>;
+  m_pWorkerThread = std::make_unique<MBX::Threading::CThread>();
+  m_pWorkerThread->Create(Work(this, &IPLUGINAPI_IMPL::Worker), false);
   return PI::SUCCESS;
 }
 
@@ -229,7 +260,7 @@ void IPLUGINAPI_IMPL::NameAdapter(CFusionIOAdapter& adapter) const {
       m_AdapterIDs.begin(), m_AdapterIDs.end(), [&wanted](const PI::CAdapterID& known) {
         return known.m_Segment == wanted.m_Segment && known.m_Bus == wanted.m_Bus &&
                known.m_Device == wanted.m_Device && known.m_Function == wanted.m_Function &&
-               known.m_GlobalNumber != NO_GLOBAL_NUMBER;
+               known.m_GlobalNumber != kNoGlobalNumber;
       });
   if (found == m_AdapterIDs.end()) return;
   const std::string name = IsMolt(adapter) ? adapter.m_Model : "SanDisk " + adapter.m_BoardName;
@@ -242,7 +273,7 @@ unsigned int IPLUGINAPI_IMPL::DeInitialize() {
   Sleep(100);
   const unsigned long begin = MBX::Misc::now();
   while (AnyThreadRuns()) {
-    if (MBX::Misc::now() - begin > STOP_LIMIT_MS) {
+    if (MBX::Misc::now() - begin > kStopLimitMs) {
       CancelThreads();
       break;
     }
@@ -289,8 +320,8 @@ unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
   };
   const Mask masks[] = {
       {VSL(current_errors), 0, errors},
-      {VSL(current_warnings), IGNORED_WARNINGS, warnings},
-      {VSL(current_info), IGNORED_INFO, info},
+      {VSL(current_warnings), kIgnoredWarnings, warnings},
+      {VSL(current_info), kIgnoredInfo, info},
   };
   ErrorRecord error;
   for (const Mask& mask : masks) {
@@ -307,8 +338,8 @@ unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
 }
 
 unsigned long IPLUGINAPI_IMPL::NewID() {
-  constexpr unsigned long MODULE_BITS = static_cast<unsigned long>(MODULE_NUMBER) << 48U;
-  return m_NextID++ | MODULE_BITS;
+  constexpr unsigned long kModuleBits = static_cast<unsigned long>(kModuleNumber) << 48U;
+  return m_NextID++ | kModuleBits;
 }
 
 unsigned int IPLUGINAPI_IMPL::LockObjects(int adapter, int drive) {
@@ -470,7 +501,7 @@ void IPLUGINAPI_IMPL::ScanCardState(const AttributeReader& card, CFusionIOAdapte
     adapter.m_Status = Value::WARNING;
   }
   if (state.m_Activity != 0) adapter.m_Activity = static_cast<std::uint32_t>(state.m_Activity);
-  if (state.m_Reason != NO_REASON) adapter.m_StatusReasons.push_back(state.m_Reason);
+  if (state.m_Reason != kNoReason) adapter.m_StatusReasons.push_back(state.m_Reason);
   if (adapter.m_IomState == VSL_STATE_MINIMAL) ReadMinimalMode(card, adapter);
 }
 
@@ -511,6 +542,193 @@ void IPLUGINAPI_IMPL::ScanDrive(void* iom, const CFusionIOAdapter& adapter,
   drive.m_Name = DriveName(adapter, drive);
 }
 
+// The watch.
+
+unsigned int IPLUGINAPI_IMPL::Worker() {
+  TRACE(TRACE_ENTRY, "ENTER Worker()");
+  MBX::Threading::CWaitInterval interval(LookIntervalMs(m_PollInterval));
+  MBX::Threading::CWaiter waiter;
+  waiter.Add(m_ForceWorker);
+  waiter.Add(m_StopRequest);
+  waiter.Add(m_PrivateEvent);
+  Watch watch;
+  for (;;) {
+    const unsigned int signalled = waiter.Wait(interval, false);
+    if (signalled == kPrivateEvent) {
+      TRACE(TRACE_FLOW, "Worker() m_PrivateEvent event received");
+      UnlockObjects();
+      m_HostNotify(this);
+    } else if (signalled == MBX::Threading::WAIT_TIMED_OUT) {
+      TRACE(TRACE_FLOW, "Worker() timeout event received");
+      watch.m_ScanDue |= watch.Age() > PollIntervalMs(m_PollInterval);
+      Look(watch);
+    } else if (signalled == kForceWorker) {
+      TRACE(TRACE_FLOW, "Worker() m_ForceWorker event received, force scan");
+      watch.m_ScanDue = true;
+      Look(watch);
+    } else {
+      break;
+    }
+    TRACE(TRACE_ENTRY, "Worker() before restart interval");
+    interval.Restart(LookIntervalMs(m_PollInterval));
+  }
+  TRACE(TRACE_FLOW, "Worker() something else perhaps m_StopRequest");
+  TRACE(TRACE_ENTRY, "LEAVE Worker()");
+  return 1;
+}
+
+void IPLUGINAPI_IMPL::Look(Watch& watch) {
+  TRACED_WAIT(m_DataLock, dataLocked);
+  if (dataLocked != MBX::Threading::WAIT_SUCCEEDED) return;
+  if (!watch.m_ScanDue && !CardsLookDifferent()) {
+    TRACED_RELEASE(m_DataLock);
+    return;
+  }
+  TRACED_WAIT(m_EventsLock, eventsLocked);
+  if (eventsLocked != MBX::Threading::WAIT_SUCCEEDED) {
+    TRACED_RELEASE(m_DataLock);
+    watch.m_ScanDue = true;
+    return;
+  }
+  const unsigned int result = Rescan(watch);
+  const bool hasEvents = !m_Events.empty();
+  TRACED_RELEASE(m_EventsLock);
+  const bool worthTelling = hasEvents || result == PI::SUCCESS;
+  if (worthTelling) UnlockObjects();
+  TRACED_RELEASE(m_DataLock);
+  if (worthTelling) m_HostNotify(this);
+  watch.m_ScanDue = false;
+}
+
+// Only the numbers that change by themselves are read, and nothing is kept of them. A card that
+// cannot be opened is left to the next scan.
+bool IPLUGINAPI_IMPL::CardsLookDifferent() {
+  bool different = false;
+  const std::size_t count = std::min<std::size_t>(m_AdapterCount, m_Adapters.size());
+  for (std::size_t index = 0; index < count; ++index) {
+    different |= LooksDifferent(m_Adapters[index]);
+  }
+  return different;
+}
+
+bool IPLUGINAPI_IMPL::LooksDifferent(const CFusionIOAdapter& adapter) {
+  ErrorRecord error;
+  Handle iom(error);
+  vsl_code code = iom.Create([&](void** handle) {
+    return vsl_iom_create_by_name(adapter.m_DevicePath.c_str(), handle, error);
+  });
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "Worker, vsl_iom_create_by_name = %d (%s)", code, error.Text());
+    return false;
+  }
+  code = vsl_open(iom.Get(), error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "Worker, vsl_open = %d (%s)", code, error.Text());
+    return false;
+  }
+  unsigned long errors = adapter.m_ErrorFlags;
+  unsigned long warnings = adapter.m_WarningFlags;
+  unsigned long info = adapter.m_InfoFlags;
+  GetStatusFlags(iom.Get(), errors, warnings, info);
+  const auto read = AttributeReader(iom.Get(), error).Read(VSL(iom_state));
+  const std::uint32_t state = read ? CorrectedState(*read, &adapter.m_DevicePath) : 0;
+  vsl_close(iom.Get(), error);
+  return errors != adapter.m_ErrorFlags || warnings != adapter.m_WarningFlags ||
+         info != adapter.m_InfoFlags || state != adapter.m_IomState;
+}
+
+unsigned int IPLUGINAPI_IMPL::Rescan(Watch& watch) {
+  m_Plugin.m_Children.clear();
+  m_Plugin.m_Parents.clear();
+  std::vector<CFusionIOAdapter> adapters;
+  std::vector<CFusionIOPhysicalDrive> drives;
+  TRACE(TRACE_RESULT, "Before ScanSystem()");
+  unsigned int result = ScanSystem(adapters, drives, false);
+  TRACE(TRACE_RESULT, "After ScanSystem() ret = %d", result);
+  watch.m_LastScan = MBX::Misc::now();
+  if (result == PI::SUCCESS) {
+    TRACE(TRACE_RESULT, "Before UpdateSystem()");
+    result = UpdateSystem(adapters, drives);
+    TRACE(TRACE_RESULT, "After UpdateSystem() ret = %d", result);
+    m_Plugin.m_Children.clear();
+    for (CFusionIOAdapter& adapter : m_Adapters) {
+      LinkToPlugin(adapter);
+      ++adapter.m_ChangeCount;
+    }
+  }
+  ++m_Plugin.m_ChangeCount;
+  TRACE(TRACE_FLOW, "Worker() after bscan");
+  return result;
+}
+
+void IPLUGINAPI_IMPL::LinkToPlugin(CFusionIOAdapter& adapter) {
+  adapter.m_Parents.assign(1, m_Plugin.m_ID);
+  m_Plugin.m_Children.push_back(adapter.m_ID);
+}
+
+unsigned int IPLUGINAPI_IMPL::UpdateSystem(std::vector<CFusionIOAdapter>& adapters,
+                                           std::vector<CFusionIOPhysicalDrive>& drives) {
+  TRACE(TRACE_ENTRY, "ENTER UpdateSystem for %d adapter, %d physicalDrives", adapters.size(),
+        drives.size());
+  std::vector<PI::CEvent> events;
+  bool changed = UpdateAdapters(adapters, drives, events);
+  m_Plugin.m_Children.clear();
+  for (CFusionIOAdapter& adapter : adapters) LinkToPlugin(adapter);
+  // Element by element where both vectors have one, which leaves the flag histories in place.
+  m_Adapters = adapters;
+  changed |= UpdateDrives(adapters, drives, events);
+  m_PhysicalDrives = drives;
+  if (!events.empty()) {
+    TRACED_GUARD(m_EventsLock);
+    m_Events.insert(m_Events.end(), events.begin(), events.end());
+  }
+  const unsigned int result = changed ? PI::SUCCESS : PI::ERR_GENERAL;
+  TRACE(TRACE_ENTRY, "LEAVE UpdateSystem ret = %d", result);
+  return result;
+}
+
+bool IPLUGINAPI_IMPL::UpdateAdapters(std::vector<CFusionIOAdapter>& scanned,
+                                     std::vector<CFusionIOPhysicalDrive>& drives,
+                                     std::vector<PI::CEvent>& events) {
+  bool changed = false;
+  for (CFusionIOAdapter& adapter : scanned) {
+    CFusionIOAdapter* stored = FindByCardIndex(m_Adapters, adapter.m_CardIndex);
+    if (stored == nullptr) {
+      ++m_Plugin.m_ChangeCount;
+      events.push_back(PlugEvent(adapter, PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION));
+      const auto drive = std::find_if(drives.begin(), drives.end(), [&adapter](const auto& each) {
+        return each.m_SerialNumber == adapter.m_SerialNumber;
+      });
+      if (drive != drives.end()) drive->m_GlobalNumber = adapter.m_GlobalNumber;
+      changed = true;
+    } else if (Differ(*stored, adapter)) {
+      stored->Update(adapter, events);
+      changed = true;
+    }
+  }
+  for (const CFusionIOAdapter& stored : m_Adapters) {
+    if (FindByCardIndex(scanned, stored.m_CardIndex) != nullptr) continue;
+    ++m_Plugin.m_ChangeCount;
+    events.push_back(PlugEvent(stored, PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING));
+    changed = true;
+  }
+  return changed;
+}
+
+bool IPLUGINAPI_IMPL::UpdateDrives(std::vector<CFusionIOAdapter>& adapters,
+                                   const std::vector<CFusionIOPhysicalDrive>& scanned,
+                                   std::vector<PI::CEvent>& events) {
+  bool changed = false;
+  for (const CFusionIOPhysicalDrive& drive : scanned) {
+    CFusionIOPhysicalDrive* stored = FindByCardIndex(m_PhysicalDrives, drive.m_CardIndex);
+    if (stored == nullptr || !Differ(*stored, drive)) continue;
+    const CFusionIOAdapter* adapter = FindByCardIndex(adapters, stored->m_CardIndex);
+    if (adapter != nullptr) stored->Update(drive, *adapter, events);
+    changed = true;
+  }
+  return changed;
+}
+
 // The tree.
 
 unsigned int IPLUGINAPI_IMPL::GetTopology(std::vector<PI::CObject>& objects) {
@@ -546,7 +764,7 @@ unsigned int IPLUGINAPI_IMPL::GetPluginProperties(CFusionIOPlugin&,
                                                   std::vector<PI::CProperty>& properties,
                                                   unsigned int propertyId) {
   properties.clear();
-  AppendProperties(PLUGIN_PROPERTIES, m_PollInterval, propertyId, properties);
+  AppendProperties(kPluginProperties, m_PollInterval, propertyId, properties);
   return PI::SUCCESS;
 }
 
@@ -570,7 +788,7 @@ unsigned int IPLUGINAPI_IMPL::SetPluginProperty(CFusionIOPlugin&, PI::CProperty&
 unsigned int IPLUGINAPI_IMPL::GetPluginOperations(CFusionIOPlugin&,
                                                   std::vector<PI::COperation>& operations) {
   operations.clear();
-  for (const OperationRow& row : PLUGIN_OPERATIONS) operations.push_back(MakeOperation(row));
+  for (const OperationRow& row : kPluginOperations) operations.push_back(MakeOperation(row));
   return PI::SUCCESS;
 }
 
@@ -591,9 +809,7 @@ unsigned int IPLUGINAPI_IMPL::ExecutePluginOperation(CFusionIOPlugin& plugin,
 unsigned int IPLUGINAPI_IMPL::GetEvents(CFusionIOPlugin&, PI::COperation& operation) {
   TRACE(TRACE_ENTRY, "ENTER GetEvents()");
   operation.m_Events.clear();
-  TRACE(TRACE_LOCK, "Before m_EventsLock.Wait(INFINITE)");
-  const unsigned int locked = m_EventsLock.Wait(MBX::Threading::WAIT_INFINITE);
-  TRACE(TRACE_LOCK, "After m_EventsLock.Wait(INFINITE)");
+  TRACED_WAIT(m_EventsLock, locked);
   if (locked != MBX::Threading::WAIT_SUCCEEDED) return PI::SUCCESS;
   operation.m_Events = m_Events;
   m_Events.clear();
@@ -649,9 +865,8 @@ unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& devi
 // Made ahead of the work, so that the job need not come back for the adapter, which may be gone by
 // then. For a device that no adapter has, the event says nothing.
 PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
-  TRACE(TRACE_LOCK, "Before m_DataLock.Wait(INFINITE)");
-  m_DataLock.Wait(MBX::Threading::WAIT_INFINITE);
-  TRACE(TRACE_LOCK, "After m_DataLock.Wait(INFINITE)");
+  TRACED_WAIT(m_DataLock, locked);
+  static_cast<void>(locked);
   PI::CEvent event;
   const auto adapter =
       std::find_if(m_Adapters.begin(), m_Adapters.end(),
@@ -664,9 +879,7 @@ PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& dev
     event.m_EventID = job.m_FailureEvent;
     event.m_Severity = job.m_FailureSeverity;
   }
-  TRACE(TRACE_LOCK, "Before m_DataLock.Release ()");
-  m_DataLock.Release();
-  TRACE(TRACE_LOCK, "After m_DataLock.Release ()");
+  TRACED_RELEASE(m_DataLock);
   return event;
 }
 
@@ -674,10 +887,7 @@ void IPLUGINAPI_IMPL::DriveCard(const CardJob& job, const std::string& device,
                                 const PI::CEvent& failure) {
   ErrorRecord error;
   const auto failed = [&](const char* function, vsl_code code) {
-    if (code == 0) return false;
-    TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, error.Text());
-    PostEvent(failure);
-    return true;
+    return JobFailed(job, function, code, error.Text(), failure);
   };
   Handle iom;
   Handle operation;  // destroyed before the card
@@ -697,6 +907,14 @@ void IPLUGINAPI_IMPL::DriveCard(const CardJob& job, const std::string& device,
   }
   if (failed("vsl_op_start", vsl_op_start(operation.Get(), error))) return;
   failed("vsl_op_wait_for_result", vsl_op_wait_for_result(operation.Get(), error));
+}
+
+bool IPLUGINAPI_IMPL::JobFailed(const CardJob& job, const char* function, std::uint64_t code,
+                                const std::string& why, const PI::CEvent& failure) {
+  if (code == 0) return false;
+  TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, why);
+  PostEvent(failure);
+  return true;
 }
 
 void IPLUGINAPI_IMPL::PostEvent(const PI::CEvent& event) {

@@ -14,7 +14,7 @@
 namespace NAMESPACE_Corvane {
 
 // "Not known" for numbers that may be 0.
-constexpr std::uint64_t NOT_KNOWN = ~std::uint64_t{0};
+constexpr std::uint64_t kNotKnown = ~std::uint64_t{0};
 
 // A member that belongs to a place in a vector and not to the record that passes through it:
 // copying a record takes it along, assigning to one leaves it.
@@ -46,6 +46,11 @@ class CFusionIOAdapter : public PI::CObject {
  public:
   CFusionIOAdapter() { m_ObjectType = PI::OBJECT_ADAPTER; }
 
+  // Called on the stored record when `current`, the scanned one, differs from it. Appends what the
+  // host is to be told. A mask of `current` that has not held for three calls is put back to the
+  // stored one's; the stored record's histories and change count move on.
+  void Update(CFusionIOAdapter& current, std::vector<PI::CEvent>& events);
+
   std::uint32_t m_CardIndex = 0;
   std::uint32_t m_GlobalNumber = 0;
   std::string m_Vendor = "SanDisk";
@@ -58,11 +63,11 @@ class CFusionIOAdapter : public PI::CObject {
   std::string m_DriverVersion;
   std::string m_FirmwareVersion;
   std::string m_DevicePath;
-  std::uint64_t m_PciSegment = NOT_KNOWN;
+  std::uint64_t m_PciSegment = kNotKnown;
   std::uint64_t m_PciBus = 0;
   std::uint64_t m_PciDevice = 0;
   std::uint64_t m_PciFunction = 0;
-  std::uint64_t m_PciSlot = NOT_KNOWN;
+  std::uint64_t m_PciSlot = kNotKnown;
   std::uint64_t m_InfoFlags = 0;
   std::uint64_t m_WarningFlags = 0;
   std::uint64_t m_ErrorFlags = 0;
@@ -76,8 +81,8 @@ class CFusionIOAdapter : public PI::CObject {
   bool m_HasBeacon = false;
   bool m_BeaconFlag = false;  // set by nobody; compared all the same
   std::uint32_t m_WriteThrottling = PI::Value::NONE;
-  std::uint64_t m_FirstUseMs = NOT_KNOWN;  // since the epoch
-  std::uint64_t m_OriginMs = NOT_KNOWN;    // since the epoch
+  std::uint64_t m_FirstUseMs = kNotKnown;  // since the epoch
+  std::uint64_t m_OriginMs = kNotKnown;    // since the epoch
   std::uint32_t m_SpareStatus = PI::Value::OK;
   std::int32_t m_ReserveWarningPercent = 1;
   std::uint32_t m_ExternalPower = PI::Value::NONE;
@@ -95,6 +100,11 @@ class CFusionIOAdapter : public PI::CObject {
 class CFusionIOPhysicalDrive : public PI::CObject {
  public:
   CFusionIOPhysicalDrive() { m_ObjectType = PI::OBJECT_PHYSICAL_DRIVE; }
+
+  // Called on the stored record when `current`, the scanned one, differs from it; `adapter` is the
+  // scanned adapter. Appends what the host is to be told and moves the change count on.
+  void Update(const CFusionIOPhysicalDrive& current, const CFusionIOAdapter& adapter,
+              std::vector<PI::CEvent>& events);
 
   std::uint32_t m_CardIndex = ~std::uint32_t{0};
   std::uint32_t m_GlobalNumber = ~std::uint32_t{0};

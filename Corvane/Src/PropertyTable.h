@@ -44,7 +44,7 @@ class PropertyRow {
   }
 
  private:
-  static constexpr std::uint32_t AS_MADE = ~std::uint32_t{0};
+  static constexpr std::uint32_t kAsMade = ~std::uint32_t{0};
 
   template <class Field, class Value>
   constexpr PropertyRow With(Field PropertyRow::*field, Value value) const {
@@ -54,22 +54,22 @@ class PropertyRow {
   }
 
   void Dress(PI::CProperty& property) const {
-    if (m_NameID != AS_MADE) property.m_NameID = m_NameID;
-    if (m_SortKey != AS_MADE) property.m_SortKey = m_SortKey;
-    if (m_Visible != AS_MADE) property.m_Visible = m_Visible;
+    if (m_NameID != kAsMade) property.m_NameID = m_NameID;
+    if (m_SortKey != kAsMade) property.m_SortKey = m_SortKey;
+    if (m_Visible != kAsMade) property.m_Visible = m_Visible;
     if (m_Units != PI::UNITS_NONE) property.m_Units = m_Units;
-    if (m_Format != AS_MADE) property.m_Format = m_Format;
+    if (m_Format != kAsMade) property.m_Format = m_Format;
     if (m_UnitNotFixed) property.m_UnitsFixed = false;
   }
 
   PI::_PROPERTY_ID m_ID;
   Fill m_Fill;
   bool m_Writable = false;
-  std::uint32_t m_NameID = AS_MADE;
-  std::uint32_t m_SortKey = AS_MADE;
-  std::uint32_t m_Visible = AS_MADE;
+  std::uint32_t m_NameID = kAsMade;
+  std::uint32_t m_SortKey = kAsMade;
+  std::uint32_t m_Visible = kAsMade;
   PI::_UNITS m_Units = PI::UNITS_NONE;
-  std::uint32_t m_Format = AS_MADE;
+  std::uint32_t m_Format = kAsMade;
   bool m_UnitNotFixed = false;
 };
 

@@ -10,7 +10,7 @@
 namespace NAMESPACE_Corvane {
 
 // Bits 63 to 48 of every object id, and the number under which the host knows the module.
-constexpr unsigned int MODULE_NUMBER = 304;
+constexpr unsigned int kModuleNumber = 304;
 
 HOST_API extern MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane;
 HOST_API extern MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList;
@@ -76,3 +76,14 @@ void Send(TraceLevel level, const char* file, const char* function, int line, co
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait (sg)");                 \
   const MBX::Threading::CSyncGuard guardOf_##lock(lock, MBX::Threading::WAIT_INFINITE); \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait (sg)")
+
+// Takes a lock that is released by hand, and leaves the result of the wait in `result`.
+#define TRACED_WAIT(lock, result)                                            \
+  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait(INFINITE)"); \
+  const unsigned int result = lock.Wait(MBX::Threading::WAIT_INFINITE);      \
+  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait(INFINITE)")
+
+#define TRACED_RELEASE(lock)                                             \
+  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Release ()"); \
+  lock.Release();                                                        \
+  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Release ()")

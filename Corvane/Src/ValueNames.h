@@ -8,17 +8,14 @@
 
 namespace NAMESPACE_Corvane {
 
-inline const std::map<int, std::string>& ValueNames() {
 #define CORVANE_VALUE_NAME(name, number, text) {number, text},
-  static const std::map<int, std::string> names = {PI_VALUES(CORVANE_VALUE_NAME)};
+inline const std::map<int, std::string> kValueNames = {PI_VALUES(CORVANE_VALUE_NAME)};
 #undef CORVANE_VALUE_NAME
-  return names;
-}
 
 // Empty for a number that is not in the table.
 inline std::string ValueName(int value) {
-  const auto found = ValueNames().find(value);
-  return found == ValueNames().end() ? std::string() : found->second;
+  const auto found = kValueNames.find(value);
+  return found == kValueNames.end() ? std::string() : found->second;
 }
 
 }  // namespace NAMESPACE_Corvane
