@@ -1,0 +1,313 @@
+// What the host learns of an adapter's age and wear: lifetime, endurance, reserve, byte counters,
+// manufacture date. Time is virtual and starts at 2026-01-01 00:00; the start of the plug-in takes
+// a little over a second of it.
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+
+#include "hostkit/Scheduler.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint32_t LIFETIME = 30483;
+constexpr std::uint32_t ENDURANCE = 30494;
+constexpr const char* ABSENT = "result 20000";
+
+struct Case {
+  const char* name;
+  Settings settings;
+  const char* row;
+};
+
+void PrintTo(const Case& each, std::ostream* out) {
+  *out << each.name;
+}
+
+std::string NameOfCase(const testing::TestParamInfo<Case>& info) {
+  return info.param.name;
+}
+
+void ExpectRow(const Case& each, std::uint32_t property) {
+  OneCard host(each.settings);
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, property), each.row);
+  EXPECT_EQ(host.RowInList(OneCard::ADAPTER, property), each.row);
+}
+
+// First used, bytes written, rating in units of 2^40 bytes, per cent of the rated writes left.
+Settings Wear(const char* firstUse, const char* written, const char* rated, const char* left) {
+  return {{"first_use_ts", firstUse},
+          {"total_physical_bytes_written", written},
+          {"rated_endurance_tbytes", rated},
+          {"rated_writes_remaining_percent", left}};
+}
+
+constexpr const char* A_YEAR_AGO = "1735689600";            // 2025-01-01 00:00, 8760 hours
+constexpr const char* ALMOST_TWO_HOURS_AGO = "1767218430";  // 2025-12-31 22:00:30
+constexpr const char* IN_A_YEAR = "1798761600";             // 2027-01-01 00:00
+
+class EstimatedLifetime : public testing::TestWithParam<Case> {};
+
+TEST_P(EstimatedLifetime, IsTheDayOnWhichTheCardIsWornOut) {
+  ExpectRow(GetParam(), LIFETIME);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, EstimatedLifetime,
+    testing::Values(
+        // As long again as it has been in use.
+        Case{"HalfWornInAYear", Wear(A_YEAR_AGO, "54975581388800", "100", "50.0"),
+             R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
+        // 50.9 counts as 50: with 51, nine days more.
+        Case{"PercentCutTowardZero", Wear(A_YEAR_AGO, "0", "100", "50.9"),
+             R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
+        // One whole hour of age for 1 %: 99 hours more, and not 198.
+        Case{"AgeInWholeHours", Wear(ALMOST_TWO_HOURS_AGO, "0", "100", "99.0"),
+             R"(ESTIMATED_LIFETIME = "2026-01-05" (sort 23045))"},
+        // 80 of 100 units in 8760 hours leave 2190 hours, whatever the card says of its wear.
+        Case{"BytesCountToo", Wear(A_YEAR_AGO, "87960930222080", "100", "90.0"),
+             R"(ESTIMATED_LIFETIME = "2026-04-02" (sort 23045))"},
+        Case{"WornOut", Wear(A_YEAR_AGO, "0", "100", "0.0"),
+             R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
+        Case{"WornOutAndMore", Wear(A_YEAR_AGO, "0", "100", "-5.0"),
+             R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
+        Case{"WrittenBeyondTheRating", Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"),
+             R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
+        // The longest span of the host, 61,360,000 hours.
+        Case{"Unworn", Wear(A_YEAR_AGO, "0", "100", "100.0"),
+             R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
+        Case{"MoreThanNew", Wear(A_YEAR_AGO, "0", "100", "150.0"),
+             R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
+        // The age runs round to an immense one.
+        Case{"FirstUsedInTheFuture", Wear(IN_A_YEAR, "0", "100", "50.0"),
+             R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
+        // Only the wear counts.
+        Case{"NoRating", Wear(A_YEAR_AGO, "54975581388800", "0", "50.0"),
+             R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
+        Case{"NoFirstUse", Wear(nullptr, "0", "100", "50.0"), ABSENT}),
+    NameOfCase);
+
+TEST(EstimatedLifetimeOverTime, CountsFromTheMomentOfTheRequest) {
+  OneCard host(Wear(A_YEAR_AGO, "0", "100", "50.0"));
+  ASSERT_EQ(host.Initialize(), 0U);
+  constexpr std::int64_t ONE_DAY_NS = 86'400'000'000'000;
+  HostKit::SleepUntilNs(HostKit::SteadyNowNs() + ONE_DAY_NS);
+  // 366 days of use on 2026-01-02 leave 366 more.
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, LIFETIME),
+            R"(ESTIMATED_LIFETIME = "2027-01-03" (sort 23045))");
+}
+
+TEST(EstimatedLifetimeOverTime, IsNotTraced) {
+  OneCard host(Wear(A_YEAR_AGO, "0", "100", "50.0"));
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  EXPECT_NE(host.Row(OneCard::ADAPTER, LIFETIME), ABSENT);
+  EXPECT_THAT(host.Traces(16), IsEmpty());
+}
+
+class RatedEndurance : public testing::TestWithParam<Case> {};
+
+TEST_P(RatedEndurance, IsWhatWasWrittenInPercentOfTheRating) {
+  ExpectRow(GetParam(), ENDURANCE);
+}
+
+#define ENDURANCE_ROW(percent) \
+  "RATED_ENDURANCE_PERCENT = " percent " in 0..100 step 1 (sort 23105, unit 21010, fixed 0)"
+
+INSTANTIATE_TEST_SUITE_P(
+    All, RatedEndurance,
+    testing::Values(
+        Case{"New", Wear(A_YEAR_AGO, "0", "100", "100.0"), ENDURANCE_ROW("0")},
+        Case{"Half", Wear(A_YEAR_AGO, "54975581388800", "100", "50.0"), ENDURANCE_ROW("50")},
+        // One byte below 1 %.
+        Case{"CutTowardZero", Wear(A_YEAR_AGO, "1099511627775", "100", "50.0"), ENDURANCE_ROW("0")},
+        Case{"OnePercent", Wear(A_YEAR_AGO, "1099511627776", "100", "50.0"), ENDURANCE_ROW("1")},
+        Case{"Whole", Wear(A_YEAR_AGO, "109951162777600", "100", "50.0"), ENDURANCE_ROW("100")},
+        Case{"BeyondTheRating", Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"),
+             ENDURANCE_ROW("250")},
+        // A hundred times this many bytes runs over 64 bits.
+        Case{"RunsOver", Wear(A_YEAR_AGO, "400000000000000000", "1", "50.0"),
+             ENDURANCE_ROW("2825356")},
+        // It needs neither first use nor remaining writes.
+        Case{"WithoutAnAge", Wear(nullptr, "54975581388800", "100", nullptr), ENDURANCE_ROW("50")},
+        Case{"NoRating", Wear(A_YEAR_AGO, "54975581388800", nullptr, "50.0"), ABSENT},
+        Case{"NothingTold", Wear(A_YEAR_AGO, nullptr, "100", "50.0"), ABSENT},
+        Case{"RatingOfZero", Wear(A_YEAR_AGO, "54975581388800", "0", "50.0"), ABSENT}),
+    NameOfCase);
+
+TEST(RatedEnduranceTrace, TellsThePercentage) {
+  OneCard host(Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"));
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  host.Row(OneCard::ADAPTER, ENDURANCE);
+  EXPECT_THAT(host.Traces(16),
+              ElementsAre("GetAdapterProperties, vsl_has_rated_endurance_percent = 250"));
+}
+
+TEST(RatedEnduranceTrace, IsSilentForARatingOfZero) {
+  OneCard host(Wear(A_YEAR_AGO, "274877906944000", "0", "50.0"));
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  host.Row(OneCard::ADAPTER, ENDURANCE);
+  EXPECT_THAT(host.Traces(16), IsEmpty());
+}
+
+// Of a rating of 2^24 units of 2^40 bytes nothing is left in 64 bits: such a card has no rating.
+// In a process of its own, which a division by zero would end.
+TEST(RatedEnduranceDeathTest, BearsARatingThatRunsOver) {
+  const auto read = [] {
+    OneCard host(Wear(A_YEAR_AGO, "54975581388800", "16777216", "50.0"));
+    host.Initialize();
+    return host.Row(OneCard::ADAPTER, ENDURANCE);
+  };
+  EXPECT_EXIT(std::_Exit(read() == ABSENT ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+class ReserveStatus : public testing::TestWithParam<Case> {};
+
+TEST_P(ReserveStatus, IsTheCardsOwn) {
+  ExpectRow(GetParam(), 30487);
+}
+
+#define RESERVE_ROW(value) \
+  "RESERVE_STATUS = " value " of [HEALTHY WARNING DEPLETED] (label STATUS, sort 23112, fixed 0)"
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ReserveStatus,
+    testing::Values(
+        Case{"Zero", {{"reserve_status", "0"}}, RESERVE_ROW("HEALTHY")},
+        Case{"One", {{"reserve_status", "1"}}, RESERVE_ROW("WARNING")},
+        Case{"Two", {{"reserve_status", "2"}}, RESERVE_ROW("DEPLETED")},
+        Case{"Three", {{"reserve_status", "3"}}, RESERVE_ROW("HEALTHY")},
+        Case{"Largest", {{"reserve_status", "4294967295"}}, RESERVE_ROW("HEALTHY")},
+        // The space decides whether there is a status.
+        Case{"NoSpace", {{"reserve_space_pct", nullptr}, {"reserve_status", "2"}}, ABSENT}),
+    NameOfCase);
+
+TEST(ReserveTraces, TellTheNumbersOfTheCard) {
+  OneCard host(Settings{{"reserve_space_pct", "12.99"}, {"reserve_status", "3"}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  host.Row(OneCard::ADAPTER, 30486);
+  host.Row(OneCard::ADAPTER, 30487);
+  EXPECT_THAT(host.Traces(16), ElementsAre("GetAdapterProperties, vsl_has_reserve_space_pct = 12",
+                                           "GetAdapterProperties, vsl_has_reserve_status = 3"));
+}
+
+class ReserveSpace : public testing::TestWithParam<Case> {};
+
+TEST_P(ReserveSpace, IsCutTowardZero) {
+  ExpectRow(GetParam(), 30486);
+}
+
+#define SPACE_ROW(percent)             \
+  "REMAINING_RESERVE_SPACE = " percent \
+  " in 1..100 step 1 (label REMAINING_RESERVE_SPACE, sort 23110, unit 21010, fixed 0)"
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ReserveSpace,
+    testing::Values(Case{"Nothing", {{"reserve_space_pct", "0.0"}}, SPACE_ROW("0")},
+                    Case{"AlmostOne", {{"reserve_space_pct", "0.99"}}, SPACE_ROW("0")},
+                    Case{"One", {{"reserve_space_pct", "1.0"}}, SPACE_ROW("1")},
+                    Case{"AlmostAll", {{"reserve_space_pct", "99.75"}}, SPACE_ROW("99")},
+                    Case{"All", {{"reserve_space_pct", "100.0"}}, SPACE_ROW("100")},
+                    Case{"MoreThanAll", {{"reserve_space_pct", "250.5"}}, SPACE_ROW("250")},
+                    Case{"Negative", {{"reserve_space_pct", "-1.75"}}, SPACE_ROW("-1")}),
+    NameOfCase);
+
+// A byte counter, and how the host shows it: in the largest unit of which there is one.
+struct Count {
+  const char* name;
+  const char* bytes;
+  const char* shown;
+};
+
+void PrintTo(const Count& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class ByteCounters : public testing::TestWithParam<Count> {};
+
+TEST_P(ByteCounters, AreShownInAUnitThatFits) {
+  const auto& [name, bytes, shown] = GetParam();
+  OneCard host(
+      Settings{{"total_physical_bytes_read", bytes}, {"total_physical_bytes_written", bytes}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  const std::string rest = std::string(shown) + ", format 8, fixed 0)";
+  const auto expected = [&rest](const std::string& head, const std::string& sort) {
+    const std::size_t unit = rest.find(" unit");
+    return head + " = " + rest.substr(0, unit) + " (sort " + sort + "," + rest.substr(unit);
+  };
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30489), expected("BYTES_READ", "23017"));
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30490), expected("BYTES_WRITTEN", "23018"));
+  const std::string trace = "GetAdapterProperties, vsl_has_total_physical_bytes_";
+  EXPECT_THAT(host.Traces(16),
+              ElementsAre(trace + "read = " + bytes, trace + "written = " + bytes));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ByteCounters,
+    testing::Values(Count{"Nothing", "0", "0f unit 21025"},
+                    Count{"AlmostOneKiB", "1023", "1023f unit 21025"},
+                    Count{"OneKiB", "1024", "1f unit 21001"},
+                    Count{"OneMiB", "1048576", "1f unit 21002"},
+                    Count{"OneGiB", "1073741824", "1f unit 21003"},
+                    Count{"OneAndAHalfTiB", "1649267441664", "1.5f unit 21004"},
+                    Count{"OnePiB", "1125899906842624", "1f unit 21005"},
+                    Count{"Largest", "18446744073709551615", "16384f unit 21005"}),
+    [](const auto& each) { return each.param.name; });
+
+TEST(ByteCountersThatAreNotThere, LeaveTheirRowOutWithoutATrace) {
+  OneCard host(
+      Settings{{"total_physical_bytes_read", nullptr}, {"total_physical_bytes_written", nullptr}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30489), ABSENT);
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30490), ABSENT);
+  EXPECT_THAT(host.Traces(16), IsEmpty());
+}
+
+class ManufactureDate : public testing::TestWithParam<Case> {};
+
+TEST_P(ManufactureDate, IsADayWithHourAndMinute) {
+  ExpectRow(GetParam(), 30097);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ManufactureDate,
+    testing::Values(Case{"SomeDay",
+                         {{"origin_ts", "1330837560"}},
+                         R"(MANUFACTURE_DATE = "2012-03-04 05:06" (sort 23070))"},
+                    Case{"LastSecondOfALeapDay",
+                         {{"origin_ts", "1330559999"}},
+                         R"(MANUFACTURE_DATE = "2012-02-29 23:59" (sort 23070))"},
+                    Case{"TheEpoch",
+                         {{"origin_ts", "0"}},
+                         R"(MANUFACTURE_DATE = "1970-01-01 00:00" (sort 23070))"},
+                    Case{"LastOfFourDigits",
+                         {{"origin_ts", "253402300799"}},
+                         R"(MANUFACTURE_DATE = "9999-12-31 23:59" (sort 23070))"},
+                    Case{"NotTold", {{"origin_ts", nullptr}}, ABSENT},
+                    Case{"WithoutAFirstUse",
+                         {{"first_use_ts", nullptr}, {"origin_ts", "1330837560"}},
+                         R"(MANUFACTURE_DATE = "2012-03-04 05:06" (sort 23070))"}),
+    NameOfCase);
+
+TEST(ManufactureDateThatIsNotTold, LeavesTheLifetimeAlone) {
+  OneCard host(Wear(A_YEAR_AGO, "0", "100", "50.0"));
+  host.Set({{"origin_ts", nullptr}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_THAT(host.Rows(OneCard::ADAPTER),
+              Contains(R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,367 @@
+// How the properties of an adapter are read from its card: which calls, in which order, with which
+// traces, and what is left when a card or one of its attributes does not answer.
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <set>
+
+#include "hostkit/Inspect.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+// A card that shows all 36 rows.
+const Settings TALKATIVE = {
+    {"first_use_ts", "1735689600"},
+    {"reserve_space_pct", "97.9"},
+    {"reserve_status", "2"},
+    {"total_physical_bytes_read", "1649267441664"},
+    {"total_physical_bytes_written", "54975581388800"},
+    {"rated_endurance_tbytes", "100"},
+    {"rated_writes_remaining_percent", "50.0"},
+    {"external_power_requirement", "2"},
+};
+
+const std::vector<std::string> ALL_CALLS = {
+    "vsl_iom_create_by_name /dev/fct0",
+    "vsl_open card#1",
+    // The estimated lifetime.
+    "vsl_has_rated_endurance_tbytes card#1",
+    "vsl_has_total_physical_bytes_written card#1",
+    "vsl_has_rated_writes_remaining_percent card#1",
+    "vsl_total_physical_bytes_written card#1",
+    "vsl_rated_endurance_tbytes card#1",
+    "vsl_rated_writes_remaining_percent card#1",
+    // The reserve and its status.
+    "vsl_has_reserve_space_pct card#1",
+    "vsl_reserve_space_pct card#1",
+    "vsl_has_reserve_space_pct card#1",
+    "vsl_reserve_status card#1",
+    // The byte counters.
+    "vsl_has_total_physical_bytes_read card#1",
+    "vsl_total_physical_bytes_read card#1",
+    "vsl_has_total_physical_bytes_written card#1",
+    "vsl_total_physical_bytes_written card#1",
+    // The rated endurance.
+    "vsl_has_rated_endurance_tbytes card#1",
+    "vsl_has_total_physical_bytes_written card#1",
+    "vsl_total_physical_bytes_written card#1",
+    "vsl_rated_endurance_tbytes card#1",
+    "vsl_close card#1",
+    "vsl_destroy card#1",
+};
+
+// All 36, in order.
+const std::vector<std::uint32_t> ALL_IDS = {
+    30007, 30003, 30063, 30158, 30120, 30022, 30479, 30037, 30038, 30039, 30062, 30137,
+    30247, 30266, 30018, 30020, 30442, 30035, 30483, 30097, 30486, 30487, 30488, 30489,
+    30490, 30494, 30501, 30502, 30503, 30504, 30354, 30355, 30017, 30468, 30165, 30054};
+
+// Those that are read from the card at each request.
+const std::set<std::uint32_t> LIVE_IDS = {30483, 30486, 30487, 30489, 30490, 30494};
+
+std::vector<std::uint32_t> IdsWithout(const std::set<std::uint32_t>& missing) {
+  std::vector<std::uint32_t> ids;
+  for (const std::uint32_t id : ALL_IDS) {
+    if (missing.count(id) == 0) ids.push_back(id);
+  }
+  return ids;
+}
+
+std::vector<std::uint32_t> IdsOf(OneCard& host) {
+  std::vector<std::uint32_t> ids;
+  for (const PI::CProperty& property : host.Properties(OneCard::ADAPTER)) {
+    ids.push_back(property.m_PropertyID);
+  }
+  return ids;
+}
+
+void ExpectNothingLeftOpen() {
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
+}
+
+// Without the host's numbers there is no worker, and no call but those of the request.
+class AdapterReading : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Host.Watch();
+  }
+
+  OneCard m_Host{TALKATIVE};
+};
+
+TEST_F(AdapterReading, AsksTheCardInTheOrderOfTheRows) {
+  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(ALL_IDS));
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(ALL_CALLS));
+  ExpectNothingLeftOpen();
+}
+
+TEST_F(AdapterReading, TracesEntryExitAndWhatTheCardSaid) {
+  m_Host.Properties(OneCard::ADAPTER);
+  EXPECT_THAT(
+      m_Host.LeveledTraces(),
+      ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                  "4 GetProperties() Adapter = 1", "2 ENTER AdapterGetProperties (0)",
+                  "16 GetAdapterProperties, vsl_has_reserve_space_pct = 97",
+                  "16 GetAdapterProperties, vsl_has_reserve_status = 2",
+                  "16 GetAdapterProperties, vsl_has_total_physical_bytes_read = 1649267441664",
+                  "16 GetAdapterProperties, vsl_has_total_physical_bytes_written = 54975581388800",
+                  "16 GetAdapterProperties, vsl_has_rated_endurance_percent = 50",
+                  "2 LEAVE AdapterGetProperties -> 0"));
+}
+
+TEST_F(AdapterReading, TracesASingleRowAlone) {
+  m_Host.Row(OneCard::ADAPTER, 30494);
+  EXPECT_THAT(m_Host.LeveledTraces(),
+              ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                          "4 GetProperty() Adapter = 1", "2 ENTER AdapterGetProperties (0)",
+                          "16 GetAdapterProperties, vsl_has_rated_endurance_percent = 50",
+                          "2 LEAVE AdapterGetProperties -> 0"));
+}
+
+TEST(AdapterReadingOfTwoCards, TracesTheCardsNumber) {
+  OneCard host;
+  host.AddCard();
+  ASSERT_EQ(host.Initialize(), 0U);
+  const std::uint64_t second = host.AdapterId(1);
+  host.Watch();
+  host.Row(second, 30007);
+  EXPECT_THAT(host.Traces(2),
+              ElementsAre("ENTER AdapterGetProperties (1)", "LEAVE AdapterGetProperties -> 0"));
+  EXPECT_EQ(host.Calls().front(), "vsl_iom_create_by_name /dev/fct1");
+}
+
+TEST_F(AdapterReading, OpensTheCardAlsoForWhatTheRecordKnows) {
+  for (const std::uint32_t id : IdsWithout(LIVE_IDS)) {
+    m_Host.Watch();
+    EXPECT_NE(m_Host.Row(OneCard::ADAPTER, id), "result 20000") << id;
+    EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                                            "vsl_close card#1", "vsl_destroy card#1"))
+        << id;
+    EXPECT_THAT(m_Host.Traces(16), IsEmpty()) << id;
+    ExpectNothingLeftOpen();
+  }
+}
+
+TEST_F(AdapterReading, OpensTheCardAlsoForAnUnknownProperty) {
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30005), "result 20000");
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                                          "vsl_close card#1", "vsl_destroy card#1"));
+}
+
+// The attribute calls of one row by itself are those of that row in the list.
+struct RowCalls {
+  const char* name;
+  std::uint32_t property;
+  std::size_t first;  // in `ALL_CALLS`
+  std::size_t count;
+};
+
+void PrintTo(const RowCalls& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class AdapterReadingOfOneRow : public testing::TestWithParam<RowCalls> {};
+
+TEST_P(AdapterReadingOfOneRow, AsksForThatRowAlone) {
+  OneCard host(TALKATIVE);
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  EXPECT_NE(host.Row(OneCard::ADAPTER, GetParam().property), "result 20000");
+  std::vector<std::string> expected = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
+  for (std::size_t i = 0; i < GetParam().count; ++i) {
+    expected.push_back(ALL_CALLS[GetParam().first + i]);
+  }
+  expected.insert(expected.end(), {"vsl_close card#1", "vsl_destroy card#1"});
+  EXPECT_THAT(host.Calls(), ElementsAreArray(expected));
+  ExpectNothingLeftOpen();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, AdapterReadingOfOneRow,
+    testing::Values(RowCalls{"Lifetime", 30483, 2, 6}, RowCalls{"ReserveSpace", 30486, 8, 2},
+                    RowCalls{"ReserveStatus", 30487, 10, 2}, RowCalls{"BytesRead", 30489, 12, 2},
+                    RowCalls{"BytesWritten", 30490, 14, 2}, RowCalls{"Endurance", 30494, 16, 4}),
+    [](const auto& each) { return each.param.name; });
+
+// The card at the moment of the request; the record from the last scan.
+TEST_F(AdapterReading, ShowsWhatTheCardSaysNowBesideWhatItSaid) {
+  m_Host.Set({{"temp_internal_deg_c", "99.5"},
+              {"total_physical_bytes_read", "2048"},
+              {"reserve_status", "0"}});
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30442),
+            "CHIP_TEMPERATURE = 51.7f (sort 23024, unit 21000, format 8)");
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30489),
+            "BYTES_READ = 2f (sort 23017, unit 21001, format 8, fixed 0)");
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30487),
+            "RESERVE_STATUS = HEALTHY of [HEALTHY WARNING DEPLETED] (label STATUS, sort 23112, "
+            "fixed 0)");
+}
+
+TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeNamed) {
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 19, "no such card");
+  std::vector<PI::CProperty> list;
+  EXPECT_EQ(m_Host.Execute(5, OneCard::ADAPTER, &list), 0U);
+  EXPECT_EQ(list.size(), 30U);
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
+  EXPECT_THAT(m_Host.Traces(16), IsEmpty());
+  EXPECT_THAT(m_Host.Traces(2),
+              ElementsAre("ENTER AdapterGetProperties (0)", "LEAVE AdapterGetProperties -> 0"));
+  ExpectNothingLeftOpen();
+}
+
+TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeOpened) {
+  CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
+  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE_IDS)));
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                                          "vsl_destroy card#1"));
+  EXPECT_THAT(m_Host.Traces(16), IsEmpty());
+  ExpectNothingLeftOpen();
+}
+
+TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardIsGone) {
+  m_Host.Cards().RemoveCard(m_Host.Card());
+  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE_IDS)));
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
+  ExpectNothingLeftOpen();
+}
+
+TEST_F(AdapterReading, AnswersSingleRequestsForAClosedCardAsTheList) {
+  for (const char* function : {"vsl_iom_create_by_name", "vsl_open"}) {
+    for (const std::uint32_t id : ALL_IDS) {
+      CardSim::FailCall(function, 1, 5, "not today");
+      const bool missing = m_Host.Row(OneCard::ADAPTER, id) == "result 20000";
+      EXPECT_EQ(missing, LIVE_IDS.count(id) == 1) << function << " " << id;
+    }
+  }
+  ExpectNothingLeftOpen();
+}
+
+TEST_F(AdapterReading, LeavesThePayloadAloneWhenTheCardCannotBeOpened) {
+  CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
+  PI::CProperty payload(PI::Property::BYTES_READ, true);
+  payload.SetValue(std::string("mine"));
+  EXPECT_EQ(m_Host.Execute(6, OneCard::ADAPTER, &payload), 20000U);
+  EXPECT_EQ(payload.m_Value.m_String.m_Text, "mine");
+  EXPECT_TRUE(payload.m_Writable);
+}
+
+// What a card without one attribute does not show.
+struct Lacking {
+  const char* attribute;
+  std::set<std::uint32_t> missing;
+};
+
+void PrintTo(const Lacking& each, std::ostream* out) {
+  *out << each.attribute;
+}
+
+class AdapterOfACardThatLacks : public testing::TestWithParam<Lacking> {};
+
+TEST_P(AdapterOfACardThatLacks, LeavesItsRowsOutAndNoOther) {
+  OneCard host(TALKATIVE);
+  host.Set({{GetParam().attribute, nullptr}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  EXPECT_THAT(IdsOf(host), ElementsAreArray(IdsWithout(GetParam().missing)));
+  for (const std::uint32_t id : ALL_IDS) {
+    const bool missing = host.Row(OneCard::ADAPTER, id) == "result 20000";
+    EXPECT_EQ(missing, GetParam().missing.count(id) == 1) << id;
+  }
+  ExpectNothingLeftOpen();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, AdapterOfACardThatLacks,
+    testing::Values(
+        Lacking{"rated_endurance_tbytes", {30483, 30494}},
+        Lacking{"total_physical_bytes_written", {30483, 30490, 30494}},
+        Lacking{"rated_writes_remaining_percent", {30483}},
+        Lacking{"reserve_space_pct", {30486, 30487}}, Lacking{"total_physical_bytes_read", {30489}},
+        Lacking{"first_use_ts", {30483}}, Lacking{"origin_ts", {30097}},
+        Lacking{"pci_slot_num", {30062}}, Lacking{"driver_version", {30018}},
+        Lacking{"pcie_slot_power_watts", {30503}}, Lacking{"power_limit_watts", {30504}},
+        Lacking{"temp_internal_warn_deg_c", {30354}}, Lacking{"temp_setpoint_high_deg_c", {30355}},
+        Lacking{"external_power_requirement", {30502}}, Lacking{"iom_state", {30165}},
+        Lacking{"external_power_connected", {}}, Lacking{"temp_internal_deg_c", {}},
+        Lacking{"board_name", {}}, Lacking{"fw_current_version", {}},
+        Lacking{"fw_current_major_ver", {}}, Lacking{"pci_domain", {}}, Lacking{"pci_bus", {}},
+        Lacking{"pci_device", {}}, Lacking{"pci_function", {}}, Lacking{"factory_size_bytes", {}},
+        Lacking{"current_errors", {}}, Lacking{"write_throttling_state", {}},
+        Lacking{"reserve_warning_threshold_percent", {}}),
+    [](const auto& each) { return each.param.attribute; });
+
+// The lifetime asks for three attributes and stops at the first that is not there.
+TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstAttributeThatIsNotThere) {
+  const char* const attributes[] = {"rated_endurance_tbytes", "total_physical_bytes_written",
+                                    "rated_writes_remaining_percent"};
+  std::vector<std::string> expected = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
+  for (const char* attribute : attributes) {
+    OneCard host(TALKATIVE);
+    host.Set({{attribute, nullptr}});
+    ASSERT_EQ(host.Initialize(), 0U);
+    host.Watch();
+    EXPECT_EQ(host.Row(OneCard::ADAPTER, 30483), "result 20000");
+    expected.push_back(std::string("vsl_has_") + attribute + " card#1");
+    std::vector<std::string> calls = expected;
+    calls.insert(calls.end(), {"vsl_close card#1", "vsl_destroy card#1"});
+    EXPECT_THAT(host.Calls(), ElementsAreArray(calls));
+  }
+}
+
+TEST(AdapterReadingOfTheLifetime, AsksNothingWithoutAFirstUse) {
+  OneCard host(TALKATIVE);
+  host.Set({{"first_use_ts", nullptr}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30483), "result 20000");
+  EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                                        "vsl_close card#1", "vsl_destroy card#1"));
+}
+
+// The endurance stops early as well.
+TEST(AdapterReadingOfTheEndurance, AsksForTheRatingFirst) {
+  OneCard host(TALKATIVE);
+  host.Set({{"rated_endurance_tbytes", nullptr}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30494), "result 20000");
+  EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                                        "vsl_has_rated_endurance_tbytes card#1", "vsl_close card#1",
+                                        "vsl_destroy card#1"));
+}
+
+// Whatever call of a request fails, the request succeeds, nothing stays open, and the next one is
+// as if nothing had been. A refused end of a handle is the library's own affair.
+TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
+  const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
+  std::map<std::string, unsigned int> seen;
+  for (const std::string& call : ALL_CALLS) {
+    const std::string function = call.substr(0, call.find(' '));
+    m_Host.Watch();
+    CardSim::FailCall(function, ++seen[function], 5, "not now");
+    std::vector<PI::CProperty> list;
+    EXPECT_EQ(m_Host.Execute(5, OneCard::ADAPTER, &list), 0U) << function;
+    if (function != "vsl_destroy" && function != "vsl_close") ExpectNothingLeftOpen();
+    EXPECT_EQ(m_Host.Rows(OneCard::ADAPTER), whole) << function;
+  }
+}
+
+TEST_F(AdapterReading, EndsTheHandleAlsoWhenTheCardWillNotClose) {
+  CardSim::FailCall("vsl_close", 1, 5, "stuck");
+  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(ALL_IDS));
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(ALL_CALLS));
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

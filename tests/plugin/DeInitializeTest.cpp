@@ -1,0 +1,292 @@
+// The third command: how long it waits for running jobs, and when it takes the library down.
+//
+// `Initialize` alone starts no thread, so that each test has just the jobs that it asks for.
+
+#include <gmock/gmock.h>
+
+#include "hostkit/Inspect.h"
+#include "tests/plugin/ScanView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+constexpr const char* WAIT_ATTACH = "16 Wait for termination... (Attach)";
+constexpr const char* WAIT_DETACH = "16 Wait for termination... (Detach)";
+
+// One trace line of the command's and when it came, in milliseconds since the command began.
+struct Moment {
+  unsigned long ms;
+  std::string line;
+};
+
+bool operator==(const Moment& left, const Moment& right) {
+  return left.ms == right.ms && left.line == right.line;
+}
+
+void PrintTo(const Moment& moment, std::ostream* stream) {
+  *stream << moment.ms << " ms: " << moment.line;
+}
+
+class DeInitialize : public testing::Test {
+ protected:
+  // Card 0 is attached, card 1 is not; jobs end as soon as the library lets them.
+  void SetUp() override {
+    for (int i = 0; i < 2; ++i) {
+      const std::string card = m_Host.AddCard();
+      m_Host.Cards().Set(card, "attach_ms", "0");
+      m_Host.Cards().Set(card, "detach_ms", "0");
+    }
+    m_Host.Cards().Set("card1", "iom_state", "0");
+  }
+
+  // Each running job gets its result so long after it asked.
+  void HoldJobs(unsigned int attachMs, unsigned int detachMs) {
+    CardSim::SetHook([=](const CardSim::Call& call) {
+      if (call.function != "vsl_op_wait_for_result") return;
+      SleepMs(call.handle == "attach#1" ? attachMs : detachMs);
+    });
+  }
+
+  unsigned int Attach() { return m_Host.Run(m_Host.AdapterId(1), PI::OP_ATTACH); }
+  unsigned int Detach() { return m_Host.Run(m_Host.AdapterId(0), PI::OP_DETACH); }
+
+  // The command's result; its lines about threads and its whole time are kept.
+  unsigned int Stop() {
+    m_Moments.clear();
+    const unsigned long begin = MBX::Misc::now();
+    HostKit::SetTraceSink([this, begin](const HostKit::TraceLine& line) {
+      // Failures of the jobs themselves have level 16 too.
+      if (line.text.rfind("Wait for", 0) != 0 && line.text.rfind("Kill", 0) != 0) return;
+      m_Moments.push_back({MBX::Misc::now() - begin, std::to_string(line.level) + " " + line.text});
+    });
+    unsigned int result = 1;
+    m_Ms = MsOf([&] { result = m_Host.DeInitialize(); });
+    HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
+    return result;
+  }
+
+  // What a job held for long leaves behind must have gone before the plug-in goes.
+  void AwaitJobs() {
+    while (!AllEnded()) SleepMs(100);
+  }
+  static bool AllEnded() {
+    for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+      if (!thread.ended) return false;
+    }
+    return true;
+  }
+
+  SimulatedHost m_Host;
+  std::vector<Moment> m_Moments;
+  unsigned long m_Ms = 0;
+};
+
+TEST_F(DeInitialize, WithoutThreadsTakesTheLibraryDownAfterAMoment) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  m_Host.ForgetCalls();
+  m_Host.ForgetTraces();
+  const unsigned long ms = MsOf([&] { EXPECT_EQ(m_Host.DeInitialize(), 0U); });
+  EXPECT_EQ(ms, 200U);
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
+  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
+}
+
+TEST_F(DeInitialize, SetsTheStopRequestForGood) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  m_Host.DeInitialize();
+  const std::vector<HostKit::EventView> events = HostKit::Events();
+  ASSERT_EQ(events.size(), 3U);
+  EXPECT_FALSE(events[0].set);
+  EXPECT_TRUE(events[1].set);
+  EXPECT_FALSE(events[2].set);
+}
+
+TEST_F(DeInitialize, KeepsTheObjects) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  m_Host.DeInitialize();
+  EXPECT_EQ(m_Host.Topology().size(), 5U);
+  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::SERIAL_NUMBER), "FA00000001");
+}
+
+TEST_F(DeInitialize, ASecondTimeTakesTheLibraryDownAgain) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  m_Host.DeInitialize();
+  m_Host.ForgetCalls();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
+}
+
+TEST_F(DeInitialize, TakesNoLock) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  m_Host.ForgetTraces();
+  m_Host.DeInitialize();
+  EXPECT_THAT(m_Host.Traces(8), IsEmpty());
+}
+
+TEST_F(DeInitialize, BeforeInitializeLeavesTheLibraryAlone) {
+  ASSERT_EQ(m_Host.Create(), 0U);
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+// Each way in which the start can fail, and what it asked of the library last.
+struct FailedStart {
+  const char* name;
+  unsigned int result;
+  void (*spoil)(SimulatedHost& host);
+};
+
+void PrintTo(const FailedStart& each, std::ostream* stream) {
+  *stream << each.name;
+}
+
+class DeInitializeAfterFailure : public testing::TestWithParam<FailedStart> {};
+
+TEST_P(DeInitializeAfterFailure, LeavesTheLibraryAlone) {
+  SimulatedHost host;
+  host.AddCard();
+  GetParam().spoil(host);
+  ASSERT_EQ(host.Initialize(), GetParam().result);
+  host.ForgetCalls();
+  EXPECT_EQ(host.DeInitialize(), 0U);
+  EXPECT_THAT(host.Calls(), IsEmpty());
+}
+
+constexpr FailedStart FAILED_STARTS[] = {
+    {"LockUnusable", 20011, [](SimulatedHost&) { HostKit::FailLockInit(1); }},
+    {"NoCardOnTheBus", 20001,
+     [](SimulatedHost& host) {
+       host.Cards().RemoveCard("card0");
+       host.RefreshPciBus();
+     }},
+    {"LibraryBroken", 20012, [](SimulatedHost&) { CardSim::FailCall("vsl_init", 1, 5, "no"); }},
+    {"SecondStartBroken", 20012, [](SimulatedHost&) { CardSim::FailCall("vsl_init", 2, 5, "no"); }},
+    {"NoUsableCard", 20001,
+     [](SimulatedHost& host) { host.Cards().MakeAbsent("card0", "serial_number"); }},
+    {"ScanFailed", 20001, [](SimulatedHost&) { CardSim::FailCall("vsl_open", 1, 5, "no"); }},
+    {"ScanEmpty", 20001,
+     [](SimulatedHost&) { CardSim::FailCall("vsl_iom_create_by_name", 1, 5, "no"); }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Start, DeInitializeAfterFailure, testing::ValuesIn(FAILED_STARTS),
+                         [](const auto& each) { return each.param.name; });
+
+TEST_F(DeInitialize, LooksForAJobEveryHalfSecond) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(3000, 0);
+  ASSERT_EQ(Attach(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_ATTACH}, Moment{600, WAIT_ATTACH},
+                                     Moment{1100, WAIT_ATTACH}, Moment{1600, WAIT_ATTACH},
+                                     Moment{2100, WAIT_ATTACH}, Moment{2600, WAIT_ATTACH}));
+  EXPECT_EQ(m_Ms, 3200U);
+  EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
+  EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
+}
+
+TEST_F(DeInitialize, DoesNotWaitForAJobThatEndsInTheFirstMoment) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(99, 0);
+  ASSERT_EQ(Attach(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  EXPECT_THAT(m_Moments, IsEmpty());
+  EXPECT_EQ(m_Ms, 200U);
+}
+
+TEST_F(DeInitialize, DoesNotWaitForAnEndedJob) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  ASSERT_EQ(Attach(), 0U);
+  ASSERT_EQ(Detach(), 0U);
+  AwaitJobs();
+  EXPECT_EQ(Stop(), 0U);
+  EXPECT_THAT(m_Moments, IsEmpty());
+}
+
+TEST_F(DeInitialize, WaitsForBothJobsAndNamesThemInTurn) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(700, 1300);
+  ASSERT_EQ(Detach(), 0U);
+  ASSERT_EQ(Attach(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_ATTACH}, Moment{100, WAIT_DETACH},
+                                     Moment{600, WAIT_ATTACH}, Moment{600, WAIT_DETACH},
+                                     Moment{1100, WAIT_DETACH}));
+  EXPECT_EQ(m_Ms, 1700U);
+}
+
+TEST_F(DeInitialize, AForcedDetachIsADetachToIt) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(0, 200);
+  ASSERT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_FORCE_DETACH), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_DETACH}));
+}
+
+// Looks at 100, 600, ... 25,100 ms; only at the last one are the 25 s over.
+std::vector<Moment> EveryLook(const std::vector<const char*>& lines) {
+  std::vector<Moment> moments;
+  for (unsigned long ms = 100; ms <= 25100; ms += 500) {
+    for (const char* line : lines) moments.push_back({ms, line});
+  }
+  return moments;
+}
+
+TEST_F(DeInitialize, WaitsForAJobOfJustUnderTwentyFiveSeconds) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(25099, 0);
+  ASSERT_EQ(Attach(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  std::vector<Moment> expected = EveryLook({WAIT_ATTACH});
+  expected.pop_back();
+  EXPECT_EQ(expected.size(), 50U);
+  EXPECT_THAT(m_Moments, ElementsAreArray(expected));
+  EXPECT_EQ(m_Ms, 25200U);
+}
+
+TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(25150, 0);
+  ASSERT_EQ(Attach(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  std::vector<Moment> expected = EveryLook({WAIT_ATTACH});
+  expected.push_back({25100, "16 Kill Attach"});
+  EXPECT_THAT(m_Moments, ElementsAreArray(expected));
+  EXPECT_EQ(m_Ms, 25200U);
+  AwaitJobs();
+  ASSERT_EQ(HostKit::Threads().size(), 1U);
+  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+  EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
+}
+
+TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(60000, 50000);
+  ASSERT_EQ(Attach(), 0U);
+  ASSERT_EQ(Detach(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  std::vector<Moment> expected = EveryLook({WAIT_ATTACH, WAIT_DETACH});
+  expected.push_back({25100, "16 Kill Attach"});
+  expected.push_back({25100, "16 Kill Detach"});
+  EXPECT_THAT(m_Moments, ElementsAreArray(expected));
+  EXPECT_EQ(m_Ms, 25200U);
+  EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
+  AwaitJobs();
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_FALSE(thread.cancelled);
+}
+
+TEST_F(DeInitialize, ASecondTimeWaitsForAJobThatWasGivenUp) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  HoldJobs(26000, 0);
+  ASSERT_EQ(Attach(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  EXPECT_EQ(Stop(), 0U);
+  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_ATTACH}, Moment{600, WAIT_ATTACH}));
+  EXPECT_EQ(m_Ms, 1200U);
+}
+
+}  // namespace
+}  // namespace CorvaneTest

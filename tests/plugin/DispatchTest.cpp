@@ -1,0 +1,387 @@
+// Commands by number, and the way from an object's id to the object that answers.
+
+#include <gmock/gmock.h>
+
+#include "hostkit/Inspect.h"
+#include "tests/plugin/ScanView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint64_t NOBODY = 0x0130000000000099;
+
+constexpr const char* BEFORE_LOCK = "8 Before m_DataLock.Wait (sg)";
+constexpr const char* AFTER_LOCK = "8 After m_DataLock.Wait (sg)";
+
+// Two cards, so that neither list has one element by accident.
+class Dispatch : public testing::Test {
+ protected:
+  void SetUp() override {
+    m_Host.AddCard();
+    m_Host.AddCard();
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Plugin = m_Host.PluginId();
+    m_Adapter = m_Host.AdapterId(1);
+    m_Drive = m_Host.DriveId(1);
+    m_Host.ForgetTraces();
+  }
+
+  // Change counts of all objects, in the order of the tree.
+  std::vector<std::uint64_t> ChangeCounts() {
+    std::vector<std::uint64_t> counts;
+    for (const PI::CObject& object : m_Host.Topology()) counts.push_back(object.m_ChangeCount);
+    return counts;
+  }
+
+  unsigned int Get(std::uint64_t id, std::uint32_t propertyId) {
+    PI::CProperty property(PI::Property::UNDEFINED, false);
+    return m_Host.Property(id, propertyId, property);
+  }
+
+  unsigned int Set(std::uint64_t id, PI::_PROPERTY_ID propertyId) {
+    PI::CProperty property(propertyId, true);
+    property.SetValue(20, 2, 255, 1);
+    return m_Host.Execute(7, id, &property);
+  }
+
+  // The router's own lines: what the handlers trace comes at level 2 or between them at others.
+  Lines CountLines(const char* begin) { return Beginning(LeveledTraces(m_Host), begin); }
+
+  SimulatedHost m_Host;
+  std::uint64_t m_Plugin = 0;
+  std::uint64_t m_Adapter = 0;
+  std::uint64_t m_Drive = 0;
+};
+
+TEST_F(Dispatch, NumbersOutsideOneToTenAreNoCommands) {
+  for (const unsigned int command : {0U, 11U, 12U, 255U, 0x80000001U, 0xFFFFFFFFU}) {
+    EXPECT_EQ(m_Host.Execute(command, m_Plugin, nullptr), 20002U) << command;
+  }
+}
+
+TEST_F(Dispatch, AnUnknownCommandLeavesThePayloadAlone) {
+  std::vector<PI::CObject> objects(3);
+  EXPECT_EQ(m_Host.Execute(0, m_Plugin, &objects), 20002U);
+  EXPECT_EQ(m_Host.Execute(11, m_Plugin, &objects), 20002U);
+  EXPECT_EQ(objects.size(), 3U);
+}
+
+TEST_F(Dispatch, IdsBeginWithTheModuleNumberAndCountUp) {
+  EXPECT_EQ(m_Plugin, 0x0130000000000000U);
+  EXPECT_EQ(m_Host.AdapterId(0), 0x0130000000000001U);
+  EXPECT_EQ(m_Host.DriveId(0), 0x0130000000000002U);
+  EXPECT_EQ(m_Adapter, 0x0130000000000003U);
+  EXPECT_EQ(m_Drive, 0x0130000000000004U);
+}
+
+TEST_F(Dispatch, EachKindOfObjectAnswersForItself) {
+  EXPECT_EQ(Shown(m_Host, m_Plugin, PI::Property::NAME), "SanDisk-Plugin");
+  EXPECT_EQ(Shown(m_Host, m_Adapter, PI::Property::OS_DEVICE), "/dev/fct1");
+  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct0");
+  EXPECT_EQ(Shown(m_Host, m_Drive, PI::Property::UNIQUE_ID), "PCI:Bus=4&Device=0&Function=0&ID=0");
+  EXPECT_EQ(m_Host.Operations(m_Plugin).size(), 1U);
+  EXPECT_EQ(m_Host.Operations(m_Adapter).size(), 4U);
+  EXPECT_EQ(m_Host.Operations(m_Drive).size(), 0U);
+}
+
+// 50035 on a card whose light is off: only the adapter has an opinion.
+TEST_F(Dispatch, EachKindOfObjectChecksForItself) {
+  EXPECT_EQ(m_Host.Check(m_Plugin, 50035), 0U);
+  EXPECT_EQ(m_Host.Check(m_Adapter, 50035), 20041U);
+  EXPECT_EQ(m_Host.Check(m_Drive, 50035), 0U);
+}
+
+TEST_F(Dispatch, EachKindOfObjectExecutesForItself) {
+  EXPECT_EQ(m_Host.Run(m_Plugin, 50034), 20005U);
+  EXPECT_EQ(m_Host.Run(m_Adapter, 50034), 0U);
+  EXPECT_EQ(m_Host.Run(m_Drive, 50034), 20005U);
+  EXPECT_EQ(m_Host.Cards().Get("card0", "beacon_state"), "false");
+  EXPECT_EQ(m_Host.Cards().Get("card1", "beacon_state"), "true");
+}
+
+TEST_F(Dispatch, ThePluginObjectPassesEveryCheck) {
+  EXPECT_EQ(m_Host.Check(m_Plugin, 50002), 0U);
+  EXPECT_EQ(m_Host.Check(m_Plugin, 0), 0U);
+  EXPECT_EQ(m_Host.Check(m_Plugin, 99999), 0U);
+}
+
+// A host's six ways to ask an object.
+struct Request {
+  const char* name;
+  bool asksCard;  // of an adapter
+  unsigned int (*ask)(SimulatedHost& host, std::uint64_t id);
+};
+
+void PrintTo(const Request& each, std::ostream* stream) {
+  *stream << each.name;
+}
+
+constexpr Request REQUESTS[] = {
+    {"GetProperties", true,
+     [](SimulatedHost& host, std::uint64_t id) {
+       std::vector<PI::CProperty> properties;
+       return host.Execute(5, id, &properties);
+     }},
+    {"GetProperty", true,
+     [](SimulatedHost& host, std::uint64_t id) {
+       PI::CProperty property(PI::Property::VENDOR, false);
+       return host.Execute(6, id, &property);
+     }},
+    {"SetProperty", false,
+     [](SimulatedHost& host, std::uint64_t id) {
+       PI::CProperty property(PI::Property::VENDOR, false);
+       return host.Execute(7, id, &property);
+     }},
+    {"GetOperations", false,
+     [](SimulatedHost& host, std::uint64_t id) {
+       std::vector<PI::COperation> operations;
+       return host.Execute(8, id, &operations);
+     }},
+    {"CheckOperation", true,
+     [](SimulatedHost& host, std::uint64_t id) { return host.Check(id, PI::OP_LOCATE_DEVICE); }},
+    {"ExecuteOperation", true,
+     [](SimulatedHost& host, std::uint64_t id) { return host.Run(id, PI::OP_LOCATE_DEVICE); }},
+};
+
+class EachRequest : public Dispatch, public testing::WithParamInterface<Request> {
+ protected:
+  unsigned int Ask(std::uint64_t id) { return GetParam().ask(m_Host, id); }
+  // SetProperty alone has nothing to give on an adapter.
+  unsigned int Good() const { return GetParam().name == std::string("SetProperty") ? 20004 : 0; }
+};
+
+TEST_P(EachRequest, KnowsNoUnknownObject) {
+  EXPECT_EQ(Ask(NOBODY), 20008U);
+  EXPECT_EQ(Ask(0), 20008U);
+  EXPECT_EQ(Ask(m_Plugin & 0xFFFFFFFFU), 20008U);
+  EXPECT_EQ(Ask(0x0130000000000005U), 20008U);
+}
+
+// Depth of the lock behind the wait, and at every call to the card.
+TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
+  std::vector<unsigned int> depths;
+  const auto look = [&] { depths.push_back(HostKit::Locks()[0].depth); };
+  HostKit::SetTraceSink([&](const HostKit::TraceLine& line) {
+    if (line.text == "After m_DataLock.Wait (sg)") look();
+  });
+  CardSim::SetHook([&](const CardSim::Call&) { look(); });
+  EXPECT_EQ(Ask(m_Adapter), Good());
+  EXPECT_EQ(depths.size() > 1, GetParam().asksCard);
+  EXPECT_THAT(depths, testing::AllOf(testing::Not(IsEmpty()), testing::Each(1U)));
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
+}
+
+TEST_P(EachRequest, LeavesTheLockFreeAfterAnUnknownObject) {
+  EXPECT_EQ(Ask(NOBODY), 20008U);
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
+}
+
+TEST_P(EachRequest, IsServedAlsoWhenTheLockCannotBeTaken) {
+  HostKit::FailLockWait(1, 1);
+  EXPECT_EQ(Ask(m_Adapter), Good());
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
+}
+
+TEST_P(EachRequest, TracesTheLockOnce) {
+  Ask(m_Adapter);
+  const Lines lines = Beginning(LeveledTraces(m_Host), "8 ");
+  EXPECT_EQ(Count(lines, BEFORE_LOCK), 1);
+  EXPECT_EQ(Count(lines, AFTER_LOCK), 1);
+}
+
+TEST_P(EachRequest, IsStillAnsweredAfterTheStop) {
+  m_Host.DeInitialize();
+  EXPECT_EQ(Ask(NOBODY), 20008U);
+  EXPECT_EQ(Ask(m_Plugin), GetParam().name == std::string("SetProperty")        ? 20004U
+                           : GetParam().name == std::string("ExecuteOperation") ? 20005U
+                                                                                : 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Router, EachRequest, testing::ValuesIn(REQUESTS),
+                         [](const auto& each) { return each.param.name; });
+
+TEST(DispatchBeforeInitialize, ThePluginObjectAnswersToZero) {
+  SimulatedHost host;
+  ASSERT_EQ(host.Create(), 0U);
+  EXPECT_EQ(host.Properties(0).size(), 6U);
+  std::vector<PI::CProperty> properties;
+  EXPECT_EQ(host.Execute(5, 0x0130000000000000, &properties), 20008U);
+}
+
+TEST(DispatchAfterFailedInitialize, OnlyThePluginObjectIsKnown) {
+  SimulatedHost host;
+  host.AddCard();
+  CardSim::FailCall("vsl_open", 1, 7, "no");
+  ASSERT_EQ(host.Initialize(), 20001U);
+  std::vector<PI::CProperty> properties;
+  EXPECT_EQ(host.Execute(5, 0x0130000000000000, &properties), 0U);
+  EXPECT_EQ(host.Execute(5, 0x0130000000000001, &properties), 20008U);
+}
+
+TEST_F(Dispatch, AFailedListingComesBackEmptyWithItsRoom) {
+  std::vector<PI::CProperty> properties(3, PI::CProperty(PI::Property::NAME, false));
+  properties.reserve(50);
+  EXPECT_EQ(m_Host.Execute(5, NOBODY, &properties), 20008U);
+  EXPECT_THAT(properties, IsEmpty());
+  EXPECT_GE(properties.capacity(), 50U);
+
+  std::vector<PI::COperation> operations(3);
+  operations.reserve(50);
+  EXPECT_EQ(m_Host.Execute(8, NOBODY, &operations), 20008U);
+  EXPECT_THAT(operations, IsEmpty());
+  EXPECT_GE(operations.capacity(), 50U);
+}
+
+TEST_F(Dispatch, AFailedInitializeEmptiesItsPayload) {
+  std::vector<PI::CAdapterID> ids(3);
+  ids.reserve(50);
+  HostKit::FailLockInit(1);
+  EXPECT_EQ(m_Host.Execute(1, 0, &ids), 20011U);
+  EXPECT_THAT(ids, IsEmpty());
+  EXPECT_GE(ids.capacity(), 50U);
+}
+
+TEST_F(Dispatch, AFailedReadLeavesThePayloadAlone) {
+  for (const std::uint64_t id : {NOBODY, m_Adapter}) {
+    PI::CProperty property(PI::Property::POLL_INTERVAL, true);
+    property.SetValue(std::string("mine"));
+    property.m_SortKey = 77;
+    EXPECT_EQ(m_Host.Execute(6, id, &property), id == NOBODY ? 20008U : 20000U);
+    EXPECT_EQ(Render(property), "POLL_INTERVAL = \"mine\" (sort 77, writable 1)");
+  }
+}
+
+TEST_F(Dispatch, ASuccessfulReadReplacesTheWholeRecord) {
+  PI::CProperty property(PI::Property::PCI_BUS, true);
+  property.SetValue(std::string("mine"));
+  property.m_SortKey = 77;
+  property.m_Indicator = 78;
+  EXPECT_EQ(m_Host.Execute(6, m_Adapter, &property), 0U);
+  EXPECT_EQ(Render(property), "PCI_BUS = 4 (label BUS, sort 23132)");
+}
+
+TEST_F(Dispatch, AReadOfEverythingGivesTheFirstRow) {
+  PI::CProperty property(PI::Property::UNDEFINED, false);
+  EXPECT_EQ(m_Host.Property(m_Plugin, 1, property), 0U);
+  EXPECT_EQ(ValueOf(property), "Plugin:ID=304");
+  EXPECT_EQ(m_Host.Property(m_Adapter, 1, property), 0U);
+  EXPECT_EQ(property.m_PropertyID, 30007U);
+  EXPECT_EQ(m_Host.Property(m_Drive, 1, property), 0U);
+  EXPECT_EQ(ValueOf(property), "Flash Adapter G2 (0)");
+}
+
+TEST_F(Dispatch, ReadingOnePropertyCountsAsAChangeOfThatObject) {
+  EXPECT_EQ(Get(m_Plugin, PI::Property::NAME), 0U);
+  EXPECT_EQ(Get(m_Adapter, PI::Property::NAME), 0U);
+  EXPECT_EQ(Get(m_Adapter, PI::Property::NAME), 0U);
+  EXPECT_EQ(Get(m_Drive, PI::Property::NAME), 0U);
+  EXPECT_THAT(ChangeCounts(), ElementsAre(1, 0, 2, 0, 1));
+}
+
+TEST_F(Dispatch, ReadingAnAbsentPropertyFailsAndCountsAllTheSame) {
+  EXPECT_EQ(Get(m_Plugin, PI::Property::PCI_BUS), 20000U);
+  EXPECT_EQ(Get(m_Adapter, PI::Property::POLL_INTERVAL), 20000U);
+  EXPECT_EQ(Get(m_Drive, 99999), 20000U);
+  EXPECT_THAT(ChangeCounts(), ElementsAre(1, 0, 1, 0, 1));
+}
+
+TEST_F(Dispatch, ReadingFromNobodyCountsNowhere) {
+  EXPECT_EQ(Get(NOBODY, PI::Property::NAME), 20008U);
+  EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
+}
+
+TEST_F(Dispatch, ReadingAllPropertiesCountsNowhere) {
+  m_Host.Properties(m_Plugin);
+  m_Host.Properties(m_Adapter);
+  m_Host.Properties(m_Drive);
+  EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
+}
+
+TEST_F(Dispatch, AdaptersAndDrivesTakeNoProperty) {
+  for (const std::uint64_t id : {m_Adapter, m_Drive}) {
+    EXPECT_EQ(Set(id, PI::Property::POLL_INTERVAL), 20004U);
+    EXPECT_EQ(Set(id, PI::Property::NAME), 20004U);
+    EXPECT_EQ(Set(id, PI::Property::UNDEFINED), 20004U);
+  }
+  EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
+  EXPECT_EQ(m_Host.ReadIni(), "");
+}
+
+TEST_F(Dispatch, ThePluginObjectTakesItsPollIntervalAlone) {
+  EXPECT_EQ(Set(m_Plugin, PI::Property::NAME), 20004U);
+  EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
+  EXPECT_EQ(Set(m_Plugin, PI::Property::POLL_INTERVAL), 0U);
+  EXPECT_EQ(Shown(m_Host, m_Plugin, PI::Property::POLL_INTERVAL), "20");
+}
+
+TEST_F(Dispatch, AListingTellsHowManyObjectsItLooksThrough) {
+  const char* const adapters = "4 GetProperties() Adapter = 2";
+  const char* const drives = "4 GetProperties() PhysicalDrives = 2";
+  m_Host.Properties(m_Plugin);
+  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+  m_Host.ForgetTraces();
+  m_Host.Properties(m_Adapter);
+  EXPECT_THAT(CountLines("4 "), ElementsAre(adapters));
+  m_Host.ForgetTraces();
+  m_Host.Properties(m_Drive);
+  EXPECT_THAT(CountLines("4 "), ElementsAre(adapters, drives));
+  m_Host.ForgetTraces();
+  m_Host.Properties(NOBODY);
+  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
+}
+
+TEST_F(Dispatch, AReadTellsHowManyObjectsItLooksThrough) {
+  const char* const adapters = "4 GetProperty() Adapter = 2";
+  const char* const drives = "4 GetProperty() PhysicalDrives = 2";
+  Get(m_Plugin, PI::Property::NAME);
+  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+  m_Host.ForgetTraces();
+  Get(m_Adapter, PI::Property::NAME);
+  EXPECT_THAT(CountLines("4 "), ElementsAre(adapters));
+  m_Host.ForgetTraces();
+  Get(NOBODY, PI::Property::NAME);
+  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
+}
+
+TEST_F(Dispatch, SettingTracesTheLockAlone) {
+  for (const std::uint64_t id : {m_Adapter, m_Drive, NOBODY}) {
+    m_Host.ForgetTraces();
+    Set(id, PI::Property::NAME);
+    EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+  }
+}
+
+TEST_F(Dispatch, ListingOperationsSaysEnterAtBothEnds) {
+  m_Host.Operations(m_Adapter);
+  EXPECT_THAT(LeveledTraces(m_Host),
+              ElementsAre("16 ENTER GetOperations object=0x130000000000003", BEFORE_LOCK,
+                          AFTER_LOCK, "16 ENTER GetOperations ret=0"));
+  m_Host.ForgetTraces();
+  m_Host.Operations(NOBODY);
+  EXPECT_THAT(LeveledTraces(m_Host),
+              ElementsAre("16 ENTER GetOperations object=0x130000000000099", BEFORE_LOCK,
+                          AFTER_LOCK, "16 ENTER GetOperations ret=20008"));
+}
+
+TEST_F(Dispatch, CheckingTellsOperationAndResult) {
+  m_Host.Check(m_Plugin, 50002);
+  EXPECT_THAT(LeveledTraces(m_Host),
+              ElementsAre("8 ENTER CheckOperation operation=50002", BEFORE_LOCK, AFTER_LOCK,
+                          "8 LEAVE CheckOperation(0)"));
+  m_Host.ForgetTraces();
+  m_Host.Check(NOBODY, 50126);
+  EXPECT_THAT(LeveledTraces(m_Host),
+              ElementsAre("8 ENTER CheckOperation operation=50126", BEFORE_LOCK, AFTER_LOCK,
+                          "8 LEAVE CheckOperation(20008)"));
+}
+
+TEST_F(Dispatch, ExecutingForNobodyTracesTheLockAlone) {
+  EXPECT_EQ(m_Host.Run(NOBODY, 50126), 20008U);
+  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,233 @@
+// What the host reads from a physical drive: thirteen rows of the last scan, and never a word with
+// the card.
+
+#include <gmock/gmock.h>
+
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+const Settings TYPICAL = {
+    {"product_name", "Flash Product"},
+    {"pci_domain", "2"},
+    {"pci_bus", "59"},
+    {"pci_device", "4"},
+    {"pci_function", "1"},
+    {"factory_size_bytes", "1073741824000"},
+    {"size_bytes", "1063004405760"},
+    {"sector_size_bytes", "4096"},
+    {"iom_format_disallow_overformat", "true"},
+    {"iom_format_size_bytes", "536870912000"},
+    {"iom_format_max_size_bytes", "1073741824000"},
+    {"iom_format_size_pct", "50"},
+};
+
+// In the order in which the host gets them.
+const std::vector<std::string> ALL_ROWS = {
+    R"~(NAME = "Flash Product (0)" (sort 23298))~",
+    "PORT_NUMBER = 0 (sort 23305, visible 4)",
+    "DEVICE_NUMBER = 0 (sort 23284)",
+    R"(UNIQUE_ID = "PCI:Segment=2&Bus=59&Device=4&Function=1&ID=0" (visible 0))",
+    R"(VENDOR = "SanDisk" (sort 23331))",
+    R"(PRODUCT = "Flash Product" (sort 23308))",
+    "TYPE = PCI_EXPRESS of [PCI_EXPRESS] (sort 23329)",
+    "PHYSICAL_SIZE = 1024000 (sort 23304, unit 21002)",
+    "CONFIGURABLE_SIZE = 1024000 (sort 23281, unit 21002)",
+    "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)",
+    "FORMATTED_SIZE = 512000 (sort 23290, unit 21002)",
+    "FORMATTED_PERCENTAGE = 50 (sort 23289, unit 21010)",
+    "BLOCK_SIZE = 4096 (sort 23278, unit 21025)",
+};
+
+// One row in numbers: property, kind of value (1 string, 3 choice, 4 number), choices.
+struct RowNumbers {
+  std::uint32_t property;
+  std::uint32_t kind;
+  std::vector<int> choices;
+};
+
+const RowNumbers ALL_NUMBERS[] = {
+    {30007, 1, {}},      {30122, 4, {}},
+    {30125, 4, {}},      {30137, 1, {}},
+    {30003, 1, {}},      {30063, 1, {}},
+    {30056, 3, {40200}}, {30059, 4, {}},
+    {30060, 4, {}},      {30017, 3, {40099, 40180, 40095}},
+    {30461, 4, {}},      {30462, 4, {}},
+    {30460, 4, {}},
+};
+
+class DriveProperties : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Host.Watch();
+  }
+
+  OneCard m_Host{TYPICAL};
+};
+
+TEST_F(DriveProperties, AreListedInTheOrderOfTheTable) {
+  EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
+}
+
+TEST_F(DriveProperties, HaveTheNumbersOfTheHostsVocabulary) {
+  const std::vector<PI::CProperty> properties = m_Host.Properties(OneCard::DRIVE);
+  ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS));
+  for (std::size_t i = 0; i < properties.size(); ++i) {
+    SCOPED_TRACE(ALL_ROWS[i]);
+    EXPECT_EQ(properties[i].m_PropertyID, ALL_NUMBERS[i].property);
+    EXPECT_EQ(properties[i].m_NameID, ALL_NUMBERS[i].property);
+    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].kind);
+    EXPECT_EQ(properties[i].m_Value.m_Choice.m_Allowed, ALL_NUMBERS[i].choices);
+    EXPECT_FALSE(properties[i].m_Writable);
+  }
+}
+
+TEST_F(DriveProperties, ReadOneByOneAgreeWithTheList) {
+  for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
+    EXPECT_EQ(m_Host.Row(OneCard::DRIVE, ALL_NUMBERS[i].property), ALL_ROWS[i]);
+  }
+}
+
+TEST_F(DriveProperties, OfOtherObjectsAreNotThere) {
+  for (const std::uint32_t property : {0U, 2U, 30005U, 30022U, 30035U, 30054U, 30116U, 30118U,
+                                       30120U, 30442U, 30464U, 35023U, 4294967295U}) {
+    EXPECT_EQ(m_Host.Row(OneCard::DRIVE, property), "result 20000") << property;
+  }
+}
+
+TEST_F(DriveProperties, ReplaceWhatTheHostsListHeld) {
+  std::vector<PI::CProperty> list(20, PI::CProperty(PI::Property::VERSION, true));
+  EXPECT_EQ(m_Host.Execute(5, OneCard::DRIVE, &list), 0U);
+  EXPECT_THAT(Rendered(list), ElementsAreArray(ALL_ROWS));
+}
+
+TEST_F(DriveProperties, CannotBeWritten) {
+  for (const RowNumbers& row : ALL_NUMBERS) {
+    PI::CProperty property(static_cast<PI::_PROPERTY_ID>(row.property), true);
+    property.SetValue(std::string("other"));
+    EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &property), 20004U) << row.property;
+  }
+  PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
+  EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &interval), 20004U);
+  EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+TEST_F(DriveProperties, AreReadWithoutTheCard) {
+  m_Host.Properties(OneCard::DRIVE);
+  for (const RowNumbers& row : ALL_NUMBERS) m_Host.Row(OneCard::DRIVE, row.property);
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+TEST_F(DriveProperties, AnswerFromTheRecordWhenTheCardIsGone) {
+  m_Host.Cards().RemoveCard(m_Host.Card());
+  EXPECT_EQ(m_Host.Row(OneCard::DRIVE, 30460), "BLOCK_SIZE = 4096 (sort 23278, unit 21025)");
+  EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+TEST_F(DriveProperties, TraceEntryAndStatusInTheList) {
+  m_Host.Properties(OneCard::DRIVE);
+  EXPECT_THAT(m_Host.LeveledTraces(),
+              ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                          "4 GetProperties() Adapter = 1", "4 GetProperties() PhysicalDrives = 1",
+                          "2 ENTER GetPhysicalDriveProperties()",
+                          "2 GetPhysicalDriveProperties() set status property of disk to 40099"));
+}
+
+TEST_F(DriveProperties, TraceEntryAndStatusOfASingleStatus) {
+  m_Host.Row(OneCard::DRIVE, 30017);
+  EXPECT_THAT(m_Host.LeveledTraces(),
+              ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                          "4 GetProperty() Adapter = 1", "4 GetProperty() PhysicalDrives = 1",
+                          "2 ENTER GetPhysicalDriveProperties()",
+                          "2 GetPhysicalDriveProperties() set status property of disk to 40099"));
+}
+
+TEST_F(DriveProperties, TraceTheEntryAloneForAnyOtherRow) {
+  m_Host.Row(OneCard::DRIVE, 30460);
+  EXPECT_THAT(m_Host.Traces(2), ElementsAre("ENTER GetPhysicalDriveProperties()"));
+}
+
+struct Case {
+  const char* name;
+  Settings settings;
+  std::uint32_t property;
+  const char* row;
+};
+
+void PrintTo(const Case& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class DriveRow : public testing::TestWithParam<Case> {};
+
+TEST_P(DriveRow, LooksTheSameInTheListAndByItself) {
+  OneCard host(TYPICAL);
+  host.Set(GetParam().settings);
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(host.Row(OneCard::DRIVE, GetParam().property), GetParam().row);
+  EXPECT_EQ(host.RowInList(OneCard::DRIVE, GetParam().property), GetParam().row);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, DriveRow,
+    testing::Values(
+        Case{"Warned",
+             {{"current_warnings", "1"}},
+             30017,
+             "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator "
+             "24183)"},
+        Case{"Broken",
+             {{"current_errors", "1"}},
+             30017,
+             "STATUS = FAILED of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24177)"},
+        Case{"LargestSectorOf31Bits",
+             {{"sector_size_bytes", "2147483647"}},
+             30460,
+             "BLOCK_SIZE = 2147483647 (sort 23278, unit 21025)"},
+        // A sector size is signed when it is widened.
+        Case{"SectorOf32Bits",
+             {{"sector_size_bytes", "2147483648"}},
+             30460,
+             "BLOCK_SIZE = 18446744071562067968 (sort 23278, unit 21025)"},
+        Case{"NoSectorSize",
+             {{"sector_size_bytes", nullptr}},
+             30460,
+             "BLOCK_SIZE = 0 (sort 23278, unit 21025)"},
+        Case{"NoFactorySize",
+             {{"factory_size_bytes", nullptr}},
+             30059,
+             "PHYSICAL_SIZE = 0 (sort 23304, unit 21002)"},
+        Case{"NoFormattedSize",
+             {{"iom_format_size_bytes", nullptr}},
+             30461,
+             "FORMATTED_SIZE = 0 (sort 23290, unit 21002)"},
+        Case{"MostFormatted",
+             {{"iom_format_size_pct", "255"}},
+             30462,
+             "FORMATTED_PERCENTAGE = 255 (sort 23289, unit 21010)"},
+        Case{"WithoutASegment",
+             {{"pci_domain", "0"}},
+             30137,
+             R"(UNIQUE_ID = "PCI:Bus=59&Device=4&Function=1&ID=0" (visible 0))"}),
+    [](const auto& each) { return each.param.name; });
+
+TEST(DriveStatus, IsTracedWithItsNumberWhenFailed) {
+  OneCard host(Settings{{"current_errors", "1"}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  host.Row(OneCard::DRIVE, 30017);
+  EXPECT_THAT(host.Traces(2),
+              ElementsAre("ENTER GetPhysicalDriveProperties()",
+                          "GetPhysicalDriveProperties() set status property of disk to 40095"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

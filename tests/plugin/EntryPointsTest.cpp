@@ -1,0 +1,213 @@
+// createIf and releaseIf, and what a host that knows nothing but the binary interface finds.
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cstring>
+#include <new>
+
+#include "Corvane/Src/Corvane.h"
+#include "host/Toolkit.h"
+#include "hostkit/Inspect.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace {
+
+std::atomic<bool> g_NoMemory{false};
+
+}  // namespace
+
+// Stands in front of the library's: the only way to run out of memory on demand.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  if (g_NoMemory) return nullptr;
+  try {
+    return ::operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
+
+class EntryPoints : public testing::Test {
+ protected:
+  static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
+
+  // Brings the kit and the folders; makes no plug-in of its own.
+  SimulatedHost m_Host;
+};
+
+unsigned int CreateWithoutMemory(IPLUGINAPI** instance) {
+  g_NoMemory = true;
+  const unsigned int result = createIf(instance);
+  g_NoMemory = false;
+  return result;
+}
+
+TEST_F(EntryPoints, CreateMakesThePluginAndPublishesIt) {
+  EXPECT_EQ(Global(), nullptr);
+  IPLUGINAPI* plugin = nullptr;
+  EXPECT_EQ(createIf(&plugin), 0U);
+  ASSERT_NE(plugin, nullptr);
+  EXPECT_EQ(Global(), plugin);
+  EXPECT_EQ(plugin->m_InterfaceVersion, 2U);
+  EXPECT_EQ(plugin->m_ModuleID, 304U);
+  EXPECT_TRUE(plugin->m_HostNotify.empty());
+  releaseIf(&plugin);
+}
+
+TEST_F(EntryPoints, CreateTouchesNoCard) {
+  m_Host.AddCard();
+  m_Host.ForgetCalls();
+  ASSERT_EQ(m_Host.Create(), 0U);
+  EXPECT_THAT(m_Host.Calls(), testing::IsEmpty());
+}
+
+TEST_F(EntryPoints, CreateLeavesLocksAndEventsUnusable) {
+  ASSERT_EQ(m_Host.Create(), 0U);
+  EXPECT_EQ(HostKit::Locks().size(), 2U);
+  ASSERT_EQ(HostKit::Events().size(), 3U);
+  for (const HostKit::EventView& event : HostKit::Events()) EXPECT_FALSE(event.initialized);
+}
+
+TEST_F(EntryPoints, CreateOverwritesWhateverThePointerHeld) {
+  int stranger = 0;
+  IPLUGINAPI* plugin = nullptr;
+  const void* garbage = &stranger;
+  std::memcpy(&plugin, &garbage, sizeof plugin);
+  ASSERT_EQ(createIf(&plugin), 0U);
+  EXPECT_EQ(Global(), plugin);
+  releaseIf(&plugin);
+}
+
+TEST_F(EntryPoints, CreateWithoutMemoryMakesNothing) {
+  int stranger = 0;
+  IPLUGINAPI* plugin = nullptr;
+  const void* garbage = &stranger;
+  std::memcpy(&plugin, &garbage, sizeof plugin);
+  EXPECT_EQ(CreateWithoutMemory(&plugin), 20007U);
+  EXPECT_EQ(plugin, nullptr);
+  EXPECT_EQ(Global(), nullptr);
+  EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
+}
+
+TEST_F(EntryPoints, CreateWithoutMemoryLeavesAnEarlierPluginPublished) {
+  IPLUGINAPI* first = nullptr;
+  ASSERT_EQ(createIf(&first), 0U);
+  IPLUGINAPI* second = first;
+  EXPECT_EQ(CreateWithoutMemory(&second), 20007U);
+  EXPECT_EQ(second, nullptr);
+  EXPECT_EQ(Global(), first);
+  releaseIf(&first);
+}
+
+TEST_F(EntryPoints, CreateWorksAgainAfterTheMemoryIsBack) {
+  IPLUGINAPI* plugin = nullptr;
+  ASSERT_EQ(CreateWithoutMemory(&plugin), 20007U);
+  EXPECT_EQ(createIf(&plugin), 0U);
+  EXPECT_EQ(Global(), plugin);
+  releaseIf(&plugin);
+}
+
+TEST_F(EntryPoints, TheNewestPluginIsThePublishedOne) {
+  IPLUGINAPI* first = nullptr;
+  IPLUGINAPI* second = nullptr;
+  ASSERT_EQ(createIf(&first), 0U);
+  ASSERT_EQ(createIf(&second), 0U);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(Global(), second);
+  releaseIf(&second);
+  releaseIf(&first);
+}
+
+TEST_F(EntryPoints, ReleaseDestroysThePluginAndForgetsIt) {
+  IPLUGINAPI* plugin = nullptr;
+  ASSERT_EQ(createIf(&plugin), 0U);
+  releaseIf(&plugin);
+  EXPECT_EQ(plugin, nullptr);
+  EXPECT_EQ(Global(), nullptr);
+  EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
+  EXPECT_THAT(HostKit::Events(), testing::IsEmpty());
+}
+
+TEST_F(EntryPoints, ReleaseOfNothingTakesThePublishedPointerBackAndNoMore) {
+  IPLUGINAPI* plugin = nullptr;
+  ASSERT_EQ(createIf(&plugin), 0U);
+  IPLUGINAPI* nothing = nullptr;
+  releaseIf(&nothing);
+  EXPECT_EQ(nothing, nullptr);
+  EXPECT_EQ(Global(), nullptr);
+  EXPECT_EQ(plugin->Execute(static_cast<PI::_COMMAND>(0), 0, nullptr), 20002U);
+  releaseIf(&plugin);
+}
+
+TEST_F(EntryPoints, ReleaseCallsNoCardAndWaitsForNothing) {
+  m_Host.AddCard();
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  ASSERT_EQ(m_Host.DeInitialize(), 0U);
+  m_Host.ForgetCalls();
+  const unsigned long begin = MBX::Misc::now();
+  m_Host.Release();
+  EXPECT_EQ(MBX::Misc::now(), begin);
+  EXPECT_THAT(m_Host.Calls(), testing::IsEmpty());
+}
+
+TEST_F(EntryPoints, NamesAreThoseOfC) {
+  EXPECT_EQ(dlsym(RTLD_DEFAULT, "createIf"), reinterpret_cast<void*>(&createIf));
+  EXPECT_EQ(dlsym(RTLD_DEFAULT, "releaseIf"), reinterpret_cast<void*>(&releaseIf));
+}
+
+// The virtual table of a plug-in, by slot.
+void* Slot(const IPLUGINAPI* plugin, std::size_t index) {
+  void* const* table = nullptr;
+  std::memcpy(&table, static_cast<const void*>(plugin), sizeof table);
+  return table[index];
+}
+
+using ExecuteSlot = unsigned int (*)(IPLUGINAPI*, std::uint32_t, unsigned long, void*);
+using DestructorSlot = void (*)(IPLUGINAPI*);
+
+TEST_F(EntryPoints, TheFirstSlotExecutes) {
+  m_Host.AddCard();
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  const auto execute = reinterpret_cast<ExecuteSlot>(Slot(m_Host.Plugin(), 0));
+  EXPECT_EQ(execute(m_Host.Plugin(), 0, 0, nullptr), 20002U);
+  std::vector<PI::CObject> objects;
+  EXPECT_EQ(execute(m_Host.Plugin(), 4, 0, &objects), 0U);
+  EXPECT_EQ(objects.size(), 3U);
+}
+
+TEST_F(EntryPoints, TheSecondSlotDestroysInPlace) {
+  IPLUGINAPI* plugin = nullptr;
+  ASSERT_EQ(createIf(&plugin), 0U);
+  reinterpret_cast<DestructorSlot>(Slot(plugin, 1))(plugin);
+  EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
+  // The storage is still ours to give back: a slot that had done so already would be seen here.
+  ::operator delete(static_cast<void*>(plugin));
+  plugin = nullptr;
+  releaseIf(&plugin);
+}
+
+TEST_F(EntryPoints, TheThirdSlotDestroysAndFrees) {
+  IPLUGINAPI* plugin = nullptr;
+  ASSERT_EQ(createIf(&plugin), 0U);
+  reinterpret_cast<DestructorSlot>(Slot(plugin, 2))(plugin);
+  EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
+  plugin = nullptr;
+  releaseIf(&plugin);
+}
+
+TEST_F(EntryPoints, VersionAndModuleStandBehindTheTablePointer) {
+  ASSERT_EQ(m_Host.Create(), 0U);
+  std::uint32_t words[4] = {};
+  std::memcpy(words, static_cast<const void*>(m_Host.Plugin()), sizeof words);
+  EXPECT_EQ(words[2], 2U);
+  EXPECT_EQ(words[3], 304U);
+}
+
+}  // namespace
+}  // namespace CorvaneTest

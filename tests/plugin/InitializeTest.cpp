@@ -1,0 +1,398 @@
+// The first command: what it asks of the cards and in which order, what it hands out, and what is
+// left when a step fails.
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+#include "hostkit/Inspect.h"
+#include "tests/plugin/ScanView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+
+// One `Initialize`: its result, what it printed, and how long it took.
+struct Outcome {
+  unsigned int result = 0;
+  std::string printed;
+  unsigned long ms = 0;
+};
+
+Outcome InitializeOf(SimulatedHost& host) {
+  Outcome outcome;
+  host.ForgetTraces();
+  testing::internal::CaptureStdout();
+  outcome.ms = MsOf([&] { outcome.result = host.Initialize(); });
+  outcome.printed = testing::internal::GetCapturedStdout();
+  return outcome;
+}
+
+constexpr const char* COUNT_0 = "Corvane:  Initialize:  adapter count is 0\n";
+
+class Initialize : public testing::Test {
+ protected:
+  void AddCards(int count) {
+    for (int i = 0; i < count; ++i) m_Host.AddCard();
+  }
+  Outcome Run() { return InitializeOf(m_Host); }
+  std::vector<PI::CObject> Objects() { return m_Host.Topology(); }
+
+  SimulatedHost m_Host;
+};
+
+// Locks and events.
+
+struct InitFailure {
+  const char* name;
+  void (*fail)(std::size_t);
+  std::size_t ordinal;
+  std::size_t usableEvents;  // of those before it
+};
+
+void PrintTo(const InitFailure& each, std::ostream* stream) {
+  *stream << each.name;
+}
+
+class InitializeWithoutLock : public testing::TestWithParam<InitFailure> {};
+
+TEST_P(InitializeWithoutLock, EndsAtOnceAndNamesIt) {
+  SimulatedHost host;
+  host.AddCard();
+  GetParam().fail(GetParam().ordinal);
+  const Outcome outcome = InitializeOf(host);
+  EXPECT_EQ(outcome.result, 20011U);
+  EXPECT_EQ(outcome.printed, "");
+  EXPECT_EQ(outcome.ms, 0U);
+  EXPECT_THAT(host.Calls(), IsEmpty());
+  EXPECT_THAT(LeveledTraces(host),
+              ElementsAre(std::string("2 LEAVE Initialize() ") + GetParam().name +
+                          ".Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED 20011"));
+  std::size_t usable = 0;
+  for (const HostKit::EventView& event : HostKit::Events()) usable += event.initialized ? 1 : 0;
+  EXPECT_EQ(usable, GetParam().usableEvents);
+}
+
+constexpr InitFailure INIT_FAILURES[] = {
+    {"m_DataLock", HostKit::FailLockInit, 1, 0},
+    {"m_PrivateEventsLock", HostKit::FailLockInit, 2, 0},
+    {"m_ForceWorker", HostKit::FailEventInit, 1, 0},
+    {"m_StopRequest", HostKit::FailEventInit, 2, 1},
+    {"m_PrivateEvent", HostKit::FailEventInit, 3, 2},
+};
+
+INSTANTIATE_TEST_SUITE_P(Step, InitializeWithoutLock, testing::ValuesIn(INIT_FAILURES),
+                         [](const auto& each) { return each.param.name; });
+
+TEST_F(Initialize, MakesOneManualEventAndTwoOthersNoneOfThemSet) {
+  AddCards(1);
+  ASSERT_EQ(Run().result, 0U);
+  const std::vector<HostKit::EventView> events = HostKit::Events();
+  ASSERT_EQ(events.size(), 3U);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_TRUE(events[i].initialized);
+    EXPECT_FALSE(events[i].set);
+    EXPECT_EQ(events[i].manualReset, i == 1);
+  }
+}
+
+// The PCI bus.
+
+TEST_F(Initialize, WithoutACardOnThePciBusNeverStartsTheLibrary) {
+  const Outcome outcome = Run();
+  EXPECT_EQ(outcome.result, 20001U);
+  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_EQ(outcome.ms, 0U);
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  EXPECT_THAT(LeveledTraces(m_Host),
+              ElementsAre("2 LEAVE Initialize() -> PI::ERR_NO_SUPPORTED_HARDWARE"));
+  EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
+}
+
+TEST(InitializeAnew, TakesEachOfTheNineDevicesAndNoOther) {
+  const std::uint16_t accepted[] = {0x1000, 0x1003, 0x1005, 0x1006, 0x1007,
+                                    0x1008, 0x2001, 0x3001, 0x3002};
+  for (const std::uint16_t id : accepted) {
+    SimulatedHost host;
+    host.AddCard(id);
+    EXPECT_EQ(host.Initialize(), 0U) << id;
+  }
+  const std::uint16_t refused[] = {0x1001, 0x1002, 0x1004, 0x1009, 0x2000, 0x2002, 0x3000, 0x3003};
+  for (const std::uint16_t id : refused) {
+    SimulatedHost host;
+    host.AddCard(id);
+    EXPECT_EQ(host.Initialize(), 20001U) << id;
+  }
+}
+
+TEST_F(Initialize, TakesNoOtherVendorsDevice) {
+  AddCards(1);
+  std::ofstream(m_Host.Folder() / "sys/bus/pci/devices/0000:03:00.0/vendor") << "0x8086\n";
+  EXPECT_EQ(Run().result, 20001U);
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+// The library.
+
+struct StartCase {
+  const char* name;
+  unsigned int notReady;  // how often vsl_init says 27
+  unsigned int result;
+  unsigned long ms;
+};
+
+void PrintTo(const StartCase& each, std::ostream* stream) {
+  *stream << each.name;
+}
+
+class InitializeNotReady : public testing::TestWithParam<StartCase> {};
+
+// Behind the last refused start: one good one, the pause, the second start and the flag samples.
+TEST_P(InitializeNotReady, AsksOnceASecondForAMinute) {
+  SimulatedHost host;
+  host.AddCard();
+  CardSim::FailCall("vsl_init", 1, 27, "not yet", GetParam().notReady);
+  const Outcome outcome = InitializeOf(host);
+  EXPECT_EQ(outcome.result, GetParam().result);
+  EXPECT_EQ(outcome.ms, GetParam().ms);
+  const bool good = GetParam().result == 0;
+  Lines start(GetParam().notReady + (good ? 1 : 0), "vsl_init");
+  if (good) start.insert(start.end(), {"vsl_fini", "vsl_init"});
+  Lines calls = host.Calls();
+  if (good) calls.resize(start.size());
+  EXPECT_THAT(calls, ElementsAreArray(start));
+}
+
+constexpr StartCase START_CASES[] = {
+    // name, refusals, result, milliseconds
+    {"Never", 0, 0, 1012},        {"Once", 1, 0, 2012},
+    {"TenTimes", 10, 0, 11012},   {"FiftyNineTimes", 59, 0, 60012},
+    {"SixtyTimes", 60, 0, 61012}, {"SixtyOneTimes", 61, 20012, 60000},
+};
+
+INSTANTIATE_TEST_SUITE_P(Refused, InitializeNotReady, testing::ValuesIn(START_CASES),
+                         [](const auto& each) { return each.param.name; });
+
+TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
+  AddCards(1);
+  CardSim::FailCall("vsl_init", 1, 27, "not yet", 1000);
+  const Outcome outcome = Run();
+  EXPECT_EQ(outcome.result, 20012U);
+  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_EQ(m_Host.Calls().size(), 61U);
+  EXPECT_THAT(LeveledTraces(m_Host),
+              ElementsAre("16 Initialize, vsl_init = 27 (not yet)",
+                          "2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
+}
+
+TEST(InitializeAnew, TakesAnyOtherCodeOfTheLibraryAsFinal) {
+  for (const std::uint64_t code : {1UL, 26UL, 28UL, 0x1BUL + (1UL << 32U)}) {
+    SimulatedHost host;
+    host.AddCard();
+    CardSim::FailCall("vsl_init", 1, code, "broken");
+    const Outcome outcome = InitializeOf(host);
+    EXPECT_EQ(outcome.result, 20012U);
+    EXPECT_EQ(outcome.printed, COUNT_0);
+    EXPECT_EQ(outcome.ms, 0U);
+    EXPECT_THAT(host.Calls(), ElementsAre("vsl_init"));
+    EXPECT_THAT(host.Traces(16),
+                ElementsAre("Initialize, vsl_init = " + std::to_string(code) + " (broken)"));
+  }
+}
+
+TEST_F(Initialize, TakesAnotherCodeAfterSomeWaitingAsFinal) {
+  AddCards(1);
+  CardSim::FailCall("vsl_init", 1, 27, "not yet", 3);
+  CardSim::FailCall("vsl_init", 4, 5, "broken");
+  const Outcome outcome = Run();
+  EXPECT_EQ(outcome.result, 20012U);
+  EXPECT_EQ(outcome.ms, 3000U);
+  EXPECT_THAT(m_Host.Traces(16), ElementsAre("Initialize, vsl_init = 5 (broken)"));
+}
+
+TEST(InitializeAnew, DoesNotWaitForTheSecondStart) {
+  for (const std::uint64_t code : {27UL, 5UL}) {
+    SimulatedHost host;
+    host.AddCard();
+    CardSim::FailCall("vsl_init", 2, code, "again");
+    const Outcome outcome = InitializeOf(host);
+    EXPECT_EQ(outcome.result, 20012U);
+    EXPECT_EQ(outcome.printed, COUNT_0);
+    EXPECT_EQ(outcome.ms, 1000U);
+    EXPECT_THAT(host.Calls(), ElementsAre("vsl_init", "vsl_fini", "vsl_init"));
+    EXPECT_THAT(LeveledTraces(host),
+                ElementsAre("16 Initialize, vsl_init = " + std::to_string(code) + " (again)",
+                            "2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
+  }
+}
+
+// The walk over the cards.
+
+TEST_F(Initialize, PassesOverCardsWithoutSerialNumberOrPath) {
+  AddCards(3);
+  m_Host.Cards().MakeAbsent("card0", "serial_number");
+  m_Host.Cards().MakeAbsent("card1", "device_path");
+  const Outcome outcome = Run();
+  EXPECT_EQ(outcome.result, 0U);
+  EXPECT_EQ(outcome.printed, "Corvane:  Initialize:  adapter count is 1\n");
+  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "0");
+  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct2");
+  Lines walk = m_Host.Calls();
+  walk.resize(14);
+  EXPECT_THAT(walk, ElementsAre("vsl_init", "vsl_fini", "vsl_init",                            //
+                                "vsl_iom_iterate null", "vsl_has_serial_number walked#1",      //
+                                "vsl_iom_iterate walked#1", "vsl_has_serial_number walked#2",  //
+                                "vsl_has_device_path walked#2", "vsl_iom_iterate walked#2",    //
+                                "vsl_has_serial_number walked#3", "vsl_has_device_path walked#3",
+                                "vsl_device_path walked#3", "vsl_iom_iterate walked#3",
+                                "vsl_iom_create_by_name /dev/fct2"));
+}
+
+TEST_F(Initialize, WithoutAUsableCardTakesTheLibraryDownAgain) {
+  AddCards(1);
+  m_Host.Cards().MakeAbsent("card0", "serial_number");
+  const Outcome outcome = Run();
+  EXPECT_EQ(outcome.result, 20001U);
+  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_init", "vsl_fini", "vsl_init",
+                                          "vsl_iom_iterate null", "vsl_has_serial_number walked#1",
+                                          "vsl_iom_iterate walked#1", "vsl_fini"));
+}
+
+TEST_F(Initialize, WithoutAnyCardInTheLibraryTakesItDownAgain) {
+  AddCards(1);
+  m_Host.Cards().RemoveCard("card0");
+  EXPECT_EQ(Run().result, 20001U);
+  EXPECT_THAT(m_Host.Calls(),
+              ElementsAre("vsl_init", "vsl_fini", "vsl_init", "vsl_iom_iterate null", "vsl_fini"));
+}
+
+// The first scan.
+
+TEST_F(Initialize, HandsOutOneEntryPerAdapter) {
+  AddCards(2);
+  m_Host.Cards().Set("card1", "pci_domain", "5");
+  m_Host.Cards().Set("card1", "pci_device", "6");
+  m_Host.Cards().Set("card1", "pci_function", "7");
+  ASSERT_EQ(Run().result, 0U);
+  ASSERT_EQ(m_Host.m_AdapterIDs.size(), 2U);
+  const PI::CAdapterID& id = m_Host.m_AdapterIDs[1];
+  EXPECT_EQ(id.m_Name, "");
+  EXPECT_EQ(id.m_Segment, 5U);
+  EXPECT_EQ(id.m_Bus, 4U);
+  EXPECT_EQ(id.m_Device, 6U);
+  EXPECT_EQ(id.m_Function, 7U);
+  EXPECT_EQ(id.m_AdapterNumber, 1U);
+  EXPECT_EQ(id.m_GlobalNumber, -1);
+  EXPECT_EQ(m_Host.m_AdapterIDs[0].m_AdapterNumber, 0U);
+}
+
+TEST_F(Initialize, AppendsToWhatTheHostHadInItsList) {
+  AddCards(1);
+  m_Host.m_AdapterIDs.resize(2);
+  ASSERT_EQ(Run().result, 0U);
+  EXPECT_EQ(m_Host.m_AdapterIDs.size(), 3U);
+}
+
+TEST_F(Initialize, TellsOfItsScanAndItsEnd) {
+  AddCards(2);
+  const Outcome outcome = Run();
+  EXPECT_EQ(outcome.result, 0U);
+  EXPECT_EQ(outcome.printed, "Corvane:  Initialize:  adapter count is 2\n");
+  EXPECT_THAT(
+      LeveledTraces(m_Host),
+      IsSupersetOf({"8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                    "2 ENTER ScanSystem(1) PhyDrive=0", "2 LEAVE ScanSystem() -> 0",
+                    "16 ScanSystem() ret = 0 m_PhysicalDrives=2", "2 LEAVE Initialize() -> 0"}));
+  EXPECT_EQ(LeveledTraces(m_Host).back(), "2 LEAVE Initialize() -> 0");
+}
+
+TEST_F(Initialize, PrintsTheCountAlsoWithoutTraces) {
+  AddCards(1);
+  HostKit::SetTraceMask(0);
+  EXPECT_EQ(Run().printed, "Corvane:  Initialize:  adapter count is 1\n");
+  EXPECT_THAT(m_Host.Traces(), IsEmpty());
+}
+
+TEST_F(Initialize, HoldsTheDataLockForTheScanAndFreesIt) {
+  AddCards(1);
+  std::vector<unsigned int> depths;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function == "vsl_iom_iterate" || call.function == "vsl_open") {
+      depths.push_back(HostKit::Locks()[0].depth);
+    }
+  });
+  ASSERT_EQ(Run().result, 0U);
+  EXPECT_THAT(depths, ElementsAre(0, 0, 1));
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
+}
+
+TEST_F(Initialize, StartsNoThread) {
+  AddCards(1);
+  ASSERT_EQ(Run().result, 0U);
+  EXPECT_THAT(HostKit::Threads(), IsEmpty());
+}
+
+// What is left of the start when the scan gave nothing.
+void ExpectNothingLeft(SimulatedHost& host, const Outcome& outcome) {
+  EXPECT_EQ(outcome.result, 20001U);
+  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_THAT(host.m_AdapterIDs, IsEmpty());
+  EXPECT_EQ(host.Calls().back(), "vsl_fini");
+  EXPECT_EQ(LeveledTraces(host).back(), "2 LEAVE Initialize() -> 20001");
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_EQ(HostKit::Locks()[0].depth, 0U);
+  const std::vector<PI::CObject> objects = host.Topology();
+  ASSERT_EQ(objects.size(), 1U);
+  EXPECT_EQ(Render(objects[0]), "object 0130000000000000 type 19006 parents children");
+  EXPECT_EQ(objects[0].m_ChangeCount, 1U);
+}
+
+TEST_F(Initialize, FailsWhenACardCannotBeOpened) {
+  AddCards(1);
+  CardSim::FailCall("vsl_open", 1, 7, "no");
+  const Outcome outcome = Run();
+  EXPECT_THAT(LeveledTraces(m_Host),
+              IsSupersetOf({"16 ScanSystem, vsl_open = 7 (no)",
+                            "16 ScanSystem() ret = 20003 m_PhysicalDrives=0"}));
+  EXPECT_THAT(LeveledTraces(m_Host), Not(Contains("2 LEAVE ScanSystem() -> 0")));
+  ExpectNothingLeft(m_Host, outcome);
+}
+
+TEST_F(Initialize, DestroysTheCardThatCannotBeOpenedAndAsksItNoMore) {
+  AddCards(2);
+  CardSim::FailCall("vsl_open", 1, 7, "no");
+  ASSERT_EQ(Run().result, 20001U);
+  const Lines calls = m_Host.Calls();
+  const Lines tail(calls.end() - 4, calls.end());
+  EXPECT_THAT(tail, ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                                "vsl_destroy card#1", "vsl_fini"));
+}
+
+TEST_F(Initialize, ForgetsTheCardsScannedBeforeTheOneThatCannotBeOpened) {
+  AddCards(2);
+  CardSim::FailCall("vsl_open", 2, 7, "no");
+  const Outcome outcome = Run();
+  EXPECT_THAT(m_Host.Traces(16), Contains("ScanSystem() ret = 20003 m_PhysicalDrives=1"));
+  ExpectNothingLeft(m_Host, outcome);
+}
+
+TEST_F(Initialize, FailsWhenNoCardCanBeNamed) {
+  AddCards(2);
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
+  const Outcome outcome = Run();
+  EXPECT_EQ(Count(m_Host.Traces(16), "ScanSystem, vsl_iom_create_by_name = 9 (gone)"), 2);
+  EXPECT_THAT(LeveledTraces(m_Host), IsSupersetOf({"2 LEAVE ScanSystem() -> 0",
+                                                   "16 ScanSystem() ret = 0 m_PhysicalDrives=0"}));
+  ExpectNothingLeft(m_Host, outcome);
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,357 @@
+// The plug-in object: its six properties, the one that can be set, and how the host collects
+// events.
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "hostkit/Inspect.h"
+#include "hostkit/Scheduler.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr std::uint32_t GET_EVENTS = 50002;
+constexpr std::size_t EVENTS_LOCK = 2;
+constexpr std::size_t PRIVATE_EVENT = 3;
+
+const std::vector<std::string> ALL_ROWS = {
+    R"(UNIQUE_ID = "Plugin:ID=304" (visible 0))",
+    R"(NAME = "SanDisk-Plugin" (sort 23334))",
+    R"(VERSION = "7.7.0" (sort 23339))",
+    R"(VENDOR = "Skatra" (sort 23338))",
+    R"(VENDOR_API_VERSION = "3.16.0" (label VERSION, sort 23339))",
+    "POLL_INTERVAL = 15 in 2..255 step 1 (sort 23335, unit 21007, writable 1)",
+};
+
+// One row in numbers: property, kind of value (1 string, 7 range), name shown.
+struct RowNumbers {
+  std::uint32_t property;
+  std::uint32_t kind;
+  std::uint32_t label;
+};
+
+constexpr RowNumbers ALL_NUMBERS[] = {{30137, 1, 30137}, {30007, 1, 30007}, {30099, 1, 30099},
+                                      {30003, 1, 30003}, {30004, 1, 30099}, {30005, 7, 30005}};
+
+std::string PollRow(int seconds) {
+  return "POLL_INTERVAL = " + std::to_string(seconds) +
+         " in 2..255 step 1 (sort 23335, unit 21007, writable 1)";
+}
+
+// Without the host's numbers there is no worker that would take what is queued or set.
+class PluginObject : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Host.Watch();
+  }
+
+  std::uint64_t ChangeCount() { return m_Host.ObjectOf(OneCard::PLUGIN).m_ChangeCount; }
+
+  // Whether something waits to wake the worker.
+  static bool WakesTheWorker() { return HostKit::Events()[PRIVATE_EVENT - 1].set; }
+
+  // Two jobs that fail on their first call each leave an event; waits until both have ended.
+  void QueueTwoFailures() {
+    for (const std::uint32_t operation : {50126U, 50127U}) {
+      CardSim::FailCall("vsl_iom_create_by_name", 1, 5, "not today");
+      EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, operation), 0U);
+      HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 1'000'000'000);
+    }
+    m_Host.ForgetTraces();
+  }
+
+  // The numbers of the events that one request gets, or the result of a failed one.
+  std::vector<std::uint32_t> Collect() {
+    PI::COperation operation;
+    operation.m_OperationID = GET_EVENTS;
+    operation.m_Events.resize(3);  // what an earlier request left
+    const unsigned int result = m_Host.Execute(10, OneCard::PLUGIN, &operation);
+    if (result != 0) return {result};
+    std::vector<std::uint32_t> numbers;
+    for (const PI::CEvent& event : operation.m_Events) numbers.push_back(event.m_EventID);
+    return numbers;
+  }
+
+  OneCard m_Host;
+};
+
+TEST_F(PluginObject, ListsItsPropertiesInTheOrderOfTheTable) {
+  EXPECT_THAT(m_Host.Rows(OneCard::PLUGIN), ElementsAreArray(ALL_ROWS));
+}
+
+TEST_F(PluginObject, HasTheNumbersOfTheHostsVocabulary) {
+  const std::vector<PI::CProperty> properties = m_Host.Properties(OneCard::PLUGIN);
+  ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS));
+  for (std::size_t i = 0; i < properties.size(); ++i) {
+    SCOPED_TRACE(ALL_ROWS[i]);
+    EXPECT_EQ(properties[i].m_PropertyID, ALL_NUMBERS[i].property);
+    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].kind);
+    EXPECT_EQ(properties[i].m_NameID, ALL_NUMBERS[i].label);
+    EXPECT_EQ(properties[i].m_Writable, ALL_NUMBERS[i].property == 30005);
+  }
+}
+
+TEST_F(PluginObject, GivesASinglePropertyAsTheList) {
+  for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
+    EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, ALL_NUMBERS[i].property), ALL_ROWS[i]);
+  }
+}
+
+TEST_F(PluginObject, HasNoPropertyOfOtherObjects) {
+  for (const std::uint32_t property :
+       {0U, 2U, 30017U, 30018U, 30022U, 30056U, 30120U, 30442U, 30460U, 35045U, 4294967295U}) {
+    EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, property), "result 20000") << property;
+  }
+}
+
+TEST_F(PluginObject, ReplacesWhatTheHostsListsHeld) {
+  std::vector<PI::CProperty> properties(9, PI::CProperty(PI::Property::STATUS, true));
+  EXPECT_EQ(m_Host.Execute(5, OneCard::PLUGIN, &properties), 0U);
+  EXPECT_THAT(Rendered(properties), ElementsAreArray(ALL_ROWS));
+  std::vector<PI::COperation> operations(4);
+  EXPECT_EQ(m_Host.Execute(8, OneCard::PLUGIN, &operations), 0U);
+  EXPECT_EQ(operations.size(), 1U);
+}
+
+TEST_F(PluginObject, NeedsNoCardAndTracesNothingOfItsOwnForProperties) {
+  m_Host.Properties(OneCard::PLUGIN);
+  m_Host.Row(OneCard::PLUGIN, 30005);
+  EXPECT_THAT(m_Host.LeveledTraces(),
+              ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                          "8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)"));
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+// The poll interval.
+
+TEST(PluginObjectAtStart, ShowsTheConfiguredInterval) {
+  OneCard host;
+  host.WriteIni("PollInterval=77\n");
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(host.Row(OneCard::PLUGIN, 30005), PollRow(77));
+}
+
+// What the host sends, and what is then in force and in the file.
+struct Setting {
+  const char* name;
+  int value;
+  int minimum;
+  int maximum;
+  int taken;
+};
+
+void PrintTo(const Setting& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class PollIntervalSetTo : public testing::TestWithParam<Setting> {};
+
+TEST_P(PollIntervalSetTo, IsHeldWithinTheLimitsOfTheRequest) {
+  const Setting& setting = GetParam();
+  OneCard host;
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(host.SetPollInterval(setting.value, setting.minimum, setting.maximum), 0U);
+  EXPECT_EQ(host.Row(OneCard::PLUGIN, 30005), PollRow(setting.taken));
+  EXPECT_THAT(host.ReadIni(),
+              testing::MatchesRegex("PollInterval *= *" + std::to_string(setting.taken) + "\n?"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, PollIntervalSetTo,
+    testing::Values(
+        Setting{"Usual", 30, 2, 255, 30}, Setting{"One", 1, 2, 255, 2},
+        Setting{"Zero", 0, 2, 255, 2}, Setting{"Smallest", 2, 2, 255, 2},
+        Setting{"Largest", 255, 2, 255, 255}, Setting{"OneTooMany", 256, 2, 255, 255},
+        Setting{"Negative", -1, 2, 255, 2},
+        // The limits are the host's to change.
+        Setting{"RaisedMaximum", 300, 2, 400, 300},
+        Setting{"AboveTheRaisedMaximum", 401, 2, 400, 400}, Setting{"LoweredMinimum", 1, 1, 255, 1},
+        // With the limits crossed the maximum has the last word.
+        Setting{"CrossedLimitsFromBelow", 10, 50, 20, 20},
+        Setting{"CrossedLimitsFromWithin", 30, 50, 20, 20},
+        Setting{"CrossedLimitsFromAbove", 60, 50, 20, 20}, Setting{"NoLimitsAtAll", 0, 0, 0, 0},
+        // Compared as signed numbers.
+        Setting{"NegativeMinimum", 5, -10, 255, 5}, Setting{"NegativeMaximum", 5, 2, -7, -7}),
+    [](const auto& each) { return each.param.name; });
+
+TEST_F(PluginObject, CountsANewIntervalAsAChangeAndWakesTheWorker) {
+  const std::uint64_t before = ChangeCount();
+  ASSERT_FALSE(WakesTheWorker());
+  EXPECT_EQ(m_Host.SetPollInterval(30), 0U);
+  EXPECT_EQ(ChangeCount(), before + 1);
+  EXPECT_TRUE(WakesTheWorker());
+}
+
+TEST_F(PluginObject, StartsAgainWithAnIntervalWithinItsOwnLimits) {
+  EXPECT_EQ(m_Host.SetPollInterval(300, 2, 400), 0U);
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(300));
+  m_Host.DeInitialize();
+  m_Host.Release();
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(255));
+  EXPECT_THAT(m_Host.ReadIni(), HasSubstr("300"));
+}
+
+TEST(PluginObjectWithAFullIni, LeavesTheOtherKeysAlone) {
+  OneCard host;
+  host.WriteIni("; ours\nFirst=1\nPollInterval=20\nLast=two words\n\n[Other]\nPollInterval=9\n");
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(host.SetPollInterval(30), 0U);
+  const std::string ini = host.ReadIni();
+  for (const char* kept : {"First=1\n", "Last=two words\n", "[Other]\nPollInterval=9\n"}) {
+    EXPECT_THAT(ini, HasSubstr(kept));
+  }
+  EXPECT_THAT(ini, HasSubstr("PollInterval=30\n"));
+  EXPECT_THAT(ini, testing::Not(HasSubstr("PollInterval=20")));
+}
+
+// A file where the folder should be: nothing can be written there. The host's result for that is 3.
+TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
+  std::filesystem::remove_all(m_Host.IniFile().parent_path());
+  std::ofstream(m_Host.IniFile().parent_path()) << "in the way";
+  const std::uint64_t before = ChangeCount();
+  EXPECT_EQ(m_Host.SetPollInterval(30), 3U);
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(30));
+  EXPECT_GT(ChangeCount(), before);
+  EXPECT_TRUE(WakesTheWorker());
+}
+
+TEST_F(PluginObject, RefusesToSetAnyOtherProperty) {
+  const std::uint64_t before = ChangeCount();
+  for (const std::uint32_t id : {30137U, 30007U, 30099U, 30003U, 30004U, 30017U, 1U, 0U}) {
+    PI::CProperty property(static_cast<PI::_PROPERTY_ID>(id), true);
+    property.SetValue(30, 2, 255, 1);
+    EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 20004U) << id;
+  }
+  EXPECT_EQ(ChangeCount(), before);
+  EXPECT_FALSE(WakesTheWorker());
+  EXPECT_FALSE(std::filesystem::exists(m_Host.IniFile()));
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(15));
+}
+
+// What is set is known by the property and not by the name that it is shown under.
+TEST_F(PluginObject, GoesByThePropertyAndNotByItsLabel) {
+  PI::CProperty property(PI::Property::VERSION, true);
+  property.m_NameID = 30005;
+  property.SetValue(30, 2, 255, 1);
+  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 20004U);
+  property.m_PropertyID = 30005;
+  property.m_NameID = 30099;
+  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 0U);
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(30));
+}
+
+// A value of another kind has no range: all of its numbers are 0.
+TEST_F(PluginObject, TakesTheRangeOfAValueThatHasNone) {
+  PI::CProperty property(PI::Property::POLL_INTERVAL, true);
+  property.SetValue(std::string("30"));
+  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 0U);
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(0));
+}
+
+// The operation.
+
+TEST_F(PluginObject, OffersTheCollectingOfEventsAlone) {
+  const std::vector<PI::COperation> operations = m_Host.Operations(OneCard::PLUGIN);
+  ASSERT_EQ(operations.size(), 1U);
+  const PI::COperation& row = operations[0];
+  EXPECT_EQ(row.m_OperationID, 50002U);
+  EXPECT_EQ(row.m_NameID, 50002U);
+  EXPECT_EQ(row.m_Class, 6U);
+  EXPECT_EQ(row.m_Access, 1U);
+  EXPECT_EQ(row.m_Scope, 1U);
+  EXPECT_EQ(row.m_Flags, 1U);
+  EXPECT_FALSE(row.m_Async);
+  EXPECT_EQ(row.m_Timeout, 0);
+  EXPECT_EQ(row.m_ConfirmKind, 1U);
+  EXPECT_EQ(row.m_ConfirmText, 1U);
+  EXPECT_TRUE(row.m_Properties.empty() && row.m_Events.empty());
+}
+
+TEST_F(PluginObject, AllowsAnyOperationWhenAsked) {
+  for (const std::uint32_t operation : {50002U, 50026U, 50126U, 0U, 1U, 99999U}) {
+    EXPECT_EQ(m_Host.Check(OneCard::PLUGIN, operation), 0U) << operation;
+  }
+  EXPECT_THAT(m_Host.Traces(2), IsEmpty());
+}
+
+TEST_F(PluginObject, RefusesToRunAnythingButItsOwn) {
+  for (const std::uint32_t operation : {50026U, 50029U, 50034U, 50126U, 50128U, 0U, 1U, 99999U}) {
+    m_Host.Watch();
+    EXPECT_EQ(m_Host.Run(OneCard::PLUGIN, operation), 20005U) << operation;
+    EXPECT_THAT(m_Host.LeveledTraces(),
+                ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                            "2 ENTER ExecutePluginOperation()",
+                            "2 LEAVE ExecutePluginOperation() -> 20005"));
+    EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  }
+}
+
+// Events.
+
+const std::vector<std::string> COLLECTING = {
+    "8 Before m_DataLock.Wait (sg)",
+    "8 After m_DataLock.Wait (sg)",
+    "2 ENTER ExecutePluginOperation()",
+    "2 ENTER GetEvents()",
+    "8 Before m_EventsLock.Wait(INFINITE)",
+    "8 After m_EventsLock.Wait(INFINITE)",
+    "8 Before m_EventsLock.Release()",
+    "8 After m_EventsLock.Release()",
+    "2 LEAVE GetEvents() -> 0",
+    "2 LEAVE ExecutePluginOperation() -> 0",
+};
+
+TEST_F(PluginObject, HandsOverNothingFromAnEmptyQueue) {
+  EXPECT_THAT(Collect(), IsEmpty());
+  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTING));
+}
+
+TEST_F(PluginObject, HandsOverEventsOnceAndInTheirOrder) {
+  QueueTwoFailures();
+  EXPECT_THAT(Collect(), ElementsAre(10981U, 10982U));
+  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTING));
+  EXPECT_THAT(Collect(), IsEmpty());
+}
+
+TEST_F(PluginObject, HandsOverWholeEvents) {
+  QueueTwoFailures();
+  const std::vector<PI::CEvent> events = m_Host.CollectEvents();
+  ASSERT_EQ(events.size(), 2U);
+  EXPECT_EQ(events[0].m_ObjectID, OneCard::ADAPTER);
+  EXPECT_EQ(events[0].m_Severity, 4U);
+  EXPECT_EQ(events[1].m_Severity, 3U);
+  EXPECT_LT(events[0].m_Time, events[1].m_Time);
+}
+
+TEST_F(PluginObject, LeavesNoLockHeldAfterCollecting) {
+  Collect();
+  for (const HostKit::LockView& lock : HostKit::Locks()) {
+    EXPECT_EQ(lock.depth, 0U) << lock.ordinal;
+  }
+}
+
+TEST_F(PluginObject, HandsOverNothingWhenTheQueueCannotBeLocked) {
+  QueueTwoFailures();
+  HostKit::FailLockWait(EVENTS_LOCK, 1);
+  EXPECT_THAT(Collect(), IsEmpty());
+  EXPECT_THAT(
+      m_Host.LeveledTraces(),
+      ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
+                  "2 ENTER ExecutePluginOperation()", "2 ENTER GetEvents()",
+                  "8 Before m_EventsLock.Wait(INFINITE)", "8 After m_EventsLock.Wait(INFINITE)",
+                  "2 LEAVE ExecutePluginOperation() -> 0"));
+  EXPECT_THAT(Collect(), ElementsAre(10981U, 10982U));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,100 @@
+// The poll interval in the ini file, as the plug-in object shows it.
+
+#include <gmock/gmock.h>
+
+#include "tests/plugin/ScanView.h"
+
+namespace CorvaneTest {
+namespace {
+
+struct IniCase {
+  const char* name;
+  const char* ini;
+  const char* seconds;
+};
+
+void PrintTo(const IniCase& each, std::ostream* stream) {
+  *stream << each.name;
+}
+
+class PollIntervalConfig : public testing::TestWithParam<IniCase> {};
+
+TEST_P(PollIntervalConfig, IsShownByThePluginObject) {
+  SimulatedHost host;
+  host.AddCard();
+  host.WriteIni(GetParam().ini);
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), GetParam().seconds);
+}
+
+constexpr IniCase INI_CASES[] = {
+    // name, ini text, seconds
+    {"EmptyFile", "", "15"},
+    {"OtherKeyAlone", "PollTime=30\n", "15"},
+    {"KeyInASection", "[Corvane]\nPollInterval=30\n", "15"},
+    {"NoIniFile", "PollInterval\n", "15"},
+    {"EmptyValue", "PollInterval=\n", "15"},
+    {"BlankValue", "PollInterval=   \n", "15"},
+    {"Word", "PollInterval=abc\n", "15"},
+    {"UnitBehindTheNumber", "PollInterval=15x\n", "15"},
+    {"UnitBehindAnotherNumber", "PollInterval=30x\n", "15"},
+    {"TwoNumbers", "PollInterval=30 40\n", "15"},
+    {"Fraction", "PollInterval=30.5\n", "15"},
+    {"Hexadecimal", "PollInterval=0x20\n", "15"},
+    {"BeyondThirtyTwoBits", "PollInterval=4294967296\n", "15"},
+    {"Zero", "PollInterval=0\n", "2"},
+    {"One", "PollInterval=1\n", "2"},
+    {"Least", "PollInterval=2\n", "2"},
+    {"OverLeast", "PollInterval=3\n", "3"},
+    {"Default", "PollInterval=15\n", "15"},
+    {"OctalLookIsDecimal", "PollInterval=010\n", "10"},
+    {"BlanksAround", "PollInterval =  60  \n", "60"},
+    {"BesideOtherKeys", "Colour=green\nPollInterval=60\nSize=3\n", "60"},
+    {"UnderMost", "PollInterval=254\n", "254"},
+    {"Most", "PollInterval=255\n", "255"},
+    {"OverMost", "PollInterval=256\n", "255"},
+    {"ThreeHundred", "PollInterval=300\n", "255"},
+    {"LargestNumber", "PollInterval=4294967295\n", "255"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Ini, PollIntervalConfig, testing::ValuesIn(INI_CASES),
+                         [](const auto& each) { return each.param.name; });
+
+TEST(PollIntervalFile, IsFifteenSecondsWithoutAFile) {
+  SimulatedHost host;
+  host.AddCard();
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
+}
+
+TEST(PollIntervalFile, IsReadWhenThePluginIsMadeAndNotAtInitialize) {
+  SimulatedHost host;
+  host.AddCard();
+  host.WriteIni("PollInterval=30\n");
+  ASSERT_EQ(host.Create(), 0U);
+  host.WriteIni("PollInterval=40\n");
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "30");
+}
+
+TEST(PollIntervalFile, IsOnlyRead) {
+  SimulatedHost host;
+  host.AddCard();
+  host.WriteIni("PollInterval=300\n");
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(host.ReadIni(), "PollInterval=300\n");
+}
+
+TEST(PollIntervalFile, OfAnEarlierPluginIsNotRemembered) {
+  SimulatedHost host;
+  host.AddCard();
+  host.WriteIni("PollInterval=30\n");
+  ASSERT_EQ(host.Create(), 0U);
+  host.Release();
+  host.WriteIni("");
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,237 @@
+// An adapter's status and its reasons, from the card's three status masks.
+
+#include <gmock/gmock.h>
+
+#include <map>
+
+#include "tests/plugin/ScanView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace Property = PI::Property;
+
+// The cards of these tests are attached, which is the last reason of each.
+struct BitCase {
+  const char* mask;
+  unsigned int bit;
+  const char* status;
+  const char* reasons;
+};
+
+void PrintTo(const BitCase& each, std::ostream* stream) {
+  *stream << each.mask << " bit " << each.bit;
+}
+
+constexpr BitCase BIT_CASES[] = {
+    // mask, bit, status, reasons
+    {"current_errors", 0, "FAILED", "INTERNAL_ERROR ATTACHED"},
+    {"current_errors", 1, "FAILED", "INCOMPATIBLE_PCI_BANDWIDTH ATTACHED"},
+    {"current_errors", 2, "FAILED", "PARTIAL_WRITE_THROTTLING ATTACHED"},
+    {"current_errors", 3, "FAILED", "COMPLETE_WRITE_THROTTLING ATTACHED"},
+    {"current_errors", 4, "FAILED", "TEMPERATURE_NEAR_ERROR ATTACHED"},
+    {"current_errors", 5, "FAILED", "TEMPERATURE_ABOVE_ERROR ATTACHED"},
+    {"current_errors", 6, "FAILED", "INTERNAL_VOLTAGE_OUT_OF_RANGE ATTACHED"},
+    {"current_errors", 7, "FAILED", "AUXILIARY_VOLTAGE_OUT_OF_RANGE ATTACHED"},
+    {"current_errors", 8, "FAILED", "FLASHBACK ATTACHED"},
+    {"current_errors", 9, "FAILED", "NONCORRECTABLE_PCI_ERRORS ATTACHED"},
+    {"current_errors", 10, "FAILED", "ATTACHED"},
+    {"current_errors", 31, "FAILED", "ATTACHED"},
+    {"current_errors", 32, "FAILED", "ATTACHED"},
+    {"current_errors", 63, "FAILED", "ATTACHED"},
+    {"current_warnings", 0, "WARNING", "TEMPERATURE_ABOVE_WARN ATTACHED"},
+    {"current_warnings", 1, "WARNING", "NEAR_WEARING_OUT ATTACHED"},
+    {"current_warnings", 2, "WARNING", "NONOPTIMAL_PCI_BANDWIDTH ATTACHED"},
+    {"current_warnings", 3, "WARNING", "CORRECTABLE_PCI_ERRORS ATTACHED"},
+    {"current_warnings", 4, "WARNING", "NO_POWERLOSS_PROTECTION ATTACHED"},
+    {"current_warnings", 5, "WARNING", "POWER_WRITE_REGULATION ATTACHED"},
+    {"current_warnings", 6, "WARNING", "TEMPERATURE_WRITE_REGULATION ATTACHED"},
+    {"current_warnings", 7, "WARNING", "LIFESPAN_WRITE_REGULATION ATTACHED"},
+    {"current_warnings", 8, "WARNING", "MINIMAL ATTACHED"},
+    {"current_warnings", 9, "OK", "ATTACHED"},  // never looked at
+    {"current_warnings", 10, "WARNING", "LEB_MAP_MISSING ATTACHED"},
+    {"current_warnings", 11, "WARNING", "UPDATE_IN_PROGRESS ATTACHED"},
+    {"current_warnings", 12, "WARNING", "RESERVES_DEPLETED ATTACHED"},
+    {"current_warnings", 13, "WARNING", "ATTACHED"},
+    {"current_warnings", 41, "WARNING", "ATTACHED"},
+    {"current_warnings", 63, "WARNING", "ATTACHED"},
+    {"current_info", 0, "OK", "ATTACHED"},  // never looked at
+    {"current_info", 1, "OK", "UNACTIVATED_FIRMWARE ATTACHED"},
+    {"current_info", 2, "OK", "ATTACHED"},
+    {"current_info", 63, "OK", "ATTACHED"},
+};
+
+class ScanStatusBit : public testing::TestWithParam<BitCase> {};
+
+TEST_P(ScanStatusBit, DecidesStatusAndReason) {
+  ScannedCard card;
+  card.Set(GetParam().mask, std::to_string(std::uint64_t{1} << GetParam().bit));
+  ASSERT_EQ(card.Scan(), 0U);
+  EXPECT_EQ(card.Adapter(Property::STATUS), GetParam().status);
+  EXPECT_EQ(card.Adapter(Property::ADDITIONAL_STATUS), GetParam().reasons);
+  EXPECT_EQ(card.Drive(Property::STATUS),
+            GetParam().status == std::string("FAILED") ? "FAILED" : "AVAILABLE");
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, ScanStatusBit, testing::ValuesIn(BIT_CASES), [](const auto& each) {
+  return std::string(each.param.mask) + "_" + std::to_string(each.param.bit);
+});
+
+struct MaskCase {
+  const char* name;
+  const char* errors;  // or null: the card has no such mask
+  const char* warnings;
+  const char* info;
+  const char* status;
+  const char* reasons;
+};
+
+TEST(ScanStatus, TakesReasonsOfErrorsOrWarningsAndThenOfInformation) {
+  const MaskCase cases[] = {
+      // name, errors, warnings, info, status, reasons
+      {"none", "0", "0", "0", "OK", "ATTACHED"},
+      {"no masks", nullptr, nullptr, nullptr, "OK", "ATTACHED"},
+      {"two errors", "0x101", "0", "0", "FAILED", "INTERNAL_ERROR FLASHBACK ATTACHED"},
+      {"errors hide warnings", "0x100", "0x1", "0", "FAILED", "FLASHBACK ATTACHED"},
+      {"nameless errors hide warnings", "0x400", "0x1", "0", "FAILED", "ATTACHED"},
+      {"errors and information", "0x100", "0x1", "0x2", "FAILED",
+       "FLASHBACK UNACTIVATED_FIRMWARE ATTACHED"},
+      {"warnings and information", "0", "0x1001", "0x2", "WARNING",
+       "TEMPERATURE_ABOVE_WARN RESERVES_DEPLETED UNACTIVATED_FIRMWARE ATTACHED"},
+      {"warnings without an error mask", nullptr, "0x1", "0", "WARNING",
+       "TEMPERATURE_ABOVE_WARN ATTACHED"},
+      {"ignored bits alone", "0", "0x200", "0x1", "OK", "ATTACHED"},
+      {"ignored bits beside others", "0", "0x201", "0x3", "WARNING",
+       "TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED"},
+      {"all errors", "0xFFFFFFFFFFFFFFFF", "0", "0", "FAILED",
+       "INTERNAL_ERROR INCOMPATIBLE_PCI_BANDWIDTH PARTIAL_WRITE_THROTTLING "
+       "COMPLETE_WRITE_THROTTLING TEMPERATURE_NEAR_ERROR TEMPERATURE_ABOVE_ERROR "
+       "INTERNAL_VOLTAGE_OUT_OF_RANGE AUXILIARY_VOLTAGE_OUT_OF_RANGE FLASHBACK "
+       "NONCORRECTABLE_PCI_ERRORS ATTACHED"},
+      {"all warnings", "0", "0xFFFFFFFFFFFFFFFF", "0xFFFFFFFFFFFFFFFF", "WARNING",
+       "TEMPERATURE_ABOVE_WARN NEAR_WEARING_OUT NONOPTIMAL_PCI_BANDWIDTH CORRECTABLE_PCI_ERRORS "
+       "NO_POWERLOSS_PROTECTION POWER_WRITE_REGULATION TEMPERATURE_WRITE_REGULATION "
+       "LIFESPAN_WRITE_REGULATION MINIMAL LEB_MAP_MISSING UPDATE_IN_PROGRESS RESERVES_DEPLETED "
+       "UNACTIVATED_FIRMWARE ATTACHED"},
+  };
+  for (const MaskCase& each : cases) {
+    SCOPED_TRACE(each.name);
+    ScannedCard card;
+    const auto give = [&](const char* mask, const char* value) {
+      value == nullptr ? card.Without(mask) : card.Set(mask, value);
+    };
+    give("current_errors", each.errors);
+    give("current_warnings", each.warnings);
+    give("current_info", each.info);
+    ASSERT_EQ(card.Scan(), 0U);
+    EXPECT_EQ(card.Adapter(Property::STATUS), each.status);
+    EXPECT_EQ(card.Adapter(Property::ADDITIONAL_STATUS), each.reasons);
+  }
+}
+
+// Masks that change while they are sampled. The hook runs before the call, so that the sample with
+// that number, counted from 1, is the first to see the new value.
+class ScanFlicker : public testing::Test {
+ protected:
+  void ChangeAt(const std::string& mask, unsigned int sample, const std::string& value) {
+    m_Changes.push_back({"vsl_" + mask, sample, mask, value});
+    CardSim::SetHook([this](const CardSim::Call& call) {
+      const unsigned int count = ++m_Calls[call.function];
+      for (const Change& change : m_Changes) {
+        if (change.function != call.function || change.sample != count) continue;
+        m_Card.Set(change.mask, change.value);
+      }
+    });
+  }
+
+  std::string Status() {
+    return m_Card.Adapter(Property::STATUS) + ": " + m_Card.Adapter(Property::ADDITIONAL_STATUS);
+  }
+
+  struct Change {
+    std::string function;
+    unsigned int sample;
+    std::string mask;
+    std::string value;
+  };
+  std::vector<Change> m_Changes;
+  std::map<std::string, unsigned int> m_Calls;
+  ScannedCard m_Card;
+};
+
+TEST_F(ScanFlicker, OfOneSampleKeepsTheValueFromBefore) {
+  m_Card.Set("current_errors", "0x1");
+  ChangeAt("current_errors", 3, "0x3");
+  ChangeAt("current_errors", 4, "0x1");
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Status(), "OK: ATTACHED");
+}
+
+TEST_F(ScanFlicker, OfTheFirstSampleKeepsTheValueFromBefore) {
+  m_Card.Set("current_warnings", "0x1");
+  ChangeAt("current_warnings", 2, "0x2");
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Status(), "OK: ATTACHED");
+}
+
+TEST_F(ScanFlicker, OfTheLastSampleKeepsTheValueFromBefore) {
+  m_Card.Set("current_info", "0x2");
+  ChangeAt("current_info", 5, "0x0");
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Status(), "OK: ATTACHED");
+}
+
+TEST_F(ScanFlicker, BeforeTheFirstSampleIsNone) {
+  m_Card.Set("current_errors", "0x1");
+  ChangeAt("current_errors", 1, "0x100");
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Status(), "FAILED: FLASHBACK ATTACHED");
+}
+
+TEST_F(ScanFlicker, OfOneMaskLeavesTheOthers) {
+  m_Card.Set("current_errors", "0x1").Set("current_warnings", "0x1").Set("current_info", "0x2");
+  ChangeAt("current_errors", 5, "0x2");
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Status(), "WARNING: TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED");
+}
+
+TEST_F(ScanFlicker, OfIgnoredBitsIsNone) {
+  m_Card.Set("current_warnings", "0x1").Set("current_info", "0x2");
+  ChangeAt("current_warnings", 3, "0x201");
+  ChangeAt("current_info", 3, "0x3");
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Status(), "WARNING: TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED");
+}
+
+TEST_F(ScanFlicker, OfTheSameBitsAmongTheErrorsIsOne) {
+  m_Card.Set("current_errors", "0x2");
+  ChangeAt("current_errors", 3, "0x202");
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Status(), "OK: ATTACHED");
+}
+
+TEST(ScanSamples, AreTakenAMillisecondApart) {
+  ScannedCard card;
+  std::vector<unsigned long> moments;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function.rfind("vsl_current_", 0) == 0) moments.push_back(MBX::Misc::now());
+  });
+  ASSERT_EQ(card.Scan(), 0U);
+  ASSERT_EQ(moments.size(), 15U);
+  for (unsigned long& moment : moments) moment -= 1767225601000;  // the second start
+  EXPECT_THAT(moments, ElementsAre(0, 1, 2, 3, 4, 4, 5, 6, 7, 8, 8, 9, 10, 11, 12));
+}
+
+TEST(ScanSamples, AreNotTakenOfAMissingMask) {
+  ScannedCard card;
+  card.Without("current_warnings");
+  EXPECT_EQ(MsOf([&] { ASSERT_EQ(card.Scan(), 0U); }), 1008U);
+  EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_current_warnings"), IsEmpty());
+  EXPECT_EQ(Count(card.Host().Calls(), "vsl_current_info card#1"), 5);
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,151 @@
+// One or more simulated cards, brought in by the plug-in's first scan, and what the host then reads
+// of them as short texts.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/Toolkit.h"
+#include "hostkit/Scheduler.h"
+#include "hostkit/Texts.h"
+#include "hostkit/Tracing.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+
+inline std::string NamesOf(const std::vector<std::int32_t>& values) {
+  std::string names;
+  for (const std::int32_t value : values) {
+    const auto number = static_cast<std::uint32_t>(value);
+    names += (names.empty() ? "" : " ") + HostKit::NameOf(HostKit::Family::Value, number);
+  }
+  return names;
+}
+
+// The value alone: a text as it is, choices by their names, numbers in decimal.
+inline std::string ValueOf(const PI::CProperty& property) {
+  std::ostringstream text;
+  switch (property.m_ValueType) {
+    case PI::VALUE_TYPE_STRING:
+      return property.m_Value.m_String.m_Text;
+    case PI::VALUE_TYPE_BOOL:
+      return property.m_Value.m_Bool ? "true" : "false";
+    case PI::VALUE_TYPE_CHOICE:
+      return NamesOf({property.m_Value.m_Choice.m_Value});
+    case PI::VALUE_TYPE_MULTI_CHOICE:
+      return NamesOf(property.m_Value.m_MultiValue.m_Values);
+    case PI::VALUE_TYPE_NUMBER:
+      return std::to_string(property.m_Value.m_Number);
+    case PI::VALUE_TYPE_RANGE:
+      return std::to_string(property.m_Value.m_Integer);
+    case PI::VALUE_TYPE_FLOAT:
+      text << property.m_Value.m_Float;
+      return text.str();
+    default:
+      return "no value";
+  }
+}
+
+// The value of one property as the whole listing has it, or "absent".
+inline std::string Shown(SimulatedHost& host, std::uint64_t object, PI::_PROPERTY_ID id) {
+  for (const PI::CProperty& property : host.Properties(object)) {
+    if (property.m_PropertyID == id) return ValueOf(property);
+  }
+  return "absent";
+}
+
+// A host with one card of its own, which a test dresses before the scan.
+class ScannedCard {
+ public:
+  explicit ScannedCard(std::uint16_t deviceId = 0x1003) : m_Card(m_Host.AddCard(deviceId)) {}
+
+  SimulatedHost& Host() { return m_Host; }
+  const std::string& Name() const { return m_Card; }
+
+  ScannedCard& Set(const std::string& attribute, const std::string& value) {
+    m_Host.Cards().Set(m_Card, attribute, value);
+    return *this;
+  }
+  ScannedCard& Without(const std::string& attribute) {
+    m_Host.Cards().MakeAbsent(m_Card, attribute);
+    return *this;
+  }
+
+  // Result of `Initialize`. Calls and traces are those of this command.
+  unsigned int Scan() {
+    m_Host.ForgetTraces();
+    return m_Host.Initialize();
+  }
+
+  std::string Adapter(PI::_PROPERTY_ID id) { return Shown(m_Host, m_Host.AdapterId(0), id); }
+  std::string Drive(PI::_PROPERTY_ID id) { return Shown(m_Host, m_Host.DriveId(0), id); }
+
+ private:
+  SimulatedHost m_Host;
+  std::string m_Card;
+};
+
+using Lines = std::vector<std::string>;
+
+// How often `line` stands in `lines`.
+inline int Count(const Lines& lines, const std::string& line) {
+  int count = 0;
+  for (const std::string& each : lines) count += each == line ? 1 : 0;
+  return count;
+}
+
+// The lines that begin with `begin`.
+inline Lines Beginning(const Lines& lines, const std::string& begin) {
+  Lines found;
+  for (const std::string& line : lines) {
+    if (line.rfind(begin, 0) == 0) found.push_back(line);
+  }
+  return found;
+}
+
+// Trace lines as "level text".
+inline Lines LeveledTraces(const SimulatedHost& host) {
+  Lines lines;
+  for (const HostKit::TraceLine& line : host.TraceLines()) {
+    lines.push_back(std::to_string(line.level) + " " + line.text);
+  }
+  return lines;
+}
+
+// Calls, open handles and misuse up to the end of the first scan, before anything is made of it.
+struct ScanLog {
+  Lines calls;
+  Lines handles;
+  Lines misuse;
+};
+
+inline ScanLog LogOf(SimulatedHost& host) {
+  ScanLog log;
+  HostKit::SetTraceSink([&log](const HostKit::TraceLine& line) {
+    if (line.text != "LEAVE ScanSystem() -> 0") return;
+    log = {CardSim::CallTexts(), CardSim::OpenHandles(), CardSim::Misuse()};
+  });
+  EXPECT_EQ(host.Initialize(), 0U);
+  HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
+  return log;
+}
+
+// In virtual time.
+inline void SleepMs(unsigned int milliseconds) {
+  HostKit::SleepUntilNs(HostKit::SteadyNowNs() + std::int64_t{milliseconds} * 1000000);
+}
+
+// Virtual time that `action` takes, in milliseconds.
+template <class Action>
+unsigned long MsOf(Action action) {
+  const unsigned long begin = MBX::Misc::now();
+  action();
+  return MBX::Misc::now() - begin;
+}
+
+}  // namespace CorvaneTest

@@ -1,0 +1,206 @@
+// The second command: the host's numbers become the adapters' names.
+
+#include <gmock/gmock.h>
+
+#include <utility>
+
+#include "tests/plugin/ScanView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// An entry for the first simulated card, which sits at 0000:03:00.0.
+PI::CAdapterID Entry(std::int32_t number) {
+  PI::CAdapterID id;
+  id.m_Segment = 0;
+  id.m_Bus = 3;
+  id.m_Device = 0;
+  id.m_Function = 0;
+  id.m_GlobalNumber = number;
+  return id;
+}
+
+class SetAdapterIDs : public testing::Test {
+ protected:
+  unsigned int Give(std::vector<PI::CAdapterID> ids) {
+    return m_Card.Host().Execute(PI::CMD_SET_ADAPTER_IDS, 0, &ids);
+  }
+  std::string Name() { return m_Card.Adapter(PI::Property::NAME); }
+
+  ScannedCard m_Card;
+};
+
+TEST_F(SetAdapterIDs, NamesAreEmptyBeforeIt) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Name(), "");
+}
+
+TEST_F(SetAdapterIDs, NamesTheAdapterByBoardAndNumber) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({Entry(7)}), 0U);
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
+}
+
+TEST_F(SetAdapterIDs, WithNothingLeavesTheNames) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({}), 0U);
+  EXPECT_EQ(Name(), "");
+}
+
+TEST_F(SetAdapterIDs, WithoutANumberKeepsTheNameOfAnEarlierCall) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({Entry(7)}), 0U);
+  EXPECT_EQ(Give({Entry(-1)}), 0U);
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
+}
+
+TEST_F(SetAdapterIDs, PassesOverEntriesOfOtherAddresses) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  std::vector<PI::CAdapterID> others(4, Entry(7));
+  others[0].m_Segment = 1;
+  others[1].m_Bus = 4;
+  others[2].m_Device = 1;
+  others[3].m_Function = 1;
+  EXPECT_EQ(Give(others), 0U);
+  EXPECT_EQ(Name(), "");
+}
+
+TEST_F(SetAdapterIDs, LooksAtNeitherNameNorAdapterNumberOfAnEntry) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  PI::CAdapterID id = Entry(7);
+  id.m_Name = "somebody";
+  id.m_AdapterNumber = 99;
+  EXPECT_EQ(Give({id}), 0U);
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
+}
+
+TEST_F(SetAdapterIDs, TheFirstEntryWithANumberCounts) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({Entry(-1), Entry(5), Entry(6)}), 0U);
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
+}
+
+TEST_F(SetAdapterIDs, ASecondCallAddsBehindTheFirst) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({Entry(5)}), 0U);
+  EXPECT_EQ(Give({Entry(6)}), 0U);
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
+}
+
+TEST_F(SetAdapterIDs, ASecondCallNamesWhatTheFirstLeft) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({Entry(-1)}), 0U);
+  EXPECT_EQ(Give({Entry(6)}), 0U);
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (6)");
+}
+
+TEST_F(SetAdapterIDs, EachAdapterGetsItsOwnNumber) {
+  m_Card.Host().AddCard(0x1006);
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  std::vector<PI::CAdapterID> ids = {Entry(11), Entry(10)};
+  ids[0].m_Bus = 4;
+  EXPECT_EQ(Give(ids), 0U);
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (10)");
+  EXPECT_EQ(Shown(m_Card.Host(), m_Card.Host().AdapterId(1), PI::Property::NAME),
+            "SanDisk Flash Adapter 1.3TB (11)");
+}
+
+TEST(SetAdapterIDsByNumber, TakesEveryNumberButMinusOne) {
+  const std::pair<std::int32_t, const char*> cases[] = {
+      {0, "SanDisk Flash Adapter 785GB (0)"},
+      {2147483647, "SanDisk Flash Adapter 785GB (2147483647)"},
+      {-2, "SanDisk Flash Adapter 785GB (-2)"},
+      {-1, ""},
+  };
+  for (const auto& [number, name] : cases) {
+    ScannedCard card;
+    ASSERT_EQ(card.Scan(), 0U);
+    std::vector<PI::CAdapterID> ids = {Entry(number)};
+    EXPECT_EQ(card.Host().Execute(PI::CMD_SET_ADAPTER_IDS, 0, &ids), 0U);
+    EXPECT_EQ(card.Adapter(PI::Property::NAME), name);
+  }
+}
+
+struct ModelCase {
+  std::uint16_t deviceId;
+  const char* board;
+  const char* name;
+};
+
+TEST(SetAdapterIDsByModel, AMoltIsNamedByItsModelAlone) {
+  const ModelCase cases[] = {
+      // device, board name, adapter's name
+      {0x3001, "Board", "MOLT EP PX600 (4)"},
+      {0x3002, "Board", "MOLT EP PX600 (4)"},
+      {0x1003, "Board", "SanDisk Board (4)"},
+      {0x1003, "MOLT", "MOLT (4)"},
+      {0x1003, "A MOLTEN Board", "A MOLTEN Board (4)"},
+      {0x1003, "Molt Board", "SanDisk Molt Board (4)"},
+      {0x1003, "MOL T", "SanDisk MOL T (4)"},
+      {0x1003, "100% %d %s", "SanDisk 100% %d %s (4)"},
+  };
+  for (const ModelCase& each : cases) {
+    ScannedCard card(each.deviceId);
+    card.Set("board_name", each.board);
+    ASSERT_EQ(card.Scan(), 0U);
+    std::vector<PI::CAdapterID> ids = {Entry(4)};
+    EXPECT_EQ(card.Host().Execute(PI::CMD_SET_ADAPTER_IDS, 0, &ids), 0U);
+    EXPECT_EQ(card.Adapter(PI::Property::NAME), each.name);
+  }
+}
+
+// No family, so neither board name nor a segment: its address is compared in 32 bits.
+TEST(SetAdapterIDsByModel, ACardOfNoFamilyIsFoundByASegmentOfAllOnes) {
+  ScannedCard card;
+  const std::string stranger = card.Host().AddCard(0x1001);
+  card.Host().Cards().MakeAbsent(stranger, "pci_domain");
+  ASSERT_EQ(card.Scan(), 0U);
+  ASSERT_EQ(card.Host().m_AdapterIDs.size(), 2U);
+  EXPECT_EQ(card.Host().m_AdapterIDs[1].m_Segment, 0xFFFFFFFFU);
+  ASSERT_EQ(card.Host().GiveNumbers(), 0U);
+  EXPECT_EQ(Shown(card.Host(), card.Host().AdapterId(1), PI::Property::NAME), "SanDisk  (2)");
+}
+
+TEST_F(SetAdapterIDs, LeavesTheHostsListAndTheDrivesNameAlone) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  const std::string drive = m_Card.Drive(PI::Property::NAME);
+  std::vector<PI::CAdapterID> ids = {Entry(7), Entry(8)};
+  EXPECT_EQ(m_Card.Host().Execute(PI::CMD_SET_ADAPTER_IDS, 0, &ids), 0U);
+  ASSERT_EQ(ids.size(), 2U);
+  EXPECT_EQ(ids[0].m_Name, "");
+  EXPECT_EQ(ids[0].m_GlobalNumber, 7);
+  EXPECT_EQ(m_Card.Drive(PI::Property::NAME), drive);
+}
+
+TEST_F(SetAdapterIDs, CountsAsNoChange) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({Entry(7)}), 0U);
+  for (const PI::CObject& object : m_Card.Host().Topology()) EXPECT_EQ(object.m_ChangeCount, 0U);
+}
+
+TEST_F(SetAdapterIDs, TakesNoLockAndAsksNoCard) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  m_Card.Host().ForgetCalls();
+  m_Card.Host().ForgetTraces();
+  EXPECT_EQ(Give({Entry(7)}), 0U);
+  EXPECT_THAT(m_Card.Host().Calls(), IsEmpty());
+  EXPECT_THAT(Beginning(m_Card.Host().Traces(8), "Before m_DataLock"), IsEmpty());
+}
+
+TEST_F(SetAdapterIDs, TheNamesAreThoseOfTheTree) {
+  ASSERT_EQ(m_Card.Host().Start(), 0U);
+  Lines names;
+  for (const PI::CObject& object : m_Card.Host().Topology()) {
+    for (const PI::CProperty& property : object.m_Properties) {
+      if (property.m_PropertyID == PI::Property::NAME) names.push_back(ValueOf(property));
+    }
+  }
+  EXPECT_THAT(names, ElementsAre("SanDisk-Plugin", "SanDisk Flash Adapter 785GB (1)",
+                                 "Flash Adapter G2 (0)"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,237 @@
+// The tree that the host gets.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "hostkit/Inspect.h"
+#include "hostkit/Scheduler.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+std::vector<std::string> Tree(SimulatedHost& host) {
+  std::vector<std::string> tree;
+  for (const PI::CObject& object : host.Topology()) tree.push_back(Render(object));
+  return tree;
+}
+
+std::vector<std::uint32_t> OperationsOf(const PI::CObject& object) {
+  std::vector<std::uint32_t> numbers;
+  for (const PI::COperation& operation : object.m_Operations) {
+    numbers.push_back(operation.m_OperationID);
+  }
+  return numbers;
+}
+
+TEST(Topology, ShowsThePluginThenAdaptersThenDrives) {
+  SimulatedHost host;
+  host.AddCard();
+  host.AddCard(0x3001);
+  ASSERT_EQ(host.Start(), 0U);
+  EXPECT_THAT(Tree(host),
+              ElementsAre("object 0130000000000000 type 19006 parents children 0130000000000001 "
+                          "0130000000000003",
+                          "object 0130000000000001 type 19038 parents 0130000000000000 children "
+                          "0130000000000002",
+                          "object 0130000000000003 type 19038 parents 0130000000000000 children "
+                          "0130000000000004",
+                          "object 0130000000000002 type 19018 parents 0130000000000001 children",
+                          "object 0130000000000004 type 19018 parents 0130000000000003 children"));
+}
+
+// A card that cannot be named at the start has no objects, and those behind it keep their order.
+TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
+  SimulatedHost host;
+  for (int i = 0; i < 3; ++i) host.AddCard();
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "not today");
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_THAT(Tree(host),
+              ElementsAre("object 0130000000000000 type 19006 parents children 0130000000000001 "
+                          "0130000000000003",
+                          "object 0130000000000001 type 19038 parents 0130000000000000 children "
+                          "0130000000000002",
+                          "object 0130000000000003 type 19038 parents 0130000000000000 children "
+                          "0130000000000004",
+                          "object 0130000000000002 type 19018 parents 0130000000000001 children",
+                          "object 0130000000000004 type 19018 parents 0130000000000003 children"));
+  PI::CProperty number(PI::Property::UNDEFINED, false);
+  EXPECT_EQ(host.Property(0x0130000000000003, 30120, number), 0U);
+  EXPECT_EQ(Render(number), "ADAPTER_NUMBER = 2 (label ID, sort 23003)");
+}
+
+TEST(Topology, ShowsThePluginAloneAfterAStartWithoutAScan) {
+  SimulatedHost host;
+  host.AddCard();
+  CardSim::FailCall("vsl_open", 1, 5, "not today");
+  ASSERT_EQ(host.Initialize(), 20001U);
+  EXPECT_THAT(Tree(host), ElementsAre("object 0130000000000000 type 19006 parents children"));
+}
+
+// A re-scan comes with every poll interval, 15 s.
+TEST(Topology, ShowsThePluginAloneWhenTheLastCardHasGone) {
+  OneCard host;
+  ASSERT_EQ(host.Start(), 0U);
+  host.Cards().RemoveCard(host.Card());
+  HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 40'000'000'000);
+  EXPECT_THAT(Tree(host), ElementsAre("object 0130000000000000 type 19006 parents children"));
+}
+
+class TopologyOfOneCard : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Host.Watch();
+  }
+
+  OneCard m_Host{{{"reserve_space_pct", "98.0"},
+                  {"total_physical_bytes_read", "1024"},
+                  {"total_physical_bytes_written", "2048"},
+                  {"rated_endurance_tbytes", "100"}}};
+};
+
+TEST_F(TopologyOfOneCard, CarriesThePropertiesThatEachObjectHasByItself) {
+  for (const PI::CObject& object : m_Host.Topology()) {
+    EXPECT_FALSE(object.m_Properties.empty()) << object.m_ID;
+    EXPECT_THAT(Rendered(object.m_Properties), ElementsAreArray(m_Host.Rows(object.m_ID)));
+  }
+}
+
+TEST_F(TopologyOfOneCard, CarriesTheOperationsOfEachObject) {
+  const std::vector<PI::CObject> objects = m_Host.Topology();
+  ASSERT_EQ(objects.size(), 3U);
+  EXPECT_THAT(OperationsOf(objects[0]), ElementsAre(50002U));
+  EXPECT_THAT(OperationsOf(objects[1]), ElementsAre(50034U, 50035U, 50126U, 50127U));
+  EXPECT_THAT(OperationsOf(objects[2]), IsEmpty());
+}
+
+// What is filled is the host's copy: the next one is no longer, and nothing of it comes back.
+TEST_F(TopologyOfOneCard, IsTheSameAtEachRequest) {
+  std::vector<PI::CObject> first = m_Host.Topology();
+  for (PI::CObject& object : first) {
+    object.m_Children.push_back(7);
+    object.m_Properties.clear();
+  }
+  const std::vector<PI::CObject> second = m_Host.Topology();
+  ASSERT_EQ(second.size(), 3U);
+  EXPECT_EQ(second[0].m_Properties.size(), 6U);
+  EXPECT_EQ(second[0].m_Operations.size(), 1U);
+  EXPECT_EQ(second[2].m_Properties.size(), 13U);
+  EXPECT_THAT(second[2].m_Children, IsEmpty());
+}
+
+TEST_F(TopologyOfOneCard, EmptiesWhatTheHostsListHeld) {
+  std::vector<PI::CObject> objects(5);
+  for (PI::CObject& object : objects) object.m_ID = 99;
+  EXPECT_EQ(m_Host.Execute(4, 0, &objects), 0U);
+  ASSERT_EQ(objects.size(), 3U);
+  for (const PI::CObject& object : objects) EXPECT_NE(object.m_ID, 99U);
+}
+
+// The object id of the request means nothing here.
+TEST_F(TopologyOfOneCard, IsWholeWhateverObjectIsNamed) {
+  for (const std::uint64_t id : {std::uint64_t{0}, OneCard::DRIVE, ~std::uint64_t{0}}) {
+    std::vector<PI::CObject> objects;
+    EXPECT_EQ(m_Host.Execute(4, id, &objects), 0U);
+    EXPECT_EQ(objects.size(), 3U);
+  }
+}
+
+// Reading one property counts as a change of its object; reading the tree does not.
+TEST_F(TopologyOfOneCard, CarriesTheChangeCounts) {
+  const auto counts = [this] {
+    std::vector<std::uint64_t> numbers;
+    for (const PI::CObject& object : m_Host.Topology()) numbers.push_back(object.m_ChangeCount);
+    return numbers;
+  };
+  EXPECT_THAT(counts(), ElementsAre(0U, 0U, 0U));
+  m_Host.Row(OneCard::ADAPTER, 30007);
+  m_Host.Row(OneCard::DRIVE, 30007);
+  m_Host.Row(OneCard::DRIVE, 30005);
+  m_Host.Row(OneCard::PLUGIN, 30007);
+  EXPECT_THAT(counts(), ElementsAre(1U, 1U, 2U));
+  EXPECT_THAT(counts(), ElementsAre(1U, 1U, 2U));
+}
+
+TEST_F(TopologyOfOneCard, ShowsNoObjectAsLocked) {
+  std::vector<bool> locked;
+  for (const PI::CObject& object : m_Host.Topology()) locked.push_back(object.m_Locked);
+  EXPECT_THAT(locked, ElementsAre(false, false, false));
+}
+
+TEST_F(TopologyOfOneCard, TracesEachObject) {
+  m_Host.Topology();
+  EXPECT_THAT(m_Host.LeveledTraces(),
+              ElementsAre("2 ENTER GetTopology", "8 Before m_DataLock.Wait (sg)",
+                          "8 After m_DataLock.Wait (sg)", "2 ENTER AdapterGetProperties (0)",
+                          "16 GetAdapterProperties, vsl_has_reserve_space_pct = 98",
+                          "16 GetAdapterProperties, vsl_has_reserve_status = 0",
+                          "16 GetAdapterProperties, vsl_has_total_physical_bytes_read = 1024",
+                          "16 GetAdapterProperties, vsl_has_total_physical_bytes_written = 2048",
+                          "16 GetAdapterProperties, vsl_has_rated_endurance_percent = 0",
+                          "2 LEAVE AdapterGetProperties -> 0",
+                          "4 GetTopology() Adapter m_ID=0x130000000000001",
+                          "4 GetTopology() m_Adapters = 1", "2 ENTER GetPhysicalDriveProperties()",
+                          "2 GetPhysicalDriveProperties() set status property of disk to 40099",
+                          "4 GetTopology() PhysicalDrive m_ID=0x130000000000002",
+                          "4 GetTopology() m_PhysicalDrives = 1", "2 LEAVE GetTopology"));
+}
+
+// The stored records answer; of the card only what is read live is asked.
+TEST_F(TopologyOfOneCard, ScansNothing) {
+  m_Host.Set({{"board_name", "Other Board"}, {"temp_internal_deg_c", "99.0"}});
+  m_Host.AddCard();
+  const std::vector<PI::CObject> objects = m_Host.Topology();
+  ASSERT_EQ(objects.size(), 3U);
+  const std::vector<std::string> rows = Rendered(objects[1].m_Properties);
+  EXPECT_THAT(rows, testing::Contains(R"(PRODUCT = "Flash Adapter 785GB" (sort 23102))"));
+  const std::vector<std::string> calls = m_Host.Calls();
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "vsl_open card#1"), 1);
+  EXPECT_THAT(calls, Each(testing::Not(testing::HasSubstr("vsl_iom_iterate"))));
+  EXPECT_THAT(calls, Each(testing::Not(testing::HasSubstr("temp_internal"))));
+}
+
+TEST_F(TopologyOfOneCard, IsWholeWhenTheCardCannotBeOpened) {
+  const std::size_t all = m_Host.Topology()[1].m_Properties.size();
+  m_Host.Watch();
+  CardSim::FailCall("vsl_open", 1, 5, "not today");
+  std::vector<PI::CObject> objects;
+  EXPECT_EQ(m_Host.Execute(4, 0, &objects), 0U);
+  ASSERT_EQ(objects.size(), 3U);
+  EXPECT_EQ(objects[1].m_Properties.size(), all - 6);
+  EXPECT_EQ(objects[1].m_Operations.size(), 4U);
+  EXPECT_EQ(objects[2].m_Properties.size(), 13U);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+}
+
+TEST_F(TopologyOfOneCard, LeavesNoLockHeld) {
+  m_Host.Topology();
+  for (const HostKit::LockView& lock : HostKit::Locks()) {
+    EXPECT_EQ(lock.depth, 0U) << lock.ordinal;
+  }
+}
+
+TEST(TopologyOfTwoCards, AsksOneCardAfterTheOther) {
+  OneCard host;
+  host.AddCard();
+  ASSERT_EQ(host.Initialize(), 0U);
+  host.Watch();
+  host.Topology();
+  std::vector<std::string> handles;
+  for (const CardSim::Call& call : CardSim::CallLog()) {
+    const bool isLife = call.function == "vsl_open" || call.function == "vsl_close" ||
+                        call.function == "vsl_destroy";
+    if (isLife) handles.push_back(call.text());
+  }
+  EXPECT_THAT(handles, ElementsAre("vsl_open card#1", "vsl_close card#1", "vsl_destroy card#1",
+                                   "vsl_open card#2", "vsl_close card#2", "vsl_destroy card#2"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,98 @@
+// A host around the plug-in for tests: simulated cards, virtual time, and the ten commands in the
+// words of a test.
+//
+// Each object lives in a folder of its own, with its own cards, PCI bus and configuration, and
+// brings the plug-in down at its end.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cardsim/cardsim.h"
+#include "host/PluginInterface.h"
+#include "hostkit/Scheduler.h"
+#include "hostkit/Tracing.h"
+
+namespace CorvaneTest {
+
+class SimulatedHost {
+ public:
+  // No cards, no configuration; every trace level is on and kept. `pickTime` chooses the form of
+  // time, before anything else is made.
+  explicit SimulatedHost(const std::function<void()>& pickTime = HostKit::UseVirtualTime);
+  ~SimulatedHost();
+  SimulatedHost(const SimulatedHost&) = delete;
+  SimulatedHost& operator=(const SimulatedHost&) = delete;
+
+  const std::filesystem::path& Folder() const { return m_Folder; }
+  std::filesystem::path IniFile() const { return m_Folder / "config" / "Corvane.ini"; }
+  void WriteIni(const std::string& text);
+  std::string ReadIni() const;
+
+  // The cards. `AddCard` also plugs the card into the simulated PCI bus.
+  CardSim::StateFile& Cards() { return m_Cards; }
+  std::string AddCard(std::uint16_t deviceId = 0x1003);
+  void RefreshPciBus();
+
+  // createIf; createIf and Initialize; both and SetAdapterIDs with numbers from 1. Result of the
+  // last command.
+  unsigned int Create();
+  unsigned int Initialize();
+  unsigned int Start();
+  // Gives each adapter that `Initialize` handed out the number 1, 2, ...
+  unsigned int GiveNumbers();
+  unsigned int DeInitialize();
+  void Release();
+
+  IPLUGINAPI* Plugin() { return m_pPlugin; }
+  unsigned int Execute(unsigned int command, std::uint64_t objectId, void* payload);
+
+  // What `Initialize` handed out.
+  std::vector<PI::CAdapterID> m_AdapterIDs;
+
+  std::vector<PI::CObject> Topology();
+  std::uint64_t PluginId();
+  std::uint64_t AdapterId(std::size_t index);
+  std::uint64_t DriveId(std::size_t index);
+  // The object as the last `Topology` call gives it; a default one when there is none.
+  PI::CObject ObjectOf(std::uint64_t id);
+
+  std::vector<PI::CProperty> Properties(std::uint64_t id);
+  // The result, and the property when it is 0.
+  unsigned int Property(std::uint64_t id, std::uint32_t propertyId, PI::CProperty& property);
+  unsigned int SetPollInterval(int value, int minimum = 2, int maximum = 255);
+  std::vector<PI::COperation> Operations(std::uint64_t id);
+  unsigned int Check(std::uint64_t id, std::uint32_t operationId);
+  unsigned int Run(std::uint64_t id, std::uint32_t operationId,
+                   std::vector<PI::CProperty> parameters = {});
+  std::vector<PI::CEvent> CollectEvents();
+
+  // Card-library calls since the last `ForgetCalls`.
+  std::vector<std::string> Calls() const { return CardSim::CallTexts(); }
+  void ForgetCalls() { CardSim::Reset(); }
+
+  // Texts of the trace lines kept so far, of one level or of all.
+  std::vector<std::string> Traces(unsigned int level = 0) const;
+  std::vector<HostKit::TraceLine> TraceLines() const;
+  // The lines of all levels in the mask, each behind its level: "16 ScanSystem, vsl_open = 5 (no)".
+  std::vector<std::string> LeveledTraces(unsigned int mask) const;
+  void ForgetTraces();
+
+ private:
+  std::filesystem::path m_Folder;
+  CardSim::StateFile m_Cards;
+  IPLUGINAPI* m_pPlugin = nullptr;
+  bool m_Initialized = false;
+};
+
+// "NAME = value" with what else differs from a property's defaults, such as
+// "PCI_BUS = 59 (label BUS, sort 23132)".
+std::string Render(const PI::CProperty& property);
+
+// "object 0130000000000001 type 19038 parents 0130000000000000 children 0130000000000002".
+std::string Render(const PI::CObject& object);
+
+}  // namespace CorvaneTest
