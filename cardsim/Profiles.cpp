@@ -1,7 +1,10 @@
 #include "cardsim/Profiles.h"
 
+#include <charconv>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
+#include <system_error>
 
 #include "cardsim/Suggest.h"
 #include "cardsim/cardsim.h"
@@ -179,6 +182,16 @@ void FillSlot(Card& card, std::uint64_t slot) {
   fill.Text(Attribute::serial_number, serial);
 }
 
+std::optional<std::uint16_t> ReadDeviceId(const std::string& text) {
+  const bool prefixed = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
+  const char* begin = text.data() + (prefixed ? 2 : 0);
+  const char* end = text.data() + text.size();
+  std::uint16_t id = 0;
+  const auto parsed = std::from_chars(begin, end, id, 16);
+  if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+  return id;
+}
+
 }  // namespace
 
 std::vector<std::string> ProfileNames() {
@@ -187,11 +200,12 @@ std::vector<std::string> ProfileNames() {
   return names;
 }
 
-std::uint16_t DeviceIdOfProfile(const std::string& name) {
+std::uint16_t DeviceIdOfKind(const std::string& kind) {
   for (const Profile& profile : kProfiles) {
-    if (name == profile.name) return profile.deviceId;
+    if (kind == profile.name) return profile.deviceId;
   }
-  throw NoSuchThing("no kind of card " + name + DidYouMean(name, ProfileNames()));
+  if (const auto id = ReadDeviceId(kind)) return *id;
+  throw NoSuchThing("no kind of card " + kind + DidYouMean(kind, ProfileNames()));
 }
 
 const Card& AddCard(State& state, std::uint16_t deviceId) {

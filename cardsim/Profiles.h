@@ -11,8 +11,9 @@ namespace CardSim {
 
 std::vector<std::string> ProfileNames();
 
-// The PCI device id of that kind of card. Throws `NoSuchThing`.
-std::uint16_t DeviceIdOfProfile(const std::string& profile);
+// The PCI device id of a kind of card: a profile's name, or the id itself, always hexadecimal, with
+// or without 0x. Throws `NoSuchThing`.
+std::uint16_t DeviceIdOfKind(const std::string& kind);
 
 // Adds a card of that device id to `state` in the first free slot: name, device path and PCI
 // address are its own, and its serial number was never used before. A device id that is not known

@@ -6,6 +6,8 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "cardsim/PlayCommand.h"
+#include "cardsim/Scenario.h"
 #include "cardsim/cardsim.h"
 
 namespace {
@@ -29,6 +31,8 @@ struct Arguments {
   std::string function;
   std::string text = "made to fail by cardsim";
   std::string folder;
+  std::string scenario;
+  double speed = 1;
   std::uint64_t code = 1;
   unsigned int count = 1;
   bool force = false;
@@ -70,16 +74,6 @@ std::string PciAddress(const StateFile& file, const std::string& card) {
   return text;
 }
 
-// 0x and four digits, or a number as the kind of card to be added.
-bool ReadDeviceId(const std::string& text, std::uint16_t& id) {
-  const bool hexadecimal = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
-  const char* begin = text.data() + (hexadecimal ? 2 : 0);
-  const char* end = text.data() + text.size();
-  // Device ids are written in hexadecimal everywhere, with or without the 0x.
-  const auto parsed = std::from_chars(begin, end, id, 16);
-  return parsed.ec == std::errc() && parsed.ptr == end && begin != end;
-}
-
 void New(const Arguments& arguments) {
   StateFile(arguments.state).Create(arguments.force);
   Say("made " + arguments.state + " without cards");
@@ -88,9 +82,7 @@ void New(const Arguments& arguments) {
 void Add(const Arguments& arguments) {
   StateFile file(arguments.state);
   for (unsigned int i = 0; i < arguments.count; ++i) {
-    std::uint16_t id = 0;
-    const bool isId = ReadDeviceId(arguments.kind, id);
-    const std::string card = isId ? file.AddCard(id) : file.AddCard(arguments.kind);
+    const std::string card = file.AddCard(arguments.kind);
     Say("added " + card + ": " + Shown(file, card, "board_name") + ", " +
         Shown(file, card, "device_path"));
   }
@@ -157,7 +149,18 @@ void Sysfs(const Arguments& arguments) {
   Say("wrote " + std::to_string(file.Cards().size()) + " devices below " + arguments.folder);
 }
 
-using Command = void (*)(const Arguments&);
+int Play(const Arguments& arguments) {
+  return CardSim::Play(arguments.scenario, arguments.state, arguments.speed);
+}
+
+using Command = int (*)(const Arguments&);
+
+// A command that is done when it comes back.
+template <void (*command)(const Arguments&)>
+int Done(const Arguments& arguments) {
+  command(arguments);
+  return kDone;
+}
 
 CLI::App* AddCommand(CLI::App& app, Command& chosen, const char* name, const char* help,
                      Command command) {
@@ -173,30 +176,30 @@ std::string KindsText() {
 }
 
 void DescribeCards(CLI::App& app, Arguments& arguments, Command& chosen) {
-  AddCommand(app, chosen, "new", "Make a file without cards", New)
+  AddCommand(app, chosen, "new", "Make a file without cards", Done<New>)
       ->add_flag("--force", arguments.force, "Replace an existing file");
-  CLI::App* add = AddCommand(app, chosen, "add", "Add cards", Add);
+  CLI::App* add = AddCommand(app, chosen, "add", "Add cards", Done<Add>);
   add->add_option("KIND", arguments.kind, KindsText())->required();
   add->add_option("--count", arguments.count, "How many")->check(CLI::Range(1, 250));
-  AddCommand(app, chosen, "remove", "Remove a card", Remove)
+  AddCommand(app, chosen, "remove", "Remove a card", Done<Remove>)
       ->add_option("CARD", arguments.card)
       ->required();
-  AddCommand(app, chosen, "list", "List the cards", List);
-  AddCommand(app, chosen, "sysfs", "Write the PCI devices of the cards below a folder", Sysfs)
+  AddCommand(app, chosen, "list", "List the cards", Done<List>);
+  AddCommand(app, chosen, "sysfs", "Write the PCI devices of the cards below a folder", Done<Sysfs>)
       ->add_option("DIR", arguments.folder)
       ->required();
 }
 
 void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
-  CLI::App* set = AddCommand(app, chosen, "set", "Set an attribute; absent removes it", Set);
-  CLI::App* get = AddCommand(app, chosen, "get", "Show an attribute", Get);
+  CLI::App* set = AddCommand(app, chosen, "set", "Set an attribute; absent removes it", Done<Set>);
+  CLI::App* get = AddCommand(app, chosen, "get", "Show an attribute", Done<Get>);
   for (CLI::App* command : {set, get}) {
     command->add_option("CARD", arguments.card)->required();
     command->add_option("ATTRIBUTE", arguments.attribute)->required();
   }
   set->add_option("VALUE", arguments.value)->required();
-  CLI::App* raise = AddCommand(app, chosen, "raise", "Set a status bit by name", Raise);
-  CLI::App* clear = AddCommand(app, chosen, "clear", "Clear a status bit by name", Clear);
+  CLI::App* raise = AddCommand(app, chosen, "raise", "Set a status bit by name", Done<Raise>);
+  CLI::App* clear = AddCommand(app, chosen, "clear", "Clear a status bit by name", Done<Clear>);
   for (CLI::App* command : {raise, clear}) {
     command->add_option("CARD", arguments.card)->required();
     command->add_option("BIT", arguments.bit, "FLASHBACK, or with its mask errors.FLASHBACK")
@@ -206,8 +209,8 @@ void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
 
 void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* fail =
-      AddCommand(app, chosen, "fail", "Make every call of a function fail, everywhere", Fail);
-  CLI::App* heal = AddCommand(app, chosen, "heal", "Let a function work again", Heal);
+      AddCommand(app, chosen, "fail", "Make every call of a function fail, everywhere", Done<Fail>);
+  CLI::App* heal = AddCommand(app, chosen, "heal", "Let a function work again", Done<Heal>);
   for (CLI::App* command : {fail, heal}) {
     command->add_option("FUNCTION", arguments.function)->required();
   }
@@ -215,10 +218,22 @@ void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
   fail->add_option("--text", arguments.text, "The text")->capture_default_str();
 }
 
+void DescribePlay(CLI::App& app, Arguments& arguments, Command& chosen) {
+  CLI::App* play = AddCommand(app, chosen, "play", "Play a story of changes, until Ctrl-C", Play);
+  play->add_option("SCENARIO", arguments.scenario, "A JSON file; examples/ has some")->required();
+  const auto setSpeed = [&arguments](const double& speed) {
+    // Written so that a NaN is refused, too.
+    if (!(speed >= CardSim::kSlowest && speed <= CardSim::kFastest)) {
+      throw CLI::ValidationError("--speed must be from 0.1 to 1000000");
+    }
+    arguments.speed = speed;
+  };
+  play->add_option_function<double>("--speed", setSpeed, "How many times as fast as written");
+}
+
 int Run(Command command, const Arguments& arguments) {
   try {
-    command(arguments);
-    return kDone;
+    return command(arguments);
   } catch (const NoSuchThing& error) {
     std::cerr << "cardsim: " << error.what() << '\n';
     return kNoSuch;
@@ -240,6 +255,7 @@ int main(int argc, char** argv) {
   DescribeCards(app, arguments, chosen);
   DescribeAttributes(app, arguments, chosen);
   DescribeFailures(app, arguments, chosen);
+  DescribePlay(app, arguments, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -67,8 +67,8 @@ std::string StateFile::AddCard(std::uint16_t deviceId) {
   return name;
 }
 
-std::string StateFile::AddCard(const std::string& profile) {
-  return AddCard(DeviceIdOfProfile(profile));
+std::string StateFile::AddCard(const std::string& kind) {
+  return AddCard(DeviceIdOfKind(kind));
 }
 
 std::vector<std::string> StateFile::Profiles() {

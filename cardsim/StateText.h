@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "cardsim/JsonReading.h"
 #include "cardsim/State.h"
 
 namespace CardSim {
@@ -20,6 +21,9 @@ void CheckState(const State& state);
 // one is wanted. Throws `NoSuchThing` for an unknown attribute, `std::runtime_error` for a value
 // outside the attribute's type.
 void SetFromText(Card& card, const std::string& attribute, const std::string& text);
+// Whether `json` would fit the attribute as it is; throws as above, naming `place`.
+void CheckValue(const std::string& attribute, const Json& json, const std::string& place);
+void CheckAttribute(const std::string& attribute);
 void RemoveValue(Card& card, const std::string& attribute);
 // As JSON text, or "absent".
 std::string GetAsText(const Card& card, const std::string& attribute);

@@ -38,8 +38,9 @@ class CARDSIM_API StateFile {
   // Adds a believable card of that PCI device id, one of the accepted nine or any other, and gives
   // its name: card0, card1, ...
   std::string AddCard(std::uint16_t deviceId);
-  // The same for a kind of card by its name, such as "flash-1300g".
-  std::string AddCard(const std::string& profile);
+  // The same for a kind of card by its name, such as "flash-1300g", or by its device id as text,
+  // always hexadecimal: "0x1003" or "1003".
+  std::string AddCard(const std::string& kind);
   static std::vector<std::string> Profiles();
   void RemoveCard(const std::string& card);
   std::vector<std::string> Cards() const;

@@ -1,0 +1,41 @@
+#include <sstream>
+
+#include "tests/cardsim/ProgramFixture.h"
+
+namespace {
+
+using Exports = SimulatedCards;
+
+// The demangled names of what the library defines for others, one a line.
+std::string DefinedNames(const std::filesystem::path& list) {
+  const std::string command = "nm -DC --defined-only " CARDSIM_LIBRARY " | cut -d' ' -f3- >";
+  EXPECT_EQ(0, std::system((command + list.string()).c_str()));
+  std::ostringstream text;
+  text << std::ifstream(list).rdbuf();
+  return text.str();
+}
+
+bool BelongsToTheInterface(const std::string& name) {
+  const char* beginnings[] = {"vsl_", "CardSim::", "typeinfo for CardSim::",
+                              "typeinfo name for CardSim::", "vtable for CardSim::"};
+  for (const char* beginning : beginnings) {
+    if (name.rfind(beginning, 0) == 0) return true;
+  }
+  return false;
+}
+
+TEST_F(Exports, TheLibraryShowsItsInterfaceAndNothingElse) {
+  std::istringstream names(DefinedNames(m_Folder / "names"));
+  std::string name, others;
+  int functions = 0;
+  while (std::getline(names, name)) {
+    if (!BelongsToTheInterface(name)) others += name + "\n";
+    // A template's result stands in front of its name.
+    if (name.find("std::__do") != std::string::npos) others += name + "\n";
+    if (name.rfind("vsl_", 0) == 0) ++functions;
+  }
+  EXPECT_EQ("", others);
+  EXPECT_EQ(124, functions);
+}
+
+}  // namespace

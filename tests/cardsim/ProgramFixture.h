@@ -1,0 +1,20 @@
+// The program `cardsim`, run as a shell would.
+#pragma once
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+
+#include "tests/cardsim/Fixture.h"
+
+class Program : public SimulatedCards {
+ protected:
+  // Output, errors and exit code of `cardsim` with these arguments, as one text.
+  std::string Run(const std::string& arguments) {
+    const std::string out = (m_Folder / "out").string();
+    const std::string err = (m_Folder / "err").string();
+    const int status = std::system(
+        (std::string(CARDSIM_PROGRAM) + " " + arguments + " >" + out + " 2>" + err).c_str());
+    return Slurp(out) + Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
+  }
+};
