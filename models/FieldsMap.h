@@ -1,9 +1,30 @@
-// What ties the fields of a row type to the columns of its table.
+// What a row of the database is made of, and what ties its fields to the columns of its table.
+//
+// A row type is a plain value: default-built, every field is null. A map is filled by the host when
+// it builds its storage, and only read after that, so that any thread may read it.
 #pragma once
 
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
+
 #include "host/Visibility.h"
+#include "models/Singleton.h"
 
 namespace RaidDataModels {
+
+using string_list = std::vector<std::string>;
+
+// A field has no separate state for absence: these values mean NULL. A list has none; its default
+// is the empty list.
+constexpr int null_int = std::numeric_limits<int>::min();
+constexpr unsigned long null_ulong = std::numeric_limits<unsigned long>::max();
+constexpr double null_double = std::numeric_limits<float>::min();
+inline const std::string null_text = "NULL";
+
+static_assert(sizeof(unsigned long) == sizeof(std::uint64_t));
 
 // Lets maps of different row types stand in one list.
 class HOST_API dbModelFieldsMapBase {
@@ -11,4 +32,50 @@ class HOST_API dbModelFieldsMapBase {
   virtual ~dbModelFieldsMapBase() = default;
 };
 
+// Ties one field of a row to its column.
+template <class Row, class Field>
+struct dbModelField {
+  Field Row::*member;
+  std::string name;  // the column's
+  int index;         // the column's place in the table, from 0
+};
+
+// The fields of one row type by their types. Each column stands in exactly one list, and a list has
+// its columns in the order of the table. A key of type int has index 0, a key of type unsigned long
+// the last one.
+template <class Row>
+class HOST_API dbModelFieldsMap : public dbModelFieldsMapBase,
+                                  public Singleton<dbModelFieldsMap<Row>> {
+ public:
+  std::string alias;    // stands for the table in conditions
+  int columnCount = 0;  // of the table
+  std::vector<dbModelField<Row, int>> intFields;
+  std::vector<dbModelField<Row, unsigned long>> ulongFields;
+  std::vector<dbModelField<Row, std::string>> stringFields;
+  std::vector<dbModelField<Row, string_list>> listFields;
+  std::vector<dbModelField<Row, double>> doubleFields;
+
+ private:
+  friend class Singleton<dbModelFieldsMap<Row>>;
+  dbModelFieldsMap() = default;
+};
+
+// The list of fields of type `Field`; `map` may be const.
+template <class Field, class Map>
+auto& fields_of(Map& map) {
+  if constexpr (std::is_same_v<Field, int>)
+    return map.intFields;
+  else if constexpr (std::is_same_v<Field, unsigned long>)
+    return map.ulongFields;
+  else if constexpr (std::is_same_v<Field, std::string>)
+    return map.stringFields;
+  else if constexpr (std::is_same_v<Field, string_list>)
+    return map.listFields;
+  else
+    return map.doubleFields;
+}
+
 }  // namespace RaidDataModels
+
+// Declares one field of a row type from the row of its list.
+#define DB_MODEL_FIELD(type, name, initial) type name = initial;

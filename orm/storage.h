@@ -1,29 +1,144 @@
-// The tables of the host's database and the way to run statements on them.
+// The tables of the host's database, and the statements that write, read and delete their rows.
+//
+//   auto storage = getDatabasePointer();
+//   auto rows = storage->get_all<Adapter>(where(is_equal(&Adapter::adapterNumber, 3) and
+//                                               is_equal(&Adapter::hostName, "localhost")));
+//
+// Statements are plain text. What a value holds is not escaped anywhere.
 #pragma once
 
 #include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "host/Database.h"
 #include "host/Visibility.h"
 #include "models/FieldsMap.h"
+#include "orm/condition.h"
+#include "orm/failures.h"
+#include "orm/lookup.h"
+#include "orm/row_reader.h"
+#include "orm/statement.h"
+#include "orm/table.h"
 
 namespace DatabaseORM {
 
-// Lets tables of different row types stand in one list.
-class HOST_API tableBase_t {
- public:
-  virtual ~tableBase_t() = default;
-};
-
 // Built by the host, which fills in its tables and field maps, and shared with the plug-in. It has
-// no lock: one thread at a time.
+// no lock, and deleting changes `useAlias` for a while: one thread at a time.
+//
+// Every statement stands alone; there are no transactions. A statement that the database refuses
+// throws `DBEXCEPTION::DatabaseException`; see orm/failures.h for its texts.
 class HOST_API storage_t {
  public:
   bool useAlias = true;  // whether a condition prefixes its columns with the table's alias
   std::shared_ptr<DatabaseWrapper::DatabaseDAO> dao;
-  std::vector<std::shared_ptr<tableBase_t>> tables;
-  std::vector<std::shared_ptr<RaidDataModels::dbModelFieldsMapBase>> modelMaps;
+  tables_t tables;
+  model_maps_t modelMaps;
+
+  // Writes a new row. Gives its key when the table has one that the database fills in, else 0. The
+  // key is predicted: it is the largest one before the row was written, plus 1.
+  template <class Row>
+  int insert(Row row) {
+    const auto map = find_map<Row>(modelMaps, failure_t::no_map_in_insert);
+    const auto table = find_table<Row>(tables);
+    const int key = has_auto_key(*table) ? next_key(*map) : 0;
+    run(insert_text(*map, *table, row));
+    return key;
+  }
+
+  // Writes all columns of the row with the same key. A row whose key is null changes nothing.
+  template <class Row>
+  void update(Row row) {
+    const auto map = find_map<Row>(modelMaps);
+    run(update_text(*map, *find_table<Row>(tables), row));
+  }
+
+  // The largest value of a column, `Field` being int or unsigned long. 0 when there is none, which
+  // an unknown row type and a cell that is no such number are as well.
+  template <class Field, class Row>
+  Field max(Field Row::*member) {
+    const auto map = find_entry<fields_map_t<Row>>(modelMaps);
+    const auto table = find_entry<table_t<Row>>(tables);
+    if (!map || !table) return 0;
+    const auto cells = run(max_text(*table, stringFromExpression(member)));
+    Field value = 0;
+    if (cells.empty() || !(std::istringstream(cells.front()) >> value)) return 0;
+    return value;
+  }
+
+  // The rows that meet the condition, in the order of the database. A cell that its column's type
+  // cannot read throws `std::invalid_argument` or `std::out_of_range`.
+  template <class Row, class Condition>
+  std::vector<Row> get_all(where_t<Condition> where) {
+    const auto map = find_map<Row>(modelMaps);
+    const auto table = find_table<Row>(tables);
+    const std::string alias = extractAlias<Row>();
+    const std::string condition = process_single_condition(naming(), {}, where);
+    return read_rows(*map, *table, run(select_text(*table, alias, condition)));
+  }
+
+  // Deletes the rows that meet the condition. `useAlias` is true afterwards, also after a failure.
+  template <class Row, class Condition>
+  void remove_all(where_t<Condition> where) {
+    find_map<Row>(modelMaps);
+    const auto table = find_table<Row>(tables);
+    const without_alias_t without_alias(useAlias);
+    run(delete_text(*table, process_single_condition(naming(), {}, where)));
+  }
+
+  // The alias of the table of `Row`.
+  template <class Row>
+  std::string extractAlias() const {
+    return alias_of<Row>(modelMaps);
+  }
+
+  // The column of a member.
+  template <class Row, class Field>
+  std::string stringFromExpression(Field Row::*member) const {
+    return column_name(*find_map<Row>(modelMaps), member);
+  }
+
+ private:
+  // The statement that deletes has no alias.
+  class without_alias_t {
+   public:
+    explicit without_alias_t(bool& use_alias) : m_use_alias(use_alias) { m_use_alias = false; }
+    ~without_alias_t() { m_use_alias ^= true; }
+    without_alias_t(const without_alias_t&) = delete;
+    without_alias_t& operator=(const without_alias_t&) = delete;
+
+   private:
+    bool& m_use_alias;
+  };
+
+  naming_t naming() const { return {modelMaps, useAlias}; }
+
+  std::vector<std::string> run(std::string sql) {
+    return failing_as(failure_t::query, [&] { return dao->query(std::move(sql)); });
+  }
+
+  // The key of the row to come, after the largest one that is stored.
+  template <class Row>
+  int next_key(const fields_map_t<Row>& map) {
+    int key = 0;
+    for (const auto& field : map.intFields) {
+      if (is_key(map, field)) key = next_key_of(field.member);
+    }
+    for (const auto& field : map.ulongFields) {
+      if (is_key(map, field)) key = next_key_of(field.member);
+    }
+    return key;
+  }
+
+  // The low 32 bits count. Beyond the largest int the keys go on at the smallest.
+  template <class Row, class Field>
+  int next_key_of(Field Row::*member) {
+    const Field largest = failing_as(failure_t::key, [&] { return max(member); });
+    const auto low = static_cast<unsigned int>(largest);
+    return static_cast<int>(low) == -1 ? 1 : static_cast<int>(low + 1);
+  }
 };
 
 }  // namespace DatabaseORM

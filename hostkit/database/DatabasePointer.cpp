@@ -1,7 +1,13 @@
-#include "host/Database.h"
+#include "hostkit/database/HostDatabase.h"
+#include "hostkit/database/Tables.h"
 #include "orm/storage.h"
 
 std::shared_ptr<DatabaseORM::storage_t> getDatabasePointer() {
-  static const auto storage = std::make_shared<DatabaseORM::storage_t>();
+  static const auto storage = [] {
+    auto made = std::make_shared<DatabaseORM::storage_t>();
+    made->dao = HostKit::TheDatabase();
+    HostKit::DescribeTables(*made);
+    return made;
+  }();
   return storage;
 }

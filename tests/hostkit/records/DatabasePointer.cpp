@@ -2,10 +2,12 @@
 
 #include "host/Database.h"
 #include "orm/storage.h"
+#include "tests/hostkit/records/Surroundings.h"
 
 namespace {
 
 TEST(DatabasePointer, IsTheSameStorageAtEveryCall) {
+  const ScopedVariable noFile("CORVANE_DATABASE", ":memory:");
   const auto storage = getDatabasePointer();
   ASSERT_NE(storage, nullptr);
   EXPECT_EQ(storage, getDatabasePointer());

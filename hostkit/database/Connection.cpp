@@ -1,0 +1,174 @@
+#include "hostkit/database/Connection.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <array>
+#include <boost/filesystem/operations.hpp>
+#include <utility>
+
+namespace HostKit {
+
+namespace {
+
+using boost::filesystem::path;
+
+constexpr int kBusyMs = 500;  // how long a lock of another process is waited for
+
+// After these the connection itself is of no more use.
+constexpr std::array kReopenCodes = {SQLITE_CANTOPEN, SQLITE_CORRUPT, SQLITE_IOERR, SQLITE_NOTADB};
+
+[[noreturn]] void Fail(sqlite3* database) {
+  throw SqliteError(sqlite3_errcode(database), sqlite3_errmsg(database));
+}
+
+void Check(int result, sqlite3* database) {
+  if (result != SQLITE_OK) Fail(database);
+}
+
+// The library would read a name that begins with "file:" as a URI, and an absolute one never does.
+std::string NameOf(const path& file) {
+  return file == ":memory:" ? file.string() : boost::filesystem::absolute(file).string();
+}
+
+sqlite3* Open(const path& file) {
+  boost::system::error_code ignored;  // the library reports what cannot be opened
+  if (file != ":memory:") {
+    boost::filesystem::create_directories(boost::filesystem::absolute(file).parent_path(), ignored);
+  }
+  sqlite3* database = nullptr;
+  sqlite3_open_v2(NameOf(file).c_str(), &database,
+                  SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+  if (database == nullptr) throw SqliteError(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
+  return database;
+}
+
+// Takes the first statement off `rest`; null for one that is only blanks or a comment.
+sqlite3_stmt* Compile(sqlite3* database, const char*& rest) {
+  sqlite3_stmt* statement = nullptr;
+  Check(sqlite3_prepare_v2(database, rest, -1, &statement, &rest), database);
+  return statement;
+}
+
+bool NextRow(sqlite3* database, sqlite3_stmt* statement) {
+  const int result = sqlite3_step(statement);
+  if (result != SQLITE_ROW && result != SQLITE_DONE) Fail(database);
+  return result == SQLITE_ROW;
+}
+
+std::string CellText(sqlite3_stmt* statement, int column) {
+  if (sqlite3_column_type(statement, column) == SQLITE_NULL) return "NULL";
+  const unsigned char* const text = sqlite3_column_text(statement, column);
+  if (text == nullptr) return {};  // an empty blob
+  return {text, text + sqlite3_column_bytes(statement, column)};
+}
+
+}  // namespace
+
+bool SqliteError::NeedsReopen() const {
+  const int primary = m_Code & 0xFF;
+  return std::find(kReopenCodes.begin(), kReopenCodes.end(), primary) != kReopenCodes.end();
+}
+
+Statement::Statement(sqlite3* database, const std::string& sql)
+    : m_pDatabase(database), m_pStatement(nullptr, sqlite3_finalize) {
+  const char* rest = sql.c_str();
+  m_pStatement.reset(Compile(database, rest));
+}
+
+Statement& Statement::Bind(std::int64_t value) {
+  Check(sqlite3_bind_int64(m_pStatement.get(), ++m_Bound, value), m_pDatabase);
+  return *this;
+}
+
+Statement& Statement::Bind(const std::string& value) {
+  Check(sqlite3_bind_text64(m_pStatement.get(), ++m_Bound, value.data(), value.size(),
+                            SQLITE_TRANSIENT, SQLITE_UTF8),
+        m_pDatabase);
+  return *this;
+}
+
+bool Statement::Step() {
+  return NextRow(m_pDatabase, m_pStatement.get());
+}
+
+std::int64_t Statement::Integer(int column) const {
+  return sqlite3_column_int64(m_pStatement.get(), column);
+}
+
+std::string Statement::Text(int column) const {
+  return CellText(m_pStatement.get(), column);
+}
+
+Connection::Connection(const path& file) : m_pDatabase(Open(file), sqlite3_close) {
+  if (sqlite3_errcode(m_pDatabase.get()) != SQLITE_OK) Fail(m_pDatabase.get());
+  // Reading it would leave a log beside it that cannot be written either, also once the file can.
+  if (sqlite3_db_readonly(m_pDatabase.get(), "main") == 1) {
+    throw SqliteError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));
+  }
+  try {
+    Configure();
+    CheckWhole();
+    Run("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;");
+  } catch (const SqliteError&) {
+    LeaveAsItIs();
+    throw;
+  }
+}
+
+void Connection::Configure() {
+  sqlite3* const database = m_pDatabase.get();
+  sqlite3_busy_timeout(database, kBusyMs);
+  // The plug-ins' statements write their texts between double quotes.
+  sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
+  // A text that breaks out of its quotes reaches this file, but no other, and not its inner parts.
+  sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
+}
+
+void Connection::CheckWhole() {
+  const std::string finding = Run("PRAGMA quick_check(1)").at(0);
+  if (finding == "ok") return;
+  throw SqliteError(SQLITE_CORRUPT, sqlite3_errstr(SQLITE_CORRUPT) + (": " + finding));
+}
+
+std::vector<std::string> Connection::Run(const std::string& sql) {
+  if (sql.find('\0') != std::string::npos) {
+    throw SqliteError(SQLITE_ERROR, "a statement holds a NUL character");
+  }
+  std::vector<std::string> cells;
+  const char* rest = sql.c_str();
+  while (*rest != '\0') {
+    const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(
+        Compile(m_pDatabase.get(), rest), sqlite3_finalize);
+    while (statement && NextRow(m_pDatabase.get(), statement.get())) {
+      const int width = sqlite3_column_count(statement.get());
+      for (int column = 0; column < width; ++column) {
+        cells.push_back(CellText(statement.get(), column));
+      }
+    }
+  }
+  return cells;
+}
+
+void Connection::RollBack() noexcept {
+  if (sqlite3_get_autocommit(m_pDatabase.get()) != 0) return;
+  sqlite3_exec(m_pDatabase.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+bool Connection::HasMoved() const {
+  int moved = 0;
+  sqlite3_file_control(m_pDatabase.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+  return moved != 0;
+}
+
+void Connection::EmptyLog() noexcept {
+  sqlite3_wal_checkpoint_v2(m_pDatabase.get(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr,
+                            nullptr);
+}
+
+void Connection::LeaveAsItIs() {
+  sqlite3_db_config(m_pDatabase.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+}
+
+}  // namespace HostKit

@@ -1,0 +1,77 @@
+// An open database file of the SQLite library. For use by one thread at a time.
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/Database.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace HostKit {
+
+// A statement failed; the text is the library's.
+class SqliteError : public DBEXCEPTION::DatabaseException {
+ public:
+  SqliteError(int code, const std::string& text) : DatabaseException(text), m_Code(code) {}
+
+  // Whether only opening the file anew can help.
+  bool NeedsReopen() const;
+
+ private:
+  int m_Code;
+};
+
+// One statement with places for values, for the host's own tables. The connection must outlive it.
+class Statement {
+ public:
+  Statement(sqlite3* database, const std::string& sql);
+
+  Statement& Bind(std::int64_t value);
+  Statement& Bind(const std::string& value);
+  // True as long as there is a row; throws `SqliteError`.
+  bool Step();
+  std::int64_t Integer(int column) const;
+  std::string Text(int column) const;
+
+ private:
+  sqlite3* m_pDatabase;
+  std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> m_pStatement;
+  int m_Bound = 0;
+};
+
+class Connection {
+ public:
+  // Opens or makes the file. ":memory:" stands for none. Throws `SqliteError`.
+  explicit Connection(const boost::filesystem::path& file);
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  // Runs the statements of `sql` in turn and gives all cells of all rows as text, an SQL NULL as
+  // "NULL". Throws `SqliteError` at the first one that fails; the later ones do not run.
+  std::vector<std::string> Run(const std::string& sql);
+  Statement Prepare(const std::string& sql) { return {m_pDatabase.get(), sql}; }
+
+  // Takes an unfinished transaction back.
+  void RollBack() noexcept;
+  // Another file, or none, stands where this one was opened.
+  bool HasMoved() const;
+  // Brings the write-ahead log into the file and empties it, wherever both are now: left behind, it
+  // would be taken for the log of the file that stands in this one's place.
+  void EmptyLog() noexcept;
+  // Leaves the file as it is when this closes, instead of bringing its write-ahead log into it.
+  void LeaveAsItIs();
+
+ private:
+  void Configure();
+  // Fails for a damaged file before anything is written to it.
+  void CheckWhole();
+
+  std::unique_ptr<sqlite3, int (*)(sqlite3*)> m_pDatabase;
+};
+
+}  // namespace HostKit

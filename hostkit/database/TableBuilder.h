@@ -1,0 +1,103 @@
+// Makes the columns of a row type's table, the key first and then the fields in their order.
+//
+// The layer above writes texts between double quotes, and the database takes such a text for a
+// column when there is one of that name. Columns therefore bear a prefix, as in "ad_serial_number",
+// that no value has. The key's name is fixed.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <type_traits>
+
+#include "hostkit/database/Tables.h"
+#include "models/FieldsMap.h"
+#include "orm/table.h"
+
+namespace HostKit {
+
+inline std::string SnakeCase(const std::string& field) {
+  std::string text;
+  for (const char letter : field) {
+    const bool capital = letter >= 'A' && letter <= 'Z';
+    if (capital) text += '_';
+    text += capital ? static_cast<char>(letter - 'A' + 'a') : letter;
+  }
+  return text;
+}
+
+// Kind and declaration of a column, by the type of its field. Tables are strict, so that a cell
+// that is no number never comes back, nor an int that is too large for its field. SQLite's integers
+// are signed: the upper half of the unsigned numbers is refused when it is written.
+struct ColumnType {
+  DatabaseORM::column_kind_t m_Kind;
+  const char* m_Sql;
+  const char* m_Range;  // empty, or the condition behind the column's name
+};
+
+constexpr ColumnType TypeOf(const std::string*) {
+  return {DatabaseORM::string_column, "TEXT", ""};
+}
+constexpr ColumnType TypeOf(const RaidDataModels::string_list*) {
+  return {DatabaseORM::list_column, "TEXT", ""};
+}
+constexpr ColumnType TypeOf(const int*) {
+  return {DatabaseORM::int_column, "INTEGER", "BETWEEN -2147483648 AND 2147483647"};
+}
+constexpr ColumnType TypeOf(const unsigned long*) {
+  return {DatabaseORM::ulong_column, "INTEGER", ">= 0"};
+}
+constexpr ColumnType TypeOf(const double*) {
+  return {DatabaseORM::double_column, "REAL", ""};
+}
+
+template <class Row>
+class TableBuilder {
+ public:
+  TableBuilder(const std::string& name, const std::string& alias)
+      : m_pMap(RaidDataModels::dbModelFieldsMap<Row>::instance()),
+        m_pTable(std::make_shared<DatabaseORM::table_t<Row>>()) {
+    m_pMap->alias = alias;
+    m_pTable->name = name;
+    m_Columns = "ID INTEGER PRIMARY KEY";
+    Append("ID", &Row::id, true);
+  }
+
+  template <class Field>
+  TableBuilder& Add(const char* name, Field Row::*member) {
+    if constexpr (std::is_same_v<Field, int>) {
+      if (member == &Row::id) return *this;
+    }
+    const std::string column = m_pMap->alias + "_" + SnakeCase(name);
+    constexpr ColumnType type = TypeOf(static_cast<const Field*>(nullptr));
+    m_Columns += ", " + column + " " + type.m_Sql;
+    if (*type.m_Range != '\0') m_Columns += " CHECK (" + column + " " + type.m_Range + ")";
+    Append(column, member, false);
+    return *this;
+  }
+
+  // The number of a new row is the largest one plus 1, which is what a plug-in predicts: the
+  // database is not asked to remember the numbers of rows that are gone.
+  TableShape Shape() const {
+    return {m_pTable->name, "CREATE TABLE " + m_pTable->name + " (" + m_Columns + ") STRICT"};
+  }
+
+  void Describe(DatabaseORM::storage_t& storage) const {
+    storage.modelMaps.push_back(m_pMap);
+    storage.tables.push_back(m_pTable);
+  }
+
+ private:
+  template <class Field>
+  void Append(const std::string& column, Field Row::*member, bool isKey) {
+    using DatabaseORM::column_t;
+    RaidDataModels::fields_of<Field>(*m_pMap).push_back({member, column, m_pMap->columnCount++});
+    const auto kind = TypeOf(static_cast<const Field*>(nullptr)).m_Kind;
+    m_pTable->columns.push_back(std::make_shared<column_t<Row>>(column_t<Row>{kind, isKey}));
+  }
+
+  const std::shared_ptr<RaidDataModels::dbModelFieldsMap<Row>> m_pMap;
+  const std::shared_ptr<DatabaseORM::table_t<Row>> m_pTable;
+  std::string m_Columns;
+};
+
+}  // namespace HostKit

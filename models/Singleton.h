@@ -1,0 +1,15 @@
+// A class of which there is one instance.
+#pragma once
+
+#include <memory>
+
+// `Kind` derives from this, makes it a friend and its own constructor private.
+template <class Kind>
+class Singleton {
+ public:
+  // Made at the first call; any thread may make it.
+  static std::shared_ptr<Kind> instance() {
+    static const std::shared_ptr<Kind> only(new Kind);
+    return only;
+  }
+};

@@ -1,0 +1,97 @@
+// Turns the cells of an answer into rows.
+#pragma once
+
+#include <algorithm>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "models/FieldsMap.h"
+#include "orm/lookup.h"
+#include "orm/table.h"
+#include "orm/words.h"
+
+namespace DatabaseORM {
+
+// What a cell says. A cell that is no number, or too large a one, throws `std::invalid_argument` or
+// `std::out_of_range`, which no part of this layer catches.
+inline void read_cell(const std::string& cell, int& value) {
+  value = cell == null_word ? RaidDataModels::null_int : std::stoi(cell);
+}
+
+inline void read_cell(const std::string& cell, unsigned long& value) {
+  value =
+      cell == null_word ? RaidDataModels::null_ulong : static_cast<unsigned long>(std::stoll(cell));
+}
+
+inline void read_cell(const std::string& cell, double& value) {
+  value = cell == null_word ? RaidDataModels::null_double : std::stod(cell);
+}
+
+inline void read_cell(const std::string& cell, std::string& value) {
+  value = cell;
+}
+
+inline void read_cell(const std::string& cell, RaidDataModels::string_list& value) {
+  boost::algorithm::split(value, cell, boost::algorithm::is_any_of(element_separator));
+  value.erase(std::remove(value.begin(), value.end(), std::string()), value.end());
+}
+
+// Goes through the cells of one row. The fields of each type are taken in turn, so they must stand
+// in the order of the columns; their indexes play no part.
+template <class Row>
+class row_reader_t {
+ public:
+  explicit row_reader_t(const fields_map_t<Row>& map) : m_map(map) {}
+
+  // A column for which the map has no field left is passed over.
+  void read(column_kind_t kind, const std::string& cell, Row& row) {
+    switch (kind) {
+      case string_column:
+        return read_into(m_map.stringFields, m_strings, cell, row);
+      case list_column:
+        return read_into(m_map.listFields, m_lists, cell, row);
+      case int_column:
+        return read_into(m_map.intFields, m_ints, cell, row);
+      case ulong_column:
+        return read_into(m_map.ulongFields, m_ulongs, cell, row);
+      case double_column:
+        return read_into(m_map.doubleFields, m_doubles, cell, row);
+    }
+  }
+
+ private:
+  template <class Fields>
+  static void read_into(const Fields& fields, std::size_t& cursor, const std::string& cell,
+                        Row& row) {
+    if (cursor < fields.size()) read_cell(cell, row.*fields[cursor++].member);
+  }
+
+  const fields_map_t<Row>& m_map;
+  std::size_t m_strings = 0;
+  std::size_t m_lists = 0;
+  std::size_t m_ints = 0;
+  std::size_t m_ulongs = 0;
+  std::size_t m_doubles = 0;
+};
+
+// Cells that are fewer than a row, at the end, are dropped; without columns there are no rows.
+template <class Row>
+std::vector<Row> read_rows(const fields_map_t<Row>& map, const table_t<Row>& table,
+                           const std::vector<std::string>& cells) {
+  std::vector<Row> rows;
+  const std::size_t width = table.columns.size();
+  const std::size_t count = width == 0 ? 0 : cells.size() / width;
+  for (std::size_t i = 0; i < count; ++i) {
+    Row& row = rows.emplace_back();
+    row_reader_t<Row> reader(map);
+    for (std::size_t column = 0; column < width; ++column) {
+      reader.read(table.columns[column]->kind, cells[i * width + column], row);
+    }
+  }
+  return rows;
+}
+
+}  // namespace DatabaseORM

@@ -1,0 +1,36 @@
+// The words and marks of the statements.
+#pragma once
+
+#include <string>
+
+#include "models/FieldsMap.h"
+
+namespace DatabaseORM {
+
+inline const std::string list_separator = ", ";
+inline const std::string word_separator = " ";
+inline const std::string condition_quote = "'";
+inline const std::string text_quote = "\"";
+inline const std::string element_separator = "?";  // inside the column of a string list
+inline const std::string null_word = "NULL";
+using RaidDataModels::null_text;
+
+// For the declaration of tables, which is the host's business.
+inline const std::string on_update_no_action = "ON UPDATE NO ACTION";
+inline const std::string on_update_restrict = "ON UPDATE RESTRICT";
+inline const std::string on_update_set_null = "ON UPDATE SET NULL";
+inline const std::string on_update_set_default = "ON UPDATE SET DEFAULT";
+inline const std::string on_update_cascade = "ON UPDATE CASCADE";
+inline const std::string on_delete_no_action = "ON DELETE NO ACTION";
+inline const std::string on_delete_restrict = "ON DELETE RESTRICT";
+inline const std::string on_delete_set_null = "ON DELETE SET NULL";
+inline const std::string on_delete_set_default = "ON DELETE SET DEFAULT";
+inline const std::string on_delete_cascade = "ON DELETE CASCADE";
+inline const std::string primary_key = "PRIMARY KEY";
+inline const std::string foreign_key = "FOREIGN KEY";
+inline const std::string unique = "UNIQUE";
+inline const std::string not_null = "NOT NULL";
+inline const std::string default_value = "DEFAULTVALUE";
+inline const std::string autoincrement = "AUTOINCREMENT";
+
+}  // namespace DatabaseORM

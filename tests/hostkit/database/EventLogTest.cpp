@@ -1,0 +1,86 @@
+#include "hostkit/Database.h"
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+PI::CEvent Overheated(std::uint64_t time, const std::string& name) {
+  PI::CEvent event;
+  event.m_ObjectID = 0x0130000000000003UL;
+  event.m_EventID = PI::Event::CTRL_TEMPERATURE_ABOVE_WARN;
+  event.m_Severity = PI::SEVERITY_WARNING;
+  event.m_Time = time;
+  event.m_SourceName = name;
+  event.SetPlaceHolder1(name);
+  return event;
+}
+
+class EventLog : public HostDatabaseTest {
+ protected:
+  // The names of the events, in order.
+  static std::string NamesSince(std::uint64_t since, std::size_t limit) {
+    std::string names;
+    for (const auto& event : HostKit::ReadEvents(since, limit)) names += event.m_SourceName + " ";
+    return names;
+  }
+};
+
+TEST_F(EventLog, KeepsWhatHappened) {
+  HostKit::AppendEvent(Overheated(1767225600000, "SanDisk \"fast\" card (1)"));
+  const auto events = HostKit::ReadEvents(0, 10);
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events[0].m_Number, 1);
+  EXPECT_EQ(events[0].m_Time, 1767225600000U);
+  EXPECT_EQ(events[0].m_Severity, 3U);
+  EXPECT_EQ(events[0].m_EventID, 10967U);
+  EXPECT_EQ(events[0].m_ObjectID, 0x0130000000000003UL);
+  EXPECT_EQ(events[0].m_SourceName, "SanDisk \"fast\" card (1)");
+  EXPECT_NE(events[0].m_Message.find("SanDisk \"fast\" card (1)"), std::string::npos);
+}
+
+TEST_F(EventLog, GivesTheNewestInOrder) {
+  for (const char* name : {"a", "b", "c", "d"}) HostKit::AppendEvent(Overheated(1000, name));
+  EXPECT_EQ(NamesSince(0, 10), "a b c d ");
+  EXPECT_EQ(NamesSince(0, 2), "c d ");
+  EXPECT_EQ(NamesSince(0, 0), "");
+}
+
+TEST_F(EventLog, GivesThoseSinceAMoment) {
+  HostKit::AppendEvent(Overheated(1000, "a"));
+  HostKit::AppendEvent(Overheated(2000, "b"));
+  HostKit::AppendEvent(Overheated(3000, "c"));
+  EXPECT_EQ(NamesSince(2000, 10), "b c ");
+  EXPECT_EQ(NamesSince(3001, 10), "");
+  EXPECT_EQ(NamesSince(18446744073709551615UL, 10), "");
+}
+
+TEST_F(EventLog, KeepsEveryBitOfAnObjectsId) {
+  auto event = Overheated(1000, "a");
+  event.m_ObjectID = 18446744073709551615UL;
+  HostKit::AppendEvent(event);
+  EXPECT_EQ(HostKit::ReadEvents(0, 1).at(0).m_ObjectID, 18446744073709551615UL);
+}
+
+TEST_F(EventLog, OutlivesTheHost) {
+  HostKit::AppendEvent(Overheated(1000, "a"));
+  Restart();
+  HostKit::AppendEvent(Overheated(2000, "b"));
+  EXPECT_EQ(NamesSince(0, 10), "a b ");
+  EXPECT_EQ(HostKit::ReadEvents(0, 1).at(0).m_Number, 2);
+}
+
+TEST_F(EventLog, DropsTheOldestBeyondItsSize) {
+  HostKit::AppendEvent(Overheated(1000, "first"));
+  Query("INSERT INTO host_event_log SELECT 20000, 1000, 3, 10967, 5, 'second', ''");
+  HostKit::AppendEvent(Overheated(1000, "third"));
+  EXPECT_EQ(NamesSince(0, 10), "second third ");
+}
+
+TEST_F(EventLog, SaysWhenItCannotBeUsed) {
+  std::filesystem::create_directories(m_Folder.Path() / "folder");
+  Use((m_Folder.Path() / "folder").string());
+  EXPECT_THROW(HostKit::AppendEvent(PI::CEvent()), DBEXCEPTION::DatabaseException);
+  EXPECT_THROW(HostKit::ReadEvents(0, 10), DBEXCEPTION::DatabaseException);
+}
+
+}  // namespace

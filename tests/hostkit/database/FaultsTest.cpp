@@ -1,0 +1,261 @@
+// What may be wrong with the file. Each fault must end with its cause.
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <thread>
+
+#include "hostkit/Database.h"
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+// Tests may run as root, whom no permission stops.
+class OrdinaryUser {
+ public:
+  OrdinaryUser() : m_Before(geteuid()) {
+    if (m_Before == 0 && seteuid(65534) != 0) std::abort();
+  }
+  ~OrdinaryUser() {
+    if (seteuid(m_Before) != 0) std::abort();
+  }
+  OrdinaryUser(const OrdinaryUser&) = delete;
+  OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+ private:
+  const uid_t m_Before;
+};
+
+// No file may grow beyond so many bytes.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : m_pHandler(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &m_Before);
+    const rlimit limit{bytes, m_Before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &m_Before);
+    std::signal(SIGXFSZ, m_pHandler);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  void (*const m_pHandler)(int);
+  rlimit m_Before{};
+};
+
+constexpr const char* kRead = "SELECT 1";
+constexpr const char* kWrite = "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"Skatra\")";
+
+class Faults : public HostDatabaseTest {
+ protected:
+  // Nobody has the file open meanwhile.
+  void WhileClosed() { Use(":memory:"); }
+
+  void Damage(std::streamoff at, const std::string& bytes) {
+    std::fstream file(File(), std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(at);
+    file << bytes;
+  }
+
+  void ExpectWorking() {
+    EXPECT_EQ(FailureOf(kRead), "");
+    EXPECT_EQ(FailureOf(kWrite), "");
+  }
+};
+
+TEST_F(Faults, AFileThatIsNoDatabaseIsReportedAndLeftAlone) {
+  WhileClosed();
+  const std::string text = "These are my notes, and they are longer than a header of any file.\n";
+  WriteText(File(), text + text);
+  Use(File().string());
+  EXPECT_EQ(getDatabasePointer(), m_pStorage);
+  EXPECT_EQ(FailureOf(kRead), "file is not a database");
+  EXPECT_EQ(FailureOf(kWrite), "file is not a database");
+  EXPECT_EQ(ReadText(File()), text + text);
+}
+
+TEST_F(Faults, AFileThatIsNoDatabaseMayBeTakenAway) {
+  WhileClosed();
+  WriteText(File(), std::string(500, 'x'));
+  Use(File().string());
+  EXPECT_EQ(FailureOf(kRead), "file is not a database");
+  std::filesystem::remove(File());
+  ExpectWorking();
+}
+
+TEST_F(Faults, ADamagedFileIsReportedAndLeftAlone) {
+  m_pStorage->insert(AnAdapter(1));
+  HostKit::AppendEvent(PI::CEvent());
+  WhileClosed();
+  const std::string whole = ReadText(File());
+  Damage(8192, std::string(4096, '\x5A'));
+  const std::string damaged = ReadText(File());
+  Use(File().string());
+  EXPECT_EQ(FailureOf(kWrite).substr(0, 34), "database disk image is malformed: ");
+  WhileClosed();
+  EXPECT_EQ(ReadText(File()), damaged);
+  WriteText(File(), whole);
+  Use(File().string());
+  ExpectWorking();
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+TEST_F(Faults, ATornFileIsReportedAndLeftAlone) {
+  WhileClosed();
+  const auto half = std::filesystem::file_size(File()) / 2;
+  std::filesystem::resize_file(File(), half);
+  const std::string torn = ReadText(File());
+  Use(File().string());
+  EXPECT_NE(FailureOf(kRead), "");
+  EXPECT_NE(FailureOf(kWrite), "");
+  WhileClosed();
+  EXPECT_EQ(ReadText(File()), torn);
+}
+
+TEST_F(Faults, AnEmptyFileBecomesADatabase) {
+  WhileClosed();
+  WriteText(File(), "");
+  Use(File().string());
+  ExpectWorking();
+}
+
+TEST_F(Faults, AFolderInThePlaceOfTheFileIsReported) {
+  WhileClosed();
+  std::filesystem::remove(File());
+  std::filesystem::create_directory(File());
+  Use(File().string());
+  EXPECT_EQ(FailureOf(kRead), "unable to open database file");
+  std::filesystem::remove(File());
+  ExpectWorking();
+}
+
+TEST_F(Faults, AFileInThePlaceOfTheFolderIsReported) {
+  const auto folder = m_Folder.Path() / "folder";
+  WriteText(folder, "x");
+  Use((folder / "corvane.db").string());
+  EXPECT_EQ(FailureOf(kRead), "unable to open database file");
+  std::filesystem::remove(folder);
+  ExpectWorking();
+}
+
+TEST_F(Faults, AFileThatGoesAwayIsMadeAnew) {
+  m_pStorage->insert(AnAdapter(1));
+  std::filesystem::remove_all(File().parent_path());
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+  EXPECT_EQ(m_pStorage->insert(AnAdapter(2)), 1);
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT ad_adapter_number FROM host_adapter_rows"), "2");
+}
+
+TEST_F(Faults, AFilePutInThePlaceOfTheOpenOneIsUsedWithoutItsRows) {
+  m_pStorage->insert(AnAdapter(1));
+  HostKit::AppendEvent(PI::CEvent());
+  Use((m_Folder.Path() / "second.db").string());
+  m_pStorage->insert(AnAdapter(2));
+  std::filesystem::rename(File(), m_Folder.Path() / "second.db");
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+  EXPECT_EQ(Query("PRAGMA integrity_check").at(0), "ok");
+}
+
+TEST_F(Faults, ALockOfAnotherProgramIsReportedAndOver) {
+  OtherProgram other(File());
+  other.Run("BEGIN IMMEDIATE");
+  EXPECT_EQ(FailureOf(kRead), "");
+  EXPECT_EQ(FailureOf(kWrite), "database is locked");
+  other.Run("COMMIT");
+  ExpectWorking();
+}
+
+TEST_F(Faults, ALockAtTheStartIsReportedAndTheRowsAreClearedAfterIt) {
+  m_pStorage->insert(AnAdapter(1));
+  WhileClosed();
+  OtherProgram other(File());
+  other.Run("BEGIN IMMEDIATE");
+  Use(File().string());
+  EXPECT_EQ(FailureOf(kRead), "database is locked");
+  other.Run("COMMIT");
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+  ExpectWorking();
+}
+
+TEST_F(Faults, AShortLockIsWaitedFor) {
+  OtherProgram other(File());
+  other.Run("BEGIN IMMEDIATE");
+  std::string failure;
+  std::thread waiting([&] { failure = FailureOf(kWrite); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  other.Run("COMMIT");
+  waiting.join();
+  EXPECT_EQ(failure, "");
+}
+
+TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
+  HostKit::AppendEvent(PI::CEvent());
+  Query("PRAGMA max_page_count = 1");
+  const std::string large =
+      "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(100000, 'x') + "\")";
+  EXPECT_EQ(FailureOf(large), "database or disk is full");
+  EXPECT_EQ(FailureOf(kRead), "");
+  Query("PRAGMA max_page_count = 1000000");
+  EXPECT_EQ(FailureOf(large), "");
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+TEST_F(Faults, ADiskThatTakesNoMoreIsReportedAndOver) {
+  HostKit::AppendEvent(PI::CEvent());
+  m_pStorage->insert(AnAdapter(1));
+  {
+    const FileSizeLimit limit(4096);
+    EXPECT_EQ(FailureOf(kWrite), "disk I/O error");
+  }
+  // The file is opened anew, and the host still lives.
+  EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
+  ExpectWorking();
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+TEST_F(Faults, AFileThatMayNotBeWrittenIsReportedAndOver) {
+  m_pStorage->insert(AnAdapter(1));
+  WhileClosed();
+  using std::filesystem::perms;
+  std::filesystem::permissions(m_Folder.Path(), perms::all);
+  std::filesystem::permissions(File().parent_path(), perms::all);
+  std::filesystem::permissions(File(), perms::owner_read | perms::group_read | perms::others_read);
+  const OrdinaryUser user;
+  Use(File().string());
+  EXPECT_EQ(FailureOf(kRead), "attempt to write a readonly database");
+  EXPECT_EQ(FailureOf(kWrite), "attempt to write a readonly database");
+}
+
+TEST_F(Faults, AFileThatMayNotBeWrittenIsUsedOnceItMay) {
+  WhileClosed();
+  using std::filesystem::perms;
+  std::filesystem::permissions(File(), perms::owner_read);
+  {
+    const OrdinaryUser user;
+    Use(File().string());
+    EXPECT_NE(FailureOf(kRead), "");
+  }
+  std::filesystem::permissions(File(), perms::owner_all);
+  ExpectWorking();
+}
+
+TEST_F(Faults, AFolderThatMayNotBeWrittenIsReported) {
+  std::filesystem::permissions(m_Folder.Path(), std::filesystem::perms::all);
+  const auto folder = m_Folder.Path() / "closed";
+  std::filesystem::create_directory(folder);
+  using std::filesystem::perms;
+  std::filesystem::permissions(folder, perms::owner_read | perms::owner_exec);
+  const OrdinaryUser user;
+  Use((folder / "deeper" / "corvane.db").string());
+  EXPECT_EQ(FailureOf(kRead), "unable to open database file");
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "hostkit/Database.h"
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+class Lives : public HostDatabaseTest {
+ protected:
+  void WriteARowOfEachKind() {
+    m_pStorage->insert(AnAdapter(1));
+    RaidDataModels::PD drive;
+    drive.objectId = 2;
+    m_pStorage->insert(drive);
+    m_pStorage->insert(APlugin());
+    HostKit::AppendEvent(PI::CEvent());
+  }
+};
+
+TEST_F(Lives, RowsOfAnEarlierOneAreClearedAndItsEventsKept) {
+  WriteARowOfEachKind();
+  EXPECT_EQ(Counts(), "adapters 1 drives 1 plugins 1");
+  Restart();
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+  EXPECT_EQ(m_pStorage->insert(AnAdapter(1)), 1);
+}
+
+TEST_F(Lives, RowsAreClearedBeforeTheFirstStatement) {
+  WriteARowOfEachKind();
+  Restart();
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "0");
+}
+
+TEST_F(Lives, ThePointerIsTheSameInAll) {
+  const auto before = getDatabasePointer();
+  Restart();
+  EXPECT_EQ(getDatabasePointer(), before);
+  EXPECT_EQ(getDatabasePointer()->tables.size(), 3U);
+  EXPECT_EQ(getDatabasePointer()->modelMaps.size(), 3U);
+}
+
+TEST_F(Lives, TheFileAndItsFoldersAreMade) {
+  const auto file = m_Folder.Path() / "a" / "b" / "c.db";
+  Use(file.string());
+  EXPECT_TRUE(std::filesystem::exists(file));
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+}
+
+TEST_F(Lives, EachFileHasItsOwnRows) {
+  WriteARowOfEachKind();
+  Use((m_Folder.Path() / "other.db").string());
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
+}
+
+TEST_F(Lives, WithoutAFileEndWithEverything) {
+  Use(":memory:");
+  WriteARowOfEachKind();
+  EXPECT_EQ(Counts(), "adapters 1 drives 1 plugins 1");
+  Restart();
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 0U);
+  EXPECT_FALSE(std::filesystem::exists(":memory:"));
+}
+
+TEST_F(Lives, ANameThatLooksLikeAnAddressIsAName) {
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(m_Folder.Path());
+  Use("file:x.db?mode=memory");
+  std::filesystem::current_path(before);
+  EXPECT_TRUE(std::filesystem::exists(m_Folder.Path() / "file:x.db?mode=memory"));
+}
+
+TEST_F(Lives, TablesOfAnotherVersionAreMadeAnew) {
+  WriteARowOfEachKind();
+  Use(":memory:");
+  OtherProgram(File()).Run(
+      "DROP TABLE host_plugin_rows; CREATE TABLE host_plugin_rows (ID INTEGER PRIMARY KEY, pi_old);"
+      "INSERT INTO host_plugin_rows VALUES (1, 'x'); CREATE TABLE mine (v);"
+      "INSERT INTO mine VALUES ('kept')");
+  Use(File().string());
+  EXPECT_EQ(m_pStorage->insert(APlugin()), 1);
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT v FROM mine"), "kept");
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+}  // namespace

@@ -1,0 +1,67 @@
+// A text between double quotes is a text only while no column has that name.
+#include <algorithm>
+#include <boost/algorithm/string.hpp>
+
+#include "host/Identifiers.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+// What a plug-in writes without a card having a say in it.
+std::vector<std::string> FixedTexts() {
+#define VALUE_NAME(name, number, text) text,
+  return {PI_VALUES(VALUE_NAME) "localhost",
+          "SanDisk",
+          "Skatra",
+          "SanDisk-Plugin",
+          "7.7.0",
+          "3.16.0",
+          "Plugin:ID=304",
+          "NULL",
+          "iomemory_vsl",
+          "iomemory_vsl4",
+          "MOLT EP PX600",
+          "2026-01-01",
+          ""};
+#undef VALUE_NAME
+}
+
+class Names : public HostDatabaseTest {
+ protected:
+  // Of tables and columns, and what SQLite calls the key besides.
+  std::vector<std::string> Taken() {
+    std::vector<std::string> names = Query(
+        "SELECT name FROM sqlite_schema UNION "
+        "SELECT c.name FROM sqlite_schema AS s JOIN pragma_table_info(s.name) AS c");
+    names.insert(names.end(), {"rowid", "oid", "_rowid_", "ad", "pd", "pi"});
+    return names;
+  }
+};
+
+TEST_F(Names, AreNoTextThatIsWritten) {
+  const auto taken = Taken();
+  EXPECT_GT(taken.size(), 149U + 69U + 11U - 3U);
+  for (const std::string& text : FixedTexts()) {
+    EXPECT_TRUE(std::none_of(taken.begin(), taken.end(), [&](const auto& name) {
+      return boost::iequals(name, text);
+    })) << text;
+  }
+}
+
+// The same through the statements that plug-ins use.
+TEST_F(Names, LetEveryFixedTextThrough) {
+  m_pStorage->insert(AnAdapter(1));
+  auto row = Find(*m_pStorage, 1).at(0);
+  for (const std::string& text : FixedTexts()) {
+    row.statusName = text;
+    row.statusReasonNames = {text};
+    m_pStorage->update(row);
+    const auto read = Find(*m_pStorage, 1).at(0);
+    EXPECT_EQ(read.statusName, text);
+    EXPECT_EQ(read.statusReasonNames, row.statusReasonNames.front().empty()
+                                          ? std::vector<std::string>()
+                                          : row.statusReasonNames);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,153 @@
+#include <algorithm>
+
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+using namespace RaidDataModels;
+using DatabaseORM::table_t;
+
+// Sees the tables and maps as a plug-in finds them.
+template <class Row>
+struct Found {
+  std::shared_ptr<dbModelFieldsMap<Row>> map;
+  std::shared_ptr<table_t<Row>> table;
+
+  Found() {
+    const auto storage = getDatabasePointer();
+    for (const auto& entry : storage->modelMaps) {
+      if (!map) map = std::dynamic_pointer_cast<dbModelFieldsMap<Row>>(entry);
+    }
+    for (const auto& entry : storage->tables) {
+      if (!table) table = std::dynamic_pointer_cast<table_t<Row>>(entry);
+    }
+  }
+
+  // The letter of each column's type by the indexes of the fields; "-" for an index that is
+  // missing.
+  std::string LettersOfFields() const {
+    std::string letters(static_cast<std::size_t>(map->columnCount), '-');
+    const auto note = [&](const auto& fields, char letter) {
+      for (const auto& field : fields) {
+        char& place = letters.at(static_cast<std::size_t>(field.index));
+        place = place == '-' ? letter : '!';
+      }
+    };
+    note(map->stringFields, 'S');
+    note(map->listFields, 'L');
+    note(map->intFields, 'I');
+    note(map->ulongFields, 'U');
+    note(map->doubleFields, 'D');
+    return letters;
+  }
+
+  std::string LettersOfColumns() const {
+    std::string letters;
+    for (const auto& column : table->columns) letters += "SLIUD"[column->kind];
+    return letters;
+  }
+
+  std::vector<std::string> Names() const {
+    std::vector<std::string> names(static_cast<std::size_t>(map->columnCount));
+    DatabaseORM::for_each_field(*map, [&](const auto& field) {
+      names.at(static_cast<std::size_t>(field.index)) = field.name;
+    });
+    return names;
+  }
+};
+
+template <class Fields>
+bool IndexesRise(const Fields& fields) {
+  return std::is_sorted(fields.begin(), fields.end(),
+                        [](const auto& a, const auto& b) { return a.index < b.index; });
+}
+
+template <class Row>
+class TableShape : public HostDatabaseTest {};
+
+using RowTypes = testing::Types<Adapter, PD, Plugin>;
+
+struct RowNames {
+  template <class Row>
+  static std::string GetName(int) {
+    if (std::is_same_v<Row, Adapter>) return "Adapter";
+    return std::is_same_v<Row, PD> ? "PD" : "Plugin";
+  }
+};
+
+TYPED_TEST_SUITE(TableShape, RowTypes, RowNames);
+
+TYPED_TEST(TableShape, HasEachColumnOnceAndTablesAndMapsAgree) {
+  const Found<TypeParam> found;
+  ASSERT_TRUE(found.map && found.table);
+  EXPECT_EQ(found.LettersOfFields(), found.LettersOfColumns());
+}
+
+TYPED_TEST(TableShape, HasItsListsInTheOrderOfTheColumns) {
+  const auto map = Found<TypeParam>().map;
+  EXPECT_TRUE(IndexesRise(map->intFields) && IndexesRise(map->ulongFields) &&
+              IndexesRise(map->stringFields) && IndexesRise(map->listFields) &&
+              IndexesRise(map->doubleFields));
+}
+
+TYPED_TEST(TableShape, BeginsWithTheKeyAndTheDatabaseNumbersIt) {
+  const Found<TypeParam> found;
+  EXPECT_EQ(found.map->intFields.at(0).name, "ID");
+  EXPECT_EQ(found.map->intFields.at(0).index, 0);
+  EXPECT_EQ(found.map->intFields.at(0).member, &TypeParam::id);
+  const auto& columns = found.table->columns;
+  EXPECT_TRUE(columns.front()->autoIncrement);
+  EXPECT_EQ(std::count_if(columns.begin(), columns.end(),
+                          [](const auto& column) { return column->autoIncrement; }),
+            1);
+  EXPECT_FALSE(found.table->foreignKeys);
+}
+
+// An unsigned long at the end of a table would be taken for its key.
+TYPED_TEST(TableShape, EndsInNoUnsignedLong) {
+  EXPECT_NE(Found<TypeParam>().LettersOfColumns().back(), 'U');
+}
+
+TYPED_TEST(TableShape, IsThatOfTheFile) {
+  const Found<TypeParam> found;
+  std::string expected;
+  const char* const types[] = {"TEXT", "TEXT", "INTEGER", "INTEGER", "REAL"};
+  const auto names = found.Names();
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    expected += (i == 0 ? "" : " ") + names[i] + "|" + types[found.table->columns[i]->kind];
+  }
+  const std::string name = found.table->name;
+  EXPECT_EQ(
+      OtherProgram(this->File()).Run("SELECT name, type FROM pragma_table_info('" + name + "')"),
+      expected);
+  EXPECT_EQ(OtherProgram(this->File()).Run("SELECT strict FROM pragma_table_list('" + name + "')"),
+            "1");
+}
+
+TEST(TableNames, AreThree) {
+  EXPECT_EQ(Found<Adapter>().table->name, "host_adapter_rows");
+  EXPECT_EQ(Found<PD>().table->name, "host_drive_rows");
+  EXPECT_EQ(Found<Plugin>().table->name, "host_plugin_rows");
+  EXPECT_EQ(Found<Adapter>().map->columnCount, 149);
+  EXPECT_EQ(Found<PD>().map->columnCount, 69);
+  EXPECT_EQ(Found<Plugin>().map->columnCount, 11);
+}
+
+TEST(TableNames, ColumnsBearTheFieldsNames) {
+  const std::vector<std::string> expected = {"ID",
+                                             "pi_api_version",
+                                             "pi_object_id",
+                                             "pi_plugin_name",
+                                             "pi_poll_interval",
+                                             "pi_plugin_state",
+                                             "pi_instance_number",
+                                             "pi_process_number",
+                                             "pi_module_id",
+                                             "pi_vendor",
+                                             "pi_plugin_version"};
+  EXPECT_EQ(Found<Plugin>().Names(), expected);
+  EXPECT_EQ(Found<Adapter>().map->alias, "ad");
+  EXPECT_EQ(Found<PD>().Names().at(7), "pd_boot_state");
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include <pthread.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "hostkit/Database.h"
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+constexpr int kThreads = 4;
+constexpr int kRounds = 50;
+
+template <class Work>
+void OnThreads(Work work) {
+  std::vector<std::thread> threads;
+  for (int number = 0; number < kThreads; ++number) threads.emplace_back(work, number);
+  for (auto& thread : threads) thread.join();
+}
+
+class Threads : public HostDatabaseTest {};
+
+TEST_F(Threads, GetTheSameStorage) {
+  std::atomic<int> different = 0;
+  OnThreads([&](int) { different += getDatabasePointer() == m_pStorage ? 0 : 1; });
+  EXPECT_EQ(different, 0);
+}
+
+TEST_F(Threads, RunStatementsAndLogEventsAtOnce) {
+  OnThreads([&](int number) {
+    for (int round = 0; round < kRounds; ++round) {
+      m_pStorage->dao->query("INSERT INTO host_adapter_rows (ad_adapter_number) VALUES (" +
+                             std::to_string(number) + ")");
+      HostKit::AppendEvent(PI::CEvent());
+      HostKit::ReadEvents(0, 3);
+    }
+  });
+  EXPECT_EQ(Counts(), "adapters 200 drives 0 plugins 0");
+  EXPECT_EQ(HostKit::ReadEvents(0, 1000).size(), 200U);
+}
+
+TEST_F(Threads, AreNotDisturbedByANewLife) {
+  OnThreads([&](int number) {
+    for (int round = 0; round < kRounds; ++round) {
+      if (number == 0) {
+        HostKit::ReopenDatabase();
+      } else {
+        HostKit::AppendEvent(PI::CEvent());
+      }
+    }
+  });
+  EXPECT_EQ(HostKit::ReadEvents(0, 1000).size(), 150U);
+}
+
+void OpenAndWrite(DatabaseORM::storage_t& storage) {
+  HostKit::ReopenDatabase();
+  storage.dao->query("INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"Skatra\")");
+}
+
+// A plug-in's job may be cancelled wherever it is.
+void* WriteForever(void* storage) {
+  for (;;) {
+    OpenAndWrite(*static_cast<DatabaseORM::storage_t*>(storage));
+    pthread_testcancel();
+  }
+}
+
+TEST_F(Threads, ThatAreCancelledInAStatementFinishIt) {
+  for (int round = 0; round < 20; ++round) {
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, nullptr, WriteForever, m_pStorage.get()), 0);
+    std::this_thread::sleep_for(std::chrono::microseconds(100 * round));
+    pthread_cancel(thread);
+    pthread_join(thread, nullptr);
+    EXPECT_EQ(FailureOf("DELETE FROM host_plugin_rows"), "");
+  }
+  EXPECT_EQ(Query("PRAGMA integrity_check").at(0), "ok");
+}
+
+}  // namespace

@@ -1,0 +1,127 @@
+// What becomes of texts that a card may send. The layer above escapes nothing.
+#include <cmath>
+#include <string>
+
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+using namespace RaidDataModels;
+
+class Values : public HostDatabaseTest {
+ protected:
+  Values() { m_pStorage->insert(AnAdapter(1)); }
+
+  // The name after a row with that name was written, or what the database said.
+  std::string Updated(const std::string& name) {
+    auto row = AnAdapter(1);
+    row.id = 1;
+    row.name = name;
+    try {
+      m_pStorage->update(row);
+    } catch (const DBEXCEPTION::DatabaseException&) {
+      return "(refused)";
+    }
+    return Find(*m_pStorage, 1).at(0).name;
+  }
+
+  std::string Inserted(const std::string& name) {
+    auto row = AnAdapter(2);
+    row.name = name;
+    try {
+      m_pStorage->insert(row);
+    } catch (const DBEXCEPTION::DatabaseException&) {
+      return "(refused)";
+    }
+    return Find(*m_pStorage, 2).at(0).name;
+  }
+};
+
+TEST_F(Values, OfManyKindsComeBackAsTheyAre) {
+  for (const std::string& text :
+       {std::string("o'hara"), std::string("a?b"), std::string("Größe 容量 \xF0\x9F\x92\xBE"),
+        std::string("line\nline\ttab\\"), std::string("%s %d"), std::string("-- no comment"),
+        std::string("; DROP TABLE host_adapter_rows;"), std::string("  "), std::string("true"),
+        std::string("\xFF\xFE not UTF-8"), std::string("null"), std::string("42"),
+        std::string(3 << 20, 'x')}) {
+    EXPECT_EQ(Updated(text), text);
+  }
+}
+
+TEST_F(Values, OfTheTextNullAreAbsent) {
+  EXPECT_EQ(Updated("NULL"), "NULL");
+  EXPECT_EQ(Query("SELECT ad_name IS NULL FROM host_adapter_rows"), std::vector<std::string>{"1"});
+}
+
+TEST_F(Values, WithADoubleQuoteAreRefused) {
+  for (const char* text : {"\"", "12\" shelf", "a\"b\"c", "ends in\""}) {
+    EXPECT_EQ(Updated(text), "(refused)") << text;
+    EXPECT_EQ(Inserted(text), "(refused)") << text;
+  }
+  EXPECT_EQ(Updated("the next one"), "the next one");
+  EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
+}
+
+TEST_F(Values, WithASingleQuoteAreNotLookedFor) {
+  using DatabaseORM::is_equal;
+  EXPECT_THROW(m_pStorage->get_all<PD>(DatabaseORM::where(is_equal(&PD::serialNumber, "o'hara") and
+                                                          is_equal(&PD::hostName, "localhost"))),
+               DBEXCEPTION::DatabaseException);
+}
+
+// A change takes the name of a column for the column. A new row does not.
+TEST_F(Values, OfAColumnsNameAreTakenForTheColumn) {
+  EXPECT_EQ(Updated("ad_host_name"), "localhost");
+  EXPECT_EQ(Updated("AD_Adapter_Number"), "1");
+  EXPECT_EQ(Updated("id"), "1");
+  EXPECT_EQ(Updated("rowid"), "1");
+  EXPECT_EQ(Inserted("ad_host_name"), "ad_host_name");
+}
+
+TEST_F(Values, OfATablesNameAreTexts) {
+  EXPECT_EQ(Updated("host_adapter_rows"), "host_adapter_rows");
+  EXPECT_EQ(Updated("ad"), "ad");
+}
+
+// Such a text is not hindered from doing what statements can do, but it cannot leave the file.
+TEST_F(Values, ThatBreakOutOfTheirQuotesAreStatements) {
+  const auto other = m_Folder.Path() / "other.db";
+  EXPECT_EQ(Updated("x\" WHERE 0; DELETE FROM host_adapter_rows WHERE ID = 5; --"), "NULL");
+  EXPECT_EQ(Updated("x\" WHERE 0; ATTACH '" + other.string() + "' AS o; --"), "(refused)");
+  EXPECT_FALSE(std::filesystem::exists(other));
+}
+
+TEST_F(Values, WithANulAreRefused) {
+  EXPECT_EQ(Updated(std::string("a\0b", 3)), "(refused)");
+}
+
+TEST_F(Values, OfListsAreCutAtQuestionMarks) {
+  auto row = AnAdapter(1);
+  row.id = 1;
+  row.statusReasonNames = {"a?b", "", "c"};
+  m_pStorage->update(row);
+  EXPECT_EQ(Find(*m_pStorage, 1).at(0).statusReasonNames, (string_list{"a", "b", "c"}));
+}
+
+TEST_F(Values, ThatAreNoNumbersAreRefused) {
+  PD drive;
+  drive.objectId = 1;
+  for (const double value : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {
+    drive.remainingReserve = value;
+    EXPECT_THROW(m_pStorage->insert(drive), DBEXCEPTION::DatabaseException);
+  }
+}
+
+// The layer above would end the host's thread over such a cell.
+TEST_F(Values, ThatTheLayerAboveCannotReadAreRefusedFromAnybody) {
+  OtherProgram other(File());
+  const std::string set = "UPDATE host_adapter_rows SET ";
+  for (const char* text : {"ad_temperature = 'warm'", "ad_temperature = ''",
+                           "ad_temperature = 2147483648", "ad_temperature = -2147483649",
+                           "ad_object_id = -1", "ad_object_id = 9223372036854775808"}) {
+    EXPECT_THROW(other.Run(set + text), std::runtime_error) << text;
+  }
+  EXPECT_EQ(Find(*m_pStorage, 1).size(), 1U);
+}
+
+}  // namespace

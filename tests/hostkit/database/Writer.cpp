@@ -1,0 +1,19 @@
+// Writes rows and events until it is killed. Its database is the one of the environment.
+#include <string>
+
+#include "hostkit/EventLog.h"
+#include "models/Adapter.h"
+#include "orm/storage.h"
+
+int main() {
+  const auto storage = getDatabasePointer();
+  RaidDataModels::Adapter row;
+  row.hostName = "localhost";
+  row.name = std::string(2000, 'x');
+  for (row.adapterNumber = 1;; ++row.adapterNumber) {
+    storage->insert(row);
+    PI::CEvent event;
+    event.m_SourceName = std::to_string(row.adapterNumber);
+    HostKit::AppendEvent(event);
+  }
+}

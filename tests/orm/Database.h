@@ -1,0 +1,85 @@
+// A database that answers from a script and notes what it was sent.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "orm/storage.h"
+
+class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
+ public:
+  // What the next statements get, in order; then empty answers.
+  void Answer(const std::vector<std::string>& cells);
+  void Fail(const std::string& text);
+  void Throw(std::function<void()> thrower);
+
+  std::vector<std::string> query(std::string sql) override;
+
+  std::vector<std::string> sent;
+
+ private:
+  std::deque<std::function<std::vector<std::string>()>> m_Script;
+};
+
+// How the table of a test looks.
+struct TableLook {
+  std::string name = "T1";
+  std::string alias = "A";
+  bool autoKey = false;  // the first column, or the last when it is an unsigned long
+  bool foreignKeys = false;
+  bool hasTable = true;
+  bool hasMap = true;
+};
+
+template <class Field>
+DatabaseORM::column_kind_t KindOf() {
+  if (std::is_same_v<Field, std::string>) return DatabaseORM::string_column;
+  if (std::is_same_v<Field, std::vector<std::string>>) return DatabaseORM::list_column;
+  if (std::is_same_v<Field, int>) return DatabaseORM::int_column;
+  return std::is_same_v<Field, double> ? DatabaseORM::double_column : DatabaseORM::ulong_column;
+}
+
+// Fills the one map of `Row` from its list of fields.
+template <class Row>
+std::shared_ptr<RaidDataModels::dbModelFieldsMap<Row>> MapOf(const TableLook& look) {
+  auto map = RaidDataModels::dbModelFieldsMap<Row>::instance();
+  map->alias = look.alias;
+  map->columnCount = 0;
+  map->intFields.clear();
+  map->ulongFields.clear();
+  map->stringFields.clear();
+  map->listFields.clear();
+  map->doubleFields.clear();
+  Row::Columns([&](const char* name, auto member) {
+    using Field = std::decay_t<decltype(std::declval<Row&>().*member)>;
+    RaidDataModels::fields_of<Field>(*map).push_back({member, name, map->columnCount++});
+  });
+  return map;
+}
+
+template <class Row>
+std::shared_ptr<DatabaseORM::table_t<Row>> TableOf(const TableLook& look) {
+  auto table = std::make_shared<DatabaseORM::table_t<Row>>();
+  table->name = look.name;
+  table->foreignKeys = look.foreignKeys;
+  Row::Columns([&](const char*, auto member) {
+    using Field = std::decay_t<decltype(std::declval<Row&>().*member)>;
+    using Column = DatabaseORM::column_t<Row>;
+    table->columns.push_back(std::make_shared<Column>(Column{KindOf<Field>(), false}));
+  });
+  if (look.autoKey) table->columns.front()->autoIncrement = true;
+  return table;
+}
+
+template <class Row>
+DatabaseORM::storage_t StorageOf(const std::shared_ptr<ScriptedDatabase>& database,
+                                 const TableLook& look = {}) {
+  DatabaseORM::storage_t storage;
+  storage.dao = database;
+  if (look.hasMap) storage.modelMaps.push_back(MapOf<Row>(look));
+  if (look.hasTable) storage.tables.push_back(TableOf<Row>(look));
+  return storage;
+}

@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+#include "tests/orm/Database.h"
+#include "tests/orm/Rows.h"
+
+namespace {
+
+using namespace DatabaseORM;
+using Call = std::function<void(storage_t&)>;
+
+struct NamedCall {
+  const char* name;
+  Call call;
+};
+
+const std::vector<NamedCall> kCalls = {
+    {"insert", [](storage_t& storage) { storage.insert(Item()); }},
+    {"update", [](storage_t& storage) { storage.update(Item()); }},
+    {"max", [](storage_t& storage) { storage.max(&Item::id); }},
+    {"get_all",
+     [](storage_t& storage) { storage.get_all<Item>(where(is_equal(&Item::name, "x"))); }},
+    {"remove_all",
+     [](storage_t& storage) { storage.remove_all<Item>(where(is_equal(&Item::name, "x"))); }}};
+
+TEST(Failure, OtherThanTheDatabasesPassesUnchanged) {
+  for (const auto& [name, call] : kCalls) {
+    SCOPED_TRACE(name);
+    const auto database = std::make_shared<ScriptedDatabase>();
+    auto storage = StorageOf<Item>(database);
+    database->Throw([] { throw std::bad_alloc(); });
+    EXPECT_THROW(call(storage), std::bad_alloc);
+    database->Throw([] { throw std::runtime_error("as it is"); });
+    EXPECT_THROW(
+        try { call(storage); } catch (const std::runtime_error& error) {
+          EXPECT_STREQ(error.what(), "as it is");
+          throw;
+        },
+        std::runtime_error);
+    EXPECT_TRUE(storage.useAlias);
+  }
+}
+
+TEST(Failure, OtherThanTheDatabasesPassesTheKeyToo) {
+  const auto database = std::make_shared<ScriptedDatabase>();
+  TableLook look;
+  look.autoKey = true;
+  auto storage = StorageOf<Item>(database, look);
+  database->Throw([] { throw std::bad_alloc(); });
+  EXPECT_THROW(storage.insert(Item()), std::bad_alloc);
+  EXPECT_EQ(database->sent.size(), 1U);
+}
+
+TEST(Failure, AStatementAfterAFailedOneWorks) {
+  for (const auto& [name, call] : kCalls) {
+    SCOPED_TRACE(name);
+    const auto database = std::make_shared<ScriptedDatabase>();
+    auto storage = StorageOf<Item>(database);
+    database->Fail("gone");
+    EXPECT_THROW(call(storage), DBEXCEPTION::DatabaseException);
+    EXPECT_NO_THROW(call(storage));
+  }
+}
+
+TEST(Failure, AnUnnamedKeyColumnCannotBeRead) {
+  TableLook look;
+  look.autoKey = true;
+  auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), look);
+  MapOf<Item>(look)->intFields.front().name.clear();
+  try {
+    storage.insert(Item());
+    FAIL();
+  } catch (const DBEXCEPTION::DatabaseException& exception) {
+    EXPECT_STREQ(exception.what(),
+                 "Storage query exception thrown! Cannot read ID from database! "
+                 "(Empty colName exception!)");
+  }
+}
+
+TEST(Failure, AColumnOutsideItsTableIsSeen) {
+  auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
+  MapOf<Item>({})->stringFields.front().index = 2;
+  EXPECT_THROW(storage.insert(Item()), std::out_of_range);
+  EXPECT_THROW(storage.update(Item()), std::out_of_range);
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include "tests/orm/Database.h"
+#include "tests/orm/Rows.h"
+
+namespace {
+
+using namespace DatabaseORM;
+
+// What the call throws, or an empty text.
+template <class Call>
+std::string Thrown(Call call) {
+  try {
+    call();
+  } catch (const DBEXCEPTION::DatabaseException& exception) {
+    return exception.what();
+  }
+  return "";
+}
+
+TEST(Lookup, PassesOverTablesAndMapsOfOtherRows) {
+  const auto database = std::make_shared<ScriptedDatabase>();
+  auto storage = StorageOf<Place>(database);
+  storage.tables.push_back(nullptr);
+  storage.modelMaps.push_back(std::make_shared<RaidDataModels::dbModelFieldsMapBase>());
+  TableLook look;
+  look.name = "T2";
+  storage.tables.push_back(TableOf<Item>(look));
+  storage.modelMaps.push_back(MapOf<Item>(look));
+  storage.max(&Item::id);
+  EXPECT_EQ(database->sent.at(0), "SELECT MAX(ID) FROM T2");
+}
+
+TEST(Lookup, TakesTheFirstTableThatFits) {
+  const auto database = std::make_shared<ScriptedDatabase>();
+  auto storage = StorageOf<Item>(database);
+  TableLook second;
+  second.name = "T2";
+  storage.tables.push_back(TableOf<Item>(second));
+  storage.max(&Item::id);
+  EXPECT_EQ(database->sent.at(0), "SELECT MAX(ID) FROM T1");
+}
+
+TEST(Lookup, TakesTheLastColumnOfAMember) {
+  auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
+  MapOf<Item>({})->intFields.push_back({&Item::id, "Second", 1});
+  EXPECT_EQ(storage.stringFromExpression(&Item::id), "Second");
+}
+
+TEST(Lookup, KnowsColumnsOfAllThreeTypes) {
+  auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>());
+  EXPECT_EQ(storage.stringFromExpression(&Place::number), "Number");
+  EXPECT_EQ(storage.stringFromExpression(&Place::size), "Size");
+  EXPECT_EQ(storage.stringFromExpression(&Place::host), "Host");
+}
+
+TEST(Lookup, OfAColumnThatIsNotThereFails) {
+  auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
+  MapOf<Item>({})->intFields.clear();
+  EXPECT_EQ(Thrown([&] { storage.stringFromExpression(&Item::id); }), "Empty colName exception!");
+}
+
+TEST(Lookup, OfTheAliasAndOfAColumnFailInTheirOwnWords) {
+  storage_t storage;
+  EXPECT_EQ(Thrown([&] { storage.extractAlias<Item>(); }),
+            "Storage query exception thrown! No such model map exist.");
+  EXPECT_EQ(Thrown([&] { storage.stringFromExpression(&Item::id); }),
+            "Storage query exception thrown! No such model in map exist.");
+}
+
+TEST(Lookup, GivesTheAlias) {
+  TableLook look;
+  look.alias = "short";
+  const auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), look);
+  EXPECT_EQ(storage.extractAlias<Item>(), "short");
+}
+
+TEST(Lookup, AFreshStorageUsesTheAlias) {
+  EXPECT_TRUE(storage_t().useAlias);
+}
+
+}  // namespace

@@ -1,0 +1,259 @@
+#include "tests/orm/StatementFile.h"
+
+#include <algorithm>
+#include <boost/algorithm/string.hpp>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+
+#include "tests/orm/Database.h"
+#include "tests/orm/Rows.h"
+
+using DatabaseORM::is_equal;
+using DatabaseORM::where;
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+Words Split(const std::string& text, const char* separators) {
+  Words words;
+  if (!text.empty()) boost::split(words, text, boost::is_any_of(separators));
+  return words;
+}
+
+void Read(const std::string& text, int& value) {
+  value = std::stoi(text);
+}
+void Read(const std::string& text, unsigned long& value) {
+  value = std::stoul(text);
+}
+void Read(const std::string& text, double& value) {
+  value = std::stod(text);
+}
+void Read(const std::string& text, std::string& value) {
+  value = text;
+}
+void Read(const std::string& text, string_list& value) {
+  value = Split(text, ",");
+}
+
+std::string Show(int value) {
+  return value == null_int ? "null" : std::to_string(value);
+}
+std::string Show(unsigned long value) {
+  return value == null_ulong ? "null" : std::to_string(value);
+}
+std::string Show(double value) {
+  std::ostringstream text;
+  text << value;
+  return value == null_double ? "null" : text.str();
+}
+std::string Show(const std::string& value) {
+  return value;
+}
+std::string Show(const string_list& value) {
+  return "[" + boost::join(value, ",") + "]";
+}
+
+template <class Row>
+std::string ShowRow(const Row& row) {
+  std::string text = "row";
+  Row::Columns([&](const char* column, auto member) {
+    text += std::string(" ") + column + "=" + Show(row.*member);
+  });
+  return text + "\n";
+}
+
+TableLook LookOf(const StatementCase& given) {
+  TableLook look;
+  for (const auto& [word, rest] : given.lines) {
+    if (word == "map") look.hasMap = rest != "none";
+    if (word != "table") continue;
+    const Words words = Split(rest, " ");
+    look.name = words.at(0);
+    look.hasTable = look.name != "none";
+    look.autoKey = std::count(words.begin(), words.end(), "auto") != 0;
+    look.foreignKeys = std::count(words.begin(), words.end(), "foreign") != 0;
+  }
+  return look;
+}
+
+template <class Row>
+class Runner {
+ public:
+  explicit Runner(const StatementCase& given)
+      : m_pDatabase(std::make_shared<ScriptedDatabase>()),
+        m_Storage(StorageOf<Row>(m_pDatabase, LookOf(given))) {
+    // An auto key that is an unsigned long stands last.
+    if constexpr (std::is_same_v<Row, WideKey>) {
+      const auto table = TableOf<Row>(LookOf(given));
+      std::swap(table->columns.front()->autoIncrement, table->columns.back()->autoIncrement);
+      m_Storage.tables = {table};
+    }
+  }
+
+  std::string Run(const StatementCase& given) {
+    std::string outcome;
+    for (const auto& [word, rest] : given.lines) {
+      if (word == "set") Set(rest);
+      if (word == "answer") m_pDatabase->Answer(Split(rest, "|"));
+      if (word == "fail") m_pDatabase->Fail(rest);
+      if (word == "do") outcome = Outcome(Split(rest, " "));
+    }
+    std::string text;
+    for (const std::string& sql : m_pDatabase->sent) text += "sent " + sql + "|\n";
+    return text + outcome + (m_Storage.useAlias ? "" : "the alias stays off\n");
+  }
+
+ private:
+  void Set(const std::string& rest) {
+    const auto blank = rest.find(' ');
+    const std::string column = rest.substr(0, blank);
+    const std::string value = blank == std::string::npos ? "" : rest.substr(blank + 1);
+    bool found = false;
+    Row::Columns([&](const char* name, auto member) {
+      if (name != column) return;
+      Read(value, m_Row.*member);
+      found = true;
+    });
+    if (!found) throw std::runtime_error("no column " + column);
+  }
+
+  std::string Outcome(const Words& verb) {
+    try {
+      return Do(verb);
+    } catch (const DBEXCEPTION::DatabaseException& exception) {
+      return std::string("throws ") + exception.what() + "\n";
+    }
+  }
+
+  std::string Do(const Words& verb) {
+    if (verb.at(0) == "insert") return Gives(m_Storage.insert(m_Row));
+    if (verb.at(0) == "max") return Max(verb.at(1));
+    if (verb.at(0) == "update") {
+      m_Storage.update(m_Row);
+      return "";
+    }
+    return WithCondition(verb);
+  }
+
+  template <class Number>
+  std::string Gives(Number number) {
+    return "gives " + std::to_string(number) + "\n";
+  }
+
+  std::string Max(const std::string& column) {
+    std::string text;
+    Row::Columns([&](const char* name, auto member) {
+      using Field = std::decay_t<decltype(m_Row.*member)>;
+      if constexpr (std::is_same_v<Field, int> || std::is_same_v<Field, unsigned long>) {
+        if (name == column) text = Gives(m_Storage.max(member));
+      }
+    });
+    return text;
+  }
+
+  std::string WithCondition(const Words& verb) {
+    if constexpr (std::is_same_v<Row, Place>) {
+      const auto number = [&](std::size_t at) {
+        return is_equal(&Place::number, std::stoi(verb.at(at)));
+      };
+      const auto host = [&](std::size_t at) { return is_equal(&Place::host, verb.at(at).c_str()); };
+      const auto name = [&](std::size_t at) { return is_equal(&Place::name, verb.at(at)); };
+      const std::string& kind = verb.at(1);
+      if (kind == "number-host") return Perform(verb[0], where(number(2) and host(3)));
+      if (kind == "name-host") return Perform(verb[0], where(name(2) and host(3)));
+      if (kind == "all-three") {
+        return Perform(verb[0], where(number(2) and host(3) and name(4)));
+      }
+      if (kind == "number") return Perform(verb[0], where(number(2)));
+      if (kind == "name") return Perform(verb[0], where(name(2)));
+    } else if constexpr (std::is_same_v<Row, Everything>) {
+      return Perform(verb[0], where(is_equal(&Everything::id, std::stoi(verb.at(2)))));
+    }
+    throw std::runtime_error("unknown verb " + verb[0]);
+  }
+
+  template <class Condition>
+  std::string Perform(const std::string& verb, Condition condition) {
+    if (verb == "remove") {
+      m_Storage.remove_all<Row>(condition);
+      return "";
+    }
+    std::string text;
+    for (const Row& row : m_Storage.get_all<Row>(condition)) text += ShowRow(row);
+    return text.empty() ? "no rows\n" : text;
+  }
+
+  std::shared_ptr<ScriptedDatabase> m_pDatabase;
+  DatabaseORM::storage_t m_Storage;
+  Row m_Row;
+};
+
+template <class Row>
+std::string RunAs(const StatementCase& given) {
+  return Runner<Row>(given).Run(given);
+}
+
+void ReadLine(const std::string& line, StatementCase& current) {
+  const auto blank = line.find(' ');
+  const std::string word = line.substr(0, blank);
+  const std::string rest = blank == std::string::npos ? "" : line.substr(blank + 1);
+  if (!current.lines.empty() && current.lines.back().first == "do") {
+    current.expected += line + "\n";
+  } else if (word == "case") {
+    current.name = rest;
+  } else if (word == "row") {
+    current.row = rest;
+  } else {
+    current.lines.emplace_back(word, rest);
+  }
+}
+
+std::vector<StatementCase> ReadStatementFile(const std::filesystem::path& file) {
+  std::vector<StatementCase> cases;
+  std::ifstream input(file);
+  StatementCase current;
+  for (std::string line; std::getline(input, line) || !current.name.empty(); line.clear()) {
+    if (!line.empty()) {
+      ReadLine(line, current);
+    } else if (!current.name.empty()) {
+      current.file = file.stem().string();
+      if (current.expected.empty()) throw std::runtime_error("nothing expected: " + current.name);
+      cases.push_back(std::exchange(current, {}));
+    }
+  }
+  return cases;
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& out, const StatementCase& shown) {
+  return out << shown.file << ": " << shown.name;
+}
+
+std::vector<StatementCase> ReadStatementFiles(const std::string& folder) {
+  std::vector<std::filesystem::path> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  std::vector<StatementCase> cases;
+  for (const auto& file : files) {
+    for (const auto& found : ReadStatementFile(file)) cases.push_back(found);
+  }
+  if (cases.empty()) throw std::runtime_error("no statements in " + folder);
+  return cases;
+}
+
+std::string RunStatementCase(const StatementCase& given) {
+  static const std::map<std::string, std::string (*)(const StatementCase&)> types = {
+      {"Item", RunAs<Item>},       {"OnlyKey", RunAs<OnlyKey>},
+      {"Place", RunAs<Place>},     {"Everything", RunAs<Everything>},
+      {"WideKey", RunAs<WideKey>}, {"LeadingUlong", RunAs<LeadingUlong>},
+      {"TwoKeys", RunAs<TwoKeys>}};
+  return types.at(given.row)(given);
+}

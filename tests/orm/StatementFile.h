@@ -1,0 +1,39 @@
+// Files of statements: rows in, statements out.
+//
+// A file holds cases with a blank line between them. The lines of a case up to `do` say what is
+// there:
+//
+//   case NAME             what a reader would call it
+//   row TYPE              one of the types of Rows.h
+//   table NAME [auto] [foreign] | table none
+//   map none
+//   set COLUMN VALUE      a field of the row; elements of a list have a comma between them
+//   answer CELL|CELL      what the database says to the next statement
+//   fail TEXT             the database refuses it
+//   do VERB [ARGUMENTS]   insert, update, max COLUMN, get CONDITION or remove CONDITION
+//
+// The lines behind it are what must come out: `sent STATEMENT|` for each statement, the bar marking
+// its end; `gives NUMBER`, `row COLUMN=VALUE ...` or `throws TEXT`.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct StatementCase {
+  std::string file;
+  std::string name;
+  std::string row;
+  std::vector<std::pair<std::string, std::string>> lines;  // word and rest, up to `do`
+  std::string expected;                                    // the lines behind it
+};
+
+std::ostream& operator<<(std::ostream& out, const StatementCase& shown);
+
+// The cases of all files of a folder. Throws `std::runtime_error` for a folder without any, and for
+// a case that expects nothing.
+std::vector<StatementCase> ReadStatementFiles(const std::string& folder);
+
+// Runs a case and renders what came out of it in the form of its expectation.
+std::string RunStatementCase(const StatementCase& given);

@@ -1,0 +1,26 @@
+#include <gtest/gtest.h>
+
+#include <cctype>
+
+#include "tests/orm/StatementFile.h"
+
+namespace {
+
+class Statements : public testing::TestWithParam<StatementCase> {};
+
+TEST_P(Statements, AreWrittenByteByByte) {
+  EXPECT_EQ(RunStatementCase(GetParam()), GetParam().expected);
+}
+
+std::string NameOfCase(const testing::TestParamInfo<StatementCase>& info) {
+  std::string name = info.param.file + "_" + info.param.name;
+  for (char& letter : name) {
+    if (std::isalnum(static_cast<unsigned char>(letter)) == 0) letter = '_';
+  }
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Statements, testing::ValuesIn(ReadStatementFiles(STATEMENT_FILES)),
+                         NameOfCase);
+
+}  // namespace
