@@ -19,8 +19,10 @@ function(corvane_target target)
   endif()
   target_include_directories(${target} PRIVATE ${CORVANE_ROOT})
   if(CORVANE_SANITIZE)
+    # Whole stacks, so that a report names the function that an accepted race is listed under.
     target_compile_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE}
-                                             -fno-sanitize-recover=all -fno-omit-frame-pointer)
+                                             -fno-sanitize-recover=all -fno-omit-frame-pointer
+                                             -fno-optimize-sibling-calls)
     target_link_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE})
   endif()
   if(CORVANE_COVERAGE)

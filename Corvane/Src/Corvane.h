@@ -138,6 +138,10 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   void StartJob(ThreadSlot& slot, unsigned int (IPLUGINAPI_IMPL::*job)(const std::string&),
                 const CFusionIOAdapter& adapter);
   unsigned int RunJob(const CardJob& job, const std::string& device);
+  // The writes of a job to its device string, which take no lock. Functions of their own, and never
+  // inlined, so that the list of accepted races can name them and nothing else.
+  static void SetDevice(std::string& slot, const std::string& device);
+  static void WriteDevice(std::string& slot, const std::string& device);
   PI::CEvent FailureOf(const CardJob& job, const std::string& device);
   void DriveCard(const CardJob& job, const std::string& device, const PI::CEvent& failure);
   bool JobFailed(const CardJob& job, const char* function, std::uint64_t code,

@@ -3,6 +3,7 @@
 
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/Corvane.h"
+#include "Corvane/Src/FormatParameters.h"
 #include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
 #include "Corvane/Src/Trace.h"
@@ -101,74 +102,6 @@ constexpr OperationRow kDriveOperations[] = {
     {PI::OP_MAKE_ONLINE, 1, 2, 1, 1, false, -1, 3, 22031},
     {PI::OP_MAKE_OFFLINE, 1, 2, 1, 1, false, -1, 3, 22029},
 };
-
-const std::vector<int> kCapacityChoices = {Value::MAXIMUM_CAPACITY, Value::FACTORY_CAPACITY,
-                                           Value::IMPROVED_PERFORMANCE, Value::HIGH_PERFORMANCE,
-                                           Value::CUSTOM};
-
-struct SectorSizeChoice {
-  std::uint32_t m_Bytes;
-  int m_Value;
-};
-
-// In ascending order. The first one stands for every size that has no value of its own.
-constexpr SectorSizeChoice kSectorSizes[] = {
-    {512, Value::_512B}, {1024, Value::_1K}, {2048, Value::_2K},
-    {4096, Value::_4K},  {8192, Value::_8K},
-};
-
-int SectorSizeValue(std::uint32_t bytes) {
-  for (const SectorSizeChoice& choice : kSectorSizes) {
-    if (choice.m_Bytes == bytes) return choice.m_Value;
-  }
-  return kSectorSizes[0].m_Value;
-}
-
-std::uint32_t SectorSizeBytes(int value) {
-  for (const SectorSizeChoice& choice : kSectorSizes) {
-    if (choice.m_Value == value) return choice.m_Bytes;
-  }
-  return kSectorSizes[0].m_Bytes;
-}
-
-std::vector<int> SectorSizeChoices(const Drive& drive) {
-  std::vector<int> values;
-  for (const SectorSizeChoice& choice : kSectorSizes) {
-    if (choice.m_Bytes < drive.m_MinSectorSize) continue;
-    if (choice.m_Bytes > drive.m_MaxSectorSize) break;
-    values.push_back(choice.m_Value);
-  }
-  if (values.empty()) values.push_back(kSectorSizes[0].m_Value);
-  return values;
-}
-
-// What a host may choose for a format.
-void AppendFormatParameters(const Drive& drive, std::vector<CProperty>& parameters) {
-  CProperty formatting(Property::CHOICE_PARAM, true);
-  formatting.m_NameID = Property::FORMATTING;
-  formatting.SetValue(Value::FACTORY_CAPACITY, kCapacityChoices);
-  parameters.push_back(formatting);
-
-  CProperty size(Property::RANGE_PARAM, true);
-  size.m_NameID = Property::SIZE;
-  size.SetValue(100, 10, 100, 1);
-  size.m_Units = PI::UNITS_PERCENT;
-  parameters.push_back(size);
-
-  if (drive.m_PowerOfTwoSectors) {
-    CProperty sectors(Property::CHOICE_PARAM, true);
-    sectors.m_NameID = Property::BLOCK_SIZE;
-    sectors.SetValue(SectorSizeValue(drive.m_SectorSize), SectorSizeChoices(drive));
-    parameters.push_back(sectors);
-    return;
-  }
-  CProperty sectors(Property::RANGE_PARAM, true);
-  sectors.m_NameID = Property::BLOCK_SIZE;
-  sectors.SetValue(static_cast<int>(drive.m_SectorSize), static_cast<int>(drive.m_MinSectorSize),
-                   static_cast<int>(drive.m_MaxSectorSize), drive.m_SectorSizeMultiplier);
-  sectors.m_Units = PI::UNITS_BYTES;
-  parameters.push_back(sectors);
-}
 
 // What a host has chosen for a format. Without a word about it the sectors become the smallest.
 struct FormatRequest {

@@ -854,12 +854,21 @@ unsigned int IPLUGINAPI_IMPL::ForceDetach(const std::string& device) {
 
 unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& device) {
   TRACE(TRACE_ENTRY, "ENTER %s(%s)", job.m_Name, device);
-  (this->*job.m_Device).assign(device);
+  SetDevice(this->*job.m_Device, device);
   const PI::CEvent failure = FailureOf(job, device);
   DriveCard(job, device, failure);
-  (this->*job.m_Device).clear();
+  SetDevice(this->*job.m_Device, "");
   TRACE(TRACE_ENTRY, "LEAVE %s()", job.m_Name);
   return 1;
+}
+
+[[gnu::noinline]] void IPLUGINAPI_IMPL::SetDevice(std::string& slot, const std::string& device) {
+  WriteDevice(slot, device);
+}
+
+// There is room for every path, so the text is written in its place.
+[[gnu::noinline]] void IPLUGINAPI_IMPL::WriteDevice(std::string& slot, const std::string& device) {
+  slot.assign(device);
 }
 
 // Made ahead of the work, so that the job need not come back for the adapter, which may be gone by

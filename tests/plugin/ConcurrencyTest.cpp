@@ -1,0 +1,263 @@
+// Host threads that read while jobs drive the cards and the worker scans them: natively at once,
+// and in many drawn schedules.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <set>
+
+#include "host/Toolkit.h"
+#include "hostkit/Inspect.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::AnyOf;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+constexpr std::uint64_t PLUGIN = 0x0130000000000000;
+constexpr std::uint64_t FIRST = 0x0130000000000001;
+constexpr std::uint64_t FIRST_DRIVE = 0x0130000000000002;
+constexpr std::uint64_t SECOND = 0x0130000000000003;
+
+constexpr std::uint64_t SEEDS = 300;
+
+// A thread of the host. It belongs to the kit from the start, so that a schedule can be repeated,
+// and is waited for at the end of the scope.
+class HostThread {
+ public:
+  explicit HostThread(std::function<void()> body) : m_Body(std::move(body)) {
+    EXPECT_EQ(m_Thread.Create(Delegate(this, &HostThread::Run), false), 1);
+  }
+  ~HostThread() { m_Thread.Wait(MBX::Threading::WAIT_INFINITE); }
+  HostThread(const HostThread&) = delete;
+  HostThread& operator=(const HostThread&) = delete;
+
+ private:
+  using Delegate = MBX::Delegates_and_Calls::TDelegateR0<HostThread, unsigned int>;
+
+  unsigned int Run() {
+    m_Body();
+    return 1;
+  }
+
+  const std::function<void()> m_Body;
+  MBX::Threading::CThread m_Thread;
+};
+
+// Native threads in virtual time, or the schedule of a seed.
+using Schedule = std::optional<std::uint64_t>;
+constexpr Schedule NATIVE = std::nullopt;
+
+std::function<void()> TimeOf(Schedule schedule) {
+  if (!schedule) return HostKit::UseVirtualTime;
+  return [seed = *schedule] { HostKit::UseSeededSchedule(seed); };
+}
+
+// A detached card and an attached one, each a second away from the other state.
+class Traffic {
+ public:
+  explicit Traffic(Schedule schedule) : m_Host(TimeOf(schedule)) {
+    // Hundreds of schedules would spend half their time on lines that nobody reads.
+    if (schedule) HostKit::SetTraceMask(0);
+    m_Host.WriteIni("PollInterval=2\n");
+    for (const char* state : {"0", "2"}) {
+      const std::string card = m_Host.AddCard();
+      m_Host.Cards().Set(card, "iom_state", state);
+      m_Host.Cards().Set(card, "attach_ms", "1000");
+      m_Host.Cards().Set(card, "detach_ms", "1000");
+    }
+    EXPECT_EQ(m_Host.Start(), 0U);
+    // Each call of the cards is a moment at which another thread may go on.
+    m_Host.ForgetCalls();
+    CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
+  }
+
+  void Attach() { EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U); }
+  void Detach() { EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U); }
+
+  // One round of what a host's window asks for.
+  void Read() {
+    EXPECT_EQ(m_Host.Topology().size(), 5U);
+    for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE, SECOND}) {
+      EXPECT_THAT(m_Host.Properties(id), testing::Not(IsEmpty()));
+    }
+    // It depends on the moment whether a job runs and what the last scan saw.
+    EXPECT_THAT(m_Host.Check(FIRST, PI::OP_ATTACH), AnyOf(0U, 20000U, 20031U));
+    EXPECT_THAT(m_Host.Check(SECOND, PI::OP_DETACH), AnyOf(0U, 20000U, 20031U));
+    Pass(150);
+  }
+
+  // Their numbers, in order.
+  std::vector<std::uint32_t> Events() {
+    PI::COperation collect;
+    collect.m_OperationID = PI::OP_GET_EVENTS;
+    EXPECT_EQ(m_Host.Execute(PI::CMD_EXECUTE_OPERATION, PLUGIN, &collect), 0U);
+    std::vector<std::uint32_t> numbers;
+    for (const PI::CEvent& event : collect.m_Events) numbers.push_back(event.m_EventID);
+    return numbers;
+  }
+
+  void ExpectBothCardsChanged() {
+    EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), "2");
+    EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "0");
+  }
+
+  // Stops first: until then the worker may be in the midst of a look.
+  void StopAndExpectNothingLeft() {
+    EXPECT_EQ(m_Host.DeInitialize(), 0U);
+    for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
+    EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+    EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+  }
+
+  SimulatedHost m_Host;
+};
+
+void ReadWhileJobsRun(Schedule schedule, int rounds) {
+  Traffic traffic(schedule);
+  const auto read = [&] {
+    for (int i = 0; i < rounds; ++i) traffic.Read();
+  };
+  {
+    const HostThread first(read);
+    const HostThread second(read);
+    traffic.Attach();
+    traffic.Detach();
+  }
+  Pass(5000);
+  traffic.ExpectBothCardsChanged();
+  EXPECT_THAT(traffic.Events(), UnorderedElementsAre(10983U, 10984U));
+  traffic.StopAndExpectNothingLeft();
+}
+
+TEST(Concurrency, TwoThreadsReadWhileACardIsAttachedAndAnotherDetached) {
+  for (int i = 0; i < 10; ++i) ReadWhileJobsRun(NATIVE, 10);
+}
+
+// Short jobs, and a check at every moment of them.
+TEST(Concurrency, ChecksWithoutAPauseWhileJobsComeAndGo) {
+  Traffic traffic(NATIVE);
+  HostKit::SetTraceMask(0);
+  CardSim::SetHook({});
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 50, "no", 100000);
+  std::atomic<bool> done{false};
+  const auto isBusy = [&] { return traffic.m_Host.Check(FIRST, PI::OP_ATTACH) == 20031U; };
+  {
+    const HostThread checker([&] {
+      while (!done) isBusy();
+    });
+    for (int i = 0; i < 300; ++i) {
+      traffic.Attach();
+      while (isBusy()) continue;
+    }
+    done = true;
+  }
+  Pass(100);
+  EXPECT_EQ(traffic.Events(), std::vector<std::uint32_t>(300, 10981));
+  traffic.StopAndExpectNothingLeft();
+}
+
+// Each setting wakes the worker, which unmarks the objects while the others are copied.
+TEST(Concurrency, TheIntervalIsSetWithoutAPauseWhileOthersRead) {
+  Traffic traffic(NATIVE);
+  HostKit::SetTraceMask(0);
+  const std::uint64_t id = traffic.m_Host.PluginId();
+  std::atomic<bool> done{false};
+  {
+    const HostThread reader([&] {
+      while (!done) EXPECT_EQ(traffic.m_Host.Topology().size(), 5U);
+    });
+    for (int i = 0; i < 500; ++i) {
+      PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
+      interval.SetValue(2 + i % 3, 2, 255, 1);
+      EXPECT_EQ(traffic.m_Host.Execute(PI::CMD_SET_PROPERTY, id, &interval), 0U);
+    }
+    done = true;
+  }
+  EXPECT_EQ(traffic.m_Host.ReadIni(), "PollInterval=3\n");
+  traffic.StopAndExpectNothingLeft();
+}
+
+TEST(Concurrency, ReadingAndJobsGetOnInEveryDrawnSchedule) {
+  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    ReadWhileJobsRun(seed, 2);
+  }
+}
+
+// What makes a seed worth noting down.
+TEST(Concurrency, ASeedRepeatsItsSchedule) {
+  const auto callsOf = [](std::uint64_t seed) {
+    Traffic traffic(seed);
+    {
+      const HostThread first([&] { traffic.Read(); });
+      const HostThread second([&] { traffic.Read(); });
+      traffic.Attach();
+      traffic.Detach();
+    }
+    Pass(5000);
+    return traffic.m_Host.Calls();
+  };
+  std::set<std::vector<std::string>> schedules;
+  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+    const std::vector<std::string> calls = callsOf(seed);
+    EXPECT_EQ(calls, callsOf(seed)) << "seed " << seed;
+    schedules.insert(calls);
+  }
+  EXPECT_EQ(schedules.size(), 20U);
+}
+
+// Both jobs fail, and the host collects their events while they are posted: none is lost, and none
+// is seen twice. A scan may also see a card on its way and back.
+void CollectWhileJobsFail(Schedule schedule) {
+  Traffic traffic(schedule);
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 51, "no", 2);
+  std::multiset<std::uint32_t> seen;
+  {
+    const HostThread collector([&] {
+      for (int i = 0; i < 20; ++i) {
+        for (const std::uint32_t event : traffic.Events()) seen.insert(event);
+        Pass(50);
+      }
+    });
+    traffic.Attach();
+    traffic.Detach();
+  }
+  Pass(5000);
+  for (const std::uint32_t event : traffic.Events()) seen.insert(event);
+  EXPECT_EQ(seen.count(10981), 1U);
+  EXPECT_EQ(seen.count(10982), 1U);
+  traffic.StopAndExpectNothingLeft();
+}
+
+TEST(Concurrency, NoEventIsLostWhileTheHostCollects) {
+  for (int i = 0; i < 10; ++i) CollectWhileJobsFail(NATIVE);
+}
+
+TEST(Concurrency, NoEventIsLostInAnyDrawnSchedule) {
+  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    CollectWhileJobsFail(seed);
+  }
+}
+
+TEST(Concurrency, StoppingWaitsForTheJobsInEveryDrawnSchedule) {
+  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Traffic traffic(seed);
+    traffic.Attach();
+    traffic.Detach();
+    traffic.StopAndExpectNothingLeft();
+    traffic.ExpectBothCardsChanged();
+    traffic.m_Host.Release();
+  }
+}
+
+}  // namespace
+}  // namespace CorvaneTest

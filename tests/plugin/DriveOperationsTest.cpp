@@ -1,0 +1,311 @@
+// What the host may do to a physical drive but for the format: bring its units online or offline.
+
+#include <gmock/gmock.h>
+
+#include <ostream>
+
+#include "hostkit/Inspect.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+constexpr std::uint64_t DRIVE = 0x0130000000000002;
+constexpr std::size_t PRIVATE_EVENT = 2;  // behind m_ForceWorker and m_StopRequest
+
+using Lines = std::vector<std::string>;
+
+class DriveOperations : public testing::Test {
+ protected:
+  // `volumes` is the list of storage units as the card has it.
+  void StartWith(const std::string& volumes) {
+    m_Card = m_Host.AddCard();
+    m_Host.Cards().Set(m_Card, "volumes", volumes);
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    Forget();
+  }
+
+  void Forget() {
+    m_Host.ForgetCalls();
+    m_Host.ForgetTraces();
+  }
+
+  Lines Traces() { return m_Host.LeveledTraces(2 | 16); }
+  static bool WorkerIsWoken() { return HostKit::Events().at(PRIVATE_EVENT).set; }
+
+  SimulatedHost m_Host;
+  std::string m_Card;
+};
+
+TEST_F(DriveOperations, AreNeverListed) {
+  constexpr std::uint16_t KINDS[] = {0x1000, 0x1006, 0x3002};
+  for (const std::uint16_t kind : KINDS) m_Host.AddCard(kind);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::uint64_t drive = m_Host.DriveId(i);
+    ASSERT_NE(drive, 0U);
+    std::vector<PI::COperation> operations(3);
+    EXPECT_EQ(m_Host.Execute(PI::CMD_GET_OPERATIONS, drive, &operations), 0U);
+    EXPECT_THAT(operations, IsEmpty());
+    EXPECT_THAT(m_Host.ObjectOf(drive).m_Operations, IsEmpty());
+  }
+}
+
+struct FormatCheck {
+  const char* name;
+  const char* attribute;
+  const char* value;
+  std::uint32_t result;
+};
+
+std::ostream& operator<<(std::ostream& out, const FormatCheck& check) {
+  return out << check.name;
+}
+
+class CheckFormat : public DriveOperations, public testing::WithParamInterface<FormatCheck> {};
+
+TEST_P(CheckFormat, WantsADriveThatIsAvailable) {
+  m_Card = m_Host.AddCard();
+  m_Host.Cards().Set(m_Card, GetParam().attribute, GetParam().value);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  Forget();
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_FORMAT_DEVICE), GetParam().result);
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
+                                    "2 LEAVE CheckPhysicalDriveOperation() -> " +
+                                        std::to_string(GetParam().result)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cards, CheckFormat,
+                         testing::Values(FormatCheck{"Attached", "iom_state", "2", 0},
+                                         FormatCheck{"Detached", "iom_state", "0", 0},
+                                         FormatCheck{"WithAWarning", "current_warnings", "1", 0},
+                                         FormatCheck{"WithAnError", "current_errors", "1", 20042},
+                                         FormatCheck{"InMinimalMode", "iom_state", "5", 20042},
+                                         FormatCheck{"Failed", "iom_state", "6", 20042}),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+struct UnitCheck {
+  const char* name;
+  const char* volumes;
+  std::uint32_t online;   // result of the check for OP_MAKE_ONLINE
+  std::uint32_t offline;  // and for OP_MAKE_OFFLINE
+  Lines walk;             // from the card's naming to its end
+};
+
+std::ostream& operator<<(std::ostream& out, const UnitCheck& check) {
+  return out << check.name;
+}
+
+Lines Walk(std::size_t units) {
+  Lines calls = {"vsl_iom_create_by_name /dev/fct0"};
+  for (std::size_t i = 1; i <= units; ++i) {
+    calls.push_back("vsl_vsu_iterate card#1");
+    calls.push_back("vsl_vsu_state volume#" + std::to_string(i));
+  }
+  calls.push_back("vsl_vsu_iterate card#1");
+  calls.push_back("vsl_destroy card#1");
+  return calls;
+}
+
+class CheckUnits : public DriveOperations, public testing::WithParamInterface<UnitCheck> {};
+
+TEST_P(CheckUnits, LooksAtEachUnitAndStopsAtNone) {
+  StartWith(GetParam().volumes);
+  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {{50029, GetParam().online},
+                                                            {50030, GetParam().offline}};
+  for (const auto& [operation, result] : wanted) {
+    Forget();
+    EXPECT_EQ(m_Host.Check(DRIVE, operation), result) << operation;
+    EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().walk));
+    EXPECT_THAT(Traces(),
+                ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
+                            "2 LEAVE CheckPhysicalDriveOperation() -> " + std::to_string(result)));
+    EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+    EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+    EXPECT_FALSE(WorkerIsWoken());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cards, CheckUnits,
+    testing::Values(
+        UnitCheck{"WithoutUnits", "[]", 20000, 20000, Walk(0)},
+        UnitCheck{"WithOneOnline", R"([{"state": 1}])", 20000, 0, Walk(1)},
+        UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, 20000, Walk(1)},
+        UnitCheck{"WithBoth", R"([{"state": 0}, {"state": 1}])", 0, 0, Walk(2)},
+        UnitCheck{"WithBothTheOtherWay", R"([{"state": 1}, {"state": 0}])", 0, 0, Walk(2)},
+        // Whether a state can be set is not asked here.
+        UnitCheck{"WithOneThatIsFixed", R"([{"state": 0, "settable": false}])", 0, 20000, Walk(1)}),
+    [](const auto& each) { return std::string(each.param.name); });
+
+// The two differ in what they do with a handle that was never made, and stay so.
+TEST_F(DriveOperations, CheckForOnlineLeavesAHandleThatWasNotMade) {
+  StartWith(R"([{"state": 0}])");
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 81, "gone");
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), 20003U);
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
+  EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
+                                    "16 CheckPhysicalDriveOperation, vsl_iom_create_by_name = 81 "
+                                    "(gone)",
+                                    "2 LEAVE CheckPhysicalDriveOperation() -> 20003"));
+}
+
+TEST_F(DriveOperations, CheckForOfflineDestroysAHandleThatWasNotMade) {
+  StartWith(R"([{"state": 1}])");
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 82, "gone");
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), 20003U);
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
+  EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
+                                    "16 CheckPhysicalDriveOperation, vsl_iom_create_by_name = 82 "
+                                    "(gone)",
+                                    "2 LEAVE CheckPhysicalDriveOperation() -> 20003"));
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+TEST_F(DriveOperations, CheckLetsAnUnknownOperationPass) {
+  StartWith("[]");
+  for (const std::uint32_t operation : {50034U, 50126U, 50128U, 0U}) {
+    Forget();
+    EXPECT_EQ(m_Host.Check(DRIVE, operation), 0U);
+    EXPECT_THAT(m_Host.Calls(), IsEmpty());
+    EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
+                                      "2 LEAVE CheckPhysicalDriveOperation() -> 0"));
+  }
+}
+
+// One storage unit in a switch: what is called for it, and what is traced.
+struct UnitSwitch {
+  const char* name;
+  const char* volumes;
+  std::uint32_t operation;
+  std::uint32_t result;
+  Lines calls;   // between the card's naming and its end
+  Lines traces;  // between entry and exit
+};
+
+std::ostream& operator<<(std::ostream& out, const UnitSwitch& row) {
+  return out << row.name;
+}
+
+class SwitchUnits : public DriveOperations, public testing::WithParamInterface<UnitSwitch> {};
+
+TEST_P(SwitchUnits, SucceedsWhenOneUnitTakesTheNewState) {
+  StartWith(GetParam().volumes);
+  EXPECT_EQ(m_Host.Run(DRIVE, GetParam().operation), GetParam().result);
+  Lines calls = {"vsl_iom_create_by_name /dev/fct0"};
+  calls.insert(calls.end(), GetParam().calls.begin(), GetParam().calls.end());
+  calls.push_back("vsl_destroy card#1");
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(calls));
+  Lines traces = {"2 ENTER ExecutePhysicalDriveOperation()"};
+  traces.insert(traces.end(), GetParam().traces.begin(), GetParam().traces.end());
+  traces.push_back("2 LEAVE ExecutePhysicalDriveOperation() -> " +
+                   std::to_string(GetParam().result));
+  EXPECT_THAT(Traces(), ElementsAreArray(traces));
+  EXPECT_EQ(WorkerIsWoken(), GetParam().result == 0);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+const UnitSwitch UNIT_SWITCHES[] = {
+    {"OnlineWithoutUnits", "[]", 50029, 20003, {"vsl_vsu_iterate card#1"}, {}},
+    {"OnlineOne",
+     R"([{"state": 0}])",
+     50029,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
+      "vsl_vsu_iterate card#1"},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
+    {"OfflineOne",
+     R"([{"state": 1}])",
+     50030,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
+      "vsl_vsu_iterate card#1"},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
+    {"OnlineOneThatIsFixed",
+     R"([{"state": 0, "settable": false}])",
+     50029,
+     20003,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_vsu_iterate card#1"},
+     {}},
+    {"OfflineOneThatRefuses",
+     R"([{"state": 1, "refuses": true}])",
+     50030,
+     20003,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
+      "vsl_vsu_iterate card#1"},
+     {}},
+    // The text of the success is whatever the failure before it left in the record.
+    {"OnlineTwoOfWhichTheFirstRefuses",
+     R"([{"state": 0, "refuses": true}, {"state": 0}])",
+     50029,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
+      "vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 1",
+      "vsl_vsu_iterate card#1"},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 (the unit refuses the new state)"}},
+    {"OfflineTwoOfWhichTheLastRefuses",
+     R"([{"state": 1}, {"state": 1, "refuses": true}])",
+     50030,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
+      "vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 0",
+      "vsl_vsu_iterate card#1"},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
+    {"OnlineTwo",
+     R"([{"state": 0}, {"state": 1}])",
+     50029,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
+      "vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 1",
+      "vsl_vsu_iterate card#1"},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()",
+      "16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cards, SwitchUnits, testing::ValuesIn(UNIT_SWITCHES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(DriveOperations, SwitchTheUnitsOfTheCardForGood) {
+  StartWith(R"([{"state": 1}])");
+  EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_OFFLINE), 0U);
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), 20000U);
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), 0U);
+  EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_ONLINE), 0U);
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), 20000U);
+}
+
+TEST_F(DriveOperations, FailToSwitchWhenTheCardCannotBeNamed) {
+  StartWith(R"([{"state": 1}])");
+  for (const std::uint32_t operation : {50029U, 50030U}) {
+    Forget();
+    CardSim::FailCall("vsl_iom_create_by_name", 1, 83, "gone");
+    EXPECT_EQ(m_Host.Run(DRIVE, operation), 20003U);
+    EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
+    EXPECT_THAT(Traces(), ElementsAre("2 ENTER ExecutePhysicalDriveOperation()",
+                                      "16 ExecutePhysicalDriveOperation, vsl_iom_create_by_name = "
+                                      "83 (gone)",
+                                      "2 LEAVE ExecutePhysicalDriveOperation() -> 20003"));
+    EXPECT_FALSE(WorkerIsWoken());
+  }
+}
+
+TEST_F(DriveOperations, RefuseWhatNobodyKnows) {
+  StartWith("[]");
+  for (const std::uint32_t operation : {50034U, 50126U, 0U}) {
+    Forget();
+    EXPECT_EQ(m_Host.Run(DRIVE, operation), 20005U);
+    EXPECT_THAT(m_Host.Calls(), IsEmpty());
+    EXPECT_THAT(Traces(), ElementsAre("2 ENTER ExecutePhysicalDriveOperation()",
+                                      "2 LEAVE ExecutePhysicalDriveOperation() -> 20005"));
+    EXPECT_FALSE(WorkerIsWoken());
+  }
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,415 @@
+// Every call into the card library fails once, in every flow: the result is of the right kind, no
+// lock stays held, no handle stays behind, and the next good pass is as if nothing had been.
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <ostream>
+
+#include "hostkit/Inspect.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint64_t PLUGIN = 0x0130000000000000;
+constexpr std::uint64_t ADAPTER = 0x0130000000000001;
+constexpr std::uint64_t DRIVE = 0x0130000000000002;
+constexpr unsigned int ANY = 0;
+
+struct Attribute {
+  const char* name;
+  const char* value;
+};
+
+// What the flow gives when the nth call of a function fails.
+struct Consequence {
+  const char* function;
+  unsigned int nth;  // or ANY
+  std::size_t result;
+};
+
+struct Flow {
+  const char* name;
+  std::vector<Attribute> card;  // as it is before each pass
+  std::function<std::size_t(SimulatedHost&)> run;
+  std::size_t good;  // the result without a failure
+  std::vector<Consequence> consequences;
+  bool inPairs;  // short and straight enough for two failures at once
+};
+
+std::ostream& operator<<(std::ostream& out, const Flow& flow) {
+  return out << flow.name;
+}
+
+// One call of a flow: a function and how often it was called up to here.
+struct Step {
+  std::string function;
+  unsigned int nth;
+};
+
+std::vector<Step> StepsOf(const std::vector<CardSim::Call>& calls) {
+  std::vector<Step> steps;
+  for (const CardSim::Call& call : calls) {
+    unsigned int nth = 1;
+    for (const Step& step : steps) nth += step.function == call.function ? 1 : 0;
+    steps.push_back({call.function, nth});
+  }
+  return steps;
+}
+
+// The end of the library has no result that could tell of a failure.
+bool CanFail(const Step& step) {
+  return step.function != "vsl_fini";
+}
+
+std::size_t ResultAfter(const Flow& flow, const Step& step) {
+  for (const Consequence& consequence : flow.consequences) {
+    const bool hit = consequence.nth == ANY || consequence.nth == step.nth;
+    if (hit && step.function == consequence.function) return consequence.result;
+  }
+  return flow.good;
+}
+
+std::string LocksHeld() {
+  std::string text;
+  for (const HostKit::LockView& lock : HostKit::Locks()) {
+    if (lock.depth != 0) text += std::to_string(lock.ordinal) + " by " + lock.owner + " ";
+  }
+  return text;
+}
+
+// Which steps fail, and what that leaves behind.
+struct Faults {
+  std::vector<Step> steps;
+
+  void Order() const {
+    for (const Step& step : steps) CardSim::FailCall(step.function, step.nth, 99, "swept");
+  }
+  std::size_t Count(const char* function) const {
+    std::size_t count = 0;
+    for (const Step& step : steps) count += step.function == function ? 1 : 0;
+    return count;
+  }
+  std::string Text() const {
+    std::string text;
+    for (const Step& step : steps) text += step.function + " #" + std::to_string(step.nth) + " ";
+    return text;
+  }
+};
+
+// A handle that the library refuses to destroy stays, and a card that it refuses to close is
+// destroyed open; nothing else may be left.
+void ExpectNothingLeft(const Faults& faults) {
+  EXPECT_EQ(LocksHeld(), "");
+  EXPECT_LE(CardSim::OpenHandles().size(), faults.Count("vsl_destroy"));
+  if (faults.Count("vsl_close") > 0) {
+    EXPECT_THAT(CardSim::Misuse(), ElementsAre("vsl_destroy card#1: destroyed while open"));
+  } else {
+    EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+  }
+}
+
+class FaultSweep : public testing::TestWithParam<Flow> {
+ protected:
+  static void Prepare(SimulatedHost& host) {
+    for (const Attribute& attribute : GetParam().card) {
+      host.Cards().Set("card0", attribute.name, attribute.value);
+    }
+    host.ForgetCalls();
+  }
+
+  static std::size_t Run(SimulatedHost& host) { return GetParam().run(host); }
+
+  static void StartWithOneCard(SimulatedHost& host) {
+    host.AddCard(0x1006);
+    for (const Attribute& attribute : GetParam().card) {
+      host.Cards().Set("card0", attribute.name, attribute.value);
+    }
+    ASSERT_EQ(host.Initialize(), 0U);
+  }
+
+  // The calls of a pass in which nothing fails.
+  static std::vector<Step> GoodPass(SimulatedHost& host) {
+    Prepare(host);
+    EXPECT_EQ(Run(host), GetParam().good);
+    ExpectNothingLeft({});
+    return StepsOf(CardSim::CallLog());
+  }
+
+  static void Sweep(const Faults& faults, std::size_t result, const std::vector<Step>& good) {
+    SCOPED_TRACE("failing: " + faults.Text());
+    SimulatedHost host;
+    StartWithOneCard(host);
+    Prepare(host);
+    faults.Order();
+    EXPECT_EQ(Run(host), result);
+    ExpectNothingLeft(faults);
+    EXPECT_EQ(GoodPass(host).size(), good.size());
+  }
+};
+
+TEST_P(FaultSweep, SurvivesEachCallFailing) {
+  std::vector<Step> good;
+  {
+    SimulatedHost host;
+    StartWithOneCard(host);
+    good = GoodPass(host);
+  }
+  ASSERT_FALSE(good.empty());
+  for (const Step& step : good) {
+    if (CanFail(step)) Sweep({{step}}, ResultAfter(GetParam(), step), good);
+  }
+}
+
+class FaultSweepInPairs : public FaultSweep {};
+
+TEST_P(FaultSweepInPairs, SurvivesEachPairOfCallsFailing) {
+  std::vector<Step> good;
+  {
+    SimulatedHost host;
+    StartWithOneCard(host);
+    good = GoodPass(host);
+  }
+  for (std::size_t first = 0; first < good.size(); ++first) {
+    for (std::size_t second = first + 1; second < good.size(); ++second) {
+      // What ends the flow first decides.
+      const std::size_t one = ResultAfter(GetParam(), good[first]);
+      const std::size_t other = ResultAfter(GetParam(), good[second]);
+      Sweep({{good[first], good[second]}}, one != GetParam().good ? one : other, good);
+    }
+  }
+}
+
+// The flows.
+
+std::size_t Topology(SimulatedHost& host) {
+  return host.Topology().size();
+}
+
+// The adapter's own properties are shown whatever its card says; 22 of them need no card.
+std::size_t AdapterProperties(SimulatedHost& host) {
+  std::vector<PI::CProperty> properties;
+  const unsigned int result = host.Execute(PI::CMD_GET_PROPERTIES, ADAPTER, &properties);
+  EXPECT_GE(properties.size(), 22U);
+  return result;
+}
+
+auto Check(std::uint64_t id, std::uint32_t operation) {
+  return [id, operation](SimulatedHost& host) { return host.Check(id, operation); };
+}
+
+auto Execute(std::uint64_t id, std::uint32_t operation) {
+  return [id, operation](SimulatedHost& host) { return host.Run(id, operation); };
+}
+
+std::size_t FormatToTheMaximum(SimulatedHost& host) {
+  PI::CProperty formatting(PI::Property::CHOICE_PARAM, true);
+  formatting.m_NameID = PI::Property::FORMATTING;
+  formatting.SetValue(40404, std::vector<int>{40404});
+  return host.Run(DRIVE, PI::OP_FORMAT_DEVICE, {formatting});
+}
+
+// The number of events that a job leaves.
+auto Job(std::uint32_t operation) {
+  return [operation](SimulatedHost& host) {
+    EXPECT_EQ(host.Run(ADAPTER, operation), 0U);
+    Pass(10000);
+    PI::COperation collect;
+    collect.m_OperationID = PI::OP_GET_EVENTS;
+    EXPECT_EQ(host.Execute(PI::CMD_EXECUTE_OPERATION, PLUGIN, &collect), 0U);
+    return collect.m_Events.size();
+  };
+}
+
+const Flow FLOWS[] = {
+    {"Topology", {}, Topology, 3, {}, false},
+    {"AdapterProperties", {}, AdapterProperties, 0, {}, false},
+    {"CheckLocate",
+     {{"beacon_state", "false"}},
+     Check(ADAPTER, 50034),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003}},
+     true},
+    {"CheckStopLocate",
+     {{"beacon_state", "true"}},
+     Check(ADAPTER, 50035),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_beacon_state", ANY, 20041}},
+     true},
+    {"Locate",
+     {{"beacon_state", "false"}},
+     Execute(ADAPTER, 50034),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_set_beacon_state", ANY, 20003}},
+     true},
+    {"StopLocate",
+     {{"beacon_state", "true"}},
+     Execute(ADAPTER, 50035),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_set_beacon_state", ANY, 20003}},
+     true},
+    // A unit whose state cannot be read counts as offline.
+    {"CheckOnline",
+     {{"volumes", R"([{"state": 0}, {"state": 1}])"}},
+     Check(DRIVE, 50029),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_vsu_iterate", 1, 20000}},
+     true},
+    {"CheckOffline",
+     {{"volumes", R"([{"state": 0}, {"state": 1}])"}},
+     Check(DRIVE, 50030),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003},
+      {"vsl_vsu_iterate", 1, 20000},
+      {"vsl_vsu_iterate", 2, 20000},
+      {"vsl_vsu_state", 2, 20000}},
+     true},
+    {"Online",
+     {{"volumes", R"([{"state": 0}])"}},
+     Execute(DRIVE, 50029),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003},
+      {"vsl_vsu_iterate", 1, 20003},
+      {"vsl_has_vsu_state", ANY, 20003},
+      {"vsl_set_vsu_state", ANY, 20003}},
+     true},
+    {"Offline",
+     {{"volumes", R"([{"state": 1}])"}},
+     Execute(DRIVE, 50030),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003},
+      {"vsl_vsu_iterate", 1, 20003},
+      {"vsl_has_vsu_state", ANY, 20003},
+      {"vsl_set_vsu_state", ANY, 20003}},
+     true},
+    {"Format",
+     {{"iom_state", "0"}},
+     Execute(DRIVE, 50026),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003},
+      {"vsl_iom_format_create", ANY, 20003},
+      {"vsl_iom_format_set_sector_size_bytes", ANY, 20003},
+      {"vsl_iom_format_set_size_pct", ANY, 20003},
+      {"vsl_op_start", ANY, 20003},
+      {"vsl_op_wait_for_result", ANY, 20003}},
+     true},
+    {"FormatToTheMaximum",
+     {{"iom_state", "0"}},
+     FormatToTheMaximum,
+     0,
+     {{"vsl_iom_create_by_name", ANY, 20003},
+      {"vsl_iom_format_create", ANY, 20003},
+      {"vsl_iom_format_set_sector_size_bytes", ANY, 20003},
+      {"vsl_iom_format_set_size_bytes", ANY, 20003},
+      {"vsl_op_start", ANY, 20003},
+      {"vsl_op_wait_for_result", ANY, 20003}},
+     false},
+    {"Attach",
+     {{"iom_state", "0"}},
+     Job(50126),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 1},
+      {"vsl_iom_attach_create", ANY, 1},
+      {"vsl_op_start", ANY, 1},
+      {"vsl_op_wait_for_result", ANY, 1}},
+     true},
+    {"Detach",
+     {{"iom_state", "2"}},
+     Job(50127),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 1},
+      {"vsl_iom_detach_create", ANY, 1},
+      {"vsl_op_start", ANY, 1},
+      {"vsl_op_wait_for_result", ANY, 1}},
+     true},
+    {"ForceDetach",
+     {{"iom_state", "2"}},
+     Job(50128),
+     0,
+     {{"vsl_iom_create_by_name", ANY, 1},
+      {"vsl_iom_detach_create", ANY, 1},
+      {"vsl_iom_detach_set_force", ANY, 1},
+      {"vsl_op_start", ANY, 1},
+      {"vsl_op_wait_for_result", ANY, 1}},
+     true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Flows, FaultSweep, testing::ValuesIn(FLOWS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+std::vector<Flow> FlowsForPairs() {
+  std::vector<Flow> flows;
+  for (const Flow& flow : FLOWS) {
+    if (flow.inPairs) flows.push_back(flow);
+  }
+  return flows;
+}
+
+INSTANTIATE_TEST_SUITE_P(Flows, FaultSweepInPairs, testing::ValuesIn(FlowsForPairs()),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// The start has no plug-in before it, so it has a sweep of its own.
+
+const Flow INITIALIZE = {"Initialize",
+                         {},
+                         [](SimulatedHost& host) { return host.Initialize(); },
+                         0,
+                         {{"vsl_init", ANY, 20012},
+                          {"vsl_iom_iterate", 1, 20001},
+                          {"vsl_has_serial_number", 1, 20001},
+                          {"vsl_has_device_path", 1, 20001},
+                          {"vsl_device_path", 1, 20001},
+                          {"vsl_iom_create_by_name", 1, 20001},
+                          {"vsl_open", 1, 20001}},
+                         false};
+
+void ExpectAGoodStart(SimulatedHost& host) {
+  host.m_AdapterIDs.clear();
+  host.ForgetCalls();
+  EXPECT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(host.m_AdapterIDs.size(), 1U);
+  EXPECT_EQ(host.Topology().size(), 3U);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+// A start that did not work hands out no adapter and brings the library down again.
+void SweepStart(const Faults& faults, std::size_t result) {
+  SCOPED_TRACE("failing: " + faults.Text());
+  SimulatedHost host;
+  host.AddCard(0x1006);
+  host.ForgetCalls();
+  faults.Order();
+  EXPECT_EQ(host.Initialize(), result);
+  ExpectNothingLeft(faults);
+  EXPECT_EQ(host.m_AdapterIDs.size(), result == 0 ? 1U : 0U);
+  const std::string last = host.Calls().back();
+  EXPECT_EQ(last == "vsl_fini", result == 20001) << last;
+  EXPECT_EQ(host.DeInitialize(), 0U);
+  host.Release();
+  ExpectAGoodStart(host);
+}
+
+TEST(FaultSweepOfTheStart, SurvivesEachCallFailing) {
+  std::vector<Step> good;
+  {
+    SimulatedHost host;
+    host.AddCard(0x1006);
+    host.ForgetCalls();
+    ASSERT_EQ(host.Initialize(), 0U);
+    good = StepsOf(CardSim::CallLog());
+  }
+  // Two starts of the library, one walk and one scan.
+  ASSERT_GT(good.size(), 100U);
+  for (const Step& step : good) {
+    if (CanFail(step)) SweepStart({{step}}, ResultAfter(INITIALIZE, step));
+  }
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,463 @@
+// Formatting a drive: what the host may ask for, what reaches the card, and each way to fail.
+
+#include <gmock/gmock.h>
+
+#include <ostream>
+
+#include "hostkit/Inspect.h"
+#include "hostkit/Scheduler.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using Lines = std::vector<std::string>;
+using Parameters = std::vector<PI::CProperty>;
+
+constexpr std::uint64_t DRIVE = 0x0130000000000002;
+constexpr std::size_t PRIVATE_EVENT = 2;  // behind m_ForceWorker and m_StopRequest
+
+// Which parameter, by its name.
+constexpr std::uint32_t BLOCK_SIZE = 30460;
+constexpr std::uint32_t FORMATTING = 30463;
+constexpr std::uint32_t SIZE = 30464;
+
+PI::CProperty Choice(std::uint32_t name, int value) {
+  PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
+  parameter.m_NameID = name;
+  parameter.SetValue(value, std::vector<int>{value});
+  return parameter;
+}
+
+PI::CProperty Range(std::uint32_t name, int value) {
+  PI::CProperty parameter(PI::Property::RANGE_PARAM, true);
+  parameter.m_NameID = name;
+  parameter.SetValue(value, 10, 100, 1);
+  return parameter;
+}
+
+PI::CProperty Text(std::uint32_t name, const char* value) {
+  PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
+  parameter.m_NameID = name;
+  parameter.SetValue(value);
+  return parameter;
+}
+
+PI::CProperty Number(std::uint32_t name, unsigned long value) {
+  PI::CProperty parameter(PI::Property::RANGE_PARAM, true);
+  parameter.m_NameID = name;
+  parameter.SetValue(value);
+  return parameter;
+}
+
+// As a parameter would look if its form were its name.
+PI::CProperty Misnamed(PI::_PROPERTY_ID id, int value) {
+  PI::CProperty parameter(id, true);
+  parameter.m_NameID = 30007;
+  parameter.SetValue(value, std::vector<int>{value});
+  return parameter;
+}
+
+// A detached card with sectors of 512 to 8192 bytes, 4096 now, that may be over-formatted from
+// 800,000,000,000 to 900,000,000,000 bytes.
+class Format : public testing::Test {
+ protected:
+  Format() : m_Card(m_Host.AddCard(0x1006)) {
+    for (const auto& [attribute, value] :
+         {std::pair{"iom_state", "0"}, std::pair{"sector_size_bytes", "4096"},
+          std::pair{"iom_format_max_size_bytes", "800000000000"},
+          std::pair{"overformat_size_bytes", "900000000000"}}) {
+      Set(attribute, value);
+    }
+  }
+
+  void Set(const char* attribute, const char* value) {
+    m_Host.Cards().Set(m_Card, attribute, value);
+  }
+
+  void Start() {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    Forget();
+  }
+
+  void Forget() {
+    m_Host.ForgetCalls();
+    m_Host.ForgetTraces();
+  }
+
+  unsigned int Run(Parameters parameters = {}) {
+    return m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE, std::move(parameters));
+  }
+
+  // What was asked of the format job before its start.
+  Lines Wishes() {
+    Lines wishes;
+    for (const std::string& call : m_Host.Calls()) {
+      if (call.find("vsl_iom_format_") == 0 && call != "vsl_iom_format_create card#1") {
+        wishes.push_back(call);
+      }
+    }
+    return wishes;
+  }
+
+  static bool WorkerIsWoken() { return HostKit::Events().at(PRIVATE_EVENT).set; }
+
+  SimulatedHost m_Host;
+  std::string m_Card;
+};
+
+TEST_F(Format, WithoutParametersTakesTheSmallestSectorsAndTheFactorySize) {
+  Set("iom_format_min_sector_size_bytes", "1024");
+  Start();
+  EXPECT_EQ(Run(), 0U);
+  EXPECT_THAT(
+      m_Host.Calls(),
+      ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+                  "vsl_iom_format_set_sector_size_bytes format#1 1024",
+                  "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1",
+                  "vsl_op_wait_for_result format#1", "vsl_destroy format#1", "vsl_destroy card#1"));
+  EXPECT_THAT(m_Host.LeveledTraces(2 | 16),
+              ElementsAre("2 ENTER ExecutePhysicalDriveOperation()",
+                          "2 LEAVE ExecutePhysicalDriveOperation() -> 0"));
+  EXPECT_TRUE(WorkerIsWoken());
+  EXPECT_EQ(m_Host.Cards().Get(m_Card, "sector_size_bytes"), "1024");
+}
+
+TEST_F(Format, TellsTheWorkerOnlyAfterTheCardIsReleased) {
+  Start();
+  bool wokenBefore = true;
+  CardSim::SetHook([&wokenBefore](const CardSim::Call& call) {
+    if (call.text() == "vsl_destroy card#1") wokenBefore = WorkerIsWoken();
+  });
+  EXPECT_EQ(Run(), 0U);
+  EXPECT_FALSE(wokenBefore);
+  EXPECT_TRUE(WorkerIsWoken());
+}
+
+TEST_F(Format, KeepsTheCallerAndTheDataLockUntilTheCardIsDone) {
+  Set("format_ms", "90000");
+  Start();
+  HostKit::LockView lock{};
+  CardSim::SetHook([&lock](const CardSim::Call& call) {
+    if (call.function == "vsl_op_wait_for_result") lock = HostKit::Locks().at(0);
+  });
+  const std::int64_t begin = HostKit::SteadyNowNs();
+  EXPECT_EQ(Run(), 0U);
+  // The simulator counts a moment of real time as worked.
+  EXPECT_NEAR(static_cast<double>(HostKit::SteadyNowNs() - begin) / 1e9, 90, 5);
+  EXPECT_EQ(lock.depth, 1U);
+  EXPECT_EQ(HostKit::Locks().at(0).depth, 0U);
+}
+
+struct Request {
+  const char* name;
+  Parameters parameters;
+  const char* sector;   // what the card is asked for, in bytes
+  const char* percent;  // and this
+};
+
+std::ostream& operator<<(std::ostream& out, const Request& request) {
+  return out << request.name;
+}
+
+class FormatRequest : public Format, public testing::WithParamInterface<Request> {};
+
+// The card judges what it gets, so only what it was asked for counts here.
+TEST_P(FormatRequest, ReachesTheCard) {
+  Start();
+  Run(GetParam().parameters);
+  const std::string sector = GetParam().sector;
+  const std::string percent = GetParam().percent;
+  EXPECT_EQ(Wishes().at(0), "vsl_iom_format_set_sector_size_bytes format#1 " + sector);
+  if (percent.empty()) {
+    EXPECT_EQ(Wishes().size(), 1U);  // the card had refused the sectors
+  } else {
+    ASSERT_EQ(Wishes().size(), 2U);
+    EXPECT_EQ(Wishes().at(1), "vsl_iom_format_set_size_pct format#1 " + percent);
+  }
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+}
+
+constexpr int CUSTOM = 40300;
+constexpr int FACTORY = 40405;
+constexpr int IMPROVED = 40406;
+constexpr int HIGH = 40407;
+
+const Request REQUESTS[] = {
+    {"Custom50", {Choice(FORMATTING, CUSTOM), Range(SIZE, 50)}, "512", "50"},
+    {"Custom50BehindItsSize", {Range(SIZE, 50), Choice(FORMATTING, CUSTOM)}, "512", "50"},
+    {"CustomWithoutASize", {Choice(FORMATTING, CUSTOM)}, "512", "100"},
+    {"Custom300CutTo44", {Choice(FORMATTING, CUSTOM), Range(SIZE, 300)}, "512", "44"},
+    {"Custom255", {Choice(FORMATTING, CUSTOM), Range(SIZE, 255)}, "512", "255"},
+    {"Custom256CutTo0", {Choice(FORMATTING, CUSTOM), Range(SIZE, 256)}, "512", "0"},
+    {"CustomBelowZeroCutTo255", {Choice(FORMATTING, CUSTOM), Range(SIZE, -1)}, "512", "255"},
+    {"CustomBelowItsRange", {Choice(FORMATTING, CUSTOM), Range(SIZE, 1)}, "512", "1"},
+    {"Factory50", {Choice(FORMATTING, FACTORY), Range(SIZE, 50)}, "512", "100"},
+    {"Improved50", {Choice(FORMATTING, IMPROVED), Range(SIZE, 50)}, "512", "90"},
+    {"High50", {Choice(FORMATTING, HIGH), Range(SIZE, 50)}, "512", "80"},
+    {"SizeAlone", {Range(SIZE, 50)}, "512", "100"},
+    {"SizeOfTheWrongKind", {Choice(FORMATTING, CUSTOM), Choice(SIZE, 50)}, "512", "100"},
+    {"SizeAsANumber", {Choice(FORMATTING, CUSTOM), Number(SIZE, 50)}, "512", "100"},
+    {"SizeAsAText", {Choice(FORMATTING, CUSTOM), Text(SIZE, "50")}, "512", "100"},
+    {"FormattingOfTheWrongKind", {Range(FORMATTING, HIGH)}, "512", "100"},
+    {"FormattingAsAText", {Text(FORMATTING, "HIGH_PERFORMANCE")}, "512", "100"},
+    {"FormattingTwice", {Choice(FORMATTING, HIGH), Choice(FORMATTING, IMPROVED)}, "512", "90"},
+    {"SizeTwice", {Range(SIZE, 20), Choice(FORMATTING, CUSTOM), Range(SIZE, 30)}, "512", "30"},
+    {"SizeTwiceOnceOfTheWrongKind",
+     {Choice(FORMATTING, CUSTOM), Range(SIZE, 20), Choice(SIZE, 30)},
+     "512",
+     "20"},
+    {"AnUnknownParameter", {Choice(30007, HIGH), Range(30005, 20)}, "512", "100"},
+    {"AFormInsteadOfAName", {Misnamed(PI::Property::FORMATTING, HIGH)}, "512", "100"},
+    {"SectorsAsARange", {Range(BLOCK_SIZE, 2048)}, "2048", "100"},
+    {"SectorsAsARangeBeyondTheCard", {Range(BLOCK_SIZE, 65536)}, "65536", ""},
+    {"SectorsAsAText", {Text(BLOCK_SIZE, "2048")}, "512", "100"},
+    {"SectorsAsANumber", {Number(BLOCK_SIZE, 2048)}, "512", "100"},
+    {"SectorsOf512", {Choice(BLOCK_SIZE, 40046)}, "512", "100"},
+    {"SectorsOf1K", {Choice(BLOCK_SIZE, 40047)}, "1024", "100"},
+    {"SectorsOf2K", {Choice(BLOCK_SIZE, 40048)}, "2048", "100"},
+    {"SectorsOf4K", {Choice(BLOCK_SIZE, 40049)}, "4096", "100"},
+    {"SectorsOf8K", {Choice(BLOCK_SIZE, 40050)}, "8192", "100"},
+    {"SectorsOfAnUnknownChoice",
+     {Choice(BLOCK_SIZE, 40050), Choice(BLOCK_SIZE, 40051)},
+     "512",
+     "100"},
+    {"SectorsTwice", {Choice(BLOCK_SIZE, 40048), Range(BLOCK_SIZE, 4096)}, "4096", "100"},
+    {"SectorsTwiceTheOtherWay",
+     {Range(BLOCK_SIZE, 4096), Choice(BLOCK_SIZE, 40048)},
+     "2048",
+     "100"},
+    {"Everything",
+     {Choice(FORMATTING, CUSTOM), Range(SIZE, 75), Choice(BLOCK_SIZE, 40049)},
+     "4096",
+     "75"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Parameters, FormatRequest, testing::ValuesIn(REQUESTS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+struct Capacity {
+  const char* name;
+  int formatting;
+  Lines closed;  // wishes about the size to a card that may not be over-formatted
+  Lines open;    // and to one that may
+};
+
+std::ostream& operator<<(std::ostream& out, const Capacity& capacity) {
+  return out << capacity.name;
+}
+
+class FormatCapacity : public Format, public testing::WithParamInterface<Capacity> {
+ protected:
+  Lines WishesAboutSize() {
+    Lines wishes = Wishes();
+    if (!wishes.empty()) wishes.erase(wishes.begin());
+    return wishes;
+  }
+};
+
+TEST_P(FormatCapacity, OfACardThatMayNotBeOverformatted) {
+  Set("iom_format_disallow_overformat", "true");
+  Start();
+  EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
+  EXPECT_THAT(WishesAboutSize(), ElementsAreArray(GetParam().closed));
+}
+
+TEST_P(FormatCapacity, OfACardThatMayBeOverformatted) {
+  Set("iom_format_disallow_overformat", "false");
+  Start();
+  EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
+  EXPECT_THAT(WishesAboutSize(), ElementsAreArray(GetParam().open));
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+const Capacity CAPACITIES[] = {
+    {"Maximum",
+     40404,
+     {"vsl_iom_format_set_size_pct format#1 100"},
+     {"vsl_iom_format_set_size_mode format#1 11", "vsl_iom_format_max_size_bytes format#1",
+      "vsl_iom_format_set_size_bytes format#1 900000000000"}},
+    {"Factory",
+     40405,
+     {"vsl_iom_format_set_size_pct format#1 100"},
+     {"vsl_iom_format_set_size_pct format#1 100"}},
+    {"Improved",
+     40406,
+     {"vsl_iom_format_set_size_pct format#1 90"},
+     {"vsl_iom_format_set_size_pct format#1 90"}},
+    {"High",
+     40407,
+     {"vsl_iom_format_set_size_pct format#1 80"},
+     {"vsl_iom_format_set_size_pct format#1 80"}},
+    {"Custom",
+     40300,
+     {"vsl_iom_format_set_size_pct format#1 60"},
+     {"vsl_iom_format_set_size_pct format#1 60"}},
+    {"Unknown",
+     40408,
+     {"vsl_iom_format_set_size_pct format#1 100"},
+     {"vsl_iom_format_set_size_pct format#1 100"}},
+    {"Undefined",
+     1,
+     {"vsl_iom_format_set_size_pct format#1 100"},
+     {"vsl_iom_format_set_size_pct format#1 100"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Formattings, FormatCapacity, testing::ValuesIn(CAPACITIES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// One call of a format that fails.
+struct Failure {
+  const char* name;
+  int formatting;
+  const char* function;
+  std::uint32_t result;
+  Lines traces;  // of the card library
+  Lines calls;
+};
+
+std::ostream& operator<<(std::ostream& out, const Failure& failure) {
+  return out << failure.name;
+}
+
+class FormatFailure : public Format, public testing::WithParamInterface<Failure> {};
+
+TEST_P(FormatFailure, EndsAsItMust) {
+  Start();
+  CardSim::FailCall(GetParam().function, 1, 91, "no luck");
+  EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting)}), GetParam().result);
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
+  EXPECT_THAT(m_Host.LeveledTraces(16), ElementsAreArray(GetParam().traces));
+  EXPECT_EQ(m_Host.Traces(2).back(),
+            "LEAVE ExecutePhysicalDriveOperation() -> " + std::to_string(GetParam().result));
+  EXPECT_EQ(WorkerIsWoken(), GetParam().result == 0);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+  EXPECT_EQ(HostKit::Locks().at(0).depth, 0U);
+}
+
+TEST_P(FormatFailure, LeavesTheCardFitForTheNextFormat) {
+  Start();
+  CardSim::FailCall(GetParam().function, 1, 91, "no luck");
+  Run({Choice(FORMATTING, GetParam().formatting)});
+  EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting)}), 0U);
+  EXPECT_EQ(m_Host.Cards().Get(m_Card, "iom_state"), "0");
+}
+
+const Failure FAILURES[] = {
+    {"Naming",
+     40405,
+     "vsl_iom_create_by_name",
+     20003,
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_create_by_name = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0"}},
+    {"Making",
+     40405,
+     "vsl_iom_format_create",
+     20003,
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_create = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1", "vsl_destroy card#1"}},
+    {"Sectors",
+     40405,
+     "vsl_iom_format_set_sector_size_bytes",
+     20003,
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_sector_size_bytes = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+      "vsl_iom_format_set_sector_size_bytes format#1 512", "vsl_destroy format#1",
+      "vsl_destroy card#1"}},
+    {"Percent",
+     40405,
+     "vsl_iom_format_set_size_pct",
+     20003,
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+      "vsl_iom_format_set_sector_size_bytes format#1 512",
+      "vsl_iom_format_set_size_pct format#1 100", "vsl_destroy format#1", "vsl_destroy card#1"}},
+    // Without the mode, the card is formatted to its plain size.
+    {"SizeMode",
+     40404,
+     "vsl_iom_format_set_size_mode",
+     0,
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+      "vsl_iom_format_set_sector_size_bytes format#1 512",
+      "vsl_iom_format_set_size_mode format#1 11", "vsl_iom_format_set_size_pct format#1 100",
+      "vsl_op_start format#1", "vsl_op_wait_for_result format#1", "vsl_destroy format#1",
+      "vsl_destroy card#1"}},
+    {"MaximumSize",
+     40404,
+     "vsl_iom_format_max_size_bytes",
+     0,
+     {},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+      "vsl_iom_format_set_sector_size_bytes format#1 512",
+      "vsl_iom_format_set_size_mode format#1 11", "vsl_iom_format_max_size_bytes format#1",
+      "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1",
+      "vsl_op_wait_for_result format#1", "vsl_destroy format#1", "vsl_destroy card#1"}},
+    {"Bytes",
+     40404,
+     "vsl_iom_format_set_size_bytes",
+     20003,
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_bytes = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+      "vsl_iom_format_set_sector_size_bytes format#1 512",
+      "vsl_iom_format_set_size_mode format#1 11", "vsl_iom_format_max_size_bytes format#1",
+      "vsl_iom_format_set_size_bytes format#1 900000000000", "vsl_destroy format#1",
+      "vsl_destroy card#1"}},
+    {"Start",
+     40405,
+     "vsl_op_start",
+     20003,
+     {"16 ExecutePhysicalDriveOperation, vsl_op_start = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+      "vsl_iom_format_set_sector_size_bytes format#1 512",
+      "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1", "vsl_destroy format#1",
+      "vsl_destroy card#1"}},
+    {"End",
+     40405,
+     "vsl_op_wait_for_result",
+     20003,
+     {"16 ExecutePhysicalDriveOperation, vsl_op_wait_for_result = 91 (no luck)"},
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
+      "vsl_iom_format_set_sector_size_bytes format#1 512",
+      "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1",
+      "vsl_op_wait_for_result format#1", "vsl_destroy format#1", "vsl_destroy card#1"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Calls, FormatFailure, testing::ValuesIn(FAILURES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(Format, FailsWhenTheFallBackFailsToo) {
+  Start();
+  CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 92, "no modes");
+  CardSim::FailCall("vsl_iom_format_set_size_pct", 1, 93, "no sizes");
+  EXPECT_EQ(Run({Choice(FORMATTING, 40404)}), 20003U);
+  EXPECT_THAT(m_Host.LeveledTraces(16),
+              ElementsAre("16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 92 "
+                          "(no modes)",
+                          "16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = 93 "
+                          "(no sizes)"));
+}
+
+TEST_F(Format, OfAnAttachedCardIsLeftToTheCardToRefuse) {
+  Set("iom_state", "2");
+  Start();
+  EXPECT_EQ(Run(), 20003U);
+  EXPECT_THAT(m_Host.LeveledTraces(16),
+              ElementsAre("16 ExecutePhysicalDriveOperation, vsl_op_start = 6 (not possible: the "
+                          "card is attached)"));
+}
+
+TEST_F(Format, PostsNoEvent) {
+  Start();
+  EXPECT_EQ(Run(), 0U);
+  CardSim::FailCall("vsl_op_start", 1, 94, "no");
+  EXPECT_EQ(Run(), 20003U);
+  EXPECT_THAT(m_Host.CollectEvents(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,253 @@
+// Jobs that fail: the one event that each posts, and what it calls on its way out.
+
+#include <gmock/gmock.h>
+
+#include <ostream>
+
+#include "host/Toolkit.h"
+#include "tests/support/JobHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using Lines = std::vector<std::string>;
+using JobFailures = JobHost;
+
+struct JobFailure {
+  const char* name;
+  std::uint32_t operation;
+  const char* before;  // state of the card
+  const char* function;
+  Lines calls;
+  const char* trace;
+  const char* event;
+};
+
+std::ostream& operator<<(std::ostream& out, const JobFailure& failure) {
+  return out << failure.name;
+}
+
+constexpr const char* ATTACH_FAILED =
+    "10981 severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash Adapter 785GB "
+    "(1)|||||||||||||";
+constexpr const char* DETACH_FAILED =
+    "10982 severity 3 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash Adapter 785GB "
+    "(1)|||||||||||||";
+constexpr const char* FORCE_DETACH_FAILED =
+    "10982 severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash Adapter 785GB "
+    "(1)|||||||||||||";
+
+const JobFailure JOB_FAILURES[] = {
+    {"AttachNaming",
+     50126,
+     DETACHED,
+     "vsl_iom_create_by_name",
+     {"vsl_iom_create_by_name /dev/fct0"},
+     "Attach, vsl_iom_create_by_name = 62 (no luck)",
+     ATTACH_FAILED},
+    {"AttachMaking",
+     50126,
+     DETACHED,
+     "vsl_iom_attach_create",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_destroy card#1"},
+     "Attach, vsl_iom_attach_create = 62 (no luck)",
+     ATTACH_FAILED},
+    {"AttachStart",
+     50126,
+     DETACHED,
+     "vsl_op_start",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
+      "vsl_destroy attach#1", "vsl_destroy card#1"},
+     "Attach, vsl_op_start = 62 (no luck)",
+     ATTACH_FAILED},
+    {"AttachEnd",
+     50126,
+     DETACHED,
+     "vsl_op_wait_for_result",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
+      "vsl_op_wait_for_result attach#1", "vsl_destroy attach#1", "vsl_destroy card#1"},
+     "Attach, vsl_op_wait_for_result = 62 (no luck)",
+     ATTACH_FAILED},
+    {"DetachNaming",
+     50127,
+     ATTACHED,
+     "vsl_iom_create_by_name",
+     {"vsl_iom_create_by_name /dev/fct0"},
+     "Detach, vsl_iom_create_by_name = 62 (no luck)",
+     DETACH_FAILED},
+    {"DetachMaking",
+     50127,
+     ATTACHED,
+     "vsl_iom_detach_create",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_destroy card#1"},
+     "Detach, vsl_iom_detach_create = 62 (no luck)",
+     DETACH_FAILED},
+    {"DetachStart",
+     50127,
+     ATTACHED,
+     "vsl_op_start",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
+      "vsl_destroy detach#1", "vsl_destroy card#1"},
+     "Detach, vsl_op_start = 62 (no luck)",
+     DETACH_FAILED},
+    {"DetachEnd",
+     50127,
+     ATTACHED,
+     "vsl_op_wait_for_result",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
+      "vsl_op_wait_for_result detach#1", "vsl_destroy detach#1", "vsl_destroy card#1"},
+     "Detach, vsl_op_wait_for_result = 62 (no luck)",
+     DETACH_FAILED},
+    {"ForceDetachNaming",
+     50128,
+     ATTACHED,
+     "vsl_iom_create_by_name",
+     {"vsl_iom_create_by_name /dev/fct0"},
+     "ForceDetach, vsl_iom_create_by_name = 62 (no luck)",
+     FORCE_DETACH_FAILED},
+    {"ForceDetachMaking",
+     50128,
+     ATTACHED,
+     "vsl_iom_detach_create",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_destroy card#1"},
+     "ForceDetach, vsl_iom_detach_create = 62 (no luck)",
+     FORCE_DETACH_FAILED},
+    {"ForceDetachForce",
+     50128,
+     ATTACHED,
+     "vsl_iom_detach_set_force",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
+      "vsl_iom_detach_set_force detach#1 1", "vsl_destroy detach#1", "vsl_destroy card#1"},
+     "ForceDetach, vsl_iom_detach_set_force = 62 (no luck)",
+     FORCE_DETACH_FAILED},
+    {"ForceDetachStart",
+     50128,
+     ATTACHED,
+     "vsl_op_start",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
+      "vsl_iom_detach_set_force detach#1 1", "vsl_op_start detach#1", "vsl_destroy detach#1",
+      "vsl_destroy card#1"},
+     "ForceDetach, vsl_op_start = 62 (no luck)",
+     FORCE_DETACH_FAILED},
+    {"ForceDetachEnd",
+     50128,
+     ATTACHED,
+     "vsl_op_wait_for_result",
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
+      "vsl_iom_detach_set_force detach#1 1", "vsl_op_start detach#1",
+      "vsl_op_wait_for_result detach#1", "vsl_destroy detach#1", "vsl_destroy card#1"},
+     "ForceDetach, vsl_op_wait_for_result = 62 (no luck)",
+     FORCE_DETACH_FAILED},
+};
+
+class EachJobFailure : public JobFailures, public testing::WithParamInterface<JobFailure> {};
+
+TEST_P(EachJobFailure, PostsOneEventAndDestroysWhatItMade) {
+  StartWith({GetParam().before});
+  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  const unsigned long now = MBX::Misc::now();
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
+  EXPECT_THAT(m_Host.Traces(16), testing::Contains(std::string(GetParam().trace)).Times(1));
+  const std::vector<PI::CEvent> events = m_Host.CollectEvents();
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(Render(events[0]), GetParam().event);
+  EXPECT_EQ(events[0].m_ObjectID, FIRST);
+  EXPECT_EQ(events[0].m_Time, now);  // of the preparation, not of the failure
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+TEST_P(EachJobFailure, LeavesNothingBehindThatHindersTheNext) {
+  StartWith({GetParam().before});
+  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card0"), GetParam().before);
+  EXPECT_EQ(m_Host.CollectEvents().size(), 1U);
+  EXPECT_EQ(m_Host.Check(FIRST, GetParam().operation), 0U);
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_NE(StateOf("card0"), GetParam().before);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, EachJobFailure, testing::ValuesIn(JOB_FAILURES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(JobFailures, ReportTheTimeOfTheirStart) {
+  StartWith({DETACHED});
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 63, "late");
+  HeldCall held("vsl_op_wait_for_result");
+  const unsigned long start = MBX::Misc::now();
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  Pass(3000);
+  held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  const std::vector<PI::CEvent> events = m_Host.CollectEvents();
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events[0].m_Time, start);
+}
+
+TEST_F(JobFailures, AttachingAnAttachedCardIsAcceptedAndFailsLater) {
+  StartWith({ATTACHED});
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(Events(), ElementsAre(ATTACH_FAILED));
+  EXPECT_EQ(StateOf("card0"), ATTACHED);
+}
+
+TEST_F(JobFailures, OnlyForceDetachesACardInUse) {
+  StartWith({ATTACHED});
+  m_Host.Cards().Set("card0", "in_use", "true");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(Events(), ElementsAre(DETACH_FAILED));
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_FORCE_DETACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_EQ(StateOf("card0"), DETACHED);
+}
+
+// The number from the host makes the name; without one there is none.
+TEST_F(JobFailures, NameNobodyInTheEventOfAnUnnamedAdapter) {
+  m_Host.AddCard();
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(Events(), ElementsAre("10981 severity 4 object 1 source ||||||||||||||"));
+}
+
+TEST_F(JobFailures, ReportTheCardThatTheyWorkOn) {
+  StartWith({DETACHED, DETACHED});
+  CardSim::FailCall("vsl_op_start", 1, 64, "no");
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(m_Host.Calls().front(), "vsl_iom_create_by_name /dev/fct1");
+  EXPECT_THAT(
+      Events(),
+      ElementsAre("10981 severity 4 object 3 source SanDisk Flash Adapter 785GB (2)|SanDisk "
+                  "Flash Adapter 785GB (2)|||||||||||||"));
+}
+
+TEST_F(JobFailures, ASecondAttachOfACardFailsWhileTheFirstEndsWell) {
+  StartWith({DETACHED});
+  HeldCall held("vsl_op_wait_for_result");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(Events(), ElementsAre(ATTACH_FAILED));
+  held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card0"), ATTACHED);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

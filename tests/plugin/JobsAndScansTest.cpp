@@ -1,0 +1,178 @@
+// Jobs and the watch at once: what a scan shows of a card that a job holds, and a card that goes
+// while its job begins.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+
+#include "hostkit/Inspect.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr std::uint64_t FIRST = 0x0130000000000001;
+constexpr std::uint64_t SECOND = 0x0130000000000003;
+constexpr std::uint32_t ACTIVITY = 30054;
+constexpr std::uint32_t ADDITIONAL_STATUS = 30165;
+constexpr std::uint32_t STATUS = 30017;
+
+// Longer than two full scans and any job here.
+constexpr std::int64_t SOME_SCANS_MS = 8000;
+
+std::string Render(const PI::CEvent& event) {
+  return std::to_string(event.m_EventID) + " severity " + std::to_string(event.m_Severity) +
+         " object " + std::to_string(event.m_ObjectID & 0xFF) + " at " +
+         (event.m_Time == 0 ? "no time" : "a time") + " source " + event.m_SourceName + " place " +
+         event.m_PlaceHolders[0];
+}
+
+// A plug-in that scans its cards every two seconds.
+class JobsAndScans : public testing::Test {
+ protected:
+  void StartWith(const std::vector<const char*>& states) {
+    m_Host.WriteIni("PollInterval=2\n");
+    for (const char* state : states) {
+      const std::string card = m_Host.AddCard();
+      m_Host.Cards().Set(card, "iom_state", state);
+      m_Host.Cards().Set(card, "attach_ms", "0");
+      m_Host.Cards().Set(card, "detach_ms", "0");
+    }
+    ASSERT_EQ(m_Host.Start(), 0U);
+    Pass(SOME_SCANS_MS);
+    m_Host.ForgetCalls();
+  }
+
+  // "status activity: reasons" as the last scan left them.
+  std::string Shown(std::uint64_t adapter) {
+    return std::to_string(Choice(adapter, STATUS)) + " " +
+           std::to_string(Choice(adapter, ACTIVITY)) + ":" + Reasons(adapter);
+  }
+
+  std::vector<std::string> Events() {
+    std::vector<std::string> texts;
+    for (const PI::CEvent& event : m_Host.CollectEvents()) texts.push_back(Render(event));
+    return texts;
+  }
+
+  SimulatedHost m_Host;
+
+ private:
+  int Choice(std::uint64_t adapter, std::uint32_t id) {
+    PI::CProperty property(PI::Property::UNDEFINED, false);
+    EXPECT_EQ(m_Host.Property(adapter, id, property), 0U);
+    return property.m_Value.m_Choice.m_Value;
+  }
+
+  std::string Reasons(std::uint64_t adapter) {
+    PI::CProperty property(PI::Property::UNDEFINED, false);
+    if (m_Host.Property(adapter, ADDITIONAL_STATUS, property) != 0) return " none";
+    std::string text;
+    for (const int reason : property.m_Value.m_MultiValue.m_Values) {
+      text += " " + std::to_string(reason);
+    }
+    return text;
+  }
+};
+
+TEST_F(JobsAndScans, AnAttachedCardInAnAttachJobIsAttaching) {
+  StartWith({"2", "2"});
+  EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
+  HeldCall held("vsl_op_start");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  Pass(SOME_SCANS_MS);
+  EXPECT_EQ(Shown(FIRST), "40150 40388: none");
+  EXPECT_EQ(Shown(SECOND), "40024 40102: 40393");
+  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_DETACH), 20000U);
+  held.LetGo();
+  Pass(SOME_SCANS_MS);
+  EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
+}
+
+TEST_F(JobsAndScans, ADetachedCardInADetachJobIsDetaching) {
+  for (const std::uint32_t operation : {50127U, 50128U}) {
+    m_Host.Release();
+    StartWith({"0"});
+    HeldCall held("vsl_op_start");
+    EXPECT_EQ(m_Host.Run(FIRST, operation), 0U);
+    held.AwaitArrival();
+    Pass(SOME_SCANS_MS);
+    EXPECT_EQ(Shown(FIRST), "40150 40391: none");
+    held.LetGo();
+    Pass(SOME_SCANS_MS);
+    EXPECT_EQ(Shown(FIRST), "40150 40102: 40387");
+    EXPECT_EQ(m_Host.DeInitialize(), 0U);
+    m_Host.Cards().RemoveCard("card0");
+  }
+}
+
+// Only the state in which a card would be at the end of the job is taken for the way there.
+TEST_F(JobsAndScans, ADetachedCardInAnAttachJobStaysDetached) {
+  StartWith({"0"});
+  HeldCall held("vsl_op_start");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  Pass(SOME_SCANS_MS);
+  EXPECT_EQ(Shown(FIRST), "40150 40102: 40387");
+}
+
+TEST_F(JobsAndScans, AnAttachedCardInADetachJobStaysAttached) {
+  StartWith({"2"});
+  HeldCall held("vsl_op_start");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
+  held.AwaitArrival();
+  Pass(SOME_SCANS_MS);
+  EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
+}
+
+// The position in the list decides, and behind a card that has gone it is another one's.
+TEST_F(JobsAndScans, BehindAGapAnAttachedCardInAnAttachJobStaysAttached) {
+  StartWith({"2", "2"});
+  m_Host.Cards().RemoveCard("card0");
+  Pass(SOME_SCANS_MS);
+  HeldCall held("vsl_op_start");
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  Pass(SOME_SCANS_MS);
+  EXPECT_EQ(Shown(SECOND), "40024 40102: 40393");
+}
+
+TEST_F(JobsAndScans, TheScanAnnouncesWhatAJobHasDone) {
+  StartWith({"0", "2"});
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
+  Pass(SOME_SCANS_MS);
+  EXPECT_THAT(Events(),
+              ElementsAre("10983 severity 2 object 1 at a time source SanDisk Flash Adapter 785GB "
+                          "(1) place SanDisk Flash Adapter 785GB (1)",
+                          "10984 severity 4 object 3 at a time source SanDisk Flash Adapter 785GB "
+                          "(2) place SanDisk Flash Adapter 785GB (2)"));
+  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_DETACH), 0U);
+  EXPECT_EQ(m_Host.Check(SECOND, PI::OP_ATTACH), 0U);
+}
+
+// A scan holds the events' lock too, so this is a scan and not a look. The job that is started in
+// it waits for the scan, which finds the card gone.
+TEST_F(JobsAndScans, AJobWhoseCardHasGoneFailsForNobody) {
+  StartWith({"0", "0"});
+  std::atomic<bool> done{false};
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    const bool named = call.text() == "vsl_iom_create_by_name /dev/fct0";
+    const bool scanning = HostKit::Locks().at(1).depth > 0;
+    if (!named || !scanning || done.exchange(true)) return;
+    EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+    m_Host.Cards().RemoveCard("card0");
+  });
+  Pass(SOME_SCANS_MS);
+  EXPECT_TRUE(done);
+  EXPECT_THAT(Events(), ElementsAre("11094 severity 3 object 1 at a time source SanDisk Flash "
+                                    "Adapter 785GB (1) place SanDisk Flash Adapter 785GB (1)",
+                                    "1 severity 0 object 0 at no time source  place "));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,287 @@
+// Attach and detach: what a job calls, what it reports, and what keeps another one out.
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <ostream>
+
+#include "host/Toolkit.h"
+#include "hostkit/Inspect.h"
+#include "tests/support/JobHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::AnyOf;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Lines = std::vector<std::string>;
+
+constexpr std::uint64_t FIRST_DRIVE = 0x0130000000000002;
+
+using Jobs = JobHost;
+
+struct Job {
+  const char* name;
+  std::uint32_t operation;
+  const char* before;  // states of the card
+  const char* after;
+  Lines calls;
+  Lines traces;
+};
+
+std::ostream& operator<<(std::ostream& out, const Job& job) {
+  return out << job.name;
+}
+
+const Job JOBS[] = {
+    {"Attach",
+     50126,
+     DETACHED,
+     ATTACHED,
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
+      "vsl_op_wait_for_result attach#1", "vsl_destroy attach#1", "vsl_destroy card#1"},
+     {"2 ENTER ExecuteAdapterOperation(50126) (0)",
+      "16 ExecuteAdapterOperation(), OP_ATTACH, start Attach thread",
+      "2 LEAVE AdapterExecuteOperation() -> 0", "2 ENTER Attach(/dev/fct0)", "2 LEAVE Attach()"}},
+    {"Detach",
+     50127,
+     ATTACHED,
+     DETACHED,
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
+      "vsl_op_wait_for_result detach#1", "vsl_destroy detach#1", "vsl_destroy card#1"},
+     {"2 ENTER ExecuteAdapterOperation(50127) (0)",
+      "16 ExecuteAdapterOperation(), OP_DETACH, start Detach thread",
+      "2 LEAVE AdapterExecuteOperation() -> 0", "2 ENTER Detach(/dev/fct0)", "2 LEAVE Detach()"}},
+    {"ForceDetach",
+     50128,
+     ATTACHED,
+     DETACHED,
+     {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
+      "vsl_iom_detach_set_force detach#1 1", "vsl_op_start detach#1",
+      "vsl_op_wait_for_result detach#1", "vsl_destroy detach#1", "vsl_destroy card#1"},
+     {"2 ENTER ExecuteAdapterOperation(50128) (0)",
+      "16 ExecuteAdapterOperation(), OP_FORCE_DETACH, start ForceDetach thread",
+      "2 LEAVE AdapterExecuteOperation() -> 0", "2 ENTER ForceDetach(/dev/fct0)",
+      "2 LEAVE ForceDetach()"}},
+};
+
+class EachJob : public Jobs, public testing::WithParamInterface<Job> {};
+
+TEST_P(EachJob, DrivesTheCardToItsEndAndTellsNobody) {
+  StartWith({GetParam().before});
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
+  EXPECT_EQ(StateOf("card0"), GetParam().after);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+// The thread may begin before the command that started it has ended.
+TEST_P(EachJob, TracesItsStartAndItsEnd) {
+  StartWith({GetParam().before});
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(m_Host.LeveledTraces(2 | 16), testing::UnorderedElementsAreArray(GetParam().traces));
+  EXPECT_EQ(m_Host.Traces(2).front(), GetParam().traces.front().substr(2));
+  EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
+}
+
+TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
+  StartWith({GetParam().before});
+  HeldCall held("vsl_op_wait_for_result");
+  const std::int64_t begin = HostKit::SteadyNowNs();
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(HostKit::SteadyNowNs(), begin);
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
+  EXPECT_EQ(m_Host.Topology().size(), 3U);
+  EXPECT_FALSE(m_Host.Properties(FIRST).empty());
+  EXPECT_FALSE(m_Host.Properties(FIRST_DRIVE).empty());
+  EXPECT_THAT(m_Host.CollectEvents(), IsEmpty());
+  held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card0"), GetParam().after);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, EachJob, testing::ValuesIn(JOBS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// The order of the lock steps around the preparation of the event and around its posting.
+TEST_F(Jobs, TraceEachLockStep) {
+  StartWith({DETACHED});
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  Lines lines;
+  for (const std::string& line : m_Host.LeveledTraces(2 | 8 | 16)) {
+    const bool ofTheCommand = line.find("m_DataLock.Wait (sg)") != std::string::npos ||
+                              line.find("xecute") != std::string::npos;
+    if (!ofTheCommand) lines.push_back(line);
+  }
+  EXPECT_THAT(lines, ElementsAre("2 ENTER Attach(/dev/fct0)", "8 Before m_DataLock.Wait(INFINITE)",
+                                 "8 After m_DataLock.Wait(INFINITE)",
+                                 "8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()",
+                                 "16 Attach, vsl_iom_create_by_name = 61 (gone)",
+                                 "8 Before m_EventsLock.Wait (sg)",
+                                 "8 After m_EventsLock.Wait (sg)", "2 LEAVE Attach()"));
+}
+
+// What the checks say while a job is held open and after its end.
+struct Busy {
+  const char* name;
+  std::uint32_t running;
+  const char* before;                          // state of the card at work and of its neighbour
+  std::array<std::uint32_t, 3> while_running;  // checks for attach, detach, forced detach
+  std::array<std::uint32_t, 3> afterwards;
+};
+
+std::ostream& operator<<(std::ostream& out, const Busy& busy) {
+  return out << busy.name;
+}
+
+class BusyCheck : public Jobs, public testing::WithParamInterface<Busy> {
+ protected:
+  std::array<std::uint32_t, 3> Checks(std::uint64_t adapter) {
+    return {m_Host.Check(adapter, PI::OP_ATTACH), m_Host.Check(adapter, PI::OP_DETACH),
+            m_Host.Check(adapter, PI::OP_FORCE_DETACH)};
+  }
+};
+
+TEST_P(BusyCheck, KeepsEveryCardOutOfTheSameSlotAndNobodyOutOfTheOther) {
+  StartWith({GetParam().before, GetParam().before});
+  HeldCall held("vsl_op_wait_for_result");
+  EXPECT_EQ(Checks(FIRST), GetParam().afterwards);
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().running), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(Checks(FIRST), GetParam().while_running);
+  EXPECT_EQ(Checks(SECOND), GetParam().while_running);
+  held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(Checks(SECOND), GetParam().afterwards);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Jobs, BusyCheck,
+    testing::Values(Busy{"Attach", 50126, DETACHED, {20031, 20000, 20000}, {0, 20000, 20000}},
+                    Busy{"Detach", 50127, ATTACHED, {20000, 20031, 20031}, {20000, 0, 0}},
+                    Busy{"ForceDetach", 50128, ATTACHED, {20000, 20031, 20031}, {20000, 0, 0}}),
+    [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(Jobs, TraceTheExitOfABusyCheck) {
+  StartWith({DETACHED});
+  HeldCall held("vsl_op_start");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  m_Host.ForgetTraces();
+  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 20031U);
+  EXPECT_THAT(m_Host.LeveledTraces(16),
+              ElementsAre("16 ENTER CheckAdapterOperation operation=50126",
+                          "16 LEAVE CheckAdapterOperation -> 20031"));
+  held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+}
+
+TEST_F(Jobs, OfTwoKindsRunOnTwoCardsAtOnce) {
+  StartWith({DETACHED, ATTACHED, ATTACHED});
+  HeldCall held("vsl_op_wait_for_result");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(m_Host.Check(THIRD, PI::OP_DETACH), 0U);
+  EXPECT_EQ(m_Host.Run(THIRD, PI::OP_DETACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card2"), DETACHED);
+  EXPECT_EQ(StateOf("card0"), "1");
+  held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card0"), ATTACHED);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+// The job forgets its device before its thread ends; that moment counts as ended.
+TEST_F(Jobs, NoLongerCountAsBusyWhenOnlyTheirThreadIsLeft) {
+  StartWith({DETACHED}, "0");
+  HeldTrace held("LEAVE Attach()");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 0U);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  held.LetGo();
+  Pass(1);
+}
+
+// Between its start and its first step a job is not seen yet.
+TEST_F(Jobs, CountAsBusyFromTheirFirstStepOn) {
+  unsigned int passed = 0;
+  unsigned int busy = 0;
+  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+    SimulatedHost host([seed] { HostKit::UseSeededSchedule(seed); });
+    host.Cards().Set(host.AddCard(), "iom_state", DETACHED);
+    ASSERT_EQ(host.Initialize(), 0U);
+    ASSERT_EQ(host.Run(FIRST, PI::OP_ATTACH), 0U);
+    const unsigned int checked = host.Check(FIRST, PI::OP_ATTACH);
+    ASSERT_THAT(checked, AnyOf(0U, 20031U)) << "seed " << seed;
+    ++(checked == 0 ? passed : busy);
+    Pass(LONGER_THAN_A_JOB_MS);
+  }
+  EXPECT_GT(passed, 0U);
+  EXPECT_GT(busy, 0U);
+}
+
+TEST_F(Jobs, StartedAgainWhileRunningBothEndWell) {
+  StartWith({DETACHED, DETACHED});
+  HeldCall held("vsl_op_wait_for_result");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card1"), ATTACHED);
+  // The slot belongs to the second job, and that has ended.
+  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 0U);
+  held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card0"), ATTACHED);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+}
+
+TEST_F(Jobs, KeepTheStopWaitingInHalfSeconds) {
+  StartWith({DETACHED, ATTACHED}, "8000");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
+  m_Host.ForgetTraces();
+  const unsigned long begin = MBX::Misc::now();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_EQ(MBX::Misc::now() - begin, 8200U);
+  const Lines lines = m_Host.Traces(16);
+  EXPECT_THAT(lines, testing::Contains("Wait for termination... (Attach)").Times(16));
+  EXPECT_THAT(lines, testing::Contains("Wait for termination... (Detach)").Times(16));
+  EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("Kill"))));
+  EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
+  m_Host.Release();
+  EXPECT_EQ(m_Host.Plugin(), nullptr);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+TEST_F(Jobs, AreNotWaitedForLongerThan25Seconds) {
+  StartWith({DETACHED}, "40000");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  m_Host.ForgetTraces();
+  const unsigned long begin = MBX::Misc::now();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_EQ(MBX::Misc::now() - begin, 25200U);
+  const Lines lines = m_Host.Traces(16);
+  EXPECT_THAT(lines, testing::Contains("Wait for termination... (Attach)").Times(51));
+  EXPECT_THAT(lines, testing::Contains("Kill Attach").Times(1));
+  // A job is left to its card: it comes to its end by itself.
+  Pass(20000);
+  EXPECT_EQ(m_Host.Traces(2).back(), "LEAVE Attach()");
+}
+
+}  // namespace
+}  // namespace CorvaneTest
