@@ -1,0 +1,216 @@
+// Cards that are not found any more, and cards that are found again.
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+std::string Board(int number) {
+  return "SanDisk Flash Adapter 785GB (" + std::to_string(number) + ")";
+}
+std::string Removed(int object, int number) {
+  return "11094 severity 3 object " + std::to_string(object) + " " + Board(number) + " | " +
+         Board(number);
+}
+std::string Added(int object, int number) {
+  return "11093 severity 2 object " + std::to_string(object) + " " + Board(number) + " | " +
+         Board(number);
+}
+
+class CardsComeAndGo : public Watched {
+ protected:
+  Lines NextScan() {
+    AwaitScans();
+    return Events();
+  }
+};
+
+TEST_F(CardsComeAndGo, ACardThatIsGoneIsRemoved) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Removed(3, 2)));
+  EXPECT_THAT(Tree(), ElementsAre("object 0130000000000000 type 19006 parents children "
+                                  "0130000000000001",
+                                  "object 0130000000000001 type 19038 parents 0130000000000000 "
+                                  "children 0130000000000002",
+                                  "object 0130000000000002 type 19018 parents 0130000000000001 "
+                                  "children"));
+  EXPECT_THAT(Notifications(), SizeIs(1));
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(Notifications(), SizeIs(1));
+}
+
+TEST_F(CardsComeAndGo, ObjectsOfACardThatIsGoneAreUnknown) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result 20008");
+  EXPECT_EQ(Value(SECOND_DRIVE, PI::Property::STATUS), "result 20008");
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 20008U);
+  EXPECT_EQ(Value(FIRST, PI::Property::STATUS), "OK");
+}
+
+// Only a scan notices.
+TEST_F(CardsComeAndGo, NoLookNoticesEither) {
+  AddCards(1);
+  StartWatch();
+  Hide(0);
+  AwaitWakeUps(2);
+  EXPECT_EQ(Scans(), 0U);
+  AwaitScans();
+  Events();
+  Show(0);
+  AwaitWakeUps(2);
+  EXPECT_EQ(Scans(), 1U);
+}
+
+TEST_F(CardsComeAndGo, ACardThatComesBackHasNewIds) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Removed(3, 2)));
+  AwaitScans(5);  // nothing is used up meanwhile
+  Show(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Added(5, 2)));
+  EXPECT_THAT(Tree(), ElementsAre("object 0130000000000000 type 19006 parents children "
+                                  "0130000000000001 0130000000000005",
+                                  "object 0130000000000001 type 19038 parents 0130000000000000 "
+                                  "children 0130000000000002",
+                                  "object 0130000000000005 type 19038 parents 0130000000000000 "
+                                  "children 0130000000000006",
+                                  "object 0130000000000002 type 19018 parents 0130000000000001 "
+                                  "children",
+                                  "object 0130000000000006 type 19018 parents 0130000000000005 "
+                                  "children"));
+  EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result 20008");
+  EXPECT_EQ(Value(ObjectId(5), PI::Property::STATUS), "OK");
+}
+
+TEST_F(CardsComeAndGo, TheDriveOfANewCardIsTracedAndItsAdapterIsNot) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  EXPECT_THAT(TimesOf("2 The drive is not found yet!"), IsEmpty());
+  Show(1);
+  AwaitScans();
+  EXPECT_THAT(TimesOf("2 The drive is not found yet!"), SizeIs(1));
+  AwaitScans(2);
+  EXPECT_THAT(TimesOf("2 The drive is not found yet!"), SizeIs(1));
+}
+
+TEST_F(CardsComeAndGo, RemovalAndReturnAreToldInThatOrderWhenNobodyCollectsBetween) {
+  AddCards(2);
+  StartWatch();
+  Hide(0);
+  AwaitScans();
+  Show(0);
+  EXPECT_THAT(NextScan(), ElementsAre(Removed(1, 1), Added(5, 1)));
+}
+
+TEST_F(CardsComeAndGo, ReturningCardsTakeTheirPlaceInTheOrderOfTheStart) {
+  AddCards(3);
+  StartWatch();
+  Hide(0);
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Removed(1, 1), Removed(3, 2)));
+  Show(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Added(7, 2)));
+  Show(0);
+  EXPECT_THAT(NextScan(), ElementsAre(Added(9, 1)));
+  EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children,
+            (std::vector<std::uint64_t>{ObjectId(9), ObjectId(7), ObjectId(5)}));
+}
+
+TEST_F(CardsComeAndGo, AllOfThemMayGoAndComeBack) {
+  AddCards(2);
+  StartWatch();
+  Hide(0);
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Removed(1, 1), Removed(3, 2)));
+  EXPECT_THAT(Tree(), ElementsAre("object 0130000000000000 type 19006 parents children"));
+  EXPECT_THAT(NextScan(), IsEmpty());
+  Show(0);
+  Show(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Added(5, 1), Added(7, 2)));
+  EXPECT_THAT(m_Host.Topology(), SizeIs(5));
+}
+
+TEST_F(CardsComeAndGo, ACardThatTheStartDidNotFindNeverComes) {
+  AddCards(1);
+  StartWatch();
+  AddCards(1);
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(m_Host.Topology(), SizeIs(3));
+}
+
+// It counted at the start and could not be named in the first scan.
+TEST_F(CardsComeAndGo, ACardThatTheFirstScanMissedComesWithTheNext) {
+  AddCards(2);
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "late");
+  StartWatch();
+  ASSERT_THAT(m_Host.Topology(), SizeIs(3));
+  // The host has given numbers for what it was told of alone.
+  EXPECT_THAT(NextScan(), ElementsAre("11093 severity 2 object 3 "));
+  EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children, (std::vector<std::uint64_t>{ObjectId(3), FIRST}));
+}
+
+// Another card at the same place is the same object to the host.
+TEST_F(CardsComeAndGo, AnotherCardAtTheSamePlaceTakesTheIdsOver) {
+  AddCards(1);
+  StartWatch();
+  m_Host.Cards().RemoveCard("card0");
+  m_Host.AddCard(0x1003);
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(Notifications(), SizeIs(1));
+  EXPECT_EQ(Value(FIRST, PI::Property::SERIAL_NUMBER), "\"FA00000002\"");
+  EXPECT_THAT(m_Host.Topology(), SizeIs(3));
+}
+
+TEST_F(CardsComeAndGo, AnIdOfACardThatCannotBeOpenedIsUsedUp) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  Show(1);
+  AwaitWakeUps(2);
+  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  AwaitScans();
+  ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
+  Events();
+  EXPECT_THAT(NextScan(), ElementsAre(Added(6, 2)));
+  EXPECT_EQ(m_Host.ObjectOf(ObjectId(6)).m_Children, (std::vector<std::uint64_t>{ObjectId(7)}));
+}
+
+TEST_F(CardsComeAndGo, ANewAdapterIsDetachedWithoutAnEventOfItsOwn) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  Events();
+  Set("card1", "iom_state", "0");
+  Show(1);
+  EXPECT_THAT(NextScan(), ElementsAre(Added(5, 2)));
+  EXPECT_EQ(Reasons(ObjectId(5)), "[DETACHED]");
+}
+
+TEST_F(CardsComeAndGo, TheScanTracesTheCardThatItCannotName) {
+  AddCards(2);
+  StartWatch();
+  AwaitWakeUps(2);
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "gone");
+  AwaitScans();
+  EXPECT_THAT(TimesOf("16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"), SizeIs(1));
+  EXPECT_THAT(TimesOf("2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"), SizeIs(1));
+  EXPECT_THAT(TimesOf("2 LEAVE UpdateSystem ret = 0"), SizeIs(1));
+  EXPECT_THAT(Events(), ElementsAre(Removed(3, 2)));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

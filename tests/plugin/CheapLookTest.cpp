@@ -1,0 +1,448 @@
+// The look at the cards between two scans: what it asks, what it passes over, and what makes it
+// call for a scan.
+
+#include <memory>
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// All that a look asks a card that has everything.
+Lines LookAt(const std::string& path, const std::string& card) {
+  Lines calls = {"vsl_iom_create_by_name " + path, "vsl_open " + card};
+  for (const std::string mask : {"current_errors ", "current_warnings ", "current_info "}) {
+    calls.push_back("vsl_has_" + mask + card);
+    const Lines samples(5, "vsl_" + mask + card);
+    calls.insert(calls.end(), samples.begin(), samples.end());
+  }
+  for (const std::string call :
+       {"vsl_has_iom_state ", "vsl_iom_state ", "vsl_close ", "vsl_destroy "}) {
+    calls.push_back(call + card);
+  }
+  return calls;
+}
+
+Lines operator+(Lines left, const Lines& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+class CheapLook : public Watched {
+ protected:
+  // The next wake-up alone.
+  void Look() {
+    ForgetAll();
+    AwaitWakeUps();
+  }
+  bool LookScans() {
+    const std::size_t before = Scans();
+    AwaitWakeUps();
+    return Scans() == before + 1;
+  }
+  void ExpectNothingLeft() {
+    EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+    EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+    ExpectNoLockHeld();
+  }
+};
+
+TEST_F(CheapLook, AsksForTheMasksAndTheStateAlone) {
+  AddCards(1);
+  StartWatch();
+  Look();
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(LookAt("/dev/fct0", "card#1")));
+  ExpectNothingLeft();
+}
+
+TEST_F(CheapLook, TakesTheCardsInTurn) {
+  AddCards(3);
+  StartWatch();
+  Look();
+  EXPECT_THAT(m_Host.Calls(),
+              ElementsAreArray(LookAt("/dev/fct0", "card#1") + LookAt("/dev/fct1", "card#2") +
+                               LookAt("/dev/fct2", "card#3")));
+  ExpectNothingLeft();
+}
+
+TEST_F(CheapLook, OfACardThatTellsNothingOnlyAsks) {
+  AddCards(1);
+  WithoutMasks("card0");
+  m_Host.Cards().MakeAbsent("card0", "iom_state");
+  StartWatch();
+  Look();
+  EXPECT_THAT(m_Host.Calls(),
+              ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                          "vsl_has_current_errors card#1", "vsl_has_current_warnings card#1",
+                          "vsl_has_current_info card#1", "vsl_has_iom_state card#1",
+                          "vsl_close card#1", "vsl_destroy card#1"));
+  EXPECT_EQ(Scans(), 0U);
+  ExpectNothingLeft();
+}
+
+TEST_F(CheapLook, TracesItsWakeUpAndTheOneLockThatItTakes) {
+  AddCards(2);
+  StartWatch();
+  Look();
+  EXPECT_THAT(KeptLines(),
+              ElementsAre("4 Worker() timeout event received", "8 Before m_DataLock.Wait(INFINITE)",
+                          "8 After m_DataLock.Wait(INFINITE)", "8 Before m_DataLock.Release ()",
+                          "8 After m_DataLock.Release ()", "2 Worker() before restart interval"));
+}
+
+// Held at the cards, the look holds the lock of the objects and not that of the events.
+TEST_F(CheapLook, HoldsTheObjectsAlone) {
+  AddCards(1);
+  StartWatch();
+  std::vector<HostKit::LockView> locks;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function == "vsl_iom_state") locks = HostKit::Locks();
+  });
+  AwaitWakeUps();
+  ASSERT_THAT(locks, SizeIs(2));
+  EXPECT_EQ(locks[0].depth, 1U);
+  EXPECT_EQ(locks[1].depth, 0U);
+}
+
+TEST_F(CheapLook, WithADifferenceScansAtOnceWithoutLettingTheObjectsGo) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "iom_state", "4");
+  Look();
+  const Lines lines = KeptLines();
+  const Lines begin(lines.begin(), lines.begin() + 6);
+  EXPECT_THAT(
+      begin,
+      ElementsAre("4 Worker() timeout event received", "8 Before m_DataLock.Wait(INFINITE)",
+                  "8 After m_DataLock.Wait(INFINITE)", "8 Before m_EventsLock.Wait(INFINITE)",
+                  "8 After m_EventsLock.Wait(INFINITE)", "16 Before ScanSystem()"));
+  EXPECT_THAT(TimesOf("8 Before m_DataLock.Wait(INFINITE)"), SizeIs(1));
+  const Lines calls = m_Host.Calls();
+  const Lines look(calls.begin(), calls.begin() + 24);
+  EXPECT_THAT(look, ElementsAreArray(LookAt("/dev/fct0", "card#1")));
+  EXPECT_EQ(calls[24], "vsl_iom_create_by_name /dev/fct0");
+}
+
+struct Change {
+  const char* name;
+  const char* attribute;
+  const char* value;
+  bool seen;
+};
+
+void PrintTo(const Change& change, std::ostream* stream) {
+  *stream << change.name;
+}
+
+const Change CHANGES[] = {
+    {"Error", "current_errors", "1", true},
+    {"ErrorBeyondThoseWithAName", "current_errors", "0x400", true},
+    {"Warning", "current_warnings", "1", true},
+    {"WarningBeyondThoseWithAName", "current_warnings", "0x2000", true},
+    {"WarningNextToTheIgnoredOne", "current_warnings", "0x100", true},
+    {"IgnoredWarning", "current_warnings", "0x200", false},
+    {"Info", "current_info", "2", true},
+    {"IgnoredInfo", "current_info", "1", false},
+    {"StateDetached", "iom_state", "0", true},
+    {"StateAttaching", "iom_state", "1", true},
+    {"StateDetaching", "iom_state", "3", true},
+    {"StateUnknown", "iom_state", "99", true},
+    {"Temperature", "temp_internal_deg_c", "80", false},
+    {"Serial", "serial_number", "other", false},
+    {"FormattedSize", "iom_format_size_bytes", "1048576", false},
+    {"Throttling", "write_throttling_state", "2", false},
+    {"MinimalModeReason", "minimal_mode_reason", "1", false},
+};
+
+class EachChange : public CheapLook, public testing::WithParamInterface<Change> {};
+
+TEST_P(EachChange, IsSeenOrNot) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", GetParam().attribute, GetParam().value);
+  EXPECT_EQ(LookScans(), GetParam().seen);
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+TEST_P(EachChange, OfALaterCardIsSeenOrNot) {
+  AddCards(2);
+  StartWatch();
+  Set("card1", GetParam().attribute, GetParam().value);
+  EXPECT_EQ(LookScans(), GetParam().seen);
+}
+
+TEST_P(EachChange, OfAnEarlierCardIsSeenOrNot) {
+  AddCards(2);
+  StartWatch();
+  Set("card0", GetParam().attribute, GetParam().value);
+  EXPECT_EQ(LookScans(), GetParam().seen);
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, EachChange, testing::ValuesIn(CHANGES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(CheapLook, TakesAMissingStateForDetached) {
+  AddCards(1);
+  StartWatch();
+  m_Host.Cards().MakeAbsent("card0", "iom_state");
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Status(FIRST), "FAILED");
+  EXPECT_FALSE(LookScans());  // the scan has taken it for that too
+}
+
+TEST_F(CheapLook, DoesNotMissAMaskThatIsNoLongerThere) {
+  AddCards(1);
+  Set("card0", "current_errors", "1");
+  StartWatch();
+  m_Host.Cards().MakeAbsent("card0", "current_errors");
+  EXPECT_FALSE(LookScans());
+}
+
+class OddSample : public CheapLook, public testing::WithParamInterface<int> {};
+
+TEST_P(OddSample, OfFiveMakesTheMaskCountAsUnchanged) {
+  AddCards(1);
+  StartWatch();
+  int sample = 0;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function != "vsl_current_errors") return;
+    m_Host.Cards().Set("card0", "current_errors", ++sample == GetParam() ? "1" : "0");
+  });
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 0U);
+  EXPECT_EQ(sample, 5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, OddSample, testing::Range(1, 6));
+
+TEST_F(CheapLook, SeesTheOtherMasksOfACardWithOneThatDoesNotHoldStill) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "current_warnings", "1");
+  int sample = 0;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function != "vsl_current_errors") return;
+    m_Host.Cards().Set("card0", "current_errors", ++sample % 2 == 1 ? "1" : "0");
+  });
+  EXPECT_TRUE(LookScans());
+}
+
+TEST_F(CheapLook, PassesOverACardThatCannotBeNamed) {
+  AddCards(2);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  CardSim::Reset();
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
+  AwaitWakeUps();
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(Lines{"vsl_iom_create_by_name /dev/fct0"} +
+                                               LookAt("/dev/fct1", "card#1")));
+  EXPECT_THAT(TimesOf("16 Worker, vsl_iom_create_by_name = 61 (gone)"), SizeIs(1));
+  EXPECT_EQ(Scans(), 0U);
+  ExpectNothingLeft();
+}
+
+TEST_F(CheapLook, PassesOverACardThatCannotBeOpened) {
+  AddCards(2);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  CardSim::Reset();
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  AwaitWakeUps();
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(Lines{"vsl_iom_create_by_name /dev/fct0",
+                                                     "vsl_open card#1", "vsl_destroy card#1"} +
+                                               LookAt("/dev/fct1", "card#2")));
+  EXPECT_THAT(TimesOf("16 Worker, vsl_open = 62 (not now)"), SizeIs(1));
+  EXPECT_EQ(Scans(), 0U);
+  ExpectNothingLeft();
+}
+
+TEST_F(CheapLook, SeesADifferenceBehindACardThatItPassedOver) {
+  AddCards(2);
+  StartWatch();
+  Set("card1", "iom_state", "0");
+  CardSim::Reset();
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 1U);
+}
+
+TEST_F(CheapLook, PassedOverCardsAreSeenAgainAtTheNextOne) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 0U);
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 1U);
+}
+
+// A card that is gone stays in the list of control devices; the look goes by the adapters.
+TEST_F(CheapLook, EndsWithTheAdaptersThatAreLeft) {
+  AddCards(3);
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  Look();
+  EXPECT_THAT(m_Host.Calls(),
+              ElementsAreArray(LookAt("/dev/fct0", "card#1") + LookAt("/dev/fct2", "card#2")));
+  Hide(0);
+  Hide(2);
+  AwaitScans();
+  Look();
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  EXPECT_EQ(Scans(), 0U);
+}
+
+TEST_F(CheapLook, LeavesTheObjectsAsTheyWere) {
+  AddCards(1);
+  StartWatch();
+  const Lines before = Tree();
+  Set("card0", "current_errors", "1");
+  // The scan that the look calls for does not come about.
+  HostKit::FailLockWait(2, 1);
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 0U);
+  EXPECT_EQ(Tree(), before);
+  EXPECT_EQ(ChangeCount(FIRST), 0U);
+  EXPECT_EQ(ChangeCount(PLUGIN), 0U);
+  EXPECT_EQ(Status(FIRST), "OK");
+  EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
+}
+
+// While a job drives a card, its last state counts as that of the job.
+class LookAtAJob : public CheapLook {
+ protected:
+  // Starts the job on a card, holds it before its end, and puts the card into a state.
+  void StartHeld(std::uint64_t adapter, std::uint32_t operation) {
+    for (const std::string& card : m_Host.Cards().Cards()) {
+      Set(card, "attach_ms", "0");
+      Set(card, "detach_ms", "0");
+    }
+    m_pHeld = std::make_unique<HeldCall>("vsl_op_wait_for_result");
+    ASSERT_EQ(m_Host.Run(adapter, operation), 0U);
+    m_pHeld->AwaitArrival();
+  }
+  void TearDown() override { m_pHeld.reset(); }
+
+  std::unique_ptr<HeldCall> m_pHeld;
+};
+
+TEST_F(LookAtAJob, AttachedWhileItsAttachRunsCountsAsAttaching) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  StartWatch();
+  StartHeld(FIRST, PI::OP_ATTACH);
+  Set("card0", "iom_state", "1");
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Activity(FIRST), "ATTACHING");
+  Set("card0", "iom_state", "2");
+  EXPECT_FALSE(LookScans());
+  m_pHeld->LetGo();
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Activity(FIRST), "IDLE");
+  EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
+}
+
+TEST_F(LookAtAJob, DetachedWhileItsDetachRunsCountsAsDetaching) {
+  AddCards(1);
+  StartWatch();
+  StartHeld(FIRST, PI::OP_DETACH);
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Activity(FIRST), "DETACHING");
+  Set("card0", "iom_state", "0");
+  EXPECT_FALSE(LookScans());
+  m_pHeld->LetGo();
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Reasons(FIRST), "[DETACHED]");
+}
+
+TEST_F(LookAtAJob, DetachedWhileItsForcedDetachRunsCountsAsDetaching) {
+  AddCards(1);
+  StartWatch();
+  StartHeld(FIRST, PI::OP_FORCE_DETACH);
+  EXPECT_TRUE(LookScans());
+  Set("card0", "iom_state", "0");
+  EXPECT_FALSE(LookScans());
+}
+
+// The scan sees the corrected state too, so the two agree also when it comes first.
+TEST_F(LookAtAJob, DoesNotCallForAScanEachTimeWhileTheJobRuns) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  StartWatch("255");
+  StartHeld(FIRST, PI::OP_ATTACH);
+  Set("card0", "iom_state", "2");
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Activity(FIRST), "ATTACHING");
+  EXPECT_FALSE(LookScans());
+  EXPECT_FALSE(LookScans());
+}
+
+struct NoCorrection {
+  const char* name;
+  const char* initially;
+  std::uint32_t operation;
+  const char* jobState;  // what the card tells first, and what is stored of it
+  const char* then;      // what stands as it is
+};
+
+void PrintTo(const NoCorrection& each, std::ostream* stream) {
+  *stream << each.name;
+}
+
+const NoCorrection NO_CORRECTIONS[] = {
+    {"DetachedWhileAttaching", "0", PI::OP_ATTACH, "1", "0"},
+    {"DetachingWhileAttaching", "0", PI::OP_ATTACH, "1", "3"},
+    {"FailedWhileAttaching", "0", PI::OP_ATTACH, "1", "6"},
+    {"AttachedWhileDetaching", "2", PI::OP_DETACH, "3", "2"},
+    {"AttachingWhileDetaching", "2", PI::OP_DETACH, "3", "1"},
+    {"BusyWhileDetaching", "2", PI::OP_DETACH, "3", "4"},
+};
+
+class EachNoCorrection : public LookAtAJob, public testing::WithParamInterface<NoCorrection> {};
+
+TEST_P(EachNoCorrection, StandsAsItIs) {
+  AddCards(1);
+  Set("card0", "iom_state", GetParam().initially);
+  StartWatch();
+  StartHeld(FIRST, GetParam().operation);
+  EXPECT_TRUE(LookScans());
+  Set("card0", "iom_state", GetParam().then);
+  EXPECT_TRUE(LookScans());
+}
+
+INSTANTIATE_TEST_SUITE_P(States, EachNoCorrection, testing::ValuesIn(NO_CORRECTIONS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(LookAtAJob, OfOneCardDoesNotCorrectAnother) {
+  AddCards(2);
+  Set("card0", "iom_state", "0");
+  Set("card1", "iom_state", "1");
+  StartWatch();
+  StartHeld(FIRST, PI::OP_ATTACH);
+  EXPECT_TRUE(LookScans());  // the job's own card
+  Set("card1", "iom_state", "2");
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Reasons(SECOND), "[ATTACHED]");
+}
+
+TEST_F(LookAtAJob, ThatHasEndedDoesNotCorrect) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  Set("card0", "attach_ms", "0");
+  StartWatch();
+  ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  Settle();
+  EXPECT_TRUE(LookScans());
+  EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
+  EXPECT_FALSE(LookScans());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

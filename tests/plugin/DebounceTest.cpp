@@ -1,0 +1,295 @@
+// A status mask is believed when three comparisons running have seen the same new value.
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// As "10957 object 1".
+Lines Short(const std::vector<PI::CEvent>& events) {
+  Lines texts;
+  for (const PI::CEvent& event : events) {
+    texts.push_back(std::to_string(event.m_EventID) + " object " +
+                    std::to_string(event.m_ObjectID - PLUGIN));
+  }
+  return texts;
+}
+
+class Debounce : public Watched {
+ protected:
+  Lines Collected() { return Short(m_Host.CollectEvents()); }
+
+  // Errors of a card, the next scan, and what it raised.
+  Lines Errors(int card, const std::string& mask) {
+    Set("card" + std::to_string(card), "current_errors", mask);
+    AwaitScans();
+    return Collected();
+  }
+  // The same for what another card shows all the time.
+  Lines NextScan() {
+    AwaitScans();
+    return Collected();
+  }
+  // Whether the next look finds that the card is not as stored.
+  bool LookDiffers() {
+    const std::size_t before = Scans();
+    AwaitWakeUps();
+    return Scans() > before;
+  }
+};
+
+TEST_F(Debounce, BelievesAMaskInTheThirdComparison) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_TRUE(LookDiffers());  // the mask in store has not moved
+  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_THAT(Collected(), ElementsAre("10957 object 1"));
+  EXPECT_FALSE(LookDiffers());
+}
+
+TEST_F(Debounce, ShowsStatusAndReasonsAtOnce) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "current_errors", "3");
+  AwaitScans();
+  EXPECT_EQ(Status(FIRST), "FAILED");
+  EXPECT_EQ(Reasons(FIRST), "[INTERNAL_ERROR INCOMPATIBLE_PCI_BANDWIDTH ATTACHED]");
+  EXPECT_EQ(Value(FIRST_DRIVE, PI::Property::STATUS), "FAILED");
+  EXPECT_THAT(Collected(), IsEmpty());
+  Set("card0", "current_errors", "0");
+  AwaitScans();
+  EXPECT_EQ(Status(FIRST), "OK");
+  EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
+  EXPECT_THAT(Collected(), IsEmpty());
+}
+
+TEST_F(Debounce, TakesThreeComparisonsBackToo) {
+  AddCards(1);
+  Set("card0", "current_errors", "1");
+  StartWatch();
+  EXPECT_THAT(Errors(0, "0"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10980 object 1"));
+  EXPECT_FALSE(LookDiffers());
+}
+
+TEST_F(Debounce, NeverReportsWhatOneScanSaw) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  Set("card0", "current_errors", "0");
+  EXPECT_FALSE(LookDiffers());  // stored it is what it was all along
+  AwaitScans(4);
+  EXPECT_THAT(Collected(), IsEmpty());
+}
+
+TEST_F(Debounce, NeverReportsWhatTwoScansSaw) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(Errors(0, "0"), IsEmpty());
+  AwaitScans(3);
+  EXPECT_THAT(Collected(), IsEmpty());
+}
+
+TEST_F(Debounce, NeverBelievesAFlicker) {
+  AddCards(1);
+  StartWatch();
+  for (int i = 0; i < 6; ++i) EXPECT_THAT(Errors(0, i % 2 == 0 ? "1" : "0"), IsEmpty());
+  // Three comparisons as always, from the last flicker on.
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+}
+
+TEST_F(Debounce, BeginsAnewWithEachNewValue) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(Errors(0, "3"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1", "10958 object 1"));
+}
+
+TEST_F(Debounce, KeepsTheMasksApart) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  Set("card0", "current_warnings", "1");
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
+}
+
+TEST_F(Debounce, KeepsTheCardsApart) {
+  AddCards(2);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(Errors(1, "2"), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("10958 object 3"));
+}
+
+// A comparison counts whatever made the records differ: the mask that has come back is pushed too.
+TEST_F(Debounce, CountsComparisonsThatSomethingElseCaused) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  Set("card0", "temp_internal_deg_c", "60");
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+}
+
+// Behind an error a warning changes nothing but its mask. Between the three sightings the records
+// are alike, so that nothing is compared and nothing forgotten.
+TEST_F(Debounce, AddsUpSightingsBetweenWhichNothingDiffered) {
+  AddCards(1);
+  Set("card0", "current_errors", "1");
+  StartWatch();
+  for (int sighting = 1; sighting <= 3; ++sighting) {
+    Set("card0", "current_warnings", "1");
+    AwaitScans();
+    if (sighting == 3) break;
+    EXPECT_THAT(Collected(), IsEmpty());
+    Set("card0", "current_warnings", "0");
+    AwaitScans(2);
+    EXPECT_THAT(Collected(), IsEmpty());
+  }
+  EXPECT_THAT(Collected(), ElementsAre("10967 object 1"));
+}
+
+// The same with a comparison between the sightings, caused by the temperature.
+TEST_F(Debounce, ForgetsSightingsBetweenWhichSomethingDiffered) {
+  AddCards(1);
+  Set("card0", "current_errors", "1");
+  StartWatch();
+  for (const char* temperature : {"60", "61", "62"}) {
+    Set("card0", "current_warnings", "1");
+    AwaitScans();
+    Set("card0", "current_warnings", "0");
+    Set("card0", "temp_internal_deg_c", temperature);
+    AwaitScans();
+    EXPECT_THAT(Collected(), IsEmpty());
+  }
+}
+
+TEST_F(Debounce, TakesTheStoredMaskForOneThatDoesNotHoldStill) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  // Looks see the error, and the third scan sees it move.
+  int samples = 0;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function != "vsl_current_errors" || ++samples <= 5) return;
+    m_Host.Cards().Set("card0", "current_errors", samples % 2 == 0 ? "1" : "2");
+  });
+  EXPECT_THAT(NextScan(), IsEmpty());
+  CardSim::SetHook({});
+  EXPECT_EQ(Status(FIRST), "OK");
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+}
+
+// Position 2 has seen the error twice when its card moves up to position 1, which has seen none.
+TEST_F(Debounce, BeginsAnewForACardThatMovesUp) {
+  AddCards(3);
+  StartWatch();
+  EXPECT_THAT(Errors(2, "1"), IsEmpty());
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 5"));
+}
+
+TEST_F(Debounce, BelievesACardAtOnceThatMovesUpToAPlaceThatSawTheSameTwice) {
+  AddCards(3);
+  StartWatch();
+  EXPECT_THAT(Errors(1, "1"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  EXPECT_THAT(Errors(2, "1"), ElementsAre("10957 object 5"));
+}
+
+// The first card keeps its place and its history through all that happens behind it.
+TEST_F(Debounce, GoesOnForACardBeforeTheOneThatIsGone) {
+  AddCards(2);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+}
+
+// There was room for it.
+TEST_F(Debounce, GoesOnForACardBeforeOneThatComesBack) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  Show(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11093 object 5"));
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+}
+
+// There was never room for a second card, so all records move, and no history with them.
+TEST_F(Debounce, BeginsAnewForAllCardsWhenThereWasNoRoomForOneMore) {
+  AddCards(2);
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "late");
+  StartWatch();
+  ASSERT_EQ(m_Host.Topology().size(), 3U);
+  Hide(1);
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  Show(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11093 object 3"));
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+}
+
+// What a new record shows is taken as it is, and its history is that of a card without errors.
+TEST_F(Debounce, BelievesANewCardAtOnceAndItsRecoveryToo) {
+  AddCards(2);
+  Set("card1", "current_errors", "1");
+  StartWatch();
+  Hide(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  Show(1);
+  EXPECT_THAT(NextScan(), ElementsAre("11093 object 5"));
+  EXPECT_EQ(Status(ObjectId(5)), "FAILED");
+  EXPECT_FALSE(LookDiffers());
+  EXPECT_THAT(Errors(1, "0"), ElementsAre("10980 object 5"));
+}
+
+// Unlike one of the start, whose history is full of what it showed then.
+TEST_F(Debounce, DoesNotBelieveTheRecoveryOfAnOldCardAtOnce) {
+  AddCards(2);
+  Set("card1", "current_errors", "1");
+  StartWatch();
+  EXPECT_THAT(Errors(1, "0"), IsEmpty());
+}
+
+TEST_F(Debounce, IsNotFedByAScanThatFailed) {
+  AddCards(2);
+  StartWatch();
+  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(NextScan(), IsEmpty());
+  // Two opens by the look, two by the scan.
+  CardSim::FailCall("vsl_open", 4, 62, "not now");
+  EXPECT_THAT(NextScan(), IsEmpty());
+  ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
+  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,420 @@
+// Every event that watching the cards can raise: when, with what, and when not.
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr const char* NAME = "SanDisk Flash Adapter 785GB (1)";
+
+// An event of the first adapter.
+std::string OfAdapter(const std::string& number, const std::string& severity) {
+  return number + " severity " + severity + " object 1 " + NAME + " | " + NAME;
+}
+std::string OfDrive(const std::string& number, const std::string& severity) {
+  return number + " severity " + severity + " object 2 Flash Adapter G2 (0) | " + NAME +
+         " | Flash Adapter G2 (0)";
+}
+
+class EventTable : public Watched {
+ protected:
+  // A card that shows these masks since long.
+  void StartWith(const std::string& errors, const std::string& warnings, const std::string& info) {
+    AddCards(1);
+    Masks(errors, warnings, info);
+    StartWatch();
+  }
+  void Masks(const std::string& errors, const std::string& warnings, const std::string& info) {
+    Set("card0", "current_errors", errors);
+    Set("card0", "current_warnings", warnings);
+    Set("card0", "current_info", info);
+  }
+  // What three scans make of new masks.
+  Lines EventsAfter(const std::string& errors, const std::string& warnings,
+                    const std::string& info) {
+    Masks(errors, warnings, info);
+    AwaitScans(3);
+    return Events();
+  }
+};
+
+struct Bit {
+  const char* name;
+  const char* mask;
+  const char* value;
+  const char* number;
+  const char* severity;
+};
+
+void PrintTo(const Bit& bit, std::ostream* stream) {
+  *stream << bit.name;
+}
+
+const Bit BITS[] = {
+    {"InternalError", "current_errors", "0x1", "10957", "4"},
+    {"IncompatiblePciBandwidth", "current_errors", "0x2", "10958", "4"},
+    {"PartialWriteThrottling", "current_errors", "0x4", "10959", "4"},
+    {"MaximumWriteThrottling", "current_errors", "0x8", "10960", "4"},
+    {"TemperatureNearError", "current_errors", "0x10", "10961", "4"},
+    {"TemperatureAboveError", "current_errors", "0x20", "10962", "4"},
+    {"InternalVoltageOutOfRange", "current_errors", "0x40", "10963", "4"},
+    {"AuxiliaryVoltageOutOfRange", "current_errors", "0x80", "10964", "4"},
+    {"Flashback", "current_errors", "0x100", "10965", "4"},
+    {"NoncorrectablePciErrors", "current_errors", "0x200", "10966", "4"},
+    {"TemperatureAboveWarn", "current_warnings", "0x1", "10967", "3"},
+    {"NearWearingOut", "current_warnings", "0x2", "10968", "3"},
+    {"NonoptimalPciBandwidth", "current_warnings", "0x4", "10969", "3"},
+    {"CorrectablePciErrors", "current_warnings", "0x8", "10970", "3"},
+    {"NoPowerlossProtection", "current_warnings", "0x10", "10971", "3"},
+    {"PowerWriteRegulation", "current_warnings", "0x20", "10972", "3"},
+    {"TemperatureWriteRegulation", "current_warnings", "0x40", "10973", "3"},
+    {"LifespanWriteRegulation", "current_warnings", "0x80", "10974", "3"},
+    {"Minimal", "current_warnings", "0x100", "10975", "3"},
+    {"LebMapMissing", "current_warnings", "0x400", "10977", "3"},
+    {"UpdateInProgress", "current_warnings", "0x800", "10978", "3"},
+    {"ReservesDepleted", "current_warnings", "0x1000", "10979", "3"},
+};
+
+class EachBit : public EventTable, public testing::WithParamInterface<Bit> {};
+
+TEST_P(EachBit, RaisesItsEventWhenItRises) {
+  StartWith("0", "0", "0");
+  Set("card0", GetParam().mask, GetParam().value);
+  AwaitScans(2);
+  EXPECT_THAT(Events(), IsEmpty());
+  AwaitScans();
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter(GetParam().number, GetParam().severity)));
+  AwaitScans(2);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_P(EachBit, RaisesNothingWhenItFallsBesideAnother) {
+  const bool isError = std::string(GetParam().mask) == "current_errors";
+  // The other mask keeps a bit of its own.
+  StartWith(isError ? GetParam().value : "0x1", isError ? "0x1" : GetParam().value, "0");
+  Set("card0", GetParam().mask, "0");
+  AwaitScans(3);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 0"), SizeIs(3));
+}
+
+TEST_P(EachBit, RaisesNormalWhenItWasTheLast) {
+  StartWith("0", "0", "0");
+  Set("card0", GetParam().mask, GetParam().value);
+  AwaitScans(3);
+  Events();
+  Set("card0", GetParam().mask, "0");
+  AwaitScans(2);
+  EXPECT_THAT(Events(), IsEmpty());
+  AwaitScans();
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10980", "2")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Masks, EachBit, testing::ValuesIn(BITS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(EventTable, SilentBitsRaiseNothingAndMakeNoScan) {
+  StartWith("0", "0", "0");
+  Masks("0", "0x200", "0x1");
+  AwaitWakeUps(2);
+  EXPECT_EQ(Scans(), 0U);
+  AwaitScans(4);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+TEST_F(EventTable, BitsWithoutAnEventAreStillMissedWhenTheyFall) {
+  StartWith("0", "0", "0");
+  EXPECT_THAT(EventsAfter("0x400", "0x2000", "0x4"), IsEmpty());
+  EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(OfAdapter("10980", "2")));
+}
+
+TEST_F(EventTable, ABitThatWasSetAtTheStartIsNoNews) {
+  StartWith("0x1", "0x1", "0x2");
+  AwaitScans(4);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(EventTable, SeveralBitsComeFromTheLowestUpErrorsFirst) {
+  StartWith("0x2", "0x1", "0");
+  EXPECT_THAT(EventsAfter("0x203", "0x1007", "0"),
+              ElementsAre(OfAdapter("10957", "4"), OfAdapter("10966", "4"), OfAdapter("10968", "3"),
+                          OfAdapter("10969", "3"), OfAdapter("10979", "3")));
+}
+
+TEST_F(EventTable, ABitThatTakesAnothersPlaceRaisesItsOwnAlone) {
+  StartWith("0x1", "0", "0");
+  EXPECT_THAT(EventsAfter("0x2", "0", "0"), ElementsAre(OfAdapter("10958", "4")));
+}
+
+struct Information {
+  const char* name;
+  const char* before[3];  // errors, warnings, information
+  const char* after[3];
+  Lines events;
+};
+
+void PrintTo(const Information& each, std::ostream* stream) {
+  *stream << each.name;
+}
+
+// That the information mask changes opens the gate; the warnings decide what passes.
+const Information INFORMATION[] = {
+    {"RisesAlone", {"0", "0", "0"}, {"0", "0", "0x2"}, {}},
+    {"RisesBesideAnOldWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},
+    {"RisesWithTheFirstWarning",
+     {"0", "0", "0"},
+     {"0", "0x1", "0x2"},
+     {OfAdapter("10967", "3"), OfAdapter("11086", "2")}},
+    {"RisesWithTheSecondWarning",
+     {"0", "0", "0"},
+     {"0", "0x2", "0x2"},
+     {OfAdapter("10968", "3"), OfAdapter("11087", "2")}},
+    {"RisesWithBothWarnings",
+     {"0", "0", "0"},
+     {"0", "0x3", "0x2"},
+     {OfAdapter("10967", "3"), OfAdapter("10968", "3"), OfAdapter("11086", "2"),
+      OfAdapter("11087", "2")}},
+    {"RisesWithTheThirdWarning", {"0", "0", "0"}, {"0", "0x4", "0x2"}, {OfAdapter("10969", "3")}},
+    {"FallsWithTheFirstWarning",
+     {"0", "0", "0x2"},
+     {"0", "0x1", "0"},
+     {OfAdapter("10967", "3"), OfAdapter("11086", "2")}},
+    {"ChangesBeyondItsNamesWithTheFirstWarning",
+     {"0", "0", "0x2"},
+     {"0", "0x1", "0x6"},
+     {OfAdapter("10967", "3"), OfAdapter("11086", "2")}},
+    {"StaysWhileTheFirstWarningRises",
+     {"0", "0", "0x2"},
+     {"0", "0x1", "0x2"},
+     {OfAdapter("10967", "3")}},
+    {"StaysClearWhileBothWarningsRise",
+     {"0", "0", "0"},
+     {"0", "0x3", "0"},
+     {OfAdapter("10967", "3"), OfAdapter("10968", "3")}},
+    {"FallsAndIsTheLast", {"0", "0", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
+    {"FallsWithTheWarnings", {"0", "0x3", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
+    {"FallsBesideAWarning", {"0", "0x1", "0x2"}, {"0", "0x1", "0"}, {}},
+    {"StaysWhenTheWarningsFall", {"0", "0x1", "0x2"}, {"0", "0", "0x2"}, {}},
+    {"StaysWhenTheErrorsFall", {"0x1", "0", "0x2"}, {"0", "0", "0x2"}, {}},
+    {"AllFall", {"0x1", "0x1", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
+    {"AnErrorBecomesAWarning", {"0x1", "0", "0"}, {"0", "0x1", "0"}, {OfAdapter("10967", "3")}},
+};
+
+class EachInformation : public EventTable, public testing::WithParamInterface<Information> {};
+
+TEST_P(EachInformation, RaisesWhatIsExpected) {
+  const auto& before = GetParam().before;
+  StartWith(before[0], before[1], before[2]);
+  const auto& after = GetParam().after;
+  EXPECT_EQ(EventsAfter(after[0], after[1], after[2]), GetParam().events);
+}
+
+INSTANTIATE_TEST_SUITE_P(Masks, EachInformation, testing::ValuesIn(INFORMATION),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(EventTable, TheOldNameOfAnAdapterIsTold) {
+  StartWith("0", "0", "0");
+  Set("card0", "board_name", "New Board");
+  Set("card0", "iom_state", "0");
+  AwaitScans();
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10984", "4")));
+  EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk New Board (1)\"");
+}
+
+TEST_F(EventTable, AnEventBearsTheMomentOfTheComparison) {
+  StartWith("0", "0", "0");
+  Set("card0", "iom_state", "0");
+  AwaitScans();
+  PassMs(3000);
+  const std::vector<PI::CEvent> events = m_Host.CollectEvents();
+  ASSERT_THAT(events, SizeIs(1));
+  // The look takes 12 ms, and so does the scan.
+  EXPECT_EQ(events[0].m_Time - m_Begin, 5024U);
+}
+
+struct Move {
+  const char* name;
+  const char* before;
+  const char* after;
+  Lines events;
+};
+
+void PrintTo(const Move& move, std::ostream* stream) {
+  *stream << move.name;
+}
+
+const Move MOVES[] = {
+    {"AttachedToDetached", "2", "0", {OfAdapter("10984", "4")}},
+    {"DetachedToAttached", "0", "2", {OfAdapter("10983", "2")}},
+    {"AttachingToAttached", "1", "2", {OfAdapter("10983", "2")}},
+    {"DetachingToDetached", "3", "0", {OfAdapter("10984", "4")}},
+    {"BusyToAttached", "4", "2", {OfAdapter("10983", "2")}},
+    {"MinimalToDetached", "5", "0", {OfAdapter("10984", "4")}},
+    {"FailedToAttached", "6", "2", {OfAdapter("10983", "2")}},
+    {"AttachedToDetaching", "2", "3", {}},
+    {"DetachedToAttaching", "0", "1", {}},
+    {"AttachedToBusy", "2", "4", {}},
+    {"AttachedToMinimal", "2", "5", {}},
+    {"AttachedToFailed", "2", "6", {}},
+    {"AttachedToStopped", "2", "7", {}},
+};
+
+class EachMove : public EventTable, public testing::WithParamInterface<Move> {};
+
+TEST_P(EachMove, RaisesItsEventAtOnceAndOnce) {
+  AddCards(1);
+  Set("card0", "iom_state", GetParam().before);
+  StartWatch();
+  Set("card0", "iom_state", GetParam().after);
+  AwaitScans();
+  EXPECT_EQ(Events(), GetParam().events);
+  AwaitScans(2);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(States, EachMove, testing::ValuesIn(MOVES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+struct DriveChange {
+  const char* name;
+  Lines settings;  // attribute and value in turn
+  Lines events;
+};
+
+void PrintTo(const DriveChange& change, std::ostream* stream) {
+  *stream << change.name;
+}
+
+const DriveChange DRIVE_CHANGES[] = {
+    {"Size", {"iom_format_size_bytes", "628000000000"}, {OfDrive("10985", "2")}},
+    {"SectorSize", {"sector_size_bytes", "4096"}, {OfDrive("10985", "2")}},
+    {"Both",
+     {"iom_format_size_bytes", "628000000000", "sector_size_bytes", "4096"},
+     {OfDrive("10985", "2")}},
+    {"NothingOfIt", {"iom_format_size_pct", "80", "iom_format_max_sector_size_bytes", "512"}, {}},
+    {"LargestSize", {"overformat_size_bytes", "900000000000"}, {}},
+    {"NameToo",
+     {"sector_size_bytes", "4096", "product_name", "New Product"},
+     {OfDrive("10985", "2")}},
+    {"NameAlone", {"product_name", "New Product"}, {}},
+    {"AdapterNameToo",
+     {"sector_size_bytes", "4096", "board_name", "New Board"},
+     {"10985 severity 2 object 2 Flash Adapter G2 (0) | SanDisk New Board (1) | Flash Adapter G2 "
+      "(0)"}},
+};
+
+class EachDriveChange : public EventTable, public testing::WithParamInterface<DriveChange> {};
+
+TEST_P(EachDriveChange, RaisesFormatChangedOrNot) {
+  AddCards(1);
+  StartWatch();
+  const Lines& settings = GetParam().settings;
+  for (std::size_t i = 0; i < settings.size(); i += 2) Set("card0", settings[i], settings[i + 1]);
+  AwaitWakeUps(2);
+  EXPECT_EQ(Scans(), 0U);
+  AwaitScans();
+  EXPECT_EQ(Events(), GetParam().events);
+  EXPECT_THAT(Notifications(), SizeIs(1));
+  AwaitScans();
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(Notifications(), SizeIs(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Attributes, EachDriveChange, testing::ValuesIn(DRIVE_CHANGES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(EventTable, ASizeThatDiffersByLessThanAMiBRaisesNothing) {
+  AddCards(1);
+  Set("card0", "iom_format_size_bytes", "1048576000");
+  StartWatch();
+  Set("card0", "iom_format_size_bytes", "1049624575");
+  AwaitScans();
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(Notifications(), IsEmpty());
+  Set("card0", "iom_format_size_bytes", "1049624576");
+  AwaitScans();
+  EXPECT_THAT(Events(), ElementsAre(OfDrive("10985", "2")));
+}
+
+// Adapters as the scan finds them, then those that are gone, then drives.
+TEST_F(EventTable, OnePassRaisesInAFixedOrder) {
+  AddCards(4);
+  StartWatch();
+  Hide(3);
+  AwaitScans();
+  Events();
+  Hide(0);
+  Show(3);
+  for (const char* card : {"card1", "card2"}) {
+    Set(card, "iom_state", "0");
+    Set(card, "sector_size_bytes", "4096");
+  }
+  AwaitScans();
+  const std::string board = "SanDisk Flash Adapter 785GB ";
+  const std::string drive = "Flash Adapter G2 (0)";
+  EXPECT_THAT(Events(),
+              ElementsAre("10984 severity 4 object 3 " + board + "(2) | " + board + "(2)",
+                          "10984 severity 4 object 5 " + board + "(3) | " + board + "(3)",
+                          "11093 severity 2 object 9 " + board + "(4) | " + board + "(4)",
+                          "11094 severity 3 object 1 " + board + "(1) | " + board + "(1)",
+                          "10985 severity 2 object 4 " + drive + " | " + board + "(2) | " + drive,
+                          "10985 severity 2 object 6 " + drive + " | " + board + "(3) | " + drive));
+}
+
+// Within one adapter: errors, warnings, information, normal, attachment.
+TEST_F(EventTable, OneAdapterRaisesInAFixedOrder) {
+  StartWith("0", "0", "0");
+  Masks("0x1", "0x1", "0x2");
+  AwaitScans(2);
+  Set("card0", "iom_state", "0");
+  AwaitScans();
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10957", "4"), OfAdapter("10967", "3"),
+                                    OfAdapter("11086", "2"), OfAdapter("10984", "4")));
+  Masks("0", "0", "0");
+  AwaitScans(2);
+  Set("card0", "iom_state", "2");
+  AwaitScans();
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10980", "2"), OfAdapter("10983", "2")));
+}
+
+TEST_F(EventTable, EventsOfSeveralPassesAreCollectedInOrderAndOnce) {
+  StartWith("0", "0", "0");
+  for (const char* state : {"0", "2", "0"}) {
+    Set("card0", "iom_state", state);
+    AwaitScans();
+  }
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10984", "4"), OfAdapter("10983", "2"),
+                                    OfAdapter("10984", "4")));
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(EventTable, TwoCardsHaveEachItsOwn) {
+  AddCards(2);
+  StartWatch();
+  Set("card0", "current_errors", "1");
+  Set("card1", "current_warnings", "1");
+  AwaitScans(3);
+  EXPECT_THAT(Events(),
+              ElementsAre(OfAdapter("10957", "4"),
+                          "10967 severity 3 object 3 SanDisk Flash Adapter 785GB (2) | SanDisk "
+                          "Flash Adapter 785GB (2)"));
+}
+
+TEST_F(EventTable, OtherChangesOfAnAdapterRaiseNothing) {
+  StartWith("0", "0", "0");
+  const Lines settings = {"temp_internal_deg_c",   "90", "write_throttling_state", "2",
+                          "pcie_slot_power_watts", "3",  "driver_version",         "9",
+                          "serial_number",         "X1"};
+  for (std::size_t i = 0; i < settings.size(); i += 2) Set("card0", settings[i], settings[i + 1]);
+  AwaitScans(3);
+  EXPECT_THAT(Notifications(), SizeIs(1));
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,220 @@
+// After which passes the host is called, and with what held.
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class Notification : public Watched {
+ protected:
+  // One card and an event in the queue, while the card's record is as it was.
+  void StartWithAnEventWaiting() {
+    AddCards(1);
+    Set("card0", "iom_state", "0");
+    StartWatch();
+    CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+    ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+    Settle();
+  }
+};
+
+TEST_F(Notification, DoesNotComeWhenNothingHasChanged) {
+  AddCards(2);
+  StartWatch();
+  AwaitScans(3);
+  EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), SizeIs(3));
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+// The temperature is only read by a scan, and has no event.
+TEST_F(Notification, ComesAfterAChangeWithoutAnEvent) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "temp_internal_deg_c", "60.5");
+  AwaitScans(2);
+  EXPECT_THAT(Notifications(), ElementsAre(15036U));
+  EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 0"), ElementsAre(15036U));
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(Notification, ComesAfterAChangeOfADriveAlone) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "iom_format_max_sector_size_bytes", "2048");
+  AwaitScans(2);
+  EXPECT_THAT(Notifications(), ElementsAre(15036U));
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+// The mask is not believed yet, and its change shows all the same.
+TEST_F(Notification, ComesForEachScanOfAMaskThatIsNotBelievedYet) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "current_errors", "1");
+  AwaitScans(3);
+  PassMs(9000);
+  EXPECT_THAT(Notifications(), ElementsAre(5024U, 10048U, 15072U));
+}
+
+TEST_F(Notification, ComesAfterAChangeThatALookHasFound) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  AwaitScans();
+  EXPECT_THAT(Notifications(), ElementsAre(5024U));
+  EXPECT_THAT(Events(), SizeIs(1));
+}
+
+TEST_F(Notification, DoesNotComeForALookAloneAlthoughAnEventWaits) {
+  StartWithAnEventWaiting();
+  AwaitWakeUps(2);
+  EXPECT_EQ(Scans(), 0U);
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+TEST_F(Notification, ComesForTheEventOfAJobAtTheNextScan) {
+  StartWithAnEventWaiting();
+  AwaitScans();
+  EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), ElementsAre(15036U));
+  EXPECT_THAT(Notifications(), ElementsAre(15036U));
+}
+
+TEST_F(Notification, ComesAtEveryScanUntilTheEventsAreCollected) {
+  StartWithAnEventWaiting();
+  AwaitScans(2);
+  EXPECT_THAT(Notifications(), ElementsAre(15036U, 30072U));
+  EXPECT_THAT(Events(), SizeIs(1));
+  AwaitScans(2);
+  EXPECT_THAT(Notifications(), SizeIs(2));
+}
+
+TEST_F(Notification, DoesNotComeAfterAScanThatFailed) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "temp_internal_deg_c", "60.5");
+  AwaitWakeUps(2);
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  AwaitScans();
+  EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+TEST_F(Notification, ComesAfterAScanThatFailedWhenAnEventWaits) {
+  StartWithAnEventWaiting();
+  AwaitWakeUps(2);
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  AwaitScans();
+  EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
+  EXPECT_THAT(Notifications(), ElementsAre(15024U));
+}
+
+TEST_F(Notification, ComesAtOnceWhenThePollIntervalIsSetAndNoCardIsAsked) {
+  AddCards(1);
+  StartWatch();
+  PassMs(1234);
+  PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
+  interval.SetValue(20, 2, 255, 1);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
+  PassMs(1);
+  EXPECT_THAT(Notifications(), ElementsAre(1234U));
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+TEST_F(Notification, OfAnIntervalThatIsTheSameComesToo) {
+  AddCards(1);
+  StartWatch("20");
+  EXPECT_EQ(m_Host.SetPollInterval(20), 0U);
+  PassMs(1);
+  EXPECT_THAT(Notifications(), ElementsAre(0U));
+}
+
+TEST_F(Notification, ComesAtOnceAfterAnOperationOfADrive) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  Set("card0", "format_ms", "700");
+  StartWatch();
+  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_OFFLINE), 0U);
+  PassMs(100);
+  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_ONLINE), 0U);
+  PassMs(100);
+  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_FORMAT_DEVICE), 0U);
+  PassMs(100);
+  EXPECT_THAT(Notifications(), ElementsAre(0U, 100U, 900U));
+  EXPECT_EQ(Scans(), 0U);
+}
+
+TEST_F(Notification, DoesNotComeAfterAnOperationOfADriveThatFailed) {
+  AddCards(1);
+  StartWatch();
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 62, "no", 3);
+  for (const auto operation : {PI::OP_MAKE_OFFLINE, PI::OP_MAKE_ONLINE, PI::OP_FORMAT_DEVICE}) {
+    EXPECT_EQ(m_Host.Run(FIRST_DRIVE, operation), 20003U);
+  }
+  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_ATTACH), 20005U);
+  PassMs(4000);
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+TEST_F(Notification, DoesNotComeForWhatAnAdapterIsAskedToDo) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_LOCATE_DEVICE), 0U);
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_STOP_LOCATE_DEVICE), 0U);
+  PassMs(4000);
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+TEST_F(Notification, IsOneForTwoRequestsThatTheWorkerFindsAtOnce) {
+  AddCards(1);
+  StartWatch();
+  HeldTrace held("Worker() m_PrivateEvent event received");
+  PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
+  interval.SetValue(20, 2, 255, 1);
+  // The worker is held at the first; two more become one.
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
+  held.LetGo();
+  PassMs(1);
+  EXPECT_THAT(Notifications(), SizeIs(2));
+}
+
+// Nothing is held, so the host may come back at once, on the worker's own thread and on others.
+TEST_F(Notification, LetsTheHostCollectAtOnce) {
+  AddCards(1);
+  StartWatch();
+  Lines collected;
+  std::size_t objects = 0;
+  m_OnNotify = [&] {
+    collected = Events();
+    objects = m_Host.Topology().size();
+  };
+  Set("card0", "iom_state", "0");
+  AwaitScans();
+  EXPECT_THAT(collected, SizeIs(1));
+  EXPECT_EQ(objects, 3U);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(Notification, MayTakeLongWithoutHoldingTheHostUp) {
+  AddCards(1);
+  StartWatch();
+  m_OnNotify = [] { Pass(60000); };
+  Set("card0", "iom_state", "0");
+  PassMs(6000);
+  ASSERT_THAT(Notifications(), ElementsAre(5024U));
+  EXPECT_THAT(Events(), SizeIs(1));
+  EXPECT_EQ(m_Host.Topology().size(), 3U);
+  EXPECT_EQ(NowMs(), 6000U);
+  // The interval begins when the host comes back.
+  PassMs(64100);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 70024U));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,308 @@
+// What stays of an object from one scan to the next: its ids, its links and its change count.
+
+#include <memory>
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+class RescanIdentity : public Watched {
+ protected:
+  // Change counts of all objects in the order of the tree: plug-in, adapters, drives.
+  std::vector<std::uint64_t> Counts() {
+    std::vector<std::uint64_t> counts;
+    for (const PI::CObject& object : m_Host.Topology()) counts.push_back(object.m_ChangeCount);
+    return counts;
+  }
+};
+
+TEST_F(RescanIdentity, NothingOfTheTreeMovesWhateverChanges) {
+  AddCards(2);
+  StartWatch();
+  const Lines before = Tree();
+  AwaitScans(2);
+  EXPECT_EQ(Tree(), before);
+  Set("card0", "serial_number", "new one");
+  Set("card0", "pci_bus", "77");
+  Set("card1", "current_errors", "1");
+  Set("card1", "sector_size_bytes", "4096");
+  AwaitScans(4);
+  EXPECT_EQ(Tree(), before);
+}
+
+TEST_F(RescanIdentity, EachAdapterStandsOnceBelowThePlugIn) {
+  AddCards(2);
+  StartWatch();
+  for (int scan = 0; scan < 3; ++scan) {
+    EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children, (std::vector<std::uint64_t>{FIRST, SECOND}));
+    EXPECT_THAT(m_Host.ObjectOf(PLUGIN).m_Parents, IsEmpty());
+    EXPECT_THAT(m_Host.ObjectOf(SECOND).m_Parents, ElementsAre(PLUGIN));
+    EXPECT_THAT(m_Host.ObjectOf(SECOND).m_Children, ElementsAre(SECOND_DRIVE));
+    EXPECT_THAT(m_Host.ObjectOf(SECOND_DRIVE).m_Parents, ElementsAre(SECOND));
+    AwaitScans();
+  }
+}
+
+TEST_F(RescanIdentity, ALookCountsAsNoChange) {
+  AddCards(2);
+  StartWatch();
+  AwaitWakeUps(2);
+  EXPECT_THAT(Counts(), ElementsAre(0U, 0U, 0U, 0U, 0U));
+}
+
+// Plug-in and adapters count the scans; a drive's count stays.
+TEST_F(RescanIdentity, AScanWithoutAChangeCountsForPlugInAndAdapters) {
+  AddCards(2);
+  StartWatch();
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre(1U, 1U, 1U, 0U, 0U));
+  AwaitScans(2);
+  EXPECT_THAT(Counts(), ElementsAre(3U, 3U, 3U, 0U, 0U));
+}
+
+TEST_F(RescanIdentity, AScanWithAChangeCountsTheSame) {
+  AddCards(2);
+  StartWatch();
+  Set("card1", "iom_state", "0");
+  Set("card1", "sector_size_bytes", "4096");
+  AwaitScans();
+  EXPECT_THAT(Events(), SizeIs(2));
+  EXPECT_THAT(Counts(), ElementsAre(1U, 1U, 1U, 0U, 0U));
+}
+
+TEST_F(RescanIdentity, AScanThatFailedCountsForThePlugInAlone) {
+  AddCards(2);
+  StartWatch();
+  AwaitWakeUps(2);
+  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre(1U, 0U, 0U, 0U, 0U));
+}
+
+TEST_F(RescanIdentity, ACardThatGoesOrComesCountsOnceMoreForThePlugIn) {
+  AddCards(3);
+  StartWatch();
+  Hide(1);
+  Hide(2);
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre(3U, 1U, 0U));
+  Show(2);
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre(5U, 2U, 1U, 0U, 0U));
+  // One comes and one goes in the same scan.
+  Show(1);
+  Hide(2);
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre(8U, 3U, 1U, 0U, 0U));
+}
+
+TEST_F(RescanIdentity, CountsThatTheHostMovedAreKept) {
+  AddCards(1);
+  StartWatch();
+  for (const std::uint64_t object : {PLUGIN, FIRST, FIRST, FIRST_DRIVE, FIRST_DRIVE, FIRST_DRIVE}) {
+    Value(object, PI::Property::NAME);  // reading one property counts
+  }
+  EXPECT_THAT(Counts(), ElementsAre(1U, 2U, 3U));
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre(2U, 3U, 3U));
+  Set("card0", "sector_size_bytes", "4096");
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre(3U, 4U, 3U));
+}
+
+// The card keeps its number in the list of control devices, and by that its ids.
+TEST_F(RescanIdentity, CardsBehindOneThatIsGoneKeepTheirIds) {
+  AddCards(3);
+  StartWatch();
+  Hide(0);
+  AwaitScans();
+  EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children,
+            (std::vector<std::uint64_t>{ObjectId(3), ObjectId(5)}));
+  EXPECT_EQ(Value(ObjectId(3), PI::Property::SERIAL_NUMBER), "\"FA00000002\"");
+  EXPECT_EQ(Value(ObjectId(4), PI::Property::UNIQUE_ID), "\"PCI:Bus=4&Device=0&Function=0&ID=0\"");
+  EXPECT_EQ(Value(ObjectId(5), PI::Property::OS_DEVICE), "\"/dev/fct2\"");
+  EXPECT_EQ(Value(ObjectId(6), PI::Property::UNIQUE_ID), "\"PCI:Bus=5&Device=0&Function=0&ID=0\"");
+  Events();
+  AwaitScans(2);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(Notifications(), SizeIs(1));
+}
+
+TEST_F(RescanIdentity, NamesAreThoseOfTheStart) {
+  AddCards(1);
+  m_Host.AddCard(0x3001);
+  StartWatch();
+  AwaitScans(2);
+  EXPECT_THAT(Notifications(), IsEmpty());
+  EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk Flash Adapter 785GB (1)\"");
+  EXPECT_EQ(Value(SECOND, PI::Property::NAME), "\"MOLT EP PX600 (2)\"");
+}
+
+struct RestlessMask {
+  const char* name;
+  const char* stored;
+  const char* status;
+  const char* reasons;
+};
+
+void PrintTo(const RestlessMask& mask, std::ostream* stream) {
+  *stream << mask.name;
+}
+
+const RestlessMask RESTLESS_MASKS[] = {
+    {"current_errors", "1", "FAILED", "[INTERNAL_ERROR ATTACHED]"},
+    {"current_warnings", "1", "WARNING", "[TEMPERATURE_ABOVE_WARN ATTACHED]"},
+    {"current_info", "2", "OK", "[UNACTIVATED_FIRMWARE ATTACHED]"},
+};
+
+class EachRestlessMask : public RescanIdentity, public testing::WithParamInterface<RestlessMask> {};
+
+TEST_P(EachRestlessMask, StaysAsItWasStored) {
+  AddCards(1);
+  Set("card0", GetParam().name, GetParam().stored);
+  StartWatch();
+  int sample = 0;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function != std::string("vsl_") + GetParam().name) return;
+    m_Host.Cards().Set("card0", GetParam().name, ++sample % 2 == 0 ? "0" : "4");
+  });
+  AwaitScans(3);
+  EXPECT_EQ(Status(FIRST), GetParam().status);
+  EXPECT_EQ(Reasons(FIRST), GetParam().reasons);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Masks, EachRestlessMask, testing::ValuesIn(RESTLESS_MASKS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// The light is only switched off at the start.
+TEST_F(RescanIdentity, ALightThatShinesIsLeftOn) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "beacon_state", "true");
+  AwaitScans(2);
+  EXPECT_THAT(m_Host.Calls(), Contains("vsl_has_beacon_state card#3"));
+  EXPECT_THAT(m_Host.Calls(), Not(Contains(StartsWith("vsl_set_beacon_state"))));
+  EXPECT_EQ(m_Host.Cards().Get("card0", "beacon_state"), "true");
+}
+
+TEST_F(RescanIdentity, TracesThatItIsNotTheFirstScan) {
+  AddCards(2);
+  StartWatch();
+  AwaitScans();
+  EXPECT_THAT(TimesOf("2 ENTER ScanSystem(0) PhyDrive=0"), SizeIs(1));
+  EXPECT_THAT(TimesOf("2 LEAVE ScanSystem() -> 0"), SizeIs(1));
+}
+
+// All that a scan asks of one card, between the wake-up and the comparison.
+TEST_F(RescanIdentity, ARescanAsksAsTheFirstScanButForTheLight) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  m_Host.ForgetCalls();
+  Lines calls;
+  m_OnLine = [&](const std::string& line) {
+    if (line == "16 After ScanSystem() ret = 0") calls = CardSim::CallTexts();
+  };
+  PassMs(5100);
+  const auto has = [](const std::string& name) { return "vsl_has_" + name + " card#1"; };
+  Lines expected = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
+  const auto read = [&](const Lines& names) {
+    for (const std::string& name : names) {
+      expected.push_back(has(name));
+      expected.push_back("vsl_" + name + " card#1");
+    }
+  };
+  const auto call = [&](const Lines& texts) {
+    expected.insert(expected.end(), texts.begin(), texts.end());
+  };
+  read({"pci_bus", "pci_device", "pci_function", "pci_domain"});
+  call({"vsl_pci_device_id card#1"});
+  read({"board_name", "pci_slot_num"});
+  call({has("beacon_state")});
+  read({"serial_number"});
+  call({has("fw_current_major_ver"), has("fw_current_minor_ver"), has("fw_current_micro_ver"),
+        has("fw_current_revision"), "vsl_fw_current_revision card#1",
+        "vsl_fw_current_micro_ver card#1", "vsl_fw_current_minor_ver card#1",
+        "vsl_fw_current_major_ver card#1"});
+  read({"external_power_requirement", "external_power_connected", "pcie_slot_power_watts"});
+  call({"vsl_adapter_create card#1", "vsl_has_power_limit_watts adapter#1",
+        "vsl_power_limit_watts adapter#1", "vsl_destroy adapter#1"});
+  read({"temp_internal_warn_deg_c", "temp_setpoint_high_deg_c", "driver_version",
+        "temp_internal_deg_c"});
+  for (const std::string mask : {"current_errors", "current_warnings", "current_info"}) {
+    call({has(mask)});
+    call(Lines(5, "vsl_" + mask + " card#1"));
+  }
+  read({"iom_state", "write_throttling_state", "factory_size_bytes", "first_use_ts", "origin_ts",
+        "reserve_warning_threshold_percent", "sector_size_bytes", "size_bytes"});
+  call({"vsl_iom_format_create card#1"});
+  const auto limit = [&](const std::string& name) {
+    call({"vsl_iom_format_has_" + name + " format#1", "vsl_iom_format_" + name + " format#1"});
+  };
+  for (const char* name : {"disallow_overformat", "min_sector_size_bytes", "max_sector_size_bytes",
+                           "sector_size_multiplier", "power_of_two_sector_size", "size_bytes",
+                           "size_pct", "max_size_bytes"}) {
+    limit(name);
+  }
+  call({"vsl_iom_format_has_size_mode format#1", "vsl_iom_format_set_size_mode format#1 11"});
+  limit("max_size_bytes");
+  call({"vsl_destroy format#1"});
+  read({"product_name"});
+  call({"vsl_close card#1", "vsl_destroy card#1"});
+  EXPECT_THAT(calls, ElementsAreArray(expected));
+}
+
+// The scan goes by the position in the stored list for the job's correction, not by the card.
+class JobAfterACardHasGone : public RescanIdentity {
+ protected:
+  void SetUp() override {
+    AddCards(3);
+    for (const char* card : {"card0", "card1", "card2"}) {
+      Set(card, "iom_state", "0");
+      Set(card, "attach_ms", "0");
+    }
+    StartWatch();
+    Hide(0);
+    AwaitScans();
+  }
+  void HoldAttach(std::uint64_t adapter) {
+    m_pHeld = std::make_unique<HeldCall>("vsl_op_wait_for_result");
+    ASSERT_EQ(m_Host.Run(adapter, PI::OP_ATTACH), 0U);
+    m_pHeld->AwaitArrival();
+  }
+  void TearDown() override { m_pHeld.reset(); }
+
+  std::unique_ptr<HeldCall> m_pHeld;
+};
+
+TEST_F(JobAfterACardHasGone, CorrectsTheCardWhosePlaceItsAdapterHasTaken) {
+  HoldAttach(ObjectId(5));  // of card 2, now in place 1
+  Set("card1", "iom_state", "2");
+  AwaitScans();
+  EXPECT_EQ(Activity(ObjectId(3)), "ATTACHING");
+}
+
+TEST_F(JobAfterACardHasGone, DoesNotCorrectBeyondTheEndOfTheList) {
+  HoldAttach(ObjectId(5));
+  Set("card2", "iom_state", "2");
+  AwaitScans();
+  EXPECT_EQ(Activity(ObjectId(5)), "IDLE");
+  EXPECT_EQ(Reasons(ObjectId(5)), "[ATTACHED]");
+  // The look goes by the adapter, and so finds a difference each time.
+  AwaitWakeUps();
+  EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), SizeIs(1));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

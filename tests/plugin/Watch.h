@@ -1,0 +1,216 @@
+// A plug-in whose worker watches simulated cards in virtual time, and what became of it: trace
+// lines and notifications with the moment at which they came, events as short texts.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/Toolkit.h"
+#include "hostkit/Inspect.h"
+#include "hostkit/Scheduler.h"
+#include "hostkit/Tracing.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+
+using Lines = std::vector<std::string>;
+using Moments = std::vector<unsigned long>;  // milliseconds since the worker's start
+
+// Object ids, by the order in which the first scan gives them out.
+constexpr std::uint64_t PLUGIN = 0x0130000000000000;
+constexpr std::uint64_t ObjectId(std::uint64_t counter) {
+  return PLUGIN + counter;
+}
+constexpr std::uint64_t FIRST = ObjectId(1);
+constexpr std::uint64_t FIRST_DRIVE = ObjectId(2);
+constexpr std::uint64_t SECOND = ObjectId(3);
+constexpr std::uint64_t SECOND_DRIVE = ObjectId(4);
+
+// "10984 severity 4 object 1 SanDisk Flash Adapter 785GB (1) | SanDisk Flash Adapter 785GB (1)":
+// number, severity, counter of the object's id, source name, and the placeholders up to the last
+// one that is not empty.
+inline std::string EventText(const PI::CEvent& event) {
+  std::string text = std::to_string(event.m_EventID) + " severity " +
+                     std::to_string(event.m_Severity) + " object " +
+                     std::to_string(event.m_ObjectID - PLUGIN) + " " + event.m_SourceName;
+  std::size_t used = event.m_PlaceHolders.size();
+  while (used > 0 && event.m_PlaceHolders[used - 1].empty()) --used;
+  for (std::size_t i = 0; i < used; ++i) text += " | " + event.m_PlaceHolders[i];
+  return text;
+}
+
+class Watched : public testing::Test {
+ protected:
+  // Cards of one kind, all attached and well, none with a value that moves by itself. A look or a
+  // scan takes 12 ms for each of them.
+  void AddCards(int count) {
+    for (int i = 0; i < count; ++i) m_Host.AddCard(0x1003);
+  }
+  // A card that needs no time for a look.
+  void WithoutMasks(const std::string& card) {
+    for (const char* mask : {"current_errors", "current_warnings", "current_info"}) {
+      m_Host.Cards().MakeAbsent(card, mask);
+    }
+  }
+  void Set(const std::string& card, const std::string& attribute, const std::string& value) {
+    m_Host.Cards().Set(card, attribute, value);
+  }
+  // A card that is not found any more, and one that is found again.
+  void Hide(int card) {
+    Set("card" + std::to_string(card), "device_path", "/dev/hidden" + std::to_string(card));
+  }
+  void Show(int card) {
+    Set("card" + std::to_string(card), "device_path", "/dev/fct" + std::to_string(card));
+  }
+
+  // From here on calls, lines and notifications are kept, with times from the worker's start.
+  void StartWatch(const std::string& pollInterval = "15", unsigned int initialized = 0) {
+    m_Host.WriteIni("PollInterval=" + pollInterval + "\n");
+    ASSERT_EQ(m_Host.Initialize(), initialized);
+    m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI* plugin) { Notified(plugin); };
+    m_Host.ForgetCalls();
+    m_Begin = MBX::Misc::now();
+    HostKit::SetTraceSink([this](const HostKit::TraceLine& line) { Keep(line); });
+    ASSERT_EQ(m_Host.GiveNumbers(), 0U);
+    Settle();
+  }
+
+  // Lets every thread run until it waits.
+  static void Settle() { HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 1); }
+  static void PassMs(std::int64_t milliseconds) {
+    Pass(milliseconds);
+    Settle();
+  }
+  unsigned long NowMs() const { return MBX::Misc::now() - m_Begin; }
+
+  // Until the worker has dealt with `count` more wake-ups, or made so many more scans.
+  void AwaitWakeUps(std::size_t count = 1) { Await("2 Worker() before restart interval", count); }
+  void AwaitScans(std::size_t count = 1) { Await("4 Worker() after bscan", count); }
+
+  std::size_t Scans() const { return TimesOf("4 Worker() after bscan").size(); }
+  // When each scan began.
+  Moments ScanTimes() const { return TimesOf("16 Before ScanSystem()"); }
+  Moments WakeUpTimes() const { return TimesOf("4 Worker() timeout event received"); }
+
+  Moments TimesOf(const std::string& line) const {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    Moments times;
+    for (std::size_t i = 0; i < m_Lines.size(); ++i) {
+      if (m_Lines[i] == line) times.push_back(m_LineTimes[i]);
+    }
+    return times;
+  }
+  // Lines with their levels, without those of the upkeep of rows and of the requests of a test.
+  Lines KeptLines() const {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    Lines lines;
+    for (const std::string& line : m_Lines) {
+      const bool ofRows = line.rfind("128 ", 0) == 0 ||
+                          line.find("ENTER AdapterGetProperties") != std::string::npos ||
+                          line.find("SetDatabaseObjectProperties") != std::string::npos ||
+                          line.rfind("16 GetAdapterProperties, ", 0) == 0;
+      if (!ofRows) lines.push_back(line);
+    }
+    return lines;
+  }
+  void ForgetAll() {
+    m_Host.ForgetCalls();
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    m_Lines.clear();
+    m_LineTimes.clear();
+    m_Notifications.clear();
+  }
+
+  Moments Notifications() const {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    return m_Notifications;
+  }
+
+  Lines Events() {
+    Lines texts;
+    for (const PI::CEvent& event : m_Host.CollectEvents()) texts.push_back(EventText(event));
+    return texts;
+  }
+
+  // Values alone, choices by their names.
+  std::string Status(std::uint64_t adapter) { return Value(adapter, PI::Property::STATUS); }
+  std::string Reasons(std::uint64_t adapter) {
+    return Value(adapter, PI::Property::ADDITIONAL_STATUS);
+  }
+  std::string Activity(std::uint64_t adapter) { return Value(adapter, PI::Property::ACTIVITY); }
+  std::string Value(std::uint64_t object, std::uint32_t propertyId) {
+    PI::CProperty property(PI::Property::UNDEFINED, false);
+    const unsigned int result = m_Host.Property(object, propertyId, property);
+    if (result != 0) return "result " + std::to_string(result);
+    const std::string text = Render(property);
+    const std::size_t begin = text.find(" = ") + 3;
+    const std::size_t end = std::min(text.find(" of ["), text.rfind(" ("));
+    return text.substr(begin, end - begin);
+  }
+  std::uint64_t ChangeCount(std::uint64_t object) { return m_Host.ObjectOf(object).m_ChangeCount; }
+  // The tree, without what the objects say of themselves.
+  Lines Tree() {
+    Lines lines;
+    for (const PI::CObject& object : m_Host.Topology()) lines.push_back(Render(object));
+    return lines;
+  }
+
+  // Those that the test's own thread holds for a moment left aside.
+  static void ExpectNoLockHeld() {
+    for (const HostKit::LockView& lock : HostKit::Locks()) {
+      EXPECT_TRUE(lock.owner.empty() || lock.owner == "main")
+          << "lock " << lock.ordinal << " by " << lock.owner;
+    }
+  }
+
+ private:
+  void Keep(const HostKit::TraceLine& line) {
+    const unsigned long ms = NowMs();
+    const std::string text = std::to_string(line.level) + " " + line.text;
+    if (m_OnLine) m_OnLine(text);
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    m_Lines.push_back(text);
+    m_LineTimes.push_back(ms);
+  }
+
+  void Notified(const IPLUGINAPI* plugin) {
+    if (m_OneWorker) ExpectNoLockHeld();
+    EXPECT_EQ(plugin, m_Host.Plugin());
+    const unsigned long ms = NowMs();
+    {
+      const std::lock_guard<std::mutex> guard(m_Mutex);
+      m_Notifications.push_back(ms);
+    }
+    if (m_OnNotify) m_OnNotify();
+  }
+
+  void Await(const std::string& line, std::size_t count) {
+    const std::size_t wanted = TimesOf(line).size() + count;
+    constexpr int kPatience = 100000;
+    for (int i = 0; i < kPatience && TimesOf(line).size() < wanted; ++i) Pass(10);
+    ASSERT_GE(TimesOf(line).size(), wanted) << line;
+    Settle();
+  }
+
+  mutable std::mutex m_Mutex;
+  Lines m_Lines;
+  Moments m_LineTimes;
+  Moments m_Notifications;
+
+ protected:
+  unsigned long m_Begin = 0;
+  bool m_OneWorker = true;  // a second one may hold the locks while the first calls the host
+  // On the worker's thread; set them while it waits.
+  std::function<void()> m_OnNotify;
+  std::function<void(const std::string& line)> m_OnLine;
+  SimulatedHost m_Host;  // goes first
+};
+
+}  // namespace CorvaneTest

@@ -1,0 +1,302 @@
+// Host threads, worker and jobs at once: natively, and in many drawn schedules.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "host/Toolkit.h"
+#include "hostkit/Inspect.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+constexpr std::uint64_t PLUGIN = 0x0130000000000000;
+constexpr std::uint64_t FIRST = 0x0130000000000001;
+constexpr std::uint64_t FIRST_DRIVE = 0x0130000000000002;
+constexpr std::uint64_t SECOND = 0x0130000000000003;
+
+constexpr std::uint64_t SEEDS = 300;
+constexpr int NATIVE_RUNS = 10;
+
+// A thread of the host, waited for at the end of the scope.
+class HostThread {
+ public:
+  explicit HostThread(std::function<void()> body) : m_Body(std::move(body)) {
+    EXPECT_EQ(m_Thread.Create(Delegate(this, &HostThread::Run), false), 1);
+  }
+  ~HostThread() { m_Thread.Wait(MBX::Threading::WAIT_INFINITE); }
+  HostThread(const HostThread&) = delete;
+  HostThread& operator=(const HostThread&) = delete;
+
+ private:
+  using Delegate = MBX::Delegates_and_Calls::TDelegateR0<HostThread, unsigned int>;
+
+  unsigned int Run() {
+    m_Body();
+    return 1;
+  }
+
+  const std::function<void()> m_Body;
+  MBX::Threading::CThread m_Thread;
+};
+
+// Native threads in virtual time, or the schedule of a seed.
+using Schedule = std::optional<std::uint64_t>;
+constexpr Schedule NATIVE = std::nullopt;
+
+std::function<void()> TimeOf(Schedule schedule) {
+  if (!schedule) return HostKit::UseVirtualTime;
+  return [seed = *schedule] { HostKit::UseSeededSchedule(seed); };
+}
+
+void InManySchedules(void (*story)(Schedule)) {
+  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    story(seed);
+  }
+}
+
+void Natively(void (*story)(Schedule)) {
+  for (int i = 0; i < NATIVE_RUNS; ++i) story(NATIVE);
+}
+
+// Three cards under the shortest interval, and what the host has collected.
+class Busy {
+ public:
+  explicit Busy(Schedule schedule) : m_Host(TimeOf(schedule)) {
+    // Hundreds of schedules would spend half their time on lines that nobody reads.
+    HostKit::SetTraceMask(0);
+    m_Host.WriteIni("PollInterval=2\n");
+    for (const char* state : {"2", "0", "2"}) {
+      const std::string card = m_Host.AddCard();
+      m_Host.Cards().Set(card, "iom_state", state);
+    }
+    EXPECT_EQ(m_Host.Initialize(), 0U);
+    m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI*) { ++m_Notifications; };
+    EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+    // Each call of the cards is a moment at which another thread may go on.
+    m_Host.ForgetCalls();
+    CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
+  }
+
+  // Takes what is in the queue, in order.
+  void Collect() {
+    PI::COperation collect;
+    collect.m_OperationID = PI::OP_GET_EVENTS;
+    EXPECT_EQ(m_Host.Execute(PI::CMD_EXECUTE_OPERATION, PLUGIN, &collect), 0U);
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    for (const PI::CEvent& event : collect.m_Events)
+      m_Seen[event.m_ObjectID].push_back(event.m_EventID);
+  }
+  std::vector<std::uint32_t> Seen(std::uint64_t object) {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    return m_Seen[object];
+  }
+  // Until so many events of the object have come; more of them are not waited for.
+  void AwaitSeen(std::uint64_t object, std::size_t count) {
+    constexpr int kPatience = 1000;
+    for (int i = 0; i < kPatience && Seen(object).size() < count; ++i) Pass(100);
+  }
+
+  // Stops the plug-in, so that nobody is at work any more.
+  void ExpectNothingLeft() {
+    EXPECT_EQ(m_Host.DeInitialize(), 0U);
+    for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+      EXPECT_TRUE(thread.ended);
+      EXPECT_FALSE(thread.cancelled);
+    }
+    for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
+    EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+  }
+
+  std::atomic<int> m_Notifications{0};
+  SimulatedHost m_Host;
+
+ private:
+  std::mutex m_Mutex;
+  std::map<std::uint64_t, std::vector<std::uint32_t>> m_Seen;
+};
+
+// The first card goes off and on by itself, which the worker tells; jobs on the second fail, which
+// they tell themselves. Two threads collect all the time.
+void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
+  Busy busy(schedule);
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck", 3);
+  std::atomic<bool> done{false};
+  const auto collect = [&] {
+    while (!done) {
+      busy.Collect();
+      Pass(70);
+    }
+  };
+  {
+    const HostThread first(collect);
+    const HostThread second(collect);
+    for (std::size_t turn = 1; turn <= 3; ++turn) {
+      EXPECT_EQ(busy.m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
+      busy.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
+      busy.AwaitSeen(FIRST, turn);
+      busy.AwaitSeen(SECOND, turn);
+    }
+    done = true;
+  }
+  Pass(5000);
+  busy.Collect();
+  EXPECT_THAT(busy.Seen(FIRST).size(), 3U);
+  EXPECT_THAT(busy.Seen(SECOND), testing::ElementsAre(10981U, 10981U, 10981U));
+  EXPECT_GE(busy.m_Notifications, 3);
+  busy.ExpectNothingLeft();
+}
+
+TEST(WorkerConcurrency, EachEventIsCollectedOnce) {
+  Natively(CollectWhileWorkerAndJobsAppend);
+}
+
+TEST(WorkerConcurrency, EachEventIsCollectedOnceInEveryDrawnSchedule) {
+  InManySchedules(CollectWhileWorkerAndJobsAppend);
+}
+
+// One thread collects, so that the order of the queue is that of the events.
+void CollectInOrder(Schedule schedule) {
+  Busy busy(schedule);
+  std::atomic<bool> done{false};
+  std::vector<std::uint32_t> expected;
+  {
+    const HostThread collector([&] {
+      while (!done) {
+        busy.Collect();
+        Pass(50);
+      }
+    });
+    for (std::size_t turn = 1; turn <= 4; ++turn) {
+      busy.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
+      busy.AwaitSeen(FIRST, turn);
+      expected.push_back(turn % 2 == 1 ? 10984 : 10983);
+    }
+    done = true;
+  }
+  EXPECT_THAT(busy.Seen(FIRST), ElementsAreArray(expected));
+  busy.ExpectNothingLeft();
+}
+
+TEST(WorkerConcurrency, EventsKeepTheirOrder) {
+  Natively(CollectInOrder);
+}
+
+TEST(WorkerConcurrency, EventsKeepTheirOrderInEveryDrawnSchedule) {
+  InManySchedules(CollectInOrder);
+}
+
+// What the host reads at any moment is a whole tree: no link leads to nowhere.
+void ExpectWhole(const std::vector<PI::CObject>& objects) {
+  std::map<std::uint64_t, const PI::CObject*> byId;
+  for (const PI::CObject& object : objects) {
+    EXPECT_TRUE(byId.emplace(object.m_ID, &object).second);
+  }
+  std::size_t links = 0;
+  for (const PI::CObject& object : objects) {
+    for (const std::uint64_t child : object.m_Children) {
+      ++links;
+      ASSERT_EQ(byId.count(child), 1U);
+      EXPECT_EQ(byId[child]->m_Parents, std::vector<std::uint64_t>{object.m_ID});
+    }
+  }
+  EXPECT_EQ(links, objects.size() - 1);
+}
+
+void ReadWhileCardsComeAndGo(Schedule schedule) {
+  Busy busy(schedule);
+  std::atomic<bool> done{false};
+  const auto read = [&] {
+    while (!done) {
+      ExpectWhole(busy.m_Host.Topology());
+      for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE}) busy.m_Host.Properties(id);
+      busy.m_Host.Check(FIRST, PI::OP_DETACH);
+      Pass(130);
+    }
+  };
+  {
+    const HostThread first(read);
+    const HostThread second(read);
+    for (const char* path : {"/dev/hidden", "/dev/fct2", "/dev/hidden", "/dev/fct2"}) {
+      busy.m_Host.Cards().Set("card2", "device_path", path);
+      Pass(3000);
+    }
+    done = true;
+  }
+  busy.ExpectNothingLeft();
+}
+
+TEST(WorkerConcurrency, TheTreeIsWholeWhileCardsComeAndGo) {
+  Natively(ReadWhileCardsComeAndGo);
+}
+
+TEST(WorkerConcurrency, TheTreeIsWholeWhileCardsComeAndGoInEveryDrawnSchedule) {
+  InManySchedules(ReadWhileCardsComeAndGo);
+}
+
+// The host takes its locks in the callback, changes the interval and operates drives meanwhile.
+void NotifyAndOperate(Schedule schedule) {
+  Busy busy(schedule);
+  std::atomic<int> collected{0};
+  busy.m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) {
+    busy.Collect();
+    ++collected;
+  };
+  {
+    const HostThread operate([&] {
+      for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(
+            busy.m_Host.Run(FIRST_DRIVE, i % 2 == 0 ? PI::OP_MAKE_OFFLINE : PI::OP_MAKE_ONLINE),
+            0U);
+        Pass(300);
+      }
+    });
+    const HostThread configure([&] {
+      for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(busy.m_Host.SetPollInterval(2 + i), 0U);
+        Pass(400);
+      }
+    });
+    busy.m_Host.Cards().Set("card0", "iom_state", "0");
+  }
+  busy.AwaitSeen(FIRST, 1);
+  EXPECT_THAT(busy.Seen(FIRST), testing::ElementsAre(10984U));
+  EXPECT_GE(collected, 2);
+  busy.ExpectNothingLeft();
+}
+
+TEST(WorkerConcurrency, TheHostMayComeBackInTheCallback) {
+  Natively(NotifyAndOperate);
+}
+
+TEST(WorkerConcurrency, TheHostMayComeBackInTheCallbackInEveryDrawnSchedule) {
+  InManySchedules(NotifyAndOperate);
+}
+
+// A stop at any moment of the watch.
+void StopAtAnyMoment(Schedule schedule) {
+  Busy busy(schedule);
+  busy.m_Host.Cards().Set("card0", "iom_state", "0");
+  Pass(static_cast<std::int64_t>(schedule.value_or(7) * 13 % 2100));
+  busy.ExpectNothingLeft();
+  EXPECT_EQ(busy.m_Host.Calls().back(), "vsl_fini");
+  busy.m_Host.Release();
+}
+
+TEST(WorkerConcurrency, AStopEndsTheWorkerInEveryDrawnSchedule) {
+  InManySchedules(StopAtAnyMoment);
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,446 @@
+// The worker when something fails or is stopped on the way, and the lines that it traces.
+
+#include <map>
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+class WorkerFaults : public Watched {
+ protected:
+  // Two cards, and a scan at the next wake-up.
+  void StartBeforeAScan() {
+    AddCards(2);
+    StartWatch();
+    AwaitWakeUps(2);
+  }
+  void ExpectNothingLeft() {
+    EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+    ExpectNoLockHeld();
+  }
+};
+
+const Lines WAKE_UP = {"4 Worker() timeout event received"};
+const Lines TAKE_DATA = {"8 Before m_DataLock.Wait(INFINITE)", "8 After m_DataLock.Wait(INFINITE)"};
+const Lines TAKE_EVENTS = {"8 Before m_EventsLock.Wait(INFINITE)",
+                           "8 After m_EventsLock.Wait(INFINITE)"};
+const Lines FREE_EVENTS = {"8 Before m_EventsLock.Release ()", "8 After m_EventsLock.Release ()"};
+const Lines FREE_DATA = {"8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"};
+const Lines REST = {"2 Worker() before restart interval"};
+const Lines SCAN = {"16 Before ScanSystem()",
+                    "2 ENTER ScanSystem(0) PhyDrive=0",
+                    "16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
+                    "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
+                    "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",
+                    "2 LEAVE ScanSystem() -> 0",
+                    "16 After ScanSystem() ret = 0"};
+
+Lines Joined(const std::vector<Lines>& parts) {
+  Lines all;
+  for (const Lines& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+TEST_F(WorkerFaults, TracesItsLifeFromBeginToEnd) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "current_errors", "1");
+  AwaitWakeUps();
+  PassMs(10);
+  EXPECT_EQ(KeptLines()[0].substr(0, 1), "2");
+  EXPECT_THAT(TimesOf("2 ENTER Worker()"), ElementsAre(0U));
+  ForgetAll();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  Settle();
+  EXPECT_THAT(KeptLines(),
+              ElementsAre("2 ENTER DeInitialize", "4 Worker() something else perhaps m_StopRequest",
+                          "2 LEAVE Worker()", "2 LEAVE DeInitialize"));
+  ExpectNothingLeft();
+}
+
+TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  ForgetAll();
+  AwaitWakeUps();
+  EXPECT_THAT(
+      KeptLines(),
+      ElementsAreArray(Joined(
+          {WAKE_UP,
+           TAKE_DATA,
+           TAKE_EVENTS,
+           SCAN,
+           {"16 Before UpdateSystem()", "2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives",
+            "2 LEAVE UpdateSystem ret = 20000", "16 After UpdateSystem() ret = 20000",
+            "4 Worker() after bscan"},
+           FREE_EVENTS,
+           FREE_DATA,
+           REST})));
+}
+
+// Events are appended under the lock that is held already.
+TEST_F(WorkerFaults, TracesAScanWithEvents) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  Set("card0", "iom_state", "0");
+  ForgetAll();
+  AwaitWakeUps();
+  EXPECT_THAT(
+      KeptLines(),
+      ElementsAreArray(Joined(
+          {WAKE_UP,
+           TAKE_DATA,
+           TAKE_EVENTS,
+           SCAN,
+           {"16 Before UpdateSystem()", "2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives",
+            "8 Before m_EventsLock.Wait (sg)", "8 After m_EventsLock.Wait (sg)",
+            "2 LEAVE UpdateSystem ret = 0", "16 After UpdateSystem() ret = 0",
+            "4 Worker() after bscan"},
+           FREE_EVENTS,
+           FREE_DATA,
+           REST})));
+}
+
+TEST_F(WorkerFaults, TracesAScanWithAChangeAlone) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  Set("card0", "temp_internal_deg_c", "60");
+  ForgetAll();
+  AwaitWakeUps();
+  EXPECT_THAT(KeptLines(), Not(Contains("8 Before m_EventsLock.Wait (sg)")));
+  EXPECT_THAT(KeptLines(), Contains("2 LEAVE UpdateSystem ret = 0"));
+}
+
+TEST_F(WorkerFaults, TracesAScanThatFailed) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  ForgetAll();
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  AwaitWakeUps();
+  EXPECT_THAT(
+      KeptLines(),
+      ElementsAreArray(Joined({WAKE_UP,
+                               TAKE_DATA,
+                               TAKE_EVENTS,
+                               {"16 Before ScanSystem()", "2 ENTER ScanSystem(0) PhyDrive=0",
+                                "16 ScanSystem, vsl_open = 62 (not now)",
+                                "16 After ScanSystem() ret = 20003", "4 Worker() after bscan"},
+                               FREE_EVENTS,
+                               FREE_DATA,
+                               REST})));
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
+                                          "vsl_destroy card#1"));
+}
+
+TEST_F(WorkerFaults, TracesAWakeUpForTheHost) {
+  AddCards(1);
+  StartWatch();
+  ForgetAll();
+  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_OFFLINE), 0U);
+  Settle();
+  const Lines lines = KeptLines();
+  const auto begin =
+      std::find(lines.begin(), lines.end(), "4 Worker() m_PrivateEvent event received");
+  ASSERT_NE(begin, lines.end());
+  EXPECT_THAT(TimesOf("2 Worker() before restart interval"), SizeIs(1));
+  EXPECT_THAT(TimesOf("8 Before m_DataLock.Wait(INFINITE)"), IsEmpty());
+}
+
+TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelations) {
+  StartBeforeAScan();
+  const Lines before = Tree();
+  Set("card0", "board_name", "Other");
+  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  AwaitScans();
+  Lines expected = before;
+  expected[0] = "object 0130000000000000 type 19006 parents children";
+  EXPECT_EQ(Tree(), expected);
+  EXPECT_EQ(Value(FIRST, PI::Property::PRODUCT), "\"Flash Adapter 785GB\"");
+  EXPECT_THAT(TimesOf("16 Before UpdateSystem()"), IsEmpty());
+  AwaitScans();
+  EXPECT_EQ(Tree(), before);
+  EXPECT_EQ(Value(FIRST, PI::Property::PRODUCT), "\"Other\"");
+  ExpectNothingLeft();
+}
+
+TEST_F(WorkerFaults, AfterAScanThatFailedTheNextComesAWholeIntervalLater) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  AwaitScans(2);
+  // The one that failed took no time: 15,024 and three thirds, of which two are looks.
+  EXPECT_THAT(ScanTimes(), ElementsAre(15024U, 30048U));
+}
+
+TEST_F(WorkerFaults, ALookCallsForAScanAgainAfterOneThatFailed) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  AwaitScans();
+  EXPECT_THAT(Events(), IsEmpty());
+  AwaitWakeUps();
+  EXPECT_THAT(Events(), SizeIs(1));
+}
+
+TEST_F(WorkerFaults, WithoutTheObjectsLockNothingHappens) {
+  AddCards(1);
+  StartWatch();
+  ForgetAll();
+  HostKit::FailLockWait(1, 1);
+  AwaitWakeUps();
+  EXPECT_THAT(KeptLines(), ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, REST})));
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  EXPECT_EQ(HostKit::Locks()[0].depth, 0U);
+  AwaitWakeUps();
+  EXPECT_THAT(m_Host.Calls(), SizeIs(24));
+}
+
+TEST_F(WorkerFaults, AScanThatWasDueWaitsForTheObjectsLock) {
+  StartBeforeAScan();
+  HostKit::FailLockWait(1, 1);
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 0U);
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 1U);
+}
+
+TEST_F(WorkerFaults, WithoutTheEventsLockTheScanIsMadeAtTheNextWakeUp) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  ForgetAll();
+  HostKit::FailLockWait(2, 1);
+  AwaitWakeUps();
+  EXPECT_THAT(KeptLines(),
+              ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, FREE_DATA, REST})));
+  EXPECT_THAT(Notifications(), IsEmpty());
+  ForgetAll();
+  // Even though a look would see no difference any more, and without one.
+  Set("card0", "iom_state", "2");
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 1U);
+  EXPECT_EQ(m_Host.Calls()[2], "vsl_has_pci_bus card#1");
+  ExpectNothingLeft();
+}
+
+TEST_F(WorkerFaults, TheEventsLockMayBeOutOfReachForLong) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  for (int i = 0; i < 5; ++i) {
+    HostKit::FailLockWait(2, 1);
+    AwaitWakeUps();
+    EXPECT_EQ(Scans(), 0U);
+  }
+  AwaitWakeUps();
+  EXPECT_EQ(Scans(), 1U);
+}
+
+// One life of the plug-in with a scan in which one call fails.
+class Life : public Watched {
+ public:
+  // Until the next wake-up is that of the scan.
+  void Begin() {
+    AddCards(2);
+    StartWatch();
+    AwaitWakeUps(2);
+    m_OnLine = [this](const std::string& line) {
+      if (line.rfind("16 After ScanSystem()", 0) == 0) m_Handles = CardSim::OpenHandles();
+    };
+    m_Host.ForgetCalls();
+  }
+  std::map<std::string, unsigned int> CallsOfAScan() {
+    Begin();
+    std::map<std::string, unsigned int> counts;
+    m_OnLine = [&](const std::string& line) {
+      if (line != "16 After ScanSystem() ret = 0") return;
+      for (const CardSim::Call& call : CardSim::CallLog()) ++counts[call.function];
+    };
+    AwaitScans();
+    return counts;
+  }
+  void FailOnce(const std::string& function, unsigned int nth) {
+    Begin();
+    CardSim::FailCall(function, nth, 62, "not now");
+    AwaitScans();
+    EXPECT_THAT(m_Handles, SizeIs(function == "vsl_destroy" ? 1 : 0));
+    EXPECT_THAT(CardSim::Misuse(), SizeIs(function == "vsl_close" ? 1 : 0));
+    ExpectNoLockHeld();
+    // Good scans heal it, though a card that could not be named has new ids.
+    AwaitScans(2);
+    ASSERT_THAT(m_Host.Topology(), SizeIs(5));
+    for (const std::uint64_t adapter : m_Host.ObjectOf(PLUGIN).m_Children) {
+      EXPECT_EQ(Status(adapter), "OK");
+      EXPECT_EQ(Reasons(adapter), "[ATTACHED]");
+    }
+    EXPECT_EQ(m_Host.DeInitialize(), 0U);
+    EXPECT_THAT(TimesOf("2 LEAVE Worker()"), SizeIs(1));
+  }
+
+ private:
+  void TestBody() override {}
+
+  Lines m_Handles;
+};
+
+TEST(WorkerFaultSweep, SurvivesTheFailureOfEachCallOfAScan) {
+  const std::map<std::string, unsigned int> counts = Life().CallsOfAScan();
+  ASSERT_GE(counts.size(), 60U);
+  for (const auto& [function, count] : counts) {
+    for (unsigned int nth = 1; nth <= count; ++nth) {
+      SCOPED_TRACE(function + " " + std::to_string(nth));
+      Life().FailOnce(function, nth);
+    }
+  }
+}
+
+// The stop is seen when the worker waits again.
+TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  Set("card0", "iom_state", "0");
+  CardSim::SetHook([](const CardSim::Call& call) {
+    if (call.function == "vsl_has_pci_bus") Pass(2000);
+  });
+  PassMs(15100 - static_cast<std::int64_t>(NowMs()));
+  const unsigned long begin = NowMs();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  // The scan began at 15,024 and ends at 17,036.
+  const Moments waits = TimesOf("16 Wait for termination... (Worker)");
+  EXPECT_THAT(waits, ElementsAre(begin + 100, begin + 600, begin + 1100, begin + 1600));
+  EXPECT_EQ(NowMs() - begin, 2200U);
+  EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 0"), ElementsAre(17036U));
+  EXPECT_THAT(Notifications(), ElementsAre(17036U));
+  EXPECT_THAT(TimesOf("2 LEAVE Worker()"), ElementsAre(17036U));
+  EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+// A host that goes on after the locks and events could not be made.
+TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsAtOnce) {
+  AddCards(1);
+  HostKit::FailEventInit(1);
+  StartWatch("15", 20011);
+  EXPECT_THAT(KeptLines(),
+              ElementsAre("2 ENTER Worker()", "4 Worker() something else perhaps m_StopRequest",
+                          "2 LEAVE Worker()"));
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+TEST_F(WorkerFaults, AStoppedWorkerEndsAtOnceWhileItWaits) {
+  AddCards(1);
+  StartWatch();
+  PassMs(1234);
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_EQ(NowMs(), 1434U);
+  EXPECT_THAT(TimesOf("2 LEAVE Worker()"), ElementsAre(1234U));
+  EXPECT_THAT(TimesOf("16 Wait for termination... (Worker)"), IsEmpty());
+}
+
+TEST_F(WorkerFaults, AStoppedWorkerCallsTheHostNoMore) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  m_Host.ForgetCalls();
+  PassMs(60000);
+  EXPECT_THAT(Notifications(), IsEmpty());
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+}
+
+TEST_F(WorkerFaults, ASecondDeInitializeFindsNoWorkerAndTakesTheLibraryDownAgain) {
+  AddCards(1);
+  StartWatch();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  ForgetAll();
+  const unsigned long begin = NowMs();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_EQ(NowMs() - begin, 200U);
+  EXPECT_THAT(KeptLines(), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
+}
+
+// A card that does not answer for a minute.
+TEST_F(WorkerFaults, AWorkerThatIsStuckIsCancelledAfterTwentyFiveSeconds) {
+  AddCards(1);
+  StartWatch();
+  CardSim::SetHook([](const CardSim::Call& call) {
+    if (call.function == "vsl_open") Pass(60000);
+  });
+  PassMs(5500);
+  const unsigned long begin = NowMs();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_EQ(NowMs() - begin, 25200U);
+  Moments waits;
+  for (unsigned long ms = 100; ms <= 25100; ms += 500) waits.push_back(begin + ms);
+  EXPECT_THAT(TimesOf("16 Wait for termination... (Worker)"), ElementsAreArray(waits));
+  EXPECT_THAT(TimesOf("16 Kill Worker"), ElementsAre(begin + 25100));
+  ASSERT_THAT(HostKit::Threads(), SizeIs(1));
+  EXPECT_TRUE(HostKit::Threads()[0].cancelled);
+  PassMs(60000);
+  EXPECT_TRUE(HostKit::Threads()[0].ended);
+  EXPECT_THAT(TimesOf("2 LEAVE Worker()"), IsEmpty());
+}
+
+// Whichever of the three is late, the worker is the one that is cancelled, and it has ended.
+TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  Set("card0", "attach_ms", "40000");
+  StartWatch();
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_THAT(TimesOf("16 Kill Attach"), SizeIs(1));
+  EXPECT_THAT(TimesOf("16 Kill Worker"), IsEmpty());
+  PassMs(30000);
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+    EXPECT_TRUE(thread.ended);
+    EXPECT_FALSE(thread.cancelled);
+  }
+}
+
+TEST_F(WorkerFaults, TwoWorkersWatchWhenNumbersAreGivenTwiceAndBothEnd) {
+  m_OneWorker = false;
+  AddCards(1);
+  StartWatch();
+  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  Settle();
+  EXPECT_THAT(TimesOf("2 ENTER Worker()"), SizeIs(2));
+  PassMs(5100);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 5000U));
+  EXPECT_THAT(m_Host.Calls(), SizeIs(48));
+  ForgetAll();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  Settle();
+  EXPECT_THAT(TimesOf("2 LEAVE Worker()"), SizeIs(2));
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_TRUE(thread.ended);
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+TEST_F(WorkerFaults, TwoWorkersRaiseEachEventOnce) {
+  m_OneWorker = false;
+  AddCards(2);
+  StartWatch();
+  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  Set("card0", "iom_state", "0");
+  PassMs(60000);
+  EXPECT_THAT(Events(), SizeIs(1));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,199 @@
+// When the worker wakes, and which of its wake-ups scan.
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+class WorkerTiming : public Watched {};
+
+struct Rhythm {
+  const char* name;
+  const char* pollInterval;
+  int cards;
+  bool masks;  // without them a look takes no time
+  Moments wakeUps;
+  Moments scans;  // those among the wake-ups that are scans
+};
+
+void PrintTo(const Rhythm& rhythm, std::ostream* stream) {
+  *stream << rhythm.name;
+}
+
+// A wake-up comes a third of the interval after the end of the one before. The third one is late
+// by what the two looks took, so that the interval is over; when they took nothing it is not, not
+// even when just the interval has gone by, and the fourth scans.
+const Rhythm RHYTHMS[] = {
+    {"Default", "15", 1, true, {5000, 10012, 15024, 20036, 25048, 30060}, {15024, 30060}},
+    {"DefaultNoTimeForALook",
+     "15",
+     1,
+     false,
+     {5000, 10000, 15000, 20000, 25000, 30000, 35000, 40000},
+     {20000, 40000}},
+    {"TwoCards", "15", 2, true, {5000, 10024, 15048, 20072, 25096, 30120}, {15048, 30120}},
+    {"Shortest", "2", 1, true, {666, 1344, 2022, 2700, 3378, 4056}, {2022, 4056}},
+    {"ShortestNoTimeForALook",
+     "2",
+     1,
+     false,
+     {666, 1332, 1998, 2664, 3330, 3996, 4662, 5328},
+     {2664, 5328}},
+    {"ThirdsAreWhole", "3", 1, false, {1000, 2000, 3000, 4000, 5000}, {4000}},
+    {"ThirdsAreCutDown", "16", 1, false, {5333, 10666, 15999, 21332}, {21332}},
+    {"Longest", "255", 1, true, {85000, 170012, 255024}, {255024}},
+};
+
+class EachRhythm : public WorkerTiming, public testing::WithParamInterface<Rhythm> {};
+
+TEST_P(EachRhythm, LooksEveryThirdAndScansEveryWholeInterval) {
+  AddCards(GetParam().cards);
+  if (!GetParam().masks) WithoutMasks("card0");
+  StartWatch(GetParam().pollInterval);
+  PassMs(static_cast<std::int64_t>(GetParam().wakeUps.back()) + 100);
+  EXPECT_THAT(WakeUpTimes(), ElementsAreArray(GetParam().wakeUps));
+  EXPECT_THAT(ScanTimes(), ElementsAreArray(GetParam().scans));
+}
+
+INSTANTIATE_TEST_SUITE_P(Intervals, EachRhythm, testing::ValuesIn(RHYTHMS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(WorkerTiming, AScanThatALookAskedForStartsTheIntervalAgain) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps();
+  Set("card0", "iom_state", "4");
+  // Found by the look at 10,012, which takes 12 ms, scanned in another 12.
+  PassMs(28000);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 10012U, 15036U, 20048U, 25060U, 30072U));
+  EXPECT_THAT(ScanTimes(), ElementsAre(10024U, 25060U));
+}
+
+TEST_F(WorkerTiming, AShorterIntervalHoldsFromTheWakeUpThatItCauses) {
+  AddCards(1);
+  StartWatch("255");
+  PassMs(7000);
+  EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
+  PassMs(1400);
+  EXPECT_THAT(TimesOf("4 Worker() m_PrivateEvent event received"), ElementsAre(7000U));
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(7666U, 8344U));
+  EXPECT_THAT(ScanTimes(), ElementsAre(7666U));
+}
+
+TEST_F(WorkerTiming, ALongerIntervalHoldsFromTheWakeUpThatItCauses) {
+  AddCards(1);
+  StartWatch("2");
+  PassMs(500);
+  EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
+  PassMs(86000);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(85500U));
+  EXPECT_THAT(ScanTimes(), IsEmpty());
+}
+
+TEST_F(WorkerTiming, AnOperationOfADrivePutsTheNextLookOff) {
+  AddCards(1);
+  StartWatch();
+  PassMs(4000);
+  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_OFFLINE), 0U);
+  PassMs(5500);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(9000U));
+}
+
+TEST_F(WorkerTiming, AnIntervalThatWaitsForItsScanIsNotForgottenByAnotherWakeUp) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  HostKit::FailLockWait(1, 1);
+  AwaitWakeUps();  // at 15,024, when a scan is due and the objects are out of reach
+  EXPECT_THAT(ScanTimes(), IsEmpty());
+  EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
+  PassMs(85100);
+  // By its age alone no scan would be due yet.
+  EXPECT_THAT(ScanTimes(), testing::SizeIs(1));
+}
+
+TEST_F(WorkerTiming, WithoutAnyCardItStillMakesFullScansAndAsksNothing) {
+  StartWatch("15", 20001);
+  PassMs(41000);
+  EXPECT_THAT(WakeUpTimes(),
+              ElementsAre(5000U, 10000U, 15000U, 20000U, 25000U, 30000U, 35000U, 40000U));
+  EXPECT_THAT(ScanTimes(), ElementsAre(20000U, 40000U));
+  EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), testing::SizeIs(2));
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+// Limits that a host sends along may let any number through.
+class OddInterval : public WorkerTiming {
+ protected:
+  void StartWith(int value) {
+    AddCards(1);
+    StartWatch("255");
+    PassMs(1000);
+    ASSERT_EQ(m_Host.SetPollInterval(value, value, value), 0U);
+    Settle();
+  }
+};
+
+TEST_F(OddInterval, OfNothingNeitherSpinsNorStops) {
+  StartWith(0);
+  PassMs(10000);
+  EXPECT_GE(WakeUpTimes().size(), 10U);
+  EXPECT_LE(WakeUpTimes().size(), 100U);
+  EXPECT_GE(ScanTimes().size(), 1U);
+  EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
+  ForgetAll();
+  PassMs(84000);
+  EXPECT_THAT(WakeUpTimes(), IsEmpty());
+}
+
+TEST_F(OddInterval, OfOneSecondIsHeld) {
+  StartWith(1);
+  PassMs(1100);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
+  // Since the start; the interval after that is over with the third wake-up again.
+  EXPECT_THAT(ScanTimes(), ElementsAre(1333U));
+  PassMs(300);
+  EXPECT_THAT(ScanTimes(), ElementsAre(1333U, 2368U));
+}
+
+TEST_F(OddInterval, AboveTheUsualLimitIsHeld) {
+  StartWith(300);
+  PassMs(310000);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(101000U, 201012U, 301024U));
+  EXPECT_THAT(ScanTimes(), ElementsAre(301024U));
+}
+
+// In 32 bits 4,294,968 s would be 0.7 s.
+TEST_F(OddInterval, OfManyDaysDoesNotOverflow) {
+  StartWith(4294968);
+  PassMs(std::int64_t{3} * 1431656000 - 5000);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(1431657000U, 2863313012U));
+  EXPECT_THAT(ScanTimes(), IsEmpty());
+}
+
+TEST_F(OddInterval, BelowNothingNeitherSpinsNorHoldsThePlugInUp) {
+  StartWith(-1);
+  PassMs(86400000);
+  EXPECT_THAT(WakeUpTimes(), IsEmpty());
+  EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
+  PassMs(700);
+  EXPECT_THAT(WakeUpTimes(), testing::SizeIs(1));
+  EXPECT_THAT(ScanTimes(), testing::SizeIs(1));
+}
+
+TEST_F(OddInterval, EndsWithTheStopAllTheSame) {
+  StartWith(0);
+  EXPECT_EQ(m_Host.SetPollInterval(-1, -1, -1), 0U);
+  const unsigned long begin = NowMs();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_EQ(NowMs() - begin, 200U);
+  EXPECT_THAT(TimesOf("2 LEAVE Worker()"), testing::SizeIs(1));
+}
+
+}  // namespace
+}  // namespace CorvaneTest
