@@ -12,6 +12,12 @@
 #include "host/PluginInterface.h"
 #include "host/Toolkit.h"
 
+namespace RaidDataModels {
+struct Adapter;
+struct PD;
+struct Plugin;
+}  // namespace RaidDataModels
+
 extern "C" {
 
 // Makes the plug-in and stores it in `*instance`; 0, or ERR_MEMORY_ERROR with null stored. Reads
@@ -171,11 +177,21 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // when nothing has. The caller holds both locks.
   unsigned int UpdateSystem(std::vector<CFusionIOAdapter>& adapters,
                             std::vector<CFusionIOPhysicalDrive>& drives);
-  bool UpdateAdapters(std::vector<CFusionIOAdapter>& scanned,
-                      std::vector<CFusionIOPhysicalDrive>& drives, std::vector<PI::CEvent>& events);
-  bool UpdateDrives(std::vector<CFusionIOAdapter>& adapters,
-                    const std::vector<CFusionIOPhysicalDrive>& scanned,
-                    std::vector<PI::CEvent>& events);
+  struct Difference {
+    bool m_Any = false;
+    std::vector<PI::CEvent> m_Events;
+    std::vector<CFusionIOAdapter> m_AddedAdapters;
+    std::vector<CFusionIOAdapter> m_ChangedAdapters;
+    std::vector<CFusionIOAdapter> m_RemovedAdapters;
+    std::vector<CFusionIOPhysicalDrive> m_AddedDrives;
+  };
+  void UpdateAdapters(std::vector<CFusionIOAdapter>& scanned,
+                      std::vector<CFusionIOPhysicalDrive>& drives, Difference& difference);
+  void AddAdapter(const CFusionIOAdapter& adapter, std::vector<CFusionIOPhysicalDrive>& drives,
+                  Difference& difference);
+  void UpdateDrives(std::vector<CFusionIOAdapter>& adapters,
+                    const std::vector<CFusionIOPhysicalDrive>& scanned, Difference& difference);
+  void WriteRows(Difference& difference, std::vector<CFusionIOPhysicalDrive>& drives);
   void LinkToPlugin(CFusionIOAdapter& adapter);
 
   // Reads every card of `m_ControlDevicePaths` into one adapter and one drive. `initial` at
@@ -202,6 +218,23 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // five samples leaves its variable as it was. Always 0.
   unsigned int GetStatusFlags(void*& iom, unsigned long& errors, unsigned long& warnings,
                               unsigned long& info);
+
+  // The rows of the objects in the host's database. 0, or ERR_GENERAL when the database refused,
+  // which is traced and bothers nobody else. `SetDatabaseObjectProperties` fills a row.
+  unsigned int SetDatabaseObjectProperties(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter);
+  unsigned int InsertObjectToDatabase(CFusionIOAdapter& adapter);
+  unsigned int UpdateObjectInDatabase(CFusionIOAdapter& adapter);
+  unsigned int DeleteObjectFromDatabase(CFusionIOAdapter& adapter);
+  unsigned int SetDatabaseObjectProperties(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive);
+  unsigned int InsertObjectToDatabase(CFusionIOPhysicalDrive& drive);
+  unsigned int UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive);
+  unsigned int DeleteObjectFromDatabase(CFusionIOPhysicalDrive& drive);
+  void FillRow(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive,
+               const CFusionIOAdapter& adapter);
+  unsigned int SetDatabaseObjectProperties(RaidDataModels::Plugin& row, CFusionIOPlugin& plugin);
+  unsigned int InsertObjectToDatabase(CFusionIOPlugin& plugin);
+  unsigned int UpdateObjectInDatabase(CFusionIOPlugin& plugin);
+  unsigned int DeleteObjectFromDatabase(CFusionIOPlugin& plugin);
 
   // The next object id. The caller holds `m_DataLock`.
   unsigned long NewID();

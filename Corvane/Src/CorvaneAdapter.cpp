@@ -1,13 +1,17 @@
-// What the host reads from an adapter, does to it and is told of it.
+// What the host reads from an adapter, does to it and is told of it, and its row.
 
 #include <algorithm>
 #include <boost/format.hpp>
 
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/Corvane.h"
+#include "Corvane/Src/Endurance.h"
 #include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
 #include "Corvane/Src/Trace.h"
+#include "Corvane/Src/ValueNames.h"
+#include "models/Adapter.h"
+#include "orm/storage.h"
 
 namespace NAMESPACE_Corvane {
 
@@ -17,8 +21,6 @@ using PI::CProperty;
 namespace Property = PI::Property;
 namespace ShortName = PI::ShortName;
 namespace Value = PI::Value;
-
-constexpr std::uint64_t kMsPerHour = 3600000;
 
 // Display formats of floats.
 constexpr std::uint32_t kFormatPlain = 8;   // temperatures and byte counts
@@ -182,16 +184,8 @@ bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
   const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
   const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
   const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
-  const std::uint64_t usedHours = (MBX::Misc::now() - firstUseMs) / kMsPerHour;
-  unsigned long remainingHours = 0;
-  PI::CPluginHelper::ComputeRemainingLifeTime(usedHours, written,
-                                              100U - static_cast<unsigned int>(leftPercent),
-                                              ratedTBytes, remainingHours);
-
-  MBXX::CSystemDate_Lx date = {};
-  MBXX::CSystemTime_Lx::GetDate(MBX::Misc::now() + remainingHours * kMsPerHour, date);
-  property.SetValue(
-      boost::str(boost::format("%4d-%02d-%02d") % date.m_Year % date.m_Month % date.m_Day));
+  const auto usedPercent = 100U - static_cast<unsigned int>(leftPercent);
+  property.SetValue(EndOfLifeDate(HoursSince(firstUseMs), written, usedPercent, ratedTBytes));
   return true;
 }
 
@@ -248,11 +242,10 @@ bool RatedEndurancePercent(LiveAdapter& adapter, CProperty& property) {
     return false;
   }
   const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
-  const std::uint64_t ratedBytes = std::uint64_t{card.Get(vsl_rated_endurance_tbytes)} << 40U;
-  if (ratedBytes == 0) return false;  // as if the card had no rating
-  const auto percent = static_cast<std::uint32_t>(written * 100 / ratedBytes);
-  TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_rated_endurance_percent = %d", percent);
-  property.SetValue(static_cast<int>(percent), 0, 100, 1);
+  const auto percent = EndurancePercent(written, card.Get(vsl_rated_endurance_tbytes));
+  if (!percent) return false;
+  TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_rated_endurance_percent = %d", *percent);
+  property.SetValue(static_cast<int>(*percent), 0, 100, 1);
   return true;
 }
 
@@ -432,6 +425,60 @@ void Debounce(const FlagHistory& history, std::uint64_t stored, std::uint64_t& c
   if (!settled) current = stored;
 }
 
+// The row of an adapter.
+
+using AdapterRow = RaidDataModels::Adapter;
+
+// Which row is an adapter's.
+auto IsRowOf(const CFusionIOAdapter& adapter) {
+  using DatabaseORM::is_equal;
+  return DatabaseORM::where(
+      is_equal(&AdapterRow::adapterNumber, static_cast<int>(adapter.m_GlobalNumber)) &&
+      is_equal(&AdapterRow::hostName, "localhost"));
+}
+
+std::string StatusName(std::uint32_t status) {
+  const bool known = status == Value::FAILED || status == Value::WARNING;
+  return ValueName(known ? static_cast<int>(status) : Value::OK);
+}
+
+std::vector<std::string> NamesOf(const std::vector<std::int32_t>& values) {
+  std::vector<std::string> names;
+  for (const std::int32_t value : values) names.push_back(ValueName(value));
+  return names;
+}
+
+// Asks for what a row might show of the card, without a card and without a field to put it in: the
+// traces are all that comes of it.
+void TraceLiveValues(const CFusionIOAdapter& adapter) {
+  ErrorRecord error;
+  const AttributeReader card(nullptr, error);
+  if (adapter.m_FirstUseMs != kNotKnown && card.Has(vsl_has_rated_endurance_tbytes) &&
+      card.Has(vsl_has_total_physical_bytes_written) &&
+      card.Has(vsl_has_rated_writes_remaining_percent)) {
+    const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
+    const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
+    const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
+    EndOfLifeDate(HoursSince(adapter.m_FirstUseMs), written, static_cast<unsigned int>(leftPercent),
+                  ratedTBytes);
+  }
+  float value = 0;
+  PI::_UNITS unit = PI::UNITS_NONE;
+  if (const auto bytes = card.Read(VSL(total_physical_bytes_read))) {
+    PI::CPluginHelper::ConvertBytesToOtherUnit(*bytes, value, unit);
+    TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_total_physical_bytes_read = %d", *bytes);
+  }
+  if (const auto bytes = card.Read(VSL(total_physical_bytes_written))) {
+    PI::CPluginHelper::ConvertBytesToOtherUnit(*bytes, value, unit);
+  }
+  if (card.Has(vsl_has_rated_endurance_tbytes) && card.Has(vsl_has_total_physical_bytes_written)) {
+    const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
+    const auto percent = EndurancePercent(written, card.Get(vsl_rated_endurance_tbytes));
+    if (!percent) return;
+    TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_rated_endurance_percent = %d", *percent);
+  }
+}
+
 }  // namespace
 
 void CFusionIOAdapter::Update(CFusionIOAdapter& current, std::vector<PI::CEvent>& events) {
@@ -577,6 +624,88 @@ void IPLUGINAPI_IMPL::StartJob(ThreadSlot& slot,
   slot.reset();
   slot = std::make_unique<MBX::Threading::CThread>();
   slot->Create(Job(this, job, adapter.m_DevicePath), false);
+}
+
+unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(AdapterRow& row,
+                                                          CFusionIOAdapter& adapter) {
+  TRACE(TRACE_ENTRY, "ENTER AdapterGetProperties (%d)", adapter.m_CardIndex);
+  row = AdapterRow();
+  row.objectId = adapter.m_ID;
+  row.adapterNumber = static_cast<int>(adapter.m_GlobalNumber);
+  row.hostName = "localhost";
+  row.adapterFlagA = 1;
+  row.adapterFlagB = 1;
+  row.name = adapter.m_Name;
+  row.vendor = adapter.m_Vendor;
+  row.product = adapter.m_BoardName;
+  row.serialNumber = adapter.m_SerialNumber;
+  row.location = adapter.m_Location;
+  row.driverName = adapter.m_DriverName;
+  if (!adapter.m_DriverVersion.empty()) row.driverVersion = adapter.m_DriverVersion;
+  if (!adapter.m_FirmwareVersion.empty()) row.firmwareVersion = adapter.m_FirmwareVersion;
+  row.pciSegment = static_cast<int>(adapter.m_PciSegment);
+  row.pciBus = static_cast<int>(adapter.m_PciBus);
+  row.pciDevice = static_cast<int>(adapter.m_PciDevice);
+  row.pciFunction = static_cast<int>(adapter.m_PciFunction);
+  row.factorySize = static_cast<int>(adapter.m_FactorySizeMiB);
+  row.temperature = Truncated(adapter.m_Temperature);
+  row.hardwareType = ValueName(Value::PCI_EXPRESS_SSD_AIC);
+  row.statusName = StatusName(adapter.m_Status);
+  row.activityNames = {ValueName(static_cast<int>(adapter.m_Activity))};
+  row.statusReasonNames = NamesOf(adapter.m_StatusReasons);
+  TraceLiveValues(adapter);
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOAdapter& adapter) {
+  try {
+    AdapterRow row;
+    SetDatabaseObjectProperties(row, adapter);
+    m_Database->insert(row);
+    TRACE(TRACE_DATABASE, "Adapter (%s) (%d) inserted to db.", adapter.m_Name,
+          adapter.m_GlobalNumber);
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    TRACE(TRACE_DATABASE,
+          "Storage query exception thrown during inserting Adapter (%s) (%d) to db. (%s)",
+          adapter.m_Name, adapter.m_GlobalNumber, failure.what());
+    return PI::ERR_GENERAL;
+  }
+}
+
+// An adapter without a row gets none here.
+unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) {
+  try {
+    const std::vector<AdapterRow> old = m_Database->get_all<AdapterRow>(IsRowOf(adapter));
+    if (old.empty()) return PI::SUCCESS;
+    AdapterRow row;
+    SetDatabaseObjectProperties(row, adapter);
+    row.id = old.front().id;
+    m_Database->update(row);
+    TRACE(TRACE_DATABASE, "Adapter (%s) (%d) entry updated in db.", adapter.m_Name,
+          adapter.m_GlobalNumber);
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    TRACE(TRACE_DATABASE,
+          "Storage query exception thrown during updating Adapter (%s) (%d) entry updated in db. "
+          "(%s)",
+          adapter.m_Name, adapter.m_GlobalNumber, failure.what());
+    return PI::ERR_GENERAL;
+  }
+}
+
+unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOAdapter& adapter) {
+  try {
+    m_Database->remove_all<AdapterRow>(IsRowOf(adapter));
+    TRACE(TRACE_DATABASE, "Adapter (%s) (%d) removed from db.", adapter.m_Name,
+          adapter.m_GlobalNumber);
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    TRACE(TRACE_DATABASE,
+          "Storage query exception thrown during removing Adapter (%s) (%d) removed from db. (%s)",
+          adapter.m_Name, adapter.m_GlobalNumber, failure.what());
+    return PI::ERR_GENERAL;
+  }
 }
 
 }  // namespace NAMESPACE_Corvane

@@ -1,12 +1,18 @@
-// What the host reads from a physical drive and does to it. What is read comes from the last scan:
-// no card is asked.
+// What the host reads from a physical drive and does to it, and its row. What is read comes from
+// the last scan: no card is asked.
+
+#include <boost/algorithm/string.hpp>
 
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/Corvane.h"
+#include "Corvane/Src/Endurance.h"
 #include "Corvane/Src/FormatParameters.h"
 #include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
 #include "Corvane/Src/Trace.h"
+#include "Corvane/Src/ValueNames.h"
+#include "models/PD.h"
+#include "orm/storage.h"
 
 namespace NAMESPACE_Corvane {
 
@@ -246,6 +252,74 @@ unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnm
   return any ? PI::SUCCESS : PI::ERR_GENERAL;
 }
 
+// The row of a drive.
+
+using DriveRow = RaidDataModels::PD;
+
+auto IsRowOf(const Drive& drive) {
+  using DatabaseORM::is_equal;
+  return DatabaseORM::where(is_equal(&DriveRow::serialNumber, drive.m_SerialNumber) &&
+                            is_equal(&DriveRow::hostName, "localhost"));
+}
+
+// The name without the number in brackets and the blank before it.
+std::string ShortName(const std::string& name) {
+  std::vector<std::string> pieces;
+  boost::split(pieces, name, boost::is_any_of("("), boost::token_compress_on);
+  if (pieces.empty() || pieces.front().empty()) return name;
+  return pieces.front().substr(0, pieces.front().size() - 1);
+}
+
+std::string StateName(std::uint32_t state) {
+  const bool known =
+      state == Value::AVAILABLE || state == Value::AVAILABLE_SMART || state == Value::FAILED;
+  return ValueName(known ? static_cast<int>(state) : Value::OK);
+}
+
+// A percentage as the host's property of that kind holds it.
+int AsPercentProperty(PI::_PROPERTY_ID id, int percent) {
+  CProperty property(id, false);
+  property.SetValue(percent, 1, 100, 1);
+  int held = 0;
+  property.GetValueRange(held);
+  return held;
+}
+
+// What the card tells now. It is named and not opened, and the handle stays with the library.
+void FillLiveFields(DriveRow& row, const CFusionIOAdapter& adapter) {
+  ErrorRecord error;
+  Handle iom;
+  const vsl_code code = iom.Create([&](void** handle) {
+    return vsl_iom_create_by_name(adapter.m_DevicePath.c_str(), handle, error);
+  });
+  iom.Release();
+  const AttributeReader card(iom.Get(), error);
+  if (adapter.m_FirstUseMs == kNotKnown || code != 0 || !card.Has(vsl_has_rated_endurance_tbytes) ||
+      !card.Has(vsl_has_total_physical_bytes_written) ||
+      !card.Has(vsl_has_rated_writes_remaining_percent)) {
+    return;
+  }
+  const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
+  const std::uint64_t read = card.Get(vsl_total_physical_bytes_read);
+  const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
+  const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
+  const std::uint64_t usedHours = HoursSince(adapter.m_FirstUseMs);
+  row.endOfLifeDate =
+      EndOfLifeDate(usedHours, written, 100U - static_cast<unsigned int>(leftPercent), ratedTBytes);
+  row.hoursOfUse = static_cast<int>(usedHours);
+  row.writesRemainingPercent = leftPercent;
+  row.writeThrottling = static_cast<int>(adapter.m_WriteThrottling);
+  row.bytesReadKiB = read >> 10U;
+  row.bytesWrittenKiB = static_cast<double>(written >> 10U);
+  if (const auto space = card.Read(VSL(reserve_space_pct))) {
+    row.remainingReserve = AsPercentProperty(Property::REMAINING_RESERVE_SPACE, Truncated(*space));
+  }
+  if (const auto percent = EndurancePercent(written, ratedTBytes)) {
+    row.ratedEndurancePercent =
+        AsPercentProperty(Property::RATED_ENDURANCE_PERCENT, static_cast<int>(*percent));
+  }
+}
+
 }  // namespace
 
 void CFusionIOPhysicalDrive::Update(const CFusionIOPhysicalDrive& current,
@@ -334,6 +408,81 @@ unsigned int IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation(CFusionIOPhysicalDri
   if (result == PI::SUCCESS) m_PrivateEvent.Set();
   TRACE(TRACE_ENTRY, "LEAVE ExecutePhysicalDriveOperation() -> %d", result);
   return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(DriveRow& row,
+                                                          CFusionIOPhysicalDrive& drive) {
+  TRACE(TRACE_ENTRY, "ENTER SetDatabaseObjectProperties (PhysicalDisk) ()");
+  row = DriveRow();
+  row.objectId = drive.m_ID;
+  row.objectIdLow = static_cast<int>(drive.m_ID);
+  row.hostName = "localhost";
+  row.serialNumber = drive.m_SerialNumber;
+  row.adapterNumber = static_cast<int>(drive.m_GlobalNumber);
+  row.mediaType = ValueName(Value::SSD);
+  row.interfaceType = ValueName(Value::PCI_EXPRESS);
+  row.driveFlagA = 0;
+  row.driveFlagB = 0;
+  row.product = drive.m_Product;
+  row.location = drive.m_Location;
+  row.vendor = drive.m_Vendor;
+  row.factorySize = drive.m_FactorySizeMiB;
+  row.configurableSize = drive.m_ConfigurableSizeMiB;
+  row.sectorSize = static_cast<int>(drive.m_SectorSize);
+  row.shortName = ShortName(drive.m_Name);
+  row.statusName = StateName(drive.m_State);
+  return PI::SUCCESS;
+}
+
+void IPLUGINAPI_IMPL::FillRow(DriveRow& row, CFusionIOPhysicalDrive& drive,
+                              const CFusionIOAdapter& adapter) {
+  SetDatabaseObjectProperties(row, drive);
+  FillLiveFields(row, adapter);
+  row.reserveWarning =
+      AsPercentProperty(Property::RESERVE_WARNING_THRESHOLD, adapter.m_ReserveWarningPercent);
+}
+
+// Once for each adapter with the drive's serial number, which is how the two find each other here.
+unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive) {
+  try {
+    for (const CFusionIOAdapter& adapter : m_Adapters) {
+      if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
+      DriveRow row;
+      FillRow(row, drive, adapter);
+      m_Database->insert(row);
+      TRACE(TRACE_DATABASE, "PD (%s) inserted to db.", drive.m_Name);
+    }
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    TRACE(TRACE_DATABASE, "Storage query exception thrown during inserting PD (%s) to db. (%s)",
+          drive.m_Name, failure.what());
+    return PI::ERR_GENERAL;
+  }
+}
+
+unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive) {
+  try {
+    for (const CFusionIOAdapter& adapter : m_Adapters) {
+      if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
+      const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(IsRowOf(drive));
+      if (old.empty()) continue;
+      DriveRow row;
+      FillRow(row, drive, adapter);
+      row.id = old.front().id;
+      m_Database->update(row);
+      TRACE(TRACE_DATABASE, "PD (%s) updated in db.", drive.m_Name);
+    }
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    TRACE(TRACE_DATABASE, "Storage query exception thrown during updating PD (%s) in db. (%s)",
+          drive.m_Name, failure.what());
+    return PI::ERR_GENERAL;
+  }
+}
+
+// The row of a drive outlives its card.
+unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOPhysicalDrive&) {
+  return PI::SUCCESS;
 }
 
 }  // namespace NAMESPACE_Corvane

@@ -11,9 +11,12 @@
 #include "Corvane/Src/CardScan.h"
 #include "Corvane/Src/Corvane.h"
 #include "Corvane/Src/OperationTable.h"
+#include "Corvane/Src/PluginObjectTable.h"
 #include "Corvane/Src/PropertyTable.h"
 #include "Corvane/Src/RecordComparison.h"
 #include "Corvane/Src/Trace.h"
+#include "models/Plugin.h"
+#include "orm/storage.h"
 
 namespace NAMESPACE_Corvane {
 
@@ -117,47 +120,6 @@ PI::CEvent PlugEvent(const CFusionIOAdapter& adapter, PI::_EVENT_ID id, PI::_SEV
   return event;
 }
 
-// The plug-in object. Its one value that changes is the poll interval.
-
-template <const char* const& text>
-bool Constant(std::uint32_t&, PI::CProperty& property) {
-  property.SetValue(text);
-  return true;
-}
-
-constexpr const char* kPluginName = "SanDisk-Plugin";
-constexpr const char* kPluginVersion = "7.7.0";
-constexpr const char* kPluginVendor = "Skatra";
-constexpr const char* kVendorApiVersion = "3.16.0";
-
-bool UniqueID(std::uint32_t&, PI::CProperty& property) {
-  property.SetValue(boost::str(boost::format("Plugin:ID=%d") % kModuleNumber));
-  return true;
-}
-
-bool PollInterval(std::uint32_t& seconds, PI::CProperty& property) {
-  property.SetValue(static_cast<int>(seconds), 2, 255, 1);
-  return true;
-}
-
-using PluginRow = PropertyRow<std::uint32_t>;
-
-// In the order in which the host gets them.
-constexpr PluginRow kPluginProperties[] = {
-    PluginRow(Property::UNIQUE_ID, UniqueID).Hidden(),
-    PluginRow(Property::NAME, Constant<kPluginName>).Sort(23334),
-    PluginRow(Property::VERSION, Constant<kPluginVersion>).Sort(23339),
-    PluginRow(Property::VENDOR, Constant<kPluginVendor>).Sort(23338),
-    PluginRow(Property::VENDOR_API_VERSION, Constant<kVendorApiVersion>)
-        .Name(Property::VERSION)
-        .Sort(23339),
-    PluginRow(Property::POLL_INTERVAL, PollInterval).Writable().Sort(23335).Unit(PI::UNITS_SECONDS),
-};
-
-constexpr OperationRow kPluginOperations[] = {
-    {PI::OP_GET_EVENTS, 6, 1, 1, 1, false, 0, 1, 1},
-};
-
 }  // namespace
 
 // Start and stop.
@@ -231,6 +193,7 @@ unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs)
   TRACE(TRACE_RESULT, "ScanSystem() ret = %d m_PhysicalDrives=%d", scanned,
         m_PhysicalDrives.size());
   if (scanned != PI::SUCCESS || m_Adapters.empty()) {
+    DeleteObjectFromDatabase(m_Plugin);
     m_Adapters.clear();
     m_PhysicalDrives.clear();
     ++m_Plugin.m_ChangeCount;
@@ -241,7 +204,12 @@ unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs)
   for (CFusionIOAdapter& adapter : m_Adapters) {
     adapterIDs.push_back(AdapterIDOf(adapter));
     LinkToPlugin(adapter);
+    InsertObjectToDatabase(adapter);
+    for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) {
+      if (drive.m_SerialNumber == adapter.m_SerialNumber) InsertObjectToDatabase(drive);
+    }
   }
+  InsertObjectToDatabase(m_Plugin);
   return PI::SUCCESS;
 }
 
@@ -670,63 +638,85 @@ unsigned int IPLUGINAPI_IMPL::UpdateSystem(std::vector<CFusionIOAdapter>& adapte
                                            std::vector<CFusionIOPhysicalDrive>& drives) {
   TRACE(TRACE_ENTRY, "ENTER UpdateSystem for %d adapter, %d physicalDrives", adapters.size(),
         drives.size());
-  std::vector<PI::CEvent> events;
-  bool changed = UpdateAdapters(adapters, drives, events);
+  Difference difference;
+  UpdateAdapters(adapters, drives, difference);
   m_Plugin.m_Children.clear();
   for (CFusionIOAdapter& adapter : adapters) LinkToPlugin(adapter);
   // Element by element where both vectors have one, which leaves the flag histories in place.
   m_Adapters = adapters;
-  changed |= UpdateDrives(adapters, drives, events);
+  UpdateDrives(adapters, drives, difference);
   m_PhysicalDrives = drives;
-  if (!events.empty()) {
+  if (!difference.m_Events.empty()) {
     TRACED_GUARD(m_EventsLock);
-    m_Events.insert(m_Events.end(), events.begin(), events.end());
+    m_Events.insert(m_Events.end(), difference.m_Events.begin(), difference.m_Events.end());
   }
-  const unsigned int result = changed ? PI::SUCCESS : PI::ERR_GENERAL;
+  WriteRows(difference, drives);
+  const unsigned int result = difference.m_Any ? PI::SUCCESS : PI::ERR_GENERAL;
   TRACE(TRACE_ENTRY, "LEAVE UpdateSystem ret = %d", result);
   return result;
 }
 
-bool IPLUGINAPI_IMPL::UpdateAdapters(std::vector<CFusionIOAdapter>& scanned,
+void IPLUGINAPI_IMPL::UpdateAdapters(std::vector<CFusionIOAdapter>& scanned,
                                      std::vector<CFusionIOPhysicalDrive>& drives,
-                                     std::vector<PI::CEvent>& events) {
-  bool changed = false;
+                                     Difference& difference) {
   for (CFusionIOAdapter& adapter : scanned) {
     CFusionIOAdapter* stored = FindByCardIndex(m_Adapters, adapter.m_CardIndex);
     if (stored == nullptr) {
-      ++m_Plugin.m_ChangeCount;
-      events.push_back(PlugEvent(adapter, PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION));
-      const auto drive = std::find_if(drives.begin(), drives.end(), [&adapter](const auto& each) {
-        return each.m_SerialNumber == adapter.m_SerialNumber;
-      });
-      if (drive != drives.end()) drive->m_GlobalNumber = adapter.m_GlobalNumber;
-      changed = true;
+      AddAdapter(adapter, drives, difference);
     } else if (Differ(*stored, adapter)) {
-      stored->Update(adapter, events);
-      changed = true;
+      stored->Update(adapter, difference.m_Events);
+      // The stored one: its row stays one scan behind.
+      difference.m_ChangedAdapters.push_back(*stored);
+      difference.m_Any = true;
     }
   }
   for (const CFusionIOAdapter& stored : m_Adapters) {
     if (FindByCardIndex(scanned, stored.m_CardIndex) != nullptr) continue;
     ++m_Plugin.m_ChangeCount;
-    events.push_back(PlugEvent(stored, PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING));
-    changed = true;
+    difference.m_Events.push_back(
+        PlugEvent(stored, PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING));
+    difference.m_RemovedAdapters.push_back(stored);
+    difference.m_Any = true;
   }
-  return changed;
 }
 
-bool IPLUGINAPI_IMPL::UpdateDrives(std::vector<CFusionIOAdapter>& adapters,
+void IPLUGINAPI_IMPL::AddAdapter(const CFusionIOAdapter& adapter,
+                                 std::vector<CFusionIOPhysicalDrive>& drives,
+                                 Difference& difference) {
+  ++m_Plugin.m_ChangeCount;
+  difference.m_Events.push_back(
+      PlugEvent(adapter, PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION));
+  difference.m_AddedAdapters.push_back(adapter);
+  difference.m_Any = true;
+  const auto drive = std::find_if(drives.begin(), drives.end(), [&adapter](const auto& each) {
+    return each.m_SerialNumber == adapter.m_SerialNumber;
+  });
+  if (drive == drives.end()) return;
+  drive->m_GlobalNumber = adapter.m_GlobalNumber;
+  difference.m_AddedDrives.push_back(*drive);
+}
+
+void IPLUGINAPI_IMPL::UpdateDrives(std::vector<CFusionIOAdapter>& adapters,
                                    const std::vector<CFusionIOPhysicalDrive>& scanned,
-                                   std::vector<PI::CEvent>& events) {
-  bool changed = false;
+                                   Difference& difference) {
   for (const CFusionIOPhysicalDrive& drive : scanned) {
     CFusionIOPhysicalDrive* stored = FindByCardIndex(m_PhysicalDrives, drive.m_CardIndex);
     if (stored == nullptr || !Differ(*stored, drive)) continue;
     const CFusionIOAdapter* adapter = FindByCardIndex(adapters, stored->m_CardIndex);
-    if (adapter != nullptr) stored->Update(drive, *adapter, events);
-    changed = true;
+    if (adapter != nullptr) stored->Update(drive, *adapter, difference.m_Events);
+    difference.m_Any = true;
   }
-  return changed;
+}
+
+// A failure is traced and forgotten: rows may lag behind until the next change.
+void IPLUGINAPI_IMPL::WriteRows(Difference& difference,
+                                std::vector<CFusionIOPhysicalDrive>& drives) {
+  for (CFusionIOAdapter& adapter : difference.m_AddedAdapters) InsertObjectToDatabase(adapter);
+  for (CFusionIOAdapter& adapter : difference.m_ChangedAdapters) UpdateObjectInDatabase(adapter);
+  for (CFusionIOAdapter& adapter : difference.m_RemovedAdapters) DeleteObjectFromDatabase(adapter);
+  for (CFusionIOPhysicalDrive& drive : difference.m_AddedDrives) InsertObjectToDatabase(drive);
+  for (CFusionIOPhysicalDrive& drive : drives) UpdateObjectInDatabase(drive);
+  UpdateObjectInDatabase(m_Plugin);
 }
 
 // The tree.
@@ -819,6 +809,51 @@ unsigned int IPLUGINAPI_IMPL::GetEvents(CFusionIOPlugin&, PI::COperation& operat
   const unsigned int result = PI::SUCCESS;
   TRACE(TRACE_ENTRY, "LEAVE GetEvents() -> %d", result);
   return result;
+}
+
+unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(RaidDataModels::Plugin& row,
+                                                          CFusionIOPlugin& plugin) {
+  row = RaidDataModels::Plugin();
+  row.objectId = plugin.m_ID;
+  row.moduleId = UniqueIDText();
+  row.pluginName = kPluginName;
+  row.pluginVersion = kPluginVersion;
+  row.vendor = kPluginVendor;
+  row.apiVersion = kVendorApiVersion;
+  row.pollInterval = static_cast<int>(m_PollInterval);
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPlugin& plugin) {
+  try {
+    RaidDataModels::Plugin row;
+    SetDatabaseObjectProperties(row, plugin);
+    m_Database->insert(row);
+    TRACE(TRACE_DATABASE, "Plugin FusionIO inserted to db.");
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    TRACE(TRACE_DATABASE, "Plugin FusionIO inserted to db. (%s)", failure.what());
+    return PI::ERR_GENERAL;
+  }
+}
+
+// The plug-in's row stays as it was inserted.
+unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPlugin&) {
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOPlugin&) {
+  try {
+    using DatabaseORM::is_equal;
+    m_Database->remove_all<RaidDataModels::Plugin>(
+        DatabaseORM::where(is_equal(&RaidDataModels::Plugin::pluginName, kPluginName)));
+    TRACE(TRACE_DATABASE, "Plugin SanDisk removed from db.");
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    TRACE(TRACE_DATABASE, "Exception thrown during removing SanDisk plugin object from db. (%s)",
+          failure.what());
+    return PI::ERR_GENERAL;
+  }
 }
 
 // The jobs that take a card in or out.

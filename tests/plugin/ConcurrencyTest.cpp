@@ -11,6 +11,7 @@
 #include "host/Toolkit.h"
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
+#include "tests/support/RowHandles.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -112,7 +113,7 @@ class Traffic {
   void StopAndExpectNothingLeft() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
-    EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+    EXPECT_THAT(HandlesBesideRows(), IsEmpty());
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());
   }
 

@@ -8,6 +8,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
+#include "tests/support/RowHandles.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -374,7 +375,7 @@ void ExpectAGoodStart(SimulatedHost& host) {
   EXPECT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.m_AdapterIDs.size(), 1U);
   EXPECT_EQ(host.Topology().size(), 3U);
-  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(HandlesBesideRows(), IsEmpty());
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 

@@ -1,0 +1,41 @@
+// How long a card will last and how much of its rating is used, from what it tells of itself.
+#pragma once
+
+#include <boost/format.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/PluginInterface.h"
+#include "host/Toolkit.h"
+
+namespace NAMESPACE_Corvane {
+
+constexpr std::uint64_t kMsPerHour = 3600000;
+
+// Whole hours since a moment in milliseconds since the epoch.
+inline std::uint64_t HoursSince(std::uint64_t momentMs) {
+  return (MBX::Misc::now() - momentMs) / kMsPerHour;
+}
+
+// The day on which a card will be worn out, as year, month and day.
+inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWritten,
+                                 unsigned int usedPercent, std::uint32_t ratedTBytes) {
+  unsigned long remainingHours = 0;
+  PI::CPluginHelper::ComputeRemainingLifeTime(usedHours, bytesWritten, usedPercent, ratedTBytes,
+                                              remainingHours);
+  MBXX::CSystemDate_Lx date = {};
+  MBXX::CSystemTime_Lx::GetDate(MBX::Misc::now() + remainingHours * kMsPerHour, date);
+  return boost::str(boost::format("%4d-%02d-%02d") % date.m_Year % date.m_Month % date.m_Day);
+}
+
+// What was written as a percentage of the rating, which is in units of 2^40 bytes; above 100 for a
+// card beyond it. Nothing for a rating of 0, as if the card had none.
+inline std::optional<std::uint32_t> EndurancePercent(std::uint64_t bytesWritten,
+                                                     std::uint32_t ratedTBytes) {
+  const std::uint64_t ratedBytes = std::uint64_t{ratedTBytes} << 40U;
+  if (ratedBytes == 0) return std::nullopt;
+  return static_cast<std::uint32_t>(bytesWritten * 100 / ratedBytes);
+}
+
+}  // namespace NAMESPACE_Corvane
