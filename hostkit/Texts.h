@@ -23,6 +23,10 @@ HOST_API std::string NameOf(Family family, std::uint32_t number);
 // sentence with the places %1 and %2. Empty for a number outside the tables.
 HOST_API std::string CaptionOf(Family family, std::uint32_t number);
 
+// What a person can do about a reason that an adapter tells with its status, a sentence or two by
+// the number of the reason's value. Empty for a value that is no reason.
+HOST_API std::string AdviceOf(std::uint32_t value);
+
 // The number of a name, compared without case; 0 when there is none. A name that a property and a
 // short name share means the property.
 HOST_API std::uint32_t NumberOf(Family family, const std::string& name);

@@ -3,6 +3,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <locale>
 
+#include "hostkit/texts/AdviceTexts.h"
 #include "hostkit/texts/ErrorTexts.h"
 #include "hostkit/texts/EventTexts.h"
 #include "hostkit/texts/Names.h"
@@ -85,6 +86,10 @@ std::string CaptionOf(Family family, std::uint32_t number) {
       return TextOf(kValueTexts, number);
   }
   return "";
+}
+
+std::string AdviceOf(std::uint32_t value) {
+  return TextOf(kAdviceTexts, value);
 }
 
 std::uint32_t NumberOf(Family family, const std::string& name) {

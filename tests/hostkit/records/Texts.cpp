@@ -70,6 +70,32 @@ TEST(Texts, NoTwoNumbersOfAFamilyHaveTheSameCaption) {
   }
 }
 
+// What an adapter may tell as a reason: its error, warning and information bits, why it is in
+// minimal mode, why it writes slowly, and the states of the card.
+const std::uint32_t kReasons[] = {
+    40449, 40450, 40451, 40452, 40453, 40454, 40455, 40456, 40457, 40458, 40459, 40460, 40461,
+    40462, 40463, 40464, 40465, 40466, 40467, 40468, 40469, 40470, 40471, 40486, 40394, 40395,
+    40396, 40397, 40398, 40399, 40400, 40401, 40402, 40389, 40390, 40392, 40421, 40422, 40403,
+    40412, 40413, 40414, 40415, 40416, 40417, 40418, 40419, 40420, 40387, 40393, 40128};
+
+TEST(Advice, IsThereForEveryReasonAsASentence) {
+  EXPECT_EQ(std::size(kReasons), 51U);
+  for (const std::uint32_t reason : kReasons) {
+    const std::string advice = HostKit::AdviceOf(reason);
+    EXPECT_TRUE(EndsAsASentence(advice)) << reason << ' ' << HostKit::NameOf(Family::Value, reason);
+  }
+}
+
+TEST(Advice, IsForReasonsAlone) {
+  std::size_t advised = 0;
+  for (const Number& row : kNumbers) {
+    if (row.family == Family::Value && !HostKit::AdviceOf(row.number).empty()) ++advised;
+  }
+  EXPECT_EQ(advised, 51U);
+  EXPECT_EQ(HostKit::AdviceOf(PI::Value::OK), "");
+  EXPECT_EQ(HostKit::AdviceOf(49999), "");
+}
+
 struct LowNumber {
   Family family;
   std::uint32_t number;
