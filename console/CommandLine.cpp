@@ -24,7 +24,9 @@ struct Parsed {
 };
 
 // Options of some commands alone.
-const std::vector<std::string> kSpecial = {"--columns", "--long", "--follow", "--for"};
+const std::vector<std::string> kSpecial = {"--columns", "--long",     "--follow",     "--for",
+                                           "--yes",     "--confirm",  "--dry-run",    "--force",
+                                           "--timeout", "--capacity", "--sector-size"};
 
 void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_option("-o,--output", options.m_Form,
@@ -38,11 +40,28 @@ void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_flag("-H,--no-headings", options.m_NoHeadings, "No line with headings");
   app.add_flag("-l,--long", options.m_Long, "tree: also ids, reasons and sizes; -v does the same");
   app.add_flag("-f,--follow", options.m_Follow, "events: go on until Ctrl-C");
-  app.add_option("--for", options.m_For, "events: go on for 30s, 5m or 1h")->type_name("TIME");
+  app.add_option("--for", options.m_For, "events, watch, locate: go on for 30s, 5m or 1h")
+      ->type_name("TIME");
   app.add_flag("-q,--quiet", options.m_Quiet, "No notes on standard error, errors only");
   app.add_flag("-v,--verbose", options.m_Verbose, "More; also what the plug-in prints by itself");
   app.add_flag("--ascii", options.m_Ascii, "Plain characters only");
   app.add_option("--color", options.m_Colour, "auto, always or never")->type_name("WHEN");
+}
+
+void AddChangeOptions(CLI::App& app, Options& options) {
+  app.add_flag("-y,--yes", options.m_Yes, "Do it without a question; does not reach a format");
+  app.add_option("--confirm", options.m_Confirm, "format: the serial number, instead of a question")
+      ->type_name("SERIAL");
+  app.add_flag("--no-input", options.m_NoInput, "Never ask: what needs an answer is refused");
+  app.add_flag("-n,--dry-run", options.m_DryRun, "Say what would be changed, and change nothing");
+  app.add_flag("--force", options.m_Force, "detach: also when the card is in use");
+  app.add_option("--timeout", options.m_Timeout, "attach, detach (2m), wait: no longer than this")
+      ->type_name("TIME");
+  app.add_option("--capacity", options.m_Capacity,
+                 "format: maximum, factory, improved, high, or 10 to 100 per cent")
+      ->type_name("SIZE");
+  app.add_option("--sector-size", options.m_SectorSize, "format: bytes; as before if not given")
+      ->type_name("BYTES");
 }
 
 void AddPluginOptions(CLI::App& app, Options& options, Parsed& parsed) {
@@ -66,6 +85,7 @@ std::unique_ptr<CLI::App> MakeApp(Options& options, Parsed& parsed) {
   // So that a person can correct what an alias or a script has put in front.
   app->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   AddOutputOptions(*app, options);
+  AddChangeOptions(*app, options);
   AddPluginOptions(*app, options, parsed);
   return app;
 }

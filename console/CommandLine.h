@@ -27,6 +27,14 @@ struct Options {
   bool m_Long = false;
   bool m_Follow = false;
   std::string m_For;
+  std::string m_Timeout;
+  std::string m_Confirm;
+  std::string m_Capacity;
+  std::string m_SectorSize;
+  bool m_Yes = false;
+  bool m_NoInput = false;
+  bool m_DryRun = false;
+  bool m_Force = false;
   // Those options given that only some commands have, as "--long".
   std::set<std::string> m_Special;
 };

@@ -104,6 +104,17 @@ void Context::Emit(const Answer& answer, bool first) {
   m_Stream.Write(Render(answer, m_Form, style, Around(answer.m_Code)));
 }
 
+Interest Context::InReader() const {
+  Interest interest;
+  if (m_Stream.File() != nullptr) interest.m_Reader = fileno(m_Stream.File());
+  return interest;
+}
+
+bool Context::HasLostReader() const {
+  const int answer = InReader().m_Reader;
+  return answer >= 0 && Console::HasLostReader(answer);
+}
+
 Surroundings Context::Around(ExitCode code) const {
   return {m_Command, m_Plugin, m_Talk.Messages(), code};
 }

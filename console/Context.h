@@ -31,6 +31,11 @@ class Context {
 
   // Writes a part of the answer now, for a command that goes on.
   void Emit(const Answer& answer, bool first);
+  // Where the answer goes, for a screen.
+  const AnswerStream& Stream() const { return m_Stream; }
+  // Whether nobody reads the answer any more, and the interest that ends a wait at that moment.
+  bool HasLostReader() const;
+  Interest InReader() const;
   // What surrounds the answer so far.
   Surroundings Around(ExitCode code) const;
 

@@ -17,6 +17,7 @@ enum class ExitCode : int {
   Refused = 4,
   PluginUnfit = 5,  // not loaded, or not fit for this host
   Permission = 6,
+  TimedOut = 7,
   Stopped = 130
 };
 

@@ -27,6 +27,8 @@ class AnswerStream {
 
   // Columns of the terminal, 0 when it is none.
   std::size_t TerminalWidth() const;
+  // The stream itself, for a screen; null when there is none.
+  std::FILE* File() const { return m_File; }
   // Writes and flushes. Throws `Failure` when the text cannot be written.
   void Write(const std::string& text);
 

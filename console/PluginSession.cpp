@@ -19,8 +19,8 @@ void Bell::Ring() const {
   if (eventfd_write(m_Fd, 1) != 0) return;
 }
 
-bool Bell::Wait(std::chrono::milliseconds atMost) const {
-  if (!WaitReadable(m_Fd, atMost)) return false;
+bool Bell::Wait(std::chrono::milliseconds atMost, const Interest& also) const {
+  if (!WaitReadable(m_Fd, atMost, also)) return false;
   eventfd_t rings = 0;
   return eventfd_read(m_Fd, &rings) == 0;
 }
@@ -107,8 +107,8 @@ std::vector<PI::CEvent> PluginSession::CollectEvents() {
   return operation.m_Events;
 }
 
-bool PluginSession::WaitForNotification(std::chrono::milliseconds atMost) {
-  return m_Bell.Wait(atMost);
+bool PluginSession::WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) {
+  return m_Bell.Wait(atMost, also);
 }
 
 }  // namespace Console

@@ -18,7 +18,7 @@ class Bell {
 
   void Ring() const;
   // True when it rang; takes all rings so far.
-  bool Wait(std::chrono::milliseconds atMost) const;
+  bool Wait(std::chrono::milliseconds atMost, const Interest& also) const;
 
  private:
   const int m_Fd;
@@ -42,7 +42,8 @@ class PluginSession : public Session {
   std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) override;
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<PI::CEvent> CollectEvents() override;
-  bool WaitForNotification(std::chrono::milliseconds atMost) override;
+  using Session::WaitForNotification;
+  bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) override;
 
  private:
   void Start();

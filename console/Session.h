@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "console/Stop.h"
 #include "host/PluginInterface.h"
 
 namespace Console {
@@ -44,8 +45,12 @@ class Session {
 
   // Takes all events that wait in the plug-in; nobody else will see them.
   virtual std::vector<PI::CEvent> CollectEvents() = 0;
-  // Waits until the plug-in has something to collect; false when the time is over or a signal came.
-  virtual bool WaitForNotification(std::chrono::milliseconds atMost) = 0;
+  // Waits until the plug-in has something to collect; false when the time is over, a signal came or
+  // one of the other things has happened.
+  virtual bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) = 0;
+  bool WaitForNotification(std::chrono::milliseconds atMost) {
+    return WaitForNotification(atMost, Interest());
+  }
 };
 
 }  // namespace Console

@@ -44,10 +44,27 @@ void CheckStop() {
   if (g_Stop != 0) throw Stopped();
 }
 
-bool WaitReadable(int fd, std::chrono::milliseconds atMost) {
-  std::array<pollfd, 2> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0}};
+bool StopAsked() {
+  return g_Stop != 0;
+}
+
+bool WaitForStop(std::chrono::milliseconds atMost) {
+  pollfd wait = {g_StopFd, POLLIN, 0};
+  poll(&wait, 1, static_cast<int>(atMost.count()));
+  return StopAsked();
+}
+
+// A lost reader is told as an error, which needs no asking for.
+bool WaitReadable(int fd, std::chrono::milliseconds atMost, const Interest& also) {
+  std::array<pollfd, 4> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0},
+                                 pollfd{also.m_Readable, POLLIN, 0}, pollfd{also.m_Reader, 0, 0}};
   const int count = poll(waits.data(), waits.size(), static_cast<int>(atMost.count()));
-  return count > 0 && (waits[0].revents & POLLIN) != 0 && g_Stop == 0;
+  return count > 0 && (waits[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0 && g_Stop == 0;
+}
+
+bool HasLostReader(int fd) {
+  pollfd question = {fd, 0, 0};
+  return poll(&question, 1, 0) > 0 && (question.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 }  // namespace Console

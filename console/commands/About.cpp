@@ -15,10 +15,18 @@ std::string Synopsis(const Command& command) {
   return arguments.empty() ? command.m_Name : fmt::format("{} {}", command.m_Name, arguments);
 }
 
+// A long synopsis has a line of its own.
+std::string HelpLine(const std::string& synopsis, const char* summary) {
+  constexpr std::size_t kWidth = 22;
+  const bool fits = synopsis.size() < kWidth;
+  return fmt::format("  {}\n", fits ? fmt::format("{:<{}}{}", synopsis, kWidth, summary)
+                                    : fmt::format("{}\n  {:<{}}{}", synopsis, "", kWidth, summary));
+}
+
 std::string GeneralHelp() {
   std::string text = "Use: corvane-host [OPTIONS] COMMAND [ARGUMENTS]\n\nCommands:\n";
   for (const Command& command : AllCommands()) {
-    text += fmt::format("  {:<22}{}\n", Synopsis(command), command.m_Summary);
+    text += HelpLine(Synopsis(command), command.m_Summary);
   }
   text +=
       "\nObjects: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0,\n"

@@ -105,3 +105,45 @@ for edit in edits:
     assert not check.is_valid(d), f"accepted: {edit}"
 END
 }
+
+# For stories that change cards: a plug-in that looks often, and jobs that are soon done.
+make_haste() {
+  echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
+  local card job
+  for card in card0 card1; do
+    for job in attach_ms detach_ms format_ms; do cardsim set "$card" "$job" 200; done
+  done
+}
+
+# own NAME ARGUMENTS...: runs the host on cards of its own, NAME.json, so that stories run at once.
+own() {
+  local file="$BATS_FILE_TMPDIR/$1.json"
+  [ -e "$file" ] || cp "$CARDSIM_STATE" "$file"
+  corvane-host --simulate="$file" "${@:2}"
+}
+
+# card NAME ATTRIBUTE: of card0 in the cards of that name.
+card() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" get card0 "$2"; }
+
+# untouched NAME...: the cards of these names are what they were.
+untouched() {
+  local name
+  for name; do cmp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+}
+
+# answering NAME ANSWER ARGUMENTS...: on a terminal, with ANSWER typed once something is asked.
+answering() {
+  local file="$BATS_FILE_TMPDIR/$1.json"
+  cp -n "$CARDSIM_STATE" "$file"
+  {
+    until grep -q '\[y/N\]\|Type the serial' "$BATS_FILE_TMPDIR/$1.out" 2>/dev/null; do
+      sleep 0.1
+      [ $((waited += 1)) -lt 200 ] || exit 1
+    done
+    printf '%b' "$2"
+    sleep 0.3
+  } | TERM=xterm script -qefc "corvane-host --simulate=$file ${*:3}" /dev/null
+}
+
+# typed NAME: what the terminal showed, without its returns.
+typed() { out "$1" | tr -d '\r'; }

@@ -1,0 +1,136 @@
+#include "console/Condition.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
+#include <charconv>
+#include <cstring>
+#include <optional>
+
+#include "console/Failure.h"
+#include "console/Health.h"
+#include "console/PropertyName.h"
+#include "console/Vocabulary.h"
+
+namespace Console {
+namespace {
+
+struct Word {
+  const char* m_Word;
+  Presence m_Presence;
+  const char* m_Property;
+  const char* m_Value;  // null: one that is as good as it can be
+};
+
+constexpr Word kWords[] = {
+    {"attached", Presence::Required, "status_reasons", "ATTACHED"},
+    {"detached", Presence::Required, "status_reasons", "DETACHED"},
+    {"ok", Presence::Required, "status", nullptr},  // a drive that is well is available
+    {"warning", Presence::Required, "status", "WARNING"},
+    {"failed", Presence::Required, "status", "FAILED"},
+    {"gone", Presence::Gone, "", ""},
+    {"present", Presence::Present, "", ""},
+};
+
+constexpr const char* kWell = "is well";
+
+// The longer ones first.
+constexpr const char* kOperators[] = {"!=", "<=", ">=", "=", "<", ">"};
+
+std::optional<double> NumberOf(const std::string& text) {
+  double number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+bool IsOrder(const std::string& name) {
+  return name[0] == '<' || name[0] == '>';
+}
+
+bool Ordered(double left, const std::string& name, double right) {
+  if (name == "<") return left < right;
+  if (name == "<=") return left <= right;
+  if (name == ">") return left > right;
+  return left >= right;
+}
+
+// Of several values one is enough; numbers are the same however they are written.
+bool Same(const Value& value, const std::string& wanted) {
+  if (const auto* texts = std::get_if<std::vector<std::string>>(&value.m_Data)) {
+    return std::any_of(texts->begin(), texts->end(),
+                       [&](const std::string& text) { return boost::iequals(text, wanted); });
+  }
+  const std::string seen = BareText(value);
+  const auto left = NumberOf(seen), right = NumberOf(wanted);
+  if (left && right) return !(*left < *right) && !(*left > *right);
+  return boost::iequals(seen, wanted);
+}
+
+Value Read(const Object& object, const std::string& name) {
+  if (const Term* term = FindTerm(object.m_Kind, name)) return ReadTerm(object, *term);
+  const PropertyName property = ResolveProperty(object, name);
+  return ReadProperty(*object.Find(property.m_Number));
+}
+
+std::vector<std::string> Advice(const std::string& text) {
+  std::vector<std::string> words;
+  std::string all;
+  for (const Word& row : kWords) {
+    words.emplace_back(row.m_Word);
+    all += fmt::format("{}, ", row.m_Word);
+  }
+  std::vector<std::string> advice = DidYouMean(text, words);
+  advice.push_back(
+      fmt::format("It may be: {}or PROP=VALUE, PROP!=VALUE, PROP<NUMBER, PROP>NUMBER", all));
+  return advice;
+}
+
+}  // namespace
+
+Condition::Condition(const std::string& text) : m_Text(text) {
+  for (const Word& row : kWords) {
+    if (!boost::iequals(text, row.m_Word)) continue;
+    m_Presence = row.m_Presence;
+    m_Property = row.m_Property;
+    m_Operator = row.m_Value == nullptr ? kWell : "=";
+    m_Value = row.m_Value == nullptr ? "" : row.m_Value;
+    return;
+  }
+  const std::size_t at = text.find_first_of("!<>=");
+  for (const char* name : kOperators) {
+    if (at == 0 || at == std::string::npos || text.compare(at, std::strlen(name), name) != 0) {
+      continue;
+    }
+    m_Property = text.substr(0, at);
+    m_Operator = name;
+    m_Value = text.substr(at + m_Operator.size());
+    break;
+  }
+  if (m_Operator.empty())
+    throw UsageFailure(fmt::format("'{}' is no condition", text), Advice(text));
+  if (IsOrder(m_Operator) && !NumberOf(m_Value)) {
+    throw UsageFailure(fmt::format("'{}' is not a number", m_Value),
+                       {"For example: temperature_celsius<70"});
+  }
+}
+
+// What is unknown is no number, and nothing is told by comparing it.
+Condition::Outcome Condition::Check(const Object& object) const {
+  const Value value = Read(object, m_Property);
+  Outcome outcome{false, BareText(value)};
+  if (m_Operator == kWell) {
+    outcome.m_Holds = IsWell(value);
+  } else if (m_Operator == "=") {
+    outcome.m_Holds = Same(value, m_Value);
+  } else if (m_Operator == "!=") {
+    outcome.m_Holds = !Same(value, m_Value);
+  } else if (const auto seen = NumberOf(outcome.m_Seen)) {
+    outcome.m_Holds = Ordered(*seen, m_Operator, *NumberOf(m_Value));
+  }
+  return outcome;
+}
+
+}  // namespace Console

@@ -1,0 +1,67 @@
+#include "console/EventView.h"
+
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+struct Severity {
+  std::uint32_t m_Number;
+  const char* m_Name;
+  Tone m_Tone;
+};
+
+constexpr Severity kSeverities[] = {
+    {PI::SEVERITY_INFORMATION, "information", Tone::Plain},
+    {PI::SEVERITY_WARNING, "warning", Tone::Warning},
+    {PI::SEVERITY_ERROR, "error", Tone::Bad},
+};
+
+Severity SeverityOf(const PI::CEvent& event) {
+  for (const Severity& row : kSeverities) {
+    if (row.m_Number == event.m_Severity) return row;
+  }
+  return {event.m_Severity, "unknown", Tone::Plain};
+}
+
+}  // namespace
+
+const std::vector<Column>& EventColumns() {
+  static const std::vector<Column> columns = {
+      {"TIME", "time", false, false, 25},    {"SEVERITY", "severity", false, false, 11},
+      {"ID", "event_id", true, false, 5},    {"EVENT", "event", false, false, 36},
+      {"OBJECT", "object", false, false, 6}, {"TEXT", "text", false, false, 0},
+  };
+  return columns;
+}
+
+Row EventRow(const Model& model, const PI::CEvent& event) {
+  const Severity severity = SeverityOf(event);
+  return {{TextCell(TimeText(event.m_Time)),
+           {severity.m_Name, severity.m_Name, severity.m_Tone},
+           TextCell(std::to_string(event.m_EventID)),
+           TextCell(HostKit::NameOf(HostKit::Family::Event, event.m_EventID)),
+           TextCell(model.SelectorOf(event.m_ObjectID)),
+           TextCell(HostKit::MessageOf(event))},
+          std::nullopt};
+}
+
+Json EventJson(const Model& model, const PI::CEvent& event) {
+  Json json = {{"time", TimeText(event.m_Time)},
+               {"severity", SeverityOf(event).m_Name},
+               {"event_id", event.m_EventID},
+               {"event", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
+               {"id", IdText(event.m_ObjectID)}};
+  const Object* object = model.Find(event.m_ObjectID);
+  json["object"] = nullptr;
+  if (object != nullptr) json["object"] = object->m_Selector;
+  json["source"] = event.m_SourceName;
+  json["text"] = HostKit::MessageOf(event);
+  return json;
+}
+
+Tone EventTone(const PI::CEvent& event) {
+  return SeverityOf(event).m_Tone;
+}
+
+}  // namespace Console

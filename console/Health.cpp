@@ -1,0 +1,129 @@
+#include "console/Health.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+
+#include "console/Table.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+namespace V = PI::Value;
+using HostKit::Family;
+
+// Which terms tell how far it is; the limit's label stands before its value.
+struct Measurement {
+  std::int32_t m_Reason;
+  const char* m_Measured;
+  const char* m_Limit;  // or null
+};
+
+constexpr Measurement kMeasurements[] = {
+    {V::TEMPERATURE_ABOVE_WARN, "temperature_celsius", "temperature_warning_celsius"},
+    {V::TEMPERATURE_WRITE_REGULATION, "temperature_celsius", "temperature_warning_celsius"},
+    {V::TEMPERATURE_NEAR_ERROR, "temperature_celsius", "temperature_critical_celsius"},
+    {V::TEMPERATURE_ABOVE_ERROR, "temperature_celsius", "temperature_critical_celsius"},
+    {V::RESERVES_DEPLETED, "reserve_space_ratio", "reserve_space_warning_ratio"},
+    {V::NEAR_WEARING_OUT, "endurance_used_ratio", nullptr},
+    {V::LIFESPAN_WRITE_REGULATION, "endurance_used_ratio", nullptr},
+    {V::THROT_WEAROUT, "endurance_used_ratio", nullptr},
+    {V::POWER_WRITE_REGULATION, "slot_power_watts", "power_limit_watts"},
+    {V::PCI_OVERPOWER, "slot_power_watts", "power_limit_watts"},
+    {V::THROT_POWER, "slot_power_watts", "power_limit_watts"},
+    {V::THROT_POWER_LIMIT, "slot_power_watts", "power_limit_watts"},
+    {V::FIRMWARE_OUT_OF_DATE, "firmware_version", nullptr},
+    {V::DRIVER_OUT_OF_DATE, "driver_version", nullptr},
+};
+
+struct LimitLabel {
+  const char* m_Term;
+  const char* m_Label;
+};
+
+constexpr LimitLabel kLimitLabels[] = {
+    {"temperature_warning_celsius", "warning"},
+    {"temperature_critical_celsius", "highest"},
+    {"reserve_space_warning_ratio", "warning"},
+    {"power_limit_watts", "limit"},
+};
+
+Reading Read(const Object& object, const char* name) {
+  const Term* term = name == nullptr ? nullptr : FindTerm(object.m_Kind, name);
+  if (term == nullptr) return {};
+  const Value value = ReadTerm(object, *term);
+  if (!value.Known()) return {};
+  return {term, value};
+}
+
+Reason MakeReason(const Object& object, std::int32_t value) {
+  Reason reason;
+  reason.m_Number = static_cast<std::uint32_t>(value);
+  reason.m_Name = HostKit::NameOf(Family::Value, reason.m_Number);
+  if (reason.m_Name.empty()) reason.m_Name = fmt::format("{}", value);
+  reason.m_Caption = HostKit::CaptionOf(Family::Value, reason.m_Number);
+  if (reason.m_Caption.empty()) reason.m_Caption = reason.m_Name;
+  reason.m_Advice = HostKit::AdviceOf(reason.m_Number);
+  for (const Measurement& row : kMeasurements) {
+    if (row.m_Reason != value) continue;
+    reason.m_Measured = Read(object, row.m_Measured);
+    reason.m_Limit = Read(object, row.m_Limit);
+  }
+  return reason;
+}
+
+Value Known(const Object& object, const char* name) {
+  const Term* term = FindTerm(object.m_Kind, name);
+  return term == nullptr ? Value{} : ReadTerm(object, *term);
+}
+
+const char* LabelOf(const Term& limit) {
+  for (const LimitLabel& row : kLimitLabels) {
+    if (std::strcmp(row.m_Term, limit.m_Name) == 0) return row.m_Label;
+  }
+  return "limit";
+}
+
+}  // namespace
+
+Health HealthOf(const Object& object) {
+  Health health{Known(object, "status"), Known(object, "activity"), {}};
+  const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
+  if (reasons == nullptr || reasons->m_ValueType != PI::VALUE_TYPE_MULTI_CHOICE) return health;
+  for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
+    if (value != V::ATTACHED) health.m_Reasons.push_back(MakeReason(object, value));
+  }
+  return health;
+}
+
+bool IsWell(const Value& status) {
+  const std::string text = BareText(status);
+  return text == "OK" || text == "AVAILABLE";
+}
+
+std::string StatusText(const Value& status) {
+  return status.Known() ? ValueCell(status, false).m_Human : "unknown";
+}
+
+std::string ReasonText(const Reason& reason, bool ascii) {
+  std::string text = reason.m_Caption;
+  if (reason.m_Measured.m_Term != nullptr) {
+    text += fmt::format(": {}", HumanText(reason.m_Measured.m_Value, ascii));
+  }
+  if (reason.m_Limit.m_Term != nullptr) {
+    text += fmt::format("{} {} {}", reason.m_Measured.m_Term == nullptr ? ":" : ",",
+                        LabelOf(*reason.m_Limit.m_Term), HumanText(reason.m_Limit.m_Value, ascii));
+  }
+  return Printable(text);
+}
+
+std::string ReasonNames(const Health& health) {
+  std::string names;
+  for (const Reason& reason : health.m_Reasons) {
+    names += (names.empty() ? "" : ", ") + reason.m_Name;
+  }
+  return names;
+}
+
+}  // namespace Console

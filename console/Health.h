@@ -1,0 +1,48 @@
+// What is wrong with an object, why, and what to do: from its properties alone.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "console/Model.h"
+#include "console/Vocabulary.h"
+
+namespace Console {
+
+// A reading that tells more about a reason.
+struct Reading {
+  const Term* m_Term = nullptr;  // null: there is none
+  Value m_Value;
+};
+
+struct Reason {
+  std::uint32_t m_Number = 0;
+  std::string m_Name;     // the number for a value outside the vocabulary
+  std::string m_Caption;  // as the name where there is no caption
+  Reading m_Measured;
+  Reading m_Limit;
+  std::string m_Advice;  // empty: unknown
+};
+
+struct Health {
+  Value m_Status;
+  Value m_Activity;
+  std::vector<Reason> m_Reasons;  // without the one that says that all is as it should be
+};
+
+Health HealthOf(const Object& object);
+
+// Whether the status is as good as it can be; an unknown one is not.
+bool IsWell(const Value& status);
+
+// A status for people: what is well needs no shouting.
+std::string StatusText(const Value& status);
+
+// "Temperature above its warning level: 79 °C, warning 78 °C". Printable.
+std::string ReasonText(const Reason& reason, bool ascii);
+
+// All names of the reasons, with commas between; empty when there are none.
+std::string ReasonNames(const Health& health);
+
+}  // namespace Console

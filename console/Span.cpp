@@ -1,0 +1,42 @@
+#include "console/Span.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <cstdint>
+
+#include "console/Failure.h"
+
+namespace Console {
+namespace {
+
+struct TimeUnit {
+  const char* m_Symbol;
+  std::int64_t m_Milliseconds;
+};
+
+constexpr TimeUnit kTimeUnits[] = {
+    {"", 1000}, {"ms", 1}, {"s", 1000}, {"m", 60'000}, {"h", 3'600'000}};
+
+}  // namespace
+
+std::chrono::milliseconds ParseSpan(const char* option, const std::string& text) {
+  constexpr std::int64_t kLongest = 1'000'000;
+  std::int64_t number = -1;
+  const char* end = text.data() + text.size();
+  const char* stop = std::from_chars(text.data(), end, number).ptr;
+  for (const TimeUnit& unit : kTimeUnits) {
+    const bool fits = number >= 0 && number <= kLongest;
+    if (fits && std::string(stop, end) == unit.m_Symbol)
+      return std::chrono::milliseconds(number * unit.m_Milliseconds);
+  }
+  throw UsageFailure(fmt::format("{} cannot be '{}'", option, text), {"It may be 30s, 5m or 1h."});
+}
+
+std::string ElapsedText(std::chrono::milliseconds span) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(span).count();
+  if (seconds < 3600) return fmt::format("{}:{:02}", seconds / 60, seconds % 60);
+  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+}  // namespace Console

@@ -1,0 +1,15 @@
+// Spans of time as people write and read them.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace Console {
+
+// "30s", "5m", "1h", "200ms", or seconds without a unit. Throws `Failure` that names `option`.
+std::chrono::milliseconds ParseSpan(const char* option, const std::string& text);
+
+// "0:57", "12:03", "1:02:03"; parts of a second are left out.
+std::string ElapsedText(std::chrono::milliseconds span);
+
+}  // namespace Console

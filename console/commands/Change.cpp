@@ -1,0 +1,104 @@
+// locate, attach, detach, online and offline: what is done to a card and can be undone.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "console/Act.h"
+#include "console/Span.h"
+#include "console/Stop.h"
+#include "console/commands/All.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+Answer RunVerb(Context& context, std::uint32_t number) {
+  const OperationRow& row = *FindOperation(number);
+  TimeoutOf(context.m_Options);
+  const Model model = context.Objects();
+  const Object& object = SelectFor(model, context.m_Arguments[0], row);
+  return ChangeAnswer(context, object, number, Perform(context, model, object, row, true));
+}
+
+void RequireLight(const Object& adapter) {
+  const auto& operations = adapter.m_Operations;
+  if (std::any_of(operations.begin(), operations.end(), [](const PI::COperation& operation) {
+        return operation.m_OperationID == PI::OP_LOCATE_DEVICE;
+      })) {
+    return;
+  }
+  throw Failure(ExitCode::Refused, "NO_LIGHT", fmt::format("locating {}", adapter.m_Selector),
+                "it has no light that can be switched", {"Nothing was changed."});
+}
+
+bool ParseOn(const std::string& text) {
+  if (text == "on" || text == "off") return text == "on";
+  throw UsageFailure(fmt::format("'{}' is neither on nor off", text),
+                     {"For example: corvane-host locate a0 on --for 5m"});
+}
+
+// Waits with the light on, and switches it off whichever way the wait ends.
+Answer Blink(Context& context, const Model& model, const Object& adapter, milliseconds span) {
+  context.m_Talk.Note("LIGHT_ON", fmt::format("the light of {} is on for {}; Ctrl-C ends it sooner",
+                                              adapter.m_Selector, ElapsedText(span)));
+  const auto start = steady_clock::now();
+  const auto left = [&] {
+    return std::chrono::duration_cast<milliseconds>(start + span - steady_clock::now());
+  };
+  constexpr milliseconds kOneWait = std::chrono::hours(1);
+  while (!StopAsked() && left() > milliseconds(0)) WaitForStop(std::min(left(), kOneWait));
+  const OperationRow& off = *FindOperation(PI::OP_STOP_LOCATE_DEVICE);
+  Change change = Perform(context, model, adapter, off, true);
+  if (StopAsked()) {
+    context.m_Talk.Note("LIGHT_OFF", fmt::format("the light of {} is off", adapter.m_Selector));
+  }
+  CheckStop();
+  change.m_Elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
+  return ChangeAnswer(context, adapter, off.m_Number, change);
+}
+
+}  // namespace
+
+Answer RunLocate(Context& context) {
+  const Options& options = context.m_Options;
+  const bool on = ParseOn(context.m_Arguments[1]);
+  std::optional<milliseconds> span;
+  if (!options.m_For.empty()) span = ParseSpan("--for", options.m_For);
+  if (span && !on) throw UsageFailure("--for goes with on alone");
+  const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
+  const Model model = context.Objects();
+  const Object& adapter = SelectFor(model, context.m_Arguments[0], row);
+  RequireLight(adapter);
+  const Change change = Perform(context, model, adapter, row, true);
+  if (on && !options.m_DryRun) {
+    if (span) return Blink(context, model, adapter, *span);
+    context.m_Talk.Note(
+        "LIGHT_STAYS_ON",
+        "the light stays on only until a plug-in starts again, which every run of "
+        "this program does",
+        {fmt::format("To keep it on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
+  }
+  return ChangeAnswer(context, adapter, row.m_Number, change);
+}
+
+Answer RunAttach(Context& context) {
+  return RunVerb(context, PI::OP_ATTACH);
+}
+
+Answer RunDetach(Context& context) {
+  return RunVerb(context, context.m_Options.m_Force ? PI::OP_FORCE_DETACH : PI::OP_DETACH);
+}
+
+Answer RunOnline(Context& context) {
+  return RunVerb(context, PI::OP_MAKE_ONLINE);
+}
+
+Answer RunOffline(Context& context) {
+  return RunVerb(context, PI::OP_MAKE_OFFLINE);
+}
+
+}  // namespace Console

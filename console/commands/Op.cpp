@@ -1,0 +1,276 @@
+// op list, op check and op run: any operation, by the plug-in's own names.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+#include <charconv>
+#include <optional>
+
+#include "console/Act.h"
+#include "console/Consent.h"
+#include "console/Format.h"
+#include "console/Selectors.h"
+#include "console/commands/All.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+using HostKit::Family;
+
+// What is known of an operation that the plug-in lists, else the number alone.
+PI::COperation RecordOf(const Object& object, std::uint32_t number) {
+  for (const PI::COperation& listed : object.m_Operations) {
+    if (listed.m_OperationID == number) return listed;
+  }
+  PI::COperation operation;
+  operation.m_OperationID = number;
+  operation.m_NameID = number;
+  return operation;
+}
+
+struct Verdict {
+  std::uint32_t m_Error;
+
+  bool Possible() const { return m_Error == PI::SUCCESS; }
+  Json Error() const { return Possible() ? Json() : Json(m_Error); }
+  std::string Text() const {
+    if (Possible()) return "yes";
+    const std::string name = HostKit::NameOf(Family::Error, m_Error);
+    return name.empty() ? std::to_string(m_Error) : name;
+  }
+};
+
+Verdict Check(Session& session, const Object& object, std::uint32_t number) {
+  PI::COperation operation = RecordOf(object, number);
+  return {session.CheckOperation(object.m_ID, operation)};
+}
+
+Answer ListOperations(Context& context, const Object& object) {
+  Answer answer;
+  answer.m_Result = {{"object", object.m_Selector}, {"operations", Json::array()}};
+  answer.m_Table.m_Columns = {{"NUMBER", "number", true},
+                              {"NAME", "name", false},
+                              {"NOW", "possible", false},
+                              {"MEANING", "caption", false}};
+  for (const PI::COperation& listed : object.m_Operations) {
+    const std::uint32_t number = listed.m_OperationID;
+    const std::string caption = HostKit::CaptionOf(Family::Operation, number);
+    const Verdict verdict = Check(context.Open(), object, number);
+    answer.m_Result["operations"].push_back({{"number", number},
+                                             {"name", OperationName(number)},
+                                             {"caption", caption},
+                                             {"possible", verdict.Possible()},
+                                             {"error", verdict.Error()}});
+    answer.m_Table.m_Rows.push_back(
+        {{TextCell(std::to_string(number)), TextCell(OperationName(number)),
+          TextCell(verdict.Text()), TextCell(caption)},
+         std::nullopt});
+  }
+  if (answer.m_Table.m_Rows.empty()) {
+    context.m_Talk.Note("NO_OPERATIONS",
+                        fmt::format("the plug-in lists no operation of {}", object.m_Selector),
+                        {"Some can be asked for all the same, by name or number."});
+  }
+  return answer;
+}
+
+Answer CheckOperation(Context& context, const Object& object, std::uint32_t number) {
+  const OperationRow* row = FindOperation(number);
+  const Verdict verdict = Check(context.Open(), object, number);
+  Answer answer;
+  answer.m_Result = {{"object", object.m_Selector},
+                     {"operation", OperationName(number)},
+                     {"number", number},
+                     {"possible", verdict.Possible()},
+                     {"error", verdict.Error()}};
+  answer.m_Table.m_Columns = {
+      {"OBJECT", "object", false}, {"OPERATION", "operation", false}, {"NOW", "possible", false}};
+  answer.m_Table.m_Rows = {
+      {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(verdict.Text())},
+       std::nullopt}};
+  if (verdict.Possible()) return answer;
+  const std::string state =
+      row == nullptr ? "" : StateOf(context.Open(), object.m_ID, row->m_Aspect);
+  const Failure failure =
+      CheckFailure(fmt::format("{} for {}", OperationName(number), object.m_Selector), row, state,
+                   verdict.m_Error);
+  context.m_Talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+  answer.m_Code = failure.m_Code;
+  return answer;
+}
+
+struct Argument {
+  std::uint32_t m_Name;  // a property of the vocabulary
+  std::string m_Text;
+  std::string m_Value;
+};
+
+Argument ParseArgument(const std::string& text) {
+  const std::size_t sign = text.find('=');
+  if (sign == std::string::npos || sign == 0) {
+    throw UsageFailure(fmt::format("'{}' is not ARG=VALUE", text));
+  }
+  const std::string name = text.substr(0, sign);
+  const std::uint32_t number = HostKit::NumberOf(Family::Property, name);
+  if (number == 0) throw UsageFailure(fmt::format("there is no argument '{}'", name));
+  return {number, name, text.substr(sign + 1)};
+}
+
+std::optional<std::int32_t> AsNumber(const std::string& text) {
+  std::int32_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+[[noreturn]] void WrongValue(const Argument& argument, const std::string& allowed) {
+  throw UsageFailure(fmt::format("{} cannot be '{}'", argument.m_Text, argument.m_Value),
+                     {"It may be " + allowed + "."});
+}
+
+std::int32_t NumberWithin(const Argument& argument, std::int32_t least, std::int32_t most) {
+  const auto number = AsNumber(argument.m_Value);
+  if (number && *number >= least && *number <= most) return *number;
+  WrongValue(argument, fmt::format("{} to {}", least, most));
+}
+
+constexpr std::uint32_t kCapacities[] = {PI::Value::MAXIMUM_CAPACITY, PI::Value::FACTORY_CAPACITY,
+                                         PI::Value::IMPROVED_PERFORMANCE,
+                                         PI::Value::HIGH_PERFORMANCE, PI::Value::CUSTOM};
+
+std::int32_t CapacityOf(const Argument& argument) {
+  std::string names;
+  for (const std::uint32_t value : kCapacities) {
+    const std::string name = HostKit::NameOf(Family::Value, value);
+    if (boost::iequals(argument.m_Value, name) || argument.m_Value == std::to_string(value)) {
+      return static_cast<std::int32_t>(value);
+    }
+    names += (names.empty() ? "" : ", ") + name;
+  }
+  WrongValue(argument, names);
+}
+
+FormatWish WishOf(const std::vector<Argument>& arguments) {
+  constexpr std::int32_t kLargest = 1 << 30;
+  FormatWish wish;
+  for (const Argument& argument : arguments) {
+    switch (argument.m_Name) {
+      case PI::Property::FORMATTING:
+        wish.m_Capacity = CapacityOf(argument);
+        break;
+      case PI::Property::SIZE:
+        wish.m_Percent = NumberWithin(argument, 10, 100);
+        break;
+      case PI::Property::BLOCK_SIZE:
+        wish.m_SectorSize = static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargest));
+        break;
+      default:
+        throw UsageFailure(fmt::format("OP_FORMAT_DEVICE has no argument '{}'", argument.m_Text),
+                           {"It has FORMATTING, SIZE and BLOCK_SIZE."});
+    }
+  }
+  return wish;
+}
+
+// Whole numbers go as numbers, names of the vocabulary as choices, and all else as text.
+PI::CProperty Parameter(const Argument& argument) {
+  PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
+  parameter.m_NameID = argument.m_Name;
+  const std::uint32_t value = HostKit::NumberOf(Family::Value, argument.m_Value);
+  if (const auto number = AsNumber(argument.m_Value)) {
+    parameter.m_PropertyID = PI::Property::RANGE_PARAM;
+    parameter.SetValue(*number, *number, *number, 1);
+  } else if (value != 0) {
+    const auto choice = static_cast<int>(value);
+    parameter.SetValue(choice, {choice});
+  } else {
+    parameter.SetValue(argument.m_Value);
+  }
+  return parameter;
+}
+
+// An operation of which this host knows nothing: the plug-in's answer is all there is to tell.
+Answer RunUnknown(Context& context, const Model& model, const Object& object, std::uint32_t number,
+                  const std::vector<Argument>& arguments) {
+  const std::string what = fmt::format("{} for {}", OperationName(number), object.m_Selector);
+  PI::COperation operation = RecordOf(object, number);
+  for (const Argument& argument : arguments) operation.m_Properties.push_back(Parameter(argument));
+  const std::uint32_t refused = context.Open().CheckOperation(object.m_ID, operation);
+  if (refused != PI::SUCCESS) throw CheckFailure(what, nullptr, "", refused);
+  Change change;
+  if (context.m_Options.m_DryRun) return ChangeAnswer(context, object, number, change);
+  RequireYes(
+      context, what,
+      fmt::format("{}\nCarry out {}?", Printable(Described(model, object)), OperationName(number)));
+  const std::uint32_t result = context.Open().ExecuteOperation(object.m_ID, operation);
+  if (result != PI::SUCCESS) throw PluginFailure(what, result);
+  Answer answer = ChangeAnswer(context, object, number, change);
+  answer.m_Result["changed"] = true;
+  answer.m_Text = fmt::format("{}: {} was carried out\n", object.m_Selector, OperationName(number));
+  return answer;
+}
+
+Answer RunOperation(Context& context, const Model& model, const Object& object,
+                    std::uint32_t number, const std::vector<Argument>& arguments) {
+  if (number == PI::OP_GET_EVENTS) {
+    throw UsageFailure("events are not collected by op run", {"Use: corvane-host events"});
+  }
+  const OperationRow* row = FindOperation(number);
+  if (row == nullptr) return RunUnknown(context, model, object, number, arguments);
+  SelectFor(model, object.m_Selector, *row);
+  if (number == PI::OP_FORMAT_DEVICE) {
+    return FormatDrive(context, model, object, WishOf(arguments));
+  }
+  if (!arguments.empty()) {
+    throw UsageFailure(fmt::format("{} has no arguments", OperationName(number)));
+  }
+  return ChangeAnswer(context, object, number, Perform(context, model, object, *row, false));
+}
+
+struct Action {
+  const char* m_Name;
+  std::size_t m_Least;  // words after the action
+  std::size_t m_Most;
+  const char* m_Use;
+};
+
+constexpr Action kActions[] = {
+    {"list", 1, 1, "op list OBJ"},
+    {"check", 2, 2, "op check OBJ OP"},
+    {"run", 2, 1000, "op run OBJ OP [ARG=VALUE...]"},
+};
+
+const Action& ChooseAction(const std::vector<std::string>& words) {
+  std::vector<std::string> names;
+  for (const Action& action : kActions) {
+    names.emplace_back(action.m_Name);
+    if (words[0] != action.m_Name) continue;
+    const std::size_t count = words.size() - 1;
+    if (count >= action.m_Least && count <= action.m_Most) return action;
+    throw UsageFailure(fmt::format("op {} has too {} arguments", action.m_Name,
+                                   count < action.m_Least ? "few" : "many"),
+                       {fmt::format("Use: corvane-host {}", action.m_Use)});
+  }
+  throw UsageFailure(fmt::format("op has no '{}'", words[0]), DidYouMean(words[0], names));
+}
+
+}  // namespace
+
+Answer RunOp(Context& context) {
+  const std::vector<std::string>& words = context.m_Arguments;
+  const std::string action = ChooseAction(words).m_Name;
+  std::vector<Argument> arguments;
+  for (std::size_t i = 3; i < words.size(); ++i) arguments.push_back(ParseArgument(words[i]));
+  TimeoutOf(context.m_Options);
+  const Model model = context.Objects();
+  const Object& object = Select(model, words[1]);
+  if (action == "list") return ListOperations(context, object);
+  const std::uint32_t number = ResolveOperation(object, words[2]);
+  if (action == "check") return CheckOperation(context, object, number);
+  return RunOperation(context, model, object, number, arguments);
+}
+
+}  // namespace Console

@@ -1,0 +1,229 @@
+#!/usr/bin/env bats
+# The light of a card, attaching and detaching, and storage units on and off.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  make_haste
+  local detached="$BATS_FILE_TMPDIR/attach.json" name
+  cp "$CARDSIM_STATE" "$detached"
+  cardsim --state "$detached" set card0 iom_state 0
+  for name in yes no; do cp "$detached" "$BATS_FILE_TMPDIR/$name.json"; done
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/broken.json"
+  cardsim --state "$BATS_FILE_TMPDIR/broken.json" fail vsl_iom_detach_create --code 9
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/used.json"
+  cardsim --state "$BATS_FILE_TMPDIR/used.json" set card0 in_use true
+  cp "$BATS_FILE_TMPDIR/used.json" "$BATS_FILE_TMPDIR/force.json"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/dark.json"
+  cardsim --state "$BATS_FILE_TMPDIR/dark.json" set card0 beacon_state absent
+  cp "$BATS_FILE_TMPDIR/dark.json" "$BATS_FILE_TMPDIR/dark.before"
+
+  keep detach own detach detach a0 -y &
+  keep attach own attach attach a0 -y -o json &
+  keep already own already attach a0 -y &
+  keep dry own dry detach a0 --dry-run &
+  keep nobody own nobody detach a0 &
+  keep noinput answering noinput "" detach a0 --no-input &
+  wait
+  keep broken own broken detach a0 -y &
+  keep used own used detach a0 -y &
+  keep force own force detach a0 -y --force &
+  keep slow own slow detach a0 -y --timeout 1ms &
+  keep kind own kind detach a0/d0 -y &
+  keep lines own lines detach a0 -y -o jsonl &
+  wait
+  keep on own on locate a0 on &
+  keep off own off locate a0 off &
+  keep blink own blink locate a0 on --for 1s -o json &
+  keep dark own dark locate a0 on &
+  keep word own word locate a0 up &
+  keep stopped stopped own stopped locate a0 on --for 1h &
+  wait
+  keep offline own offline offline a0/d0 -y &
+  keep units own units offline a0/d0 &
+  keep yes answering yes 'y\n' attach a0 &
+  keep no answering no '\n' attach a0 &
+  keep halt answering halt '\003' detach a0 &
+  CORVANE_SYSFS="$BATS_FILE_TMPDIR/used" keep mounted mounted &
+  wait
+  keep online own offline online a0/d0 -y
+}
+
+# Asks a run to end as soon as it has switched the light on.
+stopped() {
+  local run
+  "$@" &
+  run=$!
+  until grep -q "the light of a0 is on" "$BATS_FILE_TMPDIR/stopped.err"; do sleep 0.1; done
+  card stopped beacon_state >"$BATS_FILE_TMPDIR/stopped.during"
+  kill -INT "$(pgrep -P "$run")"
+  wait "$run"
+}
+
+# A tree in which the file system of / lies on the card.
+mounted() {
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
+  cardsim --state "$BATS_FILE_TMPDIR/mounted.json" sysfs "$CORVANE_SYSFS"
+  local disk="$CORVANE_SYSFS/bus/pci/devices/0000:3b:02.1/block/fioa"
+  mkdir -p "$disk/holders/md7" "$CORVANE_SYSFS/block"
+  ln -s "$disk" "$CORVANE_SYSFS/block/fioa"
+  awk '$5 == "/" {print $3; exit}' /proc/self/mountinfo >"$disk/dev"
+  CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" corvane-host detach a0 -y
+}
+
+@test "a card is detached, and the host waits until it shows" {
+  ended detach 0
+  same "a0: attached -> detached" "$(out detach)"
+  same "Detaching a0 ..." "$(err detach)"
+  same 0 "$(card detach iom_state)"
+}
+
+@test "a card is attached, and a document tells of it" {
+  ended attach 0
+  valid attach
+  same '["a0", "OP_ATTACH", 50126, "detached", "attached", true, false]' \
+    "$(json attach '[d["result"][k] for k in ("object", "operation", "number", "before", "after", "changed", "dry_run")]')"
+  same 2 "$(card attach iom_state)"
+}
+
+@test "the schema refuses a change that is none" {
+  refused attach 'd["result"].pop("changed")' 'd["result"].update(before="up")' \
+    'd["result"].update(elapsed_seconds=-1)' 'd.update(command="set")' 'd.update(exit_code=9)' \
+    'd.update(result={"progress": {"object": "a0"}})'
+}
+
+@test "a card that is attached already is left alone" {
+  ended already 0
+  same "a0: attached, as before" "$(out already)"
+  silent already err
+  untouched already
+}
+
+@test "a dry run says what would be and changes nothing" {
+  ended dry 0
+  same "a0: attached -> detached
+Nothing was changed." "$(out dry)"
+  untouched dry
+}
+
+@test "without a yes nothing happens where nobody can be asked" {
+  local name
+  for name in nobody units; do
+    ended "$name" 4
+    silent "$name" out
+    said "$name" "  Say -y to do it without a question."
+  done
+  said nobody "corvane-host: detaching a0 failed: nobody can be asked here whether to do it"
+  ended noinput 4
+  typed noinput | grep -qx "  Nothing was changed."
+  untouched nobody units noinput
+}
+
+@test "a card that does not carry it out fails" {
+  ended broken 1
+  said broken "corvane-host: detaching a0 failed: the card did not carry it out"
+  same 2 "$(card broken iom_state)"
+}
+
+@test "a card in use is detached by force alone" {
+  ended used 1
+  said used "  A card that is in use is detached with: corvane-host detach a0 --force"
+  same 2 "$(card used iom_state)"
+  ended force 0
+  same "a0: attached -> detached" "$(out force)"
+  same 0 "$(card force iom_state)"
+}
+
+@test "a wait has an end" {
+  ended slow 7
+  silent slow out
+  said slow "corvane-host: detaching a0 failed: the plug-in did not show it as detached within 0.001 s"
+  said slow "  The card may still be at work: nothing was taken back."
+}
+
+@test "an object of another kind is told with the right one" {
+  ended kind 2
+  said kind "corvane-host: detaching a0/d0 failed: a0/d0 is no adapter"
+  said kind "  Did you mean 'a0'?"
+  untouched kind
+}
+
+@test "JSON lines tell of the beginning and the end" {
+  ended lines 0
+  valid lines:2
+  same "OP_DETACH" "$(out lines | head -1 | jq -r .result.progress.operation)"
+  same "detached" "$(out lines | tail -1 | jq -r .result.after)"
+}
+
+@test "a light that is switched on stays on, with a note" {
+  ended on 0
+  same "a0 light: off -> on" "$(out on)"
+  said on "  To keep it on: corvane-host locate a0 on --for 5m"
+  same true "$(card on beacon_state)"
+}
+
+@test "a light that is off already is left alone" {
+  ended off 0
+  same "a0 light: off, as before" "$(out off)"
+  untouched off
+}
+
+@test "a light is on for as long as asked" {
+  ended blink 0
+  valid blink
+  same '["on", "off"]' "$(json blink '[d["result"]["before"], d["result"]["after"]]')"
+  same true "$(json blink 'd["result"]["elapsed_seconds"] >= 1')"
+  untouched blink
+}
+
+@test "Ctrl-C switches the light off" {
+  ended stopped 130
+  same true "$(cat "$BATS_FILE_TMPDIR/stopped.during")"
+  said stopped "corvane-host: note: the light of a0 is off"
+  untouched stopped
+}
+
+@test "a card without a light is refused, and a wrong word is a usage error" {
+  ended dark 4
+  said dark "corvane-host: locating a0 failed: it has no light that can be switched"
+  cmp "$BATS_FILE_TMPDIR/dark.before" "$BATS_FILE_TMPDIR/dark.json"
+  ended word 2
+}
+
+@test "storage units go offline and online" {
+  ended offline 0
+  same "a0/d0: online -> offline" "$(out offline)"
+  ended online 0
+  same "a0/d0: offline -> online" "$(out online)"
+  untouched offline
+}
+
+@test "on a terminal a yes is asked for, and time is shown" {
+  ended yes 0
+  typed yes | grep -q "Attach the adapter? \[y/N\] y$"
+  typed yes | grep -q "Attaching a0 ... 0:00 gone"
+  typed yes | grep -qx "a0: detached -> attached"
+  same 2 "$(card yes iom_state)"
+}
+
+@test "anything but a yes is a no" {
+  ended no 4
+  typed no | grep -qx "corvane-host: attaching a0 failed: it was not wanted"
+  same 0 "$(card no iom_state)"
+}
+
+@test "Ctrl-C at the question changes nothing" {
+  ended halt 130
+  typed halt | grep -qx "corvane-host: detaching a0 failed: it was stopped by a signal"
+  untouched halt
+}
+
+@test "a card whose disk is mounted or held is not detached" {
+  ended mounted 4
+  said mounted "corvane-host: detaching a0 failed: it is in use: fioa is held by md7, fioa is mounted at /"
+  untouched mounted
+}

@@ -1,0 +1,142 @@
+#!/usr/bin/env bats
+# Formatting: what it takes, what it says, and what it leaves alone.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  make_haste
+  cardsim set card0 iom_format_max_size_bytes 1099511627776
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.json"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.before"
+  cardsim set card0 iom_state 0
+
+  keep dry own dry format a0/d0 -n --capacity 50 --sector-size 4096 &
+  keep dryjson own dryjson format a0/d0 -n --capacity maximum -o json &
+  keep refused own refused format a0/d0 &
+  keep yes own yes format a0/d0 -y &
+  keep wrong own wrong format a0/d0 --confirm S200 &
+  keep adapter own adapter format a0 --confirm S100 &
+  wait
+  keep capacity own capacity format a0/d0 --capacity maximun &
+  keep percent own percent format a0/d0 --capacity 9 &
+  keep sector own sector format a0/d0 --sector-size 4k &
+  keep confirm own confirm format a0/d0 --confirm S100 --capacity 50 --sector-size 4096 &
+  keep lines own lines format a0/d0 --confirm S100 --capacity high -o jsonl &
+  keep same own same format a0/d0 --confirm S100 --capacity 80 -o tsv &
+  wait
+  keep attached own attached format a0/d0 --confirm S100 &
+  keep odd own odd format a0/d0 --confirm S100 --sector-size 513 &
+  keep typed answering typed 'S100\n' format a0/d0 --capacity 50 &
+  keep mistyped answering mistyped 'S101\n' format a0/d0 &
+  keep enter answering enter '\n' format a0/d0 &
+  keep halt answering halt '\003' format a0/d0 &
+  wait
+}
+
+@test "a dry run prints the plan and changes nothing" {
+  ended dry 0
+  same "  Drive   a0/d0, DriveA (0), serial S100, slot 5, PCI 0000:3b:02.1
+  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B
+  ALL DATA ON THIS DRIVE WILL BE LOST. There is no way back.
+Nothing was changed." "$(out dry)"
+  ended dryjson 0
+  valid dryjson
+  same '["MAXIMUM_CAPACITY", null, 512, null, false, true]' \
+    "$(json dryjson '[d["result"]["planned"][k] for k in ("capacity", "capacity_ratio", "sector_size_bytes")] + [d["result"][k] for k in ("after", "changed", "dry_run")]')"
+  untouched dry dryjson
+}
+
+@test "the schema refuses a plan that is none" {
+  refused dryjson 'd["result"].pop("after")' 'd["result"]["planned"].pop("capacity")' \
+    'd["result"]["before"].update(sector_size_bytes="512")' 'd.update(command="attach")'
+}
+
+@test "without the serial number nothing happens, and -y is not enough" {
+  local name
+  for name in refused yes; do
+    ended "$name" 4
+    silent "$name" out
+    said "$name" "corvane-host: formatting a0/d0 failed: all data on the drive would be lost"
+    said "$name" "  Nothing was changed."
+  done
+  untouched refused yes
+}
+
+@test "another serial number is refused" {
+  ended wrong 4
+  said wrong "corvane-host: formatting a0/d0 failed: 'S200' is not its serial number"
+  untouched wrong
+}
+
+@test "wrong objects and values are usage errors" {
+  local name
+  for name in adapter capacity percent sector; do
+    ended "$name" 2
+    silent "$name" out
+  done
+  said adapter "  Did you mean 'a0/d0'?"
+  said capacity "  Did you mean 'maximum'?"
+  said sector "corvane-host: reading the command line failed: --sector-size cannot be '4k'"
+  untouched adapter
+}
+
+@test "with the serial number a drive is formatted, and the new size is shown" {
+  ended confirm 0
+  same "Done in 0:00. a0/d0: 512.0 GiB, 4096 B sectors." "$(out confirm)"
+  same "Formatting a0/d0 ..." "$(err confirm)"
+  same 549755813888 "$(card confirm iom_format_size_bytes)"
+  same 4096 "$(card confirm sector_size_bytes)"
+}
+
+@test "JSON lines tell of the beginning, and of before and after" {
+  ended lines 0
+  valid lines:2
+  same '{"object":"a0/d0","operation":"OP_FORMAT_DEVICE","elapsed_seconds":0}' \
+    "$(out lines | head -1 | jq -c '.result.progress | .elapsed_seconds |= floor')"
+  same '["HIGH_PERFORMANCE",0.8,512]' \
+    "$(out lines | tail -1 | jq -c '[.result.planned.capacity, .result.after.formatted_ratio, .result.after.sector_size_bytes]')"
+}
+
+@test "a format to what is there has a line for each property" {
+  ended same 0
+  same "object	property	before	after
+a0/d0	formatted_size_bytes	879608463360	879608463360
+a0/d0	formatted_ratio	0.8	0.8
+a0/d0	sector_size_bytes	512	512" "$(out same)"
+}
+
+@test "an attached card says what to do first" {
+  ended attached 1
+  silent attached out
+  said attached "corvane-host: formatting a0/d0 failed: the card did not carry it out (20003)"
+  said attached "  a0 is attached. Detach it first: corvane-host detach a0"
+  cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/attached.json"
+}
+
+@test "what the card does not take fails and changes nothing" {
+  ended odd 1
+  said odd "  Run it again with --trace 2,16 to see what the card library said."
+  untouched odd
+}
+
+@test "on a terminal the serial number is retyped, with the light blinking" {
+  ended typed 0
+  typed typed | grep -qx "  Where   the light of its card is blinking now"
+  typed typed | grep -q "Type the serial number to go on (Enter stops): S100$"
+  typed typed | grep -q "Formatting a0/d0 ... 0:00 gone"
+  typed typed | grep -qx "Done in 0:00. a0/d0: 512.0 GiB, 512 B sectors."
+  same false "$(card typed beacon_state)"
+}
+
+@test "a slip, an empty line and Ctrl-C change nothing, and the light is off again" {
+  ended mistyped 4
+  typed mistyped | grep -qx "corvane-host: formatting a0/d0 failed: 'S101' is not its serial number"
+  ended enter 4
+  ended halt 130
+  typed halt | grep -qx "  Nothing was changed."
+  untouched mistyped enter halt
+}

@@ -1,0 +1,102 @@
+#!/usr/bin/env bats
+# Any operation by the plug-in's own names and numbers.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  make_haste
+  keep list own list op list a0 -o tsv &
+  keep listjson own list op list a0 -o json &
+  keep drive own list op list a0/d0 -o json &
+  keep can own list op check a0 DETACH -o json &
+  keep cannot own list op check a0 50126 -o json &
+  keep light own light op run a0 locate_device &
+  wait
+  keep unlit own unlit op run a0 OP_STOP_LOCATE_DEVICE &
+  keep force own force op run a0 50128 -y &
+  keep nobody own nobody op run a0 op_force_detach &
+  keep plan own plan op run a0/d0 format_device FORMATTING=CUSTOM SIZE=50 BLOCK_SIZE=4096 -n &
+  keep severe own severe op run a0/d0 50026 -y &
+  keep unknown own unknown op run a0 60000 -y &
+  wait
+  keep name own list op check a0 ATTCH &
+  keep kind own list op run a0/d0 DETACH -y &
+  keep argument own list op run a0/d0 FORMAT_DEVICE SIZE=5 -n &
+  keep extra own list op run a0 DETACH SIZE=5 -n &
+  keep action own list op chek a0 DETACH &
+  keep few own list op check a0 &
+  wait
+}
+
+@test "the listed operations say whether they can be done now" {
+  same "number	name	possible	caption
+50034	OP_LOCATE_DEVICE	yes	Switch the locating light on
+50035	OP_STOP_LOCATE_DEVICE	ERR_NO_LOCATE_STARTED	Switch the locating light off
+50126	OP_ATTACH	ERR_GENERAL	Attach
+50127	OP_DETACH	yes	Detach" "$(out list)"
+  valid listjson drive
+  same '[[50034, null], [50035, 20041], [50126, 20000], [50127, null]]' \
+    "$(json listjson '[[o["number"], o["error"]] for o in d["result"]["operations"]]')"
+  same '[[], "NO_OPERATIONS"]' \
+    "$(json drive '[d["result"]["operations"], d["messages"][0]["id"]]')"
+}
+
+@test "a check tells what the plug-in says, and changes nothing" {
+  ended can 0
+  ended cannot 4
+  valid can cannot
+  same '["OP_DETACH", true, null]' \
+    "$(json can '[d["result"][k] for k in ("operation", "possible", "error")]')"
+  same '[4, false, 20000, "ERR_GENERAL"]' \
+    "$(json cannot '[d["exit_code"], d["result"]["possible"], d["result"]["error"], d["messages"][0]["id"]]')"
+  untouched list
+}
+
+@test "an operation is run by name and by number, the unlisted one too" {
+  ended light 0
+  same "a0 light: off -> on" "$(out light)"
+  ended force 0
+  same "a0: attached -> detached" "$(out force)"
+  same 0 "$(card force iom_state)"
+}
+
+@test "what the plug-in refuses is refused with its number" {
+  ended unlit 4
+  said unlit "corvane-host: switching off the light of a0 failed: its light is off already (20041)"
+  ended unknown 1
+  grep -q "^corvane-host: 60000 for a0 failed: .* (20005)$" "$BATS_FILE_TMPDIR/unknown.err"
+  untouched unlit unknown
+}
+
+@test "danger is the same whatever the way" {
+  ended nobody 4
+  ended severe 4
+  said severe "corvane-host: formatting a0/d0 failed: all data on the drive would be lost"
+  untouched nobody severe
+}
+
+@test "a format's arguments stand in its plan" {
+  ended plan 0
+  grep -qx "  Change  .* -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B" \
+    "$BATS_FILE_TMPDIR/plan.out"
+  untouched plan
+}
+
+@test "slips are usage errors with something better" {
+  local name
+  for name in name kind argument extra action few; do
+    echo "$name"
+    ended "$name" 2
+    silent "$name" out
+  done
+  said name "  Did you mean 'ATTACH'?"
+  said kind "  Did you mean 'a0'?"
+  said argument "  It may be 10 to 100."
+  said action "  Did you mean 'check'?"
+  said few "  Use: corvane-host op check OBJ OP"
+  untouched list
+}

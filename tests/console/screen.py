@@ -1,0 +1,148 @@
+#!/usr/bin/python3
+"""Runs a program on a terminal, presses keys, and tells what a person sees.
+
+Usage: screen.py ROWSxCOLUMNS STEP... -- COMMAND...
+
+Steps, in order:
+  see TEXT         wait until the text stands on the screen
+  gone TEXT        wait until it stands there no more
+  press KEYS       q, e, Enter, Up, Down, Escape, Ctrl-C
+  size ROWSxCOLS   change the terminal's size
+  run COMMAND      in a shell, beside it
+  coloured TEXT    whether it stands there in a colour of its own
+  uncoloured TEXT  whether it stands there in none
+  print            write the screen to standard output
+  ends CODE        wait until the program ends, with this exit code
+  raw TEXT         whether these bytes were sent so far: \\e is escape
+  never TEXT       the same, but they must not have been sent
+Ends with 0 when every step went well within its time.
+"""
+import codecs
+import fcntl
+import os
+import pty
+import select
+import signal
+import struct
+import subprocess
+import sys
+import termios
+import time
+
+import pyte
+
+PATIENCE = 15
+KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Escape": "\x1b", "Ctrl-C": "\x03"}
+
+
+class Terminal:
+    def __init__(self, size, command):
+        self.rows, self.columns = size
+        self.screen = pyte.Screen(self.columns, self.rows)
+        self.stream = pyte.ByteStream(self.screen)
+        self.sent = b""
+        self.status = None
+        self.pid, self.master = pty.fork()
+        if self.pid == 0:
+            os.execvp(command[0], command)
+        self.resize(size)
+
+    def resize(self, size):
+        rows, columns = size
+        fcntl.ioctl(self.master, termios.TIOCSWINSZ, struct.pack("HHHH", rows, columns, 0, 0))
+        self.screen.resize(rows, columns)
+
+    def modes(self):
+        flags = termios.tcgetattr(self.master)[3]
+        return bool(flags & termios.ECHO), bool(flags & termios.ICANON)
+
+    def take(self, seconds):
+        if not select.select([self.master], [], [], seconds)[0]:
+            return
+        try:
+            data = os.read(self.master, 65536)
+        except OSError:
+            time.sleep(seconds)
+            return
+        self.sent += data
+        self.stream.feed(data)
+
+    def until(self, what, holds):
+        end = time.monotonic() + PATIENCE
+        while not holds():
+            if time.monotonic() > end:
+                self.fail(what)
+            self.take(0.05)
+
+    def text(self):
+        return "\n".join(line.rstrip() for line in self.screen.display)
+
+    def is_coloured(self, text):
+        for row, line in enumerate(self.screen.display):
+            if text in line:
+                return self.screen.buffer[row][line.index(text)].fg != "default"
+        self.fail(f"there is no {text}")
+
+    def has_ended(self):
+        if self.status is None:
+            pid, status = os.waitpid(self.pid, os.WNOHANG)
+            if pid != 0:
+                self.status = os.waitstatus_to_exitcode(status)
+        return self.status is not None
+
+    def fail(self, what):
+        sys.stderr.write(f"failed: {what}\nthe screen is:\n{self.text()}\n")
+        if self.status is None:
+            os.kill(self.pid, signal.SIGKILL)
+        sys.exit(1)
+
+
+def size_of(text):
+    rows, columns = text.split("x")
+    return int(rows), int(columns)
+
+
+def play(terminal, steps):
+    modes = terminal.modes()
+    while steps:
+        verb = steps.pop(0)
+        if verb == "print":
+            print(terminal.text())
+            continue
+        argument = steps.pop(0)
+        told = f"{verb} {argument}"
+        if verb == "see":
+            terminal.until(told, lambda: argument in terminal.text())
+        elif verb == "gone":
+            terminal.until(told, lambda: argument not in terminal.text())
+        elif verb in ("coloured", "uncoloured"):
+            if terminal.is_coloured(argument) != (verb == "coloured"):
+                terminal.fail(told)
+        elif verb == "press":
+            os.write(terminal.master, KEYS.get(argument, argument).encode())
+        elif verb == "size":
+            terminal.resize(size_of(argument))
+        elif verb == "run":
+            subprocess.run(argument, shell=True, check=True, stdout=subprocess.DEVNULL)
+        elif verb == "ends":
+            terminal.until(told, terminal.has_ended)
+            terminal.take(0.2)
+            if terminal.status != int(argument):
+                terminal.fail(f"{told}: it ended with {terminal.status}")
+            if terminal.modes() != modes:
+                terminal.fail("the terminal's modes are not as they were")
+        elif verb in ("raw", "never"):
+            bytes_wanted = codecs.escape_decode(argument.replace("\\e", "\\x1b"))[0]
+            if (bytes_wanted in terminal.sent) != (verb == "raw"):
+                terminal.fail(told)
+        else:
+            terminal.fail(f"unknown step: {told}")
+
+
+def main():
+    split = sys.argv.index("--")
+    terminal = Terminal(size_of(sys.argv[1]), sys.argv[split + 1:])
+    play(terminal, sys.argv[2:split])
+
+
+main()

@@ -1,0 +1,188 @@
+#!/usr/bin/env bats
+# What is wrong with the cards, why, and what to do; and waiting until it is otherwise.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
+  local name
+  for name in sick soon event leave; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+  cards sick set card0 iom_state 0
+  cards sick set card1 temp_internal_deg_c 86.5
+  cards sick clear card1 TEMPERATURE_ABOVE_WARN
+  cards sick raise card1 TEMPERATURE_ABOVE_ERROR
+
+  keep all host status &
+  keep drive host status a0/d0 &
+  keep tsv host status a1 -o tsv -H &
+  keep json host status -o json &
+  keep lines host status -o jsonl &
+  keep ascii with sick status --ascii &
+  keep sickjson with sick status -o json &
+  keep none corvane-host status &
+  wait
+  keep already host wait a1 warning &
+  keep late host wait S100 'temperature_celsius<40' --timeout 1s &
+  keep latejson host wait a0 failed --timeout 0s -o json &
+  keep reason host wait a1 status_reasons=attached -o value &
+  keep lacking host wait a1 'temperature_celsius<400' --timeout 0s &
+  keep absent host wait a7 ok &
+  keep gone host wait a7 gone &
+  keep present host wait pci:0000:5e:00.0 present -o json &
+  keep word host wait a0 atached &
+  keep number host wait a0 'temperature_celsius>hot' &
+  keep property host wait a0 temperatur=4 &
+  wait
+  keep soon with soon wait S200 'status!=WARNING' --timeout 20s &
+  keep leave with leave wait a0 gone --timeout 20s &
+  after_a_while leave remove card0 &
+  stopped_wait &
+  after_a_while soon clear card1 TEMPERATURE_ABOVE_WARN &
+  keep follow one_event &
+  after_a_while event raise card0 CORRECTABLE_PCI_ERRORS &
+  wait
+}
+
+cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+
+# Once the plug-in has started.
+after_a_while() {
+  sleep 2
+  cards "$@"
+}
+
+one_event() {
+  SECONDS=0
+  with event events -f -o jsonl | head -n 1
+  local ends="${PIPESTATUS[*]}"
+  echo "$ends" >"$BATS_FILE_TMPDIR/follow.ends"
+  echo "$SECONDS" >"$BATS_FILE_TMPDIR/follow.seconds"
+}
+
+# Stopped as Ctrl-C does it, which a job in the background would not hear from the keyboard.
+stopped_wait() {
+  local code=0
+  corvane-host --simulate wait a0 detached >"$BATS_FILE_TMPDIR/stopped.out" \
+    2>"$BATS_FILE_TMPDIR/stopped.err" &
+  sleep 2
+  kill -TERM $!
+  wait $! || code=$?
+  echo "$code" >"$BATS_FILE_TMPDIR/stopped.rc"
+}
+
+@test "status says what is wrong, why, and what to do" {
+  ended all 0
+  silent all err
+  same "a0  ok
+a1  WARNING
+    why   Temperature above its warning level: warning 78 °C
+    do    Check fans and airflow around the card, or take load off it.
+    see   corvane-host explain TEMPERATURE_ABOVE_WARN" "$(out all)"
+}
+
+@test "a reason stands with what was measured and its limit" {
+  ended ascii 0
+  same "a0     WARNING
+    why   Detached
+    do    Attach the card to make its drive available to the system.
+    see   corvane-host explain DETACHED
+a1     FAILED
+    why   Temperature above its highest permitted value: 86 C, highest 85 C
+    do    Cool the card at once: take its load away, and repair fans and airflow.
+    see   corvane-host explain TEMPERATURE_ABOVE_ERROR
+a1/d0  FAILED
+    why   the plug-in tells no reason
+    see   corvane-host show a1/d0" "$(out ascii)"
+}
+
+@test "a drive that is asked for is told also when it is well" {
+  same "a0/d0  available" "$(out drive)"
+}
+
+@test "status for scripts has a line for each reason" {
+  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning level: warning 78 °C	Check fans and airflow around the card, or take load off it.
+a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
+}
+
+@test "status in JSON has the measured value, the limit and the advice" {
+  valid json sickjson lines:4
+  same '[["a0", true, []], ["a0/d0", true, []], ["a1", false, ["TEMPERATURE_ABOVE_WARN"]], ["a1/d0", true, []]]' \
+    "$(json json '[[o["object"], o["ok"], [r["name"] for r in o["reasons"]]] for o in d["result"]["objects"]]')"
+  same '[{"name": "temperature_celsius", "value": 86.5}, {"name": "temperature_critical_celsius", "value": 85.0}]' \
+    "$(json sickjson '[d["result"]["objects"][2]["reasons"][0][k] for k in ("measured", "limit")]')"
+}
+
+@test "a machine without cards has no status" {
+  ended none 0
+  silent none out
+}
+
+@test "what is so already needs no wait" {
+  ended already 0
+  silent already err
+  same "a1 warning: WARNING after 0.0 s" "$(out already)"
+  same "TEMPERATURE_ABOVE_WARN,ATTACHED" "$(out reason)"
+}
+
+@test "a wait ends when the plug-in has seen the change" {
+  ended soon 0
+  grep -qE '^a1 status!=WARNING: OK after [0-9.]+ s$' "$BATS_FILE_TMPDIR/soon.out"
+}
+
+@test "a card that is taken out is gone, although another one now has its place" {
+  ended leave 0
+  grep -qE '^a0 gone: gone after [1-9][0-9.]* s$|^a0 gone: gone after 0[.][1-9] s$' \
+    "$BATS_FILE_TMPDIR/leave.out"
+}
+
+@test "a wait that takes too long ends with 7 and says what it saw" {
+  ended late 7
+  silent late out
+  said late "corvane-host: waiting for a0 temperature_celsius<40 failed: after 1.0 s it was 48.2"
+  ended latejson 7
+  valid latejson
+  same '[7, "TIMED_OUT"]' "$(json latejson '[d["exit_code"], d["messages"][-1]["id"]]')"
+}
+
+@test "an unknown number is neither small nor large" {
+  ended lacking 7
+  said lacking "corvane-host: waiting for a1 temperature_celsius<400 failed: after 0.0 s it was -"
+}
+
+@test "no such object ends a wait, unless that is what is waited for" {
+  ended absent 3
+  said absent "corvane-host: finding 'a7' failed: there is no such object"
+  ended gone 0
+  same "a7 gone: gone after 0.0 s" "$(out gone)"
+  ended present 0
+  valid present
+  same '["a1", "present", "present"]' \
+    "$(json present '[d["result"][k] for k in ("object", "condition", "seen")]')"
+}
+
+@test "what is no condition is told before the plug-in is started" {
+  ended word 2
+  said word "  Did you mean 'attached'?"
+  ended number 2
+  said number "corvane-host: reading the command line failed: 'hot' is not a number"
+  ended property 2
+  said property "corvane-host: finding 'temperatur' failed: a0 has no such property"
+}
+
+@test "a wait that is stopped ends with 130 and says what it saw" {
+  ended stopped 130
+  said stopped "corvane-host: note: a0 was ATTACHED"
+}
+
+@test "events are followed as the worker finds them, and end with their reader" {
+  same "0 0" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
+  [ "$(cat "$BATS_FILE_TMPDIR/follow.seconds")" -le 8 ]
+  valid follow
+  same '[[10970, "CTRL_CORRECTABLE_PCI_ERRORS", "warning", "a0"]]' \
+    "$(json follow '[[e[k] for k in ("event_id", "event", "severity", "object")] for e in d["result"]["events"]]')"
+}

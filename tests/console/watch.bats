@@ -1,0 +1,110 @@
+#!/usr/bin/env bats
+# The live view: on a terminal as a person sees it, and as plain blocks without one.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
+  export TERM=xterm-256color
+  local name
+  for name in keys blocks lines; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+
+  keep keys screen 24x100 see "2 cards, 1 not ok" see "a1      MOLT EP PX600" \
+    run "cardsim --state $BATS_FILE_TMPDIR/keys.json raise card0 CORRECTABLE_PCI_ERRORS" \
+    see "2 not ok" see "warning      a0      CTRL_CORRECTABLE_PCI_ERRORS" \
+    press Enter see "temperature_celsius           48 °C" see "why   PCI errors corrected" \
+    press Escape see "EVENTS (1)" press Down press Down press Enter see "a1  0x0130" \
+    press e gone "a1  0x0130" see "EVENTS (1)" gone "a0/d0" \
+    size 12x60 press e see "a0/d0" see "RESERVE" print \
+    raw '\e[?1049h' never '\e[?1049l' press q ends 0 raw '\e[?1049l' \
+    -- corvane-host --simulate="$BATS_FILE_TMPDIR/keys.json" watch &
+  keep stop screen 24x80 see "EVENTS (0)" coloured "WARNING" press Ctrl-C ends 130 raw '\e[?1049l' \
+    -- corvane-host --simulate watch &
+  NO_COLOR=1 keep plain screen 24x80 see "EVENTS (0)" uncoloured "WARNING" press q ends 0 \
+    -- corvane-host --simulate watch &
+  keep ascii screen 24x80 see "EVENTS (0)" see "48 C" see " 97 % #####" press q ends 0 \
+    -- corvane-host --simulate watch --ascii --color never &
+  keep dumb env TERM=dumb script -qec "corvane-host --simulate watch --for 0s" /dev/null &
+  keep blocks with blocks watch --for 4s &
+  keep lines with lines watch --for 4s -o jsonl &
+  change_cards &
+  wait
+  keep reader one_block &
+  keep json host watch -o json &
+  wait
+}
+
+# Debian's interpreter, which has the terminal's model.
+screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
+with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+
+change_cards() {
+  sleep 2.5
+  local name
+  for name in blocks lines; do
+    cardsim --state "$BATS_FILE_TMPDIR/$name.json" raise card0 CORRECTABLE_PCI_ERRORS
+  done
+}
+
+one_block() {
+  corvane-host --simulate watch | head -n 2 | tail -n 1
+  echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/reader.ends"
+}
+
+@test "the screen shows cards and events, follows its keys and size, and gives the terminal back" {
+  ended keys 0 || { err keys; false; }
+  same 12 "$(out keys | wc -l)"
+  same 1 "$(out keys | grep -c '^a1      MOLT EP PX60 WARNING')"
+}
+
+@test "Ctrl-C ends it with 130 and gives the terminal back" {
+  ended stop 0 || { err stop; false; }
+}
+
+@test "NO_COLOR and --ascii are respected" {
+  ended plain 0 || { err plain; false; }
+  ended ascii 0 || { err ascii; false; }
+}
+
+@test "a dumb terminal gets plain blocks" {
+  ended dumb 0
+  grep -q '^OBJECT NAME' "$BATS_FILE_TMPDIR/dumb.out"
+  run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/dumb.out"
+}
+
+@test "without a terminal it writes a block for each change, with what has happened" {
+  ended blocks 0
+  silent blocks err
+  same "OBJECT NAME STATUS TEMP RESERVE USED REASONS
+a0 SanDisk BoardA (1) ok 48 °C 97 % 25 %
+a0/d0 DriveA (0) available
+a1 MOLT EP PX600 (2) WARNING - - 2 % TEMPERATURE_ABOVE_WARN
+a1/d0 MOLT EP PX600 2.6TB (0) available" "$(out blocks | sed -n -e '2,6s/  */ /gp')"
+  grep -q '^a0 .* WARNING .* CORRECTABLE_PCI_ERRORS$' "$BATS_FILE_TMPDIR/blocks.out"
+  same 1 "$(out blocks | grep -c 'warning .* 10970 CTRL_CORRECTABLE_PCI_ERRORS .* a0 ')"
+}
+
+@test "in JSON lines each change is a document, and each event is told once" {
+  ended lines 0
+  valid "lines:$(out lines | wc -l)"
+  same "CTRL_CORRECTABLE_PCI_ERRORS" "$(out lines | python3 -c '
+import json, sys
+for line in sys.stdin:
+    for event in json.loads(line)["result"]["events"]:
+        print(event["event"])')"
+}
+
+@test "a watch ends with its reader" {
+  same "0 0 0" "$(cat "$BATS_FILE_TMPDIR/reader.ends")"
+  grep -q '^OBJECT NAME' "$BATS_FILE_TMPDIR/reader.out"
+  silent reader err
+}
+
+@test "one document cannot hold what goes on" {
+  ended json 2
+  silent json out || same null "$(json json 'd["result"]')"
+}
