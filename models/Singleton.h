@@ -5,7 +5,7 @@
 
 // `Kind` derives from this, makes it a friend and its own constructor private.
 template <class Kind>
-class Singleton {
+class HOST_API Singleton {
  public:
   // Made at the first call; any thread may make it.
   static std::shared_ptr<Kind> instance() {

@@ -107,7 +107,7 @@ struct Faults {
 // destroyed open; nothing else may be left.
 void ExpectNothingLeft(const Faults& faults) {
   EXPECT_EQ(LocksHeld(), "");
-  EXPECT_LE(CardSim::OpenHandles().size(), faults.Count("vsl_destroy"));
+  EXPECT_LE(HandlesBesideRows().size(), faults.Count("vsl_destroy"));
   if (faults.Count("vsl_close") > 0) {
     EXPECT_THAT(CardSim::Misuse(), ElementsAre("vsl_destroy card#1: destroyed while open"));
   } else {

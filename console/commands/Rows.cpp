@@ -1,0 +1,119 @@
+// rows: what plug-ins have written into the host's database.
+#include <fmt/format.h>
+
+#include <array>
+#include <boost/algorithm/string.hpp>
+
+#include "console/Answer.h"
+#include "console/Context.h"
+#include "console/commands/All.h"
+#include "host/Database.h"
+#include "hostkit/Database.h"
+
+namespace Console {
+namespace {
+
+using HostKit::CellKind;
+using HostKit::RowTable;
+
+struct Source {
+  const char* m_Name;
+  HostKit::RowKind m_Kind;
+};
+
+constexpr std::array<Source, 3> kSources = {{{"adapter", HostKit::RowKind::Adapter},
+                                             {"drive", HostKit::RowKind::Drive},
+                                             {"plugin", HostKit::RowKind::Plugin}}};
+
+std::vector<Source> Wanted(const std::vector<std::string>& arguments) {
+  if (arguments.empty()) return {kSources.begin(), kSources.end()};
+  std::vector<std::string> names;
+  for (const Source& source : kSources) {
+    if (arguments[0] == source.m_Name) return {source};
+    names.emplace_back(source.m_Name);
+  }
+  std::vector<std::string> advice = DidYouMean(arguments[0], names);
+  advice.push_back(fmt::format("Tables: {}", boost::join(names, ", ")));
+  throw UsageFailure(fmt::format("there is no table '{}'", arguments[0]), advice);
+}
+
+RowTable Read(const Source& source) {
+  try {
+    return HostKit::ReadRows(source.m_Kind);
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    throw Failure(ExitCode::Failed, "DATABASE_FAILED", "reading the rows", failure.what(),
+                  {"The database is the file that CORVANE_DATABASE names."});
+  }
+}
+
+Json ListJson(const std::string& cell) {
+  if (cell.empty()) return Json::array();
+  std::vector<std::string> elements;
+  return boost::split(elements, cell, [](char letter) { return letter == '?'; });
+}
+
+// A whole number that a reader of JSON may cut stands a second time, as a text.
+void PutCell(Json& row, const HostKit::RowColumn& column, const std::string& cell) {
+  constexpr std::int64_t kExactInDouble = std::int64_t{1} << 53;
+  if (column.m_Kind == CellKind::Text) row[column.m_Name] = cell;
+  if (column.m_Kind == CellKind::List) row[column.m_Name] = ListJson(cell);
+  if (column.m_Kind == CellKind::Real) row[column.m_Name] = std::stod(cell);
+  if (column.m_Kind != CellKind::Integer) return;
+  const std::int64_t number = std::stoll(cell);
+  row[column.m_Name] = number;
+  if (number > kExactInDouble) row[column.m_Name + "_s"] = cell;
+}
+
+Json TableJson(const char* name, const RowTable& table) {
+  Json rows = Json::array();
+  for (const auto& cells : table.m_Rows) {
+    Json row = Json::object();
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+      if (cells[i]) PutCell(row, table.m_Columns[i], *cells[i]);
+    }
+    rows.push_back(row);
+  }
+  return {{"table", name}, {"name", table.m_Name}, {"count", table.m_Rows.size()}, {"rows", rows}};
+}
+
+// A line for each cell that is not NULL, the key in front of it.
+void AddCells(Table& into, const char* name, const RowTable& table) {
+  for (const auto& cells : table.m_Rows) {
+    const Cell key = TextCell(cells.front().value_or(""));
+    for (std::size_t i = 1; i < cells.size(); ++i) {
+      if (!cells[i]) continue;
+      into.m_Rows.push_back(
+          {{TextCell(name), key, TextCell(table.m_Columns[i].m_Name), TextCell(*cells[i])},
+           std::nullopt});
+    }
+  }
+}
+
+std::string CountLine(const char* name, const RowTable& table) {
+  const std::size_t count = table.m_Rows.size();
+  return fmt::format("{}: {} {} in {}\n", name, count, count == 1 ? "row" : "rows", table.m_Name);
+}
+
+}  // namespace
+
+Answer RunRows(Context& context) {
+  const std::vector<Source> wanted = Wanted(context.m_Arguments);
+  context.Open();
+  Answer answer;
+  answer.m_Result = {{"tables", Json::array()}};
+  answer.m_Table.m_Columns = {{"TABLE", "table", false},
+                              {"ID", "id", true},
+                              {"COLUMN", "column", false},
+                              {"VALUE", "value", false}};
+  std::string counts;
+  for (const Source& source : wanted) {
+    const RowTable table = Read(source);
+    answer.m_Result["tables"].push_back(TableJson(source.m_Name, table));
+    AddCells(answer.m_Table, source.m_Name, table);
+    counts += CountLine(source.m_Name, table);
+  }
+  answer.m_Text = counts + DrawTable(answer.m_Table, context.m_Style, false);
+  return answer;
+}
+
+}  // namespace Console

@@ -1,0 +1,76 @@
+#!/usr/bin/env bats
+# The rows that the plug-in writes into the host's database.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  cardsim remove card1
+  keep all host rows &
+  keep tsv host rows plugin -o tsv &
+  keep json host rows -o json &
+  keep wrong host rows drives -o json &
+  CORVANE_DATABASE=/proc/no-such-folder/rows.db keep broken host rows adapter -o json &
+  wait
+}
+
+@test "all rows are counted and shown without the columns that are NULL" {
+  ended all 0
+  same "adapter: 1 row in host_adapter_rows
+drive: 1 row in host_drive_rows
+plugin: 1 row in host_plugin_rows
+TABLE ID COLUMN VALUE
+adapter 1 ad_activity_names IDLE
+adapter 1 ad_status_reason_names ATTACHED
+adapter 1 ad_pci_bus 59
+adapter 1 ad_temperature 48" "$(out all | sed -e 's/  */ /g' -e 's/ $//' | head -8)"
+  same "plugin 1 pi_plugin_version 7.7.0" "$(out all | sed -e 's/  */ /g' | tail -1)"
+}
+
+@test "one table is shown alone, as tab-separated values" {
+  ended tsv 0
+  same "table	id	column	value
+plugin	1	pi_api_version	3.16.0
+plugin	1	pi_object_id	85568392920039424
+plugin	1	pi_plugin_name	SanDisk-Plugin
+plugin	1	pi_poll_interval	15
+plugin	1	pi_module_id	Plugin:ID=304
+plugin	1	pi_vendor	Skatra
+plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
+}
+
+@test "rows in JSON have numbers, texts and lists, and fit the schema" {
+  valid json
+  same '["adapter", "drive", "plugin"]' "$(json json '[t["table"] for t in d["result"]["tables"]]')"
+  same '[1, 1, 1]' "$(json json '[t["count"] for t in d["result"]["tables"]]')"
+  same '["S100", 48, ["ATTACHED"], [], 85568392920039425, "85568392920039425"]' \
+    "$(json json '[d["result"]["tables"][0]["rows"][0]["ad_" + k] for k in ("serial_number", "temperature", "status_reason_names", "foreign_configurations", "object_id", "object_id_s")]')"
+  same '[97.0, 1073741824.0]' \
+    "$(json json '[d["result"]["tables"][1]["rows"][0]["pd_" + k] for k in ("remaining_reserve", "bytes_written_ki_b")]')"
+  same false "$(json json '"ad_bios_version" in d["result"]["tables"][0]["rows"][0]')"
+}
+
+@test "the schema refuses other tables and columns" {
+  refused json 'd["result"]["tables"] = []' 'd["result"]["tables"][0]["table"] = "volume"' \
+    'd["result"]["tables"][0]["rows"][0]["ad_model"] = None' \
+    'd["result"]["tables"][0]["rows"][0]["model"] = "x"' \
+    'del d["result"]["tables"][0]["rows"][0]["ID"]'
+}
+
+@test "a table that is not there is refused with the names of the others" {
+  ended wrong 2
+  valid wrong
+  grep -q "there is no table 'drives'" "$BATS_FILE_TMPDIR/wrong.err"
+  grep -q "Tables: adapter, drive, plugin" "$BATS_FILE_TMPDIR/wrong.err"
+}
+
+@test "a database that cannot be read is a failure, and the plug-in starts all the same" {
+  ended broken 1
+  valid broken
+  same '["DATABASE_FAILED", "libCorvane.so"]' \
+    "$(json broken '[d["messages"][-1]["id"], d["plugin"]["file"].split("/")[-1]]')"
+  grep -q "unable to open database file" "$BATS_FILE_TMPDIR/broken.err"
+}

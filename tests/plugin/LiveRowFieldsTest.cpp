@@ -1,0 +1,260 @@
+// The fields of a drive's row that its card tells at the moment of the writing, the calls that this
+// takes, and those of an adapter's row, which come to nothing.
+
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+const Cells LIVE_COLUMNS = {
+    "pd_end_of_life_date=",         "pd_hours_of_use=",    "pd_rated_endurance_percent=",
+    "pd_remaining_reserve=",        "pd_bytes_read_ki_b=", "pd_bytes_written_ki_b=",
+    "pd_writes_remaining_percent=", "pd_write_throttling="};
+
+// The cells of the live columns.
+Cells LiveOf(const Cells& row) {
+  Cells live;
+  for (const std::string& cell : row) {
+    for (const std::string& column : LIVE_COLUMNS) {
+      if (cell.rfind(column, 0) == 0) live.push_back(cell);
+    }
+  }
+  return live;
+}
+
+struct Case {
+  const char* name;
+  Settings settings;
+  Cells live;
+};
+
+void PrintTo(const Case& each, std::ostream* out) {
+  *out << each.name;
+}
+
+std::string NameOfCase(const testing::TestParamInfo<Case>& info) {
+  return info.param.name;
+}
+
+class LiveRowFields : public testing::TestWithParam<Case> {};
+
+TEST_P(LiveRowFields, AreWhatTheCardTells) {
+  OneCard host(PlainCard());
+  const DatabaseLife database;
+  host.Set(GetParam().settings);
+  ASSERT_EQ(host.Initialize(), 0U);
+  ASSERT_THAT(DriveRows(), SizeIs(1));
+  EXPECT_THAT(LiveOf(DriveRows()[0]), ElementsAreArray(GetParam().live));
+  EXPECT_THAT(DriveRows()[0], IsSupersetOf({"pd_serial_number=S100", "pd_reserve_warning=12"}));
+}
+
+// In the order of the columns: end of life, hours, endurance, reserve, read, written, left,
+// throttling.
+Cells Live(const char* date, const char* hours, const char* endurance, const char* reserve,
+           const char* read, const char* written, const char* left, const char* throttling) {
+  const char* values[] = {date, hours, endurance, reserve, read, written, left, throttling};
+  Cells cells;
+  for (std::size_t i = 0; i < LIVE_COLUMNS.size(); ++i) {
+    if (values[i] != nullptr) cells.push_back(LIVE_COLUMNS[i] + values[i]);
+  }
+  return cells;
+}
+
+constexpr const char* READ = "2147483648";
+constexpr const char* WRITTEN = "10737418240.0";
+constexpr const char* NO_THROTTLING = "40252";
+
+// A fifth of the rating used up in 8760 hours leaves 35040 more, or 1460 days.
+INSTANTIATE_TEST_SUITE_P(
+    Present, LiveRowFields,
+    testing::Values(
+        Case{"AllOfThem",
+             {},
+             Live("2029-12-31", "8760", "10", "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
+        Case{"NoBytesRead",
+             {{"total_physical_bytes_read", "1023"}},
+             Live("2029-12-31", "8760", "10", "97.0", "0", WRITTEN, "80", NO_THROTTLING)},
+        // It is read without asking whether it is there.
+        Case{"NothingTellsOfReads",
+             {{"total_physical_bytes_read", nullptr}},
+             Live("2029-12-31", "8760", "10", "97.0", "0", WRITTEN, "80", NO_THROTTLING)},
+        // The hours run round, and their low 32 bits are kept.
+        Case{"FirstUsedInTheFuture",
+             {{"first_use_ts", "1798761600"}},
+             Live("9025-12-01", "199583142", "10", "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
+        // A double that prints as nothing is NULL.
+        Case{"NoBytesWritten",
+             {{"total_physical_bytes_written", "0"}},
+             Live("2029-12-31", "8760", "0", "97.0", READ, nullptr, "80", NO_THROTTLING)},
+        Case{"WornOut",
+             {{"rated_writes_remaining_percent", "0.0"}},
+             Live("2026-01-01", "8760", "10", "97.0", READ, WRITTEN, "0", NO_THROTTLING)},
+        Case{"WornOutAndMore",
+             {{"rated_writes_remaining_percent", "-5.9"}},
+             Live("2026-01-01", "8760", "10", "97.0", READ, WRITTEN, "-5", NO_THROTTLING)},
+        Case{
+            "BeyondTheRating",
+            {{"total_physical_bytes_written", "274877906944000"}},
+            Live("2026-01-01", "8760", "250", "97.0", READ, "268435456000.0", "80", NO_THROTTLING)},
+        // One byte below 1 %.
+        Case{"AlmostOnePercent",
+             {{"total_physical_bytes_written", "1099511627775"}},
+             Live("2029-12-31", "8760", "0", "97.0", READ, "1073741823.0", "80", NO_THROTTLING)},
+        Case{"OnePercent",
+             {{"total_physical_bytes_written", "1099511627776"}},
+             Live("2029-12-31", "8760", "1", "97.0", READ, "1073741824.0", "80", NO_THROTTLING)},
+        // No percentage of a rating of 0, and nothing else is missing.
+        Case{"RatingOfZero",
+             {{"rated_endurance_tbytes", "0"}},
+             Live("2029-12-31", "8760", nullptr, "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
+        Case{"NoReserve",
+             {{"reserve_space_pct", nullptr}},
+             Live("2029-12-31", "8760", "10", nullptr, READ, WRITTEN, "80", NO_THROTTLING)},
+        Case{"ReserveUsedUp",
+             {{"reserve_space_pct", "0.9"}},
+             Live("2029-12-31", "8760", "10", nullptr, READ, WRITTEN, "80", NO_THROTTLING)},
+        Case{"ReserveAboveItsRange",
+             {{"reserve_space_pct", "104.5"}},
+             Live("2029-12-31", "8760", "10", "104.0", READ, WRITTEN, "80", NO_THROTTLING)},
+        // 90 minutes before the first scan.
+        Case{"HoursCutToWholeOnes",
+             {{"first_use_ts", "1767220200"}},
+             Live("2026-01-01", "1", "10", "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
+        Case{"Throttled",
+             {{"write_throttling_state", "2"}},
+             Live("2029-12-31", "8760", "10", "97.0", READ, WRITTEN, "80", "40411")}),
+    NameOfCase);
+
+INSTANTIATE_TEST_SUITE_P(
+    Absent, LiveRowFields,
+    testing::Values(
+        Case{"NoFirstUse", {{"first_use_ts", nullptr}}, {}},
+        Case{"NoRating", {{"rated_endurance_tbytes", nullptr}}, {}},
+        Case{"NothingTellsOfWrites", {{"total_physical_bytes_written", nullptr}}, {}},
+        Case{"NothingTellsWhatIsLeft", {{"rated_writes_remaining_percent", nullptr}}, {}}),
+    NameOfCase);
+
+class RowCalls : public testing::Test {
+ protected:
+  // What the plug-in asks of the cards from its first scan's end to the end of its start.
+  Cells After(const Settings& more = {}) {
+    m_Host.Set(PlainCard());
+    m_Host.Set(more);
+    HostKit::SetTraceSink([](const HostKit::TraceLine& line) {
+      if (line.text == "LEAVE ScanSystem() -> 0") CardSim::Reset();
+    });
+    EXPECT_EQ(m_Host.Initialize(), 0U);
+    return CardSim::CallTexts();
+  }
+
+  OneCard m_Host;
+  DatabaseLife m_Database;
+};
+
+// An adapter's row asks nobody: every answer is no.
+const Cells OF_AN_ADAPTER = {
+    "vsl_has_rated_endurance_tbytes null", "vsl_has_total_physical_bytes_read null",
+    "vsl_has_total_physical_bytes_written null", "vsl_has_rated_endurance_tbytes null"};
+
+Cells operator+(Cells first, const Cells& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+TEST_F(RowCalls, NameTheCardAndLeaveItUnopened) {
+  EXPECT_THAT(
+      After(),
+      ElementsAreArray(
+          OF_AN_ADAPTER +
+          Cells{"vsl_iom_create_by_name /dev/fct0", "vsl_has_rated_endurance_tbytes card#1",
+                "vsl_has_total_physical_bytes_written card#1",
+                "vsl_has_rated_writes_remaining_percent card#1",
+                "vsl_total_physical_bytes_written card#1", "vsl_total_physical_bytes_read card#1",
+                "vsl_rated_endurance_tbytes card#1", "vsl_rated_writes_remaining_percent card#1",
+                "vsl_has_reserve_space_pct card#1", "vsl_reserve_space_pct card#1"}));
+}
+
+TEST_F(RowCalls, LeaveTheirHandleBehind) {
+  After();
+  EXPECT_THAT(CardSim::OpenHandles(), ElementsAre("card#1"));
+}
+
+TEST_F(RowCalls, StopAtTheFirstThingThatIsMissing) {
+  EXPECT_THAT(After({{"rated_endurance_tbytes", nullptr}}),
+              ElementsAreArray(OF_AN_ADAPTER + Cells{"vsl_iom_create_by_name /dev/fct0",
+                                                     "vsl_has_rated_endurance_tbytes card#1"}));
+}
+
+TEST_F(RowCalls, NameTheCardAlsoWithoutAFirstUse) {
+  EXPECT_THAT(
+      After({{"first_use_ts", nullptr}}),
+      ElementsAre("vsl_has_total_physical_bytes_read null",
+                  "vsl_has_total_physical_bytes_written null",
+                  "vsl_has_rated_endurance_tbytes null", "vsl_iom_create_by_name /dev/fct0"));
+}
+
+TEST_F(RowCalls, ReadNothingOfACardWithoutReserve) {
+  const Cells calls = After({{"reserve_space_pct", nullptr}});
+  EXPECT_THAT(calls, Contains("vsl_has_reserve_space_pct card#1"));
+  EXPECT_THAT(calls, Not(Contains("vsl_reserve_space_pct card#1")));
+}
+
+TEST_F(RowCalls, AreNoMisuse) {
+  After();
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+TEST_F(RowCalls, TellNothingOfAnAdapterThatNobodyAsked) {
+  m_Host.Set(PlainCard());
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(m_Host.Traces(16), Not(Contains(StartsWith("GetAdapterProperties"))));
+}
+
+TEST(CardThatCannotBeNamed, KeepsItsRowWithoutLiveFields) {
+  OneCard host(PlainCard());
+  const DatabaseLife database;
+  // The first naming is the scan's.
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "no luck");
+  ASSERT_EQ(host.Initialize(), 0U);
+  ASSERT_THAT(DriveRows(), SizeIs(1));
+  EXPECT_THAT(LiveOf(DriveRows()[0]), IsEmpty());
+  EXPECT_THAT(DriveRows()[0], Contains("pd_reserve_warning=12"));
+  EXPECT_EQ(host.Calls().back(), "vsl_iom_create_by_name /dev/fct0");
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+}
+
+TEST(LiveFieldsOverTime, AreReadAgainAtEachScan) {
+  OneCard host(PlainCard());
+  const DatabaseLife database;
+  host.WriteIni("PollInterval=255\n");
+  ASSERT_EQ(host.Start(), 0U);
+  host.Set({{"total_physical_bytes_read", "4096"}, {"reserve_space_pct", "50.0"}});
+  HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 7'500'000'000'000);
+  EXPECT_THAT(
+      LiveOf(DriveRows().at(0)),
+      IsSupersetOf({"pd_bytes_read_ki_b=4", "pd_remaining_reserve=50.0", "pd_hours_of_use=8762"}));
+}
+
+TEST(LiveFieldsOverTime, BecomeNullWhenTheCardTellsThemNoMore) {
+  OneCard host(PlainCard());
+  const DatabaseLife database;
+  host.WriteIni("PollInterval=2\n");
+  ASSERT_EQ(host.Start(), 0U);
+  ASSERT_THAT(LiveOf(DriveRows().at(0)), SizeIs(8));
+  host.Set({{"rated_endurance_tbytes", nullptr}});
+  HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 10'000'000'000);
+  EXPECT_THAT(LiveOf(DriveRows().at(0)), IsEmpty());
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

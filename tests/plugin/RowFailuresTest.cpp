@@ -1,0 +1,412 @@
+// A database that refuses: what is traced, and that nothing else is disturbed. And card strings
+// that break statements.
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+constexpr const char* DRIVE_INSERTED = "PD (Flash Adapter G2 (0)) inserted to db.";
+constexpr const char* DRIVE_UPDATED = "PD (Flash Adapter G2 (0)) updated in db.";
+constexpr const char* PLUGIN_INSERTED = "Plugin FusionIO inserted to db.";
+
+// " (Storage query exception thrown! (no luck))"
+std::string Because(const std::string& reason) {
+  return " (Storage query exception thrown! (" + reason + "))";
+}
+
+std::string BecauseOfTheKey(const std::string& reason) {
+  return " (Storage query exception thrown! Cannot read ID from database!" + Because(reason) + ")";
+}
+
+// Lets an action on a table fail from now on: "INSERT", "UPDATE" or "DELETE".
+void Refuse(const std::string& action, const std::string& table) {
+  Query("CREATE TRIGGER refusal BEFORE " + action + " ON " + table +
+        " BEGIN SELECT RAISE(ABORT, 'no luck'); END");
+}
+void RefuseNoMore() {
+  Query("DROP TRIGGER refusal");
+}
+
+class RowFailures : public Watched {
+ protected:
+  RowFailures() {
+    m_OnLine = [this](const std::string& line) {
+      if (line.rfind("128 ", 0) == 0) m_DatabaseLines.push_back(line.substr(4));
+    };
+  }
+  void TearDown() override { m_OnLine = nullptr; }
+
+  void Run(int cards = 1) {
+    AddCards(cards);
+    StartWatch();
+    m_DatabaseLines.clear();
+  }
+  void SetTemperature(const char* celsius) { Set("card0", "temp_internal_deg_c", celsius); }
+  void ScanOnce() {
+    m_DatabaseLines.clear();
+    AwaitScans();
+  }
+  std::string File() { return (m_Host.Folder() / "rows.db").string(); }
+
+  const DatabaseLife m_Database;
+  const std::string m_Number = NumberOf(3);
+  const std::string m_Adapter = "Adapter (SanDisk Flash Adapter 785GB (1)) (" + m_Number + ") ";
+  Cells m_DatabaseLines;
+};
+
+TEST_F(RowFailures, AnAdaptersInsertIsTracedAndTheOthersGoOn) {
+  AddCards(1);
+  Refuse("INSERT", ADAPTER_ROWS);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(m_Host.Traces(128),
+              ElementsAre("Storage query exception thrown during inserting Adapter () (" +
+                              m_Number + ") to db." + Because("no luck"),
+                          DRIVE_INSERTED, PLUGIN_INSERTED));
+  EXPECT_THAT(Counts(), ElementsAre("0", "1", "1"));
+  EXPECT_THAT(m_Host.Topology(), SizeIs(3));
+}
+
+TEST_F(RowFailures, ADrivesInsertIsTracedAndTheOthersGoOn) {
+  AddCards(1);
+  Refuse("INSERT", DRIVE_ROWS);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(m_Host.Traces(128),
+              ElementsAre("Adapter () (" + m_Number + ") inserted to db.",
+                          "Storage query exception thrown during inserting PD (Flash Adapter G2 "
+                          "(0)) to db." +
+                              Because("no luck"),
+                          PLUGIN_INSERTED));
+  EXPECT_THAT(Counts(), ElementsAre("1", "0", "1"));
+}
+
+TEST_F(RowFailures, ThePlugInsInsertIsTracedAndTheStartSucceeds) {
+  AddCards(1);
+  Refuse("INSERT", PLUGIN_ROWS);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_EQ(m_Host.Traces(128).back(), "Plugin FusionIO inserted to db." + Because("no luck"));
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "0"));
+}
+
+TEST_F(RowFailures, ThePlugInsDeletionIsTracedAndTheResultStays) {
+  AddCards(1);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  m_Host.DeInitialize();
+  m_Host.ForgetTraces();
+  Refuse("DELETE", PLUGIN_ROWS);
+  CardSim::FailCall("vsl_open", 1, 5, "no luck");
+  EXPECT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs), 20001U);
+  EXPECT_THAT(m_Host.Traces(128),
+              ElementsAre("Exception thrown during removing SanDisk plugin object from db." +
+                          Because("no luck")));
+  EXPECT_THAT(m_Host.Topology(), SizeIs(1));
+}
+
+TEST_F(RowFailures, AnAdaptersUpdateIsTracedAndMadeUpForAtTheNextChange) {
+  Run();
+  Refuse("UPDATE", ADAPTER_ROWS);
+  SetTemperature("60.0");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines,
+              ElementsAre("Storage query exception thrown during updating " + m_Adapter +
+                              "entry updated in db." + Because("no luck"),
+                          DRIVE_UPDATED));
+  RefuseNoMore();
+  SetTemperature("70.0");
+  ScanOnce();
+  EXPECT_THAT(Column(ADAPTER_ROWS, "ad_temperature"), ElementsAre("60"));
+}
+
+TEST_F(RowFailures, ADrivesUpdateIsTracedAndMadeUpForAtTheNextScan) {
+  Run();
+  Refuse("UPDATE", DRIVE_ROWS);
+  Set("card0", "sector_size_bytes", "4096");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines,
+              ElementsAre("Storage query exception thrown during updating PD (Flash Adapter G2 "
+                          "(0)) in db." +
+                          Because("no luck")));
+  RefuseNoMore();
+  ScanOnce();
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
+}
+
+TEST_F(RowFailures, AnAdaptersDeletionIsTracedAndItsRowStays) {
+  Run(2);
+  Refuse("DELETE", ADAPTER_ROWS);
+  Hide(0);
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, ElementsAre("Storage query exception thrown during removing " +
+                                               m_Adapter + "removed from db." + Because("no luck"),
+                                           DRIVE_UPDATED));
+  RefuseNoMore();
+  ScanOnce();
+  EXPECT_THAT(Counts(), ElementsAre("2", "2", "1"));
+  EXPECT_THAT(Events(), ElementsAre(StartsWith("11094 ")));
+}
+
+// The deletion changes how conditions are written, and must change it back when it fails.
+TEST_F(RowFailures, AfterADeletionTheNextRowsAreFoundAsBefore) {
+  Run(2);
+  Refuse("DELETE", ADAPTER_ROWS);
+  Hide(1);
+  ScanOnce();
+  RefuseNoMore();
+  SetTemperature("60.0");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, ElementsAre(m_Adapter + "entry updated in db.", DRIVE_UPDATED));
+}
+
+TEST_F(RowFailures, ShowNothingWhileTheirLevelIsOff) {
+  AddCards(1);
+  Refuse("INSERT", ADAPTER_ROWS);
+  HostKit::SetTraceMask(127);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(m_Host.Traces(128), IsEmpty());
+}
+
+TEST_F(RowFailures, OfADriveEndTheRowsForItsOtherAdapters) {
+  AddCards(2);
+  for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
+  Refuse("INSERT", DRIVE_ROWS);
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  // Four requests of a drive, each ended by its first row.
+  int failures = 0;
+  for (const std::string& line : m_Host.Traces(128))
+    failures += line.find("(no luck)") != line.npos;
+  EXPECT_EQ(failures, 4);
+}
+
+// Files that cannot be used at all, and what is said of them.
+struct FileCase {
+  const char* name;
+  const char* text;  // what the file holds, or null for a file that cannot be made
+  const char* reason;
+};
+
+void PrintTo(const FileCase& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class UnusableFile : public RowFailures, public testing::WithParamInterface<FileCase> {
+ protected:
+  void UseIt() {
+    const FileCase& each = GetParam();
+    if (each.text == nullptr) return DatabaseLife::Begin("/proc/no-such-folder/rows.db");
+    std::ofstream(File()) << std::string(1000, each.text[0]);
+    DatabaseLife::Begin(File());
+  }
+};
+
+TEST_P(UnusableFile, StopsNoStart) {
+  AddCards(1);
+  UseIt();
+  ASSERT_EQ(m_Host.Start(), 0U);
+  const std::string reason = BecauseOfTheKey(GetParam().reason);
+  EXPECT_THAT(m_Host.Traces(128),
+              ElementsAre("Storage query exception thrown during inserting Adapter () (" +
+                              m_Number + ") to db." + reason,
+                          "Storage query exception thrown during inserting PD (Flash Adapter G2 "
+                          "(0)) to db." +
+                              reason,
+                          "Plugin FusionIO inserted to db." + reason));
+  EXPECT_THAT(m_Host.Topology(), SizeIs(3));
+}
+
+TEST_P(UnusableFile, StopsNoScan) {
+  Run();
+  UseIt();
+  SetTemperature("60.0");
+  ScanOnce();
+  const std::string reason = Because(GetParam().reason);
+  EXPECT_THAT(m_DatabaseLines,
+              ElementsAre("Storage query exception thrown during updating " + m_Adapter +
+                              "entry updated in db." + reason,
+                          "Storage query exception thrown during updating PD (Flash Adapter G2 "
+                          "(0)) in db." +
+                              reason));
+  Hide(0);
+  ScanOnce();
+  EXPECT_THAT(Events(), ElementsAre(StartsWith("11094 ")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, UnusableFile,
+    testing::Values(FileCase{"Missing", nullptr, "unable to open database file"},
+                    FileCase{"NoDatabase", "x", "file is not a database"}),
+    [](const testing::TestParamInfo<FileCase>& each) { return std::string(each.param.name); });
+
+// Another program that is about to write: it holds the write lock of the write-ahead log, which is
+// byte 120 of the file beside it.
+class WriterElsewhere {
+ public:
+  explicit WriterElsewhere(const std::string& file) {
+    int ready[2];
+    if (pipe(ready) != 0) return;
+    const std::string shared = file + "-shm";
+    m_Process = fork();
+    if (m_Process == 0) Hold(shared.c_str(), ready[1]);
+    char answer = 0;
+    m_Holds = read(ready[0], &answer, 1) == 1 && answer == 'y';
+    close(ready[0]);
+    close(ready[1]);
+  }
+  ~WriterElsewhere() {
+    if (m_Process <= 0) return;
+    kill(m_Process, SIGKILL);
+    waitpid(m_Process, nullptr, 0);
+  }
+  WriterElsewhere(const WriterElsewhere&) = delete;
+  WriterElsewhere& operator=(const WriterElsewhere&) = delete;
+
+  bool Holds() const { return m_Holds; }
+
+ private:
+  [[noreturn]] static void Hold(const char* shared, int ready) {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 120;
+    lock.l_len = 1;
+    const int opened = open(shared, O_RDWR);
+    const bool held = opened >= 0 && fcntl(opened, F_SETLK, &lock) == 0;
+    if (write(ready, held ? "y" : "n", 1) == 1) pause();
+    _exit(0);
+  }
+
+  pid_t m_Process = -1;
+  bool m_Holds = false;
+};
+
+TEST_F(RowFailures, ALockedFileStopsNoScanAndIsWrittenAgainAfterwards) {
+  DatabaseLife::Begin(File());
+  Run();
+  {
+    const WriterElsewhere writer(File());
+    ASSERT_TRUE(writer.Holds());
+    Set("card0", "sector_size_bytes", "4096");
+    ScanOnce();
+  }
+  EXPECT_THAT(m_DatabaseLines, ElementsAre("Storage query exception thrown during updating PD "
+                                           "(Flash Adapter G2 (0)) in db." +
+                                           Because("database is locked")));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512"));
+  ScanOnce();
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
+}
+
+TEST_F(RowFailures, AFullFileStopsNoScan) {
+  Run();
+  Query("PRAGMA max_page_count = 1");
+  Set("card0", "product_name", std::string(6000, 'x'));
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("(database or disk is full)")));
+  Set("card0", "product_name", "Short");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, ElementsAre("PD (Short (0)) updated in db."));
+}
+
+TEST_F(RowFailures, AReadOnlyFileStopsNoScan) {
+  Run();
+  Query("PRAGMA query_only = 1");
+  Set("card0", "sector_size_bytes", "4096");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("(attempt to write a readonly database)")));
+}
+
+TEST_F(RowFailures, AFileThatIsTakenAwayComesBackEmpty) {
+  DatabaseLife::Begin(File());
+  Run();
+  std::filesystem::remove(File());
+  SetTemperature("60.0");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, IsEmpty());
+  EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
+  EXPECT_THAT(m_Host.Topology(), SizeIs(3));
+}
+
+// Card strings. The second card is an ordinary one.
+class CardStrings : public RowFailures {
+ protected:
+  void RunWith(const char* attribute, const std::string& text) {
+    AddCards(2);
+    Set("card0", attribute, text);
+    StartWatch();
+  }
+  // The second card's rows and the plug-in's are whole.
+  void ExpectTheOthers(const Cells& adapters, const Cells& drives) {
+    EXPECT_EQ(Column(ADAPTER_ROWS, "ad_serial_number"), adapters);
+    EXPECT_EQ(Column(DRIVE_ROWS, "pd_serial_number"), drives);
+    EXPECT_THAT(Column(PLUGIN_ROWS, "pi_plugin_name"), ElementsAre("SanDisk-Plugin"));
+  }
+};
+
+TEST_F(CardStrings, ADoubleQuoteKeepsTheRowsOfItsCardOut) {
+  RunWith("serial_number", "S\"1");
+  ExpectTheOthers({"FA00000002"}, {"FA00000002"});
+  EXPECT_THAT(m_Host.Traces(128),
+              ElementsAre(HasSubstr("during inserting Adapter () (" + m_Number + ") to db. ("),
+                          HasSubstr("during inserting PD (Flash Adapter G2 (0)) to db. ("),
+                          HasSubstr("Adapter () ("), DRIVE_INSERTED, PLUGIN_INSERTED));
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED));
+}
+
+TEST_F(CardStrings, ASingleQuoteKeepsTheDrivesRowFromBeingFound) {
+  RunWith("serial_number", "S'1");
+  ExpectTheOthers({"S'1", "FA00000002"}, {"S'1", "FA00000002"});
+  Set("card0", "sector_size_bytes", "4096");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines,
+              ElementsAre(StartsWith("Storage query exception thrown during updating PD (Flash "
+                                     "Adapter G2 (0)) in db. (Storage query exception thrown! ("),
+                          DRIVE_UPDATED));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512", "512"));
+}
+
+TEST_F(CardStrings, AQuestionMarkIsATextLikeAnother) {
+  RunWith("serial_number", "S?1");
+  ScanOnce();
+  ExpectTheOthers({"S?1", "FA00000002"}, {"S?1", "FA00000002"});
+  EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED, DRIVE_UPDATED));
+}
+
+TEST_F(CardStrings, TheWordNullIsNullAndNotFoundAgain) {
+  RunWith("serial_number", "NULL");
+  ScanOnce();
+  ExpectTheOthers({"NULL", "FA00000002"}, {"NULL", "FA00000002"});
+  EXPECT_THAT(Query("SELECT COUNT(*) FROM host_drive_rows WHERE pd_serial_number IS NULL"),
+              ElementsAre("1"));
+  EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED));
+}
+
+TEST_F(CardStrings, TheNameOfAColumnIsItsValueAtTheNextUpdate) {
+  RunWith("product_name", "pd_vendor");
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_product"), ElementsAre("pd_vendor", "Flash Adapter G2"));
+  ScanOnce();
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_product"), ElementsAre("SanDisk", "Flash Adapter G2"));
+  ExpectTheOthers({"FA00000001", "FA00000002"}, {"FA00000001", "FA00000002"});
+}
+
+TEST_F(CardStrings, ADriversQuoteShowsInTheRowsThatBearIt) {
+  RunWith("driver_version", "3.4 \"beta\"");
+  ExpectTheOthers({"FA00000002"}, {"FA00000001", "FA00000002"});
+}
+
+}  // namespace
+}  // namespace CorvaneTest

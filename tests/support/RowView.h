@@ -1,0 +1,130 @@
+// What a running plug-in has written into the host's database, row by row.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "hostkit/Database.h"
+#include "models/Adapter.h"
+#include "models/PD.h"
+#include "models/Plugin.h"
+#include "orm/storage.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+
+using Cells = std::vector<std::string>;
+
+inline constexpr const char* ADAPTER_ROWS = "host_adapter_rows";
+inline constexpr const char* DRIVE_ROWS = "host_drive_rows";
+inline constexpr const char* PLUGIN_ROWS = "host_plugin_rows";
+
+// All cells that an SQL statement gives, without regard to the plug-in.
+inline Cells Query(const std::string& sql) {
+  return getDatabasePointer()->dao->query(sql);
+}
+
+// Names of the columns in their order.
+template <class Model>
+Cells ColumnsOf() {
+  const auto map = DatabaseORM::find_map<Model>(getDatabasePointer()->modelMaps);
+  Cells names(static_cast<std::size_t>(map->columnCount));
+  DatabaseORM::for_each_field(*map, [&names](const auto& field) {
+    names.at(static_cast<std::size_t>(field.index)) = field.name;
+  });
+  return names;
+}
+
+// The cells "column=value" of each row by its key, without those that are NULL.
+template <class Model>
+std::vector<Cells> RowsOf(const char* table) {
+  const Cells cells = Query(std::string("SELECT * FROM ") + table + " ORDER BY ID");
+  const Cells columns = ColumnsOf<Model>();
+  std::vector<Cells> rows(cells.size() / columns.size());
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    if (cells[i] == "NULL") continue;
+    rows[i / columns.size()].push_back(columns[i % columns.size()] + "=" + cells[i]);
+  }
+  return rows;
+}
+
+inline std::vector<Cells> AdapterRows() {
+  return RowsOf<RaidDataModels::Adapter>(ADAPTER_ROWS);
+}
+inline std::vector<Cells> DriveRows() {
+  return RowsOf<RaidDataModels::PD>(DRIVE_ROWS);
+}
+inline std::vector<Cells> PluginRows() {
+  return RowsOf<RaidDataModels::Plugin>(PLUGIN_ROWS);
+}
+
+// One column of all rows, by their keys.
+inline Cells Column(const char* table, const std::string& column) {
+  return Query("SELECT " + column + " FROM " + table + " ORDER BY ID");
+}
+
+// Rows of the three tables, adapters first.
+inline Cells Counts() {
+  Cells counts;
+  for (const char* table : {ADAPTER_ROWS, DRIVE_ROWS, PLUGIN_ROWS}) {
+    counts.push_back(Query(std::string("SELECT COUNT(*) FROM ") + table).at(0));
+  }
+  return counts;
+}
+
+// A life of the host's database, beside the cards and the plug-in of a test: in memory, or in a
+// file of the test's folder.
+class DatabaseLife {
+ public:
+  DatabaseLife() { Begin(":memory:"); }
+  ~DatabaseLife() { Begin(":memory:"); }
+  DatabaseLife(const DatabaseLife&) = delete;
+  DatabaseLife& operator=(const DatabaseLife&) = delete;
+
+  static void Begin(const std::string& file) {
+    setenv("CORVANE_DATABASE", file.c_str(), 1);
+    HostKit::ReopenDatabase();
+  }
+};
+
+// The number under which the host knows the adapter at that place of the PCI bus; simulated cards
+// stand on the buses 3, 4, ... by themselves.
+inline std::string NumberOf(std::uint32_t bus, std::uint32_t device = 0,
+                            std::uint32_t function = 0) {
+  PI::CGlobalAdapterID id;
+  id.m_HostName = "localhost";
+  id.m_Segment = 0;
+  id.m_Bus = bus;
+  id.m_Device = device;
+  id.m_Function = function;
+  id.GenerateUniqueAdapterNumber();
+  return std::to_string(id.GetGlobalAdapterNumber());
+}
+
+// One card with values that are easy to tell apart, of the older family, a year old and well.
+inline Settings PlainCard() {
+  return {{"serial_number", "S100"},
+          {"board_name", "BoardA"},
+          {"product_name", "DriveA"},
+          {"pci_bus", "59"},
+          {"pci_device", "2"},
+          {"pci_function", "1"},
+          {"temp_internal_deg_c", "48.9"},
+          {"factory_size_bytes", "1099511627776"},
+          {"size_bytes", "879609302220"},
+          {"iom_format_max_size_bytes", "1099511627776"},
+          {"overformat_size_bytes", "2199023255552"},
+          {"sector_size_bytes", "4096"},
+          {"first_use_ts", "1735689600"},  // 2025-01-01, a year before the tests' time
+          {"rated_endurance_tbytes", "100"},
+          {"rated_writes_remaining_percent", "80.9"},
+          {"total_physical_bytes_written", "10995116277760"},
+          {"total_physical_bytes_read", "2199023255552"},
+          {"reserve_space_pct", "97.9"},
+          {"reserve_warning_threshold_percent", "12.7"}};
+}
+
+}  // namespace CorvaneTest
