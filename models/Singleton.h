@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include "host/Visibility.h"
+
 // `Kind` derives from this, makes it a friend and its own constructor private.
 template <class Kind>
 class HOST_API Singleton {
