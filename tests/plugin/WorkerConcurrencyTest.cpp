@@ -12,6 +12,7 @@
 #include "host/Toolkit.h"
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
+#include "tests/support/HostThread.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -27,37 +28,6 @@ constexpr std::uint64_t SECOND = 0x0130000000000003;
 
 constexpr std::uint64_t SEEDS = 300;
 constexpr int NATIVE_RUNS = 10;
-
-// A thread of the host, waited for at the end of the scope.
-class HostThread {
- public:
-  explicit HostThread(std::function<void()> body) : m_Body(std::move(body)) {
-    EXPECT_EQ(m_Thread.Create(Delegate(this, &HostThread::Run), false), 1);
-  }
-  ~HostThread() { m_Thread.Wait(MBX::Threading::WAIT_INFINITE); }
-  HostThread(const HostThread&) = delete;
-  HostThread& operator=(const HostThread&) = delete;
-
- private:
-  using Delegate = MBX::Delegates_and_Calls::TDelegateR0<HostThread, unsigned int>;
-
-  unsigned int Run() {
-    m_Body();
-    return 1;
-  }
-
-  const std::function<void()> m_Body;
-  MBX::Threading::CThread m_Thread;
-};
-
-// Native threads in virtual time, or the schedule of a seed.
-using Schedule = std::optional<std::uint64_t>;
-constexpr Schedule NATIVE = std::nullopt;
-
-std::function<void()> TimeOf(Schedule schedule) {
-  if (!schedule) return HostKit::UseVirtualTime;
-  return [seed = *schedule] { HostKit::UseSeededSchedule(seed); };
-}
 
 void InManySchedules(void (*story)(Schedule)) {
   for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
