@@ -3,30 +3,12 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <cstring>
-#include <new>
 
 #include "Corvane/Src/Corvane.h"
 #include "host/Toolkit.h"
 #include "hostkit/Inspect.h"
 #include "tests/support/SimulatedHost.h"
-
-namespace {
-
-std::atomic<bool> g_NoMemory{false};
-
-}  // namespace
-
-// Stands in front of the library's: the only way to run out of memory on demand.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  if (g_NoMemory) return nullptr;
-  try {
-    return ::operator new(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
 
 namespace CorvaneTest {
 namespace {
@@ -40,13 +22,6 @@ class EntryPoints : public testing::Test {
   // Brings the kit and the folders; makes no plug-in of its own.
   SimulatedHost m_Host;
 };
-
-unsigned int CreateWithoutMemory(IPLUGINAPI** instance) {
-  g_NoMemory = true;
-  const unsigned int result = createIf(instance);
-  g_NoMemory = false;
-  return result;
-}
 
 TEST_F(EntryPoints, CreateMakesThePluginAndPublishesIt) {
   EXPECT_EQ(Global(), nullptr);
@@ -80,35 +55,6 @@ TEST_F(EntryPoints, CreateOverwritesWhateverThePointerHeld) {
   const void* garbage = &stranger;
   std::memcpy(&plugin, &garbage, sizeof plugin);
   ASSERT_EQ(createIf(&plugin), 0U);
-  EXPECT_EQ(Global(), plugin);
-  releaseIf(&plugin);
-}
-
-TEST_F(EntryPoints, CreateWithoutMemoryMakesNothing) {
-  int stranger = 0;
-  IPLUGINAPI* plugin = nullptr;
-  const void* garbage = &stranger;
-  std::memcpy(&plugin, &garbage, sizeof plugin);
-  EXPECT_EQ(CreateWithoutMemory(&plugin), 20007U);
-  EXPECT_EQ(plugin, nullptr);
-  EXPECT_EQ(Global(), nullptr);
-  EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
-}
-
-TEST_F(EntryPoints, CreateWithoutMemoryLeavesAnEarlierPluginPublished) {
-  IPLUGINAPI* first = nullptr;
-  ASSERT_EQ(createIf(&first), 0U);
-  IPLUGINAPI* second = first;
-  EXPECT_EQ(CreateWithoutMemory(&second), 20007U);
-  EXPECT_EQ(second, nullptr);
-  EXPECT_EQ(Global(), first);
-  releaseIf(&first);
-}
-
-TEST_F(EntryPoints, CreateWorksAgainAfterTheMemoryIsBack) {
-  IPLUGINAPI* plugin = nullptr;
-  ASSERT_EQ(CreateWithoutMemory(&plugin), 20007U);
-  EXPECT_EQ(createIf(&plugin), 0U);
   EXPECT_EQ(Global(), plugin);
   releaseIf(&plugin);
 }

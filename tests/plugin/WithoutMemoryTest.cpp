@@ -1,0 +1,78 @@
+// createIf when there is no memory for the plug-in.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <new>
+
+#include "Corvane/Src/Corvane.h"
+#include "hostkit/Inspect.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace {
+
+std::atomic<bool> g_NoMemory{false};
+
+}  // namespace
+
+// Stands in front of the library's: the only way to run out of memory on demand.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  if (g_NoMemory) return nullptr;
+  try {
+    return ::operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
+
+class WithoutMemory : public testing::Test {
+ protected:
+  static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
+
+  // Brings the kit and the folders; makes no plug-in of its own.
+  SimulatedHost m_Host;
+};
+
+unsigned int CreateWithoutMemory(IPLUGINAPI** instance) {
+  g_NoMemory = true;
+  const unsigned int result = createIf(instance);
+  g_NoMemory = false;
+  return result;
+}
+
+TEST_F(WithoutMemory, CreateWithoutMemoryMakesNothing) {
+  int stranger = 0;
+  IPLUGINAPI* plugin = nullptr;
+  const void* garbage = &stranger;
+  std::memcpy(&plugin, &garbage, sizeof plugin);
+  EXPECT_EQ(CreateWithoutMemory(&plugin), 20007U);
+  EXPECT_EQ(plugin, nullptr);
+  EXPECT_EQ(Global(), nullptr);
+  EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
+}
+
+TEST_F(WithoutMemory, CreateWithoutMemoryLeavesAnEarlierPluginPublished) {
+  IPLUGINAPI* first = nullptr;
+  ASSERT_EQ(createIf(&first), 0U);
+  IPLUGINAPI* second = first;
+  EXPECT_EQ(CreateWithoutMemory(&second), 20007U);
+  EXPECT_EQ(second, nullptr);
+  EXPECT_EQ(Global(), first);
+  releaseIf(&first);
+}
+
+TEST_F(WithoutMemory, CreateWorksAgainAfterTheMemoryIsBack) {
+  IPLUGINAPI* plugin = nullptr;
+  ASSERT_EQ(CreateWithoutMemory(&plugin), 20007U);
+  EXPECT_EQ(createIf(&plugin), 0U);
+  EXPECT_EQ(Global(), plugin);
+  releaseIf(&plugin);
+}
+
+}  // namespace
+}  // namespace CorvaneTest
