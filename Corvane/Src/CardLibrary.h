@@ -34,7 +34,8 @@ class ErrorRecord {
 class Handle {
  public:
   explicit Handle(vsl_error_record* destroyRecord = nullptr) : m_pDestroyRecord(destroyRecord) {}
-  ~Handle() { Destroy(); }
+  // A thread that is cancelled inside the library unwinds through this one.
+  ~Handle() noexcept(false) { Destroy(); }
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;
 
