@@ -18,6 +18,12 @@ namespace NAMESPACE_Corvane {
 class ErrorRecord {
  public:
   ErrorRecord() { m_Record.text[0] = '\0'; }
+  // All zero, for calls that may read it.
+  static ErrorRecord Zeroed() {
+    ErrorRecord record;
+    record.m_Record = {};
+    return record;
+  }
 
   operator vsl_error_record*() { return &m_Record; }
   std::string Text() const {

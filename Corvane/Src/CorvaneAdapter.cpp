@@ -451,7 +451,7 @@ std::vector<std::string> NamesOf(const std::vector<std::int32_t>& values) {
 // Asks for what a row might show of the card, without a card and without a field to put it in: the
 // traces are all that comes of it.
 void TraceLiveValues(const CFusionIOAdapter& adapter) {
-  ErrorRecord error;
+  ErrorRecord error = ErrorRecord::Zeroed();
   const AttributeReader card(nullptr, error);
   if (adapter.m_FirstUseMs != kNotKnown && card.Has(vsl_has_rated_endurance_tbytes) &&
       card.Has(vsl_has_total_physical_bytes_written) &&
