@@ -27,8 +27,6 @@ constexpr std::uint64_t FIRST = 0x0130000000000001;
 constexpr std::uint64_t FIRST_DRIVE = 0x0130000000000002;
 constexpr std::uint64_t SECOND = 0x0130000000000003;
 
-constexpr std::uint64_t SEEDS = 300;
-
 // A detached card and an attached one, each a second away from the other state.
 class Traffic {
  public:
@@ -155,10 +153,7 @@ TEST(Concurrency, TheIntervalIsSetWithoutAPauseWhileOthersRead) {
 }
 
 TEST(Concurrency, ReadingAndJobsGetOnInEveryDrawnSchedule) {
-  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    ReadWhileJobsRun(seed, 2);
-  }
+  InManySchedules([](Schedule schedule) { ReadWhileJobsRun(schedule, 2); });
 }
 
 // What makes a seed worth noting down.
@@ -211,22 +206,18 @@ TEST(Concurrency, NoEventIsLostWhileTheHostCollects) {
 }
 
 TEST(Concurrency, NoEventIsLostInAnyDrawnSchedule) {
-  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    CollectWhileJobsFail(seed);
-  }
+  InManySchedules(CollectWhileJobsFail);
 }
 
 TEST(Concurrency, StoppingWaitsForTheJobsInEveryDrawnSchedule) {
-  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    Traffic traffic(seed);
+  InManySchedules([](Schedule schedule) {
+    Traffic traffic(schedule);
     traffic.Attach();
     traffic.Detach();
     traffic.StopAndExpectNothingLeft();
     traffic.ExpectBothCardsChanged();
     traffic.m_Host.Release();
-  }
+  });
 }
 
 }  // namespace

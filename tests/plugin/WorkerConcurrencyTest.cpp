@@ -26,15 +26,7 @@ constexpr std::uint64_t FIRST = 0x0130000000000001;
 constexpr std::uint64_t FIRST_DRIVE = 0x0130000000000002;
 constexpr std::uint64_t SECOND = 0x0130000000000003;
 
-constexpr std::uint64_t SEEDS = 300;
 constexpr int NATIVE_RUNS = 10;
-
-void InManySchedules(void (*story)(Schedule)) {
-  for (std::uint64_t seed = 1; seed <= SEEDS && !testing::Test::HasFailure(); ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    story(seed);
-  }
-}
 
 void Natively(void (*story)(Schedule)) {
   for (int i = 0; i < NATIVE_RUNS; ++i) story(NATIVE);

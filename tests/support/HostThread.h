@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <optional>
+#include <stdexcept>
+#include <string>
 
 #include "host/Toolkit.h"
 #include "hostkit/Scheduler.h"
@@ -42,6 +45,34 @@ constexpr Schedule NATIVE = std::nullopt;
 inline std::function<void()> TimeOf(Schedule schedule) {
   if (!schedule) return HostKit::UseVirtualTime;
   return [seed = *schedule] { HostKit::UseSeededSchedule(seed); };
+}
+
+struct Seeds {
+  std::uint64_t m_First;
+  std::uint64_t m_Last;
+};
+
+// The seeds 1 to 100, or those that CORVANE_SCHEDULES names: "40" for 1 to 40, "217-217" to see one
+// again. Throws `std::invalid_argument` for anything else.
+inline Seeds WantedSeeds() {
+  const char* wanted = std::getenv("CORVANE_SCHEDULES");
+  const std::string text = wanted == nullptr ? "100" : wanted;
+  const std::size_t dash = text.find('-');
+  const Seeds seeds = dash == std::string::npos
+                          ? Seeds{1, std::stoull(text)}
+                          : Seeds{std::stoull(text), std::stoull(text.substr(dash + 1))};
+  if (seeds.m_First > seeds.m_Last) throw std::invalid_argument("no schedule in " + text);
+  return seeds;
+}
+
+// Tells the story in each schedule, until the first failure, whose seed is then printed.
+inline void InManySchedules(const std::function<void(Schedule)>& story) {
+  const Seeds seeds = WantedSeeds();
+  for (std::uint64_t seed = seeds.m_First; seed <= seeds.m_Last; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    story(seed);
+    if (testing::Test::HasFailure()) return;
+  }
 }
 
 }  // namespace CorvaneTest
