@@ -266,6 +266,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   std::uint32_t m_PollInterval = 15;  // seconds between full scans
   std::uint64_t m_NextID = 0;
   ThreadSlot m_pWorkerThread;
+  std::vector<ThreadSlot> m_LostWorkers;  // still at work, and known to nobody else
   PI::CConfigFile m_ConfigFile;
 
   // One attach job and one detach job, running or ended, and the device that it works on, which

@@ -217,8 +217,8 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& a
   m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
   for (CFusionIOAdapter& adapter : m_Adapters) NameAdapter(adapter);
   using Work = MBX::Delegates_and_Calls::TDelegateR0<IPLUGINAPI_IMPL, unsigned int>;
-  // A worker that is there already goes on by itself, and nobody knows when its object may go.
-  static_cast<void>(m_pWorkerThread.release());
+  // A worker that is there already goes on by itself; its object must not go while it runs.
+  m_LostWorkers.push_back(std::move(m_pWorkerThread));
   m_pWorkerThread = std::make_unique<MBX::Threading::CThread>();
   m_pWorkerThread->Create(Work(this, &IPLUGINAPI_IMPL::Worker), false);
   return PI::SUCCESS;

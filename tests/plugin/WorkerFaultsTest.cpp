@@ -26,7 +26,6 @@ class WorkerFaults : public Watched {
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());
     ExpectNoLockHeld();
   }
-  // Threads whose objects were lost on purpose by earlier tests stand before it.
   static HostKit::ThreadView TheNewestThread() { return HostKit::Threads().back(); }
 
   // A card that does not answer `function` for a minute.
