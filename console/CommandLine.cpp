@@ -103,9 +103,9 @@ void RequireChoice(const OptionRow& row, const std::string& value) {
 }
 
 void CheckValues(const CLI::App& app, Options& options) {
-  const std::vector<std::string> extras = app.remaining();
-  if (!extras.empty()) {
-    const std::string name = extras.front().substr(0, extras.front().find('='));
+  for (const std::string& extra : app.remaining()) {
+    if (extra == "--") continue;  // the parser keeps it, though it has understood it
+    const std::string name = extra.substr(0, extra.find('='));
     throw UsageFailure(fmt::format("there is no option {}", name), AdviceForUnknown(name));
   }
   // A failure must not be told in a form that does not exist.

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "console/Failure.h"
+#include "console/Help.h"
 #include "console/OptionTable.h"
 #include "console/commands/All.h"
 
@@ -19,7 +20,8 @@ void CheckCount(const Command& command, std::size_t count) {
   if (count >= command.m_Least && count <= command.m_Most) return;
   throw UsageFailure(fmt::format("{} has too {} arguments", command.m_Name,
                                  count < command.m_Least ? "few" : "many"),
-                     {fmt::format("Use: corvane-host {} {}", command.m_Name, command.m_Arguments)});
+                     {fmt::format("Use: corvane-host {}", Synopsis(command)),
+                      fmt::format("See: corvane-host help {}", command.m_Name)});
 }
 
 void CheckForm(const Command& command, const std::string& form) {
@@ -82,12 +84,16 @@ const std::vector<Command>& AllCommands() {
        {"table", "tsv", "json", "jsonl"}, RunOp},
       {Group::Help, "explain",    "ID",                1, 1,    "What a number or name means, and what to do about it",
        {"table", "tsv", "json"}, RunExplain},
+      {Group::Help, "completion", "SHELL",             1, 1,    "A script that teaches bash, zsh or fish to complete commands",
+       {"value"}, RunCompletion},
       {Group::Help, "plugin",     "",                  0, 0,    "What is loaded",
        {"table", "tsv", "json"}, RunPlugin},
       {Group::Help, "help",       "[COMMAND]",         0, 2,    "This, or all about one command",
        {"table", "json"}, RunHelp},
       {Group::Help, "version",    "",                  0, 0,    "The version of this program",
        {"value", "table", "json"}, RunVersion},
+      {Group::None, "complete",   "WORD...",           1, kAny, "What may stand at the last word, for the scripts",
+       {"value"}, RunComplete},
   };
   return all;
 }
@@ -103,7 +109,9 @@ const Command* FindCommand(const std::string& name) {
 const Command& RequireCommand(const std::string& name) {
   if (const Command* found = FindCommand(name)) return *found;
   std::vector<std::string> names;
-  for (const Command& command : AllCommands()) names.emplace_back(command.m_Name);
+  for (const Command& command : AllCommands()) {
+    if (command.m_Group != Group::None) names.emplace_back(command.m_Name);
+  }
   std::vector<std::string> advice = DidYouMean(name, names);
   advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
   throw UsageFailure(fmt::format("there is no command '{}'", name), advice);

@@ -11,8 +11,8 @@
 
 namespace Console {
 
-// What a person wants from a command.
-enum class Group { Look, Do, Export, Help };
+// What a person wants from a command; none is for programs alone, and in no help.
+enum class Group { Look, Do, Export, Help, None };
 
 struct Command {
   Group m_Group;

@@ -144,6 +144,8 @@ const char* GroupName(Group group) {
       return "Export";
     case Group::Help:
       return "Help";
+    case Group::None:
+      break;
   }
   return "";
 }

@@ -20,6 +20,7 @@ constexpr ArgumentText kArguments[] = {
     {"TABLE",     "adapter, drive or plugin; all of them when none is named"},
     {"ID",        "A number (10972), a name (CTRL_PNPADD) or a property as get calls it "
                   "(temperature_celsius)"},
+    {"SHELL",     "bash, zsh or fish"},
     {"COMMAND",   "A command of this program"},
     {"list|check|run", "list shows an object's operations, check asks whether one is possible now, "
                   "run carries it out"},
@@ -135,6 +136,12 @@ const std::vector<HelpText> kTexts = {
      {{3, "nothing has that number or name"}},
      {{"explain 10972", "what a number in the events means", true},
       {"explain TEMPERATURE_ABOVE_WARN", "what a reason means, and what to do"}}},
+    {"completion", "Prints a script for the shell. With it the Tab key completes commands, their "
+                   "options and values, the names of objects, properties and operations.", "",
+     {{2, "there is no script for that shell"}},
+     {{"completion bash > ~/.corvane-completion",
+       "for bash, with 'source ~/.corvane-completion' in ~/.bashrc"},
+      {"completion fish > ~/.config/fish/completions/corvane-host.fish", "the same for fish"}}},
     {"plugin", "The file of the plug-in that is loaded, its module id and interface version.", "",
      {{5, "the file is no plug-in, or none for this host"}},
      {{"plugin", "what is loaded"},

@@ -52,6 +52,7 @@ Answer RunHelp(Context& context) {
   answer.m_Result = {{"commands", Json::array()}};
   if (context.m_Arguments.empty()) {
     for (const Command& command : AllCommands()) {
+      if (command.m_Group == Group::None) continue;
       answer.m_Result["commands"].push_back(CommandJson(command));
     }
     answer.m_Text = GeneralHelp();
