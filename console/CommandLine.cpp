@@ -1,148 +1,138 @@
 #include "console/CommandLine.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <langinfo.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "console/Failure.h"
+#include "console/OptionTable.h"
 
 namespace Console {
 namespace {
 
-const std::vector<std::string> kForms = {"table", "tree", "tsv", "json", "jsonl", "value"};
+constexpr const char* kFormOption = "--output";
 
-struct Parsed {
-  std::string m_Simulate;
-  std::string m_Trace;
-  bool m_Help = false;
-  bool m_Version = false;
-};
-
-// Options of some commands alone.
-const std::vector<std::string> kSpecial = {"--columns", "--long",     "--follow",     "--for",
-                                           "--yes",     "--confirm",  "--dry-run",    "--force",
-                                           "--timeout", "--capacity", "--sector-size"};
-
-void AddOutputOptions(CLI::App& app, Options& options) {
-  app.add_option("-o,--output", options.m_Form,
-                 "Form of the answer: " + CLI::detail::join(kForms, ", "))
-      ->type_name("FORM");
-  app.add_option("-c,--columns", options.m_Columns, "Columns of list and tree, with commas between")
-      ->delimiter(',')
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->type_name("NAMES");
-  app.add_flag("-H,--no-headings", options.m_NoHeadings, "No line with headings");
-  app.add_flag("-l,--long", options.m_Long, "tree: also ids, reasons and sizes; -v does the same");
-  app.add_flag("-f,--follow", options.m_Follow, "events: go on until Ctrl-C");
-  app.add_option("--for", options.m_For, "events, watch, locate: go on for 30s, 5m or 1h")
-      ->type_name("TIME");
-  app.add_flag("-q,--quiet", options.m_Quiet, "No notes on standard error, errors only");
-  app.add_flag("-v,--verbose", options.m_Verbose, "More; also what the plug-in prints by itself");
-  app.add_flag("--ascii", options.m_Ascii, "Plain characters only");
-  app.add_option("--color", options.m_Colour, "auto, always or never")->type_name("WHEN");
+// Names as the parser takes them, "-o,--output".
+std::string ParserNames(const OptionRow& row) {
+  return *row.m_Short == '\0' ? row.m_Long : fmt::format("{},{}", row.m_Short, row.m_Long);
 }
 
-void AddChangeOptions(CLI::App& app, Options& options) {
-  app.add_flag("-y,--yes", options.m_Yes, "Do it without a question; does not reach a format");
-  app.add_option("--confirm", options.m_Confirm, "format: the serial number, instead of a question")
-      ->type_name("SERIAL");
-  app.add_flag("--no-input", options.m_NoInput, "Never ask: what needs an answer is refused");
-  app.add_flag("-n,--dry-run", options.m_DryRun, "Say what would be changed, and change nothing");
-  app.add_flag("--force", options.m_Force, "detach: also when the card is in use");
-  app.add_option("--timeout", options.m_Timeout, "attach, detach (2m), wait: no longer than this")
-      ->type_name("TIME");
-  app.add_option("--capacity", options.m_Capacity,
-                 "format: maximum, factory, improved, high, or 10 to 100 per cent")
-      ->type_name("SIZE");
-  app.add_option("--sector-size", options.m_SectorSize, "format: bytes; as before if not given")
-      ->type_name("BYTES");
+void AddOption(CLI::App& app, const OptionRow& row) {
+  if (!TakesNextWord(row)) {
+    app.add_flag(ParserNames(row));
+    return;
+  }
+  CLI::Option* option = app.add_option(ParserNames(row));
+  if (!std::holds_alternative<std::vector<std::string> Options::*>(row.m_Field)) return;
+  option->delimiter(',')->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-void AddPluginOptions(CLI::App& app, Options& options, Parsed& parsed) {
-  app.add_option("--plugin", options.m_Plugin, "The plug-in to load")->type_name("FILE");
-  app.add_flag("--simulate", parsed.m_Simulate,
-               "Simulated cards instead of the machine's; --simulate=FILE names their file");
-  app.add_option("--database", options.m_Database, "The host's database")->type_name("FILE");
-  app.add_option("--trace", parsed.m_Trace, "Trace lines of these levels: 2,4,16, all or off")
-      ->type_name("LEVELS");
-  app.add_option("--trace-file", options.m_TraceFile, "Where trace lines go, else standard error")
-      ->type_name("FILE");
-  app.add_flag("-h,--help", parsed.m_Help, "Help, also for one command");
-  app.add_flag("--version", parsed.m_Version, "The version of this program");
-}
-
-std::unique_ptr<CLI::App> MakeApp(Options& options, Parsed& parsed) {
+std::unique_ptr<CLI::App> MakeApp(Options& options) {
   auto app = std::make_unique<CLI::App>("", "corvane-host");
   app->set_help_flag();
   app->allow_extras();
   app->add_option("words", options.m_Words)->group("");
   // So that a person can correct what an alias or a script has put in front.
   app->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  AddOutputOptions(*app, options);
-  AddChangeOptions(*app, options);
-  AddPluginOptions(*app, options, parsed);
+  for (const OptionRow& row : AllOptions()) AddOption(*app, row);
   return app;
+}
+
+// The parser gives "true" for an option whose value was left out.
+std::string TextOf(const OptionRow& row, const CLI::Option& given) {
+  const auto text = given.as<std::string>();
+  return !TakesNextWord(row) && text == "true" ? std::string() : text;
+}
+
+void Store(const OptionRow& row, const CLI::Option& given, Options& options) {
+  struct {
+    const OptionRow& m_Row;
+    const CLI::Option& m_Given;
+    Options& m_Options;
+    void operator()(bool Options::*field) { m_Options.*field = m_Given.as<bool>(); }
+    void operator()(std::string Options::*field) { m_Options.*field = TextOf(m_Row, m_Given); }
+    void operator()(std::optional<std::string> Options::*field) {
+      m_Options.*field = TextOf(m_Row, m_Given);
+    }
+    void operator()(std::vector<std::string> Options::*field) {
+      m_Options.*field = m_Given.as<std::vector<std::string>>();
+    }
+  } store{row, given, options};
+  std::visit(store, row.m_Field);
+  options.m_Given.insert(row.m_Long);
 }
 
 // The form, found without a full understanding of the arguments.
 std::string GuessForm(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    for (const std::string& form : kForms) {
+    for (const std::string& form : FindOption(kFormOption)->m_Choices) {
       const bool follows = i > 0 && arguments[i] == form &&
-                           (arguments[i - 1] == "-o" || arguments[i - 1] == "--output");
+                           (arguments[i - 1] == "-o" || arguments[i - 1] == kFormOption);
       if (follows || arguments[i] == "-o" + form || arguments[i] == "--output=" + form) return form;
     }
   }
   return {};
 }
 
-std::vector<std::string> OptionNames(const CLI::App& app) {
-  std::vector<std::string> names;
-  for (const CLI::Option* option : app.get_options()) {
-    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-  }
-  return names;
+// An option that ends the line and lacks its value; everything else in the parser's words.
+std::string WhyNotParsed(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
+  const OptionRow* last = arguments.empty() ? nullptr : FindOption(arguments.back());
+  if (last == nullptr || !TakesNextWord(*last)) return e.what();
+  return fmt::format("{} lacks its {}", arguments.back(), last->m_Value);
 }
 
-void RequireOneOf(const char* option, const std::string& value,
-                  const std::vector<std::string>& allowed) {
-  for (const std::string& text : allowed) {
-    if (value == text) return;
-  }
-  std::vector<std::string> advice = DidYouMean(value, allowed);
-  advice.push_back("It may be: " + CLI::detail::join(allowed, ", "));
-  throw UsageFailure(fmt::format("{} cannot be '{}'", option, value), advice);
+std::vector<std::string> AdviceForUnknown(const std::string& option) {
+  std::vector<std::string> names;
+  for (const OptionRow& row : AllOptions()) names.emplace_back(row.m_Long);
+  return DidYouMean(option, names);
+}
+
+void RequireChoice(const OptionRow& row, const std::string& value) {
+  if (std::find(row.m_Choices.begin(), row.m_Choices.end(), value) != row.m_Choices.end()) return;
+  std::vector<std::string> advice = DidYouMean(value, row.m_Choices);
+  advice.push_back(fmt::format("It may be: {}", fmt::join(row.m_Choices, ", ")));
+  const char* name = *row.m_Short == '\0' ? row.m_Long : row.m_Short;
+  throw UsageFailure(fmt::format("{} cannot be '{}'", name, value), advice);
 }
 
 void CheckValues(const CLI::App& app, Options& options) {
-  const std::vector<std::string> extras = app.remaining();
-  if (!extras.empty()) {
-    throw UsageFailure(fmt::format("there is no option {}", extras.front()),
-                       DidYouMean(extras.front(), OptionNames(app)));
+  for (const std::string& extra : app.remaining()) {
+    if (extra == "--") continue;  // the parser keeps it, though it has understood it
+    const std::string name = extra.substr(0, extra.find('='));
+    throw UsageFailure(fmt::format("there is no option {}", name), AdviceForUnknown(name));
   }
+  // A failure must not be told in a form that does not exist.
   const std::string form = options.m_Form;
   options.m_Form.clear();
-  if (!form.empty()) RequireOneOf("-o", form, kForms);
+  for (const OptionRow& row : AllOptions()) {
+    const CLI::Option& given = *app.get_option(row.m_Long);
+    if (row.m_OnlyChoices && given.count() > 0) RequireChoice(row, given.as<std::string>());
+  }
   options.m_Form = form;
-  RequireOneOf("--color", options.m_Colour, {"auto", "always", "never"});
 }
 
-void TakeOver(const CLI::App& app, const Parsed& parsed, Options& options) {
-  if (app.count("--simulate") > 0) {
-    options.m_Simulate = parsed.m_Simulate == "true" ? std::string() : parsed.m_Simulate;
+// Whatever else is on the line: whoever asks for help may have it half written.
+void AskForHelp(Options& options) {
+  options.m_Words.resize(std::min<std::size_t>(options.m_Words.size(), 1));
+  options.m_Words.insert(options.m_Words.begin(), "help");
+  options.m_Given.clear();
+  if (options.m_Form != "json") options.m_Form.clear();
+}
+
+void TakeOver(const CLI::App& app, Options& options) {
+  for (const OptionRow& row : AllOptions()) {
+    const CLI::Option& given = *app.get_option(row.m_Long);
+    if (given.count() > 0) Store(row, given, options);
   }
-  if (app.count("--trace") > 0) options.m_Trace = parsed.m_Trace;
-  for (const std::string& name : kSpecial) {
-    if (app.count(name) > 0) options.m_Special.insert(name);
-  }
-  if (parsed.m_Help) options.m_Words.insert(options.m_Words.begin(), "help");
-  if (parsed.m_Version) options.m_Words = {"version"};
+  if (options.m_Help) AskForHelp(options);
+  if (options.m_Version) options.m_Words = {"version"};
 }
 
 bool WantsColour(const Options& options, bool terminal) {
@@ -156,23 +146,15 @@ bool WantsColour(const Options& options, bool terminal) {
 }  // namespace
 
 void ParseCommandLine(const std::vector<std::string>& arguments, Options& options) {
-  Parsed parsed;
-  const std::unique_ptr<CLI::App> app = MakeApp(options, parsed);
+  const std::unique_ptr<CLI::App> app = MakeApp(options);
   try {
     app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    TakeOver(*app, options);
   } catch (const CLI::ParseError& e) {
     options.m_Form = GuessForm(arguments);
-    throw UsageFailure(e.what());
+    throw UsageFailure(WhyNotParsed(arguments, e));
   }
-  TakeOver(*app, parsed, options);
   CheckValues(*app, options);
-}
-
-std::string OptionHelp() {
-  Options options;
-  Parsed parsed;
-  const std::unique_ptr<CLI::App> app = MakeApp(options, parsed);
-  return CLI::Formatter().make_groups(app.get(), CLI::AppFormatMode::Normal);
 }
 
 Style DecideStyle(const Options& options, std::size_t terminalWidth) {

@@ -35,16 +35,14 @@ struct Options {
   bool m_NoInput = false;
   bool m_DryRun = false;
   bool m_Force = false;
-  // Those options given that only some commands have, as "--long".
-  std::set<std::string> m_Special;
+  bool m_Help = false;
+  bool m_Version = false;
+  std::set<std::string> m_Given;  // all options that were given, as "--long"
 };
 
 // Reads the arguments without the program's name. Throws `Failure` for what it does not know; as
 // much of `options` as was understood is then set, so that the failure is told in the right form.
 void ParseCommandLine(const std::vector<std::string>& arguments, Options& options);
-
-// The options as they stand in the help.
-std::string OptionHelp();
 
 // Options, environment and terminal together.
 Style DecideStyle(const Options& options, std::size_t terminalWidth);

@@ -7,6 +7,8 @@
 #include <limits>
 
 #include "console/Failure.h"
+#include "console/Help.h"
+#include "console/OptionTable.h"
 #include "console/commands/All.h"
 
 namespace Console {
@@ -14,27 +16,29 @@ namespace {
 
 constexpr std::size_t kAny = std::numeric_limits<std::size_t>::max();
 
-template <class Container>
-bool Has(const Container& all, const std::string& one) {
-  return std::find(all.begin(), all.end(), one) != all.end();
-}
-
-const Command& RequireCommand(const Options& options) {
-  if (options.m_Words.empty()) throw UsageFailure("a command is missing");
-  const std::string& name = options.m_Words.front();
-  if (const Command* found = FindCommand(name)) return *found;
-  std::vector<std::string> names;
-  for (const Command& command : AllCommands()) names.emplace_back(command.m_Name);
-  std::vector<std::string> advice = DidYouMean(name, names);
-  advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
-  throw UsageFailure(fmt::format("there is no command '{}'", name), advice);
-}
-
 void CheckCount(const Command& command, std::size_t count) {
   if (count >= command.m_Least && count <= command.m_Most) return;
   throw UsageFailure(fmt::format("{} has too {} arguments", command.m_Name,
                                  count < command.m_Least ? "few" : "many"),
-                     {fmt::format("Use: corvane-host {} {}", command.m_Name, command.m_Arguments)});
+                     {fmt::format("Use: corvane-host {}", Synopsis(command)),
+                      fmt::format("See: corvane-host help {}", command.m_Name)});
+}
+
+void CheckForm(const Command& command, const std::string& form) {
+  const std::vector<std::string>& forms = command.m_Forms;
+  if (form.empty() || std::find(forms.begin(), forms.end(), form) != forms.end()) return;
+  throw UsageFailure(fmt::format("{} has no form '{}'", command.m_Name, form),
+                     {fmt::format("It has: {}", fmt::join(forms, ", "))});
+}
+
+void CheckOptions(const Command& command, const Options& options) {
+  for (const std::string& name : options.m_Given) {
+    const OptionRow& row = *FindOption(name);
+    if (BelongsTo(row, command.m_Name)) continue;
+    throw UsageFailure(fmt::format("{} has no option {}", command.m_Name, name),
+                       {fmt::format("Commands that have it: {}", fmt::join(row.m_Commands, ", ")),
+                        fmt::format("See: corvane-host help {}", command.m_Name)});
+  }
 }
 
 }  // namespace
@@ -42,50 +46,54 @@ void CheckCount(const Command& command, std::size_t count) {
 // clang-format off
 const std::vector<Command>& AllCommands() {
   static const std::vector<Command> all = {
-      // name      arguments          least most  summary
-      {"list",    "",                  0, 0,    "Adapters and drives, a table",
-       {"table", "tsv", "json", "jsonl", "value"}, {"--columns"}, RunList},
-      {"tree",    "",                  0, 0,    "Plug-in, adapters and drives, a tree",
-       {"tree", "table", "tsv", "json", "jsonl", "value"}, {"--columns", "--long"}, RunTree},
-      {"show",    "OBJ",               1, 1,    "Everything about one object",
-       {"table", "tsv", "json"}, {}, RunShow},
-      {"get",     "OBJ [PROP...]",     1, kAny, "Bare values, one a line",
-       {"value", "table", "tsv", "json"}, {}, RunGet},
-      {"set",     "OBJ PROP=VALUE",    2, 2,    "Change a property",
-       {"table", "tsv", "json"}, {}, RunSet},
-      {"locate",  "OBJ on|off",        2, 2,    "Switch the light of a card; --for keeps it on",
-       {"table", "tsv", "json"}, {"--for", "--dry-run"}, RunLocate},
-      {"attach",  "OBJ",               1, 1,    "Make a card's drive available to the system",
-       {"table", "tsv", "json", "jsonl"}, {"--yes", "--dry-run", "--timeout"}, RunAttach},
-      {"detach",  "OBJ",               1, 1,    "Take a card's drive away from the system",
-       {"table", "tsv", "json", "jsonl"}, {"--force", "--yes", "--dry-run", "--timeout"}, RunDetach},
-      {"online",  "DRIVE",             1, 1,    "Bring the storage units of a drive online",
-       {"table", "tsv", "json"}, {"--yes", "--dry-run"}, RunOnline},
-      {"offline", "DRIVE",             1, 1,    "Take the storage units of a drive offline",
-       {"table", "tsv", "json"}, {"--yes", "--dry-run"}, RunOffline},
-      {"format",  "DRIVE",             1, 1,    "Erase a drive and give it a new size or sectors",
-       {"table", "tsv", "json", "jsonl"},
-       {"--capacity", "--sector-size", "--confirm", "--yes", "--dry-run"}, RunFormat},
-      {"op",      "list|check|run OBJ [OP] [ARG=VALUE...]", 2, kAny, "Any operation, by name or number",
-       {"table", "tsv", "json", "jsonl"}, {"--yes", "--confirm", "--dry-run", "--timeout"}, RunOp},
-      {"status",  "[OBJ]",             0, 1,    "What is wrong, why, and what to do",
-       {"table", "tsv", "json", "jsonl"}, {}, RunStatus},
-      {"events",  "",                  0, 0,    "What has happened; -f and --for wait for more",
-       {"table", "tsv", "json", "jsonl"}, {"--follow", "--for"}, RunEvents},
-      {"watch",   "",                  0, 0,    "Cards and events live, on the whole terminal; -o table is plain",
-       {"table", "jsonl"}, {"--for"}, RunWatch},
-      {"wait",    "OBJ COND",          2, 2,    "Until OBJ is ok, attached, gone, ..., or PROP=VALUE",
-       {"table", "tsv", "json", "value"}, {"--timeout"}, RunWait},
-      {"rows",    "[TABLE]",           0, 1,    "What plug-ins have written of their objects; adapter, drive or plugin",
-       {"table", "tsv", "json"}, {}, RunRows},
-      {"explain", "ID",                1, 1,    "What a number or name of the vocabulary means",
-       {"table", "tsv", "json"}, {}, RunExplain},
-      {"plugin",  "",                  0, 0,    "What is loaded",
-       {"table", "tsv", "json"}, {}, RunPlugin},
-      {"help",    "[COMMAND]",         0, 2,    "This, or one command",
-       {"table", "json"}, {}, RunHelp},
-      {"version", "",                  0, 0,    "The version of this program",
-       {"value", "table", "json"}, {}, RunVersion},
+      // group      name          arguments           least most  summary
+      {Group::Look, "list",       "",                  0, 0,    "Adapters and drives with status, temperature and reserve",
+       {"table", "tsv", "json", "jsonl", "value"}, RunList},
+      {Group::Look, "tree",       "",                  0, 0,    "The same as a tree, with the plug-in above",
+       {"tree", "table", "tsv", "json", "jsonl", "value"}, RunTree},
+      {Group::Look, "show",       "OBJ",               1, 1,    "Everything about one object",
+       {"table", "tsv", "json"}, RunShow},
+      {Group::Look, "get",        "OBJ [PROP...]",     1, kAny, "Bare values for scripts, one a line",
+       {"value", "table", "tsv", "json"}, RunGet},
+      {Group::Look, "status",     "[OBJ]",             0, 1,    "What is wrong, why, and what to do",
+       {"table", "tsv", "json", "jsonl"}, RunStatus},
+      {Group::Look, "events",     "",                  0, 0,    "What has happened; -f and --for wait for more",
+       {"table", "tsv", "json", "jsonl"}, RunEvents},
+      {Group::Look, "watch",      "",                  0, 0,    "Cards and events live, on the whole terminal",
+       {"table", "jsonl"}, RunWatch},
+      {Group::Look, "wait",       "OBJ COND",          2, 2,    "Until an object is ok, attached, gone, ..., or PROP=VALUE",
+       {"table", "tsv", "json", "value"}, RunWait},
+      {Group::Look, "rows",       "[TABLE]",           0, 1,    "What plug-ins have written into the host's database",
+       {"table", "tsv", "json"}, RunRows},
+      {Group::Do,   "set",        "OBJ PROP=VALUE",    2, 2,    "Change a property",
+       {"table", "tsv", "json"}, RunSet},
+      {Group::Do,   "locate",     "OBJ on|off",        2, 2,    "Light a card, to find it in the machine",
+       {"table", "tsv", "json"}, RunLocate},
+      {Group::Do,   "attach",     "OBJ",               1, 1,    "Make a card's drive available to the system",
+       {"table", "tsv", "json", "jsonl"}, RunAttach},
+      {Group::Do,   "detach",     "OBJ",               1, 1,    "Take a card's drive away from the system",
+       {"table", "tsv", "json", "jsonl"}, RunDetach},
+      {Group::Do,   "format",     "DRIVE",             1, 1,    "Erase a drive and give it a new capacity or sectors",
+       {"table", "tsv", "json", "jsonl"}, RunFormat},
+      {Group::Do,   "online",     "DRIVE",             1, 1,    "Bring the storage units of a drive online",
+       {"table", "tsv", "json"}, RunOnline},
+      {Group::Do,   "offline",    "DRIVE",             1, 1,    "Take the storage units of a drive offline",
+       {"table", "tsv", "json"}, RunOffline},
+      {Group::Do,   "op",         "list|check|run OBJ [OP] [ARG=VALUE...]", 2, kAny,
+       "Any operation, by the plug-in's own name or number",
+       {"table", "tsv", "json", "jsonl"}, RunOp},
+      {Group::Help, "explain",    "ID",                1, 1,    "What a number or name means, and what to do about it",
+       {"table", "tsv", "json"}, RunExplain},
+      {Group::Help, "completion", "SHELL",             1, 1,    "A script that teaches bash, zsh or fish to complete commands",
+       {"value"}, RunCompletion},
+      {Group::Help, "plugin",     "",                  0, 0,    "What is loaded",
+       {"table", "tsv", "json"}, RunPlugin},
+      {Group::Help, "help",       "[COMMAND]",         0, 2,    "This, or all about one command",
+       {"table", "json"}, RunHelp},
+      {Group::Help, "version",    "",                  0, 0,    "The version of this program",
+       {"value", "table", "json"}, RunVersion},
+      {Group::None, "complete",   "WORD...",           1, kAny, "What may stand at the last word, for the scripts",
+       {"value"}, RunComplete},
   };
   return all;
 }
@@ -98,18 +106,23 @@ const Command* FindCommand(const std::string& name) {
   return nullptr;
 }
 
+const Command& RequireCommand(const std::string& name) {
+  if (const Command* found = FindCommand(name)) return *found;
+  std::vector<std::string> names;
+  for (const Command& command : AllCommands()) {
+    if (command.m_Group != Group::None) names.emplace_back(command.m_Name);
+  }
+  std::vector<std::string> advice = DidYouMean(name, names);
+  advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
+  throw UsageFailure(fmt::format("there is no command '{}'", name), advice);
+}
+
 const Command& ChooseCommand(const Options& options) {
-  const Command& command = RequireCommand(options);
+  if (options.m_Words.empty()) throw UsageFailure("a command is missing");
+  const Command& command = RequireCommand(options.m_Words.front());
   CheckCount(command, options.m_Words.size() - 1);
-  if (!options.m_Form.empty() && !Has(command.m_Forms, options.m_Form)) {
-    throw UsageFailure(fmt::format("{} has no form '{}'", command.m_Name, options.m_Form),
-                       {fmt::format("It has: {}", fmt::join(command.m_Forms, ", "))});
-  }
-  for (const std::string& option : options.m_Special) {
-    if (!Has(command.m_Special, option)) {
-      throw UsageFailure(fmt::format("{} has no option {}", command.m_Name, option));
-    }
-  }
+  CheckForm(command, options.m_Form);
+  CheckOptions(command, options);
   return command;
 }
 

@@ -133,4 +133,10 @@ Condition::Outcome Condition::Check(const Object& object) const {
   return outcome;
 }
 
+std::vector<std::string> ConditionWords() {
+  std::vector<std::string> words;
+  for (const Word& word : kWords) words.emplace_back(word.m_Word);
+  return words;
+}
+
 }  // namespace Console

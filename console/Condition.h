@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "console/Model.h"
 
@@ -34,5 +35,8 @@ class Condition {
   std::string m_Operator;
   std::string m_Value;
 };
+
+// The words that are conditions by themselves.
+std::vector<std::string> ConditionWords();
 
 }  // namespace Console

@@ -75,6 +75,10 @@ Context::~Context() {
   Close();
 }
 
+Context Context::With(const Options& options) const {
+  return Context(options, m_Style, m_Talk, m_Stream, m_Command, m_Form, m_Arguments);
+}
+
 Session& Context::Open() {
   if (m_pSession) return *m_pSession;
   StartTracing(m_Options);

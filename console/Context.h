@@ -21,6 +21,9 @@ class Context {
           std::string command, std::string form, std::vector<std::string> arguments);
   ~Context();
 
+  // The same with other options, which must outlive it, and not yet open.
+  Context With(const Options& options) const;
+
   // The session; the first call brings the plug-in up, with simulated cards if so wanted, and notes
   // when there is no card.
   Session& Open();

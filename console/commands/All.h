@@ -24,6 +24,8 @@ Answer RunWatch(Context& context);
 Answer RunWait(Context& context);
 Answer RunRows(Context& context);
 Answer RunExplain(Context& context);
+Answer RunCompletion(Context& context);
+Answer RunComplete(Context& context);
 Answer RunPlugin(Context& context);
 Answer RunHelp(Context& context);
 Answer RunVersion(Context& context);

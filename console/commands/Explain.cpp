@@ -5,46 +5,12 @@
 
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/Glossary.h"
 #include "console/commands/All.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
 namespace {
-
-using HostKit::Family;
-
-struct Entry {
-  Family m_Family;
-  const char* m_FamilyName;
-  std::uint32_t m_Number;
-};
-
-#define ERROR_ENTRY(name, number) {Family::Error, "error", number},
-#define EVENT_ENTRY(name, number) {Family::Event, "event", number},
-#define OPERATION_ENTRY(name, number) {Family::Operation, "operation", number},
-#define PROPERTY_ENTRY(name, number) {Family::Property, "property", number},
-#define VALUE_ENTRY(name, number, text) {Family::Value, "value", number},
-
-constexpr Entry kEntries[] = {
-    // clang-format off
-    PI_ERRORS(ERROR_ENTRY)
-    PI_EVENTS(EVENT_ENTRY)
-    PI_OPERATIONS(OPERATION_ENTRY)
-    PI_PROPERTIES(PROPERTY_ENTRY)
-    PI_SHORT_NAMES(PROPERTY_ENTRY)
-    PI_VALUES(VALUE_ENTRY)
-    // clang-format on
-};
-
-#undef ERROR_ENTRY
-#undef EVENT_ENTRY
-#undef OPERATION_ENTRY
-#undef PROPERTY_ENTRY
-#undef VALUE_ENTRY
-
-std::string NameOf(const Entry& entry) {
-  return HostKit::NameOf(entry.m_Family, entry.m_Number);
-}
 
 bool Fits(const Entry& entry, const std::string& text) {
   return text == std::to_string(entry.m_Number) || boost::iequals(text, NameOf(entry));
@@ -52,7 +18,7 @@ bool Fits(const Entry& entry, const std::string& text) {
 
 [[noreturn]] void NothingKnown(const std::string& text) {
   std::vector<std::string> names;
-  for (const Entry& entry : kEntries) names.push_back(NameOf(entry));
+  for (const Entry& entry : AllEntries()) names.push_back(NameOf(entry));
   throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", fmt::format("explaining '{}'", text),
                 "no error, event, operation, property or value has that number or name",
                 DidYouMean(text, names));
@@ -67,15 +33,15 @@ Answer RunExplain(Context& context) {
                               {"NUMBER", "number", true},
                               {"NAME", "name", false},
                               {"MEANING", "caption", false}};
-  for (const Entry& entry : kEntries) {
+  for (const Entry& entry : AllEntries()) {
     if (!Fits(entry, context.m_Arguments[0])) continue;
     const std::string caption = HostKit::CaptionOf(entry.m_Family, entry.m_Number);
-    answer.m_Result["entries"].push_back({{"family", entry.m_FamilyName},
+    answer.m_Result["entries"].push_back({{"family", FamilyName(entry.m_Family)},
                                           {"number", entry.m_Number},
                                           {"name", NameOf(entry)},
                                           {"caption", caption}});
     answer.m_Table.m_Rows.push_back(
-        {{TextCell(entry.m_FamilyName), TextCell(std::to_string(entry.m_Number)),
+        {{TextCell(FamilyName(entry.m_Family)), TextCell(std::to_string(entry.m_Number)),
           TextCell(NameOf(entry)), TextCell(caption)},
          std::nullopt});
   }

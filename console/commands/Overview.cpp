@@ -2,9 +2,11 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <map>
 
 #include "console/Answer.h"
+#include "console/ChoiceNames.h"
 #include "console/Context.h"
 #include "console/Vocabulary.h"
 #include "console/commands/All.h"
@@ -75,12 +77,7 @@ const Term* FindTermOfAny(const std::string& name) {
 }
 
 [[noreturn]] void NoSuchColumn(const std::string& name) {
-  Names names;
-  for (const OwnColumn& column : kOwnColumns) names.emplace_back(column.m_Name);
-  for (const Kind kind : kKinds) {
-    for (const Term& term : TermsOf(kind)) names.emplace_back(term.m_Name);
-  }
-  throw UsageFailure(fmt::format("there is no column '{}'", name), DidYouMean(name, names));
+  throw UsageFailure(fmt::format("there is no column '{}'", name), DidYouMean(name, ColumnNames()));
 }
 
 bool IsNumber(Measure measure) {
@@ -142,6 +139,18 @@ Answer Overview(Context& context, const Names& names, bool withPlugin) {
 }
 
 }  // namespace
+
+Names ColumnNames() {
+  Names names;
+  for (const OwnColumn& column : kOwnColumns) names.emplace_back(column.m_Name);
+  for (const Kind kind : kKinds) {
+    for (const Term& term : TermsOf(kind)) {
+      const bool isNew = std::find(names.begin(), names.end(), term.m_Name) == names.end();
+      if (isNew) names.emplace_back(term.m_Name);
+    }
+  }
+  return names;
+}
 
 Answer RunList(Context& context) {
   return Overview(context, ChosenColumns(context.m_Options, kListColumns), false);

@@ -5,6 +5,7 @@
 #include <boost/algorithm/string.hpp>
 
 #include "console/Answer.h"
+#include "console/ChoiceNames.h"
 #include "console/Context.h"
 #include "console/commands/All.h"
 #include "host/Database.h"
@@ -27,11 +28,10 @@ constexpr std::array<Source, 3> kSources = {{{"adapter", HostKit::RowKind::Adapt
 
 std::vector<Source> Wanted(const std::vector<std::string>& arguments) {
   if (arguments.empty()) return {kSources.begin(), kSources.end()};
-  std::vector<std::string> names;
   for (const Source& source : kSources) {
     if (arguments[0] == source.m_Name) return {source};
-    names.emplace_back(source.m_Name);
   }
+  const std::vector<std::string> names = RowTableNames();
   std::vector<std::string> advice = DidYouMean(arguments[0], names);
   advice.push_back(fmt::format("Tables: {}", boost::join(names, ", ")));
   throw UsageFailure(fmt::format("there is no table '{}'", arguments[0]), advice);
@@ -95,6 +95,12 @@ std::string CountLine(const char* name, const RowTable& table) {
 }
 
 }  // namespace
+
+std::vector<std::string> RowTableNames() {
+  std::vector<std::string> names;
+  for (const Source& source : kSources) names.emplace_back(source.m_Name);
+  return names;
+}
 
 Answer RunRows(Context& context) {
   const std::vector<Source> wanted = Wanted(context.m_Arguments);

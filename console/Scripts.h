@@ -1,0 +1,15 @@
+// The scripts that teach shells to complete this program's command line.
+#pragma once
+
+#include <vector>
+
+namespace Console {
+
+struct Script {
+  const char* m_Shell;
+  const char* m_Text;
+};
+
+const std::vector<Script>& CompletionScripts();
+
+}  // namespace Console

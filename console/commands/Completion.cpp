@@ -1,0 +1,50 @@
+// completion and complete: a script for the shell, and what it asks.
+#include "console/Completion.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "console/Answer.h"
+#include "console/Context.h"
+#include "console/Scripts.h"
+#include "console/commands/All.h"
+
+namespace Console {
+namespace {
+
+const Script& RequireScript(const std::string& shell) {
+  std::vector<std::string> shells;
+  for (const Script& script : CompletionScripts()) {
+    if (shell == script.m_Shell) return script;
+    shells.emplace_back(script.m_Shell);
+  }
+  std::vector<std::string> advice = DidYouMean(shell, shells);
+  advice.push_back(fmt::format("Shells: {}", fmt::join(shells, ", ")));
+  throw UsageFailure(fmt::format("there is no completion for '{}'", shell), advice);
+}
+
+std::string Printed(const Candidate& candidate) {
+  const std::string word = Printable(candidate.m_Word);
+  return candidate.m_Meaning.empty() ? word : word + "\t" + Printable(candidate.m_Meaning);
+}
+
+}  // namespace
+
+Answer RunCompletion(Context& context) {
+  std::string text = RequireScript(context.m_Arguments[0]).m_Text;
+  text.pop_back();  // the line end that a value gets
+  Answer answer;
+  answer.m_Values = {text};
+  return answer;
+}
+
+Answer RunComplete(Context& context) {
+  const auto objects = [&](const Options& options) { return context.With(options).Objects(); };
+  Answer answer;
+  for (const Candidate& candidate : Complete(context.m_Arguments, objects)) {
+    answer.m_Values.push_back(Printed(candidate));
+  }
+  return answer;
+}
+
+}  // namespace Console

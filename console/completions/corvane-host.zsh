@@ -1,0 +1,25 @@
+#compdef corvane-host
+# Completion of corvane-host for zsh. The program itself knows what may stand where.
+
+_corvane-host() {
+  local line
+  local -a whole partial
+
+  for line in "${(@f)$("${words[1]}" complete -- "${(@Q)words[2,CURRENT-1]}" "$PREFIX" 2>/dev/null)}"; do
+    case $line in
+      '') ;;
+      :files) compset -P '*='; _files; return ;;
+      *=$'\t'*) partial+=("${${line//:/\\:}/$'\t'/:}") ;;
+      *) whole+=("${${line//:/\\:}/$'\t'/:}") ;;
+    esac
+  done
+  (( ${#whole} )) && _describe 'corvane-host' whole
+  (( ${#partial} )) && _describe 'corvane-host' partial -S ''
+}
+
+# Found by its name in a folder of completions, or read by a person's start-up file.
+if [[ ${funcstack[1]} == _corvane-host ]]; then
+  _corvane-host "$@"
+else
+  compdef _corvane-host corvane-host
+fi

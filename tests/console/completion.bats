@@ -1,0 +1,159 @@
+#!/usr/bin/env bats
+# Completion in the shells themselves: the script is loaded and asked as the Tab key would.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  local shell
+  for shell in bash zsh fish; do
+    corvane-host completion "$shell" >"$BATS_FILE_TMPDIR/script.$shell"
+  done
+  mkdir "$BATS_FILE_TMPDIR/files"
+  touch "$BATS_FILE_TMPDIR/files/one.so" "$BATS_FILE_TMPDIR/files/other.json"
+}
+
+# tab SHELL LINE: what it would offer, one candidate a line.
+tab() { "tab_$1" "$2"; }
+
+tab_bash() {
+  # shellcheck disable=SC2016  # for the other shell; it cuts words at = and : as Tab does
+  bash --norc -c 'source "$1"; line=$2
+    COMP_WORDS=() COMPREPLY=(); [[ $line == *" " ]] && line+="_"
+    for word in $(sed -E "s/[=:]+/ & /g" <<<"$line"); do COMP_WORDS+=("$word"); done
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    [[ $line == *" _" ]] && COMP_WORDS[COMP_CWORD]=
+    _corvane_host
+    [ ${#COMPREPLY[@]} -eq 0 ] || printf "%s\n" "${COMPREPLY[@]}"' \
+    bash "$BATS_FILE_TMPDIR/script.bash" "$1" | LC_ALL=C sort
+}
+
+tab_zsh() {
+  timeout 60 zsh -f "$BATS_TEST_DIRNAME/complete.zsh" "$BATS_FILE_TMPDIR/script.zsh" "$1" \
+    </dev/null 3>&- | grep -v '^line: ' | LC_ALL=C sort
+}
+
+tab_fish() {
+  fish --no-config -c 'source $argv[1]; complete -C$argv[2]' "$BATS_FILE_TMPDIR/script.fish" "$1" \
+    </dev/null | cut -f1 | LC_ALL=C sort
+}
+
+# offers LINE WORD...: in each shell exactly these are offered.
+offers() {
+  local shell
+  for shell in bash zsh fish; do
+    tab "$shell" "corvane-host $1" >"$BATS_TEST_TMPDIR/$shell" &
+  done
+  wait
+  for shell in bash zsh fish; do
+    same "$shell: ${*:2}" "$shell: $(xargs <"$BATS_TEST_TMPDIR/$shell")"
+  done
+}
+
+@test "each script loads without a word" {
+  same "" "$(bash --norc -c 'source "$1"' bash "$BATS_FILE_TMPDIR/script.bash" 2>&1)"
+  same "" "$(zsh -f -c 'autoload -Uz compinit; compinit -D -u; source $1' zsh \
+    "$BATS_FILE_TMPDIR/script.zsh" 2>&1)"
+  same "" "$(fish --no-config -c 'source $argv[1]' "$BATS_FILE_TMPDIR/script.fish" 2>&1)"
+}
+
+@test "commands" {
+  offers "fo" format
+  offers "co" completion
+  offers "compl" completion
+  offers "e" events explain
+}
+
+@test "options of the command, and of no other" {
+  offers "format --c" --capacity --color --confirm
+  offers "list --c" --color --columns
+  offers "show --f"
+  offers "--fo"
+  offers "events --fo" --follow --for
+}
+
+@test "forms of the command" {
+  offers "show -o " json table tsv
+  offers "get a0 -o v" value
+}
+
+@test "choices" {
+  offers "format a0/d0 --capacity " factory high improved maximum
+  offers "--color a" always auto
+  offers "locate a0 o" off on
+  offers "rows " adapter drive plugin
+  offers "completion " bash fish zsh
+  offers "op " check list run
+  offers "help st" status
+  offers "explain CTRL_PNP" CTRL_PNPADD CTRL_PNPREMOVE
+  offers "wait a0 at" attached
+  offers "list -c name,temp" name,temperature_celsius name,temperature_critical_celsius \
+    name,temperature_warning_celsius
+}
+
+@test "objects, with the cards that the line asks for" {
+  offers "--simulate show a1" a1 a1/d0
+  offers "--simulate format " a0/d0 a1/d0
+  offers "show " plugin
+}
+
+@test "properties of the object, and those that can be set" {
+  offers "--simulate get a0/d0 sec" sector_size_bytes
+  offers "--simulate get a0 sec"
+  offers "--simulate set plugin " poll_interval=
+  offers "--simulate set a0 "
+}
+
+@test "operations of the object" {
+  offers "--simulate op run a0/d0 OP_" OP_FORMAT_DEVICE OP_MAKE_OFFLINE OP_MAKE_ONLINE
+  offers "--simulate op check a0 OP_D" OP_DETACH
+  offers "op list a0 "
+  offers "op run a0/d0 OP_FORMAT_DEVICE S" SIZE=
+}
+
+@test "files, also behind an equals sign" {
+  local shell
+  for shell in bash zsh fish; do
+    echo "$shell"
+    same "one.so other.json" "$(tab "$shell" "corvane-host --plugin $BATS_FILE_TMPDIR/files/o" |
+      sed 's,.*/,,' | xargs)"
+    same "other.json" "$(tab "$shell" "corvane-host --simulate=$BATS_FILE_TMPDIR/files/ot" |
+      sed 's,.*/,,' | xargs)"
+  done
+}
+
+@test "a value behind an equals sign" {
+  same "json jsonl" "$(tab bash "corvane-host list --output=js" | xargs)"
+  same "--output=json --output=jsonl" "$(tab zsh "corvane-host list --output=js" | xargs)"
+  same "--output=json --output=jsonl" "$(tab fish "corvane-host list --output=js" | xargs)"
+}
+
+@test "nothing where nothing fits" {
+  offers "frob "
+  offers "list "
+  offers "--trace "
+}
+
+@test "Tab leaves no row, no trace and no event behind" {
+  local database="$BATS_TEST_TMPDIR/host.db"
+  CORVANE_DATABASE="$database" tab bash \
+    "corvane-host --simulate --trace all --trace-file $BATS_TEST_TMPDIR/trace show a" >/dev/null
+  [ ! -e "$database" ]
+  [ ! -e "$BATS_TEST_TMPDIR/trace" ]
+}
+
+@test "the script is all that is printed, and an unknown shell is refused" {
+  keep bash corvane-host completion bash
+  ended bash 0
+  silent bash err
+  cmp "$CORVANE_SOURCE/console/completions/corvane-host.bash" "$BATS_FILE_TMPDIR/bash.out"
+  keep fsh corvane-host completion fsh
+  ended fsh 2
+  silent fsh out
+  same "corvane-host: reading the command line failed: there is no completion for 'fsh'
+  Did you mean 'fish'?
+  Shells: bash, zsh, fish" "$(err fsh)"
+}

@@ -1,0 +1,129 @@
+#!/usr/bin/env bats
+# The help: everything can be found from it, and it tells the truth about each command.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  keep all corvane-host --help
+  keep format corvane-host help format
+  keep json corvane-host help -o json
+  keep one corvane-host help wait -o json
+}
+
+# Names of commands as the general help lists them.
+commands() { out all | sed -n '/^Look/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p'; }
+
+# options COMMAND...: the long names in a help, in its order.
+options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep -o -- '--[a-z-]\+'; }
+
+@test "the commands stand in groups" {
+  ended all 0
+  same "Look Do Help Examples" "$(out all | grep -oxE 'Look|Do|Export|Help|Examples' |
+    grep -vx Export | xargs)"
+  local command group
+  for row in Look:list Look:tree Look:show Look:get Look:status Look:events Look:watch Look:wait \
+    Look:rows Do:set Do:locate Do:attach Do:detach Do:format Do:online Do:offline Do:op \
+    Help:explain Help:plugin Help:help Help:version; do
+    IFS=: read -r group command <<<"$row"
+    out all | sed -n "/^$group\$/,/^\$/p" | grep -q "^  $command " || { echo "$row"; false; }
+  done
+}
+
+@test "what people come for is in the general help" {
+  local task
+  for task in "corvane-host list  *which card is hot" "corvane-host status  *why a card is warning" \
+    "corvane-host locate a1 on --for 5m  *light a card" "corvane-host detach a1 " \
+    "corvane-host format a0/d0 --capacity 80" "corvane-host wait a1 ok" "corvane-host watch " \
+    "corvane-host events" "corvane-host explain 10972"; do
+    out all | grep -q "^  $task" || { echo "$task"; false; }
+  done
+}
+
+@test "no line of any help is wider than a terminal" {
+  local command
+  for command in $(commands); do
+    corvane-host help "$command"
+  done | cat - "$BATS_FILE_TMPDIR/all.out" >"$BATS_TEST_TMPDIR/lines"
+  same "" "$(grep -E '.{81}' "$BATS_TEST_TMPDIR/lines")"
+}
+
+@test "the help of one command has its arguments, options, danger, forms, codes and examples" {
+  ended format 0
+  same "Use: corvane-host format DRIVE [OPTIONS]" "$(out format | head -1)"
+  same "Danger Arguments Options Examples" \
+    "$(out format | grep -oxE 'Danger|Arguments|Options|Examples' | xargs)"
+  out format | grep -q "^  ALL DATA ON THE DRIVE IS LOST\."
+  out format | grep -q "^  DRIVE  A drive: a0/d0"
+  out format | grep -q "^  4  refused: "
+  same "--yes --dry-run --confirm --capacity --sector-size --output --no-headings --quiet --verbose \
+--ascii --color --no-input --plugin --simulate --database --trace --trace-file --help --version" \
+    "$(options format | xargs)"
+  out format | grep -q "^  -n, --dry-run  *Say what would be changed, and change nothing$"
+  out format | tr -s ' \n' ' ' | grep -q "for scripts: table, tsv, json, jsonl -H"
+}
+
+@test "every command has a description, arguments that are explained, and two examples" {
+  local command count
+  for command in $(commands); do
+    echo "$command"
+    keep one.help corvane-host help "$command"
+    same "" "$(out one.help | sed -n '/^Arguments/,/^$/p' | grep -E '^  [^ ]+ *$')"
+    same 2 "$(out one.help | sed -n '/^Examples/,$p' | grep -c '^  corvane-host ')"
+    [ "$(out one.help | sed -n 4p | wc -w)" -gt 3 ]
+  done
+}
+
+@test "an example uses a command and options that there are" {
+  local verb rest option
+  while read -r verb rest; do
+    [ "$verb" != --version ] || continue
+    echo "$verb $rest"
+    commands | grep -qx -- "$verb"
+    for option in $(grep -o -- '--[a-z-]\+' <<<"$rest"); do
+      options "$verb" | grep -qx -- "$option"
+    done
+  done < <(for verb in $(commands); do corvane-host help "$verb"; done |
+    sed -n 's/^  corvane-host \(.*\)/\1/p' | sed 's/   *.*//')
+}
+
+@test "help behind a half-written command is help for that command" {
+  local words
+  for words in "format --help" "format a0/d0 --capacity 80 -h" "--help format a0" \
+    "format -o tsv --help"; do
+    # shellcheck disable=SC2086  # words
+    same "$(out format)" "$(corvane-host $words)"
+  done
+}
+
+@test "the help for scripts has commands with their options" {
+  valid json one
+  same '["wait", "Look", "OBJ COND", ["table", "tsv", "json", "value"]]' \
+    "$(json one '[d["result"]["commands"][0][k] for k in ("name", "group", "arguments", "forms")]')"
+  same '[["--timeout", null, "TIME", []]]' \
+    "$(json one '[[o[k] for k in ("name", "short", "value", "choices")] for o in d["result"]["commands"][0]["options"] if o["name"] == "--timeout"]')"
+  refused one 'd["result"]["commands"][0].pop("options")' \
+    'd["result"]["commands"][0]["options"][0].update(name="timeout")'
+}
+
+@test "every choice that an option offers is taken" {
+  local choice
+  for choice in auto always never; do corvane-host version --color "$choice"; done
+  # The capacity is read before the cards are looked for.
+  for choice in maximum factory improved high 80; do
+    run -1 corvane-host --simulate=/none/cards.json format a0/d0 --capacity "$choice"
+    [[ "$output" == *"simulating cards failed"* ]]
+  done
+  run -2 corvane-host --simulate=/none/cards.json format a0/d0 --capacity medium
+}
+
+@test "an option of another command says where it belongs" {
+  run -2 corvane-host list --follow
+  same "corvane-host: reading the command line failed: list has no option --follow
+  Commands that have it: events
+  See: corvane-host help list" "$output"
+  run -2 corvane-host list -o
+  [[ "$output" == *"failed: -o lacks its FORM"* ]]
+}
