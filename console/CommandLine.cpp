@@ -55,7 +55,7 @@ void AddChangeOptions(CLI::App& app, Options& options) {
   app.add_flag("--no-input", options.m_NoInput, "Never ask: what needs an answer is refused");
   app.add_flag("-n,--dry-run", options.m_DryRun, "Say what would be changed, and change nothing");
   app.add_flag("--force", options.m_Force, "detach: also when the card is in use");
-  app.add_option("--timeout", options.m_Timeout, "attach, detach (2m), wait: no longer than this")
+  app.add_option("--timeout", options.m_Timeout, "attach, detach (2m), check (30s), wait: at most")
       ->type_name("TIME");
   app.add_option("--capacity", options.m_Capacity,
                  "format: maximum, factory, improved, high, or 10 to 100 per cent")

@@ -70,6 +70,8 @@ const std::vector<Command>& AllCommands() {
        {"table", "tsv", "json", "jsonl"}, {"--yes", "--confirm", "--dry-run", "--timeout"}, RunOp},
       {"status",  "[OBJ]",             0, 1,    "What is wrong, why, and what to do",
        {"table", "tsv", "json", "jsonl"}, {}, RunStatus},
+      {"check",   "[OBJ]",             0, 1,    "For monitoring systems; exit codes 0 ok, 1 warning, 2 critical, 3 unknown",
+       {"table", "json"}, {"--timeout"}, RunCheck},
       {"events",  "",                  0, 0,    "What has happened; -f and --for wait for more",
        {"table", "tsv", "json", "jsonl"}, {"--follow", "--for"}, RunEvents},
       {"watch",   "",                  0, 0,    "Cards and events live, on the whole terminal; -o table is plain",

@@ -19,6 +19,7 @@ Answer RunOffline(Context& context);
 Answer RunFormat(Context& context);
 Answer RunOp(Context& context);
 Answer RunStatus(Context& context);
+Answer RunCheck(Context& context);
 Answer RunEvents(Context& context);
 Answer RunWatch(Context& context);
 Answer RunWait(Context& context);
