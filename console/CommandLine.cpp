@@ -24,9 +24,9 @@ struct Parsed {
 };
 
 // Options of some commands alone.
-const std::vector<std::string> kSpecial = {"--columns", "--long",     "--follow",     "--for",
-                                           "--yes",     "--confirm",  "--dry-run",    "--force",
-                                           "--timeout", "--capacity", "--sector-size"};
+const std::vector<std::string> kSpecial = {
+    "--columns", "--long",  "--follow",  "--for",      "--yes",         "--confirm",
+    "--dry-run", "--force", "--timeout", "--capacity", "--sector-size", "--textfile"};
 
 void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_option("-o,--output", options.m_Form,
@@ -62,6 +62,7 @@ void AddChangeOptions(CLI::App& app, Options& options) {
       ->type_name("SIZE");
   app.add_option("--sector-size", options.m_SectorSize, "format: bytes; as before if not given")
       ->type_name("BYTES");
+  app.add_option("--textfile", options.m_TextFile, "metrics: into this file")->type_name("FILE");
 }
 
 void AddPluginOptions(CLI::App& app, Options& options, Parsed& parsed) {

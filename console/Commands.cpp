@@ -80,6 +80,8 @@ const std::vector<Command>& AllCommands() {
        {"table", "tsv", "json", "value"}, {"--timeout"}, RunWait},
       {"rows",    "[TABLE]",           0, 1,    "What plug-ins have written of their objects; adapter, drive or plugin",
        {"table", "tsv", "json"}, {}, RunRows},
+      {"metrics", "",                  0, 0,    "For collectors: OpenMetrics; --textfile writes a file instead",
+       {"table", "json"}, {"--textfile"}, RunMetrics},
       {"explain", "ID",                1, 1,    "What a number or name of the vocabulary means",
        {"table", "tsv", "json"}, {}, RunExplain},
       {"plugin",  "",                  0, 0,    "What is loaded",

@@ -22,6 +22,7 @@ Answer RunStatus(Context& context);
 Answer RunCheck(Context& context);
 Answer RunEvents(Context& context);
 Answer RunWatch(Context& context);
+Answer RunMetrics(Context& context);
 Answer RunWait(Context& context);
 Answer RunRows(Context& context);
 Answer RunExplain(Context& context);
