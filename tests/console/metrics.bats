@@ -207,7 +207,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
 }
 
 @test "events are counted by number, name and severity, also those that have left the log" {
-  local database="$BATS_TEST_TMPDIR/corvane.db" event
+  local database="$BATS_TEST_TMPDIR/corvane.db"
   CORVANE_DATABASE="$database" corvane-host metrics -q
   /usr/bin/python3 - "$database" <<'END'
 import sqlite3, sys
@@ -306,4 +306,14 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   same '[5, "PLUGIN_MISSING", "0"]' \
     "$(json downjson '[d["exit_code"], d["messages"][0]["id"], d["result"]["families"][0]["samples"][0]["value"]]')"
   ended downjson 5
+}
+
+@test "the lines with jq of the page on monitoring do what they seem to" {
+  corvane-host() { command corvane-host --simulate "$@"; }
+  local page="$CORVANE_SOURCE/docs/monitoring.md" lines
+  mapfile -t lines < <(sed -n 's/^    \(corvane-host .* | jq .*\)/\1/p' "$page")
+  same 3 "${#lines[@]}"
+  same $'S100\tOK\t48.2\nS200\tWARNING\t' "$(eval "${lines[0]}")"
+  same "1 a1 WARNING: Temperature above its warning level: warning 78 °C" "$(eval "${lines[1]}")"
+  same "a1" "$(eval "${lines[2]}")"
 }
