@@ -28,6 +28,7 @@ struct Options {
   bool m_Follow = false;
   std::string m_For;
   std::string m_Timeout;
+  std::string m_TextFile;
   std::string m_Confirm;
   std::string m_Capacity;
   std::string m_SectorSize;

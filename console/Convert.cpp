@@ -52,12 +52,6 @@ std::optional<double> NumberOf(const PI::CProperty& property) {
   }
 }
 
-std::string ChoiceName(std::int32_t value) {
-  const std::string name =
-      HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(value));
-  return name.empty() ? fmt::format("{}", value) : name;
-}
-
 // The colour classes of the two status lines, adapters' and drives'.
 Tone ToneOf(std::uint32_t indicator) {
   switch (indicator) {
@@ -188,6 +182,12 @@ Measure NaturalMeasure(const PI::CProperty& property) {
   if (property.m_Units == PI::UNITS_WATTS) return Measure::Watts;
   if (property.m_Units == PI::UNITS_SECONDS) return Measure::Seconds;
   return Measure::Count;
+}
+
+std::string ChoiceName(std::int32_t value) {
+  const std::string name =
+      HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(value));
+  return name.empty() ? fmt::format("{}", value) : name;
 }
 
 std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing nothing) {

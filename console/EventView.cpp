@@ -17,11 +17,15 @@ constexpr Severity kSeverities[] = {
     {PI::SEVERITY_ERROR, "error", Tone::Bad},
 };
 
-Severity SeverityOf(const PI::CEvent& event) {
+Severity RowOf(std::uint32_t severity) {
   for (const Severity& row : kSeverities) {
-    if (row.m_Number == event.m_Severity) return row;
+    if (row.m_Number == severity) return row;
   }
-  return {event.m_Severity, "unknown", Tone::Plain};
+  return {severity, "unknown", Tone::Plain};
+}
+
+Severity SeverityOf(const PI::CEvent& event) {
+  return RowOf(event.m_Severity);
 }
 
 }  // namespace
@@ -58,6 +62,10 @@ Json EventJson(const Model& model, const PI::CEvent& event) {
   json["source"] = event.m_SourceName;
   json["text"] = HostKit::MessageOf(event);
   return json;
+}
+
+const char* SeverityName(std::uint32_t severity) {
+  return RowOf(severity).m_Name;
 }
 
 Tone EventTone(const PI::CEvent& event) {

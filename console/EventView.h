@@ -14,6 +14,9 @@ const std::vector<Column>& EventColumns();
 Row EventRow(const Model& model, const PI::CEvent& event);
 Json EventJson(const Model& model, const PI::CEvent& event);
 
+// "information", "warning", "error" or "unknown".
+const char* SeverityName(std::uint32_t severity);
+
 // How bad the event is.
 Tone EventTone(const PI::CEvent& event);
 

@@ -18,7 +18,11 @@ enum class ExitCode : int {
   PluginUnfit = 5,  // not loaded, or not fit for this host
   Permission = 6,
   TimedOut = 7,
-  Stopped = 130
+  Stopped = 130,
+  // Of `check` alone, whose codes are those of monitoring systems.
+  Warning = 1,
+  Critical = 2,
+  Unknown = 3
 };
 
 // Something that ends the command. Reported as "WHAT failed: WHY" and what to do then.

@@ -73,11 +73,6 @@ Reason MakeReason(const Object& object, std::int32_t value) {
   return reason;
 }
 
-Value Known(const Object& object, const char* name) {
-  const Term* term = FindTerm(object.m_Kind, name);
-  return term == nullptr ? Value{} : ReadTerm(object, *term);
-}
-
 const char* LabelOf(const Term& limit) {
   for (const LimitLabel& row : kLimitLabels) {
     if (std::strcmp(row.m_Term, limit.m_Name) == 0) return row.m_Label;
@@ -88,13 +83,25 @@ const char* LabelOf(const Term& limit) {
 }  // namespace
 
 Health HealthOf(const Object& object) {
-  Health health{Known(object, "status"), Known(object, "activity"), {}};
+  Health health{ReadTerm(object, "status"), ReadTerm(object, "activity"), {}};
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
   if (reasons == nullptr || reasons->m_ValueType != PI::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
     if (value != V::ATTACHED) health.m_Reasons.push_back(MakeReason(object, value));
   }
   return health;
+}
+
+std::vector<const Object*> WithStatus(const Model& model, const Object* top) {
+  std::vector<const Object*> chosen;
+  for (const Object& object : model.Objects()) {
+    if (object.m_Kind != Kind::Adapter && object.m_Kind != Kind::Drive) continue;
+    const Object* owner = object.m_Owner ? &model.Objects()[*object.m_Owner] : nullptr;
+    const bool inside = top == nullptr || top->m_Kind == Kind::Plugin || top == &object ||
+                        (owner != nullptr && top == owner);
+    if (inside) chosen.push_back(&object);
+  }
+  return chosen;
 }
 
 bool IsWell(const Value& status) {
@@ -116,6 +123,14 @@ std::string ReasonText(const Reason& reason, bool ascii) {
                         LabelOf(*reason.m_Limit.m_Term), HumanText(reason.m_Limit.m_Value, ascii));
   }
   return Printable(text);
+}
+
+std::string WhyWithoutReason(const Health& health) {
+  const std::string activity = BareText(health.m_Activity);
+  if (health.m_Activity.Known() && activity != "IDLE") {
+    return fmt::format("it is busy: {}", activity);
+  }
+  return "the plug-in tells no reason";
 }
 
 std::string ReasonNames(const Health& health) {

@@ -33,6 +33,9 @@ struct Health {
 
 Health HealthOf(const Object& object);
 
+// Adapters and drives: all of the machine, or `top` with those below it.
+std::vector<const Object*> WithStatus(const Model& model, const Object* top);
+
 // Whether the status is as good as it can be; an unknown one is not.
 bool IsWell(const Value& status);
 
@@ -41,6 +44,9 @@ std::string StatusText(const Value& status);
 
 // "Temperature above its warning level: 79 °C, warning 78 °C". Printable.
 std::string ReasonText(const Reason& reason, bool ascii);
+
+// Why a status may be what it is when no reason is told: the card may be at work.
+std::string WhyWithoutReason(const Health& health);
 
 // All names of the reasons, with commas between; empty when there are none.
 std::string ReasonNames(const Health& health);

@@ -61,6 +61,15 @@ const std::vector<HelpText> kTexts = {
                "them, and what to do. An object shows itself and what is below it.", "", {},
      {{"status", "why a card is warning, and what to do", true},
       {"status a1 -o json", "one card, for a script"}}},
+    {"check", "For monitoring systems: a line with the worst state and its reason, performance "
+              "figures behind '|', then a line for each object. It answers in the same form when "
+              "something is wrong with the command line or the plug-in.", "",
+     {{0, "all cards are well"},
+      {1, "a card is warning"},
+      {2, "a card has failed"},
+      {3, "unknown: no card, no plug-in, a wrong command line, or too late"}},
+     {{"check", "a nightly check by a script or a monitoring system", true},
+      {"check a1 --timeout 10s", "one card, in ten seconds at most"}}},
     {"events", "The events that the plug-in has for the host, the oldest first. explain tells what "
                "to do about each number.", "", {},
      {{"events", "what has happened", true},
@@ -131,6 +140,11 @@ const std::vector<HelpText> kTexts = {
      {{"op list a0", "the operations of an adapter"},
       {"op run a0/d0 FORMAT_DEVICE FORMATTING=CUSTOM SIZE=80 --dry-run",
        "only say what would be done"}}},
+    {"metrics", "OpenMetrics text on standard output. With --textfile a file for a node exporter "
+                "instead, replaced whole, so that a collector never reads half of it.", "",
+     {{5, "the plug-in is not loaded; corvane_plugin_up 0 is given all the same"}},
+     {{"metrics", "feed Prometheus", true},
+      {"metrics --textfile FILE.prom", "into the folder of a node exporter"}}},
     {"explain", "The meaning of an event, error, operation, property or value, by number or name, "
                 "and what to do about it. An id of several families shows each of them.", "",
      {{3, "nothing has that number or name"}},

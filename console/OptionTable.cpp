@@ -57,8 +57,8 @@ const std::vector<OptionRow>& AllOptions() {
        "Go on until Ctrl-C"},
       {"",   "--for",        "TIME",    &O::m_For,         {"events", "watch", "locate"},
        "Go on for this long and end then: 30s, 5m or 1h"},
-      {"",   "--timeout",    "TIME",    &O::m_Timeout,     {"attach", "detach", "wait", "op"},
-       "Wait no longer than this; attach and detach wait for 2m unless told"},
+      {"",   "--timeout",    "TIME",    &O::m_Timeout,     {"attach", "detach", "wait", "op", "check"},
+       "No longer than this; unless told, attach and detach wait for 2m, check for 30s"},
       {"-y", "--yes",        "",        &O::m_Yes,         kAskers,
        "Do it without a question; does not reach a format"},
       {"-n", "--dry-run",    "",        &O::m_DryRun,      kChangers,
@@ -73,6 +73,8 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--sector-size", "BYTES",  &O::m_SectorSize,  {"format"},
        "Size of a sector; as before if not given",
        {"512", "4096"}},
+      {"",   "--textfile",   "FILE",    &O::m_TextFile,    {"metrics"},
+       "Into this file, whole or not at all, in the form that node exporters read"},
   };
   return all;
 }

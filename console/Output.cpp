@@ -54,13 +54,13 @@ void AnswerStream::Write(const std::string& text) {
 void Talk::Note(const std::string& id, const std::string& text,
                 const std::vector<std::string>& advice) {
   m_Messages.push_back({"note", id, text, advice});
-  if (!m_Quiet) Say(m_Messages.back());
+  if (m_Volume == Volume::All) Say(m_Messages.back());
 }
 
 void Talk::Error(const std::string& id, const std::string& text,
                  const std::vector<std::string>& advice) {
   m_Messages.push_back({"error", id, text, advice});
-  Say(m_Messages.back());
+  if (m_Volume != Volume::Nothing) Say(m_Messages.back());
 }
 
 void Talk::Say(const Message& message) const {

@@ -44,11 +44,13 @@ struct Message {
   std::vector<std::string> m_Advice;
 };
 
+// How much of the talk is said aloud.
+enum class Volume { All, Errors, Nothing };
+
 // Collects what is said, for the machine forms, and says it on standard error.
 class Talk {
  public:
-  // A quiet one says errors only.
-  explicit Talk(bool quiet) : m_Quiet(quiet) {}
+  explicit Talk(Volume volume) : m_Volume(volume) {}
 
   void Note(const std::string& id, const std::string& text,
             const std::vector<std::string>& advice = {});
@@ -59,7 +61,7 @@ class Talk {
  private:
   void Say(const Message& message) const;
 
-  const bool m_Quiet;
+  const Volume m_Volume;
   std::vector<Message> m_Messages;
 };
 

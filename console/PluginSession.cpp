@@ -39,7 +39,9 @@ PluginSession::~PluginSession() {
 // The host's numbers count from 1; people see them in the adapters' names.
 void PluginSession::Start() {
   std::vector<PI::CAdapterID> adapters;
+  const auto begin = std::chrono::steady_clock::now();
   const std::uint32_t result = m_Plugin->Execute(PI::CMD_INITIALIZE, 0, &adapters);
+  m_StartDuration = std::chrono::steady_clock::now() - begin;
   if (result == PI::ERR_NO_SUPPORTED_HARDWARE) return;
   if (result != PI::SUCCESS) throw PluginFailure("starting the plug-in", result);
   m_HasCards = true;

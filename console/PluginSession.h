@@ -34,6 +34,7 @@ class PluginSession : public Session {
 
   PluginInfo Info() const override;
   bool HasCards() const override { return m_HasCards; }
+  std::chrono::duration<double> StartDuration() const override { return m_StartDuration; }
   std::vector<PI::CObject> Topology() override;
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
@@ -54,6 +55,7 @@ class PluginSession : public Session {
   PluginLibrary m_Library;
   PluginInstance m_Plugin;
   bool m_HasCards = false;
+  std::chrono::duration<double> m_StartDuration{0};
 };
 
 }  // namespace Console

@@ -30,6 +30,9 @@ class Session {
   // object alone.
   virtual bool HasCards() const = 0;
 
+  // How long the plug-in took to start, its first scan of all cards included.
+  virtual std::chrono::duration<double> StartDuration() const = 0;
+
   // The plug-in object, then all adapters, then all drives, with properties and operations.
   virtual std::vector<PI::CObject> Topology() = 0;
   virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;

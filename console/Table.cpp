@@ -80,7 +80,7 @@ std::string WithoutTrailingSpaces(const std::string& text) {
 }  // namespace
 
 Cell TextCell(const std::string& text) {
-  return {text, text, Tone::Plain};
+  return {text, Printable(text), Tone::Plain};
 }
 
 // What is well needs no shouting.

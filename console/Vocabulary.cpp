@@ -182,6 +182,11 @@ Value ReadTerm(const Object& object, const Term& term) {
   return Convert(*property, term.m_Measure, term.m_Nothing);
 }
 
+Value ReadTerm(const Object& object, const std::string& name) {
+  const Term* term = FindTerm(object.m_Kind, name);
+  return term == nullptr ? Value{} : ReadTerm(object, *term);
+}
+
 Value ReadProperty(const PI::CProperty& property) {
   return Convert(property, NaturalMeasure(property), Nothing::None);
 }

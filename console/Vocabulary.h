@@ -67,6 +67,8 @@ const Term* FindTerm(Kind kind, const std::string& name);
 std::vector<std::string> TermNames(Kind kind);
 
 Value ReadTerm(const Object& object, const Term& term);
+// By the term's name; unknown also when the object's kind has no such term.
+Value ReadTerm(const Object& object, const std::string& name);
 
 // A property that need not be in the vocabulary, in the unit that it came with.
 Value ReadProperty(const PI::CProperty& property);

@@ -14,23 +14,6 @@ namespace {
 
 using Objects = std::vector<const Object*>;
 
-bool HasStatus(const Object& object) {
-  return object.m_Kind == Kind::Adapter || object.m_Kind == Kind::Drive;
-}
-
-// All objects below the plug-in, or one with those below it.
-Objects Chosen(const Model& model, const std::vector<std::string>& arguments) {
-  Objects chosen;
-  const Object* top = arguments.empty() ? nullptr : &Select(model, arguments[0]);
-  for (const Object& object : model.Objects()) {
-    const Object* owner = object.m_Owner ? &model.Objects()[*object.m_Owner] : nullptr;
-    const bool inside = top == nullptr || top->m_Kind == Kind::Plugin || top == &object ||
-                        (owner != nullptr && top == owner);
-    if (inside && HasStatus(object)) chosen.push_back(&object);
-  }
-  return chosen;
-}
-
 Json ReadingJson(const Reading& reading) {
   if (reading.m_Term == nullptr) return nullptr;
   Json json = {{"name", reading.m_Term->m_Name}};
@@ -100,15 +83,6 @@ std::string Coloured(const std::string& text, Tone tone, const Style& style) {
   return text;
 }
 
-// A status that is not well without a reason may be explained by what the card is doing.
-std::string WhyWithoutReason(const Health& health) {
-  const std::string activity = BareText(health.m_Activity);
-  if (health.m_Activity.Known() && activity != "IDLE") {
-    return fmt::format("it is busy: {}", activity);
-  }
-  return "the plug-in tells no reason";
-}
-
 std::string HealthText(const Object& object, const Health& health, std::size_t width,
                        const Style& style) {
   std::string text =
@@ -148,7 +122,9 @@ std::string Text(const Objects& chosen, bool asked, const Style& style) {
 
 Answer RunStatus(Context& context) {
   const Model model = context.Objects();
-  const Objects chosen = Chosen(model, context.m_Arguments);
+  const bool asked = !context.m_Arguments.empty();
+  const Objects chosen =
+      WithStatus(model, asked ? &Select(model, context.m_Arguments[0]) : nullptr);
   Answer answer;
   answer.m_Items = "objects";
   answer.m_Result = {{"objects", Json::array()}};
@@ -157,7 +133,7 @@ Answer RunStatus(Context& context) {
                               {"REASON", "reason", false},
                               {"WHY", "why", false},
                               {"DO", "do", false}};
-  answer.m_Text = Text(chosen, !context.m_Arguments.empty(), context.m_Style);
+  answer.m_Text = Text(chosen, asked, context.m_Style);
   for (const Object* object : chosen) {
     const Health health = HealthOf(*object);
     answer.m_Result["objects"].push_back(HealthJson(*object, health));

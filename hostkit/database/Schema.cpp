@@ -13,6 +13,17 @@ constexpr const char* kOwnTables =
     "event_id INTEGER NOT NULL, object_id INTEGER NOT NULL, name TEXT NOT NULL, "
     "message TEXT NOT NULL) STRICT;";
 
+// The log forgets its oldest events, a counter may not. Whoever appends to the log counts without
+// knowing it, and a log that is older than the counts is counted once.
+constexpr const char* kEventCounts =
+    "CREATE TABLE IF NOT EXISTS host_event_counts (event_id INTEGER NOT NULL, "
+    "severity INTEGER NOT NULL, count INTEGER NOT NULL, PRIMARY KEY (event_id, severity)) STRICT;"
+    "INSERT INTO host_event_counts SELECT event_id, severity, COUNT(*) FROM host_event_log "
+    "WHERE NOT EXISTS (SELECT 1 FROM host_event_counts) GROUP BY event_id, severity;"
+    "CREATE TRIGGER IF NOT EXISTS host_event_counted AFTER INSERT ON host_event_log BEGIN "
+    "INSERT INTO host_event_counts VALUES (new.event_id, new.severity, 1) "
+    "ON CONFLICT DO UPDATE SET count = count + 1; END;";
+
 // The statement that made a table, or an empty text.
 std::string SqlOf(Connection& connection, const std::string& table) {
   Statement statement =
@@ -47,6 +58,7 @@ void PrepareTables(Connection& connection, std::int64_t life) {
   try {
     connection.Run("BEGIN IMMEDIATE");
     connection.Run(kOwnTables);
+    connection.Run(kEventCounts);
     for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
     if (!IsOfLife(connection, life)) BeginLife(connection, life);
     connection.Run("COMMIT");

@@ -114,6 +114,9 @@ class OddPlugin : public IPLUGINAPI {
     Log(m_HostNotify ? "Initialize" : "Initialize without callback");
     if (Case() == "locks") return PI::ERR_LOCK_INITIALIZATION_FAILED;
     if (Case() == "slow") sleep(1);
+    if (Case() == "hang") sleep(60);
+    if (Case() == "crash") std::abort();
+    if (Case() == "exit") std::exit(0);
     adapters.resize(2);
     adapters[0].m_AdapterNumber = 0;
     adapters[1].m_AdapterNumber = 1;

@@ -21,11 +21,10 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 
 @test "the commands stand in groups" {
   ended all 0
-  same "Look Do Help Examples" "$(out all | grep -oxE 'Look|Do|Export|Help|Examples' |
-    grep -vx Export | xargs)"
+  same "Look Do Export Help Examples" "$(out all | grep -oxE 'Look|Do|Export|Help|Examples' | xargs)"
   local command group
-  for row in Look:list Look:tree Look:show Look:get Look:status Look:events Look:watch Look:wait \
-    Look:rows Do:set Do:locate Do:attach Do:detach Do:format Do:online Do:offline Do:op \
+  for row in Look:list Look:tree Look:show Look:get Look:status Look:events Look:watch Look:wait Look:check \
+    Look:rows Do:set Do:locate Do:attach Do:detach Do:format Do:online Do:offline Do:op Export:metrics \
     Help:explain Help:plugin Help:help Help:version; do
     IFS=: read -r group command <<<"$row"
     out all | sed -n "/^$group\$/,/^\$/p" | grep -q "^  $command " || { echo "$row"; false; }

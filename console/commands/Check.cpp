@@ -1,0 +1,62 @@
+// check: the state of the cards for a monitoring system. What goes wrong before there is an answer
+// is reported in the same form by the program itself.
+#include "console/Answer.h"
+#include "console/Context.h"
+#include "console/Selectors.h"
+#include "console/Verdict.h"
+#include "console/commands/All.h"
+
+namespace Console {
+namespace {
+
+Json TextJson(const std::string& text) {
+  return text.empty() ? Json() : Json(text);
+}
+
+Json FindingJson(const Finding& finding) {
+  Json json = {{"object", finding.m_pObject->m_Selector},
+               {"type", KindName(finding.m_pObject->m_Kind)},
+               {"id", IdText(finding.m_pObject->m_ID)},
+               {"state", StateName(finding.m_State)}};
+  PutValue(json, "status", finding.m_Health.m_Status);
+  PutValue(json, "serial_number", ReadTerm(*finding.m_pObject, "serial_number"));
+  json["reasons"] = Json::array();
+  for (const Reason& reason : finding.m_Health.m_Reasons) json["reasons"].push_back(reason.m_Name);
+  return json;
+}
+
+Json ReportedJson(const Reported& r) {
+  return {{"label", r.m_Label},
+          {"value", r.m_Value},
+          {"unit", TextJson(r.m_Unit)},
+          {"warning", TextJson(r.m_Warning)},
+          {"critical", TextJson(r.m_Critical)},
+          {"minimum", TextJson(r.m_Minimum)},
+          {"maximum", TextJson(r.m_Maximum)}};
+}
+
+}  // namespace
+
+Answer RunCheck(Context& context) {
+  const Model model = context.Objects();
+  const Object* top =
+      context.m_Arguments.empty() ? nullptr : &Select(model, context.m_Arguments[0]);
+  const bool ascii = context.m_Style.m_Ascii;
+  const Verdict verdict = Judge(model, top);
+  Answer answer;
+  answer.m_Code = StateCode(verdict.m_State);
+  answer.m_Text = CheckText(verdict, ascii);
+  answer.m_Result = {{"state", StateName(verdict.m_State)},
+                     {"summary", Summary(verdict, ascii)},
+                     {"objects", Json::array()},
+                     {"readings", Json::array()}};
+  for (const Finding& finding : verdict.m_Findings) {
+    answer.m_Result["objects"].push_back(FindingJson(finding));
+  }
+  for (const Reported& reported : verdict.m_Reported) {
+    answer.m_Result["readings"].push_back(ReportedJson(reported));
+  }
+  return answer;
+}
+
+}  // namespace Console

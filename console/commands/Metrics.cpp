@@ -1,0 +1,73 @@
+// metrics: the cards for a collector, on standard output or in a file.
+#include "console/Metrics.h"
+
+#include <optional>
+
+#include "console/Answer.h"
+#include "console/Context.h"
+#include "console/TextFile.h"
+#include "console/commands/All.h"
+#include "host/Database.h"
+
+namespace Console {
+namespace {
+
+// A database that fails leaves the rest of the metrics as they are.
+std::vector<HostKit::EventCount> ReadEventCounts(Talk& talk) {
+  try {
+    return HostKit::CountEvents();
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    talk.Note("DATABASE_FAILED", std::string("the events cannot be counted: ") + failure.what(),
+              {"The database is the file that CORVANE_DATABASE names."});
+    return {};
+  }
+}
+
+// A plug-in that cannot be asked is a metric too; a wrong command line is not.
+std::optional<Model> ReadObjects(Context& context, Answer& answer) {
+  try {
+    return context.Objects();
+  } catch (const Failure& failure) {
+    if (failure.m_Code == ExitCode::Usage) throw;
+    context.m_Talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+    answer.m_Code = failure.m_Code;
+    return std::nullopt;
+  }
+}
+
+Json SampleJson(const Sample& sample) {
+  Json labels = Json::object();
+  for (const auto& [name, text] : sample.m_Labels) labels[name] = text;
+  return {{"labels", labels}, {"value", sample.m_Value}};
+}
+
+Json FamilyJson(const Family& family) {
+  Json json = {{"name", family.m_Name}, {"type", MetricTypeName(family.m_Type)}};
+  json["unit"] = family.m_Unit.empty() ? Json() : Json(family.m_Unit);
+  json["help"] = family.m_Help;
+  json["samples"] = Json::array();
+  for (const Sample& sample : family.m_Samples) json["samples"].push_back(SampleJson(sample));
+  return json;
+}
+
+}  // namespace
+
+Answer RunMetrics(Context& context) {
+  Answer answer;
+  const std::optional<Model> model = ReadObjects(context, answer);
+  Observed observed;
+  if (model) {
+    observed.m_pModel = &*model;
+    observed.m_StartSeconds = context.Open().StartDuration().count();
+  }
+  observed.m_Events = ReadEventCounts(context.m_Talk);
+  const std::vector<Family> families = CollectMetrics(observed);
+  const std::string& file = context.m_Options.m_TextFile;
+  if (!file.empty()) ReplaceTextFile(file, PlainMetricsText(families));
+  answer.m_Text = file.empty() ? OpenMetricsText(families) : "";
+  answer.m_Result = {{"textfile", file.empty() ? Json() : Json(file)}, {"families", Json::array()}};
+  for (const Family& family : families) answer.m_Result["families"].push_back(FamilyJson(family));
+  return answer;
+}
+
+}  // namespace Console

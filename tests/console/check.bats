@@ -1,0 +1,238 @@
+#!/usr/bin/env bats
+# The check for monitoring systems: a line, a code from 0 to 3, and readings, whatever happens.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  local name
+  for name in well critical mixed twins odd deaf closed empty; do
+    cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"
+  done
+  cards well clear card1 TEMPERATURE_ABOVE_WARN
+  cards critical set card0 temp_internal_deg_c 91.5
+  cards critical raise card0 TEMPERATURE_ABOVE_ERROR
+  cards mixed set card0 iom_state 0
+  cards mixed set card1 temp_internal_deg_c 79
+  cards mixed raise card1 NEAR_WEARING_OUT
+  cards twins set card1 serial_number S100
+  cards odd set card0 serial_number 'a|b=c "d" e\f'
+  cards odd set card0 board_name $'Bö|rd\ntwo'
+  cards odd set card1 serial_number ''
+  cards deaf fail vsl_init --code 5 --text "no driver"
+  cards closed fail vsl_open --code 12
+  cards empty new --force
+  mkdir "$BATS_FILE_TMPDIR/damaged"
+  printf 'PollInterval\0 [[[\n' >"$BATS_FILE_TMPDIR/damaged/Corvane.ini"
+
+  keep well with well check &
+  keep warning host check &
+  keep critical with critical check &
+  keep mixed with mixed check &
+  keep ascii env LC_ALL=C corvane-host --simulate="$BATS_FILE_TMPDIR/mixed.json" check a1 &
+  keep card host check S100 &
+  keep drive host check a1/d0 &
+  keep twins with twins check &
+  keep odd with odd check &
+  wait
+  keep json host check -o json &
+  keep emptyjson with empty check -o json &
+  keep empty with empty check &
+  keep bus corvane-host check &
+  keep closed with closed check &
+  keep noobject host check a9 &
+  keep ambiguous with twins check S100 &
+  keep deaf with deaf check &
+  keep damaged env CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/damaged" corvane-host check &
+  wait
+  keep noplugin corvane-host check --plugin '/none|such' &
+  keep noplug corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
+  keep version odd version check &
+  keep topology odd topology check &
+  keep crash odd crash check &
+  keep exit odd exit check &
+  keep crashjson odd crash check -o json &
+  keep late odd hang check --timeout 200ms &
+  keep latejson odd hang check --timeout 200ms -o json &
+  keep late0 host check --timeout 0s &
+  wait
+  keep nooption corvane-host check --frobnicate &
+  keep novalue corvane-host --ascii check --timeout &
+  keep words corvane-host check a0 a1 &
+  keep badform corvane-host check -o xml &
+  keep other corvane-host list --frobnicate check &
+  keep span corvane-host check --timeout soon &
+  keep nooptionjson corvane-host check --frobnicate -o json &
+  keep stopped interrupted &
+  keep full to_full_disk host check &
+  wait
+}
+
+cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+to_full_disk() { "$@" >/dev/full; }
+
+interrupted() {
+  CONSOLE_TEST_PLUGIN=hang corvane-host --plugin "$ODD_PLUGIN" check &
+  sleep 0.5
+  kill -TERM $!
+  wait $!
+}
+
+# line NAME TEXT: the first line up to the readings.
+line() { same "$2" "$(out "$1" | sed -e 's/ | .*//' -e 1q)"; }
+# readings NAME: one in each line.
+readings() { out "$1" | sed -n '1s/.* | //p' | tr ' ' '\n'; }
+
+@test "what is well is code 0, with a line for each object" {
+  ended well 0
+  line well "CORVANE OK - 2 adapters, 2 drives"
+  same "a0 ok: SanDisk BoardA (1), serial S100
+a0/d0 available: DriveA (0)
+a1 ok: MOLT EP PX600 (2), serial S200
+a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
+}
+
+@test "a warning is code 1 and says why and what to do" {
+  ended warning 1
+  line warning "CORVANE WARNING - a1 WARNING: Temperature above its warning level: warning 78 °C"
+  same "a1 WARNING: MOLT EP PX600 (2), serial S200
+  Temperature above its warning level: warning 78 °C. Check fans and airflow around the card, or take load off it." \
+    "$(out warning | sed -n '4,5p')"
+}
+
+@test "an error is code 2 and stands before a warning" {
+  ended critical 2
+  line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its highest permitted value: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning level: warning 78 °C"
+}
+
+@test "all reasons of all objects stand in the line" {
+  ended mixed 1
+  line mixed "CORVANE WARNING - a0 WARNING: Detached; a1 WARNING: Temperature above its warning level: 79 °C, warning 78 °C, Nearly worn out: 2 %"
+}
+
+@test "a plain locale gets plain characters" {
+  ended ascii 1
+  line ascii "CORVANE WARNING - a1 WARNING: Temperature above its warning level: 79 C, warning 78 C, Nearly worn out: 2 %"
+}
+
+@test "one object is checked with what is below it" {
+  ended card 0
+  line card "CORVANE OK - 1 adapter, 1 drive"
+  ended drive 0
+  line drive "CORVANE OK - 0 adapters, 1 drive"
+  same "" "$(readings drive)"
+}
+
+@test "readings have units, limits and the name that the card keeps" {
+  same "S100_temperature_celsius=48.2;78;85
+S100_reserve_space=97%;10:;;0;100
+S100_endurance_used=25%;;;0
+S100_slot_power_watts=23.7;;;0;24.75
+S100_read_bytes=2199023255552c
+S100_written_bytes=1099511627776c" "$(readings card)"
+}
+
+@test "what a card does not tell has no reading" {
+  same "S200_endurance_used S200_slot_power_watts S200_read_bytes S200_written_bytes" \
+    "$(readings warning | sed -n 's/^\(S200_[a-z_]*\)=.*/\1/p' | paste -sd' ')"
+}
+
+@test "cards with one serial number are told apart in the readings" {
+  same "pci:0000:3b:02.1
+pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
+}
+
+@test "odd texts of a card break neither line nor readings" {
+  ended odd 1
+  same 1 "$(out odd | head -1 | tr -cd '|' | wc -c)"
+  same "a_b_c__d__e_f_temperature_celsius=48.2;78;85" "$(readings odd | head -1)"
+  same "pci:0000:5e:00.0_endurance_used=2%;;;0" "$(readings odd | grep -m1 pci)"
+  same 'a0 ok: SanDisk Bö/rd\x0atwo (1), serial a/b=c "d" e\f' "$(out odd | sed -n 2p)"
+  same 'a1 WARNING: MOLT EP PX600 (2)' "$(out odd | sed -n 4p)"
+}
+
+@test "no card that can be opened is unknown: who checks a machine expects one" {
+  local name
+  for name in empty bus closed; do
+    ended "$name" 3
+    same "CORVANE UNKNOWN - no supported adapter was found in this machine" "$(out "$name")"
+  done
+}
+
+@test "whatever keeps it from looking is unknown, with the reason in the first line" {
+  local row name text
+  while IFS='~' read -r name text; do
+    echo "$name"
+    ended "$name" 3
+    line "$name" "CORVANE UNKNOWN - $text"
+  done <<END
+noobject~finding 'a9' failed: there is no such object
+ambiguous~finding 'S100' failed: 2 objects have that name
+noplugin~loading the plug-in failed: there is no file /none/such
+noplug~loading the plug-in failed: $CORVANE_BUILD/lib/libhostkit.so has no createIf: it is no storage plug-in
+version~loading the plug-in failed: $ODD_PLUGIN speaks interface version 3, this host speaks version 2
+topology~reading the topology failed: The adapter did not carry out the command (20003)
+damaged~reading $BATS_FILE_TMPDIR/damaged/Corvane.ini failed: it is no ini file
+crash~looking at the cards failed: the program crashed (Aborted)
+exit~looking at the cards failed: the program ended with code 0
+late~looking at the cards failed: it took longer than 200 ms
+late0~looking at the cards failed: it took longer than 0 ms
+stopped~the command failed: it was stopped by a signal
+nooption~reading the command line failed: there is no option --frobnicate
+words~reading the command line failed: check has too many arguments
+badform~reading the command line failed: -o cannot be 'xml'
+span~reading the command line failed: --timeout cannot be 'soon'
+END
+  ended novalue 3
+  out novalue | grep -q "^CORVANE UNKNOWN - reading the command line failed: --timeout"
+  ended deaf 3
+  out deaf | grep -q "^CORVANE UNKNOWN - starting the plug-in failed: .* (20012)$"
+}
+
+@test "nothing is said on standard error, which some systems would show first" {
+  local name
+  for name in well warning empty bus closed noobject noplugin late exit nooption stopped; do
+    silent "$name" err
+  done
+}
+
+@test "a plug-in that hangs is given up in time" {
+  SECONDS=0
+  CONSOLE_TEST_PLUGIN=hang run -3 corvane-host --plugin "$ODD_PLUGIN" check --timeout 1s
+  [ "$SECONDS" -ge 1 ] && [ "$SECONDS" -le 10 ]
+}
+
+@test "nobody is left behind: neither the process nor its temporary folder" {
+  same "" "$(pgrep -f -- "--plugin $ODD_PLUGIN check" || true)"
+  same "" "$(ls -A "$TMPDIR")"
+}
+
+@test "a code from 0 to 3 also when the answer cannot be written" {
+  ended full 3
+}
+
+@test "another command with the word check among its arguments is no check" {
+  ended other 2
+  silent other out
+}
+
+@test "JSON has the state, the code and the readings, failures included" {
+  valid json emptyjson crashjson latejson nooptionjson
+  same '[1, "WARNING", "a1 WARNING: Temperature above its warning level: warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
+    "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"
+  same '{"label": "S100_reserve_space", "value": "97", "unit": "%", "warning": "10:", "critical": null, "minimum": "0", "maximum": "100"}' \
+    "$(json json 'd["result"]["readings"][1]')"
+  same '[3, "UNKNOWN", []]' \
+    "$(json emptyjson '[d["exit_code"], d["result"]["state"], d["result"]["objects"]]')"
+  local row name id
+  for row in crashjson:CRASHED latejson:TIMED_OUT nooptionjson:USAGE; do
+    IFS=: read -r name id <<<"$row"
+    ended "$name" 3
+    same "[3, null, \"$id\"]" \
+      "$(json "$name" '[d["exit_code"], d["result"], d["messages"][-1]["id"]]')"
+  done
+}

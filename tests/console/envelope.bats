@@ -1,0 +1,35 @@
+#!/usr/bin/env bats
+# The contract with machines, for every command: JSON of the schema whatever goes wrong, and nothing
+# but text when piped.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  local name
+  for name in two twins empty closed escape; do
+    cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"
+  done
+  cards twins set card0 serial_number SAME
+  cards twins set card1 serial_number SAME
+  cards empty new --force
+  cards closed fail vsl_open --code 12
+  cards escape set card0 board_name $'x\x1b[31my'
+  cards escape set card0 product_name $'x\x1b]0;y\a'
+  cards escape set card0 serial_number $'\x1b[2J'
+  printf '{"cards": [' >"$BATS_FILE_TMPDIR/damaged.json"
+}
+
+cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
+
+@test "every command in every situation: documents of the schema with the process's exit code" {
+  every json
+}
+
+@test "what is piped holds no escape byte" {
+  every escapes
+}

@@ -1,0 +1,238 @@
+#!/usr/bin/python3
+"""Every command of corvane-host against everything that can go wrong.
+
+envelope.py json      each JSON form, in each situation: documents of the schema, and the exit code
+envelope.py escapes   each form, piped: no escape byte
+
+The commands come from the program's own help, so that a new one must be given a row here.
+"""
+
+import concurrent.futures
+import itertools
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+import jsonschema
+
+FOLDER = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
+BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
+CARDS = pathlib.Path(os.environ["BATS_FILE_TMPDIR"])
+SCHEMA = pathlib.Path(os.environ["CORVANE_SOURCE"]) / "docs/corvane-host.schema.json"
+
+# Command: its arguments, with OBJ and DRIVE for an adapter and a drive.
+ARGUMENTS = {
+    "list": "",
+    "tree": "",
+    "show": "OBJ",
+    "get": "OBJ name",
+    "set": "OBJ poll_interval=15",
+    "locate": "OBJ off",
+    "attach": "OBJ",
+    "detach": "OBJ --dry-run",
+    "online": "DRIVE --dry-run",
+    "offline": "DRIVE --dry-run",
+    "format": "DRIVE --capacity 80 --dry-run",
+    "op": "list OBJ",
+    "status": "OBJ",
+    "check": "OBJ",
+    "events": "",
+    "watch": "--for 200ms",
+    "wait": "OBJ attached --timeout 0s",
+    "rows": "",
+    "metrics": "",
+    "explain": "CTRL_NORMAL",
+    "completion": "bash",
+    "plugin": "",
+    "help": "",
+    "version": "",
+}
+
+# What stands for OBJ and DRIVE where it must be something else than an adapter and its drive.
+OBJECTS = {"set": {"a0": "plugin"}}
+
+# These never look at a plug-in.
+ALONE = {"explain", "completion", "help", "version"}
+# These give a result all the same when the plug-in cannot be asked.
+ANSWERS_ANYWAY = {"metrics"}
+# Its codes are those of monitoring systems.
+CHECK = "check"
+UNKNOWN = 3
+
+# Situation: cards, more options, objects, and what is expected: exit code and id of the last
+# message. The third of them is for commands that name an object, where that makes a difference.
+SITUATIONS = {
+    "success": ("two", [], ("a0", "a0/d0"), (0, None)),
+    "usage": ("two", ["--frobnicate"], ("a0", "a0/d0"), (2, "USAGE")),
+    "no such object": ("two", [], ("a9", "a9/d0"), (0, None), (3, "NO_SUCH_OBJECT")),
+    "ambiguous": ("twins", [], ("SAME", "SAME"), (0, None), (3, "AMBIGUOUS")),
+    "no cards": (
+        "empty", [], ("a0", "a0/d0"), (0, "ERR_NO_SUPPORTED_HARDWARE"), (3, "NO_SUCH_OBJECT"),
+    ),
+    "plug-in missing": ("two", ["--plugin", "/none/such.so"], ("a0", "a0/d0"), (5, "PLUGIN_MISSING")),
+    "no plug-in": (
+        "two", ["--plugin", f"{BUILD}/lib/libhostkit.so"], ("a0", "a0/d0"),
+        (5, "PLUGIN_NO_ENTRY_POINT"),
+    ),
+    "damaged ini": ("two", [], ("a0", "a0/d0"), (1, "CONFIG_UNREADABLE")),
+    "damaged cards": ("damaged", [], ("a0", "a0/d0"), (1, "SIMULATION_FAILED")),
+    "no database": ("two", ["--database", "/proc/none/x.db"], ("a0", "a0/d0"), (0, None)),
+    "closed card": (
+        "closed", [], ("a0", "a0/d0"), (0, "ERR_NO_SUPPORTED_HARDWARE"), (3, "NO_SUCH_OBJECT"),
+    ),
+}
+
+# (situation, command): what is expected instead.
+EXCEPTIONS = {
+    # The plug-in's object is always there.
+    ("no cards", "set"): (0, "ERR_NO_SUPPORTED_HARDWARE"),
+    ("closed card", "set"): (0, "ERR_NO_SUPPORTED_HARDWARE"),
+    ("success", "events"): (0, "NO_EVENTS"),
+    ("no such object", "events"): (0, "NO_EVENTS"),
+    ("ambiguous", "events"): (0, "NO_EVENTS"),
+    ("no cards", "events"): (0, "NO_EVENTS"),
+    ("closed card", "events"): (0, "NO_EVENTS"),
+    ("no database", "events"): (0, "NO_EVENTS"),
+    ("no database", "rows"): (1, "DATABASE_FAILED"),
+    ("no database", "metrics"): (0, "DATABASE_FAILED"),
+}
+
+counter = itertools.count()
+
+
+def arguments_of(command, adapter="a0", drive="a0/d0"):
+    words = []
+    for word in ARGUMENTS[command].split():
+        word = {"OBJ": adapter, "DRIVE": drive}.get(word, word)
+        words.append(OBJECTS.get(command, {}).get(word, word))
+    return [command, *words]
+
+
+def run(cards, words, situation="", **variables):
+    """Each run has cards and a configuration of its own, so that all may run at once."""
+    place = FOLDER / str(next(counter))
+    place.mkdir()
+    file = place / "cards.json"
+    shutil.copy(CARDS / f"{cards}.json", file)
+    config = place / "config"
+    config.mkdir()
+    if situation == "damaged ini":
+        (config / "Corvane.ini").write_bytes(b"PollInterval\0 [[[\n")
+    environment = dict(os.environ, CORVANE_CONFIG_DIR=str(config), **variables)
+    return subprocess.run(
+        [f"{BUILD}/bin/corvane-host", f"--simulate={file}", *words],
+        stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=60, check=False,
+    )
+
+
+def commands():
+    """Name and forms of each."""
+    answer = json.loads(run("two", ["help", "-o", "json"]).stdout)
+    return {row["name"]: row["forms"] for row in answer["result"]["commands"]}
+
+
+def expectation(situation, command):
+    _, _, _, *expected = SITUATIONS[situation]
+    names_object = "OBJ" in ARGUMENTS[command] or "DRIVE" in ARGUMENTS[command]
+    if command in ALONE and situation != "usage":
+        return 0, None
+    if (situation, command) in EXCEPTIONS:
+        return EXCEPTIONS[situation, command]
+    code, identifier = expected[-1] if names_object else expected[0]
+    return (UNKNOWN if command == CHECK and code != 0 else code), identifier
+
+
+def documents(text):
+    decoder = json.JSONDecoder()
+    while text.strip():
+        text = text.lstrip()
+        document, end = decoder.raw_decode(text)
+        text = text[end:]
+        yield document
+
+
+def complaint(check, situation, command, form):
+    """What is wrong with one run, or nothing."""
+    cards, options, (adapter, drive), *_ = SITUATIONS[situation]
+    words = [*arguments_of(command, adapter, drive), "-o", form, *options]
+    done = run(cards, words, situation)
+    code, identifier = expectation(situation, command)
+    found = list(documents(done.stdout.decode("utf-8")))
+    if done.returncode != code:
+        return f"exit code {done.returncode}, expected {code}: {done.stderr.decode()}"
+    if form == "json" and len(found) != 1:
+        return f"{len(found)} documents"
+    if code != 0 and not found:
+        return "no document"
+    for document in found:
+        for error in check.iter_errors(document):
+            return f"{error.json_path}: {error.message}"
+    if not found:
+        return None
+    last = found[-1]
+    if last["exit_code"] != done.returncode:
+        return f"exit code {last['exit_code']} in the document, {done.returncode} of the process"
+    answers = code == 0 or (command in ANSWERS_ANYWAY and situation != "usage")
+    if (last["result"] is not None) != answers:
+        return f"result {last['result']} with exit code {code}"
+    ids = [message["id"] for message in last["messages"]]
+    if ids[-1:] != ([identifier] if identifier else []):
+        return f"messages {ids}, the last one expected to be {identifier}"
+    if situation != "usage" and last["command"] != command:
+        return f"command {last['command']}"
+    return None
+
+
+def escape(command, form, variables):
+    words = [*arguments_of(command), *(["-o", form] if form else [])]
+    done = run("escape", words, **variables)
+    if done.returncode not in (0, 1):
+        return f"exit code {done.returncode}: {done.stderr.decode()}"
+    if b"\x1b" in done.stdout + done.stderr:
+        return "an escape byte"
+    if command not in ALONE | {"set", "events"} and not done.stdout:
+        return "nothing was written"
+    return None
+
+
+def json_cases(forms):
+    check = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text(encoding="utf-8")))
+    for situation in SITUATIONS:
+        for command, all_forms in forms.items():
+            for form in all_forms:
+                if form in ("json", "jsonl"):
+                    yield f"{situation}: {command} -o {form}", complaint, (
+                        check, situation, command, form,
+                    )
+
+
+def escape_cases(forms):
+    terminal = {"TERM": "xterm-256color"}
+    for command, all_forms in forms.items():
+        for form in all_forms:
+            yield f"{command} -o {form}", escape, (command, form, terminal)
+        for variables in ({**terminal, "NO_COLOR": "1"}, {"TERM": "dumb"}):
+            yield f"{variables} {command}", escape, (command, None, variables)
+
+
+def main(what):
+    forms = commands()
+    lacking = sorted(set(forms) ^ set(ARGUMENTS))
+    assert not lacking, f"a row is missing or too many here: {lacking}"
+    cases = list({"json": json_cases, "escapes": escape_cases}[what](forms))
+    failed = 0
+    with concurrent.futures.ThreadPoolExecutor(max_workers=12) as pool:
+        running = [(name, pool.submit(work, *arguments)) for name, work, arguments in cases]
+        for name, future in running:
+            problem = future.result()
+            if problem:
+                failed += 1
+                print(f"{name}: {problem}")
+    print(f"{len(cases)} runs, {failed} failed")
+    sys.exit(failed != 0)
+
+
+main(sys.argv[1])

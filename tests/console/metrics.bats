@@ -1,0 +1,319 @@
+#!/usr/bin/env bats
+# Metrics for collectors: what a strict reader of the format makes of them, and files that are whole.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  chmod a+rx "$BATS_FILE_TMPDIR" "$(dirname "$BATS_FILE_TMPDIR")" "$BATS_RUN_TMPDIR"
+  local name
+  for name in odd twins empty deaf worn; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+  cards odd set card0 serial_number $'a"b\\c\nd\te\x7f'
+  cards odd set card0 board_name $'B\xc3\xb6rd "x" \\n {y="z"}'
+  cards odd set card1 serial_number ''
+  cards twins set card1 serial_number S100
+  cards empty new --force
+  cards deaf fail vsl_init --code 5 --text "no driver"
+  cards worn set card0 iom_state 0
+  cards worn raise card1 TEMPERATURE_ABOVE_ERROR
+  cards worn set card1 total_physical_bytes_written 0
+  cards worn set card0 power_limit_watts absent
+
+  keep all host metrics &
+  keep date host get S100 end_of_life_date &
+  keep odd with odd metrics &
+  keep twins with twins metrics &
+  keep worn with worn metrics &
+  keep empty with empty metrics -q &
+  keep bus corvane-host metrics &
+  keep ugly odd odd metrics &
+  wait
+  keep noplugin corvane-host --plugin /none metrics &
+  keep noplug corvane-host --plugin "$CORVANE_BUILD/lib/libhostkit.so" metrics &
+  keep deaf with deaf metrics &
+  keep nodatabase env CORVANE_DATABASE=/proc/none/x corvane-host metrics -q &
+  keep json host metrics -o json &
+  keep downjson corvane-host --plugin /none metrics -o json &
+  keep file host metrics --textfile "$BATS_FILE_TMPDIR/file.prom" &
+  keep oddfile with odd metrics --textfile "$BATS_FILE_TMPDIR/odd.prom" &
+  keep uglyfile odd odd metrics --textfile "$BATS_FILE_TMPDIR/ugly.prom" &
+  keep down corvane-host --plugin /none metrics --textfile "$BATS_FILE_TMPDIR/down.prom" &
+  keep emptyfile corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/empty.prom" &
+  keep trace corvane-host --trace x metrics &
+  keep folder corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR" &
+  keep nofolder corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/none/x.prom" &
+  keep other corvane-host list --textfile x &
+  wait
+}
+
+cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+metrics() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/metrics.py" "$1" "$BATS_FILE_TMPDIR/$2.out"; }
+# series NAME PATTERN
+series() { metrics series "$1" | grep -E -- "$2"; }
+no_series() { run ! series "$1" "$2"; }
+plain() { "$PROMTOOL" check metrics <"$BATS_FILE_TMPDIR/$1.prom"; }
+
+@test "every family is there, with type and unit, for a strict reader" {
+  ended all 0
+  silent all err
+  same "corvane_plugin_up gauge -
+corvane_adapters gauge -
+corvane_adapter info -
+corvane_adapter_status stateset -
+corvane_adapter_status_reason stateset -
+corvane_adapter_temperature_celsius gauge celsius
+corvane_adapter_temperature_warning_celsius gauge celsius
+corvane_adapter_temperature_critical_celsius gauge celsius
+corvane_adapter_reserve_space_ratio gauge ratio
+corvane_adapter_reserve_space_warning_ratio gauge ratio
+corvane_adapter_read_bytes counter bytes
+corvane_adapter_written_bytes counter bytes
+corvane_adapter_endurance_used_ratio gauge ratio
+corvane_adapter_end_of_life_timestamp_seconds gauge seconds
+corvane_adapter_slot_power_watts gauge watts
+corvane_adapter_power_limit_watts gauge watts
+corvane_adapter_write_throttling stateset -
+corvane_drive info -
+corvane_drive_state stateset -
+corvane_drive_physical_size_bytes gauge bytes
+corvane_drive_formatted_size_bytes gauge bytes
+corvane_drive_sector_size_bytes gauge bytes
+corvane_events counter -
+corvane_scan_last_duration_seconds gauge seconds" "$(metrics families all)"
+  same "# EOF" "$(out all | tail -1)"
+}
+
+@test "a healthy card has all its readings" {
+  same "corvane_adapter_temperature_celsius adapter='S100' 48.2
+corvane_adapter_temperature_warning_celsius adapter='S100' 78
+corvane_adapter_temperature_critical_celsius adapter='S100' 85
+corvane_adapter_reserve_space_ratio adapter='S100' 0.97
+corvane_adapter_reserve_space_warning_ratio adapter='S100' 0.1
+corvane_adapter_read_bytes_total adapter='S100' 2199023255552
+corvane_adapter_written_bytes_total adapter='S100' 1099511627776
+corvane_adapter_endurance_used_ratio adapter='S100' 0.25
+corvane_adapter_slot_power_watts adapter='S100' 23.7
+corvane_adapter_power_limit_watts adapter='S100' 24.75
+corvane_drive_physical_size_bytes adapter='S100' drive='d0' 1099511627776
+corvane_drive_formatted_size_bytes adapter='S100' drive='d0' 879608463360
+corvane_drive_sector_size_bytes adapter='S100' drive='d0' 512" \
+    "$(series all "_(celsius|ratio|bytes|bytes_total|watts) adapter='S100'")"
+  same "corvane_plugin_up 1
+corvane_adapters 2" "$(series all '_(up|adapters) ')"
+}
+
+@test "the end of life is the beginning of its day" {
+  same "corvane_adapter_end_of_life_timestamp_seconds adapter='S100' $(date -u -d "$(out date)" +%s)" \
+    "$(series all "end_of_life.*S100")"
+}
+
+@test "states say what is and what is not" {
+  same "corvane_adapter_status adapter='S200' corvane_adapter_status='OK' 0
+corvane_adapter_status adapter='S200' corvane_adapter_status='WARNING' 1
+corvane_adapter_status adapter='S200' corvane_adapter_status='FAILED' 0" \
+    "$(series all "^corvane_adapter_status .*S200")"
+  same "corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling='NONE' 1
+corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling='PARTIAL' 0
+corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling='COMPLETE' 0" \
+    "$(series all "throttling adapter='S100'")"
+  same "corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='AVAILABLE' 1
+corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='AVAILABLE_SMART' 0
+corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='FAILED' 0" \
+    "$(series all "^corvane_drive_state adapter='S100'")"
+}
+
+@test "every reason has a series, and those that hold are 1" {
+  same "corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMPERATURE_ABOVE_WARN' 1" \
+    "$(series all '_reason=.* 1$')"
+  same "corvane_adapter_status_reason adapter='S100' corvane_adapter_status_reason='DETACHED' 1
+corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMPERATURE_ABOVE_ERROR' 1" \
+    "$(series worn '_reason=.* 1$')"
+  same "$(series all '_reason=' | sed 's/ [01]$//')" "$(series worn '_reason=' | sed 's/ [01]$//')"
+  no_series all "_reason='ATTACHED'"
+}
+
+@test "what is not known has no series, and a 0 is one" {
+  no_series all "(temperature|reserve_space)_(celsius|ratio) adapter='S200'"
+  no_series worn "power_limit.*S100"
+  same "corvane_adapter_written_bytes_total adapter='S200' 0" "$(series worn 'written.*S200')"
+  no_series ugly '(celsius|bytes|ratio|watts) '
+}
+
+@test "identity stands in the info families" {
+  series all "^corvane_adapter_info adapter='S100' object='a0' name='SanDisk BoardA \(1\)' serial_number='S100' product='BoardA' vendor='SanDisk' .* pci_address='0000:3b:02.1' pci_slot='5' .* 1$"
+  series all "^corvane_drive_info adapter='S100' drive='d0' object='a0/d0' name='DriveA \(0\)' product='DriveA' .* 1$"
+}
+
+@test "odd texts are escaped, and come back as they were but for control characters" {
+  ended odd 0
+  same 'corvane_adapter_temperature_celsius{adapter="a\"b\\c\nd\\x09e\\x7f"} 48.2' \
+    "$(out odd | grep '^corvane_adapter_temperature_celsius')"
+  series odd "product='Börd \"x\" .{3} \{y=\"z\"\}'"
+  grep -qF 'product="Börd \"x\" \\n {y=\"z\"}"' "$BATS_FILE_TMPDIR/odd.out"
+  series ugly "firmware_version='bad�utf'"
+  run ! grep -qP '[\x00-\x09\x0b-\x1f\x7f]' "$BATS_FILE_TMPDIR/odd.out"
+  run ! grep -qP '[\x00-\x09\x0b-\x1f\x7f]' "$BATS_FILE_TMPDIR/ugly.out"
+}
+
+@test "cards with one serial number, or none, are told apart by their place" {
+  same "corvane_adapter_slot_power_watts adapter='pci:0000:3b:02.1' 23.7
+corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" "$(series twins slot_power)"
+  same "corvane_adapter_info corvane_adapter_info" \
+    "$(series twins "serial_number='S100'" | cut -d' ' -f1 | paste -sd' ')"
+  same "corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" \
+    "$(series odd slot_power.*pci)"
+  same "corvane_adapter_status adapter='pci:3b:3b.3b' corvane_adapter_status='49999' 1
+corvane_adapter_status adapter='pci:3c:3c.3c' corvane_adapter_status='49999' 1" \
+    "$(series ugly '^corvane_adapter_status ')"
+}
+
+@test "no card is a valid answer" {
+  local name
+  for name in empty bus; do
+    ended "$name" 0
+    same "corvane_plugin_up 1
+corvane_adapters 0" "$(series "$name" . | grep -v duration)"
+  done
+  silent empty err
+  said bus "corvane-host: note: No supported adapter was found in this machine."
+}
+
+@test "a plug-in that cannot be asked is a 0, an error and its code" {
+  local row name code
+  for row in noplugin:5 noplug:5 deaf:1; do
+    IFS=: read -r name code <<<"$row"
+    echo "$name"
+    ended "$name" "$code"
+    same "corvane_plugin_up 0" "$(metrics series "$name")"
+    grep -q '^corvane-host: .* failed: ' "$BATS_FILE_TMPDIR/$name.err"
+  done
+}
+
+@test "a wrong command line is no metric" {
+  ended trace 2
+  silent trace out
+  ended other 2
+  said other "corvane-host: reading the command line failed: list has no option --textfile"
+}
+
+@test "the start that is measured has taken some time" {
+  local seconds
+  seconds=$(series all scan_last_duration_seconds | cut -d' ' -f2)
+  awk -v s="$seconds" 'BEGIN { exit !(s > 0 && s < 60) }'
+}
+
+@test "events are counted by number, name and severity, also those that have left the log" {
+  local database="$BATS_TEST_TMPDIR/corvane.db"
+  CORVANE_DATABASE="$database" corvane-host metrics -q
+  /usr/bin/python3 - "$database" <<'END'
+import sqlite3, sys
+with sqlite3.connect(sys.argv[1]) as log:
+    for event, severity in ((10967, 3), (10967, 3), (10967, 4), (49999, 9)):
+        log.execute("INSERT INTO host_event_log (time, severity, event_id, object_id, name, message)"
+                    " VALUES (1, ?, ?, 5, '', '')", (severity, event))
+    log.execute("DELETE FROM host_event_log WHERE number < 3")
+END
+  CORVANE_DATABASE="$database" keep events corvane-host metrics -q
+  same "corvane_events_total event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severity='warning' 2
+corvane_events_total event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severity='error' 1
+corvane_events_total event_id='49999' severity='unknown' 1" "$(series events events_total)"
+}
+
+@test "a database that cannot be used costs the events only" {
+  ended nodatabase 0
+  same "corvane_plugin_up 1
+corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
+}
+
+@test "the text file pleases promtool and says the same" {
+  local name
+  for name in file odd ugly down empty; do
+    echo "$name"
+    plain "$name"
+  done
+  ended file 0
+  silent file out
+  silent file err
+  same "$(out all | grep -v '^#' | grep -v duration)" \
+    "$(grep -v '^#' "$BATS_FILE_TMPDIR/file.prom" | grep -v duration)"
+  run ! grep -E '^# (UNIT|EOF)' "$BATS_FILE_TMPDIR/file.prom"
+  same "# TYPE corvane_adapter_info gauge
+# TYPE corvane_adapter_read_bytes_total counter
+# TYPE corvane_adapter_status gauge" \
+    "$(grep -E '^# TYPE corvane_adapter_(info|read_bytes_total|status) ' "$BATS_FILE_TMPDIR/file.prom" | sort)"
+}
+
+@test "promtool would have complained" {
+  printf 'corvane_x{a="1"} 1\ncorvane_x{a="1"} 1\n' >"$BATS_FILE_TMPDIR/wrong.prom"
+  run ! plain wrong
+}
+
+@test "a plug-in that is down is told in the text file too" {
+  ended down 5
+  same "corvane_plugin_up 0" "$(grep -v '^#' "$BATS_FILE_TMPDIR/down.prom")"
+  said down "corvane-host: loading the plug-in failed: there is no file /none"
+}
+
+@test "the text file is replaced, never rewritten, and readable for everybody" {
+  cd "$BATS_TEST_TMPDIR"
+  echo old >x.prom
+  chmod 600 x.prom
+  ln x.prom before
+  (
+    umask 077
+    corvane-host metrics -q --textfile x.prom
+  )
+  same "old" "$(cat before)"
+  grep -qx "corvane_plugin_up 1" x.prom
+  same "644" "$(stat -c %a x.prom)"
+  same "before x.prom" "$(echo *)"
+  same "" "$(find . -name '.*' -type f)"
+}
+
+@test "a target that cannot be replaced is an error and stays as it is" {
+  ended folder 1
+  said folder "corvane-host: writing $BATS_FILE_TMPDIR failed: Is a directory"
+  ended nofolder 1
+  said nofolder "corvane-host: writing $BATS_FILE_TMPDIR/none/x.prom failed: No such file or directory"
+  mkfifo "$BATS_TEST_TMPDIR/pipe"
+  run -1 corvane-host metrics -q --textfile "$BATS_TEST_TMPDIR/pipe"
+  same "corvane-host: writing $BATS_TEST_TMPDIR/pipe failed: it is no regular file" "$output"
+  [ -p "$BATS_TEST_TMPDIR/pipe" ]
+}
+
+@test "a folder that may not be written is a question of permission" {
+  local folder="$BATS_TEST_TMPDIR/readonly" drop=()
+  mkdir "$folder"
+  echo old >"$folder/x.prom"
+  chmod 644 "$folder/x.prom"
+  chmod 555 "$folder"
+  chmod a+rx "$BATS_TEST_TMPDIR" "$(dirname "$BATS_TEST_TMPDIR")"
+  [ "$(id -u)" -ne 0 ] || drop=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+  keep denied "${drop[@]}" corvane-host metrics -q --textfile "$folder/x.prom"
+  ended denied 6
+  said denied "corvane-host: writing $folder/x.prom failed: Permission denied"
+  same "old" "$(cat "$folder/x.prom")"
+}
+
+@test "JSON has the families, also when the plug-in is down" {
+  valid json downjson
+  same '[0, "corvane_adapter_temperature_celsius", "gauge", "celsius", [{"labels": {"adapter": "S100"}, "value": "48.2"}]]' \
+    "$(json json '[d["exit_code"]] + [[f[k] for k in ("name", "type", "unit", "samples")] for f in d["result"]["families"] if f["name"] == "corvane_adapter_temperature_celsius"][0]')"
+  same '[5, "PLUGIN_MISSING", "0"]' \
+    "$(json downjson '[d["exit_code"], d["messages"][0]["id"], d["result"]["families"][0]["samples"][0]["value"]]')"
+  ended downjson 5
+}
+
+@test "the lines with jq of the page on monitoring do what they seem to" {
+  corvane-host() { command corvane-host --simulate "$@"; }
+  local page="$CORVANE_SOURCE/docs/monitoring.md" lines
+  mapfile -t lines < <(sed -n 's/^    \(corvane-host .* | jq .*\)/\1/p' "$page")
+  same 3 "${#lines[@]}"
+  same $'S100\tOK\t48.2\nS200\tWARNING\t' "$(eval "${lines[0]}")"
+  same "1 a1 WARNING: Temperature above its warning level: warning 78 °C" "$(eval "${lines[1]}")"
+  same "a1" "$(eval "${lines[2]}")"
+}
