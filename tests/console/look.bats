@@ -145,17 +145,6 @@ interface_version 2" "$(out about | sed 's/  */ /g')"
   done
 }
 
-@test "explain knows numbers and names without starting the plug-in" {
-  same "FAMILY NUMBER NAME CAPTION
-event 10967 CTRL_TEMPERATURE_ABOVE_WARN" \
-    "$(corvane-host --plugin /none explain 10967 | sed -e 's/  */ /g' -e 's/MEANING/CAPTION/' \
-      -e 's/\(ABOVE_WARN\) .*/\1/')"
-  same "$(corvane-host explain 20001)" "$(corvane-host explain err_no_supported_hardware)"
-  # Values and properties may share a name: both are told.
-  same "property
-property" "$(corvane-host explain REMAINING_RESERVE_SPACE -H | awk '{print $1}')"
-}
-
 @test "help lists every command, and help of one shows its own" {
   for command in list tree show get set events explain plugin help version; do
     corvane-host help | grep -q "^  $command "
