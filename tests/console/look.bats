@@ -129,7 +129,26 @@ AVAILABLE
   same "PROPERTY VALUE
 file $CORVANE_BUILD/lib/libCorvane.so
 module_id 304
-interface_version 2" "$(out about | sed 's/  */ /g')"
+interface_version 2
+createIf present
+releaseIf present
+NAMESPACE_Corvane::ErrorMsgList present
+NAMESPACE_Corvane::MBX_MODULE_INFO_Corvane present
+NAMESPACE_Corvane::NLS::m_LngFile present
+NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL present
+other_symbols 0" "$(out about | sed 's/  */ /g')"
+}
+
+@test "plugin reads from the file what it shows, and what it lacks" {
+  keep oddplugin odd x plugin -o json
+  ended oddplugin 0
+  valid oddplugin
+  same '[["createIf", true], ["releaseIf", true], ["NAMESPACE_Corvane::ErrorMsgList", false], ["NAMESPACE_Corvane::MBX_MODULE_INFO_Corvane", false], ["NAMESPACE_Corvane::NLS::m_LngFile", false], ["NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL", false]]' \
+    "$(json oddplugin '[[s["name"], s["present"]] for s in d["result"]["symbols"] if s["expected"]]')"
+  same "$(nm -D --defined-only --demangle "$ODD_PLUGIN" | cut -d ' ' -f 3- | LC_ALL=C sort)" \
+    "$(python3 -c 'import json,sys; [print(s["name"]) for s in json.load(open(sys.argv[1]))["result"]["symbols"] if s["present"]]' \
+      "$BATS_FILE_TMPDIR/oddplugin.out" | LC_ALL=C sort)"
+  refused oddplugin 'd["result"]["symbols"].clear()' 'd["result"]["symbols"][0].pop("present")'
 }
 
 # Every way of naming the first adapter, and one of each for the others.
