@@ -90,7 +90,7 @@ const std::vector<Command>& AllCommands() {
        {"table", "tsv", "json"}, RunExplain},
       {Group::Help, "completion", "SHELL",             1, 1,    "A script that teaches bash, zsh or fish to complete commands",
        {"value"}, RunCompletion},
-      {Group::Help, "plugin",     "",                  0, 0,    "What is loaded",
+      {Group::Help, "plugin",     "",                  0, 0,    "What is loaded: file, interface and exported symbols",
        {"table", "tsv", "json"}, RunPlugin},
       {Group::Help, "help",       "[COMMAND]",         0, 2,    "This, or all about one command",
        {"table", "json"}, RunHelp},

@@ -216,18 +216,14 @@ Candidates OperationArguments(const Line& line) {
   return {{"FORMATTING=", "which capacity"}, {"SIZE=", "per cent"}, {"BLOCK_SIZE=", "bytes"}};
 }
 
-Candidates Identifiers(const Line&) {
-  Candidates all;
-  for (const Entry& entry : AllEntries()) {
-    all.push_back({NameOf(entry), FamilyName(entry.m_Family)});
-  }
-  return all;
-}
-
 Candidates Choices(const Words& words) {
   Candidates all;
   for (const std::string& word : words) all.push_back({word, ""});
   return all;
+}
+
+Candidates Identifiers(const Line&) {
+  return Choices(GlossaryNames());
 }
 
 Candidates Tables(const Line&) {

@@ -1,5 +1,8 @@
 #include "console/Glossary.h"
 
+#include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
+
 #include "host/Identifiers.h"
 
 namespace Console {
@@ -15,11 +18,19 @@ using HostKit::Family;
 const std::vector<Entry>& AllEntries() {
   static const std::vector<Entry> entries = {
       // clang-format off
+      ERROR_ENTRY(SUCCESS, PI::SUCCESS)
       PI_ERRORS(ERROR_ENTRY)
+      EVENT_ENTRY(UNDEFINED, PI::Event::UNDEFINED)
+      EVENT_ENTRY(CONNECTED, PI::Event::CONNECTED)
+      EVENT_ENTRY(DISCONNECTED, PI::Event::DISCONNECTED)
+      EVENT_ENTRY(UNEXPECTED_DISCONNECT, PI::Event::UNEXPECTED_DISCONNECT)
+      EVENT_ENTRY(TEST_TRAP, PI::Event::TEST_TRAP)
       PI_EVENTS(EVENT_ENTRY)
+      OPERATION_ENTRY(OP_UNDEFINED, PI::OP_UNDEFINED)
       PI_OPERATIONS(OPERATION_ENTRY)
       PI_PROPERTIES(PROPERTY_ENTRY)
       PI_SHORT_NAMES(PROPERTY_ENTRY)
+      VALUE_ENTRY(UNDEFINED, PI::Value::UNDEFINED, "")
       PI_VALUES(VALUE_ENTRY)
       // clang-format on
   };
@@ -36,8 +47,8 @@ std::string NameOf(const Entry& entry) {
   return HostKit::NameOf(entry.m_Family, entry.m_Number);
 }
 
-const char* FamilyName(Family family) {
-  switch (family) {
+const char* FamilyName(const Entry& entry) {
+  switch (entry.m_Family) {
     case Family::Error:
       return "error";
     case Family::Event:
@@ -47,9 +58,52 @@ const char* FamilyName(Family family) {
     case Family::Property:
       return "property";
     case Family::Value:
-      return "value";
+      return HostKit::AdviceOf(entry.m_Family, entry.m_Number).empty() ? "value" : "reason";
   }
   return "";
+}
+
+std::vector<TermUse> TermsOf(const Entry& entry) {
+  std::vector<TermUse> uses;
+  if (entry.m_Family != Family::Property) return uses;
+  for (const Kind kind : {Kind::Plugin, Kind::Adapter, Kind::Drive}) {
+    for (const Term& term : TermsOf(kind)) {
+      if (term.m_PropertyID == entry.m_Number) uses.push_back({kind, &term});
+    }
+  }
+  return uses;
+}
+
+namespace {
+
+bool IsCalled(const Entry& entry, const std::string& text) {
+  if (text == std::to_string(entry.m_Number) || boost::iequals(text, NameOf(entry))) return true;
+  const std::vector<TermUse> uses = TermsOf(entry);
+  return std::any_of(uses.begin(), uses.end(),
+                     [&](const TermUse& use) { return boost::iequals(text, use.m_Term->m_Name); });
+}
+
+void AddNew(std::vector<std::string>& names, const std::string& name) {
+  if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+}
+
+}  // namespace
+
+std::vector<Entry> FindEntries(const std::string& text) {
+  std::vector<Entry> found;
+  for (const Entry& entry : AllEntries()) {
+    if (IsCalled(entry, text)) found.push_back(entry);
+  }
+  return found;
+}
+
+std::vector<std::string> GlossaryNames() {
+  std::vector<std::string> names;
+  for (const Entry& entry : AllEntries()) {
+    AddNew(names, NameOf(entry));
+    for (const TermUse& use : TermsOf(entry)) AddNew(names, use.m_Term->m_Name);
+  }
+  return names;
 }
 
 }  // namespace Console

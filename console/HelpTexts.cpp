@@ -156,7 +156,9 @@ const std::vector<HelpText> kTexts = {
      {{"completion bash > ~/.corvane-completion",
        "for bash, with 'source ~/.corvane-completion' in ~/.bashrc"},
       {"completion fish > ~/.config/fish/completions/corvane-host.fish", "the same for fish"}}},
-    {"plugin", "The file of the plug-in that is loaded, its module id and interface version.", "",
+    {"plugin", "The file of the plug-in that is loaded, its module id and interface version, and "
+               "whether each symbol that a host may look for is there. -o json names all others "
+               "that it shows as well.", "",
      {{5, "the file is no plug-in, or none for this host"}},
      {{"plugin", "what is loaded"},
       {"plugin --plugin ./libCorvane.so", "whether a file is fit"}}},

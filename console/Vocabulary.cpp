@@ -191,6 +191,23 @@ Value ReadProperty(const PI::CProperty& property) {
   return Convert(property, NaturalMeasure(property), Nothing::None);
 }
 
+const char* UnitOf(Measure measure) {
+  switch (measure) {
+    case Measure::Bytes:
+      return "bytes";
+    case Measure::Ratio:
+      return "ratio";
+    case Measure::Celsius:
+      return "celsius";
+    case Measure::Watts:
+      return "watts";
+    case Measure::Seconds:
+      return "seconds";
+    default:
+      return nullptr;
+  }
+}
+
 std::string HumanText(const Value& value, bool ascii) {
   if (const auto* number = std::get_if<double>(&value.m_Data)) {
     return HumanNumber(*number, value.m_Measure, ascii);

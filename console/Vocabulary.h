@@ -73,6 +73,9 @@ Value ReadTerm(const Object& object, const std::string& name);
 // A property that need not be in the vocabulary, in the unit that it came with.
 Value ReadProperty(const PI::CProperty& property);
 
+// The base unit, such as "celsius"; null for what has none.
+const char* UnitOf(Measure measure);
+
 // For people: "48 °C", "1.2 TiB", "97 %", "-". Texts are as the plug-in gave them, for a table that
 // makes them printable.
 std::string HumanText(const Value& value, bool ascii);

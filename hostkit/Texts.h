@@ -23,9 +23,20 @@ HOST_API std::string NameOf(Family family, std::uint32_t number);
 // sentence with the places %1 and %2. Empty for a number outside the tables.
 HOST_API std::string CaptionOf(Family family, std::uint32_t number);
 
-// What a person can do about a reason that an adapter tells with its status, a sentence or two by
-// the number of the reason's value. Empty for a value that is no reason.
+// What it means, in a sentence or two for somebody who meets it first; for an event with NAME in
+// its places, for a plain value its caption. Empty for a number outside the tables.
+HOST_API std::string MeaningOf(Family family, std::uint32_t number);
+
+// What a person can do about it, in a sentence or two: there for every error, for every event of
+// warning severity or worse, and for every value that an adapter tells as a reason for its status.
+// Empty for everything else.
+HOST_API std::string AdviceOf(Family family, std::uint32_t number);
+
+// The advice about a reason, by the number of its value. Empty for a value that is no reason.
 HOST_API std::string AdviceOf(std::uint32_t value);
+
+// The severity that an event has at least; information for a number outside the tables.
+HOST_API PI::_SEVERITY SeverityOf(std::uint32_t event);
 
 // The number of a name, compared without case; 0 when there is none. A name that a property and a
 // short name share means the property.

@@ -1,9 +1,12 @@
 // plugin, help and version: about what is running.
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "console/Answer.h"
 #include "console/Commands.h"
 #include "console/Context.h"
+#include "console/Exports.h"
 #include "console/Help.h"
 #include "console/OptionTable.h"
 #include "console/commands/All.h"
@@ -29,6 +32,29 @@ Json CommandJson(const Command& command) {
           {"forms", command.m_Forms},         {"options", options}};
 }
 
+struct Symbol {
+  std::string m_Name;
+  bool m_Expected;
+  bool m_Present;
+};
+
+// The names that a host may look for, then whatever else the library shows.
+std::vector<Symbol> SymbolsOf(const std::string& file) {
+  std::vector<std::string> shown = ExportedSymbols(file);
+  std::vector<Symbol> symbols;
+  for (const std::string& name : ExpectedSymbols()) {
+    const auto found = std::find(shown.begin(), shown.end(), name);
+    symbols.push_back({name, true, found != shown.end()});
+    if (found != shown.end()) shown.erase(found);
+  }
+  for (const std::string& name : shown) symbols.push_back({name, false, true});
+  return symbols;
+}
+
+void AddRow(Table& table, const std::string& name, const std::string& value) {
+  table.m_Rows.push_back({{TextCell(name), TextCell(value)}, std::nullopt});
+}
+
 }  // namespace
 
 Answer RunPlugin(Context& context) {
@@ -36,14 +62,23 @@ Answer RunPlugin(Context& context) {
   Answer answer;
   answer.m_Result = {{"file", info.m_File},
                      {"module_id", info.m_ModuleID},
-                     {"interface_version", info.m_InterfaceVersion}};
+                     {"interface_version", info.m_InterfaceVersion},
+                     {"symbols", Json::array()}};
   answer.m_Table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
-  for (const auto& [name, value] :
-       {std::pair<std::string, std::string>{"file", info.m_File},
-        {"module_id", std::to_string(info.m_ModuleID)},
-        {"interface_version", std::to_string(info.m_InterfaceVersion)}}) {
-    answer.m_Table.m_Rows.push_back({{TextCell(name), TextCell(value)}, std::nullopt});
+  AddRow(answer.m_Table, "file", info.m_File);
+  AddRow(answer.m_Table, "module_id", std::to_string(info.m_ModuleID));
+  AddRow(answer.m_Table, "interface_version", std::to_string(info.m_InterfaceVersion));
+  std::size_t others = 0;
+  for (const Symbol& symbol : SymbolsOf(info.m_File)) {
+    answer.m_Result["symbols"].push_back(
+        {{"name", symbol.m_Name}, {"expected", symbol.m_Expected}, {"present", symbol.m_Present}});
+    if (symbol.m_Expected) {
+      AddRow(answer.m_Table, symbol.m_Name, symbol.m_Present ? "present" : "missing");
+    } else {
+      ++others;
+    }
   }
+  AddRow(answer.m_Table, "other_symbols", std::to_string(others));
   return answer;
 }
 

@@ -1,51 +1,116 @@
-// explain: a number or name of the vocabulary in plain words.
+// explain: a number or name of the vocabulary in plain words, and what to do about it.
 #include <fmt/format.h>
-
-#include <boost/algorithm/string/predicate.hpp>
 
 #include "console/Answer.h"
 #include "console/Context.h"
 #include "console/Glossary.h"
 #include "console/commands/All.h"
-#include "hostkit/Texts.h"
 
 namespace Console {
 namespace {
 
-bool Fits(const Entry& entry, const std::string& text) {
-  return text == std::to_string(entry.m_Number) || boost::iequals(text, NameOf(entry));
+using HostKit::Family;
+
+struct Explanation {
+  explicit Explanation(const Entry& entry)
+      : m_Number(std::to_string(entry.m_Number)),
+        m_Name(NameOf(entry)),
+        m_Family(FamilyName(entry)),
+        m_Caption(HostKit::CaptionOf(entry.m_Family, entry.m_Number)),
+        m_Meaning(HostKit::MeaningOf(entry.m_Family, entry.m_Number)),
+        m_Advice(HostKit::AdviceOf(entry.m_Family, entry.m_Number)),
+        m_Terms(TermsOf(entry)) {}
+
+  const std::string m_Number;
+  const std::string m_Name;
+  const std::string m_Family;
+  const std::string m_Caption;
+  const std::string m_Meaning;
+  const std::string m_Advice;  // empty: there is nothing to do
+  const std::vector<TermUse> m_Terms;
+};
+
+// Null for what is no event.
+const char* SeverityName(const Entry& entry) {
+  if (entry.m_Family != Family::Event) return nullptr;
+  const PI::_SEVERITY severity = HostKit::SeverityOf(entry.m_Number);
+  if (severity == PI::SEVERITY_ERROR) return "error";
+  return severity == PI::SEVERITY_WARNING ? "warning" : "information";
+}
+
+Json TermJson(const TermUse& use) {
+  const char* unit = UnitOf(use.m_Term->m_Measure);
+  return {{"name", use.m_Term->m_Name},
+          {"type", KindName(use.m_Kind)},
+          {"unit", unit == nullptr ? Json() : Json(unit)}};
+}
+
+Json EntryJson(const Entry& entry, const Explanation& about) {
+  const char* severity = SeverityName(entry);
+  Json terms = Json::array();
+  for (const TermUse& use : about.m_Terms) terms.push_back(TermJson(use));
+  return {{"family", about.m_Family},
+          {"number", entry.m_Number},
+          {"name", about.m_Name},
+          {"caption", about.m_Caption},
+          {"meaning", about.m_Meaning},
+          {"advice", about.m_Advice.empty() ? Json() : Json(about.m_Advice)},
+          {"severity", severity == nullptr ? Json() : Json(severity)},
+          {"terms", terms}};
+}
+
+std::string UnitText(Measure measure) {
+  const char* unit = UnitOf(measure);
+  if (unit == nullptr) return {};
+  if (measure == Measure::Ratio) return ", a ratio from 0 to 1";
+  if (measure == Measure::Celsius) return ", in degrees Celsius";
+  return fmt::format(", in {}", unit);
+}
+
+std::string TermText(const TermUse& use) {
+  return fmt::format("    name   {} ({}{})\n", use.m_Term->m_Name, KindName(use.m_Kind),
+                     UnitText(use.m_Term->m_Measure));
+}
+
+std::string EntryText(const Entry& entry, const Explanation& about) {
+  const char* severity = SeverityName(entry);
+  std::string text =
+      fmt::format("{}  {}  {}{}{}\n", about.m_Number, about.m_Name, about.m_Family,
+                  severity == nullptr ? "" : ", ", severity == nullptr ? "" : severity);
+  text += fmt::format("    means  {}\n", about.m_Meaning);
+  if (!about.m_Advice.empty()) text += fmt::format("    do     {}\n", about.m_Advice);
+  for (const TermUse& use : about.m_Terms) text += TermText(use);
+  return text;
 }
 
 [[noreturn]] void NothingKnown(const std::string& text) {
-  std::vector<std::string> names;
-  for (const Entry& entry : AllEntries()) names.push_back(NameOf(entry));
+  std::vector<std::string> advice = DidYouMean(text, GlossaryNames());
+  advice.emplace_back("Numbers stand in the events and in errors, names in status and show.");
   throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", fmt::format("explaining '{}'", text),
-                "no error, event, operation, property or value has that number or name",
-                DidYouMean(text, names));
+                "no error, event, operation, property or value has that number or name", advice);
 }
 
 }  // namespace
 
 Answer RunExplain(Context& context) {
+  const std::string& text = context.m_Arguments[0];
   Answer answer;
+  answer.m_Text = "";
   answer.m_Result = {{"entries", Json::array()}};
-  answer.m_Table.m_Columns = {{"FAMILY", "family", false},
-                              {"NUMBER", "number", true},
-                              {"NAME", "name", false},
-                              {"MEANING", "caption", false}};
-  for (const Entry& entry : AllEntries()) {
-    if (!Fits(entry, context.m_Arguments[0])) continue;
-    const std::string caption = HostKit::CaptionOf(entry.m_Family, entry.m_Number);
-    answer.m_Result["entries"].push_back({{"family", FamilyName(entry.m_Family)},
-                                          {"number", entry.m_Number},
-                                          {"name", NameOf(entry)},
-                                          {"caption", caption}});
+  answer.m_Table.m_Columns = {{"FAMILY", "family", false},   {"NUMBER", "number", true},
+                              {"NAME", "name", false},       {"CAPTION", "caption", false},
+                              {"MEANING", "meaning", false}, {"ADVICE", "advice", false}};
+  for (const Entry& entry : FindEntries(text)) {
+    const Explanation about(entry);
+    *answer.m_Text += EntryText(entry, about);
+    answer.m_Result["entries"].push_back(EntryJson(entry, about));
     answer.m_Table.m_Rows.push_back(
-        {{TextCell(FamilyName(entry.m_Family)), TextCell(std::to_string(entry.m_Number)),
-          TextCell(NameOf(entry)), TextCell(caption)},
+        {{TextCell(about.m_Family), TextCell(about.m_Number), TextCell(about.m_Name),
+          TextCell(about.m_Caption), TextCell(about.m_Meaning),
+          TextCell(about.m_Advice.empty() ? "-" : about.m_Advice)},
          std::nullopt});
   }
-  if (answer.m_Table.m_Rows.empty()) NothingKnown(context.m_Arguments[0]);
+  if (answer.m_Table.m_Rows.empty()) NothingKnown(text);
   return answer;
 }
 

@@ -14,31 +14,14 @@
 namespace Console {
 namespace {
 
-// The base unit by its measure; null for what has none.
-Json UnitJson(Measure measure) {
-  switch (measure) {
-    case Measure::Bytes:
-      return "bytes";
-    case Measure::Ratio:
-      return "ratio";
-    case Measure::Celsius:
-      return "celsius";
-    case Measure::Watts:
-      return "watts";
-    case Measure::Seconds:
-      return "seconds";
-    default:
-      return nullptr;
-  }
-}
-
 Json PropertyJson(const PI::CProperty& property) {
   const Value value = ReadProperty(property);
+  const char* unit = UnitOf(value.m_Measure);
   Json json = {{"number", property.m_PropertyID},
                {"name", HostKit::NameOf(HostKit::Family::Property, property.m_PropertyID)},
                {"caption", HostKit::CaptionOf(HostKit::Family::Property, property.m_NameID)},
                {"writable", property.m_Writable},
-               {"unit", UnitJson(value.m_Measure)}};
+               {"unit", unit == nullptr ? Json() : Json(unit)}};
   PutValue(json, "value", value);
   return json;
 }

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "host/Identifiers.h"
+
 namespace HostKit {
 
 struct TextRow {
@@ -14,8 +16,16 @@ struct TextRow {
 
 struct EventRow {
   std::uint32_t m_Number;
-  unsigned int m_Places;  // how many texts the sentence takes: %1 to %m_Places
+  PI::_SEVERITY m_Severity;  // the least with which it is told
+  unsigned int m_Places;     // how many texts the sentence takes: %1 to %m_Places
   const char* m_Text;
+  const char* m_Advice;  // what to do about it; empty when nothing has to be done
+};
+
+struct ErrorRow {
+  std::uint32_t m_Number;
+  const char* m_Text;
+  const char* m_Advice;
 };
 
 template <class Row, std::size_t size>

@@ -1,11 +1,13 @@
 #include "hostkit/Texts.h"
 
+#include <array>
 #include <boost/algorithm/string/predicate.hpp>
 #include <locale>
 
 #include "hostkit/texts/AdviceTexts.h"
 #include "hostkit/texts/ErrorTexts.h"
 #include "hostkit/texts/EventTexts.h"
+#include "hostkit/texts/MeaningTexts.h"
 #include "hostkit/texts/Names.h"
 #include "hostkit/texts/OperationTexts.h"
 #include "hostkit/texts/PropertyTexts.h"
@@ -38,7 +40,8 @@ unsigned int PlaceAt(const std::string& sentence, std::size_t at, unsigned int p
 }
 
 // In one pass, so that a text may itself hold what looks like a place.
-std::string Fill(const EventRow& row, const PI::CEvent& event) {
+template <class Texts>
+std::string Fill(const EventRow& row, const Texts& texts) {
   const std::string sentence = row.m_Text;
   std::string message;
   for (std::size_t at = 0; at < sentence.size(); ++at) {
@@ -47,12 +50,27 @@ std::string Fill(const EventRow& row, const PI::CEvent& event) {
       message += sentence[at];
       continue;
     }
-    const std::string& text = event.m_PlaceHolders[place - 1];
+    const std::string& text = texts[place - 1];
     message += text.empty() ? "(unnamed)" : text;
     ++at;
   }
   return message;
 }
+
+template <class Texts>
+std::string SentenceOf(std::uint32_t event, const Texts& texts) {
+  const EventRow* const row = FindRow(kEventTexts, event);
+  return row != nullptr ? Fill(*row, texts) : "";
+}
+
+template <class Rows>
+std::string AdviceIn(const Rows& rows, std::uint32_t number) {
+  const auto* const row = FindRow(rows, number);
+  return row != nullptr ? row->m_Advice : "";
+}
+
+// What stands for a name where the sentence of an event is explained.
+const std::array<std::string, 2> kAnyNames = {"NAME", "NAME"};
 
 }  // namespace
 
@@ -88,8 +106,28 @@ std::string CaptionOf(Family family, std::uint32_t number) {
   return "";
 }
 
+std::string MeaningOf(Family family, std::uint32_t number) {
+  std::string meaning;
+  if (family == Family::Operation) meaning = TextOf(kOperationMeanings, number);
+  if (family == Family::Property) meaning = TextOf(kPropertyMeanings, number);
+  if (family == Family::Value) meaning = TextOf(kReasonMeanings, number);
+  if (family == Family::Event) meaning = SentenceOf(number, kAnyNames);
+  return meaning.empty() ? CaptionOf(family, number) : meaning;
+}
+
+std::string AdviceOf(Family family, std::uint32_t number) {
+  if (family == Family::Error) return AdviceIn(kErrorTexts, number);
+  if (family == Family::Event) return AdviceIn(kEventTexts, number);
+  return family == Family::Value ? AdviceOf(number) : "";
+}
+
 std::string AdviceOf(std::uint32_t value) {
   return TextOf(kAdviceTexts, value);
+}
+
+PI::_SEVERITY SeverityOf(std::uint32_t event) {
+  const EventRow* const row = FindRow(kEventTexts, event);
+  return row != nullptr ? row->m_Severity : PI::SEVERITY_INFORMATION;
 }
 
 std::uint32_t NumberOf(Family family, const std::string& name) {
@@ -109,8 +147,7 @@ std::uint32_t NumberOf(Family family, const std::string& name) {
 }
 
 std::string MessageOf(const PI::CEvent& event) {
-  const EventRow* const row = FindRow(kEventTexts, event.m_EventID);
-  return row != nullptr ? Fill(*row, event) : "";
+  return SentenceOf(event.m_EventID, event.m_PlaceHolders);
 }
 
 std::string UnitSymbol(PI::_UNITS unit) {

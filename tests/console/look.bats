@@ -129,7 +129,26 @@ AVAILABLE
   same "PROPERTY VALUE
 file $CORVANE_BUILD/lib/libCorvane.so
 module_id 304
-interface_version 2" "$(out about | sed 's/  */ /g')"
+interface_version 2
+createIf present
+releaseIf present
+NAMESPACE_Corvane::ErrorMsgList present
+NAMESPACE_Corvane::MBX_MODULE_INFO_Corvane present
+NAMESPACE_Corvane::NLS::m_LngFile present
+NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL present
+other_symbols 0" "$(out about | sed 's/  */ /g')"
+}
+
+@test "plugin reads from the file what it shows, and what it lacks" {
+  keep oddplugin odd x plugin -o json
+  ended oddplugin 0
+  valid oddplugin
+  same '[["createIf", true], ["releaseIf", true], ["NAMESPACE_Corvane::ErrorMsgList", false], ["NAMESPACE_Corvane::MBX_MODULE_INFO_Corvane", false], ["NAMESPACE_Corvane::NLS::m_LngFile", false], ["NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL", false]]' \
+    "$(json oddplugin '[[s["name"], s["present"]] for s in d["result"]["symbols"] if s["expected"]]')"
+  same "$(nm -D --defined-only --demangle "$ODD_PLUGIN" | cut -d ' ' -f 3- | LC_ALL=C sort)" \
+    "$(python3 -c 'import json,sys; [print(s["name"]) for s in json.load(open(sys.argv[1]))["result"]["symbols"] if s["present"]]' \
+      "$BATS_FILE_TMPDIR/oddplugin.out" | LC_ALL=C sort)"
+  refused oddplugin 'd["result"]["symbols"].clear()' 'd["result"]["symbols"][0].pop("present")'
 }
 
 # Every way of naming the first adapter, and one of each for the others.
@@ -143,17 +162,6 @@ interface_version 2" "$(out about | sed 's/  */ /g')"
   for file in "$BATS_FILE_TMPDIR"/by-*.out; do
     [ "$(cat "$file")" = S100 ] || { echo "$file: $(cat "$file" "${file%out}err")"; false; }
   done
-}
-
-@test "explain knows numbers and names without starting the plug-in" {
-  same "FAMILY NUMBER NAME CAPTION
-event 10967 CTRL_TEMPERATURE_ABOVE_WARN" \
-    "$(corvane-host --plugin /none explain 10967 | sed -e 's/  */ /g' -e 's/MEANING/CAPTION/' \
-      -e 's/\(ABOVE_WARN\) .*/\1/')"
-  same "$(corvane-host explain 20001)" "$(corvane-host explain err_no_supported_hardware)"
-  # Values and properties may share a name: both are told.
-  same "property
-property" "$(corvane-host explain REMAINING_RESERVE_SPACE -H | awk '{print $1}')"
 }
 
 @test "help lists every command, and help of one shows its own" {

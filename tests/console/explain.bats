@@ -1,0 +1,94 @@
+#!/usr/bin/env bats
+# explain: every number and name, in plain words, with what to do.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  # No plug-in is needed to explain a word.
+  keep event corvane-host --plugin /none explain 10967
+  keep json corvane-host explain 10967 -o json
+  keep several corvane-host explain UNDEFINED -o json
+  keep term corvane-host explain temperature_celsius -o json
+  keep plain corvane-host explain SSD -o json
+  keep unknown corvane-host explain TEMPERATURE_ABOVE_WRN -o json
+}
+
+@test "an event: what it means, how bad it is, what to do" {
+  ended event 0
+  same "10967  CTRL_TEMPERATURE_ABOVE_WARN  event, warning
+    means  The temperature of adapter NAME is above its warning level.
+    do     Check fans and airflow around the card, or take load off it." "$(out event)"
+  valid json
+  same '[["event", 10967, "CTRL_TEMPERATURE_ABOVE_WARN", "warning", "Check fans and airflow around the card, or take load off it.", []]]' \
+    "$(json json '[[e[k] for k in ("family", "number", "name", "severity", "advice", "terms")] for e in d["result"]["entries"]]')"
+}
+
+@test "a name is compared without case, and means the same as its number" {
+  same "$(corvane-host explain 20001)" "$(corvane-host explain err_no_supported_hardware)"
+  same "$(corvane-host explain 50126)" "$(corvane-host explain Op_Attach)"
+}
+
+@test "an id of several families gives each of them" {
+  valid several
+  same '[["event", 1], ["operation", 1], ["value", 1]]' \
+    "$(corvane-host explain 1 -o json >"$BATS_FILE_TMPDIR/one.out"
+      json one '[[e["family"], e["number"]] for e in d["result"]["entries"]]')"
+  same '[["event", 1], ["value", 1]]' \
+    "$(json several '[[e["family"], e["number"]] for e in d["result"]["entries"]]')"
+  same "30486 35034" "$(corvane-host explain REMAINING_RESERVE_SPACE -o tsv -H | cut -f2 | xargs)"
+}
+
+@test "a name that get takes leads to its property, with the unit" {
+  same "30442  CHIP_TEMPERATURE  property
+    means  How hot the chip of the card is now.
+    name   temperature_celsius (adapter, in degrees Celsius)" \
+    "$(corvane-host explain temperature_celsius)"
+  valid term
+  same '[[30442, null, [{"name": "temperature_celsius", "type": "adapter", "unit": "celsius"}]]]' \
+    "$(json term '[[e[k] for k in ("number", "advice", "terms")] for e in d["result"]["entries"]]')"
+  # Adapters and drives have it from different properties.
+  same "30035 30059" "$(corvane-host explain physical_size_bytes -o tsv -H | cut -f2 | xargs)"
+}
+
+@test "what needs no advice has none" {
+  valid plain
+  same '[["value", "Solid-state drive", null, null]]' \
+    "$(json plain '[[e[k] for k in ("family", "meaning", "advice", "severity")] for e in d["result"]["entries"]]')"
+  same "-" "$(corvane-host explain SSD -o tsv -H | cut -f6)"
+  run -0 corvane-host explain SSD
+  [[ "$output" != *"    do "* ]]
+}
+
+@test "a reason is told from a plain value" {
+  same "reason" "$(corvane-host explain TEMPERATURE_ABOVE_WARN -o tsv -H | cut -f1)"
+  same "value" "$(corvane-host explain WARNING -o tsv -H | cut -f1)"
+}
+
+@test "a wrong name comes with a better one" {
+  ended unknown 3
+  valid unknown
+  said unknown "corvane-host: explaining 'TEMPERATURE_ABOVE_WRN' failed: no error, event, operation, property or value has that number or name"
+  said unknown "  Did you mean 'TEMPERATURE_ABOVE_WARN'?"
+  run -3 corvane-host explain temperature_celcius
+  [[ "$output" == *"Did you mean 'temperature_celsius'?"* ]]
+  run -3 corvane-host explain 12345
+}
+
+@test "every column of list and tree, and every property of an object, can be explained" {
+  local name
+  make_cards
+  for name in $(corvane-host --simulate get a0 -o tsv -H | cut -f1) \
+    $(corvane-host --simulate get a0/d0 -o tsv -H | cut -f1) \
+    $(corvane-host --simulate get plugin -o tsv -H | cut -f1); do
+    corvane-host explain "$name" >/dev/null
+  done
+}
+
+@test "the schema refuses an entry that is none" {
+  refused json 'd["result"]["entries"][0].pop("advice")' 'd["result"]["entries"] = []' \
+    'd["result"]["entries"][0].update(family="reasons")' \
+    'd["result"]["entries"][0].update(advice="")'
+}

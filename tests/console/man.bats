@@ -1,0 +1,72 @@
+#!/usr/bin/env bats
+# The manual pages tell of what there is, and of nothing else; and what is installed works.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+PAGES="$CORVANE_BUILD/share/man/man1"
+
+# page NAME: as a person reads it.
+page() { groff -man -Tutf8 -P-cbou "$PAGES/$1.1"; }
+
+# section PAGE TITLE: its lines.
+section() { page "$1" | sed -n "/^$2\$/,/^[A-Z]/p" | sed '1d'; }
+
+# The terms of a section stand less far to the right than what explains them.
+terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
+
+@test "the pages are well made" {
+  local name
+  for name in corvane-host cardsim; do
+    [ -s "$PAGES/$name.1" ]
+    same "" "$(groff -man -ww -z "$PAGES/$name.1" 2>&1)"
+  done
+}
+
+@test "the page has the commands of the help, and no others" {
+  local help page
+  help=$(corvane-host --help | sed -n '/^Look/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p')
+  page=$(terms corvane-host COMMANDS | awk '{print $1}')
+  [ "$(wc -l <<<"$help")" -ge 22 ]
+  same "$help" "$page"
+}
+
+@test "the page has the options of the help, and no others" {
+  local help page
+  help=$(corvane-host --help | sed -n '/^Options of all/,/^Exit/p' |
+    sed -n 's/^  \(-., \|    \)\(--[a-z-]*\).*/\1\2/p' | tr -d ' ')
+  page=$(terms corvane-host OPTIONS | grep '^-' |
+    sed 's/\(-., \|\)\(--[a-z-]*\).*/\1\2/' | tr -d ' ')
+  [ "$(wc -l <<<"$help")" -ge 25 ]
+  same "$help" "$page"
+}
+
+@test "the page has the exit codes of the help" {
+  same "$(corvane-host --help | sed -n '/^Exit codes/,$p' | sed -n 's/^  \([0-9]*\)  .*/\1/p')" \
+    "$(terms corvane-host "EXIT STATUS")"
+}
+
+@test "the simulator's page has its commands, and no others" {
+  same "$(cardsim --help | sed -n '/^Subcommands/,$p' | sed -n 's/^  \([a-z]*\)  .*/\1/p')" \
+    "$(terms cardsim COMMANDS)"
+}
+
+@test "installed, the program finds plug-in and simulator, and shells and man find theirs" {
+  make_machine
+  local root="$BATS_FILE_TMPDIR/root"
+  cmake --install "$CORVANE_BUILD" --prefix "$root" >"$BATS_FILE_TMPDIR/install.log"
+  env -u CORVANE_BUILD PATH=/usr/bin:/bin "$root/bin/cardsim" new
+  env PATH=/usr/bin:/bin "$root/bin/cardsim" add 0x2001
+  same "a0
+a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o value)"
+  same "$root/lib/libCorvane.so" \
+    "$("$root/bin/corvane-host" plugin -o json | python3 -c 'import json,sys; print(json.load(sys.stdin)["result"]["file"])')"
+  # No library of the build is used.
+  run ! grep -q "$CORVANE_BUILD" <(ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
+  cmp "$PAGES/corvane-host.1" "$root/share/man/man1/corvane-host.1"
+  "$root/bin/corvane-host" completion bash |
+    cmp - "$root/share/bash-completion/completions/corvane-host"
+  "$root/bin/corvane-host" completion zsh | cmp - "$root/share/zsh/site-functions/_corvane-host"
+  "$root/bin/corvane-host" completion fish |
+    cmp - "$root/share/fish/vendor_completions.d/corvane-host.fish"
+}

@@ -1,0 +1,168 @@
+// The registry of events: a row for everything that a card plug-in tells, and no row besides.
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+
+#include "hostkit/Texts.h"
+
+namespace {
+
+using HostKit::Family;
+
+enum class About { Nothing, Adapter, Drive };
+
+struct Told {
+  std::uint32_t number;
+  std::uint32_t severity;  // 2 information, 3 warning, 4 error: the least with which it is told
+  About about;             // what the plug-in names with it: an adapter, or an adapter and a drive
+};
+
+// What the plug-in tells. 10982 is an error after a forced detach, a warning after a plain one.
+const Told kTold[] = {
+    {10957, 4, About::Adapter}, {10958, 4, About::Adapter}, {10959, 4, About::Adapter},
+    {10960, 4, About::Adapter}, {10961, 4, About::Adapter}, {10962, 4, About::Adapter},
+    {10963, 4, About::Adapter}, {10964, 4, About::Adapter}, {10965, 4, About::Adapter},
+    {10966, 4, About::Adapter}, {10967, 3, About::Adapter}, {10968, 3, About::Adapter},
+    {10969, 3, About::Adapter}, {10970, 3, About::Adapter}, {10971, 3, About::Adapter},
+    {10972, 3, About::Adapter}, {10973, 3, About::Adapter}, {10974, 3, About::Adapter},
+    {10975, 3, About::Adapter}, {10976, 3, About::Adapter}, {10977, 3, About::Adapter},
+    {10978, 3, About::Adapter}, {10979, 3, About::Adapter}, {10980, 2, About::Adapter},
+    {10981, 4, About::Adapter}, {10982, 3, About::Adapter}, {10983, 2, About::Adapter},
+    {10984, 4, About::Adapter}, {10985, 2, About::Drive},   {11086, 2, About::Adapter},
+    {11087, 2, About::Adapter}, {11093, 2, About::Adapter}, {11094, 3, About::Adapter}};
+
+// What only a host tells, about itself and its connections.
+const Told kOfTheHost[] = {{1, 2, About::Nothing},
+                           {2, 2, About::Nothing},
+                           {3, 2, About::Nothing},
+                           {4, 4, About::Nothing},
+                           {5, 2, About::Nothing}};
+
+std::vector<Told> AllTold() {
+  std::vector<Told> all(std::begin(kTold), std::end(kTold));
+  all.insert(all.end(), std::begin(kOfTheHost), std::end(kOfTheHost));
+  return all;
+}
+
+std::string MessageOf(std::uint32_t number) {
+  PI::CEvent event;
+  event.m_EventID = number;
+  event.SetPlaceHolder1("<card>");
+  event.SetPlaceHolder2("<drive>");
+  return HostKit::MessageOf(event);
+}
+
+bool Names(const std::string& message, const char* what) {
+  return message.find(what) != std::string::npos;
+}
+
+TEST(EventRegistry, HasARowForEverythingTold) {
+  EXPECT_EQ(std::size(kTold), 33U);
+  for (const Told& told : AllTold()) {
+    EXPECT_NE(HostKit::NameOf(Family::Event, told.number), "") << told.number;
+    EXPECT_NE(MessageOf(told.number), "") << told.number;
+  }
+}
+
+TEST(EventRegistry, HasNoRowThatNobodyTells) {
+  std::set<std::uint32_t> rows, told;
+  for (const Told& row : AllTold()) told.insert(row.number);
+  for (std::uint32_t number = 0; number < 70000; ++number) {
+    if (!HostKit::CaptionOf(Family::Event, number).empty()) rows.insert(number);
+  }
+  EXPECT_EQ(rows, told);
+}
+
+TEST(EventRegistry, SentencesHaveAPlaceForEachNameThatIsGiven) {
+  for (const Told& told : AllTold()) {
+    const std::string message = MessageOf(told.number);
+    EXPECT_EQ(Names(message, "<card>"), told.about != About::Nothing) << message;
+    EXPECT_EQ(Names(message, "<drive>"), told.about == About::Drive) << message;
+    EXPECT_FALSE(Names(message, "%")) << message;
+  }
+}
+
+TEST(EventRegistry, KnowsHowBadEachOneIs) {
+  for (const Told& told : AllTold()) {
+    EXPECT_EQ(HostKit::SeverityOf(told.number), told.severity) << told.number;
+  }
+  EXPECT_EQ(HostKit::SeverityOf(10000), 2U);
+}
+
+bool IsASentence(const std::string& text) {
+  return text.size() > 10 && text.back() == '.' && text[0] >= 'A' && text[0] <= 'Z';
+}
+
+TEST(EventRegistry, AdvisesWhoeverIsWarned) {
+  for (const Told& told : AllTold()) {
+    const std::string advice = HostKit::AdviceOf(Family::Event, told.number);
+    const bool isNeeded = told.severity > 2;
+    EXPECT_TRUE(IsASentence(advice) || (!isNeeded && advice.empty())) << told.number << advice;
+  }
+  EXPECT_EQ(HostKit::AdviceOf(Family::Event, 10980), "");
+}
+
+TEST(EventRegistry, AnEventOfAReasonHasTheReasonsAdvice) {
+  const std::pair<std::uint32_t, std::uint32_t> pairs[] = {
+      {10957, 40449}, {10960, 40452}, {10962, 40454}, {10967, 40459}, {10968, 40460},
+      {10972, 40464}, {10979, 40471}, {10984, 40387}, {11086, 40464}, {11087, 40486}};
+  for (const auto& [event, reason] : pairs) {
+    EXPECT_EQ(HostKit::AdviceOf(Family::Event, event), HostKit::AdviceOf(Family::Value, reason));
+    EXPECT_NE(HostKit::AdviceOf(reason), "") << reason;
+  }
+}
+
+TEST(Errors, AllButSuccessComeWithAdvice) {
+  for (const std::uint32_t error : {20000U, 20001U, 20002U, 20003U, 20004U, 20005U, 20007U, 20008U,
+                                    20011U, 20012U, 20031U, 20040U, 20041U, 20042U}) {
+    EXPECT_TRUE(IsASentence(HostKit::AdviceOf(Family::Error, error))) << error;
+  }
+  EXPECT_EQ(HostKit::AdviceOf(Family::Error, 0), "");
+  EXPECT_EQ(HostKit::AdviceOf(Family::Error, 20006), "");
+}
+
+#define NUMBER(name, number) number,
+#define VALUE_NUMBER(name, number, text) number,
+const std::map<Family, std::vector<std::uint32_t>> kNumbers = {
+    {Family::Error, {PI_ERRORS(NUMBER)}},
+    {Family::Event, {PI_EVENTS(NUMBER)}},
+    {Family::Operation, {PI_OPERATIONS(NUMBER)}},
+    {Family::Property, {PI_PROPERTIES(NUMBER) PI_SHORT_NAMES(NUMBER)}},
+    {Family::Value, {PI_VALUES(VALUE_NUMBER)}}};
+#undef NUMBER
+#undef VALUE_NUMBER
+
+TEST(Meanings, AreSentencesForAllButPlainValues) {
+  for (const auto& [family, numbers] : kNumbers) {
+    for (const std::uint32_t number : numbers) {
+      const std::string meaning = HostKit::MeaningOf(family, number);
+      const bool plain = family == Family::Value && HostKit::AdviceOf(number).empty();
+      EXPECT_NE(meaning, "") << number;
+      EXPECT_TRUE(plain || IsASentence(meaning)) << number << ' ' << meaning;
+    }
+    EXPECT_EQ(HostKit::MeaningOf(family, 69999), "");
+  }
+}
+
+TEST(Meanings, OfOneFamilyAreAllDifferent) {
+  for (const auto& [family, numbers] : kNumbers) {
+    std::map<std::string, std::uint32_t> seen;
+    for (const std::uint32_t number : numbers) {
+      // Minimal mode is told as a warning and as a cause: two numbers for one state.
+      if (number == PI::Value::MINIMAL) continue;
+      const auto [first, isNew] = seen.emplace(HostKit::MeaningOf(family, number), number);
+      EXPECT_TRUE(isNew) << number << " and " << first->second;
+    }
+  }
+}
+
+TEST(Meanings, OfEventsStandForAnyCard) {
+  EXPECT_EQ(HostKit::MeaningOf(Family::Event, 10967),
+            "The temperature of adapter NAME is above its warning level.");
+  EXPECT_EQ(HostKit::MeaningOf(Family::Event, 10985),
+            "On adapter NAME the format of drive NAME has changed.");
+}
+
+}  // namespace
