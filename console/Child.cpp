@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -23,6 +24,8 @@ using std::chrono::steady_clock;
 
 // The start of a plug-in takes more than a second, and only then it can be stopped in good order.
 constexpr std::chrono::seconds kGrace(3);
+
+constexpr milliseconds kOneWait = std::chrono::hours(1);
 
 Failure NoProcess(int error) {
   return Failure(ExitCode::Failed, "NO_PROCESS", "starting a process", std::strerror(error));
@@ -57,7 +60,8 @@ How ReadAll(int fd, milliseconds atMost, std::string& into) {
     if (StopAsked()) return How::Stopped;
     const milliseconds left = Until(end);
     if (left <= milliseconds(0)) return How::TimedOut;
-    if (WaitReadable(fd, left) && !ReadSome(fd, into)) return How::Exited;
+    // The system counts a wait in an int of milliseconds.
+    if (WaitReadable(fd, std::min(left, kOneWait)) && !ReadSome(fd, into)) return How::Exited;
   }
 }
 

@@ -1,5 +1,7 @@
 // corvane-host: a host around a storage plug-in, for people and scripts.
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -132,11 +134,25 @@ bool IsAnswer(const Ending& ending) {
          !ending.m_Output.empty();
 }
 
+// What a plug-in or its library prints there would come before the answer where a monitoring system
+// reads both streams as one.
+void SilenceErrors() {
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (nowhere < 0) return;
+  dup2(nowhere, STDERR_FILENO);
+  close(nowhere);
+}
+
+int PerformForMonitoring(const Start& start) {
+  if (!start.m_Options.m_Verbose && !start.m_Options.m_Trace) SilenceErrors();
+  return static_cast<int>(Perform(start));
+}
+
 // A monitoring system gets its answer in time whatever the plug-in does.
 ExitCode PerformGuarded(Start start) {
   try {
     const std::chrono::milliseconds timeout = CheckTimeout(start.m_Options);
-    const Ending ending = RunInChild([&] { return static_cast<int>(Perform(start)); }, timeout);
+    const Ending ending = RunInChild([&] { return PerformForMonitoring(start); }, timeout);
     if (!IsAnswer(ending)) throw EndingFailure(ending, timeout);
     AnswerStream(false).Write(ending.m_Output);
     return static_cast<ExitCode>(ending.m_Number);

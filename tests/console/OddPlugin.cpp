@@ -41,6 +41,12 @@ PI::CObject MakeObject(std::uint64_t id, PI::_OBJECT_TYPE type) {
   return object;
 }
 
+PI::CProperty Status(int value) {
+  PI::CProperty property(PI::Property::STATUS, false);
+  property.SetValue(value, {value});
+  return property;
+}
+
 // What a terminal, a table or a JSON reader could stumble over.
 void AddOddities(PI::CObject& adapter) {
   adapter.m_Properties.push_back(Text(PI::Property::NAME, "tab\there\x1b[31m"));
@@ -48,9 +54,7 @@ void AddOddities(PI::CObject& adapter) {
   adapter.m_Properties.push_back(Text(PI::Property::FIRMWARE_VERSION,
                                       "bad\xff"
                                       "utf"));
-  PI::CProperty status(PI::Property::STATUS, false);
-  status.SetValue(49999, {49999});
-  adapter.m_Properties.push_back(status);
+  adapter.m_Properties.push_back(Status(49999));
   PI::CProperty size(PI::Property::MEMORY_SIZE, false);
   size.SetValue(8589934593UL);
   size.m_Units = PI::UNITS_MEGABYTES;
@@ -114,8 +118,11 @@ class OddPlugin : public IPLUGINAPI {
     Log(m_HostNotify ? "Initialize" : "Initialize without callback");
     if (Case() == "locks") return PI::ERR_LOCK_INITIALIZATION_FAILED;
     if (Case() == "slow") sleep(1);
-    if (Case() == "hang") sleep(60);
-    if (Case() == "crash") std::abort();
+    while (Case() == "hang") sleep(60);
+    if (Case() == "crash") {
+      std::fputs("noise\n", stderr);
+      std::abort();
+    }
     if (Case() == "exit") std::exit(0);
     adapters.resize(2);
     adapters[0].m_AdapterNumber = 0;
@@ -165,9 +172,11 @@ class OddPlugin : public IPLUGINAPI {
       PI::CObject adapter = MakeObject(kFirstAdapter + i, PI::OBJECT_ADAPTER);
       if (i == 0) adapter.m_Children.push_back(kFirstDrive);
       if (Case() == "odd") AddOddities(adapter);
+      if (Case() == "smart") adapter.m_Properties.push_back(Status(PI::Value::OK));
       objects.push_back(adapter);
     }
     objects.push_back(MakeObject(kFirstDrive, PI::OBJECT_PHYSICAL_DRIVE));
+    if (Case() == "smart") objects.back().m_Properties = {Status(PI::Value::AVAILABLE_SMART)};
     objects.push_back(MakeObject(kFirstDrive + 1, PI::OBJECT_PHYSICAL_DRIVE));
     return PI::SUCCESS;
   }

@@ -51,8 +51,11 @@ setup_file() {
   keep noplugin corvane-host check --plugin '/none|such' &
   keep noplug corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
   keep version odd version check &
+  keep smart odd smart check &
+  keep slow odd slow check --timeout 200ms &
   keep topology odd topology check &
   keep crash odd crash check &
+  keep crashloud odd crash check -v &
   keep exit odd exit check &
   keep crashjson odd crash check -o json &
   keep late odd hang check --timeout 200ms &
@@ -107,6 +110,11 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 @test "an error is code 2 and stands before a warning" {
   ended critical 2
   line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its highest permitted value: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning level: warning 78 °C"
+}
+
+@test "a drive that foresees its failure is a warning, and stands before what is unknown" {
+  ended smart 1
+  line smart "CORVANE WARNING - a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
 }
 
 @test "all reasons of all objects stand in the line" {
@@ -179,6 +187,7 @@ topology~reading the topology failed: The adapter did not carry out the command 
 damaged~reading $BATS_FILE_TMPDIR/damaged/Corvane.ini failed: it is no ini file
 crash~looking at the cards failed: the program crashed (Aborted)
 exit~looking at the cards failed: the program ended with code 0
+slow~looking at the cards failed: it took longer than 200 ms
 late~looking at the cards failed: it took longer than 200 ms
 late0~looking at the cards failed: it took longer than 0 ms
 stopped~the command failed: it was stopped by a signal
@@ -195,9 +204,11 @@ END
 
 @test "nothing is said on standard error, which some systems would show first" {
   local name
-  for name in well warning empty bus closed noobject noplugin late exit nooption stopped; do
+  for name in well warning empty bus closed noobject noplugin late crash exit nooption stopped; do
     silent "$name" err
   done
+  same "noise
+corvane-host: looking at the cards failed: the program crashed (Aborted)" "$(err crashloud)"
 }
 
 @test "a plug-in that hangs is given up in time" {
