@@ -28,10 +28,17 @@ ExitCode Run(const Command& command, Context& context, AnswerStream& stream) {
   return answer.m_Code;
 }
 
+// A wrong command line without better advice leads to the help, of its command if it has one.
+std::vector<std::string> AdviceFor(const Failure& failure, const Options& options) {
+  if (!failure.m_Advice.empty() || failure.m_Code != ExitCode::Usage) return failure.m_Advice;
+  const bool known = !options.m_Words.empty() && FindCommand(options.m_Words.front()) != nullptr;
+  return {"See: corvane-host help" + (known ? " " + options.m_Words.front() : "")};
+}
+
 // A failure has the same envelope as an answer, without a result.
 ExitCode Report(const Failure& failure, const Options& options, const Context* context, Talk& talk,
                 AnswerStream& stream) {
-  talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+  talk.Error(failure.m_Id, failure.m_Text, AdviceFor(failure, options));
   if (!IsJson(options.m_Form)) return failure.m_Code;
   Surroundings around{"", std::nullopt, talk.Messages(), failure.m_Code};
   if (context != nullptr) around = context->Around(failure.m_Code);
