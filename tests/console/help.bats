@@ -66,7 +66,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 }
 
 @test "every command has a description, arguments that are explained, and two examples" {
-  local command count
+  local command
   for command in $(commands); do
     echo "$command"
     keep one.help corvane-host help "$command"
