@@ -37,6 +37,18 @@ std::size_t Distance(const std::string& from, const std::string& to) {
   return cost[from.size()][to.size()];
 }
 
+// From what was typed to a name, or to the beginning of a long one, which is no worse than one
+// slip.
+std::size_t DistanceToName(const std::string& typed, const std::string& name) {
+  std::size_t least = Distance(typed, name);
+  if (typed.size() < 3) return least;
+  if (name.rfind(typed, 0) == 0) return std::min<std::size_t>(least, 1);
+  for (std::size_t length = typed.size() - 1; length <= typed.size() + 1; ++length) {
+    least = std::min(least, Distance(typed, name.substr(0, length)) + 1);
+  }
+  return least;
+}
+
 }  // namespace
 
 Failure::Failure(ExitCode code, std::string id, const std::string& what, const std::string& why,
@@ -57,7 +69,6 @@ Failure PluginFailure(const std::string& what, std::uint32_t error) {
 }
 
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {
-  if (advice.empty()) advice.push_back("See: corvane-host help");
   return Failure(ExitCode::Usage, "USAGE", "reading the command line", why, std::move(advice));
 }
 
@@ -69,12 +80,11 @@ std::vector<std::string> DidYouMean(const std::string& word,
   std::size_t least = 2 * limit + 2;
   for (const std::string& candidate : candidates) {
     const std::string name = Lower(candidate);
-    // The beginning of a long name is no worse than one slip.
-    const bool begins = typed.size() >= 3 && name.rfind(typed, 0) == 0;
-    const std::size_t distance = begins ? 1 : Distance(typed, name);
-    // Of equals the one that begins alike: the first letter is seldom wrong.
+    const std::size_t distance = DistanceToName(typed, name);
+    // Of equals the one that begins alike, since the first letter is seldom wrong; then the
+    // shortest.
     const std::size_t rank = 2 * distance + (typed.substr(0, 1) == name.substr(0, 1) ? 0 : 1);
-    if (rank < least) {
+    if (rank < least || (rank == least && candidate.size() < best.size())) {
       least = rank;
       best = candidate;
     }

@@ -43,7 +43,7 @@ class Failure : public std::exception {
 // A failed command of the plug-in, by the number that it returned.
 Failure PluginFailure(const std::string& what, std::uint32_t error);
 
-// The words given are wrong.
+// The words given are wrong. Without advice the help is pointed out.
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
 
 // "Did you mean ...?" for a mistyped `word`, or nothing when no candidate is near.

@@ -113,6 +113,7 @@ std::vector<Item> ArgumentItems(const Command& command) {
 
 std::vector<Item> ExitItems(const std::vector<Exit>& exits) {
   std::vector<Item> items;
+  items.reserve(exits.size());
   for (const Exit& exit : exits) items.push_back({std::to_string(exit.m_Code), exit.m_Meaning});
   return items;
 }

@@ -45,6 +45,13 @@ ExitCode Run(const Command& command, Context& context, AnswerStream& stream) {
   return answer.m_Code;
 }
 
+// A wrong command line without better advice leads to the help, of its command if it has one.
+std::vector<std::string> AdviceFor(const Failure& failure, const Options& options) {
+  if (!failure.m_Advice.empty() || failure.m_Code != ExitCode::Usage) return failure.m_Advice;
+  const bool known = !options.m_Words.empty() && FindCommand(options.m_Words.front()) != nullptr;
+  return {"See: corvane-host help" + (known ? " " + options.m_Words.front() : "")};
+}
+
 // A failure has the same envelope as an answer, without a result.
 std::string FailureText(const Start& start, const Failure& failure, const Surroundings& around) {
   const std::string& form = start.m_Options.m_Form;
@@ -55,7 +62,7 @@ std::string FailureText(const Start& start, const Failure& failure, const Surrou
 ExitCode Report(const Start& start, const Failure& failure, const Context* context, Talk& talk,
                 AnswerStream& stream) {
   const ExitCode code = start.m_Monitored ? ExitCode::Unknown : failure.m_Code;
-  talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+  talk.Error(failure.m_Id, failure.m_Text, AdviceFor(failure, start.m_Options));
   const char* command = start.m_pCommand == nullptr ? "" : start.m_pCommand->m_Name;
   Surroundings around{command, std::nullopt, talk.Messages(), code};
   if (context != nullptr) around = context->Around(code);

@@ -10,6 +10,7 @@
 #include "console/Act.h"
 #include "console/Consent.h"
 #include "console/Format.h"
+#include "console/Glossary.h"
 #include "console/Selectors.h"
 #include "console/commands/All.h"
 #include "hostkit/Texts.h"
@@ -107,6 +108,14 @@ struct Argument {
   std::string m_Value;
 };
 
+std::vector<std::string> PropertyNames() {
+  std::vector<std::string> names;
+  for (const Entry& entry : AllEntries()) {
+    if (entry.m_Family == Family::Property) names.push_back(NameOf(entry));
+  }
+  return names;
+}
+
 Argument ParseArgument(const std::string& text) {
   const std::size_t sign = text.find('=');
   if (sign == std::string::npos || sign == 0) {
@@ -114,7 +123,10 @@ Argument ParseArgument(const std::string& text) {
   }
   const std::string name = text.substr(0, sign);
   const std::uint32_t number = HostKit::NumberOf(Family::Property, name);
-  if (number == 0) throw UsageFailure(fmt::format("there is no argument '{}'", name));
+  if (number == 0) {
+    throw UsageFailure(fmt::format("there is no argument '{}'", name),
+                       DidYouMean(name, PropertyNames()));
+  }
   return {number, name, text.substr(sign + 1)};
 }
 

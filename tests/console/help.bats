@@ -65,7 +65,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 }
 
 @test "every command has a description, arguments that are explained, and two examples" {
-  local command count
+  local command
   for command in $(commands); do
     echo "$command"
     keep one.help corvane-host help "$command"
@@ -125,4 +125,45 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   See: corvane-host help list" "$output"
   run -2 corvane-host list -o
   [[ "$output" == *"failed: -o lacks its FORM"* ]]
+}
+
+# hint WORDS...: the line that tells what was probably meant.
+hint() {
+  local words
+  words=$(corvane-host --simulate=/none/cards.json "$@" 2>&1 >/dev/null) && false
+  grep "Did you mean" <<<"$words"
+}
+
+@test "a slip of the fingers is understood everywhere" {
+  same "  Did you mean 'list'?" "$(hint lits)"
+  same "  Did you mean 'format'?" "$(hint help frmat)"
+  same "  Did you mean '--dry-run'?" "$(hint format a0 --dry)"
+  same "  Did you mean '--sector-size'?" "$(hint format a0 --secto=5)"
+  same "  Did you mean 'never'?" "$(hint list --color nver)"
+  same "  Did you mean 'temperature_celsius'?" "$(hint explain temprature)"
+  same "  Did you mean 'SIZE'?" "$(hint op run a0/d0 FORMAT_DEVICE SIZ=3)"
+  same "  Did you mean 'check'?" "$(hint op chek a0 ATTACH)"
+  same "  Did you mean 'factory'?" "$(hint format a0/d0 --capacity factry)"
+}
+
+@test "without a better word the help is pointed out, of the command if there is one" {
+  run -2 corvane-host
+  same "corvane-host: reading the command line failed: a command is missing
+  See: corvane-host help" "$output"
+  run -2 corvane-host list -Z
+  same "corvane-host: reading the command line failed: there is no option -Z
+  See: corvane-host help list" "$output"
+  run -2 corvane-host op run a0/d0 FORMAT_DEVICE SIZE
+  same "corvane-host: reading the command line failed: 'SIZE' is not ARG=VALUE
+  See: corvane-host help op" "$output"
+}
+
+@test "a column that is none comes with the nearest one" {
+  make_cards
+  same "  Did you mean 'temperature_celsius'?" \
+    "$(corvane-host --simulate list -c temprature 2>&1 | grep Did)"
+  same "  Did you mean 'temperature_celsius'?" \
+    "$(corvane-host --simulate get a0 temprature 2>&1 | grep Did)"
+  same "  Did you mean 'poll_interval'?" \
+    "$(corvane-host --simulate set plugin pol_intervall=3 2>&1 | grep Did)"
 }
