@@ -43,6 +43,9 @@ class Failure : public std::exception {
 // A failed command of the plug-in, by the number that it returned.
 Failure PluginFailure(const std::string& what, std::uint32_t error);
 
+// A signal ended the command.
+Failure StopFailure();
+
 // The words given are wrong. Without advice the help is pointed out.
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
 

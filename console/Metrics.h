@@ -1,4 +1,4 @@
-// The cards as metrics: one table of families, and the two text forms that collectors read.
+// The cards as metrics, from one table of families.
 #pragma once
 
 #include <string>
@@ -11,9 +11,6 @@
 namespace Console {
 
 enum class MetricType { Gauge, Counter, Info, StateSet };
-
-// "gauge", "counter", "info", "stateset".
-const char* MetricTypeName(MetricType type);
 
 // A sample has a value that is known; for what is unknown there is none.
 struct Sample {
@@ -38,11 +35,5 @@ struct Observed {
 
 // All families, also those without a sample.
 std::vector<Family> CollectMetrics(const Observed& observed);
-
-// OpenMetrics 1.0, with its end mark.
-std::string OpenMetricsText(const std::vector<Family>& families);
-
-// The older text format 0.0.4, which knows neither units nor the types of states and identities.
-std::string PlainMetricsText(const std::vector<Family>& families);
 
 }  // namespace Console

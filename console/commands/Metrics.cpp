@@ -5,6 +5,7 @@
 
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/MetricsText.h"
 #include "console/TextFile.h"
 #include "console/commands/All.h"
 #include "host/Database.h"

@@ -1,0 +1,28 @@
+// One command from its options to its answer or its failure.
+#pragma once
+
+#include <optional>
+
+#include "console/CommandLine.h"
+#include "console/Commands.h"
+#include "console/Failure.h"
+
+namespace Console {
+
+// What is known when the arguments have been read.
+struct Start {
+  Options m_Options;
+  const Command* m_pCommand = nullptr;
+  bool m_Monitored = false;  // a monitoring system waits for the answer
+  std::optional<Failure> m_Wrong;
+};
+
+// Runs the command, or reports what is wrong with it; gives the code with which to end. For the
+// whole life of the process it takes standard output away from everything else.
+ExitCode Perform(const Start& start);
+
+// The same with the plug-in in a process of its own: a monitoring system gets its answer in time
+// whatever the plug-in does. Call before any thread starts.
+ExitCode PerformGuarded(Start start);
+
+}  // namespace Console
