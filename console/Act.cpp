@@ -44,11 +44,10 @@ std::string Question(const Model& model, const Object& object, const OperationRo
                      HostKit::HostText(row.m_Question));
 }
 
-// The event by which a job tells that it has failed. Other events that waited are dropped with it:
-// what they tell stands in the properties.
+// The event by which a job tells that it has failed. Other events that waited are in the log now.
 bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
-  const std::vector<PI::CEvent> events = session.CollectEvents();
-  return std::any_of(events.begin(), events.end(), [&](const PI::CEvent& each) {
+  const std::vector<LoggedEvent> events = session.CollectEvents();
+  return std::any_of(events.begin(), events.end(), [&](const LoggedEvent& each) {
     return each.m_EventID == event && each.m_ObjectID == object.m_ID;
   });
 }

@@ -24,9 +24,9 @@ struct Parsed {
 };
 
 // Options of some commands alone.
-const std::vector<std::string> kSpecial = {"--columns", "--long",     "--follow",     "--for",
-                                           "--yes",     "--confirm",  "--dry-run",    "--force",
-                                           "--timeout", "--capacity", "--sector-size"};
+const std::vector<std::string> kSpecial = {
+    "--columns", "--long",    "--follow",   "--for",         "--yes",   "--confirm", "--dry-run",
+    "--force",   "--timeout", "--capacity", "--sector-size", "--since", "--limit"};
 
 void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_option("-o,--output", options.m_Form,
@@ -42,6 +42,11 @@ void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_flag("-f,--follow", options.m_Follow, "events: go on until Ctrl-C");
   app.add_option("--for", options.m_For, "events, watch, locate: go on for 30s, 5m or 1h")
       ->type_name("TIME");
+  app.add_option("--since", options.m_Since,
+                 "events: not older than 1h, 2d, yesterday, 2026-11-20 or 2026-11-20T05:31:00Z")
+      ->type_name("TIME");
+  app.add_option("--limit", options.m_Limit, "events: the newest N; 50, or all with --since")
+      ->type_name("N");
   app.add_flag("-q,--quiet", options.m_Quiet, "No notes on standard error, errors only");
   app.add_flag("-v,--verbose", options.m_Verbose, "More; also what the plug-in prints by itself");
   app.add_flag("--ascii", options.m_Ascii, "Plain characters only");

@@ -17,11 +17,17 @@ constexpr Severity kSeverities[] = {
     {PI::SEVERITY_ERROR, "error", Tone::Bad},
 };
 
-Severity SeverityOf(const PI::CEvent& event) {
+Severity SeverityOf(const LoggedEvent& event) {
   for (const Severity& row : kSeverities) {
     if (row.m_Number == event.m_Severity) return row;
   }
   return {event.m_Severity, "unknown", Tone::Plain};
+}
+
+// A name that can be pasted back, also when the object has gone.
+std::string ObjectText(const Object* object, const LoggedEvent& event) {
+  if (object != nullptr) return object->m_Selector;
+  return event.m_SerialNumber.empty() ? IdText(event.m_ObjectID) : event.m_SerialNumber;
 }
 
 }  // namespace
@@ -35,32 +41,33 @@ const std::vector<Column>& EventColumns() {
   return columns;
 }
 
-Row EventRow(const Model& model, const PI::CEvent& event) {
+Row EventRow(const Object* object, const LoggedEvent& event) {
   const Severity severity = SeverityOf(event);
   return {{TextCell(TimeText(event.m_Time)),
            {severity.m_Name, severity.m_Name, severity.m_Tone},
            TextCell(std::to_string(event.m_EventID)),
            TextCell(HostKit::NameOf(HostKit::Family::Event, event.m_EventID)),
-           TextCell(model.SelectorOf(event.m_ObjectID)),
-           TextCell(HostKit::MessageOf(event))},
+           TextCell(ObjectText(object, event)),
+           TextCell(event.m_Message)},
           std::nullopt};
 }
 
-Json EventJson(const Model& model, const PI::CEvent& event) {
+Json EventJson(const Object* object, const LoggedEvent& event) {
   Json json = {{"time", TimeText(event.m_Time)},
                {"severity", SeverityOf(event).m_Name},
                {"event_id", event.m_EventID},
                {"event", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
                {"id", IdText(event.m_ObjectID)}};
-  const Object* object = model.Find(event.m_ObjectID);
   json["object"] = nullptr;
   if (object != nullptr) json["object"] = object->m_Selector;
   json["source"] = event.m_SourceName;
-  json["text"] = HostKit::MessageOf(event);
+  json["serial_number"] = nullptr;
+  if (!event.m_SerialNumber.empty()) json["serial_number"] = event.m_SerialNumber;
+  json["text"] = event.m_Message;
   return json;
 }
 
-Tone EventTone(const PI::CEvent& event) {
+Tone EventTone(const LoggedEvent& event) {
   return SeverityOf(event).m_Tone;
 }
 

@@ -25,15 +25,25 @@ bool Bell::Wait(std::chrono::milliseconds atMost, const Interest& also) const {
   return eventfd_read(m_Fd, &rings) == 0;
 }
 
-PluginSession::PluginSession(const std::filesystem::path& file)
-    : m_Library(file), m_Plugin(m_Library) {
+PluginSession::PluginSession(const std::filesystem::path& file, History& history)
+    : m_Library(file), m_Plugin(m_Library), m_History(history) {
   m_Plugin->m_HostNotify = [this](IPLUGINAPI*) { m_Bell.Ring(); };
   Start();
 }
 
 // Without a card nothing was started that would have to be stopped.
 PluginSession::~PluginSession() {
-  if (m_HasCards) m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
+  if (!m_HasCards) return;
+  CollectTheRest();
+  m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
+}
+
+// The answer does not depend on it, so a plug-in that refuses is let go.
+void PluginSession::CollectTheRest() noexcept {
+  try {
+    if (m_PluginID != 0) CollectEvents();
+  } catch (const std::exception&) {
+  }
 }
 
 // The host's numbers count from 1; people see them in the adapters' names.
@@ -62,6 +72,8 @@ PluginInfo PluginSession::Info() const {
 std::vector<PI::CObject> PluginSession::Topology() {
   std::vector<PI::CObject> objects;
   Require("reading the topology", PI::CMD_GET_TOPOLOGY, 0, &objects);
+  if (!objects.empty()) m_PluginID = objects.front().m_ID;
+  m_History.Learn(objects);
   return objects;
 }
 
@@ -97,14 +109,16 @@ std::uint32_t PluginSession::ExecuteOperation(std::uint64_t object, PI::COperati
   return m_Plugin->Execute(PI::CMD_EXECUTE_OPERATION, object, &operation);
 }
 
-// The plug-in object is always the first of the topology.
-std::vector<PI::CEvent> PluginSession::CollectEvents() {
-  const std::vector<PI::CObject> objects = Topology();
-  if (objects.empty()) return {};
+// The plug-in object is always the first of the topology. An event may be about a card that has
+// come since, or is the last to speak of one that has gone.
+std::vector<LoggedEvent> PluginSession::CollectEvents() {
+  if (m_PluginID == 0) Topology();
+  if (m_PluginID == 0) return {};
   PI::COperation operation;
   operation.m_OperationID = PI::OP_GET_EVENTS;
-  Require("collecting events", PI::CMD_EXECUTE_OPERATION, objects.front().m_ID, &operation);
-  return operation.m_Events;
+  Require("collecting events", PI::CMD_EXECUTE_OPERATION, m_PluginID, &operation);
+  if (!m_History.KnowsAll(operation.m_Events)) Topology();
+  return m_History.Record(operation.m_Events);
 }
 
 bool PluginSession::WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) {

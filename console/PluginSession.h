@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "console/History.h"
 #include "console/PluginLibrary.h"
 #include "console/Session.h"
 
@@ -27,9 +28,10 @@ class Bell {
 class PluginSession : public Session {
  public:
   // Brings the plug-in up, which takes more than a second. Throws `Failure`; a plug-in that found
-  // no card is none.
-  explicit PluginSession(const std::filesystem::path& file);
-  // Stops the plug-in and unloads it; waits for its running jobs, up to 25 seconds.
+  // no card is none. The history must outlive it.
+  PluginSession(const std::filesystem::path& file, History& history);
+  // Collects what events still wait, so that the log has them. Stops the plug-in and unloads it;
+  // waits for its running jobs, up to 25 seconds.
   ~PluginSession() override;
 
   PluginInfo Info() const override;
@@ -41,18 +43,21 @@ class PluginSession : public Session {
   std::vector<PI::COperation> Operations(std::uint64_t object) override;
   std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) override;
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
-  std::vector<PI::CEvent> CollectEvents() override;
+  std::vector<LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) override;
 
  private:
   void Start();
+  void CollectTheRest() noexcept;
   void Require(const char* what, PI::_COMMAND command, std::uint64_t object, void* payload);
 
   // In order of life: the instance dies before its library, the bell after both.
   Bell m_Bell;
   PluginLibrary m_Library;
   PluginInstance m_Plugin;
+  History& m_History;
+  std::uint64_t m_PluginID = 0;  // 0: not known yet
   bool m_HasCards = false;
 };
 

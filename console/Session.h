@@ -8,6 +8,7 @@
 
 #include "console/Stop.h"
 #include "host/PluginInterface.h"
+#include "hostkit/EventLog.h"
 
 namespace Console {
 
@@ -43,8 +44,9 @@ class Session {
   virtual std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) = 0;
   virtual std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) = 0;
 
-  // Takes all events that wait in the plug-in; nobody else will see them.
-  virtual std::vector<PI::CEvent> CollectEvents() = 0;
+  // Takes all events that wait in the plug-in, and appends them to the host's log. The ids in them
+  // are of objects of this session; they have no number.
+  virtual std::vector<HostKit::LoggedEvent> CollectEvents() = 0;
   // Waits until the plug-in has something to collect; false when the time is over, a signal came or
   // one of the other things has happened.
   virtual bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) = 0;

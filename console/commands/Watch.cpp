@@ -11,6 +11,7 @@
 #include "console/Context.h"
 #include "console/EventView.h"
 #include "console/Health.h"
+#include "console/Moment.h"
 #include "console/Screen.h"
 #include "console/Span.h"
 #include "console/Stop.h"
@@ -42,11 +43,6 @@ class Deadline {
  private:
   std::optional<steady_clock::time_point> m_End;
 };
-
-std::uint64_t NowMs() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(now).count());
-}
 
 // Draws at each reading, each key, and once a second for the clock.
 void OnScreen(const Context& context, Screen& screen, Watched& watched, const Deadline& deadline) {

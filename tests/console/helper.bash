@@ -118,7 +118,8 @@ make_haste() {
 # own NAME ARGUMENTS...: runs the host on cards of its own, NAME.json, so that stories run at once.
 own() {
   local file="$BATS_FILE_TMPDIR/$1.json"
-  [ -e "$file" ] || cp "$CARDSIM_STATE" "$file"
+  # By rename: several runs may share the cards, and none may see half a file.
+  [ -e "$file" ] || { cp "$CARDSIM_STATE" "$file.$BASHPID" && mv -n "$file.$BASHPID" "$file"; }
   corvane-host --simulate="$file" "${@:2}"
 }
 
