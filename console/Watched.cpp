@@ -12,7 +12,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr std::size_t kMostEvents = 1000;
 constexpr std::size_t kMostTemperatures = 240;
 
 // As the plug-in tells it, or its default.

@@ -26,6 +26,9 @@ class Watched {
   // Reads everything once, with the events that wait already.
   explicit Watched(Session& session);
 
+  // Of events that are kept.
+  static constexpr std::size_t kMostEvents = 1000;
+
   // Puts events of earlier runs before those that have come.
   void Recall(const std::vector<LoggedEvent>& past);
 

@@ -153,12 +153,19 @@ Answer RunWatch(Context& context) {
   std::FILE* const out = context.Stream().File();
   const bool wantsScreen = options.m_Form.empty() && Screen::IsPossible(out);
   if (wantsScreen) RequireQuietTrace(options);
-  Watched watched(context.Open());
+  Session& session = context.Open();
+  std::vector<LoggedEvent> past;
+  if (wantsScreen) past = context.EventLog().Read(0, Watched::kMostEvents);
+  Watched watched(session);
   const Deadline deadline(span);
+  std::optional<HeldTalk> held;  // outlives the screen
+  if (wantsScreen) held.emplace(context.m_Talk);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;
   if (screen) {
+    watched.Recall(past);
     OnScreen(context, *screen, watched, deadline);
   } else {
+    held.reset();
     AsBlocks(context, watched, deadline);
   }
   Answer nothingMore;
