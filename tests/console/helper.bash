@@ -148,3 +148,17 @@ answering() {
 
 # typed NAME: what the terminal showed, without its returns.
 typed() { out "$1" | tr -d '\r'; }
+
+# Runs a program on a terminal and plays with it; by Debian's interpreter, which has the terminal's
+# model.
+screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
+
+# lay_root_on_card FOLDER: a sysfs of the present cards in which the file system of / lies on the
+# disk of card0, and md7 holds it.
+lay_root_on_card() {
+  cardsim sysfs "$1"
+  local disk="$1/bus/pci/devices/0000:3b:02.1/block/fioa"
+  mkdir -p "$disk/holders/md7" "$1/block"
+  ln -s "$disk" "$1/block/fioa"
+  awk '$5 == "/" {print $3; exit}' /proc/self/mountinfo >"$disk/dev"
+}

@@ -18,7 +18,7 @@ Steps, in order:
 Ends with 0 when every step went well within its time.
 """
 import codecs
-import os
+import signal
 import subprocess
 import sys
 import termios
@@ -40,8 +40,6 @@ class Terminal:
         self.sent = b""
         self.child = pexpect.spawn(command[0], command[1:], dimensions=size)
         self.child.delaybeforesend = None
-        # A kill must not wait for the program's good order.
-        self.child.ptyproc.delayafterterminate = 0
 
     def resize(self, size):
         self.child.setwinsize(*size)
@@ -87,7 +85,7 @@ class Terminal:
 
     def fail(self, what):
         sys.stderr.write(f"failed: {what}\nthe screen is:\n{self.text()}\n")
-        self.child.close(force=True)
+        self.child.kill(signal.SIGKILL)
         sys.exit(1)
 
 

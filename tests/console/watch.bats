@@ -38,8 +38,6 @@ setup_file() {
   wait
 }
 
-# Debian's interpreter, which has the terminal's model.
-screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
 with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 
 change_cards() {
