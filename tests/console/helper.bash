@@ -162,3 +162,20 @@ lay_root_on_card() {
   ln -s "$disk" "$1/block/fioa"
   awk '$5 == "/" {print $3; exit}' /proc/self/mountinfo >"$disk/dev"
 }
+
+# enter FILE ROW...: puts entries into a log, as "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE".
+enter() {
+  python3 - "$@" <<'END'
+import calendar, shlex, sqlite3, sys, time
+
+rows = []
+for row in sys.argv[2:]:
+    when, *rest = shlex.split(row)
+    seconds = calendar.timegm(time.strptime(when, "%Y-%m-%dT%H:%M:%S"))
+    rows.append([seconds * 1000, *rest])
+with sqlite3.connect(sys.argv[1]) as database:
+    database.executemany(
+        "INSERT INTO host_event_log (time, severity, event_id, object_id, name, message,"
+        " serial_number, object_type) VALUES (?, ?, ?, ?, ?, ?, ?, ?)", rows)
+END
+}

@@ -45,23 +45,6 @@ setup_file() {
   keep grown see_and_forget
 }
 
-# enter FILE ROW...: puts entries into a log, as "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE".
-enter() {
-  python3 - "$@" <<'END'
-import calendar, shlex, sqlite3, sys, time
-
-rows = []
-for row in sys.argv[2:]:
-    when, *rest = shlex.split(row)
-    seconds = calendar.timegm(time.strptime(when, "%Y-%m-%dT%H:%M:%S"))
-    rows.append([seconds * 1000, *rest])
-with sqlite3.connect(sys.argv[1]) as database:
-    database.executemany(
-        "INSERT INTO host_event_log (time, severity, event_id, object_id, name, message,"
-        " serial_number, object_type) VALUES (?, ?, ?, ?, ?, ?, ?, ?)", rows)
-END
-}
-
 # A log of 20,000 entries, and how many tenths of a second its newest 50 take more than none.
 far() {
   host events >/dev/null 2>&1

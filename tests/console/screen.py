@@ -32,11 +32,34 @@ KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Left": "\x1b[D", "Esca
         "Backspace": "\x7f", "Ctrl-C": "\x03", "Ctrl-D": "\x04"}
 
 
+class Screen(pyte.Screen):
+    """Scrolls on command, as xterm does and the model does not."""
+
+    def scroll(self, count, bottom_first, step):
+        top, bottom = self.margins or (0, self.lines - 1)
+        row = self.cursor.y
+        self.cursor.y = bottom if bottom_first else top
+        for _ in range(count or 1):
+            step()
+        self.cursor.y = row
+
+    def scroll_up(self, count=1):
+        self.scroll(count, True, self.index)
+
+    def scroll_down(self, count=1):
+        self.scroll(count, False, self.reverse_index)
+
+
+class Stream(pyte.ByteStream):
+    csi = dict(pyte.ByteStream.csi, S="scroll_up", T="scroll_down")
+    events = pyte.ByteStream.events | {"scroll_up", "scroll_down"}
+
+
 class Terminal:
     def __init__(self, size, command):
         rows, columns = size
-        self.screen = pyte.Screen(columns, rows)
-        self.stream = pyte.ByteStream(self.screen)
+        self.screen = Screen(columns, rows)
+        self.stream = Stream(self.screen)
         self.sent = b""
         self.child = pexpect.spawn(command[0], command[1:], dimensions=size)
         self.child.delaybeforesend = None
