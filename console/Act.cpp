@@ -125,6 +125,14 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
   return JobEnd::Stopped;
 }
 
+// The plug-in is let finish, though not for ever.
+void TellItGoesOn(Context& context, const OperationRow& row, const Object& object,
+                  const char* sooner) {
+  context.m_Talk.Note(
+      "JOB_GOES_ON", fmt::format("{} has begun and is not taken back", What(row, object)),
+      {fmt::format("The program ends when the card is done, after 25 s at most, {}.", sooner)});
+}
+
 void AwaitJob(Context& context, const Object& object, const OperationRow& row,
               milliseconds timeout) {
   switch (WatchJob(context, object, row, timeout)) {
@@ -133,11 +141,10 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
     case JobEnd::Failed:
       throw JobFailure(row, object);
     case JobEnd::TimedOut:
+      TellItGoesOn(context, row, object, "or at once with Ctrl-C");
       throw TimeoutFailure(row, object, timeout);
     case JobEnd::Stopped:
-      context.m_Talk.Note("JOB_GOES_ON",
-                          fmt::format("{} has begun and is not taken back", What(row, object)),
-                          {"The program ends when the card is done, or at once if asked again."});
+      TellItGoesOn(context, row, object, "or at once if asked again");
       throw Stopped();
   }
 }
@@ -194,6 +201,7 @@ Change Perform(Context& context, const Model& model, const Object& object, const
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
   if (result != PI::SUCCESS) throw PluginFailure(What(row, object), result);
   if (row.m_FailedEvent != 0) {
+    session.AnswerBy(start + timeout);
     AwaitJob(context, object, row, timeout);
     change.m_Elapsed =
         std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "console/Call.h"
 #include "console/Stop.h"
 #include "host/PluginInterface.h"
 #include "hostkit/EventLog.h"
@@ -30,6 +31,10 @@ class Session {
   // False when the plug-in found no card that it supports. Reads still work and show the plug-in
   // object alone.
   virtual bool HasCards() const = 0;
+
+  // Reads that have no answer a moment after this time throw `Failure` with the exit code for it,
+  // as they do at once after a signal. Without a time they wait.
+  virtual void AnswerBy(const Deadline& deadline) = 0;
 
   // The plug-in object, then all adapters, then all drives, with properties and operations.
   virtual std::vector<PI::CObject> Topology() = 0;

@@ -1,7 +1,10 @@
 // corvane-host: a host around a storage plug-in, for people and scripts.
+#include <cstdio>
+#include <cstdlib>
 #include <optional>
 
 #include "console/Answer.h"
+#include "console/Call.h"
 #include "console/CommandLine.h"
 #include "console/Commands.h"
 #include "console/Context.h"
@@ -82,5 +85,9 @@ ExitCode Main(const Words& arguments) {
 }  // namespace Console
 
 int main(int argc, char** argv) {
-  return static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc)));
+  const int code = static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc)));
+  // A plug-in that does not answer still runs in here: nothing may be taken from under it.
+  std::fflush(nullptr);
+  if (Console::HasAbandonedCalls()) std::_Exit(code);
+  return code;
 }

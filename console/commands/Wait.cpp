@@ -117,9 +117,11 @@ Answer RunWait(Context& context) {
   if (!context.m_Options.m_Timeout.empty()) {
     timeout = ParseSpan("--timeout", context.m_Options.m_Timeout);
   }
-  Watched watched(context.Open());
-  Meant meant(context.m_Arguments[0]);
+  Session& session = context.Open();
   const auto start = steady_clock::now();
+  if (timeout) session.AnswerBy(start + *timeout);
+  Watched watched(session);
+  Meant meant(context.m_Arguments[0]);
   while (true) {
     const Condition::Outcome outcome = Look(watched.Objects(), meant, condition);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);

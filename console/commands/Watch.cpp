@@ -26,9 +26,9 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 // The end of a watch, if it has one.
-class Deadline {
+class WatchEnd {
  public:
-  explicit Deadline(const std::optional<milliseconds>& span) {
+  explicit WatchEnd(const std::optional<milliseconds>& span) {
     if (span) m_End = steady_clock::now() + *span;
   }
 
@@ -45,7 +45,7 @@ class Deadline {
 };
 
 // Draws at each reading, each key, and once a second for the clock.
-void OnScreen(const Context& context, Screen& screen, Watched& watched, const Deadline& deadline) {
+void OnScreen(const Context& context, Screen& screen, Watched& watched, const WatchEnd& deadline) {
   constexpr milliseconds kRedraw{1000};
   Interest also = context.InReader();
   also.m_Readable = STDIN_FILENO;
@@ -114,7 +114,7 @@ Answer Block(const Watched& watched, std::size_t seen, const Style& style) {
 }
 
 // A block for each change, and one for each interval of the plug-in without a change.
-void AsBlocks(Context& context, Watched& watched, const Deadline& deadline) {
+void AsBlocks(Context& context, Watched& watched, const WatchEnd& deadline) {
   std::size_t seen = 0;
   Json shown;
   auto due = steady_clock::now();
@@ -157,7 +157,7 @@ Answer RunWatch(Context& context) {
   std::vector<LoggedEvent> past;
   if (wantsScreen) past = context.EventLog().Read(0, Watched::kMostEvents);
   Watched watched(session);
-  const Deadline deadline(span);
+  const WatchEnd deadline(span);
   std::optional<HeldTalk> held;  // outlives the screen
   if (wantsScreen) held.emplace(context.m_Talk);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;
