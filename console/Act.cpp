@@ -44,11 +44,10 @@ std::string Question(const Model& model, const Object& object, const OperationRo
                      HostKit::HostText(row.m_Question));
 }
 
-// The event by which a job tells that it has failed. Other events that waited are dropped with it:
-// what they tell stands in the properties.
+// The event by which a job tells that it has failed. Other events that waited are in the log now.
 bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
-  const std::vector<PI::CEvent> events = session.CollectEvents();
-  return std::any_of(events.begin(), events.end(), [&](const PI::CEvent& each) {
+  const std::vector<LoggedEvent> events = session.CollectEvents();
+  return std::any_of(events.begin(), events.end(), [&](const LoggedEvent& each) {
     return each.m_EventID == event && each.m_ObjectID == object.m_ID;
   });
 }
@@ -126,6 +125,14 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
   return JobEnd::Stopped;
 }
 
+// The plug-in is let finish, though not for ever.
+void TellItGoesOn(Context& context, const OperationRow& row, const Object& object,
+                  const char* sooner) {
+  context.m_Talk.Note(
+      "JOB_GOES_ON", fmt::format("{} has begun and is not taken back", What(row, object)),
+      {fmt::format("The program ends when the card is done, after 25 s at most, {}.", sooner)});
+}
+
 void AwaitJob(Context& context, const Object& object, const OperationRow& row,
               milliseconds timeout) {
   switch (WatchJob(context, object, row, timeout)) {
@@ -134,11 +141,10 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
     case JobEnd::Failed:
       throw JobFailure(row, object);
     case JobEnd::TimedOut:
+      TellItGoesOn(context, row, object, "or at once with Ctrl-C");
       throw TimeoutFailure(row, object, timeout);
     case JobEnd::Stopped:
-      context.m_Talk.Note("JOB_GOES_ON",
-                          fmt::format("{} has begun and is not taken back", What(row, object)),
-                          {"The program ends when the card is done, or at once if asked again."});
+      TellItGoesOn(context, row, object, "or at once if asked again");
       throw Stopped();
   }
 }
@@ -195,6 +201,7 @@ Change Perform(Context& context, const Model& model, const Object& object, const
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
   if (result != PI::SUCCESS) throw PluginFailure(What(row, object), result);
   if (row.m_FailedEvent != 0) {
+    session.AnswerBy(start + timeout);
     AwaitJob(context, object, row, timeout);
     change.m_Elapsed =
         std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);

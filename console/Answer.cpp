@@ -3,7 +3,7 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <chrono>
+#include "console/Moment.h"
 
 namespace Console {
 namespace {
@@ -28,12 +28,6 @@ Json PluginJson(const std::optional<PluginInfo>& info) {
   return {{"file", info->m_File},
           {"module_id", info->m_ModuleID},
           {"interface_version", info->m_InterfaceVersion}};
-}
-
-std::uint64_t NowMs() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
 std::string RenderLines(const Answer& answer, const Surroundings& around) {

@@ -59,7 +59,7 @@ const std::vector<Command>& AllCommands() {
        {"table", "tsv", "json", "jsonl"}, RunStatus},
       {Group::Look, "check",      "[OBJ]",             0, 1,    "One line, figures and an exit code for monitoring systems",
        {"table", "json"}, RunCheck},
-      {Group::Look, "events",     "",                  0, 0,    "What has happened; -f and --for wait for more",
+      {Group::Look, "events",     "[OBJ]",             0, 1,    "What has happened, also earlier; -f waits for more",
        {"table", "tsv", "json", "jsonl"}, RunEvents},
       {Group::Look, "watch",      "",                  0, 0,    "Cards and events live, on the whole terminal",
        {"table", "jsonl"}, RunWatch},

@@ -13,13 +13,6 @@
 namespace Console {
 namespace {
 
-std::string TermText(const Object& object, const char* name) {
-  const Term* term = FindTerm(object.m_Kind, name);
-  if (term == nullptr) return {};
-  const Value value = ReadTerm(object, *term);
-  return value.Known() ? BareText(value) : std::string();
-}
-
 Failure Refused(const char* id, const std::string& what, const std::string& why,
                 std::vector<std::string> advice = {}) {
   advice.emplace_back("Nothing was changed.");
@@ -46,26 +39,19 @@ bool IsYes(const std::string& answer) {
 
 }  // namespace
 
-const Object* AdapterOf(const Model& model, const Object& object) {
-  if (object.m_Kind == Kind::Adapter) return &object;
-  if (object.m_Kind != Kind::Drive || !object.m_Owner) return nullptr;
-  return &model.Objects()[*object.m_Owner];
-}
-
 std::string Described(const Model& model, const Object& object) {
   std::string text = object.m_Selector;
   Append(text, "", TermText(object, "name"));
   const Object* adapter = AdapterOf(model, object);
   if (adapter == nullptr) return text;
-  Append(text, "serial ", TermText(*adapter, "serial_number"));
+  Append(text, "serial ", SerialOf(model, object));
   Append(text, "slot ", TermText(*adapter, "pci_slot"));
   Append(text, "PCI ", TermText(*adapter, "pci_address"));
   return text;
 }
 
 std::string ConfirmationWord(const Model& model, const Object& object) {
-  const Object* adapter = AdapterOf(model, object);
-  const std::string serial = adapter == nullptr ? "" : TermText(*adapter, "serial_number");
+  const std::string serial = SerialOf(model, object);
   return serial.empty() ? IdText(object.m_ID) : serial;
 }
 

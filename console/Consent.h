@@ -11,9 +11,6 @@ namespace Console {
 // Names for people: the object with its name, serial number and place.
 std::string Described(const Model& model, const Object& object);
 
-// The adapter of a drive, the adapter itself, or null.
-const Object* AdapterOf(const Model& model, const Object& object);
-
 // What is retyped before everything on a drive is lost: the serial number of its card, or the
 // drive's id when the card tells none.
 std::string ConfirmationWord(const Model& model, const Object& object);

@@ -69,7 +69,8 @@ Context::Context(const Options& options, const Style& style, Talk& talk, AnswerS
       m_Command(std::move(command)),
       m_Form(std::move(form)),
       m_Arguments(std::move(arguments)),
-      m_Stream(stream) {}
+      m_Stream(stream),
+      m_History(talk) {}
 
 Context::~Context() {
   Close();
@@ -87,7 +88,8 @@ Session& Context::Open() {
   if (m_Options.m_Simulate) m_pSimulation = std::make_unique<Simulation>(*m_Options.m_Simulate);
   CheckStop();
   m_pSession = std::make_unique<PluginSession>(
-      m_Options.m_Plugin.empty() ? DefaultPluginFile() : std::filesystem::path(m_Options.m_Plugin));
+      m_Options.m_Plugin.empty() ? DefaultPluginFile() : std::filesystem::path(m_Options.m_Plugin),
+      m_History);
   m_Plugin = m_pSession->Info();
   CheckStop();
   if (!m_pSession->HasCards()) {

@@ -8,6 +8,7 @@
 
 #include "console/Answer.h"
 #include "console/CommandLine.h"
+#include "console/History.h"
 #include "console/Model.h"
 #include "console/Output.h"
 #include "console/Session.h"
@@ -32,6 +33,9 @@ class Context {
   // The objects as they are now.
   Model Objects() { return Model(Open().Topology()); }
 
+  // The host's event log; to be read when the session is open.
+  History& EventLog() { return m_History; }
+
   // Writes a part of the answer now, for a command that goes on.
   void Emit(const Answer& answer, bool first);
   // Where the answer goes, for a screen.
@@ -51,6 +55,7 @@ class Context {
 
  private:
   AnswerStream& m_Stream;
+  History m_History;
   std::optional<PluginInfo> m_Plugin;
   std::unique_ptr<Simulation> m_pSimulation;
   std::unique_ptr<Session> m_pSession;

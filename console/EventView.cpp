@@ -24,8 +24,14 @@ Severity RowOf(std::uint32_t severity) {
   return {severity, "unknown", Tone::Plain};
 }
 
-Severity SeverityOf(const PI::CEvent& event) {
+Severity SeverityOf(const LoggedEvent& event) {
   return RowOf(event.m_Severity);
+}
+
+// A name that can be pasted back, also when the object has gone.
+std::string ObjectText(const Object* object, const LoggedEvent& event) {
+  if (object != nullptr) return object->m_Selector;
+  return event.m_SerialNumber.empty() ? IdText(event.m_ObjectID) : event.m_SerialNumber;
 }
 
 }  // namespace
@@ -39,28 +45,29 @@ const std::vector<Column>& EventColumns() {
   return columns;
 }
 
-Row EventRow(const Model& model, const PI::CEvent& event) {
+Row EventRow(const Object* object, const LoggedEvent& event) {
   const Severity severity = SeverityOf(event);
   return {{TextCell(TimeText(event.m_Time)),
            {severity.m_Name, severity.m_Name, severity.m_Tone},
            TextCell(std::to_string(event.m_EventID)),
            TextCell(HostKit::NameOf(HostKit::Family::Event, event.m_EventID)),
-           TextCell(model.SelectorOf(event.m_ObjectID)),
-           TextCell(HostKit::MessageOf(event))},
+           TextCell(ObjectText(object, event)),
+           TextCell(event.m_Message)},
           std::nullopt};
 }
 
-Json EventJson(const Model& model, const PI::CEvent& event) {
+Json EventJson(const Object* object, const LoggedEvent& event) {
   Json json = {{"time", TimeText(event.m_Time)},
                {"severity", SeverityOf(event).m_Name},
                {"event_id", event.m_EventID},
                {"event", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
                {"id", IdText(event.m_ObjectID)}};
-  const Object* object = model.Find(event.m_ObjectID);
   json["object"] = nullptr;
   if (object != nullptr) json["object"] = object->m_Selector;
   json["source"] = event.m_SourceName;
-  json["text"] = HostKit::MessageOf(event);
+  json["serial_number"] = nullptr;
+  if (!event.m_SerialNumber.empty()) json["serial_number"] = event.m_SerialNumber;
+  json["text"] = event.m_Message;
   return json;
 }
 
@@ -68,7 +75,7 @@ const char* SeverityName(std::uint32_t severity) {
   return RowOf(severity).m_Name;
 }
 
-Tone EventTone(const PI::CEvent& event) {
+Tone EventTone(const LoggedEvent& event) {
   return SeverityOf(event).m_Tone;
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "console/Answer.h"
+#include "console/History.h"
 #include "console/Model.h"
 
 namespace Console {
@@ -11,13 +12,14 @@ namespace Console {
 // The columns of a row, wide enough for every event: they are also drawn one by one as they come.
 const std::vector<Column>& EventColumns();
 
-Row EventRow(const Model& model, const PI::CEvent& event);
-Json EventJson(const Model& model, const PI::CEvent& event);
+// `object` is what the event is about, or null when that has gone.
+Row EventRow(const Object* object, const LoggedEvent& event);
+Json EventJson(const Object* object, const LoggedEvent& event);
 
 // "information", "warning", "error" or "unknown".
 const char* SeverityName(std::uint32_t severity);
 
 // How bad the event is.
-Tone EventTone(const PI::CEvent& event);
+Tone EventTone(const LoggedEvent& event);
 
 }  // namespace Console

@@ -70,9 +70,9 @@ const std::vector<HelpText> kTexts = {
       {3, "unknown: no card, no plug-in, a wrong command line, or too late"}},
      {{"check", "a nightly check by a script or a monitoring system", true},
       {"check a1 --timeout 10s", "one card, in ten seconds at most"}}},
-    {"events", "The events that the plug-in has for the host, the oldest first. explain tells what "
-               "to do about each number.", "", {},
-     {{"events", "what has happened", true},
+    {"events", "The host's log of events, of all runs of this program on the same database, the "
+               "oldest first. explain tells what to do about each number.", "", {},
+     {{"events --since yesterday", "what has happened since yesterday began", true},
       {"events -f", "go on showing them as they come"}}},
     {"watch", "The whole terminal: cards with temperature and reserve above, events below. e is "
               "for events, Enter for the chosen object, q leaves. Without a terminal, or with "

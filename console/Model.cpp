@@ -108,4 +108,10 @@ std::string Model::SelectorOf(std::uint64_t id) const {
   return object == nullptr ? IdText(id) : object->m_Selector;
 }
 
+const Object* AdapterOf(const Model& model, const Object& object) {
+  if (object.m_Kind == Kind::Adapter) return &object;
+  if (object.m_Kind != Kind::Drive || !object.m_Owner) return nullptr;
+  return &model.Objects()[*object.m_Owner];
+}
+
 }  // namespace Console

@@ -53,4 +53,7 @@ class Model {
   std::vector<Object> m_Objects;
 };
 
+// The adapter of a drive, the adapter itself, or null.
+const Object* AdapterOf(const Model& model, const Object& object);
+
 }  // namespace Console

@@ -63,14 +63,24 @@ void Talk::Error(const std::string& id, const std::string& text,
   if (m_Volume != Volume::Nothing) Say(m_Messages.back());
 }
 
-void Talk::Say(const Message& message) const {
+void Talk::Say(const Message& message) {
   const char* prefix = message.m_Severity == "note" ? "note: " : "";
   std::string lines = fmt::format("corvane-host: {}{}\n", prefix, Printable(message.m_Text));
   const std::size_t count = std::min(message.m_Advice.size(), kMaxAdviceLines);
   for (std::size_t i = 0; i < count; ++i) {
     lines += fmt::format("  {}\n", Printable(message.m_Advice[i]));
   }
-  std::fputs(lines.c_str(), stderr);
+  if (m_IsHeld) {
+    m_Held += lines;
+  } else {
+    std::fputs(lines.c_str(), stderr);
+  }
+}
+
+HeldTalk::~HeldTalk() {
+  m_Talk.m_IsHeld = false;
+  std::fputs(m_Talk.m_Held.c_str(), stderr);
+  m_Talk.m_Held.clear();
 }
 
 std::string Printable(const std::string& text) {

@@ -59,10 +59,25 @@ class Talk {
   const std::vector<Message>& Messages() const { return m_Messages; }
 
  private:
-  void Say(const Message& message) const;
+  friend class HeldTalk;
+  void Say(const Message& message);
 
   const Volume m_Volume;
   std::vector<Message> m_Messages;
+  bool m_IsHeld = false;
+  std::string m_Held;
+};
+
+// Keeps what is said off the screen for as long as it lives, and lets it be said then.
+class HeldTalk {
+ public:
+  explicit HeldTalk(Talk& talk) : m_Talk(talk) { talk.m_IsHeld = true; }
+  ~HeldTalk();
+  HeldTalk(const HeldTalk&) = delete;
+  HeldTalk& operator=(const HeldTalk&) = delete;
+
+ private:
+  Talk& m_Talk;
 };
 
 // Control characters written as \xNN, so that no text of a card can move the cursor or break a

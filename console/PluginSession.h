@@ -1,40 +1,32 @@
 // A session with a plug-in that is loaded into this process.
 #pragma once
 
+#include <functional>
 #include <memory>
 
+#include "console/Bell.h"
+#include "console/Call.h"
+#include "console/History.h"
 #include "console/PluginLibrary.h"
 #include "console/Session.h"
 
 namespace Console {
 
-// A descriptor that the plug-in's worker makes readable when there is something to collect.
-class Bell {
- public:
-  Bell();
-  ~Bell();
-  Bell(const Bell&) = delete;
-  Bell& operator=(const Bell&) = delete;
-
-  void Ring() const;
-  // True when it rang; takes all rings so far.
-  bool Wait(std::chrono::milliseconds atMost, const Interest& also) const;
-
- private:
-  const int m_Fd;
-};
-
+// Reads are abandoned when a signal comes and the plug-in does not answer; what changes a card is
+// waited for.
 class PluginSession : public Session {
  public:
   // Brings the plug-in up, which takes more than a second. Throws `Failure`; a plug-in that found
-  // no card is none.
-  explicit PluginSession(const std::filesystem::path& file);
-  // Stops the plug-in and unloads it; waits for its running jobs, up to 25 seconds.
+  // no card is none. The history must outlive it.
+  PluginSession(const std::filesystem::path& file, History& history);
+  // Collects what events still wait, so that the log has them. Stops the plug-in and unloads it;
+  // waits for its running jobs, up to 25 seconds.
   ~PluginSession() override;
 
-  PluginInfo Info() const override;
+  PluginInfo Info() const override { return m_Info; }
   bool HasCards() const override { return m_HasCards; }
   std::chrono::duration<double> StartDuration() const override { return m_StartDuration; }
+  void AnswerBy(const Deadline& deadline) override { m_Deadline = deadline; }
   std::vector<PI::CObject> Topology() override;
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
@@ -42,18 +34,36 @@ class PluginSession : public Session {
   std::vector<PI::COperation> Operations(std::uint64_t object) override;
   std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) override;
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
-  std::vector<PI::CEvent> CollectEvents() override;
+  std::vector<LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) override;
 
  private:
-  void Start();
-  void Require(const char* what, PI::_COMMAND command, std::uint64_t object, void* payload);
+  // What the plug-in's threads use. In order of life: the instance dies before its library, the
+  // bell after both.
+  struct Loaded {
+    explicit Loaded(const std::filesystem::path& file) : m_Library(file), m_Plugin(m_Library) {}
 
-  // In order of life: the instance dies before its library, the bell after both.
-  Bell m_Bell;
-  PluginLibrary m_Library;
-  PluginInstance m_Plugin;
+    Bell m_Bell;
+    PluginLibrary m_Library;
+    PluginInstance m_Plugin;
+  };
+
+  void Start();
+  void CollectTheRest() noexcept;
+  template <class Payload>
+  std::uint32_t Read(PI::_COMMAND command, std::uint64_t object, Payload& payload);
+  template <class Payload>
+  Payload Require(const char* what, PI::_COMMAND command, std::uint64_t object,
+                  Payload payload = {});
+  std::uint32_t Change(PI::_COMMAND command, std::uint64_t object, void* payload);
+  [[noreturn]] void Abandon();
+
+  std::unique_ptr<Loaded> m_pLoaded;  // null: abandoned, and never unloaded
+  PluginInfo m_Info;
+  History& m_History;
+  Deadline m_Deadline;
+  std::uint64_t m_PluginID = 0;  // 0: not known yet
   bool m_HasCards = false;
   std::chrono::duration<double> m_StartDuration{0};
 };

@@ -14,13 +14,6 @@
 namespace Console {
 namespace {
 
-std::string TextOf(const Object& object, const char* term) {
-  const Term* found = FindTerm(object.m_Kind, term);
-  if (found == nullptr) return {};
-  const Value value = ReadTerm(object, *found);
-  return value.Known() ? BareText(value) : std::string();
-}
-
 bool BySelector(const Object& object, const std::string& text) {
   return boost::iequals(text, object.m_Selector);
 }
@@ -36,7 +29,7 @@ bool ById(const Object& object, const std::string& text) {
 bool ByPci(const Object& object, const std::string& text) {
   if (!boost::istarts_with(text, "pci:")) return false;
   const std::string wanted = text.substr(4);
-  const std::string address = TextOf(object, "pci_address");
+  const std::string address = TermText(object, "pci_address");
   if (wanted.empty() || address.empty()) return false;
   const std::size_t segment = address.size() > 7 ? address.size() - 7 : 0;
   return boost::iequals(wanted, address) || boost::iequals(wanted, address.substr(segment));
@@ -44,7 +37,7 @@ bool ByPci(const Object& object, const std::string& text) {
 
 template <const char* const& term>
 bool ByTerm(const Object& object, const std::string& text) {
-  return !text.empty() && TextOf(object, term) == text;
+  return !text.empty() && TermText(object, term) == text;
 }
 
 constexpr const char* kSerialNumber = "serial_number";
@@ -58,7 +51,7 @@ constexpr Rule kRules[] = {
 };
 
 std::string Described(const Object& object) {
-  const std::string name = TextOf(object, "name");
+  const std::string name = TermText(object, "name");
   return fmt::format("{} ({}{}{})", object.m_Selector, name, name.empty() ? "" : ", ",
                      IdText(object.m_ID));
 }
@@ -69,7 +62,7 @@ Failure NoSuchObject(const Model& model, const std::string& text) {
   for (const Object& object : model.Objects()) {
     selectors.push_back(object.m_Selector);
     candidates.push_back(object.m_Selector);
-    const std::string serial = TextOf(object, "serial_number");
+    const std::string serial = TermText(object, "serial_number");
     if (!serial.empty()) candidates.push_back(serial);
   }
   std::vector<std::string> advice = DidYouMean(text, candidates);

@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "console/Call.h"
 #include "console/Stop.h"
 #include "host/PluginInterface.h"
+#include "hostkit/EventLog.h"
 
 namespace Console {
 
@@ -33,6 +35,10 @@ class Session {
   // How long the plug-in took to start, its first scan of all cards included.
   virtual std::chrono::duration<double> StartDuration() const = 0;
 
+  // Reads that have no answer a moment after this time throw `Failure` with the exit code for it,
+  // as they do at once after a signal. Without a time they wait.
+  virtual void AnswerBy(const Deadline& deadline) = 0;
+
   // The plug-in object, then all adapters, then all drives, with properties and operations.
   virtual std::vector<PI::CObject> Topology() = 0;
   virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;
@@ -46,8 +52,9 @@ class Session {
   virtual std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) = 0;
   virtual std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) = 0;
 
-  // Takes all events that wait in the plug-in; nobody else will see them.
-  virtual std::vector<PI::CEvent> CollectEvents() = 0;
+  // Takes all events that wait in the plug-in, and appends them to the host's log. The ids in them
+  // are of objects of this session; they have no number.
+  virtual std::vector<HostKit::LoggedEvent> CollectEvents() = 0;
   // Waits until the plug-in has something to collect; false when the time is over, a signal came or
   // one of the other things has happened.
   virtual bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) = 0;

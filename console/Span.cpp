@@ -15,12 +15,12 @@ struct TimeUnit {
   std::int64_t m_Milliseconds;
 };
 
-constexpr TimeUnit kTimeUnits[] = {
-    {"", 1000}, {"ms", 1}, {"s", 1000}, {"m", 60'000}, {"h", 3'600'000}};
+constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
+                                   {"m", 60'000}, {"h", 3'600'000}, {"d", 86'400'000}};
 
 }  // namespace
 
-std::chrono::milliseconds ParseSpan(const char* option, const std::string& text) {
+std::optional<std::chrono::milliseconds> ReadSpan(const std::string& text) {
   constexpr std::int64_t kLongest = 1'000'000;
   std::int64_t number = -1;
   const char* end = text.data() + text.size();
@@ -30,6 +30,11 @@ std::chrono::milliseconds ParseSpan(const char* option, const std::string& text)
     if (fits && std::string(stop, end) == unit.m_Symbol)
       return std::chrono::milliseconds(number * unit.m_Milliseconds);
   }
+  return std::nullopt;
+}
+
+std::chrono::milliseconds ParseSpan(const char* option, const std::string& text) {
+  if (const auto span = ReadSpan(text)) return *span;
   throw UsageFailure(fmt::format("{} cannot be '{}'", option, text), {"It may be 30s, 5m or 1h."});
 }
 

@@ -2,11 +2,15 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace Console {
 
-// "30s", "5m", "1h", "200ms", or seconds without a unit. Throws `Failure` that names `option`.
+// "30s", "5m", "1h", "2d", "200ms", or seconds without a unit; nothing for another text.
+std::optional<std::chrono::milliseconds> ReadSpan(const std::string& text);
+
+// The same. Throws `Failure` that names `option`.
 std::chrono::milliseconds ParseSpan(const char* option, const std::string& text);
 
 // "0:57", "12:03", "1:02:03"; parts of a second are left out.

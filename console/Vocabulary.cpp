@@ -233,4 +233,16 @@ std::string BareText(const Value& value) {
   return std::visit(text, value.m_Data);
 }
 
+std::string TermText(const Object& object, const std::string& name) {
+  const Term* term = FindTerm(object.m_Kind, name);
+  if (term == nullptr) return {};
+  const Value value = ReadTerm(object, *term);
+  return value.Known() ? BareText(value) : std::string();
+}
+
+std::string SerialOf(const Model& model, const Object& object) {
+  const Object* adapter = AdapterOf(model, object);
+  return adapter == nullptr ? std::string() : TermText(*adapter, "serial_number");
+}
+
 }  // namespace Console

@@ -70,6 +70,12 @@ Value ReadTerm(const Object& object, const Term& term);
 // By the term's name; unknown also when the object's kind has no such term.
 Value ReadTerm(const Object& object, const std::string& name);
 
+// As `BareText` of the object's term of that name; empty when it is unknown.
+std::string TermText(const Object& object, const std::string& name);
+
+// The serial number of the card that the object is or belongs to; empty when it tells none.
+std::string SerialOf(const Model& model, const Object& object);
+
 // A property that need not be in the vocabulary, in the unit that it came with.
 Value ReadProperty(const PI::CProperty& property);
 

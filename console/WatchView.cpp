@@ -28,19 +28,31 @@ Line Title(const Watched& watched, ScreenSize size, const std::string& time) {
   return {{Fit(left, room) + right, Tone::Plain, true, true}};
 }
 
-Line EventLine(const Watched::Entry& entry) {
+// The time, from 2026-11-21T05:31:02+00:00; the day is left out when all are of the same one.
+std::string WhenText(const Watched::Entry& entry, bool dated) {
+  const std::string& time = entry.m_Row.m_Cells[0].m_Human;
+  return dated ? time.substr(0, 10) + " " + time.substr(11, 8) : time.substr(11, 8);
+}
+
+Line EventLine(const Watched::Entry& entry, bool dated) {
   const std::vector<Cell>& cells = entry.m_Row.m_Cells;
-  // The time of day: from 2026-11-21T05:31:02+00:00.
-  return {{cells[0].m_Human.substr(11, 8) + "  "},
+  return {{WhenText(entry, dated) + "  "},
           {Fit(cells[1].m_Human, 11) + "  ", entry.m_Tone},
           {Fit(cells[4].m_Human, 6) + "  "},
           {cells[3].m_Human + "  "},
           {Printable(cells[5].m_Human)}};
 }
 
-Lines LogLines(const Watched& watched) {
+bool IsOfDay(const Watched::Entry& entry, const std::string& time) {
+  return entry.m_Row.m_Cells[0].m_Human.substr(0, 10) == time.substr(0, 10);
+}
+
+// As they are told at `time`.
+Lines LogLines(const Watched& watched, const std::string& time) {
+  const bool dated = !std::all_of(watched.Log().begin(), watched.Log().end(),
+                                  [&](const Watched::Entry& each) { return IsOfDay(each, time); });
   Lines lines;
-  for (const Watched::Entry& entry : watched.Log()) lines.push_back(EventLine(entry));
+  for (const Watched::Entry& entry : watched.Log()) lines.push_back(EventLine(entry, dated));
   return lines;
 }
 
@@ -96,8 +108,8 @@ std::vector<Line> WatchView::Draw(const Watched& watched, ScreenSize size,
   const ScreenSize inner{size.m_Rows > kFrame ? size.m_Rows - kFrame : 0, size.m_Columns};
   m_PageRows = std::max<std::size_t>(inner.m_Rows, 1);
   Lines lines = {Title(watched, size, time)};
-  if (m_Page == Page::Cards) Append(lines, DrawCards(watched, inner));
-  if (m_Page == Page::Events) Append(lines, DrawEvents(watched, inner));
+  if (m_Page == Page::Cards) Append(lines, DrawCards(watched, inner, time));
+  if (m_Page == Page::Events) Append(lines, DrawEvents(watched, inner, time));
   if (m_Page == Page::Object) Append(lines, DrawObject(watched, inner));
   lines.resize(inner.m_Rows + 1);
   const char* keys = m_Page == Page::Cards ? " q leave   e events   Enter object   arrows choose"
@@ -107,7 +119,8 @@ std::vector<Line> WatchView::Draw(const Watched& watched, ScreenSize size,
 }
 
 // The cards above and the log below; when there are many cards the log keeps a few lines.
-std::vector<Line> WatchView::DrawCards(const Watched& watched, ScreenSize size) {
+std::vector<Line> WatchView::DrawCards(const Watched& watched, ScreenSize size,
+                                       const std::string& time) {
   constexpr std::size_t kLeastLog = 4, kHeadings = 3;
   ChooseOne(watched.Objects());
   const CardTable cards = DrawCardTable(watched, m_Chosen, size.m_Columns, m_Ascii);
@@ -121,7 +134,7 @@ std::vector<Line> WatchView::DrawCards(const Watched& watched, ScreenSize size) 
   lines.push_back({});
   lines.push_back(Heading(fmt::format("EVENTS ({})", watched.EventCount())));
   const std::size_t left = size.m_Rows > lines.size() ? size.m_Rows - lines.size() : 0;
-  Append(lines, Tail(LogLines(watched), left, 0));
+  Append(lines, Tail(LogLines(watched, time), left, 0));
   return lines;
 }
 
@@ -130,13 +143,15 @@ void WatchView::ChooseOne(const Model& model) {
   if (!objects.empty() && model.Find(m_Chosen) == nullptr) m_Chosen = objects.front()->m_ID;
 }
 
-std::vector<Line> WatchView::DrawEvents(const Watched& watched, ScreenSize size) {
-  const Lines log = LogLines(watched);
+std::vector<Line> WatchView::DrawEvents(const Watched& watched, ScreenSize size,
+                                        const std::string& time) {
+  const Lines log = LogLines(watched, time);
   const std::size_t rows = size.m_Rows > 0 ? size.m_Rows - 1 : 0;
   m_Scroll = std::min(m_Scroll, log.size() - std::min(rows, log.size()));
   Lines lines = {Heading(fmt::format("EVENTS ({})", watched.EventCount()))};
   Append(lines, Tail(log, rows, m_Scroll));
-  if (log.empty()) lines.push_back({{"None so far: the cards are watched since this view began."}});
+  if (log.empty())
+    lines.push_back({{"The log is empty: nothing has happened while a card was watched."}});
   return lines;
 }
 

@@ -24,8 +24,8 @@ class WatchView {
  private:
   enum class Page { Cards, Events, Object };
 
-  std::vector<Line> DrawCards(const Watched& watched, ScreenSize size);
-  std::vector<Line> DrawEvents(const Watched& watched, ScreenSize size);
+  std::vector<Line> DrawCards(const Watched& watched, ScreenSize size, const std::string& time);
+  std::vector<Line> DrawEvents(const Watched& watched, ScreenSize size, const std::string& time);
   std::vector<Line> DrawObject(const Watched& watched, ScreenSize size);
   std::vector<Line> Scrolled(const std::vector<Line>& lines, std::size_t rows);
   void ChooseOne(const Model& model);

@@ -12,7 +12,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr std::size_t kMostEvents = 1000;
 constexpr std::size_t kMostTemperatures = 240;
 
 // As the plug-in tells it, or its default.
@@ -51,16 +50,24 @@ bool Watched::Wait(milliseconds atMost, const Interest& also) {
 // The events are there as soon as the objects show what they tell, before the notification. They
 // are taken first, so that none bears the name of a place that another card has by now.
 void Watched::Read() {
-  const std::vector<PI::CEvent> events = m_Session.CollectEvents();
+  const std::vector<LoggedEvent> events = m_Session.CollectEvents();
   m_Model = Model(m_Session.Topology());
-  for (const PI::CEvent& event : events) Remember(event);
+  for (const LoggedEvent& event : events) Remember(m_Model.Find(event.m_ObjectID), event);
   RememberTemperatures();
   m_PollInterval = PollIntervalOf(m_Model);
   m_NextReading = steady_clock::now() + m_PollInterval / 3;
 }
 
-void Watched::Remember(const PI::CEvent& event) {
-  m_Log.push_back({EventRow(m_Model, event), EventJson(m_Model, event), EventTone(event)});
+void Watched::Recall(const std::vector<LoggedEvent>& past) {
+  std::deque<Entry> since;
+  since.swap(m_Log);
+  const Namesakes namesakes(m_Model);
+  for (const LoggedEvent& event : past) Remember(namesakes.Find(event), event);
+  m_Log.insert(m_Log.end(), since.begin(), since.end());
+}
+
+void Watched::Remember(const Object* object, const LoggedEvent& event) {
+  m_Log.push_back({EventRow(object, event), EventJson(object, event), EventTone(event)});
   ++m_EventCount;
   if (m_Log.size() > kMostEvents) m_Log.pop_front();
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "console/Answer.h"
+#include "console/History.h"
 #include "console/Model.h"
 #include "console/Session.h"
 
@@ -25,6 +26,12 @@ class Watched {
   // Reads everything once, with the events that wait already.
   explicit Watched(Session& session);
 
+  // Of events that are kept.
+  static constexpr std::size_t kMostEvents = 1000;
+
+  // Puts events of earlier runs before those that have come.
+  void Recall(const std::vector<LoggedEvent>& past);
+
   // Waits for a notification or for a third of the poll interval since the last reading, whichever
   // comes first, but no longer than `atMost` and not beyond what `also` tells. True when it has
   // read everything anew. Throws `Stopped` when a signal came.
@@ -33,7 +40,7 @@ class Watched {
   const Model& Objects() const { return m_Model; }
   // The newest last; the oldest are dropped when there are very many.
   const std::deque<Entry>& Log() const { return m_Log; }
-  // How many events have come in all, also those dropped.
+  // How many events have come or were recalled in all, also those dropped.
   std::size_t EventCount() const { return m_EventCount; }
   // The temperatures read so far, the newest last; empty for an object without one.
   const std::deque<double>& Temperatures(std::uint64_t object) const;
@@ -42,7 +49,7 @@ class Watched {
 
  private:
   void Read();
-  void Remember(const PI::CEvent& event);
+  void Remember(const Object* object, const LoggedEvent& event);
   void RememberTemperatures();
 
   Session& m_Session;

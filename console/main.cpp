@@ -1,6 +1,9 @@
 // corvane-host: a host around a storage plug-in, for people and scripts.
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
+#include "console/Call.h"
 #include "console/CommandLine.h"
 #include "console/Commands.h"
 #include "console/Perform.h"
@@ -36,5 +39,9 @@ ExitCode Main(const Words& arguments) {
 }  // namespace Console
 
 int main(int argc, char** argv) {
-  return static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc)));
+  const int code = static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc)));
+  // A plug-in that does not answer still runs in here: nothing may be taken from under it.
+  std::fflush(nullptr);
+  if (Console::HasAbandonedCalls()) std::_Exit(code);
+  return code;
 }

@@ -23,8 +23,16 @@ struct LoggedEvent {
   std::uint64_t m_ObjectID;
   std::string m_SourceName;  // the object's name
   std::string m_Message;     // the event's sentence, as it was worded when it was logged
+  // What tells the object apart in every run; ids and names go by its place.
+  std::string m_SerialNumber;      // of the card; empty: unknown
+  std::uint32_t m_ObjectType = 0;  // an `_OBJECT_TYPE`; 0: unknown
 };
 
+// The event as the log words it, without a number; of its object nothing but id and name.
+HOST_API LoggedEvent WordEvent(const PI::CEvent& event);
+
+// Appends all of them or none, and draws their numbers.
+HOST_API void AppendEvents(const std::vector<LoggedEvent>& events);
 HOST_API void AppendEvent(const PI::CEvent& event);
 
 // The newest `limit` events among those not older than `sinceMs`, in order of logging.

@@ -1,10 +1,16 @@
-// events: what the plug-in has queued, once or as it comes.
+// events: the host's event log, and what the plug-in adds to it.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <optional>
 
 #include "console/Answer.h"
 #include "console/Context.h"
 #include "console/EventView.h"
+#include "console/Moment.h"
+#include "console/Selectors.h"
 #include "console/Span.h"
 #include "console/Stop.h"
 #include "console/commands/All.h"
@@ -15,31 +21,143 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-Answer Collect(Context& context) {
-  Session& session = context.Open();
-  const std::vector<PI::CEvent> events = session.CollectEvents();
-  const Model model = context.Objects();
+constexpr std::size_t kUsualLimit = 50;
+constexpr std::size_t kNoLimit = 1'000'000'000;
+
+// What of the log is asked for.
+struct Wish {
+  std::uint64_t m_Since = 0;
+  std::size_t m_Limit = kUsualLimit;
+};
+
+// Who asks for a span of time wants all of it.
+Wish WishOf(const Options& options) {
+  Wish wish;
+  if (!options.m_Since.empty()) {
+    wish.m_Since = ParseMoment("--since", options.m_Since, NowMs());
+    wish.m_Limit = kNoLimit;
+  }
+  if (options.m_Limit.empty()) return wish;
+  const char* const end = options.m_Limit.data() + options.m_Limit.size();
+  const auto [stop, error] = std::from_chars(options.m_Limit.data(), end, wish.m_Limit);
+  if (error == std::errc() && stop == end && wish.m_Limit <= kNoLimit) return wish;
+  throw UsageFailure(fmt::format("--limit cannot be '{}'", options.m_Limit),
+                     {"It may be a number of events, such as 200."});
+}
+
+// An event with the object that it is about, or null.
+struct Told {
+  const Object* m_pObject;
+  LoggedEvent m_Event;
+};
+
+// The events that are asked for by OBJ: those of the object and of what is below it. A card that
+// has gone is known by its serial number or by the name that it had.
+class Filter {
+ public:
+  explicit Filter(std::string text) : m_Text(std::move(text)) {}
+
+  bool IsNone() const { return m_Text.empty(); }
+
+  // Throws `Failure` when nobody has ever had the name.
+  void Choose(const Model& model, const std::vector<LoggedEvent>& log) {
+    if (IsNone()) return;
+    try {
+      m_Selector = Select(model, m_Text).m_Selector;
+    } catch (const Failure& failure) {
+      const bool known = std::any_of(log.begin(), log.end(),
+                                     [this](const LoggedEvent& event) { return IsNamed(event); });
+      if (failure.m_Id != "NO_SUCH_OBJECT" || !known) throw;
+    }
+  }
+
+  bool Fits(const Model& model, const Told& told) const {
+    if (IsNone()) return true;
+    if (m_Selector.empty()) return IsNamed(told.m_Event);
+    for (const Object* at = told.m_pObject; at != nullptr;
+         at = at->m_Owner ? &model.Objects()[*at->m_Owner] : nullptr) {
+      if (at->m_Selector == m_Selector) return true;
+    }
+    return false;
+  }
+
+ private:
+  bool IsNamed(const LoggedEvent& event) const {
+    return event.m_SerialNumber == m_Text || event.m_SourceName == m_Text;
+  }
+
+  const std::string m_Text;
+  std::string m_Selector;  // empty: of an object that has gone
+};
+
+Answer AnswerOf(const std::vector<Told>& events) {
   Answer answer;
   answer.m_Items = "events";
   answer.m_Result = {{"events", Json::array()}};
   answer.m_Table.m_Columns = EventColumns();
-  for (const PI::CEvent& event : events) {
-    answer.m_Result["events"].push_back(EventJson(model, event));
-    answer.m_Table.m_Rows.push_back(EventRow(model, event));
+  if (events.empty()) answer.m_Text = "";
+  for (const Told& told : events) {
+    answer.m_Result["events"].push_back(EventJson(told.m_pObject, told.m_Event));
+    answer.m_Table.m_Rows.push_back(EventRow(told.m_pObject, told.m_Event));
   }
   return answer;
 }
 
+void Keep(std::vector<Told>& events, const Model& model, const Filter& filter) {
+  events.erase(std::remove_if(events.begin(), events.end(),
+                              [&](const Told& told) { return !filter.Fits(model, told); }),
+               events.end());
+}
+
+void TellOlder(Talk& talk, std::size_t shown) {
+  talk.Note("OLDER_EVENTS",
+            fmt::format("the newest {} events are shown; the log has older ones", shown),
+            {"See more of it with --limit N or --since 2d."});
+}
+
+// The log as it was, and what waits. The events are taken before the objects, so that none bears
+// the name of a place that another card has by now.
+Answer Begin(Context& context, const Wish& wish, Filter& filter) {
+  Session& session = context.Open();
+  // One more than is wanted tells whether there are older ones.
+  const std::size_t limit = filter.IsNone() ? wish.m_Limit + 1 : kNoLimit;
+  const std::vector<LoggedEvent> log = context.EventLog().Read(wish.m_Since, limit);
+  const std::vector<LoggedEvent> fresh = session.CollectEvents();
+  const Model model = context.Objects();
+  filter.Choose(model, filter.IsNone() ? log : context.EventLog().Read(0, kNoLimit));
+  const Namesakes namesakes(model);
+  std::vector<Told> events;
+  for (const LoggedEvent& event : log) events.push_back({namesakes.Find(event), event});
+  Keep(events, model, filter);
+  if (events.size() > wish.m_Limit) {
+    const std::size_t surplus = events.size() - wish.m_Limit;
+    events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
+    if (context.m_Options.m_Limit.empty()) TellOlder(context.m_Talk, wish.m_Limit);
+  }
+  for (const LoggedEvent& event : fresh) events.push_back({model.Find(event.m_ObjectID), event});
+  Keep(events, model, filter);
+  return AnswerOf(events);
+}
+
+Answer Collect(Context& context, const Filter& filter) {
+  const std::vector<LoggedEvent> fresh = context.Open().CollectEvents();
+  const Model model = context.Objects();
+  std::vector<Told> events;
+  for (const LoggedEvent& event : fresh) events.push_back({model.Find(event.m_ObjectID), event});
+  Keep(events, model, filter);
+  return AnswerOf(events);
+}
+
 // Each batch is written at once. Ends when the time is over or nobody reads any more; a signal ends
 // it by an exception.
-Answer Follow(Context& context, std::optional<milliseconds> span) {
+Answer Follow(Context& context, const Wish& wish, Filter& filter,
+              std::optional<milliseconds> span) {
   constexpr milliseconds kOneWait = std::chrono::hours(1);
   context.Open();
   const auto end = steady_clock::now() + span.value_or(milliseconds(0));
   bool first = true;
-  while (true) {
-    const Answer batch = Collect(context);
-    if (context.HasLostReader()) break;
+  Answer batch = Begin(context, wish, filter);
+  while (!context.HasLostReader()) {
     if (!batch.m_Table.m_Rows.empty()) {
       context.Emit(batch, first);
       first = false;
@@ -50,25 +168,26 @@ Answer Follow(Context& context, std::optional<milliseconds> span) {
     context.Open().WaitForNotification(span ? std::min(left + milliseconds(1), kOneWait) : kOneWait,
                                        context.InReader());
     CheckStop();
+    batch = Collect(context, filter);
   }
-  Answer nothingMore;
-  nothingMore.m_Text = "";
-  nothingMore.m_Items = "events";
-  nothingMore.m_Result = {{"events", Json::array()}};
+  Answer nothingMore = AnswerOf({});
+  nothingMore.m_Table = {};
   return nothingMore;
 }
 
 void TellNothing(Talk& talk) {
-  talk.Note("NO_EVENTS", "no events are waiting",
-            {"The cards are watched only while this program runs: see --for and -f."});
+  talk.Note("NO_EVENTS", "the log has no such events",
+            {"The cards are watched only while this program runs: see watch, --for and -f."});
 }
 
 }  // namespace
 
 Answer RunEvents(Context& context) {
   const Options& options = context.m_Options;
+  const Wish wish = WishOf(options);
+  Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0]);
   if (!options.m_Follow && options.m_For.empty()) {
-    Answer answer = Collect(context);
+    Answer answer = Begin(context, wish, filter);
     if (answer.m_Table.m_Rows.empty()) TellNothing(context.m_Talk);
     return answer;
   }
@@ -76,8 +195,9 @@ Answer RunEvents(Context& context) {
     throw UsageFailure("events that are waited for have no form 'json'",
                        {"Use -o jsonl: a document in each line."});
   }
-  if (options.m_For.empty()) return Follow(context, std::nullopt);
-  return Follow(context, ParseSpan("--for", options.m_For));
+  std::optional<milliseconds> span;
+  if (!options.m_For.empty()) span = ParseSpan("--for", options.m_For);
+  return Follow(context, wish, filter, span);
 }
 
 }  // namespace Console

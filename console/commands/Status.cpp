@@ -6,7 +6,9 @@
 #include "console/Answer.h"
 #include "console/Context.h"
 #include "console/Health.h"
+#include "console/Moment.h"
 #include "console/Selectors.h"
+#include "console/Since.h"
 #include "console/commands/All.h"
 
 namespace Console {
@@ -32,13 +34,24 @@ Json ReasonJson(const Reason& reason) {
   return json;
 }
 
-Json HealthJson(const Object& object, const Health& health) {
+// An object with its state and the beginning of that, if it is known.
+struct Told {
+  const Object* m_pObject;
+  Health m_Health;
+  std::optional<std::uint64_t> m_Since;
+};
+
+Json HealthJson(const Told& told) {
+  const Object& object = *told.m_pObject;
+  const Health& health = told.m_Health;
   Json json = {{"object", object.m_Selector},
                {"type", KindName(object.m_Kind)},
                {"id", IdText(object.m_ID)},
                {"ok", IsWell(health.m_Status)}};
   PutValue(json, "status", health.m_Status);
   PutValue(json, "activity", health.m_Activity);
+  json["since"] = nullptr;
+  if (told.m_Since) json["since"] = TimeText(*told.m_Since);
   json["reasons"] = Json::array();
   for (const Reason& reason : health.m_Reasons) json["reasons"].push_back(ReasonJson(reason));
   return json;
@@ -83,15 +96,18 @@ std::string Coloured(const std::string& text, Tone tone, const Style& style) {
   return text;
 }
 
-std::string HealthText(const Object& object, const Health& health, std::size_t width,
-                       const Style& style) {
-  std::string text =
-      fmt::format("{:<{}}  {}\n", object.m_Selector, width,
-                  Coloured(StatusText(health.m_Status), health.m_Status.m_Tone, style));
+std::string HealthText(const Told& told, std::size_t width, const Style& style) {
+  const Object& object = *told.m_pObject;
+  const Health& health = told.m_Health;
+  std::string text = fmt::format(
+      "{:<{}}  {}{}\n", object.m_Selector, width,
+      Coloured(StatusText(health.m_Status), health.m_Status.m_Tone, style),
+      told.m_Since ? fmt::format(" since {}", SinceText(*told.m_Since, NowMs())) : std::string());
   for (const Reason& reason : health.m_Reasons) {
     text += fmt::format("    why   {}\n", ReasonText(reason, style.m_Ascii));
     if (!reason.m_Advice.empty()) text += fmt::format("    do    {}\n", reason.m_Advice);
-    text += fmt::format("    see   corvane-host explain {}\n", reason.m_Name);
+    text += fmt::format("    see   corvane-host explain {};  corvane-host events {}\n",
+                        reason.m_Name, object.m_Selector);
   }
   if (health.m_Reasons.empty() && !IsWell(health.m_Status)) {
     text += fmt::format("    why   {}\n", WhyWithoutReason(health));
@@ -101,21 +117,39 @@ std::string HealthText(const Object& object, const Health& health, std::size_t w
 }
 
 // People are not told of a drive that is well, unless it is what they ask for.
-bool NeedsTelling(const Object& object, bool asked) {
-  return asked || object.m_Kind != Kind::Drive || !IsWell(HealthOf(object).m_Status);
+bool NeedsTelling(const Told& told, bool asked) {
+  return asked || told.m_pObject->m_Kind != Kind::Drive || !IsWell(told.m_Health.m_Status);
 }
 
-std::string Text(const Objects& chosen, bool asked, const Style& style) {
-  Objects told;
+std::string Text(const std::vector<Told>& all, bool asked, const Style& style) {
+  std::vector<const Told*> shown;
   std::size_t width = 0;
-  for (const Object* object : chosen) {
-    if (!NeedsTelling(*object, asked && object == chosen.front())) continue;
-    told.push_back(object);
-    width = std::max(width, object->m_Selector.size());
+  for (const Told& told : all) {
+    if (!NeedsTelling(told, asked && &told == &all.front())) continue;
+    shown.push_back(&told);
+    width = std::max(width, told.m_pObject->m_Selector.size());
   }
   std::string text;
-  for (const Object* object : told) text += HealthText(*object, HealthOf(*object), width, style);
+  for (const Told* told : shown) text += HealthText(*told, width, style);
   return text;
+}
+
+// The log is read only when something is not well.
+std::vector<Told> Tell(Context& context, const Model& model, const Objects& chosen) {
+  std::vector<Told> all;
+  for (const Object* object : chosen) all.push_back({object, HealthOf(*object), std::nullopt});
+  if (std::all_of(all.begin(), all.end(),
+                  [](const Told& told) { return told.m_Health.m_Reasons.empty(); })) {
+    return all;
+  }
+  context.Open().CollectEvents();
+  constexpr std::size_t kAll = 1'000'000;
+  const auto events = Namesakes(model).Sort(context.EventLog().Read(0, kAll));
+  for (Told& told : all) {
+    const auto found = events.find(told.m_pObject);
+    if (found != events.end()) told.m_Since = StatusSince(told.m_Health, found->second);
+  }
+  return all;
 }
 
 }  // namespace
@@ -123,8 +157,8 @@ std::string Text(const Objects& chosen, bool asked, const Style& style) {
 Answer RunStatus(Context& context) {
   const Model model = context.Objects();
   const bool asked = !context.m_Arguments.empty();
-  const Objects chosen =
-      WithStatus(model, asked ? &Select(model, context.m_Arguments[0]) : nullptr);
+  const std::vector<Told> all = Tell(
+      context, model, WithStatus(model, asked ? &Select(model, context.m_Arguments[0]) : nullptr));
   Answer answer;
   answer.m_Items = "objects";
   answer.m_Result = {{"objects", Json::array()}};
@@ -133,11 +167,10 @@ Answer RunStatus(Context& context) {
                               {"REASON", "reason", false},
                               {"WHY", "why", false},
                               {"DO", "do", false}};
-  answer.m_Text = Text(chosen, asked, context.m_Style);
-  for (const Object* object : chosen) {
-    const Health health = HealthOf(*object);
-    answer.m_Result["objects"].push_back(HealthJson(*object, health));
-    AddRows(answer.m_Table, *object, health, context.m_Style.m_Ascii);
+  answer.m_Text = Text(all, asked, context.m_Style);
+  for (const Told& told : all) {
+    answer.m_Result["objects"].push_back(HealthJson(told));
+    AddRows(answer.m_Table, *told.m_pObject, told.m_Health, context.m_Style.m_Ascii);
   }
   return answer;
 }

@@ -20,12 +20,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-std::string SerialOf(const Object& object) {
-  const Term* term = FindTerm(object.m_Kind, "serial_number");
-  const Value value = term == nullptr ? Value{} : ReadTerm(object, *term);
-  return value.Known() ? BareText(value) : std::string();
-}
-
 const Object* SelectOrNull(const Model& model, const std::string& name) {
   try {
     return &Select(model, name);
@@ -48,7 +42,7 @@ class Meant {
       if (found == nullptr) return nullptr;
       m_Id = found->m_ID;
       m_Selector = found->m_Selector;
-      m_Serial = SerialOf(*found);
+      m_Serial = TermText(*found, "serial_number");
       return found;
     }
     const Object* same = model.Find(*m_Id);
@@ -123,9 +117,11 @@ Answer RunWait(Context& context) {
   if (!context.m_Options.m_Timeout.empty()) {
     timeout = ParseSpan("--timeout", context.m_Options.m_Timeout);
   }
-  Watched watched(context.Open());
-  Meant meant(context.m_Arguments[0]);
+  Session& session = context.Open();
   const auto start = steady_clock::now();
+  if (timeout) session.AnswerBy(start + *timeout);
+  Watched watched(session);
+  Meant meant(context.m_Arguments[0]);
   while (true) {
     const Condition::Outcome outcome = Look(watched.Objects(), meant, condition);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);

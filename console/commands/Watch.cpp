@@ -11,6 +11,7 @@
 #include "console/Context.h"
 #include "console/EventView.h"
 #include "console/Health.h"
+#include "console/Moment.h"
 #include "console/Screen.h"
 #include "console/Span.h"
 #include "console/Stop.h"
@@ -25,9 +26,9 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 // The end of a watch, if it has one.
-class Deadline {
+class WatchEnd {
  public:
-  explicit Deadline(const std::optional<milliseconds>& span) {
+  explicit WatchEnd(const std::optional<milliseconds>& span) {
     if (span) m_End = steady_clock::now() + *span;
   }
 
@@ -43,13 +44,8 @@ class Deadline {
   std::optional<steady_clock::time_point> m_End;
 };
 
-std::uint64_t NowMs() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(now).count());
-}
-
 // Draws at each reading, each key, and once a second for the clock.
-void OnScreen(const Context& context, Screen& screen, Watched& watched, const Deadline& deadline) {
+void OnScreen(const Context& context, Screen& screen, Watched& watched, const WatchEnd& deadline) {
   constexpr milliseconds kRedraw{1000};
   Interest also = context.InReader();
   also.m_Readable = STDIN_FILENO;
@@ -118,7 +114,7 @@ Answer Block(const Watched& watched, std::size_t seen, const Style& style) {
 }
 
 // A block for each change, and one for each interval of the plug-in without a change.
-void AsBlocks(Context& context, Watched& watched, const Deadline& deadline) {
+void AsBlocks(Context& context, Watched& watched, const WatchEnd& deadline) {
   std::size_t seen = 0;
   Json shown;
   auto due = steady_clock::now();
@@ -157,12 +153,19 @@ Answer RunWatch(Context& context) {
   std::FILE* const out = context.Stream().File();
   const bool wantsScreen = options.m_Form.empty() && Screen::IsPossible(out);
   if (wantsScreen) RequireQuietTrace(options);
-  Watched watched(context.Open());
-  const Deadline deadline(span);
+  Session& session = context.Open();
+  std::vector<LoggedEvent> past;
+  if (wantsScreen) past = context.EventLog().Read(0, Watched::kMostEvents);
+  Watched watched(session);
+  const WatchEnd deadline(span);
+  std::optional<HeldTalk> held;  // outlives the screen
+  if (wantsScreen) held.emplace(context.m_Talk);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;
   if (screen) {
+    watched.Recall(past);
     OnScreen(context, *screen, watched, deadline);
   } else {
+    held.reset();
     AsBlocks(context, watched, deadline);
   }
   Answer nothingMore;

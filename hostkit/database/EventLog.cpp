@@ -13,13 +13,13 @@ namespace {
 constexpr std::int64_t kMostEvents = 20000;
 
 constexpr const char* kAppend =
-    "INSERT INTO host_event_log (time, severity, event_id, object_id, name, message) "
-    "VALUES (?, ?, ?, ?, ?, ?)";
+    "INSERT INTO host_event_log (time, severity, event_id, object_id, name, message, "
+    "serial_number, object_type) VALUES (?, ?, ?, ?, ?, ?, ?, ?)";
 constexpr const char* kTrim =
     "DELETE FROM host_event_log WHERE number <= (SELECT MAX(number) FROM host_event_log) - ?";
 constexpr const char* kNewest =
-    "SELECT number, time, severity, event_id, object_id, name, message FROM host_event_log "
-    "WHERE time >= ? ORDER BY number DESC LIMIT ?";
+    "SELECT number, time, severity, event_id, object_id, name, message, serial_number, object_type "
+    "FROM host_event_log WHERE time >= ? ORDER BY number DESC LIMIT ?";
 
 // SQLite's integers are signed: the bits are kept.
 std::int64_t Bits(std::uint64_t value) {
@@ -40,19 +40,44 @@ LoggedEvent EventOf(const Statement& row) {
   event.m_ObjectID = static_cast<std::uint64_t>(row.Integer(4));
   event.m_SourceName = row.Text(5);
   event.m_Message = row.Text(6);
+  event.m_SerialNumber = row.Text(7);
+  event.m_ObjectType = static_cast<std::uint32_t>(row.Integer(8));
   return event;
+}
+
+void Append(Connection& connection, const LoggedEvent& event) {
+  Statement statement = connection.Prepare(kAppend);
+  statement.Bind(UpToLargest(event.m_Time)).Bind(event.m_Severity).Bind(event.m_EventID);
+  statement.Bind(Bits(event.m_ObjectID)).Bind(event.m_SourceName).Bind(event.m_Message);
+  statement.Bind(event.m_SerialNumber).Bind(event.m_ObjectType).Step();
 }
 
 }  // namespace
 
-void AppendEvent(const PI::CEvent& event) {
-  const std::string message = MessageOf(event);
+LoggedEvent WordEvent(const PI::CEvent& event) {
+  LoggedEvent worded{};
+  worded.m_Time = event.m_Time;
+  worded.m_Severity = event.m_Severity;
+  worded.m_EventID = event.m_EventID;
+  worded.m_ObjectID = event.m_ObjectID;
+  worded.m_SourceName = event.m_SourceName;
+  worded.m_Message = MessageOf(event);
+  return worded;
+}
+
+// One transaction, so that a lock of another program is waited for once.
+void AppendEvents(const std::vector<LoggedEvent>& events) {
+  if (events.empty()) return;
   TheDatabase()->With([&](Connection& connection) {
-    Statement statement = connection.Prepare(kAppend);
-    statement.Bind(UpToLargest(event.m_Time)).Bind(event.m_Severity).Bind(event.m_EventID);
-    statement.Bind(Bits(event.m_ObjectID)).Bind(event.m_SourceName).Bind(message).Step();
+    connection.Run("BEGIN IMMEDIATE");
+    for (const LoggedEvent& event : events) Append(connection, event);
     connection.Prepare(kTrim).Bind(kMostEvents).Step();
+    connection.Run("COMMIT");
   });
+}
+
+void AppendEvent(const PI::CEvent& event) {
+  AppendEvents({WordEvent(event)});
 }
 
 std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {

@@ -24,12 +24,37 @@ constexpr const char* kEventCounts =
     "INSERT INTO host_event_counts VALUES (new.event_id, new.severity, 1) "
     "ON CONFLICT DO UPDATE SET count = count + 1; END;";
 
+// What the event log has gained since it was first made. Its rows outlive a version of the host, so
+// the table is not made anew.
+struct AddedColumn {
+  const char* m_Name;
+  const char* m_Sql;
+};
+
+constexpr AddedColumn kAddedToEventLog[] = {
+    {"serial_number", "TEXT NOT NULL DEFAULT ''"},
+    {"object_type", "INTEGER NOT NULL DEFAULT 0"},
+};
+
 // The statement that made a table, or an empty text.
 std::string SqlOf(Connection& connection, const std::string& table) {
   Statement statement =
       connection.Prepare("SELECT sql FROM sqlite_schema WHERE type = 'table' AND name = ?");
   statement.Bind(table);
   return statement.Step() ? statement.Text(0) : std::string();
+}
+
+bool HasColumn(Connection& connection, const std::string& table, const std::string& column) {
+  Statement statement = connection.Prepare("SELECT 1 FROM pragma_table_info(?) WHERE name = ?");
+  return statement.Bind(table).Bind(column).Step();
+}
+
+void AddColumnsToEventLog(Connection& connection) {
+  for (const AddedColumn& column : kAddedToEventLog) {
+    if (HasColumn(connection, "host_event_log", column.m_Name)) continue;
+    connection.Run(std::string("ALTER TABLE host_event_log ADD COLUMN ") + column.m_Name + " " +
+                   column.m_Sql);
+  }
 }
 
 // A table with other columns was made by another version of the host. Its rows are of another life.
@@ -58,6 +83,7 @@ void PrepareTables(Connection& connection, std::int64_t life) {
   try {
     connection.Run("BEGIN IMMEDIATE");
     connection.Run(kOwnTables);
+    AddColumnsToEventLog(connection);
     connection.Run(kEventCounts);
     for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
     if (!IsOfLife(connection, life)) BeginLife(connection, life);

@@ -164,6 +164,7 @@ class OddPlugin : public IPLUGINAPI {
   // Two adapters; one drive that only its adapter knows, and one that nobody does.
   unsigned int GetTopology(std::vector<PI::CObject>& objects) {
     Log("GetTopology");
+    if (Case() == "hang" + std::to_string(++m_Topologies)) sleep(600);
     if (Case() == "topology") return PI::ERR_COMMAND_ERROR;
     PI::CObject plugin = MakeObject(kPlugin, PI::OBJECT_PLUGIN);
     plugin.m_Properties.push_back(PollInterval(m_Interval));
@@ -193,6 +194,7 @@ class OddPlugin : public IPLUGINAPI {
   }
 
   int m_Interval = 15;
+  int m_Topologies = 0;
   std::thread m_Worker;
   std::atomic<int> m_Due{1};
   int m_Given = 0;

@@ -64,15 +64,11 @@ stopped() {
   wait "$run"
 }
 
-# A tree in which the file system of / lies on the card.
 mounted() {
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
-  cardsim --state "$BATS_FILE_TMPDIR/mounted.json" sysfs "$CORVANE_SYSFS"
-  local disk="$CORVANE_SYSFS/bus/pci/devices/0000:3b:02.1/block/fioa"
-  mkdir -p "$disk/holders/md7" "$CORVANE_SYSFS/block"
-  ln -s "$disk" "$CORVANE_SYSFS/block/fioa"
-  awk '$5 == "/" {print $3; exit}' /proc/self/mountinfo >"$disk/dev"
-  CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" corvane-host detach a0 -y
+  export CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json"
+  lay_root_on_card "$CORVANE_SYSFS"
+  corvane-host detach a0 -y
 }
 
 @test "a card is detached, and the host waits until it shows" {

@@ -36,7 +36,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   for task in "corvane-host list  *which card is hot" "corvane-host status  *why a card is warning" \
     "corvane-host locate a1 on --for 5m  *light a card" "corvane-host detach a1 " \
     "corvane-host format a0/d0 --capacity 80" "corvane-host wait a1 ok" "corvane-host watch " \
-    "corvane-host events" "corvane-host explain 10972"; do
+    "corvane-host events --since yesterday" "corvane-host check " "corvane-host metrics " "corvane-host explain 10972"; do
     out all | grep -q "^  $task" || { echo "$task"; false; }
   done
 }

@@ -118,7 +118,8 @@ make_haste() {
 # own NAME ARGUMENTS...: runs the host on cards of its own, NAME.json, so that stories run at once.
 own() {
   local file="$BATS_FILE_TMPDIR/$1.json"
-  [ -e "$file" ] || cp "$CARDSIM_STATE" "$file"
+  # By rename: several runs may share the cards, and none may see half a file.
+  [ -e "$file" ] || { cp "$CARDSIM_STATE" "$file.$BASHPID" && mv -n "$file.$BASHPID" "$file"; }
   corvane-host --simulate="$file" "${@:2}"
 }
 
@@ -147,3 +148,34 @@ answering() {
 
 # typed NAME: what the terminal showed, without its returns.
 typed() { out "$1" | tr -d '\r'; }
+
+# Runs a program on a terminal and plays with it; by Debian's interpreter, which has the terminal's
+# model.
+screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
+
+# lay_root_on_card FOLDER: a sysfs of the present cards in which the file system of / lies on the
+# disk of card0, and md7 holds it.
+lay_root_on_card() {
+  cardsim sysfs "$1"
+  local disk="$1/bus/pci/devices/0000:3b:02.1/block/fioa"
+  mkdir -p "$disk/holders/md7" "$1/block"
+  ln -s "$disk" "$1/block/fioa"
+  awk '$5 == "/" {print $3; exit}' /proc/self/mountinfo >"$disk/dev"
+}
+
+# enter FILE ROW...: puts entries into a log, as "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE".
+enter() {
+  python3 - "$@" <<'END'
+import calendar, shlex, sqlite3, sys, time
+
+rows = []
+for row in sys.argv[2:]:
+    when, *rest = shlex.split(row)
+    seconds = calendar.timegm(time.strptime(when, "%Y-%m-%dT%H:%M:%S"))
+    rows.append([seconds * 1000, *rest])
+with sqlite3.connect(sys.argv[1]) as database:
+    database.executemany(
+        "INSERT INTO host_event_log (time, severity, event_id, object_id, name, message,"
+        " serial_number, object_type) VALUES (?, ?, ?, ?, ?, ?, ?, ?)", rows)
+END
+}

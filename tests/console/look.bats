@@ -121,7 +121,7 @@ AVAILABLE
 @test "events without news is empty and says why" {
   ended events 0
   silent events out
-  said events "corvane-host: note: no events are waiting"
+  said events "corvane-host: note: the log has no such events"
 }
 
 @test "plugin tells what is loaded" {

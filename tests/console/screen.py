@@ -6,62 +6,78 @@ Usage: screen.py ROWSxCOLUMNS STEP... -- COMMAND...
 Steps, in order:
   see TEXT         wait until the text stands on the screen
   gone TEXT        wait until it stands there no more
-  press KEYS       q, e, Enter, Up, Down, Escape, Ctrl-C
+  press KEYS       as typed, or Enter, Up, Down, Left, Escape, Backspace, Ctrl-C, Ctrl-D
   size ROWSxCOLS   change the terminal's size
   run COMMAND      in a shell, beside it
   coloured TEXT    whether it stands there in a colour of its own
   uncoloured TEXT  whether it stands there in none
   print            write the screen to standard output
-  ends CODE        wait until the program ends, with this exit code, or with any
+  ends CODE        wait until the program ends, with this exit code, or with any, and with the
+                   terminal as it was
   raw TEXT         whether these bytes were sent so far: \\e is escape
   never TEXT       the same, but they must not have been sent
 Ends with 0 when every step went well within its time.
 """
 import codecs
-import fcntl
-import os
-import pty
-import select
 import signal
-import struct
 import subprocess
 import sys
 import termios
 import time
 
+import pexpect
 import pyte
 
 PATIENCE = 15
-KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Escape": "\x1b", "Ctrl-C": "\x03"}
+KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Left": "\x1b[D", "Escape": "\x1b",
+        "Backspace": "\x7f", "Ctrl-C": "\x03", "Ctrl-D": "\x04"}
+
+
+class Screen(pyte.Screen):
+    """Scrolls on command, as xterm does and the model does not."""
+
+    def scroll(self, count, bottom_first, step):
+        top, bottom = self.margins or (0, self.lines - 1)
+        row = self.cursor.y
+        self.cursor.y = bottom if bottom_first else top
+        for _ in range(count or 1):
+            step()
+        self.cursor.y = row
+
+    def scroll_up(self, count=1):
+        self.scroll(count, True, self.index)
+
+    def scroll_down(self, count=1):
+        self.scroll(count, False, self.reverse_index)
+
+
+class Stream(pyte.ByteStream):
+    csi = dict(pyte.ByteStream.csi, S="scroll_up", T="scroll_down")
+    events = pyte.ByteStream.events | {"scroll_up", "scroll_down"}
 
 
 class Terminal:
     def __init__(self, size, command):
-        self.rows, self.columns = size
-        self.screen = pyte.Screen(self.columns, self.rows)
-        self.stream = pyte.ByteStream(self.screen)
+        rows, columns = size
+        self.screen = Screen(columns, rows)
+        self.stream = Stream(self.screen)
         self.sent = b""
-        self.status = None
-        self.pid, self.master = pty.fork()
-        if self.pid == 0:
-            os.execvp(command[0], command)
-        self.resize(size)
+        self.child = pexpect.spawn(command[0], command[1:], dimensions=size)
+        self.child.delaybeforesend = None
 
     def resize(self, size):
-        rows, columns = size
-        fcntl.ioctl(self.master, termios.TIOCSWINSZ, struct.pack("HHHH", rows, columns, 0, 0))
-        self.screen.resize(rows, columns)
+        self.child.setwinsize(*size)
+        self.screen.resize(*size)
 
     def modes(self):
-        flags = termios.tcgetattr(self.master)[3]
-        return bool(flags & termios.ECHO), bool(flags & termios.ICANON)
+        return termios.tcgetattr(self.child.child_fd)
 
     def take(self, seconds):
-        if not select.select([self.master], [], [], seconds)[0]:
-            return
         try:
-            data = os.read(self.master, 65536)
-        except OSError:
+            data = self.child.read_nonblocking(65536, seconds)
+        except pexpect.TIMEOUT:
+            return
+        except pexpect.EOF:
             time.sleep(seconds)
             return
         self.sent += data
@@ -84,16 +100,16 @@ class Terminal:
         self.fail(f"there is no {text}")
 
     def has_ended(self):
-        if self.status is None:
-            pid, status = os.waitpid(self.pid, os.WNOHANG)
-            if pid != 0:
-                self.status = os.waitstatus_to_exitcode(status)
-        return self.status is not None
+        return not self.child.isalive()
+
+    def code(self):
+        if self.child.signalstatus is not None:
+            return -self.child.signalstatus
+        return self.child.exitstatus
 
     def fail(self, what):
         sys.stderr.write(f"failed: {what}\nthe screen is:\n{self.text()}\n")
-        if self.status is None:
-            os.kill(self.pid, signal.SIGKILL)
+        self.child.kill(signal.SIGKILL)
         sys.exit(1)
 
 
@@ -119,7 +135,7 @@ def play(terminal, steps):
             if terminal.is_coloured(argument) != (verb == "coloured"):
                 terminal.fail(told)
         elif verb == "press":
-            os.write(terminal.master, KEYS.get(argument, argument).encode())
+            terminal.child.send(KEYS.get(argument, argument))
         elif verb == "size":
             terminal.resize(size_of(argument))
         elif verb == "run":
@@ -127,8 +143,8 @@ def play(terminal, steps):
         elif verb == "ends":
             terminal.until(told, terminal.has_ended)
             terminal.take(0.2)
-            if argument not in ("any", str(terminal.status)):
-                terminal.fail(f"{told}: it ended with {terminal.status}")
+            if argument not in ("any", str(terminal.code())):
+                terminal.fail(f"{told}: it ended with {terminal.code()}")
             if terminal.modes() != modes:
                 terminal.fail("the terminal's modes are not as they were")
         elif verb in ("raw", "never"):

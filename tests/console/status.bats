@@ -82,7 +82,7 @@ stopped_wait() {
 a1  WARNING
     why   Temperature above its warning level: warning 78 °C
     do    Check fans and airflow around the card, or take load off it.
-    see   corvane-host explain TEMPERATURE_ABOVE_WARN" "$(out all)"
+    see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
 }
 
 @test "a reason stands with what was measured and its limit" {
@@ -90,11 +90,11 @@ a1  WARNING
   same "a0     WARNING
     why   Detached
     do    Attach the card to make its drive available to the system.
-    see   corvane-host explain DETACHED
+    see   corvane-host explain DETACHED;  corvane-host events a0
 a1     FAILED
     why   Temperature above its highest permitted value: 86 C, highest 85 C
     do    Cool the card at once: take its load away, and repair fans and airflow.
-    see   corvane-host explain TEMPERATURE_ABOVE_ERROR
+    see   corvane-host explain TEMPERATURE_ABOVE_ERROR;  corvane-host events a1
 a1/d0  FAILED
     why   the plug-in tells no reason
     see   corvane-host show a1/d0" "$(out ascii)"

@@ -186,6 +186,7 @@ a1
   same "noise 1
 noise 2
 noise 4
+noise 10
 noise 3" "$(err verbose)"
 }
 

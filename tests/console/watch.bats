@@ -11,7 +11,7 @@ setup_file() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   export TERM=xterm-256color
   local name
-  for name in keys blocks lines; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+  for name in keys blocks lines past broken; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
 
   keep keys screen 24x100 see "2 cards, 1 not ok" see "a1      MOLT EP PX600" \
     run "cardsim --state $BATS_FILE_TMPDIR/keys.json raise card0 CORRECTABLE_PCI_ERRORS" \
@@ -33,13 +33,14 @@ setup_file() {
   keep lines with lines watch --for 4s -o jsonl &
   change_cards &
   wait
+  keep past past &
+  keep broken broken &
+  wait
   keep reader one_block &
   keep json host watch -o json &
   wait
 }
 
-# Debian's interpreter, which has the terminal's model.
-screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
 with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 
 change_cards() {
@@ -48,6 +49,30 @@ change_cards() {
   for name in blocks lines; do
     cardsim --state "$BATS_FILE_TMPDIR/$name.json" raise card0 CORRECTABLE_PCI_ERRORS
   done
+}
+
+# An event of another day is in the log already.
+past() {
+  local file="$BATS_FILE_TMPDIR/past.json"
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/past.db"
+  with past events >/dev/null 2>&1
+  enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 4 10957 5 'X (9)' 'An old entry.' S200 19038"
+  screen 24x110 see "EVENTS (1)" see "2026-11-20 05:31:00  error        a1      CTRL_INTERNAL_ERROR" \
+    run "cardsim --state $file raise card0 CORRECTABLE_PCI_ERRORS" \
+    see "EVENTS (2)" see "warning      a0      CTRL_CORRECTABLE_PCI_ERRORS" \
+    press e gone "a0/d0" see "An old entry." see "CTRL_CORRECTABLE_PCI_ERRORS" press q ends 0 \
+    -- corvane-host --simulate="$file" watch || return
+  with past events -o tsv -H | cut -f 4,5
+}
+
+# The database is taken away under the view; that is told when the screen is left.
+broken() {
+  local file="$BATS_FILE_TMPDIR/broken.json" database="$BATS_FILE_TMPDIR/broken.db"
+  CORVANE_DATABASE="$database" screen 24x100 see "EVENTS (0)" \
+    run "rm $database* && mkdir $database" \
+    run "cardsim --state $file raise card0 CORRECTABLE_PCI_ERRORS" \
+    see "EVENTS (1)" never "cannot be used" press q ends 0 see "the event log cannot be used" \
+    -- corvane-host --simulate="$file" watch
 }
 
 one_block() {
@@ -59,6 +84,16 @@ one_block() {
   ended keys 0 || { err keys; false; }
   same 12 "$(out keys | wc -l)"
   same 1 "$(out keys | grep -c '^a1      MOLT EP PX60 WARNING')"
+}
+
+@test "the screen begins with what earlier runs have seen, and adds to it" {
+  ended past 0 || { err past; false; }
+  same "CTRL_INTERNAL_ERROR	a1
+CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
+}
+
+@test "a database that is taken away does not disturb the screen" {
+  ended broken 0 || { err broken; false; }
 }
 
 @test "Ctrl-C ends it with 130 and gives the terminal back" {

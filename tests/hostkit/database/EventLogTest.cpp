@@ -71,9 +71,43 @@ TEST_F(EventLog, OutlivesTheHost) {
 
 TEST_F(EventLog, DropsTheOldestBeyondItsSize) {
   HostKit::AppendEvent(Overheated(1000, "first"));
-  Query("INSERT INTO host_event_log SELECT 20000, 1000, 3, 10967, 5, 'second', ''");
+  Query("INSERT INTO host_event_log SELECT 20000, 1000, 3, 10967, 5, 'second', '', '', 0");
   HostKit::AppendEvent(Overheated(1000, "third"));
   EXPECT_EQ(NamesSince(0, 10), "second third ");
+}
+
+TEST_F(EventLog, KeepsWhatTellsAnObjectApartInEveryRun) {
+  HostKit::LoggedEvent event = HostKit::WordEvent(Overheated(1000, "a"));
+  event.m_SerialNumber = "S'100\"";
+  event.m_ObjectType = 19038;
+  HostKit::AppendEvents({event, HostKit::WordEvent(Overheated(2000, "b"))});
+  const auto events = HostKit::ReadEvents(0, 10);
+  ASSERT_EQ(events.size(), 2U);
+  EXPECT_EQ(events[0].m_SerialNumber, "S'100\"");
+  EXPECT_EQ(events[0].m_ObjectType, 19038U);
+  EXPECT_EQ(events[0].m_Message, "The temperature of adapter a is above its warning level.");
+  EXPECT_EQ(events[1].m_SerialNumber, "");
+  EXPECT_EQ(events[1].m_ObjectType, 0U);
+}
+
+// The table as the first version of the host made it.
+TEST_F(EventLog, OfAnEarlierVersionIsKeptAndGoesOn) {
+  const auto file = m_Folder.Path() / "early.db";
+  OtherProgram(file).Run(
+      "CREATE TABLE host_event_log (number INTEGER PRIMARY KEY AUTOINCREMENT, "
+      "time INTEGER NOT NULL, severity INTEGER NOT NULL, event_id INTEGER NOT NULL, "
+      "object_id INTEGER NOT NULL, name TEXT NOT NULL, message TEXT NOT NULL) STRICT;"
+      "INSERT INTO host_event_log VALUES (7, 1000, 3, 10967, 5, 'early', 'It was hot.')");
+  Use(file.string());
+  HostKit::AppendEvent(Overheated(2000, "late"));
+  const auto events = HostKit::ReadEvents(0, 10);
+  ASSERT_EQ(events.size(), 2U);
+  EXPECT_EQ(events[0].m_Message, "It was hot.");
+  EXPECT_EQ(events[0].m_SerialNumber, "");
+  EXPECT_EQ(events[1].m_SourceName, "late");
+  EXPECT_EQ(events[1].m_Number, 8);
+  Restart();
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
 }
 
 TEST_F(EventLog, SaysWhenItCannotBeUsed) {

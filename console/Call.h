@@ -1,0 +1,22 @@
+// Calls that may never come back: whoever waits for them can be stopped, or has waited long enough.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace Console {
+
+using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+
+// Runs `call` in a thread of its own and gives its result. Nothing when it has not come back a
+// moment after a signal came or the deadline was over: it is then abandoned, and goes on until the
+// program ends. What it uses must be its own or outlive the program.
+std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
+                                           const Deadline& deadline);
+
+// Whether a call was abandoned: the program must then end without cleaning up behind it.
+bool HasAbandonedCalls();
+
+}  // namespace Console

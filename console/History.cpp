@@ -1,0 +1,103 @@
+#include "console/History.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "console/Vocabulary.h"
+#include "host/Database.h"
+#include "hostkit/Paths.h"
+
+namespace Console {
+namespace {
+
+std::uint32_t TypeOf(const Object& object) {
+  switch (object.m_Kind) {
+    case Kind::Plugin:
+      return PI::OBJECT_PLUGIN;
+    case Kind::Adapter:
+      return PI::OBJECT_ADAPTER;
+    case Kind::Drive:
+      return PI::OBJECT_PHYSICAL_DRIVE;
+    case Kind::Other:
+      break;
+  }
+  return 0;
+}
+
+}  // namespace
+
+void History::Learn(const std::vector<PI::CObject>& topology) {
+  const Model model(topology);
+  for (const Object& object : model.Objects()) {
+    m_Origins[object.m_ID] = {SerialOf(model, object), TypeOf(object)};
+  }
+}
+
+bool History::KnowsAll(const std::vector<PI::CEvent>& events) const {
+  return std::all_of(events.begin(), events.end(), [this](const PI::CEvent& event) {
+    return m_Origins.count(event.m_ObjectID) > 0;
+  });
+}
+
+std::vector<LoggedEvent> History::Record(const std::vector<PI::CEvent>& events) {
+  std::vector<LoggedEvent> worded;
+  for (const PI::CEvent& event : events) {
+    const Origin& origin = m_Origins[event.m_ObjectID];
+    worded.push_back(HostKit::WordEvent(event));
+    worded.back().m_SerialNumber = origin.m_SerialNumber;
+    worded.back().m_ObjectType = origin.m_ObjectType;
+  }
+  try {
+    HostKit::AppendEvents(worded);
+  } catch (const DBEXCEPTION::DatabaseException& e) {
+    TellUnusable(e.what());
+  }
+  return worded;
+}
+
+std::vector<LoggedEvent> History::Read(std::uint64_t sinceMs, std::size_t limit) {
+  try {
+    return HostKit::ReadEvents(sinceMs, limit);
+  } catch (const DBEXCEPTION::DatabaseException& e) {
+    TellUnusable(e.what());
+    return {};
+  }
+}
+
+void History::TellUnusable(const std::string& why) {
+  if (m_IsToldUnusable) return;
+  m_IsToldUnusable = true;
+  m_Talk.Note("NO_EVENT_LOG", fmt::format("the event log cannot be used: {}", why),
+              {fmt::format("Its file is {}", HostKit::DatabaseFile().string()),
+               "Another one can be named with --database."});
+}
+
+Namesakes::Namesakes(const Model& model) {
+  for (const Object& object : model.Objects()) {
+    const std::string serial = SerialOf(model, object);
+    if (!serial.empty()) m_BySerialNumber.insert({{TypeOf(object), serial}, &object});
+    const std::string name = TermText(object, "name");
+    if (!name.empty()) m_ByName.insert({name, &object});
+  }
+}
+
+const Object* Namesakes::Find(const LoggedEvent& event) const {
+  if (!event.m_SerialNumber.empty()) {
+    const auto found = m_BySerialNumber.find({event.m_ObjectType, event.m_SerialNumber});
+    return found == m_BySerialNumber.end() ? nullptr : found->second;
+  }
+  const auto found = m_ByName.find(event.m_SourceName);
+  return found == m_ByName.end() ? nullptr : found->second;
+}
+
+std::map<const Object*, std::vector<LoggedEvent>> Namesakes::Sort(
+    const std::vector<LoggedEvent>& log) const {
+  std::map<const Object*, std::vector<LoggedEvent>> sorted;
+  for (const LoggedEvent& event : log) {
+    if (const Object* object = Find(event)) sorted[object].push_back(event);
+  }
+  return sorted;
+}
+
+}  // namespace Console

@@ -1,0 +1,86 @@
+#!/usr/bin/env bats
+# Plug-ins that do not answer, and cards that take their time.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  make_haste
+  cardsim set card0 iom_state 0
+  cardsim set card0 attach_ms 8000
+  export TERM=xterm-256color
+  export CONSOLE_TEST_PLUGIN=hang1
+  keep asked asked corvane-host --plugin "$ODD_PLUGIN" list -o json &
+  keep keyed screen 24x100 run "sleep 2" press Ctrl-C see "the plug-in does not answer" ends 130 \
+    -- corvane-host --plugin "$ODD_PLUGIN" status &
+  CONSOLE_TEST_PLUGIN=hang2 keep late corvane-host --plugin "$ODD_PLUGIN" wait a0 gone --timeout 1s &
+  CONSOLE_TEST_PLUGIN=hang3 keep view screen 24x100 see "EVENTS (0)" raw '\e[?1049h' run "sleep 6" \
+    press Ctrl-C ends 130 raw '\e[?1049l' see "does not answer" \
+    -- corvane-host --plugin "$ODD_PLUGIN" watch &
+  wait
+  keep slow timed own slow attach a0 -y --timeout 1s &
+  keep twice screen 24x100 see "Attaching a0 ..." press Ctrl-C see "is not taken back" press Ctrl-C \
+    ends -2 -- corvane-host --simulate="$(copy twice)" attach a0 -y &
+  keep once screen 24x100 see "Attaching a0 ..." press Ctrl-C see "is not taken back" ends 130 \
+    -- corvane-host --simulate="$(copy once)" attach a0 -y &
+  wait
+}
+
+copy() {
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$1.json"
+  echo "$BATS_FILE_TMPDIR/$1.json"
+}
+
+# Asks a run to end while the plug-in is stuck, once.
+asked() {
+  local code=0
+  "$@" &
+  sleep 2
+  kill -TERM $!
+  SECONDS=0
+  wait $! || code=$?
+  [ "$SECONDS" -le 5 ] || return 99
+  return "$code"
+}
+
+# Runs, and notes the seconds that it took.
+timed() {
+  local code=0
+  SECONDS=0
+  "$@" || code=$?
+  echo "$SECONDS" >"$BATS_FILE_TMPDIR/seconds"
+  return "$code"
+}
+
+@test "a read that hangs is given up soon after one signal" {
+  ended asked 130
+  valid asked
+  same '[130, "STOPPED"]' "$(json asked '[d["exit_code"], d["messages"][-1]["id"]]')"
+  said asked "corvane-host: the command failed: it was stopped by a signal, and the plug-in does not answer"
+}
+
+@test "Ctrl-C ends a read that hangs, and gives the terminal back" {
+  ended keyed 0 || { err keyed; false; }
+  ended view 0 || { err view; false; }
+}
+
+@test "a wait on a plug-in that hangs ends with 7" {
+  ended late 7
+  said late "corvane-host: the command failed: the plug-in does not answer"
+}
+
+@test "a job that takes too long ends with 7 and says what goes on" {
+  ended slow 7
+  said slow "corvane-host: note: attaching a0 has begun and is not taken back"
+  said slow "corvane-host: attaching a0 failed: the plug-in did not show it as attached within 1 s"
+  [ "$(cat "$BATS_FILE_TMPDIR/seconds")" -le 20 ]
+}
+
+@test "a job is waited for after one Ctrl-C, and left after two" {
+  ended once 0 || { err once; false; }
+  ended twice 0 || { err twice; false; }
+  same 2 "$(card once iom_state)"
+}

@@ -1,0 +1,236 @@
+#!/usr/bin/env bats
+# The event log across runs: what earlier ones have seen, whose it is, and since when.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
+  local log="$BATS_FILE_TMPDIR/log.db" file
+  CORVANE_DATABASE="$log" keep none host events
+  # Ids of objects are of another run, names go by a card's place: the serial number counts.
+  enter "$log" \
+    "2026-11-19T23:59:59 3 10967 5 'BoardX (9)' 'Too hot.' S100 19038" \
+    "2026-11-20T00:00:00 2 10980 5 'BoardX (9)' 'Well again.' S100 19038" \
+    "2026-11-20T05:31:00 2 10985 5 'DriveX (0)' 'Another size.' S100 19018" \
+    "2026-11-20T05:31:01 3 11094 6 'BoardY (1)' 'It left.' S900 19038" \
+    "2026-11-20T06:00:00 4 10957 6 'SanDisk BoardA (1)' 'An old entry.' '' 0"
+  CORVANE_DATABASE="$log" keep all host events -o tsv &
+  CORVANE_DATABASE="$log" keep json host events -o json &
+  CORVANE_DATABASE="$log" keep lines host events -o jsonl &
+  CORVANE_DATABASE="$log" keep day host events --since 2026-11-20 -o tsv -H &
+  CORVANE_DATABASE="$log" keep second host events --since 2026-11-20T05:31:00Z -o tsv -H &
+  CORVANE_DATABASE="$log" keep offset host events --since 2026-11-20T06:31:01+01:00 -o tsv -H &
+  CORVANE_DATABASE="$log" keep newest host events --limit 2 -o tsv -H &
+  wait
+  CORVANE_DATABASE="$log" keep card host events a0 -o tsv -H &
+  CORVANE_DATABASE="$log" keep drive host events a0/d0 -o tsv -H &
+  CORVANE_DATABASE="$log" keep plugin host events plugin -o tsv -H &
+  CORVANE_DATABASE="$log" keep other host events a1 &
+  CORVANE_DATABASE="$log" keep left host events S900 --limit 1 -o tsv -H &
+  CORVANE_DATABASE="$log" keep nobody host events S901 &
+  CORVANE_DATABASE="$log" keep follow follow_one &
+  keep badsince host events --since 2026-02-31 &
+  keep badlimit host events --limit -1 &
+  wait
+  CORVANE_DATABASE=/proc/none/host.db keep broken host events a1 -o json &
+  CORVANE_DATABASE=/proc/none/host.db keep brokenodd odd events events &
+  CORVANE_DATABASE=/proc/none/host.db keep quiet host events -q &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/far.db" keep seconds far &
+  keep relative relative_days &
+  wait
+  keep grown see_and_forget
+}
+
+# A log of 20,000 entries, and how many tenths of a second its newest 50 take more than none.
+far() {
+  host events >/dev/null 2>&1
+  python3 - "$CORVANE_DATABASE" <<'END'
+import sqlite3, sys
+
+with sqlite3.connect(sys.argv[1]) as database:
+    database.executemany(
+        "INSERT INTO host_event_log (time, severity, event_id, object_id, name, message,"
+        " serial_number, object_type) VALUES (?, 3, 10967, 7, 'Board', ?, 'S200', 19038)",
+        ((1700000000000 + n, f"Entry {n}.") for n in range(1, 20001)))
+END
+  CORVANE_DATABASE=:memory: timed host events >/dev/null 2>&1
+  local without=$took
+  timed host events -o tsv -H >"$BATS_FILE_TMPDIR/newest50.out" 2>"$BATS_FILE_TMPDIR/newest50.err"
+  local with=$took
+  timed host events a1 --limit 3 -o tsv -H >"$BATS_FILE_TMPDIR/newest3.out"
+  echo $(((with - without) / 100)) $(((took - without) / 100))
+}
+
+timed() {
+  local start
+  start=$(date +%s%N)
+  "$@"
+  took=$((($(date +%s%N) - start) / 1000000))
+}
+
+# Entries of yesterday and before, for every time of the day.
+relative_days() {
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/days.db"
+  host events >/dev/null 2>&1
+  enter "$CORVANE_DATABASE" \
+    "$(date -u -d '2 days ago' +%F)T00:00:00 2 10980 5 X before S100 19038" \
+    "$(date -u -d yesterday +%F)T00:00:00 2 10980 5 X yesterday S100 19038" \
+    "$(date -u -d '90 minutes ago' +%FT%T) 2 10980 5 X recent S100 19038"
+  local span
+  for span in yesterday 2h 1h 2d 3d; do
+    host events --since "$span" -o tsv -H 2>/dev/null | cut -f 6 | tr '\n' ' '
+    echo "$span"
+  done
+}
+
+follow_one() {
+  SECONDS=0
+  host events -f -o jsonl | head -n 1
+  echo "${PIPESTATUS[*]} $((SECONDS < 10))" >"$BATS_FILE_TMPDIR/follow.ends"
+}
+
+# One run sees a card warn, the next one tells since when; then it sees it well, and warn unseen.
+see_and_forget() {
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/grown.db"
+  local before
+  before=$(date +%s)
+  one_event_after raise
+  host events a0 -o tsv -H
+  keep since host status a0 -o json
+  keep sincetext host status
+  one_event_after clear
+  cardsim raise card0 CORRECTABLE_PCI_ERRORS
+  keep unseen host status -o json
+  cardsim remove card0
+  keep moved host events -o json
+  echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/grown.span"
+}
+
+# Once the plug-in has started; it tells of a change when it has seen it three times.
+one_event_after() {
+  host events -f --limit 0 -o jsonl --for 30s | head -n 1 >/dev/null &
+  sleep 3
+  cardsim "$1" card0 CORRECTABLE_PCI_ERRORS >/dev/null
+  wait $!
+}
+
+words() { out "$1" | cut -f 6 | tr '\n' '|'; }
+
+@test "an empty log says why it is empty" {
+  ended none 0
+  silent none out
+  said none "corvane-host: note: the log has no such events"
+}
+
+@test "the log is told with the names that the objects have now" {
+  ended all 0
+  silent all err
+  same "time	severity	event_id	event	object	text
+2026-11-19T23:59:59+00:00	warning	10967	CTRL_TEMPERATURE_ABOVE_WARN	a0	Too hot.
+2026-11-20T00:00:00+00:00	information	10980	CTRL_NORMAL	a0	Well again.
+2026-11-20T05:31:00+00:00	information	10985	PD_FORMAT_CHANGED	a0/d0	Another size.
+2026-11-20T05:31:01+00:00	warning	11094	CTRL_PNPREMOVE	S900	It left.
+2026-11-20T06:00:00+00:00	error	10957	CTRL_INTERNAL_ERROR	a0	An old entry." "$(out all)"
+}
+
+@test "the log in JSON tells whose event it is, and fits the schema" {
+  valid json lines:5
+  same '[["a0", "S100", "BoardX (9)"], ["a0", "S100", "BoardX (9)"], ["a0/d0", "S100", "DriveX (0)"], [null, "S900", "BoardY (1)"], ["a0", null, "SanDisk BoardA (1)"]]' \
+    "$(json json '[[e[k] for k in ("object", "serial_number", "source")] for e in d["result"]["events"]]')"
+  refused json 'd["result"]["events"][0]["serial_number"] = 5' \
+    'del d["result"]["events"][0]["serial_number"]'
+}
+
+@test "a moment cuts the log off exactly" {
+  same "Well again.|Another size.|It left.|An old entry.|" "$(words day)"
+  same "Another size.|It left.|An old entry.|" "$(words second)"
+  same "It left.|An old entry.|" "$(words offset)"
+  same "It left.|An old entry.|" "$(words newest)"
+}
+
+@test "days and spans count back from now" {
+  same "yesterday recent yesterday
+recent 2h
+1h
+yesterday recent 2d
+before yesterday recent 3d" "$(out relative)"
+}
+
+@test "an object has its own events and those of what is below it" {
+  same "Too hot.|Well again.|Another size.|An old entry.|" "$(words card)"
+  same "Another size.|" "$(words drive)"
+  same "Too hot.|Well again.|Another size.|An old entry.|" "$(words plugin)"
+  ended other 0
+  silent other out
+}
+
+@test "a card that has gone is found by its serial number, and one that never was is not" {
+  same "It left.|" "$(words left)"
+  ended nobody 3
+  said nobody "corvane-host: finding 'S901' failed: there is no such object"
+}
+
+@test "a follower is shown the log first, and ends with its reader" {
+  same "0 0 1" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
+  same '["Too hot."]' "$(json follow '[e["text"] for e in d["result"]["events"]]')"
+}
+
+@test "what is no moment or number is a usage error" {
+  ended badsince 2
+  said badsince "corvane-host: reading the command line failed: --since cannot be '2026-02-31'"
+  ended badlimit 2
+  said badlimit "corvane-host: reading the command line failed: --limit cannot be '-1'"
+}
+
+@test "a database that cannot be used is told once and stops nothing" {
+  ended broken 0
+  valid broken
+  same '["NO_EVENT_LOG", "NO_EVENTS"]' "$(json broken '[m["id"] for m in d["messages"]]')"
+  ended brokenodd 0
+  same 1 "$(err brokenodd | grep -c 'the event log cannot be used: unable to open database file')"
+  same 2 "$(out brokenodd | wc -l)"
+  ended quiet 0
+  silent quiet err
+}
+
+@test "a full log is quick to show its newest entries" {
+  read -r plain chosen <<<"$(out seconds)"
+  [ "$plain" -le 10 ]
+  [ "$chosen" -le 10 ]
+  same 50 "$(out newest50 | wc -l)"
+  same "Entry 19951." "$(out newest50 | head -1 | cut -f 6)"
+  same "Entry 20000." "$(out newest50 | tail -1 | cut -f 6)"
+  said newest50 "corvane-host: note: the newest 50 events are shown; the log has older ones"
+  same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(words newest3)"
+}
+
+@test "one run tells since when it is so as another one has seen it" {
+  read -r before after <"$BATS_FILE_TMPDIR/grown.span"
+  valid since
+  local since
+  since=$(date -d "$(json since 'd["result"]["objects"][0]["since"]' | tr -d '"')" +%s)
+  [ "$since" -ge "$before" ] && [ "$since" -le "$after" ]
+  same "$(out grown | grep PCI | cut -f 1 | head -1)" \
+    "$(json since 'd["result"]["objects"][0]["since"]' | tr -d '"')"
+  grep -qE '^a0  WARNING since [0-9:]{5}, [0-9]+ s$' "$BATS_FILE_TMPDIR/sincetext.out"
+  grep -qE '^a1  WARNING$' "$BATS_FILE_TMPDIR/sincetext.out"
+  grep -qF '    see   corvane-host explain CORRECTABLE_PCI_ERRORS;  corvane-host events a0' \
+    "$BATS_FILE_TMPDIR/sincetext.out"
+}
+
+@test "what began unseen has no beginning" {
+  valid unseen
+  same '[["a0", "WARNING", null], ["a0/d0", "AVAILABLE", null], ["a1", "WARNING", null], ["a1/d0", "AVAILABLE", null]]' \
+    "$(json unseen '[[o["object"], o["status"], o["since"]] for o in d["result"]["objects"]]')"
+  refused unseen 'd["result"]["objects"][0].pop("since")' \
+    'd["result"]["objects"][0]["since"] = "05:31"'
+}
+
+@test "the log outlives the card and the name of its place" {
+  same '[[null, "S100", "CTRL_CORRECTABLE_PCI_ERRORS"], [null, "S100", "CTRL_NORMAL"]]' \
+    "$(json moved '[[e[k] for k in ("object", "serial_number", "event")] for e in d["result"]["events"]]')"
+}

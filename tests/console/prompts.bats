@@ -1,0 +1,151 @@
+#!/usr/bin/env bats
+# Every question as a person sees and answers it, and what is left of the card afterwards.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  make_haste
+  export TERM=xterm-256color
+  local json
+  # Attached for the questions, detached for the formats: an attached card takes none.
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.before"
+  for json in yes no enter eof halt edit narrow dumb piped; do
+    cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$json.json"
+  done
+  cardsim set card0 iom_state 0
+  cardsim set card0 iom_format_max_size_bytes 1099511627776
+
+  on yes 24x120 see "Detach the adapter? [y/N]" press y press Enter ends 0 \
+    see "a0: attached -> detached" -- detach a0 &
+  on no 24x120 see "[y/N]" press n press Enter ends 4 see "it was not wanted" -- detach a0 &
+  on enter 24x120 see "[y/N]" press Enter ends 4 see "Nothing was changed." -- detach a0 &
+  on eof 24x120 see "[y/N]" press Ctrl-D ends 4 see "Nothing was changed." -- detach a0 &
+  on halt 24x120 see "[y/N]" press Ctrl-C ends 130 see "Nothing was changed." -- detach a0 &
+  on edit 24x120 see "[y/N]" press nx press Backspace press Backspace press y see "[y/N] y" \
+    press Left press n see "[y/N] ny" press Enter ends 4 -- detach a0 &
+  wait
+  on narrow 24x40 see "? [y/N]" press n press Enter ends 4 see "Nothing was changed." -- detach a0 &
+  TERM=dumb on dumb 24x120 see "[y/N]" press y press Enter ends 0 see "a0: attached -> detached" -- detach a0 &
+  keep piped screen 24x120 see "[y/N]" press y press Enter ends 0 \
+    -- sh -c "corvane-host --simulate='$BATS_FILE_TMPDIR/piped.json' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
+  on right 24x120 see "Where   the light of its card is blinking now" see "(Enter stops):" \
+    press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
+    press 0 press Enter ends 0 see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
+  on wrong 24x120 see "(Enter stops):" press S200 press Enter ends 4 \
+    see "'S200' is not its serial number" -- format a0/d0 &
+  on almost 24x120 see "(Enter stops):" press s100 press Enter ends 4 see "Nothing was changed." \
+    -- format a0/d0 &
+  wait
+  on formatno 24x120 see "(Enter stops):" press y press Enter ends 4 -- format a0/d0 &
+  on formatenter 24x120 see "(Enter stops):" press Enter ends 4 see "it was not wanted" -- format a0/d0 &
+  on formathalt 24x120 see "(Enter stops):" press S1 press Ctrl-C ends 130 see "Nothing was changed." -- format a0/d0 &
+  on formateof 24x120 see "(Enter stops):" press Ctrl-D ends 4 see "Nothing was changed." -- format a0/d0 &
+  on formatyes 24x120 see "(Enter stops):" press Enter ends 4 -- format a0/d0 -y &
+  on dry 24x120 see "Nothing was changed." ends 0 see "ALL DATA ON THIS DRIVE WILL BE LOST" \
+    -- format a0/d0 --dry-run --capacity 50 &
+  wait
+  keep script own script format a0/d0 --capacity 50 &
+  keep noinput screen 24x120 see "Nothing was changed." ends 4 -- \
+    corvane-host --simulate="$CARDSIM_STATE" format a0/d0 --no-input &
+  keep mounted mounted &
+  wait
+}
+
+# on NAME SIZE STEP... -- ARGUMENTS...: the host on cards of its own, on a terminal of that size.
+on() {
+  local name="$1" file="$BATS_FILE_TMPDIR/$1.json" steps=()
+  shift
+  [ -e "$file" ] || cp "$CARDSIM_STATE" "$file"
+  while [ "$1" != -- ]; do
+    steps+=("$1")
+    shift
+  done
+  keep "$name" screen "${steps[@]}" print -- corvane-host --simulate="$file" "${@:2}"
+}
+
+mounted() {
+  local sysfs="$BATS_FILE_TMPDIR/used"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
+  CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_root_on_card "$sysfs"
+  CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" \
+    screen 24x120 see "it is in use: fioa is held by md7, fioa is mounted at /" ends 4 \
+    see "Nothing was changed." -- corvane-host format a0/d0
+}
+
+# played NAME...: all steps went well.
+played() {
+  local name
+  for name; do
+    ended "$name" 0 || { err "$name"; false; }
+  done
+}
+
+# as_before NAME...: attached cards that nobody touched.
+as_before() {
+  local name
+  for name; do cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/$name.json"; done
+}
+
+@test "a yes does it" {
+  played yes dumb
+  same 0 "$(card yes iom_state)"
+  same 0 "$(card dumb iom_state)"
+}
+
+@test "a no, an empty line and the end of input do not" {
+  played no enter eof
+  as_before no enter eof
+}
+
+@test "Ctrl-C at a question ends with 130 and changes nothing" {
+  played halt
+  as_before halt
+}
+
+@test "the answer can be edited, also on a narrow terminal" {
+  played edit narrow
+  as_before edit narrow
+}
+
+@test "the question is not in the answer" {
+  played piped
+  same "a0: attached -> detached" "$(cat "$BATS_FILE_TMPDIR/piped.answer")"
+}
+
+@test "the right serial number formats the drive, and the light blinks until then" {
+  played right
+  same false "$(card right beacon_state)"
+  same 549755813888 "$(card right iom_format_size_bytes)"
+}
+
+@test "another serial number leaves the card as it is" {
+  played wrong almost formatno
+  untouched wrong almost formatno
+}
+
+@test "an empty line, the end of input and Ctrl-C leave the drive as it is, also with -y" {
+  played formatenter formateof formathalt formatyes
+  untouched formatenter formateof formathalt formatyes
+}
+
+@test "a dry run asks nothing and leaves the drive as it is" {
+  played dry
+  untouched dry
+  run ! grep -q "Enter stops" "$BATS_FILE_TMPDIR/dry.out"
+}
+
+@test "without a terminal, and when nothing may be asked, a format is refused" {
+  ended script 4
+  said script "  Nothing was changed."
+  untouched script
+  played noinput
+}
+
+@test "a drive that is in use is not even asked about" {
+  played mounted
+  untouched mounted
+}
