@@ -134,7 +134,9 @@ TEST_F(WorkerTiming, WithoutAnyCardItLetsTheObjectsGo) {
   ASSERT_THAT(WakeUpTimes(), ElementsAre(5000U));
   for (const HostKit::LockView& lock : HostKit::Locks()) ASSERT_EQ(lock.depth, 0U) << lock.owner;
   std::size_t objects = 0;
-  { const HostThread host([&] { objects = m_Host.Topology().size(); }); }
+  {
+    const HostThread host([&] { objects = m_Host.Topology().size(); });
+  }
   EXPECT_EQ(objects, 1U);
   PassMs(15000);
   ASSERT_THAT(ScanTimes(), ElementsAre(20000U));
