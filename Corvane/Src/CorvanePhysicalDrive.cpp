@@ -5,9 +5,9 @@
 
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/Corvane.h"
+#include "Corvane/Src/DriveOperationTable.h"
 #include "Corvane/Src/Endurance.h"
 #include "Corvane/Src/FormatParameters.h"
-#include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
 #include "Corvane/Src/Trace.h"
 #include "Corvane/Src/ValueNames.h"
@@ -100,13 +100,6 @@ constexpr Row kDriveProperties[] = {
         .Sort(23289)
         .Unit(PI::UNITS_PERCENT),
     Row(Property::BLOCK_SIZE, SectorSize).Sort(23278).Unit(PI::UNITS_BYTES),
-};
-
-// Shown on a drive with `m_DriveFlag`, which no drive has. Formatting has no row: a host that wants
-// it, or these two, asks by number.
-constexpr OperationRow kDriveOperations[] = {
-    {PI::OP_MAKE_ONLINE, 1, 2, 1, 1, false, -1, 3, 22031},
-    {PI::OP_MAKE_OFFLINE, 1, 2, 1, 1, false, -1, 3, 22029},
 };
 
 // What a host has chosen for a format. Without a word about it the sectors become the smallest.
@@ -355,14 +348,7 @@ unsigned int IPLUGINAPI_IMPL::SetPhysicalDriveProperty(CFusionIOPhysicalDrive&, 
 unsigned int IPLUGINAPI_IMPL::GetPhysicalDriveOperations(CFusionIOPhysicalDrive& drive,
                                                          std::vector<PI::COperation>& operations) {
   operations.clear();
-  for (const OperationRow& row : kDriveOperations) {
-    if (row.m_OperationID != PI::OP_FORMAT_DEVICE && !drive.m_DriveFlag) continue;
-    PI::COperation operation = MakeOperation(row);
-    if (row.m_OperationID == PI::OP_FORMAT_DEVICE) {
-      AppendFormatParameters(drive, operation.m_Properties);
-    }
-    operations.push_back(operation);
-  }
+  AppendDriveOperations(drive, operations);
   return PI::SUCCESS;
 }
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <ostream>
+#include <utility>
 
 #include "hostkit/Inspect.h"
 #include "tests/support/SimulatedHost.h"
@@ -183,9 +184,17 @@ INSTANTIATE_TEST_SUITE_P(Lights, CheckLight,
 TEST_F(AdapterOperations, CheckTakesALightThatCannotBeReadAsDark) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", "true");
-  CardSim::FailCall("vsl_beacon_state", 1, 72, "asleep", 2);
-  EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
-  EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_STOP_LOCATE_DEVICE), 20041U);
+  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {{50034, 0}, {50035, 20041}};
+  for (const auto& [operation, result] : wanted) {
+    Forget();
+    CardSim::FailCall("vsl_beacon_state", 1, 72, "asleep");
+    EXPECT_EQ(m_Host.Check(ADAPTER, operation), result);
+    EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0",
+                                            "vsl_beacon_state card#1", "vsl_destroy card#1"));
+    EXPECT_THAT(Results(),
+                ElementsAre("16 ENTER CheckAdapterOperation operation=" + std::to_string(operation),
+                            "16 LEAVE CheckAdapterOperation -> " + std::to_string(result)));
+  }
 }
 
 TEST_F(AdapterOperations, CheckAsksForALightThatTheCardDoesNotHave) {

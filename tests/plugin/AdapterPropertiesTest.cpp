@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -171,6 +173,30 @@ TEST(AdapterProperties, ReadOneByOneAgreeWithTheList) {
   ASSERT_EQ(host.Start(), 0U);
   for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
     EXPECT_EQ(host.Row(OneCard::ADAPTER, ALL_NUMBERS[i].property), ALL_ROWS[i]);
+  }
+}
+
+// Those that are read from the card at each request.
+const std::set<std::uint32_t> LIVE = {30483, 30486, 30487, 30489, 30490, 30494};
+
+TEST(AdapterProperties, OfACardThatCannotBeOpenedAreTheOthersAsTheyWere) {
+  OneCard host(TALKATIVE);
+  ASSERT_EQ(host.Start(), 0U);
+  std::vector<std::string> others;
+  for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
+    if (LIVE.count(ALL_NUMBERS[i].property) == 0) others.push_back(ALL_ROWS[i]);
+  }
+  ASSERT_EQ(others.size(), 30U);
+  for (const char* function : {"vsl_iom_create_by_name", "vsl_open"}) {
+    SCOPED_TRACE(function);
+    CardSim::FailCall(function, 1, 5, "not today");
+    EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(others));
+    for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
+      const std::uint32_t property = ALL_NUMBERS[i].property;
+      CardSim::FailCall(function, 1, 5, "not today");
+      EXPECT_EQ(host.Row(OneCard::ADAPTER, property),
+                LIVE.count(property) == 0 ? ALL_ROWS[i] : "result 20000");
+    }
   }
 }
 

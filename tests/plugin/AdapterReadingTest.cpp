@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -354,6 +355,140 @@ TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
     if (function != "vsl_destroy" && function != "vsl_close") ExpectNothingLeftOpen();
     EXPECT_EQ(m_Host.Rows(OneCard::ADAPTER), whole) << function;
   }
+}
+
+// One call on an open card that fails within a whole list. An attribute that cannot be asked for is
+// not there; a value that cannot be read is 0, and nobody looks for the failure.
+struct FailedCall {
+  const char* name;
+  std::size_t call;     // in `ALL_CALLS`
+  std::size_t skipped;  // calls behind it that are left out
+  std::uint32_t property;
+  const char* row;  // or the result 20000: it is missing, and no other row is
+  std::vector<std::string> traces;
+};
+
+void PrintTo(const FailedCall& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> {
+ protected:
+  void SetUp() override {
+    // Written for 80 of 100 units, and worn by 10 per cent: the two tell different lifetimes.
+    m_Host.Set({{"total_physical_bytes_written", "87960930222080"},
+                {"rated_writes_remaining_percent", "90.0"}});
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Host.Watch();
+  }
+  static void Fail() {
+    const auto functionOf = [](std::size_t call) {
+      return ALL_CALLS[call].substr(0, ALL_CALLS[call].find(' '));
+    };
+    const std::string function = functionOf(GetParam().call);
+    unsigned int nth = 1;
+    for (std::size_t i = 0; i < GetParam().call; ++i) nth += functionOf(i) == function ? 1 : 0;
+    CardSim::FailCall(function, nth, 5, "unreadable");
+  }
+
+  OneCard m_Host{TALKATIVE};
+};
+
+TEST_P(AdapterReadingWithAFailedCall, LosesThatRowOrItsValueAlone) {
+  const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
+  m_Host.Watch();
+  Fail();
+  std::vector<std::string> expected = whole;
+  for (std::size_t i = 0; i < ALL_IDS.size(); ++i) {
+    if (ALL_IDS[i] == GetParam().property) expected[i] = GetParam().row;
+  }
+  EXPECT_NE(expected, whole);
+  expected.erase(std::remove(expected.begin(), expected.end(), "result 20000"), expected.end());
+  EXPECT_THAT(m_Host.Rows(OneCard::ADAPTER), ElementsAreArray(expected));
+  ExpectNothingLeftOpen();
+}
+
+TEST_P(AdapterReadingWithAFailedCall, GoesOnWithTheNextRow) {
+  Fail();
+  m_Host.Properties(OneCard::ADAPTER);
+  std::vector<std::string> calls = ALL_CALLS;
+  const auto behind = calls.begin() + static_cast<std::ptrdiff_t>(GetParam().call) + 1;
+  calls.erase(behind, behind + static_cast<std::ptrdiff_t>(GetParam().skipped));
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(calls));
+  EXPECT_THAT(m_Host.Traces(16), ElementsAreArray(GetParam().traces));
+}
+
+const std::string SPACE = "GetAdapterProperties, vsl_has_reserve_space_pct = 97";
+const std::string NO_SPACE = "GetAdapterProperties, vsl_has_reserve_space_pct = 0";
+const std::string STATE = "GetAdapterProperties, vsl_has_reserve_status = 2";
+const std::string NO_STATE = "GetAdapterProperties, vsl_has_reserve_status = 0";
+const std::string READ = "GetAdapterProperties, vsl_has_total_physical_bytes_read = 1649267441664";
+const std::string NO_READ = "GetAdapterProperties, vsl_has_total_physical_bytes_read = 0";
+const std::string WRITTEN =
+    "GetAdapterProperties, vsl_has_total_physical_bytes_written = 87960930222080";
+const std::string NO_WRITTEN = "GetAdapterProperties, vsl_has_total_physical_bytes_written = 0";
+const std::string USED = "GetAdapterProperties, vsl_has_rated_endurance_percent = 80";
+const std::string UNUSED = "GetAdapterProperties, vsl_has_rated_endurance_percent = 0";
+const std::vector<std::string> ALL_TRACES = {SPACE, STATE, READ, WRITTEN, USED};
+constexpr const char* MISSING = "result 20000";
+
+const FailedCall FAILED_CALLS[] = {
+    {"HasRating", 2, 5, 30483, MISSING, ALL_TRACES},
+    {"HasWritten", 3, 4, 30483, MISSING, ALL_TRACES},
+    {"HasRemaining", 4, 3, 30483, MISSING, ALL_TRACES},
+    // By its wear alone: 90 per cent more for 8760 hours each 10, 78,840 hours.
+    {"Written", 5, 0, 30483, R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
+    {"Rating", 6, 0, 30483, R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
+    {"Remaining", 7, 0, 30483, R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))", ALL_TRACES},
+    {"HasReserve", 8, 1, 30486, MISSING, {STATE, READ, WRITTEN, USED}},
+    {"Reserve",
+     9,
+     0,
+     30486,
+     "REMAINING_RESERVE_SPACE = 0 in 1..100 step 1 (label REMAINING_RESERVE_SPACE, sort 23110, "
+     "unit 21010, fixed 0)",
+     {NO_SPACE, STATE, READ, WRITTEN, USED}},
+    {"HasReserveForItsStatus", 10, 1, 30487, MISSING, {SPACE, READ, WRITTEN, USED}},
+    {"ReserveStatus",
+     11,
+     0,
+     30487,
+     "RESERVE_STATUS = HEALTHY of [HEALTHY WARNING DEPLETED] (label STATUS, sort 23112, fixed 0)",
+     {SPACE, NO_STATE, READ, WRITTEN, USED}},
+    {"HasBytesRead", 12, 1, 30489, MISSING, {SPACE, STATE, WRITTEN, USED}},
+    {"BytesRead",
+     13,
+     0,
+     30489,
+     "BYTES_READ = 0f (sort 23017, unit 21025, format 8, fixed 0)",
+     {SPACE, STATE, NO_READ, WRITTEN, USED}},
+    {"HasBytesWritten", 14, 1, 30490, MISSING, {SPACE, STATE, READ, USED}},
+    {"BytesWritten",
+     15,
+     0,
+     30490,
+     "BYTES_WRITTEN = 0f (sort 23018, unit 21025, format 8, fixed 0)",
+     {SPACE, STATE, READ, NO_WRITTEN, USED}},
+    {"HasRatingForThePercentage", 16, 3, 30494, MISSING, {SPACE, STATE, READ, WRITTEN}},
+    {"HasWrittenForThePercentage", 17, 2, 30494, MISSING, {SPACE, STATE, READ, WRITTEN}},
+    {"WrittenForThePercentage",
+     18,
+     0,
+     30494,
+     "RATED_ENDURANCE_PERCENT = 0 in 0..100 step 1 (sort 23105, unit 21010, fixed 0)",
+     {SPACE, STATE, READ, WRITTEN, UNUSED}},
+    // There is no percentage of nothing.
+    {"RatingForThePercentage", 19, 0, 30494, MISSING, {SPACE, STATE, READ, WRITTEN}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, AdapterReadingWithAFailedCall, testing::ValuesIn(FAILED_CALLS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(AdapterReading, IsWholeWhenTheHandleWillNotGo) {
+  CardSim::FailCall("vsl_destroy", 1, 5, "stuck");
+  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(ALL_IDS));
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(ALL_CALLS));
+  EXPECT_THAT(CardSim::OpenHandles(), ElementsAre("card#1"));
 }
 
 TEST_F(AdapterReading, EndsTheHandleAlsoWhenTheCardWillNotClose) {

@@ -105,6 +105,29 @@ TEST_F(CardsComeAndGo, TheDriveOfANewCardIsTracedAndItsAdapterIsNot) {
   EXPECT_THAT(TimesOf("2 The drive is not found yet!"), SizeIs(1));
 }
 
+TEST_F(CardsComeAndGo, OfACardThatComesBackTheScanTracesItsDrivesTextAlone) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  Show(1);
+  ForgetAll();
+  AwaitScans();
+  const Lines lines = KeptLines();
+  const auto begin = std::find(lines.begin(), lines.end(), "2 ENTER ScanSystem(0) PhyDrive=0");
+  const auto end = std::find(begin, lines.end(), "2 LEAVE ScanSystem() -> 0");
+  ASSERT_NE(end, lines.end());
+  // The ages and the reserve of either card, as of cards that were there before.
+  EXPECT_THAT(Lines(begin + 1, end),
+              ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
+                          "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
+                          "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",
+                          "16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
+                          "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
+                          "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",
+                          "2 The drive is not found yet!"));
+}
+
 TEST_F(CardsComeAndGo, RemovalAndReturnAreToldInThatOrderWhenNobodyCollectsBetween) {
   AddCards(2);
   StartWatch();

@@ -271,6 +271,138 @@ const UnitSwitch UNIT_SWITCHES[] = {
 INSTANTIATE_TEST_SUITE_P(Cards, SwitchUnits, testing::ValuesIn(UNIT_SWITCHES),
                          [](const auto& each) { return std::string(each.param.name); });
 
+// A call for the units that fails. A walk ends there, a state that cannot be read is that of a unit
+// offline, and a unit that cannot say whether it has one has none.
+struct UnitFailure {
+  const char* name;
+  const char* volumes;
+  PI::_COMMAND command;
+  std::uint32_t operation;
+  const char* function;
+  unsigned int nth;
+  std::uint32_t result;
+  Lines calls;   // between the card's naming and its end
+  Lines traces;  // between entry and exit
+};
+
+std::ostream& operator<<(std::ostream& out, const UnitFailure& failure) {
+  return out << failure.name;
+}
+
+class FailingUnits : public DriveOperations, public testing::WithParamInterface<UnitFailure> {};
+
+TEST_P(FailingUnits, DecideByWhatIsLeft) {
+  StartWith(GetParam().volumes);
+  CardSim::FailCall(GetParam().function, GetParam().nth, 84, "no luck");
+  const bool checks = GetParam().command == PI::CMD_CHECK_OPERATION;
+  PI::COperation operation;
+  operation.m_OperationID = GetParam().operation;
+  EXPECT_EQ(m_Host.Execute(GetParam().command, DRIVE, &operation), GetParam().result);
+  Lines calls = {"vsl_iom_create_by_name /dev/fct0"};
+  calls.insert(calls.end(), GetParam().calls.begin(), GetParam().calls.end());
+  calls.push_back("vsl_destroy card#1");
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(calls));
+  const std::string name =
+      checks ? "CheckPhysicalDriveOperation()" : "ExecutePhysicalDriveOperation()";
+  Lines traces = {"2 ENTER " + name};
+  traces.insert(traces.end(), GetParam().traces.begin(), GetParam().traces.end());
+  traces.push_back("2 LEAVE " + name + " -> " + std::to_string(GetParam().result));
+  EXPECT_THAT(Traces(), ElementsAreArray(traces));
+  EXPECT_EQ(WorkerIsWoken(), !checks && GetParam().result == 0);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  EXPECT_THAT(CardSim::Misuse(), IsEmpty());
+}
+
+const UnitFailure UNIT_FAILURES[] = {
+    {"CheckWalkAtItsBegin",
+     R"([{"state": 0}])",
+     PI::CMD_CHECK_OPERATION,
+     50029,
+     "vsl_vsu_iterate",
+     1,
+     20000,
+     {"vsl_vsu_iterate card#1"},
+     {}},
+    {"CheckWalkBehindTheFirst",
+     R"([{"state": 1}, {"state": 0}])",
+     PI::CMD_CHECK_OPERATION,
+     50029,
+     "vsl_vsu_iterate",
+     2,
+     20000,
+     {"vsl_vsu_iterate card#1", "vsl_vsu_state volume#1", "vsl_vsu_iterate card#1"},
+     {}},
+    {"CheckOnlineState",
+     R"([{"state": 1}])",
+     PI::CMD_CHECK_OPERATION,
+     50029,
+     "vsl_vsu_state",
+     1,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_vsu_state volume#1", "vsl_vsu_iterate card#1"},
+     {}},
+    {"CheckOfflineState",
+     R"([{"state": 1}])",
+     PI::CMD_CHECK_OPERATION,
+     50030,
+     "vsl_vsu_state",
+     1,
+     20000,
+     {"vsl_vsu_iterate card#1", "vsl_vsu_state volume#1", "vsl_vsu_iterate card#1"},
+     {}},
+    {"SwitchWalkAtItsBegin",
+     R"([{"state": 1}])",
+     PI::CMD_EXECUTE_OPERATION,
+     50030,
+     "vsl_vsu_iterate",
+     1,
+     20003,
+     {"vsl_vsu_iterate card#1"},
+     {}},
+    {"SwitchWalkBehindTheFirst",
+     R"([{"state": 0}, {"state": 0}])",
+     PI::CMD_EXECUTE_OPERATION,
+     50029,
+     "vsl_vsu_iterate",
+     2,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
+      "vsl_vsu_iterate card#1"},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
+    {"SwitchHasState",
+     R"([{"state": 1}])",
+     PI::CMD_EXECUTE_OPERATION,
+     50030,
+     "vsl_has_vsu_state",
+     1,
+     20003,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_vsu_iterate card#1"},
+     {}},
+    {"SwitchHasStateOfTheFirst",
+     R"([{"state": 0}, {"state": 0}])",
+     PI::CMD_EXECUTE_OPERATION,
+     50029,
+     "vsl_has_vsu_state",
+     1,
+     0,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_vsu_iterate card#1",
+      "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 1", "vsl_vsu_iterate card#1"},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 (no luck)"}},
+    {"SwitchState",
+     R"([{"state": 1}])",
+     PI::CMD_EXECUTE_OPERATION,
+     50030,
+     "vsl_set_vsu_state",
+     1,
+     20003,
+     {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
+      "vsl_vsu_iterate card#1"},
+     {}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Calls, FailingUnits, testing::ValuesIn(UNIT_FAILURES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
 TEST_F(DriveOperations, SwitchTheUnitsOfTheCardForGood) {
   StartWith(R"([{"state": 1}])");
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_OFFLINE), 0U);

@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "host/Toolkit.h"
+#include "hostkit/Inspect.h"
 #include "tests/support/JobHost.h"
 
 namespace CorvaneTest {
@@ -174,6 +175,22 @@ TEST_P(EachJobFailure, LeavesNothingBehindThatHindersTheNext) {
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_NE(StateOf("card0"), GetParam().before);
   EXPECT_THAT(Events(), IsEmpty());
+}
+
+// The failed job forgets its device too before its thread ends.
+TEST_P(EachJobFailure, NoLongerCountsAsBusyWhenOnlyItsThreadIsLeft) {
+  StartWith({GetParam().before}, "0");
+  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  const std::string trace = GetParam().trace;
+  HeldTrace held("LEAVE " + trace.substr(0, trace.find(',')) + "()");
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  held.AwaitArrival();
+  EXPECT_FALSE(HostKit::Threads().back().ended);
+  EXPECT_EQ(m_Host.Check(FIRST, GetParam().operation), 0U);
+  EXPECT_EQ(m_Host.CollectEvents().size(), 1U);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+  held.LetGo();
+  Pass(1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, EachJobFailure, testing::ValuesIn(JOB_FAILURES),

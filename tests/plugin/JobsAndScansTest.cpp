@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <ostream>
 
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
@@ -128,6 +129,43 @@ TEST_F(JobsAndScans, AnAttachedCardInADetachJobStaysAttached) {
   Pass(SOME_SCANS_MS);
   EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
 }
+
+// A job that comes to its first step when another one has taken its slot and has ended: its device
+// is there, and the thread of the slot runs no more.
+struct LostSlot {
+  const char* name;
+  std::uint32_t operation;
+  const char* state;  // of the first card, that of the end of its job
+  const char* other;  // of the second card, before its job
+  const char* shown;
+};
+
+std::ostream& operator<<(std::ostream& out, const LostSlot& lost) {
+  return out << lost.name;
+}
+
+class JobWithoutItsSlot : public JobsAndScans, public testing::WithParamInterface<LostSlot> {};
+
+TEST_P(JobWithoutItsSlot, LeavesItsCardAsItIs) {
+  StartWith({GetParam().state, GetParam().other});
+  HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  begin.AwaitArrival();
+  EXPECT_EQ(m_Host.Run(SECOND, GetParam().operation), 0U);
+  Pass(SOME_SCANS_MS);
+  HeldCall end("vsl_op_start");
+  begin.LetGo();
+  end.AwaitArrival();
+  Pass(SOME_SCANS_MS);
+  EXPECT_EQ(Shown(FIRST), GetParam().shown);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, JobWithoutItsSlot,
+                         testing::Values(LostSlot{"Attach", 50126, "2", "0", "40024 40102: 40393"},
+                                         LostSlot{"Detach", 50127, "0", "2", "40150 40102: 40387"},
+                                         LostSlot{"ForceDetach", 50128, "0", "2",
+                                                  "40150 40102: 40387"}),
+                         [](const auto& each) { return std::string(each.param.name); });
 
 // The position in the list decides, and behind a card that has gone it is another one's.
 TEST_F(JobsAndScans, BehindAGapAnAttachedCardInAnAttachJobStaysAttached) {

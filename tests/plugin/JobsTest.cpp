@@ -91,6 +91,26 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
   EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
 }
 
+// The first job comes to its first step when another one has taken its slot and has ended: its
+// device is there, and the thread of the slot runs no more.
+TEST_P(EachJob, CountsAsBusyNoLongerWhenTheThreadOfItsSlotHasEnded) {
+  StartWith({GetParam().before, GetParam().before}, "0");
+  HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  begin.AwaitArrival();
+  EXPECT_EQ(m_Host.Run(SECOND, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card1"), GetParam().after);
+  HeldCall end("vsl_op_wait_for_result");
+  begin.LetGo();
+  end.AwaitArrival();
+  EXPECT_EQ(m_Host.Check(FIRST, GetParam().operation), 0U);
+  EXPECT_EQ(m_Host.Check(SECOND, GetParam().operation), 0U);
+  end.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card0"), GetParam().after);
+}
+
 TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
   StartWith({GetParam().before});
   HeldCall held("vsl_op_wait_for_result");
@@ -184,6 +204,30 @@ TEST_F(Jobs, TraceTheExitOfABusyCheck) {
                           "16 LEAVE CheckAdapterOperation -> 20031"));
   held.LetGo();
   Pass(LONGER_THAN_A_JOB_MS);
+}
+
+// The threads of the test's own plug-in; earlier tests have lost some on purpose.
+Lines Threads() {
+  Lines texts;
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+    if (thread.ordinal == 0) continue;
+    texts.push_back(std::to_string(thread.ordinal) + (thread.ended ? " ended" : " runs"));
+  }
+  return texts;
+}
+
+// There is one slot for both ways to detach.
+TEST_F(Jobs, ForcedOnesTakeTheSlotOfADetachThatHasEnded) {
+  StartWith({ATTACHED, ATTACHED});
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(Threads(), ElementsAre("1 runs", "2 ended"));
+  EXPECT_EQ(m_Host.Check(SECOND, PI::OP_FORCE_DETACH), 0U);
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_FORCE_DETACH), 0U);
+  EXPECT_THAT(Threads(), ElementsAre("1 runs", "3 runs"));
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(Threads(), ElementsAre("1 runs", "3 ended"));
+  EXPECT_EQ(StateOf("card1"), DETACHED);
 }
 
 TEST_F(Jobs, OfTwoKindsRunOnTwoCardsAtOnce) {

@@ -182,6 +182,22 @@ TEST_P(EachRestlessMask, StaysAsItWasStored) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
+// Five samples of 0 agree with each other, whatever kept the card from telling.
+TEST_P(EachRestlessMask, IsClearWhenItCannotBeRead) {
+  AddCards(1);
+  Set("card0", GetParam().name, GetParam().stored);
+  StartWatch();
+  AwaitWakeUps(2);
+  ASSERT_EQ(Reasons(FIRST), GetParam().reasons);
+  CardSim::FailCall(std::string("vsl_") + GetParam().name, 1, 62, "unreadable", 5);
+  AwaitScans();
+  EXPECT_EQ(Status(FIRST), "OK");
+  EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
+  EXPECT_THAT(KeptLines(), Not(Contains(testing::HasSubstr("unreadable"))));
+  AwaitScans();
+  EXPECT_EQ(Reasons(FIRST), GetParam().reasons);
+}
+
 INSTANTIATE_TEST_SUITE_P(Masks, EachRestlessMask, testing::ValuesIn(RESTLESS_MASKS),
                          [](const auto& each) { return std::string(each.param.name); });
 

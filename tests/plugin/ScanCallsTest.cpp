@@ -10,8 +10,11 @@
 namespace CorvaneTest {
 namespace {
 
+using testing::Each;
 using testing::ElementsAreArray;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 // Expected calls, in the words of the lists below.
 class Calls {
@@ -186,6 +189,21 @@ TEST(ScanCalls, GoOnWhenTheLightOrTheSizeModeRefuses) {
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "busy");
   CardSim::FailCall("vsl_close", 1, 12, "busy");
   EXPECT_THAT(LogOf(refusing.Host()).calls, ElementsAreArray(undisturbed));
+}
+
+// A refusal of these is nobody's affair.
+TEST(ScanCalls, TraceNothingWhenTheLightOrTheSizeModeRefuses) {
+  ScannedCard card;
+  CardSim::FailCall("vsl_set_beacon_state", 1, 12, "sulking");
+  CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "sulking");
+  CardSim::FailCall("vsl_close", 1, 12, "sulking");
+  ASSERT_EQ(card.Scan(), 0U);
+  EXPECT_THAT(Beginning(LeveledTraces(card.Host()), "16 "),
+              testing::ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
+                                   "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
+                                   "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",
+                                   "16 ScanSystem() ret = 0 m_PhysicalDrives=1"));
+  EXPECT_THAT(card.Host().Traces(), Each(Not(HasSubstr("sulking"))));
 }
 
 TEST(ScanCalls, NameEachCardAfterTheOneBefore) {

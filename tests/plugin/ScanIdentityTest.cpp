@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "tests/plugin/ScanView.h"
 
 namespace CorvaneTest {
@@ -268,7 +270,13 @@ TEST_F(ScanSkips, ACardThatCannotBeNamedShiftsNobody) {
 
 TEST_F(ScanSkips, ACardThatCannotBeNamedUsesNoIdAndNoHandle) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone");
-  EXPECT_THAT(LogOf(m_Host).handles, IsEmpty());
+  const ScanLog log = LogOf(m_Host);
+  EXPECT_THAT(log.handles, IsEmpty());
+  EXPECT_EQ(Count(log.calls, "vsl_destroy null"), 0);
+  const auto failed =
+      std::find(log.calls.begin(), log.calls.end(), "vsl_iom_create_by_name /dev/fct0");
+  ASSERT_NE(failed, log.calls.end());
+  EXPECT_EQ(*(failed + 1), "vsl_iom_create_by_name /dev/fct1");
   EXPECT_EQ(m_Host.AdapterId(0), 0x0130000000000001U);
   EXPECT_EQ(m_Host.DriveId(0), 0x0130000000000002U);
   EXPECT_EQ(m_Host.AdapterId(1), 0x0130000000000003U);

@@ -29,6 +29,11 @@ class SetAdapterIDs : public testing::Test {
     return m_Card.Host().Execute(PI::CMD_SET_ADAPTER_IDS, 0, &ids);
   }
   std::string Name() { return m_Card.Adapter(PI::Property::NAME); }
+  // Those that had the time to begin.
+  int WorkersStarted() {
+    SleepMs(1);
+    return Count(LeveledTraces(m_Card.Host()), "2 ENTER Worker()");
+  }
 
   ScannedCard m_Card;
 };
@@ -44,10 +49,20 @@ TEST_F(SetAdapterIDs, NamesTheAdapterByBoardAndNumber) {
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
 }
 
-TEST_F(SetAdapterIDs, WithNothingLeavesTheNames) {
+TEST_F(SetAdapterIDs, WithNothingLeavesTheNamesAndStartsTheWorker) {
   ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(WorkersStarted(), 0);
   EXPECT_EQ(Give({}), 0U);
   EXPECT_EQ(Name(), "");
+  EXPECT_EQ(WorkersStarted(), 1);
+}
+
+TEST_F(SetAdapterIDs, WithoutANumberLeavesTheNameAndStartsTheWorker) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(WorkersStarted(), 0);
+  EXPECT_EQ(Give({Entry(-1)}), 0U);
+  EXPECT_EQ(Name(), "");
+  EXPECT_EQ(WorkersStarted(), 1);
 }
 
 TEST_F(SetAdapterIDs, WithoutANumberKeepsTheNameOfAnEarlierCall) {

@@ -217,6 +217,17 @@ TEST_F(TopologyOfOneCard, LeavesNoLockHeld) {
   }
 }
 
+// Room for all objects is made before the first one: what is filled does not move.
+TEST(TopologyOfTwoCards, MakesRoomForFiveObjectsAndNoMore) {
+  OneCard host;
+  host.AddCard();
+  ASSERT_EQ(host.Initialize(), 0U);
+  std::vector<PI::CObject> objects;
+  EXPECT_EQ(host.Execute(4, 0, &objects), 0U);
+  EXPECT_EQ(objects.size(), 5U);
+  EXPECT_EQ(objects.capacity(), 5U);
+}
+
 TEST(TopologyOfTwoCards, AsksOneCardAfterTheOther) {
   OneCard host;
   host.AddCard();

@@ -1,6 +1,7 @@
 // When the worker wakes, and which of its wake-ups scan.
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/HostThread.h"
 
 namespace CorvaneTest {
 namespace {
@@ -125,6 +126,21 @@ TEST_F(WorkerTiming, WithoutAnyCardItStillMakesFullScansAndAsksNothing) {
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), testing::SizeIs(2));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_THAT(Notifications(), IsEmpty());
+}
+
+TEST_F(WorkerTiming, WithoutAnyCardItLetsTheObjectsGo) {
+  StartWatch("15", 20001);
+  PassMs(6000);
+  ASSERT_THAT(WakeUpTimes(), ElementsAre(5000U));
+  for (const HostKit::LockView& lock : HostKit::Locks()) ASSERT_EQ(lock.depth, 0U) << lock.owner;
+  std::size_t objects = 0;
+  {
+    const HostThread host([&] { objects = m_Host.Topology().size(); });
+  }
+  EXPECT_EQ(objects, 1U);
+  PassMs(15000);
+  ASSERT_THAT(ScanTimes(), ElementsAre(20000U));
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U) << lock.owner;
 }
 
 // Limits that a host sends along may let any number through.

@@ -1,0 +1,49 @@
+// The operations of a drive that could be switched. No drive has the flag for it, so they are
+// looked at where they are made.
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "Corvane/Src/DriveOperationTable.h"
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::AppendDriveOperations;
+using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Identifier, name, and the eight numbers behind it, with the number of parameters at the end.
+std::vector<std::string> Rows(const CFusionIOPhysicalDrive& drive) {
+  std::vector<PI::COperation> operations;
+  AppendDriveOperations(drive, operations);
+  std::vector<std::string> rows;
+  for (const PI::COperation& each : operations) {
+    std::string text;
+    for (const std::uint32_t number : {each.m_OperationID, each.m_NameID, each.m_Class,
+                                       each.m_Access, each.m_Scope, each.m_Flags}) {
+      text += std::to_string(number) + " ";
+    }
+    text += std::to_string(each.m_Async ? 1 : 0) + " " + std::to_string(each.m_Timeout) + " " +
+            std::to_string(each.m_ConfirmKind) + " " + std::to_string(each.m_ConfirmText);
+    rows.push_back(text + ", " + std::to_string(each.m_Properties.size()) + " parameters");
+  }
+  return rows;
+}
+
+TEST(DriveOperationTable, HasTheNineNumbersOfOnlineAndOffline) {
+  CFusionIOPhysicalDrive drive;
+  drive.m_DriveFlag = true;
+  EXPECT_THAT(Rows(drive), ElementsAre("50029 50029 1 2 1 1 0 -1 3 22031, 0 parameters",
+                                       "50030 50030 1 2 1 1 0 -1 3 22029, 0 parameters"));
+}
+
+TEST(DriveOperationTable, ShowsNothingOfADriveAsAScanMakesIt) {
+  EXPECT_THAT(Rows(CFusionIOPhysicalDrive()), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,84 @@
+// Two cards with one serial number that come in the same scan. An adapter's drive is then looked
+// for by that number, and both find the first one.
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class TwinSerialNumbers : public Watched {
+ protected:
+  // Until both cards, on the buses 3 and 4, have gone and come back with the same serial number.
+  void BringTwins() {
+    AddCards(2);
+    StartWatch();
+    Hide(0);
+    Hide(1);
+    AwaitScans();
+    for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "TWIN");
+    Show(0);
+    Show(1);
+    Events();
+    ForgetAll();
+    AwaitScans();
+  }
+  // Object and number of the adapter, row by row.
+  static Cells TwinRows() {
+    return Query(
+        "SELECT pd_object_id, pd_adapter_number FROM host_drive_rows WHERE pd_serial_number = "
+        "'TWIN' ORDER BY ID");
+  }
+
+  const DatabaseLife m_Database;
+};
+
+constexpr const char* FIRST_TWIN = "85568392920039430";   // object 6
+constexpr const char* SECOND_TWIN = "85568392920039432";  // object 8
+
+TEST_F(TwinSerialNumbers, BothAdaptersComeWithADriveEach) {
+  BringTwins();
+  EXPECT_THAT(Events(), ElementsAre("11093 severity 2 object 5 SanDisk Flash Adapter 785GB (1) | "
+                                    "SanDisk Flash Adapter 785GB (1)",
+                                    "11093 severity 2 object 7 SanDisk Flash Adapter 785GB (2) | "
+                                    "SanDisk Flash Adapter 785GB (2)"));
+  EXPECT_THAT(Tree(), ElementsAre("object 0130000000000000 type 19006 parents children "
+                                  "0130000000000005 0130000000000007",
+                                  "object 0130000000000005 type 19038 parents 0130000000000000 "
+                                  "children 0130000000000006",
+                                  "object 0130000000000007 type 19038 parents 0130000000000000 "
+                                  "children 0130000000000008",
+                                  "object 0130000000000006 type 19018 parents 0130000000000005 "
+                                  "children",
+                                  "object 0130000000000008 type 19018 parents 0130000000000007 "
+                                  "children"));
+}
+
+// The first drive is added twice, under the number of either adapter, and written once for each of
+// them; the second one is not added and takes over the first row as it is kept up.
+TEST_F(TwinSerialNumbers, TheFirstDriveIsAddedForBothAdapters) {
+  BringTwins();
+  EXPECT_THAT(TimesOf("128 PD (Flash Adapter G2 (0)) inserted to db."), SizeIs(4));
+  EXPECT_THAT(TimesOf("128 PD (Flash Adapter G2 (0)) updated in db."), SizeIs(4));
+  EXPECT_THAT(TwinRows(), ElementsAre(SECOND_TWIN, NumberOf(4), FIRST_TWIN, NumberOf(3), FIRST_TWIN,
+                                      NumberOf(4), FIRST_TWIN, NumberOf(4)));
+}
+
+// The first drive was left with the number of the second adapter, which the next scan puts right.
+TEST_F(TwinSerialNumbers, TheNextScanCountsAsAChangeAndTheOneBehindItDoesNot) {
+  BringTwins();
+  Events();
+  EXPECT_THAT(Notifications(), SizeIs(1));
+  AwaitScans();
+  EXPECT_THAT(Notifications(), SizeIs(2));
+  EXPECT_THAT(Events(), IsEmpty());
+  AwaitScans();
+  EXPECT_THAT(Notifications(), SizeIs(2));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

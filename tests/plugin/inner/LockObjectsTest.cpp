@@ -1,0 +1,130 @@
+// Objects that are marked as being worked on. The worker takes all marks away before it calls the
+// host; nothing sets one, so that the test opens the plug-in to do so. The plug-in's own sources
+// are in this program: the library keeps the function to itself.
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "Corvane/Src/Corvane.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
+using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
+using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
+using testing::ElementsAre;
+
+// A private member, by the one way in which the language lets it be named.
+struct LockObjectsMember {
+  using Type = unsigned int (IPLUGINAPI_IMPL::*)(int adapter, int drive);
+  friend Type Open(LockObjectsMember);
+};
+struct UnlockObjectsMember {
+  using Type = unsigned int (IPLUGINAPI_IMPL::*)();
+  friend Type Open(UnlockObjectsMember);
+};
+struct DrivesMember {
+  using Type = std::vector<CFusionIOPhysicalDrive> IPLUGINAPI_IMPL::*;
+  friend Type Open(DrivesMember);
+};
+template <class Member, typename Member::Type pointer>
+struct Opened {
+  friend typename Member::Type Open(Member) { return pointer; }
+};
+template struct Opened<LockObjectsMember, &IPLUGINAPI_IMPL::LockObjects>;
+template struct Opened<UnlockObjectsMember, &IPLUGINAPI_IMPL::UnlockObjects>;
+template struct Opened<DrivesMember, &IPLUGINAPI_IMPL::m_PhysicalDrives>;
+
+// Three cards.
+class LockObjects : public testing::Test {
+ protected:
+  void SetUp() override {
+    m_Host.WriteIni("PollInterval=255\n");
+    for (int i = 0; i < 3; ++i) m_Host.AddCard();
+    ASSERT_EQ(m_Host.Start(), 0U);
+    Pass(1);
+  }
+
+  static unsigned int Lock(int adapter, int drive) {
+    return (g_p_IPLUGINAPI_IMPL->*Open(LockObjectsMember()))(adapter, drive);
+  }
+  static unsigned int Unlock() { return (g_p_IPLUGINAPI_IMPL->*Open(UnlockObjectsMember()))(); }
+  static std::vector<CFusionIOPhysicalDrive>& Drives() {
+    return g_p_IPLUGINAPI_IMPL->*Open(DrivesMember());
+  }
+
+  // A letter for each object in the order of the tree: L for a marked one.
+  std::string Marks() {
+    std::string marks;
+    for (const PI::CObject& object : m_Host.Topology()) marks += object.m_Locked ? 'L' : '-';
+    return marks;
+  }
+
+  SimulatedHost m_Host;
+};
+
+TEST_F(LockObjects, WithoutAnAdapterMarksEverything) {
+  for (const int drive : {-1, 0, 7}) {
+    EXPECT_EQ(Marks(), "-------");
+    EXPECT_EQ(Lock(-1, drive), 0U);
+    EXPECT_EQ(Marks(), "LLLLLLL");
+    EXPECT_EQ(Unlock(), 0U);
+  }
+}
+
+TEST_F(LockObjects, OfAnAdapterMarksItsDriveAndNotTheAdapter) {
+  const std::pair<int, const char*> cases[] = {
+      {0, "----L--"}, {1, "-----L-"}, {2, "------L"}, {3, "-------"}};
+  for (const auto& [adapter, marks] : cases) {
+    for (const int drive : {-5, -1, 0, 1, 99}) {
+      EXPECT_EQ(Lock(adapter, drive), 0U);
+      EXPECT_EQ(Marks(), marks) << adapter << " " << drive;
+      EXPECT_EQ(Unlock(), 0U);
+    }
+  }
+}
+
+// The drive's number matters by its sign alone: with one the first drive is marked, without all.
+TEST_F(LockObjects, OfAnAdapterWithTwoDrivesMarksTheFirstOrBoth) {
+  Drives()[2].m_CardIndex = 1;
+  EXPECT_EQ(Lock(1, 5), 0U);
+  EXPECT_EQ(Marks(), "-----L-");
+  EXPECT_EQ(Lock(1, -1), 0U);
+  EXPECT_EQ(Marks(), "-----LL");
+}
+
+TEST_F(LockObjects, AddToTheMarksThatAreThere) {
+  EXPECT_EQ(Lock(0, 0), 0U);
+  EXPECT_EQ(Lock(2, -1), 0U);
+  EXPECT_EQ(Marks(), "----L-L");
+}
+
+// A new interval wakes the worker for the host's sake.
+TEST_F(LockObjects, GoesByTheTimeTheHostIsCalled) {
+  EXPECT_EQ(Lock(-1, -1), 0U);
+  std::string marks;
+  m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) { marks = Marks(); };
+  EXPECT_EQ(m_Host.SetPollInterval(200), 0U);
+  Pass(1);
+  EXPECT_EQ(marks, "-------");
+}
+
+// Adapters and drives come from each scan without a mark; the plug-in's own stays until there is
+// something to tell.
+TEST_F(LockObjects, GoesWithAScanThatCallsTheHost) {
+  EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
+  Pass(5000);
+  EXPECT_EQ(Lock(-1, -1), 0U);
+  Pass(5000);
+  EXPECT_EQ(Marks(), "L------");
+  m_Host.Cards().Set("card0", "board_name", "Other");
+  Pass(5000);
+  EXPECT_EQ(Marks(), "-------");
+}
+
+}  // namespace
+}  // namespace CorvaneTest
