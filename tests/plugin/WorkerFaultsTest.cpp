@@ -3,6 +3,7 @@
 #include <map>
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/OwnThreads.h"
 
 namespace CorvaneTest {
 namespace {
@@ -27,7 +28,7 @@ class WorkerFaults : public Watched {
     ExpectNoLockHeld();
   }
   // Threads whose objects were lost on purpose by earlier tests stand before it.
-  static HostKit::ThreadView TheNewestThread() { return HostKit::Threads().back(); }
+  static HostKit::ThreadView TheNewestThread() { return OwnThreads().back(); }
 
   // A card that does not answer `function` for a minute.
   void ExpectCancelledIn(const std::string& function) {
@@ -418,7 +419,7 @@ TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
   EXPECT_THAT(TimesOf("16 Kill Attach"), SizeIs(1));
   EXPECT_THAT(TimesOf("16 Kill Worker"), IsEmpty());
   PassMs(30000);
-  for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+  for (const HostKit::ThreadView& thread : OwnThreads()) {
     EXPECT_TRUE(thread.ended);
     EXPECT_FALSE(thread.cancelled);
   }
@@ -438,7 +439,7 @@ TEST_F(WorkerFaults, TwoWorkersWatchWhenNumbersAreGivenTwiceAndBothEnd) {
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   Settle();
   EXPECT_THAT(TimesOf("2 LEAVE Worker()"), SizeIs(2));
-  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_TRUE(thread.ended);
+  for (const HostKit::ThreadView& thread : OwnThreads()) EXPECT_TRUE(thread.ended);
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
