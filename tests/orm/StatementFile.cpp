@@ -171,8 +171,8 @@ class Runner {
       }
       if (kind == "number") return Perform(verb[0], where(number(2)));
       if (kind == "name") return Perform(verb[0], where(name(2)));
-    } else if constexpr (std::is_same_v<Row, Everything>) {
-      return Perform(verb[0], where(is_equal(&Everything::id, std::stoi(verb.at(2)))));
+    } else if constexpr (std::is_same_v<Row, Everything> || std::is_same_v<Row, Item>) {
+      return Perform(verb[0], where(is_equal(&Row::id, std::stoi(verb.at(2)))));
     }
     throw std::runtime_error("unknown verb " + verb[0]);
   }

@@ -6,6 +6,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
+#include "tests/support/OwnThreads.h"
 
 namespace CorvaneTest {
 namespace {
@@ -74,7 +75,7 @@ class DeInitialize : public testing::Test {
     while (!AllEnded()) SleepMs(100);
   }
   static bool AllEnded() {
-    for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+    for (const HostKit::ThreadView& thread : OwnThreads()) {
       if (!thread.ended) return false;
     }
     return true;
@@ -257,8 +258,8 @@ TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));
   EXPECT_EQ(m_Ms, 25200U);
   AwaitJobs();
-  ASSERT_EQ(HostKit::Threads().size(), 1U);
-  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+  ASSERT_EQ(OwnThreads().size(), 1U);
+  EXPECT_FALSE(OwnThreads()[0].cancelled);
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
 }
 
@@ -275,7 +276,7 @@ TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
   EXPECT_EQ(m_Ms, 25200U);
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
   AwaitJobs();
-  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_FALSE(thread.cancelled);
+  for (const HostKit::ThreadView& thread : OwnThreads()) EXPECT_FALSE(thread.cancelled);
 }
 
 TEST_F(DeInitialize, ASecondTimeWaitsForAJobThatWasGivenUp) {

@@ -7,6 +7,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
+#include "tests/support/OwnThreads.h"
 
 namespace CorvaneTest {
 namespace {
@@ -337,7 +338,7 @@ TEST_F(Initialize, HoldsTheDataLockForTheScanAndFreesIt) {
 TEST_F(Initialize, StartsNoThread) {
   AddCards(1);
   ASSERT_EQ(Run().result, 0U);
-  EXPECT_THAT(HostKit::Threads(), IsEmpty());
+  EXPECT_THAT(OwnThreads(), IsEmpty());
 }
 
 // What is left of the start when the scan gave nothing.

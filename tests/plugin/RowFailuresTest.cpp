@@ -195,36 +195,79 @@ TEST_F(RowFailures, OfADriveEndTheRowsForItsOtherAdapters) {
 // Files that cannot be used at all, and what is said of them.
 struct FileCase {
   const char* name;
-  const char* text;  // what the file holds, or null for a file that cannot be made
+  void (*spoil)(const std::string& file);  // while nobody has it open
   const char* reason;
+  bool asOrdinaryUser = false;  // tests may run as root, whom no permission stops
 };
 
 void PrintTo(const FileCase& each, std::ostream* out) {
   *out << each.name;
 }
 
+void LetNobodyMakeIt(const std::string& file) {
+  std::filesystem::remove(file);
+  std::filesystem::create_directory(file);
+}
+
+void WriteNotesIntoIt(const std::string& file) {
+  std::ofstream(file) << std::string(1000, 'x');
+}
+
+// Behind the header and the list of tables.
+void DamageIt(const std::string& file) {
+  std::fstream damaged(file, std::ios::in | std::ios::out | std::ios::binary);
+  damaged.seekp(8192);
+  damaged << std::string(4096, '\x5A');
+}
+
+// The folder is open to everybody, the file to be read alone.
+void ForbidWritingIt(const std::string& file) {
+  using std::filesystem::perms;
+  const std::filesystem::path folder = std::filesystem::path(file).parent_path();
+  std::filesystem::permissions(folder, perms::all);
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    std::filesystem::permissions(entry.path(), perms::all);
+  }
+  std::filesystem::permissions(file, perms::owner_read | perms::group_read | perms::others_read);
+}
+
 class UnusableFile : public RowFailures, public testing::WithParamInterface<FileCase> {
  protected:
+  ~UnusableFile() override {
+    if (seteuid(m_Before) != 0) std::abort();
+  }
+
+  // A host has had the file before.
   void UseIt() {
-    const FileCase& each = GetParam();
-    if (each.text == nullptr) return DatabaseLife::Begin("/proc/no-such-folder/rows.db");
-    std::ofstream(File()) << std::string(1000, each.text[0]);
+    DatabaseLife::Begin(File());
+    DatabaseLife::Begin(":memory:");
+    GetParam().spoil(File());
+    if (GetParam().asOrdinaryUser && m_Before == 0 && seteuid(65534) != 0) std::abort();
     DatabaseLife::Begin(File());
   }
+
+  // The library goes on to say where a file is damaged.
+  static std::string Begun(const std::string& text) {
+    return text.substr(0, text.find_last_not_of(')') + 1);
+  }
+
+  const uid_t m_Before = geteuid();
 };
 
 TEST_P(UnusableFile, StopsNoStart) {
   AddCards(1);
   UseIt();
   ASSERT_EQ(m_Host.Start(), 0U);
-  const std::string reason = BecauseOfTheKey(GetParam().reason);
-  EXPECT_THAT(m_Host.Traces(128),
-              ElementsAre("Storage query exception thrown during inserting Adapter () (" +
-                              m_Number + ") to db." + reason,
-                          "Storage query exception thrown during inserting PD (Flash Adapter G2 "
-                          "(0)) to db." +
-                              reason,
-                          "Plugin FusionIO inserted to db." + reason));
+  const std::string reason = Begun(BecauseOfTheKey(GetParam().reason));
+  EXPECT_THAT(
+      m_Host.Traces(128),
+      ElementsAre(
+          StartsWith("Storage query exception thrown during inserting Adapter () (" + m_Number +
+                     ") to db." + reason),
+          StartsWith("Storage query exception thrown during inserting PD (Flash Adapter G2 (0)) "
+                     "to db." +
+                     reason),
+          StartsWith("Plugin FusionIO inserted to db." + reason)));
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
@@ -233,13 +276,14 @@ TEST_P(UnusableFile, StopsNoScan) {
   UseIt();
   SetTemperature("60.0");
   ScanOnce();
-  const std::string reason = Because(GetParam().reason);
-  EXPECT_THAT(m_DatabaseLines,
-              ElementsAre("Storage query exception thrown during updating " + m_Adapter +
-                              "entry updated in db." + reason,
-                          "Storage query exception thrown during updating PD (Flash Adapter G2 "
-                          "(0)) in db." +
-                              reason));
+  const std::string reason = Begun(Because(GetParam().reason));
+  EXPECT_THAT(
+      m_DatabaseLines,
+      ElementsAre(StartsWith("Storage query exception thrown during updating " + m_Adapter +
+                             "entry updated in db." + reason),
+                  StartsWith("Storage query exception thrown during updating PD (Flash Adapter G2 "
+                             "(0)) in db." +
+                             reason)));
   Hide(0);
   ScanOnce();
   EXPECT_THAT(Events(), ElementsAre(StartsWith("11094 ")));
@@ -247,8 +291,11 @@ TEST_P(UnusableFile, StopsNoScan) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, UnusableFile,
-    testing::Values(FileCase{"Missing", nullptr, "unable to open database file"},
-                    FileCase{"NoDatabase", "x", "file is not a database"}),
+    testing::Values(FileCase{"Folder", LetNobodyMakeIt, "unable to open database file"},
+                    FileCase{"NoDatabase", WriteNotesIntoIt, "file is not a database"},
+                    FileCase{"Damaged", DamageIt, "database disk image is malformed: "},
+                    FileCase{"ReadOnly", ForbidWritingIt, "attempt to write a readonly database",
+                             true}),
     [](const testing::TestParamInfo<FileCase>& each) { return std::string(each.param.name); });
 
 // Another program that is about to write: it holds the write lock of the write-ahead log, which is

@@ -231,6 +231,60 @@ TEST_F(RowsAfterChanges, OfTwoRowsOfAnAdapterTheFirstIsKeptUpAndBothGo) {
   EXPECT_THAT(Temperatures(), ElementsAre("8"));
 }
 
+// The rows of another host come first by their keys.
+TEST_F(RowsAfterChanges, RowsOfAnotherHostAreNobodysHere) {
+  Query("INSERT INTO host_adapter_rows (ad_adapter_number, ad_host_name, ad_temperature) VALUES (" +
+        NumberOf(3) + ", 'elsewhere', 8)");
+  Query(
+      "INSERT INTO host_drive_rows (pd_serial_number, pd_host_name, pd_sector_size) VALUES "
+      "('FA00000001', 'elsewhere', 8)");
+  Run(1);
+  SetTemperature(0, "60.0");
+  ScanOnce();
+  SetTemperature(0, "70.0");
+  Set("card0", "sector_size_bytes", "4096");
+  ScanOnce();
+  EXPECT_THAT(Temperatures(), ElementsAre("8", "60"));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("8", "4096"));
+  Hide(0);
+  ScanOnce();
+  EXPECT_THAT(Temperatures(), ElementsAre("8"));
+  EXPECT_THAT(Counts(), ElementsAre("1", "2", "1"));
+}
+
+TEST_F(RowsAfterChanges, RowsOfAnotherHostAloneAreNoRows) {
+  Run(1);
+  Query("UPDATE host_adapter_rows SET ad_host_name = 'elsewhere'");
+  Query("UPDATE host_drive_rows SET pd_host_name = 'elsewhere'");
+  SetTemperature(0, "60.0");
+  Set("card0", "sector_size_bytes", "4096");
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines, IsEmpty());
+  EXPECT_THAT(Column(ADAPTER_ROWS, "ad_name"), ElementsAre(""));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512"));
+}
+
+// Each of the two drives finds the first row of that serial number, once for each of the two
+// adapters: what the last one has said stands there.
+TEST_F(RowsAfterChanges, OfCardsOfOneSerialNumberTheFirstRowIsTheLastOnes) {
+  AddCards(2);
+  for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
+  Set("card0", "reserve_warning_threshold_percent", "12.0");
+  Set("card1", "reserve_warning_threshold_percent", "34.0");
+  StartWatch();
+  ASSERT_THAT(Column(DRIVE_ROWS, "pd_object_id_low"),
+              ElementsAre("2", "2", "4", "4", "2", "2", "4", "4"));
+  ASSERT_THAT(Column(DRIVE_ROWS, "pd_reserve_warning"),
+              ElementsAre("12", "34", "12", "34", "12", "34", "12", "34"));
+  ScanOnce();
+  EXPECT_THAT(m_DatabaseLines,
+              ElementsAre(DRIVE_UPDATED, DRIVE_UPDATED, DRIVE_UPDATED, DRIVE_UPDATED));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_object_id_low"),
+              ElementsAre("4", "2", "4", "4", "2", "2", "4", "4"));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_reserve_warning"),
+              ElementsAre("34", "34", "12", "34", "12", "34", "12", "34"));
+}
+
 TEST_F(RowsAfterChanges, RowsInsertedChangedAndRemovedAreWrittenInThisOrder) {
   Run(3);
   Hide(2);

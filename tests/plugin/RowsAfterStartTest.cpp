@@ -29,33 +29,7 @@ TEST_F(RowsAfterStart, AnAdapterHasItsFieldsAndNothingElse) {
   ASSERT_EQ(Start(), 0U);
   const std::vector<Cells> rows = AdapterRows();
   ASSERT_THAT(rows, SizeIs(1));
-  EXPECT_THAT(rows[0], ElementsAreArray(Cells{"ID=1",
-                                              "ad_activity_names=IDLE",
-                                              "ad_status_reason_names=ATTACHED",
-                                              "ad_pci_bus=59",
-                                              "ad_temperature=48",
-                                              "ad_adapter_flag_a=1",
-                                              "ad_pci_device=2",
-                                              "ad_driver_name=iomemory_vsl",
-                                              "ad_driver_version=3.4.9 build 1187",
-                                              "ad_firmware_version=6.3.11 (10957)",
-                                              "ad_foreign_configurations=",
-                                              "ad_pci_function=1",
-                                              "ad_adapter_number=" + NumberOf(59, 2, 1),
-                                              "ad_hardware_type=PCI_EXPRESS_SSD_AIC",
-                                              "ad_host_name=localhost",
-                                              "ad_object_id=85568392920039425",
-                                              "ad_adapter_flag_b=1",
-                                              "ad_factory_size=1048576",
-                                              "ad_name=",
-                                              "ad_product=BoardA",
-                                              "ad_port_addresses=",
-                                              "ad_pci_segment=0",
-                                              "ad_serial_number=S100",
-                                              "ad_status_name=OK",
-                                              "ad_supported_levels=",
-                                              "ad_location=PCI:Bus=59&Device=2&Function=1",
-                                              "ad_vendor=SanDisk"}));
+  EXPECT_THAT(rows[0], ElementsAreArray(PlainAdapterRow()));
 }
 
 TEST_F(RowsAfterStart, ADriveHasItsFieldsAndNothingElse) {
@@ -144,6 +118,10 @@ INSTANTIATE_TEST_SUITE_P(
              {{"fw_current_major_ver", nullptr}, {"fw_current_version", nullptr}},
              {},
              "ad_firmware_version="},
+        Case{"EmptyFirmwareText",
+             {{"fw_current_major_ver", nullptr}, {"fw_current_version", ""}},
+             {},
+             "ad_firmware_version="},
         Case{
             "FirmwareAsText", {{"fw_current_major_ver", nullptr}}, {"ad_firmware_version=v6.3.11"}},
         Case{"Attached", {}, {STATUS("OK"), ACTIVITY("IDLE"), REASONS("ATTACHED")}},
@@ -196,6 +174,9 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"NameWithTwoBracketsAtOnce", {{"product_name", "Drive ((x"}}, {"pd_short_name=Drive"}},
         // The character before the bracket goes, whatever it is.
         Case{"NoBlankBeforeTheBracket", {{"product_name", "Drive(x"}}, {"pd_short_name=Driv"}},
+        Case{"BracketFirst",
+             {{"product_name", "(new) Drive"}},
+             {"pd_short_name=(new) Drive (0)", "pd_product=(new) Drive"}},
         Case{"OneLetter", {{"product_name", "D"}}, {"pd_short_name=D"}},
         Case{"EmptyProduct", {{"product_name", ""}}, {"pd_short_name=", "pd_product="}},
         Case{"NoProduct",
@@ -203,6 +184,9 @@ INSTANTIATE_TEST_SUITE_P(
              {"pd_product=BoardA", "pd_short_name=BoardA"}},
         Case{"Failed", {{"iom_state", "6"}}, {"pd_status_name=FAILED"}},
         Case{"Warned", {{"iom_state", "0"}}, {"pd_status_name=AVAILABLE"}},
+        Case{"NothingTellsOfThrottling",
+             {{"write_throttling_state", nullptr}},
+             {"pd_write_throttling=40252"}},
         Case{"SomeThrottling", {{"write_throttling_state", "1"}}, {"pd_write_throttling=40410"}},
         Case{"FullThrottling", {{"write_throttling_state", "2"}}, {"pd_write_throttling=40411"}},
         Case{"NoThreshold",
@@ -225,6 +209,17 @@ TEST(RowsOfTheNewerFamily, BearItsDriverAndItsNames) {
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_driver_name"), ElementsAre("iomemory_vsl4"));
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_short_name"), ElementsAre("MOLT EP PX600 2.6TB"));
+}
+
+// Beside one of a known family, without which the plug-in does not start.
+TEST(RowsOfACardOfNoFamily, HaveAnEmptyDriverAndTheSegmentThatNobodyKnows) {
+  SimulatedHost host;
+  const DatabaseLife database;
+  host.AddCard(0x1003);
+  host.Cards().MakeAbsent(host.AddCard(0x7777), "pci_domain");
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_THAT(Column(ADAPTER_ROWS, "ad_driver_name"), ElementsAre("iomemory_vsl", ""));
+  EXPECT_THAT(Column(ADAPTER_ROWS, "ad_pci_segment"), ElementsAre("0", "-1"));
 }
 
 class ManyRowsAfterStart : public testing::Test {
@@ -287,6 +282,24 @@ TEST_F(StartThatFails, LeavesNoRow) {
   CardSim::FailCall("vsl_open", 1, 5, "no luck");
   ASSERT_EQ(Start(), 20001U);
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
+  EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
+}
+
+TEST_F(StartThatFails, BecauseNoCardCanBeNamedLeavesNoRow) {
+  m_Host.AddCard();
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
+  ASSERT_EQ(Start(), 20001U);
+  EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
+  EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
+}
+
+TEST_F(StartThatFails, BecauseNoCardCanBeNamedTakesTheRowOfAnEarlierStartAway) {
+  ASSERT_EQ(Start(), 0U);
+  m_Host.DeInitialize();
+  m_Host.ForgetTraces();
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 100);
+  ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs), 20001U);
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "0"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 

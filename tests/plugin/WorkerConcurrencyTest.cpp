@@ -13,6 +13,7 @@
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/HostThread.h"
+#include "tests/support/OwnThreads.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -73,7 +74,7 @@ class Busy {
   // Stops the plug-in, so that nobody is at work any more.
   void ExpectNothingLeft() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
-    for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+    for (const HostKit::ThreadView& thread : OwnThreads()) {
       EXPECT_TRUE(thread.ended);
       EXPECT_FALSE(thread.cancelled);
     }

@@ -127,4 +127,35 @@ inline Settings PlainCard() {
           {"reserve_warning_threshold_percent", "12.7"}};
 }
 
+// The row of that card's adapter once the plug-in has been initialised.
+inline Cells PlainAdapterRow() {
+  return {"ID=1",
+          "ad_activity_names=IDLE",
+          "ad_status_reason_names=ATTACHED",
+          "ad_pci_bus=59",
+          "ad_temperature=48",
+          "ad_adapter_flag_a=1",
+          "ad_pci_device=2",
+          "ad_driver_name=iomemory_vsl",
+          "ad_driver_version=3.4.9 build 1187",
+          "ad_firmware_version=6.3.11 (10957)",
+          "ad_foreign_configurations=",
+          "ad_pci_function=1",
+          "ad_adapter_number=" + NumberOf(59, 2, 1),
+          "ad_hardware_type=PCI_EXPRESS_SSD_AIC",
+          "ad_host_name=localhost",
+          "ad_object_id=85568392920039425",
+          "ad_adapter_flag_b=1",
+          "ad_factory_size=1048576",
+          "ad_name=",
+          "ad_product=BoardA",
+          "ad_port_addresses=",
+          "ad_pci_segment=0",
+          "ad_serial_number=S100",
+          "ad_status_name=OK",
+          "ad_supported_levels=",
+          "ad_location=PCI:Bus=59&Device=2&Function=1",
+          "ad_vendor=SanDisk"};
+}
+
 }  // namespace CorvaneTest

@@ -12,6 +12,8 @@ extern char** environ;
 
 namespace {
 
+using namespace std::chrono_literals;
+
 class Killed : public HostDatabaseTest {
  protected:
   // Starts a host that writes, and kills it in the middle, no sooner than after its first event.
@@ -20,13 +22,39 @@ class Killed : public HostDatabaseTest {
     std::string program = DATABASE_WRITER;
     char* const arguments[] = {program.data(), nullptr};
     ASSERT_EQ(posix_spawn(&process, program.c_str(), nullptr, nullptr, arguments, environ), 0);
-    while (EventsInFile() == m_Before) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const bool begun = AwaitEvent();
     std::this_thread::sleep_for(after);
     kill(process, SIGKILL);
     int status = 0;
     waitpid(process, &status, 0);
+    ASSERT_TRUE(begun) << "the host wrote no event";
     EXPECT_TRUE(WIFSIGNALED(status));
+    ExpectWholeRows();
     m_Before = EventsInFile();
+  }
+
+  // False when none comes for so long that none will.
+  bool AwaitEvent() {
+    const auto end = std::chrono::steady_clock::now() + 20s;
+    while (EventsInFile() == m_Before) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      std::this_thread::sleep_for(1ms);
+    }
+    return true;
+  }
+
+  // The rows of the life that was killed, before another one clears them: from the first on without
+  // a gap, each as it was written. The row of the event that was about to come may be the last.
+  void ExpectWholeRows() {
+    OtherProgram file(m_Folder.Path() / "killed.db");
+    EXPECT_EQ(file.Run("SELECT COUNT(*) FROM host_adapter_rows WHERE ad_adapter_number IS NOT ID "
+                       "OR ad_host_name IS NOT 'localhost' OR ad_name IS NOT '" +
+                       std::string(2000, 'x') + "'"),
+              "0");
+    EXPECT_EQ(file.Run("SELECT COUNT(*) = MAX(ID) FROM host_adapter_rows"), "1");
+    const std::string ofThisLife = "(SELECT MAX(seq) FROM sqlite_sequence) - " + m_Before;
+    EXPECT_EQ(file.Run("SELECT COUNT(*) - (" + ofThisLife + ") IN (0, 1) FROM host_adapter_rows"),
+              "1");
   }
 
   std::string EventsInFile() {

@@ -62,6 +62,31 @@ TEST_F(Values, WithADoubleQuoteAreRefused) {
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
+// SQL reads two quotes in a text as one, and texts with something between them as an expression.
+TEST_F(Values, WithDoubleQuotesInPairsComeBackAsOthers) {
+  struct Case {
+    const char* text;
+    const char* stored;
+  };
+  for (const Case& each : {Case{"x\"\"y", "x\"y"}, Case{"\"\"", "\""}, Case{"\"\"\"\"", "\"\""},
+                           Case{"12\"\" shelf", "12\" shelf"}, Case{"a\" || \"b", "ab"}}) {
+    EXPECT_EQ(Updated(each.text), each.stored);
+    EXPECT_EQ(Inserted(each.text), each.stored);
+    Query("DELETE FROM host_adapter_rows WHERE ad_adapter_number = 2");
+  }
+}
+
+TEST_F(Values, WithSingleQuotesInPairsFindOthers) {
+  using DatabaseORM::is_equal;
+  auto row = AnAdapter(3);
+  row.serialNumber = "o'hara";
+  m_pStorage->insert(row);
+  const auto found =
+      m_pStorage->get_all<Adapter>(DatabaseORM::where(is_equal(&Adapter::serialNumber, "o''hara")));
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].serialNumber, "o'hara");
+}
+
 TEST_F(Values, WithASingleQuoteAreNotLookedFor) {
   using DatabaseORM::is_equal;
   EXPECT_THROW(m_pStorage->get_all<PD>(DatabaseORM::where(is_equal(&PD::serialNumber, "o'hara") and

@@ -1,0 +1,143 @@
+// An adapter's row with a card library that has answers also without a card: what is asked of it,
+// which lines come of it, and that the row is the same. The drive's row asks its own card.
+
+#include "tests/support/NullHandleSeam.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+constexpr const char* READ_LINE =
+    "GetAdapterProperties, vsl_has_total_physical_bytes_read = 4398046511104";
+constexpr const char* ENDURANCE_LINE = "GetAdapterProperties, vsl_has_rated_endurance_percent = 10";
+
+// Of the drive's row: a fifth of the endurance is used.
+constexpr const char* OF_THE_DRIVE = "ComputeRemainingLifeTime 8760 10995116277760 20 100";
+
+// What was asked for each of the four parts, when all of it is there.
+const Cells LIFETIME = {"vsl_has_rated_endurance_tbytes",
+                        "vsl_has_total_physical_bytes_written",
+                        "vsl_has_rated_writes_remaining_percent",
+                        "vsl_total_physical_bytes_written",
+                        "vsl_rated_endurance_tbytes",
+                        "vsl_rated_writes_remaining_percent",
+                        "ComputeRemainingLifeTime 8760 21990232555520 73 200"};
+const Cells BYTES_READ = {"vsl_has_total_physical_bytes_read", "vsl_total_physical_bytes_read",
+                          "ConvertBytesToOtherUnit 4398046511104"};
+const Cells BYTES_WRITTEN = {"vsl_has_total_physical_bytes_written",
+                             "vsl_total_physical_bytes_written",
+                             "ConvertBytesToOtherUnit 21990232555520"};
+const Cells ENDURANCE = {"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written",
+                         "vsl_total_physical_bytes_written", "vsl_rated_endurance_tbytes"};
+
+Cells Joined(const std::vector<Cells>& parts) {
+  Cells all;
+  for (const Cells& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+class NullHandleRow : public testing::Test {
+ protected:
+  // A tenth of the rating is written, and none of the numbers is the card's.
+  NullHandleRow() : m_Host(PlainCard()) {
+    m_Answers.rated_endurance_tbytes = 200;
+    m_Answers.rated_writes_remaining_percent = 73.9F;
+    m_Answers.total_physical_bytes_read = 4398046511104;
+    m_Answers.total_physical_bytes_written = 21990232555520;
+  }
+
+  void ExpectCalls(const std::vector<Cells>& parts) {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    EXPECT_THAT(m_Answers.m_Calls, ElementsAreArray(Joined(parts)));
+  }
+
+  // The lines that a live value leaves.
+  Cells LiveLines() {
+    Cells lines;
+    for (const std::string& line : m_Host.LeveledTraces()) {
+      if (line.find("GetAdapterProperties, ") != std::string::npos) lines.push_back(line);
+    }
+    return lines;
+  }
+
+  OneCard m_Host;
+  const DatabaseLife m_Database;
+  NullHandleAnswers m_Answers;
+};
+
+TEST_F(NullHandleRow, AsksForEachPartInTurnWithAZeroedRecord) {
+  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+}
+
+TEST_F(NullHandleRow, LeavesTwoLinesAndNoneForWhatWasWritten) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(LiveLines(),
+              ElementsAre(std::string("16 ") + READ_LINE, std::string("16 ") + ENDURANCE_LINE));
+}
+
+TEST_F(NullHandleRow, IsTheRowThatItWouldBeWithoutAnswers) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
+}
+
+TEST_F(NullHandleRow, OfACardWithoutAFirstUseAsksForNoLifetime) {
+  m_Host.Set({{"first_use_ts", nullptr}});
+  ExpectCalls({BYTES_READ, BYTES_WRITTEN, ENDURANCE});
+}
+
+TEST_F(NullHandleRow, WithoutARatingHasNoEndurance) {
+  m_Answers.rated_endurance_tbytes.reset();
+  ExpectCalls({{"vsl_has_rated_endurance_tbytes"},
+               BYTES_READ,
+               BYTES_WRITTEN,
+               {"vsl_has_rated_endurance_tbytes", OF_THE_DRIVE}});
+  EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
+}
+
+TEST_F(NullHandleRow, WithoutWrittenBytesHasNoEndurance) {
+  m_Answers.total_physical_bytes_written.reset();
+  ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written"},
+               BYTES_READ,
+               {"vsl_has_total_physical_bytes_written"},
+               {"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written"},
+               {OF_THE_DRIVE}});
+  EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
+}
+
+TEST_F(NullHandleRow, WithoutWhatIsLeftHasItsOtherParts) {
+  m_Answers.rated_writes_remaining_percent.reset();
+  ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written",
+                "vsl_has_rated_writes_remaining_percent"},
+               BYTES_READ,
+               BYTES_WRITTEN,
+               ENDURANCE,
+               {OF_THE_DRIVE}});
+}
+
+TEST_F(NullHandleRow, WithoutReadBytesLeavesOneLine) {
+  m_Answers.total_physical_bytes_read.reset();
+  ExpectCalls(
+      {LIFETIME, {"vsl_has_total_physical_bytes_read"}, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+  EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + ENDURANCE_LINE));
+}
+
+// There is no percentage of nothing.
+TEST_F(NullHandleRow, WithARatingOfZeroTellsOfNoEndurance) {
+  m_Answers.rated_endurance_tbytes = 0;
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
+}
+
+TEST_F(NullHandleRow, AsksTheSameWhileItsLinesAreOff) {
+  HostKit::SetTraceMask(~16U);
+  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+  EXPECT_THAT(LiveLines(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

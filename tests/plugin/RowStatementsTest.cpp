@@ -1,0 +1,349 @@
+// The statements that each step of the plug-in sends, and what is left when one of them fails.
+
+#include <ostream>
+#include <stdexcept>
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/RowView.h"
+#include "tests/support/StatementWatch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// Two cards at 50 degrees with sectors of 512 bytes, their serial numbers S1 and S2.
+class TwoCards : public Watched {
+ protected:
+  TwoCards() {
+    m_OnLine = [this](const std::string& line) {
+      if (line.rfind("128 ", 0) == 0) m_DatabaseLines.push_back(line.substr(4));
+    };
+    AddCards(2);
+    for (const char* card : {"card0", "card1"}) Set(card, "temp_internal_deg_c", "50.0");
+    Set("card0", "serial_number", "S1");
+    Set("card1", "serial_number", "S2");
+  }
+  void TearDown() override { m_OnLine = nullptr; }
+
+  void SetTemperature(const char* celsius) { Set("card0", "temp_internal_deg_c", celsius); }
+  void SetSectors(const char* bytes) {
+    for (const char* card : {"card0", "card1"}) Set(card, "sector_size_bytes", bytes);
+  }
+  void ScanOnce() {
+    m_DatabaseLines.clear();
+    AwaitScans();
+  }
+
+  // Up to the name of the table: "SELECT * FROM host_drive_rows".
+  Cells Sent() const {
+    Cells short_;
+    for (const std::string& sql : m_Statements.Statements()) {
+      short_.push_back(sql.substr(0, sql.find("_rows") + 5));
+    }
+    return short_;
+  }
+
+  // "A S1 50, D S1 512, P": serial number and temperature of adapters, serial number and sectors of
+  // drives, and the plug-in.
+  static std::string Rows() {
+    std::string text;
+    for (const char* sql :
+         {"SELECT 'A ' || ad_serial_number || ' ' || ad_temperature FROM host_adapter_rows "
+          "ORDER BY ID",
+          "SELECT 'D ' || pd_serial_number || ' ' || pd_sector_size FROM host_drive_rows "
+          "ORDER BY ID",
+          "SELECT 'P' FROM host_plugin_rows ORDER BY ID"}) {
+      for (const std::string& row : Query(sql)) text += (text.empty() ? "" : ", ") + row;
+    }
+    return text;
+  }
+
+  static Cells FailuresIn(const Cells& lines) {
+    Cells failures;
+    for (const std::string& line : lines) {
+      if (line.find("no luck") != std::string::npos) failures.push_back(line);
+    }
+    return failures;
+  }
+
+  const DatabaseLife m_Database;
+  StatementWatch m_Statements;
+  Cells m_DatabaseLines;
+};
+
+// What each step sends.
+
+class RowStatements : public TwoCards {
+ protected:
+  const std::string m_OfFirst =
+      "( ad.ad_adapter_number = '" + NumberOf(3) + "') AND ( ad.ad_host_name = 'localhost') ";
+};
+
+TEST_F(RowStatements, OfAStartReadEachKeyAndInsert) {
+  m_Statements.Begin();
+  StartWatch();
+  EXPECT_THAT(Sent(),
+              ElementsAre("SELECT MAX(ID) FROM host_adapter_rows", "INSERT INTO host_adapter_rows",
+                          "SELECT MAX(ID) FROM host_drive_rows", "INSERT INTO host_drive_rows",
+                          "SELECT MAX(ID) FROM host_adapter_rows", "INSERT INTO host_adapter_rows",
+                          "SELECT MAX(ID) FROM host_drive_rows", "INSERT INTO host_drive_rows",
+                          "SELECT MAX(ID) FROM host_plugin_rows", "INSERT INTO host_plugin_rows"));
+}
+
+TEST_F(RowStatements, OfAChangeFindEachRowAndUpdateIt) {
+  StartWatch();
+  SetTemperature("60.0");
+  m_Statements.Begin();
+  ScanOnce();
+  EXPECT_THAT(Sent(), ElementsAre("SELECT * FROM host_adapter_rows", "UPDATE host_adapter_rows",
+                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
+}
+
+TEST_F(RowStatements, OfACardThatGoesDeleteItsAdapterAlone) {
+  StartWatch();
+  Hide(1);
+  m_Statements.Begin();
+  ScanOnce();
+  EXPECT_THAT(Sent(), ElementsAre("DELETE FROM host_adapter_rows", "SELECT * FROM host_drive_rows",
+                                  "UPDATE host_drive_rows"));
+}
+
+TEST_F(RowStatements, OfACardThatComesInsertBothOfItsRows) {
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  Show(1);
+  m_Statements.Begin();
+  ScanOnce();
+  EXPECT_THAT(Sent(),
+              ElementsAre("SELECT MAX(ID) FROM host_adapter_rows", "INSERT INTO host_adapter_rows",
+                          "SELECT MAX(ID) FROM host_drive_rows", "INSERT INTO host_drive_rows",
+                          "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                          "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
+}
+
+TEST_F(RowStatements, FindAnAdapterByNumberAndHost) {
+  StartWatch();
+  SetTemperature("60.0");
+  m_Statements.Begin();
+  ScanOnce();
+  ASSERT_THAT(m_Statements.Statements(), SizeIs(6));
+  EXPECT_EQ(m_Statements.Statements()[0],
+            "SELECT * FROM host_adapter_rows ad  WHERE ( ad.ad_adapter_number = '" + NumberOf(3) +
+                "') AND ( ad.ad_host_name = 'localhost') ");
+}
+
+TEST_F(RowStatements, FindADriveBySerialNumberAndHost) {
+  StartWatch();
+  m_Statements.Begin();
+  ScanOnce();
+  ASSERT_THAT(m_Statements.Statements(), SizeIs(4));
+  EXPECT_EQ(m_Statements.Statements()[2],
+            "SELECT * FROM host_drive_rows pd  WHERE ( pd.pd_serial_number = 'S2') AND ( "
+            "pd.pd_host_name = 'localhost') ");
+}
+
+TEST_F(RowStatements, DeleteAnAdapterByNumberAndHost) {
+  StartWatch();
+  Hide(1);
+  m_Statements.Begin();
+  ScanOnce();
+  ASSERT_THAT(m_Statements.Statements(), SizeIs(3));
+  EXPECT_EQ(m_Statements.Statements()[0],
+            "DELETE FROM host_adapter_rows  WHERE ( ad_adapter_number = '" + NumberOf(4) +
+                "') AND ( ad_host_name = 'localhost') ");
+}
+
+TEST_F(RowStatements, DeleteThePlugInByItsNameAlone) {
+  CardSim::FailCall("vsl_open", 1, 5, "no luck");
+  ASSERT_EQ(m_Host.Initialize(), 20001U);
+  EXPECT_THAT(m_Statements.Statements(),
+              ElementsAre("DELETE FROM host_plugin_rows  WHERE pi_plugin_name = 'SanDisk-Plugin'"));
+}
+
+// One of them fails.
+
+struct Refused {
+  const char* name;
+  std::size_t place;
+  const char* line;   // in the one line that tells of it
+  const char* rows;   // behind the step
+  const char* later;  // behind the next one
+};
+
+void PrintTo(const Refused& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class OneRefusal : public TwoCards, public testing::WithParamInterface<Refused> {
+ protected:
+  void Refuse() {
+    m_Statements.BeginFailing(GetParam().place, DBEXCEPTION::DatabaseException("no luck"));
+  }
+  void ExpectRefused(const Cells& lines) {
+    m_Statements.Begin();
+    EXPECT_THAT(FailuresIn(lines), ElementsAre(HasSubstr(GetParam().line)));
+    EXPECT_EQ(Rows(), GetParam().rows);
+  }
+  void ExpectGoodScan() {
+    ScanOnce();
+    EXPECT_THAT(FailuresIn(m_DatabaseLines), IsEmpty());
+    EXPECT_EQ(Rows(), GetParam().later);
+  }
+};
+
+#define ALL_CASES(fixture, ...)                   \
+  INSTANTIATE_TEST_SUITE_P(                       \
+      All, fixture, testing::Values(__VA_ARGS__), \
+      [](const testing::TestParamInfo<Refused>& each) { return std::string(each.param.name); })
+
+class RefusalAtTheStart : public OneRefusal {};
+
+TEST_P(RefusalAtTheStart, CostsOneRow) {
+  Refuse();
+  StartWatch();
+  EXPECT_THAT(m_Host.m_AdapterIDs, SizeIs(2));
+  EXPECT_THAT(m_Host.Topology(), SizeIs(5));
+  ExpectRefused(m_Host.Traces(128));
+  ExpectGoodScan();
+}
+
+constexpr const char* WITHOUT_A1 = "A S2 50, D S1 512, D S2 512, P";
+constexpr const char* WITHOUT_D1 = "A S1 50, A S2 50, D S2 512, P";
+constexpr const char* WITHOUT_A2 = "A S1 50, D S1 512, D S2 512, P";
+constexpr const char* WITHOUT_D2 = "A S1 50, A S2 50, D S1 512, P";
+constexpr const char* WITHOUT_P = "A S1 50, A S2 50, D S1 512, D S2 512";
+
+ALL_CASES(RefusalAtTheStart,
+          Refused{"FirstAdaptersKey", 1, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
+          Refused{"FirstAdapter", 2, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
+          Refused{"FirstDrivesKey", 3, "inserting PD", WITHOUT_D1, WITHOUT_D1},
+          Refused{"FirstDrive", 4, "inserting PD", WITHOUT_D1, WITHOUT_D1},
+          Refused{"SecondAdaptersKey", 5, "inserting Adapter", WITHOUT_A2, WITHOUT_A2},
+          Refused{"SecondAdapter", 6, "inserting Adapter", WITHOUT_A2, WITHOUT_A2},
+          Refused{"SecondDrivesKey", 7, "inserting PD", WITHOUT_D2, WITHOUT_D2},
+          Refused{"SecondDrive", 8, "inserting PD", WITHOUT_D2, WITHOUT_D2},
+          Refused{"PlugInsKey", 9, "Plugin FusionIO inserted to db. (", WITHOUT_P, WITHOUT_P},
+          Refused{"PlugIn", 10, "Plugin FusionIO inserted to db. (", WITHOUT_P, WITHOUT_P});
+
+class RefusalAtAChange : public OneRefusal {};
+
+// An adapter's row shows the values before its change.
+TEST_P(RefusalAtAChange, CostsOneRowUntilTheNextOne) {
+  StartWatch();
+  SetTemperature("60.0");
+  AwaitScans();
+  SetTemperature("70.0");
+  SetSectors("4096");
+  Refuse();
+  ScanOnce();
+  ExpectRefused(m_DatabaseLines);
+  EXPECT_THAT(Events(), ElementsAre(HasSubstr("object 2 "), HasSubstr("object 4 ")));
+  SetTemperature("80.0");
+  ExpectGoodScan();
+}
+
+constexpr const char* CHANGED = "A S1 70, A S2 50, D S1 4096, D S2 4096, P";
+
+ALL_CASES(RefusalAtAChange,
+          Refused{"FindingTheAdapter", 1, "updating Adapter",
+                  "A S1 50, A S2 50, D S1 4096, D S2 4096, P", CHANGED},
+          Refused{"TheAdapter", 2, "updating Adapter", "A S1 50, A S2 50, D S1 4096, D S2 4096, P",
+                  CHANGED},
+          Refused{"FindingTheFirstDrive", 3, "updating PD",
+                  "A S1 60, A S2 50, D S1 512, D S2 4096, P", CHANGED},
+          Refused{"TheFirstDrive", 4, "updating PD", "A S1 60, A S2 50, D S1 512, D S2 4096, P",
+                  CHANGED},
+          Refused{"FindingTheSecondDrive", 5, "updating PD",
+                  "A S1 60, A S2 50, D S1 4096, D S2 512, P", CHANGED},
+          Refused{"TheSecondDrive", 6, "updating PD", "A S1 60, A S2 50, D S1 4096, D S2 512, P",
+                  CHANGED});
+
+class RefusalAtAGoing : public OneRefusal {};
+
+TEST_P(RefusalAtAGoing, CostsOneRowUntilTheNextScan) {
+  StartWatch();
+  SetSectors("4096");
+  Hide(1);
+  Refuse();
+  ScanOnce();
+  ExpectRefused(m_DatabaseLines);
+  EXPECT_THAT(m_Host.Topology(), SizeIs(3));
+  ExpectGoodScan();
+}
+
+// Nobody looks after the row of an adapter that has gone.
+constexpr const char* STILL_THERE = "A S1 50, A S2 50, D S1 4096, D S2 512, P";
+constexpr const char* GONE = "A S1 50, D S1 4096, D S2 512, P";
+
+ALL_CASES(RefusalAtAGoing, Refused{"TheAdapter", 1, "removing Adapter", STILL_THERE, STILL_THERE},
+          Refused{"FindingTheOtherDrive", 2, "updating PD", "A S1 50, D S1 512, D S2 512, P", GONE},
+          Refused{"TheOtherDrive", 3, "updating PD", "A S1 50, D S1 512, D S2 512, P", GONE});
+
+class RefusalAtAComing : public OneRefusal {};
+
+TEST_P(RefusalAtAComing, CostsOneRow) {
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  Show(1);
+  SetSectors("4096");
+  Refuse();
+  ScanOnce();
+  ExpectRefused(m_DatabaseLines);
+  EXPECT_THAT(m_Host.Topology(), SizeIs(5));
+  ExpectGoodScan();
+}
+
+// The drive's row of its first time is still there, and is the one that is kept up.
+constexpr const char* BACK = "A S1 50, A S2 50, D S1 4096, D S2 4096, D S2 4096, P";
+constexpr const char* BACK_WITHOUT_ADAPTER = "A S1 50, D S1 4096, D S2 4096, D S2 4096, P";
+constexpr const char* BACK_WITHOUT_DRIVE = "A S1 50, A S2 50, D S1 4096, D S2 4096, P";
+constexpr const char* BACK_BUT_D1 = "A S1 50, A S2 50, D S1 512, D S2 4096, D S2 4096, P";
+constexpr const char* BACK_BUT_D2 = "A S1 50, A S2 50, D S1 4096, D S2 512, D S2 4096, P";
+
+ALL_CASES(RefusalAtAComing,
+          Refused{"ItsAdaptersKey", 1, "inserting Adapter", BACK_WITHOUT_ADAPTER,
+                  BACK_WITHOUT_ADAPTER},
+          Refused{"ItsAdapter", 2, "inserting Adapter", BACK_WITHOUT_ADAPTER, BACK_WITHOUT_ADAPTER},
+          Refused{"ItsDrivesKey", 3, "inserting PD", BACK_WITHOUT_DRIVE, BACK_WITHOUT_DRIVE},
+          Refused{"ItsDrive", 4, "inserting PD", BACK_WITHOUT_DRIVE, BACK_WITHOUT_DRIVE},
+          Refused{"FindingTheOtherDrive", 5, "updating PD", BACK_BUT_D1, BACK},
+          Refused{"TheOtherDrive", 6, "updating PD", BACK_BUT_D1, BACK},
+          Refused{"FindingItsDrive", 7, "updating PD", BACK_BUT_D2, BACK},
+          Refused{"ItsDriveAgain", 8, "updating PD", BACK_BUT_D2, BACK});
+
+// What is no failure of the database is not the plug-in's to hold.
+
+class OtherFailure : public TwoCards, public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(OtherFailure, LeavesTheStartAsItIsAndFreesTheLocks) {
+  m_Statements.BeginFailing(GetParam(), std::runtime_error("as it is"));
+  EXPECT_THROW(
+      try { m_Host.Initialize(); } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "as it is");
+        throw;
+      },
+      std::runtime_error);
+  EXPECT_THAT(m_Statements.Statements(), SizeIs(GetParam()));
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
+  EXPECT_THAT(FailuresIn(m_Host.Traces(128)), IsEmpty());
+  EXPECT_THAT(m_Host.Traces(2), testing::Not(testing::Contains(HasSubstr("LEAVE Initialize"))));
+}
+
+INSTANTIATE_TEST_SUITE_P(AtEachStatement, OtherFailure, testing::Range<std::size_t>(1, 11));
+
+TEST_F(RowStatements, OfAFailureThatPassedLeaveNoLine) {
+  m_Statements.BeginFailing(1, std::runtime_error("as it is"));
+  EXPECT_THROW(m_Host.Initialize(), std::runtime_error);
+  EXPECT_THAT(m_Host.Traces(128), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,118 @@
+// What the rows show once the host has had a card detached, attached or formatted.
+
+#include <ostream>
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr std::uint32_t BLOCK_SIZE = 30460;
+constexpr int BYTES_4096 = 40049;
+
+class RowsAfterOperations : public Watched {
+ protected:
+  // One card of 50 degrees in that state, whose jobs take no time.
+  void RunWith(const char* state) {
+    AddCards(1);
+    Set("card0", "iom_state", state);
+    for (const char* job : {"attach_ms", "detach_ms", "format_ms"}) Set("card0", job, "0");
+    Set("card0", "temp_internal_deg_c", "50.0");
+    Set("card0", "factory_size_bytes", "1099511627776");
+    Set("card0", "iom_format_max_size_bytes", "1099511627776");
+    Set("card0", "overformat_size_bytes", "2199023255552");
+    Set("card0", "sector_size_bytes", "512");
+    StartWatch();
+  }
+  // A change that nobody asked the plug-in for.
+  void Warm(const char* celsius) {
+    Set("card0", "temp_internal_deg_c", celsius);
+    AwaitScans();
+  }
+  std::string CardState() { return m_Host.Cards().Get("card0", "iom_state"); }
+
+  // Status, reasons and activity of the adapter; temperature; the drive's status, sector size, and
+  // sizes of the factory and at most.
+  static std::string Rows() {
+    const auto rendered = [](const char* table, const Cells& columns) {
+      std::string text;
+      for (const std::string& column : columns) text += " " + Column(table, column).at(0);
+      return text;
+    };
+    return "adapter" +
+           rendered(ADAPTER_ROWS, {"ad_status_name", "ad_status_reason_names", "ad_activity_names",
+                                   "ad_temperature"}) +
+           ", drive" +
+           rendered(DRIVE_ROWS, {"pd_status_name", "pd_sector_size", "pd_factory_size",
+                                 "pd_configurable_size"});
+  }
+
+  const DatabaseLife m_Database;
+};
+
+TEST_F(RowsAfterOperations, OfADetachShowItAtTheNextChange) {
+  RunWith("2");
+  ASSERT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
+  AwaitScans(2);
+  EXPECT_EQ(CardState(), "0");
+  EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+  Warm("60.0");
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+  Warm("70.0");
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 60, drive AVAILABLE 512 1048576 2097152");
+}
+
+TEST_F(RowsAfterOperations, OfAnAttachShowItAtTheNextChange) {
+  RunWith("0");
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+  ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  AwaitScans(2);
+  EXPECT_EQ(CardState(), "2");
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+  Warm("60.0");
+  EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+}
+
+// A job of its length: the scans on the way write what they see one change late.
+TEST_F(RowsAfterOperations, OfALongAttachShowItsWayFirst) {
+  RunWith("0");
+  Set("card0", "attach_ms", "60000");
+  ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  AwaitScans(2);
+  EXPECT_EQ(CardState(), "1");
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+  PassMs(90000);
+  EXPECT_EQ(CardState(), "2");
+  EXPECT_EQ(Rows(), "adapter WARNING  ATTACHING 50, drive AVAILABLE 512 1048576 2097152");
+  Warm("60.0");
+  EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+}
+
+TEST_F(RowsAfterOperations, OfAFormatShowItsSectorsAtTheNextScan) {
+  RunWith("0");
+  PI::CProperty sectors(PI::Property::CHOICE_PARAM, true);
+  sectors.m_NameID = BLOCK_SIZE;
+  sectors.SetValue(BYTES_4096, std::vector<int>{BYTES_4096});
+  ASSERT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_FORMAT_DEVICE, {sectors}), 0U);
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+  AwaitScans();
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 4096 1048576 2097152");
+  Warm("60.0");
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 4096 1048576 2097152");
+  Warm("70.0");
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 60, drive AVAILABLE 4096 1048576 2097152");
+}
+
+TEST_F(RowsAfterOperations, OfAFormatThatFailsStay) {
+  RunWith("0");
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 5, "no luck");
+  EXPECT_NE(m_Host.Run(FIRST_DRIVE, PI::OP_FORMAT_DEVICE), 0U);
+  AwaitScans(2);
+  EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
+}
+
+}  // namespace
+}  // namespace CorvaneTest

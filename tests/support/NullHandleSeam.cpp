@@ -1,0 +1,94 @@
+// Stands before the card library's reads, and the helper of the host that gets what they give: an
+// executable's own definitions are found first. Whatever no test has asked for goes on to where it
+// would have gone.
+
+#include "tests/support/NullHandleSeam.h"
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <cstring>
+
+#include "host/PluginInterface.h"
+
+namespace CorvaneTest {
+
+namespace {
+
+std::atomic<NullHandleAnswers*> g_pAnswers{nullptr};
+
+NullHandleAnswers* AnswersFor(const void* handle) {
+  return handle == nullptr ? g_pAnswers.load() : nullptr;
+}
+
+void NoteHelper(const std::string& call) {
+  if (NullHandleAnswers* const answers = g_pAnswers) answers->m_Calls.push_back(call);
+}
+
+// The definition of a function that this file stands in front of.
+template <class Function>
+Function* Next(Function*, const char* symbol) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
+}
+
+}  // namespace
+
+NullHandleAnswers::NullHandleAnswers() {
+  g_pAnswers = this;
+}
+
+NullHandleAnswers::~NullHandleAnswers() {
+  g_pAnswers = nullptr;
+}
+
+void NullHandleAnswers::Note(const std::string& function, const vsl_error_record* record) {
+  static const vsl_error_record zero{};
+  const bool isZero = record != nullptr && std::memcmp(record, &zero, sizeof zero) == 0;
+  m_Calls.push_back(function + (isZero ? "" : " (record not zero)"));
+}
+
+}  // namespace CorvaneTest
+
+#define SEAM_PAIR(type, name)                                                     \
+  extern "C" VSL_API bool vsl_has_##name(void* handle, vsl_error_record* err) {   \
+    static const auto next = CorvaneTest::Next(vsl_has_##name, "vsl_has_" #name); \
+    auto* const answers = CorvaneTest::AnswersFor(handle);                        \
+    if (answers == nullptr) return next(handle, err);                             \
+    answers->Note("vsl_has_" #name, err);                                         \
+    return answers->name.has_value();                                             \
+  }                                                                               \
+  extern "C" VSL_API type vsl_##name(void* handle, vsl_error_record* err) {       \
+    static const auto next = CorvaneTest::Next(vsl_##name, "vsl_" #name);         \
+    auto* const answers = CorvaneTest::AnswersFor(handle);                        \
+    if (answers == nullptr) return next(handle, err);                             \
+    answers->Note("vsl_" #name, err);                                             \
+    return answers->name.value_or(type());                                        \
+  }
+
+SEAM_PAIR(std::uint32_t, rated_endurance_tbytes)
+SEAM_PAIR(float, rated_writes_remaining_percent)
+SEAM_PAIR(std::uint64_t, total_physical_bytes_read)
+SEAM_PAIR(std::uint64_t, total_physical_bytes_written)
+#undef SEAM_PAIR
+
+namespace PI {
+
+bool CPluginHelper::ConvertBytesToOtherUnit(unsigned long bytes, float& value, _UNITS& unit) {
+  static const auto next = CorvaneTest::Next(
+      ConvertBytesToOtherUnit, "_ZN2PI13CPluginHelper23ConvertBytesToOtherUnitEmRfRNS_6_UNITSE");
+  CorvaneTest::NoteHelper("ConvertBytesToOtherUnit " + std::to_string(bytes));
+  return next(bytes, value, unit);
+}
+
+void CPluginHelper::ComputeRemainingLifeTime(unsigned long usedHours, unsigned long bytesWritten,
+                                             unsigned int usedPercent, unsigned long ratedTBytes,
+                                             unsigned long& remainingHours) {
+  static const auto next = CorvaneTest::Next(
+      ComputeRemainingLifeTime, "_ZN2PI13CPluginHelper24ComputeRemainingLifeTimeEmmjmRm");
+  CorvaneTest::NoteHelper("ComputeRemainingLifeTime " + std::to_string(usedHours) + " " +
+                          std::to_string(bytesWritten) + " " + std::to_string(usedPercent) + " " +
+                          std::to_string(ratedTBytes));
+  next(usedHours, bytesWritten, usedPercent, ratedTBytes, remainingHours);
+}
+
+}  // namespace PI

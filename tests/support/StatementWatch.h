@@ -1,0 +1,71 @@
+// Somebody between the plug-in and the host's database, who notes the statements and refuses one.
+#pragma once
+
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/Database.h"
+#include "orm/storage.h"
+
+namespace CorvaneTest {
+
+// Stands there for as long as it lives. It is put in and taken away while nobody runs a statement.
+class StatementWatch {
+ public:
+  StatementWatch() : m_pStorage(getDatabasePointer()) {
+    m_pBetween = std::make_shared<Between>(m_pStorage->dao);
+    m_pStorage->dao = m_pBetween;
+  }
+  ~StatementWatch() { m_pStorage->dao = m_pBetween->m_pDatabase; }
+  StatementWatch(const StatementWatch&) = delete;
+  StatementWatch& operator=(const StatementWatch&) = delete;
+
+  // From now on; every statement since, those of a test too.
+  void Begin() {
+    const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
+    m_pBetween->m_Statements.clear();
+    m_pBetween->m_FailingPlace = 0;
+  }
+  // As `Begin`; the statement at that place, counted from 1, throws and never runs.
+  template <class Failure>
+  void BeginFailing(std::size_t place, Failure failure) {
+    Begin();
+    const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
+    m_pBetween->m_FailingPlace = place;
+    m_pBetween->m_pFailure = std::make_exception_ptr(std::move(failure));
+  }
+  std::vector<std::string> Statements() const {
+    const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
+    return m_pBetween->m_Statements;
+  }
+
+ private:
+  struct Between : DatabaseWrapper::DatabaseDAO {
+    explicit Between(std::shared_ptr<DatabaseWrapper::DatabaseDAO> database)
+        : m_pDatabase(std::move(database)) {}
+
+    std::vector<std::string> query(std::string sql) override {
+      {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Statements.push_back(sql);
+        if (m_Statements.size() == m_FailingPlace) std::rethrow_exception(m_pFailure);
+      }
+      return m_pDatabase->query(std::move(sql));
+    }
+
+    const std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_pDatabase;
+    std::mutex m_Mutex;
+    std::vector<std::string> m_Statements;
+    std::size_t m_FailingPlace = 0;
+    std::exception_ptr m_pFailure;
+  };
+
+  const std::shared_ptr<DatabaseORM::storage_t> m_pStorage;
+  std::shared_ptr<Between> m_pBetween;
+};
+
+}  // namespace CorvaneTest
