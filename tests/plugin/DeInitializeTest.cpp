@@ -6,7 +6,6 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
-#include "tests/support/OwnThreads.h"
 
 namespace CorvaneTest {
 namespace {
@@ -75,7 +74,7 @@ class DeInitialize : public testing::Test {
     while (!AllEnded()) SleepMs(100);
   }
   static bool AllEnded() {
-    for (const HostKit::ThreadView& thread : OwnThreads()) {
+    for (const HostKit::ThreadView& thread : HostKit::Threads()) {
       if (!thread.ended) return false;
     }
     return true;
@@ -258,8 +257,8 @@ TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));
   EXPECT_EQ(m_Ms, 25200U);
   AwaitJobs();
-  ASSERT_EQ(OwnThreads().size(), 1U);
-  EXPECT_FALSE(OwnThreads()[0].cancelled);
+  ASSERT_EQ(HostKit::Threads().size(), 1U);
+  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
 }
 
@@ -276,7 +275,7 @@ TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
   EXPECT_EQ(m_Ms, 25200U);
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
   AwaitJobs();
-  for (const HostKit::ThreadView& thread : OwnThreads()) EXPECT_FALSE(thread.cancelled);
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_FALSE(thread.cancelled);
 }
 
 TEST_F(DeInitialize, ASecondTimeWaitsForAJobThatWasGivenUp) {

@@ -7,7 +7,6 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
-#include "tests/support/OwnThreads.h"
 
 namespace CorvaneTest {
 namespace {
@@ -338,7 +337,7 @@ TEST_F(Initialize, HoldsTheDataLockForTheScanAndFreesIt) {
 TEST_F(Initialize, StartsNoThread) {
   AddCards(1);
   ASSERT_EQ(Run().result, 0U);
-  EXPECT_THAT(OwnThreads(), IsEmpty());
+  EXPECT_THAT(HostKit::Threads(), IsEmpty());
 }
 
 // What is left of the start when the scan gave nothing.

@@ -13,7 +13,6 @@
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/HostThread.h"
-#include "tests/support/OwnThreads.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -74,7 +73,7 @@ class Busy {
   // Stops the plug-in, so that nobody is at work any more.
   void ExpectNothingLeft() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
-    for (const HostKit::ThreadView& thread : OwnThreads()) {
+    for (const HostKit::ThreadView& thread : HostKit::Threads()) {
       EXPECT_TRUE(thread.ended);
       EXPECT_FALSE(thread.cancelled);
     }

@@ -3,7 +3,6 @@
 #include <map>
 
 #include "tests/plugin/Watch.h"
-#include "tests/support/OwnThreads.h"
 
 namespace CorvaneTest {
 namespace {
@@ -418,7 +417,7 @@ TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
   EXPECT_THAT(TimesOf("16 Kill Attach"), SizeIs(1));
   EXPECT_THAT(TimesOf("16 Kill Worker"), IsEmpty());
   PassMs(30000);
-  for (const HostKit::ThreadView& thread : OwnThreads()) {
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) {
     EXPECT_TRUE(thread.ended);
     EXPECT_FALSE(thread.cancelled);
   }
@@ -438,7 +437,7 @@ TEST_F(WorkerFaults, TwoWorkersWatchWhenNumbersAreGivenTwiceAndBothEnd) {
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   Settle();
   EXPECT_THAT(TimesOf("2 LEAVE Worker()"), SizeIs(2));
-  for (const HostKit::ThreadView& thread : OwnThreads()) EXPECT_TRUE(thread.ended);
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_TRUE(thread.ended);
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
