@@ -60,14 +60,12 @@ class Filter {
   bool IsNone() const { return m_Text.empty(); }
 
   // Throws `Failure` when nobody has ever had the name.
-  void Choose(const Model& model, const std::vector<LoggedEvent>& log) {
+  void Choose(const Model& model, History& history) {
     if (IsNone()) return;
     try {
       m_Selector = Select(model, m_Text).m_Selector;
     } catch (const Failure& failure) {
-      const bool known = std::any_of(log.begin(), log.end(),
-                                     [this](const LoggedEvent& event) { return IsNamed(event); });
-      if (failure.m_Id != "NO_SUCH_OBJECT" || !known) throw;
+      if (failure.m_Id != "NO_SUCH_OBJECT" || !IsIn(history.Read(0, kNoLimit))) throw;
     }
   }
 
@@ -82,6 +80,11 @@ class Filter {
   }
 
  private:
+  bool IsIn(const std::vector<LoggedEvent>& log) const {
+    return std::any_of(log.begin(), log.end(),
+                       [this](const LoggedEvent& event) { return IsNamed(event); });
+  }
+
   bool IsNamed(const LoggedEvent& event) const {
     return event.m_SerialNumber == m_Text || event.m_SourceName == m_Text;
   }
@@ -103,16 +106,34 @@ Answer AnswerOf(const std::vector<Told>& events) {
   return answer;
 }
 
-void Keep(std::vector<Told>& events, const Model& model, const Filter& filter) {
-  events.erase(std::remove_if(events.begin(), events.end(),
-                              [&](const Told& told) { return !filter.Fits(model, told); }),
-               events.end());
+template <class Find>
+std::vector<Told> Chosen(const std::vector<LoggedEvent>& events, const Model& model,
+                         const Filter& filter, Find find) {
+  std::vector<Told> chosen;
+  chosen.reserve(events.size());
+  for (const LoggedEvent& event : events) {
+    const Told told = {find(event), event};
+    if (filter.Fits(model, told)) chosen.push_back(told);
+  }
+  return chosen;
+}
+
+// Of events that have just come.
+std::vector<Told> ChosenNow(const std::vector<LoggedEvent>& events, const Model& model,
+                            const Filter& filter) {
+  return Chosen(events, model, filter,
+                [&](const LoggedEvent& event) { return model.Find(event.m_ObjectID); });
 }
 
 void TellOlder(Talk& talk, std::size_t shown) {
   talk.Note("OLDER_EVENTS",
             fmt::format("the newest {} events are shown; the log has older ones", shown),
             {"See more of it with --limit N or --since 2d."});
+}
+
+void DropOldest(std::vector<Told>& events, std::size_t limit) {
+  const std::size_t surplus = events.size() - std::min(events.size(), limit);
+  events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
 }
 
 // The log as it was, and what waits. The events are taken before the objects, so that none bears
@@ -124,28 +145,22 @@ Answer Begin(Context& context, const Wish& wish, Filter& filter) {
   const std::vector<LoggedEvent> log = context.EventLog().Read(wish.m_Since, limit);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
   const Model model = context.Objects();
-  filter.Choose(model, filter.IsNone() ? log : context.EventLog().Read(0, kNoLimit));
+  filter.Choose(model, context.EventLog());
   const Namesakes namesakes(model);
-  std::vector<Told> events;
-  for (const LoggedEvent& event : log) events.push_back({namesakes.Find(event), event});
-  Keep(events, model, filter);
-  if (events.size() > wish.m_Limit) {
-    const std::size_t surplus = events.size() - wish.m_Limit;
-    events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
-    if (context.m_Options.m_Limit.empty()) TellOlder(context.m_Talk, wish.m_Limit);
-  }
-  for (const LoggedEvent& event : fresh) events.push_back({model.Find(event.m_ObjectID), event});
-  Keep(events, model, filter);
+  std::vector<Told> events =
+      Chosen(log, model, filter, [&](const LoggedEvent& event) { return namesakes.Find(event); });
+  const bool hasOlder = events.size() > wish.m_Limit;
+  DropOldest(events, wish.m_Limit);
+  if (hasOlder && context.m_Options.m_Limit.empty()) TellOlder(context.m_Talk, wish.m_Limit);
+  const std::vector<Told> now = ChosenNow(fresh, model, filter);
+  events.insert(events.end(), now.begin(), now.end());
   return AnswerOf(events);
 }
 
 Answer Collect(Context& context, const Filter& filter) {
   const std::vector<LoggedEvent> fresh = context.Open().CollectEvents();
   const Model model = context.Objects();
-  std::vector<Told> events;
-  for (const LoggedEvent& event : fresh) events.push_back({model.Find(event.m_ObjectID), event});
-  Keep(events, model, filter);
-  return AnswerOf(events);
+  return AnswerOf(ChosenNow(fresh, model, filter));
 }
 
 // Each batch is written at once. Ends when the time is over or nobody reads any more; a signal ends

@@ -27,7 +27,6 @@ setup_file() {
   keep already own already attach a0 -y &
   keep dry own dry detach a0 --dry-run &
   keep nobody own nobody detach a0 &
-  keep noinput answering noinput "" detach a0 --no-input &
   wait
   keep broken own broken detach a0 -y &
   keep used own used detach a0 -y &
@@ -45,9 +44,6 @@ setup_file() {
   wait
   keep offline own offline offline a0/d0 -y &
   keep units own units offline a0/d0 &
-  keep yes answering yes 'y\n' attach a0 &
-  keep no answering no '\n' attach a0 &
-  keep halt answering halt '\003' detach a0 &
   CORVANE_SYSFS="$BATS_FILE_TMPDIR/used" keep mounted mounted &
   wait
   keep online own offline online a0/d0 -y
@@ -114,9 +110,7 @@ Nothing was changed." "$(out dry)"
     said "$name" "  Say -y to do it without a question."
   done
   said nobody "corvane-host: detaching a0 failed: nobody can be asked here whether to do it"
-  ended noinput 4
-  typed noinput | grep -qx "  Nothing was changed."
-  untouched nobody units noinput
+  untouched nobody units
 }
 
 @test "a card that does not carry it out fails" {
@@ -196,26 +190,6 @@ Nothing was changed." "$(out dry)"
   ended online 0
   same "a0/d0: offline -> online" "$(out online)"
   untouched offline
-}
-
-@test "on a terminal a yes is asked for, and time is shown" {
-  ended yes 0
-  typed yes | grep -q "Attach the adapter? \[y/N\] y$"
-  typed yes | grep -q "Attaching a0 ... 0:00 gone"
-  typed yes | grep -qx "a0: detached -> attached"
-  same 2 "$(card yes iom_state)"
-}
-
-@test "anything but a yes is a no" {
-  ended no 4
-  typed no | grep -qx "corvane-host: attaching a0 failed: it was not wanted"
-  same 0 "$(card no iom_state)"
-}
-
-@test "Ctrl-C at the question changes nothing" {
-  ended halt 130
-  typed halt | grep -qx "corvane-host: detaching a0 failed: it was stopped by a signal"
-  untouched halt
 }
 
 @test "a card whose disk is mounted or held is not detached" {

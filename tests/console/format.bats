@@ -30,10 +30,6 @@ setup_file() {
   wait
   keep attached own attached format a0/d0 --confirm S100 &
   keep odd own odd format a0/d0 --confirm S100 --sector-size 513 &
-  keep typed answering typed 'S100\n' format a0/d0 --capacity 50 &
-  keep mistyped answering mistyped 'S101\n' format a0/d0 &
-  keep enter answering enter '\n' format a0/d0 &
-  keep halt answering halt '\003' format a0/d0 &
   wait
 }
 
@@ -121,22 +117,4 @@ a0/d0	sector_size_bytes	512	512" "$(out same)"
   ended odd 1
   said odd "  Run it again with --trace 2,16 to see what the card library said."
   untouched odd
-}
-
-@test "on a terminal the serial number is retyped, with the light blinking" {
-  ended typed 0
-  typed typed | grep -qx "  Where   the light of its card is blinking now"
-  typed typed | grep -q "Type the serial number to go on (Enter stops): S100$"
-  typed typed | grep -q "Formatting a0/d0 ... 0:00 gone"
-  typed typed | grep -qx "Done in 0:00. a0/d0: 512.0 GiB, 512 B sectors."
-  same false "$(card typed beacon_state)"
-}
-
-@test "a slip, an empty line and Ctrl-C change nothing, and the light is off again" {
-  ended mistyped 4
-  typed mistyped | grep -qx "corvane-host: formatting a0/d0 failed: 'S101' is not its serial number"
-  ended enter 4
-  ended halt 130
-  typed halt | grep -qx "  Nothing was changed."
-  untouched mistyped enter halt
 }

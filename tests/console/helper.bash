@@ -132,23 +132,6 @@ untouched() {
   for name; do cmp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
 }
 
-# answering NAME ANSWER ARGUMENTS...: on a terminal, with ANSWER typed once something is asked.
-answering() {
-  local file="$BATS_FILE_TMPDIR/$1.json"
-  cp -n "$CARDSIM_STATE" "$file"
-  {
-    until grep -q '\[y/N\]\|Type the serial' "$BATS_FILE_TMPDIR/$1.out" 2>/dev/null; do
-      sleep 0.1
-      [ $((waited += 1)) -lt 200 ] || exit 1
-    done
-    printf '%b' "$2"
-    sleep 0.3
-  } | TERM=xterm script -qefc "corvane-host --simulate=$file ${*:3}" /dev/null
-}
-
-# typed NAME: what the terminal showed, without its returns.
-typed() { out "$1" | tr -d '\r'; }
-
 # Runs a program on a terminal and plays with it; by Debian's interpreter, which has the terminal's
 # model.
 screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }

@@ -13,14 +13,14 @@ setup_file() {
   local json
   # Attached for the questions, detached for the formats: an attached card takes none.
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.before"
-  for json in yes no enter eof halt edit narrow dumb piped; do
+  for json in yes no enter eof halt edit narrow dumb piped offline forced op; do
     cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$json.json"
   done
   cardsim set card0 iom_state 0
   cardsim set card0 iom_format_max_size_bytes 1099511627776
 
   on yes 24x120 see "Detach the adapter? [y/N]" press y press Enter ends 0 \
-    see "a0: attached -> detached" -- detach a0 &
+    see "Detaching a0 ... 0:00 gone" see "a0: attached -> detached" -- detach a0 &
   on no 24x120 see "[y/N]" press n press Enter ends 4 see "it was not wanted" -- detach a0 &
   on enter 24x120 see "[y/N]" press Enter ends 4 see "Nothing was changed." -- detach a0 &
   on eof 24x120 see "[y/N]" press Ctrl-D ends 4 see "Nothing was changed." -- detach a0 &
@@ -34,7 +34,7 @@ setup_file() {
     -- sh -c "corvane-host --simulate='$BATS_FILE_TMPDIR/piped.json' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
   on right 24x120 see "Where   the light of its card is blinking now" see "(Enter stops):" \
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
-    press 0 press Enter ends 0 see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
+    press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:00 gone" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
   on wrong 24x120 see "(Enter stops):" press S200 press Enter ends 4 \
     see "'S200' is not its serial number" -- format a0/d0 &
   on almost 24x120 see "(Enter stops):" press s100 press Enter ends 4 see "Nothing was changed." \
@@ -48,9 +48,16 @@ setup_file() {
   on dry 24x120 see "Nothing was changed." ends 0 see "ALL DATA ON THIS DRIVE WILL BE LOST" \
     -- format a0/d0 --dry-run --capacity 50 &
   wait
+  on attach 24x120 see "Attach the adapter? [y/N]" press yes press Enter ends 0 \
+    see "Attaching a0 ... 0:00 gone" see "a0: detached -> attached" -- attach a0 &
+  on offline 24x120 see "[y/N]" press Ctrl-C ends 130 see "Nothing was changed." -- offline a0/d0 &
+  on forced 24x120 see "By force: " see "[y/N]" press Enter ends 4 -- detach a0 --force &
+  on op 24x120 see "[y/N]" press no press Enter ends 4 -- op run a0 DETACH &
+  on opformat 24x120 see "(Enter stops):" press S101 press Enter ends 4 -- op run a0/d0 FORMAT_DEVICE &
+  wait
   keep script own script format a0/d0 --capacity 50 &
-  keep noinput screen 24x120 see "Nothing was changed." ends 4 -- \
-    corvane-host --simulate="$CARDSIM_STATE" format a0/d0 --no-input &
+  on noinput 24x120 see "Nothing was changed." ends 4 -- format a0/d0 --no-input &
+  on noquestion 24x120 see "nobody can be asked here" ends 4 -- attach a0 --no-input &
   keep mounted mounted &
   wait
 }
@@ -106,6 +113,13 @@ as_before() {
   as_before halt
 }
 
+@test "each operation that may disturb asks" {
+  played attach offline forced op opformat
+  same 2 "$(card attach iom_state)"
+  as_before offline forced op
+  untouched opformat
+}
+
 @test "the answer can be edited, also on a narrow terminal" {
   played edit narrow
   as_before edit narrow
@@ -138,11 +152,11 @@ as_before() {
   run ! grep -q "Enter stops" "$BATS_FILE_TMPDIR/dry.out"
 }
 
-@test "without a terminal, and when nothing may be asked, a format is refused" {
+@test "without a terminal, and when nothing may be asked, it is refused" {
   ended script 4
   said script "  Nothing was changed."
-  untouched script
-  played noinput
+  played noinput noquestion
+  untouched script noinput noquestion
 }
 
 @test "a drive that is in use is not even asked about" {

@@ -13,6 +13,14 @@ setup_file() {
   keep never on_terminal xterm corvane-host --simulate list --color never &
   NO_COLOR=1 keep nocolour on_terminal xterm corvane-host --simulate list &
   NO_COLOR=1 keep always on_terminal xterm corvane-host --simulate list --color always &
+  export TERM=xterm
+  keep status screen 24x100 see "WARNING" coloured "WARNING" see "ok" coloured "ok" ends 0 \
+    -- corvane-host --simulate status &
+  keep piped host status &
+  export CONSOLE_TEST_PLUGIN=events
+  keep events screen 24x100 see "warning" coloured "warning" uncoloured "CTRL_" ends 0 \
+    -- corvane-host --plugin "$ODD_PLUGIN" events &
+  keep pipedevents odd events events &
   wait
 }
 
@@ -27,6 +35,16 @@ coloured() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
 @test "states are coloured on a terminal" {
   coloured auto
   grep -q $'\x1b\\[32mok' "$BATS_FILE_TMPDIR/auto.out"
+}
+
+@test "status and events are coloured on a terminal, and not in a pipe" {
+  ended status 0 || { err status; false; }
+  ended events 0 || { err events; false; }
+  same 1 "$(out pipedevents | grep -c ' warning ')"
+  local name
+  for name in piped pipedevents; do
+    run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/$name.out"
+  done
 }
 
 @test "NO_COLOR, a dumb terminal and --color never are respected" {
