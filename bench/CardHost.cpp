@@ -1,0 +1,106 @@
+#include "bench/CardHost.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "Corvane/Src/Corvane.h"
+#include "cardsim/cardsim.h"
+#include "hostkit/Database.h"
+#include "hostkit/Scheduler.h"
+#include "hostkit/Tracing.h"
+
+namespace CorvaneBench {
+namespace {
+
+constexpr std::uint16_t kDeviceId = 0x1003;
+
+// In memory where there is such a place: no disk is to be measured.
+std::filesystem::path MakeFolder() {
+  const std::filesystem::path memory = "/dev/shm";
+  const bool writable = access(memory.c_str(), W_OK) == 0;
+  const auto root = writable ? memory : std::filesystem::temp_directory_path();
+  std::string name = (root / "corvane-bench-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  return name;
+}
+
+void Check(unsigned int result, const std::string& what) {
+  if (result != PI::SUCCESS) throw std::runtime_error(what + " gave " + std::to_string(result));
+}
+
+}  // namespace
+
+CardHost::CardHost(int cards) : m_Folder(MakeFolder()) {
+  HostKit::UseVirtualTime();
+  HostKit::SetTraceMask(0);
+  setenv("CARDSIM_STATE", (m_Folder / "cards.json").c_str(), 1);
+  setenv("CORVANE_CONFIG_DIR", m_Folder.c_str(), 1);
+  setenv("CORVANE_SYSFS", (m_Folder / "sys").c_str(), 1);
+  setenv("CORVANE_DATABASE", ":memory:", 1);
+  std::ofstream(m_Folder / "Corvane.ini") << "PollInterval=15\n";
+  CardSim::StateFile file(m_Folder / "cards.json");
+  file.Create();
+  for (int i = 0; i < cards; ++i) file.AddCard(kDeviceId);
+  file.WriteSysfs(m_Folder / "sys");
+}
+
+CardHost::~CardHost() {
+  if (m_pPlugin != nullptr) Stop();
+  std::error_code ignored;
+  std::filesystem::remove_all(m_Folder, ignored);
+}
+
+void CardHost::Create() {
+  HostKit::ReopenDatabase();
+  Check(createIf(&m_pPlugin), "createIf");
+  m_pPlugin->m_HostNotify = [](IPLUGINAPI*) {};
+}
+
+void CardHost::Initialize() {
+  m_AdapterIDs.clear();
+  Execute(PI::CMD_INITIALIZE, 0, &m_AdapterIDs);
+}
+
+void CardHost::GiveNumbers() {
+  std::int32_t number = 0;
+  for (PI::CAdapterID& id : m_AdapterIDs) id.m_GlobalNumber = ++number;
+  Execute(PI::CMD_SET_ADAPTER_IDS, 0, &m_AdapterIDs);
+}
+
+void CardHost::Stop() {
+  m_pPlugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
+  releaseIf(&m_pPlugin);
+}
+
+void CardHost::PassSeconds(std::int64_t seconds) {
+  HostKit::SleepUntilNs(HostKit::SteadyNowNs() + seconds * 1'000'000'000);
+}
+
+std::vector<PI::CObject> CardHost::Topology() {
+  std::vector<PI::CObject> objects;
+  Execute(PI::CMD_GET_TOPOLOGY, 0, &objects);
+  return objects;
+}
+
+std::uint64_t CardHost::FirstAdapter() {
+  for (const PI::CObject& object : Topology()) {
+    if (object.m_ObjectType == PI::OBJECT_ADAPTER) return object.m_ID;
+  }
+  throw std::runtime_error("no adapter");
+}
+
+std::vector<PI::CProperty> CardHost::Properties(std::uint64_t object) {
+  std::vector<PI::CProperty> properties;
+  Execute(PI::CMD_GET_PROPERTIES, object, &properties);
+  return properties;
+}
+
+void CardHost::Execute(PI::_COMMAND command, std::uint64_t object, void* payload) {
+  Check(m_pPlugin->Execute(command, object, payload), "command " + std::to_string(command));
+}
+
+}  // namespace CorvaneBench

@@ -1,0 +1,99 @@
+// What the plug-in adds to the card library: scans, the watch, the tree and a listing.
+#include <benchmark/benchmark.h>
+
+#include <stdexcept>
+
+#include "bench/CardHost.h"
+#include "bench/LibraryTime.h"
+
+namespace CorvaneBench {
+namespace {
+
+// Which part of each stretch of work a row tells.
+using Part = double Split::*;
+constexpr Part kPlugin = &Split::m_Whole;
+constexpr Part kLibrary = &Split::m_Library;
+
+class RunningHost : public CardHost {
+ public:
+  explicit RunningHost(benchmark::State& state) : CardHost(static_cast<int>(state.range(0))) {
+    Create();
+    Initialize();
+  }
+};
+
+// A listing without cards would be fast for the wrong reason.
+void RequireObjects(const std::vector<PI::CObject>& objects, std::int64_t cards) {
+  const auto expected = static_cast<std::size_t>(1 + 2 * cards);
+  if (objects.size() != expected) throw std::runtime_error("the plug-in missed a card");
+}
+
+void Scan(benchmark::State& state, Part part) {
+  CardHost host(static_cast<int>(state.range(0)));
+  for ([[maybe_unused]] auto _ : state) {
+    host.Create();
+    state.SetIterationTime(Timed([&] { host.Initialize(); }).*part);
+    RequireObjects(host.Topology(), state.range(0));
+    host.Stop();
+  }
+}
+
+void Watch(benchmark::State& state, Part part) {
+  RunningHost host(state);
+  host.GiveNumbers();
+  host.PassSeconds(60);
+  for ([[maybe_unused]] auto _ : state) {
+    state.SetIterationTime(Timed([&] { host.PassSeconds(15); }).*part);
+  }
+}
+
+void Topology(benchmark::State& state, Part part) {
+  RunningHost host(state);
+  RequireObjects(host.Topology(), state.range(0));
+  for ([[maybe_unused]] auto _ : state) {
+    state.SetIterationTime(Timed([&] { benchmark::DoNotOptimize(host.Topology()); }).*part);
+  }
+}
+
+void TopologyCopy(benchmark::State& state) {
+  RunningHost host(state);
+  const std::vector<PI::CObject> objects = host.Topology();
+  RequireObjects(objects, state.range(0));
+  for ([[maybe_unused]] auto _ : state) {
+    std::vector<PI::CObject> copy = objects;
+    benchmark::DoNotOptimize(copy.data());
+  }
+}
+
+void Listing(benchmark::State& state, Part part) {
+  RunningHost host(state);
+  const std::uint64_t adapter = host.FirstAdapter();
+  for ([[maybe_unused]] auto _ : state) {
+    const auto list = [&] { benchmark::DoNotOptimize(host.Properties(adapter)); };
+    state.SetIterationTime(Timed(list).*part);
+  }
+}
+
+void OnCards(benchmark::internal::Benchmark* row) {
+  row->Arg(1)->Arg(8)->Arg(64);
+}
+void OnCardsTimed(benchmark::internal::Benchmark* row) {
+  OnCards(row);
+  row->UseManualTime();
+}
+
+BENCHMARK_CAPTURE(Scan, plugin, kPlugin)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Scan, library, kLibrary)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Watch, plugin, kPlugin)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Watch, library, kLibrary)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Topology, plugin, kPlugin)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Topology, library, kLibrary)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
+BENCHMARK(TopologyCopy)->Name("Topology/copy")->Apply(OnCards)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Listing, plugin, kPlugin)->Arg(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Listing, library, kLibrary)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace CorvaneBench

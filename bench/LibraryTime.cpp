@@ -1,0 +1,87 @@
+// Stands between the plug-in and the card library: an executable's own definitions are found first
+// when the plug-in is loaded. Each one takes the time and goes on to the library.
+#include "bench/LibraryTime.h"
+
+#include <dlfcn.h>
+
+#include <atomic>
+
+#include "host/vsl_abstraction.h"
+
+namespace CorvaneBench {
+namespace {
+
+std::atomic<Clock::rep> g_Inside{0};
+
+class Inside {
+ public:
+  Inside() = default;
+  ~Inside() { g_Inside += (Clock::now() - m_Begin).count(); }
+  Inside(const Inside&) = delete;
+  Inside& operator=(const Inside&) = delete;
+
+ private:
+  const Clock::time_point m_Begin = Clock::now();
+};
+
+template <class Function>
+Function* Next(Function*, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+Clock::duration InLibrary() {
+  return Clock::duration(g_Inside.load());
+}
+
+}  // namespace CorvaneBench
+
+#define SEAM(result, name, parameters, arguments)             \
+  extern "C" result name parameters {                         \
+    static const auto next = CorvaneBench::Next(name, #name); \
+    const CorvaneBench::Inside inside;                        \
+    return next arguments;                                    \
+  }
+#define SEAM_READ(type, name) SEAM(type, name, (void* handle, vsl_error_record* err), (handle, err))
+#define SEAM_NUMBER(name, Number) \
+  SEAM(vsl_code, name, (void* handle, Number number, vsl_error_record* err), (handle, number, err))
+#define SEAM_MAKER(name) \
+  SEAM(vsl_code, name, (void* handle, void** made, vsl_error_record* err), (handle, made, err))
+
+#define SEAM_CARD_PAIR(type, name) SEAM_READ(bool, vsl_has_##name) SEAM_READ(type, vsl_##name)
+VSL_CARD_ATTRIBUTES(SEAM_CARD_PAIR)
+#define SEAM_FORMAT_PAIR(type, name)         \
+  SEAM_READ(bool, vsl_iom_format_has_##name) \
+  SEAM_READ(type, vsl_iom_format_##name)
+VSL_FORMAT_ATTRIBUTES(SEAM_FORMAT_PAIR)
+SEAM_READ(std::uint16_t, vsl_pci_device_id)
+SEAM_READ(std::uint32_t, vsl_reserve_status)
+SEAM_READ(bool, vsl_iom_format_has_size_mode)
+SEAM_READ(std::uint32_t, vsl_vsu_state)
+SEAM_READ(bool, vsl_has_vsu_state)
+
+SEAM(vsl_code, vsl_init, (std::uint64_t flags, vsl_error_record* err), (flags, err))
+SEAM(void, vsl_fini, (), ())
+SEAM(bool, vsl_iom_iterate, (void** iom, std::uint32_t which, vsl_error_record* err),
+     (iom, which, err))
+SEAM(bool, vsl_vsu_iterate, (void* iom, void** vsu, std::uint32_t which, vsl_error_record* err),
+     (iom, vsu, which, err))
+SEAM(vsl_code, vsl_iom_create_by_name, (const char* path, void** iom, vsl_error_record* err),
+     (path, iom, err))
+SEAM(vsl_code, vsl_destroy, (void** handle, vsl_error_record* err), (handle, err))
+SEAM_READ(vsl_code, vsl_open)
+SEAM_READ(vsl_code, vsl_close)
+SEAM_READ(vsl_code, vsl_op_start)
+SEAM_READ(vsl_code, vsl_op_wait_for_result)
+SEAM_MAKER(vsl_adapter_create)
+SEAM_MAKER(vsl_iom_attach_create)
+SEAM_MAKER(vsl_iom_detach_create)
+SEAM_MAKER(vsl_iom_format_create)
+SEAM_NUMBER(vsl_set_beacon_state, std::uint32_t)
+SEAM_NUMBER(vsl_set_vsu_state, std::uint32_t)
+SEAM_NUMBER(vsl_iom_detach_set_force, std::uint32_t)
+SEAM_NUMBER(vsl_iom_format_set_size_mode, std::uint32_t)
+SEAM_NUMBER(vsl_iom_format_set_size_bytes, std::uint64_t)
+SEAM_NUMBER(vsl_iom_format_set_size_pct, std::uint32_t)
+SEAM_NUMBER(vsl_iom_format_set_sector_size_bytes, std::uint32_t)

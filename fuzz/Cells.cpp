@@ -1,0 +1,66 @@
+// Cells of the database. Input: one cell, read as each type of field.
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "fuzz/Require.h"
+#include "fuzz/Targets.h"
+#include "orm/row_reader.h"
+#include "orm/value_text.h"
+
+namespace CorvaneFuzz {
+namespace {
+
+using namespace DatabaseORM;
+
+// The cell that the text of a statement leaves behind.
+std::string Stored(const std::string& text) {
+  const bool quoted = text.size() >= 2 && text.front() == '"';
+  return quoted ? text.substr(1, text.size() - 2) : text;
+}
+
+template <class Field>
+bool Same(const Field& left, const Field& right) {
+  return left == right;
+}
+
+// Written with six digits behind the point.
+bool Same(double left, double right) {
+  if (std::isnan(left) || std::isinf(left)) return number_text(left) == number_text(right);
+  return std::abs(left - right) <= 0.51e-6;
+}
+
+// What is read and written again is read as the same.
+template <class Field>
+void ReadBack(const std::string& cell) {
+  Field value{};
+  try {
+    read_cell(cell, value);
+  } catch (const std::invalid_argument&) {
+    return;
+  } catch (const std::out_of_range&) {
+    return;
+  }
+  const std::string text = value_text(value);
+  Field again{};
+  read_cell(Stored(text), again);
+  Require(Same(value, again), "a cell changed on its way: " + text);
+}
+
+// The database keeps no number in the upper half, so a negative one is never read back.
+bool IsNegative(const std::string& cell) {
+  const std::size_t begin = cell.find_first_not_of(" \t\n\v\f\r");
+  return begin != std::string::npos && cell[begin] == '-';
+}
+
+}  // namespace
+
+void Cells(const std::string& cell) {
+  ReadBack<int>(cell);
+  if (!IsNegative(cell)) ReadBack<unsigned long>(cell);
+  ReadBack<double>(cell);
+  ReadBack<std::string>(cell);
+  ReadBack<RaidDataModels::string_list>(cell);
+}
+
+}  // namespace CorvaneFuzz

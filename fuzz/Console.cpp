@@ -1,0 +1,134 @@
+// What a person types at the console.
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "console/CommandLine.h"
+#include "console/Condition.h"
+#include "console/Failure.h"
+#include "console/Model.h"
+#include "console/Moment.h"
+#include "console/Selectors.h"
+#include "console/Span.h"
+#include "fuzz/Require.h"
+#include "fuzz/Targets.h"
+
+namespace CorvaneFuzz {
+namespace {
+
+constexpr std::uint64_t kNowMs = 1'795'219'200'000;
+
+// A refusal says what is wrong.
+template <class Use>
+bool Accepted(Use use) {
+  try {
+    use();
+  } catch (const Console::Failure& failure) {
+    Require(!failure.m_Text.empty() && !failure.m_Id.empty(), "a refusal without a word");
+    return false;
+  }
+  return true;
+}
+
+PI::CProperty TextProperty(std::uint32_t id, const char* text) {
+  PI::CProperty property(PI::Property::CHOICE_PARAM, true);
+  property.m_PropertyID = id;
+  property.SetValue(text);
+  return property;
+}
+
+PI::CProperty NumberProperty(std::uint32_t id, unsigned long number) {
+  PI::CProperty property(PI::Property::CHOICE_PARAM, true);
+  property.m_PropertyID = id;
+  property.SetValue(number);
+  return property;
+}
+
+PI::CObject Record(std::uint64_t id, std::uint32_t type) {
+  PI::CObject object;
+  object.m_ID = id;
+  object.m_ObjectType = type;
+  return object;
+}
+
+// The plug-in, two adapters with as many names as an object can have, and a drive.
+const Console::Model& TheModel() {
+  static const Console::Model model = [] {
+    std::vector<PI::CObject> tree = {
+        Record(0x100, PI::OBJECT_PLUGIN), Record(0x101, PI::OBJECT_ADAPTER),
+        Record(0x102, PI::OBJECT_ADAPTER), Record(0x103, PI::OBJECT_PHYSICAL_DRIVE)};
+    tree[0].m_Children = {0x101, 0x102};
+    tree[1].m_Parents = tree[2].m_Parents = {0x100};
+    tree[1].m_Children = {0x103};
+    tree[3].m_Parents = {0x101};
+    const char* serials[] = {"", "FA00000001", "FA00000002", "FA00000001"};
+    for (std::size_t i = 1; i < tree.size(); ++i) {
+      tree[i].m_Properties = {TextProperty(PI::Property::NAME, "Flash"),
+                              TextProperty(PI::Property::SERIAL_NUMBER, serials[i]),
+                              NumberProperty(PI::Property::PCI_SEGMENT, 0),
+                              NumberProperty(PI::Property::PCI_BUS, i + 2),
+                              NumberProperty(PI::Property::PCI_DEVICE, 0),
+                              NumberProperty(PI::Property::PCI_FUNCTION, 0)};
+    }
+    return Console::Model(tree);
+  }();
+  return model;
+}
+
+// One word a line.
+std::vector<std::string> Lines(const std::string& input) {
+  std::vector<std::string> words;
+  std::istringstream stream(input);
+  for (std::string word; std::getline(stream, word);) words.push_back(word);
+  return words;
+}
+
+}  // namespace
+
+// Input: the name of an object. What is found is found by its selector and its id as well.
+void Selector(const std::string& input) {
+  const Console::Object* found = nullptr;
+  if (!Accepted([&] { found = &Console::Select(TheModel(), input); })) return;
+  Require(&Console::Select(TheModel(), found->m_Selector) == found, "lost by its selector");
+  Require(&Console::Select(TheModel(), Console::IdText(found->m_ID)) == found, "lost by its id");
+}
+
+// Input: a span, or a moment.
+void Times(const std::string& input) {
+  if (const auto span = Console::ReadSpan(input)) {
+    Require(span->count() >= 0, "a negative span");
+    const std::string milliseconds = std::to_string(span->count()) + "ms";
+    const auto again = Console::ReadSpan(milliseconds);
+    Require(!again || *again == *span, "a span changed on its way: " + milliseconds);
+    Require(!Console::ElapsedText(*span).empty(), "a span without a text");
+  }
+  std::uint64_t moment = 0;
+  if (!Accepted([&] { moment = Console::ParseMoment("--since", input, kNowMs); })) return;
+  Require(!Console::SinceText(moment, kNowMs).empty(), "a moment without a text");
+}
+
+// Input: the command line, one word a line.
+void Options(const std::string& input) {
+  Console::Options options;
+  if (!Accepted([&] { Console::ParseCommandLine(Lines(input), options); })) return;
+  Accepted([&] { Console::ParseSpan("--timeout", options.m_Timeout); });
+  Console::Options again;
+  // What was understood as words is so again behind the mark that ends the options.
+  std::vector<std::string> words = options.m_Words;
+  if (words.empty() || options.m_Help || options.m_Version) return;
+  words.insert(words.begin(), "--");
+  Console::ParseCommandLine(words, again);
+  Require(again.m_Words == options.m_Words, "words changed on their way");
+}
+
+// Input: what is waited for.
+void Condition(const std::string& input) {
+  Accepted([&] {
+    const Console::Condition condition(input);
+    Require(condition.Text() == input, "a condition changed on its way");
+    if (condition.Wants() != Console::Presence::Required) return;
+    for (const Console::Object& object : TheModel().Objects()) condition.Check(object);
+  });
+}
+
+}  // namespace CorvaneFuzz

@@ -1,0 +1,25 @@
+// Runs one target over the files of a folder, without a fuzzer. Usage: fuzz_corpus TARGET FOLDER
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+#include "fuzz/Folder.h"
+#include "fuzz/Targets.h"
+
+int main(int count, char** arguments) {
+  if (count != 3) {
+    std::fputs("usage: fuzz_corpus TARGET FOLDER\n", stderr);
+    return 2;
+  }
+  const CorvaneFuzz::Target& target = CorvaneFuzz::FindTarget(arguments[1]);
+  using Walk = std::filesystem::directory_iterator;
+  std::vector<std::filesystem::path> files(Walk(arguments[2]), Walk{});
+  std::sort(files.begin(), files.end());
+  for (const auto& file : files) {
+    // The last line tells which input it was.
+    std::fprintf(stderr, "%s\n", file.filename().c_str());
+    target.m_Run(CorvaneFuzz::ReadFile(file));
+  }
+  return files.empty() ? 1 : 0;
+}

@@ -1,0 +1,62 @@
+// The plug-in's ini file. Input: the file up to the first zero byte, then a value to be written.
+#include <cstdlib>
+#include <string>
+
+#include "Corvane/Src/Corvane.h"
+#include "fuzz/Folder.h"
+#include "fuzz/Require.h"
+#include "fuzz/Targets.h"
+#include "host/PluginInterface.h"
+
+namespace CorvaneFuzz {
+namespace {
+
+constexpr const char* kKey = "PollInterval";
+
+// What a plug-in that starts now makes of the file.
+int PollInterval() {
+  IPLUGINAPI* plugin = nullptr;
+  Require(createIf(&plugin) == PI::SUCCESS, "the plug-in did not start");
+  PI::CProperty property(PI::Property::UNDEFINED, false);
+  property.m_PropertyID = PI::Property::POLL_INTERVAL;
+  // Before it is brought up the plug-in object has the id 0.
+  const unsigned int result = plugin->Execute(PI::CMD_GET_PROPERTY, 0, &property);
+  Require(result == PI::SUCCESS, "no poll interval");
+  int seconds = 0;
+  property.GetValueRange(seconds);
+  releaseIf(&plugin);
+  return seconds;
+}
+
+void CheckPollInterval() {
+  const int seconds = PollInterval();
+  Require(seconds >= 2 && seconds <= 255, "poll interval " + std::to_string(seconds));
+}
+
+}  // namespace
+
+void Ini(const std::string& input) {
+  static const Folder folder;
+  setenv("CORVANE_CONFIG_DIR", folder.Path().c_str(), 1);
+  setenv("CORVANE_DATABASE", ":memory:", 1);
+  const std::size_t end = input.find('\0');
+  const std::string text = input.substr(0, end);
+  WriteFile(folder.File("Corvane.ini"), text);
+  CheckPollInterval();
+  if (end == std::string::npos) return;
+
+  PI::CConfigFile file;
+  file.SetFileName("Corvane.ini");
+  const std::string value = input.substr(end + 1);
+  if (file.WriteKeyValue(kKey, value, -1, -1) != PI::CConfigFile::RESULT_OK) {
+    Require(ReadFile(folder.File("Corvane.ini")) == text, "a refused value changed the file");
+    return;
+  }
+  std::string readBack;
+  Require(
+      file.ReadKeyValue(kKey, readBack, -1, -1) == PI::CConfigFile::RESULT_OK && readBack == value,
+      "a written value is not read back");
+  CheckPollInterval();
+}
+
+}  // namespace CorvaneFuzz

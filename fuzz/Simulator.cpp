@@ -1,0 +1,78 @@
+// The simulator's own files: its cards and its stories. Input: the file.
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "cardsim/Scenario.h"
+#include "cardsim/cardsim.h"
+#include "fuzz/Folder.h"
+#include "fuzz/Require.h"
+#include "fuzz/Targets.h"
+
+namespace CorvaneFuzz {
+namespace {
+
+const Folder& TheFolder() {
+  static const Folder folder;
+  return folder;
+}
+
+// An edit of an accepted file succeeds, or is refused and leaves the file as it was.
+bool Edit(CardSim::StateFile& cards, std::string& added) {
+  const auto path = TheFolder().File("cards.json");
+  const std::string before = ReadFile(path);
+  try {
+    added = cards.AddCard(std::uint16_t{0x1003});
+  } catch (const std::runtime_error&) {
+    Require(ReadFile(path) == before, "a refused edit changed the file");
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void CardFile(const std::string& input) {
+  const auto path = TheFolder().File("cards.json");
+  WriteFile(path, input);
+  CardSim::StateFile cards(path);
+  std::vector<std::string> names;
+  try {
+    names = cards.Cards();
+  } catch (const std::runtime_error&) {
+    Require(ReadFile(path) == input, "reading changed the file");
+    return;
+  }
+  std::string added;
+  if (!Edit(cards, added)) return;
+  cards.RemoveCard(added);
+  Require(cards.Cards() == names, "an edit changed other cards");
+  const std::string written = ReadFile(path);
+  cards.RemoveCard(cards.AddCard(std::uint16_t{0x1003}));
+  // Only the next id may differ, which is never given twice.
+  Require(ReadFile(path).size() >= written.size(), "a file that was written is not kept");
+}
+
+void Scenario(const std::string& input) {
+  CardSim::Scenario scenario;
+  try {
+    scenario = CardSim::ParseScenario(input);
+  } catch (const std::runtime_error&) {
+    return;
+  }
+  constexpr std::uint64_t kDayMs = 86'400'000;
+  Require(!scenario.steps.empty(), "a story without steps");
+  Require(scenario.DurationMs() <= kDayMs, "a story of more than a day");
+  CardSim::StateFile cards(TheFolder().File("story.json"));
+  cards.Create(true);
+  cards.AddCard(std::uint16_t{0x1003});
+  for (const CardSim::Step& step : scenario.steps) {
+    try {
+      Require(!step.make(cards).empty(), "a change without words");
+    } catch (const std::runtime_error&) {
+    }
+  }
+  cards.Cards();
+}
+
+}  // namespace CorvaneFuzz

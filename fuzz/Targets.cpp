@@ -1,0 +1,29 @@
+#include "fuzz/Targets.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace CorvaneFuzz {
+namespace {
+
+// Name, function.
+constexpr Target kTargets[] = {
+    {"cells", Cells},       {"ini", Ini},     {"card-file", CardFile}, {"scenario", Scenario},
+    {"selector", Selector}, {"times", Times}, {"options", Options},    {"condition", Condition},
+    {"format", Format},
+};
+
+}  // namespace
+
+const Target& FindTarget(const char* name) {
+  for (const Target& target : kTargets) {
+    if (name != nullptr && target.m_Name == std::string(name)) return target;
+  }
+  std::fprintf(stderr, "fuzz: there is no target '%s'; there are:", name == nullptr ? "" : name);
+  for (const Target& target : kTargets) std::fprintf(stderr, " %s", target.m_Name);
+  std::fputc('\n', stderr);
+  std::exit(2);
+}
+
+}  // namespace CorvaneFuzz
