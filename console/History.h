@@ -42,6 +42,9 @@ class History {
   bool m_IsToldUnusable = false;
 };
 
+// Where the database is, and how to name another one: advice beside a failure of it.
+std::vector<std::string> DatabaseAdvice();
+
 // Which objects of now the events of earlier runs were about. An object is known again by its kind
 // and the serial number of its card, without one by its name. The model must outlive it.
 class Namesakes {
