@@ -103,20 +103,12 @@ void Reverse(Line& line, std::size_t columns) {
 
 }  // namespace
 
-std::vector<const Object*> ShownObjects(const Model& model) {
-  std::vector<const Object*> shown;
-  for (const Object& object : model.Objects()) {
-    if (object.m_Kind == Kind::Adapter || object.m_Kind == Kind::Drive) shown.push_back(&object);
-  }
-  return shown;
-}
-
 CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_t columns,
                         bool ascii) {
   const Widths widths(columns);
   CardTable table;
   table.m_Headings = ColumnLine(widths);
-  for (const Object* object : ShownObjects(watched.Objects())) {
+  for (const Object* object : WithStatus(watched.Objects())) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(watched, *object, widths, ascii)
                                                 : DriveLine(*object, widths, ascii);
     if (object->m_ID == chosen) {

@@ -96,9 +96,8 @@ std::vector<const Object*> WithStatus(const Model& model, const Object* top) {
   std::vector<const Object*> chosen;
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter && object.m_Kind != Kind::Drive) continue;
-    const Object* owner = object.m_Owner ? &model.Objects()[*object.m_Owner] : nullptr;
     const bool inside = top == nullptr || top->m_Kind == Kind::Plugin || top == &object ||
-                        (owner != nullptr && top == owner);
+                        top == model.OwnerOf(object);
     if (inside) chosen.push_back(&object);
   }
   return chosen;

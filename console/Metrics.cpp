@@ -64,14 +64,13 @@ std::vector<const Object*> Of(const Source& source, Kind kind) {
 
 // A drive is named within its card.
 Labels IdentityOf(const Object& object, const Source& source) {
-  const Object* adapter = &object;
   Labels labels;
-  if (object.m_Kind == Kind::Drive) {
-    adapter = object.m_Owner ? &source.m_Observed.m_pModel->Objects()[*object.m_Owner] : nullptr;
-    labels = {{"drive", object.m_Selector.substr(object.m_Selector.find('/') + 1)}};
+  if (const Object* adapter = AdapterOf(*source.m_Observed.m_pModel, object)) {
+    labels.emplace_back("adapter", source.m_CardNames.at(adapter));
   }
-  if (adapter != nullptr)
-    labels.insert(labels.begin(), {"adapter", source.m_CardNames.at(adapter)});
+  if (object.m_Kind == Kind::Drive) {
+    labels.emplace_back("drive", object.m_Selector.substr(object.m_Selector.find('/') + 1));
+  }
   return labels;
 }
 

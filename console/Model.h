@@ -43,6 +43,8 @@ class Model {
   const std::vector<Object>& Objects() const { return m_Objects; }
   // The object with that id, or null.
   const Object* Find(std::uint64_t id) const;
+  // The object above one of these objects, or null.
+  const Object* OwnerOf(const Object& object) const;
   // The selector of that id, or the id itself when it is not among the objects.
   std::string SelectorOf(std::uint64_t id) const;
 

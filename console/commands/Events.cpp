@@ -72,8 +72,7 @@ class Filter {
   bool Fits(const Model& model, const Told& told) const {
     if (IsNone()) return true;
     if (m_Selector.empty()) return IsNamed(told.m_Event);
-    for (const Object* at = told.m_pObject; at != nullptr;
-         at = at->m_Owner ? &model.Objects()[*at->m_Owner] : nullptr) {
+    for (const Object* at = told.m_pObject; at != nullptr; at = model.OwnerOf(*at)) {
       if (at->m_Selector == m_Selector) return true;
     }
     return false;
