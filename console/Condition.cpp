@@ -69,12 +69,6 @@ bool Same(const Value& value, const std::string& wanted) {
   return boost::iequals(seen, wanted);
 }
 
-Value Read(const Object& object, const std::string& name) {
-  if (const Term* term = FindTerm(object.m_Kind, name)) return ReadTerm(object, *term);
-  const PropertyName property = ResolveProperty(object, name);
-  return ReadProperty(*object.Find(property.m_Number));
-}
-
 std::vector<std::string> Advice(const std::string& text) {
   std::vector<std::string> words;
   std::string all;
@@ -119,7 +113,7 @@ Condition::Condition(const std::string& text) : m_Text(text) {
 
 // What is unknown is no number, and nothing is told by comparing it.
 Condition::Outcome Condition::Check(const Object& object) const {
-  const Value value = Read(object, m_Property);
+  const Value value = ReadNamed(object, m_Property).m_Value;
   Outcome outcome{false, BareText(value)};
   if (m_Operator == kWell) {
     outcome.m_Holds = IsWell(value);

@@ -27,12 +27,8 @@ const OperationRow& FormatRow() {
 // What a format changes, as the drive reports it.
 constexpr const char* kChanged[] = {"formatted_size_bytes", "formatted_ratio", "sector_size_bytes"};
 
-Value Reported(const Object& object, const char* name) {
-  return ReadTerm(object, *FindTerm(object.m_Kind, name));
-}
-
 std::uint64_t Number(const Object& object, const char* name) {
-  const Value value = Reported(object, name);
+  const Value value = ReadTerm(object, name);
   const auto* number = std::get_if<std::uint64_t>(&value.m_Data);
   return number == nullptr ? 0 : *number;
 }
@@ -205,13 +201,13 @@ milliseconds Execute(Context& context, const Model& model, const Object& drive,
 
 bool Differ(const Object& one, const Object& other) {
   return std::any_of(std::begin(kChanged), std::end(kChanged), [&](const char* name) {
-    return Reported(one, name).m_Data != Reported(other, name).m_Data;
+    return ReadTerm(one, name).m_Data != ReadTerm(other, name).m_Data;
   });
 }
 
 bool ShouldDiffer(const Object& drive, const FormatWish& wish) {
   if (wish.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return true;
-  const Value ratio = Reported(drive, "formatted_ratio");
+  const Value ratio = ReadTerm(drive, "formatted_ratio");
   const auto* now = std::get_if<double>(&ratio.m_Data);
   const bool sameSize = now != nullptr && std::abs(*now * 100 - Percent(wish)) < 0.5;
   return !sameSize || Number(drive, "sector_size_bytes") != wish.m_SectorSize;
@@ -247,7 +243,7 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
 
 Json SizesJson(const Object& drive) {
   Json json = Json::object();
-  for (const char* name : kChanged) PutValue(json, name, Reported(drive, name));
+  for (const char* name : kChanged) PutValue(json, name, ReadTerm(drive, name));
   return json;
 }
 
@@ -274,8 +270,8 @@ Table ChangeTable(const Object& drive, const std::optional<Object>& after) {
                      {"AFTER", "after", true}};
   for (const char* name : kChanged) {
     table.m_Rows.push_back(
-        {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(Reported(drive, name))),
-          TextCell(after ? BareText(Reported(*after, name)) : "-")},
+        {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(ReadTerm(drive, name))),
+          TextCell(after ? BareText(ReadTerm(*after, name)) : "-")},
          std::nullopt});
   }
   return table;
@@ -286,8 +282,8 @@ std::string DoneText(const Object& drive, const std::optional<Object>& after, mi
   std::string text = fmt::format("Done in {}. {}: ", ElapsedText(elapsed), drive.m_Selector);
   if (!after) return text + "its new size does not show yet.\n";
   return text + fmt::format("{}, {} sectors.\n",
-                            HumanText(Reported(*after, "formatted_size_bytes"), ascii),
-                            HumanText(Reported(*after, "sector_size_bytes"), ascii));
+                            HumanText(ReadTerm(*after, "formatted_size_bytes"), ascii),
+                            HumanText(ReadTerm(*after, "sector_size_bytes"), ascii));
 }
 
 Answer FormatAnswer(const Object& drive, const Plan& plan, const std::optional<Object>& after,
