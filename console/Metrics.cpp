@@ -6,14 +6,13 @@
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <ctime>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 #include "console/CardName.h"
 #include "console/Convert.h"
 #include "console/EventView.h"
 #include "console/Health.h"
+#include "console/Moment.h"
 #include "console/Output.h"
 #include "console/Vocabulary.h"
 #include "hostkit/Texts.h"
@@ -189,19 +188,11 @@ Samples Info(const MetricRow&, const Source& source) {
   return samples;
 }
 
-// The beginning of a day that is written as 2031-05-09.
-std::optional<std::time_t> TimeOfDay(const std::string& day) {
-  std::tm parts = {};
-  const char* rest = strptime(day.c_str(), "%Y-%m-%d", &parts);
-  if (rest == nullptr || *rest != '\0') return std::nullopt;
-  return timegm(&parts);
-}
-
 Samples Days(const MetricRow& row, const Source& source) {
   Samples samples;
   for (const Object* adapter : Of(source, Kind::Adapter)) {
-    const auto time = TimeOfDay(BareText(ReadTerm(*adapter, row.m_Term)));
-    if (time) samples.push_back({IdentityOf(*adapter, source), fmt::format("{}", *time)});
+    const auto day = ReadDay(BareText(ReadTerm(*adapter, row.m_Term)));
+    if (day) samples.push_back({IdentityOf(*adapter, source), fmt::format("{}", *day / 1000)});
   }
   return samples;
 }
