@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include "console/Context.h"
 #include "console/EventView.h"
 #include "console/Moment.h"
+#include "console/Number.h"
 #include "console/Selectors.h"
 #include "console/Span.h"
 #include "console/Stop.h"
@@ -38,11 +38,13 @@ Wish WishOf(const Options& options) {
     wish.m_Limit = kNoLimit;
   }
   if (options.m_Limit.empty()) return wish;
-  const char* const end = options.m_Limit.data() + options.m_Limit.size();
-  const auto [stop, error] = std::from_chars(options.m_Limit.data(), end, wish.m_Limit);
-  if (error == std::errc() && stop == end && wish.m_Limit <= kNoLimit) return wish;
-  throw UsageFailure(fmt::format("--limit cannot be '{}'", options.m_Limit),
-                     {"It may be a number of events, such as 200."});
+  const auto limit = ReadNumber<std::size_t>(options.m_Limit);
+  if (!limit || *limit > kNoLimit) {
+    throw UsageFailure(fmt::format("--limit cannot be '{}'", options.m_Limit),
+                       {"It may be a number of events, such as 200."});
+  }
+  wish.m_Limit = *limit;
+  return wish;
 }
 
 // An event with the object that it is about, or null.

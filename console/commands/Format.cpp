@@ -3,9 +3,8 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
-
 #include "console/Act.h"
+#include "console/Number.h"
 #include "console/commands/All.h"
 
 namespace Console {
@@ -25,11 +24,8 @@ constexpr CapacityName kCapacities[] = {
 
 // A whole number from `least` to `most`, or 0 for anything else.
 std::int32_t Whole(const std::string& text, std::int32_t least, std::int32_t most) {
-  std::int32_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  const bool fits = error == std::errc() && stop == end && number >= least && number <= most;
-  return fits ? number : 0;
+  const auto number = ReadNumber<std::int32_t>(text);
+  return number && *number >= least && *number <= most ? *number : 0;
 }
 
 void ReadCapacity(const std::string& text, FormatWish& wish) {

@@ -4,13 +4,12 @@
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
-#include <charconv>
-#include <optional>
 
 #include "console/Act.h"
 #include "console/Consent.h"
 #include "console/Format.h"
 #include "console/Glossary.h"
+#include "console/Number.h"
 #include "console/Selectors.h"
 #include "console/commands/All.h"
 #include "hostkit/Texts.h"
@@ -130,21 +129,13 @@ Argument ParseArgument(const std::string& text) {
   return {number, name, text.substr(sign + 1)};
 }
 
-std::optional<std::int32_t> AsNumber(const std::string& text) {
-  std::int32_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
-}
-
 [[noreturn]] void WrongValue(const Argument& argument, const std::string& allowed) {
   throw UsageFailure(fmt::format("{} cannot be '{}'", argument.m_Text, argument.m_Value),
                      {"It may be " + allowed + "."});
 }
 
 std::int32_t NumberWithin(const Argument& argument, std::int32_t least, std::int32_t most) {
-  const auto number = AsNumber(argument.m_Value);
+  const auto number = ReadNumber<std::int32_t>(argument.m_Value);
   if (number && *number >= least && *number <= most) return *number;
   WrongValue(argument, fmt::format("{} to {}", least, most));
 }
@@ -192,7 +183,7 @@ PI::CProperty Parameter(const Argument& argument) {
   PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
   parameter.m_NameID = argument.m_Name;
   const std::uint32_t value = HostKit::NumberOf(Family::Value, argument.m_Value);
-  if (const auto number = AsNumber(argument.m_Value)) {
+  if (const auto number = ReadNumber<std::int32_t>(argument.m_Value)) {
     parameter.m_PropertyID = PI::Property::RANGE_PARAM;
     parameter.SetValue(*number, *number, *number, 1);
   } else if (value != 0) {
