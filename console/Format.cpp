@@ -79,11 +79,7 @@ class LightWhileAsked {
   LightWhileAsked(Session& session, const Object* adapter) : m_Session(session) {
     if (adapter == nullptr) return;
     m_Adapter = adapter->m_ID;
-    const auto& listed = adapter->m_Operations;
-    const bool hasLight = std::any_of(listed.begin(), listed.end(), [](const auto& operation) {
-      return operation.m_OperationID == PI::OP_LOCATE_DEVICE;
-    });
-    m_IsOn = hasLight && Switch(PI::OP_LOCATE_DEVICE);
+    m_IsOn = adapter->Lists(PI::OP_LOCATE_DEVICE) && Switch(PI::OP_LOCATE_DEVICE);
   }
   ~LightWhileAsked() {
     if (m_IsOn) Switch(PI::OP_STOP_LOCATE_DEVICE);
@@ -143,7 +139,7 @@ PI::COperation Request(const FormatWish& wish) {
   capacity.SetValue(wish.m_Capacity, {wish.m_Capacity});
   PI::CProperty percent(PI::Property::RANGE_PARAM, true);
   percent.m_NameID = PI::Property::SIZE;
-  percent.SetValue(wish.m_Percent, 10, 100, 1);
+  percent.SetValue(wish.m_Percent, kLeastPercent, kMostPercent, 1);
   const auto bytes = static_cast<int>(wish.m_SectorSize);
   PI::CProperty sector(PI::Property::RANGE_PARAM, true);
   sector.m_NameID = PI::Property::BLOCK_SIZE;

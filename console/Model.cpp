@@ -51,6 +51,11 @@ const PI::CProperty* Object::Find(std::uint32_t property) const {
   return found == m_Properties.end() ? nullptr : &*found;
 }
 
+bool Object::Lists(std::uint32_t operation) const {
+  return std::any_of(m_Operations.begin(), m_Operations.end(),
+                     [&](const PI::COperation& o) { return o.m_OperationID == operation; });
+}
+
 Model::Model(const std::vector<PI::CObject>& topology) {
   std::vector<bool> placed(topology.size(), false);
   std::optional<std::size_t> plugin;

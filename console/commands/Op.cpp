@@ -140,16 +140,13 @@ std::int32_t NumberWithin(const Argument& argument, std::int32_t least, std::int
   WrongValue(argument, fmt::format("{} to {}", least, most));
 }
 
-constexpr std::uint32_t kCapacities[] = {PI::Value::MAXIMUM_CAPACITY, PI::Value::FACTORY_CAPACITY,
-                                         PI::Value::IMPROVED_PERFORMANCE,
-                                         PI::Value::HIGH_PERFORMANCE, PI::Value::CUSTOM};
-
 std::int32_t CapacityOf(const Argument& argument) {
   std::string names;
-  for (const std::uint32_t value : kCapacities) {
-    const std::string name = HostKit::NameOf(Family::Value, value);
-    if (boost::iequals(argument.m_Value, name) || argument.m_Value == std::to_string(value)) {
-      return static_cast<std::int32_t>(value);
+  for (const Capacity& row : kCapacities) {
+    const std::string name =
+        HostKit::NameOf(Family::Value, static_cast<std::uint32_t>(row.m_Value));
+    if (boost::iequals(argument.m_Value, name) || argument.m_Value == std::to_string(row.m_Value)) {
+      return row.m_Value;
     }
     names += (names.empty() ? "" : ", ") + name;
   }
@@ -157,7 +154,6 @@ std::int32_t CapacityOf(const Argument& argument) {
 }
 
 FormatWish WishOf(const std::vector<Argument>& arguments) {
-  constexpr std::int32_t kLargest = 1 << 30;
   FormatWish wish;
   for (const Argument& argument : arguments) {
     switch (argument.m_Name) {
@@ -165,10 +161,10 @@ FormatWish WishOf(const std::vector<Argument>& arguments) {
         wish.m_Capacity = CapacityOf(argument);
         break;
       case PI::Property::SIZE:
-        wish.m_Percent = NumberWithin(argument, 10, 100);
+        wish.m_Percent = NumberWithin(argument, kLeastPercent, kMostPercent);
         break;
       case PI::Property::BLOCK_SIZE:
-        wish.m_SectorSize = static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargest));
+        wish.m_SectorSize = static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargestSector));
         break;
       default:
         throw UsageFailure(fmt::format("OP_FORMAT_DEVICE has no argument '{}'", argument.m_Text),
