@@ -18,6 +18,9 @@ using HostKit::LoggedEvent;
 // A log that cannot be used is told once and then done without. For one thread.
 class History {
  public:
+  // More events than a log can hold: no limit.
+  static constexpr std::size_t kAll = 1'000'000'000;
+
   explicit History(Talk& talk) : m_Talk(talk) {}
 
   // Remembers whose ids these are, so that events of a card that has gone still tell which it was.
