@@ -64,7 +64,7 @@ Reason MakeReason(const Object& object, std::int32_t value) {
   if (reason.m_Name.empty()) reason.m_Name = fmt::format("{}", value);
   reason.m_Caption = HostKit::CaptionOf(Family::Value, reason.m_Number);
   if (reason.m_Caption.empty()) reason.m_Caption = reason.m_Name;
-  reason.m_Advice = HostKit::AdviceOf(reason.m_Number);
+  reason.m_Advice = HostKit::AdviceOf(Family::Value, reason.m_Number);
   for (const Measurement& row : kMeasurements) {
     if (row.m_Reason != value) continue;
     reason.m_Measured = Read(object, row.m_Measured);

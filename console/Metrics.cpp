@@ -145,10 +145,12 @@ Samples States(const MetricRow& row, const Source& source) {
 // Every reason that there is, so that one that passes leaves a 0 and no gap.
 std::vector<std::string> AllReasons() {
   std::vector<std::string> names;
-#define CORVANE_REASON(name, number, text) \
-  if (number != PI::Value::ATTACHED && !HostKit::AdviceOf(number).empty()) names.push_back(text);
-  PI_VALUES(CORVANE_REASON)
-#undef CORVANE_REASON
+  for (const std::uint32_t number : HostKit::NumbersOf(HostKit::Family::Value)) {
+    const bool isReason = !HostKit::AdviceOf(HostKit::Family::Value, number).empty();
+    if (isReason && number != PI::Value::ATTACHED) {
+      names.push_back(NameOf(HostKit::Family::Value, number));
+    }
+  }
   return names;
 }
 
