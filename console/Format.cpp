@@ -260,10 +260,7 @@ Json PlannedJson(const Plan& plan) {
 
 Table ChangeTable(const Object& drive, const std::optional<Object>& after) {
   Table table;
-  table.m_Columns = {{"OBJECT", "object", false},
-                     {"PROPERTY", "property", false},
-                     {"BEFORE", "before", true},
-                     {"AFTER", "after", true}};
+  table.m_Columns = ChangeColumns();
   for (const char* name : kChanged) {
     table.m_Rows.push_back(
         {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(ReadTerm(drive, name))),

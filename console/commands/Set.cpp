@@ -101,10 +101,7 @@ std::string ChangeText(const std::string& subject, const Change& change) {
 
 Table ChangeTable(const Object& object, const PropertyName& name, const Change& change) {
   Table table;
-  table.m_Columns = {{"OBJECT", "object", false},
-                     {"PROPERTY", "property", false},
-                     {"BEFORE", "before", true},
-                     {"AFTER", "after", true}};
+  table.m_Columns = ChangeColumns();
   table.m_Rows = {
       {{TextCell(object.m_Selector), TextCell(name.m_Text),
         TextCell(std::to_string(change.m_Before)), TextCell(std::to_string(change.m_After))},
