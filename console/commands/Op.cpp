@@ -30,7 +30,7 @@ PI::COperation RecordOf(const Object& object, std::uint32_t number) {
   return operation;
 }
 
-struct Verdict {
+struct Possibility {
   std::uint32_t m_Error;
 
   bool Possible() const { return m_Error == PI::SUCCESS; }
@@ -42,7 +42,7 @@ struct Verdict {
   }
 };
 
-Verdict Check(Session& session, const Object& object, std::uint32_t number) {
+Possibility Check(Session& session, const Object& object, std::uint32_t number) {
   PI::COperation operation = RecordOf(object, number);
   return {session.CheckOperation(object.m_ID, operation)};
 }
@@ -57,15 +57,15 @@ Answer ListOperations(Context& context, const Object& object) {
   for (const PI::COperation& listed : object.m_Operations) {
     const std::uint32_t number = listed.m_OperationID;
     const std::string caption = HostKit::CaptionOf(Family::Operation, number);
-    const Verdict verdict = Check(context.Open(), object, number);
+    const Possibility possibility = Check(context.Open(), object, number);
     answer.m_Result["operations"].push_back({{"number", number},
                                              {"name", OperationName(number)},
                                              {"caption", caption},
-                                             {"possible", verdict.Possible()},
-                                             {"error", verdict.Error()}});
+                                             {"possible", possibility.Possible()},
+                                             {"error", possibility.Error()}});
     answer.m_Table.m_Rows.push_back(
         {{TextCell(std::to_string(number)), TextCell(OperationName(number)),
-          TextCell(verdict.Text()), TextCell(caption)},
+          TextCell(possibility.Text()), TextCell(caption)},
          std::nullopt});
   }
   if (answer.m_Table.m_Rows.empty()) {
@@ -78,24 +78,24 @@ Answer ListOperations(Context& context, const Object& object) {
 
 Answer CheckOperation(Context& context, const Object& object, std::uint32_t number) {
   const OperationRow* row = FindOperation(number);
-  const Verdict verdict = Check(context.Open(), object, number);
+  const Possibility possibility = Check(context.Open(), object, number);
   Answer answer;
   answer.m_Result = {{"object", object.m_Selector},
                      {"operation", OperationName(number)},
                      {"number", number},
-                     {"possible", verdict.Possible()},
-                     {"error", verdict.Error()}};
+                     {"possible", possibility.Possible()},
+                     {"error", possibility.Error()}};
   answer.m_Table.m_Columns = {
       {"OBJECT", "object", false}, {"OPERATION", "operation", false}, {"NOW", "possible", false}};
   answer.m_Table.m_Rows = {
-      {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(verdict.Text())},
+      {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(possibility.Text())},
        std::nullopt}};
-  if (verdict.Possible()) return answer;
+  if (possibility.Possible()) return answer;
   const std::string state =
       row == nullptr ? "" : StateOf(context.Open(), object.m_ID, row->m_Aspect);
   const Failure failure =
       CheckFailure(fmt::format("{} for {}", OperationName(number), object.m_Selector), row, state,
-                   verdict.m_Error);
+                   possibility.m_Error);
   context.m_Talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
   answer.m_Code = failure.m_Code;
   return answer;
