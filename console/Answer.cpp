@@ -103,7 +103,7 @@ Json ObjectJson(const Model& model, const Object& object) {
                {"parents", IdsJson(object.m_Parents)},
                {"children", IdsJson(object.m_Children)}};
   json["owner"] = nullptr;
-  if (object.m_Owner) json["owner"] = model.Objects()[*object.m_Owner].m_Selector;
+  if (const Object* owner = model.OwnerOf(object)) json["owner"] = owner->m_Selector;
   for (const Term& term : TermsOf(object.m_Kind)) {
     PutValue(json, term.m_Name, ReadTerm(object, term));
   }

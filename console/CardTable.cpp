@@ -29,11 +29,6 @@ struct Widths {
   }
 };
 
-Value Read(const Object& object, const char* name) {
-  const Term* term = FindTerm(object.m_Kind, name);
-  return term == nullptr ? Value{} : ReadTerm(object, *term);
-}
-
 std::string Human(const Value& value, bool ascii) {
   return Printable(HumanText(value, ascii));
 }
@@ -45,9 +40,9 @@ std::optional<double> Number(const Value& value) {
 
 // As loud as the limit that a temperature has reached.
 Tone ToneOfTemperature(const Object& object) {
-  const auto now = Number(Read(object, "temperature_celsius"));
-  const auto warning = Number(Read(object, "temperature_warning_celsius"));
-  const auto critical = Number(Read(object, "temperature_critical_celsius"));
+  const auto now = Number(ReadTerm(object, "temperature_celsius"));
+  const auto warning = Number(ReadTerm(object, "temperature_warning_celsius"));
+  const auto critical = Number(ReadTerm(object, "temperature_critical_celsius"));
   if (now && critical && *now >= *critical) return Tone::Bad;
   return now && warning && *now >= *warning ? Tone::Warning : Tone::Plain;
 }
@@ -60,13 +55,14 @@ Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
 Line CardLine(const Watched& watched, const Object& card, const Widths& widths, bool ascii) {
   const Health health = HealthOf(card);
   const Tone heat = ToneOfTemperature(card);
-  const Value reserve = Read(card, "reserve_space_ratio");
-  const Value used = Read(card, "endurance_used_ratio");
+  const Value reserve = ReadTerm(card, "reserve_space_ratio");
+  const Value used = ReadTerm(card, "endurance_used_ratio");
   return {
       {Fit(card.m_Selector, Widths::kObject) + " "},
-      {Fit(Human(Read(card, "name"), ascii), widths.m_Name) + " "},
+      {Fit(Human(ReadTerm(card, "name"), ascii), widths.m_Name) + " "},
       {Fit(StatusText(health.m_Status), Widths::kStatus) + " ", health.m_Status.m_Tone},
-      {FitRight(Human(Read(card, "temperature_celsius"), ascii), Widths::kTemperature) + " ", heat},
+      {FitRight(Human(ReadTerm(card, "temperature_celsius"), ascii), Widths::kTemperature) + " ",
+       heat},
       {Sparkline(watched.Temperatures(card.m_ID), widths.m_Sparkline, ascii) + " ", heat},
       {FitRight(Human(reserve, ascii), Widths::kRatio) + " "},
       BarPiece(reserve, widths.m_Bar, ascii),
@@ -75,12 +71,12 @@ Line CardLine(const Watched& watched, const Object& card, const Widths& widths, 
 }
 
 Line DriveLine(const Object& drive, const Widths& widths, bool ascii) {
-  const Value status = Read(drive, "status");
+  const Value status = ReadTerm(drive, "status");
   return {{Fit("  " + drive.m_Selector, Widths::kObject) + " "},
-          {Fit(Human(Read(drive, "name"), ascii), widths.m_Name) + " "},
+          {Fit(Human(ReadTerm(drive, "name"), ascii), widths.m_Name) + " "},
           {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Tone},
-          {fmt::format("{}, {} sectors", Human(Read(drive, "formatted_size_bytes"), ascii),
-                       Human(Read(drive, "sector_size_bytes"), ascii))}};
+          {fmt::format("{}, {} sectors", Human(ReadTerm(drive, "formatted_size_bytes"), ascii),
+                       Human(ReadTerm(drive, "sector_size_bytes"), ascii))}};
 }
 
 Line ColumnLine(const Widths& widths) {
@@ -103,20 +99,12 @@ void Reverse(Line& line, std::size_t columns) {
 
 }  // namespace
 
-std::vector<const Object*> ShownObjects(const Model& model) {
-  std::vector<const Object*> shown;
-  for (const Object& object : model.Objects()) {
-    if (object.m_Kind == Kind::Adapter || object.m_Kind == Kind::Drive) shown.push_back(&object);
-  }
-  return shown;
-}
-
 CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_t columns,
                         bool ascii) {
   const Widths widths(columns);
   CardTable table;
   table.m_Headings = ColumnLine(widths);
-  for (const Object* object : ShownObjects(watched.Objects())) {
+  for (const Object* object : WithStatus(watched.Objects())) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(watched, *object, widths, ascii)
                                                 : DriveLine(*object, widths, ascii);
     if (object->m_ID == chosen) {

@@ -10,9 +10,6 @@
 
 namespace Console {
 
-// The objects with a line of their own: adapters, each with its drives behind it.
-std::vector<const Object*> ShownObjects(const Model& model);
-
 struct CardTable {
   Line m_Headings;
   std::vector<Line> m_Lines;

@@ -187,12 +187,8 @@ Candidates Commands(const Line&) {
 }
 
 bool HasOperation(const Object& object, std::uint32_t number) {
-  const auto& listed = object.m_Operations;
   const OperationRow* row = FindOperation(number);
-  return (row != nullptr && row->m_Kind == object.m_Kind) ||
-         std::any_of(listed.begin(), listed.end(), [&](const PI::COperation& operation) {
-           return operation.m_OperationID == number;
-         });
+  return (row != nullptr && row->m_Kind == object.m_Kind) || object.Lists(number);
 }
 
 // What the plug-in lists and what this host knows of; `op list` wants no operation.

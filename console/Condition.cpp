@@ -4,12 +4,11 @@
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
-#include <charconv>
 #include <cstring>
-#include <optional>
 
 #include "console/Failure.h"
 #include "console/Health.h"
+#include "console/Number.h"
 #include "console/PropertyName.h"
 #include "console/Vocabulary.h"
 
@@ -38,14 +37,6 @@ constexpr const char* kWell = "is well";
 // The longer ones first.
 constexpr const char* kOperators[] = {"!=", "<=", ">=", "=", "<", ">"};
 
-std::optional<double> NumberOf(const std::string& text) {
-  double number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
-}
-
 bool IsOrder(const std::string& name) {
   return name[0] == '<' || name[0] == '>';
 }
@@ -64,15 +55,9 @@ bool Same(const Value& value, const std::string& wanted) {
                        [&](const std::string& text) { return boost::iequals(text, wanted); });
   }
   const std::string seen = BareText(value);
-  const auto left = NumberOf(seen), right = NumberOf(wanted);
+  const auto left = ReadNumber<double>(seen), right = ReadNumber<double>(wanted);
   if (left && right) return !(*left < *right) && !(*left > *right);
   return boost::iequals(seen, wanted);
-}
-
-Value Read(const Object& object, const std::string& name) {
-  if (const Term* term = FindTerm(object.m_Kind, name)) return ReadTerm(object, *term);
-  const PropertyName property = ResolveProperty(object, name);
-  return ReadProperty(*object.Find(property.m_Number));
 }
 
 std::vector<std::string> Advice(const std::string& text) {
@@ -111,7 +96,7 @@ Condition::Condition(const std::string& text) : m_Text(text) {
   }
   if (m_Operator.empty())
     throw UsageFailure(fmt::format("'{}' is no condition", text), Advice(text));
-  if (IsOrder(m_Operator) && !NumberOf(m_Value)) {
+  if (IsOrder(m_Operator) && !ReadNumber<double>(m_Value)) {
     throw UsageFailure(fmt::format("'{}' is not a number", m_Value),
                        {"For example: temperature_celsius<70"});
   }
@@ -119,7 +104,7 @@ Condition::Condition(const std::string& text) : m_Text(text) {
 
 // What is unknown is no number, and nothing is told by comparing it.
 Condition::Outcome Condition::Check(const Object& object) const {
-  const Value value = Read(object, m_Property);
+  const Value value = ReadNamed(object, m_Property).m_Value;
   Outcome outcome{false, BareText(value)};
   if (m_Operator == kWell) {
     outcome.m_Holds = IsWell(value);
@@ -127,8 +112,8 @@ Condition::Outcome Condition::Check(const Object& object) const {
     outcome.m_Holds = Same(value, m_Value);
   } else if (m_Operator == "!=") {
     outcome.m_Holds = !Same(value, m_Value);
-  } else if (const auto seen = NumberOf(outcome.m_Seen)) {
-    outcome.m_Holds = Ordered(*seen, m_Operator, *NumberOf(m_Value));
+  } else if (const auto seen = ReadNumber<double>(outcome.m_Seen)) {
+    outcome.m_Holds = Ordered(*seen, m_Operator, *ReadNumber<double>(m_Value));
   }
   return outcome;
 }

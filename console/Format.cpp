@@ -27,12 +27,8 @@ const OperationRow& FormatRow() {
 // What a format changes, as the drive reports it.
 constexpr const char* kChanged[] = {"formatted_size_bytes", "formatted_ratio", "sector_size_bytes"};
 
-Value Reported(const Object& object, const char* name) {
-  return ReadTerm(object, *FindTerm(object.m_Kind, name));
-}
-
 std::uint64_t Number(const Object& object, const char* name) {
-  const Value value = Reported(object, name);
+  const Value value = ReadTerm(object, name);
   const auto* number = std::get_if<std::uint64_t>(&value.m_Data);
   return number == nullptr ? 0 : *number;
 }
@@ -83,11 +79,7 @@ class LightWhileAsked {
   LightWhileAsked(Session& session, const Object* adapter) : m_Session(session) {
     if (adapter == nullptr) return;
     m_Adapter = adapter->m_ID;
-    const auto& listed = adapter->m_Operations;
-    const bool hasLight = std::any_of(listed.begin(), listed.end(), [](const auto& operation) {
-      return operation.m_OperationID == PI::OP_LOCATE_DEVICE;
-    });
-    m_IsOn = hasLight && Switch(PI::OP_LOCATE_DEVICE);
+    m_IsOn = adapter->Lists(PI::OP_LOCATE_DEVICE) && Switch(PI::OP_LOCATE_DEVICE);
   }
   ~LightWhileAsked() {
     if (m_IsOn) Switch(PI::OP_STOP_LOCATE_DEVICE);
@@ -147,7 +139,7 @@ PI::COperation Request(const FormatWish& wish) {
   capacity.SetValue(wish.m_Capacity, {wish.m_Capacity});
   PI::CProperty percent(PI::Property::RANGE_PARAM, true);
   percent.m_NameID = PI::Property::SIZE;
-  percent.SetValue(wish.m_Percent, 10, 100, 1);
+  percent.SetValue(wish.m_Percent, kLeastPercent, kMostPercent, 1);
   const auto bytes = static_cast<int>(wish.m_SectorSize);
   PI::CProperty sector(PI::Property::RANGE_PARAM, true);
   sector.m_NameID = PI::Property::BLOCK_SIZE;
@@ -205,13 +197,13 @@ milliseconds Execute(Context& context, const Model& model, const Object& drive,
 
 bool Differ(const Object& one, const Object& other) {
   return std::any_of(std::begin(kChanged), std::end(kChanged), [&](const char* name) {
-    return Reported(one, name).m_Data != Reported(other, name).m_Data;
+    return ReadTerm(one, name).m_Data != ReadTerm(other, name).m_Data;
   });
 }
 
 bool ShouldDiffer(const Object& drive, const FormatWish& wish) {
   if (wish.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return true;
-  const Value ratio = Reported(drive, "formatted_ratio");
+  const Value ratio = ReadTerm(drive, "formatted_ratio");
   const auto* now = std::get_if<double>(&ratio.m_Data);
   const bool sameSize = now != nullptr && std::abs(*now * 100 - Percent(wish)) < 0.5;
   return !sameSize || Number(drive, "sector_size_bytes") != wish.m_SectorSize;
@@ -247,7 +239,7 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
 
 Json SizesJson(const Object& drive) {
   Json json = Json::object();
-  for (const char* name : kChanged) PutValue(json, name, Reported(drive, name));
+  for (const char* name : kChanged) PutValue(json, name, ReadTerm(drive, name));
   return json;
 }
 
@@ -268,14 +260,11 @@ Json PlannedJson(const Plan& plan) {
 
 Table ChangeTable(const Object& drive, const std::optional<Object>& after) {
   Table table;
-  table.m_Columns = {{"OBJECT", "object", false},
-                     {"PROPERTY", "property", false},
-                     {"BEFORE", "before", true},
-                     {"AFTER", "after", true}};
+  table.m_Columns = ChangeColumns();
   for (const char* name : kChanged) {
     table.m_Rows.push_back(
-        {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(Reported(drive, name))),
-          TextCell(after ? BareText(Reported(*after, name)) : "-")},
+        {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(ReadTerm(drive, name))),
+          TextCell(after ? BareText(ReadTerm(*after, name)) : "-")},
          std::nullopt});
   }
   return table;
@@ -286,8 +275,8 @@ std::string DoneText(const Object& drive, const std::optional<Object>& after, mi
   std::string text = fmt::format("Done in {}. {}: ", ElapsedText(elapsed), drive.m_Selector);
   if (!after) return text + "its new size does not show yet.\n";
   return text + fmt::format("{}, {} sectors.\n",
-                            HumanText(Reported(*after, "formatted_size_bytes"), ascii),
-                            HumanText(Reported(*after, "sector_size_bytes"), ascii));
+                            HumanText(ReadTerm(*after, "formatted_size_bytes"), ascii),
+                            HumanText(ReadTerm(*after, "sector_size_bytes"), ascii));
 }
 
 Answer FormatAnswer(const Object& drive, const Plan& plan, const std::optional<Object>& after,

@@ -3,45 +3,21 @@
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 
-#include "host/Identifiers.h"
-
 namespace Console {
 
 using HostKit::Family;
 
-#define ERROR_ENTRY(name, number) {Family::Error, number},
-#define EVENT_ENTRY(name, number) {Family::Event, number},
-#define OPERATION_ENTRY(name, number) {Family::Operation, number},
-#define PROPERTY_ENTRY(name, number) {Family::Property, number},
-#define VALUE_ENTRY(name, number, text) {Family::Value, number},
-
 const std::vector<Entry>& AllEntries() {
-  static const std::vector<Entry> entries = {
-      // clang-format off
-      ERROR_ENTRY(SUCCESS, PI::SUCCESS)
-      PI_ERRORS(ERROR_ENTRY)
-      EVENT_ENTRY(UNDEFINED, PI::Event::UNDEFINED)
-      EVENT_ENTRY(CONNECTED, PI::Event::CONNECTED)
-      EVENT_ENTRY(DISCONNECTED, PI::Event::DISCONNECTED)
-      EVENT_ENTRY(UNEXPECTED_DISCONNECT, PI::Event::UNEXPECTED_DISCONNECT)
-      EVENT_ENTRY(TEST_TRAP, PI::Event::TEST_TRAP)
-      PI_EVENTS(EVENT_ENTRY)
-      OPERATION_ENTRY(OP_UNDEFINED, PI::OP_UNDEFINED)
-      PI_OPERATIONS(OPERATION_ENTRY)
-      PI_PROPERTIES(PROPERTY_ENTRY)
-      PI_SHORT_NAMES(PROPERTY_ENTRY)
-      VALUE_ENTRY(UNDEFINED, PI::Value::UNDEFINED, "")
-      PI_VALUES(VALUE_ENTRY)
-      // clang-format on
-  };
+  static const std::vector<Entry> entries = [] {
+    std::vector<Entry> all;
+    for (const Family family :
+         {Family::Error, Family::Event, Family::Operation, Family::Property, Family::Value}) {
+      for (const std::uint32_t number : HostKit::NumbersOf(family)) all.push_back({family, number});
+    }
+    return all;
+  }();
   return entries;
 }
-
-#undef ERROR_ENTRY
-#undef EVENT_ENTRY
-#undef OPERATION_ENTRY
-#undef PROPERTY_ENTRY
-#undef VALUE_ENTRY
 
 std::string NameOf(const Entry& entry) {
   return HostKit::NameOf(entry.m_Family, entry.m_Number);

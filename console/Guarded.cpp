@@ -7,7 +7,7 @@
 
 #include "console/Child.h"
 #include "console/Output.h"
-#include "console/Perform.h"
+#include "console/RunCommand.h"
 #include "console/Span.h"
 
 namespace Console {
@@ -55,7 +55,7 @@ void SilenceErrors() {
 
 int PerformForMonitoring(const Start& start) {
   if (!start.m_Options.m_Verbose && !start.m_Options.m_Trace) SilenceErrors();
-  return static_cast<int>(Perform(start));
+  return static_cast<int>(RunCommand(start));
 }
 
 }  // namespace
@@ -70,7 +70,7 @@ ExitCode PerformGuarded(Start start) {
   } catch (const Failure& failure) {
     start.m_Wrong.emplace(failure);
   }
-  return Perform(start);
+  return RunCommand(start);
 }
 
 }  // namespace Console

@@ -64,7 +64,7 @@ Reason MakeReason(const Object& object, std::int32_t value) {
   if (reason.m_Name.empty()) reason.m_Name = fmt::format("{}", value);
   reason.m_Caption = HostKit::CaptionOf(Family::Value, reason.m_Number);
   if (reason.m_Caption.empty()) reason.m_Caption = reason.m_Name;
-  reason.m_Advice = HostKit::AdviceOf(reason.m_Number);
+  reason.m_Advice = HostKit::AdviceOf(Family::Value, reason.m_Number);
   for (const Measurement& row : kMeasurements) {
     if (row.m_Reason != value) continue;
     reason.m_Measured = Read(object, row.m_Measured);
@@ -96,9 +96,8 @@ std::vector<const Object*> WithStatus(const Model& model, const Object* top) {
   std::vector<const Object*> chosen;
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter && object.m_Kind != Kind::Drive) continue;
-    const Object* owner = object.m_Owner ? &model.Objects()[*object.m_Owner] : nullptr;
     const bool inside = top == nullptr || top->m_Kind == Kind::Plugin || top == &object ||
-                        (owner != nullptr && top == owner);
+                        top == model.OwnerOf(object);
     if (inside) chosen.push_back(&object);
   }
   return chosen;

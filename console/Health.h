@@ -33,8 +33,8 @@ struct Health {
 
 Health HealthOf(const Object& object);
 
-// Adapters and drives: all of the machine, or `top` with those below it.
-std::vector<const Object*> WithStatus(const Model& model, const Object* top);
+// Adapters, each with its drives behind it: all of the machine, or `top` with those below it.
+std::vector<const Object*> WithStatus(const Model& model, const Object* top = nullptr);
 
 // Whether the status is as good as it can be; an unknown one is not.
 bool IsWell(const Value& status);

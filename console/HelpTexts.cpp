@@ -94,7 +94,7 @@ const std::vector<HelpText> kTexts = {
      {{"set plugin poll_interval=30", "look at the cards every 30 seconds"},
       {"set plugin poll_interval=15 -o json", "the same for a script"}}},
     {"locate", "Switches the locating light of a card. With --for it stays on that long and is "
-               "switched off again. A drive means its card.", "",
+               "switched off again.", "",
      {{4, "the card has no light that can be switched"}},
      {{"locate a1 on --for 5m", "light a card to find it in the machine", true},
       {"locate a1 off", "switch the light off"}}},

@@ -69,8 +69,12 @@ void History::TellUnusable(const std::string& why) {
   if (m_IsToldUnusable) return;
   m_IsToldUnusable = true;
   m_Talk.Note("NO_EVENT_LOG", fmt::format("the event log cannot be used: {}", why),
-              {fmt::format("Its file is {}", HostKit::DatabaseFile().string()),
-               "Another one can be named with --database."});
+              DatabaseAdvice());
+}
+
+std::vector<std::string> DatabaseAdvice() {
+  return {fmt::format("Its file is {}", HostKit::DatabaseFile().string()),
+          "Another one can be named with --database."};
 }
 
 Namesakes::Namesakes(const Model& model) {

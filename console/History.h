@@ -18,6 +18,9 @@ using HostKit::LoggedEvent;
 // A log that cannot be used is told once and then done without. For one thread.
 class History {
  public:
+  // More events than a log can hold: no limit.
+  static constexpr std::size_t kAll = 1'000'000'000;
+
   explicit History(Talk& talk) : m_Talk(talk) {}
 
   // Remembers whose ids these are, so that events of a card that has gone still tell which it was.
@@ -41,6 +44,9 @@ class History {
   std::map<std::uint64_t, Origin> m_Origins;
   bool m_IsToldUnusable = false;
 };
+
+// Where the database is, and how to name another one: advice beside a failure of it.
+std::vector<std::string> DatabaseAdvice();
 
 // Which objects of now the events of earlier runs were about. An object is known again by its kind
 // and the serial number of its card, without one by its name. The model must outlive it.

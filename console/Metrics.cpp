@@ -6,14 +6,13 @@
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <ctime>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 #include "console/CardName.h"
 #include "console/Convert.h"
 #include "console/EventView.h"
 #include "console/Health.h"
+#include "console/Moment.h"
 #include "console/Output.h"
 #include "console/Vocabulary.h"
 #include "hostkit/Texts.h"
@@ -64,14 +63,13 @@ std::vector<const Object*> Of(const Source& source, Kind kind) {
 
 // A drive is named within its card.
 Labels IdentityOf(const Object& object, const Source& source) {
-  const Object* adapter = &object;
   Labels labels;
-  if (object.m_Kind == Kind::Drive) {
-    adapter = object.m_Owner ? &source.m_Observed.m_pModel->Objects()[*object.m_Owner] : nullptr;
-    labels = {{"drive", object.m_Selector.substr(object.m_Selector.find('/') + 1)}};
+  if (const Object* adapter = AdapterOf(*source.m_Observed.m_pModel, object)) {
+    labels.emplace_back("adapter", source.m_CardNames.at(adapter));
   }
-  if (adapter != nullptr)
-    labels.insert(labels.begin(), {"adapter", source.m_CardNames.at(adapter)});
+  if (object.m_Kind == Kind::Drive) {
+    labels.emplace_back("drive", object.m_Selector.substr(object.m_Selector.find('/') + 1));
+  }
   return labels;
 }
 
@@ -147,10 +145,12 @@ Samples States(const MetricRow& row, const Source& source) {
 // Every reason that there is, so that one that passes leaves a 0 and no gap.
 std::vector<std::string> AllReasons() {
   std::vector<std::string> names;
-#define CORVANE_REASON(name, number, text) \
-  if (number != PI::Value::ATTACHED && !HostKit::AdviceOf(number).empty()) names.push_back(text);
-  PI_VALUES(CORVANE_REASON)
-#undef CORVANE_REASON
+  for (const std::uint32_t number : HostKit::NumbersOf(HostKit::Family::Value)) {
+    const bool isReason = !HostKit::AdviceOf(HostKit::Family::Value, number).empty();
+    if (isReason && number != PI::Value::ATTACHED) {
+      names.push_back(NameOf(HostKit::Family::Value, number));
+    }
+  }
   return names;
 }
 
@@ -190,19 +190,11 @@ Samples Info(const MetricRow&, const Source& source) {
   return samples;
 }
 
-// The beginning of a day that is written as 2031-05-09.
-std::optional<std::time_t> TimeOfDay(const std::string& day) {
-  std::tm parts = {};
-  const char* rest = strptime(day.c_str(), "%Y-%m-%d", &parts);
-  if (rest == nullptr || *rest != '\0') return std::nullopt;
-  return timegm(&parts);
-}
-
 Samples Days(const MetricRow& row, const Source& source) {
   Samples samples;
   for (const Object* adapter : Of(source, Kind::Adapter)) {
-    const auto time = TimeOfDay(BareText(ReadTerm(*adapter, row.m_Term)));
-    if (time) samples.push_back({IdentityOf(*adapter, source), fmt::format("{}", *time)});
+    const auto day = ReadDay(BareText(ReadTerm(*adapter, row.m_Term)));
+    if (day) samples.push_back({IdentityOf(*adapter, source), fmt::format("{}", *day / 1000)});
   }
   return samples;
 }

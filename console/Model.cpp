@@ -51,6 +51,11 @@ const PI::CProperty* Object::Find(std::uint32_t property) const {
   return found == m_Properties.end() ? nullptr : &*found;
 }
 
+bool Object::Lists(std::uint32_t operation) const {
+  return std::any_of(m_Operations.begin(), m_Operations.end(),
+                     [&](const PI::COperation& o) { return o.m_OperationID == operation; });
+}
+
 Model::Model(const std::vector<PI::CObject>& topology) {
   std::vector<bool> placed(topology.size(), false);
   std::optional<std::size_t> plugin;
@@ -103,6 +108,10 @@ const Object* Model::Find(std::uint64_t id) const {
   return found == m_Objects.end() ? nullptr : &*found;
 }
 
+const Object* Model::OwnerOf(const Object& object) const {
+  return object.m_Owner ? &m_Objects[*object.m_Owner] : nullptr;
+}
+
 std::string Model::SelectorOf(std::uint64_t id) const {
   const Object* object = Find(id);
   return object == nullptr ? IdText(id) : object->m_Selector;
@@ -110,8 +119,7 @@ std::string Model::SelectorOf(std::uint64_t id) const {
 
 const Object* AdapterOf(const Model& model, const Object& object) {
   if (object.m_Kind == Kind::Adapter) return &object;
-  if (object.m_Kind != Kind::Drive || !object.m_Owner) return nullptr;
-  return &model.Objects()[*object.m_Owner];
+  return object.m_Kind == Kind::Drive ? model.OwnerOf(object) : nullptr;
 }
 
 }  // namespace Console

@@ -29,6 +29,8 @@ struct Object {
 
   // The first property of that number, or null.
   const PI::CProperty* Find(std::uint32_t property) const;
+  // Whether the plug-in lists an operation of that number.
+  bool Lists(std::uint32_t operation) const;
 };
 
 // An object id as it is shown: 0x and sixteen digits.
@@ -43,6 +45,8 @@ class Model {
   const std::vector<Object>& Objects() const { return m_Objects; }
   // The object with that id, or null.
   const Object* Find(std::uint64_t id) const;
+  // The object above one of these objects, or null.
+  const Object* OwnerOf(const Object& object) const;
   // The selector of that id, or the id itself when it is not among the objects.
   std::string SelectorOf(std::uint64_t id) const;
 

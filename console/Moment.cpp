@@ -26,7 +26,8 @@ struct DayName {
 
 constexpr DayName kDayNames[] = {{"today", 0}, {"yesterday", 1}};
 
-constexpr const char* kForms[] = {"%Y-%m-%d", "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
+constexpr const char* kDayForm = "%Y-%m-%d";
+constexpr const char* kForms[] = {kDayForm, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
 
 // Nothing for a date that no calendar has, such as the 31st of February, or one before the epoch.
 std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
@@ -63,6 +64,10 @@ std::uint64_t NowMs() {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   return static_cast<std::uint64_t>(
       std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+}
+
+std::optional<std::uint64_t> ReadDay(const std::string& text) {
+  return ReadAs(kDayForm, text);
 }
 
 std::uint64_t ParseMoment(const char* option, const std::string& text, std::uint64_t nowMs) {

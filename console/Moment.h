@@ -2,12 +2,17 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace Console {
 
 // Milliseconds since the epoch.
 std::uint64_t NowMs();
+
+// The beginning of a day that is written as 2031-05-09, in universal time: milliseconds since the
+// epoch. Nothing for a text that is no date of the calendar since then.
+std::optional<std::uint64_t> ReadDay(const std::string& text);
 
 // "15m", "1h" or "2d" before now, "today", "yesterday", a date or an RFC 3339 time; days begin at
 // 00:00 in universal time. Milliseconds since the epoch. Throws `Failure` that names `option`.

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
-#include <charconv>
 
+#include "console/Number.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -115,10 +115,7 @@ std::string OperationName(std::uint32_t number) {
 }
 
 std::uint32_t ResolveOperation(const Object& object, const std::string& text) {
-  std::uint32_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error == std::errc() && stop == end) return number;
+  if (const auto number = ReadNumber<std::uint32_t>(text)) return *number;
   std::vector<std::string> names;
   for (const std::uint32_t known : kNamed) {
     const std::string name = OperationName(known);

@@ -6,7 +6,6 @@
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "console/Failure.h"
-#include "console/Vocabulary.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -31,6 +30,14 @@ PropertyName ResolveProperty(const Object& object, const std::string& name) {
   advice.push_back(fmt::format("See: corvane-host show {}", object.m_Selector));
   throw Failure(ExitCode::Usage, "NO_SUCH_PROPERTY", fmt::format("finding '{}'", name),
                 fmt::format("{} has no such property", object.m_Selector), advice);
+}
+
+NamedValue ReadNamed(const Object& object, const std::string& name) {
+  if (const Term* term = FindTerm(object.m_Kind, name)) {
+    return {term->m_Name, ReadTerm(object, *term)};
+  }
+  const PropertyName property = ResolveProperty(object, name);
+  return {property.m_Text, ReadProperty(*object.Find(property.m_Number))};
 }
 
 }  // namespace Console

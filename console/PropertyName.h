@@ -5,6 +5,7 @@
 #include <string>
 
 #include "console/Model.h"
+#include "console/Vocabulary.h"
 
 namespace Console {
 
@@ -19,5 +20,14 @@ struct PropertyName {
 // The property of `object` by vocabulary name, identifier or number. One that the vocabulary does
 // not have must be among those that the object reports. Throws `Failure` when there is none.
 PropertyName ResolveProperty(const Object& object, const std::string& name);
+
+struct NamedValue {
+  std::string m_Name;  // the term's, or as `ShownName` gives it
+  Value m_Value;
+};
+
+// What `object` has by such a name: the term where the vocabulary has one, else the property as it
+// is. Throws `Failure` when there is none.
+NamedValue ReadNamed(const Object& object, const std::string& name);
 
 }  // namespace Console

@@ -73,21 +73,27 @@ Failure NoSuchObject(const Model& model, const std::string& text) {
 
 }  // namespace
 
-const Object& Select(const Model& model, const std::string& text) {
+const Object* FindObject(const Model& model, const std::string& text) {
   std::vector<const Object*> matches;
   for (const Object& object : model.Objects()) {
     const bool fits = std::any_of(std::begin(kRules), std::end(kRules),
                                   [&](Rule rule) { return rule(object, text); });
     if (fits) matches.push_back(&object);
   }
-  if (matches.size() == 1) return *matches.front();
-  if (matches.empty()) throw NoSuchObject(model, text);
+  if (matches.empty()) return nullptr;
+  if (matches.size() == 1) return matches.front();
   std::vector<std::string> all;
   for (const Object* match : matches) all.push_back(Described(*match));
   throw Failure(
       ExitCode::NoObject, "AMBIGUOUS", fmt::format("finding '{}'", text),
       fmt::format("{} objects have that name", matches.size()),
       {fmt::format("They are: {}", fmt::join(all, ", ")), "Use the selector of one of them."});
+}
+
+const Object& Select(const Model& model, const std::string& text) {
+  const Object* object = FindObject(model, text);
+  if (object == nullptr) throw NoSuchObject(model, text);
+  return *object;
 }
 
 }  // namespace Console

@@ -94,6 +94,13 @@ Cell ValueCell(const Value& value, bool ascii) {
   return cell;
 }
 
+std::vector<Column> ChangeColumns() {
+  return {{"OBJECT", "object", false},
+          {"PROPERTY", "property", false},
+          {"BEFORE", "before", true},
+          {"AFTER", "after", true}};
+}
+
 std::string DrawTable(const Table& table, const Style& style, bool tree) {
   if (table.m_Rows.empty()) return {};
   const ScolsTable drawn = NewTable(style);

@@ -38,6 +38,9 @@ struct Table {
 Cell TextCell(const std::string& text);
 Cell ValueCell(const Value& value, bool ascii);
 
+// Of a table with a row for each property: what it was, and what it is.
+std::vector<Column> ChangeColumns();
+
 // The table for people; nothing at all when it has no rows.
 std::string DrawTable(const Table& table, const Style& style, bool tree);
 

@@ -1,5 +1,5 @@
-// The one vocabulary of table columns, `get`, JSON and, later, metrics: a name with its base unit,
-// the property from which it comes, and how the one is made from the other.
+// The one vocabulary of table columns, `get`, JSON and metrics: a name with its base unit, the
+// property from which it comes, and how the one is made from the other.
 #pragma once
 
 #include <cstddef>

@@ -16,7 +16,7 @@ using Lines = std::vector<Line>;
 
 Line Title(const Watched& watched, ScreenSize size, const std::string& time) {
   std::size_t cards = 0, unwell = 0;
-  for (const Object* object : ShownObjects(watched.Objects())) {
+  for (const Object* object : WithStatus(watched.Objects())) {
     if (object->m_Kind != Kind::Adapter) continue;
     ++cards;
     if (!IsWell(HealthOf(*object).m_Status)) ++unwell;
@@ -139,7 +139,7 @@ std::vector<Line> WatchView::DrawCards(const Watched& watched, ScreenSize size,
 }
 
 void WatchView::ChooseOne(const Model& model) {
-  const std::vector<const Object*> objects = ShownObjects(model);
+  const std::vector<const Object*> objects = WithStatus(model);
   if (!objects.empty() && model.Find(m_Chosen) == nullptr) m_Chosen = objects.front()->m_ID;
 }
 
@@ -217,7 +217,7 @@ void WatchView::Move(Key key, const Watched& watched) {
 }
 
 void WatchView::Choose(std::ptrdiff_t step, const Model& model) {
-  const std::vector<const Object*> objects = ShownObjects(model);
+  const std::vector<const Object*> objects = WithStatus(model);
   if (objects.empty()) return;
   const auto at = std::find_if(objects.begin(), objects.end(),
                                [&](const Object* object) { return object->m_ID == m_Chosen; });

@@ -6,7 +6,7 @@
 #include "console/Call.h"
 #include "console/CommandLine.h"
 #include "console/Commands.h"
-#include "console/Perform.h"
+#include "console/RunCommand.h"
 #include "console/Stop.h"
 
 namespace Console {
@@ -32,7 +32,7 @@ ExitCode Main(const Words& arguments) {
     start.m_Wrong.emplace(failure);
   }
   start.m_Monitored = GuessVerb(arguments, start.m_Options) == "check";
-  return start.m_Monitored && !start.m_Wrong ? PerformGuarded(start) : Perform(start);
+  return start.m_Monitored && !start.m_Wrong ? PerformGuarded(start) : RunCommand(start);
 }
 
 }  // namespace

@@ -33,7 +33,6 @@ HOST_API LoggedEvent WordEvent(const PI::CEvent& event);
 
 // Appends all of them or none, and draws their numbers.
 HOST_API void AppendEvents(const std::vector<LoggedEvent>& events);
-HOST_API void AppendEvent(const PI::CEvent& event);
 
 // The newest `limit` events among those not older than `sinceMs`, in order of logging.
 HOST_API std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit);

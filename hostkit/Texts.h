@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "host/PluginInterface.h"
 #include "host/Visibility.h"
@@ -15,6 +16,9 @@ namespace HostKit {
 
 // `Property` holds the short names too.
 enum class Family { Error, Event, Operation, Property, Value };
+
+// All numbers of a family, rising.
+HOST_API std::vector<std::uint32_t> NumbersOf(Family family);
 
 // The identifier's name, such as "CTRL_NORMAL"; empty for a number outside the tables.
 HOST_API std::string NameOf(Family family, std::uint32_t number);
@@ -31,9 +35,6 @@ HOST_API std::string MeaningOf(Family family, std::uint32_t number);
 // warning severity or worse, and for every value that an adapter tells as a reason for its status.
 // Empty for everything else.
 HOST_API std::string AdviceOf(Family family, std::uint32_t number);
-
-// The advice about a reason, by the number of its value. Empty for a value that is no reason.
-HOST_API std::string AdviceOf(std::uint32_t value);
 
 // The severity that an event has at least; information for a number outside the tables.
 HOST_API PI::_SEVERITY SeverityOf(std::uint32_t event);

@@ -1,4 +1,4 @@
-// The commands' entry points, one source each.
+// The commands' entry points.
 #pragma once
 
 namespace Console {

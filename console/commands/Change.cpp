@@ -25,12 +25,7 @@ Answer RunVerb(Context& context, std::uint32_t number) {
 }
 
 void RequireLight(const Object& adapter) {
-  const auto& operations = adapter.m_Operations;
-  if (std::any_of(operations.begin(), operations.end(), [](const PI::COperation& operation) {
-        return operation.m_OperationID == PI::OP_LOCATE_DEVICE;
-      })) {
-    return;
-  }
+  if (adapter.Lists(PI::OP_LOCATE_DEVICE)) return;
   throw Failure(ExitCode::Refused, "NO_LIGHT", fmt::format("locating {}", adapter.m_Selector),
                 "it has no light that can be switched", {"Nothing was changed."});
 }

@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include "console/Context.h"
 #include "console/EventView.h"
 #include "console/Moment.h"
+#include "console/Number.h"
 #include "console/Selectors.h"
 #include "console/Span.h"
 #include "console/Stop.h"
@@ -22,7 +22,6 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr std::size_t kUsualLimit = 50;
-constexpr std::size_t kNoLimit = 1'000'000'000;
 
 // What of the log is asked for.
 struct Wish {
@@ -35,14 +34,16 @@ Wish WishOf(const Options& options) {
   Wish wish;
   if (!options.m_Since.empty()) {
     wish.m_Since = ParseMoment("--since", options.m_Since, NowMs());
-    wish.m_Limit = kNoLimit;
+    wish.m_Limit = History::kAll;
   }
   if (options.m_Limit.empty()) return wish;
-  const char* const end = options.m_Limit.data() + options.m_Limit.size();
-  const auto [stop, error] = std::from_chars(options.m_Limit.data(), end, wish.m_Limit);
-  if (error == std::errc() && stop == end && wish.m_Limit <= kNoLimit) return wish;
-  throw UsageFailure(fmt::format("--limit cannot be '{}'", options.m_Limit),
-                     {"It may be a number of events, such as 200."});
+  const auto limit = ReadNumber<std::size_t>(options.m_Limit);
+  if (!limit || *limit > History::kAll) {
+    throw UsageFailure(fmt::format("--limit cannot be '{}'", options.m_Limit),
+                       {"It may be a number of events, such as 200."});
+  }
+  wish.m_Limit = *limit;
+  return wish;
 }
 
 // An event with the object that it is about, or null.
@@ -62,18 +63,15 @@ class Filter {
   // Throws `Failure` when nobody has ever had the name.
   void Choose(const Model& model, History& history) {
     if (IsNone()) return;
-    try {
-      m_Selector = Select(model, m_Text).m_Selector;
-    } catch (const Failure& failure) {
-      if (failure.m_Id != "NO_SUCH_OBJECT" || !IsIn(history.Read(0, kNoLimit))) throw;
-    }
+    const bool hasGone =
+        FindObject(model, m_Text) == nullptr && IsIn(history.Read(0, History::kAll));
+    if (!hasGone) m_Selector = Select(model, m_Text).m_Selector;
   }
 
   bool Fits(const Model& model, const Told& told) const {
     if (IsNone()) return true;
     if (m_Selector.empty()) return IsNamed(told.m_Event);
-    for (const Object* at = told.m_pObject; at != nullptr;
-         at = at->m_Owner ? &model.Objects()[*at->m_Owner] : nullptr) {
+    for (const Object* at = told.m_pObject; at != nullptr; at = model.OwnerOf(*at)) {
       if (at->m_Selector == m_Selector) return true;
     }
     return false;
@@ -141,7 +139,7 @@ void DropOldest(std::vector<Told>& events, std::size_t limit) {
 Answer Begin(Context& context, const Wish& wish, Filter& filter) {
   Session& session = context.Open();
   // One more than is wanted tells whether there are older ones.
-  const std::size_t limit = filter.IsNone() ? wish.m_Limit + 1 : kNoLimit;
+  const std::size_t limit = filter.IsNone() ? wish.m_Limit + 1 : History::kAll;
   const std::vector<LoggedEvent> log = context.EventLog().Read(wish.m_Since, limit);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
   const Model model = context.Objects();

@@ -3,6 +3,7 @@
 
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/EventView.h"
 #include "console/Glossary.h"
 #include "console/commands/All.h"
 
@@ -31,11 +32,9 @@ struct Explanation {
 };
 
 // Null for what is no event.
-const char* SeverityName(const Entry& entry) {
-  if (entry.m_Family != Family::Event) return nullptr;
-  const PI::_SEVERITY severity = HostKit::SeverityOf(entry.m_Number);
-  if (severity == PI::SEVERITY_ERROR) return "error";
-  return severity == PI::SEVERITY_WARNING ? "warning" : "information";
+const char* SeverityOf(const Entry& entry) {
+  const bool isEvent = entry.m_Family == Family::Event;
+  return isEvent ? SeverityName(HostKit::SeverityOf(entry.m_Number)) : nullptr;
 }
 
 Json TermJson(const TermUse& use) {
@@ -46,7 +45,7 @@ Json TermJson(const TermUse& use) {
 }
 
 Json EntryJson(const Entry& entry, const Explanation& about) {
-  const char* severity = SeverityName(entry);
+  const char* severity = SeverityOf(entry);
   Json terms = Json::array();
   for (const TermUse& use : about.m_Terms) terms.push_back(TermJson(use));
   return {{"family", about.m_Family},
@@ -73,7 +72,7 @@ std::string TermText(const TermUse& use) {
 }
 
 std::string EntryText(const Entry& entry, const Explanation& about) {
-  const char* severity = SeverityName(entry);
+  const char* severity = SeverityOf(entry);
   std::string text =
       fmt::format("{}  {}  {}{}{}\n", about.m_Number, about.m_Name, about.m_Family,
                   severity == nullptr ? "" : ", ", severity == nullptr ? "" : severity);

@@ -3,58 +3,43 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
-
 #include "console/Act.h"
+#include "console/Number.h"
 #include "console/commands/All.h"
 
 namespace Console {
 namespace {
 
-struct CapacityName {
-  const char* m_Name;
-  std::int32_t m_Value;
-};
-
-constexpr CapacityName kCapacities[] = {
-    {"maximum", PI::Value::MAXIMUM_CAPACITY},
-    {"factory", PI::Value::FACTORY_CAPACITY},
-    {"improved", PI::Value::IMPROVED_PERFORMANCE},
-    {"high", PI::Value::HIGH_PERFORMANCE},
-};
-
 // A whole number from `least` to `most`, or 0 for anything else.
 std::int32_t Whole(const std::string& text, std::int32_t least, std::int32_t most) {
-  std::int32_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  const bool fits = error == std::errc() && stop == end && number >= least && number <= most;
-  return fits ? number : 0;
+  const auto number = ReadNumber<std::int32_t>(text);
+  return number && *number >= least && *number <= most ? *number : 0;
 }
 
 void ReadCapacity(const std::string& text, FormatWish& wish) {
-  for (const CapacityName& row : kCapacities) {
-    if (text == row.m_Name) {
+  for (const Capacity& row : kCapacities) {
+    if (text == row.m_Word) {
       wish.m_Capacity = row.m_Value;
       return;
     }
   }
   wish.m_Capacity = PI::Value::CUSTOM;
-  wish.m_Percent = Whole(text, 10, 100);
+  wish.m_Percent = Whole(text, kLeastPercent, kMostPercent);
   if (wish.m_Percent != 0) return;
   std::vector<std::string> names;
-  for (const CapacityName& row : kCapacities) names.emplace_back(row.m_Name);
+  for (const Capacity& row : kCapacities) {
+    if (*row.m_Word != '\0') names.emplace_back(row.m_Word);
+  }
   std::vector<std::string> advice = DidYouMean(text, names);
   advice.emplace_back("It may be maximum, factory, improved, high, or 10 to 100 per cent.");
   throw UsageFailure(fmt::format("--capacity cannot be '{}'", text), advice);
 }
 
 FormatWish ReadWish(const Options& options) {
-  constexpr std::int32_t kLargest = 1 << 30;
   FormatWish wish;
   if (!options.m_Capacity.empty()) ReadCapacity(options.m_Capacity, wish);
   if (options.m_SectorSize.empty()) return wish;
-  wish.m_SectorSize = static_cast<std::uint32_t>(Whole(options.m_SectorSize, 1, kLargest));
+  wish.m_SectorSize = static_cast<std::uint32_t>(Whole(options.m_SectorSize, 1, kLargestSector));
   if (wish.m_SectorSize != 0) return wish;
   throw UsageFailure(fmt::format("--sector-size cannot be '{}'", options.m_SectorSize),
                      {"It is a number of bytes, such as 512 or 4096."});

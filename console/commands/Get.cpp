@@ -10,19 +10,6 @@
 namespace Console {
 namespace {
 
-struct NamedValue {
-  std::string m_Name;
-  Value m_Value;
-};
-
-NamedValue Read(const Object& object, const std::string& name) {
-  if (const Term* term = FindTerm(object.m_Kind, name)) {
-    return {term->m_Name, ReadTerm(object, *term)};
-  }
-  const PropertyName property = ResolveProperty(object, name);
-  return {property.m_Text, ReadProperty(*object.Find(property.m_Number))};
-}
-
 std::vector<NamedValue> ReadAll(const Object& object) {
   std::vector<NamedValue> values;
   for (const Term& term : TermsOf(object.m_Kind)) {
@@ -38,7 +25,7 @@ Answer RunGet(Context& context) {
   const Object& object = Select(model, context.m_Arguments[0]);
   std::vector<NamedValue> values;
   for (std::size_t i = 1; i < context.m_Arguments.size(); ++i) {
-    values.push_back(Read(object, context.m_Arguments[i]));
+    values.push_back(ReadNamed(object, context.m_Arguments[i]));
   }
   if (context.m_Arguments.size() == 1) values = ReadAll(object);
 

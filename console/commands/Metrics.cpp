@@ -5,6 +5,7 @@
 
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/History.h"
 #include "console/MetricsText.h"
 #include "console/TextFile.h"
 #include "console/commands/All.h"
@@ -19,7 +20,7 @@ std::vector<HostKit::EventCount> ReadEventCounts(Talk& talk) {
     return HostKit::CountEvents();
   } catch (const DBEXCEPTION::DatabaseException& failure) {
     talk.Note("DATABASE_FAILED", std::string("the events cannot be counted: ") + failure.what(),
-              {"The database is the file that CORVANE_DATABASE names."});
+              DatabaseAdvice());
     return {};
   }
 }

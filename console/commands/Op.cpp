@@ -4,13 +4,12 @@
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
-#include <charconv>
-#include <optional>
 
 #include "console/Act.h"
 #include "console/Consent.h"
 #include "console/Format.h"
 #include "console/Glossary.h"
+#include "console/Number.h"
 #include "console/Selectors.h"
 #include "console/commands/All.h"
 #include "hostkit/Texts.h"
@@ -31,7 +30,7 @@ PI::COperation RecordOf(const Object& object, std::uint32_t number) {
   return operation;
 }
 
-struct Verdict {
+struct Possibility {
   std::uint32_t m_Error;
 
   bool Possible() const { return m_Error == PI::SUCCESS; }
@@ -43,7 +42,7 @@ struct Verdict {
   }
 };
 
-Verdict Check(Session& session, const Object& object, std::uint32_t number) {
+Possibility Check(Session& session, const Object& object, std::uint32_t number) {
   PI::COperation operation = RecordOf(object, number);
   return {session.CheckOperation(object.m_ID, operation)};
 }
@@ -58,15 +57,15 @@ Answer ListOperations(Context& context, const Object& object) {
   for (const PI::COperation& listed : object.m_Operations) {
     const std::uint32_t number = listed.m_OperationID;
     const std::string caption = HostKit::CaptionOf(Family::Operation, number);
-    const Verdict verdict = Check(context.Open(), object, number);
+    const Possibility possibility = Check(context.Open(), object, number);
     answer.m_Result["operations"].push_back({{"number", number},
                                              {"name", OperationName(number)},
                                              {"caption", caption},
-                                             {"possible", verdict.Possible()},
-                                             {"error", verdict.Error()}});
+                                             {"possible", possibility.Possible()},
+                                             {"error", possibility.Error()}});
     answer.m_Table.m_Rows.push_back(
         {{TextCell(std::to_string(number)), TextCell(OperationName(number)),
-          TextCell(verdict.Text()), TextCell(caption)},
+          TextCell(possibility.Text()), TextCell(caption)},
          std::nullopt});
   }
   if (answer.m_Table.m_Rows.empty()) {
@@ -79,24 +78,24 @@ Answer ListOperations(Context& context, const Object& object) {
 
 Answer CheckOperation(Context& context, const Object& object, std::uint32_t number) {
   const OperationRow* row = FindOperation(number);
-  const Verdict verdict = Check(context.Open(), object, number);
+  const Possibility possibility = Check(context.Open(), object, number);
   Answer answer;
   answer.m_Result = {{"object", object.m_Selector},
                      {"operation", OperationName(number)},
                      {"number", number},
-                     {"possible", verdict.Possible()},
-                     {"error", verdict.Error()}};
+                     {"possible", possibility.Possible()},
+                     {"error", possibility.Error()}};
   answer.m_Table.m_Columns = {
       {"OBJECT", "object", false}, {"OPERATION", "operation", false}, {"NOW", "possible", false}};
   answer.m_Table.m_Rows = {
-      {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(verdict.Text())},
+      {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(possibility.Text())},
        std::nullopt}};
-  if (verdict.Possible()) return answer;
+  if (possibility.Possible()) return answer;
   const std::string state =
       row == nullptr ? "" : StateOf(context.Open(), object.m_ID, row->m_Aspect);
   const Failure failure =
       CheckFailure(fmt::format("{} for {}", OperationName(number), object.m_Selector), row, state,
-                   verdict.m_Error);
+                   possibility.m_Error);
   context.m_Talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
   answer.m_Code = failure.m_Code;
   return answer;
@@ -130,35 +129,24 @@ Argument ParseArgument(const std::string& text) {
   return {number, name, text.substr(sign + 1)};
 }
 
-std::optional<std::int32_t> AsNumber(const std::string& text) {
-  std::int32_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
-}
-
 [[noreturn]] void WrongValue(const Argument& argument, const std::string& allowed) {
   throw UsageFailure(fmt::format("{} cannot be '{}'", argument.m_Text, argument.m_Value),
                      {"It may be " + allowed + "."});
 }
 
 std::int32_t NumberWithin(const Argument& argument, std::int32_t least, std::int32_t most) {
-  const auto number = AsNumber(argument.m_Value);
+  const auto number = ReadNumber<std::int32_t>(argument.m_Value);
   if (number && *number >= least && *number <= most) return *number;
   WrongValue(argument, fmt::format("{} to {}", least, most));
 }
 
-constexpr std::uint32_t kCapacities[] = {PI::Value::MAXIMUM_CAPACITY, PI::Value::FACTORY_CAPACITY,
-                                         PI::Value::IMPROVED_PERFORMANCE,
-                                         PI::Value::HIGH_PERFORMANCE, PI::Value::CUSTOM};
-
 std::int32_t CapacityOf(const Argument& argument) {
   std::string names;
-  for (const std::uint32_t value : kCapacities) {
-    const std::string name = HostKit::NameOf(Family::Value, value);
-    if (boost::iequals(argument.m_Value, name) || argument.m_Value == std::to_string(value)) {
-      return static_cast<std::int32_t>(value);
+  for (const Capacity& row : kCapacities) {
+    const std::string name =
+        HostKit::NameOf(Family::Value, static_cast<std::uint32_t>(row.m_Value));
+    if (boost::iequals(argument.m_Value, name) || argument.m_Value == std::to_string(row.m_Value)) {
+      return row.m_Value;
     }
     names += (names.empty() ? "" : ", ") + name;
   }
@@ -166,7 +154,6 @@ std::int32_t CapacityOf(const Argument& argument) {
 }
 
 FormatWish WishOf(const std::vector<Argument>& arguments) {
-  constexpr std::int32_t kLargest = 1 << 30;
   FormatWish wish;
   for (const Argument& argument : arguments) {
     switch (argument.m_Name) {
@@ -174,10 +161,10 @@ FormatWish WishOf(const std::vector<Argument>& arguments) {
         wish.m_Capacity = CapacityOf(argument);
         break;
       case PI::Property::SIZE:
-        wish.m_Percent = NumberWithin(argument, 10, 100);
+        wish.m_Percent = NumberWithin(argument, kLeastPercent, kMostPercent);
         break;
       case PI::Property::BLOCK_SIZE:
-        wish.m_SectorSize = static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargest));
+        wish.m_SectorSize = static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargestSector));
         break;
       default:
         throw UsageFailure(fmt::format("OP_FORMAT_DEVICE has no argument '{}'", argument.m_Text),
@@ -192,7 +179,7 @@ PI::CProperty Parameter(const Argument& argument) {
   PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
   parameter.m_NameID = argument.m_Name;
   const std::uint32_t value = HostKit::NumberOf(Family::Value, argument.m_Value);
-  if (const auto number = AsNumber(argument.m_Value)) {
+  if (const auto number = ReadNumber<std::int32_t>(argument.m_Value)) {
     parameter.m_PropertyID = PI::Property::RANGE_PARAM;
     parameter.SetValue(*number, *number, *number, 1);
   } else if (value != 0) {

@@ -7,6 +7,7 @@
 #include "console/Answer.h"
 #include "console/ChoiceNames.h"
 #include "console/Context.h"
+#include "console/History.h"
 #include "console/commands/All.h"
 #include "host/Database.h"
 #include "hostkit/Database.h"
@@ -42,7 +43,7 @@ RowTable Read(const Source& source) {
     return HostKit::ReadRows(source.m_Kind);
   } catch (const DBEXCEPTION::DatabaseException& failure) {
     throw Failure(ExitCode::Failed, "DATABASE_FAILED", "reading the rows", failure.what(),
-                  {"The database is the file that CORVANE_DATABASE names."});
+                  DatabaseAdvice());
   }
 }
 

@@ -1,11 +1,9 @@
 // set: change one property, and say what changed.
 #include <fmt/format.h>
 
-#include <charconv>
-#include <system_error>
-
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/Number.h"
 #include "console/PropertyName.h"
 #include "console/Selectors.h"
 #include "console/commands/All.h"
@@ -29,14 +27,9 @@ Assignment ParseAssignment(const std::string& text) {
 }
 
 int ParseNumber(const std::string& text) {
-  int number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) {
-    throw UsageFailure(fmt::format("'{}' is not a whole number that fits", text),
-                       {"For example: corvane-host set plugin poll_interval=30"});
-  }
-  return number;
+  if (const auto number = ReadNumber<int>(text)) return *number;
+  throw UsageFailure(fmt::format("'{}' is not a whole number that fits", text),
+                     {"For example: corvane-host set plugin poll_interval=30"});
 }
 
 PI::CProperty ReadRecord(Session& session, const Object& object, const PropertyName& name) {
@@ -108,10 +101,7 @@ std::string ChangeText(const std::string& subject, const Change& change) {
 
 Table ChangeTable(const Object& object, const PropertyName& name, const Change& change) {
   Table table;
-  table.m_Columns = {{"OBJECT", "object", false},
-                     {"PROPERTY", "property", false},
-                     {"BEFORE", "before", true},
-                     {"AFTER", "after", true}};
+  table.m_Columns = ChangeColumns();
   table.m_Rows = {
       {{TextCell(object.m_Selector), TextCell(name.m_Text),
         TextCell(std::to_string(change.m_Before)), TextCell(std::to_string(change.m_After))},

@@ -143,8 +143,7 @@ std::vector<Told> Tell(Context& context, const Model& model, const Objects& chos
     return all;
   }
   context.Open().CollectEvents();
-  constexpr std::size_t kAll = 1'000'000;
-  const auto events = Namesakes(model).Sort(context.EventLog().Read(0, kAll));
+  const auto events = Namesakes(model).Sort(context.EventLog().Read(0, History::kAll));
   for (Told& told : all) {
     const auto found = events.find(told.m_pObject);
     if (found != events.end()) told.m_Since = StatusSince(told.m_Health, found->second);

@@ -20,15 +20,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-const Object* SelectOrNull(const Model& model, const std::string& name) {
-  try {
-    return &Select(model, name);
-  } catch (const Failure& failure) {
-    if (failure.m_Id == "NO_SUCH_OBJECT") return nullptr;
-    throw;
-  }
-}
-
 // The object that a name meant at the start: the names of places, such as a1, move up when a card
 // goes, and a card that returns has a new id.
 class Meant {
@@ -38,7 +29,7 @@ class Meant {
   // Throws `Failure` while nothing has been meant yet and `required`; gives null without.
   const Object* Find(const Model& model, bool required) {
     if (!m_Id) {
-      const Object* found = required ? &Select(model, m_Name) : SelectOrNull(model, m_Name);
+      const Object* found = required ? &Select(model, m_Name) : FindObject(model, m_Name);
       if (found == nullptr) return nullptr;
       m_Id = found->m_ID;
       m_Selector = found->m_Selector;
@@ -46,7 +37,7 @@ class Meant {
       return found;
     }
     const Object* same = model.Find(*m_Id);
-    return same != nullptr || m_Serial.empty() ? same : SelectOrNull(model, m_Serial);
+    return same != nullptr || m_Serial.empty() ? same : FindObject(model, m_Serial);
   }
 
   // The selector at the start, or the name given.

@@ -72,15 +72,14 @@ Table BlockTable(const Model& model, bool ascii) {
     table.m_Columns.push_back({term.m_Heading, term.m_Name, number});
   }
   table.m_Columns.push_back({"REASONS", "status_reasons", false});
-  for (const Object& object : model.Objects()) {
-    if (object.m_Kind != Kind::Adapter && object.m_Kind != Kind::Drive) continue;
-    Row row{{TextCell(object.m_Selector)}, std::nullopt};
+  for (const Object* object : WithStatus(model)) {
+    Row row{{TextCell(object->m_Selector)}, std::nullopt};
     for (const char* name : kColumns) {
-      const Term* term = FindTerm(object.m_Kind, name);
+      const Term* term = FindTerm(object->m_Kind, name);
       row.m_Cells.push_back(term == nullptr ? Cell{"", "-", Tone::Plain}
-                                            : ValueCell(ReadTerm(object, *term), ascii));
+                                            : ValueCell(ReadTerm(*object, *term), ascii));
     }
-    row.m_Cells.push_back(TextCell(ReasonNames(HealthOf(object))));
+    row.m_Cells.push_back(TextCell(ReasonNames(HealthOf(*object))));
     table.m_Rows.push_back(std::move(row));
   }
   return table;

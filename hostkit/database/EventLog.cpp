@@ -76,10 +76,6 @@ void AppendEvents(const std::vector<LoggedEvent>& events) {
   });
 }
 
-void AppendEvent(const PI::CEvent& event) {
-  AppendEvents({WordEvent(event)});
-}
-
 std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
   return TheDatabase()->With([&](Connection& connection) {
     Statement statement = connection.Prepare(kNewest);

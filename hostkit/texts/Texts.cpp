@@ -24,6 +24,13 @@ std::string TextOf(const Rows& rows, std::uint32_t number) {
 }
 
 template <class Rows>
+std::vector<std::uint32_t> NumbersIn(const Rows& rows) {
+  std::vector<std::uint32_t> numbers;
+  for (const auto& row : rows) numbers.push_back(row.m_Number);
+  return numbers;
+}
+
+template <class Rows>
 std::uint32_t NumberOfText(const Rows& rows, const std::string& text) {
   for (const auto& row : rows) {
     if (boost::algorithm::iequals(row.m_Text, text, std::locale::classic())) return row.m_Number;
@@ -74,6 +81,22 @@ const std::array<std::string, 2> kAnyNames = {"NAME", "NAME"};
 
 }  // namespace
 
+std::vector<std::uint32_t> NumbersOf(Family family) {
+  switch (family) {
+    case Family::Error:
+      return NumbersIn(kErrorNames);
+    case Family::Event:
+      return NumbersIn(kEventNames);
+    case Family::Operation:
+      return NumbersIn(kOperationNames);
+    case Family::Property:
+      return NumbersIn(kPropertyNames);
+    case Family::Value:
+      return NumbersIn(kValueNames);
+  }
+  return {};
+}
+
 std::string NameOf(Family family, std::uint32_t number) {
   switch (family) {
     case Family::Error:
@@ -118,11 +141,7 @@ std::string MeaningOf(Family family, std::uint32_t number) {
 std::string AdviceOf(Family family, std::uint32_t number) {
   if (family == Family::Error) return AdviceIn(kErrorTexts, number);
   if (family == Family::Event) return AdviceIn(kEventTexts, number);
-  return family == Family::Value ? AdviceOf(number) : "";
-}
-
-std::string AdviceOf(std::uint32_t value) {
-  return TextOf(kAdviceTexts, value);
+  return family == Family::Value ? TextOf(kAdviceTexts, number) : "";
 }
 
 PI::_SEVERITY SeverityOf(std::uint32_t event) {

@@ -74,8 +74,6 @@ setup_file() {
   wait
 }
 
-cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
-with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 to_full_disk() { "$@" >/dev/full; }
 
 interrupted() {

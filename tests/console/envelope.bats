@@ -23,7 +23,6 @@ setup_file() {
   printf '{"cards": [' >"$BATS_FILE_TMPDIR/damaged.json"
 }
 
-cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
 
 @test "every command in every situation: documents of the schema with the process's exit code" {

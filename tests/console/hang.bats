@@ -29,11 +29,6 @@ setup_file() {
   wait
 }
 
-copy() {
-  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$1.json"
-  echo "$BATS_FILE_TMPDIR/$1.json"
-}
-
 # Asks a run to end while the plug-in is stuck, once.
 asked() {
   local code=0

@@ -115,16 +115,23 @@ make_haste() {
   done
 }
 
-# own NAME ARGUMENTS...: runs the host on cards of its own, NAME.json, so that stories run at once.
-own() {
+# cards NAME ARGUMENTS..., with NAME ARGUMENTS...: the simulator and the host on cards of that name.
+cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
+
+# copy NAME: makes cards of that name like those of the machine, if there are none; says their file.
+copy() {
   local file="$BATS_FILE_TMPDIR/$1.json"
   # By rename: several runs may share the cards, and none may see half a file.
   [ -e "$file" ] || { cp "$CARDSIM_STATE" "$file.$BASHPID" && mv -n "$file.$BASHPID" "$file"; }
-  corvane-host --simulate="$file" "${@:2}"
+  echo "$file"
 }
 
+# own NAME ARGUMENTS...: runs the host on cards of its own, so that stories run at once.
+own() { corvane-host --simulate="$(copy "$1")" "${@:2}"; }
+
 # card NAME ATTRIBUTE: of card0 in the cards of that name.
-card() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" get card0 "$2"; }
+card() { cards "$1" get card0 "$2"; }
 
 # untouched NAME...: the cards of these names are what they were.
 untouched() {

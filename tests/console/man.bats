@@ -41,6 +41,18 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$page"
 }
 
+@test "the page names the commands of each option, as the help does" {
+  local help page
+  help=$(corvane-host --help | sed -n '/^Options of some/,/^$/p' |
+    awk '/^  (-., |    )--/ {print ""; sub(/^  (-., |    )/, "")} {printf "%s ", $0}' |
+    sed -n 's/^\(--[a-z-]*\) .*(\([a-z, ]*\)) *$/\1 \2/p' | tr -s ' ')
+  page=$(section corvane-host OPTIONS | sed -n '/^   Options of some/,$p' |
+    awk '/^       -/ {print ""; sub(/^ *(-., )?/, ""); $0 = $1} {printf "%s ", $0}' |
+    sed -n 's/^\(--[a-z-]*\)  *\([a-z, ]*\):.*/\1 \2/p')
+  [ "$(wc -l <<<"$help")" -ge 14 ]
+  same "$help" "$page"
+}
+
 @test "the page has the exit codes of the help" {
   same "$(corvane-host --help | sed -n '/^Exit codes/,$p' | sed -n 's/^  \([0-9]*\)  .*/\1/p')" \
     "$(terms corvane-host "EXIT STATUS")"

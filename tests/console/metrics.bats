@@ -49,8 +49,6 @@ setup_file() {
   wait
 }
 
-cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
-with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 metrics() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/metrics.py" "$1" "$BATS_FILE_TMPDIR/$2.out"; }
 # series NAME PATTERN
 series() { metrics series "$1" | grep -E -- "$2"; }

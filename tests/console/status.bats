@@ -47,9 +47,6 @@ setup_file() {
   wait
 }
 
-cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
-with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
-
 # Once the plug-in has started.
 after_a_while() {
   sleep 2

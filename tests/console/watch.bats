@@ -41,13 +41,11 @@ setup_file() {
   wait
 }
 
-with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
-
 change_cards() {
   sleep 2.5
   local name
   for name in blocks lines; do
-    cardsim --state "$BATS_FILE_TMPDIR/$name.json" raise card0 CORRECTABLE_PCI_ERRORS
+    cards "$name" raise card0 CORRECTABLE_PCI_ERRORS
   done
 }
 

@@ -14,7 +14,7 @@ PI::CEvent Event(PI::_EVENT_ID id, PI::_SEVERITY severity) {
 class EventCounts : public HostDatabaseTest {
  protected:
   static void Happen(PI::_EVENT_ID id, PI::_SEVERITY severity, int times) {
-    for (int i = 0; i < times; ++i) HostKit::AppendEvent(Event(id, severity));
+    for (int i = 0; i < times; ++i) AppendEvent(Event(id, severity));
   }
 
   // "event/severity count" of each, with a comma between.

@@ -26,7 +26,7 @@ class EventLog : public HostDatabaseTest {
 };
 
 TEST_F(EventLog, KeepsWhatHappened) {
-  HostKit::AppendEvent(Overheated(1767225600000, "SanDisk \"fast\" card (1)"));
+  AppendEvent(Overheated(1767225600000, "SanDisk \"fast\" card (1)"));
   const auto events = HostKit::ReadEvents(0, 10);
   ASSERT_EQ(events.size(), 1U);
   EXPECT_EQ(events[0].m_Number, 1);
@@ -39,16 +39,16 @@ TEST_F(EventLog, KeepsWhatHappened) {
 }
 
 TEST_F(EventLog, GivesTheNewestInOrder) {
-  for (const char* name : {"a", "b", "c", "d"}) HostKit::AppendEvent(Overheated(1000, name));
+  for (const char* name : {"a", "b", "c", "d"}) AppendEvent(Overheated(1000, name));
   EXPECT_EQ(NamesSince(0, 10), "a b c d ");
   EXPECT_EQ(NamesSince(0, 2), "c d ");
   EXPECT_EQ(NamesSince(0, 0), "");
 }
 
 TEST_F(EventLog, GivesThoseSinceAMoment) {
-  HostKit::AppendEvent(Overheated(1000, "a"));
-  HostKit::AppendEvent(Overheated(2000, "b"));
-  HostKit::AppendEvent(Overheated(3000, "c"));
+  AppendEvent(Overheated(1000, "a"));
+  AppendEvent(Overheated(2000, "b"));
+  AppendEvent(Overheated(3000, "c"));
   EXPECT_EQ(NamesSince(2000, 10), "b c ");
   EXPECT_EQ(NamesSince(3001, 10), "");
   EXPECT_EQ(NamesSince(18446744073709551615UL, 10), "");
@@ -57,22 +57,22 @@ TEST_F(EventLog, GivesThoseSinceAMoment) {
 TEST_F(EventLog, KeepsEveryBitOfAnObjectsId) {
   auto event = Overheated(1000, "a");
   event.m_ObjectID = 18446744073709551615UL;
-  HostKit::AppendEvent(event);
+  AppendEvent(event);
   EXPECT_EQ(HostKit::ReadEvents(0, 1).at(0).m_ObjectID, 18446744073709551615UL);
 }
 
 TEST_F(EventLog, OutlivesTheHost) {
-  HostKit::AppendEvent(Overheated(1000, "a"));
+  AppendEvent(Overheated(1000, "a"));
   Restart();
-  HostKit::AppendEvent(Overheated(2000, "b"));
+  AppendEvent(Overheated(2000, "b"));
   EXPECT_EQ(NamesSince(0, 10), "a b ");
   EXPECT_EQ(HostKit::ReadEvents(0, 1).at(0).m_Number, 2);
 }
 
 TEST_F(EventLog, DropsTheOldestBeyondItsSize) {
-  HostKit::AppendEvent(Overheated(1000, "first"));
+  AppendEvent(Overheated(1000, "first"));
   Query("INSERT INTO host_event_log SELECT 20000, 1000, 3, 10967, 5, 'second', '', '', 0");
-  HostKit::AppendEvent(Overheated(1000, "third"));
+  AppendEvent(Overheated(1000, "third"));
   EXPECT_EQ(NamesSince(0, 10), "second third ");
 }
 
@@ -99,7 +99,7 @@ TEST_F(EventLog, OfAnEarlierVersionIsKeptAndGoesOn) {
       "object_id INTEGER NOT NULL, name TEXT NOT NULL, message TEXT NOT NULL) STRICT;"
       "INSERT INTO host_event_log VALUES (7, 1000, 3, 10967, 5, 'early', 'It was hot.')");
   Use(file.string());
-  HostKit::AppendEvent(Overheated(2000, "late"));
+  AppendEvent(Overheated(2000, "late"));
   const auto events = HostKit::ReadEvents(0, 10);
   ASSERT_EQ(events.size(), 2U);
   EXPECT_EQ(events[0].m_Message, "It was hot.");
@@ -113,7 +113,7 @@ TEST_F(EventLog, OfAnEarlierVersionIsKeptAndGoesOn) {
 TEST_F(EventLog, SaysWhenItCannotBeUsed) {
   std::filesystem::create_directories(m_Folder.Path() / "folder");
   Use((m_Folder.Path() / "folder").string());
-  EXPECT_THROW(HostKit::AppendEvent(PI::CEvent()), DBEXCEPTION::DatabaseException);
+  EXPECT_THROW(AppendEvent(PI::CEvent()), DBEXCEPTION::DatabaseException);
   EXPECT_THROW(HostKit::ReadEvents(0, 10), DBEXCEPTION::DatabaseException);
 }
 

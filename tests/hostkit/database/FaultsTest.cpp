@@ -92,7 +92,7 @@ TEST_F(Faults, AFileThatIsNoDatabaseMayBeTakenAway) {
 
 TEST_F(Faults, ADamagedFileIsReportedAndLeftAlone) {
   m_pStorage->insert(AnAdapter(1));
-  HostKit::AppendEvent(PI::CEvent());
+  AppendEvent(PI::CEvent());
   WhileClosed();
   const std::string whole = ReadText(File());
   Damage(8192, std::string(4096, '\x5A'));
@@ -155,7 +155,7 @@ TEST_F(Faults, AFileThatGoesAwayIsMadeAnew) {
 
 TEST_F(Faults, AFilePutInThePlaceOfTheOpenOneIsUsedWithoutItsRows) {
   m_pStorage->insert(AnAdapter(1));
-  HostKit::AppendEvent(PI::CEvent());
+  AppendEvent(PI::CEvent());
   Use((m_Folder.Path() / "second.db").string());
   m_pStorage->insert(AnAdapter(2));
   std::filesystem::rename(File(), m_Folder.Path() / "second.db");
@@ -197,7 +197,7 @@ TEST_F(Faults, AShortLockIsWaitedFor) {
 }
 
 TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
-  HostKit::AppendEvent(PI::CEvent());
+  AppendEvent(PI::CEvent());
   Query("PRAGMA max_page_count = 1");
   const std::string large =
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(100000, 'x') + "\")";
@@ -209,7 +209,7 @@ TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
 }
 
 TEST_F(Faults, ADiskThatTakesNoMoreIsReportedAndOver) {
-  HostKit::AppendEvent(PI::CEvent());
+  AppendEvent(PI::CEvent());
   m_pStorage->insert(AnAdapter(1));
   {
     const FileSizeLimit limit(4096);

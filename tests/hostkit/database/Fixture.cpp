@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "hostkit/Database.h"
+#include "hostkit/EventLog.h"
 
 using RaidDataModels::Adapter;
 using RaidDataModels::Plugin;
@@ -64,6 +65,10 @@ std::string HostDatabaseTest::Counts() {
   return "adapters " + Query("SELECT COUNT(*) FROM host_adapter_rows").at(0) + " drives " +
          Query("SELECT COUNT(*) FROM host_drive_rows").at(0) + " plugins " +
          Query("SELECT COUNT(*) FROM host_plugin_rows").at(0);
+}
+
+void AppendEvent(const PI::CEvent& event) {
+  HostKit::AppendEvents({HostKit::WordEvent(event)});
 }
 
 Adapter AnAdapter(int number) {

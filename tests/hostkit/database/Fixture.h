@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/Database.h"
+#include "host/PluginInterface.h"
 #include "models/Adapter.h"
 #include "models/PD.h"
 #include "models/Plugin.h"
@@ -52,6 +53,9 @@ class HostDatabaseTest : public testing::Test {
   ScopedVariable m_Variable;
   std::shared_ptr<DatabaseORM::storage_t> m_pStorage;
 };
+
+// Logs an event by itself, as the log words it.
+void AppendEvent(const PI::CEvent& event);
 
 // An adapter that a condition finds.
 RaidDataModels::Adapter AnAdapter(int number);

@@ -12,7 +12,7 @@ class Lives : public HostDatabaseTest {
     drive.objectId = 2;
     m_pStorage->insert(drive);
     m_pStorage->insert(APlugin());
-    HostKit::AppendEvent(PI::CEvent());
+    AppendEvent(PI::CEvent());
   }
 };
 

@@ -33,7 +33,7 @@ TEST_F(Threads, RunStatementsAndLogEventsAtOnce) {
     for (int round = 0; round < kRounds; ++round) {
       m_pStorage->dao->query("INSERT INTO host_adapter_rows (ad_adapter_number) VALUES (" +
                              std::to_string(number) + ")");
-      HostKit::AppendEvent(PI::CEvent());
+      AppendEvent(PI::CEvent());
       HostKit::ReadEvents(0, 3);
     }
   });
@@ -47,7 +47,7 @@ TEST_F(Threads, AreNotDisturbedByANewLife) {
       if (number == 0) {
         HostKit::ReopenDatabase();
       } else {
-        HostKit::AppendEvent(PI::CEvent());
+        AppendEvent(PI::CEvent());
       }
     }
   });

@@ -110,7 +110,7 @@ TEST(EventRegistry, AnEventOfAReasonHasTheReasonsAdvice) {
       {10972, 40464}, {10979, 40471}, {10984, 40387}, {11086, 40464}, {11087, 40486}};
   for (const auto& [event, reason] : pairs) {
     EXPECT_EQ(HostKit::AdviceOf(Family::Event, event), HostKit::AdviceOf(Family::Value, reason));
-    EXPECT_NE(HostKit::AdviceOf(reason), "") << reason;
+    EXPECT_NE(HostKit::AdviceOf(Family::Value, reason), "") << reason;
   }
 }
 
@@ -138,7 +138,8 @@ TEST(Meanings, AreSentencesForAllButPlainValues) {
   for (const auto& [family, numbers] : kNumbers) {
     for (const std::uint32_t number : numbers) {
       const std::string meaning = HostKit::MeaningOf(family, number);
-      const bool plain = family == Family::Value && HostKit::AdviceOf(number).empty();
+      const bool plain =
+          family == Family::Value && HostKit::AdviceOf(Family::Value, number).empty();
       EXPECT_NE(meaning, "") << number;
       EXPECT_TRUE(plain || IsASentence(meaning)) << number << ' ' << meaning;
     }

@@ -70,6 +70,15 @@ TEST(Texts, NoTwoNumbersOfAFamilyHaveTheSameCaption) {
   }
 }
 
+TEST(Numbers, OfAFamilyAreThoseOfItsListAndTheLowOnes) {
+  EXPECT_EQ(HostKit::NumbersOf(Family::Error).size(), 15U);
+  EXPECT_EQ(HostKit::NumbersOf(Family::Event).size(), 38U);
+  EXPECT_EQ(HostKit::NumbersOf(Family::Operation).size(), 10U);
+  EXPECT_EQ(HostKit::NumbersOf(Family::Property).size(), 59U);
+  EXPECT_EQ(HostKit::NumbersOf(Family::Value).size(), 85U);
+  EXPECT_EQ(HostKit::NumbersOf(Family::Operation).front(), 1U);
+}
+
 // What an adapter may tell as a reason: its error, warning and information bits, why it is in
 // minimal mode, why it writes slowly, and the states of the card.
 const std::uint32_t kReasons[] = {
@@ -81,7 +90,7 @@ const std::uint32_t kReasons[] = {
 TEST(Advice, IsThereForEveryReasonAsASentence) {
   EXPECT_EQ(std::size(kReasons), 51U);
   for (const std::uint32_t reason : kReasons) {
-    const std::string advice = HostKit::AdviceOf(reason);
+    const std::string advice = HostKit::AdviceOf(Family::Value, reason);
     EXPECT_TRUE(EndsAsASentence(advice)) << reason << ' ' << HostKit::NameOf(Family::Value, reason);
   }
 }
@@ -89,11 +98,12 @@ TEST(Advice, IsThereForEveryReasonAsASentence) {
 TEST(Advice, IsForReasonsAlone) {
   std::size_t advised = 0;
   for (const Number& row : kNumbers) {
-    if (row.family == Family::Value && !HostKit::AdviceOf(row.number).empty()) ++advised;
+    if (row.family == Family::Value && !HostKit::AdviceOf(Family::Value, row.number).empty())
+      ++advised;
   }
   EXPECT_EQ(advised, 51U);
-  EXPECT_EQ(HostKit::AdviceOf(PI::Value::OK), "");
-  EXPECT_EQ(HostKit::AdviceOf(49999), "");
+  EXPECT_EQ(HostKit::AdviceOf(Family::Value, PI::Value::OK), "");
+  EXPECT_EQ(HostKit::AdviceOf(Family::Value, 49999), "");
 }
 
 struct LowNumber {

@@ -19,7 +19,7 @@ struct Start {
 
 // Runs the command, or reports what is wrong with it; gives the code with which to end. For the
 // whole life of the process it takes standard output away from everything else.
-ExitCode Perform(const Start& start);
+ExitCode RunCommand(const Start& start);
 
 // The same with the plug-in in a process of its own: a monitoring system gets its answer in time
 // whatever the plug-in does. Call before any thread starts.

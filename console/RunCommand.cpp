@@ -1,4 +1,4 @@
-#include "console/Perform.h"
+#include "console/RunCommand.h"
 
 #include "console/Answer.h"
 #include "console/Context.h"
@@ -68,7 +68,7 @@ Volume VolumeOf(const Start& start) {
 
 }  // namespace
 
-ExitCode Perform(const Start& start) {
+ExitCode RunCommand(const Start& start) {
   const Options& options = start.m_Options;
   AnswerStream stream(options.m_Verbose);
   Talk talk(VolumeOf(start));

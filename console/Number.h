@@ -1,0 +1,22 @@
+// Numbers as people write them.
+#pragma once
+
+#include <charconv>
+#include <optional>
+#include <string>
+#include <system_error>
+
+namespace Console {
+
+// The number that `text` is as a whole. Nothing for any other text, and for a number that does not
+// fit the type.
+template <class T>
+std::optional<T> ReadNumber(const std::string& text) {
+  T number{};
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+}  // namespace Console
