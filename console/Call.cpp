@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <thread>
@@ -64,8 +66,10 @@ std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
   return result.get();
 }
 
-bool HasAbandonedCalls() {
-  return g_HasAbandoned;
+void EndProgram(int code) {
+  std::fflush(nullptr);
+  if (g_HasAbandoned) std::_Exit(code);
+  std::exit(code);
 }
 
 }  // namespace Console

@@ -16,7 +16,8 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
                                            const Deadline& deadline);
 
-// Whether a call was abandoned: the program must then end without cleaning up behind it.
-bool HasAbandonedCalls();
+// Ends the process, with what it has written. An abandoned call still runs in it: then nothing is
+// cleaned up, since nothing may be taken from under the call.
+[[noreturn]] void EndProgram(int code);
 
 }  // namespace Console

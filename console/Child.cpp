@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "console/Call.h"
 #include "console/Failure.h"
 #include "console/Stop.h"
 
@@ -37,7 +38,7 @@ Failure NoProcess(int error) {
   if (getppid() != parent) std::exit(EXIT_FAILURE);
   CatchStopSignals();
   dup2(output, STDOUT_FILENO);
-  std::exit(work());
+  EndProgram(work());
 }
 
 // False at the end.

@@ -1,4 +1,5 @@
-// A command for a monitoring system, in a process of its own.
+#include "console/Guarded.h"
+
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -7,7 +8,6 @@
 
 #include "console/Child.h"
 #include "console/Output.h"
-#include "console/Perform.h"
 #include "console/Span.h"
 
 namespace Console {

@@ -1,11 +1,10 @@
 // corvane-host: a host around a storage plug-in, for people and scripts.
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 #include "console/Call.h"
 #include "console/CommandLine.h"
 #include "console/Commands.h"
+#include "console/Guarded.h"
 #include "console/Perform.h"
 #include "console/Stop.h"
 
@@ -39,9 +38,5 @@ ExitCode Main(const Words& arguments) {
 }  // namespace Console
 
 int main(int argc, char** argv) {
-  const int code = static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc)));
-  // A plug-in that does not answer still runs in here: nothing may be taken from under it.
-  std::fflush(nullptr);
-  if (Console::HasAbandonedCalls()) std::_Exit(code);
-  return code;
+  Console::EndProgram(static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc))));
 }

@@ -60,6 +60,7 @@ setup_file() {
   keep crashjson odd crash check -o json &
   keep late odd hang check --timeout 200ms &
   keep latejson odd hang check --timeout 200ms -o json &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/stuck.log" keep stuck odd hang1 check --timeout 1s &
   keep late0 host check --timeout 0s &
   wait
   keep nooption corvane-host check --frobnicate &
@@ -215,6 +216,14 @@ corvane-host: looking at the cards failed: the program crashed (Aborted)" "$(err
   SECONDS=0
   CONSOLE_TEST_PLUGIN=hang run -3 corvane-host --plugin "$ODD_PLUGIN" check --timeout 1s
   [ "$SECONDS" -ge 1 ] && [ "$SECONDS" -le 10 ]
+}
+
+@test "nothing is taken from under a read that hangs" {
+  ended stuck 3
+  line stuck "CORVANE UNKNOWN - looking at the cards failed: it took longer than 1000 ms"
+  same "Initialize
+SetAdapterIDs 1 2
+GetTopology" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 }
 
 @test "nobody is left behind: neither the process nor its temporary folder" {
