@@ -36,7 +36,9 @@ Failure NoProcess(int error) {
 [[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) std::exit(EXIT_FAILURE);
-  CatchStopSignals();
+  // A signal to the whole group comes twice, the second time from the parent, which has other
+  // means.
+  CatchStopSignals(false);
   dup2(output, STDOUT_FILENO);
   EndProgram(work());
 }

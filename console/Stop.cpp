@@ -17,7 +17,7 @@ namespace {
 volatile sig_atomic_t g_Stop = 0;
 int g_StopFd = -1;
 
-// The first signal also restores the default action, so that the second one ends the program.
+// The first signal may also restore the default action, so that the second one ends the program.
 void OnSignal(int) {
   const int keep = errno;
   g_Stop = 1;
@@ -30,11 +30,11 @@ void OnSignal(int) {
 
 }  // namespace
 
-void CatchStopSignals() {
+void CatchStopSignals(bool secondEnds) {
   g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   struct sigaction action = {};
   sigemptyset(&action.sa_mask);
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  action.sa_flags = secondEnds ? static_cast<int>(SA_RESETHAND) : 0;
   action.sa_handler = OnSignal;
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
   signal(SIGPIPE, SIG_IGN);

@@ -231,6 +231,16 @@ GetTopology" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
   same "" "$(ls -A "$TMPDIR")"
 }
 
+@test "a signal to the whole group leaves no temporary folder" {
+  mkdir "$BATS_TEST_TMPDIR/tmp"
+  # A trace tells that the plug-in is starting, which is after the folder was made.
+  TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
+    setsid corvane-host --simulate check --trace 2 --trace-file "$BATS_TEST_TMPDIR/trace"
+  ended group 3
+  line group "CORVANE UNKNOWN - the command failed: it was stopped by a signal"
+  same "" "$(ls -A "$BATS_TEST_TMPDIR/tmp")"
+}
+
 @test "a code from 0 to 3 also when the answer cannot be written" {
   ended full 3
 }
