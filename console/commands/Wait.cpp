@@ -97,11 +97,12 @@ Answer Reached(const Meant& meant, const Condition& condition, const std::string
   return answer;
 }
 
-// Says what was seen also when it is stopped.
+// Says what was seen also when it is stopped. Nothing is written before the end, so that a reader
+// who has gone is no reason to look.
 void WaitOn(Context& context, Watched& watched, milliseconds atMost, const Meant& meant,
             const std::string& seen) {
   try {
-    watched.Wait(atMost, context.InReader());
+    watched.Wait(atMost, Interest());
   } catch (const Stopped&) {
     context.m_Talk.Note("LAST_SEEN", fmt::format("{} was {}", meant.Shown(), seen));
     throw;
