@@ -171,7 +171,10 @@ class OddPlugin : public IPLUGINAPI {
   // Two adapters; one drive that only its adapter knows, and one that nobody does.
   unsigned int GetTopology(std::vector<PI::CObject>& objects) {
     Log("GetTopology");
-    if (Case() == "hang" + std::to_string(++m_Topologies)) sleep(600);
+    if (Case() == "hang" + std::to_string(++m_Topologies)) {
+      Log("hangs");
+      sleep(600);
+    }
     if (Case() == "topology") return PI::ERR_COMMAND_ERROR;
     PI::CObject plugin = MakeObject(kPlugin, PI::OBJECT_PLUGIN);
     plugin.m_Properties.push_back(PollInterval(m_Interval));

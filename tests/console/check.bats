@@ -223,7 +223,8 @@ corvane-host: looking at the cards failed: the program crashed (Aborted)" "$(err
   line stuck "CORVANE UNKNOWN - looking at the cards failed: it took longer than 1000 ms"
   same "Initialize
 SetAdapterIDs 1 2
-GetTopology" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
+GetTopology
+hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 }
 
 @test "nobody is left behind: neither the process nor its temporary folder" {
