@@ -8,6 +8,7 @@
 
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/Deadline.h"
 #include "console/EventView.h"
 #include "console/Moment.h"
 #include "console/Selectors.h"
@@ -19,7 +20,6 @@ namespace Console {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 constexpr std::size_t kUsualLimit = 50;
 constexpr std::size_t kNoLimit = 1'000'000'000;
@@ -166,10 +166,9 @@ Answer Collect(Context& context, const Filter& filter) {
 // Each batch is written at once. Ends when the time is over or nobody reads any more; a signal ends
 // it by an exception.
 Answer Follow(Context& context, const Wish& wish, Filter& filter,
-              std::optional<milliseconds> span) {
-  constexpr milliseconds kOneWait = std::chrono::hours(1);
+              const std::optional<milliseconds>& span) {
   context.Open();
-  const auto end = steady_clock::now() + span.value_or(milliseconds(0));
+  const Deadline deadline(span);
   bool first = true;
   Answer batch = Begin(context, wish, filter);
   while (!context.HasLostReader()) {
@@ -178,10 +177,8 @@ Answer Follow(Context& context, const Wish& wish, Filter& filter,
       first = false;
     }
     CheckStop();
-    const auto left = std::chrono::duration_cast<milliseconds>(end - steady_clock::now());
-    if (span && left <= milliseconds(0)) break;
-    context.Open().WaitForNotification(span ? std::min(left + milliseconds(1), kOneWait) : kOneWait,
-                                       context.InReader());
+    if (deadline.IsOver()) break;
+    context.Open().WaitForNotification(deadline.Left(), context.InReader());
     CheckStop();
     batch = Collect(context, filter);
   }

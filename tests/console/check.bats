@@ -69,6 +69,8 @@ setup_file() {
   keep badform corvane-host check -o xml &
   keep other corvane-host list --frobnicate check &
   keep span corvane-host check --timeout soon &
+  keep longspan corvane-host check --timeout 10001d &
+  keep patient host check --timeout 10000d &
   keep nooptionjson corvane-host check --frobnicate -o json &
   keep stopped interrupted &
   keep full to_full_disk host check &
@@ -196,11 +198,17 @@ nooption~reading the command line failed: there is no option --frobnicate
 words~reading the command line failed: check has too many arguments
 badform~reading the command line failed: -o cannot be 'xml'
 span~reading the command line failed: --timeout cannot be 'soon'
+longspan~reading the command line failed: --timeout cannot be '10001d'
 END
   ended novalue 3
   out novalue | grep -q "^CORVANE UNKNOWN - reading the command line failed: --timeout"
   ended deaf 3
   out deaf | grep -q "^CORVANE UNKNOWN - starting the plug-in failed: .* (20012)$"
+}
+
+@test "the longest span is no short one" {
+  ended patient 1
+  line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning level: warning 78 °C"
 }
 
 @test "nothing is said on standard error, which some systems would show first" {
