@@ -42,7 +42,11 @@ void PluginSession::Start() {
   for (PI::CAdapterID& adapter : adapters) {
     adapter.m_GlobalNumber = static_cast<std::int32_t>(adapter.m_AdapterNumber) + 1;
   }
-  Change(PI::CMD_SET_ADAPTER_IDS, 0, &adapters);
+  const std::uint32_t numbered = Change(PI::CMD_SET_ADAPTER_IDS, 0, &adapters);
+  if (numbered == PI::SUCCESS) return;
+  // The destructor does not run behind a constructor that throws.
+  Change(PI::CMD_DEINITIALIZE, 0, nullptr);
+  throw PluginFailure("numbering the adapters", numbered);
 }
 
 // The payload is the call's own until it has come back.

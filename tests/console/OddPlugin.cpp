@@ -142,6 +142,7 @@ class OddPlugin : public IPLUGINAPI {
     std::string line = "SetAdapterIDs";
     for (const PI::CAdapterID& id : adapters) line += " " + std::to_string(id.m_GlobalNumber);
     Log(line);
+    if (Case() == "numbers") return PI::ERR_GENERAL;
     if (Case() == "events") m_Worker = std::thread([this] { Work(); });
     return PI::SUCCESS;
   }
