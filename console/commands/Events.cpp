@@ -52,7 +52,7 @@ struct Told {
 };
 
 // The events that are asked for by OBJ: those of the object and of what is below it. A card that
-// has gone is known by its serial number or by the name that it had.
+// has gone is known by its serial number, without one by its id, or by the name that it had.
 class Filter {
  public:
   explicit Filter(std::string text) : m_Text(std::move(text)) {}
@@ -86,7 +86,8 @@ class Filter {
   }
 
   bool IsNamed(const LoggedEvent& event) const {
-    return event.m_SerialNumber == m_Text || event.m_SourceName == m_Text;
+    if (event.m_SerialNumber == m_Text || event.m_SourceName == m_Text) return true;
+    return event.m_SerialNumber.empty() && IdText(event.m_ObjectID) == m_Text;
   }
 
   const std::string m_Text;
