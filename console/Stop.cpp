@@ -15,12 +15,22 @@ namespace Console {
 namespace {
 
 volatile sig_atomic_t g_Stop = 0;
+volatile sig_atomic_t g_SecondEnds = 1;
 int g_StopFd = -1;
 
-// The first signal may also restore the default action, so that the second one ends the program.
+void Handle(void (*handler)(int)) {
+  struct sigaction action = {};
+  sigemptyset(&action.sa_mask);
+  action.sa_handler = handler;
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+}
+
+// The first signal may also restore the default actions, so that a second one of any kind ends the
+// program.
 void OnSignal(int) {
   const int keep = errno;
   g_Stop = 1;
+  if (g_SecondEnds != 0) Handle(SIG_DFL);
   const std::uint64_t one = 1;
   if (write(g_StopFd, &one, sizeof one) < 0) {
     // Nothing can be said from here, and the flag is set already.
@@ -32,11 +42,8 @@ void OnSignal(int) {
 
 void CatchStopSignals(bool secondEnds) {
   g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  struct sigaction action = {};
-  sigemptyset(&action.sa_mask);
-  action.sa_flags = secondEnds ? static_cast<int>(SA_RESETHAND) : 0;
-  action.sa_handler = OnSignal;
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+  g_SecondEnds = secondEnds ? 1 : 0;
+  Handle(OnSignal);
   signal(SIGPIPE, SIG_IGN);
 }
 

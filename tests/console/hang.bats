@@ -14,6 +14,7 @@ setup_file() {
   export TERM=xterm-256color
   export CONSOLE_TEST_PLUGIN=hang1
   stuck TERM asked list -o json &
+  stuck "INT TERM" both list &
   echo "of an earlier run" >"$BATS_FILE_TMPDIR/kept.prom"
   stuck INT metrics metrics --textfile "$BATS_FILE_TMPDIR/kept.prom" &
   CONSOLE_TEST_PLUGIN=hang3 stuck TERM waiting wait a0 gone &
@@ -58,6 +59,11 @@ timed() {
   valid asked
   same '[130, "STOPPED"]' "$(json asked '[d["exit_code"], d["messages"][-1]["id"]]')"
   said asked "corvane-host: the command failed: it was stopped by a signal, and the plug-in does not answer"
+}
+
+@test "two signals end it at once, also of different kinds" {
+  ended both 143
+  [ "$(cat "$BATS_FILE_TMPDIR/both.seconds")" -le 1 ]
 }
 
 @test "a signal during a read that hangs leaves the metrics of an earlier run" {
