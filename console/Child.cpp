@@ -29,8 +29,9 @@ Failure NoProcess(int error) {
   return Failure(ExitCode::Failed, "NO_PROCESS", "starting a process", std::strerror(error));
 }
 
-// `output` itself stays open as long as the process lives: its end is the end of the process.
-[[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) {
+// `output` itself stays open as long as the process lives: its end is the end of the process. What
+// is thrown must not go on as if this were the parent.
+[[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) std::exit(EXIT_FAILURE);
   // A signal to the whole group comes twice, the second time from the parent, which has other

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 
 #include "console/Failure.h"
 
@@ -42,6 +43,9 @@ void OnSignal(int) {
 
 void CatchStopSignals(bool secondEnds) {
   g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  if (g_StopFd < 0) {
+    throw Failure(ExitCode::Failed, "NO_DESCRIPTOR", "catching signals", std::strerror(errno));
+  }
   g_SecondEnds = secondEnds ? 1 : 0;
   Handle(OnSignal);
   signal(SIGPIPE, SIG_IGN);

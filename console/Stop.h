@@ -6,7 +6,7 @@
 namespace Console {
 
 // Takes over SIGINT, SIGTERM and SIGHUP, and ignores SIGPIPE. Unless `secondEnds`, only the first
-// signal counts. Call before any thread starts.
+// signal counts. Throws `Failure`. Call before any thread starts.
 void CatchStopSignals(bool secondEnds = true);
 
 // Throws `Stopped` when a signal came.

@@ -22,9 +22,9 @@ std::string GuessVerb(const Words& arguments, const Options& options) {
 }
 
 ExitCode Main(const Words& arguments) {
-  CatchStopSignals();
   Start start;
   try {
+    CatchStopSignals();
     ParseCommandLine(arguments, start.m_Options);
     start.m_pCommand = &ChooseCommand(start.m_Options);
   } catch (const Failure& failure) {
