@@ -201,7 +201,7 @@ Change Perform(Context& context, const Model& model, const Object& object, const
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
   if (result != PI::SUCCESS) throw PluginFailure(What(row, object), result);
   if (row.m_FailedEvent != 0) {
-    session.AnswerBy(start + timeout);
+    session.AnswerBy(Deadline(start + timeout));
     AwaitJob(context, object, row, timeout);
     change.m_Elapsed =
         std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);

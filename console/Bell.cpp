@@ -3,9 +3,14 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <system_error>
+
 namespace Console {
 
-Bell::Bell() : m_Fd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+Bell::Bell() : m_Fd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  if (m_Fd < 0) throw std::system_error(errno, std::generic_category(), "waiting for the plug-in");
+}
 
 Bell::~Bell() {
   close(m_Fd);

@@ -9,6 +9,7 @@ namespace Console {
 
 class Bell {
  public:
+  // Throws `std::system_error`.
   Bell();
   ~Bell();
   Bell(const Bell&) = delete;

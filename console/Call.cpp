@@ -1,7 +1,9 @@
 #include "console/Call.h"
 
-#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <thread>
@@ -13,11 +15,8 @@
 namespace Console {
 namespace {
 
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
-
 // What is slow and not stuck comes back in good order.
-constexpr milliseconds kGrace = std::chrono::seconds(2);
+constexpr std::chrono::seconds kGrace(2);
 
 std::atomic<bool> g_HasAbandoned{false};
 
@@ -28,19 +27,9 @@ struct Running {
   Bell m_Ended;
 };
 
-bool IsOver(const Deadline& deadline) {
-  return deadline && steady_clock::now() >= *deadline;
-}
-
 void AwaitEnd(const Running& running, const Deadline& deadline) {
-  constexpr milliseconds kOneWait = std::chrono::hours(1);
-  while (!StopAsked() && !IsOver(deadline)) {
-    milliseconds span = kOneWait;
-    if (deadline) {
-      const auto left = std::chrono::duration_cast<milliseconds>(*deadline - steady_clock::now());
-      span = std::min(span, std::max(left, milliseconds(0)) + milliseconds(1));
-    }
-    if (running.m_Ended.Wait(span, Interest())) return;
+  while (!StopAsked() && !deadline.IsOver()) {
+    if (running.m_Ended.Wait(deadline.Left(), Interest())) return;
   }
 }
 
@@ -64,8 +53,10 @@ std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
   return result.get();
 }
 
-bool HasAbandonedCalls() {
-  return g_HasAbandoned;
+void EndProgram(int code) {
+  std::fflush(nullptr);
+  if (g_HasAbandoned) std::_Exit(code);
+  std::exit(code);
 }
 
 }  // namespace Console

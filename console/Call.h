@@ -1,14 +1,13 @@
 // Calls that may never come back: whoever waits for them can be stopped, or has waited long enough.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
 
-namespace Console {
+#include "console/Deadline.h"
 
-using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+namespace Console {
 
 // Runs `call` in a thread of its own and gives its result. Nothing when it has not come back a
 // moment after a signal came or the deadline was over: it is then abandoned, and goes on until the
@@ -16,7 +15,8 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
                                            const Deadline& deadline);
 
-// Whether a call was abandoned: the program must then end without cleaning up behind it.
-bool HasAbandonedCalls();
+// Ends the process, with what it has written. An abandoned call still runs in it: then nothing is
+// cleaned up, since nothing may be taken from under the call.
+[[noreturn]] void EndProgram(int code);
 
 }  // namespace Console

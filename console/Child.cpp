@@ -7,12 +7,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
+#include "console/Call.h"
+#include "console/Deadline.h"
 #include "console/Failure.h"
 #include "console/Stop.h"
 
@@ -20,24 +21,24 @@ namespace Console {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 // The start of a plug-in takes more than a second, and only then it can be stopped in good order.
 constexpr std::chrono::seconds kGrace(3);
-
-constexpr milliseconds kOneWait = std::chrono::hours(1);
 
 Failure NoProcess(int error) {
   return Failure(ExitCode::Failed, "NO_PROCESS", "starting a process", std::strerror(error));
 }
 
-// `output` itself stays open as long as the process lives: its end is the end of the process.
-[[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) {
+// `output` itself stays open as long as the process lives: its end is the end of the process. What
+// is thrown must not go on as if this were the parent.
+[[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) std::exit(EXIT_FAILURE);
-  CatchStopSignals();
+  // A signal to the whole group comes twice, the second time from the parent, which has other
+  // means.
+  CatchStopSignals(false);
   dup2(output, STDOUT_FILENO);
-  std::exit(work());
+  EndProgram(work());
 }
 
 // False at the end.
@@ -49,30 +50,24 @@ bool ReadSome(int fd, std::string& into) {
   return count > 0;
 }
 
-milliseconds Until(steady_clock::time_point end) {
-  return std::chrono::ceil<milliseconds>(end - steady_clock::now());
-}
-
 // What ended the waiting; `How::Exited` stands for any end of the process.
 How ReadAll(int fd, milliseconds atMost, std::string& into) {
-  const auto end = steady_clock::now() + atMost;
+  const Deadline deadline(atMost);
   while (true) {
     if (StopAsked()) return How::Stopped;
-    const milliseconds left = Until(end);
-    if (left <= milliseconds(0)) return How::TimedOut;
-    // The system counts a wait in an int of milliseconds.
-    if (WaitReadable(fd, std::min(left, kOneWait)) && !ReadSome(fd, into)) return How::Exited;
+    if (deadline.IsOver()) return How::TimedOut;
+    if (WaitReadable(fd, deadline.Left()) && !ReadSome(fd, into)) return How::Exited;
   }
 }
 
 // A process in good order takes its temporary files with it.
 void EndSoon(pid_t child, int fd) {
   kill(child, SIGTERM);
-  const auto end = steady_clock::now() + kGrace;
+  const Deadline deadline(kGrace);
   std::string ignored;
   pollfd wait = {fd, POLLIN, 0};
-  while (Until(end) > milliseconds(0)) {
-    const int count = poll(&wait, 1, static_cast<int>(Until(end).count()));
+  while (!deadline.IsOver()) {
+    const int count = poll(&wait, 1, static_cast<int>(deadline.Left().count()));
     if (count > 0 && !ReadSome(fd, ignored)) return;
   }
   kill(child, SIGKILL);

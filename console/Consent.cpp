@@ -26,10 +26,9 @@ void Append(std::string& text, const char* label, const std::string& part) {
 std::string Ask(const std::string& what, const std::string& question) {
   try {
     return AskLine(question);
-  } catch (const Stopped&) {
+  } catch (const Stopped& stopped) {
     std::fputs("\n", stderr);
-    throw Failure(ExitCode::Stopped, "STOPPED", what, "it was stopped by a signal",
-                  {"Nothing was changed."});
+    throw StopFailure(what, stopped.what(), {"Nothing was changed."});
   }
 }
 

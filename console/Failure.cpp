@@ -68,8 +68,9 @@ Failure PluginFailure(const std::string& what, std::uint32_t error) {
                  {"Run it again with --trace 2,16 to see what the card library said."});
 }
 
-Failure StopFailure() {
-  return Failure(ExitCode::Stopped, "STOPPED", "the command", "it was stopped by a signal");
+Failure StopFailure(const std::string& what, const std::string& why,
+                    std::vector<std::string> advice) {
+  return Failure(ExitCode::Stopped, "STOPPED", what, why, std::move(advice));
 }
 
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {

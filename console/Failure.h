@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Console {
@@ -43,8 +44,9 @@ class Failure : public std::exception {
 // A failed command of the plug-in, by the number that it returned.
 Failure PluginFailure(const std::string& what, std::uint32_t error);
 
-// A signal ended the command.
-Failure StopFailure();
+// A signal ended the command; `why` is that of a `Stopped`.
+Failure StopFailure(const std::string& what, const std::string& why,
+                    std::vector<std::string> advice = {});
 
 // The words given are wrong. Without advice the help is pointed out.
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
@@ -56,7 +58,12 @@ std::vector<std::string> DidYouMean(const std::string& word,
 // A signal asked the program to end.
 class Stopped : public std::exception {
  public:
-  const char* what() const noexcept override { return "stopped"; }
+  explicit Stopped(std::string why = "it was stopped by a signal") : m_Why(std::move(why)) {}
+
+  const char* what() const noexcept override { return m_Why.c_str(); }
+
+ private:
+  const std::string m_Why;
 };
 
 }  // namespace Console

@@ -1,4 +1,5 @@
-// A command for a monitoring system, in a process of its own.
+#include "console/Guarded.h"
+
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -7,7 +8,6 @@
 
 #include "console/Child.h"
 #include "console/Output.h"
-#include "console/RunCommand.h"
 #include "console/Span.h"
 
 namespace Console {
@@ -27,7 +27,7 @@ Failure EndingFailure(const Ending& ending, std::chrono::milliseconds timeout) {
                      fmt::format("it took longer than {} ms", timeout.count()),
                      {"Give it more time with --timeout."});
     case How::Stopped:
-      return StopFailure();
+      return StopFailure("the command", Stopped().what());
     case How::Killed:
       return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
                      fmt::format("the program crashed ({})", strsignal(ending.m_Number)));
@@ -53,17 +53,17 @@ void SilenceErrors() {
   close(nowhere);
 }
 
-int PerformForMonitoring(const Start& start) {
+int RunForMonitoring(const Start& start) {
   if (!start.m_Options.m_Verbose && !start.m_Options.m_Trace) SilenceErrors();
   return static_cast<int>(RunCommand(start));
 }
 
 }  // namespace
 
-ExitCode PerformGuarded(Start start) {
+ExitCode RunGuarded(Start start) {
   try {
     const std::chrono::milliseconds timeout = CheckTimeout(start.m_Options);
-    const Ending ending = RunInChild([&] { return PerformForMonitoring(start); }, timeout);
+    const Ending ending = RunInChild([&] { return RunForMonitoring(start); }, timeout);
     if (!IsAnswer(ending)) throw EndingFailure(ending, timeout);
     AnswerStream(false).Write(ending.m_Output);
     return static_cast<ExitCode>(ending.m_Number);

@@ -43,7 +43,8 @@ bool History::KnowsAll(const std::vector<PI::CEvent>& events) const {
 std::vector<LoggedEvent> History::Record(const std::vector<PI::CEvent>& events) {
   std::vector<LoggedEvent> worded;
   for (const PI::CEvent& event : events) {
-    const Origin& origin = m_Origins[event.m_ObjectID];
+    const auto known = m_Origins.find(event.m_ObjectID);
+    const Origin origin = known == m_Origins.end() ? Origin() : known->second;
     worded.push_back(HostKit::WordEvent(event));
     worded.back().m_SerialNumber = origin.m_SerialNumber;
     worded.back().m_ObjectType = origin.m_ObjectType;

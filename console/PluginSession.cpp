@@ -42,7 +42,11 @@ void PluginSession::Start() {
   for (PI::CAdapterID& adapter : adapters) {
     adapter.m_GlobalNumber = static_cast<std::int32_t>(adapter.m_AdapterNumber) + 1;
   }
-  Change(PI::CMD_SET_ADAPTER_IDS, 0, &adapters);
+  const std::uint32_t numbered = Change(PI::CMD_SET_ADAPTER_IDS, 0, &adapters);
+  if (numbered == PI::SUCCESS) return;
+  // The destructor does not run behind a constructor that throws.
+  Change(PI::CMD_DEINITIALIZE, 0, nullptr);
+  throw PluginFailure("numbering the adapters", numbered);
 }
 
 // The payload is the call's own until it has come back.
@@ -66,10 +70,7 @@ std::uint32_t PluginSession::Change(PI::_COMMAND command, std::uint64_t object, 
 
 void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
-  if (StopAsked()) {
-    throw Failure(ExitCode::Stopped, "STOPPED", "the command",
-                  "it was stopped by a signal, and the plug-in does not answer");
-  }
+  if (StopAsked()) throw Stopped("it was stopped by a signal, and the plug-in does not answer");
   throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the command", "the plug-in does not answer",
                 {"A card or its driver may hang: see the kernel log."});
 }

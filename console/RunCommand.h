@@ -21,8 +21,4 @@ struct Start {
 // whole life of the process it takes standard output away from everything else.
 ExitCode RunCommand(const Start& start);
 
-// The same with the plug-in in a process of its own: a monitoring system gets its answer in time
-// whatever the plug-in does. Call before any thread starts.
-ExitCode PerformGuarded(Start start);
-
 }  // namespace Console

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "console/Call.h"
+#include "console/Deadline.h"
 #include "console/Stop.h"
 #include "host/PluginInterface.h"
 #include "hostkit/EventLog.h"

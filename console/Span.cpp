@@ -15,18 +15,21 @@ struct TimeUnit {
   std::int64_t m_Milliseconds;
 };
 
+constexpr std::int64_t kMillisecondsOfDay = 86'400'000;
+
 constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
-                                   {"m", 60'000}, {"h", 3'600'000}, {"d", 86'400'000}};
+                                   {"m", 60'000}, {"h", 3'600'000}, {"d", kMillisecondsOfDay}};
 
 }  // namespace
 
 std::optional<std::chrono::milliseconds> ReadSpan(const std::string& text) {
-  constexpr std::int64_t kLongest = 1'000'000;
+  // The steady clock, to which it is added, has room for ten times as much.
+  constexpr std::int64_t kLongest = 10'000 * kMillisecondsOfDay;
   std::int64_t number = -1;
   const char* end = text.data() + text.size();
   const char* stop = std::from_chars(text.data(), end, number).ptr;
   for (const TimeUnit& unit : kTimeUnits) {
-    const bool fits = number >= 0 && number <= kLongest;
+    const bool fits = number >= 0 && number <= kLongest / unit.m_Milliseconds;
     if (fits && std::string(stop, end) == unit.m_Symbol)
       return std::chrono::milliseconds(number * unit.m_Milliseconds);
   }

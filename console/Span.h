@@ -7,7 +7,8 @@
 
 namespace Console {
 
-// "30s", "5m", "1h", "2d", "200ms", or seconds without a unit; nothing for another text.
+// "30s", "5m", "1h", "2d", "200ms", or seconds without a unit; nothing for another text, or for
+// more than 10,000 days.
 std::optional<std::chrono::milliseconds> ReadSpan(const std::string& text);
 
 // The same. Throws `Failure` that names `option`.

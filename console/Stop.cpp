@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 
 #include "console/Failure.h"
 
@@ -15,12 +16,22 @@ namespace Console {
 namespace {
 
 volatile sig_atomic_t g_Stop = 0;
+volatile sig_atomic_t g_SecondEnds = 1;
 int g_StopFd = -1;
 
-// The first signal also restores the default action, so that the second one ends the program.
+void Handle(void (*handler)(int)) {
+  struct sigaction action = {};
+  sigemptyset(&action.sa_mask);
+  action.sa_handler = handler;
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+}
+
+// The first signal may also restore the default actions, so that a second one of any kind ends the
+// program.
 void OnSignal(int) {
   const int keep = errno;
   g_Stop = 1;
+  if (g_SecondEnds != 0) Handle(SIG_DFL);
   const std::uint64_t one = 1;
   if (write(g_StopFd, &one, sizeof one) < 0) {
     // Nothing can be said from here, and the flag is set already.
@@ -30,13 +41,13 @@ void OnSignal(int) {
 
 }  // namespace
 
-void CatchStopSignals() {
+void CatchStopSignals(bool secondEnds) {
   g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  struct sigaction action = {};
-  sigemptyset(&action.sa_mask);
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  action.sa_handler = OnSignal;
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+  if (g_StopFd < 0) {
+    throw Failure(ExitCode::Failed, "NO_DESCRIPTOR", "catching signals", std::strerror(errno));
+  }
+  g_SecondEnds = secondEnds ? 1 : 0;
+  Handle(OnSignal);
   signal(SIGPIPE, SIG_IGN);
 }
 

@@ -5,8 +5,9 @@
 
 namespace Console {
 
-// Takes over SIGINT, SIGTERM and SIGHUP, and ignores SIGPIPE. Call before any thread starts.
-void CatchStopSignals();
+// Takes over SIGINT, SIGTERM and SIGHUP, and ignores SIGPIPE. Unless `secondEnds`, only the first
+// signal counts. Throws `Failure`. Call before any thread starts.
+void CatchStopSignals(bool secondEnds = true);
 
 // Throws `Stopped` when a signal came.
 void CheckStop();

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <boost/algorithm/string/trim.hpp>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +13,7 @@
 #include <optional>
 #include <utility>
 
+#include "console/Deadline.h"
 #include "console/Stop.h"
 
 namespace Console {
@@ -53,10 +53,9 @@ class LineEditor {
   // The library would go on reading after a signal; here it is the end of input. A letter is read
   // byte by byte, so that nothing beyond the line is taken.
   static int ReadLetter(EditLine* editor, wchar_t* letter) {
-    constexpr std::chrono::milliseconds kOneWait = std::chrono::hours(1);
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
-      const bool readable = WaitReadable(STDIN_FILENO, kOneWait);
+      const bool readable = WaitReadable(STDIN_FILENO, Deadline().Left());
       if (StopAsked()) return 0;
       if (!readable) continue;
       char byte = 0;

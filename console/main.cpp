@@ -1,11 +1,10 @@
 // corvane-host: a host around a storage plug-in, for people and scripts.
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 #include "console/Call.h"
 #include "console/CommandLine.h"
 #include "console/Commands.h"
+#include "console/Guarded.h"
 #include "console/RunCommand.h"
 #include "console/Stop.h"
 
@@ -23,25 +22,21 @@ std::string GuessVerb(const Words& arguments, const Options& options) {
 }
 
 ExitCode Main(const Words& arguments) {
-  CatchStopSignals();
   Start start;
   try {
+    CatchStopSignals();
     ParseCommandLine(arguments, start.m_Options);
     start.m_pCommand = &ChooseCommand(start.m_Options);
   } catch (const Failure& failure) {
     start.m_Wrong.emplace(failure);
   }
   start.m_Monitored = GuessVerb(arguments, start.m_Options) == "check";
-  return start.m_Monitored && !start.m_Wrong ? PerformGuarded(start) : RunCommand(start);
+  return start.m_Monitored && !start.m_Wrong ? RunGuarded(start) : RunCommand(start);
 }
 
 }  // namespace
 }  // namespace Console
 
 int main(int argc, char** argv) {
-  const int code = static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc)));
-  // A plug-in that does not answer still runs in here: nothing may be taken from under it.
-  std::fflush(nullptr);
-  if (Console::HasAbandonedCalls()) std::_Exit(code);
-  return code;
+  Console::EndProgram(static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc))));
 }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "console/Act.h"
+#include "console/Deadline.h"
 #include "console/Span.h"
 #include "console/Stop.h"
 #include "console/commands/All.h"
@@ -41,11 +42,8 @@ Answer Blink(Context& context, const Model& model, const Object& adapter, millis
   context.m_Talk.Note("LIGHT_ON", fmt::format("the light of {} is on for {}; Ctrl-C ends it sooner",
                                               adapter.m_Selector, ElapsedText(span)));
   const auto start = steady_clock::now();
-  const auto left = [&] {
-    return std::chrono::duration_cast<milliseconds>(start + span - steady_clock::now());
-  };
-  constexpr milliseconds kOneWait = std::chrono::hours(1);
-  while (!StopAsked() && left() > milliseconds(0)) WaitForStop(std::min(left(), kOneWait));
+  const Deadline deadline(start + span);
+  while (!StopAsked() && !deadline.IsOver()) WaitForStop(deadline.Left());
   const OperationRow& off = *FindOperation(PI::OP_STOP_LOCATE_DEVICE);
   Change change = Perform(context, model, adapter, off, true);
   if (StopAsked()) {

@@ -7,6 +7,7 @@
 
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/Deadline.h"
 #include "console/EventView.h"
 #include "console/Moment.h"
 #include "console/Number.h"
@@ -19,7 +20,6 @@ namespace Console {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 constexpr std::size_t kUsualLimit = 50;
 
@@ -53,7 +53,7 @@ struct Told {
 };
 
 // The events that are asked for by OBJ: those of the object and of what is below it. A card that
-// has gone is known by its serial number or by the name that it had.
+// has gone is known by its serial number, without one by its id, or by the name that it had.
 class Filter {
  public:
   explicit Filter(std::string text) : m_Text(std::move(text)) {}
@@ -84,7 +84,8 @@ class Filter {
   }
 
   bool IsNamed(const LoggedEvent& event) const {
-    return event.m_SerialNumber == m_Text || event.m_SourceName == m_Text;
+    if (event.m_SerialNumber == m_Text || event.m_SourceName == m_Text) return true;
+    return event.m_SerialNumber.empty() && IdText(event.m_ObjectID) == m_Text;
   }
 
   const std::string m_Text;
@@ -164,10 +165,9 @@ Answer Collect(Context& context, const Filter& filter) {
 // Each batch is written at once. Ends when the time is over or nobody reads any more; a signal ends
 // it by an exception.
 Answer Follow(Context& context, const Wish& wish, Filter& filter,
-              std::optional<milliseconds> span) {
-  constexpr milliseconds kOneWait = std::chrono::hours(1);
+              const std::optional<milliseconds>& span) {
   context.Open();
-  const auto end = steady_clock::now() + span.value_or(milliseconds(0));
+  const Deadline deadline(span);
   bool first = true;
   Answer batch = Begin(context, wish, filter);
   while (!context.HasLostReader()) {
@@ -176,10 +176,8 @@ Answer Follow(Context& context, const Wish& wish, Filter& filter,
       first = false;
     }
     CheckStop();
-    const auto left = std::chrono::duration_cast<milliseconds>(end - steady_clock::now());
-    if (span && left <= milliseconds(0)) break;
-    context.Open().WaitForNotification(span ? std::min(left + milliseconds(1), kOneWait) : kOneWait,
-                                       context.InReader());
+    if (deadline.IsOver()) break;
+    context.Open().WaitForNotification(deadline.Left(), context.InReader());
     CheckStop();
     batch = Collect(context, filter);
   }

@@ -1,13 +1,13 @@
 // wait: until an object is in a state.
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <chrono>
 #include <optional>
 
 #include "console/Answer.h"
 #include "console/Condition.h"
 #include "console/Context.h"
+#include "console/Deadline.h"
 #include "console/Selectors.h"
 #include "console/Span.h"
 #include "console/Stop.h"
@@ -88,11 +88,12 @@ Answer Reached(const Meant& meant, const Condition& condition, const std::string
   return answer;
 }
 
-// Says what was seen also when it is stopped.
+// Says what was seen also when it is stopped. Nothing is written before the end, so that a reader
+// who has gone is no reason to look.
 void WaitOn(Context& context, Watched& watched, milliseconds atMost, const Meant& meant,
             const std::string& seen) {
   try {
-    watched.Wait(atMost, context.InReader());
+    watched.Wait(atMost, Interest());
   } catch (const Stopped&) {
     context.m_Talk.Note("LAST_SEEN", fmt::format("{} was {}", meant.Shown(), seen));
     throw;
@@ -102,7 +103,6 @@ void WaitOn(Context& context, Watched& watched, milliseconds atMost, const Meant
 }  // namespace
 
 Answer RunWait(Context& context) {
-  constexpr milliseconds kOneWait = std::chrono::hours(1);
   const Condition condition(context.m_Arguments[1]);
   std::optional<milliseconds> timeout;
   if (!context.m_Options.m_Timeout.empty()) {
@@ -110,18 +110,16 @@ Answer RunWait(Context& context) {
   }
   Session& session = context.Open();
   const auto start = steady_clock::now();
-  if (timeout) session.AnswerBy(start + *timeout);
+  const Deadline deadline(timeout);
+  session.AnswerBy(deadline);
   Watched watched(session);
   Meant meant(context.m_Arguments[0]);
   while (true) {
     const Condition::Outcome outcome = Look(watched.Objects(), meant, condition);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
     if (outcome.m_Holds) return Reached(meant, condition, outcome.m_Seen, elapsed);
-    if (timeout && elapsed >= *timeout) {
-      throw TooLate(meant, condition, outcome.m_Seen, *timeout);
-    }
-    const milliseconds left = timeout ? *timeout - elapsed + milliseconds(1) : kOneWait;
-    WaitOn(context, watched, std::min(left, kOneWait), meant, outcome.m_Seen);
+    if (deadline.IsOver()) throw TooLate(meant, condition, outcome.m_Seen, *timeout);
+    WaitOn(context, watched, deadline.Left(), meant, outcome.m_Seen);
   }
 }
 

@@ -9,6 +9,7 @@
 
 #include "console/Answer.h"
 #include "console/Context.h"
+#include "console/Deadline.h"
 #include "console/EventView.h"
 #include "console/Health.h"
 #include "console/Moment.h"
@@ -25,27 +26,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// The end of a watch, if it has one.
-class WatchEnd {
- public:
-  explicit WatchEnd(const std::optional<milliseconds>& span) {
-    if (span) m_End = steady_clock::now() + *span;
-  }
-
-  milliseconds Left(milliseconds atMost) const {
-    if (!m_End) return atMost;
-    const auto left = std::chrono::duration_cast<milliseconds>(*m_End - steady_clock::now());
-    return std::max(milliseconds(0), std::min(atMost, left + milliseconds(1)));
-  }
-
-  bool IsOver() const { return m_End && steady_clock::now() >= *m_End; }
-
- private:
-  std::optional<steady_clock::time_point> m_End;
-};
-
 // Draws at each reading, each key, and once a second for the clock.
-void OnScreen(const Context& context, Screen& screen, Watched& watched, const WatchEnd& deadline) {
+void OnScreen(const Context& context, Screen& screen, Watched& watched, const Deadline& deadline) {
   constexpr milliseconds kRedraw{1000};
   Interest also = context.InReader();
   also.m_Readable = STDIN_FILENO;
@@ -113,7 +95,7 @@ Answer Block(const Watched& watched, std::size_t seen, const Style& style) {
 }
 
 // A block for each change, and one for each interval of the plug-in without a change.
-void AsBlocks(Context& context, Watched& watched, const WatchEnd& deadline) {
+void AsBlocks(Context& context, Watched& watched, const Deadline& deadline) {
   std::size_t seen = 0;
   Json shown;
   auto due = steady_clock::now();
@@ -128,9 +110,7 @@ void AsBlocks(Context& context, Watched& watched, const WatchEnd& deadline) {
       due = steady_clock::now() + watched.PollInterval();
     }
     if (deadline.IsOver()) return;
-    const auto left = std::chrono::duration_cast<milliseconds>(due - steady_clock::now());
-    watched.Wait(deadline.Left(std::max(milliseconds(0), left) + milliseconds(1)),
-                 context.InReader());
+    watched.Wait(deadline.Left(Deadline(due).Left()), context.InReader());
   }
 }
 
@@ -156,7 +136,7 @@ Answer RunWatch(Context& context) {
   std::vector<LoggedEvent> past;
   if (wantsScreen) past = context.EventLog().Read(0, Watched::kMostEvents);
   Watched watched(session);
-  const WatchEnd deadline(span);
+  const Deadline deadline(span);
   std::optional<HeldTalk> held;  // outlives the screen
   if (wantsScreen) held.emplace(context.m_Talk);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;

@@ -24,6 +24,13 @@ void Log(const std::string& line) {
   if (file != nullptr) std::ofstream(file, std::ios::app) << line << "\n";
 }
 
+// Goes when the process cleans up behind itself, which it must not do under a call that hangs.
+struct Global {
+  ~Global() {
+    if (Case() == "hang1") Log("cleaned up");
+  }
+} g_Global;
+
 constexpr std::uint64_t kPlugin = 0x10;
 constexpr std::uint64_t kFirstAdapter = 0x20;
 constexpr std::uint64_t kFirstDrive = 0x30;
@@ -135,6 +142,7 @@ class OddPlugin : public IPLUGINAPI {
     std::string line = "SetAdapterIDs";
     for (const PI::CAdapterID& id : adapters) line += " " + std::to_string(id.m_GlobalNumber);
     Log(line);
+    if (Case() == "numbers") return PI::ERR_GENERAL;
     if (Case() == "events") m_Worker = std::thread([this] { Work(); });
     return PI::SUCCESS;
   }
@@ -164,7 +172,10 @@ class OddPlugin : public IPLUGINAPI {
   // Two adapters; one drive that only its adapter knows, and one that nobody does.
   unsigned int GetTopology(std::vector<PI::CObject>& objects) {
     Log("GetTopology");
-    if (Case() == "hang" + std::to_string(++m_Topologies)) sleep(600);
+    if (Case() == "hang" + std::to_string(++m_Topologies)) {
+      Log("hangs");
+      sleep(600);
+    }
     if (Case() == "topology") return PI::ERR_COMMAND_ERROR;
     PI::CObject plugin = MakeObject(kPlugin, PI::OBJECT_PLUGIN);
     plugin.m_Properties.push_back(PollInterval(m_Interval));

@@ -60,6 +60,7 @@ setup_file() {
   keep crashjson odd crash check -o json &
   keep late odd hang check --timeout 200ms &
   keep latejson odd hang check --timeout 200ms -o json &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/stuck.log" keep stuck odd hang1 check --timeout 1s &
   keep late0 host check --timeout 0s &
   wait
   keep nooption corvane-host check --frobnicate &
@@ -68,6 +69,8 @@ setup_file() {
   keep badform corvane-host check -o xml &
   keep other corvane-host list --frobnicate check &
   keep span corvane-host check --timeout soon &
+  keep longspan corvane-host check --timeout 10001d &
+  keep patient host check --timeout 10000d &
   keep nooptionjson corvane-host check --frobnicate -o json &
   keep stopped interrupted &
   keep full to_full_disk host check &
@@ -193,11 +196,17 @@ nooption~reading the command line failed: there is no option --frobnicate
 words~reading the command line failed: check has too many arguments
 badform~reading the command line failed: -o cannot be 'xml'
 span~reading the command line failed: --timeout cannot be 'soon'
+longspan~reading the command line failed: --timeout cannot be '10001d'
 END
   ended novalue 3
   out novalue | grep -q "^CORVANE UNKNOWN - reading the command line failed: --timeout"
   ended deaf 3
   out deaf | grep -q "^CORVANE UNKNOWN - starting the plug-in failed: .* (20012)$"
+}
+
+@test "the longest span is no short one" {
+  ended patient 1
+  line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning level: warning 78 °C"
 }
 
 @test "nothing is said on standard error, which some systems would show first" {
@@ -215,9 +224,28 @@ corvane-host: looking at the cards failed: the program crashed (Aborted)" "$(err
   [ "$SECONDS" -ge 1 ] && [ "$SECONDS" -le 10 ]
 }
 
+@test "nothing is taken from under a read that hangs" {
+  ended stuck 3
+  line stuck "CORVANE UNKNOWN - looking at the cards failed: it took longer than 1000 ms"
+  same "Initialize
+SetAdapterIDs 1 2
+GetTopology
+hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
+}
+
 @test "nobody is left behind: neither the process nor its temporary folder" {
   same "" "$(pgrep -f -- "--plugin $ODD_PLUGIN check" || true)"
   same "" "$(ls -A "$TMPDIR")"
+}
+
+@test "a signal to the whole group leaves no temporary folder" {
+  mkdir "$BATS_TEST_TMPDIR/tmp"
+  # A trace tells that the plug-in is starting, which is after the folder was made.
+  TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
+    setsid corvane-host --simulate check --trace 2 --trace-file "$BATS_TEST_TMPDIR/trace"
+  ended group 3
+  line group "CORVANE UNKNOWN - the command failed: it was stopped by a signal"
+  same "" "$(ls -A "$BATS_TEST_TMPDIR/tmp")"
 }
 
 @test "a code from 0 to 3 also when the answer cannot be written" {

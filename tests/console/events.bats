@@ -13,6 +13,10 @@ setup_file() {
   keep lines odd events events --for 800ms -o jsonl &
   keep json odd events events -o json &
   keep none odd quiet events --for 0s &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep logged odd events events --for 800ms &
+  wait
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep gone odd quiet events 0x0000000000000099 -o tsv -H &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep never odd quiet events 0x0000000000000098 &
   wait
 }
 
@@ -54,6 +58,14 @@ REMOVED="Adapter (unnamed) was removed or does not answer."
   valid json
   same '[10967, "warning", "a0"]' \
     "$(json json '[d["result"]["events"][0][k] for k in ("event_id", "severity", "object")]')"
+}
+
+@test "the name of an object that has gone can be pasted back, also without a serial number" {
+  ended gone 0
+  same "2026-11-21T05:31:02+00:00	information	11094	CTRL_PNPREMOVE	0x0000000000000099	$REMOVED" \
+    "$(out gone)"
+  ended never 3
+  silent never out
 }
 
 @test "a wait without events says nothing" {

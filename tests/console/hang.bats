@@ -13,7 +13,11 @@ setup_file() {
   cardsim set card0 attach_ms 8000
   export TERM=xterm-256color
   export CONSOLE_TEST_PLUGIN=hang1
-  keep asked asked corvane-host --plugin "$ODD_PLUGIN" list -o json &
+  stuck TERM asked list -o json &
+  stuck "INT TERM" both list &
+  echo "of an earlier run" >"$BATS_FILE_TMPDIR/kept.prom"
+  stuck INT metrics metrics --textfile "$BATS_FILE_TMPDIR/kept.prom" &
+  CONSOLE_TEST_PLUGIN=hang3 stuck TERM waiting wait a0 gone &
   keep keyed screen 24x100 run "sleep 2" press Ctrl-C see "the plug-in does not answer" ends 130 \
     -- corvane-host --plugin "$ODD_PLUGIN" status &
   CONSOLE_TEST_PLUGIN=hang2 keep late corvane-host --plugin "$ODD_PLUGIN" wait a0 gone --timeout 1s &
@@ -29,16 +33,10 @@ setup_file() {
   wait
 }
 
-# Asks a run to end while the plug-in is stuck, once.
-asked() {
-  local code=0
-  "$@" &
-  sleep 2
-  kill -TERM $!
-  SECONDS=0
-  wait $! || code=$?
-  [ "$SECONDS" -le 5 ] || return 99
-  return "$code"
+# stuck SIGNALS NAME ARGUMENTS...: asks a run to end while the plug-in is stuck.
+stuck() {
+  stop_when "$1" "$BATS_FILE_TMPDIR/$2.log" hangs "$2" \
+    corvane-host --plugin "$ODD_PLUGIN" "${@:3}"
 }
 
 # Runs, and notes the seconds that it took.
@@ -52,9 +50,27 @@ timed() {
 
 @test "a read that hangs is given up soon after one signal" {
   ended asked 130
+  [ "$(cat "$BATS_FILE_TMPDIR/asked.seconds")" -le 5 ]
   valid asked
   same '[130, "STOPPED"]' "$(json asked '[d["exit_code"], d["messages"][-1]["id"]]')"
   said asked "corvane-host: the command failed: it was stopped by a signal, and the plug-in does not answer"
+}
+
+@test "two signals end it at once, also of different kinds" {
+  ended both 143
+  [ "$(cat "$BATS_FILE_TMPDIR/both.seconds")" -le 1 ]
+}
+
+@test "a signal during a read that hangs leaves the metrics of an earlier run" {
+  ended metrics 130
+  same "corvane-host: the command failed: it was stopped by a signal, and the plug-in does not answer" \
+    "$(err metrics)"
+  same "of an earlier run" "$(cat "$BATS_FILE_TMPDIR/kept.prom")"
+}
+
+@test "a wait that is stopped while a read hangs says what it saw" {
+  ended waiting 130
+  said waiting "corvane-host: note: a0 was present"
 }
 
 @test "Ctrl-C ends a read that hangs, and gives the terminal back" {

@@ -62,6 +62,30 @@ said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 # silent NAME STREAM: nothing was written to it.
 silent() { [ ! -s "$BATS_FILE_TMPDIR/$1.$2" ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
 
+# stop_when SIGNALS FILE PATTERN NAME PROGRAM...: keeps a run that gets the signals, one after the
+# other, as soon as FILE, or a file in the folder FILE, has the PATTERN; fails when it ends sooner.
+# A program run by setsid gets them with its whole group. NAME.seconds is how long it took to end,
+# NAME.log is for the odd plug-in.
+stop_when() {
+  local signals="$1" file="$2" pattern="$3" name="$BATS_FILE_TMPDIR/$4" pid rc=0 signal
+  shift 4
+  CONSOLE_TEST_LOG="$name.log" "$@" >"$name.out" 2>"$name.err" </dev/null 3>&- &
+  pid=$!
+  until grep -rqs -- "$pattern" "$file"; do
+    sleep 0.05
+    [ -e "/proc/$pid" ] || { echo "not stopped" | tee "$name.rc"; return 1; }
+  done
+  SECONDS=0
+  [ "$1" != setsid ] || pid="-$pid"
+  for signal in $signals; do
+    kill "-$signal" -- "$pid"
+    sleep 0.2
+  done
+  wait "${pid#-}" || rc=$?
+  echo "$rc" >"$name.rc"
+  echo "$SECONDS" >"$name.seconds"
+}
+
 # json NAME EXPRESSION: the value of a Python expression over the document `d`.
 json() {
   python3 -c 'import json,sys; d=json.load(open(sys.argv[1])); print(json.dumps(eval(sys.argv[2])))' \

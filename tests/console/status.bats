@@ -36,6 +36,7 @@ setup_file() {
   keep word host wait a0 atached &
   keep number host wait a0 'temperature_celsius>hot' &
   keep property host wait a0 temperatur=4 &
+  keep unread unread &
   wait
   keep soon with soon wait S200 'status!=WARNING' --timeout 20s &
   keep leave with leave wait a0 gone --timeout 20s &
@@ -60,6 +61,16 @@ one_event() {
   echo "$ends" >"$BATS_FILE_TMPDIR/follow.ends"
   echo "$SECONDS" >"$BATS_FILE_TMPDIR/follow.seconds"
 }
+
+# A wait whose reader has gone: its exit code, and its seconds, those of the processor last.
+unread() {
+  local TIMEFORMAT="%R %U %S" code=0
+  time {
+    odd quiet wait a0 gone --timeout 4s | true
+    code=${PIPESTATUS[0]}
+  }
+  echo "$code"
+} 2>"$BATS_FILE_TMPDIR/unread.times"
 
 # Stopped as Ctrl-C does it, which a job in the background would not hear from the keyboard.
 stopped_wait() {
@@ -174,6 +185,11 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 @test "a wait that is stopped ends with 130 and says what it saw" {
   ended stopped 130
   said stopped "corvane-host: note: a0 was ATTACHED"
+}
+
+@test "a wait whose reader has gone goes on, and at rest" {
+  same 7 "$(out unread)"
+  tail -1 "$BATS_FILE_TMPDIR/unread.times" | awk '{exit !($1 >= 4 && $2 + $3 < $1 / 4)}'
 }
 
 @test "events are followed as the worker finds them, and end with their reader" {

@@ -29,6 +29,7 @@ setup_file() {
   keep version odd version list &
   keep memory odd memory list &
   keep locks odd locks list &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/numbers.log" keep numbers odd numbers list &
   keep noisy odd noisy list -o value &
   keep verbose odd noisy list -o value -v &
   keep full to_full_disk odd x list &
@@ -174,6 +175,16 @@ a1/d0" "$(out tracefile)"
 @test "a plug-in that does not start fails with its error" {
   ended locks 1
   grep -q "^corvane-host: starting the plug-in failed: .* (20011)$" "$BATS_FILE_TMPDIR/locks.err"
+}
+
+@test "a plug-in that refuses its adapters' numbers is stopped and told" {
+  ended numbers 1
+  silent numbers out
+  grep -qE "^corvane-host: numbering the adapters failed: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
+  same "Initialize
+SetAdapterIDs 1 2
+DeInitialize
+gone" "$(cat "$BATS_FILE_TMPDIR/numbers.log")"
 }
 
 @test "what a plug-in prints by itself does not spoil the answer" {

@@ -1,0 +1,35 @@
+// The end of a wait, if it has one.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+
+namespace Console {
+
+class Deadline {
+ public:
+  // Never over.
+  Deadline() = default;
+  explicit Deadline(std::chrono::steady_clock::time_point end) : m_End(end) {}
+  // From now on; without a span never over.
+  explicit Deadline(const std::optional<std::chrono::milliseconds>& span) {
+    if (span) m_End = std::chrono::steady_clock::now() + *span;
+  }
+
+  bool IsOver() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }
+
+  // What is left, rounded up, `atMost` if that is less: the system counts a wait in an int of
+  // milliseconds.
+  std::chrono::milliseconds Left(std::chrono::milliseconds atMost = std::chrono::hours(1)) const {
+    using std::chrono::milliseconds;
+    if (!m_End) return atMost;
+    const auto left = std::chrono::ceil<milliseconds>(*m_End - std::chrono::steady_clock::now());
+    return std::clamp(left, milliseconds(0), atMost);
+  }
+
+ private:
+  std::optional<std::chrono::steady_clock::time_point> m_End;
+};
+
+}  // namespace Console
