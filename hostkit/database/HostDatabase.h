@@ -27,7 +27,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   void Reopen();
 
   // Runs `use` on the open connection, with the lock held and a cancellation of the thread kept
-  // off. Throws `SqliteError`; a transaction that `use` left open is then taken back.
+  // off. Throws `SqliteError` and what `use` throws; a transaction left open is then taken back.
   template <class Use>
   auto With(Use use) {
     const CancelShield shield;
@@ -36,6 +36,9 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
       return use(OpenConnection());
     } catch (const SqliteError& error) {
       Recover(error);
+      throw;
+    } catch (...) {
+      if (m_pConnection) m_pConnection->RollBack();
       throw;
     }
   }
