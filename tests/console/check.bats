@@ -72,19 +72,13 @@ setup_file() {
   keep longspan corvane-host check --timeout 10001d &
   keep patient host check --timeout 10000d &
   keep nooptionjson corvane-host check --frobnicate -o json &
-  keep stopped interrupted &
+  CONSOLE_TEST_PLUGIN=hang stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" Initialize stopped \
+    corvane-host --plugin "$ODD_PLUGIN" check &
   keep full to_full_disk host check &
   wait
 }
 
 to_full_disk() { "$@" >/dev/full; }
-
-interrupted() {
-  CONSOLE_TEST_PLUGIN=hang corvane-host --plugin "$ODD_PLUGIN" check &
-  sleep 0.5
-  kill -TERM $!
-  wait $!
-}
 
 # line NAME TEXT: the first line up to the readings.
 line() { same "$2" "$(out "$1" | sed -e 's/ | .*//' -e 1q)"; }

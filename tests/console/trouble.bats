@@ -213,22 +213,9 @@ noise 3" "$(err verbose)"
   done
 }
 
-# interrupt SIGNAL SECONDS NAME COMMAND...: a signal to the running program.
-interrupt() {
-  local signal="$1" seconds="$2" name="$3" pid
-  shift 3
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/$name.log" "$@" >"$BATS_FILE_TMPDIR/$name.out" \
-    2>"$BATS_FILE_TMPDIR/$name.err" 3>&- &
-  pid=$!
-  sleep "$seconds"
-  kill "-$signal" "$pid"
-  local rc=0
-  wait "$pid" || rc=$?
-  echo "$rc" >"$BATS_FILE_TMPDIR/$name.rc"
-}
-
 @test "Ctrl-C while the plug-in starts stops it in good order" {
-  CONSOLE_TEST_PLUGIN=slow interrupt INT 0.5 early corvane-host --plugin "$ODD_PLUGIN" list
+  CONSOLE_TEST_PLUGIN=slow stop_when INT "$BATS_FILE_TMPDIR/early.log" Initialize early \
+    corvane-host --plugin "$ODD_PLUGIN" list
   ended early 130
   silent early out
   same "Initialize
@@ -237,22 +224,29 @@ DeInitialize
 gone" "$(cat "$BATS_FILE_TMPDIR/early.log")"
 }
 
+# stop_follower SIGNAL NAME: when it has shown the first event, and waits for more.
+stop_follower() {
+  CONSOLE_TEST_PLUGIN=events stop_when "$1" "$BATS_FILE_TMPDIR/$2.out" CTRL_TEMPERATURE "$2" \
+    corvane-host --plugin "$ODD_PLUGIN" events -f
+}
+
 @test "Ctrl-C while it waits for events stops it in good order" {
-  interrupt INT 0.5 waiting corvane-host --plugin "$ODD_PLUGIN" events -f
+  stop_follower INT waiting
   ended waiting 130
   same "DeInitialize
 gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
 @test "Ctrl-C during a simulation leaves no temporary folder" {
-  interrupt INT 0.6 simulated corvane-host --simulate list
+  # A file in the folder tells that the folder is there.
+  stop_when INT "$TMPDIR" . simulated corvane-host --simulate list
   ended simulated 130
   silent simulated out
   same "" "$(ls -A "$TMPDIR")"
 }
 
 @test "a request to terminate is obeyed as well" {
-  interrupt TERM 0.5 terminated corvane-host --plugin "$ODD_PLUGIN" events -f
+  stop_follower TERM terminated
   ended terminated 130
   same "gone" "$(tail -1 "$BATS_FILE_TMPDIR/terminated.log")"
 }
