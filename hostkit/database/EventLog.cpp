@@ -81,7 +81,7 @@ void AppendEvent(const PI::CEvent& event) {
 }
 
 std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
-  return TheDatabase()->With([&](Connection& connection) {
+  return TheDatabase()->WithToRead([&](Connection& connection) {
     Statement statement = connection.Prepare(kNewest);
     statement.Bind(UpToLargest(sinceMs)).Bind(UpToLargest(limit));
     std::vector<LoggedEvent> events;
