@@ -160,7 +160,10 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
   valid json lines:5
   same '[["a0", "S100", "BoardX (9)"], ["a0", "S100", "BoardX (9)"], ["a0/d0", "S100", "DriveX (0)"], [null, "S900", "BoardY (1)"], ["a0", null, "SanDisk BoardA (1)"]]' \
     "$(json json '[[e[k] for k in ("object", "serial_number", "source")] for e in d["result"]["events"]]')"
-  refused json 'd["result"]["events"][0]["serial_number"] = 5' \
+  same '[["0x0130000000000001", "0x0000000000000005"], ["0x0130000000000001", "0x0000000000000005"], ["0x0130000000000002", "0x0000000000000005"], [null, "0x0000000000000006"], ["0x0130000000000001", "0x0000000000000006"]]' \
+    "$(json json '[[e[k] for k in ("id", "logged_id")] for e in d["result"]["events"]]')"
+  refused json 'd["result"]["events"][0]["logged_id"] = None' \
+    'd["result"]["events"][0]["serial_number"] = 5' \
     'del d["result"]["events"][0]["serial_number"]'
 }
 
