@@ -21,7 +21,8 @@ const Names kListColumns = {"object",
                             "status",
                             "temperature_celsius",
                             "reserve_space_ratio",
-                            "physical_size_bytes",
+                            "formatted_size_bytes",
+                            "sector_size_bytes",
                             "pci_address",
                             "serial_number"};
 

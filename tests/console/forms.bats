@@ -43,11 +43,11 @@ setup_file() {
 
 @test "tab-separated values have vocabulary names and base units" {
   ended tsv 0
-  same "object	name	status	temperature_celsius	reserve_space_ratio	physical_size_bytes	pci_address	serial_number
-a0	SanDisk BoardA (1)	OK	48.2	0.97	1099511627776	0000:3b:02.1	S100
-a0/d0	DriveA (0)	AVAILABLE	-	-	1099511627776	-	-
-a1	MOLT EP PX600 (2)	WARNING	-	-	2199023255552	0000:5e:00.0	S200
-a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2199023255552	-	-" "$(out tsv)"
+  same "object	name	status	temperature_celsius	reserve_space_ratio	formatted_size_bytes	sector_size_bytes	pci_address	serial_number
+a0	SanDisk BoardA (1)	OK	48.2	0.97	-	-	0000:3b:02.1	S100
+a0/d0	DriveA (0)	AVAILABLE	-	-	879608463360	512	-	-
+a1	MOLT EP PX600 (2)	WARNING	-	-	-	-	0000:5e:00.0	S200
+a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2599999766528	4096	-	-" "$(out tsv)"
   same "$(out tsv | sed 1d)" "$(out bare)"
 }
 
