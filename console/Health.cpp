@@ -37,6 +37,20 @@ constexpr Measurement kMeasurements[] = {
     {V::DRIVER_OUT_OF_DATE, "driver_version", nullptr},
 };
 
+// How a measured value is called where its reason's caption does not say it.
+struct MeasuredLabel {
+  const char* m_Term;
+  const char* m_Label;
+  bool m_Always;  // else only beside an unknown value
+};
+
+constexpr MeasuredLabel kMeasuredLabels[] = {
+    {"temperature_celsius", "temperature", false},
+    {"reserve_space_ratio", "reserve", false},
+    {"endurance_used_ratio", "endurance used", true},
+    {"slot_power_watts", "power", false},
+};
+
 struct LimitLabel {
   const char* m_Term;
   const char* m_Label;
@@ -80,6 +94,23 @@ const char* LabelOf(const Term& limit) {
   return "limit";
 }
 
+// "79 °C", "endurance used 16 %", or "temperature unknown" where a limit follows; else empty.
+std::string MeasuredText(const Reason& reason, bool ascii) {
+  const bool known = reason.m_Measured.m_Term != nullptr;
+  const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";
+  if (!known && reason.m_Limit.m_Term == nullptr) return {};
+  for (const Measurement& row : kMeasurements) {
+    if (static_cast<std::uint32_t>(row.m_Reason) != reason.m_Number) continue;
+    for (const MeasuredLabel& label : kMeasuredLabels) {
+      const bool wanted = label.m_Always || !known;
+      if (wanted && std::strcmp(label.m_Term, row.m_Measured) == 0) {
+        return fmt::format("{} {}", label.m_Label, value);
+      }
+    }
+  }
+  return value;
+}
+
 }  // namespace
 
 Health HealthOf(const Object& object) {
@@ -115,12 +146,11 @@ std::string StatusText(const Value& status) {
 
 std::string ReasonText(const Reason& reason, bool ascii) {
   std::string text = reason.m_Caption;
-  if (reason.m_Measured.m_Term != nullptr) {
-    text += fmt::format(": {}", HumanText(reason.m_Measured.m_Value, ascii));
-  }
+  const std::string measured = MeasuredText(reason, ascii);
+  if (!measured.empty()) text += ": " + measured;
   if (reason.m_Limit.m_Term != nullptr) {
-    text += fmt::format("{} {} {}", reason.m_Measured.m_Term == nullptr ? ":" : ",",
-                        LabelOf(*reason.m_Limit.m_Term), HumanText(reason.m_Limit.m_Value, ascii));
+    text += fmt::format(", {} {}", LabelOf(*reason.m_Limit.m_Term),
+                        HumanText(reason.m_Limit.m_Value, ascii));
   }
   return Printable(text);
 }

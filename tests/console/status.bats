@@ -80,7 +80,7 @@ stopped_wait() {
   silent all err
   same "a0  ok
 a1  WARNING
-    why   Temperature above its warning level: warning 78 °C
+    why   Temperature above its warning level: temperature unknown, warning 78 °C
     do    Check fans and airflow around the card, or take load off it.
     see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
 }
@@ -105,7 +105,7 @@ a1/d0  FAILED
 }
 
 @test "status for scripts has a line for each reason" {
-  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning level: warning 78 °C	Check fans and airflow around the card, or take load off it.
+  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning level: temperature unknown, warning 78 °C	Check fans and airflow around the card, or take load off it.
 a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 
