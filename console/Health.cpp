@@ -4,7 +4,6 @@
 
 #include <cstring>
 
-#include "console/Table.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -114,11 +113,23 @@ std::string MeasuredText(const Reason& reason, bool ascii) {
 }  // namespace
 
 Health HealthOf(const Object& object) {
-  Health health{ReadTerm(object, "status"), ReadTerm(object, "activity"), {}};
+  const Value status = ReadTerm(object, "status");
+  Health health{status, status, ReadTerm(object, "activity"), {}};
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
   if (reasons == nullptr || reasons->m_ValueType != PI::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
     if (value != V::ATTACHED) health.m_Reasons.push_back(MakeReason(object, value));
+  }
+  return health;
+}
+
+Health HealthOf(const Model& model, const Object& object) {
+  Health health = HealthOf(object);
+  const Object* adapter = AdapterOf(model, object);
+  if (object.m_Kind != Kind::Drive || adapter == nullptr || !IsWell(health.m_Status)) return health;
+  for (const Reason& reason : HealthOf(*adapter).m_Reasons) {
+    if (reason.m_Number != static_cast<std::uint32_t>(V::DETACHED)) continue;
+    health.m_Shown = {Measure::Text, "detached", Tone::Plain};
   }
   return health;
 }
@@ -142,6 +153,12 @@ bool IsWell(const Value& status) {
 
 std::string StatusText(const Value& status) {
   return status.Known() ? ValueCell(status, false).m_Human : "unknown";
+}
+
+Cell StatusCell(const Health& health) {
+  Cell cell = ValueCell(health.m_Shown, false);
+  cell.m_Bare = BareText(health.m_Status);
+  return cell;
 }
 
 std::string ReasonText(const Reason& reason, bool ascii) {

@@ -79,6 +79,7 @@ Table BlockTable(const Model& model, bool ascii) {
       const Term* term = FindTerm(object.m_Kind, name);
       row.m_Cells.push_back(term == nullptr ? Cell{"", "-", Tone::Plain}
                                             : ValueCell(ReadTerm(object, *term), ascii));
+      if (name == kColumns[1]) row.m_Cells.back() = StatusCell(HealthOf(model, object));
     }
     row.m_Cells.push_back(TextCell(ReasonNames(HealthOf(object))));
     table.m_Rows.push_back(std::move(row));
