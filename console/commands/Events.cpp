@@ -185,9 +185,7 @@ Answer Follow(Context& context, const Wish& wish, Filter& filter,
     CheckStop();
     batch = Collect(context, filter);
   }
-  Answer nothingMore = AnswerOf({});
-  nothingMore.m_Table = {};
-  return nothingMore;
+  return {};
 }
 
 void TellNothing(Talk& talk) {

@@ -171,8 +171,6 @@ Answer RunWatch(Context& context) {
   }
   Answer nothingMore;
   nothingMore.m_Text = "";
-  nothingMore.m_Items = "objects";
-  nothingMore.m_Result = {{"objects", Json::array()}};
   return nothingMore;
 }
 

@@ -38,6 +38,8 @@ setup_file() {
   keep noplugin corvane-host --plugin /none list -o jsonl &
   keep readonly host set a0 name=x -o json &
   keep nocards corvane-host list -o json &
+  keep nolines corvane-host list -o jsonl &
+  keep noevents host events -o jsonl &
   wait
 }
 
@@ -49,6 +51,12 @@ a0/d0	DriveA (0)	AVAILABLE	-	-	879608463360	512	-	-
 a1	MOLT EP PX600 (2)	WARNING	-	-	-	-	0000:5e:00.0	S200
 a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2599999766528	4096	-	-" "$(out tsv)"
   same "$(out tsv | sed 1d)" "$(out bare)"
+}
+
+@test "JSON lines of an empty list are one document that says so" {
+  valid nolines noevents
+  same '[0, []]' "$(json nolines '[d["exit_code"], d["result"]["objects"]]')"
+  same '[0, []]' "$(json noevents '[d["exit_code"], d["result"]["events"]]')"
 }
 
 @test "the value form of a tree is the objects' names" {
