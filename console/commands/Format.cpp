@@ -40,7 +40,8 @@ void ReadCapacity(const std::string& text, FormatWish& wish) {
     }
   }
   wish.m_Capacity = PI::Value::CUSTOM;
-  wish.m_Percent = Whole(text, 10, 100);
+  const bool hasSign = !text.empty() && text.back() == '%';
+  wish.m_Percent = Whole(text.substr(0, text.size() - (hasSign ? 1 : 0)), 10, 100);
   if (wish.m_Percent != 0) return;
   std::vector<std::string> names;
   for (const CapacityName& row : kCapacities) names.emplace_back(row.m_Name);

@@ -39,6 +39,9 @@ setup_file() {
   keep gone host wait a7 gone &
   keep present host wait pci:0000:5e:00.0 present -o json &
   keep word host wait a0 atached &
+  keep wornout host wait a0 'reserve_space_ratio<5%' --timeout 0s &
+  keep wornless host wait a0 'reserve_space_ratio>96.5%' --timeout 0s &
+  keep hotper host wait a0 'temperature_celsius<5%' --timeout 0s &
   keep number host wait a0 'temperature_celsius>hot' &
   keep property host wait a0 temperatur=4 &
   wait
