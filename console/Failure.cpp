@@ -58,6 +58,9 @@ Failure::Failure(ExitCode code, std::string id, const std::string& what, const s
       m_Text(fmt::format("{} failed: {}", what, why)),
       m_Advice(std::move(advice)) {}
 
+Failure::Failure(ExitCode code, std::string id, std::string text)
+    : m_Code(code), m_Id(std::move(id)), m_Text(std::move(text)) {}
+
 Failure PluginFailure(const std::string& what, std::uint32_t error) {
   std::string id = HostKit::NameOf(HostKit::Family::Error, error);
   std::string why = HostKit::CaptionOf(HostKit::Family::Error, error);
@@ -69,7 +72,7 @@ Failure PluginFailure(const std::string& what, std::uint32_t error) {
 }
 
 Failure StopFailure() {
-  return Failure(ExitCode::Stopped, "STOPPED", "the command", "it was stopped by a signal");
+  return Failure(ExitCode::Stopped, "STOPPED", "Stopped.");
 }
 
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {

@@ -32,6 +32,9 @@ class Failure : public std::exception {
   Failure(ExitCode code, std::string id, const std::string& what, const std::string& why,
           std::vector<std::string> advice = {});
 
+  // For what is no failure of something: the text is all of it.
+  Failure(ExitCode code, std::string id, std::string text);
+
   const char* what() const noexcept override { return m_Text.c_str(); }
 
   const ExitCode m_Code;

@@ -176,6 +176,7 @@ Nothing was changed." "$(out dry)"
   ended stopped 130
   same true "$(cat "$BATS_FILE_TMPDIR/stopped.during")"
   said stopped "corvane-host: note: the light of a0 is off"
+  said stopped "corvane-host: Stopped."
   untouched stopped
 }
 

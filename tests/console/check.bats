@@ -190,7 +190,7 @@ exit~looking at the cards failed: the program ended with code 0
 slow~looking at the cards failed: it took longer than 200 ms
 late~looking at the cards failed: it took longer than 200 ms
 late0~looking at the cards failed: it took longer than 0 ms
-stopped~the command failed: it was stopped by a signal
+stopped~Stopped.
 nooption~reading the command line failed: there is no option --frobnicate
 words~reading the command line failed: check has too many arguments
 badform~reading the command line failed: -o cannot be 'xml'
