@@ -61,9 +61,18 @@ FormatWish ReadWish(const Options& options) {
                      {"It is a number of bytes, such as 512 or 4096."});
 }
 
+// Without a wish it would erase the drive for nothing.
+void RequireWish(const Options& options) {
+  if (!options.m_Capacity.empty() || !options.m_SectorSize.empty()) return;
+  throw UsageFailure(
+      "give --capacity or --sector-size",
+      {"For example: corvane-host format a0/d0 --capacity 80", "Nothing was changed."});
+}
+
 }  // namespace
 
 Answer RunFormat(Context& context) {
+  RequireWish(context.m_Options);
   const FormatWish wish = ReadWish(context.m_Options);
   const Model model = context.Objects();
   const Object& drive =
