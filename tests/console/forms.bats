@@ -155,7 +155,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 @test "control characters of a card reach neither terminal nor table" {
   run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/oddlist.out"
   grep -q 'tab\\x09here\\x1b\[31m' "$BATS_FILE_TMPDIR/oddlist.out"
-  same 8 "$(out oddtsv | awk -F'\t' '{print NF}' | sort -u)"
+  same 9 "$(out oddtsv | awk -F'\t' '{print NF}' | sort -u)"
 }
 
 @test "a drive without an adapter is shown by its id" {
