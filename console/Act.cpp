@@ -152,7 +152,8 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
 }  // namespace
 
 std::string What(const OperationRow& row, const Object& object) {
-  return fmt::format("{} {}", row.m_Doing, object.m_Selector);
+  const char* how = row.m_Number == PI::OP_FORCE_DETACH ? " by force" : "";
+  return fmt::format("{} {}{}", row.m_Doing, object.m_Selector, how);
 }
 
 std::string Headline(const OperationRow& row, const Object& object) {

@@ -31,7 +31,10 @@ Json PluginJson(const std::optional<PluginInfo>& info) {
 }
 
 std::string RenderLines(const Answer& answer, const Surroundings& around) {
-  if (answer.m_Items == nullptr) return Envelope(answer.m_Result, around, true);
+  if (answer.m_Result.is_null()) return {};
+  if (answer.m_Items == nullptr || answer.m_Result.at(answer.m_Items).empty()) {
+    return Envelope(answer.m_Result, around, true);
+  }
   std::string lines;
   for (const Json& item : answer.m_Result.at(answer.m_Items)) {
     lines += Envelope({{answer.m_Items, Json::array({item})}}, around, true);

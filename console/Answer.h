@@ -16,7 +16,7 @@ namespace Console {
 using Json = nlohmann::ordered_json;
 
 struct Answer {
-  Json m_Result;                      // json
+  Json m_Result;                      // json; null: all of it has been written before
   const char* m_Items = nullptr;      // jsonl: the list in `m_Result` that is cut into lines
   Table m_Table;                      // table, tree, tsv
   std::vector<std::string> m_Values;  // value

@@ -70,8 +70,8 @@ Line CardLine(const Watched& watched, const Object& card, const Widths& widths, 
       BarPiece(used, widths.m_Bar, ascii)};
 }
 
-Line DriveLine(const Object& drive, const Widths& widths, bool ascii) {
-  const Value status = ReadTerm(drive, "status");
+Line DriveLine(const Watched& watched, const Object& drive, const Widths& widths, bool ascii) {
+  const Value status = HealthOf(watched.Objects(), drive).m_Shown;
   return {{Fit("  " + drive.m_Selector, Widths::kObject) + " "},
           {Fit(Human(ReadTerm(drive, "name"), ascii), widths.m_Name) + " "},
           {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Tone},
@@ -106,7 +106,7 @@ CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_
   table.m_Headings = ColumnLine(widths);
   for (const Object* object : WithStatus(watched.Objects())) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(watched, *object, widths, ascii)
-                                                : DriveLine(*object, widths, ascii);
+                                                : DriveLine(watched, *object, widths, ascii);
     if (object->m_ID == chosen) {
       table.m_Chosen = table.m_Lines.size();
       Reverse(line, columns);

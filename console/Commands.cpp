@@ -41,6 +41,15 @@ void CheckOptions(const Command& command, const Options& options) {
   }
 }
 
+// A file behind a space is a word of its own, since --simulate may stand alone.
+void RequireNoFile(const Options& options) {
+  const std::string& word = options.m_Words.front();
+  const bool alone = options.m_Simulate && options.m_Simulate->empty();
+  if (!alone || word.find('/') == std::string::npos) return;
+  throw UsageFailure(fmt::format("there is no command '{}'", word),
+                     {fmt::format("If it is the file of the cards: --simulate={}", word)});
+}
+
 }  // namespace
 
 // clang-format off
@@ -123,6 +132,7 @@ const Command& RequireCommand(const std::string& name) {
 
 const Command& ChooseCommand(const Options& options) {
   if (options.m_Words.empty()) throw UsageFailure("a command is missing");
+  RequireNoFile(options);
   const Command& command = RequireCommand(options.m_Words.front());
   CheckCount(command, options.m_Words.size() - 1);
   CheckForm(command, options.m_Form);

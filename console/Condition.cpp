@@ -60,6 +60,18 @@ bool Same(const Value& value, const std::string& wanted) {
   return boost::iequals(seen, wanted);
 }
 
+// What is said in per cent of a ratio, as the ratio; anything else as it is.
+std::string WithoutPercent(const std::string& property, const std::string& text) {
+  if (text.empty() || text.back() != '%') return text;
+  const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));
+  const Kind kinds[] = {Kind::Adapter, Kind::Drive};
+  const bool isRatio = std::any_of(std::begin(kinds), std::end(kinds), [&](Kind kind) {
+    const Term* term = FindTerm(kind, property);
+    return term != nullptr && term->m_Measure == Measure::Ratio;
+  });
+  return number && isRatio ? fmt::format("{}", *number / 100) : text;
+}
+
 std::vector<std::string> Advice(const std::string& text) {
   std::vector<std::string> words;
   std::string all;
@@ -91,7 +103,7 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     }
     m_Property = text.substr(0, at);
     m_Operator = name;
-    m_Value = text.substr(at + m_Operator.size());
+    m_Value = WithoutPercent(m_Property, text.substr(at + m_Operator.size()));
     break;
   }
   if (m_Operator.empty())

@@ -23,12 +23,12 @@ void Append(std::string& text, const char* label, const std::string& part) {
   if (!part.empty()) text += fmt::format(", {}{}", label, part);
 }
 
-std::string Ask(const std::string& what, const std::string& question) {
+std::string Ask(const std::string& question) {
   try {
     return AskLine(question);
   } catch (const Stopped& stopped) {
     std::fputs("\n", stderr);
-    throw StopFailure(what, stopped.what(), {"Nothing was changed."});
+    throw StopFailure(stopped.what(), {"Nothing was changed."});
   }
 }
 
@@ -70,7 +70,7 @@ void RequireYes(const Context& context, const std::string& what, const std::stri
     throw Refused("NOT_CONFIRMED", what, "nobody can be asked here whether to do it",
                   {"Say -y to do it without a question."});
   }
-  if (IsYes(Ask(what, question + " [y/N] "))) return;
+  if (IsYes(Ask(question + " [y/N] "))) return;
   throw Refused("NOT_CONFIRMED", what, "it was not wanted");
 }
 
@@ -88,7 +88,7 @@ void RequireWord(const Context& context, const std::string& what, const std::str
                    "See what would be done with: --dry-run"});
   }
   std::fputs(plan.c_str(), stderr);
-  const std::string typed = Ask(what, "  Type the serial number to go on (Enter stops): ");
+  const std::string typed = Ask("  Type the serial number to go on (Enter stops): ");
   if (typed == word) return;
   if (typed.empty()) throw Refused("NOT_CONFIRMED", what, "it was not wanted");
   throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not its serial number", typed));

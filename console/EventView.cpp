@@ -61,7 +61,8 @@ Json EventJson(const Object* object, const LoggedEvent& event) {
                {"severity", SeverityOf(event).m_Name},
                {"event_id", event.m_EventID},
                {"event", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
-               {"id", IdText(event.m_ObjectID)}};
+               {"id", object == nullptr ? Json() : Json(IdText(object->m_ID))},
+               {"logged_id", IdText(event.m_ObjectID)}};
   json["object"] = nullptr;
   if (object != nullptr) json["object"] = object->m_Selector;
   json["source"] = event.m_SourceName;

@@ -58,6 +58,9 @@ Failure::Failure(ExitCode code, std::string id, const std::string& what, const s
       m_Text(fmt::format("{} failed: {}", what, why)),
       m_Advice(std::move(advice)) {}
 
+Failure::Failure(ExitCode code, std::string id, std::string text, std::vector<std::string> advice)
+    : m_Code(code), m_Id(std::move(id)), m_Text(std::move(text)), m_Advice(std::move(advice)) {}
+
 Failure PluginFailure(const std::string& what, std::uint32_t error) {
   std::string id = HostKit::NameOf(HostKit::Family::Error, error);
   std::string why = HostKit::CaptionOf(HostKit::Family::Error, error);
@@ -68,9 +71,8 @@ Failure PluginFailure(const std::string& what, std::uint32_t error) {
                  {"Run it again with --trace 2,16 to see what the card library said."});
 }
 
-Failure StopFailure(const std::string& what, const std::string& why,
-                    std::vector<std::string> advice) {
-  return Failure(ExitCode::Stopped, "STOPPED", what, why, std::move(advice));
+Failure StopFailure(std::string text, std::vector<std::string> advice) {
+  return Failure(ExitCode::Stopped, "STOPPED", std::move(text), std::move(advice));
 }
 
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {

@@ -33,6 +33,9 @@ class Failure : public std::exception {
   Failure(ExitCode code, std::string id, const std::string& what, const std::string& why,
           std::vector<std::string> advice = {});
 
+  // For what is no failure of something: the text is all of it.
+  Failure(ExitCode code, std::string id, std::string text, std::vector<std::string> advice = {});
+
   const char* what() const noexcept override { return m_Text.c_str(); }
 
   const ExitCode m_Code;
@@ -44,9 +47,8 @@ class Failure : public std::exception {
 // A failed command of the plug-in, by the number that it returned.
 Failure PluginFailure(const std::string& what, std::uint32_t error);
 
-// A signal ended the command; `why` is that of a `Stopped`.
-Failure StopFailure(const std::string& what, const std::string& why,
-                    std::vector<std::string> advice = {});
+// A signal ended the command; `text` is that of a `Stopped`.
+Failure StopFailure(std::string text, std::vector<std::string> advice = {});
 
 // The words given are wrong. Without advice the help is pointed out.
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
@@ -58,12 +60,12 @@ std::vector<std::string> DidYouMean(const std::string& word,
 // A signal asked the program to end.
 class Stopped : public std::exception {
  public:
-  explicit Stopped(std::string why = "it was stopped by a signal") : m_Why(std::move(why)) {}
+  explicit Stopped(std::string text = "Stopped.") : m_Text(std::move(text)) {}
 
-  const char* what() const noexcept override { return m_Why.c_str(); }
+  const char* what() const noexcept override { return m_Text.c_str(); }
 
  private:
-  const std::string m_Why;
+  const std::string m_Text;
 };
 
 }  // namespace Console

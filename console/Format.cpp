@@ -67,6 +67,13 @@ std::string CapacityText(const FormatWish& wish) {
   return fmt::format("{} %", Percent(wish));
 }
 
+std::string SectorText(const Object& drive, const FormatWish& wish, bool ascii) {
+  const std::uint64_t before = Number(drive, "sector_size_bytes");
+  const std::string now = Bytes(wish.m_SectorSize, ascii);
+  if (before == wish.m_SectorSize) return now + ", as before";
+  return fmt::format("{} -> {}", Bytes(before, ascii), now);
+}
+
 struct Plan {
   FormatWish m_Wish;
   std::uint64_t m_Bytes;  // 0: unknown
@@ -107,10 +114,9 @@ std::string PlanText(Context& context, const Model& model, const Object& drive, 
   std::string text = fmt::format("  Drive   {}\n", Printable(Described(model, drive)));
   if (light) text += "  Where   the light of its card is blinking now\n";
   text +=
-      fmt::format("  Change  {} -> about {} ({}), sectors {} -> {}\n",
+      fmt::format("  Change  {} -> about {} ({}), sectors {}\n",
                   Bytes(Number(drive, "formatted_size_bytes"), ascii), Bytes(plan.m_Bytes, ascii),
-                  CapacityText(plan.m_Wish), Bytes(Number(drive, "sector_size_bytes"), ascii),
-                  Bytes(plan.m_Wish.m_SectorSize, ascii));
+                  CapacityText(plan.m_Wish), SectorText(drive, plan.m_Wish, ascii));
   const Object* adapter = AdapterOf(model, drive);
   if (adapter != nullptr && StateOf(context.Open(), adapter->m_ID, Aspect::Card) == "attached") {
     text += fmt::format("  Note    {} is attached; a card may have to be detached first\n",

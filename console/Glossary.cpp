@@ -53,7 +53,9 @@ std::vector<TermUse> TermsOf(const Entry& entry) {
 namespace {
 
 bool IsCalled(const Entry& entry, const std::string& text) {
-  if (text == std::to_string(entry.m_Number) || boost::iequals(text, NameOf(entry))) return true;
+  const std::string name = NameOf(entry);
+  if (text == std::to_string(entry.m_Number) || boost::iequals(text, name)) return true;
+  if (entry.m_Family == Family::Operation && boost::iequals("OP_" + text, name)) return true;
   const std::vector<TermUse> uses = TermsOf(entry);
   return std::any_of(uses.begin(), uses.end(),
                      [&](const TermUse& use) { return boost::iequals(text, use.m_Term->m_Name); });

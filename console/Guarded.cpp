@@ -27,7 +27,7 @@ Failure EndingFailure(const Ending& ending, std::chrono::milliseconds timeout) {
                      fmt::format("it took longer than {} ms", timeout.count()),
                      {"Give it more time with --timeout."});
     case How::Stopped:
-      return StopFailure("the command", Stopped().what());
+      return StopFailure(Stopped().what());
     case How::Killed:
       return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
                      fmt::format("the program crashed ({})", strsignal(ending.m_Number)));

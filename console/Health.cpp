@@ -4,7 +4,6 @@
 
 #include <cstring>
 
-#include "console/Table.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -35,6 +34,20 @@ constexpr Measurement kMeasurements[] = {
     {V::THROT_POWER_LIMIT, "slot_power_watts", "power_limit_watts"},
     {V::FIRMWARE_OUT_OF_DATE, "firmware_version", nullptr},
     {V::DRIVER_OUT_OF_DATE, "driver_version", nullptr},
+};
+
+// How a measured value is called where its reason's caption does not say it.
+struct MeasuredLabel {
+  const char* m_Term;
+  const char* m_Label;
+  bool m_Always;  // else only beside an unknown value
+};
+
+constexpr MeasuredLabel kMeasuredLabels[] = {
+    {"temperature_celsius", "temperature", false},
+    {"reserve_space_ratio", "reserve", false},
+    {"endurance_used_ratio", "endurance used", true},
+    {"slot_power_watts", "power", false},
 };
 
 struct LimitLabel {
@@ -80,14 +93,43 @@ const char* LabelOf(const Term& limit) {
   return "limit";
 }
 
+// "79 °C", "endurance used 16 %", or "temperature unknown" where a limit follows; else empty.
+std::string MeasuredText(const Reason& reason, bool ascii) {
+  const bool known = reason.m_Measured.m_Term != nullptr;
+  const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";
+  if (!known && reason.m_Limit.m_Term == nullptr) return {};
+  for (const Measurement& row : kMeasurements) {
+    if (static_cast<std::uint32_t>(row.m_Reason) != reason.m_Number) continue;
+    for (const MeasuredLabel& label : kMeasuredLabels) {
+      const bool wanted = label.m_Always || !known;
+      if (wanted && std::strcmp(label.m_Term, row.m_Measured) == 0) {
+        return fmt::format("{} {}", label.m_Label, value);
+      }
+    }
+  }
+  return value;
+}
+
 }  // namespace
 
 Health HealthOf(const Object& object) {
-  Health health{ReadTerm(object, "status"), ReadTerm(object, "activity"), {}};
+  const Value status = ReadTerm(object, "status");
+  Health health{status, status, ReadTerm(object, "activity"), {}};
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
   if (reasons == nullptr || reasons->m_ValueType != PI::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
     if (value != V::ATTACHED) health.m_Reasons.push_back(MakeReason(object, value));
+  }
+  return health;
+}
+
+Health HealthOf(const Model& model, const Object& object) {
+  Health health = HealthOf(object);
+  const Object* adapter = AdapterOf(model, object);
+  if (object.m_Kind != Kind::Drive || adapter == nullptr || !IsWell(health.m_Status)) return health;
+  for (const Reason& reason : HealthOf(*adapter).m_Reasons) {
+    if (reason.m_Number != static_cast<std::uint32_t>(V::DETACHED)) continue;
+    health.m_Shown = {Measure::Text, "detached", Tone::Plain};
   }
   return health;
 }
@@ -112,14 +154,19 @@ std::string StatusText(const Value& status) {
   return status.Known() ? ValueCell(status, false).m_Human : "unknown";
 }
 
+Cell StatusCell(const Health& health) {
+  Cell cell = ValueCell(health.m_Shown, false);
+  cell.m_Bare = BareText(health.m_Status);
+  return cell;
+}
+
 std::string ReasonText(const Reason& reason, bool ascii) {
   std::string text = reason.m_Caption;
-  if (reason.m_Measured.m_Term != nullptr) {
-    text += fmt::format(": {}", HumanText(reason.m_Measured.m_Value, ascii));
-  }
+  const std::string measured = MeasuredText(reason, ascii);
+  if (!measured.empty()) text += ": " + measured;
   if (reason.m_Limit.m_Term != nullptr) {
-    text += fmt::format("{} {} {}", reason.m_Measured.m_Term == nullptr ? ":" : ",",
-                        LabelOf(*reason.m_Limit.m_Term), HumanText(reason.m_Limit.m_Value, ascii));
+    text += fmt::format(", {} {}", LabelOf(*reason.m_Limit.m_Term),
+                        HumanText(reason.m_Limit.m_Value, ascii));
   }
   return Printable(text);
 }

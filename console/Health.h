@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "console/Model.h"
+#include "console/Table.h"
 #include "console/Vocabulary.h"
 
 namespace Console {
@@ -27,11 +28,16 @@ struct Reason {
 
 struct Health {
   Value m_Status;
+  Value m_Shown;  // the status as people are told it
   Value m_Activity;
   std::vector<Reason> m_Reasons;  // without the one that says that all is as it should be
 };
 
 Health HealthOf(const Object& object);
+
+// The same; a drive whose card is detached is shown as that. The plug-in calls it available though
+// nobody can use it.
+Health HealthOf(const Model& model, const Object& object);
 
 // Adapters, each with its drives behind it: all of the machine, or `top` with those below it.
 std::vector<const Object*> WithStatus(const Model& model, const Object* top = nullptr);
@@ -41,6 +47,9 @@ bool IsWell(const Value& status);
 
 // A status for people: what is well needs no shouting.
 std::string StatusText(const Value& status);
+
+// The cell of a status as people are told it; scripts keep the plug-in's.
+Cell StatusCell(const Health& health);
 
 // "Temperature above its warning level: 79 °C, warning 78 °C". Printable.
 std::string ReasonText(const Reason& reason, bool ascii);

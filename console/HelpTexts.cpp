@@ -41,7 +41,7 @@ const std::vector<Exit> kCommonExits = {
 };
 
 const std::vector<HelpText> kTexts = {
-    {"list", "One line for each adapter and drive. Piped or with -o tsv it has base units and the "
+    {"list", "One line for each adapter and drive. With -o tsv it has base units and the "
              "names that get knows, for scripts.", "", {},
      {{"list", "which card is hot, worn or failing", true},
       {"list -o tsv -c object,temperature_celsius", "the temperatures alone, for a script"}}},

@@ -1,9 +1,13 @@
 #include "console/History.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
+#include "console/Failure.h"
 #include "console/Vocabulary.h"
 #include "host/Database.h"
 #include "hostkit/Paths.h"
@@ -23,6 +27,16 @@ std::uint32_t TypeOf(const Object& object) {
       break;
   }
   return 0;
+}
+
+// What the database says of a file that may not be read sends nobody to its permissions.
+Failure LogFailure(const std::string& why) {
+  const std::string file = HostKit::DatabaseFile().string();
+  const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
+  return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "NO_EVENT_LOG",
+                 fmt::format("reading the event log {}", file),
+                 denied ? std::strerror(EACCES) : why,
+                 {"Another one can be named with --database."});
 }
 
 }  // namespace
@@ -55,6 +69,14 @@ std::vector<LoggedEvent> History::Record(const std::vector<PI::CEvent>& events) 
     TellUnusable(e.what());
   }
   return worded;
+}
+
+std::vector<LoggedEvent> History::MustRead(std::uint64_t sinceMs, std::size_t limit) {
+  try {
+    return HostKit::ReadEvents(sinceMs, limit);
+  } catch (const DBEXCEPTION::DatabaseException& e) {
+    throw LogFailure(e.what());
+  }
 }
 
 std::vector<LoggedEvent> History::Read(std::uint64_t sinceMs, std::size_t limit) {

@@ -29,7 +29,10 @@ class History {
   bool KnowsAll(const std::vector<PI::CEvent>& events) const;
   // Appends the events to the log, and gives them as they are logged.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
-  // The newest `limit` events among those not older than `sinceMs`, in order of logging.
+  // The newest `limit` events among those not older than `sinceMs`, in order of logging; throws
+  // `Failure` when the log cannot be read.
+  std::vector<LoggedEvent> MustRead(std::uint64_t sinceMs, std::size_t limit);
+  // The same, and none when it cannot.
   std::vector<LoggedEvent> Read(std::uint64_t sinceMs, std::size_t limit);
 
  private:

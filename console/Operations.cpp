@@ -25,7 +25,7 @@ constexpr OperationRow kRows[] = {
      "only a detached card can be attached", 22110, PI::Event::CTRL_ATTACH_FAILED, false},
     {PI::OP_DETACH,             Kind::Adapter, Aspect::Card,  Danger::Moderate, "detached", "detach",       "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
-    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Danger::Moderate, "detached", "detach by force", "detaching by force",
+    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Danger::Moderate, "detached", "detach by force", "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
     {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units, Danger::Moderate, "online",   "bring online", "bringing online",
      "it has no storage unit that is offline", 22031, 0, false},

@@ -70,7 +70,7 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--confirm",    "SERIAL",  &O::m_Confirm,     {"format", "op"},
        "The serial number of what is to be formatted, instead of a question"},
       {"",   "--force",      "",        &O::m_Force,       {"detach"},
-       "Also when the card is in use"},
+       "Also when the card itself is busy; never while its drive is mounted, held or swap"},
       {"",   "--capacity",   "SIZE",    &O::m_Capacity,    {"format"},
        "How much of the drive to use: a name, or 10 to 100 per cent of the factory's size",
        {"maximum", "factory", "improved", "high"}},

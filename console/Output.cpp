@@ -48,7 +48,9 @@ void AnswerStream::Write(const std::string& text) {
   if (text.empty()) return;
   if (m_File == nullptr) throw WriteFailure(EBADF);
   const bool written = std::fwrite(text.data(), 1, text.size(), m_File) == text.size();
-  if (!written || std::fflush(m_File) != 0) throw WriteFailure(errno);
+  if (written && std::fflush(m_File) == 0) return;
+  // A reader that has gone has had what it wanted.
+  if (errno != EPIPE) throw WriteFailure(errno);
 }
 
 void Talk::Note(const std::string& id, const std::string& text,

@@ -70,7 +70,7 @@ std::uint32_t PluginSession::Change(PI::_COMMAND command, std::uint64_t object, 
 
 void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
-  if (StopAsked()) throw Stopped("it was stopped by a signal, and the plug-in does not answer");
+  if (StopAsked()) throw Stopped("Stopped. The plug-in does not answer.");
   throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the command", "the plug-in does not answer",
                 {"A card or its driver may hang: see the kernel log."});
 }

@@ -56,7 +56,7 @@ ExitCode Report(const Start& start, const Failure& failure, const Context* conte
 
 Failure AsFailure(const std::exception& e) {
   if (const auto* failure = dynamic_cast<const Failure*>(&e)) return *failure;
-  if (dynamic_cast<const Stopped*>(&e) != nullptr) return StopFailure("the command", e.what());
+  if (dynamic_cast<const Stopped*>(&e) != nullptr) return StopFailure(e.what());
   return Failure(ExitCode::Failed, "UNEXPECTED", "the command", e.what());
 }
 

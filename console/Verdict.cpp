@@ -139,7 +139,7 @@ std::string ComplaintText(const Finding& finding, bool ascii) {
   if (why.empty() && finding.m_pObject->m_Kind == Kind::Adapter) {
     why = ": " + WhyWithoutReason(finding.m_Health);
   }
-  return finding.m_pObject->m_Selector + " " + StatusText(finding.m_Health.m_Status) + why;
+  return finding.m_pObject->m_Selector + " " + StatusText(finding.m_Health.m_Shown) + why;
 }
 
 std::size_t CountOf(const Verdict& verdict, Kind kind) {
@@ -174,7 +174,7 @@ std::string Identity(const Object& object) {
 std::string FindingText(const Finding& finding, bool ascii) {
   std::string text =
       fmt::format("{} {}: {}\n", finding.m_pObject->m_Selector,
-                  StatusText(finding.m_Health.m_Status), Identity(*finding.m_pObject));
+                  StatusText(finding.m_Health.m_Shown), Identity(*finding.m_pObject));
   for (const Reason& reason : finding.m_Health.m_Reasons) {
     text += fmt::format("  {}{}{}\n", ReasonText(reason, ascii),
                         reason.m_Advice.empty() ? "" : ". ", reason.m_Advice);
@@ -200,7 +200,7 @@ Verdict Judge(const Model& model, const Object* top) {
   Verdict verdict;
   const std::map<const Object*, std::string> names = CardNames(model, LabelText);
   for (const Object* object : WithStatus(model, top)) {
-    const Health health = HealthOf(*object);
+    const Health health = HealthOf(model, *object);
     const State state = StateOf(health.m_Status);
     verdict.m_State = verdict.m_Findings.empty() ? state : std::max(verdict.m_State, state);
     verdict.m_Findings.push_back({object, health, state});

@@ -21,6 +21,12 @@ std::string GuessVerb(const Words& arguments, const Options& options) {
   return found == arguments.end() ? std::string() : *found;
 }
 
+// The command that a wrong line is about, if it names one that people know.
+const Command* NamedCommand(const Options& options) {
+  const Command* found = options.m_Words.empty() ? nullptr : FindCommand(options.m_Words.front());
+  return found == nullptr || found->m_Group == Group::None ? nullptr : found;
+}
+
 ExitCode Main(const Words& arguments) {
   Start start;
   try {
@@ -29,6 +35,7 @@ ExitCode Main(const Words& arguments) {
     start.m_pCommand = &ChooseCommand(start.m_Options);
   } catch (const Failure& failure) {
     start.m_Wrong.emplace(failure);
+    start.m_pCommand = NamedCommand(start.m_Options);
   }
   start.m_Monitored = GuessVerb(arguments, start.m_Options) == "check";
   return start.m_Monitored && !start.m_Wrong ? RunGuarded(start) : RunCommand(start);

@@ -141,7 +141,7 @@ Answer Begin(Context& context, const Wish& wish, Filter& filter) {
   Session& session = context.Open();
   // One more than is wanted tells whether there are older ones.
   const std::size_t limit = filter.IsNone() ? wish.m_Limit + 1 : History::kAll;
-  const std::vector<LoggedEvent> log = context.EventLog().Read(wish.m_Since, limit);
+  const std::vector<LoggedEvent> log = context.EventLog().MustRead(wish.m_Since, limit);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
   const Model model = context.Objects();
   filter.Choose(model, context.EventLog());
@@ -181,9 +181,7 @@ Answer Follow(Context& context, const Wish& wish, Filter& filter,
     CheckStop();
     batch = Collect(context, filter);
   }
-  Answer nothingMore = AnswerOf({});
-  nothingMore.m_Table = {};
-  return nothingMore;
+  return {};
 }
 
 void TellNothing(Talk& talk) {

@@ -24,7 +24,9 @@ void ReadCapacity(const std::string& text, FormatWish& wish) {
     }
   }
   wish.m_Capacity = PI::Value::CUSTOM;
-  wish.m_Percent = Whole(text, kLeastPercent, kMostPercent);
+  const bool hasSign = !text.empty() && text.back() == '%';
+  wish.m_Percent =
+      Whole(text.substr(0, text.size() - (hasSign ? 1 : 0)), kLeastPercent, kMostPercent);
   if (wish.m_Percent != 0) return;
   std::vector<std::string> names;
   for (const Capacity& row : kCapacities) {
@@ -45,9 +47,18 @@ FormatWish ReadWish(const Options& options) {
                      {"It is a number of bytes, such as 512 or 4096."});
 }
 
+// Without a wish it would erase the drive for nothing.
+void RequireWish(const Options& options) {
+  if (!options.m_Capacity.empty() || !options.m_SectorSize.empty()) return;
+  throw UsageFailure(
+      "give --capacity or --sector-size",
+      {"For example: corvane-host format a0/d0 --capacity 80", "Nothing was changed."});
+}
+
 }  // namespace
 
 Answer RunFormat(Context& context) {
+  RequireWish(context.m_Options);
   const FormatWish wish = ReadWish(context.m_Options);
   const Model model = context.Objects();
   const Object& drive =

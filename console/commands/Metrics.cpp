@@ -40,7 +40,14 @@ std::optional<Model> ReadObjects(Context& context, Answer& answer) {
 Json SampleJson(const Sample& sample) {
   Json labels = Json::object();
   for (const auto& [name, text] : sample.m_Labels) labels[name] = text;
-  return {{"labels", labels}, {"value", sample.m_Value}};
+  Json json = {{"labels", labels}};
+  const Json number = Json::parse(sample.m_Value);
+  if (number.is_number_unsigned()) {
+    PutValue(json, "value", {Measure::Count, number.get<std::uint64_t>(), Tone::Plain});
+  } else {
+    json["value"] = number;
+  }
+  return json;
 }
 
 Json FamilyJson(const Family& family) {

@@ -8,6 +8,7 @@
 #include "console/Answer.h"
 #include "console/ChoiceNames.h"
 #include "console/Context.h"
+#include "console/Health.h"
 #include "console/Vocabulary.h"
 #include "console/commands/All.h"
 
@@ -21,7 +22,8 @@ const Names kListColumns = {"object",
                             "status",
                             "temperature_celsius",
                             "reserve_space_ratio",
-                            "physical_size_bytes",
+                            "formatted_size_bytes",
+                            "sector_size_bytes",
                             "pci_address",
                             "serial_number"};
 
@@ -95,10 +97,11 @@ Column MakeColumn(const std::string& name) {
 }
 
 // What a kind of object cannot have is left blank for people, and is unknown to scripts.
-Cell MakeCell(const Object& object, const std::string& name, bool ascii) {
+Cell MakeCell(const Model& model, const Object& object, const std::string& name, bool ascii) {
   if (const OwnColumn* own = FindOwnColumn(name)) return TextCell(own->m_Text(object));
   const Term* term = FindTerm(object.m_Kind, name);
   if (term == nullptr) return {"", "-", Tone::Plain};
+  if (name == "status" && object.m_Kind == Kind::Drive) return StatusCell(HealthOf(model, object));
   return ValueCell(ReadTerm(object, *term), ascii);
 }
 
@@ -126,7 +129,7 @@ Answer Overview(Context& context, const Names& names, bool withPlugin) {
     if (object.m_Kind == Kind::Plugin && !withPlugin) continue;
     Row row;
     for (const Column& column : answer.m_Table.m_Columns) {
-      row.m_Cells.push_back(MakeCell(object, column.m_Name, context.m_Style.m_Ascii));
+      row.m_Cells.push_back(MakeCell(model, object, column.m_Name, context.m_Style.m_Ascii));
     }
     const auto owner = object.m_Owner ? rowOf.find(*object.m_Owner) : rowOf.end();
     if (owner != rowOf.end()) row.m_Parent = owner->second;

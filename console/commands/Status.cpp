@@ -58,10 +58,9 @@ Json HealthJson(const Told& told) {
 }
 
 Row StatusRow(const Object& object, const Health& health, const Reason* reason, bool ascii) {
-  const std::string status = BareText(health.m_Status);
-  Row row{
-      {TextCell(object.m_Selector), {StatusText(health.m_Status), status, health.m_Status.m_Tone}},
-      std::nullopt};
+  Cell status = StatusCell(health);
+  status.m_Human = StatusText(health.m_Shown);
+  Row row{{TextCell(object.m_Selector), status}, std::nullopt};
   if (reason == nullptr) {
     row.m_Cells.insert(row.m_Cells.end(), {TextCell("-"), TextCell("-"), TextCell("-")});
   } else {
@@ -101,7 +100,7 @@ std::string HealthText(const Told& told, std::size_t width, const Style& style) 
   const Health& health = told.m_Health;
   std::string text = fmt::format(
       "{:<{}}  {}{}\n", object.m_Selector, width,
-      Coloured(StatusText(health.m_Status), health.m_Status.m_Tone, style),
+      Coloured(StatusText(health.m_Shown), health.m_Shown.m_Tone, style),
       told.m_Since ? fmt::format(" since {}", SinceText(*told.m_Since, NowMs())) : std::string());
   for (const Reason& reason : health.m_Reasons) {
     text += fmt::format("    why   {}\n", ReasonText(reason, style.m_Ascii));
@@ -137,7 +136,8 @@ std::string Text(const std::vector<Told>& all, bool asked, const Style& style) {
 // The log is read only when something is not well.
 std::vector<Told> Tell(Context& context, const Model& model, const Objects& chosen) {
   std::vector<Told> all;
-  for (const Object* object : chosen) all.push_back({object, HealthOf(*object), std::nullopt});
+  for (const Object* object : chosen)
+    all.push_back({object, HealthOf(model, *object), std::nullopt});
   if (std::all_of(all.begin(), all.end(),
                   [](const Told& told) { return told.m_Health.m_Reasons.empty(); })) {
     return all;

@@ -60,6 +60,7 @@ Table BlockTable(const Model& model, bool ascii) {
       const Term* term = FindTerm(object->m_Kind, name);
       row.m_Cells.push_back(term == nullptr ? Cell{"", "-", Tone::Plain}
                                             : ValueCell(ReadTerm(*object, *term), ascii));
+      if (name == kColumns[1]) row.m_Cells.back() = StatusCell(HealthOf(model, *object));
     }
     row.m_Cells.push_back(TextCell(ReasonNames(HealthOf(*object))));
     table.m_Rows.push_back(std::move(row));
@@ -149,8 +150,6 @@ Answer RunWatch(Context& context) {
   }
   Answer nothingMore;
   nothingMore.m_Text = "";
-  nothingMore.m_Items = "objects";
-  nothingMore.m_Result = {{"objects", Json::array()}};
   return nothingMore;
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <utility>
 
@@ -26,21 +27,53 @@ void Check(int result, sqlite3* database) {
   if (result != SQLITE_OK) Fail(database);
 }
 
+// The codes that a file gives which may be read but not written, or whose folder may not.
+constexpr std::array kNotWritableCodes = {SQLITE_CANTOPEN, SQLITE_PERM, SQLITE_READONLY};
+
+template <class Codes>
+bool IsAmong(const Codes& codes, int code) {
+  const int primary = code & 0xFF;
+  return std::find(codes.begin(), codes.end(), primary) != codes.end();
+}
+
 // The library would read a name that begins with "file:" as a URI, and an absolute one never does.
 std::string NameOf(const path& file) {
   return file == ":memory:" ? file.string() : boost::filesystem::absolute(file).string();
 }
 
-sqlite3* Open(const path& file) {
+sqlite3* Open(const std::string& name, int flags) {
+  sqlite3* database = nullptr;
+  sqlite3_open_v2(name.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+  if (database == nullptr) throw SqliteError(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
+  return database;
+}
+
+sqlite3* OpenToWrite(const path& file) {
   boost::system::error_code ignored;  // the library reports what cannot be opened
   if (file != ":memory:") {
     boost::filesystem::create_directories(boost::filesystem::absolute(file).parent_path(), ignored);
   }
-  sqlite3* database = nullptr;
-  sqlite3_open_v2(NameOf(file).c_str(), &database,
-                  SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-  if (database == nullptr) throw SqliteError(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
-  return database;
+  return Open(NameOf(file), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+}
+
+std::string UriOf(const std::string& name) {
+  std::string uri = "file://" + boost::replace_all_copy(name, "%", "%25");
+  boost::replace_all(uri, "?", "%3F");
+  boost::replace_all(uri, "#", "%23");
+  return uri;
+}
+
+// A file without a write-ahead log is taken as one that nobody changes: otherwise the library would
+// make a log, which it may not be able to or which would stay behind.
+sqlite3* OpenToRead(const path& file) {
+  const std::string name = NameOf(file);
+  boost::system::error_code ignored;
+  const bool hasLog = boost::filesystem::exists(name + "-wal", ignored);
+  return Open(UriOf(name) + (hasLog ? "" : "?immutable=1"), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+}
+
+sqlite3* Open(const path& file, Access access) {
+  return access == Access::Read ? OpenToRead(file) : OpenToWrite(file);
 }
 
 // Takes the first statement off `rest`; null for one that is only blanks or a comment.
@@ -66,8 +99,11 @@ std::string CellText(sqlite3_stmt* statement, int column) {
 }  // namespace
 
 bool SqliteError::NeedsReopen() const {
-  const int primary = m_Code & 0xFF;
-  return std::find(kReopenCodes.begin(), kReopenCodes.end(), primary) != kReopenCodes.end();
+  return IsAmong(kReopenCodes, m_Code);
+}
+
+bool SqliteError::MayLackOnlyWriting() const {
+  return IsAmong(kNotWritableCodes, m_Code);
 }
 
 Statement::Statement(sqlite3* database, const std::string& sql)
@@ -100,8 +136,17 @@ std::string Statement::Text(int column) const {
   return CellText(m_pStatement.get(), column);
 }
 
-Connection::Connection(const path& file) : m_pDatabase(Open(file), sqlite3_close) {
+Connection::Connection(const path& file, Access access)
+    : m_pDatabase(Open(file, access), sqlite3_close) {
   if (sqlite3_errcode(m_pDatabase.get()) != SQLITE_OK) Fail(m_pDatabase.get());
+  if (access == Access::Read) {
+    Configure();
+  } else {
+    PrepareToWrite();
+  }
+}
+
+void Connection::PrepareToWrite() {
   // Reading it would leave a log beside it that cannot be written either, also once the file can.
   if (sqlite3_db_readonly(m_pDatabase.get(), "main") == 1) {
     throw SqliteError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));

@@ -21,6 +21,8 @@ class SqliteError : public DBEXCEPTION::DatabaseException {
 
   // Whether only opening the file anew can help.
   bool NeedsReopen() const;
+  // Whether the file may well be one that can only be read.
+  bool MayLackOnlyWriting() const;
 
  private:
   int m_Code;
@@ -44,10 +46,14 @@ class Statement {
   int m_Bound = 0;
 };
 
+// How a file is opened; one that is only read is neither made nor changed, nor is anything beside
+// it.
+enum class Access { Write, Read };
+
 class Connection {
  public:
   // Opens or makes the file. ":memory:" stands for none. Throws `SqliteError`.
-  explicit Connection(const boost::filesystem::path& file);
+  explicit Connection(const boost::filesystem::path& file, Access access = Access::Write);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
@@ -68,6 +74,7 @@ class Connection {
 
  private:
   void Configure();
+  void PrepareToWrite();
   // Fails for a damaged file before anything is written to it.
   void CheckWhole();
 

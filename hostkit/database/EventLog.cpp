@@ -77,7 +77,7 @@ void AppendEvents(const std::vector<LoggedEvent>& events) {
 }
 
 std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
-  return TheDatabase()->With([&](Connection& connection) {
+  return TheDatabase()->WithToRead([&](Connection& connection) {
     Statement statement = connection.Prepare(kNewest);
     statement.Bind(UpToLargest(sinceMs)).Bind(UpToLargest(limit));
     std::vector<LoggedEvent> events;

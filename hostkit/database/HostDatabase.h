@@ -43,6 +43,20 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
     }
   }
 
+  // The same for a `use` that only reads: a file that may not be written does.
+  template <class Use>
+  auto WithToRead(Use use) {
+    try {
+      return With(use);
+    } catch (const SqliteError& error) {
+      if (!error.MayLackOnlyWriting()) throw;
+    }
+    const CancelShield shield;
+    const std::lock_guard lock(m_Lock);
+    Connection connection(m_File, Access::Read);
+    return use(connection);
+  }
+
  private:
   void BeginLife();
   Connection& OpenConnection();

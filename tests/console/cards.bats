@@ -31,6 +31,7 @@ setup_file() {
   keep broken own broken detach a0 -y &
   keep used own used detach a0 -y &
   keep force own force detach a0 -y --force &
+  keep forcedrive own forcedrive detach a0/d0 -y --force &
   keep slow own slow detach a0 -y --timeout 1ms &
   keep kind own kind detach a0/d0 -y &
   keep lines own lines detach a0 -y -o jsonl &
@@ -115,6 +116,7 @@ Nothing was changed." "$(out dry)"
   said used "  A card that is in use is detached with: corvane-host detach a0 --force"
   same 2 "$(card used iom_state)"
   ended force 0
+  said forcedrive "corvane-host: detaching a0/d0 by force failed: a0/d0 is no adapter"
   same "a0: attached -> detached" "$(out force)"
   same 0 "$(card force iom_state)"
 }
@@ -164,6 +166,7 @@ Nothing was changed." "$(out dry)"
 @test "Ctrl-C switches the light off" {
   ended stopped 130
   said stopped "corvane-host: note: the light of a0 is off"
+  said stopped "corvane-host: Stopped."
   untouched stopped
 }
 

@@ -50,8 +50,8 @@ REMOVED="Adapter (unnamed) was removed or does not answer."
 
 @test "events in JSON lines are a document each" {
   valid lines:2
-  same '["CTRL_PNPREMOVE", null, "0x0000000000000099", "Card"]' \
-    "$(out lines | tail -1 | python3 -c 'import json,sys; e=json.loads(sys.stdin.read())["result"]["events"][0]; print(json.dumps([e[k] for k in ("event", "object", "id", "source")]))')"
+  same '["CTRL_PNPREMOVE", null, null, "0x0000000000000099", "Card"]' \
+    "$(out lines | tail -1 | python3 -c 'import json,sys; e=json.loads(sys.stdin.read())["result"]["events"][0]; print(json.dumps([e[k] for k in ("event", "object", "id", "logged_id", "source")]))')"
 }
 
 @test "events in JSON fit the schema" {

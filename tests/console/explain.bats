@@ -10,10 +10,16 @@ setup_file() {
   # No plug-in is needed to explain a word.
   keep event corvane-host --plugin /none explain 10967
   keep json corvane-host explain 10967 -o json
+  keep bare corvane-host explain format_device -o tsv -H
   keep several corvane-host explain UNDEFINED -o json
   keep term corvane-host explain temperature_celsius -o json
   keep plain corvane-host explain SSD -o json
   keep unknown corvane-host explain TEMPERATURE_ABOVE_WRN -o json
+}
+
+@test "an operation is known with and without OP_ in front" {
+  ended bare 0
+  same "operation OP_FORMAT_DEVICE" "$(out bare | cut -f 1,3 | tr '\t' ' ')"
 }
 
 @test "an event: what it means, how bad it is, what to do" {

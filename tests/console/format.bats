@@ -15,11 +15,13 @@ setup_file() {
   cardsim set card0 iom_state 0
 
   keep dry own dry format a0/d0 -n --capacity 50 --sector-size 4096 &
+  keep nowish own nowish format a0/d0 --confirm S100 &
+  keep sign own sign format a0/d0 -n --capacity 50% &
   keep dryjson own dryjson format a0/d0 -n --capacity maximum -o json &
-  keep refused own refused format a0/d0 &
-  keep yes own yes format a0/d0 -y &
-  keep wrong own wrong format a0/d0 --confirm S200 &
-  keep adapter own adapter format a0 --confirm S100 &
+  keep refused own refused format a0/d0 --capacity 50 &
+  keep yes own yes format a0/d0 --capacity 50 -y &
+  keep wrong own wrong format a0/d0 --capacity 50 --confirm S200 &
+  keep adapter own adapter format a0 --capacity 50 --confirm S100 &
   wait
   keep capacity own capacity format a0/d0 --capacity maximun &
   keep percent own percent format a0/d0 --capacity 9 &
@@ -28,7 +30,7 @@ setup_file() {
   keep lines own lines format a0/d0 --confirm S100 --capacity high -o jsonl &
   keep same own same format a0/d0 --confirm S100 --capacity 80 -o tsv &
   wait
-  keep attached own attached format a0/d0 --confirm S100 &
+  keep attached own attached format a0/d0 --capacity 50 --confirm S100 &
   keep odd own odd format a0/d0 --confirm S100 --sector-size 513 &
   wait
 }
@@ -44,6 +46,21 @@ Nothing was changed." "$(out dry)"
   same '["MAXIMUM_CAPACITY", null, 512, null, false, true]' \
     "$(json dryjson '[d["result"]["planned"][k] for k in ("capacity", "capacity_ratio", "sector_size_bytes")] + [d["result"][k] for k in ("after", "changed", "dry_run")]')"
   untouched dry dryjson
+}
+
+@test "a format without a wish is a usage error, and erases nothing" {
+  ended nowish 2
+  silent nowish out
+  same "corvane-host: reading the command line failed: give --capacity or --sector-size
+  For example: corvane-host format a0/d0 --capacity 80
+  Nothing was changed." "$(err nowish)"
+  [ ! -e "$BATS_FILE_TMPDIR/nowish.json" ] || untouched nowish
+}
+
+@test "a capacity may have its sign, and sectors that stay are told as such" {
+  ended sign 0
+  grep -qx "  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B, as before" \
+    "$BATS_FILE_TMPDIR/sign.out"
 }
 
 @test "the schema refuses a plan that is none" {

@@ -53,7 +53,7 @@ timed() {
   [ "$(cat "$BATS_FILE_TMPDIR/asked.seconds")" -le 5 ]
   valid asked
   same '[130, "STOPPED"]' "$(json asked '[d["exit_code"], d["messages"][-1]["id"]]')"
-  said asked "corvane-host: the command failed: it was stopped by a signal, and the plug-in does not answer"
+  said asked "corvane-host: Stopped. The plug-in does not answer."
 }
 
 @test "two signals end it at once, also of different kinds" {
@@ -63,7 +63,7 @@ timed() {
 
 @test "a signal during a read that hangs leaves the metrics of an earlier run" {
   ended metrics 130
-  same "corvane-host: the command failed: it was stopped by a signal, and the plug-in does not answer" \
+  same "corvane-host: Stopped. The plug-in does not answer." \
     "$(err metrics)"
   same "of an earlier run" "$(cat "$BATS_FILE_TMPDIR/kept.prom")"
 }

@@ -38,11 +38,30 @@ setup_file() {
   wait
   CORVANE_DATABASE=/proc/none/host.db keep broken host events a1 -o json &
   CORVANE_DATABASE=/proc/none/host.db keep brokenodd odd events events &
-  CORVANE_DATABASE=/proc/none/host.db keep quiet host events -q &
+  CORVANE_DATABASE=/proc/none/host.db keep statusbroken host status &
+  keep noread unwritable 000 events -o json &
+  keep nowrite unwritable 444 events -o tsv -H &
+  keep nodatabase host --database /etc/passwd events &
   CORVANE_DATABASE="$BATS_FILE_TMPDIR/far.db" keep seconds far &
   keep relative relative_days &
   wait
   keep grown see_and_forget
+}
+
+teardown_file() { chmod u+w "$BATS_FILE_TMPDIR"/other*; }
+
+# unwritable MODE ARGUMENTS...: runs the host on a copy of the log in somebody else's folder.
+unwritable() {
+  local folder="$BATS_FILE_TMPDIR/other$1" drop=()
+  mkdir "$folder"
+  cp "$BATS_FILE_TMPDIR/log.db" "$folder/log.db"
+  chmod "$1" "$folder/log.db"
+  chmod 555 "$folder"
+  chmod a+rx "$BATS_FILE_TMPDIR" "$(dirname "$BATS_FILE_TMPDIR")" "$BATS_RUN_TMPDIR"
+  chmod -R a+rX "$CORVANE_CONFIG_DIR" "$CARDSIM_STATE"*
+  chmod a+rwx "$TMPDIR"
+  [ "$(id -u)" -ne 0 ] || drop=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+  CORVANE_DATABASE="$folder/log.db" "${drop[@]}" corvane-host --simulate "${@:2}"
 }
 
 # A log of 20,000 entries, and how many tenths of a second its newest 50 take more than none.
@@ -141,7 +160,10 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
   valid json lines:5
   same '[["a0", "S100", "BoardX (9)"], ["a0", "S100", "BoardX (9)"], ["a0/d0", "S100", "DriveX (0)"], [null, "S900", "BoardY (1)"], ["a0", null, "SanDisk BoardA (1)"]]' \
     "$(json json '[[e[k] for k in ("object", "serial_number", "source")] for e in d["result"]["events"]]')"
-  refused json 'd["result"]["events"][0]["serial_number"] = 5' \
+  same '[["0x0130000000000001", "0x0000000000000005"], ["0x0130000000000001", "0x0000000000000005"], ["0x0130000000000002", "0x0000000000000005"], [null, "0x0000000000000006"], ["0x0130000000000001", "0x0000000000000006"]]' \
+    "$(json json '[[e[k] for k in ("id", "logged_id")] for e in d["result"]["events"]]')"
+  refused json 'd["result"]["events"][0]["logged_id"] = None' \
+    'd["result"]["events"][0]["serial_number"] = 5' \
     'del d["result"]["events"][0]["serial_number"]'
 }
 
@@ -186,15 +208,32 @@ before yesterday recent 3d" "$(out relative)"
   said badlimit "corvane-host: reading the command line failed: --limit cannot be '-1'"
 }
 
-@test "a database that cannot be used is told once and stops nothing" {
-  ended broken 0
+@test "a log that cannot be read is an error, and stops nothing but itself" {
+  ended broken 1
   valid broken
-  same '["NO_EVENT_LOG", "NO_EVENTS"]' "$(json broken '[m["id"] for m in d["messages"]]')"
-  ended brokenodd 0
-  same 1 "$(err brokenodd | grep -c 'the event log cannot be used: unable to open database file')"
-  same 2 "$(out brokenodd | wc -l)"
-  ended quiet 0
-  silent quiet err
+  same '["NO_EVENT_LOG"]' "$(json broken '[m["id"] for m in d["messages"]]')"
+  said broken "corvane-host: reading the event log /proc/none/host.db failed: unable to open database file"
+  ended brokenodd 1
+  silent brokenodd out
+  ended nodatabase 1
+  same "corvane-host: reading the event log /etc/passwd failed: file is not a database
+  Another one can be named with --database." "$(err nodatabase)"
+  ended statusbroken 0
+  same 1 "$(err statusbroken | grep -c 'the event log cannot be used: unable to open database file')"
+}
+
+@test "a log that may only be read is read, and left as it is" {
+  ended nowrite 0
+  silent nowrite err
+  same "Too hot.|Well again.|Another size.|It left.|An old entry.|" "$(words nowrite)"
+  same log.db "$(ls "$BATS_FILE_TMPDIR/other444")"
+  cmp "$BATS_FILE_TMPDIR/log.db" "$BATS_FILE_TMPDIR/other444/log.db"
+}
+
+@test "a log that may not be read is a question of permission" {
+  ended noread 6
+  valid noread
+  said noread "corvane-host: reading the event log $BATS_FILE_TMPDIR/other000/log.db failed: Permission denied"
 }
 
 @test "a full log is quick to show its newest entries" {

@@ -75,6 +75,7 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
     "$("$root/bin/corvane-host" plugin -o json | python3 -c 'import json,sys; print(json.load(sys.stdin)["result"]["file"])')"
   # No library of the build is used.
   run ! grep -q "$CORVANE_BUILD" <(ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
+  cmp "$SCHEMA" "$root/share/corvane/corvane-host.schema.json"
   cmp "$PAGES/corvane-host.1" "$root/share/man/man1/corvane-host.1"
   "$root/bin/corvane-host" completion bash |
     cmp - "$root/share/bash-completion/completions/corvane-host"

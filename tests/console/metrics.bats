@@ -299,11 +299,13 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 
 @test "JSON has the families, also when the plug-in is down" {
   valid json downjson
-  same '[0, "corvane_adapter_temperature_celsius", "gauge", "celsius", [{"labels": {"adapter": "S100"}, "value": "48.2"}]]' \
+  same '[0, "corvane_adapter_temperature_celsius", "gauge", "celsius", [{"labels": {"adapter": "S100"}, "value": 48.2}]]' \
     "$(json json '[d["exit_code"]] + [[f[k] for k in ("name", "type", "unit", "samples")] for f in d["result"]["families"] if f["name"] == "corvane_adapter_temperature_celsius"][0]')"
   same '[5, "PLUGIN_MISSING", "0"]' \
     "$(json downjson '[d["exit_code"], d["messages"][0]["id"], d["result"]["families"][0]["samples"][0]["value"]]')"
   ended downjson 5
+  same '[2, 1099511627776]' \
+    "$(json json '[[f["samples"][0]["value"] for f in d["result"]["families"] if f["name"] == name][0] for name in ("corvane_adapters", "corvane_drive_physical_size_bytes")]')"
 }
 
 @test "the lines with jq of the page on monitoring do what they seem to" {
@@ -312,6 +314,6 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   mapfile -t lines < <(sed -n 's/^    \(corvane-host .* | jq .*\)/\1/p' "$page")
   same 3 "${#lines[@]}"
   same $'S100\tOK\t48.2\nS200\tWARNING\t' "$(eval "${lines[0]}")"
-  same "1 a1 WARNING: Temperature above its warning level: warning 78 °C" "$(eval "${lines[1]}")"
+  same "1 a1 WARNING: Temperature above its warning level: temperature unknown, warning 78 °C" "$(eval "${lines[1]}")"
   same "a1" "$(eval "${lines[2]}")"
 }

@@ -36,15 +36,15 @@ setup_file() {
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
     press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:00 gone" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
   on wrong 24x120 see "(Enter stops):" press S200 press Enter ends 4 \
-    see "'S200' is not its serial number" -- format a0/d0 &
+    see "'S200' is not its serial number" -- format a0/d0 --capacity 50 &
   on almost 24x120 see "(Enter stops):" press s100 press Enter ends 4 see "Nothing was changed." \
-    -- format a0/d0 &
+    -- format a0/d0 --capacity 50 &
   wait
-  on formatno 24x120 see "(Enter stops):" press y press Enter ends 4 -- format a0/d0 &
-  on formatenter 24x120 see "(Enter stops):" press Enter ends 4 see "it was not wanted" -- format a0/d0 &
-  on formathalt 24x120 see "(Enter stops):" press S1 press Ctrl-C ends 130 see "Nothing was changed." -- format a0/d0 &
-  on formateof 24x120 see "(Enter stops):" press Ctrl-D ends 4 see "Nothing was changed." -- format a0/d0 &
-  on formatyes 24x120 see "(Enter stops):" press Enter ends 4 -- format a0/d0 -y &
+  on formatno 24x120 see "(Enter stops):" press y press Enter ends 4 -- format a0/d0 --capacity 50 &
+  on formatenter 24x120 see "(Enter stops):" press Enter ends 4 see "it was not wanted" -- format a0/d0 --capacity 50 &
+  on formathalt 24x120 see "(Enter stops):" press S1 press Ctrl-C ends 130 see "Nothing was changed." -- format a0/d0 --capacity 50 &
+  on formateof 24x120 see "(Enter stops):" press Ctrl-D ends 4 see "Nothing was changed." -- format a0/d0 --capacity 50 &
+  on formatyes 24x120 see "(Enter stops):" press Enter ends 4 -- format a0/d0 --capacity 50 -y &
   on dry 24x120 see "Nothing was changed." ends 0 see "ALL DATA ON THIS DRIVE WILL BE LOST" \
     -- format a0/d0 --dry-run --capacity 50 &
   wait
@@ -56,7 +56,7 @@ setup_file() {
   on opformat 24x120 see "(Enter stops):" press S101 press Enter ends 4 -- op run a0/d0 FORMAT_DEVICE &
   wait
   keep script own script format a0/d0 --capacity 50 &
-  on noinput 24x120 see "Nothing was changed." ends 4 -- format a0/d0 --no-input &
+  on noinput 24x120 see "Nothing was changed." ends 4 -- format a0/d0 --capacity 50 --no-input &
   on noquestion 24x120 see "nobody can be asked here" ends 4 -- attach a0 --no-input &
   keep mounted mounted &
   wait
@@ -80,7 +80,7 @@ mounted() {
   CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_root_on_card "$sysfs"
   CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" \
     screen 24x120 see "it is in use: fioa is held by md7, fioa is mounted at /" ends 4 \
-    see "Nothing was changed." -- corvane-host format a0/d0
+    see "Nothing was changed." -- corvane-host format a0/d0 --capacity 50
 }
 
 # played NAME...: all steps went well.

@@ -22,6 +22,11 @@ setup_file() {
   keep json host status -o json &
   keep lines host status -o jsonl &
   keep ascii with sick status --ascii &
+  keep sickdrive with sick status a0/d0 &
+  keep sicklist with sick list &
+  keep sicktsv with sick list -o tsv -H -c object,status &
+  keep sickcheck with sick check &
+  keep sickblock with sick watch -o table --for 0s &
   keep sickjson with sick status -o json &
   keep none corvane-host status &
   wait
@@ -34,6 +39,9 @@ setup_file() {
   keep gone host wait a7 gone &
   keep present host wait pci:0000:5e:00.0 present -o json &
   keep word host wait a0 atached &
+  keep wornout host wait a0 'reserve_space_ratio<5%' --timeout 0s &
+  keep wornless host wait a0 'reserve_space_ratio>96.5%' --timeout 0s &
+  keep hotper host wait a0 'temperature_celsius<5%' --timeout 0s &
   keep number host wait a0 'temperature_celsius>hot' &
   keep property host wait a0 temperatur=4 &
   keep unread unread &
@@ -78,9 +86,26 @@ unread() {
   silent all err
   same "a0  ok
 a1  WARNING
-    why   Temperature above its warning level: warning 78 °C
+    why   Temperature above its warning level: temperature unknown, warning 78 °C
     do    Check fans and airflow around the card, or take load off it.
     see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
+}
+
+@test "the drive of a detached card is told as detached, and to scripts as the plug-in calls it" {
+  same "a0/d0  detached" "$(out sickdrive)"
+  grep -qE "^a0/d0 +DriveA \(0\) +detached " "$BATS_FILE_TMPDIR/sicklist.out"
+  same "a0/d0	AVAILABLE" "$(out sicktsv | grep a0/d0)"
+  grep -q "^a0/d0 detached: DriveA (0)" "$BATS_FILE_TMPDIR/sickcheck.out"
+  grep -qE "^a0/d0 +DriveA \(0\) +detached" "$BATS_FILE_TMPDIR/sickblock.out"
+  same '["AVAILABLE"]' \
+    "$(json sickjson '[o["status"] for o in d["result"]["objects"] if o["object"] == "a0/d0"]')"
+}
+
+@test "a ratio may be compared in per cent, and nothing else" {
+  ended wornless 0
+  ended wornout 7
+  ended hotper 2
+  said hotper "corvane-host: reading the command line failed: '5%' is not a number"
 }
 
 @test "a reason stands with what was measured and its limit" {
@@ -103,7 +128,7 @@ a1/d0  FAILED
 }
 
 @test "status for scripts has a line for each reason" {
-  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning level: warning 78 °C	Check fans and airflow around the card, or take load off it.
+  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning level: temperature unknown, warning 78 °C	Check fans and airflow around the card, or take load off it.
 a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 

@@ -123,6 +123,33 @@ with_config() {
   [[ "$output" == *"Did you mean 'CTRL_NORMAL'?"* ]]
 }
 
+@test "the file of the cards behind a space is told with its sign" {
+  run -2 corvane-host --simulate /tmp/cards.json list
+  same "corvane-host: reading the command line failed: there is no command '/tmp/cards.json'
+  If it is the file of the cards: --simulate=/tmp/cards.json" "$output"
+}
+
+@test "a failure names its command as soon as the verb is known" {
+  local words
+  for words in "show a1 -o jsonl" "show a1 -c x -o json" "show -o json" "show a1 --nope -o json"; do
+    # shellcheck disable=SC2086  # words
+    same show "$(corvane-host --simulate $words 2>/dev/null | jq -r .command)"
+  done
+  same watch "$(corvane-host watch -o json 2>/dev/null | jq -r .command)"
+  same null "$(corvane-host lsit -o json 2>/dev/null | jq -r .command)"
+  same null "$(corvane-host complete -o json 2>/dev/null | jq -r .command)"
+}
+
+@test "a reader that has gone is no failure" {
+  local command
+  for command in metrics list; do
+    run bash -c 'corvane-host --simulate "$1" 2>"$2" | true; echo "${PIPESTATUS[0]}"' \
+      reader "$command" "$BATS_TEST_TMPDIR/err"
+    same 0 "$output"
+    [ ! -s "$BATS_TEST_TMPDIR/err" ]
+  done
+}
+
 @test "a name of two objects is never a guess" {
   ended serials 3
   silent serials out
