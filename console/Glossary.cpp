@@ -52,10 +52,11 @@ std::vector<TermUse> TermsOf(const Entry& entry) {
 
 namespace {
 
+// Operations are known without it too, where nothing else has that name.
+constexpr const char* kOperationPrefix = "OP_";
+
 bool IsCalled(const Entry& entry, const std::string& text) {
-  const std::string name = NameOf(entry);
-  if (text == std::to_string(entry.m_Number) || boost::iequals(text, name)) return true;
-  if (entry.m_Family == Family::Operation && boost::iequals("OP_" + text, name)) return true;
+  if (text == std::to_string(entry.m_Number) || boost::iequals(text, NameOf(entry))) return true;
   const std::vector<TermUse> uses = TermsOf(entry);
   return std::any_of(uses.begin(), uses.end(),
                      [&](const TermUse& use) { return boost::iequals(text, use.m_Term->m_Name); });
@@ -71,6 +72,9 @@ std::vector<Entry> FindEntries(const std::string& text) {
   std::vector<Entry> found;
   for (const Entry& entry : AllEntries()) {
     if (IsCalled(entry, text)) found.push_back(entry);
+  }
+  if (found.empty() && !boost::istarts_with(text, kOperationPrefix)) {
+    return FindEntries(kOperationPrefix + text);
   }
   return found;
 }

@@ -95,7 +95,7 @@ EXCEPTIONS = {
     ("ambiguous", "events"): (0, "NO_EVENTS"),
     ("no cards", "events"): (0, "NO_EVENTS"),
     ("closed card", "events"): (0, "NO_EVENTS"),
-    ("no database", "events"): (0, "NO_EVENTS"),
+    ("no database", "events"): (1, "NO_EVENT_LOG"),
     ("no database", "rows"): (1, "DATABASE_FAILED"),
     ("no database", "metrics"): (0, "DATABASE_FAILED"),
 }

@@ -301,7 +301,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   valid json downjson
   same '[0, "corvane_adapter_temperature_celsius", "gauge", "celsius", [{"labels": {"adapter": "S100"}, "value": 48.2}]]' \
     "$(json json '[d["exit_code"]] + [[f[k] for k in ("name", "type", "unit", "samples")] for f in d["result"]["families"] if f["name"] == "corvane_adapter_temperature_celsius"][0]')"
-  same '[5, "PLUGIN_MISSING", "0"]' \
+  same '[5, "PLUGIN_MISSING", 0]' \
     "$(json downjson '[d["exit_code"], d["messages"][0]["id"], d["result"]["families"][0]["samples"][0]["value"]]')"
   ended downjson 5
   same '[2, 1099511627776]' \
