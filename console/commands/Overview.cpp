@@ -23,7 +23,6 @@ const Names kListColumns = {"object",
                             "temperature_celsius",
                             "reserve_space_ratio",
                             "formatted_size_bytes",
-                            "sector_size_bytes",
                             "pci_address",
                             "serial_number"};
 

@@ -200,7 +200,7 @@ END
 
 @test "the longest span is no short one" {
   ended patient 1
-  line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning level: warning 78 °C"
+  line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning level: temperature unknown, warning 78 °C"
 }
 
 @test "nothing is said on standard error, which some systems would show first" {

@@ -18,7 +18,7 @@ setup_file() {
   echo "of an earlier run" >"$BATS_FILE_TMPDIR/kept.prom"
   stuck INT metrics metrics --textfile "$BATS_FILE_TMPDIR/kept.prom" &
   CONSOLE_TEST_PLUGIN=hang3 stuck TERM waiting wait a0 gone &
-  keep keyed screen 24x100 run "sleep 2" press Ctrl-C see "the plug-in does not answer" ends 130 \
+  keep keyed screen 24x100 run "sleep 2" press Ctrl-C see "The plug-in does not answer" ends 130 \
     -- corvane-host --plugin "$ODD_PLUGIN" status &
   CONSOLE_TEST_PLUGIN=hang2 keep late corvane-host --plugin "$ODD_PLUGIN" wait a0 gone --timeout 1s &
   CONSOLE_TEST_PLUGIN=hang3 keep view screen 24x100 see "EVENTS (0)" raw '\e[?1049h' run "sleep 6" \

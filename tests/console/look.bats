@@ -28,21 +28,21 @@ setup_file() {
 @test "list is a table of adapters and drives, unknown values a dash" {
   ended list 0
   silent list err
-  same "OBJECT NAME                    STATUS     TEMP RESERVE      SIZE SECTOR PCI          SERIAL
-a0     SanDisk BoardA (1)      ok        48 °C    97 %                  0000:3b:02.1 S100
-a0/d0  DriveA (0)              available               819.2 GiB  512 B
-a1     MOLT EP PX600 (2)       WARNING       -       -                  0000:5e:00.0 S200
-a1/d0  MOLT EP PX600 2.6TB (0) available                 2.4 TiB 4096 B" "$(out list)"
+  same "OBJECT NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
+a0     SanDisk BoardA (1)      ok        48 °C    97 %           0000:3b:02.1 S100
+a0/d0  DriveA (0)              available               819.2 GiB
+a1     MOLT EP PX600 (2)       WARNING       -       -           0000:5e:00.0 S200
+a1/d0  MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out list)"
 }
 
 @test "tree draws plug-in, adapters and drives" {
   ended tree 0
-  same "OBJECT    NAME                    STATUS     TEMP RESERVE      SIZE SECTOR PCI          SERIAL
+  same "OBJECT    NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
 plugin    SanDisk-Plugin
-├─a0      SanDisk BoardA (1)      ok        48 °C    97 %                  0000:3b:02.1 S100
-│ └─a0/d0 DriveA (0)              available               819.2 GiB  512 B
-└─a1      MOLT EP PX600 (2)       WARNING       -       -                  0000:5e:00.0 S200
-  └─a1/d0 MOLT EP PX600 2.6TB (0) available                 2.4 TiB 4096 B" "$(out tree)"
+├─a0      SanDisk BoardA (1)      ok        48 °C    97 %           0000:3b:02.1 S100
+│ └─a0/d0 DriveA (0)              available               819.2 GiB
+└─a1      MOLT EP PX600 (2)       WARNING       -       -           0000:5e:00.0 S200
+  └─a1/d0 MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out tree)"
 }
 
 @test "a long tree also shows ids, links, reasons and sizes" {
