@@ -114,10 +114,11 @@ Condition::Condition(const std::string& text) : m_Text(text) {
   }
 }
 
-// What is unknown is no number, and nothing is told by comparing it.
+// Nothing is told by comparing what is unknown.
 Condition::Outcome Condition::Check(const Object& object) const {
   const Value value = ReadNamed(object, m_Property).m_Value;
   Outcome outcome{false, BareText(value)};
+  if (!value.Known()) return outcome;
   if (m_Operator == kWell) {
     outcome.m_Holds = IsWell(value);
   } else if (m_Operator == "=") {

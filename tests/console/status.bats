@@ -35,6 +35,7 @@ setup_file() {
   keep latejson host wait a0 failed --timeout 0s -o json &
   keep reason host wait a1 status_reasons=attached -o value &
   keep lacking host wait a1 'temperature_celsius<400' --timeout 0s &
+  keep other host wait a1 'temperature_celsius!=70' --timeout 0s &
   keep absent host wait a7 ok &
   keep gone host wait a7 gone &
   keep present host wait pci:0000:5e:00.0 present -o json &
@@ -172,8 +173,9 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   same '[7, "TIMED_OUT"]' "$(json latejson '[d["exit_code"], d["messages"][-1]["id"]]')"
 }
 
-@test "an unknown number is neither small nor large" {
+@test "an unknown number is neither small nor large, nor another one" {
   ended lacking 7
+  ended other 7
   said lacking "corvane-host: waiting for a1 temperature_celsius<400 failed: after 0.0 s it was -"
 }
 
