@@ -6,33 +6,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <new>
 #include <thread>
 
 #include "hostkit/Database.h"
 #include "hostkit/EventLog.h"
 #include "tests/hostkit/database/Fixture.h"
-
-namespace {
-
-// How many allocations of this thread still succeed before one fails; negative: all succeed.
-thread_local int g_AllocationsLeft = -1;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (g_AllocationsLeft >= 0 && g_AllocationsLeft-- == 0) throw std::bad_alloc();
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -91,24 +69,6 @@ class Faults : public HostDatabaseTest {
     EXPECT_EQ(FailureOf(kWrite), "");
   }
 };
-
-TEST_F(Faults, ALackOfMemoryKeepsNobodyOut) {
-  const std::vector<HostKit::LoggedEvent> events = {HostKit::WordEvent(PI::CEvent())};
-  int failures = 0;
-  for (bool done = false; !done;) {
-    g_AllocationsLeft = failures;
-    try {
-      HostKit::AppendEvents(events);
-      done = true;
-    } catch (const std::bad_alloc&) {
-      ++failures;
-    }
-    g_AllocationsLeft = -1;
-    ASSERT_NO_THROW(OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK")) << failures;
-  }
-  EXPECT_GT(failures, 0);
-  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
-}
 
 TEST_F(Faults, AFileThatIsNoDatabaseIsReportedAndLeftAlone) {
   WhileClosed();
