@@ -162,7 +162,7 @@
 
 namespace RaidDataModels {
 
-struct HOST_API Adapter {
+struct CORVANE_API Adapter {
   ADAPTER_FIELDS(DB_MODEL_FIELD)
 };
 

@@ -10,8 +10,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "host/Visibility.h"
 #include "models/Singleton.h"
+#include "models/Visibility.h"
 
 namespace RaidDataModels {
 
@@ -27,7 +27,7 @@ inline const std::string null_text = "NULL";
 static_assert(sizeof(unsigned long) == sizeof(std::uint64_t));
 
 // Lets maps of different row types stand in one list.
-class HOST_API dbModelFieldsMapBase {
+class CORVANE_API dbModelFieldsMapBase {
  public:
   virtual ~dbModelFieldsMapBase() = default;
 };
@@ -44,8 +44,8 @@ struct dbModelField {
 // its columns in the order of the table. A key of type int has index 0, a key of type unsigned long
 // the last one.
 template <class Row>
-class HOST_API dbModelFieldsMap : public dbModelFieldsMapBase,
-                                  public Singleton<dbModelFieldsMap<Row>> {
+class CORVANE_API dbModelFieldsMap : public dbModelFieldsMapBase,
+                                     public Singleton<dbModelFieldsMap<Row>> {
  public:
   std::string alias;    // stands for the table in conditions
   int columnCount = 0;  // of the table

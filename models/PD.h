@@ -79,7 +79,7 @@
 
 namespace RaidDataModels {
 
-struct HOST_API PD {
+struct CORVANE_API PD {
   PD_FIELDS(DB_MODEL_FIELD)
 };
 

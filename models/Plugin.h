@@ -21,7 +21,7 @@
 
 namespace RaidDataModels {
 
-struct HOST_API Plugin {
+struct CORVANE_API Plugin {
   PLUGIN_FIELDS(DB_MODEL_FIELD)
 };
 

@@ -3,11 +3,11 @@
 
 #include <memory>
 
-#include "host/Visibility.h"
+#include "models/Visibility.h"
 
 // `Kind` derives from this, makes it a friend and its own constructor private.
 template <class Kind>
-class HOST_API Singleton {
+class CORVANE_API Singleton {
  public:
   // Made at the first call; any thread may make it.
   static std::shared_ptr<Kind> instance() {

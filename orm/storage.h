@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "host/Database.h"
-#include "host/Visibility.h"
 #include "models/FieldsMap.h"
+#include "models/Visibility.h"
 #include "orm/condition.h"
 #include "orm/failures.h"
 #include "orm/lookup.h"
@@ -30,7 +30,7 @@ namespace DatabaseORM {
 //
 // Every statement stands alone; there are no transactions. A statement that the database refuses
 // throws `DBEXCEPTION::DatabaseException`; see orm/failures.h for its texts.
-class HOST_API storage_t {
+class CORVANE_API storage_t {
  public:
   bool useAlias = true;  // whether a condition prefixes its columns with the table's alias
   std::shared_ptr<DatabaseWrapper::DatabaseDAO> dao;

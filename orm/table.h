@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Visibility.h"
+#include "models/Visibility.h"
 
 namespace DatabaseORM {
 
@@ -25,14 +25,14 @@ struct column_t {
 };
 
 // Lets tables of different row types stand in one list.
-class HOST_API tableBase_t {
+class CORVANE_API tableBase_t {
  public:
   virtual ~tableBase_t() = default;
 };
 
 // The table of one row type.
 template <class Row>
-class HOST_API table_t : public tableBase_t {
+class CORVANE_API table_t : public tableBase_t {
  public:
   bool foreignKeys = false;  // statements that write switch the checks of the database on
   std::string name;

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "Corvane/Src/CardNumbers.h"
 #include "host/vsl_abstraction.h"
 
 namespace NAMESPACE_Corvane {
@@ -17,7 +18,7 @@ namespace NAMESPACE_Corvane {
 // leaves the record alone on success, and one trace prints it then.
 class ErrorRecord {
  public:
-  ErrorRecord() { m_Record.text[0] = '\0'; }
+  ErrorRecord() { *TextBegin() = '\0'; }
   // All zero, for calls that may read it.
   static ErrorRecord Zeroed() {
     ErrorRecord record;
@@ -27,10 +28,15 @@ class ErrorRecord {
 
   operator vsl_error_record*() { return &m_Record; }
   std::string Text() const {
-    return std::string(m_Record.text, strnlen(m_Record.text, sizeof m_Record.text));
+    const char* text = const_cast<ErrorRecord*>(this)->TextBegin();
+    return std::string(text, strnlen(text, kErrorRecordSize - kErrorTextAt));
   }
 
  private:
+  // The library's header may name the members as it likes.
+  char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextAt; }
+
+  static_assert(sizeof(vsl_error_record) == kErrorRecordSize);
   vsl_error_record m_Record;
 };
 

@@ -194,7 +194,7 @@ inline void ReadFormatLimits(void* handle, vsl_error_record* error, CFusionIOPhy
   readMaximum();
   if (!drive.m_OverformatAllowed || !format.Has(vsl_iom_format_has_size_mode)) return;
   // The mode raises the maximum to what over-formatting allows.
-  vsl_iom_format_set_size_mode(handle, VSL_SIZE_MODE_OVERFORMAT, error);
+  vsl_iom_format_set_size_mode(handle, kSizeModeOverformat, error);
   readMaximum();
 }
 

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <vector>
 
-#include "host/Identifiers.h"
+#include "Corvane/Src/Vocabulary.h"
 
 namespace NAMESPACE_Corvane {
 

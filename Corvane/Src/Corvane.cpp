@@ -213,6 +213,7 @@ unsigned int IPLUGINAPI_IMPL::ExecuteOperation(unsigned long objectId, PI::COper
 
 unsigned int createIf(IPLUGINAPI** instance) {
   using namespace NAMESPACE_Corvane;
+  namespace PI = NAMESPACE_Corvane::PI;
   IPLUGINAPI_IMPL* plugin = nullptr;
   try {
     plugin = new (std::nothrow) IPLUGINAPI_IMPL;

@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/Vocabulary.h"
 #include "host/Database.h"
 #include "host/PluginInterface.h"
 #include "host/Toolkit.h"
+#include "models/Visibility.h"
 
 namespace RaidDataModels {
 struct Adapter;
@@ -22,10 +24,10 @@ extern "C" {
 
 // Makes the plug-in and stores it in `*instance`; 0, or ERR_MEMORY_ERROR with null stored. Reads
 // the configuration; no card is touched before `CMD_INITIALIZE`.
-HOST_API unsigned int createIf(IPLUGINAPI** instance);
+CORVANE_API unsigned int createIf(IPLUGINAPI** instance);
 
 // Destroys the plug-in, if there is one, and stores null. `CMD_DEINITIALIZE` comes first.
-HOST_API void releaseIf(IPLUGINAPI** instance);
+CORVANE_API void releaseIf(IPLUGINAPI** instance);
 }
 
 namespace NAMESPACE_Corvane {
@@ -280,6 +282,6 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
 };
 
 // The one instance, for the host to see; null before `createIf` and after `releaseIf`.
-HOST_API extern IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL;
+CORVANE_API extern IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL;
 
 }  // namespace NAMESPACE_Corvane

@@ -213,7 +213,7 @@ bool ReserveStatus(LiveAdapter& adapter, CProperty& property) {
 
 bool ByteCount(std::optional<std::uint64_t> bytes, const char* trace, CProperty& property) {
   float value = 0;
-  PI::_UNITS unit = PI::UNITS_NONE;
+  PI::_UNITS unit{};
   if (!bytes || !PI::CPluginHelper::ConvertBytesToOtherUnit(*bytes, value, unit)) return false;
   property.SetValue(value);
   property.m_Units = unit;
@@ -463,7 +463,7 @@ void TraceLiveValues(const CFusionIOAdapter& adapter) {
                   ratedTBytes);
   }
   float value = 0;
-  PI::_UNITS unit = PI::UNITS_NONE;
+  PI::_UNITS unit{};
   if (const auto bytes = card.Read(VSL(total_physical_bytes_read))) {
     PI::CPluginHelper::ConvertBytesToOtherUnit(*bytes, value, unit);
     TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_total_physical_bytes_read = %d", *bytes);

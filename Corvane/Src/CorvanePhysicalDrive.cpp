@@ -157,7 +157,7 @@ bool Failed(const char* function, vsl_code code, const ErrorRecord& error) {
 // The largest size that over-formatting allows, or 0 when the card does not tell.
 std::uint64_t OverformatSize(void* format, ErrorRecord& error) {
   if (Failed("vsl_iom_format_set_size_mode",
-             vsl_iom_format_set_size_mode(format, VSL_SIZE_MODE_OVERFORMAT, error), error)) {
+             vsl_iom_format_set_size_mode(format, kSizeModeOverformat, error), error)) {
     return 0;
   }
   return vsl_iom_format_max_size_bytes(format, error);
@@ -270,8 +270,8 @@ std::string StateName(std::uint32_t state) {
 }
 
 // A percentage as the host's property of that kind holds it.
-int AsPercentProperty(PI::_PROPERTY_ID id, int percent) {
-  CProperty property(id, false);
+int AsPercentProperty(std::uint32_t id, int percent) {
+  CProperty property = MakeProperty(id, false);
   property.SetValue(percent, 1, 100, 1);
   int held = 0;
   property.GetValueRange(held);

@@ -15,6 +15,7 @@
 #include "Corvane/Src/PropertyTable.h"
 #include "Corvane/Src/RecordComparison.h"
 #include "Corvane/Src/Trace.h"
+#include "Corvane/Src/WaitResults.h"
 #include "models/Plugin.h"
 #include "orm/storage.h"
 
@@ -162,7 +163,7 @@ bool IPLUGINAPI_IMPL::InitializeLocks() {
 bool IPLUGINAPI_IMPL::StartCardLibrary() {
   ErrorRecord error;
   vsl_code code = vsl_init(0, error);
-  for (unsigned int retry = 0; code == VSL_NOT_READY && retry < kVslInitRetries; ++retry) {
+  for (unsigned int retry = 0; code == kLibraryNotReady && retry < kVslInitRetries; ++retry) {
     Sleep(1000);
     code = vsl_init(0, error);
   }
@@ -284,7 +285,7 @@ unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
                                              unsigned long& warnings, unsigned long& info) {
   struct Mask {
     bool (*m_Has)(void*, vsl_error_record*);
-    std::uint64_t (*m_Read)(void*, vsl_error_record*);
+    decltype(&vsl_current_errors) m_Read;
     std::uint64_t m_Ignored;
     unsigned long& m_Value;
   };
@@ -472,19 +473,17 @@ void IPLUGINAPI_IMPL::ScanCardState(const AttributeReader& card, CFusionIOAdapte
   }
   if (state.m_Activity != 0) adapter.m_Activity = static_cast<std::uint32_t>(state.m_Activity);
   if (state.m_Reason != kNoReason) adapter.m_StatusReasons.push_back(state.m_Reason);
-  if (adapter.m_IomState == VSL_STATE_MINIMAL) ReadMinimalMode(card, adapter);
+  if (adapter.m_IomState == kStateMinimal) ReadMinimalMode(card, adapter);
 }
 
 std::uint32_t IPLUGINAPI_IMPL::CorrectedState(std::uint32_t iomState,
                                               const std::string* devicePath) const {
   if (devicePath == nullptr) return iomState;
-  if (iomState == VSL_STATE_ATTACHED && IsRunning(m_pAttachThread) &&
-      m_AttachDevice == *devicePath) {
-    return VSL_STATE_ATTACHING;
+  if (iomState == kStateAttached && IsRunning(m_pAttachThread) && m_AttachDevice == *devicePath) {
+    return kStateAttaching;
   }
-  if (iomState == VSL_STATE_DETACHED && IsRunning(m_pDetachThread) &&
-      m_DetachDevice == *devicePath) {
-    return VSL_STATE_DETACHING;
+  if (iomState == kStateDetached && IsRunning(m_pDetachThread) && m_DetachDevice == *devicePath) {
+    return kStateDetaching;
   }
   return iomState;
 }
@@ -528,7 +527,7 @@ unsigned int IPLUGINAPI_IMPL::Worker() {
       TRACE(TRACE_FLOW, "Worker() m_PrivateEvent event received");
       UnlockObjects();
       m_HostNotify(this);
-    } else if (signalled == MBX::Threading::WAIT_TIMED_OUT) {
+    } else if (signalled == kWaitTimedOut) {
       TRACE(TRACE_FLOW, "Worker() timeout event received");
       watch.m_ScanDue |= watch.Age() > PollIntervalMs(m_PollInterval);
       Look(watch);
@@ -549,13 +548,13 @@ unsigned int IPLUGINAPI_IMPL::Worker() {
 
 void IPLUGINAPI_IMPL::Look(Watch& watch) {
   TRACED_WAIT(m_DataLock, dataLocked);
-  if (dataLocked != MBX::Threading::WAIT_SUCCEEDED) return;
+  if (dataLocked != kWaitSucceeded) return;
   if (!watch.m_ScanDue && !CardsLookDifferent()) {
     TRACED_RELEASE(m_DataLock);
     return;
   }
   TRACED_WAIT(m_EventsLock, eventsLocked);
-  if (eventsLocked != MBX::Threading::WAIT_SUCCEEDED) {
+  if (eventsLocked != kWaitSucceeded) {
     TRACED_RELEASE(m_DataLock);
     watch.m_ScanDue = true;
     return;
@@ -802,7 +801,7 @@ unsigned int IPLUGINAPI_IMPL::GetEvents(CFusionIOPlugin&, PI::COperation& operat
   TRACE(TRACE_ENTRY, "ENTER GetEvents()");
   operation.m_Events.clear();
   TRACED_WAIT(m_EventsLock, locked);
-  if (locked != MBX::Threading::WAIT_SUCCEEDED) return PI::SUCCESS;
+  if (locked != kWaitSucceeded) return PI::SUCCESS;
   operation.m_Events = m_Events;
   m_Events.clear();
   TRACE(TRACE_LOCK, "Before m_EventsLock.Release()");
@@ -969,8 +968,7 @@ void IPLUGINAPI_IMPL::PostEvent(const PI::CEvent& event) {
 }
 
 bool IPLUGINAPI_IMPL::IsRunning(const ThreadSlot& thread) {
-  return thread != nullptr && thread->GetHandle() != 0 &&
-         thread->Wait(0) == MBX::Threading::WAIT_TIMED_OUT;
+  return thread != nullptr && thread->GetHandle() != 0 && thread->Wait(0) == kWaitTimedOut;
 }
 
 }  // namespace NAMESPACE_Corvane

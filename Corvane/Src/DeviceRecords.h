@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Corvane/Src/Vocabulary.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/Vocabulary.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {
@@ -53,25 +54,25 @@ inline std::vector<int> SectorSizeChoices(const CFusionIOPhysicalDrive& drive) {
 // host that asks for a format by number sends the same ones.
 inline void AppendFormatParameters(const CFusionIOPhysicalDrive& drive,
                                    std::vector<PI::CProperty>& parameters) {
-  PI::CProperty formatting(PI::Property::CHOICE_PARAM, true);
+  PI::CProperty formatting = MakeProperty(PI::Property::CHOICE_PARAM, true);
   formatting.m_NameID = PI::Property::FORMATTING;
   formatting.SetValue(PI::Value::FACTORY_CAPACITY, kCapacityChoices);
   parameters.push_back(formatting);
 
-  PI::CProperty size(PI::Property::RANGE_PARAM, true);
+  PI::CProperty size = MakeProperty(PI::Property::RANGE_PARAM, true);
   size.m_NameID = PI::Property::SIZE;
   size.SetValue(100, 10, 100, 1);
   size.m_Units = PI::UNITS_PERCENT;
   parameters.push_back(size);
 
   if (drive.m_PowerOfTwoSectors) {
-    PI::CProperty sectors(PI::Property::CHOICE_PARAM, true);
+    PI::CProperty sectors = MakeProperty(PI::Property::CHOICE_PARAM, true);
     sectors.m_NameID = PI::Property::BLOCK_SIZE;
     sectors.SetValue(SectorSizeValue(drive.m_SectorSize), SectorSizeChoices(drive));
     parameters.push_back(sectors);
     return;
   }
-  PI::CProperty sectors(PI::Property::RANGE_PARAM, true);
+  PI::CProperty sectors = MakeProperty(PI::Property::RANGE_PARAM, true);
   sectors.m_NameID = PI::Property::BLOCK_SIZE;
   sectors.SetValue(static_cast<int>(drive.m_SectorSize), static_cast<int>(drive.m_MinSectorSize),
                    static_cast<int>(drive.m_MaxSectorSize), drive.m_SectorSizeMultiplier);

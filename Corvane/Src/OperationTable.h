@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "Corvane/Src/Vocabulary.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "Corvane/Src/Vocabulary.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {
@@ -18,7 +19,7 @@ class PropertyRow {
   // Sets the value, and any display field that depends on it. False: the row is not shown now.
   using Fill = bool (*)(Object& object, PI::CProperty& property);
 
-  constexpr PropertyRow(PI::_PROPERTY_ID id, Fill fill) : m_ID(id), m_Fill(fill) {}
+  constexpr PropertyRow(std::uint32_t id, Fill fill) : m_ID(id), m_Fill(fill) {}
 
   constexpr PropertyRow Name(std::uint32_t id) const { return With(&PropertyRow::m_NameID, id); }
   constexpr PropertyRow Sort(std::uint32_t key) const { return With(&PropertyRow::m_SortKey, key); }
@@ -33,11 +34,11 @@ class PropertyRow {
   constexpr PropertyRow UnitNotFixed() const { return With(&PropertyRow::m_UnitNotFixed, true); }
   constexpr PropertyRow Writable() const { return With(&PropertyRow::m_Writable, true); }
 
-  PI::_PROPERTY_ID ID() const { return m_ID; }
+  std::uint32_t ID() const { return m_ID; }
 
   // Appends the property, unless it is not shown now.
   void AppendTo(std::vector<PI::CProperty>& properties, Object& object) const {
-    PI::CProperty property(m_ID, m_Writable);
+    PI::CProperty property = MakeProperty(m_ID, m_Writable);
     if (!m_Fill(object, property)) return;
     Dress(property);
     properties.push_back(property);
@@ -57,18 +58,18 @@ class PropertyRow {
     if (m_NameID != kAsMade) property.m_NameID = m_NameID;
     if (m_SortKey != kAsMade) property.m_SortKey = m_SortKey;
     if (m_Visible != kAsMade) property.m_Visible = m_Visible;
-    if (m_Units != PI::UNITS_NONE) property.m_Units = m_Units;
+    if (m_Units != PI::_UNITS{}) property.m_Units = m_Units;
     if (m_Format != kAsMade) property.m_Format = m_Format;
     if (m_UnitNotFixed) property.m_UnitsFixed = false;
   }
 
-  PI::_PROPERTY_ID m_ID;
+  std::uint32_t m_ID;
   Fill m_Fill;
   bool m_Writable = false;
   std::uint32_t m_NameID = kAsMade;
   std::uint32_t m_SortKey = kAsMade;
   std::uint32_t m_Visible = kAsMade;
-  PI::_UNITS m_Units = PI::UNITS_NONE;
+  PI::_UNITS m_Units{};  // no unit
   std::uint32_t m_Format = kAsMade;
   bool m_UnitNotFixed = false;
 };

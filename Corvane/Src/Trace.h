@@ -5,18 +5,18 @@
 #include <string>
 
 #include "host/Toolkit.h"
-#include "host/Visibility.h"
+#include "models/Visibility.h"
 
 namespace NAMESPACE_Corvane {
 
 // Bits 63 to 48 of every object id, and the number under which the host knows the module.
 constexpr unsigned int kModuleNumber = 304;
 
-HOST_API extern MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane;
-HOST_API extern MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList;
+CORVANE_API extern MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane;
+CORVANE_API extern MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList;
 
 namespace NLS {
-HOST_API extern MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile;
+CORVANE_API extern MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile;
 }  // namespace NLS
 
 enum TraceLevel : unsigned int {
@@ -28,7 +28,7 @@ enum TraceLevel : unsigned int {
 };
 
 inline bool Traced(TraceLevel level) {
-  return (MBX_MODULE_INFO_Corvane.m_TraceMask.load(std::memory_order_relaxed) & level) != 0;
+  return (MBX_MODULE_INFO_Corvane.m_TraceMask & level) != 0;
 }
 
 namespace TraceFeed {
@@ -40,6 +40,9 @@ inline void Feed(Stream& stream, unsigned int value) {
 }
 inline void Feed(Stream& stream, unsigned long value) {
   stream.FormatInt(value);
+}
+inline void Feed(Stream& stream, unsigned long long value) {
+  stream.FormatInt(static_cast<unsigned long>(value));
 }
 inline void Feed(Stream& stream, int value) {
   stream.FormatInt(static_cast<unsigned int>(value));

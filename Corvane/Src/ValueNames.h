@@ -4,12 +4,12 @@
 #include <map>
 #include <string>
 
-#include "host/Identifiers.h"
+#include "Corvane/Src/Vocabulary.h"
 
 namespace NAMESPACE_Corvane {
 
 #define CORVANE_VALUE_NAME(name, number, text) {number, text},
-inline const std::map<int, std::string> kValueNames = {PI_VALUES(CORVANE_VALUE_NAME)};
+inline const std::map<int, std::string> kValueNames = {CORVANE_VALUES(CORVANE_VALUE_NAME)};
 #undef CORVANE_VALUE_NAME
 
 // Empty for a number that is not in the table.

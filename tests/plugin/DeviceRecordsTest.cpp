@@ -12,6 +12,7 @@ namespace CorvaneTest {
 namespace {
 
 using namespace NAMESPACE_Corvane;
+namespace PI = ::PI;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -1,0 +1,9 @@
+// What the toolkit's locks, events and threads give back from a wait.
+#pragma once
+
+namespace NAMESPACE_Corvane {
+
+constexpr unsigned int kWaitSucceeded = 1;
+constexpr unsigned int kWaitTimedOut = 130;
+
+}  // namespace NAMESPACE_Corvane
