@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,8 @@ struct HOST_API LockView {
   std::size_t ordinal;  // in order of construction since `ResetLedger`, from 1; 0 if made before
   std::string owner;    // name of the thread that holds it; empty when free
   unsigned int depth;   // 0 when free
+  bool initialized;
+  std::uint64_t taken;  // waits that succeeded since it was made
 };
 
 struct HOST_API EventView {
@@ -25,7 +28,8 @@ struct HOST_API EventView {
 struct HOST_API ThreadView {
   std::size_t ordinal;
   bool ended;
-  bool cancelled;  // asked to end while it ran
+  bool cancelled;               // asked to end while it ran
+  unsigned int cancelRequests;  // calls of `Cancel`, those after its end too
 };
 
 // What is alive now. A thread is from its start until both it and its object are gone.
@@ -42,5 +46,10 @@ HOST_API void FailEventInit(std::size_t ordinal);
 
 // Makes the `nth` wait from now, counted from 1, of that lock give WAIT_FAILED at once.
 HOST_API void FailLockWait(std::size_t ordinal, unsigned int nth);
+
+// Makes the `nth` start of a thread from now, counted from 1, give 0, as when the system has no
+// room for another thread: the object then has no handle and nothing to wait for. A start that
+// would fail anyway is not counted.
+HOST_API void FailThreadCreate(unsigned int nth);
 
 }  // namespace HostKit

@@ -21,14 +21,14 @@ LockState::~LockState() {
 
 bool LockState::Take(ThreadRecord& taker) {
   ThreadRecord* owner = m_pOwner.load(std::memory_order_relaxed);
-  if (owner == &taker) {
-    m_Depth.store(m_Depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-    return true;
+  if (owner != &taker) {
+    owner = nullptr;
+    if (!m_pOwner.compare_exchange_strong(owner, &taker)) return false;
+    ++taker.heldLocks;
   }
-  owner = nullptr;
-  if (!m_pOwner.compare_exchange_strong(owner, &taker)) return false;
-  m_Depth.store(1, std::memory_order_relaxed);
-  ++taker.heldLocks;
+  // While the lock is free, its depth is 0.
+  m_Depth.store(m_Depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  m_Taken.store(m_Taken.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   return true;
 }
 

@@ -15,7 +15,8 @@ std::vector<LockView> Locks() {
   std::vector<LockView> views;
   for (const LockState* state : Ledger::Get().locks.Alive()) {
     const ThreadRecord* owner = state->m_pOwner;
-    views.push_back({state->m_Ordinal, owner == nullptr ? "" : owner->name, state->m_Depth});
+    views.push_back({state->m_Ordinal, owner == nullptr ? "" : owner->name, state->m_Depth,
+                     state->m_Usable, state->m_Taken});
   }
   return views;
 }
@@ -33,7 +34,9 @@ std::vector<ThreadView> Threads() {
   const MonitorLock lock = Monitor::Get().Enter();
   std::vector<ThreadView> views;
   for (const ThreadState* state : Ledger::Get().threads.Alive()) {
-    if (state->m_Created) views.push_back({state->m_Ordinal, state->m_Ended, state->m_Cancelled});
+    if (!state->m_Created) continue;
+    views.push_back(
+        {state->m_Ordinal, state->m_Ended, state->m_Cancelled, state->m_CancelRequests});
   }
   return views;
 }
@@ -51,6 +54,7 @@ void ResetLedger() {
   ledger.failingLockInits.clear();
   ledger.failingEventInits.clear();
   ledger.failingLockWaits.clear();
+  ledger.failingThreadCreates.clear();
 }
 
 void FailLockInit(std::size_t ordinal) {
@@ -73,6 +77,11 @@ void FailLockWait(std::size_t ordinal, unsigned int nth) {
     return;
   }
   ledger.failingLockWaits[ordinal].push_back(nth);
+}
+
+void FailThreadCreate(unsigned int nth) {
+  const MonitorLock lock = Monitor::Get().Enter();
+  Ledger::Get().failingThreadCreates.push_back(nth);
 }
 
 }  // namespace HostKit

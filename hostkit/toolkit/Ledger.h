@@ -45,6 +45,7 @@ struct Ledger {
   std::set<std::size_t> failingLockInits;
   std::set<std::size_t> failingEventInits;
   std::map<std::size_t, std::vector<unsigned int>> failingLockWaits;  // for locks not made yet
+  std::vector<unsigned int> failingThreadCreates;                     // starts until each failure
 };
 
 }  // namespace HostKit

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -26,7 +27,8 @@ struct LockState : Condition {
   std::size_t m_Ordinal;  // guarded
   std::atomic<bool> m_Usable{false};
   std::atomic<ThreadRecord*> m_pOwner{nullptr};
-  std::atomic<unsigned int> m_Depth{0};  // written by the owner only
+  std::atomic<unsigned int> m_Depth{0};   // written by the owner only
+  std::atomic<std::uint64_t> m_Taken{0};  // written by the owner only
   std::atomic<unsigned int> m_Waiters{0};
   std::atomic<bool> m_MayFail{false};
   std::vector<unsigned int> m_FailingWaits;  // guarded: waits to go until each failure
@@ -59,6 +61,7 @@ struct ThreadState : Condition {
   bool m_Created = false;
   bool m_Ended = false;
   bool m_Cancelled = false;
+  unsigned int m_CancelRequests = 0;
   unsigned long m_Handle = 0;
   std::shared_ptr<ThreadRecord> m_pRecord;
 };

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "host/Toolkit.h"
@@ -71,12 +72,21 @@ extern "C" void* HostKitThread(void* launch) {
   return nullptr;
 }
 
+// Counts this start against the failures that were ordered.
+bool FailsNow(std::vector<unsigned int>& startsToGo) {
+  for (unsigned int& toGo : startsToGo) --toGo;
+  const auto due = std::find(startsToGo.begin(), startsToGo.end(), 0U);
+  if (due == startsToGo.end()) return false;
+  startsToGo.erase(due);
+  return true;
+}
+
 // Known before it runs, so that virtual time waits for its first step.
 bool Start(std::unique_ptr<Launch> launch) {
   Monitor& monitor = Monitor::Get();
   ThreadState& state = *launch->state;
   MonitorLock lock = monitor.Enter();
-  if (state.m_Created) return false;
+  if (state.m_Created || FailsNow(Ledger::Get().failingThreadCreates)) return false;
   monitor.Join(lock, *state.m_pRecord);
   pthread_t thread{};
   if (pthread_create(&thread, nullptr, HostKitThread, launch.get()) != 0) {
@@ -151,7 +161,9 @@ void CThread::Cancel() {
   Monitor& monitor = Monitor::Get();
   monitor.Point();
   const MonitorLock lock = monitor.Enter();
-  if (!m_pState->m_Created || m_pState->m_Ended) return;
+  if (!m_pState->m_Created) return;
+  ++m_pState->m_CancelRequests;
+  if (m_pState->m_Ended) return;
   m_pState->m_Cancelled = true;
   if (monitor.Scheduler().IsReal()) {
     pthread_cancel(m_pState->m_Handle);

@@ -46,6 +46,30 @@ TEST_P(Inspect, KeepsTheOwnerOfALockWhoseThreadEndedWithIt) {
   EXPECT_EQ(130U, lock.Wait(0));
 }
 
+TEST_P(Inspect, CountsHowOftenALockWasTaken) {
+  ReadyLock lock;
+  EXPECT_EQ(0U, HostKit::Locks()[0].taken);
+  EXPECT_EQ(1U, lock.Wait(WAIT_INFINITE));
+  EXPECT_EQ(1U, lock.Wait(WAIT_INFINITE));
+  EXPECT_EQ(2U, HostKit::Locks()[0].taken);
+  unsigned int inVain = 0;
+  Job([&] { inVain = lock.Wait(1); })->Wait(WAIT_INFINITE);
+  EXPECT_EQ(130U, inVain);
+  EXPECT_EQ(2U, HostKit::Locks()[0].taken);
+  lock.Release();
+  lock.Release();
+  Job([&] { const CSyncGuard guard(lock, WAIT_INFINITE); })->Wait(WAIT_INFINITE);
+  EXPECT_EQ(3U, HostKit::Locks()[0].taken);
+}
+
+TEST_P(Inspect, ShowsWhichLocksAreReadyForUse) {
+  const Native_OS::CFastMutex unusable;
+  const ReadyLock ready;
+  ASSERT_EQ(2U, HostKit::Locks().size());
+  EXPECT_FALSE(HostKit::Locks()[0].initialized);
+  EXPECT_TRUE(HostKit::Locks()[1].initialized);
+}
+
 TEST_P(Inspect, CountsAgainAfterAReset) {
   ReadyLock before;
   HostKit::ResetLedger();
@@ -108,8 +132,12 @@ TEST_P(Inspect, MakesTheNthWaitOfALockFailThatIsThereOrWillBe) {
 TEST_P(Inspect, TakesFailuresBack) {
   ReadyLock lock;
   HostKit::FailLockWait(1, 1);
+  HostKit::FailThreadCreate(1);
   HostKit::ResetLedger();
   EXPECT_EQ(1U, lock.Wait(0));
+  bool ran = false;
+  Job([&] { ran = true; })->Wait(WAIT_INFINITE);
+  EXPECT_TRUE(ran);
 }
 
 IN_EVERY_FORM(Inspect);

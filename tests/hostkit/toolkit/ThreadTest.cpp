@@ -55,6 +55,55 @@ TEST_P(Thread, CannotBeCreatedTwice) {
   EXPECT_EQ(0, Create());
 }
 
+TEST_P(Thread, IsNoneWhenItsStartFails) {
+  HostKit::FailThreadCreate(1);
+  ASSERT_EQ(0, Create());
+  EXPECT_EQ(0UL, m_pThread->GetHandle());
+  EXPECT_EQ(0U, m_pThread->Wait(0));
+  EXPECT_EQ(0U, m_pThread->Wait(WAIT_INFINITE));
+  m_pThread->Cancel();
+  EXPECT_TRUE(HostKit::Threads().empty());
+  m_pThread.reset();
+}
+
+TEST_P(Thread, CanBeStartedAgainAfterAStartThatFailed) {
+  HostKit::FailThreadCreate(1);
+  EXPECT_EQ(0, Create());
+  EXPECT_EQ(1, Create());
+  LetEnd();
+  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(1U, m_Done.Wait(0));
+}
+
+// Only starts that would have succeeded are counted.
+TEST_P(Thread, FailsToStartAtTheOrderedPlace) {
+  HostKit::FailThreadCreate(2);
+  HostKit::FailThreadCreate(4);
+  std::string results;
+  for (int i = 0; i < 5; ++i) {
+    LetEnd();
+    m_pThread = std::make_unique<CThread>();
+    EXPECT_EQ(0, Create(true));
+    results += std::to_string(Create());
+    m_pThread->Wait(WAIT_INFINITE);
+    if (m_pThread->GetHandle() != 0) {
+      EXPECT_EQ(0, Create());
+    }
+  }
+  EXPECT_EQ("10101", results);
+}
+
+TEST_P(Thread, CountsTheRequestsToEnd) {
+  EXPECT_EQ(1, Create());
+  EXPECT_EQ(0U, HostKit::Threads()[0].cancelRequests);
+  LetEnd();
+  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  m_pThread->Cancel();
+  m_pThread->Cancel();
+  EXPECT_EQ(2U, HostKit::Threads()[0].cancelRequests);
+  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+}
+
 TEST_P(Thread, CanBeDeletedBeforeItIsCreated) {
   m_pThread.reset();
   EXPECT_TRUE(HostKit::Threads().empty());
