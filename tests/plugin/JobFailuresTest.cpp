@@ -7,6 +7,7 @@
 #include "host/Toolkit.h"
 #include "hostkit/Inspect.h"
 #include "tests/support/JobHost.h"
+#include "tests/support/Journal.h"
 
 namespace CorvaneTest {
 namespace {
@@ -175,6 +176,45 @@ TEST_P(EachJobFailure, LeavesNothingBehindThatHindersTheNext) {
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_NE(StateOf("card0"), GetParam().before);
   EXPECT_THAT(Events(), IsEmpty());
+}
+
+// What every job does between its first line and its first call.
+const Lines BEGIN = {
+    "-- trace 8 Before m_DataLock.Wait(INFINITE)", "d- trace 8 After m_DataLock.Wait(INFINITE)",
+    "d- trace 8 Before m_DataLock.Release ()", "-- trace 8 After m_DataLock.Release ()", "-- busy"};
+
+// The job holds no lock at any call, tells why it failed, posts its event, and destroys only then;
+// its device is forgotten last.
+TEST_P(EachJobFailure, PostsItsEventBeforeItDestroysAndForgetsItsDeviceLast) {
+  StartWith({GetParam().before});
+  const std::string trace = GetParam().trace;
+  const std::string name = trace.substr(0, trace.find(','));
+  Lines expected = {"-- trace 2 ENTER " + name + "(/dev/fct0)"};
+  expected.insert(expected.end(), BEGIN.begin(), BEGIN.end());
+  const std::string event = std::string("-- event ") + std::string(GetParam().event, 5);
+  for (const std::string& call : GetParam().calls) {
+    expected.push_back("-- call " + call);
+    if (call.substr(0, call.find(' ')) != GetParam().function) continue;
+    expected.insert(expected.end(),
+                    {"-- trace 16 " + trace, "-- trace 8 Before m_EventsLock.Wait (sg)",
+                     "-e trace 8 After m_EventsLock.Wait (sg)", event});
+  }
+  expected.insert(expected.end(), {"-- trace 2 LEAVE " + name + "()"});
+  // Without a call behind it, the event is seen when the job has ended.
+  if (GetParam().calls.size() == 1) expected.erase(expected.end() - 2);
+
+  Journal journal(m_Host);
+  journal.TakeTraces();
+  journal.CollectEvents();
+  journal.Observe(
+      [this] { return m_Host.Check(FIRST, GetParam().operation) == 20031U ? "busy" : "free"; });
+  journal.Begin();
+  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(journal.OfOthers(), ElementsAreArray(expected));
+  journal.LookAround();
+  EXPECT_THAT(journal.Entries(), testing::Contains(event).Times(1));
 }
 
 // The failed job forgets its device too before its thread ends.

@@ -8,6 +8,7 @@
 #include "host/Toolkit.h"
 #include "hostkit/Inspect.h"
 #include "tests/support/JobHost.h"
+#include "tests/support/Journal.h"
 
 namespace CorvaneTest {
 namespace {
@@ -91,6 +92,29 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
   EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
 }
 
+// It holds no lock at any call, and its device is known from before the first one to behind the
+// last.
+TEST_P(EachJob, TakesItsStepsInTheirOrder) {
+  StartWith({GetParam().before}, "0");
+  const std::string name = GetParam().name;
+  Lines expected = {
+      "-- trace 2 ENTER " + name + "(/dev/fct0)",   "-- trace 8 Before m_DataLock.Wait(INFINITE)",
+      "d- trace 8 After m_DataLock.Wait(INFINITE)", "d- trace 8 Before m_DataLock.Release ()",
+      "-- trace 8 After m_DataLock.Release ()",     "-- busy"};
+  for (const std::string& call : GetParam().calls) expected.push_back("-- call " + call);
+  expected.push_back("-- trace 2 LEAVE " + name + "()");
+
+  Journal journal(m_Host);
+  journal.TakeTraces();
+  journal.CollectEvents();
+  journal.Observe(
+      [this] { return m_Host.Check(FIRST, GetParam().operation) == 20031U ? "busy" : "free"; });
+  journal.Begin();
+  EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_THAT(journal.OfOthers(), ElementsAreArray(expected));
+}
+
 // The first job comes to its first step when another one has taken its slot and has ended: its
 // device is there, and the thread of the slot runs no more.
 TEST_P(EachJob, CountsAsBusyNoLongerWhenTheThreadOfItsSlotHasEnded) {
@@ -124,6 +148,46 @@ TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
   EXPECT_FALSE(m_Host.Properties(FIRST_DRIVE).empty());
   EXPECT_THAT(m_Host.CollectEvents(), IsEmpty());
   held.LetGo();
+  Pass(LONGER_THAN_A_JOB_MS);
+  EXPECT_EQ(StateOf("card0"), GetParam().after);
+}
+
+// Between its start and its first step a job is not seen yet. The step is the note of its device,
+// which comes before the job waits for any lock.
+TEST_P(EachJob, CountsAsBusyFromItsFirstStepOn) {
+  const std::pair<std::string, unsigned int> moments[] = {
+      {"ENTER " + std::string(GetParam().name) + "(/dev/fct0)", 0U},
+      {"Before m_DataLock.Wait(INFINITE)", 20031U}};
+  for (const auto& [line, checked] : moments) {
+    SimulatedHost host;
+    host.WriteIni("PollInterval=255\n");
+    host.Cards().Set(host.AddCard(), "iom_state", GetParam().before);
+    ASSERT_EQ(host.Start(), 0U);
+    Pass(1);
+    HeldTrace held(line);
+    ASSERT_EQ(host.Run(FIRST, GetParam().operation), 0U);
+    held.AwaitArrival();
+    for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
+    EXPECT_EQ(host.Check(FIRST, GetParam().operation), checked) << line;
+    held.LetGo();
+    Pass(LONGER_THAN_A_JOB_MS);
+  }
+}
+
+// Also while somebody else has the objects, and for as long as that takes.
+TEST_P(EachJob, CountsAsBusyWhileItWaitsForTheObjects) {
+  StartWith({GetParam().before});
+  unsigned int checked = 0;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function != "vsl_open") return;
+    CardSim::SetHook({});
+    EXPECT_EQ(HostKit::Locks()[0].owner, "main");
+    EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+    Pass(1000);
+    checked = m_Host.Check(FIRST, GetParam().operation);
+  });
+  m_Host.Properties(FIRST);
+  EXPECT_EQ(checked, 20031U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
@@ -256,24 +320,6 @@ TEST_F(Jobs, NoLongerCountAsBusyWhenOnlyTheirThreadIsLeft) {
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   held.LetGo();
   Pass(1);
-}
-
-// Between its start and its first step a job is not seen yet.
-TEST_F(Jobs, CountAsBusyFromTheirFirstStepOn) {
-  unsigned int passed = 0;
-  unsigned int busy = 0;
-  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
-    SimulatedHost host([seed] { HostKit::UseSeededSchedule(seed); });
-    host.Cards().Set(host.AddCard(), "iom_state", DETACHED);
-    ASSERT_EQ(host.Initialize(), 0U);
-    ASSERT_EQ(host.Run(FIRST, PI::OP_ATTACH), 0U);
-    const unsigned int checked = host.Check(FIRST, PI::OP_ATTACH);
-    ASSERT_THAT(checked, AnyOf(0U, 20031U)) << "seed " << seed;
-    ++(checked == 0 ? passed : busy);
-    Pass(LONGER_THAN_A_JOB_MS);
-  }
-  EXPECT_GT(passed, 0U);
-  EXPECT_GT(busy, 0U);
 }
 
 TEST_F(Jobs, StartedAgainWhileRunningBothEndWell) {

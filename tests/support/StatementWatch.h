@@ -2,6 +2,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -38,6 +39,11 @@ class StatementWatch {
     m_pBetween->m_FailingPlace = place;
     m_pBetween->m_pFailure = std::make_exception_ptr(std::move(failure));
   }
+  // Called before each statement, on the thread that sends it; it may wait and call the plug-in.
+  // Set it while nobody runs a statement.
+  void OnStatement(std::function<void(const std::string& sql)> listener) {
+    m_pBetween->m_Listener = std::move(listener);
+  }
   std::vector<std::string> Statements() const {
     const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
     return m_pBetween->m_Statements;
@@ -49,6 +55,7 @@ class StatementWatch {
         : m_pDatabase(std::move(database)) {}
 
     std::vector<std::string> query(std::string sql) override {
+      if (m_Listener) m_Listener(sql);
       {
         const std::lock_guard<std::mutex> guard(m_Mutex);
         m_Statements.push_back(sql);
@@ -58,6 +65,7 @@ class StatementWatch {
     }
 
     const std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_pDatabase;
+    std::function<void(const std::string& sql)> m_Listener;
     std::mutex m_Mutex;
     std::vector<std::string> m_Statements;
     std::size_t m_FailingPlace = 0;

@@ -1,0 +1,236 @@
+// All that the plug-in does with others, in one sequence: calls of the card library, trace lines,
+// statements, notifications and what it prints, and beside them what a test observes meanwhile.
+#pragma once
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "cardsim/cardsim.h"
+#include "host/PluginInterface.h"
+#include "hostkit/Inspect.h"
+#include "hostkit/Tracing.h"
+#include "tests/support/SimulatedHost.h"
+#include "tests/support/StatementWatch.h"
+
+namespace CorvaneTest {
+
+// Standard output goes into a file while the object lives.
+class PrintedText {
+ public:
+  explicit PrintedText(std::filesystem::path file) : m_File(std::move(file)) {
+    std::fflush(stdout);
+    m_Before = dup(STDOUT_FILENO);
+    std::FILE* opened = std::fopen(m_File.c_str(), "w");
+    dup2(fileno(opened), STDOUT_FILENO);
+    std::fclose(opened);
+  }
+  ~PrintedText() {
+    std::fflush(stdout);
+    dup2(m_Before, STDOUT_FILENO);
+    close(m_Before);
+  }
+  PrintedText(const PrintedText&) = delete;
+  PrintedText& operator=(const PrintedText&) = delete;
+
+  // What has come since the last call.
+  std::string Next() {
+    std::fflush(stdout);
+    std::ifstream file(m_File);
+    const std::string all{std::istreambuf_iterator<char>(file), {}};
+    const std::string next = all.substr(m_Read);
+    m_Read = all.size();
+    return next;
+  }
+
+ private:
+  const std::filesystem::path m_File;
+  int m_Before = -1;
+  std::size_t m_Read = 0;
+};
+
+// Made by the thread of the test, while nobody runs a statement, and gone before the host.
+//
+// An entry is what it is and which of the plug-in's locks its thread held, data and events:
+// "-- trace 2 ENTER Attach(/dev/fct0)", "d- call vsl_open card#1", "de sql UPDATE host_drive_rows",
+// "-- notify", "-- print Corvane:  Initialize:  adapter count is 1", "-- event 10984".
+class Journal {
+ public:
+  explicit Journal(SimulatedHost& host) : m_Host(host) {
+    m_Statements.OnStatement([this](const std::string& sql) {
+      LookAround();
+      Note("sql " + sql.substr(0, sql.find("_rows") + 5));
+    });
+  }
+  ~Journal() {
+    CardSim::SetHook({});
+    if (m_TakesTraces) HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
+    if (m_TakesNotifications) m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
+  }
+  Journal(const Journal&) = delete;
+  Journal& operator=(const Journal&) = delete;
+
+  // From here on. Forgets the card library's calls too; failures of them are ordered afterwards.
+  void Begin() {
+    CardSim::Reset();
+    CardSim::SetHook([this](const CardSim::Call& call) {
+      LookAround();
+      Note("call " + call.text());
+    });
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    m_Entries.clear();
+  }
+
+  // Takes the trace lines for itself. Fixtures that keep them hand each line to `Note`.
+  void TakeTraces() {
+    m_TakesTraces = true;
+    HostKit::SetTraceSink([this](const HostKit::TraceLine& line) {
+      Note("trace " + std::to_string(line.level) + " " + line.text);
+    });
+  }
+  void TakeNotifications() {
+    m_TakesNotifications = true;
+    m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI*) { Note("notify"); };
+  }
+
+  void Note(const std::string& text) {
+    if (m_Observing) return;
+    const std::string locks = OwnLocks();
+    const bool isOwn = std::this_thread::get_id() == m_Owner;
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    if (m_pPrinted != nullptr) {
+      std::string printed = m_pPrinted->Next();
+      if (!printed.empty() && printed.back() == '\n') printed.pop_back();
+      if (!printed.empty()) m_Entries.push_back({locks + " print " + printed, isOwn});
+    }
+    if (m_Glance) {
+      const std::string seen = m_Glance();
+      if (seen != m_Seen) m_Entries.push_back({locks + " " + seen, isOwn});
+      m_Seen = seen;
+    }
+    m_Entries.push_back({locks + " " + text, isOwn});
+  }
+
+  // What `observe` gives becomes an entry whenever it has changed. It is asked before each call and
+  // each statement, on that thread, and may call the plug-in: its locks can be taken again.
+  void Observe(std::function<std::string()> observe) {
+    m_Observing = true;
+    std::string now = observe();
+    m_Observing = false;
+    m_Observers.push_back({std::move(observe), std::move(now)});
+  }
+  // The same before every entry, for what the kit alone knows.
+  void Glance(std::function<std::string()> glance) {
+    m_Glance = std::move(glance);
+    m_Seen = m_Glance();
+  }
+  // Takes the events out of the queue before each call and each statement, an entry each.
+  void CollectEvents() { m_Collects = true; }
+  void Print(PrintedText& printed) { m_pPrinted = &printed; }
+
+  // Observes once more, for what came after the last call.
+  void LookAround() {
+    if (m_Observing) return;
+    std::vector<std::string> news;
+    m_Observing = true;
+    if (m_Collects) {
+      // By the plug-in's id, since whoever asks for that asks the cards.
+      PI::COperation collect;
+      collect.m_OperationID = PI::OP_GET_EVENTS;
+      m_Host.Execute(PI::CMD_EXECUTE_OPERATION, 0x0130000000000000, &collect);
+      for (const PI::CEvent& event : collect.m_Events) {
+        news.push_back("event " + std::to_string(event.m_EventID));
+      }
+    }
+    for (auto& [observe, last] : m_Observers) {
+      const std::string now = observe();
+      if (now != last) news.push_back(now);
+      last = now;
+    }
+    m_Observing = false;
+    for (const std::string& text : news) Note(text);
+  }
+
+  std::vector<std::string> Entries() const {
+    return Select([](const Entry&) { return true; });
+  }
+  // Those of the plug-in's threads, without those of the thread of the test.
+  std::vector<std::string> OfOthers() const {
+    return Select([](const Entry& entry) { return !entry.m_IsOwn; });
+  }
+
+ private:
+  struct Entry {
+    std::string m_Text;
+    bool m_IsOwn;
+  };
+
+  template <class Wanted>
+  std::vector<std::string> Select(Wanted wanted) const {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    std::vector<std::string> texts;
+    for (const Entry& entry : m_Entries) {
+      if (wanted(entry)) texts.push_back(entry.m_Text);
+    }
+    return texts;
+  }
+
+  // The kit names the thread of the test "main". Of the plug-in's threads one alone is at work in a
+  // test that looks at locks.
+  std::string OwnLocks() const {
+    const bool isOwn = std::this_thread::get_id() == m_Owner;
+    std::string locks = "--";
+    for (const HostKit::LockView& lock : HostKit::Locks()) {
+      if (lock.owner.empty() || (lock.owner == "main") != isOwn) continue;
+      if (lock.ordinal == 1) locks[0] = 'd';
+      if (lock.ordinal == 2) locks[1] = 'e';
+    }
+    return locks;
+  }
+
+  SimulatedHost& m_Host;
+  StatementWatch m_Statements;
+  const std::thread::id m_Owner = std::this_thread::get_id();
+  PrintedText* m_pPrinted = nullptr;
+  bool m_TakesTraces = false;
+  bool m_TakesNotifications = false;
+  bool m_Collects = false;
+  std::vector<std::pair<std::function<std::string()>, std::string>> m_Observers;
+  inline static thread_local bool m_Observing = false;
+
+  mutable std::mutex m_Mutex;
+  std::function<std::string()> m_Glance;
+  std::string m_Seen;
+  std::vector<Entry> m_Entries;
+};
+
+// Without the reads of attributes, of which there are too many to tell a story.
+inline std::vector<std::string> Steps(std::vector<std::string> entries) {
+  const auto isRead = [](const std::string& entry) {
+    const std::string begin = " call vsl_";
+    if (entry.compare(2, begin.size(), begin) != 0) return false;
+    const std::string name = entry.substr(2 + begin.size());
+    for (const char* step :
+         {"init", "fini", "iom_create_by_name", "iom_iterate", "vsu_iterate", "open", "close",
+          "destroy", "adapter_create", "iom_format_create", "iom_format_set_", "iom_attach_create",
+          "iom_detach_create", "iom_detach_set_force", "op_", "set_"}) {
+      if (name.rfind(step, 0) == 0) return false;
+    }
+    return true;
+  };
+  entries.erase(std::remove_if(entries.begin(), entries.end(), isRead), entries.end());
+  return entries;
+}
+
+}  // namespace CorvaneTest
