@@ -331,17 +331,5 @@ TEST(DeviceRecords, KeepTheOrderOfADrivesFields) {
               d.m_OverformatAllowed, d.m_DriveFlag, d.m_PowerOfTwoSectors);
 }
 
-// Types of the fields whose width matters to what is stored in them.
-static_assert(std::is_same_v<decltype(CFusionIOAdapter::m_CardIndex), std::uint32_t>);
-static_assert(std::is_same_v<decltype(CFusionIOAdapter::m_PciSegment), std::uint64_t>);
-static_assert(std::is_same_v<decltype(CFusionIOAdapter::m_IomState), std::uint32_t>);
-static_assert(std::is_same_v<decltype(CFusionIOAdapter::m_Temperature), float>);
-static_assert(std::is_same_v<decltype(CFusionIOAdapter::m_ReserveWarningPercent), std::int32_t>);
-static_assert(std::is_same_v<decltype(CFusionIOAdapter::m_FirstUseMs), std::uint64_t>);
-static_assert(std::is_same_v<decltype(CFusionIOPhysicalDrive::m_CardIndex), std::uint32_t>);
-static_assert(std::is_same_v<decltype(CFusionIOPhysicalDrive::m_SectorSize), std::uint32_t>);
-static_assert(std::is_same_v<decltype(CFusionIOPhysicalDrive::m_FormattedPercent), std::uint64_t>);
-static_assert(std::is_same_v<decltype(CControlDevicePath::m_CardIndex), std::uint64_t>);
-
 }  // namespace
 }  // namespace CorvaneTest

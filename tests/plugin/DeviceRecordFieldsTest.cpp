@@ -1,0 +1,155 @@
+// The type of every field of a card's records, and that the records have these fields and no
+// others. A type that is a little too small, or signed, holds every value that a card is likely to
+// have.
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <regex>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "Corvane/Src/DeviceRecords.h"
+
+namespace CorvaneTest {
+namespace {
+
+using namespace NAMESPACE_Corvane;
+using testing::ElementsAreArray;
+
+using Names = std::vector<std::string>;
+using Numbers = std::vector<std::int32_t>;
+using Three = std::array<std::uint64_t, 3>;
+
+// clang-format off
+#define PATH_FIELDS(X) \
+  X(std::uint64_t, m_CardIndex) \
+  X(std::string, m_DevicePath)
+
+#define ADAPTER_FIELDS(X) \
+  X(std::uint32_t, m_CardIndex) \
+  X(std::uint32_t, m_GlobalNumber) \
+  X(std::string, m_Vendor) \
+  X(std::string, m_BoardName) \
+  X(std::string, m_Model) \
+  X(std::string, m_Name) \
+  X(std::string, m_Location) \
+  X(std::string, m_SerialNumber) \
+  X(std::string, m_DriverName) \
+  X(std::string, m_DriverVersion) \
+  X(std::string, m_FirmwareVersion) \
+  X(std::string, m_DevicePath) \
+  X(std::uint64_t, m_PciSegment) \
+  X(std::uint64_t, m_PciBus) \
+  X(std::uint64_t, m_PciDevice) \
+  X(std::uint64_t, m_PciFunction) \
+  X(std::uint64_t, m_PciSlot) \
+  X(std::uint64_t, m_InfoFlags) \
+  X(std::uint64_t, m_WarningFlags) \
+  X(std::uint64_t, m_ErrorFlags) \
+  X(std::uint32_t, m_IomState) \
+  X(std::uint64_t, m_FactorySizeMiB) \
+  X(std::uint64_t, m_MinimalModeReason) \
+  X(float, m_Temperature) \
+  X(std::uint32_t, m_Status) \
+  X(std::uint32_t, m_Activity) \
+  X(Numbers, m_StatusReasons) \
+  X(bool, m_HasBeacon) \
+  X(bool, m_BeaconFlag) \
+  X(std::uint32_t, m_WriteThrottling) \
+  X(std::uint64_t, m_FirstUseMs) \
+  X(std::uint64_t, m_OriginMs) \
+  X(std::uint32_t, m_SpareStatus) \
+  X(std::int32_t, m_ReserveWarningPercent) \
+  X(std::uint32_t, m_ExternalPower) \
+  X(bool, m_ExternalPowerConnected) \
+  X(float, m_SlotPowerWatts) \
+  X(float, m_PowerLimitWatts) \
+  X(float, m_TempWarnDegC) \
+  X(float, m_TempSetpointDegC)
+
+// Those that an assignment leaves, which lie in a holder of their own size.
+#define HISTORY_FIELDS(X) \
+  X(std::uint64_t, m_FlagHistoryIndex) \
+  X(Three, m_ErrorHistory) \
+  X(Three, m_WarningHistory) \
+  X(Three, m_InfoHistory)
+
+#define DRIVE_FIELDS(X) \
+  X(std::uint32_t, m_CardIndex) \
+  X(std::uint32_t, m_GlobalNumber) \
+  X(std::string, m_SerialNumber) \
+  X(std::string, m_Vendor) \
+  X(std::string, m_Product) \
+  X(std::string, m_Reserved) \
+  X(std::string, m_Name) \
+  X(std::string, m_Location) \
+  X(std::string, m_DevicePath) \
+  X(std::uint32_t, m_State) \
+  X(std::uint32_t, m_SectorSize) \
+  X(std::uint32_t, m_MinSectorSize) \
+  X(std::uint32_t, m_MaxSectorSize) \
+  X(std::uint32_t, m_SectorSizeMultiplier) \
+  X(std::uint64_t, m_FormattedSizeMiB) \
+  X(std::uint64_t, m_FormattedPercent) \
+  X(std::uint64_t, m_FactorySizeMiB) \
+  X(std::uint64_t, m_ConfigurableSizeMiB) \
+  X(bool, m_OverformatAllowed) \
+  X(bool, m_DriveFlag) \
+  X(bool, m_PowerOfTwoSectors)
+// clang-format on
+
+#define IN_PATH(type, name) \
+  static_assert(std::is_same_v<decltype(CControlDevicePath::name), type>, #name);
+#define IN_ADAPTER(type, name) \
+  static_assert(std::is_same_v<decltype(CFusionIOAdapter::name), type>, #name);
+#define IN_HISTORY(type, name)                                                                \
+  static_assert(std::is_same_v<decltype(CFusionIOAdapter::name.m_Value), type> &&             \
+                    sizeof(CFusionIOAdapter::name) == sizeof(CFusionIOAdapter::name.m_Value), \
+                #name);
+#define IN_DRIVE(type, name) \
+  static_assert(std::is_same_v<decltype(CFusionIOPhysicalDrive::name), type>, #name);
+
+PATH_FIELDS(IN_PATH)
+ADAPTER_FIELDS(IN_ADAPTER)
+HISTORY_FIELDS(IN_HISTORY)
+DRIVE_FIELDS(IN_DRIVE)
+
+#define COUNT_ONE(type, name) +1
+static_assert(PATH_FIELDS(COUNT_ONE) == 2);
+static_assert(ADAPTER_FIELDS(COUNT_ONE) HISTORY_FIELDS(COUNT_ONE) == 44);
+static_assert(DRIVE_FIELDS(COUNT_ONE) == 21);
+
+// The fields of a class as its declaration has them: no layout tells of one in a gap.
+Names DeclaredIn(const std::string& record) {
+  std::ifstream header(CORVANE_SOURCES "/Corvane/Src/DeviceRecords.h");
+  const std::regex field("  [A-Za-z][^({]* (m_\\w+)( = .*|\\{.*\\})?;.*");
+  Names names;
+  std::smatch match;
+  bool inside = false;
+  for (std::string line; std::getline(header, line);) {
+    if (line.rfind("class " + record + " ", 0) == 0) inside = true;
+    if (line == "};") inside = false;
+    if (inside && std::regex_match(line, match, field)) names.push_back(match[1]);
+  }
+  return names;
+}
+
+#define NAME(type, name) #name,
+
+TEST(DeviceRecordFields, OfAControlDeviceAreTwo) {
+  EXPECT_THAT(DeclaredIn("CControlDevicePath"), ElementsAreArray(Names{PATH_FIELDS(NAME)}));
+}
+
+TEST(DeviceRecordFields, OfAnAdapterAreThese) {
+  EXPECT_THAT(DeclaredIn("CFusionIOAdapter"),
+              ElementsAreArray(Names{ADAPTER_FIELDS(NAME) HISTORY_FIELDS(NAME)}));
+}
+
+TEST(DeviceRecordFields, OfADriveAreThese) {
+  EXPECT_THAT(DeclaredIn("CFusionIOPhysicalDrive"), ElementsAreArray(Names{DRIVE_FIELDS(NAME)}));
+}
+
+}  // namespace
+}  // namespace CorvaneTest
