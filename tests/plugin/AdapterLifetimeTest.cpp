@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "hostkit/Scheduler.h"
+#include "tests/support/NullHandleSeam.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -14,7 +15,9 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 
 constexpr std::uint32_t LIFETIME = 30483;
 constexpr std::uint32_t ENDURANCE = 30494;
@@ -273,6 +276,28 @@ TEST(ByteCountersThatAreNotThere, LeaveTheirRowOutWithoutATrace) {
   EXPECT_EQ(host.Row(OneCard::ADAPTER, 30489), ABSENT);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, 30490), ABSENT);
   EXPECT_THAT(host.Traces(16), IsEmpty());
+}
+
+// The counters are read all the same, each just before it is to be converted.
+TEST(ByteCountersWithoutAUnit, LeaveTheirRowOutWithoutATrace) {
+  OneCard host(Settings{{"total_physical_bytes_read", "4096"},
+                        {"total_physical_bytes_written", "8192"},
+                        {"rated_endurance_tbytes", nullptr}});
+  ASSERT_EQ(host.Initialize(), 0U);
+  const std::vector<std::string> all = host.Rows(OneCard::ADAPTER);
+  const NoUnitForBytes none;
+  host.Watch();
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30489), ABSENT);
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30490), ABSENT);
+  EXPECT_THAT(host.Traces(16), IsEmpty());
+  EXPECT_THAT(host.Calls(), IsSupersetOf({"vsl_total_physical_bytes_read card#1",
+                                          "vsl_total_physical_bytes_written card#2"}));
+  std::vector<std::string> others;
+  for (const std::string& row : all) {
+    if (row.rfind("BYTES_", 0) != 0) others.push_back(row);
+  }
+  EXPECT_EQ(others.size() + 2, all.size());
+  EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(others));
 }
 
 class ManufactureDate : public testing::TestWithParam<Case> {};

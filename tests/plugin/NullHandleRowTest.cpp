@@ -84,6 +84,15 @@ TEST_F(NullHandleRow, IsTheRowThatItWouldBeWithoutAnswers) {
   EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
 }
 
+// What the host makes of the counters is wanted nowhere.
+TEST_F(NullHandleRow, IsTheSameWithoutAUnitForItsBytes) {
+  const NoUnitForBytes none;
+  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+  EXPECT_THAT(LiveLines(),
+              ElementsAre(std::string("16 ") + READ_LINE, std::string("16 ") + ENDURANCE_LINE));
+  EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
+}
+
 TEST_F(NullHandleRow, OfACardWithoutAFirstUseAsksForNoLifetime) {
   m_Host.Set({{"first_use_ts", nullptr}});
   ExpectCalls({BYTES_READ, BYTES_WRITTEN, ENDURANCE});

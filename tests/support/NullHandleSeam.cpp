@@ -16,6 +16,7 @@ namespace CorvaneTest {
 namespace {
 
 std::atomic<NullHandleAnswers*> g_pAnswers{nullptr};
+std::atomic<bool> g_NoUnitForBytes{false};
 
 NullHandleAnswers* AnswersFor(const void* handle) {
   return handle == nullptr ? g_pAnswers.load() : nullptr;
@@ -39,6 +40,14 @@ NullHandleAnswers::NullHandleAnswers() {
 
 NullHandleAnswers::~NullHandleAnswers() {
   g_pAnswers = nullptr;
+}
+
+NoUnitForBytes::NoUnitForBytes() {
+  g_NoUnitForBytes = true;
+}
+
+NoUnitForBytes::~NoUnitForBytes() {
+  g_NoUnitForBytes = false;
 }
 
 void NullHandleAnswers::Note(const std::string& function, const vsl_error_record* record) {
@@ -77,7 +86,10 @@ bool CPluginHelper::ConvertBytesToOtherUnit(unsigned long bytes, float& value, _
   static const auto next = CorvaneTest::Next(
       ConvertBytesToOtherUnit, "_ZN2PI13CPluginHelper23ConvertBytesToOtherUnitEmRfRNS_6_UNITSE");
   CorvaneTest::NoteHelper("ConvertBytesToOtherUnit " + std::to_string(bytes));
-  return next(bytes, value, unit);
+  if (!CorvaneTest::g_NoUnitForBytes) return next(bytes, value, unit);
+  value = 77;
+  unit = UNITS_WATTS;
+  return false;
 }
 
 void CPluginHelper::ComputeRemainingLifeTime(unsigned long usedHours, unsigned long bytesWritten,

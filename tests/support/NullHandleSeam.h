@@ -34,4 +34,14 @@ class NullHandleAnswers {
   void Note(const std::string& function, const vsl_error_record* record);
 };
 
+// While it lives, the host has no unit for any byte count, and leaves something in the outputs all
+// the same. One at a time.
+class NoUnitForBytes {
+ public:
+  NoUnitForBytes();
+  ~NoUnitForBytes();
+  NoUnitForBytes(const NoUnitForBytes&) = delete;
+  NoUnitForBytes& operator=(const NoUnitForBytes&) = delete;
+};
+
 }  // namespace CorvaneTest
