@@ -1,0 +1,74 @@
+// What the plug-in asks of the host's hardware list and of its numbers for adapters, in which
+// words. The host's list here is generous; another may take the identities letter by letter.
+
+#include <gmock/gmock.h>
+
+#include "tests/plugin/ScanView.h"
+#include "tests/support/HostCallSeam.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr const char* ALL_IDENTITIES =
+    "GetLocation 1 of 1AED1000 1AED1003 1AED1005 1AED1006 1AED1007 1AED1008 1AED2001 1AED3001 "
+    "1AED3002";
+constexpr const char* FIRST_FAMILY =
+    " of 1AED1000 1AED1003 1AED1005 1AED1006 1AED1007 1AED1008 1AED2001";
+constexpr const char* SECOND_FAMILY = " of 1AED3001 1AED3002";
+
+class HostQuestions : public testing::Test {
+ protected:
+  std::string Add(std::uint16_t deviceId, const char* bus, const char* device,
+                  const char* function) {
+    const std::string card = m_Host.AddCard(deviceId);
+    m_Host.Cards().Set(card, "pci_bus", bus);
+    m_Host.Cards().Set(card, "pci_device", device);
+    m_Host.Cards().Set(card, "pci_function", function);
+    return card;
+  }
+
+  SimulatedHost m_Host;
+  HostCallWatch m_Watch;
+};
+
+// With a domain of its own no card's place is looked up.
+TEST_F(HostQuestions, OfAStartNameEveryAcceptedCard) {
+  m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(m_Watch.m_Calls,
+              ElementsAre(ALL_IDENTITIES, "GenerateUniqueAdapterNumber for localhost 7 59 2 1"));
+}
+
+// Of two families, the second card being the first of its kind and yet the second of the list.
+TEST_F(HostQuestions, OfACardWithoutADomainNameItsFamilyAndItsNumberInTheList) {
+  m_Host.Cards().MakeAbsent(Add(0x1003, "59", "2", "1"), "pci_domain");
+  m_Host.Cards().MakeAbsent(Add(0x3002, "60", "3", "4"), "pci_domain");
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(m_Watch.m_Calls,
+              ElementsAre(ALL_IDENTITIES, std::string("GetLocation 1") + FIRST_FAMILY,
+                          "GenerateUniqueAdapterNumber for localhost 0 59 2 1",
+                          std::string("GetLocation 2") + SECOND_FAMILY,
+                          "GenerateUniqueAdapterNumber for localhost 0 60 3 4"));
+}
+
+// The place of a card that nobody lists is cut to what the number takes.
+TEST_F(HostQuestions, OfACardOfNoFamilyAreAboutItsNumberAlone) {
+  m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
+  m_Host.Cards().MakeAbsent(Add(0x4000, "60", "3", "4"), "pci_domain");
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(m_Watch.m_Calls,
+              ElementsAre(ALL_IDENTITIES, "GenerateUniqueAdapterNumber for localhost 7 59 2 1",
+                          "GenerateUniqueAdapterNumber for localhost 4294967295 60 3 4"));
+}
+
+TEST_F(HostQuestions, AboutNumbersComeWhenTheHostHasAnEntry) {
+  PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs.clear();
+  m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_EQ(m_Watch.m_Calls.back(), "GenerateUniqueAdapterNumber for localhost 7 59 2 1");
+}
+
+}  // namespace
+}  // namespace CorvaneTest
