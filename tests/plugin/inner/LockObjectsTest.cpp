@@ -1,43 +1,21 @@
 // Objects that are marked as being worked on. The worker takes all marks away before it calls the
-// host; nothing sets one, so that the test opens the plug-in to do so. The plug-in's own sources
-// are in this program: the library keeps the function to itself.
+// host; nothing sets one, so that the test opens the plug-in to do so.
 
 #include <gmock/gmock.h>
 
 #include <string>
 
-#include "Corvane/Src/Corvane.h"
+#include "tests/plugin/inner/Opened.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
 namespace {
 
-using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
-using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
-using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
-using testing::ElementsAre;
+OPEN_MEMBER(LockObjectsMember, LockObjects, unsigned int (Plugin::*)(int adapter, int drive));
+OPEN_MEMBER(UnlockObjectsMember, UnlockObjects, unsigned int (Plugin::*)());
 
-// A private member, by the one way in which the language lets it be named.
-struct LockObjectsMember {
-  using Type = unsigned int (IPLUGINAPI_IMPL::*)(int adapter, int drive);
-  friend Type Open(LockObjectsMember);
-};
-struct UnlockObjectsMember {
-  using Type = unsigned int (IPLUGINAPI_IMPL::*)();
-  friend Type Open(UnlockObjectsMember);
-};
-struct DrivesMember {
-  using Type = std::vector<CFusionIOPhysicalDrive> IPLUGINAPI_IMPL::*;
-  friend Type Open(DrivesMember);
-};
-template <class Member, typename Member::Type pointer>
-struct Opened {
-  friend typename Member::Type Open(Member) { return pointer; }
-};
-template struct Opened<LockObjectsMember, &IPLUGINAPI_IMPL::LockObjects>;
-template struct Opened<UnlockObjectsMember, &IPLUGINAPI_IMPL::UnlockObjects>;
-template struct Opened<DrivesMember, &IPLUGINAPI_IMPL::m_PhysicalDrives>;
+using testing::ElementsAre;
 
 // Three cards.
 class LockObjects : public testing::Test {
@@ -50,12 +28,9 @@ class LockObjects : public testing::Test {
   }
 
   static unsigned int Lock(int adapter, int drive) {
-    return (g_p_IPLUGINAPI_IMPL->*Open(LockObjectsMember()))(adapter, drive);
+    return (ThePlugin().*Open(LockObjectsMember()))(adapter, drive);
   }
-  static unsigned int Unlock() { return (g_p_IPLUGINAPI_IMPL->*Open(UnlockObjectsMember()))(); }
-  static std::vector<CFusionIOPhysicalDrive>& Drives() {
-    return g_p_IPLUGINAPI_IMPL->*Open(DrivesMember());
-  }
+  static unsigned int Unlock() { return (ThePlugin().*Open(UnlockObjectsMember()))(); }
 
   // A letter for each object in the order of the tree: L for a marked one.
   std::string Marks() {

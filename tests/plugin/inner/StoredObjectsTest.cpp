@@ -1,0 +1,78 @@
+// What the host gets of an object is made for it. The stored objects keep no properties and no
+// operations: the next tree would carry them along, and grow with each request.
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "tests/plugin/inner/Opened.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+// Object and list of each stored object that holds something.
+std::string WhatIsKept() {
+  std::string kept;
+  const auto look = [&kept](const std::string& object, const PI::CObject& stored) {
+    if (!stored.m_Properties.empty()) kept += object + " properties,";
+    if (!stored.m_Operations.empty()) kept += object + " operations,";
+  };
+  look("plug-in", PluginObject());
+  for (const auto& adapter : Adapters()) look("adapter", adapter);
+  for (const auto& drive : Drives()) look("drive", drive);
+  return kept;
+}
+
+class StoredObjects : public testing::Test {
+ protected:
+  void SetUp() override {
+    m_Host.WriteIni("PollInterval=2\n");
+    ASSERT_EQ(m_Host.Start(), 0U);
+    ASSERT_EQ(Adapters().size(), 1U);
+    ASSERT_EQ(Drives().size(), 1U);
+  }
+
+  static constexpr std::uint64_t OBJECTS[] = {OneCard::PLUGIN, OneCard::ADAPTER, OneCard::DRIVE};
+
+  OneCard m_Host;
+};
+
+TEST_F(StoredObjects, KeepNothingOfTheTree) {
+  ASSERT_EQ(m_Host.Topology().size(), 3U);
+  EXPECT_EQ(WhatIsKept(), "");
+}
+
+TEST_F(StoredObjects, KeepNothingOfTheirProperties) {
+  for (const std::uint64_t object : OBJECTS) {
+    EXPECT_FALSE(m_Host.Properties(object).empty());
+    PI::CProperty property(PI::Property::UNDEFINED, false);
+    EXPECT_EQ(m_Host.Property(object, PI::Property::NAME, property), 0U);
+    m_Host.Execute(PI::CMD_SET_PROPERTY, object, &property);
+  }
+  EXPECT_EQ(m_Host.SetPollInterval(3), 0U);
+  EXPECT_EQ(WhatIsKept(), "");
+}
+
+TEST_F(StoredObjects, KeepNothingOfTheirOperations) {
+  for (const std::uint64_t object : OBJECTS) {
+    m_Host.Operations(object);
+    for (const std::uint32_t operation : {50002U, 50026U, 50029U, 50034U, 50035U, 50127U}) {
+      m_Host.Check(object, operation);
+    }
+  }
+  m_Host.Run(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE);
+  EXPECT_EQ(WhatIsKept(), "");
+}
+
+TEST_F(StoredObjects, KeepNothingOverAScanThatChangesThem) {
+  m_Host.Topology();
+  m_Host.Set({{"board_name", "Other"}, {"sector_size_bytes", "4096"}});
+  Pass(5000);
+  ASSERT_EQ(Adapters().at(0).m_BoardName, "Other");
+  EXPECT_EQ(WhatIsKept(), "");
+}
+
+}  // namespace
+}  // namespace CorvaneTest
