@@ -1,0 +1,206 @@
+// Rows of records as no scan leaves them: states that only the lists of choices know, numbers that
+// have no name, names that do not end in a number in brackets, serial numbers that nobody has.
+
+#include <gmock/gmock.h>
+
+#include "models/Adapter.h"
+#include "models/PD.h"
+#include "tests/plugin/inner/Opened.h"
+#include "tests/support/RowView.h"
+#include "tests/support/StatementWatch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::CFusionIOAdapter;
+using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
+OPEN_MEMBER(FillAdapterMember, SetDatabaseObjectProperties,
+            unsigned int (Plugin::*)(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter));
+OPEN_MEMBER(FillDriveMember, SetDatabaseObjectProperties,
+            unsigned int (Plugin::*)(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive));
+OPEN_MEMBER(InsertDriveMember, InsertObjectToDatabase,
+            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
+OPEN_MEMBER(UpdateDriveMember, UpdateObjectInDatabase,
+            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
+OPEN_MEMBER(DrivePropertiesMember, GetPhysicalDriveProperties,
+            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive,
+                                     std::vector<PI::CProperty>& properties,
+                                     unsigned int propertyId));
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class RowTexts : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Host.Watch();
+  }
+
+  static RaidDataModels::Adapter RowOf(CFusionIOAdapter& adapter) {
+    RaidDataModels::Adapter row;
+    EXPECT_EQ((ThePlugin().*Open(FillAdapterMember()))(row, adapter), 0U);
+    return row;
+  }
+  static RaidDataModels::PD RowOf(CFusionIOPhysicalDrive& drive) {
+    RaidDataModels::PD row;
+    EXPECT_EQ((ThePlugin().*Open(FillDriveMember()))(row, drive), 0U);
+    return row;
+  }
+
+  OneCard m_Host{PlainCard()};
+  const DatabaseLife m_Database;
+};
+
+TEST_F(RowTexts, OfADrivesStateAreThreeAndElseOK) {
+  const std::pair<std::uint32_t, const char*> cases[] = {{40099, "AVAILABLE"},
+                                                         {40180, "AVAILABLE_SMART"},
+                                                         {40095, "FAILED"},
+                                                         {40024, "OK"},
+                                                         {40150, "OK"},
+                                                         {40102, "OK"},
+                                                         {0, "OK"},
+                                                         {40098, "OK"},
+                                                         {40181, "OK"},
+                                                         {4294967295, "OK"}};
+  for (const auto& [state, name] : cases) {
+    CFusionIOPhysicalDrive drive;
+    drive.m_State = state;
+    EXPECT_EQ(RowOf(drive).statusName, name) << state;
+  }
+}
+
+TEST_F(RowTexts, OfAnAdaptersStatusAreTwoAndElseOK) {
+  const std::pair<std::uint32_t, const char*> cases[] = {
+      {40024, "OK"}, {40150, "WARNING"}, {40095, "FAILED"}, {40099, "OK"},
+      {40025, "OK"}, {0, "OK"},          {40151, "OK"},     {4294967295, "OK"}};
+  for (const auto& [status, name] : cases) {
+    CFusionIOAdapter adapter;
+    adapter.m_Status = status;
+    EXPECT_EQ(RowOf(adapter).statusName, name) << status;
+  }
+}
+
+TEST_F(RowTexts, OfNumbersWithoutANameAreEmpty) {
+  CFusionIOAdapter adapter;
+  adapter.m_Activity = 40103;
+  adapter.m_StatusReasons = {40393, 40659, 40387, -1};
+  const RaidDataModels::Adapter row = RowOf(adapter);
+  EXPECT_THAT(row.activityNames, ElementsAre(""));
+  EXPECT_THAT(row.statusReasonNames, ElementsAre("ATTACHED", "", "DETACHED", ""));
+}
+
+// The first piece before a bracket, less the blank; a name with nothing before one stays whole.
+TEST_F(RowTexts, OfADrivesNameEndBeforeTheBracket) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Drive (0)", "Drive"}, {"Two Words 1.3TB (0)", "Two Words 1.3TB"},
+      {"A (B) (0)", "A"},     {"A ((0)", "A"},
+      {"Whole", "Whol"},      {"X", ""},
+      {"(0)", "(0)"},         {"", ""}};
+  for (const auto& [name, shortName] : cases) {
+    CFusionIOPhysicalDrive drive;
+    drive.m_Name = name;
+    EXPECT_EQ(RowOf(drive).shortName, shortName) << name;
+  }
+}
+
+TEST_F(RowTexts, AreCutToTheNumbersOfTheirColumns) {
+  CFusionIOAdapter adapter;
+  adapter.m_FactorySizeMiB = 0x123456789;
+  adapter.m_PciSegment = ~std::uint64_t{0};
+  adapter.m_GlobalNumber = 0xFFFFFFFE;
+  adapter.m_Temperature = -3.9F;
+  const RaidDataModels::Adapter row = RowOf(adapter);
+  EXPECT_EQ(row.factorySize, 0x23456789);
+  EXPECT_EQ(row.pciSegment, -1);
+  EXPECT_EQ(row.adapterNumber, -2);
+  EXPECT_EQ(row.temperature, -3);
+
+  CFusionIOPhysicalDrive drive;
+  drive.m_ID = 0x01300000FFFFFFFE;
+  drive.m_FactorySizeMiB = 0x123456789;
+  drive.m_ConfigurableSizeMiB = 0x223456789;
+  drive.m_SectorSize = 0xFFFFFFFD;
+  const RaidDataModels::PD driveRow = RowOf(drive);
+  EXPECT_EQ(driveRow.objectId, 0x01300000FFFFFFFE);
+  EXPECT_EQ(driveRow.objectIdLow, -2);
+  EXPECT_EQ(driveRow.factorySize, 0x123456789U);
+  EXPECT_EQ(driveRow.configurableSize, 0x223456789U);
+  EXPECT_EQ(driveRow.sectorSize, -3);
+}
+
+// What the row held before does not matter.
+TEST_F(RowTexts, ReplaceAWholeRow) {
+  RaidDataModels::Adapter row;
+  row.alarmState = "old";
+  row.driverVersion = "old";
+  row.firmwareVersion = "old";
+  CFusionIOAdapter adapter;
+  EXPECT_EQ((ThePlugin().*Open(FillAdapterMember()))(row, adapter), 0U);
+  EXPECT_EQ(row.alarmState + row.driverVersion + row.firmwareVersion, "NULLNULLNULL");
+
+  RaidDataModels::PD driveRow;
+  driveRow.activityName = "old";
+  driveRow.hoursOfUse = 5;
+  CFusionIOPhysicalDrive drive;
+  EXPECT_EQ((ThePlugin().*Open(FillDriveMember()))(driveRow, drive), 0U);
+  EXPECT_EQ(driveRow.activityName, "NULL");
+  EXPECT_EQ(driveRow.hoursOfUse, -2147483647 - 1);
+}
+
+// Neither the database nor a card hears of it.
+class RowOfADriveWithoutAnAdapter : public RowTexts {
+ protected:
+  void ExpectNothingDone(CFusionIOPhysicalDrive& drive) {
+    StatementWatch statements;
+    statements.Begin();
+    m_Host.Watch();
+    EXPECT_EQ((ThePlugin().*Open(InsertDriveMember()))(drive), 0U);
+    EXPECT_EQ((ThePlugin().*Open(UpdateDriveMember()))(drive), 0U);
+    EXPECT_THAT(statements.Statements(), IsEmpty());
+    EXPECT_THAT(m_Host.Calls(), IsEmpty());
+    EXPECT_THAT(m_Host.Traces(), IsEmpty());
+  }
+};
+
+TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenForASerialNumberOfNobody) {
+  CFusionIOPhysicalDrive drive = Drives().at(0);
+  for (const char* serialNumber : {"S10", "S1000", "s100", ""}) {
+    SCOPED_TRACE(serialNumber);
+    drive.m_SerialNumber = serialNumber;
+    ExpectNothingDone(drive);
+  }
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
+}
+
+TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenWithoutAdapters) {
+  CFusionIOPhysicalDrive drive = Drives().at(0);
+  Adapters().clear();
+  ExpectNothingDone(drive);
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
+}
+
+class StatusOfADrive : public RowTexts {};
+
+TEST_F(StatusOfADrive, HasAnIndicatorOfItsOwn) {
+  const std::pair<std::uint32_t, const char*> cases[] = {
+      {40099,
+       "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
+      {40180,
+       "STATUS = AVAILABLE_SMART of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator "
+       "24189)"},
+      {40095,
+       "STATUS = FAILED of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24177)"},
+      {40024, "STATUS = OK of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
+      {7, "STATUS = 7 of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"}};
+  for (const auto& [state, status] : cases) {
+    CFusionIOPhysicalDrive drive;
+    drive.m_State = state;
+    std::vector<PI::CProperty> properties;
+    EXPECT_EQ((ThePlugin().*Open(DrivePropertiesMember()))(drive, properties, 30017), 0U);
+    EXPECT_THAT(Rendered(properties), ElementsAre(status));
+  }
+}
+
+}  // namespace
+}  // namespace CorvaneTest

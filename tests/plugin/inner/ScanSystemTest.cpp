@@ -1,0 +1,62 @@
+// A scan into lists that hold something already. The plug-in brings empty ones, so that the test
+// opens it and brings its own.
+
+#include <gmock/gmock.h>
+
+#include "tests/plugin/inner/Opened.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+OPEN_MEMBER(ScanSystemMember, ScanSystem,
+            unsigned int (Plugin::*)(StoredAdapters& adapters, StoredDrives& drives, bool initial));
+
+using testing::Contains;
+
+class ScanSystem : public testing::Test {
+ protected:
+  // Three adapters and five drives that no card has.
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Adapters.resize(3);
+    m_Drives.resize(5);
+    for (auto& adapter : m_Adapters) adapter.m_SerialNumber = "stale";
+    for (auto& drive : m_Drives) drive.m_SerialNumber = "stale";
+    m_Host.Watch();
+  }
+
+  unsigned int Scan(bool initial) {
+    return (ThePlugin().*Open(ScanSystemMember()))(m_Adapters, m_Drives, initial);
+  }
+
+  OneCard m_Host{{{"serial_number", "fresh"}}};
+  StoredAdapters m_Adapters;
+  StoredDrives m_Drives;
+};
+
+TEST_F(ScanSystem, EmptiesBothLists) {
+  EXPECT_EQ(Scan(false), 0U);
+  ASSERT_EQ(m_Adapters.size(), 1U);
+  ASSERT_EQ(m_Drives.size(), 1U);
+  EXPECT_EQ(m_Adapters[0].m_SerialNumber, "fresh");
+  EXPECT_EQ(m_Drives[0].m_SerialNumber, "fresh");
+}
+
+TEST_F(ScanSystem, EmptiesBothListsAlsoWhenNoCardCanBeOpened) {
+  CardSim::FailCall("vsl_open", 1, 5, "no");
+  EXPECT_EQ(Scan(false), 20003U);
+  EXPECT_TRUE(m_Adapters.empty());
+  EXPECT_TRUE(m_Drives.empty());
+}
+
+TEST_F(ScanSystem, TellsHowManyDrivesTheListHeld) {
+  EXPECT_EQ(Scan(false), 0U);
+  EXPECT_THAT(m_Host.LeveledTraces(), Contains("2 ENTER ScanSystem(0) PhyDrive=5"));
+  m_Host.Watch();
+  EXPECT_EQ(Scan(true), 0U);
+  EXPECT_THAT(m_Host.LeveledTraces(), Contains("2 ENTER ScanSystem(1) PhyDrive=1"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,168 @@
+// A scan taken over as the new state when adapters and drives do not belong together as those of a
+// card do. No scan of cards gives that, so that the test opens the plug-in and makes the scan.
+
+#include <gmock/gmock.h>
+
+#include "tests/plugin/inner/Opened.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+OPEN_MEMBER(UpdateSystemMember, UpdateSystem,
+            unsigned int (Plugin::*)(StoredAdapters& adapters, StoredDrives& drives));
+
+using NAMESPACE_Corvane::CFusionIOAdapter;
+using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint64_t NEW_ADAPTER = 900;
+
+// A plug-in with one card, S100, and no worker.
+class UpdateSystem : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    m_Scanned = Adapters();
+    m_ScannedDrives = Drives();
+    m_Host.Watch();
+  }
+
+  unsigned int Update() {
+    return (ThePlugin().*Open(UpdateSystemMember()))(m_Scanned, m_ScannedDrives);
+  }
+
+  // An adapter that comes at the second place.
+  void AddAdapter(const char* serialNumber) {
+    CFusionIOAdapter adapter = m_Scanned.at(0);
+    adapter.m_ID = NEW_ADAPTER;
+    adapter.m_CardIndex = 1;
+    adapter.m_GlobalNumber = 77;
+    adapter.m_Name = "Newcomer";
+    adapter.m_SerialNumber = serialNumber;
+    m_Scanned.push_back(adapter);
+  }
+  void AddDrive(std::uint32_t cardIndex, const char* serialNumber, const char* name) {
+    CFusionIOPhysicalDrive drive = m_ScannedDrives.at(0);
+    drive.m_ID = 901 + m_ScannedDrives.size();
+    drive.m_CardIndex = cardIndex;
+    drive.m_GlobalNumber = 78;
+    drive.m_SerialNumber = serialNumber;
+    drive.m_Name = name;
+    m_ScannedDrives.push_back(drive);
+  }
+
+  // Event and object.
+  std::vector<std::string> Events() {
+    std::vector<std::string> texts;
+    for (const PI::CEvent& event : m_Host.CollectEvents()) {
+      texts.push_back(std::to_string(event.m_EventID) + " of " +
+                      std::to_string(event.m_ObjectID & 0xFFFF));
+    }
+    return texts;
+  }
+  Cells LinesOfInsertedDrives() {
+    Cells lines;
+    for (const std::string& line : m_Host.Traces(128)) {
+      if (line.rfind("PD (", 0) == 0 && line.find("inserted") != std::string::npos) {
+        lines.push_back(line);
+      }
+    }
+    return lines;
+  }
+  static Cells SerialNumbers() { return Column(DRIVE_ROWS, "pd_serial_number"); }
+
+  OneCard m_Host{PlainCard()};
+  const DatabaseLife m_Database;
+  StoredAdapters m_Scanned;
+  StoredDrives m_ScannedDrives;
+};
+
+// The drive at the adapter's own place is of another card, the one behind it is of this one, and so
+// is a third one, which comes too late.
+TEST_F(UpdateSystem, AddsTheFirstDriveWithTheAdaptersSerialNumber) {
+  AddAdapter("NEW");
+  AddDrive(1, "OTHER", "At its place");
+  AddDrive(2, "NEW", "By its number");
+  AddDrive(3, "NEW", "Too late");
+  EXPECT_EQ(Update(), 0U);
+  EXPECT_THAT(LinesOfInsertedDrives(), ElementsAre("PD (By its number) inserted to db."));
+  EXPECT_THAT(SerialNumbers(), ElementsAre("S100", "NEW"));
+  EXPECT_THAT(Events(), ElementsAre("11093 of 900"));
+}
+
+TEST_F(UpdateSystem, GivesTheAddedDriveTheNumberOfItsAdapterAndNoOther) {
+  AddAdapter("NEW");
+  AddDrive(1, "OTHER", "At its place");
+  AddDrive(2, "NEW", "By its number");
+  EXPECT_EQ(Update(), 0U);
+  std::vector<std::uint32_t> numbers;
+  for (const CFusionIOPhysicalDrive& drive : Drives()) numbers.push_back(drive.m_GlobalNumber);
+  EXPECT_THAT(numbers, ElementsAre(Drives().at(0).m_GlobalNumber, 78, 77));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_adapter_number"), ElementsAre(NumberOf(59, 2, 1), "77"));
+}
+
+// It joins the stored drives, and nobody is told.
+TEST_F(UpdateSystem, AddsNoDriveOfAnotherSerialNumber) {
+  AddAdapter("NEW");
+  AddDrive(1, "OTHER", "At its place");
+  EXPECT_EQ(Update(), 0U);
+  EXPECT_THAT(Events(), ElementsAre("11093 of 900"));
+  EXPECT_THAT(LinesOfInsertedDrives(), IsEmpty());
+  EXPECT_THAT(SerialNumbers(), ElementsAre("S100"));
+  EXPECT_THAT(Counts(), ElementsAre("2", "1", "1"));
+  ASSERT_EQ(Drives().size(), 2U);
+  EXPECT_EQ(Drives()[1].m_SerialNumber, "OTHER");
+  EXPECT_EQ(Drives()[1].m_GlobalNumber, 78U);
+}
+
+TEST_F(UpdateSystem, AddsAnAdapterAlsoWithoutAnyDrive) {
+  AddAdapter("NEW");
+  m_ScannedDrives.clear();
+  EXPECT_EQ(Update(), 0U);
+  EXPECT_THAT(Events(), ElementsAre("11093 of 900"));
+  EXPECT_THAT(Counts(), ElementsAre("2", "1", "1"));
+  EXPECT_THAT(Drives(), IsEmpty());
+}
+
+// A drive that comes without an adapter is no change.
+TEST_F(UpdateSystem, TellsNothingOfANewDriveAlone) {
+  AddDrive(1, "OTHER", "Alone");
+  EXPECT_EQ(Update(), 20000U);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
+  EXPECT_EQ(Drives().size(), 2U);
+}
+
+// A change of the drive counts, but the event would name an adapter that is not there.
+TEST_F(UpdateSystem, RaisesNoEventOfADriveWithoutItsAdapter) {
+  ASSERT_EQ(Update(), 20000U);
+  m_Scanned.clear();
+  ASSERT_EQ(Update(), 0U);
+  m_Host.CollectEvents();
+  m_ScannedDrives.at(0).m_SectorSize += 512;
+  EXPECT_EQ(Update(), 0U);
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_EQ(Update(), 20000U);
+}
+
+// The adapter of the event is the one at the drive's place.
+TEST_F(UpdateSystem, NamesTheAdapterAtTheDrivesPlace) {
+  AddAdapter("NEW");
+  AddDrive(1, "OTHER", "Its drive");
+  ASSERT_EQ(Update(), 0U);
+  m_Host.CollectEvents();
+  m_Scanned.at(1).m_Name = "Renamed";
+  m_ScannedDrives.at(1).m_FormattedSizeMiB += 1;
+  EXPECT_EQ(Update(), 0U);
+  const std::vector<PI::CEvent> events = m_Host.CollectEvents();
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events[0].m_EventID, 10985U);
+  EXPECT_EQ(events[0].m_SourceName, "Its drive");
+  EXPECT_EQ(events[0].m_PlaceHolders.at(0), "Renamed");
+  EXPECT_EQ(events[0].m_PlaceHolders.at(1), "Its drive");
+}
+
+}  // namespace
+}  // namespace CorvaneTest
