@@ -1,7 +1,7 @@
 #include "cardsim/JsonReading.h"
 
 #include <cmath>
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 
 #include "cardsim/Suggest.h"
@@ -15,46 +15,46 @@ std::string RangeText(const AttributeInfo& info) {
 }
 
 Value TextFromJson(const Json& json, const std::string& place) {
-  if (!json.is_string()) Refuse(place, "must be a text");
-  auto text = json.get<std::string>();
-  if (text.find('\0') != std::string::npos) Refuse(place, "must not hold a zero byte");
-  return text;
+  const auto* text = json.As<std::string>();
+  if (text == nullptr) Refuse(place, "must be a text");
+  if (text->find('\0') != std::string::npos) Refuse(place, "must not hold a zero byte");
+  return *text;
+}
+
+Value BoolFromJson(const Json& json, const std::string& place) {
+  const auto* flag = json.As<bool>();
+  if (flag == nullptr) Refuse(place, "must be true or false");
+  return *flag;
+}
+
+std::optional<double> NumberOf(const Json& json) {
+  if (const auto* number = json.As<double>()) return *number;
+  if (const auto* number = json.As<std::uint64_t>()) return static_cast<double>(*number);
+  if (const auto* number = json.As<std::int64_t>()) return static_cast<double>(*number);
+  return std::nullopt;
 }
 
 Value FloatFromJson(const Json& json, const std::string& place) {
-  if (!json.is_number()) Refuse(place, "must be a number");
-  const auto number = json.get<double>();
-  if (!(std::fabs(number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
+  const auto number = NumberOf(json);
+  if (!number) Refuse(place, "must be a number");
+  if (!(std::fabs(*number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
     Refuse(place, "must be within the range of a 32-bit float");
   }
-  return static_cast<float>(number);
+  return static_cast<float>(*number);
 }
 
 Value UnsignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
-  const bool fits = json.is_number_unsigned() && json.get<std::uint64_t>() <= info.max;
-  if (!fits) Refuse(place, RangeText(info));
-  return json.get<std::uint64_t>();
+  const auto* number = json.As<std::uint64_t>();
+  if (number == nullptr || *number > info.max) Refuse(place, RangeText(info));
+  return *number;
 }
 
 Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
-  const bool tooLarge = json.is_number_unsigned() && json.get<std::uint64_t>() > info.max;
-  if (!json.is_number_integer() || tooLarge) Refuse(place, RangeText(info));
-  const auto number = json.get<std::int64_t>();
-  if (number < info.min) Refuse(place, RangeText(info));
-  return number;
-}
-
-// Line and column, since the byte's number says little to a person with an editor.
-[[noreturn]] void RefuseDamaged(const std::string& text, std::size_t byte) {
-  std::size_t line = 1;
-  std::size_t column = 1;
-  for (std::size_t i = 0; i + 1 < byte && i < text.size(); ++i) {
-    const bool ends = text[i] == '\n';
-    line += ends ? 1 : 0;
-    column = ends ? 1 : column + 1;
-  }
-  throw std::runtime_error("line " + std::to_string(line) + ", column " + std::to_string(column) +
-                           ": no valid JSON");
+  const auto* positive = json.As<std::uint64_t>();
+  if (positive != nullptr && *positive <= info.max) return static_cast<std::int64_t>(*positive);
+  const auto* negative = json.As<std::int64_t>();
+  if (negative == nullptr || *negative < info.min) Refuse(place, RangeText(info));
+  return *negative;
 }
 
 }  // namespace
@@ -63,23 +63,12 @@ Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::str
   throw std::runtime_error(place + ": " + why);
 }
 
-Json ParseJson(const std::string& text) {
-  try {
-    return Json::parse(text);
-  } catch (const Json::parse_error& error) {
-    RefuseDamaged(text, error.byte);
-  } catch (const Json::exception&) {
-    throw std::runtime_error("holds a number that no JSON reader can keep");
-  }
-}
-
 Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
   switch (info.kind) {
     case Kind::Text:
       return TextFromJson(json, place);
     case Kind::Bool:
-      if (!json.is_boolean()) Refuse(place, "must be true or false");
-      return json.get<bool>();
+      return BoolFromJson(json, place);
     case Kind::Float:
       return FloatFromJson(json, place);
     case Kind::Signed:
@@ -91,8 +80,8 @@ Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::stri
 }
 
 const Json& Member(const Json& object, const char* name, const std::string& place) {
-  const auto found = object.find(name);
-  if (found == object.end()) Refuse(place, std::string("has no \"") + name + "\"");
+  const Json* found = object.Find(name);
+  if (found == nullptr) Refuse(place, std::string("has no \"") + name + "\"");
   return *found;
 }
 
@@ -109,14 +98,14 @@ std::string Text(const Json& object, const char* name, const std::string& place)
 }
 
 bool Flag(const Json& object, const char* name, const std::string& place) {
-  const AttributeInfo info{name, Kind::Bool, 0, 0};
-  return std::get<bool>(ValueFromJson(info, Member(object, name, place), place + "." + name));
+  return std::get<bool>(BoolFromJson(Member(object, name, place), place + "." + name));
 }
 
 void CheckMembers(const Json& object, const std::vector<std::string>& names,
                   const std::string& place) {
-  if (!object.is_object()) Refuse(place, "must be an object");
-  for (const auto& [name, unused] : object.items()) {
+  const auto* members = object.As<Json::Members>();
+  if (members == nullptr) Refuse(place, "must be an object");
+  for (const auto& [name, unused] : *members) {
     bool known = false;
     for (const std::string& candidate : names) known = known || candidate == name;
     if (!known) Refuse(place + "." + name, "unknown" + DidYouMean(name, names));

@@ -4,21 +4,16 @@
 
 #include <cstdint>
 #include <limits>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
 #include "cardsim/Attributes.h"
+#include "cardsim/Json.h"
 
 namespace CardSim {
 
-using Json = nlohmann::ordered_json;
-
 // Throws `std::runtime_error` with "place: why", as do the functions below.
 [[noreturn]] void Refuse(const std::string& place, const std::string& why);
-
-// A text that is no JSON is refused with line and column.
-Json ParseJson(const std::string& text);
 
 // The value of an attribute, which must be of its type and within its range.
 Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place);

@@ -1,7 +1,6 @@
 #include "cardsim/Scenario.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "cardsim/Functions.h"
@@ -71,8 +70,10 @@ void ReadAttribute(const Json& json, const std::string& place, Fields& fields) {
   fields.what = OneLine(json, "what", place);
   CheckName(place + ".what", [&] { CheckAttribute(fields.what); });
   const Json& value = Member(json, "to", place);
-  if (value != "absent") CheckValue(fields.what, value, place + ".to");
-  fields.to = value.dump();
+  const auto* text = value.As<std::string>();
+  const bool isAbsent = text != nullptr && *text == "absent";
+  if (!isAbsent) CheckValue(fields.what, value, place + ".to");
+  fields.to = JsonText(value);
 }
 
 void ReadFunction(const Json& json, const std::string& place, Fields& fields) {
@@ -82,9 +83,9 @@ void ReadFunction(const Json& json, const std::string& place, Fields& fields) {
 
 void ReadFailure(const Json& json, const std::string& place, Fields& fields) {
   ReadFunction(json, place, fields);
-  if (json.contains("code")) fields.code = Number(json, "code", place);
+  if (json.Find("code") != nullptr) fields.code = Number(json, "code", place);
   if (fields.code == 0) Refuse(place + ".code", "must not be 0, which is success");
-  if (json.contains("text")) fields.text = OneLine(json, "text", place);
+  if (json.Find("text") != nullptr) fields.text = OneLine(json, "text", place);
 }
 
 std::string Add(StateFile& file, const Fields& fields) {
@@ -155,14 +156,14 @@ const Verb& FindVerb(const std::string& name, const std::string& place) {
 }
 
 Step StepFromJson(const Json& json, const std::string& place) {
-  if (!json.is_object()) Refuse(place, "must be an object");
+  if (json.As<Json::Members>() == nullptr) Refuse(place, "must be an object");
   const Verb& verb = FindVerb(OneLine(json, "do", place), place + ".do");
   std::vector<std::string> members = {"after_ms", "do", "say"};
   members.insert(members.end(), verb.members.begin(), verb.members.end());
   CheckMembers(json, members, place);
   Step step;
-  if (json.contains("after_ms")) step.afterMs = Number(json, "after_ms", place, kLongestMs);
-  if (json.contains("say")) step.say = OneLine(json, "say", place);
+  if (json.Find("after_ms") != nullptr) step.afterMs = Number(json, "after_ms", place, kLongestMs);
+  if (json.Find("say") != nullptr) step.say = OneLine(json, "say", place);
   Fields fields;
   verb.read(json, place, fields);
   step.make = [&verb, fields](StateFile& file) { return verb.make(file, fields); };
@@ -182,9 +183,9 @@ Scenario ParseScenario(const std::string& text) {
   CheckMembers(json, {"title", "steps"}, "file");
   Scenario scenario;
   scenario.title = OneLine(json, "title", "file");
-  const Json& steps = Member(json, "steps", "file");
-  if (!steps.is_array() || steps.empty()) Refuse("steps", "must be a list of at least one step");
-  for (const Json& element : steps) {
+  const auto* steps = Member(json, "steps", "file").As<Json::List>();
+  if (steps == nullptr || steps->empty()) Refuse("steps", "must be a list of at least one step");
+  for (const Json& element : *steps) {
     const std::string place = "step " + std::to_string(scenario.steps.size() + 1);
     scenario.steps.push_back(StepFromJson(element, place));
     if (scenario.DurationMs() > kLongestMs) {

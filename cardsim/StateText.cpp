@@ -1,7 +1,6 @@
 #include "cardsim/StateText.h"
 
 #include <charconv>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <stdexcept>
 #include <vector>
@@ -43,26 +42,27 @@ std::vector<std::string> AttributeNames() {
 }
 
 std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
-  if (!json.is_array()) Refuse(place, "must be a list");
+  const auto* list = json.As<Json::List>();
+  if (list == nullptr) Refuse(place, "must be a list");
   std::vector<Volume> volumes;
-  for (const Json& element : json) {
+  for (const Json& element : *list) {
     const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
     CheckMembers(element, {"state", "settable", "refuses"}, at);
     Volume volume;
     volume.state = static_cast<std::uint32_t>(Number(element, "state", at, 1));
-    if (element.contains("settable")) volume.settable = Flag(element, "settable", at);
-    if (element.contains("refuses")) volume.refuses = Flag(element, "refuses", at);
+    if (element.Find("settable") != nullptr) volume.settable = Flag(element, "settable", at);
+    if (element.Find("refuses") != nullptr) volume.refuses = Flag(element, "refuses", at);
     volumes.push_back(volume);
   }
   return volumes;
 }
 
 Json VolumesToJson(const std::vector<Volume>& volumes) {
-  Json list = Json::array();
+  Json::List list;
   for (const Volume& volume : volumes) {
-    Json element = {{"state", volume.state}, {"settable", volume.settable}};
-    if (volume.refuses) element["refuses"] = true;
-    list.push_back(element);
+    Json::Members element = {{"state", std::uint64_t{volume.state}}, {"settable", volume.settable}};
+    if (volume.refuses) element.emplace_back("refuses", true);
+    list.emplace_back(std::move(element));
   }
   return list;
 }
@@ -79,11 +79,11 @@ JobMark JobFromJson(const Json& json, const std::string& place) {
 }
 
 Json JobToJson(const JobMark& job) {
-  return {{"kind", job.kind},
-          {"pid", job.owner.pid},
-          {"start", job.owner.start},
-          {"number", job.number},
-          {"previous_state", job.previousState}};
+  return Json::Members{{"kind", job.kind},
+                       {"pid", job.owner.pid},
+                       {"start", job.owner.start},
+                       {"number", job.number},
+                       {"previous_state", std::uint64_t{job.previousState}}};
 }
 
 void MemberFromJson(Card& card, const std::string& name, const Json& json,
@@ -101,30 +101,32 @@ void MemberFromJson(Card& card, const std::string& name, const Json& json,
 }
 
 Card CardFromJson(const Json& json, const std::string& place) {
-  if (!json.is_object()) Refuse(place, "must be an object");
+  const auto* members = json.As<Json::Members>();
+  if (members == nullptr) Refuse(place, "must be an object");
   Card card;
   card.name = Text(json, "name", place);
   card.id = Number(json, "id", place);
-  for (const auto& [name, value] : json.items()) {
+  for (const auto& [name, value] : *members) {
     MemberFromJson(card, name, value, place + "." + name);
   }
   return card;
 }
 
 Json CardToJson(const Card& card) {
-  Json json = {{"name", card.name}, {"id", card.id}};
+  Json::Members members = {{"name", card.name}, {"id", card.id}};
   for (std::size_t i = 0; i < kAttributeCount; ++i) {
     if (!card.values[i]) continue;
-    json[std::string(InfoOf(static_cast<Attribute>(i)).name)] = ValueToJson(*card.values[i]);
+    members.emplace_back(InfoOf(static_cast<Attribute>(i)).name, ValueToJson(*card.values[i]));
   }
-  json["volumes"] = VolumesToJson(card.volumes);
-  if (card.job) json["job"] = JobToJson(*card.job);
-  return json;
+  members.emplace_back("volumes", VolumesToJson(card.volumes));
+  if (card.job) members.emplace_back("job", JobToJson(*card.job));
+  return members;
 }
 
 void FailuresFromJson(State& state, const Json& json) {
-  if (!json.is_object()) Refuse("failures", "must be an object");
-  for (const auto& [function, failure] : json.items()) {
+  const auto* members = json.As<Json::Members>();
+  if (members == nullptr) Refuse("failures", "must be an object");
+  for (const auto& [function, failure] : *members) {
     const std::string place = "failures." + function;
     try {
       CheckFunction(function);
@@ -139,11 +141,11 @@ void FailuresFromJson(State& state, const Json& json) {
 }
 
 Json FailuresToJson(const State& state) {
-  Json json = Json::object();
+  Json::Members members;
   for (const auto& [function, failure] : state.failures) {
-    json[function] = {{"code", failure.code}, {"text", failure.text}};
+    members.emplace_back(function, Json::Members{{"code", failure.code}, {"text", failure.text}});
   }
-  return json;
+  return members;
 }
 
 State StateFromJson(const Json& json) {
@@ -153,26 +155,26 @@ State StateFromJson(const Json& json) {
   }
   State state;
   state.nextId = Number(json, "next_id", "file");
-  const Json& cards = Member(json, "cards", "file");
-  if (!cards.is_array()) Refuse("cards", "must be a list");
-  for (const Json& card : cards) {
+  const auto* cards = Member(json, "cards", "file").As<Json::List>();
+  if (cards == nullptr) Refuse("cards", "must be a list");
+  for (const Json& card : *cards) {
     state.cards.push_back(CardFromJson(card, "cards[" + std::to_string(state.cards.size()) + "]"));
   }
-  if (json.contains("failures")) FailuresFromJson(state, json["failures"]);
+  if (const Json* failures = json.Find("failures")) FailuresFromJson(state, *failures);
   return state;
 }
 
 // The text given to `set` as JSON, by the kind that is wanted.
 Json LooseJson(Kind kind, const std::string& text) {
-  const Json json = Json::parse(text, nullptr, false);
-  if (kind == Kind::Text && !json.is_string()) return text;
+  const auto json = TryParseJson(text);
+  if (kind == Kind::Text && !(json && json->As<std::string>() != nullptr)) return text;
   if (kind == Kind::Unsigned && text.compare(0, 2, "0x") == 0) {
     std::uint64_t number = 0;
     const char* end = text.data() + text.size();
     const auto parsed = std::from_chars(text.data() + 2, end, number, 16);
     if (parsed.ec == std::errc() && parsed.ptr == end) return number;
   }
-  return json.is_discarded() ? Json(text) : json;
+  return json ? *json : Json(text);
 }
 
 Attribute FindOrRefuse(const std::string& name) {
@@ -190,14 +192,13 @@ State ParseState(const std::string& text) {
 }
 
 std::string FormatState(const State& state) {
-  Json json = {{"cardsim", kFileVersion}, {"next_id", state.nextId}, {"cards", Json::array()}};
-  for (const Card& card : state.cards) json["cards"].push_back(CardToJson(card));
-  json["failures"] = FailuresToJson(state);
-  try {
-    return json.dump(2) + "\n";
-  } catch (const Json::exception&) {
-    throw std::runtime_error("a text is not valid UTF-8 and cannot be kept");
-  }
+  Json::List cards;
+  for (const Card& card : state.cards) cards.push_back(CardToJson(card));
+  const Json json = Json::Members{{"cardsim", kFileVersion},
+                                  {"next_id", state.nextId},
+                                  {"cards", std::move(cards)},
+                                  {"failures", FailuresToJson(state)}};
+  return JsonLines(json, 2) + "\n";
 }
 
 void CheckState(const State& state) {
@@ -220,7 +221,7 @@ void CheckState(const State& state) {
 
 void SetFromText(Card& card, const std::string& attribute, const std::string& text) {
   if (attribute == "volumes") {
-    card.volumes = VolumesFromJson(Json::parse(text, nullptr, false), attribute);
+    card.volumes = VolumesFromJson(TryParseJson(text).value_or(Json()), attribute);
     return;
   }
   const Attribute known = FindOrRefuse(attribute);
@@ -251,9 +252,9 @@ void RemoveValue(Card& card, const std::string& attribute) {
 }
 
 std::string GetAsText(const Card& card, const std::string& attribute) {
-  if (attribute == "volumes") return VolumesToJson(card.volumes).dump();
+  if (attribute == "volumes") return JsonText(VolumesToJson(card.volumes));
   const auto& value = At(card.values, FindOrRefuse(attribute));
-  return value ? ValueToJson(*value).dump() : "absent";
+  return value ? JsonText(ValueToJson(*value)) : "absent";
 }
 
 }  // namespace CardSim
