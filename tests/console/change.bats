@@ -4,14 +4,11 @@
 bats_require_minimum_version 1.5.0
 load helper
 
-# Each change has a configuration folder of its own; as_nobody drops the rights of root.
+# Each change has a configuration folder of its own.
 setup_file() {
   load helper
   make_machine
   make_cards
-  chmod a+rx "$BATS_FILE_TMPDIR" "$(dirname "$BATS_FILE_TMPDIR")" "$BATS_RUN_TMPDIR"
-  chmod a+rwx "$TMPDIR"
-  chmod a+rw "$CARDSIM_STATE"*
   mkdir "$BATS_FILE_TMPDIR/kept"
   printf '; mine\nOther=1\nPollInterval=20\n' >"$BATS_FILE_TMPDIR/kept/Corvane.ini"
   mkdir "$BATS_FILE_TMPDIR/sealed"
@@ -23,7 +20,7 @@ setup_file() {
   keep low change low 30005=1 &
   keep high change high poll_interval_seconds=300 &
   keep same change same poll_interval=15 &
-  keep sealed as_nobody change sealed poll_interval=60 &
+  keep sealed changed_by unprivileged_host sealed poll_interval=60 &
   keep word change word poll_interval=soon &
   keep huge change huge poll_interval=99999999999 &
   wait
@@ -40,19 +37,12 @@ setup_file() {
 
 teardown_file() { chmod u+w "$BATS_FILE_TMPDIR/sealed"; }
 
-change() {
-  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/$1" corvane-host --simulate set plugin "${@:2}"
+change() { changed_by corvane-host "$@"; }
+# changed_by PROGRAM FOLDER ASSIGNMENT...
+changed_by() {
+  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/$2" "$1" --simulate set plugin "${@:3}"
 }
-
-# Runs a function of this file without the right to write everywhere.
-as_nobody() {
-  export -f change
-  if [ "$(id -u)" -ne 0 ]; then
-    "$@"
-  else
-    setpriv --reuid=65534 --regid=65534 --clear-groups bash -c '"$@"' change-as-nobody "$@"
-  fi
-}
+unprivileged_host() { unprivileged corvane-host "$@"; }
 
 @test "a change says what was and what is, and is kept in the file" {
   ended first 0

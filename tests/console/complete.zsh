@@ -21,7 +21,7 @@ zpty -w shell 'bindkey "^I" complete-word "^X" show-line; zstyle ":completion:*"
 zpty -w shell 'LISTMAX=1000; setopt auto_list no_list_ambiguous; print ready'
 zpty -r shell answer '*ready*ready*'
 zpty -n -w shell "$line"$'\t\030'
-repeat 100; do
+repeat 1000; do
   grep -q '^line: ' $found && break
   zpty -r -t shell answer
   sleep 0.1

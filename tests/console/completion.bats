@@ -32,7 +32,7 @@ tab_bash() {
 }
 
 tab_zsh() {
-  timeout 60 zsh -f "$BATS_TEST_DIRNAME/complete.zsh" "$BATS_FILE_TMPDIR/script.zsh" "$1" \
+  timeout 600 zsh -f "$BATS_TEST_DIRNAME/complete.zsh" "$BATS_FILE_TMPDIR/script.zsh" "$1" \
     </dev/null 3>&- | grep -v '^line: ' | LC_ALL=C sort
 }
 

@@ -124,7 +124,7 @@ def run(cards, words, situation="", **variables):
     environment = dict(os.environ, CORVANE_CONFIG_DIR=str(config), **variables)
     return subprocess.run(
         [f"{BUILD}/bin/corvane-host", f"--simulate={file}", *words],
-        stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=60, check=False,
+        stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=600, check=False,
     )
 
 

@@ -8,17 +8,20 @@ setup_file() {
   load helper
   make_machine
   keep once odd events events &
-  keep span odd events events --for 800ms &
-  keep tsv odd events events --for 800ms -o tsv &
-  keep lines odd events events --for 800ms -o jsonl &
+  keep span odd events events --for 10s &
+  keep tsv follow 3 -o tsv &
+  keep lines follow 2 -o jsonl &
   keep json odd events events -o json &
   keep none odd quiet events --for 0s &
-  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep logged odd events events --for 800ms &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep logged follow 3 &
   wait
   CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep gone odd quiet events 0x0000000000000099 -o tsv -H &
   CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep never odd quiet events 0x0000000000000098 &
   wait
 }
+
+# follow COUNT ARGUMENTS...: the first lines of events that come.
+follow() { odd events events -f "${@:2}" | head -n "$1"; }
 
 WARNING="The temperature of adapter (unnamed) is above its warning level."
 REMOVED="Adapter (unnamed) was removed or does not answer."

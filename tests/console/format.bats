@@ -99,7 +99,7 @@ Nothing was changed." "$(out dry)"
 
 @test "with the serial number a drive is formatted, and the new size is shown" {
   ended confirm 0
-  same "Done in 0:00. a0/d0: 512.0 GiB, 4096 B sectors." "$(out confirm)"
+  same "Done. a0/d0: 512.0 GiB, 4096 B sectors." "$(untimed confirm)"
   same "Formatting a0/d0 ..." "$(err confirm)"
   same 549755813888 "$(card confirm iom_format_size_bytes)"
   same 4096 "$(card confirm sector_size_bytes)"
@@ -107,9 +107,9 @@ Nothing was changed." "$(out dry)"
 
 @test "JSON lines tell of the beginning, and of before and after" {
   ended lines 0
-  valid lines:2
-  same '{"object":"a0/d0","operation":"OP_FORMAT_DEVICE","elapsed_seconds":0}' \
-    "$(out lines | head -1 | jq -c '.result.progress | .elapsed_seconds |= floor')"
+  valid "lines:$(out lines | wc -l)"
+  same '["a0/d0","OP_FORMAT_DEVICE",true]' \
+    "$(out lines | head -1 | jq -c '.result.progress | [.object, .operation, .elapsed_seconds >= 0]')"
   same '["HIGH_PERFORMANCE",0.8,512]' \
     "$(out lines | tail -1 | jq -c '[.result.planned.capacity, .result.after.formatted_ratio, .result.after.sector_size_bytes]')"
 }

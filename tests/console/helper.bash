@@ -62,14 +62,31 @@ said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 # silent NAME STREAM: nothing was written to it.
 silent() { [ ! -s "$BATS_FILE_TMPDIR/$1.$2" ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
 
+# unprivileged COMMAND...: runs it without what root may do beyond the modes of files. It stays the
+# same user, who can enter the folders in which programs and tests lie.
+unprivileged() {
+  local drop=()
+  [ "$(id -u)" -ne 0 ] || drop=(setpriv --bounding-set=-all --inh-caps=-all --ambient-caps=-all --)
+  "${drop[@]}" "$@"
+}
+
+# eventually COMMAND...: waits until it succeeds, however slow the machine is.
+eventually() { until "$@"; do sleep 0.05; done; }
+
+# has_read TRACE: a host that keeps level 2 of its trace in that file has read its objects.
+has_read() { grep -qs "LEAVE GetTopology" "$1"; }
+
+# untimed NAME: standard output without how long a job took, which depends on the machine.
+untimed() { out "$1" | sed -E -e 's/, in [0-9:]+$//' -e 's/^Done in [0-9:]+\./Done./'; }
+
 # stop_when SIGNALS FILE PATTERN NAME PROGRAM...: keeps a run that gets the signals, one after the
 # other, as soon as FILE, or a file in the folder FILE, has the PATTERN; fails when it ends sooner.
 # A program run by setsid gets them with its whole group. NAME.seconds is how long it took to end,
-# NAME.log is for the odd plug-in.
+# NAME.log and NAME.signalled are for the odd plug-in.
 stop_when() {
   local signals="$1" file="$2" pattern="$3" name="$BATS_FILE_TMPDIR/$4" pid rc=0 signal
   shift 4
-  CONSOLE_TEST_LOG="$name.log" "$@" >"$name.out" 2>"$name.err" </dev/null 3>&- &
+  CONSOLE_TEST_LOG="$name.log" CONSOLE_TEST_SIGNALLED="$name.signalled" "$@" >"$name.out" 2>"$name.err" </dev/null 3>&- &
   pid=$!
   until grep -rqs -- "$pattern" "$file"; do
     sleep 0.05
@@ -81,6 +98,7 @@ stop_when() {
     kill "-$signal" -- "$pid"
     sleep 0.2
   done
+  : >"$name.signalled"
   wait "${pid#-}" || rc=$?
   echo "$rc" >"$name.rc"
   echo "$SECONDS" >"$name.seconds"
@@ -167,14 +185,22 @@ untouched() {
 # model.
 screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
 
-# lay_root_on_card FOLDER: a sysfs of the present cards in which the file system of / lies on the
-# disk of card0, and md7 holds it.
-lay_root_on_card() {
+# a_mount COLUMN: number (1) or place (2) of a file system that is mounted once. In a chroot / may be
+# missing from the table.
+a_mount() {
+  awk '{count[$3]++; place[$3] = $5}
+    END {for (n in count) if (count[n] == 1 && place[n] !~ /\\/) print n, place[n]}' \
+    /proc/self/mountinfo | sort | head -n 1 | cut -d ' ' -f "$1"
+}
+
+# lay_mount_on_card FOLDER: a sysfs of the present cards in which the file system of a_mount lies on
+# the disk of card0, and md7 holds it.
+lay_mount_on_card() {
   cardsim sysfs "$1"
   local disk="$1/bus/pci/devices/0000:3b:02.1/block/fioa"
   mkdir -p "$disk/holders/md7" "$1/block"
   ln -s "$disk" "$1/block/fioa"
-  awk '$5 == "/" {print $3; exit}' /proc/self/mountinfo >"$disk/dev"
+  a_mount 1 >"$disk/dev"
 }
 
 # enter FILE ROW...: puts entries into a log, as "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE".

@@ -42,7 +42,7 @@ setup_file() {
   keep noread unwritable 000 events -o json &
   keep nowrite unwritable 444 events -o tsv -H &
   keep nodatabase host --database /etc/passwd events &
-  CORVANE_DATABASE="$BATS_FILE_TMPDIR/far.db" keep seconds far &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/far.db" keep far far &
   keep relative relative_days &
   wait
   keep grown see_and_forget
@@ -50,21 +50,17 @@ setup_file() {
 
 teardown_file() { chmod u+w "$BATS_FILE_TMPDIR"/other*; }
 
-# unwritable MODE ARGUMENTS...: runs the host on a copy of the log in somebody else's folder.
+# unwritable MODE ARGUMENTS...: runs the host on a copy of the log in a folder that is read-only.
 unwritable() {
-  local folder="$BATS_FILE_TMPDIR/other$1" drop=()
+  local folder="$BATS_FILE_TMPDIR/other$1"
   mkdir "$folder"
   cp "$BATS_FILE_TMPDIR/log.db" "$folder/log.db"
   chmod "$1" "$folder/log.db"
   chmod 555 "$folder"
-  chmod a+rx "$BATS_FILE_TMPDIR" "$(dirname "$BATS_FILE_TMPDIR")" "$BATS_RUN_TMPDIR"
-  chmod -R a+rX "$CORVANE_CONFIG_DIR" "$CARDSIM_STATE"*
-  chmod a+rwx "$TMPDIR"
-  [ "$(id -u)" -ne 0 ] || drop=(setpriv --reuid=65534 --regid=65534 --clear-groups)
-  CORVANE_DATABASE="$folder/log.db" "${drop[@]}" corvane-host --simulate "${@:2}"
+  CORVANE_DATABASE="$folder/log.db" unprivileged corvane-host --simulate "${@:2}"
 }
 
-# A log of 20,000 entries, and how many tenths of a second its newest 50 take more than none.
+# A log of 20,000 entries: what its newest ones cost, and what all of them do, beside an empty log.
 far() {
   host events >/dev/null 2>&1
   python3 - "$CORVANE_DATABASE" <<'END'
@@ -76,19 +72,16 @@ with sqlite3.connect(sys.argv[1]) as database:
         " serial_number, object_type) VALUES (?, 3, 10967, 7, 'Board', ?, 'S200', 19038)",
         ((1700000000000 + n, f"Entry {n}.") for n in range(1, 20001)))
 END
-  CORVANE_DATABASE=:memory: timed host events >/dev/null 2>&1
-  local without=$took
-  timed host events -o tsv -H >"$BATS_FILE_TMPDIR/newest50.out" 2>"$BATS_FILE_TMPDIR/newest50.err"
-  local with=$took
-  timed host events a1 --limit 3 -o tsv -H >"$BATS_FILE_TMPDIR/newest3.out"
-  echo $(((with - without) / 100)) $(((took - without) / 100))
+  CORVANE_DATABASE=:memory: cost host events >/dev/null 2>&1
+  cost host events -o tsv -H >"$BATS_FILE_TMPDIR/newest50.out" 2>"$BATS_FILE_TMPDIR/newest50.err"
+  cost host events a1 --limit 3 -o tsv -H >"$BATS_FILE_TMPDIR/newest3.out"
+  cost host events --limit 20000 -o tsv -H >"$BATS_FILE_TMPDIR/newest20000.out"
 }
 
-timed() {
-  local start
-  start=$(date +%s%N)
-  "$@"
-  took=$((($(date +%s%N) - start) / 1000000))
+# Adds the milliseconds of the processor that a command takes, which do not count those of others.
+cost() {
+  local TIMEFORMAT="%3U %3S"
+  { time "$@" 2>&3; } 3>&2 2>>"$BATS_FILE_TMPDIR/costs"
 }
 
 # Entries of yesterday and before, for every time of the day.
@@ -107,9 +100,8 @@ relative_days() {
 }
 
 follow_one() {
-  SECONDS=0
   host events -f -o jsonl | head -n 1
-  echo "${PIPESTATUS[*]} $((SECONDS < 10))" >"$BATS_FILE_TMPDIR/follow.ends"
+  echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/follow.ends"
 }
 
 # One run sees a card warn, the next one tells since when; then it sees it well, and warn unseen.
@@ -131,8 +123,9 @@ see_and_forget() {
 
 # Once the plug-in has started; it tells of a change when it has seen it three times.
 one_event_after() {
-  host events -f --limit 0 -o jsonl --for 30s | head -n 1 >/dev/null &
-  sleep 3
+  local trace="$BATS_FILE_TMPDIR/$1.trace"
+  host events -f --limit 0 -o jsonl --trace 2 --trace-file "$trace" | head -n 1 >/dev/null &
+  eventually has_read "$trace"
   cardsim "$1" card0 CORRECTABLE_PCI_ERRORS >/dev/null
   wait $!
 }
@@ -197,7 +190,7 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "a follower is shown the log first, and ends with its reader" {
-  same "0 0 1" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
+  same "0 0" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
   same '["Too hot."]' "$(json follow '[e["text"] for e in d["result"]["events"]]')"
 }
 
@@ -237,9 +230,9 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "a full log is quick to show its newest entries" {
-  read -r plain chosen <<<"$(out seconds)"
-  [ "$plain" -le 10 ]
-  [ "$chosen" -le 10 ]
+  same 20000 "$(out newest20000 | wc -l)"
+  awk '{cost[NR] = $1 + $2 - cost[1]} END {half = cost[4] / 2; exit !(cost[2] < half && cost[3] < half)}' \
+    "$BATS_FILE_TMPDIR/costs" || { cat "$BATS_FILE_TMPDIR/costs"; false; }
   same 50 "$(out newest50 | wc -l)"
   same "Entry 19951." "$(out newest50 | head -1 | cut -f 6)"
   same "Entry 20000." "$(out newest50 | tail -1 | cut -f 6)"

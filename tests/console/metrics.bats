@@ -8,7 +8,6 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  chmod a+rx "$BATS_FILE_TMPDIR" "$(dirname "$BATS_FILE_TMPDIR")" "$BATS_RUN_TMPDIR"
   local name
   for name in odd twins empty deaf worn; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
   cards odd set card0 serial_number $'a"b\\c\nd\te\x7f'
@@ -22,6 +21,7 @@ setup_file() {
   cards worn set card1 total_physical_bytes_written 0
   cards worn set card0 power_limit_watts absent
 
+  SECONDS=0
   keep all host metrics &
   keep date host get S100 end_of_life_date &
   keep odd with odd metrics &
@@ -31,6 +31,7 @@ setup_file() {
   keep bus corvane-host metrics &
   keep ugly odd odd metrics &
   wait
+  echo "$SECONDS" >"$BATS_FILE_TMPDIR/all.seconds"
   keep noplugin corvane-host --plugin /none metrics &
   keep noplug corvane-host --plugin "$CORVANE_BUILD/lib/libhostkit.so" metrics &
   keep deaf with deaf metrics &
@@ -198,10 +199,10 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   said other "corvane-host: reading the command line failed: list has no option --textfile"
 }
 
-@test "the start that is measured has taken some time" {
+@test "the start that is measured has taken some time, and no more than the whole run" {
   local seconds
   seconds=$(series all scan_last_duration_seconds | cut -d' ' -f2)
-  awk -v s="$seconds" 'BEGIN { exit !(s > 0 && s < 60) }'
+  awk -v s="$seconds" '{ exit !(s > 0 && s < $1 + 1) }' "$BATS_FILE_TMPDIR/all.seconds"
 }
 
 @test "events are counted by number, name and severity, also those that have left the log" {
@@ -284,14 +285,12 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 }
 
 @test "a folder that may not be written is a question of permission" {
-  local folder="$BATS_TEST_TMPDIR/readonly" drop=()
+  local folder="$BATS_TEST_TMPDIR/readonly"
   mkdir "$folder"
   echo old >"$folder/x.prom"
   chmod 644 "$folder/x.prom"
   chmod 555 "$folder"
-  chmod a+rx "$BATS_TEST_TMPDIR" "$(dirname "$BATS_TEST_TMPDIR")"
-  [ "$(id -u)" -ne 0 ] || drop=(setpriv --reuid=65534 --regid=65534 --clear-groups)
-  keep denied "${drop[@]}" corvane-host metrics -q --textfile "$folder/x.prom"
+  keep denied unprivileged corvane-host metrics -q --textfile "$folder/x.prom"
   ended denied 6
   said denied "corvane-host: writing $folder/x.prom failed: Permission denied"
   same "old" "$(cat "$folder/x.prom")"

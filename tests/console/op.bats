@@ -60,7 +60,7 @@ setup_file() {
   ended light 0
   same "a0 light: off -> on" "$(out light)"
   ended force 0
-  same "a0: attached -> detached" "$(out force)"
+  same "a0: attached -> detached" "$(untimed force)"
   same 0 "$(card force iom_state)"
 }
 

@@ -20,7 +20,7 @@ setup_file() {
   cardsim set card0 iom_format_max_size_bytes 1099511627776
 
   on yes 24x120 see "Detach the adapter? [y/N]" press y press Enter ends 0 \
-    see "Detaching a0 ... 0:00 gone" see "a0: attached -> detached" -- detach a0 &
+    see "Detaching a0 ... 0:" see "a0: attached -> detached" -- detach a0 &
   on no 24x120 see "[y/N]" press n press Enter ends 4 see "it was not wanted" -- detach a0 &
   on enter 24x120 see "[y/N]" press Enter ends 4 see "Nothing was changed." -- detach a0 &
   on eof 24x120 see "[y/N]" press Ctrl-D ends 4 see "Nothing was changed." -- detach a0 &
@@ -34,7 +34,7 @@ setup_file() {
     -- sh -c "corvane-host --simulate='$BATS_FILE_TMPDIR/piped.json' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
   on right 24x120 see "Where   the light of its card is blinking now" see "(Enter stops):" \
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
-    press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:00 gone" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
+    press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
   on wrong 24x120 see "(Enter stops):" press S200 press Enter ends 4 \
     see "'S200' is not its serial number" -- format a0/d0 --capacity 50 &
   on almost 24x120 see "(Enter stops):" press s100 press Enter ends 4 see "Nothing was changed." \
@@ -49,7 +49,7 @@ setup_file() {
     -- format a0/d0 --dry-run --capacity 50 &
   wait
   on attach 24x120 see "Attach the adapter? [y/N]" press yes press Enter ends 0 \
-    see "Attaching a0 ... 0:00 gone" see "a0: detached -> attached" -- attach a0 &
+    see "Attaching a0 ... 0:" see "a0: detached -> attached" -- attach a0 &
   on offline 24x120 see "[y/N]" press Ctrl-C ends 130 see "Nothing was changed." -- offline a0/d0 &
   on forced 24x120 see "By force: " see "[y/N]" press Enter ends 4 -- detach a0 --force &
   on op 24x120 see "[y/N]" press no press Enter ends 4 -- op run a0 DETACH &
@@ -77,9 +77,9 @@ on() {
 mounted() {
   local sysfs="$BATS_FILE_TMPDIR/used"
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
-  CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_root_on_card "$sysfs"
+  CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_mount_on_card "$sysfs"
   CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" \
-    screen 24x120 see "it is in use: fioa is held by md7, fioa is mounted at /" ends 4 \
+    screen 24x120 see "it is in use: fioa is held by md7, fioa is mounted at $(a_mount 2)" ends 4 \
     see "Nothing was changed." -- corvane-host format a0/d0 --capacity 50
 }
 
@@ -127,7 +127,8 @@ as_before() {
 
 @test "the question is not in the answer" {
   played piped
-  same "a0: attached -> detached" "$(cat "$BATS_FILE_TMPDIR/piped.answer")"
+  cp "$BATS_FILE_TMPDIR/piped.answer" "$BATS_FILE_TMPDIR/answer.out"
+  same "a0: attached -> detached" "$(untimed answer)"
 }
 
 @test "the right serial number formats the drive, and the light blinks until then" {

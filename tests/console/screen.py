@@ -19,6 +19,7 @@ Steps, in order:
 Ends with 0 when every step went well within its time.
 """
 import codecs
+import os
 import signal
 import subprocess
 import sys
@@ -28,7 +29,8 @@ import time
 import pexpect
 import pyte
 
-PATIENCE = 15
+# Spent on what does not come, so that it costs nothing where all goes well.
+PATIENCE = 120
 KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Left": "\x1b[D", "Escape": "\x1b",
         "Backspace": "\x7f", "Ctrl-C": "\x03", "Ctrl-D": "\x04"}
 
@@ -118,8 +120,18 @@ def size_of(text):
     return int(rows), int(columns)
 
 
+def fresh_modes():
+    """Those of a new terminal. The program may have changed its own before they could be read."""
+    pair = os.openpty()
+    try:
+        return termios.tcgetattr(pair[0])
+    finally:
+        for end in pair:
+            os.close(end)
+
+
 def play(terminal, steps):
-    modes = terminal.modes()
+    modes = fresh_modes()
     while steps:
         verb = steps.pop(0)
         if verb == "print":
