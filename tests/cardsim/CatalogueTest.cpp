@@ -1,5 +1,3 @@
-#include <set>
-
 #include "tests/cardsim/Fixture.h"
 
 extern "C" int UseFromC(void);
@@ -7,57 +5,6 @@ extern "C" int UseFromC(void);
 namespace {
 
 using Catalogue = SimulatedCards;
-
-// Calls each function of the header once, with a handle that fits.
-void CallAll(void* card, void* adapter, void* format, void* attach, void* detach, void* volume) {
-  vsl_error_record err = {};
-  void* none = nullptr;
-#define CALL_PAIR(type, name)                                                       \
-  vsl_has_##name(std::string(#name) == "power_limit_watts" ? adapter : card, &err); \
-  vsl_##name(std::string(#name) == "power_limit_watts" ? adapter : card, &err);
-  VSL_CARD_ATTRIBUTES(CALL_PAIR)
-#define CALL_FORMAT_PAIR(type, name)       \
-  vsl_iom_format_has_##name(format, &err); \
-  vsl_iom_format_##name(format, &err);
-  VSL_FORMAT_ATTRIBUTES(CALL_FORMAT_PAIR)
-  vsl_pci_device_id(card, &err);
-  vsl_reserve_status(card, &err);
-  vsl_iom_format_has_size_mode(format, &err);
-  vsl_set_beacon_state(card, 1, &err);
-  vsl_vsu_state(volume, &err);
-  vsl_has_vsu_state(volume, &err);
-  vsl_set_vsu_state(volume, 0, &err);
-  vsl_iom_detach_set_force(detach, 1, &err);
-  vsl_iom_format_set_size_mode(format, 11, &err);
-  vsl_iom_format_set_size_bytes(format, 4096, &err);
-  vsl_iom_format_set_size_pct(format, 50, &err);
-  vsl_iom_format_set_sector_size_bytes(format, 4096, &err);
-  vsl_op_start(detach, &err);
-  vsl_op_wait_for_result(detach, &err);
-  vsl_close(card, &err);
-  vsl_destroy(&attach, &err);
-  vsl_iom_iterate(&none, 1, &err);
-}
-
-TEST_F(Catalogue, EveryFunctionIsReachedAndSucceeds) {
-  File().AddCard(0x1003);
-  File().Set("card0", "detach_ms", "0");
-  ASSERT_EQ(0U, vsl_init(0, &m_Error));
-  void* card = Opened();
-  void *adapter = nullptr, *format = nullptr, *attach = nullptr, *detach = nullptr,
-       *volume = nullptr;
-  EXPECT_EQ(0U, vsl_adapter_create(card, &adapter, &m_Error));
-  EXPECT_EQ(0U, vsl_iom_format_create(card, &format, &m_Error));
-  EXPECT_EQ(0U, vsl_iom_attach_create(card, &attach, &m_Error));
-  EXPECT_EQ(0U, vsl_iom_detach_create(card, &detach, &m_Error));
-  EXPECT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
-  CallAll(card, adapter, format, attach, detach, volume);
-  vsl_fini();
-  std::set<std::string> called;
-  for (const auto& call : CardSim::CallLog()) called.insert(call.function);
-  EXPECT_EQ(124U, called.size());
-  EXPECT_EQ("", Joined(CardSim::Misuse()));
-}
 
 TEST_F(Catalogue, SpeaksC) {
   StartWithCard();
