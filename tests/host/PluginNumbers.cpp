@@ -1,0 +1,83 @@
+// The plug-in states the numbers of its host and of its card library itself: no header of theirs
+// tells it when one is wrong.
+#include "Corvane/Src/CardNumbers.h"
+#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/WaitResults.h"
+#include "tests/host/NumberChecks.h"
+
+namespace {
+
+namespace own = NAMESPACE_Corvane::PI;
+
+namespace Errors {
+namespace in = own;
+CHECK_ALL(own::_ERROR, HOST_ERRORS, HOST_LOW_ERRORS);
+}  // namespace Errors
+
+namespace Events {
+namespace in = own::Event;
+CHECK_ALL(own::_EVENT_ID, HOST_EVENTS, NONE_LOW);
+}  // namespace Events
+
+namespace Operations {
+namespace in = own;
+CHECK_ALL(own::_OPERATION_ID, HOST_OPERATIONS, NONE_LOW);
+}  // namespace Operations
+
+#define SELECTOR_OF_ALL(X) X(UNDEFINED, 1)
+namespace Properties {
+namespace in = own::Property;
+CHECK_ALL(own::Property::Id, HOST_PROPERTIES, SELECTOR_OF_ALL);
+}  // namespace Properties
+
+namespace ShortNames {
+namespace in = own::ShortName;
+CHECK_ALL(own::ShortName::Id, HOST_SHORT_NAMES, NONE_LOW);
+}  // namespace ShortNames
+
+namespace Values {
+namespace in = own::Value;
+CHECK_ALL(own::Value::_VALUE_ID, HOST_VALUES, NONE_LOW);
+}  // namespace Values
+
+namespace ObjectTypes {
+namespace in = own;
+CHECK_ALL(own::_OBJECT_TYPE, HOST_OBJECT_TYPES, NONE_LOW);
+}  // namespace ObjectTypes
+
+namespace Severities {
+namespace in = own;
+CHECK_ALL(own::_SEVERITY, HOST_SEVERITIES, NONE_LOW);
+}  // namespace Severities
+
+#define VALUE_TYPES(X) X(VALUE_TYPE_CHOICE, 3) X(VALUE_TYPE_RANGE, 7)
+namespace ValueTypes {
+namespace in = own;
+CHECK_ALL(own::_VALUE_TYPE, VALUE_TYPES, NONE_LOW);
+}  // namespace ValueTypes
+
+namespace CommandsAndUnits {
+namespace in = own;
+HOST_COMMANDS(CHECK)
+HOST_UNITS(CHECK)
+}  // namespace CommandsAndUnits
+
+#define CARD_STATES(X)  \
+  X(kStateDetached, 0)  \
+  X(kStateAttaching, 1) \
+  X(kStateAttached, 2)  \
+  X(kStateDetaching, 3) \
+  X(kStateMinimal, 5)
+namespace CardStates {
+namespace in = NAMESPACE_Corvane;
+CHECK_ALL(NAMESPACE_Corvane::CardStateNumber, CARD_STATES, NONE_LOW);
+}  // namespace CardStates
+
+static_assert(NAMESPACE_Corvane::kLibraryNotReady == 27);
+static_assert(NAMESPACE_Corvane::kSizeModeOverformat == 11);
+static_assert(NAMESPACE_Corvane::kErrorTextAt == 8);
+static_assert(NAMESPACE_Corvane::kErrorRecordSize == 1048);
+static_assert(NAMESPACE_Corvane::kWaitSucceeded == 1);
+static_assert(NAMESPACE_Corvane::kWaitTimedOut == 130);
+
+}  // namespace
