@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <boost/convert.hpp>
 #include <boost/convert/stream.hpp>
+#include <cstring>
 #include <new>
+#include <type_traits>
 
 #include "Corvane/Src/Trace.h"
 
@@ -27,7 +29,22 @@ MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile("Corvane.nls", 25966
 
 }  // namespace NLS
 
-MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList = {0x21300001, {0, 0, 0}};
+namespace {
+
+// Four words, of which the first one is the code of a message and the others are zero. The toolkit
+// may name them as it likes.
+template <class List>
+List MessageList(std::uint64_t code) {
+  static_assert(sizeof(List) == 4 * sizeof code && std::is_trivially_copyable_v<List>);
+  List list = {};
+  std::memcpy(&list, &code, sizeof code);
+  return list;
+}
+
+}  // namespace
+
+MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList =
+    MessageList<decltype(ErrorMsgList)>(0x21300001);
 
 // Behind the two objects that it points to.
 MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane(kModuleNumber, "Corvane", "P:7.7.0 F:7.7.0",
@@ -70,6 +87,8 @@ Record& As(void* payload) {
 
 IPLUGINAPI_IMPL::IPLUGINAPI_IMPL() {
   m_InterfaceVersion = kInterfaceVersion;
+  m_ModuleID = 0;
+  m_HostNotify = decltype(m_HostNotify)();
   m_Database = getDatabasePointer();
   m_ConfigFile.SetFileName("Corvane.ini");
   std::string pollInterval;
@@ -88,7 +107,7 @@ IPLUGINAPI_IMPL::~IPLUGINAPI_IMPL() {
 }
 
 unsigned int IPLUGINAPI_IMPL::Execute(PI::_COMMAND command, unsigned long objectId, void* payload) {
-  switch (command) {
+  switch (static_cast<std::uint32_t>(command)) {
     case PI::CMD_INITIALIZE:
       return FillList<PI::CAdapterID>(payload, [&](auto& list) { return Initialize(list); });
     case PI::CMD_SET_ADAPTER_IDS:

@@ -261,16 +261,19 @@ enum _VALUE_ID : std::int32_t { CORVANE_VALUES(CORVANE_VALUE) };
 
 using Event::_EVENT_ID;
 
-constexpr auto CMD_INITIALIZE = static_cast<_COMMAND>(1);
-constexpr auto CMD_SET_ADAPTER_IDS = static_cast<_COMMAND>(2);
-constexpr auto CMD_DEINITIALIZE = static_cast<_COMMAND>(3);
-constexpr auto CMD_GET_TOPOLOGY = static_cast<_COMMAND>(4);
-constexpr auto CMD_GET_PROPERTIES = static_cast<_COMMAND>(5);
-constexpr auto CMD_GET_PROPERTY = static_cast<_COMMAND>(6);
-constexpr auto CMD_SET_PROPERTY = static_cast<_COMMAND>(7);
-constexpr auto CMD_GET_OPERATIONS = static_cast<_COMMAND>(8);
-constexpr auto CMD_CHECK_OPERATION = static_cast<_COMMAND>(9);
-constexpr auto CMD_EXECUTE_OPERATION = static_cast<_COMMAND>(10);
+// Commands of `IPLUGINAPI::Execute`.
+enum Command : std::uint32_t {
+  CMD_INITIALIZE = 1,
+  CMD_SET_ADAPTER_IDS = 2,
+  CMD_DEINITIALIZE = 3,
+  CMD_GET_TOPOLOGY = 4,
+  CMD_GET_PROPERTIES = 5,
+  CMD_GET_PROPERTY = 6,
+  CMD_SET_PROPERTY = 7,
+  CMD_GET_OPERATIONS = 8,
+  CMD_CHECK_OPERATION = 9,
+  CMD_EXECUTE_OPERATION = 10
+};
 
 // Kinds of object, `CObject::m_ObjectType`.
 enum _OBJECT_TYPE : std::uint32_t {

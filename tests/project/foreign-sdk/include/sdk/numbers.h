@@ -1,0 +1,12 @@
+// The three types of numbers that cross the interface, each of another kind.
+#pragma once
+
+#include "sdk/own/vocabulary.h"
+
+namespace PI {
+
+enum _COMMAND { OWN_FIRST_COMMAND = 1, OWN_LAST_COMMAND = 10, OWN_COMMAND_ROOM = 0x7FFFFFFF };
+enum class _PROPERTY_ID : unsigned int {};
+typedef unsigned int _UNITS;
+
+}  // namespace PI

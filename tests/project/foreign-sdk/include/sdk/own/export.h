@@ -1,0 +1,3 @@
+#pragma once
+
+#define OWN_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,32 @@
+// Time and hardware.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sdk/own/export.h"
+
+namespace MBX {
+namespace Misc {
+
+OWN_EXPORT unsigned long long now();
+
+}  // namespace Misc
+}  // namespace MBX
+
+namespace MBXX {
+
+struct OWN_EXPORT CConfigManager {
+  static bool GetLocation(const std::vector<std::string>&, unsigned long, int&, int&, int&, int&);
+};
+
+struct CSystemDate_Lx {
+  unsigned int m_Year, m_Month, m_Day, m_OwnDayOfWeek, m_OwnDayOfYear, m_Hour, m_Minute;
+  unsigned int m_OwnSecond, m_OwnMilliseconds, m_OwnZone;
+};
+
+struct OWN_EXPORT CSystemTime_Lx {
+  static bool GetDate(unsigned long, CSystemDate_Lx&);
+};
+
+}  // namespace MBXX

@@ -1,0 +1,112 @@
+// Locks, events, threads and delegates. A delegate is passed by value here, and a thread's handle
+// is a pointer.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "sdk/own/export.h"
+
+namespace MBX {
+
+namespace Delegates_and_Calls {
+
+class OWN_EXPORT CDelegate {
+ public:
+  explicit CDelegate(std::function<unsigned int()>);
+  std::function<unsigned int()> m_OwnCall;
+};
+
+template <class OwnObject, class OwnResult>
+class TDelegateR0 : public CDelegate {
+ public:
+  TDelegateR0(OwnObject* own_object, OwnResult (OwnObject::*own_member)())
+      : CDelegate([=] { return (own_object->*own_member)(); }) {}
+};
+
+template <class OwnObject, class OwnResult, class OwnArgument>
+class TDelegateR1;
+
+template <class OwnObject, class OwnResult>
+class TDelegateR1<OwnObject, OwnResult, const std::string&> : public CDelegate {
+ public:
+  TDelegateR1(OwnObject* own_object, OwnResult (OwnObject::*own_member)(const std::string&),
+              std::string own_text)
+      : CDelegate([=] { return (own_object->*own_member)(own_text); }) {}
+};
+
+}  // namespace Delegates_and_Calls
+
+namespace Threading {
+
+enum OWN_LIMITS : unsigned int { WAIT_INFINITE = 0xFFFFFFFF };
+
+namespace Native_OS {
+
+class OWN_EXPORT CFastMutex {
+ public:
+  CFastMutex();
+  ~CFastMutex();
+  bool Init();
+  unsigned int Wait(unsigned int = WAIT_INFINITE);
+  bool Release();
+
+  void* m_OwnLock;
+};
+
+}  // namespace Native_OS
+
+class OWN_EXPORT CEvent {
+ public:
+  CEvent();
+  ~CEvent();
+  bool Init(bool, bool);
+  bool Set();
+
+  bool m_OwnState;
+};
+
+class OWN_EXPORT CWaitInterval {
+ public:
+  explicit CWaitInterval(unsigned int);
+  void Restart(unsigned int);
+  operator unsigned int() const;
+
+  unsigned long m_OwnEnd;
+};
+
+class OWN_EXPORT CWaiter {
+ public:
+  bool Add(CEvent&);
+  unsigned int Wait(unsigned int, bool);
+};
+
+class OWN_EXPORT CSyncGuard {
+ public:
+  CSyncGuard(Native_OS::CFastMutex&, unsigned int = WAIT_INFINITE);
+  ~CSyncGuard();
+  CSyncGuard(const CSyncGuard&) = delete;
+  CSyncGuard& operator=(const CSyncGuard&) = delete;
+
+  Native_OS::CFastMutex* m_OwnLock;
+};
+
+class OWN_EXPORT CThread {
+ public:
+  CThread();
+  virtual ~CThread();
+  CThread(const CThread&) = delete;
+  CThread& operator=(const CThread&) = delete;
+
+  bool Create(Delegates_and_Calls::CDelegate, bool = false);
+  unsigned int Wait(unsigned int = WAIT_INFINITE);
+  const void* GetHandle();
+  bool Cancel();
+
+  void* m_OwnThread;
+};
+
+}  // namespace Threading
+
+}  // namespace MBX
