@@ -137,7 +137,9 @@ class Journal {
   }
   // Takes the events out of the queue before each call and each statement, an entry each.
   void CollectEvents() { m_Collects = true; }
+  // Notes what comes into `printed`, until `StopPrint`.
   void Print(PrintedText& printed) { m_pPrinted = &printed; }
+  void StopPrint() { m_pPrinted = nullptr; }
 
   // Observes once more, for what came after the last call.
   void LookAround() {

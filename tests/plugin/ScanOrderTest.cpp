@@ -1,0 +1,332 @@
+// The steps of the worker in one sequence: what comes before what when locks, cards, events, rows
+// and the host's call meet.
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/Journal.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+Lines Joined(const std::vector<Lines>& parts) {
+  Lines all;
+  for (const Lines& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+class ScanOrder : public Watched {
+ protected:
+  // From the next wake-up on, what the worker does is in the journal.
+  void BeginJournal() {
+    m_OnLine = [this](const std::string& line) { m_Journal.Note("trace " + line); };
+    m_OnNotify = [this] { m_Journal.Note("notify"); };
+    m_Journal.Begin();
+  }
+  void TearDown() override {
+    m_OnLine = nullptr;
+    m_OnNotify = nullptr;
+  }
+  // The steps of the next wake-up.
+  Lines Next() {
+    AwaitWakeUps();
+    return Steps(m_Journal.OfOthers());
+  }
+
+  const DatabaseLife m_Database;
+  Journal m_Journal{m_Host};
+};
+
+const Lines WAKE_UP = {"-- trace 4 Worker() timeout event received"};
+const Lines TAKE_DATA = {"-- trace 8 Before m_DataLock.Wait(INFINITE)",
+                         "d- trace 8 After m_DataLock.Wait(INFINITE)"};
+const Lines TAKE_EVENTS = {"d- trace 8 Before m_EventsLock.Wait(INFINITE)",
+                           "de trace 8 After m_EventsLock.Wait(INFINITE)"};
+const Lines BEGIN_SCAN = {"de trace 16 Before ScanSystem()",
+                          "de trace 2 ENTER ScanSystem(0) PhyDrive=0"};
+const Lines END_SCAN = {"de trace 2 LEAVE ScanSystem() -> 0",
+                        "de trace 16 After ScanSystem() ret = 0",
+                        "de trace 16 Before UpdateSystem()"};
+const Lines QUEUE = {"de trace 8 Before m_EventsLock.Wait (sg)",
+                     "de trace 8 After m_EventsLock.Wait (sg)"};
+const Lines END_UPDATE = {"de trace 2 LEAVE UpdateSystem ret = 0",
+                          "de trace 16 After UpdateSystem() ret = 0"};
+const Lines FREE_BOTH = {
+    "de trace 4 Worker() after bscan", "de trace 8 Before m_EventsLock.Release ()",
+    "d- trace 8 After m_EventsLock.Release ()", "d- trace 8 Before m_DataLock.Release ()",
+    "-- trace 8 After m_DataLock.Release ()"};
+const Lines NOTIFY = {"-- notify"};
+const Lines REST = {"-- trace 2 Worker() before restart interval"};
+
+// A card that is scanned well, by its path and the numbers of its handles.
+Lines ScanOf(const std::string& path, const std::string& number) {
+  const std::string card = "card#" + number;
+  const std::string adapter = "adapter#" + number;
+  const std::string format = "format#" + number;
+  return {"de call vsl_iom_create_by_name " + path,
+          "de call vsl_open " + card,
+          "de call vsl_adapter_create " + card,
+          "de call vsl_destroy " + adapter,
+          "de trace 16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
+          "de trace 16 ScanSystem, vsl_has_origin_ts = 1352937600000",
+          "de trace 16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",
+          "de call vsl_iom_format_create " + card,
+          "de call vsl_iom_format_set_size_mode " + format + " 11",
+          "de call vsl_destroy " + format,
+          "de call vsl_close " + card,
+          "de call vsl_destroy " + card};
+}
+
+Lines UpdateAdapterRow(const std::string& index, const std::string& name,
+                       const std::string& number) {
+  return {"de sql SELECT * FROM host_adapter_rows",
+          "de trace 2 ENTER AdapterGetProperties (" + index + ")",
+          "de sql UPDATE host_adapter_rows",
+          "de trace 128 Adapter (" + name + ") (" + number + ") entry updated in db."};
+}
+Lines UpdateDriveRow(const std::string& path) {
+  return {"de sql SELECT * FROM host_drive_rows",
+          "de trace 2 ENTER SetDatabaseObjectProperties (PhysicalDisk) ()",
+          "de call vsl_iom_create_by_name " + path, "de sql UPDATE host_drive_rows",
+          "de trace 128 PD (Flash Adapter G2 (0)) updated in db."};
+}
+
+constexpr const char* FIRST_NAME = "SanDisk Flash Adapter 785GB (1)";
+constexpr const char* SECOND_NAME = "SanDisk Flash Adapter 785GB (2)";
+
+TEST_F(ScanOrder, OfAChangeWithAnEvent) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  Set("card0", "iom_state", "0");
+  m_Journal.CollectEvents();
+  BeginJournal();
+  EXPECT_THAT(Next(), ElementsAreArray(
+                          Joined({WAKE_UP,
+                                  TAKE_DATA,
+                                  TAKE_EVENTS,
+                                  BEGIN_SCAN,
+                                  ScanOf("/dev/fct0", "1"),
+                                  END_SCAN,
+                                  {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                                  QUEUE,
+                                  {"de event 10984"},
+                                  UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
+                                  UpdateDriveRow("/dev/fct0"),
+                                  END_UPDATE,
+                                  FREE_BOTH,
+                                  NOTIFY,
+                                  REST})));
+}
+
+TEST_F(ScanOrder, OfNoChange) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  BeginJournal();
+  EXPECT_THAT(Next(), ElementsAreArray(
+                          Joined({WAKE_UP,
+                                  TAKE_DATA,
+                                  TAKE_EVENTS,
+                                  BEGIN_SCAN,
+                                  ScanOf("/dev/fct0", "1"),
+                                  END_SCAN,
+                                  {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                                  UpdateDriveRow("/dev/fct0"),
+                                  {"de trace 2 LEAVE UpdateSystem ret = 20000",
+                                   "de trace 16 After UpdateSystem() ret = 20000"},
+                                  FREE_BOTH,
+                                  REST})));
+}
+
+// Changed adapters before removed ones, adapters before drives.
+TEST_F(ScanOrder, OfACardThatGoesBesideOneThatChanges) {
+  AddCards(2);
+  StartWatch();
+  AwaitWakeUps(2);
+  Set("card0", "iom_state", "0");
+  m_Journal.CollectEvents();
+  BeginJournal();
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "gone");
+  EXPECT_THAT(Next(), ElementsAreArray(
+                          Joined({WAKE_UP,
+                                  TAKE_DATA,
+                                  TAKE_EVENTS,
+                                  BEGIN_SCAN,
+                                  ScanOf("/dev/fct0", "1"),
+                                  {"de call vsl_iom_create_by_name /dev/fct1",
+                                   "de trace 16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"},
+                                  END_SCAN,
+                                  {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                                  QUEUE,
+                                  {"de event 10984", "de event 11094"},
+                                  UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
+                                  {"de sql DELETE FROM host_adapter_rows",
+                                   std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" +
+                                       NumberOf(4) + ") removed from db."},
+                                  UpdateDriveRow("/dev/fct0"),
+                                  END_UPDATE,
+                                  FREE_BOTH,
+                                  NOTIFY,
+                                  REST})));
+}
+
+// What was queued is seen at the first call behind it, which is a read for the first row. Added
+// adapters come before changed ones, added drives before the upkeep of all drives.
+TEST_F(ScanOrder, OfACardThatComesBesideOneThatChanges) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  AwaitScans();
+  AwaitWakeUps(2);
+  Events();
+  Show(1);
+  Set("card0", "iom_state", "0");
+  m_Journal.CollectEvents();
+  BeginJournal();
+  Lines second = ScanOf("/dev/fct1", "2");
+  second.insert(second.end() - 2, "de trace 2 The drive is not found yet!");
+  EXPECT_THAT(
+      Next(),
+      ElementsAreArray(Joined(
+          {WAKE_UP,
+           TAKE_DATA,
+           TAKE_EVENTS,
+           BEGIN_SCAN,
+           ScanOf("/dev/fct0", "1"),
+           second,
+           END_SCAN,
+           {"de trace 2 ENTER UpdateSystem for 2 adapter, 2 physicalDrives"},
+           QUEUE,
+           {"de trace 2 ENTER AdapterGetProperties (1)", "de event 10984", "de event 11093",
+            "de sql SELECT MAX(ID) FROM host_adapter_rows", "de sql INSERT INTO host_adapter_rows",
+            std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" + NumberOf(4) +
+                ") inserted to db."},
+           UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
+           {"de trace 2 ENTER SetDatabaseObjectProperties (PhysicalDisk) ()",
+            "de call vsl_iom_create_by_name /dev/fct1",
+            "de sql SELECT MAX(ID) FROM host_drive_rows", "de sql INSERT INTO host_drive_rows",
+            "de trace 128 PD (Flash Adapter G2 (0)) inserted to db."},
+           UpdateDriveRow("/dev/fct0"),
+           UpdateDriveRow("/dev/fct1"),
+           END_UPDATE,
+           FREE_BOTH,
+           NOTIFY,
+           REST})));
+}
+
+// Every read of the look comes before the events' lock, and none of the scan.
+TEST_F(ScanOrder, OfALookThatFindsADifference) {
+  AddCards(2);
+  StartWatch();
+  Set("card0", "iom_state", "0");
+  BeginJournal();
+  Lines steps = Next();
+  const Lines begin(steps.begin(), steps.begin() + 14);
+  EXPECT_THAT(begin, ElementsAreArray(Joined(
+                         {WAKE_UP,
+                          TAKE_DATA,
+                          {"d- call vsl_iom_create_by_name /dev/fct0", "d- call vsl_open card#1",
+                           "d- call vsl_close card#1", "d- call vsl_destroy card#1",
+                           "d- call vsl_iom_create_by_name /dev/fct1", "d- call vsl_open card#2",
+                           "d- call vsl_close card#2", "d- call vsl_destroy card#2"},
+                          TAKE_EVENTS,
+                          {"de trace 16 Before ScanSystem()"}})));
+}
+
+TEST_F(ScanOrder, OfALookThatCannotReachACard) {
+  AddCards(2);
+  StartWatch();
+  BeginJournal();
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  EXPECT_THAT(
+      Next(),
+      ElementsAreArray(Joined(
+          {WAKE_UP,
+           TAKE_DATA,
+           {"d- call vsl_iom_create_by_name /dev/fct0",
+            "d- trace 16 Worker, vsl_iom_create_by_name = 61 (gone)",
+            "d- call vsl_iom_create_by_name /dev/fct1", "d- call vsl_open card#1",
+            "d- trace 16 Worker, vsl_open = 62 (not now)", "d- call vsl_destroy card#1",
+            "d- trace 8 Before m_DataLock.Release ()", "-- trace 8 After m_DataLock.Release ()"},
+           REST})));
+}
+
+// The card is destroyed behind the line that says why; the host is called for the event that waits.
+TEST_F(ScanOrder, OfAScanThatFailsWhileAnEventWaits) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  StartWatch();
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  AwaitWakeUps(2);
+  BeginJournal();
+  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  EXPECT_THAT(Next(),
+              ElementsAreArray(Joined(
+                  {WAKE_UP,
+                   TAKE_DATA,
+                   TAKE_EVENTS,
+                   BEGIN_SCAN,
+                   {"de call vsl_iom_create_by_name /dev/fct0", "de call vsl_open card#1",
+                    "de trace 16 ScanSystem, vsl_open = 62 (not now)", "de call vsl_destroy card#1",
+                    "de trace 16 After ScanSystem() ret = 20003"},
+                   FREE_BOTH,
+                   NOTIFY,
+                   REST})));
+}
+
+TEST_F(ScanOrder, OfACardWithoutAFormatJob) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  BeginJournal();
+  CardSim::FailCall("vsl_iom_format_create", 1, 63, "no format");
+  Lines scan = Next();
+  const auto create = std::find(scan.begin(), scan.end(), "de call vsl_iom_format_create card#1");
+  ASSERT_GE(scan.end() - create, 4);
+  const Lines after(create, create + 4);
+  EXPECT_THAT(after, ElementsAre("de call vsl_iom_format_create card#1",
+                                 "de trace 16 ScanSystem, vsl_iom_format_create = 63 (no format)",
+                                 "de call vsl_close card#1", "de call vsl_destroy card#1"));
+}
+
+// A line that tells a value stands behind its read and before the next question.
+TEST_F(ScanOrder, OfTheAgesAndTheirLines) {
+  AddCards(1);
+  StartWatch();
+  AwaitWakeUps(2);
+  BeginJournal();
+  AwaitWakeUps();
+  const Lines entries = m_Journal.OfOthers();
+  const auto begin =
+      std::find(entries.begin(), entries.end(), "de call vsl_has_first_use_ts card#1");
+  ASSERT_GE(entries.end() - begin, 9);
+  const Lines ages(begin, begin + 9);
+  EXPECT_THAT(
+      ages, ElementsAre("de call vsl_has_first_use_ts card#1", "de call vsl_first_use_ts card#1",
+                        "de trace 16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
+                        "de call vsl_has_origin_ts card#1", "de call vsl_origin_ts card#1",
+                        "de trace 16 ScanSystem, vsl_has_origin_ts = 1352937600000",
+                        "de call vsl_has_reserve_warning_threshold_percent card#1",
+                        "de call vsl_reserve_warning_threshold_percent card#1",
+                        "de trace 16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10"));
+}
+
+// The host is called before the worker rests, and no lock is taken on the way.
+TEST_F(ScanOrder, OfAWakeUpForTheHost) {
+  AddCards(1);
+  StartWatch();
+  BeginJournal();
+  ASSERT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_OFFLINE), 0U);
+  Settle();
+  EXPECT_THAT(m_Journal.OfOthers(),
+              ElementsAreArray(
+                  Joined({{"-- trace 4 Worker() m_PrivateEvent event received"}, NOTIFY, REST})));
+}
+
+}  // namespace
+}  // namespace CorvaneTest
