@@ -1,0 +1,189 @@
+// A thread that cannot be started: nobody is told, nobody waits for it, and the next try is free.
+
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ThreadCreation : public Watched {
+ protected:
+  void ExpectStopWithoutWaiting() {
+    const unsigned long begin = NowMs();
+    ForgetAll();
+    EXPECT_EQ(m_Host.DeInitialize(), 0U);
+    EXPECT_EQ(NowMs() - begin, 200U);
+    EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
+    for (const std::string& line : KeptLines()) {
+      EXPECT_EQ(line.find("Wait for termination"), std::string::npos) << line;
+    }
+  }
+};
+
+TEST_F(ThreadCreation, WithoutAWorkerTheHostIsServedAndNothingIsWatched) {
+  AddCards(1);
+  HostKit::FailThreadCreate(1);
+  StartWatch();  // the numbers are taken all the same
+  EXPECT_THAT(HostKit::Threads(), IsEmpty());
+  EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk Flash Adapter 785GB (1)\"");
+  Set("card0", "iom_state", "0");
+  ForgetAll();
+  PassMs(60000);
+  EXPECT_THAT(KeptLines(), IsEmpty());
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  EXPECT_EQ(m_Host.SetPollInterval(20), 0U);
+  PassMs(1000);
+  EXPECT_THAT(Notifications(), IsEmpty());
+  ExpectStopWithoutWaiting();
+}
+
+TEST_F(ThreadCreation, OfAWorkerIsTriedAgainWithTheNextNumbers) {
+  AddCards(1);
+  HostKit::FailThreadCreate(1);
+  StartWatch();
+  EXPECT_THAT(TimesOf("2 ENTER Worker()"), IsEmpty());
+  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  PassMs(5100);
+  EXPECT_THAT(TimesOf("2 ENTER Worker()"), SizeIs(1));
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
+}
+
+// The worker that is there goes on when a second one cannot be started.
+TEST_F(ThreadCreation, OfASecondWorkerDoesNotStopTheFirst) {
+  AddCards(1);
+  StartWatch();
+  HostKit::FailThreadCreate(1);
+  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  PassMs(5100);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
+}
+
+// There is no thread to cancel then, and a late job is left to its card as always.
+TEST_F(ThreadCreation, WithoutAWorkerALateJobIsGivenUpAllTheSame) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  Set("card0", "attach_ms", "40000");
+  HostKit::FailThreadCreate(1);
+  StartWatch();
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_EQ(NowMs(), 25200U);
+  EXPECT_THAT(TimesOf("16 Kill Attach"), SizeIs(1));
+  EXPECT_THAT(TimesOf("16 Kill Worker"), IsEmpty());
+  PassMs(30000);
+  ASSERT_THAT(HostKit::Threads(), SizeIs(1));
+  EXPECT_TRUE(HostKit::Threads()[0].ended);
+  EXPECT_EQ(HostKit::Threads()[0].cancelRequests, 0U);
+}
+
+struct JobKind {
+  const char* name;
+  std::uint32_t operation;
+  const char* before;
+  const char* after;
+  Lines lines;
+};
+
+void PrintTo(const JobKind& job, std::ostream* stream) {
+  *stream << job.name;
+}
+
+const JobKind JOB_KINDS[] = {
+    {"Attach",
+     50126,
+     "0",
+     "2",
+     {"2 ENTER ExecuteAdapterOperation(50126) (0)",
+      "16 ExecuteAdapterOperation(), OP_ATTACH, start Attach thread",
+      "2 LEAVE AdapterExecuteOperation() -> 0"}},
+    {"Detach",
+     50127,
+     "2",
+     "0",
+     {"2 ENTER ExecuteAdapterOperation(50127) (0)",
+      "16 ExecuteAdapterOperation(), OP_DETACH, start Detach thread",
+      "2 LEAVE AdapterExecuteOperation() -> 0"}},
+    {"ForceDetach",
+     50128,
+     "2",
+     "0",
+     {"2 ENTER ExecuteAdapterOperation(50128) (0)",
+      "16 ExecuteAdapterOperation(), OP_FORCE_DETACH, start ForceDetach thread",
+      "2 LEAVE AdapterExecuteOperation() -> 0"}},
+};
+
+class EachJobWithoutAThread : public ThreadCreation, public testing::WithParamInterface<JobKind> {
+ protected:
+  // Cards whose jobs take no time.
+  void StartWith(int cards) {
+    AddCards(cards);
+    for (const std::string& card : m_Host.Cards().Cards()) {
+      Set(card, "iom_state", GetParam().before);
+      Set(card, "attach_ms", "0");
+      Set(card, "detach_ms", "0");
+    }
+    StartWatch("255");
+  }
+  unsigned int Run(std::uint64_t adapter) { return m_Host.Run(adapter, GetParam().operation); }
+  unsigned int Check(std::uint64_t adapter) { return m_Host.Check(adapter, GetParam().operation); }
+};
+
+TEST_P(EachJobWithoutAThread, IsNoErrorAndNoEventAndAsksNoCard) {
+  StartWith(1);
+  ForgetAll();
+  HostKit::FailThreadCreate(1);
+  EXPECT_EQ(Run(FIRST), 0U);
+  PassMs(10000);
+  Lines lines;
+  for (const std::string& line : KeptLines()) {
+    if (line.rfind("8 ", 0) != 0) lines.push_back(line);
+  }
+  EXPECT_EQ(lines, GetParam().lines);
+  EXPECT_THAT(m_Host.Calls(), IsEmpty());
+  EXPECT_THAT(HostKit::Threads(), SizeIs(1));  // the worker
+  EXPECT_THAT(Events(), IsEmpty());
+  EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), GetParam().before);
+}
+
+TEST_P(EachJobWithoutAThread, DoesNotCountAsBusyAndTheNextOneRuns) {
+  StartWith(1);
+  HostKit::FailThreadCreate(1);
+  EXPECT_EQ(Run(FIRST), 0U);
+  EXPECT_EQ(Check(FIRST), 0U);
+  EXPECT_EQ(Run(FIRST), 0U);
+  PassMs(10000);
+  EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), GetParam().after);
+  EXPECT_THAT(Events(), IsEmpty());
+}
+
+// It has taken the slot of the job that runs, so that this one is no longer seen.
+TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheJobThatRuns) {
+  StartWith(2);
+  HeldCall held("vsl_op_wait_for_result");
+  EXPECT_EQ(Run(FIRST), 0U);
+  held.AwaitArrival();
+  EXPECT_EQ(Check(SECOND), 20031U);
+  HostKit::FailThreadCreate(1);
+  EXPECT_EQ(Run(SECOND), 0U);
+  EXPECT_EQ(Check(SECOND), 0U);
+  held.LetGo();
+  PassMs(10000);
+  EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), GetParam().after);
+  EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), GetParam().before);
+}
+
+TEST_P(EachJobWithoutAThread, IsNotWaitedForByTheStop) {
+  StartWith(1);
+  HostKit::FailThreadCreate(1);
+  EXPECT_EQ(Run(FIRST), 0U);
+  ExpectStopWithoutWaiting();
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, EachJobWithoutAThread, testing::ValuesIn(JOB_KINDS),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+}  // namespace
+}  // namespace CorvaneTest
