@@ -1,0 +1,176 @@
+// The time that each event bears: that of the comparison which made it, or of the start of the job.
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/RowView.h"
+#include "tests/support/StatementWatch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+
+// What changes, and the events of it with their milliseconds since the worker's start.
+struct EventSource {
+  const char* name;
+  int cards;
+  void (*before)(CardSim::StateFile& cards);
+  void (*change)(CardSim::StateFile& cards);
+  Lines events;
+};
+
+void PrintTo(const EventSource& source, std::ostream* stream) {
+  *stream << source.name;
+}
+
+void Masks(CardSim::StateFile& cards, const char* errors, const char* warnings, const char* info) {
+  cards.Set("card0", "current_errors", errors);
+  cards.Set("card0", "current_warnings", warnings);
+  cards.Set("card0", "current_info", info);
+}
+
+// A look takes 12 ms for each card and a scan too; each statement takes 100 here, so that a time
+// taken too early or too late shows. The first look, at 5,000, finds what it can see, and the scan
+// behind it compares at 5,024. A mask is believed in the third scan, each of which writes the rows
+// of one card with four statements. What no look sees is found by the scan that is due at 15,024.
+const EventSource EVENT_SOURCES[] = {
+    {"Error",
+     1,
+     [](CardSim::StateFile&) {},
+     [](CardSim::StateFile& cards) { Masks(cards, "0x1", "0", "0"); },
+     {"10957 at 15872"}},
+    {"Warning",
+     1,
+     [](CardSim::StateFile&) {},
+     [](CardSim::StateFile& cards) { Masks(cards, "0", "0x4", "0"); },
+     {"10969 at 15872"}},
+    {"WarningsBehindTheGateOfTheInformation",
+     1,
+     [](CardSim::StateFile&) {},
+     [](CardSim::StateFile& cards) { Masks(cards, "0", "0x3", "0x2"); },
+     {"10967 at 15872", "10968 at 15872", "11086 at 15872", "11087 at 15872"}},
+    {"Normal",
+     1,
+     [](CardSim::StateFile& cards) { Masks(cards, "0x1", "0", "0"); },
+     [](CardSim::StateFile& cards) { Masks(cards, "0", "0", "0"); },
+     {"10980 at 15872"}},
+    {"Detached",
+     1,
+     [](CardSim::StateFile&) {},
+     [](CardSim::StateFile& cards) { cards.Set("card0", "iom_state", "0"); },
+     {"10984 at 5024"}},
+    {"Attached",
+     1,
+     [](CardSim::StateFile& cards) { cards.Set("card0", "iom_state", "0"); },
+     [](CardSim::StateFile& cards) { cards.Set("card0", "iom_state", "2"); },
+     {"10983 at 5024"}},
+    {"FormatChanged",
+     1,
+     [](CardSim::StateFile&) {},
+     [](CardSim::StateFile& cards) { cards.Set("card0", "sector_size_bytes", "4096"); },
+     {"10985 at 15036"}},
+    {"Removed",
+     2,
+     [](CardSim::StateFile&) {},
+     [](CardSim::StateFile& cards) { cards.Set("card1", "device_path", "/dev/hidden1"); },
+     {"11094 at 15036"}},
+    {"SeveralInOneScan",
+     2,
+     [](CardSim::StateFile&) {},
+     [](CardSim::StateFile& cards) {
+       cards.Set("card0", "iom_state", "0");
+       cards.Set("card0", "sector_size_bytes", "4096");
+       cards.Set("card1", "device_path", "/dev/hidden1");
+     },
+     {"10984 at 5024", "11094 at 5024", "10985 at 5024"}},
+};
+
+class EventTimes : public Watched {
+ protected:
+  void SetUp() override {
+    m_Statements.OnStatement([](const std::string&) { Pass(100); });
+  }
+  // "10957 at 5024", in the order of the queue.
+  Lines Collected() {
+    Lines texts;
+    for (const PI::CEvent& event : m_Host.CollectEvents()) {
+      texts.push_back(std::to_string(event.m_EventID) + " at " +
+                      std::to_string(event.m_Time - m_Begin));
+    }
+    return texts;
+  }
+
+  const DatabaseLife m_Database;
+  StatementWatch m_Statements;
+};
+
+class EachEventSource : public EventTimes, public testing::WithParamInterface<EventSource> {};
+
+TEST_P(EachEventSource, BearsTheTimeOfItsComparison) {
+  AddCards(GetParam().cards);
+  GetParam().before(m_Host.Cards());
+  StartWatch();
+  GetParam().change(m_Host.Cards());
+  PassMs(17000);
+  EXPECT_EQ(Collected(), GetParam().events);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sources, EachEventSource, testing::ValuesIn(EVENT_SOURCES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// The scan at 15,024 finds the second card gone and writes three statements; from there two looks
+// of one card and a scan of two.
+TEST_F(EventTimes, ACardThatComesBackBearsTheTimeOfItsComparison) {
+  AddCards(2);
+  StartWatch();
+  Hide(1);
+  PassMs(16000);
+  EXPECT_THAT(Collected(), ElementsAre("11094 at 15036"));
+  Show(1);
+  PassMs(16000);
+  EXPECT_THAT(Collected(), ElementsAre("11093 at 30384"));
+}
+
+struct FailingJob {
+  const char* name;
+  std::uint32_t operation;
+  const char* state;
+  std::uint32_t event;
+};
+
+void PrintTo(const FailingJob& job, std::ostream* stream) {
+  *stream << job.name;
+}
+
+class EachFailingJob : public EventTimes, public testing::WithParamInterface<FailingJob> {};
+
+// The event is made when the job has the objects, not when it asks for them, and not when the card
+// says no.
+TEST_P(EachFailingJob, BearsTheTimeAtWhichTheJobReadTheObjects) {
+  AddCards(1);
+  Set("card0", "iom_state", GetParam().state);
+  StartWatch("255");
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "no luck");
+  unsigned long released = 0;
+  CardSim::SetHook([&](const CardSim::Call& call) {
+    if (call.function == "vsl_op_wait_for_result") Pass(700);
+    if (call.function != "vsl_close" || released != 0) return;
+    EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
+    Pass(3000);
+    released = NowMs();
+  });
+  m_Host.Properties(FIRST);
+  PassMs(10000);
+  CardSim::SetHook({});
+  EXPECT_EQ(released, 3000U);
+  EXPECT_THAT(Collected(), ElementsAre(std::to_string(GetParam().event) + " at 3000"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Jobs, EachFailingJob,
+                         testing::Values(FailingJob{"Attach", PI::OP_ATTACH, "0", 10981},
+                                         FailingJob{"Detach", PI::OP_DETACH, "2", 10982},
+                                         FailingJob{"ForceDetach", PI::OP_FORCE_DETACH, "2",
+                                                    10982}),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+}  // namespace
+}  // namespace CorvaneTest
