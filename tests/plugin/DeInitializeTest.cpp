@@ -120,10 +120,22 @@ TEST_F(DeInitialize, ASecondTimeTakesTheLibraryDownAgain) {
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
 }
 
+// How often each lock was taken so far.
+std::vector<std::uint64_t> Taken() {
+  std::vector<std::uint64_t> taken;
+  for (const HostKit::LockView& lock : HostKit::Locks()) taken.push_back(lock.taken);
+  return taken;
+}
+
 TEST_F(DeInitialize, TakesNoLock) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
+  ASSERT_EQ(m_Host.GiveNumbers(), 0U);
+  SleepMs(1);
+  const std::vector<std::uint64_t> before = Taken();
+  EXPECT_THAT(before, ElementsAre(1, 0));
   m_Host.ForgetTraces();
   m_Host.DeInitialize();
+  EXPECT_EQ(Taken(), before);
   EXPECT_THAT(m_Host.Traces(8), IsEmpty());
 }
 

@@ -44,7 +44,8 @@ TEST_F(EntryPoints, CreateTouchesNoCard) {
 
 TEST_F(EntryPoints, CreateLeavesLocksAndEventsUnusable) {
   ASSERT_EQ(m_Host.Create(), 0U);
-  EXPECT_EQ(HostKit::Locks().size(), 2U);
+  ASSERT_EQ(HostKit::Locks().size(), 2U);
+  for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_FALSE(lock.initialized);
   ASSERT_EQ(HostKit::Events().size(), 3U);
   for (const HostKit::EventView& event : HostKit::Events()) EXPECT_FALSE(event.initialized);
 }

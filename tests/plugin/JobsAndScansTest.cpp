@@ -4,7 +4,10 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <functional>
+#include <mutex>
 #include <ostream>
+#include <thread>
 
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
@@ -195,21 +198,73 @@ TEST_F(JobsAndScans, TheScanAnnouncesWhatAJobHasDone) {
 
 // A scan holds the events' lock too, so this is a scan and not a look. The job that is started in
 // it waits for the scan, which finds the card gone.
-TEST_F(JobsAndScans, AJobWhoseCardHasGoneFailsForNobody) {
-  StartWith({"0", "0"});
-  std::atomic<bool> done{false};
-  CardSim::SetHook([&](const CardSim::Call& call) {
-    const bool named = call.text() == "vsl_iom_create_by_name /dev/fct0";
-    const bool scanning = HostKit::Locks().at(1).depth > 0;
-    if (!named || !scanning || done.exchange(true)) return;
-    EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-    m_Host.Cards().RemoveCard("card0");
+class JobWithoutItsAdapter : public JobsAndScans {
+ protected:
+  // Starts the attach of the first card when a scan names it, and then has `loseCard` its way.
+  void LoseCard(const std::function<void()>& loseCard) {
+    StartWith({"0", "0"});
+    std::atomic<bool> done{false};
+    std::mutex mutex;
+    std::thread::id worker;
+    CardSim::SetHook([&](const CardSim::Call& call) {
+      const std::lock_guard<std::mutex> guard(mutex);
+      if (done && std::this_thread::get_id() != worker) m_CallsOfJob.push_back(call.text());
+      const bool named = call.text() == "vsl_iom_create_by_name /dev/fct0";
+      const bool scanning = HostKit::Locks().at(1).depth > 0;
+      if (!named || !scanning || done.exchange(true)) return;
+      worker = std::this_thread::get_id();
+      EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+      loseCard();
+    });
+    Pass(SOME_SCANS_MS);
+    CardSim::SetHook({});
+    EXPECT_TRUE(done);
+  }
+
+  std::vector<std::string> m_CallsOfJob;
+};
+
+constexpr const char* FIRST_IS_GONE =
+    "11094 severity 3 object 1 at a time source SanDisk Flash Adapter 785GB (1) place SanDisk "
+    "Flash "
+    "Adapter 785GB (1)";
+constexpr const char* FAILED_FOR_NOBODY = "1 severity 0 object 0 at no time source  place ";
+
+TEST_F(JobWithoutItsAdapter, FailsForNobodyWhenItsCardHasGone) {
+  LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });
+  EXPECT_THAT(m_CallsOfJob, ElementsAre("vsl_iom_create_by_name /dev/fct0"));
+  EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, FAILED_FOR_NOBODY));
+}
+
+// The scan could not name the card; the job can. Nobody hears of it but by the scans.
+TEST_F(JobWithoutItsAdapter, AttachesItsCardAllTheSame) {
+  LoseCard([] { CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone"); });
+  // The handles of the scan that begins meanwhile have numbers too.
+  ASSERT_EQ(m_CallsOfJob.size(), 6U);
+  std::vector<std::string> functions;
+  for (const std::string& call : m_CallsOfJob) functions.push_back(call.substr(0, call.find('#')));
+  EXPECT_THAT(functions,
+              ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card",
+                          "vsl_op_start attach", "vsl_op_wait_for_result attach",
+                          "vsl_destroy attach", "vsl_destroy card"));
+  EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), "2");
+  const std::vector<std::string> events = Events();
+  ASSERT_EQ(events.size(), 2U);
+  EXPECT_EQ(events[0], FIRST_IS_GONE);
+  EXPECT_EQ(events[1].substr(0, 5), "11093");
+}
+
+TEST_F(JobWithoutItsAdapter, FailsForNobodyAtALaterCallToo) {
+  LoseCard([] {
+    CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
+    CardSim::FailCall("vsl_op_start", 1, 62, "no luck");
   });
-  Pass(SOME_SCANS_MS);
-  EXPECT_TRUE(done);
-  EXPECT_THAT(Events(), ElementsAre("11094 severity 3 object 1 at a time source SanDisk Flash "
-                                    "Adapter 785GB (1) place SanDisk Flash Adapter 785GB (1)",
-                                    "1 severity 0 object 0 at no time source  place "));
+  std::vector<std::string> functions;
+  for (const std::string& call : m_CallsOfJob) functions.push_back(call.substr(0, call.find('#')));
+  EXPECT_THAT(functions,
+              ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card",
+                          "vsl_op_start attach", "vsl_destroy attach", "vsl_destroy card"));
+  EXPECT_THAT(Events(), testing::Contains(FAILED_FOR_NOBODY).Times(1));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
 
 namespace CorvaneTest {
@@ -200,7 +201,10 @@ TEST_F(SetAdapterIDs, TakesNoLockAndAsksNoCard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   m_Card.Host().ForgetCalls();
   m_Card.Host().ForgetTraces();
+  EXPECT_EQ(HostKit::Locks()[0].taken, 1U);  // by the scan
   EXPECT_EQ(Give({Entry(7)}), 0U);
+  EXPECT_EQ(HostKit::Locks()[0].taken, 1U);
+  EXPECT_EQ(HostKit::Locks()[1].taken, 0U);
   EXPECT_THAT(m_Card.Host().Calls(), IsEmpty());
   EXPECT_THAT(Beginning(m_Card.Host().Traces(8), "Before m_DataLock"), IsEmpty());
 }

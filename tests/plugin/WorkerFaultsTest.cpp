@@ -27,6 +27,17 @@ class WorkerFaults : public Watched {
     ExpectNoLockHeld();
   }
   static HostKit::ThreadView TheNewestThread() { return HostKit::Threads().back(); }
+  // The threads of the test's own plug-in, and how often each was asked to end.
+  static Lines Cancellations() {
+    Lines texts;
+    for (const HostKit::ThreadView& thread : HostKit::Threads()) {
+      if (thread.ordinal == 0) continue;
+      texts.push_back(std::to_string(thread.ordinal) + (thread.ended ? " ended" : " runs") +
+                      (thread.cancelled ? " early" : "") + ", asked " +
+                      std::to_string(thread.cancelRequests) + " times");
+    }
+    return texts;
+  }
 
   // A card that does not answer `function` for a minute.
   void ExpectCancelledIn(const std::string& function) {
@@ -417,10 +428,52 @@ TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
   EXPECT_THAT(TimesOf("16 Kill Attach"), SizeIs(1));
   EXPECT_THAT(TimesOf("16 Kill Worker"), IsEmpty());
   PassMs(30000);
-  for (const HostKit::ThreadView& thread : HostKit::Threads()) {
-    EXPECT_TRUE(thread.ended);
-    EXPECT_FALSE(thread.cancelled);
+  EXPECT_THAT(Cancellations(), ElementsAre("1 ended, asked 1 times", "2 ended, asked 0 times"));
+}
+
+TEST_F(WorkerFaults, TwoLateJobsAskAnEndedWorkerTwice) {
+  AddCards(2);
+  Set("card0", "iom_state", "0");
+  Set("card0", "attach_ms", "40000");
+  Set("card1", "detach_ms", "40000");
+  StartWatch();
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_FORCE_DETACH), 0U);
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  PassMs(30000);
+  EXPECT_THAT(Cancellations(), ElementsAre("1 ended, asked 2 times", "2 ended, asked 0 times",
+                                           "3 ended, asked 0 times"));
+}
+
+// In every turn the worker comes first, then the attach job, then the detach job; each that is
+// given up cancels the worker.
+TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsInTurnAndGivesThemUpInThatOrder) {
+  AddCards(2);
+  Set("card0", "iom_state", "0");
+  Set("card0", "attach_ms", "40000");
+  Set("card1", "detach_ms", "40000");
+  StartWatch();
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
+  CardSim::SetHook([](const CardSim::Call& call) {
+    if (call.function == "vsl_open") Pass(60000);
+  });
+  PassMs(5500);
+  ForgetLines();
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  Lines expected = {"2 ENTER DeInitialize"};
+  for (int turn = 0; turn < 51; ++turn) {
+    expected.insert(expected.end(),
+                    {"16 Wait for termination... (Worker)", "16 Wait for termination... (Attach)",
+                     "16 Wait for termination... (Detach)"});
   }
+  expected.insert(expected.end(),
+                  {"16 Kill Worker", "16 Kill Attach", "16 Kill Detach", "2 LEAVE DeInitialize"});
+  EXPECT_THAT(KeptLines(), ElementsAreArray(expected));
+  EXPECT_EQ(NowMs(), 5500U + 25200U);
+  PassMs(60000);
+  EXPECT_THAT(Cancellations(), ElementsAre("1 ended early, asked 3 times", "2 ended, asked 0 times",
+                                           "3 ended, asked 0 times"));
 }
 
 TEST_F(WorkerFaults, TwoWorkersWatchWhenNumbersAreGivenTwiceAndBothEnd) {
