@@ -128,6 +128,21 @@ TEST_F(CheapLook, WithADifferenceScansAtOnceWithoutLettingTheObjectsGo) {
   EXPECT_EQ(calls[24], "vsl_iom_create_by_name /dev/fct0");
 }
 
+// Each card is asked for everything, whatever the ones before it have shown.
+TEST_F(CheapLook, GoesOnAfterTheFirstDifference) {
+  AddCards(3);
+  StartWatch();
+  Set("card0", "current_errors", "1");
+  Set("card1", "iom_state", "4");
+  Look();
+  ASSERT_EQ(Scans(), 1U);
+  Lines calls = m_Host.Calls();
+  calls.resize(3 * 24);
+  EXPECT_THAT(calls,
+              ElementsAreArray(LookAt("/dev/fct0", "card#1") + LookAt("/dev/fct1", "card#2") +
+                               LookAt("/dev/fct2", "card#3")));
+}
+
 struct Change {
   const char* name;
   const char* attribute;

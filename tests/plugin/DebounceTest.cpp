@@ -148,6 +148,76 @@ TEST_F(Debounce, CountsComparisonsThatSomethingElseCaused) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
 }
 
+// The information mask raises no event when it rises, so that its belief shows in what a look
+// finds, in the way back to normal, and in the gate that it opens for the warnings.
+class InformationDebounce : public Debounce {
+ protected:
+  void Information(const std::string& mask) { Set("card0", "current_info", mask); }
+};
+
+TEST_F(InformationDebounce, BelievesTheMaskInTheThirdComparison) {
+  AddCards(1);
+  StartWatch();
+  Information("2");
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_EQ(Reasons(FIRST), "[UNACTIVATED_FIRMWARE ATTACHED]");
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_FALSE(LookDiffers());
+  EXPECT_THAT(Collected(), IsEmpty());
+}
+
+TEST_F(InformationDebounce, TakesThreeComparisonsBackToo) {
+  AddCards(1);
+  Information("2");
+  StartWatch();
+  Information("0");
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_THAT(Collected(), ElementsAre("10980 object 1"));
+  EXPECT_FALSE(LookDiffers());
+}
+
+TEST_F(InformationDebounce, NeverBelievesWhatTwoScansSaw) {
+  AddCards(1);
+  StartWatch();
+  Information("2");
+  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(LookDiffers());
+  Information("0");
+  EXPECT_FALSE(LookDiffers());
+  AwaitScans(3);
+  EXPECT_THAT(Collected(), IsEmpty());
+}
+
+// The warning is believed one scan before the information that opens its gate.
+TEST_F(InformationDebounce, OpensNoGateBeforeItIsBelieved) {
+  AddCards(1);
+  StartWatch();
+  Set("card0", "current_warnings", "1");
+  AwaitScans();
+  Information("2");
+  AwaitScans();
+  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
+  EXPECT_THAT(NextScan(), IsEmpty());
+  EXPECT_FALSE(LookDiffers());
+}
+
+// The information is believed one scan before the warning, and the gate is shut again by then.
+TEST_F(InformationDebounce, OpensTheGateForTheComparisonThatBelievesItAlone) {
+  AddCards(1);
+  StartWatch();
+  Information("2");
+  AwaitScans();
+  Set("card0", "current_warnings", "1");
+  AwaitScans(2);
+  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
+}
+
 // Behind an error a warning changes nothing but its mask. Between the three sightings the records
 // are alike, so that nothing is compared and nothing forgotten.
 TEST_F(Debounce, AddsUpSightingsBetweenWhichNothingDiffered) {

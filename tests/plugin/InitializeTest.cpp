@@ -314,6 +314,16 @@ TEST_F(Initialize, TellsOfItsScanAndItsEnd) {
   EXPECT_EQ(LeveledTraces(m_Host).back(), "2 LEAVE Initialize() -> 0");
 }
 
+// Two control devices, of which one has no adapter.
+TEST_F(Initialize, PrintsTheCountOfAdaptersAndNotThatOfDevices) {
+  AddCards(2);
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone");
+  const Outcome outcome = Run();
+  EXPECT_EQ(outcome.result, 0U);
+  EXPECT_EQ(outcome.printed, "Corvane:  Initialize:  adapter count is 1\n");
+  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "1");
+}
+
 TEST_F(Initialize, PrintsTheCountAlsoWithoutTraces) {
   AddCards(1);
   HostKit::SetTraceMask(0);

@@ -95,6 +95,21 @@ TEST_F(WorkerTiming, ALongerIntervalHoldsFromTheWakeUpThatItCauses) {
   EXPECT_THAT(ScanTimes(), IsEmpty());
 }
 
+// Set when the interval has been restarted some times already, and once more later.
+TEST_F(WorkerTiming, ANewIntervalHoldsAfterEarlierRestarts) {
+  AddCards(1);
+  WithoutMasks("card0");
+  StartWatch("15");
+  PassMs(12000);
+  EXPECT_EQ(m_Host.SetPollInterval(30), 0U);
+  PassMs(63000);
+  EXPECT_EQ(m_Host.SetPollInterval(6), 0U);
+  PassMs(7500);
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 10000U, 22000U, 32000U, 42000U, 52000U, 62000U,
+                                         72000U, 77000U, 79000U, 81000U));
+  EXPECT_THAT(ScanTimes(), ElementsAre(32000U, 72000U, 79000U));
+}
+
 TEST_F(WorkerTiming, AnOperationOfADrivePutsTheNextLookOff) {
   AddCards(1);
   StartWatch();
