@@ -1,0 +1,140 @@
+// The event that forces a full scan. The worker waits for it first of three, and nothing sets it,
+// so that the test opens the plug-in to do so.
+
+#include "Corvane/Src/Corvane.h"
+#include "tests/plugin/Watch.h"
+
+namespace CorvaneTest {
+namespace {
+
+using MBX::Threading::CEvent;
+using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
+using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// Private members, by the one way in which the language lets them be named.
+struct ForceWorkerMember {
+  using Type = CEvent IPLUGINAPI_IMPL::*;
+  friend Type Open(ForceWorkerMember);
+};
+struct StopRequestMember {
+  using Type = CEvent IPLUGINAPI_IMPL::*;
+  friend Type Open(StopRequestMember);
+};
+struct PrivateEventMember {
+  using Type = CEvent IPLUGINAPI_IMPL::*;
+  friend Type Open(PrivateEventMember);
+};
+template <class Member, typename Member::Type pointer>
+struct Opened {
+  friend typename Member::Type Open(Member) { return pointer; }
+};
+template struct Opened<ForceWorkerMember, &IPLUGINAPI_IMPL::m_ForceWorker>;
+template struct Opened<StopRequestMember, &IPLUGINAPI_IMPL::m_StopRequest>;
+template struct Opened<PrivateEventMember, &IPLUGINAPI_IMPL::m_PrivateEvent>;
+
+template <class Member>
+void SetEvent(Member member) {
+  (g_p_IPLUGINAPI_IMPL->*Open(member)).Set();
+}
+
+constexpr const char* FORCED = "4 Worker() m_ForceWorker event received, force scan";
+
+class ForceWorker : public Watched {
+ protected:
+  // One card, and a worker that has waited for a while.
+  void Start() {
+    AddCards(1);
+    StartWatch();
+    PassMs(1234);
+    ForgetAll();
+  }
+  static void Force() { SetEvent(ForceWorkerMember()); }
+};
+
+TEST_F(ForceWorker, MakesAFullScanAtOnceWithoutALook) {
+  Start();
+  Force();
+  PassMs(100);
+  const Lines lines = KeptLines();
+  ASSERT_GE(lines.size(), 7U);
+  EXPECT_THAT(
+      Lines(lines.begin(), lines.begin() + 7),
+      ElementsAre(FORCED, "8 Before m_DataLock.Wait(INFINITE)", "8 After m_DataLock.Wait(INFINITE)",
+                  "8 Before m_EventsLock.Wait(INFINITE)", "8 After m_EventsLock.Wait(INFINITE)",
+                  "16 Before ScanSystem()", "2 ENTER ScanSystem(0) PhyDrive=0"));
+  EXPECT_EQ(lines.back(), "2 Worker() before restart interval");
+  EXPECT_THAT(ScanTimes(), ElementsAre(1234U));
+  // A look would ask for the masks next.
+  EXPECT_EQ(m_Host.Calls()[2], "vsl_has_pci_bus card#1");
+}
+
+TEST_F(ForceWorker, CountsForOneScanAndStartsTheIntervalAnew) {
+  Start();
+  Force();
+  PassMs(16000);
+  // The scan takes 12 ms, as does each look.
+  EXPECT_THAT(TimesOf(FORCED), ElementsAre(1234U));
+  EXPECT_THAT(WakeUpTimes(), ElementsAre(6246U, 11258U, 16270U));
+  EXPECT_THAT(ScanTimes(), ElementsAre(1234U, 16270U));
+}
+
+TEST_F(ForceWorker, FindsWhatNoLookSees) {
+  Start();
+  Set("card0", "sector_size_bytes", "4096");
+  Force();
+  PassMs(100);
+  EXPECT_THAT(Notifications(), ElementsAre(1246U));
+  EXPECT_THAT(Events(), SizeIs(1));
+}
+
+TEST_F(ForceWorker, IsNotForgottenWhileTheObjectsAreOutOfReach) {
+  Start();
+  HostKit::FailLockWait(1, 1);
+  Force();
+  PassMs(100);
+  EXPECT_THAT(ScanTimes(), IsEmpty());
+  // By its age alone no scan would be due yet.
+  PassMs(5000);
+  EXPECT_THAT(ScanTimes(), ElementsAre(6234U));
+}
+
+TEST_F(ForceWorker, IsNotForgottenWhileTheEventsAreOutOfReach) {
+  Start();
+  HostKit::FailLockWait(2, 1);
+  Force();
+  PassMs(100);
+  EXPECT_THAT(ScanTimes(), IsEmpty());
+  PassMs(5000);
+  EXPECT_THAT(ScanTimes(), ElementsAre(6234U));
+}
+
+// While the host is called all three come, in the opposite order.
+TEST_F(ForceWorker, ComesBeforeTheStopAndTheStopBeforeTheCallOfTheHost) {
+  Start();
+  bool first = true;
+  m_OnNotify = [&first] {
+    if (!first) return;
+    first = false;
+    SetEvent(PrivateEventMember());
+    SetEvent(StopRequestMember());
+    Force();
+  };
+  SetEvent(PrivateEventMember());
+  PassMs(100);
+  m_OnNotify = nullptr;
+  Lines received;
+  for (const std::string& line : KeptLines()) {
+    if (line.rfind("4 Worker() ", 0) == 0) received.push_back(line);
+  }
+  EXPECT_THAT(received, ElementsAre("4 Worker() m_PrivateEvent event received", FORCED,
+                                    "4 Worker() after bscan",
+                                    "4 Worker() something else perhaps m_StopRequest"));
+  EXPECT_THAT(KeptLines(), Contains("2 LEAVE Worker()"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest
