@@ -2,6 +2,7 @@
 
 #include "host/PluginInterface.h"
 #include "hostkit/Paths.h"
+#include "hostkit/TrustedPath.h"
 #include "hostkit/records/Files.h"
 #include "hostkit/records/IniText.h"
 
@@ -9,8 +10,19 @@ namespace PI {
 
 namespace {
 
-boost::filesystem::path FullPath(const boost::filesystem::path& name) {
-  return HostKit::ConfigFolder() / name.filename();
+HostKit::TrustedPath FullPath(const boost::filesystem::path& name) {
+  return HostKit::ResolveTrusted(HostKit::ConfigFolder() / name.filename());
+}
+
+// A file that somebody else has put there counts as one that cannot be read. It is looked at again
+// behind the reading, in case it was put there meanwhile.
+HostKit::FileRead ReadTrusted(const HostKit::TrustedPath& file, std::string& text) {
+  if (!file.m_Objection.empty()) return HostKit::FileRead::Failed;
+  std::string read;
+  const HostKit::FileRead result = HostKit::ReadFile(file.m_File, read);
+  if (!HostKit::ResolveTrusted(file.m_File).m_Objection.empty()) return HostKit::FileRead::Failed;
+  if (result == HostKit::FileRead::Done) text = std::move(read);
+  return result;
 }
 
 // `text` with the key set; empty when it would not read back as it is given, for what the ini
@@ -35,7 +47,7 @@ std::uint32_t CConfigFile::ReadKeyValue(const std::string& key, std::string& val
                                         int) const {
   if (m_FileName.empty()) return RESULT_NO_KEY;
   std::string text;
-  const HostKit::FileRead read = HostKit::ReadFile(FullPath(m_FileName), text);
+  const HostKit::FileRead read = ReadTrusted(FullPath(m_FileName), text);
   if (read == HostKit::FileRead::Missing) return RESULT_NO_KEY;
   if (read == HostKit::FileRead::Failed) return RESULT_UNREADABLE;
   switch (HostKit::FindIniValue(text, key, value)) {
@@ -52,15 +64,15 @@ std::uint32_t CConfigFile::ReadKeyValue(const std::string& key, std::string& val
 std::uint32_t CConfigFile::WriteKeyValue(const std::string& key, const std::string& value, int,
                                          int) {
   if (m_FileName.empty()) return RESULT_NOT_WRITTEN;
-  const auto file = HostKit::FollowLinks(FullPath(m_FileName));
-  if (!file) return RESULT_NOT_WRITTEN;
-  const HostKit::FolderLock folder(file->parent_path());
+  const HostKit::TrustedPath file = FullPath(m_FileName);
+  if (!file.m_Objection.empty()) return RESULT_NOT_WRITTEN;
+  const HostKit::FolderLock folder(file.m_File.parent_path());
   if (!folder.IsHeld()) return RESULT_NOT_WRITTEN;
 
   std::string text;
-  if (HostKit::ReadFile(*file, text) == HostKit::FileRead::Failed) return RESULT_NOT_WRITTEN;
+  if (ReadTrusted(file, text) == HostKit::FileRead::Failed) return RESULT_NOT_WRITTEN;
   const std::string edited = SetKey(text, key, value);
-  const bool written = !edited.empty() && HostKit::ReplaceFile(*file, edited, folder);
+  const bool written = !edited.empty() && HostKit::ReplaceFile(file.m_File, edited, folder);
   return written ? RESULT_OK : RESULT_NOT_WRITTEN;
 }
 

@@ -17,12 +17,11 @@ namespace {
 using boost::filesystem::path;
 
 constexpr std::size_t kLargestFile = 1 << 20;
-constexpr int kLongestChain = 40;  // as the kernel's own limit
 
 int OpenFolder(const path& folder) {
   boost::system::error_code ignored;  // what matters is whether it can be opened
   boost::filesystem::create_directories(folder, ignored);
-  return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
 }
 
 bool WriteAll(int file, const std::string& content) {
@@ -40,7 +39,7 @@ class Replacement {
  public:
   explicit Replacement(const path& target)
       : m_Target(target),
-        m_Exists(stat(target.c_str(), &m_Old) == 0),
+        m_Exists(lstat(target.c_str(), &m_Old) == 0),
         m_Path(target.parent_path() / UniqueName()),
         m_File(open(m_Path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                     m_Exists ? S_IRUSR | S_IWUSR : 0666)),
@@ -101,7 +100,7 @@ void FolderLock::Sync() const {
 
 FileRead ReadFile(const path& file, std::string& content) {
   // Not blocking, in case somebody has put a pipe there.
-  const Descriptor input(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor input(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
   if (!input.IsOpen()) {
     return errno == ENOENT || errno == ENOTDIR ? FileRead::Missing : FileRead::Failed;
   }
@@ -118,16 +117,6 @@ FileRead ReadFile(const path& file, std::string& content) {
   if (count < 0) return FileRead::Failed;
   content = std::move(text);
   return FileRead::Done;
-}
-
-std::optional<path> FollowLinks(path file) {
-  for (int links = 0; links <= kLongestChain; ++links) {
-    boost::system::error_code error;
-    const path target = boost::filesystem::read_symlink(file, error);
-    if (error) return file;
-    file = target.is_absolute() ? target : file.parent_path() / target;
-  }
-  return std::nullopt;
 }
 
 bool ReplaceFile(const path& file, const std::string& content, const FolderLock& folder) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
-#include <optional>
 #include <string>
 
 namespace HostKit {
@@ -40,12 +39,9 @@ class FolderLock {
 
 enum class FileRead { Done, Missing, Failed };
 
-// Reads a regular file of up to a mebibyte. `content` is written only when the result is `Done`.
+// Reads a regular file of up to a mebibyte, not a link. `content` is written only when the result
+// is `Done`.
 FileRead ReadFile(const boost::filesystem::path& file, std::string& content);
-
-// The file behind a chain of symbolic links, which need not exist; nothing when the chain is
-// endless.
-std::optional<boost::filesystem::path> FollowLinks(boost::filesystem::path file);
 
 // Puts `content` in the place of `file`, which keeps its mode and, where possible, its owner. At
 // any moment, also after a crash, the file is whole: the old one or the new one. False: the old

@@ -1,9 +1,11 @@
+#include <fcntl.h>
 #include <spdlog/logger.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
 #include <algorithm>
+#include <boost/filesystem/operations.hpp>
 #include <cctype>
 #include <chrono>
 #include <cstdio>
@@ -13,6 +15,8 @@
 
 #include "host/Toolkit.h"
 #include "hostkit/Tracing.h"
+#include "hostkit/TrustedPath.h"
+#include "hostkit/records/Files.h"
 #include "hostkit/toolkit/CancelShield.h"
 #include "hostkit/toolkit/Monitor.h"
 
@@ -35,23 +39,49 @@ std::unique_ptr<spdlog::logger> LogToStandardError() {
   return LogInto(std::make_shared<spdlog::sinks::stderr_sink_st>());
 }
 
-// Null when the file cannot be opened.
+void RequireTrust(const std::string& path) {
+  const std::string objection = ResolveTrusted(path).m_Objection;
+  if (!objection.empty()) throw spdlog::spdlog_ex(objection, EPERM);
+}
+
+// Called before each opening, also of the new file when the old one is full: the library follows
+// links. Once the file is there and found to be the user's own, nobody else can put another one in
+// its place.
+void MakeWithoutFollowing(const std::string& path) {
+  RequireTrust(path);
+  boost::system::error_code ignored;  // what matters is whether the file can be opened
+  boost::filesystem::create_directories(boost::filesystem::path(path).parent_path(), ignored);
+  // The names below /proc of the descriptors of a process are links, and lead where they are open.
+  const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
+  const Descriptor file(
+      open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | noFollow, 0666));
+  if (!file.IsOpen()) throw spdlog::spdlog_ex(path, errno);
+  RequireTrust(path);
+}
+
+// Null when the file cannot be opened; errno then says why.
 std::unique_ptr<spdlog::logger> LogToFile(const std::string& path) {
+  const TrustedPath file = ResolveTrusted(path);
+  errno = EPERM;
+  if (!file.m_Objection.empty()) return nullptr;
+  spdlog::file_event_handlers handlers;
+  handlers.before_open = MakeWithoutFollowing;
   try {
-    return LogInto(
-        std::make_shared<spdlog::sinks::rotating_file_sink_st>(path, kFileBytes, kOlderFiles));
+    return LogInto(std::make_shared<spdlog::sinks::rotating_file_sink_st>(
+        file.m_File.string(), kFileBytes, kOlderFiles, false, handlers));
   } catch (const spdlog::spdlog_ex&) {
     return nullptr;
   }
 }
 
 std::unique_ptr<spdlog::logger> LogOfEnvironment() {
-  const char* path = std::getenv("CORVANE_TRACE_FILE");
+  const char* path = secure_getenv("CORVANE_TRACE_FILE");
   if (path == nullptr || *path == '\0') return LogToStandardError();
   auto log = LogToFile(path);
   if (log) return log;
+  const std::string objection = ResolveTrusted(path).m_Objection;
   std::fprintf(stderr, "CORVANE_TRACE_FILE cannot be opened, tracing to standard error: %s\n",
-               path);
+               objection.empty() ? path : objection.c_str());
   return LogToStandardError();
 }
 
@@ -148,10 +178,14 @@ CTraceStreamBuffer::CTraceStreamBuffer(unsigned int level, const Misc::CModuleIn
     : m_Level(level), m_Module(module), m_File(file), m_Function(function), m_Line(line) {}
 
 CTraceStreamBuffer::~CTraceStreamBuffer() {
-  // Writing is a native cancellation point, and this is a destructor.
+  // Writing is a native cancellation point, and this is a destructor. A line that cannot be
+  // written, as for want of memory, is lost: tracing must not end the host.
   const HostKit::CancelShield shield;
-  HostKit::TraceLog::Get().Write(
-      {m_Level, m_Module.m_Name, HostKit::Stem(m_File), m_Function, m_Line, m_Text});
+  try {
+    HostKit::TraceLog::Get().Write(
+        {m_Level, m_Module.m_Name, HostKit::Stem(m_File), m_Function, m_Line, m_Text});
+  } catch (...) {
+  }
 }
 
 void CTraceStreamBuffer::Append(const std::string& text) {

@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <boost/filesystem.hpp>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -98,6 +100,74 @@ TEST_F(TraceLog, StartsANewFileWhenTheOldOneIsFull) {
   for (int i = 0; i < 12; ++i) Send(2, text);
   EXPECT_TRUE(fs::exists(m_Folder / "trace.1.log"));
   EXPECT_LE(fs::file_size(m_File), 10U * 1024 * 1024);
+}
+
+TEST_F(TraceLog, GoesThroughALinkOfOnesOwn) {
+  fs::create_symlink(m_File, m_Folder / "link.log");
+  ASSERT_TRUE(HostKit::SetTraceFile((m_Folder / "link.log").string()));
+  Send(2, "through the link");
+  EXPECT_THAT(Content(m_File), testing::HasSubstr("through the link"));
+}
+
+TEST_F(TraceLog, GoesToADevice) {
+  ASSERT_TRUE(HostKit::SetTraceFile("/dev/null"));
+  Send(2, "nowhere");
+  ASSERT_TRUE(HostKit::SetTraceFile("/dev/stderr"));
+}
+
+// A folder in which another user, whom root plays, has planted links to a file of one's own.
+class TraceLogTrust : public TraceLog {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can make the files of another user";
+    TraceLog::SetUp();
+    fs::create_directory(m_Shared);
+    fs::permissions(m_Shared, fs::perms::all_all | fs::perms::sticky_bit);
+    std::ofstream(m_Target.string()) << "precious";
+  }
+  void Plant(const char* name) {
+    fs::create_symlink(m_Target, m_Shared / name);
+    ASSERT_EQ(lchown((m_Shared / name).c_str(), 65534, 65534), 0);
+  }
+
+  const fs::path m_Shared = m_Folder / "shared";
+  const fs::path m_Target = m_Folder / "target";
+};
+
+TEST_F(TraceLogTrust, IsNotGivenToAStrangersLink) {
+  Plant("trace.log");
+  EXPECT_FALSE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
+  EXPECT_EQ(errno, EPERM);
+  Send(2, "elsewhere");
+  EXPECT_EQ(Content(m_Target), "precious");
+}
+
+TEST_F(TraceLogTrust, IsNotGivenToAStrangersLinkToNothing) {
+  fs::remove(m_Target);
+  Plant("trace.log");
+  EXPECT_FALSE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
+  EXPECT_FALSE(fs::exists(m_Target));
+}
+
+// The full file is renamed, and whatever has its name or the older ones' is not followed.
+TEST_F(TraceLogTrust, IsNotGivenToALinkThatAwaitsTheNextFile) {
+  Plant("trace.1.log");
+  ASSERT_TRUE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
+  const std::string text(1'000'000, 'x');
+  for (int i = 0; i < 12; ++i) Send(2, text);
+  EXPECT_EQ(Content(m_Target), "precious");
+  EXPECT_FALSE(fs::is_symlink(m_Shared / "trace.1.log"));
+}
+
+// A stranger's link stands in the place of the full file in the moment after it was renamed.
+TEST_F(TraceLogTrust, IsLookedAtAgainBeforeEachFile) {
+  ASSERT_TRUE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
+  const std::string text(1'000'000, 'x');
+  for (int i = 0; i < 10; ++i) Send(2, text);
+  fs::remove(m_Shared / "trace.log");
+  Plant("trace.log");
+  for (int i = 0; i < 12; ++i) Send(2, text);
+  EXPECT_EQ(Content(m_Target), "precious");
 }
 
 using TraceLogDeathTest = TraceLog;
