@@ -13,9 +13,10 @@ namespace {
 
 using boost::filesystem::path;
 
-// An empty variable counts as unset.
+// An empty variable counts as unset, and so does every one in a program that runs with more rights
+// than its caller has.
 std::string Variable(const char* name) {
-  const char* const value = std::getenv(name);
+  const char* const value = secure_getenv(name);
   return value != nullptr ? value : "";
 }
 
@@ -24,7 +25,7 @@ path HomeOfUser() {
   std::array<char, 16384> buffer{};
   passwd entry{};
   passwd* found = nullptr;
-  const int failed = getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found);
+  const int failed = getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found);
   return failed == 0 && found != nullptr ? path(found->pw_dir) : path("/");
 }
 

@@ -10,7 +10,7 @@ namespace HostKit {
 namespace {
 
 std::uint32_t MaskOfEnvironment() {
-  const char* levels = std::getenv("CORVANE_TRACE");
+  const char* levels = secure_getenv("CORVANE_TRACE");
   if (levels == nullptr || *levels == '\0') return 0;
   const auto mask = ParseTraceLevels(levels);
   if (!mask) {

@@ -1,0 +1,13 @@
+// Says whether it runs with more rights than its caller, and where it looks for its files.
+#include <sys/auxv.h>
+
+#include <iostream>
+
+#include "hostkit/Paths.h"
+
+int main() {
+  std::cout << getauxval(AT_SECURE) << '\n'
+            << HostKit::ConfigFolder().string() << '\n'
+            << HostKit::DatabaseFile().string() << '\n'
+            << HostKit::SysfsRoot().string() << '\n';
+}

@@ -1,0 +1,54 @@
+// A program with the set-user-id bit takes no path from its caller.
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/hostkit/records/Surroundings.h"
+
+namespace {
+
+constexpr uid_t kOther = 65534;
+
+// What the program says, a line each.
+std::string OutputOf(const std::filesystem::path& program) {
+  std::string text;
+  std::FILE* const pipe = popen(program.c_str(), "r");
+  char line[200];
+  while (std::fgets(line, sizeof line, pipe) != nullptr) text += line;
+  pclose(pipe);
+  return text;
+}
+
+class SecureEnvironment : public testing::Test {
+ protected:
+  SecureEnvironment() {
+    std::filesystem::copy_file(ENVIRONMENT_READER, Program());
+    chmod(m_Folder.Path().c_str(), 0755);
+  }
+  std::filesystem::path Program() const { return m_Folder.Path() / "reader"; }
+
+  TemporaryFolder m_Folder;
+  ScopedVariable m_Config{"CORVANE_CONFIG_DIR", "/planted"};
+  ScopedVariable m_Database{"CORVANE_DATABASE", "/planted/db"};
+  ScopedVariable m_Sysfs{"CORVANE_SYSFS", "/planted/sys"};
+  ScopedVariable m_Home{"HOME", "/planted/home"};
+};
+
+TEST_F(SecureEnvironment, IsReadByAnOrdinaryProgram) {
+  EXPECT_EQ(OutputOf(Program()), "0\n/planted\n/planted/db\n/planted/sys\n");
+}
+
+TEST_F(SecureEnvironment, IsNotReadByAProgramWithMoreRights) {
+  const passwd* const user = getpwuid(kOther);
+  if (geteuid() != 0 || user == nullptr) GTEST_SKIP() << "only root can make such a program";
+  const std::string home = std::string(user->pw_dir);
+  ASSERT_EQ(chown(Program().c_str(), kOther, kOther), 0);
+  ASSERT_EQ(chmod(Program().c_str(), 04755), 0);
+  const std::string output = OutputOf(Program());
+  if (output.rfind("0\n", 0) == 0) GTEST_SKIP() << "this file system knows no set-user-id bit";
+  EXPECT_EQ(output, "1\n" + home + "/.config/corvane\n" + home +
+                        "/.local/state/corvane/corvane.db\n/sys\n");
+}
+
+}  // namespace
