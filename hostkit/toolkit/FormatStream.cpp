@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <new>
 #include <string_view>
 
 #include "host/Toolkit.h"
@@ -42,8 +43,12 @@ std::string Number(unsigned long value, bool hexadecimal) {
 CFormatStream::CFormatStream(Internals::CTraceStreamBuffer& buffer, const char* format)
     : m_Buffer(buffer), m_Text(format), m_Next(0) {}
 
+// Without memory the line is lost. It must not end the host.
 CFormatStream::~CFormatStream() {
-  m_Buffer.Append(m_Text);
+  try {
+    m_Buffer.Append(m_Text);
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 CFormatStream& CFormatStream::FormatInt(unsigned int value) {

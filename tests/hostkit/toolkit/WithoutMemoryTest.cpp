@@ -1,0 +1,122 @@
+// Memory that runs out in a trace line.
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+#include <cstdlib>
+#include <new>
+
+#include "host/Toolkit.h"
+#include "hostkit/Tracing.h"
+
+namespace {
+
+// How many allocations of this thread still succeed before all fail; negative: all succeed.
+thread_local int g_AllocationsLeft = -1;
+thread_local bool g_OnlyOneFails = false;
+
+bool Fails() {
+  if (g_AllocationsLeft < 0) return false;
+  if (g_AllocationsLeft > 0) {
+    --g_AllocationsLeft;
+    return false;
+  }
+  if (g_OnlyOneFails) g_AllocationsLeft = -1;
+  return true;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (Fails()) throw std::bad_alloc();
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+// As the plug-in writes it.
+void Trace() {
+  static const MBX::Misc::CModuleInfo module{304, "Module", "1", nullptr, nullptr};
+  MBX::Internals::CTraceStreamBuffer buffer(2, module, "/a/path/that/is/long/Source.cpp",
+                                            "AFunctionWithALongName", 42);
+  MBX::Output_Streams::CFormatStream stream(buffer, "a text that is long, with %s and %d");
+  stream << "another text that is no less long";
+  stream.FormatInt(4294967295U);
+}
+
+class TraceWithoutMemory : public testing::TestWithParam<bool> {
+ protected:
+  TraceWithoutMemory() { fs::create_directories(m_Folder); }
+  ~TraceWithoutMemory() override {
+    HostKit::SetTraceSink({});
+    HostKit::SetTraceFile("");
+    fs::remove_all(m_Folder);
+  }
+
+  // Lets each allocation of a line fail in turn. Gives how many there are.
+  static int FailEach() {
+    for (int points = 0;; ++points) {
+      g_OnlyOneFails = GetParam();
+      g_AllocationsLeft = points;
+      try {
+        Trace();
+      } catch (const std::bad_alloc&) {
+      }
+      const bool hasFailed = g_AllocationsLeft <= 0;
+      g_AllocationsLeft = -1;
+      if (!hasFailed) return points;
+    }
+  }
+
+  const fs::path m_Folder = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
+};
+
+TEST_P(TraceWithoutMemory, LosesLinesOfTheLogAndNothingElse) {
+  const std::string file = (m_Folder / "trace.log").string();
+  ASSERT_TRUE(HostKit::SetTraceFile(file));
+  Trace();
+  const auto length = fs::file_size(file);
+  EXPECT_GT(length, 0U);
+  EXPECT_GT(FailEach(), 4);
+  const auto before = fs::file_size(file);
+  Trace();
+  EXPECT_EQ(fs::file_size(file), before + length);
+}
+
+TEST_P(TraceWithoutMemory, LosesLinesOfTheSinkAndNothingElse) {
+  std::vector<std::string> texts;
+  HostKit::SetTraceSink([&texts](const HostKit::TraceLine& line) { texts.push_back(line.text); });
+  EXPECT_GT(FailEach(), 4);
+  texts.clear();
+  Trace();
+  EXPECT_EQ(texts, std::vector<std::string>{
+                       "a text that is long, with another text that is no less long and "
+                       "4294967295"});
+}
+
+// A sink of the host's that fails is no business of the plug-in either.
+TEST_P(TraceWithoutMemory, OutlivesASinkThatThrows) {
+  int calls = 0;
+  HostKit::SetTraceSink([&calls](const HostKit::TraceLine&) {
+    ++calls;
+    throw std::runtime_error("no luck");
+  });
+  Trace();
+  Trace();
+  EXPECT_EQ(calls, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(, TraceWithoutMemory, testing::Bool(),
+                         [](const auto& each) { return each.param ? "OnceOnly" : "FromThenOn"; });
+
+}  // namespace
