@@ -5,9 +5,11 @@
 // that no value has. The key's name is fixed.
 #pragma once
 
+#include <boost/algorithm/string/replace.hpp>
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "hostkit/database/Tables.h"
 #include "models/FieldsMap.h"
@@ -25,13 +27,16 @@ inline std::string SnakeCase(const std::string& field) {
   return text;
 }
 
-// Kind and declaration of a column, by the type of its field. Tables are strict, so that a cell
-// that is no number never comes back, nor an int that is too large for its field. SQLite's integers
-// are signed: the upper half of the unsigned numbers is refused when it is written.
+// Kind and declaration of a column, by the type of its field. Tables are strict and check ranges,
+// so that no cell comes back which the layer above cannot read: it would end the host.
+//
+// SQLite's integers are signed: the upper half of the unsigned numbers is refused when it is
+// written. It gives doubles as texts of 15 digits; the layer fails for a text that is beyond the
+// largest double when rounded so, and for one below the smallest that has all its digits.
 struct ColumnType {
   DatabaseORM::column_kind_t m_Kind;
   const char* m_Sql;
-  const char* m_Range;  // empty, or the condition behind the column's name
+  const char* m_Range;  // empty, or a condition, with "$" for the column's name
 };
 
 constexpr ColumnType TypeOf(const std::string*) {
@@ -41,13 +46,15 @@ constexpr ColumnType TypeOf(const RaidDataModels::string_list*) {
   return {DatabaseORM::list_column, "TEXT", ""};
 }
 constexpr ColumnType TypeOf(const int*) {
-  return {DatabaseORM::int_column, "INTEGER", "BETWEEN -2147483648 AND 2147483647"};
+  return {DatabaseORM::int_column, "INTEGER", "$ BETWEEN -2147483648 AND 2147483647"};
 }
 constexpr ColumnType TypeOf(const unsigned long*) {
-  return {DatabaseORM::ulong_column, "INTEGER", ">= 0"};
+  return {DatabaseORM::ulong_column, "INTEGER", "$ >= 0"};
 }
 constexpr ColumnType TypeOf(const double*) {
-  return {DatabaseORM::double_column, "REAL", ""};
+  return {DatabaseORM::double_column, "REAL",
+          "$ = 0 OR $ BETWEEN 2.2250738585073e-308 AND 1.7976931348623e308 "
+          "OR $ BETWEEN -1.7976931348623e308 AND -2.2250738585073e-308"};
 }
 
 template <class Row>
@@ -58,7 +65,7 @@ class TableBuilder {
         m_pTable(std::make_shared<DatabaseORM::table_t<Row>>()) {
     m_pMap->alias = alias;
     m_pTable->name = name;
-    m_Columns = "ID INTEGER PRIMARY KEY";
+    m_Sql = "ID INTEGER PRIMARY KEY" + CheckOf("ID", TypeOf(static_cast<const int*>(nullptr)));
     Append("ID", &Row::id, true);
   }
 
@@ -69,8 +76,7 @@ class TableBuilder {
     }
     const std::string column = m_pMap->alias + "_" + SnakeCase(name);
     constexpr ColumnType type = TypeOf(static_cast<const Field*>(nullptr));
-    m_Columns += ", " + column + " " + type.m_Sql;
-    if (*type.m_Range != '\0') m_Columns += " CHECK (" + column + " " + type.m_Range + ")";
+    m_Sql += ", " + column + " " + type.m_Sql + CheckOf(column, type);
     Append(column, member, false);
     return *this;
   }
@@ -78,7 +84,8 @@ class TableBuilder {
   // The number of a new row is the largest one plus 1, which is what a plug-in predicts: the
   // database is not asked to remember the numbers of rows that are gone.
   TableShape Shape() const {
-    return {m_pTable->name, "CREATE TABLE " + m_pTable->name + " (" + m_Columns + ") STRICT"};
+    return {m_pTable->name, m_Columns,
+            "CREATE TABLE " + m_pTable->name + " (" + m_Sql + ") STRICT"};
   }
 
   void Describe(DatabaseORM::storage_t& storage) const {
@@ -87,17 +94,24 @@ class TableBuilder {
   }
 
  private:
+  static std::string CheckOf(const std::string& column, const ColumnType& type) {
+    const std::string range = boost::replace_all_copy(std::string(type.m_Range), "$", column);
+    return range.empty() ? range : " CHECK (" + range + ")";
+  }
+
   template <class Field>
   void Append(const std::string& column, Field Row::*member, bool isKey) {
     using DatabaseORM::column_t;
     RaidDataModels::fields_of<Field>(*m_pMap).push_back({member, column, m_pMap->columnCount++});
     const auto kind = TypeOf(static_cast<const Field*>(nullptr)).m_Kind;
     m_pTable->columns.push_back(std::make_shared<column_t<Row>>(column_t<Row>{kind, isKey}));
+    m_Columns.push_back({column, kind});
   }
 
   const std::shared_ptr<RaidDataModels::dbModelFieldsMap<Row>> m_pMap;
   const std::shared_ptr<DatabaseORM::table_t<Row>> m_pTable;
-  std::string m_Columns;
+  std::vector<ColumnShape> m_Columns;
+  std::string m_Sql;
 };
 
 }  // namespace HostKit

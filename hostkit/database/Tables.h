@@ -8,8 +8,14 @@
 
 namespace HostKit {
 
+struct ColumnShape {
+  std::string m_Name;
+  DatabaseORM::column_kind_t m_Kind;
+};
+
 struct TableShape {
   std::string m_Name;
+  std::vector<ColumnShape> m_Columns;
   std::string m_Sql;  // the statement that makes it
 };
 

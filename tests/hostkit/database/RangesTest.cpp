@@ -1,0 +1,142 @@
+// What a column takes from anybody. The layer above would end the host's thread over a cell that it
+// cannot read.
+#include <boost/algorithm/string.hpp>
+
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+using namespace RaidDataModels;
+
+struct Range {
+  std::vector<std::string> taken;
+  std::vector<std::string> refused;
+};
+
+const Range kInt = {
+    {"NULL", "-2147483648", "-1", "0", "2147483647", "2147483647.0"},
+    {"-2147483649", "2147483648", "9223372036854775807", "0.5", "9e999", "''", "'warm'", "x'31'"}};
+const Range kUnsignedLong = {
+    {"NULL", "0", "9223372036854775807"},
+    {"-1", "-9223372036854775808", "9223372036854775808", "''", "'much'", "0.5", "x'31'"}};
+const Range kDouble = {
+    {"NULL", "0", "-0.0", "12", "0.5", "2.2250738585073e-308", "-2.2250738585073e-308",
+     "1.7976931348623e308", "-1.7976931348623e308"},
+    {"2.2250738585072e-308", "-2.2250738585072e-308", "1e-310", "-1e-310", "4.9e-324",
+     "1.79769313486232e308", "-1.79769313486232e308", "1.7976931348623157e308",
+     "-1.7976931348623157e308", "9e999", "-9e999", "''", "'half'", "x'31'"}};
+const Range kText = {{"NULL", "''", "'text'", "12", "'a?b'"}, {"x'31'"}};
+
+const Range& RangeOf(DatabaseORM::column_kind_t kind) {
+  switch (kind) {
+    case DatabaseORM::int_column:
+      return kInt;
+    case DatabaseORM::ulong_column:
+      return kUnsignedLong;
+    case DatabaseORM::double_column:
+      return kDouble;
+    default:
+      return kText;
+  }
+}
+
+class Ranges : public HostDatabaseTest {
+ protected:
+  // Fills each column in turn with each value, by another program, and reads the row through the
+  // layer after it. Gives how many columns there are.
+  template <class Row>
+  std::size_t ExpectOfEachColumn(const std::string& table) {
+    const auto map = dbModelFieldsMap<Row>::instance();
+    std::size_t columns = 0;
+    DatabaseORM::for_each_field(*map, [&](const auto& field) {
+      ++columns;
+      const Range& range = RangeOf(KindOf<Row>(field.index));
+      const bool isKey = field.name == "ID";
+      for (const auto& value : range.taken) {
+        if (isKey && value == "NULL") continue;  // stands for the next number
+        EXPECT_EQ(Put<Row>(table, field.name, value), "taken") << field.name << " " << value;
+      }
+      for (const auto& value : range.refused) {
+        EXPECT_EQ(Put<Row>(table, field.name, value), "refused") << field.name << " " << value;
+      }
+    });
+    return columns;
+  }
+
+  template <class Row>
+  DatabaseORM::column_kind_t KindOf(int index) {
+    const auto table = DatabaseORM::find_table<Row>(m_pStorage->tables);
+    return table->columns.at(static_cast<std::size_t>(index))->kind;
+  }
+
+  // Both by a new row and by a change of one.
+  template <class Row>
+  std::string Put(const std::string& table, const std::string& column, const std::string& value) {
+    const std::string inserted =
+        Try<Row>("INSERT INTO " + table + " (" + column + ") VALUES (" + value + ")", table);
+    m_Other.Run("INSERT INTO " + table + " DEFAULT VALUES");
+    const std::string updated =
+        Try<Row>("UPDATE " + table + " SET " + column + " = " + value, table);
+    return inserted == updated ? inserted : inserted + " and " + updated;
+  }
+
+  template <class Row>
+  std::string Try(const std::string& sql, const std::string& table) {
+    try {
+      m_Other.Run(sql);
+    } catch (const std::runtime_error&) {
+      m_Other.Run("DELETE FROM " + table);
+      return "refused";
+    }
+    const auto cells = Query("SELECT * FROM " + table + " ad");
+    const auto rows =
+        DatabaseORM::read_rows(*dbModelFieldsMap<Row>::instance(),
+                               *DatabaseORM::find_table<Row>(m_pStorage->tables), cells);
+    m_Other.Run("DELETE FROM " + table);
+    return rows.size() == 1 ? "taken" : "lost";
+  }
+
+  OtherProgram m_Other{File()};
+};
+
+TEST_F(Ranges, OfAnAdaptersColumns) {
+  EXPECT_EQ(ExpectOfEachColumn<Adapter>("host_adapter_rows"), 149U);
+}
+
+TEST_F(Ranges, OfADrivesColumns) {
+  EXPECT_EQ(ExpectOfEachColumn<PD>("host_drive_rows"), 69U);
+}
+
+TEST_F(Ranges, OfAPluginsColumns) {
+  EXPECT_EQ(ExpectOfEachColumn<Plugin>("host_plugin_rows"), 11U);
+}
+
+// The number that the database itself would give next is beyond the limit.
+TEST_F(Ranges, NoKeyFollowsTheLargest) {
+  m_Other.Run("INSERT INTO host_adapter_rows (ID) VALUES (2147483647)");
+  EXPECT_EQ(FailureOf("INSERT INTO host_adapter_rows (ad_name) VALUES (\"next\")"),
+            "CHECK constraint failed: ID BETWEEN -2147483648 AND 2147483647");
+  EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
+}
+
+// The tables as the first version made them, with a key and a number that it took.
+TEST_F(Ranges, HoldInAFileOfAnEarlierVersion) {
+  AppendEvent(PI::CEvent());
+  const auto sqlOf = [this](const std::string& table) {
+    return m_Other.Run("SELECT sql FROM sqlite_schema WHERE name = '" + table + "'");
+  };
+  const std::string now = sqlOf("host_adapter_rows");
+  std::string before = now;
+  boost::replace_all(before, " CHECK (ID BETWEEN -2147483648 AND 2147483647)", "");
+  ASSERT_NE(before, now);
+  Use(":memory:");
+  m_Other.Run("DROP TABLE host_adapter_rows; " + before +
+              "; INSERT INTO host_adapter_rows (ID) VALUES (2147483648)");
+  Use(File().string());
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+  EXPECT_EQ(sqlOf("host_adapter_rows"), now);
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+}  // namespace
