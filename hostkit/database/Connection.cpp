@@ -8,19 +8,24 @@
 #include <boost/filesystem/operations.hpp>
 #include <utility>
 
+#include "hostkit/TrustedPath.h"
+
 namespace HostKit {
 
 namespace {
 
 using boost::filesystem::path;
 
+constexpr std::size_t kLargestAnswer = 64 << 20;
 constexpr int kBusyMs = 500;  // how long a lock of another process is waited for
 
 // After these the connection itself is of no more use.
 constexpr std::array kReopenCodes = {SQLITE_CANTOPEN, SQLITE_CORRUPT, SQLITE_IOERR, SQLITE_NOTADB};
 
 [[noreturn]] void Fail(sqlite3* database) {
-  throw SqliteError(sqlite3_errcode(database), sqlite3_errmsg(database));
+  const int code = sqlite3_errcode(database);
+  throw SqliteError(
+      code, code == SQLITE_INTERRUPT ? "a statement takes too long" : sqlite3_errmsg(database));
 }
 
 void Check(int result, sqlite3* database) {
@@ -36,9 +41,29 @@ bool IsAmong(const Codes& codes, int code) {
   return std::find(codes.begin(), codes.end(), primary) != codes.end();
 }
 
-// The library would read a name that begins with "file:" as a URI, and an absolute one never does.
-std::string NameOf(const path& file) {
-  return file == ":memory:" ? file.string() : boost::filesystem::absolute(file).string();
+bool IsInMemory(const path& file) {
+  return file == ":memory:";
+}
+
+// What lies beside the file is read as well, and a lock is taken on it.
+constexpr std::array kBesideTheFile = {"", "-wal", "-shm", "-journal", "-host"};
+
+// The file behind a name, without links. What another user could have put there is left alone: it
+// might be forged, or lead to a file that this user alone may write.
+path TrustedFile(const path& file) {
+  const TrustedPath found = ResolveTrusted(file);
+  std::string objection = found.m_Objection;
+  for (const char* suffix : kBesideTheFile) {
+    if (objection.empty()) objection = ResolveTrusted(found.m_File.string() + suffix).m_Objection;
+  }
+  if (!objection.empty()) throw SqliteError(SQLITE_PERM, objection);
+  return found.m_File;
+}
+
+// Only an absolute name is looked for in the same place by all who open it. The library would also
+// read a name that begins with "file:" as a URI.
+void RequireAbsolute(const path& file) {
+  if (!file.is_absolute()) throw SqliteError(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN));
 }
 
 sqlite3* Open(const std::string& name, int flags) {
@@ -50,10 +75,8 @@ sqlite3* Open(const std::string& name, int flags) {
 
 sqlite3* OpenToWrite(const path& file) {
   boost::system::error_code ignored;  // the library reports what cannot be opened
-  if (file != ":memory:") {
-    boost::filesystem::create_directories(boost::filesystem::absolute(file).parent_path(), ignored);
-  }
-  return Open(NameOf(file), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  boost::filesystem::create_directories(file.parent_path(), ignored);
+  return Open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOFOLLOW);
 }
 
 std::string UriOf(const std::string& name) {
@@ -66,14 +89,18 @@ std::string UriOf(const std::string& name) {
 // A file without a write-ahead log is taken as one that nobody changes: otherwise the library would
 // make a log, which it may not be able to or which would stay behind.
 sqlite3* OpenToRead(const path& file) {
-  const std::string name = NameOf(file);
+  const std::string name = file.string();
   boost::system::error_code ignored;
   const bool hasLog = boost::filesystem::exists(name + "-wal", ignored);
-  return Open(UriOf(name) + (hasLog ? "" : "?immutable=1"), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+  return Open(UriOf(name) + (hasLog ? "" : "?immutable=1"),
+              SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOFOLLOW);
 }
 
 sqlite3* Open(const path& file, Access access) {
-  return access == Access::Read ? OpenToRead(file) : OpenToWrite(file);
+  if (IsInMemory(file)) return Open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  RequireAbsolute(file);
+  const path trusted = TrustedFile(file);
+  return access == Access::Read ? OpenToRead(trusted) : OpenToWrite(trusted);
 }
 
 // Takes the first statement off `rest`; null for one that is only blanks or a comment.
@@ -124,6 +151,15 @@ Statement& Statement::Bind(const std::string& value) {
   return *this;
 }
 
+Statement& Statement::BindRow(const Statement& row) {
+  const int width = sqlite3_column_count(row.m_pStatement.get());
+  for (int column = 0; column < width; ++column) {
+    sqlite3_value* const value = sqlite3_column_value(row.m_pStatement.get(), column);
+    Check(sqlite3_bind_value(m_pStatement.get(), ++m_Bound, value), m_pDatabase);
+  }
+  return *this;
+}
+
 bool Statement::Step() {
   return NextRow(m_pDatabase, m_pStatement.get());
 }
@@ -139,10 +175,19 @@ std::string Statement::Text(int column) const {
 Connection::Connection(const path& file, Access access)
     : m_pDatabase(Open(file, access), sqlite3_close) {
   if (sqlite3_errcode(m_pDatabase.get()) != SQLITE_OK) Fail(m_pDatabase.get());
-  if (access == Access::Read) {
-    Configure();
-  } else {
-    PrepareToWrite();
+  Configure();
+  if (access == Access::Write) PrepareToWrite();
+  if (access != Access::Read) Run("PRAGMA synchronous = NORMAL");
+  if (!IsInMemory(file)) CheckTrust(file);
+}
+
+// Somebody may have put a file there meanwhile. One that is the user's own by now stays so.
+void Connection::CheckTrust(const path& file) {
+  try {
+    TrustedFile(file);
+  } catch (const SqliteError&) {
+    LeaveAsItIs();
+    throw;
   }
 }
 
@@ -152,9 +197,8 @@ void Connection::PrepareToWrite() {
     throw SqliteError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));
   }
   try {
-    Configure();
     CheckWhole();
-    Run("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;");
+    Run("PRAGMA journal_mode = WAL");
   } catch (const SqliteError&) {
     LeaveAsItIs();
     throw;
@@ -168,6 +212,7 @@ void Connection::Configure() {
   sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
   // A text that breaks out of its quotes reaches this file, but no other, and not its inner parts.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
 }
 
@@ -182,6 +227,7 @@ std::vector<std::string> Connection::Run(const std::string& sql) {
     throw SqliteError(SQLITE_ERROR, "a statement holds a NUL character");
   }
   std::vector<std::string> cells;
+  std::size_t size = 0;
   const char* rest = sql.c_str();
   while (*rest != '\0') {
     const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(
@@ -190,6 +236,8 @@ std::vector<std::string> Connection::Run(const std::string& sql) {
       const int width = sqlite3_column_count(statement.get());
       for (int column = 0; column < width; ++column) {
         cells.push_back(CellText(statement.get(), column));
+        size += sizeof(std::string) + cells.back().size();
+        if (size > kLargestAnswer) throw SqliteError(SQLITE_TOOBIG, "an answer is too large");
       }
     }
   }

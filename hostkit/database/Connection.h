@@ -35,6 +35,8 @@ class Statement {
 
   Statement& Bind(std::int64_t value);
   Statement& Bind(const std::string& value);
+  // All cells of the row at which another statement is.
+  Statement& BindRow(const Statement& row);
   // True as long as there is a row; throws `SqliteError`.
   bool Step();
   std::int64_t Integer(int column) const;
@@ -46,13 +48,14 @@ class Statement {
   int m_Bound = 0;
 };
 
-// How a file is opened; one that is only read is neither made nor changed, nor is anything beside
-// it.
-enum class Access { Write, Read };
+// How a file is opened. One that is only read is neither made nor changed, nor is anything beside
+// it. Another connection to a file that is open to be written needs no second look at it.
+enum class Access { Write, AnotherToWrite, Read };
 
 class Connection {
  public:
-  // Opens or makes the file. ":memory:" stands for none. Throws `SqliteError`.
+  // Opens or makes the file. ":memory:" stands for none; any other path is absolute. Throws
+  // `SqliteError`, also for a file that another user could have put there.
   explicit Connection(const boost::filesystem::path& file, Access access = Access::Write);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -61,6 +64,11 @@ class Connection {
   // "NULL". Throws `SqliteError` at the first one that fails; the later ones do not run.
   std::vector<std::string> Run(const std::string& sql);
   Statement Prepare(const std::string& sql) { return {m_pDatabase.get(), sql}; }
+
+  // From here on nothing but reading and writing the rows of plug-ins is allowed.
+  void Confine();
+  // As `Run`, for a statement of a plug-in: it fails when it takes too long.
+  std::vector<std::string> RunConfined(const std::string& sql);
 
   // Takes an unfinished transaction back.
   void RollBack() noexcept;
@@ -74,6 +82,7 @@ class Connection {
 
  private:
   void Configure();
+  void CheckTrust(const boost::filesystem::path& file);
   void PrepareToWrite();
   // Fails for a damaged file before anything is written to it.
   void CheckWhole();

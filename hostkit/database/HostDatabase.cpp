@@ -1,27 +1,67 @@
 #include "hostkit/database/HostDatabase.h"
 
+#include <cxxabi.h>
+
+#include <boost/filesystem/operations.hpp>
+#include <chrono>
+#include <exception>
+#include <new>
 #include <random>
 
 #include "hostkit/Database.h"
 #include "hostkit/Paths.h"
+#include "hostkit/database/AnswerCheck.h"
 #include "hostkit/database/Schema.h"
 
 namespace HostKit {
 
 namespace {
 
+using boost::filesystem::path;
+
 // Lives are told apart by a number that no other life has had.
 std::int64_t DrawLife() {
-  std::random_device device;
-  return std::uniform_int_distribution<std::int64_t>(1)(device);
+  try {
+    std::random_device device;
+    return std::uniform_int_distribution<std::int64_t>(1)(device);
+  } catch (const std::exception&) {  // the system has none to give
+    return std::chrono::system_clock::now().time_since_epoch().count();
+  }
 }
 
-// Opens the file for its effect on the rows of an earlier life. What is wrong with it, the first
-// statement says.
+// What the environment names now, wherever the host goes later. A relative name stays one when the
+// working directory is gone, and then cannot be opened.
+path FileOfEnvironment() {
+  const path file = DatabaseFile();
+  if (file == ":memory:" || file.is_absolute()) return file;
+  boost::system::error_code error;
+  const path folder = boost::filesystem::current_path(error);
+  return error ? file : folder / file;
+}
+
+// What is wrong with the file, the first statement says.
 void TryToOpen(HostDatabase& database) {
   try {
-    database.With([](Connection&) {});
-  } catch (const SqliteError&) {
+    database.OpenRows();
+  } catch (const std::exception&) {
+  }
+}
+
+// The layer above knows no other exception, and whatever else leaves a statement ends the host. Its
+// text is short enough to need no memory.
+[[noreturn]] void ThrowAsDatabaseException() {
+  try {
+    throw;
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    throw;
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    throw DBEXCEPTION::DatabaseException("out of memory");
+  } catch (const std::exception& exception) {
+    throw DBEXCEPTION::DatabaseException(exception.what());
+  } catch (...) {
+    throw DBEXCEPTION::DatabaseException("unknown error");
   }
 }
 
@@ -34,40 +74,97 @@ HostDatabase::HostDatabase() {
 HostDatabase::~HostDatabase() = default;
 
 std::vector<std::string> HostDatabase::query(std::string sql) {
-  return With([&](Connection& connection) { return connection.Run(sql); });
+  try {
+    return Guarded([&] {
+      auto cells = RowsConnection().RunConfined(sql);
+      RequireReadable(sql, cells);
+      return cells;
+    });
+  } catch (...) {
+    ThrowAsDatabaseException();
+  }
+}
+
+void HostDatabase::OpenRows() {
+  Guarded([this] { RowsConnection(); });
 }
 
 void HostDatabase::Reopen() {
   const CancelShield shield;
   const std::lock_guard lock(m_Lock);
-  m_pConnection.reset();
+  CloseFile();
+  m_pRows.reset();
+  m_RowsLock.Release();
   BeginLife();
 }
 
 void HostDatabase::BeginLife() {
-  m_File = DatabaseFile();
+  m_File = FileOfEnvironment();
   m_Life = DrawLife();
 }
 
-Connection& HostDatabase::OpenConnection() {
-  if (m_pConnection && m_pConnection->HasMoved()) {
-    m_pConnection->EmptyLog();
-    m_pConnection.reset();
+bool HostDatabase::IsInMemory() const {
+  return m_File == ":memory:";
+}
+
+Connection& HostDatabase::OwnConnection() {
+  const bool rowsHaveMoved = m_RowsAreInFile && m_pRows && m_pRows->HasMoved();
+  if (m_pOwn && (m_pOwn->HasMoved() || rowsHaveMoved)) {
+    CloseRowsInFile();
+    m_pOwn->EmptyLog();
+    m_pOwn.reset();
   }
-  if (!m_pConnection) {
-    auto connection = std::make_unique<Connection>(m_File);
-    PrepareTables(*connection, m_Life);
-    m_pConnection = std::move(connection);
+  if (!m_pOwn) {
+    auto own = std::make_unique<Connection>(m_File);
+    PrepareOwnTables(*own);
+    m_pOwn = std::move(own);
   }
-  return *m_pConnection;
+  return *m_pOwn;
+}
+
+Connection& HostDatabase::RowsConnection() {
+  Connection& own = OwnConnection();
+  if (m_RowsAreInFile && m_pRows) return *m_pRows;
+  if (!IsInMemory() && m_RowsLock.Take(m_File)) {
+    PutRowsIntoFile(own);
+  } else if (!m_pRows) {
+    KeepRowsInMemory();
+  }
+  return *m_pRows;
+}
+
+void HostDatabase::PutRowsIntoFile(Connection& own) {
+  PrepareRowTables(own, m_Life, m_pRows.get());
+  auto rows = std::make_unique<Connection>(m_File, Access::AnotherToWrite);
+  rows->Confine();
+  m_pRows = std::move(rows);
+  m_RowsAreInFile = true;
+}
+
+void HostDatabase::KeepRowsInMemory() {
+  auto rows = std::make_unique<Connection>(":memory:");
+  PrepareRowTables(*rows, m_Life, nullptr);
+  rows->Confine();
+  m_pRows = std::move(rows);
 }
 
 void HostDatabase::Recover(const SqliteError& error) {
-  if (!m_pConnection) return;
-  m_pConnection->RollBack();
-  if (!error.NeedsReopen()) return;
-  m_pConnection->LeaveAsItIs();
-  m_pConnection.reset();
+  if (m_pOwn) m_pOwn->RollBack();
+  if (!error.NeedsReopen() || !m_pOwn) return;
+  m_pOwn->LeaveAsItIs();
+  if (m_pRows) m_pRows->LeaveAsItIs();
+  CloseFile();
+}
+
+void HostDatabase::CloseFile() {
+  CloseRowsInFile();
+  m_pOwn.reset();
+}
+
+// Rows in memory stay.
+void HostDatabase::CloseRowsInFile() {
+  if (m_RowsAreInFile) m_pRows.reset();
+  m_RowsAreInFile = false;
 }
 
 const std::shared_ptr<HostDatabase>& TheDatabase() {

@@ -10,37 +10,37 @@
 
 #include "host/Database.h"
 #include "hostkit/database/Connection.h"
+#include "hostkit/database/RowsLock.h"
 #include "hostkit/toolkit/CancelShield.h"
 
 namespace HostKit {
 
 // Opens its file when it is needed and not open, so that a fault lasts no longer than its cause.
 // Any thread may call; a statement never waits for anything of the toolkit.
+//
+// The statements of plug-ins go over a connection of their own, which reaches nothing but their
+// rows. These lie in the file for one host at a time; another one that uses the file meanwhile
+// keeps its own in memory, and puts them into the file when the first one has ended.
 class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
  public:
   HostDatabase();
   ~HostDatabase() override;
 
+  // For plug-ins. Throws `DBEXCEPTION::DatabaseException` and nothing else.
   std::vector<std::string> query(std::string sql) override;
+
+  // Opens the file, for its effect on the rows of an earlier life.
+  void OpenRows();
 
   // Begins a new life on the file that the environment names now.
   void Reopen();
 
-  // Runs `use` on the open connection, with the lock held and a cancellation of the thread kept
-  // off. Throws `SqliteError` and what `use` throws; a transaction left open is then taken back.
+  // Runs `use` on the connection for the host's own tables, with the lock held and a cancellation
+  // of the thread kept off. Throws `SqliteError` and what `use` throws; a transaction left open is
+  // then taken back.
   template <class Use>
   auto With(Use use) {
-    const CancelShield shield;
-    const std::lock_guard lock(m_Lock);
-    try {
-      return use(OpenConnection());
-    } catch (const SqliteError& error) {
-      Recover(error);
-      throw;
-    } catch (...) {
-      if (m_pConnection) m_pConnection->RollBack();
-      throw;
-    }
+    return Guarded([&] { return use(OwnConnection()); });
   }
 
   // The same for a `use` that only reads: a file that may not be written does.
@@ -58,15 +58,39 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   }
 
  private:
+  template <class Work>
+  auto Guarded(Work work) {
+    const CancelShield shield;
+    const std::lock_guard lock(m_Lock);
+    try {
+      return work();
+    } catch (const SqliteError& error) {
+      Recover(error);
+      throw;
+    } catch (...) {
+      if (m_pOwn) m_pOwn->RollBack();
+      throw;
+    }
+  }
+
   void BeginLife();
-  Connection& OpenConnection();
+  bool IsInMemory() const;
+  Connection& OwnConnection();
+  Connection& RowsConnection();
+  void PutRowsIntoFile(Connection& own);
+  void KeepRowsInMemory();
   void Recover(const SqliteError& error);
+  void CloseFile();
+  void CloseRowsInFile();
 
   std::mutex m_Lock;
   // The members below are guarded by m_Lock.
   boost::filesystem::path m_File;
   std::int64_t m_Life = 0;
-  std::unique_ptr<Connection> m_pConnection;
+  RowsLock m_RowsLock;  // let go when all is closed
+  std::unique_ptr<Connection> m_pOwn;
+  bool m_RowsAreInFile = false;
+  std::unique_ptr<Connection> m_pRows;
 };
 
 // The one database; made at the first call, with its file opened if it can be.

@@ -1,5 +1,7 @@
 #include "hostkit/database/Schema.h"
 
+#include <boost/algorithm/string/replace.hpp>
+
 #include "hostkit/database/Tables.h"
 
 namespace HostKit {
@@ -7,7 +9,6 @@ namespace HostKit {
 namespace {
 
 constexpr const char* kOwnTables =
-    "CREATE TABLE IF NOT EXISTS host_life (number INTEGER NOT NULL) STRICT;"
     "CREATE TABLE IF NOT EXISTS host_event_log ("
     "number INTEGER PRIMARY KEY AUTOINCREMENT, time INTEGER NOT NULL, severity INTEGER NOT NULL, "
     "event_id INTEGER NOT NULL, object_id INTEGER NOT NULL, name TEXT NOT NULL, "
@@ -19,10 +20,19 @@ constexpr const char* kEventCounts =
     "CREATE TABLE IF NOT EXISTS host_event_counts (event_id INTEGER NOT NULL, "
     "severity INTEGER NOT NULL, count INTEGER NOT NULL, PRIMARY KEY (event_id, severity)) STRICT;"
     "INSERT INTO host_event_counts SELECT event_id, severity, COUNT(*) FROM host_event_log "
-    "WHERE NOT EXISTS (SELECT 1 FROM host_event_counts) GROUP BY event_id, severity;"
-    "CREATE TRIGGER IF NOT EXISTS host_event_counted AFTER INSERT ON host_event_log BEGIN "
+    "WHERE NOT EXISTS (SELECT 1 FROM host_event_counts) GROUP BY event_id, severity;";
+constexpr const char* kCountingTrigger =
+    "CREATE TRIGGER host_event_counted AFTER INSERT ON host_event_log BEGIN "
     "INSERT INTO host_event_counts VALUES (new.event_id, new.severity, 1) "
-    "ON CONFLICT DO UPDATE SET count = count + 1; END;";
+    "ON CONFLICT DO UPDATE SET count = count + 1; END";
+
+constexpr const char* kLifeTable =
+    "CREATE TABLE IF NOT EXISTS host_life (number INTEGER NOT NULL) STRICT";
+
+// Earlier versions let a card's text add triggers, which would do their work in this host too.
+constexpr const char* kStrangeTriggers =
+    "SELECT name FROM sqlite_schema WHERE type = 'trigger' "
+    "AND tbl_name IN ('host_event_log', 'host_event_counts', 'host_life') AND sql <> ?";
 
 // What the event log has gained since it was first made. Its rows outlive a version of the host, so
 // the table is not made anew.
@@ -57,6 +67,20 @@ void AddColumnsToEventLog(Connection& connection) {
   }
 }
 
+std::string Quoted(const std::string& name) {
+  return '"' + boost::replace_all_copy(name, "\"", "\"\"") + '"';
+}
+
+void MakeTriggers(Connection& connection) {
+  std::vector<std::string> strange;
+  Statement statement = connection.Prepare(kStrangeTriggers);
+  statement.Bind(kCountingTrigger);
+  while (statement.Step()) strange.push_back(statement.Text(0));
+  for (const std::string& name : strange) connection.Run("DROP TRIGGER " + Quoted(name));
+  Statement own = connection.Prepare("SELECT 1 FROM sqlite_schema WHERE sql = ?");
+  if (!own.Bind(kCountingTrigger).Step()) connection.Run(kCountingTrigger);
+}
+
 // A table with other columns was made by another version of the host. Its rows are of another life.
 void MakeRowTable(Connection& connection, const TableShape& shape) {
   const std::string found = SqlOf(connection, shape.m_Name);
@@ -70,28 +94,54 @@ bool IsOfLife(Connection& connection, std::int64_t life) {
   return statement.Bind(life).Step();
 }
 
-void BeginLife(Connection& connection, std::int64_t life) {
-  for (const TableShape& shape : RowTables()) connection.Run("DELETE FROM " + shape.m_Name);
+void CopyRows(Connection& source, Connection& target, const TableShape& shape) {
+  std::string places = "?";
+  for (std::size_t i = 1; i < shape.m_Columns.size(); ++i) places += ", ?";
+  Statement rows = source.Prepare("SELECT * FROM " + shape.m_Name);
+  while (rows.Step()) {
+    target.Prepare("INSERT INTO " + shape.m_Name + " VALUES (" + places + ")").BindRow(rows).Step();
+  }
+}
+
+void BeginLife(Connection& connection, std::int64_t life, Connection* pSource) {
+  for (const TableShape& shape : RowTables()) {
+    connection.Run("DELETE FROM " + shape.m_Name);
+    if (pSource != nullptr) CopyRows(*pSource, connection, shape);
+  }
   connection.Run("DELETE FROM host_life");
   Statement statement = connection.Prepare("INSERT INTO host_life VALUES (?)");
   statement.Bind(life).Step();
 }
 
-}  // namespace
-
-void PrepareTables(Connection& connection, std::int64_t life) {
+template <class Work>
+void InTransaction(Connection& connection, Work work) {
   try {
     connection.Run("BEGIN IMMEDIATE");
-    connection.Run(kOwnTables);
-    AddColumnsToEventLog(connection);
-    connection.Run(kEventCounts);
-    for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
-    if (!IsOfLife(connection, life)) BeginLife(connection, life);
+    work();
     connection.Run("COMMIT");
   } catch (...) {
     connection.RollBack();
     throw;
   }
+}
+
+}  // namespace
+
+void PrepareOwnTables(Connection& connection) {
+  InTransaction(connection, [&] {
+    connection.Run(kOwnTables);
+    AddColumnsToEventLog(connection);
+    connection.Run(kEventCounts);
+    MakeTriggers(connection);
+  });
+}
+
+void PrepareRowTables(Connection& connection, std::int64_t life, Connection* pSource) {
+  InTransaction(connection, [&] {
+    connection.Run(kLifeTable);
+    for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
+    if (!IsOfLife(connection, life)) BeginLife(connection, life, pSource);
+  });
 }
 
 }  // namespace HostKit

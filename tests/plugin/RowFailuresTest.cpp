@@ -10,6 +10,7 @@
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/RowView.h"
+#include "tests/support/SqliteDoor.h"
 
 namespace CorvaneTest {
 namespace {
@@ -36,11 +37,12 @@ std::string BecauseOfTheKey(const std::string& reason) {
 
 // Lets an action on a table fail from now on: "INSERT", "UPDATE" or "DELETE".
 void Refuse(const std::string& action, const std::string& table) {
-  Query("CREATE TRIGGER refusal BEFORE " + action + " ON " + table +
-        " BEGIN SELECT RAISE(ABORT, 'no luck'); END");
+  const std::string sql = "CREATE TRIGGER refusal BEFORE " + action + " ON " + table +
+                          " BEGIN SELECT RAISE(ABORT, 'no luck'); END";
+  SqliteDoor::Run(sql.c_str());
 }
 void RefuseNoMore() {
-  Query("DROP TRIGGER refusal");
+  SqliteDoor::Run("DROP TRIGGER refusal");
 }
 
 class RowFailures : public Watched {
@@ -64,6 +66,7 @@ class RowFailures : public Watched {
   }
   std::string File() { return (m_Host.Folder() / "rows.db").string(); }
 
+  const SqliteDoor m_Door;  // opens first
   const DatabaseLife m_Database;
   const std::string m_Number = NumberOf(3);
   const std::string m_Adapter = "Adapter (SanDisk Flash Adapter 785GB (1)) (" + m_Number + ") ";
@@ -359,7 +362,7 @@ TEST_F(RowFailures, ALockedFileStopsNoScanAndIsWrittenAgainAfterwards) {
 
 TEST_F(RowFailures, AFullFileStopsNoScan) {
   Run();
-  Query("PRAGMA max_page_count = 1");
+  SqliteDoor::Run("PRAGMA max_page_count = 1");
   Set("card0", "product_name", std::string(6000, 'x'));
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("(database or disk is full)")));
@@ -370,7 +373,7 @@ TEST_F(RowFailures, AFullFileStopsNoScan) {
 
 TEST_F(RowFailures, AReadOnlyFileStopsNoScan) {
   Run();
-  Query("PRAGMA query_only = 1");
+  SqliteDoor::Run("PRAGMA query_only = 1");
   Set("card0", "sector_size_bytes", "4096");
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("(attempt to write a readonly database)")));

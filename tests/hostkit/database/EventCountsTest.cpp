@@ -42,7 +42,7 @@ TEST_F(EventCounts, TellEventsAndSeveritiesApart) {
 TEST_F(EventCounts, OutliveTheHostAndTheLog) {
   Happen(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 1);
   Restart();
-  Query("DELETE FROM host_event_log");
+  OtherProgram(File()).Run("DELETE FROM host_event_log");
   Happen(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 1);
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
   EXPECT_EQ(Counts(), "10967/3 2");
@@ -50,8 +50,7 @@ TEST_F(EventCounts, OutliveTheHostAndTheLog) {
 
 TEST_F(EventCounts, TakeOverALogThatIsOlder) {
   Happen(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 3);
-  Query("DROP TRIGGER host_event_counted");
-  Query("DROP TABLE host_event_counts");
+  OtherProgram(File()).Run("DROP TRIGGER host_event_counted; DROP TABLE host_event_counts");
   Restart();
   EXPECT_EQ(Counts(), "10967/3 3");
   Restart();

@@ -71,7 +71,8 @@ TEST_F(EventLog, OutlivesTheHost) {
 
 TEST_F(EventLog, DropsTheOldestBeyondItsSize) {
   AppendEvent(Overheated(1000, "first"));
-  Query("INSERT INTO host_event_log SELECT 20000, 1000, 3, 10967, 5, 'second', '', '', 0");
+  OtherProgram(File()).Run(
+      "INSERT INTO host_event_log SELECT 20000, 1000, 3, 10967, 5, 'second', '', '', 0");
   AppendEvent(Overheated(1000, "third"));
   EXPECT_EQ(NamesSince(0, 10), "second third ");
 }

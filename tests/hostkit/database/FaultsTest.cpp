@@ -11,6 +11,7 @@
 #include "hostkit/Database.h"
 #include "hostkit/EventLog.h"
 #include "tests/hostkit/database/Fixture.h"
+#include "tests/support/SqliteDoor.h"
 
 namespace {
 
@@ -161,7 +162,7 @@ TEST_F(Faults, AFilePutInThePlaceOfTheOpenOneIsUsedWithoutItsRows) {
   std::filesystem::rename(File(), m_Folder.Path() / "second.db");
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
-  EXPECT_EQ(Query("PRAGMA integrity_check").at(0), "ok");
+  EXPECT_EQ(OtherProgram(m_Folder.Path() / "second.db").Run("PRAGMA integrity_check"), "ok");
 }
 
 TEST_F(Faults, ALockOfAnotherProgramIsReportedAndOver) {
@@ -197,13 +198,15 @@ TEST_F(Faults, AShortLockIsWaitedFor) {
 }
 
 TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
+  const SqliteDoor door;
+  Restart();
   AppendEvent(PI::CEvent());
-  Query("PRAGMA max_page_count = 1");
+  SqliteDoor::Run("PRAGMA max_page_count = 1");
   const std::string large =
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(100000, 'x') + "\")";
   EXPECT_EQ(FailureOf(large), "database or disk is full");
   EXPECT_EQ(FailureOf(kRead), "");
-  Query("PRAGMA max_page_count = 1000000");
+  SqliteDoor::Run("PRAGMA max_page_count = 1000000");
   EXPECT_EQ(FailureOf(large), "");
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }

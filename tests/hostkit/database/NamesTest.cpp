@@ -30,9 +30,11 @@ class Names : public HostDatabaseTest {
  protected:
   // Of tables and columns, and what SQLite calls the key besides.
   std::vector<std::string> Taken() {
-    std::vector<std::string> names = Query(
+    const std::string found = OtherProgram(File()).Run(
         "SELECT name FROM sqlite_schema UNION "
         "SELECT c.name FROM sqlite_schema AS s JOIN pragma_table_info(s.name) AS c");
+    std::vector<std::string> names;
+    boost::split(names, found, [](char letter) { return letter == ' '; });
     names.insert(names.end(), {"rowid", "oid", "_rowid_", "ad", "pd", "pi"});
     return names;
   }

@@ -17,8 +17,10 @@ TEST_F(Query, GivesEveryKindOfCellAsText) {
 }
 
 TEST_F(Query, RunsTheStatementsOfATextInTurn) {
-  EXPECT_EQ(HostDatabaseTest::Query("CREATE TABLE n (v); INSERT INTO n VALUES (1); SELECT v FROM n;"
-                                    "-- a word\n UPDATE n SET v = 2; ; SELECT v FROM n"),
+  EXPECT_EQ(HostDatabaseTest::Query("INSERT INTO host_plugin_rows (pi_object_id) VALUES (1);"
+                                    "SELECT pi_object_id FROM host_plugin_rows; -- a word\n"
+                                    "UPDATE host_plugin_rows SET pi_object_id = 2; ;"
+                                    "SELECT pi_object_id FROM host_plugin_rows"),
             (Cells{"1", "2"}));
 }
 
@@ -32,16 +34,9 @@ TEST_F(Query, TakesTheSwitchForForeignKeysInFrontOfAStatement) {
 }
 
 TEST_F(Query, StopsAtTheStatementThatFails) {
-  EXPECT_EQ(FailureOf("CREATE TABLE n (v); INSERT INTO m VALUES (1); INSERT INTO n VALUES (1)"),
-            "no such table: m");
-  EXPECT_EQ(HostDatabaseTest::Query("SELECT COUNT(*) FROM n"), Cells{"0"});
-}
-
-TEST_F(Query, LeavesNoTransactionBehindAFailure) {
-  EXPECT_EQ(FailureOf("BEGIN; CREATE TABLE n (v); INSERT INTO m VALUES (1); COMMIT"),
-            "no such table: m");
-  EXPECT_EQ(FailureOf("SELECT * FROM n"), "no such table: n");
-  EXPECT_EQ(FailureOf("BEGIN; COMMIT"), "");
+  const std::string insert = "INSERT INTO host_plugin_rows (pi_object_id) VALUES (1);";
+  EXPECT_EQ(FailureOf(insert + "INSERT INTO m VALUES (1);" + insert), "no such table: m");
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 1");
 }
 
 TEST_F(Query, FailsWithTheLibrarysText) {
@@ -55,13 +50,13 @@ TEST_F(Query, TakesNoTextWithANul) {
 
 TEST_F(Query, ReachesNoOtherFile) {
   const std::string other = (m_Folder.Path() / "other.db").string();
-  EXPECT_EQ(FailureOf("ATTACH '" + other + "' AS other"), "too many attached databases - max 0");
+  EXPECT_EQ(FailureOf("ATTACH '" + other + "' AS other"), "not authorized");
   EXPECT_NE(FailureOf("VACUUM INTO '" + other + "'"), "");
   EXPECT_FALSE(std::filesystem::exists(other));
 }
 
 TEST_F(Query, WritesAheadInALog) {
-  EXPECT_EQ(HostDatabaseTest::Query("PRAGMA journal_mode"), Cells{"wal"});
+  EXPECT_EQ(OtherProgram(File()).Run("PRAGMA journal_mode"), "wal");
 }
 
 }  // namespace

@@ -49,4 +49,29 @@ TEST_F(WithoutMemory, NobodyIsKeptOut) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
+// The layer above catches the database's exception and no other.
+TEST_F(WithoutMemory, AStatementFailsWithTheLayersException) {
+  const std::string sql =
+      "DELETE FROM host_plugin_rows;"
+      "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"a text that is long\");"
+      "SELECT * FROM host_plugin_rows pi";
+  int failures = 0;
+  for (bool done = false; !done;) {
+    std::string copy = sql;
+    std::string text;
+    text.reserve(200);
+    g_AllocationsLeft = failures;
+    try {
+      m_pStorage->dao->query(std::move(copy));
+      done = true;
+    } catch (const DBEXCEPTION::DatabaseException& exception) {
+      ++failures;
+      text = exception.what();
+    }
+    g_AllocationsLeft = -1;
+    EXPECT_TRUE(done || text == "out of memory") << text;
+  }
+  EXPECT_GT(failures, 5);
+}
+
 }  // namespace

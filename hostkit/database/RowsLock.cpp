@@ -1,0 +1,51 @@
+#include "hostkit/database/RowsLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace HostKit {
+
+namespace {
+
+// A host that ends removes its file, so that the one just opened may be gone before it is locked.
+constexpr int kMostTries = 10;
+
+}  // namespace
+
+bool RowsLock::Take(const boost::filesystem::path& database) {
+  m_File = database.string() + "-host";
+  if (m_IsHeld && !HasMoved()) return true;
+  m_IsHeld = false;
+  for (int i = 0; i < kMostTries; ++i) {
+    if (!Lock()) return false;
+    if (!HasMoved()) return m_IsHeld = true;
+  }
+  return false;
+}
+
+void RowsLock::Release() {
+  if (m_IsHeld && !HasMoved()) unlink(m_File.c_str());
+  m_IsHeld = false;
+  m_Descriptor.reset();
+}
+
+// Others may not open the file: whoever can could hold the lock for ever.
+bool RowsLock::Lock() {
+  if (!m_Descriptor || HasMoved()) {
+    constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    m_Descriptor.emplace(open(m_File.c_str(), kFlags, S_IRUSR | S_IWUSR));
+  }
+  return m_Descriptor->IsOpen() && flock(m_Descriptor->Number(), LOCK_EX | LOCK_NB) == 0;
+}
+
+bool RowsLock::HasMoved() const {
+  struct stat open {};
+  struct stat seen {};
+  if (!m_Descriptor || fstat(m_Descriptor->Number(), &open) != 0) return true;
+  if (lstat(m_File.c_str(), &seen) != 0) return true;
+  return open.st_ino != seen.st_ino || open.st_dev != seen.st_dev;
+}
+
+}  // namespace HostKit

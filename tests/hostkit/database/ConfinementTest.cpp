@@ -1,0 +1,224 @@
+// What a statement of a plug-in may do, and what it may not, whatever a card's text made of it.
+#include <chrono>
+
+#include "hostkit/EventCounts.h"
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+#include "tests/support/HostileTexts.h"
+
+namespace {
+
+using namespace RaidDataModels;
+using DatabaseORM::is_equal;
+using DatabaseORM::where;
+
+class Confinement : public HostDatabaseTest {
+ protected:
+  Confinement() {
+    PI::CEvent event;
+    event.m_SourceName = "first";
+    AppendEvent(event);
+    m_pStorage->insert(AnAdapter(1));
+    m_Schema = Schema();
+  }
+
+  std::string Schema() {
+    return OtherProgram(File()).Run("SELECT type, name, sql FROM sqlite_schema ORDER BY name");
+  }
+
+  // The host has lost nothing, has nothing new, and goes on.
+  void ExpectUnharmed(const std::string& after) {
+    const auto events = HostKit::ReadEvents(0, 10);
+    ASSERT_EQ(events.size(), 1U) << after;
+    EXPECT_EQ(events[0].m_SourceName, "first") << after;
+    const auto counts = HostKit::CountEvents();
+    ASSERT_EQ(counts.size(), 1U) << after;
+    EXPECT_EQ(counts[0].m_Count, 1U) << after;
+    EXPECT_EQ(Schema(), m_Schema) << after;
+    EXPECT_FALSE(std::filesystem::exists("planted.db")) << after;
+    EXPECT_EQ(FailureOf("DELETE FROM host_adapter_rows WHERE ad_adapter_number = 9"), "") << after;
+    OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK");  // nobody holds a lock
+  }
+
+  // Whether the layer took it or said that the database did not.
+  template <class Use>
+  void Try(Use use) {
+    try {
+      use();
+    } catch (const DBEXCEPTION::DatabaseException&) {
+    }
+  }
+
+  std::string m_Schema;
+};
+
+TEST_F(Confinement, RefusesWhateverIsNotARowOfPlugins) {
+  for (const std::string& statement : ForbiddenStatements()) {
+    EXPECT_NE(FailureOf(statement), "") << statement;
+    ExpectUnharmed(statement);
+    EXPECT_NE(FailureOf("SELECT 1; " + statement + "; SELECT 2"), "") << statement;
+    ExpectUnharmed(statement);
+  }
+  for (const std::string& expression : ForbiddenExpressions()) {
+    EXPECT_NE(FailureOf("SELECT " + expression), "") << expression;
+    EXPECT_NE(FailureOf("UPDATE host_adapter_rows SET ad_name = " + expression), "") << expression;
+    ExpectUnharmed(expression);
+  }
+}
+
+TEST_F(Confinement, SaysThatItIsNotAllowed) {
+  EXPECT_EQ(FailureOf("DROP TABLE host_event_log"), "not authorized");
+  EXPECT_EQ(FailureOf("SELECT message FROM host_event_log"),
+            "access to host_event_log.message is prohibited");
+  EXPECT_EQ(FailureOf("SELECT random()"), "not authorized to use function: random");
+}
+
+TEST_F(Confinement, TakesWhatTheRowsNeed) {
+  struct Case {
+    const char* sql;
+    const char* cell;
+  };
+  for (const Case& each :
+       {Case{"SELECT MAX(ID) FROM host_adapter_rows", "1"},
+        Case{"SELECT COUNT(*), MIN(ID) FROM host_plugin_rows", "0"},
+        Case{"PRAGMA foreign_keys = ON; SELECT UPPER(TYPEOF(ID)) FROM host_adapter_rows ad",
+             "INTEGER"},
+        Case{"SELECT ad.ad_adapter_number FROM host_adapter_rows ad WHERE ad.ad_host_name = "
+             "'localhost'",
+             "1"}}) {
+    const auto cells = Query(each.sql);
+    ASSERT_FALSE(cells.empty()) << each.sql;
+    EXPECT_EQ(cells[0], each.cell) << each.sql;
+  }
+}
+
+// A file of an earlier version may bear what a card has planted in it.
+TEST_F(Confinement, TakesStrangeTriggersOffTheHostsOwnTables) {
+  Use(":memory:");
+  OtherProgram(File()).Run(
+      "CREATE TRIGGER planted AFTER INSERT ON host_event_log BEGIN DELETE FROM host_event_log; END;"
+      "CREATE TRIGGER \"pl\"\"anted\" BEFORE DELETE ON host_event_counts BEGIN SELECT 1; END;"
+      "DROP TRIGGER host_event_counted;"
+      "CREATE TRIGGER host_event_counted AFTER INSERT ON host_event_log BEGIN "
+      "DELETE FROM host_event_counts; END");
+  Use(File().string());
+  EXPECT_EQ(Schema(), m_Schema);
+  AppendEvent(PI::CEvent());
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
+  EXPECT_EQ(HostKit::CountEvents().at(0).m_Count, 2U);
+}
+
+TEST_F(Confinement, LetsATriggerOfTheRowsReachNothingElse) {
+  OtherProgram(File()).Run(
+      "CREATE TRIGGER planted AFTER UPDATE ON host_adapter_rows BEGIN "
+      "DELETE FROM host_event_log; END");
+  EXPECT_EQ(FailureOf("UPDATE host_adapter_rows SET ad_name = \"x\""), "not authorized");
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+// Many rows with themselves, again and again: years.
+TEST_F(Confinement, EndsAStatementThatTakesTooLong) {
+  for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
+  const char* const product =
+      "FROM host_adapter_rows a, host_adapter_rows b, host_adapter_rows c, host_adapter_rows d, "
+      "host_adapter_rows e, host_adapter_rows f, host_adapter_rows g, host_adapter_rows h";
+  EXPECT_EQ(FailureOf(std::string("SELECT COUNT(*) ") + product), "a statement takes too long");
+  EXPECT_EQ(
+      FailureOf("INSERT INTO host_plugin_rows (pi_object_id) SELECT a.ID " + std::string(product)),
+      "a statement takes too long");
+  EXPECT_EQ(Counts(), "adapters 31 drives 0 plugins 0");
+  ExpectUnharmed("a long statement");
+}
+
+TEST_F(Confinement, EndsAnAnswerThatGrowsTooLarge) {
+  for (int i = 0; i < 4; ++i) {
+    m_pStorage->insert(AnAdapter(i));
+    Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1 << 20, 'x') + "\"");
+  }
+  EXPECT_EQ(FailureOf("SELECT a.ad_name FROM host_adapter_rows a, host_adapter_rows b, "
+                      "host_adapter_rows c"),
+            "an answer is too large");
+  ExpectUnharmed("a large answer");
+}
+
+TEST_F(Confinement, MakesNoTextWithoutEnd) {
+  const std::string half(9 << 20, 'x');
+  EXPECT_EQ(FailureOf("SELECT \"" + half + "\" || \"" + half + "\""), "string or blob too big");
+  EXPECT_EQ(FailureOf("SELECT \"" + half + "\""), "");
+}
+
+TEST_F(Confinement, LetsTheFileGrowSoFarAndNoFurther) {
+  Use(":memory:");
+  const std::string insert =
+      "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(15 << 20, 'x') + "\")";
+  for (int i = 0; i < 17; ++i) ASSERT_EQ(FailureOf(insert), "");
+  EXPECT_EQ(FailureOf(insert), "database or disk is full");
+  AppendEvent(PI::CEvent());
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+// The layer takes an answer for rows by the places of its cells.
+TEST_F(Confinement, KeepsFromTheLayerWhatItCannotRead) {
+  const std::string all = "SELECT * FROM host_plugin_rows pi  WHERE pi.pi_plugin_name = 'x' ";
+  const std::string columns = "'t', 'NULL', 't', '15', 't', '1', '2', 't', 't', 't'";
+  EXPECT_EQ(FailureOf(all + "UNION SELECT '7', " + columns), "");
+  EXPECT_EQ(FailureOf(all + "UNION SELECT 'warm', " + columns),
+            "a cell of host_plugin_rows.ID cannot be read");
+  EXPECT_EQ(FailureOf(all + "UNION SELECT 2147483648, " + columns),
+            "a cell of host_plugin_rows.ID cannot be read");
+  EXPECT_EQ(FailureOf(all + "UNION SELECT '', " + columns),
+            "a cell of host_plugin_rows.ID cannot be read");
+  EXPECT_EQ(FailureOf(all + "; SELECT 1"), "an answer is not whole rows of host_plugin_rows");
+}
+
+// Each text through each statement of the layer.
+TEST_F(Confinement, OutlivesHostileTextsInANewRow) {
+  struct Case {
+    std::string Plugin::*field;
+    int valuesBehind;
+  };
+  for (const Case& each :
+       {Case{&Plugin::apiVersion, 9}, Case{&Plugin::pluginName, 7}, Case{&Plugin::vendor, 1}}) {
+    for (const std::string& text : HostileTexts(each.valuesBehind)) {
+      auto row = APlugin();
+      row.*each.field = text;
+      Try([&] { m_pStorage->insert(row); });
+      ExpectUnharmed(text);
+    }
+  }
+}
+
+TEST_F(Confinement, OutlivesHostileTextsInAChange) {
+  for (const std::string& text : HostileTexts(0)) {
+    for (const auto field : {&Adapter::serialNumber, &Adapter::name, &Adapter::firmwareVersion,
+                             &Adapter::driverVersion, &Adapter::hostName}) {
+      auto row = AnAdapter(1);
+      row.id = 1;
+      row.*field = text;
+      Try([&] { m_pStorage->update(row); });
+    }
+    ExpectUnharmed(text);
+  }
+}
+
+TEST_F(Confinement, OutlivesHostileTextsInASearch) {
+  for (const std::string& text : HostileTexts(0)) {
+    Try([&] {
+      m_pStorage->get_all<PD>(
+          where(is_equal(&PD::serialNumber, text) and is_equal(&PD::hostName, "localhost")));
+    });
+    Try([&] { m_pStorage->get_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
+    Try([&] { m_pStorage->get_all<Adapter>(where(is_equal(&Adapter::name, text))); });
+    ExpectUnharmed(text);
+  }
+}
+
+TEST_F(Confinement, OutlivesHostileTextsInADeletion) {
+  for (const std::string& text : HostileTexts(0)) {
+    Try([&] { m_pStorage->remove_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
+    Try([&] { m_pStorage->remove_all<Adapter>(where(is_equal(&Adapter::name, text))); });
+    ExpectUnharmed(text);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,178 @@
+// Hosts that use one file at once: processes of their own.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <list>
+
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+class Host {
+ public:
+  Host() {
+    int orders[2];
+    int answers[2];
+    if (pipe2(orders, O_CLOEXEC) != 0 || pipe2(answers, O_CLOEXEC) != 0) std::abort();
+    m_Process = fork();
+    if (m_Process == 0) {
+      dup2(orders[0], STDIN_FILENO);
+      dup2(answers[1], STDOUT_FILENO);
+      execl(DATABASE_HOST, DATABASE_HOST, nullptr);
+      _exit(127);
+    }
+    close(orders[0]);
+    close(answers[1]);
+    m_pOrders = fdopen(orders[1], "w");
+    m_pAnswers = fdopen(answers[0], "r");
+  }
+  ~Host() { End("end"); }
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  void Order(const std::string& order) {
+    std::fputs((order + "\n").c_str(), m_pOrders);
+    std::fflush(m_pOrders);
+  }
+  std::string Answer() {
+    char line[200] = "";
+    if (std::fgets(line, sizeof line, m_pAnswers) == nullptr) return "gone";
+    const std::string text = line;
+    return text.substr(0, text.find('\n'));
+  }
+  std::string Do(const std::string& order) {
+    Order(order);
+    return Answer();
+  }
+
+  void Kill() {
+    kill(m_Process, SIGKILL);
+    End("end");
+  }
+
+ private:
+  void End(const std::string& order) {
+    if (m_Process < 0) return;
+    std::signal(SIGPIPE, SIG_IGN);
+    Order(order);
+    std::fclose(m_pOrders);
+    waitpid(m_Process, nullptr, 0);
+    std::fclose(m_pAnswers);
+    m_Process = -1;
+  }
+
+  pid_t m_Process = -1;
+  std::FILE* m_pOrders = nullptr;
+  std::FILE* m_pAnswers = nullptr;
+};
+
+class SeveralHosts : public HostDatabaseTest {
+ protected:
+  SeveralHosts() {
+    Use(":memory:");
+    setenv("CORVANE_DATABASE", File().c_str(), 1);
+  }
+  std::string InFile(const std::string& sql) { return OtherProgram(File()).Run(sql); }
+  std::string RowsInFile() { return InFile("SELECT COUNT(*) FROM host_adapter_rows"); }
+
+  static constexpr const char* kNames =
+      "SELECT ad_name FROM host_adapter_rows WHERE ad_adapter_number = 0";
+};
+
+TEST_F(SeveralHosts, StartedTogetherWriteEachRowOnce) {
+  for (int round = 0; round < 15; ++round) {
+    std::list<Host> hosts(4);
+    for (Host& host : hosts) host.Order("fill 64");
+    for (Host& host : hosts) EXPECT_EQ(host.Answer(), "done");
+    EXPECT_EQ(RowsInFile(), "64");
+    EXPECT_EQ(InFile("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
+    for (Host& host : hosts) EXPECT_EQ(host.Do("count"), "64");
+    while (!hosts.empty()) {
+      hosts.pop_front();
+      EXPECT_EQ(RowsInFile(), "64");
+    }
+  }
+}
+
+// The last one to end may have begun in memory, and have taken its place in the file meanwhile.
+TEST_F(SeveralHosts, ThatEndAtOnceLeaveEachRowOnce) {
+  for (int round = 0; round < 15; ++round) {
+    std::list<Host> hosts(3);
+    for (Host& host : hosts) host.Order("fill 64\nend");
+    hosts.clear();
+    EXPECT_EQ(RowsInFile(), "64");
+    EXPECT_EQ(InFile("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
+  }
+}
+
+TEST_F(SeveralHosts, DoNotDisturbTheRowsOfTheFirst) {
+  Host first;
+  EXPECT_EQ(first.Do("fill 3"), "done");
+  EXPECT_EQ(first.Do("name first"), "done");
+  Host second;
+  EXPECT_EQ(second.Do("fill 2"), "done");
+  EXPECT_EQ(second.Do("name second"), "done");
+  EXPECT_EQ(second.Do("count"), "2");
+  EXPECT_EQ(first.Do("count"), "3");
+  EXPECT_EQ(RowsInFile(), "3");
+  EXPECT_EQ(InFile(kNames), "first");
+}
+
+TEST_F(SeveralHosts, PutTheirRowsIntoTheFileWhenTheFirstHasEnded) {
+  Host second;
+  {
+    Host first;
+    EXPECT_EQ(first.Do("fill 3"), "done");
+    EXPECT_EQ(second.Do("fill 2"), "done");
+  }
+  EXPECT_EQ(RowsInFile(), "3");
+  EXPECT_EQ(second.Do("name second"), "done");
+  EXPECT_EQ(RowsInFile(), "2");
+  EXPECT_EQ(InFile(kNames), "second");
+  Host third;
+  EXPECT_EQ(third.Do("fill 5"), "done");
+  EXPECT_EQ(RowsInFile(), "2");
+}
+
+TEST_F(SeveralHosts, DoSoAlsoWhenItWasKilled) {
+  Host first;
+  Host second;
+  EXPECT_EQ(first.Do("fill 3"), "done");
+  EXPECT_EQ(second.Do("fill 2"), "done");
+  first.Kill();
+  EXPECT_EQ(second.Do("name second"), "done");
+  EXPECT_EQ(RowsInFile(), "2");
+}
+
+TEST_F(SeveralHosts, LeaveNothingBesideTheFile) {
+  {
+    Host first;
+    Host second;
+    EXPECT_EQ(first.Do("fill 1"), "done");
+    EXPECT_EQ(second.Do("fill 1"), "done");
+  }
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(File().parent_path())) {
+    names.push_back(entry.path().filename().string());
+  }
+  EXPECT_EQ(names, std::vector<std::string>{"corvane.db"});
+}
+
+TEST_F(SeveralHosts, LogTheirEventsTogether) {
+  Host first;
+  EXPECT_EQ(first.Do("fill 1"), "done");
+  Use(File().string());
+  AppendEvent(PI::CEvent());
+  m_pStorage->insert(AnAdapter(7));
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+  EXPECT_EQ(InFile("SELECT COUNT(*) FROM host_event_log"), "1");
+  EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
+  EXPECT_EQ(RowsInFile(), "1");
+  EXPECT_EQ(InFile("SELECT ad_adapter_number FROM host_adapter_rows"), "0");
+}
+
+}  // namespace

@@ -1,0 +1,107 @@
+// A database that another user could have put where the host looks for it. The strangers' files are
+// made by root, so root alone runs most of these tests.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t kStranger = 65534;
+
+class DatabaseTrust : public HostDatabaseTest {
+ protected:
+  DatabaseTrust() {
+    Use(":memory:");
+    m_Shared = m_Folder.Path() / "shared";
+    chmod(m_Folder.Path().c_str(), 0755);
+    fs::create_directory(m_Shared);
+    chmod(m_Shared.c_str(), 01777);
+  }
+  void Give(const fs::path& file) { ASSERT_EQ(lchown(file.c_str(), kStranger, kStranger), 0); }
+
+  // What a statement of a plug-in and an event meet, as one text when they meet the same.
+  std::string Failure() {
+    const std::string ofRows = FailureOf("SELECT COUNT(*) FROM host_adapter_rows");
+    std::string ofEvents;
+    try {
+      AppendEvent(PI::CEvent());
+    } catch (const DBEXCEPTION::DatabaseException& exception) {
+      ofEvents = exception.what();
+    }
+    return ofRows == ofEvents ? ofRows : ofRows + " and " + ofEvents;
+  }
+
+  fs::path m_Shared;
+};
+
+TEST_F(DatabaseTrust, IsGivenInTheTemporaryFolder) {
+  Use((m_Shared / "corvane.db").string());
+  EXPECT_EQ(Failure(), "");
+  EXPECT_TRUE(fs::exists(m_Shared / "corvane.db"));
+}
+
+TEST_F(DatabaseTrust, FollowsOnesOwnLink) {
+  const auto link = m_Folder.Path() / "link.db";
+  fs::create_symlink(File(), link);
+  Use(link.string());
+  EXPECT_EQ(Failure(), "");
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_event_log"), "1");
+  EXPECT_TRUE(fs::is_symlink(link));
+}
+
+TEST_F(DatabaseTrust, LocksItsRowsForItselfAlone) {
+  Use(File().string());
+  struct stat status {};
+  ASSERT_EQ(stat((File().string() + "-host").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600U);
+}
+
+class DatabaseTrustOfRoot : public DatabaseTrust {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can make the files of another user";
+  }
+};
+
+TEST_F(DatabaseTrustOfRoot, IsNotGivenToAStrangersLink) {
+  const auto target = m_Folder.Path() / "target";
+  WriteText(target, "");
+  fs::create_symlink(target, m_Shared / "corvane.db");
+  Give(m_Shared / "corvane.db");
+  Use((m_Shared / "corvane.db").string());
+  EXPECT_EQ(Failure(), (m_Shared / "corvane.db").string() + " belongs to uid 65534");
+  EXPECT_EQ(ReadText(target), "");
+  EXPECT_THROW(HostKit::ReadEvents(0, 10), DBEXCEPTION::DatabaseException);
+}
+
+TEST_F(DatabaseTrustOfRoot, IsNotGivenToAStrangersFile) {
+  for (const char* suffix : {"", "-wal", "-shm", "-journal", "-host"}) {
+    const fs::path planted = (m_Shared / "corvane.db").string() + suffix;
+    WriteText(planted, "");
+    Give(planted);
+    Use((m_Shared / "corvane.db").string());
+    EXPECT_EQ(Failure(), planted.string() + " belongs to uid 65534");
+    EXPECT_EQ(ReadText(planted), "");
+    fs::remove(planted);
+  }
+  EXPECT_EQ(Failure(), "");
+}
+
+TEST_F(DatabaseTrustOfRoot, IsNotGivenToAFolderThatOthersMayWrite) {
+  const auto folder = m_Folder.Path() / "open";
+  fs::create_directory(folder);
+  chmod(folder.c_str(), 0777);
+  Use((folder / "corvane.db").string());
+  EXPECT_EQ(Failure(), folder.string() + " can be written by other users");
+  EXPECT_TRUE(fs::is_empty(folder));
+  chmod(folder.c_str(), 0755);
+  EXPECT_EQ(Failure(), "");
+}
+
+}  // namespace

@@ -1,0 +1,112 @@
+// A card that calls itself by what would hurt the host's database. The host loses nothing, and goes
+// on.
+
+#include <filesystem>
+
+#include "hostkit/EventCounts.h"
+#include "hostkit/EventLog.h"
+#include "tests/hostkit/database/Fixture.h"
+#include "tests/plugin/Watch.h"
+#include "tests/support/HostileTexts.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+constexpr const char* kTexts[] = {"serial_number", "board_name", "product_name", "driver_version",
+                                  "fw_current_version"};
+
+// A serial number is followed by so many values in a new row of an adapter, and of a drive.
+constexpr int kBehindSerialNumber[] = {25, 22};
+
+// One of each kind: every other one is tried on the database itself.
+const std::vector<std::string> kStatements = {
+    "DROP TABLE host_event_log",
+    "DELETE FROM host_event_log",
+    "UPDATE host_life SET number = 0",
+    "CREATE TRIGGER planted AFTER INSERT ON host_event_log BEGIN DELETE FROM host_event_log; END",
+    "CREATE TEMP VIEW host_plugin_rows AS SELECT 1",
+    "ATTACH 'planted.db' AS planted",
+    "BEGIN EXCLUSIVE",
+    "PRAGMA writable_schema = 1",
+    "WITH RECURSIVE n (i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT COUNT(*) FROM n"};
+
+class HostileStrings : public Watched {
+ protected:
+  HostileStrings() {
+    DatabaseLife::Begin(File());
+    PI::CEvent event;
+    event.m_SourceName = "first";
+    HostKit::AppendEvents({HostKit::WordEvent(event)});
+    m_Schema = Schema();
+    AddCards(2);
+  }
+
+  std::string File() const { return (m_Host.Folder() / "rows.db").string(); }
+  std::string Schema() const {
+    return OtherProgram(File()).Run("SELECT type, name, sql FROM sqlite_schema ORDER BY name");
+  }
+
+  void ExpectUnharmed(const std::string& after) {
+    const auto events = HostKit::ReadEvents(0, 10);
+    ASSERT_EQ(events.size(), 1U) << after;
+    EXPECT_EQ(events[0].m_SourceName, "first") << after;
+    EXPECT_EQ(HostKit::CountEvents().size(), 1U) << after;
+    EXPECT_EQ(Schema(), m_Schema) << after;
+    EXPECT_FALSE(std::filesystem::exists("planted.db")) << after;
+    ExpectNoLockHeld();
+  }
+
+  // What the plug-in says of its rows: each statement has failed or it has not.
+  static bool IsOfRows(const std::string& line) {
+    return line.find(" to db.") != line.npos || line.find(" in db.") != line.npos ||
+           line.find(" from db.") != line.npos;
+  }
+
+  // The card has the text when the host starts, when the worker has seen a change of it and of its
+  // drive, and when it goes away.
+  void LiveWith(const char* attribute, const std::string& text) {
+    Set("card0", attribute, text);
+    ASSERT_EQ(m_Host.Start(), 0U) << text;
+    ExpectUnharmed(text);
+    Set("card0", "temp_internal_deg_c", "61.5");
+    Set("card0", "sector_size_bytes", "4096");
+    PassMs(16'000);
+    ExpectUnharmed(text);
+    EXPECT_EQ(m_Host.Topology().size(), 5U) << text;
+    Hide(0);
+    PassMs(16'000);
+    ExpectUnharmed(text);
+    EXPECT_EQ(m_Host.Topology().size(), 3U) << text;
+    for (const std::string& line : m_Host.Traces(128)) EXPECT_TRUE(IsOfRows(line)) << line;
+    m_Host.DeInitialize();
+    m_Host.Release();
+    m_Host.ForgetTraces();
+    Show(0);
+    Set("card0", "temp_internal_deg_c", "50.5");
+    Set("card0", "sector_size_bytes", "512");
+  }
+
+  const DatabaseLife m_Database;
+  std::string m_Schema;
+};
+
+class EachText : public HostileStrings, public testing::WithParamInterface<const char*> {};
+
+TEST_P(EachText, HurtsNothing) {
+  for (const std::string& text : HostileTexts(0, kStatements)) LiveWith(GetParam(), text);
+}
+
+TEST_F(HostileStrings, HurtNothingBehindAWholeNewRow) {
+  for (const int values : kBehindSerialNumber) {
+    for (const std::string& text : HostileTexts(values, kStatements)) {
+      if (text.find("NULL") != text.npos) LiveWith("serial_number", text);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Hostile, EachText, testing::ValuesIn(kTexts),
+                         [](const auto& each) { return std::string(each.param); });
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,98 @@
+// Another program that gets a cell into the file which the plug-in's layer cannot read: checks may
+// be switched off, and tables made anew. The worker goes on, and so does the row once it is well.
+
+#include "tests/hostkit/database/Fixture.h"
+#include "tests/plugin/Watch.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+struct Spoiling {
+  const char* name;
+  const char* sql;
+  const char* repair;
+  const char* said;
+};
+
+void PrintTo(const Spoiling& each, std::ostream* out) {
+  *out << each.name;
+}
+
+// Takes the types of the columns away, before what follows.
+#define LOOSELY                                                                                 \
+  "PRAGMA writable_schema = 1;"                                                                 \
+  "UPDATE sqlite_schema SET sql = REPLACE(sql, 'STRICT', '') WHERE name = 'host_adapter_rows';" \
+  "PRAGMA writable_schema = RESET;"
+
+class SpoiltCells : public Watched, public testing::WithParamInterface<Spoiling> {
+ protected:
+  SpoiltCells() {
+    AddCards(1);
+    DatabaseLife::Begin(File());
+    m_OnLine = [this](const std::string& line) {
+      if (line.rfind("128 ", 0) == 0) m_DatabaseLines.push_back(line.substr(4));
+    };
+  }
+  void TearDown() override { m_OnLine = nullptr; }
+
+  std::string File() const { return (m_Host.Folder() / "rows.db").string(); }
+
+  void Change(const char* celsius, const char* sectorSize) {
+    m_DatabaseLines.clear();
+    Set("card0", "temp_internal_deg_c", celsius);
+    Set("card0", "sector_size_bytes", sectorSize);
+    AwaitScans();
+  }
+
+  const DatabaseLife m_Database;
+  Cells m_DatabaseLines;
+};
+
+TEST_P(SpoiltCells, AreMetByAWorkerThatGoesOn) {
+  StartWatch();
+  OtherProgram other(File());
+  other.Run(std::string("PRAGMA ignore_check_constraints = 1;") + GetParam().sql);
+  Change("60.0", "4096");
+  EXPECT_THAT(m_DatabaseLines, Contains(HasSubstr(GetParam().said)));
+  EXPECT_EQ(m_Host.Topology().size(), 3U);
+  other.Run(GetParam().repair);
+  Change("70.0", "512");
+  // An adapter's row is written from what was known before.
+  EXPECT_THAT(Column(ADAPTER_ROWS, "ad_temperature"), ElementsAre("60"));
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SpoiltCells,
+    testing::Values(Spoiling{"Key", "UPDATE host_adapter_rows SET ID = 2147483648",
+                             "UPDATE host_adapter_rows SET ID = 1",
+                             "(a cell of host_adapter_rows.ID cannot be read)"},
+                    Spoiling{"Int", "UPDATE host_adapter_rows SET ad_temperature = 2147483648",
+                             "UPDATE host_adapter_rows SET ad_temperature = NULL",
+                             "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+                    Spoiling{"Double", "UPDATE host_drive_rows SET pd_remaining_reserve = 1e-310",
+                             "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
+                             "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+                    Spoiling{
+                        "LargestDouble",
+                        "UPDATE host_drive_rows SET pd_remaining_reserve = 1.7976931348623157e308",
+                        "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
+                        "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+                    Spoiling{"Text", LOOSELY "UPDATE host_adapter_rows SET ad_temperature = 'warm'",
+                             "UPDATE host_adapter_rows SET ad_temperature = NULL",
+                             "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+                    Spoiling{"Empty", LOOSELY "UPDATE host_adapter_rows SET ad_object_id = ''",
+                             "UPDATE host_adapter_rows SET ad_object_id = NULL",
+                             "(a cell of host_adapter_rows.ad_object_id cannot be read)"},
+                    Spoiling{"Column", "ALTER TABLE host_adapter_rows DROP COLUMN ad_vendor",
+                             "ALTER TABLE host_adapter_rows ADD COLUMN ad_vendor TEXT",
+                             "(an answer is not whole rows of host_adapter_rows)"}),
+    [](const auto& each) { return std::string(each.param.name); });
+
+}  // namespace
+}  // namespace CorvaneTest

@@ -1,0 +1,101 @@
+// A host whose working directory is deleted, as a folder is that somebody has tidied up: its
+// database lies elsewhere, and neither a start nor a file to be opened anew may end the process.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/RowView.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class WorkingDirectory : public Watched {
+ protected:
+  WorkingDirectory() : m_Before(open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+  ~WorkingDirectory() override {
+    if (fchdir(m_Before) != 0) std::abort();
+    close(m_Before);
+  }
+
+  std::filesystem::path Folder() const { return m_Host.Folder() / "workplace"; }
+  std::string File() const { return (m_Host.Folder() / "state" / "rows.db").string(); }
+
+  void Enter() const {
+    std::filesystem::create_directory(Folder());
+    std::filesystem::current_path(Folder());
+  }
+  void DeleteIt() const { std::filesystem::remove_all(Folder()); }
+
+  // In a process that has not opened a database yet. The exit code is the number of adapters' rows.
+  [[noreturn]] void StartIn(const std::string& database) {
+    AddCards(2);
+    Enter();
+    DeleteIt();
+    setenv("CORVANE_DATABASE", database.c_str(), 1);
+    if (m_Host.Start() != 0 || m_Host.Topology().size() != 5) _exit(90);
+    for (const std::string& line : m_Host.Traces(128)) std::fprintf(stderr, "%s\n", line.c_str());
+    _exit(std::stoi(Query("SELECT COUNT(*) FROM host_adapter_rows").at(0)));
+  }
+
+ private:
+  const int m_Before;
+};
+
+using WorkingDirectoryDeathTest = WorkingDirectory;
+
+TEST_F(WorkingDirectoryDeathTest, ThatIsGoneStopsNoStart) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(StartIn(File()), testing::ExitedWithCode(2), "Plugin FusionIO inserted to db.");
+}
+
+TEST_F(WorkingDirectory, ThatIsGoneStopsNoStartOnAFileNamedByIt) {
+  AddCards(1);
+  Enter();
+  DeleteIt();
+  DatabaseLife::Begin("rows.db");
+  ASSERT_EQ(m_Host.Start(), 0U);
+  EXPECT_THAT(m_Host.Traces(128), Contains(HasSubstr("(unable to open database file)")));
+  DatabaseLife::Begin(":memory:");
+}
+
+TEST_F(WorkingDirectory, ThatIsGoneStopsNoWorkerThatOpensItsFileAnew) {
+  const DatabaseLife database;
+  AddCards(1);
+  Enter();
+  DatabaseLife::Begin(File());
+  StartWatch();
+  DeleteIt();
+  std::filesystem::remove_all(std::filesystem::path(File()).parent_path());
+  Set("card0", "temp_internal_deg_c", "60.0");
+  AwaitScans();
+  EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
+  EXPECT_TRUE(std::filesystem::exists(File()));
+  EXPECT_EQ(m_Host.Topology().size(), 3U);
+}
+
+TEST_F(WorkingDirectory, MayChangeWithoutTheFileFollowing) {
+  const DatabaseLife database;
+  AddCards(1);
+  Enter();
+  DatabaseLife::Begin("rows.db");
+  std::filesystem::current_path("/");
+  ASSERT_EQ(m_Host.Start(), 0U);
+  EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
+  EXPECT_TRUE(std::filesystem::exists(Folder() / "rows.db"));
+  std::filesystem::remove(Folder() / "rows.db");
+  EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
+  EXPECT_TRUE(std::filesystem::exists(Folder() / "rows.db"));
+  EXPECT_FALSE(std::filesystem::exists("/rows.db"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest
