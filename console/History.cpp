@@ -11,6 +11,7 @@
 #include "console/Vocabulary.h"
 #include "host/Database.h"
 #include "hostkit/Paths.h"
+#include "hostkit/TrustedPath.h"
 
 namespace Console {
 namespace {
@@ -33,7 +34,8 @@ std::uint32_t TypeOf(const Object& object) {
 Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();
   const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
-  return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "NO_EVENT_LOG",
+  const bool foreign = !HostKit::ResolveTrusted(file).m_Objection.empty();
+  return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, "NO_EVENT_LOG",
                  fmt::format("reading the event log {}", file),
                  denied ? std::strerror(EACCES) : why,
                  {"Another one can be named with --database."});

@@ -15,6 +15,16 @@ setup_file() {
   keep wrong host rows drives -o json &
   CORVANE_DATABASE=/proc/no-such-folder/rows.db keep broken host rows adapter -o json &
   wait
+  cardsim --state "$BATS_FILE_TMPDIR/many.json" new
+  cardsim --state "$BATS_FILE_TMPDIR/many.json" add 0x2001 --count 64
+}
+
+# Two programs at the same moment, on one database.
+start_together() {
+  local many="$BATS_FILE_TMPDIR/many.json" file="$1"
+  CORVANE_DATABASE="$file" keep one corvane-host --simulate="$many" rows adapter &
+  CORVANE_DATABASE="$file" keep two corvane-host --simulate="$many" rows adapter &
+  wait
 }
 
 @test "all rows are counted and shown without the columns that are NULL" {
@@ -73,4 +83,38 @@ plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
   same '["DATABASE_FAILED", "libCorvane.so"]' \
     "$(json broken '[d["messages"][-1]["id"], d["plugin"]["file"].split("/")[-1]]')"
   grep -q "unable to open database file" "$BATS_FILE_TMPDIR/broken.err"
+}
+
+@test "two hosts that are started together write each row once" {
+  local round name
+  for round in 1 2 3; do
+    start_together "$BATS_TEST_TMPDIR/together.db"
+    for name in one two; do
+      ended "$name" 0
+      same "adapter: 64 rows in host_adapter_rows" "$(out "$name" | head -1)"
+    done
+    same "64 64" "$(python3 -c '
+import sqlite3, sys
+rows = sqlite3.connect(sys.argv[1]).execute("SELECT ad_serial_number FROM host_adapter_rows")
+serials = [row[0] for row in rows]
+print(len(serials), len(set(serials)))' "$BATS_TEST_TMPDIR/together.db")"
+  done
+}
+
+@test "a database that another user has put there is not used, and left as it is" {
+  [ "$(id -u)" -eq 0 ] || skip "only root can make the files of another user"
+  local shared="$BATS_TEST_TMPDIR/shared" name
+  mkdir -m 1777 "$shared"
+  echo precious >"$BATS_TEST_TMPDIR/target"
+  ln -s ../target "$shared/corvane.db"
+  chown -h 65534 "$shared/corvane.db"
+  for name in events list; do
+    CORVANE_DATABASE="$shared/corvane.db" keep "planted$name" host "$name" &
+  done
+  wait
+  ended plantedevents 6
+  said plantedevents "corvane-host: reading the event log $shared/corvane.db failed: \
+$shared/corvane.db belongs to uid 65534"
+  ended plantedlist 0
+  same precious "$(cat "$BATS_TEST_TMPDIR/target")"
 }
