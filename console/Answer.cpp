@@ -90,7 +90,9 @@ std::string Envelope(const Json& result, const Surroundings& around, bool oneLin
       {"messages", messages},
       {"result", result},
   };
-  return envelope.dump(oneLine ? -1 : 2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return HostKit::PrintableJson(
+             envelope.dump(oneLine ? -1 : 2, ' ', false, Json::error_handler_t::replace)) +
+         "\n";
 }
 
 void PutValue(Json& into, const std::string& name, const Value& value) {

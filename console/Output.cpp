@@ -85,17 +85,4 @@ HeldTalk::~HeldTalk() {
   m_Talk.m_Held.clear();
 }
 
-std::string Printable(const std::string& text) {
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
-      result += fmt::format("\\x{:02x}", byte);
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
-
 }  // namespace Console

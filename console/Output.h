@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "hostkit/Printable.h"
+
 namespace Console {
 
 // How people's forms look; decided once, from options, environment and terminal.
@@ -80,8 +82,6 @@ class HeldTalk {
   Talk& m_Talk;
 };
 
-// Control characters written as \xNN, so that no text of a card can move the cursor or break a
-// line.
-std::string Printable(const std::string& text);
+using HostKit::Printable;
 
 }  // namespace Console

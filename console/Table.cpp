@@ -34,6 +34,8 @@ ScolsTable NewTable(const Style& style) {
   if (!table) throw std::bad_alloc();
   scols_table_enable_ascii(table.get(), style.m_Ascii ? 1 : 0);
   scols_table_enable_colors(table.get(), style.m_Colour ? 1 : 0);
+  // It would write the backslash of an escape as an escape.
+  scols_table_enable_noencoding(table.get(), 1);
   scols_table_enable_noheadings(table.get(), style.m_Headings ? 0 : 1);
   // Never a terminal to the library: on one it would cut cells, and a person can scroll.
   scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
@@ -60,7 +62,7 @@ void AddColumns(libscols_table* table, const Table& from, bool tree) {
 void FillLine(libscols_line* line, const Row& row) {
   for (std::size_t i = 0; i < row.m_Cells.size(); ++i) {
     const Cell& cell = row.m_Cells[i];
-    if (scols_line_set_data(line, i, cell.m_Human.c_str()) != 0) throw std::bad_alloc();
+    if (scols_line_set_data(line, i, Printable(cell.m_Human).c_str()) != 0) throw std::bad_alloc();
     const char* colour = ColourOf(cell.m_Tone);
     if (colour != nullptr) scols_cell_set_color(scols_line_get_cell(line, i), colour);
   }

@@ -101,7 +101,7 @@ std::string LabelText(const std::string& text) {
     const bool plain = byte > 0x20 && byte != 0x7F && std::strchr("'\"=;|\\", c) == nullptr;
     label += plain ? c : '_';
   }
-  return label;
+  return boost::replace_all_copy(Printable(label), "\\", "_");
 }
 
 void AddReadings(std::vector<Reported>& into, const Object& adapter, const std::string& name) {

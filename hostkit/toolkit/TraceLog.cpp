@@ -4,9 +4,7 @@
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
-#include <algorithm>
 #include <boost/filesystem/operations.hpp>
-#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +12,7 @@
 #include <utility>
 
 #include "host/Toolkit.h"
+#include "hostkit/Printable.h"
 #include "hostkit/Tracing.h"
 #include "hostkit/TrustedPath.h"
 #include "hostkit/records/Files.h"
@@ -87,11 +86,8 @@ std::unique_ptr<spdlog::logger> LogOfEnvironment() {
 
 // One line of the log. Texts of a card may hold anything; a line stays a line.
 std::string Render(const TraceLine& line) {
-  std::string text = std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
-                     line.function + ':' + std::to_string(line.line) + ' ' + line.text;
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
-  return text;
+  return Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
+                   line.function + ':' + std::to_string(line.line) + ' ' + line.text);
 }
 
 // Where lines go. Never destroyed: modules trace until the process is gone.

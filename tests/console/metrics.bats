@@ -153,7 +153,7 @@ corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMP
     "$(out odd | grep '^corvane_adapter_temperature_celsius')"
   series odd "product='Börd \"x\" .{3} \{y=\"z\"\}'"
   grep -qF 'product="Börd \"x\" \\n {y=\"z\"}"' "$BATS_FILE_TMPDIR/odd.out"
-  series ugly "firmware_version='bad�utf'"
+  series ugly "firmware_version='bad[\\]+xffutf'"
   run ! grep -qP '[\x00-\x09\x0b-\x1f\x7f]' "$BATS_FILE_TMPDIR/odd.out"
   run ! grep -qP '[\x00-\x09\x0b-\x1f\x7f]' "$BATS_FILE_TMPDIR/ugly.out"
 }

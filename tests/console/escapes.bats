@@ -1,0 +1,93 @@
+#!/usr/bin/env bats
+# What could move a terminal's cursor or turn the order of letters around comes out as an escape,
+# wherever it comes from.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+}
+
+# hostile FILE: the machine's cards with all of these characters in every text of the first one.
+hostile() {
+  python3 - "$CARDSIM_STATE" "$1" <<'END'
+import json, os, sys
+
+sys.path.insert(0, os.environ["CORVANE_SOURCE"] + "/tests/console")
+sys.argv, (_, source, target) = ["escapes.py"], sys.argv
+import escapes
+
+state = json.load(open(source, encoding="utf-8"))
+card = state["cards"][0]
+# Its own name is the simulator's.
+texts = [key for key, value in card.items() if isinstance(value, str) and key != "name"]
+assert len(texts) >= 6, texts
+for key in texts:
+    card[key] = escapes.HOSTILE
+json.dump(state, open(target, "w", encoding="utf-8"))
+END
+}
+
+@test "no hostile character of a card, a file or an argument comes out raw" {
+  hostile "$BATS_TEST_TMPDIR/cards.json"
+  timeout 380 /usr/bin/python3 "$CORVANE_SOURCE/tests/console/escapes.py"
+}
+
+@test "JSON keeps a hostile text exactly, as ASCII escapes" {
+  hostile "$BATS_FILE_TMPDIR/spoilt.json"
+  keep exact with spoilt get a0 serial_number firmware_version -o json
+  python3 - "$BATS_FILE_TMPDIR/exact.out" <<'END'
+import json, os, sys
+
+sys.path.insert(0, os.environ["CORVANE_SOURCE"] + "/tests/console")
+import escapes
+
+text = open(sys.argv[1], encoding="utf-8").read()
+values = json.loads(text)["result"]["values"]
+assert values["serial_number"] == escapes.HOSTILE, values
+assert "\\u202e" in text and "\\u009b" in text and "\\u007f" in text
+END
+}
+
+@test "people and scripts see each character as an escape" {
+  cards seen new
+  cards seen add 0x2001
+  cards seen set card0 serial_number $'x\x1b\n\x7f\u0085\u009b\u061c\u200e\u2028\u202e\u2066y\u00e9'
+  cards seen set card0 board_name $'x\u202ey'
+  cards seen set card0 product_name $'p\u202ey\x1b'
+  local escaped='x\x1b\x0a\x7f\u0085\u009b\u061c\u200e\u2028\u202e\u2066yé'
+  keep value with seen get a0 serial_number
+  same "$escaped" "$(out value)"
+  keep tsv with seen get a0 serial_number -o tsv -H
+  same "serial_number	$escaped" "$(out tsv)"
+  keep show with seen show a0
+  grep -qF "$escaped" "$BATS_FILE_TMPDIR/show.out"
+  keep list with seen list
+  grep -qF "$escaped" "$BATS_FILE_TMPDIR/list.out"
+  grep -qF 'x\u202ey (1)' "$BATS_FILE_TMPDIR/list.out"
+  keep traced with seen list --trace all
+  grep -qF 'PD (p\u202ey\x1b (0)) inserted to db.' "$BATS_FILE_TMPDIR/traced.err"
+}
+
+@test "a byte that is not UTF-8 becomes an escape too" {
+  keep odd odd odd get a0 firmware_version
+  same 'bad\xffutf' "$(out odd)"
+}
+
+@test "metrics with hostile labels are read as they were meant" {
+  hostile "$BATS_FILE_TMPDIR/spoilt.json"
+  keep metrics with spoilt metrics
+  ended metrics 0
+  /usr/bin/python3 - "$BATS_FILE_TMPDIR/metrics.out" <<'END'
+import sys
+from prometheus_client.openmetrics.parser import text_string_to_metric_families
+
+families = list(text_string_to_metric_families(open(sys.argv[1], encoding="utf-8").read()))
+labels = {v for f in families for s in f.samples for v in s.labels.values()}
+assert any("\\u202e" in label and "\\u009b" in label for label in labels), labels
+assert not any("\u202e" in label or "\u009b" in label for label in labels)
+END
+}

@@ -1,0 +1,214 @@
+#!/usr/bin/python3
+"""Every command of corvane-host in every form, with hostile characters wherever a text can come
+from: every text of a card, the names of all files, and the arguments. None of these characters may
+come out raw, neither on a stream nor in a file that the program writes for people or collectors.
+
+The commands and forms come from the program's own help.
+"""
+
+import concurrent.futures
+import itertools
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+FOLDER = pathlib.Path(os.environ.get("BATS_TEST_TMPDIR", "."))
+BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
+ODD_PLUGIN = os.environ["ODD_PLUGIN"]
+
+# One of each kind: what moves the cursor, what turns the order of letters around, what breaks lines.
+HOSTILE = (
+    "x\x1b[31m\x07\n\r\t\b\x7f\u0085\u0090\u009b31m\u009d\u061c\u200e\u200f\u2028\u2029"
+    "\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069z"
+)
+UNFIT = (
+    {chr(code) for code in range(0x20)} | {chr(code) for code in range(0x7F, 0xA0)}
+    | {chr(code) for code in range(0x2028, 0x202F)} | {chr(code) for code in range(0x2066, 0x206A)}
+    | set("\u061c\u200e\u200f")
+)
+
+# Command: its arguments, with OBJ and DRIVE for an adapter and a drive.
+ARGUMENTS = {
+    "list": "",
+    "tree": "-v",
+    "show": "OBJ",
+    "get": "OBJ",
+    "set": "OBJ poll_interval=15",
+    "locate": "OBJ off",
+    "attach": "OBJ",
+    "detach": "OBJ --dry-run",
+    "online": "DRIVE --dry-run",
+    "offline": "DRIVE --dry-run",
+    "format": "DRIVE --capacity 80 --dry-run",
+    "op": "list OBJ",
+    "status": "",
+    "check": "",
+    "events": "",
+    "watch": "--for 200ms",
+    "wait": "OBJ name=HOSTILE --timeout 0s",
+    "rows": "",
+    "metrics": "",
+    "explain": "HOSTILE",
+    "completion": "bash",
+    "plugin": "",
+    "help": "",
+    "version": "",
+}
+
+# Situation: more options.
+SITUATIONS = {
+    "cards": [],
+    "traced": ["--trace", "all"],
+    "trace file": ["--trace", "all", "--trace-file", "PLACE/trace"],
+    "no such object": ["OBJ=HOSTILE"],
+    "no such plug-in": ["--plugin", "PLACE/none.so"],
+    "no plug-in": ["--plugin", "PLACE/cards.json"],
+    "odd plug-in": ["--plugin", ODD_PLUGIN],
+    "no cards": ["--simulate=PLACE/none.json"],
+    "damaged cards": ["--simulate=PLACE/config/Corvane.ini"],
+    "damaged ini": ["DAMAGED"],
+    "no database": ["--database", "PLACE/cards.json/db"],
+    "wrong option": ["--HOSTILE"],
+    "wrong form": ["-o", "HOSTILE"],
+    "wrong timeout": ["--timeout", "HOSTILE"],
+    "wrong trace": ["--trace", "HOSTILE"],
+    "no trace file": ["--trace", "all", "--trace-file", "PLACE/none/trace"],
+    "one more word": ["HOSTILE"],
+}
+
+# More that takes a text of the caller's.
+MORE = [
+    ["HOSTILE"],
+    ["list", "-c", "HOSTILE"],
+    ["show", "HOSTILE"],
+    ["get", "a0", "HOSTILE"],
+    ["set", "plugin", "HOSTILE=1"],
+    ["set", "plugin", "poll_interval=HOSTILE"],
+    ["locate", "a0", "HOSTILE"],
+    ["format", "a0/d0", "--capacity", "HOSTILE"],
+    ["format", "a0/d0", "--sector-size", "HOSTILE"],
+    ["format", "a0/d0", "--capacity", "80", "--confirm", "HOSTILE"],
+    ["op", "HOSTILE", "a0"],
+    ["op", "run", "a0", "HOSTILE"],
+    ["op", "run", "a0", "OP_ATTACH", "HOSTILE=1"],
+    ["events", "HOSTILE"],
+    ["events", "--since", "HOSTILE"],
+    ["events", "--limit", "HOSTILE"],
+    ["watch", "--for", "HOSTILE"],
+    ["wait", "a0", "HOSTILE"],
+    ["wait", "HOSTILE", "gone", "--timeout", "0s"],
+    ["rows", "HOSTILE"],
+    ["completion", "HOSTILE"],
+    ["help", "HOSTILE"],
+    ["complete", "--", "show", ""],
+    ["complete", "--", "get", "a0", "HOSTILE"],
+    ["metrics", "--textfile", "PLACE/metrics.prom"],
+    ["metrics", "--textfile", "PLACE/metrics.prom", "-o", "json"],
+    ["metrics", "--textfile", "PLACE/none/metrics.prom"],
+    ["list", "--color", "HOSTILE"],
+]
+
+counter = itertools.count()
+
+
+def prepare():
+    """A folder of hostile name with cards and a configuration of its own."""
+    place = FOLDER / f"{next(counter)}{HOSTILE}"
+    (place / "config").mkdir(parents=True)
+    shutil.copy(FOLDER / "cards.json", place / "cards.json")
+    (place / "config" / "Corvane.ini").write_bytes(b"PollInterval=15\n")
+    return place
+
+
+def run(words, situation):
+    place = prepare()
+    options = list(SITUATIONS.get(situation, []))
+    adapter = HOSTILE if "OBJ=HOSTILE" in options else "a0"
+    options = [word for word in options if word != "OBJ=HOSTILE"]
+    if "DAMAGED" in options:
+        options.remove("DAMAGED")
+        (place / "config" / "Corvane.ini").write_bytes(b"PollInterval\0 [[[\n")
+
+    def fill(word):
+        word = {"OBJ": adapter, "DRIVE": f"{adapter}/d0"}.get(word, word)
+        return word.replace("HOSTILE", HOSTILE).replace("PLACE", str(place))
+
+    environment = dict(
+        os.environ, CORVANE_CONFIG_DIR=f"{place}/config", CORVANE_DATABASE=f"{place}/db",
+        TERM="xterm-256color",
+    )
+    arguments = [f"{BUILD}/bin/corvane-host", "--simulate=" + f"{place}/cards.json"]
+    done = subprocess.run(
+        [*arguments, *(fill(word) for word in [*words, *options])],
+        stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=300, check=False,
+    )
+    return place, done
+
+
+def complaint(words, situation):
+    place, done = run(words, situation)
+    written = {"standard output": done.stdout, "standard error": done.stderr}
+    for name in ("trace", "metrics.prom"):
+        if (place / name).exists():
+            written[name] = (place / name).read_bytes()
+    if done.returncode < 0:
+        return f"ended by signal {-done.returncode}"
+    if done.returncode != 0 and not done.stdout and not done.stderr:
+        return f"exit code {done.returncode} without a word"
+    # What separates columns and lines.
+    separators = {"\n", "\t"} if {"tsv", "complete"} & set(words) else {"\n"}
+    if words[0] == "completion":
+        separators.add("\t")
+    for name, data in written.items():
+        try:
+            text = data.decode("utf-8")
+        except UnicodeDecodeError as e:
+            return f"{name} is not UTF-8: {e}"
+        raw = sorted({hex(ord(letter)) for letter in text if letter in UNFIT - separators})
+        if raw:
+            return f"{name} has {raw}"
+        # A text with a line break in it would make a line of what follows.
+        if name != "metrics.prom" and any(line.startswith("\r") for line in text.split("\n")):
+            return f"{name} has a broken line"
+    return None
+
+
+def cases():
+    prepare_help = subprocess.run(
+        [f"{BUILD}/bin/corvane-host", "help", "-o", "json"], capture_output=True, check=True
+    )
+    rows = json.loads(prepare_help.stdout)["result"]["commands"]
+    forms = {row["name"]: row["forms"] for row in rows}
+    lacking = sorted(set(forms) ^ set(ARGUMENTS))
+    assert not lacking, f"a row is missing or too many here: {lacking}"
+    for command, all_forms in forms.items():
+        words = [command, *ARGUMENTS[command].split()]
+        for form in all_forms:
+            yield [*words, "-o", form], "cards"
+        for situation in SITUATIONS:
+            yield words, situation
+            if "json" in all_forms and situation != "wrong form":
+                yield [*words, "-o", "json"], situation
+    for words in MORE:
+        yield words, "more"
+
+
+def main():
+    rows = list(cases())
+    failed = 0
+    with concurrent.futures.ThreadPoolExecutor(max_workers=12) as pool:
+        running = [(row, pool.submit(complaint, *row)) for row in rows]
+        for (words, situation), future in running:
+            problem = future.result()
+            if problem:
+                failed += 1
+                print(f"{situation}: {' '.join(words)}: {problem}")
+    print(f"{len(rows)} runs, {failed} failed")
+    sys.exit(failed != 0)
+
+
+if __name__ == "__main__":
+    main()
