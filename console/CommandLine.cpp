@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <langinfo.h>
+#include <stdlib.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <clocale>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -137,8 +137,8 @@ void TakeOver(const CLI::App& app, Options& options) {
 
 bool WantsColour(const Options& options, bool terminal) {
   if (options.m_Colour != "auto") return options.m_Colour == "always";
-  const char* noColour = std::getenv("NO_COLOR");
-  const char* kind = std::getenv("TERM");
+  const char* noColour = secure_getenv("NO_COLOR");
+  const char* kind = secure_getenv("TERM");
   if (noColour != nullptr && *noColour != '\0') return false;
   return terminal && kind != nullptr && std::strcmp(kind, "dumb") != 0;
 }

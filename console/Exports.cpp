@@ -55,7 +55,33 @@ void AddSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
   }
 }
 
+void AddNeeded(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
+               std::vector<std::string>& names) {
+  Elf_Data* const data = elf_getdata(section, nullptr);
+  GElf_Dyn entry;
+  for (int i = 0; data != nullptr && gelf_getdyn(data, i, &entry) != nullptr; ++i) {
+    if (entry.d_tag != DT_NEEDED) continue;
+    const char* name = elf_strptr(elf, header.sh_link, entry.d_un.d_val);
+    if (name != nullptr) names.emplace_back(name);
+  }
+}
+
 }  // namespace
+
+std::vector<std::string> NeededLibraries(const std::string& file) {
+  elf_version(EV_CURRENT);
+  const File opened(file);
+  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.m_Descriptor, ELF_C_READ, nullptr));
+  std::vector<std::string> names;
+  if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return names;
+  Elf_Scn* section = nullptr;
+  while ((section = elf_nextscn(elf.get(), section)) != nullptr) {
+    GElf_Shdr header;
+    const bool read = gelf_getshdr(section, &header) != nullptr;
+    if (read && header.sh_type == SHT_DYNAMIC) AddNeeded(elf.get(), section, header, names);
+  }
+  return names;
+}
 
 std::vector<std::string> ExportedSymbols(const std::string& file) {
   elf_version(EV_CURRENT);

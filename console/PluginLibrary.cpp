@@ -6,7 +6,9 @@
 #include <exception>
 #include <system_error>
 
+#include "console/Exports.h"
 #include "console/Failure.h"
+#include "console/Trust.h"
 
 namespace Console {
 namespace {
@@ -37,6 +39,22 @@ void RequireFile(const std::string& file) {
   }
 }
 
+void RequireTrusted(const std::filesystem::path& file) {
+  const std::string objection = ObjectionToCode(file);
+  if (objection.empty()) return;
+  throw Failure(ExitCode::PluginUnfit, "PLUGIN_NOT_TRUSTED", "loading the plug-in", objection,
+                TrustAdvice(file));
+}
+
+// The loader takes what the plug-in needs from its own folder first.
+void RequireTrustedCompanions(const std::filesystem::path& plugin) {
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::canonical(plugin, error).parent_path();
+  for (const std::string& name : NeededLibraries(plugin.string())) {
+    if (std::filesystem::exists(folder / name, error)) RequireTrusted(folder / name);
+  }
+}
+
 }  // namespace
 
 std::filesystem::path ProgramFolder() {
@@ -50,6 +68,8 @@ std::filesystem::path DefaultPluginFile() {
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
     : m_File(std::filesystem::absolute(file).string()) {
   RequireFile(m_File);
+  RequireTrusted(m_File);
+  RequireTrustedCompanions(m_File);
   m_Handle = dlopen(m_File.c_str(), kLoadFlags);
   if (m_Handle == nullptr) throw LoadFailure("PLUGIN_NOT_LOADED", LastLoaderError());
   m_Create = reinterpret_cast<Create>(EntryPoint("createIf"));

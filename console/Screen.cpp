@@ -2,10 +2,10 @@
 #define _XOPEN_SOURCE_EXTENDED 1
 #include "console/Screen.h"
 
+#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -65,7 +65,7 @@ struct Screen::Terminal {
 Screen::Screen(std::unique_ptr<Terminal> terminal) : m_pTerminal(std::move(terminal)) {}
 
 bool Screen::IsPossible(std::FILE* out) {
-  const char* kind = std::getenv("TERM");
+  const char* kind = secure_getenv("TERM");
   return kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0 && out != nullptr &&
          isatty(fileno(out)) != 0 && isatty(STDIN_FILENO) != 0;
 }

@@ -1,11 +1,11 @@
 #include "console/Terminal.h"
 
 #include <histedit.h>
+#include <stdlib.h>
 #include <unistd.h>
 
 #include <boost/algorithm/string/trim.hpp>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <memory>
@@ -78,7 +78,7 @@ bool CanAsk(const Options& options) {
 }
 
 bool CanRewriteLine() {
-  const char* kind = std::getenv("TERM");
+  const char* kind = secure_getenv("TERM");
   return isatty(STDERR_FILENO) != 0 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
 }
 

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,8 +9,10 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <random>
 
 #include "console/Failure.h"
+#include "console/Trust.h"
 
 namespace Console {
 namespace {
@@ -24,14 +25,51 @@ Failure WriteFailure(const std::string& file, int error) {
                  fmt::format("writing {}", file), std::strerror(error));
 }
 
+// The folder of the file. Everything goes by its descriptor, so that whoever it belongs to cannot
+// lead the file elsewhere.
+class Folder {
+ public:
+  Folder(const std::filesystem::path& folder, const std::string& file)
+      : m_Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    if (m_Descriptor < 0) throw WriteFailure(file, errno);
+  }
+  ~Folder() { close(m_Descriptor); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  const int m_Descriptor;
+};
+
+void RequireTrustedWay(const std::filesystem::path& folder, const std::string& file) {
+  const std::string objection = ObjectionToWayTo(folder);
+  if (objection.empty()) return;
+  throw Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("writing {}", file), objection,
+                {"Its owner could lead the file to another place.",
+                 "Name a folder whose way belongs to you or to root alone."});
+}
+
 // A rename would put the text in the place of a device, pipe or link.
-void RequireReplaceable(const std::string& file) {
+void RequireReplaceable(const Folder& folder, const std::string& name, const std::string& file) {
   struct stat status = {};
-  if (lstat(file.c_str(), &status) != 0) return;
+  if (fstatat(folder.m_Descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
   if (S_ISDIR(status.st_mode)) throw WriteFailure(file, EISDIR);
   if (S_ISREG(status.st_mode)) return;
   throw Failure(ExitCode::Failed, "TEXTFILE_FAILED", fmt::format("writing {}", file),
                 "it is no regular file");
+}
+
+// A new file beside it, with a name that no collector takes for its own. -1: it cannot be made.
+int OpenDraft(const Folder& folder, const std::string& name, std::string& draft) {
+  constexpr int kAttempts = 100;
+  std::random_device random;
+  int descriptor = -1;
+  for (int i = 0; i < kAttempts && descriptor < 0; ++i) {
+    draft = fmt::format("{}.{:08x}", name, random());
+    descriptor = openat(folder.m_Descriptor, draft.c_str(),
+                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor < 0 && errno != EEXIST) break;
+  }
+  return descriptor;
 }
 
 bool WriteAll(int fd, const std::string& text) {
@@ -52,8 +90,8 @@ int Fill(int fd, const std::string& text) {
 }
 
 // Some file systems cannot; they keep their names safe by other means.
-void SyncFolder(const std::string& folder) {
-  const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+void Sync(const Folder& folder) {
+  const int fd = openat(folder.m_Descriptor, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return;
   fsync(fd);
   close(fd);
@@ -62,18 +100,22 @@ void SyncFolder(const std::string& folder) {
 }  // namespace
 
 void ReplaceTextFile(const std::string& file, const std::string& text) {
-  RequireReplaceable(file);
-  // Beside it, and with a name that no collector takes for its own.
-  std::string draft = file + ".XXXXXX";
-  const int fd = mkostemp(draft.data(), O_CLOEXEC);
+  const std::filesystem::path path = std::filesystem::absolute(file);
+  const std::string name = path.filename().string();
+  RequireTrustedWay(path.parent_path(), file);
+  const Folder folder(path.parent_path(), file);
+  RequireReplaceable(folder, name, file);
+  std::string draft;
+  const int fd = OpenDraft(folder, name, draft);
   if (fd < 0) throw WriteFailure(file, errno);
   int error = Fill(fd, text);
-  if (error == 0 && rename(draft.c_str(), file.c_str()) != 0) error = errno;
+  const int in = folder.m_Descriptor;
+  if (error == 0 && renameat(in, draft.c_str(), in, name.c_str()) != 0) error = errno;
   if (error != 0) {
-    unlink(draft.c_str());
+    unlinkat(in, draft.c_str(), 0);
     throw WriteFailure(file, error);
   }
-  SyncFolder(std::filesystem::absolute(file).parent_path().string());
+  Sync(folder);
 }
 
 }  // namespace Console

@@ -1,0 +1,139 @@
+#!/usr/bin/env bats
+# What another user could have put there is neither loaded nor run nor followed.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+# A user who is neither root nor, most likely, the one who runs the tests.
+STRANGER=65534
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  rmdir "$CORVANE_SYSFS/bus/pci/devices"
+  cardsim sysfs "$CORVANE_SYSFS"
+  mkdir "$BATS_FILE_TMPDIR/plugin"
+  cp "$CORVANE_BUILD"/lib/lib{Corvane,hostkit,vsl_abstraction}.so "$BATS_FILE_TMPDIR/plugin"
+  chmod 755 "$BATS_FILE_TMPDIR/plugin" "$BATS_FILE_TMPDIR"/plugin/*
+}
+
+need_root() {
+  [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
+}
+
+# fresh: a plug-in of our own, with the libraries that it needs.
+fresh() {
+  rm -rf "${BATS_TEST_TMPDIR:?}/lib"
+  cp -r "$BATS_FILE_TMPDIR/plugin" "$BATS_TEST_TMPDIR/lib"
+  plugin="$BATS_TEST_TMPDIR/lib/libCorvane.so"
+}
+
+# loads NAME [FILE], refuses NAME OBJECTION [FILE]: what becomes of the plug-in.
+loads() {
+  keep "$1" corvane-host --plugin "${2:-$plugin}" list -o value
+  ended "$1" 0
+}
+
+refuses() {
+  keep "$1" corvane-host --plugin "${3:-$plugin}" list -o value
+  ended "$1" 5 || { err "$1"; false; }
+  silent "$1" out
+  said "$1" "corvane-host: loading the plug-in failed: $2"
+}
+
+@test "a plug-in of one's own is loaded" {
+  fresh
+  loads own
+}
+
+@test "a plug-in that everybody can write is refused" {
+  fresh
+  chmod o+w "$plugin"
+  refuses writable "$plugin can be written by other users"
+}
+
+@test "a plug-in of another user is refused, and the advice says what to do" {
+  need_root
+  fresh
+  chown "$STRANGER" "$plugin"
+  refuses stranger "$plugin belongs to uid $STRANGER"
+  same "  Whoever can change it could make root do anything.
+  Run this as the user who owns it, or install it: sudo cmake --install build/release
+  Or give it to root: chown -R root $BATS_TEST_TMPDIR/lib; chmod -R go-w $BATS_TEST_TMPDIR/lib" \
+    "$(err stranger | tail -n +2)"
+}
+
+@test "a plug-in in a folder of another user, or one that others can write, is refused" {
+  need_root
+  fresh
+  chmod 777 "$BATS_TEST_TMPDIR/lib"
+  refuses open "$BATS_TEST_TMPDIR/lib can be written by other users"
+  chmod 1777 "$BATS_TEST_TMPDIR/lib"
+  loads sticky
+  chmod 775 "$BATS_TEST_TMPDIR/lib"
+  chgrp "$STRANGER" "$BATS_TEST_TMPDIR/lib"
+  refuses group "$BATS_TEST_TMPDIR/lib can be written by other users"
+  chmod 755 "$BATS_TEST_TMPDIR/lib"
+  chown "$STRANGER" "$BATS_TEST_TMPDIR/lib"
+  refuses folder "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
+}
+
+@test "a link that another user has put on the way to a plug-in is refused" {
+  need_root
+  fresh
+  mkdir -m 1777 "$BATS_TEST_TMPDIR/shared"
+  ln -s "$BATS_TEST_TMPDIR/lib" "$BATS_TEST_TMPDIR/shared/lib"
+  loads link "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
+  chown -h "$STRANGER" "$BATS_TEST_TMPDIR/shared/lib"
+  refuses planted "$BATS_TEST_TMPDIR/shared/lib belongs to uid $STRANGER" \
+    "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
+}
+
+@test "a library beside the plug-in is judged as the plug-in is" {
+  fresh
+  chmod o+w "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so"
+  refuses beside "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
+}
+
+@test "check says UNKNOWN of a plug-in that is not trusted, and metrics say that it is down" {
+  fresh
+  chmod o+w "$plugin"
+  run -3 corvane-host --plugin "$plugin" check
+  [[ "$output" == "CORVANE UNKNOWN - loading the plug-in failed: "* ]]
+  run -5 --separate-stderr corvane-host --plugin "$plugin" metrics
+  [[ "$output" == *"corvane_plugin_up 0"* ]]
+}
+
+@test "metrics are not written by way of another user's link" {
+  need_root
+  mkdir "$BATS_TEST_TMPDIR/kept"
+  mkdir -m 1777 "$BATS_TEST_TMPDIR/shared"
+  ln -s "$BATS_TEST_TMPDIR/kept" "$BATS_TEST_TMPDIR/shared/way"
+  keep mine corvane-host metrics --textfile "$BATS_TEST_TMPDIR/shared/way/mine.prom"
+  ended mine 0
+  chown -h "$STRANGER" "$BATS_TEST_TMPDIR/shared/way"
+  keep planted corvane-host metrics --textfile "$BATS_TEST_TMPDIR/shared/way/x.prom"
+  ended planted 6
+  said planted "corvane-host: writing $BATS_TEST_TMPDIR/shared/way/x.prom failed: $BATS_TEST_TMPDIR/shared/way belongs to uid $STRANGER"
+  same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
+}
+
+@test "metrics are written into the folder of a collector's user, whose link is not followed" {
+  need_root
+  mkdir "$BATS_TEST_TMPDIR/collector"
+  chown "$STRANGER" "$BATS_TEST_TMPDIR/collector"
+  keep into corvane-host metrics --textfile "$BATS_TEST_TMPDIR/collector/x.prom"
+  ended into 0
+  same x.prom "$(ls "$BATS_TEST_TMPDIR/collector")"
+  echo kept >"$BATS_TEST_TMPDIR/kept"
+  ln -sf "$BATS_TEST_TMPDIR/kept" "$BATS_TEST_TMPDIR/collector/x.prom"
+  keep follow corvane-host metrics --textfile "$BATS_TEST_TMPDIR/collector/x.prom"
+  ended follow 1
+  same kept "$(cat "$BATS_TEST_TMPDIR/kept")"
+}
+
+@test "the program reads its environment by secure_getenv alone" {
+  run grep -rnE '\bgetenv\(' "$CORVANE_SOURCE/console" --include=*.cpp --include=*.h
+  same "" "$output"
+}
