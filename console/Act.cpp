@@ -65,6 +65,14 @@ Failure JobFailure(const OperationRow& row, const Object& object) {
                  What(row, object), "the card did not carry it out", advice);
 }
 
+// The plug-in does not tell that nobody does the job.
+Failure NoThreadFailure(const OperationRow& row, const Object& object) {
+  return Failure(ExitCode::Failed, "NO_THREAD", What(row, object),
+                 "the plug-in could not start a thread for it",
+                 {"Allow this user more processes and threads (ulimit -u), or free memory.",
+                  "Nothing was changed."});
+}
+
 Failure TimeoutFailure(const OperationRow& row, const Object& object, milliseconds timeout) {
   const double seconds = static_cast<double>(timeout.count()) / 1000;
   return Failure(ExitCode::TimedOut, "TIMED_OUT", What(row, object),
@@ -199,8 +207,10 @@ Change Perform(Context& context, const Model& model, const Object& object, const
   }
   PI::COperation operation = Record(row);
   const auto start = std::chrono::steady_clock::now();
+  const std::size_t lost = session.LostThreads();
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
   if (result != PI::SUCCESS) throw PluginFailure(What(row, object), result);
+  if (session.LostThreads() > lost) throw NoThreadFailure(row, object);
   if (row.m_FailedEvent != 0) {
     session.AnswerBy(Deadline(start + timeout));
     AwaitJob(context, object, row, timeout);

@@ -6,10 +6,12 @@
 #include <cstdlib>
 #include <future>
 #include <memory>
+#include <system_error>
 #include <thread>
 #include <utility>
 
 #include "console/Bell.h"
+#include "console/Failure.h"
 #include "console/Stop.h"
 
 namespace Console {
@@ -27,24 +29,39 @@ struct Running {
   Bell m_Ended;
 };
 
-void AwaitEnd(const Running& running, const Deadline& deadline) {
-  while (!StopAsked() && !deadline.IsOver()) {
-    if (running.m_Ended.Wait(deadline.Left(), Interest())) return;
+// A stop makes the bell's wait return at once, so it is not used when the stop does not count.
+bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadline& deadline,
+              OnStop onStop) {
+  while (!deadline.IsOver()) {
+    if (onStop == OnStop::GoOn) {
+      if (result.wait_for(deadline.Left()) == std::future_status::ready) return true;
+    } else if (StopAsked() || running.m_Ended.Wait(deadline.Left(), Interest())) {
+      break;
+    }
+  }
+  return result.wait_for(kGrace) == std::future_status::ready;
+}
+
+std::thread StartThread(const std::shared_ptr<Running>& running) {
+  try {
+    return std::thread([running] {
+      running->m_Task();
+      running->m_Ended.Ring();
+    });
+  } catch (const std::system_error& e) {
+    throw Failure(ExitCode::Failed, "NO_THREAD", "starting a thread", e.code().message(),
+                  {"Allow this user more processes and threads (ulimit -u), or free memory."});
   }
 }
 
 }  // namespace
 
 std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
-                                           const Deadline& deadline) {
+                                           const Deadline& deadline, OnStop onStop) {
   const auto running = std::make_shared<Running>(std::move(call));
   std::future<std::uint32_t> result = running->m_Task.get_future();
-  std::thread thread([running] {
-    running->m_Task();
-    running->m_Ended.Ring();
-  });
-  AwaitEnd(*running, deadline);
-  if (result.wait_for(kGrace) != std::future_status::ready) {
+  std::thread thread = StartThread(running);
+  if (!AwaitEnd(*running, result, deadline, onStop)) {
     g_HasAbandoned = true;
     thread.detach();
     return std::nullopt;

@@ -24,6 +24,7 @@ using std::chrono::milliseconds;
 
 // The start of a plug-in takes more than a second, and only then it can be stopped in good order.
 constexpr std::chrono::seconds kGrace(3);
+constexpr std::chrono::seconds kGraceAfterKill(2);
 
 Failure NoProcess(int error) {
   return Failure(ExitCode::Failed, "NO_PROCESS", "starting a process", std::strerror(error));
@@ -60,17 +61,25 @@ How ReadAll(int fd, milliseconds atMost, std::string& into) {
   }
 }
 
-// A process in good order takes its temporary files with it.
-void EndSoon(pid_t child, int fd) {
-  kill(child, SIGTERM);
-  const Deadline deadline(kGrace);
+// Whether the process ends in time.
+bool AwaitEnd(int fd, milliseconds atMost) {
+  const Deadline deadline(atMost);
   std::string ignored;
   pollfd wait = {fd, POLLIN, 0};
   while (!deadline.IsOver()) {
     const int count = poll(&wait, 1, static_cast<int>(deadline.Left().count()));
-    if (count > 0 && !ReadSome(fd, ignored)) return;
+    if (count > 0 && !ReadSome(fd, ignored)) return true;
   }
+  return false;
+}
+
+// A process in good order takes its temporary files with it. One that hangs in its system's kernel
+// cannot be ended at all, and is left to the system: false.
+bool EndSoon(pid_t child, int fd) {
+  kill(child, SIGTERM);
+  if (AwaitEnd(fd, kGrace)) return true;
   kill(child, SIGKILL);
+  return AwaitEnd(fd, kGraceAfterKill);
 }
 
 int StatusOf(pid_t child) {
@@ -95,8 +104,8 @@ Ending RunInChild(const std::function<int()>& work, milliseconds atMost) {
   }
   Ending ending = {};
   ending.m_How = ReadAll(ends[0], atMost, ending.m_Output);
-  if (ending.m_How != How::Exited) EndSoon(child, ends[0]);
-  const int status = StatusOf(child);
+  const bool hasEnded = ending.m_How == How::Exited || EndSoon(child, ends[0]);
+  const int status = hasEnded ? StatusOf(child) : 0;
   close(ends[0]);
   if (ending.m_How != How::Exited) return ending;
   ending.m_How = WIFSIGNALED(status) ? How::Killed : How::Exited;

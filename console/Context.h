@@ -13,14 +13,19 @@
 #include "console/Output.h"
 #include "console/Session.h"
 #include "console/Simulation.h"
+#include "console/TimeLimits.h"
 
 namespace Console {
 
 class Context {
  public:
   Context(const Options& options, const Style& style, Talk& talk, AnswerStream& stream,
-          std::string command, std::string form, std::vector<std::string> arguments);
+          std::string command, std::string form, std::vector<std::string> arguments,
+          const TimeLimits& limits = {});
   ~Context();
+
+  // How long the plug-in may take; without limits until it is told.
+  void Limit(const TimeLimits& limits) { m_Limits = limits; }
 
   // The same with other options, which must outlive it, and not yet open.
   Context With(const Options& options) const;
@@ -28,6 +33,9 @@ class Context {
   // The session; the first call brings the plug-in up, with simulated cards if so wanted, and notes
   // when there is no card.
   Session& Open();
+  // The same for a command that waits for what happens. Throws `Failure` when nothing ever will,
+  // since the plug-in could not start the thread that watches the cards.
+  Session& OpenToWait();
   // Stops the plug-in; the answer is written after that. Does nothing when it is not up.
   void Close();
   // The objects as they are now.
@@ -54,8 +62,11 @@ class Context {
   const std::vector<std::string> m_Arguments;  // without the verb
 
  private:
+  Session& Start();
+
   AnswerStream& m_Stream;
   History m_History;
+  TimeLimits m_Limits;
   std::optional<PluginInfo> m_Plugin;
   std::unique_ptr<Simulation> m_pSimulation;
   std::unique_ptr<Session> m_pSession;

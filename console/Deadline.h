@@ -17,6 +17,12 @@ class Deadline {
     if (span) m_End = std::chrono::steady_clock::now() + *span;
   }
 
+  // The one of both that is over first.
+  Deadline Sooner(const Deadline& other) const {
+    if (!m_End || !other.m_End) return m_End ? *this : other;
+    return *m_End < *other.m_End ? *this : other;
+  }
+
   bool IsOver() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }
 
   // What is left, rounded up, `atMost` if that is less: the system counts a wait in an int of

@@ -7,19 +7,52 @@
 
 namespace Console {
 
-PluginSession::PluginSession(const std::filesystem::path& file, History& history)
-    : m_pLoaded(std::make_unique<Loaded>(file)), m_History(history) {
+PluginSession::PluginSession(const std::filesystem::path& file, History& history, Talk& talk,
+                             const TimeLimits& limits)
+    : m_History(history), m_Talk(talk), m_Limits(limits) {
+  Load(file);
   const PluginInstance& plugin = m_pLoaded->m_Plugin;
   m_Info = {m_pLoaded->m_Library.m_File, plugin->m_ModuleID, plugin->m_InterfaceVersion};
   plugin->m_HostNotify = [bell = &m_pLoaded->m_Bell](IPLUGINAPI*) { bell->Ring(); };
-  Start();
+  try {
+    Start();
+  } catch (...) {
+    Stop();
+    throw;
+  }
 }
 
 // Without a card nothing was started that would have to be stopped.
 PluginSession::~PluginSession() {
-  if (!m_HasCards || !m_pLoaded) return;
-  CollectTheRest();
-  Change(PI::CMD_DEINITIALIZE, 0, nullptr);
+  if (m_HasCards) CollectTheRest();
+  Stop();
+}
+
+// A library runs code of its own when it is loaded.
+void PluginSession::Load(const std::filesystem::path& file) {
+  const auto loaded = std::make_shared<std::unique_ptr<Loaded>>();
+  const auto call = [loaded, file] {
+    *loaded = std::make_unique<Loaded>(file);
+    return std::uint32_t{PI::SUCCESS};
+  };
+  if (!CallPatiently(call, m_Limits.ForCall())) Abandon();
+  m_pLoaded = std::move(*loaded);
+}
+
+// The answer is there already, so it is not lost to a plug-in that does not stop.
+void PluginSession::Stop() {
+  if (!m_pLoaded) return;
+  // The plug-in waits for its jobs for 25 seconds; without one it has only a scan to finish.
+  const std::chrono::seconds atMost(m_HasChanged ? 30 : 5);
+  const auto call = [loaded = std::shared_ptr<Loaded>(std::move(m_pLoaded)),
+                     started = m_HasCards]() mutable {
+    if (started) loaded->m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
+    loaded.reset();
+    return std::uint32_t{PI::SUCCESS};
+  };
+  if (CallPatiently(call, Deadline(atMost), OnStop::GoOn)) return;
+  m_Talk.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; the program ends without it",
+              {"A card or its driver may hang: see the kernel log."});
 }
 
 // The answer does not depend on it, so a plug-in that refuses is let go.
@@ -42,37 +75,53 @@ void PluginSession::Start() {
   for (PI::CAdapterID& adapter : adapters) {
     adapter.m_GlobalNumber = static_cast<std::int32_t>(adapter.m_AdapterNumber) + 1;
   }
-  const std::uint32_t numbered = Change(PI::CMD_SET_ADAPTER_IDS, 0, &adapters);
-  if (numbered == PI::SUCCESS) return;
-  // The destructor does not run behind a constructor that throws.
-  Change(PI::CMD_DEINITIALIZE, 0, nullptr);
-  throw PluginFailure("numbering the adapters", numbered);
+  const std::uint32_t numbered = Read(PI::CMD_SET_ADAPTER_IDS, 0, adapters);
+  if (numbered != PI::SUCCESS) throw PluginFailure("numbering the adapters", numbered);
 }
 
 // The payload is the call's own until it has come back.
 template <class Payload>
-std::uint32_t PluginSession::Read(PI::_COMMAND command, std::uint64_t object, Payload& payload) {
+std::optional<std::uint32_t> PluginSession::Call(PI::_COMMAND command, std::uint64_t object,
+                                                 Payload& payload, const Deadline& deadline,
+                                                 OnStop onStop) {
   if (!m_pLoaded) return PI::ERR_COMMAND_ERROR;
   const auto own = std::make_shared<Payload>(payload);
   const auto call = [plugin = &*m_pLoaded->m_Plugin, command, object, own] {
     return plugin->Execute(command, object, own.get());
   };
-  const auto result = CallPatiently(call, m_Deadline);
+  const auto result = CallPatiently(call, deadline, onStop);
+  if (result) payload = std::move(*own);
+  return result;
+}
+
+template <class Payload>
+std::uint32_t PluginSession::Read(PI::_COMMAND command, std::uint64_t object, Payload& payload) {
+  const auto result = Call(command, object, payload, m_Limits.ForCall(), OnStop::GiveUp);
   if (!result) Abandon();
-  payload = std::move(*own);
   return *result;
 }
 
-std::uint32_t PluginSession::Change(PI::_COMMAND command, std::uint64_t object, void* payload) {
-  if (!m_pLoaded) return PI::ERR_COMMAND_ERROR;
-  return m_pLoaded->m_Plugin->Execute(command, object, payload);
+template <class Payload>
+std::uint32_t PluginSession::Change(PI::_COMMAND command, std::uint64_t object, Payload& payload,
+                                    const Deadline& deadline) {
+  const auto result = Call(command, object, payload, deadline, OnStop::GoOn);
+  if (!result) AbandonChange();
+  return *result;
 }
 
 void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
   if (StopAsked()) throw Stopped("Stopped. The plug-in does not answer.");
   throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the command", "the plug-in does not answer",
-                {"A card or its driver may hang: see the kernel log."});
+                {"A card or its driver may hang: see the kernel log.",
+                 "If it is only slow, give it more time with --timeout."});
+}
+
+void PluginSession::AbandonChange() {
+  static_cast<void>(m_pLoaded.release());
+  throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the command", "the plug-in does not answer",
+                {"A card or its driver may hang: see the kernel log.",
+                 "The command may still take effect: see what it did with show."});
 }
 
 template <class Payload>
@@ -103,7 +152,7 @@ std::vector<PI::CProperty> PluginSession::Property(std::uint64_t object, std::ui
 }
 
 std::uint32_t PluginSession::SetProperty(std::uint64_t object, PI::CProperty& property) {
-  return Change(PI::CMD_SET_PROPERTY, object, &property);
+  return Change(PI::CMD_SET_PROPERTY, object, property, Deadline(m_Limits.m_Call));
 }
 
 std::vector<PI::COperation> PluginSession::Operations(std::uint64_t object) {
@@ -114,8 +163,12 @@ std::uint32_t PluginSession::CheckOperation(std::uint64_t object, PI::COperation
   return Read(PI::CMD_CHECK_OPERATION, object, operation);
 }
 
+// A format takes as long as the card needs.
 std::uint32_t PluginSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
-  return Change(PI::CMD_EXECUTE_OPERATION, object, &operation);
+  m_HasChanged = true;
+  const bool isFormat = operation.m_OperationID == PI::OP_FORMAT_DEVICE;
+  return Change(PI::CMD_EXECUTE_OPERATION, object, operation,
+                Deadline(isFormat ? m_Limits.m_Format : m_Limits.m_Call));
 }
 
 // The plug-in object is always the first of the topology. An event may be about a card that has

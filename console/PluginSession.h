@@ -9,24 +9,28 @@
 #include "console/History.h"
 #include "console/PluginLibrary.h"
 #include "console/Session.h"
+#include "console/TimeLimits.h"
+#include "hostkit/FailedThreads.h"
 
 namespace Console {
 
-// Reads are abandoned when a signal comes and the plug-in does not answer; what changes a card is
-// waited for.
+// Calls are abandoned when the plug-in does not answer in time, reads also when a signal comes;
+// what changes a card is waited for then.
 class PluginSession : public Session {
  public:
   // Brings the plug-in up, which takes more than a second. Throws `Failure`; a plug-in that found
-  // no card is none. The history must outlive it.
-  PluginSession(const std::filesystem::path& file, History& history);
+  // no card is none. The history and the talk must outlive it.
+  PluginSession(const std::filesystem::path& file, History& history, Talk& talk,
+                const TimeLimits& limits);
   // Collects what events still wait, so that the log has them. Stops the plug-in and unloads it;
-  // waits for its running jobs, up to 25 seconds.
+  // waits for its running jobs, up to 25 seconds. A plug-in that does not stop is noted and left.
   ~PluginSession() override;
 
   PluginInfo Info() const override { return m_Info; }
   bool HasCards() const override { return m_HasCards; }
+  std::size_t LostThreads() const override { return HostKit::FailedThreads() - m_FailedBefore; }
   std::chrono::duration<double> StartDuration() const override { return m_StartDuration; }
-  void AnswerBy(const Deadline& deadline) override { m_Deadline = deadline; }
+  void AnswerBy(const Deadline& deadline) override { m_Limits.m_Whole = deadline; }
   std::vector<PI::CObject> Topology() override;
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
@@ -49,20 +53,31 @@ class PluginSession : public Session {
     PluginInstance m_Plugin;
   };
 
+  void Load(const std::filesystem::path& file);
   void Start();
+  void Stop();
   void CollectTheRest() noexcept;
   template <class Payload>
   std::uint32_t Read(PI::_COMMAND command, std::uint64_t object, Payload& payload);
   template <class Payload>
   Payload Require(const char* what, PI::_COMMAND command, std::uint64_t object,
                   Payload payload = {});
-  std::uint32_t Change(PI::_COMMAND command, std::uint64_t object, void* payload);
+  template <class Payload>
+  std::uint32_t Change(PI::_COMMAND command, std::uint64_t object, Payload& payload,
+                       const Deadline& deadline);
+  template <class Payload>
+  std::optional<std::uint32_t> Call(PI::_COMMAND command, std::uint64_t object, Payload& payload,
+                                    const Deadline& deadline, OnStop onStop);
   [[noreturn]] void Abandon();
+  [[noreturn]] void AbandonChange();
 
   std::unique_ptr<Loaded> m_pLoaded;  // null: abandoned, and never unloaded
   PluginInfo m_Info;
   History& m_History;
-  Deadline m_Deadline;
+  Talk& m_Talk;
+  TimeLimits m_Limits;
+  const std::size_t m_FailedBefore = HostKit::FailedThreads();
+  bool m_HasChanged = false;     // a job of the plug-in may be running
   std::uint64_t m_PluginID = 0;  // 0: not known yet
   bool m_HasCards = false;
   std::chrono::duration<double> m_StartDuration{0};

@@ -80,6 +80,8 @@ ExitCode RunCommand(const Start& start) {
   Context context(options, style, talk, stream, command.m_Name, form,
                   Words(options.m_Words.begin() + 1, options.m_Words.end()));
   try {
+    // What is monitored has a time limit as a whole, and a process of its own.
+    if (!start.m_Monitored) context.Limit(LimitsOf(command, options));
     return Run(command, context, stream);
   } catch (const std::exception& e) {
     context.Close();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -32,11 +33,15 @@ class Session {
   // object alone.
   virtual bool HasCards() const = 0;
 
+  // How many threads the plug-in asked for and did not get. One of them may be the one that watches
+  // the cards: then no event ever comes.
+  virtual std::size_t LostThreads() const = 0;
+
   // How long the plug-in took to start, its first scan of all cards included.
   virtual std::chrono::duration<double> StartDuration() const = 0;
 
   // Reads that have no answer a moment after this time throw `Failure` with the exit code for it,
-  // as they do at once after a signal. Without a time they wait.
+  // as they do at once after a signal, and when one of them takes longer than the command allows.
   virtual void AnswerBy(const Deadline& deadline) = 0;
 
   // The plug-in object, then all adapters, then all drives, with properties and operations.

@@ -166,8 +166,9 @@ Answer Collect(Context& context, const Filter& filter) {
 // it by an exception.
 Answer Follow(Context& context, const Wish& wish, Filter& filter,
               const std::optional<milliseconds>& span) {
-  context.Open();
+  Session& session = context.OpenToWait();
   const Deadline deadline(span);
+  session.AnswerBy(deadline);
   bool first = true;
   Answer batch = Begin(context, wish, filter);
   while (!context.HasLostReader()) {
@@ -177,7 +178,7 @@ Answer Follow(Context& context, const Wish& wish, Filter& filter,
     }
     CheckStop();
     if (deadline.IsOver()) break;
-    context.Open().WaitForNotification(deadline.Left(), context.InReader());
+    session.WaitForNotification(deadline.Left(), context.InReader());
     CheckStop();
     batch = Collect(context, filter);
   }

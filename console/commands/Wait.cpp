@@ -77,14 +77,14 @@ Answer Reached(const Meant& meant, const Condition& condition, const std::string
                      {"condition", condition.Text()},
                      {"seen", seen},
                      {"elapsed_seconds", static_cast<double>(elapsed.count()) / 1000}};
-  answer.m_Text = fmt::format("{} {}: {} after {}\n", meant.Shown(), Printable(condition.Text()),
-                              seen, Seconds(elapsed));
+  answer.m_Text = Printable(fmt::format("{} {}: {} after {}", meant.Shown(), condition.Text(), seen,
+                                        Seconds(elapsed))) +
+                  "\n";
   answer.m_Values = {seen};
   answer.m_Table.m_Columns = {
       {"OBJECT", "object", false}, {"CONDITION", "condition", false}, {"SEEN", "seen", false}};
   answer.m_Table.m_Rows = {
-      {{TextCell(meant.Shown()), TextCell(Printable(condition.Text())), TextCell(seen)},
-       std::nullopt}};
+      {{TextCell(meant.Shown()), TextCell(condition.Text()), TextCell(seen)}, std::nullopt}};
   return answer;
 }
 
@@ -108,7 +108,7 @@ Answer RunWait(Context& context) {
   if (!context.m_Options.m_Timeout.empty()) {
     timeout = ParseSpan("--timeout", context.m_Options.m_Timeout);
   }
-  Session& session = context.Open();
+  Session& session = context.OpenToWait();
   const auto start = steady_clock::now();
   const Deadline deadline(timeout);
   session.AnswerBy(deadline);

@@ -1,9 +1,9 @@
 // watch: the cards and their events as they change, on the whole terminal or as plain blocks.
+#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <iterator>
 #include <optional>
 
@@ -117,8 +117,9 @@ void AsBlocks(Context& context, Watched& watched, const Deadline& deadline) {
 
 // Standard error is the same terminal more often than not.
 void RequireQuietTrace(const Options& options) {
-  const bool toFile = !options.m_TraceFile.empty() || std::getenv("CORVANE_TRACE_FILE") != nullptr;
-  const bool traces = options.m_Trace || std::getenv("CORVANE_TRACE") != nullptr;
+  const bool toFile =
+      !options.m_TraceFile.empty() || secure_getenv("CORVANE_TRACE_FILE") != nullptr;
+  const bool traces = options.m_Trace || secure_getenv("CORVANE_TRACE") != nullptr;
   if (!traces || toFile || isatty(STDERR_FILENO) == 0) return;
   throw UsageFailure("trace lines would be written across the screen",
                      {"Send them elsewhere with --trace-file FILE."});
@@ -133,11 +134,12 @@ Answer RunWatch(Context& context) {
   std::FILE* const out = context.Stream().File();
   const bool wantsScreen = options.m_Form.empty() && Screen::IsPossible(out);
   if (wantsScreen) RequireQuietTrace(options);
-  Session& session = context.Open();
+  Session& session = context.OpenToWait();
   std::vector<LoggedEvent> past;
   if (wantsScreen) past = context.EventLog().Read(0, Watched::kMostEvents);
-  Watched watched(session);
   const Deadline deadline(span);
+  session.AnswerBy(deadline);
+  Watched watched(session);
   std::optional<HeldTalk> held;  // outlives the screen
   if (wantsScreen) held.emplace(context.m_Talk);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;

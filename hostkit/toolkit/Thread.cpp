@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 #include "host/Toolkit.h"
+#include "hostkit/FailedThreads.h"
 #include "hostkit/toolkit/CancelShield.h"
 #include "hostkit/toolkit/Ledger.h"
 #include "hostkit/toolkit/States.h"
@@ -81,16 +83,23 @@ bool FailsNow(std::vector<unsigned int>& startsToGo) {
   return true;
 }
 
+std::atomic<std::size_t> g_FailedThreads{0};
+
 // Known before it runs, so that virtual time waits for its first step.
 bool Start(std::unique_ptr<Launch> launch) {
   Monitor& monitor = Monitor::Get();
   ThreadState& state = *launch->state;
   MonitorLock lock = monitor.Enter();
-  if (state.m_Created || FailsNow(Ledger::Get().failingThreadCreates)) return false;
+  if (state.m_Created) return false;
+  if (FailsNow(Ledger::Get().failingThreadCreates)) {
+    ++g_FailedThreads;
+    return false;
+  }
   monitor.Join(lock, *state.m_pRecord);
   pthread_t thread{};
   if (pthread_create(&thread, nullptr, HostKitThread, launch.get()) != 0) {
     monitor.Leave(lock, *state.m_pRecord);
+    ++g_FailedThreads;
     return false;
   }
   launch.release();
@@ -100,6 +109,10 @@ bool Start(std::unique_ptr<Launch> launch) {
 }
 
 }  // namespace
+
+std::size_t FailedThreads() {
+  return g_FailedThreads;
+}
 
 }  // namespace HostKit
 

@@ -24,6 +24,13 @@ void Log(const std::string& line) {
   if (file != nullptr) std::ofstream(file, std::ios::app) << line << "\n";
 }
 
+// Does not come back in the case of that name, though a signal ends each sleep.
+void HangAt(const std::string& place) {
+  if (Case() != place) return;
+  Log("hangs");
+  for (int i = 0; i < 100; ++i) sleep(60);
+}
+
 // Goes when the process cleans up behind itself, which it must not do under a call that hangs.
 struct Global {
   ~Global() {
@@ -111,6 +118,7 @@ class OddPlugin : public IPLUGINAPI {
         return SetAdapterIDs(*static_cast<std::vector<PI::CAdapterID>*>(payload));
       case PI::CMD_DEINITIALIZE:
         Log("DeInitialize");
+        HangAt("hang in DeInitialize");
         if (m_Worker.joinable()) m_Worker.join();
         return PI::SUCCESS;
       case PI::CMD_GET_TOPOLOGY:
@@ -132,7 +140,7 @@ class OddPlugin : public IPLUGINAPI {
     Log(m_HostNotify ? "Initialize" : "Initialize without callback");
     if (Case() == "locks") return PI::ERR_LOCK_INITIALIZATION_FAILED;
     if (Case() == "slow") AwaitSignal();
-    while (Case() == "hang") sleep(60);
+    HangAt("hang");
     if (Case() == "crash") {
       std::fputs("noise\n", stderr);
       std::abort();
@@ -149,6 +157,7 @@ class OddPlugin : public IPLUGINAPI {
     std::string line = "SetAdapterIDs";
     for (const PI::CAdapterID& id : adapters) line += " " + std::to_string(id.m_GlobalNumber);
     Log(line);
+    HangAt("hang in SetAdapterIDs");
     if (Case() == "numbers") return PI::ERR_GENERAL;
     if (Case() == "events") m_Worker = std::thread([this] { Work(); });
     return PI::SUCCESS;
@@ -162,6 +171,7 @@ class OddPlugin : public IPLUGINAPI {
   }
 
   unsigned int GetEvents(PI::COperation& operation) {
+    HangAt("hang in GetEvents");
     if (Case() != "events") return PI::SUCCESS;
     for (; m_Given < m_Due; ++m_Given) {
       PI::CEvent event;
@@ -179,10 +189,7 @@ class OddPlugin : public IPLUGINAPI {
   // Two adapters; one drive that only its adapter knows, and one that nobody does.
   unsigned int GetTopology(std::vector<PI::CObject>& objects) {
     Log("GetTopology");
-    if (Case() == "hang" + std::to_string(++m_Topologies)) {
-      Log("hangs");
-      sleep(600);
-    }
+    HangAt("hang" + std::to_string(++m_Topologies));
     if (Case() == "topology") return PI::ERR_COMMAND_ERROR;
     PI::CObject plugin = MakeObject(kPlugin, PI::OBJECT_PLUGIN);
     plugin.m_Properties.push_back(PollInterval(m_Interval));
@@ -201,6 +208,7 @@ class OddPlugin : public IPLUGINAPI {
   }
 
   unsigned int SetProperty(unsigned long object, PI::CProperty& property) {
+    HangAt("hang in SetProperty");
     int minimum = 0;
     int maximum = 0;
     unsigned int step = 0;
@@ -226,6 +234,7 @@ HOST_API void releaseIf(IPLUGINAPI** instance);
 }
 
 unsigned int createIf(IPLUGINAPI** instance) {
+  HangAt("hang in createIf");
   if (Case() == "memory") {
     *instance = nullptr;
     return PI::ERR_MEMORY_ERROR;

@@ -58,7 +58,8 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   out format | grep -q "^  DRIVE  A drive: a0/d0"
   out format | grep -q "^  4  refused: "
   same "--yes --dry-run --confirm --capacity --sector-size --output --no-headings --quiet --verbose \
---ascii --color --no-input --plugin --simulate --database --trace --trace-file --help --version" \
+--ascii --color --no-input --plugin --simulate --database --timeout --trace --trace-file --help \
+--version" \
     "$(options format | xargs)"
   out format | grep -q "^  -n, --dry-run  *Say what would be changed, and change nothing$"
   out format | tr -s ' \n' ' ' | grep -q "for scripts: table, tsv, json, jsonl -H"

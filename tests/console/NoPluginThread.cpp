@@ -1,0 +1,26 @@
+// Preloaded: no thread that the host's kit starts for a plug-in comes up. The program's own do.
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+
+bool IsOfKit(void* (*start)(void*)) {
+  Dl_info info = {};
+  return dladdr(reinterpret_cast<void*>(start), &info) != 0 && info.dli_fname != nullptr &&
+         std::strstr(info.dli_fname, "libhostkit") != nullptr;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
+                                                                     const pthread_attr_t* attr,
+                                                                     void* (*start)(void*),
+                                                                     void* argument) {
+  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  return IsOfKit(start) ? EAGAIN : next(thread, attr, start, argument);
+}

@@ -1,0 +1,94 @@
+#!/usr/bin/env bats
+# Few file descriptors, and a list of cards that cannot be read: never "no cards" by mistake.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  rmdir "$CORVANE_SYSFS/bus/pci/devices"
+  cardsim sysfs "$CORVANE_SYSFS"
+  keep list corvane-host list -o value
+  keep check corvane-host check
+  keep metrics corvane-host metrics
+}
+
+# with_limit COMMAND LIMIT...: runs the command with each limit.
+with_limit() {
+  local command="$1" limit form=()
+  shift
+  [ "$command" != list ] || form=(-o value)
+  for limit; do
+    # shellcheck disable=SC2016  # for the other shell
+    keep "$command.$limit" bash -c 'ulimit -n "$1" && exec corvane-host "${@:2}"' bash "$limit" \
+      "$command" "${form[@]}" &
+  done
+  wait
+}
+
+# The answer is that of a run without a limit, or an error that says something.
+right_or_wrong() {
+  local name="$1.$2"
+  if [ "$(rc "$name")" = "$(rc "$1")" ]; then
+    same "$(out "$1" | grep -v duration)" "$(out "$name" | grep -v duration)"
+  else
+    [ "$(rc "$name")" -ne 0 ]
+    [ -s "$BATS_FILE_TMPDIR/$name.err" ] || [ -s "$BATS_FILE_TMPDIR/$name.out" ]
+    ! grep -q "No supported adapter" "$BATS_FILE_TMPDIR/$name".{out,err}
+  fi
+}
+
+@test "with any number of descriptors the answer is right or an error" {
+  local command first limit
+  for command in list check metrics; do
+    for first in 3 13 23 33 43 53 63 73 83; do
+      # shellcheck disable=SC2046  # numbers
+      with_limit "$command" $(seq "$first" $((first + 9)))
+    done
+    for limit in $(seq 3 92); do
+      right_or_wrong "$command" "$limit" || { echo "$command with $limit descriptors"; false; }
+    done
+    ended "$command.92" "$(rc "$command")"
+  done
+}
+
+@test "too few descriptors are told as such" {
+  ended list.20 1
+  grep -qE "^corvane-host: starting the plug-in failed: only [0-9]+ more files can be opened, 64 may be needed \(Too many open files\)$" \
+    "$BATS_FILE_TMPDIR/list.20.err"
+  grep -qx "  Raise the limit: ulimit -n 256" "$BATS_FILE_TMPDIR/list.20.err"
+  ended check.20 3
+}
+
+@test "a list of cards that cannot be read is an error, not a machine without cards" {
+  local sys="$BATS_TEST_TMPDIR/sys"
+  mkdir -p "$sys/bus/pci"
+  ln -s devices "$sys/bus/pci/devices"
+  CORVANE_SYSFS="$sys" keep loop corvane-host list
+  ended loop 1
+  said loop "corvane-host: reading $sys/bus/pci/devices failed: Too many levels of symbolic links"
+}
+
+@test "a list of cards that may not be read is a question of permission" {
+  local sys="$BATS_TEST_TMPDIR/sys"
+  mkdir -p "$sys/bus/pci/devices/0000:3b:02.1"
+  touch "$sys/bus/pci/devices/0000:3b:02.1/vendor"
+  chmod 0 "$sys/bus/pci/devices/0000:3b:02.1/vendor"
+  CORVANE_SYSFS="$sys" keep file unprivileged corvane-host list
+  ended file 6
+  said file "corvane-host: reading $sys/bus/pci/devices/0000:3b:02.1/vendor failed: Permission denied"
+  chmod 0 "$sys/bus/pci/devices"
+  CORVANE_SYSFS="$sys" keep folder unprivileged corvane-host list
+  chmod 755 "$sys/bus/pci/devices"
+  ended folder 6
+  said folder "corvane-host: reading $sys/bus/pci/devices failed: Permission denied"
+}
+
+@test "a machine without a PCI bus has no cards, which is no error" {
+  mkdir "$BATS_TEST_TMPDIR/sys"
+  CORVANE_SYSFS="$BATS_TEST_TMPDIR/sys" keep bus corvane-host list
+  ended bus 0
+  said bus "corvane-host: note: No supported adapter was found in this machine."
+}

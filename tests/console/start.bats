@@ -1,0 +1,111 @@
+#!/usr/bin/env bats
+# What a start runs into, and what it leaves when it is killed.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  make_haste
+  rmdir "$CORVANE_SYSFS/bus/pci/devices"
+  cardsim sysfs "$CORVANE_SYSFS"
+}
+
+# without_threads NAME ARGUMENTS...: the plug-in gets no thread.
+without_threads() {
+  local name="$1"
+  shift
+  LD_PRELOAD="$NO_PLUGIN_THREAD" ASAN_OPTIONS="${ASAN_OPTIONS-}:verify_asan_link_order=0" \
+    keep "$name" timeout 100 corvane-host "$@"
+}
+
+@test "a configuration that may not be read is not to be removed" {
+  local config="$BATS_TEST_TMPDIR/config"
+  mkdir "$config"
+  echo PollInterval=20 >"$config/Corvane.ini"
+  chmod 000 "$config/Corvane.ini"
+  CORVANE_CONFIG_DIR="$config" keep denied unprivileged corvane-host list
+  ended denied 6
+  same "corvane-host: reading $config/Corvane.ini failed: Permission denied
+  See who may read it and the folders above it: namei -l $config/Corvane.ini
+  Run this as its owner, or as root; nothing was changed." "$(err denied)"
+}
+
+@test "a configuration that is no ini file is to be repaired or removed" {
+  mkdir "$BATS_TEST_TMPDIR/config"
+  printf 'PollInterval\0 [[[\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
+  CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep damaged corvane-host list
+  ended damaged 1
+  same "  Repair or remove it; nothing was changed." "$(err damaged | tail -n +2)"
+}
+
+nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }
+
+# killed SIGNAL NAME: a simulation that is up gets the signal; its folder is then removed.
+killed() {
+  stop_when "$1" "$TMPDIR" . "$2" corvane-host --simulate watch || true
+  eventually nothing_is_left
+}
+
+@test "a simulation that is killed leaves no folder" {
+  killed KILL kill
+  ended kill 137
+}
+
+@test "a simulation that is stopped leaves no folder" {
+  local signal
+  for signal in TERM HUP INT; do
+    killed "$signal" "stop$signal"
+    ended "stop$signal" 130
+  done
+}
+
+@test "a simulation is not made in a folder that another user could exchange" {
+  [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
+  mkdir "$BATS_TEST_TMPDIR/tmp"
+  chown "65534" "$BATS_TEST_TMPDIR/tmp"
+  TMPDIR="$BATS_TEST_TMPDIR/tmp" keep tmp corvane-host --simulate list
+  ended tmp 1
+  said tmp "corvane-host: simulating cards failed: $BATS_TEST_TMPDIR/tmp belongs to uid 65534"
+}
+
+@test "without its worker a plug-in still tells what it read, with a note" {
+  without_threads list list -o value
+  ended list 0
+  same "a0
+a0/d0
+a1
+a1/d0" "$(out list)"
+  said list "corvane-host: note: the plug-in could not start the thread that watches the cards: no events will arrive"
+}
+
+@test "without the worker nothing is waited for that never comes" {
+  local name
+  without_threads wait wait a0 gone
+  without_threads watch watch
+  without_threads follow events -f
+  without_threads span events --for 1s
+  for name in wait watch follow span; do
+    ended "$name" 1
+    silent "$name" out
+    said "$name" "corvane-host: waiting failed: the plug-in could not start the thread that watches the cards: no events will arrive"
+  done
+}
+
+@test "a job without a thread fails at once" {
+  cardsim set card0 iom_state 0
+  without_threads attach attach a0 -y
+  cardsim set card0 iom_state 2
+  ended attach 1
+  said attach "corvane-host: attaching a0 failed: the plug-in could not start a thread for it"
+}
+
+@test "a thread that the program itself cannot have is told" {
+  # The stacks of threads are as large as this limit, and none of them fits.
+  # shellcheck disable=SC2016  # for the other shell
+  keep thread bash -c 'ulimit -s 8000000 && ulimit -v 4000000 && exec corvane-host list'
+  ended thread 1
+  said thread "corvane-host: starting a thread failed: Resource temporarily unavailable"
+}

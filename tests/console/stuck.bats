@@ -1,0 +1,59 @@
+#!/usr/bin/env bats
+# A plug-in or a card library that never comes back: every command ends all the same.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+}
+
+every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
+
+@test "every command ends by itself when the plug-in hangs" {
+  every timeout
+}
+
+@test "every command ends after one SIGINT when the plug-in hangs" {
+  every signal
+}
+
+@test "an answer is not lost to a plug-in that does not stop" {
+  CONSOLE_TEST_PLUGIN="hang in DeInitialize" keep stop \
+    timeout 100 corvane-host --plugin "$ODD_PLUGIN" list -o value
+  ended stop 0
+  same "a0
+a0/d0
+a1
+0x0000000000000031" "$(out stop)"
+  said stop "corvane-host: note: the plug-in does not stop; the program ends without it"
+}
+
+@test "a change that times out may still take effect, and says so" {
+  CONSOLE_TEST_PLUGIN="hang in SetProperty" keep set \
+    timeout 100 corvane-host --plugin "$ODD_PLUGIN" set plugin poll_interval=30 --timeout 1s
+  ended set 7
+  said set "  The command may still take effect: see what it did with show."
+}
+
+@test "a card library that hangs ends the command with 7" {
+  rmdir "$CORVANE_SYSFS/bus/pci/devices"
+  cardsim sysfs "$CORVANE_SYSFS"
+  exec 8>"$CARDSIM_STATE.lock"
+  flock 8
+  keep library timeout 100 corvane-host list --timeout 1s
+  exec 8>&-
+  ended library 7
+  said library "corvane-host: the command failed: the plug-in does not answer"
+}
+
+@test "a wrong --timeout is refused by every command before the plug-in is loaded" {
+  local command
+  for command in list tree status events watch metrics rows plugin check; do
+    CONSOLE_TEST_PLUGIN=hang run timeout 100 corvane-host --plugin "$ODD_PLUGIN" "$command" --timeout soon
+    [[ "$status" == 2 || "$command:$status" == check:3 ]]
+    [[ "$output" == *"--timeout cannot be 'soon'"* ]]
+  done
+}

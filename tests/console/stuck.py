@@ -1,0 +1,158 @@
+#!/usr/bin/python3
+"""Every command that loads a plug-in, against plug-ins that do not come back.
+
+stuck.py timeout    each command ends by itself, with the exit code for it
+stuck.py signal     each command ends after one SIGINT
+
+The commands come from the program's own help, so that a new one must be given a row here.
+"""
+
+import concurrent.futures
+import itertools
+import json
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import time
+
+FOLDER = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
+HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
+PLUGIN = os.environ["ODD_PLUGIN"]
+
+# Long enough for a slow machine, and far from the ten minutes for which the plug-in hangs.
+PATIENCE = 200
+
+# Command: its arguments.
+ARGUMENTS = {
+    "list": "",
+    "tree": "",
+    "show": "a0",
+    "get": "a0 name",
+    "set": "plugin poll_interval=30",
+    "locate": "a0 off",
+    "attach": "a0 -y",
+    "detach": "a0 -y",
+    "online": "a0/d0 -y",
+    "offline": "a0/d0 -y",
+    "format": "a0/d0 --capacity 80 --dry-run",
+    "op": "list a0",
+    "status": "",
+    "check": "",
+    "events": "",
+    "watch": "",
+    "wait": "a0 gone",
+    "rows": "",
+    "metrics": "",
+    "plugin": "",
+}
+
+# These never look at a plug-in.
+ALONE = {"explain", "completion", "help", "version"}
+
+START = ["hang in createIf", "hang", "hang in SetAdapterIDs"]
+NO_OBJECTS = {"plugin", "rows"}
+
+# What begins well and hangs later: words, and the place.
+LATER = [
+    ("events --for 1s", "hang2"),
+    ("watch --for 1s", "hang2"),
+    ("events -f --timeout 1s", "hang in GetEvents"),
+    ("watch --timeout 1s", "hang in GetEvents"),
+    ("metrics --timeout 1s -o json", "hang1"),
+    ("set plugin poll_interval=30 --timeout 1s", "hang in SetProperty"),
+    ("wait a0 gone --timeout 1s", "hang2"),
+    ("list", "hang1"),  # by default
+    ("events --for 1s", "hang"),
+]
+
+TIMED_OUT, UNKNOWN, STOPPED = 7, 3, 130
+TEXT = "the plug-in does not answer"
+
+counter = itertools.count()
+
+
+def start(words, place):
+    name = FOLDER / str(next(counter))
+    environment = dict(os.environ, CONSOLE_TEST_PLUGIN=place, CONSOLE_TEST_LOG=f"{name}.log")
+    return name, subprocess.Popen(
+        [HOST, "--plugin", PLUGIN, *words],
+        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+        env=environment,
+    )
+
+
+def finish(process, words, expected, texts):
+    try:
+        out, err = process.communicate(timeout=PATIENCE)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        return "it does not end"
+    if process.returncode != expected:
+        return f"exit code {process.returncode}, expected {expected}: {err}"
+    # A monitoring system reads standard output.
+    said = out if words[0] == "check" else err
+    for text in texts:
+        if text not in said:
+            return f"does not say '{text}': {said}"
+    return None
+
+
+def timeout(words, place):
+    _, process = start(words, place)
+    if words[0] == "check":
+        return finish(process, words, UNKNOWN, ["it took longer than 1000 ms"])
+    return finish(process, words, TIMED_OUT, [TEXT])
+
+
+def interrupt(words, place):
+    name, process = start(words, place)
+    log = pathlib.Path(f"{name}.log")
+    end = time.monotonic() + PATIENCE
+    while not log.exists() or "hangs" not in log.read_text():
+        if process.poll() is not None or time.monotonic() > end:
+            return f"does not come to '{place}': {process.communicate()[1]}"
+        time.sleep(0.05)
+    process.send_signal(signal.SIGINT)
+    if words[0] == "check":
+        return finish(process, words, UNKNOWN, ["Stopped."])
+    return finish(process, words, STOPPED, [f"Stopped. {TEXT[0].upper()}{TEXT[1:]}."])
+
+
+def loading():
+    """The commands that load a plug-in; fails when a row is missing here."""
+    answer = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
+    names = {row["name"] for row in json.loads(answer)["result"]["commands"]}
+    lacking = sorted((names - ALONE) ^ set(ARGUMENTS))
+    assert not lacking, f"a row is missing or too many here: {lacking}"
+    return sorted(names - ALONE)
+
+
+def cases(more):
+    for command in loading():
+        for place in START + ([] if command in NO_OBJECTS else ["hang1"]):
+            yield [command, *ARGUMENTS[command].split(), *more], place
+
+
+def main(what):
+    if what == "timeout":
+        work, rows = timeout, list(cases(["--timeout", "1s"]))
+        rows += [(words.split(), place) for words, place in LATER]
+        rows.append((["complete", "--", "--plugin", PLUGIN, "show", ""], "hang1"))
+    else:
+        work, rows = interrupt, list(cases([]))
+    failed = 0
+    # Most of them wait for half a minute, since their own timeout is for something else.
+    with concurrent.futures.ThreadPoolExecutor(max_workers=48) as pool:
+        running = [(row, pool.submit(work, *row)) for row in rows]
+        for (words, place), future in running:
+            problem = future.result()
+            if problem:
+                failed += 1
+                print(f"{' '.join(words)} ({place}): {problem}")
+    print(f"{len(rows)} runs, {failed} failed")
+    sys.exit(failed != 0)
+
+
+main(sys.argv[1])
