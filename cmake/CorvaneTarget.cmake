@@ -8,12 +8,21 @@ set(CORVANE_WARNINGS
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
 
+# What an attacker who has found a fault should still run into: canaries on the stack, checked
+# buffer sizes, addresses that differ from run to run, tables that are read-only once loaded. The
+# library checks sizes in optimised code alone, and beside a sanitizer it would hide them from it.
+include(CheckPIESupported)
+check_pie_supported()
+set(CORVANE_FORTIFIED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+set(CORVANE_HARDENING_LINK -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+
 # The sanitizers want the whole tree instrumented, plug-in, kit and simulator alike.
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for the whole tree, as -fsanitize takes them")
 set(CORVANE_COVERAGE OFF CACHE BOOL "Count lines and branches")
 
 function(corvane_target target)
-  target_compile_options(${target} PRIVATE ${CORVANE_WARNINGS})
+  target_compile_options(${target} PRIVATE ${CORVANE_WARNINGS} -fstack-protector-strong)
+  target_link_options(${target} PRIVATE ${CORVANE_HARDENING_LINK})
   if(CORVANE_HOST_INCLUDE)
     target_include_directories(${target} BEFORE PRIVATE ${CORVANE_HOST_INCLUDE})
   endif()
@@ -24,6 +33,9 @@ function(corvane_target target)
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer
                                              -fno-optimize-sibling-calls)
     target_link_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE})
+  else()
+    target_compile_options(${target} PRIVATE
+      $<${CORVANE_FORTIFIED}:-U_FORTIFY_SOURCE> $<${CORVANE_FORTIFIED}:-D_FORTIFY_SOURCE=2>)
   endif()
   if(CORVANE_COVERAGE)
     # Atomic counters: threads would corrupt plain ones.
@@ -32,10 +44,9 @@ function(corvane_target target)
   endif()
 endfunction()
 
-# The libraries are complete in themselves and fully bound when loaded.
+# The libraries are complete in themselves.
 function(corvane_shared_library target)
   corvane_target(${target})
-  target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
   # Clang leaves the sanitizer's run-time symbols of a shared library to the program.
   if(NOT (CORVANE_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
     target_link_options(${target} PRIVATE -Wl,-z,defs)
