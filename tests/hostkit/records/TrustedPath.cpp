@@ -181,10 +181,11 @@ TEST_F(TrustOfRoot, AStrangersIniFileIsUnreadableAndLeftAsItIs) {
   ConfigFolder config;
   const auto shared = Folder("shared", 01777);
   config.MoveTo(shared);
-  Give(File(shared / "Corvane.ini"));
+  WriteText(shared / "Corvane.ini", "PollInterval=7\n");
+  Give(shared / "Corvane.ini");
   EXPECT_EQ(config.Read("PollInterval"), "2");
   EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
-  EXPECT_EQ(ReadText(shared / "Corvane.ini"), "text");
+  EXPECT_EQ(ReadText(shared / "Corvane.ini"), "PollInterval=7\n");
 }
 
 TEST_F(TrustOfRoot, AStrangersLinkLeadsNoIniFileAnywhere) {
