@@ -87,14 +87,14 @@ TEST_F(WorkingDirectory, MayChangeWithoutTheFileFollowing) {
   AddCards(1);
   Enter();
   DatabaseLife::Begin("rows.db");
-  std::filesystem::current_path("/");
+  std::filesystem::current_path(m_Host.Folder());
   ASSERT_EQ(m_Host.Start(), 0U);
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
   EXPECT_TRUE(std::filesystem::exists(Folder() / "rows.db"));
   std::filesystem::remove(Folder() / "rows.db");
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_TRUE(std::filesystem::exists(Folder() / "rows.db"));
-  EXPECT_FALSE(std::filesystem::exists("/rows.db"));
+  EXPECT_FALSE(std::filesystem::exists(m_Host.Folder() / "rows.db"));
 }
 
 }  // namespace

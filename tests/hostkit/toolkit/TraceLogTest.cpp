@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -112,7 +113,15 @@ TEST_F(TraceLog, GoesThroughALinkOfOnesOwn) {
 TEST_F(TraceLog, GoesToADevice) {
   ASSERT_TRUE(HostKit::SetTraceFile("/dev/null"));
   Send(2, "nowhere");
-  ASSERT_TRUE(HostKit::SetTraceFile("/dev/stderr"));
+}
+
+// The name of a descriptor is a link that only the kernel can follow.
+TEST_F(TraceLog, GoesToADescriptorThatIsOpen) {
+  const int file = open(m_File.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  ASSERT_TRUE(HostKit::SetTraceFile("/proc/self/fd/" + std::to_string(file)));
+  Send(2, "through the descriptor");
+  close(file);
+  EXPECT_THAT(Content(m_File), testing::HasSubstr("through the descriptor"));
 }
 
 // A folder in which another user, whom root plays, has planted links to a file of one's own.
