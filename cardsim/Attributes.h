@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <variant>
 
+#include "cardsim/NeverHeld.h"
 #include "host/vsl_abstraction.h"
 
 // What the catalogue reads without a `vsl_has_` of its own, and what only the simulator knows.
@@ -42,7 +43,7 @@ enum class Attribute : std::size_t {
 constexpr std::size_t kAttributeCount = static_cast<std::size_t>(Attribute::Count);
 
 // Whole numbers are kept at full width; `AttributeInfo` has the range that the C type can hold.
-using Value = std::variant<std::string, bool, std::uint64_t, std::int64_t, float>;
+using Value = std::variant<std::string, bool, std::uint64_t, std::int64_t, float, NeverHeld>;
 using Values = std::array<std::optional<Value>, kAttributeCount>;
 
 enum class Kind { Text, Bool, Unsigned, Signed, Float };

@@ -24,7 +24,7 @@ struct Watch {
   std::mutex mutex;
   bool logging = false;
   std::vector<Call> log;
-  std::shared_ptr<const std::function<void(const Call&)>> hook;
+  Hook hook;
   std::vector<OrderedFailure> failures;
 };
 
@@ -58,15 +58,11 @@ bool IsWatched() {
   return TheWatch().active.load(std::memory_order_acquire);
 }
 
-void AnnounceCall(const Call& call) {
+Hook LogCall(const Call& call) {
   Watch& watch = TheWatch();
-  std::shared_ptr<const std::function<void(const Call&)>> hook;
-  {
-    const std::lock_guard<std::mutex> lock(watch.mutex);
-    if (watch.logging) watch.log.push_back(call);
-    hook = watch.hook;
-  }
-  if (hook) (*hook)(call);
+  const std::lock_guard<std::mutex> lock(watch.mutex);
+  if (watch.logging) watch.log.push_back(call);
+  return watch.hook;
 }
 
 void ThrowOrderedFailure(const std::string& function) {

@@ -2,6 +2,8 @@
 // used by any thread.
 #pragma once
 
+#include <memory>
+
 #include "cardsim/cardsim.h"
 
 namespace CardSim {
@@ -9,8 +11,11 @@ namespace CardSim {
 // Whether anything below has work to do. A call asks this first and is done with it if not.
 bool IsWatched();
 
-// Logs the call and runs the hook, with no lock held meanwhile.
-void AnnounceCall(const Call& call);
+// Runs before a call; may be none.
+using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
+
+// Logs the call, and gives the hook to run for it.
+Hook LogCall(const Call& call);
 
 // Throws the `Refusal` that `FailCall` ordered for this call of `function`, if any.
 void ThrowOrderedFailure(const std::string& function);

@@ -6,11 +6,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 #include <stdexcept>
 #include <system_error>
 
 #include "cardsim/CancellationShield.h"
+#include "cardsim/RunningJobs.h"
 #include "cardsim/StateText.h"
+#include "cardsim/TrustedPath.h"
 
 namespace CardSim {
 namespace {
@@ -28,16 +31,18 @@ constexpr std::int64_t kLargestFile = 64 << 20;
   Fail(path, what + std::generic_category().message(errno));
 }
 
-// A file that is replaced through a link is the link's target, not the link.
-fs::path Target(const fs::path& path) {
-  std::error_code error;
-  const fs::path target = fs::canonical(path, error);
-  return error ? path : target;
+// The file that was opened, which must be a regular one that is trusted.
+struct stat StatOf(const FileHandle& file, const fs::path& path, const Place& place) {
+  struct stat status = {};
+  if (fstat(file.Get(), &status) != 0) FailWithErrno(path, "");
+  CheckTrusted(path, place, status);
+  if (!S_ISREG(status.st_mode)) Fail(path, "is no regular file");
+  return status;
 }
 
-FileHandle OpenForReading(const fs::path& path) {
+FileHandle OpenForReading(const fs::path& path, const Place& place) {
   // Not blocking, since the name might be a pipe's.
-  FileHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  FileHandle file = OpenAt(place.folder.Get(), place.name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
   if (!file.IsOpen() && errno == ENOENT) Fail(path, "no such file; `cardsim new` makes one");
   if (!file.IsOpen()) FailWithErrno(path, "");
   return file;
@@ -64,129 +69,155 @@ void WriteAll(const FileHandle& file, const fs::path& path, const std::string& t
   }
 }
 
-struct stat StatOf(const FileHandle& file, const fs::path& path) {
-  struct stat status = {};
-  if (fstat(file.Get(), &status) != 0) FailWithErrno(path, "");
-  if (!S_ISREG(status.st_mode)) Fail(path, "is no regular file");
-  if (status.st_size > kLargestFile) Fail(path, "is too large for a file of simulated cards");
-  return status;
-}
-
-LoadedPtr MakeLoaded(State state, FileHandle file, const struct stat& status) {
-  auto loaded = std::make_shared<Loaded>();
-  loaded->state = std::make_shared<const State>(std::move(state));
-  loaded->file = std::move(file);
-  loaded->inode = status.st_ino;
-  loaded->size = status.st_size;
-  loaded->mtimeSeconds = status.st_mtim.tv_sec;
-  loaded->mtimeNanoseconds = status.st_mtim.tv_nsec;
-  return loaded;
-}
-
-void DropDeadJobs(State& state) {
-  for (Card& card : state.cards) {
-    if (!card.job || IsAlive(card.job->owner)) continue;
-    At(card.values, Attribute::iom_state) = std::uint64_t{card.job->previousState};
-    card.job.reset();
-  }
-}
-
-// The lock is a file of its own beside the state, because the state's file is replaced.
-FileHandle Lock(const fs::path& path) {
-  const fs::path lock = path.string() + ".lock";
-  FileHandle file(open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-  // A lock made by another user may be read only to us; that is enough to lock it.
-  if (!file.IsOpen()) file = FileHandle(open(lock.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.IsOpen()) FailWithErrno(lock, "");
-  while (flock(file.Get(), LOCK_EX) != 0) {
-    if (errno != EINTR) FailWithErrno(lock, "");
-  }
-  return file;
-}
-
-void SyncFolder(const fs::path& path) {
-  const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-  const FileHandle file(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // A folder that cannot be synced costs durability after a power loss, not consistency.
-  if (file.IsOpen()) fsync(file.Get());
-}
-
-// Removes the unfinished file unless it became the real one.
-class Unfinished {
- public:
-  explicit Unfinished(fs::path path) : m_Path(std::move(path)) {}
-  ~Unfinished() {
-    if (!m_Kept) unlink(m_Path.c_str());
-  }
-  Unfinished(const Unfinished&) = delete;
-  Unfinished& operator=(const Unfinished&) = delete;
-  void Keep() { m_Kept = true; }
-
- private:
-  fs::path m_Path;
-  bool m_Kept = false;
+// One version of the file, read and checked. The caller may go on with the state.
+struct Reading {
+  std::shared_ptr<State> state;
+  FileHandle file;
+  struct stat status;
 };
 
-// Gives the file's new version, still open. The caller holds the lock.
-FileHandle Replace(const fs::path& path, const std::string& text, mode_t mode) {
-  const fs::path fresh = path.string() + ".new";
-  // A leftover of a process that died while writing may belong to someone else.
-  unlink(fresh.c_str());
-  FileHandle file(open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (!file.IsOpen()) FailWithErrno(fresh, "");
-  Unfinished unfinished(fresh);
-  WriteAll(file, fresh, text);
-  if (fsync(file.Get()) != 0) FailWithErrno(fresh, "");
-  if (rename(fresh.c_str(), path.c_str()) != 0) FailWithErrno(path, "");
-  unfinished.Keep();
-  SyncFolder(path);
-  return file;
-}
-
-State Parse(const std::string& text, const fs::path& path) {
+Reading Read(const fs::path& path, const Place& place) {
+  Reading reading{nullptr, OpenForReading(path, place), {}};
+  reading.status = StatOf(reading.file, path, place);
+  if (reading.status.st_size > kLargestFile) {
+    Fail(path, "is too large for a file of simulated cards");
+  }
+  const std::string text = ReadAll(reading.file, path);
   try {
-    return ParseState(text);
+    reading.state = std::make_shared<State>(ParseState(text));
   } catch (const std::runtime_error& error) {
     Fail(path, error.what());
   }
+  return reading;
+}
+
+void Keep(Loaded& loaded, FileHandle file, const struct stat& status) noexcept {
+  loaded.file = std::move(file);
+  loaded.inode = status.st_ino;
+  loaded.size = status.st_size;
+  loaded.mtimeSeconds = status.st_mtim.tv_sec;
+  loaded.mtimeNanoseconds = status.st_mtim.tv_nsec;
+}
+
+// Whether there were any.
+bool DropDeadJobs(State& state) {
+  bool dropped = false;
+  for (Card& card : state.cards) {
+    if (!card.job || IsRunning(*card.job)) continue;
+    At(card.values, Attribute::iom_state) = std::uint64_t{card.job->previousState};
+    card.job.reset();
+    dropped = true;
+  }
+  return dropped;
+}
+
+// The lock is a file of its own beside the state, because the state's file is replaced. What is in
+// it does not matter, so that others may write it.
+FileHandle Lock(const fs::path& path, const Place& state) {
+  const fs::path name = path.string() + ".lock";
+  const int folder = state.folder.Get();
+  const std::string lock = state.name + ".lock";
+  FileHandle file = OpenAt(folder, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
+  // A lock made by another user may be read only to us; that is enough to lock it.
+  if (!file.IsOpen()) file = OpenAt(folder, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!file.IsOpen() && errno == ELOOP) Fail(name, "not trusted: the file is a symbolic link");
+  if (!file.IsOpen()) FailWithErrno(name, "");
+  struct stat status = {};
+  if (fstat(file.Get(), &status) != 0) FailWithErrno(name, "");
+  status.st_mode &= ~static_cast<mode_t>(S_IWGRP | S_IWOTH);
+  CheckTrusted(name, state, status);
+  while (flock(file.Get(), LOCK_EX) != 0) {
+    if (errno != EINTR) FailWithErrno(name, "");
+  }
+  return file;
+}
+
+// The next version of the file, complete and on the disk, but not yet at its name. Removed again
+// unless it gets there.
+class NextVersion {
+ public:
+  NextVersion(const fs::path& path, const Place& place, mode_t mode)
+      : m_Path(path.string() + ".new"),
+        m_Place(place),
+        m_Name(place.name + ".new"),
+        // Opened now, when it may still fail.
+        m_Folder(OpenAt(place.folder.Get(), ".", O_RDONLY | O_DIRECTORY)) {
+    // A leftover of a process that died while writing may belong to someone else.
+    Remove();
+    m_File = OpenAt(place.folder.Get(), m_Name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+    if (!m_File.IsOpen()) FailWithErrno(m_Path, "");
+    m_IsThere = true;
+  }
+  ~NextVersion() {
+    if (m_IsThere) Remove();
+  }
+  NextVersion(const NextVersion&) = delete;
+  NextVersion& operator=(const NextVersion&) = delete;
+
+  struct stat Write(const std::string& text) {
+    WriteAll(m_File, m_Path, text);
+    struct stat status = {};
+    if (fsync(m_File.Get()) != 0 || fstat(m_File.Get(), &status) != 0) FailWithErrno(m_Path, "");
+    return status;
+  }
+
+  // The last thing that can fail. Gives the file, still open.
+  FileHandle Install() {
+    const int folder = m_Place.folder.Get();
+    if (renameat(folder, m_Name.c_str(), folder, m_Place.name.c_str()) != 0) {
+      FailWithErrno(m_Path, "");
+    }
+    m_IsThere = false;
+    // A folder that cannot be synced costs durability after a power loss, not consistency.
+    if (m_Folder.IsOpen()) fsync(m_Folder.Get());
+    return std::move(m_File);
+  }
+
+ private:
+  void Remove() { unlinkat(m_Place.folder.Get(), m_Name.c_str(), 0); }
+
+  const fs::path m_Path;
+  const Place& m_Place;
+  const std::string m_Name;
+  const FileHandle m_Folder;
+  FileHandle m_File;
+  bool m_IsThere = false;
+};
+
+// What a new file may be to others: root's is refused when they may write it.
+mode_t ModeOfNewFile() {
+  return geteuid() == 0 ? 0644 : 0666;
 }
 
 }  // namespace
 
-FileHandle::~FileHandle() {
-  if (m_Fd < 0) return;
-  // A version of the file is let go by whichever call replaces it.
-  const CancellationShield shield;
-  close(m_Fd);
-}
-
-FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
-  std::swap(m_Fd, other.m_Fd);
-  return *this;
-}
-
 void FileStore::Create(bool overwrite) const {
   const CancellationShield shield;
-  const fs::path path = Target(m_Path);
   std::error_code error;
-  if (path.has_parent_path()) fs::create_directories(path.parent_path(), error);
-  if (error) Fail(path.parent_path(), error.message());
-  const FileHandle lock = Lock(path);
+  if (m_Path.has_parent_path()) fs::create_directories(m_Path.parent_path(), error);
+  if (error == std::errc::not_enough_memory) throw std::bad_alloc();
+  if (error) Fail(m_Path.parent_path(), error.message());
+  const Place place = Locate(m_Path);
+  const FileHandle lock = Lock(m_Path, place);
   struct stat status = {};
-  if (lstat(path.c_str(), &status) == 0) {
-    if (!overwrite) Fail(path, "exists already");
-    if (!S_ISREG(status.st_mode)) Fail(path, "is no regular file");
+  if (fstatat(place.folder.Get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (!overwrite) Fail(m_Path, "exists already");
+    if (!S_ISREG(status.st_mode)) Fail(m_Path, "is no regular file");
   }
-  Replace(path, FormatState(State()), 0666);
+  const std::string text = FormatState(State());
+  NextVersion next(m_Path, place, ModeOfNewFile());
+  next.Write(text);
+  next.Install();
 }
 
 LoadedPtr FileStore::Load() const {
   const CancellationShield shield;
-  FileHandle file = OpenForReading(m_Path);
-  const struct stat status = StatOf(file, m_Path);
-  State state = Parse(ReadAll(file, m_Path), m_Path);
-  DropDeadJobs(state);
-  return MakeLoaded(std::move(state), std::move(file), status);
+  Reading reading = Read(m_Path, Locate(m_Path));
+  DropDeadJobs(*reading.state);
+  auto loaded = std::make_shared<Loaded>();
+  loaded->state = std::move(reading.state);
+  Keep(*loaded, std::move(reading.file), reading.status);
+  return loaded;
 }
 
 bool FileStore::IsCurrent(const Loaded& loaded) const {
@@ -198,27 +229,32 @@ bool FileStore::IsCurrent(const Loaded& loaded) const {
                     status.st_mtim.tv_nsec == loaded.mtimeNanoseconds;
   if (!same) return false;
   for (const Card& card : loaded.state->cards) {
-    if (card.job && !IsAlive(card.job->owner)) return false;
+    if (card.job && !IsRunning(*card.job)) return false;
   }
   return true;
 }
 
 LoadedPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
   const CancellationShield shield;
-  const fs::path path = Target(m_Path);
+  const Place place = Locate(m_Path);
   // Before the lock is made: a missing state gets no lock file beside it.
-  OpenForReading(path);
-  const FileHandle lock = Lock(path);
-  FileHandle file = OpenForReading(path);
-  struct stat status = StatOf(file, path);
-  State state = Parse(ReadAll(file, path), path);
-  DropDeadJobs(state);
-  if (change(state)) {
-    CheckState(state);
-    file = Replace(path, FormatState(state), status.st_mode & 0777);
-    status = StatOf(file, path);
+  OpenForReading(m_Path, place);
+  const FileHandle lock = Lock(m_Path, place);
+  Reading reading = Read(m_Path, place);
+  const bool dropped = DropDeadJobs(*reading.state);
+  const bool changed = change(*reading.state);
+  auto loaded = std::make_shared<Loaded>();
+  loaded->state = reading.state;
+  if (!changed && !dropped) {
+    Keep(*loaded, std::move(reading.file), reading.status);
+    return loaded;
   }
-  return MakeLoaded(std::move(state), std::move(file), status);
+  CheckState(*reading.state);
+  const std::string text = FormatState(*reading.state);
+  NextVersion next(m_Path, place, reading.status.st_mode & 0777);
+  const struct stat status = next.Write(text);
+  Keep(*loaded, next.Install(), status);
+  return loaded;
 }
 
 }  // namespace CardSim

@@ -5,25 +5,11 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 
+#include "cardsim/FileHandle.h"
 #include "cardsim/State.h"
 
 namespace CardSim {
-
-// A file descriptor, closed with its owner.
-class FileHandle {
- public:
-  explicit FileHandle(int fd = -1) : m_Fd(fd) {}
-  ~FileHandle();
-  FileHandle(FileHandle&& other) noexcept : m_Fd(other.m_Fd) { other.m_Fd = -1; }
-  FileHandle& operator=(FileHandle&& other) noexcept;
-  int Get() const { return m_Fd; }
-  bool IsOpen() const { return m_Fd >= 0; }
-
- private:
-  int m_Fd;
-};
 
 // One version of the file. It stays open, so that no later version can be given its inode number
 // and be taken for it. The state outlives it where a card's handle still reads from it.
@@ -40,6 +26,8 @@ using LoadedPtr = std::shared_ptr<const Loaded>;
 
 // All functions may be called by any thread of any process at once, and throw `std::runtime_error`
 // with one line: it begins with the file's name, or with the place of a change that does not fit.
+// Without memory they throw `std::bad_alloc`. A file that another user could have put there is
+// refused.
 class FileStore {
  public:
   explicit FileStore(std::filesystem::path path) : m_Path(std::move(path)) {}
@@ -56,7 +44,8 @@ class FileStore {
   bool IsCurrent(const Loaded& loaded) const;
 
   // Reads the file under its lock, lets `change` edit the state, and replaces the file when that
-  // returns true. An exception of `change` passes through and leaves the file as it was.
+  // returns true or a job's owner has died. An exception, also of `change`, leaves the file as it
+  // was: once the file is replaced nothing can fail any more.
   LoadedPtr Edit(const std::function<bool(State&)>& change) const;
 
  private:

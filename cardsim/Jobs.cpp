@@ -1,10 +1,10 @@
 #include "cardsim/Jobs.h"
 
-#include <atomic>
 #include <boost/chrono/duration.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "cardsim/Format.h"
+#include "cardsim/RunningJobs.h"
 
 namespace CardSim {
 namespace {
@@ -74,29 +74,26 @@ bool Holds(const Card& card, const JobMark& mark) {
   return card.job && card.job->owner == mark.owner && card.job->number == mark.number;
 }
 
-JobMark NewMark(const JobRow& row, std::uint32_t previousState) {
-  static std::atomic<std::uint64_t> number{0};
-  return {row.name, ThisProcess(), ++number, previousState};
-}
-
-// Gives the job up when its wait is left in another way than by its end: a cancelled thread unwinds
-// through here.
-class GiveUp {
+// Ends the job when its wait is left, and puts the card back unless that is by the job's own end:
+// a cancelled thread unwinds through here.
+class EndOfWait {
  public:
-  GiveUp(const FileStore& store, std::uint64_t cardId, const JobMark& mark)
-      : m_Store(store), m_CardId(cardId), m_Mark(mark) {}
-  ~GiveUp() {
-    if (!m_Dismissed) AbandonJob(m_Store, m_CardId, m_Mark);
+  EndOfWait(StorePtr store, std::uint64_t job) : m_Store(std::move(store)), m_Job(job) {}
+  ~EndOfWait() {
+    if (m_IsDone) {
+      EndJob(m_Job);
+    } else {
+      AbandonJob(m_Store, m_Job);
+    }
   }
-  GiveUp(const GiveUp&) = delete;
-  GiveUp& operator=(const GiveUp&) = delete;
-  void Dismiss() { m_Dismissed = true; }
+  EndOfWait(const EndOfWait&) = delete;
+  EndOfWait& operator=(const EndOfWait&) = delete;
+  void Done() { m_IsDone = true; }
 
  private:
-  const FileStore m_Store;
-  const std::uint64_t m_CardId;
-  const JobMark m_Mark;
-  bool m_Dismissed = false;
+  const StorePtr m_Store;
+  const std::uint64_t m_Job;
+  bool m_IsDone = false;
 };
 
 }  // namespace
@@ -105,27 +102,37 @@ void StartJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
   JobPlan plan = handle.plan;
   if (plan.phase != JobPhase::Prepared) throw Refusal{kWrongState, "the job was started before"};
+  RunningJob running;
+  plan.mark = {row.name, ThisProcess(), running.Number(), 0};
   // Taken before the lock is let go, so that only one thread starts it.
   handle.plan.phase = JobPhase::Ended;
-  session.EditCard(handle.cardId, [&](Card& card) {
-    row.check(card, plan);
-    plan.mark = NewMark(row, StateOf(card));
-    plan.milliseconds = Read<std::uint32_t>(card.values, row.duration, 0);
-    SetState(card, row.during);
-    card.job = plan.mark;
-    return true;
-  });
+  try {
+    session.EditCard(handle.cardId, [&](Card& card) {
+      row.check(card, plan);
+      plan.mark.previousState = StateOf(card);
+      plan.milliseconds = Read<std::uint32_t>(card.values, row.duration, 0);
+      SetState(card, row.during);
+      card.job = plan.mark;
+      return true;
+    });
+  } catch (...) {
+    session.Lock();
+    handle.plan.phase = JobPhase::Prepared;
+    throw;
+  }
+  running.Keep();
   plan.phase = JobPhase::Started;
-  handle.plan = plan;
+  handle.plan = std::move(plan);
 }
 
 void WaitForJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
-  if (handle.plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is under way"};
+  const JobPlan& plan = handle.plan;
+  if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is under way"};
+  EndOfWait end(session.Store(), plan.mark.number);
+  // From here on the plan is in the hands of this call alone.
   handle.plan.phase = JobPhase::Ended;
-  const JobPlan plan = handle.plan;
   session.Unlock();
-  GiveUp giveUp(session.Store(), handle.cardId, plan.mark);
   if (plan.milliseconds > 0) {
     boost::this_thread::sleep_for(boost::chrono::milliseconds(plan.milliseconds));
   }
@@ -136,35 +143,38 @@ void WaitForJob(Session& session, Handle& handle) {
     row.apply(card, plan);
     return true;
   });
-  giveUp.Dismiss();
+  end.Done();
 }
 
-void AbandonJob(const FileStore& store, std::uint64_t cardId, const JobMark& mark) {
+void AbandonJob(const StorePtr& store, std::uint64_t job) noexcept {
+  EndJob(job);
+  DropEndedJobs(store);
+}
+
+void DropEndedJobs(const StorePtr& store) noexcept {
   try {
-    store.Edit([&](State& state) {
-      Card* card = state.FindById(cardId);
-      if (card == nullptr || !Holds(*card, mark)) return false;
-      card->job.reset();
-      SetState(*card, mark.previousState);
-      return true;
-    });
+    store->Edit([](State&) { return false; });
   } catch (const std::exception&) {
-    // The file is gone or damaged: then there is no card to put back.
+    // There may be no memory, descriptor or room now. The next call tries again.
+    Library& library = TheLibrary();
+    const std::lock_guard<std::mutex> lock(library.mutex);
+    library.untidy = store;
   }
 }
 
-void AbandonUnlessWaited(void* job) {
+void AbandonUnlessWaited(void* job) noexcept {
   Library& library = TheLibrary();
-  std::shared_ptr<Handle> handle;
-  std::optional<FileStore> store;
+  StorePtr store;
+  std::uint64_t number = 0;
   {
     const std::lock_guard<std::mutex> lock(library.mutex);
-    handle = library.ledger.Find(job);
-    store = library.store;
+    const auto handle = library.ledger.Find(job);
     if (handle == nullptr || handle->plan.phase != JobPhase::Started) return;
     handle->plan.phase = JobPhase::Ended;
+    number = handle->plan.mark.number;
+    store = library.store;
   }
-  AbandonJob(*store, handle->cardId, handle->plan.mark);
+  AbandonJob(store, number);
 }
 
 }  // namespace CardSim

@@ -31,6 +31,7 @@ class JsonWriter {
 
  private:
   void WriteValue(std::monostate, unsigned int) { m_Text += "null"; }
+  void WriteValue(const NeverHeld&, unsigned int) {}
 
   template <typename T>
   void WriteValue(const T& scalar, unsigned int) {

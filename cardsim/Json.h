@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "cardsim/NeverHeld.h"
+
 namespace CardSim {
 
 class Json {
@@ -48,7 +50,7 @@ class Json {
  private:
   friend class JsonWriter;
   std::variant<std::monostate, bool, std::uint64_t, std::int64_t, double, std::string, List,
-               Members>
+               Members, NeverHeld>
       m_Value;
 };
 

@@ -45,12 +45,13 @@ std::shared_ptr<Handle> Ledger::Make(HandleKind kind, std::shared_ptr<const Card
   auto handle = std::make_shared<Handle>();
   const auto index = static_cast<std::size_t>(kind);
   handle->kind = kind;
-  handle->self = Pack({kTag, m_Epoch, ++m_Made[index], index});
-  handle->sequence = ++m_Sequence;
+  handle->self = Pack({kTag, m_Epoch, m_Made[index] + 1, index});
   handle->life = life;
   handle->cardId = card->id;
   handle->card = std::move(card);
   m_Handles[handle->self] = handle;
+  ++m_Made[index];
+  handle->sequence = ++m_Sequence;
   return handle;
 }
 
@@ -59,9 +60,25 @@ std::shared_ptr<Handle> Ledger::Find(void* handle) const {
   return found == m_Handles.end() ? nullptr : found->second;
 }
 
-void Ledger::Remove(const Handle& handle) {
+void Ledger::Remove(Handle& handle) noexcept {
+  m_EndedTexts.End(handle.text);
   for (void* volume : handle.volumes) m_Handles.erase(volume);
   m_Handles.erase(handle.self);
+}
+
+const char* Ledger::Lend(Handle& handle, std::string_view text) {
+  m_EndedTexts.End(handle.text);
+  handle.text = LentText(text);
+  return handle.text.Get();
+}
+
+void Ledger::EndText(void* handle) noexcept {
+  const auto found = m_Handles.find(handle);
+  if (found != m_Handles.end()) m_EndedTexts.End(found->second->text);
+}
+
+void Ledger::EndTexts() noexcept {
+  for (const auto& [unused, handle] : m_Handles) m_EndedTexts.End(handle->text);
 }
 
 bool Ledger::WasMade(void* handle) const {
@@ -99,6 +116,7 @@ std::vector<std::shared_ptr<Handle>> Ledger::Reset() {
   for (const auto& [unused, handle] : m_Handles) {
     if (IsUnderWay(*handle)) underWay.push_back(handle);
   }
+  EndTexts();
   m_Handles.clear();
   std::fill(std::begin(m_Made), std::end(m_Made), 0);
   m_Epoch = (m_Epoch + 1) & kEpochMask;

@@ -5,9 +5,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "cardsim/LentText.h"
 #include "cardsim/State.h"
 
 namespace CardSim {
@@ -61,6 +63,7 @@ struct Handle {
   std::size_t position = 0;          // of a walked card or a volume
   void* parent = nullptr;            // of a volume: its card's handle
   std::vector<void*> volumes;        // of a card: what was walked through it
+  LentText text;                     // the last one that a call on the handle gave out
   JobPlan plan;
 };
 
@@ -75,7 +78,13 @@ class Ledger {
   // None when the handle was never made or has been destroyed.
   std::shared_ptr<Handle> Find(void* handle) const;
   // Ends a handle, and with a card's handle its volumes.
-  void Remove(const Handle& handle);
+  void Remove(Handle& handle) noexcept;
+
+  // Gives out a copy of a text, which lives until `EndText`.
+  const char* Lend(Handle& handle, std::string_view text);
+  // Ends the text that the handle gave out, if it did; of every handle without an argument.
+  void EndText(void* handle) noexcept;
+  void EndTexts() noexcept;
 
   // "card#1", "null", or "unknown" for what this ledger never made.
   std::string Describe(void* handle) const;
@@ -95,6 +104,7 @@ class Ledger {
   std::uint64_t m_Sequence = 0;
   std::uint64_t m_Epoch = 1;
   std::vector<std::string> m_Misuse;
+  EndedTexts m_EndedTexts;
 };
 
 }  // namespace CardSim

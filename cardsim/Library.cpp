@@ -20,7 +20,7 @@ Session::Session(const char* function, Freshness freshness)
     m_Library.ledger.NoteMisuse(std::string(function) + ": " + when);
     throw Refusal{kNotStarted, std::string("the library is not started: ") + when};
   }
-  m_Store = *m_Library.store;
+  m_Store = m_Library.store;
   if (freshness == Freshness::Reloaded) Refresh();
   const auto& failures = Current().failures;
   if (failures.empty()) return;
@@ -53,8 +53,8 @@ std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
 }
 
 void Session::Refresh() {
-  if (m_Store.IsCurrent(*m_Library.loaded)) return;
-  m_Library.loaded = m_Store.Load();
+  if (m_Store->IsCurrent(*m_Library.loaded)) return;
+  m_Library.loaded = m_Store->Load();
 }
 
 std::shared_ptr<const Card> Session::CurrentCard(std::uint64_t id) const {
@@ -72,10 +72,10 @@ std::shared_ptr<Handle> Session::Make(HandleKind kind, std::shared_ptr<const Car
 
 void Session::Edit(const std::function<bool(State&)>& change) {
   if (m_Lock.owns_lock()) m_Lock.unlock();
-  LoadedPtr edited = m_Store.Edit(change);
+  LoadedPtr edited = m_Store->Edit(change);
   m_Lock.lock();
   // Another thread may have ended the library or started it with another file.
-  if (m_Library.isStarted && m_Library.store->Path() == m_Store.Path()) m_Library.loaded = edited;
+  if (m_Library.isStarted && m_Library.store->Path() == m_Store->Path()) m_Library.loaded = edited;
 }
 
 void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& change) {
@@ -86,25 +86,54 @@ void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& chang
   });
 }
 
-void Announce(const CallInfo& call) {
-  if (!IsWatched()) return;
-  Call entry;
-  entry.function = call.function;
-  if (call.handle) {
-    Library& library = TheLibrary();
+namespace {
+
+// Only vsl_destroy and vsl_fini may be called without a record.
+bool MayLackRecord(const char* function) {
+  return std::strcmp(function, "vsl_destroy") == 0 || std::strcmp(function, "vsl_fini") == 0;
+}
+
+std::string Described(const Library& library, const CallInfo& call) {
+  return call.handle ? library.ledger.Describe(*call.handle) : std::string();
+}
+
+void NoteMissingRecord(Library& library, const CallInfo& call) {
+  const std::string handle = Described(library, call);
+  library.ledger.NoteMisuse(std::string(call.function) + (handle.empty() ? "" : " ") + handle +
+                            ": no error record");
+}
+
+}  // namespace
+
+Announcement Begin(const CallInfo& call, const vsl_error_record* err) {
+  Library& library = TheLibrary();
+  Announcement announcement;
+  StorePtr untidy;
+  {
     const std::lock_guard<std::mutex> lock(library.mutex);
-    entry.handle = library.ledger.Describe(*call.handle);
+    untidy = std::move(library.untidy);
+    if (call.handle) library.ledger.EndText(*call.handle);
+    if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
+    if (IsWatched()) announcement.call.handle = Described(library, call);
   }
-  if (call.number) entry.argument = std::to_string(*call.number);
-  if (call.text != nullptr) entry.argument = call.text;
-  AnnounceCall(entry);
+  if (untidy != nullptr) DropEndedJobs(untidy);
+  if (!IsWatched()) return announcement;
+  announcement.call.function = call.function;
+  if (call.number) announcement.call.argument = std::to_string(*call.number);
+  if (call.text != nullptr) announcement.call.argument = call.text;
+  announcement.hook = LogCall(announcement.call);
+  return announcement;
+}
+
+void RunHook(const Announcement& announcement) {
+  if (announcement.hook) (*announcement.hook)(announcement.call);
 }
 
 void OrderedFailure(const CallInfo& call) {
   if (IsWatched()) ThrowOrderedFailure(call.function);
 }
 
-void Explain(vsl_error_record* err, const std::string& text) {
+void Explain(vsl_error_record* err, std::string_view text) noexcept {
   if (err == nullptr) return;
   const std::size_t length = std::min(text.size(), sizeof err->text - 1);
   std::memcpy(err->text, text.data(), length);
@@ -115,13 +144,13 @@ void Reset() {
   ResetCalls();
   Library& library = TheLibrary();
   std::vector<std::shared_ptr<Handle>> underWay;
-  std::optional<FileStore> store;
+  StorePtr store;
   {
     const std::lock_guard<std::mutex> lock(library.mutex);
     underWay = library.ledger.Reset();
     store = library.store;
   }
-  for (const auto& handle : underWay) AbandonJob(*store, handle->cardId, handle->plan.mark);
+  for (const auto& handle : underWay) AbandonJob(store, handle->plan.mark.number);
 }
 
 std::vector<std::string> OpenHandles() {

@@ -3,10 +3,14 @@
 
 #include <exception>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "cardsim/Calls.h"
 #include "cardsim/FileStore.h"
 #include "cardsim/Ledger.h"
 #include "cardsim/Refusal.h"
@@ -21,15 +25,18 @@ struct CallInfo {
   const char* text = nullptr;
 };
 
+using StorePtr = std::shared_ptr<const FileStore>;
+
 // Guarded by `mutex`, which is held for moments only: never across a hook, an edit of the file or
 // a sleep.
 struct Library {
   std::mutex mutex;
   bool isStarted = false;
   unsigned int life = 0;  // how often it was started
-  std::optional<FileStore> store;
+  StorePtr store;
   LoadedPtr loaded;
   Ledger ledger;
+  StorePtr untidy;  // a file in which the card of an abandoned job could not be put back
 };
 
 // Lives until the process is gone: threads may still call while it ends.
@@ -64,40 +71,66 @@ class Session {
   // The same for the card of that id; throws when it is gone.
   void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change);
 
-  // Lets the lock go for good, or until an edit takes it again.
+  // Lets the lock go, until an edit that succeeds takes it again.
   void Unlock() { m_Lock.unlock(); }
-  const FileStore& Store() const { return m_Store; }
+  void Lock() {
+    if (!m_Lock.owns_lock()) m_Lock.lock();
+  }
+  const StorePtr& Store() const { return m_Store; }
 
  private:
   const char* m_Function;
   Library& m_Library;
   std::unique_lock<std::mutex> m_Lock;
-  FileStore m_Store{""};
+  StorePtr m_Store;
 };
 
-// Runs the log, the hook and an ordered failure, if anyone watches. The last one throws `Refusal`.
-void Announce(const CallInfo& call);
+struct Announcement {
+  Call call;
+  Hook hook;
+};
+
+// What every call begins with: a text that its handle gave out ends, a missing error record is
+// noted, and the call is logged if anyone watches.
+Announcement Begin(const CallInfo& call, const vsl_error_record* err);
+// Runs the hook, with no lock held.
+void RunHook(const Announcement& announcement);
+// Throws the `Refusal` that was ordered for this call, if any.
 void OrderedFailure(const CallInfo& call);
 
 // Writes the text into the record, cut to its room and always ended.
-void Explain(vsl_error_record* err, const std::string& text);
+void Explain(vsl_error_record* err, std::string_view text) noexcept;
 
-// Runs one call: announces it, runs `body`, and on failure fills the record. Only exceptions of
-// ours and the standard's are caught, so that the unwinding of a cancelled thread passes.
+// Runs `body`, and on failure fills the record and gives the code. Only exceptions of ours and the
+// standard's are caught, so that the unwinding of a cancelled thread passes.
 template <typename Body>
-std::optional<vsl_code> Failure(const CallInfo& call, vsl_error_record* err, Body body) {
-  Announce(call);
+std::optional<vsl_code> Caught(vsl_error_record* err, Body body) {
   try {
-    OrderedFailure(call);
     body();
     return std::nullopt;
   } catch (const Refusal& refusal) {
     Explain(err, refusal.text);
     return refusal.code;
+  } catch (const std::bad_alloc&) {
+    Explain(err, "out of memory");
+    return kNoMemory;
   } catch (const std::exception& error) {
     Explain(err, error.what());
     return kStateUnusable;
   }
+}
+
+// Runs one call. What the hook throws is the test's own, and passes.
+template <typename Body>
+std::optional<vsl_code> Failure(const CallInfo& call, vsl_error_record* err, Body body) {
+  Announcement announcement;
+  const auto failed = Caught(err, [&] { announcement = Begin(call, err); });
+  if (failed) return failed;
+  RunHook(announcement);
+  return Caught(err, [&] {
+    OrderedFailure(call);
+    body();
+  });
 }
 
 // A call whose result is a code.

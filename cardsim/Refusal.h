@@ -10,7 +10,7 @@ namespace CardSim {
 // The library's own codes. None of them is VSL_NOT_READY, which only `fail vsl_init` gives.
 enum Code : vsl_code {
   kFailed = 1,
-  kStateUnusable = 2,  // the state file is missing or damaged
+  kStateUnusable = 2,  // the state file is missing, damaged or cannot be opened
   kNoSuchCard = 3,
   kBadHandle = 4,
   kNotOpen = 5,
@@ -19,6 +19,7 @@ enum Code : vsl_code {
   kInUse = 8,
   kNotSupported = 9,  // the card does not have that
   kNotStarted = 10,   // before vsl_init or after vsl_fini
+  kNoMemory = 11,
 };
 
 struct Refusal {

@@ -1,3 +1,6 @@
+#include <pwd.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <stdexcept>
 
@@ -12,9 +15,26 @@
 namespace CardSim {
 namespace {
 
+// None for a program that runs with more rights than whoever started it.
 std::filesystem::path FromEnvironment(const char* name) {
-  const char* value = std::getenv(name);
+  const char* value = secure_getenv(name);
   return value == nullptr ? "" : value;
+}
+
+// A relative path would lead somewhere else in each working directory; it counts as none.
+std::filesystem::path AbsoluteFromEnvironment(const char* name) {
+  auto path = FromEnvironment(name);
+  return path.is_absolute() ? path : std::filesystem::path();
+}
+
+std::filesystem::path HomeFolder() {
+  const auto home = AbsoluteFromEnvironment("HOME");
+  if (!home.empty()) return home;
+  char buffer[4096];
+  passwd entry = {};
+  passwd* found = nullptr;
+  const int failed = getpwuid_r(geteuid(), &entry, buffer, sizeof buffer, &found);
+  return failed == 0 && found != nullptr ? found->pw_dir : "/";
 }
 
 // The position of the card of that name.
@@ -47,8 +67,8 @@ void ChangeBit(Card& card, const std::string& name, bool raised) {
 std::filesystem::path StateFile::DefaultPath() {
   auto path = FromEnvironment("CARDSIM_STATE");
   if (!path.empty()) return path;
-  path = FromEnvironment("XDG_STATE_HOME");
-  if (path.empty()) path = FromEnvironment("HOME") / ".local" / "state";
+  path = AbsoluteFromEnvironment("XDG_STATE_HOME");
+  if (path.empty()) path = HomeFolder() / ".local" / "state";
   return path / "corvane" / "cards.json";
 }
 
@@ -69,6 +89,18 @@ std::string StateFile::AddCard(std::uint16_t deviceId) {
 
 std::string StateFile::AddCard(const std::string& kind) {
   return AddCard(DeviceIdOfKind(kind));
+}
+
+std::vector<std::string> StateFile::AddCards(const std::string& kind, unsigned int count) {
+  const std::uint16_t deviceId = DeviceIdOfKind(kind);
+  std::vector<std::string> names;
+  FileStore(m_Path).Edit([&](State& state) {
+    for (unsigned int i = 0; i < count; ++i) {
+      names.push_back(CardSim::AddCard(state, deviceId).name);
+    }
+    return count > 0;
+  });
+  return names;
 }
 
 std::vector<std::string> StateFile::Profiles() {

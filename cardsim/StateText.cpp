@@ -60,7 +60,9 @@ std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) 
 Json VolumesToJson(const std::vector<Volume>& volumes) {
   Json::List list;
   for (const Volume& volume : volumes) {
-    Json::Members element = {{"state", std::uint64_t{volume.state}}, {"settable", volume.settable}};
+    Json::Members element;
+    element.emplace_back("state", std::uint64_t{volume.state});
+    element.emplace_back("settable", volume.settable);
     if (volume.refuses) element.emplace_back("refuses", true);
     list.emplace_back(std::move(element));
   }
@@ -79,11 +81,13 @@ JobMark JobFromJson(const Json& json, const std::string& place) {
 }
 
 Json JobToJson(const JobMark& job) {
-  return Json::Members{{"kind", job.kind},
-                       {"pid", job.owner.pid},
-                       {"start", job.owner.start},
-                       {"number", job.number},
-                       {"previous_state", std::uint64_t{job.previousState}}};
+  Json::Members members;
+  members.emplace_back("kind", job.kind);
+  members.emplace_back("pid", job.owner.pid);
+  members.emplace_back("start", job.owner.start);
+  members.emplace_back("number", job.number);
+  members.emplace_back("previous_state", std::uint64_t{job.previousState});
+  return members;
 }
 
 void MemberFromJson(Card& card, const std::string& name, const Json& json,
@@ -113,7 +117,9 @@ Card CardFromJson(const Json& json, const std::string& place) {
 }
 
 Json CardToJson(const Card& card) {
-  Json::Members members = {{"name", card.name}, {"id", card.id}};
+  Json::Members members;
+  members.emplace_back("name", card.name);
+  members.emplace_back("id", card.id);
   for (std::size_t i = 0; i < kAttributeCount; ++i) {
     if (!card.values[i]) continue;
     members.emplace_back(InfoOf(static_cast<Attribute>(i)).name, ValueToJson(*card.values[i]));
@@ -143,7 +149,10 @@ void FailuresFromJson(State& state, const Json& json) {
 Json FailuresToJson(const State& state) {
   Json::Members members;
   for (const auto& [function, failure] : state.failures) {
-    members.emplace_back(function, Json::Members{{"code", failure.code}, {"text", failure.text}});
+    Json::Members result;
+    result.emplace_back("code", failure.code);
+    result.emplace_back("text", failure.text);
+    members.emplace_back(function, std::move(result));
   }
   return members;
 }
@@ -194,11 +203,12 @@ State ParseState(const std::string& text) {
 std::string FormatState(const State& state) {
   Json::List cards;
   for (const Card& card : state.cards) cards.push_back(CardToJson(card));
-  const Json json = Json::Members{{"cardsim", kFileVersion},
-                                  {"next_id", state.nextId},
-                                  {"cards", std::move(cards)},
-                                  {"failures", FailuresToJson(state)}};
-  return JsonLines(json, 2) + "\n";
+  Json::Members members;
+  members.emplace_back("cardsim", kFileVersion);
+  members.emplace_back("next_id", state.nextId);
+  members.emplace_back("cards", std::move(cards));
+  members.emplace_back("failures", FailuresToJson(state));
+  return JsonLines(std::move(members), 2) + "\n";
 }
 
 void CheckState(const State& state) {

@@ -1,8 +1,12 @@
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <fstream>
+#include <new>
 #include <stdexcept>
 
 #include "cardsim/FileStore.h"
+#include "cardsim/TrustedPath.h"
 #include "cardsim/cardsim.h"
 
 namespace CardSim {
@@ -36,14 +40,28 @@ std::string AddressOf(const Card& card) {
   return Format("%04x:%02x:%02x.%x", domain, bus, device, function);
 }
 
+// Below a folder that others may change, we would write and remove where they want.
+void CheckTree(const fs::path& mark) {
+  struct stat status = {};
+  const bool exists = lstat(mark.c_str(), &status) == 0;
+  if (exists && !S_ISREG(status.st_mode)) {
+    throw std::runtime_error(mark.string() + ": is no regular file");
+  }
+  const Place place = Locate(mark);
+  if (exists) CheckTrusted(mark, place, status);
+}
+
 void ClearTree(const fs::path& folder) {
   const fs::path devices = folder / "bus/pci/devices";
   if (fs::exists(devices) && !fs::exists(folder / kMark)) {
     throw std::runtime_error(devices.string() + ": not written by cardsim, left alone");
   }
-  fs::remove_all(devices);
-  fs::create_directories(devices);
+  // The mark comes before what it stands for: a tree that was begun can be begun again.
+  fs::create_directories(devices.parent_path());
+  CheckTree(folder / kMark);
   WriteLine(folder / kMark, "simulated cards");
+  fs::remove_all(devices);
+  fs::create_directory(devices);
 }
 
 void WriteDevice(const fs::path& devices, const Card& card) {
@@ -64,6 +82,7 @@ void StateFile::WriteSysfs(const fs::path& folder) const {
     ClearTree(folder);
     for (const Card& card : loaded->state->cards) WriteDevice(folder / "bus/pci/devices", card);
   } catch (const fs::filesystem_error& error) {
+    if (error.code() == std::errc::not_enough_memory) throw std::bad_alloc();
     throw std::runtime_error(error.path1().string() + ": " + error.code().message());
   }
 }

@@ -48,12 +48,13 @@ bool IsStatusMask(Attribute attribute) {
 // A status mask may change while the card is open; everything else is as it was at the opening.
 std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attribute attribute) {
   if (!IsStatusMask(attribute)) return handle.card;
+  // A mask of a moment ago is better than none, which would look as if all bits were cleared.
   try {
     session.Refresh();
     return session.CurrentCard(handle.cardId);
   } catch (const Refusal&) {
     return handle.card;
-  } catch (const std::runtime_error&) {
+  } catch (const std::exception&) {
     return handle.card;
   }
 }
@@ -77,7 +78,6 @@ T Nothing() {
   return T();
 }
 
-// A text is the handle's own, so that it lives until the next call on the handle and longer.
 template <typename T>
 T Take(Session& session, void* pointer, Attribute attribute) {
   const auto handle = session.Expect(pointer, KindsOf(attribute));
@@ -86,7 +86,12 @@ T Take(Session& session, void* pointer, Attribute attribute) {
   if (!At(card->values, attribute)) {
     session.Misused(pointer, kNotSupported, "the attribute is absent");
   }
-  return Read<T>(card->values, attribute, Nothing<T>());
+  const T value = Read<T>(card->values, attribute, Nothing<T>());
+  if constexpr (std::is_same_v<T, const char*>) {
+    return session.Handles().Lend(*handle, value);
+  } else {
+    return value;
+  }
 }
 
 template <typename T>

@@ -1,5 +1,7 @@
 // Life of the library, and the handles that everything else needs.
 #include <cstring>
+#include <memory>
+#include <utility>
 
 #include "cardsim/Jobs.h"
 #include "cardsim/Library.h"
@@ -12,8 +14,8 @@ namespace {
 
 void Start(std::uint64_t flags) {
   if (flags != 0) throw Refusal{kBadValue, "vsl_init knows no flags"};
-  const FileStore store(StateFile::DefaultPath());
-  LoadedPtr loaded = store.Load();
+  StorePtr store = std::make_shared<const FileStore>(StateFile::DefaultPath());
+  LoadedPtr loaded = store->Load();
   const auto standing = loaded->state->failures.find("vsl_init");
   if (standing != loaded->state->failures.end()) {
     throw Refusal{standing->second.code, standing->second.text};
@@ -22,7 +24,7 @@ void Start(std::uint64_t flags) {
   const std::lock_guard<std::mutex> lock(library.mutex);
   if (!library.isStarted) ++library.life;
   library.isStarted = true;
-  library.store = store;
+  library.store = std::move(store);
   library.loaded = std::move(loaded);
 }
 
@@ -47,16 +49,20 @@ bool Walk(void** iom) {
   Session session("vsl_iom_iterate", Freshness::Reloaded);
   CheckVariable(session, iom);
   std::size_t position = 0;
+  std::shared_ptr<Handle> walked;
   if (*iom != nullptr) {
-    const auto walked = session.Expect(*iom, Only(HandleKind::Walked));
+    walked = session.Expect(*iom, Only(HandleKind::Walked));
     position = NextPosition(session, *walked);
-    session.Handles().Remove(*walked);
-    *iom = nullptr;
   }
-  if (position >= session.Current().cards.size()) return false;
-  const auto card = session.CurrentCard(session.Current().cards[position].id);
-  session.Make(HandleKind::Walked, card, iom)->position = position;
-  return true;
+  void* next = nullptr;
+  if (position < session.Current().cards.size()) {
+    const auto card = session.CurrentCard(session.Current().cards[position].id);
+    session.Make(HandleKind::Walked, card, &next)->position = position;
+  }
+  // Last, so that a walk without memory can go on where it was.
+  if (walked != nullptr) session.Handles().Remove(*walked);
+  *iom = next;
+  return next != nullptr;
 }
 
 std::uint64_t IdOfPath(const State& state, const char* path) {
@@ -80,7 +86,7 @@ void Destroy(void** variable) {
   session.Handles().Remove(*handle);
   if (handle->plan.phase != JobPhase::Started) return;
   session.Unlock();
-  AbandonJob(session.Store(), handle->cardId, handle->plan.mark);
+  AbandonJob(session.Store(), handle->plan.mark.number);
 }
 
 }  // namespace
@@ -90,10 +96,12 @@ vsl_code vsl_init(uint64_t flags, vsl_error_record* err) {
 }
 
 void vsl_fini(void) {
-  Announce({"vsl_fini"});
+  // It always succeeds.
+  Failure({"vsl_fini"}, nullptr, [] {});
   Library& library = TheLibrary();
   const std::lock_guard<std::mutex> lock(library.mutex);
   library.isStarted = false;
+  library.ledger.EndTexts();
 }
 
 bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err) {

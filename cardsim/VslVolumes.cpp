@@ -35,9 +35,12 @@ bool NextVolume(Session& session, void* iom, void** vsu) {
     const auto volume = session.Expect(*vsu, Only(HandleKind::Volume));
     if (volume->parent != iom) session.Misused(*vsu, kBadHandle, "a unit of another card's handle");
     position = volume->position + 1;
-    *vsu = nullptr;
   }
-  if (position >= card->card->volumes.size()) return false;
+  if (position >= card->card->volumes.size()) {
+    *vsu = nullptr;
+    return false;
+  }
+  card->volumes.reserve(card->volumes.size() + 1);
   const auto volume = session.Make(HandleKind::Volume, card->card, vsu);
   volume->position = position;
   volume->parent = iom;

@@ -2,6 +2,10 @@
 //
 // The cards themselves live in the state file named by CARDSIM_STATE; `StateFile` edits it, as the
 // `cardsim` program does. The rest of this header watches and bends the calls of this process.
+//
+// A text that a call gives out lives until the next call on the same handle, or the end of the
+// library, and no longer: its bytes are then overwritten with '~'. Under the address sanitizer they
+// are freed. A failed call gives out an empty text that lives forever.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +28,8 @@ class CARDSIM_API NoSuchThing : public std::runtime_error {
 // A file of simulated cards. Each edit is one change under the file's lock; other processes and
 // the open library see it when they next name or open a card, and a status mask at its next read.
 // Throws `std::runtime_error` with a one-line text when the file is missing or damaged or a value
-// does not fit, `NoSuchThing` for an unknown name; the file is then as it was.
+// does not fit, `NoSuchThing` for an unknown name, `std::bad_alloc` without memory; the file is
+// then as it was.
 class CARDSIM_API StateFile {
  public:
   // CARDSIM_STATE, else $XDG_STATE_HOME/corvane/cards.json, else ~/.local/state/corvane/cards.json.
@@ -41,6 +46,8 @@ class CARDSIM_API StateFile {
   // The same for a kind of card by its name, such as "flash-1300g", or by its device id as text,
   // always hexadecimal: "0x1003" or "1003".
   std::string AddCard(const std::string& kind);
+  // Adds so many at once, or none.
+  std::vector<std::string> AddCards(const std::string& kind, unsigned int count);
   static std::vector<std::string> Profiles();
   void RemoveCard(const std::string& card);
   std::vector<std::string> Cards() const;
@@ -111,7 +118,8 @@ CARDSIM_API std::vector<std::string> OpenHandles();
 
 // Misuse seen since `Reset`, a line each: double destroy, use after destroy, an attribute read that
 // needs an open card on one that is not, a read of an absent attribute, a call after `vsl_fini`, a
-// handle of the wrong kind or none at all, an open or close too many, a destroy of an open card. A
+// handle of the wrong kind or none at all, an open or close too many, a destroy of an open card, a
+// call without an error record (it is carried out; `vsl_destroy` alone may lack one). A
 // `vsl_has_` of a null handle and a destroy of a null variable are none. `vsl_destroy` leaves the
 // caller's variable as it is, so that a later use through it is seen. At most 1000 lines are kept.
 CARDSIM_API std::vector<std::string> Misuse();

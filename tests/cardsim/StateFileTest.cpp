@@ -15,6 +15,11 @@ TEST_F(StateFiles, AreFoundWhereTheEnvironmentSays) {
   const std::string home = getenv("HOME") == nullptr ? "" : getenv("HOME");
   setenv("HOME", "/home/someone", 1);
   EXPECT_EQ("/home/someone/.local/state/corvane/cards.json", CardSim::StateFile::DefaultPath());
+  setenv("XDG_STATE_HOME", "relative", 1);
+  EXPECT_EQ("/home/someone/.local/state/corvane/cards.json", CardSim::StateFile::DefaultPath());
+  unsetenv("XDG_STATE_HOME");
+  unsetenv("HOME");
+  EXPECT_TRUE(CardSim::StateFile::DefaultPath().is_absolute());
   setenv("HOME", home.c_str(), 1);
 }
 

@@ -1,0 +1,163 @@
+// What the library answers when its file cannot be opened: an error, never "no cards".
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <functional>
+
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+std::string Code(vsl_code code, const vsl_error_record& err) {
+  return std::to_string(code) + " " + (code == 0 ? "" : err.text);
+}
+
+class Unopenable : public SimulatedCards {
+ protected:
+  // In a process of its own, since a limit that was lowered stays. The text that it gives.
+  std::string InChild(const std::function<std::string()>& work) {
+    const auto answer = m_Folder / "answer";
+    FILE* kept = std::fopen(answer.c_str(), "w");
+    const pid_t child = fork();
+    if (child == 0) {
+      std::fputs(work().c_str(), kept);
+      std::fflush(kept);
+      _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(0, status);
+    std::fclose(kept);
+    return Slurp(answer);
+  }
+
+  static void LeaveNoDescriptors() {
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = 0;
+    setrlimit(RLIMIT_NOFILE, &limit);
+  }
+
+  std::string TooMany() const { return Path().string() + ": Too many open files"; }
+};
+
+TEST_F(Unopenable, NoDescriptorsFailTheStart) {
+  File().AddCard(0x1003);
+  EXPECT_EQ("2 " + TooMany(), InChild([this] {
+              LeaveNoDescriptors();
+              return Code(vsl_init(0, &m_Error), m_Error);
+            }));
+}
+
+// A call that looks at the file again because it has changed.
+struct Call {
+  const char* name;
+  const char* failed;  // in front of the reason
+  std::function<std::string(void* card, vsl_error_record* err)> make;
+};
+
+const Call kCalls[] = {
+    {"Iterate", "none ",
+     [](void*, vsl_error_record* err) {
+       void* walked = nullptr;
+       err->text[0] = '\0';
+       return std::string(vsl_iom_iterate(&walked, 1, err) ? "found " : "none ") + err->text;
+     }},
+    {"CreateByName", "2 ",
+     [](void*, vsl_error_record* err) {
+       void* card = nullptr;
+       return Code(vsl_iom_create_by_name("/dev/fct0", &card, err), *err);
+     }},
+    {"Open", "2 ",
+     [](void* card, vsl_error_record* err) { return Code(vsl_open(card, err), *err); }},
+    {"Beacon", "2 ",
+     [](void* card, vsl_error_record* err) {
+       return Code(vsl_set_beacon_state(card, 1, err), *err);
+     }},
+};
+
+class UnopenableCalls : public Unopenable, public ::testing::WithParamInterface<Call> {
+ protected:
+  void SetUp() override {
+    Unopenable::SetUp();
+    StartWithCard();
+    m_Card = Named();
+    m_Error.text[0] = '\0';
+  }
+  std::string Answer() { return GetParam().make(m_Card, &m_Error); }
+  std::string Failed(const std::string& why) const {
+    return GetParam().failed + Path().string() + ": " + why;
+  }
+
+  void* m_Card = nullptr;
+};
+
+TEST_P(UnopenableCalls, FailWithoutDescriptors) {
+  File().Raise("card0", "FLASHBACK");
+  EXPECT_EQ(Failed("Too many open files"), InChild([this] {
+              LeaveNoDescriptors();
+              return Answer();
+            }));
+}
+
+TEST_P(UnopenableCalls, FailOnADamagedFile) {
+  Spill("{broken");
+  EXPECT_EQ(Failed("line 1, column 2: no valid JSON"), Answer());
+}
+
+TEST_P(UnopenableCalls, FailOnAMissingFile) {
+  std::filesystem::remove(Path());
+  EXPECT_EQ(Failed("no such file; `cardsim new` makes one"), Answer());
+}
+
+TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
+  // A folder in its place, which root cannot read as a file either.
+  std::filesystem::remove(Path());
+  std::filesystem::create_directory(Path());
+  EXPECT_EQ(Failed("is no regular file"), Answer());
+}
+
+TEST_P(UnopenableCalls, WorkAgainAfterwards) {
+  const std::string whole = Slurp();
+  Spill("{broken");
+  Answer();
+  Spill(whole);
+  const std::string answer = Answer();
+  EXPECT_TRUE(answer == "0 " || answer == "found ") << answer;
+  EXPECT_EQ("", Joined(CardSim::Misuse()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, UnopenableCalls, ::testing::ValuesIn(kCalls),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Unopenable, AStatusMaskStaysAsItWas) {
+  StartWithCard();
+  File().Raise("card0", "FLASHBACK");
+  void* card = Opened();
+  File().Raise("card0", "INTERNAL_ERROR");
+  EXPECT_EQ("true 256", InChild([&] {
+              LeaveNoDescriptors();
+              const bool has = vsl_has_current_errors(card, &m_Error);
+              return std::string(has ? "true " : "false ") +
+                     std::to_string(vsl_current_errors(card, &m_Error));
+            }));
+}
+
+TEST_F(Unopenable, AHostWithoutStandardStreamsDoesNotWriteIntoTheFile) {
+  File().AddCard(0x1003);
+  EXPECT_EQ("", InChild([this] {
+              for (const int fd : {0, 1, 2}) close(fd);
+              void* card = nullptr;
+              vsl_init(0, &m_Error);
+              vsl_iom_create_by_name("/dev/fct0", &card, &m_Error);
+              vsl_set_beacon_state(card, 1, &m_Error);
+              for (const int fd : {0, 1, 2}) {
+                if (write(fd, "garbage", 7) != -1) return std::string("written");
+              }
+              return std::string();
+            }));
+  EXPECT_EQ("true", File().Get("card0", "beacon_state"));
+}
+
+}  // namespace

@@ -1,0 +1,146 @@
+// Every function called without an error record, which vsl_destroy alone may be.
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+// What the calls work on, each usable for its call.
+struct Things {
+  void* card;
+  void* adapter;
+  void* format;
+  void* other;  // a second format handle, unstarted
+  void* detach;
+  void* walked;
+  void* volume;
+};
+
+struct Call {
+  const char* name;
+  const char* handle;  // as it is described, with a blank in front; or empty
+  void (*make)(Things&);
+};
+
+#define CARD_PAIR(type, name)                                                                   \
+  {"vsl_has_" #name, std::string_view(#name) == "power_limit_watts" ? " adapter#1" : " card#1", \
+   [](Things& t) { vsl_has_##name(HandleFor(#name, t), nullptr); }},                            \
+      {"vsl_" #name, std::string_view(#name) == "power_limit_watts" ? " adapter#1" : " card#1", \
+       [](Things& t) { vsl_##name(HandleFor(#name, t), nullptr); }},
+#define FORMAT_PAIR(type, name)                                      \
+  {"vsl_iom_format_has_" #name, " format#1",                         \
+   [](Things& t) { vsl_iom_format_has_##name(t.format, nullptr); }}, \
+      {"vsl_iom_format_" #name, " format#1",                         \
+       [](Things& t) { vsl_iom_format_##name(t.format, nullptr); }},
+
+void* HandleFor(std::string_view attribute, const Things& things) {
+  return attribute == "power_limit_watts" ? things.adapter : things.card;
+}
+
+const Call kCalls[] = {
+    VSL_CARD_ATTRIBUTES(CARD_PAIR)
+        VSL_FORMAT_ATTRIBUTES(FORMAT_PAIR){"vsl_init", "", [](Things&) { vsl_init(0, nullptr); }},
+    {"vsl_iom_iterate", " walked#1", [](Things& t) { vsl_iom_iterate(&t.walked, 1, nullptr); }},
+    {"vsl_iom_create_by_name", "",
+     [](Things& t) { vsl_iom_create_by_name("/dev/fct0", &t.other, nullptr); }},
+    {"vsl_open", " card#1",
+     [](Things& t) {
+       vsl_error_record err;
+       vsl_close(t.card, &err);
+       vsl_open(t.card, nullptr);
+     }},
+    {"vsl_close", " card#1", [](Things& t) { vsl_close(t.card, nullptr); }},
+    {"vsl_adapter_create", " card#1",
+     [](Things& t) { vsl_adapter_create(t.card, &t.other, nullptr); }},
+    {"vsl_pci_device_id", " card#1", [](Things& t) { vsl_pci_device_id(t.card, nullptr); }},
+    {"vsl_reserve_status", " card#1", [](Things& t) { vsl_reserve_status(t.card, nullptr); }},
+    {"vsl_iom_format_has_size_mode", " format#1",
+     [](Things& t) { vsl_iom_format_has_size_mode(t.format, nullptr); }},
+    {"vsl_set_beacon_state", " card#1",
+     [](Things& t) { vsl_set_beacon_state(t.card, 1, nullptr); }},
+    {"vsl_vsu_iterate", " card#1",
+     [](Things& t) { vsl_vsu_iterate(t.card, &t.other, 1, nullptr); }},
+    {"vsl_vsu_state", " volume#1", [](Things& t) { vsl_vsu_state(t.volume, nullptr); }},
+    {"vsl_has_vsu_state", " volume#1", [](Things& t) { vsl_has_vsu_state(t.volume, nullptr); }},
+    {"vsl_set_vsu_state", " volume#1", [](Things& t) { vsl_set_vsu_state(t.volume, 0, nullptr); }},
+    {"vsl_iom_attach_create", " card#1",
+     [](Things& t) { vsl_iom_attach_create(t.card, &t.other, nullptr); }},
+    {"vsl_iom_detach_create", " card#1",
+     [](Things& t) { vsl_iom_detach_create(t.card, &t.other, nullptr); }},
+    {"vsl_iom_detach_set_force", " detach#1",
+     [](Things& t) { vsl_iom_detach_set_force(t.detach, 1, nullptr); }},
+    {"vsl_iom_format_create", " card#1",
+     [](Things& t) { vsl_iom_format_create(t.card, &t.other, nullptr); }},
+    {"vsl_iom_format_set_size_mode", " format#1",
+     [](Things& t) { vsl_iom_format_set_size_mode(t.format, 11, nullptr); }},
+    {"vsl_iom_format_set_size_bytes", " format#1",
+     [](Things& t) { vsl_iom_format_set_size_bytes(t.format, 512, nullptr); }},
+    {"vsl_iom_format_set_size_pct", " format#1",
+     [](Things& t) { vsl_iom_format_set_size_pct(t.format, 50, nullptr); }},
+    {"vsl_iom_format_set_sector_size_bytes", " format#1",
+     [](Things& t) { vsl_iom_format_set_sector_size_bytes(t.format, 512, nullptr); }},
+    {"vsl_op_start", " detach#1", [](Things& t) { vsl_op_start(t.detach, nullptr); }},
+    {"vsl_op_wait_for_result", " detach#1",
+     [](Things& t) {
+       vsl_error_record err;
+       vsl_op_start(t.detach, &err);
+       vsl_op_wait_for_result(t.detach, nullptr);
+     }},
+};
+
+class ErrorRecords : public SimulatedCards, public ::testing::WithParamInterface<Call> {
+ protected:
+  void SetUp() override {
+    SimulatedCards::SetUp();
+    StartWithCard();
+    File().Set("card0", "detach_ms", "0");
+    m_Things = {Opened(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+    vsl_adapter_create(m_Things.card, &m_Things.adapter, &m_Error);
+    vsl_iom_format_create(m_Things.card, &m_Things.format, &m_Error);
+    vsl_iom_detach_create(m_Things.card, &m_Things.detach, &m_Error);
+    vsl_iom_iterate(&m_Things.walked, 1, &m_Error);
+    vsl_vsu_iterate(m_Things.card, &m_Things.volume, 1, &m_Error);
+    ASSERT_EQ("", Joined(CardSim::Misuse()));
+  }
+
+  Things m_Things = {};
+};
+
+TEST_P(ErrorRecords, AreMissedByEveryCallThatNeedsOne) {
+  GetParam().make(m_Things);
+  EXPECT_EQ(std::string(GetParam().name) + GetParam().handle + ": no error record",
+            Joined(CardSim::Misuse()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ErrorRecords, ::testing::ValuesIn(kCalls),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+using NoErrorRecord = SimulatedCards;
+
+TEST_F(NoErrorRecord, IsNeededByAllFunctionsButTwo) {
+  // 124 functions, of which vsl_destroy and vsl_fini may be called without.
+  EXPECT_EQ(122U, std::size(kCalls));
+}
+
+TEST_F(NoErrorRecord, IsFineForADestroy) {
+  StartWithCard();
+  void* card = Named();
+  EXPECT_EQ(0U, vsl_destroy(&card, nullptr));
+  EXPECT_NE(0U, vsl_destroy(&card, nullptr));
+  EXPECT_EQ("vsl_destroy card#1: destroyed twice", Joined(CardSim::Misuse()));
+}
+
+TEST_F(NoErrorRecord, LeavesTheCallToBeCarriedOut) {
+  StartWithCard();
+  void* card = nullptr;
+  EXPECT_EQ(0U, vsl_iom_create_by_name("/dev/fct0", &card, nullptr));
+  EXPECT_NE(0U, vsl_iom_create_by_name("/dev/fct9", &card, nullptr));
+  EXPECT_EQ(0U, vsl_open(card, &m_Error));
+}
+
+TEST_F(NoErrorRecord, IsNotedOfACallThatIsWrongInOtherWaysToo) {
+  StartWithCard();
+  EXPECT_STREQ("", vsl_serial_number(nullptr, nullptr));
+  EXPECT_EQ("vsl_serial_number null: no error record\nvsl_serial_number null: null handle",
+            Joined(CardSim::Misuse()));
+}
+
+}  // namespace

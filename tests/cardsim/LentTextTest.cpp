@@ -1,0 +1,127 @@
+// Texts live until the next call on their handle.
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+#define TEXTS_ARE_FREED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TEXTS_ARE_FREED 1
+#endif
+#endif
+
+class LentTexts : public SimulatedCards {
+ protected:
+  void SetUp() override {
+    SimulatedCards::SetUp();
+    StartWithCard();
+    m_Card = Opened();
+  }
+
+  const char* Serial() { return vsl_serial_number(m_Card, &m_Error); }
+
+  void* m_Card = nullptr;
+};
+
+TEST_F(LentTexts, OutliveCallsOnOtherHandles) {
+  const char* text = Serial();
+  void* other = Opened();
+  void* walked = nullptr;
+  vsl_iom_iterate(&walked, 1, &m_Error);
+  EXPECT_STREQ("Flash Adapter 785GB", vsl_board_name(other, &m_Error));
+  vsl_close(other, &m_Error);
+  vsl_destroy(&other, &m_Error);
+  EXPECT_STREQ("FA00000001", text);
+}
+
+TEST_F(LentTexts, OfTwoHandlesLiveBesideEachOther) {
+  void* other = Opened();
+  const char* first = Serial();
+  const char* second = vsl_board_name(other, &m_Error);
+  EXPECT_STREQ("FA00000001", first);
+  EXPECT_STREQ("Flash Adapter 785GB", second);
+}
+
+#ifndef TEXTS_ARE_FREED
+
+// A call that ends the texts of a handle.
+struct Next {
+  const char* name;
+  void (*call)(void* card, vsl_error_record* err);
+};
+
+const Next kNexts[] = {
+    {"Has", [](void* card, vsl_error_record* err) { vsl_has_serial_number(card, err); }},
+    {"SameText", [](void* card, vsl_error_record* err) { vsl_serial_number(card, err); }},
+    {"OtherText", [](void* card, vsl_error_record* err) { vsl_board_name(card, err); }},
+    {"Number", [](void* card, vsl_error_record* err) { vsl_iom_state(card, err); }},
+    {"Refused", [](void* card, vsl_error_record* err) { vsl_op_start(card, err); }},
+    {"OrderedToFail",
+     [](void* card, vsl_error_record* err) {
+       CardSim::FailCall("vsl_pci_bus", 1, 5, "ordered");
+       vsl_pci_bus(card, err);
+     }},
+    {"Action", [](void* card, vsl_error_record* err) { vsl_set_beacon_state(card, 1, err); }},
+    {"NewAdapter",
+     [](void* card, vsl_error_record* err) {
+       void* adapter = nullptr;
+       vsl_adapter_create(card, &adapter, err);
+     }},
+    {"Close", [](void* card, vsl_error_record* err) { vsl_close(card, err); }},
+    {"Destroy", [](void* card, vsl_error_record* err) { vsl_destroy(&card, err); }},
+    {"EndOfTheLibrary", [](void*, vsl_error_record*) { vsl_fini(); }},
+    {"Reset", [](void*, vsl_error_record*) { CardSim::Reset(); }},
+};
+
+class EndedTexts : public LentTexts, public ::testing::WithParamInterface<Next> {};
+
+TEST_P(EndedTexts, AreOverwritten) {
+  const char* text = Serial();
+  ASSERT_STREQ("FA00000001", text);
+  GetParam().call(m_Card, &m_Error);
+  EXPECT_STREQ("~~~~~~~~~~", text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, EndedTexts, ::testing::ValuesIn(kNexts),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(LentTexts, OfAWalkEndWithItsNextStep) {
+  void* walked = nullptr;
+  ASSERT_TRUE(vsl_iom_iterate(&walked, 1, &m_Error));
+  const char* path = vsl_device_path(walked, &m_Error);
+  ASSERT_STREQ("/dev/fct0", path);
+  EXPECT_FALSE(vsl_iom_iterate(&walked, 1, &m_Error));
+  EXPECT_STREQ("~~~~~~~~~", path);
+}
+
+TEST_F(LentTexts, ThatAreEmptyLookWrongAfterwards) {
+  File().Set("card0", "board_name", "");
+  void* card = Opened();
+  const char* text = vsl_board_name(card, &m_Error);
+  ASSERT_STREQ("", text);
+  vsl_has_board_name(card, &m_Error);
+  EXPECT_STREQ("~~~~~~~", text);
+}
+
+TEST_F(LentTexts, StayOverwrittenForAWhile) {
+  const char* text = Serial();
+  for (int i = 0; i < 50; ++i) Serial();
+  EXPECT_STREQ("~~~~~~~~~~", text);
+}
+
+#else
+
+TEST_F(LentTexts, ThatHaveEndedAreReportedByTheSanitizer) {
+  const char* text = Serial();
+  EXPECT_DEATH(
+      {
+        vsl_has_serial_number(m_Card, &m_Error);
+        _exit(text[0] == 'F' ? 0 : 1);
+      },
+      "heap-use-after-free");
+}
+
+#endif
+
+}  // namespace

@@ -1,0 +1,243 @@
+// The calls of the library, each of their allocations made to fail in turn.
+#include "tests/cardsim/Fixture.h"
+#include "tests/cardsim/inner/Memory.h"
+
+namespace {
+
+using CardSimTest::Shortage;
+
+// What a call works on. A null handle was not asked for.
+struct Things {
+  void* card = nullptr;    // opened
+  void* job = nullptr;     // a format or detach
+  void* walked = nullptr;  // the first card
+  void* volume = nullptr;  // the first unit
+  void* made = nullptr;    // by the call itself
+  const char* text = "";   // that the call gave
+  vsl_error_record err = {};
+};
+
+void DetachCard(Things& things) {
+  vsl_iom_detach_create(things.card, &things.job, &things.err);
+}
+void FormatCard(Things& things) {
+  vsl_iom_format_create(things.card, &things.job, &things.err);
+}
+void StartFormat(Things& things) {
+  FormatCard(things);
+  vsl_iom_format_set_size_pct(things.job, 50, &things.err);
+  vsl_op_start(things.job, &things.err);
+}
+
+vsl_code CodeOf(bool succeeded) {
+  return succeeded ? 0 : 1;
+}
+
+struct Call {
+  const char* name;
+  const char* state;  // of the card, before
+  void (*prepare)(Things&);
+  vsl_code (*make)(Things&);
+};
+
+void Nothing(Things&) {}
+
+const Call kCalls[] = {
+    {"Init", "2", Nothing, [](Things& t) { return vsl_init(0, &t.err); }},
+    {"Iterate", "2", Nothing,
+     [](Things& t) { return CodeOf(vsl_iom_iterate(&t.walked, 1, &t.err)); }},
+    {"CreateByName", "2", Nothing,
+     [](Things& t) { return vsl_iom_create_by_name("/dev/fct0", &t.made, &t.err); }},
+    {"Open", "2",
+     [](Things& t) {
+       vsl_close(t.card, &t.err);
+       CardSim::StateFile(CardSim::StateFile::DefaultPath()).Raise("card1", "FLASHBACK");
+     },
+     [](Things& t) { return vsl_open(t.card, &t.err); }},
+    {"Adapter", "2", Nothing,
+     [](Things& t) { return vsl_adapter_create(t.card, &t.made, &t.err); }},
+    {"Text", "2", Nothing,
+     [](Things& t) {
+       t.text = vsl_board_name(t.card, &t.err);
+       return CodeOf(std::string_view(t.text) == "Flash Adapter 785GB");
+     }},
+    {"BeaconOn", "2", Nothing, [](Things& t) { return vsl_set_beacon_state(t.card, 1, &t.err); }},
+    {"NextVolume", "2", [](Things& t) { vsl_vsu_iterate(t.card, &t.volume, 1, &t.err); },
+     [](Things& t) { return CodeOf(vsl_vsu_iterate(t.card, &t.volume, 1, &t.err)); }},
+    {"SetVolume", "2", [](Things& t) { vsl_vsu_iterate(t.card, &t.volume, 1, &t.err); },
+     [](Things& t) { return vsl_set_vsu_state(t.volume, 0, &t.err); }},
+    {"CreateAttach", "0", Nothing,
+     [](Things& t) { return vsl_iom_attach_create(t.card, &t.made, &t.err); }},
+    {"CreateDetach", "2", Nothing,
+     [](Things& t) { return vsl_iom_detach_create(t.card, &t.made, &t.err); }},
+    {"CreateFormat", "0", Nothing,
+     [](Things& t) { return vsl_iom_format_create(t.card, &t.made, &t.err); }},
+    {"FormatSize", "0", FormatCard,
+     [](Things& t) { return vsl_iom_format_set_size_bytes(t.job, 4096, &t.err); }},
+    {"FormatPercent", "0", FormatCard,
+     [](Things& t) { return vsl_iom_format_set_size_pct(t.job, 50, &t.err); }},
+    {"FormatMode", "0", FormatCard,
+     [](Things& t) { return vsl_iom_format_set_size_mode(t.job, 11, &t.err); }},
+    {"StartAttach", "0", [](Things& t) { vsl_iom_attach_create(t.card, &t.job, &t.err); },
+     [](Things& t) { return vsl_op_start(t.job, &t.err); }},
+    {"StartDetach", "2", DetachCard, [](Things& t) { return vsl_op_start(t.job, &t.err); }},
+    {"StartFormat", "0", FormatCard, [](Things& t) { return vsl_op_start(t.job, &t.err); }},
+};
+
+class CallMemory : public SimulatedCards {
+ protected:
+  // The card in that state, opened, and the library freshly started. Cards with few attributes
+  // have few allocations to fail.
+  Things Fresh(const char* state) {
+    vsl_fini();
+    CardSim::Reset();
+    Spill(std::string(R"({"cardsim": 1, "next_id": 3, "failures": {}, "cards": [
+        {"name": "card0", "id": 1, "device_path": "/dev/fct0", "current_errors": 256,
+         "board_name": "Flash Adapter 785GB", "serial_number": "FA1", "beacon_state": false,
+         "size_bytes": 785000000000, "iom_format_max_size_bytes": 785000000000,
+         "iom_format_size_bytes": 785000000000, "iom_format_size_pct": 100,
+         "iom_format_size_mode": true, "volumes": [{"state": 1}, {"state": 1}], "iom_state": )") +
+          state + R"(},
+        {"name": "card1", "id": 2, "device_path": "/dev/fct1"}]})");
+    Things things;
+    EXPECT_EQ(0U, vsl_init(0, &things.err)) << things.err.text;
+    vsl_iom_create_by_name("/dev/fct0", &things.card, &things.err);
+    vsl_iom_iterate(&things.walked, 1, &things.err);
+    EXPECT_EQ(0U, vsl_open(things.card, &things.err)) << things.err.text;
+    return things;
+  }
+
+  // Whether an allocation failed while the call ran.
+  bool IsShort(const Call& call, Things& things, int successes, Shortage kind, vsl_code& code) {
+    things.err.text[0] = '\0';
+    CardSimTest::BeginShortage(successes, kind);
+    code = call.make(things);
+    return CardSimTest::EndShortage();
+  }
+
+  void Sweep(const Call& call, Shortage kind) {
+    int failures = 0;
+    for (;; ++failures) {
+      Things things = Fresh(call.state);
+      call.prepare(things);
+      ASSERT_STREQ("", things.err.text);
+      const std::string before = Slurp();
+      const std::string open = Joined(CardSim::OpenHandles());
+      vsl_code code = 0;
+      if (!IsShort(call, things, failures, kind, code)) {
+        ASSERT_EQ(0U, code) << things.err.text;
+        break;
+      }
+      ASSERT_NE(0U, code) << "allocation " << failures;
+      ASSERT_STREQ("out of memory", things.err.text) << failures;
+      ASSERT_EQ(before, Slurp()) << failures;
+      ASSERT_EQ(open, Joined(CardSim::OpenHandles())) << failures;
+      ASSERT_EQ(0U, call.make(things)) << failures << things.err.text;
+      ASSERT_EQ("", Joined(CardSim::Misuse())) << failures;
+    }
+    EXPECT_GT(failures, 0);
+  }
+};
+
+class CallsWithoutMemory : public CallMemory, public ::testing::WithParamInterface<Call> {};
+
+TEST_P(CallsWithoutMemory, FailWithoutATraceWhenOneAllocationFails) {
+  Sweep(GetParam(), Shortage::OfOne);
+}
+
+TEST_P(CallsWithoutMemory, FailWithoutATraceWhenNoMemoryIsLeft) {
+  Sweep(GetParam(), Shortage::OfAll);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, CallsWithoutMemory, ::testing::ValuesIn(kCalls),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+class EndsOfJobs : public CallMemory, public ::testing::WithParamInterface<Shortage> {
+ protected:
+  // Another process's view: the file itself.
+  bool IsMarked() const { return Slurp().find("\"job\"") != std::string::npos; }
+
+  std::string FormatAgain(Things& things) {
+    void* job = nullptr;
+    for (const vsl_code code :
+         {vsl_iom_format_create(things.card, &job, &things.err), vsl_op_start(job, &things.err),
+          vsl_op_wait_for_result(job, &things.err), vsl_destroy(&job, nullptr)}) {
+      if (code != 0) return things.err.text;
+    }
+    return "done";
+  }
+};
+
+TEST_P(EndsOfJobs, AFormatThatFailsForWantOfMemoryLeavesTheCardFree) {
+  int failures = 0;
+  for (;; ++failures) {
+    Things things = Fresh("0");
+    StartFormat(things);
+    ASSERT_TRUE(IsMarked());
+    CardSimTest::BeginShortage(failures, GetParam());
+    const vsl_code code = vsl_op_wait_for_result(things.job, &things.err);
+    const bool wasShort = CardSimTest::EndShortage();
+    if (!wasShort) {
+      EXPECT_EQ(0U, code);
+      break;
+    }
+    ASSERT_EQ(11U, code) << failures;
+    ASSERT_STREQ("out of memory", things.err.text) << failures;
+    ASSERT_EQ("0", File().Get("card0", "iom_state")) << failures;
+    // Any next call takes the mark out of the file, so that other processes see the card free.
+    vsl_has_serial_number(things.card, &things.err);
+    ASSERT_FALSE(IsMarked()) << failures;
+    ASSERT_EQ("done", FormatAgain(things)) << failures;
+  }
+  EXPECT_GT(failures, 20);
+}
+
+TEST_P(EndsOfJobs, AJobThatIsDestroyedWithoutMemoryLeavesTheCardFree) {
+  int failures = 0;
+  for (;; ++failures) {
+    Things things = Fresh("0");
+    StartFormat(things);
+    CardSimTest::BeginShortage(failures, GetParam());
+    const vsl_code code = vsl_destroy(&things.job, nullptr);
+    const bool wasShort = CardSimTest::EndShortage();
+    ASSERT_EQ(0U, code) << failures;
+    if (!wasShort) break;
+    vsl_has_serial_number(things.card, &things.err);
+    ASSERT_FALSE(IsMarked()) << failures;
+    ASSERT_EQ("done", FormatAgain(things)) << failures;
+  }
+  EXPECT_GT(failures, 20);
+}
+
+TEST_P(EndsOfJobs, TheEndOfTheLibraryNeedsNoMemory) {
+  Fresh("2");
+  CardSimTest::BeginShortage(0, GetParam());
+  vsl_fini();
+  CardSimTest::EndShortage();
+  EXPECT_EQ(0U, vsl_init(0, &m_Error));
+}
+
+INSTANTIATE_TEST_SUITE_P(Shortages, EndsOfJobs, ::testing::Values(Shortage::OfOne, Shortage::OfAll),
+                         [](const auto& row) {
+                           return std::string(row.param == Shortage::OfOne ? "OfOne" : "OfAll");
+                         });
+
+TEST_F(CallMemory, AStatusMaskIsNotLostForWantOfMemory) {
+  for (int successes = 0;; ++successes) {
+    Things things = Fresh("2");
+    File().Raise("card1", "FLASHBACK");
+    vsl_has_board_name(things.card, &things.err);
+    CardSimTest::BeginShortage(successes, Shortage::OfAll);
+    const bool has = vsl_has_current_errors(things.card, &things.err);
+    const bool wasShort = CardSimTest::EndShortage();
+    // The first allocations are those of the call's own frame.
+    if (has) {
+      EXPECT_EQ(256U, vsl_current_errors(things.card, &things.err));
+    } else {
+      ASSERT_STREQ("out of memory", things.err.text);
+    }
+    if (!wasShort) break;
+  }
+}
+
+}  // namespace

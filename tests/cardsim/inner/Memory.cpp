@@ -1,0 +1,53 @@
+#include "tests/cardsim/inner/Memory.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+// How many allocations of this thread still succeed; negative: all of them.
+thread_local int g_Left = -1;
+thread_local bool g_HasFailed = false;
+thread_local CardSimTest::Shortage g_Kind = CardSimTest::Shortage::OfOne;
+
+bool Fails() {
+  if (g_Left < 0) return false;
+  if (g_Left > 0) {
+    --g_Left;
+    return false;
+  }
+  if (g_HasFailed && g_Kind == CardSimTest::Shortage::OfOne) return false;
+  g_HasFailed = true;
+  return true;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (Fails()) throw std::bad_alloc();
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+namespace CardSimTest {
+
+void BeginShortage(int successes, Shortage kind) {
+  g_HasFailed = false;
+  g_Kind = kind;
+  g_Left = successes;
+}
+
+bool EndShortage() {
+  g_Left = -1;
+  return g_HasFailed;
+}
+
+}  // namespace CardSimTest

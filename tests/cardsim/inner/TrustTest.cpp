@@ -1,0 +1,235 @@
+// What another user could have put in the way of the state file.
+#include <sys/stat.h>
+
+#include <regex>
+
+#include "cardsim/TrustedPath.h"
+#include "tests/cardsim/Fixture.h"
+
+namespace {
+
+constexpr uid_t kRoot = 0;
+constexpr uid_t kAnn = 1000;
+constexpr uid_t kBob = 1001;
+
+struct stat Entry(mode_t mode, uid_t owner, gid_t group = 1000, nlink_t names = 1) {
+  struct stat status = {};
+  status.st_mode = mode;
+  status.st_uid = owner;
+  status.st_gid = group;
+  status.st_nlink = names;
+  return status;
+}
+
+constexpr const char* kOthers = "can be written by other users";
+
+struct FolderRule {
+  const char* name;
+  mode_t mode;
+  uid_t owner;
+  gid_t group;
+  uid_t user;
+  const char* objection;
+};
+
+const FolderRule kFolders[] = {
+    {"RootsOwn", 0755, kRoot, 0, kRoot, ""},
+    {"RootsGroupMayWrite", 0775, kRoot, 0, kRoot, ""},
+    {"AnotherGroupMayWrite", 0775, kRoot, 1000, kRoot, kOthers},
+    {"EverybodyMayWrite", 0777, kRoot, 0, kRoot, kOthers},
+    {"Sticky", 01777, kRoot, 0, kRoot, ""},
+    {"StickyForAGroup", 01775, kRoot, 1000, kRoot, ""},
+    {"AUsersForRoot", 0700, kAnn, 1000, kRoot, "belongs to uid 1000"},
+    {"AUsersForTheUser", 0777, kAnn, 1000, kAnn, ""},
+    {"AStrangersForAUser", 0777, kBob, 1001, kAnn, ""},
+};
+
+class FolderRules : public ::testing::TestWithParam<FolderRule> {};
+
+TEST_P(FolderRules, DecideWhichFolderIsTrusted) {
+  const FolderRule& rule = GetParam();
+  EXPECT_EQ(rule.objection, CardSim::ObjectionToFolder(
+                                Entry(S_IFDIR | rule.mode, rule.owner, rule.group), rule.user));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, FolderRules, ::testing::ValuesIn(kFolders),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+struct LinkRule {
+  const char* name;
+  mode_t folder;
+  uid_t owner;
+  uid_t user;
+  const char* objection;
+};
+
+const LinkRule kLinks[] = {
+    {"RootsForRoot", 01777, kRoot, kRoot, ""},
+    {"AUsersForRoot", 01777, kAnn, kRoot, "belongs to uid 1000"},
+    {"AUsersForRootInAClosedFolder", 0755, kAnn, kRoot, "belongs to uid 1000"},
+    {"TheUsersOwn", 01777, kAnn, kAnn, ""},
+    {"RootsForAUser", 01777, kRoot, kAnn, ""},
+    {"AStrangersInAnOpenFolder", 01777, kBob, kAnn, "belongs to uid 1001"},
+    {"AStrangersInAClosedFolder", 0755, kBob, kAnn, ""},
+    {"AStrangersInAGroupsFolder", 0775, kBob, kAnn, ""},
+};
+
+class LinkRules : public ::testing::TestWithParam<LinkRule> {};
+
+TEST_P(LinkRules, DecideWhichLinkIsFollowed) {
+  const LinkRule& rule = GetParam();
+  EXPECT_EQ(rule.objection, CardSim::ObjectionToLink(Entry(S_IFDIR | rule.folder, kRoot),
+                                                     Entry(S_IFLNK | 0777, rule.owner), rule.user));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, LinkRules, ::testing::ValuesIn(kLinks),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+struct FileRule {
+  const char* name;
+  bool isOpenFolder;
+  mode_t mode;
+  uid_t owner;
+  nlink_t names;
+  uid_t user;
+  const char* objection;
+};
+
+const FileRule kFiles[] = {
+    {"RootsForRoot", false, 0644, kRoot, 1, kRoot, ""},
+    {"AUsersForRoot", false, 0644, kAnn, 1, kRoot, "belongs to uid 1000"},
+    {"RootsThatAGroupMayWrite", false, 0664, kRoot, 1, kRoot, kOthers},
+    {"RootsThatAllMayWrite", false, 0646, kRoot, 1, kRoot, kOthers},
+    {"RootsWithTwoNamesInAClosedFolder", false, 0644, kRoot, 2, kRoot, ""},
+    {"RootsWithTwoNamesInAnOpenFolder", true, 0644, kRoot, 2, kRoot, "has a second name"},
+    {"TheUsersInAnOpenFolder", true, 0666, kAnn, 1, kAnn, ""},
+    {"TheUsersWithTwoNamesInAnOpenFolder", true, 0644, kAnn, 2, kAnn, "has a second name"},
+    {"RootsForAUserInAnOpenFolder", true, 0644, kRoot, 1, kAnn, ""},
+    {"AStrangersInAnOpenFolder", true, 0644, kBob, 1, kAnn, "belongs to uid 1001"},
+    {"AStrangersInAClosedFolder", false, 0666, kBob, 1, kAnn, ""},
+};
+
+class FileRules : public ::testing::TestWithParam<FileRule> {};
+
+TEST_P(FileRules, DecideWhichFileIsOpened) {
+  const FileRule& rule = GetParam();
+  EXPECT_EQ(
+      rule.objection,
+      CardSim::ObjectionToFile(
+          rule.isOpenFolder, Entry(S_IFREG | rule.mode, rule.owner, 1000, rule.names), rule.user));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, FileRules, ::testing::ValuesIn(kFiles),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// The doors, as far as this user can plant something for itself.
+class Planted : public SimulatedCards {
+ protected:
+  std::string Cards() {
+    return ErrorOf([this] { File().Cards(); });
+  }
+  std::string Edit() {
+    return ErrorOf([this] { File().AddCard(0x1003); });
+  }
+  bool IsRoot() const { return geteuid() == 0; }
+  std::string ForRoot(const std::string& error) const { return IsRoot() ? error : "no error"; }
+};
+
+TEST_F(Planted, OwnLinksAreFollowedAndKept) {
+  const auto real = m_Folder / "real";
+  std::filesystem::create_directory(real);
+  std::filesystem::rename(Path(), real / "other.json");
+  std::filesystem::create_symlink("real", m_Folder / "way");
+  std::filesystem::create_symlink("./way/../way/other.json", Path());
+  EXPECT_EQ("no error", Edit());
+  EXPECT_TRUE(std::filesystem::is_symlink(Path()));
+  EXPECT_NE(std::string::npos, Slurp(real / "other.json").find("card0"));
+  EXPECT_TRUE(std::filesystem::exists(real / "other.json.lock"));
+}
+
+TEST_F(Planted, LinksInACircleEnd) {
+  std::filesystem::remove(Path());
+  std::filesystem::create_symlink("cards.json", Path());
+  EXPECT_EQ(Path().string() + ": Too many levels of symbolic links", Cards());
+}
+
+TEST_F(Planted, ALinkInThePlaceOfTheLockIsNotFollowed) {
+  const auto lock = Path().string() + ".lock";
+  const auto victim = m_Folder / "victim";
+  std::filesystem::remove(lock);
+  std::filesystem::create_symlink(victim, lock);
+  EXPECT_EQ(lock + ": not trusted: the file is a symbolic link", Edit());
+  EXPECT_FALSE(std::filesystem::exists(victim));
+  EXPECT_EQ("no error", Cards());
+}
+
+TEST_F(Planted, ALinkInThePlaceOfTheNextVersionIsReplaced) {
+  const auto victim = m_Folder / "victim";
+  std::ofstream(victim) << "precious";
+  std::filesystem::create_symlink(victim, Path().string() + ".new");
+  EXPECT_EQ("no error", Edit());
+  EXPECT_EQ("precious", Slurp(victim));
+  EXPECT_FALSE(std::filesystem::is_symlink(Path()));
+}
+
+TEST_F(Planted, AFolderThatEverybodyMayWriteIsNothingForRoot) {
+  chmod(m_Folder.c_str(), 0777);
+  const std::string why = Path().string() + ": not trusted: " + m_Folder.string() + " " + kOthers;
+  EXPECT_EQ(ForRoot(why), Cards());
+  EXPECT_EQ(ForRoot(why), Edit());
+  const auto fresh = m_Folder / "fresh.json";
+  EXPECT_EQ(ForRoot(fresh.string() + ": not trusted: " + m_Folder.string() + " " + kOthers),
+            ErrorOf([&] { CardSim::StateFile(fresh).Create(); }));
+  EXPECT_EQ(IsRoot(), vsl_init(0, &m_Error) != 0);
+  chmod(m_Folder.c_str(), 01777);
+  EXPECT_EQ("no error", Edit());
+}
+
+TEST_F(Planted, AFileThatEverybodyMayWriteIsNothingForRoot) {
+  chmod(Path().c_str(), 0666);
+  EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
+}
+
+TEST_F(Planted, ASecondNameInAnOpenFolderIsNotTaken) {
+  chmod(m_Folder.c_str(), 01777);
+  std::filesystem::create_hard_link(Path(), m_Folder / "second");
+  EXPECT_EQ(Path().string() + ": not trusted: the file has a second name", Cards());
+}
+
+TEST_F(Planted, AnotherUsersFileAndLinkAreNothingForRoot) {
+  if (!IsRoot()) GTEST_SKIP() << "only root can give files away";
+  ASSERT_EQ(0, chown(Path().c_str(), 65534, 65534));
+  EXPECT_EQ(Path().string() + ": not trusted: the file belongs to uid 65534", Edit());
+  ASSERT_EQ(0, chown(Path().c_str(), 0, 0));
+  ASSERT_EQ(0, chown((Path().string() + ".lock").c_str(), 65534, 65534));
+  EXPECT_EQ(Path().string() + ".lock: not trusted: the file belongs to uid 65534", Edit());
+  const auto link = m_Folder / "link.json";
+  std::filesystem::create_symlink(Path(), link);
+  ASSERT_EQ(0, lchown(link.c_str(), 65534, 65534));
+  EXPECT_EQ(link.string() + ": not trusted: " + link.string() + " belongs to uid 65534",
+            ErrorOf([&] { CardSim::StateFile(link).Cards(); }));
+}
+
+TEST_F(Planted, AMarkOfASysfsTreeThatIsALinkIsNotWrittenThrough) {
+  const auto victim = m_Folder / "victim";
+  std::ofstream(victim) << "precious";
+  std::filesystem::create_directories(m_Folder / "sys/bus/pci");
+  std::filesystem::create_symlink(victim, m_Folder / "sys/bus/pci/.cardsim");
+  chmod((m_Folder / "sys").c_str(), 0777);
+  EXPECT_NE("no error", ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+  EXPECT_EQ("precious", Slurp(victim));
+}
+
+TEST(Environment, IsReadOnlyAsAPrivilegedProgramMay) {
+  const std::regex plain("[^_]getenv\\(");
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(CARDSIM_SOURCES)) {
+    std::ostringstream text;
+    text << std::ifstream(entry.path()).rdbuf();
+    EXPECT_FALSE(std::regex_search(text.str(), plain)) << entry.path();
+    ++files;
+  }
+  EXPECT_GT(files, 40);
+}
+
+}  // namespace
