@@ -3,8 +3,8 @@
 #include <signal.h>
 
 #include <cstdio>
-#include <iostream>
 
+#include "cardsim/Output.h"
 #include "cardsim/Scenario.h"
 
 namespace CardSim {
@@ -32,8 +32,13 @@ std::string Seconds(std::uint64_t milliseconds) {
 }
 
 // Each line is out before the next wait, also into a pipe.
+void TellNow(const std::string& line) {
+  Say(line);
+  FlushOutput();
+}
+
 void Tell(std::uint64_t atMs, const std::string& text) {
-  std::cout << Seconds(atMs) << "  " << text << std::endl;
+  TellNow(Seconds(atMs) + "  " + text);
 }
 
 bool HasEnough() {
@@ -46,10 +51,11 @@ int Play(const std::string& scenario, const std::string& state, double speed) {
   const Scenario story = ReadScenario(scenario);
   CatchSignals();
   StateFile file(state);
-  std::cout << story.title << std::endl;
+  TellNow(story.title);
   const std::size_t made = PlayScenario(story, file, speed, {Tell, HasEnough});
   if (made == story.steps.size()) return 0;
-  std::cerr << "cardsim: stopped before step " << made + 1 << " of " << story.steps.size() << '\n';
+  Complain("stopped before step " + std::to_string(made + 1) + " of " +
+           std::to_string(story.steps.size()));
   return 128 + g_Signal;
 }
 

@@ -1,18 +1,25 @@
 // The program `cardsim`: edits the file of simulated cards from a shell.
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdio>
 #include <functional>
 #include <iostream>
+#include <new>
 #include <nlohmann/json.hpp>
 
+#include "cardsim/Output.h"
 #include "cardsim/PlayCommand.h"
+#include "cardsim/Printable.h"
 #include "cardsim/Scenario.h"
 #include "cardsim/cardsim.h"
 
 namespace {
 
+using CardSim::Complain;
 using CardSim::NoSuchThing;
+using CardSim::Say;
 using CardSim::StateFile;
 
 constexpr int kDone = 0;
@@ -20,27 +27,25 @@ constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 constexpr int kNoSuch = 3;
 
-// What the command line said; each command reads its own.
+// What the command line said; each command reads its own. Made without memory.
 struct Arguments {
-  std::string state = StateFile::DefaultPath().string();
+  std::string state;
   std::string kind;
   std::string card;
   std::string attribute;
   std::string value;
   std::string bit;
   std::string function;
-  std::string text = "made to fail by cardsim";
+  std::string text;
   std::string folder;
   std::string scenario;
   double speed = 1;
   std::uint64_t code = 1;
   unsigned int count = 1;
   bool force = false;
+  // Set by the command once the file holds its change: what fails afterwards is the telling alone.
+  bool isSaved = false;
 };
-
-void Say(const std::string& line) {
-  std::cout << line << '\n';
-}
 
 // A text value without its quotes, since people read it; everything else as JSON.
 std::string Plain(const std::string& json) {
@@ -74,40 +79,60 @@ std::string PciAddress(const StateFile& file, const std::string& card) {
   return text;
 }
 
-void New(const Arguments& arguments) {
+void New(Arguments& arguments) {
   StateFile(arguments.state).Create(arguments.force);
+  arguments.isSaved = true;
   Say("made " + arguments.state + " without cards");
 }
 
-void Add(const Arguments& arguments) {
+void Add(Arguments& arguments) {
   StateFile file(arguments.state);
-  for (unsigned int i = 0; i < arguments.count; ++i) {
-    const std::string card = file.AddCard(arguments.kind);
+  const auto cards = file.AddCards(arguments.kind, arguments.count);
+  arguments.isSaved = true;
+  for (const std::string& card : cards) {
     Say("added " + card + ": " + Shown(file, card, "board_name") + ", " +
         Shown(file, card, "device_path"));
   }
 }
 
-void Remove(const Arguments& arguments) {
+void Remove(Arguments& arguments) {
   StateFile(arguments.state).RemoveCard(arguments.card);
+  arguments.isSaved = true;
   Say("removed " + arguments.card);
 }
 
-void List(const Arguments& arguments) {
+// Filled up to the column's width, which is counted in characters.
+std::string Cell(const std::string& text, std::size_t width) {
+  std::string cell = CardSim::Printable(text);
+  const auto isCharacter = [](char byte) {
+    return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
+  };
+  const auto length =
+      static_cast<std::size_t>(std::count_if(cell.begin(), cell.end(), isCharacter));
+  cell.append(length < width ? width - length : 0, ' ');
+  return cell + ' ';
+}
+
+void SayRow(const std::array<std::string, 6>& cells) {
+  constexpr std::size_t kWidths[] = {8, 12, 12, 6, 12};
+  std::string line;
+  for (std::size_t i = 0; i < std::size(kWidths); ++i) line += Cell(cells[i], kWidths[i]);
+  Say(line + cells.back());
+}
+
+void List(Arguments& arguments) {
   const StateFile file(arguments.state);
   const auto cards = file.Cards();
-  std::printf("%-8s %-12s %-12s %-6s %-12s %s\n", "CARD", "DEVICE", "PCI", "ID", "SERIAL", "STATE");
+  SayRow({"CARD", "DEVICE", "PCI", "ID", "SERIAL", "STATE"});
   for (const std::string& card : cards) {
     char id[16];
     std::snprintf(id, sizeof id, "0x%04x", Number(Shown(file, card, "pci_device_id")));
-    std::printf("%-8s %-12s %-12s %-6s %-12s %s\n", card.c_str(),
-                Shown(file, card, "device_path").c_str(), PciAddress(file, card).c_str(), id,
-                Shown(file, card, "serial_number").c_str(),
-                NameOfState(Shown(file, card, "iom_state")).c_str());
+    SayRow({card, Shown(file, card, "device_path"), PciAddress(file, card), id,
+            Shown(file, card, "serial_number"), NameOfState(Shown(file, card, "iom_state"))});
   }
 }
 
-void Set(const Arguments& arguments) {
+void Set(Arguments& arguments) {
   StateFile file(arguments.state);
   const std::string before = Plain(file.Get(arguments.card, arguments.attribute));
   if (arguments.value == "absent") {
@@ -115,49 +140,54 @@ void Set(const Arguments& arguments) {
   } else {
     file.Set(arguments.card, arguments.attribute, arguments.value);
   }
+  arguments.isSaved = true;
   const std::string after = Plain(file.Get(arguments.card, arguments.attribute));
   Say(arguments.card + ": " + arguments.attribute + " " + before + " -> " + after);
 }
 
-void Get(const Arguments& arguments) {
+void Get(Arguments& arguments) {
   Say(Plain(StateFile(arguments.state).Get(arguments.card, arguments.attribute)));
 }
 
-void Raise(const Arguments& arguments) {
+void Raise(Arguments& arguments) {
   StateFile(arguments.state).Raise(arguments.card, arguments.bit);
+  arguments.isSaved = true;
   Say(arguments.card + ": raised " + arguments.bit);
 }
 
-void Clear(const Arguments& arguments) {
+void Clear(Arguments& arguments) {
   StateFile(arguments.state).Clear(arguments.card, arguments.bit);
+  arguments.isSaved = true;
   Say(arguments.card + ": cleared " + arguments.bit);
 }
 
-void Fail(const Arguments& arguments) {
+void Fail(Arguments& arguments) {
   StateFile(arguments.state).Fail(arguments.function, arguments.code, arguments.text);
+  arguments.isSaved = true;
   Say(arguments.function + " fails with " + std::to_string(arguments.code) + ": " + arguments.text);
 }
 
-void Heal(const Arguments& arguments) {
+void Heal(Arguments& arguments) {
   StateFile(arguments.state).Heal(arguments.function);
+  arguments.isSaved = true;
   Say(arguments.function + " works again");
 }
 
-void Sysfs(const Arguments& arguments) {
+void Sysfs(Arguments& arguments) {
   const StateFile file(arguments.state);
   file.WriteSysfs(arguments.folder);
   Say("wrote " + std::to_string(file.Cards().size()) + " devices below " + arguments.folder);
 }
 
-int Play(const Arguments& arguments) {
+int Play(Arguments& arguments) {
   return CardSim::Play(arguments.scenario, arguments.state, arguments.speed);
 }
 
-using Command = int (*)(const Arguments&);
+using Command = int (*)(Arguments&);
 
 // A command that is done when it comes back.
-template <void (*command)(const Arguments&)>
-int Done(const Arguments& arguments) {
+template <void (*command)(Arguments&)>
+int Done(Arguments& arguments) {
   command(arguments);
   return kDone;
 }
@@ -214,6 +244,7 @@ void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
   for (CLI::App* command : {fail, heal}) {
     command->add_option("FUNCTION", arguments.function)->required();
   }
+  arguments.text = "made to fail by cardsim";
   fail->add_option("--code", arguments.code, "The result, not 0")->capture_default_str();
   fail->add_option("--text", arguments.text, "The text")->capture_default_str();
 }
@@ -231,25 +262,40 @@ void DescribePlay(CLI::App& app, Arguments& arguments, Command& chosen) {
   play->add_option_function<double>("--speed", setSpeed, "How many times as fast as written");
 }
 
-int Run(Command command, const Arguments& arguments) {
+// What was done although the program failed.
+std::string Rest(const Arguments& arguments) {
+  return arguments.isSaved ? "; the change is saved" : "";
+}
+
+int Run(Command command, Arguments& arguments) {
   try {
-    return command(arguments);
+    const int code = command(arguments);
+    CardSim::FlushOutput();
+    return code;
   } catch (const NoSuchThing& error) {
-    std::cerr << "cardsim: " << error.what() << '\n';
+    Complain(error.what());
     return kNoSuch;
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& error) {
-    std::cerr << "cardsim: " << error.what() << '\n';
+    Complain(error.what() + Rest(arguments));
     return kFailed;
   }
 }
 
-}  // namespace
+// Help is an answer as any other.
+int Help(const CLI::App& app, const CLI::ParseError& error) {
+  const int code = app.exit(error);
+  CardSim::FlushOutput();
+  return code;
+}
 
-int main(int argc, char** argv) {
-  Arguments arguments;
+int ParseAndRun(int argc, char** argv, Arguments& arguments) {
+  arguments.state = StateFile::DefaultPath().string();
   Command chosen = nullptr;
   CLI::App app("Simulated flash cards: their file, seen and changed");
-  app.add_option("--state", arguments.state, "The file")->capture_default_str();
+  app.add_option("--state", arguments.state, "The file")
+      ->default_str(CardSim::Printable(arguments.state));
   app.require_subcommand(1);
   app.fallthrough();
   DescribeCards(app, arguments, chosen);
@@ -259,9 +305,28 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
-    std::cerr << "cardsim: " << error.what() << '\n';
+    const bool isHelp = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+    if (isHelp) return Help(app, error);
+    Complain(error.what());
     return kUsage;
   }
   return Run(chosen, arguments);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CardSim::ReserveStandardStreams();
+  Arguments arguments;
+  try {
+    return ParseAndRun(argc, argv, arguments);
+  } catch (const std::bad_alloc&) {
+    // Nothing here may allocate.
+    std::fputs(arguments.isSaved ? "cardsim: out of memory; the change is saved\n"
+                                 : "cardsim: out of memory\n",
+               stderr);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "cardsim: %s\n", error.what());
+  }
+  return kFailed;
 }

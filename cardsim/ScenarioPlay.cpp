@@ -2,8 +2,10 @@
 #include <boost/chrono/duration.hpp>
 #include <boost/thread/thread.hpp>
 #include <fstream>
+#include <new>
 #include <stdexcept>
 
+#include "cardsim/Printable.h"
 #include "cardsim/Scenario.h"
 
 namespace CardSim {
@@ -31,18 +33,13 @@ std::string Make(const Scenario& scenario, std::size_t index, StateFile& file) {
   try {
     const std::string change = step.make(file);
     return step.say.empty() ? change : step.say;
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& error) {
     const std::string said = step.say.empty() ? "" : " (" + step.say + ")";
     throw std::runtime_error("step " + std::to_string(index + 1) + " of " +
                              std::to_string(scenario.steps.size()) + said + ": " + error.what());
   }
-}
-
-// A name that stands in a complaint may hold anything.
-std::string Printable(std::string text) {
-  const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
-  std::replace_if(text.begin(), text.end(), isControl, '?');
-  return text;
 }
 
 }  // namespace
@@ -58,6 +55,7 @@ Scenario ReadScenario(const std::filesystem::path& path) {
     if (text.size() > kLargestFile) throw std::runtime_error("is too large for a scenario");
     return ParseScenario(text);
   } catch (const std::runtime_error& error) {
+    // A name that stands in a complaint may hold anything.
     throw std::runtime_error(Printable(path.string() + ": " + error.what()));
   }
 }

@@ -102,7 +102,7 @@ TEST_F(Play, SaysInOneLineWhatIsNoScenario) {
   EXPECT_EQ("cardsim: " + story + ": step 1.do: must be one line without control characters\n[1]",
             Run("play " + story));
   Written(R"({"a\nb": 1})");
-  EXPECT_EQ("cardsim: " + story + ": file.a?b: unknown\n[1]", Run("play " + story));
+  EXPECT_EQ("cardsim: " + story + ": file.a\\x0ab: unknown\n[1]", Run("play " + story));
 }
 
 TEST_F(Play, AStepThatFailsEndsTheStory) {

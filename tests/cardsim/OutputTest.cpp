@@ -1,0 +1,193 @@
+// What `cardsim` prints: nothing that a terminal would obey, and never into nowhere.
+#include "tests/cardsim/ProgramFixture.h"
+
+namespace {
+
+class Output : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    File().AddCard(0x1003);
+  }
+
+  // Errors and exit code of the program whose output goes to `target`, as in a shell.
+  std::string RunInto(const std::string& target, const std::string& arguments) {
+    const std::string err = (m_Folder / "err").string();
+    const int status =
+        std::system((CARDSIM_PROGRAM " " + arguments + " 2>" + err + " >" + target).c_str());
+    return Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
+  }
+};
+
+// A text of a card, as JSON, and as it is shown.
+struct Shown {
+  const char* name;
+  const char* json;
+  const char* shown;
+};
+
+const Shown kShown[] = {
+    {"Escape", R"("a\u001b[31mb")", "a\\x1b[31mb"},
+    {"Bell", R"("a\u0007b")", "a\\x07b"},
+    {"LineBreak", R"("a\nb")", "a\\x0ab"},
+    {"Return", R"("a\rb")", "a\\x0db"},
+    {"Tab", R"("a\tb")", "a\\x09b"},
+    {"LastOfC0", R"("a\u001fb")", "a\\x1fb"},
+    {"Blank", R"("a b")", "a b"},
+    {"Tilde", R"("a~b")", "a~b"},
+    {"Delete", R"("a\u007fb")", "a\\x7fb"},
+    {"FirstOfC1", R"("a\u0080b")", "a\\u0080b"},
+    {"ControlSequence", R"("a\u009b31mb")", "a\\u009b31mb"},
+    {"LastOfC1", R"("a\u009fb")", "a\\u009fb"},
+    {"AfterC1", R"("a\u00a0b")", "a\u00a0b"},
+    {"ArabicLetterMark", R"("a\u061cb")", "a\\u061cb"},
+    {"BeforeTheMarks", R"("a\u200db")", "a\u200db"},
+    {"LeftToRightMark", R"("a\u200eb")", "a\\u200eb"},
+    {"RightToLeftMark", R"("a\u200fb")", "a\\u200fb"},
+    {"AfterTheMarks", R"("a\u2010b")", "a\u2010b"},
+    {"BeforeTheSeparators", R"("a\u2027b")", "a\u2027b"},
+    {"LineSeparator", R"("a\u2028b")", "a\\u2028b"},
+    {"ParagraphSeparator", R"("a\u2029b")", "a\\u2029b"},
+    {"FirstEmbedding", R"("a\u202ab")", "a\\u202ab"},
+    {"RightToLeftOverride", R"("a\u202eb")", "a\\u202eb"},
+    {"AfterTheOverrides", R"("a\u202fb")", "a\u202fb"},
+    {"BeforeTheIsolates", R"("a\u2065b")", "a\u2065b"},
+    {"FirstIsolate", R"("a\u2066b")", "a\\u2066b"},
+    {"LastIsolate", R"("a\u2069b")", "a\\u2069b"},
+    {"AfterTheIsolates", R"("a\u206ab")", "a\u206ab"},
+    {"ManyBytes", R"("äß€😀")", "äß€😀"},
+};
+
+class ShownTexts : public Output, public ::testing::WithParamInterface<Shown> {};
+
+TEST_P(ShownTexts, AreTheSameInEveryCommand) {
+  const std::string shown = GetParam().shown;
+  File().Set("card0", "serial_number", GetParam().json);
+  EXPECT_EQ(shown + "\n[0]", Run("get card0 serial_number"));
+  EXPECT_NE(std::string::npos, Run("list").find(" " + shown + " "));
+  EXPECT_EQ("card0: serial_number " + shown + " -> x\n[0]", Run("set card0 serial_number x"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ShownTexts, ::testing::ValuesIn(kShown),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// Words of the command line in `$'...'`, and the answer. Bytes that are not UTF-8 have a form of
+// their own.
+struct Told {
+  const char* name;
+  const char* arguments;
+  const char* answer;
+};
+
+const Told kTold[] = {
+    {"Card", "get $'c\\e[2J' pci_bus", "cardsim: no card c\\x1b[2J\n[3]"},
+    {"Attribute", "get card0 $'a\\nb'", "cardsim: no attribute a\\x0ab\n[3]"},
+    {"Bit", "raise card0 $'\\u202e'", "cardsim: no status bit \\u202e\n[3]"},
+    {"Kind", "add $'\\xff'", "cardsim: no kind of card \\xff\n[3]"},
+    {"CutShort", "add $'\\xe2\\x82'", "cardsim: no kind of card \\xe2\\x82\n[3]"},
+    {"Overlong", "add $'\\xc0\\x9b'", "cardsim: no kind of card \\xc0\\x9b\n[3]"},
+    {"Surrogate", "add $'\\xed\\xa0\\x80'", "cardsim: no kind of card \\xed\\xa0\\x80\n[3]"},
+    {"BeyondUnicode", "add $'\\xf4\\x90\\x80\\x80'",
+     "cardsim: no kind of card \\xf4\\x90\\x80\\x80\n[3]"},
+    {"LoneContinuation", "add $'\\x9b'", "cardsim: no kind of card \\x9b\n[3]"},
+    {"Option", "list $'--x\\a'", "cardsim: The following argument was not expected: --x\\x07\n[2]"},
+    {"FailureText", "fail vsl_open --text $'a\\eb'", "vsl_open fails with 1: a\\x1bb\n[0]"},
+    {"NoScenario", "play $'/no\\e/story'", "cardsim: /no\\x1b/story: cannot be opened\n[1]"},
+    {"NoStateFile", "list --state $'/no\\e\\u009b/file'",
+     "cardsim: /no\\x1b\\u009b/file: no such file; `cardsim new` makes one\n[1]"},
+};
+
+class ToldTexts : public Output, public ::testing::WithParamInterface<Told> {};
+
+TEST_P(ToldTexts, ArePrintable) {
+  const std::string script = (m_Folder / "script").string();
+  std::ofstream(script) << CARDSIM_PROGRAM " " << GetParam().arguments << "\n";
+  const std::string out = (m_Folder / "out").string();
+  const int status = std::system(("LC_ALL=C.UTF-8 bash " + script + " >" + out + " 2>&1").c_str());
+  EXPECT_EQ(GetParam().answer, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ToldTexts, ::testing::ValuesIn(kTold),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Output, AStoryIsToldPrintably) {
+  const auto story = m_Folder / "story.json";
+  std::ofstream(story) << R"({"title": "a\u202eb", "steps": [
+      {"do": "heal", "what": "vsl_open", "say": "c\u009bd"}]})";
+  EXPECT_EQ("a\\u202eb\n   0.0 s  c\\u009bd\n[0]", Run("play " + story.string()));
+}
+
+TEST_F(Output, TheHelpNamesAnOddFilePrintably) {
+  setenv("CARDSIM_STATE", "/a\x1b[31m\nb", 1);
+  const std::string help = Run("--help");
+  EXPECT_NE(std::string::npos, help.find("/a\\x1b[31m\\x0ab"));
+  EXPECT_EQ(std::string::npos, help.find('\x1b'));
+}
+
+// Every command, and what is said when its words could not be written.
+struct Lost {
+  const char* name;
+  const char* arguments;
+  const char* rest;
+};
+
+constexpr const char* kSaved = "; the change is saved";
+
+const Lost kLost[] = {
+    {"New", "new --force", kSaved},
+    {"Add", "add 0x1003", kSaved},
+    {"Remove", "remove card0", kSaved},
+    {"List", "list", ""},
+    {"Set", "set card0 pci_bus 7", kSaved},
+    {"SetAbsent", "set card0 pci_bus absent", kSaved},
+    {"Get", "get card0 pci_bus", ""},
+    {"Raise", "raise card0 FLASHBACK", kSaved},
+    {"Clear", "clear card0 FLASHBACK", kSaved},
+    {"Fail", "fail vsl_open", kSaved},
+    {"Heal", "heal vsl_open", kSaved},
+    {"Sysfs", "sysfs FOLDER/sys", ""},
+    {"Play", "play FOLDER/story.json", ""},
+    {"Help", "--help", ""},
+    {"HelpOfACommand", "set --help", ""},
+};
+
+class LostOutput : public Output, public ::testing::WithParamInterface<Lost> {
+ protected:
+  std::string RunInto(const char* target) {
+    std::ofstream(m_Folder / "story.json")
+        << R"({"title": "a", "steps": [{"do": "heal", "what": "vsl_open"}]})";
+    std::string arguments = GetParam().arguments;
+    const auto folder = arguments.find("FOLDER");
+    if (folder != std::string::npos) arguments.replace(folder, 6, m_Folder.string());
+    return Output::RunInto(target, arguments);
+  }
+};
+
+TEST_P(LostOutput, OnAFullDeviceIsAFailure) {
+  EXPECT_EQ("cardsim: cannot write standard output: No space left on device" +
+                std::string(GetParam().rest) + "\n[1]",
+            RunInto("/dev/full"));
+}
+
+TEST_P(LostOutput, OnAClosedStreamIsAFailureAndHarmsNoFile) {
+  EXPECT_EQ("cardsim: cannot write standard output: Bad file descriptor" +
+                std::string(GetParam().rest) + "\n[1]",
+            RunInto("&-"));
+  EXPECT_EQ("no error", ErrorOf([this] { File().Cards(); }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, LostOutput, ::testing::ValuesIn(kLost),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Output, ALongListOnAFullDeviceIsAFailure) {
+  File().Set("card0", "serial_number", std::string(100000, 'x'));
+  EXPECT_EQ("cardsim: cannot write standard output: No space left on device\n[1]",
+            RunInto("/dev/full", "list"));
+}
+
+TEST_F(Output, WithoutAnyStandardStreamTheFileStaysWhole) {
+  EXPECT_EQ("[1]", RunInto("&- <&- 2>&-", "raise card0 FLASHBACK"));
+  EXPECT_EQ("256", File().Get("card0", "current_errors"));
+}
+
+}  // namespace

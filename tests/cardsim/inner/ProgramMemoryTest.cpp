@@ -1,0 +1,161 @@
+// Every command of `cardsim`, each of its allocations made to fail in turn.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+
+#include "tests/cardsim/Fixture.h"
+#include "tests/cardsim/inner/Memory.h"
+
+// The program's own.
+int CardsimMain(int argc, char** argv);
+
+namespace {
+
+using CardSimTest::Shortage;
+
+constexpr int kEnough = -1;
+
+struct Verb {
+  const char* name;
+  std::vector<std::string> arguments;
+  // A command that changes nothing may have told some before it failed.
+  bool changes;
+};
+
+// FOLDER stands for the test's own.
+const Verb kVerbs[] = {
+    {"NewOverAnOldFile", {"new", "--force"}, true},
+    {"Add", {"add", "0x1003", "--count", "2"}, true},
+    {"Remove", {"remove", "card1"}, true},
+    {"List", {"list"}, false},
+    {"SetText", {"set", "card0", "serial_number", "a serial number of many letters"}, true},
+    {"SetNumber", {"set", "card0", "temp_internal_deg_c", "81.5"}, true},
+    {"SetVolumes", {"set", "card0", "volumes", "[{\"state\": 0}, {\"state\": 1}]"}, true},
+    {"SetAbsent", {"set", "card0", "beacon_state", "absent"}, true},
+    {"Get", {"get", "card0", "driver_version"}, false},
+    {"Raise", {"raise", "card0", "TEMPERATURE_ABOVE_WARN"}, true},
+    {"Clear", {"clear", "card1", "errors.FLASHBACK"}, true},
+    {"Fail", {"fail", "vsl_open", "--code", "12", "--text", "a text of many letters"}, true},
+    {"Heal", {"heal", "vsl_close"}, true},
+    {"Sysfs", {"sysfs", "FOLDER/sys"}, false},
+    {"Play", {"play", "FOLDER/story.json", "--speed", "1000000"}, true},
+    {"Help", {"--help"}, false},
+};
+
+struct Outcome {
+  int code;
+  std::string out;
+  std::string err;
+  bool wasShort;
+};
+
+// What leaves the program's `main` ends it, and must not go on as a test.
+int RunMain(int count, char** words) noexcept {
+  return CardsimMain(count, words);
+}
+
+class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterface<Verb> {
+ protected:
+  void SetUp() override {
+    SimulatedCards::SetUp();
+    // Cards with few attributes have few allocations to fail.
+    m_Before = R"({"cardsim": 1, "next_id": 3, "cards": [
+        {"name": "card0", "id": 1, "serial_number": "FA1", "pci_bus": 3, "iom_state": 2,
+         "driver_version": "3.4.9 of many letters", "temp_internal_deg_c": 51.7,
+         "beacon_state": false, "current_warnings": 0},
+        {"name": "card1", "id": 2, "current_errors": 256, "pci_bus": 4}],
+        "failures": {"vsl_close": {"code": 5, "text": "fails for a while"}}})";
+    Spill(m_Before);
+    std::ofstream(m_Folder / "story.json") << R"({"title": "A story of many letters", "steps": [
+        {"do": "raise", "card": "card0", "what": "FLASHBACK", "say": "a word of many letters"},
+        {"after_ms": 1, "do": "set", "card": "card1", "what": "board_name", "to": "another board"},
+        {"do": "fail", "what": "vsl_open"}]})";
+    void* shared =
+        mmap(nullptr, sizeof(bool), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, shared);
+    m_WasShort = static_cast<bool*>(shared);
+  }
+
+  void TearDown() override {
+    munmap(m_WasShort, sizeof(bool));
+    SimulatedCards::TearDown();
+  }
+
+  Outcome Run(int successes, Shortage kind) {
+    std::vector<std::string> words = {"cardsim"};
+    for (std::string word : GetParam().arguments) {
+      if (word.rfind("FOLDER", 0) == 0) word.replace(0, 6, m_Folder.string());
+      words.push_back(word);
+    }
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    const std::string out = (m_Folder / "out").string();
+    const std::string err = (m_Folder / "err").string();
+    *m_WasShort = false;
+    const pid_t child = fork();
+    if (child == 0) {
+      const bool ready = freopen(out.c_str(), "w", stdout) != nullptr &&
+                         freopen(err.c_str(), "w", stderr) != nullptr;
+      if (!ready) _exit(99);
+      if (successes != kEnough) CardSimTest::BeginShortage(successes, kind);
+      const int code = RunMain(static_cast<int>(words.size()), argv.data());
+      *m_WasShort = CardSimTest::EndShortage();
+      fflush(stdout);
+      _exit(code);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(out), Slurp(err), *m_WasShort};
+  }
+
+  void PutBack() {
+    Spill(m_Before);
+    std::filesystem::remove_all(m_Folder / "sys");
+  }
+
+  void Sweep(Shortage kind) {
+    PutBack();
+    const Outcome whole = Run(kEnough, kind);
+    ASSERT_EQ("[0]", whole.err + "[" + std::to_string(whole.code) + "]");
+    const std::string after = Slurp();
+    EXPECT_EQ(GetParam().changes, after != m_Before);
+    int failures = 0;
+    for (;; ++failures) {
+      PutBack();
+      const Outcome outcome = Run(failures, kind);
+      if (!outcome.wasShort && outcome.code == 0) break;
+      ASSERT_EQ(1, outcome.code) << "allocation " << failures << ": " << outcome.err;
+      const bool isSaved = outcome.err == "cardsim: out of memory; the change is saved\n";
+      ASSERT_TRUE(isSaved || outcome.err == "cardsim: out of memory\n") << outcome.err << failures;
+      // A story stops between two of its changes; any other command makes its change or does not.
+      const bool isStory = GetParam().arguments[0] == "play";
+      ASSERT_TRUE(isStory || Slurp() == (isSaved ? after : m_Before)) << failures;
+      ASSERT_FALSE(std::filesystem::exists(Path().string() + ".new")) << failures;
+      ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); })) << failures;
+      if (isSaved) continue;
+      const Outcome again = Run(kEnough, kind);
+      ASSERT_EQ(whole.out + "[0]", again.out + again.err + "[" + std::to_string(again.code) + "]");
+      ASSERT_EQ(after, Slurp()) << failures;
+    }
+    EXPECT_GT(failures, 20);
+  }
+
+  std::string m_Before;
+  bool* m_WasShort = nullptr;
+};
+
+TEST_P(ProgramMemory, EndsCleanlyWhenOneAllocationFails) {
+  Sweep(Shortage::OfOne);
+}
+
+TEST_P(ProgramMemory, EndsCleanlyWhenNoMemoryIsLeft) {
+  Sweep(Shortage::OfAll);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ProgramMemory, ::testing::ValuesIn(kVerbs),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+}  // namespace
