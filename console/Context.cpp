@@ -13,6 +13,7 @@
 #include "console/PluginSession.h"
 #include "console/Stop.h"
 #include "console/Trust.h"
+#include "hostkit/ConfigFile.h"
 #include "hostkit/Paths.h"
 #include "hostkit/Texts.h"
 #include "hostkit/Tracing.h"
@@ -62,7 +63,7 @@ void RequireReadableConfig() {
   PI::CConfigFile config;
   config.SetFileName(kConfigFile);
   std::string value;
-  if (config.ReadKeyValue("PollInterval", value, -1, -1) != PI::CConfigFile::RESULT_UNREADABLE) {
+  if (config.ReadKeyValue("PollInterval", value, -1, -1) != HostKit::RESULT_UNREADABLE) {
     return;
   }
   const std::filesystem::path file = (HostKit::ConfigFolder() / kConfigFile).native();

@@ -7,6 +7,8 @@
 #include <limits>
 
 #include "hostkit/Texts.h"
+#include "hostkit/Units.h"
+#include "hostkit/ValueTypes.h"
 
 namespace Console {
 namespace {
@@ -40,11 +42,11 @@ double Decimal(float number) {
 
 std::optional<double> NumberOf(const PI::CProperty& property) {
   switch (property.m_ValueType) {
-    case PI::VALUE_TYPE_NUMBER:
+    case HostKit::VALUE_TYPE_NUMBER:
       return static_cast<double>(property.m_Value.m_Number);
-    case PI::VALUE_TYPE_RANGE:
+    case HostKit::VALUE_TYPE_RANGE:
       return property.m_Value.m_Integer;
-    case PI::VALUE_TYPE_FLOAT:
+    case HostKit::VALUE_TYPE_FLOAT:
       if (!std::isfinite(property.m_Value.m_Float)) return std::nullopt;
       return Decimal(property.m_Value.m_Float);
     default:
@@ -70,19 +72,20 @@ Tone ToneOf(std::uint32_t indicator) {
 }
 
 Value::Data TextData(const PI::CProperty& property) {
-  if (property.m_ValueType != PI::VALUE_TYPE_STRING || property.m_Value.m_String.m_Text.empty()) {
+  if (property.m_ValueType != HostKit::VALUE_TYPE_STRING ||
+      property.m_Value.m_String.m_Text.empty()) {
     return {};
   }
   return property.m_Value.m_String.m_Text;
 }
 
 Value::Data ChoiceData(const PI::CProperty& property) {
-  if (property.m_ValueType != PI::VALUE_TYPE_CHOICE) return {};
+  if (property.m_ValueType != HostKit::VALUE_TYPE_CHOICE) return {};
   return ChoiceName(property.m_Value.m_Choice.m_Value);
 }
 
 Value::Data ChoicesData(const PI::CProperty& property) {
-  if (property.m_ValueType != PI::VALUE_TYPE_MULTI_CHOICE) return {};
+  if (property.m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return {};
   std::vector<std::string> names;
   for (const std::int32_t value : property.m_Value.m_MultiValue.m_Values) {
     names.push_back(ChoiceName(value));
@@ -91,7 +94,7 @@ Value::Data ChoicesData(const PI::CProperty& property) {
 }
 
 Value::Data FlagData(const PI::CProperty& property) {
-  if (property.m_ValueType != PI::VALUE_TYPE_BOOL) return {};
+  if (property.m_ValueType != HostKit::VALUE_TYPE_BOOL) return {};
   return property.m_Value.m_Bool;
 }
 
@@ -164,14 +167,14 @@ Value Convert(const PI::CProperty& property, Measure measure, Nothing nothing) {
 
 Measure NaturalMeasure(const PI::CProperty& property) {
   switch (property.m_ValueType) {
-    case PI::VALUE_TYPE_BOOL:
+    case HostKit::VALUE_TYPE_BOOL:
       return Measure::Flag;
-    case PI::VALUE_TYPE_CHOICE:
+    case HostKit::VALUE_TYPE_CHOICE:
       return Measure::Choice;
-    case PI::VALUE_TYPE_MULTI_CHOICE:
+    case HostKit::VALUE_TYPE_MULTI_CHOICE:
       return Measure::Choices;
-    case PI::VALUE_TYPE_STRING:
-    case PI::VALUE_TYPE_NONE:
+    case HostKit::VALUE_TYPE_STRING:
+    case HostKit::VALUE_TYPE_NONE:
       return Measure::Text;
     default:
       break;
@@ -192,9 +195,9 @@ std::string ChoiceName(std::int32_t value) {
 
 std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing nothing) {
   std::uint64_t count = 0;
-  if (property.m_ValueType == PI::VALUE_TYPE_NUMBER) {
+  if (property.m_ValueType == HostKit::VALUE_TYPE_NUMBER) {
     count = property.m_Value.m_Number;
-  } else if (property.m_ValueType == PI::VALUE_TYPE_RANGE && property.m_Value.m_Integer >= 0) {
+  } else if (property.m_ValueType == HostKit::VALUE_TYPE_RANGE && property.m_Value.m_Integer >= 0) {
     count = static_cast<std::uint64_t>(property.m_Value.m_Integer);
   } else {
     return std::nullopt;

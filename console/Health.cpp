@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "hostkit/Texts.h"
+#include "hostkit/ValueTypes.h"
 
 namespace Console {
 namespace {
@@ -116,7 +117,7 @@ Health HealthOf(const Object& object) {
   const Value status = ReadTerm(object, "status");
   Health health{status, status, ReadTerm(object, "activity"), {}};
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
-  if (reasons == nullptr || reasons->m_ValueType != PI::VALUE_TYPE_MULTI_CHOICE) return health;
+  if (reasons == nullptr || reasons->m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
     if (value != V::ATTACHED) health.m_Reasons.push_back(MakeReason(object, value));
   }

@@ -7,6 +7,7 @@
 #include "fuzz/Require.h"
 #include "fuzz/Targets.h"
 #include "host/PluginInterface.h"
+#include "hostkit/ConfigFile.h"
 
 namespace CorvaneFuzz {
 namespace {
@@ -48,14 +49,13 @@ void Ini(const std::string& input) {
   PI::CConfigFile file;
   file.SetFileName("Corvane.ini");
   const std::string value = input.substr(end + 1);
-  if (file.WriteKeyValue(kKey, value, -1, -1) != PI::CConfigFile::RESULT_OK) {
+  if (file.WriteKeyValue(kKey, value, -1, -1) != HostKit::RESULT_OK) {
     Require(ReadFile(folder.File("Corvane.ini")) == text, "a refused value changed the file");
     return;
   }
   std::string readBack;
-  Require(
-      file.ReadKeyValue(kKey, readBack, -1, -1) == PI::CConfigFile::RESULT_OK && readBack == value,
-      "a written value is not read back");
+  Require(file.ReadKeyValue(kKey, readBack, -1, -1) == HostKit::RESULT_OK && readBack == value,
+          "a written value is not read back");
   CheckPollInterval();
 }
 

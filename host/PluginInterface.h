@@ -2,7 +2,9 @@
 //
 // Declarations only: the host's plug-in interface library brings the members. Records are plain
 // values; they may be used on any thread, each object on one thread at a time. Setters cannot
-// fail but by running out of memory. The destructor is a record's only virtual member.
+// fail but by running out of memory. The destructor is a record's only virtual member. What the
+// host kit does where a host is free to do as it likes stands in hostkit/: units in Units.h, value
+// types in ValueTypes.h, lifetimes in Lifetime.h, ini files in ConfigFile.h.
 //
 // A field marked "carried" is filled for the host or by it, and has no meaning to a plug-in.
 #pragma once
@@ -22,16 +24,7 @@ namespace PI {
 
 // Which value holder of a property counts, `CProperty::m_ValueType`. A plug-in tests for choice
 // and range only; the other kinds are between the setters and the host.
-enum _VALUE_TYPE : std::uint32_t {
-  VALUE_TYPE_NONE = 0,
-  VALUE_TYPE_STRING = 1,
-  VALUE_TYPE_BOOL = 2,
-  VALUE_TYPE_CHOICE = 3,
-  VALUE_TYPE_NUMBER = 4,
-  VALUE_TYPE_FLOAT = 5,
-  VALUE_TYPE_MULTI_CHOICE = 6,
-  VALUE_TYPE_RANGE = 7
-};
+enum _VALUE_TYPE : std::uint32_t { VALUE_TYPE_CHOICE = 3, VALUE_TYPE_RANGE = 7 };
 
 // One value out of a set.
 class HOST_API CChoiceData {
@@ -296,9 +289,7 @@ class HOST_API CGlobalAdapterID {
   CGlobalAdapterID();
   virtual ~CGlobalAdapterID();
 
-  // Assigns the number, counted from 1, and notes it once among those of its host. One host name
-  // and PCI address get the same number at every call in the life of the process. May be called
-  // from any thread.
+  // Assigns the number. May be called from any thread.
   void GenerateUniqueAdapterNumber();
   // The assigned number, or -1 before `GenerateUniqueAdapterNumber`.
   int GetGlobalAdapterNumber() const;
@@ -319,19 +310,12 @@ class HOST_API CGlobalAdapterID {
 
 class HOST_API CPluginHelper {
  public:
-  // Scales `bytes` into the largest unit, from bytes to 2^50 bytes in steps of 1024, in which it
-  // is at least 1; nothing at all is 0 bytes. A host may have no unit for a count: false, and both
-  // outputs untouched.
+  // Scales `bytes` into the largest fitting unit. A host may have no unit for a count: false, and
+  // both outputs untouched.
   static bool ConvertBytesToOtherUnit(unsigned long bytes, float& value, _UNITS& unit);
 
-  // Estimates how long a card will last from its age in hours, the bytes written to it, the per
-  // cent of its rated endurance that is used, and that endurance in units of 2^40 bytes.
-  //
-  // The result is in hours: the smaller of what the bytes left last at the average rate of writing
-  // so far, and of what the per cent left last at the average rate of wear; 0 when the card is worn
-  // out by either. It is at most 61,360,000 (7,000 years), also when no wear is seen yet. An age of
-  // 0 counts as one hour. Without a rating, which is 0 then, only the wear counts. A per cent that
-  // is negative as a signed number, of a card with more than all its endurance left, counts as 0.
+  // Estimates in hours how long a card will last from its age in hours, the bytes written to it,
+  // the per cent of its rated endurance that is used, and that endurance in units of 2^40 bytes.
   static void ComputeRemainingLifeTime(unsigned long usedHours, unsigned long bytesWritten,
                                        unsigned int usedPercent, unsigned long ratedTBytes,
                                        unsigned long& remainingHours);
@@ -340,23 +324,14 @@ class HOST_API CPluginHelper {
 // A plug-in's ini file. The host decides in which folder it lies. Keys stand in no section.
 class HOST_API CConfigFile {
  public:
-  enum _RESULT : std::uint32_t {
-    RESULT_OK = 0,
-    RESULT_NO_KEY = 1,       // no such key, or no such file
-    RESULT_UNREADABLE = 2,   // the file is there and cannot be read, or is no ini file
-    RESULT_NOT_WRITTEN = 3,  // the old file stands as it was
-  };
-
   CConfigFile();
   virtual ~CConfigFile();
 
   // Only the last part of `name` counts. Without a name there is no file, and none is written.
   void SetFileName(const boost::filesystem::path& name);
-  // `value` is written only when the result is `RESULT_OK`. The two numbers must be -1.
+  // 0 when there is such a key; `value` is written only then. The two numbers must be -1.
   std::uint32_t ReadKeyValue(const std::string& key, std::string& value, int, int) const;
-  // Other keys, sections and comments survive. A crash leaves the old file or the new one. A file
-  // that is damaged, and a key or value that would not read back as given, are RESULT_NOT_WRITTEN.
-  // A missing folder is made; a symbolic link stays one, and the file behind it is written.
+  // 0 on success.
   std::uint32_t WriteKeyValue(const std::string& key, const std::string& value, int, int);
 
  private:

@@ -1,3 +1,5 @@
+#include "hostkit/ConfigFile.h"
+
 #include <boost/filesystem/path.hpp>
 
 #include "host/PluginInterface.h"
@@ -45,35 +47,35 @@ void CConfigFile::SetFileName(const boost::filesystem::path& name) {
 
 std::uint32_t CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int,
                                         int) const {
-  if (m_FileName.empty()) return RESULT_NO_KEY;
+  if (m_FileName.empty()) return HostKit::RESULT_NO_KEY;
   std::string text;
   const HostKit::FileRead read = ReadTrusted(FullPath(m_FileName), text);
-  if (read == HostKit::FileRead::Missing) return RESULT_NO_KEY;
-  if (read == HostKit::FileRead::Failed) return RESULT_UNREADABLE;
+  if (read == HostKit::FileRead::Missing) return HostKit::RESULT_NO_KEY;
+  if (read == HostKit::FileRead::Failed) return HostKit::RESULT_UNREADABLE;
   switch (HostKit::FindIniValue(text, key, value)) {
     case HostKit::IniLookUp::Found:
-      return RESULT_OK;
+      return HostKit::RESULT_OK;
     case HostKit::IniLookUp::NoKey:
-      return RESULT_NO_KEY;
+      return HostKit::RESULT_NO_KEY;
     case HostKit::IniLookUp::NoIni:
       break;
   }
-  return RESULT_UNREADABLE;
+  return HostKit::RESULT_UNREADABLE;
 }
 
 std::uint32_t CConfigFile::WriteKeyValue(const std::string& key, const std::string& value, int,
                                          int) {
-  if (m_FileName.empty()) return RESULT_NOT_WRITTEN;
+  if (m_FileName.empty()) return HostKit::RESULT_NOT_WRITTEN;
   const HostKit::TrustedPath file = FullPath(m_FileName);
-  if (!file.m_Objection.empty()) return RESULT_NOT_WRITTEN;
+  if (!file.m_Objection.empty()) return HostKit::RESULT_NOT_WRITTEN;
   const HostKit::FolderLock folder(file.m_File.parent_path());
-  if (!folder.IsHeld()) return RESULT_NOT_WRITTEN;
+  if (!folder.IsHeld()) return HostKit::RESULT_NOT_WRITTEN;
 
   std::string text;
-  if (ReadTrusted(file, text) == HostKit::FileRead::Failed) return RESULT_NOT_WRITTEN;
+  if (ReadTrusted(file, text) == HostKit::FileRead::Failed) return HostKit::RESULT_NOT_WRITTEN;
   const std::string edited = SetKey(text, key, value);
   const bool written = !edited.empty() && HostKit::ReplaceFile(file.m_File, edited, folder);
-  return written ? RESULT_OK : RESULT_NOT_WRITTEN;
+  return written ? HostKit::RESULT_OK : HostKit::RESULT_NOT_WRITTEN;
 }
 
 }  // namespace PI

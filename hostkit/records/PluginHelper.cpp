@@ -2,6 +2,8 @@
 #include <array>
 
 #include "host/PluginInterface.h"
+#include "hostkit/Lifetime.h"
+#include "hostkit/Units.h"
 
 namespace PI {
 
@@ -13,17 +15,16 @@ struct ByteUnit {
 };
 
 // Largest first.
-constexpr std::array<ByteUnit, 6> kByteUnits = {{{50, UNITS_PETABYTES},
-                                                 {40, UNITS_TERABYTES},
-                                                 {30, UNITS_GIGABYTES},
+constexpr std::array<ByteUnit, 6> kByteUnits = {{{50, HostKit::UNITS_PETABYTES},
+                                                 {40, HostKit::UNITS_TERABYTES},
+                                                 {30, HostKit::UNITS_GIGABYTES},
                                                  {20, UNITS_MEGABYTES},
-                                                 {10, UNITS_KILOBYTES},
+                                                 {10, HostKit::UNITS_KILOBYTES},
                                                  {0, UNITS_BYTES}}};
 
 constexpr double kBytesPerTByte = 1099511627776.0;
 
-// About 7,000 years: a date that far ahead still has four digits until the year 2999.
-constexpr double kLongestHours = 61360000;
+constexpr double kLongestHours = HostKit::kLongestLifetimeHours;
 
 // Hours until `left` is used up, if `used` went in `age` hours. Nothing used: it lasts.
 double HoursLeft(double left, double used, double age) {

@@ -1,4 +1,6 @@
 #include "host/PluginInterface.h"
+#include "hostkit/Units.h"
+#include "hostkit/ValueTypes.h"
 
 namespace PI {
 
@@ -15,9 +17,9 @@ CProperty::CProperty(_PROPERTY_ID id, bool writable)
       m_Visible(1),
       m_SortKey(0),
       m_Indicator(0),
-      m_ValueType(VALUE_TYPE_NONE),
+      m_ValueType(HostKit::VALUE_TYPE_NONE),
       m_Format(0),
-      m_Units(UNITS_NONE),
+      m_Units(HostKit::UNITS_NONE),
       m_UnitsFixed(true),
       m_Writable(writable) {}
 
@@ -30,33 +32,33 @@ void CProperty::SetValue(const char* text) {
 }
 
 void CProperty::SetValue(const std::string& text) {
-  m_ValueType = VALUE_TYPE_STRING;
+  m_ValueType = HostKit::VALUE_TYPE_STRING;
   m_Value.m_String.m_Text = text;
 }
 
 void CProperty::SetValue(bool value) {
-  m_ValueType = VALUE_TYPE_BOOL;
+  m_ValueType = HostKit::VALUE_TYPE_BOOL;
   m_Value.m_Bool = value;
 }
 
 void CProperty::SetValue(float value) {
-  m_ValueType = VALUE_TYPE_FLOAT;
+  m_ValueType = HostKit::VALUE_TYPE_FLOAT;
   m_Value.m_Float = value;
 }
 
 void CProperty::SetValue(unsigned long value) {
-  m_ValueType = VALUE_TYPE_NUMBER;
+  m_ValueType = HostKit::VALUE_TYPE_NUMBER;
   m_Value.m_Number = value;
 }
 
 void CProperty::SetValue(int value, const std::vector<int>& allowed) {
-  m_ValueType = VALUE_TYPE_CHOICE;
+  m_ValueType = HostKit::VALUE_TYPE_CHOICE;
   m_Value.m_Choice.m_Value = value;
   m_Value.m_Choice.m_Allowed = allowed;
 }
 
 void CProperty::SetValue(int value, int minimum, int maximum, unsigned int step) {
-  m_ValueType = VALUE_TYPE_RANGE;
+  m_ValueType = HostKit::VALUE_TYPE_RANGE;
   m_Value.m_Integer = value;
   m_Value.m_Minimum = minimum;
   m_Value.m_Maximum = maximum;
@@ -64,7 +66,7 @@ void CProperty::SetValue(int value, int minimum, int maximum, unsigned int step)
 }
 
 void CProperty::SetValue(std::vector<int>& values, std::vector<int>& allowed) {
-  m_ValueType = VALUE_TYPE_MULTI_CHOICE;
+  m_ValueType = HostKit::VALUE_TYPE_MULTI_CHOICE;
   m_Value.m_MultiValue.m_Values = values;
   m_Value.m_MultiValue.m_Allowed = allowed;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/Identifiers.h"
+#include "hostkit/Units.h"
 #include "hostkit/texts/Rows.h"
 
 namespace HostKit {
@@ -70,11 +71,11 @@ inline constexpr std::array kPropertyTexts{
 
 inline constexpr std::array kUnitSymbols{
     TextRow{PI::UNITS_DEGREES_CELSIUS, "°C"},
-    TextRow{PI::UNITS_KILOBYTES, "KiB"},
+    TextRow{UNITS_KILOBYTES, "KiB"},
     TextRow{PI::UNITS_MEGABYTES, "MiB"},
-    TextRow{PI::UNITS_GIGABYTES, "GiB"},
-    TextRow{PI::UNITS_TERABYTES, "TiB"},
-    TextRow{PI::UNITS_PETABYTES, "PiB"},
+    TextRow{UNITS_GIGABYTES, "GiB"},
+    TextRow{UNITS_TERABYTES, "TiB"},
+    TextRow{UNITS_PETABYTES, "PiB"},
     TextRow{PI::UNITS_SECONDS, "s"},
     TextRow{PI::UNITS_PERCENT, "%"},
     TextRow{PI::UNITS_BYTES, "B"},

@@ -14,6 +14,7 @@
 #include "hostkit/Scheduler.h"
 #include "hostkit/Texts.h"
 #include "hostkit/Tracing.h"
+#include "hostkit/ValueTypes.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -31,19 +32,19 @@ inline std::string NamesOf(const std::vector<std::int32_t>& values) {
 inline std::string ValueOf(const PI::CProperty& property) {
   std::ostringstream text;
   switch (property.m_ValueType) {
-    case PI::VALUE_TYPE_STRING:
+    case HostKit::VALUE_TYPE_STRING:
       return property.m_Value.m_String.m_Text;
-    case PI::VALUE_TYPE_BOOL:
+    case HostKit::VALUE_TYPE_BOOL:
       return property.m_Value.m_Bool ? "true" : "false";
-    case PI::VALUE_TYPE_CHOICE:
+    case HostKit::VALUE_TYPE_CHOICE:
       return NamesOf({property.m_Value.m_Choice.m_Value});
-    case PI::VALUE_TYPE_MULTI_CHOICE:
+    case HostKit::VALUE_TYPE_MULTI_CHOICE:
       return NamesOf(property.m_Value.m_MultiValue.m_Values);
-    case PI::VALUE_TYPE_NUMBER:
+    case HostKit::VALUE_TYPE_NUMBER:
       return std::to_string(property.m_Value.m_Number);
-    case PI::VALUE_TYPE_RANGE:
+    case HostKit::VALUE_TYPE_RANGE:
       return std::to_string(property.m_Value.m_Integer);
-    case PI::VALUE_TYPE_FLOAT:
+    case HostKit::VALUE_TYPE_FLOAT:
       text << property.m_Value.m_Float;
       return text.str();
     default:

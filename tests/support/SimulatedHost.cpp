@@ -12,6 +12,7 @@
 #include "Corvane/Src/Corvane.h"
 #include "hostkit/Inspect.h"
 #include "hostkit/Texts.h"
+#include "hostkit/ValueTypes.h"
 
 namespace CorvaneTest {
 
@@ -62,26 +63,26 @@ std::string ValueText(const PI::CProperty& property) {
   const auto& value = property.m_Value;
   std::ostringstream text;
   switch (property.m_ValueType) {
-    case PI::VALUE_TYPE_STRING:
+    case HostKit::VALUE_TYPE_STRING:
       text << '"' << value.m_String.m_Text << '"';
       break;
-    case PI::VALUE_TYPE_BOOL:
+    case HostKit::VALUE_TYPE_BOOL:
       text << (value.m_Bool ? "true" : "false");
       break;
-    case PI::VALUE_TYPE_CHOICE:
+    case HostKit::VALUE_TYPE_CHOICE:
       text << NameOr(HostKit::Family::Value, static_cast<std::uint32_t>(value.m_Choice.m_Value))
            << " of " << Names(value.m_Choice.m_Allowed);
       break;
-    case PI::VALUE_TYPE_NUMBER:
+    case HostKit::VALUE_TYPE_NUMBER:
       text << value.m_Number;
       break;
-    case PI::VALUE_TYPE_FLOAT:
+    case HostKit::VALUE_TYPE_FLOAT:
       text << value.m_Float << "f";
       break;
-    case PI::VALUE_TYPE_MULTI_CHOICE:
+    case HostKit::VALUE_TYPE_MULTI_CHOICE:
       text << Names(value.m_MultiValue.m_Values) << " of " << Names(value.m_MultiValue.m_Allowed);
       break;
-    case PI::VALUE_TYPE_RANGE:
+    case HostKit::VALUE_TYPE_RANGE:
       text << value.m_Integer << " in " << value.m_Minimum << ".." << value.m_Maximum << " step "
            << value.m_Step;
       break;

@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "host/PluginInterface.h"
+#include "hostkit/Units.h"
 #include "tests/hostkit/records/Cases.h"
 
 namespace {
@@ -20,7 +21,7 @@ class ByteUnits : public testing::TestWithParam<Case> {};
 
 TEST_P(ByteUnits, TakeTheLargestUnitInWhichTheCountIsAtLeastOne) {
   float value = -1;
-  PI::_UNITS unit = PI::UNITS_NONE;
+  PI::_UNITS unit = HostKit::UNITS_NONE;
   ASSERT_TRUE(PI::CPluginHelper::ConvertBytesToOtherUnit(GetParam().bytes, value, unit));
   EXPECT_FLOAT_EQ(value, GetParam().value);
   EXPECT_EQ(static_cast<unsigned int>(unit), GetParam().unit);

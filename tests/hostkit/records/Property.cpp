@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "host/PluginInterface.h"
+#include "hostkit/Units.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ TEST(Property, HasTheHostsDisplayDefaults) {
   EXPECT_EQ(property.m_Indicator, 0U);
   EXPECT_EQ(property.m_ValueType, 0U);
   EXPECT_EQ(property.m_Format, 0U);
-  EXPECT_EQ(property.m_Units, PI::UNITS_NONE);
+  EXPECT_EQ(property.m_Units, HostKit::UNITS_NONE);
   EXPECT_TRUE(property.m_UnitsFixed);
 }
 
