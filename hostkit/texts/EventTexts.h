@@ -1,9 +1,11 @@
-// The registry of events: how bad each one is, its sentence in the log, and what to do about it. %1
-// is the adapter's name, %2 the drive's.
+// The registry of events: how bad each one is, its sentence in the log, and what to do about it, or
+// the reason for an adapter's status that it tells of. %1 is the adapter's name, %2 the drive's.
+//
+// Where two events tell of one reason, the reason begins with the one of the lower number.
 #pragma once
 
 #include "host/Identifiers.h"
-#include "hostkit/texts/AdviceTexts.h"
+#include "hostkit/texts/ReasonTexts.h"
 #include "hostkit/texts/Rows.h"
 
 namespace HostKit {
@@ -13,126 +15,135 @@ inline constexpr PI::_SEVERITY kWarning = PI::SEVERITY_WARNING;
 inline constexpr PI::_SEVERITY kError = PI::SEVERITY_ERROR;
 
 // An event that tells of a reason has the reason's advice.
-constexpr const char* ReasonAdvice(PI::_VALUE_ID reason) {
-  return FindRow(kAdviceTexts, static_cast<std::uint32_t>(reason))->m_Text;
+constexpr EventAdvice OfReason(PI::_VALUE_ID reason) {
+  const auto number = static_cast<std::uint32_t>(reason);
+  return {number, FindRow(kReasonTexts, number)->m_Advice};
 }
+
+constexpr EventAdvice Do(const char* what) {
+  return {0, what};
+}
+
+constexpr EventAdvice kNothingToDo = {0, ""};
 
 // clang-format off
 inline constexpr std::array kEventTexts{
     EventRow{PI::Event::UNDEFINED, kInformation, 0,
              "An event without a description.",
-             ""},
+             kNothingToDo},
     EventRow{PI::Event::CONNECTED, kInformation, 0,
              "The connection was made.",
-             ""},
+             kNothingToDo},
     EventRow{PI::Event::DISCONNECTED, kInformation, 0,
              "The connection was ended.",
-             ""},
+             kNothingToDo},
     EventRow{PI::Event::UNEXPECTED_DISCONNECT, kError, 0,
              "The connection was lost.",
-             "Look whether the other side still runs, and connect again."},
+             Do("Look whether the other side still runs, and connect again.")},
     EventRow{PI::Event::TEST_TRAP, kInformation, 0,
              "A test message. Nothing has happened.",
-             ""},
+             kNothingToDo},
     EventRow{PI::Event::CTRL_INTERNAL_ERROR, kError, 1,
              "Adapter %1 has an internal error.",
-             ReasonAdvice(PI::Value::INTERNAL_ERROR)},
+             OfReason(PI::Value::INTERNAL_ERROR)},
     EventRow{PI::Event::CTRL_INCOMPATIBLE_PCI_BANDWIDTH, kError, 1,
              "The PCI bandwidth available to adapter %1 is not compatible with it.",
-             ReasonAdvice(PI::Value::INCOMPATIBLE_PCI_BANDWIDTH)},
+             OfReason(PI::Value::INCOMPATIBLE_PCI_BANDWIDTH)},
     EventRow{PI::Event::CTRL_PARTIAL_WRITE_THROTTLING, kError, 1,
              "Adapter %1 has slowed down writes.",
-             ReasonAdvice(PI::Value::PARTIAL_WRITE_THROTTLING)},
+             OfReason(PI::Value::PARTIAL_WRITE_THROTTLING)},
     EventRow{PI::Event::CTRL_MAXIMUM_WRITE_THROTTLING, kError, 1,
              "Adapter %1 has slowed down writes as far as it can.",
-             ReasonAdvice(PI::Value::COMPLETE_WRITE_THROTTLING)},
+             OfReason(PI::Value::COMPLETE_WRITE_THROTTLING)},
     EventRow{PI::Event::CTRL_TEMPERATURE_NEAR_ERROR, kError, 1,
              "The temperature of adapter %1 is close to its highest permitted value.",
-             ReasonAdvice(PI::Value::TEMPERATURE_NEAR_ERROR)},
+             OfReason(PI::Value::TEMPERATURE_NEAR_ERROR)},
     EventRow{PI::Event::CTRL_TEMPERATURE_ABOVE_ERROR, kError, 1,
              "The temperature of adapter %1 is above its highest permitted value.",
-             ReasonAdvice(PI::Value::TEMPERATURE_ABOVE_ERROR)},
+             OfReason(PI::Value::TEMPERATURE_ABOVE_ERROR)},
     EventRow{PI::Event::CTRL_INTERNAL_VOLTAGE_OUT_OF_RANGE, kError, 1,
              "The internal voltage of adapter %1 is out of range.",
-             ReasonAdvice(PI::Value::INTERNAL_VOLTAGE_OUT_OF_RANGE)},
+             OfReason(PI::Value::INTERNAL_VOLTAGE_OUT_OF_RANGE)},
     EventRow{PI::Event::CTRL_AUXILIARY_VOLTAGE_OUT_OF_RANGE, kError, 1,
              "The auxiliary voltage of adapter %1 is out of range.",
-             ReasonAdvice(PI::Value::AUXILIARY_VOLTAGE_OUT_OF_RANGE)},
+             OfReason(PI::Value::AUXILIARY_VOLTAGE_OUT_OF_RANGE)},
     EventRow{PI::Event::CTRL_FLASHBACK, kError, 1,
              "Adapter %1 reports a flashback error.",
-             ReasonAdvice(PI::Value::FLASHBACK)},
+             OfReason(PI::Value::FLASHBACK)},
     EventRow{PI::Event::CTRL_NONCORRECTABLE_PCI_ERRORS, kError, 1,
              "Adapter %1 has PCI errors that could not be corrected.",
-             ReasonAdvice(PI::Value::NONCORRECTABLE_PCI_ERRORS)},
+             OfReason(PI::Value::NONCORRECTABLE_PCI_ERRORS)},
     EventRow{PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, kWarning, 1,
              "The temperature of adapter %1 is above its warning level.",
-             ReasonAdvice(PI::Value::TEMPERATURE_ABOVE_WARN)},
+             OfReason(PI::Value::TEMPERATURE_ABOVE_WARN)},
     EventRow{PI::Event::CTRL_NEAR_WEARING_OUT, kWarning, 1,
              "Adapter %1 is nearly worn out.",
-             ReasonAdvice(PI::Value::NEAR_WEARING_OUT)},
+             OfReason(PI::Value::NEAR_WEARING_OUT)},
     EventRow{PI::Event::CTRL_NONOPTIMAL_PCI_BANDWIDTH, kWarning, 1,
              "The PCI bandwidth available to adapter %1 is not optimal.",
-             ReasonAdvice(PI::Value::NONOPTIMAL_PCI_BANDWIDTH)},
+             OfReason(PI::Value::NONOPTIMAL_PCI_BANDWIDTH)},
     EventRow{PI::Event::CTRL_CORRECTABLE_PCI_ERRORS, kWarning, 1,
              "Adapter %1 has PCI errors, which were corrected.",
-             ReasonAdvice(PI::Value::CORRECTABLE_PCI_ERRORS)},
+             OfReason(PI::Value::CORRECTABLE_PCI_ERRORS)},
     EventRow{PI::Event::CTRL_NO_POWERLOSS_PROTECTION, kWarning, 1,
              "Adapter %1 is not protected against a loss of power.",
-             ReasonAdvice(PI::Value::NO_POWERLOSS_PROTECTION)},
+             OfReason(PI::Value::NO_POWERLOSS_PROTECTION)},
     EventRow{PI::Event::CTRL_POWER_WRITE_REGULATION, kWarning, 1,
              "Adapter %1 regulates writes to limit its power draw.",
-             ReasonAdvice(PI::Value::POWER_WRITE_REGULATION)},
+             OfReason(PI::Value::POWER_WRITE_REGULATION)},
     EventRow{PI::Event::CTRL_TEMPERATURE_WRITE_REGULATION, kWarning, 1,
              "Adapter %1 regulates writes because of its temperature.",
-             ReasonAdvice(PI::Value::TEMPERATURE_WRITE_REGULATION)},
+             OfReason(PI::Value::TEMPERATURE_WRITE_REGULATION)},
     EventRow{PI::Event::CTRL_LIFESPAN_WRITE_REGULATION, kWarning, 1,
              "Adapter %1 regulates writes to reach its planned lifetime.",
-             ReasonAdvice(PI::Value::LIFESPAN_WRITE_REGULATION)},
+             OfReason(PI::Value::LIFESPAN_WRITE_REGULATION)},
     EventRow{PI::Event::CTRL_MINIMAL, kWarning, 1,
              "Adapter %1 runs in minimal mode.",
-             ReasonAdvice(PI::Value::MINIMAL)},
+             OfReason(PI::Value::MINIMAL)},
     EventRow{PI::Event::CTRL_PCI_OVERPOWER, kWarning, 1,
              "Adapter %1 draws more power from its PCI slot than the slot is rated for.",
-             ReasonAdvice(PI::Value::PCI_OVERPOWER)},
+             OfReason(PI::Value::PCI_OVERPOWER)},
     EventRow{PI::Event::CTRL_LEB_MAP_MISSING, kWarning, 1,
              "The block map of adapter %1 is missing.",
-             ReasonAdvice(PI::Value::LEB_MAP_MISSING)},
+             OfReason(PI::Value::LEB_MAP_MISSING)},
     EventRow{PI::Event::CTRL_UPDATE_IN_PROGRESS, kWarning, 1,
              "An update of adapter %1 is in progress.",
-             ReasonAdvice(PI::Value::UPDATE_IN_PROGRESS)},
+             OfReason(PI::Value::UPDATE_IN_PROGRESS)},
     EventRow{PI::Event::CTRL_RESERVES_DEPLETED, kWarning, 1,
              "The reserve space of adapter %1 is used up.",
-             ReasonAdvice(PI::Value::RESERVES_DEPLETED)},
+             OfReason(PI::Value::RESERVES_DEPLETED)},
     EventRow{PI::Event::CTRL_NORMAL, kInformation, 1,
              "Adapter %1 works normally again.",
-             ""},
+             kNothingToDo},
     EventRow{PI::Event::CTRL_ATTACH_FAILED, kError, 1,
              "Adapter %1 could not be attached.",
-             "See the driver's messages in the kernel log, and corvane-host status for the reason."},
+             Do("See the driver's messages in the kernel log, and corvane-host status for the "
+                "reason.")},
     EventRow{PI::Event::CTRL_DETACH_FAILED, kWarning, 1,
              "Adapter %1 could not be detached.",
-             "Look for what still uses the drive, release it and detach again."},
+             Do("Look for what still uses the drive, release it and detach again.")},
     EventRow{PI::Event::CTRL_ATTACHED, kInformation, 1,
              "Adapter %1 was attached. Its drive is available to the system.",
-             ""},
+             OfReason(PI::Value::ATTACHED)},
     EventRow{PI::Event::CTRL_DETACHED, kError, 1,
              "Adapter %1 was detached. Its drive is not available to the system.",
-             ReasonAdvice(PI::Value::DETACHED)},
+             OfReason(PI::Value::DETACHED)},
     EventRow{PI::Event::PD_FORMAT_CHANGED, kInformation, 2,
              "On adapter %1 the format of drive %2 has changed.",
-             ""},
+             kNothingToDo},
     EventRow{PI::Event::CTRL_WRITE_REG_POWER, kInformation, 1,
              "Adapter %1 regulates writes because of the power available to it.",
-             ReasonAdvice(PI::Value::POWER_WRITE_REGULATION)},
+             OfReason(PI::Value::POWER_WRITE_REGULATION)},
     EventRow{PI::Event::CTRL_UNACTIVATED_FIRMWARE, kInformation, 1,
              "Adapter %1 has new firmware that is not active yet.",
-             ReasonAdvice(PI::Value::UNACTIVATED_FIRMWARE)},
+             OfReason(PI::Value::UNACTIVATED_FIRMWARE)},
     EventRow{PI::Event::CTRL_PNPADD, kInformation, 1,
              "Adapter %1 was added.",
-             ""},
+             kNothingToDo},
     EventRow{PI::Event::CTRL_PNPREMOVE, kWarning, 1,
              "Adapter %1 was removed or does not answer.",
-             "If nobody took the card out, see the kernel log; seat it anew or have it replaced."},
+             Do("If nobody took the card out, see the kernel log; seat it anew or have it "
+                "replaced.")},
 };
 // clang-format on
 
@@ -157,7 +168,7 @@ constexpr bool AllPlacesAgree() {
 // Whoever is warned is told what to do.
 constexpr bool WarningsAdvise() {
   for (const EventRow& row : kEventTexts) {
-    if (row.m_Severity >= kWarning && *row.m_Advice == 0) return false;
+    if (row.m_Severity >= kWarning && *row.m_Advice.m_Text == 0) return false;
   }
   return true;
 }

@@ -14,12 +14,24 @@ struct TextRow {
   const char* m_Text;
 };
 
+struct ReasonRow {
+  std::uint32_t m_Number;
+  PI::_VALUE_ID m_Status;  // the best that an adapter with this reason has
+  const char* m_Advice;
+};
+
+// What to do about an event, and the reason that it tells of, if it tells of one.
+struct EventAdvice {
+  std::uint32_t m_Reason;  // or 0
+  const char* m_Text;      // empty when nothing has to be done
+};
+
 struct EventRow {
   std::uint32_t m_Number;
   PI::_SEVERITY m_Severity;  // the least with which it is told
   unsigned int m_Places;     // how many texts the sentence takes: %1 to %m_Places
   const char* m_Text;
-  const char* m_Advice;  // what to do about it; empty when nothing has to be done
+  EventAdvice m_Advice;
 };
 
 struct ErrorRow {

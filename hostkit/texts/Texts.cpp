@@ -4,13 +4,13 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <locale>
 
-#include "hostkit/texts/AdviceTexts.h"
 #include "hostkit/texts/ErrorTexts.h"
 #include "hostkit/texts/EventTexts.h"
 #include "hostkit/texts/MeaningTexts.h"
 #include "hostkit/texts/Names.h"
 #include "hostkit/texts/OperationTexts.h"
 #include "hostkit/texts/PropertyTexts.h"
+#include "hostkit/texts/ReasonTexts.h"
 #include "hostkit/texts/ValueTexts.h"
 
 namespace HostKit {
@@ -139,14 +139,34 @@ std::string MeaningOf(Family family, std::uint32_t number) {
 }
 
 std::string AdviceOf(Family family, std::uint32_t number) {
+  if (family == Family::Event) {
+    const EventRow* const row = FindRow(kEventTexts, number);
+    return row != nullptr ? row->m_Advice.m_Text : "";
+  }
   if (family == Family::Error) return AdviceIn(kErrorTexts, number);
-  if (family == Family::Event) return AdviceIn(kEventTexts, number);
-  return family == Family::Value ? TextOf(kAdviceTexts, number) : "";
+  return family == Family::Value ? AdviceIn(kReasonTexts, number) : "";
 }
 
 PI::_SEVERITY SeverityOf(std::uint32_t event) {
   const EventRow* const row = FindRow(kEventTexts, event);
   return row != nullptr ? row->m_Severity : PI::SEVERITY_INFORMATION;
+}
+
+std::uint32_t ReasonOf(std::uint32_t event) {
+  const EventRow* const row = FindRow(kEventTexts, event);
+  return row != nullptr ? row->m_Advice.m_Reason : 0;
+}
+
+std::uint32_t EventOf(std::uint32_t reason) {
+  for (const EventRow& row : kEventTexts) {
+    if (reason != 0 && row.m_Advice.m_Reason == reason) return row.m_Number;
+  }
+  return 0;
+}
+
+PI::_VALUE_ID StatusOf(std::uint32_t reason) {
+  const ReasonRow* const row = FindRow(kReasonTexts, reason);
+  return row != nullptr ? row->m_Status : PI::Value::UNDEFINED;
 }
 
 std::uint32_t NumberOf(Family family, const std::string& name) {

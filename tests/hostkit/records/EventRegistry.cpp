@@ -114,6 +114,114 @@ TEST(EventRegistry, AnEventOfAReasonHasTheReasonsAdvice) {
   }
 }
 
+struct ReasonTold {
+  std::uint32_t reason;
+  std::uint32_t event;   // with which it begins, or 0
+  std::uint32_t status;  // the best beside it: 40024 OK, 40150 WARNING, 40095 FAILED
+};
+
+// Every value that the plug-in tells among an adapter's reasons.
+const ReasonTold kReasons[] = {
+    // errors, warnings and information of the card, by bit
+    {40449, 10957, 40095},
+    {40450, 10958, 40095},
+    {40451, 10959, 40095},
+    {40452, 10960, 40095},
+    {40453, 10961, 40095},
+    {40454, 10962, 40095},
+    {40455, 10963, 40095},
+    {40456, 10964, 40095},
+    {40457, 10965, 40095},
+    {40458, 10966, 40095},
+    {40459, 10967, 40150},
+    {40460, 10968, 40150},
+    {40461, 10969, 40150},
+    {40462, 10970, 40150},
+    {40463, 10971, 40150},
+    {40464, 10972, 40150},
+    {40465, 10973, 40150},
+    {40466, 10974, 40150},
+    {40467, 10975, 40150},
+    {40468, 10976, 40150},
+    {40469, 10977, 40150},
+    {40470, 10978, 40150},
+    {40471, 10979, 40150},
+    {40486, 11087, 40024},
+    // states
+    {40387, 10984, 40150},
+    {40393, 10983, 40024},
+    {40128, 0, 40095},
+    // minimal mode
+    {40389, 0, 40095},
+    {40390, 0, 40095},
+    {40392, 0, 40095},
+    {40394, 0, 40095},
+    {40395, 0, 40095},
+    {40396, 0, 40095},
+    {40397, 0, 40095},
+    {40398, 0, 40095},
+    {40399, 0, 40095},
+    {40400, 0, 40095},
+    {40401, 0, 40095},
+    {40402, 0, 40095},
+    {40403, 0, 40095},
+    {40421, 0, 40095},
+    {40422, 0, 40095},
+    // write throttling
+    {40412, 0, 40024},
+    {40413, 0, 40024},
+    {40414, 0, 40024},
+    {40415, 0, 40024},
+    {40416, 0, 40024},
+    {40417, 0, 40024},
+    {40418, 0, 40024},
+    {40419, 0, 40024},
+    {40420, 0, 40024}};
+
+TEST(EventRegistry, EveryReasonLeadsToItsEventAndBack) {
+  for (const ReasonTold& told : kReasons) {
+    EXPECT_EQ(HostKit::EventOf(told.reason), told.event) << told.reason;
+    if (told.event == 0) continue;
+    EXPECT_EQ(HostKit::ReasonOf(told.event), told.reason) << told.event;
+  }
+}
+
+TEST(EventRegistry, EveryEventOfAReasonLeadsToAReasonThatLeadsBack) {
+  std::set<std::uint32_t> begins, second;
+  for (std::uint32_t event = 0; event < 70000; ++event) {
+    const std::uint32_t reason = HostKit::ReasonOf(event);
+    if (reason == 0) continue;
+    (HostKit::EventOf(reason) == event ? begins : second).insert(event);
+    EXPECT_EQ(HostKit::ReasonOf(HostKit::EventOf(reason)), reason) << event;
+  }
+  std::set<std::uint32_t> wanted;
+  for (const ReasonTold& told : kReasons) {
+    if (told.event != 0) wanted.insert(told.event);
+  }
+  EXPECT_EQ(begins, wanted);
+  // Regulated writes are a warning as well as an information; the reason begins with the warning.
+  EXPECT_EQ(second, std::set<std::uint32_t>{11086});
+}
+
+TEST(EventRegistry, KnowsTheStatusThatAReasonLeaves) {
+  std::map<std::uint32_t, std::uint32_t> wanted, known;
+  for (const ReasonTold& told : kReasons) wanted.emplace(told.reason, told.status);
+  for (std::uint32_t value = 0; value < 70000; ++value) {
+    const auto status = static_cast<std::uint32_t>(HostKit::StatusOf(value));
+    if (status != 1) known.emplace(value, status);
+  }
+  EXPECT_EQ(known, wanted);
+}
+
+TEST(EventRegistry, WhatIsNoReasonHasNoEvent) {
+  for (const std::uint32_t value : {0U, 1U, 40024U, 40150U, 10957U, 69999U}) {
+    EXPECT_EQ(HostKit::EventOf(value), 0U) << value;
+  }
+  for (const std::uint32_t event : {0U, 5U, 10980U, 10981U, 10982U, 10985U, 11093U, 11094U}) {
+    EXPECT_EQ(HostKit::ReasonOf(event), 0U) << event;
+  }
+}
+
 TEST(Errors, AllButSuccessComeWithAdvice) {
   for (const std::uint32_t error : {20000U, 20001U, 20002U, 20003U, 20004U, 20005U, 20007U, 20008U,
                                     20011U, 20012U, 20031U, 20040U, 20041U, 20042U}) {
