@@ -87,7 +87,7 @@ std::shared_ptr<DatabaseORM::storage_t> getDatabasePointer() {
 
 namespace MBX {
 
-Delegates_and_Calls::CDelegate::CDelegate(std::function<unsigned int()> call)
+Delegates_and_Calls::OwnDelegate::OwnDelegate(std::function<unsigned int()> call)
     : m_OwnCall(std::move(call)) {}
 
 // One thread needs no locks.
@@ -132,7 +132,7 @@ CSyncGuard::~CSyncGuard() {
 
 CThread::CThread() : m_OwnThread(nullptr) {}
 CThread::~CThread() = default;
-bool CThread::Create(Delegates_and_Calls::CDelegate, bool) NEEDS_A_CARD
+bool CThread::Create(Delegates_and_Calls::OwnDelegate, bool) NEEDS_A_CARD
     unsigned int CThread::Wait(unsigned int) NEEDS_A_CARD const void* CThread::GetHandle() {
   return m_OwnThread;
 }

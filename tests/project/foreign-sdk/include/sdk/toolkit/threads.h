@@ -12,28 +12,28 @@ namespace MBX {
 
 namespace Delegates_and_Calls {
 
-class OWN_EXPORT CDelegate {
+class OWN_EXPORT OwnDelegate {
  public:
-  explicit CDelegate(std::function<unsigned int()>);
+  explicit OwnDelegate(std::function<unsigned int()>);
   std::function<unsigned int()> m_OwnCall;
 };
 
 template <class OwnObject, class OwnResult>
-class TDelegateR0 : public CDelegate {
+class TDelegateR0 : public OwnDelegate {
  public:
   TDelegateR0(OwnObject* own_object, OwnResult (OwnObject::*own_member)())
-      : CDelegate([=] { return (own_object->*own_member)(); }) {}
+      : OwnDelegate([=] { return (own_object->*own_member)(); }) {}
 };
 
 template <class OwnObject, class OwnResult, class OwnArgument>
 class TDelegateR1;
 
 template <class OwnObject, class OwnResult>
-class TDelegateR1<OwnObject, OwnResult, const std::string&> : public CDelegate {
+class TDelegateR1<OwnObject, OwnResult, const std::string&> : public OwnDelegate {
  public:
   TDelegateR1(OwnObject* own_object, OwnResult (OwnObject::*own_member)(const std::string&),
               std::string own_text)
-      : CDelegate([=] { return (own_object->*own_member)(own_text); }) {}
+      : OwnDelegate([=] { return (own_object->*own_member)(own_text); }) {}
 };
 
 }  // namespace Delegates_and_Calls
@@ -99,7 +99,7 @@ class OWN_EXPORT CThread {
   CThread(const CThread&) = delete;
   CThread& operator=(const CThread&) = delete;
 
-  bool Create(Delegates_and_Calls::CDelegate, bool = false);
+  bool Create(Delegates_and_Calls::OwnDelegate, bool = false);
   unsigned int Wait(unsigned int = WAIT_INFINITE);
   const void* GetHandle();
   bool Cancel();
