@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 #include "models/Adapter.h"
 #include "models/PD.h"
 #include "tests/plugin/inner/Opened.h"
@@ -127,6 +129,25 @@ TEST_F(RowTexts, AreCutToTheNumbersOfTheirColumns) {
   EXPECT_EQ(driveRow.factorySize, 0x123456789U);
   EXPECT_EQ(driveRow.configurableSize, 0x223456789U);
   EXPECT_EQ(driveRow.sectorSize, -3);
+}
+
+// The nearest number that there is, and 0 for none.
+TEST_F(RowTexts, OfATemperatureThatNoCardHasAreTheNearestNumber) {
+  const std::pair<float, int> cases[] = {{2147483520.0F, 2147483520},
+                                         {2147483648.0F, 2147483647},
+                                         {1e30F, 2147483647},
+                                         {-2147483648.0F, -2147483647 - 1},
+                                         {-2147483904.0F, -2147483647 - 1},
+                                         {-1e30F, -2147483647 - 1},
+                                         {std::nanf(""), 0},
+                                         {0.99F, 0},
+                                         {-0.99F, 0},
+                                         {78.9F, 78}};
+  for (const auto& [degrees, cell] : cases) {
+    CFusionIOAdapter adapter;
+    adapter.m_Temperature = degrees;
+    EXPECT_EQ(RowOf(adapter).temperature, cell) << degrees;
+  }
 }
 
 // What the row held before does not matter.
