@@ -1,0 +1,75 @@
+// The error record of a handle's end: the scan has a real one, requests and jobs have none.
+
+#include <gmock/gmock.h>
+
+#include "tests/support/DestroySeam.h"
+#include "tests/support/JobHost.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr const char* RECORD = "record";
+constexpr const char* NONE = "none";
+
+// The adapter's handle, that of the format limits, the card's.
+TEST(DestroyRecords, OfAScanAreReal) {
+  OneCard host;
+  DestroyWatch watch;
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_THAT(watch.Take(), ElementsAre(RECORD, RECORD, RECORD));
+}
+
+TEST(DestroyRecords, OfAScanAreRealAlsoForACardThatCannotBeOpened) {
+  OneCard host;
+  DestroyWatch watch;
+  CardSim::FailCall("vsl_open", 1, 5, "no");
+  ASSERT_EQ(host.Initialize(), 20001U);
+  EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
+}
+
+class DestroyRecordsOfRequests : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(m_Host.Initialize(), 0U); }
+
+  OneCard m_Host;
+  DestroyWatch m_Watch;
+};
+
+TEST_F(DestroyRecordsOfRequests, AreMissingForProperties) {
+  m_Watch.Take();
+  m_Host.Properties(OneCard::ADAPTER);
+  EXPECT_THAT(m_Watch.Take(), ElementsAre(NONE));
+  for (const char* function : {"vsl_open", "vsl_iom_create_by_name"}) {
+    CardSim::FailCall(function, 1, 5, "no");
+    m_Host.Properties(OneCard::ADAPTER);
+    EXPECT_THAT(m_Watch.Take(), ElementsAre(NONE)) << function;
+  }
+}
+
+TEST_F(DestroyRecordsOfRequests, AreMissingForTheLight) {
+  m_Watch.Take();
+  EXPECT_EQ(m_Host.Check(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
+  EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
+  EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, PI::OP_STOP_LOCATE_DEVICE), 0U);
+  EXPECT_THAT(m_Watch.Take(), ElementsAre(NONE, NONE, NONE));
+}
+
+using DestroyRecordsOfJobs = JobHost;
+
+// The job's handle and the card's.
+TEST_F(DestroyRecordsOfJobs, AreMissing) {
+  DestroyWatch watch;
+  StartWith({ATTACHED});
+  for (const std::uint32_t operation : {50127U, 50126U, 50128U}) {
+    watch.Take();
+    EXPECT_EQ(m_Host.Run(FIRST, operation), 0U);
+    Pass(LONGER_THAN_A_JOB_MS);
+    EXPECT_THAT(watch.Take(), ElementsAre(NONE, NONE)) << operation;
+  }
+}
+
+}  // namespace
+}  // namespace CorvaneTest
