@@ -1,0 +1,36 @@
+// An operation has the nine numbers of its row, each in its field. In the plug-in's rows some of
+// them are the same, so that a mix-up would not show there.
+
+#include <gmock/gmock.h>
+
+#include "Corvane/Src/OperationTable.h"
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::MakeOperation;
+using testing::IsEmpty;
+
+TEST(OperationTable, PutsEachNumberOfARowInItsField) {
+  const PI::COperation operation =
+      MakeOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 11, 12, 13, 14, true, -16, 17, 18});
+  EXPECT_EQ(operation.m_OperationID, 50126U);
+  EXPECT_EQ(operation.m_NameID, 50126U);
+  EXPECT_EQ(operation.m_Class, 11U);
+  EXPECT_EQ(operation.m_Access, 12U);
+  EXPECT_EQ(operation.m_Scope, 13U);
+  EXPECT_EQ(operation.m_Flags, 14U);
+  EXPECT_TRUE(operation.m_Async);
+  EXPECT_EQ(operation.m_Timeout, -16);
+  EXPECT_EQ(operation.m_ConfirmKind, 17U);
+  EXPECT_EQ(operation.m_ConfirmText, 18U);
+  EXPECT_THAT(operation.m_Properties, IsEmpty());
+}
+
+TEST(OperationTable, TakesARowThatIsNotAsynchronous) {
+  EXPECT_FALSE(
+      MakeOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 1, 2, 3, 4, false, 6, 7, 8}).m_Async);
+}
+
+}  // namespace
+}  // namespace CorvaneTest
