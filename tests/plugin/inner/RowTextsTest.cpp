@@ -24,10 +24,6 @@ OPEN_MEMBER(InsertDriveMember, InsertObjectToDatabase,
             unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
 OPEN_MEMBER(UpdateDriveMember, UpdateObjectInDatabase,
             unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
-OPEN_MEMBER(DrivePropertiesMember, GetPhysicalDriveProperties,
-            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive,
-                                     std::vector<PI::CProperty>& properties,
-                                     unsigned int propertyId));
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -199,28 +195,6 @@ TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenWithoutAdapters) {
   Adapters().clear();
   ExpectNothingDone(drive);
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
-}
-
-class StatusOfADrive : public RowTexts {};
-
-TEST_F(StatusOfADrive, HasAnIndicatorOfItsOwn) {
-  const std::pair<std::uint32_t, const char*> cases[] = {
-      {40099,
-       "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
-      {40180,
-       "STATUS = AVAILABLE_SMART of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator "
-       "24189)"},
-      {40095,
-       "STATUS = FAILED of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24177)"},
-      {40024, "STATUS = OK of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
-      {7, "STATUS = 7 of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"}};
-  for (const auto& [state, status] : cases) {
-    CFusionIOPhysicalDrive drive;
-    drive.m_State = state;
-    std::vector<PI::CProperty> properties;
-    EXPECT_EQ((ThePlugin().*Open(DrivePropertiesMember()))(drive, properties, 30017), 0U);
-    EXPECT_THAT(Rendered(properties), ElementsAre(status));
-  }
 }
 
 }  // namespace

@@ -1,0 +1,112 @@
+// Properties of records as no scan leaves them: states that only the lists of choices know, or that
+// nobody knows, and a number of a card that is negative as a signed one.
+
+#include <gmock/gmock.h>
+
+#include "tests/plugin/inner/Opened.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::CFusionIOAdapter;
+using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
+OPEN_MEMBER(AdapterPropertiesMember, GetAdapterProperties,
+            unsigned int (Plugin::*)(CFusionIOAdapter& adapter,
+                                     std::vector<PI::CProperty>& properties,
+                                     unsigned int propertyId));
+OPEN_MEMBER(DrivePropertiesMember, GetPhysicalDriveProperties,
+            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive,
+                                     std::vector<PI::CProperty>& properties,
+                                     unsigned int propertyId));
+
+using testing::ElementsAre;
+
+class OddRecords : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(m_Host.Initialize(), 0U); }
+
+  static std::vector<std::string> RowsOf(CFusionIOAdapter& adapter, unsigned int propertyId) {
+    std::vector<PI::CProperty> properties;
+    EXPECT_EQ((ThePlugin().*Open(AdapterPropertiesMember()))(adapter, properties, propertyId), 0U);
+    return Rendered(properties);
+  }
+  static std::vector<std::string> RowsOf(CFusionIOPhysicalDrive& drive, unsigned int propertyId) {
+    std::vector<PI::CProperty> properties;
+    EXPECT_EQ((ThePlugin().*Open(DrivePropertiesMember()))(drive, properties, propertyId), 0U);
+    return Rendered(properties);
+  }
+
+  OneCard m_Host;
+};
+
+TEST_F(OddRecords, OfADriveHaveAnIndicatorForEachState) {
+  const std::pair<std::uint32_t, const char*> cases[] = {
+      {40099,
+       "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
+      {40180,
+       "STATUS = AVAILABLE_SMART of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator "
+       "24189)"},
+      {40095,
+       "STATUS = FAILED of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24177)"},
+      {40024, "STATUS = OK of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
+      {7, "STATUS = 7 of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"}};
+  for (const auto& [state, status] : cases) {
+    CFusionIOPhysicalDrive drive;
+    drive.m_State = state;
+    EXPECT_THAT(RowsOf(drive, 30017), ElementsAre(status));
+  }
+}
+
+TEST_F(OddRecords, OfAnAdapterHaveTheIndicatorOfHealthForAnyOtherStatus) {
+  const std::pair<std::uint32_t, const char*> cases[] = {
+      {40024, "STATUS = OK of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
+      {40150, "STATUS = WARNING of [OK WARNING FAILED] (sort 23127, indicator 24002)"},
+      {40095, "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
+      {40099, "STATUS = AVAILABLE of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
+      {7, "STATUS = 7 of [OK WARNING FAILED] (sort 23127, indicator 24000)"}};
+  for (const auto& [status, row] : cases) {
+    CFusionIOAdapter adapter;
+    adapter.m_Status = status;
+    EXPECT_THAT(RowsOf(adapter, 30017), ElementsAre(row));
+  }
+}
+
+// The number is signed when it is widened.
+TEST_F(OddRecords, OfAnAdapterHaveItsNumberWithItsSign) {
+  const std::pair<std::uint32_t, const char*> cases[] = {
+      {2147483647, "ADAPTER_NUMBER = 2147483647 (label ID, sort 23003)"},
+      {2147483648, "ADAPTER_NUMBER = 18446744071562067968 (label ID, sort 23003)"},
+      {4294967295, "ADAPTER_NUMBER = 18446744073709551615 (label ID, sort 23003)"}};
+  for (const auto& [number, row] : cases) {
+    CFusionIOAdapter adapter;
+    adapter.m_CardIndex = number;
+    EXPECT_THAT(RowsOf(adapter, 30120), ElementsAre(row));
+  }
+}
+
+// A value that is not on its list is shown all the same.
+TEST_F(OddRecords, OfAnAdapterShowChoicesThatAreNotOnTheirList) {
+  CFusionIOAdapter adapter;
+  adapter.m_WriteThrottling = 40024;
+  adapter.m_Activity = 40128;
+  adapter.m_ExternalPower = 40411;
+  adapter.m_StatusReasons = {40486, 3};
+  EXPECT_THAT(RowsOf(adapter, 30468),
+              ElementsAre("WRITE_THROTTLING = OK of [NONE PARTIAL COMPLETE] (sort 23147)"));
+  EXPECT_THAT(RowsOf(adapter, 30054),
+              ElementsAre("ACTIVITY = STOPPED of [IDLE BUSY ATTACHING DETACHING] (sort 23002)"));
+  EXPECT_THAT(RowsOf(adapter, 30501),
+              ElementsAre("EXTERNAL_POWER_REQUIREMENT = COMPLETE of [NONE OPTIONAL REQUIRED] (sort "
+                          "23047)"));
+  EXPECT_THAT(RowsOf(adapter, 30502), ElementsAre("EXTERNAL_POWER_CONNECTED = false (sort 23048)"));
+  EXPECT_THAT(
+      RowsOf(adapter, 30165),
+      ElementsAre("ADDITIONAL_STATUS = [UNACTIVATED_FIRMWARE 3] of [DETACHED STOPPED ATTACHED "
+                  "FIRMWARE_OUT_OF_DATE INSUFFICIENT_POWER DUAL_PLANE_FAIL FORCED INTERNAL "
+                  "CARD_LIMIT_EXCEEDED UNSUPPORTED_OS INSUFFICIENT_MEMORY SMP_BOOTLOADER_MODE "
+                  "LOGICAL_DRIVE_DEGRADED] (sort 23004)"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest
