@@ -44,13 +44,17 @@ void PluginSession::Stop() {
   if (!m_pLoaded) return;
   // The plug-in waits for its jobs for 25 seconds; without one it has only a scan to finish.
   const std::chrono::seconds atMost(m_HasChanged ? 30 : 5);
-  const auto call = [loaded = std::shared_ptr<Loaded>(std::move(m_pLoaded)),
-                     started = m_HasCards]() mutable {
+  const auto call = [loaded = m_pLoaded.release(), started = m_HasCards] {
+    const std::unique_ptr<Loaded> owner(loaded);
     if (started) loaded->m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
-    loaded.reset();
     return std::uint32_t{PI::SUCCESS};
   };
-  if (CallPatiently(call, Deadline(atMost), OnStop::GoOn)) return;
+  try {
+    if (CallPatiently(call, Deadline(atMost), OnStop::GoOn)) return;
+  } catch (const Failure&) {
+    call();  // no thread is to be had: then without a limit
+    return;
+  }
   m_Talk.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; the program ends without it",
               {"A card or its driver may hang: see the kernel log."});
 }

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "hostkit/FailedThreads.h"
 #include "tests/hostkit/toolkit/Fixtures.h"
 
 using namespace MBX::Threading;
@@ -73,6 +74,18 @@ TEST_P(Thread, CanBeStartedAgainAfterAStartThatFailed) {
   LetEnd();
   EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
   EXPECT_EQ(1U, m_Done.Wait(0));
+}
+
+TEST_P(Thread, TellsTheHostHowManyStartsFailed) {
+  const std::size_t before = HostKit::FailedThreads();
+  HostKit::FailThreadCreate(2);
+  EXPECT_EQ(1, Create());
+  EXPECT_EQ(before, HostKit::FailedThreads());
+  LetEnd();
+  m_pThread->Wait(WAIT_INFINITE);
+  m_pThread = std::make_unique<CThread>();
+  EXPECT_EQ(0, Create());
+  EXPECT_EQ(before + 1, HostKit::FailedThreads());
 }
 
 // Only starts that would have succeeded are counted.

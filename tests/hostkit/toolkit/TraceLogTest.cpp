@@ -63,8 +63,9 @@ TEST_F(TraceLog, WritesOneLineEachIntoAFile) {
   Send(16, "100% {} %s");
   Send(2, "two\nlines\x1b[31m");
   const std::string time = "[0-9]+-[0-9]+-[0-9]+T[0-9]+:[0-9]+:[0-9]+\\.[0-9]+Z ";
-  EXPECT_THAT(Content(m_File), MatchesRegex(time + "16 Module Some Worker:42 100% \\{\\} %s\n" +
-                                            time + "2 Module Some Worker:42 two lines \\[31m\n"));
+  EXPECT_THAT(Content(m_File),
+              MatchesRegex(time + "16 Module Some Worker:42 100% \\{\\} %s\n" + time +
+                           "2 Module Some Worker:42 two\\\\x0alines\\\\x1b\\[31m\n"));
 }
 
 TEST_F(TraceLog, ShowsVirtualTime) {
