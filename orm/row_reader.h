@@ -1,11 +1,17 @@
 // Turns the cells of an answer into rows.
 #pragma once
 
+#include <locale.h>
+#include <stdlib.h>
+
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <cerrno>
 #include <cstddef>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "models/FieldsMap.h"
@@ -26,8 +32,21 @@ inline void read_cell(const std::string& cell, unsigned long& value) {
       cell == null_word ? RaidDataModels::null_ulong : static_cast<unsigned long>(std::stoll(cell));
 }
 
+// `std::stod` as it is in the C locale: the host's own may have a decimal comma, and the database
+// has not.
+inline double number_of(const std::string& cell) {
+  static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  const int errno_before = std::exchange(errno, 0);
+  char* end = nullptr;
+  const double value = strtod_l(cell.c_str(), &end, c_locale);
+  const int failure = std::exchange(errno, errno_before);
+  if (end == cell.c_str()) throw std::invalid_argument("stod");
+  if (failure == ERANGE) throw std::out_of_range("stod");
+  return value;
+}
+
 inline void read_cell(const std::string& cell, double& value) {
-  value = cell == null_word ? RaidDataModels::null_double : std::stod(cell);
+  value = cell == null_word ? RaidDataModels::null_double : number_of(cell);
 }
 
 inline void read_cell(const std::string& cell, std::string& value) {

@@ -7,6 +7,7 @@
 // Statements are plain text. What a value holds is not escaped anywhere.
 #pragma once
 
+#include <locale>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -63,9 +64,11 @@ class CORVANE_API storage_t {
     const auto table = find_entry<table_t<Row>>(tables);
     if (!map || !table) return 0;
     const auto cells = run(max_text(*table, stringFromExpression(member)));
+    if (cells.empty()) return 0;
+    std::istringstream cell(cells.front());
+    cell.imbue(std::locale::classic());
     Field value = 0;
-    if (cells.empty() || !(std::istringstream(cells.front()) >> value)) return 0;
-    return value;
+    return cell >> value ? value : 0;
   }
 
   // The rows that meet the condition, in the order of the database. A cell that its column's type

@@ -1,0 +1,79 @@
+// Numbers in cells and statements, in a process whose locale groups digits and has a decimal comma.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <locale>
+#include <string>
+#include <vector>
+
+#include "tests/orm/Database.h"
+#include "tests/orm/Rows.h"
+
+namespace {
+
+bool g_HasDecimalComma = false;
+
+}  // namespace
+
+// Stands in front of the library's: in a locale with a decimal comma it stops at a point. No such
+// locale need be installed.
+extern "C" double strtod(const char* text, char** end) {
+  static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+  if (!g_HasDecimalComma) return strtod_l(text, end, plain);
+  const std::string whole(text, std::string(text).find('.'));
+  char* stop = nullptr;
+  const double value = strtod_l(whole.c_str(), &stop, plain);
+  if (end != nullptr) *end = const_cast<char*>(text) + (stop - whole.c_str());
+  return value;
+}
+
+namespace {
+
+using namespace DatabaseORM;
+
+class Grouping : public std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+class Locale : public testing::Test {
+ protected:
+  Locale() : m_Before(std::locale::global({std::locale::classic(), new Grouping})) {
+    g_HasDecimalComma = true;
+  }
+  ~Locale() override {
+    g_HasDecimalComma = false;
+    std::locale::global(m_Before);
+  }
+
+  const std::locale m_Before;
+  const std::shared_ptr<ScriptedDatabase> m_Database = std::make_shared<ScriptedDatabase>();
+};
+
+TEST_F(Locale, ACellIsReadWithADecimalPoint) {
+  auto storage = StorageOf<Everything>(m_Database);
+  m_Database->Answer({"1234", "me", "a", "22", "2.5", "5", "33", "x", "1234.75", "y"});
+  const Everything row = storage.get_all<Everything>(where(is_equal(&Everything::id, 1))).at(0);
+  EXPECT_EQ(row.id, 1234);
+  EXPECT_EQ(row.ratio, 2.5);
+}
+
+TEST_F(Locale, TheLargestKeyHasNoGroups) {
+  auto storage = StorageOf<Item>(m_Database);
+  m_Database->Answer({"1.234"});
+  EXPECT_EQ(storage.max(&Item::id), 1);
+  m_Database->Answer({"1234"});
+  EXPECT_EQ(storage.max(&Item::id), 1234);
+}
+
+TEST_F(Locale, AStatementHasNoGroups) {
+  auto storage = StorageOf<Item>(m_Database);
+  Item item;
+  item.id = 1234567;
+  storage.update(item);
+  EXPECT_EQ(m_Database->sent.back(), "UPDATE T1 SET ID=1234567, Name=NULL WHERE ID = 1234567;");
+}
+
+}  // namespace
