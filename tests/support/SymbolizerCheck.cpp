@@ -1,2 +1,4 @@
 // Does nothing but what is linked into it: ends well if the sanitizer can tell names of functions.
-int main() { return 0; }
+int main() {
+  return 0;
+}
