@@ -54,6 +54,8 @@ void PluginSession::Stop() {
   } catch (const Failure&) {
     call();  // no thread is to be had: then without a limit
     return;
+  } catch (const std::exception&) {
+    return;  // the plug-in's own, and it is gone now
   }
   m_Talk.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; the program ends without it",
               {"A card or its driver may hang: see the kernel log."});
