@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <locale>
 #include <sstream>
 #include <type_traits>
 #include <utility>
@@ -25,6 +26,7 @@ void Put(std::ostream& text, const std::vector<std::int32_t>& list) {
 // All fields but those that stay in place, in their order.
 std::string FieldsOf(const CFusionIOAdapter& a) {
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   const auto put = [&text](const auto&... fields) { ((text << fields << '|'), ...); };
   put(a.m_CardIndex, a.m_GlobalNumber, a.m_Vendor, a.m_BoardName, a.m_Model, a.m_Name);
   put(a.m_Location, a.m_SerialNumber, a.m_DriverName, a.m_DriverVersion, a.m_FirmwareVersion);
@@ -40,6 +42,7 @@ std::string FieldsOf(const CFusionIOAdapter& a) {
 
 std::string FieldsOf(const CFusionIOPhysicalDrive& d) {
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   const auto put = [&text](const auto&... fields) { ((text << fields << '|'), ...); };
   put(d.m_CardIndex, d.m_GlobalNumber, d.m_SerialNumber, d.m_Vendor, d.m_Product, d.m_Reserved);
   put(d.m_Name, d.m_Location, d.m_DevicePath, d.m_State, d.m_SectorSize, d.m_MinSectorSize);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <locale>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -31,6 +32,7 @@ inline std::string NamesOf(const std::vector<std::int32_t>& values) {
 // The value alone: a text as it is, choices by their names, numbers in decimal.
 inline std::string ValueOf(const PI::CProperty& property) {
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   switch (property.m_ValueType) {
     case HostKit::VALUE_TYPE_STRING:
       return property.m_Value.m_String.m_Text;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <locale>
 #include <mutex>
 #include <sstream>
 
@@ -62,6 +63,7 @@ std::string Names(const List& numbers) {
 std::string ValueText(const PI::CProperty& property) {
   const auto& value = property.m_Value;
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   switch (property.m_ValueType) {
     case HostKit::VALUE_TYPE_STRING:
       text << '"' << value.m_String.m_Text << '"';
@@ -300,6 +302,7 @@ void SimulatedHost::ForgetTraces() {
 std::string Render(const PI::CProperty& property) {
   const PI::CProperty plain(PI::Property::UNDEFINED, false);
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   text << NameOr(HostKit::Family::Property, property.m_PropertyID) << " = " << ValueText(property)
        << " (";
   const char* separator = "";
