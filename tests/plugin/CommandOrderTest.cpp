@@ -121,7 +121,7 @@ TEST_F(CommandOrder, OfAStartWithoutTheLibrary) {
                           "-- trace 2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
 }
 
-// The count comes before the library goes down here, and behind that when the scan has failed.
+// The count is printed before the library goes down here, and after that when the scan has failed.
 TEST_F(CommandOrder, OfAStartWithoutAUsableCard) {
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   Lines expected = START_LIBRARY;
@@ -162,7 +162,7 @@ TEST_F(CommandOrder, OfAStop) {
                                       "-- trace 2 LEAVE DeInitialize"));
 }
 
-// With all reads: the card is closed and destroyed behind the last of them and before the exit.
+// With all reads: the card is closed and destroyed after the last of them and before the exit.
 TEST_F(CommandOrder, OfAnAdaptersProperties) {
   m_Host.Cards().Set("card0", "reserve_space_pct", "88.9");
   m_Host.Cards().Set("card0", "reserve_status", "1");
@@ -248,6 +248,22 @@ Lines Inside(Lines steps) {
   return steps;
 }
 
+TEST_F(CommandOrder, OfCollectedEvents) {
+  Start();
+  PI::COperation collect;
+  collect.m_OperationID = PI::OP_GET_EVENTS;
+  EXPECT_EQ(m_Host.Execute(PI::CMD_EXECUTE_OPERATION, PLUGIN, &collect), 0U);
+  EXPECT_THAT(
+      m_Journal.Entries(),
+      ElementsAre("-- trace 8 Before m_DataLock.Wait (sg)", "d- trace 8 After m_DataLock.Wait (sg)",
+                  "d- trace 2 ENTER ExecutePluginOperation()", "d- trace 2 ENTER GetEvents()",
+                  "d- trace 8 Before m_EventsLock.Wait(INFINITE)",
+                  "de trace 8 After m_EventsLock.Wait(INFINITE)",
+                  "de trace 8 Before m_EventsLock.Release()",
+                  "d- trace 8 After m_EventsLock.Release()", "d- trace 2 LEAVE GetEvents() -> 0",
+                  "d- trace 2 LEAVE ExecutePluginOperation() -> 0"));
+}
+
 TEST_F(CommandOrder, OfACheckOfTheLight) {
   Start();
   EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
@@ -328,8 +344,8 @@ TEST_F(CommandOrder, OfUnitsThatGoOffline) {
                           "d- trace 2 LEAVE ExecutePhysicalDriveOperation() -> 0"));
 }
 
-// Whoever is called for a new interval finds it everywhere: the event that wakes the worker is set
-// behind the value and behind the file.
+// The host that is called for a new interval finds it everywhere: the event that wakes the worker
+// is set after the value and the file.
 TEST(CommandOrderInDrawnSchedules, OfANewPollInterval) {
   InManySchedules([](Schedule schedule) {
     SimulatedHost host(TimeOf(schedule));

@@ -30,7 +30,7 @@ void Masks(CardSim::StateFile& cards, const char* errors, const char* warnings, 
 
 // A look takes 12 ms for each card and a scan too; each statement takes 100 here, so that a time
 // taken too early or too late shows. The first look, at 5,000, finds what it can see, and the scan
-// behind it compares at 5,024. A mask is believed in the third scan, each of which writes the rows
+// after it compares at 5,024. A mask is believed in the third scan, each of which writes the rows
 // of one card with four statements. What no look sees is found by the scan that is due at 15,024.
 const EventSource EVENT_SOURCES[] = {
     {"Error",

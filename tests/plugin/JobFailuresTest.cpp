@@ -200,7 +200,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeItDestroysAndForgetsItsDeviceLast) {
                      "-e trace 8 After m_EventsLock.Wait (sg)", event});
   }
   expected.insert(expected.end(), {"-- trace 2 LEAVE " + name + "()"});
-  // Without a call behind it, the event is seen when the job has ended.
+  // Without a call after it, the event is seen when the job has ended.
   if (GetParam().calls.size() == 1) expected.erase(expected.end() - 2);
 
   Journal journal(m_Host);

@@ -236,7 +236,7 @@ TEST_F(JobWithoutItsAdapter, FailsForNobodyWhenItsCardHasGone) {
   EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, FAILED_FOR_NOBODY));
 }
 
-// The scan could not name the card; the job can. Nobody hears of it but by the scans.
+// The scan could not name the card; the job can. Only the scans report it.
 TEST_F(JobWithoutItsAdapter, AttachesItsCardAllTheSame) {
   LoseCard([] { CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone"); });
   // The handles of the scan that begins meanwhile have numbers too.

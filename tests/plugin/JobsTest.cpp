@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <ostream>
 
@@ -92,8 +93,8 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
   EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
 }
 
-// It holds no lock at any call, and its device is known from before the first one to behind the
-// last.
+// It holds no lock at any call, and its device is known from before the first one until after the
+// last. The line that announces the thread comes before the thread.
 TEST_P(EachJob, TakesItsStepsInTheirOrder) {
   StartWith({GetParam().before}, "0");
   const std::string name = GetParam().name;
@@ -113,6 +114,10 @@ TEST_P(EachJob, TakesItsStepsInTheirOrder) {
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(journal.OfOthers(), ElementsAreArray(expected));
+  const Lines all = journal.Entries();
+  const auto announced = std::find(all.begin(), all.end(), "d- trace " + GetParam().traces[1]);
+  EXPECT_NE(announced, all.end());
+  EXPECT_LT(announced, std::find(all.begin(), all.end(), expected.front()));
 }
 
 // The first job comes to its first step when another one has taken its slot and has ended: its

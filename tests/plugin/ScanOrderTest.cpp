@@ -173,7 +173,7 @@ TEST_F(ScanOrder, OfACardThatGoesBesideOneThatChanges) {
                                   REST})));
 }
 
-// What was queued is seen at the first call behind it, which is a read for the first row. Added
+// What was queued is seen at the first call after it, which is a read for the first row. Added
 // adapters come before changed ones, added drives before the upkeep of all drives.
 TEST_F(ScanOrder, OfACardThatComesBesideOneThatChanges) {
   AddCards(2);
@@ -255,7 +255,7 @@ TEST_F(ScanOrder, OfALookThatCannotReachACard) {
            REST})));
 }
 
-// The card is destroyed behind the line that says why; the host is called for the event that waits.
+// The card is destroyed after the line that says why; the host is called for the event that waits.
 TEST_F(ScanOrder, OfAScanThatFailsWhileAnEventWaits) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -294,7 +294,7 @@ TEST_F(ScanOrder, OfACardWithoutAFormatJob) {
                                  "de call vsl_close card#1", "de call vsl_destroy card#1"));
 }
 
-// A line that tells a value stands behind its read and before the next question.
+// A line with a value follows the read of that value at once.
 TEST_F(ScanOrder, OfTheAgesAndTheirLines) {
   AddCards(1);
   StartWatch();

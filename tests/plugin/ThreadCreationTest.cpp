@@ -1,4 +1,5 @@
-// A thread that cannot be started: nobody is told, nobody waits for it, and the next try is free.
+// A thread that cannot be started: the host gets no error, the stop does not wait, and the next
+// start is as any other.
 
 #include "tests/plugin/Watch.h"
 
@@ -61,7 +62,7 @@ TEST_F(ThreadCreation, OfASecondWorkerDoesNotStopTheFirst) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
 }
 
-// There is no thread to cancel then, and a late job is left to its card as always.
+// There is no thread to cancel then, and a late job is left to its card as usual.
 TEST_F(ThreadCreation, WithoutAWorkerALateJobIsGivenUpAllTheSame) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -159,7 +160,7 @@ TEST_P(EachJobWithoutAThread, DoesNotCountAsBusyAndTheNextOneRuns) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-// It has taken the slot of the job that runs, so that this one is no longer seen.
+// The slot is its own from then on, and the job that runs is no longer seen.
 TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheJobThatRuns) {
   StartWith(2);
   HeldCall held("vsl_op_wait_for_result");

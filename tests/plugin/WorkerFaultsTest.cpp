@@ -27,14 +27,14 @@ class WorkerFaults : public Watched {
     ExpectNoLockHeld();
   }
   static HostKit::ThreadView TheNewestThread() { return HostKit::Threads().back(); }
-  // The threads of the test's own plug-in, and how often each was asked to end.
+  // The threads of the test's own plug-in, and how often `Cancel` was called for each.
   static Lines Cancellations() {
     Lines texts;
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
       if (thread.ordinal == 0) continue;
       texts.push_back(std::to_string(thread.ordinal) + (thread.ended ? " ended" : " runs") +
-                      (thread.cancelled ? " early" : "") + ", asked " +
-                      std::to_string(thread.cancelRequests) + " times");
+                      (thread.cancelled ? " early" : "") + ", cancel " +
+                      std::to_string(thread.cancelRequests));
     }
     return texts;
   }
@@ -428,7 +428,7 @@ TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
   EXPECT_THAT(TimesOf("16 Kill Attach"), SizeIs(1));
   EXPECT_THAT(TimesOf("16 Kill Worker"), IsEmpty());
   PassMs(30000);
-  EXPECT_THAT(Cancellations(), ElementsAre("1 ended, asked 1 times", "2 ended, asked 0 times"));
+  EXPECT_THAT(Cancellations(), ElementsAre("1 ended, cancel 1", "2 ended, cancel 0"));
 }
 
 TEST_F(WorkerFaults, TwoLateJobsAskAnEndedWorkerTwice) {
@@ -441,8 +441,8 @@ TEST_F(WorkerFaults, TwoLateJobsAskAnEndedWorkerTwice) {
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_FORCE_DETACH), 0U);
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   PassMs(30000);
-  EXPECT_THAT(Cancellations(), ElementsAre("1 ended, asked 2 times", "2 ended, asked 0 times",
-                                           "3 ended, asked 0 times"));
+  EXPECT_THAT(Cancellations(),
+              ElementsAre("1 ended, cancel 2", "2 ended, cancel 0", "3 ended, cancel 0"));
 }
 
 // In every turn the worker comes first, then the attach job, then the detach job; each that is
@@ -472,8 +472,8 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsInTurnAndGivesThemUpInThatOrder
   EXPECT_THAT(KeptLines(), ElementsAreArray(expected));
   EXPECT_EQ(NowMs(), 5500U + 25200U);
   PassMs(60000);
-  EXPECT_THAT(Cancellations(), ElementsAre("1 ended early, asked 3 times", "2 ended, asked 0 times",
-                                           "3 ended, asked 0 times"));
+  EXPECT_THAT(Cancellations(),
+              ElementsAre("1 ended early, cancel 3", "2 ended, cancel 0", "3 ended, cancel 0"));
 }
 
 TEST_F(WorkerFaults, TwoWorkersWatchWhenNumbersAreGivenTwiceAndBothEnd) {
