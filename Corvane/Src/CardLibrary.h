@@ -1,129 +1,91 @@
-// The card library as the plug-in sees it: error records, handles that end themselves, and
-// attributes that may be absent.
+// What the plug-in reads from the card library: attributes that may be absent.
 #pragma once
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <optional>
 #include <string>
 
-#include "Corvane/Src/CardNumbers.h"
+#include "Corvane/Src/CardHandles.h"
 #include "host/vsl_abstraction.h"
 
 namespace NAMESPACE_Corvane {
 
-// Where the library says why a call failed. The text is read only where it was ended: the library
-// leaves the record alone on success, and one trace prints it then.
-class ErrorRecord {
- public:
-  ErrorRecord() { *TextBegin() = '\0'; }
-  // All zero, for calls that may read it.
-  static ErrorRecord Zeroed() {
-    ErrorRecord record;
-    record.m_Record = {};
-    return record;
-  }
-
-  operator vsl_error_record*() { return &m_Record; }
-  std::string Text() const {
-    const char* text = const_cast<ErrorRecord*>(this)->TextBegin();
-    return std::string(text, strnlen(text, kErrorRecordSize - kErrorTextAt));
-  }
-
- private:
-  // The library's header may name the members as it likes.
-  char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextAt; }
-
-  static_assert(sizeof(vsl_error_record) == kErrorRecordSize);
-  vsl_error_record m_Record;
+// The two functions behind one attribute of a handle of that kind.
+template <class Kind, class T>
+struct Attribute {
+  bool (*m_Has)(void*, vsl_error_record*);
+  T (*m_Read)(void*, vsl_error_record*);
 };
 
-// A handle of any kind, destroyed with this object when the call that made it succeeded.
-//
-// The destroying call reports into `destroyRecord`, or nowhere.
-class Handle {
- public:
-  explicit Handle(vsl_error_record* destroyRecord = nullptr) : m_pDestroyRecord(destroyRecord) {}
-  // A thread that is cancelled inside the library unwinds through this one.
-  ~Handle() noexcept(false) { Destroy(); }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
+template <class Kind, class T>
+constexpr Attribute<Kind, T> AttributeOf(bool (*has)(void*, vsl_error_record*),
+                                         T (*read)(void*, vsl_error_record*)) {
+  return {has, read};
+}
 
-  // Runs `make`, which gets the address of the handle, and gives its code.
-  template <class Make>
-  vsl_code Create(Make make) {
-    const vsl_code code = make(&m_Handle);
-    m_Owned = code == 0;
-    return code;
-  }
+#define VSL(name)                                                                         \
+  ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Card>(vsl_has_##name, \
+                                                                          vsl_##name)
+#define VSL_ADAPTER(name)                                                                    \
+  ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Adapter>(vsl_has_##name, \
+                                                                             vsl_##name)
+#define VSL_FORMAT(name)                                                     \
+  ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Format>( \
+      vsl_iom_format_has_##name, vsl_iom_format_##name)
 
-  // Destroy it although its creation failed.
-  void Adopt() { m_Owned = true; }
-  // Leave it to the library.
-  void Release() { m_Owned = false; }
-
-  void Destroy() {
-    if (!m_Owned) return;
-    m_Owned = false;
-    vsl_destroy(&m_Handle, m_pDestroyRecord);
-  }
-
-  void*& Get() { return m_Handle; }
-
- private:
-  void* m_Handle = nullptr;
-  vsl_error_record* m_pDestroyRecord;
-  bool m_Owned = false;
-};
-
-// The two functions behind one attribute.
-#define VSL(name) vsl_has_##name, vsl_##name
-#define VSL_FORMAT(name) vsl_iom_format_has_##name, vsl_iom_format_##name
+// Two attributes that the library does not name in pairs: a status that comes with the space, and a
+// mode that is only asked for.
+constexpr auto kReserveStatus =
+    AttributeOf<HandleKind::Card>(vsl_has_reserve_space_pct, vsl_reserve_status);
+constexpr Attribute<HandleKind::Format, bool> kSizeMode = {vsl_iom_format_has_size_mode, nullptr};
 
 // Reads attributes of a handle that someone else keeps.
+template <class Kind>
 class AttributeReader {
  public:
-  AttributeReader(void* handle, vsl_error_record* error) : m_Handle(handle), m_pError(error) {}
+  AttributeReader(HandleRef<Kind> handle, ErrorRecord& error) : m_Handle(handle), m_Error(error) {}
 
-  bool Has(bool (*has)(void*, vsl_error_record*)) const { return has(m_Handle, m_pError); }
+  template <class T>
+  bool Has(const Attribute<Kind, T>& attribute) const {
+    return attribute.m_Has(m_Handle.Raw(), m_Error);
+  }
 
   // For an attribute that the card is known to have.
   template <class T>
-  T Get(T (*read)(void*, vsl_error_record*)) const {
-    return read(m_Handle, m_pError);
+  T Get(const Attribute<Kind, T>& attribute) const {
+    return attribute.m_Read(m_Handle.Raw(), m_Error);
   }
 
   // Nothing when the card does not have the attribute.
   template <class T>
-  std::optional<T> Read(bool (*has)(void*, vsl_error_record*),
-                        T (*read)(void*, vsl_error_record*)) const {
-    if (!has(m_Handle, m_pError)) return std::nullopt;
-    return read(m_Handle, m_pError);
+  std::optional<T> Read(const Attribute<Kind, T>& attribute) const {
+    if (!Has(attribute)) return std::nullopt;
+    return Get(attribute);
   }
 
   // A text is the library's until the next call, so it is copied here.
-  std::optional<std::string> Read(bool (*has)(void*, vsl_error_record*),
-                                  const char* (*read)(void*, vsl_error_record*)) const {
-    if (!has(m_Handle, m_pError)) return std::nullopt;
-    const char* text = read(m_Handle, m_pError);
+  std::optional<std::string> Read(const Attribute<Kind, const char*>& attribute) const {
+    if (!Has(attribute)) return std::nullopt;
+    const char* text = Get(attribute);
     return text == nullptr ? std::string() : std::string(text);
   }
 
   // Leaves `field` as it is when the card does not have the attribute, and says so.
   template <class T, class Field>
-  bool ReadInto(Field& field, bool (*has)(void*, vsl_error_record*),
-                T (*read)(void*, vsl_error_record*)) const {
-    const auto value = Read(has, read);
+  bool ReadInto(Field& field, const Attribute<Kind, T>& attribute) const {
+    const auto value = Read(attribute);
     if (value) field = *value;
     return value.has_value();
   }
 
  private:
-  void* m_Handle;
-  vsl_error_record* m_pError;
+  HandleRef<Kind> m_Handle;
+  ErrorRecord& m_Error;
 };
+
+using CardReader = AttributeReader<HandleKind::Card>;
 
 // Cuts a number of the card toward zero. What no integer can hold becomes the nearest one, and
 // what is no number 0.

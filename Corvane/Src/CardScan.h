@@ -2,7 +2,6 @@
 // takes them. The order of the reads within a step is part of it: cards are used to being asked so.
 #pragma once
 
-#include <boost/format.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/CardTables.h"
 #include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/Texts.h"
 #include "host/Toolkit.h"
 
 namespace NAMESPACE_Corvane {
@@ -17,7 +17,7 @@ namespace NAMESPACE_Corvane {
 // PCI vendor and device as the host's hardware list writes them.
 inline void AppendIdentities(const DeviceFamily& family, std::vector<std::string>& identities) {
   for (const std::uint16_t* id = family.m_Begin; id != family.m_End; ++id) {
-    identities.push_back(boost::str(boost::format("1AED%04X") % *id));
+    identities.push_back(Formatted("1AED%04X", *id));
   }
 }
 
@@ -25,7 +25,7 @@ inline bool IsMolt(const CFusionIOAdapter& adapter) {
   return adapter.m_Model.find("MOLT") != std::string::npos;
 }
 
-inline void ReadPciAddress(const AttributeReader& card, CFusionIOAdapter& adapter) {
+inline void ReadPciAddress(const CardReader& card, CFusionIOAdapter& adapter) {
   card.ReadInto(adapter.m_PciBus, VSL(pci_bus));
   card.ReadInto(adapter.m_PciDevice, VSL(pci_device));
   card.ReadInto(adapter.m_PciFunction, VSL(pci_function));
@@ -52,8 +52,7 @@ inline std::uint64_t LookUpSegment(const DeviceFamily& family, const CFusionIOAd
 }
 
 // A card of no family stays without model and driver name, and is carried on all the same.
-inline void ReadFamily(const AttributeReader& card, std::uint16_t deviceId,
-                       CFusionIOAdapter& adapter) {
+inline void ReadFamily(const CardReader& card, std::uint16_t deviceId, CFusionIOAdapter& adapter) {
   const DeviceFamily* family = FamilyOf(deviceId);
   if (family == nullptr) return;
   if (adapter.m_PciSegment == kNotKnown) adapter.m_PciSegment = LookUpSegment(*family, adapter);
@@ -76,31 +75,28 @@ inline void SetGlobalNumber(CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& d
 }
 
 inline void SetLocations(CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& drive) {
-  const std::string segment = adapter.m_PciSegment == 0
-                                  ? ""
-                                  : boost::str(boost::format("Segment=%d&") % adapter.m_PciSegment);
-  adapter.m_Location = boost::str(boost::format("PCI:%sBus=%d&Device=%d&Function=%d") % segment %
-                                  adapter.m_PciBus % adapter.m_PciDevice % adapter.m_PciFunction);
+  const std::string segment =
+      adapter.m_PciSegment == 0 ? "" : Formatted("Segment=%d&", adapter.m_PciSegment);
+  adapter.m_Location = Formatted("PCI:%sBus=%d&Device=%d&Function=%d", segment, adapter.m_PciBus,
+                                 adapter.m_PciDevice, adapter.m_PciFunction);
   drive.m_Location = adapter.m_Location + "&ID=0";
 }
 
-inline void ReadFirmwareVersion(const AttributeReader& card, CFusionIOAdapter& adapter) {
-  const bool inParts =
-      card.Has(vsl_has_fw_current_major_ver) && card.Has(vsl_has_fw_current_minor_ver) &&
-      card.Has(vsl_has_fw_current_micro_ver) && card.Has(vsl_has_fw_current_revision);
+inline void ReadFirmwareVersion(const CardReader& card, CFusionIOAdapter& adapter) {
+  const bool inParts = card.Has(VSL(fw_current_major_ver)) && card.Has(VSL(fw_current_minor_ver)) &&
+                       card.Has(VSL(fw_current_micro_ver)) && card.Has(VSL(fw_current_revision));
   if (!inParts) {
     card.ReadInto(adapter.m_FirmwareVersion, VSL(fw_current_version));
     return;
   }
-  const std::int32_t revision = card.Get(vsl_fw_current_revision);
-  const std::int32_t micro = card.Get(vsl_fw_current_micro_ver);
-  const std::int32_t minor = card.Get(vsl_fw_current_minor_ver);
-  const std::int32_t major = card.Get(vsl_fw_current_major_ver);
-  adapter.m_FirmwareVersion =
-      boost::str(boost::format("%d.%d.%d (%d)") % major % minor % micro % revision);
+  const std::int32_t revision = card.Get(VSL(fw_current_revision));
+  const std::int32_t micro = card.Get(VSL(fw_current_micro_ver));
+  const std::int32_t minor = card.Get(VSL(fw_current_minor_ver));
+  const std::int32_t major = card.Get(VSL(fw_current_major_ver));
+  adapter.m_FirmwareVersion = Formatted("%d.%d.%d (%d)", major, minor, micro, revision);
 }
 
-inline void ReadPower(const AttributeReader& card, void* iom, CFusionIOAdapter& adapter) {
+inline void ReadPower(const CardReader& card, CardRef iom, CFusionIOAdapter& adapter) {
   switch (card.Read(VSL(external_power_requirement)).value_or(0)) {
     case 1:
       adapter.m_ExternalPower = PI::Value::OPTIONAL;
@@ -117,12 +113,11 @@ inline void ReadPower(const AttributeReader& card, void* iom, CFusionIOAdapter& 
   card.ReadInto(adapter.m_SlotPowerWatts, VSL(pcie_slot_power_watts));
 
   ErrorRecord error;
-  Handle pcieAdapter(error);
-  const vsl_code code =
-      pcieAdapter.Create([&](void** handle) { return vsl_adapter_create(iom, handle, error); });
-  if (code != 0) return;  // the limit stays unknown
-  AttributeReader(pcieAdapter.Get(), error)
-      .ReadInto(adapter.m_PowerLimitWatts, VSL(power_limit_watts));
+  AdapterHandle pcieAdapter(error);
+  if (CreateHandle(iom, pcieAdapter, error) != 0) return;  // the limit stays unknown
+  AttributeReader<HandleKind::Adapter>(pcieAdapter, error)
+      .ReadInto(adapter.m_PowerLimitWatts, VSL_ADAPTER(power_limit_watts));
+  pcieAdapter.Destroy();
 }
 
 // What the card shows at start-up is taken as having been so for long.
@@ -136,15 +131,15 @@ inline void FillHistories(CFusionIOAdapter& adapter) {
 inline void SetStatus(CFusionIOAdapter& adapter) {
   if (adapter.m_ErrorFlags != 0) {
     adapter.m_Status = PI::Value::FAILED;
-    AppendReasons(adapter.m_ErrorFlags, kErrorReasons, adapter.m_StatusReasons);
+    AppendReasons(adapter.m_ErrorFlags, kErrorBits, adapter.m_StatusReasons);
   } else if (adapter.m_WarningFlags != 0) {
     adapter.m_Status = PI::Value::WARNING;
-    AppendReasons(adapter.m_WarningFlags, kWarningReasons, adapter.m_StatusReasons);
+    AppendReasons(adapter.m_WarningFlags, kWarningBits, adapter.m_StatusReasons);
   }
-  AppendReasons(adapter.m_InfoFlags, kInfoReasons, adapter.m_StatusReasons);
+  AppendReasons(adapter.m_InfoFlags, kInfoBits, adapter.m_StatusReasons);
 }
 
-inline void ReadMinimalMode(const AttributeReader& card, CFusionIOAdapter& adapter) {
+inline void ReadMinimalMode(const CardReader& card, CFusionIOAdapter& adapter) {
   adapter.m_MinimalModeReason = card.Read(VSL(minimal_mode_reason)).value_or(0);
   if (adapter.m_MinimalModeReason == 0) {
     adapter.m_StatusReasons.push_back(PI::Value::MINIMAL_MODE);
@@ -153,7 +148,7 @@ inline void ReadMinimalMode(const AttributeReader& card, CFusionIOAdapter& adapt
   AppendReasons(adapter.m_MinimalModeReason, kMinimalModeReasons, adapter.m_StatusReasons);
 }
 
-inline void ReadWriteThrottling(const AttributeReader& card, CFusionIOAdapter& adapter) {
+inline void ReadWriteThrottling(const CardReader& card, CFusionIOAdapter& adapter) {
   const std::uint32_t state = card.Read(VSL(write_throttling_state)).value_or(0);
   if (state != 1 && state != 2) {
     adapter.m_WriteThrottling = PI::Value::NONE;
@@ -167,9 +162,9 @@ inline void ReadWriteThrottling(const AttributeReader& card, CFusionIOAdapter& a
 }
 
 // What a format may ask for; the handle serves for nothing else.
-inline void ReadFormatLimits(void* handle, vsl_error_record* error, CFusionIOPhysicalDrive& drive) {
+inline void ReadFormatLimits(FormatRef handle, ErrorRecord& error, CFusionIOPhysicalDrive& drive) {
   constexpr std::uint32_t kDefaultSectorSize = 512;
-  const AttributeReader format(handle, error);
+  const AttributeReader<HandleKind::Format> format(handle, error);
   if (const auto disallowed = format.Read(VSL_FORMAT(disallow_overformat))) {
     drive.m_OverformatAllowed = !*disallowed;
   }
@@ -192,17 +187,17 @@ inline void ReadFormatLimits(void* handle, vsl_error_record* error, CFusionIOPhy
     }
   };
   readMaximum();
-  if (!drive.m_OverformatAllowed || !format.Has(vsl_iom_format_has_size_mode)) return;
+  if (!drive.m_OverformatAllowed || !format.Has(kSizeMode)) return;
   // The mode raises the maximum to what over-formatting allows.
-  vsl_iom_format_set_size_mode(handle, kSizeModeOverformat, error);
+  AllowOverformat(handle, error);
   readMaximum();
 }
 
 inline std::string DriveName(const CFusionIOAdapter& adapter, const CFusionIOPhysicalDrive& drive) {
-  if (!IsMolt(adapter)) return boost::str(boost::format("%s (0)") % drive.m_Product);
+  if (!IsMolt(adapter)) return Formatted("%s (0)", drive.m_Product);
   const std::uint64_t wholeTiB = drive.m_FactorySizeMiB >> 20U;
   const char* capacity = wholeTiB == 1 ? "1.3TB" : wholeTiB == 2 ? "2.6TB" : "5.2TB";
-  return boost::str(boost::format("%s %s (0)") % adapter.m_Model % capacity);
+  return Formatted("%s %s (0)", adapter.m_Model, capacity);
 }
 
 }  // namespace NAMESPACE_Corvane

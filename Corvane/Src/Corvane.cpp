@@ -6,6 +6,7 @@
 #include <boost/convert.hpp>
 #include <boost/convert/stream.hpp>
 #include <cstring>
+#include <locale>
 #include <new>
 #include <type_traits>
 
@@ -62,9 +63,11 @@ constexpr std::uint32_t kMaxPollInterval = 255;
 // The longest path that the system takes.
 constexpr std::size_t kDevicePathRoom = 4096;
 
-// Seconds as the configuration gives them, or the default for anything but a decimal number.
+// Seconds as the configuration gives them, or the default for anything but a decimal number, which
+// has no grouped digits in any locale.
 std::uint32_t ParsePollInterval(const std::string& text) {
-  const boost::cnv::basic_stream<char> converter;
+  boost::cnv::basic_stream<char> converter;
+  converter(std::locale::classic());
   const auto seconds = boost::convert<std::uint32_t>(text, converter);
   return std::clamp(seconds.value_or(kDefaultPollInterval), kMinPollInterval, kMaxPollInterval);
 }
@@ -138,6 +141,7 @@ template <class... Arguments>
 IPLUGINAPI_IMPL::Routed IPLUGINAPI_IMPL::Route(unsigned long objectId,
                                                const Handlers<Arguments...>& handlers,
                                                const CountTexts& texts, Arguments... arguments) {
+  TRACE_AS(texts.m_Function);
   const auto hasId = [objectId](const PI::CObject& object) { return object.m_ID == objectId; };
 
   if (hasId(m_Plugin)) return {(this->*handlers.m_Plugin)(m_Plugin, arguments...), &m_Plugin};
@@ -158,29 +162,33 @@ IPLUGINAPI_IMPL::Routed IPLUGINAPI_IMPL::Route(unsigned long objectId,
   return {PI::ERR_INVALID_OBJECT_ID, nullptr};
 }
 
+IPLUGINAPI_IMPL::Routed IPLUGINAPI_IMPL::RouteProperties(unsigned long objectId,
+                                                         const CountTexts& texts,
+                                                         std::vector<PI::CProperty>& properties,
+                                                         unsigned int selector) {
+  static constexpr Handlers<std::vector<PI::CProperty>&, unsigned int> kHandlers = {
+      &IPLUGINAPI_IMPL::GetPluginProperties, &IPLUGINAPI_IMPL::GetAdapterProperties,
+      &IPLUGINAPI_IMPL::GetPhysicalDriveProperties};
+  return Route<std::vector<PI::CProperty>&, unsigned int>(objectId, kHandlers, texts, properties,
+                                                          selector);
+}
+
 unsigned int IPLUGINAPI_IMPL::GetProperties(unsigned long objectId,
                                             std::vector<PI::CProperty>& properties) {
   TRACED_GUARD(m_DataLock);
-  const Handlers<std::vector<PI::CProperty>&, unsigned int> handlers = {
-      &IPLUGINAPI_IMPL::GetPluginProperties, &IPLUGINAPI_IMPL::GetAdapterProperties,
-      &IPLUGINAPI_IMPL::GetPhysicalDriveProperties};
-  const CountTexts texts = {"GetProperties() Adapter = %d", "GetProperties() PhysicalDrives = %d"};
-  return Route<std::vector<PI::CProperty>&, unsigned int>(objectId, handlers, texts, properties,
-                                                          PI::Property::UNDEFINED)
-      .m_Result;
+  static constexpr CountTexts kTexts = {"GetProperties", "GetProperties() Adapter = %d",
+                                        "GetProperties() PhysicalDrives = %d"};
+  return RouteProperties(objectId, kTexts, properties, PI::Property::UNDEFINED).m_Result;
 }
 
 // Works on a list of its own, so that the payload stays as it is unless there is a value, and
 // counts as a change of the object, found or not found the property.
 unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty& property) {
   TRACED_GUARD(m_DataLock);
-  const Handlers<std::vector<PI::CProperty>&, unsigned int> handlers = {
-      &IPLUGINAPI_IMPL::GetPluginProperties, &IPLUGINAPI_IMPL::GetAdapterProperties,
-      &IPLUGINAPI_IMPL::GetPhysicalDriveProperties};
-  const CountTexts texts = {"GetProperty() Adapter = %d", "GetProperty() PhysicalDrives = %d"};
+  static constexpr CountTexts kTexts = {"GetProperty", "GetProperty() Adapter = %d",
+                                        "GetProperty() PhysicalDrives = %d"};
   std::vector<PI::CProperty> found;
-  const Routed routed = Route<std::vector<PI::CProperty>&, unsigned int>(
-      objectId, handlers, texts, found, property.m_PropertyID);
+  const Routed routed = RouteProperties(objectId, kTexts, found, property.m_PropertyID);
   if (routed.m_pObject != nullptr) ++routed.m_pObject->m_ChangeCount;
   if (routed.m_Result != PI::SUCCESS) return routed.m_Result;
   if (found.empty()) return PI::ERR_GENERAL;
@@ -190,21 +198,21 @@ unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty&
 
 unsigned int IPLUGINAPI_IMPL::SetProperty(unsigned long objectId, PI::CProperty& property) {
   TRACED_GUARD(m_DataLock);
-  const Handlers<PI::CProperty&> handlers = {&IPLUGINAPI_IMPL::SetPluginProperty,
-                                             &IPLUGINAPI_IMPL::SetAdapterProperty,
-                                             &IPLUGINAPI_IMPL::SetPhysicalDriveProperty};
-  return Route<PI::CProperty&>(objectId, handlers, {}, property).m_Result;
+  static constexpr Handlers<PI::CProperty&> kHandlers = {
+      &IPLUGINAPI_IMPL::SetPluginProperty, &IPLUGINAPI_IMPL::SetAdapterProperty,
+      &IPLUGINAPI_IMPL::SetPhysicalDriveProperty};
+  return Route<PI::CProperty&>(objectId, kHandlers, {}, property).m_Result;
 }
 
 unsigned int IPLUGINAPI_IMPL::GetOperations(unsigned long objectId,
                                             std::vector<PI::COperation>& operations) {
   TRACE(TRACE_RESULT, "ENTER GetOperations object=0x%x", objectId);
   TRACED_GUARD(m_DataLock);
-  const Handlers<std::vector<PI::COperation>&> handlers = {
+  static constexpr Handlers<std::vector<PI::COperation>&> kHandlers = {
       &IPLUGINAPI_IMPL::GetPluginOperations, &IPLUGINAPI_IMPL::GetAdapterOperations,
       &IPLUGINAPI_IMPL::GetPhysicalDriveOperations};
   const unsigned int result =
-      Route<std::vector<PI::COperation>&>(objectId, handlers, {}, operations).m_Result;
+      Route<std::vector<PI::COperation>&>(objectId, kHandlers, {}, operations).m_Result;
   TRACE(TRACE_RESULT, "ENTER GetOperations ret=%d", result);
   return result;
 }
@@ -212,20 +220,20 @@ unsigned int IPLUGINAPI_IMPL::GetOperations(unsigned long objectId,
 unsigned int IPLUGINAPI_IMPL::CheckOperation(unsigned long objectId, PI::COperation& operation) {
   TRACE(TRACE_LOCK, "ENTER CheckOperation operation=%d", operation.m_OperationID);
   TRACED_GUARD(m_DataLock);
-  const Handlers<PI::COperation&> handlers = {&IPLUGINAPI_IMPL::CheckPluginOperation,
-                                              &IPLUGINAPI_IMPL::CheckAdapterOperation,
-                                              &IPLUGINAPI_IMPL::CheckPhysicalDriveOperation};
-  const unsigned int result = Route<PI::COperation&>(objectId, handlers, {}, operation).m_Result;
+  static constexpr Handlers<PI::COperation&> kHandlers = {
+      &IPLUGINAPI_IMPL::CheckPluginOperation, &IPLUGINAPI_IMPL::CheckAdapterOperation,
+      &IPLUGINAPI_IMPL::CheckPhysicalDriveOperation};
+  const unsigned int result = Route<PI::COperation&>(objectId, kHandlers, {}, operation).m_Result;
   TRACE(TRACE_LOCK, "LEAVE CheckOperation(%d)", result);
   return result;
 }
 
 unsigned int IPLUGINAPI_IMPL::ExecuteOperation(unsigned long objectId, PI::COperation& operation) {
   TRACED_GUARD(m_DataLock);
-  const Handlers<PI::COperation&> handlers = {&IPLUGINAPI_IMPL::ExecutePluginOperation,
-                                              &IPLUGINAPI_IMPL::ExecuteAdapterOperation,
-                                              &IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation};
-  return Route<PI::COperation&>(objectId, handlers, {}, operation).m_Result;
+  static constexpr Handlers<PI::COperation&> kHandlers = {
+      &IPLUGINAPI_IMPL::ExecutePluginOperation, &IPLUGINAPI_IMPL::ExecuteAdapterOperation,
+      &IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation};
+  return Route<PI::COperation&>(objectId, kHandlers, {}, operation).m_Result;
 }
 
 }  // namespace NAMESPACE_Corvane

@@ -32,6 +32,14 @@ CORVANE_API void releaseIf(IPLUGINAPI** instance);
 
 namespace NAMESPACE_Corvane {
 
+class ErrorRecord;
+namespace HandleKind {
+struct Card;
+}
+template <class Kind>
+class HandleRef;
+class CardHandle;
+template <class Kind>
 class AttributeReader;
 
 // Everything that the host asks for enters through `Execute`, on the host's threads. The locks are
@@ -52,7 +60,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int Initialize(std::vector<PI::CAdapterID>& adapterIDs);
   // Takes the host's numbers and names the adapters by them. Always 0.
   unsigned int SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs);
-  // Stops the threads, waiting up to 25 s for each to end, and takes the library down. Always 0.
+  // Stops the threads and takes the library down. The threads have 25 s in all; then the worker is
+  // cancelled. Always 0.
   unsigned int DeInitialize();
   // The plug-in object, all adapters and all drives with properties and operations. Always 0.
   unsigned int GetTopology(std::vector<PI::CObject>& objects);
@@ -75,6 +84,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Trace texts for the number of objects about to be looked through; null where a command has
   // none.
   struct CountTexts {
+    const char* m_Function = nullptr;  // that the texts are traced for
     const char* m_Adapters = nullptr;
     const char* m_PhysicalDrives = nullptr;
   };
@@ -86,6 +96,9 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   template <class... Arguments>
   Routed Route(unsigned long objectId, const Handlers<Arguments...>& handlers,
                const CountTexts& texts, Arguments... arguments);
+  // Reads the properties that the selector asks for. The caller holds `m_DataLock`.
+  Routed RouteProperties(unsigned long objectId, const CountTexts& texts,
+                         std::vector<PI::CProperty>& properties, unsigned int selector);
 
   // The plug-in object.
   unsigned int GetPluginProperties(CFusionIOPlugin& plugin, std::vector<PI::CProperty>& properties,
@@ -153,8 +166,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   PI::CEvent FailureOf(const CardJob& job, const std::string& device);
   void DriveCard(const CardJob& job, const std::string& device, const PI::CEvent& failure);
   bool JobFailed(const CardJob& job, const char* function, std::uint64_t code,
-                 const std::string& why, const PI::CEvent& failure);
-  void PostEvent(const PI::CEvent& event);
+                 const ErrorRecord& error, const PI::CEvent& failure);
+  void PostEvent(const CardJob& job, const PI::CEvent& event);
   // Whether a job of the slot's kind is at work, on whichever card.
   static bool IsBusy(const ThreadSlot& thread, const std::string& device) {
     return IsRunning(thread) && !device.empty();
@@ -205,10 +218,11 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
                 std::vector<CFusionIOPhysicalDrive>& drives);
   void IdentifyAdapter(CFusionIOAdapter& adapter, bool initial);
   void IdentifyDrive(CFusionIOPhysicalDrive& drive, bool initial);
-  void ScanAdapter(void*& iom, CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& drive,
+  void ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& drive,
                    bool initial);
-  void ScanCardState(const AttributeReader& card, CFusionIOAdapter& adapter);
-  void ScanDrive(void* iom, const CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& drive);
+  void ScanCardState(const AttributeReader<HandleKind::Card>& card, CFusionIOAdapter& adapter);
+  void ScanDrive(HandleRef<HandleKind::Card> iom, const CFusionIOAdapter& adapter,
+                 CFusionIOPhysicalDrive& drive);
   // The state that the card gives, or the one that a running job takes it through.
   std::uint32_t CorrectedState(std::uint32_t iomState, const std::string* devicePath) const;
 

@@ -1,13 +1,15 @@
 // What the host reads from an adapter, does to it and is told of it, and its row.
 
 #include <algorithm>
-#include <boost/format.hpp>
 
 #include "Corvane/Src/CardLibrary.h"
+#include "Corvane/Src/CardTables.h"
 #include "Corvane/Src/Corvane.h"
 #include "Corvane/Src/Endurance.h"
 #include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/RowStatement.h"
+#include "Corvane/Src/Texts.h"
 #include "Corvane/Src/Trace.h"
 #include "Corvane/Src/ValueNames.h"
 #include "models/Adapter.h"
@@ -49,35 +51,36 @@ const std::vector<int> kReasonChoices = {
     Value::LOGICAL_DRIVE_DEGRADED,
 };
 
+// Makes the handle of an adapter's card and opens it; whether that worked.
+bool OpenByName(const CFusionIOAdapter& adapter, CardHandle& iom, ErrorRecord& error) {
+  if (CreateHandle(adapter.m_DevicePath, iom, error) == 0 && iom.Open(error) == 0) return true;
+  iom.Adopt();  // destroyed also when it could not be made
+  iom.Destroy();
+  return false;
+}
+
 // An adapter at the moment of a request: its record, and its card if that can be opened now.
 class LiveAdapter {
  public:
-  explicit LiveAdapter(const CFusionIOAdapter& adapter) : m_Record(adapter) {
-    const char* path = adapter.m_DevicePath.c_str();
-    const vsl_code named =
-        m_Iom.Create([&](void** iom) { return vsl_iom_create_by_name(path, iom, m_Error); });
-    m_IsOpen = named == 0 && vsl_open(m_Iom.Get(), m_Error) == 0;
-    if (m_IsOpen) return;
-    m_Iom.Adopt();  // destroyed also when it could not be named
-    m_Iom.Destroy();
-  }
-
-  ~LiveAdapter() {
-    if (m_IsOpen) vsl_close(m_Iom.Get(), m_Error);
-  }
-
-  LiveAdapter(const LiveAdapter&) = delete;
-  LiveAdapter& operator=(const LiveAdapter&) = delete;
+  explicit LiveAdapter(const CFusionIOAdapter& adapter)
+      : m_Record(adapter), m_IsOpen(OpenByName(adapter, m_Iom, m_Error)) {}
 
   bool IsOpen() const { return m_IsOpen; }
-  AttributeReader Card() { return AttributeReader(m_Iom.Get(), m_Error); }
+  CardReader Card() { return CardReader(m_Iom, m_Error); }
+
+  // The last step of a request.
+  void Close() {
+    if (!m_IsOpen) return;
+    m_Iom.Close(m_Error);
+    m_Iom.Destroy();
+  }
 
   const CFusionIOAdapter& m_Record;
 
  private:
   ErrorRecord m_Error;
-  Handle m_Iom;
-  bool m_IsOpen = false;
+  CardHandle m_Iom;
+  bool m_IsOpen;
 };
 
 // Rows that show a field of the record as it stands.
@@ -138,8 +141,8 @@ bool ManufactureDate(LiveAdapter& adapter, CProperty& property) {
   if (adapter.m_Record.m_OriginMs == kNotKnown) return false;
   MBXX::CSystemDate_Lx date = {};
   MBXX::CSystemTime_Lx::GetDate(adapter.m_Record.m_OriginMs, date);
-  property.SetValue(boost::str(boost::format("%4d-%02d-%02d %02d:%02d") % date.m_Year %
-                               date.m_Month % date.m_Day % date.m_Hour % date.m_Minute));
+  property.SetValue(Formatted("%4d-%02d-%02d %02d:%02d", date.m_Year, date.m_Month, date.m_Day,
+                              date.m_Hour, date.m_Minute));
   return true;
 }
 
@@ -165,7 +168,9 @@ bool AdditionalStatus(LiveAdapter& adapter, CProperty& property) {
 bool Status(LiveAdapter& adapter, CProperty& property) {
   const std::uint32_t status = adapter.m_Record.m_Status;
   property.SetValue(static_cast<int>(status), kStatusChoices);
-  property.m_Indicator = status == Value::FAILED ? 24001 : status == Value::WARNING ? 24002 : 24000;
+  property.m_Indicator = status == Value::FAILED    ? PI::INDICATOR_ADAPTER_FAILED
+                         : status == Value::WARNING ? PI::INDICATOR_ADAPTER_WARNING
+                                                    : PI::INDICATOR_ADAPTER_OK;
   return true;
 }
 
@@ -175,21 +180,21 @@ bool Status(LiveAdapter& adapter, CProperty& property) {
 bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
   const std::uint64_t firstUseMs = adapter.m_Record.m_FirstUseMs;
   if (firstUseMs == kNotKnown || !adapter.IsOpen()) return false;
-  const AttributeReader card = adapter.Card();
-  if (!card.Has(vsl_has_rated_endurance_tbytes) ||
-      !card.Has(vsl_has_total_physical_bytes_written) ||
-      !card.Has(vsl_has_rated_writes_remaining_percent)) {
+  const CardReader card = adapter.Card();
+  if (!card.Has(VSL(rated_endurance_tbytes)) || !card.Has(VSL(total_physical_bytes_written)) ||
+      !card.Has(VSL(rated_writes_remaining_percent))) {
     return false;
   }
-  const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
-  const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
-  const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
+  const std::uint64_t written = card.Get(VSL(total_physical_bytes_written));
+  const std::uint32_t ratedTBytes = card.Get(VSL(rated_endurance_tbytes));
+  const std::int32_t leftPercent = Truncated(card.Get(VSL(rated_writes_remaining_percent)));
   const auto usedPercent = 100U - static_cast<unsigned int>(leftPercent);
   property.SetValue(EndOfLifeDate(HoursSince(firstUseMs), written, usedPercent, ratedTBytes));
   return true;
 }
 
 bool RemainingReserveSpace(LiveAdapter& adapter, CProperty& property) {
+  TRACE_AS("GetAdapterProperties");
   if (!adapter.IsOpen()) return false;
   const auto space = adapter.Card().Read(VSL(reserve_space_pct));
   if (!space) return false;
@@ -200,8 +205,9 @@ bool RemainingReserveSpace(LiveAdapter& adapter, CProperty& property) {
 }
 
 bool ReserveStatus(LiveAdapter& adapter, CProperty& property) {
+  TRACE_AS("GetAdapterProperties");
   if (!adapter.IsOpen()) return false;
-  const auto status = adapter.Card().Read(vsl_has_reserve_space_pct, vsl_reserve_status);
+  const auto status = adapter.Card().Read(kReserveStatus);
   if (!status) return false;
   TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_reserve_status = %d", *status);
   const int choice = *status == 1   ? Value::WARNING
@@ -212,6 +218,7 @@ bool ReserveStatus(LiveAdapter& adapter, CProperty& property) {
 }
 
 bool ByteCount(std::optional<std::uint64_t> bytes, const char* trace, CProperty& property) {
+  TRACE_AS("GetAdapterProperties");
   float value = 0;
   PI::_UNITS unit{};
   if (!bytes || !PI::CPluginHelper::ConvertBytesToOtherUnit(*bytes, value, unit)) return false;
@@ -235,14 +242,14 @@ bool BytesWritten(LiveAdapter& adapter, CProperty& property) {
 
 // What was written as a percentage of the rating; above 100 for a card beyond it.
 bool RatedEndurancePercent(LiveAdapter& adapter, CProperty& property) {
+  TRACE_AS("GetAdapterProperties");
   if (!adapter.IsOpen()) return false;
-  const AttributeReader card = adapter.Card();
-  if (!card.Has(vsl_has_rated_endurance_tbytes) ||
-      !card.Has(vsl_has_total_physical_bytes_written)) {
+  const CardReader card = adapter.Card();
+  if (!card.Has(VSL(rated_endurance_tbytes)) || !card.Has(VSL(total_physical_bytes_written))) {
     return false;
   }
-  const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
-  const auto percent = EndurancePercent(written, card.Get(vsl_rated_endurance_tbytes));
+  const std::uint64_t written = card.Get(VSL(total_physical_bytes_written));
+  const auto percent = EndurancePercent(written, card.Get(VSL(rated_endurance_tbytes)));
   if (!percent) return false;
   TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_rated_endurance_percent = %d", *percent);
   property.SetValue(static_cast<int>(*percent), 0, 100, 1);
@@ -349,64 +356,51 @@ bool HasReason(const CFusionIOAdapter& adapter, int reason) {
   return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
 }
 
-vsl_code NameCard(const CFusionIOAdapter& adapter, Handle& iom, ErrorRecord& error) {
-  return iom.Create([&](void** handle) {
-    return vsl_iom_create_by_name(adapter.m_DevicePath.c_str(), handle, error);
-  });
-}
-
 // Whether the light can be switched: the card's own answer, since nobody keeps one.
 unsigned int CheckLight(const CFusionIOAdapter& adapter, bool on) {
+  TRACE_AS("CheckAdapterOperation");
   ErrorRecord error;
-  Handle iom;
-  const vsl_code code = NameCard(adapter, iom, error);
+  CardHandle iom;
+  const vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "CheckAdapterOperation, vsl_iom_create_by_name = %d (%s)", code,
           error.Text());
     return PI::ERR_COMMAND_ERROR;
   }
-  const bool isOn = vsl_beacon_state(iom.Get(), error);
+  const bool isOn = BeaconIsOn(iom, error);
+  iom.Destroy();
   if (isOn != on) return PI::SUCCESS;
   return on ? PI::ERR_LOCATE_IN_PROGRESS : PI::ERR_NO_LOCATE_STARTED;
 }
 
 unsigned int SwitchLight(const CFusionIOAdapter& adapter, bool on) {
+  TRACE_AS("ExecuteAdapterOperation");
   ErrorRecord error;
-  Handle iom;
-  vsl_code code = NameCard(adapter, iom, error);
+  CardHandle iom;
+  vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "ExecuteAdapterOperation, vsl_iom_create_by_name = %d (%s)", code,
           error.Text());
     return PI::ERR_COMMAND_ERROR;
   }
-  code = vsl_set_beacon_state(iom.Get(), on ? 1 : 0, error);
-  if (code == 0) return PI::SUCCESS;
-  TRACE(TRACE_RESULT, "ExecuteAdapterOperation, vsl_set_beacon_state = %d (%s)", code,
-        error.Text());
-  return PI::ERR_COMMAND_ERROR;
+  code = SetBeacon(iom, on, error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "ExecuteAdapterOperation, vsl_set_beacon_state = %d (%s)", code,
+          error.Text());
+  }
+  iom.Destroy();
+  return code == 0 ? PI::SUCCESS : PI::ERR_COMMAND_ERROR;
 }
 
-// Bits of a mask that raise an event each when they rise: consecutive numbers from bit 0 up.
-struct EventBits {
-  PI::_EVENT_ID m_First;
-  unsigned int m_Count;
-  PI::_SEVERITY m_Severity;
-};
-
-constexpr EventBits kErrorEvents = {PI::Event::CTRL_INTERNAL_ERROR, 10, PI::SEVERITY_ERROR};
-constexpr EventBits kWarningEvents = {PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, 13,
-                                      PI::SEVERITY_WARNING};
-
-bool Rises(std::uint64_t before, std::uint64_t after, unsigned int bit) {
-  return ((~before & after) >> bit & 1U) != 0;
-}
-
-void AppendRisen(std::uint64_t before, std::uint64_t after, const EventBits& bits, PI::CEvent event,
-                 std::vector<PI::CEvent>& events) {
-  event.m_Severity = bits.m_Severity;
-  for (unsigned int bit = 0; bit < bits.m_Count; ++bit) {
-    if (!Rises(before, after, bit)) continue;
-    event.m_EventID = bits.m_First + bit;
+// Appends an event for each bit of the table that has risen.
+template <std::size_t N>
+void AppendRisen(std::uint64_t before, std::uint64_t after, const StatusBit (&bits)[N],
+                 PI::CEvent event, std::vector<PI::CEvent>& events) {
+  const std::uint64_t risen = ~before & after;
+  for (const StatusBit& row : bits) {
+    if (!IsSet(risen, row.m_Bit)) continue;
+    event.m_EventID = row.m_Event;
+    event.m_Severity = row.m_Severity;
     events.push_back(event);
   }
 }
@@ -451,14 +445,15 @@ std::vector<std::string> NamesOf(const std::vector<std::int32_t>& values) {
 // Asks for what a row might show of the card, without a card and without a field to put it in: the
 // traces are all that comes of it.
 void TraceLiveValues(const CFusionIOAdapter& adapter) {
+  TRACE_AS("SetDatabaseObjectProperties");
   ErrorRecord error = ErrorRecord::Zeroed();
-  const AttributeReader card(nullptr, error);
-  if (adapter.m_FirstUseMs != kNotKnown && card.Has(vsl_has_rated_endurance_tbytes) &&
-      card.Has(vsl_has_total_physical_bytes_written) &&
-      card.Has(vsl_has_rated_writes_remaining_percent)) {
-    const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
-    const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
-    const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
+  const CardReader card(CardRef(), error);
+  if (adapter.m_FirstUseMs != kNotKnown && card.Has(VSL(rated_endurance_tbytes)) &&
+      card.Has(VSL(total_physical_bytes_written)) &&
+      card.Has(VSL(rated_writes_remaining_percent))) {
+    const std::uint64_t written = card.Get(VSL(total_physical_bytes_written));
+    const std::uint32_t ratedTBytes = card.Get(VSL(rated_endurance_tbytes));
+    const std::int32_t leftPercent = Truncated(card.Get(VSL(rated_writes_remaining_percent)));
     EndOfLifeDate(HoursSince(adapter.m_FirstUseMs), written, static_cast<unsigned int>(leftPercent),
                   ratedTBytes);
   }
@@ -471,9 +466,9 @@ void TraceLiveValues(const CFusionIOAdapter& adapter) {
   if (const auto bytes = card.Read(VSL(total_physical_bytes_written))) {
     PI::CPluginHelper::ConvertBytesToOtherUnit(*bytes, value, unit);
   }
-  if (card.Has(vsl_has_rated_endurance_tbytes) && card.Has(vsl_has_total_physical_bytes_written)) {
-    const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
-    const auto percent = EndurancePercent(written, card.Get(vsl_rated_endurance_tbytes));
+  if (card.Has(VSL(rated_endurance_tbytes)) && card.Has(VSL(total_physical_bytes_written))) {
+    const std::uint64_t written = card.Get(VSL(total_physical_bytes_written));
+    const auto percent = EndurancePercent(written, card.Get(VSL(rated_endurance_tbytes)));
     if (!percent) return;
     TRACE(TRACE_RESULT, "GetAdapterProperties, vsl_has_rated_endurance_percent = %d", *percent);
   }
@@ -497,16 +492,11 @@ void CFusionIOAdapter::Update(CFusionIOAdapter& current, std::vector<PI::CEvent>
   Debounce(m_WarningHistory, m_WarningFlags, current.m_WarningFlags);
   Debounce(m_InfoHistory, m_InfoFlags, current.m_InfoFlags);
 
-  AppendRisen(m_ErrorFlags, current.m_ErrorFlags, kErrorEvents, event, events);
-  AppendRisen(m_WarningFlags, current.m_WarningFlags, kWarningEvents, event, events);
+  AppendRisen(m_ErrorFlags, current.m_ErrorFlags, kErrorBits, event, events);
+  AppendRisen(m_WarningFlags, current.m_WarningFlags, kWarningBits, event, events);
   // A change of the information mask only opens the gate: what passes is decided by the warnings.
   if (m_InfoFlags != current.m_InfoFlags) {
-    if (Rises(m_WarningFlags, current.m_WarningFlags, 0)) {
-      Append(PI::Event::CTRL_WRITE_REG_POWER, PI::SEVERITY_INFORMATION, event, events);
-    }
-    if (Rises(m_WarningFlags, current.m_WarningFlags, 1)) {
-      Append(PI::Event::CTRL_UNACTIVATED_FIRMWARE, PI::SEVERITY_INFORMATION, event, events);
-    }
+    AppendRisen(m_WarningFlags, current.m_WarningFlags, kInfoBits, event, events);
   }
   const bool wasRaised = (m_ErrorFlags | m_WarningFlags | m_InfoFlags) != 0;
   const bool isRaised = (current.m_ErrorFlags | current.m_WarningFlags | current.m_InfoFlags) != 0;
@@ -527,10 +517,9 @@ unsigned int IPLUGINAPI_IMPL::GetAdapterProperties(CFusionIOAdapter& adapter,
                                                    unsigned int propertyId) {
   properties.clear();
   TRACE(TRACE_ENTRY, "ENTER AdapterGetProperties (%d)", adapter.m_CardIndex);
-  {
-    LiveAdapter live(adapter);
-    AppendProperties(kAdapterProperties, live, propertyId, properties);
-  }
+  LiveAdapter live(adapter);
+  AppendProperties(kAdapterProperties, live, propertyId, properties);
+  live.Close();
   const unsigned int result = PI::SUCCESS;
   TRACE(TRACE_ENTRY, "LEAVE AdapterGetProperties -> %d", result);
   return result;
@@ -658,54 +647,58 @@ unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(AdapterRow& row,
 }
 
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOAdapter& adapter) {
-  try {
-    AdapterRow row;
-    SetDatabaseObjectProperties(row, adapter);
-    m_Database->insert(row);
-    TRACE(TRACE_DATABASE, "Adapter (%s) (%d) inserted to db.", adapter.m_Name,
-          adapter.m_GlobalNumber);
-    return PI::SUCCESS;
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    TRACE(TRACE_DATABASE,
-          "Storage query exception thrown during inserting Adapter (%s) (%d) to db. (%s)",
-          adapter.m_Name, adapter.m_GlobalNumber, failure.what());
-    return PI::ERR_GENERAL;
-  }
+  TRACE_AS(__func__);
+  return RunRowStatements(
+      [&] {
+        AdapterRow row;
+        SetDatabaseObjectProperties(row, adapter);
+        m_Database->insert(row);
+        TRACE(TRACE_DATABASE, "Adapter (%s) (%d) inserted to db.", adapter.m_Name,
+              adapter.m_GlobalNumber);
+      },
+      [&](const char* why) {
+        TRACE(TRACE_DATABASE,
+              "Storage query exception thrown during inserting Adapter (%s) (%d) to db. (%s)",
+              adapter.m_Name, adapter.m_GlobalNumber, why);
+      });
 }
 
 // An adapter without a row gets none here.
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) {
-  try {
-    const std::vector<AdapterRow> old = m_Database->get_all<AdapterRow>(IsRowOf(adapter));
-    if (old.empty()) return PI::SUCCESS;
-    AdapterRow row;
-    SetDatabaseObjectProperties(row, adapter);
-    row.id = old.front().id;
-    m_Database->update(row);
-    TRACE(TRACE_DATABASE, "Adapter (%s) (%d) entry updated in db.", adapter.m_Name,
-          adapter.m_GlobalNumber);
-    return PI::SUCCESS;
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    TRACE(TRACE_DATABASE,
-          "Storage query exception thrown during updating Adapter (%s) (%d) entry updated in db. "
-          "(%s)",
-          adapter.m_Name, adapter.m_GlobalNumber, failure.what());
-    return PI::ERR_GENERAL;
-  }
+  TRACE_AS(__func__);
+  return RunRowStatements(
+      [&] {
+        const std::vector<AdapterRow> old = m_Database->get_all<AdapterRow>(IsRowOf(adapter));
+        if (old.empty()) return;
+        AdapterRow row;
+        SetDatabaseObjectProperties(row, adapter);
+        row.id = old.front().id;
+        m_Database->update(row);
+        TRACE(TRACE_DATABASE, "Adapter (%s) (%d) entry updated in db.", adapter.m_Name,
+              adapter.m_GlobalNumber);
+      },
+      [&](const char* why) {
+        TRACE(TRACE_DATABASE,
+              "Storage query exception thrown during updating Adapter (%s) (%d) entry updated in "
+              "db. (%s)",
+              adapter.m_Name, adapter.m_GlobalNumber, why);
+      });
 }
 
 unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOAdapter& adapter) {
-  try {
-    m_Database->remove_all<AdapterRow>(IsRowOf(adapter));
-    TRACE(TRACE_DATABASE, "Adapter (%s) (%d) removed from db.", adapter.m_Name,
-          adapter.m_GlobalNumber);
-    return PI::SUCCESS;
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    TRACE(TRACE_DATABASE,
-          "Storage query exception thrown during removing Adapter (%s) (%d) removed from db. (%s)",
-          adapter.m_Name, adapter.m_GlobalNumber, failure.what());
-    return PI::ERR_GENERAL;
-  }
+  TRACE_AS(__func__);
+  return RunRowStatements(
+      [&] {
+        m_Database->remove_all<AdapterRow>(IsRowOf(adapter));
+        TRACE(TRACE_DATABASE, "Adapter (%s) (%d) removed from db.", adapter.m_Name,
+              adapter.m_GlobalNumber);
+      },
+      [&](const char* why) {
+        TRACE(TRACE_DATABASE,
+              "Storage query exception thrown during removing Adapter (%s) (%d) removed from db. "
+              "(%s)",
+              adapter.m_Name, adapter.m_GlobalNumber, why);
+      });
 }
 
 }  // namespace NAMESPACE_Corvane

@@ -9,6 +9,7 @@
 #include "Corvane/Src/Endurance.h"
 #include "Corvane/Src/FormatParameters.h"
 #include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/RowStatement.h"
 #include "Corvane/Src/Trace.h"
 #include "Corvane/Src/ValueNames.h"
 #include "models/PD.h"
@@ -59,15 +60,16 @@ bool SectorSize(Drive& drive, CProperty& property) {
 std::uint32_t StatusIndicator(std::uint32_t state) {
   switch (state) {
     case Value::FAILED:
-      return 24177;
+      return PI::INDICATOR_DRIVE_FAILED;
     case Value::AVAILABLE_SMART:
-      return 24189;
+      return PI::INDICATOR_DRIVE_SMART;
     default:
-      return 24183;
+      return PI::INDICATOR_DRIVE_AVAILABLE;
   }
 }
 
 bool Status(Drive& drive, CProperty& property) {
+  TRACE_AS("GetPhysicalDriveProperties");
   property.SetValue(static_cast<int>(drive.m_State), kStatusChoices);
   TRACE(TRACE_ENTRY, "GetPhysicalDriveProperties() set status property of disk to %d",
         drive.m_State);
@@ -150,55 +152,44 @@ std::uint32_t SizePercent(const FormatRequest& request) {
 // A failed call of an operation, as everyone learns of it.
 bool Failed(const char* function, vsl_code code, const ErrorRecord& error) {
   if (code == 0) return false;
+  TRACE_AS("ExecutePhysicalDriveOperation");
   TRACE(TRACE_RESULT, "ExecutePhysicalDriveOperation, %s = %d (%s)", function, code, error.Text());
   return true;
 }
 
 // The largest size that over-formatting allows, or 0 when the card does not tell.
-std::uint64_t OverformatSize(void* format, ErrorRecord& error) {
-  if (Failed("vsl_iom_format_set_size_mode",
-             vsl_iom_format_set_size_mode(format, kSizeModeOverformat, error), error)) {
-    return 0;
-  }
-  return vsl_iom_format_max_size_bytes(format, error);
+std::uint64_t OverformatSize(FormatRef format, ErrorRecord& error) {
+  if (Failed("vsl_iom_format_set_size_mode", AllowOverformat(format, error), error)) return 0;
+  return MaxSizeBytes(format, error);
 }
 
-bool SetFormatSize(const Drive& drive, const FormatRequest& request, void* format,
+bool SetFormatSize(const Drive& drive, const FormatRequest& request, FormatRef format,
                    ErrorRecord& error) {
   if (request.m_Formatting == Value::MAXIMUM_CAPACITY && drive.m_OverformatAllowed) {
     const std::uint64_t bytes = OverformatSize(format, error);
     if (bytes != 0) {
-      return !Failed("vsl_iom_format_set_size_bytes",
-                     vsl_iom_format_set_size_bytes(format, bytes, error), error);
+      return !Failed("vsl_iom_format_set_size_bytes", SetSizeBytes(format, bytes, error), error);
     }
   }
-  return !Failed("vsl_iom_format_set_size_pct",
-                 vsl_iom_format_set_size_pct(format, SizePercent(request), error), error);
-}
-
-vsl_code NameCard(const Drive& drive, Handle& iom, ErrorRecord& error) {
-  return iom.Create([&](void** handle) {
-    return vsl_iom_create_by_name(drive.m_DevicePath.c_str(), handle, error);
-  });
+  return !Failed("vsl_iom_format_set_size_pct", SetSizePercent(format, SizePercent(request), error),
+                 error);
 }
 
 // Blocks until the card has been formatted.
 unsigned int FormatCard(const Drive& drive, const FormatRequest& request) {
   ErrorRecord error;
-  Handle iom;
-  Handle format;  // destroyed before the card
+  CardHandle iom;
+  FormatHandle format;
   const bool done =
-      !Failed("vsl_iom_create_by_name", NameCard(drive, iom, error), error) &&
-      !Failed("vsl_iom_format_create", format.Create([&](void** handle) {
-        return vsl_iom_format_create(iom.Get(), handle, error);
-      }),
-              error) &&
+      !Failed("vsl_iom_create_by_name", CreateHandle(drive.m_DevicePath, iom, error), error) &&
+      !Failed("vsl_iom_format_create", CreateHandle(iom, format, error), error) &&
       !Failed("vsl_iom_format_set_sector_size_bytes",
-              vsl_iom_format_set_sector_size_bytes(format.Get(), request.m_SectorSize, error),
-              error) &&
-      SetFormatSize(drive, request, format.Get(), error) &&
-      !Failed("vsl_op_start", vsl_op_start(format.Get(), error), error) &&
-      !Failed("vsl_op_wait_for_result", vsl_op_wait_for_result(format.Get(), error), error);
+              SetSectorSize(format, request.m_SectorSize, error), error) &&
+      SetFormatSize(drive, request, format, error) &&
+      !Failed("vsl_op_start", Start(format, error), error) &&
+      !Failed("vsl_op_wait_for_result", WaitForResult(format, error), error);
+  format.Destroy();
+  iom.Destroy();
   return done ? PI::SUCCESS : PI::ERR_COMMAND_ERROR;
 }
 
@@ -207,41 +198,46 @@ constexpr std::uint32_t kUnitOnline = 1;
 
 // One unit that took the new state is a success, whatever the others did.
 unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
+  TRACE_AS("ExecutePhysicalDriveOperation");
   ErrorRecord error;
-  Handle iom;
-  if (Failed("vsl_iom_create_by_name", NameCard(drive, iom, error), error)) {
+  CardHandle iom;
+  if (Failed("vsl_iom_create_by_name", CreateHandle(drive.m_DevicePath, iom, error), error)) {
     return PI::ERR_COMMAND_ERROR;
   }
   unsigned int result = PI::ERR_COMMAND_ERROR;
-  void* unit = nullptr;
-  while (vsl_vsu_iterate(iom.Get(), &unit, 1, error)) {
-    if (!vsl_has_vsu_state(unit, error)) continue;
-    const vsl_code code = vsl_set_vsu_state(unit, state, error);
+  UnitRef unit;
+  while (NextUnit(iom, unit, error)) {
+    if (!HasUnitState(unit, error)) continue;
+    const vsl_code code = SetUnitState(unit, state, error);
     if (code != 0) continue;
     result = PI::SUCCESS;
     TRACE(TRACE_RESULT, "ExecutePhysicalDriveOperation, vsl_set_vsu_state = %d (%s)", code,
           error.Text());
   }
+  iom.Destroy();
   return result;
 }
 
 // Whether a unit has the state that is to be left. A handle that could not be made is destroyed by
 // one of the two callers and not by the other; the card library bears both.
 unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnmade) {
+  TRACE_AS("CheckPhysicalDriveOperation");
   ErrorRecord error;
-  Handle iom;
-  const vsl_code code = NameCard(drive, iom, error);
+  CardHandle iom;
+  const vsl_code code = CreateHandle(drive.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "CheckPhysicalDriveOperation, vsl_iom_create_by_name = %d (%s)", code,
           error.Text());
     if (destroyUnmade) iom.Adopt();
+    iom.Destroy();
     return PI::ERR_COMMAND_ERROR;
   }
   bool any = false;
-  void* unit = nullptr;
-  while (vsl_vsu_iterate(iom.Get(), &unit, 1, error)) {
-    if (vsl_vsu_state(unit, error) == state) any = true;
+  UnitRef unit;
+  while (NextUnit(iom, unit, error)) {
+    if (UnitState(unit, error) == state) any = true;
   }
+  iom.Destroy();
   return any ? PI::SUCCESS : PI::ERR_GENERAL;
 }
 
@@ -281,21 +277,19 @@ int AsPercentProperty(std::uint32_t id, int percent) {
 // What the card tells now. It is named and not opened, and the handle stays with the library.
 void FillLiveFields(DriveRow& row, const CFusionIOAdapter& adapter) {
   ErrorRecord error;
-  Handle iom;
-  const vsl_code code = iom.Create([&](void** handle) {
-    return vsl_iom_create_by_name(adapter.m_DevicePath.c_str(), handle, error);
-  });
+  CardHandle iom;
+  const vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
   iom.Release();
-  const AttributeReader card(iom.Get(), error);
-  if (adapter.m_FirstUseMs == kNotKnown || code != 0 || !card.Has(vsl_has_rated_endurance_tbytes) ||
-      !card.Has(vsl_has_total_physical_bytes_written) ||
-      !card.Has(vsl_has_rated_writes_remaining_percent)) {
+  const CardReader card(iom, error);
+  if (adapter.m_FirstUseMs == kNotKnown || code != 0 || !card.Has(VSL(rated_endurance_tbytes)) ||
+      !card.Has(VSL(total_physical_bytes_written)) ||
+      !card.Has(VSL(rated_writes_remaining_percent))) {
     return;
   }
-  const std::uint64_t written = card.Get(vsl_total_physical_bytes_written);
-  const std::uint64_t read = card.Get(vsl_total_physical_bytes_read);
-  const std::uint32_t ratedTBytes = card.Get(vsl_rated_endurance_tbytes);
-  const std::int32_t leftPercent = Truncated(card.Get(vsl_rated_writes_remaining_percent));
+  const std::uint64_t written = card.Get(VSL(total_physical_bytes_written));
+  const std::uint64_t read = card.Get(VSL(total_physical_bytes_read));
+  const std::uint32_t ratedTBytes = card.Get(VSL(rated_endurance_tbytes));
+  const std::int32_t leftPercent = Truncated(card.Get(VSL(rated_writes_remaining_percent)));
   const std::uint64_t usedHours = HoursSince(adapter.m_FirstUseMs);
   row.endOfLifeDate =
       EndOfLifeDate(usedHours, written, 100U - static_cast<unsigned int>(leftPercent), ratedTBytes);
@@ -390,7 +384,7 @@ unsigned int IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation(CFusionIOPhysicalDri
     default:
       break;
   }
-  // The worker looks for what has changed.
+  // The worker wakes and notifies the host. It looks at no card before its next time-out.
   if (result == PI::SUCCESS) m_PrivateEvent.Set();
   TRACE(TRACE_ENTRY, "LEAVE ExecutePhysicalDriveOperation() -> %d", result);
   return result;
@@ -430,40 +424,42 @@ void IPLUGINAPI_IMPL::FillRow(DriveRow& row, CFusionIOPhysicalDrive& drive,
 
 // Once for each adapter with the drive's serial number, which is how the two find each other here.
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive) {
-  try {
-    for (const CFusionIOAdapter& adapter : m_Adapters) {
-      if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
-      DriveRow row;
-      FillRow(row, drive, adapter);
-      m_Database->insert(row);
-      TRACE(TRACE_DATABASE, "PD (%s) inserted to db.", drive.m_Name);
-    }
-    return PI::SUCCESS;
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    TRACE(TRACE_DATABASE, "Storage query exception thrown during inserting PD (%s) to db. (%s)",
-          drive.m_Name, failure.what());
-    return PI::ERR_GENERAL;
-  }
+  TRACE_AS(__func__);
+  return RunRowStatements(
+      [&] {
+        for (const CFusionIOAdapter& adapter : m_Adapters) {
+          if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
+          DriveRow row;
+          FillRow(row, drive, adapter);
+          m_Database->insert(row);
+          TRACE(TRACE_DATABASE, "PD (%s) inserted to db.", drive.m_Name);
+        }
+      },
+      [&](const char* why) {
+        TRACE(TRACE_DATABASE, "Storage query exception thrown during inserting PD (%s) to db. (%s)",
+              drive.m_Name, why);
+      });
 }
 
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive) {
-  try {
-    for (const CFusionIOAdapter& adapter : m_Adapters) {
-      if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
-      const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(IsRowOf(drive));
-      if (old.empty()) continue;
-      DriveRow row;
-      FillRow(row, drive, adapter);
-      row.id = old.front().id;
-      m_Database->update(row);
-      TRACE(TRACE_DATABASE, "PD (%s) updated in db.", drive.m_Name);
-    }
-    return PI::SUCCESS;
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    TRACE(TRACE_DATABASE, "Storage query exception thrown during updating PD (%s) in db. (%s)",
-          drive.m_Name, failure.what());
-    return PI::ERR_GENERAL;
-  }
+  TRACE_AS(__func__);
+  return RunRowStatements(
+      [&] {
+        for (const CFusionIOAdapter& adapter : m_Adapters) {
+          if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
+          const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(IsRowOf(drive));
+          if (old.empty()) continue;
+          DriveRow row;
+          FillRow(row, drive, adapter);
+          row.id = old.front().id;
+          m_Database->update(row);
+          TRACE(TRACE_DATABASE, "PD (%s) updated in db.", drive.m_Name);
+        }
+      },
+      [&](const char* why) {
+        TRACE(TRACE_DATABASE, "Storage query exception thrown during updating PD (%s) in db. (%s)",
+              drive.m_Name, why);
+      });
 }
 
 // The row of a drive outlives its card.

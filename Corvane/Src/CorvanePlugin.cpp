@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <boost/chrono.hpp>
-#include <boost/format.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstdio>
 
@@ -14,6 +13,8 @@
 #include "Corvane/Src/PluginObjectTable.h"
 #include "Corvane/Src/PropertyTable.h"
 #include "Corvane/Src/RecordComparison.h"
+#include "Corvane/Src/RowStatement.h"
+#include "Corvane/Src/Texts.h"
 #include "Corvane/Src/Trace.h"
 #include "Corvane/Src/WaitResults.h"
 #include "models/Plugin.h"
@@ -46,6 +47,7 @@ Record* FindByCardIndex(std::vector<Record>& records, std::uint32_t cardIndex) {
 
 bool Initialized(const char* name, int result) {
   if (result == 1) return true;
+  TRACE_AS("Initialize");
   TRACE(TRACE_ENTRY, "LEAVE Initialize() %s.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d", name,
         PI::ERR_LOCK_INITIALIZATION_FAILED);
   return false;
@@ -77,7 +79,8 @@ PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
   return id;
 }
 
-void ReadAges(const AttributeReader& card, CFusionIOAdapter& adapter) {
+void ReadAges(const CardReader& card, CFusionIOAdapter& adapter) {
+  TRACE_AS("ScanSystem");
   if (const auto seconds = card.Read(VSL(first_use_ts))) {
     adapter.m_FirstUseMs = *seconds * 1000;
     TRACE(TRACE_RESULT, "ScanSystem, vsl_has_first_use_ts = %d", adapter.m_FirstUseMs);
@@ -161,6 +164,7 @@ bool IPLUGINAPI_IMPL::InitializeLocks() {
 
 // The library is brought up twice: cards that the first start wakes are seen by the second.
 bool IPLUGINAPI_IMPL::StartCardLibrary() {
+  TRACE_AS("Initialize");
   ErrorRecord error;
   vsl_code code = vsl_init(0, error);
   for (unsigned int retry = 0; code == kLibraryNotReady && retry < kVslInitRetries; ++retry) {
@@ -178,16 +182,17 @@ bool IPLUGINAPI_IMPL::StartCardLibrary() {
 
 void IPLUGINAPI_IMPL::FindControlDevices() {
   ErrorRecord error;
-  void* iom = nullptr;  // replaced by each step of the walk, and never ours to destroy
-  while (vsl_iom_iterate(&iom, 1, error)) {
-    const AttributeReader card(iom, error);
-    if (!card.Has(vsl_has_serial_number)) continue;
+  CardRef iom;  // replaced by each step of the walk, and never ours to destroy
+  while (NextCard(iom, error)) {
+    const CardReader card(iom, error);
+    if (!card.Has(VSL(serial_number))) continue;
     const auto path = card.Read(VSL(device_path));
     if (path) m_ControlDevicePaths.push_back({m_AdapterCount++, *path});
   }
 }
 
 unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs) {
+  TRACE_AS("Initialize");
   m_Plugin.m_ID = NewID();
   m_Plugin.m_ObjectType = PI::OBJECT_PLUGIN;
   const unsigned int scanned = ScanSystem(m_Adapters, m_PhysicalDrives, true);
@@ -235,7 +240,7 @@ void IPLUGINAPI_IMPL::NameAdapter(CFusionIOAdapter& adapter) const {
       });
   if (found == m_AdapterIDs.end()) return;
   const std::string name = IsMolt(adapter) ? adapter.m_Model : "SanDisk " + adapter.m_BoardName;
-  adapter.m_Name = boost::str(boost::format("%s (%d)") % name % found->m_GlobalNumber);
+  adapter.m_Name = Formatted("%s (%d)", name, found->m_GlobalNumber);
 }
 
 unsigned int IPLUGINAPI_IMPL::DeInitialize() {
@@ -257,6 +262,7 @@ unsigned int IPLUGINAPI_IMPL::DeInitialize() {
 }
 
 bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
+  TRACE_AS("DeInitialize");
   bool any = false;
   for (const NamedThread& thread : Threads()) {
     if (!IsRunning(*thread.m_pThread)) continue;
@@ -269,6 +275,7 @@ bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
 // Whichever thread is late, it is the worker that is cancelled: a job that drives a card is left to
 // the card.
 void IPLUGINAPI_IMPL::CancelThreads() {
+  TRACE_AS("DeInitialize");
   for (const NamedThread& thread : Threads()) {
     if (!IsRunning(*thread.m_pThread)) continue;
     TRACE(TRACE_RESULT, "Kill %s", thread.m_Name);
@@ -284,8 +291,7 @@ std::array<IPLUGINAPI_IMPL::NamedThread, 3> IPLUGINAPI_IMPL::Threads() const {
 unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
                                              unsigned long& warnings, unsigned long& info) {
   struct Mask {
-    bool (*m_Has)(void*, vsl_error_record*);
-    decltype(&vsl_current_errors) m_Read;
+    decltype(VSL(current_errors)) m_Attribute;
     std::uint64_t m_Ignored;
     unsigned long& m_Value;
   };
@@ -295,12 +301,13 @@ unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
       {VSL(current_info), kIgnoredInfo, info},
   };
   ErrorRecord error;
+  const CardReader card(CardRef(iom), error);
   for (const Mask& mask : masks) {
-    if (!mask.m_Has(iom, error)) continue;
+    if (!card.Has(mask.m_Attribute)) continue;
     std::uint64_t samples[5];
     for (std::uint64_t& sample : samples) {
       if (&sample != std::begin(samples)) Sleep(1);
-      sample = mask.m_Read(iom, error) & ~mask.m_Ignored;
+      sample = card.Get(mask.m_Attribute) & ~mask.m_Ignored;
     }
     const bool settled = std::equal(std::begin(samples) + 1, std::end(samples), samples);
     if (settled) mask.m_Value = samples[0];
@@ -356,11 +363,11 @@ unsigned int IPLUGINAPI_IMPL::ScanSystem(std::vector<CFusionIOAdapter>& adapters
 bool IPLUGINAPI_IMPL::ScanCard(std::size_t index, bool initial,
                                std::vector<CFusionIOAdapter>& adapters,
                                std::vector<CFusionIOPhysicalDrive>& drives) {
+  TRACE_AS("ScanSystem");
   const std::string& path = m_ControlDevicePaths[index].m_DevicePath;
   ErrorRecord error;
-  Handle iom(error);
-  vsl_code code = iom.Create(
-      [&](void** handle) { return vsl_iom_create_by_name(path.c_str(), handle, error); });
+  CardHandle iom(error);
+  vsl_code code = CreateHandle(path, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "ScanSystem, vsl_iom_create_by_name = %d (%s)", code, error.Text());
     return true;
@@ -372,15 +379,16 @@ bool IPLUGINAPI_IMPL::ScanCard(std::size_t index, bool initial,
   adapter.m_DevicePath = path;
   drive.m_DevicePath = path;
   IdentifyAdapter(adapter, initial);
-  code = vsl_open(iom.Get(), error);
+  code = iom.Open(error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "ScanSystem, vsl_open = %d (%s)", code, error.Text());
+    iom.Destroy();
     return false;
   }
-  ScanAdapter(iom.Get(), adapter, drive, initial);
-  ScanDrive(iom.Get(), adapter, drive);
+  ScanAdapter(iom, adapter, drive, initial);
+  ScanDrive(iom, adapter, drive);
   IdentifyDrive(drive, initial);
-  vsl_close(iom.Get(), error);
+  iom.Close(error);
   iom.Destroy();
 
   const bool usable = adapter.m_Status == Value::OK || adapter.m_Status == Value::WARNING;
@@ -415,6 +423,7 @@ void IPLUGINAPI_IMPL::IdentifyDrive(CFusionIOPhysicalDrive& drive, bool initial)
   const CFusionIOPhysicalDrive* known = FindByCardIndex(m_PhysicalDrives, drive.m_CardIndex);
   if (known == nullptr) {
     drive.m_ID = NewID();
+    TRACE_AS("ScanSystem");
     TRACE(TRACE_ENTRY, "The drive is not found yet!");
     return;
   }
@@ -423,18 +432,18 @@ void IPLUGINAPI_IMPL::IdentifyDrive(CFusionIOPhysicalDrive& drive, bool initial)
 }
 
 // The order of the reads is that in which the cards are used to being asked.
-void IPLUGINAPI_IMPL::ScanAdapter(void*& iom, CFusionIOAdapter& adapter,
+void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
                                   CFusionIOPhysicalDrive& drive, bool initial) {
   ErrorRecord error;
-  const AttributeReader card(iom, error);
+  const CardReader card(iom, error);
   ReadPciAddress(card, adapter);
-  ReadFamily(card, vsl_pci_device_id(iom, error), adapter);
+  ReadFamily(card, PciDeviceId(iom, error), adapter);
   SetGlobalNumber(adapter, drive);
   SetLocations(adapter, drive);
   card.ReadInto(adapter.m_PciSlot, VSL(pci_slot_num));
-  adapter.m_HasBeacon = card.Has(vsl_has_beacon_state);
+  adapter.m_HasBeacon = card.Has(VSL(beacon_state));
   // A light left on by an earlier run does not outlive the start.
-  if (adapter.m_HasBeacon && initial) vsl_set_beacon_state(iom, 0, error);
+  if (adapter.m_HasBeacon && initial) SetBeacon(iom, false, error);
   card.ReadInto(adapter.m_SerialNumber, VSL(serial_number));
   drive.m_SerialNumber = adapter.m_SerialNumber;
   ReadFirmwareVersion(card, adapter);
@@ -443,7 +452,7 @@ void IPLUGINAPI_IMPL::ScanAdapter(void*& iom, CFusionIOAdapter& adapter,
   card.ReadInto(adapter.m_TempSetpointDegC, VSL(temp_setpoint_high_deg_c));
   card.ReadInto(adapter.m_DriverVersion, VSL(driver_version));
   card.ReadInto(adapter.m_Temperature, VSL(temp_internal_deg_c));
-  GetStatusFlags(iom, adapter.m_ErrorFlags, adapter.m_WarningFlags, adapter.m_InfoFlags);
+  GetStatusFlags(iom.Raw(), adapter.m_ErrorFlags, adapter.m_WarningFlags, adapter.m_InfoFlags);
   if (initial) FillHistories(adapter);
   SetStatus(adapter);
   ScanCardState(card, adapter);
@@ -453,7 +462,7 @@ void IPLUGINAPI_IMPL::ScanAdapter(void*& iom, CFusionIOAdapter& adapter,
   ReadAges(card, adapter);
 }
 
-void IPLUGINAPI_IMPL::ScanCardState(const AttributeReader& card, CFusionIOAdapter& adapter) {
+void IPLUGINAPI_IMPL::ScanCardState(const CardReader& card, CFusionIOAdapter& adapter) {
   adapter.m_MinimalModeReason = 0;
   adapter.m_IomState = 0;
   const auto read = card.Read(VSL(iom_state));
@@ -488,22 +497,21 @@ std::uint32_t IPLUGINAPI_IMPL::CorrectedState(std::uint32_t iomState,
   return iomState;
 }
 
-void IPLUGINAPI_IMPL::ScanDrive(void* iom, const CFusionIOAdapter& adapter,
+void IPLUGINAPI_IMPL::ScanDrive(CardRef iom, const CFusionIOAdapter& adapter,
                                 CFusionIOPhysicalDrive& drive) {
+  TRACE_AS("ScanSystem");
   ErrorRecord error;
-  const AttributeReader card(iom, error);
+  const CardReader card(iom, error);
   card.ReadInto(drive.m_SectorSize, VSL(sector_size_bytes));
   drive.m_FactorySizeMiB = adapter.m_FactorySizeMiB;
   if (const auto bytes = card.Read(VSL(size_bytes))) drive.m_ConfigurableSizeMiB = MiB(*bytes);
-  {
-    Handle format(error);
-    const vsl_code code =
-        format.Create([&](void** handle) { return vsl_iom_format_create(iom, handle, error); });
-    if (code == 0) {
-      ReadFormatLimits(format.Get(), error, drive);
-    } else {
-      TRACE(TRACE_RESULT, "ScanSystem, vsl_iom_format_create = %d (%s)", code, error.Text());
-    }
+  FormatHandle format(error);
+  const vsl_code code = CreateHandle(iom, format, error);
+  if (code == 0) {
+    ReadFormatLimits(format, error, drive);
+    format.Destroy();
+  } else {
+    TRACE(TRACE_RESULT, "ScanSystem, vsl_iom_format_create = %d (%s)", code, error.Text());
   }
   drive.m_Vendor = adapter.m_Vendor;
   drive.m_CardIndex = adapter.m_CardIndex;
@@ -547,13 +555,14 @@ unsigned int IPLUGINAPI_IMPL::Worker() {
 }
 
 void IPLUGINAPI_IMPL::Look(Watch& watch) {
-  TRACED_WAIT(m_DataLock, dataLocked);
+  TRACE_AS("Worker");
+  TRACED_WAIT(m_DataLock, dataLocked, "Release ()");
   if (dataLocked != kWaitSucceeded) return;
   if (!watch.m_ScanDue && !CardsLookDifferent()) {
     TRACED_RELEASE(m_DataLock);
     return;
   }
-  TRACED_WAIT(m_EventsLock, eventsLocked);
+  TRACED_WAIT(m_EventsLock, eventsLocked, "Release ()");
   if (eventsLocked != kWaitSucceeded) {
     TRACED_RELEASE(m_DataLock);
     watch.m_ScanDue = true;
@@ -581,32 +590,34 @@ bool IPLUGINAPI_IMPL::CardsLookDifferent() {
 }
 
 bool IPLUGINAPI_IMPL::LooksDifferent(const CFusionIOAdapter& adapter) {
+  TRACE_AS("Worker");
   ErrorRecord error;
-  Handle iom(error);
-  vsl_code code = iom.Create([&](void** handle) {
-    return vsl_iom_create_by_name(adapter.m_DevicePath.c_str(), handle, error);
-  });
+  CardHandle iom(error);
+  vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "Worker, vsl_iom_create_by_name = %d (%s)", code, error.Text());
     return false;
   }
-  code = vsl_open(iom.Get(), error);
+  code = iom.Open(error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "Worker, vsl_open = %d (%s)", code, error.Text());
+    iom.Destroy();
     return false;
   }
   unsigned long errors = adapter.m_ErrorFlags;
   unsigned long warnings = adapter.m_WarningFlags;
   unsigned long info = adapter.m_InfoFlags;
-  GetStatusFlags(iom.Get(), errors, warnings, info);
-  const auto read = AttributeReader(iom.Get(), error).Read(VSL(iom_state));
+  GetStatusFlags(iom.Raw(), errors, warnings, info);
+  const auto read = CardReader(iom, error).Read(VSL(iom_state));
   const std::uint32_t state = read ? CorrectedState(*read, &adapter.m_DevicePath) : 0;
-  vsl_close(iom.Get(), error);
+  iom.Close(error);
+  iom.Destroy();
   return errors != adapter.m_ErrorFlags || warnings != adapter.m_WarningFlags ||
          info != adapter.m_InfoFlags || state != adapter.m_IomState;
 }
 
 unsigned int IPLUGINAPI_IMPL::Rescan(Watch& watch) {
+  TRACE_AS("Worker");
   m_Plugin.m_Children.clear();
   m_Plugin.m_Parents.clear();
   std::vector<CFusionIOAdapter> adapters;
@@ -770,7 +781,7 @@ unsigned int IPLUGINAPI_IMPL::SetPluginProperty(CFusionIOPlugin&, PI::CProperty&
   value = std::min(std::max(value, minimum), maximum);
   ++m_Plugin.m_ChangeCount;
   m_PollInterval = static_cast<std::uint32_t>(value);
-  const std::string text = boost::str(boost::format("%d") % value);
+  const std::string text = Formatted("%d", value);
   const unsigned int written = m_ConfigFile.WriteKeyValue("PollInterval", text, -1, -1);
   m_PrivateEvent.Set();
   return written;
@@ -800,13 +811,11 @@ unsigned int IPLUGINAPI_IMPL::ExecutePluginOperation(CFusionIOPlugin& plugin,
 unsigned int IPLUGINAPI_IMPL::GetEvents(CFusionIOPlugin&, PI::COperation& operation) {
   TRACE(TRACE_ENTRY, "ENTER GetEvents()");
   operation.m_Events.clear();
-  TRACED_WAIT(m_EventsLock, locked);
+  TRACED_WAIT(m_EventsLock, locked, "Release()");
   if (locked != kWaitSucceeded) return PI::SUCCESS;
   operation.m_Events = m_Events;
   m_Events.clear();
-  TRACE(TRACE_LOCK, "Before m_EventsLock.Release()");
-  m_EventsLock.Release();
-  TRACE(TRACE_LOCK, "After m_EventsLock.Release()");
+  TRACED_RELEASE(m_EventsLock);
   const unsigned int result = PI::SUCCESS;
   TRACE(TRACE_ENTRY, "LEAVE GetEvents() -> %d", result);
   return result;
@@ -826,16 +835,15 @@ unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(RaidDataModels::Plugin
 }
 
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPlugin& plugin) {
-  try {
-    RaidDataModels::Plugin row;
-    SetDatabaseObjectProperties(row, plugin);
-    m_Database->insert(row);
-    TRACE(TRACE_DATABASE, "Plugin FusionIO inserted to db.");
-    return PI::SUCCESS;
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    TRACE(TRACE_DATABASE, "Plugin FusionIO inserted to db. (%s)", failure.what());
-    return PI::ERR_GENERAL;
-  }
+  TRACE_AS(__func__);
+  return RunRowStatements(
+      [&] {
+        RaidDataModels::Plugin row;
+        SetDatabaseObjectProperties(row, plugin);
+        m_Database->insert(row);
+        TRACE(TRACE_DATABASE, "Plugin FusionIO inserted to db.");
+      },
+      [&](const char* why) { TRACE(TRACE_DATABASE, "Plugin FusionIO inserted to db. (%s)", why); });
 }
 
 // The plug-in's row stays as it was inserted.
@@ -844,26 +852,27 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPlugin&) {
 }
 
 unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOPlugin&) {
-  try {
-    using DatabaseORM::is_equal;
-    m_Database->remove_all<RaidDataModels::Plugin>(
-        DatabaseORM::where(is_equal(&RaidDataModels::Plugin::pluginName, kPluginName)));
-    TRACE(TRACE_DATABASE, "Plugin SanDisk removed from db.");
-    return PI::SUCCESS;
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    TRACE(TRACE_DATABASE, "Exception thrown during removing SanDisk plugin object from db. (%s)",
-          failure.what());
-    return PI::ERR_GENERAL;
-  }
+  TRACE_AS(__func__);
+  return RunRowStatements(
+      [&] {
+        using DatabaseORM::is_equal;
+        m_Database->remove_all<RaidDataModels::Plugin>(
+            DatabaseORM::where(is_equal(&RaidDataModels::Plugin::pluginName, kPluginName)));
+        TRACE(TRACE_DATABASE, "Plugin SanDisk removed from db.");
+      },
+      [&](const char* why) {
+        TRACE(TRACE_DATABASE,
+              "Exception thrown during removing SanDisk plugin object from db. (%s)", why);
+      });
 }
 
 // The jobs that take a card in or out.
 
 struct IPLUGINAPI_IMPL::CardJob {
-  const char* m_Name;  // as its trace lines have it
+  const char* m_Name;  // as its trace lines and their function column have it
   std::string IPLUGINAPI_IMPL::*m_Device;
   const char* m_CreateName;
-  vsl_code (*m_Create)(void* iom, void** job, vsl_error_record* error);
+  CreateJob m_Create;
   bool m_Forced;
   PI::_EVENT_ID m_FailureEvent;
   PI::_SEVERITY m_FailureSeverity;
@@ -889,6 +898,7 @@ unsigned int IPLUGINAPI_IMPL::ForceDetach(const std::string& device) {
 }
 
 unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& device) {
+  TRACE_AS(job.m_Name);
   TRACE(TRACE_ENTRY, "ENTER %s(%s)", job.m_Name, device);
   SetDevice(this->*job.m_Device, device);
   const PI::CEvent failure = FailureOf(job, device);
@@ -910,7 +920,8 @@ unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& devi
 // Made ahead of the work, so that the job need not come back for the adapter, which may be gone by
 // then. For a device that no adapter has, the event says nothing.
 PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
-  TRACED_WAIT(m_DataLock, locked);
+  TRACE_AS(job.m_Name);
+  TRACED_WAIT(m_DataLock, locked, "Release ()");
   static_cast<void>(locked);
   PI::CEvent event;
   const auto adapter =
@@ -932,37 +943,31 @@ void IPLUGINAPI_IMPL::DriveCard(const CardJob& job, const std::string& device,
                                 const PI::CEvent& failure) {
   ErrorRecord error;
   const auto failed = [&](const char* function, vsl_code code) {
-    return JobFailed(job, function, code, error.Text(), failure);
+    return JobFailed(job, function, code, error, failure);
   };
-  Handle iom;
-  Handle operation;  // destroyed before the card
-  if (failed("vsl_iom_create_by_name", iom.Create([&](void** handle) {
-        return vsl_iom_create_by_name(device.c_str(), handle, error);
-      }))) {
-    return;
-  }
-  if (failed(job.m_CreateName, operation.Create([&](void** handle) {
-        return job.m_Create(iom.Get(), handle, error);
-      }))) {
-    return;
-  }
-  if (job.m_Forced &&
-      failed("vsl_iom_detach_set_force", vsl_iom_detach_set_force(operation.Get(), 1, error))) {
-    return;
-  }
-  if (failed("vsl_op_start", vsl_op_start(operation.Get(), error))) return;
-  failed("vsl_op_wait_for_result", vsl_op_wait_for_result(operation.Get(), error));
+  CardHandle iom;
+  if (failed("vsl_iom_create_by_name", CreateHandle(device, iom, error))) return;
+  JobHandle operation;
+  const bool isReady =
+      !failed(job.m_CreateName, CreateHandle(iom, job.m_Create, operation, error)) &&
+      !(job.m_Forced && failed("vsl_iom_detach_set_force", SetForced(operation, error))) &&
+      !failed("vsl_op_start", Start(operation, error));
+  if (isReady) failed("vsl_op_wait_for_result", WaitForResult(operation, error));
+  operation.Destroy();
+  iom.Destroy();
 }
 
 bool IPLUGINAPI_IMPL::JobFailed(const CardJob& job, const char* function, std::uint64_t code,
-                                const std::string& why, const PI::CEvent& failure) {
+                                const ErrorRecord& error, const PI::CEvent& failure) {
   if (code == 0) return false;
-  TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, why);
-  PostEvent(failure);
+  TRACE_AS(job.m_Name);
+  TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, error.Text());
+  PostEvent(job, failure);
   return true;
 }
 
-void IPLUGINAPI_IMPL::PostEvent(const PI::CEvent& event) {
+void IPLUGINAPI_IMPL::PostEvent(const CardJob& job, const PI::CEvent& event) {
+  TRACE_AS(job.m_Name);
   TRACED_GUARD(m_EventsLock);
   m_Events.push_back(event);
 }

@@ -1,11 +1,11 @@
 // How long a card will last and how much of its rating is used, from what it tells of itself.
 #pragma once
 
-#include <boost/format.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
 
+#include "Corvane/Src/Texts.h"
 #include "host/PluginInterface.h"
 #include "host/Toolkit.h"
 
@@ -26,7 +26,7 @@ inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWri
                                               remainingHours);
   MBXX::CSystemDate_Lx date = {};
   MBXX::CSystemTime_Lx::GetDate(MBX::Misc::now() + remainingHours * kMsPerHour, date);
-  return boost::str(boost::format("%4d-%02d-%02d") % date.m_Year % date.m_Month % date.m_Day);
+  return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
 }
 
 // What was written as a percentage of the rating, which is in units of 2^40 bytes; above 100 for a

@@ -2,12 +2,12 @@
 // poll interval, in seconds.
 #pragma once
 
-#include <boost/format.hpp>
 #include <cstdint>
 #include <string>
 
 #include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/Texts.h"
 #include "Corvane/Src/Trace.h"
 
 namespace NAMESPACE_Corvane {
@@ -24,7 +24,7 @@ inline constexpr const char* kPluginVendor = "Skatra";
 inline constexpr const char* kVendorApiVersion = "3.16.0";
 
 inline std::string UniqueIDText() {
-  return boost::str(boost::format("Plugin:ID=%d") % kModuleNumber);
+  return Formatted("Plugin:ID=%d", kModuleNumber);
 }
 
 inline bool UniqueID(std::uint32_t&, PI::CProperty& property) {

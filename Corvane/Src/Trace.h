@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <string>
 
+#include "Corvane/Src/Cancellation.h"
+#include "Corvane/Src/WaitResults.h"
 #include "host/Toolkit.h"
 #include "models/Visibility.h"
 
@@ -54,23 +57,107 @@ inline void Feed(Stream& stream, const std::string& text) {
   stream << text;
 }
 
+// Where a line comes from.
+struct Site {
+  const char* m_File;
+  const char* m_Function;
+  int m_Line;
+};
+
 template <class... Values>
-void Send(TraceLevel level, const char* file, const char* function, int line, const char* format,
-          const Values&... values) {
-  MBX::Internals::CTraceStreamBuffer buffer(level, MBX_MODULE_INFO_Corvane, file, function, line);
+void Send(TraceLevel level, const Site& site, const char* format, const Values&... values) {
+  MBX::Internals::CTraceStreamBuffer buffer(level, MBX_MODULE_INFO_Corvane, site.m_File,
+                                            site.m_Function, site.m_Line);
   Stream stream(buffer, format);
   (Feed(stream, values), ...);
 }
 
 }  // namespace TraceFeed
 
+// Hides `TracedAs` for the rest of a block.
+class TraceName {
+ public:
+  constexpr explicit TraceName(const char* name) : m_Name(name) {}
+  constexpr const char* operator()(const char*) const { return m_Name; }
+
+ private:
+  const char* m_Name;
+};
+
+// A lock that is taken and released by hand. When an exception or a cancellation of the thread gets
+// in between, the lock is released on the way out, with the lines of the release.
+class HandHeldLock {
+ public:
+  // `before` and `after` are the lines of the release, and `site` is where they come from.
+  HandHeldLock(MBX::Threading::Native_OS::CFastMutex& lock, const TraceFeed::Site& site,
+               const char* before, const char* after)
+      : m_Lock(lock), m_Site(site), m_Before(before), m_After(after) {}
+  ~HandHeldLock() {
+    if (!m_Held) return;
+    const CancellationBlocked blocked;
+    TraceUnlessThatFails(m_Before);
+    m_Lock.Release();
+    TraceUnlessThatFails(m_After);
+  }
+  HandHeldLock(const HandHeldLock&) = delete;
+  HandHeldLock& operator=(const HandHeldLock&) = delete;
+
+  // Forever.
+  unsigned int Wait() {
+    const unsigned int result = m_Lock.Wait(MBX::Threading::WAIT_INFINITE);
+    m_Held = result == kWaitSucceeded;
+    return result;
+  }
+
+  // Traced as a line of the caller's.
+  void Release(const TraceFeed::Site& site) {
+    if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, site, m_Before);
+    m_Held = false;
+    m_Lock.Release();
+    if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, site, m_After);
+  }
+
+ private:
+  void TraceUnlessThatFails(const char* text) const {
+    try {
+      if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, m_Site, text);
+    } catch (const std::exception&) {
+      // The release matters more than the line.
+    }
+  }
+
+  MBX::Threading::Native_OS::CFastMutex& m_Lock;
+  const TraceFeed::Site m_Site;
+  const char* const m_Before;
+  const char* const m_After;
+  bool m_Held = false;
+};
+
 }  // namespace NAMESPACE_Corvane
 
+// The function that a line shows: the one that it stands in, or the one that `TRACE_AS` names.
+// Outside the namespace, so that the macros find it from anywhere.
+constexpr const char* TracedAs(const char* function) {
+  return function;
+}
+
+#define TRACE_SITE()                       \
+  ::NAMESPACE_Corvane::TraceFeed::Site {   \
+    __FILE__, TracedAs(__func__), __LINE__ \
+  }
+
+// Makes the lines of a helper, from here to the end of the block, show the function that the helper
+// works for.
+#define TRACE_AS(name)                            \
+  const ::NAMESPACE_Corvane::TraceName TracedAs { \
+    name                                          \
+  }
+
 // Sends one line: level, format, values. The values are not evaluated while the level is off.
-#define TRACE(level, ...)                                                                     \
-  do {                                                                                        \
-    if (::NAMESPACE_Corvane::Traced(level))                                                   \
-      ::NAMESPACE_Corvane::TraceFeed::Send(level, __FILE__, __func__, __LINE__, __VA_ARGS__); \
+#define TRACE(level, ...)                                                     \
+  do {                                                                        \
+    if (::NAMESPACE_Corvane::Traced(level))                                   \
+      ::NAMESPACE_Corvane::TraceFeed::Send(level, TRACE_SITE(), __VA_ARGS__); \
   } while (false)
 
 // Holds a lock of the plug-in to the end of the enclosing block. A macro, so that both lines show
@@ -80,13 +167,13 @@ void Send(TraceLevel level, const char* file, const char* function, int line, co
   const MBX::Threading::CSyncGuard guardOf_##lock(lock, MBX::Threading::WAIT_INFINITE); \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait (sg)")
 
-// Takes a lock that is released by hand, and leaves the result of the wait in `result`.
-#define TRACED_WAIT(lock, result)                                            \
-  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait(INFINITE)"); \
-  const unsigned int result = lock.Wait(MBX::Threading::WAIT_INFINITE);      \
+// Takes a lock that is released by hand, and leaves the result of the wait in `result`. `release`
+// is how the lines of the release write it.
+#define TRACED_WAIT(lock, result, release)                                          \
+  ::NAMESPACE_Corvane::HandHeldLock handHeld_##lock(                                \
+      lock, TRACE_SITE(), "Before " #lock "." release, "After " #lock "." release); \
+  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait(INFINITE)");        \
+  const unsigned int result = handHeld_##lock.Wait();                               \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait(INFINITE)")
 
-#define TRACED_RELEASE(lock)                                             \
-  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Release ()"); \
-  lock.Release();                                                        \
-  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Release ()")
+#define TRACED_RELEASE(lock) handHeld_##lock.Release(TRACE_SITE())

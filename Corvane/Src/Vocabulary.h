@@ -289,6 +289,16 @@ enum _SEVERITY : std::uint32_t {
   SEVERITY_ERROR = 4
 };
 
+// Color classes of a status, `CProperty::m_Indicator`. The texts are in the host's message file.
+enum _INDICATOR : std::uint32_t {
+  INDICATOR_ADAPTER_OK = 24000,
+  INDICATOR_ADAPTER_FAILED = 24001,
+  INDICATOR_ADAPTER_WARNING = 24002,
+  INDICATOR_DRIVE_FAILED = 24177,
+  INDICATOR_DRIVE_AVAILABLE = 24183,
+  INDICATOR_DRIVE_SMART = 24189  // available, and expected to fail
+};
+
 // Value holders that the plug-in reads, `CProperty::m_ValueType`.
 enum _VALUE_TYPE : std::uint32_t { VALUE_TYPE_CHOICE = 3, VALUE_TYPE_RANGE = 7 };
 

@@ -1,0 +1,236 @@
+// Handles of the card library, one type per kind, and the calls that take them.
+//
+// The library takes every handle as a plain pointer. Everything else of the plug-in goes through
+// these functions, so that a handle of one kind passed for another does not compile.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <type_traits>
+
+#include "Corvane/Src/Cancellation.h"
+#include "Corvane/Src/CardNumbers.h"
+#include "host/vsl_abstraction.h"
+
+namespace NAMESPACE_Corvane {
+
+// Where the library says why a call failed. The text is read only where it was ended: the library
+// leaves the record alone on success, and one trace prints it then.
+class ErrorRecord {
+ public:
+  ErrorRecord() { *TextBegin() = '\0'; }
+  // All zero, for calls that may read it.
+  static ErrorRecord Zeroed() {
+    ErrorRecord record;
+    record.m_Record = {};
+    return record;
+  }
+
+  operator vsl_error_record*() { return &m_Record; }
+  std::string Text() const {
+    const char* text = const_cast<ErrorRecord*>(this)->TextBegin();
+    return std::string(text, strnlen(text, kErrorRecordSize - kErrorTextAt));
+  }
+
+ private:
+  // The library's header may name the members as it likes.
+  char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextAt; }
+
+  static_assert(sizeof(vsl_error_record) == kErrorRecordSize);
+  vsl_error_record m_Record;
+};
+
+namespace HandleKind {
+struct Card;
+struct Adapter;  // a card's PCIe side
+struct Format;
+struct Job;  // attach and detach; a format is a job too
+struct Unit;
+}  // namespace HandleKind
+
+// A handle that someone else destroys. A format stands for a job as well; no other kind stands for
+// another.
+template <class Kind>
+class HandleRef {
+ public:
+  explicit HandleRef(void* raw = nullptr) : m_Raw(raw) {}
+  template <class Other, std::enable_if_t<std::is_same_v<Kind, HandleKind::Job> &&
+                                              std::is_same_v<Other, HandleKind::Format>,
+                                          int> = 0>
+  HandleRef(HandleRef<Other> format) : m_Raw(format.Raw()) {}
+
+  void* Raw() const { return m_Raw; }
+
+ private:
+  void* m_Raw;
+};
+
+using CardRef = HandleRef<HandleKind::Card>;
+using AdapterRef = HandleRef<HandleKind::Adapter>;
+using FormatRef = HandleRef<HandleKind::Format>;
+using JobRef = HandleRef<HandleKind::Job>;
+using UnitRef = HandleRef<HandleKind::Unit>;
+
+// A handle that is destroyed by `Destroy` on the way through a function, or else by the destructor
+// while the stack unwinds. A thread may be cancelled inside the library: `Destroy` lets it unwind,
+// the destructor makes the cancellation wait.
+//
+// The destroying call reports into `destroyRecord`, or nowhere.
+template <class Kind>
+class Handle {
+ public:
+  explicit Handle(vsl_error_record* destroyRecord = nullptr) : m_pDestroyRecord(destroyRecord) {}
+  ~Handle() {
+    if (!m_Owned) return;
+    const CancellationBlocked blocked;
+    Destroy();
+  }
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+
+  // Runs `make`, which gets the address of the handle, and returns its code. The handle is to be
+  // destroyed when the code is 0.
+  template <class Make>
+  vsl_code Create(Make make) {
+    const vsl_code code = make(&m_Raw);
+    m_Owned = code == 0;
+    return code;
+  }
+
+  // Destroy it although its creation failed.
+  void Adopt() { m_Owned = true; }
+  // Leave it to the library.
+  void Release() { m_Owned = false; }
+
+  // Does nothing for a handle that was not created, or is destroyed already.
+  void Destroy() {
+    if (!m_Owned) return;
+    m_Owned = false;
+    vsl_destroy(&m_Raw, m_pDestroyRecord);
+  }
+
+  void*& Raw() { return m_Raw; }
+  template <class Other,
+            std::enable_if_t<std::is_convertible_v<HandleRef<Kind>, HandleRef<Other>>, int> = 0>
+  operator HandleRef<Other>() const {
+    return HandleRef<Kind>(m_Raw);
+  }
+
+ private:
+  void* m_Raw = nullptr;
+  vsl_error_record* m_pDestroyRecord;
+  bool m_Owned = false;
+};
+
+// The handle of a card, which is closed before it is destroyed, also while the stack unwinds.
+class CardHandle : public Handle<HandleKind::Card> {
+ public:
+  using Handle::Handle;
+  ~CardHandle() {
+    if (!m_IsOpen) return;
+    const CancellationBlocked blocked;
+    ErrorRecord error;
+    Close(error);
+  }
+
+  vsl_code Open(ErrorRecord& error) {
+    const vsl_code code = vsl_open(Raw(), error);
+    m_IsOpen = code == 0;
+    return code;
+  }
+  void Close(ErrorRecord& error) {
+    m_IsOpen = false;
+    vsl_close(Raw(), error);
+  }
+
+ private:
+  bool m_IsOpen = false;
+};
+
+using AdapterHandle = Handle<HandleKind::Adapter>;
+using FormatHandle = Handle<HandleKind::Format>;
+using JobHandle = Handle<HandleKind::Job>;
+
+// Makes the handle of the card at a control device. It is not opened.
+inline vsl_code CreateHandle(const std::string& devicePath, CardHandle& card, ErrorRecord& error) {
+  return card.Create(
+      [&](void** handle) { return vsl_iom_create_by_name(devicePath.c_str(), handle, error); });
+}
+inline vsl_code CreateHandle(CardRef card, AdapterHandle& adapter, ErrorRecord& error) {
+  return adapter.Create(
+      [&](void** handle) { return vsl_adapter_create(card.Raw(), handle, error); });
+}
+inline vsl_code CreateHandle(CardRef card, FormatHandle& format, ErrorRecord& error) {
+  return format.Create(
+      [&](void** handle) { return vsl_iom_format_create(card.Raw(), handle, error); });
+}
+// `create` is the library's function for the job wanted.
+using CreateJob = vsl_code (*)(void* iom, void** job, vsl_error_record* error);
+inline vsl_code CreateHandle(CardRef card, CreateJob create, JobHandle& job, ErrorRecord& error) {
+  return job.Create([&](void** handle) { return create(card.Raw(), handle, error); });
+}
+
+// Cards. The walk begins at a null handle; what it visits is the library's.
+inline bool NextCard(CardRef& card, ErrorRecord& error) {
+  void* raw = card.Raw();
+  const bool any = vsl_iom_iterate(&raw, 1, error);
+  card = CardRef(raw);
+  return any;
+}
+inline std::uint16_t PciDeviceId(CardRef card, ErrorRecord& error) {
+  return vsl_pci_device_id(card.Raw(), error);
+}
+inline bool BeaconIsOn(CardRef card, ErrorRecord& error) {
+  return vsl_beacon_state(card.Raw(), error);
+}
+inline vsl_code SetBeacon(CardRef card, bool on, ErrorRecord& error) {
+  return vsl_set_beacon_state(card.Raw(), on ? 1 : 0, error);
+}
+
+// Jobs.
+inline vsl_code SetForced(JobRef job, ErrorRecord& error) {
+  return vsl_iom_detach_set_force(job.Raw(), 1, error);
+}
+inline vsl_code Start(JobRef job, ErrorRecord& error) {
+  return vsl_op_start(job.Raw(), error);
+}
+inline vsl_code WaitForResult(JobRef job, ErrorRecord& error) {
+  return vsl_op_wait_for_result(job.Raw(), error);
+}
+
+// Formats.
+inline vsl_code AllowOverformat(FormatRef format, ErrorRecord& error) {
+  return vsl_iom_format_set_size_mode(format.Raw(), kSizeModeOverformat, error);
+}
+inline std::uint64_t MaxSizeBytes(FormatRef format, ErrorRecord& error) {
+  return vsl_iom_format_max_size_bytes(format.Raw(), error);
+}
+inline vsl_code SetSizeBytes(FormatRef format, std::uint64_t bytes, ErrorRecord& error) {
+  return vsl_iom_format_set_size_bytes(format.Raw(), bytes, error);
+}
+inline vsl_code SetSizePercent(FormatRef format, std::uint32_t percent, ErrorRecord& error) {
+  return vsl_iom_format_set_size_pct(format.Raw(), percent, error);
+}
+inline vsl_code SetSectorSize(FormatRef format, std::uint32_t bytes, ErrorRecord& error) {
+  return vsl_iom_format_set_sector_size_bytes(format.Raw(), bytes, error);
+}
+
+// Storage units of a card. The walk begins at a null handle; what it visits is the library's.
+inline bool NextUnit(CardRef card, UnitRef& unit, ErrorRecord& error) {
+  void* raw = unit.Raw();
+  const bool any = vsl_vsu_iterate(card.Raw(), &raw, 1, error);
+  unit = UnitRef(raw);
+  return any;
+}
+inline std::uint32_t UnitState(UnitRef unit, ErrorRecord& error) {
+  return vsl_vsu_state(unit.Raw(), error);
+}
+inline bool HasUnitState(UnitRef unit, ErrorRecord& error) {
+  return vsl_has_vsu_state(unit.Raw(), error);
+}
+inline vsl_code SetUnitState(UnitRef unit, std::uint32_t state, ErrorRecord& error) {
+  return vsl_set_vsu_state(unit.Raw(), state, error);
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,22 @@
+// How the upkeep of a row ends.
+#pragma once
+
+#include "Corvane/Src/Vocabulary.h"
+#include "host/Database.h"
+
+namespace NAMESPACE_Corvane {
+
+// Runs the statements of one row operation: 0, or ERR_GENERAL when the database refused, after
+// `traceFailure` was told why. Any other exception passes.
+template <class Statements, class TraceFailure>
+unsigned int RunRowStatements(Statements statements, TraceFailure traceFailure) {
+  try {
+    statements();
+    return PI::SUCCESS;
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    traceFailure(failure.what());
+    return PI::ERR_GENERAL;
+  }
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,56 @@
+// Rules that the plug-in's sources keep, where a compiler would not notice.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// A number is made into text in one place, and read with a locale of its own.
+TEST(SourceRules, NumbersBecomeTextInOnePlace) {
+  const std::regex formatting(
+      "boost::format|to_string\\(|o?stringstream|snprintf|lexical_cast|stod\\(");
+  std::vector<std::string> found;
+  for (const char* folder : {"Corvane/Src", "orm", "models"}) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::path(CORVANE_CHECKOUT) / folder)) {
+      std::ifstream file(entry.path());
+      for (std::string line; std::getline(file, line);) {
+        const bool isCode = line.find("//") == std::string::npos;
+        if (isCode && std::regex_search(line, formatting)) {
+          found.push_back(entry.path().filename().string() + ": " + line);
+        }
+      }
+    }
+  }
+  std::sort(found.begin(), found.end());
+  EXPECT_THAT(found, ElementsAre("Texts.h:   boost::format text(format, std::locale::classic());",
+                                 "storage.h:     std::istringstream cell(cells.front());"));
+}
+
+// Handles go to the card library through the functions that know their kinds.
+TEST(SourceRules, TheCardLibraryIsCalledInOnePlace) {
+  const std::regex call("\\bvsl_(?!init\\(|fini\\()[a-z_]+\\(");
+  std::vector<std::string> found;
+  const auto folder = std::filesystem::path(CORVANE_CHECKOUT) / "Corvane/Src";
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.path().filename() == "CardHandles.h") continue;
+    std::ifstream file(entry.path());
+    for (std::string line; std::getline(file, line);) {
+      if (std::regex_search(line, call)) found.push_back(line);
+    }
+  }
+  EXPECT_THAT(found, IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest

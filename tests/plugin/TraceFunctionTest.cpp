@@ -1,0 +1,588 @@
+// The function that each trace line shows: the one that the line is about, also where a helper
+// writes it. Every line that the sources can write is reached through the commands of a host, and
+// every one of them stands in the table.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Corvane/Src/Corvane.h"
+#include "hostkit/Inspect.h"
+#include "orm/storage.h"
+#include "tests/support/HeldCall.h"
+#include "tests/support/NullHandleSeam.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
+using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
+using testing::IsEmpty;
+
+// A text with its placeholders, and the functions that write it, each of them at some time.
+struct Row {
+  const char* m_Text;
+  std::vector<const char*> m_Functions;
+};
+
+using Table = std::map<std::string, std::vector<Row>>;  // by the source that the line shows
+
+const Table TABLE = {
+    {"Corvane",
+     {
+         {"Before m_DataLock.Wait (sg)",
+          {"GetProperties", "GetProperty", "SetProperty", "GetOperations", "CheckOperation",
+           "ExecuteOperation"}},
+         {"After m_DataLock.Wait (sg)",
+          {"GetProperties", "GetProperty", "SetProperty", "GetOperations", "CheckOperation",
+           "ExecuteOperation"}},
+         {"GetProperties() Adapter = %d", {"GetProperties"}},
+         {"GetProperties() PhysicalDrives = %d", {"GetProperties"}},
+         {"GetProperty() Adapter = %d", {"GetProperty"}},
+         {"GetProperty() PhysicalDrives = %d", {"GetProperty"}},
+         {"ENTER GetOperations object=0x%x", {"GetOperations"}},
+         {"ENTER GetOperations ret=%d", {"GetOperations"}},
+         {"ENTER CheckOperation operation=%d", {"CheckOperation"}},
+         {"LEAVE CheckOperation(%d)", {"CheckOperation"}},
+     }},
+    {"CorvanePlugin",
+     {
+         {"LEAVE Initialize() m_DataLock.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d",
+          {"Initialize"}},
+         {"LEAVE Initialize() m_PrivateEventsLock.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d",
+          {"Initialize"}},
+         {"LEAVE Initialize() m_ForceWorker.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d",
+          {"Initialize"}},
+         {"LEAVE Initialize() m_StopRequest.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d",
+          {"Initialize"}},
+         {"LEAVE Initialize() m_PrivateEvent.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d",
+          {"Initialize"}},
+         {"LEAVE Initialize() -> PI::ERR_NO_SUPPORTED_HARDWARE", {"Initialize"}},
+         {"LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED", {"Initialize"}},
+         {"LEAVE Initialize() -> %d", {"Initialize"}},
+         {"Initialize, vsl_init = %d (%s)", {"Initialize"}},
+         {"ScanSystem() ret = %d m_PhysicalDrives=%d", {"Initialize"}},
+         {"Before m_DataLock.Wait (sg)", {"Initialize", "GetTopology"}},
+         {"After m_DataLock.Wait (sg)", {"Initialize", "GetTopology"}},
+         {"ENTER DeInitialize", {"DeInitialize"}},
+         {"LEAVE DeInitialize", {"DeInitialize"}},
+         {"Wait for termination... (Worker)", {"DeInitialize"}},
+         {"Wait for termination... (Attach)", {"DeInitialize"}},
+         {"Wait for termination... (Detach)", {"DeInitialize"}},
+         {"Kill Worker", {"DeInitialize"}},
+         {"Kill Attach", {"DeInitialize"}},
+         {"Kill Detach", {"DeInitialize"}},
+         {"ENTER ScanSystem(%d) PhyDrive=%d", {"ScanSystem"}},
+         {"LEAVE ScanSystem() -> %d", {"ScanSystem"}},
+         {"ScanSystem, vsl_iom_create_by_name = %d (%s)", {"ScanSystem"}},
+         {"ScanSystem, vsl_open = %d (%s)", {"ScanSystem"}},
+         {"ScanSystem, vsl_iom_format_create = %d (%s)", {"ScanSystem"}},
+         {"ScanSystem, vsl_has_first_use_ts = %d", {"ScanSystem"}},
+         {"ScanSystem, vsl_has_origin_ts = %d", {"ScanSystem"}},
+         {"ScanSystem, vsl_has_reserve_warning_threshold_percent = %d", {"ScanSystem"}},
+         {"The drive is not found yet!", {"ScanSystem"}},
+         {"ENTER Worker()", {"Worker"}},
+         {"LEAVE Worker()", {"Worker"}},
+         {"Worker() m_PrivateEvent event received", {"Worker"}},
+         {"Worker() timeout event received", {"Worker"}},
+         {"Worker() m_ForceWorker event received, force scan", {"Worker"}},
+         {"Worker() something else perhaps m_StopRequest", {"Worker"}},
+         {"Worker() before restart interval", {"Worker"}},
+         {"Worker() after bscan", {"Worker"}},
+         {"Worker, vsl_iom_create_by_name = %d (%s)", {"Worker"}},
+         {"Worker, vsl_open = %d (%s)", {"Worker"}},
+         {"Before ScanSystem()", {"Worker"}},
+         {"After ScanSystem() ret = %d", {"Worker"}},
+         {"Before UpdateSystem()", {"Worker"}},
+         {"After UpdateSystem() ret = %d", {"Worker"}},
+         {"Before m_DataLock.Wait(INFINITE)", {"Worker", "Attach", "Detach", "ForceDetach"}},
+         {"After m_DataLock.Wait(INFINITE)", {"Worker", "Attach", "Detach", "ForceDetach"}},
+         {"Before m_DataLock.Release ()", {"Worker", "Attach", "Detach", "ForceDetach"}},
+         {"After m_DataLock.Release ()", {"Worker", "Attach", "Detach", "ForceDetach"}},
+         {"Before m_EventsLock.Wait(INFINITE)", {"Worker", "GetEvents"}},
+         {"After m_EventsLock.Wait(INFINITE)", {"Worker", "GetEvents"}},
+         {"Before m_EventsLock.Release ()", {"Worker"}},
+         {"After m_EventsLock.Release ()", {"Worker"}},
+         {"Before m_EventsLock.Release()", {"GetEvents"}},
+         {"After m_EventsLock.Release()", {"GetEvents"}},
+         {"Before m_EventsLock.Wait (sg)", {"UpdateSystem", "Attach", "Detach", "ForceDetach"}},
+         {"After m_EventsLock.Wait (sg)", {"UpdateSystem", "Attach", "Detach", "ForceDetach"}},
+         {"ENTER UpdateSystem for %d adapter, %d physicalDrives", {"UpdateSystem"}},
+         {"LEAVE UpdateSystem ret = %d", {"UpdateSystem"}},
+         {"ENTER GetTopology", {"GetTopology"}},
+         {"LEAVE GetTopology", {"GetTopology"}},
+         {"GetTopology() Adapter m_ID=0x%x", {"GetTopology"}},
+         {"GetTopology() m_Adapters = %d", {"GetTopology"}},
+         {"GetTopology() PhysicalDrive m_ID=0x%x", {"GetTopology"}},
+         {"GetTopology() m_PhysicalDrives = %d", {"GetTopology"}},
+         {"ENTER ExecutePluginOperation()", {"ExecutePluginOperation"}},
+         {"LEAVE ExecutePluginOperation() -> %d", {"ExecutePluginOperation"}},
+         {"ENTER GetEvents()", {"GetEvents"}},
+         {"LEAVE GetEvents() -> %d", {"GetEvents"}},
+         {"Plugin FusionIO inserted to db.", {"InsertObjectToDatabase"}},
+         {"Plugin FusionIO inserted to db. (%s)", {"InsertObjectToDatabase"}},
+         {"Plugin SanDisk removed from db.", {"DeleteObjectFromDatabase"}},
+         {"Exception thrown during removing SanDisk plugin object from db. (%s)",
+          {"DeleteObjectFromDatabase"}},
+         {"ENTER Attach(%s)", {"Attach"}},
+         {"ENTER Detach(%s)", {"Detach"}},
+         {"ENTER ForceDetach(%s)", {"ForceDetach"}},
+         {"LEAVE Attach()", {"Attach"}},
+         {"LEAVE Detach()", {"Detach"}},
+         {"LEAVE ForceDetach()", {"ForceDetach"}},
+         {"Attach, vsl_iom_create_by_name = %d (%s)", {"Attach"}},
+         {"Attach, vsl_iom_attach_create = %d (%s)", {"Attach"}},
+         {"Attach, vsl_op_start = %d (%s)", {"Attach"}},
+         {"Attach, vsl_op_wait_for_result = %d (%s)", {"Attach"}},
+         {"Detach, vsl_iom_create_by_name = %d (%s)", {"Detach"}},
+         {"Detach, vsl_iom_detach_create = %d (%s)", {"Detach"}},
+         {"Detach, vsl_op_start = %d (%s)", {"Detach"}},
+         {"Detach, vsl_op_wait_for_result = %d (%s)", {"Detach"}},
+         {"ForceDetach, vsl_iom_create_by_name = %d (%s)", {"ForceDetach"}},
+         {"ForceDetach, vsl_iom_detach_create = %d (%s)", {"ForceDetach"}},
+         {"ForceDetach, vsl_iom_detach_set_force = %d (%s)", {"ForceDetach"}},
+         {"ForceDetach, vsl_op_start = %d (%s)", {"ForceDetach"}},
+         {"ForceDetach, vsl_op_wait_for_result = %d (%s)", {"ForceDetach"}},
+     }},
+    {"CorvaneAdapter",
+     {
+         {"ENTER AdapterGetProperties (%d)",
+          {"GetAdapterProperties", "SetDatabaseObjectProperties"}},
+         {"LEAVE AdapterGetProperties -> %d", {"GetAdapterProperties"}},
+         {"GetAdapterProperties, vsl_has_reserve_space_pct = %d", {"GetAdapterProperties"}},
+         {"GetAdapterProperties, vsl_has_reserve_status = %d", {"GetAdapterProperties"}},
+         {"GetAdapterProperties, vsl_has_total_physical_bytes_read = %d",
+          {"GetAdapterProperties", "SetDatabaseObjectProperties"}},
+         {"GetAdapterProperties, vsl_has_total_physical_bytes_written = %d",
+          {"GetAdapterProperties"}},
+         {"GetAdapterProperties, vsl_has_rated_endurance_percent = %d",
+          {"GetAdapterProperties", "SetDatabaseObjectProperties"}},
+         {"ENTER CheckAdapterOperation operation=%d", {"CheckAdapterOperation"}},
+         {"LEAVE CheckAdapterOperation -> %d", {"CheckAdapterOperation"}},
+         {"CheckAdapterOperation, vsl_iom_create_by_name = %d (%s)", {"CheckAdapterOperation"}},
+         {"ENTER ExecuteAdapterOperation(%d) (%d)", {"ExecuteAdapterOperation"}},
+         {"LEAVE AdapterExecuteOperation() -> %d", {"ExecuteAdapterOperation"}},
+         {"ExecuteAdapterOperation, vsl_iom_create_by_name = %d (%s)", {"ExecuteAdapterOperation"}},
+         {"ExecuteAdapterOperation, vsl_set_beacon_state = %d (%s)", {"ExecuteAdapterOperation"}},
+         {"ExecuteAdapterOperation(), OP_ATTACH, start Attach thread", {"ExecuteAdapterOperation"}},
+         {"ExecuteAdapterOperation(), OP_DETACH, start Detach thread", {"ExecuteAdapterOperation"}},
+         {"ExecuteAdapterOperation(), OP_FORCE_DETACH, start ForceDetach thread",
+          {"ExecuteAdapterOperation"}},
+         {"ExecuteAdapterOperation() OpCode(%d)", {"ExecuteAdapterOperation"}},
+         {"Adapter (%s) (%d) inserted to db.", {"InsertObjectToDatabase"}},
+         {"Storage query exception thrown during inserting Adapter (%s) (%d) to db. (%s)",
+          {"InsertObjectToDatabase"}},
+         {"Adapter (%s) (%d) entry updated in db.", {"UpdateObjectInDatabase"}},
+         {"Storage query exception thrown during updating Adapter (%s) (%d) entry updated in db. "
+          "(%s)",
+          {"UpdateObjectInDatabase"}},
+         {"Adapter (%s) (%d) removed from db.", {"DeleteObjectFromDatabase"}},
+         {"Storage query exception thrown during removing Adapter (%s) (%d) removed from db. (%s)",
+          {"DeleteObjectFromDatabase"}},
+     }},
+    {"CorvanePhysicalDrive",
+     {
+         {"ENTER GetPhysicalDriveProperties()", {"GetPhysicalDriveProperties"}},
+         {"GetPhysicalDriveProperties() set status property of disk to %d",
+          {"GetPhysicalDriveProperties"}},
+         {"ENTER CheckPhysicalDriveOperation()", {"CheckPhysicalDriveOperation"}},
+         {"LEAVE CheckPhysicalDriveOperation() -> %d", {"CheckPhysicalDriveOperation"}},
+         {"CheckPhysicalDriveOperation, vsl_iom_create_by_name = %d (%s)",
+          {"CheckPhysicalDriveOperation"}},
+         {"ENTER ExecutePhysicalDriveOperation()", {"ExecutePhysicalDriveOperation"}},
+         {"LEAVE ExecutePhysicalDriveOperation() -> %d", {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_iom_create_by_name = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_set_vsu_state = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_iom_format_create = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_iom_format_set_sector_size_bytes = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_iom_format_set_size_bytes = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_op_start = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ExecutePhysicalDriveOperation, vsl_op_wait_for_result = %d (%s)",
+          {"ExecutePhysicalDriveOperation"}},
+         {"ENTER SetDatabaseObjectProperties (PhysicalDisk) ()", {"SetDatabaseObjectProperties"}},
+         {"PD (%s) inserted to db.", {"InsertObjectToDatabase"}},
+         {"Storage query exception thrown during inserting PD (%s) to db. (%s)",
+          {"InsertObjectToDatabase"}},
+         {"PD (%s) updated in db.", {"UpdateObjectInDatabase"}},
+         {"Storage query exception thrown during updating PD (%s) in db. (%s)",
+          {"UpdateObjectInDatabase"}},
+     }},
+};
+
+constexpr std::uint64_t PLUGIN = 0x0130000000000000;
+constexpr std::uint64_t ADAPTER = PLUGIN + 1;
+constexpr std::uint64_t DRIVE = PLUGIN + 2;
+constexpr std::uint64_t NOBODY = PLUGIN + 99;
+
+// Whether the line is the text with something in place of each placeholder.
+bool Fits(const char* text, const char* line) {
+  for (; *text != '\0'; ++text, ++line) {
+    const std::string placeholder(text, 0, 2);
+    const bool isText = std::string(text).rfind("%s", 0) == 0;
+    const bool isNumber = std::string(text).rfind("%d", 0) == 0;
+    const bool isHexadecimal = std::string(text).rfind("%x", 0) == 0;
+    if (isText || isNumber || isHexadecimal) {
+      const auto belongs = [&](char each) {
+        return isText || std::isdigit(each) != 0 || (isHexadecimal && std::isxdigit(each) != 0);
+      };
+      const std::size_t least = isText ? 0 : 1;
+      for (std::size_t length = 0;; ++length) {
+        if (length >= least && Fits(text + 2, line + length)) return true;
+        if (line[length] == '\0' || !belongs(line[length])) return false;
+      }
+    }
+    if (*text != *line) return false;
+  }
+  return *line == '\0';
+}
+
+// A database that refuses every statement for as long as the object lives.
+class RefusingDatabase {
+ public:
+  RefusingDatabase() : m_pStorage(getDatabasePointer()), m_pReal(m_pStorage->dao) {
+    m_pStorage->dao = std::make_shared<Refusal>();
+  }
+  ~RefusingDatabase() { m_pStorage->dao = m_pReal; }
+  RefusingDatabase(const RefusingDatabase&) = delete;
+  RefusingDatabase& operator=(const RefusingDatabase&) = delete;
+
+ private:
+  struct Refusal : DatabaseWrapper::DatabaseDAO {
+    std::vector<std::string> query(std::string) override {
+      throw DBEXCEPTION::DatabaseException("refused");
+    }
+  };
+  const std::shared_ptr<DatabaseORM::storage_t> m_pStorage;
+  const std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_pReal;
+};
+
+// The event that nothing in the plug-in sets: a private member, by the one way in which the
+// language lets it be named.
+struct ForceWorkerMember {
+  using Type = MBX::Threading::CEvent IPLUGINAPI_IMPL::*;
+  friend Type Open(ForceWorkerMember);
+};
+template <class Member, typename Member::Type pointer>
+struct Opened {
+  friend typename Member::Type Open(Member) { return pointer; }
+};
+template struct Opened<ForceWorkerMember, &IPLUGINAPI_IMPL::m_ForceWorker>;
+
+PI::CProperty Choice(std::uint32_t name, int value) {
+  PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
+  parameter.m_NameID = name;
+  parameter.SetValue(value, std::vector<int>{value});
+  return parameter;
+}
+
+// By default a look every two seconds and a scan every six.
+void StartWatching(SimulatedHost& host, int cards, const char* ini = "PollInterval=6\n") {
+  host.WriteIni(ini);
+  for (int i = 0; i < cards; ++i) host.AddCard();
+  host.Cards().Set("card0", "volumes", R"([{"state": 0, "settable": true, "refuses": false}])");
+  ASSERT_EQ(host.Start(), 0U);
+}
+
+void Stop(SimulatedHost& host) {
+  host.DeInitialize();
+  host.Release();
+}
+
+// Stories, each of which reaches some lines.
+
+void AskForEverything(SimulatedHost& host) {
+  StartWatching(host, 2);
+  host.Topology();
+  for (const std::uint64_t object : {PLUGIN, ADAPTER, DRIVE, NOBODY}) {
+    host.Properties(object);
+    PI::CProperty property(PI::Property::UNDEFINED, false);
+    host.Property(object, PI::Property::NAME, property);
+    host.Operations(object);
+  }
+  host.SetPollInterval(7);
+  Pass(1);
+  host.Check(ADAPTER, PI::OP_LOCATE_DEVICE);
+  host.Run(ADAPTER, PI::OP_LOCATE_DEVICE);
+  host.Run(ADAPTER, PI::OP_FORMAT_DEVICE);
+  host.Check(DRIVE, PI::OP_MAKE_ONLINE);
+  host.Run(DRIVE, PI::OP_MAKE_ONLINE);
+  host.CollectEvents();
+  Stop(host);
+}
+
+void ChangeCards(SimulatedHost& host) {
+  StartWatching(host, 2);
+  host.Cards().Set("card0", "iom_state", "0");
+  Pass(10000);
+  for (const char* path : {"/dev/hidden", "/dev/fct1"}) {
+    host.Cards().Set("card1", "device_path", std::string("\"") + path + '"');
+    Pass(10000);
+  }
+  (g_p_IPLUGINAPI_IMPL->*Open(ForceWorkerMember())).Set();
+  Pass(1);
+  Stop(host);
+}
+
+void FillRowsWithoutCards(SimulatedHost& host) {
+  NullHandleAnswers answers;
+  answers.rated_endurance_tbytes = 80;
+  answers.total_physical_bytes_read = 1024;
+  answers.total_physical_bytes_written = 1024;
+  host.AddCard();
+  host.Initialize();
+  Stop(host);
+}
+
+constexpr std::uint32_t JOBS[] = {PI::OP_ATTACH, PI::OP_DETACH, PI::OP_FORCE_DETACH};
+
+// Runs each job once with each of its calls failing.
+void LetJobsFail(SimulatedHost& host) {
+  StartWatching(host, 1, "PollInterval=255\n");
+  const char* const calls[] = {"vsl_iom_create_by_name", "vsl_iom_attach_create",
+                               "vsl_iom_detach_create",  "vsl_iom_detach_set_force",
+                               "vsl_op_start",           "vsl_op_wait_for_result"};
+  for (const char* call : calls) {
+    for (const std::uint32_t job : JOBS) {
+      host.Cards().Set("card0", "iom_state", job == PI::OP_ATTACH ? "0" : "2");
+      host.Cards().Fail(call, 5, "no");
+      host.Run(ADAPTER, job);
+      Pass(20000);
+      host.Cards().Heal(call);
+    }
+  }
+  Stop(host);
+}
+
+void LetRequestsFail(SimulatedHost& host) {
+  StartWatching(host, 1);
+  const auto failing = [&](const char* call, const std::function<void()>& requests) {
+    host.Cards().Fail(call, 5, "no");
+    requests();
+    host.Cards().Heal(call);
+  };
+  failing("vsl_iom_create_by_name", [&] {
+    host.Check(ADAPTER, PI::OP_LOCATE_DEVICE);
+    host.Run(ADAPTER, PI::OP_LOCATE_DEVICE);
+    host.Check(DRIVE, PI::OP_MAKE_ONLINE);
+    host.Run(DRIVE, PI::OP_MAKE_ONLINE);
+  });
+  failing("vsl_set_beacon_state", [&] { host.Run(ADAPTER, PI::OP_LOCATE_DEVICE); });
+  for (const char* call :
+       {"vsl_iom_format_create", "vsl_iom_format_set_sector_size_bytes",
+        "vsl_iom_format_set_size_mode", "vsl_iom_format_set_size_bytes",
+        "vsl_iom_format_set_size_pct", "vsl_op_start", "vsl_op_wait_for_result"}) {
+    failing(call, [&] {
+      host.Cards().Set("card0", "iom_state", "0");
+      host.Run(DRIVE, PI::OP_FORMAT_DEVICE);
+      host.Run(DRIVE, PI::OP_FORMAT_DEVICE,
+               {Choice(PI::Property::FORMATTING, PI::Value::MAXIMUM_CAPACITY)});
+    });
+  }
+  for (const char* call : {"vsl_iom_create_by_name", "vsl_open", "vsl_iom_format_create"}) {
+    failing(call, [] { Pass(10000); });
+    Pass(10000);
+  }
+  Stop(host);
+}
+
+void LetTheDatabaseRefuse(SimulatedHost& host) {
+  const RefusingDatabase refusing;
+  StartWatching(host, 2);
+  host.Cards().Set("card0", "iom_state", "0");
+  host.Cards().Set("card1", "device_path", "\"/dev/hidden\"");
+  Pass(10000);
+  Stop(host);
+}
+
+void FailToStart(SimulatedHost& host) {
+  host.Initialize();
+  Stop(host);
+  host.AddCard();
+  CardSim::FailCall("vsl_init", 1, 5, "no");
+  host.Initialize();
+  Stop(host);
+  host.Cards().Fail("vsl_open", 5, "no");
+  host.Initialize();
+  Stop(host);
+  const RefusingDatabase refusing;
+  host.Initialize();
+  Stop(host);
+}
+
+template <void (*fail)(std::size_t), std::size_t ordinal>
+void FailToMakeALock(SimulatedHost& host) {
+  host.AddCard();
+  fail(ordinal);
+  host.Initialize();
+  Stop(host);
+}
+
+void LoseALock(SimulatedHost& host) {
+  StartWatching(host, 1);
+  Pass(1);
+  constexpr std::size_t eventsLock = 2;
+  HostKit::FailLockWait(eventsLock, 1);
+  Pass(10000);
+  Stop(host);
+}
+
+void StopWhileAllAreBusy(SimulatedHost& host) {
+  StartWatching(host, 2);
+  host.Cards().Set("card0", "iom_state", "0");
+  host.Cards().Set("card0", "attach_ms", "90000");
+  host.Cards().Set("card1", "detach_ms", "90000");
+  Pass(10000);
+  host.Run(ADAPTER, PI::OP_ATTACH);
+  host.Run(ADAPTER + 2, PI::OP_DETACH);
+  Pass(1);
+  CardSim::SetHook([](const CardSim::Call& call) {
+    if (call.function == "vsl_open") Pass(60000);
+  });
+  Pass(10000);
+  host.DeInitialize();
+  Pass(100000);
+  host.Release();
+}
+
+using Story = void (*)(SimulatedHost&);
+const Story STORIES[] = {
+    AskForEverything,
+    ChangeCards,
+    FillRowsWithoutCards,
+    LetJobsFail,
+    LetRequestsFail,
+    LetTheDatabaseRefuse,
+    FailToStart,
+    LoseALock,
+    StopWhileAllAreBusy,
+    FailToMakeALock<HostKit::FailLockInit, 1>,
+    FailToMakeALock<HostKit::FailLockInit, 2>,
+    FailToMakeALock<HostKit::FailEventInit, 1>,
+    FailToMakeALock<HostKit::FailEventInit, 2>,
+    FailToMakeALock<HostKit::FailEventInit, 3>,
+};
+
+std::vector<HostKit::TraceLine> LinesOfAllStories() {
+  std::vector<HostKit::TraceLine> lines;
+  for (const Story story : STORIES) {
+    SimulatedHost host;
+    story(host);
+    const auto told = host.TraceLines();
+    lines.insert(lines.end(), told.begin(), told.end());
+  }
+  return lines;
+}
+
+// One use of a trace macro in a source.
+struct Site {
+  int m_FirstLine;
+  int m_LastLine;
+  std::string m_Code;
+};
+
+// Up to the parenthesis that closes the first one. No trace text holds an unmatched one.
+std::size_t EndOfCall(const std::string& code, std::size_t begin) {
+  int open = 0;
+  for (std::size_t at = begin; at < code.size(); ++at) {
+    if (code[at] == '(') ++open;
+    if (code[at] == ')' && --open == 0) return at;
+  }
+  return code.size();
+}
+
+std::vector<Site> SitesOf(const std::string& source) {
+  std::ifstream file(std::string(CORVANE_CHECKOUT) + "/Corvane/Src/" + source + ".cpp");
+  std::stringstream text;
+  text << file.rdbuf();
+  const std::string code = text.str();
+  const auto lineOf = [&code](std::size_t at) {
+    return 1 +
+           static_cast<int>(std::count(code.begin(), code.begin() + static_cast<long>(at), '\n'));
+  };
+  std::vector<Site> sites;
+  for (std::size_t at = 0; (at = code.find("TRACE", at)) != std::string::npos; ++at) {
+    const std::size_t open = code.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_", at);
+    const std::string macro = code.substr(at, open - at);
+    const bool writes = macro == "TRACE" || macro.rfind("TRACED_", 0) == 0;
+    if (!writes || code[open] != '(') continue;
+    const std::size_t end = EndOfCall(code, open);
+    sites.push_back({lineOf(at), lineOf(end), code.substr(at, end + 1 - at)});
+  }
+  return sites;
+}
+
+class TraceFunction : public testing::Test {
+ protected:
+  // Once for both tests: they are told in virtual time, and it takes seconds.
+  static const std::vector<HostKit::TraceLine>& Lines() {
+    static const std::vector<HostKit::TraceLine> lines = LinesOfAllStories();
+    return lines;
+  }
+};
+
+TEST_F(TraceFunction, EachLineShowsTheFunctionThatItIsAbout) {
+  using Seen = std::set<std::string>;
+  std::map<const Row*, Seen> seen;
+  Seen unknown;
+  for (const HostKit::TraceLine& line : Lines()) {
+    const auto rows = TABLE.find(line.file);
+    ASSERT_NE(rows, TABLE.end()) << line.file << ": " << line.text;
+    // A text alone fits everything between its fixed parts, so the longest text that fits counts.
+    const Row* found = nullptr;
+    for (const Row& row : rows->second) {
+      if (!Fits(row.m_Text, line.text.c_str())) continue;
+      if (found == nullptr || std::string(row.m_Text).size() > std::string(found->m_Text).size()) {
+        found = &row;
+      }
+    }
+    if (found == nullptr) {
+      unknown.insert(line.file + ": " + line.text);
+    } else {
+      seen[found].insert(line.function);
+    }
+  }
+  EXPECT_THAT(unknown, IsEmpty()) << "lines that are not in the table";
+  for (const auto& [source, rows] : TABLE) {
+    for (const Row& row : rows) {
+      EXPECT_EQ(seen[&row], Seen(row.m_Functions.begin(), row.m_Functions.end()))
+          << source << ": " << row.m_Text;
+    }
+  }
+}
+
+// A line that is added later is noticed: no story reaches it.
+TEST_F(TraceFunction, EveryLineOfTheSourcesIsReached) {
+  for (const auto& [source, rows] : TABLE) {
+    const std::vector<Site> sites = SitesOf(source);
+    EXPECT_GE(sites.size(), 10U) << source;
+    for (const Site& site : sites) {
+      const auto isHere = [&source = source, &site](const HostKit::TraceLine& line) {
+        return line.file == source && line.line >= site.m_FirstLine && line.line <= site.m_LastLine;
+      };
+      EXPECT_TRUE(std::any_of(Lines().begin(), Lines().end(), isHere))
+          << source << ".cpp, line " << site.m_FirstLine << ": " << site.m_Code;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace CorvaneTest

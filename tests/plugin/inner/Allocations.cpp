@@ -1,0 +1,97 @@
+#include "tests/plugin/inner/Allocations.h"
+
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace CorvaneTest {
+
+namespace {
+
+struct Watch {
+  bool m_On = false;
+  std::size_t m_Failing = 0;
+  std::size_t m_Count = 0;
+  std::size_t m_LargestBytes = 0;
+};
+
+thread_local Watch g_Watch;
+
+enum class Owner { Plugin, Record, Other };
+
+// Records are the host's and copied by its library, but for the plug-in.
+Owner OwnerOf(const void* address) {
+  Dl_info info;
+  if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return Owner::Plugin;
+  for (const char* library : {"libhostkit", "libvsl_abstraction", "libsqlite3"}) {
+    if (std::strstr(info.dli_fname, library) == nullptr) continue;
+    const bool isRecord =
+        info.dli_sname != nullptr && std::strstr(info.dli_sname, "_ZN2PI6C") != nullptr;
+    return isRecord ? Owner::Record : Owner::Other;
+  }
+  return Owner::Plugin;
+}
+
+bool IsOfPlugin() {
+  constexpr int kDepth = 48;
+  void* frames[kDepth];
+  const int depth = backtrace(frames, kDepth);
+  bool isOther = false;
+  for (int i = 0; i < depth; ++i) {
+    const Owner owner = OwnerOf(frames[i]);
+    if (owner == Owner::Record) return true;
+    isOther |= owner == Owner::Other;
+  }
+  return !isOther;
+}
+
+void Note(std::size_t size) {
+  if (!g_Watch.m_On) return;
+  g_Watch.m_On = false;  // whatever is allocated below is not meant
+  const bool counts = IsOfPlugin();
+  g_Watch.m_On = true;
+  if (!counts) return;
+  g_Watch.m_LargestBytes = std::max(g_Watch.m_LargestBytes, size);
+  if (++g_Watch.m_Count == g_Watch.m_Failing) throw std::bad_alloc();
+}
+
+}  // namespace
+
+WatchedAllocations::WatchedAllocations(std::size_t failing) {
+  g_Watch = {true, failing, 0, 0};
+}
+
+WatchedAllocations::~WatchedAllocations() {
+  g_Watch.m_On = false;
+}
+
+std::size_t WatchedAllocations::Count() const {
+  return g_Watch.m_Count;
+}
+
+std::size_t WatchedAllocations::LargestBytes() const {
+  return g_Watch.m_LargestBytes;
+}
+
+}  // namespace CorvaneTest
+
+// Stand in front of the library's: the only way to run out of memory on demand.
+
+void* operator new(std::size_t size) {
+  CorvaneTest::Note(size);
+  if (void* memory = std::malloc(std::max<std::size_t>(size, 1))) return memory;
+  throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}

@@ -1,0 +1,24 @@
+// The plug-in's allocations, counted and made to fail.
+//
+// The plug-in's sources are in the program itself: an allocation is the plug-in's when nothing of
+// the card library, the database or the host kit but its records stands between it and the test.
+#pragma once
+
+#include <cstddef>
+
+namespace CorvaneTest {
+
+// Watches the allocations of the calling thread while it lives. One at a time on a thread.
+class WatchedAllocations {
+ public:
+  // The `failing`-th one throws `std::bad_alloc`, counted from 1; 0 for none.
+  explicit WatchedAllocations(std::size_t failing = 0);
+  ~WatchedAllocations();
+  WatchedAllocations(const WatchedAllocations&) = delete;
+  WatchedAllocations& operator=(const WatchedAllocations&) = delete;
+
+  std::size_t Count() const;
+  std::size_t LargestBytes() const;
+};
+
+}  // namespace CorvaneTest

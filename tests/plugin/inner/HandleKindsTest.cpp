@@ -1,0 +1,191 @@
+// Handles of the card library: what may be passed for what, and how a handle ends when its function
+// is left early.
+
+#include <gmock/gmock.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <type_traits>
+
+#include "Corvane/Src/CardLibrary.h"
+#include "cardsim/cardsim.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+namespace {
+
+using namespace NAMESPACE_Corvane;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Row: a handle; column: what a call takes. A format is a job too, and nothing else stands for
+// another.
+template <class Handle>
+constexpr bool Is(bool card, bool adapter, bool format, bool job, bool unit) {
+  return std::is_convertible_v<Handle, CardRef> == card &&
+         std::is_convertible_v<Handle, AdapterRef> == adapter &&
+         std::is_convertible_v<Handle, FormatRef> == format &&
+         std::is_convertible_v<Handle, JobRef> == job &&
+         std::is_convertible_v<Handle, UnitRef> == unit;
+}
+static_assert(Is<CardHandle>(true, false, false, false, false));
+static_assert(Is<AdapterHandle>(false, true, false, false, false));
+static_assert(Is<FormatHandle>(false, false, true, true, false));
+static_assert(Is<JobHandle>(false, false, false, true, false));
+static_assert(Is<CardRef>(true, false, false, false, false));
+static_assert(Is<AdapterRef>(false, true, false, false, false));
+static_assert(Is<FormatRef>(false, false, true, true, false));
+static_assert(Is<JobRef>(false, false, false, true, false));
+static_assert(Is<UnitRef>(false, false, false, false, true));
+static_assert(Is<void*>(false, false, false, false, false));
+
+// The calls themselves.
+using Asking = decltype(&BeaconIsOn);
+static_assert(std::is_invocable_v<Asking, CardHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<Asking, AdapterHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<Asking, FormatHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<Asking, JobHandle&, ErrorRecord&>);
+using Starting = decltype(&Start);
+static_assert(std::is_invocable_v<Starting, JobHandle&, ErrorRecord&>);
+static_assert(std::is_invocable_v<Starting, FormatHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<Starting, CardHandle&, ErrorRecord&>);
+using Forcing = decltype(&SetForced);
+static_assert(std::is_invocable_v<Forcing, JobHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<Forcing, CardHandle&, ErrorRecord&>);
+using Sizing = decltype(&SetSizeBytes);
+static_assert(std::is_invocable_v<Sizing, FormatHandle&, std::uint64_t, ErrorRecord&>);
+static_assert(!std::is_invocable_v<Sizing, JobHandle&, std::uint64_t, ErrorRecord&>);
+static_assert(!std::is_invocable_v<Sizing, CardHandle&, std::uint64_t, ErrorRecord&>);
+
+// A reader reads the attributes of its own kind.
+template <class Reader, class Attribute, class = void>
+constexpr bool Reads = false;
+template <class Reader, class Attribute>
+constexpr bool Reads<
+    Reader, Attribute,
+    std::void_t<decltype(std::declval<const Reader&>().Read(std::declval<const Attribute&>()))>> =
+    true;
+using CardAttribute = decltype(VSL(pci_bus));
+using AdapterAttribute = decltype(VSL_ADAPTER(power_limit_watts));
+using FormatAttribute = decltype(VSL_FORMAT(size_pct));
+using AdapterReader = AttributeReader<HandleKind::Adapter>;
+using FormatReader = AttributeReader<HandleKind::Format>;
+static_assert(Reads<CardReader, CardAttribute>);
+static_assert(!Reads<CardReader, AdapterAttribute>);
+static_assert(!Reads<CardReader, FormatAttribute>);
+static_assert(Reads<AdapterReader, AdapterAttribute>);
+static_assert(!Reads<AdapterReader, CardAttribute>);
+static_assert(Reads<FormatReader, FormatAttribute>);
+static_assert(!Reads<FormatReader, CardAttribute>);
+
+// No destructor lets anything out.
+static_assert(std::is_nothrow_destructible_v<CardHandle>);
+static_assert(std::is_nothrow_destructible_v<AdapterHandle>);
+static_assert(std::is_nothrow_destructible_v<FormatHandle>);
+static_assert(std::is_nothrow_destructible_v<JobHandle>);
+
+class HandleKinds : public testing::Test {
+ protected:
+  HandleKinds() {
+    m_Host.AddCard();
+    ErrorRecord error;
+    EXPECT_EQ(vsl_init(0, error), 0U);
+    CardSim::Reset();
+  }
+  ~HandleKinds() override {
+    CardSim::SetHook({});
+    vsl_fini();
+  }
+
+  SimulatedHost m_Host{HostKit::UseRealTime};
+};
+
+TEST_F(HandleKinds, AHandleIsDestroyedOnce) {
+  ErrorRecord error;
+  {
+    CardHandle card;
+    EXPECT_EQ(CreateHandle("/dev/fct0", card, error), 0U);
+    card.Destroy();
+    card.Destroy();
+  }
+  EXPECT_THAT(CardSim::CallTexts(),
+              ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy card#1"));
+}
+
+TEST_F(HandleKinds, AHandleThatCouldNotBeMadeIsNotDestroyedUnlessAdopted) {
+  ErrorRecord error;
+  {
+    CardHandle card;
+    EXPECT_NE(CreateHandle("/dev/none", card, error), 0U);
+    card.Destroy();
+  }
+  EXPECT_THAT(CardSim::CallTexts(), ElementsAre("vsl_iom_create_by_name /dev/none"));
+  CardHandle card;
+  EXPECT_NE(CreateHandle("/dev/none", card, error), 0U);
+  card.Adopt();
+  card.Destroy();
+  EXPECT_EQ(CardSim::CallLog().back().function, "vsl_destroy");
+}
+
+TEST_F(HandleKinds, AnExceptionClosesAndDestroysTheHandle) {
+  const auto fail = [] {
+    ErrorRecord error;
+    CardHandle card;
+    EXPECT_EQ(CreateHandle("/dev/fct0", card, error), 0U);
+    EXPECT_EQ(card.Open(error), 0U);
+    throw std::runtime_error("on the way");
+  };
+  EXPECT_THROW(fail(), std::runtime_error);
+  EXPECT_THAT(CardSim::CallTexts(),
+              ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1", "vsl_close card#1",
+                          "vsl_destroy card#1"));
+}
+
+// What a thread that is cancelled while an exception unwinds it came to see.
+struct Cancelled {
+  std::atomic<bool> m_IsDestroying{false};
+  std::atomic<bool> m_IsCancelled{false};
+  std::atomic<bool> m_CaughtException{false};
+  std::atomic<bool> m_WentOn{false};
+};
+
+extern "C" void* DestroyWhileUnwinding(void* argument) {
+  auto& cancelled = *static_cast<Cancelled*>(argument);
+  try {
+    ErrorRecord error;
+    CardHandle card;
+    EXPECT_EQ(CreateHandle("/dev/fct0", card, error), 0U);
+    throw std::runtime_error("on the way");
+  } catch (const std::runtime_error&) {
+    cancelled.m_CaughtException = true;
+  }
+  pthread_testcancel();
+  cancelled.m_WentOn = true;
+  return nullptr;
+}
+
+TEST_F(HandleKinds, ACancellationWaitsForTheEndOfTheUnwinding) {
+  Cancelled cancelled;
+  CardSim::SetHook([&cancelled](const CardSim::Call& call) {
+    if (call.function != "vsl_destroy") return;
+    cancelled.m_IsDestroying = true;
+    while (!cancelled.m_IsCancelled) sched_yield();
+    usleep(1000);  // a cancellation point
+  });
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(&thread, nullptr, DestroyWhileUnwinding, &cancelled), 0);
+  while (!cancelled.m_IsDestroying) sched_yield();
+  EXPECT_EQ(pthread_cancel(thread), 0);
+  cancelled.m_IsCancelled = true;
+  void* result = nullptr;
+  ASSERT_EQ(pthread_join(thread, &result), 0);
+  EXPECT_TRUE(cancelled.m_CaughtException);
+  EXPECT_FALSE(cancelled.m_WentOn);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+  EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace CorvaneTest
