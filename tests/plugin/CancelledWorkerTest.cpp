@@ -1,0 +1,65 @@
+// A worker that is cancelled at the end of the host's patience: what it held is free afterwards,
+// and the commands still answer.
+
+#include "tests/plugin/Watch.h"
+#include "tests/support/HostThread.h"
+
+namespace CorvaneTest {
+namespace {
+
+using testing::ElementsAre;
+
+class CancelledWorker : public Watched {
+ protected:
+  // Lets the worker be stuck in `function` until it is cancelled, and forgets all before that.
+  void CancelIn(const std::string& function) {
+    AddCards(1);
+    StartWatch();
+    CardSim::SetHook([function](const CardSim::Call& call) {
+      if (call.function == function) Pass(120000);
+    });
+    PassMs(20000);
+    ForgetAll();
+    EXPECT_EQ(m_Host.DeInitialize(), 0U);
+    PassMs(1000);
+    CardSim::SetHook({});
+    EXPECT_TRUE(HostKit::Threads().back().cancelled);
+    EXPECT_TRUE(HostKit::Threads().back().ended);
+  }
+
+  // By another thread than the one that looks.
+  std::size_t ObjectsForTheNextCommand() {
+    std::size_t count = 0;
+    const auto look = [&] { count = m_Host.Topology().size(); };
+    { const HostThread thread(look); }
+    return count;
+  }
+
+  Lines Releases() const {
+    Lines releases;
+    for (const std::string& line : KeptLines()) {
+      if (line.find(".Release (") != std::string::npos) releases.push_back(line);
+    }
+    return releases;
+  }
+};
+
+TEST_F(CancelledWorker, FreesItsLockWhenItIsStuckInALook) {
+  CancelIn("vsl_iom_state");
+  ExpectNoLockHeld();
+  EXPECT_THAT(Releases(),
+              ElementsAre("8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"));
+  EXPECT_EQ(ObjectsForTheNextCommand(), 3U);
+}
+
+TEST_F(CancelledWorker, FreesBothLocksWhenItIsStuckInAScan) {
+  CancelIn("vsl_pci_device_id");
+  ExpectNoLockHeld();
+  EXPECT_THAT(Releases(),
+              ElementsAre("8 Before m_EventsLock.Release ()", "8 After m_EventsLock.Release ()",
+                          "8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"));
+  EXPECT_EQ(ObjectsForTheNextCommand(), 3U);
+}
+
+}  // namespace
+}  // namespace CorvaneTest
