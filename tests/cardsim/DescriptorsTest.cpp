@@ -1,4 +1,5 @@
 // What the library answers when its file cannot be opened: an error, never "no cards".
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -148,16 +149,13 @@ TEST_F(Unopenable, AHostWithoutStandardStreamsDoesNotWriteIntoTheFile) {
   File().AddCard(0x1003);
   EXPECT_EQ("", InChild([this] {
               for (const int fd : {0, 1, 2}) close(fd);
-              void* card = nullptr;
+              // The file stays open as long as it is the loaded one.
               vsl_init(0, &m_Error);
-              vsl_iom_create_by_name("/dev/fct0", &card, &m_Error);
-              vsl_set_beacon_state(card, 1, &m_Error);
               for (const int fd : {0, 1, 2}) {
-                if (write(fd, "garbage", 7) != -1) return std::string("written");
+                if (fcntl(fd, F_GETFD) != -1) return "our file is " + std::to_string(fd);
               }
               return std::string();
             }));
-  EXPECT_EQ("true", File().Get("card0", "beacon_state"));
 }
 
 }  // namespace
