@@ -1,44 +1,25 @@
 // The event that forces a full scan. The worker waits for it first of three, and nothing sets it,
 // so that the test opens the plug-in to do so.
 
-#include "Corvane/Src/Corvane.h"
 #include "tests/plugin/Watch.h"
+#include "tests/plugin/inner/Opened.h"
 
 namespace CorvaneTest {
 namespace {
 
 using MBX::Threading::CEvent;
-using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
-using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// Private members, by the one way in which the language lets them be named.
-struct ForceWorkerMember {
-  using Type = CEvent IPLUGINAPI_IMPL::*;
-  friend Type Open(ForceWorkerMember);
-};
-struct StopRequestMember {
-  using Type = CEvent IPLUGINAPI_IMPL::*;
-  friend Type Open(StopRequestMember);
-};
-struct PrivateEventMember {
-  using Type = CEvent IPLUGINAPI_IMPL::*;
-  friend Type Open(PrivateEventMember);
-};
-template <class Member, typename Member::Type pointer>
-struct Opened {
-  friend typename Member::Type Open(Member) { return pointer; }
-};
-template struct Opened<ForceWorkerMember, &IPLUGINAPI_IMPL::m_ForceWorker>;
-template struct Opened<StopRequestMember, &IPLUGINAPI_IMPL::m_StopRequest>;
-template struct Opened<PrivateEventMember, &IPLUGINAPI_IMPL::m_PrivateEvent>;
+OPEN_MEMBER(ForceWorkerMember, m_ForceWorker, CEvent Plugin::*);
+OPEN_MEMBER(StopRequestMember, m_StopRequest, CEvent Plugin::*);
+OPEN_MEMBER(PrivateEventMember, m_PrivateEvent, CEvent Plugin::*);
 
 template <class Member>
 void SetEvent(Member member) {
-  (g_p_IPLUGINAPI_IMPL->*Open(member)).Set();
+  (ThePlugin().*Open(member)).Set();
 }
 
 constexpr const char* FORCED = "4 Worker() m_ForceWorker event received, force scan";
