@@ -41,7 +41,6 @@ const Verb kVerbs[] = {
     {"Heal", {"heal", "vsl_close"}, true},
     {"Sysfs", {"sysfs", "FOLDER/sys"}, false},
     {"Play", {"play", "FOLDER/story.json", "--speed", "1000000"}, true},
-    {"Help", {"--help"}, false},
 };
 
 struct Outcome {
