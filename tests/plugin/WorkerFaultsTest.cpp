@@ -469,7 +469,11 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsInTurnAndGivesThemUpInThatOrder
   }
   expected.insert(expected.end(),
                   {"16 Kill Worker", "16 Kill Attach", "16 Kill Detach", "2 LEAVE DeInitialize"});
-  EXPECT_THAT(KeptLines(), ElementsAreArray(expected));
+  // Beside them the worker, on its way out, traces that it releases its lock.
+  Lines lines = KeptLines();
+  const auto isOfALock = [](const std::string& line) { return line.rfind("8 ", 0) == 0; };
+  lines.erase(std::remove_if(lines.begin(), lines.end(), isOfALock), lines.end());
+  EXPECT_THAT(lines, ElementsAreArray(expected));
   EXPECT_EQ(NowMs(), 5500U + 25200U);
   PassMs(60000);
   EXPECT_THAT(Cancellations(),
