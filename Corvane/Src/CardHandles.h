@@ -1,7 +1,8 @@
 // Handles of the card library, one type per kind, and the calls that take them.
 //
-// The library takes every handle as a plain pointer. Everything else of the plug-in goes through
-// these functions, so that a handle of one kind passed for another does not compile.
+// The library takes every handle as a plain pointer. The plug-in passes handles through these
+// functions and, for attributes, through those of CardLibrary.h, so that a handle of one kind
+// passed for another does not compile.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +16,8 @@
 
 namespace NAMESPACE_Corvane {
 
-// Where the library says why a call failed. The text is read only where it was ended: the library
-// leaves the record alone on success, and one trace prints it then.
+// Where the library says why a call failed. The text is read up to its end or that of the record:
+// the library leaves the record alone on success, and one trace prints it then.
 class ErrorRecord {
  public:
   ErrorRecord() { *TextBegin() = '\0'; }
@@ -49,8 +50,7 @@ struct Job;  // attach and detach; a format is a job too
 struct Unit;
 }  // namespace HandleKind
 
-// A handle that someone else destroys. A format stands for a job as well; no other kind stands for
-// another.
+// A non-owning handle. That of a format converts to that of a job; no other kinds convert.
 template <class Kind>
 class HandleRef {
  public:

@@ -87,7 +87,7 @@ constexpr bool InOrderOfBits(const StatusBit (&bits)[N]) {
 }
 static_assert(InOrderOfBits(kErrorBits) && InOrderOfBits(kWarningBits) && InOrderOfBits(kInfoBits));
 
-// No event of one table is in the other.
+// Every event number is used once.
 template <std::size_t N, std::size_t M>
 constexpr bool EventsDiffer(const StatusBit (&some)[N], const StatusBit (&others)[M]) {
   for (std::size_t i = 0; i < N; ++i) {
@@ -102,7 +102,7 @@ static_assert(EventsDiffer(kErrorBits, kErrorBits) && EventsDiffer(kWarningBits,
 static_assert(EventsDiffer(kErrorBits, kWarningBits) && EventsDiffer(kErrorBits, kInfoBits) &&
               EventsDiffer(kWarningBits, kInfoBits));
 
-// Bits that the cards raise and drop at will, and that nobody is told of.
+// Bits that change constantly and are not reported.
 constexpr std::uint64_t kIgnoredWarnings = std::uint64_t{1} << 9;
 constexpr std::uint64_t kIgnoredInfo = std::uint64_t{1} << 0;
 

@@ -442,8 +442,8 @@ std::vector<std::string> NamesOf(const std::vector<std::int32_t>& values) {
   return names;
 }
 
-// Asks for what a row might show of the card, without a card and without a field to put it in: the
-// traces are all that comes of it.
+// Reads the live attributes through a null handle. The row has no fields for them; only the trace
+// lines remain.
 void TraceLiveValues(const CFusionIOAdapter& adapter) {
   TRACE_AS("SetDatabaseObjectProperties");
   ErrorRecord error = ErrorRecord::Zeroed();

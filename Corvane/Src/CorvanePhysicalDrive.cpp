@@ -149,7 +149,7 @@ std::uint32_t SizePercent(const FormatRequest& request) {
   }
 }
 
-// A failed call of an operation, as everyone learns of it.
+// Traces a failed library call and returns true; returns false on success.
 bool Failed(const char* function, vsl_code code, const ErrorRecord& error) {
   if (code == 0) return false;
   TRACE_AS("ExecutePhysicalDriveOperation");

@@ -223,7 +223,7 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& a
   m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
   for (CFusionIOAdapter& adapter : m_Adapters) NameAdapter(adapter);
   using Work = MBX::Delegates_and_Calls::TDelegateR0<IPLUGINAPI_IMPL, unsigned int>;
-  // A worker that is there already goes on by itself; its object must not go while it runs.
+  // An earlier worker keeps running, so its thread object is kept.
   m_LostWorkers.push_back(std::move(m_pWorkerThread));
   m_pWorkerThread = std::make_unique<MBX::Threading::CThread>();
   m_pWorkerThread->Create(Work(this, &IPLUGINAPI_IMPL::Worker), false);
@@ -922,7 +922,7 @@ unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& devi
 PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
   TRACE_AS(job.m_Name);
   TRACED_WAIT(m_DataLock, locked, "Release ()");
-  static_cast<void>(locked);
+  static_cast<void>(locked);  // the wait has no timeout, and its result does not matter
   PI::CEvent event;
   const auto adapter =
       std::find_if(m_Adapters.begin(), m_Adapters.end(),

@@ -1,4 +1,4 @@
-// How the upkeep of a row ends.
+// Error handling that the row operations share.
 #pragma once
 
 #include "Corvane/Src/Vocabulary.h"

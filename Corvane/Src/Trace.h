@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <exception>
 #include <string>
 
 #include "Corvane/Src/Cancellation.h"
@@ -74,7 +73,8 @@ void Send(TraceLevel level, const Site& site, const char* format, const Values&.
 
 }  // namespace TraceFeed
 
-// Hides `TracedAs` for the rest of a block.
+// The object that `TRACE_AS` declares. It shadows the function `TracedAs` and returns the given
+// name instead of that of the function.
 class TraceName {
  public:
   constexpr explicit TraceName(const char* name) : m_Name(name) {}
@@ -84,8 +84,8 @@ class TraceName {
   const char* m_Name;
 };
 
-// A lock that is taken and released by hand. When an exception or a cancellation of the thread gets
-// in between, the lock is released on the way out, with the lines of the release.
+// A lock that is taken and released by hand. If an exception or a cancellation of the thread occurs
+// while it is held, the destructor releases it and writes the lines of the release.
 class HandHeldLock {
  public:
   // `before` and `after` are the lines of the release, and `site` is where they come from.
@@ -102,7 +102,7 @@ class HandHeldLock {
   HandHeldLock(const HandHeldLock&) = delete;
   HandHeldLock& operator=(const HandHeldLock&) = delete;
 
-  // Forever.
+  // Waits without a timeout.
   unsigned int Wait() {
     const unsigned int result = m_Lock.Wait(MBX::Threading::WAIT_INFINITE);
     m_Held = result == kWaitSucceeded;
@@ -121,8 +121,8 @@ class HandHeldLock {
   void TraceUnlessThatFails(const char* text) const {
     try {
       if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, m_Site, text);
-    } catch (const std::exception&) {
-      // The release matters more than the line.
+    } catch (...) {
+      // The release matters more than the line. No cancellation can pass here: it is blocked.
     }
   }
 
