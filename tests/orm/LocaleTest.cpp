@@ -9,6 +9,7 @@
 
 #include "tests/orm/Database.h"
 #include "tests/orm/Rows.h"
+#include "tests/support/GroupingLocale.h"
 
 namespace {
 
@@ -32,15 +33,9 @@ namespace {
 
 using namespace DatabaseORM;
 
-class Grouping : public std::numpunct<char> {
-  char do_decimal_point() const override { return ','; }
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
 class Locale : public testing::Test {
  protected:
-  Locale() : m_Before(std::locale::global({std::locale::classic(), new Grouping})) {
+  Locale() : m_Before(std::locale::global(CorvaneTest::GroupingLocale())) {
     g_HasDecimalComma = true;
   }
   ~Locale() override {

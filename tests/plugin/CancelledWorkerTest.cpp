@@ -8,6 +8,7 @@ namespace CorvaneTest {
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 class CancelledWorker : public Watched {
  protected:
@@ -25,6 +26,7 @@ class CancelledWorker : public Watched {
     CardSim::SetHook({});
     EXPECT_TRUE(HostKit::Threads().back().cancelled);
     EXPECT_TRUE(HostKit::Threads().back().ended);
+    EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   }
 
   // By another thread than the one that looks.

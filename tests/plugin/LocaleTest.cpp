@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/GroupingLocale.h"
 #include "tests/support/OneCard.h"
 #include "tests/support/RowView.h"
 
@@ -18,18 +19,10 @@ namespace {
 using testing::Contains;
 using testing::HasSubstr;
 
-class Grouping : public std::numpunct<char> {
-  char do_decimal_point() const override { return ','; }
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
 class Locale : public testing::Test {
  protected:
-  Locale() : m_Before(std::locale::global(Grouped())) {}
+  Locale() : m_Before(std::locale::global(GroupingLocale())) {}
   ~Locale() override { std::locale::global(m_Before); }
-
-  static std::locale Grouped() { return {std::locale::classic(), new Grouping}; }
 
   static std::string TextOf(OneCard& host, std::uint64_t object, std::uint32_t id) {
     PI::CProperty property(PI::Property::UNDEFINED, false);

@@ -412,8 +412,8 @@ TEST_F(WorkerFaults, AWorkerThatIsStuckIsCancelledAfterTwentyFiveSeconds) {
   ExpectCancelledIn("vsl_open");
 }
 
-// The library may be stuck below a destructor as well.
-TEST_F(WorkerFaults, AWorkerThatIsStuckInAnEndingHandleIsCancelledToo) {
+// Also while it destroys a handle.
+TEST_F(WorkerFaults, AWorkerThatIsStuckDestroyingAHandleIsCancelledToo) {
   ExpectCancelledIn("vsl_destroy");
 }
 

@@ -24,14 +24,14 @@ thread_local Watch g_Watch;
 
 enum class Owner { Plugin, Record, Other };
 
-// Records are the host's and copied by its library, but for the plug-in.
+// Events are the host's records and copied by its library, but for the plug-in.
 Owner OwnerOf(const void* address) {
   Dl_info info;
   if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return Owner::Plugin;
   for (const char* library : {"libhostkit", "libvsl_abstraction", "libsqlite3"}) {
     if (std::strstr(info.dli_fname, library) == nullptr) continue;
     const bool isRecord =
-        info.dli_sname != nullptr && std::strstr(info.dli_sname, "_ZN2PI6C") != nullptr;
+        info.dli_sname != nullptr && std::strstr(info.dli_sname, "_ZN2PI6CEvent") != nullptr;
     return isRecord ? Owner::Record : Owner::Other;
   }
   return Owner::Plugin;

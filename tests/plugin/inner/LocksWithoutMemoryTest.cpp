@@ -77,12 +77,15 @@ class LocksWithoutMemory : public testing::Test {
     }
   }
 
-  // Fails each of the allocations in turn, until none is left to fail, and gives their number.
+  // Fails each of the step's allocations in turn, until none is left to fail, and returns their
+  // number. `prepare` runs before each try, and none of its allocations fails.
   template <class Step>
-  static std::size_t FailEach(Step step) {
+  static std::size_t FailEach(
+      Step step, const std::function<void()>& prepare = [] {}) {
     for (std::size_t failing = 1;; ++failing) {
       SCOPED_TRACE("allocation " + std::to_string(failing));
       std::size_t count = 0;
+      prepare();
       try {
         const WatchedAllocations watched(failing);
         step();
@@ -115,8 +118,7 @@ TEST_F(LocksWithoutMemory, CollectingEventsReleasesItsLockAndLosesNoEvent) {
     operation.m_OperationID = PI::OP_GET_EVENTS;
     return operation;
   }();
-  const std::size_t points = FailEach([&] {
-    Queue().assign(3, event);
+  const auto collect = [&] {
     PI::COperation operation = request;
     try {
       m_Host.Execute(PI::CMD_EXECUTE_OPERATION,
@@ -126,7 +128,8 @@ TEST_F(LocksWithoutMemory, CollectingEventsReleasesItsLockAndLosesNoEvent) {
       throw;
     }
     EXPECT_THAT(operation.m_Events, SizeIs(3));
-  });
+  };
+  const std::size_t points = FailEach(collect, [&] { Queue().assign(3, event); });
   EXPECT_GE(points, 4U);  // a list and three names
   Queue().assign(2, event);
   EXPECT_EQ(EventsForTheNextCommand(), 2U);

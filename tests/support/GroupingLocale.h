@@ -1,0 +1,19 @@
+// A locale that groups digits and has a decimal comma. Made here: none such need be installed.
+#pragma once
+
+#include <locale>
+#include <string>
+
+namespace CorvaneTest {
+
+class GroupingDigits : public std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+inline std::locale GroupingLocale() {
+  return {std::locale::classic(), new GroupingDigits};
+}
+
+}  // namespace CorvaneTest
