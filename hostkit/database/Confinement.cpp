@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
+#include <vector>
 
 #include "hostkit/database/Connection.h"
 #include "hostkit/database/Tables.h"
@@ -17,18 +19,32 @@ namespace {
 // A statement of the layer takes far less than a thousandth of it. It is the thread's own time that
 // is counted, so that a machine that stands still breaks nothing.
 constexpr std::int64_t kMostNanoseconds = 1'000'000'000;
-constexpr int kStepsBetweenLooks = 10'000;
+// Each step may handle a text of the greatest length.
+constexpr int kStepsBetweenLooks = 100;
+// While a statement is compiled nobody looks at the time, and one that names a query twice, which
+// names another one twice, soon means millions of them. These two end that.
+constexpr int kMostQueries = 32;
+constexpr std::int64_t kMostMemory = 64 << 20;
 
-constexpr int kLongestText = 16 << 20;
-// By so many pages, of 4 KiB, may statements make the file grow.
-constexpr std::int64_t kMostNewPages = 65'536;
+struct Limit {
+  int m_Kind;
+  int m_Value;
+};
+
+constexpr Limit kLimits[] = {
+    {SQLITE_LIMIT_LENGTH, 1 << 20},
+    {SQLITE_LIMIT_SQL_LENGTH, 4 << 20},
+    {SQLITE_LIMIT_VDBE_OP, 16'384},  // of which an insertion of an adapter takes a few thousand
+};
+
+// By so much may statements make the file grow.
+constexpr std::int64_t kMostGrowth = 256 << 20;
 
 constexpr std::array kActionsOnRows = {SQLITE_READ, SQLITE_INSERT, SQLITE_UPDATE, SQLITE_DELETE};
 
-// These have no effect and give no more than they take.
-constexpr std::array kFunctions = {"abs",   "avg",  "coalesce", "count",  "ifnull", "length",
-                                   "lower", "max",  "min",      "nullif", "round",  "sum",
-                                   "total", "trim", "typeof",   "upper"};
+// What the layer writes, and how many rows there are. Any other function might take long for a
+// single call, as `trim` does.
+constexpr std::array kFunctions = {"count", "max"};
 
 bool IsSame(const char* left, const char* right) {
   return left != nullptr && strcasecmp(left, right) == 0;
@@ -63,49 +79,111 @@ bool IsAllowed(int action, const char* first, const char* second, const char* sc
   }
 }
 
-int Authorize(void*, int action, const char* first, const char* second, const char* schema,
-              const char*) {
-  return IsAllowed(action, first, second, schema) ? SQLITE_OK : SQLITE_DENY;
-}
-
 std::int64_t OwnTime() {
   timespec time{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-// For as long as it lives, what the connection runs has so much time in all.
-class Deadline {
+// How much one call has used of what it may.
+class Usage {
  public:
-  explicit Deadline(sqlite3* database) : m_pDatabase(database) {
-    sqlite3_progress_handler(database, kStepsBetweenLooks, HasPassed, &m_End);
+  bool HasTakenTooLong() {
+    m_TookTooLong = m_TookTooLong || OwnTime() > m_End;
+    return m_TookTooLong;
   }
-  ~Deadline() { sqlite3_progress_handler(m_pDatabase, 0, nullptr, nullptr); }
-  Deadline(const Deadline&) = delete;
-  Deadline& operator=(const Deadline&) = delete;
+
+  bool Allows(int action) {
+    if (action == SQLITE_SELECT) ++m_Queries;
+    return m_Queries <= kMostQueries && !HasTakenTooLong();
+  }
+
+  // Whether one of the two above was the reason for a failure.
+  [[noreturn]] void Explain(const SqliteError& error) const {
+    if (m_TookTooLong) throw SqliteError(SQLITE_INTERRUPT, "a statement takes too long");
+    if (m_Queries > kMostQueries) {
+      throw SqliteError(SQLITE_AUTH, "a statement holds too many queries");
+    }
+    throw SqliteError(error);
+  }
 
  private:
-  static int HasPassed(void* end) {
-    return OwnTime() > *static_cast<const std::int64_t*>(end) ? 1 : 0;
-  }
-
-  sqlite3* const m_pDatabase;
-  std::int64_t m_End = OwnTime() + kMostNanoseconds;
+  const std::int64_t m_End = OwnTime() + kMostNanoseconds;
+  int m_Queries = 0;
+  bool m_TookTooLong = false;
 };
+
+int Authorize(void* usage, int action, const char* first, const char* second, const char* schema,
+              const char*) {
+  const bool isWithin = usage == nullptr || static_cast<Usage*>(usage)->Allows(action);
+  return isWithin && IsAllowed(action, first, second, schema) ? SQLITE_OK : SQLITE_DENY;
+}
+
+int Look(void* usage) {
+  return static_cast<Usage*>(usage)->HasTakenTooLong() ? 1 : 0;
+}
+
+// For as long as it lives, the library has so much more memory. The limit is one for the process,
+// but the host's connections are used one at a time.
+class MemoryBound {
+ public:
+  MemoryBound() { sqlite3_hard_heap_limit64(sqlite3_memory_used() + kMostMemory); }
+  ~MemoryBound() {
+    sqlite3_hard_heap_limit64(m_HardBefore);
+    sqlite3_soft_heap_limit64(m_SoftBefore);  // setting the other one has lowered it
+  }
+  MemoryBound(const MemoryBound&) = delete;
+  MemoryBound& operator=(const MemoryBound&) = delete;
+
+ private:
+  const std::int64_t m_HardBefore = sqlite3_hard_heap_limit64(-1);
+  const std::int64_t m_SoftBefore = sqlite3_soft_heap_limit64(-1);
+};
+
+// For as long as it lives, what the connection runs is measured.
+class Bounds {
+ public:
+  Bounds(sqlite3* database, Usage& usage) : m_pDatabase(database) {
+    sqlite3_set_authorizer(database, Authorize, &usage);
+    sqlite3_progress_handler(database, kStepsBetweenLooks, Look, &usage);
+  }
+  ~Bounds() {
+    sqlite3_set_authorizer(m_pDatabase, Authorize, nullptr);
+    sqlite3_progress_handler(m_pDatabase, 0, nullptr, nullptr);
+  }
+  Bounds(const Bounds&) = delete;
+  Bounds& operator=(const Bounds&) = delete;
+
+ private:
+  sqlite3* const m_pDatabase;
+  const MemoryBound m_Memory;
+};
+
+// Pages that are free count as new ones: otherwise each life could add as much as the one before.
+std::int64_t MostPages(Connection& connection) {
+  const auto number = [&connection](const std::string& pragma) -> std::int64_t {
+    return std::stoll(connection.Run("PRAGMA " + pragma).at(0));
+  };
+  return number("page_count") - number("freelist_count") + kMostGrowth / number("page_size");
+}
 
 }  // namespace
 
 void Connection::Confine() {
   sqlite3* const database = m_pDatabase.get();
-  const std::int64_t pages = std::stoll(Run("PRAGMA page_count").at(0));
-  Run("PRAGMA max_page_count = " + std::to_string(pages + kMostNewPages));
-  sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kLongestText);
+  Run("PRAGMA max_page_count = " + std::to_string(MostPages(*this)));
+  for (const Limit& limit : kLimits) sqlite3_limit(database, limit.m_Kind, limit.m_Value);
   sqlite3_set_authorizer(database, Authorize, nullptr);
 }
 
 std::vector<std::string> Connection::RunConfined(const std::string& sql) {
-  const Deadline deadline(m_pDatabase.get());
-  return Run(sql);
+  Usage usage;
+  const Bounds bounds(m_pDatabase.get(), usage);
+  try {
+    return Run(sql);
+  } catch (const SqliteError& error) {
+    usage.Explain(error);
+  }
 }
 
 }  // namespace HostKit

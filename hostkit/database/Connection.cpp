@@ -23,9 +23,7 @@ constexpr int kBusyMs = 500;  // how long a lock of another process is waited fo
 constexpr std::array kReopenCodes = {SQLITE_CANTOPEN, SQLITE_CORRUPT, SQLITE_IOERR, SQLITE_NOTADB};
 
 [[noreturn]] void Fail(sqlite3* database) {
-  const int code = sqlite3_errcode(database);
-  throw SqliteError(
-      code, code == SQLITE_INTERRUPT ? "a statement takes too long" : sqlite3_errmsg(database));
+  throw SqliteError(sqlite3_errcode(database), sqlite3_errmsg(database));
 }
 
 void Check(int result, sqlite3* database) {
@@ -214,6 +212,8 @@ void Connection::Configure() {
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
+  // No sorting and no list in the making goes to a file, in a folder of the environment's choice.
+  Run("PRAGMA temp_store = MEMORY");
 }
 
 void Connection::CheckWhole() {

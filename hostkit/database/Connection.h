@@ -67,7 +67,7 @@ class Connection {
 
   // From here on nothing but reading and writing the rows of plug-ins is allowed.
   void Confine();
-  // As `Run`, for a statement of a plug-in: it fails when it takes too long.
+  // As `Run`, for a statement of a plug-in: it fails when it takes too much time or memory.
   std::vector<std::string> RunConfined(const std::string& sql);
 
   // Takes an unfinished transaction back.

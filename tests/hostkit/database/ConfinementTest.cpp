@@ -80,9 +80,8 @@ TEST_F(Confinement, TakesWhatTheRowsNeed) {
   };
   for (const Case& each :
        {Case{"SELECT MAX(ID) FROM host_adapter_rows", "1"},
-        Case{"SELECT COUNT(*), MIN(ID) FROM host_plugin_rows", "0"},
-        Case{"PRAGMA foreign_keys = ON; SELECT UPPER(TYPEOF(ID)) FROM host_adapter_rows ad",
-             "INTEGER"},
+        Case{"SELECT COUNT(*), MAX(ID) FROM host_plugin_rows", "0"},
+        Case{"PRAGMA foreign_keys = ON; SELECT count(ID) FROM host_adapter_rows ad", "1"},
         Case{"SELECT ad.ad_adapter_number FROM host_adapter_rows ad WHERE ad.ad_host_name = "
              "'localhost'",
              "1"}}) {
@@ -90,6 +89,21 @@ TEST_F(Confinement, TakesWhatTheRowsNeed) {
     ASSERT_FALSE(cells.empty()) << each.sql;
     EXPECT_EQ(cells[0], each.cell) << each.sql;
   }
+}
+
+// Two texts of 64 KiB make `trim` take ten seconds, in which nobody looks at the time.
+TEST_F(Confinement, AllowsNoFunctionThatTheLayerDoesNotWrite) {
+  for (const std::string call :
+       {"abs(1)",       "avg(1)",    "coalesce(1, 2)",   "group_concat(1)", "ifnull(1, 2)",
+        "instr(1, 2)",  "length(1)", "lower(1)",         "ltrim(1, 2)",     "min(1)",
+        "nullif(1, 2)", "quote(1)",  "replace(1, 2, 3)", "round(1)",        "rtrim(1, 2)",
+        "substr(1, 2)", "sum(1)",    "total(1)",         "trim(1, 2)",      "typeof(1)",
+        "upper(1)"}) {
+    const std::string name = call.substr(0, call.find('('));
+    EXPECT_EQ(FailureOf("SELECT " + call), "not authorized to use function: " + name);
+  }
+  EXPECT_EQ(FailureOf("SELECT 1 LIKE 2"), "not authorized to use function: LIKE");
+  EXPECT_EQ(FailureOf("SELECT 1 GLOB 2"), "not authorized to use function: GLOB");
 }
 
 // A file of an earlier version may bear what a card has planted in it.
@@ -130,10 +144,57 @@ TEST_F(Confinement, EndsAStatementThatTakesTooLong) {
   ExpectUnharmed("a long statement");
 }
 
+// The time that it takes to compile them doubles with each level.
+std::string DoublingQueries(int levels) {
+  std::string sql = "WITH q0 AS (SELECT 1 AS v)";
+  for (int level = 1; level <= levels; ++level) {
+    const std::string before = "q" + std::to_string(level - 1);
+    sql += ", q" + std::to_string(level) + " AS (SELECT a.v + b.v AS v FROM " + before + " a, " +
+           before + " b)";
+  }
+  return sql + " SELECT v FROM q" + std::to_string(levels);
+}
+
+TEST_F(Confinement, EndsQueriesThatDouble) {
+  EXPECT_EQ(FailureOf(DoublingQueries(3)), "");
+  EXPECT_EQ(FailureOf(DoublingQueries(18)), "out of memory");
+  EXPECT_EQ(FailureOf(DoublingQueries(40)), "out of memory");
+  ExpectUnharmed("queries that double");
+}
+
+TEST_F(Confinement, CountsTheQueriesOfAllStatementsOfACall) {
+  std::string sql;
+  for (int i = 0; i < 32; ++i) sql += "SELECT 1;";
+  EXPECT_EQ(FailureOf(sql), "");
+  EXPECT_EQ(FailureOf(sql + "SELECT 1"), "a statement holds too many queries");
+  EXPECT_EQ(FailureOf(sql), "");
+}
+
+// What is sorted stays in memory, of which there is not so much: 27 million rows of a kilobyte.
+TEST_F(Confinement, SortsNoMoreThanMemoryHolds) {
+  for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
+  Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1000, 'x') + "\"");
+  EXPECT_EQ(FailureOf("SELECT a.ID FROM host_adapter_rows a, host_adapter_rows b, "
+                      "host_adapter_rows c, host_adapter_rows d, host_adapter_rows e "
+                      "ORDER BY a.ad_name || b.ad_name || c.ad_name, d.ID, e.ID LIMIT 1 OFFSET "
+                      "9000000"),
+            "out of memory");
+  EXPECT_EQ(FailureOf("SELECT a.ID FROM host_adapter_rows a, host_adapter_rows b "
+                      "ORDER BY a.ad_name || b.ad_name"),
+            "");
+  ExpectUnharmed("a large sorting");
+}
+
+TEST_F(Confinement, TakesNoStatementWithoutEnd) {
+  const std::string blanks(4 << 20, ' ');
+  EXPECT_EQ(FailureOf("SELECT 1" + blanks), "string or blob too big");
+  EXPECT_EQ(FailureOf("SELECT 1" + blanks.substr(8)), "");
+}
+
 TEST_F(Confinement, EndsAnAnswerThatGrowsTooLarge) {
   for (int i = 0; i < 4; ++i) {
     m_pStorage->insert(AnAdapter(i));
-    Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1 << 20, 'x') + "\"");
+    Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1'000'000, 'x') + "\"");
   }
   EXPECT_EQ(FailureOf("SELECT a.ad_name FROM host_adapter_rows a, host_adapter_rows b, "
                       "host_adapter_rows c"),
@@ -142,19 +203,50 @@ TEST_F(Confinement, EndsAnAnswerThatGrowsTooLarge) {
 }
 
 TEST_F(Confinement, MakesNoTextWithoutEnd) {
-  const std::string half(9 << 20, 'x');
+  const std::string half(600 << 10, 'x');
   EXPECT_EQ(FailureOf("SELECT \"" + half + "\" || \"" + half + "\""), "string or blob too big");
   EXPECT_EQ(FailureOf("SELECT \"" + half + "\""), "");
+  EXPECT_EQ(FailureOf("SELECT \"" + half + half + "\""), "string or blob too big");
+}
+
+constexpr int kRowsThatFit = 256 << 20 >> 20;  // of a mebibyte each, in the 256 that are allowed
+
+// Rows of nearly a mebibyte, until there is no more place.
+int Fill(DatabaseORM::storage_t& storage) {
+  const std::string insert =
+      "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(1'040'000, 'x') + "\")";
+  for (int i = 0; i <= 2 * kRowsThatFit; ++i) {
+    try {
+      storage.dao->query(insert);
+    } catch (const DBEXCEPTION::DatabaseException& exception) {
+      EXPECT_STREQ(exception.what(), "database or disk is full");
+      return i;
+    }
+  }
+  return -1;
 }
 
 TEST_F(Confinement, LetsTheFileGrowSoFarAndNoFurther) {
   Use(":memory:");
-  const std::string insert =
-      "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(15 << 20, 'x') + "\")";
-  for (int i = 0; i < 17; ++i) ASSERT_EQ(FailureOf(insert), "");
-  EXPECT_EQ(FailureOf(insert), "database or disk is full");
+  EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 5);
   AppendEvent(PI::CEvent());
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
+// The place of rows that are gone is not there once more.
+TEST_F(Confinement, LetsAFileWithFreePlaceGrowNoFurther) {
+  Fill(*m_pStorage);
+  Restart();
+  EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 5);
+}
+
+// Pages are not of the same size in each file.
+TEST_F(Confinement, LetsAFileOfLargePagesGrowNoFurther) {
+  Use(":memory:");
+  std::filesystem::remove(File());
+  OtherProgram(File()).Run("PRAGMA page_size = 65536; CREATE TABLE other (v)");
+  Use(File().string());
+  EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 20);
 }
 
 // The layer takes an answer for rows by the places of its cells.
