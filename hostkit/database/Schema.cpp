@@ -1,6 +1,8 @@
 #include "hostkit/database/Schema.h"
 
 #include <boost/algorithm/string/replace.hpp>
+#include <string>
+#include <vector>
 
 #include "hostkit/database/Tables.h"
 
@@ -26,13 +28,22 @@ constexpr const char* kCountingTrigger =
     "INSERT INTO host_event_counts VALUES (new.event_id, new.severity, 1) "
     "ON CONFLICT DO UPDATE SET count = count + 1; END";
 
-constexpr const char* kLifeTable =
-    "CREATE TABLE IF NOT EXISTS host_life (number INTEGER NOT NULL) STRICT";
+const TableShape kLifeTable = {
+    "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
 
-// Earlier versions let a card's text add triggers, which would do their work in this host too.
-constexpr const char* kStrangeTriggers =
-    "SELECT name FROM sqlite_schema WHERE type = 'trigger' "
-    "AND tbl_name IN ('host_event_log', 'host_event_counts', 'host_life') AND sql <> ?";
+// Earlier versions let a card's text add triggers, which would do their work in this host too, and
+// things that go by the name of a table. SQL takes a name in any letters. The tables of the log
+// themselves are never dropped.
+constexpr const char* kStrangeToLog =
+    "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "
+    "OR type = 'trigger' AND sql <> ?2 "
+    "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE)";
+// Rows have no triggers or indexes; a table with other columns was made by another version of the
+// host, and its rows are of another life.
+constexpr const char* kStrangeToRows =
+    "SELECT type, name FROM sqlite_schema "
+    "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE "
+    "OR name = ?1 COLLATE NOCASE AND (type <> 'table' OR sql <> ?2)";
 
 // What the event log has gained since it was first made. Its rows outlive a version of the host, so
 // the table is not made anew.
@@ -71,22 +82,26 @@ std::string Quoted(const std::string& name) {
   return '"' + boost::replace_all_copy(name, "\"", "\"\"") + '"';
 }
 
-void MakeTriggers(Connection& connection) {
-  std::vector<std::string> strange;
-  Statement statement = connection.Prepare(kStrangeTriggers);
-  statement.Bind(kCountingTrigger);
-  while (statement.Step()) strange.push_back(statement.Text(0));
-  for (const std::string& name : strange) connection.Run("DROP TRIGGER " + Quoted(name));
+// Drops what the query finds; with a view or table go its triggers and indexes.
+void DropStrange(Connection& connection, const char* query, const std::string& table,
+                 const std::string& ownSql) {
+  std::vector<std::string> drops;
+  Statement statement = connection.Prepare(query);
+  statement.Bind(table).Bind(ownSql);
+  while (statement.Step()) {
+    drops.push_back("DROP " + statement.Text(0) + " IF EXISTS " + Quoted(statement.Text(1)));
+  }
+  for (const std::string& drop : drops) connection.Run(drop);
+}
+
+void MakeCountingTrigger(Connection& connection) {
   Statement own = connection.Prepare("SELECT 1 FROM sqlite_schema WHERE sql = ?");
   if (!own.Bind(kCountingTrigger).Step()) connection.Run(kCountingTrigger);
 }
 
-// A table with other columns was made by another version of the host. Its rows are of another life.
 void MakeRowTable(Connection& connection, const TableShape& shape) {
-  const std::string found = SqlOf(connection, shape.m_Name);
-  if (found == shape.m_Sql) return;
-  if (!found.empty()) connection.Run("DROP TABLE " + shape.m_Name);
-  connection.Run(shape.m_Sql);
+  DropStrange(connection, kStrangeToRows, shape.m_Name, shape.m_Sql);
+  if (SqlOf(connection, shape.m_Name).empty()) connection.Run(shape.m_Sql);
 }
 
 bool IsOfLife(Connection& connection, std::int64_t life) {
@@ -129,16 +144,19 @@ void InTransaction(Connection& connection, Work work) {
 
 void PrepareOwnTables(Connection& connection) {
   InTransaction(connection, [&] {
+    for (const char* table : {"host_event_log", "host_event_counts"}) {
+      DropStrange(connection, kStrangeToLog, table, kCountingTrigger);
+    }
     connection.Run(kOwnTables);
     AddColumnsToEventLog(connection);
     connection.Run(kEventCounts);
-    MakeTriggers(connection);
+    MakeCountingTrigger(connection);
   });
 }
 
 void PrepareRowTables(Connection& connection, std::int64_t life, Connection* pSource) {
   InTransaction(connection, [&] {
-    connection.Run(kLifeTable);
+    MakeRowTable(connection, kLifeTable);
     for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
     if (!IsOfLife(connection, life)) BeginLife(connection, life, pSource);
   });

@@ -122,6 +122,52 @@ TEST_F(Confinement, TakesStrangeTriggersOffTheHostsOwnTables) {
   EXPECT_EQ(HostKit::CountEvents().at(0).m_Count, 2U);
 }
 
+// SQL takes names in any letters, and so did those who planted it.
+TEST_F(Confinement, TakesStrangeTriggersOffWhateverLettersTheyAreWrittenIn) {
+  Use(":memory:");
+  OtherProgram(File()).Run(
+      "CREATE TRIGGER a AFTER INSERT ON HOST_EVENT_LOG BEGIN DELETE FROM host_event_log; END;"
+      "CREATE TRIGGER b AFTER DELETE ON Host_Life BEGIN DELETE FROM host_event_log; END;"
+      "CREATE TRIGGER c AFTER INSERT ON Host_Event_Counts BEGIN SELECT 1; END;"
+      "DROP TRIGGER host_event_counted;"
+      "CREATE TRIGGER HOST_EVENT_COUNTED AFTER INSERT ON host_event_log BEGIN "
+      "DELETE FROM host_event_counts; END");
+  Use(File().string());
+  EXPECT_EQ(Schema(), m_Schema);
+  AppendEvent(PI::CEvent());
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
+}
+
+// The host clears the rows of an earlier life, with more rights than a plug-in has.
+TEST_F(Confinement, TakesTriggersOffTheRowsBeforeItClearsThem) {
+  Use(":memory:");
+  OtherProgram(File()).Run(
+      "CREATE TRIGGER a AFTER DELETE ON HOST_ADAPTER_ROWS BEGIN DELETE FROM host_event_log; END;"
+      "CREATE TRIGGER b BEFORE DELETE ON host_drive_rows BEGIN SELECT 1; END;"
+      "CREATE TRIGGER c AFTER INSERT ON host_plugin_rows BEGIN DELETE FROM host_event_log; END");
+  Use(File().string());
+  EXPECT_EQ(Schema(), m_Schema);
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+  EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
+}
+
+TEST_F(Confinement, TakesAwayWhatStandsInThePlaceOfATable) {
+  for (const char* planted :
+       {"CREATE VIEW HOST_ADAPTER_ROWS AS SELECT 1",
+        "CREATE VIEW host_adapter_rows AS SELECT 1; CREATE TRIGGER t INSTEAD OF DELETE ON "
+        "host_adapter_rows BEGIN DELETE FROM host_event_log; END",
+        "CREATE TABLE Host_Adapter_Rows (v)",
+        "CREATE TABLE other (v); CREATE INDEX HOST_ADAPTER_ROWS ON other (v)"}) {
+    Use(":memory:");
+    OtherProgram(File()).Run(std::string("DROP TABLE host_adapter_rows; ") + planted);
+    Use(File().string());
+    OtherProgram(File()).Run("DROP TABLE IF EXISTS other");
+    EXPECT_EQ(Schema(), m_Schema) << planted;
+    EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0") << planted;
+  }
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
+}
+
 TEST_F(Confinement, LetsATriggerOfTheRowsReachNothingElse) {
   OtherProgram(File()).Run(
       "CREATE TRIGGER planted AFTER UPDATE ON host_adapter_rows BEGIN "
