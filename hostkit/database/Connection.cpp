@@ -244,6 +244,11 @@ std::vector<std::string> Connection::Run(const std::string& sql) {
   return cells;
 }
 
+path Connection::File() const {
+  const char* const file = sqlite3_db_filename(m_pDatabase.get(), "main");
+  return file == nullptr || *file == '\0' ? ":memory:" : file;
+}
+
 void Connection::RollBack() noexcept {
   if (sqlite3_get_autocommit(m_pDatabase.get()) != 0) return;
   sqlite3_exec(m_pDatabase.get(), "ROLLBACK", nullptr, nullptr, nullptr);

@@ -70,6 +70,8 @@ class Connection {
   // As `Run`, for a statement of a plug-in: it fails when it takes too much time or memory.
   std::vector<std::string> RunConfined(const std::string& sql);
 
+  // Where the file is, without links; ":memory:" when there is none.
+  boost::filesystem::path File() const;
   // Takes an unfinished transaction back.
   void RollBack() noexcept;
   // Another file, or none, stands where this one was opened.

@@ -125,7 +125,7 @@ Connection& HostDatabase::OwnConnection() {
 Connection& HostDatabase::RowsConnection() {
   Connection& own = OwnConnection();
   if (m_RowsAreInFile && m_pRows) return *m_pRows;
-  if (!IsInMemory() && m_RowsLock.Take(m_File)) {
+  if (!IsInMemory() && m_RowsLock.Take(own.File())) {
     PutRowsIntoFile(own);
   } else if (!m_pRows) {
     KeepRowsInMemory();
@@ -135,7 +135,7 @@ Connection& HostDatabase::RowsConnection() {
 
 void HostDatabase::PutRowsIntoFile(Connection& own) {
   PrepareRowTables(own, m_Life, m_pRows.get());
-  auto rows = std::make_unique<Connection>(m_File, Access::AnotherToWrite);
+  auto rows = std::make_unique<Connection>(own.File(), Access::AnotherToWrite);
   rows->Confine();
   m_pRows = std::move(rows);
   m_RowsAreInFile = true;

@@ -12,6 +12,13 @@ namespace {
 // A host that ends removes its file, so that the one just opened may be gone before it is locked.
 constexpr int kMostTries = 10;
 
+// A file of another user would be held by that user at will.
+bool IsOwnFile(const Descriptor& file) {
+  struct stat status {};
+  if (!file.IsOpen() || fstat(file.Number(), &status) != 0) return false;
+  return S_ISREG(status.st_mode) && (status.st_uid == geteuid() || status.st_uid == 0);
+}
+
 }  // namespace
 
 bool RowsLock::Take(const boost::filesystem::path& database) {
@@ -37,7 +44,7 @@ bool RowsLock::Lock() {
     constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     m_Descriptor.emplace(open(m_File.c_str(), kFlags, S_IRUSR | S_IWUSR));
   }
-  return m_Descriptor->IsOpen() && flock(m_Descriptor->Number(), LOCK_EX | LOCK_NB) == 0;
+  return IsOwnFile(*m_Descriptor) && flock(m_Descriptor->Number(), LOCK_EX | LOCK_NB) == 0;
 }
 
 bool RowsLock::HasMoved() const {

@@ -19,7 +19,8 @@ class RowsLock {
   RowsLock& operator=(const RowsLock&) = delete;
 
   // True when this host holds the lock of that database now. Never waits. One database at a time:
-  // `Release` comes before another one.
+  // `Release` comes before another one. The file's name is one without links: by another name it
+  // would have another lock.
   bool Take(const boost::filesystem::path& database);
   void Release();
 

@@ -122,6 +122,20 @@ TEST_F(SeveralHosts, DoNotDisturbTheRowsOfTheFirst) {
   EXPECT_EQ(InFile(kNames), "first");
 }
 
+TEST_F(SeveralHosts, KnowEachOtherByWhateverNameTheyOpenTheFile) {
+  Host first;
+  EXPECT_EQ(first.Do("fill 3"), "done");
+  const auto link = m_Folder.Path() / "link.db";
+  std::filesystem::create_symlink(File(), link);
+  setenv("CORVANE_DATABASE", link.c_str(), 1);
+  Host second;
+  EXPECT_EQ(second.Do("fill 2"), "done");
+  EXPECT_EQ(second.Do("count"), "2");
+  EXPECT_EQ(first.Do("count"), "3");
+  EXPECT_EQ(RowsInFile(), "3");
+  EXPECT_FALSE(std::filesystem::exists(link.string() + "-host"));
+}
+
 TEST_F(SeveralHosts, PutTheirRowsIntoTheFileWhenTheFirstHasEnded) {
   Host second;
   {

@@ -1,5 +1,7 @@
 // A database that another user could have put where the host looks for it. The strangers' files are
 // made by root, so root alone runs most of these tests.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,6 +64,21 @@ TEST_F(DatabaseTrust, LocksItsRowsForItselfAlone) {
   EXPECT_EQ(status.st_mode & 0777, 0600U);
 }
 
+// What is no file is held by whoever likes.
+TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWhereThePlaceOfTheLockIsTaken) {
+  Use(File().string());
+  Use(":memory:");
+  const std::string lock = File().string() + "-host";
+  ASSERT_EQ(mkfifo(lock.c_str(), 0600), 0);
+  Use(File().string());
+  m_pStorage->insert(AnAdapter(1));
+  EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "0");
+  fs::remove(lock);
+  EXPECT_EQ(Failure(), "");
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
+}
+
 class DatabaseTrustOfRoot : public DatabaseTrust {
  protected:
   void SetUp() override {
@@ -102,6 +119,43 @@ TEST_F(DatabaseTrustOfRoot, IsNotGivenToAFolderThatOthersMayWrite) {
   EXPECT_TRUE(fs::is_empty(folder));
   chmod(folder.c_str(), 0755);
   EXPECT_EQ(Failure(), "");
+}
+
+// The name that the user gave is not where the file is.
+TEST_F(DatabaseTrustOfRoot, IsNotKeptOutByALockBesideALink) {
+  Use(File().string());
+  Use(":memory:");
+  const auto link = m_Shared / "link.db";
+  fs::create_symlink(File(), link);
+  const std::string planted = link.string() + "-host";
+  WriteText(planted, "");
+  Give(planted);
+  const int held = open(planted.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
+  Use(link.string());
+  m_pStorage->insert(AnAdapter(1));
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
+  close(held);
+}
+
+// An ordinary user shares a folder, but not the lock.
+TEST_F(DatabaseTrustOfRoot, TakesNoLockOfAStranger) {
+  const auto folder = m_Folder.Path() / "theirs";
+  fs::create_directory(folder);
+  Give(folder);
+  const auto file = folder / "corvane.db";
+  WriteText(file.string() + "-host", "");
+  chmod((file.string() + "-host").c_str(), 0666);
+  ASSERT_EQ(chown((file.string() + "-host").c_str(), 1, 1), 0);
+  ASSERT_EQ(seteuid(kStranger), 0);
+  Use(file.string());
+  m_pStorage->insert(AnAdapter(1));
+  EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
+  Use(":memory:");
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_EQ(OtherProgram(file).Run("SELECT COUNT(*) FROM sqlite_schema WHERE name = "
+                                   "'host_adapter_rows'"),
+            "0");
 }
 
 }  // namespace
