@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "hostkit/Printable.h"
 #include "hostkit/Tracing.h"
 #include "hostkit/toolkit/Modules.h"
 
@@ -15,7 +16,7 @@ std::uint32_t MaskOfEnvironment() {
   const auto mask = ParseTraceLevels(levels);
   if (!mask) {
     std::fprintf(stderr, "CORVANE_TRACE is no number or list of levels, tracing is off: %s\n",
-                 levels);
+                 Printable(levels).c_str());
   }
   return mask.value_or(0);
 }

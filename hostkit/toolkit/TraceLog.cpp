@@ -80,7 +80,7 @@ std::unique_ptr<spdlog::logger> LogOfEnvironment() {
   if (log) return log;
   const std::string objection = ResolveTrusted(path).m_Objection;
   std::fprintf(stderr, "CORVANE_TRACE_FILE cannot be opened, tracing to standard error: %s\n",
-               objection.empty() ? path : objection.c_str());
+               Printable(objection.empty() ? path : objection).c_str());
   return LogToStandardError();
 }
 

@@ -50,6 +50,8 @@ const StartCase kStarts[] = {
     {"off", 0, "^$"},
     {"", 0, "^$"},
     {"loud", 0, "^CORVANE_TRACE [^\n]*: loud\n$"},
+    // A terminal would obey it.
+    {"x\x1b[31m\n\u202e\xff", 0, "^CORVANE_TRACE [^\n]*: x\\\\x1b\\[31m\\\\x0a\\\\u202e\\\\xff\n$"},
 };
 
 TEST(ModuleInfoDeathTest, StartsWithTheMaskOfTheEnvironment) {

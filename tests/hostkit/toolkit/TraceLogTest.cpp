@@ -197,4 +197,21 @@ TEST_F(TraceLogDeathTest, GoesToTheFileOfTheEnvironment) {
   fs::remove(file);
 }
 
+// Of a folder, which nobody can open to write.
+TEST_F(TraceLogDeathTest, ShowsWhatATerminalWouldObeyInTheNameOfTheEnvironment) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const fs::path folder = fs::current_path() / "trace\x1b[31m\n\u202e";
+  fs::create_directory(folder);
+  setenv("CORVANE_TRACE_FILE", folder.c_str(), 1);
+  EXPECT_EXIT(
+      {
+        Send(4, "hello");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0),
+      "^CORVANE_TRACE_FILE [^\n]*: [^\n]*\\\\x1b\\[31m\\\\x0a\\\\u202e[^\n]*\n[^\n]* hello\n$");
+  unsetenv("CORVANE_TRACE_FILE");
+  fs::remove(folder);
+}
+
 }  // namespace
