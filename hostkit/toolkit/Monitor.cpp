@@ -64,6 +64,11 @@ void WakeSignal::AwaitUntil(MonitorLock& lock, std::int64_t deadlineNs) {
 
 void WaitScheduler::CancelHere(ThreadRecord& self) {
   if (!self.cancelRequested.load(std::memory_order_relaxed)) return;
+  // As in real time, it stays pending for a thread that keeps cancellations off.
+  int state = PTHREAD_CANCEL_ENABLE;
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+  pthread_setcancelstate(state, nullptr);
+  if (state == PTHREAD_CANCEL_DISABLE) return;
   // Taken back, so that waits met while the stack unwinds do not end the thread once more.
   self.cancelRequested = false;
   pthread_exit(PTHREAD_CANCELED);

@@ -95,7 +95,7 @@ class WaitScheduler {
   // Makes a blocked thread go on.
   virtual void Wake(Sleeper& sleeper) = 0;
 
-  // Ends the calling thread if it was asked to.
+  // Ends the calling thread if it was asked to, and lets itself be cancelled.
   virtual void CancelHere(ThreadRecord& self);
 };
 

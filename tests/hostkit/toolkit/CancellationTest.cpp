@@ -103,6 +103,32 @@ TEST_P(Cancellation, TakesEffectAtTheNextWaitOfARunningThread) {
   EXPECT_FALSE(passed);
 }
 
+// As in code that must not be unwound, which the kit itself has too.
+TEST_P(Cancellation, WaitsUntilTheThreadAllowsItAgain) {
+  ReadyEvent started, event;
+  bool waited = false;
+  bool slept = false;
+  bool passed = false;
+  Job job([&] {
+    int before = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+    started.Set();
+    waited = event.Wait(WAIT_INFINITE) == 1;
+    Sleep(1);
+    slept = true;
+    pthread_setcancelstate(before, nullptr);
+    Sleep(1);
+    passed = true;
+  });
+  started.Wait(WAIT_INFINITE);
+  job->Cancel();
+  event.Set();
+  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_TRUE(waited);
+  EXPECT_TRUE(slept);
+  EXPECT_FALSE(passed);
+}
+
 TEST_P(Cancellation, IsBorneByAThreadThatHasEndedOrNeverWas) {
   CThread none;
   none.Cancel();
