@@ -21,7 +21,7 @@ HostKit::TrustedPath FullPath(const boost::filesystem::path& name) {
 HostKit::FileRead ReadTrusted(const HostKit::TrustedPath& file, std::string& text) {
   if (!file.m_Objection.empty()) return HostKit::FileRead::Failed;
   std::string read;
-  const HostKit::FileRead result = HostKit::ReadFile(file.m_File, read);
+  const HostKit::FileRead result = HostKit::ReadFile(file, read);
   if (!HostKit::ResolveTrusted(file.m_File).m_Objection.empty()) return HostKit::FileRead::Failed;
   if (result == HostKit::FileRead::Done) text = std::move(read);
   return result;

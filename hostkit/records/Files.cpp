@@ -98,14 +98,15 @@ void FolderLock::Sync() const {
   fsync(m_Folder.Number());
 }
 
-FileRead ReadFile(const path& file, std::string& content) {
+FileRead ReadFile(const TrustedPath& file, std::string& content) {
   // Not blocking, in case somebody has put a pipe there.
-  const Descriptor input(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+  const Descriptor input(open(file.m_File.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
   if (!input.IsOpen()) {
     return errno == ENOENT || errno == ENOTDIR ? FileRead::Missing : FileRead::Failed;
   }
   struct stat status {};
   if (fstat(input.Number(), &status) != 0 || !S_ISREG(status.st_mode)) return FileRead::Failed;
+  if (!ObjectionToOpened(file, input.Number()).empty()) return FileRead::Failed;
 
   std::string text;
   std::array<char, 4096> block;

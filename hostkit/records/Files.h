@@ -4,6 +4,8 @@
 #include <boost/filesystem/path.hpp>
 #include <string>
 
+#include "hostkit/TrustedPath.h"
+
 namespace HostKit {
 
 // An open file; closed when destroyed.
@@ -39,9 +41,9 @@ class FolderLock {
 
 enum class FileRead { Done, Missing, Failed };
 
-// Reads a regular file of up to a mebibyte, not a link. `content` is written only when the result
-// is `Done`.
-FileRead ReadFile(const boost::filesystem::path& file, std::string& content);
+// Reads a regular file of up to a mebibyte, not a link, unless another user could have put there
+// what was opened. `content` is written only when the result is `Done`.
+FileRead ReadFile(const TrustedPath& file, std::string& content);
 
 // Puts `content` in the place of `file`, which keeps its mode and, where possible, its owner. At
 // any moment, also after a crash, the file is whole: the old one or the new one. False: the old

@@ -7,7 +7,9 @@
 #include <boost/algorithm/string.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
-#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace HostKit {
@@ -41,6 +43,10 @@ Objection CanBeWritten(const path& name) {
   return name.string() + " can be written by other users";
 }
 
+Objection CannotBeLookedAt(const path& name, int error) {
+  return name.string() + " cannot be looked at: " + std::generic_category().message(error);
+}
+
 // Only root is kept from a folder as such.
 Objection ObjectionToFolder(const path& name, const struct stat& status) {
   if (!IsRoot()) return {};
@@ -54,8 +60,8 @@ bool IsDevice(const struct stat& status) {
   return S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
 }
 
-// Of a link on the way. A folder is judged when it is entered.
-Objection ObjectionToLink(const path& name, const struct stat& status, bool isOpenFolder) {
+// Of a link or folder on the way, by what it lies in.
+Objection ObjectionToWay(const path& name, const struct stat& status, bool isOpenFolder) {
   return isOpenFolder && !IsTrusted(status.st_uid) ? BelongsTo(name, status.st_uid) : Objection();
 }
 
@@ -74,20 +80,21 @@ class Walk {
  public:
   explicit Walk(const path& file) { Push(file); }
 
-  // Nothing when the way cannot be gone to its end.
-  std::optional<TrustedPath> Run() {
-    while (!m_Rest.empty()) {
+  TrustedPath Run() {
+    while (!m_Rest.empty() && !m_Ended) {
       const path name = m_Rest.back();
       m_Rest.pop_back();
       if (name == "..") {
         if (m_At != "/") m_At = m_At.parent_path();
-        continue;
+      } else {
+        Enter(name);
       }
-      if (!Enter(name)) return std::nullopt;
       // What stands below is the kernel's, and its links are none.
-      if (m_At == "/proc" || !m_Objection.empty() || m_Missing) return Ended();
+      if (m_At == "/proc") break;
     }
-    return Ended();
+    path whole = m_At;
+    for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) whole /= *name;
+    return {whole, m_Objection, m_IsOpenFolder};
   }
 
  private:
@@ -101,44 +108,64 @@ class Walk {
     m_Rest.insert(m_Rest.end(), parts.rbegin(), parts.rend());
   }
 
-  TrustedPath Ended() {
-    path whole = m_At;
-    for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) whole /= *name;
-    return {whole, m_Objection};
-  }
-
-  bool Enter(const path& name) {
+  void Enter(const path& name) {
     struct stat folder {};
-    struct stat entry {};
-    if (lstat(m_At.c_str(), &folder) != 0) return false;
-    m_Objection = ObjectionToFolder(m_At, folder);
-    if (!m_Objection.empty()) return true;
-    const path whole = m_At / name;
-    if (lstat(whole.c_str(), &entry) != 0) {
-      m_Missing = errno == ENOENT;
-      m_At = whole;
-      return m_Missing;
-    }
-    if (S_ISLNK(entry.st_mode)) return Follow(whole, entry, OthersMayWrite(folder));
-    m_At = whole;
-    if (m_Rest.empty()) m_Objection = ObjectionToFile(whole, entry, OthersMayWrite(folder));
-    return true;
+    if (lstat(m_At.c_str(), &folder) != 0)
+      return EndAt(name, OfRoot(CannotBeLookedAt(m_At, errno)));
+    Objection objection = ObjectionToFolder(m_At, folder);
+    if (!objection.empty()) return EndAt(name, std::move(objection));
+    m_IsOpenFolder = OthersMayWrite(folder);
+    Judge(m_At / name);
   }
 
-  bool Follow(const path& link, const struct stat& status, bool isOpenFolder) {
-    m_Objection = ObjectionToLink(link, status, isOpenFolder);
+  void Judge(const path& whole) {
+    struct stat entry {};
+    if (lstat(whole.c_str(), &entry) != 0) {
+      m_At = whole;
+      return End(IsMissing(errno) ? Objection() : OfRoot(CannotBeLookedAt(whole, errno)));
+    }
+    const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
+    const auto judge = isLast ? ObjectionToFile : ObjectionToWay;
+    m_Objection = judge(whole, entry, m_IsOpenFolder);
+    if (S_ISLNK(entry.st_mode) && m_Objection.empty()) return Follow(whole);
+    m_At = whole;
+    m_Ended = !m_Objection.empty();
+  }
+
+  void Follow(const path& link) {
     boost::system::error_code error;
     const path target = boost::filesystem::read_symlink(link, error);
-    if (error || ++m_Links > kLongestChain) return false;
+    if (!error && ++m_Links > kLongestChain) error.assign(ELOOP, boost::system::system_category());
+    if (error) {
+      m_At = link;
+      return End(OfRoot(CannotBeLookedAt(link, error.value())));
+    }
     if (target.is_absolute()) m_At = "/";
     Push(target);
-    return true;
+  }
+
+  // Below a file, which has been judged as a folder is, there is nothing either.
+  static bool IsMissing(int error) { return error == ENOENT || error == ENOTDIR; }
+
+  // Whoever can keep root from looking could show it something else later.
+  static Objection OfRoot(Objection objection) { return IsRoot() ? objection : Objection(); }
+
+  void End(Objection objection) {
+    m_Objection = std::move(objection);
+    m_Ended = true;
+  }
+
+  // Before the name was entered, which belongs to the path all the same.
+  void EndAt(const path& name, Objection objection) {
+    m_Rest.push_back(name);
+    End(std::move(objection));
   }
 
   path m_At = "/";
   std::vector<path> m_Rest;  // the next name last
   int m_Links = 0;
-  bool m_Missing = false;
+  bool m_IsOpenFolder = false;
+  bool m_Ended = false;
   Objection m_Objection;
 };
 
@@ -147,9 +174,15 @@ class Walk {
 TrustedPath ResolveTrusted(const path& file) {
   boost::system::error_code error;
   const path folder = file.is_absolute() ? path() : boost::filesystem::current_path(error);
-  if (error) return {file, {}};
-  auto walked = Walk(folder / file).Run();
-  return walked ? *walked : TrustedPath{file, {}};
+  if (!error) return Walk(folder / file).Run();
+  return {file, IsRoot() ? CannotBeLookedAt(file, error.value()) : Objection()};
+}
+
+std::string ObjectionToOpened(const TrustedPath& file, int descriptor) {
+  struct stat status {};
+  if (!file.m_Objection.empty() || descriptor < 0) return file.m_Objection;
+  if (fstat(descriptor, &status) != 0) return CannotBeLookedAt(file.m_File, errno);
+  return ObjectionToFile(file.m_File, status, file.m_IsInOpenFolder);
 }
 
 }  // namespace HostKit

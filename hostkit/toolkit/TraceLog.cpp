@@ -38,24 +38,25 @@ std::unique_ptr<spdlog::logger> LogToStandardError() {
   return LogInto(std::make_shared<spdlog::sinks::stderr_sink_st>());
 }
 
-void RequireTrust(const std::string& path) {
-  const std::string objection = ResolveTrusted(path).m_Objection;
-  if (!objection.empty()) throw spdlog::spdlog_ex(objection, EPERM);
+void RequireNone(const std::string& objection) {
+  if (!objection.empty()) throw spdlog::spdlog_ex(Printable(objection), EPERM);
 }
 
 // Called before each opening, also of the new file when the old one is full: the library follows
 // links. Once the file is there and found to be the user's own, nobody else can put another one in
 // its place.
 void MakeWithoutFollowing(const std::string& path) {
-  RequireTrust(path);
+  const TrustedPath trusted = ResolveTrusted(path);
+  RequireNone(trusted.m_Objection);
   boost::system::error_code ignored;  // what matters is whether the file can be opened
   boost::filesystem::create_directories(boost::filesystem::path(path).parent_path(), ignored);
   // The names below /proc of the descriptors of a process are links, and lead where they are open.
   const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
   const Descriptor file(
       open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | noFollow, 0666));
-  if (!file.IsOpen()) throw spdlog::spdlog_ex(path, errno);
-  RequireTrust(path);
+  if (!file.IsOpen()) throw spdlog::spdlog_ex(Printable(path), errno);
+  if (noFollow != 0) RequireNone(ObjectionToOpened(trusted, file.Number()));
+  RequireNone(ResolveTrusted(path).m_Objection);
 }
 
 // Null when the file cannot be opened; errno then says why.

@@ -2,6 +2,8 @@
 // user runs a part of these tests alone.
 #include "hostkit/TrustedPath.h"
 
+#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -98,14 +100,21 @@ TEST_F(Trust, IsGivenToDevicesAndOpenDescriptors) {
   EXPECT_EQ(Resolved("/dev/stderr"), "/proc/self/fd/2");
 }
 
-TEST_F(Trust, FindsNothingToSayOfAWayThatCannotBeGone) {
+// Opening it fails anyhow, and says why.
+TEST_F(Trust, GivesRootNoWayThatCannotBeGone) {
   const auto own = Folder("own", 0700);
   Link("b", own / "a");
   Link("a", own / "b");
   File(own / "file");
-  EXPECT_EQ(Why(own / "a"), "");
-  EXPECT_EQ(Resolved(own / "a"), (own / "a").string());
-  EXPECT_EQ(Why(own / "file" / "below"), "");
+  const std::string loop = Why(own / "a");
+  EXPECT_THAT(loop, testing::MatchesRegex(
+                        IsRoot() ? "own/[ab] cannot be looked at: Too many levels.*" : ""));
+  EXPECT_EQ(Why(own / "file" / "below"), "");  // there is no such file
+  EXPECT_EQ(Resolved(own / "file" / "below" / "it"), (own / "file" / "below" / "it").string());
+  const std::string name(300, 'x');
+  EXPECT_EQ(Why(own / name / "file"),
+            IsRoot() ? "own/" + name + " cannot be looked at: File name too long" : "");
+  EXPECT_EQ(Resolved(own / name / "file"), (own / name / "file").string());
 }
 
 TEST_F(Trust, FollowsARelativeNameFromTheWorkingDirectory) {
@@ -121,6 +130,26 @@ TEST_F(Trust, IsNotGivenToAFileWithASecondNameInASharedFolder) {
   fs::create_hard_link(File(own / "file"), shared / "planted");
   EXPECT_EQ(Why(shared / "planted"), "shared/planted has a second name");
   EXPECT_EQ(Why(own / "file"), "");
+}
+
+TEST_F(Trust, JudgesWhatWasOpened) {
+  const auto shared = Folder("shared", 01777);
+  const HostKit::TrustedPath before = HostKit::ResolveTrusted((shared / "file").string());
+  EXPECT_EQ(before.m_Objection, "");
+  EXPECT_TRUE(before.m_IsInOpenFolder);
+  const int opened = open(File(shared / "file").c_str(), O_RDONLY | O_CLOEXEC);
+  EXPECT_EQ(HostKit::ObjectionToOpened(before, opened), "");
+  fs::create_hard_link(shared / "file", shared / "other");
+  EXPECT_EQ(HostKit::ObjectionToOpened(before, opened),
+            (shared / "file").string() + " has a second name");
+  fs::remove(shared / "other");
+  if (IsRoot()) {
+    Give(shared / "file");
+    EXPECT_EQ(HostKit::ObjectionToOpened(before, opened),
+              (shared / "file").string() + " belongs to uid 65534");
+  }
+  close(opened);
+  EXPECT_EQ(HostKit::ObjectionToOpened(before, -1), "");
 }
 
 class TrustOfRoot : public Trust {
@@ -174,6 +203,44 @@ TEST_F(TrustOfRoot, AnOrdinaryUserTakesNothingFromAStrangerWhereAllMayWrite) {
   const AsUser user(kStranger);
   EXPECT_EQ(Why(shared / "file"), "shared/file belongs to uid 1");
   EXPECT_EQ(Why(shared / "link" / "passwd"), "shared/link belongs to uid 1");
+}
+
+// Behind it the stranger may change what stands there at any time.
+TEST_F(TrustOfRoot, AnOrdinaryUserTakesNoFolderFromAStrangerWhereAllMayWrite) {
+  const auto shared = Folder("shared", 01777);
+  const auto theirs = Give(Folder("shared/theirs", 0755), 1);
+  Give(File(theirs / "file"), kStranger);
+  Give(Folder("shared/own", 0755), kStranger);
+  Give(File(Folder("shared/of-root", 0755) / "file"), kStranger);
+  const AsUser user(kStranger);
+  EXPECT_EQ(Why(theirs), "shared/theirs belongs to uid 1");
+  EXPECT_EQ(Why(theirs / "file"), "shared/theirs belongs to uid 1");
+  EXPECT_EQ(Why(theirs / "missing"), "shared/theirs belongs to uid 1");
+  EXPECT_EQ(Resolved(theirs / "below" / "file"), (theirs / "below" / "file").string());
+  EXPECT_EQ(Why(shared / "own" / "file"), "");
+  EXPECT_EQ(Why(shared / "of-root" / "file"), "");
+}
+
+TEST_F(TrustOfRoot, GivesTheWholePathWithAnObjectionToAFolder) {
+  const auto open = Folder("open", 0777);
+  EXPECT_EQ(Why(open / "folder" / "file"), "open can be written by other users");
+  EXPECT_EQ(Resolved(open / "folder" / "file"), (open / "folder" / "file").string());
+  const auto theirs = Give(Folder("theirs", 0755));
+  EXPECT_EQ(Resolved(theirs / "file"), (theirs / "file").string());
+  const auto link = Link(theirs, m_Folder.Path() / "link");
+  EXPECT_EQ(Resolved(link / "file"), (theirs / "file").string());
+  const auto shared = Folder("shared", 01777);
+  Give(Link(theirs, shared / "link"));
+  EXPECT_EQ(Resolved(shared / "link" / "file"), (shared / "link" / "file").string());
+}
+
+// At the end of a chain that is too long for the kernel.
+TEST_F(TrustOfRoot, KeepsTheObjectionToALinkThatCannotBeFollowed) {
+  const auto shared = Folder("shared", 01777);
+  for (int i = 0; i < 40; ++i)
+    Link("l" + std::to_string(i + 1), shared / ("l" + std::to_string(i)));
+  Give(Link("file", shared / "l40"));
+  EXPECT_EQ(Why(shared / "l0"), "shared/l40 belongs to uid 65534");
 }
 
 // The ini file, for which there is a result alone.
