@@ -1,16 +1,14 @@
 #include "hostkit/database/HostDatabase.h"
 
-#include <cxxabi.h>
-
 #include <boost/filesystem/operations.hpp>
 #include <chrono>
 #include <exception>
-#include <new>
 #include <random>
 
 #include "hostkit/Database.h"
 #include "hostkit/Paths.h"
 #include "hostkit/database/AnswerCheck.h"
+#include "hostkit/database/LayerException.h"
 #include "hostkit/database/Schema.h"
 
 namespace HostKit {
@@ -44,24 +42,6 @@ void TryToOpen(HostDatabase& database) {
   try {
     database.OpenRows();
   } catch (const std::exception&) {
-  }
-}
-
-// The layer above knows no other exception, and whatever else leaves a statement ends the host. Its
-// text is short enough to need no memory.
-[[noreturn]] void ThrowAsDatabaseException() {
-  try {
-    throw;
-  } catch (const DBEXCEPTION::DatabaseException&) {
-    throw;
-  } catch (const abi::__forced_unwind&) {
-    throw;
-  } catch (const std::bad_alloc&) {
-    throw DBEXCEPTION::DatabaseException("out of memory");
-  } catch (const std::exception& exception) {
-    throw DBEXCEPTION::DatabaseException(exception.what());
-  } catch (...) {
-    throw DBEXCEPTION::DatabaseException("unknown error");
   }
 }
 

@@ -1,9 +1,11 @@
 // Memory that runs out while the host's own log is written.
 #include <cstdlib>
 #include <new>
+#include <stdexcept>
 #include <vector>
 
 #include "hostkit/EventLog.h"
+#include "hostkit/database/LayerException.h"
 #include "tests/hostkit/database/Fixture.h"
 
 namespace {
@@ -72,6 +74,29 @@ TEST_F(WithoutMemory, AStatementFailsWithTheLayersException) {
     EXPECT_TRUE(done || text == "out of memory") << text;
   }
   EXPECT_GT(failures, 5);
+}
+
+// A failure of another kind has a text of any length, which must be copied.
+TEST_F(WithoutMemory, SoDoesAFailureWithALongText) {
+  const std::runtime_error failure(std::string(1000, 'x'));
+  for (const bool isThereMemory : {true, false}) {
+    std::string text;
+    text.reserve(2000);
+    try {
+      throw failure;
+    } catch (...) {
+      g_AllocationsLeft = isThereMemory ? -1 : 0;
+      try {
+        HostKit::ThrowAsDatabaseException();
+      } catch (const DBEXCEPTION::DatabaseException& exception) {
+        text = exception.what();
+      } catch (const std::bad_alloc&) {
+        text = "bad_alloc";
+      }
+      g_AllocationsLeft = -1;
+    }
+    EXPECT_EQ(text, isThereMemory ? failure.what() : "out of memory");
+  }
 }
 
 }  // namespace
