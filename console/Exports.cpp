@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <boost/core/demangle.hpp>
 #include <memory>
+#include <sstream>
 
 #include "console/Failure.h"
 
@@ -55,32 +56,44 @@ void AddSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
   }
 }
 
-void AddNeeded(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
-               std::vector<std::string>& names) {
+void AddSearchPaths(const std::string& list, std::vector<std::string>& paths) {
+  std::istringstream rest(list);
+  for (std::string path; std::getline(rest, path, ':');) {
+    if (!path.empty()) paths.push_back(path);
+  }
+}
+
+void AddDependencies(Elf* elf, Elf_Scn* section, const GElf_Shdr& header, Dependencies& found) {
   Elf_Data* const data = elf_getdata(section, nullptr);
   GElf_Dyn entry;
   for (int i = 0; data != nullptr && gelf_getdyn(data, i, &entry) != nullptr; ++i) {
-    if (entry.d_tag != DT_NEEDED) continue;
-    const char* name = elf_strptr(elf, header.sh_link, entry.d_un.d_val);
-    if (name != nullptr) names.emplace_back(name);
+    const bool isPath = entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH;
+    if (entry.d_tag != DT_NEEDED && !isPath) continue;
+    const char* text = elf_strptr(elf, header.sh_link, entry.d_un.d_val);
+    if (text == nullptr) continue;
+    if (isPath) {
+      AddSearchPaths(text, found.m_SearchPaths);
+    } else {
+      found.m_Names.emplace_back(text);
+    }
   }
 }
 
 }  // namespace
 
-std::vector<std::string> NeededLibraries(const std::string& file) {
+Dependencies DependenciesOf(const std::string& file) {
   elf_version(EV_CURRENT);
   const File opened(file);
   const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.m_Descriptor, ELF_C_READ, nullptr));
-  std::vector<std::string> names;
-  if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return names;
+  Dependencies found;
+  if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return found;
   Elf_Scn* section = nullptr;
   while ((section = elf_nextscn(elf.get(), section)) != nullptr) {
     GElf_Shdr header;
     const bool read = gelf_getshdr(section, &header) != nullptr;
-    if (read && header.sh_type == SHT_DYNAMIC) AddNeeded(elf.get(), section, header, names);
+    if (read && header.sh_type == SHT_DYNAMIC) AddDependencies(elf.get(), section, header, found);
   }
-  return names;
+  return found;
 }
 
 std::vector<std::string> ExportedSymbols(const std::string& file) {

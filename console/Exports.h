@@ -10,8 +10,15 @@ namespace Console {
 // when the file cannot be read as a library.
 std::vector<std::string> ExportedSymbols(const std::string& file);
 
-// The libraries that it is linked with, by their file names; none when it is no library.
-std::vector<std::string> NeededLibraries(const std::string& file);
+// What the loader looks for when it loads a library, and where the library makes it look.
+struct Dependencies {
+  std::vector<std::string> m_Names;
+  // As they stand in the file, where $ORIGIN is the folder of the file.
+  std::vector<std::string> m_SearchPaths;
+};
+
+// Nothing when the file is not a library.
+Dependencies DependenciesOf(const std::string& file);
 
 // The names that a plug-in shows to its host; the first two are the entry points.
 const std::vector<std::string>& ExpectedSymbols();

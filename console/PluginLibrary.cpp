@@ -3,8 +3,12 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
+#include <boost/algorithm/string/replace.hpp>
 #include <exception>
+#include <optional>
+#include <set>
 #include <system_error>
+#include <vector>
 
 #include "console/Exports.h"
 #include "console/Failure.h"
@@ -12,6 +16,8 @@
 
 namespace Console {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr std::uint32_t kInterfaceVersion = 2;
 
@@ -39,20 +45,79 @@ void RequireFile(const std::string& file) {
   }
 }
 
-void RequireTrusted(const std::filesystem::path& file) {
-  const std::string objection = ObjectionToCode(file);
+void Require(const std::string& objection, const fs::path& file) {
   if (objection.empty()) return;
   throw Failure(ExitCode::PluginUnfit, "PLUGIN_NOT_TRUSTED", "loading the plug-in", objection,
                 TrustAdvice(file));
 }
 
-// The loader takes what the plug-in needs from its own folder first.
-void RequireTrustedCompanions(const std::filesystem::path& plugin) {
-  std::error_code error;
-  const std::filesystem::path folder = std::filesystem::canonical(plugin, error).parent_path();
-  for (const std::string& name : NeededLibraries(plugin.string())) {
-    if (std::filesystem::exists(folder / name, error)) RequireTrusted(folder / name);
+// The names of the folders in which the loader looks before the folder of a search path itself.
+// Other names below them stand for processors.
+constexpr const char* kLoaderFolders[] = {"glibc-hwcaps", "tls", "x86_64"};
+
+// The folders of a search path, with all below those.
+std::vector<fs::path> LoaderFolders(const fs::path& folder) {
+  std::vector<fs::path> folders = {folder};
+  for (const char* name : kLoaderFolders) {
+    std::error_code error;
+    if (!fs::is_directory(folder / name, error)) continue;
+    folders.push_back(folder / name);
+    const auto follow = fs::directory_options::follow_directory_symlink;
+    for (fs::recursive_directory_iterator below(folder / name, follow, error), end; below != end;
+         below.increment(error)) {
+      if (below.depth() > 3) below.disable_recursion_pending();
+      if (below->is_directory(error)) folders.push_back(below->path());
+    }
   }
+  return folders;
+}
+
+// Nothing for a search path that depends on more than the place of the library.
+std::optional<fs::path> SearchFolder(std::string path, const fs::path& origin) {
+  for (const char* word : {"${ORIGIN}", "$ORIGIN"}) boost::replace_all(path, word, origin.string());
+  return path.find('$') == std::string::npos ? std::optional<fs::path>(path) : std::nullopt;
+}
+
+// A file that cannot be reached is given back as it is: loading it says why.
+fs::path WithoutLinks(const fs::path& file) {
+  std::error_code error;
+  const fs::path found = fs::canonical(file, error);
+  return error ? file : found;
+}
+
+// Goes the way of the loader, from a library to those that it needs and on to theirs.
+class Companions {
+ public:
+  void RequireTrusted(const fs::path& file) {
+    const fs::path library = WithoutLinks(file);
+    if (!m_Seen.insert(library.string()).second) return;
+    Require(ObjectionToCode(file), file);
+    const Dependencies needs = DependenciesOf(library.string());
+    for (const std::string& path : needs.m_SearchPaths) {
+      const auto folder = SearchFolder(path, library.parent_path());
+      if (folder) RequireTrustedIn(*folder, needs.m_Names);
+    }
+  }
+
+ private:
+  void RequireTrustedIn(const fs::path& searched, const std::vector<std::string>& names) {
+    for (const fs::path& folder : LoaderFolders(searched)) {
+      Require(ObjectionToCodeFolder(folder), folder / "x");
+      for (const std::string& name : names) {
+        std::error_code error;
+        if (fs::exists(folder / name, error)) RequireTrusted(folder / name);
+      }
+    }
+  }
+
+  std::set<std::string> m_Seen;
+};
+
+// The file without links: the loader takes the folder of the name that it is given for the
+// library's own.
+fs::path ResolveTrustedLibrary(const std::string& file) {
+  Companions().RequireTrusted(file);
+  return WithoutLinks(file);
 }
 
 }  // namespace
@@ -68,9 +133,7 @@ std::filesystem::path DefaultPluginFile() {
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
     : m_File(std::filesystem::absolute(file).string()) {
   RequireFile(m_File);
-  RequireTrusted(m_File);
-  RequireTrustedCompanions(m_File);
-  m_Handle = dlopen(m_File.c_str(), kLoadFlags);
+  m_Handle = dlopen(ResolveTrustedLibrary(m_File).c_str(), kLoadFlags);
   if (m_Handle == nullptr) throw LoadFailure("PLUGIN_NOT_LOADED", LastLoaderError());
   m_Create = reinterpret_cast<Create>(EntryPoint("createIf"));
   m_Release = reinterpret_cast<Release>(EntryPoint("releaseIf"));

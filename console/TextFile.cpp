@@ -12,7 +12,7 @@
 #include <random>
 
 #include "console/Failure.h"
-#include "console/Trust.h"
+#include "console/WayFolder.h"
 
 namespace Console {
 namespace {
@@ -25,28 +25,31 @@ Failure WriteFailure(const std::string& file, int error) {
                  fmt::format("writing {}", file), std::strerror(error));
 }
 
+Failure StrangeWayFailure(const std::string& file, const std::string& objection) {
+  return Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("writing {}", file),
+                 objection,
+                 {"Its owner could lead the file to another place.",
+                  "Name a folder whose way belongs to you or to root alone."});
+}
+
 // The folder of the file. Everything goes by its descriptor, so that whoever it belongs to cannot
 // lead the file elsewhere.
 class Folder {
  public:
-  Folder(const std::filesystem::path& folder, const std::string& file)
-      : m_Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
-    if (m_Descriptor < 0) throw WriteFailure(file, errno);
-  }
+  Folder(const std::filesystem::path& path, const std::string& file)
+      : Folder(OpenFolder(path), file) {}
   ~Folder() { close(m_Descriptor); }
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
 
   const int m_Descriptor;
-};
 
-void RequireTrustedWay(const std::filesystem::path& folder, const std::string& file) {
-  const std::string objection = ObjectionToWayTo(folder);
-  if (objection.empty()) return;
-  throw Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("writing {}", file), objection,
-                {"Its owner could lead the file to another place.",
-                 "Name a folder whose way belongs to you or to root alone."});
-}
+ private:
+  Folder(const WayFolder& opened, const std::string& file) : m_Descriptor(opened.m_Descriptor) {
+    if (!opened.m_Objection.empty()) throw StrangeWayFailure(file, opened.m_Objection);
+    if (m_Descriptor < 0) throw WriteFailure(file, opened.m_Error);
+  }
+};
 
 // A rename would put the text in the place of a device, pipe or link.
 void RequireReplaceable(const Folder& folder, const std::string& name, const std::string& file) {
@@ -102,7 +105,6 @@ void Sync(const Folder& folder) {
 void ReplaceTextFile(const std::string& file, const std::string& text) {
   const std::filesystem::path path = std::filesystem::absolute(file);
   const std::string name = path.filename().string();
-  RequireTrustedWay(path.parent_path(), file);
   const Folder folder(path.parent_path(), file);
   RequireReplaceable(folder, name, file);
   std::string draft;

@@ -70,7 +70,7 @@ refuses() {
   chmod 777 "$BATS_TEST_TMPDIR/lib"
   refuses open "$BATS_TEST_TMPDIR/lib can be written by other users"
   chmod 1777 "$BATS_TEST_TMPDIR/lib"
-  loads sticky
+  refuses sticky "$BATS_TEST_TMPDIR/lib can be written by other users"
   chmod 775 "$BATS_TEST_TMPDIR/lib"
   chgrp "$STRANGER" "$BATS_TEST_TMPDIR/lib"
   refuses group "$BATS_TEST_TMPDIR/lib can be written by other users"
@@ -96,6 +96,67 @@ refuses() {
   refuses beside "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
 }
 
+# plant FILE: a library of another user, which no loader can load.
+plant() {
+  echo "no library" >"$1"
+  chown "$STRANGER" "$1"
+}
+
+@test "a library for a newer processor is judged as the plug-in is" {
+  need_root
+  local level
+  for level in 2 3 4; do
+    fresh
+    mkdir -p "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level"
+    plant "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so"
+    refuses "level $level" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so belongs to uid $STRANGER"
+  done
+  for level in tls x86_64 tls/x86_64; do
+    fresh
+    mkdir -p "$BATS_TEST_TMPDIR/lib/$level"
+    plant "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so"
+    refuses "older loader" "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so belongs to uid $STRANGER"
+  done
+  fresh
+  mkdir -p -m 1777 "$BATS_TEST_TMPDIR/lib/glibc-hwcaps"
+  refuses "open to others" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps can be written by other users"
+}
+
+@test "a link to a plug-in loads the libraries beside the plug-in, not those beside the link" {
+  need_root
+  fresh
+  mkdir -m 1777 "$BATS_TEST_TMPDIR/sticky"
+  ln -s "$plugin" "$BATS_TEST_TMPDIR/sticky/p.so"
+  plant "$BATS_TEST_TMPDIR/sticky/libvsl_abstraction.so"
+  loads link "$BATS_TEST_TMPDIR/sticky/p.so"
+}
+
+@test "a library that a library beside the plug-in needs is judged too" {
+  fresh
+  # Needed by the card library, and not by the plug-in.
+  echo 'int f(void) { return 0; }' | cc -shared -fPIC -xc - -o "$BATS_TEST_TMPDIR/lib/libinner.so"
+  echo 'int f(void); int g(void) { return f(); }' |
+    cc -shared -fPIC -xc - -L"$BATS_TEST_TMPDIR/lib" -Wl,--no-as-needed -linner \
+      -Wl,-rpath,"\$ORIGIN" -Wl,--enable-new-dtags -o "$BATS_TEST_TMPDIR/lib/libouter.so"
+  echo 'int g(void); void* createIf(void) { g(); return 0; } void* releaseIf(void) { return 0; }' |
+    cc -shared -fPIC -xc - -L"$BATS_TEST_TMPDIR/lib" -Wl,--no-as-needed -louter \
+      -Wl,-rpath,"\${ORIGIN}" -Wl,--allow-shlib-undefined -o "$BATS_TEST_TMPDIR/lib/p.so"
+  chmod 755 "$BATS_TEST_TMPDIR"/lib/*.so
+  chmod o+w "$BATS_TEST_TMPDIR/lib/libinner.so"
+  refuses inner "$BATS_TEST_TMPDIR/lib/libinner.so can be written by other users" \
+    "$BATS_TEST_TMPDIR/lib/p.so"
+}
+
+@test "a folder that a plug-in has libraries looked for in is judged, even while it is missing" {
+  local place="$BATS_TEST_TMPDIR/place"
+  mkdir -m 1777 "$place"
+  mkdir "$BATS_TEST_TMPDIR/lib"
+  echo 'int f(void) { return 0; }' |
+    cc -shared -fPIC -xc - -Wl,-rpath,"$place/later" -o "$BATS_TEST_TMPDIR/lib/p.so"
+  chmod 755 "$BATS_TEST_TMPDIR/lib/p.so"
+  refuses later "$place can be written by other users" "$BATS_TEST_TMPDIR/lib/p.so"
+}
+
 @test "check says UNKNOWN of a plug-in that is not trusted, and metrics say that it is down" {
   fresh
   chmod o+w "$plugin"
@@ -117,6 +178,51 @@ refuses() {
   ended planted 6
   said planted "corvane-host: writing $BATS_TEST_TMPDIR/shared/way/x.prom failed: $BATS_TEST_TMPDIR/shared/way belongs to uid $STRANGER"
   same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
+}
+
+@test "metrics are not written by way of a link below another user's folder" {
+  need_root
+  local theirs="$BATS_TEST_TMPDIR/theirs" way
+  mkdir -p "$BATS_TEST_TMPDIR/secret/deep/deeper" "$theirs/one/two"
+  # The link itself, and by way of folders below it and above it.
+  ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/sub"
+  ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/sub"
+  ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/two/sub"
+  chown -hR "$STRANGER" "$theirs"
+  for way in sub one/sub one/two/sub sub/deep sub/deep/deeper sub/.. one/.. one one/two; do
+    keep below corvane-host metrics --textfile "$theirs/$way/x.prom"
+    ended below 6 || { echo "$way"; false; }
+    said below "corvane-host: writing $theirs/$way/x.prom failed: $theirs belongs to uid $STRANGER"
+  done
+  same "" "$(find "$BATS_TEST_TMPDIR" -name '*.prom*')"
+}
+
+@test "metrics are not written by way of a link in a folder that others can write" {
+  need_root
+  local shared="$BATS_TEST_TMPDIR/shared"
+  mkdir -p "$BATS_TEST_TMPDIR/kept" "$shared"
+  ln -s "$BATS_TEST_TMPDIR/kept" "$shared/way"
+  chmod 777 "$shared"
+  keep open corvane-host metrics --textfile "$shared/way/x.prom"
+  ended open 6
+  said open "corvane-host: writing $shared/way/x.prom failed: $shared can be written by other users"
+  same "" "$(ls "$BATS_TEST_TMPDIR/kept")"
+}
+
+@test "metrics are written by way of one's own links, and a circle of links is an error" {
+  mkdir "$BATS_TEST_TMPDIR/kept"
+  ln -s kept "$BATS_TEST_TMPDIR/relative"
+  ln -s "$BATS_TEST_TMPDIR/relative/../relative/." "$BATS_TEST_TMPDIR/absolute"
+  keep links corvane-host metrics --textfile "$BATS_TEST_TMPDIR/absolute/x.prom"
+  ended links 0
+  same x.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
+  ln -s circle "$BATS_TEST_TMPDIR/circle"
+  keep circle corvane-host metrics --textfile "$BATS_TEST_TMPDIR/circle/x.prom"
+  ended circle 1
+  said circle "corvane-host: writing $BATS_TEST_TMPDIR/circle/x.prom failed: Too many levels of symbolic links"
+  keep nowhere corvane-host metrics --textfile "$BATS_TEST_TMPDIR/nowhere/x.prom"
+  ended nowhere 1
+  said nowhere "corvane-host: writing $BATS_TEST_TMPDIR/nowhere/x.prom failed: No such file or directory"
 }
 
 @test "metrics are written into the folder of a collector's user, whose link is not followed" {
