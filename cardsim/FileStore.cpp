@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <new>
 #include <stdexcept>
 #include <system_error>
 
@@ -184,20 +183,11 @@ class NextVersion {
   bool m_IsThere = false;
 };
 
-// What a new file may be to others: root's is refused when they may write it.
-mode_t ModeOfNewFile() {
-  return geteuid() == 0 ? 0644 : 0666;
-}
-
 }  // namespace
 
 void FileStore::Create(bool overwrite) const {
   const CancellationShield shield;
-  std::error_code error;
-  if (m_Path.has_parent_path()) fs::create_directories(m_Path.parent_path(), error);
-  if (error == std::errc::not_enough_memory) throw std::bad_alloc();
-  if (error) Fail(m_Path.parent_path(), error.message());
-  const Place place = Locate(m_Path);
+  const Place place = LocateInNewFolders(m_Path);
   const FileHandle lock = Lock(m_Path, place);
   struct stat status = {};
   if (fstatat(place.folder.Get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {

@@ -1,10 +1,15 @@
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <new>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
+#include "cardsim/FileHandle.h"
 #include "cardsim/FileStore.h"
 #include "cardsim/TrustedPath.h"
 #include "cardsim/cardsim.h"
@@ -25,11 +30,26 @@ std::string Format(const char* format, Numbers... numbers) {
   return text;
 }
 
-void WriteLine(const fs::path& path, const std::string& line) {
-  std::ofstream file(path);
-  file << line << '\n';
-  file.flush();
-  if (!file) throw std::runtime_error(path.string() + ": cannot be written");
+[[noreturn]] void FailWithErrno(const fs::path& path) {
+  throw std::runtime_error(path.string() + ": " + std::generic_category().message(errno));
+}
+
+// Everything is made below a folder that is held open, so that nobody can exchange a part of the
+// way for a link. The paths are for messages.
+void WriteLine(const FileHandle& folder, const fs::path& path, const std::string& line) {
+  const FileHandle file = OpenAt(folder.Get(), path.filename().string(),
+                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, ModeOfNewFile());
+  const std::string text = line + '\n';
+  const bool written = file.IsOpen() && write(file.Get(), text.data(), text.size()) ==
+                                            static_cast<ssize_t>(text.size());
+  if (!written) throw std::runtime_error(path.string() + ": cannot be written");
+}
+
+// Not open, with errno, when there is something of that name.
+FileHandle MakeFolder(const FileHandle& folder, const fs::path& path) {
+  const std::string name = path.filename().string();
+  if (mkdirat(folder.Get(), name.c_str(), ModeOfNewFolder()) != 0) return FileHandle();
+  return OpenAt(folder.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
 }
 
 std::string AddressOf(const Card& card) {
@@ -40,38 +60,46 @@ std::string AddressOf(const Card& card) {
   return Format("%04x:%02x:%02x.%x", domain, bus, device, function);
 }
 
-// Below a folder that others may change, we would write and remove where they want.
-void CheckTree(const fs::path& mark) {
+// The folder of the mark, which is made if it is missing. Below a folder that others may change, we
+// would write and remove where they want.
+FileHandle MarkTree(const fs::path& mark) {
   struct stat status = {};
   const bool exists = lstat(mark.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
     throw std::runtime_error(mark.string() + ": is no regular file");
   }
-  const Place place = Locate(mark);
-  if (exists) CheckTrusted(mark, place, status);
+  Place place = LocateInNewFolders(mark);
+  if (exists) {
+    CheckTrusted(mark, place, status);
+  } else {
+    WriteLine(place.folder, mark, "simulated cards");
+  }
+  return std::move(place.folder);
 }
 
-void ClearTree(const fs::path& folder) {
+// The folder of the devices, empty.
+FileHandle ClearTree(const fs::path& folder) {
   const fs::path devices = folder / "bus/pci/devices";
   if (fs::exists(devices) && !fs::exists(folder / kMark)) {
     throw std::runtime_error(devices.string() + ": not written by cardsim, left alone");
   }
   // The mark comes before what it stands for: a tree that was begun can be begun again.
-  fs::create_directories(devices.parent_path());
-  CheckTree(folder / kMark);
-  WriteLine(folder / kMark, "simulated cards");
+  const FileHandle bus = MarkTree(folder / kMark);
   fs::remove_all(devices);
-  fs::create_directory(devices);
+  FileHandle made = MakeFolder(bus, devices);
+  if (!made.IsOpen()) FailWithErrno(devices);
+  return made;
 }
 
-void WriteDevice(const fs::path& devices, const Card& card) {
-  const fs::path folder = devices / AddressOf(card);
-  if (!fs::create_directory(folder)) {
+void WriteDevice(const FileHandle& devices, const fs::path& folder, const Card& card) {
+  const FileHandle made = MakeFolder(devices, folder);
+  if (!made.IsOpen() && errno == EEXIST) {
     throw std::runtime_error(card.name + ": another card has its PCI address " + AddressOf(card));
   }
+  if (!made.IsOpen()) FailWithErrno(folder);
   const unsigned int device = Read<std::uint16_t>(card.values, Attribute::pci_device_id, 0);
-  WriteLine(folder / "vendor", Format("0x%04x", kVendor));
-  WriteLine(folder / "device", Format("0x%04x", device));
+  WriteLine(made, folder / "vendor", Format("0x%04x", kVendor));
+  WriteLine(made, folder / "device", Format("0x%04x", device));
 }
 
 }  // namespace
@@ -79,8 +107,10 @@ void WriteDevice(const fs::path& devices, const Card& card) {
 void StateFile::WriteSysfs(const fs::path& folder) const {
   const auto loaded = FileStore(m_Path).Load();
   try {
-    ClearTree(folder);
-    for (const Card& card : loaded->state->cards) WriteDevice(folder / "bus/pci/devices", card);
+    const FileHandle devices = ClearTree(folder);
+    for (const Card& card : loaded->state->cards) {
+      WriteDevice(devices, folder / "bus/pci/devices" / AddressOf(card), card);
+    }
   } catch (const fs::filesystem_error& error) {
     if (error.code() == std::errc::not_enough_memory) throw std::bad_alloc();
     throw std::runtime_error(error.path1().string() + ": " + error.code().message());

@@ -36,7 +36,9 @@ std::string BelongsTo(uid_t owner) {
 
 class Walk {
  public:
-  explicit Walk(const fs::path& path) : m_Path(path) { Push(path); }
+  Walk(const fs::path& path, bool makesFolders) : m_Path(path), m_MakesFolders(makesFolders) {
+    Push(path);
+  }
 
   Place Run() {
     m_Folder = Open(AT_FDCWD, ".");
@@ -48,6 +50,11 @@ class Walk {
       const struct stat folder = LookAtFolder();
       struct stat entry = {};
       const bool exists = fstatat(m_Folder.Get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0;
+      if (!exists && errno == ENOENT && !m_Rest.empty() && m_MakesFolders) {
+        Make(name);
+        Enter(name);
+        continue;
+      }
       if (!exists && (errno != ENOENT || !m_Rest.empty())) FailWithErrno(m_Path);
       if (exists && S_ISLNK(entry.st_mode)) {
         Follow(name, folder, entry);
@@ -74,6 +81,12 @@ class Walk {
   void Enter(const std::string& name) {
     m_Folder = Open(m_Folder.Get(), name);
     m_Shown /= name;
+  }
+
+  // Another process may make it at the same time.
+  void Make(const std::string& name) {
+    const bool made = mkdirat(m_Folder.Get(), name.c_str(), ModeOfNewFolder()) == 0;
+    if (!made && errno != EEXIST) FailWithErrno(m_Path);
   }
 
   // The next name last. A path that ends in a slash names the folder itself.
@@ -109,6 +122,7 @@ class Walk {
   }
 
   const fs::path m_Path;
+  const bool m_MakesFolders;
   FileHandle m_Folder;
   fs::path m_Shown;                 // of the folder, for messages
   std::vector<std::string> m_Rest;  // the next name last
@@ -144,7 +158,19 @@ std::string ObjectionToFile(bool isOpenFolder, const struct stat& file, uid_t us
 }
 
 Place Locate(const fs::path& path) {
-  return Walk(path).Run();
+  return Walk(path, false).Run();
+}
+
+Place LocateInNewFolders(const fs::path& path) {
+  return Walk(path, true).Run();
+}
+
+mode_t ModeOfNewFile() {
+  return geteuid() == kRoot ? 0644 : 0666;
+}
+
+mode_t ModeOfNewFolder() {
+  return geteuid() == kRoot ? 0755 : 0777;
 }
 
 void CheckTrusted(const fs::path& path, const Place& place, const struct stat& file) {

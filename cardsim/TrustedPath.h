@@ -26,6 +26,14 @@ struct Place {
 // `std::runtime_error`, "PATH: why", for a way that cannot be gone or is not trusted.
 Place Locate(const std::filesystem::path& path);
 
+// As above, and makes the folders that are missing on the way, each in a folder that has been
+// looked at.
+Place LocateInNewFolders(const std::filesystem::path& path);
+
+// What a new file and a new folder may be to others: root's are refused when they may write them.
+mode_t ModeOfNewFile();
+mode_t ModeOfNewFolder();
+
 // Throws as above unless the opened file is one to trust.
 void CheckTrusted(const std::filesystem::path& path, const Place& place, const struct stat& file);
 

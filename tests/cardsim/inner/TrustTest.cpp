@@ -220,6 +220,86 @@ TEST_F(Planted, AMarkOfASysfsTreeThatIsALinkIsNotWrittenThrough) {
   EXPECT_EQ("precious", Slurp(victim));
 }
 
+// A folder of another user, with a link to one of root's, at each depth below it.
+class PlantedWays : public Planted, public ::testing::WithParamInterface<const char*> {
+ protected:
+  void SetUp() override {
+    Planted::SetUp();
+    if (!IsRoot()) GTEST_SKIP() << "only root can give files away";
+    std::filesystem::create_directories(Theirs() / "one/two");
+    std::filesystem::create_directory(Victim());
+    for (const char* link : {"link", "one/link", "one/two/link"}) {
+      std::filesystem::create_directory_symlink(Victim(), Theirs() / link);
+    }
+    for (const char* name : {"", "one", "one/two", "link", "one/link", "one/two/link"}) {
+      ASSERT_EQ(0, lchown((Theirs() / name).c_str(), 65534, 65534));
+    }
+  }
+
+  std::filesystem::path Theirs() const { return m_Folder / "theirs"; }
+  std::filesystem::path Victim() const { return m_Folder / "victim"; }
+  std::string Refusal(const std::filesystem::path& path) const {
+    return path.string() + ": not trusted: " + Theirs().string() + " belongs to uid 65534";
+  }
+};
+
+TEST_P(PlantedWays, NoFolderOfAStateFileIsMadeThere) {
+  const auto file = Theirs() / GetParam() / "new/newer/cards.json";
+  EXPECT_EQ(Refusal(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
+  EXPECT_TRUE(std::filesystem::is_empty(Victim()));
+  EXPECT_FALSE(std::filesystem::exists(Theirs() / GetParam() / "new"));
+}
+
+TEST_P(PlantedWays, NoSysfsTreeIsMadeThere) {
+  const auto folder = Theirs() / GetParam() / "sys";
+  EXPECT_EQ(Refusal(folder / "bus/pci/.cardsim"), ErrorOf([&] { File().WriteSysfs(folder); }));
+  EXPECT_TRUE(std::filesystem::is_empty(Victim()));
+  EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, PlantedWays,
+                         ::testing::Values(".", "link", "one", "one/link", "one/two",
+                                           "one/two/link", "none"));
+
+TEST_F(Planted, FoldersThatAreMissingAreMadeByWayOfOwnLinks) {
+  std::filesystem::create_directory(m_Folder / "real");
+  std::filesystem::create_directory_symlink("real", m_Folder / "way");
+  const auto file = m_Folder / "way/a/../b/cards.json";
+  EXPECT_EQ("no error", ErrorOf([&] { CardSim::StateFile(file).Create(); }));
+  EXPECT_TRUE(std::filesystem::exists(m_Folder / "real/b/cards.json"));
+}
+
+TEST_F(Planted, DevicesThatAreALinkAreNotWrittenThrough) {
+  File().AddCard(0x1003);
+  const auto victim = m_Folder / "victim";
+  std::filesystem::create_directories(victim);
+  File().WriteSysfs(m_Folder / "sys");
+  const auto devices = m_Folder / "sys/bus/pci/devices";
+  std::filesystem::remove_all(devices);
+  std::filesystem::create_directory_symlink(victim, devices);
+  EXPECT_EQ("no error", ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+  EXPECT_TRUE(std::filesystem::is_empty(victim));
+  EXPECT_FALSE(std::filesystem::is_symlink(devices));
+}
+
+TEST_F(Planted, AMarkThatIsALinkToARegularFileIsRefused) {
+  const auto victim = m_Folder / "victim";
+  std::ofstream(victim) << "precious";
+  std::filesystem::create_directories(m_Folder / "sys/bus/pci");
+  std::filesystem::create_symlink(victim, m_Folder / "sys/bus/pci/.cardsim");
+  EXPECT_EQ((m_Folder / "sys/bus/pci/.cardsim").string() + ": is no regular file",
+            ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+  EXPECT_EQ("precious", Slurp(victim));
+}
+
+TEST_F(Planted, AMarkThatIsAPipeIsNotWaitedFor) {
+  std::filesystem::create_directories(m_Folder / "sys/bus/pci");
+  const auto mark = m_Folder / "sys/bus/pci/.cardsim";
+  ASSERT_EQ(0, mkfifo(mark.c_str(), 0600));
+  EXPECT_EQ(mark.string() + ": is no regular file",
+            ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+}
+
 TEST(Environment, IsReadOnlyAsAPrivilegedProgramMay) {
   const std::regex plain("[^_]getenv\\(");
   int files = 0;
