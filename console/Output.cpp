@@ -25,6 +25,11 @@ Failure WriteFailure(int error) {
 AnswerStream::AnswerStream(bool showOthers) {
   std::fflush(stdout);
   const int answer = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (answer < 0 && errno == EMFILE) {
+    // No plug-in can be loaded either, so the reason for that is all that will be written.
+    m_File = stdout;
+    return;
+  }
   if (answer >= 0) m_File = fdopen(answer, "w");
   const int others = showOthers ? dup(STDERR_FILENO) : open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (others < 0) return;
@@ -33,7 +38,7 @@ AnswerStream::AnswerStream(bool showOthers) {
 }
 
 AnswerStream::~AnswerStream() {
-  if (m_File != nullptr) std::fclose(m_File);
+  if (m_File != nullptr && m_File != stdout) std::fclose(m_File);
 }
 
 std::size_t AnswerStream::TerminalWidth() const {

@@ -44,7 +44,8 @@ class Walk {
   void Push(const std::filesystem::path& path) {
     std::vector<std::string> names;
     for (const std::filesystem::path& part : path) {
-      if (!part.empty() && part != "/" && part != "//" && part != ".") names.push_back(part.string());
+      if (!part.empty() && part != "/" && part != "//" && part != ".")
+        names.push_back(part.string());
     }
     m_Rest.insert(m_Rest.end(), names.rbegin(), names.rend());
   }

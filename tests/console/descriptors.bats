@@ -28,15 +28,16 @@ with_limit() {
   wait
 }
 
-# The answer is that of a run without a limit, or an error that says something.
+# The answer is that of a run without a limit, or an error that says something. Joined, since a
+# caller that goes on after a failure switches off the end at the first one.
 right_or_wrong() {
   local name="$1.$2"
   if [ "$(rc "$name")" = "$(rc "$1")" ]; then
     same "$(out "$1" | grep -v duration)" "$(out "$name" | grep -v duration)"
   else
-    [ "$(rc "$name")" -ne 0 ]
-    [ -s "$BATS_FILE_TMPDIR/$name.err" ] || [ -s "$BATS_FILE_TMPDIR/$name.out" ]
-    ! grep -q "No supported adapter" "$BATS_FILE_TMPDIR/$name".{out,err}
+    [ "$(rc "$name")" -ne 0 ] &&
+      { [ -s "$BATS_FILE_TMPDIR/$name.err" ] || [ -s "$BATS_FILE_TMPDIR/$name.out" ]; } &&
+      ! grep -q "No supported adapter" "$BATS_FILE_TMPDIR/$name".{out,err}
   fi
 }
 
@@ -52,6 +53,25 @@ right_or_wrong() {
     done
     ended "$command.92" "$(rc "$command")"
   done
+}
+
+@test "an answer that is neither right nor an error is noticed" {
+  local told
+  echo 1 >"$BATS_FILE_TMPDIR/list.no.rc"
+  : >"$BATS_FILE_TMPDIR/list.no.out"
+  for told in "" "No supported adapter was found in this machine."; do
+    printf '%s' "$told" >"$BATS_FILE_TMPDIR/list.no.err"
+    run -1 right_or_wrong list no
+  done
+  echo "Too many open files" >"$BATS_FILE_TMPDIR/list.no.err"
+  run -0 right_or_wrong list no
+  # Other answers with the exit code of a right one, and no error where one was expected.
+  echo "$(rc list)" >"$BATS_FILE_TMPDIR/list.no.rc"
+  run -1 right_or_wrong list no
+  echo 7 >"$BATS_FILE_TMPDIR/refused.rc"
+  echo 0 >"$BATS_FILE_TMPDIR/refused.no.rc"
+  echo "something" | tee "$BATS_FILE_TMPDIR/refused.no.out" >"$BATS_FILE_TMPDIR/refused.no.err"
+  run -1 right_or_wrong refused no
 }
 
 @test "too few descriptors are told as such" {

@@ -239,7 +239,23 @@ plant() {
   same kept "$(cat "$BATS_TEST_TMPDIR/kept")"
 }
 
-@test "the program reads its environment by secure_getenv alone" {
-  run grep -rnE '\bgetenv\(' "$CORVANE_SOURCE/console" --include=*.cpp --include=*.h
+# reads FOLDER...: the lines of the sources that read the environment by plain getenv.
+reads() {
+  grep -rnE '(^|[^_[:alnum:]])getenv[[:space:]]*\(' "$@" --include=*.cpp --include=*.h --include=*.in
+}
+
+@test "the programs, libraries and the plug-in read their environment by secure_getenv alone" {
+  local folder
+  cd "$CORVANE_SOURCE"
+  for folder in console hostkit cardsim Corvane orm host; do [ -d "$folder" ]; done
+  run -1 reads console hostkit cardsim Corvane orm host
   same "" "$output"
+}
+
+@test "a plain getenv is noticed" {
+  mkdir "$BATS_TEST_TMPDIR/source"
+  echo 'const char* a = std::getenv ("A");' >"$BATS_TEST_TMPDIR/source/a.cpp"
+  echo 'const char* b = secure_getenv("B");' >"$BATS_TEST_TMPDIR/source/b.cpp"
+  run -0 reads "$BATS_TEST_TMPDIR/source"
+  same "$BATS_TEST_TMPDIR/source/a.cpp:1:const char* a = std::getenv (\"A\");" "$output"
 }
