@@ -9,6 +9,8 @@ setup_file() {
   load helper
   make_machine
   make_cards
+  rmdir "$CORVANE_SYSFS/bus/pci/devices"
+  cardsim sysfs "$CORVANE_SYSFS"
 }
 
 # hostile FILE: the machine's cards with all of these characters in every text of the first one.

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Every command of corvane-host in every form, with hostile characters wherever a text can come
-from: every text of a card, the names of all files, and the arguments. None of these characters may
+from: every text of a card, the names of all files, the arguments, and the environment. None of these characters may
 come out raw, neither on a stream nor in a file that the program writes for people or collectors.
 
 The commands and forms come from the program's own help.
@@ -11,6 +11,7 @@ import itertools
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -111,7 +112,24 @@ MORE = [
     ["list", "--color", "HOSTILE"],
 ]
 
+# Variable of README's table: values that are hostile, and one that cannot be used.
+ENVIRONMENT = {
+    "CORVANE_CONFIG_DIR": ["HOSTILE", "PLACE/cards.json/config"],
+    "CORVANE_DATABASE": ["HOSTILE/db", "PLACE/cards.json/db"],
+    "CORVANE_TRACE": ["HOSTILE"],
+    "CORVANE_TRACE_FILE": ["PLACE/cards.json/trace", "PLACE/trace"],
+    "CORVANE_SYSFS": ["PLACE/none", "PLACE/cards.json"],
+    "CARDSIM_STATE": ["PLACE/none.json", "PLACE/config/Corvane.ini"],
+}
+# What reads them, in forms for people and for programs.
+READERS = [["list"], ["list", "-o", "json"], ["check"], ["events"], ["metrics"], ["plugin"]]
+
 counter = itertools.count()
+
+
+def variables_of_readme():
+    readme = (pathlib.Path(os.environ["CORVANE_SOURCE"]) / "README.md").read_text(encoding="utf-8")
+    return re.findall(r"^\| `([A-Z_]+)` \|", readme, re.MULTILINE)
 
 
 def prepare():
@@ -123,7 +141,7 @@ def prepare():
     return place
 
 
-def run(words, situation):
+def run(words, situation, variable=None, value=None):
     place = prepare()
     options = list(SITUATIONS.get(situation, []))
     adapter = HOSTILE if "OBJ=HOSTILE" in options else "a0"
@@ -140,7 +158,12 @@ def run(words, situation):
         os.environ, CORVANE_CONFIG_DIR=f"{place}/config", CORVANE_DATABASE=f"{place}/db",
         TERM="xterm-256color",
     )
-    arguments = [f"{BUILD}/bin/corvane-host", "--simulate=" + f"{place}/cards.json"]
+    arguments = [f"{BUILD}/bin/corvane-host"]
+    if variable:
+        environment.update(CARDSIM_STATE=f"{place}/cards.json", CORVANE_TRACE="all")
+        environment[variable] = fill(value)
+    else:
+        arguments.append(f"--simulate={place}/cards.json")
     done = subprocess.run(
         [*arguments, *(fill(word) for word in [*words, *options])],
         stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=300, check=False,
@@ -148,8 +171,9 @@ def run(words, situation):
     return place, done
 
 
-def complaint(words, situation):
-    place, done = run(words, situation)
+def complaint(*case):
+    words = case[0]
+    place, done = run(*case)
     written = {"standard output": done.stdout, "standard error": done.stderr}
     for name in ("trace", "metrics.prom"):
         if (place / name).exists():
@@ -194,6 +218,12 @@ def cases():
                 yield [*words, "-o", "json"], situation
     for words in MORE:
         yield words, "more"
+    lacking = sorted(set(variables_of_readme()) ^ set(ENVIRONMENT))
+    assert not lacking, f"a variable is missing or too many here: {lacking}"
+    for variable, values in ENVIRONMENT.items():
+        for value in values:
+            for words in READERS:
+                yield words, "environment", variable, value
 
 
 def main():
@@ -201,11 +231,11 @@ def main():
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(max_workers=12) as pool:
         running = [(row, pool.submit(complaint, *row)) for row in rows]
-        for (words, situation), future in running:
+        for (words, *situation), future in running:
             problem = future.result()
             if problem:
                 failed += 1
-                print(f"{situation}: {' '.join(words)}: {problem}")
+                print(f"{' '.join(situation)}: {' '.join(words)}: {problem}")
     print(f"{len(rows)} runs, {failed} failed")
     sys.exit(failed != 0)
 
