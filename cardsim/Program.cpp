@@ -313,20 +313,29 @@ int ParseAndRun(int argc, char** argv, Arguments& arguments) {
   return Run(chosen, arguments);
 }
 
+int RunProgram(int argc, char** argv, Arguments& arguments) {
+  try {
+    return ParseAndRun(argc, argv, arguments);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    Complain(error.what());
+    return kFailed;
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   CardSim::ReserveStandardStreams();
   Arguments arguments;
   try {
-    return ParseAndRun(argc, argv, arguments);
+    return RunProgram(argc, argv, arguments);
   } catch (const std::bad_alloc&) {
     // Nothing here may allocate.
     std::fputs(arguments.isSaved ? "cardsim: out of memory; the change is saved\n"
                                  : "cardsim: out of memory\n",
                stderr);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "cardsim: %s\n", error.what());
+    return kFailed;
   }
-  return kFailed;
 }

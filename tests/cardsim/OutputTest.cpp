@@ -179,6 +179,16 @@ TEST_P(LostOutput, OnAClosedStreamIsAFailureAndHarmsNoFile) {
 INSTANTIATE_TEST_SUITE_P(Table, LostOutput, ::testing::ValuesIn(kLost),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST_F(Output, EachCommandHasARowOfLostOutput) {
+  std::set<std::string> rows;
+  for (const Lost& row : kLost) {
+    const std::string arguments = row.arguments;
+    rows.insert(arguments.substr(0, arguments.find(' ')));
+  }
+  rows.erase("--help");
+  EXPECT_EQ(Commands(), rows);
+}
+
 TEST_F(Output, ALongListOnAFullDeviceIsAFailure) {
   File().Set("card0", "serial_number", std::string(100000, 'x'));
   EXPECT_EQ("cardsim: cannot write standard output: No space left on device\n[1]",

@@ -4,6 +4,9 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <set>
+#include <sstream>
+#include <string>
 
 #include "tests/cardsim/Fixture.h"
 
@@ -16,5 +19,22 @@ class Program : public SimulatedCards {
     const int status = std::system(
         (std::string(CARDSIM_PROGRAM) + " " + arguments + " >" + out + " 2>" + err).c_str());
     return Slurp(out) + Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
+  }
+
+  // The program's own list of its commands.
+  std::set<std::string> Commands() {
+    std::istringstream help(Run("--help"));
+    std::set<std::string> names;
+    bool isList = false;
+    for (std::string line; std::getline(help, line);) {
+      if (line == "Subcommands:") {
+        isList = true;
+      } else if (line.rfind("  ", 0) != 0) {
+        isList = false;
+      } else if (isList && line[2] != ' ') {
+        names.insert(line.substr(2, line.find(' ', 2) - 2));
+      }
+    }
+    return names;
   }
 };

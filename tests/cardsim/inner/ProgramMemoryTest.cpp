@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "tests/cardsim/Fixture.h"
+#include "tests/cardsim/ProgramFixture.h"
 #include "tests/cardsim/inner/Memory.h"
 
 // The program's own.
@@ -160,6 +160,12 @@ TEST_P(ProgramMemory, EndsCleanlyWhenOneAllocationFails) {
 
 TEST_P(ProgramMemory, EndsCleanlyWhenNoMemoryIsLeft) {
   Sweep(Shortage::OfAll);
+}
+
+TEST_F(Program, EachCommandHasARowOfShortages) {
+  std::set<std::string> rows;
+  for (const Verb& row : kVerbs) rows.insert(row.arguments.front());
+  EXPECT_EQ(Commands(), rows);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, ProgramMemory, ::testing::ValuesIn(kVerbs),

@@ -312,4 +312,17 @@ TEST(Environment, IsReadOnlyAsAPrivilegedProgramMay) {
   EXPECT_GT(files, 40);
 }
 
+TEST(Errors, AreNeverPrintedAsTheyAre) {
+  const std::regex raw("(printf|puts|<<)[^;]*what\\(\\)");
+  EXPECT_TRUE(std::regex_search("fprintf(stderr, text,\n error.what());", raw));
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(CARDSIM_SOURCES)) {
+    std::ostringstream text;
+    text << std::ifstream(entry.path()).rdbuf();
+    EXPECT_FALSE(std::regex_search(text.str(), raw)) << entry.path();
+    ++files;
+  }
+  EXPECT_GT(files, 40);
+}
+
 }  // namespace
