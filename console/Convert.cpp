@@ -54,21 +54,32 @@ std::optional<double> NumberOf(const PI::CProperty& property) {
   }
 }
 
-// The colour classes of the two status lines, adapters' and drives'.
+// The color classes of a status, which is an adapter's or a drive's.
+enum Indicator : std::uint32_t {
+  INDICATOR_ADAPTER_OK = 24000,
+  INDICATOR_ADAPTER_FAILED = 24001,
+  INDICATOR_ADAPTER_WARNING = 24002,
+  INDICATOR_DRIVE_FAILED = 24177,
+  INDICATOR_DRIVE_AVAILABLE = 24183,
+  INDICATOR_DRIVE_SMART = 24189,  // available, and expected to fail
+};
+
+struct IndicatorTone {
+  Indicator m_Indicator;
+  Tone m_Tone;
+};
+
+constexpr IndicatorTone kTones[] = {
+    {INDICATOR_ADAPTER_OK, Tone::Good},         {INDICATOR_ADAPTER_FAILED, Tone::Bad},
+    {INDICATOR_ADAPTER_WARNING, Tone::Warning}, {INDICATOR_DRIVE_FAILED, Tone::Bad},
+    {INDICATOR_DRIVE_AVAILABLE, Tone::Good},    {INDICATOR_DRIVE_SMART, Tone::Warning},
+};
+
 Tone ToneOf(std::uint32_t indicator) {
-  switch (indicator) {
-    case 24000:
-    case 24183:
-      return Tone::Good;
-    case 24002:
-    case 24189:
-      return Tone::Warning;
-    case 24001:
-    case 24177:
-      return Tone::Bad;
-    default:
-      return Tone::Plain;
+  for (const IndicatorTone& row : kTones) {
+    if (row.m_Indicator == indicator) return row.m_Tone;
   }
+  return Tone::Plain;
 }
 
 Value::Data TextData(const PI::CProperty& property) {
