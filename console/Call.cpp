@@ -70,6 +70,10 @@ std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
   return result.get();
 }
 
+void LeaveThreadsRunning() {
+  g_HasAbandoned = true;
+}
+
 void EndProgram(int code) {
   std::fflush(nullptr);
   if (g_HasAbandoned) std::_Exit(code);

@@ -19,6 +19,10 @@ std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
                                            const Deadline& deadline,
                                            OnStop onStop = OnStop::GiveUp);
 
+// For a plug-in that cannot be stopped: its threads go on until the program ends, as an abandoned
+// call does.
+void LeaveThreadsRunning();
+
 // Ends the process, with what it has written. An abandoned call still runs in it: then nothing is
 // cleaned up, since nothing may be taken from under the call.
 [[noreturn]] void EndProgram(int code);

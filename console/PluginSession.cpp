@@ -1,5 +1,6 @@
 #include "console/PluginSession.h"
 
+#include <thread>
 #include <utility>
 
 #include "console/Failure.h"
@@ -39,6 +40,21 @@ void PluginSession::Load(const std::filesystem::path& file) {
   m_pLoaded = std::move(*loaded);
 }
 
+// Whether the call has ended. Without a thread it cannot be given a time limit, so this waits for
+// one until the deadline and then throws `Failure`.
+bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>& call,
+                                           const Deadline& deadline) {
+  constexpr std::chrono::milliseconds kPause(100);
+  while (true) {
+    try {
+      return CallPatiently(call, deadline, OnStop::GoOn).has_value();
+    } catch (const Failure&) {
+      if (deadline.IsOver()) throw;
+    }
+    std::this_thread::sleep_for(deadline.Left(kPause));
+  }
+}
+
 // The answer is there already, so it is not lost to a plug-in that does not stop.
 void PluginSession::Stop() {
   if (!m_pLoaded) return;
@@ -49,10 +65,14 @@ void PluginSession::Stop() {
     if (started) loaded->m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
     return std::uint32_t{PI::SUCCESS};
   };
+  const Deadline deadline(atMost);
   try {
-    if (CallPatiently(call, Deadline(atMost), OnStop::GoOn)) return;
-  } catch (const Failure&) {
-    call();  // no thread is to be had: then without a limit
+    if (CallWhenThreadsAreFree(call, deadline)) return;
+  } catch (const Failure& failure) {
+    LeaveThreadsRunning();
+    m_Talk.Note("PLUGIN_LEFT_RUNNING",
+                "no thread can be started to stop the plug-in; the program ends without it",
+                failure.m_Advice);
     return;
   } catch (const std::exception&) {
     return;  // the plug-in's own, and it is gone now

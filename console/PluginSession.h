@@ -6,6 +6,7 @@
 
 #include "console/Bell.h"
 #include "console/Call.h"
+#include "console/Deadline.h"
 #include "console/History.h"
 #include "console/PluginLibrary.h"
 #include "console/Session.h"
@@ -56,6 +57,8 @@ class PluginSession : public Session {
   void Load(const std::filesystem::path& file);
   void Start();
   void Stop();
+  static bool CallWhenThreadsAreFree(const std::function<std::uint32_t()>& call,
+                                     const Deadline& deadline);
   void CollectTheRest() noexcept;
   template <class Payload>
   std::uint32_t Read(PI::_COMMAND command, std::uint64_t object, Payload& payload);

@@ -21,6 +21,18 @@ without_threads() {
     keep "$name" timeout 100 corvane-host "$@"
 }
 
+@test "a plug-in that hangs at the end ends with the program when there is no thread to stop it" {
+  local log="$BATS_TEST_TMPDIR/log"
+  # Threads are used up with the plug-in's first line, so after its start.
+  export CONSOLE_TEST_LOG="$log" CONSOLE_TEST_NO_THREADS="$log"
+  CONSOLE_TEST_PLUGIN="hang in DeInitialize" without_threads unstopped --plugin "$ODD_PLUGIN" list
+  unset CONSOLE_TEST_LOG CONSOLE_TEST_NO_THREADS
+  ended unstopped 1
+  said unstopped "corvane-host: note: no thread can be started to stop the plug-in; the program ends without it"
+  said unstopped "corvane-host: starting a thread failed: Resource temporarily unavailable"
+  same "Initialize" "$(cat "$log")"
+}
+
 @test "a configuration that may not be read is not to be removed" {
   local config="$BATS_TEST_TMPDIR/config"
   mkdir "$config"
