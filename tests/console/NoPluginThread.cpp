@@ -1,5 +1,5 @@
-// Preloaded: no thread that the host's kit starts for a plug-in comes up. The program's own do, until
-// the file CONSOLE_TEST_NO_THREADS exists and has text in it.
+// Preloaded: no thread that the host's kit starts for a plug-in comes up. The program's own do,
+// until the file CONSOLE_TEST_NO_THREADS exists and has text in it.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/stat.h>
