@@ -114,8 +114,8 @@ MORE = [
 
 # Variable of README's table: values that are hostile, and one that cannot be used.
 ENVIRONMENT = {
-    "CORVANE_CONFIG_DIR": ["HOSTILE", "PLACE/cards.json/config"],
-    "CORVANE_DATABASE": ["HOSTILE/db", "PLACE/cards.json/db"],
+    "CORVANE_CONFIG_DIR": ["PLACE/HOSTILE", "PLACE/cards.json/config"],
+    "CORVANE_DATABASE": ["PLACE/HOSTILE/db", "PLACE/cards.json/db"],
     "CORVANE_TRACE": ["HOSTILE"],
     "CORVANE_TRACE_FILE": ["PLACE/cards.json/trace", "PLACE/trace"],
     "CORVANE_SYSFS": ["PLACE/none", "PLACE/cards.json"],
