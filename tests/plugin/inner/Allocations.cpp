@@ -88,6 +88,15 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
+// The library's own form could take its memory from elsewhere than the one above.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  try {
+    return ::operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }

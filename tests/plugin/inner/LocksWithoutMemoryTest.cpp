@@ -127,7 +127,7 @@ TEST_F(LocksWithoutMemory, CollectingEventsReleasesItsLockAndLosesNoEvent) {
       EXPECT_THAT(Queue(), SizeIs(3));
       throw;
     }
-    EXPECT_THAT(operation.m_Events, SizeIs(3));
+    EXPECT_EQ(operation.m_Events.size(), 3U);  // a matcher would allocate
   };
   const std::size_t points = FailEach(collect, [&] { Queue().assign(3, event); });
   EXPECT_GE(points, 4U);  // a list and three names
