@@ -33,6 +33,11 @@ function(corvane_target target)
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer
                                              -fno-optimize-sibling-calls)
     target_link_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE})
+    # The check of an object's type opens a pipe, and takes every object for broken in a process that
+    # has no descriptors left.
+    if(CORVANE_SANITIZE MATCHES undefined)
+      target_compile_options(${target} PRIVATE -fno-sanitize=vptr)
+    endif()
   else()
     target_compile_options(${target} PRIVATE
       $<${CORVANE_FORTIFIED}:-U_FORTIFY_SOURCE> $<${CORVANE_FORTIFIED}:-D_FORTIFY_SOURCE=2>)

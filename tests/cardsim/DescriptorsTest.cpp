@@ -46,9 +46,6 @@ class Unopenable : public SimulatedCards {
 TEST_F(Unopenable, NoDescriptorsFailTheStart) {
   File().AddCard(0x1003);
   EXPECT_EQ("2 " + TooMany(), InChild([this] {
-              // Once before: a sanitizer needs descriptors for the first look at an object's type.
-              vsl_init(0, &m_Error);
-              vsl_fini();
               LeaveNoDescriptors();
               return Code(vsl_init(0, &m_Error), m_Error);
             }));
