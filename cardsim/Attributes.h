@@ -15,7 +15,7 @@
 #include "cardsim/NeverHeld.h"
 #include "host/vsl_abstraction.h"
 
-// What the catalogue reads without a `vsl_has_` of its own, and what only the simulator knows.
+// What the catalog reads without a `vsl_has_` of its own, and what only the simulator knows.
 // clang-format off
 #define CARDSIM_SETTINGS(X) \
   X(std::uint16_t, pci_device_id) \

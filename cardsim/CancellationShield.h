@@ -1,4 +1,4 @@
-// Keeps a cancelled thread from unwinding out of file work: closing a file is a cancellation point,
+// Keeps a canceled thread from unwinding out of file work: closing a file is a cancellation point,
 // and one that stands in a destructor would end the process. The cancellation stays pending and
 // acts at the next point after the shield, such as the sleep of a job.
 #pragma once

@@ -35,7 +35,7 @@ struct stat StatOf(const FileHandle& file, const fs::path& path, const Place& pl
   struct stat status = {};
   if (fstat(file.Get(), &status) != 0) FailWithErrno(path, "");
   CheckTrusted(path, place, status);
-  if (!S_ISREG(status.st_mode)) Fail(path, "is no regular file");
+  if (!S_ISREG(status.st_mode)) Fail(path, "is not a regular file");
   return status;
 }
 
@@ -192,7 +192,7 @@ void FileStore::Create(bool overwrite) const {
   struct stat status = {};
   if (fstatat(place.folder.Get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
     if (!overwrite) Fail(m_Path, "exists already");
-    if (!S_ISREG(status.st_mode)) Fail(m_Path, "is no regular file");
+    if (!S_ISREG(status.st_mode)) Fail(m_Path, "is not a regular file");
   }
   const std::string text = FormatState(State());
   NextVersion next(m_Path, place, ModeOfNewFile());

@@ -6,7 +6,7 @@
 
 namespace CardSim {
 
-// Every function of the catalogue that can fail, all but vsl_fini.
+// Every function of the catalog that can fail, all but vsl_fini.
 const std::vector<std::string>& FailingFunctions();
 
 // Throws `NoSuchThing` unless `function` is one of them.

@@ -75,7 +75,7 @@ bool Holds(const Card& card, const JobMark& mark) {
 }
 
 // Ends the job when its wait is left, and puts the card back unless that is by the job's own end:
-// a cancelled thread unwinds through here.
+// a canceled thread unwinds through here.
 class EndOfWait {
  public:
   EndOfWait(StorePtr store, std::uint64_t job) : m_Store(std::move(store)), m_Job(job) {}

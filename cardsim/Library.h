@@ -102,7 +102,7 @@ void OrderedFailure(const CallInfo& call);
 void Explain(vsl_error_record* err, std::string_view text) noexcept;
 
 // Runs `body`, and on failure fills the record and gives the code. Only exceptions of ours and the
-// standard's are caught, so that the unwinding of a cancelled thread passes.
+// standard's are caught, so that the unwinding of a canceled thread passes.
 template <typename Body>
 std::optional<vsl_code> Caught(vsl_error_record* err, Body body) {
   try {

@@ -14,15 +14,15 @@ namespace CardSim {
 void ReserveStandardStreams() {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(fd, F_GETFD) != -1) continue;
-    // Opened the wrong way round: reading from it or writing to it fails as before. It gets the
-    // lowest number that is free, which is this one.
+    // open() returns the lowest free descriptor, which is this one. The access mode is the opposite
+    // of the stream's, so reads and writes still fail.
     open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
   }
 }
 
 namespace {
 
-// Why standard output was lost, at the write that lost it; a later one may not know.
+// The errno of the first failed write to standard output. Later writes may not set it.
 int g_Reason = 0;
 
 template <typename Write>

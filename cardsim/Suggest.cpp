@@ -25,7 +25,7 @@ std::size_t Distance(std::string_view a, std::string_view b) {
 }  // namespace
 
 std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& names) {
-  // Names of the catalogue are long; a wrong name of any length is none of theirs.
+  // Names of the catalog are long; a wrong name of any length is none of theirs.
   if (wrong.size() > 64) return {};
   const std::string* nearest = nullptr;
   std::size_t least = std::max<std::size_t>(2, wrong.size() / 3) + 1;

@@ -66,7 +66,7 @@ FileHandle MarkTree(const fs::path& mark) {
   struct stat status = {};
   const bool exists = lstat(mark.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
-    throw std::runtime_error(mark.string() + ": is no regular file");
+    throw std::runtime_error(mark.string() + ": is not a regular file");
   }
   Place place = LocateInNewFolders(mark);
   if (exists) {

@@ -1,4 +1,4 @@
-// The attribute reads, one pair of functions for each row of the catalogue.
+// The attribute reads, one pair of functions for each row of the catalog.
 #include "cardsim/Library.h"
 #include "host/vsl_abstraction.h"
 

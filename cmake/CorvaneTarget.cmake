@@ -10,7 +10,7 @@ set(CORVANE_WARNINGS
 
 # What an attacker who has found a fault should still run into: canaries on the stack, checked
 # buffer sizes, addresses that differ from run to run, tables that are read-only once loaded. The
-# library checks sizes in optimised code alone, and beside a sanitizer it would hide them from it.
+# library checks sizes in optimized code alone, and beside a sanitizer it would hide them from it.
 include(CheckPIESupported)
 check_pie_supported()
 set(CORVANE_FORTIFIED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)

@@ -135,11 +135,11 @@ void TakeOver(const CLI::App& app, Options& options) {
   if (options.m_Version) options.m_Words = {"version"};
 }
 
-bool WantsColour(const Options& options, bool terminal) {
-  if (options.m_Colour != "auto") return options.m_Colour == "always";
-  const char* noColour = secure_getenv("NO_COLOR");
+bool WantsColor(const Options& options, bool terminal) {
+  if (options.m_Color != "auto") return options.m_Color == "always";
+  const char* noColor = secure_getenv("NO_COLOR");
   const char* kind = secure_getenv("TERM");
-  if (noColour != nullptr && *noColour != '\0') return false;
+  if (noColor != nullptr && *noColor != '\0') return false;
   return terminal && kind != nullptr && std::strcmp(kind, "dumb") != 0;
 }
 
@@ -164,7 +164,7 @@ Style DecideStyle(const Options& options, std::size_t terminalWidth) {
   // Names of cards are measured as UTF-8 whatever the person's terminal can draw.
   if (!utf8) std::setlocale(LC_CTYPE, "C.UTF-8");
   style.m_Ascii = options.m_Ascii || !utf8;
-  style.m_Colour = WantsColour(options, terminalWidth > 0);
+  style.m_Color = WantsColor(options, terminalWidth > 0);
   style.m_Headings = !options.m_NoHeadings;
   return style;
 }

@@ -18,7 +18,7 @@ struct Options {
   bool m_Quiet = false;
   bool m_Verbose = false;
   bool m_Ascii = false;
-  std::string m_Colour = "auto";
+  std::string m_Color = "auto";
   std::string m_Plugin;
   std::optional<std::string> m_Simulate;  // the file, empty for the default one
   std::string m_Database;

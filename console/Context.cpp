@@ -71,7 +71,7 @@ void RequireReadableConfig() {
   const int error = objection.empty() ? ErrorOfReading(file.string()) : EPERM;
   const std::string why = objection.empty() ? std::strerror(error) : objection;
   throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE", fmt::format("reading {}", file.string()),
-                error == 0 ? "it is no ini file" : why, ConfigAdvice(file, error));
+                error == 0 ? "it is not an ini file" : why, ConfigAdvice(file, error));
 }
 
 void StartTracing(const Options& options) {

@@ -17,7 +17,7 @@ std::string Lower(std::string text) {
   return text;
 }
 
-// Edits from one text to the other, an exchange of neighbours counting as one.
+// Edits from one text to the other, an exchange of neighbors counting as one.
 std::size_t Distance(const std::string& from, const std::string& to) {
   std::vector<std::vector<std::size_t>> cost(from.size() + 1,
                                              std::vector<std::size_t>(to.size() + 1));

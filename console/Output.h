@@ -13,7 +13,7 @@ namespace Console {
 // How people's forms look; decided once, from options, environment and terminal.
 struct Style {
   bool m_Ascii = false;
-  bool m_Colour = false;
+  bool m_Color = false;
   bool m_Headings = true;
 };
 

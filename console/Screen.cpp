@@ -39,7 +39,7 @@ constexpr KeyRow kKeys[] = {
 // Pairs of curses by tone.
 constexpr short kPairs[] = {0, 1, 2, 3};
 
-void DefineColours() {
+void DefineColors() {
   if (has_colors() == FALSE || start_color() == ERR) return;
   const short background = use_default_colors() == OK ? -1 : COLOR_BLACK;
   init_pair(1, COLOR_GREEN, background);
@@ -59,7 +59,7 @@ attr_t AttributesOf(const Piece& piece) {
 
 struct Screen::Terminal {
   SCREEN* m_pScreen = nullptr;
-  bool m_Colour = false;
+  bool m_Color = false;
 };
 
 Screen::Screen(std::unique_ptr<Terminal> terminal) : m_pTerminal(std::move(terminal)) {}
@@ -77,7 +77,7 @@ std::unique_ptr<Screen> Screen::Open(std::FILE* out, const Style& style) {
   auto terminal = std::make_unique<Terminal>();
   terminal->m_pScreen = newterm(nullptr, out, stdin);
   if (terminal->m_pScreen == nullptr) return nullptr;
-  terminal->m_Colour = style.m_Colour;
+  terminal->m_Color = style.m_Color;
   std::unique_ptr<Screen> screen(new Screen(std::move(terminal)));
   // Ctrl-C stays a signal, so that it ends the program in good order here as anywhere.
   cbreak();
@@ -87,7 +87,7 @@ std::unique_ptr<Screen> Screen::Open(std::FILE* out, const Style& style) {
   keypad(stdscr, TRUE);
   nodelay(stdscr, TRUE);
   curs_set(0);
-  if (style.m_Colour) DefineColours();
+  if (style.m_Color) DefineColors();
   return screen;
 }
 
@@ -117,7 +117,7 @@ void Screen::Show(const std::vector<Line>& lines) {
     wmove(stdscr, static_cast<int>(row), 0);
     for (const Piece& piece : CutLine(lines[row], size.m_Columns)) {
       const short pair = kPairs[static_cast<std::size_t>(piece.m_Tone)];
-      wattr_set(stdscr, AttributesOf(piece), m_pTerminal->m_Colour ? pair : short{0}, nullptr);
+      wattr_set(stdscr, AttributesOf(piece), m_pTerminal->m_Color ? pair : short{0}, nullptr);
       waddstr(stdscr, piece.m_Text.c_str());
     }
   }

@@ -142,7 +142,7 @@ void Simulation::StartReaper() {
   m_ReaperEnds = ends[1];
 }
 
-// A folder that cannot be removed harms nobody, and there is no one left to tell.
+// Failures are ignored: a leftover folder is harmless, and nothing is left to report them.
 void Simulation::Remove() noexcept {
   std::error_code ignored;
   std::filesystem::remove_all(m_Folder, ignored);

@@ -15,7 +15,7 @@ struct TableRelease {
 };
 using ScolsTable = std::unique_ptr<libscols_table, TableRelease>;
 
-const char* ColourOf(Tone tone) {
+const char* ColorOf(Tone tone) {
   switch (tone) {
     case Tone::Good:
       return "green";
@@ -33,7 +33,7 @@ ScolsTable NewTable(const Style& style) {
   ScolsTable table(scols_new_table());
   if (!table) throw std::bad_alloc();
   scols_table_enable_ascii(table.get(), style.m_Ascii ? 1 : 0);
-  scols_table_enable_colors(table.get(), style.m_Colour ? 1 : 0);
+  scols_table_enable_colors(table.get(), style.m_Color ? 1 : 0);
   // It would write the backslash of an escape as an escape.
   scols_table_enable_noencoding(table.get(), 1);
   scols_table_enable_noheadings(table.get(), style.m_Headings ? 0 : 1);
@@ -63,8 +63,8 @@ void FillLine(libscols_line* line, const Row& row) {
   for (std::size_t i = 0; i < row.m_Cells.size(); ++i) {
     const Cell& cell = row.m_Cells[i];
     if (scols_line_set_data(line, i, Printable(cell.m_Human).c_str()) != 0) throw std::bad_alloc();
-    const char* colour = ColourOf(cell.m_Tone);
-    if (colour != nullptr) scols_cell_set_color(scols_line_get_cell(line, i), colour);
+    const char* color = ColorOf(cell.m_Tone);
+    if (color != nullptr) scols_cell_set_color(scols_line_get_cell(line, i), color);
   }
 }
 

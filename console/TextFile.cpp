@@ -58,7 +58,7 @@ void RequireReplaceable(const Folder& folder, const std::string& name, const std
   if (S_ISDIR(status.st_mode)) throw WriteFailure(file, EISDIR);
   if (S_ISREG(status.st_mode)) return;
   throw Failure(ExitCode::Failed, "TEXTFILE_FAILED", fmt::format("writing {}", file),
-                "it is no regular file");
+                "it is not a regular file");
 }
 
 // A new file beside it, with a name that no collector takes for its own. -1: it cannot be made.

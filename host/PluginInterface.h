@@ -109,7 +109,7 @@ class HOST_API CProperty {
   std::uint32_t m_NameID;      // the name shown; for an operation's parameter, which one it is
   std::uint32_t m_Visible;
   std::uint32_t m_SortKey;    // position in the host's display, 23000 up
-  std::uint32_t m_Indicator;  // colour class of a state value, 24000 up
+  std::uint32_t m_Indicator;  // color class of a state value, 24000 up
   std::uint32_t m_ValueType;  // a `_VALUE_TYPE`
   std::uint32_t m_Format;     // how a float is shown
   _UNITS m_Units;

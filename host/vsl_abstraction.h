@@ -2,7 +2,7 @@
  * The card vendor's management library, as far as a plug-in calls it. Compiles as C and as C++.
  *
  * Every call but vsl_fini takes the address of an error record last. The library fills it on
- * failure only; a caller need not initialise it, and vsl_destroy also accepts none. A function
+ * failure only; a caller need not initialize it, and vsl_destroy also accepts none. A function
  * that acts on a card or makes a handle returns a code, 0 for success.
  *
  * Handles are opaque and the library's. A handle variable starts at NULL.

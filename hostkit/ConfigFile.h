@@ -13,8 +13,8 @@ namespace HostKit {
 enum ConfigResult : std::uint32_t {
   RESULT_OK = 0,
   RESULT_NO_KEY = 1,       // no such key, or no such file
-  RESULT_UNREADABLE = 2,   // the file is there and cannot be read, or is no ini file
-  RESULT_NOT_WRITTEN = 3,  // the old file stands as it was
+  RESULT_UNREADABLE = 2,   // the file exists but cannot be read or is not an ini file
+  RESULT_NOT_WRITTEN = 3,  // the old file is unchanged
 };
 
 }  // namespace HostKit

@@ -28,7 +28,7 @@ struct HOST_API EventView {
 struct HOST_API ThreadView {
   std::size_t ordinal;
   bool ended;
-  bool cancelled;               // asked to end while it ran
+  bool canceled;                // asked to end while it ran
   unsigned int cancelRequests;  // calls of `Cancel`, those after its end too
 };
 

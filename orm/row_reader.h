@@ -21,8 +21,8 @@
 
 namespace DatabaseORM {
 
-// What a cell says. A cell that is no number, or too large a one, throws `std::invalid_argument` or
-// `std::out_of_range`, which no part of this layer catches.
+// Reads a cell. A cell that is not a number throws `std::invalid_argument`, one out of range
+// `std::out_of_range`; nothing in this layer catches them.
 inline void read_cell(const std::string& cell, int& value) {
   value = cell == null_word ? RaidDataModels::null_int : std::stoi(cell);
 }

@@ -73,7 +73,7 @@ using JobRef = HandleRef<HandleKind::Job>;
 using UnitRef = HandleRef<HandleKind::Unit>;
 
 // A handle that is destroyed by `Destroy` on the way through a function, or else by the destructor
-// while the stack unwinds. A thread may be cancelled inside the library: `Destroy` lets it unwind,
+// while the stack unwinds. A thread may be canceled inside the library: `Destroy` lets it unwind,
 // the destructor makes the cancellation wait.
 //
 // The destroying call reports into `destroyRecord`, or nowhere.

@@ -61,7 +61,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Takes the host's numbers and names the adapters by them. Always 0.
   unsigned int SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs);
   // Stops the threads and takes the library down. The threads have 25 s in all; then the worker is
-  // cancelled. Always 0.
+  // canceled. Always 0.
   unsigned int DeInitialize();
   // The plug-in object, all adapters and all drives with properties and operations. Always 0.
   unsigned int GetTopology(std::vector<PI::CObject>& objects);

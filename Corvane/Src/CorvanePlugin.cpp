@@ -272,7 +272,7 @@ bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
   return any;
 }
 
-// Whichever thread is late, it is the worker that is cancelled: a job that drives a card is left to
+// Whichever thread is late, it is the worker that is canceled: a job that drives a card is left to
 // the card.
 void IPLUGINAPI_IMPL::CancelThreads() {
   TRACE_AS("DeInitialize");

@@ -80,8 +80,8 @@ void AddRows(Table& table, const Object& object, const Health& health, bool asci
   }
 }
 
-std::string Coloured(const std::string& text, Tone tone, const Style& style) {
-  if (!style.m_Colour) return text;
+std::string Colored(const std::string& text, Tone tone, const Style& style) {
+  if (!style.m_Color) return text;
   switch (tone) {
     case Tone::Good:
       return fmt::format("\033[32m{}\033[0m", text);
@@ -100,7 +100,7 @@ std::string HealthText(const Told& told, std::size_t width, const Style& style) 
   const Health& health = told.m_Health;
   std::string text = fmt::format(
       "{:<{}}  {}{}\n", object.m_Selector, width,
-      Coloured(StatusText(health.m_Shown), health.m_Shown.m_Tone, style),
+      Colored(StatusText(health.m_Shown), health.m_Shown.m_Tone, style),
       told.m_Since ? fmt::format(" since {}", SinceText(*told.m_Since, NowMs())) : std::string());
   for (const Reason& reason : health.m_Reasons) {
     text += fmt::format("    why   {}\n", ReasonText(reason, style.m_Ascii));

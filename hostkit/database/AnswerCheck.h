@@ -1,4 +1,4 @@
-// Keeps cells from the layer above that it cannot read.
+// Rejects answers that the persistence layer cannot read.
 #pragma once
 
 #include <string>
@@ -6,9 +6,10 @@
 
 namespace HostKit {
 
-// The layer reads rows by the place of their cells. A cell that is no number where it expects one,
-// as from a statement that a card's text has changed or from a file that was tampered with, would
-// throw in the thread that reads it, and end the host. Throws `SqliteError` for such an answer.
+// The persistence layer reads cells by position and throws where a number is expected and the cell
+// holds something else. That exception would terminate the host. Such a cell can come from a
+// statement that a card's text has altered or from a database file that was tampered with. Throws
+// `SqliteError` for such an answer.
 void RequireReadable(const std::string& sql, const std::vector<std::string>& cells);
 
 }  // namespace HostKit

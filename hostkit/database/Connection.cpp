@@ -43,11 +43,11 @@ bool IsInMemory(const path& file) {
   return file == ":memory:";
 }
 
-// What lies beside the file is read as well, and a lock is taken on it.
+// SQLite also reads the files beside the database, and the host locks one of them.
 constexpr std::array kBesideTheFile = {"", "-wal", "-shm", "-journal", "-host"};
 
-// The file behind a name, without links. What another user could have put there is left alone: it
-// might be forged, or lead to a file that this user alone may write.
+// Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have planted
+// the file: it might be forged, or be a link to a file that only this user may write.
 path TrustedFile(const path& file) {
   const TrustedPath found = ResolveTrusted(file);
   std::string objection = found.m_Objection;

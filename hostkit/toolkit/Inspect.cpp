@@ -35,8 +35,7 @@ std::vector<ThreadView> Threads() {
   std::vector<ThreadView> views;
   for (const ThreadState* state : Ledger::Get().threads.Alive()) {
     if (!state->m_Created) continue;
-    views.push_back(
-        {state->m_Ordinal, state->m_Ended, state->m_Cancelled, state->m_CancelRequests});
+    views.push_back({state->m_Ordinal, state->m_Ended, state->m_Canceled, state->m_CancelRequests});
   }
   return views;
 }

@@ -60,7 +60,7 @@ struct ThreadState : Condition {
   std::size_t m_Ordinal;  // guarded, as all below
   bool m_Created = false;
   bool m_Ended = false;
-  bool m_Cancelled = false;
+  bool m_Canceled = false;
   unsigned int m_CancelRequests = 0;
   unsigned long m_Handle = 0;
   std::shared_ptr<ThreadRecord> m_pRecord;

@@ -35,7 +35,7 @@ struct Launch {
 };
 
 // Makes the end of the calling thread known, however it comes: by return or by unwinding. From
-// then on it can no longer be cancelled.
+// then on it can no longer be canceled.
 class EndMark {
  public:
   explicit EndMark(std::shared_ptr<ThreadState> state) : m_State(std::move(state)) {}
@@ -177,7 +177,7 @@ void CThread::Cancel() {
   if (!m_pState->m_Created) return;
   ++m_pState->m_CancelRequests;
   if (m_pState->m_Ended) return;
-  m_pState->m_Cancelled = true;
+  m_pState->m_Canceled = true;
   if (monitor.Scheduler().IsReal()) {
     pthread_cancel(m_pState->m_Handle);
     return;

@@ -66,7 +66,7 @@ struct Sleeper {
   ThreadRecord& thread;
   const Condition& condition;
   const std::int64_t deadlineNs;
-  bool woken = false;  // the condition was met, the time is up, or the thread is cancelled
+  bool woken = false;  // the condition was met, the time is up, or the thread is canceled
   bool timedOut = false;
 };
 
@@ -95,7 +95,7 @@ class WaitScheduler {
   // Makes a blocked thread go on.
   virtual void Wake(Sleeper& sleeper) = 0;
 
-  // Ends the calling thread if it was asked to, and lets itself be cancelled.
+  // Ends the calling thread if it was asked to, and lets itself be canceled.
   virtual void CancelHere(ThreadRecord& self);
 };
 

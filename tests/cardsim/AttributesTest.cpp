@@ -134,7 +134,7 @@ TEST_P(EveryAttribute, IsFalseAndNoMisuseOnANullHandle) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Catalogue, EveryAttribute, ::testing::ValuesIn(Rows()),
+INSTANTIATE_TEST_SUITE_P(Catalog, EveryAttribute, ::testing::ValuesIn(Rows()),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(AttributeRows, AreTheFortyOneOfACardAndTheEightOfAFormat) {

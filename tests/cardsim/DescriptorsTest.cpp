@@ -116,7 +116,7 @@ TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
   // A folder in its place, which root cannot read as a file either.
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
-  EXPECT_EQ(Failed("is no regular file"), Answer());
+  EXPECT_EQ(Failed("is not a regular file"), Answer());
 }
 
 TEST_P(UnopenableCalls, WorkAgainAfterwards) {

@@ -235,47 +235,47 @@ TEST_F(Jobs, ADeathIsSeenWithoutAChangeOfTheFile) {
   close(gate[1]);
 }
 
-struct Cancelled {
+struct Canceled {
   void* job;
   std::atomic<bool> waiting{false};
   std::atomic<bool> unwound{false};
 };
 
 struct MarksUnwinding {
-  explicit MarksUnwinding(Cancelled& cancelled) : m_Cancelled(cancelled) {}
-  ~MarksUnwinding() { m_Cancelled.unwound = true; }
-  Cancelled& m_Cancelled;
+  explicit MarksUnwinding(Canceled& canceled) : m_Canceled(canceled) {}
+  ~MarksUnwinding() { m_Canceled.unwound = true; }
+  Canceled& m_Canceled;
 };
 
-void* WaitUntilCancelled(void* argument) {
-  auto& cancelled = *static_cast<Cancelled*>(argument);
-  const MarksUnwinding mark(cancelled);
+void* WaitUntilCanceled(void* argument) {
+  auto& canceled = *static_cast<Canceled*>(argument);
+  const MarksUnwinding mark(canceled);
   vsl_error_record err;
-  cancelled.waiting = true;
-  vsl_op_wait_for_result(cancelled.job, &err);
+  canceled.waiting = true;
+  vsl_op_wait_for_result(canceled.job, &err);
   return argument;
 }
 
-TEST_F(Jobs, ACancelledThreadUnwindsAndTheCardFallsBack) {
+TEST_F(Jobs, ACanceledThreadUnwindsAndTheCardFallsBack) {
   File().Set("card0", "detach_ms", "60000");
-  Cancelled cancelled;
-  cancelled.job = Detach();
-  Start(cancelled.job);
+  Canceled canceled;
+  canceled.job = Detach();
+  Start(canceled.job);
   pthread_t thread;
-  ASSERT_EQ(0, pthread_create(&thread, nullptr, WaitUntilCancelled, &cancelled));
-  while (!cancelled.waiting) std::this_thread::yield();
+  ASSERT_EQ(0, pthread_create(&thread, nullptr, WaitUntilCanceled, &canceled));
+  while (!canceled.waiting) std::this_thread::yield();
   pthread_cancel(thread);
   void* result = nullptr;
   pthread_join(thread, &result);
   EXPECT_EQ(PTHREAD_CANCELED, result);
-  EXPECT_TRUE(cancelled.unwound);
+  EXPECT_TRUE(canceled.unwound);
   EXPECT_EQ("2", State());
   EXPECT_NE(nullptr, Opened());
 }
 
-void* CallUntilCancelled(void* argument) {
-  auto& cancelled = *static_cast<Cancelled*>(argument);
-  const MarksUnwinding mark(cancelled);
+void* CallUntilCanceled(void* argument) {
+  auto& canceled = *static_cast<Canceled*>(argument);
+  const MarksUnwinding mark(canceled);
   vsl_error_record err;
   for (std::uint32_t i = 0;; ++i) {
     void* card = nullptr;
@@ -284,22 +284,22 @@ void* CallUntilCancelled(void* argument) {
     vsl_set_beacon_state(card, i % 2, &err);
     vsl_close(card, &err);
     vsl_destroy(&card, &err);
-    cancelled.waiting = true;
+    canceled.waiting = true;
     pthread_testcancel();
   }
 }
 
-TEST_F(Jobs, AThreadCancelledAmidOrdinaryCallsHarmsNothing) {
+TEST_F(Jobs, AThreadCanceledAmidOrdinaryCallsHarmsNothing) {
   for (int round = 0; round < 20; ++round) {
-    Cancelled cancelled;
+    Canceled canceled;
     pthread_t thread;
-    ASSERT_EQ(0, pthread_create(&thread, nullptr, CallUntilCancelled, &cancelled));
-    while (!cancelled.waiting) std::this_thread::yield();
+    ASSERT_EQ(0, pthread_create(&thread, nullptr, CallUntilCanceled, &canceled));
+    while (!canceled.waiting) std::this_thread::yield();
     pthread_cancel(thread);
     void* result = nullptr;
     pthread_join(thread, &result);
     EXPECT_EQ(PTHREAD_CANCELED, result);
-    EXPECT_TRUE(cancelled.unwound);
+    EXPECT_TRUE(canceled.unwound);
   }
   EXPECT_EQ("", Joined(CardSim::OpenHandles()) + Joined(CardSim::Misuse()));
 }

@@ -251,11 +251,11 @@ TEST_F(StateFiles, ThatAreMissingAreNotMadeByAccident) {
 TEST_F(StateFiles, ThatAreFoldersOrPipesAreRefused) {
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
-  EXPECT_EQ(Path().string() + ": is no regular file", ErrorOf([this] { File().Cards(); }));
+  EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Cards(); }));
   std::filesystem::remove(Path());
   ASSERT_EQ(0, mkfifo(Path().c_str(), 0600));
-  EXPECT_EQ(Path().string() + ": is no regular file", ErrorOf([this] { File().Cards(); }));
-  EXPECT_EQ(Path().string() + ": is no regular file", ErrorOf([this] { File().Create(true); }));
+  EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Cards(); }));
+  EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Create(true); }));
 }
 
 }  // namespace

@@ -179,7 +179,7 @@ noplugin~loading the plug-in failed: there is no file /none/such
 noplug~loading the plug-in failed: $CORVANE_BUILD/lib/libhostkit.so has no createIf: it is no storage plug-in
 version~loading the plug-in failed: $ODD_PLUGIN speaks interface version 3, this host speaks version 2
 topology~reading the topology failed: The adapter did not carry out the command (20003)
-damaged~reading $BATS_FILE_TMPDIR/damaged/Corvane.ini failed: it is no ini file
+damaged~reading $BATS_FILE_TMPDIR/damaged/Corvane.ini failed: it is not an ini file
 crash~looking at the cards failed: the program crashed (Aborted)
 exit~looking at the cards failed: the program ended with code 0
 slow~looking at the cards failed: it took longer than 200 ms

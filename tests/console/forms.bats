@@ -14,7 +14,7 @@ setup_file() {
   keep lines host tree -o jsonl &
   keep ascii host tree --ascii &
   keep latin env LC_ALL=C corvane-host --simulate tree &
-  keep colour host list --color always &
+  keep color host list --color always &
   keep columns host list -c object,status_reasons,id -o tsv &
   wait
   keep list host list -o json &
@@ -84,13 +84,13 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   same "$(out ascii)" "$(out latin)"
 }
 
-@test "nothing is coloured when piped, unless asked for" {
+@test "nothing is colored when piped, unless asked for" {
   local name
   for name in tsv value lines ascii list tree show; do
     run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/$name.out"
   done
-  grep -q $'\x1b\\[32mok' "$BATS_FILE_TMPDIR/colour.out"
-  grep -q $'\x1b\\[1;33mWARNING' "$BATS_FILE_TMPDIR/colour.out"
+  grep -q $'\x1b\\[32mok' "$BATS_FILE_TMPDIR/color.out"
+  grep -q $'\x1b\\[1;33mWARNING' "$BATS_FILE_TMPDIR/color.out"
 }
 
 @test "every command's JSON fits the schema" {

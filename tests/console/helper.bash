@@ -25,7 +25,7 @@ make_cards() {
   cardsim raise card1 TEMPERATURE_ABOVE_WARN
 }
 
-# A machine of its own for each story: no cards, no configuration, no database, no colour.
+# A machine of its own for each story: no cards, no configuration, no database, no color.
 make_machine() {
   export HOME="$BATS_FILE_TMPDIR" TMPDIR="$BATS_FILE_TMPDIR/tmp" LC_ALL=C.UTF-8
   export CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/config" CORVANE_DATABASE=:memory:

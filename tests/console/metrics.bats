@@ -280,7 +280,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   said nofolder "corvane-host: writing $BATS_FILE_TMPDIR/none/x.prom failed: No such file or directory"
   mkfifo "$BATS_TEST_TMPDIR/pipe"
   run -1 corvane-host metrics -q --textfile "$BATS_TEST_TMPDIR/pipe"
-  same "corvane-host: writing $BATS_TEST_TMPDIR/pipe failed: it is no regular file" "$output"
+  same "corvane-host: writing $BATS_TEST_TMPDIR/pipe failed: it is not a regular file" "$output"
   [ -p "$BATS_TEST_TMPDIR/pipe" ]
 }
 

@@ -9,8 +9,8 @@ Steps, in order:
   press KEYS       as typed, or Enter, Up, Down, Left, Escape, Backspace, Ctrl-C, Ctrl-D
   size ROWSxCOLS   change the terminal's size
   run COMMAND      in a shell, beside it
-  coloured TEXT    whether it stands there in a colour of its own
-  uncoloured TEXT  whether it stands there in none
+  colored TEXT    whether it stands there in a color of its own
+  uncolored TEXT  whether it stands there in none
   print            write the screen to standard output
   ends CODE        wait until the program ends, with this exit code, or with any, and with the
                    terminal as it was
@@ -95,7 +95,7 @@ class Terminal:
     def text(self):
         return "\n".join(line.rstrip() for line in self.screen.display)
 
-    def is_coloured(self, text):
+    def is_colored(self, text):
         for row, line in enumerate(self.screen.display):
             if text in line:
                 return self.screen.buffer[row][line.index(text)].fg != "default"
@@ -143,8 +143,8 @@ def play(terminal, steps):
             terminal.until(told, lambda: argument in terminal.text())
         elif verb == "gone":
             terminal.until(told, lambda: argument not in terminal.text())
-        elif verb in ("coloured", "uncoloured"):
-            if terminal.is_coloured(argument) != (verb == "coloured"):
+        elif verb in ("colored", "uncolored"):
+            if terminal.is_colored(argument) != (verb == "colored"):
                 terminal.fail(told)
         elif verb == "press":
             terminal.child.send(KEYS.get(argument, argument))

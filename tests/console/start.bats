@@ -45,7 +45,7 @@ without_threads() {
   Run this as its owner, or as root; nothing was changed." "$(err denied)"
 }
 
-@test "a configuration that is no ini file is to be repaired or removed" {
+@test "a configuration that is not an ini file is to be repaired or removed" {
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval\0 [[[\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep damaged corvane-host list

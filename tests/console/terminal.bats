@@ -11,14 +11,14 @@ setup_file() {
   keep auto on_terminal xterm corvane-host --simulate list &
   keep dumb on_terminal dumb corvane-host --simulate list &
   keep never on_terminal xterm corvane-host --simulate list --color never &
-  NO_COLOR=1 keep nocolour on_terminal xterm corvane-host --simulate list &
+  NO_COLOR=1 keep nocolor on_terminal xterm corvane-host --simulate list &
   NO_COLOR=1 keep always on_terminal xterm corvane-host --simulate list --color always &
   export TERM=xterm
-  keep status screen 24x100 see "WARNING" coloured "WARNING" see "ok" coloured "ok" ends 0 \
+  keep status screen 24x100 see "WARNING" colored "WARNING" see "ok" colored "ok" ends 0 \
     -- corvane-host --simulate status &
   keep piped host status &
   export CONSOLE_TEST_PLUGIN=events
-  keep events screen 24x100 see "warning" coloured "warning" uncoloured "CTRL_" ends 0 \
+  keep events screen 24x100 see "warning" colored "warning" uncolored "CTRL_" ends 0 \
     -- corvane-host --plugin "$ODD_PLUGIN" events &
   keep pipedevents odd events events &
   wait
@@ -30,14 +30,14 @@ on_terminal() {
 }
 
 plain() { out "$1" | tr -d '\r' | sed 's/\x1b\[[0-9;]*m//g'; }
-coloured() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
+colored() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
 
-@test "states are coloured on a terminal" {
-  coloured auto
+@test "states are colored on a terminal" {
+  colored auto
   grep -q $'\x1b\\[32mok' "$BATS_FILE_TMPDIR/auto.out"
 }
 
-@test "status and events are coloured on a terminal, and not in a pipe" {
+@test "status and events are colored on a terminal, and not in a pipe" {
   ended status 0 || { err status; false; }
   ended events 0 || { err events; false; }
   same 1 "$(out pipedevents | grep -c ' warning ')"
@@ -49,12 +49,12 @@ coloured() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
 
 @test "NO_COLOR, a dumb terminal and --color never are respected" {
   local name
-  for name in dumb never nocolour; do
-    run ! coloured "$name"
+  for name in dumb never nocolor; do
+    run ! colored "$name"
   done
 }
 
-@test "--color always is stronger than NO_COLOR" { coloured always; }
+@test "--color always is stronger than NO_COLOR" { colored always; }
 
 @test "a narrow terminal cuts nothing" {
   plain auto | grep -q "a1 .*MOLT EP PX600 (2) .*WARNING .*0000:5e:00.0 S200$"

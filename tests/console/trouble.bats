@@ -91,7 +91,7 @@ with_config() {
   with_config "$BATS_FILE_TMPDIR/damaged.ini" host set plugin poll_interval=30
   ended config 1
   silent config out
-  grep -q "^corvane-host: reading .*/config/Corvane.ini failed: it is no ini file$" \
+  grep -q "^corvane-host: reading .*/config/Corvane.ini failed: it is not an ini file$" \
     "$BATS_FILE_TMPDIR/config.err"
   cmp "$BATS_FILE_TMPDIR/damaged.ini" "$BATS_TEST_TMPDIR/config/Corvane.ini"
 }

@@ -22,9 +22,9 @@ setup_file() {
     size 12x60 press e see "a0/d0" see "RESERVE" print \
     raw '\e[?1049h' never '\e[?1049l' press q ends 0 raw '\e[?1049l' \
     -- corvane-host --simulate="$BATS_FILE_TMPDIR/keys.json" watch &
-  keep stop screen 24x80 see "EVENTS (0)" coloured "WARNING" press Ctrl-C ends 130 raw '\e[?1049l' \
+  keep stop screen 24x80 see "EVENTS (0)" colored "WARNING" press Ctrl-C ends 130 raw '\e[?1049l' \
     -- corvane-host --simulate watch &
-  NO_COLOR=1 keep plain screen 24x80 see "EVENTS (0)" uncoloured "WARNING" press q ends 0 \
+  NO_COLOR=1 keep plain screen 24x80 see "EVENTS (0)" uncolored "WARNING" press q ends 0 \
     -- corvane-host --simulate watch &
   keep ascii screen 24x80 see "EVENTS (0)" see "48 C" see " 97 % #####" press q ends 0 \
     -- corvane-host --simulate watch --ascii --color never &

@@ -1,4 +1,4 @@
-// A worker that is cancelled at the end of the host's patience: what it held is free afterwards,
+// A worker that is canceled at the end of the host's patience: what it held is free afterwards,
 // and the commands still answer.
 
 #include "tests/plugin/Watch.h"
@@ -10,9 +10,9 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class CancelledWorker : public Watched {
+class CanceledWorker : public Watched {
  protected:
-  // Lets the worker be stuck in `function` until it is cancelled, and forgets all before that.
+  // Lets the worker be stuck in `function` until it is canceled, and forgets all before that.
   void CancelIn(const std::string& function) {
     AddCards(1);
     StartWatch();
@@ -24,7 +24,7 @@ class CancelledWorker : public Watched {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     PassMs(1000);
     CardSim::SetHook({});
-    EXPECT_TRUE(HostKit::Threads().back().cancelled);
+    EXPECT_TRUE(HostKit::Threads().back().canceled);
     EXPECT_TRUE(HostKit::Threads().back().ended);
     EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   }
@@ -46,7 +46,7 @@ class CancelledWorker : public Watched {
   }
 };
 
-TEST_F(CancelledWorker, FreesItsLockWhenItIsStuckInALook) {
+TEST_F(CanceledWorker, FreesItsLockWhenItIsStuckInALook) {
   CancelIn("vsl_iom_state");
   ExpectNoLockHeld();
   EXPECT_THAT(Releases(),
@@ -54,7 +54,7 @@ TEST_F(CancelledWorker, FreesItsLockWhenItIsStuckInALook) {
   EXPECT_EQ(ObjectsForTheNextCommand(), 3U);
 }
 
-TEST_F(CancelledWorker, FreesBothLocksWhenItIsStuckInAScan) {
+TEST_F(CanceledWorker, FreesBothLocksWhenItIsStuckInAScan) {
   CancelIn("vsl_pci_device_id");
   ExpectNoLockHeld();
   EXPECT_THAT(Releases(),

@@ -270,7 +270,7 @@ TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
   EXPECT_EQ(m_Ms, 25200U);
   AwaitJobs();
   ASSERT_EQ(HostKit::Threads().size(), 1U);
-  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+  EXPECT_FALSE(HostKit::Threads()[0].canceled);
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
 }
 
@@ -287,7 +287,7 @@ TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
   EXPECT_EQ(m_Ms, 25200U);
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
   AwaitJobs();
-  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_FALSE(thread.cancelled);
+  for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_FALSE(thread.canceled);
 }
 
 TEST_F(DeInitialize, ASecondTimeWaitsForAJobThatWasGivenUp) {

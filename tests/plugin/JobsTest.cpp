@@ -224,7 +224,7 @@ TEST_F(Jobs, TraceEachLockStep) {
 struct Busy {
   const char* name;
   std::uint32_t running;
-  const char* before;                          // state of the card at work and of its neighbour
+  const char* before;                          // state of the card at work and of its neighbor
   std::array<std::uint32_t, 3> while_running;  // checks for attach, detach, forced detach
   std::array<std::uint32_t, 3> afterwards;
 };

@@ -1,4 +1,4 @@
-// The rows of adapters, drives and the plug-in once the plug-in has been initialised.
+// The rows of adapters, drives and the plug-in once the plug-in has been initialized.
 
 #include "tests/support/RowView.h"
 

@@ -75,7 +75,7 @@ class Busy {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
       EXPECT_TRUE(thread.ended);
-      EXPECT_FALSE(thread.cancelled);
+      EXPECT_FALSE(thread.canceled);
     }
     for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());

@@ -33,14 +33,14 @@ class WorkerFaults : public Watched {
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
       if (thread.ordinal == 0) continue;
       texts.push_back(std::to_string(thread.ordinal) + (thread.ended ? " ended" : " runs") +
-                      (thread.cancelled ? " early" : "") + ", cancel " +
+                      (thread.canceled ? " early" : "") + ", cancel " +
                       std::to_string(thread.cancelRequests));
     }
     return texts;
   }
 
   // A card that does not answer `function` for a minute.
-  void ExpectCancelledIn(const std::string& function) {
+  void ExpectCanceledIn(const std::string& function) {
     AddCards(1);
     StartWatch();
     CardSim::SetHook([function](const CardSim::Call& call) {
@@ -54,7 +54,7 @@ class WorkerFaults : public Watched {
     for (unsigned long ms = 100; ms <= 25100; ms += 500) waits.push_back(begin + ms);
     EXPECT_THAT(TimesOf("16 Wait for termination... (Worker)"), ElementsAreArray(waits));
     EXPECT_THAT(TimesOf("16 Kill Worker"), ElementsAre(begin + 25100));
-    EXPECT_TRUE(TheNewestThread().cancelled);
+    EXPECT_TRUE(TheNewestThread().canceled);
     PassMs(60000);
     EXPECT_TRUE(TheNewestThread().ended);
     EXPECT_THAT(TimesOf("2 LEAVE Worker()"), IsEmpty());
@@ -408,16 +408,16 @@ TEST_F(WorkerFaults, ASecondDeInitializeFindsNoWorkerAndTakesTheLibraryDownAgain
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
 }
 
-TEST_F(WorkerFaults, AWorkerThatIsStuckIsCancelledAfterTwentyFiveSeconds) {
-  ExpectCancelledIn("vsl_open");
+TEST_F(WorkerFaults, AWorkerThatIsStuckIsCanceledAfterTwentyFiveSeconds) {
+  ExpectCanceledIn("vsl_open");
 }
 
 // Also while it destroys a handle.
-TEST_F(WorkerFaults, AWorkerThatIsStuckDestroyingAHandleIsCancelledToo) {
-  ExpectCancelledIn("vsl_destroy");
+TEST_F(WorkerFaults, AWorkerThatIsStuckDestroyingAHandleIsCanceledToo) {
+  ExpectCanceledIn("vsl_destroy");
 }
 
-// Whichever of the three is late, the worker is the one that is cancelled, and it has ended.
+// Whichever of the three is late, the worker is the one that is canceled, and it has ended.
 TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
   AddCards(1);
   Set("card0", "iom_state", "0");

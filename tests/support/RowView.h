@@ -127,7 +127,7 @@ inline Settings PlainCard() {
           {"reserve_warning_threshold_percent", "12.7"}};
 }
 
-// The row of that card's adapter once the plug-in has been initialised.
+// The row of that card's adapter once the plug-in has been initialized.
 inline Cells PlainAdapterRow() {
   return {"ID=1",
           "ad_activity_names=IDLE",

@@ -287,7 +287,7 @@ TEST_F(Planted, AMarkThatIsALinkToARegularFileIsRefused) {
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Folder / "sys/bus/pci");
   std::filesystem::create_symlink(victim, m_Folder / "sys/bus/pci/.cardsim");
-  EXPECT_EQ((m_Folder / "sys/bus/pci/.cardsim").string() + ": is no regular file",
+  EXPECT_EQ((m_Folder / "sys/bus/pci/.cardsim").string() + ": is not a regular file",
             ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
   EXPECT_EQ("precious", Slurp(victim));
 }
@@ -296,7 +296,7 @@ TEST_F(Planted, AMarkThatIsAPipeIsNotWaitedFor) {
   std::filesystem::create_directories(m_Folder / "sys/bus/pci");
   const auto mark = m_Folder / "sys/bus/pci/.cardsim";
   ASSERT_EQ(0, mkfifo(mark.c_str(), 0600));
-  EXPECT_EQ(mark.string() + ": is no regular file",
+  EXPECT_EQ(mark.string() + ": is not a regular file",
             ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
 }
 

@@ -59,7 +59,7 @@ void OpenAndWrite(DatabaseORM::storage_t& storage) {
   storage.dao->query("INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"Skatra\")");
 }
 
-// A plug-in's job may be cancelled wherever it is.
+// A plug-in's job may be canceled wherever it is.
 void* WriteForever(void* storage) {
   for (;;) {
     OpenAndWrite(*static_cast<DatabaseORM::storage_t*>(storage));
@@ -67,7 +67,7 @@ void* WriteForever(void* storage) {
   }
 }
 
-TEST_F(Threads, ThatAreCancelledInAStatementFinishIt) {
+TEST_F(Threads, ThatAreCanceledInAStatementFinishIt) {
   for (int round = 0; round < 20; ++round) {
     pthread_t thread;
     ASSERT_EQ(pthread_create(&thread, nullptr, WriteForever, m_pStorage.get()), 0);

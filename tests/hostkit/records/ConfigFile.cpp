@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ReadCase{"Comment", ";PollInterval=20\n", "1"},
                     ReadCase{"InSection", "[S]\nPollInterval=20\n", "1"},
                     ReadCase{"SectionOfThatName", "[PollInterval]\nA=20\n", "1"},
-                    ReadCase{"NoIni", "this is no ini file\n", "2"},
+                    ReadCase{"NoIni", "this is not an ini file\n", "2"},
                     ReadCase{"OpenSection", "[S\nPollInterval=20\n", "2"},
                     ReadCase{"TwiceTheKey", "PollInterval=20\nPollInterval=30\n", "2"}),
     NameOfCase());

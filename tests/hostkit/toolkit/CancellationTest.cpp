@@ -85,19 +85,19 @@ TEST_P(Cancellation, EndsASleep) {
 
 TEST_P(Cancellation, TakesEffectAtTheNextWaitOfARunningThread) {
   ReadyEvent started, event;
-  std::atomic<bool> cancelled{false};
+  std::atomic<bool> canceled{false};
   std::atomic<bool> reached{false};
   std::atomic<bool> passed{false};
   Job job([&] {
     started.Set();
-    while (!cancelled) HostKit::SwitchPoint();
+    while (!canceled) HostKit::SwitchPoint();
     reached = true;
     event.Wait(0);
     passed = true;
   });
   started.Wait(WAIT_INFINITE);
   job->Cancel();
-  cancelled = true;
+  canceled = true;
   EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
   EXPECT_TRUE(reached);
   EXPECT_FALSE(passed);
@@ -138,7 +138,7 @@ TEST_P(Cancellation, IsBorneByAThreadThatHasEndedOrNeverWas) {
   job->Cancel();
   EXPECT_EQ(1U, job->Wait(0));
   ASSERT_EQ(1U, HostKit::Threads().size());
-  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+  EXPECT_FALSE(HostKit::Threads()[0].canceled);
 }
 
 TEST_P(Cancellation, MayBeAskedForTwiceAndIsSeen) {
@@ -147,7 +147,7 @@ TEST_P(Cancellation, MayBeAskedForTwiceAndIsSeen) {
   job->Cancel();
   job->Cancel();
   EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
-  EXPECT_TRUE(HostKit::Threads()[0].cancelled);
+  EXPECT_TRUE(HostKit::Threads()[0].canceled);
   EXPECT_TRUE(HostKit::Threads()[0].ended);
 }
 
@@ -167,7 +167,7 @@ TEST_P(Cancellation, LeavesTheWakeUpToTheOtherWaiters) {
 // A line on its way to the sink is written whole: it is sent by a destructor.
 TEST_P(Cancellation, LetsATraceLineThrough) {
   MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
-  ReadyEvent inSink, cancelled;
+  ReadyEvent inSink, canceled;
   std::string seen;
   HostKit::SetTraceSink([&](const HostKit::TraceLine& line) {
     pthread_testcancel();
@@ -175,7 +175,7 @@ TEST_P(Cancellation, LetsATraceLineThrough) {
   });
   Job job([&] {
     inSink.Set();
-    while (cancelled.Wait(0) != 1) {
+    while (canceled.Wait(0) != 1) {
       MBX::Internals::CTraceStreamBuffer buffer(2, module, "File.cpp", "Function", 1);
       buffer.Append("a line");
     }
@@ -209,14 +209,14 @@ TEST(RealCancellation, EndsANativeCallThatIsStuck) {
   close(ends[1]);
 }
 
-// The sink is in the middle of a line while the thread is cancelled.
+// The sink is in the middle of a line while the thread is canceled.
 TEST(RealCancellation, LetsASinkFinishItsLine) {
   HostKit::UseRealTime();
   MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
-  std::atomic<bool> inSink{false}, cancelled{false}, finished{false}, passed{false};
+  std::atomic<bool> inSink{false}, canceled{false}, finished{false}, passed{false};
   HostKit::SetTraceSink([&](const HostKit::TraceLine&) {
     inSink = true;
-    while (!cancelled) usleep(100);
+    while (!canceled) usleep(100);
     pthread_testcancel();
     finished = true;
   });
@@ -228,7 +228,7 @@ TEST(RealCancellation, LetsASinkFinishItsLine) {
   });
   while (!inSink) usleep(100);
   job->Cancel();
-  cancelled = true;
+  canceled = true;
   EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
   HostKit::SetTraceSink({});
   EXPECT_TRUE(finished);

@@ -100,7 +100,7 @@ TEST_P(Inspect, ShowsThreadsThatWereStarted) {
   event.Set();
   job->Wait(WAIT_INFINITE);
   EXPECT_TRUE(HostKit::Threads()[0].ended);
-  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+  EXPECT_FALSE(HostKit::Threads()[0].canceled);
 }
 
 TEST_P(Inspect, MakesAnInitFail) {

@@ -114,7 +114,7 @@ TEST_P(Thread, CountsTheRequestsToEnd) {
   m_pThread->Cancel();
   m_pThread->Cancel();
   EXPECT_EQ(2U, HostKit::Threads()[0].cancelRequests);
-  EXPECT_FALSE(HostKit::Threads()[0].cancelled);
+  EXPECT_FALSE(HostKit::Threads()[0].canceled);
 }
 
 TEST_P(Thread, CanBeDeletedBeforeItIsCreated) {

@@ -143,46 +143,46 @@ TEST_F(HandleKinds, AnExceptionClosesAndDestroysTheHandle) {
                           "vsl_destroy card#1"));
 }
 
-// What a thread that is cancelled while an exception unwinds it came to see.
-struct Cancelled {
+// What a thread that is canceled while an exception unwinds it came to see.
+struct Canceled {
   std::atomic<bool> m_IsDestroying{false};
-  std::atomic<bool> m_IsCancelled{false};
+  std::atomic<bool> m_IsCanceled{false};
   std::atomic<bool> m_CaughtException{false};
   std::atomic<bool> m_WentOn{false};
 };
 
 extern "C" void* DestroyWhileUnwinding(void* argument) {
-  auto& cancelled = *static_cast<Cancelled*>(argument);
+  auto& canceled = *static_cast<Canceled*>(argument);
   try {
     ErrorRecord error;
     CardHandle card;
     EXPECT_EQ(CreateHandle("/dev/fct0", card, error), 0U);
     throw std::runtime_error("on the way");
   } catch (const std::runtime_error&) {
-    cancelled.m_CaughtException = true;
+    canceled.m_CaughtException = true;
   }
   pthread_testcancel();
-  cancelled.m_WentOn = true;
+  canceled.m_WentOn = true;
   return nullptr;
 }
 
 TEST_F(HandleKinds, ACancellationWaitsForTheEndOfTheUnwinding) {
-  Cancelled cancelled;
-  CardSim::SetHook([&cancelled](const CardSim::Call& call) {
+  Canceled canceled;
+  CardSim::SetHook([&canceled](const CardSim::Call& call) {
     if (call.function != "vsl_destroy") return;
-    cancelled.m_IsDestroying = true;
-    while (!cancelled.m_IsCancelled) sched_yield();
+    canceled.m_IsDestroying = true;
+    while (!canceled.m_IsCanceled) sched_yield();
     usleep(1000);  // a cancellation point
   });
   pthread_t thread{};
-  ASSERT_EQ(pthread_create(&thread, nullptr, DestroyWhileUnwinding, &cancelled), 0);
-  while (!cancelled.m_IsDestroying) sched_yield();
+  ASSERT_EQ(pthread_create(&thread, nullptr, DestroyWhileUnwinding, &canceled), 0);
+  while (!canceled.m_IsDestroying) sched_yield();
   EXPECT_EQ(pthread_cancel(thread), 0);
-  cancelled.m_IsCancelled = true;
+  canceled.m_IsCanceled = true;
   void* result = nullptr;
   ASSERT_EQ(pthread_join(thread, &result), 0);
-  EXPECT_TRUE(cancelled.m_CaughtException);
-  EXPECT_FALSE(cancelled.m_WentOn);
+  EXPECT_TRUE(canceled.m_CaughtException);
+  EXPECT_FALSE(canceled.m_WentOn);
   EXPECT_EQ(result, PTHREAD_CANCELED);
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
 }

@@ -4,14 +4,14 @@ extern "C" int UseFromC(void);
 
 namespace {
 
-using Catalogue = SimulatedCards;
+using Catalog = SimulatedCards;
 
-TEST_F(Catalogue, SpeaksC) {
+TEST_F(Catalog, SpeaksC) {
   StartWithCard();
   EXPECT_EQ(1, UseFromC());
 }
 
-TEST_F(Catalogue, WalksTheCardsInTheirOrder) {
+TEST_F(Catalog, WalksTheCardsInTheirOrder) {
   for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   std::vector<std::string> paths;
@@ -26,7 +26,7 @@ TEST_F(Catalogue, WalksTheCardsInTheirOrder) {
   EXPECT_EQ("", Joined(CardSim::Misuse()) + Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Catalogue, AWalkGoesOnBehindACardThatIsRemovedMeanwhile) {
+TEST_F(Catalog, AWalkGoesOnBehindACardThatIsRemovedMeanwhile) {
   for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   void* iom = nullptr;
@@ -36,7 +36,7 @@ TEST_F(Catalogue, AWalkGoesOnBehindACardThatIsRemovedMeanwhile) {
   EXPECT_STREQ("/dev/fct1", vsl_device_path(iom, &m_Error));
 }
 
-TEST_F(Catalogue, ACardThatIsNotThereCannotBeNamed) {
+TEST_F(Catalog, ACardThatIsNotThereCannotBeNamed) {
   StartWithCard();
   void* iom = nullptr;
   EXPECT_EQ(3U, vsl_iom_create_by_name("/dev/fct7", &iom, &m_Error));
@@ -45,14 +45,14 @@ TEST_F(Catalogue, ACardThatIsNotThereCannotBeNamed) {
   EXPECT_NE(0U, vsl_iom_create_by_name(nullptr, &iom, &m_Error));
 }
 
-TEST_F(Catalogue, ACardWithoutAPathCannotBeNamed) {
+TEST_F(Catalog, ACardWithoutAPathCannotBeNamed) {
   StartWithCard();
   File().MakeAbsent("card0", "device_path");
   void* iom = nullptr;
   EXPECT_EQ(3U, vsl_iom_create_by_name("/dev/fct0", &iom, &m_Error));
 }
 
-TEST_F(Catalogue, AnErrorTextIsCutToTheRecordAndEnded) {
+TEST_F(Catalog, AnErrorTextIsCutToTheRecordAndEnded) {
   StartWithCard();
   const std::string path(3000, 'x');
   void* iom = nullptr;
@@ -61,7 +61,7 @@ TEST_F(Catalogue, AnErrorTextIsCutToTheRecordAndEnded) {
   EXPECT_EQ(std::string(1039, 'x'), m_Error.text);
 }
 
-TEST_F(Catalogue, ASuccessLeavesTheRecordUntouched) {
+TEST_F(Catalog, ASuccessLeavesTheRecordUntouched) {
   StartWithCard();
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
   void* card = Opened();
@@ -72,14 +72,14 @@ TEST_F(Catalogue, ASuccessLeavesTheRecordUntouched) {
   EXPECT_EQ(std::string(1040, '#'), std::string(m_Error.text, 1040));
 }
 
-TEST_F(Catalogue, ADestroyNeedsNoRecord) {
+TEST_F(Catalog, ADestroyNeedsNoRecord) {
   StartWithCard();
   void* card = Named();
   EXPECT_EQ(0U, vsl_destroy(&card, nullptr));
   EXPECT_NE(0U, vsl_destroy(&card, nullptr));
 }
 
-TEST_F(Catalogue, TheLibraryCanBeStartedTwice) {
+TEST_F(Catalog, TheLibraryCanBeStartedTwice) {
   StartWithCard();
   vsl_fini();
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
@@ -87,7 +87,7 @@ TEST_F(Catalogue, TheLibraryCanBeStartedTwice) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Catalogue, TheLightIsSwitchedInTheFile) {
+TEST_F(Catalog, TheLightIsSwitchedInTheFile) {
   StartWithCard();
   void* card = Named();
   EXPECT_FALSE(vsl_beacon_state(card, &m_Error));
@@ -97,14 +97,14 @@ TEST_F(Catalogue, TheLightIsSwitchedInTheFile) {
   EXPECT_NE(0U, vsl_set_beacon_state(card, 2, &m_Error));
 }
 
-TEST_F(Catalogue, ALightThatIsAlreadySoCostsNoWrite) {
+TEST_F(Catalog, ALightThatIsAlreadySoCostsNoWrite) {
   StartWithCard();
   const auto before = std::filesystem::last_write_time(Path());
   EXPECT_EQ(0U, vsl_set_beacon_state(Named(), 0, &m_Error));
   EXPECT_EQ(before, std::filesystem::last_write_time(Path()));
 }
 
-TEST_F(Catalogue, ACardWithoutALightRefusesToSwitchIt) {
+TEST_F(Catalog, ACardWithoutALightRefusesToSwitchIt) {
   StartWithCard();
   File().MakeAbsent("card0", "beacon_state");
   EXPECT_EQ(9U, vsl_set_beacon_state(Named(), 1, &m_Error));

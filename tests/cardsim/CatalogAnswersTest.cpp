@@ -1,4 +1,4 @@
-// What each function of the catalogue answers: the card's own value, the code of a success, and the
+// What each function of the catalog answers: the card's own value, the code of a success, and the
 // code and text of a refusal.
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 namespace {
 
-using Catalogue = SimulatedCards;
+using Catalog = SimulatedCards;
 
 // What a profile has as 0 or false, so that an answer is not mistaken for none.
 void TellApart(CardSim::StateFile file) {
@@ -163,7 +163,7 @@ void ExpectJobs(void* card, vsl_error_record* err) {
   EXPECT_EQ(0U, vsl_destroy(&detach, err));
 }
 
-TEST_F(Catalogue, EveryFunctionIsReachedAndSucceeds) {
+TEST_F(Catalog, EveryFunctionIsReachedAndSucceeds) {
   File().AddCard(0x1003);
   TellApart(File());
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
@@ -202,7 +202,7 @@ TEST_F(Catalogue, EveryFunctionIsReachedAndSucceeds) {
   EXPECT_EQ("", Joined(CardSim::Misuse()) + Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Catalogue, NoAttributeIsThereThatTheCardDoesNotHave) {
+TEST_F(Catalog, NoAttributeIsThereThatTheCardDoesNotHave) {
   File().AddCard(0x1003);
 #define TAKE_AWAY(type, name) \
   if (std::string(#name) != "device_path") File().MakeAbsent("card0", #name);
@@ -318,17 +318,16 @@ const RefusedCall kRefusedCalls[] = {
      }},
 };
 
-class CatalogueRefusal : public SimulatedCards,
-                         public ::testing::WithParamInterface<RefusedCall> {};
+class CatalogRefusal : public SimulatedCards, public ::testing::WithParamInterface<RefusedCall> {};
 
-TEST_P(CatalogueRefusal, GivesItsCodeAndSaysWhy) {
+TEST_P(CatalogRefusal, GivesItsCodeAndSaysWhy) {
   StartWithCard();
   EXPECT_EQ(GetParam().code, GetParam().call(Opened(), &m_Error));
   EXPECT_STREQ(GetParam().text, m_Error.text);
   EXPECT_EQ(GetParam().function, CardSim::CallLog().back().function);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, CatalogueRefusal, ::testing::ValuesIn(kRefusedCalls),
+INSTANTIATE_TEST_SUITE_P(Of, CatalogRefusal, ::testing::ValuesIn(kRefusedCalls),
                          [](const auto& row) { return std::string(row.param.function); });
 
 }  // namespace
