@@ -8,7 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <utility>
 
-#include "hostkit/TrustedPath.h"
+#include "base/TrustedPath.h"
 
 namespace HostKit {
 
@@ -49,13 +49,14 @@ constexpr std::array kBesideTheFile = {"", "-wal", "-shm", "-journal", "-host"};
 // Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have planted
 // the file: it might be forged, or be a link to a file that only this user may write.
 path TrustedFile(const path& file) {
-  const TrustedPath found = ResolveTrusted(file);
+  const Base::TrustedPath found = Base::ResolveTrusted(file.string());
   std::string objection = found.m_Objection;
   for (const char* suffix : kBesideTheFile) {
-    if (objection.empty()) objection = ResolveTrusted(found.m_File.string() + suffix).m_Objection;
+    if (objection.empty())
+      objection = Base::ResolveTrusted(found.m_File.string() + suffix).m_Objection;
   }
   if (!objection.empty()) throw SqliteError(SQLITE_PERM, objection);
-  return found.m_File;
+  return found.m_File.string();
 }
 
 // Only an absolute name is looked for in the same place by all who open it. The library would also

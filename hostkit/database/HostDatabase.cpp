@@ -70,7 +70,7 @@ void HostDatabase::OpenRows() {
 }
 
 void HostDatabase::Reopen() {
-  const CancelShield shield;
+  const Base::CancellationGuard guard;
   const std::lock_guard lock(m_Lock);
   CloseFile();
   m_pRows.reset();

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "base/CancellationGuard.h"
 #include "host/Database.h"
 #include "hostkit/database/Connection.h"
 #include "hostkit/database/RowsLock.h"
-#include "hostkit/toolkit/CancelShield.h"
 
 namespace HostKit {
 
@@ -51,7 +51,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
     } catch (const SqliteError& error) {
       if (!error.MayLackOnlyWriting()) throw;
     }
-    const CancelShield shield;
+    const Base::CancellationGuard guard;
     const std::lock_guard lock(m_Lock);
     Connection connection(m_File, Access::Read);
     return use(connection);
@@ -60,7 +60,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
  private:
   template <class Work>
   auto Guarded(Work work) {
-    const CancelShield shield;
+    const Base::CancellationGuard guard;
     const std::lock_guard lock(m_Lock);
     try {
       return work();

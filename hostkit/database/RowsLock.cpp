@@ -13,9 +13,9 @@ namespace {
 constexpr int kMostTries = 10;
 
 // A file of another user would be held by that user at will.
-bool IsOwnFile(const Descriptor& file) {
+bool IsOwnFile(const Base::Descriptor& file) {
   struct stat status {};
-  if (!file.IsOpen() || fstat(file.Number(), &status) != 0) return false;
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return false;
   return S_ISREG(status.st_mode) && (status.st_uid == geteuid() || status.st_uid == 0);
 }
 
@@ -35,22 +35,22 @@ bool RowsLock::Take(const boost::filesystem::path& database) {
 void RowsLock::Release() {
   if (m_IsHeld && !HasMoved()) unlink(m_File.c_str());
   m_IsHeld = false;
-  m_Descriptor.reset();
+  m_Descriptor.Close();
 }
 
 // Others may not open the file: whoever can could hold the lock for ever.
 bool RowsLock::Lock() {
-  if (!m_Descriptor || HasMoved()) {
+  if (!m_Descriptor.IsOpen() || HasMoved()) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-    m_Descriptor.emplace(open(m_File.c_str(), kFlags, S_IRUSR | S_IWUSR));
+    m_Descriptor = Base::Descriptor(open(m_File.c_str(), kFlags, S_IRUSR | S_IWUSR));
   }
-  return IsOwnFile(*m_Descriptor) && flock(m_Descriptor->Number(), LOCK_EX | LOCK_NB) == 0;
+  return IsOwnFile(m_Descriptor) && flock(m_Descriptor.Get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 bool RowsLock::HasMoved() const {
   struct stat open {};
   struct stat seen {};
-  if (!m_Descriptor || fstat(m_Descriptor->Number(), &open) != 0) return true;
+  if (!m_Descriptor.IsOpen() || fstat(m_Descriptor.Get(), &open) != 0) return true;
   if (lstat(m_File.c_str(), &seen) != 0) return true;
   return open.st_ino != seen.st_ino || open.st_dev != seen.st_dev;
 }

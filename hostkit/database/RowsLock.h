@@ -2,9 +2,8 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
-#include <optional>
 
-#include "hostkit/records/Files.h"
+#include "base/Descriptor.h"
 
 namespace HostKit {
 
@@ -30,7 +29,7 @@ class RowsLock {
   bool HasMoved() const;
 
   boost::filesystem::path m_File;
-  std::optional<Descriptor> m_Descriptor;
+  Base::Descriptor m_Descriptor;
   bool m_IsHeld = false;
 };
 

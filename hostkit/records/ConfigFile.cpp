@@ -2,9 +2,9 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/TrustedPath.h"
 #include "host/PluginInterface.h"
 #include "hostkit/Paths.h"
-#include "hostkit/TrustedPath.h"
 #include "hostkit/records/Files.h"
 #include "hostkit/records/IniText.h"
 
@@ -12,17 +12,17 @@ namespace PI {
 
 namespace {
 
-HostKit::TrustedPath FullPath(const boost::filesystem::path& name) {
-  return HostKit::ResolveTrusted(HostKit::ConfigFolder() / name.filename());
+Base::TrustedPath FullPath(const boost::filesystem::path& name) {
+  return Base::ResolveTrusted((HostKit::ConfigFolder() / name.filename()).string());
 }
 
-// A file that somebody else has put there counts as one that cannot be read. It is looked at again
-// behind the reading, in case it was put there meanwhile.
-HostKit::FileRead ReadTrusted(const HostKit::TrustedPath& file, std::string& text) {
+// A file that somebody else has put there counts as one that cannot be read. It is checked
+// again after reading, in case it was put there meanwhile.
+HostKit::FileRead ReadTrusted(const Base::TrustedPath& file, std::string& text) {
   if (!file.m_Objection.empty()) return HostKit::FileRead::Failed;
   std::string read;
   const HostKit::FileRead result = HostKit::ReadFile(file, read);
-  if (!HostKit::ResolveTrusted(file.m_File).m_Objection.empty()) return HostKit::FileRead::Failed;
+  if (!Base::ResolveTrusted(file.m_File).m_Objection.empty()) return HostKit::FileRead::Failed;
   if (result == HostKit::FileRead::Done) text = std::move(read);
   return result;
 }
@@ -66,7 +66,7 @@ std::uint32_t CConfigFile::ReadKeyValue(const std::string& key, std::string& val
 std::uint32_t CConfigFile::WriteKeyValue(const std::string& key, const std::string& value, int,
                                          int) {
   if (m_FileName.empty()) return HostKit::RESULT_NOT_WRITTEN;
-  const HostKit::TrustedPath file = FullPath(m_FileName);
+  const Base::TrustedPath file = FullPath(m_FileName);
   if (!file.m_Objection.empty()) return HostKit::RESULT_NOT_WRITTEN;
   const HostKit::FolderLock folder(file.m_File.parent_path());
   if (!folder.IsHeld()) return HostKit::RESULT_NOT_WRITTEN;
@@ -74,7 +74,8 @@ std::uint32_t CConfigFile::WriteKeyValue(const std::string& key, const std::stri
   std::string text;
   if (ReadTrusted(file, text) == HostKit::FileRead::Failed) return HostKit::RESULT_NOT_WRITTEN;
   const std::string edited = SetKey(text, key, value);
-  const bool written = !edited.empty() && HostKit::ReplaceFile(file.m_File, edited, folder);
+  const bool written =
+      !edited.empty() && HostKit::ReplaceFile(file.m_File.filename().string(), edited, folder);
   return written ? HostKit::RESULT_OK : HostKit::RESULT_NOT_WRITTEN;
 }
 

@@ -1,55 +1,38 @@
-// Files that are read and replaced whole. Nothing here throws but for want of memory.
+// Reading and replacing files as a whole. Nothing here throws, except std::bad_alloc.
 #pragma once
 
-#include <boost/filesystem/path.hpp>
+#include <filesystem>
 #include <string>
 
-#include "hostkit/TrustedPath.h"
+#include "base/Descriptor.h"
+#include "base/TrustedPath.h"
 
 namespace HostKit {
 
-// An open file; closed when destroyed.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : m_Number(number) {}
-  ~Descriptor();
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  bool IsOpen() const { return m_Number >= 0; }
-  int Number() const { return m_Number; }
-
- private:
-  const int m_Number;
-};
-
-// Keeps other writers of a folder out, other processes among them, as long as it lives.
+// Keeps other writers of a folder out, in this and in other processes, as long as it lives.
 class FolderLock {
  public:
-  // Makes the folder, and those above it, if missing.
-  explicit FolderLock(const boost::filesystem::path& folder);
+  // Waits for the lock. Creates the folder, and those above it, if missing.
+  explicit FolderLock(const std::filesystem::path& folder);
 
-  // False: there is no such folder and none can be made, or it cannot be locked.
+  // False: there is no such folder and it cannot be created, or it cannot be locked.
   bool IsHeld() const { return m_Held; }
-  // Brings the names in the folder to the disk.
-  void Sync() const;
+  const Base::Descriptor& Folder() const { return m_Folder; }
 
  private:
-  Descriptor m_Folder;
-  bool m_Held;
+  const Base::Descriptor m_Folder;
+  const bool m_Held;
 };
 
 enum class FileRead { Done, Missing, Failed };
 
 // Reads a regular file of up to a mebibyte, not a link, unless another user could have put there
 // what was opened. `content` is written only when the result is `Done`.
-FileRead ReadFile(const TrustedPath& file, std::string& content);
+FileRead ReadFile(const Base::TrustedPath& file, std::string& content);
 
-// Puts `content` in the place of `file`, which keeps its mode and, where possible, its owner. At
-// any moment, also after a crash, the file is whole: the old one or the new one. False: the old
-// one stands, or there is still none; so too for a content that `ReadFile` would not take.
-// `folder` is the file's own.
-bool ReplaceFile(const boost::filesystem::path& file, const std::string& content,
-                 const FolderLock& folder);
+// Atomically replaces the file `name` in the locked `folder`, or creates it. An existing file keeps
+// its mode and, where possible, its owner. False: the old file is unchanged, or there is still
+// none; also for a content that `ReadFile` would reject as too large.
+bool ReplaceFile(const std::string& name, const std::string& content, const FolderLock& folder);
 
 }  // namespace HostKit

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "hostkit/Printable.h"
+#include "base/Printable.h"
 #include "hostkit/Tracing.h"
 #include "hostkit/toolkit/Modules.h"
 
@@ -16,7 +16,7 @@ std::uint32_t MaskOfEnvironment() {
   const auto mask = ParseTraceLevels(levels);
   if (!mask) {
     std::fprintf(stderr, "CORVANE_TRACE is no number or list of levels, tracing is off: %s\n",
-                 Printable(levels).c_str());
+                 Base::Printable(levels).c_str());
   }
   return mask.value_or(0);
 }

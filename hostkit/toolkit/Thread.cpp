@@ -2,9 +2,9 @@
 #include <atomic>
 #include <utility>
 
+#include "base/CancellationGuard.h"
 #include "host/Toolkit.h"
 #include "hostkit/FailedThreads.h"
-#include "hostkit/toolkit/CancelShield.h"
 #include "hostkit/toolkit/Ledger.h"
 #include "hostkit/toolkit/States.h"
 
@@ -133,7 +133,7 @@ CThread::CThread() : m_pState(std::make_shared<State>()) {}
 
 CThread::~CThread() {
   // Joining is a native cancellation point, and this is a destructor.
-  const HostKit::CancelShield shield;
+  const Base::CancellationGuard guard;
   MonitorLock lock = Monitor::Get().Enter();
   if (!m_pState->m_Created) return;
   const pthread_t thread = m_pState->m_Handle;

@@ -11,12 +11,12 @@
 #include <mutex>
 #include <utility>
 
+#include "base/CancellationGuard.h"
+#include "base/Descriptor.h"
+#include "base/Printable.h"
+#include "base/TrustedPath.h"
 #include "host/Toolkit.h"
-#include "hostkit/Printable.h"
 #include "hostkit/Tracing.h"
-#include "hostkit/TrustedPath.h"
-#include "hostkit/records/Files.h"
-#include "hostkit/toolkit/CancelShield.h"
 #include "hostkit/toolkit/Monitor.h"
 
 namespace HostKit {
@@ -39,29 +39,29 @@ std::unique_ptr<spdlog::logger> LogToStandardError() {
 }
 
 void RequireNone(const std::string& objection) {
-  if (!objection.empty()) throw spdlog::spdlog_ex(Printable(objection), EPERM);
+  if (!objection.empty()) throw spdlog::spdlog_ex(Base::Printable(objection), EPERM);
 }
 
 // Called before each opening, also of the new file when the old one is full: the library follows
 // links. Once the file is there and found to be the user's own, nobody else can put another one in
 // its place.
 void MakeWithoutFollowing(const std::string& path) {
-  const TrustedPath trusted = ResolveTrusted(path);
+  const Base::TrustedPath trusted = Base::ResolveTrusted(path);
   RequireNone(trusted.m_Objection);
   boost::system::error_code ignored;  // what matters is whether the file can be opened
   boost::filesystem::create_directories(boost::filesystem::path(path).parent_path(), ignored);
   // The names below /proc of the descriptors of a process are links, and lead where they are open.
   const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
-  const Descriptor file(
+  const Base::Descriptor file(
       open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | noFollow, 0666));
-  if (!file.IsOpen()) throw spdlog::spdlog_ex(Printable(path), errno);
-  if (noFollow != 0) RequireNone(ObjectionToOpened(trusted, file.Number()));
-  RequireNone(ResolveTrusted(path).m_Objection);
+  if (!file.IsOpen()) throw spdlog::spdlog_ex(Base::Printable(path), errno);
+  if (noFollow != 0) RequireNone(Base::ObjectionToOpened(trusted, file));
+  RequireNone(Base::ResolveTrusted(path).m_Objection);
 }
 
 // Null when the file cannot be opened; errno then says why.
 std::unique_ptr<spdlog::logger> LogToFile(const std::string& path) {
-  const TrustedPath file = ResolveTrusted(path);
+  const Base::TrustedPath file = Base::ResolveTrusted(path);
   errno = EPERM;
   if (!file.m_Objection.empty()) return nullptr;
   spdlog::file_event_handlers handlers;
@@ -79,16 +79,16 @@ std::unique_ptr<spdlog::logger> LogOfEnvironment() {
   if (path == nullptr || *path == '\0') return LogToStandardError();
   auto log = LogToFile(path);
   if (log) return log;
-  const std::string objection = ResolveTrusted(path).m_Objection;
+  const std::string objection = Base::ResolveTrusted(path).m_Objection;
   std::fprintf(stderr, "CORVANE_TRACE_FILE cannot be opened, tracing to standard error: %s\n",
-               Printable(objection.empty() ? path : objection).c_str());
+               Base::Printable(objection.empty() ? path : objection).c_str());
   return LogToStandardError();
 }
 
 // One line of the log. Texts of a card may hold anything; a line stays a line.
 std::string Render(const TraceLine& line) {
-  return Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
-                   line.function + ':' + std::to_string(line.line) + ' ' + line.text);
+  return Base::Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
+                         line.function + ':' + std::to_string(line.line) + ' ' + line.text);
 }
 
 // Where lines go. Never destroyed: modules trace until the process is gone.
@@ -162,7 +162,7 @@ void SetTraceSink(std::function<void(const TraceLine&)> sink) {
 }
 
 bool SetTraceFile(const std::string& path) {
-  const CancelShield shield;
+  const Base::CancellationGuard guard;
   return TraceLog::Get().SetFile(path);
 }
 
@@ -177,7 +177,7 @@ CTraceStreamBuffer::CTraceStreamBuffer(unsigned int level, const Misc::CModuleIn
 CTraceStreamBuffer::~CTraceStreamBuffer() {
   // Writing is a native cancellation point, and this is a destructor. A line that cannot be
   // written, as for want of memory, is lost: tracing must not end the host.
-  const HostKit::CancelShield shield;
+  const Base::CancellationGuard guard;
   try {
     HostKit::TraceLog::Get().Write(
         {m_Level, m_Module.m_Name, HostKit::Stem(m_File), m_Function, m_Line, m_Text});

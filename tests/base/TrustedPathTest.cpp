@@ -1,73 +1,24 @@
-// What another user could have put there. The strangers' files are made by root, so an ordinary
-// user runs a part of these tests alone.
-#include "hostkit/TrustedPath.h"
-
+// What another user could have put there. Only root can create a stranger's files, so an ordinary
+// user runs only some of these tests.
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/hostkit/records/ConfigFolder.h"
+#include "base/TrustedPath.h"
+#include "tests/base/TrustFixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uid_t kStranger = 65534;
-
-bool IsRoot() {
-  return geteuid() == 0;
-}
-
-// As long as it lives, the process has the rights of an ordinary user.
-class AsUser {
- public:
-  explicit AsUser(uid_t user) {
-    if (seteuid(user) != 0) std::abort();
-  }
-  ~AsUser() {
-    if (seteuid(0) != 0) std::abort();
-  }
-  AsUser(const AsUser&) = delete;
-  AsUser& operator=(const AsUser&) = delete;
-};
-
-class Trust : public testing::Test {
+class Trust : public TrustFixture {
  protected:
-  Trust() { chmod(m_Folder.Path().c_str(), 0755); }
-
-  fs::path Folder(const std::string& name, mode_t mode) const {
-    const fs::path folder = m_Folder.Path() / name;
-    fs::create_directory(folder);
-    chmod(folder.c_str(), mode);
-    return folder;
-  }
-  static fs::path File(const fs::path& file, mode_t mode = 0644) {
-    WriteText(file, "text");
-    chmod(file.c_str(), mode);
-    return file;
-  }
-  static fs::path Link(const fs::path& target, const fs::path& link) {
-    fs::create_symlink(target, link);
-    return link;
-  }
-  static fs::path Give(const fs::path& file, uid_t user = kStranger) {
-    EXPECT_EQ(lchown(file.c_str(), user, user), 0);
-    return file;
-  }
-
-  // The objection, with the folder of the test left out.
   std::string Why(const fs::path& file) const {
-    std::string text = HostKit::ResolveTrusted(file.string()).m_Objection;
-    const std::string prefix = m_Folder.Path().string() + "/";
-    return text.rfind(prefix, 0) == 0 ? text.substr(prefix.size()) : text;
+    return WithoutRoot(Base::ResolveTrusted(file).m_Objection);
   }
   static std::string Resolved(const fs::path& file) {
-    return HostKit::ResolveTrusted(file.string()).m_File.string();
+    return Base::ResolveTrusted(file).m_File.string();
   }
-
-  TemporaryFolder m_Folder;
 };
 
 TEST_F(Trust, IsGivenToOnesOwnFilesAndLinks) {
@@ -134,29 +85,26 @@ TEST_F(Trust, IsNotGivenToAFileWithASecondNameInASharedFolder) {
 
 TEST_F(Trust, JudgesWhatWasOpened) {
   const auto shared = Folder("shared", 01777);
-  const HostKit::TrustedPath before = HostKit::ResolveTrusted((shared / "file").string());
+  const Base::TrustedPath before = Base::ResolveTrusted(shared / "file");
   EXPECT_EQ(before.m_Objection, "");
   EXPECT_TRUE(before.m_IsInOpenFolder);
-  const int opened = open(File(shared / "file").c_str(), O_RDONLY | O_CLOEXEC);
-  EXPECT_EQ(HostKit::ObjectionToOpened(before, opened), "");
+  const Base::Descriptor opened(open(File(shared / "file").c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_EQ(Base::ObjectionToOpened(before, opened), "");
   fs::create_hard_link(shared / "file", shared / "other");
-  EXPECT_EQ(HostKit::ObjectionToOpened(before, opened),
+  EXPECT_EQ(Base::ObjectionToOpened(before, opened),
             (shared / "file").string() + " has a second name");
   fs::remove(shared / "other");
   if (IsRoot()) {
     Give(shared / "file");
-    EXPECT_EQ(HostKit::ObjectionToOpened(before, opened),
+    EXPECT_EQ(Base::ObjectionToOpened(before, opened),
               (shared / "file").string() + " belongs to uid 65534");
   }
-  close(opened);
-  EXPECT_EQ(HostKit::ObjectionToOpened(before, -1), "");
+  EXPECT_EQ(Base::ObjectionToOpened(before, Base::Descriptor()), "");
 }
 
 class TrustOfRoot : public Trust {
  protected:
-  void SetUp() override {
-    if (!IsRoot()) GTEST_SKIP() << "only root can make the files of another user";
-  }
+  void SetUp() override { SkipUnlessRoot(); }
 };
 
 TEST_F(TrustOfRoot, IsNotGivenToAStrangersFileOrLink) {
@@ -241,30 +189,6 @@ TEST_F(TrustOfRoot, KeepsTheObjectionToALinkThatCannotBeFollowed) {
     Link("l" + std::to_string(i + 1), shared / ("l" + std::to_string(i)));
   Give(Link("file", shared / "l40"));
   EXPECT_EQ(Why(shared / "l0"), "shared/l40 belongs to uid 65534");
-}
-
-// The ini file, for which there is a result alone.
-TEST_F(TrustOfRoot, AStrangersIniFileIsUnreadableAndLeftAsItIs) {
-  ConfigFolder config;
-  const auto shared = Folder("shared", 01777);
-  config.MoveTo(shared);
-  WriteText(shared / "Corvane.ini", "PollInterval=7\n");
-  Give(shared / "Corvane.ini");
-  EXPECT_EQ(config.Read("PollInterval"), "2");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
-  EXPECT_EQ(ReadText(shared / "Corvane.ini"), "PollInterval=7\n");
-}
-
-TEST_F(TrustOfRoot, AStrangersLinkLeadsNoIniFileAnywhere) {
-  ConfigFolder config;
-  const auto shared = Folder("shared", 01777);
-  const auto own = Folder("own", 0755);
-  WriteText(own / "target", "PollInterval=7\n");
-  Give(Link(own / "target", shared / "Corvane.ini"));
-  config.MoveTo(shared);
-  EXPECT_EQ(config.Read("PollInterval"), "2");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
-  EXPECT_EQ(ReadText(own / "target"), "PollInterval=7\n");
 }
 
 }  // namespace

@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "hostkit/Printable.h"
+#include "base/Printable.h"
 
 namespace {
 
-using HostKit::Printable;
-using HostKit::PrintableJson;
+using Base::Printable;
+using Base::PrintableJson;
 
 struct Case {
   std::string m_Text;

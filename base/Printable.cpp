@@ -1,11 +1,11 @@
-#include "hostkit/Printable.h"
+#include "base/Printable.h"
 
 #include <algorithm>
 #include <array>
 #include <boost/locale/utf.hpp>
 #include <cstdio>
 
-namespace HostKit {
+namespace Base {
 
 namespace {
 
@@ -16,19 +16,19 @@ struct Range {
   Utf::code_point last;
 };
 
-constexpr Range kUnfit[] = {
+constexpr Range kUnprintable[] = {
     {0x00, 0x1F},      // control characters
     {0x7F, 0x9F},      // delete, and the control characters of 8-bit terminals
-    {0x061C, 0x061C},  // direction of writing
-    {0x200E, 0x200F},  // direction of writing
-    {0x2028, 0x202E},  // line and paragraph separators, direction of writing
-    {0x2066, 0x2069},  // direction of writing
+    {0x061C, 0x061C},  // writing direction
+    {0x200E, 0x200F},  // writing direction
+    {0x2028, 0x202E},  // line and paragraph separators, writing direction
+    {0x2066, 0x2069},  // writing direction
 };
 
-bool IsUnfit(Utf::code_point letter) {
-  return std::any_of(std::begin(kUnfit), std::end(kUnfit), [letter](const Range& range) {
-    return letter >= range.first && letter <= range.last;
-  });
+bool IsUnprintable(Utf::code_point letter) {
+  return std::any_of(
+      std::begin(kUnprintable), std::end(kUnprintable),
+      [letter](const Range& range) { return letter >= range.first && letter <= range.last; });
 }
 
 std::string Escaped(const char* format, Utf::code_point letter) {
@@ -41,13 +41,13 @@ std::string VisibleEscape(Utf::code_point letter) {
   return Escaped(letter < 0x80 ? "\\x%02x" : "\\u%04x", letter);
 }
 
-// Line breaks of a JSON document stand between its values.
+// In a JSON document, line breaks occur only between values.
 std::string JsonEscape(Utf::code_point letter) {
   return letter == '\n' ? "\n" : Escaped("\\u%04x", letter);
 }
 
 template <class Escape>
-std::string Replace(const std::string& text, Escape escape) {
+std::string Replace(std::string_view text, Escape escape) {
   std::string result;
   result.reserve(text.size());
   for (auto at = text.begin(); at != text.end();) {
@@ -56,7 +56,7 @@ std::string Replace(const std::string& text, Escape escape) {
     if (letter == Utf::illegal || letter == Utf::incomplete) {
       at = begin + 1;
       result += Escaped("\\x%02x", static_cast<unsigned char>(*begin));
-    } else if (IsUnfit(letter)) {
+    } else if (IsUnprintable(letter)) {
       result += escape(letter);
     } else {
       result.append(begin, at);
@@ -67,12 +67,12 @@ std::string Replace(const std::string& text, Escape escape) {
 
 }  // namespace
 
-std::string Printable(const std::string& text) {
+std::string Printable(std::string_view text) {
   return Replace(text, VisibleEscape);
 }
 
-std::string PrintableJson(const std::string& json) {
+std::string PrintableJson(std::string_view json) {
   return Replace(json, JsonEscape);
 }
 
-}  // namespace HostKit
+}  // namespace Base

@@ -1,0 +1,44 @@
+#include "base/Descriptor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "base/CancellationGuard.h"
+
+namespace Base {
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  if (this != &other) {
+    Close();
+    m_Number = std::exchange(other.m_Number, -1);
+  }
+  return *this;
+}
+
+void Descriptor::Close() {
+  if (!IsOpen()) return;
+  const CancellationGuard guard;
+  const int error = errno;
+  close(m_Number);
+  m_Number = -1;
+  errno = error;
+}
+
+Descriptor OpenAt(int folder, const std::string& name, int flags, mode_t mode) {
+  Descriptor file(openat(folder, name.c_str(), flags | O_CLOEXEC, mode));
+  if (!file.IsOpen() || file.Get() > STDERR_FILENO) return file;
+  return Descriptor(fcntl(file.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+int WriteAll(const Descriptor& file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(file.Get(), text.data(), text.size());
+    if (count < 0 && errno != EINTR) return errno;
+    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return 0;
+}
+
+}  // namespace Base

@@ -1,0 +1,44 @@
+// A file descriptor with one owner.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace Base {
+
+// Owns a descriptor and closes it when destroyed; a cancellation of the thread waits for that.
+// Not synchronized: one thread at a time.
+class Descriptor {
+ public:
+  // Takes ownership of `number`. Any negative number means "not open".
+  explicit Descriptor(int number = -1) : m_Number(number) {}
+  ~Descriptor() { Close(); }
+  // The source is not open afterwards.
+  Descriptor(Descriptor&& other) noexcept : m_Number(std::exchange(other.m_Number, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept;
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  bool IsOpen() const { return m_Number >= 0; }
+  // The number, still owned by this object; negative when not open.
+  int Get() const { return m_Number; }
+  // Closes it now. Does nothing when it is not open. Keeps errno.
+  void Close();
+
+ private:
+  int m_Number;
+};
+
+// Like openat(), with O_CLOEXEC added. The result is never 0, 1 or 2: in a process that was started
+// without a standard stream, what it prints would end up in this file. On failure the result is not
+// open and errno gives the reason.
+Descriptor OpenAt(int folder, const std::string& name, int flags, mode_t mode = 0);
+
+// Writes all of `text` at the file's position. 0, or the errno of the write that failed, after
+// which an unknown part has been written.
+int WriteAll(const Descriptor& file, std::string_view text);
+
+}  // namespace Base

@@ -1,0 +1,81 @@
+#include "base/FileReplacement.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <utility>
+
+#include "base/CancellationGuard.h"
+
+namespace Base {
+namespace {
+
+constexpr int kMostAttempts = 100;
+
+// 0 or the error. Needs neither memory nor a descriptor.
+int DrawDigits(std::array<char, 9>& digits) {
+  std::uint32_t number = 0;
+  if (getrandom(&number, sizeof number, 0) != sizeof number) return errno;
+  std::snprintf(digits.data(), digits.size(), "%08x", static_cast<unsigned int>(number));
+  return 0;
+}
+
+}  // namespace
+
+FileReplacement::FileReplacement(int folder, std::string name)
+    : m_Folder(folder),
+      m_Name(std::move(name)),
+      m_SyncFolder(OpenAt(folder, ".", O_RDONLY | O_DIRECTORY)) {}
+
+FileReplacement::~FileReplacement() {
+  RemoveDraft();
+}
+
+int FileReplacement::OpenDraft(const std::string& name, mode_t mode) {
+  unlinkat(m_Folder, name.c_str(), 0);
+  return Open(name, mode);
+}
+
+int FileReplacement::OpenUniqueDraft(const std::string& prefix, mode_t mode) {
+  int error = EEXIST;
+  for (int i = 0; i < kMostAttempts && error == EEXIST; ++i) {
+    std::array<char, 9> digits{};
+    error = DrawDigits(digits);
+    if (error == 0) error = Open(prefix + digits.data(), mode);
+  }
+  return error;
+}
+
+int FileReplacement::Write(std::string_view text) {
+  return WriteAll(m_Draft, text);
+}
+
+int FileReplacement::Install() {
+  if (fsync(m_Draft.Get()) != 0) return errno;
+  if (renameat(m_Folder, m_DraftName.c_str(), m_Folder, m_Name.c_str()) != 0) return errno;
+  m_DraftName.clear();
+  // Some file systems cannot sync a folder; they keep its names safe by other means.
+  if (m_SyncFolder.IsOpen()) fsync(m_SyncFolder.Get());
+  return 0;
+}
+
+int FileReplacement::Open(const std::string& name, mode_t mode) {
+  std::string draftName = name;  // before the file exists: what throws would leave it
+  m_Draft = OpenAt(m_Folder, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+  if (!m_Draft.IsOpen()) return errno;
+  m_DraftName.swap(draftName);
+  return 0;
+}
+
+void FileReplacement::RemoveDraft() {
+  if (m_DraftName.empty()) return;
+  const CancellationGuard guard;
+  unlinkat(m_Folder, m_DraftName.c_str(), 0);
+}
+
+}  // namespace Base

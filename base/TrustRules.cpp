@@ -1,0 +1,57 @@
+#include "base/TrustRules.h"
+
+namespace Base {
+namespace {
+
+constexpr uid_t kRoot = 0;
+constexpr const char* kWritable = "can be written by other users";
+
+std::string BelongsTo(uid_t owner) {
+  return "belongs to uid " + std::to_string(owner);
+}
+
+// What a device leads to does not depend on who may write its folder.
+bool IsDevice(const struct stat& status) {
+  return S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
+}
+
+}  // namespace
+
+bool IsTrustedOwner(uid_t owner, uid_t user) {
+  return owner == kRoot || owner == user;
+}
+
+bool IsOpenTo(const struct stat& status, uid_t user) {
+  const bool group = (status.st_mode & S_IWGRP) != 0 && status.st_gid != 0;
+  return (status.st_mode & S_IWOTH) != 0 || (user == kRoot && group);
+}
+
+std::string ObjectionToFolder(const struct stat& folder, uid_t user) {
+  if (user != kRoot) return {};
+  if (!IsTrustedOwner(folder.st_uid, user)) return BelongsTo(folder.st_uid);
+  const bool isSticky = (folder.st_mode & S_ISVTX) != 0;
+  return IsOpenTo(folder, user) && !isSticky ? kWritable : std::string();
+}
+
+std::string ObjectionToWay(bool isInOpenFolder, const struct stat& entry, uid_t user) {
+  const bool isForeign = isInOpenFolder && !IsTrustedOwner(entry.st_uid, user);
+  return isForeign ? BelongsTo(entry.st_uid) : std::string();
+}
+
+std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t user) {
+  if (IsDevice(file) || !(user == kRoot || isInOpenFolder)) return {};
+  if (!IsTrustedOwner(file.st_uid, user)) return BelongsTo(file.st_uid);
+  if (S_ISDIR(file.st_mode)) return {};
+  if (isInOpenFolder && file.st_nlink > 1) return "has a second name";
+  return user == kRoot && IsOpenTo(file, user) ? kWritable : std::string();
+}
+
+mode_t NewFileMode(uid_t user) {
+  return user == kRoot ? 0644 : 0666;
+}
+
+mode_t NewFolderMode(uid_t user) {
+  return user == kRoot ? 0755 : 0777;
+}
+
+}  // namespace Base

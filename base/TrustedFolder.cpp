@@ -1,0 +1,154 @@
+#include "base/TrustedFolder.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include "base/TrustRules.h"
+
+namespace Base {
+namespace {
+
+using std::filesystem::path;
+
+constexpr int kMostLinks = 40;  // the kernel's own limit
+
+// Each folder is opened from the one before it, so nobody can exchange a name between its check
+// and its use. Steps return false when the way ends there, with the reason in `m_Result`.
+class Resolver {
+ public:
+  Resolver(FolderOfOptions options, bool findsFile)
+      : m_Options(options), m_User(geteuid()), m_FindsFile(findsFile) {}
+
+  TrustedFolder Run(const path& way) {
+    Push(way);
+    bool goesOn = Start(way);
+    if (goesOn && m_FindsFile && m_Rest.empty()) goesOn = Fail(ENOENT);
+    while (goesOn && !m_Rest.empty()) goesOn = Step();
+    if (!goesOn) m_Result.m_Folder.Close();
+    return std::move(m_Result);
+  }
+
+ private:
+  // A "." changes nothing on the way to a folder; in the place of a file it is the file's name.
+  void Push(const path& way) {
+    std::vector<std::string> names;
+    for (const path& part : way) {
+      const bool isHere = part.empty() || part == ".";
+      if (part == "/" || part == "//" || (isHere && !m_FindsFile)) continue;
+      names.push_back(isHere ? "." : part.string());
+    }
+    m_Rest.insert(m_Rest.end(), names.rbegin(), names.rend());
+  }
+
+  bool Start(const path& way) {
+    m_Shown = way.is_absolute() ? "/" : "";
+    return Open(AT_FDCWD, way.is_absolute() ? "/" : ".");
+  }
+
+  bool Fail(int error) {
+    m_Result.m_Error = error;
+    return false;
+  }
+
+  bool Accept(const path& thing, const std::string& reason) {
+    if (!reason.empty()) m_Result.m_Objection = thing.string() + " " + reason;
+    return reason.empty();
+  }
+
+  bool Open(int folder, const std::string& name) {
+    Descriptor next = OpenAt(folder, name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
+    if (!next.IsOpen()) return Fail(errno);
+    m_Result.m_Folder = std::move(next);
+    return true;
+  }
+
+  bool Enter(const std::string& name) {
+    Show(name);
+    return Open(m_Result.m_Folder.Get(), name);
+  }
+
+  // No name that is shown is a link, so ".." takes the last one away.
+  void Show(const std::string& name) {
+    if (name == ".") return;
+    const bool isKnown = m_Shown.has_filename() && m_Shown.filename() != "..";
+    if (name == ".." && (isKnown || m_Shown == "/")) {
+      m_Shown = m_Shown.parent_path();
+    } else {
+      m_Shown /= name;
+    }
+  }
+
+  bool Step() {
+    const std::string name = m_Rest.back();
+    m_Rest.pop_back();
+    struct stat folder {};
+    if (fstat(m_Result.m_Folder.Get(), &folder) != 0) return Fail(errno);
+    const path shown = m_Shown.empty() ? "." : m_Shown;
+    if (!Accept(shown, ObjectionToFolder(folder, m_User))) return false;
+    const bool isOpen = IsOpenTo(folder, m_User);
+    struct stat entry {};
+    if (fstatat(m_Result.m_Folder.Get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0) {
+      return Missing(name, isOpen, errno);
+    }
+    if (!S_ISLNK(entry.st_mode)) return IsFile() ? End(name, isOpen) : Enter(name);
+    const bool isStrict = m_Options.m_RefusesForeignLinks && m_User == 0;
+    return Accept(m_Shown / name, ObjectionToWay(isOpen || isStrict, entry, m_User)) &&
+           Follow(name);
+  }
+
+  // Whether the name just taken is the file's.
+  bool IsFile() const { return m_FindsFile && m_Rest.empty(); }
+
+  // Always true: it ends `Run`, which sees no more names.
+  bool End(const std::string& name, bool isOpen) {
+    m_Result.m_Name = name;
+    m_Result.m_IsOpen = isOpen;
+    return true;
+  }
+
+  bool Missing(const std::string& name, bool isOpen, int error) {
+    if (error == ENOENT && IsFile()) return End(name, isOpen);
+    if (error != ENOENT || !m_Options.m_CreatesFolders) return Fail(error);
+    // Another process may create it at the same time.
+    const bool made = mkdirat(m_Result.m_Folder.Get(), name.c_str(), NewFolderMode(m_User)) == 0;
+    return made || errno == EEXIST ? Enter(name) : Fail(errno);
+  }
+
+  bool Follow(const std::string& name) {
+    char target[PATH_MAX];
+    const ssize_t length = readlinkat(m_Result.m_Folder.Get(), name.c_str(), target, sizeof target);
+    if (length < 0) return Fail(errno);
+    if (++m_Links > kMostLinks) return Fail(ELOOP);
+    const path way(std::string(target, static_cast<std::size_t>(length)));
+    if (way.is_absolute() && !Start(way)) return false;
+    Push(way);
+    if (m_FindsFile && m_Rest.empty()) m_Rest.emplace_back(".");
+    return true;
+  }
+
+  const FolderOfOptions m_Options;
+  const uid_t m_User;
+  const bool m_FindsFile;
+  TrustedFolder m_Result;
+  path m_Shown;                     // of the folder, for objections
+  std::vector<std::string> m_Rest;  // the next name last
+  int m_Links = 0;
+};
+
+}  // namespace
+
+TrustedFolder OpenTrustedFolder(const path& folder) {
+  return Resolver({}, false).Run(folder);
+}
+
+TrustedFolder OpenFolderOf(const path& file, FolderOfOptions options) {
+  return Resolver(options, true).Run(file);
+}
+
+}  // namespace Base

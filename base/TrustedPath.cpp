@@ -1,0 +1,144 @@
+#include "base/TrustedPath.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/algorithm/string.hpp>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "base/TrustRules.h"
+
+namespace Base {
+namespace {
+
+using std::filesystem::path;
+using Objection = std::string;
+
+constexpr int kMostLinks = 40;  // the kernel's own limit
+
+bool IsRoot() {
+  return geteuid() == 0;
+}
+
+Objection Against(const path& name, const std::string& reason) {
+  return reason.empty() ? reason : name.string() + " " + reason;
+}
+
+Objection CannotBeRead(const path& name, int error) {
+  return name.string() + " cannot be looked at: " + std::generic_category().message(error);
+}
+
+// Resolves names one by one, as the kernel does, and judges who could have changed each.
+class Resolver {
+ public:
+  explicit Resolver(const path& file) { Push(file); }
+
+  TrustedPath Run() {
+    while (!m_Rest.empty() && !m_Ended) {
+      const path name = m_Rest.back();
+      m_Rest.pop_back();
+      if (name == "..") {
+        if (m_At != "/") m_At = m_At.parent_path();
+      } else {
+        Enter(name);
+      }
+      // The kernel owns what is below, and its links lead to open files rather than to paths.
+      if (m_At == "/proc") break;
+    }
+    path whole = m_At;
+    for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) whole /= *name;
+    return {whole, m_Objection, m_IsOpenFolder};
+  }
+
+ private:
+  static bool IsHere(const std::string& name) { return name.empty() || name == "."; }
+
+  // The kernel takes two slashes at the beginning for one; std::filesystem would not.
+  void Push(const path& names) {
+    std::vector<std::string> parts;
+    boost::split(parts, names.native(), [](char letter) { return letter == '/'; });
+    parts.erase(std::remove_if(parts.begin(), parts.end(), IsHere), parts.end());
+    m_Rest.insert(m_Rest.end(), parts.rbegin(), parts.rend());
+  }
+
+  void Enter(const path& name) {
+    struct stat folder {};
+    if (lstat(m_At.c_str(), &folder) != 0) return EndAt(name, ForRoot(CannotBeRead(m_At, errno)));
+    Objection objection = Against(m_At, ObjectionToFolder(folder, geteuid()));
+    if (!objection.empty()) return EndAt(name, std::move(objection));
+    m_IsOpenFolder = IsOpenTo(folder, geteuid());
+    Judge(m_At / name);
+  }
+
+  void Judge(const path& whole) {
+    struct stat entry {};
+    if (lstat(whole.c_str(), &entry) != 0) {
+      m_At = whole;
+      return End(IsMissing(errno) ? Objection() : ForRoot(CannotBeRead(whole, errno)));
+    }
+    const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
+    const auto judge = isLast ? ObjectionToFile : ObjectionToWay;
+    m_Objection = Against(whole, judge(m_IsOpenFolder, entry, geteuid()));
+    if (S_ISLNK(entry.st_mode) && m_Objection.empty()) return Follow(whole);
+    m_At = whole;
+    m_Ended = !m_Objection.empty();
+  }
+
+  void Follow(const path& link) {
+    std::error_code error;
+    const path target = std::filesystem::read_symlink(link, error);
+    if (!error && ++m_Links > kMostLinks) error.assign(ELOOP, std::generic_category());
+    if (error) {
+      m_At = link;
+      return End(ForRoot(CannotBeRead(link, error.value())));
+    }
+    if (target.is_absolute()) m_At = "/";
+    Push(target);
+  }
+
+  // Below a file, which has been judged like a folder, nothing exists either.
+  static bool IsMissing(int error) { return error == ENOENT || error == ENOTDIR; }
+
+  // Whoever can keep root from reading the way could show it something else later.
+  static Objection ForRoot(Objection objection) { return IsRoot() ? objection : Objection(); }
+
+  void End(Objection objection) {
+    m_Objection = std::move(objection);
+    m_Ended = true;
+  }
+
+  // Before `name` was entered; it stays part of the path.
+  void EndAt(const path& name, Objection objection) {
+    m_Rest.push_back(name);
+    End(std::move(objection));
+  }
+
+  path m_At = "/";
+  std::vector<path> m_Rest;  // the next name last
+  int m_Links = 0;
+  bool m_IsOpenFolder = false;
+  bool m_Ended = false;
+  Objection m_Objection;
+};
+
+}  // namespace
+
+TrustedPath ResolveTrusted(const path& file) {
+  std::error_code error;
+  const path folder = file.is_absolute() ? path() : std::filesystem::current_path(error);
+  if (!error) return Resolver(folder / file).Run();
+  return {file, IsRoot() ? CannotBeRead(file, error.value()) : Objection()};
+}
+
+std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened) {
+  struct stat status {};
+  if (!file.m_Objection.empty() || !opened.IsOpen()) return file.m_Objection;
+  if (fstat(opened.Get(), &status) != 0) return CannotBeRead(file.m_File, errno);
+  return Against(file.m_File, ObjectionToFile(file.m_IsInOpenFolder, status, geteuid()));
+}
+
+}  // namespace Base

@@ -1,0 +1,30 @@
+// Whether what is found at a path can be trusted, by the rules of TrustRules.h.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "base/Descriptor.h"
+
+namespace Base {
+
+struct TrustedPath {
+  // Absolute and without symbolic links, as far as the path exists. Open it with O_NOFOLLOW.
+  std::filesystem::path m_File;
+  // Empty, or why the file must not be used: "/tmp/a.db belongs to uid 1000".
+  std::string m_Objection;
+  // Other users may create files in the file's folder.
+  bool m_IsInOpenFolder = false;
+};
+
+// Follows `file`, relative to the current folder, as the kernel would, for the process's effective
+// user. A path that does not exist from some name on is judged as far as it exists. If the way
+// cannot be read, as for lack of permission, root gets an objection; other users get none, because
+// opening the file will give the reason. Throws std::bad_alloc only.
+TrustedPath ResolveTrusted(const std::filesystem::path& file);
+
+// Another process may have replaced the file since `ResolveTrusted`: the objection to what was
+// actually opened, or the earlier one. Nothing is said against a descriptor that is not open.
+std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened);
+
+}  // namespace Base

@@ -1,0 +1,37 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/CancellationGuard.h"
+
+namespace {
+
+std::string g_Steps;
+
+void* CancelOneself(void*) {
+  pthread_cancel(pthread_self());
+  {
+    const Base::CancellationGuard outer;
+    {
+      const Base::CancellationGuard inner;
+      pthread_testcancel();
+      g_Steps += "inner ";
+    }
+    pthread_testcancel();
+    g_Steps += "outer ";
+  }
+  pthread_testcancel();
+  g_Steps += "after";
+  return nullptr;
+}
+
+TEST(CancellationGuard, DefersACancellationUntilTheOutermostGuardEnds) {
+  pthread_t thread{};
+  void* result = nullptr;
+  ASSERT_EQ(0, pthread_create(&thread, nullptr, CancelOneself, nullptr));
+  ASSERT_EQ(0, pthread_join(thread, &result));
+  EXPECT_EQ(PTHREAD_CANCELED, result);
+  EXPECT_EQ("inner outer ", g_Steps);
+}
+
+}  // namespace

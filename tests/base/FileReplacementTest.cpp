@@ -1,0 +1,150 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <regex>
+#include <vector>
+
+#include "base/FileReplacement.h"
+#include "tests/hostkit/records/Surroundings.h"
+
+namespace {
+
+class Replacing : public testing::Test {
+ protected:
+  Replacing() : m_Opened(Base::OpenAt(AT_FDCWD, m_Folder.Path().string(), O_PATH | O_DIRECTORY)) {
+    WriteText(Target(), "old");
+  }
+
+  std::filesystem::path Target() const { return m_Folder.Path() / "file"; }
+  int Folder() const { return m_Opened.Get(); }
+
+  // The names in the folder: "file file.1a2b3c4d".
+  std::string Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(m_Folder.Path())) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
+    return text;
+  }
+
+  TemporaryFolder m_Folder;
+  Base::Descriptor m_Opened;
+};
+
+TEST_F(Replacing, ShowsTheOldFileUntilTheNewOneIsComplete) {
+  Base::FileReplacement replacement(Folder(), "file");
+  ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
+  ASSERT_EQ(0, replacement.Write("new "));
+  EXPECT_EQ("old", ReadText(Target()));
+  ASSERT_EQ(0, replacement.Write("text"));
+  EXPECT_EQ("old", ReadText(Target()));
+  EXPECT_EQ("draft file", Names());
+  ASSERT_EQ(0, replacement.Install());
+  EXPECT_EQ("new text", ReadText(Target()));
+  EXPECT_EQ("file", Names());
+}
+
+TEST_F(Replacing, CreatesAMissingFile) {
+  std::filesystem::remove(Target());
+  Base::FileReplacement replacement(Folder(), "file");
+  ASSERT_EQ(0, replacement.OpenUniqueDraft("file.", 0600));
+  ASSERT_EQ(0, replacement.Write("new"));
+  ASSERT_EQ(0, replacement.Install());
+  EXPECT_EQ("new", ReadText(Target()));
+}
+
+TEST_F(Replacing, RemovesADraftThatIsNotInstalled) {
+  {
+    Base::FileReplacement replacement(Folder(), "file");
+    ASSERT_EQ(0, replacement.OpenUniqueDraft("file.", 0600));
+    ASSERT_EQ(0, replacement.Write("new"));
+    EXPECT_TRUE(std::regex_match(Names(), std::regex("file file\\.[0-9a-f]{8}"))) << Names();
+  }
+  EXPECT_EQ("file", Names());
+  EXPECT_EQ("old", ReadText(Target()));
+}
+
+TEST_F(Replacing, RemovesALeftoverOfAFixedNameAndFollowsNoLink) {
+  const auto victim = m_Folder.Path() / "victim";
+  WriteText(victim, "precious");
+  std::filesystem::create_symlink(victim, m_Folder.Path() / "draft");
+  Base::FileReplacement replacement(Folder(), "file");
+  ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
+  ASSERT_EQ(0, replacement.Write("new"));
+  ASSERT_EQ(0, replacement.Install());
+  EXPECT_EQ("precious", ReadText(victim));
+  EXPECT_EQ("new", ReadText(Target()));
+  EXPECT_EQ("file victim", Names());
+}
+
+TEST_F(Replacing, CreatesTheDraftWithTheModeThatIsAskedFor) {
+  Base::FileReplacement replacement(Folder(), "file");
+  ASSERT_EQ(0, replacement.OpenDraft("draft", 0640));
+  struct stat status {};
+  ASSERT_EQ(0, fstat(replacement.Draft().Get(), &status));
+  EXPECT_EQ(0640U, status.st_mode & 07777);
+}
+
+TEST_F(Replacing, HandsOverTheNewFile) {
+  Base::FileReplacement replacement(Folder(), "file");
+  ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
+  ASSERT_EQ(0, replacement.Write("new"));
+  ASSERT_EQ(0, replacement.Install());
+  const Base::Descriptor file = replacement.TakeFile();
+  char text[4] = "";
+  EXPECT_EQ(3, pread(file.Get(), text, 3, 0));
+  EXPECT_STREQ("new", text);
+}
+
+TEST_F(Replacing, ReportsAFolderInTheTargetsPlace) {
+  std::filesystem::remove(Target());
+  std::filesystem::create_directory(Target());
+  {
+    Base::FileReplacement replacement(Folder(), "file");
+    ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
+    ASSERT_EQ(0, replacement.Write("new"));
+    EXPECT_EQ(EISDIR, replacement.Install());
+  }
+  EXPECT_EQ("file", Names());
+}
+
+TEST_F(Replacing, ReportsAMissingFolder) {
+  Base::FileReplacement replacement(Folder(), "file");
+  std::filesystem::remove_all(m_Folder.Path());
+  EXPECT_EQ(ENOENT, replacement.OpenUniqueDraft("file.", 0600));
+  EXPECT_EQ(ENOENT, replacement.OpenDraft("draft", 0600));
+}
+
+// In a process of its own, whose files may not grow.
+TEST_F(Replacing, LeavesTheOldFileWhenTheDiskIsFull) {
+  const pid_t child = fork();
+  if (child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit = {2, 2};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    int error = 0;
+    {
+      Base::FileReplacement replacement(Folder(), "file");
+      if (replacement.OpenDraft("draft", 0600) != 0) _exit(1);
+      error = replacement.Write("new");
+    }
+    _exit(error == EFBIG ? 0 : 2);
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  EXPECT_EQ("old", ReadText(Target()));
+  EXPECT_EQ("file", Names());
+}
+
+}  // namespace

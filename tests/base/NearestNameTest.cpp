@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include "base/NearestName.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+struct Case {
+  const char* m_What;
+  std::string m_Word;
+  Names m_Names;
+  std::size_t m_Slips;
+  const char* m_Nearest;  // "" for none
+};
+
+const Case kCases[] = {
+    {"missing letter", "detch", {"attach", "detach"}, 1, "detach"},
+    {"inserted letter", "pci_buss", {"pci_bus", "pci_device"}, 1, "pci_bus"},
+    {"wrong letter", "pci_buz", {"pci_device", "pci_bus"}, 1, "pci_bus"},
+    {"exchanged letters", "hsow", {"show", "how2"}, 1, "show"},
+    {"other case", "STATUS", {"status"}, 0, "status"},
+    {"beginning of a name", "compl", {"completion"}, 1, "completion"},
+    {"slip in a beginning",
+     "completoin-for",
+     {"completion-for-the-shells"},
+     1,
+     "completion-for-the-shells"},
+    {"two wrong letters, one allowed", "taps", {"type"}, 1, ""},
+    {"two wrong letters, two allowed", "taps", {"type"}, 2, "type"},
+    {"three wrong letters, two allowed", "taxs", {"type"}, 2, ""},
+    {"one slip for three letters", "vsl_opened", {"vsl_open"}, 1, "vsl_open"},
+    {"same first letter wins", "cat", {"bat", "car"}, 1, "car"},
+    {"shortest wins", "show", {"shows1", "shows"}, 2, "shows"},
+    {"first wins", "card7", {"card0", "card1"}, 2, "card0"},
+    {"nothing near", "flux", {"attach", "detach"}, 1, ""},
+    {"no names", "attach", {}, 1, ""},
+};
+
+TEST(NearestName, IsTheNameThatWasProbablyMeant) {
+  for (const Case& each : kCases) {
+    const std::string* found = Base::NearestName(each.m_Word, each.m_Names, each.m_Slips);
+    EXPECT_EQ(each.m_Nearest, found == nullptr ? "" : *found) << each.m_What;
+  }
+}
+
+TEST(NearestName, IgnoresWordsOfMoreThan64Letters) {
+  const Names names = {std::string(64, 'x')};
+  EXPECT_EQ(&names[0], Base::NearestName(std::string(64, 'x'), names, 1));
+  EXPECT_EQ(nullptr, Base::NearestName(std::string(65, 'x'), names, 1));
+}
+
+}  // namespace

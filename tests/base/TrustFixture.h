@@ -1,0 +1,68 @@
+// Files, links and folders of this user and of others, in a folder of the test's own.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "tests/hostkit/records/Surroundings.h"
+
+constexpr uid_t kStranger = 65534;
+
+inline bool IsRoot() {
+  return geteuid() == 0;
+}
+
+// As long as it lives, the process has the rights of an ordinary user.
+class AsUser {
+ public:
+  explicit AsUser(uid_t user) {
+    if (seteuid(user) != 0) std::abort();
+  }
+  ~AsUser() {
+    if (seteuid(0) != 0) std::abort();
+  }
+  AsUser(const AsUser&) = delete;
+  AsUser& operator=(const AsUser&) = delete;
+};
+
+class TrustFixture : public testing::Test {
+ protected:
+  using Path = std::filesystem::path;
+
+  TrustFixture() { chmod(m_Folder.Path().c_str(), 0755); }
+
+  static void SkipUnlessRoot() {
+    if (!IsRoot()) GTEST_SKIP() << "only root can create the files of another user";
+  }
+
+  Path Folder(const std::string& name, mode_t mode) const {
+    const Path folder = m_Folder.Path() / name;
+    std::filesystem::create_directory(folder);
+    chmod(folder.c_str(), mode);
+    return folder;
+  }
+  static Path File(const Path& file, mode_t mode = 0644) {
+    WriteText(file, "text");
+    chmod(file.c_str(), mode);
+    return file;
+  }
+  static Path Link(const Path& target, const Path& link) {
+    std::filesystem::create_symlink(target, link);
+    return link;
+  }
+  static Path Give(const Path& file, uid_t user = kStranger) {
+    EXPECT_EQ(lchown(file.c_str(), user, user), 0);
+    return file;
+  }
+
+  // An objection without the folder of the test.
+  std::string WithoutRoot(const std::string& objection) const {
+    const std::string prefix = m_Folder.Path().string() + "/";
+    return objection.rfind(prefix, 0) == 0 ? objection.substr(prefix.size()) : objection;
+  }
+
+  TemporaryFolder m_Folder;
+};

@@ -1,0 +1,35 @@
+// An ini file that another user could have put in place.
+#include "tests/base/TrustFixture.h"
+#include "tests/hostkit/records/ConfigFolder.h"
+
+namespace {
+
+class ConfigFileTrust : public TrustFixture {
+ protected:
+  void SetUp() override { SkipUnlessRoot(); }
+};
+
+TEST_F(ConfigFileTrust, AStrangersIniFileIsUnreadableAndLeftAsItIs) {
+  ConfigFolder config;
+  const auto shared = Folder("shared", 01777);
+  config.MoveTo(shared);
+  WriteText(shared / "Corvane.ini", "PollInterval=7\n");
+  Give(shared / "Corvane.ini");
+  EXPECT_EQ(config.Read("PollInterval"), "2");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(ReadText(shared / "Corvane.ini"), "PollInterval=7\n");
+}
+
+TEST_F(ConfigFileTrust, AStrangersLinkLeadsNoIniFileAnywhere) {
+  ConfigFolder config;
+  const auto shared = Folder("shared", 01777);
+  const auto own = Folder("own", 0755);
+  WriteText(own / "target", "PollInterval=7\n");
+  Give(Link(own / "target", shared / "Corvane.ini"));
+  config.MoveTo(shared);
+  EXPECT_EQ(config.Read("PollInterval"), "2");
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(ReadText(own / "target"), "PollInterval=7\n");
+}
+
+}  // namespace
