@@ -1,7 +1,10 @@
-// The host's toolkit: threads and waits, delegates, time, tracing, module identity, PCI look-up.
+// The host's toolkit: threads and waits, delegates, time, tracing, module identity, PCI lookup.
 //
-// Declarations only: the toolkit library brings the members. Unless a comment says otherwise, a
-// member may be called from any thread.
+// Declarations only; the toolkit library defines the members. Unless a comment says otherwise, a
+// member may be called from any thread and throws nothing but std::bad_alloc.
+//
+// Every wait is a cancellation point: `CThread::Cancel` unwinds the stack of a thread that waits.
+// Timeouts are in milliseconds; 0 tests without waiting, WAIT_INFINITE waits without a limit.
 #pragma once
 
 #include <atomic>
@@ -12,20 +15,24 @@
 #include <vector>
 
 #include "host/Visibility.h"
+#include "host/own/ThreadSafety.h"
 
 namespace MBX {
 
 namespace Delegates_and_Calls {
 
-// A call that can be made later, on another thread.
+// A call that can be made later, on another thread. The delegate keeps a plain pointer to the
+// object that is called; the object must outlive the call.
 class HOST_API CDelegate {
  public:
   virtual ~CDelegate();
+  // Makes the call on the calling thread and returns its result. Lets its exceptions pass.
   virtual unsigned int Call() = 0;
+  // An independent copy, owned by the caller.
   virtual std::unique_ptr<CDelegate> Clone() const = 0;
 };
 
-// An object and one of its member functions. The object must outlive the call.
+// A member function without arguments.
 template <class CCall, class R>
 class TDelegateR0 final : public CDelegate {
  public:
@@ -41,7 +48,8 @@ class TDelegateR0 final : public CDelegate {
   Member m_Member;
 };
 
-// The same with one argument, of which the delegate keeps a copy of its own.
+// A member function with one argument. The delegate keeps a copy of the argument, so the original
+// may be gone when the call is made.
 template <class CCall, class R, class A>
 class TDelegateR1 final : public CDelegate {
  public:
@@ -63,26 +71,34 @@ class TDelegateR1 final : public CDelegate {
 
 namespace Threading {
 
-constexpr unsigned int WAIT_INFINITE = 0xFFFFFFFF;  // a time-out in milliseconds
+constexpr unsigned int WAIT_INFINITE = 0xFFFFFFFF;  // as a timeout: no limit
+
+// Results of a wait.
 constexpr unsigned int WAIT_FAILED = 0;
 constexpr unsigned int WAIT_SUCCEEDED = 1;
 constexpr unsigned int WAIT_TIMED_OUT = 130;
 
 namespace Native_OS {
 
-// A recursive lock. Unusable until `Init` gave 1: before that every wait fails.
-class HOST_API CFastMutex {
+// A recursive lock: its owner may take it again, and releases it as often. Unusable until `Init`
+// has returned 1; until then every wait fails.
+//
+// Prefer `CSyncGuard`. For clang's analysis only guards take the lock, since it cannot tell the
+// results of `Wait` apart.
+class HOST_CAPABILITY HOST_API CFastMutex {
  public:
   CFastMutex();
   ~CFastMutex();
   CFastMutex(const CFastMutex&) = delete;
   CFastMutex& operator=(const CFastMutex&) = delete;
 
-  // 1 on success.
+  // Makes the lock usable. 1 on success, else 0.
   int Init();
-  // WAIT_SUCCEEDED, WAIT_TIMED_OUT or WAIT_FAILED.
+  // Takes the lock for the calling thread. WAIT_SUCCEEDED; WAIT_TIMED_OUT if another thread kept it
+  // for `timeoutMs`; WAIT_FAILED if the lock is unusable. Only the first result means "held".
   unsigned int Wait(unsigned int timeoutMs);
-  // By the thread that holds the lock, once for each successful wait.
+  // Undoes one successful wait of the calling thread. Does nothing if the calling thread does not
+  // hold the lock.
   void Release();
 
  private:
@@ -92,8 +108,9 @@ class HOST_API CFastMutex {
 
 }  // namespace Native_OS
 
-// A flag that threads wait for. Unusable until `Init` gave 1. An event that is not manual-reset
-// is cleared by the wait that it ends, and ends one wait only.
+// A flag that threads wait for. Unusable until `Init` has returned 1; until then every wait fails
+// and the flag cannot be set. Unless it is manual-reset, the wait that the event ends clears it, so
+// that it ends one wait only.
 class HOST_API CEvent {
  public:
   CEvent();
@@ -101,11 +118,14 @@ class HOST_API CEvent {
   CEvent(const CEvent&) = delete;
   CEvent& operator=(const CEvent&) = delete;
 
-  // 1 on success.
+  // Makes the event usable. 1 on success, else 0.
   int Init(bool initiallySet, bool manualReset);
+  // Sets the flag, and wakes one waiting thread, or all of them if the event is manual-reset.
   void Set();
+  // Clears the flag.
   void Reset();
-  // WAIT_SUCCEEDED, WAIT_TIMED_OUT or WAIT_FAILED.
+  // Waits until the flag is set. WAIT_SUCCEEDED; WAIT_TIMED_OUT after `timeoutMs`; WAIT_FAILED if
+  // the event is unusable.
   unsigned int Wait(unsigned int timeoutMs);
 
  private:
@@ -114,19 +134,22 @@ class HOST_API CEvent {
   std::shared_ptr<State> m_pState;
 };
 
-// Milliseconds that are left of a span that began at construction or at the last `Restart`. For
-// use by one thread.
+// How much of a duration is left, to share one timeout between several waits. For use by one
+// thread.
 class HOST_API CWaitInterval {
  public:
-  explicit CWaitInterval(unsigned int spanMs);
-  void Restart(unsigned int spanMs);
+  // The duration, in milliseconds, starts now. WAIT_INFINITE never ends.
+  explicit CWaitInterval(unsigned int durationMs);
+  // A new duration starts now.
+  void Restart(unsigned int durationMs);
+  // The milliseconds that are left: 0 when the duration is over, WAIT_INFINITE if it never ends.
   operator unsigned int() const;
 
  private:
   std::uint64_t m_DeadlineMs;
 };
 
-// Waits for any or all of several events, which must outlive it. For use by one thread.
+// Waits for one or all of several events. For use by one thread; the events may be set by any.
 class HOST_API CWaiter {
  public:
   CWaiter();
@@ -134,20 +157,27 @@ class HOST_API CWaiter {
   CWaiter(const CWaiter&) = delete;
   CWaiter& operator=(const CWaiter&) = delete;
 
+  // Adds an event to wait for. It must outlive the waiter.
   void Add(CEvent& event);
-  // The position of the signalled event in the order of `Add`, counted from 1; the first one when
-  // several are set, or when all were awaited. WAIT_TIMED_OUT, or WAIT_FAILED with no usable event.
+  // Waits until one event is set, or, with `all`, until all are set at the same time. Returns the
+  // 1-based position, in the order of `Add`, of the event that ended the wait, which is the first
+  // one if several are set or with `all`. WAIT_TIMED_OUT after `timeoutMs`. Unusable events are
+  // left out; WAIT_FAILED if no event is left. Of the events that are not manual-reset, clears the
+  // one that ended the wait, or, with `all`, each.
   unsigned int Wait(unsigned int timeoutMs, bool all);
 
  private:
   std::vector<std::shared_ptr<CEvent::State>> m_Events;
 };
 
-// A lock that is held as long as this object lives.
-class HOST_API CSyncGuard {
+// Holds a lock as long as it lives. It does not report whether its wait succeeded: give it
+// WAIT_INFINITE and a usable lock, as clang's analysis assumes. To be destroyed by the thread that
+// constructed it.
+class HOST_SCOPED_CAPABILITY HOST_API CSyncGuard {
  public:
-  CSyncGuard(Native_OS::CFastMutex& lock, unsigned int timeoutMs);
-  ~CSyncGuard();
+  // Waits for `lock`, which must outlive the guard. A wait that fails leaves nothing to release.
+  CSyncGuard(Native_OS::CFastMutex& lock, unsigned int timeoutMs) HOST_ACQUIRE(lock);
+  ~CSyncGuard() HOST_RELEASE();
   CSyncGuard(const CSyncGuard&) = delete;
   CSyncGuard& operator=(const CSyncGuard&) = delete;
 
@@ -156,8 +186,8 @@ class HOST_API CSyncGuard {
   bool m_Held;
 };
 
-// A thread. Deleting the object is allowed at any time: a thread that still runs goes on by
-// itself, and one that has ended is joined.
+// A thread. The object may be destroyed at any time: a thread that still runs continues detached,
+// and one that has ended is joined. An exception that leaves the thread's call ends the process.
 class HOST_API CThread {
  public:
   CThread();
@@ -165,16 +195,16 @@ class HOST_API CThread {
   CThread(const CThread&) = delete;
   CThread& operator=(const CThread&) = delete;
 
-  // Starts the thread on a copy of `delegate`; 1 on success. `suspended` must be false. A second
-  // start of the same object fails.
+  // Starts a thread that makes the call of a copy of `delegate`. 1 on success; 0 if the system
+  // refuses, if this object has already started a thread, or if `suspended` is true.
   int Create(const Delegates_and_Calls::CDelegate& delegate, bool suspended);
-  // WAIT_SUCCEEDED when the thread has ended, WAIT_TIMED_OUT while it runs, WAIT_FAILED when none
-  // was created.
+  // Waits for the thread to end. WAIT_SUCCEEDED, also after a cancellation; WAIT_TIMED_OUT if it
+  // still runs after `timeoutMs`; WAIT_FAILED if none was created.
   unsigned int Wait(unsigned int timeoutMs);
-  // The native thread, or 0 when none was created. Not for joining.
+  // The native thread, or 0 if none was created. Still owned by this object: not for joining.
   unsigned long GetHandle() const;
-  // Asks the native thread to end at its next wait; its stack unwinds. A thread that has ended, or
-  // was never created, bears it.
+  // Asks the thread to end at its next cancellation point, where its stack unwinds. Does not wait
+  // for that. Has no effect if the thread has ended or none was created.
   void Cancel();
 
  private:
@@ -187,15 +217,17 @@ class HOST_API CThread {
 namespace Language_Support {
 namespace CLanguageSupport {
 
-// Texts of a plug-in in the languages of the host.
+// A plug-in's texts in the languages of the host. Immutable.
 class HOST_API CLngFile {
  public:
-  // Nothing is copied: file, encoding and defaults must outlive the object.
+  // `defaults` are the `defaultCount` texts to use without a language file. Nothing is copied:
+  // file, encoding and defaults must outlive the object.
   CLngFile(const char* file, unsigned int language, const char* encoding, unsigned int,
            const char** defaults, unsigned long defaultCount);
   ~CLngFile();
 
-  // The text at `index`, from 0; empty beyond the end.
+  // The text at the 0-based `index`, or an empty one beyond the end; never nullptr. It lives as
+  // long as the defaults.
   const char* GetText(unsigned long index) const;
 
   const char* const m_File;
@@ -207,6 +239,7 @@ class HOST_API CLngFile {
   const char** m_Defaults;
 };
 
+// One row of a module's list of error messages.
 struct HOST_API ERROR_MSG_LIST {
   std::uint64_t m_MessageCode;
   std::uint64_t m_Reserved[3];
@@ -217,13 +250,15 @@ struct HOST_API ERROR_MSG_LIST {
 
 namespace Misc {
 
-// Milliseconds since the epoch; never runs backwards.
+// Milliseconds since the epoch. Never less than an earlier result in this process, even if the
+// system's clock is set back.
 HOST_API unsigned long now();
 
-// What a module is to the toolkit. One object per module, made at load time.
+// Identifies a module to the toolkit: one object per module, with static lifetime.
 class HOST_API CModuleInfo {
  public:
-  // Nothing is copied: everything pointed to must outlive the object.
+  // Registers the module for tracing; the destructor removes it. Nothing is copied: everything
+  // pointed to must outlive the object.
   CModuleInfo(unsigned int module, const char* name, const char* version,
               Language_Support::CLanguageSupport::CLngFile* languageFile,
               Language_Support::CLanguageSupport::ERROR_MSG_LIST* messages);
@@ -236,7 +271,7 @@ class HOST_API CModuleInfo {
   const char* const m_Version;
   Language_Support::CLanguageSupport::CLngFile* const m_pLanguageFile;
   Language_Support::CLanguageSupport::ERROR_MSG_LIST* const m_pMessages;
-  // One bit per level. The toolkit changes it while threads read it.
+  // One bit per trace level. The toolkit changes it while other threads read it.
   std::atomic<std::uint32_t> m_TraceMask;
 };
 
@@ -244,16 +279,19 @@ class HOST_API CModuleInfo {
 
 namespace Internals {
 
-// One trace line on its way to the sink; sent when destroyed. For use by one thread.
+// One trace line, written when the object is destroyed. For use by one thread. The destructor never
+// throws: a line that cannot be written is lost.
 class HOST_API CTraceStreamBuffer {
  public:
-  // The texts must outlive the object.
+  // `level` is one bit of the module's trace mask; whether it is set is for the caller to check.
+  // The module and the texts must outlive the object.
   CTraceStreamBuffer(unsigned int level, const Misc::CModuleInfo& module, const char* file,
                      const char* function, int line);
   ~CTraceStreamBuffer();
   CTraceStreamBuffer(const CTraceStreamBuffer&) = delete;
   CTraceStreamBuffer& operator=(const CTraceStreamBuffer&) = delete;
 
+  // Adds to the end of the line's text.
   void Append(const std::string& text);
 
  private:
@@ -269,17 +307,22 @@ class HOST_API CTraceStreamBuffer {
 
 namespace Output_Streams {
 
-// Fills the placeholders "%d", "0x%x" and "%s" of a format in order, and gives the text to the
-// buffer when destroyed. A value too many is dropped; a placeholder too many stays.
+// Replaces the placeholders "%d", "0x%x" and "%s" of a format in order, and appends the text to the
+// buffer when destroyed. Extra values are dropped; extra placeholders remain as they are. For use
+// by one thread.
 class HOST_API CFormatStream {
  public:
+  // The buffer must outlive the object; the format is copied.
   CFormatStream(Internals::CTraceStreamBuffer& buffer, const char* format);
   ~CFormatStream();
   CFormatStream(const CFormatStream&) = delete;
   CFormatStream& operator=(const CFormatStream&) = delete;
 
+  // Replaces the next placeholder by the number: "0x%x" by "0x" and hexadecimal digits, any other
+  // by decimal digits. Returns this object.
   CFormatStream& FormatInt(unsigned int value);
   CFormatStream& FormatInt(unsigned long value);
+  // Replaces the next placeholder, of whatever kind, by the text. Returns this object.
   CFormatStream& operator<<(const char* text);
   CFormatStream& operator<<(const std::string& text);
 
@@ -295,16 +338,17 @@ class HOST_API CFormatStream {
 
 namespace MBXX {
 
+// Questions about the machine's hardware.
 class HOST_API CConfigManager {
  public:
-  // Looks on the PCI bus for the `count`-th device, counted from 1 in order of segment, bus, device
-  // and function, that has one of the identities: vendor and device as eight hexadecimal digits.
-  // The outputs are set only when the result is true.
+  // Finds the `count`-th device on the PCI bus, 1-based in order of segment, bus, device and
+  // function, that has one of the `ids`: vendor and device as eight hexadecimal digits. Returns
+  // whether there is one; otherwise the four outputs are unchanged. Reads the bus at every call.
   static bool GetLocation(const std::vector<std::string>& ids, unsigned long count, int& segment,
                           int& bus, int& device, int& function);
 };
 
-// A moment broken down in universal time.
+// A date and time of day in UTC.
 struct HOST_API CSystemDate_Lx {
   std::uint32_t m_Year;
   std::uint32_t m_Month;      // from 1
@@ -317,9 +361,10 @@ struct HOST_API CSystemDate_Lx {
   std::uint32_t m_Milliseconds;
 };
 
+// Conversions of the system's time.
 class HOST_API CSystemTime_Lx {
  public:
-  // `milliseconds` since the epoch.
+  // Sets all members of `date` from milliseconds since the epoch.
   static void GetDate(unsigned long milliseconds, CSystemDate_Lx& date);
 };
 

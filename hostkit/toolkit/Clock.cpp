@@ -51,16 +51,16 @@ std::uint64_t SteadyNowMs() {
   return static_cast<std::uint64_t>(HostKit::SteadyNowNs() / HostKit::kNsPerMs);
 }
 
-std::uint64_t DeadlineAfter(unsigned int spanMs) {
-  return spanMs == WAIT_INFINITE ? kNoDeadline : SteadyNowMs() + spanMs;
+std::uint64_t DeadlineAfter(unsigned int durationMs) {
+  return durationMs == WAIT_INFINITE ? kNoDeadline : SteadyNowMs() + durationMs;
 }
 
 }  // namespace
 
-CWaitInterval::CWaitInterval(unsigned int spanMs) : m_DeadlineMs(DeadlineAfter(spanMs)) {}
+CWaitInterval::CWaitInterval(unsigned int durationMs) : m_DeadlineMs(DeadlineAfter(durationMs)) {}
 
-void CWaitInterval::Restart(unsigned int spanMs) {
-  m_DeadlineMs = DeadlineAfter(spanMs);
+void CWaitInterval::Restart(unsigned int durationMs) {
+  m_DeadlineMs = DeadlineAfter(durationMs);
 }
 
 CWaitInterval::operator unsigned int() const {
