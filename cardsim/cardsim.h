@@ -25,6 +25,10 @@ class CARDSIM_API NoSuchThing : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The name of a value of `iom_state`, such as "attached" for 2. A value that no state has is
+// "failed", as a host treats it. Static text; may be called by any thread.
+CARDSIM_API const char* CardStateName(std::uint64_t state);
+
 // A file of simulated cards. Each edit is one change under the file's lock; other processes and
 // the open library see it when they next name or open a card, and a status mask at its next read.
 // Throws `std::runtime_error` with a one-line text when the file is missing or damaged or a value

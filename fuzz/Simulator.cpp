@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "cardsim/Scenario.h"
 #include "cardsim/cardsim.h"
+#include "cardsim/scenario/Scenario.h"
 #include "fuzz/Folder.h"
 #include "fuzz/Require.h"
 #include "fuzz/Targets.h"

@@ -308,7 +308,7 @@ const RefusedCall kRefusedCalls[] = {
        return vsl_iom_format_set_sector_size_bytes(Made(vsl_iom_format_create, card, err), 8192,
                                                    err);
      }},
-    {"vsl_op_start", 6, "not possible: the card is attached",
+    {"vsl_op_start", 6, "not possible in state attached",
      [](void* card, vsl_error_record* err) {
        return vsl_op_start(Made(vsl_iom_attach_create, card, err), err);
      }},

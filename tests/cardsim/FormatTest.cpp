@@ -88,7 +88,7 @@ TEST_F(Format, GivesNoAttributeToACardThatHasNone) {
 TEST_F(Format, IsRefusedOnAnAttachedCard) {
   File().Set("card0", "iom_state", "2");
   EXPECT_EQ(6U, vsl_op_start(m_Format, &m_Error));
-  EXPECT_STREQ("not possible: the card is attached", m_Error.text);
+  EXPECT_STREQ("not possible in state attached", m_Error.text);
   EXPECT_EQ("2", File().Get("card0", "iom_state"));
 }
 

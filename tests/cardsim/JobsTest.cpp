@@ -102,19 +102,17 @@ struct Rule {
 
 constexpr const char* kStarted = "started";
 const Rule kRules[] = {
-    {"0", kStarted, "not possible: the card is detached", "not possible: the card is detached"},
-    {"1", "not possible: the card is attaching", "not possible: the card is attaching",
-     "not possible: the card is attaching"},
-    {"2", "not possible: the card is attached", kStarted, kStarted},
-    {"3", "not possible: the card is detaching", "not possible: the card is detaching",
-     "not possible: the card is detaching"},
-    {"4", "not possible: the card is busy", "not possible: the card is busy",
-     "not possible: the card is busy"},
-    {"5", "not possible: the card is in minimal mode", "not possible: the card is in minimal mode",
-     kStarted},
-    {"6", "not possible: the card is failed", "not possible: the card is failed", kStarted},
-    {"7", "not possible: the card is stopped", "not possible: the card is stopped", kStarted},
-    {"9", "not possible: the card is failed", "not possible: the card is failed", kStarted},
+    {"0", kStarted, "not possible in state detached", "not possible in state detached"},
+    {"1", "not possible in state attaching", "not possible in state attaching",
+     "not possible in state attaching"},
+    {"2", "not possible in state attached", kStarted, kStarted},
+    {"3", "not possible in state detaching", "not possible in state detaching",
+     "not possible in state detaching"},
+    {"4", "not possible in state busy", "not possible in state busy", "not possible in state busy"},
+    {"5", "not possible in state minimal", "not possible in state minimal", kStarted},
+    {"6", "not possible in state failed", "not possible in state failed", kStarted},
+    {"7", "not possible in state stopped", "not possible in state stopped", kStarted},
+    {"9", "not possible in state failed", "not possible in state failed", kStarted},
 };
 
 class StateRules : public Jobs, public ::testing::WithParamInterface<Rule> {};

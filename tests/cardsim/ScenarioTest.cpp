@@ -1,4 +1,4 @@
-#include "cardsim/Scenario.h"
+#include "cardsim/scenario/Scenario.h"
 #include "tests/cardsim/Fixture.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "cardsim/Scenario.h"
+#include "cardsim/scenario/Scenario.h"
 #include "hostkit/Texts.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/SimulatedHost.h"

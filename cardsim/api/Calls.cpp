@@ -1,0 +1,120 @@
+#include "cardsim/api/Calls.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+#include "cardsim/api/Refusal.h"
+#include "cardsim/store/FunctionNames.h"
+
+namespace CardSim {
+namespace {
+
+struct OrderedFailure {
+  std::string function;
+  unsigned int passing;  // calls that still succeed
+  unsigned int failing;  // calls that fail after them
+  Refusal refusal;
+};
+
+struct Watch {
+  std::atomic<bool> active{false};
+  std::mutex mutex;
+  bool logging = false;
+  std::vector<Call> log;
+  Hook hook;
+  std::vector<OrderedFailure> failures;
+};
+
+Watch& TheWatch() {
+  // Never destroyed: threads may still call while the process ends.
+  static auto* watch = new Watch;
+  return *watch;
+}
+
+// Counts this call, and says whether it is one that must fail.
+bool Hits(OrderedFailure& order) {
+  if (order.passing > 0) {
+    --order.passing;
+    return false;
+  }
+  if (order.failing == 0) return false;
+  --order.failing;
+  return true;
+}
+
+}  // namespace
+
+std::string Call::text() const {
+  std::string line = function;
+  if (!handle.empty()) line += " " + handle;
+  if (!argument.empty()) line += " " + argument;
+  return line;
+}
+
+bool IsWatched() {
+  return TheWatch().active.load(std::memory_order_acquire);
+}
+
+Hook LogCall(const Call& call) {
+  Watch& watch = TheWatch();
+  const std::lock_guard<std::mutex> lock(watch.mutex);
+  if (watch.logging) watch.log.push_back(call);
+  return watch.hook;
+}
+
+void ThrowOrderedFailure(const std::string& function) {
+  Watch& watch = TheWatch();
+  const std::lock_guard<std::mutex> lock(watch.mutex);
+  const Refusal* hit = nullptr;
+  // Every order counts every call, so that two of them do not shift each other.
+  for (OrderedFailure& order : watch.failures) {
+    if (order.function == function && Hits(order) && hit == nullptr) hit = &order.refusal;
+  }
+  if (hit != nullptr) throw Refusal(*hit);
+}
+
+void ResetCalls() {
+  Watch& watch = TheWatch();
+  const std::lock_guard<std::mutex> lock(watch.mutex);
+  watch.logging = true;
+  watch.log.clear();
+  watch.hook.reset();
+  watch.failures.clear();
+  watch.active.store(true, std::memory_order_release);
+}
+
+std::vector<Call> CallLog() {
+  Watch& watch = TheWatch();
+  const std::lock_guard<std::mutex> lock(watch.mutex);
+  return watch.log;
+}
+
+std::vector<std::string> CallTexts() {
+  std::vector<std::string> texts;
+  for (const Call& call : CallLog()) texts.push_back(call.text());
+  return texts;
+}
+
+void FailCall(const std::string& function, unsigned int nth, std::uint64_t code,
+              const std::string& text, unsigned int times) {
+  CheckFunction(function);
+  if (nth == 0) throw std::runtime_error("calls are counted from 1");
+  if (code == 0) throw std::runtime_error("code 0 is success, no failure");
+  Watch& watch = TheWatch();
+  const std::lock_guard<std::mutex> lock(watch.mutex);
+  watch.failures.push_back({function, nth - 1, times, {code, text}});
+  watch.active.store(true, std::memory_order_release);
+}
+
+void SetHook(std::function<void(const Call&)> hook) {
+  Watch& watch = TheWatch();
+  const std::lock_guard<std::mutex> lock(watch.mutex);
+  watch.hook.reset();
+  if (hook) watch.hook = std::make_shared<std::function<void(const Call&)>>(std::move(hook));
+  watch.active.store(true, std::memory_order_release);
+}
+
+}  // namespace CardSim

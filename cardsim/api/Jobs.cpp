@@ -1,0 +1,177 @@
+#include "cardsim/api/Jobs.h"
+
+#include <boost/chrono/duration.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "cardsim/api/Format.h"
+#include "cardsim/cardsim.h"
+#include "cardsim/store/RunningJobs.h"
+
+namespace CardSim {
+namespace {
+
+std::uint32_t StateOf(const Card& card) {
+  const auto& state = At(card.values, Attribute::iom_state);
+  if (!state) throw Refusal{kNotSupported, "the card tells no state"};
+  return ValueAs<std::uint32_t>(*state);
+}
+
+[[noreturn]] void RefuseIn(std::uint32_t state) {
+  throw Refusal{kWrongState, std::string("not possible in state ") + CardStateName(state)};
+}
+
+void CheckDetached(const Card& card, const JobPlan&) {
+  const std::uint32_t state = StateOf(card);
+  if (state != VSL_STATE_DETACHED) RefuseIn(state);
+}
+
+// Force takes every card that is at rest and not yet detached, in use or not.
+void CheckDetachable(const Card& card, const JobPlan& plan) {
+  const std::uint32_t state = StateOf(card);
+  const bool resting = state == VSL_STATE_ATTACHED || state > VSL_STATE_BUSY;
+  if (!resting || (!plan.force && state != VSL_STATE_ATTACHED)) RefuseIn(state);
+  if (!plan.force && Read(card.values, Attribute::in_use, false)) {
+    throw Refusal{kInUse, "the card is in use"};
+  }
+}
+
+void ApplyNothing(Card&, const JobPlan&) {}
+
+struct JobRow {
+  HandleKind kind;
+  const char* name;
+  std::uint32_t during;
+  std::uint32_t after;
+  Attribute duration;
+  void (*check)(const Card&, const JobPlan&);
+  void (*apply)(Card&, const JobPlan&);
+};
+
+constexpr JobRow kJobRows[] = {
+    {HandleKind::Attach, "attach", VSL_STATE_ATTACHING, VSL_STATE_ATTACHED, Attribute::attach_ms,
+     CheckDetached, ApplyNothing},
+    {HandleKind::Detach, "detach", VSL_STATE_DETACHING, VSL_STATE_DETACHED, Attribute::detach_ms,
+     CheckDetachable, ApplyNothing},
+    {HandleKind::Format, "format", VSL_STATE_BUSY, VSL_STATE_DETACHED, Attribute::format_ms,
+     CheckDetached, ApplyFormat},
+};
+
+const JobRow& RowOf(HandleKind kind) {
+  for (const JobRow& row : kJobRows) {
+    if (row.kind == kind) return row;
+  }
+  throw Refusal{kBadHandle, "no job"};
+}
+
+void SetState(Card& card, std::uint64_t state) {
+  At(card.values, Attribute::iom_state) = state;
+}
+
+bool Holds(const Card& card, const JobMark& mark) {
+  return card.job && card.job->owner == mark.owner && card.job->number == mark.number;
+}
+
+// Ends the job when its wait is left, and puts the card back unless that is by the job's own end:
+// a canceled thread unwinds through here.
+class EndOfWait {
+ public:
+  EndOfWait(StorePtr store, std::uint64_t job) : m_Store(std::move(store)), m_Job(job) {}
+  ~EndOfWait() {
+    if (m_IsDone) {
+      EndJob(m_Job);
+    } else {
+      AbandonJob(m_Store, m_Job);
+    }
+  }
+  EndOfWait(const EndOfWait&) = delete;
+  EndOfWait& operator=(const EndOfWait&) = delete;
+  void Done() { m_IsDone = true; }
+
+ private:
+  const StorePtr m_Store;
+  const std::uint64_t m_Job;
+  bool m_IsDone = false;
+};
+
+}  // namespace
+
+void StartJob(Session& session, Handle& handle) {
+  const JobRow& row = RowOf(handle.kind);
+  JobPlan plan = handle.plan;
+  if (plan.phase != JobPhase::Prepared) throw Refusal{kWrongState, "the job was started before"};
+  RunningJob running;
+  plan.mark = {row.name, ThisProcess(), running.Number(), 0};
+  // Taken before the lock is let go, so that only one thread starts it.
+  handle.plan.phase = JobPhase::Ended;
+  try {
+    session.EditCard(handle.cardId, [&](Card& card) {
+      row.check(card, plan);
+      plan.mark.previousState = StateOf(card);
+      plan.milliseconds = Read<std::uint32_t>(card.values, row.duration, 0);
+      SetState(card, row.during);
+      card.job = plan.mark;
+      return true;
+    });
+  } catch (...) {
+    session.Lock();
+    handle.plan.phase = JobPhase::Prepared;
+    throw;
+  }
+  running.Keep();
+  plan.phase = JobPhase::Started;
+  handle.plan = std::move(plan);
+}
+
+void WaitForJob(Session& session, Handle& handle) {
+  const JobRow& row = RowOf(handle.kind);
+  const JobPlan& plan = handle.plan;
+  if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is under way"};
+  EndOfWait end(session.Store(), plan.mark.number);
+  // From here on the plan is in the hands of this call alone.
+  handle.plan.phase = JobPhase::Ended;
+  session.Unlock();
+  if (plan.milliseconds > 0) {
+    boost::this_thread::sleep_for(boost::chrono::milliseconds(plan.milliseconds));
+  }
+  session.EditCard(handle.cardId, [&](Card& card) {
+    if (!Holds(card, plan.mark)) throw Refusal{kWrongState, "the card left the job"};
+    card.job.reset();
+    SetState(card, row.after);
+    row.apply(card, plan);
+    return true;
+  });
+  end.Done();
+}
+
+void AbandonJob(const StorePtr& store, std::uint64_t job) noexcept {
+  EndJob(job);
+  DropEndedJobs(store);
+}
+
+void DropEndedJobs(const StorePtr& store) noexcept {
+  try {
+    store->Edit([](State&) { return false; });
+  } catch (const std::exception&) {
+    // There may be no memory, descriptor or room now. The next call tries again.
+    Library& library = TheLibrary();
+    const std::lock_guard<std::mutex> lock(library.mutex);
+    library.untidy = store;
+  }
+}
+
+void AbandonUnlessWaited(void* job) noexcept {
+  Library& library = TheLibrary();
+  StorePtr store;
+  std::uint64_t number = 0;
+  {
+    const std::lock_guard<std::mutex> lock(library.mutex);
+    const auto handle = library.ledger.Find(job);
+    if (handle == nullptr || handle->plan.phase != JobPhase::Started) return;
+    handle->plan.phase = JobPhase::Ended;
+    number = handle->plan.mark.number;
+    store = library.store;
+  }
+  AbandonJob(store, number);
+}
+
+}  // namespace CardSim

@@ -1,0 +1,127 @@
+#include "cardsim/api/Ledger.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace CardSim {
+namespace {
+
+constexpr const char* kKindNames[kHandleKinds] = {"card",   "walked", "adapter", "format",
+                                                  "attach", "detach", "volume"};
+
+// No address of this processor: bits 63 to 48 of a real one are all equal.
+constexpr std::uint64_t kTag = 0x5ca9;
+constexpr std::uint64_t kEpochMask = 0xfff;
+// Misuse that repeats itself for days must not fill the memory.
+constexpr std::size_t kMostMisuse = 1000;
+
+// What a handle's value is made of, from bit 63 down.
+struct HandleValue {
+  std::uint64_t tag;     // 16 bits
+  std::uint64_t epoch;   // 12 bits
+  std::uint64_t number;  // 32 bits
+  std::uint64_t kind;    // 4 bits
+};
+
+void* Pack(const HandleValue& value) {
+  const std::uint64_t bits =
+      value.tag << 48 | value.epoch << 36 | (value.number & 0xffffffff) << 4 | value.kind;
+  return reinterpret_cast<void*>(bits);
+}
+
+HandleValue Unpack(void* handle) {
+  const auto bits = reinterpret_cast<std::uintptr_t>(handle);
+  return {bits >> 48, bits >> 36 & kEpochMask, bits >> 4 & 0xffffffff, bits & 0xf};
+}
+
+bool IsUnderWay(const Handle& handle) {
+  return handle.plan.phase == JobPhase::Started;
+}
+
+}  // namespace
+
+std::shared_ptr<Handle> Ledger::Make(HandleKind kind, std::shared_ptr<const Card> card,
+                                     unsigned int life) {
+  auto handle = std::make_shared<Handle>();
+  const auto index = static_cast<std::size_t>(kind);
+  handle->kind = kind;
+  handle->self = Pack({kTag, m_Epoch, m_Made[index] + 1, index});
+  handle->life = life;
+  handle->cardId = card->id;
+  handle->card = std::move(card);
+  m_Handles[handle->self] = handle;
+  ++m_Made[index];
+  handle->sequence = ++m_Sequence;
+  return handle;
+}
+
+std::shared_ptr<Handle> Ledger::Find(void* handle) const {
+  const auto found = m_Handles.find(handle);
+  return found == m_Handles.end() ? nullptr : found->second;
+}
+
+void Ledger::Remove(Handle& handle) noexcept {
+  m_EndedTexts.End(handle.text);
+  for (void* volume : handle.volumes) m_Handles.erase(volume);
+  m_Handles.erase(handle.self);
+}
+
+const char* Ledger::Lend(Handle& handle, std::string_view text) {
+  m_EndedTexts.End(handle.text);
+  handle.text = LentText(text);
+  return handle.text.Get();
+}
+
+void Ledger::EndText(void* handle) noexcept {
+  const auto found = m_Handles.find(handle);
+  if (found != m_Handles.end()) m_EndedTexts.End(found->second->text);
+}
+
+void Ledger::EndTexts() noexcept {
+  for (const auto& [unused, handle] : m_Handles) m_EndedTexts.End(handle->text);
+}
+
+bool Ledger::WasMade(void* handle) const {
+  const HandleValue value = Unpack(handle);
+  return value.tag == kTag && value.epoch == m_Epoch && value.kind < kHandleKinds &&
+         value.number > 0 && value.number <= m_Made[value.kind];
+}
+
+std::string Ledger::Describe(void* handle) const {
+  if (handle == nullptr) return "null";
+  if (!WasMade(handle)) return "unknown";
+  const HandleValue value = Unpack(handle);
+  return std::string(kKindNames[value.kind]) + "#" + std::to_string(value.number);
+}
+
+std::vector<std::string> Ledger::Open() const {
+  std::vector<const Handle*> open;
+  for (const auto& [unused, handle] : m_Handles) {
+    const bool owned = handle->kind != HandleKind::Walked && handle->kind != HandleKind::Volume;
+    if (owned) open.push_back(handle.get());
+  }
+  std::sort(open.begin(), open.end(),
+            [](const Handle* a, const Handle* b) { return a->sequence < b->sequence; });
+  std::vector<std::string> names;
+  for (const Handle* handle : open) names.push_back(Describe(handle->self));
+  return names;
+}
+
+void Ledger::NoteMisuse(std::string line) {
+  if (m_Misuse.size() < kMostMisuse) m_Misuse.push_back(std::move(line));
+}
+
+std::vector<std::shared_ptr<Handle>> Ledger::Reset() {
+  std::vector<std::shared_ptr<Handle>> underWay;
+  for (const auto& [unused, handle] : m_Handles) {
+    if (IsUnderWay(*handle)) underWay.push_back(handle);
+  }
+  EndTexts();
+  m_Handles.clear();
+  std::fill(std::begin(m_Made), std::end(m_Made), 0);
+  m_Epoch = (m_Epoch + 1) & kEpochMask;
+  m_Misuse.clear();
+  return underWay;
+}
+
+}  // namespace CardSim

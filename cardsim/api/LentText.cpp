@@ -1,0 +1,47 @@
+#include "cardsim/api/LentText.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace CardSim {
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kFreesAtOnce = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kFreesAtOnce = true;
+#else
+constexpr bool kFreesAtOnce = false;
+#endif
+#else
+constexpr bool kFreesAtOnce = false;
+#endif
+
+// Stands in the place of every byte of a text that has ended.
+constexpr char kEnded = '~';
+// An empty text, too, has to look wrong afterwards.
+constexpr std::size_t kLeastRoom = 8;
+
+}  // namespace
+
+LentText::LentText(std::string_view text)
+    : m_Text(new char[std::max(text.size() + 1, kLeastRoom)]),
+      m_Room(std::max(text.size() + 1, kLeastRoom)) {
+  std::memcpy(m_Text.get(), text.data(), text.size());
+  m_Text[text.size()] = '\0';
+}
+
+void EndedTexts::End(LentText& text) noexcept {
+  if (text.m_Text == nullptr) return;
+  std::memset(text.m_Text.get(), kEnded, text.m_Room - 1);
+  text.m_Text[text.m_Room - 1] = '\0';
+  if (!kFreesAtOnce) {
+    m_Texts[m_Next] = std::move(text.m_Text);
+    m_Next = (m_Next + 1) % m_Texts.size();
+  }
+  text = LentText();
+}
+
+}  // namespace CardSim

@@ -1,0 +1,168 @@
+#include "cardsim/api/Library.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "cardsim/api/Calls.h"
+#include "cardsim/api/Jobs.h"
+
+namespace CardSim {
+
+Library& TheLibrary() {
+  static auto* library = new Library;
+  return *library;
+}
+
+Session::Session(const char* function, Freshness freshness)
+    : m_Function(function), m_Library(TheLibrary()), m_Lock(m_Library.mutex) {
+  if (!m_Library.isStarted) {
+    const char* when = m_Library.life == 0 ? "called before vsl_init" : "called after vsl_fini";
+    m_Library.ledger.NoteMisuse(std::string(function) + ": " + when);
+    throw Refusal{kNotStarted, std::string("the library is not started: ") + when};
+  }
+  m_Store = m_Library.store;
+  if (freshness == Freshness::Reloaded) Refresh();
+  const auto& failures = Current().failures;
+  if (failures.empty()) return;
+  const auto standing = failures.find(function);
+  if (standing != failures.end()) throw Refusal{standing->second.code, standing->second.text};
+}
+
+void Session::NoteMisuse(void* handle, const std::string& why) {
+  m_Library.ledger.NoteMisuse(std::string(m_Function) + " " + m_Library.ledger.Describe(handle) +
+                              ": " + why);
+}
+
+void Session::Misused(void* handle, vsl_code code, const std::string& why) {
+  NoteMisuse(handle, why);
+  throw Refusal{code, why};
+}
+
+std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
+  if (handle == nullptr) Misused(handle, kBadHandle, "null handle");
+  auto found = m_Library.ledger.Find(handle);
+  if (!found) {
+    const bool made = m_Library.ledger.WasMade(handle);
+    const bool again = std::strcmp(m_Function, "vsl_destroy") == 0;
+    const char* ended = again ? "destroyed twice" : "used after its end";
+    Misused(handle, kBadHandle, made ? ended : "no handle of this library");
+  }
+  if ((Only(found->kind) & kinds) == 0) Misused(handle, kBadHandle, "wrong kind of handle");
+  if (found->life != m_Library.life) NoteMisuse(handle, "made before vsl_fini");
+  return found;
+}
+
+void Session::Refresh() {
+  if (m_Store->IsCurrent(*m_Library.loaded)) return;
+  m_Library.loaded = m_Store->Load();
+}
+
+std::shared_ptr<const Card> Session::CurrentCard(std::uint64_t id) const {
+  const Card* card = Current().FindById(id);
+  if (card == nullptr) throw Refusal{kNoSuchCard, "the card is gone"};
+  return {m_Library.loaded->state, card};
+}
+
+std::shared_ptr<Handle> Session::Make(HandleKind kind, std::shared_ptr<const Card> card,
+                                      void** out) {
+  auto handle = m_Library.ledger.Make(kind, std::move(card), m_Library.life);
+  *out = handle->self;
+  return handle;
+}
+
+void Session::Edit(const std::function<bool(State&)>& change) {
+  if (m_Lock.owns_lock()) m_Lock.unlock();
+  LoadedPtr edited = m_Store->Edit(change);
+  m_Lock.lock();
+  // Another thread may have ended the library or started it with another file.
+  if (m_Library.isStarted && m_Library.store->Path() == m_Store->Path()) m_Library.loaded = edited;
+}
+
+void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& change) {
+  Edit([&](State& state) {
+    Card* card = state.FindById(id);
+    if (card == nullptr) throw Refusal{kNoSuchCard, "the card is gone"};
+    return change(*card);
+  });
+}
+
+namespace {
+
+// Only vsl_destroy and vsl_fini may be called without a record.
+bool MayLackRecord(const char* function) {
+  return std::strcmp(function, "vsl_destroy") == 0 || std::strcmp(function, "vsl_fini") == 0;
+}
+
+std::string Described(const Library& library, const CallInfo& call) {
+  return call.handle ? library.ledger.Describe(*call.handle) : std::string();
+}
+
+void NoteMissingRecord(Library& library, const CallInfo& call) {
+  const std::string handle = Described(library, call);
+  library.ledger.NoteMisuse(std::string(call.function) + (handle.empty() ? "" : " ") + handle +
+                            ": no error record");
+}
+
+}  // namespace
+
+Announcement Begin(const CallInfo& call, const vsl_error_record* err) {
+  Library& library = TheLibrary();
+  Announcement announcement;
+  StorePtr untidy;
+  {
+    const std::lock_guard<std::mutex> lock(library.mutex);
+    untidy = std::move(library.untidy);
+    if (call.handle) library.ledger.EndText(*call.handle);
+    if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
+    if (IsWatched()) announcement.call.handle = Described(library, call);
+  }
+  if (untidy != nullptr) DropEndedJobs(untidy);
+  if (!IsWatched()) return announcement;
+  announcement.call.function = call.function;
+  if (call.number) announcement.call.argument = std::to_string(*call.number);
+  if (call.text != nullptr) announcement.call.argument = call.text;
+  announcement.hook = LogCall(announcement.call);
+  return announcement;
+}
+
+void RunHook(const Announcement& announcement) {
+  if (announcement.hook) (*announcement.hook)(announcement.call);
+}
+
+void OrderedFailure(const CallInfo& call) {
+  if (IsWatched()) ThrowOrderedFailure(call.function);
+}
+
+void Explain(vsl_error_record* err, std::string_view text) noexcept {
+  if (err == nullptr) return;
+  const std::size_t length = std::min(text.size(), sizeof err->text - 1);
+  std::memcpy(err->text, text.data(), length);
+  err->text[length] = '\0';
+}
+
+void Reset() {
+  ResetCalls();
+  Library& library = TheLibrary();
+  std::vector<std::shared_ptr<Handle>> underWay;
+  StorePtr store;
+  {
+    const std::lock_guard<std::mutex> lock(library.mutex);
+    underWay = library.ledger.Reset();
+    store = library.store;
+  }
+  for (const auto& handle : underWay) AbandonJob(store, handle->plan.mark.number);
+}
+
+std::vector<std::string> OpenHandles() {
+  Library& library = TheLibrary();
+  const std::lock_guard<std::mutex> lock(library.mutex);
+  return library.ledger.Open();
+}
+
+std::vector<std::string> Misuse() {
+  Library& library = TheLibrary();
+  const std::lock_guard<std::mutex> lock(library.mutex);
+  return library.ledger.Misuse();
+}
+
+}  // namespace CardSim

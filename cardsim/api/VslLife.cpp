@@ -1,0 +1,157 @@
+// Life of the library, and the handles that everything else needs.
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "cardsim/api/Jobs.h"
+#include "cardsim/api/Library.h"
+#include "cardsim/cardsim.h"
+#include "host/vsl_abstraction.h"
+
+using namespace CardSim;
+
+namespace {
+
+void Start(std::uint64_t flags) {
+  if (flags != 0) throw Refusal{kBadValue, "vsl_init knows no flags"};
+  StorePtr store = std::make_shared<const FileStore>(StateFile::DefaultPath());
+  LoadedPtr loaded = store->Load();
+  const auto standing = loaded->state->failures.find("vsl_init");
+  if (standing != loaded->state->failures.end()) {
+    throw Refusal{standing->second.code, standing->second.text};
+  }
+  Library& library = TheLibrary();
+  const std::lock_guard<std::mutex> lock(library.mutex);
+  if (!library.isStarted) ++library.life;
+  library.isStarted = true;
+  library.store = std::move(store);
+  library.loaded = std::move(loaded);
+}
+
+void CheckVariable(Session& session, const void* variable) {
+  if (variable == nullptr) session.Misused(nullptr, kBadHandle, "no handle variable");
+}
+
+void CheckWhich(std::uint32_t which) {
+  if (which != 1) throw Refusal{kBadValue, "only 1 can be iterated"};
+}
+
+// Where the walk goes on: behind the walked card, or at its place if that card is gone.
+std::size_t NextPosition(Session& session, const Handle& walked) {
+  const auto& cards = session.Current().cards;
+  for (std::size_t i = 0; i < cards.size(); ++i) {
+    if (cards[i].id == walked.cardId) return i + 1;
+  }
+  return walked.position;
+}
+
+bool Walk(void** iom) {
+  Session session("vsl_iom_iterate", Freshness::Reloaded);
+  CheckVariable(session, iom);
+  std::size_t position = 0;
+  std::shared_ptr<Handle> walked;
+  if (*iom != nullptr) {
+    walked = session.Expect(*iom, Only(HandleKind::Walked));
+    position = NextPosition(session, *walked);
+  }
+  void* next = nullptr;
+  if (position < session.Current().cards.size()) {
+    const auto card = session.CurrentCard(session.Current().cards[position].id);
+    session.Make(HandleKind::Walked, card, &next)->position = position;
+  }
+  // Last, so that a walk without memory can go on where it was.
+  if (walked != nullptr) session.Handles().Remove(*walked);
+  *iom = next;
+  return next != nullptr;
+}
+
+std::uint64_t IdOfPath(const State& state, const char* path) {
+  for (const Card& card : state.cards) {
+    const auto* known = Read<const char*>(card.values, Attribute::device_path, nullptr);
+    if (known != nullptr && std::strcmp(known, path) == 0) return card.id;
+  }
+  throw Refusal{kNoSuchCard, std::string(path) + ": no such card"};
+}
+
+void Destroy(void** variable) {
+  Session session("vsl_destroy");
+  CheckVariable(session, variable);
+  // A caller that got no handle may end what it has not.
+  if (*variable == nullptr) return;
+  const auto handle = session.Expect(*variable, kAnyKind);
+  if (handle->kind == HandleKind::Volume) {
+    session.Misused(*variable, kBadHandle, "a volume ends with its card's handle");
+  }
+  if (handle->isOpen) session.NoteMisuse(*variable, "destroyed while open");
+  session.Handles().Remove(*handle);
+  if (handle->plan.phase != JobPhase::Started) return;
+  session.Unlock();
+  AbandonJob(session.Store(), handle->plan.mark.number);
+}
+
+}  // namespace
+
+vsl_code vsl_init(uint64_t flags, vsl_error_record* err) {
+  return Act({"vsl_init"}, err, [&] { Start(flags); });
+}
+
+void vsl_fini(void) {
+  // It always succeeds.
+  Failure({"vsl_fini"}, nullptr, [] {});
+  Library& library = TheLibrary();
+  const std::lock_guard<std::mutex> lock(library.mutex);
+  library.isStarted = false;
+  library.ledger.EndTexts();
+}
+
+bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err) {
+  void* walked = iom == nullptr ? nullptr : *iom;
+  return Ask({"vsl_iom_iterate", walked}, err, false, [&] {
+    CheckWhich(which);
+    return Walk(iom);
+  });
+}
+
+vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* err) {
+  return Act({"vsl_iom_create_by_name", std::nullopt, std::nullopt, path}, err, [&] {
+    Session session("vsl_iom_create_by_name", Freshness::Reloaded);
+    CheckVariable(session, iom);
+    if (path == nullptr) throw Refusal{kBadValue, "no path"};
+    const auto card = session.CurrentCard(IdOfPath(session.Current(), path));
+    session.Make(HandleKind::Card, card, iom);
+  });
+}
+
+vsl_code vsl_open(void* iom, vsl_error_record* err) {
+  return Act({"vsl_open", iom}, err, [&] {
+    Session session("vsl_open", Freshness::Reloaded);
+    const auto handle = session.Expect(iom, Only(HandleKind::Card));
+    if (handle->isOpen) session.Misused(iom, kBadHandle, "opened twice");
+    handle->card = session.CurrentCard(handle->cardId);
+    handle->isOpen = true;
+  });
+}
+
+vsl_code vsl_close(void* iom, vsl_error_record* err) {
+  return Act({"vsl_close", iom}, err, [&] {
+    Session session("vsl_close");
+    const auto handle = session.Expect(iom, Only(HandleKind::Card));
+    if (!handle->isOpen) session.Misused(iom, kNotOpen, "closed but not open");
+    handle->isOpen = false;
+  });
+}
+
+vsl_code vsl_destroy(void** handle, vsl_error_record* err) {
+  void* value = handle == nullptr ? nullptr : *handle;
+  return Act({"vsl_destroy", value}, err, [&] { Destroy(handle); });
+}
+
+vsl_code vsl_adapter_create(void* iom, void** adapter, vsl_error_record* err) {
+  return Act({"vsl_adapter_create", iom}, err, [&] {
+    Session session("vsl_adapter_create");
+    CheckVariable(session, adapter);
+    const auto handle = session.Expect(iom, Only(HandleKind::Card));
+    if (!handle->isOpen) session.Misused(iom, kNotOpen, "the card is not open");
+    session.Make(HandleKind::Adapter, handle->card, adapter);
+  });
+}

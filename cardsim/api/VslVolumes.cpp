@@ -1,0 +1,103 @@
+// The locating light and the storage units of a card.
+#include "cardsim/api/Library.h"
+#include "host/vsl_abstraction.h"
+
+using namespace CardSim;
+
+namespace {
+
+void CheckSwitch(std::uint32_t state) {
+  if (state > 1) throw Refusal{kBadValue, "a state is 0 or 1"};
+}
+
+bool SwitchBeacon(Card& card, bool on) {
+  auto& beacon = At(card.values, Attribute::beacon_state);
+  if (!beacon) throw Refusal{kNotSupported, "the card has no locating light"};
+  if (ValueAs<bool>(*beacon) == on) return false;
+  beacon = on;
+  return true;
+}
+
+bool SwitchVolume(Card& card, std::size_t position, std::uint32_t state) {
+  if (position >= card.volumes.size()) throw Refusal{kNoSuchCard, "the unit is gone"};
+  Volume& volume = card.volumes[position];
+  if (!volume.settable) throw Refusal{kNotSupported, "the unit's state cannot be set"};
+  if (volume.refuses) throw Refusal{kWrongState, "the unit refuses the new state"};
+  if (volume.state == state) return false;
+  volume.state = state;
+  return true;
+}
+
+bool NextVolume(Session& session, void* iom, void** vsu) {
+  const auto card = session.Expect(iom, Only(HandleKind::Card));
+  std::size_t position = 0;
+  if (*vsu != nullptr) {
+    const auto volume = session.Expect(*vsu, Only(HandleKind::Volume));
+    if (volume->parent != iom) session.Misused(*vsu, kBadHandle, "a unit of another card's handle");
+    position = volume->position + 1;
+  }
+  if (position >= card->card->volumes.size()) {
+    *vsu = nullptr;
+    return false;
+  }
+  card->volumes.reserve(card->volumes.size() + 1);
+  const auto volume = session.Make(HandleKind::Volume, card->card, vsu);
+  volume->position = position;
+  volume->parent = iom;
+  card->volumes.push_back(*vsu);
+  return true;
+}
+
+// As the unit was when the walk reached it or its state was last set through this handle.
+const Volume& VolumeOf(const Handle& handle) {
+  if (handle.position >= handle.card->volumes.size())
+    throw Refusal{kNoSuchCard, "the unit is gone"};
+  return handle.card->volumes[handle.position];
+}
+
+}  // namespace
+
+vsl_code vsl_set_beacon_state(void* iom, uint32_t state, vsl_error_record* err) {
+  return Act({"vsl_set_beacon_state", iom, state}, err, [&] {
+    Session session("vsl_set_beacon_state");
+    const auto handle = session.Expect(iom, Only(HandleKind::Card));
+    CheckSwitch(state);
+    session.EditCard(handle->cardId, [&](Card& card) { return SwitchBeacon(card, state == 1); });
+    handle->card = session.CurrentCard(handle->cardId);
+  });
+}
+
+bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* err) {
+  return Ask({"vsl_vsu_iterate", iom}, err, false, [&] {
+    Session session("vsl_vsu_iterate");
+    if (vsu == nullptr) session.Misused(nullptr, kBadHandle, "no handle variable");
+    if (which != 1) throw Refusal{kBadValue, "only 1 can be iterated"};
+    return NextVolume(session, iom, vsu);
+  });
+}
+
+uint32_t vsl_vsu_state(void* vsu, vsl_error_record* err) {
+  return Ask({"vsl_vsu_state", vsu}, err, uint32_t{0}, [&] {
+    Session session("vsl_vsu_state");
+    return VolumeOf(*session.Expect(vsu, Only(HandleKind::Volume))).state;
+  });
+}
+
+bool vsl_has_vsu_state(void* vsu, vsl_error_record* err) {
+  return Ask({"vsl_has_vsu_state", vsu}, err, false, [&] {
+    Session session("vsl_has_vsu_state");
+    if (vsu == nullptr) return false;
+    return VolumeOf(*session.Expect(vsu, Only(HandleKind::Volume))).settable;
+  });
+}
+
+vsl_code vsl_set_vsu_state(void* vsu, uint32_t state, vsl_error_record* err) {
+  return Act({"vsl_set_vsu_state", vsu, state}, err, [&] {
+    Session session("vsl_set_vsu_state");
+    const auto handle = session.Expect(vsu, Only(HandleKind::Volume));
+    CheckSwitch(state);
+    session.EditCard(handle->cardId,
+                     [&](Card& card) { return SwitchVolume(card, handle->position, state); });
+    handle->card = session.CurrentCard(handle->cardId);
+  });
+}

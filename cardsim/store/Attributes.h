@@ -1,0 +1,102 @@
+// The attributes of a simulated card: one table for the C functions, the names in the state file
+// and what `set` accepts.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <variant>
+
+#include "cardsim/store/VariantGuard.h"
+#include "host/vsl_abstraction.h"
+
+// What the catalog reads without a `vsl_has_` of its own, and what only the simulator knows.
+// clang-format off
+#define CARDSIM_SETTINGS(X) \
+  X(std::uint16_t, pci_device_id) \
+  X(std::uint32_t, reserve_status)         /* 0 healthy, 1 warning, 2 depleted */ \
+  X(bool, iom_format_size_mode)            /* whether a format has size modes */ \
+  X(std::uint64_t, overformat_size_bytes)  /* the largest size in size mode 11 */ \
+  X(std::uint32_t, attach_ms)              /* how long the jobs take */ \
+  X(std::uint32_t, detach_ms) \
+  X(std::uint32_t, format_ms) \
+  X(bool, in_use)                          /* a plain detach is refused */
+// clang-format on
+
+namespace CardSim {
+
+enum class Attribute : std::size_t {
+#define CARDSIM_ENUMERATE(type, name) name,
+#define CARDSIM_ENUMERATE_FORMAT(type, name) iom_format_##name,
+  VSL_CARD_ATTRIBUTES(CARDSIM_ENUMERATE) VSL_FORMAT_ATTRIBUTES(CARDSIM_ENUMERATE_FORMAT)
+      CARDSIM_SETTINGS(CARDSIM_ENUMERATE)
+#undef CARDSIM_ENUMERATE_FORMAT
+#undef CARDSIM_ENUMERATE
+          Count
+};
+
+constexpr std::size_t kAttributeCount = static_cast<std::size_t>(Attribute::Count);
+
+// Whole numbers are kept at full width; `AttributeInfo` has the range that the C type can hold.
+using Value = std::variant<std::string, bool, std::uint64_t, std::int64_t, float, VariantGuard>;
+using Values = std::array<std::optional<Value>, kAttributeCount>;
+
+enum class Kind { Text, Bool, Unsigned, Signed, Float };
+
+struct AttributeInfo {
+  std::string_view name;
+  Kind kind;
+  std::int64_t min;   // of whole numbers
+  std::uint64_t max;  // of whole numbers
+};
+
+// The row of an attribute.
+const AttributeInfo& InfoOf(Attribute attribute);
+// The attribute of that name, or none.
+std::optional<Attribute> FindAttribute(std::string_view name);
+
+// How the C type `T` is kept.
+template <typename T>
+constexpr Kind KindOf() {
+  if (std::is_same_v<T, const char*>) return Kind::Text;
+  if (std::is_same_v<T, bool>) return Kind::Bool;
+  if (std::is_same_v<T, float>) return Kind::Float;
+  return std::is_signed_v<T> ? Kind::Signed : Kind::Unsigned;
+}
+
+// The value as its C type, which must be the one of the attribute's row. A text points into the
+// value.
+template <typename T>
+T ValueAs(const Value& value) {
+  if constexpr (std::is_same_v<T, const char*>) {
+    return std::get<std::string>(value).c_str();
+  } else if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, float>) {
+    return std::get<T>(value);
+  } else if constexpr (std::is_signed_v<T>) {
+    return static_cast<T>(std::get<std::int64_t>(value));
+  } else {
+    return static_cast<T>(std::get<std::uint64_t>(value));
+  }
+}
+
+// The attribute as its C type, or `fallback` when it is absent.
+template <typename T>
+T Read(const Values& values, Attribute attribute, T fallback) {
+  const auto& value = values[static_cast<std::size_t>(attribute)];
+  return value ? ValueAs<T>(*value) : fallback;
+}
+
+inline const std::optional<Value>& At(const Values& values, Attribute attribute) {
+  return values[static_cast<std::size_t>(attribute)];
+}
+
+inline std::optional<Value>& At(Values& values, Attribute attribute) {
+  return values[static_cast<std::size_t>(attribute)];
+}
+
+}  // namespace CardSim

@@ -1,0 +1,106 @@
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "cardsim/store/Json.h"
+
+namespace CardSim {
+namespace {
+
+// Reading, writing and destroying are recursive. The files that are read need five levels.
+constexpr std::size_t kDeepest = 64;
+
+class Builder : public nlohmann::json::json_sax_t {
+ public:
+  bool null() override { return Keep({}); }
+  bool boolean(bool flag) override { return Keep(flag); }
+  bool number_integer(std::int64_t number) override { return Keep(number); }
+  bool number_unsigned(std::uint64_t number) override { return Keep(number); }
+  bool number_float(double number, const std::string&) override { return Keep(number); }
+  bool string(std::string& text) override { return Keep(std::move(text)); }
+  bool binary(nlohmann::json::binary_t&) override { return false; }
+  bool start_object(std::size_t) override { return Open(Json::Members()); }
+  bool end_object() override { return Close(); }
+  bool start_array(std::size_t) override { return Open(Json::List()); }
+  bool end_array() override { return Close(); }
+  bool key(std::string& name) override {
+    m_Name = std::move(name);
+    return true;
+  }
+  bool parse_error(std::size_t byte, const std::string&,
+                   const nlohmann::json::exception& error) override {
+    m_Byte = byte;
+    m_IsNumber = dynamic_cast<const nlohmann::json::out_of_range*>(&error) != nullptr;
+    return false;
+  }
+
+  Json TakeResult() { return std::move(m_Result); }
+
+  [[noreturn]] void Throw(const std::string& text) const {
+    if (m_IsTooDeep) throw std::runtime_error("is nested too deeply");
+    if (m_IsNumber) throw std::runtime_error("holds a number that no JSON reader can keep");
+    // Line and column, since the byte's number says little to a person with an editor.
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(
+                                        std::min(m_Byte == 0 ? 0 : m_Byte - 1, text.size()));
+    const auto line = 1 + std::count(text.begin(), end, '\n');
+    auto begin = end;
+    while (begin != text.begin() && begin[-1] != '\n') --begin;
+    throw std::runtime_error("line " + std::to_string(line) + ", column " +
+                             std::to_string(end - begin + 1) + ": no valid JSON");
+  }
+
+ private:
+  Json* Place(Json&& value) {
+    if (m_Open.empty()) {
+      m_Result = std::move(value);
+      return &m_Result;
+    }
+    if (auto* list = m_Open.back()->As<Json::List>()) return &list->emplace_back(std::move(value));
+    auto& members = *m_Open.back()->As<Json::Members>();
+    for (auto& [name, member] : members) {
+      if (name == m_Name) return &(member = std::move(value));
+    }
+    return &members.emplace_back(std::move(m_Name), std::move(value)).second;
+  }
+
+  bool Keep(Json&& value) {
+    Place(std::move(value));
+    return true;
+  }
+
+  bool Open(Json&& container) {
+    m_IsTooDeep = m_Open.size() >= kDeepest;
+    if (m_IsTooDeep) return false;
+    m_Open.push_back(Place(std::move(container)));
+    return true;
+  }
+
+  bool Close() {
+    m_Open.pop_back();
+    return true;
+  }
+
+  Json m_Result;
+  // From the outermost in. None of them moves while one inside it is open.
+  std::vector<Json*> m_Open;
+  std::string m_Name;
+  std::size_t m_Byte = 0;
+  bool m_IsNumber = false;
+  bool m_IsTooDeep = false;
+};
+
+}  // namespace
+
+Json ParseJson(const std::string& text) {
+  Builder builder;
+  if (!nlohmann::json::sax_parse(text, &builder)) builder.Throw(text);
+  return builder.TakeResult();
+}
+
+std::optional<Json> TryParseJson(const std::string& text) {
+  Builder builder;
+  if (!nlohmann::json::sax_parse(text, &builder)) return std::nullopt;
+  return builder.TakeResult();
+}
+
+}  // namespace CardSim

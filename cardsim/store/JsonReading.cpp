@@ -1,0 +1,115 @@
+#include "cardsim/store/JsonReading.h"
+
+#include <cmath>
+#include <optional>
+#include <stdexcept>
+
+#include "cardsim/store/Suggest.h"
+
+namespace CardSim {
+namespace {
+
+std::string RangeText(const AttributeInfo& info) {
+  return "must be a whole number from " + std::to_string(info.min) + " to " +
+         std::to_string(info.max);
+}
+
+Value TextFromJson(const Json& json, const std::string& place) {
+  const auto* text = json.As<std::string>();
+  if (text == nullptr) Refuse(place, "must be a text");
+  if (text->find('\0') != std::string::npos) Refuse(place, "must not hold a zero byte");
+  return *text;
+}
+
+Value BoolFromJson(const Json& json, const std::string& place) {
+  const auto* flag = json.As<bool>();
+  if (flag == nullptr) Refuse(place, "must be true or false");
+  return *flag;
+}
+
+std::optional<double> NumberOf(const Json& json) {
+  if (const auto* number = json.As<double>()) return *number;
+  if (const auto* number = json.As<std::uint64_t>()) return static_cast<double>(*number);
+  if (const auto* number = json.As<std::int64_t>()) return static_cast<double>(*number);
+  return std::nullopt;
+}
+
+Value FloatFromJson(const Json& json, const std::string& place) {
+  const auto number = NumberOf(json);
+  if (!number) Refuse(place, "must be a number");
+  if (!(std::fabs(*number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
+    Refuse(place, "must be within the range of a 32-bit float");
+  }
+  return static_cast<float>(*number);
+}
+
+Value UnsignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+  const auto* number = json.As<std::uint64_t>();
+  if (number == nullptr || *number > info.max) Refuse(place, RangeText(info));
+  return *number;
+}
+
+Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+  const auto* positive = json.As<std::uint64_t>();
+  if (positive != nullptr && *positive <= info.max) return static_cast<std::int64_t>(*positive);
+  const auto* negative = json.As<std::int64_t>();
+  if (negative == nullptr || *negative < info.min) Refuse(place, RangeText(info));
+  return *negative;
+}
+
+}  // namespace
+
+[[noreturn]] void Refuse(const std::string& place, const std::string& why) {
+  throw std::runtime_error(place + ": " + why);
+}
+
+Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+  switch (info.kind) {
+    case Kind::Text:
+      return TextFromJson(json, place);
+    case Kind::Bool:
+      return BoolFromJson(json, place);
+    case Kind::Float:
+      return FloatFromJson(json, place);
+    case Kind::Signed:
+      return SignedFromJson(info, json, place);
+    case Kind::Unsigned:
+      break;
+  }
+  return UnsignedFromJson(info, json, place);
+}
+
+const Json& Member(const Json& object, const char* name, const std::string& place) {
+  const Json* found = object.Find(name);
+  if (found == nullptr) Refuse(place, std::string("has no \"") + name + "\"");
+  return *found;
+}
+
+std::uint64_t Number(const Json& object, const char* name, const std::string& place,
+                     std::uint64_t max) {
+  const AttributeInfo info{name, Kind::Unsigned, 0, max};
+  const Json& member = Member(object, name, place);
+  return std::get<std::uint64_t>(ValueFromJson(info, member, place + "." + name));
+}
+
+std::string Text(const Json& object, const char* name, const std::string& place) {
+  const Json& member = Member(object, name, place);
+  return std::get<std::string>(TextFromJson(member, place + "." + name));
+}
+
+bool Flag(const Json& object, const char* name, const std::string& place) {
+  return std::get<bool>(BoolFromJson(Member(object, name, place), place + "." + name));
+}
+
+void CheckMembers(const Json& object, const std::vector<std::string>& names,
+                  const std::string& place) {
+  const auto* members = object.As<Json::Members>();
+  if (members == nullptr) Refuse(place, "must be an object");
+  for (const auto& [name, unused] : *members) {
+    bool known = false;
+    for (const std::string& candidate : names) known = known || candidate == name;
+    if (!known) Refuse(place + "." + name, "unknown" + DidYouMean(name, names));
+  }
+}
+
+}  // namespace CardSim

@@ -1,0 +1,32 @@
+// JSON that people write, read strictly: whatever does not fit is refused with the place where it
+// stands, such as "cards[0].serial_number: must be a text".
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "cardsim/store/Attributes.h"
+#include "cardsim/store/Json.h"
+
+namespace CardSim {
+
+// Throws `std::runtime_error` with "place: why", as do the functions below.
+[[noreturn]] void Refuse(const std::string& place, const std::string& why);
+
+// The value of an attribute, which must be of its type and within its range.
+Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place);
+
+// The member of that name of an object, which must have it.
+const Json& Member(const Json& object, const char* name, const std::string& place);
+std::uint64_t Number(const Json& object, const char* name, const std::string& place,
+                     std::uint64_t max = std::numeric_limits<std::uint64_t>::max());
+std::string Text(const Json& object, const char* name, const std::string& place);
+bool Flag(const Json& object, const char* name, const std::string& place);
+
+// Refuses what is no object, and the first member that is not one of `names`.
+void CheckMembers(const Json& object, const std::vector<std::string>& names,
+                  const std::string& place);
+
+}  // namespace CardSim

@@ -1,0 +1,82 @@
+#include "cardsim/store/ProcessId.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <system_error>
+
+#include "cardsim/store/CancellationShield.h"
+#include "cardsim/store/FileHandle.h"
+
+namespace CardSim {
+namespace {
+
+struct ProcessLine {
+  char state = 'X';
+  std::uint64_t start = 0;
+};
+
+// Nothing when the line does not have the field.
+const char* Field(const char* line, int number) {
+  for (int field = 1; field < number && line != nullptr; ++field) {
+    line = std::strchr(line, ' ');
+    if (line != nullptr) ++line;
+  }
+  return line;
+}
+
+// Nothing, with errno, when the process cannot be looked at. Allocates no memory: a process that
+// merely cannot be looked at must not be taken for a dead one.
+std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
+  char name[32];
+  std::snprintf(name, sizeof name, "/proc/%lld/stat", static_cast<long long>(pid));
+  const FileHandle file(open(name, O_RDONLY | O_CLOEXEC));
+  char text[1024];
+  const ssize_t length = file.IsOpen() ? read(file.Get(), text, sizeof text - 1) : -1;
+  if (length < 0) return std::nullopt;
+  text[length] = '\0';
+  // The second field is the program's name in brackets, which may itself hold blanks and brackets.
+  const char* bracket = std::strrchr(text, ')');
+  const char* state = bracket == nullptr ? nullptr : Field(bracket, 2);
+  const char* start = Field(state, 20);
+  if (start == nullptr) return ProcessLine();
+  return ProcessLine{*state, std::strtoull(start, nullptr, 10)};
+}
+
+}  // namespace
+
+ProcessId ThisProcess() {
+  // Kept, because every look at a mark asks. A forked child is another process.
+  static std::atomic<std::int64_t> known{0};
+  static std::atomic<std::uint64_t> start{0};
+  const std::int64_t pid = getpid();
+  if (known.load(std::memory_order_acquire) == pid) return {pid, start.load()};
+  const CancellationShield shield;
+  const auto line = ReadProcessLine(pid);
+  // Without /proc, processes are told apart by their number alone.
+  if (!line && errno != ENOENT) {
+    throw std::runtime_error("/proc/self/stat: " + std::generic_category().message(errno));
+  }
+  start.store(line ? line->start : 0);
+  known.store(pid, std::memory_order_release);
+  return {pid, start.load()};
+}
+
+bool IsAlive(const ProcessId& process) {
+  if (process.pid <= 0) return false;
+  if (kill(static_cast<pid_t>(process.pid), 0) != 0 && errno == ESRCH) return false;
+  const CancellationShield shield;
+  const auto line = ReadProcessLine(process.pid);
+  if (!line) return true;
+  return line->state != 'X' && line->state != 'Z' && line->start == process.start;
+}
+
+}  // namespace CardSim

@@ -1,0 +1,48 @@
+#include "cardsim/store/RunningJobs.h"
+
+#include <mutex>
+#include <set>
+
+namespace CardSim {
+namespace {
+
+struct Numbers {
+  std::mutex mutex;
+  std::uint64_t last = 0;
+  std::set<std::uint64_t> running;
+};
+
+Numbers& TheNumbers() {
+  // Never destroyed: threads may still call while the process ends.
+  static auto* numbers = new Numbers;
+  return *numbers;
+}
+
+std::uint64_t BeginJob() {
+  Numbers& numbers = TheNumbers();
+  const std::lock_guard<std::mutex> lock(numbers.mutex);
+  return *numbers.running.insert(++numbers.last).first;
+}
+
+}  // namespace
+
+RunningJob::RunningJob() : m_Number(BeginJob()) {}
+
+RunningJob::~RunningJob() {
+  if (!m_IsKept) EndJob(m_Number);
+}
+
+void EndJob(std::uint64_t number) noexcept {
+  Numbers& numbers = TheNumbers();
+  const std::lock_guard<std::mutex> lock(numbers.mutex);
+  numbers.running.erase(number);
+}
+
+bool IsRunning(const JobMark& mark) {
+  if (!(mark.owner == ThisProcess())) return IsAlive(mark.owner);
+  Numbers& numbers = TheNumbers();
+  const std::lock_guard<std::mutex> lock(numbers.mutex);
+  return numbers.running.count(mark.number) != 0;
+}
+
+}  // namespace CardSim

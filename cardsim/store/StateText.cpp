@@ -1,0 +1,270 @@
+#include "cardsim/store/StateText.h"
+
+#include <charconv>
+#include <set>
+#include <stdexcept>
+#include <vector>
+
+#include "cardsim/cardsim.h"
+#include "cardsim/store/FunctionNames.h"
+#include "cardsim/store/JsonReading.h"
+#include "cardsim/store/Suggest.h"
+
+namespace CardSim {
+namespace {
+
+constexpr std::uint64_t kFileVersion = 1;
+
+// A float is written with the fewest digits that give it back: 36.6, not 36.599998474121094.
+Json FloatToJson(float number) {
+  char digits[64];
+  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  double shortest = 0;
+  std::from_chars(digits, end, shortest);
+  return shortest;
+}
+
+Json ValueToJson(const Value& value) {
+  if (const auto* number = std::get_if<float>(&value)) return FloatToJson(*number);
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* flag = std::get_if<bool>(&value)) return *flag;
+  if (const auto* number = std::get_if<std::int64_t>(&value)) return *number;
+  return std::get<std::uint64_t>(value);
+}
+
+std::vector<std::string> AttributeNames() {
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < kAttributeCount; ++i) {
+    names.emplace_back(InfoOf(static_cast<Attribute>(i)).name);
+  }
+  names.emplace_back("volumes");
+  return names;
+}
+
+std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
+  const auto* list = json.As<Json::List>();
+  if (list == nullptr) Refuse(place, "must be a list");
+  std::vector<Volume> volumes;
+  for (const Json& element : *list) {
+    const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
+    CheckMembers(element, {"state", "settable", "refuses"}, at);
+    Volume volume;
+    volume.state = static_cast<std::uint32_t>(Number(element, "state", at, 1));
+    if (element.Find("settable") != nullptr) volume.settable = Flag(element, "settable", at);
+    if (element.Find("refuses") != nullptr) volume.refuses = Flag(element, "refuses", at);
+    volumes.push_back(volume);
+  }
+  return volumes;
+}
+
+Json VolumesToJson(const std::vector<Volume>& volumes) {
+  Json::List list;
+  for (const Volume& volume : volumes) {
+    Json::Members element;
+    element.emplace_back("state", std::uint64_t{volume.state});
+    element.emplace_back("settable", volume.settable);
+    if (volume.refuses) element.emplace_back("refuses", true);
+    list.emplace_back(std::move(element));
+  }
+  return list;
+}
+
+JobMark JobFromJson(const Json& json, const std::string& place) {
+  CheckMembers(json, {"kind", "pid", "start", "number", "previous_state"}, place);
+  JobMark job;
+  job.kind = Text(json, "kind", place);
+  job.owner.pid = static_cast<std::int64_t>(Number(json, "pid", place, 0x7fffffff));
+  job.owner.start = Number(json, "start", place);
+  job.number = Number(json, "number", place);
+  job.previousState = static_cast<std::uint32_t>(Number(json, "previous_state", place, 7));
+  return job;
+}
+
+Json JobToJson(const JobMark& job) {
+  Json::Members members;
+  members.emplace_back("kind", job.kind);
+  members.emplace_back("pid", job.owner.pid);
+  members.emplace_back("start", job.owner.start);
+  members.emplace_back("number", job.number);
+  members.emplace_back("previous_state", std::uint64_t{job.previousState});
+  return members;
+}
+
+void MemberFromJson(Card& card, const std::string& name, const Json& json,
+                    const std::string& place) {
+  if (name == "name" || name == "id") return;
+  if (name == "volumes") {
+    card.volumes = VolumesFromJson(json, place);
+  } else if (name == "job") {
+    card.job = JobFromJson(json, place);
+  } else if (const auto attribute = FindAttribute(name)) {
+    At(card.values, *attribute) = ValueFromJson(InfoOf(*attribute), json, place);
+  } else {
+    Refuse(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
+  }
+}
+
+Card CardFromJson(const Json& json, const std::string& place) {
+  const auto* members = json.As<Json::Members>();
+  if (members == nullptr) Refuse(place, "must be an object");
+  Card card;
+  card.name = Text(json, "name", place);
+  card.id = Number(json, "id", place);
+  for (const auto& [name, value] : *members) {
+    MemberFromJson(card, name, value, place + "." + name);
+  }
+  return card;
+}
+
+Json CardToJson(const Card& card) {
+  Json::Members members;
+  members.emplace_back("name", card.name);
+  members.emplace_back("id", card.id);
+  for (std::size_t i = 0; i < kAttributeCount; ++i) {
+    if (!card.values[i]) continue;
+    members.emplace_back(InfoOf(static_cast<Attribute>(i)).name, ValueToJson(*card.values[i]));
+  }
+  members.emplace_back("volumes", VolumesToJson(card.volumes));
+  if (card.job) members.emplace_back("job", JobToJson(*card.job));
+  return members;
+}
+
+void FailuresFromJson(State& state, const Json& json) {
+  const auto* members = json.As<Json::Members>();
+  if (members == nullptr) Refuse("failures", "must be an object");
+  for (const auto& [function, failure] : *members) {
+    const std::string place = "failures." + function;
+    try {
+      CheckFunction(function);
+    } catch (const NoSuchThing& error) {
+      Refuse(place, error.what());
+    }
+    CheckMembers(failure, {"code", "text"}, place);
+    const std::uint64_t code = Number(failure, "code", place);
+    if (code == 0) Refuse(place + ".code", "must not be 0, which is success");
+    state.failures[function] = {code, Text(failure, "text", place)};
+  }
+}
+
+Json FailuresToJson(const State& state) {
+  Json::Members members;
+  for (const auto& [function, failure] : state.failures) {
+    Json::Members result;
+    result.emplace_back("code", failure.code);
+    result.emplace_back("text", failure.text);
+    members.emplace_back(function, std::move(result));
+  }
+  return members;
+}
+
+State StateFromJson(const Json& json) {
+  CheckMembers(json, {"cardsim", "next_id", "cards", "failures"}, "file");
+  if (Number(json, "cardsim", "file") != kFileVersion) {
+    Refuse("cardsim", "must be " + std::to_string(kFileVersion) + ", the version of the file");
+  }
+  State state;
+  state.nextId = Number(json, "next_id", "file");
+  const auto* cards = Member(json, "cards", "file").As<Json::List>();
+  if (cards == nullptr) Refuse("cards", "must be a list");
+  for (const Json& card : *cards) {
+    state.cards.push_back(CardFromJson(card, "cards[" + std::to_string(state.cards.size()) + "]"));
+  }
+  if (const Json* failures = json.Find("failures")) FailuresFromJson(state, *failures);
+  return state;
+}
+
+// The text given to `set` as JSON, by the kind that is wanted.
+Json LooseJson(Kind kind, const std::string& text) {
+  const auto json = TryParseJson(text);
+  if (kind == Kind::Text && !(json && json->As<std::string>() != nullptr)) return text;
+  if (kind == Kind::Unsigned && text.compare(0, 2, "0x") == 0) {
+    std::uint64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data() + 2, end, number, 16);
+    if (parsed.ec == std::errc() && parsed.ptr == end) return number;
+  }
+  return json ? *json : Json(text);
+}
+
+Attribute FindOrRefuse(const std::string& name) {
+  const auto attribute = FindAttribute(name);
+  if (!attribute) throw NoSuchThing("no attribute " + name + DidYouMean(name, AttributeNames()));
+  return *attribute;
+}
+
+}  // namespace
+
+State ParseState(const std::string& text) {
+  State state = StateFromJson(ParseJson(text));
+  CheckState(state);
+  return state;
+}
+
+std::string FormatState(const State& state) {
+  Json::List cards;
+  for (const Card& card : state.cards) cards.push_back(CardToJson(card));
+  Json::Members members;
+  members.emplace_back("cardsim", kFileVersion);
+  members.emplace_back("next_id", state.nextId);
+  members.emplace_back("cards", std::move(cards));
+  members.emplace_back("failures", FailuresToJson(state));
+  return JsonLines(std::move(members), 2) + "\n";
+}
+
+void CheckState(const State& state) {
+  std::set<std::string> names;
+  std::set<std::uint64_t> ids;
+  std::set<std::string> paths;
+  for (std::size_t i = 0; i < state.cards.size(); ++i) {
+    const Card& card = state.cards[i];
+    const std::string place = "cards[" + std::to_string(i) + "]";
+    if (card.name.empty()) Refuse(place + ".name", "must not be empty");
+    if (!names.insert(card.name).second) Refuse(place + ".name", "used by another card");
+    if (!ids.insert(card.id).second) Refuse(place + ".id", "used by another card");
+    if (card.id >= state.nextId) Refuse(place + ".id", "must be below next_id");
+    const auto* path = Read<const char*>(card.values, Attribute::device_path, nullptr);
+    if (path != nullptr && !paths.insert(path).second) {
+      Refuse(place + ".device_path", std::string(path) + " is used by another card");
+    }
+  }
+}
+
+void SetFromText(Card& card, const std::string& attribute, const std::string& text) {
+  if (attribute == "volumes") {
+    card.volumes = VolumesFromJson(TryParseJson(text).value_or(Json()), attribute);
+    return;
+  }
+  const Attribute known = FindOrRefuse(attribute);
+  const AttributeInfo& info = InfoOf(known);
+  At(card.values, known) = ValueFromJson(info, LooseJson(info.kind, text), attribute);
+  // Whoever sets the state takes the card out of the hands of its job.
+  if (known == Attribute::iom_state) card.job.reset();
+}
+
+void CheckAttribute(const std::string& attribute) {
+  if (attribute != "volumes") FindOrRefuse(attribute);
+}
+
+void CheckValue(const std::string& attribute, const Json& json, const std::string& place) {
+  if (attribute == "volumes") {
+    VolumesFromJson(json, place);
+  } else {
+    ValueFromJson(InfoOf(FindOrRefuse(attribute)), json, place);
+  }
+}
+
+void RemoveValue(Card& card, const std::string& attribute) {
+  if (attribute == "volumes") {
+    card.volumes.clear();
+  } else {
+    At(card.values, FindOrRefuse(attribute)).reset();
+  }
+}
+
+std::string GetAsText(const Card& card, const std::string& attribute) {
+  if (attribute == "volumes") return JsonText(VolumesToJson(card.volumes));
+  const auto& value = At(card.values, FindOrRefuse(attribute));
+  return value ? JsonText(ValueToJson(*value)) : "absent";
+}
+
+}  // namespace CardSim

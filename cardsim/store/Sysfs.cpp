@@ -1,0 +1,120 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <new>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "cardsim/cardsim.h"
+#include "cardsim/store/FileHandle.h"
+#include "cardsim/store/FileStore.h"
+#include "cardsim/store/TrustedPath.h"
+
+namespace CardSim {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned int kVendor = 0x1aed;
+// Tells our tree from a real one, which must never be removed.
+constexpr const char* kMark = "bus/pci/.cardsim";
+
+template <typename... Numbers>
+std::string Format(const char* format, Numbers... numbers) {
+  char text[64];
+  std::snprintf(text, sizeof text, format, numbers...);
+  return text;
+}
+
+[[noreturn]] void FailWithErrno(const fs::path& path) {
+  throw std::runtime_error(path.string() + ": " + std::generic_category().message(errno));
+}
+
+// Everything is made below a folder that is held open, so that nobody can exchange a part of the
+// way for a link. The paths are for messages.
+void WriteLine(const FileHandle& folder, const fs::path& path, const std::string& line) {
+  const FileHandle file = OpenAt(folder.Get(), path.filename().string(),
+                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, ModeOfNewFile());
+  const std::string text = line + '\n';
+  const bool written = file.IsOpen() && write(file.Get(), text.data(), text.size()) ==
+                                            static_cast<ssize_t>(text.size());
+  if (!written) throw std::runtime_error(path.string() + ": cannot be written");
+}
+
+// Not open, with errno, when there is something of that name.
+FileHandle MakeFolder(const FileHandle& folder, const fs::path& path) {
+  const std::string name = path.filename().string();
+  if (mkdirat(folder.Get(), name.c_str(), ModeOfNewFolder()) != 0) return FileHandle();
+  return OpenAt(folder.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
+}
+
+std::string AddressOf(const Card& card) {
+  const unsigned int domain = Read<std::uint16_t>(card.values, Attribute::pci_domain, 0);
+  const unsigned int bus = Read<std::uint8_t>(card.values, Attribute::pci_bus, 0);
+  const unsigned int device = Read<std::uint8_t>(card.values, Attribute::pci_device, 0);
+  const unsigned int function = Read<std::uint8_t>(card.values, Attribute::pci_function, 0);
+  return Format("%04x:%02x:%02x.%x", domain, bus, device, function);
+}
+
+// The folder of the mark, which is made if it is missing. Below a folder that others may change, we
+// would write and remove where they want.
+FileHandle MarkTree(const fs::path& mark) {
+  struct stat status = {};
+  const bool exists = lstat(mark.c_str(), &status) == 0;
+  if (exists && !S_ISREG(status.st_mode)) {
+    throw std::runtime_error(mark.string() + ": is not a regular file");
+  }
+  Place place = LocateInNewFolders(mark);
+  if (exists) {
+    CheckTrusted(mark, place, status);
+  } else {
+    WriteLine(place.folder, mark, "simulated cards");
+  }
+  return std::move(place.folder);
+}
+
+// The folder of the devices, empty.
+FileHandle ClearTree(const fs::path& folder) {
+  const fs::path devices = folder / "bus/pci/devices";
+  if (fs::exists(devices) && !fs::exists(folder / kMark)) {
+    throw std::runtime_error(devices.string() + ": not written by cardsim, left alone");
+  }
+  // The mark comes before what it stands for: a tree that was begun can be begun again.
+  const FileHandle bus = MarkTree(folder / kMark);
+  fs::remove_all(devices);
+  FileHandle made = MakeFolder(bus, devices);
+  if (!made.IsOpen()) FailWithErrno(devices);
+  return made;
+}
+
+void WriteDevice(const FileHandle& devices, const fs::path& folder, const Card& card) {
+  const FileHandle made = MakeFolder(devices, folder);
+  if (!made.IsOpen() && errno == EEXIST) {
+    throw std::runtime_error(card.name + ": another card has its PCI address " + AddressOf(card));
+  }
+  if (!made.IsOpen()) FailWithErrno(folder);
+  const unsigned int device = Read<std::uint16_t>(card.values, Attribute::pci_device_id, 0);
+  WriteLine(made, folder / "vendor", Format("0x%04x", kVendor));
+  WriteLine(made, folder / "device", Format("0x%04x", device));
+}
+
+}  // namespace
+
+void StateFile::WriteSysfs(const fs::path& folder) const {
+  const auto loaded = FileStore(m_Path).Load();
+  try {
+    const FileHandle devices = ClearTree(folder);
+    for (const Card& card : loaded->state->cards) {
+      WriteDevice(devices, folder / "bus/pci/devices" / AddressOf(card), card);
+    }
+  } catch (const fs::filesystem_error& error) {
+    if (error.code() == std::errc::not_enough_memory) throw std::bad_alloc();
+    throw std::runtime_error(error.path1().string() + ": " + error.code().message());
+  }
+}
+
+}  // namespace CardSim
