@@ -1,8 +1,8 @@
-// The numbers of the host's vocabulary that a card plug-in uses.
+// The host's numbers that a card plug-in uses.
 //
-// Numbers and names are the host's. The namespaces in which they stand here are not: a plug-in that
-// is to be built for other hosts too states its own. Fields marked "carried" in PluginInterface.h
-// hold further numbers of the vocabulary that have no enumerators.
+// Numbers and names are the host's. The namespaces around them are ours: a plug-in that is also
+// built for other hosts defines its own. Fields marked "carried" in PluginInterface.h hold further
+// numbers, for which there are no enumerators.
 #pragma once
 
 #include <cstdint>
@@ -14,14 +14,16 @@ namespace PI {
 #define PI_ENUMERATOR(name, number) name = number,
 #define PI_NAMED_ENUMERATOR(name, number, text) name = number,
 
-// Results of `IPLUGINAPI::Execute`.
+// Results of `IPLUGINAPI::Execute`. Everything but SUCCESS means that the command failed; which
+// outputs it then leaves, `_COMMAND` says.
 enum _ERROR : std::uint32_t { SUCCESS = 0, PI_ERRORS(PI_ENUMERATOR) };
 
-// Operations of objects, `COperation::m_OperationID`.
+// Operations on objects, `COperation::m_OperationID`.
 enum _OPERATION_ID : std::uint32_t { OP_UNDEFINED = 1, PI_OPERATIONS(PI_ENUMERATOR) };
 
-// Bare names repeat between the families below, so each has a namespace of its own.
+// The same name occurs in several of the families below, so each has its own namespace.
 
+// What happened to an object, `CEvent::m_EventID`.
 namespace Event {
 enum _EVENT_ID : std::uint32_t {
   UNDEFINED = 1,
@@ -33,8 +35,9 @@ enum _EVENT_ID : std::uint32_t {
 };
 }  // namespace Event
 
+// What a property is, `CProperty::m_PropertyID`. UNDEFINED also selects all properties of an
+// object. The frames and separators structure the host's display.
 namespace Property {
-// UNDEFINED doubles as the selector for all properties of an object.
 enum _PROPERTY_ID : std::uint32_t {
   FRAME_START = 0,
   FRAME_END = 1,
@@ -45,10 +48,12 @@ enum _PROPERTY_ID : std::uint32_t {
 };
 }  // namespace Property
 
+// Shorter names under which properties are shown, `CProperty::m_NameID`.
 namespace ShortName {
 enum _SHORT_NAME_ID : std::uint32_t { PI_SHORT_NAMES(PI_ENUMERATOR) };
 }  // namespace ShortName
 
+// Values of a choice, `CChoiceData::m_Value`.
 namespace Value {
 enum _VALUE_ID : std::int32_t { UNDEFINED = 1, PI_VALUES(PI_NAMED_ENUMERATOR) };
 }  // namespace Value
@@ -61,21 +66,23 @@ using Property::_PROPERTY_ID;
 using ShortName::_SHORT_NAME_ID;
 using Value::_VALUE_ID;
 
-// From here on the numbers alone are the host's; it has no enumerators for them, or we do not know
+// From here on only the numbers are the host's; it has no enumerators for them, or we do not know
 // their names.
 
-// Commands of `IPLUGINAPI::Execute`. Zero and everything above 10 are not commands.
+// Commands of `IPLUGINAPI::Execute`, and what their payload points to. Any other number is refused
+// with ERR_INVALID_COMMAND. The lists that a command fills are empty after a failure.
 enum _COMMAND : std::uint32_t {
-  CMD_INITIALIZE = 1,
-  CMD_SET_ADAPTER_IDS = 2,
-  CMD_DEINITIALIZE = 3,
-  CMD_GET_TOPOLOGY = 4,
-  CMD_GET_PROPERTIES = 5,
-  CMD_GET_PROPERTY = 6,
-  CMD_SET_PROPERTY = 7,
-  CMD_GET_OPERATIONS = 8,
-  CMD_CHECK_OPERATION = 9,
-  CMD_EXECUTE_OPERATION = 10
+  CMD_INITIALIZE = 1,       // std::vector<CAdapterID>, filled: one element per adapter
+  CMD_SET_ADAPTER_IDS = 2,  // std::vector<CAdapterID>, read: with the global numbers
+  CMD_DEINITIALIZE = 3,     // nothing
+  CMD_GET_TOPOLOGY = 4,     // std::vector<CObject>, filled: all objects
+  // These need the id of an object.
+  CMD_GET_PROPERTIES = 5,     // std::vector<CProperty>, filled
+  CMD_GET_PROPERTY = 6,       // CProperty: `m_PropertyID` is read, then the record is filled
+  CMD_SET_PROPERTY = 7,       // CProperty, read
+  CMD_GET_OPERATIONS = 8,     // std::vector<COperation>, filled
+  CMD_CHECK_OPERATION = 9,    // COperation, read: could it be executed now?
+  CMD_EXECUTE_OPERATION = 10  // COperation, read; OP_GET_EVENTS also fills `m_Events`
 };
 
 // Kinds of object, `CObject::m_ObjectType`.

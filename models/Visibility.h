@@ -1,5 +1,5 @@
-// Marks what crosses a library boundary, so that `dynamic_cast` and `catch` agree about a type on
-// both sides although everything is compiled with hidden visibility.
+// Marks types that are used across libraries. All libraries are compiled with hidden visibility;
+// without the mark, `dynamic_cast` and `catch` would not recognize a type of another library.
 #pragma once
 
 #define CORVANE_API __attribute__((visibility("default")))

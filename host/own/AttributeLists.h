@@ -1,14 +1,16 @@
 /*
- * The card library's attributes as lists, from which vsl_abstraction.h makes declarations and the
- * simulator everything else. The lists are ours: the vendor's header has none of them.
+ * The card library's attributes as lists. vsl_abstraction.h makes declarations of them, and the
+ * simulator everything else. The lists are ours; the vendor's header does not have them.
+ *
+ * Sizes are in bytes, temperatures in degrees Celsius, power in watts, masks one bit per reason.
  */
 #ifndef HOST_OWN_ATTRIBUTE_LISTS_H
 #define HOST_OWN_ATTRIBUTE_LISTS_H
 
-/* Attributes of a card: type, name. Each stands for vsl_has_NAME and vsl_NAME. */
+/* Attributes of a card: type, name. Each declares vsl_has_NAME and vsl_NAME. */
 /* clang-format off */
 #define VSL_CARD_ATTRIBUTES(X) \
-  X(const char*, device_path) \
+  X(const char*, device_path)                /* of the control device, not the block device */ \
   X(const char*, serial_number) \
   X(const char*, board_name) \
   X(const char*, product_name) \
@@ -22,7 +24,7 @@
   X(uint8_t, pci_device) \
   X(uint8_t, pci_function) \
   X(uint8_t, pci_slot_num) \
-  X(uint16_t, pci_domain) \
+  X(uint16_t, pci_domain)                    /* the PCI segment */ \
   X(uint64_t, factory_size_bytes) \
   X(uint64_t, size_bytes) \
   X(uint32_t, sector_size_bytes) \
@@ -41,26 +43,26 @@
   X(float, power_limit_watts)                /* of an adapter handle */ \
   X(uint32_t, external_power_requirement)    /* 1 optional, 2 required, else none */ \
   X(bool, external_power_connected) \
-  X(uint32_t, iom_state) \
+  X(uint32_t, iom_state)                     /* VSL_STATE_ */ \
   X(uint64_t, minimal_mode_reason)           /* mask */ \
   X(uint32_t, write_throttling_state)        /* 1 partial, 2 complete, else none */ \
   X(uint32_t, write_throttling_reason)       /* 0 to 9 */ \
   X(uint64_t, current_errors)                /* mask */ \
   X(uint64_t, current_warnings)              /* mask */ \
   X(uint64_t, current_info)                  /* mask */ \
-  X(bool, beacon_state)
+  X(bool, beacon_state)                      /* whether the LED is on */
 
-/* Attributes of a format handle: type, name. Each stands for vsl_iom_format_has_NAME and
+/* Attributes of a format: type, name. Each declares vsl_iom_format_has_NAME and
  * vsl_iom_format_NAME. */
 #define VSL_FORMAT_ATTRIBUTES(X) \
-  X(bool, disallow_overformat) \
+  X(bool, disallow_overformat)               /* VSL_SIZE_MODE_OVERFORMAT is refused */ \
   X(uint32_t, min_sector_size_bytes) \
   X(uint32_t, max_sector_size_bytes) \
-  X(uint32_t, sector_size_multiplier) \
-  X(bool, power_of_two_sector_size) \
-  X(uint64_t, size_bytes) \
+  X(uint32_t, sector_size_multiplier)        /* sector sizes are multiples of it */ \
+  X(bool, power_of_two_sector_size)          /* sector sizes are powers of two */ \
+  X(uint64_t, size_bytes)                    /* of the format as it is set up */ \
   X(uint64_t, max_size_bytes) \
-  X(uint8_t, size_pct)
+  X(uint8_t, size_pct)                       /* of max_size_bytes */
 /* clang-format on */
 
 #endif

@@ -1,7 +1,7 @@
-// The vocabulary as lists, from which Identifiers.h makes enumerators and the host kit its message
-// tables, so that the two can never disagree. The lists are ours: another host has none of them.
+// The host's numbers as lists. Identifiers.h makes enumerators of them, and the host kit its
+// message tables, so the two always agree. The lists are ours; another host does not have them.
 //
-// The numbers are fixed by the host: a row may be added, never renumbered.
+// The host fixes the numbers: rows may be added, but never renumbered.
 #pragma once
 
 // clang-format off
@@ -23,7 +23,7 @@
   X(ERR_NO_LOCATE_STARTED, 20041) \
   X(ERR_PHYSICALDRIVE_NOT_AVAILABLE, 20042)
 
-// Events, by the severity-independent number that the host's log shows.
+// Events, by the number that the host's log shows. It does not depend on the severity.
 #define PI_EVENTS(X) \
   X(CTRL_INTERNAL_ERROR, 10957) \
   X(CTRL_INCOMPATIBLE_PCI_BANDWIDTH, 10958) \
@@ -71,7 +71,7 @@
   X(OP_DETACH, 50127) \
   X(OP_FORCE_DETACH, 50128)
 
-// Properties of objects and the forms of an operation's parameters.
+// Properties of objects, and the kinds of an operation's parameters (RANGE_PARAM, CHOICE_PARAM).
 #define PI_PROPERTIES(X) \
   X(VENDOR, 30003) \
   X(VENDOR_API_VERSION, 30004) \
@@ -125,7 +125,7 @@
   X(SLOT_POWER, 30503) \
   X(POWER_LIMIT, 30504)
 
-// Names under which a property may be shown instead of its own.
+// Shorter names under which properties may be shown.
 #define PI_SHORT_NAMES(X) \
   X(BUS, 35016) \
   X(DEVICE, 35020) \
@@ -136,7 +136,8 @@
   X(SLOT, 35040) \
   X(WARNING_THRESHOLD, 35045)
 
-// Values that a choice may hold: identifier, number, name as text.
+// Values of choices: identifier, number, and the name as text. A name may differ from its identifier
+// where C++ does not allow it, as in "512B".
 #define PI_VALUES(X) \
   X(OK, 40024, "OK") \
   X(BUSY, 40025, "BUSY") \
