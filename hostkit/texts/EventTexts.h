@@ -6,7 +6,7 @@
 
 #include "host/Identifiers.h"
 #include "hostkit/texts/ReasonTexts.h"
-#include "hostkit/texts/Rows.h"
+#include "hostkit/texts/TextRow.h"
 
 namespace HostKit {
 

@@ -3,7 +3,7 @@
 
 #include "host/Identifiers.h"
 #include "hostkit/Units.h"
-#include "hostkit/texts/Rows.h"
+#include "hostkit/texts/TextRow.h"
 
 namespace HostKit {
 

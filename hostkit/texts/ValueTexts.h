@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/Identifiers.h"
-#include "hostkit/texts/Rows.h"
+#include "hostkit/texts/TextRow.h"
 
 namespace HostKit {
 

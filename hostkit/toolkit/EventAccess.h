@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/Toolkit.h"
-#include "hostkit/toolkit/States.h"
+#include "hostkit/toolkit/WaitObjects.h"
 
 namespace MBX::Threading {
 

@@ -1,6 +1,6 @@
 #include "host/Toolkit.h"
 #include "hostkit/toolkit/Ledger.h"
-#include "hostkit/toolkit/States.h"
+#include "hostkit/toolkit/WaitObjects.h"
 
 namespace HostKit {
 

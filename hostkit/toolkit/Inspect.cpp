@@ -1,7 +1,7 @@
 #include "hostkit/Inspect.h"
 
 #include "hostkit/toolkit/Ledger.h"
-#include "hostkit/toolkit/States.h"
+#include "hostkit/toolkit/WaitObjects.h"
 
 namespace HostKit {
 

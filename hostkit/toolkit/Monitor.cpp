@@ -98,8 +98,8 @@ void Monitor::Adopt(std::shared_ptr<ThreadRecord> record) {
 
 void Monitor::Forget(std::shared_ptr<ThreadRecord> record) {
   MonitorLock lock = Enter();
-  if (m_pPicker == record.get()) {
-    m_pPicker = nullptr;
+  if (m_pSelector == record.get()) {
+    m_pSelector = nullptr;
     Leave(lock, *record);
   }
   if (record->heldLocks > 0) m_Graveyard.push_back(std::move(record));
@@ -183,16 +183,16 @@ void Monitor::Leave(MonitorLock& lock, ThreadRecord& thread) {
   Scheduler().Left(lock, thread);
 }
 
-void Monitor::Pick(WaitScheduler& scheduler, std::uint64_t seed) {
+void Monitor::SelectMode(WaitScheduler& scheduler, std::uint64_t seed) {
   ThreadRecord& self = Self();
   const MonitorLock lock = Enter();
   for (const ThreadRecord* thread : m_Known) {
-    const bool onlyPicked = thread == m_pPicker && thread->knownDepth == 1;
-    if (thread == &self || onlyPicked) continue;
-    throw std::logic_error("the form of time was changed while " + thread->name + " runs");
+    const bool onlySelected = thread == m_pSelector && thread->knownDepth == 1;
+    if (thread == &self || onlySelected) continue;
+    throw std::logic_error("the time mode was changed while " + thread->name + " runs");
   }
-  if (m_pPicker != nullptr) --m_pPicker->knownDepth;
-  m_pPicker = &self;
+  if (m_pSelector != nullptr) --m_pSelector->knownDepth;
+  m_pSelector = &self;
   ++self.knownDepth;
   m_Known.assign(1, &self);
   scheduler.Restart(seed);

@@ -45,9 +45,9 @@ class Monitor {
   const std::vector<ThreadRecord*>& Known() const { return m_Known; }
   const std::vector<Sleeper*>& Sleepers() const { return m_Sleepers; }
 
-  // Makes `scheduler` the form, with the calling thread as its first known one. Throws
+  // Makes `scheduler` the time mode, with the calling thread as its first known one. Throws
   // `std::logic_error` while another thread of the kit is alive.
-  void Pick(WaitScheduler& scheduler, std::uint64_t seed);
+  void SelectMode(WaitScheduler& scheduler, std::uint64_t seed);
 
   // See `OnDeadlock`. The lock is let go for the call of the handler.
   void SetDeadlockHandler(std::function<void(const std::string&)> handler);
@@ -62,9 +62,9 @@ class Monitor {
 
   std::mutex m_Mutex;
   std::atomic<WaitScheduler*> m_pScheduler;
-  std::vector<ThreadRecord*> m_Known;  // in order of joining
-  std::vector<Sleeper*> m_Sleepers;    // in order of falling asleep
-  ThreadRecord* m_pPicker = nullptr;   // who picked the form, if that made it known
+  std::vector<ThreadRecord*> m_Known;   // in order of joining
+  std::vector<Sleeper*> m_Sleepers;     // in order of falling asleep
+  ThreadRecord* m_pSelector = nullptr;  // who selected the mode, if that made it known
   // Records of threads that ended with a lock in their hands: the lock still points to its owner.
   std::vector<std::shared_ptr<ThreadRecord>> m_Graveyard;
   std::function<void(const std::string&)> m_OnDeadlock;

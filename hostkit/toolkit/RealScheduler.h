@@ -5,7 +5,7 @@
 
 namespace HostKit {
 
-// The form at start.
+// The time mode at startup.
 WaitScheduler& RealTime();
 
 }  // namespace HostKit

@@ -6,7 +6,7 @@
 #include "host/Toolkit.h"
 #include "hostkit/FailedThreads.h"
 #include "hostkit/toolkit/Ledger.h"
-#include "hostkit/toolkit/States.h"
+#include "hostkit/toolkit/WaitObjects.h"
 
 namespace HostKit {
 

@@ -70,12 +70,12 @@ struct Sleeper {
   bool timedOut = false;
 };
 
-// One form of time. Functions that take a lock are called with the monitor's mutex held.
+// One time mode. Functions that take a lock are called with the monitor's mutex held.
 class WaitScheduler {
  public:
   virtual ~WaitScheduler() = default;
 
-  // Called when the form is picked, before any thread joins.
+  // Called when the mode is selected, before any thread joins.
   virtual void Restart(std::uint64_t seed) = 0;
 
   virtual std::int64_t SteadyNs() const = 0;

@@ -21,7 +21,7 @@ class Witness {
   std::atomic<bool>& m_Unwound;
 };
 
-class Cancellation : public EveryForm {
+class Cancellation : public EveryTimeMode {
  protected:
   // Cancels a thread that holds a lock through a guard and runs `wait`, and looks at what is left.
   void CancelDuring(const std::function<void()>& wait) {
@@ -187,7 +187,7 @@ TEST_P(Cancellation, LetsATraceLineThrough) {
   EXPECT_TRUE(seen.empty() || seen == "a line");
 }
 
-IN_EVERY_FORM(Cancellation);
+IN_EVERY_TIME_MODE(Cancellation);
 
 TEST(RealCancellation, EndsANativeCallThatIsStuck) {
   HostKit::UseRealTime();

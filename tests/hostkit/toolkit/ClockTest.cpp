@@ -6,7 +6,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-using Clock = EveryForm;
+using Clock = EveryTimeMode;
 
 TEST_P(Clock, AdvancesWithASleep) {
   const unsigned long begin = MBX::Misc::now();
@@ -54,7 +54,7 @@ TEST_P(Clock, NeverEndsAnInfiniteInterval) {
   EXPECT_EQ(0xFFFFFFFFU, interval);
 }
 
-IN_EVERY_FORM(Clock);
+IN_EVERY_TIME_MODE(Clock);
 
 TEST(RealClock, IsTheMachines) {
   HostKit::UseRealTime();

@@ -18,7 +18,7 @@ struct Listener {
   std::string heard;
 };
 
-using Delegate = EveryForm;
+using Delegate = EveryTimeMode;
 
 TEST_P(Delegate, CallsItsMember) {
   Listener listener;
@@ -43,6 +43,6 @@ TEST_P(Delegate, KeepsItsArgumentForAThreadThatStartsLater) {
   EXPECT_EQ("a text too long for the string's own room", listener.heard);
 }
 
-IN_EVERY_FORM(Delegate);
+IN_EVERY_TIME_MODE(Delegate);
 
 }  // namespace

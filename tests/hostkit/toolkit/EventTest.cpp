@@ -6,7 +6,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-using Event = EveryForm;
+using Event = EveryTimeMode;
 
 TEST_P(Event, CannotBeAwaitedBeforeInit) {
   CEvent event;
@@ -75,6 +75,6 @@ TEST_P(Event, WakesOneOfTwoWhenItResetsItselfAndBothOtherwise) {
   }
 }
 
-IN_EVERY_FORM(Event);
+IN_EVERY_TIME_MODE(Event);
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The three forms of time as a test parameter, and a thread that runs a lambda.
+// The three time modes as a test parameter, and a thread that runs a lambda.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,45 +11,46 @@
 #include "hostkit/Inspect.h"
 #include "hostkit/Scheduler.h"
 
-enum class Form { Real, Virtual, Seeded };
+enum class TimeMode { Real, Virtual, Seeded };
 
-inline void Pick(Form form) {
-  switch (form) {
-    case Form::Real:
+inline void UseTimeMode(TimeMode mode) {
+  switch (mode) {
+    case TimeMode::Real:
       return HostKit::UseRealTime();
-    case Form::Virtual:
+    case TimeMode::Virtual:
       return HostKit::UseVirtualTime();
-    case Form::Seeded:
+    case TimeMode::Seeded:
       return HostKit::UseSeededSchedule(20260101);
   }
 }
 
-inline const char* NameOf(Form form) {
+inline const char* NameOf(TimeMode mode) {
   const char* const names[] = {"RealTime", "VirtualTime", "SeededSchedule"};
-  return names[static_cast<int>(form)];
+  return names[static_cast<int>(mode)];
 }
 
-inline void PrintTo(Form form, std::ostream* out) {
-  *out << NameOf(form);
+inline void PrintTo(TimeMode mode, std::ostream* out) {
+  *out << NameOf(mode);
 }
 
-inline std::string FormName(const testing::TestParamInfo<Form>& info) {
+inline std::string TimeModeName(const testing::TestParamInfo<TimeMode>& info) {
   return NameOf(info.param);
 }
 
-// What every form must do.
-class EveryForm : public testing::TestWithParam<Form> {
+// What every time mode must do.
+class EveryTimeMode : public testing::TestWithParam<TimeMode> {
  protected:
   void SetUp() override {
-    Pick(GetParam());
+    UseTimeMode(GetParam());
     HostKit::ResetLedger();
   }
   void TearDown() override { HostKit::UseRealTime(); }
 };
 
-#define IN_EVERY_FORM(suite)                                                                       \
-  INSTANTIATE_TEST_SUITE_P(Forms, suite, testing::Values(Form::Real, Form::Virtual, Form::Seeded), \
-                           FormName)
+#define IN_EVERY_TIME_MODE(suite)                                                                \
+  INSTANTIATE_TEST_SUITE_P(TimeModes, suite,                                                     \
+                           testing::Values(TimeMode::Real, TimeMode::Virtual, TimeMode::Seeded), \
+                           TimeModeName)
 
 // A thread of the kit that runs `body`; waited for at the end of the scope.
 class Job {

@@ -6,11 +6,11 @@ using namespace MBX::Threading;
 
 namespace {
 
-class Inspect : public EveryForm {
+class Inspect : public EveryTimeMode {
  protected:
   void TearDown() override {
     HostKit::ResetLedger();
-    EveryForm::TearDown();
+    EveryTimeMode::TearDown();
   }
 
   // "1:main*2 2:free"
@@ -140,6 +140,6 @@ TEST_P(Inspect, TakesFailuresBack) {
   EXPECT_TRUE(ran);
 }
 
-IN_EVERY_FORM(Inspect);
+IN_EVERY_TIME_MODE(Inspect);
 
 }  // namespace

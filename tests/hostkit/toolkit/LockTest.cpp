@@ -6,7 +6,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-class Lock : public EveryForm {
+class Lock : public EveryTimeMode {
  protected:
   // What another thread gets when it tries.
   static unsigned int TryElsewhere(Native_OS::CFastMutex& lock, unsigned int timeoutMs = 0) {
@@ -120,6 +120,6 @@ TEST_P(Lock, IsFreeAfterAGuardThatGotIt) {
   EXPECT_EQ(1U, TryElsewhere(lock));
 }
 
-IN_EVERY_FORM(Lock);
+IN_EVERY_TIME_MODE(Lock);
 
 }  // namespace

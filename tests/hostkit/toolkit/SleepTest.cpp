@@ -9,7 +9,7 @@ namespace {
 
 constexpr long kHourMs = 3'600'000;
 
-using Sleeping = EveryForm;
+using Sleeping = EveryTimeMode;
 
 TEST_P(Sleeping, TakesAtLeastItsTime) {
   const std::int64_t begin = HostKit::SteadyNowNs();
@@ -28,15 +28,15 @@ TEST_P(Sleeping, IsEndedByACancellation) {
   EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
 }
 
-IN_EVERY_FORM(Sleeping);
+IN_EVERY_TIME_MODE(Sleeping);
 
-class LongSleeping : public EveryForm {
+class LongSleeping : public EveryTimeMode {
  protected:
   const std::chrono::steady_clock::time_point m_Begin = std::chrono::steady_clock::now();
 
   void TearDown() override {
     EXPECT_LT(std::chrono::steady_clock::now() - m_Begin, std::chrono::minutes(30));
-    EveryForm::TearDown();
+    EveryTimeMode::TearDown();
   }
 };
 
@@ -66,7 +66,7 @@ TEST_P(LongSleeping, IsRealForAThreadThatTheKitDoesNotKnow) {
   EXPECT_EQ(begin, MBX::Misc::now());
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, LongSleeping, testing::Values(Form::Virtual, Form::Seeded),
-                         FormName);
+INSTANTIATE_TEST_SUITE_P(TimeModes, LongSleeping,
+                         testing::Values(TimeMode::Virtual, TimeMode::Seeded), TimeModeName);
 
 }  // namespace

@@ -8,7 +8,7 @@ using namespace MBX::Threading;
 namespace {
 
 // A thread object and what it runs: it waits until it may end.
-class Thread : public EveryForm {
+class Thread : public EveryTimeMode {
  protected:
   using Delegate = MBX::Delegates_and_Calls::TDelegateR0<Thread, unsigned int>;
 
@@ -152,6 +152,6 @@ TEST_P(Thread, IsWaitedForByManyAtOnce) {
   EXPECT_EQ(1U, results[1]);
 }
 
-IN_EVERY_FORM(Thread);
+IN_EVERY_TIME_MODE(Thread);
 
 }  // namespace

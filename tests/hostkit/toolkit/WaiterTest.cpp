@@ -4,7 +4,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-class Waiter : public EveryForm {
+class Waiter : public EveryTimeMode {
  protected:
   void AddAll() {
     for (CEvent* event : {static_cast<CEvent*>(&m_First), static_cast<CEvent*>(&m_Second),
@@ -14,7 +14,7 @@ class Waiter : public EveryForm {
   }
 
   void SetUp() override {
-    EveryForm::SetUp();
+    EveryTimeMode::SetUp();
     m_First.Init(false, false);
     m_Second.Init(false, true);
     m_Third.Init(false, false);
@@ -89,6 +89,6 @@ TEST_P(Waiter, WaitsForAllAndTakesThemTogether) {
   EXPECT_EQ(130U, m_Third.Wait(0));
 }
 
-IN_EVERY_FORM(Waiter);
+IN_EVERY_TIME_MODE(Waiter);
 
 }  // namespace

@@ -9,15 +9,15 @@
 namespace HostKit {
 
 void UseRealTime() {
-  Monitor::Get().Pick(RealTime(), 0);
+  Monitor::Get().SelectMode(RealTime(), 0);
 }
 
 void UseVirtualTime() {
-  Monitor::Get().Pick(VirtualTime(), 0);
+  Monitor::Get().SelectMode(VirtualTime(), 0);
 }
 
 void UseSeededSchedule(std::uint64_t seed) {
-  Monitor::Get().Pick(SeededTime(), seed);
+  Monitor::Get().SelectMode(SeededTime(), seed);
 }
 
 void OnDeadlock(std::function<void(const std::string& waits)> handler) {
