@@ -1,12 +1,12 @@
 // corvane-host: a host around a storage plug-in, for people and scripts.
 #include <algorithm>
 
-#include "console/Call.h"
-#include "console/CommandLine.h"
-#include "console/Commands.h"
-#include "console/Guarded.h"
-#include "console/RunCommand.h"
-#include "console/Stop.h"
+#include "console/base/CallWithTimeout.h"
+#include "console/base/StopSignals.h"
+#include "console/cli/CommandLine.h"
+#include "console/cli/IsolatedRun.h"
+#include "console/cli/RunCommand.h"
+#include "console/commands/All.h"
 
 namespace Console {
 namespace {
@@ -15,7 +15,7 @@ using Words = std::vector<std::string>;
 
 // The verb, found without a full understanding of the arguments.
 std::string GuessVerb(const Words& arguments, const Options& options) {
-  const auto isVerb = [](const std::string& word) { return FindCommand(word) != nullptr; };
+  const auto isVerb = [](const std::string& word) { return AllCommands().Find(word) != nullptr; };
   if (!options.m_Words.empty() && isVerb(options.m_Words.front())) return options.m_Words.front();
   const auto found = std::find_if(arguments.begin(), arguments.end(), isVerb);
   return found == arguments.end() ? std::string() : *found;
@@ -23,16 +23,17 @@ std::string GuessVerb(const Words& arguments, const Options& options) {
 
 // The command that a wrong line is about, if it names one that people know.
 const Command* NamedCommand(const Options& options) {
-  const Command* found = options.m_Words.empty() ? nullptr : FindCommand(options.m_Words.front());
+  const Command* found =
+      options.m_Words.empty() ? nullptr : AllCommands().Find(options.m_Words.front());
   return found == nullptr || found->m_Group == Group::None ? nullptr : found;
 }
 
 ExitCode Main(const Words& arguments) {
-  Start start;
+  Start start{AllCommands(), {}, nullptr, false, std::nullopt};
   try {
     CatchStopSignals();
     ParseCommandLine(arguments, start.m_Options);
-    start.m_pCommand = &ChooseCommand(start.m_Options);
+    start.m_pCommand = &AllCommands().Choose(start.m_Options);
   } catch (const Failure& failure) {
     start.m_Wrong.emplace(failure);
     start.m_pCommand = NamedCommand(start.m_Options);

@@ -3,13 +3,13 @@
 #include <string>
 #include <vector>
 
-#include "console/CommandLine.h"
-#include "console/Condition.h"
-#include "console/Failure.h"
-#include "console/Model.h"
-#include "console/Moment.h"
-#include "console/Selectors.h"
-#include "console/Span.h"
+#include "console/base/Duration.h"
+#include "console/base/Failure.h"
+#include "console/base/Timestamp.h"
+#include "console/cli/CommandLine.h"
+#include "console/model/Condition.h"
+#include "console/model/Model.h"
+#include "console/model/Selectors.h"
 #include "fuzz/Require.h"
 #include "fuzz/Targets.h"
 

@@ -3,13 +3,13 @@
 
 #include <algorithm>
 
-#include "console/Answer.h"
-#include "console/Commands.h"
-#include "console/Context.h"
-#include "console/Exports.h"
-#include "console/Help.h"
-#include "console/OptionTable.h"
+#include "console/cli/CommandTable.h"
+#include "console/cli/HelpText.h"
+#include "console/cli/OptionTable.h"
 #include "console/commands/All.h"
+#include "console/plugin/Exports.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {
@@ -90,10 +90,10 @@ Answer RunHelp(Context& context) {
       if (command.m_Group == Group::None) continue;
       answer.m_Result["commands"].push_back(CommandJson(command));
     }
-    answer.m_Text = GeneralHelp();
+    answer.m_Text = GeneralHelp(AllCommands());
     return answer;
   }
-  const Command& command = RequireCommand(context.m_Arguments[0]);
+  const Command& command = AllCommands().Require(context.m_Arguments[0]);
   answer.m_Result["commands"].push_back(CommandJson(command));
   answer.m_Text = CommandHelp(command);
   return answer;

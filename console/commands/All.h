@@ -1,10 +1,13 @@
-// The commands' entry points.
+// All commands of the program.
 #pragma once
+
+#include "console/cli/CommandTable.h"
 
 namespace Console {
 
-struct Answer;
-class Context;
+const CommandTable& AllCommands();
+
+// Their entry points.
 
 Answer RunList(Context& context);
 Answer RunTree(Context& context);

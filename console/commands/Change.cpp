@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <optional>
 
-#include "console/Act.h"
-#include "console/Deadline.h"
-#include "console/Span.h"
-#include "console/Stop.h"
+#include "console/base/Deadline.h"
+#include "console/base/Duration.h"
+#include "console/base/StopSignals.h"
+#include "console/change/OperationRunner.h"
 #include "console/commands/All.h"
 #include "hostkit/Texts.h"
 

@@ -1,10 +1,10 @@
 // check: the state of the cards for a monitoring system. What goes wrong before there is an answer
 // is reported in the same form by the program itself.
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/Selectors.h"
-#include "console/Verdict.h"
 #include "console/commands/All.h"
+#include "console/model/Selectors.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CheckResult.h"
+#include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {

@@ -1,13 +1,13 @@
 // completion and complete: a script for the shell, and what it asks.
-#include "console/Completion.h"
-
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/Scripts.h"
+#include "console/base/Printable.h"
+#include "console/cli/CompletionCandidates.h"
+#include "console/cli/CompletionScripts.h"
 #include "console/commands/All.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {
@@ -41,7 +41,7 @@ Answer RunCompletion(Context& context) {
 Answer RunComplete(Context& context) {
   const auto objects = [&](const Options& options) { return context.With(options).Objects(); };
   Answer answer;
-  for (const Candidate& candidate : Complete(context.m_Arguments, objects)) {
+  for (const Candidate& candidate : Complete(context.m_Arguments, AllCommands(), objects)) {
     answer.m_Values.push_back(Printed(candidate));
   }
   return answer;

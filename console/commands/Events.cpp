@@ -5,16 +5,17 @@
 #include <chrono>
 #include <optional>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/Deadline.h"
-#include "console/EventView.h"
-#include "console/Moment.h"
-#include "console/Number.h"
-#include "console/Selectors.h"
-#include "console/Span.h"
-#include "console/Stop.h"
+#include "console/base/Deadline.h"
+#include "console/base/Duration.h"
+#include "console/base/Number.h"
+#include "console/base/StopSignals.h"
+#include "console/base/Timestamp.h"
 #include "console/commands/All.h"
+#include "console/model/Selectors.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
+#include "console/report/EventMatcher.h"
+#include "console/report/EventRows.h"
 
 namespace Console {
 namespace {

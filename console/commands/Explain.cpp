@@ -1,11 +1,11 @@
 // explain: a number or name of the vocabulary in plain words, and what to do about it.
 #include <fmt/format.h>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/EventView.h"
-#include "console/Glossary.h"
 #include "console/commands/All.h"
+#include "console/model/EventSeverity.h"
+#include "console/model/NameIndex.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {

@@ -1,10 +1,9 @@
 // format: what is asked of the drive, by the options.
-#include "console/Format.h"
-
 #include <fmt/format.h>
 
-#include "console/Act.h"
-#include "console/Number.h"
+#include "console/base/Number.h"
+#include "console/change/FormatDrive.h"
+#include "console/change/OperationRunner.h"
 #include "console/commands/All.h"
 
 namespace Console {

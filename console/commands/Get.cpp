@@ -1,11 +1,11 @@
 // get: bare values of one object.
 #include <fmt/format.h>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/PropertyName.h"
-#include "console/Selectors.h"
 #include "console/commands/All.h"
+#include "console/model/PropertyName.h"
+#include "console/model/Selectors.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {

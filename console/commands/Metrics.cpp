@@ -1,14 +1,13 @@
 // metrics: the cards for a collector, on standard output or in a file.
-#include "console/Metrics.h"
-
 #include <optional>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/History.h"
-#include "console/MetricsText.h"
-#include "console/TextFile.h"
+#include "console/base/TextFile.h"
 #include "console/commands/All.h"
+#include "console/plugin/EventHistory.h"
+#include "console/render/CommandResult.h"
+#include "console/render/MetricFamilies.h"
+#include "console/render/OpenMetrics.h"
+#include "console/report/CommandContext.h"
 #include "host/Database.h"
 
 namespace Console {

@@ -5,13 +5,14 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 
-#include "console/Act.h"
-#include "console/Consent.h"
-#include "console/Format.h"
-#include "console/Glossary.h"
-#include "console/Number.h"
-#include "console/Selectors.h"
+#include "console/base/Number.h"
+#include "console/base/Printable.h"
+#include "console/change/Confirmation.h"
+#include "console/change/FormatDrive.h"
+#include "console/change/OperationRunner.h"
 #include "console/commands/All.h"
+#include "console/model/NameIndex.h"
+#include "console/model/Selectors.h"
 #include "hostkit/Texts.h"
 
 namespace Console {

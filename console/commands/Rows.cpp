@@ -1,14 +1,13 @@
 // rows: what plug-ins have written into the host's database.
 #include <fmt/format.h>
 
-#include <array>
 #include <boost/algorithm/string.hpp>
 
-#include "console/Answer.h"
-#include "console/ChoiceNames.h"
-#include "console/Context.h"
-#include "console/History.h"
 #include "console/commands/All.h"
+#include "console/plugin/EventHistory.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
+#include "console/report/RowTables.h"
 #include "host/Database.h"
 #include "hostkit/Database.h"
 
@@ -18,18 +17,9 @@ namespace {
 using HostKit::CellKind;
 using HostKit::RowTable;
 
-struct Source {
-  const char* m_Name;
-  HostKit::RowKind m_Kind;
-};
-
-constexpr std::array<Source, 3> kSources = {{{"adapter", HostKit::RowKind::Adapter},
-                                             {"drive", HostKit::RowKind::Drive},
-                                             {"plugin", HostKit::RowKind::Plugin}}};
-
-std::vector<Source> Wanted(const std::vector<std::string>& arguments) {
-  if (arguments.empty()) return {kSources.begin(), kSources.end()};
-  for (const Source& source : kSources) {
+std::vector<RowSource> Wanted(const std::vector<std::string>& arguments) {
+  if (arguments.empty()) return {std::begin(kRowSources), std::end(kRowSources)};
+  for (const RowSource& source : kRowSources) {
     if (arguments[0] == source.m_Name) return {source};
   }
   const std::vector<std::string> names = RowTableNames();
@@ -38,7 +28,7 @@ std::vector<Source> Wanted(const std::vector<std::string>& arguments) {
   throw UsageFailure(fmt::format("there is no table '{}'", arguments[0]), advice);
 }
 
-RowTable Read(const Source& source) {
+RowTable Read(const RowSource& source) {
   try {
     return HostKit::ReadRows(source.m_Kind);
   } catch (const DBEXCEPTION::DatabaseException& failure) {
@@ -97,14 +87,8 @@ std::string CountLine(const char* name, const RowTable& table) {
 
 }  // namespace
 
-std::vector<std::string> RowTableNames() {
-  std::vector<std::string> names;
-  for (const Source& source : kSources) names.emplace_back(source.m_Name);
-  return names;
-}
-
 Answer RunRows(Context& context) {
-  const std::vector<Source> wanted = Wanted(context.m_Arguments);
+  const std::vector<RowSource> wanted = Wanted(context.m_Arguments);
   context.Open();
   Answer answer;
   answer.m_Result = {{"tables", Json::array()}};
@@ -113,7 +97,7 @@ Answer RunRows(Context& context) {
                               {"COLUMN", "column", false},
                               {"VALUE", "value", false}};
   std::string counts;
-  for (const Source& source : wanted) {
+  for (const RowSource& source : wanted) {
     const RowTable table = Read(source);
     answer.m_Result["tables"].push_back(TableJson(source.m_Name, table));
     AddCells(answer.m_Table, source.m_Name, table);

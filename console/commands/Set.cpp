@@ -1,12 +1,12 @@
 // set: change one property, and say what changed.
 #include <fmt/format.h>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/Number.h"
-#include "console/PropertyName.h"
-#include "console/Selectors.h"
+#include "console/base/Number.h"
 #include "console/commands/All.h"
+#include "console/model/PropertyName.h"
+#include "console/model/Selectors.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
 #include "hostkit/Paths.h"
 
 namespace Console {

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/PropertyName.h"
-#include "console/Selectors.h"
 #include "console/commands/All.h"
+#include "console/model/PropertyName.h"
+#include "console/model/Selectors.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
 #include "hostkit/Texts.h"
 
 namespace Console {

@@ -3,13 +3,15 @@
 
 #include <algorithm>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/Health.h"
-#include "console/Moment.h"
-#include "console/Selectors.h"
-#include "console/Since.h"
+#include "console/base/Timestamp.h"
 #include "console/commands/All.h"
+#include "console/model/Health.h"
+#include "console/model/Selectors.h"
+#include "console/render/CommandResult.h"
+#include "console/render/HealthCells.h"
+#include "console/report/CommandContext.h"
+#include "console/report/EventMatcher.h"
+#include "console/report/StatusSince.h"
 
 namespace Console {
 namespace {

@@ -4,15 +4,16 @@
 #include <chrono>
 #include <optional>
 
-#include "console/Answer.h"
-#include "console/Condition.h"
-#include "console/Context.h"
-#include "console/Deadline.h"
-#include "console/Selectors.h"
-#include "console/Span.h"
-#include "console/Stop.h"
-#include "console/Watched.h"
+#include "console/base/Deadline.h"
+#include "console/base/Duration.h"
+#include "console/base/Printable.h"
+#include "console/base/StopSignals.h"
 #include "console/commands/All.h"
+#include "console/model/Condition.h"
+#include "console/model/Selectors.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
+#include "console/watch/LiveModel.h"
 
 namespace Console {
 namespace {

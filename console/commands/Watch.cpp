@@ -7,18 +7,19 @@
 #include <iterator>
 #include <optional>
 
-#include "console/Answer.h"
-#include "console/Context.h"
-#include "console/Deadline.h"
-#include "console/EventView.h"
-#include "console/Health.h"
-#include "console/Moment.h"
-#include "console/Screen.h"
-#include "console/Span.h"
-#include "console/Stop.h"
-#include "console/WatchView.h"
-#include "console/Watched.h"
+#include "console/base/Deadline.h"
+#include "console/base/Duration.h"
+#include "console/base/StopSignals.h"
+#include "console/base/Timestamp.h"
 #include "console/commands/All.h"
+#include "console/model/Health.h"
+#include "console/render/CommandResult.h"
+#include "console/render/HealthCells.h"
+#include "console/report/CommandContext.h"
+#include "console/report/EventRows.h"
+#include "console/watch/LiveModel.h"
+#include "console/watch/Screen.h"
+#include "console/watch/WatchView.h"
 
 namespace Console {
 namespace {

@@ -149,7 +149,7 @@ offers() {
   keep bash corvane-host completion bash
   ended bash 0
   silent bash err
-  cmp "$CORVANE_SOURCE/console/completions/corvane-host.bash" "$BATS_FILE_TMPDIR/bash.out"
+  cmp "$CORVANE_SOURCE/console/cli/completions/corvane-host.bash" "$BATS_FILE_TMPDIR/bash.out"
   keep fsh corvane-host completion fsh
   ended fsh 2
   silent fsh out

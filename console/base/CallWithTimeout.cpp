@@ -1,0 +1,83 @@
+#include "console/base/CallWithTimeout.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "console/base/Failure.h"
+#include "console/base/Notifier.h"
+#include "console/base/StopSignals.h"
+
+namespace Console {
+namespace {
+
+// What is slow and not stuck comes back in good order.
+constexpr std::chrono::seconds kGrace(2);
+
+std::atomic<bool> g_HasAbandoned{false};
+
+struct Running {
+  explicit Running(std::function<std::uint32_t()> call) : m_Task(std::move(call)) {}
+
+  std::packaged_task<std::uint32_t()> m_Task;
+  Bell m_Ended;
+};
+
+// A stop makes the bell's wait return at once, so it is not used when the stop does not count.
+bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadline& deadline,
+              OnStop onStop) {
+  while (!deadline.IsOver()) {
+    if (onStop == OnStop::GoOn) {
+      if (result.wait_for(deadline.Left()) == std::future_status::ready) return true;
+    } else if (StopAsked() || running.m_Ended.Wait(deadline.Left(), Interest())) {
+      break;
+    }
+  }
+  return result.wait_for(kGrace) == std::future_status::ready;
+}
+
+std::thread StartThread(const std::shared_ptr<Running>& running) {
+  try {
+    return std::thread([running] {
+      running->m_Task();
+      running->m_Ended.Ring();
+    });
+  } catch (const std::system_error& e) {
+    throw Failure(ExitCode::Failed, "NO_THREAD", "starting a thread", e.code().message(),
+                  {"Allow this user more processes and threads (ulimit -u), or free memory."});
+  }
+}
+
+}  // namespace
+
+std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
+                                           const Deadline& deadline, OnStop onStop) {
+  const auto running = std::make_shared<Running>(std::move(call));
+  std::future<std::uint32_t> result = running->m_Task.get_future();
+  std::thread thread = StartThread(running);
+  if (!AwaitEnd(*running, result, deadline, onStop)) {
+    g_HasAbandoned = true;
+    thread.detach();
+    return std::nullopt;
+  }
+  thread.join();
+  return result.get();
+}
+
+void LeaveThreadsRunning() {
+  g_HasAbandoned = true;
+}
+
+void EndProgram(int code) {
+  std::fflush(nullptr);
+  if (g_HasAbandoned) std::_Exit(code);
+  std::exit(code);
+}
+
+}  // namespace Console

@@ -1,0 +1,50 @@
+#include "console/base/Duration.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <cstdint>
+
+#include "console/base/Failure.h"
+
+namespace Console {
+namespace {
+
+struct TimeUnit {
+  const char* m_Symbol;
+  std::int64_t m_Milliseconds;
+};
+
+constexpr std::int64_t kMillisecondsOfDay = 86'400'000;
+
+constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
+                                   {"m", 60'000}, {"h", 3'600'000}, {"d", kMillisecondsOfDay}};
+
+}  // namespace
+
+std::optional<std::chrono::milliseconds> ReadSpan(const std::string& text) {
+  // The steady clock, to which it is added, has room for ten times as much.
+  constexpr std::int64_t kLongest = 10'000 * kMillisecondsOfDay;
+  std::int64_t number = -1;
+  const char* end = text.data() + text.size();
+  const char* stop = std::from_chars(text.data(), end, number).ptr;
+  for (const TimeUnit& unit : kTimeUnits) {
+    const bool fits = number >= 0 && number <= kLongest / unit.m_Milliseconds;
+    if (fits && std::string(stop, end) == unit.m_Symbol)
+      return std::chrono::milliseconds(number * unit.m_Milliseconds);
+  }
+  return std::nullopt;
+}
+
+std::chrono::milliseconds ParseSpan(const char* option, const std::string& text) {
+  if (const auto span = ReadSpan(text)) return *span;
+  throw UsageFailure(fmt::format("{} cannot be '{}'", option, text), {"It may be 30s, 5m or 1h."});
+}
+
+std::string ElapsedText(std::chrono::milliseconds span) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(span).count();
+  if (seconds < 3600) return fmt::format("{}:{:02}", seconds / 60, seconds % 60);
+  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+}  // namespace Console

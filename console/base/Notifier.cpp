@@ -1,0 +1,30 @@
+#include "console/base/Notifier.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace Console {
+
+Bell::Bell() : m_Fd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  if (m_Fd < 0) throw std::system_error(errno, std::generic_category(), "waiting for the plug-in");
+}
+
+Bell::~Bell() {
+  close(m_Fd);
+}
+
+void Bell::Ring() const {
+  // Full only after 2^64 rings, and then it rings anyway.
+  if (eventfd_write(m_Fd, 1) != 0) return;
+}
+
+bool Bell::Wait(std::chrono::milliseconds atMost, const Interest& also) const {
+  if (!WaitReadable(m_Fd, atMost, also)) return false;
+  eventfd_t rings = 0;
+  return eventfd_read(m_Fd, &rings) == 0;
+}
+
+}  // namespace Console

@@ -1,0 +1,44 @@
+// The options of the command line as values.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Console {
+
+struct Options {
+  std::vector<std::string> m_Words;  // the verb and what follows it
+  std::string m_Form;                // empty: the command's own
+  std::vector<std::string> m_Columns;
+  bool m_NoHeadings = false;
+  bool m_Quiet = false;
+  bool m_Verbose = false;
+  bool m_Ascii = false;
+  std::string m_Color = "auto";
+  std::string m_Plugin;
+  std::optional<std::string> m_Simulate;  // the file, empty for the default one
+  std::string m_Database;
+  std::optional<std::string> m_Trace;
+  std::string m_TraceFile;
+  bool m_Long = false;
+  bool m_Follow = false;
+  std::string m_For;
+  std::string m_Since;
+  std::string m_Limit;
+  std::string m_Timeout;
+  std::string m_TextFile;
+  std::string m_Confirm;
+  std::string m_Capacity;
+  std::string m_SectorSize;
+  bool m_Yes = false;
+  bool m_NoInput = false;
+  bool m_DryRun = false;
+  bool m_Force = false;
+  bool m_Help = false;
+  bool m_Version = false;
+  std::set<std::string> m_Given;  // all options that were given, as "--long"
+};
+
+}  // namespace Console

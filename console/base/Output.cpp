@@ -1,0 +1,94 @@
+#include "console/base/Output.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "console/base/Failure.h"
+#include "console/base/Printable.h"
+
+namespace Console {
+namespace {
+
+constexpr std::size_t kMaxAdviceLines = 3;
+
+Failure WriteFailure(int error) {
+  return Failure(ExitCode::Failed, "WRITE_FAILED", "writing the answer", std::strerror(error));
+}
+
+}  // namespace
+
+AnswerStream::AnswerStream(bool showOthers) {
+  std::fflush(stdout);
+  const int answer = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (answer < 0 && errno == EMFILE) {
+    // No plug-in can be loaded either, so the reason for that is all that will be written.
+    m_File = stdout;
+    return;
+  }
+  if (answer >= 0) m_File = fdopen(answer, "w");
+  const int others = showOthers ? dup(STDERR_FILENO) : open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (others < 0) return;
+  dup2(others, STDOUT_FILENO);
+  if (others != STDOUT_FILENO) close(others);
+}
+
+AnswerStream::~AnswerStream() {
+  if (m_File != nullptr && m_File != stdout) std::fclose(m_File);
+}
+
+std::size_t AnswerStream::TerminalWidth() const {
+  constexpr std::size_t kUnknownWidth = 80;
+  if (m_File == nullptr || isatty(fileno(m_File)) == 0) return 0;
+  winsize size = {};
+  if (ioctl(fileno(m_File), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUnknownWidth;
+  return size.ws_col;
+}
+
+void AnswerStream::Write(const std::string& text) {
+  if (text.empty()) return;
+  if (m_File == nullptr) throw WriteFailure(EBADF);
+  const bool written = std::fwrite(text.data(), 1, text.size(), m_File) == text.size();
+  if (written && std::fflush(m_File) == 0) return;
+  // A reader that has gone has had what it wanted.
+  if (errno != EPIPE) throw WriteFailure(errno);
+}
+
+void Talk::Note(const std::string& id, const std::string& text,
+                const std::vector<std::string>& advice) {
+  m_Messages.push_back({"note", id, text, advice});
+  if (m_Volume == Volume::All) Say(m_Messages.back());
+}
+
+void Talk::Error(const std::string& id, const std::string& text,
+                 const std::vector<std::string>& advice) {
+  m_Messages.push_back({"error", id, text, advice});
+  if (m_Volume != Volume::Nothing) Say(m_Messages.back());
+}
+
+void Talk::Say(const Message& message) {
+  const char* prefix = message.m_Severity == "note" ? "note: " : "";
+  std::string lines = fmt::format("corvane-host: {}{}\n", prefix, Printable(message.m_Text));
+  const std::size_t count = std::min(message.m_Advice.size(), kMaxAdviceLines);
+  for (std::size_t i = 0; i < count; ++i) {
+    lines += fmt::format("  {}\n", Printable(message.m_Advice[i]));
+  }
+  if (m_IsHeld) {
+    m_Held += lines;
+  } else {
+    std::fputs(lines.c_str(), stderr);
+  }
+}
+
+HeldTalk::~HeldTalk() {
+  m_Talk.m_IsHeld = false;
+  std::fputs(m_Talk.m_Held.c_str(), stderr);
+  m_Talk.m_Held.clear();
+}
+
+}  // namespace Console

@@ -1,0 +1,81 @@
+#include "console/base/StopSignals.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+
+#include "console/base/Failure.h"
+
+namespace Console {
+namespace {
+
+volatile sig_atomic_t g_Stop = 0;
+volatile sig_atomic_t g_SecondEnds = 1;
+int g_StopFd = -1;
+
+void Handle(void (*handler)(int)) {
+  struct sigaction action = {};
+  sigemptyset(&action.sa_mask);
+  action.sa_handler = handler;
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+}
+
+// The first signal may also restore the default actions, so that a second one of any kind ends the
+// program.
+void OnSignal(int) {
+  const int keep = errno;
+  g_Stop = 1;
+  if (g_SecondEnds != 0) Handle(SIG_DFL);
+  const std::uint64_t one = 1;
+  if (write(g_StopFd, &one, sizeof one) < 0) {
+    // Nothing can be said from here, and the flag is set already.
+  }
+  errno = keep;
+}
+
+}  // namespace
+
+void CatchStopSignals(bool secondEnds) {
+  g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  if (g_StopFd < 0) {
+    throw Failure(ExitCode::Failed, "NO_DESCRIPTOR", "catching signals", std::strerror(errno));
+  }
+  g_SecondEnds = secondEnds ? 1 : 0;
+  Handle(OnSignal);
+  signal(SIGPIPE, SIG_IGN);
+}
+
+void CheckStop() {
+  if (g_Stop != 0) throw Stopped();
+}
+
+bool StopAsked() {
+  return g_Stop != 0;
+}
+
+bool WaitForStop(std::chrono::milliseconds atMost) {
+  pollfd wait = {g_StopFd, POLLIN, 0};
+  poll(&wait, 1, static_cast<int>(atMost.count()));
+  return StopAsked();
+}
+
+// A lost reader is told as an error, which needs no asking for.
+bool WaitReadable(int fd, std::chrono::milliseconds atMost, const Interest& also) {
+  std::array<pollfd, 4> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0},
+                                 pollfd{also.m_Readable, POLLIN, 0}, pollfd{also.m_Reader, 0, 0}};
+  const int count = poll(waits.data(), waits.size(), static_cast<int>(atMost.count()));
+  return count > 0 && (waits[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0 && g_Stop == 0;
+}
+
+bool HasLostReader(int fd) {
+  pollfd question = {fd, 0, 0};
+  return poll(&question, 1, 0) > 0 && (question.revents & (POLLERR | POLLHUP)) != 0;
+}
+
+}  // namespace Console

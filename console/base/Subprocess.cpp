@@ -1,0 +1,116 @@
+#include "console/base/Subprocess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "console/base/CallWithTimeout.h"
+#include "console/base/Deadline.h"
+#include "console/base/Failure.h"
+#include "console/base/StopSignals.h"
+
+namespace Console {
+namespace {
+
+using std::chrono::milliseconds;
+
+// The start of a plug-in takes more than a second, and only then it can be stopped in good order.
+constexpr std::chrono::seconds kGrace(3);
+constexpr std::chrono::seconds kGraceAfterKill(2);
+
+Failure NoProcess(int error) {
+  return Failure(ExitCode::Failed, "NO_PROCESS", "starting a process", std::strerror(error));
+}
+
+// `output` itself stays open as long as the process lives: its end is the end of the process. What
+// is thrown must not go on as if this were the parent.
+[[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) noexcept {
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  if (getppid() != parent) std::exit(EXIT_FAILURE);
+  // A signal to the whole group comes twice, the second time from the parent, which has other
+  // means.
+  CatchStopSignals(false);
+  dup2(output, STDOUT_FILENO);
+  EndProgram(work());
+}
+
+// False at the end.
+bool ReadSome(int fd, std::string& into) {
+  std::array<char, 4096> some = {};
+  const ssize_t count = read(fd, some.data(), some.size());
+  if (count < 0) return errno == EINTR || errno == EAGAIN;
+  into.append(some.data(), static_cast<std::size_t>(count));
+  return count > 0;
+}
+
+// What ended the waiting; `How::Exited` stands for any end of the process.
+How ReadAll(int fd, milliseconds atMost, std::string& into) {
+  const Deadline deadline(atMost);
+  while (true) {
+    if (StopAsked()) return How::Stopped;
+    if (deadline.IsOver()) return How::TimedOut;
+    if (WaitReadable(fd, deadline.Left()) && !ReadSome(fd, into)) return How::Exited;
+  }
+}
+
+// Whether the process ends in time.
+bool AwaitEnd(int fd, milliseconds atMost) {
+  const Deadline deadline(atMost);
+  std::string ignored;
+  pollfd wait = {fd, POLLIN, 0};
+  while (!deadline.IsOver()) {
+    const int count = poll(&wait, 1, static_cast<int>(deadline.Left().count()));
+    if (count > 0 && !ReadSome(fd, ignored)) return true;
+  }
+  return false;
+}
+
+// A process in good order takes its temporary files with it. One that hangs in its system's kernel
+// cannot be ended at all, and is left to the system: false.
+bool EndSoon(pid_t child, int fd) {
+  kill(child, SIGTERM);
+  if (AwaitEnd(fd, kGrace)) return true;
+  kill(child, SIGKILL);
+  return AwaitEnd(fd, kGraceAfterKill);
+}
+
+int StatusOf(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+  return status;
+}
+
+}  // namespace
+
+Ending RunInChild(const std::function<int()>& work, milliseconds atMost) {
+  std::array<int, 2> ends = {};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw NoProcess(errno);
+  const pid_t parent = getpid();
+  const pid_t child = fork();
+  if (child == 0) BeChild(work, ends[1], parent);
+  const int error = errno;
+  close(ends[1]);
+  if (child < 0) {
+    close(ends[0]);
+    throw NoProcess(error);
+  }
+  Ending ending = {};
+  ending.m_How = ReadAll(ends[0], atMost, ending.m_Output);
+  const bool hasEnded = ending.m_How == How::Exited || EndSoon(child, ends[0]);
+  const int status = hasEnded ? StatusOf(child) : 0;
+  close(ends[0]);
+  if (ending.m_How != How::Exited) return ending;
+  ending.m_How = WIFSIGNALED(status) ? How::Killed : How::Exited;
+  ending.m_Number = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+  return ending;
+}
+
+}  // namespace Console

@@ -1,0 +1,95 @@
+#include "console/base/Terminal.h"
+
+#include <histedit.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <boost/algorithm/string/trim.hpp>
+#include <cstdio>
+#include <cstring>
+#include <cwchar>
+#include <memory>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "console/base/Deadline.h"
+#include "console/base/StopSignals.h"
+
+namespace Console {
+namespace {
+
+// One line from the person, edited by libedit on standard error; nothing is remembered of it, and
+// no file of the person's changes the keys.
+class LineEditor {
+ public:
+  explicit LineEditor(std::string prompt)
+      : m_Prompt(std::move(prompt)),
+        m_pEditor(el_init("corvane-host", stdin, stderr, stderr), el_end) {
+    if (m_pEditor == nullptr) throw std::bad_alloc();
+    el_set(m_pEditor.get(), EL_CLIENTDATA, this);
+    el_set(m_pEditor.get(), EL_PROMPT, PromptOf);
+    el_set(m_pEditor.get(), EL_EDITOR, "emacs");
+    el_set(m_pEditor.get(), EL_GETCFN, ReadLetter);
+  }
+
+  // Nothing at the end of input, and when a signal came.
+  std::optional<std::string> Read() {
+    int count = 0;
+    const char* const line = el_gets(m_pEditor.get(), &count);
+    if (line == nullptr || count <= 0) return std::nullopt;
+    return std::string(line, static_cast<std::size_t>(count));
+  }
+
+ private:
+  static LineEditor& Of(EditLine* editor) {
+    void* self = nullptr;
+    el_get(editor, EL_CLIENTDATA, &self);
+    return *static_cast<LineEditor*>(self);
+  }
+
+  static char* PromptOf(EditLine* editor) { return Of(editor).m_Prompt.data(); }
+
+  // The library would go on reading after a signal; here it is the end of input. A letter is read
+  // byte by byte, so that nothing beyond the line is taken.
+  static int ReadLetter(EditLine* editor, wchar_t* letter) {
+    std::mbstate_t& state = Of(editor).m_State;
+    while (true) {
+      const bool readable = WaitReadable(STDIN_FILENO, Deadline().Left());
+      if (StopAsked()) return 0;
+      if (!readable) continue;
+      char byte = 0;
+      if (read(STDIN_FILENO, &byte, 1) != 1) return 0;
+      const std::size_t length = std::mbrtowc(letter, &byte, 1, &state);
+      if (length <= 1) return 1;
+      if (length == static_cast<std::size_t>(-1)) state = {};  // no letter: it is left out
+    }
+  }
+
+  std::string m_Prompt;
+  std::mbstate_t m_State = {};
+  const std::unique_ptr<EditLine, void (*)(EditLine*)> m_pEditor;
+};
+
+}  // namespace
+
+bool CanAsk(const Options& options) {
+  return !options.m_NoInput && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
+}
+
+bool CanRewriteLine() {
+  const char* kind = secure_getenv("TERM");
+  return isatty(STDERR_FILENO) != 0 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
+}
+
+std::string AskLine(const std::string& question) {
+  const std::size_t lastLine = question.rfind('\n') + 1;
+  std::fputs(question.substr(0, lastLine).c_str(), stderr);
+  LineEditor editor(question.substr(lastLine));
+  const std::optional<std::string> line = editor.Read();
+  if (!line) std::fputs("\n", stderr);
+  CheckStop();
+  return boost::trim_copy(line.value_or(""));
+}
+
+}  // namespace Console

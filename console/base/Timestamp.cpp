@@ -1,0 +1,100 @@
+#include "console/base/Timestamp.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <optional>
+
+#include "console/base/Duration.h"
+#include "console/base/Failure.h"
+
+namespace Console {
+namespace {
+
+constexpr std::uint64_t kSecond = 1000;
+constexpr std::uint64_t kMinute = 60 * kSecond;
+constexpr std::uint64_t kHour = 60 * kMinute;
+constexpr std::uint64_t kDay = 24 * kHour;
+
+struct DayName {
+  const char* m_Name;
+  std::uint64_t m_DaysAgo;
+};
+
+constexpr DayName kDayNames[] = {{"today", 0}, {"yesterday", 1}};
+
+constexpr const char* kDayForm = "%Y-%m-%d";
+constexpr const char* kForms[] = {kDayForm, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
+
+// Nothing for a date that no calendar has, such as the 31st of February, or one before the epoch.
+std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
+  std::tm read = {};
+  const char* const end = strptime(text.c_str(), form, &read);
+  if (end == nullptr || *end != '\0') return std::nullopt;
+  const long offset = read.tm_gmtoff;
+  std::tm normal = read;
+  const std::time_t seconds = timegm(&normal);
+  if (normal.tm_mday != read.tm_mday || seconds < offset) return std::nullopt;
+  return static_cast<std::uint64_t>(seconds - offset) * kSecond;
+}
+
+struct Step {
+  std::uint64_t m_Most;  // of the unit, for which it is the one to count in
+  std::uint64_t m_Unit;
+  const char* m_Name;
+};
+
+constexpr Step kSteps[] = {{120, kSecond, "s"}, {120, kMinute, "min"}, {48, kHour, "h"}};
+
+std::string AgeText(std::uint64_t age) {
+  for (const Step& step : kSteps) {
+    if (age / step.m_Unit < step.m_Most) {
+      return fmt::format("{} {}", age / step.m_Unit, step.m_Name);
+    }
+  }
+  return fmt::format("{} days", age / kDay);
+}
+
+}  // namespace
+
+std::uint64_t NowMs() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+}
+
+std::optional<std::uint64_t> ReadDay(const std::string& text) {
+  return ReadAs(kDayForm, text);
+}
+
+std::uint64_t ParseMoment(const char* option, const std::string& text, std::uint64_t nowMs) {
+  for (const DayName& day : kDayNames) {
+    if (text == day.m_Name) return (nowMs / kDay - day.m_DaysAgo) * kDay;
+  }
+  for (const char* form : kForms) {
+    if (const auto moment = ReadAs(form, text)) return *moment;
+  }
+  if (const auto span = ReadSpan(text)) {
+    return nowMs - std::min(nowMs, static_cast<std::uint64_t>(span->count()));
+  }
+  throw UsageFailure(
+      fmt::format("{} cannot be '{}'", option, text),
+      {"It may be 15m, 1h or 2d ago, today, yesterday, 2026-11-20 or 2026-11-20T05:31:00Z."});
+}
+
+std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs) {
+  const auto since = fmt::gmtime(static_cast<std::time_t>(sinceMs / kSecond));
+  const std::string time = sinceMs / kDay == nowMs / kDay ? fmt::format("{:%H:%M}", since)
+                                                          : fmt::format("{:%Y-%m-%d %H:%M}", since);
+  return fmt::format("{}, {}", time, AgeText(nowMs - std::min(nowMs, sinceMs)));
+}
+
+std::string TimeText(std::uint64_t milliseconds) {
+  const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}+00:00", fmt::gmtime(seconds));
+}
+
+}  // namespace Console

@@ -1,0 +1,133 @@
+#include "console/change/BlockDeviceUsers.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+#include "hostkit/Paths.h"
+
+namespace Console {
+namespace {
+
+namespace fs = std::filesystem;
+using Words = std::vector<std::string>;
+
+// Devices built on devices built on devices; no real stack is higher, and a loop must end.
+constexpr int kMaxDepth = 8;
+
+std::vector<Words> ReadLines(const fs::path& path) {
+  std::vector<Words> lines;
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);) {
+    Words words;
+    boost::split(words, line, boost::is_any_of(" \t"), boost::token_compress_on);
+    lines.push_back(words);
+  }
+  return lines;
+}
+
+std::string FirstLine(const fs::path& path) {
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
+std::vector<fs::path> EntriesOf(const fs::path& folder) {
+  std::vector<fs::path> entries;
+  std::error_code error;
+  for (fs::directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
+    entries.push_back(i->path());
+  }
+  return entries;
+}
+
+// The kernel writes white space and backslashes of names as three octal digits.
+std::string Unescape(const std::string& text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::string digits = text.substr(i + 1, 3);
+    const bool escaped = text[i] == '\\' && digits.size() == 3 &&
+                         digits.find_first_not_of("01234567") == std::string::npos;
+    plain += escaped ? static_cast<char>(std::stoi(digits, nullptr, 8)) : text[i];
+    if (escaped) i += 3;
+  }
+  return plain;
+}
+
+std::string NameOfNode(const std::string& path) {
+  return fs::path(Unescape(path)).filename().string();
+}
+
+// Below the PCI device, and not below another PCI device behind it.
+bool BelongsTo(const fs::path& entry, const std::string& address) {
+  std::error_code error;
+  const fs::path real = fs::canonical(entry, error);
+  return !error && std::find(real.begin(), real.end(), fs::path(address)) != real.end();
+}
+
+}  // namespace
+
+struct BlockUse::Tables {
+  std::vector<Words> m_Mounts;
+  std::vector<Words> m_Swaps;
+};
+
+BlockUse::BlockUse(fs::path sysfs, fs::path mounts, fs::path swaps)
+    : m_Sysfs(std::move(sysfs)), m_Mounts(std::move(mounts)), m_Swaps(std::move(swaps)) {}
+
+BlockUse BlockUse::OfThisSystem() {
+  return BlockUse(HostKit::SysfsRoot().string(), "/proc/self/mountinfo", "/proc/swaps");
+}
+
+std::vector<std::string> BlockUse::UsersOf(const std::string& pciAddress) const {
+  if (pciAddress.empty()) return {};
+  const bool hasSegment = std::count(pciAddress.begin(), pciAddress.end(), ':') == 2;
+  const std::string address = boost::to_lower_copy((hasSegment ? "" : "0000:") + pciAddress);
+  const Tables tables = {ReadLines(m_Mounts), ReadLines(m_Swaps)};
+  std::vector<std::string> users;
+  for (const fs::path& entry : EntriesOf(m_Sysfs / "block")) {
+    if (BelongsTo(entry, address)) AddUsers(entry, tables, 0, users);
+  }
+  std::sort(users.begin(), users.end());
+  users.erase(std::unique(users.begin(), users.end()), users.end());
+  return users;
+}
+
+// A file system on several devices has a number of its own in the table of mounts, so that its
+// source counts too.
+void BlockUse::AddUsers(const fs::path& device, const Tables& tables, int depth,
+                        std::vector<std::string>& users) const {
+  constexpr std::size_t kNumber = 2;
+  constexpr std::size_t kPlace = 4;
+  const std::string name = device.filename().string();
+  const std::string number = FirstLine(device / "dev");
+  for (const Words& line : tables.m_Mounts) {
+    if (line.size() <= kPlace) continue;
+    const auto dash = std::find(line.begin() + kPlace, line.end(), "-");
+    const bool bySource =
+        line.end() - dash > 2 && dash[2].rfind("/dev/", 0) == 0 && NameOfNode(dash[2]) == name;
+    if ((number.empty() || line[kNumber] != number) && !bySource) continue;
+    users.push_back(fmt::format("{} is mounted at {}", name, Unescape(line[kPlace])));
+  }
+  for (const Words& line : tables.m_Swaps) {
+    if (NameOfNode(line.front()) == name) users.push_back(name + " is used as swap");
+  }
+  if (depth == kMaxDepth) return;
+  for (const fs::path& holder : EntriesOf(device / "holders")) {
+    const std::string holderName = holder.filename().string();
+    users.push_back(fmt::format("{} is held by {}", name, holderName));
+    AddUsers(m_Sysfs / "block" / holderName, tables, depth + 1, users);
+  }
+  for (const fs::path& part : EntriesOf(device)) {
+    if (fs::exists(part / "partition")) AddUsers(part, tables, depth + 1, users);
+  }
+}
+
+}  // namespace Console

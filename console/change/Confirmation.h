@@ -1,0 +1,31 @@
+// What it takes before a card is changed.
+#pragma once
+
+#include <string>
+
+#include "console/change/OperationTable.h"
+#include "console/report/CommandContext.h"
+
+namespace Console {
+
+// Names for people: the object with its name, serial number and place.
+std::string Described(const Model& model, const Object& object);
+
+// What is retyped before everything on a drive is lost: the serial number of its card, or the
+// drive's id when the card tells none.
+std::string ConfirmationWord(const Model& model, const Object& object);
+
+// Throws `Failure` with exit code 4 when the system uses a block device of the card, naming the
+// user. `what` is "detaching a0".
+void RequireUnused(const Model& model, const Object& object, const std::string& what);
+
+// Asks `question`, which may have several lines, with [y/N], unless --yes was given. Throws
+// `Failure` with exit code 4 for any other answer, and when nobody can be asked.
+void RequireYes(const Context& context, const std::string& what, const std::string& question);
+
+// Shows `plan` and has `word` retyped, unless --confirm brought it; --yes does not count. Throws
+// like `RequireYes`.
+void RequireWord(const Context& context, const std::string& what, const std::string& plan,
+                 const std::string& word);
+
+}  // namespace Console

@@ -1,0 +1,245 @@
+#include "console/change/OperationRunner.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+
+#include "console/base/Duration.h"
+#include "console/base/Printable.h"
+#include "console/base/StopSignals.h"
+#include "console/change/Confirmation.h"
+#include "console/change/Progress.h"
+#include "console/model/Selectors.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+using std::chrono::milliseconds;
+
+PI::COperation Record(const OperationRow& row) {
+  PI::COperation operation;
+  operation.m_OperationID = row.m_Number;
+  operation.m_NameID = row.m_Number;
+  return operation;
+}
+
+// False when the object is in the wished state already.
+bool RequireAllowed(Session& session, const Model& model, const Object& object,
+                    const OperationRow& row, bool mayBeDone) {
+  PI::COperation operation = Record(row);
+  const std::uint32_t refused = session.CheckOperation(object.m_ID, operation);
+  if (refused != PI::SUCCESS) {
+    const std::string state = StateOf(session, object.m_ID, row.m_Aspect);
+    if (mayBeDone && state == row.m_Goal) return false;
+    throw CheckFailure(What(row, object), &row, state, refused);
+  }
+  if (row.m_TakesAway) RequireUnused(model, object, What(row, object));
+  return true;
+}
+
+std::string Question(const Model& model, const Object& object, const OperationRow& row) {
+  const std::string force = row.m_Number == PI::OP_FORCE_DETACH ? "By force: " : "";
+  return fmt::format("{}\n{}{}", Printable(Described(model, object)), force,
+                     HostKit::HostText(row.m_Question));
+}
+
+// The event by which a job tells that it has failed. Other events that waited are in the log now.
+bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
+  const std::vector<LoggedEvent> events = session.CollectEvents();
+  return std::any_of(events.begin(), events.end(), [&](const LoggedEvent& each) {
+    return each.m_EventID == event && each.m_ObjectID == object.m_ID;
+  });
+}
+
+Failure JobFailure(const OperationRow& row, const Object& object) {
+  std::vector<std::string> advice = {
+      "Run it again with --trace 2,16 to see what the card library said."};
+  if (row.m_Number == PI::OP_DETACH) {
+    advice.push_back(
+        fmt::format("A card that is in use is detached with: corvane-host detach {} "
+                    "--force",
+                    object.m_Selector));
+  }
+  return Failure(ExitCode::Failed, HostKit::NameOf(HostKit::Family::Event, row.m_FailedEvent),
+                 What(row, object), "the card did not carry it out", advice);
+}
+
+// The plug-in does not tell that nobody does the job.
+Failure NoThreadFailure(const OperationRow& row, const Object& object) {
+  return Failure(ExitCode::Failed, "NO_THREAD", What(row, object),
+                 "the plug-in could not start a thread for it",
+                 {"Allow this user more processes and threads (ulimit -u), or free memory.",
+                  "Nothing was changed."});
+}
+
+Failure TimeoutFailure(const OperationRow& row, const Object& object, milliseconds timeout) {
+  const double seconds = static_cast<double>(timeout.count()) / 1000;
+  return Failure(ExitCode::TimedOut, "TIMED_OUT", What(row, object),
+                 fmt::format("the plug-in did not show it as {} within {} s", row.m_Goal, seconds),
+                 {"The card may still be at work: nothing was taken back.",
+                  fmt::format("See what it is now with: corvane-host show {}", object.m_Selector)});
+}
+
+Json StateJson(const std::string& state) {
+  return state.empty() ? Json() : Json(state);
+}
+
+std::string Shown(const std::string& state) {
+  return state.empty() ? "unknown" : state;
+}
+
+std::string ChangeText(const std::string& subject, const Change& change, bool dryRun) {
+  std::string text =
+      fmt::format("{}: {} -> {}", subject, Shown(change.m_Before), Shown(change.m_After));
+  if (change.m_Before == change.m_After) {
+    text = fmt::format("{}: {}, as before", subject, Shown(change.m_After));
+  }
+  if (change.m_Elapsed >= std::chrono::seconds(1)) text += ", in " + ElapsedText(change.m_Elapsed);
+  return text + (dryRun ? "\nNothing was changed.\n" : "\n");
+}
+
+Table ChangeTable(const Object& object, const std::string& operation, const Change& change) {
+  Table table;
+  table.m_Columns = {{"OBJECT", "object", false},
+                     {"OPERATION", "operation", false},
+                     {"BEFORE", "before", false},
+                     {"AFTER", "after", false}};
+  const auto cell = [](const std::string& state) { return TextCell(state.empty() ? "-" : state); };
+  table.m_Rows = {{{TextCell(object.m_Selector), TextCell(operation), cell(change.m_Before),
+                    cell(change.m_After)},
+                   std::nullopt}};
+  return table;
+}
+
+enum class JobEnd { Done, Failed, TimedOut, Stopped };
+
+// The job's own end is not told: its new state shows when the plug-in has looked at the card again,
+// and only a failure has an event.
+JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
+                milliseconds timeout) {
+  constexpr milliseconds kOneWait{250};
+  Session& session = context.Open();
+  Progress progress(context, Headline(row, object),
+                    {{"object", object.m_Selector}, {"operation", OperationName(row.m_Number)}});
+  while (!StopAsked()) {
+    if (HasFailed(session, object, row.m_FailedEvent)) return JobEnd::Failed;
+    if (StateOf(session, object.m_ID, row.m_Aspect) == row.m_Goal) return JobEnd::Done;
+    const milliseconds left = timeout - progress.Elapsed();
+    if (left <= milliseconds(0)) return JobEnd::TimedOut;
+    session.WaitForNotification(std::min(left + milliseconds(1), kOneWait));
+    progress.Tick();
+  }
+  return JobEnd::Stopped;
+}
+
+// The plug-in is let finish, though not for ever.
+void TellItGoesOn(Context& context, const OperationRow& row, const Object& object,
+                  const char* sooner) {
+  context.m_Talk.Note(
+      "JOB_GOES_ON", fmt::format("{} has begun and is not taken back", What(row, object)),
+      {fmt::format("The program ends when the card is done, after 25 s at most, {}.", sooner)});
+}
+
+void AwaitJob(Context& context, const Object& object, const OperationRow& row,
+              milliseconds timeout) {
+  switch (WatchJob(context, object, row, timeout)) {
+    case JobEnd::Done:
+      return;
+    case JobEnd::Failed:
+      throw JobFailure(row, object);
+    case JobEnd::TimedOut:
+      TellItGoesOn(context, row, object, "or at once with Ctrl-C");
+      throw TimeoutFailure(row, object, timeout);
+    case JobEnd::Stopped:
+      TellItGoesOn(context, row, object, "or at once if asked again");
+      throw Stopped();
+  }
+}
+
+}  // namespace
+
+std::string What(const OperationRow& row, const Object& object) {
+  const char* how = row.m_Number == PI::OP_FORCE_DETACH ? " by force" : "";
+  return fmt::format("{} {}{}", row.m_Doing, object.m_Selector, how);
+}
+
+std::string Headline(const OperationRow& row, const Object& object) {
+  std::string text = What(row, object);
+  text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+  return text;
+}
+
+const Object& SelectFor(const Model& model, const std::string& selector, const OperationRow& row) {
+  const Object& object = Select(model, selector);
+  if (object.m_Kind == row.m_Kind) return object;
+  std::vector<std::string> advice;
+  for (const Object& other : model.Objects()) {
+    const bool above = AdapterOf(model, object) == &other;
+    const bool below = AdapterOf(model, other) == &object && &object != &other;
+    if (other.m_Kind == row.m_Kind && (above || below)) {
+      advice.push_back(fmt::format("Did you mean '{}'?", other.m_Selector));
+    }
+  }
+  advice.emplace_back("Nothing was changed.");
+  throw Failure(ExitCode::Usage, "WRONG_KIND", What(row, object),
+                fmt::format("{} is no {}", object.m_Selector, KindName(row.m_Kind)), advice);
+}
+
+milliseconds TimeoutOf(const Options& options) {
+  constexpr milliseconds kUsual = std::chrono::minutes(2);
+  return options.m_Timeout.empty() ? kUsual : ParseSpan("--timeout", options.m_Timeout);
+}
+
+// After a question the check is made once more: it may have stood for long.
+Change Perform(Context& context, const Model& model, const Object& object, const OperationRow& row,
+               bool mayBeDone) {
+  const milliseconds timeout = TimeoutOf(context.m_Options);
+  Session& session = context.Open();
+  Change change;
+  change.m_Before = StateOf(session, object.m_ID, row.m_Aspect);
+  change.m_After = row.m_Goal;
+  if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
+  if (context.m_Options.m_DryRun) return change;
+  if (row.m_Danger != Danger::Mild) {
+    RequireYes(context, What(row, object), Question(model, object, row));
+    if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
+  }
+  PI::COperation operation = Record(row);
+  const auto start = std::chrono::steady_clock::now();
+  const std::size_t lost = session.LostThreads();
+  const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
+  if (result != PI::SUCCESS) throw PluginFailure(What(row, object), result);
+  if (session.LostThreads() > lost) throw NoThreadFailure(row, object);
+  if (row.m_FailedEvent != 0) {
+    session.AnswerBy(Deadline(start + timeout));
+    AwaitJob(context, object, row, timeout);
+    change.m_Elapsed =
+        std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
+  }
+  change.m_After = StateOf(session, object.m_ID, row.m_Aspect);
+  return change;
+}
+
+Answer ChangeAnswer(const Context& context, const Object& object, std::uint32_t operation,
+                    const Change& change) {
+  const bool dryRun = context.m_Options.m_DryRun;
+  const OperationRow* row = FindOperation(operation);
+  const bool light = row != nullptr && row->m_Aspect == Aspect::Light;
+  const double seconds = static_cast<double>(change.m_Elapsed.count()) / 1000;
+  Answer answer;
+  answer.m_Result = {{"object", object.m_Selector},
+                     {"operation", OperationName(operation)},
+                     {"number", operation},
+                     {"before", StateJson(change.m_Before)},
+                     {"after", StateJson(change.m_After)},
+                     {"changed", !dryRun && change.m_Before != change.m_After},
+                     {"dry_run", dryRun},
+                     {"elapsed_seconds", seconds}};
+  answer.m_Text = ChangeText(object.m_Selector + (light ? " light" : ""), change, dryRun);
+  answer.m_Table = ChangeTable(object, OperationName(operation), change);
+  return answer;
+}
+
+}  // namespace Console

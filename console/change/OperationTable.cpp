@@ -1,0 +1,161 @@
+#include "console/change/OperationTable.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+
+#include "console/base/Number.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+using HostKit::Family;
+
+// clang-format off
+constexpr OperationRow kRows[] = {
+    // operation                 object         changes        danger            goal        verb            doing
+    {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::Light, Danger::Mild,     "on",       "locate",       "switching on the light of",
+     "", 0, 0, false},
+    {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::Light, Danger::Mild,     "off",      "stop locating", "switching off the light of",
+     "", 0, 0, false},
+    {PI::OP_ATTACH,             Kind::Adapter, Aspect::Card,  Danger::Moderate, "attached", "attach",       "attaching",
+     "only a detached card can be attached", 22110, PI::Event::CTRL_ATTACH_FAILED, false},
+    {PI::OP_DETACH,             Kind::Adapter, Aspect::Card,  Danger::Moderate, "detached", "detach",       "detaching",
+     "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
+    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Danger::Moderate, "detached", "detach by force", "detaching",
+     "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
+    {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units, Danger::Moderate, "online",   "bring online", "bringing online",
+     "it has no storage unit that is offline", 22031, 0, false},
+    {PI::OP_MAKE_OFFLINE,       Kind::Drive,   Aspect::Units, Danger::Moderate, "offline",  "take offline", "taking offline",
+     "it has no storage unit that is online", 22029, 0, true},
+    {PI::OP_FORMAT_DEVICE,      Kind::Drive,   Aspect::Data,  Danger::Severe,   "",         "format",       "formatting",
+     "", 0, 0, true},
+};
+// clang-format on
+
+#define OPERATION_NUMBER(name, number) number,
+constexpr std::uint32_t kNamed[] = {PI_OPERATIONS(OPERATION_NUMBER)};
+#undef OPERATION_NUMBER
+
+std::uint32_t Check(Session& session, std::uint64_t object, PI::_OPERATION_ID number) {
+  PI::COperation operation;
+  operation.m_OperationID = number;
+  return session.CheckOperation(object, operation);
+}
+
+std::string LightState(Session& session, std::uint64_t object) {
+  switch (Check(session, object, PI::OP_LOCATE_DEVICE)) {
+    case PI::SUCCESS:
+      return "off";
+    case PI::ERR_LOCATE_IN_PROGRESS:
+      return "on";
+    default:
+      return {};
+  }
+}
+
+bool HasValue(const PI::CProperty& property, std::int32_t value) {
+  const auto& values = property.m_Value.m_MultiValue.m_Values;
+  return std::find(values.begin(), values.end(), value) != values.end();
+}
+
+// A card between the two states has neither reason, and then its activity tells.
+std::string CardState(Session& session, std::uint64_t object) {
+  for (const PI::CProperty& reasons : session.Property(object, PI::Property::ADDITIONAL_STATUS)) {
+    if (HasValue(reasons, PI::Value::ATTACHED)) return "attached";
+    if (HasValue(reasons, PI::Value::DETACHED)) return "detached";
+  }
+  for (const PI::CProperty& activity : session.Property(object, PI::Property::ACTIVITY)) {
+    const auto value = static_cast<std::uint32_t>(activity.m_Value.m_Choice.m_Value);
+    if (value != PI::Value::IDLE) {
+      return boost::to_lower_copy(HostKit::NameOf(Family::Value, value));
+    }
+  }
+  return {};
+}
+
+std::string UnitsState(Session& session, std::uint64_t object) {
+  const bool someOffline = Check(session, object, PI::OP_MAKE_ONLINE) == PI::SUCCESS;
+  const bool someOnline = Check(session, object, PI::OP_MAKE_OFFLINE) == PI::SUCCESS;
+  if (someOffline && someOnline) return "partly online";
+  if (someOffline) return "offline";
+  return someOnline ? "online" : "";
+}
+
+struct Refusal {
+  std::uint32_t m_Error;
+  const char* m_Why;
+  const char* m_Advice;
+};
+
+constexpr Refusal kRefusals[] = {
+    {PI::ERR_ADAPTER_BUSY, "a card is still being attached or detached",
+     "Wait until that has ended, then try again."},
+    {PI::ERR_LOCATE_IN_PROGRESS, "its light is on already", nullptr},
+    {PI::ERR_NO_LOCATE_STARTED, "its light is off already", nullptr},
+    {PI::ERR_PHYSICALDRIVE_NOT_AVAILABLE, "the drive is not available",
+     "See its status with: corvane-host tree"},
+    {PI::ERR_GENERAL, "it is in the wrong state", nullptr},
+};
+
+}  // namespace
+
+const OperationRow* FindOperation(std::uint32_t number) {
+  const auto* found = std::find_if(std::begin(kRows), std::end(kRows),
+                                   [&](const OperationRow& row) { return row.m_Number == number; });
+  return found == std::end(kRows) ? nullptr : found;
+}
+
+std::string OperationName(std::uint32_t number) {
+  const std::string name = HostKit::NameOf(Family::Operation, number);
+  return name.empty() ? std::to_string(number) : name;
+}
+
+std::uint32_t ResolveOperation(const Object& object, const std::string& text) {
+  if (const auto number = ReadNumber<std::uint32_t>(text)) return *number;
+  std::vector<std::string> names;
+  for (const std::uint32_t known : kNamed) {
+    const std::string name = OperationName(known);
+    if (boost::iequals(text, name) || boost::iequals("OP_" + text, name)) return known;
+    names.push_back(name);
+    names.push_back(name.substr(3));
+  }
+  std::vector<std::string> advice = DidYouMean(text, names);
+  advice.push_back(fmt::format("See: corvane-host op list {}", object.m_Selector));
+  throw Failure(ExitCode::Usage, "NO_SUCH_OPERATION", fmt::format("finding '{}'", text),
+                "there is no such operation", advice);
+}
+
+std::string StateOf(Session& session, std::uint64_t object, Aspect aspect) {
+  switch (aspect) {
+    case Aspect::Light:
+      return LightState(session, object);
+    case Aspect::Card:
+      return CardState(session, object);
+    case Aspect::Units:
+      return UnitsState(session, object);
+    default:
+      return {};
+  }
+}
+
+Failure CheckFailure(const std::string& what, const OperationRow* row, const std::string& state,
+                     std::uint32_t error) {
+  for (const Refusal& refusal : kRefusals) {
+    if (refusal.m_Error != error) continue;
+    std::string why = refusal.m_Why;
+    if (error == PI::ERR_GENERAL && row != nullptr && *row->m_Only != '\0') why = row->m_Only;
+    if (error == PI::ERR_GENERAL && !state.empty()) why += fmt::format(", and it is {}", state);
+    std::vector<std::string> advice;
+    if (refusal.m_Advice != nullptr) advice.emplace_back(refusal.m_Advice);
+    advice.emplace_back("Nothing was changed.");
+    return Failure(ExitCode::Refused, HostKit::NameOf(Family::Error, error), what,
+                   fmt::format("{} ({})", why, error), advice);
+  }
+  return PluginFailure(what, error);
+}
+
+}  // namespace Console

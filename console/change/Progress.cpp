@@ -1,0 +1,98 @@
+#include "console/change/Progress.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "console/base/Duration.h"
+#include "console/base/Printable.h"
+#include "console/base/StopSignals.h"
+#include "console/base/Terminal.h"
+
+namespace Console {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds kLineEvery = std::chrono::seconds(5);
+constexpr milliseconds kDrawEvery = std::chrono::seconds(1);
+
+}  // namespace
+
+Progress::Progress(Context& context, const std::string& doing, Json state)
+    : m_Context(context),
+      m_Doing(Printable(doing)),
+      m_State(std::move(state)),
+      m_Rewrites(CanRewriteLine() && !context.m_Options.m_Quiet && context.m_Form != "jsonl"),
+      m_NextLine(m_Rewrites ? kDrawEvery : kLineEvery) {
+  if (m_Context.m_Form == "jsonl") {
+    EmitLine();
+  } else if (m_Rewrites) {
+    Draw();
+  } else if (!m_Context.m_Options.m_Quiet) {
+    std::fputs((m_Doing + " ...\n").c_str(), stderr);
+  }
+}
+
+Progress::~Progress() {
+  if (!m_Rewrites) return;
+  Draw();
+  std::fputs("\n", stderr);
+}
+
+milliseconds Progress::Elapsed() const {
+  return std::chrono::duration_cast<milliseconds>(steady_clock::now() - m_Start);
+}
+
+void Progress::Tick() {
+  if (Elapsed() < m_NextLine) return;
+  m_NextLine = Elapsed() + (m_Rewrites ? kDrawEvery : kLineEvery);
+  if (m_Rewrites) Draw();
+  if (m_Context.m_Form == "jsonl") EmitLine();
+}
+
+void Progress::Draw() {
+  std::fputs(fmt::format("\r{} ... {} gone", m_Doing, ElapsedText(Elapsed())).c_str(), stderr);
+}
+
+void Progress::EmitLine() {
+  Json progress = m_State;
+  progress["elapsed_seconds"] = static_cast<double>(Elapsed().count()) / 1000;
+  Answer answer;
+  answer.m_Result = {{"progress", progress}};
+  m_Context.Emit(answer, false);
+}
+
+BackgroundTicks::BackgroundTicks(Progress& progress) {
+  if (progress.Rewrites()) m_Thread = std::thread([this, &progress] { Run(progress); });
+}
+
+BackgroundTicks::~BackgroundTicks() {
+  if (!m_Thread.joinable()) return;
+  {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_IsEnded = true;
+  }
+  m_Ended.notify_one();
+  m_Thread.join();
+}
+
+// Standard error is written by the other thread again only after this one has been joined.
+void BackgroundTicks::Run(Progress& progress) {
+  constexpr milliseconds kOneWait{200};
+  bool told = false;
+  std::unique_lock<std::mutex> lock(m_Lock);
+  while (!m_Ended.wait_for(lock, kOneWait, [this] { return m_IsEnded; })) {
+    progress.Tick();
+    if (told || !StopAsked()) continue;
+    told = true;
+    std::fputs(
+        "\nThis cannot be stopped half-way; the program ends when it is done.\n"
+        "Asked once more it ends at once and leaves the card to itself.\n",
+        stderr);
+  }
+}
+
+}  // namespace Console

@@ -1,0 +1,172 @@
+#include "console/cli/CommandLine.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <langinfo.h>
+#include <stdlib.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <clocale>
+#include <cstring>
+#include <memory>
+
+#include "console/base/Failure.h"
+#include "console/cli/OptionTable.h"
+
+namespace Console {
+namespace {
+
+constexpr const char* kFormOption = "--output";
+
+// Names as the parser takes them, "-o,--output".
+std::string ParserNames(const OptionRow& row) {
+  return *row.m_Short == '\0' ? row.m_Long : fmt::format("{},{}", row.m_Short, row.m_Long);
+}
+
+void AddOption(CLI::App& app, const OptionRow& row) {
+  if (!TakesNextWord(row)) {
+    app.add_flag(ParserNames(row));
+    return;
+  }
+  CLI::Option* option = app.add_option(ParserNames(row));
+  if (!std::holds_alternative<std::vector<std::string> Options::*>(row.m_Field)) return;
+  option->delimiter(',')->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+std::unique_ptr<CLI::App> MakeApp(Options& options) {
+  auto app = std::make_unique<CLI::App>("", "corvane-host");
+  app->set_help_flag();
+  app->allow_extras();
+  app->add_option("words", options.m_Words)->group("");
+  // So that a person can correct what an alias or a script has put in front.
+  app->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  for (const OptionRow& row : AllOptions()) AddOption(*app, row);
+  return app;
+}
+
+// The parser gives "true" for an option whose value was left out.
+std::string TextOf(const OptionRow& row, const CLI::Option& given) {
+  const auto text = given.as<std::string>();
+  return !TakesNextWord(row) && text == "true" ? std::string() : text;
+}
+
+void Store(const OptionRow& row, const CLI::Option& given, Options& options) {
+  struct {
+    const OptionRow& m_Row;
+    const CLI::Option& m_Given;
+    Options& m_Options;
+    void operator()(bool Options::*field) { m_Options.*field = m_Given.as<bool>(); }
+    void operator()(std::string Options::*field) { m_Options.*field = TextOf(m_Row, m_Given); }
+    void operator()(std::optional<std::string> Options::*field) {
+      m_Options.*field = TextOf(m_Row, m_Given);
+    }
+    void operator()(std::vector<std::string> Options::*field) {
+      m_Options.*field = m_Given.as<std::vector<std::string>>();
+    }
+  } store{row, given, options};
+  std::visit(store, row.m_Field);
+  options.m_Given.insert(row.m_Long);
+}
+
+// The form, found without a full understanding of the arguments.
+std::string GuessForm(const std::vector<std::string>& arguments) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    for (const std::string& form : FindOption(kFormOption)->m_Choices) {
+      const bool follows = i > 0 && arguments[i] == form &&
+                           (arguments[i - 1] == "-o" || arguments[i - 1] == kFormOption);
+      if (follows || arguments[i] == "-o" + form || arguments[i] == "--output=" + form) return form;
+    }
+  }
+  return {};
+}
+
+// An option that ends the line and lacks its value; everything else in the parser's words.
+std::string WhyNotParsed(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
+  const OptionRow* last = arguments.empty() ? nullptr : FindOption(arguments.back());
+  if (last == nullptr || !TakesNextWord(*last)) return e.what();
+  return fmt::format("{} lacks its {}", arguments.back(), last->m_Value);
+}
+
+std::vector<std::string> AdviceForUnknown(const std::string& option) {
+  std::vector<std::string> names;
+  for (const OptionRow& row : AllOptions()) names.emplace_back(row.m_Long);
+  return DidYouMean(option, names);
+}
+
+void RequireChoice(const OptionRow& row, const std::string& value) {
+  if (std::find(row.m_Choices.begin(), row.m_Choices.end(), value) != row.m_Choices.end()) return;
+  std::vector<std::string> advice = DidYouMean(value, row.m_Choices);
+  advice.push_back(fmt::format("It may be: {}", fmt::join(row.m_Choices, ", ")));
+  const char* name = *row.m_Short == '\0' ? row.m_Long : row.m_Short;
+  throw UsageFailure(fmt::format("{} cannot be '{}'", name, value), advice);
+}
+
+void CheckValues(const CLI::App& app, Options& options) {
+  for (const std::string& extra : app.remaining()) {
+    if (extra == "--") continue;  // the parser keeps it, though it has understood it
+    const std::string name = extra.substr(0, extra.find('='));
+    throw UsageFailure(fmt::format("there is no option {}", name), AdviceForUnknown(name));
+  }
+  // A failure must not be told in a form that does not exist.
+  const std::string form = options.m_Form;
+  options.m_Form.clear();
+  for (const OptionRow& row : AllOptions()) {
+    const CLI::Option& given = *app.get_option(row.m_Long);
+    if (row.m_OnlyChoices && given.count() > 0) RequireChoice(row, given.as<std::string>());
+  }
+  options.m_Form = form;
+}
+
+// Whatever else is on the line: whoever asks for help may have it half written.
+void AskForHelp(Options& options) {
+  options.m_Words.resize(std::min<std::size_t>(options.m_Words.size(), 1));
+  options.m_Words.insert(options.m_Words.begin(), "help");
+  options.m_Given.clear();
+  if (options.m_Form != "json") options.m_Form.clear();
+}
+
+void TakeOver(const CLI::App& app, Options& options) {
+  for (const OptionRow& row : AllOptions()) {
+    const CLI::Option& given = *app.get_option(row.m_Long);
+    if (given.count() > 0) Store(row, given, options);
+  }
+  if (options.m_Help) AskForHelp(options);
+  if (options.m_Version) options.m_Words = {"version"};
+}
+
+bool WantsColor(const Options& options, bool terminal) {
+  if (options.m_Color != "auto") return options.m_Color == "always";
+  const char* noColor = secure_getenv("NO_COLOR");
+  const char* kind = secure_getenv("TERM");
+  if (noColor != nullptr && *noColor != '\0') return false;
+  return terminal && kind != nullptr && std::strcmp(kind, "dumb") != 0;
+}
+
+}  // namespace
+
+void ParseCommandLine(const std::vector<std::string>& arguments, Options& options) {
+  const std::unique_ptr<CLI::App> app = MakeApp(options);
+  try {
+    app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    TakeOver(*app, options);
+  } catch (const CLI::ParseError& e) {
+    options.m_Form = GuessForm(arguments);
+    throw UsageFailure(WhyNotParsed(arguments, e));
+  }
+  CheckValues(*app, options);
+}
+
+Style DecideStyle(const Options& options, std::size_t terminalWidth) {
+  Style style;
+  std::setlocale(LC_CTYPE, "");
+  const bool utf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+  // Names of cards are measured as UTF-8 whatever the person's terminal can draw.
+  if (!utf8) std::setlocale(LC_CTYPE, "C.UTF-8");
+  style.m_Ascii = options.m_Ascii || !utf8;
+  style.m_Color = WantsColor(options, terminalWidth > 0);
+  style.m_Headings = !options.m_NoHeadings;
+  return style;
+}
+
+}  // namespace Console

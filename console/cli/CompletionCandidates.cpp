@@ -1,0 +1,327 @@
+#include "console/cli/CompletionCandidates.h"
+
+#include <algorithm>
+#include <boost/algorithm/string.hpp>
+#include <cctype>
+#include <optional>
+
+#include "console/base/Failure.h"
+#include "console/change/OperationTable.h"
+#include "console/cli/CommandLine.h"
+#include "console/cli/CompletionScripts.h"
+#include "console/cli/HelpTopics.h"
+#include "console/cli/OptionTable.h"
+#include "console/model/Condition.h"
+#include "console/model/NameIndex.h"
+#include "console/model/PropertyName.h"
+#include "console/model/Selectors.h"
+#include "console/render/ObjectTable.h"
+#include "console/report/RowTables.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+using Candidates = std::vector<Candidate>;
+using Words = std::vector<std::string>;
+
+// The unfinished line, understood as far as it goes.
+struct Line {
+  Words m_Before;                       // everything before the last word
+  std::string m_Last;                   // what is to be completed
+  std::string m_Glued;                  // the option in front of it in the same word, "--output="
+  const OptionRow* m_Option = nullptr;  // whose value is to be completed
+  std::string m_Verb;
+  const Command* m_Command = nullptr;  // null for a verb that there is not, too
+  Words m_Arguments;                   // behind the command
+  bool m_OnlyArguments = false;
+  const CommandTable& m_Table;
+  const ObjectSource& m_Source;
+
+  Model Objects() const;
+};
+
+// The short option at the end of "-Ho", if a value is to follow it.
+const OptionRow* LastOfCluster(const std::string& word) {
+  const OptionRow* row = nullptr;
+  for (std::size_t i = 1; i < word.size(); ++i) {
+    row = FindOption({'-', word[i]});
+    if (row == nullptr || (TakesNextWord(*row) && i + 1 < word.size())) return nullptr;
+  }
+  return row;
+}
+
+const OptionRow* OptionAwaitingValue(const std::string& word) {
+  const bool isLong = boost::starts_with(word, "--");
+  const OptionRow* row = isLong ? FindOption(word) : LastOfCluster(word);
+  return row != nullptr && TakesNextWord(*row) ? row : nullptr;
+}
+
+void TakeWord(Line& line, const std::string& word) {
+  if (line.m_Option != nullptr) {
+    line.m_Option = nullptr;
+  } else if (word == "--" && !line.m_OnlyArguments) {
+    line.m_OnlyArguments = true;
+  } else if (word.size() > 1 && word[0] == '-' && !line.m_OnlyArguments) {
+    line.m_Option = OptionAwaitingValue(word);
+  } else if (line.m_Verb.empty()) {
+    line.m_Verb = word;
+    line.m_Command = line.m_Table.Find(word);
+  } else {
+    line.m_Arguments.push_back(word);
+  }
+}
+
+// "--output=js" is an option and the beginning of its value.
+void CutGlued(Line& line) {
+  const std::size_t sign = line.m_Last.find('=');
+  if (line.m_OnlyArguments || line.m_Option != nullptr || sign == std::string::npos) return;
+  const OptionRow* row = FindOption(line.m_Last.substr(0, sign));
+  if (row == nullptr || *row->m_Value == '\0') return;
+  line.m_Option = row;
+  line.m_Glued = line.m_Last.substr(0, sign + 1);
+}
+
+Line Understand(const Words& words, const CommandTable& commands, const ObjectSource& source) {
+  Line line{{}, "", "", nullptr, "", nullptr, {}, false, commands, source};
+  if (words.empty()) return line;
+  line.m_Last = words.back();
+  line.m_Before.assign(words.begin(), words.end() - 1);
+  for (const std::string& word : line.m_Before) TakeWord(line, word);
+  CutGlued(line);
+  return line;
+}
+
+// Options before the last word count: simulated cards, another plug-in. A look must leave no trace.
+Model Line::Objects() const {
+  Options options;
+  Words words = m_Before;
+  if (m_Option != nullptr && m_Glued.empty()) words.pop_back();
+  try {
+    ParseCommandLine(words, options);
+  } catch (const Failure&) {
+    // What was understood is enough.
+  }
+  options.m_Database = ":memory:";
+  options.m_Trace.reset();
+  options.m_TraceFile.clear();
+  return m_Source(options);
+}
+
+std::string TermMeaning(const Term& term) {
+  return HostKit::CaptionOf(HostKit::Family::Property, term.m_PropertyID);
+}
+
+std::string ObjectMeaning(const Object& object) {
+  const Term* name = FindTerm(object.m_Kind, "name");
+  return name == nullptr ? std::string() : BareText(ReadTerm(object, *name));
+}
+
+template <class Fits>
+Candidates ObjectsThat(const Line& line, Fits fits) {
+  Candidates all;
+  const Model model = line.Objects();
+  for (const Object& object : model.Objects()) {
+    if (fits(object)) all.push_back({object.m_Selector, ObjectMeaning(object)});
+  }
+  return all;
+}
+
+Candidates AnyObject(const Line& line) {
+  return ObjectsThat(line, [](const Object&) { return true; });
+}
+
+Candidates Drives(const Line& line) {
+  return ObjectsThat(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
+}
+
+// Nothing for an object that is not there.
+std::optional<Object> ObjectOf(const Line& line, std::size_t argument) {
+  if (line.m_Arguments.size() <= argument) return std::nullopt;
+  try {
+    return Select(line.Objects(), line.m_Arguments[argument]);
+  } catch (const Failure&) {
+    return std::nullopt;
+  }
+}
+
+Candidates Terms(const Line& line, const char* behind) {
+  Candidates all;
+  const std::optional<Object> object = ObjectOf(line, 0);
+  if (!object) return all;
+  for (const Term& term : TermsOf(object->m_Kind)) {
+    all.push_back({std::string(term.m_Name) + behind, TermMeaning(term)});
+  }
+  return all;
+}
+
+Candidates Properties(const Line& line) {
+  return Terms(line, "");
+}
+
+Candidates Settable(const Line& line) {
+  Candidates all;
+  const std::optional<Object> object = ObjectOf(line, 0);
+  if (!object) return all;
+  for (const PI::CProperty& property : object->m_Properties) {
+    if (!property.m_Writable) continue;
+    all.push_back({ShownName(property.m_PropertyID) + "=",
+                   HostKit::CaptionOf(HostKit::Family::Property, property.m_PropertyID)});
+  }
+  return all;
+}
+
+// Properties only when no state is meant: they need the object.
+Candidates Conditions(const Line& line) {
+  Candidates all;
+  for (const std::string& word : ConditionWords()) {
+    if (boost::istarts_with(word, line.m_Last)) all.push_back({word, ""});
+  }
+  return all.empty() ? Terms(line, "=") : all;
+}
+
+Candidates Commands(const Line& line) {
+  Candidates all;
+  for (const Command& command : line.m_Table) {
+    if (command.m_Group != Group::None) all.push_back({command.m_Name, command.m_Summary});
+  }
+  return all;
+}
+
+bool HasOperation(const Object& object, std::uint32_t number) {
+  const OperationRow* row = FindOperation(number);
+  return (row != nullptr && row->m_Kind == object.m_Kind) || object.Lists(number);
+}
+
+// What the plug-in lists and what this host knows of; `op list` wants no operation.
+Candidates ObjectOperations(const Line& line) {
+  Candidates all;
+  if (line.m_Arguments.front() == "list") return all;
+  const std::optional<Object> object = ObjectOf(line, 1);
+  if (!object) return all;
+  for (const Entry& entry : AllEntries()) {
+    if (entry.m_Family != HostKit::Family::Operation) continue;
+    if (!HasOperation(*object, entry.m_Number)) continue;
+    all.push_back({NameOf(entry), HostKit::CaptionOf(entry.m_Family, entry.m_Number)});
+  }
+  return all;
+}
+
+Candidates OperationArguments(const Line& line) {
+  const bool isFormat =
+      line.m_Arguments.front() == "run" && boost::iends_with(line.m_Arguments[2], "FORMAT_DEVICE");
+  if (!isFormat) return {};
+  return {{"FORMATTING=", "which capacity"}, {"SIZE=", "per cent"}, {"BLOCK_SIZE=", "bytes"}};
+}
+
+Candidates Choices(const Words& words) {
+  Candidates all;
+  for (const std::string& word : words) all.push_back({word, ""});
+  return all;
+}
+
+Candidates Identifiers(const Line&) {
+  return Choices(GlossaryNames());
+}
+
+Candidates Tables(const Line&) {
+  return Choices(RowTableNames());
+}
+
+Candidates Shells(const Line&) {
+  Candidates all;
+  for (const Script& script : CompletionScripts()) all.push_back({script.m_Shell, ""});
+  return all;
+}
+
+struct ArgumentRow {
+  const char* m_Word;
+  Candidates (*m_Complete)(const Line&);
+};
+
+// By the words that the table of commands has for arguments; what stands there as a|b needs no row.
+constexpr ArgumentRow kArguments[] = {
+    {"OBJ", AnyObject},
+    {"DRIVE", Drives},
+    {"PROP", Properties},
+    {"PROP=VALUE", Settable},
+    {"COND", Conditions},
+    {"OP", ObjectOperations},
+    {"ARG=VALUE", OperationArguments},
+    {"ID", Identifiers},
+    {"SHELL", Shells},
+    {"TABLE", Tables},
+    {"COMMAND", Commands},
+};
+
+Candidates ArgumentCandidates(const Line& line) {
+  if (line.m_Verb.empty()) return Commands(line);
+  if (line.m_Command == nullptr) return {};
+  const Words words = ArgumentWords(line.m_Command->m_Arguments);
+  if (words.empty() || line.m_Arguments.size() >= line.m_Command->m_Most) return {};
+  const std::string& word = words[std::min(line.m_Arguments.size(), words.size() - 1)];
+  for (const ArgumentRow& row : kArguments) {
+    if (word == row.m_Word) return row.m_Complete(line);
+  }
+  Words choices;
+  boost::split(choices, word, [](char letter) { return letter == '|'; });
+  return choices.size() > 1 ? Choices(choices) : Candidates();
+}
+
+Candidates OptionCandidates(const Line& line) {
+  Candidates all;
+  for (const OptionRow& row : AllOptions()) {
+    const bool has =
+        line.m_Command == nullptr ? row.m_Commands.empty() : BelongsTo(row, line.m_Command->m_Name);
+    if (!has) continue;
+    all.push_back({row.m_Long, row.m_Help});
+    if (*row.m_Short != '\0') all.push_back({row.m_Short, row.m_Help});
+  }
+  return all;
+}
+
+// Each name behind those that stand before the last comma.
+Candidates Columns(const std::string& typed) {
+  const std::string before = typed.substr(0, typed.rfind(',') + 1);
+  Candidates all;
+  for (const std::string& name : ObjectColumnNames()) all.push_back({before + name, ""});
+  return all;
+}
+
+Candidates ValueCandidates(const Line& line, const std::string& typed) {
+  const OptionRow& row = *line.m_Option;
+  const std::string kind = row.m_Value;
+  if (kind == "FILE" || kind == "[FILE]") return {{kFilesWord, ""}};
+  if (kind == "NAMES") return Columns(typed);
+  if (kind == "FORM" && line.m_Command != nullptr) return Choices(line.m_Command->m_Forms);
+  return Choices(row.m_Choices);
+}
+
+Candidates OptionValueCandidates(const Line& line) {
+  Candidates all = ValueCandidates(line, line.m_Last.substr(line.m_Glued.size()));
+  for (Candidate& candidate : all) {
+    if (candidate.m_Word != kFilesWord) candidate.m_Word.insert(0, line.m_Glued);
+  }
+  return all;
+}
+
+Candidates AllCandidates(const Line& line) {
+  if (line.m_Option != nullptr) return OptionValueCandidates(line);
+  if (!line.m_OnlyArguments && boost::starts_with(line.m_Last, "-")) return OptionCandidates(line);
+  return ArgumentCandidates(line);
+}
+
+}  // namespace
+
+Candidates Complete(const Words& words, const CommandTable& commands, const ObjectSource& objects) {
+  const Line line = Understand(words, commands, objects);
+  Candidates fitting;
+  for (const Candidate& candidate : AllCandidates(line)) {
+    const bool fits =
+        candidate.m_Word == kFilesWord || boost::istarts_with(candidate.m_Word, line.m_Last);
+    if (fits) fitting.push_back(candidate);
+  }
+  return fitting;
+}
+
+}  // namespace Console

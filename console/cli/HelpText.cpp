@@ -1,0 +1,168 @@
+#include "console/cli/HelpText.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <boost/algorithm/string.hpp>
+#include <utility>
+#include <vector>
+
+#include "console/cli/HelpTopics.h"
+#include "console/cli/OptionTable.h"
+
+namespace Console {
+namespace {
+
+constexpr std::size_t kColumns = 80;
+constexpr std::size_t kSynopsis = 18;  // of a command, so that all groups agree
+
+// The text in lines of at most `kColumns`, each behind that many spaces but the first.
+std::string Wrapped(const std::string& text, std::size_t indent) {
+  std::vector<std::string> words;
+  boost::split(words, text, boost::is_space(), boost::token_compress_on);
+  std::string lines;
+  std::size_t column = indent;
+  for (const std::string& word : words) {
+    const bool first = lines.empty();
+    if (!first && column + 1 + word.size() > kColumns) {
+      lines += fmt::format("\n{:{}}", "", indent);
+      column = indent;
+    } else if (!first) {
+      lines += ' ';
+      ++column;
+    }
+    lines += word;
+    column += word.size();
+  }
+  return lines + "\n";
+}
+
+struct Item {
+  std::string m_Term;
+  std::string m_Meaning;
+};
+
+// Terms to the left, their meanings to the right; a long term has a line of its own.
+std::string Listed(const std::vector<Item>& items, std::size_t widest) {
+  std::size_t width = 0;
+  for (const Item& item : items) {
+    if (item.m_Term.size() <= widest) width = std::max(width, item.m_Term.size());
+  }
+  std::string text;
+  for (const Item& item : items) {
+    const bool fits = item.m_Term.size() <= width;
+    text += fmt::format("  {:<{}}  ", item.m_Term, width);
+    if (!fits) text = boost::trim_right_copy(text) + fmt::format("\n{:{}}", "", width + 4);
+    text += Wrapped(item.m_Meaning, width + 4);
+  }
+  return text;
+}
+
+std::string Section(const char* title, const std::vector<Item>& items, std::size_t widest = 26) {
+  return items.empty() ? std::string() : fmt::format("\n{}\n{}", title, Listed(items, widest));
+}
+
+std::string CommandsOfGroup(const CommandTable& commands, Group group) {
+  std::vector<Item> items;
+  for (const Command& command : commands) {
+    if (command.m_Group != group) continue;
+    items.push_back({fmt::format("{:<{}}", Synopsis(command), kSynopsis), command.m_Summary});
+  }
+  return Section(GroupName(group), items, kSynopsis);
+}
+
+// What may be given besides what the help says in words.
+std::string OptionMeaning(const OptionRow& row, const std::vector<std::string>& choices) {
+  if (choices.empty()) return row.m_Help;
+  return fmt::format("{}: {}", row.m_Help, fmt::join(choices, ", "));
+}
+
+std::vector<Item> OptionItems(bool everybodys) {
+  std::vector<Item> items;
+  for (const OptionRow& row : AllOptions()) {
+    if (row.m_Commands.empty() != everybodys) continue;
+    std::string meaning = OptionMeaning(row, row.m_Choices);
+    if (!everybodys) meaning += fmt::format(" ({})", fmt::join(row.m_Commands, ", "));
+    items.push_back({OptionSynopsis(row), meaning});
+  }
+  return items;
+}
+
+// Those that it shares with few others first.
+std::vector<Item> OptionItems(const Command& command) {
+  std::vector<Item> items;
+  for (const bool everybodys : {false, true}) {
+    for (const OptionRow& row : AllOptions()) {
+      if (row.m_Commands.empty() != everybodys || !BelongsTo(row, command.m_Name)) continue;
+      const bool isForm = row.m_Field == OptionField(&Options::m_Form);
+      items.push_back(
+          {OptionSynopsis(row), OptionMeaning(row, isForm ? command.m_Forms : row.m_Choices)});
+    }
+  }
+  return items;
+}
+
+std::vector<Item> ArgumentItems(const Command& command) {
+  std::vector<Item> items;
+  for (const std::string& word : ArgumentWords(command.m_Arguments)) {
+    items.push_back({word, ArgumentMeaning(word)});
+  }
+  return items;
+}
+
+std::vector<Item> ExitItems(const std::vector<Exit>& exits) {
+  std::vector<Item> items;
+  items.reserve(exits.size());
+  for (const Exit& exit : exits) items.push_back({std::to_string(exit.m_Code), exit.m_Meaning});
+  return items;
+}
+
+void AddExamples(std::vector<Item>& items, const HelpText& text, bool all) {
+  for (const Example& example : text.m_Examples) {
+    if (!all && !example.m_General) continue;
+    items.push_back({fmt::format("corvane-host {}", example.m_Line), example.m_Effect});
+  }
+}
+
+std::vector<Item> GeneralExamples(const CommandTable& commands) {
+  std::vector<Item> items;
+  for (const Command& command : commands) {
+    if (const HelpText* text = FindHelpText(command.m_Name)) AddExamples(items, *text, false);
+  }
+  return items;
+}
+
+}  // namespace
+
+std::string GeneralHelp(const CommandTable& commands) {
+  std::string text =
+      "Use: corvane-host COMMAND [ARGUMENTS] [OPTIONS]\n"
+      "Shows this machine's storage cards through a storage plug-in, and changes them.\n";
+  for (const Group group : {Group::Look, Group::Do, Group::Export, Group::Help}) {
+    text += CommandsOfGroup(commands, group);
+  }
+  text += Section("Examples", GeneralExamples(commands), 36);
+  text += "\nObjects (OBJ, DRIVE)\n  " + Wrapped(ArgumentMeaning("OBJ"), 2);
+  text += Section("Options of all commands", OptionItems(true));
+  text += Section("Options of some commands", OptionItems(false));
+  return text + Section("Exit codes", ExitItems(CommonExits()));
+}
+
+std::string CommandHelp(const Command& command) {
+  std::string text =
+      fmt::format("Use: corvane-host {} [OPTIONS]\n{}.\n", Synopsis(command), command.m_Summary);
+  const HelpText* more = FindHelpText(command.m_Name);
+  if (more != nullptr) text += "\n" + Wrapped(more->m_Description, 0);
+  if (more != nullptr && *more->m_Danger != '\0')
+    text += "\nDanger\n  " + Wrapped(more->m_Danger, 2);
+  text += Section("Arguments", ArgumentItems(command));
+  text += Section("Options", OptionItems(command));
+  if (more == nullptr) return text;
+  text += Section("Exit codes beside those of corvane-host help", ExitItems(more->m_Exits));
+  std::vector<Item> examples;
+  AddExamples(examples, *more, true);
+  return text + Section("Examples", examples, 48);
+}
+
+}  // namespace Console

@@ -1,0 +1,76 @@
+#include "console/cli/IsolatedRun.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "console/base/Duration.h"
+#include "console/base/Output.h"
+#include "console/base/Subprocess.h"
+
+namespace Console {
+namespace {
+
+std::chrono::milliseconds CheckTimeout(const Options& options) {
+  // Below the minute after which monitoring systems give up by themselves.
+  constexpr std::chrono::seconds kDefault(30);
+  if (options.m_Timeout.empty()) return kDefault;
+  return ParseSpan("--timeout", options.m_Timeout);
+}
+
+Failure EndingFailure(const Ending& ending, std::chrono::milliseconds timeout) {
+  switch (ending.m_How) {
+    case How::TimedOut:
+      return Failure(ExitCode::TimedOut, "TIMED_OUT", "looking at the cards",
+                     fmt::format("it took longer than {} ms", timeout.count()),
+                     {"Give it more time with --timeout."});
+    case How::Stopped:
+      return StopFailure(Stopped().what());
+    case How::Killed:
+      return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
+                     fmt::format("the program crashed ({})", strsignal(ending.m_Number)));
+    case How::Exited:
+      break;
+  }
+  return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
+                 fmt::format("the program ended with code {}", ending.m_Number));
+}
+
+// A code that says nothing, or none of the answer, is not the command's.
+bool IsAnswer(const Ending& ending) {
+  return ending.m_How == How::Exited && ending.m_Number <= static_cast<int>(ExitCode::Unknown) &&
+         !ending.m_Output.empty();
+}
+
+// What a plug-in or its library prints there would come before the answer where a monitoring system
+// reads both streams as one.
+void SilenceErrors() {
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (nowhere < 0) return;
+  dup2(nowhere, STDERR_FILENO);
+  close(nowhere);
+}
+
+int RunForMonitoring(const Start& start) {
+  if (!start.m_Options.m_Verbose && !start.m_Options.m_Trace) SilenceErrors();
+  return static_cast<int>(RunCommand(start));
+}
+
+}  // namespace
+
+ExitCode RunGuarded(Start start) {
+  try {
+    const std::chrono::milliseconds timeout = CheckTimeout(start.m_Options);
+    const Ending ending = RunInChild([&] { return RunForMonitoring(start); }, timeout);
+    if (!IsAnswer(ending)) throw EndingFailure(ending, timeout);
+    AnswerStream(false).Write(ending.m_Output);
+    return static_cast<ExitCode>(ending.m_Number);
+  } catch (const Failure& failure) {
+    start.m_Wrong.emplace(failure);
+  }
+  return RunCommand(start);
+}
+
+}  // namespace Console

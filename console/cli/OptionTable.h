@@ -1,0 +1,44 @@
+// All options: one table to read them by, and for checks, help and completion.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "console/cli/CommandLine.h"
+
+namespace Console {
+
+// The field of `Options` that holds what was given.
+using OptionField =
+    std::variant<bool Options::*, std::string Options::*, std::optional<std::string> Options::*,
+                 std::vector<std::string> Options::*>;
+
+struct OptionRow {
+  const char* m_Short;  // "-o", or empty
+  const char* m_Long;   // "--output"
+  const char* m_Value;  // "FORM"; in brackets when it may be left out; empty for a flag
+  OptionField m_Field;
+  std::vector<std::string> m_Commands;  // those that have it; empty for all
+  const char* m_Help;
+  std::vector<std::string> m_Choices = {};  // the values that have names
+  bool m_OnlyChoices = false;               // whether it takes no other value
+};
+
+// In the order in which the help shows them.
+const std::vector<OptionRow>& AllOptions();
+
+// Whether the row is an option of that command, or of all.
+bool BelongsTo(const OptionRow& row, const std::string& command);
+
+// The row by its long or short name, or null.
+const OptionRow* FindOption(const std::string& name);
+
+// Whether a value belongs to it as the next word: "-o json", and not "--simulate".
+bool TakesNextWord(const OptionRow& row);
+
+// "-o, --output FORM", "--simulate[=FILE]".
+std::string OptionSynopsis(const OptionRow& row);
+
+}  // namespace Console

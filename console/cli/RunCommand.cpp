@@ -1,0 +1,95 @@
+#include "console/cli/RunCommand.h"
+
+#include "console/base/Output.h"
+#include "console/base/StopSignals.h"
+#include "console/cli/CommandTimeLimits.h"
+#include "console/render/CommandResult.h"
+#include "console/report/CheckResult.h"
+#include "console/report/CommandContext.h"
+
+namespace Console {
+namespace {
+
+using Words = std::vector<std::string>;
+
+bool IsJson(const std::string& form) {
+  return form == "json" || form == "jsonl";
+}
+
+// The plug-in is stopped before the answer is written: a reader that has gone must not keep it up.
+ExitCode Run(const Command& command, Context& context, AnswerStream& stream) {
+  const Answer answer = command.m_Run(context);
+  context.Close();
+  CheckStop();
+  const Style& style = context.m_Style;
+  stream.Write(Render(answer, context.m_Form, style, context.Around(answer.m_Code)));
+  return answer.m_Code;
+}
+
+// A wrong command line without better advice leads to the help, of its command if it has one.
+std::vector<std::string> AdviceFor(const Failure& failure, const Start& start) {
+  const Options& options = start.m_Options;
+  if (!failure.m_Advice.empty() || failure.m_Code != ExitCode::Usage) return failure.m_Advice;
+  const bool known =
+      !options.m_Words.empty() && start.m_Commands.Find(options.m_Words.front()) != nullptr;
+  return {"See: corvane-host help" + (known ? " " + options.m_Words.front() : "")};
+}
+
+// A failure has the same envelope as an answer, without a result.
+std::string FailureText(const Start& start, const Failure& failure, const Surroundings& around) {
+  const std::string& form = start.m_Options.m_Form;
+  if (IsJson(form)) return Envelope(nullptr, around, form == "jsonl");
+  return start.m_Monitored ? CheckText(failure) : std::string();
+}
+
+ExitCode Report(const Start& start, const Failure& failure, const Context* context, Talk& talk,
+                AnswerStream& stream) {
+  const ExitCode code = start.m_Monitored ? ExitCode::Unknown : failure.m_Code;
+  talk.Error(failure.m_Id, failure.m_Text, AdviceFor(failure, start));
+  const char* command = start.m_pCommand == nullptr ? "" : start.m_pCommand->m_Name;
+  Surroundings around{command, std::nullopt, talk.Messages(), code};
+  if (context != nullptr) around = context->Around(code);
+  try {
+    stream.Write(FailureText(start, failure, around));
+  } catch (const Failure&) {
+    // Standard error has been told; the answer's reader is gone.
+  }
+  return code;
+}
+
+Failure AsFailure(const std::exception& e) {
+  if (const auto* failure = dynamic_cast<const Failure*>(&e)) return *failure;
+  if (dynamic_cast<const Stopped*>(&e) != nullptr) return StopFailure(e.what());
+  return Failure(ExitCode::Failed, "UNEXPECTED", "the command", e.what());
+}
+
+// Monitoring systems show the first line that they get from either stream.
+Volume VolumeOf(const Start& start) {
+  if (start.m_Monitored && !start.m_Options.m_Verbose) return Volume::Nothing;
+  return start.m_Options.m_Quiet ? Volume::Errors : Volume::All;
+}
+
+}  // namespace
+
+ExitCode RunCommand(const Start& start) {
+  const Options& options = start.m_Options;
+  AnswerStream stream(options.m_Verbose);
+  Talk talk(VolumeOf(start));
+  const Style style = DecideStyle(options, stream.TerminalWidth());
+  if (start.m_Wrong) return Report(start, *start.m_Wrong, nullptr, talk, stream);
+
+  const Command& command = *start.m_pCommand;
+  const std::string form = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
+  Context context(options, style, talk, stream, command.m_Name, form,
+                  Words(options.m_Words.begin() + 1, options.m_Words.end()));
+  try {
+    // What is monitored has a time limit as a whole, and a process of its own.
+    if (!start.m_Monitored) context.Limit(LimitsOf(command, options));
+    return Run(command, context, stream);
+  } catch (const std::exception& e) {
+    context.Close();
+    return Report(start, AsFailure(e), &context, talk, stream);
+  }
+}
+
+}  // namespace Console

@@ -1,0 +1,18 @@
+// Names of cards for what is kept outside this program: time series and graphs.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "console/model/Model.h"
+
+namespace Console {
+
+// Makes a text fit for where the name goes.
+using Clean = std::string (*)(const std::string&);
+
+// A name for each adapter that no other one has: its serial number, which it keeps wherever it
+// goes; where two have the same or there is none, its PCI address as a selector; else its selector.
+std::map<const Object*, std::string> CardNames(const Model& model, Clean clean);
+
+}  // namespace Console

@@ -1,0 +1,140 @@
+#include "console/model/Condition.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
+#include <cstring>
+
+#include "console/base/Failure.h"
+#include "console/base/Number.h"
+#include "console/model/FieldTable.h"
+#include "console/model/Health.h"
+#include "console/model/PropertyName.h"
+
+namespace Console {
+namespace {
+
+struct Word {
+  const char* m_Word;
+  Presence m_Presence;
+  const char* m_Property;
+  const char* m_Value;  // null: one that is as good as it can be
+};
+
+constexpr Word kWords[] = {
+    {"attached", Presence::Required, "status_reasons", "ATTACHED"},
+    {"detached", Presence::Required, "status_reasons", "DETACHED"},
+    {"ok", Presence::Required, "status", nullptr},  // a drive that is well is available
+    {"warning", Presence::Required, "status", "WARNING"},
+    {"failed", Presence::Required, "status", "FAILED"},
+    {"gone", Presence::Gone, "", ""},
+    {"present", Presence::Present, "", ""},
+};
+
+constexpr const char* kWell = "is well";
+
+// The longer ones first.
+constexpr const char* kOperators[] = {"!=", "<=", ">=", "=", "<", ">"};
+
+bool IsOrder(const std::string& name) {
+  return name[0] == '<' || name[0] == '>';
+}
+
+bool Ordered(double left, const std::string& name, double right) {
+  if (name == "<") return left < right;
+  if (name == "<=") return left <= right;
+  if (name == ">") return left > right;
+  return left >= right;
+}
+
+// Of several values one is enough; numbers are the same however they are written.
+bool Same(const Value& value, const std::string& wanted) {
+  if (const auto* texts = std::get_if<std::vector<std::string>>(&value.m_Data)) {
+    return std::any_of(texts->begin(), texts->end(),
+                       [&](const std::string& text) { return boost::iequals(text, wanted); });
+  }
+  const std::string seen = BareText(value);
+  const auto left = ReadNumber<double>(seen), right = ReadNumber<double>(wanted);
+  if (left && right) return !(*left < *right) && !(*left > *right);
+  return boost::iequals(seen, wanted);
+}
+
+// What is said in per cent of a ratio, as the ratio; anything else as it is.
+std::string WithoutPercent(const std::string& property, const std::string& text) {
+  if (text.empty() || text.back() != '%') return text;
+  const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));
+  const Kind kinds[] = {Kind::Adapter, Kind::Drive};
+  const bool isRatio = std::any_of(std::begin(kinds), std::end(kinds), [&](Kind kind) {
+    const Term* term = FindTerm(kind, property);
+    return term != nullptr && term->m_Measure == Measure::Ratio;
+  });
+  return number && isRatio ? fmt::format("{}", *number / 100) : text;
+}
+
+std::vector<std::string> Advice(const std::string& text) {
+  std::vector<std::string> words;
+  std::string all;
+  for (const Word& row : kWords) {
+    words.emplace_back(row.m_Word);
+    all += fmt::format("{}, ", row.m_Word);
+  }
+  std::vector<std::string> advice = DidYouMean(text, words);
+  advice.push_back(
+      fmt::format("It may be: {}or PROP=VALUE, PROP!=VALUE, PROP<NUMBER, PROP>NUMBER", all));
+  return advice;
+}
+
+}  // namespace
+
+Condition::Condition(const std::string& text) : m_Text(text) {
+  for (const Word& row : kWords) {
+    if (!boost::iequals(text, row.m_Word)) continue;
+    m_Presence = row.m_Presence;
+    m_Property = row.m_Property;
+    m_Operator = row.m_Value == nullptr ? kWell : "=";
+    m_Value = row.m_Value == nullptr ? "" : row.m_Value;
+    return;
+  }
+  const std::size_t at = text.find_first_of("!<>=");
+  for (const char* name : kOperators) {
+    if (at == 0 || at == std::string::npos || text.compare(at, std::strlen(name), name) != 0) {
+      continue;
+    }
+    m_Property = text.substr(0, at);
+    m_Operator = name;
+    m_Value = WithoutPercent(m_Property, text.substr(at + m_Operator.size()));
+    break;
+  }
+  if (m_Operator.empty())
+    throw UsageFailure(fmt::format("'{}' is no condition", text), Advice(text));
+  if (IsOrder(m_Operator) && !ReadNumber<double>(m_Value)) {
+    throw UsageFailure(fmt::format("'{}' is not a number", m_Value),
+                       {"For example: temperature_celsius<70"});
+  }
+}
+
+// Nothing is told by comparing what is unknown.
+Condition::Outcome Condition::Check(const Object& object) const {
+  const Value value = ReadNamed(object, m_Property).m_Value;
+  Outcome outcome{false, BareText(value)};
+  if (!value.Known()) return outcome;
+  if (m_Operator == kWell) {
+    outcome.m_Holds = IsWell(value);
+  } else if (m_Operator == "=") {
+    outcome.m_Holds = Same(value, m_Value);
+  } else if (m_Operator == "!=") {
+    outcome.m_Holds = !Same(value, m_Value);
+  } else if (const auto seen = ReadNumber<double>(outcome.m_Seen)) {
+    outcome.m_Holds = Ordered(*seen, m_Operator, *ReadNumber<double>(m_Value));
+  }
+  return outcome;
+}
+
+std::vector<std::string> ConditionWords() {
+  std::vector<std::string> words;
+  for (const Word& word : kWords) words.emplace_back(word.m_Word);
+  return words;
+}
+
+}  // namespace Console

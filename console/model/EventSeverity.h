@@ -1,0 +1,15 @@
+// How bad an event is, as the plug-in and as people say it.
+#pragma once
+
+#include <cstdint>
+
+#include "console/model/Value.h"
+
+namespace Console {
+
+// "information", "warning", "error" or "unknown".
+const char* SeverityName(std::uint32_t severity);
+
+Tone SeverityTone(std::uint32_t severity);
+
+}  // namespace Console

@@ -1,0 +1,45 @@
+// The one vocabulary of table columns, `get`, JSON and metrics: a name with its base unit, the
+// property from which it comes, and how the one is made from the other.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "console/model/Model.h"
+#include "console/model/Value.h"
+
+namespace Console {
+
+struct Term {
+  const char* m_Name;
+  const char* m_Heading;
+  std::uint32_t m_PropertyID;
+  Measure m_Measure;
+  Nothing m_Nothing = Nothing::None;
+};
+
+// The terms of a kind of object, in the order in which they are shown.
+const std::vector<Term>& TermsOf(Kind kind);
+
+// The term of that name, or of that property's identifier or number, compared without case; null
+// when the kind has none.
+const Term* FindTerm(Kind kind, const std::string& name);
+
+// All names that `FindTerm` knows, for suggestions.
+std::vector<std::string> TermNames(Kind kind);
+
+Value ReadTerm(const Object& object, const Term& term);
+// By the term's name; unknown also when the object's kind has no such term.
+Value ReadTerm(const Object& object, const std::string& name);
+
+// As `BareText` of the object's term of that name; empty when it is unknown.
+std::string TermText(const Object& object, const std::string& name);
+
+// The serial number of the card that the object is or belongs to; empty when it tells none.
+std::string SerialOf(const Model& model, const Object& object);
+
+// A property that need not be in the vocabulary, in the unit that it came with.
+Value ReadProperty(const PI::CProperty& property);
+
+}  // namespace Console

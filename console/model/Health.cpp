@@ -1,0 +1,182 @@
+#include "console/model/Health.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+
+#include "console/base/Printable.h"
+#include "hostkit/Texts.h"
+#include "hostkit/ValueTypes.h"
+
+namespace Console {
+namespace {
+
+namespace V = PI::Value;
+using HostKit::Family;
+
+// Which terms tell how far it is; the limit's label stands before its value.
+struct Measurement {
+  std::int32_t m_Reason;
+  const char* m_Measured;
+  const char* m_Limit;  // or null
+};
+
+constexpr Measurement kMeasurements[] = {
+    {V::TEMPERATURE_ABOVE_WARN, "temperature_celsius", "temperature_warning_celsius"},
+    {V::TEMPERATURE_WRITE_REGULATION, "temperature_celsius", "temperature_warning_celsius"},
+    {V::TEMPERATURE_NEAR_ERROR, "temperature_celsius", "temperature_critical_celsius"},
+    {V::TEMPERATURE_ABOVE_ERROR, "temperature_celsius", "temperature_critical_celsius"},
+    {V::RESERVES_DEPLETED, "reserve_space_ratio", "reserve_space_warning_ratio"},
+    {V::NEAR_WEARING_OUT, "endurance_used_ratio", nullptr},
+    {V::LIFESPAN_WRITE_REGULATION, "endurance_used_ratio", nullptr},
+    {V::THROT_WEAROUT, "endurance_used_ratio", nullptr},
+    {V::POWER_WRITE_REGULATION, "slot_power_watts", "power_limit_watts"},
+    {V::PCI_OVERPOWER, "slot_power_watts", "power_limit_watts"},
+    {V::THROT_POWER, "slot_power_watts", "power_limit_watts"},
+    {V::THROT_POWER_LIMIT, "slot_power_watts", "power_limit_watts"},
+    {V::FIRMWARE_OUT_OF_DATE, "firmware_version", nullptr},
+    {V::DRIVER_OUT_OF_DATE, "driver_version", nullptr},
+};
+
+// How a measured value is called where its reason's caption does not say it.
+struct MeasuredLabel {
+  const char* m_Term;
+  const char* m_Label;
+  bool m_Always;  // else only beside an unknown value
+};
+
+constexpr MeasuredLabel kMeasuredLabels[] = {
+    {"temperature_celsius", "temperature", false},
+    {"reserve_space_ratio", "reserve", false},
+    {"endurance_used_ratio", "endurance used", true},
+    {"slot_power_watts", "power", false},
+};
+
+struct LimitLabel {
+  const char* m_Term;
+  const char* m_Label;
+};
+
+constexpr LimitLabel kLimitLabels[] = {
+    {"temperature_warning_celsius", "warning"},
+    {"temperature_critical_celsius", "highest"},
+    {"reserve_space_warning_ratio", "warning"},
+    {"power_limit_watts", "limit"},
+};
+
+Reading Read(const Object& object, const char* name) {
+  const Term* term = name == nullptr ? nullptr : FindTerm(object.m_Kind, name);
+  if (term == nullptr) return {};
+  const Value value = ReadTerm(object, *term);
+  if (!value.Known()) return {};
+  return {term, value};
+}
+
+Reason MakeReason(const Object& object, std::int32_t value) {
+  Reason reason;
+  reason.m_Number = static_cast<std::uint32_t>(value);
+  reason.m_Name = HostKit::NameOf(Family::Value, reason.m_Number);
+  if (reason.m_Name.empty()) reason.m_Name = fmt::format("{}", value);
+  reason.m_Caption = HostKit::CaptionOf(Family::Value, reason.m_Number);
+  if (reason.m_Caption.empty()) reason.m_Caption = reason.m_Name;
+  reason.m_Advice = HostKit::AdviceOf(Family::Value, reason.m_Number);
+  for (const Measurement& row : kMeasurements) {
+    if (row.m_Reason != value) continue;
+    reason.m_Measured = Read(object, row.m_Measured);
+    reason.m_Limit = Read(object, row.m_Limit);
+  }
+  return reason;
+}
+
+const char* LabelOf(const Term& limit) {
+  for (const LimitLabel& row : kLimitLabels) {
+    if (std::strcmp(row.m_Term, limit.m_Name) == 0) return row.m_Label;
+  }
+  return "limit";
+}
+
+// "79 °C", "endurance used 16 %", or "temperature unknown" where a limit follows; else empty.
+std::string MeasuredText(const Reason& reason, bool ascii) {
+  const bool known = reason.m_Measured.m_Term != nullptr;
+  const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";
+  if (!known && reason.m_Limit.m_Term == nullptr) return {};
+  for (const Measurement& row : kMeasurements) {
+    if (static_cast<std::uint32_t>(row.m_Reason) != reason.m_Number) continue;
+    for (const MeasuredLabel& label : kMeasuredLabels) {
+      const bool wanted = label.m_Always || !known;
+      if (wanted && std::strcmp(label.m_Term, row.m_Measured) == 0) {
+        return fmt::format("{} {}", label.m_Label, value);
+      }
+    }
+  }
+  return value;
+}
+
+}  // namespace
+
+Health HealthOf(const Object& object) {
+  const Value status = ReadTerm(object, "status");
+  Health health{status, status, ReadTerm(object, "activity"), {}};
+  const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
+  if (reasons == nullptr || reasons->m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return health;
+  for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
+    if (value != V::ATTACHED) health.m_Reasons.push_back(MakeReason(object, value));
+  }
+  return health;
+}
+
+Health HealthOf(const Model& model, const Object& object) {
+  Health health = HealthOf(object);
+  const Object* adapter = AdapterOf(model, object);
+  if (object.m_Kind != Kind::Drive || adapter == nullptr || !IsWell(health.m_Status)) return health;
+  for (const Reason& reason : HealthOf(*adapter).m_Reasons) {
+    if (reason.m_Number != static_cast<std::uint32_t>(V::DETACHED)) continue;
+    health.m_Shown = {Measure::Text, "detached", Tone::Plain};
+  }
+  return health;
+}
+
+std::vector<const Object*> WithStatus(const Model& model, const Object* top) {
+  std::vector<const Object*> chosen;
+  for (const Object& object : model.Objects()) {
+    if (object.m_Kind != Kind::Adapter && object.m_Kind != Kind::Drive) continue;
+    const bool inside = top == nullptr || top->m_Kind == Kind::Plugin || top == &object ||
+                        top == model.OwnerOf(object);
+    if (inside) chosen.push_back(&object);
+  }
+  return chosen;
+}
+
+bool IsWell(const Value& status) {
+  const std::string text = BareText(status);
+  return text == "OK" || text == "AVAILABLE";
+}
+
+std::string ReasonText(const Reason& reason, bool ascii) {
+  std::string text = reason.m_Caption;
+  const std::string measured = MeasuredText(reason, ascii);
+  if (!measured.empty()) text += ": " + measured;
+  if (reason.m_Limit.m_Term != nullptr) {
+    text += fmt::format(", {} {}", LabelOf(*reason.m_Limit.m_Term),
+                        HumanText(reason.m_Limit.m_Value, ascii));
+  }
+  return Printable(text);
+}
+
+std::string WhyWithoutReason(const Health& health) {
+  const std::string activity = BareText(health.m_Activity);
+  if (health.m_Activity.Known() && activity != "IDLE") {
+    return fmt::format("it is busy: {}", activity);
+  }
+  return "the plug-in tells no reason";
+}
+
+std::string ReasonNames(const Health& health) {
+  std::string names;
+  for (const Reason& reason : health.m_Reasons) {
+    names += (names.empty() ? "" : ", ") + reason.m_Name;
+  }
+  return names;
+}
+
+}  // namespace Console

@@ -1,0 +1,66 @@
+// The plug-in's objects as plain values, with the names by which people call them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/PluginInterface.h"
+
+namespace Console {
+
+enum class Kind { Plugin, Adapter, Drive, Other };
+
+// "plugin", "adapter", "drive" or "other".
+const char* KindName(Kind kind);
+
+// The plug-in's number for objects of that kind; 0 for `Kind::Other`.
+std::uint32_t ObjectTypeOf(Kind kind);
+
+struct Object {
+  Kind m_Kind = Kind::Other;
+  std::string m_Selector;  // "plugin", "a0", "a0/d0"; the id for an object without a place
+  std::uint64_t m_ID = 0;
+  std::vector<std::uint64_t> m_Parents;
+  std::vector<std::uint64_t> m_Children;
+  bool m_Locked = false;
+  std::vector<PI::CProperty> m_Properties;
+  std::vector<PI::COperation> m_Operations;
+  std::optional<std::size_t> m_Owner;  // position of the object above it
+
+  // The first property of that number, or null.
+  const PI::CProperty* Find(std::uint32_t property) const;
+  // Whether the plug-in lists an operation of that number.
+  bool Lists(std::uint32_t operation) const;
+};
+
+// An object id as it is shown: 0x and sixteen digits.
+std::string IdText(std::uint64_t id);
+
+class Model {
+ public:
+  explicit Model(const std::vector<PI::CObject>& topology);
+
+  // In the order of the tree: the plug-in, then each adapter with its drives behind it, then
+  // whatever has no place in it.
+  const std::vector<Object>& Objects() const { return m_Objects; }
+  // The object with that id, or null.
+  const Object* Find(std::uint64_t id) const;
+  // The object above one of these objects, or null.
+  const Object* OwnerOf(const Object& object) const;
+  // The selector of that id, or the id itself when it is not among the objects.
+  std::string SelectorOf(std::uint64_t id) const;
+
+ private:
+  void Add(const PI::CObject& record, Kind kind, std::string selector,
+           std::optional<std::size_t> owner);
+
+  std::vector<Object> m_Objects;
+};
+
+// The adapter of a drive, the adapter itself, or null.
+const Object* AdapterOf(const Model& model, const Object& object);
+
+}  // namespace Console

@@ -1,0 +1,42 @@
+// The numbers and names that `explain` knows.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "console/model/FieldTable.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+
+struct Entry {
+  HostKit::Family m_Family;
+  std::uint32_t m_Number;
+};
+
+// All of them, family by family, each by its number.
+const std::vector<Entry>& AllEntries();
+
+std::string NameOf(const Entry& entry);
+
+// "error", "event", "operation", "property", "reason" or "value"; a reason is a value that an
+// adapter tells with its status.
+const char* FamilyName(const Entry& entry);
+
+// A name of the console's vocabulary that stands for a property, and the objects that have it.
+struct TermUse {
+  Kind m_Kind;
+  const Term* m_Term;
+};
+
+// Empty for what is no property.
+std::vector<TermUse> TermsOf(const Entry& entry);
+
+// The entries of a number, of a name, or of a name that `get` takes, compared without case.
+std::vector<Entry> FindEntries(const std::string& text);
+
+// All names that `FindEntries` takes.
+std::vector<std::string> GlossaryNames();
+
+}  // namespace Console

@@ -1,0 +1,222 @@
+#include "console/model/PropertyConversion.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+#include "hostkit/Texts.h"
+#include "hostkit/Units.h"
+#include "hostkit/ValueTypes.h"
+
+namespace Console {
+namespace {
+
+constexpr std::uint64_t kAllOnes32 = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t kAllOnes64 = std::numeric_limits<std::uint64_t>::max();
+
+struct UnitFactor {
+  const char* m_Symbol;
+  double m_Bytes;
+};
+
+// By symbol, since the numbers of converted sizes are the host's to choose.
+constexpr UnitFactor kByteUnits[] = {
+    {"B", 0x1p0},    {"KiB", 0x1p10}, {"MiB", 0x1p20}, {"GiB", 0x1p30},
+    {"TiB", 0x1p40}, {"PiB", 0x1p50}, {"EiB", 0x1p60},
+};
+
+std::optional<double> BytesPerUnit(PI::_UNITS unit) {
+  const std::string symbol = HostKit::UnitSymbol(unit);
+  for (const UnitFactor& row : kByteUnits) {
+    if (symbol == row.m_Symbol) return row.m_Bytes;
+  }
+  return std::nullopt;
+}
+
+// The decimal number that a float was meant to be: 48.2, not 48.2000007629.
+double Decimal(float number) {
+  return std::strtod(fmt::format("{}", number).c_str(), nullptr);
+}
+
+std::optional<double> NumberOf(const PI::CProperty& property) {
+  switch (property.m_ValueType) {
+    case HostKit::VALUE_TYPE_NUMBER:
+      return static_cast<double>(property.m_Value.m_Number);
+    case HostKit::VALUE_TYPE_RANGE:
+      return property.m_Value.m_Integer;
+    case HostKit::VALUE_TYPE_FLOAT:
+      if (!std::isfinite(property.m_Value.m_Float)) return std::nullopt;
+      return Decimal(property.m_Value.m_Float);
+    default:
+      return std::nullopt;
+  }
+}
+
+// The color classes of a status, which is an adapter's or a drive's.
+enum Indicator : std::uint32_t {
+  INDICATOR_ADAPTER_OK = 24000,
+  INDICATOR_ADAPTER_FAILED = 24001,
+  INDICATOR_ADAPTER_WARNING = 24002,
+  INDICATOR_DRIVE_FAILED = 24177,
+  INDICATOR_DRIVE_AVAILABLE = 24183,
+  INDICATOR_DRIVE_SMART = 24189,  // available, and expected to fail
+};
+
+struct IndicatorTone {
+  Indicator m_Indicator;
+  Tone m_Tone;
+};
+
+constexpr IndicatorTone kTones[] = {
+    {INDICATOR_ADAPTER_OK, Tone::Good},         {INDICATOR_ADAPTER_FAILED, Tone::Bad},
+    {INDICATOR_ADAPTER_WARNING, Tone::Warning}, {INDICATOR_DRIVE_FAILED, Tone::Bad},
+    {INDICATOR_DRIVE_AVAILABLE, Tone::Good},    {INDICATOR_DRIVE_SMART, Tone::Warning},
+};
+
+Tone ToneOf(std::uint32_t indicator) {
+  for (const IndicatorTone& row : kTones) {
+    if (row.m_Indicator == indicator) return row.m_Tone;
+  }
+  return Tone::Plain;
+}
+
+Value::Data TextData(const PI::CProperty& property) {
+  if (property.m_ValueType != HostKit::VALUE_TYPE_STRING ||
+      property.m_Value.m_String.m_Text.empty()) {
+    return {};
+  }
+  return property.m_Value.m_String.m_Text;
+}
+
+Value::Data ChoiceData(const PI::CProperty& property) {
+  if (property.m_ValueType != HostKit::VALUE_TYPE_CHOICE) return {};
+  return ChoiceName(property.m_Value.m_Choice.m_Value);
+}
+
+Value::Data ChoicesData(const PI::CProperty& property) {
+  if (property.m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return {};
+  std::vector<std::string> names;
+  for (const std::int32_t value : property.m_Value.m_MultiValue.m_Values) {
+    names.push_back(ChoiceName(value));
+  }
+  return names;
+}
+
+Value::Data FlagData(const PI::CProperty& property) {
+  if (property.m_ValueType != HostKit::VALUE_TYPE_BOOL) return {};
+  return property.m_Value.m_Bool;
+}
+
+Value::Data CountData(const PI::CProperty& property, Nothing nothing) {
+  const auto count = CountOf(property, nothing);
+  if (!count) return {};
+  return *count;
+}
+
+Value::Data BytesData(const PI::CProperty& property) {
+  const auto number = NumberOf(property);
+  const auto unit = BytesPerUnit(property.m_Units);
+  if (!number || !unit || *number < 0 || *number * *unit >= 0x1p64) return {};
+  return static_cast<std::uint64_t>(*number * *unit);
+}
+
+// `scale` brings the unit that is expected to the base unit.
+Value::Data RealData(const PI::CProperty& property, PI::_UNITS expected, double scale) {
+  const auto number = NumberOf(property);
+  if (!number || property.m_Units != expected) return {};
+  return *number / scale;
+}
+
+Value::Data SecondsData(const PI::CProperty& property) {
+  if (property.m_Units != PI::UNITS_SECONDS) return {};
+  return CountData(property, Nothing::None);
+}
+
+Value::Data DataOf(const PI::CProperty& property, Measure measure, Nothing nothing) {
+  switch (measure) {
+    case Measure::Text:
+      return TextData(property);
+    case Measure::Choice:
+      return ChoiceData(property);
+    case Measure::Choices:
+      return ChoicesData(property);
+    case Measure::Flag:
+      return FlagData(property);
+    case Measure::Count:
+      return CountData(property, nothing);
+    case Measure::Bytes:
+      return BytesData(property);
+    case Measure::Ratio:
+      return RealData(property, PI::UNITS_PERCENT, 100);
+    case Measure::Celsius:
+      return RealData(property, PI::UNITS_DEGREES_CELSIUS, 1);
+    case Measure::Watts:
+      return RealData(property, PI::UNITS_WATTS, 1);
+    case Measure::Seconds:
+      return SecondsData(property);
+    case Measure::PciAddress:
+      break;
+  }
+  return {};
+}
+
+bool IsZero(const Value::Data& data) {
+  if (const auto* count = std::get_if<std::uint64_t>(&data)) return *count == 0;
+  if (const auto* number = std::get_if<double>(&data)) return !(*number < 0 || *number > 0);
+  return false;
+}
+
+}  // namespace
+
+Value Convert(const PI::CProperty& property, Measure measure, Nothing nothing) {
+  Value value{measure, DataOf(property, measure, nothing), ToneOf(property.m_Indicator)};
+  if (nothing == Nothing::Zero && IsZero(value.m_Data)) value.m_Data = {};
+  return value;
+}
+
+Measure NaturalMeasure(const PI::CProperty& property) {
+  switch (property.m_ValueType) {
+    case HostKit::VALUE_TYPE_BOOL:
+      return Measure::Flag;
+    case HostKit::VALUE_TYPE_CHOICE:
+      return Measure::Choice;
+    case HostKit::VALUE_TYPE_MULTI_CHOICE:
+      return Measure::Choices;
+    case HostKit::VALUE_TYPE_STRING:
+    case HostKit::VALUE_TYPE_NONE:
+      return Measure::Text;
+    default:
+      break;
+  }
+  if (BytesPerUnit(property.m_Units)) return Measure::Bytes;
+  if (property.m_Units == PI::UNITS_PERCENT) return Measure::Ratio;
+  if (property.m_Units == PI::UNITS_DEGREES_CELSIUS) return Measure::Celsius;
+  if (property.m_Units == PI::UNITS_WATTS) return Measure::Watts;
+  if (property.m_Units == PI::UNITS_SECONDS) return Measure::Seconds;
+  return Measure::Count;
+}
+
+std::string ChoiceName(std::int32_t value) {
+  const std::string name =
+      HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(value));
+  return name.empty() ? fmt::format("{}", value) : name;
+}
+
+std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing nothing) {
+  std::uint64_t count = 0;
+  if (property.m_ValueType == HostKit::VALUE_TYPE_NUMBER) {
+    count = property.m_Value.m_Number;
+  } else if (property.m_ValueType == HostKit::VALUE_TYPE_RANGE && property.m_Value.m_Integer >= 0) {
+    count = static_cast<std::uint64_t>(property.m_Value.m_Integer);
+  } else {
+    return std::nullopt;
+  }
+  if (nothing == Nothing::AllOnes && (count == kAllOnes32 || count == kAllOnes64)) {
+    return std::nullopt;
+  }
+  return count;
+}
+
+}  // namespace Console

@@ -1,0 +1,25 @@
+// From a property record, in whatever kind and unit the plug-in chose, to a value in base units.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "console/model/Value.h"
+#include "host/PluginInterface.h"
+
+namespace Console {
+
+// The value of `property` as a `measure`; unknown when its kind or unit does not fit.
+Value Convert(const PI::CProperty& property, Measure measure, Nothing nothing);
+
+// What a property measures by its kind and unit, when nobody knows better.
+Measure NaturalMeasure(const PI::CProperty& property);
+
+// The name of a choice, or its number when it is outside the vocabulary.
+std::string ChoiceName(std::int32_t value);
+
+// A whole number of zero or more without a unit of its own.
+std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing nothing);
+
+}  // namespace Console

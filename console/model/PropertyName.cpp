@@ -1,0 +1,43 @@
+#include "console/model/PropertyName.h"
+
+#include <fmt/format.h>
+
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+
+#include "console/base/Failure.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+std::string ShownName(std::uint32_t property) {
+  const std::string name = HostKit::NameOf(HostKit::Family::Property, property);
+  return name.empty() ? std::to_string(property) : boost::to_lower_copy(name);
+}
+
+PropertyName ResolveProperty(const Object& object, const std::string& name) {
+  if (const Term* term = FindTerm(object.m_Kind, name)) {
+    return {term->m_PropertyID, ShownName(term->m_PropertyID)};
+  }
+  std::vector<std::string> names = TermNames(object.m_Kind);
+  for (const PI::CProperty& property : object.m_Properties) {
+    const std::string shown = ShownName(property.m_PropertyID);
+    if (boost::iequals(name, shown) || name == std::to_string(property.m_PropertyID)) {
+      return {property.m_PropertyID, shown};
+    }
+    names.push_back(shown);
+  }
+  std::vector<std::string> advice = DidYouMean(name, names);
+  advice.push_back(fmt::format("See: corvane-host show {}", object.m_Selector));
+  throw Failure(ExitCode::Usage, "NO_SUCH_PROPERTY", fmt::format("finding '{}'", name),
+                fmt::format("{} has no such property", object.m_Selector), advice);
+}
+
+NamedValue ReadNamed(const Object& object, const std::string& name) {
+  if (const Term* term = FindTerm(object.m_Kind, name)) {
+    return {term->m_Name, ReadTerm(object, *term)};
+  }
+  const PropertyName property = ResolveProperty(object, name);
+  return {property.m_Text, ReadProperty(*object.Find(property.m_Number))};
+}
+
+}  // namespace Console

@@ -1,0 +1,99 @@
+#include "console/model/Selectors.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
+#include <cstdlib>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "console/model/FieldTable.h"
+
+namespace Console {
+namespace {
+
+bool BySelector(const Object& object, const std::string& text) {
+  return boost::iequals(text, object.m_Selector);
+}
+
+bool ById(const Object& object, const std::string& text) {
+  if (!boost::istarts_with(text, "0x")) return false;
+  char* end = nullptr;
+  const std::uint64_t id = std::strtoull(text.c_str(), &end, 16);
+  return *end == '\0' && id == object.m_ID;
+}
+
+// An address without a segment fits any.
+bool ByPci(const Object& object, const std::string& text) {
+  if (!boost::istarts_with(text, "pci:")) return false;
+  const std::string wanted = text.substr(4);
+  const std::string address = TermText(object, "pci_address");
+  if (wanted.empty() || address.empty()) return false;
+  const std::size_t segment = address.size() > 7 ? address.size() - 7 : 0;
+  return boost::iequals(wanted, address) || boost::iequals(wanted, address.substr(segment));
+}
+
+template <const char* const& term>
+bool ByTerm(const Object& object, const std::string& text) {
+  return !text.empty() && TermText(object, term) == text;
+}
+
+constexpr const char* kSerialNumber = "serial_number";
+constexpr const char* kControlDevice = "control_device";
+constexpr const char* kName = "name";
+
+using Rule = bool (*)(const Object&, const std::string&);
+
+constexpr Rule kRules[] = {
+    BySelector, ById, ByPci, ByTerm<kSerialNumber>, ByTerm<kControlDevice>, ByTerm<kName>,
+};
+
+std::string Described(const Object& object) {
+  const std::string name = TermText(object, "name");
+  return fmt::format("{} ({}{}{})", object.m_Selector, name, name.empty() ? "" : ", ",
+                     IdText(object.m_ID));
+}
+
+Failure NoSuchObject(const Model& model, const std::string& text) {
+  std::vector<std::string> candidates;
+  std::vector<std::string> selectors;
+  for (const Object& object : model.Objects()) {
+    selectors.push_back(object.m_Selector);
+    candidates.push_back(object.m_Selector);
+    const std::string serial = TermText(object, "serial_number");
+    if (!serial.empty()) candidates.push_back(serial);
+  }
+  std::vector<std::string> advice = DidYouMean(text, candidates);
+  advice.push_back(fmt::format("There are: {}", fmt::join(selectors, ", ")));
+  return Failure(ExitCode::NoObject, "NO_SUCH_OBJECT", fmt::format("finding '{}'", text),
+                 "there is no such object", advice);
+}
+
+}  // namespace
+
+const Object* FindObject(const Model& model, const std::string& text) {
+  std::vector<const Object*> matches;
+  for (const Object& object : model.Objects()) {
+    const bool fits = std::any_of(std::begin(kRules), std::end(kRules),
+                                  [&](Rule rule) { return rule(object, text); });
+    if (fits) matches.push_back(&object);
+  }
+  if (matches.empty()) return nullptr;
+  if (matches.size() == 1) return matches.front();
+  std::vector<std::string> all;
+  for (const Object* match : matches) all.push_back(Described(*match));
+  throw Failure(
+      ExitCode::NoObject, "AMBIGUOUS", fmt::format("finding '{}'", text),
+      fmt::format("{} objects have that name", matches.size()),
+      {fmt::format("They are: {}", fmt::join(all, ", ")), "Use the selector of one of them."});
+}
+
+const Object& Select(const Model& model, const std::string& text) {
+  const Object* object = FindObject(model, text);
+  if (object == nullptr) throw NoSuchObject(model, text);
+  return *object;
+}
+
+}  // namespace Console

@@ -1,0 +1,87 @@
+#include "console/model/Value.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "console/base/Printable.h"
+
+namespace Console {
+namespace {
+
+std::string ScaledBytes(std::uint64_t bytes) {
+  static constexpr const char* kSymbols[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+  auto scaled = static_cast<double>(bytes);
+  std::size_t symbol = 0;
+  // A sector of 4096 bytes is better known by that number.
+  if (bytes <= 4096) return fmt::format("{} B", bytes);
+  while (scaled >= 1024 && symbol + 1 < std::size(kSymbols)) {
+    scaled /= 1024;
+    ++symbol;
+  }
+  return fmt::format("{:.1f} {}", scaled, kSymbols[symbol]);
+}
+
+std::string HumanNumber(double number, Measure measure, bool ascii) {
+  switch (measure) {
+    case Measure::Ratio:
+      return fmt::format("{:.0f} %", number * 100);
+    case Measure::Celsius:
+      return fmt::format("{:.0f} {}", number, ascii ? "C" : "\u00b0C");
+    case Measure::Watts:
+      return fmt::format("{:.1f} W", number);
+    default:
+      return fmt::format("{}", number);
+  }
+}
+
+std::string HumanCount(std::uint64_t number, Measure measure) {
+  if (measure == Measure::Bytes) return ScaledBytes(number);
+  if (measure == Measure::Seconds) return fmt::format("{} s", number);
+  return fmt::format("{}", number);
+}
+
+}  // namespace
+
+const char* UnitOf(Measure measure) {
+  switch (measure) {
+    case Measure::Bytes:
+      return "bytes";
+    case Measure::Ratio:
+      return "ratio";
+    case Measure::Celsius:
+      return "celsius";
+    case Measure::Watts:
+      return "watts";
+    case Measure::Seconds:
+      return "seconds";
+    default:
+      return nullptr;
+  }
+}
+
+std::string HumanText(const Value& value, bool ascii) {
+  if (const auto* number = std::get_if<double>(&value.m_Data)) {
+    return HumanNumber(*number, value.m_Measure, ascii);
+  }
+  if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
+    return HumanCount(*count, value.m_Measure);
+  }
+  if (const auto* text = std::get_if<std::string>(&value.m_Data)) return *text;
+  return BareText(value);
+}
+
+std::string BareText(const Value& value) {
+  struct {
+    std::string operator()(std::monostate) const { return "-"; }
+    std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
+    std::string operator()(std::uint64_t number) const { return fmt::format("{}", number); }
+    std::string operator()(double number) const { return fmt::format("{}", number); }
+    std::string operator()(const std::string& text) const { return Printable(text); }
+    std::string operator()(const std::vector<std::string>& texts) const {
+      return fmt::format("{}", fmt::join(texts, ","));
+    }
+  } text;
+  return std::visit(text, value.m_Data);
+}
+
+}  // namespace Console

@@ -1,0 +1,91 @@
+#include "console/plugin/EventHistory.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "console/base/Failure.h"
+#include "console/model/FieldTable.h"
+#include "host/Database.h"
+#include "hostkit/Paths.h"
+#include "hostkit/TrustedPath.h"
+
+namespace Console {
+namespace {
+
+// What the database says of a file that may not be read sends nobody to its permissions.
+Failure LogFailure(const std::string& why) {
+  const std::string file = HostKit::DatabaseFile().string();
+  const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
+  const bool foreign = !HostKit::ResolveTrusted(file).m_Objection.empty();
+  return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, "NO_EVENT_LOG",
+                 fmt::format("reading the event log {}", file),
+                 denied ? std::strerror(EACCES) : why,
+                 {"Another one can be named with --database."});
+}
+
+}  // namespace
+
+void History::Learn(const std::vector<PI::CObject>& topology) {
+  const Model model(topology);
+  for (const Object& object : model.Objects()) {
+    m_Origins[object.m_ID] = {SerialOf(model, object), ObjectTypeOf(object.m_Kind)};
+  }
+}
+
+bool History::KnowsAll(const std::vector<PI::CEvent>& events) const {
+  return std::all_of(events.begin(), events.end(), [this](const PI::CEvent& event) {
+    return m_Origins.count(event.m_ObjectID) > 0;
+  });
+}
+
+std::vector<LoggedEvent> History::Record(const std::vector<PI::CEvent>& events) {
+  std::vector<LoggedEvent> worded;
+  for (const PI::CEvent& event : events) {
+    const auto known = m_Origins.find(event.m_ObjectID);
+    const Origin origin = known == m_Origins.end() ? Origin() : known->second;
+    worded.push_back(HostKit::WordEvent(event));
+    worded.back().m_SerialNumber = origin.m_SerialNumber;
+    worded.back().m_ObjectType = origin.m_ObjectType;
+  }
+  try {
+    HostKit::AppendEvents(worded);
+  } catch (const DBEXCEPTION::DatabaseException& e) {
+    TellUnusable(e.what());
+  }
+  return worded;
+}
+
+std::vector<LoggedEvent> History::MustRead(std::uint64_t sinceMs, std::size_t limit) {
+  try {
+    return HostKit::ReadEvents(sinceMs, limit);
+  } catch (const DBEXCEPTION::DatabaseException& e) {
+    throw LogFailure(e.what());
+  }
+}
+
+std::vector<LoggedEvent> History::Read(std::uint64_t sinceMs, std::size_t limit) {
+  try {
+    return HostKit::ReadEvents(sinceMs, limit);
+  } catch (const DBEXCEPTION::DatabaseException& e) {
+    TellUnusable(e.what());
+    return {};
+  }
+}
+
+void History::TellUnusable(const std::string& why) {
+  if (m_IsToldUnusable) return;
+  m_IsToldUnusable = true;
+  m_Talk.Note("NO_EVENT_LOG", fmt::format("the event log cannot be used: {}", why),
+              DatabaseAdvice());
+}
+
+std::vector<std::string> DatabaseAdvice() {
+  return {fmt::format("Its file is {}", HostKit::DatabaseFile().string()),
+          "Another one can be named with --database."};
+}
+
+}  // namespace Console

@@ -1,0 +1,54 @@
+// The host's event log as this program keeps and shows it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "console/base/Output.h"
+#include "console/model/Model.h"
+#include "hostkit/EventLog.h"
+
+namespace Console {
+
+using HostKit::LoggedEvent;
+
+// A log that cannot be used is told once and then done without. For one thread.
+class History {
+ public:
+  // More events than a log can hold: no limit.
+  static constexpr std::size_t kAll = 1'000'000'000;
+
+  explicit History(Talk& talk) : m_Talk(talk) {}
+
+  // Remembers whose ids these are, so that events of a card that has gone still tell which it was.
+  void Learn(const std::vector<PI::CObject>& topology);
+  // Whether each event is about an object whose id was learnt.
+  bool KnowsAll(const std::vector<PI::CEvent>& events) const;
+  // Appends the events to the log, and gives them as they are logged.
+  std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
+  // The newest `limit` events among those not older than `sinceMs`, in order of logging; throws
+  // `Failure` when the log cannot be read.
+  std::vector<LoggedEvent> MustRead(std::uint64_t sinceMs, std::size_t limit);
+  // The same, and none when it cannot.
+  std::vector<LoggedEvent> Read(std::uint64_t sinceMs, std::size_t limit);
+
+ private:
+  struct Origin {
+    std::string m_SerialNumber;
+    std::uint32_t m_ObjectType = 0;
+  };
+
+  void TellUnusable(const std::string& why);
+
+  Talk& m_Talk;
+  std::map<std::uint64_t, Origin> m_Origins;
+  bool m_IsToldUnusable = false;
+};
+
+// Where the database is, and how to name another one: advice beside a failure of it.
+std::vector<std::string> DatabaseAdvice();
+
+}  // namespace Console

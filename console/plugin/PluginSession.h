@@ -1,0 +1,89 @@
+// A session with a plug-in that is loaded into this process.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "console/base/CallWithTimeout.h"
+#include "console/base/Deadline.h"
+#include "console/base/Notifier.h"
+#include "console/plugin/EventHistory.h"
+#include "console/plugin/PluginLibrary.h"
+#include "console/plugin/Session.h"
+#include "console/plugin/TimeLimits.h"
+#include "hostkit/FailedThreads.h"
+
+namespace Console {
+
+// Calls are abandoned when the plug-in does not answer in time, reads also when a signal comes;
+// what changes a card is waited for then.
+class PluginSession : public Session {
+ public:
+  // Brings the plug-in up, which takes more than a second. Throws `Failure`; a plug-in that found
+  // no card is none. The history and the talk must outlive it.
+  PluginSession(const std::filesystem::path& file, History& history, Talk& talk,
+                const TimeLimits& limits);
+  // Collects what events still wait, so that the log has them. Stops the plug-in and unloads it;
+  // waits for its running jobs, up to 25 seconds. A plug-in that does not stop is noted and left.
+  ~PluginSession() override;
+
+  PluginInfo Info() const override { return m_Info; }
+  bool HasCards() const override { return m_HasCards; }
+  std::size_t LostThreads() const override { return HostKit::FailedThreads() - m_FailedBefore; }
+  std::chrono::duration<double> StartDuration() const override { return m_StartDuration; }
+  void AnswerBy(const Deadline& deadline) override { m_Limits.m_Whole = deadline; }
+  std::vector<PI::CObject> Topology() override;
+  std::vector<PI::CProperty> Properties(std::uint64_t object) override;
+  std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
+  std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) override;
+  std::vector<PI::COperation> Operations(std::uint64_t object) override;
+  std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) override;
+  std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
+  std::vector<LoggedEvent> CollectEvents() override;
+  using Session::WaitForNotification;
+  bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) override;
+
+ private:
+  // What the plug-in's threads use. In order of life: the instance dies before its library, the
+  // bell after both.
+  struct Loaded {
+    explicit Loaded(const std::filesystem::path& file) : m_Library(file), m_Plugin(m_Library) {}
+
+    Bell m_Bell;
+    PluginLibrary m_Library;
+    PluginInstance m_Plugin;
+  };
+
+  void Load(const std::filesystem::path& file);
+  void Start();
+  void Stop();
+  static bool CallWhenThreadsAreFree(const std::function<std::uint32_t()>& call,
+                                     const Deadline& deadline);
+  void CollectTheRest() noexcept;
+  template <class Payload>
+  std::uint32_t Read(PI::_COMMAND command, std::uint64_t object, Payload& payload);
+  template <class Payload>
+  Payload Require(const char* what, PI::_COMMAND command, std::uint64_t object,
+                  Payload payload = {});
+  template <class Payload>
+  std::uint32_t Change(PI::_COMMAND command, std::uint64_t object, Payload& payload,
+                       const Deadline& deadline);
+  template <class Payload>
+  std::optional<std::uint32_t> Call(PI::_COMMAND command, std::uint64_t object, Payload& payload,
+                                    const Deadline& deadline, OnStop onStop);
+  [[noreturn]] void Abandon();
+  [[noreturn]] void AbandonChange();
+
+  std::unique_ptr<Loaded> m_pLoaded;  // null: abandoned, and never unloaded
+  PluginInfo m_Info;
+  History& m_History;
+  Talk& m_Talk;
+  TimeLimits m_Limits;
+  const std::size_t m_FailedBefore = HostKit::FailedThreads();
+  bool m_HasChanged = false;     // a job of the plug-in may be running
+  std::uint64_t m_PluginID = 0;  // 0: not known yet
+  bool m_HasCards = false;
+  std::chrono::duration<double> m_StartDuration{0};
+};
+
+}  // namespace Console

@@ -1,0 +1,154 @@
+#include "console/plugin/Simulation.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "console/base/StopSignals.h"
+#include "console/base/Subprocess.h"
+#include "console/base/TrustedCode.h"
+#include "console/plugin/PluginLibrary.h"
+#include "hostkit/TrustedPath.h"
+
+namespace Console {
+namespace {
+
+using Words = std::vector<std::string>;
+
+Failure SimulationFailure(const std::string& why, ExitCode code = ExitCode::Failed) {
+  return Failure(
+      code, "SIMULATION_FAILED", "simulating cards", why,
+      {"Make cards with: cardsim new; cardsim add 0x1003", "Name their file: --simulate=FILE"});
+}
+
+std::filesystem::path MakeTemporaryFolder() {
+  const std::filesystem::path parent =
+      std::filesystem::absolute(std::filesystem::temp_directory_path());
+  std::string name = (parent / "corvane-host-XXXXXX").string();
+  const std::string objection = HostKit::ResolveTrusted(name).m_Objection;
+  if (!objection.empty()) throw SimulationFailure(objection);
+  if (mkdtemp(name.data()) == nullptr) throw SimulationFailure(std::strerror(errno));
+  return name;
+}
+
+// The simulator's own complaint without the name in front.
+std::string FirstLine(const std::string& text) {
+  const std::string prefix = "cardsim: ";
+  const std::string line = text.substr(0, text.find('\n'));
+  return line.rfind(prefix, 0) == 0 ? line.substr(prefix.size()) : line;
+}
+
+// Becomes the program in this process, with its complaints where its answer would go.
+int BecomeProgram(const std::filesystem::path& program, const Words& words) {
+  dup2(STDOUT_FILENO, STDERR_FILENO);
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (nowhere >= 0) dup2(nowhere, STDOUT_FILENO);
+  std::vector<char*> arguments;
+  std::string name = program.string();
+  Words own = words;
+  arguments.push_back(name.data());
+  for (std::string& word : own) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  execv(name.c_str(), arguments.data());
+  const std::string why = name + ": " + std::strerror(errno);
+  return write(STDERR_FILENO, why.data(), why.size()) < 0 ? EXIT_FAILURE + 1 : EXIT_FAILURE;
+}
+
+std::string WhyEnded(const Ending& ending) {
+  if (ending.m_How == How::TimedOut) return "the simulator does not answer";
+  if (ending.m_How == How::Killed) {
+    return fmt::format("the simulator crashed ({})", strsignal(ending.m_Number));
+  }
+  return FirstLine(ending.m_Output);
+}
+
+void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
+                const TimeLimits& limits) {
+  const std::filesystem::path program = ProgramFolder() / "cardsim";
+  if (!std::filesystem::exists(program)) {
+    throw SimulationFailure(fmt::format("there is no program {}", program.string()));
+  }
+  const std::string objection = ObjectionToCode(program);
+  if (!objection.empty()) {
+    throw Failure(ExitCode::PluginUnfit, "SIMULATION_FAILED", "simulating cards", objection,
+                  TrustAdvice(program));
+  }
+  Words arguments;
+  if (!file.empty()) arguments = {"--state", file};
+  arguments.insert(arguments.end(), {"sysfs", folder.string()});
+  const Ending ending =
+      RunInChild([&] { return BecomeProgram(program, arguments); }, limits.ForCall().Left());
+  if (ending.m_How == How::Stopped) throw Stopped();
+  CheckStop();
+  if (ending.m_How == How::Exited && ending.m_Number == EXIT_SUCCESS) return;
+  const bool late = ending.m_How == How::TimedOut;
+  throw SimulationFailure(WhyEnded(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
+}
+
+// Waits in a session of its own for the end of the process that made it, and removes the folder.
+// Holds nothing else open, so that nobody waits for it.
+[[noreturn]] void BeReaper(const std::filesystem::path& folder, int ends) noexcept {
+  setsid();
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
+  dup2(ends, STDIN_FILENO);
+  close_range(STDIN_FILENO + 1, ~0U, 0);
+  if (chdir("/") != 0) _exit(EXIT_FAILURE);
+  char ignored = 0;
+  while (read(STDIN_FILENO, &ignored, 1) < 0 && errno == EINTR) continue;
+  std::error_code error;
+  std::filesystem::remove_all(folder, error);
+  _exit(EXIT_SUCCESS);
+}
+
+}  // namespace
+
+Simulation::Simulation(const std::string& file, const TimeLimits& limits)
+    : m_Folder(MakeTemporaryFolder()) {
+  try {
+    StartReaper();
+    const std::string state = file.empty() ? file : std::filesystem::absolute(file).string();
+    const std::filesystem::path sysfs = m_Folder / "sys";
+    WriteSysfs(state, sysfs, limits);
+    if (!state.empty()) setenv("CARDSIM_STATE", state.c_str(), 1);
+    setenv("CORVANE_SYSFS", sysfs.c_str(), 1);
+  } catch (...) {
+    Remove();
+    throw;
+  }
+}
+
+Simulation::~Simulation() {
+  Remove();
+}
+
+// Without one, a folder is left only by a process that is killed.
+void Simulation::StartReaper() {
+  std::array<int, 2> ends = {};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return;
+  m_Reaper = fork();
+  if (m_Reaper == 0) BeReaper(m_Folder, ends[0]);
+  close(ends[0]);
+  m_ReaperEnds = ends[1];
+}
+
+// Failures are ignored: a leftover folder is harmless, and nothing is left to report them.
+void Simulation::Remove() noexcept {
+  std::error_code ignored;
+  std::filesystem::remove_all(m_Folder, ignored);
+  if (m_ReaperEnds >= 0) close(m_ReaperEnds);
+  if (m_Reaper < 0) return;
+  while (waitpid(m_Reaper, nullptr, 0) < 0 && errno == EINTR) continue;
+}
+
+}  // namespace Console

@@ -1,0 +1,92 @@
+#include "console/plugin/StartChecks.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "hostkit/Paths.h"
+
+namespace Console {
+namespace {
+
+// The plug-in and its libraries, its database, the trace, a pipe and some to spare.
+constexpr std::size_t kNeeded = 64;
+
+class Reserve {
+ public:
+  Reserve() = default;
+  ~Reserve() {
+    for (const int descriptor : m_Descriptors) close(descriptor);
+  }
+  Reserve(const Reserve&) = delete;
+  Reserve& operator=(const Reserve&) = delete;
+
+  // 0 or the error.
+  int Grow() {
+    const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return errno;
+    m_Descriptors.push_back(descriptor);
+    return 0;
+  }
+  std::size_t Size() const { return m_Descriptors.size(); }
+
+ private:
+  std::vector<int> m_Descriptors;
+};
+
+Failure BusFailure(const std::string& file, int error) {
+  const bool denied = error == EACCES || error == EPERM;
+  return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "SYSFS_UNREADABLE",
+                 fmt::format("reading {}", file), std::strerror(error),
+                 {"Whether there are cards is not known: they are looked for there."});
+}
+
+void RequireReadable(const std::string& file) {
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0 && errno != ENOENT && errno != ENOTDIR) throw BusFailure(file, errno);
+  if (descriptor >= 0) close(descriptor);
+}
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+}  // namespace
+
+void RequireDescriptors() {
+  Reserve reserve;
+  while (reserve.Size() < kNeeded) {
+    const int error = reserve.Grow();
+    if (error == 0) continue;
+    const char* advice = error == ENFILE ? "Raise the limit of the system: sysctl fs.file-max"
+                                         : "Raise the limit: ulimit -n 256";
+    throw Failure(ExitCode::Failed, "NO_DESCRIPTORS", "starting the plug-in",
+                  fmt::format("only {} more files can be opened, {} may be needed ({})",
+                              reserve.Size(), kNeeded, std::strerror(error)),
+                  {advice});
+  }
+}
+
+// A machine without a PCI bus has no such folder.
+void RequireReadableBus() {
+  const std::string folder = (HostKit::SysfsRoot() / "bus" / "pci" / "devices").string();
+  const std::unique_ptr<DIR, CloseFolder> devices(opendir(folder.c_str()));
+  if (!devices && errno == ENOENT) return;
+  if (!devices) throw BusFailure(folder, errno);
+  while (const dirent* device = readdir(devices.get())) {
+    if (device->d_name[0] == '.') continue;
+    for (const char* name : {"vendor", "device"}) {
+      RequireReadable(fmt::format("{}/{}/{}", folder, device->d_name, name));
+    }
+  }
+}
+
+}  // namespace Console

@@ -1,0 +1,20 @@
+// How long a command waits for a plug-in that does not answer.
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include "console/base/Deadline.h"
+
+namespace Console {
+
+// A limit that is not set never ends a wait.
+struct TimeLimits {
+  Deadline m_Whole;                                 // of all that is read
+  std::optional<std::chrono::milliseconds> m_Call;  // of each call, from its start
+  std::optional<std::chrono::milliseconds> m_Format;
+
+  Deadline ForCall() const { return Deadline(m_Call).Sooner(m_Whole); }
+};
+
+}  // namespace Console

@@ -1,0 +1,48 @@
+// What a command answers, in every form that it has, and how a form becomes text.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "console/base/Output.h"
+#include "console/plugin/Session.h"
+#include "console/render/Table.h"
+
+namespace Console {
+
+using Json = nlohmann::ordered_json;
+
+struct Answer {
+  Json m_Result;                      // json; null: all of it has been written before
+  const char* m_Items = nullptr;      // jsonl: the list in `m_Result` that is cut into lines
+  Table m_Table;                      // table, tree, tsv
+  std::vector<std::string> m_Values;  // value
+  std::optional<std::string> m_Text;  // instead of the table, for people
+  ExitCode m_Code = ExitCode::Done;
+};
+
+// What surrounds a result.
+struct Surroundings {
+  std::string m_Command;
+  std::optional<PluginInfo> m_Plugin;
+  std::vector<Message> m_Messages;
+  ExitCode m_Code = ExitCode::Done;
+};
+
+// One of "table", "tree", "tsv", "json", "jsonl", "value", ready to be written.
+std::string Render(const Answer& answer, const std::string& form, const Style& style,
+                   const Surroundings& around);
+
+// The JSON document around a result, in one line or several.
+std::string Envelope(const Json& result, const Surroundings& around, bool oneLine);
+
+// A vocabulary value as JSON, and beside it NAME_s when the number is too large for a double.
+void PutValue(Json& into, const std::string& name, const Value& value);
+
+// An object with all terms of its kind, unknown ones as null.
+Json ObjectJson(const Model& model, const Object& object);
+
+}  // namespace Console

@@ -1,0 +1,289 @@
+#include "console/render/MetricFamilies.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <nlohmann/json.hpp>
+
+#include "console/base/Output.h"
+#include "console/base/Printable.h"
+#include "console/base/Timestamp.h"
+#include "console/model/CardName.h"
+#include "console/model/EventSeverity.h"
+#include "console/model/FieldTable.h"
+#include "console/model/Health.h"
+#include "console/model/PropertyConversion.h"
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+using HostKit::NameOf;
+using Samples = std::vector<Sample>;
+using Labels = std::vector<std::pair<std::string, std::string>>;
+
+constexpr const char* kPrefix = "corvane_";
+
+// What a family's samples are made from, beside its row.
+struct Source {
+  const Observed& m_Observed;
+  std::map<const Object*, std::string> m_CardNames;
+};
+
+struct MetricRow {
+  const char* m_Name;
+  MetricType m_Type;
+  const char* m_Unit;
+  Samples (*m_Gather)(const MetricRow&, const Source&);
+  const char* m_Term;  // or null
+  const char* m_Help;
+};
+
+// Text that is no UTF-8 and control characters are made visible; a line break has its own escape.
+std::string LabelText(const std::string& text) {
+  std::vector<std::string> lines;
+  boost::split(lines, text, boost::is_any_of("\n"));
+  for (std::string& line : lines) line = Printable(line);
+  const std::string printable = fmt::format("{}", fmt::join(lines, "\n"));
+  const nlohmann::json json = printable;
+  const auto handler = nlohmann::json::error_handler_t::replace;
+  return nlohmann::json::parse(json.dump(-1, ' ', false, handler)).get<std::string>();
+}
+
+std::vector<const Object*> Of(const Source& source, Kind kind) {
+  std::vector<const Object*> objects;
+  if (source.m_Observed.m_pModel == nullptr) return objects;
+  for (const Object& object : source.m_Observed.m_pModel->Objects()) {
+    if (object.m_Kind == kind) objects.push_back(&object);
+  }
+  return objects;
+}
+
+// A drive is named within its card.
+Labels IdentityOf(const Object& object, const Source& source) {
+  Labels labels;
+  if (const Object* adapter = AdapterOf(*source.m_Observed.m_pModel, object)) {
+    labels.emplace_back("adapter", source.m_CardNames.at(adapter));
+  }
+  if (object.m_Kind == Kind::Drive) {
+    labels.emplace_back("drive", object.m_Selector.substr(object.m_Selector.find('/') + 1));
+  }
+  return labels;
+}
+
+std::string NumberText(const Value& value) {
+  if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
+    return fmt::format("{}", *count);
+  }
+  const auto* number = std::get_if<double>(&value.m_Data);
+  return number == nullptr ? std::string() : fmt::format("{}", *number);
+}
+
+void AddStates(Samples& samples, const MetricRow& row, const Labels& identity,
+               const std::vector<std::string>& all, const std::vector<std::string>& current) {
+  for (const std::string& state : all) {
+    Labels labels = identity;
+    labels.emplace_back(kPrefix + std::string(row.m_Name), state);
+    const bool is = std::find(current.begin(), current.end(), state) != current.end();
+    samples.push_back({labels, is ? "1" : "0"});
+  }
+}
+
+void AddMissing(std::vector<std::string>& all, const std::vector<std::string>& current) {
+  for (const std::string& state : current) {
+    if (std::find(all.begin(), all.end(), state) == all.end()) all.push_back(state);
+  }
+}
+
+// The functions of the table.
+
+Samples PluginUp(const MetricRow&, const Source& source) {
+  return {{{}, source.m_Observed.m_pModel == nullptr ? "0" : "1"}};
+}
+
+Samples AdapterCount(const MetricRow&, const Source& source) {
+  if (source.m_Observed.m_pModel == nullptr) return {};
+  return {{{}, fmt::format("{}", Of(source, Kind::Adapter).size())}};
+}
+
+Samples StartSeconds(const MetricRow&, const Source& source) {
+  if (source.m_Observed.m_pModel == nullptr) return {};
+  return {{{}, fmt::format("{:.6f}", source.m_Observed.m_StartSeconds)}};
+}
+
+template <Kind kind>
+Samples Numbers(const MetricRow& row, const Source& source) {
+  Samples samples;
+  for (const Object* object : Of(source, kind)) {
+    const std::string number = NumberText(ReadTerm(*object, row.m_Term));
+    if (!number.empty()) samples.push_back({IdentityOf(*object, source), number});
+  }
+  return samples;
+}
+
+// The states that the plug-in allows, and one that it has all the same.
+template <Kind kind>
+Samples States(const MetricRow& row, const Source& source) {
+  Samples samples;
+  for (const Object* object : Of(source, kind)) {
+    const Term& term = *FindTerm(kind, row.m_Term);
+    const Value value = ReadTerm(*object, term);
+    if (!value.Known()) continue;
+    const std::vector<std::string> current = {BareText(value)};
+    std::vector<std::string> all;
+    for (const std::int32_t choice : object->Find(term.m_PropertyID)->m_Value.m_Choice.m_Allowed) {
+      AddMissing(all, {ChoiceName(choice)});
+    }
+    AddMissing(all, current);
+    AddStates(samples, row, IdentityOf(*object, source), all, current);
+  }
+  return samples;
+}
+
+// Every reason that there is, so that one that passes leaves a 0 and no gap.
+std::vector<std::string> AllReasons() {
+  std::vector<std::string> names;
+  for (const std::uint32_t number : HostKit::NumbersOf(HostKit::Family::Value)) {
+    const bool isReason = !HostKit::AdviceOf(HostKit::Family::Value, number).empty();
+    if (isReason && number != PI::Value::ATTACHED) {
+      names.push_back(NameOf(HostKit::Family::Value, number));
+    }
+  }
+  return names;
+}
+
+Samples Reasons(const MetricRow& row, const Source& source) {
+  Samples samples;
+  for (const Object* adapter : Of(source, Kind::Adapter)) {
+    if (!ReadTerm(*adapter, row.m_Term).Known()) continue;
+    std::vector<std::string> current;
+    for (const Reason& reason : HealthOf(*adapter).m_Reasons) current.push_back(reason.m_Name);
+    std::vector<std::string> all = AllReasons();
+    AddMissing(all, current);
+    AddStates(samples, row, IdentityOf(*adapter, source), all, current);
+  }
+  return samples;
+}
+
+// What names and places an object; what is unknown is left out.
+constexpr const char* kIdentityTerms[] = {
+    "name",        "serial_number",  "product",          "vendor",           "hardware_type",
+    "pci_address", "pci_slot",       "firmware_version", "driver_name",      "driver_version",
+    "drive_type",  "control_device", "device_number",    "manufacture_date",
+};
+
+template <Kind kind>
+Samples Info(const MetricRow&, const Source& source) {
+  Samples samples;
+  for (const Object* object : Of(source, kind)) {
+    Labels labels = IdentityOf(*object, source);
+    labels.emplace_back("object", object->m_Selector);
+    for (const char* name : kIdentityTerms) {
+      const Value value = ReadTerm(*object, name);
+      const auto* text = std::get_if<std::string>(&value.m_Data);
+      if (value.Known()) labels.emplace_back(name, text ? LabelText(*text) : BareText(value));
+    }
+    samples.push_back({labels, "1"});
+  }
+  return samples;
+}
+
+Samples Days(const MetricRow& row, const Source& source) {
+  Samples samples;
+  for (const Object* adapter : Of(source, Kind::Adapter)) {
+    const auto day = ReadDay(BareText(ReadTerm(*adapter, row.m_Term)));
+    if (day) samples.push_back({IdentityOf(*adapter, source), fmt::format("{}", *day / 1000)});
+  }
+  return samples;
+}
+
+Samples Events(const MetricRow&, const Source& source) {
+  Samples samples;
+  for (const HostKit::EventCount& event : source.m_Observed.m_Events) {
+    Labels labels = {{"event_id", fmt::format("{}", event.m_EventID)}};
+    const std::string name = NameOf(HostKit::Family::Event, event.m_EventID);
+    if (!name.empty()) labels.emplace_back("event", name);
+    labels.emplace_back("severity", SeverityName(event.m_Severity));
+    samples.push_back({labels, fmt::format("{}", event.m_Count)});
+  }
+  return samples;
+}
+
+constexpr Kind A = Kind::Adapter;
+constexpr Kind D = Kind::Drive;
+constexpr MetricType G = MetricType::Gauge;
+constexpr MetricType C = MetricType::Counter;
+constexpr MetricType S = MetricType::StateSet;
+constexpr MetricType I = MetricType::Info;
+
+// clang-format off
+constexpr MetricRow kMetrics[] = {
+    // name                                type unit    samples       term, help
+    {"plugin_up",                            G, "",        PluginUp,     nullptr,
+     "Whether the plug-in could be loaded and asked."},
+    {"adapters",                             G, "",        AdapterCount, nullptr,
+     "Number of adapters that the plug-in found."},
+    {"adapter",                              I, "",        Info<A>,      nullptr,
+     "Names, place and versions of an adapter."},
+    {"adapter_status",                       S, "",        States<A>,    "status",
+     "Status of the adapter."},
+    {"adapter_status_reason",                S, "",        Reasons,      "status_reasons",
+     "Why the adapter has its status; all 0 when it is attached and well."},
+    {"adapter_temperature_celsius",          G, "celsius", Numbers<A>,   "temperature_celsius",
+     "Temperature of the adapter's controller."},
+    {"adapter_temperature_warning_celsius",  G, "celsius", Numbers<A>,   "temperature_warning_celsius",
+     "Temperature above which the adapter warns."},
+    {"adapter_temperature_critical_celsius", G, "celsius", Numbers<A>,   "temperature_critical_celsius",
+     "Highest permitted temperature."},
+    {"adapter_reserve_space_ratio",          G, "ratio",   Numbers<A>,   "reserve_space_ratio",
+     "Part of the reserve space that is left."},
+    {"adapter_reserve_space_warning_ratio",  G, "ratio",   Numbers<A>,   "reserve_space_warning_ratio",
+     "Part of the reserve space below which the adapter warns."},
+    {"adapter_read_bytes",                   C, "bytes",   Numbers<A>,   "read_bytes",
+     "Bytes read from the flash in the adapter's life, in about seven exact digits."},
+    {"adapter_written_bytes",                C, "bytes",   Numbers<A>,   "written_bytes",
+     "Bytes written to the flash in the adapter's life, in about seven exact digits."},
+    {"adapter_endurance_used_ratio",         G, "ratio",   Numbers<A>,   "endurance_used_ratio",
+     "Part of the rated writes that is used up; above 1 for an adapter beyond its rating."},
+    {"adapter_end_of_life_timestamp_seconds", G, "seconds", Days,        "end_of_life_date",
+     "Beginning of the day, in universal time, on which the adapter is expected to be worn out."},
+    {"adapter_slot_power_watts",             G, "watts",   Numbers<A>,   "slot_power_watts",
+     "Power that the adapter draws from its slot."},
+    {"adapter_power_limit_watts",            G, "watts",   Numbers<A>,   "power_limit_watts",
+     "Power that the adapter may draw."},
+    {"adapter_write_throttling",             S, "",        States<A>,    "write_throttling",
+     "How far the adapter slows writes down."},
+    {"drive",                                I, "",        Info<D>,      nullptr,
+     "Names and kind of a drive."},
+    {"drive_state",                          S, "",        States<D>,    "status",
+     "Status of the drive."},
+    {"drive_physical_size_bytes",            G, "bytes",   Numbers<D>,   "physical_size_bytes",
+     "Size of the drive as it was built."},
+    {"drive_formatted_size_bytes",           G, "bytes",   Numbers<D>,   "formatted_size_bytes",
+     "Size of the drive as it is formatted."},
+    {"drive_sector_size_bytes",              G, "bytes",   Numbers<D>,   "sector_size_bytes",
+     "Size of the drive's sectors."},
+    {"events",                               C, "",        Events,       nullptr,
+     "Events that were ever written to the host's log, which counts while a host collects them."},
+    {"scan_last_duration_seconds",           G, "seconds", StartSeconds, nullptr,
+     "How long the plug-in took to start, which ends with its first scan of all cards."},
+};
+// clang-format on
+
+}  // namespace
+
+std::vector<Family> CollectMetrics(const Observed& observed) {
+  Source source{observed, {}};
+  if (observed.m_pModel != nullptr) source.m_CardNames = CardNames(*observed.m_pModel, LabelText);
+  std::vector<Family> families;
+  for (const MetricRow& row : kMetrics) {
+    families.push_back({kPrefix + std::string(row.m_Name), row.m_Type, row.m_Unit, row.m_Help,
+                        row.m_Gather(row, source)});
+  }
+  return families;
+}
+
+}  // namespace Console

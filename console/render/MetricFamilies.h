@@ -1,0 +1,39 @@
+// The cards as metrics, from one table of families.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "console/model/Model.h"
+#include "hostkit/EventCounts.h"
+
+namespace Console {
+
+enum class MetricType { Gauge, Counter, Info, StateSet };
+
+// A sample has a value that is known; for what is unknown there is none.
+struct Sample {
+  std::vector<std::pair<std::string, std::string>> m_Labels;  // UTF-8, not escaped
+  std::string m_Value;
+};
+
+struct Family {
+  std::string m_Name;  // without the ending that the type gives to its samples
+  MetricType m_Type;
+  std::string m_Unit;  // empty: none
+  std::string m_Help;
+  std::vector<Sample> m_Samples;
+};
+
+// What the metrics are made from.
+struct Observed {
+  const Model* m_pModel = nullptr;  // null: the plug-in could not be asked
+  double m_StartSeconds = 0;        // of the plug-in, with its first scan
+  std::vector<HostKit::EventCount> m_Events;
+};
+
+// All families, also those without a sample.
+std::vector<Family> CollectMetrics(const Observed& observed);
+
+}  // namespace Console

@@ -1,0 +1,99 @@
+#include "console/render/ObjectTable.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+#include "console/base/Failure.h"
+#include "console/model/FieldTable.h"
+#include "console/render/HealthCells.h"
+
+namespace Console {
+namespace {
+
+std::string Ids(const std::vector<std::uint64_t>& ids) {
+  std::vector<std::string> texts;
+  for (const std::uint64_t id : ids) texts.push_back(IdText(id));
+  return texts.empty() ? "-" : fmt::format("{}", fmt::join(texts, ","));
+}
+
+// Columns that come from the object itself and not from a property.
+struct OwnColumn {
+  const char* m_Name;
+  const char* m_Heading;
+  std::string (*m_Text)(const Object&);
+};
+
+const OwnColumn kOwnColumns[] = {
+    {"object", "OBJECT", [](const Object& o) { return o.m_Selector; }},
+    {"type", "TYPE", [](const Object& o) { return std::string(KindName(o.m_Kind)); }},
+    {"id", "ID", [](const Object& o) { return IdText(o.m_ID); }},
+    {"parents", "PARENTS", [](const Object& o) { return Ids(o.m_Parents); }},
+    {"children", "CHILDREN", [](const Object& o) { return Ids(o.m_Children); }},
+};
+
+constexpr Kind kKinds[] = {Kind::Adapter, Kind::Drive, Kind::Plugin};
+
+const OwnColumn* FindOwnColumn(const std::string& name) {
+  for (const OwnColumn& column : kOwnColumns) {
+    if (name == column.m_Name) return &column;
+  }
+  return nullptr;
+}
+
+const Term* FindTermOfAny(const std::string& name) {
+  for (const Kind kind : kKinds) {
+    if (const Term* term = FindTerm(kind, name)) return term;
+  }
+  return nullptr;
+}
+
+[[noreturn]] void NoSuchColumn(const std::string& name) {
+  throw UsageFailure(fmt::format("there is no column '{}'", name),
+                     DidYouMean(name, ObjectColumnNames()));
+}
+
+bool IsNumber(Measure measure) {
+  return measure == Measure::Count || measure == Measure::Bytes || measure == Measure::Ratio ||
+         measure == Measure::Celsius || measure == Measure::Watts || measure == Measure::Seconds;
+}
+
+Column MakeColumn(const std::string& name) {
+  if (const OwnColumn* own = FindOwnColumn(name)) {
+    return {own->m_Heading, own->m_Name, false, name == "object"};
+  }
+  const Term* term = FindTermOfAny(name);
+  if (term == nullptr) NoSuchColumn(name);
+  return {term->m_Heading, term->m_Name, IsNumber(term->m_Measure), false};
+}
+
+}  // namespace
+
+std::vector<std::string> ObjectColumnNames() {
+  std::vector<std::string> names;
+  for (const OwnColumn& column : kOwnColumns) names.emplace_back(column.m_Name);
+  for (const Kind kind : kKinds) {
+    for (const Term& term : TermsOf(kind)) {
+      const bool isNew = std::find(names.begin(), names.end(), term.m_Name) == names.end();
+      if (isNew) names.emplace_back(term.m_Name);
+    }
+  }
+  return names;
+}
+
+std::vector<Column> ObjectColumns(const std::vector<std::string>& names) {
+  std::vector<Column> columns;
+  for (const std::string& name : names) columns.push_back(MakeColumn(name));
+  return columns;
+}
+
+Cell ObjectCell(const Model& model, const Object& object, const std::string& name, bool ascii) {
+  if (const OwnColumn* own = FindOwnColumn(name)) return TextCell(own->m_Text(object));
+  const Term* term = FindTerm(object.m_Kind, name);
+  if (term == nullptr) return {"", "-", Tone::Plain};
+  if (name == "status" && object.m_Kind == Kind::Drive) return StatusCell(HealthOf(model, object));
+  return ValueCell(ReadTerm(object, *term), ascii);
+}
+
+}  // namespace Console

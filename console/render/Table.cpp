@@ -1,0 +1,144 @@
+#include "console/render/Table.h"
+
+#include <libsmartcols.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+#include "console/base/Printable.h"
+
+namespace Console {
+namespace {
+
+struct TableRelease {
+  void operator()(libscols_table* table) const { scols_unref_table(table); }
+};
+using ScolsTable = std::unique_ptr<libscols_table, TableRelease>;
+
+const char* ColorOf(Tone tone) {
+  switch (tone) {
+    case Tone::Good:
+      return "green";
+    case Tone::Warning:
+      return "yellow";
+    case Tone::Bad:
+      return "red";
+    case Tone::Plain:
+      break;
+  }
+  return nullptr;
+}
+
+ScolsTable NewTable(const Style& style) {
+  ScolsTable table(scols_new_table());
+  if (!table) throw std::bad_alloc();
+  scols_table_enable_ascii(table.get(), style.m_Ascii ? 1 : 0);
+  scols_table_enable_colors(table.get(), style.m_Color ? 1 : 0);
+  // It would write the backslash of an escape as an escape.
+  scols_table_enable_noencoding(table.get(), 1);
+  scols_table_enable_noheadings(table.get(), style.m_Headings ? 0 : 1);
+  // Never a terminal to the library: on one it would cut cells, and a person can scroll.
+  scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
+  return table;
+}
+
+// A column is never narrower than its heading, also where headings are not shown.
+std::string WideHeading(const Column& column) {
+  std::string heading = column.m_Heading;
+  heading.resize(std::max(heading.size(), column.m_Least), ' ');
+  return heading;
+}
+
+void AddColumns(libscols_table* table, const Table& from, bool tree) {
+  for (const Column& column : from.m_Columns) {
+    int flags = column.m_Right ? SCOLS_FL_RIGHT : 0;
+    if (tree && column.m_Tree) flags |= SCOLS_FL_TREE;
+    if (scols_table_new_column(table, WideHeading(column).c_str(), 0, flags) == nullptr) {
+      throw std::bad_alloc();
+    }
+  }
+}
+
+void FillLine(libscols_line* line, const Row& row) {
+  for (std::size_t i = 0; i < row.m_Cells.size(); ++i) {
+    const Cell& cell = row.m_Cells[i];
+    if (scols_line_set_data(line, i, Printable(cell.m_Human).c_str()) != 0) throw std::bad_alloc();
+    const char* color = ColorOf(cell.m_Tone);
+    if (color != nullptr) scols_cell_set_color(scols_line_get_cell(line, i), color);
+  }
+}
+
+// The library pads a line up to its last column, also when the cells there are empty.
+std::string WithoutTrailingSpaces(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '\n') result.erase(result.find_last_not_of(' ') + 1);
+    result += c;
+  }
+  result.erase(result.find_last_not_of(' ') + 1);
+  return result;
+}
+
+}  // namespace
+
+Cell TextCell(const std::string& text) {
+  return {text, Printable(text), Tone::Plain};
+}
+
+// What is well needs no shouting.
+Cell ValueCell(const Value& value, bool ascii) {
+  Cell cell{HumanText(value, ascii), BareText(value), value.m_Tone};
+  if (value.m_Tone == Tone::Good) {
+    std::transform(cell.m_Human.begin(), cell.m_Human.end(), cell.m_Human.begin(), [](char c) {
+      return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+  }
+  return cell;
+}
+
+std::vector<Column> ChangeColumns() {
+  return {{"OBJECT", "object", false},
+          {"PROPERTY", "property", false},
+          {"BEFORE", "before", true},
+          {"AFTER", "after", true}};
+}
+
+std::string DrawTable(const Table& table, const Style& style, bool tree) {
+  if (table.m_Rows.empty()) return {};
+  const ScolsTable drawn = NewTable(style);
+  AddColumns(drawn.get(), table, tree);
+  std::vector<libscols_line*> lines;
+  for (const Row& row : table.m_Rows) {
+    libscols_line* parent = tree && row.m_Parent ? lines[*row.m_Parent] : nullptr;
+    libscols_line* line = scols_table_new_line(drawn.get(), parent);
+    if (line == nullptr) throw std::bad_alloc();
+    FillLine(line, row);
+    lines.push_back(line);
+  }
+  char* text = nullptr;
+  if (scols_print_table_to_string(drawn.get(), &text) != 0) throw std::bad_alloc();
+  const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
+  std::string result = WithoutTrailingSpaces(text);
+  if (!result.empty() && result.back() != '\n') result += '\n';
+  return result;
+}
+
+std::string WriteTsv(const Table& table, bool headings) {
+  std::string result;
+  const auto append = [&](const std::string& text, bool last) {
+    result += text;
+    result += last ? '\n' : '\t';
+  };
+  const std::size_t count = table.m_Columns.size();
+  for (std::size_t i = 0; headings && i < count; ++i) {
+    append(table.m_Columns[i].m_Name, i + 1 == count);
+  }
+  for (const Row& row : table.m_Rows) {
+    for (std::size_t i = 0; i < count; ++i) append(row.m_Cells[i].m_Bare, i + 1 == count);
+  }
+  return result;
+}
+
+}  // namespace Console

@@ -1,0 +1,242 @@
+#include "console/report/CheckResult.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
+#include <cstring>
+#include <map>
+
+#include "console/base/Printable.h"
+#include "console/model/CardName.h"
+#include "console/model/FieldTable.h"
+#include "console/render/HealthCells.h"
+
+namespace Console {
+namespace {
+
+struct StateRow {
+  State m_State;
+  const char* m_Name;
+  ExitCode m_Code;
+};
+
+constexpr StateRow kStates[] = {
+    {State::Ok, "OK", ExitCode::Done},
+    {State::Unknown, "UNKNOWN", ExitCode::Unknown},
+    {State::Warning, "WARNING", ExitCode::Warning},
+    {State::Critical, "CRITICAL", ExitCode::Critical},
+};
+
+struct StatusRow {
+  const char* m_Status;
+  State m_State;
+};
+
+// Statuses of adapters and drives; any other one is unknown.
+constexpr StatusRow kStatuses[] = {
+    {"OK", State::Ok},           {"AVAILABLE", State::Ok},
+    {"WARNING", State::Warning}, {"AVAILABLE_SMART", State::Warning},
+    {"FAILED", State::Critical},
+};
+
+enum class Limit { Above, Below };
+
+// Temperatures and watts have no unit in the convention: it is in the label.
+struct ReadingRow {
+  const char* m_Label;
+  const char* m_Term;
+  const char* m_Unit;
+  double m_Scale;
+  const char* m_Warning;   // a term, or null
+  const char* m_Critical;  // a term, or null
+  Limit m_Limit;
+  const char* m_Minimum;
+  const char* m_Maximum;      // a number
+  const char* m_MaximumTerm;  // instead of the number, or null
+};
+
+// clang-format off
+constexpr ReadingRow kReadings[] = {
+    // label                term                   unit scale  warning and critical                                            beyond        from to
+    {"temperature_celsius", "temperature_celsius",  "",    1, "temperature_warning_celsius", "temperature_critical_celsius", Limit::Above, "",  "",    nullptr},
+    {"reserve_space",       "reserve_space_ratio",  "%", 100, "reserve_space_warning_ratio", nullptr,                        Limit::Below, "0", "100", nullptr},
+    {"endurance_used",      "endurance_used_ratio", "%", 100, nullptr,                       nullptr,                        Limit::Above, "0", "",    nullptr},
+    {"slot_power_watts",    "slot_power_watts",     "",    1, nullptr,                       nullptr,                        Limit::Above, "0", "",    "power_limit_watts"},
+    {"read_bytes",          "read_bytes",           "c",   1, nullptr,                       nullptr,                        Limit::Above, "",  "",    nullptr},
+    {"written_bytes",       "written_bytes",        "c",   1, nullptr,                       nullptr,                        Limit::Above, "",  "",    nullptr},
+};
+// clang-format on
+
+const StateRow& RowOf(State state) {
+  return *std::find_if(std::begin(kStates), std::end(kStates),
+                       [&](const StateRow& row) { return row.m_State == state; });
+}
+
+State StateOf(const Value& status) {
+  const std::string text = BareText(status);
+  for (const StatusRow& row : kStatuses) {
+    if (text == row.m_Status) return row.m_State;
+  }
+  return State::Unknown;
+}
+
+// Empty for what is unknown.
+std::string NumberText(const Object& object, const char* term, double scale) {
+  const Value value = term == nullptr ? Value{} : ReadTerm(object, term);
+  if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
+    return fmt::format("{}", *count);
+  }
+  const auto* number = std::get_if<double>(&value.m_Data);
+  return number == nullptr ? std::string() : fmt::format("{:.10g}", *number * scale);
+}
+
+std::string RangeText(const std::string& number, Limit limit) {
+  return number.empty() || limit == Limit::Above ? number : number + ":";
+}
+
+// Without what would end a label or need quotes around it.
+std::string LabelText(const std::string& text) {
+  std::string label;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool plain = byte > 0x20 && byte != 0x7F && std::strchr("'\"=;|\\", c) == nullptr;
+    label += plain ? c : '_';
+  }
+  return boost::replace_all_copy(Printable(label), "\\", "_");
+}
+
+void AddReadings(std::vector<Reported>& into, const Object& adapter, const std::string& name) {
+  for (const ReadingRow& row : kReadings) {
+    const std::string value = NumberText(adapter, row.m_Term, row.m_Scale);
+    if (value.empty()) continue;
+    into.push_back(
+        {name + "_" + row.m_Label, value, row.m_Unit,
+         RangeText(NumberText(adapter, row.m_Warning, row.m_Scale), row.m_Limit),
+         RangeText(NumberText(adapter, row.m_Critical, row.m_Scale), row.m_Limit), row.m_Minimum,
+         row.m_MaximumTerm == nullptr ? row.m_Maximum
+                                      : NumberText(adapter, row.m_MaximumTerm, row.m_Scale)});
+  }
+}
+
+// Trailing separators are left out, as the convention allows.
+std::string ReportedText(const Reported& r) {
+  std::string text = fmt::format("{}={}{};{};{};{};{}", r.m_Label, r.m_Value, r.m_Unit, r.m_Warning,
+                                 r.m_Critical, r.m_Minimum, r.m_Maximum);
+  while (text.back() == ';') text.pop_back();
+  return text;
+}
+
+// A bar would begin the readings.
+std::string WithoutBars(const std::string& text) {
+  return boost::replace_all_copy(text, "|", "/");
+}
+
+// A drive has no reasons of its own: those of its card tell.
+std::string ComplaintText(const Finding& finding, bool ascii) {
+  std::string why;
+  for (const Reason& reason : finding.m_Health.m_Reasons) {
+    why += (why.empty() ? ": " : ", ") + ReasonText(reason, ascii);
+  }
+  if (why.empty() && finding.m_pObject->m_Kind == Kind::Adapter) {
+    why = ": " + WhyWithoutReason(finding.m_Health);
+  }
+  return finding.m_pObject->m_Selector + " " + StatusText(finding.m_Health.m_Shown) + why;
+}
+
+std::size_t CountOf(const Verdict& verdict, Kind kind) {
+  return static_cast<std::size_t>(
+      std::count_if(verdict.m_Findings.begin(), verdict.m_Findings.end(),
+                    [&](const Finding& finding) { return finding.m_pObject->m_Kind == kind; }));
+}
+
+std::string Counted(std::size_t count, const char* noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+// The worst come first, since a monitoring system may cut the line.
+std::string Complaints(const Verdict& verdict, bool ascii) {
+  std::string text;
+  for (const State state : {State::Critical, State::Warning, State::Unknown}) {
+    for (const Finding& finding : verdict.m_Findings) {
+      if (finding.m_State != state) continue;
+      text += (text.empty() ? "" : "; ") + ComplaintText(finding, ascii);
+    }
+  }
+  return text;
+}
+
+std::string Identity(const Object& object) {
+  std::string text = BareText(ReadTerm(object, "name"));
+  const Value serial = ReadTerm(object, "serial_number");
+  if (serial.Known()) text += ", serial " + BareText(serial);
+  return text;
+}
+
+std::string FindingText(const Finding& finding, bool ascii) {
+  std::string text =
+      fmt::format("{} {}: {}\n", finding.m_pObject->m_Selector,
+                  StatusText(finding.m_Health.m_Shown), Identity(*finding.m_pObject));
+  for (const Reason& reason : finding.m_Health.m_Reasons) {
+    text += fmt::format("  {}{}{}\n", ReasonText(reason, ascii),
+                        reason.m_Advice.empty() ? "" : ". ", reason.m_Advice);
+  }
+  return text;
+}
+
+std::string FirstLine(State state, const std::string& summary) {
+  return fmt::format("CORVANE {} - {}", StateName(state), summary);
+}
+
+}  // namespace
+
+const char* StateName(State state) {
+  return RowOf(state).m_Name;
+}
+
+ExitCode StateCode(State state) {
+  return RowOf(state).m_Code;
+}
+
+Verdict Judge(const Model& model, const Object* top) {
+  Verdict verdict;
+  const std::map<const Object*, std::string> names = CardNames(model, LabelText);
+  for (const Object* object : WithStatus(model, top)) {
+    const Health health = HealthOf(model, *object);
+    const State state = StateOf(health.m_Status);
+    verdict.m_State = verdict.m_Findings.empty() ? state : std::max(verdict.m_State, state);
+    verdict.m_Findings.push_back({object, health, state});
+    if (object->m_Kind == Kind::Adapter) {
+      AddReadings(verdict.m_Reported, *object, names.at(object));
+    }
+  }
+  return verdict;
+}
+
+std::string Summary(const Verdict& verdict, bool ascii) {
+  if (verdict.m_Findings.empty()) return "no supported adapter was found in this machine";
+  const std::string complaints = Complaints(verdict, ascii);
+  if (!complaints.empty()) return WithoutBars(complaints);
+  return fmt::format("{}, {}", Counted(CountOf(verdict, Kind::Adapter), "adapter"),
+                     Counted(CountOf(verdict, Kind::Drive), "drive"));
+}
+
+std::string CheckText(const Verdict& verdict, bool ascii) {
+  std::string text = FirstLine(verdict.m_State, Summary(verdict, ascii));
+  for (const Reported& reported : verdict.m_Reported) {
+    text += (&reported == &verdict.m_Reported.front() ? " | " : " ") + ReportedText(reported);
+  }
+  text += "\n";
+  for (const Finding& finding : verdict.m_Findings) {
+    text += WithoutBars(FindingText(finding, ascii));
+  }
+  return text;
+}
+
+std::string CheckText(const Failure& failure) {
+  std::string text = FirstLine(State::Unknown, WithoutBars(Printable(failure.m_Text))) + "\n";
+  for (const std::string& line : failure.m_Advice) text += WithoutBars(Printable(line)) + "\n";
+  return text;
+}
+
+}  // namespace Console

@@ -1,0 +1,180 @@
+#include "console/report/CommandContext.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "console/base/StopSignals.h"
+#include "console/base/TrustedCode.h"
+#include "console/plugin/PluginSession.h"
+#include "console/plugin/StartChecks.h"
+#include "hostkit/ConfigFile.h"
+#include "hostkit/Paths.h"
+#include "hostkit/Texts.h"
+#include "hostkit/Tracing.h"
+#include "hostkit/TrustedPath.h"
+
+namespace Console {
+namespace {
+
+constexpr const char* kNoWorker = "NO_WORKER";
+constexpr const char* kWhyNoWorker =
+    "the plug-in could not start the thread that watches the cards: no events will arrive";
+constexpr const char* kThreadAdvice =
+    "Allow this user more processes and threads (ulimit -u), or free memory.";
+
+constexpr const char* kConfigFile = "Corvane.ini";
+
+ExitCode CodeForErrno(int error) {
+  return error == EACCES || error == EPERM ? ExitCode::Permission : ExitCode::Failed;
+}
+
+// 0 for what can be read.
+int ErrorOfReading(const std::string& file) {
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return errno;
+  close(descriptor);
+  return 0;
+}
+
+std::vector<std::string> ConfigAdvice(const std::filesystem::path& file, int error) {
+  switch (error) {
+    case 0:
+      return {"Repair or remove it; nothing was changed."};
+    case EACCES:
+      return {
+          fmt::format("See who may read it and the folders above it: namei -l {}", file.string()),
+          "Run this as its owner, or as root; nothing was changed."};
+    case EPERM:
+      return TrustAdvice(file);
+    default:
+      return {"Nothing was changed."};
+  }
+}
+
+// A plug-in would take the default for what it cannot read, and the next change would replace the
+// file: better not to start.
+void RequireReadableConfig() {
+  PI::CConfigFile config;
+  config.SetFileName(kConfigFile);
+  std::string value;
+  if (config.ReadKeyValue("PollInterval", value, -1, -1) != HostKit::RESULT_UNREADABLE) {
+    return;
+  }
+  const std::filesystem::path file = (HostKit::ConfigFolder() / kConfigFile).native();
+  const std::string objection = HostKit::ResolveTrusted(file.string()).m_Objection;
+  const int error = objection.empty() ? ErrorOfReading(file.string()) : EPERM;
+  const std::string why = objection.empty() ? std::strerror(error) : objection;
+  throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE", fmt::format("reading {}", file.string()),
+                error == 0 ? "it is not an ini file" : why, ConfigAdvice(file, error));
+}
+
+void StartTracing(const Options& options) {
+  if (!options.m_TraceFile.empty() && !HostKit::SetTraceFile(options.m_TraceFile)) {
+    const int error = errno;
+    const std::string objection = HostKit::ResolveTrusted(options.m_TraceFile).m_Objection;
+    throw Failure(objection.empty() ? CodeForErrno(error) : ExitCode::Permission, "TRACE_FILE",
+                  fmt::format("opening the trace file {}", options.m_TraceFile),
+                  objection.empty() ? "it cannot be written" : objection);
+  }
+  if (!options.m_Trace) return;
+  const auto mask = HostKit::ParseTraceLevels(*options.m_Trace);
+  if (!mask) {
+    throw UsageFailure(fmt::format("--trace cannot be '{}'", *options.m_Trace),
+                       {"It may be a number, a list of levels such as 2,4,16, all or off."});
+  }
+  HostKit::SetTraceMask(*mask);
+}
+
+std::string WhyNoCards() {
+  return HostKit::CaptionOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE);
+}
+
+}  // namespace
+
+Context::Context(const Options& options, const Style& style, Talk& talk, AnswerStream& stream,
+                 std::string command, std::string form, std::vector<std::string> arguments,
+                 const TimeLimits& limits)
+    : m_Options(options),
+      m_Style(style),
+      m_Talk(talk),
+      m_Command(std::move(command)),
+      m_Form(std::move(form)),
+      m_Arguments(std::move(arguments)),
+      m_Stream(stream),
+      m_History(talk),
+      m_Limits(limits) {}
+
+Context::~Context() {
+  Close();
+}
+
+Context Context::With(const Options& options) const {
+  return Context(options, m_Style, m_Talk, m_Stream, m_Command, m_Form, m_Arguments, m_Limits);
+}
+
+Session& Context::Open() {
+  if (m_pSession) return *m_pSession;
+  if (Start().LostThreads() > 0) m_Talk.Note(kNoWorker, kWhyNoWorker, {kThreadAdvice});
+  return *m_pSession;
+}
+
+Session& Context::OpenToWait() {
+  if (!m_pSession) Start();
+  if (m_pSession->LostThreads() == 0) return *m_pSession;
+  throw Failure(ExitCode::Failed, kNoWorker, "waiting", kWhyNoWorker, {kThreadAdvice});
+}
+
+Session& Context::Start() {
+  RequireDescriptors();
+  StartTracing(m_Options);
+  RequireReadableConfig();
+  if (!m_Options.m_Database.empty()) setenv("CORVANE_DATABASE", m_Options.m_Database.c_str(), 1);
+  if (m_Options.m_Simulate)
+    m_pSimulation = std::make_unique<Simulation>(*m_Options.m_Simulate, m_Limits);
+  CheckStop();
+  m_pSession = std::make_unique<PluginSession>(
+      m_Options.m_Plugin.empty() ? DefaultPluginFile() : std::filesystem::path(m_Options.m_Plugin),
+      m_History, m_Talk, m_Limits);
+  m_Plugin = m_pSession->Info();
+  CheckStop();
+  if (!m_pSession->HasCards()) {
+    RequireReadableBus();
+    m_Talk.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
+                WhyNoCards(), {"Cards that are only simulated are shown with --simulate."});
+  }
+  return *m_pSession;
+}
+
+void Context::Close() {
+  m_pSession.reset();
+  m_pSimulation.reset();
+}
+
+void Context::Emit(const Answer& answer, bool first) {
+  Style style = m_Style;
+  style.m_Headings = style.m_Headings && first;
+  m_Stream.Write(Render(answer, m_Form, style, Around(answer.m_Code)));
+}
+
+Interest Context::InReader() const {
+  Interest interest;
+  if (m_Stream.File() != nullptr) interest.m_Reader = fileno(m_Stream.File());
+  return interest;
+}
+
+bool Context::HasLostReader() const {
+  const int answer = InReader().m_Reader;
+  return answer >= 0 && Console::HasLostReader(answer);
+}
+
+Surroundings Context::Around(ExitCode code) const {
+  return {m_Command, m_Plugin, m_Talk.Messages(), code};
+}
+
+}  // namespace Console

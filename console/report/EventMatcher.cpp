@@ -1,0 +1,34 @@
+#include "console/report/EventMatcher.h"
+
+#include "console/model/FieldTable.h"
+
+namespace Console {
+
+Namesakes::Namesakes(const Model& model) {
+  for (const Object& object : model.Objects()) {
+    const std::string serial = SerialOf(model, object);
+    if (!serial.empty()) m_BySerialNumber.insert({{ObjectTypeOf(object.m_Kind), serial}, &object});
+    const std::string name = TermText(object, "name");
+    if (!name.empty()) m_ByName.insert({name, &object});
+  }
+}
+
+const Object* Namesakes::Find(const LoggedEvent& event) const {
+  if (!event.m_SerialNumber.empty()) {
+    const auto found = m_BySerialNumber.find({event.m_ObjectType, event.m_SerialNumber});
+    return found == m_BySerialNumber.end() ? nullptr : found->second;
+  }
+  const auto found = m_ByName.find(event.m_SourceName);
+  return found == m_ByName.end() ? nullptr : found->second;
+}
+
+std::map<const Object*, std::vector<LoggedEvent>> Namesakes::Sort(
+    const std::vector<LoggedEvent>& log) const {
+  std::map<const Object*, std::vector<LoggedEvent>> sorted;
+  for (const LoggedEvent& event : log) {
+    if (const Object* object = Find(event)) sorted[object].push_back(event);
+  }
+  return sorted;
+}
+
+}  // namespace Console

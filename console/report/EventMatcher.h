@@ -1,0 +1,33 @@
+// Events of earlier runs and the objects of this one.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "console/model/Model.h"
+#include "console/plugin/EventHistory.h"
+
+namespace Console {
+
+// Which objects of now the events of earlier runs were about. An object is known again by its kind
+// and the serial number of its card, without one by its name. The model must outlive it.
+class Namesakes {
+ public:
+  explicit Namesakes(const Model& model);
+
+  // The object, or null.
+  const Object* Find(const LoggedEvent& event) const;
+  // The events by object, without those whose object has gone.
+  std::map<const Object*, std::vector<LoggedEvent>> Sort(const std::vector<LoggedEvent>& log) const;
+
+ private:
+  using Key = std::pair<std::uint32_t, std::string>;
+
+  std::map<Key, const Object*> m_BySerialNumber;
+  std::map<std::string, const Object*> m_ByName;
+};
+
+}  // namespace Console

@@ -1,0 +1,53 @@
+#include "console/report/StatusSince.h"
+
+#include <algorithm>
+
+#include "hostkit/Texts.h"
+
+namespace Console {
+namespace {
+
+namespace E = PI::Event;
+
+// What ends a reason: a new card has no past, and a card that is well has no reasons but those of
+// its being attached or not.
+bool Ends(std::uint32_t reason, std::uint32_t event) {
+  if (event == E::CTRL_PNPADD || event == E::CTRL_PNPREMOVE) return true;
+  return event == (reason == static_cast<std::uint32_t>(PI::Value::DETACHED) ? E::CTRL_ATTACHED
+                                                                             : E::CTRL_NORMAL);
+}
+
+std::string NameOfStatus(PI::_VALUE_ID status) {
+  return HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(status));
+}
+
+// When `reason` last began, with the event `beginning`, and has not ended since.
+std::optional<std::uint64_t> BeginOf(std::uint32_t reason, std::uint32_t beginning,
+                                     const std::vector<LoggedEvent>& events) {
+  std::optional<std::uint64_t> begin;
+  for (const LoggedEvent& event : events) {
+    if (event.m_EventID == beginning) begin = event.m_Time;
+    if (Ends(reason, event.m_EventID)) begin.reset();
+  }
+  return begin;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> StatusSince(const Health& health,
+                                         const std::vector<LoggedEvent>& events) {
+  std::optional<std::uint64_t> since;
+  for (const Reason& reason : health.m_Reasons) {
+    const PI::_VALUE_ID status = HostKit::StatusOf(reason.m_Number);
+    if (status == PI::Value::OK) continue;
+    const std::uint32_t beginning = HostKit::EventOf(reason.m_Number);
+    if (beginning == 0) return std::nullopt;
+    if (BareText(health.m_Status) != NameOfStatus(status)) continue;
+    const auto begin = BeginOf(reason.m_Number, beginning, events);
+    if (!begin) return std::nullopt;
+    since = std::min(since.value_or(*begin), *begin);
+  }
+  return since;
+}
+
+}  // namespace Console

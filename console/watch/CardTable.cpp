@@ -1,0 +1,125 @@
+#include "console/watch/CardTable.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "console/base/Printable.h"
+#include "console/model/FieldTable.h"
+#include "console/model/Health.h"
+#include "console/render/HealthCells.h"
+
+namespace Console {
+namespace {
+
+// Columns of the cards' table. What a wide terminal has more goes to names first, then to pictures.
+struct Widths {
+  static constexpr std::size_t kObject = 7, kStatus = 10, kTemperature = 6, kRatio = 5, kGaps = 8;
+  std::size_t m_Name = 12, m_Sparkline = 8, m_Bar = 5;
+
+  explicit Widths(std::size_t columns) {
+    constexpr std::size_t kLongName = 32;
+    const std::size_t fixed =
+        kObject + kStatus + kTemperature + 2 * kRatio + kGaps + m_Sparkline + 2 * m_Bar;
+    std::size_t left = columns > fixed + m_Name ? columns - fixed - m_Name : 0;
+    const std::size_t name = std::min(left, kLongName - m_Name);
+    m_Name += name;
+    left -= name;
+    m_Sparkline += std::min<std::size_t>(left / 2, 40);
+    m_Bar += std::min<std::size_t>(left / 4, 20);
+  }
+};
+
+std::string Human(const Value& value, bool ascii) {
+  return Printable(HumanText(value, ascii));
+}
+
+std::optional<double> Number(const Value& value) {
+  const auto* number = std::get_if<double>(&value.m_Data);
+  return number == nullptr ? std::nullopt : std::optional<double>(*number);
+}
+
+// As loud as the limit that a temperature has reached.
+Tone ToneOfTemperature(const Object& object) {
+  const auto now = Number(ReadTerm(object, "temperature_celsius"));
+  const auto warning = Number(ReadTerm(object, "temperature_warning_celsius"));
+  const auto critical = Number(ReadTerm(object, "temperature_critical_celsius"));
+  if (now && critical && *now >= *critical) return Tone::Bad;
+  return now && warning && *now >= *warning ? Tone::Warning : Tone::Plain;
+}
+
+Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
+  const auto number = Number(ratio);
+  return {number ? Bar(*number, columns, ascii) : std::string(columns, ' ')};
+}
+
+Line CardLine(const Watched& watched, const Object& card, const Widths& widths, bool ascii) {
+  const Health health = HealthOf(card);
+  const Tone heat = ToneOfTemperature(card);
+  const Value reserve = ReadTerm(card, "reserve_space_ratio");
+  const Value used = ReadTerm(card, "endurance_used_ratio");
+  return {
+      {Fit(card.m_Selector, Widths::kObject) + " "},
+      {Fit(Human(ReadTerm(card, "name"), ascii), widths.m_Name) + " "},
+      {Fit(StatusText(health.m_Status), Widths::kStatus) + " ", health.m_Status.m_Tone},
+      {FitRight(Human(ReadTerm(card, "temperature_celsius"), ascii), Widths::kTemperature) + " ",
+       heat},
+      {Sparkline(watched.Temperatures(card.m_ID), widths.m_Sparkline, ascii) + " ", heat},
+      {FitRight(Human(reserve, ascii), Widths::kRatio) + " "},
+      BarPiece(reserve, widths.m_Bar, ascii),
+      {FitRight(Human(used, ascii), Widths::kRatio + 1) + " "},
+      BarPiece(used, widths.m_Bar, ascii)};
+}
+
+Line DriveLine(const Watched& watched, const Object& drive, const Widths& widths, bool ascii) {
+  const Value status = HealthOf(watched.Objects(), drive).m_Shown;
+  return {{Fit("  " + drive.m_Selector, Widths::kObject) + " "},
+          {Fit(Human(ReadTerm(drive, "name"), ascii), widths.m_Name) + " "},
+          {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Tone},
+          {fmt::format("{}, {} sectors", Human(ReadTerm(drive, "formatted_size_bytes"), ascii),
+                       Human(ReadTerm(drive, "sector_size_bytes"), ascii))}};
+}
+
+Line ColumnLine(const Widths& widths) {
+  return {{Fit("OBJECT", Widths::kObject) + " " + Fit("NAME", widths.m_Name) + " " +
+               Fit("STATUS", Widths::kStatus) + " " + FitRight("TEMP", Widths::kTemperature) + " " +
+               Fit("", widths.m_Sparkline) + " " +
+               Fit("RESERVE", Widths::kRatio + widths.m_Bar + 1) + " " +
+               Fit("USED", Widths::kRatio + widths.m_Bar + 1),
+           Tone::Plain, true}};
+}
+
+void Reverse(Line& line, std::size_t columns) {
+  std::size_t used = 0;
+  for (Piece& piece : line) {
+    piece.m_Reverse = true;
+    used += ColumnsOf(piece.m_Text);
+  }
+  if (used < columns) line.push_back({std::string(columns - used, ' '), Tone::Plain, false, true});
+}
+
+}  // namespace
+
+CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_t columns,
+                        bool ascii) {
+  const Widths widths(columns);
+  CardTable table;
+  table.m_Headings = ColumnLine(widths);
+  for (const Object* object : WithStatus(watched.Objects())) {
+    Line line = object->m_Kind == Kind::Adapter ? CardLine(watched, *object, widths, ascii)
+                                                : DriveLine(watched, *object, widths, ascii);
+    if (object->m_ID == chosen) {
+      table.m_Chosen = table.m_Lines.size();
+      Reverse(line, columns);
+    }
+    table.m_Lines.push_back(line);
+    const Health health = HealthOf(*object);
+    if (health.m_Reasons.empty()) continue;
+    table.m_Lines.push_back(
+        {{std::string(Widths::kObject + 1, ' ') + ReasonNames(health), health.m_Status.m_Tone}});
+  }
+  return table;
+}
+
+}  // namespace Console

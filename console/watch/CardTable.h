@@ -1,0 +1,23 @@
+// The cards of the live view: a line for each object, with its reasons below.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "console/watch/LiveModel.h"
+#include "console/watch/ScreenLines.h"
+
+namespace Console {
+
+struct CardTable {
+  Line m_Headings;
+  std::vector<Line> m_Lines;
+  std::size_t m_Chosen = 0;  // position of the chosen object's line
+};
+
+// For a screen of that many columns; `chosen` is the id of the object whose line stands out.
+CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_t columns,
+                        bool ascii);
+
+}  // namespace Console

@@ -1,0 +1,98 @@
+#include "console/watch/LiveModel.h"
+
+#include <algorithm>
+
+#include "console/base/StopSignals.h"
+#include "console/model/EventSeverity.h"
+#include "console/model/FieldTable.h"
+#include "console/report/EventMatcher.h"
+#include "console/report/EventRows.h"
+
+namespace Console {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr std::size_t kMostTemperatures = 240;
+
+// As the plug-in tells it, or its default.
+milliseconds PollIntervalOf(const Model& model) {
+  constexpr std::uint64_t kUsual = 15;
+  std::uint64_t seconds = kUsual;
+  for (const Object& object : model.Objects()) {
+    const Term* term = FindTerm(object.m_Kind, "poll_interval_seconds");
+    if (term == nullptr) continue;
+    const Value value = ReadTerm(object, *term);
+    if (const auto* known = std::get_if<std::uint64_t>(&value.m_Data)) seconds = *known;
+  }
+  return std::chrono::seconds(std::max<std::uint64_t>(seconds, 1));
+}
+
+}  // namespace
+
+Watched::Watched(Session& session)
+    : m_Session(session),
+      m_Model(std::vector<PI::CObject>()),
+      m_PollInterval(0),
+      m_NextReading(steady_clock::now()) {
+  Read();
+}
+
+bool Watched::Wait(milliseconds atMost, const Interest& also) {
+  const auto due = std::chrono::duration_cast<milliseconds>(m_NextReading - steady_clock::now());
+  const milliseconds span = std::max(milliseconds(0), std::min(atMost, due + milliseconds(1)));
+  const bool told = m_Session.WaitForNotification(span, also);
+  CheckStop();
+  if (!told && steady_clock::now() < m_NextReading) return false;
+  Read();
+  return true;
+}
+
+// The events are there as soon as the objects show what they tell, before the notification. They
+// are taken first, so that none bears the name of a place that another card has by now.
+void Watched::Read() {
+  const std::vector<LoggedEvent> events = m_Session.CollectEvents();
+  m_Model = Model(m_Session.Topology());
+  for (const LoggedEvent& event : events) Remember(m_Model.Find(event.m_ObjectID), event);
+  RememberTemperatures();
+  m_PollInterval = PollIntervalOf(m_Model);
+  m_NextReading = steady_clock::now() + m_PollInterval / 3;
+}
+
+void Watched::Recall(const std::vector<LoggedEvent>& past) {
+  std::deque<Entry> since;
+  since.swap(m_Log);
+  const Namesakes namesakes(m_Model);
+  for (const LoggedEvent& event : past) Remember(namesakes.Find(event), event);
+  m_Log.insert(m_Log.end(), since.begin(), since.end());
+}
+
+void Watched::Remember(const Object* object, const LoggedEvent& event) {
+  m_Log.push_back(
+      {EventRow(object, event), EventJson(object, event), SeverityTone(event.m_Severity)});
+  ++m_EventCount;
+  if (m_Log.size() > kMostEvents) m_Log.pop_front();
+}
+
+void Watched::RememberTemperatures() {
+  std::map<std::uint64_t, std::deque<double>> kept;
+  for (const Object& object : m_Model.Objects()) {
+    const Term* term = FindTerm(object.m_Kind, "temperature_celsius");
+    if (term == nullptr) continue;
+    std::deque<double>& temperatures = kept[object.m_ID];
+    temperatures.swap(m_Temperatures[object.m_ID]);
+    const Value value = ReadTerm(object, *term);
+    if (const auto* known = std::get_if<double>(&value.m_Data)) temperatures.push_back(*known);
+    if (temperatures.size() > kMostTemperatures) temperatures.pop_front();
+  }
+  m_Temperatures.swap(kept);
+}
+
+const std::deque<double>& Watched::Temperatures(std::uint64_t object) const {
+  static const std::deque<double> none;
+  const auto found = m_Temperatures.find(object);
+  return found == m_Temperatures.end() ? none : found->second;
+}
+
+}  // namespace Console

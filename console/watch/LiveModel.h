@@ -1,0 +1,64 @@
+// What is known of all objects while they are watched, read at the pace of the plug-in.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <vector>
+
+#include "console/model/Model.h"
+#include "console/plugin/EventHistory.h"
+#include "console/plugin/Session.h"
+#include "console/render/CommandResult.h"
+
+namespace Console {
+
+class Watched {
+ public:
+  // An event as it was told when it came: its object may have gone since.
+  struct Entry {
+    Row m_Row;
+    Json m_Json;
+    Tone m_Tone;
+  };
+
+  // Reads everything once, with the events that wait already.
+  explicit Watched(Session& session);
+
+  // Of events that are kept.
+  static constexpr std::size_t kMostEvents = 1000;
+
+  // Puts events of earlier runs before those that have come.
+  void Recall(const std::vector<LoggedEvent>& past);
+
+  // Waits for a notification or for a third of the poll interval since the last reading, whichever
+  // comes first, but no longer than `atMost` and not beyond what `also` tells. True when it has
+  // read everything anew. Throws `Stopped` when a signal came.
+  bool Wait(std::chrono::milliseconds atMost, const Interest& also);
+
+  const Model& Objects() const { return m_Model; }
+  // The newest last; the oldest are dropped when there are very many.
+  const std::deque<Entry>& Log() const { return m_Log; }
+  // How many events have come or were recalled in all, also those dropped.
+  std::size_t EventCount() const { return m_EventCount; }
+  // The temperatures read so far, the newest last; empty for an object without one.
+  const std::deque<double>& Temperatures(std::uint64_t object) const;
+  // The interval at which the plug-in reads all values.
+  std::chrono::milliseconds PollInterval() const { return m_PollInterval; }
+
+ private:
+  void Read();
+  void Remember(const Object* object, const LoggedEvent& event);
+  void RememberTemperatures();
+
+  Session& m_Session;
+  Model m_Model;
+  std::deque<Entry> m_Log;
+  std::size_t m_EventCount = 0;
+  std::map<std::uint64_t, std::deque<double>> m_Temperatures;
+  std::chrono::milliseconds m_PollInterval;
+  std::chrono::steady_clock::time_point m_NextReading;
+};
+
+}  // namespace Console

@@ -1,0 +1,111 @@
+#include "console/watch/ScreenLines.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cwchar>
+
+namespace Console {
+namespace {
+
+struct Letter {
+  std::string m_Bytes;
+  std::size_t m_Columns;
+};
+
+// What is no text in the locale's encoding, or would move the cursor, is shown as a question mark.
+std::vector<Letter> Letters(const std::string& text) {
+  std::vector<Letter> letters;
+  std::mbstate_t state = {};
+  for (std::size_t at = 0; at < text.size();) {
+    wchar_t wide = L'\0';
+    std::size_t count = std::mbrtowc(&wide, text.data() + at, text.size() - at, &state);
+    if (count == 0 || count > text.size() - at) {
+      state = {};
+      count = 1;
+      wide = L'\0';
+    }
+    const int columns = wide == L'\0' ? -1 : wcwidth(wide);
+    if (columns < 0) {
+      letters.push_back({"?", 1});
+    } else {
+      letters.push_back({text.substr(at, count), static_cast<std::size_t>(columns)});
+    }
+    at += count;
+  }
+  return letters;
+}
+
+std::string Cut(const std::string& text, std::size_t columns, std::size_t& used) {
+  std::string result;
+  used = 0;
+  for (const Letter& letter : Letters(text)) {
+    if (used + letter.m_Columns > columns) break;
+    result += letter.m_Bytes;
+    used += letter.m_Columns;
+  }
+  return result;
+}
+
+constexpr std::array<const char*, 8> kBlocks = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+constexpr std::array<const char*, 8> kSigns = {"_", ".", ":", "-", "=", "+", "*", "#"};
+
+}  // namespace
+
+std::size_t ColumnsOf(const std::string& text) {
+  std::size_t columns = 0;
+  for (const Letter& letter : Letters(text)) columns += letter.m_Columns;
+  return columns;
+}
+
+std::string Fit(const std::string& text, std::size_t columns) {
+  std::size_t used = 0;
+  const std::string cut = Cut(text, columns, used);
+  return cut + std::string(columns - used, ' ');
+}
+
+std::string FitRight(const std::string& text, std::size_t columns) {
+  std::size_t used = 0;
+  const std::string cut = Cut(text, columns, used);
+  return std::string(columns - used, ' ') + cut;
+}
+
+Line CutLine(const Line& line, std::size_t columns) {
+  Line result;
+  for (const Piece& piece : line) {
+    std::size_t used = 0;
+    Piece cut = piece;
+    cut.m_Text = Cut(piece.m_Text, columns, used);
+    columns -= used;
+    result.push_back(cut);
+  }
+  return result;
+}
+
+std::string Bar(double ratio, std::size_t columns, bool ascii) {
+  const double share = std::clamp(ratio, 0.0, 1.0) * static_cast<double>(columns);
+  const auto full = static_cast<std::size_t>(std::lround(share));
+  std::string bar;
+  for (std::size_t i = 0; i < columns; ++i) {
+    bar += i < full ? (ascii ? "#" : "█") : (ascii ? "." : "░");
+  }
+  return bar;
+}
+
+std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii) {
+  constexpr double kLeastSpan = 8;
+  const std::size_t count = std::min(values.size(), columns);
+  std::string line(columns - count, ' ');
+  if (count == 0) return line;
+  const auto first = values.end() - static_cast<std::ptrdiff_t>(count);
+  const auto [least, most] = std::minmax_element(first, values.end());
+  const double span = std::max(*most - *least, kLeastSpan);
+  const std::array<const char*, 8>& signs = ascii ? kSigns : kBlocks;
+  for (auto value = first; value != values.end(); ++value) {
+    const double height = (*value - *least) / span * static_cast<double>(signs.size() - 1);
+    line += signs[static_cast<std::size_t>(std::lround(height))];
+  }
+  return line;
+}
+
+}  // namespace Console

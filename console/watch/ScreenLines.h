@@ -1,0 +1,39 @@
+// Lines of a screen as values, and texts made to fit their columns.
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "console/model/FieldTable.h"
+
+namespace Console {
+
+struct Piece {
+  std::string m_Text;
+  Tone m_Tone = Tone::Plain;
+  bool m_Strong = false;
+  bool m_Reverse = false;
+};
+
+using Line = std::vector<Piece>;
+
+// Columns that a text takes on a terminal; control characters and what is no text take one each.
+std::size_t ColumnsOf(const std::string& text);
+
+// Cut or filled up with spaces to exactly that many columns, and printable.
+std::string Fit(const std::string& text, std::size_t columns);
+std::string FitRight(const std::string& text, std::size_t columns);
+
+// The line cut to that many columns.
+Line CutLine(const Line& line, std::size_t columns);
+
+// A bar of `columns`, filled from 0 to 1; more than 1 is full.
+std::string Bar(double ratio, std::size_t columns, bool ascii);
+
+// The last values as columns of different height, the newest to the right. They are told apart
+// from a span of 8 upward, so that noise stays flat.
+std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii);
+
+}  // namespace Console

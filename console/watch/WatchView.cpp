@@ -1,0 +1,232 @@
+#include "console/watch/WatchView.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "console/base/Printable.h"
+#include "console/model/FieldTable.h"
+#include "console/model/Health.h"
+#include "console/render/HealthCells.h"
+#include "console/render/Table.h"
+#include "console/watch/CardTable.h"
+
+namespace Console {
+namespace {
+
+using Lines = std::vector<Line>;
+
+Line Title(const Watched& watched, ScreenSize size, const std::string& time) {
+  std::size_t cards = 0, unwell = 0;
+  for (const Object* object : WithStatus(watched.Objects())) {
+    if (object->m_Kind != Kind::Adapter) continue;
+    ++cards;
+    if (!IsWell(HealthOf(*object).m_Status)) ++unwell;
+  }
+  const std::string left = fmt::format(" corvane-host watch   {} card{}, {} not ok", cards,
+                                       cards == 1 ? "" : "s", unwell);
+  const std::string right = fmt::format(" {} ", time);
+  const std::size_t room = size.m_Columns > right.size() ? size.m_Columns - right.size() : 0;
+  return {{Fit(left, room) + right, Tone::Plain, true, true}};
+}
+
+// The time, from 2026-11-21T05:31:02+00:00; the day is left out when all are of the same one.
+std::string WhenText(const Watched::Entry& entry, bool dated) {
+  const std::string& time = entry.m_Row.m_Cells[0].m_Human;
+  return dated ? time.substr(0, 10) + " " + time.substr(11, 8) : time.substr(11, 8);
+}
+
+Line EventLine(const Watched::Entry& entry, bool dated) {
+  const std::vector<Cell>& cells = entry.m_Row.m_Cells;
+  return {{WhenText(entry, dated) + "  "},
+          {Fit(cells[1].m_Human, 11) + "  ", entry.m_Tone},
+          {Fit(cells[4].m_Human, 6) + "  "},
+          {cells[3].m_Human + "  "},
+          {Printable(cells[5].m_Human)}};
+}
+
+bool IsOfDay(const Watched::Entry& entry, const std::string& time) {
+  return entry.m_Row.m_Cells[0].m_Human.substr(0, 10) == time.substr(0, 10);
+}
+
+// As they are told at `time`.
+Lines LogLines(const Watched& watched, const std::string& time) {
+  const bool dated = !std::all_of(watched.Log().begin(), watched.Log().end(),
+                                  [&](const Watched::Entry& each) { return IsOfDay(each, time); });
+  Lines lines;
+  for (const Watched::Entry& entry : watched.Log()) lines.push_back(EventLine(entry, dated));
+  return lines;
+}
+
+// The newest that fit, `below` lines above the last one.
+Lines Tail(const Lines& lines, std::size_t rows, std::size_t below) {
+  const std::size_t end = lines.size() - std::min(below, lines.size());
+  const std::size_t begin = end - std::min(rows, end);
+  return {lines.begin() + static_cast<std::ptrdiff_t>(begin),
+          lines.begin() + static_cast<std::ptrdiff_t>(end)};
+}
+
+void Append(Lines& lines, const Lines& more) {
+  lines.insert(lines.end(), more.begin(), more.end());
+}
+
+Line Heading(const std::string& text) {
+  return {{text, Tone::Plain, true}};
+}
+
+void AddReasons(Lines& lines, const Health& health, bool ascii) {
+  for (const Reason& reason : health.m_Reasons) {
+    lines.push_back({{"  why   " + ReasonText(reason, ascii)}});
+    lines.push_back({{"  do    " + reason.m_Advice}});
+  }
+}
+
+// How many objects or lines a key moves by, with this many on a page.
+std::ptrdiff_t StepOf(Key key, std::ptrdiff_t page) {
+  constexpr std::ptrdiff_t kFar = 100'000;
+  switch (key) {
+    case Key::Up:
+      return -1;
+    case Key::Down:
+      return 1;
+    case Key::PageUp:
+      return -page;
+    case Key::PageDown:
+      return page;
+    case Key::First:
+      return -kFar;
+    case Key::Last:
+      return kFar;
+    default:
+      return 0;
+  }
+}
+
+}  // namespace
+
+std::vector<Line> WatchView::Draw(const Watched& watched, ScreenSize size,
+                                  const std::string& time) {
+  constexpr std::size_t kFrame = 2;  // the title and the line with the keys
+  const ScreenSize inner{size.m_Rows > kFrame ? size.m_Rows - kFrame : 0, size.m_Columns};
+  m_PageRows = std::max<std::size_t>(inner.m_Rows, 1);
+  Lines lines = {Title(watched, size, time)};
+  if (m_Page == Page::Cards) Append(lines, DrawCards(watched, inner, time));
+  if (m_Page == Page::Events) Append(lines, DrawEvents(watched, inner, time));
+  if (m_Page == Page::Object) Append(lines, DrawObject(watched, inner));
+  lines.resize(inner.m_Rows + 1);
+  const char* keys = m_Page == Page::Cards ? " q leave   e events   Enter object   arrows choose"
+                                           : " q leave   Esc back   e events   arrows scroll";
+  lines.push_back({{Fit(keys, size.m_Columns), Tone::Plain, false, true}});
+  return lines;
+}
+
+// The cards above and the log below; when there are many cards the log keeps a few lines.
+std::vector<Line> WatchView::DrawCards(const Watched& watched, ScreenSize size,
+                                       const std::string& time) {
+  constexpr std::size_t kLeastLog = 4, kHeadings = 3;
+  ChooseOne(watched.Objects());
+  const CardTable cards = DrawCardTable(watched, m_Chosen, size.m_Columns, m_Ascii);
+  const std::size_t taken = kHeadings + kLeastLog;
+  const std::size_t room = size.m_Rows > taken ? size.m_Rows - taken : 1;
+  if (cards.m_Chosen < m_Scroll) m_Scroll = cards.m_Chosen;
+  if (cards.m_Chosen >= m_Scroll + room) m_Scroll = cards.m_Chosen - room + 1;
+
+  Lines lines = {cards.m_Headings};
+  Append(lines, Scrolled(cards.m_Lines, room));
+  lines.push_back({});
+  lines.push_back(Heading(fmt::format("EVENTS ({})", watched.EventCount())));
+  const std::size_t left = size.m_Rows > lines.size() ? size.m_Rows - lines.size() : 0;
+  Append(lines, Tail(LogLines(watched, time), left, 0));
+  return lines;
+}
+
+void WatchView::ChooseOne(const Model& model) {
+  const std::vector<const Object*> objects = WithStatus(model);
+  if (!objects.empty() && model.Find(m_Chosen) == nullptr) m_Chosen = objects.front()->m_ID;
+}
+
+std::vector<Line> WatchView::DrawEvents(const Watched& watched, ScreenSize size,
+                                        const std::string& time) {
+  const Lines log = LogLines(watched, time);
+  const std::size_t rows = size.m_Rows > 0 ? size.m_Rows - 1 : 0;
+  m_Scroll = std::min(m_Scroll, log.size() - std::min(rows, log.size()));
+  Lines lines = {Heading(fmt::format("EVENTS ({})", watched.EventCount()))};
+  Append(lines, Tail(log, rows, m_Scroll));
+  if (log.empty())
+    lines.push_back({{"The log is empty: nothing has happened while a card was watched."}});
+  return lines;
+}
+
+std::vector<Line> WatchView::DrawObject(const Watched& watched, ScreenSize size) {
+  const Object* object = watched.Objects().Find(m_Chosen);
+  if (object == nullptr) return {Heading("This object has gone.")};
+  const Health health = HealthOf(*object);
+  constexpr std::size_t kNames = 30;
+  Lines lines = {{{Fit("status", kNames)}, {StatusText(health.m_Status), health.m_Status.m_Tone}}};
+  AddReasons(lines, health, m_Ascii);
+  for (const Term& term : TermsOf(object->m_Kind)) {
+    const Value value = ReadTerm(*object, term);
+    lines.push_back(
+        {{Fit(term.m_Name, kNames)}, {Printable(HumanText(value, m_Ascii)), value.m_Tone}});
+  }
+  Lines page = {Heading(fmt::format("{}  {}", object->m_Selector, IdText(object->m_ID)))};
+  Append(page, Scrolled(lines, size.m_Rows > 0 ? size.m_Rows - 1 : 0));
+  return page;
+}
+
+std::vector<Line> WatchView::Scrolled(const std::vector<Line>& lines, std::size_t rows) {
+  const std::size_t most = lines.size() - std::min(rows, lines.size());
+  m_Scroll = std::min(m_Scroll, most);
+  const auto first = lines.begin() + static_cast<std::ptrdiff_t>(m_Scroll);
+  return {first, first + static_cast<std::ptrdiff_t>(std::min(rows, lines.size()))};
+}
+
+bool WatchView::Press(Key key, const Watched& watched) {
+  switch (key) {
+    case Key::Leave:
+      return false;
+    case Key::Events:
+      m_Page = m_Page == Page::Events ? Page::Cards : Page::Events;
+      m_Scroll = 0;
+      break;
+    case Key::Enter:
+      if (m_Page != Page::Events) {
+        m_Page = m_Page == Page::Object ? Page::Cards : Page::Object;
+        m_Scroll = 0;
+      }
+      break;
+    case Key::Back:
+      m_Page = Page::Cards;
+      m_Scroll = 0;
+      break;
+    default:
+      Move(key, watched);
+  }
+  return true;
+}
+
+// Among the cards the keys choose an object; elsewhere they scroll, in the log towards what is
+// older.
+void WatchView::Move(Key key, const Watched& watched) {
+  const std::ptrdiff_t step = StepOf(key, static_cast<std::ptrdiff_t>(m_PageRows));
+  if (m_Page == Page::Cards) {
+    Choose(step, watched.Objects());
+    return;
+  }
+  const auto scroll =
+      static_cast<std::ptrdiff_t>(m_Scroll) + (m_Page == Page::Events ? -step : step);
+  m_Scroll = static_cast<std::size_t>(std::max<std::ptrdiff_t>(scroll, 0));
+}
+
+void WatchView::Choose(std::ptrdiff_t step, const Model& model) {
+  const std::vector<const Object*> objects = WithStatus(model);
+  if (objects.empty()) return;
+  const auto at = std::find_if(objects.begin(), objects.end(),
+                               [&](const Object* object) { return object->m_ID == m_Chosen; });
+  const std::ptrdiff_t from = at == objects.end() ? 0 : at - objects.begin();
+  const auto last = static_cast<std::ptrdiff_t>(objects.size()) - 1;
+  const std::ptrdiff_t to = std::clamp<std::ptrdiff_t>(from + step, 0, last);
+  m_Chosen = objects[static_cast<std::size_t>(to)]->m_ID;
+}
+
+}  // namespace Console
