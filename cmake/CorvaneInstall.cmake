@@ -1,9 +1,9 @@
-# Where installed things lie: the program looks for the plug-in in ../lib beside it, and libraries
-# find each other in their own folder, wherever the whole is put.
+# Install locations: the program finds the plug-in in ../lib relative to itself, and libraries find
+# each other in their own folder, wherever the installation is moved.
 #
-# The build tree has the same folders, so what is built is linked for its installed place at once.
-# Otherwise CMake would make room for that path by colons, and an empty element of a search path is
-# the current directory: whoever may write there could have his code run by others.
+# The build tree has the same folders, so binaries are linked with their installed search path at
+# once. Otherwise CMake would pad that path with colons, and an empty element of a search path means
+# the current directory: anyone who may write there could have code run by other users.
 include(GNUInstallDirs)
 set(CORVANE_LIBRARY_FOLDER lib)
 

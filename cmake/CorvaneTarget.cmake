@@ -1,5 +1,5 @@
-# How every target of the project is compiled: warnings are errors, and all includes are written
-# from the project's root, so that each line says which floor of the house it reaches into.
+# Compile and link options of every target. Warnings are errors, and all includes are relative to
+# the root of the tree, so that each line shows which layer it includes from.
 
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH CORVANE_ROOT)
 
@@ -8,15 +8,15 @@ set(CORVANE_WARNINGS
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
 
-# What an attacker who has found a fault should still run into: canaries on the stack, checked
-# buffer sizes, addresses that differ from run to run, tables that are read-only once loaded. The
-# library checks sizes in optimized code alone, and beside a sanitizer it would hide them from it.
+# Hardening against the exploitation of a defect: stack canaries, checked buffer sizes, random
+# addresses, and tables that are read-only once loaded. The C library checks sizes only in optimized
+# code, and its checks would hide errors from a sanitizer.
 include(CheckPIESupported)
 check_pie_supported()
 set(CORVANE_FORTIFIED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 set(CORVANE_HARDENING_LINK -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
-# The sanitizers want the whole tree instrumented, plug-in, kit and simulator alike.
+# Sanitizers need the whole tree instrumented: plug-in, kit and simulator.
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for the whole tree, as -fsanitize takes them")
 set(CORVANE_COVERAGE OFF CACHE BOOL "Count lines and branches")
 
@@ -28,13 +28,13 @@ function(corvane_target target)
   endif()
   target_include_directories(${target} PRIVATE ${CORVANE_ROOT})
   if(CORVANE_SANITIZE)
-    # Whole stacks, so that a report names the function that an accepted race is listed under.
+    # Complete stacks, so that a report contains the function that a suppression names.
     target_compile_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE}
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer
                                              -fno-optimize-sibling-calls)
     target_link_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE})
-    # The check of an object's type opens a pipe, and takes every object for broken in a process that
-    # has no descriptors left.
+    # The check of an object's type opens a pipe, and reports every object in a process that has no
+    # descriptors left.
     if(CORVANE_SANITIZE MATCHES undefined)
       target_compile_options(${target} PRIVATE -fno-sanitize=vptr)
     endif()
@@ -49,7 +49,7 @@ function(corvane_target target)
   endif()
 endfunction()
 
-# The libraries are complete in themselves.
+# Shared libraries have no undefined symbols.
 function(corvane_shared_library target)
   corvane_target(${target})
   # Clang leaves the sanitizer's run-time symbols of a shared library to the program.
