@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint16_t kDeviceId = 0x1003;
 
-// In memory where there is such a place: no disk is to be measured.
+// In memory if possible, so that no disk is measured.
 std::filesystem::path MakeFolder() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;

@@ -1,5 +1,5 @@
-// A host around the plug-in with simulated cards, virtual time and a database in memory. Unlike the
-// one of the tests it watches nothing, neither trace lines nor calls.
+// A host for the plug-in with simulated cards, virtual time and a database in memory. Unlike the
+// one of the tests it records neither trace lines nor calls.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace CorvaneBench {
 
-// A command that fails throws `std::runtime_error`: there is nothing to measure then.
+// A command that fails throws `std::runtime_error`, because there is nothing to measure.
 class CardHost {
  public:
   explicit CardHost(int cards);
@@ -18,13 +18,13 @@ class CardHost {
   CardHost(const CardHost&) = delete;
   CardHost& operator=(const CardHost&) = delete;
 
-  // The way up, in this order, and down.
+  // Start, in this order, and stop.
   void Create();
   void Initialize();
-  void GiveNumbers();  // from here on the plug-in watches its cards
+  void GiveNumbers();  // starts the plug-in's worker
   void Stop();
 
-  // Lets the plug-in's watch pass a time of its clock.
+  // Lets virtual time pass for the plug-in's worker.
   void PassSeconds(std::int64_t seconds);
 
   std::vector<PI::CObject> Topology();

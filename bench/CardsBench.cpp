@@ -9,7 +9,7 @@
 namespace CorvaneBench {
 namespace {
 
-// Which part of each stretch of work a row tells.
+// Which part of the measured work a row reports.
 using Part = double Split::*;
 constexpr Part kPlugin = &Split::m_Whole;
 constexpr Part kLibrary = &Split::m_Library;

@@ -42,7 +42,7 @@ PD SomeDrive() {
   return row;
 }
 
-// Notes the statements on their way to the database.
+// Records the statements that are sent to the database.
 class Noted : public DatabaseWrapper::DatabaseDAO {
  public:
   explicit Noted(DatabaseORM::storage_t& storage)
@@ -66,7 +66,7 @@ class Noted : public DatabaseWrapper::DatabaseDAO {
   const std::shared_ptr<DatabaseDAO> m_pDatabase;
 };
 
-// The statements that `change` sends, and that the bare library is to run.
+// The statements that `change` sends, to be executed by SQLite alone.
 template <class Change>
 std::vector<std::string> StatementsOf(DatabaseORM::storage_t& storage, Change change) {
   Noted noted(storage);
@@ -74,7 +74,7 @@ std::vector<std::string> StatementsOf(DatabaseORM::storage_t& storage, Change ch
   return noted.m_Statements;
 }
 
-// The statements that make the tables: a plug-in's statement may not read them.
+// The statements that create the tables, which a plug-in's statement may not read.
 std::vector<std::string> TableStatements() {
   std::string folder = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
@@ -96,7 +96,7 @@ std::vector<std::string> TableStatements() {
   return statements;
 }
 
-// A database in memory with the same tables, and nothing between it and the caller.
+// A database in memory with the same tables, used directly.
 class BareSqlite {
  public:
   BareSqlite() : m_pDatabase(nullptr, sqlite3_close) {

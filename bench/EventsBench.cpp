@@ -1,4 +1,4 @@
-// The kit's event against a bare condition.
+// The kit's event compared with a plain condition variable.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -52,7 +52,7 @@ void SetAndWait(benchmark::State& state) {
   }
 }
 
-// There and back between two threads, each of which sleeps until it is woken.
+// Two threads that wake each other in turn.
 template <class Event>
 void RoundTrip(benchmark::State& state) {
   HostKit::UseRealTime();

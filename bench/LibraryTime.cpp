@@ -1,5 +1,5 @@
-// Stands between the plug-in and the card library: an executable's own definitions are found first
-// when the plug-in is loaded. Each one takes the time and goes on to the library.
+// Intercepts the plug-in's calls of the card library: the loader finds an executable's own
+// definitions first. Each one measures the time and calls the library's function.
 #include "bench/LibraryTime.h"
 
 #include <dlfcn.h>

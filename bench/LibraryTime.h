@@ -10,7 +10,7 @@ using Clock = std::chrono::steady_clock;
 // Time inside the card library since the program began, of all threads together.
 Clock::duration InLibrary();
 
-// A stretch of work, and how much of it the card library took.
+// The time of some work, and the card library's part of it.
 struct Split {
   double m_Whole;    // seconds
   double m_Library;  // seconds

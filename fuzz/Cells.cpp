@@ -13,7 +13,7 @@ namespace {
 
 using namespace DatabaseORM;
 
-// The cell that the text of a statement leaves behind.
+// The cell that a statement with this text stores.
 std::string Stored(const std::string& text) {
   const bool quoted = text.size() >= 2 && text.front() == '"';
   return quoted ? text.substr(1, text.size() - 2) : text;
@@ -24,13 +24,13 @@ bool Same(const Field& left, const Field& right) {
   return left == right;
 }
 
-// Written with six digits behind the point.
+// Written with six decimal places.
 bool Same(double left, double right) {
   if (std::isnan(left) || std::isinf(left)) return number_text(left) == number_text(right);
   return std::abs(left - right) <= 0.51e-6;
 }
 
-// What is read and written again is read as the same.
+// A value that is read and written again reads as the same value.
 template <class Field>
 void ReadBack(const std::string& cell) {
   Field value{};
@@ -47,7 +47,7 @@ void ReadBack(const std::string& cell) {
   Require(Same(value, again), "a cell changed on its way: " + text);
 }
 
-// The database keeps no number in the upper half, so a negative one is never read back.
+// The database stores no number in the upper half, so a negative one is never read back.
 bool IsNegative(const std::string& cell) {
   const std::size_t begin = cell.find_first_not_of(" \t\n\v\f\r");
   return begin != std::string::npos && cell[begin] == '-';

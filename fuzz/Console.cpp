@@ -1,4 +1,4 @@
-// What a person types at the console.
+// Text that a user types at the console.
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint64_t kNowMs = 1'795'219'200'000;
 
-// A refusal says what is wrong.
+// A rejection says what is wrong.
 template <class Use>
 bool Accepted(Use use) {
   try {
@@ -75,7 +75,7 @@ const Console::Model& TheModel() {
   return model;
 }
 
-// One word a line.
+// One word per line.
 std::vector<std::string> Lines(const std::string& input) {
   std::vector<std::string> words;
   std::istringstream stream(input);
@@ -85,7 +85,7 @@ std::vector<std::string> Lines(const std::string& input) {
 
 }  // namespace
 
-// Input: the name of an object. What is found is found by its selector and its id as well.
+// Input: the name of an object. An object that is found is also found by its selector and its id.
 void Selector(const std::string& input) {
   const Console::Object* found = nullptr;
   if (!Accepted([&] { found = &Console::Select(TheModel(), input); })) return;
@@ -93,7 +93,7 @@ void Selector(const std::string& input) {
   Require(&Console::Select(TheModel(), Console::IdText(found->m_ID)) == found, "lost by its id");
 }
 
-// Input: a span, or a moment.
+// Input: a duration or a timestamp.
 void Times(const std::string& input) {
   if (const auto span = Console::ReadSpan(input)) {
     Require(span->count() >= 0, "a negative span");
@@ -107,13 +107,13 @@ void Times(const std::string& input) {
   Require(!Console::SinceText(moment, kNowMs).empty(), "a moment without a text");
 }
 
-// Input: the command line, one word a line.
+// Input: the command line, one word per line.
 void Options(const std::string& input) {
   Console::Options options;
   if (!Accepted([&] { Console::ParseCommandLine(Lines(input), options); })) return;
   Accepted([&] { Console::ParseSpan("--timeout", options.m_Timeout); });
   Console::Options again;
-  // What was understood as words is so again behind the mark that ends the options.
+  // Words remain words after `--`.
   std::vector<std::string> words = options.m_Words;
   if (words.empty() || options.m_Help || options.m_Version) return;
   words.insert(words.begin(), "--");
@@ -121,7 +121,7 @@ void Options(const std::string& input) {
   Require(again.m_Words == options.m_Words, "words changed on their way");
 }
 
-// Input: what is waited for.
+// Input: a condition of `wait`.
 void Condition(const std::string& input) {
   Accepted([&] {
     const Console::Condition condition(input);

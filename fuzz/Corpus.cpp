@@ -17,7 +17,7 @@ int main(int count, char** arguments) {
   std::vector<std::filesystem::path> files(Walk(arguments[2]), Walk{});
   std::sort(files.begin(), files.end());
   for (const auto& file : files) {
-    // The last line tells which input it was.
+    // The last line names the input that failed.
     std::fprintf(stderr, "%s\n", file.filename().c_str());
     target.m_Run(CorvaneFuzz::ReadFile(file));
   }

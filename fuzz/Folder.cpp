@@ -10,7 +10,7 @@
 
 namespace CorvaneFuzz {
 
-// In memory where there is such a place: the files are synced at each change.
+// In memory if possible, because the files are synced at each change.
 Folder::Folder() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;

@@ -1,4 +1,4 @@
-// Files for one target, in a folder that lives as long as the process.
+// Files for one target, in a folder that exists as long as the process.
 #pragma once
 
 #include <filesystem>

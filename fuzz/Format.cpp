@@ -1,5 +1,5 @@
-// Parameters of a format, as a host gives them. Input: six bytes for each parameter, of which the
-// first says what it is, the second of which kind, and four its value.
+// Parameters of a format, as a host passes them. Input: six bytes per parameter: the first selects
+// the parameter, the second its type, and four are its value.
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -19,7 +19,7 @@ constexpr std::size_t kMostParameters = 16;
 constexpr std::uint32_t kNames[] = {PI::Property::FORMATTING, PI::Property::SIZE,
                                     PI::Property::BLOCK_SIZE, PI::Property::NAME};
 
-// The values that mean something in the place of a choice.
+// Values that are valid as a choice.
 constexpr std::int32_t kChoices[] = {PI::Value::MAXIMUM_CAPACITY,
                                      PI::Value::FACTORY_CAPACITY,
                                      PI::Value::IMPROVED_PERFORMANCE,
@@ -61,7 +61,7 @@ PI::CProperty Parameter(const char* bytes) {
   return parameter;
 }
 
-// A host with one card that is ready to be formatted, which takes no time.
+// A host with one card that can be formatted, which takes no time.
 class FormatHost : public CorvaneTest::SimulatedHost {
  public:
   FormatHost() : m_Card(AddCard(0x1006)) {
@@ -91,7 +91,7 @@ bool Contains(const std::vector<std::string>& calls, const std::string& function
 
 }  // namespace
 
-// A format succeeds if the job was waited for to its end, and leaves no handle either way.
+// A format succeeds only if the job was waited for, and never leaves a handle.
 void Format(const std::string& input) {
   static FormatHost host;
   host.MakeReady();

@@ -1,4 +1,4 @@
-// libFuzzer's way in. CORVANE_FUZZ_TARGET names the target.
+// Entry point for libFuzzer. CORVANE_FUZZ_TARGET names the target.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

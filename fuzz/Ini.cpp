@@ -14,13 +14,13 @@ namespace {
 
 constexpr const char* kKey = "PollInterval";
 
-// What a plug-in that starts now makes of the file.
+// The interval that a plug-in reads from the file at its start.
 int PollInterval() {
   IPLUGINAPI* plugin = nullptr;
   Require(createIf(&plugin) == PI::SUCCESS, "the plug-in did not start");
   PI::CProperty property(PI::Property::UNDEFINED, false);
   property.m_PropertyID = PI::Property::POLL_INTERVAL;
-  // Before it is brought up the plug-in object has the id 0.
+  // Until it is initialized the plug-in object has the id 0.
   const unsigned int result = plugin->Execute(PI::CMD_GET_PROPERTY, 0, &property);
   Require(result == PI::SUCCESS, "no poll interval");
   int seconds = 0;

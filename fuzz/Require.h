@@ -1,4 +1,4 @@
-// Ends the process with a line when something does not hold.
+// Aborts with a message if a condition does not hold.
 #pragma once
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// The simulator's own files: its cards and its stories. Input: the file.
+// The simulator's own files: its cards and its scenarios. Input: the file.
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,7 +17,7 @@ const Folder& TheFolder() {
   return folder;
 }
 
-// An edit of an accepted file succeeds, or is refused and leaves the file as it was.
+// An edit of an accepted file succeeds, or is rejected and does not change the file.
 bool Edit(CardSim::StateFile& cards, std::string& added) {
   const auto path = TheFolder().File("cards.json");
   const std::string before = ReadFile(path);
@@ -49,7 +49,7 @@ void CardFile(const std::string& input) {
   Require(cards.Cards() == names, "an edit changed other cards");
   const std::string written = ReadFile(path);
   cards.RemoveCard(cards.AddCard(std::uint16_t{0x1003}));
-  // Only the next id may differ, which is never given twice.
+  // Only the next id may differ, because an id is never assigned twice.
   Require(ReadFile(path).size() >= written.size(), "a file that was written is not kept");
 }
 
@@ -61,9 +61,9 @@ void Scenario(const std::string& input) {
     return;
   }
   constexpr std::uint64_t kDayMs = 86'400'000;
-  Require(!scenario.steps.empty(), "a story without steps");
-  Require(scenario.DurationMs() <= kDayMs, "a story of more than a day");
-  CardSim::StateFile cards(TheFolder().File("story.json"));
+  Require(!scenario.steps.empty(), "a scenario without steps");
+  Require(scenario.DurationMs() <= kDayMs, "a scenario of more than a day");
+  CardSim::StateFile cards(TheFolder().File("scenario.json"));
   cards.Create(true);
   cards.AddCard(std::uint16_t{0x1003});
   for (const CardSim::Step& step : scenario.steps) {

@@ -20,7 +20,7 @@ const Target& FindTarget(const char* name) {
   for (const Target& target : kTargets) {
     if (name != nullptr && target.m_Name == std::string(name)) return target;
   }
-  std::fprintf(stderr, "fuzz: there is no target '%s'; there are:", name == nullptr ? "" : name);
+  std::fprintf(stderr, "fuzz: unknown target '%s'; targets:", name == nullptr ? "" : name);
   for (const Target& target : kTargets) std::fprintf(stderr, " %s", target.m_Name);
   std::fputc('\n', stderr);
   std::exit(2);

@@ -1,12 +1,12 @@
-// What is fed with inputs from outside: one function for each way in.
+// The fuzz targets: one function per kind of external input.
 #pragma once
 
 #include <string>
 
 namespace CorvaneFuzz {
 
-// Takes one input, of any bytes. Returns whether it was accepted or refused as it should be; what
-// must not happen ends the process.
+// Runs one input of arbitrary bytes. Returns if it was accepted or rejected correctly, and aborts
+// otherwise.
 using Run = void (*)(const std::string& input);
 
 struct Target {
@@ -14,7 +14,7 @@ struct Target {
   Run m_Run;
 };
 
-// The target of that name; without one the process ends with a list of them.
+// Returns the target of that name; if there is none, exits with a list of the targets.
 const Target& FindTarget(const char* name);
 
 void Cells(const std::string& input);
