@@ -1,5 +1,5 @@
-/* A machine without cards: the library starts, finds none and ends. Whatever acts on a card is
- * there to be linked against and ends the process when called. */
+/* A machine without cards: the library starts, finds none and ends. Functions that need a card are
+ * only linked, and abort when called. */
 #include "vendor/cards.h"
 
 #include <stdio.h>

@@ -1,5 +1,5 @@
-// The host's library, as far as a machine without cards needs it. Everything else is there to be
-// linked against and ends the process when called.
+// The host's library, as far as a machine without cards needs it. All other functions are only
+// linked, and abort when called.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -166,7 +166,7 @@ Internals::CTraceStreamBuffer::~CTraceStreamBuffer() {
   std::printf("%s\n", m_OwnText.c_str());
 }
 
-// The format as it stands is enough to know the line by.
+// The unfilled format is enough to recognize the line.
 Output_Streams::CFormatStream::CFormatStream(Internals::CTraceStreamBuffer& buffer,
                                              const char* format)
     : m_OwnBuffer(&buffer), m_OwnFormat(format) {}

@@ -1,5 +1,5 @@
-// Loads a plug-in that was built for this SDK, starts it on a machine without cards and lets it go.
-// Usage: load PLUGIN
+// Loads a plug-in that was built for this SDK, starts it on a machine without cards and releases
+// it. Usage: load PLUGIN
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
   std::printf("createIf: %u\n", create(&plugin));
   if (plugin == nullptr) return 1;
   std::printf("interface %u, module %u\n", plugin->m_InterfaceVersion, plugin->m_ModuleID);
-  std::printf("told to notify: %s\n", plugin->m_HostNotify.m_OwnCall == nullptr ? "nobody" : "?");
+  std::printf("host to notify: %s\n", plugin->m_HostNotify.m_OwnCall == nullptr ? "none" : "?");
   std::vector<PI::CAdapterID> adapters;
   std::printf("command 0: %u\n", Execute(*plugin, 0, nullptr));
   std::printf("command 1: %u\n", Execute(*plugin, 1, &adapters));

@@ -6,8 +6,8 @@
 
 class IPLUGINAPI;
 
-// Whom a plug-in tells that there is something to collect. Left without a value, as everything in
-// IPLUGINAPI: a plug-in sets its members itself.
+// Called by a plug-in when there is something to collect. Like all members of IPLUGINAPI it has no
+// initial value: a plug-in sets them itself.
 struct OwnNotify {
   void operator()(IPLUGINAPI*) const;
   void (*m_OwnCall)(void*, IPLUGINAPI*);

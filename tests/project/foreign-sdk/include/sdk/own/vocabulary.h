@@ -1,5 +1,5 @@
-// This SDK's own names for the numbers. They are built unlike those of other hosts, and some stand
-// where a plug-in might want to put something of its own.
+// This SDK's own names for the numbers. They are declared in another way than those of other hosts,
+// and some have a name that a plug-in might use as well.
 #pragma once
 
 namespace PI {
