@@ -1,4 +1,4 @@
-// Keeps a cancellation of a thread away from code that must not be unwound.
+// Defers the cancellation of a thread in code that must not be unwound.
 #pragma once
 
 #include <pthread.h>

@@ -16,8 +16,8 @@
 
 namespace NAMESPACE_Corvane {
 
-// Where the library says why a call failed. The text is read up to its end or that of the record:
-// the library leaves the record alone on success, and one trace prints it then.
+// The library's reason for a failed call. The text is read up to its end or that of the record,
+// because the library leaves the record as it is on success, and one trace prints it then.
 class ErrorRecord {
  public:
   ErrorRecord() { *TextBegin() = '\0'; }
@@ -35,7 +35,7 @@ class ErrorRecord {
   }
 
  private:
-  // The library's header may name the members as it likes.
+  // The library's header does not fix the names of the members.
   char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextAt; }
 
   static_assert(sizeof(vsl_error_record) == kErrorRecordSize);
@@ -76,7 +76,7 @@ using UnitRef = HandleRef<HandleKind::Unit>;
 // while the stack unwinds. A thread may be canceled inside the library: `Destroy` lets it unwind,
 // the destructor makes the cancellation wait.
 //
-// The destroying call reports into `destroyRecord`, or nowhere.
+// `destroyRecord`, which may be null, gets the error of the destroying call.
 template <class Kind>
 class Handle {
  public:
@@ -98,9 +98,9 @@ class Handle {
     return code;
   }
 
-  // Destroy it although its creation failed.
+  // Makes `Destroy` destroy it although its creation failed.
   void Adopt() { m_Owned = true; }
-  // Leave it to the library.
+  // Leaves the handle undestroyed, to the library.
   void Release() { m_Owned = false; }
 
   // Does nothing for a handle that was not created, or is destroyed already.
@@ -171,7 +171,7 @@ inline vsl_code CreateHandle(CardRef card, CreateJob create, JobHandle& job, Err
   return job.Create([&](void** handle) { return create(card.Raw(), handle, error); });
 }
 
-// Cards. The walk begins at a null handle; what it visits is the library's.
+// Cards. Start with a null handle. The library owns the handles; false after the last one.
 inline bool NextCard(CardRef& card, ErrorRecord& error) {
   void* raw = card.Raw();
   const bool any = vsl_iom_iterate(&raw, 1, error);
@@ -181,10 +181,10 @@ inline bool NextCard(CardRef& card, ErrorRecord& error) {
 inline std::uint16_t PciDeviceId(CardRef card, ErrorRecord& error) {
   return vsl_pci_device_id(card.Raw(), error);
 }
-inline bool BeaconIsOn(CardRef card, ErrorRecord& error) {
+inline bool LocateLEDIsOn(CardRef card, ErrorRecord& error) {
   return vsl_beacon_state(card.Raw(), error);
 }
-inline vsl_code SetBeacon(CardRef card, bool on, ErrorRecord& error) {
+inline vsl_code SetLocateLED(CardRef card, bool on, ErrorRecord& error) {
   return vsl_set_beacon_state(card.Raw(), on ? 1 : 0, error);
 }
 
@@ -216,7 +216,8 @@ inline vsl_code SetSectorSize(FormatRef format, std::uint32_t bytes, ErrorRecord
   return vsl_iom_format_set_sector_size_bytes(format.Raw(), bytes, error);
 }
 
-// Storage units of a card. The walk begins at a null handle; what it visits is the library's.
+// Storage units of a card. Start with a null handle. The library owns the handles; false after the
+// last one.
 inline bool NextUnit(CardRef card, UnitRef& unit, ErrorRecord& error) {
   void* raw = unit.Raw();
   const bool any = vsl_vsu_iterate(card.Raw(), &raw, 1, error);

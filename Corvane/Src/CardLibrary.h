@@ -35,13 +35,13 @@ constexpr Attribute<Kind, T> AttributeOf(bool (*has)(void*, vsl_error_record*),
   ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Format>( \
       vsl_iom_format_has_##name, vsl_iom_format_##name)
 
-// Two attributes that the library does not name in pairs: a status that comes with the space, and a
-// mode that is only asked for.
+// Two attributes whose functions are not named in pairs: a status that is there when the space is,
+// and a mode that has no value.
 constexpr auto kReserveStatus =
     AttributeOf<HandleKind::Card>(vsl_has_reserve_space_pct, vsl_reserve_status);
 constexpr Attribute<HandleKind::Format, bool> kSizeMode = {vsl_iom_format_has_size_mode, nullptr};
 
-// Reads attributes of a handle that someone else keeps.
+// Reads attributes of a handle that it does not own.
 template <class Kind>
 class AttributeReader {
  public:
@@ -58,7 +58,7 @@ class AttributeReader {
     return attribute.m_Read(m_Handle.Raw(), m_Error);
   }
 
-  // Nothing when the card does not have the attribute.
+  // No value when the card does not have the attribute.
   template <class T>
   std::optional<T> Read(const Attribute<Kind, T>& attribute) const {
     if (!Has(attribute)) return std::nullopt;
@@ -72,7 +72,7 @@ class AttributeReader {
     return text == nullptr ? std::string() : std::string(text);
   }
 
-  // Leaves `field` as it is when the card does not have the attribute, and says so.
+  // Whether the card has the attribute; otherwise `field` stays as it is.
   template <class T, class Field>
   bool ReadInto(Field& field, const Attribute<Kind, T>& attribute) const {
     const auto value = Read(attribute);
@@ -87,8 +87,7 @@ class AttributeReader {
 
 using CardReader = AttributeReader<HandleKind::Card>;
 
-// Cuts a number of the card toward zero. What no integer can hold becomes the nearest one, and
-// what is no number 0.
+// Truncates toward zero. A value out of range becomes the nearest integer, and a NaN becomes 0.
 inline std::int32_t Truncated(float value) {
   if (std::isnan(value)) return 0;
   constexpr float kLimit = 2147483648.0F;

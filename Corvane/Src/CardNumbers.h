@@ -1,5 +1,5 @@
-// The numbers of the card library that the plug-in tells apart. The library's header may name them
-// as it likes, or not at all.
+// The numbers of the card library that the plug-in distinguishes. The library's header may name
+// them otherwise, or not at all.
 #pragma once
 
 #include <cstddef>

@@ -1,29 +1,23 @@
 // The steps of a scan that need one card and its records alone, in the order in which the scan
-// takes them. The order of the reads within a step is part of it: cards are used to being asked so.
+// takes them. The order of the reads within a step is fixed as well.
+//
+// Unless it says otherwise, a step leaves a field as it is when the card does not have the
+// attribute.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "Corvane/Src/AdapterIDs.h"
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/CardTables.h"
 #include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/PciIdentities.h"
 #include "Corvane/Src/Texts.h"
 #include "host/Toolkit.h"
 
 namespace NAMESPACE_Corvane {
-
-// PCI vendor and device as the host's hardware list writes them.
-inline void AppendIdentities(const DeviceFamily& family, std::vector<std::string>& identities) {
-  for (const std::uint16_t* id = family.m_Begin; id != family.m_End; ++id) {
-    identities.push_back(Formatted("1AED%04X", *id));
-  }
-}
-
-inline bool IsMolt(const CFusionIOAdapter& adapter) {
-  return adapter.m_Model.find("MOLT") != std::string::npos;
-}
 
 inline void ReadPciAddress(const CardReader& card, CFusionIOAdapter& adapter) {
   card.ReadInto(adapter.m_PciBus, VSL(pci_bus));
@@ -32,26 +26,7 @@ inline void ReadPciAddress(const CardReader& card, CFusionIOAdapter& adapter) {
   card.ReadInto(adapter.m_PciSegment, VSL(pci_domain));
 }
 
-// The segment that the host's hardware list has for this card, or 0 when it knows another address.
-inline std::uint64_t LookUpSegment(const DeviceFamily& family, const CFusionIOAdapter& adapter) {
-  std::vector<std::string> identities;
-  AppendIdentities(family, identities);
-  int segment = 0;
-  int bus = 0;
-  int device = 0;
-  int function = 0;
-  const bool found = MBXX::CConfigManager::GetLocation(identities, adapter.m_CardIndex + 1UL,
-                                                       segment, bus, device, function);
-  const auto same = [](int listed, std::uint64_t read) {
-    return static_cast<std::uint64_t>(listed) == read;
-  };
-  const bool isThisCard = found && same(bus, adapter.m_PciBus) &&
-                          same(device, adapter.m_PciDevice) &&
-                          same(function, adapter.m_PciFunction);
-  return isThisCard ? static_cast<std::uint64_t>(segment) : 0;
-}
-
-// A card of no family stays without model and driver name, and is carried on all the same.
+// A card of no family has neither model nor driver name, and is scanned like the others.
 inline void ReadFamily(const CardReader& card, std::uint16_t deviceId, CFusionIOAdapter& adapter) {
   const DeviceFamily* family = FamilyOf(deviceId);
   if (family == nullptr) return;
@@ -120,14 +95,14 @@ inline void ReadPower(const CardReader& card, CardRef iom, CFusionIOAdapter& ada
   pcieAdapter.Destroy();
 }
 
-// What the card shows at start-up is taken as having been so for long.
+// At start-up the masks count as settled.
 inline void FillHistories(CFusionIOAdapter& adapter) {
   adapter.m_ErrorHistory.m_Value.fill(adapter.m_ErrorFlags);
   adapter.m_WarningHistory.m_Value.fill(adapter.m_WarningFlags);
   adapter.m_InfoHistory.m_Value.fill(adapter.m_InfoFlags);
 }
 
-// Warnings are not looked at when there are errors.
+// Warnings are ignored when there are errors.
 inline void SetStatus(CFusionIOAdapter& adapter) {
   if (adapter.m_ErrorFlags != 0) {
     adapter.m_Status = PI::Value::FAILED;
@@ -161,7 +136,7 @@ inline void ReadWriteThrottling(const CardReader& card, CFusionIOAdapter& adapte
   if (reason != kNoReason) adapter.m_StatusReasons.push_back(reason);
 }
 
-// What a format may ask for; the handle serves for nothing else.
+// What a format may ask for.
 inline void ReadFormatLimits(FormatRef handle, ErrorRecord& error, CFusionIOPhysicalDrive& drive) {
   constexpr std::uint32_t kDefaultSectorSize = 512;
   const AttributeReader<HandleKind::Format> format(handle, error);

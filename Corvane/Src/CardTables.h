@@ -69,7 +69,7 @@ constexpr StatusBit kWarningBits[] = {
     {12, PI::Value::RESERVES_DEPLETED, PI::Event::CTRL_RESERVES_DEPLETED, PI::SEVERITY_WARNING},
 };
 
-// Bits of `vsl_current_info`. Their events go by the warning bits of the same numbers.
+// Bits of `vsl_current_info`. Their events are raised by the warning bits of the same numbers.
 constexpr StatusBit kInfoBits[] = {
     {0, PI::Value::POWER_WRITE_REGULATION, PI::Event::CTRL_WRITE_REG_POWER,
      PI::SEVERITY_INFORMATION},
@@ -142,7 +142,7 @@ constexpr bool IsSet(std::uint64_t mask, std::size_t bit) {
   return ((mask >> bit) & 1U) != 0;
 }
 
-// Append the reason of each set bit, from bit 0 up. Bits beyond the table mean nothing here.
+// Append the reason of each set bit, from bit 0 up. Bits beyond the table are ignored.
 template <std::size_t N>
 void AppendReasons(std::uint64_t mask, const StatusBit (&bits)[N],
                    std::vector<std::int32_t>& list) {
@@ -158,7 +158,7 @@ void AppendReasons(std::uint64_t mask, const int (&reasons)[N], std::vector<std:
 }
 
 // What a card state does to the status of an adapter.
-enum class StatusEffect { None, Soften, Fail };
+enum class StatusEffect { None, Degrade, Fail };
 
 struct CardState {
   StatusEffect m_Effect;
@@ -168,14 +168,14 @@ struct CardState {
 
 // By `vsl_iom_state`.
 constexpr CardState kCardStates[] = {
-    {StatusEffect::Soften, 0, PI::Value::DETACHED},           // detached
-    {StatusEffect::Soften, PI::Value::ATTACHING, kNoReason},  // attaching
-    {StatusEffect::None, 0, PI::Value::ATTACHED},             // attached
-    {StatusEffect::Soften, PI::Value::DETACHING, kNoReason},  // detaching
-    {StatusEffect::Soften, PI::Value::BUSY, kNoReason},       // busy
-    {StatusEffect::Fail, 0, kNoReason},                       // minimal mode, which tells its own
-    {StatusEffect::Fail, 0, kNoReason},                       // failed
-    {StatusEffect::Fail, 0, PI::Value::STOPPED},              // stopped
+    {StatusEffect::Degrade, 0, PI::Value::DETACHED},           // detached
+    {StatusEffect::Degrade, PI::Value::ATTACHING, kNoReason},  // attaching
+    {StatusEffect::None, 0, PI::Value::ATTACHED},              // attached
+    {StatusEffect::Degrade, PI::Value::DETACHING, kNoReason},  // detaching
+    {StatusEffect::Degrade, PI::Value::BUSY, kNoReason},       // busy
+    {StatusEffect::Fail, 0, kNoReason},           // minimal mode, with reasons of its own
+    {StatusEffect::Fail, 0, kNoReason},           // failed
+    {StatusEffect::Fail, 0, PI::Value::STOPPED},  // stopped
 };
 
 // A state beyond the table counts as failed.

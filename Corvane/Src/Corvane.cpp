@@ -3,13 +3,11 @@
 #include "Corvane/Src/Corvane.h"
 
 #include <algorithm>
-#include <boost/convert.hpp>
-#include <boost/convert/stream.hpp>
 #include <cstring>
-#include <locale>
 #include <new>
 #include <type_traits>
 
+#include "Corvane/Src/PollInterval.h"
 #include "Corvane/Src/Trace.h"
 
 namespace NAMESPACE_Corvane {
@@ -33,7 +31,7 @@ MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile("Corvane.nls", 25966
 namespace {
 
 // Four words, of which the first one is the code of a message and the others are zero. The toolkit
-// may name them as it likes.
+// does not fix their names.
 template <class List>
 List MessageList(std::uint64_t code) {
   static_assert(sizeof(List) == 4 * sizeof code && std::is_trivially_copyable_v<List>);
@@ -47,7 +45,7 @@ List MessageList(std::uint64_t code) {
 MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList =
     MessageList<decltype(ErrorMsgList)>(0x21300001);
 
-// Behind the two objects that it points to.
+// Defined after the two objects that it points to.
 MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane(kModuleNumber, "Corvane", "P:7.7.0 F:7.7.0",
                                                &NLS::m_LngFile, &ErrorMsgList);
 
@@ -56,23 +54,10 @@ IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL = nullptr;
 namespace {
 
 constexpr std::uint32_t kInterfaceVersion = 2;
-constexpr std::uint32_t kDefaultPollInterval = 15;
-constexpr std::uint32_t kMinPollInterval = 2;
-constexpr std::uint32_t kMaxPollInterval = 255;
-
-// The longest path that the system takes.
+// The longest path of the system.
 constexpr std::size_t kDevicePathRoom = 4096;
 
-// Seconds as the configuration gives them, or the default for anything but a decimal number, which
-// has no grouped digits in any locale.
-std::uint32_t ParsePollInterval(const std::string& text) {
-  boost::cnv::basic_stream<char> converter;
-  converter(std::locale::classic());
-  const auto seconds = boost::convert<std::uint32_t>(text, converter);
-  return std::clamp(seconds.value_or(kDefaultPollInterval), kMinPollInterval, kMaxPollInterval);
-}
-
-// Runs a command that fills a list. Hosts never see a part of one.
+// Runs a command that fills a list, and empties the list if the command fails.
 template <class Element, class Command>
 unsigned int FillList(void* payload, Command command) {
   auto& list = *static_cast<std::vector<Element>*>(payload);
@@ -181,8 +166,8 @@ unsigned int IPLUGINAPI_IMPL::GetProperties(unsigned long objectId,
   return RouteProperties(objectId, kTexts, properties, PI::Property::UNDEFINED).m_Result;
 }
 
-// Works on a list of its own, so that the payload stays as it is unless there is a value, and
-// counts as a change of the object, found or not found the property.
+// Fills a list of its own, so that the payload stays as it is unless there is a value. Counts as a
+// change of the object, also when it does not have the property.
 unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty& property) {
   TRACED_GUARD(m_DataLock);
   static constexpr CountTexts kTexts = {"GetProperty", "GetProperty() Adapter = %d",
@@ -245,7 +230,7 @@ unsigned int createIf(IPLUGINAPI** instance) {
   try {
     plugin = new (std::nothrow) IPLUGINAPI_IMPL;
   } catch (const std::bad_alloc&) {
-    // Its members had no room either.
+    // There was no memory for its members.
   }
   *instance = plugin;
   if (plugin == nullptr) return PI::ERR_MEMORY_ERROR;

@@ -1,9 +1,7 @@
-// What the host reads from an adapter, does to it and is told of it, and its row.
-
-#include <algorithm>
+// Properties, operations and database row of an adapter.
 
 #include "Corvane/Src/CardLibrary.h"
-#include "Corvane/Src/CardTables.h"
+#include "Corvane/Src/ChangeEvents.h"
 #include "Corvane/Src/Corvane.h"
 #include "Corvane/Src/Endurance.h"
 #include "Corvane/Src/OperationTable.h"
@@ -51,7 +49,7 @@ const std::vector<int> kReasonChoices = {
     Value::LOGICAL_DRIVE_DEGRADED,
 };
 
-// Makes the handle of an adapter's card and opens it; whether that worked.
+// Makes the handle of an adapter's card and opens it. Whether that succeeded.
 bool OpenByName(const CFusionIOAdapter& adapter, CardHandle& iom, ErrorRecord& error) {
   if (CreateHandle(adapter.m_DevicePath, iom, error) == 0 && iom.Open(error) == 0) return true;
   iom.Adopt();  // destroyed also when it could not be made
@@ -68,7 +66,7 @@ class LiveAdapter {
   bool IsOpen() const { return m_IsOpen; }
   CardReader Card() { return CardReader(m_Iom, m_Error); }
 
-  // The last step of a request.
+  // Call it as the last step of a request.
   void Close() {
     if (!m_IsOpen) return;
     m_Iom.Close(m_Error);
@@ -83,7 +81,7 @@ class LiveAdapter {
   bool m_IsOpen;
 };
 
-// Rows that show a field of the record as it stands.
+// Rows that show a field of the record.
 
 template <std::string CFusionIOAdapter::*field>
 bool Text(LiveAdapter& adapter, CProperty& property) {
@@ -124,7 +122,7 @@ bool Choice(LiveAdapter& adapter, CProperty& property) {
   return true;
 }
 
-// Rows that are made.
+// Rows that are computed from the record.
 
 bool HardwareType(LiveAdapter&, CProperty& property) {
   property.SetValue(Value::PCI_EXPRESS_SSD_AIC, kHardwareChoices);
@@ -174,7 +172,7 @@ bool Status(LiveAdapter& adapter, CProperty& property) {
   return true;
 }
 
-// Rows that ask the card.
+// Rows that are read from the card.
 
 // The day on which the card will be worn out.
 bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
@@ -339,7 +337,7 @@ constexpr Row kAdapterProperties[] = {
     Row(Property::ACTIVITY, Choice<&Record::m_Activity, kActivityChoices>).Sort(23002),
 };
 
-// What is offered. A forced detach is served all the same, for a host that asks by number.
+// The listed operations. A forced detach is not listed, but a host can run it by number.
 constexpr OperationRow kAdapterOperations[] = {
     {PI::OP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
     {PI::OP_STOP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
@@ -347,17 +345,12 @@ constexpr OperationRow kAdapterOperations[] = {
     {PI::OP_DETACH, 1, 2, 1, 1, false, -1, 2, 22111},
 };
 
-bool IsLightOperation(std::uint32_t operationId) {
+bool IsLocateOperation(std::uint32_t operationId) {
   return operationId == PI::OP_LOCATE_DEVICE || operationId == PI::OP_STOP_LOCATE_DEVICE;
 }
 
-bool HasReason(const CFusionIOAdapter& adapter, int reason) {
-  const auto& reasons = adapter.m_StatusReasons;
-  return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
-}
-
-// Whether the light can be switched: the card's own answer, since nobody keeps one.
-unsigned int CheckLight(const CFusionIOAdapter& adapter, bool on) {
+// Whether the locate LED can be switched. The card is asked: its state is not kept in the record.
+unsigned int CheckLocateLED(const CFusionIOAdapter& adapter, bool on) {
   TRACE_AS("CheckAdapterOperation");
   ErrorRecord error;
   CardHandle iom;
@@ -367,13 +360,13 @@ unsigned int CheckLight(const CFusionIOAdapter& adapter, bool on) {
           error.Text());
     return PI::ERR_COMMAND_ERROR;
   }
-  const bool isOn = BeaconIsOn(iom, error);
+  const bool isOn = LocateLEDIsOn(iom, error);
   iom.Destroy();
   if (isOn != on) return PI::SUCCESS;
   return on ? PI::ERR_LOCATE_IN_PROGRESS : PI::ERR_NO_LOCATE_STARTED;
 }
 
-unsigned int SwitchLight(const CFusionIOAdapter& adapter, bool on) {
+unsigned int SwitchLocateLED(const CFusionIOAdapter& adapter, bool on) {
   TRACE_AS("ExecuteAdapterOperation");
   ErrorRecord error;
   CardHandle iom;
@@ -383,40 +376,13 @@ unsigned int SwitchLight(const CFusionIOAdapter& adapter, bool on) {
           error.Text());
     return PI::ERR_COMMAND_ERROR;
   }
-  code = SetBeacon(iom, on, error);
+  code = SetLocateLED(iom, on, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "ExecuteAdapterOperation, vsl_set_beacon_state = %d (%s)", code,
           error.Text());
   }
   iom.Destroy();
   return code == 0 ? PI::SUCCESS : PI::ERR_COMMAND_ERROR;
-}
-
-// Appends an event for each bit of the table that has risen.
-template <std::size_t N>
-void AppendRisen(std::uint64_t before, std::uint64_t after, const StatusBit (&bits)[N],
-                 PI::CEvent event, std::vector<PI::CEvent>& events) {
-  const std::uint64_t risen = ~before & after;
-  for (const StatusBit& row : bits) {
-    if (!IsSet(risen, row.m_Bit)) continue;
-    event.m_EventID = row.m_Event;
-    event.m_Severity = row.m_Severity;
-    events.push_back(event);
-  }
-}
-
-void Append(PI::_EVENT_ID id, PI::_SEVERITY severity, PI::CEvent event,
-            std::vector<PI::CEvent>& events) {
-  event.m_EventID = id;
-  event.m_Severity = severity;
-  events.push_back(event);
-}
-
-// Believes a new mask when the last three are alike; until then the stored one stands.
-void Debounce(const FlagHistory& history, std::uint64_t stored, std::uint64_t& current) {
-  const auto& last = history.m_Value;
-  const bool settled = last[0] == last[1] && last[1] == last[2] && last[0] != stored;
-  if (!settled) current = stored;
 }
 
 // The row of an adapter.
@@ -476,42 +442,6 @@ void TraceLiveValues(const CFusionIOAdapter& adapter) {
 
 }  // namespace
 
-void CFusionIOAdapter::Update(CFusionIOAdapter& current, std::vector<PI::CEvent>& events) {
-  PI::CEvent event;
-  event.m_ObjectID = m_ID;
-  event.m_Time = MBX::Misc::now();
-  event.m_SourceName = m_Name;
-  event.SetPlaceHolder1(m_Name);
-
-  std::uint64_t& slot = m_FlagHistoryIndex.m_Value;
-  m_ErrorHistory.m_Value[slot] = current.m_ErrorFlags;
-  m_WarningHistory.m_Value[slot] = current.m_WarningFlags;
-  m_InfoHistory.m_Value[slot] = current.m_InfoFlags;
-  slot = (slot + 1) % m_ErrorHistory.m_Value.size();
-  Debounce(m_ErrorHistory, m_ErrorFlags, current.m_ErrorFlags);
-  Debounce(m_WarningHistory, m_WarningFlags, current.m_WarningFlags);
-  Debounce(m_InfoHistory, m_InfoFlags, current.m_InfoFlags);
-
-  AppendRisen(m_ErrorFlags, current.m_ErrorFlags, kErrorBits, event, events);
-  AppendRisen(m_WarningFlags, current.m_WarningFlags, kWarningBits, event, events);
-  // A change of the information mask only opens the gate: what passes is decided by the warnings.
-  if (m_InfoFlags != current.m_InfoFlags) {
-    AppendRisen(m_WarningFlags, current.m_WarningFlags, kInfoBits, event, events);
-  }
-  const bool wasRaised = (m_ErrorFlags | m_WarningFlags | m_InfoFlags) != 0;
-  const bool isRaised = (current.m_ErrorFlags | current.m_WarningFlags | current.m_InfoFlags) != 0;
-  if (wasRaised && !isRaised) {
-    Append(PI::Event::CTRL_NORMAL, PI::SEVERITY_INFORMATION, event, events);
-  }
-  if (HasReason(current, Value::ATTACHED) && !HasReason(*this, Value::ATTACHED)) {
-    Append(PI::Event::CTRL_ATTACHED, PI::SEVERITY_INFORMATION, event, events);
-  }
-  if (HasReason(current, Value::DETACHED) && !HasReason(*this, Value::DETACHED)) {
-    Append(PI::Event::CTRL_DETACHED, PI::SEVERITY_ERROR, event, events);
-  }
-  ++m_ChangeCount;
-}
-
 unsigned int IPLUGINAPI_IMPL::GetAdapterProperties(CFusionIOAdapter& adapter,
                                                    std::vector<PI::CProperty>& properties,
                                                    unsigned int propertyId) {
@@ -533,7 +463,7 @@ unsigned int IPLUGINAPI_IMPL::GetAdapterOperations(CFusionIOAdapter& adapter,
                                                    std::vector<PI::COperation>& operations) {
   operations.clear();
   for (const OperationRow& row : kAdapterOperations) {
-    if (IsLightOperation(row.m_OperationID) && !adapter.m_HasBeacon) continue;
+    if (IsLocateOperation(row.m_OperationID) && !adapter.m_HasBeacon) continue;
     operations.push_back(MakeOperation(row));
   }
   return PI::SUCCESS;
@@ -547,10 +477,10 @@ unsigned int IPLUGINAPI_IMPL::CheckAdapterOperation(CFusionIOAdapter& adapter,
   unsigned int result = PI::SUCCESS;
   switch (operation.m_OperationID) {
     case PI::OP_LOCATE_DEVICE:
-      result = CheckLight(adapter, true);
+      result = CheckLocateLED(adapter, true);
       break;
     case PI::OP_STOP_LOCATE_DEVICE:
-      result = CheckLight(adapter, false);
+      result = CheckLocateLED(adapter, false);
       break;
     case PI::OP_ATTACH:
       if (!IsBusy(m_pAttachThread, m_AttachDevice)) {
@@ -579,10 +509,10 @@ unsigned int IPLUGINAPI_IMPL::ExecuteAdapterOperation(CFusionIOAdapter& adapter,
   unsigned int result = PI::SUCCESS;
   switch (operation.m_OperationID) {
     case PI::OP_LOCATE_DEVICE:
-      result = SwitchLight(adapter, true);
+      result = SwitchLocateLED(adapter, true);
       break;
     case PI::OP_STOP_LOCATE_DEVICE:
-      result = SwitchLight(adapter, false);
+      result = SwitchLocateLED(adapter, false);
       break;
     case PI::OP_ATTACH:
       TRACE(TRACE_RESULT, "ExecuteAdapterOperation(), OP_ATTACH, start Attach thread");
@@ -604,7 +534,7 @@ unsigned int IPLUGINAPI_IMPL::ExecuteAdapterOperation(CFusionIOAdapter& adapter,
   return result;
 }
 
-// The slot's last job makes way, ended or not: the check alone keeps a second one out.
+// Drops the last job of the slot, also one that still runs: only the check rejects a second job.
 void IPLUGINAPI_IMPL::StartJob(ThreadSlot& slot,
                                unsigned int (IPLUGINAPI_IMPL::*job)(const std::string&),
                                const CFusionIOAdapter& adapter) {
@@ -649,7 +579,7 @@ unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(AdapterRow& row,
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOAdapter& adapter) {
   TRACE_AS(__func__);
   return RunRowStatements(
-      [&] {
+      [&]() CORVANE_REQUIRES(m_DataLock) {
         AdapterRow row;
         SetDatabaseObjectProperties(row, adapter);
         m_Database->insert(row);
@@ -663,11 +593,11 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOAdapter& adapter) 
       });
 }
 
-// An adapter without a row gets none here.
+// Inserts no row for an adapter that has none.
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) {
   TRACE_AS(__func__);
   return RunRowStatements(
-      [&] {
+      [&]() CORVANE_REQUIRES(m_DataLock) {
         const std::vector<AdapterRow> old = m_Database->get_all<AdapterRow>(IsRowOf(adapter));
         if (old.empty()) return;
         AdapterRow row;
@@ -688,7 +618,7 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) 
 unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOAdapter& adapter) {
   TRACE_AS(__func__);
   return RunRowStatements(
-      [&] {
+      [&]() CORVANE_REQUIRES(m_DataLock) {
         m_Database->remove_all<AdapterRow>(IsRowOf(adapter));
         TRACE(TRACE_DATABASE, "Adapter (%s) (%d) removed from db.", adapter.m_Name,
               adapter.m_GlobalNumber);

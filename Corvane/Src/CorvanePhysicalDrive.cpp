@@ -1,5 +1,5 @@
-// What the host reads from a physical drive and does to it, and its row. What is read comes from
-// the last scan: no card is asked.
+// Properties, operations and database row of a physical drive. The properties come from the last
+// scan; no card is asked.
 
 #include <boost/algorithm/string.hpp>
 
@@ -40,7 +40,7 @@ bool Number(Drive& drive, CProperty& property) {
   return true;
 }
 
-// A card has one drive, so the numbers within the card tell nothing.
+// A card has one drive, so its numbers within the card are 0.
 bool Zero(Drive&, CProperty& property) {
   property.SetValue(0UL);
   return true;
@@ -104,15 +104,15 @@ constexpr Row kDriveProperties[] = {
     Row(Property::BLOCK_SIZE, SectorSize).Sort(23278).Unit(PI::UNITS_BYTES),
 };
 
-// What a host has chosen for a format. Without a word about it the sectors become the smallest.
+// What a host has chosen for a format. By default the sectors become the smallest.
 struct FormatRequest {
   int m_Formatting = Value::FACTORY_CAPACITY;
   int m_SizePercent = 100;
   std::uint32_t m_SectorSize;
 };
 
-// A parameter of another kind than expected, or that nobody knows, is passed over; of two the
-// later one counts. No range is checked: the card judges.
+// A parameter of an unexpected kind or an unknown name is ignored; of two the later one counts. No
+// range is checked: the card does that.
 FormatRequest ReadFormatRequest(const Drive& drive, std::vector<CProperty>& parameters) {
   FormatRequest request;
   request.m_SectorSize = drive.m_MinSectorSize;
@@ -157,7 +157,7 @@ bool Failed(const char* function, vsl_code code, const ErrorRecord& error) {
   return true;
 }
 
-// The largest size that over-formatting allows, or 0 when the card does not tell.
+// The largest size that over-formatting allows, or 0 when it cannot be read.
 std::uint64_t OverformatSize(FormatRef format, ErrorRecord& error) {
   if (Failed("vsl_iom_format_set_size_mode", AllowOverformat(format, error), error)) return 0;
   return MaxSizeBytes(format, error);
@@ -218,8 +218,8 @@ unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
   return result;
 }
 
-// Whether a unit has the state that is to be left. A handle that could not be made is destroyed by
-// one of the two callers and not by the other; the card library bears both.
+// Whether any unit has the state that the operation is to change. A handle that could not be made
+// is destroyed by one of the two callers and not by the other; the card library accepts both.
 unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnmade) {
   TRACE_AS("CheckPhysicalDriveOperation");
   ErrorRecord error;
@@ -265,7 +265,7 @@ std::string StateName(std::uint32_t state) {
   return ValueName(known ? static_cast<int>(state) : Value::OK);
 }
 
-// A percentage as the host's property of that kind holds it.
+// The percentage after a round trip through the host's property of that kind.
 int AsPercentProperty(std::uint32_t id, int percent) {
   CProperty property = MakeProperty(id, false);
   property.SetValue(percent, 1, 100, 1);
@@ -274,7 +274,7 @@ int AsPercentProperty(std::uint32_t id, int percent) {
   return held;
 }
 
-// What the card tells now. It is named and not opened, and the handle stays with the library.
+// The attributes of the card now. It is not opened, and its handle is left to the library.
 void FillLiveFields(DriveRow& row, const CFusionIOAdapter& adapter) {
   ErrorRecord error;
   CardHandle iom;
@@ -308,23 +308,6 @@ void FillLiveFields(DriveRow& row, const CFusionIOAdapter& adapter) {
 }
 
 }  // namespace
-
-void CFusionIOPhysicalDrive::Update(const CFusionIOPhysicalDrive& current,
-                                    const CFusionIOAdapter& adapter,
-                                    std::vector<PI::CEvent>& events) {
-  PI::CEvent event;
-  event.m_ObjectID = m_ID;
-  event.m_Time = MBX::Misc::now();
-  event.m_SourceName = m_Name;
-  event.SetPlaceHolder1(adapter.m_Name);
-  event.SetPlaceHolder2(m_Name);
-  if (m_FormattedSizeMiB != current.m_FormattedSizeMiB || m_SectorSize != current.m_SectorSize) {
-    event.m_EventID = PI::Event::PD_FORMAT_CHANGED;
-    event.m_Severity = PI::SEVERITY_INFORMATION;
-    events.push_back(event);
-  }
-  ++m_ChangeCount;
-}
 
 unsigned int IPLUGINAPI_IMPL::GetPhysicalDriveProperties(CFusionIOPhysicalDrive& drive,
                                                          std::vector<PI::CProperty>& properties,
@@ -384,7 +367,7 @@ unsigned int IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation(CFusionIOPhysicalDri
     default:
       break;
   }
-  // The worker wakes and notifies the host. It looks at no card before its next time-out.
+  // The worker wakes and notifies the host. It polls no card before its next timeout.
   if (result == PI::SUCCESS) m_PrivateEvent.Set();
   TRACE(TRACE_ENTRY, "LEAVE ExecutePhysicalDriveOperation() -> %d", result);
   return result;
@@ -426,7 +409,7 @@ void IPLUGINAPI_IMPL::FillRow(DriveRow& row, CFusionIOPhysicalDrive& drive,
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive) {
   TRACE_AS(__func__);
   return RunRowStatements(
-      [&] {
+      [&]() CORVANE_REQUIRES(m_DataLock) {
         for (const CFusionIOAdapter& adapter : m_Adapters) {
           if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
           DriveRow row;
@@ -444,7 +427,7 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& dri
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive) {
   TRACE_AS(__func__);
   return RunRowStatements(
-      [&] {
+      [&]() CORVANE_REQUIRES(m_DataLock) {
         for (const CFusionIOAdapter& adapter : m_Adapters) {
           if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
           const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(IsRowOf(drive));

@@ -1,19 +1,22 @@
-// The life of the plug-in: start and stop, the scan of the cards, the tree that the host sees, and
-// the plug-in object itself.
+// The life of the plug-in: start and stop, the worker, the scan of the cards and what it changes,
+// the jobs, the tree of objects, and the plug-in object itself.
 
 #include <algorithm>
-#include <boost/chrono.hpp>
-#include <boost/thread/thread.hpp>
 #include <cstdio>
 
+#include "Corvane/Src/AdapterIDs.h"
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/CardScan.h"
 #include "Corvane/Src/Corvane.h"
 #include "Corvane/Src/OperationTable.h"
+#include "Corvane/Src/PciIdentities.h"
 #include "Corvane/Src/PluginObjectTable.h"
+#include "Corvane/Src/PollInterval.h"
 #include "Corvane/Src/PropertyTable.h"
-#include "Corvane/Src/RecordComparison.h"
 #include "Corvane/Src/RowStatement.h"
+#include "Corvane/Src/Sleep.h"
+#include "Corvane/Src/StatusFlags.h"
+#include "Corvane/Src/SystemDifference.h"
 #include "Corvane/Src/Texts.h"
 #include "Corvane/Src/Trace.h"
 #include "Corvane/Src/WaitResults.h"
@@ -30,20 +33,9 @@ namespace Value = PI::Value;
 constexpr unsigned int kVslInitRetries = 60;
 constexpr unsigned int kStopLimitMs = 24999;
 
-// A host that has no number for an adapter leaves it at this.
-constexpr std::int32_t kNoGlobalNumber = -1;
-
-void Sleep(unsigned int milliseconds) {
-  boost::this_thread::sleep_for(boost::chrono::milliseconds(milliseconds));
-}
-
-template <class Record>
-Record* FindByCardIndex(std::vector<Record>& records, std::uint32_t cardIndex) {
-  const auto found =
-      std::find_if(records.begin(), records.end(),
-                   [cardIndex](const Record& record) { return record.m_CardIndex == cardIndex; });
-  return found == records.end() ? nullptr : &*found;
-}
+// Positions in the worker's waiter.
+constexpr unsigned int kForceWorker = 1;
+constexpr unsigned int kPrivateEvent = 3;
 
 bool Initialized(const char* name, int result) {
   if (result == 1) return true;
@@ -53,30 +45,9 @@ bool Initialized(const char* name, int result) {
   return false;
 }
 
-bool HasSupportedCard() {
-  std::vector<std::string> identities;
-  for (const DeviceFamily& family : kDeviceFamilies) AppendIdentities(family, identities);
-  int segment = 0;
-  int bus = 0;
-  int device = 0;
-  int function = 0;
-  return MBXX::CConfigManager::GetLocation(identities, 1, segment, bus, device, function);
-}
-
-// Goes to standard output whatever is traced.
+// Goes to standard output, whatever the trace level.
 void PrintAdapterCount(unsigned long count) {
   std::printf("%s:  Initialize:  adapter count is %lu\n", MBX_MODULE_INFO_Corvane.m_Name, count);
-}
-
-PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
-  PI::CAdapterID id;
-  id.m_Segment = static_cast<std::uint32_t>(adapter.m_PciSegment);
-  id.m_Bus = static_cast<std::uint32_t>(adapter.m_PciBus);
-  id.m_Device = static_cast<std::uint32_t>(adapter.m_PciDevice);
-  id.m_Function = static_cast<std::uint32_t>(adapter.m_PciFunction);
-  id.m_AdapterNumber = adapter.m_CardIndex;
-  id.m_GlobalNumber = kNoGlobalNumber;
-  return id;
 }
 
 void ReadAges(const CardReader& card, CFusionIOAdapter& adapter) {
@@ -94,34 +65,6 @@ void ReadAges(const CardReader& card, CFusionIOAdapter& adapter) {
     TRACE(TRACE_RESULT, "ScanSystem, vsl_has_reserve_warning_threshold_percent = %d",
           adapter.m_ReserveWarningPercent);
   }
-}
-
-// The watch.
-
-// Positions in the worker's waiter.
-constexpr unsigned int kForceWorker = 1;
-constexpr unsigned int kPrivateEvent = 3;
-
-// Hosts may set any interval by the limits that they send along. One of 0 seconds would leave the
-// worker no time to wait.
-std::uint64_t PollIntervalMs(std::uint32_t seconds) {
-  return std::max<std::uint64_t>(seconds, 1) * 1000;
-}
-
-unsigned int LookIntervalMs(std::uint32_t seconds) {
-  constexpr std::uint64_t kLongest = MBX::Threading::WAIT_INFINITE - 1;
-  return static_cast<unsigned int>(std::min(PollIntervalMs(seconds) / 3, kLongest));
-}
-
-PI::CEvent PlugEvent(const CFusionIOAdapter& adapter, PI::_EVENT_ID id, PI::_SEVERITY severity) {
-  PI::CEvent event;
-  event.m_ObjectID = adapter.m_ID;
-  event.m_EventID = id;
-  event.m_Severity = severity;
-  event.m_Time = MBX::Misc::now();
-  event.m_SourceName = adapter.m_Name;
-  event.SetPlaceHolder1(adapter.m_Name);
-  return event;
 }
 
 }  // namespace
@@ -162,7 +105,7 @@ bool IPLUGINAPI_IMPL::InitializeLocks() {
          Initialized("m_PrivateEvent", m_PrivateEvent.Init(false, false));
 }
 
-// The library is brought up twice: cards that the first start wakes are seen by the second.
+// The library is started twice: the second start finds cards that the first one woke.
 bool IPLUGINAPI_IMPL::StartCardLibrary() {
   TRACE_AS("Initialize");
   ErrorRecord error;
@@ -182,7 +125,7 @@ bool IPLUGINAPI_IMPL::StartCardLibrary() {
 
 void IPLUGINAPI_IMPL::FindControlDevices() {
   ErrorRecord error;
-  CardRef iom;  // replaced by each step of the walk, and never ours to destroy
+  CardRef iom;  // owned by the library and replaced at each step
   while (NextCard(iom, error)) {
     const CardReader card(iom, error);
     if (!card.Has(VSL(serial_number))) continue;
@@ -221,7 +164,7 @@ unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs)
 
 unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs) {
   m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
-  for (CFusionIOAdapter& adapter : m_Adapters) NameAdapter(adapter);
+  NameAdapters();
   using Work = MBX::Delegates_and_Calls::TDelegateR0<IPLUGINAPI_IMPL, unsigned int>;
   // An earlier worker keeps running, so its thread object is kept.
   m_LostWorkers.push_back(std::move(m_pWorkerThread));
@@ -230,17 +173,8 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& a
   return PI::SUCCESS;
 }
 
-void IPLUGINAPI_IMPL::NameAdapter(CFusionIOAdapter& adapter) const {
-  const PI::CAdapterID wanted = AdapterIDOf(adapter);
-  const auto found = std::find_if(
-      m_AdapterIDs.begin(), m_AdapterIDs.end(), [&wanted](const PI::CAdapterID& known) {
-        return known.m_Segment == wanted.m_Segment && known.m_Bus == wanted.m_Bus &&
-               known.m_Device == wanted.m_Device && known.m_Function == wanted.m_Function &&
-               known.m_GlobalNumber != kNoGlobalNumber;
-      });
-  if (found == m_AdapterIDs.end()) return;
-  const std::string name = IsMolt(adapter) ? adapter.m_Model : "SanDisk " + adapter.m_BoardName;
-  adapter.m_Name = Formatted("%s (%d)", name, found->m_GlobalNumber);
+void IPLUGINAPI_IMPL::NameAdapters() {
+  for (CFusionIOAdapter& adapter : m_Adapters) NameByNumber(m_AdapterIDs, adapter);
 }
 
 unsigned int IPLUGINAPI_IMPL::DeInitialize() {
@@ -272,8 +206,8 @@ bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
   return any;
 }
 
-// Whichever thread is late, it is the worker that is canceled: a job that drives a card is left to
-// the card.
+// Whichever thread is late, only the worker is canceled. A job is never interrupted while its card
+// works.
 void IPLUGINAPI_IMPL::CancelThreads() {
   TRACE_AS("DeInitialize");
   for (const NamedThread& thread : Threads()) {
@@ -288,36 +222,20 @@ std::array<IPLUGINAPI_IMPL::NamedThread, 3> IPLUGINAPI_IMPL::Threads() const {
       {{"Worker", &m_pWorkerThread}, {"Attach", &m_pAttachThread}, {"Detach", &m_pDetachThread}}};
 }
 
-unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
-                                             unsigned long& warnings, unsigned long& info) {
-  struct Mask {
-    decltype(VSL(current_errors)) m_Attribute;
-    std::uint64_t m_Ignored;
-    unsigned long& m_Value;
-  };
-  const Mask masks[] = {
-      {VSL(current_errors), 0, errors},
-      {VSL(current_warnings), kIgnoredWarnings, warnings},
-      {VSL(current_info), kIgnoredInfo, info},
-  };
-  ErrorRecord error;
-  const CardReader card(CardRef(iom), error);
-  for (const Mask& mask : masks) {
-    if (!card.Has(mask.m_Attribute)) continue;
-    std::uint64_t samples[5];
-    for (std::uint64_t& sample : samples) {
-      if (&sample != std::begin(samples)) Sleep(1);
-      sample = card.Get(mask.m_Attribute) & ~mask.m_Ignored;
-    }
-    const bool settled = std::equal(std::begin(samples) + 1, std::end(samples), samples);
-    if (settled) mask.m_Value = samples[0];
-  }
-  return PI::SUCCESS;
+bool IPLUGINAPI_IMPL::IsRunning(const ThreadSlot& thread) {
+  return thread != nullptr && thread->GetHandle() != 0 && thread->Wait(0) == kWaitTimedOut;
 }
+
+// The objects.
 
 unsigned long IPLUGINAPI_IMPL::NewID() {
   constexpr unsigned long kModuleBits = static_cast<unsigned long>(kModuleNumber) << 48U;
   return m_NextID++ | kModuleBits;
+}
+
+void IPLUGINAPI_IMPL::LinkToPlugin(CFusionIOAdapter& adapter) {
+  adapter.m_Parents.assign(1, m_Plugin.m_ID);
+  m_Plugin.m_Children.push_back(adapter.m_ID);
 }
 
 unsigned int IPLUGINAPI_IMPL::LockObjects(int adapter, int drive) {
@@ -342,6 +260,133 @@ void IPLUGINAPI_IMPL::MarkAll(bool locked) {
   m_Plugin.m_Locked = locked;
   for (CFusionIOAdapter& adapter : m_Adapters) adapter.m_Locked = locked;
   for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) drive.m_Locked = locked;
+}
+
+// The worker.
+
+unsigned int IPLUGINAPI_IMPL::Worker() {
+  TRACE(TRACE_ENTRY, "ENTER Worker()");
+  MBX::Threading::CWaitInterval interval(QuickPollIntervalMs(m_PollInterval));
+  MBX::Threading::CWaiter waiter;
+  waiter.Add(m_ForceWorker);
+  waiter.Add(m_StopRequest);
+  waiter.Add(m_PrivateEvent);
+  PollState state;
+  for (;;) {
+    const unsigned int signalled = waiter.Wait(interval, false);
+    if (signalled == kPrivateEvent) {
+      TRACE(TRACE_FLOW, "Worker() m_PrivateEvent event received");
+      UnlockObjects();
+      m_HostNotify(this);
+    } else if (signalled == kWaitTimedOut) {
+      TRACE(TRACE_FLOW, "Worker() timeout event received");
+      state.m_ScanDue |= state.Age() > ScanIntervalMs(m_PollInterval);
+      Poll(state);
+    } else if (signalled == kForceWorker) {
+      TRACE(TRACE_FLOW, "Worker() m_ForceWorker event received, force scan");
+      state.m_ScanDue = true;
+      Poll(state);
+    } else {
+      break;
+    }
+    TRACE(TRACE_ENTRY, "Worker() before restart interval");
+    interval.Restart(QuickPollIntervalMs(m_PollInterval));
+  }
+  TRACE(TRACE_FLOW, "Worker() something else perhaps m_StopRequest");
+  TRACE(TRACE_ENTRY, "LEAVE Worker()");
+  return 1;
+}
+
+void IPLUGINAPI_IMPL::Poll(PollState& state) {
+  TRACE_AS("Worker");
+  TRACED_WAIT(m_DataLock, dataLocked, "Release ()");
+  if (!dataLocked) return;
+  if (!state.m_ScanDue && !AnyCardHasChanged()) {
+    TRACED_RELEASE(m_DataLock);
+    return;
+  }
+  TRACED_WAIT(m_EventsLock, eventsLocked, "Release ()");
+  if (!eventsLocked) {
+    TRACED_RELEASE(m_DataLock);
+    state.m_ScanDue = true;
+    return;
+  }
+  const unsigned int result = Rescan(state);
+  const bool hasEvents = !m_Events.empty();
+  TRACED_RELEASE(m_EventsLock);
+  const bool notify = hasEvents || result == PI::SUCCESS;
+  if (notify) UnlockObjects();
+  TRACED_RELEASE(m_DataLock);
+  if (notify) m_HostNotify(this);
+  state.m_ScanDue = false;
+}
+
+// The quick poll: reads only what changes by itself, and keeps nothing of it. A card that cannot be
+// opened is left to the next scan.
+bool IPLUGINAPI_IMPL::AnyCardHasChanged() {
+  bool changed = false;
+  const std::size_t count = std::min<std::size_t>(m_AdapterCount, m_Adapters.size());
+  for (std::size_t index = 0; index < count; ++index) changed |= HasChanged(m_Adapters[index]);
+  return changed;
+}
+
+bool IPLUGINAPI_IMPL::HasChanged(const CFusionIOAdapter& adapter) {
+  TRACE_AS("Worker");
+  ErrorRecord error;
+  CardHandle iom(error);
+  vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "Worker, vsl_iom_create_by_name = %d (%s)", code, error.Text());
+    return false;
+  }
+  code = iom.Open(error);
+  if (code != 0) {
+    TRACE(TRACE_RESULT, "Worker, vsl_open = %d (%s)", code, error.Text());
+    iom.Destroy();
+    return false;
+  }
+  unsigned long errors = adapter.m_ErrorFlags;
+  unsigned long warnings = adapter.m_WarningFlags;
+  unsigned long info = adapter.m_InfoFlags;
+  GetStatusFlags(iom.Raw(), errors, warnings, info);
+  const auto read = CardReader(iom, error).Read(VSL(iom_state));
+  const std::uint32_t state = read ? CorrectedState(*read, &adapter.m_DevicePath) : 0;
+  iom.Close(error);
+  iom.Destroy();
+  return errors != adapter.m_ErrorFlags || warnings != adapter.m_WarningFlags ||
+         info != adapter.m_InfoFlags || state != adapter.m_IomState;
+}
+
+unsigned int IPLUGINAPI_IMPL::GetStatusFlags(void*& iom, unsigned long& errors,
+                                             unsigned long& warnings, unsigned long& info) {
+  ErrorRecord error;
+  ReadStatusFlags(CardReader(CardRef(iom), error), errors, warnings, info);
+  return PI::SUCCESS;
+}
+
+unsigned int IPLUGINAPI_IMPL::Rescan(PollState& state) {
+  TRACE_AS("Worker");
+  m_Plugin.m_Children.clear();
+  m_Plugin.m_Parents.clear();
+  std::vector<CFusionIOAdapter> adapters;
+  std::vector<CFusionIOPhysicalDrive> drives;
+  TRACE(TRACE_RESULT, "Before ScanSystem()");
+  unsigned int result = ScanSystem(adapters, drives, false);
+  TRACE(TRACE_RESULT, "After ScanSystem() ret = %d", result);
+  state.m_LastScan = MBX::Misc::now();
+  if (result == PI::SUCCESS) {
+    TRACE(TRACE_RESULT, "Before UpdateSystem()");
+    result = UpdateSystem(adapters, drives);
+    TRACE(TRACE_RESULT, "After UpdateSystem() ret = %d", result);
+    m_Plugin.m_Children.clear();
+    for (CFusionIOAdapter& adapter : m_Adapters) {
+      LinkToPlugin(adapter);
+      ++adapter.m_ChangeCount;
+    }
+  }
+  ++m_Plugin.m_ChangeCount;
+  TRACE(TRACE_FLOW, "Worker() after bscan");
+  return result;
 }
 
 // The scan.
@@ -415,23 +460,7 @@ void IPLUGINAPI_IMPL::IdentifyAdapter(CFusionIOAdapter& adapter, bool initial) {
   adapter.m_InfoFlags = known->m_InfoFlags;
 }
 
-void IPLUGINAPI_IMPL::IdentifyDrive(CFusionIOPhysicalDrive& drive, bool initial) {
-  if (initial) {
-    drive.m_ID = NewID();
-    return;
-  }
-  const CFusionIOPhysicalDrive* known = FindByCardIndex(m_PhysicalDrives, drive.m_CardIndex);
-  if (known == nullptr) {
-    drive.m_ID = NewID();
-    TRACE_AS("ScanSystem");
-    TRACE(TRACE_ENTRY, "The drive is not found yet!");
-    return;
-  }
-  drive.m_ID = known->m_ID;
-  drive.m_ChangeCount = known->m_ChangeCount;
-}
-
-// The order of the reads is that in which the cards are used to being asked.
+// The order of the reads is fixed.
 void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
                                   CFusionIOPhysicalDrive& drive, bool initial) {
   ErrorRecord error;
@@ -442,8 +471,8 @@ void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
   SetLocations(adapter, drive);
   card.ReadInto(adapter.m_PciSlot, VSL(pci_slot_num));
   adapter.m_HasBeacon = card.Has(VSL(beacon_state));
-  // A light left on by an earlier run does not outlive the start.
-  if (adapter.m_HasBeacon && initial) SetBeacon(iom, false, error);
+  // A locate LED that an earlier run left on is switched off.
+  if (adapter.m_HasBeacon && initial) SetLocateLED(iom, false, error);
   card.ReadInto(adapter.m_SerialNumber, VSL(serial_number));
   drive.m_SerialNumber = adapter.m_SerialNumber;
   ReadFirmwareVersion(card, adapter);
@@ -457,7 +486,7 @@ void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
   SetStatus(adapter);
   ScanCardState(card, adapter);
   ReadWriteThrottling(card, adapter);
-  NameAdapter(adapter);
+  NameByNumber(m_AdapterIDs, adapter);
   if (const auto bytes = card.Read(VSL(factory_size_bytes))) adapter.m_FactorySizeMiB = MiB(*bytes);
   ReadAges(card, adapter);
 }
@@ -470,14 +499,14 @@ void IPLUGINAPI_IMPL::ScanCardState(const CardReader& card, CFusionIOAdapter& ad
     adapter.m_Status = Value::FAILED;
     return;
   }
-  // By position in the list and not by the adapter's own path: that is what the jobs go by.
+  // By position, not by card index: after a card has gone, this may be the path of another one.
   const std::size_t index = adapter.m_CardIndex;
   const std::string* path = index < m_Adapters.size() ? &m_Adapters[index].m_DevicePath : nullptr;
   adapter.m_IomState = CorrectedState(*read, path);
 
   const CardState& state = StateOf(adapter.m_IomState);
   if (state.m_Effect == StatusEffect::Fail) adapter.m_Status = Value::FAILED;
-  if (state.m_Effect == StatusEffect::Soften && adapter.m_Status != Value::FAILED) {
+  if (state.m_Effect == StatusEffect::Degrade && adapter.m_Status != Value::FAILED) {
     adapter.m_Status = Value::WARNING;
   }
   if (state.m_Activity != 0) adapter.m_Activity = static_cast<std::uint32_t>(state.m_Activity);
@@ -519,216 +548,169 @@ void IPLUGINAPI_IMPL::ScanDrive(CardRef iom, const CFusionIOAdapter& adapter,
   drive.m_Name = DriveName(adapter, drive);
 }
 
-// The watch.
-
-unsigned int IPLUGINAPI_IMPL::Worker() {
-  TRACE(TRACE_ENTRY, "ENTER Worker()");
-  MBX::Threading::CWaitInterval interval(LookIntervalMs(m_PollInterval));
-  MBX::Threading::CWaiter waiter;
-  waiter.Add(m_ForceWorker);
-  waiter.Add(m_StopRequest);
-  waiter.Add(m_PrivateEvent);
-  Watch watch;
-  for (;;) {
-    const unsigned int signalled = waiter.Wait(interval, false);
-    if (signalled == kPrivateEvent) {
-      TRACE(TRACE_FLOW, "Worker() m_PrivateEvent event received");
-      UnlockObjects();
-      m_HostNotify(this);
-    } else if (signalled == kWaitTimedOut) {
-      TRACE(TRACE_FLOW, "Worker() timeout event received");
-      watch.m_ScanDue |= watch.Age() > PollIntervalMs(m_PollInterval);
-      Look(watch);
-    } else if (signalled == kForceWorker) {
-      TRACE(TRACE_FLOW, "Worker() m_ForceWorker event received, force scan");
-      watch.m_ScanDue = true;
-      Look(watch);
-    } else {
-      break;
-    }
-    TRACE(TRACE_ENTRY, "Worker() before restart interval");
-    interval.Restart(LookIntervalMs(m_PollInterval));
-  }
-  TRACE(TRACE_FLOW, "Worker() something else perhaps m_StopRequest");
-  TRACE(TRACE_ENTRY, "LEAVE Worker()");
-  return 1;
-}
-
-void IPLUGINAPI_IMPL::Look(Watch& watch) {
-  TRACE_AS("Worker");
-  TRACED_WAIT(m_DataLock, dataLocked, "Release ()");
-  if (dataLocked != kWaitSucceeded) return;
-  if (!watch.m_ScanDue && !CardsLookDifferent()) {
-    TRACED_RELEASE(m_DataLock);
+void IPLUGINAPI_IMPL::IdentifyDrive(CFusionIOPhysicalDrive& drive, bool initial) {
+  if (initial) {
+    drive.m_ID = NewID();
     return;
   }
-  TRACED_WAIT(m_EventsLock, eventsLocked, "Release ()");
-  if (eventsLocked != kWaitSucceeded) {
-    TRACED_RELEASE(m_DataLock);
-    watch.m_ScanDue = true;
+  const CFusionIOPhysicalDrive* known = FindByCardIndex(m_PhysicalDrives, drive.m_CardIndex);
+  if (known == nullptr) {
+    drive.m_ID = NewID();
+    TRACE_AS("ScanSystem");
+    TRACE(TRACE_ENTRY, "The drive is not found yet!");
     return;
   }
-  const unsigned int result = Rescan(watch);
-  const bool hasEvents = !m_Events.empty();
-  TRACED_RELEASE(m_EventsLock);
-  const bool worthTelling = hasEvents || result == PI::SUCCESS;
-  if (worthTelling) UnlockObjects();
-  TRACED_RELEASE(m_DataLock);
-  if (worthTelling) m_HostNotify(this);
-  watch.m_ScanDue = false;
+  drive.m_ID = known->m_ID;
+  drive.m_ChangeCount = known->m_ChangeCount;
 }
 
-// Only the numbers that change by themselves are read, and nothing is kept of them. A card that
-// cannot be opened is left to the next scan.
-bool IPLUGINAPI_IMPL::CardsLookDifferent() {
-  bool different = false;
-  const std::size_t count = std::min<std::size_t>(m_AdapterCount, m_Adapters.size());
-  for (std::size_t index = 0; index < count; ++index) {
-    different |= LooksDifferent(m_Adapters[index]);
-  }
-  return different;
-}
-
-bool IPLUGINAPI_IMPL::LooksDifferent(const CFusionIOAdapter& adapter) {
-  TRACE_AS("Worker");
-  ErrorRecord error;
-  CardHandle iom(error);
-  vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
-  if (code != 0) {
-    TRACE(TRACE_RESULT, "Worker, vsl_iom_create_by_name = %d (%s)", code, error.Text());
-    return false;
-  }
-  code = iom.Open(error);
-  if (code != 0) {
-    TRACE(TRACE_RESULT, "Worker, vsl_open = %d (%s)", code, error.Text());
-    iom.Destroy();
-    return false;
-  }
-  unsigned long errors = adapter.m_ErrorFlags;
-  unsigned long warnings = adapter.m_WarningFlags;
-  unsigned long info = adapter.m_InfoFlags;
-  GetStatusFlags(iom.Raw(), errors, warnings, info);
-  const auto read = CardReader(iom, error).Read(VSL(iom_state));
-  const std::uint32_t state = read ? CorrectedState(*read, &adapter.m_DevicePath) : 0;
-  iom.Close(error);
-  iom.Destroy();
-  return errors != adapter.m_ErrorFlags || warnings != adapter.m_WarningFlags ||
-         info != adapter.m_InfoFlags || state != adapter.m_IomState;
-}
-
-unsigned int IPLUGINAPI_IMPL::Rescan(Watch& watch) {
-  TRACE_AS("Worker");
-  m_Plugin.m_Children.clear();
-  m_Plugin.m_Parents.clear();
-  std::vector<CFusionIOAdapter> adapters;
-  std::vector<CFusionIOPhysicalDrive> drives;
-  TRACE(TRACE_RESULT, "Before ScanSystem()");
-  unsigned int result = ScanSystem(adapters, drives, false);
-  TRACE(TRACE_RESULT, "After ScanSystem() ret = %d", result);
-  watch.m_LastScan = MBX::Misc::now();
-  if (result == PI::SUCCESS) {
-    TRACE(TRACE_RESULT, "Before UpdateSystem()");
-    result = UpdateSystem(adapters, drives);
-    TRACE(TRACE_RESULT, "After UpdateSystem() ret = %d", result);
-    m_Plugin.m_Children.clear();
-    for (CFusionIOAdapter& adapter : m_Adapters) {
-      LinkToPlugin(adapter);
-      ++adapter.m_ChangeCount;
-    }
-  }
-  ++m_Plugin.m_ChangeCount;
-  TRACE(TRACE_FLOW, "Worker() after bscan");
-  return result;
-}
-
-void IPLUGINAPI_IMPL::LinkToPlugin(CFusionIOAdapter& adapter) {
-  adapter.m_Parents.assign(1, m_Plugin.m_ID);
-  m_Plugin.m_Children.push_back(adapter.m_ID);
-}
+// The changes.
 
 unsigned int IPLUGINAPI_IMPL::UpdateSystem(std::vector<CFusionIOAdapter>& adapters,
                                            std::vector<CFusionIOPhysicalDrive>& drives) {
   TRACE(TRACE_ENTRY, "ENTER UpdateSystem for %d adapter, %d physicalDrives", adapters.size(),
         drives.size());
-  Difference difference;
-  UpdateAdapters(adapters, drives, difference);
-  m_Plugin.m_Children.clear();
-  for (CFusionIOAdapter& adapter : adapters) LinkToPlugin(adapter);
-  // Element by element where both vectors have one, which leaves the flag histories in place.
-  m_Adapters = adapters;
-  UpdateDrives(adapters, drives, difference);
-  m_PhysicalDrives = drives;
-  if (!difference.m_Events.empty()) {
-    TRACED_GUARD(m_EventsLock);
-    m_Events.insert(m_Events.end(), difference.m_Events.begin(), difference.m_Events.end());
-  }
-  WriteRows(difference, drives);
-  const unsigned int result = difference.m_Any ? PI::SUCCESS : PI::ERR_GENERAL;
+  SystemDifference difference =
+      Compare(m_Adapters, m_PhysicalDrives, adapters, drives, MBX::Misc::now());
+  Store(difference, adapters, drives);
+  Announce(difference);
+  const unsigned int result = difference.Any() ? PI::SUCCESS : PI::ERR_GENERAL;
   TRACE(TRACE_ENTRY, "LEAVE UpdateSystem ret = %d", result);
   return result;
 }
 
-void IPLUGINAPI_IMPL::UpdateAdapters(std::vector<CFusionIOAdapter>& scanned,
-                                     std::vector<CFusionIOPhysicalDrive>& drives,
-                                     Difference& difference) {
-  for (CFusionIOAdapter& adapter : scanned) {
-    CFusionIOAdapter* stored = FindByCardIndex(m_Adapters, adapter.m_CardIndex);
-    if (stored == nullptr) {
-      AddAdapter(adapter, drives, difference);
-    } else if (Differ(*stored, adapter)) {
-      stored->Update(adapter, difference.m_Events);
-      // The stored one: its row stays one scan behind.
-      difference.m_ChangedAdapters.push_back(*stored);
-      difference.m_Any = true;
-    }
+void IPLUGINAPI_IMPL::Store(const SystemDifference& difference,
+                            std::vector<CFusionIOAdapter>& adapters,
+                            std::vector<CFusionIOPhysicalDrive>& drives) {
+  for (const AdapterChange& change : difference.m_ChangedAdapters) {
+    const std::uint32_t card = change.m_Before.m_CardIndex;
+    CopyHistories(change.m_Before, *FindByCardIndex(m_Adapters, card));
+    *FindByCardIndex(adapters, card) = change.m_After;
   }
-  for (const CFusionIOAdapter& stored : m_Adapters) {
-    if (FindByCardIndex(scanned, stored.m_CardIndex) != nullptr) continue;
-    ++m_Plugin.m_ChangeCount;
-    difference.m_Events.push_back(
-        PlugEvent(stored, PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING));
-    difference.m_RemovedAdapters.push_back(stored);
-    difference.m_Any = true;
+  for (const CFusionIOPhysicalDrive& drive : difference.m_AddedDrives) {
+    FindByCardIndex(drives, drive.m_CardIndex)->m_GlobalNumber = drive.m_GlobalNumber;
   }
+  m_Plugin.m_ChangeCount += difference.m_AddedAdapters.size() + difference.m_RemovedAdapters.size();
+  m_Plugin.m_Children.clear();
+  for (CFusionIOAdapter& adapter : adapters) LinkToPlugin(adapter);
+  // Element by element where both vectors have one, which leaves the flag histories in place.
+  m_Adapters = adapters;
+  m_PhysicalDrives = drives;
 }
 
-void IPLUGINAPI_IMPL::AddAdapter(const CFusionIOAdapter& adapter,
-                                 std::vector<CFusionIOPhysicalDrive>& drives,
-                                 Difference& difference) {
-  ++m_Plugin.m_ChangeCount;
-  difference.m_Events.push_back(
-      PlugEvent(adapter, PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION));
-  difference.m_AddedAdapters.push_back(adapter);
-  difference.m_Any = true;
-  const auto drive = std::find_if(drives.begin(), drives.end(), [&adapter](const auto& each) {
-    return each.m_SerialNumber == adapter.m_SerialNumber;
-  });
-  if (drive == drives.end()) return;
-  drive->m_GlobalNumber = adapter.m_GlobalNumber;
-  difference.m_AddedDrives.push_back(*drive);
-}
-
-void IPLUGINAPI_IMPL::UpdateDrives(std::vector<CFusionIOAdapter>& adapters,
-                                   const std::vector<CFusionIOPhysicalDrive>& scanned,
-                                   Difference& difference) {
-  for (const CFusionIOPhysicalDrive& drive : scanned) {
-    CFusionIOPhysicalDrive* stored = FindByCardIndex(m_PhysicalDrives, drive.m_CardIndex);
-    if (stored == nullptr || !Differ(*stored, drive)) continue;
-    const CFusionIOAdapter* adapter = FindByCardIndex(adapters, stored->m_CardIndex);
-    if (adapter != nullptr) stored->Update(drive, *adapter, difference.m_Events);
-    difference.m_Any = true;
-  }
-}
-
-// A failure is traced and forgotten: rows may lag behind until the next change.
-void IPLUGINAPI_IMPL::WriteRows(Difference& difference,
-                                std::vector<CFusionIOPhysicalDrive>& drives) {
+// A row that fails is traced and left as it is until the next change.
+void IPLUGINAPI_IMPL::Announce(SystemDifference& difference) {
+  if (!difference.m_Events.empty()) QueueEvents("UpdateSystem", difference.m_Events);
   for (CFusionIOAdapter& adapter : difference.m_AddedAdapters) InsertObjectToDatabase(adapter);
-  for (CFusionIOAdapter& adapter : difference.m_ChangedAdapters) UpdateObjectInDatabase(adapter);
+  // The row of a changed adapter shows the record before this scan.
+  for (AdapterChange& change : difference.m_ChangedAdapters) {
+    UpdateObjectInDatabase(change.m_Before);
+  }
   for (CFusionIOAdapter& adapter : difference.m_RemovedAdapters) DeleteObjectFromDatabase(adapter);
   for (CFusionIOPhysicalDrive& drive : difference.m_AddedDrives) InsertObjectToDatabase(drive);
-  for (CFusionIOPhysicalDrive& drive : drives) UpdateObjectInDatabase(drive);
+  for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) UpdateObjectInDatabase(drive);
   UpdateObjectInDatabase(m_Plugin);
+}
+
+void IPLUGINAPI_IMPL::QueueEvents(const char* function, const std::vector<PI::CEvent>& events) {
+  TRACE_AS(function);
+  TRACED_GUARD(m_EventsLock);
+  m_Events.insert(m_Events.end(), events.begin(), events.end());
+}
+
+// The jobs.
+
+struct IPLUGINAPI_IMPL::CardJob {
+  const char* m_Name;  // as its trace lines and their function column have it
+  std::string IPLUGINAPI_IMPL::*m_Device;
+  const char* m_CreateName;
+  CreateJob m_Create;
+  bool m_Forced;
+  PI::_EVENT_ID m_FailureEvent;
+  PI::_SEVERITY m_FailureSeverity;
+};
+
+unsigned int IPLUGINAPI_IMPL::Attach(const std::string& device) {
+  return RunJob({"Attach", &IPLUGINAPI_IMPL::m_AttachDevice, "vsl_iom_attach_create",
+                 vsl_iom_attach_create, false, PI::Event::CTRL_ATTACH_FAILED, PI::SEVERITY_ERROR},
+                device);
+}
+
+// A card in use rejects an ordinary detach, which is only a warning.
+unsigned int IPLUGINAPI_IMPL::Detach(const std::string& device) {
+  return RunJob({"Detach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
+                 vsl_iom_detach_create, false, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_WARNING},
+                device);
+}
+
+unsigned int IPLUGINAPI_IMPL::ForceDetach(const std::string& device) {
+  return RunJob({"ForceDetach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
+                 vsl_iom_detach_create, true, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_ERROR},
+                device);
+}
+
+unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& device) {
+  TRACE_AS(job.m_Name);
+  TRACE(TRACE_ENTRY, "ENTER %s(%s)", job.m_Name, device);
+  SetDevice(this->*job.m_Device, device);
+  const PI::CEvent failure = FailureOf(job, device);
+  DriveCard(job, device, failure);
+  SetDevice(this->*job.m_Device, "");
+  TRACE(TRACE_ENTRY, "LEAVE %s()", job.m_Name);
+  return 1;
+}
+
+// There is room for every path, so the text is written in place.
+[[gnu::noinline]] void IPLUGINAPI_IMPL::SetDevice(std::string& slot, const std::string& device) {
+  slot.assign(device);
+}
+
+// Prepared before the work, because the adapter may be gone after it.
+PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
+  TRACE_AS(job.m_Name);
+  TRACED_WAIT(m_DataLock, locked, "Release ()");
+  static_cast<void>(locked);
+  const PI::CEvent event = FailureEvent(job, device);
+  TRACED_RELEASE(m_DataLock);
+  return event;
+}
+
+PI::CEvent IPLUGINAPI_IMPL::FailureEvent(const CardJob& job, const std::string& device) {
+  const auto adapter =
+      std::find_if(m_Adapters.begin(), m_Adapters.end(),
+                   [&device](const CFusionIOAdapter& each) { return each.m_DevicePath == device; });
+  if (adapter == m_Adapters.end()) return PI::CEvent();
+  PI::CEvent event = EventOf(*adapter, MBX::Misc::now());
+  event.m_EventID = job.m_FailureEvent;
+  event.m_Severity = job.m_FailureSeverity;
+  return event;
+}
+
+void IPLUGINAPI_IMPL::DriveCard(const CardJob& job, const std::string& device,
+                                const PI::CEvent& failure) {
+  ErrorRecord error;
+  const auto failed = [&](const char* function, vsl_code code) {
+    return JobFailed(job, function, code, error, failure);
+  };
+  CardHandle iom;
+  if (failed("vsl_iom_create_by_name", CreateHandle(device, iom, error))) return;
+  JobHandle operation;
+  const bool isReady =
+      !failed(job.m_CreateName, CreateHandle(iom, job.m_Create, operation, error)) &&
+      !(job.m_Forced && failed("vsl_iom_detach_set_force", SetForced(operation, error))) &&
+      !failed("vsl_op_start", Start(operation, error));
+  if (isReady) failed("vsl_op_wait_for_result", WaitForResult(operation, error));
+  operation.Destroy();
+  iom.Destroy();
+}
+
+bool IPLUGINAPI_IMPL::JobFailed(const CardJob& job, const char* function, std::uint64_t code,
+                                const ErrorRecord& error, const PI::CEvent& failure) {
+  if (code == 0) return false;
+  TRACE_AS(job.m_Name);
+  TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, error.Text());
+  QueueEvents(job.m_Name, {failure});
+  return true;
 }
 
 // The tree.
@@ -812,7 +794,7 @@ unsigned int IPLUGINAPI_IMPL::GetEvents(CFusionIOPlugin&, PI::COperation& operat
   TRACE(TRACE_ENTRY, "ENTER GetEvents()");
   operation.m_Events.clear();
   TRACED_WAIT(m_EventsLock, locked, "Release()");
-  if (locked != kWaitSucceeded) return PI::SUCCESS;
+  if (!locked) return PI::SUCCESS;
   operation.m_Events = m_Events;
   m_Events.clear();
   TRACED_RELEASE(m_EventsLock);
@@ -837,7 +819,7 @@ unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(RaidDataModels::Plugin
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPlugin& plugin) {
   TRACE_AS(__func__);
   return RunRowStatements(
-      [&] {
+      [&]() CORVANE_REQUIRES(m_DataLock) {
         RaidDataModels::Plugin row;
         SetDatabaseObjectProperties(row, plugin);
         m_Database->insert(row);
@@ -854,7 +836,7 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPlugin&) {
 unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOPlugin&) {
   TRACE_AS(__func__);
   return RunRowStatements(
-      [&] {
+      [&]() CORVANE_REQUIRES(m_DataLock) {
         using DatabaseORM::is_equal;
         m_Database->remove_all<RaidDataModels::Plugin>(
             DatabaseORM::where(is_equal(&RaidDataModels::Plugin::pluginName, kPluginName)));
@@ -864,116 +846,6 @@ unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOPlugin&) {
         TRACE(TRACE_DATABASE,
               "Exception thrown during removing SanDisk plugin object from db. (%s)", why);
       });
-}
-
-// The jobs that take a card in or out.
-
-struct IPLUGINAPI_IMPL::CardJob {
-  const char* m_Name;  // as its trace lines and their function column have it
-  std::string IPLUGINAPI_IMPL::*m_Device;
-  const char* m_CreateName;
-  CreateJob m_Create;
-  bool m_Forced;
-  PI::_EVENT_ID m_FailureEvent;
-  PI::_SEVERITY m_FailureSeverity;
-};
-
-unsigned int IPLUGINAPI_IMPL::Attach(const std::string& device) {
-  return RunJob({"Attach", &IPLUGINAPI_IMPL::m_AttachDevice, "vsl_iom_attach_create",
-                 vsl_iom_attach_create, false, PI::Event::CTRL_ATTACH_FAILED, PI::SEVERITY_ERROR},
-                device);
-}
-
-// That a card in use refuses to go is no error, as long as nobody forces it.
-unsigned int IPLUGINAPI_IMPL::Detach(const std::string& device) {
-  return RunJob({"Detach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
-                 vsl_iom_detach_create, false, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_WARNING},
-                device);
-}
-
-unsigned int IPLUGINAPI_IMPL::ForceDetach(const std::string& device) {
-  return RunJob({"ForceDetach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
-                 vsl_iom_detach_create, true, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_ERROR},
-                device);
-}
-
-unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& device) {
-  TRACE_AS(job.m_Name);
-  TRACE(TRACE_ENTRY, "ENTER %s(%s)", job.m_Name, device);
-  SetDevice(this->*job.m_Device, device);
-  const PI::CEvent failure = FailureOf(job, device);
-  DriveCard(job, device, failure);
-  SetDevice(this->*job.m_Device, "");
-  TRACE(TRACE_ENTRY, "LEAVE %s()", job.m_Name);
-  return 1;
-}
-
-[[gnu::noinline]] void IPLUGINAPI_IMPL::SetDevice(std::string& slot, const std::string& device) {
-  WriteDevice(slot, device);
-}
-
-// There is room for every path, so the text is written in its place.
-[[gnu::noinline]] void IPLUGINAPI_IMPL::WriteDevice(std::string& slot, const std::string& device) {
-  slot.assign(device);
-}
-
-// Made ahead of the work, so that the job need not come back for the adapter, which may be gone by
-// then. For a device that no adapter has, the event says nothing.
-PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
-  TRACE_AS(job.m_Name);
-  TRACED_WAIT(m_DataLock, locked, "Release ()");
-  static_cast<void>(locked);  // the wait has no timeout, and its result does not matter
-  PI::CEvent event;
-  const auto adapter =
-      std::find_if(m_Adapters.begin(), m_Adapters.end(),
-                   [&device](const CFusionIOAdapter& each) { return each.m_DevicePath == device; });
-  if (adapter != m_Adapters.end()) {
-    event.m_Time = MBX::Misc::now();
-    event.m_ObjectID = adapter->m_ID;
-    event.m_SourceName = adapter->m_Name;
-    event.SetPlaceHolder1(adapter->m_Name);
-    event.m_EventID = job.m_FailureEvent;
-    event.m_Severity = job.m_FailureSeverity;
-  }
-  TRACED_RELEASE(m_DataLock);
-  return event;
-}
-
-void IPLUGINAPI_IMPL::DriveCard(const CardJob& job, const std::string& device,
-                                const PI::CEvent& failure) {
-  ErrorRecord error;
-  const auto failed = [&](const char* function, vsl_code code) {
-    return JobFailed(job, function, code, error, failure);
-  };
-  CardHandle iom;
-  if (failed("vsl_iom_create_by_name", CreateHandle(device, iom, error))) return;
-  JobHandle operation;
-  const bool isReady =
-      !failed(job.m_CreateName, CreateHandle(iom, job.m_Create, operation, error)) &&
-      !(job.m_Forced && failed("vsl_iom_detach_set_force", SetForced(operation, error))) &&
-      !failed("vsl_op_start", Start(operation, error));
-  if (isReady) failed("vsl_op_wait_for_result", WaitForResult(operation, error));
-  operation.Destroy();
-  iom.Destroy();
-}
-
-bool IPLUGINAPI_IMPL::JobFailed(const CardJob& job, const char* function, std::uint64_t code,
-                                const ErrorRecord& error, const PI::CEvent& failure) {
-  if (code == 0) return false;
-  TRACE_AS(job.m_Name);
-  TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, error.Text());
-  PostEvent(job, failure);
-  return true;
-}
-
-void IPLUGINAPI_IMPL::PostEvent(const CardJob& job, const PI::CEvent& event) {
-  TRACE_AS(job.m_Name);
-  TRACED_GUARD(m_EventsLock);
-  m_Events.push_back(event);
-}
-
-bool IPLUGINAPI_IMPL::IsRunning(const ThreadSlot& thread) {
-  return thread != nullptr && thread->GetHandle() != 0 && thread->Wait(0) == kWaitTimedOut;
 }
 
 }  // namespace NAMESPACE_Corvane

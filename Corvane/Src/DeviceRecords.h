@@ -1,5 +1,5 @@
-// What the plug-in knows of one card: an adapter, the card as a PCIe device, and a physical drive,
-// the card as storage. Both are plain values; a pair shares `m_CardIndex`, `m_GlobalNumber`,
+// The records of one card: an adapter, the card as a PCIe device, and a physical drive, the card as
+// storage. Both are plain values; a pair shares `m_CardIndex`, `m_GlobalNumber`,
 // `m_SerialNumber` and `m_DevicePath` and is linked by id. The vectors that hold them are guarded
 // by `m_DataLock`.
 #pragma once
@@ -17,8 +17,8 @@ namespace NAMESPACE_Corvane {
 // "Not known" for numbers that may be 0.
 constexpr std::uint64_t kNotKnown = ~std::uint64_t{0};
 
-// A member that belongs to a place in a vector and not to the record that passes through it:
-// copying a record takes it along, assigning to one leaves it.
+// A member that belongs to a position in a vector and not to the record there: copying a record
+// copies it, assigning to a record leaves it.
 template <class T>
 struct StaysInPlace {
   T m_Value{};
@@ -29,10 +29,10 @@ struct StaysInPlace {
   StaysInPlace& operator=(const StaysInPlace&) { return *this; }  // NOLINT(cert-oop54-cpp)
 };
 
-// The last three masks of one kind, for telling a change from a flicker.
+// The last three masks of one kind, to distinguish a change from a momentary value.
 using FlagHistory = StaysInPlace<std::array<std::uint64_t, 3>>;
 
-// The root of the tree.
+// The root of the tree of objects.
 class CFusionIOPlugin : public PI::CObject {};
 
 // The control device through which a card is reached; `m_CardIndex` is its position in
@@ -46,11 +46,6 @@ class CControlDevicePath {
 class CFusionIOAdapter : public PI::CObject {
  public:
   CFusionIOAdapter() { m_ObjectType = PI::OBJECT_ADAPTER; }
-
-  // Called on the stored record when `current`, the scanned one, differs from it. Appends what the
-  // host is to be told. A mask of `current` that has not held for three calls is put back to the
-  // stored one's; the stored record's histories and change count move on.
-  void Update(CFusionIOAdapter& current, std::vector<PI::CEvent>& events);
 
   std::uint32_t m_CardIndex = 0;
   std::uint32_t m_GlobalNumber = 0;
@@ -80,7 +75,7 @@ class CFusionIOAdapter : public PI::CObject {
   std::uint32_t m_Activity = PI::Value::IDLE;
   std::vector<std::int32_t> m_StatusReasons;
   bool m_HasBeacon = false;
-  bool m_BeaconFlag = false;  // set by nobody; compared all the same
+  bool m_BeaconFlag = false;  // never set, but compared
   std::uint32_t m_WriteThrottling = PI::Value::NONE;
   std::uint64_t m_FirstUseMs = kNotKnown;  // since the epoch
   std::uint64_t m_OriginMs = kNotKnown;    // since the epoch
@@ -102,17 +97,12 @@ class CFusionIOPhysicalDrive : public PI::CObject {
  public:
   CFusionIOPhysicalDrive() { m_ObjectType = PI::OBJECT_PHYSICAL_DRIVE; }
 
-  // Called on the stored record when `current`, the scanned one, differs from it; `adapter` is the
-  // scanned adapter. Appends what the host is to be told and moves the change count on.
-  void Update(const CFusionIOPhysicalDrive& current, const CFusionIOAdapter& adapter,
-              std::vector<PI::CEvent>& events);
-
   std::uint32_t m_CardIndex = ~std::uint32_t{0};
   std::uint32_t m_GlobalNumber = ~std::uint32_t{0};
   std::string m_SerialNumber;
   std::string m_Vendor;
   std::string m_Product;
-  std::string m_Reserved;  // set by nobody; compared all the same
+  std::string m_Reserved;  // never set, but compared
   std::string m_Name;
   std::string m_Location;
   std::string m_DevicePath;
@@ -126,7 +116,7 @@ class CFusionIOPhysicalDrive : public PI::CObject {
   std::uint64_t m_FactorySizeMiB = 0;       // what the card was built with
   std::uint64_t m_ConfigurableSizeMiB = 0;  // the largest size that a format may ask for
   bool m_OverformatAllowed = true;
-  bool m_DriveFlag = false;  // set by nobody; compared all the same
+  bool m_DriveFlag = false;  // never set, but compared
   bool m_PowerOfTwoSectors = false;
 };
 

@@ -1,4 +1,4 @@
-// What a host may do to a physical drive, as far as it is listed.
+// The operations that are listed for a physical drive.
 #pragma once
 
 #include <vector>
@@ -10,14 +10,14 @@
 
 namespace NAMESPACE_Corvane {
 
-// Shown on a drive with `m_DriveFlag`, which no drive has. Formatting has no row: a host that wants
-// it, or these two, asks by number.
+// Listed for a drive with `m_DriveFlag`, which no drive has. Formatting has no row. A host can run
+// it, and these two, by number.
 constexpr OperationRow kDriveOperations[] = {
     {PI::OP_MAKE_ONLINE, 1, 2, 1, 1, false, -1, 3, 22031},
     {PI::OP_MAKE_OFFLINE, 1, 2, 1, 1, false, -1, 3, 22029},
 };
 
-// Appends what the drive is listed with; a format comes with its parameters.
+// Appends the operations of the drive, a format with its parameters.
 inline void AppendDriveOperations(const CFusionIOPhysicalDrive& drive,
                                   std::vector<PI::COperation>& operations) {
   for (const OperationRow& row : kDriveOperations) {

@@ -1,4 +1,4 @@
-// How long a card will last and how much of its rating is used, from what it tells of itself.
+// How long a card will last and how much of its rating is used, computed from its attributes.
 #pragma once
 
 #include <cstdint>
@@ -29,8 +29,8 @@ inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWri
   return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
 }
 
-// What was written as a percentage of the rating, which is in units of 2^40 bytes; above 100 for a
-// card beyond it. Nothing for a rating of 0, as if the card had none.
+// The written bytes as a percentage of the rating, which is in units of 2^40 bytes; above 100 for a
+// card beyond it. No value for a rating of 0, as if the card had none.
 inline std::optional<std::uint32_t> EndurancePercent(std::uint64_t bytesWritten,
                                                      std::uint32_t ratedTBytes) {
   const std::uint64_t ratedBytes = std::uint64_t{ratedTBytes} << 40U;

@@ -1,4 +1,4 @@
-// What a host may choose for a format of a drive, and the values in which it chooses.
+// The parameters of a format, and the values that a host can choose for them.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ struct SectorSizeChoice {
   int m_Value;
 };
 
-// In ascending order. The first one stands for every size that has no value of its own.
+// In ascending order. The first one is used for every size that has no value of its own.
 constexpr SectorSizeChoice kSectorSizes[] = {
     {512, PI::Value::_512B}, {1024, PI::Value::_1K}, {2048, PI::Value::_2K},
     {4096, PI::Value::_4K},  {8192, PI::Value::_8K},

@@ -1,5 +1,5 @@
-// What the host reads from the plug-in object and may do to it. Its one value that changes is the
-// poll interval, in seconds.
+// Properties and operations of the plug-in object. Its only value that changes is the poll
+// interval, in seconds.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // How an object's properties are listed: one table of rows per object kind, in the order of
-// emission, and the one function that walks it.
+// emission, and the function that lists them.
 #pragma once
 
 #include <cstddef>
@@ -40,12 +40,12 @@ class PropertyRow {
   void AppendTo(std::vector<PI::CProperty>& properties, Object& object) const {
     PI::CProperty property = MakeProperty(m_ID, m_Writable);
     if (!m_Fill(object, property)) return;
-    Dress(property);
+    ApplyOverrides(property);
     properties.push_back(property);
   }
 
  private:
-  static constexpr std::uint32_t kAsMade = ~std::uint32_t{0};
+  static constexpr std::uint32_t kUnset = ~std::uint32_t{0};
 
   template <class Field, class Value>
   constexpr PropertyRow With(Field PropertyRow::*field, Value value) const {
@@ -54,28 +54,28 @@ class PropertyRow {
     return row;
   }
 
-  void Dress(PI::CProperty& property) const {
-    if (m_NameID != kAsMade) property.m_NameID = m_NameID;
-    if (m_SortKey != kAsMade) property.m_SortKey = m_SortKey;
-    if (m_Visible != kAsMade) property.m_Visible = m_Visible;
+  void ApplyOverrides(PI::CProperty& property) const {
+    if (m_NameID != kUnset) property.m_NameID = m_NameID;
+    if (m_SortKey != kUnset) property.m_SortKey = m_SortKey;
+    if (m_Visible != kUnset) property.m_Visible = m_Visible;
     if (m_Units != PI::_UNITS{}) property.m_Units = m_Units;
-    if (m_Format != kAsMade) property.m_Format = m_Format;
+    if (m_Format != kUnset) property.m_Format = m_Format;
     if (m_UnitNotFixed) property.m_UnitsFixed = false;
   }
 
   std::uint32_t m_ID;
   Fill m_Fill;
   bool m_Writable = false;
-  std::uint32_t m_NameID = kAsMade;
-  std::uint32_t m_SortKey = kAsMade;
-  std::uint32_t m_Visible = kAsMade;
+  std::uint32_t m_NameID = kUnset;
+  std::uint32_t m_SortKey = kUnset;
+  std::uint32_t m_Visible = kUnset;
   PI::_UNITS m_Units{};  // no unit
-  std::uint32_t m_Format = kAsMade;
+  std::uint32_t m_Format = kUnset;
   bool m_UnitNotFixed = false;
 };
 
 // Appends the rows that `selector` asks for: all of them for `PI::Property::UNDEFINED`, else the
-// one with that identifier. What is not asked for is not read either.
+// one with that identifier. Other rows are not read.
 template <class Object, std::size_t N>
 void AppendProperties(const PropertyRow<Object> (&rows)[N], Object& object, unsigned int selector,
                       std::vector<PI::CProperty>& properties) {

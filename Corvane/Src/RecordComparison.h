@@ -1,5 +1,5 @@
 // When a scanned record counts as different from the stored one: the members that are compared, in
-// the order in which they are. Anything else may change unnoticed.
+// order. Changes of other members are ignored.
 #pragma once
 
 #include <tuple>
@@ -34,7 +34,7 @@ inline auto ComparedMembers(const CFusionIOPhysicalDrive& drive) {
                   drive.m_PowerOfTwoSectors);
 }
 
-// Floats compare exactly, and what is no number differs from everything.
+// Floats compare exactly, and a NaN differs from everything.
 template <class Record>
 bool Differ(const Record& stored, const Record& scanned) {
   const PI::CObject& storedObject = stored;

@@ -1,15 +1,18 @@
 // Error handling that the row operations share.
 #pragma once
 
+#include "Corvane/Src/ThreadSafety.h"
 #include "Corvane/Src/Vocabulary.h"
 #include "host/Database.h"
 
 namespace NAMESPACE_Corvane {
 
-// Runs the statements of one row operation: 0, or ERR_GENERAL when the database refused, after
-// `traceFailure` was told why. Any other exception passes.
+// Runs the statements of one row operation. 0, or ERR_GENERAL when the database refused;
+// `traceFailure` gets the reason then. Other exceptions pass.
+//
+// Unlocked for the analysis, which does not see that the caller holds what the statements require.
 template <class Statements, class TraceFailure>
-unsigned int RunRowStatements(Statements statements, TraceFailure traceFailure) {
+CORVANE_UNLOCKED unsigned int RunRowStatements(Statements statements, TraceFailure traceFailure) {
   try {
     statements();
     return PI::SUCCESS;

@@ -7,9 +7,8 @@
 
 namespace NAMESPACE_Corvane {
 
-// Fills the placeholders of a format in order. Every number that the plug-in writes goes through
-// here: a host may have set a locale that groups digits, and what is written is read back, compared
-// and searched for.
+// Fills the placeholders of a format in order. All numbers are formatted here, independent of the
+// host's locale: the texts are read back, compared and searched for, and a locale may group digits.
 template <class... Values>
 std::string Formatted(const char* format, const Values&... values) {
   boost::format text(format, std::locale::classic());

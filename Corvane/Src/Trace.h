@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Corvane/Src/Cancellation.h"
+#include "Corvane/Src/ThreadSafety.h"
 #include "Corvane/Src/WaitResults.h"
 #include "host/Toolkit.h"
 #include "models/Visibility.h"
@@ -23,7 +24,7 @@ CORVANE_API extern MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile;
 
 enum TraceLevel : unsigned int {
   TRACE_ENTRY = 2,      // entry and exit of the main functions
-  TRACE_FLOW = 4,       // what was seen on the way
+  TRACE_FLOW = 4,       // events and decisions
   TRACE_LOCK = 8,       // every lock step
   TRACE_RESULT = 16,    // results and failures of the card library and of the main steps
   TRACE_DATABASE = 128  // rows written and statements that failed
@@ -84,33 +85,35 @@ class TraceName {
   const char* m_Name;
 };
 
-// A lock that is taken and released by hand. If an exception or a cancellation of the thread occurs
-// while it is held, the destructor releases it and writes the lines of the release.
-class HandHeldLock {
+// A lock that is released before the end of its block. If an exception or a cancellation of the
+// thread occurs while it is held, the destructor releases it and writes the lines of the release.
+//
+// The members that take and release are not analyzed: they are what the analysis relies on.
+class CORVANE_SCOPED_LOCK ManualLock {
  public:
-  // `before` and `after` are the lines of the release, and `site` is where they come from.
-  HandHeldLock(MBX::Threading::Native_OS::CFastMutex& lock, const TraceFeed::Site& site,
-               const char* before, const char* after)
+  // Does not take the lock. `before` and `after` are the lines of the release, and `site` is where
+  // they come from.
+  ManualLock(MBX::Threading::Native_OS::CFastMutex& lock, const TraceFeed::Site& site,
+             const char* before, const char* after) CORVANE_EXCLUDES(lock)
       : m_Lock(lock), m_Site(site), m_Before(before), m_After(after) {}
-  ~HandHeldLock() {
+  ~ManualLock() CORVANE_RELEASE() CORVANE_UNLOCKED {
     if (!m_Held) return;
     const CancellationBlocked blocked;
     TraceUnlessThatFails(m_Before);
     m_Lock.Release();
     TraceUnlessThatFails(m_After);
   }
-  HandHeldLock(const HandHeldLock&) = delete;
-  HandHeldLock& operator=(const HandHeldLock&) = delete;
+  ManualLock(const ManualLock&) = delete;
+  ManualLock& operator=(const ManualLock&) = delete;
 
-  // Waits without a timeout.
-  unsigned int Wait() {
-    const unsigned int result = m_Lock.Wait(MBX::Threading::WAIT_INFINITE);
-    m_Held = result == kWaitSucceeded;
-    return result;
+  // Waits without a timeout. Whether the lock is held then.
+  bool Wait() CORVANE_TRY_ACQUIRE(true) CORVANE_UNLOCKED {
+    m_Held = m_Lock.Wait(MBX::Threading::WAIT_INFINITE) == kWaitSucceeded;
+    return m_Held;
   }
 
-  // Traced as a line of the caller's.
-  void Release(const TraceFeed::Site& site) {
+  // The lines of the release come from `site`.
+  void Release(const TraceFeed::Site& site) CORVANE_RELEASE() CORVANE_UNLOCKED {
     if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, site, m_Before);
     m_Held = false;
     m_Lock.Release();
@@ -167,13 +170,13 @@ constexpr const char* TracedAs(const char* function) {
   const MBX::Threading::CSyncGuard guardOf_##lock(lock, MBX::Threading::WAIT_INFINITE); \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait (sg)")
 
-// Takes a lock that is released by hand, and leaves the result of the wait in `result`. `release`
-// is how the lines of the release write it.
-#define TRACED_WAIT(lock, result, release)                                          \
-  ::NAMESPACE_Corvane::HandHeldLock handHeld_##lock(                                \
+// Waits for a lock that `TRACED_RELEASE` releases, and leaves in `isHeld` whether the wait
+// succeeded. `release` is how the lines of the release write it.
+#define TRACED_WAIT(lock, isHeld, release)                                          \
+  ::NAMESPACE_Corvane::ManualLock manualLock_##lock(                                \
       lock, TRACE_SITE(), "Before " #lock "." release, "After " #lock "." release); \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait(INFINITE)");        \
-  const unsigned int result = handHeld_##lock.Wait();                               \
+  const bool isHeld = manualLock_##lock.Wait();                                     \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait(INFINITE)")
 
-#define TRACED_RELEASE(lock) handHeld_##lock.Release(TRACE_SITE())
+#define TRACED_RELEASE(lock) manualLock_##lock.Release(TRACE_SITE())

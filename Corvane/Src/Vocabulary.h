@@ -1,4 +1,4 @@
-// The numbers of the host's vocabulary that the plug-in speaks in.
+// The host's numbers that the plug-in uses.
 //
 // The host fixes the numbers and their names, but not where its own headers put them: in which
 // namespaces, or in enumerations of which kind. So the plug-in states its own, and needs nothing of

@@ -1,4 +1,4 @@
-// What the toolkit's locks, events and threads give back from a wait.
+// Results of waits for the toolkit's locks, events and threads.
 #pragma once
 
 namespace NAMESPACE_Corvane {

@@ -36,7 +36,7 @@ class ForceWorker : public Watched {
   static void Force() { SetEvent(ForceWorkerMember()); }
 };
 
-TEST_F(ForceWorker, MakesAFullScanAtOnceWithoutALook) {
+TEST_F(ForceWorker, ScansAtOnceWithoutAQuickPoll) {
   Start();
   Force();
   PassMs(100);
@@ -49,21 +49,21 @@ TEST_F(ForceWorker, MakesAFullScanAtOnceWithoutALook) {
                   "16 Before ScanSystem()", "2 ENTER ScanSystem(0) PhyDrive=0"));
   EXPECT_EQ(lines.back(), "2 Worker() before restart interval");
   EXPECT_THAT(ScanTimes(), ElementsAre(1234U));
-  // A look would ask for the masks next.
+  // A quick poll would ask for the masks next.
   EXPECT_EQ(m_Host.Calls()[2], "vsl_has_pci_bus card#1");
 }
 
-TEST_F(ForceWorker, CountsForOneScanAndStartsTheIntervalAnew) {
+TEST_F(ForceWorker, CausesOneScanAndRestartsTheInterval) {
   Start();
   Force();
   PassMs(16000);
-  // The scan takes 12 ms, as does each look.
+  // The scan takes 12 ms, as does each quick poll.
   EXPECT_THAT(TimesOf(FORCED), ElementsAre(1234U));
   EXPECT_THAT(WakeUpTimes(), ElementsAre(6246U, 11258U, 16270U));
   EXPECT_THAT(ScanTimes(), ElementsAre(1234U, 16270U));
 }
 
-TEST_F(ForceWorker, FindsWhatNoLookSees) {
+TEST_F(ForceWorker, FindsWhatAQuickPollDoesNotSee) {
   Start();
   Set("card0", "sector_size_bytes", "4096");
   Force();

@@ -42,7 +42,7 @@ static_assert(Is<UnitRef>(false, false, false, false, true));
 static_assert(Is<void*>(false, false, false, false, false));
 
 // The calls themselves.
-using Asking = decltype(&BeaconIsOn);
+using Asking = decltype(&LocateLEDIsOn);
 static_assert(std::is_invocable_v<Asking, CardHandle&, ErrorRecord&>);
 static_assert(!std::is_invocable_v<Asking, AdapterHandle&, ErrorRecord&>);
 static_assert(!std::is_invocable_v<Asking, FormatHandle&, ErrorRecord&>);

@@ -30,8 +30,8 @@ template <class Tag, auto pointer>
 struct Opened {
   friend auto Open(Tag) { return pointer; }
 };
-struct LookMember {
-  friend auto Open(LookMember);
+struct PollMember {
+  friend auto Open(PollMember);
 };
 struct AttachMember {
   friend auto Open(AttachMember);
@@ -39,16 +39,16 @@ struct AttachMember {
 struct EventsMember {
   friend auto Open(EventsMember);
 };
-template struct Opened<LookMember, &IPLUGINAPI_IMPL::Look>;
+template struct Opened<PollMember, &IPLUGINAPI_IMPL::Poll>;
 template struct Opened<AttachMember, &IPLUGINAPI_IMPL::Attach>;
 template struct Opened<EventsMember, &IPLUGINAPI_IMPL::m_Events>;
 
-// A look as the worker makes it when a scan is due.
-template <class Watch>
-void LookBy(void (IPLUGINAPI_IMPL::*look)(Watch&)) {
-  Watch watch;
-  watch.m_ScanDue = true;
-  (g_p_IPLUGINAPI_IMPL->*look)(watch);
+// A pass of the worker when a scan is due.
+template <class State>
+void PollBy(void (IPLUGINAPI_IMPL::*poll)(State&)) {
+  State state;
+  state.m_ScanDue = true;
+  (g_p_IPLUGINAPI_IMPL->*poll)(state);
 }
 
 // A database without rows, so that a scan fails at the plug-in's allocations alone.
@@ -135,14 +135,14 @@ TEST_F(LocksWithoutMemory, CollectingEventsReleasesItsLockAndLosesNoEvent) {
   EXPECT_EQ(EventsForTheNextCommand(), 2U);
 }
 
-TEST_F(LocksWithoutMemory, ALookReleasesBothLocks) {
+TEST_F(LocksWithoutMemory, APollReleasesBothLocks) {
   m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
   bool detached = false;
   const std::size_t points = FailEach([&] {
-    // Each look finds something, so that each of them makes an event.
+    // Each pass finds a change, so that each of them makes an event.
     detached = !detached;
     m_Host.Cards().Set("card0", "iom_state", detached ? "0" : "2");
-    LookBy(Open(LookMember()));
+    PollBy(Open(PollMember()));
   });
   EXPECT_GE(points, 50U);
   Queue().resize(4);
@@ -165,14 +165,14 @@ TEST_F(LocksWithoutMemory, AJobReleasesItsLocks) {
 }
 
 // Not for want of memory, and with the lines of a release.
-TEST_F(LocksWithoutMemory, ALookThatIsLeftTracesItsReleases) {
+TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
   struct Broken : DatabaseWrapper::DatabaseDAO {
     std::vector<std::string> query(std::string) override { throw std::logic_error("broken"); }
   };
   getDatabasePointer()->dao = std::make_shared<Broken>();
   HostKit::SetTraceMask(8);
   m_Host.ForgetTraces();
-  EXPECT_THROW(LookBy(Open(LookMember())), std::logic_error);
+  EXPECT_THROW(PollBy(Open(PollMember())), std::logic_error);
   ExpectNoLockHeld();
   EXPECT_THAT(
       m_Host.LeveledTraces(8),
@@ -187,7 +187,7 @@ TEST_F(LocksWithoutMemory, ALookThatIsLeftTracesItsReleases) {
 }
 
 // The reason of a failure is made into a text for a trace line, and only for that.
-TEST_F(LocksWithoutMemory, AJobMakesNoTextThatNobodyTraces) {
+TEST_F(LocksWithoutMemory, AJobFormatsNoTextThatIsNotTraced) {
   const std::string reason(5000, 'x');  // longer than an error record
   CardSim::FailCall("vsl_op_start", 1, 5, reason, 2);
   const auto largest = [] {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/plugin/inner/Opened.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -45,12 +46,12 @@ TEST_F(ScanSystem, EmptiesBothLists) {
 
 TEST_F(ScanSystem, EmptiesBothListsAlsoWhenNoCardCanBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "no");
-  EXPECT_EQ(Scan(false), 20003U);
+  EXPECT_EQ(Scan(false), Number::ERR_COMMAND_ERROR);
   EXPECT_TRUE(m_Adapters.empty());
   EXPECT_TRUE(m_Drives.empty());
 }
 
-TEST_F(ScanSystem, TellsHowManyDrivesTheListHeld) {
+TEST_F(ScanSystem, TracesHowManyDrivesTheListHeld) {
   EXPECT_EQ(Scan(false), 0U);
   EXPECT_THAT(m_Host.LeveledTraces(), Contains("2 ENTER ScanSystem(0) PhyDrive=5"));
   m_Host.Watch();

@@ -7,6 +7,7 @@
 
 #include "tests/plugin/inner/Opened.h"
 #include "tests/support/HeldCall.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -15,13 +16,13 @@ namespace {
 // Object and list of each stored object that holds something.
 std::string WhatIsKept() {
   std::string kept;
-  const auto look = [&kept](const std::string& object, const PI::CObject& stored) {
+  const auto check = [&kept](const std::string& object, const PI::CObject& stored) {
     if (!stored.m_Properties.empty()) kept += object + " properties,";
     if (!stored.m_Operations.empty()) kept += object + " operations,";
   };
-  look("plug-in", PluginObject());
-  for (const auto& adapter : Adapters()) look("adapter", adapter);
-  for (const auto& drive : Drives()) look("drive", drive);
+  check("plug-in", PluginObject());
+  for (const auto& adapter : Adapters()) check("adapter", adapter);
+  for (const auto& drive : Drives()) check("drive", drive);
   return kept;
 }
 
@@ -58,7 +59,9 @@ TEST_F(StoredObjects, KeepNothingOfTheirProperties) {
 TEST_F(StoredObjects, KeepNothingOfTheirOperations) {
   for (const std::uint64_t object : OBJECTS) {
     m_Host.Operations(object);
-    for (const std::uint32_t operation : {50002U, 50026U, 50029U, 50034U, 50035U, 50127U}) {
+    for (const std::uint32_t operation :
+         {Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE, Number::OP_MAKE_ONLINE,
+          Number::OP_LOCATE_DEVICE, Number::OP_STOP_LOCATE_DEVICE, Number::OP_DETACH}) {
       m_Host.Check(object, operation);
     }
   }

@@ -1,9 +1,10 @@
-// A scan taken over as the new state when adapters and drives do not belong together as those of a
-// card do. No scan of cards gives that, so that the test opens the plug-in and makes the scan.
+// A scan taken over as the new state when adapters and drives do not come in pairs. No scan of
+// cards gives that, so the test opens the plug-in and makes the scan itself.
 
 #include <gmock/gmock.h>
 
 #include "tests/plugin/inner/Opened.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
 
 namespace CorvaneTest {
@@ -79,8 +80,8 @@ class UpdateSystem : public testing::Test {
   StoredDrives m_ScannedDrives;
 };
 
-// The drive at the adapter's own place is of another card, the one behind it is of this one, and so
-// is a third one, which comes too late.
+// The drive at the adapter's own position is of another card. The two after it are of this one, and
+// the first of them counts.
 TEST_F(UpdateSystem, AddsTheFirstDriveWithTheAdaptersSerialNumber) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "At its place");
@@ -103,7 +104,7 @@ TEST_F(UpdateSystem, GivesTheAddedDriveTheNumberOfItsAdapterAndNoOther) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_adapter_number"), ElementsAre(NumberOf(59, 2, 1), "77"));
 }
 
-// It joins the stored drives, and nobody is told.
+// It joins the stored drives without an event.
 TEST_F(UpdateSystem, AddsNoDriveOfAnotherSerialNumber) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "At its place");
@@ -126,10 +127,10 @@ TEST_F(UpdateSystem, AddsAnAdapterAlsoWithoutAnyDrive) {
   EXPECT_THAT(Drives(), IsEmpty());
 }
 
-// A drive that comes without an adapter is no change.
-TEST_F(UpdateSystem, TellsNothingOfANewDriveAlone) {
+// A drive that comes without an adapter does not count as a change.
+TEST_F(UpdateSystem, RaisesNoEventForANewDriveAlone) {
   AddDrive(1, "OTHER", "Alone");
-  EXPECT_EQ(Update(), 20000U);
+  EXPECT_EQ(Update(), Number::ERR_GENERAL);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
   EXPECT_EQ(Drives().size(), 2U);
@@ -137,14 +138,14 @@ TEST_F(UpdateSystem, TellsNothingOfANewDriveAlone) {
 
 // A change of the drive counts, but the event would name an adapter that is not there.
 TEST_F(UpdateSystem, RaisesNoEventOfADriveWithoutItsAdapter) {
-  ASSERT_EQ(Update(), 20000U);
+  ASSERT_EQ(Update(), Number::ERR_GENERAL);
   m_Scanned.clear();
   ASSERT_EQ(Update(), 0U);
   m_Host.CollectEvents();
   m_ScannedDrives.at(0).m_SectorSize += 512;
   EXPECT_EQ(Update(), 0U);
   EXPECT_THAT(Events(), IsEmpty());
-  EXPECT_EQ(Update(), 20000U);
+  EXPECT_EQ(Update(), Number::ERR_GENERAL);
 }
 
 // The adapter of the event is the one at the drive's place.
@@ -158,7 +159,7 @@ TEST_F(UpdateSystem, NamesTheAdapterAtTheDrivesPlace) {
   EXPECT_EQ(Update(), 0U);
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
   ASSERT_EQ(events.size(), 1U);
-  EXPECT_EQ(events[0].m_EventID, 10985U);
+  EXPECT_EQ(events[0].m_EventID, Number::PD_FORMAT_CHANGED);
   EXPECT_EQ(events[0].m_SourceName, "Its drive");
   EXPECT_EQ(events[0].m_PlaceHolders.at(0), "Renamed");
   EXPECT_EQ(events[0].m_PlaceHolders.at(1), "Its drive");

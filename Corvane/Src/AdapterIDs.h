@@ -1,0 +1,49 @@
+// The host's ids of adapters: PCI address, number within the plug-in, number given by the host.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/Texts.h"
+#include "host/PluginInterface.h"
+
+namespace NAMESPACE_Corvane {
+
+// A host that has not numbered an adapter leaves its number at this.
+constexpr std::int32_t kNoGlobalNumber = -1;
+
+// Whether the adapter is of the product line that is named by its model.
+inline bool IsMolt(const CFusionIOAdapter& adapter) {
+  return adapter.m_Model.find("MOLT") != std::string::npos;
+}
+
+// The id that the host gets for an adapter, not numbered yet. The address is cut to 32 bits.
+inline PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
+  PI::CAdapterID id;
+  id.m_Segment = static_cast<std::uint32_t>(adapter.m_PciSegment);
+  id.m_Bus = static_cast<std::uint32_t>(adapter.m_PciBus);
+  id.m_Device = static_cast<std::uint32_t>(adapter.m_PciDevice);
+  id.m_Function = static_cast<std::uint32_t>(adapter.m_PciFunction);
+  id.m_AdapterNumber = adapter.m_CardIndex;
+  id.m_GlobalNumber = kNoGlobalNumber;
+  return id;
+}
+
+// Names the adapter by the number that `ids` has for its PCI address, the first one if there are
+// several. Without one the name stays.
+inline void NameByNumber(const std::vector<PI::CAdapterID>& ids, CFusionIOAdapter& adapter) {
+  const PI::CAdapterID wanted = AdapterIDOf(adapter);
+  const auto found = std::find_if(ids.begin(), ids.end(), [&wanted](const PI::CAdapterID& known) {
+    return known.m_Segment == wanted.m_Segment && known.m_Bus == wanted.m_Bus &&
+           known.m_Device == wanted.m_Device && known.m_Function == wanted.m_Function &&
+           known.m_GlobalNumber != kNoGlobalNumber;
+  });
+  if (found == ids.end()) return;
+  const std::string name = IsMolt(adapter) ? adapter.m_Model : "SanDisk " + adapter.m_BoardName;
+  adapter.m_Name = Formatted("%s (%d)", name, found->m_GlobalNumber);
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,108 @@
+// The events that the host gets for what a scan has found changed. Each carries the time of the
+// comparison, the name of its object, and that of the adapter as its first placeholder.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Corvane/Src/CardTables.h"
+#include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/Vocabulary.h"
+#include "host/PluginInterface.h"
+
+namespace NAMESPACE_Corvane {
+
+// An event of the adapter, which still needs its number and severity.
+inline PI::CEvent EventOf(const CFusionIOAdapter& adapter, unsigned long now) {
+  PI::CEvent event;
+  event.m_ObjectID = adapter.m_ID;
+  event.m_Time = now;
+  event.m_SourceName = adapter.m_Name;
+  event.SetPlaceHolder1(adapter.m_Name);
+  return event;
+}
+
+inline void Append(PI::_EVENT_ID id, PI::_SEVERITY severity, PI::CEvent event,
+                   std::vector<PI::CEvent>& events) {
+  event.m_EventID = id;
+  event.m_Severity = severity;
+  events.push_back(event);
+}
+
+// An adapter that a scan found for the first time.
+inline void AppendAdded(const CFusionIOAdapter& adapter, unsigned long now,
+                        std::vector<PI::CEvent>& events) {
+  Append(PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION, EventOf(adapter, now), events);
+}
+
+// An adapter that a scan no longer found.
+inline void AppendRemoved(const CFusionIOAdapter& adapter, unsigned long now,
+                          std::vector<PI::CEvent>& events) {
+  Append(PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING, EventOf(adapter, now), events);
+}
+
+// Appends `event` for each bit of the table that has risen, in the order of the rows.
+template <std::size_t N>
+void AppendRisen(std::uint64_t before, std::uint64_t after, const StatusBit (&bits)[N],
+                 const PI::CEvent& event, std::vector<PI::CEvent>& events) {
+  const std::uint64_t risen = ~before & after;
+  for (const StatusBit& row : bits) {
+    if (IsSet(risen, row.m_Bit)) Append(row.m_Event, row.m_Severity, event, events);
+  }
+}
+
+inline bool HasReason(const CFusionIOAdapter& adapter, int reason) {
+  const auto& reasons = adapter.m_StatusReasons;
+  return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
+}
+
+// Bits that have risen, the return to normal, and a card that was attached or detached. The events
+// are those of `before`; the masks of `after` are the settled ones.
+inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter& after,
+                          unsigned long now, std::vector<PI::CEvent>& events) {
+  const PI::CEvent event = EventOf(before, now);
+  AppendRisen(before.m_ErrorFlags, after.m_ErrorFlags, kErrorBits, event, events);
+  AppendRisen(before.m_WarningFlags, after.m_WarningFlags, kWarningBits, event, events);
+  // A change of the information mask only opens the gate: what passes is decided by the warnings.
+  if (before.m_InfoFlags != after.m_InfoFlags) {
+    AppendRisen(before.m_WarningFlags, after.m_WarningFlags, kInfoBits, event, events);
+  }
+  const auto anyFlag = [](const CFusionIOAdapter& adapter) {
+    return (adapter.m_ErrorFlags | adapter.m_WarningFlags | adapter.m_InfoFlags) != 0;
+  };
+  if (anyFlag(before) && !anyFlag(after)) {
+    Append(PI::Event::CTRL_NORMAL, PI::SEVERITY_INFORMATION, event, events);
+  }
+  const auto isNew = [&](int reason) {
+    return HasReason(after, reason) && !HasReason(before, reason);
+  };
+  if (isNew(PI::Value::ATTACHED)) {
+    Append(PI::Event::CTRL_ATTACHED, PI::SEVERITY_INFORMATION, event, events);
+  }
+  if (isNew(PI::Value::DETACHED)) {
+    Append(PI::Event::CTRL_DETACHED, PI::SEVERITY_ERROR, event, events);
+  }
+}
+
+// A drive that was formatted. `adapter` is the scanned one; the second placeholder is the name of
+// the drive.
+inline void AppendChanged(const CFusionIOPhysicalDrive& before, const CFusionIOPhysicalDrive& after,
+                          const CFusionIOAdapter& adapter, unsigned long now,
+                          std::vector<PI::CEvent>& events) {
+  if (before.m_FormattedSizeMiB == after.m_FormattedSizeMiB &&
+      before.m_SectorSize == after.m_SectorSize) {
+    return;
+  }
+  PI::CEvent event;
+  event.m_ObjectID = before.m_ID;
+  event.m_Time = now;
+  event.m_SourceName = before.m_Name;
+  event.SetPlaceHolder1(adapter.m_Name);
+  event.SetPlaceHolder2(before.m_Name);
+  Append(PI::Event::PD_FORMAT_CHANGED, PI::SEVERITY_INFORMATION, event, events);
+}
+
+}  // namespace NAMESPACE_Corvane

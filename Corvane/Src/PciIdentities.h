@@ -1,0 +1,53 @@
+// PCI identities of the cards that are served, and what the host's hardware list knows about them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Corvane/Src/CardTables.h"
+#include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/Texts.h"
+#include "host/Toolkit.h"
+
+namespace NAMESPACE_Corvane {
+
+// Appends PCI vendor and device as the host's hardware list writes them, one text per device id.
+inline void AppendIdentities(const DeviceFamily& family, std::vector<std::string>& identities) {
+  for (const std::uint16_t* id = family.m_Begin; id != family.m_End; ++id) {
+    identities.push_back(Formatted("1AED%04X", *id));
+  }
+}
+
+// Whether the hardware list has a card of any family.
+inline bool HasSupportedCard() {
+  std::vector<std::string> identities;
+  for (const DeviceFamily& family : kDeviceFamilies) AppendIdentities(family, identities);
+  int segment = 0;
+  int bus = 0;
+  int device = 0;
+  int function = 0;
+  return MBXX::CConfigManager::GetLocation(identities, 1, segment, bus, device, function);
+}
+
+// The segment that the hardware list has for this card, or 0 when it knows another address. The
+// adapter's bus, device and function have been read.
+inline std::uint64_t LookUpSegment(const DeviceFamily& family, const CFusionIOAdapter& adapter) {
+  std::vector<std::string> identities;
+  AppendIdentities(family, identities);
+  int segment = 0;
+  int bus = 0;
+  int device = 0;
+  int function = 0;
+  const bool found = MBXX::CConfigManager::GetLocation(identities, adapter.m_CardIndex + 1UL,
+                                                       segment, bus, device, function);
+  const auto same = [](int listed, std::uint64_t read) {
+    return static_cast<std::uint64_t>(listed) == read;
+  };
+  const bool isThisCard = found && same(bus, adapter.m_PciBus) &&
+                          same(device, adapter.m_PciDevice) &&
+                          same(function, adapter.m_PciFunction);
+  return isThisCard ? static_cast<std::uint64_t>(segment) : 0;
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,14 @@
+// How the plug-in's threads pause.
+#pragma once
+
+#include <boost/chrono.hpp>
+#include <boost/thread/thread.hpp>
+
+namespace NAMESPACE_Corvane {
+
+// Blocks the calling thread. A cancellation of the thread ends it here.
+inline void Sleep(unsigned int milliseconds) {
+  boost::this_thread::sleep_for(boost::chrono::milliseconds(milliseconds));
+}
+
+}  // namespace NAMESPACE_Corvane

@@ -1,0 +1,147 @@
+// What a scan found different from the stored records, as a value. Comparing reads nothing but its
+// arguments and changes none of them: it takes no lock, asks no card and writes no trace line.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "Corvane/Src/ChangeEvents.h"
+#include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/RecordComparison.h"
+#include "host/PluginInterface.h"
+
+namespace NAMESPACE_Corvane {
+
+// The first record of a card, or null. Records of one card in two scans share the card index.
+template <class Records>
+auto FindByCardIndex(Records& records, std::uint32_t cardIndex) {
+  const auto found = std::find_if(records.begin(), records.end(), [cardIndex](const auto& record) {
+    return record.m_CardIndex == cardIndex;
+  });
+  return found == records.end() ? nullptr : &*found;
+}
+
+// An adapter that differs from its stored record.
+struct AdapterChange {
+  // The stored record, with the scanned masks entered in its histories and its change count raised.
+  CFusionIOAdapter m_Before;
+  // The scanned record, with settled masks.
+  CFusionIOAdapter m_After;
+};
+
+struct SystemDifference {
+  std::vector<CFusionIOAdapter> m_AddedAdapters;
+  std::vector<AdapterChange> m_ChangedAdapters;
+  std::vector<CFusionIOAdapter> m_RemovedAdapters;
+  // The drives of added adapters, which have taken over the global number. A drive that comes
+  // without its adapter is not among them.
+  std::vector<CFusionIOPhysicalDrive> m_AddedDrives;
+  std::vector<CFusionIOPhysicalDrive> m_ChangedDrives;  // as scanned
+  // In the order in which the host gets them: added and changed adapters in the order of the scan,
+  // removed adapters, changed drives.
+  std::vector<PI::CEvent> m_Events;
+
+  // Whether anything has changed. Not every change has an event.
+  bool Any() const {
+    return !m_AddedAdapters.empty() || !m_ChangedAdapters.empty() || !m_RemovedAdapters.empty() ||
+           !m_ChangedDrives.empty();
+  }
+};
+
+// Enters the masks of a scan in the histories, in place of the oldest.
+inline void EnterMasks(const CFusionIOAdapter& scanned, CFusionIOAdapter& adapter) {
+  std::uint64_t& slot = adapter.m_FlagHistoryIndex.m_Value;
+  adapter.m_ErrorHistory.m_Value[slot] = scanned.m_ErrorFlags;
+  adapter.m_WarningHistory.m_Value[slot] = scanned.m_WarningFlags;
+  adapter.m_InfoHistory.m_Value[slot] = scanned.m_InfoFlags;
+  slot = (slot + 1) % adapter.m_ErrorHistory.m_Value.size();
+}
+
+inline void CopyHistories(const CFusionIOAdapter& from, CFusionIOAdapter& to) {
+  to.m_FlagHistoryIndex.m_Value = from.m_FlagHistoryIndex.m_Value;
+  to.m_ErrorHistory.m_Value = from.m_ErrorHistory.m_Value;
+  to.m_WarningHistory.m_Value = from.m_WarningHistory.m_Value;
+  to.m_InfoHistory.m_Value = from.m_InfoHistory.m_Value;
+}
+
+// The mask to go on with: a new one is believed when the last three are alike. Until then the
+// stored one is kept.
+inline std::uint64_t Settled(const FlagHistory& history, std::uint64_t stored) {
+  const auto& last = history.m_Value;
+  return last[0] == last[1] && last[1] == last[2] ? last[0] : stored;
+}
+
+// Compares one adapter that differs from its stored record.
+inline AdapterChange ChangeOf(const CFusionIOAdapter& stored, const CFusionIOAdapter& scanned) {
+  AdapterChange change = {stored, scanned};
+  EnterMasks(scanned, change.m_Before);
+  ++change.m_Before.m_ChangeCount;
+  change.m_After.m_ErrorFlags = Settled(change.m_Before.m_ErrorHistory, stored.m_ErrorFlags);
+  change.m_After.m_WarningFlags = Settled(change.m_Before.m_WarningHistory, stored.m_WarningFlags);
+  change.m_After.m_InfoFlags = Settled(change.m_Before.m_InfoHistory, stored.m_InfoFlags);
+  return change;
+}
+
+// An adapter that has come, with its drive: the first one of its serial number, if there is one.
+inline void CompareAdded(const CFusionIOAdapter& adapter,
+                         std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now,
+                         SystemDifference& difference) {
+  AppendAdded(adapter, now, difference.m_Events);
+  difference.m_AddedAdapters.push_back(adapter);
+  const auto drive = std::find_if(drives.begin(), drives.end(), [&adapter](const auto& each) {
+    return each.m_SerialNumber == adapter.m_SerialNumber;
+  });
+  if (drive == drives.end()) return;
+  drive->m_GlobalNumber = adapter.m_GlobalNumber;
+  difference.m_AddedDrives.push_back(*drive);
+}
+
+inline void CompareAdapters(const std::vector<CFusionIOAdapter>& stored,
+                            const std::vector<CFusionIOAdapter>& scanned,
+                            std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now,
+                            SystemDifference& difference) {
+  for (const CFusionIOAdapter& adapter : scanned) {
+    const CFusionIOAdapter* before = FindByCardIndex(stored, adapter.m_CardIndex);
+    if (before == nullptr) {
+      CompareAdded(adapter, drives, now, difference);
+    } else if (Differ(*before, adapter)) {
+      difference.m_ChangedAdapters.push_back(ChangeOf(*before, adapter));
+      AppendChanged(*before, difference.m_ChangedAdapters.back().m_After, now, difference.m_Events);
+    }
+  }
+  for (const CFusionIOAdapter& adapter : stored) {
+    if (FindByCardIndex(scanned, adapter.m_CardIndex) != nullptr) continue;
+    AppendRemoved(adapter, now, difference.m_Events);
+    difference.m_RemovedAdapters.push_back(adapter);
+  }
+}
+
+// A drive that differs counts as changed also when its adapter is missing, but has no event then:
+// the event names the adapter.
+inline void CompareDrives(const std::vector<CFusionIOPhysicalDrive>& stored,
+                          const std::vector<CFusionIOPhysicalDrive>& scanned,
+                          const std::vector<CFusionIOAdapter>& adapters, unsigned long now,
+                          SystemDifference& difference) {
+  for (const CFusionIOPhysicalDrive& drive : scanned) {
+    const CFusionIOPhysicalDrive* before = FindByCardIndex(stored, drive.m_CardIndex);
+    if (before == nullptr || !Differ(*before, drive)) continue;
+    difference.m_ChangedDrives.push_back(drive);
+    const CFusionIOAdapter* adapter = FindByCardIndex(adapters, drive.m_CardIndex);
+    if (adapter != nullptr) AppendChanged(*before, drive, *adapter, now, difference.m_Events);
+  }
+}
+
+// Compares a scan, `adapters` and `drives`, with the stored records. `now` is the time that the
+// events get, in milliseconds since the epoch.
+inline SystemDifference Compare(const std::vector<CFusionIOAdapter>& storedAdapters,
+                                const std::vector<CFusionIOPhysicalDrive>& storedDrives,
+                                const std::vector<CFusionIOAdapter>& adapters,
+                                std::vector<CFusionIOPhysicalDrive> drives, unsigned long now) {
+  SystemDifference difference;
+  CompareAdapters(storedAdapters, adapters, drives, now, difference);
+  CompareDrives(storedDrives, drives, adapters, now, difference);
+  return difference;
+}
+
+}  // namespace NAMESPACE_Corvane

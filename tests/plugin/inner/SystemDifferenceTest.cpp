@@ -1,0 +1,374 @@
+// The comparison of a scan with the stored records, as a value: no plug-in, no card and no lock.
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "Corvane/Src/SystemDifference.h"
+
+namespace CorvaneTest {
+namespace {
+
+using NAMESPACE_Corvane::CFusionIOAdapter;
+using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
+using NAMESPACE_Corvane::Compare;
+using NAMESPACE_Corvane::SystemDifference;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr unsigned long NOW = 1767225600000;  // 2026-01-01 00:00, in milliseconds
+
+// Card 1 has the adapter 11 named A1 and the drive 21 named D1, and so on.
+CFusionIOAdapter Adapter(std::uint32_t card) {
+  CFusionIOAdapter adapter;
+  adapter.m_ID = 10 + card;
+  adapter.m_CardIndex = card;
+  adapter.m_GlobalNumber = 30 + card;
+  adapter.m_Name = "A" + std::to_string(card);
+  adapter.m_SerialNumber = "S" + std::to_string(card);
+  return adapter;
+}
+CFusionIOPhysicalDrive Drive(std::uint32_t card) {
+  CFusionIOPhysicalDrive drive;
+  drive.m_ID = 20 + card;
+  drive.m_CardIndex = card;
+  drive.m_GlobalNumber = 30 + card;
+  drive.m_Name = "D" + std::to_string(card);
+  drive.m_SerialNumber = "S" + std::to_string(card);
+  return drive;
+}
+
+struct Records {
+  std::vector<CFusionIOAdapter> adapters;
+  std::vector<CFusionIOPhysicalDrive> drives;
+};
+
+Records Cards(const std::vector<std::uint32_t>& cards) {
+  Records records;
+  for (const std::uint32_t card : cards) {
+    records.adapters.push_back(Adapter(card));
+    records.drives.push_back(Drive(card));
+  }
+  return records;
+}
+
+SystemDifference Compared(const Records& stored, const Records& scanned) {
+  return Compare(stored.adapters, stored.drives, scanned.adapters, scanned.drives, NOW);
+}
+
+// "+A1" added, "~A1" changed, "-A1" removed.
+std::vector<std::string> Names(const SystemDifference& difference) {
+  std::vector<std::string> texts;
+  for (const auto& each : difference.m_AddedAdapters) texts.push_back("+" + each.m_Name);
+  for (const auto& each : difference.m_ChangedAdapters) texts.push_back("~" + each.m_Before.m_Name);
+  for (const auto& each : difference.m_RemovedAdapters) texts.push_back("-" + each.m_Name);
+  for (const auto& each : difference.m_AddedDrives) texts.push_back("+" + each.m_Name);
+  for (const auto& each : difference.m_ChangedDrives) texts.push_back("~" + each.m_Name);
+  return texts;
+}
+// "11093/2 of 11": number, severity and object.
+std::vector<std::string> Events(const SystemDifference& difference) {
+  std::vector<std::string> texts;
+  for (const PI::CEvent& event : difference.m_Events) {
+    texts.push_back(std::to_string(event.m_EventID) + "/" + std::to_string(event.m_Severity) +
+                    " of " + std::to_string(event.m_ObjectID));
+  }
+  return texts;
+}
+
+struct Case {
+  const char* name;
+  std::function<void(Records& stored, Records& scanned)> change;  // of cards 1 and 2
+  std::vector<std::string> records;
+  std::vector<std::string> events;
+};
+
+void PrintTo(const Case& each, std::ostream* out) {
+  *out << each.name;
+}
+
+class EachDifference : public testing::TestWithParam<Case> {};
+
+TEST_P(EachDifference, HasItsRecordsAndEvents) {
+  Records stored = Cards({1, 2});
+  Records scanned = stored;
+  GetParam().change(stored, scanned);
+  const SystemDifference difference = Compared(stored, scanned);
+  EXPECT_EQ(Names(difference), GetParam().records);
+  EXPECT_EQ(Events(difference), GetParam().events);
+  EXPECT_EQ(difference.Any(), !GetParam().records.empty());
+}
+
+// A mask that the histories have seen twice, so that this scan accepts it.
+void SeenTwice(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warnings,
+               std::uint64_t info) {
+  adapter.m_FlagHistoryIndex.m_Value = 2;
+  adapter.m_ErrorHistory.m_Value = {errors, errors, 0};
+  adapter.m_WarningHistory.m_Value = {warnings, warnings, 0};
+  adapter.m_InfoHistory.m_Value = {info, info, 0};
+}
+void Show(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warnings,
+          std::uint64_t info) {
+  adapter.m_ErrorFlags = errors;
+  adapter.m_WarningFlags = warnings;
+  adapter.m_InfoFlags = info;
+}
+
+const Case CASES[] = {
+    {"Nothing", [](Records&, Records&) {}, {}, {}},
+    {"HistoriesAlone",
+     [](Records&, Records& scanned) { SeenTwice(scanned.adapters[0], 1, 1, 1); },
+     {},
+     {}},
+    {"Temperature",
+     [](Records&, Records& scanned) { scanned.adapters[0].m_Temperature = 50; },
+     {"~A1"},
+     {}},
+    {"SectorSize",
+     [](Records&, Records& scanned) { scanned.drives[1].m_SectorSize = 4096; },
+     {"~D2"},
+     {"10985/2 of 22"}},
+    {"FormattedSize",
+     [](Records&, Records& scanned) { scanned.drives[1].m_FormattedSizeMiB = 7; },
+     {"~D2"},
+     {"10985/2 of 22"}},
+    {"AnotherFieldOfADrive",
+     [](Records&, Records& scanned) { scanned.drives[1].m_Product = "other"; },
+     {"~D2"},
+     {}},
+    {"CardAdded",
+     [](Records&, Records& scanned) {
+       scanned.adapters.push_back(Adapter(3));
+       scanned.drives.push_back(Drive(3));
+     },
+     {"+A3", "+D3"},
+     {"11093/2 of 13"}},
+    {"CardRemoved",
+     [](Records&, Records& scanned) {
+       scanned.adapters.erase(scanned.adapters.begin());
+       scanned.drives.erase(scanned.drives.begin());
+     },
+     {"-A1"},
+     {"11094/3 of 11"}},
+    {"AllRemoved",
+     [](Records&, Records& scanned) { scanned = Records(); },
+     {"-A1", "-A2"},
+     {"11094/3 of 11", "11094/3 of 12"}},
+    {"AdapterAddedWithoutItsDrive",
+     [](Records&, Records& scanned) { scanned.adapters.push_back(Adapter(3)); },
+     {"+A3"},
+     {"11093/2 of 13"}},
+    {"DriveAddedWithoutItsAdapter",
+     [](Records&, Records& scanned) { scanned.drives.push_back(Drive(3)); },
+     {},
+     {}},
+    {"DriveChangedWithoutItsAdapter",
+     [](Records& stored, Records& scanned) {
+       stored.adapters.pop_back();
+       scanned.adapters.pop_back();
+       scanned.drives[1].m_SectorSize = 4096;
+     },
+     {"~D2"},
+     {}},
+    {"MaskSeenOnce",
+     [](Records&, Records& scanned) { Show(scanned.adapters[0], 1, 0, 0); },
+     {"~A1"},
+     {}},
+    {"ErrorsSettled",
+     [](Records& stored, Records& scanned) {
+       SeenTwice(stored.adapters[0], 0x201, 0, 0);
+       Show(scanned.adapters[0], 0x201, 0, 0);
+     },
+     {"~A1"},
+     {"10957/4 of 11", "10966/4 of 11"}},
+    {"WarningsSettled",
+     [](Records& stored, Records& scanned) {
+       SeenTwice(stored.adapters[0], 0, 0x1001, 0);
+       Show(scanned.adapters[0], 0, 0x1001, 0);
+     },
+     {"~A1"},
+     {"10967/3 of 11", "10979/3 of 11"}},
+    {"WarningsWithTheInformation",
+     [](Records& stored, Records& scanned) {
+       SeenTwice(stored.adapters[0], 0, 3, 2);
+       Show(scanned.adapters[0], 0, 3, 2);
+     },
+     {"~A1"},
+     {"10967/3 of 11", "10968/3 of 11", "11086/2 of 11", "11087/2 of 11"}},
+    {"InformationAlone",
+     [](Records& stored, Records& scanned) {
+       SeenTwice(stored.adapters[0], 0, 0, 2);
+       Show(scanned.adapters[0], 0, 0, 2);
+     },
+     {"~A1"},
+     {}},
+    {"BackToNormal",
+     [](Records& stored, Records& scanned) {
+       Show(stored.adapters[0], 1, 0, 0);
+       SeenTwice(stored.adapters[0], 0, 0, 0);
+       Show(scanned.adapters[0], 0, 0, 0);
+     },
+     {"~A1"},
+     {"10980/2 of 11"}},
+    {"OneOfTwoBitsCleared",
+     [](Records& stored, Records& scanned) {
+       Show(stored.adapters[0], 1, 2, 0);
+       SeenTwice(stored.adapters[0], 0, 2, 0);
+       Show(scanned.adapters[0], 0, 2, 0);
+     },
+     {"~A1"},
+     {}},
+    {"Attached",
+     [](Records&, Records& scanned) { scanned.adapters[0].m_StatusReasons = {40393}; },
+     {"~A1"},
+     {"10983/2 of 11"}},
+    {"Detached",
+     [](Records& stored, Records& scanned) {
+       stored.adapters[0].m_StatusReasons = {40393};
+       scanned.adapters[0].m_StatusReasons = {40449, 40387};
+     },
+     {"~A1"},
+     {"10984/4 of 11"}},
+    {"StillAttached",
+     [](Records& stored, Records& scanned) {
+       stored.adapters[0].m_StatusReasons = {40393};
+       scanned.adapters[0].m_StatusReasons = {40450, 40393};
+     },
+     {"~A1"},
+     {}},
+    {"Everything",
+     [](Records& stored, Records& scanned) {
+       SeenTwice(stored.adapters[1], 1, 0, 0);
+       Show(scanned.adapters[1], 1, 0, 0);
+       scanned.adapters[1].m_StatusReasons = {40387};
+       scanned.adapters[0] = Adapter(3);
+       scanned.drives[0] = Drive(3);
+       scanned.drives[1].m_SectorSize = 4096;
+     },
+     {"+A3", "~A2", "-A1", "+D3", "~D2"},
+     {"11093/2 of 13", "10957/4 of 12", "10984/4 of 12", "11094/3 of 11", "10985/2 of 22"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, EachDifference, testing::ValuesIn(CASES),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST(SystemDifference, GivesEventsOfAnAdapterTheTimeAndItsStoredName) {
+  const Records stored = Cards({1});
+  Records scanned = stored;
+  scanned.adapters[0].m_Name = "renamed";
+  scanned.adapters[0].m_StatusReasons = {40387};
+  const SystemDifference difference = Compared(stored, scanned);
+  ASSERT_THAT(difference.m_Events, SizeIs(1));
+  const PI::CEvent& event = difference.m_Events[0];
+  EXPECT_EQ(event.m_Time, NOW);
+  EXPECT_EQ(event.m_SourceName, "A1");
+  EXPECT_EQ(event.m_PlaceHolders.at(0), "A1");
+}
+
+TEST(SystemDifference, GivesEventsOfADriveTheScannedNameOfItsAdapter) {
+  const Records stored = Cards({1});
+  Records scanned = stored;
+  scanned.adapters[0].m_Name = "renamed";
+  scanned.drives[0].m_Name = "renamed too";
+  scanned.drives[0].m_SectorSize = 4096;
+  const SystemDifference difference = Compared(stored, scanned);
+  ASSERT_THAT(difference.m_Events, SizeIs(1));
+  const PI::CEvent& event = difference.m_Events[0];
+  EXPECT_EQ(event.m_Time, NOW);
+  EXPECT_EQ(event.m_SourceName, "D1");
+  EXPECT_EQ(event.m_PlaceHolders.at(0), "renamed");
+  EXPECT_EQ(event.m_PlaceHolders.at(1), "D1");
+}
+
+// The stored record gets the masks in its histories, the scanned one the settled masks.
+TEST(SystemDifference, EntersUnsettledMasksInTheHistoriesAlone) {
+  Records stored = Cards({1});
+  CFusionIOAdapter& before = stored.adapters[0];
+  before.m_ChangeCount = 5;
+  Show(before, 1, 2, 4);
+  before.m_FlagHistoryIndex.m_Value = 1;
+  Records scanned = stored;
+  Show(scanned.adapters[0], 8, 16, 32);
+  const SystemDifference difference = Compared(stored, scanned);
+  ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
+  const CFusionIOAdapter& old = difference.m_ChangedAdapters[0].m_Before;
+  EXPECT_THAT(old.m_ErrorHistory.m_Value, ElementsAre(0, 8, 0));
+  EXPECT_THAT(old.m_WarningHistory.m_Value, ElementsAre(0, 16, 0));
+  EXPECT_THAT(old.m_InfoHistory.m_Value, ElementsAre(0, 32, 0));
+  EXPECT_EQ(old.m_FlagHistoryIndex.m_Value, 2U);
+  EXPECT_EQ(old.m_ErrorFlags, 1U);
+  EXPECT_EQ(old.m_ChangeCount, 6U);
+  const CFusionIOAdapter& now = difference.m_ChangedAdapters[0].m_After;
+  EXPECT_EQ(now.m_ErrorFlags, 1U);
+  EXPECT_EQ(now.m_WarningFlags, 2U);
+  EXPECT_EQ(now.m_InfoFlags, 4U);
+  EXPECT_EQ(now.m_ChangeCount, 5U);
+}
+
+TEST(SystemDifference, ReusesTheSlotsOfTheHistoriesInTurn) {
+  Records stored = Cards({1});
+  stored.adapters[0].m_FlagHistoryIndex.m_Value = 2;
+  Records scanned = stored;
+  Show(scanned.adapters[0], 1, 0, 0);
+  const SystemDifference difference = Compared(stored, scanned);
+  ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
+  EXPECT_THAT(difference.m_ChangedAdapters[0].m_Before.m_ErrorHistory.m_Value,
+              ElementsAre(0, 0, 1));
+  EXPECT_EQ(difference.m_ChangedAdapters[0].m_Before.m_FlagHistoryIndex.m_Value, 0U);
+}
+
+// Two of three are not enough, whichever two they are. The scan is the third.
+TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreAlike) {
+  for (const std::size_t odd : {0U, 1U, 2U}) {
+    Records stored = Cards({1});
+    CFusionIOAdapter& adapter = stored.adapters[0];
+    SeenTwice(adapter, 4, 4, 4);
+    for (auto* history :
+         {&adapter.m_ErrorHistory, &adapter.m_WarningHistory, &adapter.m_InfoHistory}) {
+      history->m_Value[odd] = 8;
+    }
+    Records scanned = stored;
+    const std::uint64_t mask = odd == 2 ? 8 : 4;
+    Show(scanned.adapters[0], mask, mask, mask);
+    const SystemDifference difference = Compared(stored, scanned);
+    ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
+    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_ErrorFlags, 0U) << odd;
+    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_WarningFlags, 0U) << odd;
+    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_InfoFlags, 0U) << odd;
+    EXPECT_THAT(difference.m_Events, IsEmpty());
+  }
+}
+
+TEST(SystemDifference, GivesAnAddedDriveTheGlobalNumberOfItsAdapter) {
+  const Records stored = Cards({1});
+  Records scanned = Cards({1, 2});
+  scanned.drives[1].m_GlobalNumber = 99;
+  const SystemDifference difference = Compared(stored, scanned);
+  ASSERT_THAT(difference.m_AddedDrives, SizeIs(1));
+  EXPECT_EQ(difference.m_AddedDrives[0].m_GlobalNumber, 32U);
+}
+
+// The first drive of the serial number, at whatever position it is.
+TEST(SystemDifference, FindsTheDriveOfAnAddedAdapterByItsSerialNumber) {
+  const Records stored = Cards({1});
+  Records scanned = Cards({1, 2, 3});
+  scanned.adapters.pop_back();
+  scanned.drives[1].m_SerialNumber = "S9";
+  scanned.drives[2].m_SerialNumber = "S2";
+  EXPECT_THAT(Names(Compared(stored, scanned)), ElementsAre("+A2", "+D3"));
+}
+
+// A drive that takes over another number is compared with it.
+TEST(SystemDifference, ComparesADriveWithTheNumberThatItHasTakenOver) {
+  const Records stored = Cards({1});
+  Records scanned = Cards({1});
+  scanned.adapters.push_back(Adapter(2));
+  scanned.adapters[1].m_SerialNumber = "S1";
+  EXPECT_THAT(Names(Compared(stored, scanned)), ElementsAre("+A2", "+D1", "~D1"));
+}
+
+}  // namespace
+}  // namespace CorvaneTest
