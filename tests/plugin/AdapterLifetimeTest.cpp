@@ -44,7 +44,7 @@ void ExpectRow(const Case& each, std::uint32_t property) {
   EXPECT_EQ(host.RowInList(OneCard::ADAPTER, property), each.row);
 }
 
-// First used, bytes written, rating in units of 2^40 bytes, per cent of the rated writes left.
+// First used, bytes written, rating in units of 2^40 bytes, percent of the rated writes left.
 Settings Wear(const char* firstUse, const char* written, const char* rated, const char* left) {
   return {{"first_use_ts", firstUse},
           {"total_physical_bytes_written", written},
@@ -145,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"RatingOfZero", Wear(A_YEAR_AGO, "54975581388800", "0", "50.0"), ABSENT}),
     NameOfCase);
 
-TEST(RatedEnduranceTrace, TellsThePercentage) {
+TEST(RatedEnduranceTrace, TracesThePercentage) {
   OneCard host(Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"));
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -164,7 +164,7 @@ TEST(RatedEnduranceTrace, IsSilentForARatingOfZero) {
 
 // Of a rating of 2^24 units of 2^40 bytes nothing is left in 64 bits: such a card has no rating.
 // In a process of its own, which a division by zero would end.
-TEST(RatedEnduranceDeathTest, BearsARatingThatRunsOver) {
+TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
   const auto read = [] {
     OneCard host(Wear(A_YEAR_AGO, "54975581388800", "16777216", "50.0"));
     host.Initialize();
@@ -194,7 +194,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"NoSpace", {{"reserve_space_pct", nullptr}, {"reserve_status", "2"}}, ABSENT}),
     NameOfCase);
 
-TEST(ReserveTraces, TellTheNumbersOfTheCard) {
+TEST(ReserveTraces, TraceTheNumbersOfTheCard) {
   OneCard host(Settings{{"reserve_space_pct", "12.99"}, {"reserve_status", "3"}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -326,7 +326,7 @@ INSTANTIATE_TEST_SUITE_P(
                          R"(MANUFACTURE_DATE = "2012-03-04 05:06" (sort 23070))"}),
     NameOfCase);
 
-TEST(ManufactureDateThatIsNotTold, LeavesTheLifetimeAlone) {
+TEST(MissingManufactureDate, LeavesTheLifetimeAlone) {
   OneCard host(Wear(A_YEAR_AGO, "0", "100", "50.0"));
   host.Set({{"origin_ts", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);

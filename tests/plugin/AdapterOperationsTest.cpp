@@ -1,4 +1,4 @@
-// What the host may do to an adapter: what is offered, what refuses, and the locating light.
+// The operations of an adapter: which are listed, which are rejected, and the locate LED.
 
 #include <gmock/gmock.h>
 
@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "hostkit/Inspect.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -17,7 +18,7 @@ using testing::IsEmpty;
 constexpr std::uint64_t ADAPTER = 0x0130000000000001;
 constexpr std::uint32_t UNKNOWN_OPERATION = 50099;
 
-// The nine numbers of a row, with the name behind the identifier, and how many parameters.
+// The nine numbers of a row, with the name after the identifier, and the number of parameters.
 std::string Row(const PI::COperation& operation) {
   std::string text;
   for (const std::uint32_t number :
@@ -36,7 +37,7 @@ std::vector<std::string> Rows(const std::vector<PI::COperation>& operations) {
   return rows;
 }
 
-// One card behind an initialized plug-in, with nothing traced and nothing called yet.
+// One card and an initialized plug-in, with nothing traced and nothing called yet.
 class AdapterOperations : public testing::Test {
  protected:
   void StartWith(const std::string& attribute = "", const std::string& value = "") {
@@ -63,7 +64,7 @@ class AdapterOperations : public testing::Test {
   std::string m_Card;
 };
 
-TEST_F(AdapterOperations, ListLightAttachAndDetachWithTheirNineNumbers) {
+TEST_F(AdapterOperations, ListLocateAttachAndDetachWithTheirNineNumbers) {
   StartWith();
   const std::vector<std::string> rows = Rows(m_Host.Operations(ADAPTER));
   EXPECT_THAT(rows, ElementsAre("50034 50034 1 2 1 1 0 -1 1 1, 0 parameters",
@@ -74,7 +75,7 @@ TEST_F(AdapterOperations, ListLightAttachAndDetachWithTheirNineNumbers) {
   EXPECT_EQ(Rows(m_Host.ObjectOf(ADAPTER).m_Operations), rows);
 }
 
-TEST_F(AdapterOperations, ListNoLightOnACardWithoutOne) {
+TEST_F(AdapterOperations, ListNoLocateOnACardWithoutALocateLED) {
   StartWith("beacon_state", "absent");
   EXPECT_THAT(Rows(m_Host.Operations(ADAPTER)),
               ElementsAre("50126 50126 1 2 1 1 0 -1 2 22110, 0 parameters",
@@ -104,7 +105,9 @@ class CheckByState : public AdapterOperations, public testing::WithParamInterfac
 TEST_P(CheckByState, DecidesFromTheLastScan) {
   StartWith("iom_state", GetParam().state);
   const std::vector<std::pair<std::uint32_t, std::uint32_t>> wanted = {
-      {50126, GetParam().attach}, {50127, GetParam().detach}, {50128, GetParam().detach}};
+      {Number::OP_ATTACH, GetParam().attach},
+      {Number::OP_DETACH, GetParam().detach},
+      {Number::OP_FORCE_DETACH, GetParam().detach}};
   for (const auto& [operation, result] : wanted) {
     Forget();
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result) << operation;
@@ -115,40 +118,42 @@ TEST_P(CheckByState, DecidesFromTheLastScan) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(States, CheckByState,
-                         testing::Values(CardInState{"Detached", "0", 0, 20000},
-                                         CardInState{"Attaching", "1", 20000, 20000},
-                                         CardInState{"Attached", "2", 20000, 0},
-                                         CardInState{"Detaching", "3", 20000, 20000},
-                                         CardInState{"Busy", "4", 20000, 20000},
-                                         CardInState{"Minimal", "5", 20000, 20000},
-                                         CardInState{"Failed", "6", 20000, 20000},
-                                         CardInState{"Stopped", "7", 20000, 20000},
-                                         CardInState{"Unheard", "8", 20000, 20000},
-                                         CardInState{"Untold", "absent", 20000, 20000}),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    States, CheckByState,
+    testing::Values(CardInState{"Detached", "0", 0, Number::ERR_GENERAL},
+                    CardInState{"Attaching", "1", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"Attached", "2", Number::ERR_GENERAL, 0},
+                    CardInState{"Detaching", "3", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"Busy", "4", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"Minimal", "5", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"Failed", "6", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"Stopped", "7", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"Unheard", "8", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"Untold", "absent", Number::ERR_GENERAL, Number::ERR_GENERAL}),
+    [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(AdapterOperations, CheckDoesNotAskTheCardForItsStateAnew) {
+TEST_F(AdapterOperations, CheckUsesTheStateOfTheLastScan) {
   StartWith("iom_state", "0");
   m_Host.Cards().Set(m_Card, "iom_state", "2");
   EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_ATTACH), 0U);
-  EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_DETACH), 20000U);
+  EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_DETACH), Number::ERR_GENERAL);
 }
 
-struct LightCheck {
+struct LocateLEDCheck {
   const char* name;
   std::uint32_t operation;
   const char* light;
   std::uint32_t result;
 };
 
-std::ostream& operator<<(std::ostream& out, const LightCheck& check) {
+std::ostream& operator<<(std::ostream& out, const LocateLEDCheck& check) {
   return out << check.name;
 }
 
-class CheckLight : public AdapterOperations, public testing::WithParamInterface<LightCheck> {};
+class CheckLocateLED : public AdapterOperations,
+                       public testing::WithParamInterface<LocateLEDCheck> {};
 
-TEST_P(CheckLight, AsksTheCardItself) {
+TEST_P(CheckLocateLED, AsksTheCardItself) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().light);
   EXPECT_EQ(m_Host.Check(ADAPTER, GetParam().operation), GetParam().result);
@@ -160,11 +165,11 @@ TEST_P(CheckLight, AsksTheCardItself) {
                                      "16 LEAVE CheckAdapterOperation -> " + result));
 }
 
-TEST_P(CheckLight, RefusesAndDestroysNothingWhenTheCardCannotBeNamed) {
+TEST_P(CheckLocateLED, RefusesAndDestroysNothingWhenTheCardCannotBeNamed) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().light);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 71, "no such device");
-  EXPECT_EQ(m_Host.Check(ADAPTER, GetParam().operation), 20003U);
+  EXPECT_EQ(m_Host.Check(ADAPTER, GetParam().operation), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
   const std::string operation = std::to_string(GetParam().operation);
   EXPECT_THAT(Results(),
@@ -173,18 +178,23 @@ TEST_P(CheckLight, RefusesAndDestroysNothingWhenTheCardCannotBeNamed) {
                           "16 LEAVE CheckAdapterOperation -> 20003"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Lights, CheckLight,
-                         testing::Values(LightCheck{"LocateDark", 50034, "false", 0},
-                                         LightCheck{"LocateLit", 50034, "true", 20040},
-                                         LightCheck{"StopDark", 50035, "false", 20041},
-                                         LightCheck{"StopLit", 50035, "true", 0}),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    LocateLEDs, CheckLocateLED,
+    testing::Values(LocateLEDCheck{"LocateDark", Number::OP_LOCATE_DEVICE, "false", 0},
+                    LocateLEDCheck{"LocateLit", Number::OP_LOCATE_DEVICE, "true",
+                                   Number::ERR_LOCATE_IN_PROGRESS},
+                    LocateLEDCheck{"StopDark", Number::OP_STOP_LOCATE_DEVICE, "false",
+                                   Number::ERR_NO_LOCATE_STARTED},
+                    LocateLEDCheck{"StopLit", Number::OP_STOP_LOCATE_DEVICE, "true", 0}),
+    [](const auto& each) { return std::string(each.param.name); });
 
-// The answer counts as it is; an error behind it is not looked at.
-TEST_F(AdapterOperations, CheckTakesALightThatCannotBeReadAsDark) {
+// The state that the library returns counts, also when the call failed.
+TEST_F(AdapterOperations, CheckTakesAnUnreadableLocateLEDAsOff) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", "true");
-  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {{50034, 0}, {50035, 20041}};
+  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {
+      {Number::OP_LOCATE_DEVICE, 0},
+      {Number::OP_STOP_LOCATE_DEVICE, Number::ERR_NO_LOCATE_STARTED}};
   for (const auto& [operation, result] : wanted) {
     Forget();
     CardSim::FailCall("vsl_beacon_state", 1, 72, "asleep");
@@ -197,7 +207,7 @@ TEST_F(AdapterOperations, CheckTakesALightThatCannotBeReadAsDark) {
   }
 }
 
-TEST_F(AdapterOperations, CheckAsksForALightThatTheCardDoesNotHave) {
+TEST_F(AdapterOperations, CheckReadsALocateLEDThatTheCardDoesNotHave) {
   StartWith("beacon_state", "absent");
   EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0",
@@ -206,7 +216,8 @@ TEST_F(AdapterOperations, CheckAsksForALightThatTheCardDoesNotHave) {
 
 TEST_F(AdapterOperations, CheckLetsAnUnknownOperationPass) {
   StartWith();
-  for (const std::uint32_t operation : {UNKNOWN_OPERATION, 50002U, 50026U, 0U}) {
+  for (const std::uint32_t operation :
+       {UNKNOWN_OPERATION, Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE, 0U}) {
     Forget();
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), 0U);
     EXPECT_THAT(Results(),
@@ -216,7 +227,7 @@ TEST_F(AdapterOperations, CheckLetsAnUnknownOperationPass) {
   }
 }
 
-struct LightSwitch {
+struct LocateLEDSwitch {
   const char* name;
   std::uint32_t operation;
   const char* before;
@@ -224,18 +235,19 @@ struct LightSwitch {
   const char* call;
 };
 
-std::ostream& operator<<(std::ostream& out, const LightSwitch& row) {
+std::ostream& operator<<(std::ostream& out, const LocateLEDSwitch& row) {
   return out << row.name;
 }
 
-class SwitchLight : public AdapterOperations, public testing::WithParamInterface<LightSwitch> {
+class SwitchLocateLED : public AdapterOperations,
+                        public testing::WithParamInterface<LocateLEDSwitch> {
  protected:
   std::string Enter() const {
     return "2 ENTER ExecuteAdapterOperation(" + std::to_string(GetParam().operation) + ") (0)";
   }
 };
 
-TEST_P(SwitchLight, IsDoneAtOnceWithoutOpeningTheCard) {
+TEST_P(SwitchLocateLED, IsDoneAtOnceWithoutOpeningTheCard) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().before);
   EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), 0U);
@@ -246,21 +258,21 @@ TEST_P(SwitchLight, IsDoneAtOnceWithoutOpeningTheCard) {
               ElementsAre(Enter(), "2 LEAVE AdapterExecuteOperation() -> 0"));
 }
 
-TEST_P(SwitchLight, FailsWhenTheCardCannotBeNamed) {
+TEST_P(SwitchLocateLED, FailsWhenTheCardCannotBeNamed) {
   StartWith();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 73, "gone");
-  EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), 20003U);
+  EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
   EXPECT_THAT(m_Host.LeveledTraces(2 | 16),
               ElementsAre(Enter(), "16 ExecuteAdapterOperation, vsl_iom_create_by_name = 73 (gone)",
                           "2 LEAVE AdapterExecuteOperation() -> 20003"));
 }
 
-TEST_P(SwitchLight, FailsWhenTheLightRefusesAndDestroysTheHandle) {
+TEST_P(SwitchLocateLED, DestroysTheHandleWhenTheLocateLEDCannotBeSwitched) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().before);
   CardSim::FailCall("vsl_set_beacon_state", 1, 74, "broken lamp");
-  EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), 20003U);
+  EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), Number::ERR_COMMAND_ERROR);
   EXPECT_EQ(m_Host.Cards().Get(m_Card, "beacon_state"), GetParam().before);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", GetParam().call,
                                           "vsl_destroy card#1"));
@@ -270,26 +282,29 @@ TEST_P(SwitchLight, FailsWhenTheLightRefusesAndDestroysTheHandle) {
                   "2 LEAVE AdapterExecuteOperation() -> 20003"));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lights, SwitchLight,
-    testing::Values(LightSwitch{"On", 50034, "false", "true", "vsl_set_beacon_state card#1 1"},
-                    LightSwitch{"Off", 50035, "true", "false", "vsl_set_beacon_state card#1 0"}),
-    [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(LocateLEDs, SwitchLocateLED,
+                         testing::Values(LocateLEDSwitch{"On", Number::OP_LOCATE_DEVICE, "false",
+                                                         "true", "vsl_set_beacon_state card#1 1"},
+                                         LocateLEDSwitch{"Off", Number::OP_STOP_LOCATE_DEVICE,
+                                                         "true", "false",
+                                                         "vsl_set_beacon_state card#1 0"}),
+                         [](const auto& each) { return std::string(each.param.name); });
 
 TEST_F(AdapterOperations, ExecuteDoesNotRepeatTheCheck) {
   StartWith();
   EXPECT_EQ(m_Host.Run(ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
-  EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_LOCATE_DEVICE), 20040U);
+  EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_LOCATE_DEVICE), Number::ERR_LOCATE_IN_PROGRESS);
   EXPECT_EQ(m_Host.Run(ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
   EXPECT_EQ(m_Host.Cards().Get(m_Card, "beacon_state"), "true");
 }
 
 TEST_F(AdapterOperations, ExecuteRefusesWhatItDoesNotKnow) {
   StartWith();
-  for (const std::uint32_t operation : {UNKNOWN_OPERATION, 50002U, 50026U}) {
+  for (const std::uint32_t operation :
+       {UNKNOWN_OPERATION, Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE}) {
     Forget();
     const std::string number = std::to_string(operation);
-    EXPECT_EQ(m_Host.Run(ADAPTER, operation), 20005U);
+    EXPECT_EQ(m_Host.Run(ADAPTER, operation), Number::ERR_INVALID_OPERATION);
     EXPECT_THAT(m_Host.LeveledTraces(2 | 16),
                 ElementsAre("2 ENTER ExecuteAdapterOperation(" + number + ") (0)",
                             "16 ExecuteAdapterOperation() OpCode(" + number + ")",
@@ -301,7 +316,7 @@ TEST_F(AdapterOperations, ExecuteRefusesWhatItDoesNotKnow) {
 TEST_F(AdapterOperations, ShowThePositionOfTheCardInTheTrace) {
   m_Host.AddCard();
   StartWith();
-  EXPECT_EQ(m_Host.Run(0x0130000000000003, UNKNOWN_OPERATION), 20005U);
+  EXPECT_EQ(m_Host.Run(0x0130000000000003, UNKNOWN_OPERATION), Number::ERR_INVALID_OPERATION);
   EXPECT_EQ(m_Host.Traces(2).front(), "ENTER ExecuteAdapterOperation(50099) (1)");
 }
 
@@ -315,7 +330,7 @@ TEST_F(AdapterOperations, AreTracedByTheRouterUnderTheDataLock) {
                   "16 LEAVE CheckAdapterOperation -> 0", "8 LEAVE CheckOperation(0)"));
 }
 
-TEST_F(AdapterOperations, HoldTheDataLockWhileTheLightIsSwitched) {
+TEST_F(AdapterOperations, HoldTheDataLockWhileSwitchingTheLocateLED) {
   StartWith();
   unsigned int depth = 0;
   CardSim::SetHook([&depth](const CardSim::Call& call) {

@@ -1,9 +1,10 @@
-// What the host reads from an adapter: the whole list, and each row's look and condition.
+// What the host reads from an adapter: the whole list, and the form and condition of each row.
 
 #include <gmock/gmock.h>
 
 #include <set>
 
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -200,7 +201,7 @@ TEST(AdapterProperties, OfACardThatCannotBeOpenedAreTheOthersAsTheyWere) {
   }
 }
 
-// The selector of all properties is no property: the host gets the first of the list.
+// The selector of all properties is not a property: the host gets the first of the list.
 TEST(AdapterProperties, ReadWithTheSelectorOfAllGiveTheFirst) {
   OneCard host(TALKATIVE);
   ASSERT_EQ(host.Start(), 0U);
@@ -212,8 +213,11 @@ TEST(AdapterProperties, OfOtherObjectsAreNotThere) {
   ASSERT_EQ(host.Start(), 0U);
   // Plug-in, drive and parameter properties, low numbers, short names, values, and none at all.
   for (const std::uint32_t property :
-       {0U, 2U, 3U, 30004U, 30005U, 30056U, 30059U, 30060U, 30099U, 30116U, 30122U, 30460U, 30461U,
-        35016U, 40024U, 4294967295U}) {
+       {0U, 2U, 3U, Number::Property::VENDOR_API_VERSION, Number::Property::POLL_INTERVAL,
+        Number::Property::TYPE, Number::Property::PHYSICAL_SIZE,
+        Number::Property::CONFIGURABLE_SIZE, Number::Property::VERSION,
+        Number::Property::RANGE_PARAM, Number::Property::PORT_NUMBER, Number::Property::BLOCK_SIZE,
+        Number::Property::FORMATTED_SIZE, 35016U, 40024U, 4294967295U}) {
     EXPECT_EQ(host.Row(OneCard::ADAPTER, property), "result 20000") << property;
   }
 }
@@ -233,15 +237,16 @@ TEST(AdapterProperties, CannotBeWritten) {
   for (const RowNumbers& row : ALL_NUMBERS) {
     PI::CProperty property(static_cast<PI::_PROPERTY_ID>(row.property), true);
     property.SetValue(std::string("other"));
-    EXPECT_EQ(host.Execute(7, OneCard::ADAPTER, &property), 20004U) << row.property;
+    EXPECT_EQ(host.Execute(7, OneCard::ADAPTER, &property), Number::ERR_INVALID_PROPERTY)
+        << row.property;
   }
   PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
-  EXPECT_EQ(host.Execute(7, OneCard::ADAPTER, &interval), 20004U);
+  EXPECT_EQ(host.Execute(7, OneCard::ADAPTER, &interval), Number::ERR_INVALID_PROPERTY);
   EXPECT_THAT(host.Calls(), IsEmpty());
   EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(ALL_ROWS));
 }
 
-TEST(AdapterProperties, OfTheSecondCardBearItsNumber) {
+TEST(AdapterProperties, OfTheSecondCardHaveItsNumber) {
   OneCard host;
   host.AddCard(0x3001);
   ASSERT_EQ(host.Start(), 0U);
@@ -258,7 +263,7 @@ TEST(AdapterProperties, HaveAnEmptyNameBeforeTheHostGaveANumber) {
   EXPECT_EQ(host.Row(OneCard::ADAPTER, 30007), R"(NAME = "" (sort 23081))");
 }
 
-// A card of no known family has no segment, if it does not tell one, and is shown all the same.
+// A card of no known family that has no segment attribute is shown without a segment.
 TEST(AdapterProperties, ShowASegmentThatIsNotKnown) {
   OneCard host;
   const std::string odd = host.AddCard(0x4242);
@@ -272,7 +277,7 @@ TEST(AdapterProperties, ShowASegmentThatIsNotKnown) {
   EXPECT_EQ(host.Row(second, 30063), R"(PRODUCT = "" (sort 23102))");
 }
 
-// How one row looks on one card, in the list and by itself. The result 20000: it is not there.
+// One row on one card, in the list and alone. The result 20000: it is not there.
 struct Case {
   const char* name;
   Settings settings;
@@ -286,7 +291,7 @@ void PrintTo(const Case& each, std::ostream* out) {
 
 class AdapterRow : public testing::TestWithParam<Case> {};
 
-TEST_P(AdapterRow, LooksTheSameInTheListAndByItself) {
+TEST_P(AdapterRow, IsTheSameInTheListAndAlone) {
   OneCard host(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, GetParam().property), GetParam().row);

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "hostkit/Inspect.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -251,7 +252,7 @@ TEST_F(AdapterReading, LeavesThePayloadAloneWhenTheCardCannotBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
   PI::CProperty payload(PI::Property::BYTES_READ, true);
   payload.SetValue(std::string("mine"));
-  EXPECT_EQ(m_Host.Execute(6, OneCard::ADAPTER, &payload), 20000U);
+  EXPECT_EQ(m_Host.Execute(6, OneCard::ADAPTER, &payload), Number::ERR_GENERAL);
   EXPECT_EQ(payload.m_Value.m_String.m_Text, "mine");
   EXPECT_TRUE(payload.m_Writable);
 }
@@ -358,11 +359,11 @@ TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
 }
 
 // One call on an open card that fails within a whole list. An attribute that cannot be asked for is
-// not there; a value that cannot be read is 0, and nobody looks for the failure.
+// not there; a value that cannot be read is 0, and the failure is ignored.
 struct FailedCall {
   const char* name;
   std::size_t call;     // in `ALL_CALLS`
-  std::size_t skipped;  // calls behind it that are left out
+  std::size_t skipped;  // calls after it that are left out
   std::uint32_t property;
   const char* row;  // or the result 20000: it is missing, and no other row is
   std::vector<std::string> traces;
@@ -375,7 +376,7 @@ void PrintTo(const FailedCall& each, std::ostream* out) {
 class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> {
  protected:
   void SetUp() override {
-    // Written for 80 of 100 units, and worn by 10 per cent: the two tell different lifetimes.
+    // Written for 80 of 100 units, and worn by 10 percent, which give different lifetimes.
     m_Host.Set({{"total_physical_bytes_written", "87960930222080"},
                 {"rated_writes_remaining_percent", "90.0"}});
     ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -436,7 +437,7 @@ const FailedCall FAILED_CALLS[] = {
     {"HasRating", 2, 5, 30483, MISSING, ALL_TRACES},
     {"HasWritten", 3, 4, 30483, MISSING, ALL_TRACES},
     {"HasRemaining", 4, 3, 30483, MISSING, ALL_TRACES},
-    // By its wear alone: 90 per cent more for 8760 hours each 10, 78,840 hours.
+    // By its wear alone: 90 percent more for 8760 hours each 10, 78,840 hours.
     {"Written", 5, 0, 30483, R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
     {"Rating", 6, 0, 30483, R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
     {"Remaining", 7, 0, 30483, R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))", ALL_TRACES},
@@ -477,7 +478,7 @@ const FailedCall FAILED_CALLS[] = {
      30494,
      "RATED_ENDURANCE_PERCENT = 0 in 0..100 step 1 (sort 23105, unit 21010, fixed 0)",
      {SPACE, STATE, READ, WRITTEN, UNUSED}},
-    // There is no percentage of nothing.
+    // A rating of 0 has no percentage.
     {"RatingForThePercentage", 19, 0, 30494, MISSING, {SPACE, STATE, READ, WRITTEN}},
 };
 

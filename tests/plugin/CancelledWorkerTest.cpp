@@ -1,5 +1,5 @@
-// A worker that is canceled at the end of the host's patience: what it held is free afterwards,
-// and the commands still answer.
+// A worker that is canceled when a stop times out: its locks are released, and commands still
+// work.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/HostThread.h"
@@ -29,7 +29,7 @@ class CanceledWorker : public Watched {
     EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   }
 
-  // By another thread than the one that looks.
+  // By another thread than the one that waits.
   std::size_t ObjectsForTheNextCommand() {
     std::size_t count = 0;
     const auto look = [&] { count = m_Host.Topology().size(); };
@@ -46,7 +46,7 @@ class CanceledWorker : public Watched {
   }
 };
 
-TEST_F(CanceledWorker, FreesItsLockWhenItIsStuckInALook) {
+TEST_F(CanceledWorker, ReleasesItsLockWhenStuckInAQuickPoll) {
   CancelIn("vsl_iom_state");
   ExpectNoLockHeld();
   EXPECT_THAT(Releases(),
@@ -54,7 +54,7 @@ TEST_F(CanceledWorker, FreesItsLockWhenItIsStuckInALook) {
   EXPECT_EQ(ObjectsForTheNextCommand(), 3U);
 }
 
-TEST_F(CanceledWorker, FreesBothLocksWhenItIsStuckInAScan) {
+TEST_F(CanceledWorker, ReleasesBothLocksWhenStuckInAScan) {
   CancelIn("vsl_pci_device_id");
   ExpectNoLockHeld();
   EXPECT_THAT(Releases(),

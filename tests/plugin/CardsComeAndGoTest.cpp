@@ -1,6 +1,7 @@
 // Cards that are not found any more, and cards that are found again.
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -52,12 +53,12 @@ TEST_F(CardsComeAndGo, ObjectsOfACardThatIsGoneAreUnknown) {
   AwaitScans();
   EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result 20008");
   EXPECT_EQ(Value(SECOND_DRIVE, PI::Property::STATUS), "result 20008");
-  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 20008U);
+  EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Value(FIRST, PI::Property::STATUS), "OK");
 }
 
 // Only a scan notices.
-TEST_F(CardsComeAndGo, NoLookNoticesEither) {
+TEST_F(CardsComeAndGo, AQuickPollDoesNotNoticeThem) {
   AddCards(1);
   StartWatch();
   Hide(0);
@@ -128,7 +129,7 @@ TEST_F(CardsComeAndGo, OfACardThatComesBackTheScanTracesItsDrivesTextAlone) {
                           "2 The drive is not found yet!"));
 }
 
-TEST_F(CardsComeAndGo, RemovalAndReturnAreToldInThatOrderWhenNobodyCollectsBetween) {
+TEST_F(CardsComeAndGo, RemovalAndReturnKeepTheirOrderInTheQueue) {
   AddCards(2);
   StartWatch();
   Hide(0);
@@ -179,7 +180,7 @@ TEST_F(CardsComeAndGo, ACardThatTheFirstScanMissedComesWithTheNext) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "late");
   StartWatch();
   ASSERT_THAT(m_Host.Topology(), SizeIs(3));
-  // The host has given numbers for what it was told of alone.
+  // The host has numbered only the adapters that it knew.
   EXPECT_THAT(NextScan(), ElementsAre("11093 severity 2 object 3 "));
   EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children, (std::vector<std::uint64_t>{ObjectId(3), FIRST}));
 }

@@ -6,6 +6,7 @@
 #include "tests/plugin/ScanView.h"
 #include "tests/support/HostThread.h"
 #include "tests/support/Journal.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
 
 namespace CorvaneTest {
@@ -108,14 +109,14 @@ TEST_F(CommandOrder, OfAStart) {
 TEST_F(CommandOrder, OfAStartWithoutACardOnTheBus) {
   m_Host.Cards().RemoveCard("card0");
   m_Host.RefreshPciBus();
-  EXPECT_THAT(StepsOfInitialize(20001),
+  EXPECT_THAT(StepsOfInitialize(Number::ERR_NO_SUPPORTED_HARDWARE),
               ElementsAre("-- print Corvane:  Initialize:  adapter count is 0",
                           "-- trace 2 LEAVE Initialize() -> PI::ERR_NO_SUPPORTED_HARDWARE"));
 }
 
 TEST_F(CommandOrder, OfAStartWithoutTheLibrary) {
   CardSim::FailCall("vsl_init", 1, 5, "broken");
-  EXPECT_THAT(StepsOfInitialize(20012),
+  EXPECT_THAT(StepsOfInitialize(Number::ERR_API_INITIALIZATION_FAILED),
               ElementsAre("-- call vsl_init", "-- trace 16 Initialize, vsl_init = 5 (broken)",
                           "-- print Corvane:  Initialize:  adapter count is 0",
                           "-- trace 2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
@@ -127,7 +128,7 @@ TEST_F(CommandOrder, OfAStartWithoutAUsableCard) {
   Lines expected = START_LIBRARY;
   expected.insert(expected.end(),
                   {"-- print Corvane:  Initialize:  adapter count is 0", "-- call vsl_fini"});
-  EXPECT_THAT(StepsOfInitialize(20001), ElementsAreArray(expected));
+  EXPECT_THAT(StepsOfInitialize(Number::ERR_NO_SUPPORTED_HARDWARE), ElementsAreArray(expected));
 }
 
 TEST_F(CommandOrder, OfAStartWhoseScanFails) {
@@ -147,7 +148,7 @@ TEST_F(CommandOrder, OfAStartWhoseScanFails) {
                       "d- print Corvane:  Initialize:  adapter count is 0",
                       "d- trace 2 LEAVE Initialize() -> 20001"};
   expected.insert(expected.end(), rest.begin(), rest.end());
-  EXPECT_THAT(StepsOfInitialize(20001), ElementsAreArray(expected));
+  EXPECT_THAT(StepsOfInitialize(Number::ERR_NO_SUPPORTED_HARDWARE), ElementsAreArray(expected));
 }
 
 TEST_F(CommandOrder, OfAStop) {
@@ -264,7 +265,7 @@ TEST_F(CommandOrder, OfCollectedEvents) {
                   "d- trace 2 LEAVE ExecutePluginOperation() -> 0"));
 }
 
-TEST_F(CommandOrder, OfACheckOfTheLight) {
+TEST_F(CommandOrder, OfACheckOfTheLocateLED) {
   Start();
   EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
   EXPECT_THAT(
@@ -277,10 +278,10 @@ TEST_F(CommandOrder, OfACheckOfTheLight) {
                   "d- trace 8 LEAVE CheckOperation(0)"));
 }
 
-TEST_F(CommandOrder, OfALightThatCannotBeSwitched) {
+TEST_F(CommandOrder, OfALocateLEDThatCannotBeSwitched) {
   Start();
   CardSim::FailCall("vsl_set_beacon_state", 1, 62, "no lamp");
-  EXPECT_EQ(m_Host.Run(ADAPTER, PI::OP_LOCATE_DEVICE), 20003U);
+  EXPECT_EQ(m_Host.Run(ADAPTER, PI::OP_LOCATE_DEVICE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(
       Inside(AllSteps()),
       ElementsAre(
@@ -314,7 +315,7 @@ TEST_F(CommandOrder, OfAFormatThatFails) {
   m_Host.Cards().Set("card0", "iom_state", "0");
   Start();
   CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "no luck");
-  EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE), 20003U);
+  EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(
       Inside(AllSteps()),
       ElementsAre(
@@ -362,7 +363,7 @@ TEST(CommandOrderInDrawnSchedules, OfANewPollInterval) {
     };
     ASSERT_EQ(host.GiveNumbers(), 0U);
     ASSERT_EQ(host.SetPollInterval(20), 0U);
-    // A drawn schedule lets some time pass before somebody's turn comes.
+    // In a drawn schedule some time passes before each thread's turn.
     for (int i = 0; i < 1000 && !notified; ++i) SleepMs(1);
     EXPECT_EQ(file, "PollInterval=20\n");
     EXPECT_EQ(value, "20");

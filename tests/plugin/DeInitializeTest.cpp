@@ -6,6 +6,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -69,7 +70,7 @@ class DeInitialize : public testing::Test {
     return result;
   }
 
-  // What a job held for long leaves behind must have gone before the plug-in goes.
+  // A held job must have ended before the plug-in is released.
   void AwaitJobs() {
     while (!AllEnded()) SleepMs(100);
   }
@@ -169,25 +170,29 @@ TEST_P(DeInitializeAfterFailure, LeavesTheLibraryAlone) {
 }
 
 constexpr FailedStart FAILED_STARTS[] = {
-    {"LockUnusable", 20011, [](SimulatedHost&) { HostKit::FailLockInit(1); }},
-    {"NoCardOnTheBus", 20001,
+    {"LockUnusable", Number::ERR_LOCK_INITIALIZATION_FAILED,
+     [](SimulatedHost&) { HostKit::FailLockInit(1); }},
+    {"NoCardOnTheBus", Number::ERR_NO_SUPPORTED_HARDWARE,
      [](SimulatedHost& host) {
        host.Cards().RemoveCard("card0");
        host.RefreshPciBus();
      }},
-    {"LibraryBroken", 20012, [](SimulatedHost&) { CardSim::FailCall("vsl_init", 1, 5, "no"); }},
-    {"SecondStartBroken", 20012, [](SimulatedHost&) { CardSim::FailCall("vsl_init", 2, 5, "no"); }},
-    {"NoUsableCard", 20001,
+    {"LibraryBroken", Number::ERR_API_INITIALIZATION_FAILED,
+     [](SimulatedHost&) { CardSim::FailCall("vsl_init", 1, 5, "no"); }},
+    {"SecondStartBroken", Number::ERR_API_INITIALIZATION_FAILED,
+     [](SimulatedHost&) { CardSim::FailCall("vsl_init", 2, 5, "no"); }},
+    {"NoUsableCard", Number::ERR_NO_SUPPORTED_HARDWARE,
      [](SimulatedHost& host) { host.Cards().MakeAbsent("card0", "serial_number"); }},
-    {"ScanFailed", 20001, [](SimulatedHost&) { CardSim::FailCall("vsl_open", 1, 5, "no"); }},
-    {"ScanEmpty", 20001,
+    {"ScanFailed", Number::ERR_NO_SUPPORTED_HARDWARE,
+     [](SimulatedHost&) { CardSim::FailCall("vsl_open", 1, 5, "no"); }},
+    {"ScanEmpty", Number::ERR_NO_SUPPORTED_HARDWARE,
      [](SimulatedHost&) { CardSim::FailCall("vsl_iom_create_by_name", 1, 5, "no"); }},
 };
 
 INSTANTIATE_TEST_SUITE_P(Start, DeInitializeAfterFailure, testing::ValuesIn(FAILED_STARTS),
                          [](const auto& each) { return each.param.name; });
 
-TEST_F(DeInitialize, LooksForAJobEveryHalfSecond) {
+TEST_F(DeInitialize, ChecksForAJobEveryHalfSecond) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(3000, 0);
   ASSERT_EQ(Attach(), 0U);
@@ -239,7 +244,7 @@ TEST_F(DeInitialize, AForcedDetachIsADetachToIt) {
 }
 
 // Looks at 100, 600, ... 25,100 ms; only at the last one are the 25 s over.
-std::vector<Moment> EveryLook(const std::vector<const char*>& lines) {
+std::vector<Moment> EveryCheck(const std::vector<const char*>& lines) {
   std::vector<Moment> moments;
   for (unsigned long ms = 100; ms <= 25100; ms += 500) {
     for (const char* line : lines) moments.push_back({ms, line});
@@ -252,7 +257,7 @@ TEST_F(DeInitialize, WaitsForAJobOfJustUnderTwentyFiveSeconds) {
   HoldJobs(25099, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<Moment> expected = EveryLook({WAIT_ATTACH});
+  std::vector<Moment> expected = EveryCheck({WAIT_ATTACH});
   expected.pop_back();
   EXPECT_EQ(expected.size(), 50U);
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));
@@ -264,7 +269,7 @@ TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
   HoldJobs(25150, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<Moment> expected = EveryLook({WAIT_ATTACH});
+  std::vector<Moment> expected = EveryCheck({WAIT_ATTACH});
   expected.push_back({25100, "16 Kill Attach"});
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));
   EXPECT_EQ(m_Ms, 25200U);
@@ -280,7 +285,7 @@ TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
   ASSERT_EQ(Attach(), 0U);
   ASSERT_EQ(Detach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<Moment> expected = EveryLook({WAIT_ATTACH, WAIT_DETACH});
+  std::vector<Moment> expected = EveryCheck({WAIT_ATTACH, WAIT_DETACH});
   expected.push_back({25100, "16 Kill Attach"});
   expected.push_back({25100, "16 Kill Detach"});
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));

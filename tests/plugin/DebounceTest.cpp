@@ -34,8 +34,8 @@ class Debounce : public Watched {
     AwaitScans();
     return Collected();
   }
-  // Whether the next look finds that the card is not as stored.
-  bool LookDiffers() {
+  // Whether the next quick poll sees that the card is not as stored.
+  bool PollSeesAChange() {
     const std::size_t before = Scans();
     AwaitWakeUps();
     return Scans() > before;
@@ -46,11 +46,11 @@ TEST_F(Debounce, BelievesAMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
-  EXPECT_TRUE(LookDiffers());  // the mask in store has not moved
+  EXPECT_TRUE(PollSeesAChange());  // the mask in store has not moved
   EXPECT_THAT(Collected(), IsEmpty());
-  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(PollSeesAChange());
   EXPECT_THAT(Collected(), ElementsAre("10957 object 1"));
-  EXPECT_FALSE(LookDiffers());
+  EXPECT_FALSE(PollSeesAChange());
 }
 
 TEST_F(Debounce, ShowsStatusAndReasonsAtOnce) {
@@ -76,7 +76,7 @@ TEST_F(Debounce, TakesThreeComparisonsBackToo) {
   EXPECT_THAT(Errors(0, "0"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("10980 object 1"));
-  EXPECT_FALSE(LookDiffers());
+  EXPECT_FALSE(PollSeesAChange());
 }
 
 TEST_F(Debounce, NeverReportsWhatOneScanSaw) {
@@ -84,7 +84,7 @@ TEST_F(Debounce, NeverReportsWhatOneScanSaw) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   Set("card0", "current_errors", "0");
-  EXPECT_FALSE(LookDiffers());  // stored it is what it was all along
+  EXPECT_FALSE(PollSeesAChange());  // stored it is what it was all along
   AwaitScans(4);
   EXPECT_THAT(Collected(), IsEmpty());
 }
@@ -109,7 +109,7 @@ TEST_F(Debounce, NeverBelievesAFlicker) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
 }
 
-TEST_F(Debounce, BeginsAnewWithEachNewValue) {
+TEST_F(Debounce, StartsOverWithEachNewValue) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -159,11 +159,11 @@ TEST_F(InformationDebounce, BelievesTheMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
   Information("2");
-  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(PollSeesAChange());
   EXPECT_EQ(Reasons(FIRST), "[UNACTIVATED_FIRMWARE ATTACHED]");
-  EXPECT_TRUE(LookDiffers());
-  EXPECT_TRUE(LookDiffers());
-  EXPECT_FALSE(LookDiffers());
+  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_FALSE(PollSeesAChange());
   EXPECT_THAT(Collected(), IsEmpty());
 }
 
@@ -172,22 +172,22 @@ TEST_F(InformationDebounce, TakesThreeComparisonsBackToo) {
   Information("2");
   StartWatch();
   Information("0");
-  EXPECT_TRUE(LookDiffers());
-  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(PollSeesAChange());
   EXPECT_THAT(Collected(), IsEmpty());
-  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(PollSeesAChange());
   EXPECT_THAT(Collected(), ElementsAre("10980 object 1"));
-  EXPECT_FALSE(LookDiffers());
+  EXPECT_FALSE(PollSeesAChange());
 }
 
 TEST_F(InformationDebounce, NeverBelievesWhatTwoScansSaw) {
   AddCards(1);
   StartWatch();
   Information("2");
-  EXPECT_TRUE(LookDiffers());
-  EXPECT_TRUE(LookDiffers());
+  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(PollSeesAChange());
   Information("0");
-  EXPECT_FALSE(LookDiffers());
+  EXPECT_FALSE(PollSeesAChange());
   AwaitScans(3);
   EXPECT_THAT(Collected(), IsEmpty());
 }
@@ -203,7 +203,7 @@ TEST_F(InformationDebounce, OpensNoGateBeforeItIsBelieved) {
   EXPECT_THAT(Collected(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_FALSE(LookDiffers());
+  EXPECT_FALSE(PollSeesAChange());
 }
 
 // The information is believed one scan before the warning, and the gate is shut again by then.
@@ -256,7 +256,7 @@ TEST_F(Debounce, TakesTheStoredMaskForOneThatDoesNotHoldStill) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  // Looks see the error, and the third scan sees it move.
+  // Quick polls see the error, and the third scan sees it change.
   int samples = 0;
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function != "vsl_current_errors" || ++samples <= 5) return;
@@ -269,7 +269,7 @@ TEST_F(Debounce, TakesTheStoredMaskForOneThatDoesNotHoldStill) {
 }
 
 // Position 2 has seen the error twice when its card moves up to position 1, which has seen none.
-TEST_F(Debounce, BeginsAnewForACardThatMovesUp) {
+TEST_F(Debounce, StartsOverForACardThatMovesUp) {
   AddCards(3);
   StartWatch();
   EXPECT_THAT(Errors(2, "1"), IsEmpty());
@@ -290,7 +290,7 @@ TEST_F(Debounce, BelievesACardAtOnceThatMovesUpToAPlaceThatSawTheSameTwice) {
   EXPECT_THAT(Errors(2, "1"), ElementsAre("10957 object 5"));
 }
 
-// The first card keeps its place and its history through all that happens behind it.
+// The first card keeps its position and its history whatever happens to later ones.
 TEST_F(Debounce, GoesOnForACardBeforeTheOneThatIsGone) {
   AddCards(2);
   StartWatch();
@@ -313,7 +313,7 @@ TEST_F(Debounce, GoesOnForACardBeforeOneThatComesBack) {
 }
 
 // There was never room for a second card, so all records move, and no history with them.
-TEST_F(Debounce, BeginsAnewForAllCardsWhenThereWasNoRoomForOneMore) {
+TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "late");
   StartWatch();
@@ -337,7 +337,7 @@ TEST_F(Debounce, BelievesANewCardAtOnceAndItsRecoveryToo) {
   Show(1);
   EXPECT_THAT(NextScan(), ElementsAre("11093 object 5"));
   EXPECT_EQ(Status(ObjectId(5)), "FAILED");
-  EXPECT_FALSE(LookDiffers());
+  EXPECT_FALSE(PollSeesAChange());
   EXPECT_THAT(Errors(1, "0"), ElementsAre("10980 object 5"));
 }
 
@@ -354,7 +354,7 @@ TEST_F(Debounce, IsNotFedByAScanThatFailed) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  // Two opens by the look, two by the scan.
+  // Two opens by the quick poll, two by the scan.
   CardSim::FailCall("vsl_open", 4, 62, "not now");
   EXPECT_THAT(NextScan(), IsEmpty());
   ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));

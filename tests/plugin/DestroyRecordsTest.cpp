@@ -4,6 +4,7 @@
 
 #include "tests/support/DestroySeam.h"
 #include "tests/support/JobHost.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -26,7 +27,7 @@ TEST(DestroyRecords, OfAScanAreRealAlsoForACardThatCannotBeOpened) {
   OneCard host;
   DestroyWatch watch;
   CardSim::FailCall("vsl_open", 1, 5, "no");
-  ASSERT_EQ(host.Initialize(), 20001U);
+  ASSERT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
@@ -49,7 +50,7 @@ TEST_F(DestroyRecordsOfRequests, AreMissingForProperties) {
   }
 }
 
-TEST_F(DestroyRecordsOfRequests, AreMissingForTheLight) {
+TEST_F(DestroyRecordsOfRequests, AreMissingForTheLocateLED) {
   m_Watch.Take();
   EXPECT_EQ(m_Host.Check(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
   EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
@@ -63,7 +64,8 @@ using DestroyRecordsOfJobs = JobHost;
 TEST_F(DestroyRecordsOfJobs, AreMissing) {
   DestroyWatch watch;
   StartWith({ATTACHED});
-  for (const std::uint32_t operation : {50127U, 50126U, 50128U}) {
+  for (const std::uint32_t operation :
+       {Number::OP_DETACH, Number::OP_ATTACH, Number::OP_FORCE_DETACH}) {
     watch.Take();
     EXPECT_EQ(m_Host.Run(FIRST, operation), 0U);
     Pass(LONGER_THAN_A_JOB_MS);

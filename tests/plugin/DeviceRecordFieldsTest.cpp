@@ -121,7 +121,7 @@ static_assert(PATH_FIELDS(COUNT_ONE) == 2);
 static_assert(ADAPTER_FIELDS(COUNT_ONE) HISTORY_FIELDS(COUNT_ONE) == 44);
 static_assert(DRIVE_FIELDS(COUNT_ONE) == 21);
 
-// The fields of a class as its declaration has them: no layout tells of one in a gap.
+// The fields of a class as its declaration has them. A field in a gap does not show in the layout.
 Names DeclaredIn(const std::string& record) {
   std::ifstream header(CORVANE_SOURCES "/Corvane/Src/DeviceRecords.h");
   const std::regex field("  [A-Za-z][^({]* (m_\\w+)( = .*|\\{.*\\})?;.*");

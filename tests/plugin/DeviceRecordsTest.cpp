@@ -194,7 +194,7 @@ constexpr const char* DRIVE_DEFAULTS =
     "|||40099|"
     // sector size, smallest, largest, multiplier
     "0|0|0|0|"
-    // formatted size, per cent, factory size, configurable size
+    // formatted size, percent, factory size, configurable size
     "0|0|0|0|"
     // over-formatting, drive flag, powers of two
     "1|0|0|";

@@ -4,6 +4,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -56,16 +57,16 @@ class Dispatch : public testing::Test {
   std::uint64_t m_Drive = 0;
 };
 
-TEST_F(Dispatch, NumbersOutsideOneToTenAreNoCommands) {
+TEST_F(Dispatch, RejectsNumbersOutsideOneToTen) {
   for (const unsigned int command : {0U, 11U, 12U, 255U, 0x80000001U, 0xFFFFFFFFU}) {
-    EXPECT_EQ(m_Host.Execute(command, m_Plugin, nullptr), 20002U) << command;
+    EXPECT_EQ(m_Host.Execute(command, m_Plugin, nullptr), Number::ERR_INVALID_COMMAND) << command;
   }
 }
 
 TEST_F(Dispatch, AnUnknownCommandLeavesThePayloadAlone) {
   std::vector<PI::CObject> objects(3);
-  EXPECT_EQ(m_Host.Execute(0, m_Plugin, &objects), 20002U);
-  EXPECT_EQ(m_Host.Execute(11, m_Plugin, &objects), 20002U);
+  EXPECT_EQ(m_Host.Execute(0, m_Plugin, &objects), Number::ERR_INVALID_COMMAND);
+  EXPECT_EQ(m_Host.Execute(11, m_Plugin, &objects), Number::ERR_INVALID_COMMAND);
   EXPECT_EQ(objects.size(), 3U);
 }
 
@@ -87,17 +88,17 @@ TEST_F(Dispatch, EachKindOfObjectAnswersForItself) {
   EXPECT_EQ(m_Host.Operations(m_Drive).size(), 0U);
 }
 
-// 50035 on a card whose light is off: only the adapter has an opinion.
+// Stop-locate on a card whose locate LED is off: only the adapter rejects it.
 TEST_F(Dispatch, EachKindOfObjectChecksForItself) {
-  EXPECT_EQ(m_Host.Check(m_Plugin, 50035), 0U);
-  EXPECT_EQ(m_Host.Check(m_Adapter, 50035), 20041U);
-  EXPECT_EQ(m_Host.Check(m_Drive, 50035), 0U);
+  EXPECT_EQ(m_Host.Check(m_Plugin, Number::OP_STOP_LOCATE_DEVICE), 0U);
+  EXPECT_EQ(m_Host.Check(m_Adapter, Number::OP_STOP_LOCATE_DEVICE), Number::ERR_NO_LOCATE_STARTED);
+  EXPECT_EQ(m_Host.Check(m_Drive, Number::OP_STOP_LOCATE_DEVICE), 0U);
 }
 
 TEST_F(Dispatch, EachKindOfObjectExecutesForItself) {
-  EXPECT_EQ(m_Host.Run(m_Plugin, 50034), 20005U);
-  EXPECT_EQ(m_Host.Run(m_Adapter, 50034), 0U);
-  EXPECT_EQ(m_Host.Run(m_Drive, 50034), 20005U);
+  EXPECT_EQ(m_Host.Run(m_Plugin, Number::OP_LOCATE_DEVICE), Number::ERR_INVALID_OPERATION);
+  EXPECT_EQ(m_Host.Run(m_Adapter, Number::OP_LOCATE_DEVICE), 0U);
+  EXPECT_EQ(m_Host.Run(m_Drive, Number::OP_LOCATE_DEVICE), Number::ERR_INVALID_OPERATION);
   EXPECT_EQ(m_Host.Cards().Get("card0", "beacon_state"), "false");
   EXPECT_EQ(m_Host.Cards().Get("card1", "beacon_state"), "true");
 }
@@ -150,24 +151,26 @@ class EachRequest : public Dispatch, public testing::WithParamInterface<Request>
  protected:
   unsigned int Ask(std::uint64_t id) { return GetParam().ask(m_Host, id); }
   // SetProperty alone has nothing to give on an adapter.
-  unsigned int Good() const { return GetParam().name == std::string("SetProperty") ? 20004 : 0; }
+  unsigned int Good() const {
+    return GetParam().name == std::string("SetProperty") ? Number::ERR_INVALID_PROPERTY : 0;
+  }
 };
 
 TEST_P(EachRequest, KnowsNoUnknownObject) {
-  EXPECT_EQ(Ask(NOBODY), 20008U);
-  EXPECT_EQ(Ask(0), 20008U);
-  EXPECT_EQ(Ask(m_Plugin & 0xFFFFFFFFU), 20008U);
-  EXPECT_EQ(Ask(0x0130000000000005U), 20008U);
+  EXPECT_EQ(Ask(NOBODY), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Ask(0), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Ask(m_Plugin & 0xFFFFFFFFU), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Ask(0x0130000000000005U), Number::ERR_INVALID_OBJECT_ID);
 }
 
-// Depth of the lock behind the wait, and at every call to the card.
+// Depth of the lock after the wait, and at every call to the card.
 TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
   std::vector<unsigned int> depths;
-  const auto look = [&] { depths.push_back(HostKit::Locks()[0].depth); };
+  const auto note = [&] { depths.push_back(HostKit::Locks()[0].depth); };
   HostKit::SetTraceSink([&](const HostKit::TraceLine& line) {
-    if (line.text == "After m_DataLock.Wait (sg)") look();
+    if (line.text == "After m_DataLock.Wait (sg)") note();
   });
-  CardSim::SetHook([&](const CardSim::Call&) { look(); });
+  CardSim::SetHook([&](const CardSim::Call&) { note(); });
   EXPECT_EQ(Ask(m_Adapter), Good());
   EXPECT_EQ(depths.size() > 1, GetParam().asksCard);
   EXPECT_THAT(depths, testing::AllOf(testing::Not(IsEmpty()), testing::Each(1U)));
@@ -175,7 +178,7 @@ TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
 }
 
 TEST_P(EachRequest, LeavesTheLockFreeAfterAnUnknownObject) {
-  EXPECT_EQ(Ask(NOBODY), 20008U);
+  EXPECT_EQ(Ask(NOBODY), Number::ERR_INVALID_OBJECT_ID);
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
@@ -194,10 +197,11 @@ TEST_P(EachRequest, TracesTheLockOnce) {
 
 TEST_P(EachRequest, IsStillAnsweredAfterTheStop) {
   m_Host.DeInitialize();
-  EXPECT_EQ(Ask(NOBODY), 20008U);
-  EXPECT_EQ(Ask(m_Plugin), GetParam().name == std::string("SetProperty")        ? 20004U
-                           : GetParam().name == std::string("ExecuteOperation") ? 20005U
-                                                                                : 0U);
+  EXPECT_EQ(Ask(NOBODY), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Ask(m_Plugin),
+            GetParam().name == std::string("SetProperty")        ? Number::ERR_INVALID_PROPERTY
+            : GetParam().name == std::string("ExecuteOperation") ? Number::ERR_INVALID_OPERATION
+                                                                 : 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Router, EachRequest, testing::ValuesIn(REQUESTS),
@@ -208,29 +212,29 @@ TEST(DispatchBeforeInitialize, ThePluginObjectAnswersToZero) {
   ASSERT_EQ(host.Create(), 0U);
   EXPECT_EQ(host.Properties(0).size(), 6U);
   std::vector<PI::CProperty> properties;
-  EXPECT_EQ(host.Execute(5, 0x0130000000000000, &properties), 20008U);
+  EXPECT_EQ(host.Execute(5, 0x0130000000000000, &properties), Number::ERR_INVALID_OBJECT_ID);
 }
 
 TEST(DispatchAfterFailedInitialize, OnlyThePluginObjectIsKnown) {
   SimulatedHost host;
   host.AddCard();
   CardSim::FailCall("vsl_open", 1, 7, "no");
-  ASSERT_EQ(host.Initialize(), 20001U);
+  ASSERT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   std::vector<PI::CProperty> properties;
   EXPECT_EQ(host.Execute(5, 0x0130000000000000, &properties), 0U);
-  EXPECT_EQ(host.Execute(5, 0x0130000000000001, &properties), 20008U);
+  EXPECT_EQ(host.Execute(5, 0x0130000000000001, &properties), Number::ERR_INVALID_OBJECT_ID);
 }
 
 TEST_F(Dispatch, AFailedListingComesBackEmptyWithItsRoom) {
   std::vector<PI::CProperty> properties(3, PI::CProperty(PI::Property::NAME, false));
   properties.reserve(50);
-  EXPECT_EQ(m_Host.Execute(5, NOBODY, &properties), 20008U);
+  EXPECT_EQ(m_Host.Execute(5, NOBODY, &properties), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(properties, IsEmpty());
   EXPECT_GE(properties.capacity(), 50U);
 
   std::vector<PI::COperation> operations(3);
   operations.reserve(50);
-  EXPECT_EQ(m_Host.Execute(8, NOBODY, &operations), 20008U);
+  EXPECT_EQ(m_Host.Execute(8, NOBODY, &operations), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(operations, IsEmpty());
   EXPECT_GE(operations.capacity(), 50U);
 }
@@ -239,7 +243,7 @@ TEST_F(Dispatch, AFailedInitializeEmptiesItsPayload) {
   std::vector<PI::CAdapterID> ids(3);
   ids.reserve(50);
   HostKit::FailLockInit(1);
-  EXPECT_EQ(m_Host.Execute(1, 0, &ids), 20011U);
+  EXPECT_EQ(m_Host.Execute(1, 0, &ids), Number::ERR_LOCK_INITIALIZATION_FAILED);
   EXPECT_THAT(ids, IsEmpty());
   EXPECT_GE(ids.capacity(), 50U);
 }
@@ -249,7 +253,8 @@ TEST_F(Dispatch, AFailedReadLeavesThePayloadAlone) {
     PI::CProperty property(PI::Property::POLL_INTERVAL, true);
     property.SetValue(std::string("mine"));
     property.m_SortKey = 77;
-    EXPECT_EQ(m_Host.Execute(6, id, &property), id == NOBODY ? 20008U : 20000U);
+    EXPECT_EQ(m_Host.Execute(6, id, &property),
+              id == NOBODY ? Number::ERR_INVALID_OBJECT_ID : Number::ERR_GENERAL);
     EXPECT_EQ(Render(property), "POLL_INTERVAL = \"mine\" (sort 77, writable 1)");
   }
 }
@@ -268,7 +273,7 @@ TEST_F(Dispatch, AReadOfEverythingGivesTheFirstRow) {
   EXPECT_EQ(m_Host.Property(m_Plugin, 1, property), 0U);
   EXPECT_EQ(ValueOf(property), "Plugin:ID=304");
   EXPECT_EQ(m_Host.Property(m_Adapter, 1, property), 0U);
-  EXPECT_EQ(property.m_PropertyID, 30007U);
+  EXPECT_EQ(property.m_PropertyID, Number::Property::NAME);
   EXPECT_EQ(m_Host.Property(m_Drive, 1, property), 0U);
   EXPECT_EQ(ValueOf(property), "Flash Adapter G2 (0)");
 }
@@ -282,14 +287,14 @@ TEST_F(Dispatch, ReadingOnePropertyCountsAsAChangeOfThatObject) {
 }
 
 TEST_F(Dispatch, ReadingAnAbsentPropertyFailsAndCountsAllTheSame) {
-  EXPECT_EQ(Get(m_Plugin, PI::Property::PCI_BUS), 20000U);
-  EXPECT_EQ(Get(m_Adapter, PI::Property::POLL_INTERVAL), 20000U);
-  EXPECT_EQ(Get(m_Drive, 99999), 20000U);
+  EXPECT_EQ(Get(m_Plugin, PI::Property::PCI_BUS), Number::ERR_GENERAL);
+  EXPECT_EQ(Get(m_Adapter, PI::Property::POLL_INTERVAL), Number::ERR_GENERAL);
+  EXPECT_EQ(Get(m_Drive, 99999), Number::ERR_GENERAL);
   EXPECT_THAT(ChangeCounts(), ElementsAre(1, 0, 1, 0, 1));
 }
 
-TEST_F(Dispatch, ReadingFromNobodyCountsNowhere) {
-  EXPECT_EQ(Get(NOBODY, PI::Property::NAME), 20008U);
+TEST_F(Dispatch, ReadingAnUnknownObjectCountsNowhere) {
+  EXPECT_EQ(Get(NOBODY, PI::Property::NAME), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
 }
 
@@ -302,22 +307,22 @@ TEST_F(Dispatch, ReadingAllPropertiesCountsNowhere) {
 
 TEST_F(Dispatch, AdaptersAndDrivesTakeNoProperty) {
   for (const std::uint64_t id : {m_Adapter, m_Drive}) {
-    EXPECT_EQ(Set(id, PI::Property::POLL_INTERVAL), 20004U);
-    EXPECT_EQ(Set(id, PI::Property::NAME), 20004U);
-    EXPECT_EQ(Set(id, PI::Property::UNDEFINED), 20004U);
+    EXPECT_EQ(Set(id, PI::Property::POLL_INTERVAL), Number::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(Set(id, PI::Property::NAME), Number::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(Set(id, PI::Property::UNDEFINED), Number::ERR_INVALID_PROPERTY);
   }
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
   EXPECT_EQ(m_Host.ReadIni(), "");
 }
 
 TEST_F(Dispatch, ThePluginObjectTakesItsPollIntervalAlone) {
-  EXPECT_EQ(Set(m_Plugin, PI::Property::NAME), 20004U);
+  EXPECT_EQ(Set(m_Plugin, PI::Property::NAME), Number::ERR_INVALID_PROPERTY);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
   EXPECT_EQ(Set(m_Plugin, PI::Property::POLL_INTERVAL), 0U);
   EXPECT_EQ(Shown(m_Host, m_Plugin, PI::Property::POLL_INTERVAL), "20");
 }
 
-TEST_F(Dispatch, AListingTellsHowManyObjectsItLooksThrough) {
+TEST_F(Dispatch, AListingTracesHowManyObjectsItSearches) {
   const char* const adapters = "4 GetProperties() Adapter = 2";
   const char* const drives = "4 GetProperties() PhysicalDrives = 2";
   m_Host.Properties(m_Plugin);
@@ -333,7 +338,7 @@ TEST_F(Dispatch, AListingTellsHowManyObjectsItLooksThrough) {
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
 
-TEST_F(Dispatch, AReadTellsHowManyObjectsItLooksThrough) {
+TEST_F(Dispatch, AReadTracesHowManyObjectsItSearches) {
   const char* const adapters = "4 GetProperty() Adapter = 2";
   const char* const drives = "4 GetProperty() PhysicalDrives = 2";
   Get(m_Plugin, PI::Property::NAME);
@@ -366,20 +371,20 @@ TEST_F(Dispatch, ListingOperationsSaysEnterAtBothEnds) {
                           AFTER_LOCK, "16 ENTER GetOperations ret=20008"));
 }
 
-TEST_F(Dispatch, CheckingTellsOperationAndResult) {
+TEST_F(Dispatch, CheckingTracesOperationAndResult) {
   m_Host.Check(m_Plugin, 50002);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50002", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(0)"));
   m_Host.ForgetTraces();
-  m_Host.Check(NOBODY, 50126);
+  m_Host.Check(NOBODY, Number::OP_ATTACH);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50126", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(20008)"));
 }
 
-TEST_F(Dispatch, ExecutingForNobodyTracesTheLockAlone) {
-  EXPECT_EQ(m_Host.Run(NOBODY, 50126), 20008U);
+TEST_F(Dispatch, ExecutingOnAnUnknownObjectTracesOnlyTheLock) {
+  EXPECT_EQ(m_Host.Run(NOBODY, Number::OP_ATTACH), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
 }
 

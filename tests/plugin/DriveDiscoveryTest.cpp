@@ -52,7 +52,7 @@ TEST(DriveName, IsTheProductOrElseTheBoard) {
   }
 }
 
-TEST(DriveName, OfAMoltTellsItsClassOfCapacity) {
+TEST(DriveName, OfAMoltHasItsCapacityClass) {
   const struct {
     std::uint64_t mebibytes;
     const char* name;
@@ -133,7 +133,7 @@ TEST(DrivePercentage, IsComputedWhereTheCardHasNone) {
     std::uint64_t largest;
     const char* percent;
   } cases[] = {
-      // formatted, size and largest size in MiB, per cent
+      // formatted, size and largest size in MiB, percent
       {800, 1000, 1000, "80"},   {800, 1000, 2000, "80"},
       {2, 3, 3, "66"},           {1, 1000, 1000, "0"},
       {1000, 1000, 1000, "100"}, {1500, 1000, 2000, "150"},
@@ -306,7 +306,7 @@ TEST(DrivePair, TheDriveIsReachedThroughTheCardsPath) {
               ElementsAre("vsl_iom_create_by_name /dev/fct0"));
 }
 
-TEST(DrivePair, LeavesNoHandleBehind) {
+TEST(DrivePair, LeaksNoHandle) {
   for (const char* failing : {"vsl_iom_format_create", "vsl_adapter_create", "vsl_close"}) {
     ScannedCard card;
     CardSim::FailCall(failing, 1, 12, "busy");

@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "hostkit/Inspect.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -15,7 +16,7 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 constexpr std::uint64_t DRIVE = 0x0130000000000002;
-constexpr std::size_t PRIVATE_EVENT = 2;  // behind m_ForceWorker and m_StopRequest
+constexpr std::size_t PRIVATE_EVENT = 2;  // after m_ForceWorker and m_StopRequest
 
 using Lines = std::vector<std::string>;
 
@@ -80,14 +81,15 @@ TEST_P(CheckFormat, WantsADriveThatIsAvailable) {
                                         std::to_string(GetParam().result)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Cards, CheckFormat,
-                         testing::Values(FormatCheck{"Attached", "iom_state", "2", 0},
-                                         FormatCheck{"Detached", "iom_state", "0", 0},
-                                         FormatCheck{"WithAWarning", "current_warnings", "1", 0},
-                                         FormatCheck{"WithAnError", "current_errors", "1", 20042},
-                                         FormatCheck{"InMinimalMode", "iom_state", "5", 20042},
-                                         FormatCheck{"Failed", "iom_state", "6", 20042}),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Cards, CheckFormat,
+    testing::Values(
+        FormatCheck{"Attached", "iom_state", "2", 0}, FormatCheck{"Detached", "iom_state", "0", 0},
+        FormatCheck{"WithAWarning", "current_warnings", "1", 0},
+        FormatCheck{"WithAnError", "current_errors", "1", Number::ERR_PHYSICALDRIVE_NOT_AVAILABLE},
+        FormatCheck{"InMinimalMode", "iom_state", "5", Number::ERR_PHYSICALDRIVE_NOT_AVAILABLE},
+        FormatCheck{"Failed", "iom_state", "6", Number::ERR_PHYSICALDRIVE_NOT_AVAILABLE}),
+    [](const auto& each) { return std::string(each.param.name); });
 
 struct UnitCheck {
   const char* name;
@@ -114,10 +116,10 @@ Lines Walk(std::size_t units) {
 
 class CheckUnits : public DriveOperations, public testing::WithParamInterface<UnitCheck> {};
 
-TEST_P(CheckUnits, LooksAtEachUnitAndStopsAtNone) {
+TEST_P(CheckUnits, ReadsEveryUnit) {
   StartWith(GetParam().volumes);
-  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {{50029, GetParam().online},
-                                                            {50030, GetParam().offline}};
+  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {
+      {Number::OP_MAKE_ONLINE, GetParam().online}, {Number::OP_MAKE_OFFLINE, GetParam().offline}};
   for (const auto& [operation, result] : wanted) {
     Forget();
     EXPECT_EQ(m_Host.Check(DRIVE, operation), result) << operation;
@@ -134,20 +136,21 @@ TEST_P(CheckUnits, LooksAtEachUnitAndStopsAtNone) {
 INSTANTIATE_TEST_SUITE_P(
     Cards, CheckUnits,
     testing::Values(
-        UnitCheck{"WithoutUnits", "[]", 20000, 20000, Walk(0)},
-        UnitCheck{"WithOneOnline", R"([{"state": 1}])", 20000, 0, Walk(1)},
-        UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, 20000, Walk(1)},
+        UnitCheck{"WithoutUnits", "[]", Number::ERR_GENERAL, Number::ERR_GENERAL, Walk(0)},
+        UnitCheck{"WithOneOnline", R"([{"state": 1}])", Number::ERR_GENERAL, 0, Walk(1)},
+        UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, Number::ERR_GENERAL, Walk(1)},
         UnitCheck{"WithBoth", R"([{"state": 0}, {"state": 1}])", 0, 0, Walk(2)},
         UnitCheck{"WithBothTheOtherWay", R"([{"state": 1}, {"state": 0}])", 0, 0, Walk(2)},
         // Whether a state can be set is not asked here.
-        UnitCheck{"WithOneThatIsFixed", R"([{"state": 0, "settable": false}])", 0, 20000, Walk(1)}),
+        UnitCheck{"WithOneThatIsFixed", R"([{"state": 0, "settable": false}])", 0,
+                  Number::ERR_GENERAL, Walk(1)}),
     [](const auto& each) { return std::string(each.param.name); });
 
 // The two differ in what they do with a handle that was never made, and stay so.
 TEST_F(DriveOperations, CheckForOnlineLeavesAHandleThatWasNotMade) {
   StartWith(R"([{"state": 0}])");
   CardSim::FailCall("vsl_iom_create_by_name", 1, 81, "gone");
-  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), 20003U);
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
   EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
                                     "16 CheckPhysicalDriveOperation, vsl_iom_create_by_name = 81 "
@@ -158,7 +161,7 @@ TEST_F(DriveOperations, CheckForOnlineLeavesAHandleThatWasNotMade) {
 TEST_F(DriveOperations, CheckForOfflineDestroysAHandleThatWasNotMade) {
   StartWith(R"([{"state": 1}])");
   CardSim::FailCall("vsl_iom_create_by_name", 1, 82, "gone");
-  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), 20003U);
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
   EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
                                     "16 CheckPhysicalDriveOperation, vsl_iom_create_by_name = 82 "
@@ -169,7 +172,8 @@ TEST_F(DriveOperations, CheckForOfflineDestroysAHandleThatWasNotMade) {
 
 TEST_F(DriveOperations, CheckLetsAnUnknownOperationPass) {
   StartWith("[]");
-  for (const std::uint32_t operation : {50034U, 50126U, 50128U, 0U}) {
+  for (const std::uint32_t operation :
+       {Number::OP_LOCATE_DEVICE, Number::OP_ATTACH, Number::OP_FORCE_DETACH, 0U}) {
     Forget();
     EXPECT_EQ(m_Host.Check(DRIVE, operation), 0U);
     EXPECT_THAT(m_Host.Calls(), IsEmpty());
@@ -212,38 +216,43 @@ TEST_P(SwitchUnits, SucceedsWhenOneUnitTakesTheNewState) {
 }
 
 const UnitSwitch UNIT_SWITCHES[] = {
-    {"OnlineWithoutUnits", "[]", 50029, 20003, {"vsl_vsu_iterate card#1"}, {}},
+    {"OnlineWithoutUnits",
+     "[]",
+     Number::OP_MAKE_ONLINE,
+     Number::ERR_COMMAND_ERROR,
+     {"vsl_vsu_iterate card#1"},
+     {}},
     {"OnlineOne",
      R"([{"state": 0}])",
-     50029,
+     Number::OP_MAKE_ONLINE,
      0,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
       "vsl_vsu_iterate card#1"},
      {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
     {"OfflineOne",
      R"([{"state": 1}])",
-     50030,
+     Number::OP_MAKE_OFFLINE,
      0,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
       "vsl_vsu_iterate card#1"},
      {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
     {"OnlineOneThatIsFixed",
      R"([{"state": 0, "settable": false}])",
-     50029,
-     20003,
+     Number::OP_MAKE_ONLINE,
+     Number::ERR_COMMAND_ERROR,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_vsu_iterate card#1"},
      {}},
     {"OfflineOneThatRefuses",
      R"([{"state": 1, "refuses": true}])",
-     50030,
-     20003,
+     Number::OP_MAKE_OFFLINE,
+     Number::ERR_COMMAND_ERROR,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
       "vsl_vsu_iterate card#1"},
      {}},
     // The text of the success is whatever the failure before it left in the record.
     {"OnlineTwoOfWhichTheFirstRefuses",
      R"([{"state": 0, "refuses": true}, {"state": 0}])",
-     50029,
+     Number::OP_MAKE_ONLINE,
      0,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
       "vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 1",
@@ -251,7 +260,7 @@ const UnitSwitch UNIT_SWITCHES[] = {
      {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 (the unit refuses the new state)"}},
     {"OfflineTwoOfWhichTheLastRefuses",
      R"([{"state": 1}, {"state": 1, "refuses": true}])",
-     50030,
+     Number::OP_MAKE_OFFLINE,
      0,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
       "vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 0",
@@ -259,7 +268,7 @@ const UnitSwitch UNIT_SWITCHES[] = {
      {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 ()"}},
     {"OnlineTwo",
      R"([{"state": 0}, {"state": 1}])",
-     50029,
+     Number::OP_MAKE_ONLINE,
      0,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
       "vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 1",
@@ -271,7 +280,7 @@ const UnitSwitch UNIT_SWITCHES[] = {
 INSTANTIATE_TEST_SUITE_P(Cards, SwitchUnits, testing::ValuesIn(UNIT_SWITCHES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// A call for the units that fails. A walk ends there, a state that cannot be read is that of a unit
+// A call for the units that fails. An enumeration ends there, an unreadable state is that of a unit
 // offline, and a unit that cannot say whether it has one has none.
 struct UnitFailure {
   const char* name;
@@ -317,25 +326,25 @@ const UnitFailure UNIT_FAILURES[] = {
     {"CheckWalkAtItsBegin",
      R"([{"state": 0}])",
      PI::CMD_CHECK_OPERATION,
-     50029,
+     Number::OP_MAKE_ONLINE,
      "vsl_vsu_iterate",
      1,
-     20000,
+     Number::ERR_GENERAL,
      {"vsl_vsu_iterate card#1"},
      {}},
     {"CheckWalkBehindTheFirst",
      R"([{"state": 1}, {"state": 0}])",
      PI::CMD_CHECK_OPERATION,
-     50029,
+     Number::OP_MAKE_ONLINE,
      "vsl_vsu_iterate",
      2,
-     20000,
+     Number::ERR_GENERAL,
      {"vsl_vsu_iterate card#1", "vsl_vsu_state volume#1", "vsl_vsu_iterate card#1"},
      {}},
     {"CheckOnlineState",
      R"([{"state": 1}])",
      PI::CMD_CHECK_OPERATION,
-     50029,
+     Number::OP_MAKE_ONLINE,
      "vsl_vsu_state",
      1,
      0,
@@ -344,25 +353,25 @@ const UnitFailure UNIT_FAILURES[] = {
     {"CheckOfflineState",
      R"([{"state": 1}])",
      PI::CMD_CHECK_OPERATION,
-     50030,
+     Number::OP_MAKE_OFFLINE,
      "vsl_vsu_state",
      1,
-     20000,
+     Number::ERR_GENERAL,
      {"vsl_vsu_iterate card#1", "vsl_vsu_state volume#1", "vsl_vsu_iterate card#1"},
      {}},
     {"SwitchWalkAtItsBegin",
      R"([{"state": 1}])",
      PI::CMD_EXECUTE_OPERATION,
-     50030,
+     Number::OP_MAKE_OFFLINE,
      "vsl_vsu_iterate",
      1,
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"vsl_vsu_iterate card#1"},
      {}},
     {"SwitchWalkBehindTheFirst",
      R"([{"state": 0}, {"state": 0}])",
      PI::CMD_EXECUTE_OPERATION,
-     50029,
+     Number::OP_MAKE_ONLINE,
      "vsl_vsu_iterate",
      2,
      0,
@@ -372,16 +381,16 @@ const UnitFailure UNIT_FAILURES[] = {
     {"SwitchHasState",
      R"([{"state": 1}])",
      PI::CMD_EXECUTE_OPERATION,
-     50030,
+     Number::OP_MAKE_OFFLINE,
      "vsl_has_vsu_state",
      1,
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_vsu_iterate card#1"},
      {}},
     {"SwitchHasStateOfTheFirst",
      R"([{"state": 0}, {"state": 0}])",
      PI::CMD_EXECUTE_OPERATION,
-     50029,
+     Number::OP_MAKE_ONLINE,
      "vsl_has_vsu_state",
      1,
      0,
@@ -391,10 +400,10 @@ const UnitFailure UNIT_FAILURES[] = {
     {"SwitchState",
      R"([{"state": 1}])",
      PI::CMD_EXECUTE_OPERATION,
-     50030,
+     Number::OP_MAKE_OFFLINE,
      "vsl_set_vsu_state",
      1,
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
       "vsl_vsu_iterate card#1"},
      {}},
@@ -406,18 +415,18 @@ INSTANTIATE_TEST_SUITE_P(Calls, FailingUnits, testing::ValuesIn(UNIT_FAILURES),
 TEST_F(DriveOperations, SwitchTheUnitsOfTheCardForGood) {
   StartWith(R"([{"state": 1}])");
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_OFFLINE), 0U);
-  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), 20000U);
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), Number::ERR_GENERAL);
   EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), 0U);
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_ONLINE), 0U);
-  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), 20000U);
+  EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), Number::ERR_GENERAL);
 }
 
 TEST_F(DriveOperations, FailToSwitchWhenTheCardCannotBeNamed) {
   StartWith(R"([{"state": 1}])");
-  for (const std::uint32_t operation : {50029U, 50030U}) {
+  for (const std::uint32_t operation : {Number::OP_MAKE_ONLINE, Number::OP_MAKE_OFFLINE}) {
     Forget();
     CardSim::FailCall("vsl_iom_create_by_name", 1, 83, "gone");
-    EXPECT_EQ(m_Host.Run(DRIVE, operation), 20003U);
+    EXPECT_EQ(m_Host.Run(DRIVE, operation), Number::ERR_COMMAND_ERROR);
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
     EXPECT_THAT(Traces(), ElementsAre("2 ENTER ExecutePhysicalDriveOperation()",
                                       "16 ExecutePhysicalDriveOperation, vsl_iom_create_by_name = "
@@ -427,11 +436,11 @@ TEST_F(DriveOperations, FailToSwitchWhenTheCardCannotBeNamed) {
   }
 }
 
-TEST_F(DriveOperations, RefuseWhatNobodyKnows) {
+TEST_F(DriveOperations, RejectUnknownOperations) {
   StartWith("[]");
-  for (const std::uint32_t operation : {50034U, 50126U, 0U}) {
+  for (const std::uint32_t operation : {Number::OP_LOCATE_DEVICE, Number::OP_ATTACH, 0U}) {
     Forget();
-    EXPECT_EQ(m_Host.Run(DRIVE, operation), 20005U);
+    EXPECT_EQ(m_Host.Run(DRIVE, operation), Number::ERR_INVALID_OPERATION);
     EXPECT_THAT(m_Host.Calls(), IsEmpty());
     EXPECT_THAT(Traces(), ElementsAre("2 ENTER ExecutePhysicalDriveOperation()",
                                       "2 LEAVE ExecutePhysicalDriveOperation() -> 20005"));

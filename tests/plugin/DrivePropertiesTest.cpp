@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -95,8 +96,11 @@ TEST_F(DriveProperties, ReadOneByOneAgreeWithTheList) {
 }
 
 TEST_F(DriveProperties, OfOtherObjectsAreNotThere) {
-  for (const std::uint32_t property : {0U, 2U, 30005U, 30022U, 30035U, 30054U, 30116U, 30118U,
-                                       30120U, 30442U, 30464U, 35023U, 4294967295U}) {
+  for (const std::uint32_t property :
+       {0U, 2U, Number::Property::POLL_INTERVAL, Number::Property::SERIAL_NUMBER,
+        Number::Property::MEMORY_SIZE, Number::Property::ACTIVITY, Number::Property::RANGE_PARAM,
+        Number::Property::CHOICE_PARAM, Number::Property::ADAPTER_NUMBER,
+        Number::Property::CHIP_TEMPERATURE, Number::Property::SIZE, 35023U, 4294967295U}) {
     EXPECT_EQ(m_Host.Row(OneCard::DRIVE, property), "result 20000") << property;
   }
 }
@@ -111,10 +115,11 @@ TEST_F(DriveProperties, CannotBeWritten) {
   for (const RowNumbers& row : ALL_NUMBERS) {
     PI::CProperty property(static_cast<PI::_PROPERTY_ID>(row.property), true);
     property.SetValue(std::string("other"));
-    EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &property), 20004U) << row.property;
+    EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &property), Number::ERR_INVALID_PROPERTY)
+        << row.property;
   }
   PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
-  EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &interval), 20004U);
+  EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &interval), Number::ERR_INVALID_PROPERTY);
   EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
@@ -168,7 +173,7 @@ void PrintTo(const Case& each, std::ostream* out) {
 
 class DriveRow : public testing::TestWithParam<Case> {};
 
-TEST_P(DriveRow, LooksTheSameInTheListAndByItself) {
+TEST_P(DriveRow, IsTheSameInTheListAndAlone) {
   OneCard host(TYPICAL);
   host.Set(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);

@@ -8,6 +8,7 @@
 #include "Corvane/Src/Corvane.h"
 #include "host/Toolkit.h"
 #include "hostkit/Inspect.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -88,7 +89,7 @@ TEST_F(EntryPoints, ReleaseOfNothingTakesThePublishedPointerBackAndNoMore) {
   releaseIf(&nothing);
   EXPECT_EQ(nothing, nullptr);
   EXPECT_EQ(Global(), nullptr);
-  EXPECT_EQ(plugin->Execute(static_cast<PI::_COMMAND>(0), 0, nullptr), 20002U);
+  EXPECT_EQ(plugin->Execute(static_cast<PI::_COMMAND>(0), 0, nullptr), Number::ERR_INVALID_COMMAND);
   releaseIf(&plugin);
 }
 
@@ -122,7 +123,7 @@ TEST_F(EntryPoints, TheFirstSlotExecutes) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);
   const auto execute = reinterpret_cast<ExecuteSlot>(Slot(m_Host.Plugin(), 0));
-  EXPECT_EQ(execute(m_Host.Plugin(), 0, 0, nullptr), 20002U);
+  EXPECT_EQ(execute(m_Host.Plugin(), 0, 0, nullptr), Number::ERR_INVALID_COMMAND);
   std::vector<PI::CObject> objects;
   EXPECT_EQ(execute(m_Host.Plugin(), 4, 0, &objects), 0U);
   EXPECT_EQ(objects.size(), 3U);
@@ -148,7 +149,7 @@ TEST_F(EntryPoints, TheThirdSlotDestroysAndFrees) {
   releaseIf(&plugin);
 }
 
-TEST_F(EntryPoints, VersionAndModuleStandBehindTheTablePointer) {
+TEST_F(EntryPoints, VersionAndModuleFollowTheTablePointer) {
   ASSERT_EQ(m_Host.Create(), 0U);
   std::uint32_t words[4] = {};
   std::memcpy(words, static_cast<const void*>(m_Host.Plugin()), sizeof words);

@@ -133,7 +133,7 @@ TEST_F(EventTable, BitsWithoutAnEventAreStillMissedWhenTheyFall) {
   EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(OfAdapter("10980", "2")));
 }
 
-TEST_F(EventTable, ABitThatWasSetAtTheStartIsNoNews) {
+TEST_F(EventTable, ABitThatWasSetAtTheStartRaisesNoEvent) {
   StartWith("0x1", "0x1", "0x2");
   AwaitScans(4);
   EXPECT_THAT(Events(), IsEmpty());
@@ -217,7 +217,7 @@ TEST_P(EachInformation, RaisesWhatIsExpected) {
 INSTANTIATE_TEST_SUITE_P(Masks, EachInformation, testing::ValuesIn(INFORMATION),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(EventTable, TheOldNameOfAnAdapterIsTold) {
+TEST_F(EventTable, AnEventHasTheOldNameOfAnAdapter) {
   StartWith("0", "0", "0");
   Set("card0", "board_name", "New Board");
   Set("card0", "iom_state", "0");
@@ -226,14 +226,14 @@ TEST_F(EventTable, TheOldNameOfAnAdapterIsTold) {
   EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk New Board (1)\"");
 }
 
-TEST_F(EventTable, AnEventBearsTheMomentOfTheComparison) {
+TEST_F(EventTable, AnEventHasTheTimeOfTheComparison) {
   StartWith("0", "0", "0");
   Set("card0", "iom_state", "0");
   AwaitScans();
   PassMs(3000);
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
   ASSERT_THAT(events, SizeIs(1));
-  // The look takes 12 ms, and so does the scan.
+  // The quick poll takes 12 ms, and so does the scan.
   EXPECT_EQ(events[0].m_Time - m_Begin, 5024U);
 }
 

@@ -1,4 +1,4 @@
-// The time that each event bears: that of the comparison which made it, or of the start of the job.
+// The time of each event: that of the comparison which made it, or of the start of the job.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/RowView.h"
@@ -28,10 +28,11 @@ void Masks(CardSim::StateFile& cards, const char* errors, const char* warnings, 
   cards.Set("card0", "current_info", info);
 }
 
-// A look takes 12 ms for each card and a scan too; each statement takes 100 here, so that a time
-// taken too early or too late shows. The first look, at 5,000, finds what it can see, and the scan
-// after it compares at 5,024. A mask is believed in the third scan, each of which writes the rows
-// of one card with four statements. What no look sees is found by the scan that is due at 15,024.
+// A quick poll takes 12 ms per card, and so does a scan. Each statement takes 100 ms here, so that
+// a time taken too early or too late shows. The first poll, at 5,000, sees a change, and the scan
+// after it compares at 5,024. A mask is accepted in the third scan, each of which writes the rows
+// of one card with four statements. What a poll does not see is found by the scan that is due at
+// 15,024.
 const EventSource EVENT_SOURCES[] = {
     {"Error",
      1,
@@ -43,7 +44,7 @@ const EventSource EVENT_SOURCES[] = {
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { Masks(cards, "0", "0x4", "0"); },
      {"10969 at 15872"}},
-    {"WarningsBehindTheGateOfTheInformation",
+    {"WarningsGatedByTheInformation",
      1,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { Masks(cards, "0", "0x3", "0x2"); },
@@ -105,7 +106,7 @@ class EventTimes : public Watched {
 
 class EachEventSource : public EventTimes, public testing::WithParamInterface<EventSource> {};
 
-TEST_P(EachEventSource, BearsTheTimeOfItsComparison) {
+TEST_P(EachEventSource, HasTheTimeOfItsComparison) {
   AddCards(GetParam().cards);
   GetParam().before(m_Host.Cards());
   StartWatch();
@@ -117,9 +118,9 @@ TEST_P(EachEventSource, BearsTheTimeOfItsComparison) {
 INSTANTIATE_TEST_SUITE_P(Sources, EachEventSource, testing::ValuesIn(EVENT_SOURCES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The scan at 15,024 finds the second card gone and writes three statements; from there two looks
-// of one card and a scan of two.
-TEST_F(EventTimes, ACardThatComesBackBearsTheTimeOfItsComparison) {
+// The scan at 15,024 finds the second card gone and writes three statements. Two polls of one card
+// and a scan of two follow.
+TEST_F(EventTimes, ACardThatComesBackHasTheTimeOfItsComparison) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -143,9 +144,9 @@ void PrintTo(const FailingJob& job, std::ostream* stream) {
 
 class EachFailingJob : public EventTimes, public testing::WithParamInterface<FailingJob> {};
 
-// The event is made when the job has the objects, not when it asks for them, and not when the card
-// says no.
-TEST_P(EachFailingJob, BearsTheTimeAtWhichTheJobReadTheObjects) {
+// The event is made when the job holds the lock, not when it waits for it, and not when the card
+// rejects the job.
+TEST_P(EachFailingJob, HasTheTimeAtWhichTheJobReadTheObjects) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().state);
   StartWatch("255");

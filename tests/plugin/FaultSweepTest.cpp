@@ -1,5 +1,5 @@
 // Every call into the card library fails once, in every flow: the result is of the right kind, no
-// lock stays held, no handle stays behind, and the next good pass is as if nothing had been.
+// lock stays held, no handle leaks, and the next good pass is as if nothing had failed.
 
 #include <gmock/gmock.h>
 
@@ -8,6 +8,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/RowHandles.h"
 #include "tests/support/SimulatedHost.h"
 
@@ -63,7 +64,7 @@ std::vector<Step> StepsOf(const std::vector<CardSim::Call>& calls) {
   return steps;
 }
 
-// The end of the library has no result that could tell of a failure.
+// Stopping the library has no result that could report a failure.
 bool CanFail(const Step& step) {
   return step.function != "vsl_fini";
 }
@@ -84,7 +85,7 @@ std::string LocksHeld() {
   return text;
 }
 
-// Which steps fail, and what that leaves behind.
+// Which steps fail, and what that leaves.
 struct Faults {
   std::vector<Step> steps;
 
@@ -232,87 +233,91 @@ const Flow FLOWS[] = {
     {"AdapterProperties", {}, AdapterProperties, 0, {}, false},
     {"CheckLocate",
      {{"beacon_state", "false"}},
-     Check(ADAPTER, 50034),
+     Check(ADAPTER, Number::OP_LOCATE_DEVICE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR}},
      true},
     {"CheckStopLocate",
      {{"beacon_state", "true"}},
-     Check(ADAPTER, 50035),
+     Check(ADAPTER, Number::OP_STOP_LOCATE_DEVICE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_beacon_state", ANY, 20041}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_beacon_state", ANY, Number::ERR_NO_LOCATE_STARTED}},
      true},
     {"Locate",
      {{"beacon_state", "false"}},
-     Execute(ADAPTER, 50034),
+     Execute(ADAPTER, Number::OP_LOCATE_DEVICE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_set_beacon_state", ANY, 20003}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_set_beacon_state", ANY, Number::ERR_COMMAND_ERROR}},
      true},
     {"StopLocate",
      {{"beacon_state", "true"}},
-     Execute(ADAPTER, 50035),
+     Execute(ADAPTER, Number::OP_STOP_LOCATE_DEVICE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_set_beacon_state", ANY, 20003}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_set_beacon_state", ANY, Number::ERR_COMMAND_ERROR}},
      true},
     // A unit whose state cannot be read counts as offline.
     {"CheckOnline",
      {{"volumes", R"([{"state": 0}, {"state": 1}])"}},
-     Check(DRIVE, 50029),
+     Check(DRIVE, Number::OP_MAKE_ONLINE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003}, {"vsl_vsu_iterate", 1, 20000}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_vsu_iterate", 1, Number::ERR_GENERAL}},
      true},
     {"CheckOffline",
      {{"volumes", R"([{"state": 0}, {"state": 1}])"}},
-     Check(DRIVE, 50030),
+     Check(DRIVE, Number::OP_MAKE_OFFLINE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003},
-      {"vsl_vsu_iterate", 1, 20000},
-      {"vsl_vsu_iterate", 2, 20000},
-      {"vsl_vsu_state", 2, 20000}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_vsu_iterate", 1, Number::ERR_GENERAL},
+      {"vsl_vsu_iterate", 2, Number::ERR_GENERAL},
+      {"vsl_vsu_state", 2, Number::ERR_GENERAL}},
      true},
     {"Online",
      {{"volumes", R"([{"state": 0}])"}},
-     Execute(DRIVE, 50029),
+     Execute(DRIVE, Number::OP_MAKE_ONLINE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003},
-      {"vsl_vsu_iterate", 1, 20003},
-      {"vsl_has_vsu_state", ANY, 20003},
-      {"vsl_set_vsu_state", ANY, 20003}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_vsu_iterate", 1, Number::ERR_COMMAND_ERROR},
+      {"vsl_has_vsu_state", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_set_vsu_state", ANY, Number::ERR_COMMAND_ERROR}},
      true},
     {"Offline",
      {{"volumes", R"([{"state": 1}])"}},
-     Execute(DRIVE, 50030),
+     Execute(DRIVE, Number::OP_MAKE_OFFLINE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003},
-      {"vsl_vsu_iterate", 1, 20003},
-      {"vsl_has_vsu_state", ANY, 20003},
-      {"vsl_set_vsu_state", ANY, 20003}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_vsu_iterate", 1, Number::ERR_COMMAND_ERROR},
+      {"vsl_has_vsu_state", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_set_vsu_state", ANY, Number::ERR_COMMAND_ERROR}},
      true},
     {"Format",
      {{"iom_state", "0"}},
-     Execute(DRIVE, 50026),
+     Execute(DRIVE, Number::OP_FORMAT_DEVICE),
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003},
-      {"vsl_iom_format_create", ANY, 20003},
-      {"vsl_iom_format_set_sector_size_bytes", ANY, 20003},
-      {"vsl_iom_format_set_size_pct", ANY, 20003},
-      {"vsl_op_start", ANY, 20003},
-      {"vsl_op_wait_for_result", ANY, 20003}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_iom_format_create", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_iom_format_set_sector_size_bytes", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_iom_format_set_size_pct", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_op_start", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_op_wait_for_result", ANY, Number::ERR_COMMAND_ERROR}},
      true},
     {"FormatToTheMaximum",
      {{"iom_state", "0"}},
      FormatToTheMaximum,
      0,
-     {{"vsl_iom_create_by_name", ANY, 20003},
-      {"vsl_iom_format_create", ANY, 20003},
-      {"vsl_iom_format_set_sector_size_bytes", ANY, 20003},
-      {"vsl_iom_format_set_size_bytes", ANY, 20003},
-      {"vsl_op_start", ANY, 20003},
-      {"vsl_op_wait_for_result", ANY, 20003}},
+     {{"vsl_iom_create_by_name", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_iom_format_create", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_iom_format_set_sector_size_bytes", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_iom_format_set_size_bytes", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_op_start", ANY, Number::ERR_COMMAND_ERROR},
+      {"vsl_op_wait_for_result", ANY, Number::ERR_COMMAND_ERROR}},
      false},
     {"Attach",
      {{"iom_state", "0"}},
-     Job(50126),
+     Job(Number::OP_ATTACH),
      0,
      {{"vsl_iom_create_by_name", ANY, 1},
       {"vsl_iom_attach_create", ANY, 1},
@@ -321,7 +326,7 @@ const Flow FLOWS[] = {
      true},
     {"Detach",
      {{"iom_state", "2"}},
-     Job(50127),
+     Job(Number::OP_DETACH),
      0,
      {{"vsl_iom_create_by_name", ANY, 1},
       {"vsl_iom_detach_create", ANY, 1},
@@ -330,7 +335,7 @@ const Flow FLOWS[] = {
      true},
     {"ForceDetach",
      {{"iom_state", "2"}},
-     Job(50128),
+     Job(Number::OP_FORCE_DETACH),
      0,
      {{"vsl_iom_create_by_name", ANY, 1},
       {"vsl_iom_detach_create", ANY, 1},
@@ -360,13 +365,13 @@ const Flow INITIALIZE = {"Initialize",
                          {},
                          [](SimulatedHost& host) { return host.Initialize(); },
                          0,
-                         {{"vsl_init", ANY, 20012},
-                          {"vsl_iom_iterate", 1, 20001},
-                          {"vsl_has_serial_number", 1, 20001},
-                          {"vsl_has_device_path", 1, 20001},
-                          {"vsl_device_path", 1, 20001},
-                          {"vsl_iom_create_by_name", 1, 20001},
-                          {"vsl_open", 1, 20001}},
+                         {{"vsl_init", ANY, Number::ERR_API_INITIALIZATION_FAILED},
+                          {"vsl_iom_iterate", 1, Number::ERR_NO_SUPPORTED_HARDWARE},
+                          {"vsl_has_serial_number", 1, Number::ERR_NO_SUPPORTED_HARDWARE},
+                          {"vsl_has_device_path", 1, Number::ERR_NO_SUPPORTED_HARDWARE},
+                          {"vsl_device_path", 1, Number::ERR_NO_SUPPORTED_HARDWARE},
+                          {"vsl_iom_create_by_name", 1, Number::ERR_NO_SUPPORTED_HARDWARE},
+                          {"vsl_open", 1, Number::ERR_NO_SUPPORTED_HARDWARE}},
                          false};
 
 void ExpectAGoodStart(SimulatedHost& host) {
@@ -390,7 +395,7 @@ void SweepStart(const Faults& faults, std::size_t result) {
   ExpectNothingLeft(faults);
   EXPECT_EQ(host.m_AdapterIDs.size(), result == 0 ? 1U : 0U);
   const std::string last = host.Calls().back();
-  EXPECT_EQ(last == "vsl_fini", result == 20001) << last;
+  EXPECT_EQ(last == "vsl_fini", result == Number::ERR_NO_SUPPORTED_HARDWARE) << last;
   EXPECT_EQ(host.DeInitialize(), 0U);
   host.Release();
   ExpectAGoodStart(host);
@@ -405,7 +410,7 @@ TEST(FaultSweepOfTheStart, SurvivesEachCallFailing) {
     ASSERT_EQ(host.Initialize(), 0U);
     good = StepsOf(CardSim::CallLog());
   }
-  // Two starts of the library, one walk and one scan.
+  // Two starts of the library, one enumeration and one scan.
   ASSERT_GT(good.size(), 100U);
   for (const Step& step : good) {
     if (CanFail(step)) SweepStart({{step}}, ResultAfter(INITIALIZE, step));

@@ -1,4 +1,4 @@
-// The parameters of a format with their defaults. No drive lists them, so they are looked at where
+// The parameters of a format with their defaults. No drive lists them, so they are tested where
 // they are made.
 
 #include <gmock/gmock.h>

@@ -6,6 +6,7 @@
 
 #include "hostkit/Inspect.h"
 #include "hostkit/Scheduler.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -18,7 +19,7 @@ using Lines = std::vector<std::string>;
 using Parameters = std::vector<PI::CProperty>;
 
 constexpr std::uint64_t DRIVE = 0x0130000000000002;
-constexpr std::size_t PRIVATE_EVENT = 2;  // behind m_ForceWorker and m_StopRequest
+constexpr std::size_t PRIVATE_EVENT = 2;  // after m_ForceWorker and m_StopRequest
 
 // Which parameter, by its name.
 constexpr std::uint32_t BLOCK_SIZE = 30460;
@@ -46,7 +47,7 @@ PI::CProperty Text(std::uint32_t name, const char* value) {
   return parameter;
 }
 
-PI::CProperty Number(std::uint32_t name, unsigned long value) {
+PI::CProperty NumberProperty(std::uint32_t name, unsigned long value) {
   PI::CProperty parameter(PI::Property::RANGE_PARAM, true);
   parameter.m_NameID = name;
   parameter.SetValue(value);
@@ -200,7 +201,7 @@ const Request REQUESTS[] = {
     {"High50", {Choice(FORMATTING, HIGH), Range(SIZE, 50)}, "512", "80"},
     {"SizeAlone", {Range(SIZE, 50)}, "512", "100"},
     {"SizeOfTheWrongKind", {Choice(FORMATTING, CUSTOM), Choice(SIZE, 50)}, "512", "100"},
-    {"SizeAsANumber", {Choice(FORMATTING, CUSTOM), Number(SIZE, 50)}, "512", "100"},
+    {"SizeAsANumber", {Choice(FORMATTING, CUSTOM), NumberProperty(SIZE, 50)}, "512", "100"},
     {"SizeAsAText", {Choice(FORMATTING, CUSTOM), Text(SIZE, "50")}, "512", "100"},
     {"FormattingOfTheWrongKind", {Range(FORMATTING, HIGH)}, "512", "100"},
     {"FormattingAsAText", {Text(FORMATTING, "HIGH_PERFORMANCE")}, "512", "100"},
@@ -215,7 +216,7 @@ const Request REQUESTS[] = {
     {"SectorsAsARange", {Range(BLOCK_SIZE, 2048)}, "2048", "100"},
     {"SectorsAsARangeBeyondTheCard", {Range(BLOCK_SIZE, 65536)}, "65536", ""},
     {"SectorsAsAText", {Text(BLOCK_SIZE, "2048")}, "512", "100"},
-    {"SectorsAsANumber", {Number(BLOCK_SIZE, 2048)}, "512", "100"},
+    {"SectorsAsANumber", {NumberProperty(BLOCK_SIZE, 2048)}, "512", "100"},
     {"SectorsOf512", {Choice(BLOCK_SIZE, 40046)}, "512", "100"},
     {"SectorsOf1K", {Choice(BLOCK_SIZE, 40047)}, "1024", "100"},
     {"SectorsOf2K", {Choice(BLOCK_SIZE, 40048)}, "2048", "100"},
@@ -351,19 +352,19 @@ const Failure FAILURES[] = {
     {"Naming",
      40405,
      "vsl_iom_create_by_name",
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_create_by_name = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0"}},
     {"Making",
      40405,
      "vsl_iom_format_create",
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_create = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1", "vsl_destroy card#1"}},
     {"Sectors",
      40405,
      "vsl_iom_format_set_sector_size_bytes",
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_sector_size_bytes = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512", "vsl_destroy format#1",
@@ -371,7 +372,7 @@ const Failure FAILURES[] = {
     {"Percent",
      40405,
      "vsl_iom_format_set_size_pct",
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
@@ -400,7 +401,7 @@ const Failure FAILURES[] = {
     {"Bytes",
      40404,
      "vsl_iom_format_set_size_bytes",
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_bytes = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
@@ -410,7 +411,7 @@ const Failure FAILURES[] = {
     {"Start",
      40405,
      "vsl_op_start",
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_op_start = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
@@ -419,7 +420,7 @@ const Failure FAILURES[] = {
     {"End",
      40405,
      "vsl_op_wait_for_result",
-     20003,
+     Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_op_wait_for_result = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
@@ -434,7 +435,7 @@ TEST_F(Format, FailsWhenTheFallBackFailsToo) {
   Start();
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 92, "no modes");
   CardSim::FailCall("vsl_iom_format_set_size_pct", 1, 93, "no sizes");
-  EXPECT_EQ(Run({Choice(FORMATTING, 40404)}), 20003U);
+  EXPECT_EQ(Run({Choice(FORMATTING, 40404)}), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.LeveledTraces(16),
               ElementsAre("16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 92 "
                           "(no modes)",
@@ -445,7 +446,7 @@ TEST_F(Format, FailsWhenTheFallBackFailsToo) {
 TEST_F(Format, OfAnAttachedCardIsLeftToTheCardToRefuse) {
   Set("iom_state", "2");
   Start();
-  EXPECT_EQ(Run(), 20003U);
+  EXPECT_EQ(Run(), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.LeveledTraces(16),
               ElementsAre("16 ExecutePhysicalDriveOperation, vsl_op_start = 6 (not possible: the "
                           "card is attached)"));
@@ -455,7 +456,7 @@ TEST_F(Format, PostsNoEvent) {
   Start();
   EXPECT_EQ(Run(), 0U);
   CardSim::FailCall("vsl_op_start", 1, 94, "no");
-  EXPECT_EQ(Run(), 20003U);
+  EXPECT_EQ(Run(), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.CollectEvents(), IsEmpty());
 }
 

@@ -33,7 +33,7 @@ class HostQuestions : public testing::Test {
   HostCallWatch m_Watch;
 };
 
-// With a domain of its own no card's place is looked up.
+// A card that has a domain is not looked up.
 TEST_F(HostQuestions, OfAStartNameEveryAcceptedCard) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -53,7 +53,7 @@ TEST_F(HostQuestions, OfACardWithoutADomainNameItsFamilyAndItsNumberInTheList) {
                           "GenerateUniqueAdapterNumber for localhost 0 60 3 4"));
 }
 
-// The place of a card that nobody lists is cut to what the number takes.
+// The address of an unlisted card is cut to the width of the number.
 TEST_F(HostQuestions, OfACardOfNoFamilyAreAboutItsNumberAlone) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   m_Host.Cards().MakeAbsent(Add(0x4000, "60", "3", "4"), "pci_domain");

@@ -7,6 +7,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/plugin/ScanView.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -67,7 +68,7 @@ TEST_P(InitializeWithoutLock, EndsAtOnceAndNamesIt) {
   host.AddCard();
   GetParam().fail(GetParam().ordinal);
   const Outcome outcome = InitializeOf(host);
-  EXPECT_EQ(outcome.result, 20011U);
+  EXPECT_EQ(outcome.result, Number::ERR_LOCK_INITIALIZATION_FAILED);
   EXPECT_EQ(outcome.printed, "");
   EXPECT_EQ(outcome.ms, 0U);
   EXPECT_THAT(host.Calls(), IsEmpty());
@@ -106,7 +107,7 @@ TEST_F(Initialize, MakesOneManualEventAndTwoOthersNoneOfThemSet) {
 
 TEST_F(Initialize, WithoutACardOnThePciBusNeverStartsTheLibrary) {
   const Outcome outcome = Run();
-  EXPECT_EQ(outcome.result, 20001U);
+  EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, COUNT_0);
   EXPECT_EQ(outcome.ms, 0U);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
@@ -127,14 +128,14 @@ TEST(InitializeAnew, TakesEachOfTheNineDevicesAndNoOther) {
   for (const std::uint16_t id : refused) {
     SimulatedHost host;
     host.AddCard(id);
-    EXPECT_EQ(host.Initialize(), 20001U) << id;
+    EXPECT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE) << id;
   }
 }
 
 TEST_F(Initialize, TakesNoOtherVendorsDevice) {
   AddCards(1);
   std::ofstream(m_Host.Folder() / "sys/bus/pci/devices/0000:03:00.0/vendor") << "0x8086\n";
-  EXPECT_EQ(Run().result, 20001U);
+  EXPECT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
@@ -171,9 +172,12 @@ TEST_P(InitializeNotReady, AsksOnceASecondForAMinute) {
 
 constexpr StartCase START_CASES[] = {
     // name, refusals, result, milliseconds
-    {"Never", 0, 0, 1012},        {"Once", 1, 0, 2012},
-    {"TenTimes", 10, 0, 11012},   {"FiftyNineTimes", 59, 0, 60012},
-    {"SixtyTimes", 60, 0, 61012}, {"SixtyOneTimes", 61, 20012, 60000},
+    {"Never", 0, 0, 1012},
+    {"Once", 1, 0, 2012},
+    {"TenTimes", 10, 0, 11012},
+    {"FiftyNineTimes", 59, 0, 60012},
+    {"SixtyTimes", 60, 0, 61012},
+    {"SixtyOneTimes", 61, Number::ERR_API_INITIALIZATION_FAILED, 60000},
 };
 
 INSTANTIATE_TEST_SUITE_P(Refused, InitializeNotReady, testing::ValuesIn(START_CASES),
@@ -183,7 +187,7 @@ TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
   AddCards(1);
   CardSim::FailCall("vsl_init", 1, 27, "not yet", 1000);
   const Outcome outcome = Run();
-  EXPECT_EQ(outcome.result, 20012U);
+  EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
   EXPECT_EQ(outcome.printed, COUNT_0);
   EXPECT_EQ(m_Host.Calls().size(), 61U);
   EXPECT_THAT(LeveledTraces(m_Host),
@@ -197,7 +201,7 @@ TEST(InitializeAnew, TakesAnyOtherCodeOfTheLibraryAsFinal) {
     host.AddCard();
     CardSim::FailCall("vsl_init", 1, code, "broken");
     const Outcome outcome = InitializeOf(host);
-    EXPECT_EQ(outcome.result, 20012U);
+    EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
     EXPECT_EQ(outcome.printed, COUNT_0);
     EXPECT_EQ(outcome.ms, 0U);
     EXPECT_THAT(host.Calls(), ElementsAre("vsl_init"));
@@ -211,7 +215,7 @@ TEST_F(Initialize, TakesAnotherCodeAfterSomeWaitingAsFinal) {
   CardSim::FailCall("vsl_init", 1, 27, "not yet", 3);
   CardSim::FailCall("vsl_init", 4, 5, "broken");
   const Outcome outcome = Run();
-  EXPECT_EQ(outcome.result, 20012U);
+  EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
   EXPECT_EQ(outcome.ms, 3000U);
   EXPECT_THAT(m_Host.Traces(16), ElementsAre("Initialize, vsl_init = 5 (broken)"));
 }
@@ -222,7 +226,7 @@ TEST(InitializeAnew, DoesNotWaitForTheSecondStart) {
     host.AddCard();
     CardSim::FailCall("vsl_init", 2, code, "again");
     const Outcome outcome = InitializeOf(host);
-    EXPECT_EQ(outcome.result, 20012U);
+    EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
     EXPECT_EQ(outcome.printed, COUNT_0);
     EXPECT_EQ(outcome.ms, 1000U);
     EXPECT_THAT(host.Calls(), ElementsAre("vsl_init", "vsl_fini", "vsl_init"));
@@ -232,7 +236,7 @@ TEST(InitializeAnew, DoesNotWaitForTheSecondStart) {
   }
 }
 
-// The walk over the cards.
+// The enumeration of the cards.
 
 TEST_F(Initialize, PassesOverCardsWithoutSerialNumberOrPath) {
   AddCards(3);
@@ -243,22 +247,22 @@ TEST_F(Initialize, PassesOverCardsWithoutSerialNumberOrPath) {
   EXPECT_EQ(outcome.printed, "Corvane:  Initialize:  adapter count is 1\n");
   EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "0");
   EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct2");
-  Lines walk = m_Host.Calls();
-  walk.resize(14);
-  EXPECT_THAT(walk, ElementsAre("vsl_init", "vsl_fini", "vsl_init",                            //
-                                "vsl_iom_iterate null", "vsl_has_serial_number walked#1",      //
-                                "vsl_iom_iterate walked#1", "vsl_has_serial_number walked#2",  //
-                                "vsl_has_device_path walked#2", "vsl_iom_iterate walked#2",    //
-                                "vsl_has_serial_number walked#3", "vsl_has_device_path walked#3",
-                                "vsl_device_path walked#3", "vsl_iom_iterate walked#3",
-                                "vsl_iom_create_by_name /dev/fct2"));
+  Lines calls = m_Host.Calls();
+  calls.resize(14);
+  EXPECT_THAT(calls, ElementsAre("vsl_init", "vsl_fini", "vsl_init",                            //
+                                 "vsl_iom_iterate null", "vsl_has_serial_number walked#1",      //
+                                 "vsl_iom_iterate walked#1", "vsl_has_serial_number walked#2",  //
+                                 "vsl_has_device_path walked#2", "vsl_iom_iterate walked#2",    //
+                                 "vsl_has_serial_number walked#3", "vsl_has_device_path walked#3",
+                                 "vsl_device_path walked#3", "vsl_iom_iterate walked#3",
+                                 "vsl_iom_create_by_name /dev/fct2"));
 }
 
 TEST_F(Initialize, WithoutAUsableCardTakesTheLibraryDownAgain) {
   AddCards(1);
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   const Outcome outcome = Run();
-  EXPECT_EQ(outcome.result, 20001U);
+  EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, COUNT_0);
   EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_init", "vsl_fini", "vsl_init",
@@ -269,7 +273,7 @@ TEST_F(Initialize, WithoutAUsableCardTakesTheLibraryDownAgain) {
 TEST_F(Initialize, WithoutAnyCardInTheLibraryTakesItDownAgain) {
   AddCards(1);
   m_Host.Cards().RemoveCard("card0");
-  EXPECT_EQ(Run().result, 20001U);
+  EXPECT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Host.Calls(),
               ElementsAre("vsl_init", "vsl_fini", "vsl_init", "vsl_iom_iterate null", "vsl_fini"));
 }
@@ -352,7 +356,7 @@ TEST_F(Initialize, StartsNoThread) {
 
 // What is left of the start when the scan gave nothing.
 void ExpectNothingLeft(SimulatedHost& host, const Outcome& outcome) {
-  EXPECT_EQ(outcome.result, 20001U);
+  EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, COUNT_0);
   EXPECT_THAT(host.m_AdapterIDs, IsEmpty());
   EXPECT_EQ(host.Calls().back(), "vsl_fini");
@@ -379,7 +383,7 @@ TEST_F(Initialize, FailsWhenACardCannotBeOpened) {
 TEST_F(Initialize, DestroysTheCardThatCannotBeOpenedAndAsksItNoMore) {
   AddCards(2);
   CardSim::FailCall("vsl_open", 1, 7, "no");
-  ASSERT_EQ(Run().result, 20001U);
+  ASSERT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
   const Lines calls = m_Host.Calls();
   const Lines tail(calls.end() - 4, calls.end());
   EXPECT_THAT(tail, ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",

@@ -8,6 +8,7 @@
 #include "hostkit/Inspect.h"
 #include "tests/support/JobHost.h"
 #include "tests/support/Journal.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -44,21 +45,21 @@ constexpr const char* FORCE_DETACH_FAILED =
 
 const JobFailure JOB_FAILURES[] = {
     {"AttachNaming",
-     50126,
+     Number::OP_ATTACH,
      DETACHED,
      "vsl_iom_create_by_name",
      {"vsl_iom_create_by_name /dev/fct0"},
      "Attach, vsl_iom_create_by_name = 62 (no luck)",
      ATTACH_FAILED},
     {"AttachMaking",
-     50126,
+     Number::OP_ATTACH,
      DETACHED,
      "vsl_iom_attach_create",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_destroy card#1"},
      "Attach, vsl_iom_attach_create = 62 (no luck)",
      ATTACH_FAILED},
     {"AttachStart",
-     50126,
+     Number::OP_ATTACH,
      DETACHED,
      "vsl_op_start",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
@@ -66,7 +67,7 @@ const JobFailure JOB_FAILURES[] = {
      "Attach, vsl_op_start = 62 (no luck)",
      ATTACH_FAILED},
     {"AttachEnd",
-     50126,
+     Number::OP_ATTACH,
      DETACHED,
      "vsl_op_wait_for_result",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
@@ -74,21 +75,21 @@ const JobFailure JOB_FAILURES[] = {
      "Attach, vsl_op_wait_for_result = 62 (no luck)",
      ATTACH_FAILED},
     {"DetachNaming",
-     50127,
+     Number::OP_DETACH,
      ATTACHED,
      "vsl_iom_create_by_name",
      {"vsl_iom_create_by_name /dev/fct0"},
      "Detach, vsl_iom_create_by_name = 62 (no luck)",
      DETACH_FAILED},
     {"DetachMaking",
-     50127,
+     Number::OP_DETACH,
      ATTACHED,
      "vsl_iom_detach_create",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_destroy card#1"},
      "Detach, vsl_iom_detach_create = 62 (no luck)",
      DETACH_FAILED},
     {"DetachStart",
-     50127,
+     Number::OP_DETACH,
      ATTACHED,
      "vsl_op_start",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
@@ -96,7 +97,7 @@ const JobFailure JOB_FAILURES[] = {
      "Detach, vsl_op_start = 62 (no luck)",
      DETACH_FAILED},
     {"DetachEnd",
-     50127,
+     Number::OP_DETACH,
      ATTACHED,
      "vsl_op_wait_for_result",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
@@ -104,21 +105,21 @@ const JobFailure JOB_FAILURES[] = {
      "Detach, vsl_op_wait_for_result = 62 (no luck)",
      DETACH_FAILED},
     {"ForceDetachNaming",
-     50128,
+     Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_iom_create_by_name",
      {"vsl_iom_create_by_name /dev/fct0"},
      "ForceDetach, vsl_iom_create_by_name = 62 (no luck)",
      FORCE_DETACH_FAILED},
     {"ForceDetachMaking",
-     50128,
+     Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_iom_detach_create",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_destroy card#1"},
      "ForceDetach, vsl_iom_detach_create = 62 (no luck)",
      FORCE_DETACH_FAILED},
     {"ForceDetachForce",
-     50128,
+     Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_iom_detach_set_force",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
@@ -126,7 +127,7 @@ const JobFailure JOB_FAILURES[] = {
      "ForceDetach, vsl_iom_detach_set_force = 62 (no luck)",
      FORCE_DETACH_FAILED},
     {"ForceDetachStart",
-     50128,
+     Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_op_start",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
@@ -135,7 +136,7 @@ const JobFailure JOB_FAILURES[] = {
      "ForceDetach, vsl_op_start = 62 (no luck)",
      FORCE_DETACH_FAILED},
     {"ForceDetachEnd",
-     50128,
+     Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_op_wait_for_result",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
@@ -183,8 +184,8 @@ const Lines BEGIN = {
     "-- trace 8 Before m_DataLock.Wait(INFINITE)", "d- trace 8 After m_DataLock.Wait(INFINITE)",
     "d- trace 8 Before m_DataLock.Release ()", "-- trace 8 After m_DataLock.Release ()", "-- busy"};
 
-// The job holds no lock at any call, tells why it failed, posts its event, and destroys only then;
-// its device is forgotten last.
+// The job holds no lock at any call, traces why it failed, queues its event, and only then
+// destroys; its device is forgotten last.
 TEST_P(EachJobFailure, PostsItsEventBeforeItDestroysAndForgetsItsDeviceLast) {
   StartWith({GetParam().before});
   const std::string trace = GetParam().trace;
@@ -206,14 +207,15 @@ TEST_P(EachJobFailure, PostsItsEventBeforeItDestroysAndForgetsItsDeviceLast) {
   Journal journal(m_Host);
   journal.TakeTraces();
   journal.CollectEvents();
-  journal.Observe(
-      [this] { return m_Host.Check(FIRST, GetParam().operation) == 20031U ? "busy" : "free"; });
+  journal.Observe([this] {
+    return m_Host.Check(FIRST, GetParam().operation) == Number::ERR_ADAPTER_BUSY ? "busy" : "free";
+  });
   journal.Begin();
   CardSim::FailCall(GetParam().function, 1, 62, "no luck");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(journal.OfOthers(), ElementsAreArray(expected));
-  journal.LookAround();
+  journal.ObserveNow();
   EXPECT_THAT(journal.Entries(), testing::Contains(event).Times(1));
 }
 

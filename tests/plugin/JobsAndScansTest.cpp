@@ -11,6 +11,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -91,14 +92,14 @@ TEST_F(JobsAndScans, AnAttachedCardInAnAttachJobIsAttaching) {
   Pass(SOME_SCANS_MS);
   EXPECT_EQ(Shown(FIRST), "40150 40388: none");
   EXPECT_EQ(Shown(SECOND), "40024 40102: 40393");
-  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_DETACH), 20000U);
+  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_DETACH), Number::ERR_GENERAL);
   held.LetGo();
   Pass(SOME_SCANS_MS);
   EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
 }
 
 TEST_F(JobsAndScans, ADetachedCardInADetachJobIsDetaching) {
-  for (const std::uint32_t operation : {50127U, 50128U}) {
+  for (const std::uint32_t operation : {Number::OP_DETACH, Number::OP_FORCE_DETACH}) {
     m_Host.Release();
     StartWith({"0"});
     HeldCall held("vsl_op_start");
@@ -163,15 +164,16 @@ TEST_P(JobWithoutItsSlot, LeavesItsCardAsItIs) {
   EXPECT_EQ(Shown(FIRST), GetParam().shown);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, JobWithoutItsSlot,
-                         testing::Values(LostSlot{"Attach", 50126, "2", "0", "40024 40102: 40393"},
-                                         LostSlot{"Detach", 50127, "0", "2", "40150 40102: 40387"},
-                                         LostSlot{"ForceDetach", 50128, "0", "2",
-                                                  "40150 40102: 40387"}),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, JobWithoutItsSlot,
+    testing::Values(LostSlot{"Attach", Number::OP_ATTACH, "2", "0", "40024 40102: 40393"},
+                    LostSlot{"Detach", Number::OP_DETACH, "0", "2", "40150 40102: 40387"},
+                    LostSlot{"ForceDetach", Number::OP_FORCE_DETACH, "0", "2",
+                             "40150 40102: 40387"}),
+    [](const auto& each) { return std::string(each.param.name); });
 
-// The position in the list decides, and behind a card that has gone it is another one's.
-TEST_F(JobsAndScans, BehindAGapAnAttachedCardInAnAttachJobStaysAttached) {
+// The position in the list decides, and after a card that has gone it is that of another card.
+TEST_F(JobsAndScans, AfterAGapAnAttachedCardInAnAttachJobStaysAttached) {
   StartWith({"2", "2"});
   m_Host.Cards().RemoveCard("card0");
   Pass(SOME_SCANS_MS);
@@ -196,8 +198,8 @@ TEST_F(JobsAndScans, TheScanAnnouncesWhatAJobHasDone) {
   EXPECT_EQ(m_Host.Check(SECOND, PI::OP_ATTACH), 0U);
 }
 
-// A scan holds the events' lock too, so this is a scan and not a look. The job that is started in
-// it waits for the scan, which finds the card gone.
+// A scan holds the events' lock too, so this is a scan and not a quick poll. The job that is
+// started in it waits for the scan, which finds the card gone.
 class JobWithoutItsAdapter : public JobsAndScans {
  protected:
   // Starts the attach of the first card when a scan names it, and then has `loseCard` its way.
@@ -230,7 +232,7 @@ constexpr const char* FIRST_IS_GONE =
     "Adapter 785GB (1)";
 constexpr const char* FAILED_FOR_NOBODY = "1 severity 0 object 0 at no time source  place ";
 
-TEST_F(JobWithoutItsAdapter, FailsForNobodyWhenItsCardHasGone) {
+TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardHasGone) {
   LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });
   EXPECT_THAT(m_CallsOfJob, ElementsAre("vsl_iom_create_by_name /dev/fct0"));
   EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, FAILED_FOR_NOBODY));
@@ -254,7 +256,7 @@ TEST_F(JobWithoutItsAdapter, AttachesItsCardAllTheSame) {
   EXPECT_EQ(events[1].substr(0, 5), "11093");
 }
 
-TEST_F(JobWithoutItsAdapter, FailsForNobodyAtALaterCallToo) {
+TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventForALaterCallToo) {
   LoseCard([] {
     CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
     CardSim::FailCall("vsl_op_start", 1, 62, "no luck");

@@ -10,6 +10,7 @@
 #include "hostkit/Inspect.h"
 #include "tests/support/JobHost.h"
 #include "tests/support/Journal.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -40,7 +41,7 @@ std::ostream& operator<<(std::ostream& out, const Job& job) {
 
 const Job JOBS[] = {
     {"Attach",
-     50126,
+     Number::OP_ATTACH,
      DETACHED,
      ATTACHED,
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
@@ -49,7 +50,7 @@ const Job JOBS[] = {
       "16 ExecuteAdapterOperation(), OP_ATTACH, start Attach thread",
       "2 LEAVE AdapterExecuteOperation() -> 0", "2 ENTER Attach(/dev/fct0)", "2 LEAVE Attach()"}},
     {"Detach",
-     50127,
+     Number::OP_DETACH,
      ATTACHED,
      DETACHED,
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
@@ -58,7 +59,7 @@ const Job JOBS[] = {
       "16 ExecuteAdapterOperation(), OP_DETACH, start Detach thread",
       "2 LEAVE AdapterExecuteOperation() -> 0", "2 ENTER Detach(/dev/fct0)", "2 LEAVE Detach()"}},
     {"ForceDetach",
-     50128,
+     Number::OP_FORCE_DETACH,
      ATTACHED,
      DETACHED,
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
@@ -72,7 +73,7 @@ const Job JOBS[] = {
 
 class EachJob : public Jobs, public testing::WithParamInterface<Job> {};
 
-TEST_P(EachJob, DrivesTheCardToItsEndAndTellsNobody) {
+TEST_P(EachJob, FinishesTheCardAndQueuesNoEvent) {
   StartWith({GetParam().before});
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
@@ -108,8 +109,9 @@ TEST_P(EachJob, TakesItsStepsInTheirOrder) {
   Journal journal(m_Host);
   journal.TakeTraces();
   journal.CollectEvents();
-  journal.Observe(
-      [this] { return m_Host.Check(FIRST, GetParam().operation) == 20031U ? "busy" : "free"; });
+  journal.Observe([this] {
+    return m_Host.Check(FIRST, GetParam().operation) == Number::ERR_ADAPTER_BUSY ? "busy" : "free";
+  });
   journal.Begin();
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
@@ -162,7 +164,7 @@ TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
 TEST_P(EachJob, CountsAsBusyFromItsFirstStepOn) {
   const std::pair<std::string, unsigned int> moments[] = {
       {"ENTER " + std::string(GetParam().name) + "(/dev/fct0)", 0U},
-      {"Before m_DataLock.Wait(INFINITE)", 20031U}};
+      {"Before m_DataLock.Wait(INFINITE)", Number::ERR_ADAPTER_BUSY}};
   for (const auto& [line, checked] : moments) {
     SimulatedHost host;
     host.WriteIni("PollInterval=255\n");
@@ -179,7 +181,7 @@ TEST_P(EachJob, CountsAsBusyFromItsFirstStepOn) {
   }
 }
 
-// Also while somebody else has the objects, and for as long as that takes.
+// Also while another thread holds the lock, for as long as that takes.
 TEST_P(EachJob, CountsAsBusyWhileItWaitsForTheObjects) {
   StartWith({GetParam().before});
   unsigned int checked = 0;
@@ -192,7 +194,7 @@ TEST_P(EachJob, CountsAsBusyWhileItWaitsForTheObjects) {
     checked = m_Host.Check(FIRST, GetParam().operation);
   });
   m_Host.Properties(FIRST);
-  EXPECT_EQ(checked, 20031U);
+  EXPECT_EQ(checked, Number::ERR_ADAPTER_BUSY);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
@@ -241,7 +243,7 @@ class BusyCheck : public Jobs, public testing::WithParamInterface<Busy> {
   }
 };
 
-TEST_P(BusyCheck, KeepsEveryCardOutOfTheSameSlotAndNobodyOutOfTheOther) {
+TEST_P(BusyCheck, BlocksTheSameSlotForEveryCardAndNotTheOtherSlot) {
   StartWith({GetParam().before, GetParam().before});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(Checks(FIRST), GetParam().afterwards);
@@ -256,9 +258,21 @@ TEST_P(BusyCheck, KeepsEveryCardOutOfTheSameSlotAndNobodyOutOfTheOther) {
 
 INSTANTIATE_TEST_SUITE_P(
     Jobs, BusyCheck,
-    testing::Values(Busy{"Attach", 50126, DETACHED, {20031, 20000, 20000}, {0, 20000, 20000}},
-                    Busy{"Detach", 50127, ATTACHED, {20000, 20031, 20031}, {20000, 0, 0}},
-                    Busy{"ForceDetach", 50128, ATTACHED, {20000, 20031, 20031}, {20000, 0, 0}}),
+    testing::Values(Busy{"Attach",
+                         Number::OP_ATTACH,
+                         DETACHED,
+                         {Number::ERR_ADAPTER_BUSY, Number::ERR_GENERAL, Number::ERR_GENERAL},
+                         {0, Number::ERR_GENERAL, Number::ERR_GENERAL}},
+                    Busy{"Detach",
+                         Number::OP_DETACH,
+                         ATTACHED,
+                         {Number::ERR_GENERAL, Number::ERR_ADAPTER_BUSY, Number::ERR_ADAPTER_BUSY},
+                         {Number::ERR_GENERAL, 0, 0}},
+                    Busy{"ForceDetach",
+                         Number::OP_FORCE_DETACH,
+                         ATTACHED,
+                         {Number::ERR_GENERAL, Number::ERR_ADAPTER_BUSY, Number::ERR_ADAPTER_BUSY},
+                         {Number::ERR_GENERAL, 0, 0}}),
     [](const auto& each) { return std::string(each.param.name); });
 
 TEST_F(Jobs, TraceTheExitOfABusyCheck) {
@@ -267,7 +281,7 @@ TEST_F(Jobs, TraceTheExitOfABusyCheck) {
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   held.AwaitArrival();
   m_Host.ForgetTraces();
-  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 20031U);
+  EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), Number::ERR_ADAPTER_BUSY);
   EXPECT_THAT(m_Host.LeveledTraces(16),
               ElementsAre("16 ENTER CheckAdapterOperation operation=50126",
                           "16 LEAVE CheckAdapterOperation -> 20031"));

@@ -1,5 +1,5 @@
-// The fields of a drive's row that its card tells at the moment of the writing, the calls that this
-// takes, and those of an adapter's row, which come to nothing.
+// The fields of a drive's row that are read from its card when the row is written, and the calls
+// that this takes; and the calls of an adapter's row, whose results are not used.
 
 #include "tests/support/RowView.h"
 
@@ -47,7 +47,7 @@ std::string NameOfCase(const testing::TestParamInfo<Case>& info) {
 
 class LiveRowFields : public testing::TestWithParam<Case> {};
 
-TEST_P(LiveRowFields, AreWhatTheCardTells) {
+TEST_P(LiveRowFields, AreReadFromTheCard) {
   OneCard host(PlainCard());
   const DatabaseLife database;
   host.Set(GetParam().settings);
@@ -160,7 +160,7 @@ class RowCalls : public testing::Test {
   DatabaseLife m_Database;
 };
 
-// An adapter's row asks nobody: every answer is no.
+// An adapter's row asks with a null handle, and every attribute is missing.
 const Cells OF_AN_ADAPTER = {
     "vsl_has_rated_endurance_tbytes null", "vsl_has_total_physical_bytes_read null",
     "vsl_has_total_physical_bytes_written null", "vsl_has_rated_endurance_tbytes null"};
@@ -183,7 +183,7 @@ TEST_F(RowCalls, NameTheCardAndLeaveItUnopened) {
                 "vsl_has_reserve_space_pct card#1", "vsl_reserve_space_pct card#1"}));
 }
 
-TEST_F(RowCalls, LeaveTheirHandleBehind) {
+TEST_F(RowCalls, LeakTheirHandle) {
   After();
   EXPECT_THAT(CardSim::OpenHandles(), ElementsAre("card#1"));
 }
@@ -208,12 +208,12 @@ TEST_F(RowCalls, ReadNothingOfACardWithoutReserve) {
   EXPECT_THAT(calls, Not(Contains("vsl_reserve_space_pct card#1")));
 }
 
-TEST_F(RowCalls, AreNoMisuse) {
+TEST_F(RowCalls, AreNotMisuse) {
   After();
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_F(RowCalls, TellNothingOfAnAdapterThatNobodyAsked) {
+TEST_F(RowCalls, TraceNothingOfAnAdapter) {
   m_Host.Set(PlainCard());
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(16), Not(Contains(StartsWith("GetAdapterProperties"))));
@@ -244,7 +244,7 @@ TEST(LiveFieldsOverTime, AreReadAgainAtEachScan) {
       IsSupersetOf({"pd_bytes_read_ki_b=4", "pd_remaining_reserve=50.0", "pd_hours_of_use=8762"}));
 }
 
-TEST(LiveFieldsOverTime, BecomeNullWhenTheCardTellsThemNoMore) {
+TEST(LiveFieldsOverTime, BecomeNullWhenTheCardNoLongerHasThem) {
   OneCard host(PlainCard());
   const DatabaseLife database;
   host.WriteIni("PollInterval=2\n");

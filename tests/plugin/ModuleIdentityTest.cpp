@@ -71,7 +71,7 @@ TEST(Tracing, PrintsTheSameCountLineWhenAllIsTraced) {
   EXPECT_THAT(host.Traces(), testing::Not(Contains(testing::HasSubstr("adapter count"))));
 }
 
-// What one look at the tree of one card writes at each level, and at none other.
+// The lines of one reading of the tree of one card, by level.
 struct AtLevel {
   const char* name;
   std::uint32_t mask;
@@ -179,7 +179,7 @@ TEST(Tracing, ShowsNoSourceButTheFour) {
   }
 }
 
-TEST(Tracing, ShowsATextOfTheCardAsItStands) {
+TEST(Tracing, ShowsATextOfTheCardUnchanged) {
   OneCard host;
   host.AddCard();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 77, "100%d of %s, 0x%x %");

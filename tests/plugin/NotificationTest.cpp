@@ -1,6 +1,7 @@
 // After which passes the host is called, and with what held.
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -60,7 +61,7 @@ TEST_F(Notification, ComesForEachScanOfAMaskThatIsNotBelievedYet) {
   EXPECT_THAT(Notifications(), ElementsAre(5024U, 10048U, 15072U));
 }
 
-TEST_F(Notification, ComesAfterAChangeThatALookHasFound) {
+TEST_F(Notification, ComesAfterAChangeSeenByAQuickPoll) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -69,7 +70,7 @@ TEST_F(Notification, ComesAfterAChangeThatALookHasFound) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-TEST_F(Notification, DoesNotComeForALookAloneAlthoughAnEventWaits) {
+TEST_F(Notification, DoesNotComeAfterAQuickPollAloneThoughAnEventIsQueued) {
   StartWithAnEventWaiting();
   AwaitWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
@@ -152,9 +153,9 @@ TEST_F(Notification, DoesNotComeAfterAnOperationOfADriveThatFailed) {
   StartWatch();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 62, "no", 3);
   for (const auto operation : {PI::OP_MAKE_OFFLINE, PI::OP_MAKE_ONLINE, PI::OP_FORMAT_DEVICE}) {
-    EXPECT_EQ(m_Host.Run(FIRST_DRIVE, operation), 20003U);
+    EXPECT_EQ(m_Host.Run(FIRST_DRIVE, operation), Number::ERR_COMMAND_ERROR);
   }
-  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_ATTACH), 20005U);
+  EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_ATTACH), Number::ERR_INVALID_OPERATION);
   PassMs(4000);
   EXPECT_THAT(Notifications(), IsEmpty());
 }

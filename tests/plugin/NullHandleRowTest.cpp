@@ -134,8 +134,8 @@ TEST_F(NullHandleRow, WithoutReadBytesLeavesOneLine) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + ENDURANCE_LINE));
 }
 
-// There is no percentage of nothing.
-TEST_F(NullHandleRow, WithARatingOfZeroTellsOfNoEndurance) {
+// A rating of 0 has no percentage.
+TEST_F(NullHandleRow, WithARatingOfZeroTracesNoEndurance) {
   m_Answers.rated_endurance_tbytes = 0;
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "Corvane/Src/OperationTable.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -14,8 +15,8 @@ using testing::IsEmpty;
 TEST(OperationTable, PutsEachNumberOfARowInItsField) {
   const PI::COperation operation =
       MakeOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 11, 12, 13, 14, true, -16, 17, 18});
-  EXPECT_EQ(operation.m_OperationID, 50126U);
-  EXPECT_EQ(operation.m_NameID, 50126U);
+  EXPECT_EQ(operation.m_OperationID, Number::OP_ATTACH);
+  EXPECT_EQ(operation.m_NameID, Number::OP_ATTACH);
   EXPECT_EQ(operation.m_Class, 11U);
   EXPECT_EQ(operation.m_Access, 12U);
   EXPECT_EQ(operation.m_Scope, 13U);

@@ -8,6 +8,7 @@
 
 #include "hostkit/Inspect.h"
 #include "hostkit/Scheduler.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -61,7 +62,7 @@ class PluginObject : public testing::Test {
 
   // Two jobs that fail on their first call each leave an event; waits until both have ended.
   void QueueTwoFailures() {
-    for (const std::uint32_t operation : {50126U, 50127U}) {
+    for (const std::uint32_t operation : {Number::OP_ATTACH, Number::OP_DETACH}) {
       CardSim::FailCall("vsl_iom_create_by_name", 1, 5, "not today");
       EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, operation), 0U);
       HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 1'000'000'000);
@@ -108,7 +109,9 @@ TEST_F(PluginObject, GivesASinglePropertyAsTheList) {
 
 TEST_F(PluginObject, HasNoPropertyOfOtherObjects) {
   for (const std::uint32_t property :
-       {0U, 2U, 30017U, 30018U, 30022U, 30056U, 30120U, 30442U, 30460U, 35045U, 4294967295U}) {
+       {0U, 2U, Number::Property::STATUS, Number::Property::DRIVER_VERSION,
+        Number::Property::SERIAL_NUMBER, Number::Property::TYPE, Number::Property::ADAPTER_NUMBER,
+        Number::Property::CHIP_TEMPERATURE, Number::Property::BLOCK_SIZE, 35045U, 4294967295U}) {
     EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, property), "result 20000") << property;
   }
 }
@@ -227,10 +230,13 @@ TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
 
 TEST_F(PluginObject, RefusesToSetAnyOtherProperty) {
   const std::uint64_t before = ChangeCount();
-  for (const std::uint32_t id : {30137U, 30007U, 30099U, 30003U, 30004U, 30017U, 1U, 0U}) {
+  for (const std::uint32_t id :
+       {Number::Property::UNIQUE_ID, Number::Property::NAME, Number::Property::VERSION,
+        Number::Property::VENDOR, Number::Property::VENDOR_API_VERSION, Number::Property::STATUS,
+        1U, 0U}) {
     PI::CProperty property(static_cast<PI::_PROPERTY_ID>(id), true);
     property.SetValue(30, 2, 255, 1);
-    EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 20004U) << id;
+    EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), Number::ERR_INVALID_PROPERTY) << id;
   }
   EXPECT_EQ(ChangeCount(), before);
   EXPECT_FALSE(WakesTheWorker());
@@ -243,7 +249,7 @@ TEST_F(PluginObject, GoesByThePropertyAndNotByItsLabel) {
   PI::CProperty property(PI::Property::VERSION, true);
   property.m_NameID = 30005;
   property.SetValue(30, 2, 255, 1);
-  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 20004U);
+  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), Number::ERR_INVALID_PROPERTY);
   property.m_PropertyID = 30005;
   property.m_NameID = 30099;
   EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 0U);
@@ -264,8 +270,8 @@ TEST_F(PluginObject, OffersTheCollectingOfEventsAlone) {
   const std::vector<PI::COperation> operations = m_Host.Operations(OneCard::PLUGIN);
   ASSERT_EQ(operations.size(), 1U);
   const PI::COperation& row = operations[0];
-  EXPECT_EQ(row.m_OperationID, 50002U);
-  EXPECT_EQ(row.m_NameID, 50002U);
+  EXPECT_EQ(row.m_OperationID, Number::OP_GET_EVENTS);
+  EXPECT_EQ(row.m_NameID, Number::OP_GET_EVENTS);
   EXPECT_EQ(row.m_Class, 6U);
   EXPECT_EQ(row.m_Access, 1U);
   EXPECT_EQ(row.m_Scope, 1U);
@@ -278,16 +284,19 @@ TEST_F(PluginObject, OffersTheCollectingOfEventsAlone) {
 }
 
 TEST_F(PluginObject, AllowsAnyOperationWhenAsked) {
-  for (const std::uint32_t operation : {50002U, 50026U, 50126U, 0U, 1U, 99999U}) {
+  for (const std::uint32_t operation :
+       {Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE, Number::OP_ATTACH, 0U, 1U, 99999U}) {
     EXPECT_EQ(m_Host.Check(OneCard::PLUGIN, operation), 0U) << operation;
   }
   EXPECT_THAT(m_Host.Traces(2), IsEmpty());
 }
 
 TEST_F(PluginObject, RefusesToRunAnythingButItsOwn) {
-  for (const std::uint32_t operation : {50026U, 50029U, 50034U, 50126U, 50128U, 0U, 1U, 99999U}) {
+  for (const std::uint32_t operation :
+       {Number::OP_FORMAT_DEVICE, Number::OP_MAKE_ONLINE, Number::OP_LOCATE_DEVICE,
+        Number::OP_ATTACH, Number::OP_FORCE_DETACH, 0U, 1U, 99999U}) {
     m_Host.Watch();
-    EXPECT_EQ(m_Host.Run(OneCard::PLUGIN, operation), 20005U) << operation;
+    EXPECT_EQ(m_Host.Run(OneCard::PLUGIN, operation), Number::ERR_INVALID_OPERATION) << operation;
     EXPECT_THAT(m_Host.LeveledTraces(),
                 ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                             "2 ENTER ExecutePluginOperation()",
@@ -318,7 +327,7 @@ TEST_F(PluginObject, HandsOverNothingFromAnEmptyQueue) {
 
 TEST_F(PluginObject, HandsOverEventsOnceAndInTheirOrder) {
   QueueTwoFailures();
-  EXPECT_THAT(Collect(), ElementsAre(10981U, 10982U));
+  EXPECT_THAT(Collect(), ElementsAre(Number::CTRL_ATTACH_FAILED, Number::CTRL_DETACH_FAILED));
   EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTING));
   EXPECT_THAT(Collect(), IsEmpty());
 }
@@ -350,7 +359,7 @@ TEST_F(PluginObject, HandsOverNothingWhenTheQueueCannotBeLocked) {
                   "2 ENTER ExecutePluginOperation()", "2 ENTER GetEvents()",
                   "8 Before m_EventsLock.Wait(INFINITE)", "8 After m_EventsLock.Wait(INFINITE)",
                   "2 LEAVE ExecutePluginOperation() -> 0"));
-  EXPECT_THAT(Collect(), ElementsAre(10981U, 10982U));
+  EXPECT_THAT(Collect(), ElementsAre(Number::CTRL_ATTACH_FAILED, Number::CTRL_DETACH_FAILED));
 }
 
 }  // namespace

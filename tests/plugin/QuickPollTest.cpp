@@ -1,5 +1,5 @@
-// The look at the cards between two scans: what it asks, what it passes over, and what makes it
-// call for a scan.
+// The quick poll between two scans: what it reads, which cards it skips, and which changes make it
+// start a scan.
 
 #include <memory>
 
@@ -13,8 +13,8 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// All that a look asks a card that has everything.
-Lines LookAt(const std::string& path, const std::string& card) {
+// The calls of a quick poll for a card that has every attribute.
+Lines PollOf(const std::string& path, const std::string& card) {
   Lines calls = {"vsl_iom_create_by_name " + path, "vsl_open " + card};
   for (const std::string mask : {"current_errors ", "current_warnings ", "current_info "}) {
     calls.push_back("vsl_has_" + mask + card);
@@ -33,14 +33,14 @@ Lines operator+(Lines left, const Lines& right) {
   return left;
 }
 
-class CheapLook : public Watched {
+class QuickPoll : public Watched {
  protected:
   // The next wake-up alone.
-  void Look() {
+  void Poll() {
     ForgetAll();
     AwaitWakeUps();
   }
-  bool LookScans() {
+  bool PollScans() {
     const std::size_t before = Scans();
     AwaitWakeUps();
     return Scans() == before + 1;
@@ -52,30 +52,30 @@ class CheapLook : public Watched {
   }
 };
 
-TEST_F(CheapLook, AsksForTheMasksAndTheStateAlone) {
+TEST_F(QuickPoll, ReadsOnlyTheMasksAndTheState) {
   AddCards(1);
   StartWatch();
-  Look();
-  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(LookAt("/dev/fct0", "card#1")));
+  Poll();
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(PollOf("/dev/fct0", "card#1")));
   ExpectNothingLeft();
 }
 
-TEST_F(CheapLook, TakesTheCardsInTurn) {
+TEST_F(QuickPoll, TakesTheCardsInTurn) {
   AddCards(3);
   StartWatch();
-  Look();
+  Poll();
   EXPECT_THAT(m_Host.Calls(),
-              ElementsAreArray(LookAt("/dev/fct0", "card#1") + LookAt("/dev/fct1", "card#2") +
-                               LookAt("/dev/fct2", "card#3")));
+              ElementsAreArray(PollOf("/dev/fct0", "card#1") + PollOf("/dev/fct1", "card#2") +
+                               PollOf("/dev/fct2", "card#3")));
   ExpectNothingLeft();
 }
 
-TEST_F(CheapLook, OfACardThatTellsNothingOnlyAsks) {
+TEST_F(QuickPoll, OfACardWithoutAttributesOnlyAsks) {
   AddCards(1);
   WithoutMasks("card0");
   m_Host.Cards().MakeAbsent("card0", "iom_state");
   StartWatch();
-  Look();
+  Poll();
   EXPECT_THAT(m_Host.Calls(),
               ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                           "vsl_has_current_errors card#1", "vsl_has_current_warnings card#1",
@@ -85,18 +85,17 @@ TEST_F(CheapLook, OfACardThatTellsNothingOnlyAsks) {
   ExpectNothingLeft();
 }
 
-TEST_F(CheapLook, TracesItsWakeUpAndTheOneLockThatItTakes) {
+TEST_F(QuickPoll, TracesItsWakeUpAndTheOneLockThatItTakes) {
   AddCards(2);
   StartWatch();
-  Look();
+  Poll();
   EXPECT_THAT(KeptLines(),
               ElementsAre("4 Worker() timeout event received", "8 Before m_DataLock.Wait(INFINITE)",
                           "8 After m_DataLock.Wait(INFINITE)", "8 Before m_DataLock.Release ()",
                           "8 After m_DataLock.Release ()", "2 Worker() before restart interval"));
 }
 
-// Held at the cards, the look holds the lock of the objects and not that of the events.
-TEST_F(CheapLook, HoldsTheObjectsAlone) {
+TEST_F(QuickPoll, HoldsOnlyTheDataLock) {
   AddCards(1);
   StartWatch();
   std::vector<HostKit::LockView> locks;
@@ -109,11 +108,11 @@ TEST_F(CheapLook, HoldsTheObjectsAlone) {
   EXPECT_EQ(locks[1].depth, 0U);
 }
 
-TEST_F(CheapLook, WithADifferenceScansAtOnceWithoutLettingTheObjectsGo) {
+TEST_F(QuickPoll, ScansAtOnceAfterAChangeWithoutReleasingTheObjects) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "4");
-  Look();
+  Poll();
   const Lines lines = KeptLines();
   const Lines begin(lines.begin(), lines.begin() + 6);
   EXPECT_THAT(
@@ -123,24 +122,24 @@ TEST_F(CheapLook, WithADifferenceScansAtOnceWithoutLettingTheObjectsGo) {
                   "8 After m_EventsLock.Wait(INFINITE)", "16 Before ScanSystem()"));
   EXPECT_THAT(TimesOf("8 Before m_DataLock.Wait(INFINITE)"), SizeIs(1));
   const Lines calls = m_Host.Calls();
-  const Lines look(calls.begin(), calls.begin() + 24);
-  EXPECT_THAT(look, ElementsAreArray(LookAt("/dev/fct0", "card#1")));
+  const Lines poll(calls.begin(), calls.begin() + 24);
+  EXPECT_THAT(poll, ElementsAreArray(PollOf("/dev/fct0", "card#1")));
   EXPECT_EQ(calls[24], "vsl_iom_create_by_name /dev/fct0");
 }
 
 // Each card is asked for everything, whatever the ones before it have shown.
-TEST_F(CheapLook, GoesOnAfterTheFirstDifference) {
+TEST_F(QuickPoll, ContinuesAfterTheFirstChange) {
   AddCards(3);
   StartWatch();
   Set("card0", "current_errors", "1");
   Set("card1", "iom_state", "4");
-  Look();
+  Poll();
   ASSERT_EQ(Scans(), 1U);
   Lines calls = m_Host.Calls();
   calls.resize(3 * 24);
   EXPECT_THAT(calls,
-              ElementsAreArray(LookAt("/dev/fct0", "card#1") + LookAt("/dev/fct1", "card#2") +
-                               LookAt("/dev/fct2", "card#3")));
+              ElementsAreArray(PollOf("/dev/fct0", "card#1") + PollOf("/dev/fct1", "card#2") +
+                               PollOf("/dev/fct2", "card#3")));
 }
 
 struct Change {
@@ -174,13 +173,13 @@ const Change CHANGES[] = {
     {"MinimalModeReason", "minimal_mode_reason", "1", false},
 };
 
-class EachChange : public CheapLook, public testing::WithParamInterface<Change> {};
+class EachChange : public QuickPoll, public testing::WithParamInterface<Change> {};
 
 TEST_P(EachChange, IsSeenOrNot) {
   AddCards(1);
   StartWatch();
   Set("card0", GetParam().attribute, GetParam().value);
-  EXPECT_EQ(LookScans(), GetParam().seen);
+  EXPECT_EQ(PollScans(), GetParam().seen);
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
@@ -188,37 +187,37 @@ TEST_P(EachChange, OfALaterCardIsSeenOrNot) {
   AddCards(2);
   StartWatch();
   Set("card1", GetParam().attribute, GetParam().value);
-  EXPECT_EQ(LookScans(), GetParam().seen);
+  EXPECT_EQ(PollScans(), GetParam().seen);
 }
 
 TEST_P(EachChange, OfAnEarlierCardIsSeenOrNot) {
   AddCards(2);
   StartWatch();
   Set("card0", GetParam().attribute, GetParam().value);
-  EXPECT_EQ(LookScans(), GetParam().seen);
+  EXPECT_EQ(PollScans(), GetParam().seen);
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, EachChange, testing::ValuesIn(CHANGES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(CheapLook, TakesAMissingStateForDetached) {
+TEST_F(QuickPoll, TakesAMissingStateForDetached) {
   AddCards(1);
   StartWatch();
   m_Host.Cards().MakeAbsent("card0", "iom_state");
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Status(FIRST), "FAILED");
-  EXPECT_FALSE(LookScans());  // the scan has taken it for that too
+  EXPECT_FALSE(PollScans());  // the scan has taken it for that too
 }
 
-TEST_F(CheapLook, DoesNotMissAMaskThatIsNoLongerThere) {
+TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerThere) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
   m_Host.Cards().MakeAbsent("card0", "current_errors");
-  EXPECT_FALSE(LookScans());
+  EXPECT_FALSE(PollScans());
 }
 
-class OddSample : public CheapLook, public testing::WithParamInterface<int> {};
+class OddSample : public QuickPoll, public testing::WithParamInterface<int> {};
 
 TEST_P(OddSample, OfFiveMakesTheMaskCountAsUnchanged) {
   AddCards(1);
@@ -235,7 +234,7 @@ TEST_P(OddSample, OfFiveMakesTheMaskCountAsUnchanged) {
 
 INSTANTIATE_TEST_SUITE_P(Samples, OddSample, testing::Range(1, 6));
 
-TEST_F(CheapLook, SeesTheOtherMasksOfACardWithOneThatDoesNotHoldStill) {
+TEST_F(QuickPoll, SeesTheOtherMasksWhenOneIsUnsettled) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_warnings", "1");
@@ -244,10 +243,10 @@ TEST_F(CheapLook, SeesTheOtherMasksOfACardWithOneThatDoesNotHoldStill) {
     if (call.function != "vsl_current_errors") return;
     m_Host.Cards().Set("card0", "current_errors", ++sample % 2 == 1 ? "1" : "0");
   });
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
 }
 
-TEST_F(CheapLook, PassesOverACardThatCannotBeNamed) {
+TEST_F(QuickPoll, SkipsACardThatCannotBeNamed) {
   AddCards(2);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -255,13 +254,13 @@ TEST_F(CheapLook, PassesOverACardThatCannotBeNamed) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
   AwaitWakeUps();
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(Lines{"vsl_iom_create_by_name /dev/fct0"} +
-                                               LookAt("/dev/fct1", "card#1")));
+                                               PollOf("/dev/fct1", "card#1")));
   EXPECT_THAT(TimesOf("16 Worker, vsl_iom_create_by_name = 61 (gone)"), SizeIs(1));
   EXPECT_EQ(Scans(), 0U);
   ExpectNothingLeft();
 }
 
-TEST_F(CheapLook, PassesOverACardThatCannotBeOpened) {
+TEST_F(QuickPoll, SkipsACardThatCannotBeOpened) {
   AddCards(2);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -270,13 +269,13 @@ TEST_F(CheapLook, PassesOverACardThatCannotBeOpened) {
   AwaitWakeUps();
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(Lines{"vsl_iom_create_by_name /dev/fct0",
                                                      "vsl_open card#1", "vsl_destroy card#1"} +
-                                               LookAt("/dev/fct1", "card#2")));
+                                               PollOf("/dev/fct1", "card#2")));
   EXPECT_THAT(TimesOf("16 Worker, vsl_open = 62 (not now)"), SizeIs(1));
   EXPECT_EQ(Scans(), 0U);
   ExpectNothingLeft();
 }
 
-TEST_F(CheapLook, SeesADifferenceBehindACardThatItPassedOver) {
+TEST_F(QuickPoll, SeesAChangeAfterACardThatItSkipped) {
   AddCards(2);
   StartWatch();
   Set("card1", "iom_state", "0");
@@ -286,7 +285,7 @@ TEST_F(CheapLook, SeesADifferenceBehindACardThatItPassedOver) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-TEST_F(CheapLook, PassedOverCardsAreSeenAgainAtTheNextOne) {
+TEST_F(QuickPoll, PollsASkippedCardAgainNextTime) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -297,29 +296,29 @@ TEST_F(CheapLook, PassedOverCardsAreSeenAgainAtTheNextOne) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-// A card that is gone stays in the list of control devices; the look goes by the adapters.
-TEST_F(CheapLook, EndsWithTheAdaptersThatAreLeft) {
+// A card that is gone stays in the list of control devices; the poll goes by the adapters.
+TEST_F(QuickPoll, EndsWithTheAdaptersThatAreLeft) {
   AddCards(3);
   StartWatch();
   Hide(1);
   AwaitScans();
-  Look();
+  Poll();
   EXPECT_THAT(m_Host.Calls(),
-              ElementsAreArray(LookAt("/dev/fct0", "card#1") + LookAt("/dev/fct2", "card#2")));
+              ElementsAreArray(PollOf("/dev/fct0", "card#1") + PollOf("/dev/fct2", "card#2")));
   Hide(0);
   Hide(2);
   AwaitScans();
-  Look();
+  Poll();
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_EQ(Scans(), 0U);
 }
 
-TEST_F(CheapLook, LeavesTheObjectsAsTheyWere) {
+TEST_F(QuickPoll, LeavesTheObjectsAsTheyWere) {
   AddCards(1);
   StartWatch();
   const Lines before = Tree();
   Set("card0", "current_errors", "1");
-  // The scan that the look calls for does not come about.
+  // The scan that the poll asks for cannot take its lock.
   HostKit::FailLockWait(2, 1);
   AwaitWakeUps();
   EXPECT_EQ(Scans(), 0U);
@@ -331,7 +330,7 @@ TEST_F(CheapLook, LeavesTheObjectsAsTheyWere) {
 }
 
 // While a job drives a card, its last state counts as that of the job.
-class LookAtAJob : public CheapLook {
+class QuickPollDuringAJob : public QuickPoll {
  protected:
   // Starts the job on a card, holds it before its end, and puts the card into a state.
   void StartHeld(std::uint64_t adapter, std::uint32_t operation) {
@@ -348,63 +347,63 @@ class LookAtAJob : public CheapLook {
   std::unique_ptr<HeldCall> m_pHeld;
 };
 
-TEST_F(LookAtAJob, AttachedWhileItsAttachRunsCountsAsAttaching) {
+TEST_F(QuickPollDuringAJob, AttachedWhileItsAttachRunsCountsAsAttaching) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch();
   StartHeld(FIRST, PI::OP_ATTACH);
   Set("card0", "iom_state", "1");
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Activity(FIRST), "ATTACHING");
   Set("card0", "iom_state", "2");
-  EXPECT_FALSE(LookScans());
+  EXPECT_FALSE(PollScans());
   m_pHeld->LetGo();
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Activity(FIRST), "IDLE");
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
 }
 
-TEST_F(LookAtAJob, DetachedWhileItsDetachRunsCountsAsDetaching) {
+TEST_F(QuickPollDuringAJob, DetachedWhileItsDetachRunsCountsAsDetaching) {
   AddCards(1);
   StartWatch();
   StartHeld(FIRST, PI::OP_DETACH);
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Activity(FIRST), "DETACHING");
   Set("card0", "iom_state", "0");
-  EXPECT_FALSE(LookScans());
+  EXPECT_FALSE(PollScans());
   m_pHeld->LetGo();
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Reasons(FIRST), "[DETACHED]");
 }
 
-TEST_F(LookAtAJob, DetachedWhileItsForcedDetachRunsCountsAsDetaching) {
+TEST_F(QuickPollDuringAJob, DetachedWhileItsForcedDetachRunsCountsAsDetaching) {
   AddCards(1);
   StartWatch();
   StartHeld(FIRST, PI::OP_FORCE_DETACH);
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   Set("card0", "iom_state", "0");
-  EXPECT_FALSE(LookScans());
+  EXPECT_FALSE(PollScans());
 }
 
 // The scan sees the corrected state too, so the two agree also when it comes first.
-TEST_F(LookAtAJob, DoesNotCallForAScanEachTimeWhileTheJobRuns) {
+TEST_F(QuickPollDuringAJob, DoesNotCallForAScanEachTimeWhileTheJobRuns) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch("255");
   StartHeld(FIRST, PI::OP_ATTACH);
   Set("card0", "iom_state", "2");
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Activity(FIRST), "ATTACHING");
-  EXPECT_FALSE(LookScans());
-  EXPECT_FALSE(LookScans());
+  EXPECT_FALSE(PollScans());
+  EXPECT_FALSE(PollScans());
 }
 
 struct NoCorrection {
   const char* name;
   const char* initially;
   std::uint32_t operation;
-  const char* jobState;  // what the card tells first, and what is stored of it
-  const char* then;      // what stands as it is
+  const char* jobState;  // of the card at first, and stored
+  const char* then;      // taken as read
 };
 
 void PrintTo(const NoCorrection& each, std::ostream* stream) {
@@ -420,43 +419,44 @@ const NoCorrection NO_CORRECTIONS[] = {
     {"BusyWhileDetaching", "2", PI::OP_DETACH, "3", "4"},
 };
 
-class EachNoCorrection : public LookAtAJob, public testing::WithParamInterface<NoCorrection> {};
+class EachNoCorrection : public QuickPollDuringAJob,
+                         public testing::WithParamInterface<NoCorrection> {};
 
-TEST_P(EachNoCorrection, StandsAsItIs) {
+TEST_P(EachNoCorrection, IsTakenAsRead) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().initially);
   StartWatch();
   StartHeld(FIRST, GetParam().operation);
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   Set("card0", "iom_state", GetParam().then);
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
 }
 
 INSTANTIATE_TEST_SUITE_P(States, EachNoCorrection, testing::ValuesIn(NO_CORRECTIONS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(LookAtAJob, OfOneCardDoesNotCorrectAnother) {
+TEST_F(QuickPollDuringAJob, OfOneCardDoesNotCorrectAnother) {
   AddCards(2);
   Set("card0", "iom_state", "0");
   Set("card1", "iom_state", "1");
   StartWatch();
   StartHeld(FIRST, PI::OP_ATTACH);
-  EXPECT_TRUE(LookScans());  // the job's own card
+  EXPECT_TRUE(PollScans());  // the job's own card
   Set("card1", "iom_state", "2");
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Reasons(SECOND), "[ATTACHED]");
 }
 
-TEST_F(LookAtAJob, ThatHasEndedDoesNotCorrect) {
+TEST_F(QuickPollDuringAJob, ThatHasEndedDoesNotCorrect) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "0");
   StartWatch();
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   Settle();
-  EXPECT_TRUE(LookScans());
+  EXPECT_TRUE(PollScans());
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
-  EXPECT_FALSE(LookScans());
+  EXPECT_FALSE(PollScans());
 }
 
 }  // namespace

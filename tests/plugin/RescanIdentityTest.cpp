@@ -39,7 +39,7 @@ TEST_F(RescanIdentity, NothingOfTheTreeMovesWhateverChanges) {
   EXPECT_EQ(Tree(), before);
 }
 
-TEST_F(RescanIdentity, EachAdapterStandsOnceBelowThePlugIn) {
+TEST_F(RescanIdentity, EachAdapterIsOnceBelowThePlugIn) {
   AddCards(2);
   StartWatch();
   for (int scan = 0; scan < 3; ++scan) {
@@ -52,7 +52,7 @@ TEST_F(RescanIdentity, EachAdapterStandsOnceBelowThePlugIn) {
   }
 }
 
-TEST_F(RescanIdentity, ALookCountsAsNoChange) {
+TEST_F(RescanIdentity, AQuickPollDoesNotCountAsAChange) {
   AddCards(2);
   StartWatch();
   AwaitWakeUps(2);
@@ -120,7 +120,7 @@ TEST_F(RescanIdentity, CountsThatTheHostMovedAreKept) {
 }
 
 // The card keeps its number in the list of control devices, and by that its ids.
-TEST_F(RescanIdentity, CardsBehindOneThatIsGoneKeepTheirIds) {
+TEST_F(RescanIdentity, CardsAfterOneThatIsGoneKeepTheirIds) {
   AddCards(3);
   StartWatch();
   Hide(0);
@@ -201,8 +201,8 @@ TEST_P(EachRestlessMask, IsClearWhenItCannotBeRead) {
 INSTANTIATE_TEST_SUITE_P(Masks, EachRestlessMask, testing::ValuesIn(RESTLESS_MASKS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The light is only switched off at the start.
-TEST_F(RescanIdentity, ALightThatShinesIsLeftOn) {
+// The locate LED is switched off only at the start.
+TEST_F(RescanIdentity, ALitLocateLEDStaysOn) {
   AddCards(1);
   StartWatch();
   Set("card0", "beacon_state", "true");
@@ -221,7 +221,7 @@ TEST_F(RescanIdentity, TracesThatItIsNotTheFirstScan) {
 }
 
 // All that a scan asks of one card, between the wake-up and the comparison.
-TEST_F(RescanIdentity, ARescanAsksAsTheFirstScanButForTheLight) {
+TEST_F(RescanIdentity, ARescanMakesTheCallsOfTheFirstScanExceptForTheLocateLED) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -315,7 +315,7 @@ TEST_F(JobAfterACardHasGone, DoesNotCorrectBeyondTheEndOfTheList) {
   AwaitScans();
   EXPECT_EQ(Activity(ObjectId(5)), "IDLE");
   EXPECT_EQ(Reasons(ObjectId(5)), "[ATTACHED]");
-  // The look goes by the adapter, and so finds a difference each time.
+  // The quick poll goes by the adapter, and so sees a change each time.
   AwaitWakeUps();
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), SizeIs(1));
 }

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
 #include "tests/support/SqliteDoor.h"
 
@@ -113,7 +114,8 @@ TEST_F(RowFailures, ThePlugInsDeletionIsTracedAndTheResultStays) {
   m_Host.ForgetTraces();
   Refuse("DELETE", PLUGIN_ROWS);
   CardSim::FailCall("vsl_open", 1, 5, "no luck");
-  EXPECT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs), 20001U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
+            Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Host.Traces(128),
               ElementsAre("Exception thrown during removing SanDisk plugin object from db." +
                           Because("no luck")));
@@ -198,7 +200,7 @@ TEST_F(RowFailures, OfADriveEndTheRowsForItsOtherAdapters) {
 // Files that cannot be used at all, and what is said of them.
 struct FileCase {
   const char* name;
-  void (*spoil)(const std::string& file);  // while nobody has it open
+  void (*spoil)(const std::string& file);  // while no process has it open
   const char* reason;
   bool asOrdinaryUser = false;  // tests may run as root, whom no permission stops
 };
@@ -453,7 +455,7 @@ TEST_F(CardStrings, TheNameOfAColumnIsItsValueAtTheNextUpdate) {
   ExpectTheOthers({"FA00000001", "FA00000002"}, {"FA00000001", "FA00000002"});
 }
 
-TEST_F(CardStrings, ADriversQuoteShowsInTheRowsThatBearIt) {
+TEST_F(CardStrings, ADriversQuoteAffectsOnlyItsOwnRows) {
   RunWith("driver_version", "3.4 \"beta\"");
   ExpectTheOthers({"FA00000002"}, {"FA00000001", "FA00000002"});
 }

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
 #include "tests/support/StatementWatch.h"
 
@@ -162,7 +163,7 @@ TEST_F(RowStatements, DeleteAnAdapterByNumberAndHost) {
 
 TEST_F(RowStatements, DeleteThePlugInByItsNameAlone) {
   CardSim::FailCall("vsl_open", 1, 5, "no luck");
-  ASSERT_EQ(m_Host.Initialize(), 20001U);
+  ASSERT_EQ(m_Host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Statements.Statements(),
               ElementsAre("DELETE FROM host_plugin_rows  WHERE pi_plugin_name = 'SanDisk-Plugin'"));
 }
@@ -172,9 +173,9 @@ TEST_F(RowStatements, DeleteThePlugInByItsNameAlone) {
 struct Refused {
   const char* name;
   std::size_t place;
-  const char* line;   // in the one line that tells of it
-  const char* rows;   // behind the step
-  const char* later;  // behind the next one
+  const char* line;   // in the one line that reports it
+  const char* rows;   // after the step
+  const char* later;  // after the next one
 };
 
 void PrintTo(const Refused& each, std::ostream* out) {
@@ -278,7 +279,7 @@ TEST_P(RefusalAtAGoing, CostsOneRowUntilTheNextScan) {
   ExpectGoodScan();
 }
 
-// Nobody looks after the row of an adapter that has gone.
+// The row of an adapter that has gone stays.
 constexpr const char* STILL_THERE = "A S1 50, A S2 50, D S1 4096, D S2 512, P";
 constexpr const char* GONE = "A S1 50, D S1 4096, D S2 512, P";
 
@@ -319,7 +320,7 @@ ALL_CASES(RefusalAtAComing,
           Refused{"FindingItsDrive", 7, "updating PD", BACK_BUT_D2, BACK},
           Refused{"ItsDriveAgain", 8, "updating PD", BACK_BUT_D2, BACK});
 
-// What is no failure of the database is not the plug-in's to hold.
+// The plug-in catches only failures of the database.
 
 class OtherFailure : public TwoCards, public testing::WithParamInterface<std::size_t> {};
 

@@ -138,7 +138,7 @@ TEST_F(RowsAfterChanges, AnAttachedCardShowsAtTheNextChange) {
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_status_name"), ElementsAre("OK"));
 }
 
-// The job itself is what the scan behind its end leaves in the row.
+// The scan after the end of the job leaves the state of the job in the row.
 TEST_F(RowsAfterChanges, ADetachThatTheHostAskedForIsSeenOnItsWay) {
   Run(1);
   Set("card0", "detach_ms", "40000");
@@ -232,7 +232,7 @@ TEST_F(RowsAfterChanges, OfTwoRowsOfAnAdapterTheFirstIsKeptUpAndBothGo) {
 }
 
 // The rows of another host come first by their keys.
-TEST_F(RowsAfterChanges, RowsOfAnotherHostAreNobodysHere) {
+TEST_F(RowsAfterChanges, RowsOfAnotherHostAreLeftAlone) {
   Query("INSERT INTO host_adapter_rows (ad_adapter_number, ad_host_name, ad_temperature) VALUES (" +
         NumberOf(3) + ", 'elsewhere', 8)");
   Query(
@@ -252,7 +252,7 @@ TEST_F(RowsAfterChanges, RowsOfAnotherHostAreNobodysHere) {
   EXPECT_THAT(Counts(), ElementsAre("1", "2", "1"));
 }
 
-TEST_F(RowsAfterChanges, RowsOfAnotherHostAloneAreNoRows) {
+TEST_F(RowsAfterChanges, RowsOfAnotherHostAloneDoNotCount) {
   Run(1);
   Query("UPDATE host_adapter_rows SET ad_host_name = 'elsewhere'");
   Query("UPDATE host_drive_rows SET pd_host_name = 'elsewhere'");
@@ -332,7 +332,7 @@ TEST_F(RowsAfterChanges, AScanAsksTheCardForTheDrivesRowAlone) {
 }
 
 // Nothing of what an earlier start wrote is taken away.
-TEST(RowsOfAnotherStart, StandBesideTheEarlierOnes) {
+TEST(RowsOfAnotherStart, AreAddedToTheEarlierOnes) {
   const DatabaseLife database;
   for (int start = 0; start < 2; ++start) {
     OneCard host(PlainCard());
@@ -341,7 +341,7 @@ TEST(RowsOfAnotherStart, StandBesideTheEarlierOnes) {
   EXPECT_THAT(Counts(), ElementsAre("2", "2", "2"));
 }
 
-TEST(RowsOfAnotherStart, OfAnotherLifeStandAlone) {
+TEST(RowsOfAnotherStart, OfAnotherLifeReplaceTheEarlierOnes) {
   const DatabaseLife database;
   OneCard host(PlainCard());
   const std::string file = (host.Folder() / "rows.db").string();

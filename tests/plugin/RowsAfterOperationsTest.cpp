@@ -27,7 +27,7 @@ class RowsAfterOperations : public Watched {
     Set("card0", "sector_size_bytes", "512");
     StartWatch();
   }
-  // A change that nobody asked the plug-in for.
+  // A change that did not come from the plug-in.
   void Warm(const char* celsius) {
     Set("card0", "temp_internal_deg_c", celsius);
     AwaitScans();

@@ -1,5 +1,6 @@
 // The rows of adapters, drives and the plug-in once the plug-in has been initialized.
 
+#include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
 
 namespace CorvaneTest {
@@ -201,7 +202,7 @@ INSTANTIATE_TEST_SUITE_P(
              {"pd_factory_size=4294967301"}}),
     NameOfCase);
 
-TEST(RowsOfTheNewerFamily, BearItsDriverAndItsNames) {
+TEST(RowsOfTheNewerFamily, HaveItsDriverAndItsNames) {
   SimulatedHost host;
   const DatabaseLife database;
   const std::string card = host.AddCard(0x3001);
@@ -212,7 +213,7 @@ TEST(RowsOfTheNewerFamily, BearItsDriverAndItsNames) {
 }
 
 // Beside one of a known family, without which the plug-in does not start.
-TEST(RowsOfACardOfNoFamily, HaveAnEmptyDriverAndTheSegmentThatNobodyKnows) {
+TEST(RowsOfACardOfNoFamily, HaveAnEmptyDriverAndAnUnknownSegment) {
   SimulatedHost host;
   const DatabaseLife database;
   host.AddCard(0x1003);
@@ -266,7 +267,7 @@ TEST_F(ManyRowsAfterStart, TheLevelOfTheDatabaseAloneShowsItsLines) {
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
 
-TEST_F(ManyRowsAfterStart, RowsTellOfTheirEntryAtLevelTwo) {
+TEST_F(ManyRowsAfterStart, RowsTraceTheirEntryAtLevelTwo) {
   for (const char* serial : {"S1", "S2"}) Add(serial);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   const Cells lines = m_Host.Traces(2);
@@ -280,7 +281,7 @@ class StartThatFails : public RowsAfterStart {};
 
 TEST_F(StartThatFails, LeavesNoRow) {
   CardSim::FailCall("vsl_open", 1, 5, "no luck");
-  ASSERT_EQ(Start(), 20001U);
+  ASSERT_EQ(Start(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
@@ -288,7 +289,7 @@ TEST_F(StartThatFails, LeavesNoRow) {
 TEST_F(StartThatFails, BecauseNoCardCanBeNamedLeavesNoRow) {
   m_Host.AddCard();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
-  ASSERT_EQ(Start(), 20001U);
+  ASSERT_EQ(Start(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
@@ -298,7 +299,8 @@ TEST_F(StartThatFails, BecauseNoCardCanBeNamedTakesTheRowOfAnEarlierStartAway) {
   m_Host.DeInitialize();
   m_Host.ForgetTraces();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 100);
-  ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs), 20001U);
+  ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
+            Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "0"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
@@ -309,7 +311,8 @@ TEST_F(StartThatFails, TakesTheRowOfAnEarlierStartAwayAndNoOther) {
   m_Host.DeInitialize();
   m_Host.ForgetTraces();
   CardSim::FailCall("vsl_open", 1, 5, "no luck");
-  ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs), 20001U);
+  ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
+            Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Column(PLUGIN_ROWS, "pi_plugin_name"), ElementsAre("Another"));
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_serial_number"), ElementsAre("S100"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
@@ -318,7 +321,7 @@ TEST_F(StartThatFails, TakesTheRowOfAnEarlierStartAwayAndNoOther) {
 TEST_F(StartThatFails, WithoutCardsWritesNothing) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   m_Host.RefreshPciBus();
-  ASSERT_EQ(m_Host.Initialize(), 20001U);
+  ASSERT_EQ(m_Host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_THAT(m_Host.Traces(128), IsEmpty());
 }

@@ -178,7 +178,7 @@ TEST(ScanCalls, GoOnWithoutThePcieAdapter) {
   EXPECT_EQ(*(at + 1), "vsl_has_temp_internal_warn_deg_c card#1");
 }
 
-TEST(ScanCalls, GoOnWhenTheLightOrTheSizeModeRefuses) {
+TEST(ScanCalls, ContinueWhenTheLocateLEDOrTheSizeModeFails) {
   Lines undisturbed;
   {
     ScannedCard willing;
@@ -191,8 +191,8 @@ TEST(ScanCalls, GoOnWhenTheLightOrTheSizeModeRefuses) {
   EXPECT_THAT(LogOf(refusing.Host()).calls, ElementsAreArray(undisturbed));
 }
 
-// A refusal of these is nobody's affair.
-TEST(ScanCalls, TraceNothingWhenTheLightOrTheSizeModeRefuses) {
+// Failures of these are ignored.
+TEST(ScanCalls, TraceNothingWhenTheLocateLEDOrTheSizeModeFails) {
   ScannedCard card;
   CardSim::FailCall("vsl_set_beacon_state", 1, 12, "sulking");
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "sulking");

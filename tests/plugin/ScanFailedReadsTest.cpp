@@ -1,5 +1,5 @@
-// Attributes that a card has and cannot be read. Nobody looks for the failure: what the library
-// gives then, 0 or an empty text, counts as the card's word, and the scan says nothing of it.
+// Attributes that a card has but that cannot be read. The scan ignores the failure: it takes what
+// the library returns then, 0 or an empty text, and traces nothing.
 
 #include <gmock/gmock.h>
 
@@ -135,7 +135,7 @@ const FailedRead FAILED_READS[] = {
 
 class ScanFailedRead : public testing::TestWithParam<FailedRead> {
  protected:
-  void Dress() {
+  void SetAttribute() {
     for (const auto& [attribute, value] : GetParam().card) {
       value == NONE ? m_Card.Without(attribute) : m_Card.Set(attribute, value);
     }
@@ -149,7 +149,7 @@ class ScanFailedRead : public testing::TestWithParam<FailedRead> {
 };
 
 TEST_P(ScanFailedRead, CountsAsWhatTheLibraryGives) {
-  Dress();
+  SetAttribute();
   CardSim::FailCall(GetParam().function, 1, 12, "unreadable", GetParam().times);
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Shown(), GetParam().shown);
@@ -158,7 +158,7 @@ TEST_P(ScanFailedRead, CountsAsWhatTheLibraryGives) {
 }
 
 TEST_P(ScanFailedRead, IsSeenInWhatItShows) {
-  Dress();
+  SetAttribute();
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_NE(Shown(), GetParam().shown);
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/plugin/ScanView.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -182,7 +183,7 @@ struct ConnectorCase {
   int asked;
 };
 
-TEST(ScanExternalPower, IsLookedForOnlyWhereItMatters) {
+TEST(ScanExternalPower, IsReadOnlyWhenPowerIsNeeded) {
   const ConnectorCase cases[] = {
       // requirement, connected, shown, how often asked
       {"1", "true", "true", 1},   {"1", "false", "false", 1},  {"1", NONE, "false", 1},
@@ -201,7 +202,7 @@ TEST(ScanExternalPower, IsLookedForOnlyWhereItMatters) {
   }
 }
 
-// Ages and the reserve's threshold are the three attributes that a scan tells of.
+// The three attributes that a scan traces.
 
 TEST(ScanAges, AreTracedInMilliseconds) {
   ScannedCard card;
@@ -221,16 +222,16 @@ TEST(ScanAges, AreNotTracedWhenTheyAreAbsent) {
   EXPECT_THAT(Beginning(card.Host().Traces(), "ScanSystem, "), IsEmpty());
 }
 
-// The locating light.
+// The locate LED.
 
-TEST(ScanBeacon, IsSwitchedOffAtTheStart) {
+TEST(ScanLocateLED, IsSwitchedOffAtTheStart) {
   ScannedCard card;
   card.Set("beacon_state", "true");
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_EQ(card.Host().Cards().Get(card.Name(), "beacon_state"), "false");
 }
 
-TEST(ScanBeacon, MayRefuse) {
+TEST(ScanLocateLED, MayFail) {
   ScannedCard card;
   card.Set("beacon_state", "true");
   CardSim::FailCall("vsl_set_beacon_state", 1, 12, "stuck");
@@ -239,7 +240,7 @@ TEST(ScanBeacon, MayRefuse) {
   EXPECT_EQ(card.Host().Operations(card.Host().AdapterId(0)).size(), 4U);
 }
 
-TEST(ScanBeacon, DecidesWhatIsOffered) {
+TEST(ScanLocateLED, DecidesWhatIsOffered) {
   ScannedCard card;
   card.Without("beacon_state");
   ASSERT_EQ(card.Scan(), 0U);
@@ -248,7 +249,7 @@ TEST(ScanBeacon, DecidesWhatIsOffered) {
   for (const PI::COperation& operation : card.Host().Operations(card.Host().AdapterId(0))) {
     offered.push_back(operation.m_OperationID);
   }
-  EXPECT_THAT(offered, ElementsAre(50126U, 50127U));
+  EXPECT_THAT(offered, ElementsAre(Number::OP_ATTACH, Number::OP_DETACH));
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ TEST(ScanFamily, DecidesDriverAndModel) {
   }
 }
 
-// A supported card lets the plug-in start; the second one is of a kind that nobody lists.
+// A supported card lets the plug-in start; the second one is of an unlisted kind.
 class ScanStranger : public testing::TestWithParam<std::uint16_t> {};
 
 TEST_P(ScanStranger, IsCarriedOnWithoutModelAndDriver) {
@@ -117,7 +117,7 @@ TEST(ScanPlace, IsShownInNumbersAndAsText) {
   }
 }
 
-TEST(ScanPlace, IsZeroWhereTheCardTellsNothing) {
+TEST(ScanPlace, IsZeroWithoutTheCardsAttributes) {
   ScannedCard card;
   card.Without("pci_bus").Without("pci_device").Without("pci_function");
   ASSERT_EQ(card.Scan(), 0U);
@@ -159,7 +159,7 @@ TEST(ScanSegment, ComesFromTheHostsListIfTheRestAgrees) {
   }
 }
 
-TEST(ScanSegment, OfTheCardItselfIsNotLookedUp) {
+TEST(ScanSegment, OfTheCardItselfIsKept) {
   ScannedCard card;
   card.Set("pci_domain", "7");
   card.Host().RefreshPciBus();
@@ -168,7 +168,7 @@ TEST(ScanSegment, OfTheCardItselfIsNotLookedUp) {
   EXPECT_EQ(card.Adapter(Property::PCI_SEGMENT), "0");
 }
 
-// Plugs the card in with a segment that it does not tell.
+// Adds the card with a segment that it has no attribute for.
 void HideSegment(SimulatedHost& host, const std::string& card, const std::string& segment) {
   host.Cards().Set(card, "pci_domain", segment);
   host.RefreshPciBus();
@@ -259,7 +259,7 @@ class ScanSkips : public testing::Test {
   SimulatedHost m_Host;
 };
 
-TEST_F(ScanSkips, ACardThatCannotBeNamedShiftsNobody) {
+TEST_F(ScanSkips, ACardThatCannotBeNamedShiftsNoOther) {
   CardSim::FailCall("vsl_iom_create_by_name", 2, 9, "gone");
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(LeveledTraces(m_Host), Contains("16 ScanSystem, vsl_iom_create_by_name = 9 (gone)"));
@@ -291,7 +291,7 @@ TEST_F(ScanSkips, AFailureOfTheLibraryIsTracedWithItsWholeText) {
                                           std::string(ALL_ONES) + " (" + text + ")"));
 }
 
-TEST_F(ScanSkips, ACardThatVanishesAfterTheWalkIsLeftOut) {
+TEST_F(ScanSkips, ACardThatVanishesBeforeTheScanIsLeftOut) {
   CardSim::SetHook([this](const CardSim::Call& call) {
     if (call.argument == "/dev/fct1") m_Host.Cards().RemoveCard("card1");
   });

@@ -217,8 +217,8 @@ TEST_F(ScanOrder, OfACardThatComesBesideOneThatChanges) {
            REST})));
 }
 
-// Every read of the look comes before the events' lock, and none of the scan.
-TEST_F(ScanOrder, OfALookThatFindsADifference) {
+// Every read of the quick poll comes before the events' lock, and none of the scan.
+TEST_F(ScanOrder, OfAQuickPollThatSeesAChange) {
   AddCards(2);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -236,7 +236,7 @@ TEST_F(ScanOrder, OfALookThatFindsADifference) {
                           {"de trace 16 Before ScanSystem()"}})));
 }
 
-TEST_F(ScanOrder, OfALookThatCannotReachACard) {
+TEST_F(ScanOrder, OfAQuickPollThatCannotOpenACard) {
   AddCards(2);
   StartWatch();
   BeginJournal();

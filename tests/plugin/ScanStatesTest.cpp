@@ -19,7 +19,7 @@ std::string Condition(ScannedCard& card) {
 }
 
 struct StateCase {
-  const char* state;      // or null: the card tells none
+  const char* state;      // or null: the card has none
   const char* healthy;    // without error or warning
   const char* warned;     // with a warning
   const char* erroneous;  // with an error
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(Of, ScanState, testing::ValuesIn(STATE_CASES), [](const
 // Minimal mode.
 
 struct MinimalCase {
-  const char* mask;  // or null: the card tells none
+  const char* mask;  // or null: the card has none
   const char* reasons;
 };
 
@@ -140,13 +140,13 @@ TEST(ScanMinimalMode, GivesItsReasonsFromTheLowestBitUp) {
 // Write throttling.
 
 struct ThrottlingCase {
-  const char* state;   // or null: the card tells none
+  const char* state;   // or null: the card has none
   const char* reason;  // or null
   const char* shown;
   const char* reasons;
 };
 
-TEST(ScanThrottling, IsShownWithItsReasonBehindTheOthers) {
+TEST(ScanThrottling, IsShownWithItsReasonAfterTheOthers) {
   const ThrottlingCase cases[] = {
       // state, reason, shown, reasons
       {"0", "1", "NONE", "ATTACHED"},
@@ -194,7 +194,7 @@ TEST(ScanThrottling, AsksForNoReasonWithoutThrottling) {
   }
 }
 
-TEST(ScanThrottling, StandsBehindErrorsInformationAndState) {
+TEST(ScanThrottling, ComesAfterErrorsInformationAndState) {
   ScannedCard card;
   card.Set("current_errors", "0x8").Set("current_info", "0x2").Set("iom_state", "7");
   card.Set("write_throttling_state", "2").Set("write_throttling_reason", "5");

@@ -51,14 +51,14 @@ constexpr BitCase BIT_CASES[] = {
     {"current_warnings", 6, "WARNING", "TEMPERATURE_WRITE_REGULATION ATTACHED"},
     {"current_warnings", 7, "WARNING", "LIFESPAN_WRITE_REGULATION ATTACHED"},
     {"current_warnings", 8, "WARNING", "MINIMAL ATTACHED"},
-    {"current_warnings", 9, "OK", "ATTACHED"},  // never looked at
+    {"current_warnings", 9, "OK", "ATTACHED"},  // ignored
     {"current_warnings", 10, "WARNING", "LEB_MAP_MISSING ATTACHED"},
     {"current_warnings", 11, "WARNING", "UPDATE_IN_PROGRESS ATTACHED"},
     {"current_warnings", 12, "WARNING", "RESERVES_DEPLETED ATTACHED"},
     {"current_warnings", 13, "WARNING", "ATTACHED"},
     {"current_warnings", 41, "WARNING", "ATTACHED"},
     {"current_warnings", 63, "WARNING", "ATTACHED"},
-    {"current_info", 0, "OK", "ATTACHED"},  // never looked at
+    {"current_info", 0, "OK", "ATTACHED"},  // ignored
     {"current_info", 1, "OK", "UNACTIVATED_FIRMWARE ATTACHED"},
     {"current_info", 2, "OK", "ATTACHED"},
     {"current_info", 63, "OK", "ATTACHED"},

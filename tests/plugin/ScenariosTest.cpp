@@ -1,4 +1,4 @@
-// The stories in examples/, and what a host is told while they are played.
+// The scenarios in examples/, and the events that a host gets while they are played.
 
 #include <gmock/gmock.h>
 
@@ -13,14 +13,14 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Plays a story on three cards, which are looked at as often as they can be, and gives the names
-// of the events up to ten seconds after its end. All of them must be of card1.
-std::vector<std::string> EventsOf(const std::string& story) {
+// Plays a scenario on three cards at the shortest poll interval. Returns the names of the events up
+// to ten seconds after its end, all of which must be of card1.
+std::vector<std::string> EventsOf(const std::string& scenario) {
   SimulatedHost host;
   host.WriteIni("PollInterval=2\n");
   for (int i = 0; i < 3; ++i) host.AddCard(0x1003);
   EXPECT_EQ(host.Start(), 0U);
-  const std::string file = std::string(CORVANE_EXAMPLES) + "/" + story + ".json";
+  const std::string file = std::string(CORVANE_EXAMPLES) + "/" + scenario + ".json";
   const CardSim::Audience audience = {[](std::uint64_t, const std::string&) {},
                                       [] { return false; }};
   CardSim::PlayScenario(CardSim::ReadScenario(file), host.Cards(), 1, audience);
@@ -33,21 +33,21 @@ std::vector<std::string> EventsOf(const std::string& story) {
   return names;
 }
 
-TEST(Stories, AHotCardWarnsSlowsDownAndIsWellAgain) {
+TEST(Scenarios, AHotCardWarnsThenThrottlesThenReturnsToNormal) {
   EXPECT_THAT(EventsOf("hot-card"),
               ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN", "CTRL_TEMPERATURE_WRITE_REGULATION",
                           "CTRL_NORMAL"));
 }
 
-TEST(Stories, AFlickeringBitIsNeverAnnounced) {
+TEST(Scenarios, AFlickeringBitRaisesNoEvent) {
   EXPECT_THAT(EventsOf("flicker"), IsEmpty());
 }
 
-TEST(Stories, ACardThatGoesAndReturnsIsAnnouncedTwice) {
+TEST(Scenarios, ACardThatLeavesAndReturnsRaisesRemoveThenAdd) {
   EXPECT_THAT(EventsOf("card-goes-and-returns"), ElementsAre("CTRL_PNPREMOVE", "CTRL_PNPADD"));
 }
 
-TEST(Stories, ACardThatIsDetachedAndAttachedTellsBoth) {
+TEST(Scenarios, ADetachAndAnAttachRaiseTheirEvents) {
   EXPECT_THAT(EventsOf("detach-attach"), ElementsAre("CTRL_DETACHED", "CTRL_ATTACHED"));
 }
 

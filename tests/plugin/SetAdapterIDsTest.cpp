@@ -84,7 +84,7 @@ TEST_F(SetAdapterIDs, PassesOverEntriesOfOtherAddresses) {
   EXPECT_EQ(Name(), "");
 }
 
-TEST_F(SetAdapterIDs, LooksAtNeitherNameNorAdapterNumberOfAnEntry) {
+TEST_F(SetAdapterIDs, IgnoresNameAndAdapterNumberOfAnEntry) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   PI::CAdapterID id = Entry(7);
   id.m_Name = "somebody";

@@ -1,5 +1,6 @@
-// Another program that gets a cell into the file which the plug-in's layer cannot read: checks may
-// be switched off, and tables made anew. The worker goes on, and so does the row once it is well.
+// A cell that the plug-in's persistence layer cannot read, written into the file by another program
+// that switches checks off or replaces tables. The worker continues, and so do updates of the row
+// once it is repaired.
 
 #include "tests/hostkit/database/Fixture.h"
 #include "tests/plugin/Watch.h"

@@ -2,6 +2,7 @@
 // start is as any other.
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -94,21 +95,21 @@ void PrintTo(const JobKind& job, std::ostream* stream) {
 
 const JobKind JOB_KINDS[] = {
     {"Attach",
-     50126,
+     Number::OP_ATTACH,
      "0",
      "2",
      {"2 ENTER ExecuteAdapterOperation(50126) (0)",
       "16 ExecuteAdapterOperation(), OP_ATTACH, start Attach thread",
       "2 LEAVE AdapterExecuteOperation() -> 0"}},
     {"Detach",
-     50127,
+     Number::OP_DETACH,
      "2",
      "0",
      {"2 ENTER ExecuteAdapterOperation(50127) (0)",
       "16 ExecuteAdapterOperation(), OP_DETACH, start Detach thread",
       "2 LEAVE AdapterExecuteOperation() -> 0"}},
     {"ForceDetach",
-     50128,
+     Number::OP_FORCE_DETACH,
      "2",
      "0",
      {"2 ENTER ExecuteAdapterOperation(50128) (0)",
@@ -166,7 +167,7 @@ TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheJobThatRuns) {
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(Run(FIRST), 0U);
   held.AwaitArrival();
-  EXPECT_EQ(Check(SECOND), 20031U);
+  EXPECT_EQ(Check(SECOND), Number::ERR_ADAPTER_BUSY);
   HostKit::FailThreadCreate(1);
   EXPECT_EQ(Run(SECOND), 0U);
   EXPECT_EQ(Check(SECOND), 0U);

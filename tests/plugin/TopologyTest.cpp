@@ -6,6 +6,7 @@
 
 #include "hostkit/Inspect.h"
 #include "hostkit/Scheduler.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -46,7 +47,7 @@ TEST(Topology, ShowsThePluginThenAdaptersThenDrives) {
                           "object 0130000000000004 type 19018 parents 0130000000000003 children"));
 }
 
-// A card that cannot be named at the start has no objects, and those behind it keep their order.
+// A card that cannot be named at the start has no objects, and those after it keep their order.
 TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
   SimulatedHost host;
   for (int i = 0; i < 3; ++i) host.AddCard();
@@ -70,7 +71,7 @@ TEST(Topology, ShowsThePluginAloneAfterAStartWithoutAScan) {
   SimulatedHost host;
   host.AddCard();
   CardSim::FailCall("vsl_open", 1, 5, "not today");
-  ASSERT_EQ(host.Initialize(), 20001U);
+  ASSERT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Tree(host), ElementsAre("object 0130000000000000 type 19006 parents children"));
 }
 
@@ -106,12 +107,14 @@ TEST_F(TopologyOfOneCard, CarriesThePropertiesThatEachObjectHasByItself) {
 TEST_F(TopologyOfOneCard, CarriesTheOperationsOfEachObject) {
   const std::vector<PI::CObject> objects = m_Host.Topology();
   ASSERT_EQ(objects.size(), 3U);
-  EXPECT_THAT(OperationsOf(objects[0]), ElementsAre(50002U));
-  EXPECT_THAT(OperationsOf(objects[1]), ElementsAre(50034U, 50035U, 50126U, 50127U));
+  EXPECT_THAT(OperationsOf(objects[0]), ElementsAre(Number::OP_GET_EVENTS));
+  EXPECT_THAT(OperationsOf(objects[1]),
+              ElementsAre(Number::OP_LOCATE_DEVICE, Number::OP_STOP_LOCATE_DEVICE,
+                          Number::OP_ATTACH, Number::OP_DETACH));
   EXPECT_THAT(OperationsOf(objects[2]), IsEmpty());
 }
 
-// What is filled is the host's copy: the next one is no longer, and nothing of it comes back.
+// The properties are filled into the host's copy: the next copy is not longer.
 TEST_F(TopologyOfOneCard, IsTheSameAtEachRequest) {
   std::vector<PI::CObject> first = m_Host.Topology();
   for (PI::CObject& object : first) {

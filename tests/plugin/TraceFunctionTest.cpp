@@ -294,7 +294,7 @@ PI::CProperty Choice(std::uint32_t name, int value) {
   return parameter;
 }
 
-// By default a look every two seconds and a scan every six.
+// By default a quick poll every two seconds and a scan every six.
 void StartWatching(SimulatedHost& host, int cards, const char* ini = "PollInterval=6\n") {
   host.WriteIni(ini);
   for (int i = 0; i < cards; ++i) host.AddCard();
@@ -307,7 +307,7 @@ void Stop(SimulatedHost& host) {
   host.Release();
 }
 
-// Stories, each of which reaches some lines.
+// Scenarios, each of which reaches some lines.
 
 void AskForEverything(SimulatedHost& host) {
   StartWatching(host, 2);
@@ -463,8 +463,8 @@ void StopWhileAllAreBusy(SimulatedHost& host) {
   host.Release();
 }
 
-using Story = void (*)(SimulatedHost&);
-const Story STORIES[] = {
+using Scenario = void (*)(SimulatedHost&);
+const Scenario SCENARIOS[] = {
     AskForEverything,
     ChangeCards,
     FillRowsWithoutCards,
@@ -481,11 +481,11 @@ const Story STORIES[] = {
     FailToMakeALock<HostKit::FailEventInit, 3>,
 };
 
-std::vector<HostKit::TraceLine> LinesOfAllStories() {
+std::vector<HostKit::TraceLine> LinesOfAllScenarios() {
   std::vector<HostKit::TraceLine> lines;
-  for (const Story story : STORIES) {
+  for (const Scenario scenario : SCENARIOS) {
     SimulatedHost host;
-    story(host);
+    scenario(host);
     const auto told = host.TraceLines();
     lines.insert(lines.end(), told.begin(), told.end());
   }
@@ -532,9 +532,9 @@ std::vector<Site> SitesOf(const std::string& source) {
 
 class TraceFunction : public testing::Test {
  protected:
-  // Once for both tests: they are told in virtual time, and it takes seconds.
+  // Once for both tests, because all scenarios together take seconds.
   static const std::vector<HostKit::TraceLine>& Lines() {
-    static const std::vector<HostKit::TraceLine> lines = LinesOfAllStories();
+    static const std::vector<HostKit::TraceLine> lines = LinesOfAllScenarios();
     return lines;
   }
 };
@@ -569,7 +569,7 @@ TEST_F(TraceFunction, EachLineShowsTheFunctionThatItIsAbout) {
   }
 }
 
-// A line that is added later is noticed: no story reaches it.
+// Notices a line that is added later and that no scenario reaches.
 TEST_F(TraceFunction, EveryLineOfTheSourcesIsReached) {
   for (const auto& [source, rows] : TABLE) {
     const std::vector<Site> sites = SitesOf(source);

@@ -292,7 +292,7 @@ void ExpectDiffer(const Member<Record>& member, Record stored, bool differ) {
   EXPECT_EQ(Differ(scanned, stored), differ) << member.name;
 }
 
-TEST(RecordComparison, OfAdaptersLooksAtTheseMembers) {
+TEST(RecordComparison, OfAdaptersComparesTheseMembers) {
   CFusionIOAdapter stored;
   stored.m_StatusReasons = {1, 2};
   for (const AdapterMember& member : ADAPTER_MEMBERS) ExpectDiffer(member, stored, true);
@@ -304,7 +304,7 @@ TEST(RecordComparison, OfAdaptersLeavesTheseMembersOut) {
   }
 }
 
-TEST(RecordComparison, OfDrivesLooksAtTheseMembers) {
+TEST(RecordComparison, OfDrivesComparesTheseMembers) {
   for (const DriveMember& member : DRIVE_MEMBERS) {
     ExpectDiffer(member, CFusionIOPhysicalDrive(), true);
   }

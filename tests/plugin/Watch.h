@@ -1,5 +1,5 @@
-// A plug-in whose worker watches simulated cards in virtual time, and what became of it: trace
-// lines and notifications with the moment at which they came, events as short texts.
+// A plug-in whose worker polls simulated cards in virtual time, and what it did: trace lines and
+// notifications with their times, events as short texts.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -48,12 +48,12 @@ inline std::string EventText(const PI::CEvent& event) {
 
 class Watched : public testing::Test {
  protected:
-  // Cards of one kind, all attached and well, none with a value that moves by itself. A look or a
-  // scan takes 12 ms for each of them.
+  // Cards of one kind, all attached and healthy, none with a value that changes by itself. A quick
+  // poll or a scan takes 12 ms for each of them.
   void AddCards(int count) {
     for (int i = 0; i < count; ++i) m_Host.AddCard(0x1003);
   }
-  // A card that needs no time for a look.
+  // Makes the card take no time in a quick poll.
   void WithoutMasks(const std::string& card) {
     for (const char* mask : {"current_errors", "current_warnings", "current_info"}) {
       m_Host.Cards().MakeAbsent(card, mask);
@@ -62,7 +62,7 @@ class Watched : public testing::Test {
   void Set(const std::string& card, const std::string& attribute, const std::string& value) {
     m_Host.Cards().Set(card, attribute, value);
   }
-  // A card that is not found any more, and one that is found again.
+  // Makes a card disappear, and come back.
   void Hide(int card) {
     Set("card" + std::to_string(card), "device_path", "/dev/hidden" + std::to_string(card));
   }
@@ -159,14 +159,14 @@ class Watched : public testing::Test {
     return text.substr(begin, end - begin);
   }
   std::uint64_t ChangeCount(std::uint64_t object) { return m_Host.ObjectOf(object).m_ChangeCount; }
-  // The tree, without what the objects say of themselves.
+  // The tree without properties and operations.
   Lines Tree() {
     Lines lines;
     for (const PI::CObject& object : m_Host.Topology()) lines.push_back(Render(object));
     return lines;
   }
 
-  // Those that the test's own thread holds for a moment left aside.
+  // Locks of the test's own thread do not count.
   static void ExpectNoLockHeld() {
     for (const HostKit::LockView& lock : HostKit::Locks()) {
       EXPECT_TRUE(lock.owner.empty() || lock.owner == "main")

@@ -7,6 +7,7 @@
 
 #include "Corvane/Src/Corvane.h"
 #include "hostkit/Inspect.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace {
@@ -50,7 +51,7 @@ TEST_F(WithoutMemory, CreateWithoutMemoryMakesNothing) {
   IPLUGINAPI* plugin = nullptr;
   const void* garbage = &stranger;
   std::memcpy(&plugin, &garbage, sizeof plugin);
-  EXPECT_EQ(CreateWithoutMemory(&plugin), 20007U);
+  EXPECT_EQ(CreateWithoutMemory(&plugin), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(plugin, nullptr);
   EXPECT_EQ(Global(), nullptr);
   EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
@@ -60,7 +61,7 @@ TEST_F(WithoutMemory, CreateWithoutMemoryLeavesAnEarlierPluginPublished) {
   IPLUGINAPI* first = nullptr;
   ASSERT_EQ(createIf(&first), 0U);
   IPLUGINAPI* second = first;
-  EXPECT_EQ(CreateWithoutMemory(&second), 20007U);
+  EXPECT_EQ(CreateWithoutMemory(&second), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(second, nullptr);
   EXPECT_EQ(Global(), first);
   releaseIf(&first);
@@ -68,7 +69,7 @@ TEST_F(WithoutMemory, CreateWithoutMemoryLeavesAnEarlierPluginPublished) {
 
 TEST_F(WithoutMemory, CreateWorksAgainAfterTheMemoryIsBack) {
   IPLUGINAPI* plugin = nullptr;
-  ASSERT_EQ(CreateWithoutMemory(&plugin), 20007U);
+  ASSERT_EQ(CreateWithoutMemory(&plugin), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(createIf(&plugin), 0U);
   EXPECT_EQ(Global(), plugin);
   releaseIf(&plugin);

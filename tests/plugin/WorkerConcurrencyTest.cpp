@@ -13,6 +13,7 @@
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/HostThread.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
@@ -28,15 +29,15 @@ constexpr std::uint64_t SECOND = 0x0130000000000003;
 
 constexpr int NATIVE_RUNS = 10;
 
-void Natively(void (*story)(Schedule)) {
-  for (int i = 0; i < NATIVE_RUNS; ++i) story(NATIVE);
+void Natively(void (*scenario)(Schedule)) {
+  for (int i = 0; i < NATIVE_RUNS; ++i) scenario(NATIVE);
 }
 
 // Three cards under the shortest interval, and what the host has collected.
 class Busy {
  public:
   explicit Busy(Schedule schedule) : m_Host(TimeOf(schedule)) {
-    // Hundreds of schedules would spend half their time on lines that nobody reads.
+    // Trace lines would take half the time of hundreds of schedules.
     HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
     for (const char* state : {"2", "0", "2"}) {
@@ -70,7 +71,7 @@ class Busy {
     for (int i = 0; i < kPatience && Seen(object).size() < count; ++i) Pass(100);
   }
 
-  // Stops the plug-in, so that nobody is at work any more.
+  // Stops the plug-in, so that no thread is running any more.
   void ExpectNothingLeft() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
@@ -89,8 +90,8 @@ class Busy {
   std::map<std::uint64_t, std::vector<std::uint32_t>> m_Seen;
 };
 
-// The first card goes off and on by itself, which the worker tells; jobs on the second fail, which
-// they tell themselves. Two threads collect all the time.
+// The first card goes off and on by itself, which the worker reports; jobs on the second fail,
+// which they report themselves. Two threads collect all the time.
 void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
   Busy busy(schedule);
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck", 3);
@@ -115,7 +116,9 @@ void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
   Pass(5000);
   busy.Collect();
   EXPECT_THAT(busy.Seen(FIRST).size(), 3U);
-  EXPECT_THAT(busy.Seen(SECOND), testing::ElementsAre(10981U, 10981U, 10981U));
+  EXPECT_THAT(busy.Seen(SECOND),
+              testing::ElementsAre(Number::CTRL_ATTACH_FAILED, Number::CTRL_ATTACH_FAILED,
+                                   Number::CTRL_ATTACH_FAILED));
   EXPECT_GE(busy.m_Notifications, 3);
   busy.ExpectNothingLeft();
 }
@@ -233,7 +236,7 @@ void NotifyAndOperate(Schedule schedule) {
     busy.m_Host.Cards().Set("card0", "iom_state", "0");
   }
   busy.AwaitSeen(FIRST, 1);
-  EXPECT_THAT(busy.Seen(FIRST), testing::ElementsAre(10984U));
+  EXPECT_THAT(busy.Seen(FIRST), testing::ElementsAre(Number::CTRL_DETACHED));
   EXPECT_GE(collected, 2);
   busy.ExpectNothingLeft();
 }

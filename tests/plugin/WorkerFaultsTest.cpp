@@ -3,6 +3,7 @@
 #include <map>
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/Numbers.h"
 
 namespace CorvaneTest {
 namespace {
@@ -214,11 +215,11 @@ TEST_F(WorkerFaults, AfterAScanThatFailedTheNextComesAWholeIntervalLater) {
   AwaitWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "not now");
   AwaitScans(2);
-  // The one that failed took no time: 15,024 and three thirds, of which two are looks.
+  // The one that failed took no time: 15,024 and three thirds, of which two are quick polls.
   EXPECT_THAT(ScanTimes(), ElementsAre(15024U, 30048U));
 }
 
-TEST_F(WorkerFaults, ALookCallsForAScanAgainAfterOneThatFailed) {
+TEST_F(WorkerFaults, AQuickPollRetriesAFailedScan) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -262,7 +263,7 @@ TEST_F(WorkerFaults, WithoutTheEventsLockTheScanIsMadeAtTheNextWakeUp) {
               ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, FREE_DATA, REST})));
   EXPECT_THAT(Notifications(), IsEmpty());
   ForgetAll();
-  // Even though a look would see no difference any more, and without one.
+  // Without a quick poll, which would no longer see a change.
   Set("card0", "iom_state", "2");
   AwaitWakeUps();
   EXPECT_EQ(Scans(), 1U);
@@ -313,7 +314,7 @@ class Life : public Watched {
     EXPECT_THAT(m_Handles, SizeIs(function == "vsl_destroy" ? 1 : 0));
     EXPECT_THAT(CardSim::Misuse(), SizeIs(function == "vsl_close" ? 1 : 0));
     ExpectNoLockHeld();
-    // Good scans heal it, though a card that could not be named has new ids.
+    // Good scans restore it, though a card that could not be named has new ids.
     AwaitScans(2);
     ASSERT_THAT(m_Host.Topology(), SizeIs(5));
     for (const std::uint64_t adapter : m_Host.ObjectOf(PLUGIN).m_Children) {
@@ -368,7 +369,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
 TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsAtOnce) {
   AddCards(1);
   HostKit::FailEventInit(1);
-  StartWatch("15", 20011);
+  StartWatch("15", Number::ERR_LOCK_INITIALIZATION_FAILED);
   EXPECT_THAT(KeptLines(),
               ElementsAre("2 ENTER Worker()", "4 Worker() something else perhaps m_StopRequest",
                           "2 LEAVE Worker()"));

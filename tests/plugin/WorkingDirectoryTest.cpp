@@ -1,5 +1,5 @@
-// A host whose working directory is deleted, as a folder is that somebody has tidied up: its
-// database lies elsewhere, and neither a start nor a file to be opened anew may end the process.
+// A host whose working directory has been deleted. Its database is elsewhere, and neither a start
+// nor reopening the file may end the process.
 
 #include <fcntl.h>
 #include <unistd.h>

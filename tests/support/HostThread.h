@@ -65,7 +65,7 @@ inline Seeds WantedSeeds() {
   return seeds;
 }
 
-// Tells the story in each schedule, until the first failure, whose seed is then printed.
+// Runs the scenario in each schedule, until the first failure, whose seed is then printed.
 inline void InManySchedules(const std::function<void(Schedule)>& story) {
   const Seeds seeds = WantedSeeds();
   for (std::uint64_t seed = seeds.m_First; seed <= seeds.m_Last; ++seed) {

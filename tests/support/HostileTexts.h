@@ -106,7 +106,7 @@ inline std::vector<std::string> HostileTexts(
     texts.push_back("x' || " + expression + " || '");
     texts.push_back("x') OR (1 = " + expression + ") --");
   }
-  // Answers that nobody could read as a row of adapters, drives or plug-ins.
+  // Answers that cannot be read as a row of adapters, drives or plug-ins.
   for (const int width : {149, 69, 11}) {
     texts.push_back("x') UNION SELECT " + Repeated("'warm'", width) + " --");
     texts.push_back("x') UNION SELECT " + Repeated("1e-310", width) + " --");

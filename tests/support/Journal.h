@@ -60,7 +60,7 @@ class PrintedText {
   std::size_t m_Read = 0;
 };
 
-// Made by the thread of the test, while nobody runs a statement, and gone before the host.
+// Made by the thread of the test while no statement runs, and destroyed before the host.
 //
 // An entry is what it is and which of the plug-in's locks its thread held, data and events:
 // "-- trace 2 ENTER Attach(/dev/fct0)", "d- call vsl_open card#1", "de sql UPDATE host_drive_rows",
@@ -69,7 +69,7 @@ class Journal {
  public:
   explicit Journal(SimulatedHost& host) : m_Host(host) {
     m_Statements.OnStatement([this](const std::string& sql) {
-      LookAround();
+      ObserveNow();
       Note("sql " + sql.substr(0, sql.find("_rows") + 5));
     });
   }
@@ -85,7 +85,7 @@ class Journal {
   void Begin() {
     CardSim::Reset();
     CardSim::SetHook([this](const CardSim::Call& call) {
-      LookAround();
+      ObserveNow();
       Note("call " + call.text());
     });
     const std::lock_guard<std::mutex> guard(m_Mutex);
@@ -141,8 +141,8 @@ class Journal {
   void Print(PrintedText& printed) { m_pPrinted = &printed; }
   void StopPrint() { m_pPrinted = nullptr; }
 
-  // Observes once more, for what came after the last call.
-  void LookAround() {
+  // Observes again, for what came after the last call.
+  void ObserveNow() {
     if (m_Observing) return;
     std::vector<std::string> news;
     m_Observing = true;
@@ -189,7 +189,7 @@ class Journal {
   }
 
   // The kit names the thread of the test "main". Of the plug-in's threads one alone is at work in a
-  // test that looks at locks.
+  // test that observes locks.
   std::string OwnLocks() const {
     const bool isOwn = std::this_thread::get_id() == m_Owner;
     std::string locks = "--";
@@ -217,7 +217,7 @@ class Journal {
   std::vector<Entry> m_Entries;
 };
 
-// Without the reads of attributes, of which there are too many to tell a story.
+// Without the reads of attributes, which are too many to list.
 inline std::vector<std::string> Steps(std::vector<std::string> entries) {
   const auto isRead = [](const std::string& entry) {
     const std::string begin = " call vsl_";

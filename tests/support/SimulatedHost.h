@@ -77,7 +77,7 @@ class SimulatedHost {
   // Texts of the trace lines kept so far, of one level or of all.
   std::vector<std::string> Traces(unsigned int level = 0) const;
   std::vector<HostKit::TraceLine> TraceLines() const;
-  // The lines of all levels in the mask, each behind its level: "16 ScanSystem, vsl_open = 5 (no)".
+  // The lines of all levels in the mask, each after its level: "16 ScanSystem, vsl_open = 5 (no)".
   std::vector<std::string> LeveledTraces(unsigned int mask) const;
   void ForgetTraces();
 

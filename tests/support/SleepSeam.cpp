@@ -1,9 +1,9 @@
 // Carries `boost::this_thread::sleep_for` of plug-in and simulator to the kit's clock.
 //
-// Boost sleeps on a condition that nobody signals, until a moment of its steady clock. Both of its
-// calls, for that clock and for the timed wait, are found by name when the program is loaded, and
-// an executable's own definitions come first. In virtual and seeded time they are answered by the
-// kit for its threads; in real time, and for other threads, they go on to where they would have
+// Boost sleeps on a condition that is never signaled, until a moment of its steady clock. Both of
+// its calls, for that clock and for the timed wait, are found by name when the program is loaded,
+// and an executable's own definitions come first. In virtual and seeded time they are answered by
+// the kit for its threads; in real time, and for other threads, they go on to where they would have
 // gone. A program with this seam must not wait with a time-out on a condition of its own.
 
 #include <dlfcn.h>

@@ -14,7 +14,7 @@
 
 namespace CorvaneTest {
 
-// Stands there for as long as it lives. It is put in and taken away while nobody runs a statement.
+// Installed for as long as it lives. Construct and destroy it while no statement runs.
 class StatementWatch {
  public:
   StatementWatch() : m_pStorage(getDatabasePointer()) {
@@ -40,7 +40,7 @@ class StatementWatch {
     m_pBetween->m_pFailure = std::make_exception_ptr(std::move(failure));
   }
   // Called before each statement, on the thread that sends it; it may wait and call the plug-in.
-  // Set it while nobody runs a statement.
+  // Set it while no statement runs.
   void OnStatement(std::function<void(const std::string& sql)> listener) {
     m_pBetween->m_Listener = std::move(listener);
   }
