@@ -38,7 +38,7 @@ class Resolver {
   explicit Resolver(const path& file) { Push(file); }
 
   TrustedPath Run() {
-    while (!m_Rest.empty() && !m_Ended) {
+    while (!m_Rest.empty() && !m_Ended && !IsOwnDescriptor()) {
       const path name = m_Rest.back();
       m_Rest.pop_back();
       if (name == "..") {
@@ -46,8 +46,6 @@ class Resolver {
       } else {
         Enter(name);
       }
-      // The kernel owns what is below, and its links lead to open files rather than to paths.
-      if (m_At == "/proc") break;
     }
     path whole = m_At;
     for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) whole /= *name;
@@ -55,6 +53,11 @@ class Resolver {
   }
 
  private:
+  // /proc/self/fd/1, where /dev/stdout leads, is what was opened and not what its link names.
+  bool IsOwnDescriptor() const {
+    return m_At == "/proc" && m_Rest.size() == 3 && m_Rest[2] == "self" && m_Rest[1] == "fd";
+  }
+
   static bool IsHere(const std::string& name) { return name.empty() || name == "."; }
 
   // The kernel takes two slashes at the beginning for one; std::filesystem would not.
@@ -67,7 +70,12 @@ class Resolver {
 
   void Enter(const path& name) {
     struct stat folder {};
-    if (lstat(m_At.c_str(), &folder) != 0) return EndAt(name, ForRoot(CannotBeRead(m_At, errno)));
+    if (lstat(m_At.c_str(), &folder) != 0) {
+      if (!IsMissing(errno)) return EndAt(name, ForRoot(CannotBeRead(m_At, errno)));
+      // Missing folders are created as plain ones, so that ".." leads back out of them.
+      m_At /= name;
+      return;
+    }
     Objection objection = Against(m_At, ObjectionToFolder(folder, geteuid()));
     if (!objection.empty()) return EndAt(name, std::move(objection));
     m_IsOpenFolder = IsOpenTo(folder, geteuid());
@@ -77,8 +85,10 @@ class Resolver {
   void Judge(const path& whole) {
     struct stat entry {};
     if (lstat(whole.c_str(), &entry) != 0) {
+      const int error = errno;
       m_At = whole;
-      return End(IsMissing(errno) ? Objection() : ForRoot(CannotBeRead(whole, errno)));
+      if (!IsMissing(error)) End(ForRoot(CannotBeRead(whole, error)));
+      return;
     }
     const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
     const auto judge = isLast ? ObjectionToFile : ObjectionToWay;

@@ -102,6 +102,14 @@ TEST_F(Trust, JudgesWhatWasOpened) {
   EXPECT_EQ(Base::ObjectionToOpened(before, Base::Descriptor()), "");
 }
 
+// Missing folders are made as plain ones, and ".." then leads back to those that are there.
+TEST_F(Trust, GoesBackOutOfMissingFolders) {
+  const auto own = Folder("own", 0700);
+  File(own / "file");
+  EXPECT_EQ(Resolved(own / "missing" / ".." / "file"), (own / "file").string());
+  EXPECT_EQ(Resolved(own / "missing" / "below" / ".." / "new"), (own / "missing" / "new").string());
+}
+
 class TrustOfRoot : public Trust {
  protected:
   void SetUp() override { SkipUnlessRoot(); }
@@ -131,6 +139,27 @@ TEST_F(TrustOfRoot, IsNotGivenToWhatOthersMayWrite) {
   // A link into such a folder leads there too.
   EXPECT_EQ(Why(Link(m_Folder.Path() / "all", m_Folder.Path() / "link") / "file"),
             "all can be written by other users");
+}
+
+TEST_F(TrustOfRoot, IsNotGivenByWayOfAMissingFolder) {
+  Give(Folder("theirs", 0755));
+  EXPECT_EQ(Why(Folder("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),
+            "theirs belongs to uid 65534");
+}
+
+// The links of /proc lead to folders of anybody, but for those of open descriptors.
+TEST_F(TrustOfRoot, IsNotGivenByWayOfProc) {
+  const auto theirs = Give(Folder("theirs", 0755));
+  const auto inside = Folder("theirs/inside", 0755);
+  const auto before = fs::current_path();
+  fs::current_path(inside);
+  EXPECT_EQ(Why("/proc/self/cwd/file"), "theirs belongs to uid 65534");
+  fs::current_path(before);
+  EXPECT_EQ(Why("/proc/self/root" + theirs.string() + "/file"), "theirs belongs to uid 65534");
+  const int folder = open(inside.c_str(), O_PATH | O_CLOEXEC);
+  EXPECT_EQ(Why("/proc/self/fd/" + std::to_string(folder) + "/file"),
+            "theirs belongs to uid 65534");
+  close(folder);
 }
 
 TEST_F(TrustOfRoot, AnOrdinaryUserSharesFoldersAndFiles) {
