@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,11 @@ namespace {
 constexpr std::int64_t kMostNanoseconds = 1'000'000'000;
 // Each step may handle a text of the greatest length.
 constexpr int kStepsBetweenLooks = 100;
-// While a statement is compiled nobody looks at the time, and one that names a query twice, which
-// names another one twice, soon means millions of them. These two end that.
+// While a statement is compiled nobody looks at the time. One that names a query twice, which names
+// another one twice, soon means millions of them; one with very many conditions has each compared
+// with many others. These three end that.
 constexpr int kMostQueries = 32;
+constexpr int kMostWords = 16'384;  // of which an insertion of an adapter has some hundred
 constexpr std::int64_t kMostMemory = 64 << 20;
 
 struct Limit {
@@ -77,6 +80,19 @@ bool IsAllowed(int action, const char* first, const char* second, const char* sc
     default:
       return false;
   }
+}
+
+// Names, numbers and signs, also those within texts: where a text ends is the library's to say.
+int CountWords(const std::string& sql) {
+  int words = 0;
+  bool isInWord = false;
+  for (const char letter : sql) {
+    const auto byte = static_cast<unsigned char>(letter);
+    const bool isOfWord = std::isalnum(byte) != 0 || byte == '_' || byte >= 0x80;
+    if (isOfWord ? !isInWord : std::isspace(byte) == 0) ++words;
+    isInWord = isOfWord;
+  }
+  return words;
 }
 
 std::int64_t OwnTime() {
@@ -177,6 +193,9 @@ void Connection::Confine() {
 }
 
 std::vector<std::string> Connection::RunConfined(const std::string& sql) {
+  if (CountWords(sql) > kMostWords) {
+    throw SqliteError(SQLITE_TOOBIG, "a statement holds too many words");
+  }
   Usage usage;
   const Bounds bounds(m_pDatabase.get(), usage);
   try {

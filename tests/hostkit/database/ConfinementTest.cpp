@@ -1,5 +1,7 @@
 // What a statement of a plug-in may do, and what it may not, whatever a card's text made of it.
 #include <chrono>
+#include <iterator>
+#include <sstream>
 
 #include "hostkit/EventCounts.h"
 #include "hostkit/EventLog.h"
@@ -206,6 +208,37 @@ TEST_F(Confinement, EndsQueriesThatDouble) {
   EXPECT_EQ(FailureOf(DoublingQueries(18)), "out of memory");
   EXPECT_EQ(FailureOf(DoublingQueries(40)), "out of memory");
   ExpectUnharmed("queries that double");
+}
+
+// While they are compiled, each alternative is compared with many others: for several seconds.
+std::string ManyAlternatives(const std::vector<std::string>& columns, std::size_t count) {
+  std::vector<std::string> terms;
+  for (std::size_t i = 0; i < count; ++i) {
+    terms.push_back(columns[i % columns.size()] + " = " + std::to_string(i));
+  }
+  // In pairs of pairs: an expression may not be a thousand deep.
+  while (terms.size() > 1) {
+    std::vector<std::string> pairs;
+    for (std::size_t i = 0; i < terms.size(); i += 2) {
+      const bool isLast = i + 1 == terms.size();
+      pairs.push_back(isLast ? terms[i] : "(" + terms[i] + " OR " + terms[i + 1] + ")");
+    }
+    terms = std::move(pairs);
+  }
+  return "SELECT ID FROM host_adapter_rows WHERE " + terms.front();
+}
+
+TEST_F(Confinement, CompilesNoStatementOfTooManyWords) {
+  std::istringstream names(
+      OtherProgram(File()).Run("SELECT name FROM pragma_table_info('host_adapter_rows')"));
+  const std::vector<std::string> columns{std::istream_iterator<std::string>(names), {}};
+  ASSERT_EQ(columns.size(), 149U);
+  EXPECT_EQ(FailureOf(ManyAlternatives(columns, 2'000)), "");
+  EXPECT_EQ(FailureOf(ManyAlternatives(columns, 45'000)), "a statement holds too many words");
+  EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'381, '.') + "\""), "");
+  EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'382, '.') + "\""),
+            "a statement holds too many words");
+  ExpectUnharmed("many alternatives");
 }
 
 TEST_F(Confinement, CountsTheQueriesOfAllStatementsOfACall) {
