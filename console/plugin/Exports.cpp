@@ -7,9 +7,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/split.hpp>
 #include <boost/core/demangle.hpp>
+#include <cstring>
 #include <memory>
-#include <sstream>
 
 #include "console/base/Failure.h"
 
@@ -57,26 +58,62 @@ void AddSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
 }
 
 void AddSearchPaths(const std::string& list, std::vector<std::string>& paths) {
-  std::istringstream rest(list);
-  for (std::string path; std::getline(rest, path, ':');) {
-    if (!path.empty()) paths.push_back(path);
-  }
+  if (list.empty()) return;
+  std::vector<std::string> parts;
+  boost::split(parts, list, [](char letter) { return letter == ':'; });
+  paths.insert(paths.end(), parts.begin(), parts.end());
 }
 
-void AddDependencies(Elf* elf, Elf_Scn* section, const GElf_Shdr& header, Dependencies& found) {
-  Elf_Data* const data = elf_getdata(section, nullptr);
-  GElf_Dyn entry;
-  for (int i = 0; data != nullptr && gelf_getdyn(data, i, &entry) != nullptr; ++i) {
-    const bool isPath = entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH;
-    if (entry.d_tag != DT_NEEDED && !isPath) continue;
-    const char* text = elf_strptr(elf, header.sh_link, entry.d_un.d_val);
-    if (text == nullptr) continue;
-    if (isPath) {
-      AddSearchPaths(text, found.m_SearchPaths);
-    } else {
-      found.m_Names.emplace_back(text);
-    }
+// The segments of a library, and its dynamic one.
+class Segments {
+ public:
+  explicit Segments(Elf* elf) : m_Elf(elf), m_File(elf_rawfile(elf, &m_Size)) {
+    std::size_t count = 0;
+    if (elf_getphdrnum(elf, &count) != 0) return;
+    m_Headers.resize(count);
+    for (std::size_t i = 0; i < count; ++i) gelf_getphdr(elf, static_cast<int>(i), &m_Headers[i]);
   }
+
+  std::vector<GElf_Dyn> DynamicEntries() const {
+    std::vector<GElf_Dyn> entries;
+    for (const GElf_Phdr& header : m_Headers) {
+      if (header.p_type != PT_DYNAMIC) continue;
+      Elf_Data* const data = elf_getdata_rawchunk(m_Elf, static_cast<std::int64_t>(header.p_offset),
+                                                  header.p_filesz, ELF_T_DYN);
+      GElf_Dyn entry;
+      for (int i = 0; data != nullptr && gelf_getdyn(data, i, &entry) != nullptr; ++i) {
+        if (entry.d_tag == DT_NULL) break;
+        entries.push_back(entry);
+      }
+    }
+    return entries;
+  }
+
+  // The text at an address, as far as the file goes.
+  std::string TextAt(GElf_Addr address) const {
+    for (const GElf_Phdr& header : m_Headers) {
+      const bool isHere = header.p_type == PT_LOAD && address >= header.p_vaddr &&
+                          address - header.p_vaddr < header.p_filesz;
+      const std::size_t offset = address - header.p_vaddr + header.p_offset;
+      if (!isHere || m_File == nullptr || offset >= m_Size) continue;
+      return {m_File + offset, strnlen(m_File + offset, m_Size - offset)};
+    }
+    return {};
+  }
+
+ private:
+  Elf* const m_Elf;
+  std::size_t m_Size = 0;
+  const char* const m_File;
+  std::vector<GElf_Phdr> m_Headers;
+};
+
+bool IsName(const GElf_Dyn& entry) {
+  return entry.d_tag == DT_NEEDED || entry.d_tag == DT_AUXILIARY || entry.d_tag == DT_FILTER;
+}
+
+bool IsPath(const GElf_Dyn& entry) {
+  return entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH;
 }
 
 }  // namespace
@@ -87,11 +124,17 @@ Dependencies DependenciesOf(const std::string& file) {
   const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.m_Descriptor, ELF_C_READ, nullptr));
   Dependencies found;
   if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return found;
-  Elf_Scn* section = nullptr;
-  while ((section = elf_nextscn(elf.get(), section)) != nullptr) {
-    GElf_Shdr header;
-    const bool read = gelf_getshdr(section, &header) != nullptr;
-    if (read && header.sh_type == SHT_DYNAMIC) AddDependencies(elf.get(), section, header, found);
+  const Segments segments(elf.get());
+  const std::vector<GElf_Dyn> entries = segments.DynamicEntries();
+  GElf_Addr texts = 0;
+  for (const GElf_Dyn& entry : entries) {
+    if (entry.d_tag == DT_STRTAB) texts = entry.d_un.d_ptr;
+  }
+  for (const GElf_Dyn& entry : entries) {
+    if (!IsName(entry) && !IsPath(entry)) continue;
+    const std::string text = segments.TextAt(texts + entry.d_un.d_val);
+    if (IsPath(entry)) AddSearchPaths(text, found.m_SearchPaths);
+    if (IsName(entry)) found.m_Names.push_back(text);
   }
   return found;
 }

@@ -12,12 +12,14 @@ std::vector<std::string> ExportedSymbols(const std::string& file);
 
 // What the loader looks for when it loads a library, and where the library makes it look.
 struct Dependencies {
+  // Those that it stands in for too. One with a slash is a path.
   std::vector<std::string> m_Names;
-  // As they stand in the file, where $ORIGIN is the folder of the file.
+  // As they stand in the file, where $ORIGIN is the folder of the file. An empty one is the current
+  // folder.
   std::vector<std::string> m_SearchPaths;
 };
 
-// Nothing when the file is not a library.
+// Read as the loader does, which needs no sections. Nothing when the file is not a library.
 Dependencies DependenciesOf(const std::string& file);
 
 // The names that a plug-in shows to its host; the first two are the entry points.

@@ -3,12 +3,11 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
-#include <boost/algorithm/string/replace.hpp>
+#include <algorithm>
 #include <exception>
-#include <optional>
+#include <regex>
 #include <set>
 #include <system_error>
-#include <vector>
 
 #include "console/base/Failure.h"
 #include "console/base/TrustedCode.h"
@@ -52,31 +51,9 @@ void Require(const std::string& objection, const fs::path& file) {
 }
 
 // The names of the folders in which the loader looks before the folder of a search path itself.
-// Other names below them stand for processors.
-constexpr const char* kLoaderFolders[] = {"glibc-hwcaps", "tls", "x86_64"};
-
-// The folders of a search path, with all below those.
-std::vector<fs::path> LoaderFolders(const fs::path& folder) {
-  std::vector<fs::path> folders = {folder};
-  for (const char* name : kLoaderFolders) {
-    std::error_code error;
-    if (!fs::is_directory(folder / name, error)) continue;
-    folders.push_back(folder / name);
-    const auto follow = fs::directory_options::follow_directory_symlink;
-    for (fs::recursive_directory_iterator below(folder / name, follow, error), end; below != end;
-         below.increment(error)) {
-      if (below.depth() > 3) below.disable_recursion_pending();
-      if (below->is_directory(error)) folders.push_back(below->path());
-    }
-  }
-  return folders;
-}
-
-// Nothing for a search path that depends on more than the place of the library.
-std::optional<fs::path> SearchFolder(std::string path, const fs::path& origin) {
-  for (const char* word : {"${ORIGIN}", "$ORIGIN"}) boost::replace_all(path, word, origin.string());
-  return path.find('$') == std::string::npos ? std::optional<fs::path>(path) : std::nullopt;
-}
+// Other names below them are processors.
+constexpr const char* kLoaderFolders[] = {"glibc-hwcaps", "tls",      "x86_64",  "haswell",
+                                          "xeon_phi",     "avx512_1", "aarch64", "atomics"};
 
 // A file that cannot be reached is given back as it is: loading it says why.
 fs::path WithoutLinks(const fs::path& file) {
@@ -85,39 +62,101 @@ fs::path WithoutLinks(const fs::path& file) {
   return error ? file : found;
 }
 
-// Goes the way of the loader, from a library to those that it needs and on to theirs.
+// The text with the folder of the library in the place of its sign. Fails for other signs, which
+// mean what only the loader knows.
+fs::path Expand(const std::string& text, const fs::path& library) {
+  static const std::regex sign(R"(\$(ORIGIN\b|\{ORIGIN\}))");
+  std::string path;
+  auto rest = text.cbegin();
+  for (std::smatch found; std::regex_search(rest, text.cend(), found, sign);) {
+    path.append(rest, found[0].first) += library.parent_path().string();
+    rest = found[0].second;
+  }
+  path.append(rest, text.cend());
+  const bool isClear = std::find(rest, text.cend(), '$') == text.cend();
+  Require(isClear ? "" : fmt::format("{} makes the loader look in {}", library.string(), text),
+          library);
+  return fs::absolute(path.empty() ? "." : path);
+}
+
+// Finds what the loader could load, from a library to those that it needs and on to theirs. Any
+// search path counts for any library: some hold for those that a library needs in turn, too.
 class Companions {
  public:
   void RequireTrusted(const fs::path& file) {
-    const fs::path library = WithoutLinks(file);
-    if (!m_Seen.insert(library.string()).second) return;
-    Require(ObjectionToCode(file), file);
-    const Dependencies needs = DependenciesOf(library.string());
-    for (const std::string& path : needs.m_SearchPaths) {
-      const auto folder = SearchFolder(path, library.parent_path());
-      if (folder) RequireTrustedIn(*folder, needs.m_Names);
-    }
-  }
-
- private:
-  void RequireTrustedIn(const fs::path& searched, const std::vector<std::string>& names) {
-    for (const fs::path& folder : LoaderFolders(searched)) {
-      Require(ObjectionToCodeFolder(folder), folder / "x");
-      for (const std::string& name : names) {
-        std::error_code error;
-        if (fs::exists(folder / name, error)) RequireTrusted(folder / name);
+    RequireTrustedFile(file);
+    // Each may add to both.
+    for (std::size_t known = 0; known != m_Names.size() + m_Folders.size();) {
+      known = m_Names.size() + m_Folders.size();
+      const auto names = m_Names;
+      const auto folders = m_Folders;
+      for (const fs::path& folder : folders) {
+        for (const std::string& name : names) RequireTrustedFile(folder / name);
       }
     }
   }
 
-  std::set<std::string> m_Seen;
+ private:
+  // A link's folder, and not that of the file where it leads, is what a library has as its own.
+  void RequireTrustedFile(const fs::path& file) {
+    std::error_code error;
+    if (!fs::exists(file, error) || !m_Seen.insert(file).second) return;
+    Require(ObjectionToCode(file), file);
+    const Dependencies needs = DependenciesOf(file.string());
+    for (const std::string& path : needs.m_SearchPaths) AddFolders(Expand(path, file));
+    for (const std::string& name : needs.m_Names) {
+      const bool isPath =
+          name.find('/') != std::string::npos || name.find('$') != std::string::npos;
+      if (!isPath) {
+        m_Names.insert(name);
+        continue;
+      }
+      const fs::path needed = Expand(name, file);
+      Require(ObjectionToCodeFolder(needed.parent_path()), needed);
+      RequireTrustedFile(needed);
+    }
+  }
+
+  // A folder of a search path, with those below it that the loader prefers.
+  void AddFolders(const fs::path& folder) {
+    AddFolder(folder);
+    for (const char* name : kLoaderFolders) {
+      std::error_code error;
+      if (fs::is_directory(folder / name, error)) AddFoldersBelow(folder / name);
+    }
+  }
+
+  void AddFoldersBelow(const fs::path& folder) {
+    AddFolder(folder);
+    std::error_code error;
+    const auto follow = fs::directory_options::follow_directory_symlink;
+    fs::recursive_directory_iterator below(folder, follow, error);
+    for (const fs::recursive_directory_iterator end; !error && below != end;
+         below.increment(error)) {
+      if (below.depth() > 3) below.disable_recursion_pending();
+      if (fs::is_directory(below->path())) AddFolder(below->path());
+    }
+    Require(error ? fmt::format("{} cannot be read: {}", folder.string(), error.message()) : "",
+            folder);
+  }
+
+  void AddFolder(const fs::path& folder) {
+    Require(ObjectionToCodeFolder(folder), folder / "x");
+    m_Folders.insert(WithoutLinks(folder));
+  }
+
+  std::set<fs::path> m_Seen;
+  std::set<fs::path> m_Folders;
+  std::set<std::string> m_Names;
 };
 
 // The file without links: the loader takes the folder of the name that it is given for the
 // library's own.
 fs::path ResolveTrustedLibrary(const std::string& file) {
-  Companions().RequireTrusted(file);
-  return WithoutLinks(file);
+  Require(ObjectionToCode(file), file);
+  const fs::path library = WithoutLinks(file);
+  Companions().RequireTrusted(library);
+  return library;
 }
 
 }  // namespace

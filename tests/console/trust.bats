@@ -111,7 +111,7 @@ plant() {
     plant "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so"
     refuses "level $level" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so belongs to uid $STRANGER"
   done
-  for level in tls x86_64 tls/x86_64; do
+  for level in tls x86_64 tls/x86_64 haswell haswell/x86_64 avx512_1; do
     fresh
     mkdir -p "$BATS_TEST_TMPDIR/lib/$level"
     plant "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so"
@@ -145,6 +145,62 @@ plant() {
   chmod o+w "$BATS_TEST_TMPDIR/lib/libinner.so"
   refuses inner "$BATS_TEST_TMPDIR/lib/libinner.so can be written by other users" \
     "$BATS_TEST_TMPDIR/lib/p.so"
+}
+
+# library FILE OPTION...: one that calls f, and that a plug-in may be or need.
+library() {
+  echo 'int f(void); void* createIf(void) { f(); return 0; } void* releaseIf(void) { return 0; }' |
+    cc -shared -fPIC -xc - -Wl,--unresolved-symbols=ignore-all -o "$@"
+  chmod 755 "$1"
+}
+
+# Each has the loader find libf.so in another way.
+@test "a library is judged whatever way the loader finds it" {
+  local lib="$BATS_TEST_TMPDIR/lib" evil="$BATS_TEST_TMPDIR/evil"
+  mkdir -p "$lib/front" "$lib/real"
+  mkdir "$evil"
+  for name in "$lib/libf.so" "$lib/front/libf.so" "$evil/libf.so"; do
+    echo 'int f(void) { return 0; }' | cc -shared -fPIC -xc - -o "$name" -Wl,-soname,libf.so
+    chmod 777 "$name"
+  done
+  echo 'int f(void) { return 0; }' | cc -shared -fPIC -xc - -o "$evil/libg.so" -Wl,-soname,"$evil/libg.so"
+  chmod 755 "$lib" "$lib/front" "$lib/real"
+  chmod 777 "$evil"
+
+  library "$lib/sign.so" -L"$lib" -lf -Wl,-rpath,"$evil/\$LIB"
+  refuses sign "$lib/sign.so makes the loader look in $evil/\$LIB" "$lib/sign.so"
+  library "$lib/path.so" -L"$evil" -lg
+  refuses path "$evil can be written by other users" "$lib/path.so"
+  library "$lib/auxiliary.so" -Wl,-f,libf.so -Wl,-rpath,"\$ORIGIN"
+  refuses auxiliary "$lib/libf.so can be written by other users" "$lib/auxiliary.so"
+  library "$lib/filter.so" -Wl,-F,libf.so -Wl,-rpath,"\$ORIGIN"
+  refuses filter "$lib/libf.so can be written by other users" "$lib/filter.so"
+
+  # The search path of a library counts for those that it needs.
+  library "$lib/libneeds.so" -L"$lib" -lf
+  library "$lib/inherits.so" -L"$lib" -Wl,--no-as-needed -lneeds -Wl,--disable-new-dtags -Wl,-rpath,"$lib"
+  refuses inherits "$lib/libf.so can be written by other users" "$lib/inherits.so"
+  # The folder of a link counts for the library where it leads.
+  library "$lib/real/liblinked.so" -L"$lib" -lf -Wl,-rpath,"\$ORIGIN"
+  ln -s ../real/liblinked.so "$lib/front/liblinked.so"
+  library "$lib/links.so" -L"$lib/real" -Wl,--no-as-needed -llinked -Wl,-rpath,"$lib/front"
+  refuses links "$lib/front/libf.so can be written by other users" "$lib/links.so"
+
+  library "$lib/current.so" -L"$lib" -lf -Wl,-rpath,":$lib/real"
+  cd "$evil"
+  refuses current "$evil can be written by other users" "$lib/current.so"
+  cd "$lib"
+  # The loader reads no sections.
+  library "$lib/bare.so" -L"$lib" -lf -Wl,-rpath,"$evil"
+  python3 - "$lib/bare.so" <<'PYTHON'
+import sys
+
+with open(sys.argv[1], "r+b") as file:
+    for at, size in ((0x28, 8), (0x3C, 4)):  # where the table of sections is, and how many
+        file.seek(at)
+        file.write(bytes(size))
+PYTHON
+  refuses bare "$evil can be written by other users" "$lib/bare.so"
 }
 
 @test "a folder that a plug-in has libraries looked for in is judged, even while it is missing" {
