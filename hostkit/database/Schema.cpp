@@ -31,13 +31,14 @@ constexpr const char* kCountingTrigger =
 const TableShape kLifeTable = {
     "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
 
-// Earlier versions let a card's text add triggers, which would do their work in this host too, and
-// things that go by the name of a table. SQL takes a name in any letters. The tables of the log
-// themselves are never dropped.
+// Earlier versions let a card's text add triggers, which would do their work in this host too,
+// indexes that allow no second event, and things that go by the name of a table. SQL takes a name
+// in any letters. The tables of the log themselves are never dropped.
 constexpr const char* kStrangeToLog =
     "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "
     "OR type = 'trigger' AND sql <> ?2 "
-    "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE)";
+    "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE) "
+    "OR type = 'index' AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE";
 // Rows have no triggers or indexes; a table with other columns was made by another version of the
 // host, and its rows are of another life.
 constexpr const char* kStrangeToRows =

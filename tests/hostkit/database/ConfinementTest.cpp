@@ -124,6 +124,17 @@ TEST_F(Confinement, TakesStrangeTriggersOffTheHostsOwnTables) {
   EXPECT_EQ(HostKit::CountEvents().at(0).m_Count, 2U);
 }
 
+TEST_F(Confinement, TakesIndexesOffTheLog) {
+  Use(":memory:");
+  OtherProgram(File()).Run(
+      "CREATE UNIQUE INDEX one ON HOST_EVENT_LOG (severity);"
+      "CREATE UNIQUE INDEX two ON host_event_counts (count)");
+  Use(File().string());
+  EXPECT_EQ(Schema(), m_Schema);
+  AppendEvent(PI::CEvent());
+  EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
+}
+
 // SQL takes names in any letters, and so did those who planted it.
 TEST_F(Confinement, TakesStrangeTriggersOffWhateverLettersTheyAreWrittenIn) {
   Use(":memory:");
@@ -210,7 +221,7 @@ TEST_F(Confinement, EndsQueriesThatDouble) {
   ExpectUnharmed("queries that double");
 }
 
-// While they are compiled, each alternative is compared with many others: for several seconds.
+// While they are compiled, each alternative is compared with many others.
 std::string ManyAlternatives(const std::vector<std::string>& columns, std::size_t count) {
   std::vector<std::string> terms;
   for (std::size_t i = 0; i < count; ++i) {
