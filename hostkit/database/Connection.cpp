@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/TrustedPath.h"
+#include "hostkit/records/Files.h"
 
 namespace HostKit {
 
@@ -73,8 +74,7 @@ sqlite3* Open(const std::string& name, int flags) {
 }
 
 sqlite3* OpenToWrite(const path& file) {
-  boost::system::error_code ignored;  // the library reports what cannot be opened
-  boost::filesystem::create_directories(file.parent_path(), ignored);
+  CreateFolders(file.parent_path().string());  // the library reports what cannot be opened
   return Open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOFOLLOW);
 }
 

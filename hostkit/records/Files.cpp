@@ -1,6 +1,7 @@
 #include "hostkit/records/Files.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,7 +9,9 @@
 #include <array>
 #include <cerrno>
 
+#include "base/CancellationGuard.h"
 #include "base/FileReplacement.h"
+#include "base/TrustRules.h"
 
 namespace HostKit {
 
@@ -19,9 +22,20 @@ using std::filesystem::path;
 constexpr std::size_t kLargestFile = 1 << 20;
 
 int OpenFolder(const path& folder) {
-  std::error_code ignored;  // what matters is whether it can be opened
-  std::filesystem::create_directories(folder, ignored);
+  CreateFolders(folder);
   return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
+}
+
+bool LockSoon(const Base::Descriptor& folder) {
+  constexpr int kTries = 500;
+  constexpr int kPauseMs = 10;
+  const Base::CancellationGuard guard;
+  for (int i = 0; folder.IsOpen() && i < kTries; ++i) {
+    if (flock(folder.Get(), LOCK_EX | LOCK_NB) == 0) return true;
+    if (errno != EWOULDBLOCK && errno != EINTR) return false;
+    poll(nullptr, 0, kPauseMs);
+  }
+  return false;
 }
 
 // 0 or the error. The draft is the process's own until it has content; then it becomes what the
@@ -29,7 +43,8 @@ int OpenFolder(const path& folder) {
 int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int folder) {
   struct stat old {};
   const bool exists = fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
-  const int error = replacement.OpenUniqueDraft(".corvane-", exists ? S_IRUSR | S_IWUSR : 0666);
+  const int error = replacement.OpenUniqueDraft(
+      ".corvane-", exists ? S_IRUSR | S_IWUSR : Base::NewFileMode(geteuid()));
   if (error != 0 || !exists) return error;
   const int draft = replacement.Draft().Get();
   // Only a privileged process can give a file away; for others it becomes their own.
@@ -39,9 +54,15 @@ int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int f
 
 }  // namespace
 
+void CreateFolders(const path& folder) {
+  std::error_code ignored;
+  if (folder.empty() || std::filesystem::exists(folder, ignored)) return;
+  CreateFolders(folder.parent_path());
+  mkdir(folder.c_str(), Base::NewFolderMode(geteuid()));
+}
+
 FolderLock::FolderLock(const path& folder)
-    : m_Folder(OpenFolder(folder)),
-      m_Held(m_Folder.IsOpen() && flock(m_Folder.Get(), LOCK_EX) == 0) {}
+    : m_Folder(OpenFolder(folder)), m_Held(LockSoon(m_Folder)) {}
 
 FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   // O_NONBLOCK in case the file is a pipe.

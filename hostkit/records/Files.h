@@ -9,10 +9,15 @@
 
 namespace HostKit {
 
+// Creates what is missing of a folder and of those above it. Root's are closed to other writers,
+// whatever its umask: root would not trust them afterwards. Check the result by opening it.
+void CreateFolders(const std::filesystem::path& folder);
+
 // Keeps other writers of a folder out, in this and in other processes, as long as it lives.
 class FolderLock {
  public:
-  // Waits for the lock. Creates the folder, and those above it, if missing.
+  // Waits for the lock, but only for seconds: whoever may read the folder can hold it. Creates the
+  // folder, and those above it, if missing.
   explicit FolderLock(const std::filesystem::path& folder);
 
   // False: there is no such folder and it cannot be created, or it cannot be locked.

@@ -3,20 +3,23 @@
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
+#include <unistd.h>
 
-#include <boost/filesystem/operations.hpp>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <mutex>
 #include <utility>
 
 #include "base/CancellationGuard.h"
 #include "base/Descriptor.h"
 #include "base/Printable.h"
+#include "base/TrustRules.h"
 #include "base/TrustedPath.h"
 #include "host/Toolkit.h"
 #include "hostkit/Tracing.h"
+#include "hostkit/records/Files.h"
 #include "hostkit/toolkit/Monitor.h"
 
 namespace HostKit {
@@ -31,6 +34,12 @@ std::unique_ptr<spdlog::logger> LogInto(spdlog::sink_ptr sink) {
   logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(
       "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));
   logger->flush_on(spdlog::level::trace);
+  // The library's own message contains the name of the file unescaped.
+  logger->set_error_handler([hasTold = false](const std::string& why) mutable {
+    if (hasTold) return;
+    hasTold = true;
+    std::fprintf(stderr, "a trace line cannot be written: %s\n", Base::Printable(why).c_str());
+  });
   return logger;
 }
 
@@ -48,12 +57,12 @@ void RequireNone(const std::string& objection) {
 void MakeWithoutFollowing(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
   RequireNone(trusted.m_Objection);
-  boost::system::error_code ignored;  // what matters is whether the file can be opened
-  boost::filesystem::create_directories(boost::filesystem::path(path).parent_path(), ignored);
+  CreateFolders(std::filesystem::path(path).parent_path());
   // The names below /proc of the descriptors of a process are links, and lead where they are open.
   const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
   const Base::Descriptor file(
-      open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | noFollow, 0666));
+      open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | noFollow,
+           Base::NewFileMode(geteuid())));
   if (!file.IsOpen()) throw spdlog::spdlog_ex(Base::Printable(path), errno);
   if (noFollow != 0) RequireNone(Base::ObjectionToOpened(trusted, file));
   RequireNone(Base::ResolveTrusted(path).m_Objection);

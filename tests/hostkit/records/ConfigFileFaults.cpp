@@ -1,6 +1,8 @@
 // The ini file when the disk, the folder or the file itself does not do what it should. Permission
 // bits alone would prove nothing: these tests may run as root.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -121,6 +123,16 @@ TEST(ConfigFileFaults, WithoutFreeDescriptorsTheOldFileStays) {
   });
   EXPECT_EQ(result, 3);
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
+}
+
+// Whoever may read the folder can hold its lock.
+TEST(ConfigFileFaults, AFolderThatAnotherProcessHoldsIsNotWaitedForWithoutEnd) {
+  const ConfigFolder config;
+  const int held = open(config.Folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
+  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  close(held);
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
 }
 
 [[noreturn]] void WriteForever(const ConfigFolder& config) {

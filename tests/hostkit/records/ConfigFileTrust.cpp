@@ -20,6 +20,16 @@ TEST_F(ConfigFileTrust, AStrangersIniFileIsUnreadableAndLeftAsItIs) {
   EXPECT_EQ(ReadText(shared / "Corvane.ini"), "PollInterval=7\n");
 }
 
+// Whatever the umask says: it would be refused when it is read.
+TEST_F(ConfigFileTrust, AnIniFileThatRootHasMadeIsRead) {
+  ConfigFolder config;
+  config.MoveTo(m_Folder.Path() / "new" / "newer");
+  const mode_t before = umask(0);
+  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  umask(before);
+  EXPECT_EQ(config.Read("PollInterval"), "0 30");
+}
+
 TEST_F(ConfigFileTrust, AStrangersLinkLeadsNoIniFileAnywhere) {
   ConfigFolder config;
   const auto shared = Folder("shared", 01777);

@@ -1,10 +1,13 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <boost/filesystem.hpp>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -159,6 +162,16 @@ TEST_F(TraceLogTrust, IsNotGivenToAStrangersLinkToNothing) {
   EXPECT_FALSE(fs::exists(m_Target));
 }
 
+TEST_F(TraceLogTrust, IsGivenToAFileInFoldersThatRootHasMade) {
+  const fs::path file = m_Folder / "new" / "newer" / "trace.log";
+  const mode_t before = umask(0);
+  EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
+  umask(before);
+  Send(2, "hello");
+  EXPECT_THAT(Content(file), testing::HasSubstr("hello"));
+  EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
+}
+
 // Others may write the folder by the time at which the file is full.
 TEST_F(TraceLogTrust, IsTakenBackWhenTheNextFileIsMade) {
   ASSERT_TRUE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
@@ -194,6 +207,24 @@ TEST_F(TraceLogDeathTest, GoesToTheFileOfTheEnvironment) {
       testing::ExitedWithCode(0), "^$");
   unsetenv("CORVANE_TRACE_FILE");
   EXPECT_THAT(Content(file), testing::HasSubstr(" 4 Module Some Worker:42 hello\n"));
+  fs::remove(file);
+}
+
+TEST_F(TraceLogDeathTest, ShowsWhatATerminalWouldObeyInTheNameOfAFileThatIsFull) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const fs::path file = fs::current_path() / "trace\x1b[31m\n.log";
+  EXPECT_EXIT(
+      {
+        rlimit full;
+        full.rlim_cur = full.rlim_max = 4096;
+        std::signal(SIGXFSZ, SIG_IGN);
+        HostKit::SetTraceFile(file.string());
+        setrlimit(RLIMIT_FSIZE, &full);
+        for (int i = 0; i < 2; ++i) Send(4, std::string(8192, 'x'));
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0),
+      "^a trace line cannot be written: [^\n]*\\\\x1b\\[31m\\\\x0a[^\n]*\n$");
   fs::remove(file);
 }
 
