@@ -19,6 +19,13 @@ bool IsOwnFile(const Base::Descriptor& file) {
   return S_ISREG(status.st_mode) && (status.st_uid == geteuid() || status.st_uid == 0);
 }
 
+// Such as a copy made by another program.
+bool IsOpenToOthers(const Base::Descriptor& file) {
+  struct stat status {};
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return false;
+  return status.st_uid == geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+}
+
 }  // namespace
 
 bool RowsLock::Take(const boost::filesystem::path& database) {
@@ -43,6 +50,10 @@ bool RowsLock::Lock() {
   if (!m_Descriptor.IsOpen() || HasMoved()) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     m_Descriptor = Base::Descriptor(open(m_File.c_str(), kFlags, S_IRUSR | S_IWUSR));
+    if (IsOpenToOthers(m_Descriptor)) {
+      unlink(m_File.c_str());
+      m_Descriptor = Base::Descriptor(open(m_File.c_str(), kFlags | O_EXCL, S_IRUSR | S_IWUSR));
+    }
   }
   return IsOwnFile(m_Descriptor) && flock(m_Descriptor.Get(), LOCK_EX | LOCK_NB) == 0;
 }

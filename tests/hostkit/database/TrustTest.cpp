@@ -79,6 +79,23 @@ TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWhereThePlaceOfTheLockIsTaken) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
 }
 
+// A copy of it, say, that another user holds.
+TEST_F(DatabaseTrust, TakesALockAwayThatOthersMayOpen) {
+  Use(":memory:");
+  const std::string lock = File().string() + "-host";
+  WriteText(lock, "");
+  chmod(lock.c_str(), 0644);
+  const int held = open(lock.c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
+  Use(File().string());
+  m_pStorage->insert(AnAdapter(1));
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
+  struct stat status {};
+  ASSERT_EQ(stat(lock.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600U);
+  close(held);
+}
+
 class DatabaseTrustOfRoot : public DatabaseTrust {
  protected:
   void SetUp() override {
@@ -118,6 +135,13 @@ TEST_F(DatabaseTrustOfRoot, IsNotGivenToAFolderThatOthersMayWrite) {
   EXPECT_EQ(Failure(), folder.string() + " can be written by other users");
   EXPECT_TRUE(fs::is_empty(folder));
   chmod(folder.c_str(), 0755);
+  EXPECT_EQ(Failure(), "");
+}
+
+TEST_F(DatabaseTrustOfRoot, IsGivenToAFileInFoldersThatRootHasMade) {
+  const mode_t before = umask(0);
+  Use((m_Folder.Path() / "new" / "newer" / "corvane.db").string());
+  umask(before);
   EXPECT_EQ(Failure(), "");
 }
 
