@@ -55,7 +55,7 @@ HostDatabase::~HostDatabase() = default;
 
 std::vector<std::string> HostDatabase::query(std::string sql) {
   try {
-    return Guarded([&] {
+    return Guarded([&]() HOST_REQUIRES(m_Lock) {
       auto cells = RowsConnection().RunConfined(sql);
       RequireReadable(sql, cells);
       return cells;
@@ -66,12 +66,12 @@ std::vector<std::string> HostDatabase::query(std::string sql) {
 }
 
 void HostDatabase::OpenRows() {
-  Guarded([this] { RowsConnection(); });
+  Guarded([this]() HOST_REQUIRES(m_Lock) { RowsConnection(); });
 }
 
 void HostDatabase::Reopen() {
   const Base::CancellationGuard guard;
-  const std::lock_guard lock(m_Lock);
+  const MutexLock lock(m_Lock);
   CloseFile();
   m_pRows.reset();
   m_RowsLock.Release();

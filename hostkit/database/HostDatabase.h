@@ -1,10 +1,9 @@
-// The host's one database, behind one lock.
+// The host's one database, guarded by one lock.
 #pragma once
 
 #include <boost/filesystem/path.hpp>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "host/Database.h"
 #include "hostkit/database/Connection.h"
 #include "hostkit/database/RowsLock.h"
+#include "hostkit/toolkit/Mutex.h"
 
 namespace HostKit {
 
@@ -40,7 +40,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   // then taken back.
   template <class Use>
   auto With(Use use) {
-    return Guarded([&] { return use(OwnConnection()); });
+    return Guarded([&]() HOST_REQUIRES(m_Lock) { return use(OwnConnection()); });
   }
 
   // The same for a `use` that only reads: a file that may not be written does.
@@ -52,7 +52,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
       if (!error.MayLackOnlyWriting()) throw;
     }
     const Base::CancellationGuard guard;
-    const std::lock_guard lock(m_Lock);
+    const MutexLock lock(m_Lock);
     Connection connection(m_File, Access::Read);
     return use(connection);
   }
@@ -61,7 +61,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   template <class Work>
   auto Guarded(Work work) {
     const Base::CancellationGuard guard;
-    const std::lock_guard lock(m_Lock);
+    const MutexLock lock(m_Lock);
     try {
       return work();
     } catch (const SqliteError& error) {
@@ -73,24 +73,23 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
     }
   }
 
-  void BeginLife();
-  bool IsInMemory() const;
-  Connection& OwnConnection();
-  Connection& RowsConnection();
-  void PutRowsIntoFile(Connection& own);
-  void KeepRowsInMemory();
-  void Recover(const SqliteError& error);
-  void CloseFile();
-  void CloseRowsInFile();
+  void BeginLife() HOST_REQUIRES(m_Lock);
+  bool IsInMemory() const HOST_REQUIRES(m_Lock);
+  Connection& OwnConnection() HOST_REQUIRES(m_Lock);
+  Connection& RowsConnection() HOST_REQUIRES(m_Lock);
+  void PutRowsIntoFile(Connection& own) HOST_REQUIRES(m_Lock);
+  void KeepRowsInMemory() HOST_REQUIRES(m_Lock);
+  void Recover(const SqliteError& error) HOST_REQUIRES(m_Lock);
+  void CloseFile() HOST_REQUIRES(m_Lock);
+  void CloseRowsInFile() HOST_REQUIRES(m_Lock);
 
-  std::mutex m_Lock;
-  // The members below are guarded by m_Lock.
-  boost::filesystem::path m_File;
-  std::int64_t m_Life = 0;
-  RowsLock m_RowsLock;  // let go when all is closed
-  std::unique_ptr<Connection> m_pOwn;
-  bool m_RowsAreInFile = false;
-  std::unique_ptr<Connection> m_pRows;
+  Mutex m_Lock;
+  boost::filesystem::path m_File HOST_GUARDED_BY(m_Lock);
+  std::int64_t m_Life HOST_GUARDED_BY(m_Lock) = 0;
+  RowsLock m_RowsLock HOST_GUARDED_BY(m_Lock);  // destroyed after the connections
+  std::unique_ptr<Connection> m_pOwn HOST_GUARDED_BY(m_Lock);
+  bool m_RowsAreInFile HOST_GUARDED_BY(m_Lock) = false;
+  std::unique_ptr<Connection> m_pRows HOST_GUARDED_BY(m_Lock);
 };
 
 // The one database; made at the first call, with its file opened if it can be.

@@ -1,9 +1,9 @@
 // Identities of adapters.
 #include <algorithm>
-#include <mutex>
 #include <tuple>
 
 #include "host/PluginInterface.h"
+#include "hostkit/toolkit/Mutex.h"
 
 namespace PI {
 
@@ -21,9 +21,9 @@ namespace {
 using Place = std::tuple<std::string, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>;
 
 struct Numbering {
-  std::mutex lock;
-  std::map<Place, std::int32_t> given;
-  std::int32_t last = 0;
+  HostKit::Mutex lock;
+  std::map<Place, std::int32_t> given HOST_GUARDED_BY(lock);
+  std::int32_t last HOST_GUARDED_BY(lock) = 0;
 };
 
 Numbering& TheNumbering() {
@@ -42,7 +42,7 @@ bool IsTaken(std::int32_t number) {
                      [number](const auto& host) { return Contains(host.second, number); });
 }
 
-std::int32_t NumberOfPlace(Numbering& numbering, const Place& place) {
+std::int32_t NumberOfPlace(Numbering& numbering, const Place& place) HOST_REQUIRES(numbering.lock) {
   const auto known = numbering.given.find(place);
   if (known != numbering.given.end()) return known->second;
   do {
@@ -60,7 +60,7 @@ CGlobalAdapterID::~CGlobalAdapterID() = default;
 
 void CGlobalAdapterID::GenerateUniqueAdapterNumber() {
   Numbering& numbering = TheNumbering();
-  const std::lock_guard<std::mutex> guard(numbering.lock);
+  const HostKit::MutexLock guard(numbering.lock);
   m_GlobalNumber =
       NumberOfPlace(numbering, Place(m_HostName, m_Segment, m_Bus, m_Device, m_Function));
   auto& numbersOfHost = AllHostsAdaptersUniqueIDs[m_HostName];

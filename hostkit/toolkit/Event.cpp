@@ -5,12 +5,12 @@
 namespace HostKit {
 
 EventState::EventState() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   m_Ordinal = Ledger::Get().events.Add(*this);
 }
 
 EventState::~EventState() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger::Get().events.Remove(*this);
 }
 
@@ -35,7 +35,7 @@ using HostKit::MonitorLock;
 namespace {
 
 bool IsUsable(const HostKit::EventState& state) {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   return state.m_Usable;
 }
 
@@ -43,7 +43,7 @@ void Assign(HostKit::EventState& state, bool set) {
   Monitor& monitor = Monitor::Get();
   monitor.Point();
   {
-    const MonitorLock lock = monitor.Enter();
+    const MonitorLock lock;
     if (!state.m_Usable) return;
     state.m_Set = set;
     monitor.Changed(lock);
@@ -60,7 +60,7 @@ CEvent::~CEvent() = default;
 int CEvent::Init(bool initiallySet, bool manualReset) {
   Monitor& monitor = Monitor::Get();
   monitor.Point();
-  const MonitorLock lock = monitor.Enter();
+  const MonitorLock lock;
   if (Ledger::Get().failingEventInits.count(m_pState->m_Ordinal) > 0) return 0;
   m_pState->m_Usable = true;
   m_pState->m_ManualReset = manualReset;

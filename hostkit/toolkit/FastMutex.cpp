@@ -5,7 +5,7 @@
 namespace HostKit {
 
 LockState::LockState() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger& ledger = Ledger::Get();
   m_Ordinal = ledger.locks.Add(*this);
   const auto failing = ledger.failingLockWaits.find(m_Ordinal);
@@ -15,7 +15,7 @@ LockState::LockState() {
 }
 
 LockState::~LockState() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger::Get().locks.Remove(*this);
 }
 
@@ -40,7 +40,7 @@ std::string LockState::Text() const {
 
 bool LockState::FailsNow() {
   if (!m_MayFail) return false;
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   for (unsigned int& toGo : m_FailingWaits) --toGo;
   const auto due = std::find(m_FailingWaits.begin(), m_FailingWaits.end(), 0U);
   if (due == m_FailingWaits.end()) return false;
@@ -84,7 +84,7 @@ CFastMutex::~CFastMutex() = default;
 
 int CFastMutex::Init() {
   Monitor::Get().Point();
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   if (Ledger::Get().failingLockInits.count(m_pState->m_Ordinal) > 0) return 0;
   m_pState->m_Usable = true;
   return 1;
@@ -113,7 +113,10 @@ void CFastMutex::Release() {
   if (depth > 0) return;
   --self.heldLocks;
   state.m_pOwner = nullptr;
-  if (state.m_Waiters > 0) monitor.Changed(monitor.Enter());
+  if (state.m_Waiters > 0) {
+    const MonitorLock lock;
+    monitor.Changed(lock);
+  }
   monitor.Point();
 }
 

@@ -11,7 +11,7 @@ Ledger& Ledger::Get() {
 }
 
 std::vector<LockView> Locks() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   std::vector<LockView> views;
   for (const LockState* state : Ledger::Get().locks.Alive()) {
     const ThreadRecord* owner = state->m_pOwner;
@@ -22,7 +22,7 @@ std::vector<LockView> Locks() {
 }
 
 std::vector<EventView> Events() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   std::vector<EventView> views;
   for (const EventState* state : Ledger::Get().events.Alive()) {
     views.push_back({state->m_Ordinal, state->m_Usable, state->m_ManualReset, state->m_Set});
@@ -31,7 +31,7 @@ std::vector<EventView> Events() {
 }
 
 std::vector<ThreadView> Threads() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   std::vector<ThreadView> views;
   for (const ThreadState* state : Ledger::Get().threads.Alive()) {
     if (!state->m_Created) continue;
@@ -41,7 +41,7 @@ std::vector<ThreadView> Threads() {
 }
 
 void ResetLedger() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger& ledger = Ledger::Get();
   for (LockState* state : ledger.locks.Alive()) {
     state->m_FailingWaits.clear();
@@ -57,17 +57,17 @@ void ResetLedger() {
 }
 
 void FailLockInit(std::size_t ordinal) {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger::Get().failingLockInits.insert(ordinal);
 }
 
 void FailEventInit(std::size_t ordinal) {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger::Get().failingEventInits.insert(ordinal);
 }
 
 void FailLockWait(std::size_t ordinal, unsigned int nth) {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger& ledger = Ledger::Get();
   for (LockState* state : ledger.locks.Alive()) {
     if (state->m_Ordinal != ordinal) continue;
@@ -79,7 +79,7 @@ void FailLockWait(std::size_t ordinal, unsigned int nth) {
 }
 
 void FailThreadCreate(unsigned int nth) {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger::Get().failingThreadCreates.push_back(nth);
 }
 

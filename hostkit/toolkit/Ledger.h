@@ -1,5 +1,5 @@
-// Numbers of the kit's locks, events and threads, and the failures that were ordered for them.
-// Everything here is guarded by the monitor.
+// The numbers of the kit's locks, events and threads, and the failures requested for them. All of
+// it is guarded by the monitor.
 #pragma once
 
 #include <algorithm>
@@ -12,24 +12,26 @@
 
 namespace HostKit {
 
-// What is alive of one kind. A state enters when it is made and leaves when it goes.
+// The states of one kind that exist now.
 template <class State>
 class Registry {
  public:
-  std::size_t Add(State& state) {
+  std::size_t Add(State& state) HOST_REQUIRES(g_Monitor) {
     m_Alive.push_back(&state);
     return m_Next++;
   }
-  void Remove(State& state) { m_Alive.erase(std::find(m_Alive.begin(), m_Alive.end(), &state)); }
-  void RestartOrdinals() {
+  void Remove(State& state) HOST_REQUIRES(g_Monitor) {
+    m_Alive.erase(std::find(m_Alive.begin(), m_Alive.end(), &state));
+  }
+  void RestartOrdinals() HOST_REQUIRES(g_Monitor) {
     for (State* state : m_Alive) state->m_Ordinal = 0;
     m_Next = 1;
   }
-  const std::vector<State*>& Alive() const { return m_Alive; }
+  const std::vector<State*>& Alive() const HOST_REQUIRES(g_Monitor) { return m_Alive; }
 
  private:
-  std::vector<State*> m_Alive;  // in order of construction
-  std::size_t m_Next = 1;
+  std::vector<State*> m_Alive HOST_GUARDED_BY(g_Monitor);  // in order of construction
+  std::size_t m_Next HOST_GUARDED_BY(g_Monitor) = 1;
 };
 
 struct LockState;
@@ -37,15 +39,16 @@ struct EventState;
 struct ThreadState;
 
 struct Ledger {
-  static Ledger& Get();
+  static Ledger& Get() HOST_REQUIRES(g_Monitor);
 
   Registry<LockState> locks;
   Registry<EventState> events;
   Registry<ThreadState> threads;
   std::set<std::size_t> failingLockInits;
   std::set<std::size_t> failingEventInits;
-  std::map<std::size_t, std::vector<unsigned int>> failingLockWaits;  // for locks not made yet
-  std::vector<unsigned int> failingThreadCreates;                     // starts until each failure
+  std::map<std::size_t, std::vector<unsigned int>>
+      failingLockWaits;                            // for locks that do not exist yet
+  std::vector<unsigned int> failingThreadCreates;  // starts left until each failure
 };
 
 }  // namespace HostKit

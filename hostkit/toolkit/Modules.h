@@ -2,20 +2,20 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 #include "host/Toolkit.h"
+#include "hostkit/toolkit/Mutex.h"
 
 namespace HostKit {
 
-// Made by the first module that announces itself and never destroyed: modules are loaded and
-// unloaded in any order.
+// Created by the first module that registers and never destroyed: modules are loaded and unloaded
+// in any order, by any thread.
 class Modules {
  public:
   static Modules& Get();
 
-  // Gives the module the mask that holds now.
+  // Gives the module the current mask.
   void Add(MBX::Misc::CModuleInfo& module);
   void Remove(MBX::Misc::CModuleInfo& module);
   void SetTraceMask(std::uint32_t mask);
@@ -23,9 +23,9 @@ class Modules {
  private:
   Modules();
 
-  std::mutex m_Mutex;
-  std::vector<MBX::Misc::CModuleInfo*> m_Loaded;
-  std::uint32_t m_TraceMask;
+  Mutex m_Mutex;
+  std::vector<MBX::Misc::CModuleInfo*> m_Loaded HOST_GUARDED_BY(m_Mutex);
+  std::uint32_t m_TraceMask HOST_GUARDED_BY(m_Mutex);
 };
 
 }  // namespace HostKit

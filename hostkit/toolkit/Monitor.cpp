@@ -38,11 +38,14 @@ std::shared_ptr<ThreadRecord> NewRecord() {
   return record;
 }
 
-// Calls to the outside, for which the monitor is let go.
+// Releases the monitor for a call to the outside. The analysis cannot follow a lock that is
+// released by one function and taken again by another.
 class Unlocked {
  public:
-  explicit Unlocked(MonitorLock& lock) : m_Lock(lock) { m_Lock.unlock(); }
-  ~Unlocked() { m_Lock.lock(); }
+  explicit Unlocked(MonitorLock& lock) HOST_NO_THREAD_SAFETY_ANALYSIS : m_Lock(lock) {
+    m_Lock.Unlock();
+  }
+  ~Unlocked() HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
   Unlocked(const Unlocked&) = delete;
   Unlocked& operator=(const Unlocked&) = delete;
 
@@ -52,14 +55,14 @@ class Unlocked {
 
 }  // namespace
 
-void WakeSignal::Await(MonitorLock& lock) {
-  pthread_cond_wait(&m_Condition, lock.mutex()->native_handle());
+void WakeSignal::Await(MonitorLock&) {
+  pthread_cond_wait(&m_Condition, g_Monitor.NativeHandle());
 }
 
-void WakeSignal::AwaitUntil(MonitorLock& lock, std::int64_t deadlineNs) {
+void WakeSignal::AwaitUntil(MonitorLock&, std::int64_t deadlineNs) {
   constexpr std::int64_t nsPerSecond = 1'000'000'000;
   const timespec until{deadlineNs / nsPerSecond, deadlineNs % nsPerSecond};
-  pthread_cond_clockwait(&m_Condition, lock.mutex()->native_handle(), CLOCK_MONOTONIC, &until);
+  pthread_cond_clockwait(&m_Condition, g_Monitor.NativeHandle(), CLOCK_MONOTONIC, &until);
 }
 
 void WaitScheduler::CancelHere(ThreadRecord& self) {
@@ -92,12 +95,12 @@ void Monitor::Adopt(std::shared_ptr<ThreadRecord> record) {
     t_Own.record = std::move(record);
     return;
   }
-  const MonitorLock lock = Enter();
+  const MonitorLock lock;
   m_Graveyard.push_back(std::move(record));
 }
 
 void Monitor::Forget(std::shared_ptr<ThreadRecord> record) {
-  MonitorLock lock = Enter();
+  MonitorLock lock;
   if (m_pSelector == record.get()) {
     m_pSelector = nullptr;
     Leave(lock, *record);
@@ -131,7 +134,7 @@ class Monitor::Stay {
 bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {
   ThreadRecord& self = Self();
   WaitScheduler& scheduler = Scheduler();
-  MonitorLock lock = Enter();
+  MonitorLock lock;
   scheduler.CancelHere(self);
   if (condition.Take(self)) return true;
   if (deadlineNs <= scheduler.SteadyNs()) return false;
@@ -185,7 +188,7 @@ void Monitor::Leave(MonitorLock& lock, ThreadRecord& thread) {
 
 void Monitor::SelectMode(WaitScheduler& scheduler, std::uint64_t seed) {
   ThreadRecord& self = Self();
-  const MonitorLock lock = Enter();
+  const MonitorLock lock;
   for (const ThreadRecord* thread : m_Known) {
     const bool onlySelected = thread == m_pSelector && thread->knownDepth == 1;
     if (thread == &self || onlySelected) continue;
@@ -201,7 +204,7 @@ void Monitor::SelectMode(WaitScheduler& scheduler, std::uint64_t seed) {
 }
 
 void Monitor::SetDeadlockHandler(std::function<void(const std::string&)> handler) {
-  const MonitorLock lock = Enter();
+  const MonitorLock lock;
   m_OnDeadlock = std::move(handler);
 }
 

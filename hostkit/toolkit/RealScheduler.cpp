@@ -16,9 +16,9 @@ class RealScheduler final : public WaitScheduler {
 
   std::int64_t EpochMs() const override;
   bool IsReal() const override { return true; }
-  void Block(MonitorLock& lock, Sleeper& sleeper) override;
+  void Block(MonitorLock& lock, Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);
 
-  void Wake(Sleeper& sleeper) override {
+  void Wake(Sleeper& sleeper) override HOST_REQUIRES(g_Monitor) {
     sleeper.woken = true;
     sleeper.thread.wake.Send();
   }
@@ -29,8 +29,8 @@ class RealScheduler final : public WaitScheduler {
   mutable std::atomic<std::int64_t> m_AheadOfSteadyMs{std::numeric_limits<std::int64_t>::min()};
 };
 
-// The steady clock goes on when the wall clock is set back; when it is set forward, as after a
-// start without a battery clock, time follows.
+// When the wall clock is set back, the steady clock carries the time on; when it is set forward, as
+// after a start without a battery clock, the time follows.
 std::int64_t RealScheduler::EpochMs() const {
   const std::int64_t steadyMs = SteadyNs() / kNsPerMs;
   const auto wall = std::chrono::system_clock::now().time_since_epoch();

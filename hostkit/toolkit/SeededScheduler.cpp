@@ -35,7 +35,7 @@ void SeededScheduler::Left(MonitorLock& lock, ThreadRecord& thread) {
 
 void SeededScheduler::Point(ThreadRecord& self) {
   if (self.knownDepth == 0 || self.pinned) return;
-  MonitorLock lock = Monitor::Get().Enter();
+  MonitorLock lock;
   MaybeFireTimer();
   ThreadRecord* next = Draw();
   if (next == &self) return;

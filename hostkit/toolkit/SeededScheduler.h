@@ -11,25 +11,25 @@ namespace HostKit {
 // is not repeated by the seed.
 class SeededScheduler final : public VirtualScheduler {
  public:
-  void Restart(std::uint64_t seed) override;
-  void Joined(ThreadRecord& thread) override;
-  void Begin(MonitorLock& lock, ThreadRecord& self) override;
-  void Left(MonitorLock& lock, ThreadRecord& thread) override;
-  void Point(ThreadRecord& self) override;
-  void Block(MonitorLock& lock, Sleeper& sleeper) override;
-  void Wake(Sleeper& sleeper) override;
+  void Restart(std::uint64_t seed) override HOST_REQUIRES(g_Monitor);
+  void Joined(ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
+  void Begin(MonitorLock& lock, ThreadRecord& self) override HOST_REQUIRES(g_Monitor);
+  void Left(MonitorLock& lock, ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
+  void Point(ThreadRecord& self) override HOST_EXCLUDES(g_Monitor);
+  void Block(MonitorLock& lock, Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);
+  void Wake(Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);
 
  private:
-  void AwaitTurn(MonitorLock& lock, ThreadRecord& self);
+  void AwaitTurn(MonitorLock& lock, ThreadRecord& self) HOST_REQUIRES(g_Monitor);
   // The turn ends because `own` blocks, or because its thread has left.
-  void PassOn(MonitorLock& lock, Sleeper* own);
-  void MaybeFireTimer();
+  void PassOn(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
+  void MaybeFireTimer() HOST_REQUIRES(g_Monitor);
   // Null when no known thread can run.
-  ThreadRecord* Draw();
-  void GiveTurn(ThreadRecord* thread);
+  ThreadRecord* Draw() HOST_REQUIRES(g_Monitor);
+  void GiveTurn(ThreadRecord* thread) HOST_REQUIRES(g_Monitor);
 
-  std::mt19937_64 m_Random;
-  ThreadRecord* m_pTurn = nullptr;
+  std::mt19937_64 m_Random HOST_GUARDED_BY(g_Monitor);
+  ThreadRecord* m_pTurn HOST_GUARDED_BY(g_Monitor) = nullptr;  // the thread whose turn it is
 };
 
 WaitScheduler& SeededTime();

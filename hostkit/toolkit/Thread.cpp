@@ -11,13 +11,13 @@
 namespace HostKit {
 
 ThreadState::ThreadState() : m_pRecord(std::make_shared<ThreadRecord>()) {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   m_Ordinal = Ledger::Get().threads.Add(*this);
   m_pRecord->name = "thread " + std::to_string(m_Ordinal);
 }
 
 ThreadState::~ThreadState() {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   Ledger::Get().threads.Remove(*this);
 }
 
@@ -43,7 +43,7 @@ class EndMark {
   ~EndMark() {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
     Monitor& monitor = Monitor::Get();
-    MonitorLock lock = monitor.Enter();
+    MonitorLock lock;
     m_State->m_Ended = true;
     monitor.Changed(lock);
     monitor.Leave(lock, *m_State->m_pRecord);
@@ -63,7 +63,7 @@ void Run(std::unique_ptr<Launch> launch) {
   const EndMark mark(launch->state);
   const std::unique_ptr<CDelegate> call = std::move(launch->call);
   {
-    MonitorLock lock = monitor.Enter();
+    MonitorLock lock;
     monitor.Scheduler().Begin(lock, self);
   }
   call->Call();
@@ -89,7 +89,7 @@ std::atomic<std::size_t> g_FailedThreads{0};
 bool Start(std::unique_ptr<Launch> launch) {
   Monitor& monitor = Monitor::Get();
   ThreadState& state = *launch->state;
-  MonitorLock lock = monitor.Enter();
+  MonitorLock lock;
   if (state.m_Created) return false;
   if (FailsNow(Ledger::Get().failingThreadCreates)) {
     ++g_FailedThreads;
@@ -134,14 +134,14 @@ CThread::CThread() : m_pState(std::make_shared<State>()) {}
 CThread::~CThread() {
   // Joining is a native cancellation point, and this is a destructor.
   const Base::CancellationGuard guard;
-  MonitorLock lock = Monitor::Get().Enter();
+  MonitorLock lock;
   if (!m_pState->m_Created) return;
   const pthread_t thread = m_pState->m_Handle;
   if (!m_pState->m_Ended) {
     pthread_detach(thread);
     return;
   }
-  lock.unlock();
+  lock.Unlock();
   // No wait worth the name: the thread has nothing left to do.
   pthread_join(thread, nullptr);
 }
@@ -158,7 +158,7 @@ unsigned int CThread::Wait(unsigned int timeoutMs) {
   const std::shared_ptr<State> state = m_pState;
   Monitor& monitor = Monitor::Get();
   {
-    const MonitorLock lock = monitor.Enter();
+    const MonitorLock lock;
     if (!state->m_Created) return WAIT_FAILED;
   }
   monitor.WaitPoint();
@@ -166,14 +166,14 @@ unsigned int CThread::Wait(unsigned int timeoutMs) {
 }
 
 unsigned long CThread::GetHandle() const {
-  const MonitorLock lock = Monitor::Get().Enter();
+  const MonitorLock lock;
   return m_pState->m_Handle;
 }
 
 void CThread::Cancel() {
   Monitor& monitor = Monitor::Get();
   monitor.Point();
-  const MonitorLock lock = monitor.Enter();
+  const MonitorLock lock;
   if (!m_pState->m_Created) return;
   ++m_pState->m_CancelRequests;
   if (m_pState->m_Ended) return;

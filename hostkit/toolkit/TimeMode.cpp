@@ -27,7 +27,7 @@ void OnDeadlock(std::function<void(const std::string& waits)> handler) {
 KnownThread::KnownThread(const char* name) {
   Monitor& monitor = Monitor::Get();
   ThreadRecord& self = Monitor::Self();
-  MonitorLock lock = monitor.Enter();
+  MonitorLock lock;
   if (self.knownDepth == 0) self.name = name;
   monitor.Join(lock, self);
   if (self.knownDepth == 1) monitor.Scheduler().Begin(lock, self);
@@ -35,7 +35,7 @@ KnownThread::KnownThread(const char* name) {
 
 KnownThread::~KnownThread() {
   Monitor& monitor = Monitor::Get();
-  MonitorLock lock = monitor.Enter();
+  MonitorLock lock;
   monitor.Leave(lock, Monitor::Self());
 }
 

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
 #include <utility>
 
 #include "base/CancellationGuard.h"
@@ -109,14 +108,14 @@ class TraceLog {
   }
 
   void SetSink(std::function<void(const TraceLine&)> sink) {
-    const std::lock_guard lock(m_Mutex);
+    const MutexLock lock(m_Mutex);
     m_Sink = std::move(sink);
   }
 
   bool SetFile(const std::string& path) {
     auto log = path.empty() ? LogToStandardError() : LogToFile(path);
     if (!log) return false;
-    const std::lock_guard lock(m_Mutex);
+    const MutexLock lock(m_Mutex);
     m_Log = std::move(log);
     return true;
   }
@@ -126,9 +125,9 @@ class TraceLog {
  private:
   TraceLog() : m_Log(LogOfEnvironment()) {}
 
-  std::mutex m_Mutex;
-  std::function<void(const TraceLine&)> m_Sink;
-  std::unique_ptr<spdlog::logger> m_Log;
+  Mutex m_Mutex;
+  std::function<void(const TraceLine&)> m_Sink HOST_GUARDED_BY(m_Mutex);
+  std::unique_ptr<spdlog::logger> m_Log HOST_GUARDED_BY(m_Mutex);
 };
 
 // A sink may use the kit, as for the time: no other thread may get its turn while this one holds
@@ -147,7 +146,7 @@ class Pin {
 
 void TraceLog::Write(const TraceLine& line) {
   const Pin pin;
-  const std::lock_guard lock(m_Mutex);
+  const MutexLock lock(m_Mutex);
   if (m_Sink) {
     m_Sink(line);
     return;

@@ -57,16 +57,17 @@ bool VirtualScheduler::JumpToDeadline() {
 }
 
 // A thread that the kit does not know counts from when it was woken until it goes on.
-bool VirtualScheduler::SomebodyCanRun() const {
+bool VirtualScheduler::AnyThreadCanRun() const {
   const auto& known = Monitor::Get().Known();
   const auto& sleepers = Monitor::Get().Sleepers();
-  return std::any_of(known.begin(), known.end(), [](auto* thread) { return !thread->blocked; }) ||
+  return std::any_of(known.begin(), known.end(),
+                     [](auto* thread) HOST_REQUIRES(g_Monitor) { return !thread->blocked; }) ||
          std::any_of(sleepers.begin(), sleepers.end(),
-                     [](auto* sleeper) { return sleeper->woken; });
+                     [](auto* sleeper) HOST_REQUIRES(g_Monitor) { return sleeper->woken; });
 }
 
 void VirtualScheduler::Settle(MonitorLock& lock, Sleeper* own) {
-  while (!SomebodyCanRun() && !JumpToDeadline() && !m_Reported) {
+  while (!AnyThreadCanRun() && !JumpToDeadline() && !m_Reported) {
     if (Monitor::Get().Sleepers().empty()) return;
     ReportDeadlock(lock, own);
   }

@@ -1,4 +1,4 @@
-// What stands behind the toolkit's lock, event and thread.
+// The state of the toolkit's locks, events and threads.
 #pragma once
 
 #include <atomic>
@@ -11,59 +11,62 @@
 
 namespace HostKit {
 
-// A recursive lock. Free, and taken again by its owner, it costs no mutex: the owner is an atomic,
-// and only a thread that found it taken is counted in `m_Waiters` and goes through the monitor.
+// A recursive lock. Taking a free one, or one's own again, needs no mutex: the owner is an atomic.
+// Only a thread that finds it taken is counted in `m_Waiters` and waits in the monitor.
 struct LockState : Condition {
   LockState();
   ~LockState() override;
 
+  // These need no monitor, except for the text.
   bool Met() const override { return m_pOwner.load() == nullptr; }
   bool Take(ThreadRecord& taker) override;
-  std::string Text() const override;
+  std::string Text() const override HOST_REQUIRES(g_Monitor);
 
-  // Counts this wait against the failures that were ordered.
-  bool FailsNow();
+  // Counts this wait against the requested failures.
+  bool FailsNow() HOST_EXCLUDES(g_Monitor);
 
-  std::size_t m_Ordinal;  // guarded
   std::atomic<bool> m_Usable{false};
   std::atomic<ThreadRecord*> m_pOwner{nullptr};
   std::atomic<unsigned int> m_Depth{0};   // written by the owner only
   std::atomic<std::uint64_t> m_Taken{0};  // written by the owner only
   std::atomic<unsigned int> m_Waiters{0};
   std::atomic<bool> m_MayFail{false};
-  std::vector<unsigned int> m_FailingWaits;  // guarded: waits to go until each failure
+
+  std::size_t m_Ordinal HOST_GUARDED_BY(g_Monitor);
+  // Waits left until each failure.
+  std::vector<unsigned int> m_FailingWaits HOST_GUARDED_BY(g_Monitor);
 };
 
 struct EventState : Condition {
   EventState();
   ~EventState() override;
 
-  bool Met() const override { return m_Set; }
-  bool Take(ThreadRecord& taker) override;
-  std::string Text() const override;
+  bool Met() const override HOST_REQUIRES(g_Monitor) { return m_Set; }
+  bool Take(ThreadRecord& taker) override HOST_REQUIRES(g_Monitor);
+  std::string Text() const override HOST_REQUIRES(g_Monitor);
 
-  std::size_t m_Ordinal;  // guarded, as all below
-  bool m_Usable = false;
-  bool m_ManualReset = false;
-  bool m_Set = false;
+  std::size_t m_Ordinal HOST_GUARDED_BY(g_Monitor);
+  bool m_Usable HOST_GUARDED_BY(g_Monitor) = false;
+  bool m_ManualReset HOST_GUARDED_BY(g_Monitor) = false;
+  bool m_Set HOST_GUARDED_BY(g_Monitor) = false;
 };
 
-// The end of a thread can be waited for. Shared by the thread and the object that made it.
+// A thread, whose end can be waited for. Shared by the thread and the object that created it.
 struct ThreadState : Condition {
   ThreadState();
   ~ThreadState() override;
 
-  bool Met() const override { return m_Ended; }
-  bool Take(ThreadRecord&) override { return m_Ended; }
+  bool Met() const override HOST_REQUIRES(g_Monitor) { return m_Ended; }
+  bool Take(ThreadRecord&) override HOST_REQUIRES(g_Monitor) { return m_Ended; }
   std::string Text() const override;
 
-  std::size_t m_Ordinal;  // guarded, as all below
-  bool m_Created = false;
-  bool m_Ended = false;
-  bool m_Canceled = false;
-  unsigned int m_CancelRequests = 0;
-  unsigned long m_Handle = 0;
-  std::shared_ptr<ThreadRecord> m_pRecord;
+  const std::shared_ptr<ThreadRecord> m_pRecord;
+  std::size_t m_Ordinal HOST_GUARDED_BY(g_Monitor);
+  bool m_Created HOST_GUARDED_BY(g_Monitor) = false;
+  bool m_Ended HOST_GUARDED_BY(g_Monitor) = false;
+  bool m_Canceled HOST_GUARDED_BY(g_Monitor) = false;
+  unsigned int m_CancelRequests HOST_GUARDED_BY(g_Monitor) = 0;
+  unsigned long m_Handle HOST_GUARDED_BY(g_Monitor) = 0;
 };
 
 }  // namespace HostKit

@@ -6,8 +6,9 @@
 #include <atomic>
 #include <cstdint>
 #include <limits>
-#include <mutex>
 #include <string>
+
+#include "hostkit/toolkit/Mutex.h"
 
 namespace HostKit {
 
@@ -15,10 +16,17 @@ constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kAtOnce = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
-// Holds the monitor's mutex, which guards everything below that says "guarded".
-using MonitorLock = std::unique_lock<std::mutex>;
+// The mutex of the monitor, which guards all that the kit knows of threads and their waits.
+inline Mutex g_Monitor;
 
-// Where one thread sleeps. `Await` may be left by a cancellation, with the mutex taken again.
+// Holds that mutex. A function that takes one is called with it held.
+class HOST_SCOPED_CAPABILITY MonitorLock : public MutexLock {
+ public:
+  MonitorLock() HOST_ACQUIRE(g_Monitor) : MutexLock(g_Monitor) {}
+  ~MonitorLock() HOST_RELEASE() {}
+};
+
+// Where one thread sleeps. `Await` may be left by a cancellation, with the mutex held again.
 class WakeSignal {
  public:
   WakeSignal() { pthread_cond_init(&m_Condition, nullptr); }
@@ -26,9 +34,9 @@ class WakeSignal {
   WakeSignal(const WakeSignal&) = delete;
   WakeSignal& operator=(const WakeSignal&) = delete;
 
-  void Await(MonitorLock& lock);
+  void Await(MonitorLock& lock) HOST_REQUIRES(g_Monitor);
   // `deadlineNs` on the machine's monotonic clock.
-  void AwaitUntil(MonitorLock& lock, std::int64_t deadlineNs);
+  void AwaitUntil(MonitorLock& lock, std::int64_t deadlineNs) HOST_REQUIRES(g_Monitor);
   void Send() { pthread_cond_signal(&m_Condition); }
 
  private:
@@ -37,65 +45,76 @@ class WakeSignal {
 
 struct Sleeper;
 
-// A native thread as the kit sees it. Guarded, but for what its own thread alone touches.
+// A native thread as the kit sees it.
 struct ThreadRecord {
-  std::string name;
   WakeSignal wake;
-  Sleeper* sleeper = nullptr;   // set while it blocks
-  unsigned int knownDepth = 0;  // above 0: virtual time waits for it
-  bool blocked = false;
-  unsigned int heldLocks = 0;  // its own
-  bool pinned = false;         // its own: no switch points while it is inside a native lock
   std::atomic<bool> cancelRequested{false};
+
+  // Set before another thread can reach the record, or under the monitor.
+  std::string name;
+
+  Sleeper* sleeper HOST_GUARDED_BY(g_Monitor) = nullptr;  // set while it blocks
+  bool blocked HOST_GUARDED_BY(g_Monitor) = false;
+
+  // Above 0: virtual time waits for it. Written under the monitor; the thread itself reads it
+  // without.
+  unsigned int knownDepth = 0;
+
+  // Only the thread itself uses these.
+  unsigned int heldLocks = 0;
+  bool pinned = false;  // no switch points while it is inside a native lock
 };
 
 // What a thread can wait for.
 class Condition {
  public:
   virtual ~Condition() = default;
-  // Whether `Take` would succeed; guarded.
-  virtual bool Met() const = 0;
-  // Takes what was waited for, if it is there; guarded.
-  virtual bool Take(ThreadRecord& taker) = 0;
-  // For people, as in "lock 2, held by main"; guarded.
-  virtual std::string Text() const = 0;
+  // Whether `Take` would succeed.
+  virtual bool Met() const HOST_REQUIRES(g_Monitor) = 0;
+  // Takes what was waited for, for `taker`. False, without an effect, if it is not there.
+  virtual bool Take(ThreadRecord& taker) HOST_REQUIRES(g_Monitor) = 0;
+  // For people: "lock 2, held by main".
+  virtual std::string Text() const HOST_REQUIRES(g_Monitor) = 0;
 };
 
-// One wait that is under way; guarded.
+// One wait in progress.
 struct Sleeper {
   ThreadRecord& thread;
   const Condition& condition;
   const std::int64_t deadlineNs;
-  bool woken = false;  // the condition was met, the time is up, or the thread is canceled
-  bool timedOut = false;
+  // The condition was met, the time is up, or the thread is canceled.
+  bool woken HOST_GUARDED_BY(g_Monitor) = false;
+  bool timedOut HOST_GUARDED_BY(g_Monitor) = false;
 };
 
-// One time mode. Functions that take a lock are called with the monitor's mutex held.
+// One time mode.
 class WaitScheduler {
  public:
   virtual ~WaitScheduler() = default;
 
   // Called when the mode is selected, before any thread joins.
-  virtual void Restart(std::uint64_t seed) = 0;
+  virtual void Restart(std::uint64_t seed) HOST_REQUIRES(g_Monitor) = 0;
 
+  // The steady clock, the wall clock, and whether both are the machine's.
   virtual std::int64_t SteadyNs() const = 0;
   virtual std::int64_t EpochMs() const = 0;
   virtual bool IsReal() const = 0;
 
-  // The thread was added to or taken from the known ones. `Joined` is called by whoever makes the
-  // thread, `Begin` by the thread itself before it does anything.
-  virtual void Joined(ThreadRecord&) {}
-  virtual void Begin(MonitorLock&, ThreadRecord&) {}
-  virtual void Left(MonitorLock&, ThreadRecord&) {}
+  // The thread was added to or removed from the known ones. `Joined` is called by the thread's
+  // creator, `Begin` by the thread itself before it does anything.
+  virtual void Joined(ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
+  virtual void Begin(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
+  virtual void Left(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
 
-  // The calling thread could be overtaken here. Called without the mutex.
-  virtual void Point(ThreadRecord&) {}
+  // Another thread may take its turn here.
+  virtual void Point(ThreadRecord&) HOST_EXCLUDES(g_Monitor) {}
   // Returns when the sleeper was woken or its time is up.
-  virtual void Block(MonitorLock& lock, Sleeper& sleeper) = 0;
-  // Makes a blocked thread go on.
-  virtual void Wake(Sleeper& sleeper) = 0;
+  virtual void Block(MonitorLock& lock, Sleeper& sleeper) HOST_REQUIRES(g_Monitor) = 0;
+  // Lets a blocked thread continue.
+  virtual void Wake(Sleeper& sleeper) HOST_REQUIRES(g_Monitor) = 0;
 
-  // Ends the calling thread if it was asked to, and lets itself be canceled.
+  // A cancellation point: ends the calling thread, `self`, if its cancellation was requested. With
+  // the monitor held or without it.
   virtual void CancelHere(ThreadRecord& self);
 };
 

@@ -17,9 +17,9 @@ class EventSet final : public HostKit::Condition {
   bool Empty() const { return m_Events.empty(); }
   unsigned int Taken() const { return m_Taken; }
 
-  bool Met() const override;
-  bool Take(HostKit::ThreadRecord& taker) override;
-  std::string Text() const override;
+  bool Met() const override HOST_REQUIRES(HostKit::g_Monitor);
+  bool Take(HostKit::ThreadRecord& taker) override HOST_REQUIRES(HostKit::g_Monitor);
+  std::string Text() const override HOST_REQUIRES(HostKit::g_Monitor);
 
  private:
   struct Entry {
@@ -33,7 +33,8 @@ class EventSet final : public HostKit::Condition {
 };
 
 bool EventSet::Met() const {
-  const auto isSet = [](const Entry& entry) { return entry.event->Met(); };
+  const auto isSet = [](const Entry& entry)
+                         HOST_REQUIRES(HostKit::g_Monitor) { return entry.event->Met(); };
   return m_All ? std::all_of(m_Events.begin(), m_Events.end(), isSet)
                : std::any_of(m_Events.begin(), m_Events.end(), isSet);
 }
@@ -72,7 +73,7 @@ unsigned int CWaiter::Wait(unsigned int timeoutMs, bool all) {
   Monitor& monitor = Monitor::Get();
   EventSet events(all);
   {
-    const HostKit::MonitorLock lock = monitor.Enter();
+    const HostKit::MonitorLock lock;
     for (std::size_t i = 0; i < m_Events.size(); ++i) {
       if (m_Events[i]->m_Usable) events.Add(*m_Events[i], static_cast<unsigned int>(i));
     }
