@@ -3,7 +3,7 @@
 // Trusted owners are root and the user who asks. For root, every folder on the way to a file must
 // belong to root and be closed to other writers, or be sticky as /tmp is; the file itself must
 // belong to root and be closed to other writers. Other users may share folders and files with whom
-// they like. But from a folder that others may write, nobody uses the link or file of a stranger,
+// they like. But from a folder that others may write, no user takes the link or file of a stranger,
 // nor a file with a second name: whoever may write a folder can give another user's file a name
 // there.
 //
@@ -35,7 +35,7 @@ std::string ObjectionToWay(bool isInOpenFolder, const struct stat& entry, uid_t 
 // create them. A folder is judged by its owner alone.
 std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t user);
 
-// The permissions with which to create what `user` shall later accept again: closed to other
+// The permissions with which to create what `user` must accept again later: closed to other
 // writers for root, up to the umask for others.
 mode_t NewFileMode(uid_t user);
 mode_t NewFolderMode(uid_t user);

@@ -18,8 +18,8 @@ using std::filesystem::path;
 
 constexpr int kMostLinks = 40;  // the kernel's own limit
 
-// Each folder is opened from the one before it, so nobody can exchange a name between its check
-// and its use. Steps return false when the way ends there, with the reason in `m_Result`.
+// Each folder is opened from the one before it, so that no one can exchange a name between its
+// check and its use. Steps return false when the way ends there, with the reason in `m_Result`.
 class Resolver {
  public:
   Resolver(FolderOfOptions options, bool findsFile)

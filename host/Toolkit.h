@@ -83,8 +83,8 @@ namespace Native_OS {
 // A recursive lock: its owner may take it again, and releases it as often. Unusable until `Init`
 // has returned 1; until then every wait fails.
 //
-// Prefer `CSyncGuard`. For clang's analysis only guards take the lock, since it cannot tell the
-// results of `Wait` apart.
+// Prefer `CSyncGuard`. For clang's analysis only guards take the lock, since it cannot
+// distinguish the results of `Wait`.
 class HOST_CAPABILITY HOST_API CFastMutex {
  public:
   CFastMutex();

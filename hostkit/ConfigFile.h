@@ -1,15 +1,16 @@
-// What the kit's `PI::CConfigFile` answers, and what it does to the file.
+// The results of the kit's `PI::CConfigFile`, and what it does to the file.
 //
-// Other keys, sections and comments survive a write. A crash leaves the old file or the new one. A
-// file that is damaged, and a key or value that would not read back as given, are
-// `RESULT_NOT_WRITTEN`. A missing folder is made; a symbolic link stays one, and the file behind it
-// is written.
+// A write keeps other keys, sections and comments. It is atomic: a crash leaves the old file or the
+// new one. Concurrent writers, also in other processes, wait for each other. A missing folder is
+// created. A symbolic link is kept, and its target written. A damaged file, and a key or value that
+// would not read back as given, are not written.
 #pragma once
 
 #include <cstdint>
 
 namespace HostKit {
 
+// What `ReadKeyValue` and `WriteKeyValue` return.
 enum ConfigResult : std::uint32_t {
   RESULT_OK = 0,
   RESULT_NO_KEY = 1,       // no such key, or no such file

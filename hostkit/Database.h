@@ -1,4 +1,4 @@
-// What a host may do with its database beyond handing it to plug-ins.
+// What a host can do with its database besides handing it to plug-ins. From any thread.
 #pragma once
 
 #include <optional>
@@ -9,30 +9,34 @@
 
 namespace HostKit {
 
-// Begins a new life of the host on the file that CORVANE_DATABASE names now: closes the old one,
-// opens the new one, and clears the plug-ins' rows that an earlier life left in it. The pointer of
-// `getDatabasePointer` stays good. A file that cannot be opened is tried again at each statement,
-// and only they report it. From any thread; for a host that changes its file.
+// Starts over with the file that CORVANE_DATABASE names now: closes the old file, opens the new
+// one, and clears the plug-ins' rows that an earlier run of a host left in it. The pointer of
+// `getDatabasePointer` remains valid. Reports nothing: a file that cannot be opened is tried again
+// at each statement, which then throws.
 HOST_API void ReopenDatabase();
 
+// The tables that plug-ins write, by what their rows are about.
 enum class RowKind { Adapter, Drive, Plugin };
 
-// A list is one text with "?" between its elements.
+// How to read a cell. A list is one text with "?" between its elements.
 enum class CellKind { Text, List, Integer, Real };
 
+// A column of a table.
 struct RowColumn {
-  std::string m_Name;
+  std::string m_Name;  // in the database
   CellKind m_Kind = CellKind::Text;
 };
 
+// A copy of a table.
 struct RowTable {
-  std::string m_Name;
+  std::string m_Name;  // in the database
   std::vector<RowColumn> m_Columns;
-  std::vector<std::vector<std::optional<std::string>>> m_Rows;  // as wide; nothing for NULL
+  // One cell per column; std::nullopt for NULL.
+  std::vector<std::vector<std::optional<std::string>>> m_Rows;
 };
 
-// What plug-ins have written of their objects of one kind, by the keys, which stand in the first
-// column. Throws `DBEXCEPTION::DatabaseException`. From any thread.
+// The rows that plug-ins have written for one kind of object, ordered by key, which is the first
+// column. Throws `DBEXCEPTION::DatabaseException` if the database cannot be read.
 HOST_API RowTable ReadRows(RowKind kind);
 
 }  // namespace HostKit

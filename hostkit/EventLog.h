@@ -1,7 +1,7 @@
-// The host's own log of events, in the same file as the plug-ins' rows. It outlives them: no start
-// of the host clears it. Beyond 20,000 entries the oldest go.
+// The host's event log, in the same file as the plug-ins' rows. Starting a host does not clear it.
+// It keeps the newest 20,000 entries.
 //
-// All functions may be called from any thread, and throw `DBEXCEPTION::DatabaseException` when the
+// All functions may be called from any thread, and throw `DBEXCEPTION::DatabaseException` if the
 // database cannot be used.
 #pragma once
 
@@ -15,26 +15,28 @@
 
 namespace HostKit {
 
+// One entry of the log.
 struct LoggedEvent {
-  std::int64_t m_Number;  // in order of logging, never used twice
+  std::int64_t m_Number;  // rises in order of logging, never reused; 0 before logging
   std::uint64_t m_Time;   // milliseconds since the epoch
   std::uint32_t m_Severity;
   std::uint32_t m_EventID;
   std::uint64_t m_ObjectID;
   std::string m_SourceName;  // the object's name
-  std::string m_Message;     // the event's sentence, as it was worded when it was logged
-  // What tells the object apart in every run; ids and names go by its place.
+  std::string m_Message;     // the event's sentence, as worded when it was logged
+  // These identify the object across runs; ids and names depend on where a card is plugged in.
   std::string m_SerialNumber;      // of the card; empty: unknown
   std::uint32_t m_ObjectType = 0;  // an `_OBJECT_TYPE`; 0: unknown
 };
 
-// The event as the log words it, without a number; of its object nothing but id and name.
+// The entry for an event, with its message. Number, serial number and object type are not set.
 HOST_API LoggedEvent WordEvent(const PI::CEvent& event);
 
-// Appends all of them or none, and draws their numbers.
+// Appends the entries with new numbers; on failure, none of them. `m_Number` is ignored.
 HOST_API void AppendEvents(const std::vector<LoggedEvent>& events);
 
-// The newest `limit` events among those not older than `sinceMs`, in order of logging.
+// The newest `limit` entries among those with a time of at least `sinceMs`, in milliseconds since
+// the epoch, in order of logging.
 HOST_API std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit);
 
 }  // namespace HostKit

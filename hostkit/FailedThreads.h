@@ -1,5 +1,5 @@
-// Threads that a module asked for and did not get. The module goes on without them, and only its
-// host can tell somebody.
+// Threads that a module tried to start in vain. The module continues without them, and only its
+// host can report that to a person.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace HostKit {
 
-// How many threads of this process could not be started so far, as for want of memory or because
-// of a limit.
+// How many threads could not be started so far in this process, as for lack of memory or because of
+// a limit. From any thread.
 HOST_API std::size_t FailedThreads();
 
 }  // namespace HostKit

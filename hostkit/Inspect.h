@@ -1,4 +1,7 @@
-// What a test may see of the kit's locks, events and threads, and how it makes them fail.
+// For tests: the state of the kit's locks, events and threads, and making them fail. From any
+// thread.
+//
+// Ordinals count objects of one kind in order of construction since `ResetLedger`, from 1.
 #pragma once
 
 #include <cstddef>
@@ -10,46 +13,51 @@
 
 namespace HostKit {
 
+// A lock at one moment.
 struct HOST_API LockView {
-  std::size_t ordinal;  // in order of construction since `ResetLedger`, from 1; 0 if made before
-  std::string owner;    // name of the thread that holds it; empty when free
-  unsigned int depth;   // 0 when free
-  bool initialized;
-  std::uint64_t taken;  // waits that succeeded since it was made
+  std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
+  std::string owner;    // name of the thread that holds it; empty if free
+  unsigned int depth;   // how often its owner has taken it; 0 if free
+  bool initialized;     // `Init` has returned 1
+  std::uint64_t taken;  // successful waits so far
 };
 
+// An event at one moment.
 struct HOST_API EventView {
-  std::size_t ordinal;
-  bool initialized;
+  std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
+  bool initialized;     // `Init` has returned 1
   bool manualReset;
   bool set;
 };
 
+// A thread at one moment.
 struct HOST_API ThreadView {
-  std::size_t ordinal;
+  std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
   bool ended;
-  bool canceled;                // asked to end while it ran
-  unsigned int cancelRequests;  // calls of `Cancel`, those after its end too
+  bool canceled;                // its cancellation was requested while it ran
+  unsigned int cancelRequests;  // calls of `Cancel`, including those after its end
 };
 
-// What is alive now. A thread is from its start until both it and its object are gone.
+// The locks, events and threads that exist now, in order of construction. A thread exists from its
+// start until both the thread and its object are gone.
 HOST_API std::vector<LockView> Locks();
 HOST_API std::vector<EventView> Events();
 HOST_API std::vector<ThreadView> Threads();
 
-// Restarts the ordinals and takes all failures back.
+// Restarts the ordinals and cancels all requested failures.
 HOST_API void ResetLedger();
 
-// Makes `Init` of the lock or event with that ordinal give 0.
+// Makes `Init` of the lock or event with that ordinal return 0.
 HOST_API void FailLockInit(std::size_t ordinal);
 HOST_API void FailEventInit(std::size_t ordinal);
 
-// Makes the `nth` wait from now, counted from 1, of that lock give WAIT_FAILED at once.
+// Makes the `nth` wait of that lock from now, 1-based, return WAIT_FAILED at once. The lock need
+// not exist yet.
 HOST_API void FailLockWait(std::size_t ordinal, unsigned int nth);
 
-// Makes the `nth` start of a thread from now, counted from 1, give 0, as when the system has no
-// room for another thread: the object then has no handle and nothing to wait for. A start that
-// would fail anyway is not counted.
+// Makes the `nth` `CThread::Create` from now, 1-based, return 0, as if the system could start no
+// more threads: the object then has no handle and no thread to wait for. A call that would fail
+// anyway is not counted.
 HOST_API void FailThreadCreate(unsigned int nth);
 
 }  // namespace HostKit

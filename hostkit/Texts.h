@@ -1,8 +1,8 @@
-// The host's message tables: what people read for the numbers of the vocabulary.
+// The host's message tables: what people read for the host's numbers.
 //
-// The tables hold every number of the lists in host/own/IdentifierLists.h, and of the special low
-// numbers those that a result, an event, an operation or a choice may bear. All functions may be
-// called from any thread.
+// The tables have every number of the lists in host/own/IdentifierLists.h, and the special low
+// numbers that a result, an event, an operation or a choice can have. For any other number the
+// functions return an empty text or 0. All may be called from any thread.
 #pragma once
 
 #include <cstdint>
@@ -14,53 +14,52 @@
 
 namespace HostKit {
 
-// `Property` holds the short names too.
+// The kinds of numbers. `Property` includes the short names.
 enum class Family { Error, Event, Operation, Property, Value };
 
-// All numbers of a family, rising.
+// All numbers of a family, in ascending order.
 HOST_API std::vector<std::uint32_t> NumbersOf(Family family);
 
-// The identifier's name, such as "CTRL_NORMAL"; empty for a number outside the tables.
+// The identifier's name, such as "CTRL_NORMAL".
 HOST_API std::string NameOf(Family family, std::uint32_t number);
 
-// A caption in plain words, such as "Chip temperature"; for an error a sentence, for an event a
-// sentence with the places %1 and %2. Empty for a number outside the tables.
+// A caption, such as "Chip temperature"; for an error a sentence, for an event a sentence with the
+// placeholders %1 and %2.
 HOST_API std::string CaptionOf(Family family, std::uint32_t number);
 
-// What it means, in a sentence or two for somebody who meets it first; for an event with NAME in
-// its places, for a plain value its caption. Empty for a number outside the tables.
+// What it means, in a sentence or two, for readers who see it for the first time. For an event, its
+// sentence with NAME for its placeholders; for a plain value, its caption.
 HOST_API std::string MeaningOf(Family family, std::uint32_t number);
 
-// What a person can do about it, in a sentence or two: there for every error, every value that an
-// adapter tells as a reason for its status, and every event that tells of such a reason or is of
-// warning severity or worse. Empty for everything else.
+// What a person can do about it, in a sentence or two. Every error has advice, every value that is
+// a reason for an adapter's status, and every event that reports such a reason or has the severity
+// of a warning or worse. Empty for everything else.
 HOST_API std::string AdviceOf(Family family, std::uint32_t number);
 
-// The severity that an event has at least; information for a number outside the tables.
+// The lowest severity of an event; information for an unknown number.
 HOST_API PI::_SEVERITY SeverityOf(std::uint32_t event);
 
-// The reason for an adapter's status that an event tells of; 0 when it tells of none.
+// The reason for an adapter's status that an event reports, or 0.
 HOST_API std::uint32_t ReasonOf(std::uint32_t event);
 
-// The event with which a reason begins; 0 when none tells of it.
+// The event that reports the start of a reason, or 0.
 HOST_API std::uint32_t EventOf(std::uint32_t reason);
 
-// The best status that an adapter has while it tells a reason: PI::Value::OK for one that does not
-// make it worse, else WARNING or FAILED. UNDEFINED for what is not a reason.
+// The best status of an adapter with that reason: PI::Value::OK for one that does not make it
+// worse, else WARNING or FAILED. UNDEFINED for a number that is not a reason.
 HOST_API PI::_VALUE_ID StatusOf(std::uint32_t reason);
 
-// The number of a name, compared without case; 0 when there is none. A name that a property and a
-// short name share means the property.
+// The number of a name, in any case; 0 for an unknown name. A name that a property and a short name
+// share means the property.
 HOST_API std::uint32_t NumberOf(Family family, const std::string& name);
 
-// The event's sentence with its places filled in, an empty text as "(unnamed)". Empty for an event
-// outside the tables.
+// The event's sentence with its placeholders filled in, an empty text as "(unnamed)".
 HOST_API std::string MessageOf(const PI::CEvent& event);
 
-// The symbol of a unit, such as "°C" or "MiB"; empty for a unit outside the tables.
+// The symbol of a unit, such as "°C" or "MiB".
 HOST_API std::string UnitSymbol(PI::_UNITS unit);
 
-// A host text such as the question before an operation, by its number; empty outside the tables.
+// A host text, such as the question before an operation, by its number.
 HOST_API std::string HostText(std::uint32_t number);
 
 }  // namespace HostKit

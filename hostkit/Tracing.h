@@ -1,4 +1,4 @@
-// Where trace lines go and which are written.
+// Which trace lines are written, and where. From any thread.
 #pragma once
 
 #include <cstdint>
@@ -10,28 +10,33 @@
 
 namespace HostKit {
 
-// One line as a module sent it.
+// One line as a module sent it. Its texts may contain any byte.
 struct HOST_API TraceLine {
-  unsigned int level;
-  std::string module;
-  std::string file;  // the source's stem
+  unsigned int level;  // one bit of the trace mask
+  std::string module;  // its name
+  std::string file;    // without folder and extension
   std::string function;
   int line;
   std::string text;
 };
 
-// Sets the mask of every module, of those loaded now and those loaded later.
+// Sets the trace mask, one bit per level, of all modules, including those loaded later. At startup
+// it is taken from CORVANE_TRACE.
 HOST_API void SetTraceMask(std::uint32_t mask);
 
-// A number, a list of levels as in "2,4,16", "all" or "off"; nothing for any other text.
+// The mask for a number, a list of levels such as "2,4,16", "all" or "off"; std::nullopt for any
+// other text.
 HOST_API std::optional<std::uint32_t> ParseTraceLevels(const std::string& text);
 
-// Sends lines to `sink` instead of the log, one at a time; an empty function brings the log back.
-// The sink may be called with locks of the module held; it must not call into it, nor wait.
+// Sends lines to `sink` instead of the log, one at a time; an empty function restores the log. The
+// sink is called on the thread that traces, possibly with locks of the module held: it must neither
+// call the module nor wait.
 HOST_API void SetTraceSink(std::function<void(const TraceLine&)> sink);
 
-// Sends the log to a file, made if missing and rotated as it grows, or to standard error when
-// `path` is empty. False when the file cannot be opened; the log then stays where it was.
+// Sends the log to a file, which is created if missing and rotated as it grows, or to standard
+// error if `path` is empty. Returns false, and changes nothing, if the file cannot be opened or
+// another user could have put it there; errno gives the reason. At startup the log goes to
+// CORVANE_TRACE_FILE.
 HOST_API bool SetTraceFile(const std::string& path);
 
 }  // namespace HostKit

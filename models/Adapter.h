@@ -1,7 +1,7 @@
 // A storage adapter as a row of the host's database.
 //
-// The plug-in fills a part of the fields; the others give the row the full set of columns that the
-// host has for adapters of every make.
+// The plug-in sets some of the fields; the others exist because the host's table has columns for
+// adapters of all vendors.
 #pragma once
 
 #include "models/FieldsMap.h"

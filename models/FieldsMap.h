@@ -1,7 +1,7 @@
-// What a row of the database is made of, and what ties its fields to the columns of its table.
+// Row types of the database, and the maps from their fields to the columns of a table.
 //
-// A row type is a plain value: default-built, every field is null. A map is filled by the host when
-// it builds its storage, and only read after that, so that any thread may read it.
+// A row is a plain value; in a new one every field is null. The host fills a map when it builds its
+// storage; after that maps are only read, by any thread.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@ namespace RaidDataModels {
 
 using string_list = std::vector<std::string>;
 
-// A field has no separate state for absence: these values mean NULL. A list has none; its default
-// is the empty list.
+// These values mean NULL; a field has no other way to express it. A list cannot be NULL; its
+// default is the empty list.
 constexpr int null_int = std::numeric_limits<int>::min();
 constexpr unsigned long null_ulong = std::numeric_limits<unsigned long>::max();
 constexpr double null_double = std::numeric_limits<float>::min();
@@ -26,28 +26,28 @@ inline const std::string null_text = "NULL";
 
 static_assert(sizeof(unsigned long) == sizeof(std::uint64_t));
 
-// Lets maps of different row types stand in one list.
+// Allows maps of different row types in one list.
 class CORVANE_API dbModelFieldsMapBase {
  public:
   virtual ~dbModelFieldsMapBase() = default;
 };
 
-// Ties one field of a row to its column.
+// Which column one field of a row belongs to.
 template <class Row, class Field>
 struct dbModelField {
   Field Row::*member;
-  std::string name;  // the column's
-  int index;         // the column's place in the table, from 0
+  std::string name;  // of the column
+  int index;         // of the column in the table, from 0
 };
 
-// The fields of one row type by their types. Each column stands in exactly one list, and a list has
-// its columns in the order of the table. A key of type int has index 0, a key of type unsigned long
-// the last one.
+// The fields of one row type, by their types. Each column is in exactly one list, and each list is
+// in the order of the table. A key of type int has index 0, a key of type unsigned long the last
+// one.
 template <class Row>
 class CORVANE_API dbModelFieldsMap : public dbModelFieldsMapBase,
                                      public Singleton<dbModelFieldsMap<Row>> {
  public:
-  std::string alias;    // stands for the table in conditions
+  std::string alias;    // of the table, in conditions
   int columnCount = 0;  // of the table
   std::vector<dbModelField<Row, int>> intFields;
   std::vector<dbModelField<Row, unsigned long>> ulongFields;
@@ -60,7 +60,7 @@ class CORVANE_API dbModelFieldsMap : public dbModelFieldsMapBase,
   dbModelFieldsMap() = default;
 };
 
-// The list of fields of type `Field`; `map` may be const.
+// The list of fields of type `Field`, by reference; const if `map` is.
 template <class Field, class Map>
 auto& fields_of(Map& map) {
   if constexpr (std::is_same_v<Field, int>)
@@ -77,5 +77,5 @@ auto& fields_of(Map& map) {
 
 }  // namespace RaidDataModels
 
-// Declares one field of a row type from the row of its list.
+// Declares one field of a row type from one row of its list.
 #define DB_MODEL_FIELD(type, name, initial) type name = initial;

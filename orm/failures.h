@@ -1,7 +1,7 @@
-// The texts of what the layer throws.
+// The texts of the exceptions that the layer throws.
 //
-// Four of them tell apart what could not be found, and two carry a text from below. The texts
-// differ in small ways, and hosts tell failures apart by them.
+// Four of them say what could not be found, and two contain a text of the database. Hosts recognize
+// failures by these texts, including their small differences.
 #pragma once
 
 #include <string>
@@ -10,15 +10,16 @@
 
 namespace DatabaseORM {
 
+// What failed.
 enum class failure_t { no_map, no_map_in_insert, no_map_for_alias, no_column, query, key };
 
+// A failure, and its text before and after the detail.
 struct failure_text_t {
   failure_t failure;
   const char* before;
   const char* after;
 };
 
-// Failure, its text up to the detail, and its text behind it.
 constexpr failure_text_t failure_texts[] = {
     {failure_t::no_map, "Storage query exception thrown! No such model in map exist.", ""},
     {failure_t::no_map_in_insert, "Storage query exception thrown! No such model in map exist!",
@@ -29,7 +30,7 @@ constexpr failure_text_t failure_texts[] = {
     {failure_t::key, "Storage query exception thrown! Cannot read ID from database! (", ")"},
 };
 
-// `detail` is for the last two.
+// The text of a failure. Only `query` and `key` have a detail: the database's own text.
 inline std::string failure_text(failure_t failure, const std::string& detail = {}) {
   for (const failure_text_t& row : failure_texts) {
     if (row.failure == failure) return row.before + detail + row.after;
@@ -37,12 +38,13 @@ inline std::string failure_text(failure_t failure, const std::string& detail = {
   return detail;
 }
 
+// Throws `DBEXCEPTION::DatabaseException` with that text.
 [[noreturn]] inline void fail(failure_t failure, const std::string& detail = {}) {
   throw DBEXCEPTION::DatabaseException(failure_text(failure, detail));
 }
 
-// Runs `step`; a failure of the database in it becomes `failure` with the old text as its detail.
-// Any other exception passes.
+// Runs `step` and returns its result. If the database fails in it, throws `failure` with the
+// database's text as its detail. Other exceptions pass.
 template <class Step>
 auto failing_as(failure_t failure, Step step) {
   try {

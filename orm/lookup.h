@@ -1,4 +1,7 @@
-// Finds the map, the table and the column of a row type.
+// Finds the map, the table and the column of a row type. The lists are only read.
+//
+// A list may have entries of any row type; an entry is found by its type, with dynamic_cast, also
+// if the host's library has created it.
 #pragma once
 
 #include <memory>
@@ -11,13 +14,14 @@
 
 namespace DatabaseORM {
 
+// What a storage knows: at most one table and one map per row type.
 using tables_t = std::vector<std::shared_ptr<tableBase_t>>;
 using model_maps_t = std::vector<std::shared_ptr<RaidDataModels::dbModelFieldsMapBase>>;
 
 template <class Row>
 using fields_map_t = RaidDataModels::dbModelFieldsMap<Row>;
 
-// The first of `entries` that is a `Wanted`, kept alive by the result, or null.
+// The first of `entries` that is a `Wanted`, sharing its ownership, or null.
 template <class Wanted, class Entry>
 std::shared_ptr<Wanted> find_entry(const std::vector<std::shared_ptr<Entry>>& entries) {
   for (const auto& entry : entries) {
@@ -26,7 +30,7 @@ std::shared_ptr<Wanted> find_entry(const std::vector<std::shared_ptr<Entry>>& en
   return nullptr;
 }
 
-// The map of `Row`; without one, throws what `missing` says.
+// The map of `Row`. Throws `missing` without one.
 template <class Row>
 std::shared_ptr<fields_map_t<Row>> find_map(const model_maps_t& maps,
                                             failure_t missing = failure_t::no_map) {
@@ -35,15 +39,16 @@ std::shared_ptr<fields_map_t<Row>> find_map(const model_maps_t& maps,
   return found;
 }
 
-// The table of `Row`. Without one, a table without a name and without columns: the statement then
-// shows what is missing, and the database refuses it.
+// The table of `Row`. Without one, an empty table: the statement then lacks the table's name, and
+// the database rejects it.
 template <class Row>
 std::shared_ptr<const table_t<Row>> find_table(const tables_t& tables) {
   auto found = find_entry<table_t<Row>>(tables);
   return found ? found : std::make_shared<table_t<Row>>();
 }
 
-// The column of `member`; the last one, should the map have several. Throws for none.
+// The name of the column of `member`; the last one if the map has several. Throws
+// `failure_t::no_column` without one.
 template <class Row, class Field>
 std::string column_name(const fields_map_t<Row>& map, Field Row::*member) {
   std::string name;

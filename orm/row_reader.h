@@ -1,4 +1,7 @@
-// Turns the cells of an answer into rows.
+// Turns the cells of a result into rows. Needs no lock: it uses only its arguments.
+//
+// Cells come as one flat list of texts, row by row, in the order of the table's columns. NULL is
+// the word NULL; a text that is that word reads as NULL too.
 #pragma once
 
 #include <locale.h>
@@ -21,8 +24,9 @@
 
 namespace DatabaseORM {
 
-// Reads a cell. A cell that is not a number throws `std::invalid_argument`, one out of range
-// `std::out_of_range`; nothing in this layer catches them.
+// Sets `value` from a cell; the word NULL becomes the null value of its type. A cell that is not a
+// number throws `std::invalid_argument`, one out of range `std::out_of_range`, and leaves `value`
+// unchanged; nothing in this layer catches them.
 inline void read_cell(const std::string& cell, int& value) {
   value = cell == null_word ? RaidDataModels::null_int : std::stoi(cell);
 }
@@ -32,8 +36,8 @@ inline void read_cell(const std::string& cell, unsigned long& value) {
       cell == null_word ? RaidDataModels::null_ulong : static_cast<unsigned long>(std::stoll(cell));
 }
 
-// `std::stod` as it is in the C locale: the host's own may have a decimal comma, and the database
-// has not.
+// `std::stod` for the C locale: the host's locale may have a decimal comma, the database never
+// does.
 inline double number_of(const std::string& cell) {
   static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
   const int errno_before = std::exchange(errno, 0);
@@ -53,19 +57,21 @@ inline void read_cell(const std::string& cell, std::string& value) {
   value = cell;
 }
 
+// A list: elements separated by "?". Empty ones are dropped.
 inline void read_cell(const std::string& cell, RaidDataModels::string_list& value) {
   boost::algorithm::split(value, cell, boost::algorithm::is_any_of(element_separator));
   value.erase(std::remove(value.begin(), value.end(), std::string()), value.end());
 }
 
-// Goes through the cells of one row. The fields of each type are taken in turn, so they must stand
-// in the order of the columns; their indexes play no part.
+// Reads the cells of one row from left to right. The fields of each type are used in turn, so they
+// must be in the order of the columns; their indexes are not used.
 template <class Row>
 class row_reader_t {
  public:
+  // For one row. The map must outlive the reader.
   explicit row_reader_t(const fields_map_t<Row>& map) : m_map(map) {}
 
-  // A column for which the map has no field left is passed over.
+  // Sets the next field of that kind in `row`. Skips a column for which the map has no field left.
   void read(column_kind_t kind, const std::string& cell, Row& row) {
     switch (kind) {
       case string_column:
@@ -96,7 +102,8 @@ class row_reader_t {
   std::size_t m_doubles = 0;
 };
 
-// Cells that are fewer than a row, at the end, are dropped; without columns there are no rows.
+// The rows in `cells`, which has one row after the other. An incomplete last row is dropped;
+// without columns there are no rows. Throws as `read_cell` does.
 template <class Row>
 std::vector<Row> read_rows(const fields_map_t<Row>& map, const table_t<Row>& table,
                            const std::vector<std::string>& cells) {

@@ -1,4 +1,5 @@
-// Builds the texts of statements from rows and metadata; runs nothing.
+// Builds the texts of statements from rows, maps and tables. Runs nothing and changes nothing;
+// throws nothing but std::bad_alloc unless a comment says otherwise. No value is escaped.
 #pragma once
 
 #include <cstddef>
@@ -15,18 +16,20 @@ namespace DatabaseORM {
 
 using texts_t = std::vector<std::string>;
 
-// One place per column, each empty until a field fills it. A field whose index lies outside throws
-// `std::out_of_range`.
+// One text per column, empty until a field fills it.
 template <class Row>
 texts_t empty_columns(const fields_map_t<Row>& map) {
   return texts_t(static_cast<std::size_t>(map.columnCount));
 }
 
+// The text of a column. Throws `std::out_of_range` for an index that the table does not have.
 inline std::string& at(texts_t& columns, int index) {
   return columns.at(static_cast<std::size_t>(index));
 }
 
-// Puts a separator behind each text but the empty ones, and takes the last one off.
+// The texts that are not empty, separated:
+//
+//   a, b
 inline std::string joined_columns(const texts_t& columns) {
   std::string text;
   for (const std::string& column : columns) {
@@ -37,11 +40,14 @@ inline std::string joined_columns(const texts_t& columns) {
   return text;
 }
 
+// The beginning of a statement that writes: switches the checks of foreign keys on if the table
+// wants that, else nothing.
 template <class Row>
 std::string foreign_keys_text(const table_t<Row>& table) {
   return table.foreignKeys ? "PRAGMA foreign_keys = ON;" + word_separator : "";
 }
 
+// Whether the database assigns the table's key.
 template <class Row>
 bool has_auto_key(const table_t<Row>& table) {
   for (const auto& column : table.columns) {
@@ -50,8 +56,8 @@ bool has_auto_key(const table_t<Row>& table) {
   return false;
 }
 
-// Where a key that the database gives stands, by its type: an int comes first in its table, an
-// unsigned long last.
+// Whether a field is the key that the database assigns, by its position: an int is the first column
+// of its table, an unsigned long the last.
 template <class Row>
 bool is_key(const fields_map_t<Row>&, const RaidDataModels::dbModelField<Row, int>& field) {
   return field.index == 0;
@@ -68,7 +74,7 @@ bool is_key(const fields_map_t<Row>&, const RaidDataModels::dbModelField<Row, Fi
   return false;
 }
 
-// Calls `visit` with each field of the map, one type after the other.
+// Calls `visit` with each field of the map, type by type.
 template <class Row, class Visit>
 void for_each_field(const fields_map_t<Row>& map, Visit visit) {
   for (const auto& field : map.intFields) visit(field);
@@ -78,7 +84,13 @@ void for_each_field(const fields_map_t<Row>& map, Visit visit) {
   for (const auto& field : map.doubleFields) visit(field);
 }
 
-// Without a key of the database's own the values stand alone, so every column must be among them.
+// A new row, whose key the database assigns or not:
+//
+//   INSERT INTO table (name, size) VALUES("x", 1);
+//   INSERT INTO table VALUES(3, "x", 1);
+//
+// The second form names no columns, so the map must have a field for each. Throws
+// `std::out_of_range` for a field beyond the table.
 template <class Row>
 std::string insert_text(const fields_map_t<Row>& map, const table_t<Row>& table, const Row& row) {
   const bool auto_key = has_auto_key(table);
@@ -95,11 +107,11 @@ std::string insert_text(const fields_map_t<Row>& map, const table_t<Row>& table,
          columns + "VALUES(" + joined_columns(values) + ");";
 }
 
-// What `update` takes as the key from a field: its value, when the field stands first in its table
-// and is a number.
+// For a row without a key. No stored row has it.
 constexpr int no_key = -1;
 
-// `text` may be changed to show the key as it is cut to an int.
+// The key that `update` takes from the first field of a table: its value if it is a number. An
+// unsigned long is truncated to an int, and `text` changed accordingly.
 template <class Field>
 int key_of(const Field&, std::string&) {
   return no_key;
@@ -115,8 +127,12 @@ inline int key_of(unsigned long value, std::string& text) {
   return key;
 }
 
-// The row is known by the column `ID`, whatever the map calls the key. A row without a key changes
-// nothing: no row has the key -1.
+// All columns of the row with the same key:
+//
+//   UPDATE table SET ID=3, name="x", size=1 WHERE ID = 3;
+//
+// The key's column is `ID`, whatever the map calls it. A row without a key changes nothing. Throws
+// `std::out_of_range` for a field beyond the table.
 template <class Row>
 std::string update_text(const fields_map_t<Row>& map, const table_t<Row>& table, const Row& row) {
   texts_t pairs = empty_columns(map);
@@ -132,13 +148,18 @@ std::string update_text(const fields_map_t<Row>& map, const table_t<Row>& table,
          "WHERE ID = " + number_text(key) + ";";
 }
 
+// The largest value of a column:
+//
+//   SELECT MAX(size) FROM table
 template <class Row>
 std::string max_text(const table_t<Row>& table, const std::string& column) {
   return "SELECT" + word_separator + "MAX(" + column + ")" + word_separator + "FROM" +
          word_separator + table.name;
 }
 
-// `condition` brings its own blank.
+// The rows that meet `condition`, which begins with a blank:
+//
+//   SELECT * FROM table alias  WHERE alias.size = '1'
 template <class Row>
 std::string select_text(const table_t<Row>& table, const std::string& alias,
                         const std::string& condition) {
@@ -146,6 +167,9 @@ std::string select_text(const table_t<Row>& table, const std::string& alias,
          word_separator + alias + word_separator + condition;
 }
 
+// Deletes the rows that meet `condition`:
+//
+//   DELETE FROM table  WHERE size = '1'
 template <class Row>
 std::string delete_text(const table_t<Row>& table, const std::string& condition) {
   return foreign_keys_text(table) + "DELETE" + word_separator + "FROM" + word_separator +

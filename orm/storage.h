@@ -4,7 +4,7 @@
 //   auto rows = storage->get_all<Adapter>(where(is_equal(&Adapter::adapterNumber, 3) and
 //                                               is_equal(&Adapter::hostName, "localhost")));
 //
-// Statements are plain text. What a value holds is not escaped anywhere.
+// Statements are plain text; values are not escaped.
 #pragma once
 
 #include <locale>
@@ -27,19 +27,20 @@
 namespace DatabaseORM {
 
 // Built by the host, which fills in its tables and field maps, and shared with the plug-in. It has
-// no lock, and deleting changes `useAlias` for a while: one thread at a time.
+// no lock, and deleting changes `useAlias` temporarily: one thread at a time.
 //
-// Every statement stands alone; there are no transactions. A statement that the database refuses
-// throws `DBEXCEPTION::DatabaseException`; see orm/failures.h for its texts.
+// There are no transactions; every statement takes effect by itself. Failures, also of the
+// database, throw `DBEXCEPTION::DatabaseException` with the texts of orm/failures.h.
 class CORVANE_API storage_t {
  public:
-  bool useAlias = true;  // whether a condition prefixes its columns with the table's alias
+  bool useAlias = true;  // whether conditions prefix their columns with the table's alias
   std::shared_ptr<DatabaseWrapper::DatabaseDAO> dao;
   tables_t tables;
   model_maps_t modelMaps;
 
-  // Writes a new row. Gives its key when the table has one that the database fills in, else 0. The
-  // key is predicted: it is the largest one before the row was written, plus 1.
+  // Writes a new row. Returns its key if the database assigns the table's key, else 0. The key is
+  // predicted: it is the largest one before the row was written, plus 1. Throws without a map for
+  // `Row`, or if the database rejects a statement; no row is written then.
   template <class Row>
   int insert(Row row) {
     const auto map = find_map<Row>(modelMaps, failure_t::no_map_in_insert);
@@ -49,15 +50,17 @@ class CORVANE_API storage_t {
     return key;
   }
 
-  // Writes all columns of the row with the same key. A row whose key is null changes nothing.
+  // Writes all columns of the row with the same key. A row whose key is null, or that the table
+  // does not have, changes nothing. Throws without a map for `Row`, or if the database rejects the
+  // statement.
   template <class Row>
   void update(Row row) {
     const auto map = find_map<Row>(modelMaps);
     run(update_text(*map, *find_table<Row>(tables), row));
   }
 
-  // The largest value of a column, `Field` being int or unsigned long. 0 when there is none, which
-  // an unknown row type and a cell that is no such number are as well.
+  // The largest value of a column, where `Field` is int or unsigned long. 0 if there is none, if
+  // the row type is unknown, or if the result is not such a number.
   template <class Field, class Row>
   Field max(Field Row::*member) {
     const auto map = find_entry<fields_map_t<Row>>(modelMaps);
@@ -71,8 +74,8 @@ class CORVANE_API storage_t {
     return cell >> value ? value : 0;
   }
 
-  // The rows that meet the condition, in the order of the database. A cell that its column's type
-  // cannot read throws `std::invalid_argument` or `std::out_of_range`.
+  // The rows that meet the condition, in the database's order. A cell that does not fit its
+  // column's type throws `std::invalid_argument` or `std::out_of_range`.
   template <class Row, class Condition>
   std::vector<Row> get_all(where_t<Condition> where) {
     const auto map = find_map<Row>(modelMaps);
@@ -82,7 +85,9 @@ class CORVANE_API storage_t {
     return read_rows(*map, *table, run(select_text(*table, alias, condition)));
   }
 
-  // Deletes the rows that meet the condition. `useAlias` is true afterwards, also after a failure.
+  // Deletes the rows that meet the condition; it may be none. `useAlias` is true afterwards, also
+  // after a failure. Throws without a map for `Row` or for a row type in the condition, or if the
+  // database rejects the statement.
   template <class Row, class Condition>
   void remove_all(where_t<Condition> where) {
     find_map<Row>(modelMaps);
@@ -91,20 +96,20 @@ class CORVANE_API storage_t {
     run(delete_text(*table, process_single_condition(naming(), {}, where)));
   }
 
-  // The alias of the table of `Row`.
+  // The alias of the table of `Row`. Throws without a map.
   template <class Row>
   std::string extractAlias() const {
     return alias_of<Row>(modelMaps);
   }
 
-  // The column of a member.
+  // The name of a member's column. Throws without a map or a column.
   template <class Row, class Field>
   std::string stringFromExpression(Field Row::*member) const {
     return column_name(*find_map<Row>(modelMaps), member);
   }
 
  private:
-  // The statement that deletes has no alias.
+  // A statement that deletes has no alias.
   class without_alias_t {
    public:
     explicit without_alias_t(bool& use_alias) : m_use_alias(use_alias) { m_use_alias = false; }
@@ -122,7 +127,7 @@ class CORVANE_API storage_t {
     return failing_as(failure_t::query, [&] { return dao->query(std::move(sql)); });
   }
 
-  // The key of the row to come, after the largest one that is stored.
+  // The key of the next row: the largest stored one, plus 1.
   template <class Row>
   int next_key(const fields_map_t<Row>& map) {
     int key = 0;
@@ -135,7 +140,7 @@ class CORVANE_API storage_t {
     return key;
   }
 
-  // The low 32 bits count. Beyond the largest int the keys go on at the smallest.
+  // Only the low 32 bits are used. After the largest int comes the smallest.
   template <class Row, class Field>
   int next_key_of(Field Row::*member) {
     const Field largest = failing_as(failure_t::key, [&] { return max(member); });

@@ -1,4 +1,5 @@
-// What the host says about its tables.
+// What the host declares about its tables. Written while the host builds its storage, then only
+// read.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +11,8 @@
 
 namespace DatabaseORM {
 
+// How the cells of a column are read: as the field of the row type that has that kind, in order.
+// The numbers are fixed, because hosts set them.
 enum column_kind_t : std::int32_t {
   string_column = 0,
   list_column = 1,
@@ -18,13 +21,14 @@ enum column_kind_t : std::int32_t {
   double_column = 4
 };
 
+// One column.
 template <class Row>
 struct column_t {
   column_kind_t kind;
-  bool autoIncrement;  // the database gives the value; at most one column of a table, its key
+  bool autoIncrement;  // the database assigns the value; at most one column of a table, its key
 };
 
-// Lets tables of different row types stand in one list.
+// Allows tables of different row types in one list.
 class CORVANE_API tableBase_t {
  public:
   virtual ~tableBase_t() = default;
@@ -34,7 +38,7 @@ class CORVANE_API tableBase_t {
 template <class Row>
 class CORVANE_API table_t : public tableBase_t {
  public:
-  bool foreignKeys = false;  // statements that write switch the checks of the database on
+  bool foreignKeys = false;  // statements that write switch the checks of foreign keys on
   std::string name;
   std::vector<std::shared_ptr<column_t<Row>>> columns;  // in the order of `SELECT *`
 };

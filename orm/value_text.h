@@ -1,8 +1,9 @@
-// Values as the text of statements.
+// Values as the text of statements. The functions depend on their arguments only, and throw nothing
+// but std::bad_alloc.
 //
-// Numbers are written as `%d`, `%lu` and `%f` write them in the C locale, whatever locale the host
-// has chosen: a decimal comma would make two values of one. Whether a value is null is decided on
-// its text. A double that prints as 0.000000 is therefore null, since the sentinel prints so.
+// Numbers are written as `%d`, `%lu` and `%f` write them in the C locale, whatever the host's
+// locale is: a decimal comma would turn one value into two. A value is null if its text is that of
+// the null value. A double that prints as 0.000000 is therefore null.
 #pragma once
 
 #include <array>
@@ -14,6 +15,7 @@
 
 namespace DatabaseORM {
 
+// The number in decimal; a double with six digits after the point.
 inline std::string number_text(int value) {
   std::array<char, 16> buffer;
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
@@ -26,15 +28,14 @@ inline std::string number_text(unsigned long value) {
   return {buffer.data(), end.ptr};
 }
 
-// The buffer takes the longest double.
 inline std::string number_text(double value) {
-  std::array<char, 328> buffer;
+  std::array<char, 328> buffer;  // fits the longest double
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
                                  std::chars_format::fixed, 6);
   return {buffer.data(), end.ptr};
 }
 
-// The elements with a "?" between them, which is how one column holds a list.
+// The elements separated by "?", the text of a list in its column.
 inline std::string joined(const RaidDataModels::string_list& elements) {
   std::string text;
   for (const std::string& element : elements) text += element + element_separator;
@@ -42,17 +43,20 @@ inline std::string joined(const RaidDataModels::string_list& elements) {
   return text;
 }
 
-// The text or the word NULL. Nothing in the text is escaped: a quote in it breaks the statement.
+// The text in quotes, or the word NULL. Nothing is escaped: a quote in the text breaks the
+// statement.
 inline std::string quoted_or_null(const std::string& text) {
   return text == null_text ? null_word : text_quote + text + text_quote;
 }
 
+// The number, or the word NULL if its text is that of `null`.
 template <class Number>
 std::string number_or_null(Number value, Number null) {
   std::string text = number_text(value);
   return text == number_text(null) ? null_word : text;
 }
 
+// The text of a field's value in a statement.
 inline std::string value_text(int value) {
   return number_or_null(value, RaidDataModels::null_int);
 }

@@ -1,4 +1,4 @@
-// The words and marks of the statements.
+// The words and marks of statements.
 #pragma once
 
 #include <string>
@@ -7,15 +7,16 @@
 
 namespace DatabaseORM {
 
+// Between the parts of a statement, and around its values.
 inline const std::string list_separator = ", ";
 inline const std::string word_separator = " ";
 inline const std::string condition_quote = "'";
 inline const std::string text_quote = "\"";
 inline const std::string element_separator = "?";  // inside the column of a string list
-inline const std::string null_word = "NULL";
-using RaidDataModels::null_text;
+inline const std::string null_word = "NULL";       // in a statement or a cell
+using RaidDataModels::null_text;                   // in a field
 
-// For the declaration of tables, which is the host's business.
+// For the declaration of tables, which is up to the host.
 inline const std::string on_update_no_action = "ON UPDATE NO ACTION";
 inline const std::string on_update_restrict = "ON UPDATE RESTRICT";
 inline const std::string on_update_set_null = "ON UPDATE SET NULL";

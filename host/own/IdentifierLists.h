@@ -8,6 +8,7 @@
 
 // Results of commands.
 #define PI_ERRORS(X) \
+  /* Of any command. */ \
   X(ERR_GENERAL, 20000) \
   X(ERR_NO_SUPPORTED_HARDWARE, 20001) \
   X(ERR_INVALID_COMMAND, 20002) \
@@ -16,8 +17,10 @@
   X(ERR_INVALID_OPERATION, 20005) \
   X(ERR_MEMORY_ERROR, 20007) \
   X(ERR_INVALID_OBJECT_ID, 20008) \
+  /* Of CMD_INITIALIZE. */ \
   X(ERR_LOCK_INITIALIZATION_FAILED, 20011) \
   X(ERR_API_INITIALIZATION_FAILED, 20012) \
+  /* Of operations. */ \
   X(ERR_ADAPTER_BUSY, 20031) \
   X(ERR_LOCATE_IN_PROGRESS, 20040) \
   X(ERR_NO_LOCATE_STARTED, 20041) \
@@ -25,6 +28,7 @@
 
 // Events, by the number that the host's log shows. It does not depend on the severity.
 #define PI_EVENTS(X) \
+  /* Reasons for an adapter's status that are errors. */ \
   X(CTRL_INTERNAL_ERROR, 10957) \
   X(CTRL_INCOMPATIBLE_PCI_BANDWIDTH, 10958) \
   X(CTRL_PARTIAL_WRITE_THROTTLING, 10959) \
@@ -35,6 +39,7 @@
   X(CTRL_AUXILIARY_VOLTAGE_OUT_OF_RANGE, 10964) \
   X(CTRL_FLASHBACK, 10965) \
   X(CTRL_NONCORRECTABLE_PCI_ERRORS, 10966) \
+  /* Reasons for an adapter's status that are warnings. */ \
   X(CTRL_TEMPERATURE_ABOVE_WARN, 10967) \
   X(CTRL_NEAR_WEARING_OUT, 10968) \
   X(CTRL_NONOPTIMAL_PCI_BANDWIDTH, 10969) \
@@ -48,23 +53,30 @@
   X(CTRL_LEB_MAP_MISSING, 10977) \
   X(CTRL_UPDATE_IN_PROGRESS, 10978) \
   X(CTRL_RESERVES_DEPLETED, 10979) \
+  /* What becomes of an adapter: no reason is left, attach and detach. */ \
   X(CTRL_NORMAL, 10980) \
   X(CTRL_ATTACH_FAILED, 10981) \
   X(CTRL_DETACH_FAILED, 10982) \
   X(CTRL_ATTACHED, 10983) \
   X(CTRL_DETACHED, 10984) \
+  /* A drive has another size or sector size. */ \
   X(PD_FORMAT_CHANGED, 10985) \
+  /* Reasons for an adapter's status that are information. */ \
   X(CTRL_WRITE_REG_POWER, 11086) \
   X(CTRL_UNACTIVATED_FIRMWARE, 11087) \
+  /* An adapter was found, or is gone. */ \
   X(CTRL_PNPADD, 11093) \
   X(CTRL_PNPREMOVE, 11094)
 
 // Operations.
 #define PI_OPERATIONS(X) \
+  /* Of the plug-in. */ \
   X(OP_GET_EVENTS, 50002) \
+  /* Of a physical drive. */ \
   X(OP_FORMAT_DEVICE, 50026) \
   X(OP_MAKE_ONLINE, 50029) \
   X(OP_MAKE_OFFLINE, 50030) \
+  /* Of an adapter: its LED, and its jobs. */ \
   X(OP_LOCATE_DEVICE, 50034) \
   X(OP_STOP_LOCATE_DEVICE, 50035) \
   X(OP_ATTACH, 50126) \
@@ -141,24 +153,31 @@
 #define PI_VALUES(X) \
   X(OK, 40024, "OK") \
   X(BUSY, 40025, "BUSY") \
+  /* Sector sizes. */ \
   X(_512B, 40046, "512B") \
   X(_1K, 40047, "1K") \
   X(_2K, 40048, "2K") \
   X(_4K, 40049, "4K") \
   X(_8K, 40050, "8K") \
+  /* Status of an object. */ \
   X(FAILED, 40095, "FAILED") \
+  /* States of a drive and of an adapter. */ \
   X(AVAILABLE, 40099, "AVAILABLE") \
   X(IDLE, 40102, "IDLE") \
   X(STOPPED, 40128, "STOPPED") \
   X(WARNING, 40150, "WARNING") \
   X(AVAILABLE_SMART, 40180, "AVAILABLE_SMART") \
+  /* How an adapter is connected. */ \
   X(PCI_X, 40199, "PCI_X") \
   X(PCI_EXPRESS, 40200, "PCI_EXPRESS") \
   X(NONE, 40252, "NONE") \
   X(LOGICAL_DRIVE_DEGRADED, 40266, "LOGICAL_DRIVE_DEGRADED") \
+  /* Kinds of a drive. */ \
   X(HDD, 40292, "HDD") \
   X(SSD, 40293, "SSD") \
+  /* A format to a given percentage. */ \
   X(CUSTOM, 40300, "CUSTOM") \
+  /* States of a card, and what keeps it in minimal mode. */ \
   X(DETACHED, 40387, "DETACHED") \
   X(ATTACHING, 40388, "ATTACHING") \
   X(MISSING_MIDPROM, 40389, "MISSING_MIDPROM") \
@@ -176,10 +195,12 @@
   X(INSUFFICIENT_MEMORY, 40401, "INSUFFICIENT_MEMORY") \
   X(SMP_BOOTLOADER_MODE, 40402, "SMP_BOOTLOADER_MODE") \
   X(MINIMAL_MODE, 40403, "MINIMAL_MODE") \
+  /* Capacities of a format. */ \
   X(MAXIMUM_CAPACITY, 40404, "MAXIMUM_CAPACITY") \
   X(FACTORY_CAPACITY, 40405, "FACTORY_CAPACITY") \
   X(IMPROVED_PERFORMANCE, 40406, "IMPROVED_PERFORMANCE") \
   X(HIGH_PERFORMANCE, 40407, "HIGH_PERFORMANCE") \
+  /* How far writes are slowed down, and why. */ \
   X(PARTIAL, 40410, "PARTIAL") \
   X(COMPLETE, 40411, "COMPLETE") \
   X(THROT_BY_USER, 40412, "THROT_BY_USER") \
@@ -191,8 +212,10 @@
   X(THROT_INTERNAL, 40418, "THROT_INTERNAL") \
   X(THROT_POWER_LIMIT, 40419, "THROT_POWER_LIMIT") \
   X(THROT_GROOMER_FAILURE, 40420, "THROT_GROOMER_FAILURE") \
+  /* Failures of the card. */ \
   X(HARDWARE_FAILURE, 40421, "HARDWARE_FAILURE") \
   X(GENERAL_CHANNEL_INIT_FAIL, 40422, "GENERAL_CHANNEL_INIT_FAIL") \
+  /* Reasons for an adapter's status, as errors, warnings and information. */ \
   X(INTERNAL_ERROR, 40449, "INTERNAL_ERROR") \
   X(INCOMPATIBLE_PCI_BANDWIDTH, 40450, "INCOMPATIBLE_PCI_BANDWIDTH") \
   X(PARTIAL_WRITE_THROTTLING, 40451, "PARTIAL_WRITE_THROTTLING") \
@@ -216,10 +239,13 @@
   X(LEB_MAP_MISSING, 40469, "LEB_MAP_MISSING") \
   X(UPDATE_IN_PROGRESS, 40470, "UPDATE_IN_PROGRESS") \
   X(RESERVES_DEPLETED, 40471, "RESERVES_DEPLETED") \
+  /* States of the reserve. */ \
   X(HEALTHY, 40473, "HEALTHY") \
   X(DEPLETED, 40474, "DEPLETED") \
+  /* The state of a cache, and a type of hardware. */ \
   X(PINNED_CACHE, 40479, "PINNED_CACHE") \
   X(PCI_EXPRESS_SSD_AIC, 40480, "PCI_EXPRESS_SSD_AIC") \
+  /* Whether a card needs external power. */ \
   X(OPTIONAL, 40484, "OPTIONAL") \
   X(REQUIRED, 40485, "REQUIRED") \
   X(UNACTIVATED_FIRMWARE, 40486, "UNACTIVATED_FIRMWARE")
