@@ -1,7 +1,7 @@
-// The registry of events: how bad each one is, its sentence in the log, and what to do about it, or
-// the reason for an adapter's status that it tells of. %1 is the adapter's name, %2 the drive's.
+// The registry of events: severity, sentence in the log, and either advice or the reason for an
+// adapter's status that the event reports. %1 is the adapter's name, %2 the drive's.
 //
-// Where two events tell of one reason, the reason begins with the one of the lower number.
+// Where two events report the same reason, the one with the lower number is its start.
 #pragma once
 
 #include "host/Identifiers.h"
@@ -14,7 +14,7 @@ inline constexpr PI::_SEVERITY kInformation = PI::SEVERITY_INFORMATION;
 inline constexpr PI::_SEVERITY kWarning = PI::SEVERITY_WARNING;
 inline constexpr PI::_SEVERITY kError = PI::SEVERITY_ERROR;
 
-// An event that tells of a reason has the reason's advice.
+// An event that reports a reason has the reason's advice.
 constexpr EventAdvice OfReason(PI::_VALUE_ID reason) {
   const auto number = static_cast<std::uint32_t>(reason);
   return {number, FindRow(kReasonTexts, number)->m_Advice};
@@ -39,9 +39,9 @@ inline constexpr std::array kEventTexts{
              kNothingToDo},
     EventRow{PI::Event::UNEXPECTED_DISCONNECT, kError, 0,
              "The connection was lost.",
-             Do("Look whether the other side still runs, and connect again.")},
+             Do("Check that the other side is running, then connect again.")},
     EventRow{PI::Event::TEST_TRAP, kInformation, 0,
-             "A test message. Nothing has happened.",
+             "Test message. No action needed.",
              kNothingToDo},
     EventRow{PI::Event::CTRL_INTERNAL_ERROR, kError, 1,
              "Adapter %1 has an internal error.",
@@ -50,16 +50,16 @@ inline constexpr std::array kEventTexts{
              "The PCI bandwidth available to adapter %1 is not compatible with it.",
              OfReason(PI::Value::INCOMPATIBLE_PCI_BANDWIDTH)},
     EventRow{PI::Event::CTRL_PARTIAL_WRITE_THROTTLING, kError, 1,
-             "Adapter %1 has slowed down writes.",
+             "Adapter %1 is throttling writes.",
              OfReason(PI::Value::PARTIAL_WRITE_THROTTLING)},
     EventRow{PI::Event::CTRL_MAXIMUM_WRITE_THROTTLING, kError, 1,
-             "Adapter %1 has slowed down writes as far as it can.",
+             "Adapter %1 is throttling writes to the maximum.",
              OfReason(PI::Value::COMPLETE_WRITE_THROTTLING)},
     EventRow{PI::Event::CTRL_TEMPERATURE_NEAR_ERROR, kError, 1,
-             "The temperature of adapter %1 is close to its highest permitted value.",
+             "The temperature of adapter %1 is close to its maximum.",
              OfReason(PI::Value::TEMPERATURE_NEAR_ERROR)},
     EventRow{PI::Event::CTRL_TEMPERATURE_ABOVE_ERROR, kError, 1,
-             "The temperature of adapter %1 is above its highest permitted value.",
+             "The temperature of adapter %1 is above its maximum.",
              OfReason(PI::Value::TEMPERATURE_ABOVE_ERROR)},
     EventRow{PI::Event::CTRL_INTERNAL_VOLTAGE_OUT_OF_RANGE, kError, 1,
              "The internal voltage of adapter %1 is out of range.",
@@ -71,10 +71,10 @@ inline constexpr std::array kEventTexts{
              "Adapter %1 reports a flashback error.",
              OfReason(PI::Value::FLASHBACK)},
     EventRow{PI::Event::CTRL_NONCORRECTABLE_PCI_ERRORS, kError, 1,
-             "Adapter %1 has PCI errors that could not be corrected.",
+             "Adapter %1 has uncorrectable PCI errors.",
              OfReason(PI::Value::NONCORRECTABLE_PCI_ERRORS)},
     EventRow{PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, kWarning, 1,
-             "The temperature of adapter %1 is above its warning level.",
+             "The temperature of adapter %1 is above its warning threshold.",
              OfReason(PI::Value::TEMPERATURE_ABOVE_WARN)},
     EventRow{PI::Event::CTRL_NEAR_WEARING_OUT, kWarning, 1,
              "Adapter %1 is nearly worn out.",
@@ -83,10 +83,10 @@ inline constexpr std::array kEventTexts{
              "The PCI bandwidth available to adapter %1 is not optimal.",
              OfReason(PI::Value::NONOPTIMAL_PCI_BANDWIDTH)},
     EventRow{PI::Event::CTRL_CORRECTABLE_PCI_ERRORS, kWarning, 1,
-             "Adapter %1 has PCI errors, which were corrected.",
+             "Adapter %1 has PCI errors that were corrected.",
              OfReason(PI::Value::CORRECTABLE_PCI_ERRORS)},
     EventRow{PI::Event::CTRL_NO_POWERLOSS_PROTECTION, kWarning, 1,
-             "Adapter %1 is not protected against a loss of power.",
+             "Adapter %1 is not protected against power loss.",
              OfReason(PI::Value::NO_POWERLOSS_PROTECTION)},
     EventRow{PI::Event::CTRL_POWER_WRITE_REGULATION, kWarning, 1,
              "Adapter %1 regulates writes to limit its power draw.",
@@ -113,15 +113,15 @@ inline constexpr std::array kEventTexts{
              "The reserve space of adapter %1 is used up.",
              OfReason(PI::Value::RESERVES_DEPLETED)},
     EventRow{PI::Event::CTRL_NORMAL, kInformation, 1,
-             "Adapter %1 works normally again.",
+             "Adapter %1 is back to normal.",
              kNothingToDo},
     EventRow{PI::Event::CTRL_ATTACH_FAILED, kError, 1,
              "Adapter %1 could not be attached.",
-             Do("See the driver's messages in the kernel log, and corvane-host status for the "
+             Do("Check the kernel log for the driver's messages, and corvane-host status for the "
                 "reason.")},
     EventRow{PI::Event::CTRL_DETACH_FAILED, kWarning, 1,
              "Adapter %1 could not be detached.",
-             Do("Look for what still uses the drive, release it and detach again.")},
+             Do("Find out what is still using the drive, stop it, and detach again.")},
     EventRow{PI::Event::CTRL_ATTACHED, kInformation, 1,
              "Adapter %1 was attached. Its drive is available to the system.",
              OfReason(PI::Value::ATTACHED)},
@@ -129,7 +129,7 @@ inline constexpr std::array kEventTexts{
              "Adapter %1 was detached. Its drive is not available to the system.",
              OfReason(PI::Value::DETACHED)},
     EventRow{PI::Event::PD_FORMAT_CHANGED, kInformation, 2,
-             "On adapter %1 the format of drive %2 has changed.",
+             "On adapter %1, the format of drive %2 has changed.",
              kNothingToDo},
     EventRow{PI::Event::CTRL_WRITE_REG_POWER, kInformation, 1,
              "Adapter %1 regulates writes because of the power available to it.",
@@ -141,31 +141,31 @@ inline constexpr std::array kEventTexts{
              "Adapter %1 was added.",
              kNothingToDo},
     EventRow{PI::Event::CTRL_PNPREMOVE, kWarning, 1,
-             "Adapter %1 was removed or does not answer.",
-             Do("If nobody took the card out, see the kernel log; seat it anew or have it "
+             "Adapter %1 was removed or is not responding.",
+             Do("If the card was not taken out, check the kernel log; reseat the card or have it "
                 "replaced.")},
 };
 // clang-format on
 
-// Whether the sentence names each of its places once, and no other.
-constexpr bool PlacesAgree(const EventRow& row) {
+// Whether the sentence has each of its placeholders once, in order, and no other.
+constexpr bool PlaceholdersAgree(const EventRow& row) {
   unsigned int named = 0;
   for (const char* at = row.m_Text; *at != 0; ++at) {
     if (*at != '%') continue;
     ++named;
     if (at[1] != static_cast<char>('0' + named)) return false;
   }
-  return named == row.m_Places;
+  return named == row.m_Placeholders;
 }
 
-constexpr bool AllPlacesAgree() {
+constexpr bool AllPlaceholdersAgree() {
   for (const EventRow& row : kEventTexts) {
-    if (!PlacesAgree(row)) return false;
+    if (!PlaceholdersAgree(row)) return false;
   }
   return true;
 }
 
-// Whoever is warned is told what to do.
+// Every warning and error has advice.
 constexpr bool WarningsAdvise() {
   for (const EventRow& row : kEventTexts) {
     if (row.m_Severity >= kWarning && *row.m_Advice.m_Text == 0) return false;
@@ -173,6 +173,6 @@ constexpr bool WarningsAdvise() {
   return true;
 }
 
-static_assert(NumbersRise(kEventTexts) && AllPlacesAgree() && WarningsAdvise());
+static_assert(NumbersRise(kEventTexts) && AllPlaceholdersAgree() && WarningsAdvise());
 
 }  // namespace HostKit

@@ -1,4 +1,4 @@
-// The identifiers' names, from the lists that also make the enumerators.
+// The identifiers' names, from the lists that also define the enumerators.
 #pragma once
 
 #include "host/Identifiers.h"
@@ -22,7 +22,7 @@ inline constexpr std::array kEventNames{
 inline constexpr std::array kOperationNames{TextRow{PI::OP_UNDEFINED, "OP_UNDEFINED"},
                                             PI_OPERATIONS(HOSTKIT_ROW)};
 
-// Properties first: where a short name repeats a name, the name means the property.
+// Properties first: a name that a property and a short name share means the property.
 inline constexpr std::array kPropertyNames{PI_PROPERTIES(HOSTKIT_ROW) PI_SHORT_NAMES(HOSTKIT_ROW)};
 
 inline constexpr std::array kValueNames{TextRow{PI::Value::UNDEFINED, "UNDEFINED"},

@@ -12,14 +12,14 @@ inline constexpr std::array kOperationTexts{
     TextRow{PI::OP_FORMAT_DEVICE, "Format"},
     TextRow{PI::OP_MAKE_ONLINE, "Bring online"},
     TextRow{PI::OP_MAKE_OFFLINE, "Take offline"},
-    TextRow{PI::OP_LOCATE_DEVICE, "Switch the locating light on"},
-    TextRow{PI::OP_STOP_LOCATE_DEVICE, "Switch the locating light off"},
+    TextRow{PI::OP_LOCATE_DEVICE, "Switch the locate LED on"},
+    TextRow{PI::OP_STOP_LOCATE_DEVICE, "Switch the locate LED off"},
     TextRow{PI::OP_ATTACH, "Attach"},
     TextRow{PI::OP_DETACH, "Detach"},
-    TextRow{PI::OP_FORCE_DETACH, "Detach by force"},
+    TextRow{PI::OP_FORCE_DETACH, "Force detach"},
 };
 
-// By the numbers that `COperation::m_ConfirmText` holds.
+// By number, `COperation::m_ConfirmText`.
 inline constexpr std::array kHostTexts{
     TextRow{22029,
             "The system will lose access to the drive until it is online again. Take it offline?"},
@@ -28,8 +28,8 @@ inline constexpr std::array kHostTexts{
             "Attaching makes the adapter's drive available to the system and may take several "
             "minutes. Attach the adapter?"},
     TextRow{22111,
-            "Detaching takes the adapter's drive away from the system; nothing may use it. "
-            "Detach the adapter?"},
+            "Detaching makes the adapter's drive unavailable to the system. The drive must not be "
+            "in use. Detach the adapter?"},
 };
 
 static_assert(NumbersRise(kOperationTexts) && NumbersRise(kHostTexts));

@@ -1,4 +1,4 @@
-// Captions of properties, of the names that some are shown under, and symbols of units.
+// Captions of properties and short names, and symbols of units.
 #pragma once
 
 #include "host/Identifiers.h"
@@ -33,7 +33,7 @@ inline constexpr std::array kPropertyTexts{
     TextRow{PI::Property::ADAPTER_NUMBER, "Adapter number"},
     TextRow{PI::Property::PORT_NUMBER, "Port number"},
     TextRow{PI::Property::DEVICE_NUMBER, "Device number"},
-    TextRow{PI::Property::UNIQUE_ID, "Unique id"},
+    TextRow{PI::Property::UNIQUE_ID, "Unique ID"},
     TextRow{PI::Property::HARDWARE_TYPE, "Hardware type"},
     TextRow{PI::Property::ADDITIONAL_STATUS, "Additional status"},
     TextRow{PI::Property::OS_DEVICE, "Operating system device"},
@@ -43,7 +43,7 @@ inline constexpr std::array kPropertyTexts{
     TextRow{PI::Property::CHIP_TEMPERATURE, "Chip temperature"},
     TextRow{PI::Property::BLOCK_SIZE, "Block size"},
     TextRow{PI::Property::FORMATTED_SIZE, "Formatted size"},
-    TextRow{PI::Property::FORMATTED_PERCENTAGE, "Formatted share"},
+    TextRow{PI::Property::FORMATTED_PERCENTAGE, "Formatted percentage"},
     TextRow{PI::Property::FORMATTING, "Formatting"},
     TextRow{PI::Property::SIZE, "Size"},
     TextRow{PI::Property::WRITE_THROTTLING, "Write throttling"},

@@ -9,31 +9,35 @@
 
 namespace HostKit {
 
+// A number's name, caption or meaning.
 struct TextRow {
   std::uint32_t m_Number;
   const char* m_Text;
 };
 
+// A reason for an adapter's status.
 struct ReasonRow {
   std::uint32_t m_Number;
-  PI::_VALUE_ID m_Status;  // the best that an adapter with this reason has
+  PI::_VALUE_ID m_Status;  // the best status of an adapter with this reason
   const char* m_Advice;
 };
 
-// What to do about an event, and the reason that it tells of, if it tells of one.
+// What to do about an event, and the reason that it reports, if any.
 struct EventAdvice {
   std::uint32_t m_Reason;  // or 0
-  const char* m_Text;      // empty when nothing has to be done
+  const char* m_Text;      // empty if no action is needed
 };
 
+// An event: how severe it is at least, and its sentence.
 struct EventRow {
   std::uint32_t m_Number;
-  PI::_SEVERITY m_Severity;  // the least with which it is told
-  unsigned int m_Places;     // how many texts the sentence takes: %1 to %m_Places
+  PI::_SEVERITY m_Severity;     // the lowest with which it is reported
+  unsigned int m_Placeholders;  // in the sentence: %1 to %m_Placeholders
   const char* m_Text;
   EventAdvice m_Advice;
 };
 
+// The result of a command.
 struct ErrorRow {
   std::uint32_t m_Number;
   const char* m_Text;

@@ -38,26 +38,26 @@ std::uint32_t NumberOfText(const Rows& rows, const std::string& text) {
   return 0;
 }
 
-// The place that begins at `at`, from 1, or 0 when there is none.
-unsigned int PlaceAt(const std::string& sentence, std::size_t at, unsigned int places) {
+// The 1-based number of the placeholder that begins at `at`, or 0.
+unsigned int PlaceholderAt(const std::string& sentence, std::size_t at, unsigned int count) {
   if (sentence[at] != '%' || at + 1 == sentence.size()) return 0;
   const char digit = sentence[at + 1];
-  const unsigned int place = digit >= '1' && digit <= '9' ? static_cast<unsigned>(digit - '0') : 0;
-  return place <= places ? place : 0;
+  const unsigned int number = digit >= '1' && digit <= '9' ? static_cast<unsigned>(digit - '0') : 0;
+  return number <= count ? number : 0;
 }
 
-// In one pass, so that a text may itself hold what looks like a place.
+// In one pass, so that a text may contain what looks like a placeholder.
 template <class Texts>
 std::string Fill(const EventRow& row, const Texts& texts) {
   const std::string sentence = row.m_Text;
   std::string message;
   for (std::size_t at = 0; at < sentence.size(); ++at) {
-    const unsigned int place = PlaceAt(sentence, at, row.m_Places);
-    if (place == 0) {
+    const unsigned int number = PlaceholderAt(sentence, at, row.m_Placeholders);
+    if (number == 0) {
       message += sentence[at];
       continue;
     }
-    const std::string& text = texts[place - 1];
+    const std::string& text = texts[number - 1];
     message += text.empty() ? "(unnamed)" : text;
     ++at;
   }
@@ -76,7 +76,7 @@ std::string AdviceIn(const Rows& rows, std::uint32_t number) {
   return row != nullptr ? row->m_Advice : "";
 }
 
-// What stands for a name where the sentence of an event is explained.
+// The names in the meaning of an event.
 const std::array<std::string, 2> kAnyNames = {"NAME", "NAME"};
 
 }  // namespace

@@ -96,15 +96,15 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 
 @test "a warning is code 1 and says why and what to do" {
   ended warning 1
-  line warning "CORVANE WARNING - a1 WARNING: Temperature above its warning level: temperature unknown, warning 78 °C"
+  line warning "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
   same "a1 WARNING: MOLT EP PX600 (2), serial S200
-  Temperature above its warning level: temperature unknown, warning 78 °C. Check fans and airflow around the card, or take load off it." \
+  Temperature above its warning threshold: temperature unknown, warning 78 °C. Check fans and airflow around the card, or reduce its load." \
     "$(out warning | sed -n '4,5p')"
 }
 
 @test "an error is code 2 and stands before a warning" {
   ended critical 2
-  line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its highest permitted value: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning level: temperature unknown, warning 78 °C"
+  line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its maximum: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
 @test "a drive that foresees its failure is a warning, and stands before what is unknown" {
@@ -114,12 +114,12 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 
 @test "all reasons of all objects stand in the line" {
   ended mixed 1
-  line mixed "CORVANE WARNING - a0 WARNING: Detached; a1 WARNING: Temperature above its warning level: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
+  line mixed "CORVANE WARNING - a0 WARNING: Detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
 }
 
 @test "a plain locale gets plain characters" {
   ended ascii 1
-  line ascii "CORVANE WARNING - a1 WARNING: Temperature above its warning level: 79 C, warning 78 C, Nearly worn out: endurance used 2 %"
+  line ascii "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: 79 C, warning 78 C, Nearly worn out: endurance used 2 %"
 }
 
 @test "one object is checked with what is below it" {
@@ -178,7 +178,7 @@ ambiguous~finding 'S100' failed: 2 objects have that name
 noplugin~loading the plug-in failed: there is no file /none/such
 noplug~loading the plug-in failed: $CORVANE_BUILD/lib/libhostkit.so has no createIf: it is no storage plug-in
 version~loading the plug-in failed: $ODD_PLUGIN speaks interface version 3, this host speaks version 2
-topology~reading the topology failed: The adapter did not carry out the command (20003)
+topology~reading the topology failed: The adapter rejected the command (20003)
 damaged~reading $BATS_FILE_TMPDIR/damaged/Corvane.ini failed: it is not an ini file
 crash~looking at the cards failed: the program crashed (Aborted)
 exit~looking at the cards failed: the program ended with code 0
@@ -200,7 +200,7 @@ END
 
 @test "the longest span is no short one" {
   ended patient 1
-  line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning level: temperature unknown, warning 78 °C"
+  line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
 @test "nothing is said on standard error, which some systems would show first" {
@@ -254,7 +254,7 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 
 @test "JSON has the state, the code and the readings, failures included" {
   valid json emptyjson crashjson latejson nooptionjson
-  same '[1, "WARNING", "a1 WARNING: Temperature above its warning level: temperature unknown, warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
+  same '[1, "WARNING", "a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
     "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"
   same '{"label": "S100_reserve_space", "value": "97", "unit": "%", "warning": "10:", "critical": null, "minimum": "0", "maximum": "100"}' \
     "$(json json 'd["result"]["readings"][1]')"

@@ -23,8 +23,8 @@ setup_file() {
 # follow COUNT ARGUMENTS...: the first lines of events that come.
 follow() { odd events events -f "${@:2}" | head -n "$1"; }
 
-WARNING="The temperature of adapter (unnamed) is above its warning level."
-REMOVED="Adapter (unnamed) was removed or does not answer."
+WARNING="The temperature of adapter (unnamed) is above its warning threshold."
+REMOVED="Adapter (unnamed) was removed or is not responding."
 
 @test "events that wait are collected, with their time, severity, object and sentence" {
   ended once 0

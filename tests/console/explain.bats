@@ -25,10 +25,10 @@ setup_file() {
 @test "an event: what it means, how bad it is, what to do" {
   ended event 0
   same "10967  CTRL_TEMPERATURE_ABOVE_WARN  event, warning
-    means  The temperature of adapter NAME is above its warning level.
-    do     Check fans and airflow around the card, or take load off it." "$(out event)"
+    means  The temperature of adapter NAME is above its warning threshold.
+    do     Check fans and airflow around the card, or reduce its load." "$(out event)"
   valid json
-  same '[["event", 10967, "CTRL_TEMPERATURE_ABOVE_WARN", "warning", "Check fans and airflow around the card, or take load off it.", []]]' \
+  same '[["event", 10967, "CTRL_TEMPERATURE_ABOVE_WARN", "warning", "Check fans and airflow around the card, or reduce its load.", []]]' \
     "$(json json '[[e[k] for k in ("family", "number", "name", "severity", "advice", "terms")] for e in d["result"]["entries"]]')"
 }
 
@@ -49,7 +49,7 @@ setup_file() {
 
 @test "a name that get takes leads to its property, with the unit" {
   same "30442  CHIP_TEMPERATURE  property
-    means  How hot the chip of the card is now.
+    means  The current temperature of the card's chip.
     name   temperature_celsius (adapter, in degrees Celsius)" \
     "$(corvane-host explain temperature_celsius)"
   valid term

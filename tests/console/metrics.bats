@@ -313,6 +313,6 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   mapfile -t lines < <(sed -n 's/^    \(corvane-host .* | jq .*\)/\1/p' "$page")
   same 3 "${#lines[@]}"
   same $'S100\tOK\t48.2\nS200\tWARNING\t' "$(eval "${lines[0]}")"
-  same "1 a1 WARNING: Temperature above its warning level: temperature unknown, warning 78 °C" "$(eval "${lines[1]}")"
+  same "1 a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C" "$(eval "${lines[1]}")"
   same "a1" "$(eval "${lines[2]}")"
 }

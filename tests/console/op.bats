@@ -34,8 +34,8 @@ setup_file() {
 
 @test "the listed operations say whether they can be done now" {
   same "number	name	possible	caption
-50034	OP_LOCATE_DEVICE	yes	Switch the locating light on
-50035	OP_STOP_LOCATE_DEVICE	ERR_NO_LOCATE_STARTED	Switch the locating light off
+50034	OP_LOCATE_DEVICE	yes	Switch the locate LED on
+50035	OP_STOP_LOCATE_DEVICE	ERR_NO_LOCATE_STARTED	Switch the locate LED off
 50126	OP_ATTACH	ERR_GENERAL	Attach
 50127	OP_DETACH	yes	Detach" "$(out list)"
   valid listjson drive

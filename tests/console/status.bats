@@ -86,8 +86,8 @@ unread() {
   silent all err
   same "a0  ok
 a1  WARNING
-    why   Temperature above its warning level: temperature unknown, warning 78 °C
-    do    Check fans and airflow around the card, or take load off it.
+    why   Temperature above its warning threshold: temperature unknown, warning 78 °C
+    do    Check fans and airflow around the card, or reduce its load.
     see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
 }
 
@@ -115,8 +115,8 @@ a1  WARNING
     do    Attach the card to make its drive available to the system.
     see   corvane-host explain DETACHED;  corvane-host events a0
 a1     FAILED
-    why   Temperature above its highest permitted value: 86 C, highest 85 C
-    do    Cool the card at once: take its load away, and repair fans and airflow.
+    why   Temperature above its maximum: 86 C, highest 85 C
+    do    Cool the card immediately: stop its load, and fix fans and airflow.
     see   corvane-host explain TEMPERATURE_ABOVE_ERROR;  corvane-host events a1
 a1/d0  FAILED
     why   the plug-in tells no reason
@@ -128,7 +128,7 @@ a1/d0  FAILED
 }
 
 @test "status for scripts has a line for each reason" {
-  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning level: temperature unknown, warning 78 °C	Check fans and airflow around the card, or take load off it.
+  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning threshold: temperature unknown, warning 78 °C	Check fans and airflow around the card, or reduce its load.
 a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 

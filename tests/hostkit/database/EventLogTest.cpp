@@ -86,7 +86,7 @@ TEST_F(EventLog, KeepsWhatTellsAnObjectApartInEveryRun) {
   ASSERT_EQ(events.size(), 2U);
   EXPECT_EQ(events[0].m_SerialNumber, "S'100\"");
   EXPECT_EQ(events[0].m_ObjectType, 19038U);
-  EXPECT_EQ(events[0].m_Message, "The temperature of adapter a is above its warning level.");
+  EXPECT_EQ(events[0].m_Message, "The temperature of adapter a is above its warning threshold.");
   EXPECT_EQ(events[1].m_SerialNumber, "");
   EXPECT_EQ(events[1].m_ObjectType, 0U);
 }

@@ -269,9 +269,9 @@ TEST(Meanings, OfOneFamilyAreAllDifferent) {
 
 TEST(Meanings, OfEventsStandForAnyCard) {
   EXPECT_EQ(HostKit::MeaningOf(Family::Event, 10967),
-            "The temperature of adapter NAME is above its warning level.");
+            "The temperature of adapter NAME is above its warning threshold.");
   EXPECT_EQ(HostKit::MeaningOf(Family::Event, 10985),
-            "On adapter NAME the format of drive NAME has changed.");
+            "On adapter NAME, the format of drive NAME has changed.");
 }
 
 }  // namespace

@@ -164,18 +164,18 @@ TEST(EventMessages, NameTheAdapterOnceAndTheDriveWhereThereIsOne) {
 
 TEST(EventMessages, ReadAsSentences) {
   EXPECT_EQ(HostKit::MessageOf(Event(10967, "Mezzanine (1)", "")),
-            "The temperature of adapter Mezzanine (1) is above its warning level.");
+            "The temperature of adapter Mezzanine (1) is above its warning threshold.");
   EXPECT_EQ(HostKit::MessageOf(Event(10985, "Mezzanine (1)", "Drive (0)")),
-            "On adapter Mezzanine (1) the format of drive Drive (0) has changed.");
+            "On adapter Mezzanine (1), the format of drive Drive (0) has changed.");
 }
 
 TEST(EventMessages, ATextMayHoldWhatLooksLikeAPlace) {
   EXPECT_EQ(HostKit::MessageOf(Event(10985, "%2", "%1 100%")),
-            "On adapter %2 the format of drive %1 100% has changed.");
+            "On adapter %2, the format of drive %1 100% has changed.");
 }
 
 TEST(EventMessages, AnEmptyTextIsSaidToBeSo) {
-  EXPECT_EQ(HostKit::MessageOf(Event(10980, "", "")), "Adapter (unnamed) works normally again.");
+  EXPECT_EQ(HostKit::MessageOf(Event(10980, "", "")), "Adapter (unnamed) is back to normal.");
 }
 
 TEST(EventMessages, AnEventThatNobodyFilledHasOneToo) {
