@@ -68,7 +68,7 @@ void Scenario(const std::string& input) {
   cards.AddCard(std::uint16_t{0x1003});
   for (const CardSim::Step& step : scenario.steps) {
     try {
-      Require(!step.make(cards).empty(), "a change without words");
+      Require(!step.apply(cards).empty(), "a change without words");
     } catch (const std::runtime_error&) {
     }
   }

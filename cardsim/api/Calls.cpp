@@ -19,7 +19,7 @@ struct OrderedFailure {
   Refusal refusal;
 };
 
-struct Watch {
+struct CallWatch {
   std::atomic<bool> active{false};
   std::mutex mutex;
   bool logging = false;
@@ -28,14 +28,14 @@ struct Watch {
   std::vector<OrderedFailure> failures;
 };
 
-Watch& TheWatch() {
-  // Never destroyed: threads may still call while the process ends.
-  static auto* watch = new Watch;
+CallWatch& TheCallWatch() {
+  // Never destroyed: threads may still call while the process exits.
+  static auto* watch = new CallWatch;
   return *watch;
 }
 
-// Counts this call, and says whether it is one that must fail.
-bool Hits(OrderedFailure& order) {
+// Counts this call. Whether it must fail.
+bool CountsAndMatches(OrderedFailure& order) {
   if (order.passing > 0) {
     --order.passing;
     return false;
@@ -55,29 +55,30 @@ std::string Call::text() const {
 }
 
 bool IsWatched() {
-  return TheWatch().active.load(std::memory_order_acquire);
+  return TheCallWatch().active.load(std::memory_order_acquire);
 }
 
 Hook LogCall(const Call& call) {
-  Watch& watch = TheWatch();
+  CallWatch& watch = TheCallWatch();
   const std::lock_guard<std::mutex> lock(watch.mutex);
   if (watch.logging) watch.log.push_back(call);
   return watch.hook;
 }
 
-void ThrowOrderedFailure(const std::string& function) {
-  Watch& watch = TheWatch();
+void ThrowIfOrderedToFail(const std::string& function) {
+  CallWatch& watch = TheCallWatch();
   const std::lock_guard<std::mutex> lock(watch.mutex);
   const Refusal* hit = nullptr;
-  // Every order counts every call, so that two of them do not shift each other.
+  // Every order counts every call, so that two orders do not shift each other.
   for (OrderedFailure& order : watch.failures) {
-    if (order.function == function && Hits(order) && hit == nullptr) hit = &order.refusal;
+    if (order.function == function && CountsAndMatches(order) && hit == nullptr)
+      hit = &order.refusal;
   }
   if (hit != nullptr) throw Refusal(*hit);
 }
 
 void ResetCalls() {
-  Watch& watch = TheWatch();
+  CallWatch& watch = TheCallWatch();
   const std::lock_guard<std::mutex> lock(watch.mutex);
   watch.logging = true;
   watch.log.clear();
@@ -87,7 +88,7 @@ void ResetCalls() {
 }
 
 std::vector<Call> CallLog() {
-  Watch& watch = TheWatch();
+  CallWatch& watch = TheCallWatch();
   const std::lock_guard<std::mutex> lock(watch.mutex);
   return watch.log;
 }
@@ -101,16 +102,16 @@ std::vector<std::string> CallTexts() {
 void FailCall(const std::string& function, unsigned int nth, std::uint64_t code,
               const std::string& text, unsigned int times) {
   CheckFunction(function);
-  if (nth == 0) throw std::runtime_error("calls are counted from 1");
-  if (code == 0) throw std::runtime_error("code 0 is success, no failure");
-  Watch& watch = TheWatch();
+  if (nth == 0) throw std::runtime_error("calls are numbered from 1");
+  if (code == 0) throw std::runtime_error("the code must not be 0, which means success");
+  CallWatch& watch = TheCallWatch();
   const std::lock_guard<std::mutex> lock(watch.mutex);
   watch.failures.push_back({function, nth - 1, times, {code, text}});
   watch.active.store(true, std::memory_order_release);
 }
 
 void SetHook(std::function<void(const Call&)> hook) {
-  Watch& watch = TheWatch();
+  CallWatch& watch = TheCallWatch();
   const std::lock_guard<std::mutex> lock(watch.mutex);
   watch.hook.reset();
   if (hook) watch.hook = std::make_shared<std::function<void(const Call&)>>(std::move(hook));

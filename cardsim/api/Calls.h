@@ -1,5 +1,4 @@
-// Watching and bending the calls of this process: log, hook, and calls that fail by number. May be
-// used by any thread.
+// The calls of this process: log, hook, and calls ordered to fail. May be used by any thread.
 #pragma once
 
 #include <memory>
@@ -8,19 +7,19 @@
 
 namespace CardSim {
 
-// Whether anything below has work to do. A call asks this first and is done with it if not.
+// Whether any of the functions below has an effect. Cheap, for the start of every call.
 bool IsWatched();
 
-// Runs before a call; may be none.
+// Runs before a call; null if there is none.
 using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
 
-// Logs the call, and gives the hook to run for it.
+// Logs the call. Returns the hook to run for it.
 Hook LogCall(const Call& call);
 
-// Throws the `Refusal` that `FailCall` ordered for this call of `function`, if any.
-void ThrowOrderedFailure(const std::string& function);
+// Counts the call of `function`, and throws the `Refusal` that `FailCall` ordered for it, if any.
+void ThrowIfOrderedToFail(const std::string& function);
 
-// Forgets all and begins to log.
+// Forgets log, hook and orders, and begins to log.
 void ResetCalls();
 
 }  // namespace CardSim

@@ -54,7 +54,7 @@ void RequestSizeMode(Handle& handle, std::uint32_t mode) {
   if (mode != VSL_SIZE_MODE_OVERFORMAT) throw Refusal{kBadValue, "unknown size mode"};
   const bool offered = Read(values, Attribute::iom_format_size_mode, false) &&
                        !Read(values, Attribute::iom_format_disallow_overformat, false);
-  if (!offered) throw Refusal{kNotSupported, "the card may not be formatted to more than its size"};
+  if (!offered) throw Refusal{kNotSupported, "the card does not support overformatting"};
   const auto raised =
       Read<std::uint64_t>(values, Attribute::overformat_size_bytes, handle.plan.limit);
   handle.plan.limit = std::max(handle.plan.limit, raised);
@@ -74,7 +74,7 @@ void RequestSizeBytes(Handle& handle, std::uint64_t bytes) {
 void RequestSizePercent(Handle& handle, std::uint32_t percent) {
   if (percent == 0 || percent > 100) throw Refusal{kBadValue, "the size must be 1 to 100 percent"};
   if (handle.plan.largest == kNoLimit) {
-    throw Refusal{kNotSupported, "the card tells no size to take a percentage of"};
+    throw Refusal{kNotSupported, "the card reports no size to take a percentage of"};
   }
   handle.plan.bytes = PercentOf(handle.plan.largest, percent);
   handle.plan.percent = percent;

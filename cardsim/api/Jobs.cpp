@@ -12,7 +12,7 @@ namespace {
 
 std::uint32_t StateOf(const Card& card) {
   const auto& state = At(card.values, Attribute::iom_state);
-  if (!state) throw Refusal{kNotSupported, "the card tells no state"};
+  if (!state) throw Refusal{kNotSupported, "the card reports no state"};
   return ValueAs<std::uint32_t>(*state);
 }
 
@@ -25,7 +25,7 @@ void CheckDetached(const Card& card, const JobPlan&) {
   if (state != VSL_STATE_DETACHED) RefuseIn(state);
 }
 
-// Force takes every card that is at rest and not yet detached, in use or not.
+// Force accepts every card that has no job running and is not detached, in use or not.
 void CheckDetachable(const Card& card, const JobPlan& plan) {
   const std::uint32_t state = StateOf(card);
   const bool resting = state == VSL_STATE_ATTACHED || state > VSL_STATE_BUSY;
@@ -71,8 +71,8 @@ bool Holds(const Card& card, const JobMark& mark) {
   return card.job && card.job->owner == mark.owner && card.job->number == mark.number;
 }
 
-// Ends the job when its wait is left, and puts the card back unless that is by the job's own end:
-// a canceled thread unwinds through here.
+// Ends the job when its wait ends, and resets the card unless the job completed: a canceled thread
+// unwinds through here.
 class EndOfWait {
  public:
   EndOfWait(StorePtr store, std::uint64_t job) : m_Store(std::move(store)), m_Job(job) {}
@@ -98,10 +98,11 @@ class EndOfWait {
 void StartJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
   JobPlan plan = handle.plan;
-  if (plan.phase != JobPhase::Prepared) throw Refusal{kWrongState, "the job was started before"};
+  if (plan.phase != JobPhase::Prepared)
+    throw Refusal{kWrongState, "the job has already been started"};
   RunningJob running;
   plan.mark = {row.name, ThisProcess(), running.Number(), 0};
-  // Taken before the lock is let go, so that only one thread starts it.
+  // Set before the lock is released, so that only one thread starts it.
   handle.plan.phase = JobPhase::Ended;
   try {
     session.EditCard(handle.cardId, [&](Card& card) {
@@ -125,16 +126,17 @@ void StartJob(Session& session, Handle& handle) {
 void WaitForJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
   const JobPlan& plan = handle.plan;
-  if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is under way"};
+  if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is running"};
   EndOfWait end(session.Store(), plan.mark.number);
-  // From here on the plan is in the hands of this call alone.
+  // From here on only this call uses the plan.
   handle.plan.phase = JobPhase::Ended;
   session.Unlock();
   if (plan.milliseconds > 0) {
     boost::this_thread::sleep_for(boost::chrono::milliseconds(plan.milliseconds));
   }
   session.EditCard(handle.cardId, [&](Card& card) {
-    if (!Holds(card, plan.mark)) throw Refusal{kWrongState, "the card left the job"};
+    if (!Holds(card, plan.mark))
+      throw Refusal{kWrongState, "the card's state was changed while the job ran"};
     card.job.reset();
     SetState(card, row.after);
     row.apply(card, plan);
@@ -152,14 +154,14 @@ void DropEndedJobs(const StorePtr& store) noexcept {
   try {
     store->Edit([](State&) { return false; });
   } catch (const std::exception&) {
-    // There may be no memory, descriptor or room now. The next call tries again.
+    // Out of memory, descriptors or disk space, for example. The next call tries again.
     Library& library = TheLibrary();
     const std::lock_guard<std::mutex> lock(library.mutex);
-    library.untidy = store;
+    library.storeToClean = store;
   }
 }
 
-void AbandonUnlessWaited(void* job) noexcept {
+void AbandonIfStarted(void* job) noexcept {
   Library& library = TheLibrary();
   StorePtr store;
   std::uint64_t number = 0;

@@ -6,16 +6,16 @@
 namespace CardSim {
 namespace {
 
-constexpr const char* kKindNames[kHandleKinds] = {"card",   "walked", "adapter", "format",
-                                                  "attach", "detach", "volume"};
+constexpr const char* kKindNames[kHandleKinds] = {"card",   "iterated", "adapter", "format",
+                                                  "attach", "detach",   "volume"};
 
-// No address of this processor: bits 63 to 48 of a real one are all equal.
+// Not an address of this processor: bits 63 to 48 of a real one are all equal.
 constexpr std::uint64_t kTag = 0x5ca9;
 constexpr std::uint64_t kEpochMask = 0xfff;
-// Misuse that repeats itself for days must not fill the memory.
-constexpr std::size_t kMostMisuse = 1000;
+// Repeated misuse over days must not fill the memory.
+constexpr std::size_t kMaxMisuseLines = 1000;
 
-// What a handle's value is made of, from bit 63 down.
+// The bits of a handle's value, from bit 63 down.
 struct HandleValue {
   std::uint64_t tag;     // 16 bits
   std::uint64_t epoch;   // 12 bits
@@ -41,12 +41,12 @@ bool IsUnderWay(const Handle& handle) {
 }  // namespace
 
 std::shared_ptr<Handle> Ledger::Make(HandleKind kind, std::shared_ptr<const Card> card,
-                                     unsigned int life) {
+                                     unsigned int startCount) {
   auto handle = std::make_shared<Handle>();
   const auto index = static_cast<std::size_t>(kind);
   handle->kind = kind;
   handle->self = Pack({kTag, m_Epoch, m_Made[index] + 1, index});
-  handle->life = life;
+  handle->startCount = startCount;
   handle->cardId = card->id;
   handle->card = std::move(card);
   m_Handles[handle->self] = handle;
@@ -61,24 +61,24 @@ std::shared_ptr<Handle> Ledger::Find(void* handle) const {
 }
 
 void Ledger::Remove(Handle& handle) noexcept {
-  m_EndedTexts.End(handle.text);
+  m_ExpiredTexts.Expire(handle.text);
   for (void* volume : handle.volumes) m_Handles.erase(volume);
   m_Handles.erase(handle.self);
 }
 
 const char* Ledger::Lend(Handle& handle, std::string_view text) {
-  m_EndedTexts.End(handle.text);
+  m_ExpiredTexts.Expire(handle.text);
   handle.text = LentText(text);
   return handle.text.Get();
 }
 
-void Ledger::EndText(void* handle) noexcept {
+void Ledger::ExpireText(void* handle) noexcept {
   const auto found = m_Handles.find(handle);
-  if (found != m_Handles.end()) m_EndedTexts.End(found->second->text);
+  if (found != m_Handles.end()) m_ExpiredTexts.Expire(found->second->text);
 }
 
-void Ledger::EndTexts() noexcept {
-  for (const auto& [unused, handle] : m_Handles) m_EndedTexts.End(handle->text);
+void Ledger::ExpireTexts() noexcept {
+  for (const auto& [unused, handle] : m_Handles) m_ExpiredTexts.Expire(handle->text);
 }
 
 bool Ledger::WasMade(void* handle) const {
@@ -97,7 +97,7 @@ std::string Ledger::Describe(void* handle) const {
 std::vector<std::string> Ledger::Open() const {
   std::vector<const Handle*> open;
   for (const auto& [unused, handle] : m_Handles) {
-    const bool owned = handle->kind != HandleKind::Walked && handle->kind != HandleKind::Volume;
+    const bool owned = handle->kind != HandleKind::Iterated && handle->kind != HandleKind::Volume;
     if (owned) open.push_back(handle.get());
   }
   std::sort(open.begin(), open.end(),
@@ -108,7 +108,7 @@ std::vector<std::string> Ledger::Open() const {
 }
 
 void Ledger::NoteMisuse(std::string line) {
-  if (m_Misuse.size() < kMostMisuse) m_Misuse.push_back(std::move(line));
+  if (m_Misuse.size() < kMaxMisuseLines) m_Misuse.push_back(std::move(line));
 }
 
 std::vector<std::shared_ptr<Handle>> Ledger::Reset() {
@@ -116,7 +116,7 @@ std::vector<std::shared_ptr<Handle>> Ledger::Reset() {
   for (const auto& [unused, handle] : m_Handles) {
     if (IsUnderWay(*handle)) underWay.push_back(handle);
   }
-  EndTexts();
+  ExpireTexts();
   m_Handles.clear();
   std::fill(std::begin(m_Made), std::end(m_Made), 0);
   m_Epoch = (m_Epoch + 1) & kEpochMask;

@@ -1,4 +1,4 @@
-// The handles that the library has given out, and what was done wrong with them.
+// The handles that the library has returned, and their misuse.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace CardSim {
 
 enum class HandleKind : unsigned int {
   Card,
-  Walked,
+  Iterated,
   Adapter,
   Format,
   Attach,
@@ -36,10 +36,10 @@ constexpr Kinds kAnyKind = (1U << kHandleKinds) - 1;
 constexpr Kinds kJobs =
     Only(HandleKind::Attach) | Only(HandleKind::Detach) | Only(HandleKind::Format);
 
-// Ended also while it is being started or waited for: it is then in the hands of that call alone.
+// Also `Ended` while a call starts or waits for the job: only that call uses the plan then.
 enum class JobPhase { Prepared, Started, Ended };
 
-// What a job handle was told, and where its job stands.
+// The options and progress of a job handle.
 struct JobPlan {
   JobPhase phase = JobPhase::Prepared;
   bool force = false;                    // of a detach
@@ -55,47 +55,49 @@ struct JobPlan {
 struct Handle {
   HandleKind kind = HandleKind::Card;
   void* self = nullptr;
-  std::uint64_t sequence = 0;  // order of making
-  unsigned int life = 0;       // which vsl_init it was made after
+  std::uint64_t sequence = 0;   // order of creation
+  unsigned int startCount = 0;  // the vsl_init it was created after
   bool isOpen = false;
   std::uint64_t cardId = 0;
-  std::shared_ptr<const Card> card;  // as it was when last named or opened
-  std::size_t position = 0;          // of a walked card or a volume
+  std::shared_ptr<const Card> card;  // as of when it was last named or opened
+  std::size_t position = 0;          // of an iterated card or a volume
   void* parent = nullptr;            // of a volume: its card's handle
-  std::vector<void*> volumes;        // of a card: what was walked through it
-  LentText text;                     // the last one that a call on the handle gave out
+  std::vector<void*> volumes;        // of a card: its volume handles
+  LentText text;                     // the last string returned by a call with the handle
   JobPlan plan;
 };
 
-// Handles are numbers in the clothes of pointers: kind and number can be told of one that was
-// destroyed long ago, no value is ever used twice, and following one faults at once. Not
-// synchronised: its owner is.
+// The handles by value. A handle is an integer cast to a pointer: its kind and number are known
+// even long after it was destroyed, values are never reused, and dereferencing one faults at once.
+// Not synchronized: the caller holds the library's lock.
 class Ledger {
  public:
-  // A new handle of that kind for `card`.
+  // A new handle of that kind for `card`. `startCount`: how often the library was started.
   std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card,
-                               unsigned int life);
-  // None when the handle was never made or has been destroyed.
+                               unsigned int startCount);
+  // Null if the handle was never created or has been destroyed.
   std::shared_ptr<Handle> Find(void* handle) const;
-  // Ends a handle, and with a card's handle its volumes.
+  // Destroys a handle and, for that of a card, its volumes.
   void Remove(Handle& handle) noexcept;
 
-  // Gives out a copy of a text, which lives until `EndText`.
+  // Returns a copy of `text`, valid until the next `Lend` or `ExpireText` for the handle.
   const char* Lend(Handle& handle, std::string_view text);
-  // Ends the text that the handle gave out, if it did; of every handle without an argument.
-  void EndText(void* handle) noexcept;
-  void EndTexts() noexcept;
+  // Expires the string of that handle, if it has one, or of all handles.
+  void ExpireText(void* handle) noexcept;
+  void ExpireTexts() noexcept;
 
-  // "card#1", "null", or "unknown" for what this ledger never made.
+  // "card#1", "null", or "unknown" for a value that was never created here.
   std::string Describe(void* handle) const;
-  // Whether it made the handle, destroyed or not.
+  // Whether the handle was created here, destroyed or not.
   bool WasMade(void* handle) const;
+  // The handles that callers have to destroy, in order of creation.
   std::vector<std::string> Open() const;
 
+  // Keeps the line, unless there are 1000 already.
   void NoteMisuse(std::string line);
   const std::vector<std::string>& Misuse() const { return m_Misuse; }
 
-  // Forgets all; gives the handles whose jobs were under way.
+  // Forgets everything. Returns the handles whose jobs are running, which the caller must abandon.
   std::vector<std::shared_ptr<Handle>> Reset();
 
  private:
@@ -104,7 +106,7 @@ class Ledger {
   std::uint64_t m_Sequence = 0;
   std::uint64_t m_Epoch = 1;
   std::vector<std::string> m_Misuse;
-  EndedTexts m_EndedTexts;
+  ExpiredTexts m_ExpiredTexts;
 };
 
 }  // namespace CardSim

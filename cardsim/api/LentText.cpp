@@ -19,23 +19,23 @@ constexpr bool kFreesAtOnce = false;
 constexpr bool kFreesAtOnce = false;
 #endif
 
-// Stands in the place of every byte of a text that has ended.
-constexpr char kEnded = '~';
-// An empty text, too, has to look wrong afterwards.
-constexpr std::size_t kLeastRoom = 8;
+// Overwrites every byte of an expired text.
+constexpr char kOverwritten = '~';
+// So that an expired empty text reads as something else.
+constexpr std::size_t kMinRoom = 8;
 
 }  // namespace
 
 LentText::LentText(std::string_view text)
-    : m_Text(new char[std::max(text.size() + 1, kLeastRoom)]),
-      m_Room(std::max(text.size() + 1, kLeastRoom)) {
+    : m_Text(new char[std::max(text.size() + 1, kMinRoom)]),
+      m_Room(std::max(text.size() + 1, kMinRoom)) {
   std::memcpy(m_Text.get(), text.data(), text.size());
   m_Text[text.size()] = '\0';
 }
 
-void EndedTexts::End(LentText& text) noexcept {
+void ExpiredTexts::Expire(LentText& text) noexcept {
   if (text.m_Text == nullptr) return;
-  std::memset(text.m_Text.get(), kEnded, text.m_Room - 1);
+  std::memset(text.m_Text.get(), kOverwritten, text.m_Room - 1);
   text.m_Text[text.m_Room - 1] = '\0';
   if (!kFreesAtOnce) {
     m_Texts[m_Next] = std::move(text.m_Text);

@@ -16,7 +16,8 @@ Library& TheLibrary() {
 Session::Session(const char* function, Freshness freshness)
     : m_Function(function), m_Library(TheLibrary()), m_Lock(m_Library.mutex) {
   if (!m_Library.isStarted) {
-    const char* when = m_Library.life == 0 ? "called before vsl_init" : "called after vsl_fini";
+    const char* when =
+        m_Library.startCount == 0 ? "called before vsl_init" : "called after vsl_fini";
     m_Library.ledger.NoteMisuse(std::string(function) + ": " + when);
     throw Refusal{kNotStarted, std::string("the library is not started: ") + when};
   }
@@ -44,11 +45,11 @@ std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
   if (!found) {
     const bool made = m_Library.ledger.WasMade(handle);
     const bool again = std::strcmp(m_Function, "vsl_destroy") == 0;
-    const char* ended = again ? "destroyed twice" : "used after its end";
-    Misused(handle, kBadHandle, made ? ended : "no handle of this library");
+    const char* ended = again ? "destroyed twice" : "used after being destroyed";
+    Misused(handle, kBadHandle, made ? ended : "not a handle of this library");
   }
   if ((Only(found->kind) & kinds) == 0) Misused(handle, kBadHandle, "wrong kind of handle");
-  if (found->life != m_Library.life) NoteMisuse(handle, "made before vsl_fini");
+  if (found->startCount != m_Library.startCount) NoteMisuse(handle, "made before vsl_fini");
   return found;
 }
 
@@ -65,16 +66,16 @@ std::shared_ptr<const Card> Session::CurrentCard(std::uint64_t id) const {
 
 std::shared_ptr<Handle> Session::Make(HandleKind kind, std::shared_ptr<const Card> card,
                                       void** out) {
-  auto handle = m_Library.ledger.Make(kind, std::move(card), m_Library.life);
+  auto handle = m_Library.ledger.Make(kind, std::move(card), m_Library.startCount);
   *out = handle->self;
   return handle;
 }
 
 void Session::Edit(const std::function<bool(State&)>& change) {
   if (m_Lock.owns_lock()) m_Lock.unlock();
-  LoadedPtr edited = m_Store->Edit(change);
+  FileVersionPtr edited = m_Store->Edit(change);
   m_Lock.lock();
-  // Another thread may have ended the library or started it with another file.
+  // Another thread may have called vsl_fini, or vsl_init with another file.
   if (m_Library.isStarted && m_Library.store->Path() == m_Store->Path()) m_Library.loaded = edited;
 }
 
@@ -105,18 +106,18 @@ void NoteMissingRecord(Library& library, const CallInfo& call) {
 
 }  // namespace
 
-Announcement Begin(const CallInfo& call, const vsl_error_record* err) {
+CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err) {
   Library& library = TheLibrary();
-  Announcement announcement;
-  StorePtr untidy;
+  CallNotice announcement;
+  StorePtr storeToClean;
   {
     const std::lock_guard<std::mutex> lock(library.mutex);
-    untidy = std::move(library.untidy);
-    if (call.handle) library.ledger.EndText(*call.handle);
+    storeToClean = std::move(library.storeToClean);
+    if (call.handle) library.ledger.ExpireText(*call.handle);
     if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
     if (IsWatched()) announcement.call.handle = Described(library, call);
   }
-  if (untidy != nullptr) DropEndedJobs(untidy);
+  if (storeToClean != nullptr) DropEndedJobs(storeToClean);
   if (!IsWatched()) return announcement;
   announcement.call.function = call.function;
   if (call.number) announcement.call.argument = std::to_string(*call.number);
@@ -125,15 +126,15 @@ Announcement Begin(const CallInfo& call, const vsl_error_record* err) {
   return announcement;
 }
 
-void RunHook(const Announcement& announcement) {
+void RunHook(const CallNotice& announcement) {
   if (announcement.hook) (*announcement.hook)(announcement.call);
 }
 
-void OrderedFailure(const CallInfo& call) {
-  if (IsWatched()) ThrowOrderedFailure(call.function);
+void ThrowIfMadeToFail(const CallInfo& call) {
+  if (IsWatched()) ThrowIfOrderedToFail(call.function);
 }
 
-void Explain(vsl_error_record* err, std::string_view text) noexcept {
+void SetErrorText(vsl_error_record* err, std::string_view text) noexcept {
   if (err == nullptr) return;
   const std::size_t length = std::min(text.size(), sizeof err->text - 1);
   std::memcpy(err->text, text.data(), length);

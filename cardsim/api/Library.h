@@ -1,4 +1,4 @@
-// What all calls into the library share: its one state, and the frame around every call.
+// What all functions of the library share: its state, and what happens around every call.
 #pragma once
 
 #include <exception>
@@ -27,51 +27,54 @@ struct CallInfo {
 
 using StorePtr = std::shared_ptr<const FileStore>;
 
-// Guarded by `mutex`, which is held for moments only: never across a hook, an edit of the file or
-// a sleep.
+// All members are guarded by `mutex`, which is held briefly: never during a hook, an edit of the
+// file or a sleep.
 struct Library {
   std::mutex mutex;
   bool isStarted = false;
-  unsigned int life = 0;  // how often it was started
+  unsigned int startCount = 0;  // how often it was started
   StorePtr store;
-  LoadedPtr loaded;
+  FileVersionPtr loaded;
   Ledger ledger;
-  StorePtr untidy;  // a file in which the card of an abandoned job could not be put back
+  StorePtr storeToClean;  // a file in which the card of an abandoned job could not be reset
 };
 
-// Lives until the process is gone: threads may still call while it ends.
+// Never destroyed: threads may still call while the process exits.
 Library& TheLibrary();
 
 enum class Freshness { AsLoaded, Reloaded };
 
-// One call at work, under the library's lock. The constructor throws the `Refusal` of a library
-// that is not started, of a state file that cannot be read, or of a standing failure.
+// One call in progress, under the library's lock. The constructor throws `Refusal` if the library
+// is not started or the function was made to fail, `std::runtime_error` if the state file cannot be
+// read. For the calling thread only.
 class Session {
  public:
   explicit Session(const char* function, Freshness freshness = Freshness::AsLoaded);
 
-  // The handle, which must be alive and of one of these kinds; else notes misuse and throws.
+  // The handle, which must exist and be of one of these kinds. Otherwise notes misuse and throws
+  // `Refusal`.
   std::shared_ptr<Handle> Expect(void* handle, Kinds kinds);
-  // Notes misuse of the handle and throws.
+  // Notes misuse of the handle and throws `Refusal`.
   [[noreturn]] void Misused(void* handle, vsl_code code, const std::string& why);
   void NoteMisuse(void* handle, const std::string& why);
 
-  // Reads the file again if it has changed.
+  // Reads the file again if it has changed; throws `std::runtime_error` if it cannot.
   void Refresh();
   const State& Current() const { return *m_Library.loaded->state; }
-  // The card now in the file; throws when it is gone.
+  // The card as it is in the file. Throws `Refusal` if it is gone.
   std::shared_ptr<const Card> CurrentCard(std::uint64_t id) const;
 
-  // Makes a handle for a card and hands it out.
+  // Creates a handle for a card and stores its value in `*out`.
   std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card, void** out);
   Ledger& Handles() { return m_Library.ledger; }
 
-  // Edits the file, and works with the outcome from then on. The lock is not held meanwhile.
+  // Edits the file and uses the new version from then on. The lock is released meanwhile, and not
+  // held after an exception.
   void Edit(const std::function<bool(State&)>& change);
-  // The same for the card of that id; throws when it is gone.
+  // The same for the card of that id. Throws `Refusal` if it is gone.
   void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change);
 
-  // Lets the lock go, until an edit that succeeds takes it again.
+  // Releases the lock until the next successful edit, or `Lock`.
   void Unlock() { m_Lock.unlock(); }
   void Lock() {
     if (!m_Lock.owns_lock()) m_Lock.lock();
@@ -85,65 +88,67 @@ class Session {
   StorePtr m_Store;
 };
 
-struct Announcement {
+struct CallNotice {
   Call call;
   Hook hook;
 };
 
-// What every call begins with: a text that its handle gave out ends, a missing error record is
-// noted, and the call is logged if anyone watches.
-Announcement Begin(const CallInfo& call, const vsl_error_record* err);
+// The start of every call: expires the string of its handle, notes a missing error record, and logs
+// the call.
+CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err);
 // Runs the hook, with no lock held.
-void RunHook(const Announcement& announcement);
+void RunHook(const CallNotice& announcement);
 // Throws the `Refusal` that was ordered for this call, if any.
-void OrderedFailure(const CallInfo& call);
+void ThrowIfMadeToFail(const CallInfo& call);
 
-// Writes the text into the record, cut to its room and always ended.
-void Explain(vsl_error_record* err, std::string_view text) noexcept;
+// Writes the text into the record, truncated to its size and always terminated. Does nothing for a
+// null record.
+void SetErrorText(vsl_error_record* err, std::string_view text) noexcept;
 
-// Runs `body`, and on failure fills the record and gives the code. Only exceptions of ours and the
-// standard's are caught, so that the unwinding of a canceled thread passes.
+// Runs `body`. On failure, fills the record and returns the code. Only `Refusal` and standard
+// exceptions are caught, so that the unwinding of a canceled thread passes.
 template <typename Body>
-std::optional<vsl_code> Caught(vsl_error_record* err, Body body) {
+std::optional<vsl_code> RunCatching(vsl_error_record* err, Body body) {
   try {
     body();
     return std::nullopt;
   } catch (const Refusal& refusal) {
-    Explain(err, refusal.text);
+    SetErrorText(err, refusal.text);
     return refusal.code;
   } catch (const std::bad_alloc&) {
-    Explain(err, "out of memory");
+    SetErrorText(err, "out of memory");
     return kNoMemory;
   } catch (const std::exception& error) {
-    Explain(err, error.what());
+    SetErrorText(err, error.what());
     return kStateUnusable;
   }
 }
 
-// Runs one call. What the hook throws is the test's own, and passes.
+// Runs one call. Returns the code of a failure. An exception of the hook passes: it belongs to the
+// test.
 template <typename Body>
-std::optional<vsl_code> Failure(const CallInfo& call, vsl_error_record* err, Body body) {
-  Announcement announcement;
-  const auto failed = Caught(err, [&] { announcement = Begin(call, err); });
+std::optional<vsl_code> RunCall(const CallInfo& call, vsl_error_record* err, Body body) {
+  CallNotice announcement;
+  const auto failed = RunCatching(err, [&] { announcement = BeginCall(call, err); });
   if (failed) return failed;
   RunHook(announcement);
-  return Caught(err, [&] {
-    OrderedFailure(call);
+  return RunCatching(err, [&] {
+    ThrowIfMadeToFail(call);
     body();
   });
 }
 
 // A call whose result is a code.
 template <typename Body>
-vsl_code Act(const CallInfo& call, vsl_error_record* err, Body body) {
-  return Failure(call, err, body).value_or(0);
+vsl_code RunForCode(const CallInfo& call, vsl_error_record* err, Body body) {
+  return RunCall(call, err, body).value_or(0);
 }
 
-// A call whose result is a value, and `fallback` after a failure.
+// A call whose result is a value; `fallback` after a failure.
 template <typename T, typename Body>
-T Ask(const CallInfo& call, vsl_error_record* err, T fallback, Body body) {
+T RunForValue(const CallInfo& call, vsl_error_record* err, T fallback, Body body) {
   T result = fallback;
-  const auto failed = Failure(call, err, [&] { result = body(); });
+  const auto failed = RunCall(call, err, [&] { result = body(); });
   return failed ? fallback : result;
 }
 

@@ -1,4 +1,4 @@
-// Why a call into the library fails.
+// Why a call of the library fails.
 #pragma once
 
 #include <string>
@@ -7,21 +7,23 @@
 
 namespace CardSim {
 
-// The library's own codes. None of them is VSL_NOT_READY, which only `fail vsl_init` gives.
+// The library's result codes. VSL_NOT_READY is not among them: it is returned only if `cardsim fail
+// vsl_init` asks for it.
 enum Code : vsl_code {
   kFailed = 1,
   kStateUnusable = 2,  // the state file is missing, damaged or cannot be opened
   kNoSuchCard = 3,
   kBadHandle = 4,
   kNotOpen = 5,
-  kWrongState = 6,  // the card cannot do that now
+  kWrongState = 6,  // not possible in the current state
   kBadValue = 7,
   kInUse = 8,
-  kNotSupported = 9,  // the card does not have that
+  kNotSupported = 9,  // the card does not have it
   kNotStarted = 10,   // before vsl_init or after vsl_fini
   kNoMemory = 11,
 };
 
+// Thrown by the body of a call; becomes its result and error record. Not a std::exception.
 struct Refusal {
   vsl_code code;
   std::string text;

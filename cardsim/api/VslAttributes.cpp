@@ -1,4 +1,4 @@
-// The attribute reads, one pair of functions for each row of the catalog.
+// The functions that read attributes, one pair per row of the attribute lists.
 #include "cardsim/api/Library.h"
 #include "host/vsl_abstraction.h"
 
@@ -6,7 +6,7 @@ using namespace CardSim;
 
 namespace {
 
-// What a named card tells without being opened.
+// Readable on a card handle that is not open.
 constexpr Attribute kReadableUnopened[] = {
     Attribute::device_path,
     Attribute::beacon_state,
@@ -21,8 +21,8 @@ bool IsReadable(const Handle& handle, Attribute attribute) {
   if (handle.isOpen || handle.kind == HandleKind::Adapter || handle.kind == HandleKind::Format) {
     return true;
   }
-  // A walked card has to say who it is, or nobody could name it.
-  if (handle.kind == HandleKind::Walked && attribute == Attribute::serial_number) return true;
+  // Callers identify an iterated card by it.
+  if (handle.kind == HandleKind::Iterated && attribute == Attribute::serial_number) return true;
   for (const Attribute readable : kReadableUnopened) {
     if (attribute == readable) return true;
   }
@@ -37,7 +37,7 @@ bool IsFormat(Attribute attribute) {
 Kinds KindsOf(Attribute attribute) {
   if (attribute == Attribute::power_limit_watts) return Only(HandleKind::Adapter);
   if (IsFormat(attribute)) return Only(HandleKind::Format);
-  return Only(HandleKind::Card) | Only(HandleKind::Walked);
+  return Only(HandleKind::Card) | Only(HandleKind::Iterated);
 }
 
 bool IsStatusMask(Attribute attribute) {
@@ -45,10 +45,10 @@ bool IsStatusMask(Attribute attribute) {
          attribute == Attribute::current_info;
 }
 
-// A status mask may change while the card is open; everything else is as it was at the opening.
+// Status masks are current; all other attributes are as of the opening.
 std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attribute attribute) {
   if (!IsStatusMask(attribute)) return handle.card;
-  // A mask of a moment ago is better than none, which would look as if all bits were cleared.
+  // The last known mask is better than 0, which would mean that all bits were cleared.
   try {
     session.Refresh();
     return session.CurrentCard(handle.cardId);
@@ -59,34 +59,34 @@ std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attri
   }
 }
 
-std::optional<Value> Look(Session& session, void* pointer, Attribute attribute) {
+std::optional<Value> FindValue(Session& session, void* pointer, Attribute attribute) {
   const auto handle = session.Expect(pointer, KindsOf(attribute));
   if (!IsReadable(*handle, attribute)) session.Misused(pointer, kNotOpen, "the card is not open");
   return At(Source(session, *handle, attribute)->values, attribute);
 }
 
 bool Has(const char* function, void* handle, Attribute attribute, vsl_error_record* err) {
-  return Ask({function, handle}, err, false, [&] {
+  return RunForValue({function, handle}, err, false, [&] {
     Session session(function);
-    return handle != nullptr && Look(session, handle, attribute).has_value();
+    return handle != nullptr && FindValue(session, handle, attribute).has_value();
   });
 }
 
 template <typename T>
-T Nothing() {
+T EmptyValue() {
   if constexpr (std::is_same_v<T, const char*>) return "";
   return T();
 }
 
 template <typename T>
-T Take(Session& session, void* pointer, Attribute attribute) {
+T ReadValue(Session& session, void* pointer, Attribute attribute) {
   const auto handle = session.Expect(pointer, KindsOf(attribute));
   if (!IsReadable(*handle, attribute)) session.Misused(pointer, kNotOpen, "the card is not open");
   const auto card = Source(session, *handle, attribute);
   if (!At(card->values, attribute)) {
     session.Misused(pointer, kNotSupported, "the attribute is absent");
   }
-  const T value = Read<T>(card->values, attribute, Nothing<T>());
+  const T value = Read<T>(card->values, attribute, EmptyValue<T>());
   if constexpr (std::is_same_v<T, const char*>) {
     return session.Handles().Lend(*handle, value);
   } else {
@@ -96,9 +96,9 @@ T Take(Session& session, void* pointer, Attribute attribute) {
 
 template <typename T>
 T Get(const char* function, void* handle, Attribute attribute, vsl_error_record* err) {
-  return Ask({function, handle}, err, Nothing<T>(), [&] {
+  return RunForValue({function, handle}, err, EmptyValue<T>(), [&] {
     Session session(function);
-    return Take<T>(session, handle, attribute);
+    return ReadValue<T>(session, handle, attribute);
   });
 }
 
@@ -125,27 +125,27 @@ VSL_FORMAT_ATTRIBUTES(CARDSIM_PAIR)
 #undef CARDSIM_PAIR
 
 bool vsl_iom_format_has_size_mode(void* format, vsl_error_record* err) {
-  return Ask({"vsl_iom_format_has_size_mode", format}, err, false, [&] {
+  return RunForValue({"vsl_iom_format_has_size_mode", format}, err, false, [&] {
     Session session("vsl_iom_format_has_size_mode");
     if (format == nullptr) return false;
-    const auto value = Look(session, format, Attribute::iom_format_size_mode);
+    const auto value = FindValue(session, format, Attribute::iom_format_size_mode);
     return value && ValueAs<bool>(*value);
   });
 }
 
 uint16_t vsl_pci_device_id(void* iom, vsl_error_record* err) {
-  return Ask({"vsl_pci_device_id", iom}, err, uint16_t{0}, [&] {
+  return RunForValue({"vsl_pci_device_id", iom}, err, uint16_t{0}, [&] {
     Session session("vsl_pci_device_id");
-    const auto value = Look(session, iom, Attribute::pci_device_id);
+    const auto value = FindValue(session, iom, Attribute::pci_device_id);
     return value ? ValueAs<uint16_t>(*value) : uint16_t{0};
   });
 }
 
 uint32_t vsl_reserve_status(void* iom, vsl_error_record* err) {
-  return Ask({"vsl_reserve_status", iom}, err, uint32_t{0}, [&] {
+  return RunForValue({"vsl_reserve_status", iom}, err, uint32_t{0}, [&] {
     Session session("vsl_reserve_status");
-    const auto value = Look(session, iom, Attribute::reserve_status);
-    if (!Look(session, iom, Attribute::reserve_space_pct)) {
+    const auto value = FindValue(session, iom, Attribute::reserve_status);
+    if (!FindValue(session, iom, Attribute::reserve_space_pct)) {
       session.Misused(iom, kNotSupported, "the attribute is absent");
     }
     return value ? ValueAs<uint32_t>(*value) : uint32_t{0};

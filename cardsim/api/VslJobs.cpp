@@ -8,14 +8,14 @@ using namespace CardSim;
 namespace {
 
 std::shared_ptr<Handle> MakeJob(Session& session, HandleKind kind, void* iom, void** out) {
-  if (out == nullptr) session.Misused(nullptr, kBadHandle, "no handle variable");
+  if (out == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
   const auto card = session.Expect(iom, Only(HandleKind::Card));
   return session.Make(kind, card->card, out);
 }
 
 vsl_code CreateJob(const char* function, HandleKind kind, void* iom, void** out,
                    vsl_error_record* err) {
-  return Act({function, iom}, err, [&] {
+  return RunForCode({function, iom}, err, [&] {
     Session session(function);
     const auto job = MakeJob(session, kind, iom, out);
     if (kind == HandleKind::Format) PrepareFormat(*job);
@@ -25,11 +25,11 @@ vsl_code CreateJob(const char* function, HandleKind kind, void* iom, void** out,
 // Sets one option of a job that is not started.
 template <typename Option>
 vsl_code SetOption(const CallInfo& call, HandleKind kind, vsl_error_record* err, Option option) {
-  return Act(call, err, [&] {
+  return RunForCode(call, err, [&] {
     Session session(call.function);
     const auto job = session.Expect(*call.handle, Only(kind));
     if (job->plan.phase != JobPhase::Prepared) {
-      throw Refusal{kWrongState, "the job was started before"};
+      throw Refusal{kWrongState, "the job has already been started"};
     }
     option(*job);
   });
@@ -75,18 +75,18 @@ vsl_code vsl_iom_format_set_sector_size_bytes(void* format, uint32_t bytes, vsl_
 }
 
 vsl_code vsl_op_start(void* job, vsl_error_record* err) {
-  return Act({"vsl_op_start", job}, err, [&] {
+  return RunForCode({"vsl_op_start", job}, err, [&] {
     Session session("vsl_op_start");
     StartJob(session, *session.Expect(job, kJobs));
   });
 }
 
 vsl_code vsl_op_wait_for_result(void* job, vsl_error_record* err) {
-  const vsl_code code = Act({"vsl_op_wait_for_result", job}, err, [&] {
+  const vsl_code code = RunForCode({"vsl_op_wait_for_result", job}, err, [&] {
     Session session("vsl_op_wait_for_result");
     WaitForJob(session, *session.Expect(job, kJobs));
   });
   // A wait that was made to fail before it began must not leave the card in between.
-  if (code != 0) AbandonUnlessWaited(job);
+  if (code != 0) AbandonIfStarted(job);
   return code;
 }

@@ -1,4 +1,4 @@
-// Life of the library, and the handles that everything else needs.
+// Init and fini, and the handles of cards and adapters.
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -13,54 +13,54 @@ using namespace CardSim;
 namespace {
 
 void Start(std::uint64_t flags) {
-  if (flags != 0) throw Refusal{kBadValue, "vsl_init knows no flags"};
+  if (flags != 0) throw Refusal{kBadValue, "vsl_init accepts no flags"};
   StorePtr store = std::make_shared<const FileStore>(StateFile::DefaultPath());
-  LoadedPtr loaded = store->Load();
+  FileVersionPtr loaded = store->Load();
   const auto standing = loaded->state->failures.find("vsl_init");
   if (standing != loaded->state->failures.end()) {
     throw Refusal{standing->second.code, standing->second.text};
   }
   Library& library = TheLibrary();
   const std::lock_guard<std::mutex> lock(library.mutex);
-  if (!library.isStarted) ++library.life;
+  if (!library.isStarted) ++library.startCount;
   library.isStarted = true;
   library.store = std::move(store);
   library.loaded = std::move(loaded);
 }
 
 void CheckVariable(Session& session, const void* variable) {
-  if (variable == nullptr) session.Misused(nullptr, kBadHandle, "no handle variable");
+  if (variable == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
 }
 
 void CheckWhich(std::uint32_t which) {
-  if (which != 1) throw Refusal{kBadValue, "only 1 can be iterated"};
+  if (which != 1) throw Refusal{kBadValue, "which must be 1"};
 }
 
-// Where the walk goes on: behind the walked card, or at its place if that card is gone.
-std::size_t NextPosition(Session& session, const Handle& walked) {
+// Where the iteration continues: after the iterated card, or at its position if it is gone.
+std::size_t NextPosition(Session& session, const Handle& iterated) {
   const auto& cards = session.Current().cards;
   for (std::size_t i = 0; i < cards.size(); ++i) {
-    if (cards[i].id == walked.cardId) return i + 1;
+    if (cards[i].id == iterated.cardId) return i + 1;
   }
-  return walked.position;
+  return iterated.position;
 }
 
-bool Walk(void** iom) {
+bool Iterate(void** iom) {
   Session session("vsl_iom_iterate", Freshness::Reloaded);
   CheckVariable(session, iom);
   std::size_t position = 0;
-  std::shared_ptr<Handle> walked;
+  std::shared_ptr<Handle> iterated;
   if (*iom != nullptr) {
-    walked = session.Expect(*iom, Only(HandleKind::Walked));
-    position = NextPosition(session, *walked);
+    iterated = session.Expect(*iom, Only(HandleKind::Iterated));
+    position = NextPosition(session, *iterated);
   }
   void* next = nullptr;
   if (position < session.Current().cards.size()) {
     const auto card = session.CurrentCard(session.Current().cards[position].id);
-    session.Make(HandleKind::Walked, card, &next)->position = position;
+    session.Make(HandleKind::Iterated, card, &next)->position = position;
   }
-  // Last, so that a walk without memory can go on where it was.
-  if (walked != nullptr) session.Handles().Remove(*walked);
+  // Last, so that an iteration that ran out of memory can continue where it was.
+  if (iterated != nullptr) session.Handles().Remove(*iterated);
   *iom = next;
   return next != nullptr;
 }
@@ -76,11 +76,11 @@ std::uint64_t IdOfPath(const State& state, const char* path) {
 void Destroy(void** variable) {
   Session session("vsl_destroy");
   CheckVariable(session, variable);
-  // A caller that got no handle may end what it has not.
+  // A caller whose create failed may destroy the null handle.
   if (*variable == nullptr) return;
   const auto handle = session.Expect(*variable, kAnyKind);
   if (handle->kind == HandleKind::Volume) {
-    session.Misused(*variable, kBadHandle, "a volume ends with its card's handle");
+    session.Misused(*variable, kBadHandle, "a volume is destroyed with its card's handle");
   }
   if (handle->isOpen) session.NoteMisuse(*variable, "destroyed while open");
   session.Handles().Remove(*handle);
@@ -92,38 +92,38 @@ void Destroy(void** variable) {
 }  // namespace
 
 vsl_code vsl_init(uint64_t flags, vsl_error_record* err) {
-  return Act({"vsl_init"}, err, [&] { Start(flags); });
+  return RunForCode({"vsl_init"}, err, [&] { Start(flags); });
 }
 
 void vsl_fini(void) {
-  // It always succeeds.
-  Failure({"vsl_fini"}, nullptr, [] {});
+  // Cannot fail.
+  RunCall({"vsl_fini"}, nullptr, [] {});
   Library& library = TheLibrary();
   const std::lock_guard<std::mutex> lock(library.mutex);
   library.isStarted = false;
-  library.ledger.EndTexts();
+  library.ledger.ExpireTexts();
 }
 
 bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err) {
-  void* walked = iom == nullptr ? nullptr : *iom;
-  return Ask({"vsl_iom_iterate", walked}, err, false, [&] {
+  void* iterated = iom == nullptr ? nullptr : *iom;
+  return RunForValue({"vsl_iom_iterate", iterated}, err, false, [&] {
     CheckWhich(which);
-    return Walk(iom);
+    return Iterate(iom);
   });
 }
 
 vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* err) {
-  return Act({"vsl_iom_create_by_name", std::nullopt, std::nullopt, path}, err, [&] {
+  return RunForCode({"vsl_iom_create_by_name", std::nullopt, std::nullopt, path}, err, [&] {
     Session session("vsl_iom_create_by_name", Freshness::Reloaded);
     CheckVariable(session, iom);
-    if (path == nullptr) throw Refusal{kBadValue, "no path"};
+    if (path == nullptr) throw Refusal{kBadValue, "null path"};
     const auto card = session.CurrentCard(IdOfPath(session.Current(), path));
     session.Make(HandleKind::Card, card, iom);
   });
 }
 
 vsl_code vsl_open(void* iom, vsl_error_record* err) {
-  return Act({"vsl_open", iom}, err, [&] {
+  return RunForCode({"vsl_open", iom}, err, [&] {
     Session session("vsl_open", Freshness::Reloaded);
     const auto handle = session.Expect(iom, Only(HandleKind::Card));
     if (handle->isOpen) session.Misused(iom, kBadHandle, "opened twice");
@@ -133,7 +133,7 @@ vsl_code vsl_open(void* iom, vsl_error_record* err) {
 }
 
 vsl_code vsl_close(void* iom, vsl_error_record* err) {
-  return Act({"vsl_close", iom}, err, [&] {
+  return RunForCode({"vsl_close", iom}, err, [&] {
     Session session("vsl_close");
     const auto handle = session.Expect(iom, Only(HandleKind::Card));
     if (!handle->isOpen) session.Misused(iom, kNotOpen, "closed but not open");
@@ -143,11 +143,11 @@ vsl_code vsl_close(void* iom, vsl_error_record* err) {
 
 vsl_code vsl_destroy(void** handle, vsl_error_record* err) {
   void* value = handle == nullptr ? nullptr : *handle;
-  return Act({"vsl_destroy", value}, err, [&] { Destroy(handle); });
+  return RunForCode({"vsl_destroy", value}, err, [&] { Destroy(handle); });
 }
 
 vsl_code vsl_adapter_create(void* iom, void** adapter, vsl_error_record* err) {
-  return Act({"vsl_adapter_create", iom}, err, [&] {
+  return RunForCode({"vsl_adapter_create", iom}, err, [&] {
     Session session("vsl_adapter_create");
     CheckVariable(session, adapter);
     const auto handle = session.Expect(iom, Only(HandleKind::Card));

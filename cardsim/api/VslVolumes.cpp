@@ -1,4 +1,4 @@
-// The locating light and the storage units of a card.
+// The locate LED and the storage units of a card.
 #include "cardsim/api/Library.h"
 #include "host/vsl_abstraction.h"
 
@@ -6,23 +6,23 @@ using namespace CardSim;
 
 namespace {
 
-void CheckSwitch(std::uint32_t state) {
-  if (state > 1) throw Refusal{kBadValue, "a state is 0 or 1"};
+void CheckOnOrOff(std::uint32_t state) {
+  if (state > 1) throw Refusal{kBadValue, "the state must be 0 or 1"};
 }
 
-bool SwitchBeacon(Card& card, bool on) {
-  auto& beacon = At(card.values, Attribute::beacon_state);
-  if (!beacon) throw Refusal{kNotSupported, "the card has no locating light"};
-  if (ValueAs<bool>(*beacon) == on) return false;
-  beacon = on;
+bool SetLocateLed(Card& card, bool on) {
+  auto& led = At(card.values, Attribute::beacon_state);
+  if (!led) throw Refusal{kNotSupported, "the card has no locate LED"};
+  if (ValueAs<bool>(*led) == on) return false;
+  led = on;
   return true;
 }
 
-bool SwitchVolume(Card& card, std::size_t position, std::uint32_t state) {
+bool SetVolumeState(Card& card, std::size_t position, std::uint32_t state) {
   if (position >= card.volumes.size()) throw Refusal{kNoSuchCard, "the unit is gone"};
   Volume& volume = card.volumes[position];
   if (!volume.settable) throw Refusal{kNotSupported, "the unit's state cannot be set"};
-  if (volume.refuses) throw Refusal{kWrongState, "the unit refuses the new state"};
+  if (volume.refuses) throw Refusal{kWrongState, "the unit rejected the new state"};
   if (volume.state == state) return false;
   volume.state = state;
   return true;
@@ -48,7 +48,7 @@ bool NextVolume(Session& session, void* iom, void** vsu) {
   return true;
 }
 
-// As the unit was when the walk reached it or its state was last set through this handle.
+// The unit as of its iteration, or of the last change of its state through this handle.
 const Volume& VolumeOf(const Handle& handle) {
   if (handle.position >= handle.card->volumes.size())
     throw Refusal{kNoSuchCard, "the unit is gone"};
@@ -58,33 +58,33 @@ const Volume& VolumeOf(const Handle& handle) {
 }  // namespace
 
 vsl_code vsl_set_beacon_state(void* iom, uint32_t state, vsl_error_record* err) {
-  return Act({"vsl_set_beacon_state", iom, state}, err, [&] {
+  return RunForCode({"vsl_set_beacon_state", iom, state}, err, [&] {
     Session session("vsl_set_beacon_state");
     const auto handle = session.Expect(iom, Only(HandleKind::Card));
-    CheckSwitch(state);
-    session.EditCard(handle->cardId, [&](Card& card) { return SwitchBeacon(card, state == 1); });
+    CheckOnOrOff(state);
+    session.EditCard(handle->cardId, [&](Card& card) { return SetLocateLed(card, state == 1); });
     handle->card = session.CurrentCard(handle->cardId);
   });
 }
 
 bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* err) {
-  return Ask({"vsl_vsu_iterate", iom}, err, false, [&] {
+  return RunForValue({"vsl_vsu_iterate", iom}, err, false, [&] {
     Session session("vsl_vsu_iterate");
-    if (vsu == nullptr) session.Misused(nullptr, kBadHandle, "no handle variable");
-    if (which != 1) throw Refusal{kBadValue, "only 1 can be iterated"};
+    if (vsu == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
+    if (which != 1) throw Refusal{kBadValue, "which must be 1"};
     return NextVolume(session, iom, vsu);
   });
 }
 
 uint32_t vsl_vsu_state(void* vsu, vsl_error_record* err) {
-  return Ask({"vsl_vsu_state", vsu}, err, uint32_t{0}, [&] {
+  return RunForValue({"vsl_vsu_state", vsu}, err, uint32_t{0}, [&] {
     Session session("vsl_vsu_state");
     return VolumeOf(*session.Expect(vsu, Only(HandleKind::Volume))).state;
   });
 }
 
 bool vsl_has_vsu_state(void* vsu, vsl_error_record* err) {
-  return Ask({"vsl_has_vsu_state", vsu}, err, false, [&] {
+  return RunForValue({"vsl_has_vsu_state", vsu}, err, false, [&] {
     Session session("vsl_has_vsu_state");
     if (vsu == nullptr) return false;
     return VolumeOf(*session.Expect(vsu, Only(HandleKind::Volume))).settable;
@@ -92,12 +92,12 @@ bool vsl_has_vsu_state(void* vsu, vsl_error_record* err) {
 }
 
 vsl_code vsl_set_vsu_state(void* vsu, uint32_t state, vsl_error_record* err) {
-  return Act({"vsl_set_vsu_state", vsu, state}, err, [&] {
+  return RunForCode({"vsl_set_vsu_state", vsu, state}, err, [&] {
     Session session("vsl_set_vsu_state");
     const auto handle = session.Expect(vsu, Only(HandleKind::Volume));
-    CheckSwitch(state);
+    CheckOnOrOff(state);
     session.EditCard(handle->cardId,
-                     [&](Card& card) { return SwitchVolume(card, handle->position, state); });
+                     [&](Card& card) { return SetVolumeState(card, handle->position, state); });
     handle->card = session.CurrentCard(handle->cardId);
   });
 }

@@ -13,9 +13,9 @@
 namespace CardSim {
 namespace {
 
-constexpr std::uint64_t kLongestMs = 24ULL * 60 * 60 * 1000;
+constexpr std::uint64_t kMaxDurationMs = 24ULL * 60 * 60 * 1000;
 
-// The members of a step beside those of every step.
+// The members of a step in addition to those that every step has.
 struct Fields {
   std::string card;
   std::string what;
@@ -24,7 +24,7 @@ struct Fields {
   std::string text = "made to fail by a scenario";
 };
 
-// Runs a look-up by name, whose failure is one of the file.
+// Runs a lookup by name. An unknown name is an error in the file.
 template <typename Check>
 void CheckName(const std::string& place, Check check) {
   try {
@@ -34,7 +34,7 @@ void CheckName(const std::string& place, Check check) {
   }
 }
 
-// A text that is told to people, in one line of its own.
+// A string that is shown on a line of its own.
 std::string OneLine(const Json& json, const char* name, const std::string& place) {
   std::string text = Text(json, name, place);
   const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
@@ -44,7 +44,6 @@ std::string OneLine(const Json& json, const char* name, const std::string& place
   return text;
 }
 
-// Whether there is such a card shows only when its step comes: an earlier one may add it.
 void ReadCard(const Json& json, const std::string& place, Fields& fields) {
   constexpr const char* kLetters =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-";
@@ -56,7 +55,7 @@ void ReadCard(const Json& json, const std::string& place, Fields& fields) {
 
 void ReadKind(const Json& json, const std::string& place, Fields& fields) {
   fields.what = OneLine(json, "what", place);
-  CheckName(place + ".what", [&] { DeviceIdOfKind(fields.what); });
+  CheckName(place + ".what", [&] { FindProfile(fields.what); });
 }
 
 void ReadBit(const Json& json, const std::string& place, Fields& fields) {
@@ -84,7 +83,7 @@ void ReadFunction(const Json& json, const std::string& place, Fields& fields) {
 void ReadFailure(const Json& json, const std::string& place, Fields& fields) {
   ReadFunction(json, place, fields);
   if (json.Find("code") != nullptr) fields.code = Number(json, "code", place);
-  if (fields.code == 0) Refuse(place + ".code", "must not be 0, which is success");
+  if (fields.code == 0) Refuse(place + ".code", "must not be 0, which means success");
   if (json.Find("text") != nullptr) fields.text = OneLine(json, "text", place);
 }
 
@@ -121,8 +120,8 @@ std::string Fail(StateFile& file, const Fields& fields) {
   return fields.what + " fails with " + std::to_string(fields.code) + ": " + fields.text;
 }
 
-std::string Heal(StateFile& file, const Fields& fields) {
-  file.Heal(fields.what);
+std::string ClearFailure(StateFile& file, const Fields& fields) {
+  file.ClearFailure(fields.what);
   return fields.what + " works again";
 }
 
@@ -130,7 +129,7 @@ struct Verb {
   const char* name;
   std::vector<std::string> members;
   void (*read)(const Json& json, const std::string& place, Fields& fields);
-  std::string (*make)(StateFile& file, const Fields& fields);
+  std::string (*apply)(StateFile& file, const Fields& fields);
 };
 
 const std::vector<Verb>& Verbs() {
@@ -141,7 +140,7 @@ const std::vector<Verb>& Verbs() {
       {"raise", {"card", "what"}, ReadBit, Raise},
       {"clear", {"card", "what"}, ReadBit, Clear},
       {"fail", {"what", "code", "text"}, ReadFailure, Fail},
-      {"heal", {"what"}, ReadFunction, Heal},
+      {"clear-failure", {"what"}, ReadFunction, ClearFailure},
   };
   return verbs;
 }
@@ -152,7 +151,7 @@ const Verb& FindVerb(const std::string& name, const std::string& place) {
     if (verb.name == name) return verb;
     names.emplace_back(verb.name);
   }
-  Refuse(place, "no verb " + name + DidYouMean(name, names));
+  Refuse(place, "unknown verb " + name + DidYouMean(name, names));
 }
 
 Step StepFromJson(const Json& json, const std::string& place) {
@@ -162,11 +161,12 @@ Step StepFromJson(const Json& json, const std::string& place) {
   members.insert(members.end(), verb.members.begin(), verb.members.end());
   CheckMembers(json, members, place);
   Step step;
-  if (json.Find("after_ms") != nullptr) step.afterMs = Number(json, "after_ms", place, kLongestMs);
+  if (json.Find("after_ms") != nullptr)
+    step.afterMs = Number(json, "after_ms", place, kMaxDurationMs);
   if (json.Find("say") != nullptr) step.say = OneLine(json, "say", place);
   Fields fields;
   verb.read(json, place, fields);
-  step.make = [&verb, fields](StateFile& file) { return verb.make(file, fields); };
+  step.apply = [&verb, fields](StateFile& file) { return verb.apply(file, fields); };
   return step;
 }
 
@@ -188,8 +188,8 @@ Scenario ParseScenario(const std::string& text) {
   for (const Json& element : *steps) {
     const std::string place = "step " + std::to_string(scenario.steps.size() + 1);
     scenario.steps.push_back(StepFromJson(element, place));
-    if (scenario.DurationMs() > kLongestMs) {
-      Refuse(place + ".after_ms", "the waits come to more than a day");
+    if (scenario.DurationMs() > kMaxDurationMs) {
+      Refuse(place + ".after_ms", "the scenario lasts more than a day");
     }
   }
   return scenario;

@@ -14,13 +14,13 @@ namespace {
 // Thousands of steps. More is a wrong file.
 constexpr std::size_t kLargestFile = 1 << 20;
 
-// False when the audience had enough. The time is counted by the waits themselves and not read from
-// a clock: a machine that was suspended goes on where it was, and virtual time will do.
-bool Wait(double milliseconds, const Audience& audience) {
+// False if the observer wants to stop. Time is the sum of the waits and not read from a clock, so
+// that a suspended machine continues where it was, and virtual time works.
+bool Wait(double milliseconds, const PlayObserver& observer) {
   using boost::chrono::microseconds;
   const microseconds slice(50000);
   microseconds left(static_cast<std::int64_t>(milliseconds * 1000));
-  while (!audience.hasEnough()) {
+  while (!observer.shouldStop()) {
     if (left.count() <= 0) return true;
     boost::this_thread::sleep_for(std::min(left, slice));
     left -= slice;
@@ -28,10 +28,10 @@ bool Wait(double milliseconds, const Audience& audience) {
   return false;
 }
 
-std::string Make(const Scenario& scenario, std::size_t index, StateFile& file) {
+std::string Apply(const Scenario& scenario, std::size_t index, StateFile& file) {
   const Step& step = scenario.steps[index];
   try {
-    const std::string change = step.make(file);
+    const std::string change = step.apply(file);
     return step.say.empty() ? change : step.say;
   } catch (const std::bad_alloc&) {
     throw;
@@ -55,21 +55,21 @@ Scenario ReadScenario(const std::filesystem::path& path) {
     if (text.size() > kLargestFile) throw std::runtime_error("is too large for a scenario");
     return ParseScenario(text);
   } catch (const std::runtime_error& error) {
-    // A name that stands in a complaint may hold anything.
+    // A name from the file that is part of the message may contain anything.
     throw std::runtime_error(Printable(path.string() + ": " + error.what()));
   }
 }
 
 std::size_t PlayScenario(const Scenario& scenario, StateFile& file, double speed,
-                         const Audience& audience) {
-  // A file that is missing or damaged is told at once, and not after the first wait.
+                         const PlayObserver& observer) {
+  // A missing or damaged file is reported at once, not after the first wait.
   file.Cards();
   std::uint64_t atMs = 0;
   for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
     const std::uint64_t afterMs = scenario.steps[i].afterMs;
-    if (!Wait(static_cast<double>(afterMs) / speed, audience)) return i;
+    if (!Wait(static_cast<double>(afterMs) / speed, observer)) return i;
     atMs += afterMs;
-    audience.tell(atMs, Make(scenario, i, file));
+    observer.onStep(atMs, Apply(scenario, i, file));
   }
   return scenario.steps.size();
 }

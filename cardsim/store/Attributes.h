@@ -1,5 +1,5 @@
 // The attributes of a simulated card: one table for the C functions, the names in the state file
-// and what `set` accepts.
+// and the values that `set` accepts.
 #pragma once
 
 #include <array>
@@ -15,17 +15,17 @@
 #include "cardsim/store/VariantGuard.h"
 #include "host/vsl_abstraction.h"
 
-// What the catalog reads without a `vsl_has_` of its own, and what only the simulator knows.
+// What the library returns without a `vsl_has_` function, and settings of the simulator.
 // clang-format off
 #define CARDSIM_SETTINGS(X) \
   X(std::uint16_t, pci_device_id) \
   X(std::uint32_t, reserve_status)         /* 0 healthy, 1 warning, 2 depleted */ \
   X(bool, iom_format_size_mode)            /* whether a format has size modes */ \
   X(std::uint64_t, overformat_size_bytes)  /* the largest size in size mode 11 */ \
-  X(std::uint32_t, attach_ms)              /* how long the jobs take */ \
+  X(std::uint32_t, attach_ms)              /* duration of the jobs */ \
   X(std::uint32_t, detach_ms) \
   X(std::uint32_t, format_ms) \
-  X(bool, in_use)                          /* a plain detach is refused */
+  X(bool, in_use)                          /* a detach without force fails */
 // clang-format on
 
 namespace CardSim {
@@ -42,7 +42,7 @@ enum class Attribute : std::size_t {
 
 constexpr std::size_t kAttributeCount = static_cast<std::size_t>(Attribute::Count);
 
-// Whole numbers are kept at full width; `AttributeInfo` has the range that the C type can hold.
+// Integers are kept at full width; `AttributeInfo` has the range of the C type.
 using Value = std::variant<std::string, bool, std::uint64_t, std::int64_t, float, VariantGuard>;
 using Values = std::array<std::optional<Value>, kAttributeCount>;
 
@@ -55,12 +55,12 @@ struct AttributeInfo {
   std::uint64_t max;  // of whole numbers
 };
 
-// The row of an attribute.
+// The row of an attribute, static.
 const AttributeInfo& InfoOf(Attribute attribute);
-// The attribute of that name, or none.
+// The attribute of that name; empty if there is none.
 std::optional<Attribute> FindAttribute(std::string_view name);
 
-// How the C type `T` is kept.
+// The kind that stores the C type `T`.
 template <typename T>
 constexpr Kind KindOf() {
   if (std::is_same_v<T, const char*>) return Kind::Text;
@@ -69,8 +69,7 @@ constexpr Kind KindOf() {
   return std::is_signed_v<T> ? Kind::Signed : Kind::Unsigned;
 }
 
-// The value as its C type, which must be the one of the attribute's row. A text points into the
-// value.
+// The value as its C type, which must be that of the attribute's row. A string points into `value`.
 template <typename T>
 T ValueAs(const Value& value) {
   if constexpr (std::is_same_v<T, const char*>) {
@@ -84,7 +83,7 @@ T ValueAs(const Value& value) {
   }
 }
 
-// The attribute as its C type, or `fallback` when it is absent.
+// The attribute as its C type, or `fallback` if it is absent. A string points into `values`.
 template <typename T>
 T Read(const Values& values, Attribute attribute, T fallback) {
   const auto& value = values[static_cast<std::size_t>(attribute)];

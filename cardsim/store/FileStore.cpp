@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "cardsim/store/CancellationShield.h"
+#include "cardsim/store/InputFile.h"
 #include "cardsim/store/RunningJobs.h"
 #include "cardsim/store/StateText.h"
 #include "cardsim/store/TrustedPath.h"
@@ -19,56 +20,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Some ten thousand cards. More is a wrong file.
+// About ten thousand cards. Anything larger is a wrong file.
 constexpr std::int64_t kLargestFile = 64 << 20;
 
-[[noreturn]] void Fail(const fs::path& path, const std::string& why) {
-  throw std::runtime_error(path.string() + ": " + why);
-}
-
-[[noreturn]] void FailWithErrno(const fs::path& path, const std::string& what) {
-  Fail(path, what + std::generic_category().message(errno));
-}
-
-// The file that was opened, which must be a regular one that is trusted.
-struct stat StatOf(const FileHandle& file, const fs::path& path, const Place& place) {
-  struct stat status = {};
-  if (fstat(file.Get(), &status) != 0) FailWithErrno(path, "");
-  CheckTrusted(path, place, status);
-  if (!S_ISREG(status.st_mode)) Fail(path, "is not a regular file");
-  return status;
-}
-
-FileHandle OpenForReading(const fs::path& path, const Place& place) {
-  // Not blocking, since the name might be a pipe's.
-  FileHandle file = OpenAt(place.folder.Get(), place.name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
-  if (!file.IsOpen() && errno == ENOENT) Fail(path, "no such file; `cardsim new` makes one");
-  if (!file.IsOpen()) FailWithErrno(path, "");
-  return file;
-}
-
-std::string ReadAll(const FileHandle& file, const fs::path& path) {
-  std::string text;
-  char buffer[16384];
-  for (;;) {
-    const ssize_t count = read(file.Get(), buffer, sizeof buffer);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) FailWithErrno(path, "");
-    if (count == 0) return text;
-    text.append(buffer, static_cast<std::size_t>(count));
-  }
-}
+constexpr const char* kMissing = "no such file; `cardsim new` creates one";
 
 void WriteAll(const FileHandle& file, const fs::path& path, const std::string& text) {
   std::size_t written = 0;
   while (written < text.size()) {
     const ssize_t count = write(file.Get(), text.data() + written, text.size() - written);
-    if (count < 0 && errno != EINTR) FailWithErrno(path, "");
+    if (count < 0 && errno != EINTR) FailWithErrno(path);
     if (count > 0) written += static_cast<std::size_t>(count);
   }
 }
 
-// One version of the file, read and checked. The caller may go on with the state.
+// One version of the file, read and checked. The caller may edit the state.
 struct Reading {
   std::shared_ptr<State> state;
   FileHandle file;
@@ -76,21 +42,19 @@ struct Reading {
 };
 
 Reading Read(const fs::path& path, const Place& place) {
-  Reading reading{nullptr, OpenForReading(path, place), {}};
-  reading.status = StatOf(reading.file, path, place);
-  if (reading.status.st_size > kLargestFile) {
-    Fail(path, "is too large for a file of simulated cards");
-  }
+  InputFile input = OpenInputFile(path, place, kMissing, kLargestFile,
+                                  "is too large for a file of simulated cards");
+  Reading reading{nullptr, std::move(input.file), input.status};
   const std::string text = ReadAll(reading.file, path);
   try {
     reading.state = std::make_shared<State>(ParseState(text));
   } catch (const std::runtime_error& error) {
-    Fail(path, error.what());
+    FailAt(path, error.what());
   }
   return reading;
 }
 
-void Keep(Loaded& loaded, FileHandle file, const struct stat& status) noexcept {
+void Keep(FileVersion& loaded, FileHandle file, const struct stat& status) noexcept {
   loaded.file = std::move(file);
   loaded.inode = status.st_ino;
   loaded.size = status.st_size;
@@ -98,7 +62,7 @@ void Keep(Loaded& loaded, FileHandle file, const struct stat& status) noexcept {
   loaded.mtimeNanoseconds = status.st_mtim.tv_nsec;
 }
 
-// Whether there were any.
+// Whether any job was dropped.
 bool DropDeadJobs(State& state) {
   bool dropped = false;
   for (Card& card : state.cards) {
@@ -110,23 +74,23 @@ bool DropDeadJobs(State& state) {
   return dropped;
 }
 
-// The lock is a file of its own beside the state, because the state's file is replaced. What is in
-// it does not matter, so that others may write it.
+// The lock is a separate file, because the state file is replaced. Others may write it: its content
+// does not matter.
 FileHandle Lock(const fs::path& path, const Place& state) {
   const fs::path name = path.string() + ".lock";
   const int folder = state.folder.Get();
   const std::string lock = state.name + ".lock";
   FileHandle file = OpenAt(folder, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
-  // A lock made by another user may be read only to us; that is enough to lock it.
+  // A lock file of another user may be read-only for us, which is enough to lock it.
   if (!file.IsOpen()) file = OpenAt(folder, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-  if (!file.IsOpen() && errno == ELOOP) Fail(name, "not trusted: the file is a symbolic link");
-  if (!file.IsOpen()) FailWithErrno(name, "");
+  if (!file.IsOpen() && errno == ELOOP) FailAt(name, "not trusted: the file is a symbolic link");
+  if (!file.IsOpen()) FailWithErrno(name);
   struct stat status = {};
-  if (fstat(file.Get(), &status) != 0) FailWithErrno(name, "");
+  if (fstat(file.Get(), &status) != 0) FailWithErrno(name);
   status.st_mode &= ~static_cast<mode_t>(S_IWGRP | S_IWOTH);
   CheckTrusted(name, state, status);
   while (flock(file.Get(), LOCK_EX) != 0) {
-    if (errno != EINTR) FailWithErrno(name, "");
+    if (errno != EINTR) FailWithErrno(name);
   }
   return file;
 }
@@ -144,7 +108,7 @@ class NextVersion {
     // A leftover of a process that died while writing may belong to someone else.
     Remove();
     m_File = OpenAt(place.folder.Get(), m_Name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
-    if (!m_File.IsOpen()) FailWithErrno(m_Path, "");
+    if (!m_File.IsOpen()) FailWithErrno(m_Path);
     m_IsThere = true;
   }
   ~NextVersion() {
@@ -156,7 +120,7 @@ class NextVersion {
   struct stat Write(const std::string& text) {
     WriteAll(m_File, m_Path, text);
     struct stat status = {};
-    if (fsync(m_File.Get()) != 0 || fstat(m_File.Get(), &status) != 0) FailWithErrno(m_Path, "");
+    if (fsync(m_File.Get()) != 0 || fstat(m_File.Get(), &status) != 0) FailWithErrno(m_Path);
     return status;
   }
 
@@ -164,7 +128,7 @@ class NextVersion {
   FileHandle Install() {
     const int folder = m_Place.folder.Get();
     if (renameat(folder, m_Name.c_str(), folder, m_Place.name.c_str()) != 0) {
-      FailWithErrno(m_Path, "");
+      FailWithErrno(m_Path);
     }
     m_IsThere = false;
     // A folder that cannot be synced costs durability after a power loss, not consistency.
@@ -191,8 +155,8 @@ void FileStore::Create(bool overwrite) const {
   const FileHandle lock = Lock(m_Path, place);
   struct stat status = {};
   if (fstatat(place.folder.Get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-    if (!overwrite) Fail(m_Path, "exists already");
-    if (!S_ISREG(status.st_mode)) Fail(m_Path, "is not a regular file");
+    if (!overwrite) FailAt(m_Path, "already exists; `cardsim new --force` replaces it");
+    if (!S_ISREG(status.st_mode)) FailAt(m_Path, "is not a regular file");
   }
   const std::string text = FormatState(State());
   NextVersion next(m_Path, place, ModeOfNewFile());
@@ -200,17 +164,17 @@ void FileStore::Create(bool overwrite) const {
   next.Install();
 }
 
-LoadedPtr FileStore::Load() const {
+FileVersionPtr FileStore::Load() const {
   const CancellationShield shield;
   Reading reading = Read(m_Path, Locate(m_Path));
   DropDeadJobs(*reading.state);
-  auto loaded = std::make_shared<Loaded>();
+  auto loaded = std::make_shared<FileVersion>();
   loaded->state = std::move(reading.state);
   Keep(*loaded, std::move(reading.file), reading.status);
   return loaded;
 }
 
-bool FileStore::IsCurrent(const Loaded& loaded) const {
+bool FileStore::IsCurrent(const FileVersion& loaded) const {
   const CancellationShield shield;
   struct stat status = {};
   if (stat(m_Path.c_str(), &status) != 0) return false;
@@ -224,16 +188,16 @@ bool FileStore::IsCurrent(const Loaded& loaded) const {
   return true;
 }
 
-LoadedPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
+FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
   const CancellationShield shield;
   const Place place = Locate(m_Path);
-  // Before the lock is made: a missing state gets no lock file beside it.
-  OpenForReading(m_Path, place);
+  // Before the lock: no lock file is created for a missing state file.
+  OpenForReading(m_Path, place, kMissing);
   const FileHandle lock = Lock(m_Path, place);
   Reading reading = Read(m_Path, place);
   const bool dropped = DropDeadJobs(*reading.state);
   const bool changed = change(*reading.state);
-  auto loaded = std::make_shared<Loaded>();
+  auto loaded = std::make_shared<FileVersion>();
   loaded->state = reading.state;
   if (!changed && !dropped) {
     Keep(*loaded, std::move(reading.file), reading.status);

@@ -11,7 +11,7 @@ namespace CardSim {
 const std::vector<std::string>& FailingFunctions() {
 #define CARDSIM_PAIR(type, name) "vsl_has_" #name, "vsl_" #name,
 #define CARDSIM_FORMAT_PAIR(type, name) "vsl_iom_format_has_" #name, "vsl_iom_format_" #name,
-  // Never destroyed: calls may come while the process ends.
+  // Never destroyed: threads may still call while the process exits.
   static const auto* names = new std::vector<std::string>{
       VSL_CARD_ATTRIBUTES(CARDSIM_PAIR) VSL_FORMAT_ATTRIBUTES(CARDSIM_FORMAT_PAIR) "vsl_init",
       "vsl_iom_iterate",
@@ -47,7 +47,7 @@ void CheckFunction(const std::string& function) {
   const auto& names = FailingFunctions();
   if (std::find(names.begin(), names.end(), function) != names.end()) return;
   if (function == "vsl_fini") throw NoSuchThing("vsl_fini has no result and cannot fail");
-  throw NoSuchThing("no function " + function + DidYouMean(function, names));
+  throw NoSuchThing("unknown function " + function + DidYouMean(function, names));
 }
 
 }  // namespace CardSim

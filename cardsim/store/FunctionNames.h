@@ -1,4 +1,4 @@
-// The names of the card library's functions, for all that speaks of functions by name.
+// The names of the card library's functions. May be called by any thread.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace CardSim {
 
-// Every function of the catalog that can fail, all but vsl_fini.
+// Every function that can fail: all but vsl_fini. Never destroyed.
 const std::vector<std::string>& FailingFunctions();
 
-// Throws `NoSuchThing` unless `function` is one of them.
+// Throws `NoSuchThing`, with the nearest name, unless `function` is one of them.
 void CheckFunction(const std::string& function);
 
 }  // namespace CardSim

@@ -6,13 +6,13 @@
 namespace CardSim {
 namespace {
 
-// Of what has no parts.
+// For anything but lists and objects.
 template <typename T>
 std::string ScalarText(const T& value) {
   try {
     return nlohmann::json(value).dump();
   } catch (const nlohmann::json::exception&) {
-    throw std::runtime_error("a text is not valid UTF-8 and cannot be kept");
+    throw std::runtime_error("a string is not valid UTF-8 and cannot be saved");
   }
 }
 
@@ -20,7 +20,7 @@ std::string ScalarText(const T& value) {
 
 class JsonWriter {
  public:
-  // No indentation means one line.
+  // Without indentation: one line.
   explicit JsonWriter(std::optional<unsigned int> indentation) : m_Indentation(indentation) {}
 
   void Write(const Json& json, unsigned int depth) {

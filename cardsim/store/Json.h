@@ -1,5 +1,5 @@
-// JSON as a tree of our own. The JSON library reads the text, but its tree is not used: that one
-// allocates memory while it is destroyed, and ends the process when there is none.
+// JSON values. The JSON library parses the text, but its value type is not used: its destructor
+// allocates memory, and terminates the process if there is none.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace CardSim {
 class Json {
  public:
   using List = std::vector<Json>;
-  // In the order of the text.
+  // In the order of the text. Each name occurs once.
   using Members = std::vector<std::pair<std::string, Json>>;
 
   Json();  // null
@@ -54,14 +54,14 @@ class Json {
       m_Value;
 };
 
-// Throws `std::runtime_error` with line and column of what is not JSON. A member that stands twice
-// has its last value.
+// Throws `std::runtime_error` with line and column of the first mistake, or if it is nested more
+// than 64 levels deep. Of members with the same name, the last value counts.
 Json ParseJson(const std::string& text);
-// The same, but none instead of an exception.
+// The same; empty instead of an exception.
 std::optional<Json> TryParseJson(const std::string& text);
 
-// One line, or one line per element with the given indentation. Throws `std::runtime_error` when a
-// text is not valid UTF-8.
+// JSON text in one line, or with one line per element, each level indented by so many spaces.
+// Throws `std::runtime_error` if a string is not valid UTF-8.
 std::string JsonText(const Json& json);
 std::string JsonLines(const Json& json, unsigned int indentation);
 

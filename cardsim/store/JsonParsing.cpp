@@ -7,8 +7,8 @@
 namespace CardSim {
 namespace {
 
-// Reading, writing and destroying are recursive. The files that are read need five levels.
-constexpr std::size_t kDeepest = 64;
+// Writing and destroying are recursive. The files that are read need five levels.
+constexpr std::size_t kMaxDepth = 64;
 
 class Builder : public nlohmann::json::json_sax_t {
  public:
@@ -38,15 +38,15 @@ class Builder : public nlohmann::json::json_sax_t {
 
   [[noreturn]] void Throw(const std::string& text) const {
     if (m_IsTooDeep) throw std::runtime_error("is nested too deeply");
-    if (m_IsNumber) throw std::runtime_error("holds a number that no JSON reader can keep");
-    // Line and column, since the byte's number says little to a person with an editor.
+    if (m_IsNumber) throw std::runtime_error("contains a number that is out of range");
+    // The JSON library gives the offset; editors show line and column.
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(
                                         std::min(m_Byte == 0 ? 0 : m_Byte - 1, text.size()));
     const auto line = 1 + std::count(text.begin(), end, '\n');
     auto begin = end;
     while (begin != text.begin() && begin[-1] != '\n') --begin;
     throw std::runtime_error("line " + std::to_string(line) + ", column " +
-                             std::to_string(end - begin + 1) + ": no valid JSON");
+                             std::to_string(end - begin + 1) + ": invalid JSON");
   }
 
  private:
@@ -69,7 +69,7 @@ class Builder : public nlohmann::json::json_sax_t {
   }
 
   bool Open(Json&& container) {
-    m_IsTooDeep = m_Open.size() >= kDeepest;
+    m_IsTooDeep = m_Open.size() >= kMaxDepth;
     if (m_IsTooDeep) return false;
     m_Open.push_back(Place(std::move(container)));
     return true;

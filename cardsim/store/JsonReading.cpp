@@ -16,8 +16,8 @@ std::string RangeText(const AttributeInfo& info) {
 
 Value TextFromJson(const Json& json, const std::string& place) {
   const auto* text = json.As<std::string>();
-  if (text == nullptr) Refuse(place, "must be a text");
-  if (text->find('\0') != std::string::npos) Refuse(place, "must not hold a zero byte");
+  if (text == nullptr) Refuse(place, "must be a string");
+  if (text->find('\0') != std::string::npos) Refuse(place, "must not contain a zero byte");
   return *text;
 }
 

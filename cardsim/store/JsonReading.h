@@ -1,5 +1,5 @@
-// JSON that people write, read strictly: whatever does not fit is refused with the place where it
-// stands, such as "cards[0].serial_number: must be a text".
+// Strict reading of JSON that people write. Anything invalid is reported with its place, such as
+// "cards[0].serial_number: must be a string".
 #pragma once
 
 #include <cstdint>
@@ -15,17 +15,17 @@ namespace CardSim {
 // Throws `std::runtime_error` with "place: why", as do the functions below.
 [[noreturn]] void Refuse(const std::string& place, const std::string& why);
 
-// The value of an attribute, which must be of its type and within its range.
+// The value of an attribute. Rejects another type or a number out of range.
 Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place);
 
-// The member of that name of an object, which must have it.
+// The member of that name. Rejects an object without it.
 const Json& Member(const Json& object, const char* name, const std::string& place);
 std::uint64_t Number(const Json& object, const char* name, const std::string& place,
                      std::uint64_t max = std::numeric_limits<std::uint64_t>::max());
 std::string Text(const Json& object, const char* name, const std::string& place);
 bool Flag(const Json& object, const char* name, const std::string& place);
 
-// Refuses what is no object, and the first member that is not one of `names`.
+// Rejects anything but an object, and the first member whose name is not one of `names`.
 void CheckMembers(const Json& object, const std::vector<std::string>& names,
                   const std::string& place);
 

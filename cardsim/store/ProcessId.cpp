@@ -24,7 +24,7 @@ struct ProcessLine {
   std::uint64_t start = 0;
 };
 
-// Nothing when the line does not have the field.
+// Null if the line does not have the field.
 const char* Field(const char* line, int number) {
   for (int field = 1; field < number && line != nullptr; ++field) {
     line = std::strchr(line, ' ');
@@ -33,8 +33,8 @@ const char* Field(const char* line, int number) {
   return line;
 }
 
-// Nothing, with errno, when the process cannot be looked at. Allocates no memory: a process that
-// merely cannot be looked at must not be taken for a dead one.
+// Empty, with errno, if the process cannot be examined. Allocates no memory: a process must not be
+// taken for dead because memory ran out.
 std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
   char name[32];
   std::snprintf(name, sizeof name, "/proc/%lld/stat", static_cast<long long>(pid));
@@ -43,7 +43,8 @@ std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
   const ssize_t length = file.IsOpen() ? read(file.Get(), text, sizeof text - 1) : -1;
   if (length < 0) return std::nullopt;
   text[length] = '\0';
-  // The second field is the program's name in brackets, which may itself hold blanks and brackets.
+  // The second field is the program's name in parentheses, which may contain spaces and
+  // parentheses.
   const char* bracket = std::strrchr(text, ')');
   const char* state = bracket == nullptr ? nullptr : Field(bracket, 2);
   const char* start = Field(state, 20);
@@ -54,14 +55,14 @@ std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
 }  // namespace
 
 ProcessId ThisProcess() {
-  // Kept, because every look at a mark asks. A forked child is another process.
+  // Cached, because it is needed for every job mark. A forked child is another process.
   static std::atomic<std::int64_t> known{0};
   static std::atomic<std::uint64_t> start{0};
   const std::int64_t pid = getpid();
   if (known.load(std::memory_order_acquire) == pid) return {pid, start.load()};
   const CancellationShield shield;
   const auto line = ReadProcessLine(pid);
-  // Without /proc, processes are told apart by their number alone.
+  // Without /proc, processes are distinguished by their number only.
   if (!line && errno != ENOENT) {
     throw std::runtime_error("/proc/self/stat: " + std::generic_category().message(errno));
   }

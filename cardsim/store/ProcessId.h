@@ -1,4 +1,4 @@
-// Who runs a job: a process, known again even if its number is given to another one.
+// Identity of a process, even if its number is reused later. May be called by any thread.
 #pragma once
 
 #include <cstdint>
@@ -14,9 +14,11 @@ inline bool operator==(const ProcessId& a, const ProcessId& b) {
   return a.pid == b.pid && a.start == b.start;
 }
 
+// This process. Throws `std::runtime_error` if /proc exists and cannot be read.
 ProcessId ThisProcess();
 
-// Whether that very process still runs; one that has ended and was not waited for does not.
+// Whether exactly that process still runs. A zombie does not; a process that cannot be examined
+// does.
 bool IsAlive(const ProcessId& process);
 
 }  // namespace CardSim

@@ -13,7 +13,7 @@ struct Numbers {
 };
 
 Numbers& TheNumbers() {
-  // Never destroyed: threads may still call while the process ends.
+  // Never destroyed: threads may still call while the process exits.
   static auto* numbers = new Numbers;
   return *numbers;
 }

@@ -1,5 +1,6 @@
-// The jobs that this process runs. A mark in the state file counts only while its job is among
-// them: so it cannot keep a card busy where there was no memory to take it out of the file.
+// The jobs that this process runs. A mark in the state file counts only while its job is one of
+// them, so that a mark that could not be removed from the file does not keep its card busy. May be
+// called by any thread.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +9,7 @@
 
 namespace CardSim {
 
-// A job of this process, running from now on until its end or, once it was kept, until `EndJob`.
+// A job of this process. It runs until the object is destroyed or, after `Keep`, until `EndJob`.
 class RunningJob {
  public:
   RunningJob();
@@ -23,9 +24,10 @@ class RunningJob {
   bool m_IsKept = false;
 };
 
+// Does nothing if the job has ended already.
 void EndJob(std::uint64_t number) noexcept;
 
-// Whether its process still runs the job, be it this one or another.
+// Whether its process, this one or another, still runs the job.
 bool IsRunning(const JobMark& mark);
 
 }  // namespace CardSim

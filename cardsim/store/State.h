@@ -1,4 +1,4 @@
-// What the state file holds, as plain values.
+// The contents of the state file, as plain values.
 #pragma once
 
 #include <cstdint>
@@ -16,27 +16,27 @@ namespace CardSim {
 struct Volume {
   std::uint32_t state = 1;  // 0 offline, 1 online
   bool settable = true;     // what vsl_has_vsu_state says
-  bool refuses = false;     // a new state is refused all the same
+  bool refuses = false;     // a new state is rejected, although settable
 };
 
 // The job that holds a card in its transitional state.
 struct JobMark {
   std::string kind;  // "attach", "detach", "format"
   ProcessId owner;
-  std::uint64_t number = 0;  // tells the owner's jobs apart
+  std::uint64_t number = 0;  // of the job, unique in its process
   std::uint32_t previousState = 0;
 };
 
 struct Card {
-  std::uint64_t id = 0;  // never given twice, so that a successor in the slot is another card
+  std::uint64_t id = 0;  // never reused, so that a new card in the slot is another card
   std::string name;
   Values values;
   std::vector<Volume> volumes;
   std::optional<JobMark> job;
 };
 
-// Every call of a function fails so.
-struct StandingFailure {
+// How every call of a function fails.
+struct PersistentFailure {
   std::uint64_t code = 0;
   std::string text;
 };
@@ -44,7 +44,7 @@ struct StandingFailure {
 struct State {
   std::uint64_t nextId = 1;
   std::vector<Card> cards;
-  std::map<std::string, StandingFailure> failures;
+  std::map<std::string, PersistentFailure> failures;
 
   const Card* FindById(std::uint64_t id) const {
     for (const Card& card : cards) {

@@ -15,13 +15,13 @@
 namespace CardSim {
 namespace {
 
-// None for a program that runs with more rights than whoever started it.
+// Empty for a program that runs with more rights than the user who started it.
 std::filesystem::path FromEnvironment(const char* name) {
   const char* value = secure_getenv(name);
   return value == nullptr ? "" : value;
 }
 
-// A relative path would lead somewhere else in each working directory; it counts as none.
+// Empty for a relative path, which would mean another place in each working directory.
 std::filesystem::path AbsoluteFromEnvironment(const char* name) {
   auto path = FromEnvironment(name);
   return path.is_absolute() ? path : std::filesystem::path();
@@ -44,7 +44,7 @@ std::size_t Find(const State& state, const std::string& name) {
     if (state.cards[i].name == name) return i;
     names.push_back(state.cards[i].name);
   }
-  throw NoSuchThing("no card " + name + DidYouMean(name, names));
+  throw NoSuchThing("no card named " + name + DidYouMean(name, names));
 }
 
 template <typename Change>
@@ -53,6 +53,17 @@ void EditCard(const std::filesystem::path& path, const std::string& name, Change
     change(state.cards[Find(state, name)]);
     return true;
   });
+}
+
+// The names of the new cards.
+std::vector<std::string> AddAll(const std::filesystem::path& path, const Profile& profile,
+                                unsigned int count) {
+  std::vector<std::string> names;
+  FileStore(path).Edit([&](State& state) {
+    for (unsigned int i = 0; i < count; ++i) names.push_back(AddCard(state, profile).name);
+    return count > 0;
+  });
+  return names;
 }
 
 void ChangeBit(Card& card, const std::string& name, bool raised) {
@@ -79,28 +90,15 @@ void StateFile::Create(bool overwrite) {
 }
 
 std::string StateFile::AddCard(std::uint16_t deviceId) {
-  std::string name;
-  FileStore(m_Path).Edit([&](State& state) {
-    name = CardSim::AddCard(state, deviceId).name;
-    return true;
-  });
-  return name;
+  return AddAll(m_Path, ProfileOfDevice(deviceId), 1).front();
 }
 
 std::string StateFile::AddCard(const std::string& kind) {
-  return AddCard(DeviceIdOfKind(kind));
+  return AddAll(m_Path, FindProfile(kind), 1).front();
 }
 
 std::vector<std::string> StateFile::AddCards(const std::string& kind, unsigned int count) {
-  const std::uint16_t deviceId = DeviceIdOfKind(kind);
-  std::vector<std::string> names;
-  FileStore(m_Path).Edit([&](State& state) {
-    for (unsigned int i = 0; i < count; ++i) {
-      names.push_back(CardSim::AddCard(state, deviceId).name);
-    }
-    return count > 0;
-  });
-  return names;
+  return AddAll(m_Path, FindProfile(kind), count);
 }
 
 std::vector<std::string> StateFile::Profiles() {
@@ -145,14 +143,14 @@ void StateFile::Clear(const std::string& card, const std::string& bit) {
 
 void StateFile::Fail(const std::string& function, std::uint64_t code, const std::string& text) {
   CheckFunction(function);
-  if (code == 0) throw std::runtime_error("code 0 is success, no failure");
+  if (code == 0) throw std::runtime_error("the code must not be 0, which means success");
   FileStore(m_Path).Edit([&](State& state) {
     state.failures[function] = {code, text};
     return true;
   });
 }
 
-void StateFile::Heal(const std::string& function) {
+void StateFile::ClearFailure(const std::string& function) {
   CheckFunction(function);
   FileStore(m_Path).Edit([&](State& state) { return state.failures.erase(function) != 0; });
 }

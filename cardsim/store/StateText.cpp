@@ -32,31 +32,6 @@ Json ValueToJson(const Value& value) {
   return std::get<std::uint64_t>(value);
 }
 
-std::vector<std::string> AttributeNames() {
-  std::vector<std::string> names;
-  for (std::size_t i = 0; i < kAttributeCount; ++i) {
-    names.emplace_back(InfoOf(static_cast<Attribute>(i)).name);
-  }
-  names.emplace_back("volumes");
-  return names;
-}
-
-std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
-  const auto* list = json.As<Json::List>();
-  if (list == nullptr) Refuse(place, "must be a list");
-  std::vector<Volume> volumes;
-  for (const Json& element : *list) {
-    const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
-    CheckMembers(element, {"state", "settable", "refuses"}, at);
-    Volume volume;
-    volume.state = static_cast<std::uint32_t>(Number(element, "state", at, 1));
-    if (element.Find("settable") != nullptr) volume.settable = Flag(element, "settable", at);
-    if (element.Find("refuses") != nullptr) volume.refuses = Flag(element, "refuses", at);
-    volumes.push_back(volume);
-  }
-  return volumes;
-}
-
 Json VolumesToJson(const std::vector<Volume>& volumes) {
   Json::List list;
   for (const Volume& volume : volumes) {
@@ -141,7 +116,7 @@ void FailuresFromJson(State& state, const Json& json) {
     }
     CheckMembers(failure, {"code", "text"}, place);
     const std::uint64_t code = Number(failure, "code", place);
-    if (code == 0) Refuse(place + ".code", "must not be 0, which is success");
+    if (code == 0) Refuse(place + ".code", "must not be 0, which means success");
     state.failures[function] = {code, Text(failure, "text", place)};
   }
 }
@@ -173,26 +148,56 @@ State StateFromJson(const Json& json) {
   return state;
 }
 
-// The text given to `set` as JSON, by the kind that is wanted.
-Json LooseJson(Kind kind, const std::string& text) {
+// The value given to `set` as JSON, depending on the kind of attribute.
+Json JsonFromArgument(Kind kind, const std::string& text) {
   const auto json = TryParseJson(text);
   if (kind == Kind::Text && !(json && json->As<std::string>() != nullptr)) return text;
-  if (kind == Kind::Unsigned && text.compare(0, 2, "0x") == 0) {
-    std::uint64_t number = 0;
-    const char* end = text.data() + text.size();
-    const auto parsed = std::from_chars(text.data() + 2, end, number, 16);
-    if (parsed.ec == std::errc() && parsed.ptr == end) return number;
-  }
+  if (kind == Kind::Unsigned && !json) return WithHexNumber(text);
   return json ? *json : Json(text);
 }
 
 Attribute FindOrRefuse(const std::string& name) {
   const auto attribute = FindAttribute(name);
-  if (!attribute) throw NoSuchThing("no attribute " + name + DidYouMean(name, AttributeNames()));
+  if (!attribute)
+    throw NoSuchThing("unknown attribute " + name + DidYouMean(name, AttributeNames()));
   return *attribute;
 }
 
 }  // namespace
+
+std::vector<std::string> AttributeNames() {
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < kAttributeCount; ++i) {
+    names.emplace_back(InfoOf(static_cast<Attribute>(i)).name);
+  }
+  names.emplace_back("volumes");
+  return names;
+}
+
+std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
+  const auto* list = json.As<Json::List>();
+  if (list == nullptr) Refuse(place, "must be a list");
+  std::vector<Volume> volumes;
+  for (const Json& element : *list) {
+    const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
+    CheckMembers(element, {"state", "settable", "refuses"}, at);
+    Volume volume;
+    volume.state = static_cast<std::uint32_t>(Number(element, "state", at, 1));
+    if (element.Find("settable") != nullptr) volume.settable = Flag(element, "settable", at);
+    if (element.Find("refuses") != nullptr) volume.refuses = Flag(element, "refuses", at);
+    volumes.push_back(volume);
+  }
+  return volumes;
+}
+
+Json WithHexNumber(const Json& json) {
+  const auto* text = json.As<std::string>();
+  if (text == nullptr || text->compare(0, 2, "0x") != 0) return json;
+  std::uint64_t number = 0;
+  const char* end = text->data() + text->size();
+  const auto parsed = std::from_chars(text->data() + 2, end, number, 16);
+  return parsed.ec == std::errc() && parsed.ptr == end ? Json(number) : json;
+}
 
 State ParseState(const std::string& text) {
   State state = StateFromJson(ParseJson(text));
@@ -236,8 +241,8 @@ void SetFromText(Card& card, const std::string& attribute, const std::string& te
   }
   const Attribute known = FindOrRefuse(attribute);
   const AttributeInfo& info = InfoOf(known);
-  At(card.values, known) = ValueFromJson(info, LooseJson(info.kind, text), attribute);
-  // Whoever sets the state takes the card out of the hands of its job.
+  At(card.values, known) = ValueFromJson(info, JsonFromArgument(info.kind, text), attribute);
+  // A state set by hand takes the card out of its job.
   if (known == Attribute::iom_state) card.job.reset();
 }
 

@@ -28,7 +28,7 @@ constexpr MaskRow Minimal(unsigned int bit, const char* name) {
   return {Attribute::minimal_mode_reason, "minimal", bit, name};
 }
 
-// Warnings stand before the information bits: a bare name means the first row that has it.
+// Warnings come before information bits: a name without its mask is the first row that has it.
 constexpr MaskRow kRows[] = {
     Error(0, "INTERNAL_ERROR"),
     Error(1, "INCOMPATIBLE_PCI_BANDWIDTH"),
@@ -81,7 +81,7 @@ MaskBit FindMaskBit(const std::string& name) {
     known.emplace_back(row.name);
     known.push_back(full);
   }
-  throw NoSuchThing("no status bit " + name + DidYouMean(name, known));
+  throw NoSuchThing("unknown status bit " + name + DidYouMean(name, known));
 }
 
 }  // namespace CardSim

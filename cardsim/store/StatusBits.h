@@ -13,9 +13,9 @@ struct MaskBit {
   std::uint64_t bit;  // the mask with this bit alone
 };
 
-// The bit called `name`, alone or behind its mask: "errors.FLASHBACK", "info.UNACTIVATED_FIRMWARE",
-// "minimal.FORCED". POWER_WRITE_REGULATION stands in two masks; alone it means the warning. Throws
-// `NoSuchThing`.
+// The bit of that name, alone or after its mask: "errors.FLASHBACK", "info.UNACTIVATED_FIRMWARE",
+// "minimal.FORCED". POWER_WRITE_REGULATION is in two masks; alone it is the warning. Throws
+// `NoSuchThing`. May be called by any thread.
 MaskBit FindMaskBit(const std::string& name);
 
 }  // namespace CardSim

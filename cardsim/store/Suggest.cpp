@@ -22,10 +22,28 @@ std::size_t Distance(std::string_view a, std::string_view b) {
   return row.back();
 }
 
+// What people also call a command or verb of ours, however far the name is.
+struct Synonym {
+  std::string_view word;
+  std::string_view name;
+};
+constexpr Synonym kSynonyms[] = {
+    {"heal", "clear-failure"}, {"create", "new"}, {"delete", "remove"},
+    {"show", "get"},           {"run", "play"},
+};
+
+std::string Suggestion(std::string_view name) {
+  return "; did you mean " + std::string(name) + "?";
+}
+
 }  // namespace
 
 std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& names) {
-  // Names of the catalog are long; a wrong name of any length is none of theirs.
+  for (const Synonym& synonym : kSynonyms) {
+    const bool isName = std::find(names.begin(), names.end(), synonym.name) != names.end();
+    if (wrong == synonym.word && isName) return Suggestion(synonym.name);
+  }
+  // Longer than any name; the time grows with the length.
   if (wrong.size() > 64) return {};
   const std::string* nearest = nullptr;
   std::size_t least = std::max<std::size_t>(2, wrong.size() / 3) + 1;
@@ -35,7 +53,7 @@ std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& n
     least = distance;
     nearest = &name;
   }
-  return nearest == nullptr ? std::string() : "; did you mean " + *nearest + "?";
+  return nearest == nullptr ? std::string() : Suggestion(*nearest);
 }
 
 }  // namespace CardSim

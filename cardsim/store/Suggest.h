@@ -1,4 +1,4 @@
-// "Did you mean": the name next to a wrong one.
+// "Did you mean": a suggestion for a wrong name.
 #pragma once
 
 #include <string>
@@ -7,7 +7,8 @@
 
 namespace CardSim {
 
-// `; did you mean X?` with the nearest of `names`, or nothing when none is near.
+// "; did you mean X?" with the one of `names` that `wrong` probably means, or an empty string. May
+// be called by any thread.
 std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& names);
 
 }  // namespace CardSim

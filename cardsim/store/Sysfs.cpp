@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned int kVendor = 0x1aed;
-// Tells our tree from a real one, which must never be removed.
+// Marks our tree. A real one must never be removed.
 constexpr const char* kMark = "bus/pci/.cardsim";
 
 template <typename... Numbers>
@@ -34,8 +34,8 @@ std::string Format(const char* format, Numbers... numbers) {
   throw std::runtime_error(path.string() + ": " + std::generic_category().message(errno));
 }
 
-// Everything is made below a folder that is held open, so that nobody can exchange a part of the
-// way for a link. The paths are for messages.
+// Everything is created below an open folder, so that no part of the path can be replaced by a link
+// meanwhile. The paths are for messages.
 void WriteLine(const FileHandle& folder, const fs::path& path, const std::string& line) {
   const FileHandle file = OpenAt(folder.Get(), path.filename().string(),
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, ModeOfNewFile());
@@ -45,7 +45,7 @@ void WriteLine(const FileHandle& folder, const fs::path& path, const std::string
   if (!written) throw std::runtime_error(path.string() + ": cannot be written");
 }
 
-// Not open, with errno, when there is something of that name.
+// Not open, with errno, if the name exists.
 FileHandle MakeFolder(const FileHandle& folder, const fs::path& path) {
   const std::string name = path.filename().string();
   if (mkdirat(folder.Get(), name.c_str(), ModeOfNewFolder()) != 0) return FileHandle();
@@ -60,8 +60,8 @@ std::string AddressOf(const Card& card) {
   return Format("%04x:%02x:%02x.%x", domain, bus, device, function);
 }
 
-// The folder of the mark, which is made if it is missing. Below a folder that others may change, we
-// would write and remove where they want.
+// The folder of the mark, which is created if missing. Below an untrusted folder, we would write
+// and remove where other users want.
 FileHandle MarkTree(const fs::path& mark) {
   struct stat status = {};
   const bool exists = lstat(mark.c_str(), &status) == 0;
@@ -81,9 +81,9 @@ FileHandle MarkTree(const fs::path& mark) {
 FileHandle ClearTree(const fs::path& folder) {
   const fs::path devices = folder / "bus/pci/devices";
   if (fs::exists(devices) && !fs::exists(folder / kMark)) {
-    throw std::runtime_error(devices.string() + ": not written by cardsim, left alone");
+    throw std::runtime_error(devices.string() + ": not written by cardsim; not replaced");
   }
-  // The mark comes before what it stands for: a tree that was begun can be begun again.
+  // The mark is written first, so that an incomplete tree can be replaced.
   const FileHandle bus = MarkTree(folder / kMark);
   fs::remove_all(devices);
   FileHandle made = MakeFolder(bus, devices);

@@ -15,14 +15,14 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr uid_t kRoot = 0;
-constexpr int kMostLinks = 40;  // as the kernel's own limit
+constexpr int kMaxLinks = 40;  // as the kernel's own limit
 
 [[noreturn]] void Fail(const fs::path& path, const std::string& why) {
   throw std::runtime_error(path.string() + ": " + why);
 }
 
 [[noreturn]] void FailWithErrno(const fs::path& path) {
-  if (errno == ENOENT) Fail(path, "no such file; `cardsim new` makes one");
+  if (errno == ENOENT) Fail(path, "no such file; `cardsim new` creates one");
   Fail(path, std::generic_category().message(errno));
 }
 
@@ -43,7 +43,7 @@ class Walk {
   Place Run() {
     m_Folder = Open(AT_FDCWD, ".");
     if (m_Path.is_absolute()) EnterRoot();
-    if (m_Rest.empty()) Fail(m_Path, "no such file; `cardsim new` makes one");
+    if (m_Rest.empty()) Fail(m_Path, "no such file; `cardsim new` creates one");
     for (;;) {
       const std::string name = m_Rest.back();
       m_Rest.pop_back();
@@ -110,7 +110,7 @@ class Walk {
     char target[PATH_MAX];
     const ssize_t length = readlinkat(m_Folder.Get(), name.c_str(), target, sizeof target);
     if (length < 0) FailWithErrno(m_Path);
-    if (++m_Links > kMostLinks) Fail(m_Path, std::generic_category().message(ELOOP));
+    if (++m_Links > kMaxLinks) Fail(m_Path, std::generic_category().message(ELOOP));
     const fs::path path(std::string(target, static_cast<std::size_t>(length)));
     if (path.is_absolute()) EnterRoot();
     Push(path);

@@ -1,6 +1,6 @@
-// An alternative that makes a std::variant with texts safe to copy. When a copy runs out of memory,
-// libstdc++ 12 destroys a value that was never made, if the variant has five or more alternatives
-// that all move without throwing. This one may throw.
+// An alternative that is never used, and makes a std::variant with strings safe to copy. If a copy
+// runs out of memory, libstdc++ 12 destroys a value that was never constructed, if the variant has
+// five or more alternatives and none has a throwing move. This one may throw.
 #pragma once
 
 namespace CardSim {

@@ -26,7 +26,7 @@ namespace {
 int g_Reason = 0;
 
 template <typename Write>
-void Watched(Write write) {
+void NoteFailure(Write write) {
   errno = 0;
   write();
   if (!std::cout && g_Reason == 0) g_Reason = errno == 0 ? EIO : errno;
@@ -34,18 +34,18 @@ void Watched(Write write) {
 
 }  // namespace
 
-void Say(const std::string& line) {
+void PrintLine(const std::string& line) {
   const std::string printable = Printable(line);
-  Watched([&] { std::cout << printable << '\n'; });
+  NoteFailure([&] { std::cout << printable << '\n'; });
 }
 
 void FlushOutput() {
-  Watched([] { std::cout.flush(); });
+  NoteFailure([] { std::cout.flush(); });
   if (g_Reason == 0) return;
   throw OutputError("cannot write standard output: " + std::generic_category().message(g_Reason));
 }
 
-void Complain(const std::string& text) {
+void PrintError(const std::string& text) {
   std::cerr << "cardsim: " << Printable(text) << '\n';
 }
 

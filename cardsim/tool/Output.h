@@ -1,4 +1,4 @@
-// What the program `cardsim` says, and whether it arrived.
+// Standard output and standard error of the program `cardsim`. For its only thread.
 #pragma once
 
 #include <stdexcept>
@@ -6,23 +6,23 @@
 
 namespace CardSim {
 
-// Keeps the numbers of closed standard streams taken, so that no file of ours gets one of them.
-// Writing to them goes on to fail.
+// Occupies the numbers of closed standard streams, so that no file of ours gets one of them.
+// Writing to such a stream still fails.
 void ReserveStandardStreams();
 
-// A line on standard output, made printable.
-void Say(const std::string& line);
+// Prints a line on standard output, made printable. A failed write is reported by `FlushOutput`.
+void PrintLine(const std::string& line);
 
-// The output is lost, such as on a full disk.
+// The output was lost, for example because the disk is full.
 class OutputError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Throws `OutputError` unless all that was said has been written.
+// Throws `OutputError` unless everything printed so far has been written.
 void FlushOutput();
 
-// "cardsim: " and the text, made printable, on standard error.
-void Complain(const std::string& text);
+// Prints "cardsim: " and the text, made printable, on standard error.
+void PrintError(const std::string& text);
 
 }  // namespace CardSim

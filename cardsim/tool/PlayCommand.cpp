@@ -31,31 +31,31 @@ std::string Seconds(std::uint64_t milliseconds) {
   return text;
 }
 
-// Each line is out before the next wait, also into a pipe.
-void TellNow(const std::string& line) {
-  Say(line);
+// Each line is written before the next wait, also to a pipe.
+void PrintNow(const std::string& line) {
+  PrintLine(line);
   FlushOutput();
 }
 
-void Tell(std::uint64_t atMs, const std::string& text) {
-  TellNow(Seconds(atMs) + "  " + text);
+void PrintStep(std::uint64_t atMs, const std::string& text) {
+  PrintNow(Seconds(atMs) + "  " + text);
 }
 
-bool HasEnough() {
+bool IsInterrupted() {
   return g_Signal != 0;
 }
 
 }  // namespace
 
-int Play(const std::string& scenario, const std::string& state, double speed) {
-  const Scenario story = ReadScenario(scenario);
+int Play(const std::string& path, const std::string& state, double speed) {
+  const Scenario scenario = ReadScenario(path);
   CatchSignals();
   StateFile file(state);
-  TellNow(story.title);
-  const std::size_t made = PlayScenario(story, file, speed, {Tell, HasEnough});
-  if (made == story.steps.size()) return 0;
-  Complain("stopped before step " + std::to_string(made + 1) + " of " +
-           std::to_string(story.steps.size()));
+  PrintNow(scenario.title);
+  const std::size_t made = PlayScenario(scenario, file, speed, {PrintStep, IsInterrupted});
+  if (made == scenario.steps.size()) return 0;
+  PrintError("stopped before step " + std::to_string(made + 1) + " of " +
+             std::to_string(scenario.steps.size()));
   return 128 + g_Signal;
 }
 

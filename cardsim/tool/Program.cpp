@@ -1,4 +1,4 @@
-// The program `cardsim`: edits the file of simulated cards from a shell.
+// The program `cardsim`: edits the file of simulated cards.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
@@ -6,20 +6,22 @@
 #include <cstdio>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <new>
 #include <nlohmann/json.hpp>
 
 #include "cardsim/cardsim.h"
 #include "cardsim/scenario/Scenario.h"
 #include "cardsim/store/Printable.h"
+#include "cardsim/store/Suggest.h"
 #include "cardsim/tool/Output.h"
 #include "cardsim/tool/PlayCommand.h"
 
 namespace {
 
-using CardSim::Complain;
 using CardSim::NoSuchThing;
-using CardSim::Say;
+using CardSim::PrintError;
+using CardSim::PrintLine;
 using CardSim::StateFile;
 
 constexpr int kDone = 0;
@@ -27,7 +29,7 @@ constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 constexpr int kNoSuch = 3;
 
-// What the command line said; each command reads its own. Made without memory.
+// The command line; each command reads its own members. Constructed without allocating memory.
 struct Arguments {
   std::string state;
   std::string kind;
@@ -43,11 +45,11 @@ struct Arguments {
   std::uint64_t code = 1;
   unsigned int count = 1;
   bool force = false;
-  // Set by the command once the file holds its change: what fails afterwards is the telling alone.
+  // Set by the command once the file holds its change: afterwards only printing can fail.
   bool isSaved = false;
 };
 
-// A text value without its quotes, since people read it; everything else as JSON.
+// A string without its quotes; everything else as JSON.
 std::string Plain(const std::string& json) {
   if (json.empty() || json[0] != '"') return json;
   return nlohmann::json::parse(json).get<std::string>();
@@ -80,7 +82,7 @@ std::string StateName(const StateFile& file, const std::string& card) {
 void New(Arguments& arguments) {
   StateFile(arguments.state).Create(arguments.force);
   arguments.isSaved = true;
-  Say("made " + arguments.state + " without cards");
+  PrintLine("created " + arguments.state + " without cards");
 }
 
 void Add(Arguments& arguments) {
@@ -88,18 +90,18 @@ void Add(Arguments& arguments) {
   const auto cards = file.AddCards(arguments.kind, arguments.count);
   arguments.isSaved = true;
   for (const std::string& card : cards) {
-    Say("added " + card + ": " + Shown(file, card, "board_name") + ", " +
-        Shown(file, card, "device_path"));
+    PrintLine("added " + card + ": " + Shown(file, card, "board_name") + ", " +
+              Shown(file, card, "device_path"));
   }
 }
 
 void Remove(Arguments& arguments) {
   StateFile(arguments.state).RemoveCard(arguments.card);
   arguments.isSaved = true;
-  Say("removed " + arguments.card);
+  PrintLine("removed " + arguments.card);
 }
 
-// Filled up to the column's width, which is counted in characters.
+// Padded to the column's width in characters.
 std::string Cell(const std::string& text, std::size_t width) {
   std::string cell = CardSim::Printable(text);
   const auto isCharacter = [](char byte) {
@@ -111,22 +113,22 @@ std::string Cell(const std::string& text, std::size_t width) {
   return cell + ' ';
 }
 
-void SayRow(const std::array<std::string, 6>& cells) {
+void PrintRow(const std::array<std::string, 6>& cells) {
   constexpr std::size_t kWidths[] = {8, 12, 12, 6, 12};
   std::string line;
   for (std::size_t i = 0; i < std::size(kWidths); ++i) line += Cell(cells[i], kWidths[i]);
-  Say(line + cells.back());
+  PrintLine(line + cells.back());
 }
 
 void List(Arguments& arguments) {
   const StateFile file(arguments.state);
   const auto cards = file.Cards();
-  SayRow({"CARD", "DEVICE", "PCI", "ID", "SERIAL", "STATE"});
+  PrintRow({"CARD", "DEVICE", "PCI", "ID", "SERIAL", "STATE"});
   for (const std::string& card : cards) {
     char id[16];
     std::snprintf(id, sizeof id, "0x%04x", Number(Shown(file, card, "pci_device_id")));
-    SayRow({card, Shown(file, card, "device_path"), PciAddress(file, card), id,
-            Shown(file, card, "serial_number"), StateName(file, card)});
+    PrintRow({card, Shown(file, card, "device_path"), PciAddress(file, card), id,
+              Shown(file, card, "serial_number"), StateName(file, card)});
   }
 }
 
@@ -140,41 +142,44 @@ void Set(Arguments& arguments) {
   }
   arguments.isSaved = true;
   const std::string after = Plain(file.Get(arguments.card, arguments.attribute));
-  Say(arguments.card + ": " + arguments.attribute + " " + before + " -> " + after);
+  PrintLine(arguments.card + ": " + arguments.attribute + " " + before + " -> " + after);
 }
 
 void Get(Arguments& arguments) {
-  Say(Plain(StateFile(arguments.state).Get(arguments.card, arguments.attribute)));
+  PrintLine(Plain(StateFile(arguments.state).Get(arguments.card, arguments.attribute)));
 }
 
 void Raise(Arguments& arguments) {
   StateFile(arguments.state).Raise(arguments.card, arguments.bit);
   arguments.isSaved = true;
-  Say(arguments.card + ": raised " + arguments.bit);
+  PrintLine(arguments.card + ": raised " + arguments.bit);
 }
 
 void Clear(Arguments& arguments) {
   StateFile(arguments.state).Clear(arguments.card, arguments.bit);
   arguments.isSaved = true;
-  Say(arguments.card + ": cleared " + arguments.bit);
+  PrintLine(arguments.card + ": cleared " + arguments.bit);
 }
 
 void Fail(Arguments& arguments) {
   StateFile(arguments.state).Fail(arguments.function, arguments.code, arguments.text);
   arguments.isSaved = true;
-  Say(arguments.function + " fails with " + std::to_string(arguments.code) + ": " + arguments.text);
+  PrintLine(arguments.function + " fails with " + std::to_string(arguments.code) + ": " +
+            arguments.text);
 }
 
-void Heal(Arguments& arguments) {
-  StateFile(arguments.state).Heal(arguments.function);
+void ClearFailure(Arguments& arguments) {
+  StateFile(arguments.state).ClearFailure(arguments.function);
   arguments.isSaved = true;
-  Say(arguments.function + " works again");
+  PrintLine(arguments.function + " works again");
 }
 
 void Sysfs(Arguments& arguments) {
   const StateFile file(arguments.state);
   file.WriteSysfs(arguments.folder);
-  Say("wrote " + std::to_string(file.Cards().size()) + " devices below " + arguments.folder);
+  const std::size_t count = file.Cards().size();
+  PrintLine("wrote " + std::to_string(count) +
+            (count == 1 ? " PCI device to " : " PCI devices to ") + arguments.folder);
 }
 
 int Play(Arguments& arguments) {
@@ -183,84 +188,151 @@ int Play(Arguments& arguments) {
 
 using Command = int (*)(Arguments&);
 
-// A command that is done when it comes back.
+// A command whose only exit code is 0.
 template <void (*command)(Arguments&)>
 int Done(Arguments& arguments) {
   command(arguments);
   return kDone;
 }
 
+// Help as the manual page writes it: an option with its value's name, the default in parentheses.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() {
+    label("SUBCOMMAND", "COMMAND");
+    label("Positionals", "Arguments");
+    column_width(28);
+  }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return option->get_type_size() == 0 || option->get_positional() ? ""
+                                                                    : " " + option->get_type_name();
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    const std::string value = option->get_default_str();
+    return option->get_description() + (value.empty() ? "" : " (default: " + value + ")");
+  }
+};
+
 CLI::App* AddCommand(CLI::App& app, Command& chosen, const char* name, const char* help,
                      Command command) {
-  CLI::App* added = app.add_subcommand(name, help);
+  CLI::App* added = app.add_subcommand(name, help)->group("Commands");
   added->callback([&chosen, command] { chosen = command; });
   return added;
 }
 
+void AddCardArgument(CLI::App& command, Arguments& arguments) {
+  command.add_option("CARD", arguments.card, "name of a card, such as card0")->required();
+}
+
+// Read only when help is printed, because the profile folder is listed.
 std::string KindsText() {
-  std::string text = "A PCI device id such as 0x1003, or one of:";
-  for (const std::string& name : StateFile::Profiles()) text += " " + name;
+  std::string text = "Profiles:";
+  for (const std::string& name : StateFile::Profiles()) text += "\n  " + CardSim::Printable(name);
   return text;
 }
 
+std::string CheckCount(const std::string& text) {
+  const unsigned int count = Number(text);
+  return count >= 1 && count <= 250 ? "" : text + " is out of range (1 to 250)";
+}
+
 void DescribeCards(CLI::App& app, Arguments& arguments, Command& chosen) {
-  AddCommand(app, chosen, "new", "Make a file without cards", Done<New>)
-      ->add_flag("--force", arguments.force, "Replace an existing file");
-  CLI::App* add = AddCommand(app, chosen, "add", "Add cards", Done<Add>);
-  add->add_option("KIND", arguments.kind, KindsText())->required();
-  add->add_option("--count", arguments.count, "How many")->check(CLI::Range(1, 250));
-  AddCommand(app, chosen, "remove", "Remove a card", Done<Remove>)
-      ->add_option("CARD", arguments.card)
+  AddCommand(app, chosen, "new", "create a file without cards", Done<New>)
+      ->add_flag("--force", arguments.force, "replace an existing file");
+  CLI::App* add = AddCommand(app, chosen, "add", "add cards", Done<Add>);
+  add->add_option("KIND", arguments.kind, "profile name, or PCI device id such as 0x1003")
       ->required();
-  AddCommand(app, chosen, "list", "List the cards", Done<List>);
-  AddCommand(app, chosen, "sysfs", "Write the PCI devices of the cards below a folder", Done<Sysfs>)
-      ->add_option("DIR", arguments.folder)
+  add->add_option("--count", arguments.count, "number of cards to add, 1 to 250")
+      ->type_name("N")
+      ->check(CheckCount)
+      ->capture_default_str();
+  add->footer(KindsText);
+  AddCardArgument(*AddCommand(app, chosen, "remove", "remove a card", Done<Remove>), arguments);
+  AddCommand(app, chosen, "list", "list the cards", Done<List>);
+  AddCommand(app, chosen, "sysfs", "write a sysfs tree with the PCI devices of the cards",
+             Done<Sysfs>)
+      ->add_option("DIR", arguments.folder, "folder of the tree")
       ->required();
 }
 
 void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
-  CLI::App* set = AddCommand(app, chosen, "set", "Set an attribute; absent removes it", Done<Set>);
-  CLI::App* get = AddCommand(app, chosen, "get", "Show an attribute", Done<Get>);
+  CLI::App* set = AddCommand(app, chosen, "set", "set an attribute of a card", Done<Set>);
+  CLI::App* get = AddCommand(app, chosen, "get", "show an attribute of a card", Done<Get>);
   for (CLI::App* command : {set, get}) {
-    command->add_option("CARD", arguments.card)->required();
-    command->add_option("ATTRIBUTE", arguments.attribute)->required();
+    AddCardArgument(*command, arguments);
+    command->add_option("ATTRIBUTE", arguments.attribute, "name, such as temp_internal_deg_c")
+        ->required();
   }
-  set->add_option("VALUE", arguments.value)->required();
-  CLI::App* raise = AddCommand(app, chosen, "raise", "Set a status bit by name", Done<Raise>);
-  CLI::App* clear = AddCommand(app, chosen, "clear", "Clear a status bit by name", Done<Clear>);
+  set->add_option("VALUE", arguments.value, "new value; absent removes the attribute")->required();
+  CLI::App* raise = AddCommand(app, chosen, "raise", "set a status bit of a card", Done<Raise>);
+  CLI::App* clear = AddCommand(app, chosen, "clear", "clear a status bit of a card", Done<Clear>);
   for (CLI::App* command : {raise, clear}) {
-    command->add_option("CARD", arguments.card)->required();
-    command->add_option("BIT", arguments.bit, "FLASHBACK, or with its mask errors.FLASHBACK")
+    AddCardArgument(*command, arguments);
+    command->add_option("BIT", arguments.bit, "FLASHBACK, or with its mask: errors.FLASHBACK")
         ->required();
   }
 }
 
 void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* fail =
-      AddCommand(app, chosen, "fail", "Make every call of a function fail, everywhere", Done<Fail>);
-  CLI::App* heal = AddCommand(app, chosen, "heal", "Let a function work again", Done<Heal>);
-  for (CLI::App* command : {fail, heal}) {
-    command->add_option("FUNCTION", arguments.function)->required();
+      AddCommand(app, chosen, "fail",
+                 "make every call of a library function fail, in all processes", Done<Fail>);
+  CLI::App* clear =
+      AddCommand(app, chosen, "clear-failure", "let a function work again", Done<ClearFailure>);
+  for (CLI::App* command : {fail, clear}) {
+    command->add_option("FUNCTION", arguments.function, "name, such as vsl_open")->required();
   }
   arguments.text = "made to fail by cardsim";
-  fail->add_option("--code", arguments.code, "The result, not 0")->capture_default_str();
-  fail->add_option("--text", arguments.text, "The text")->capture_default_str();
+  fail->add_option("--code", arguments.code, "result of the calls, not 0")
+      ->type_name("CODE")
+      ->capture_default_str();
+  fail->add_option("--text", arguments.text, "text of the error")
+      ->type_name("TEXT")
+      ->capture_default_str();
 }
 
 void DescribePlay(CLI::App& app, Arguments& arguments, Command& chosen) {
-  CLI::App* play = AddCommand(app, chosen, "play", "Play a story of changes, until Ctrl-C", Play);
-  play->add_option("SCENARIO", arguments.scenario, "A JSON file; examples/ has some")->required();
+  CLI::App* play = AddCommand(app, chosen, "play", "play a scenario; Ctrl-C stops it", Play);
+  play->add_option("SCENARIO", arguments.scenario, "JSON file; see examples/")->required();
   const auto setSpeed = [&arguments](const double& speed) {
-    // Written so that a NaN is refused, too.
-    if (!(speed >= CardSim::kSlowest && speed <= CardSim::kFastest)) {
-      throw CLI::ValidationError("--speed must be from 0.1 to 1000000");
+    // Written so that a NaN is rejected, too.
+    if (!(speed >= CardSim::kMinSpeed && speed <= CardSim::kMaxSpeed)) {
+      throw CLI::ValidationError("--speed is out of range (0.1 to 1000000)");
     }
     arguments.speed = speed;
   };
-  play->add_option_function<double>("--speed", setSpeed, "How many times as fast as written");
+  play->add_option_function<double>("--speed", setSpeed, "play FACTOR times as fast as written")
+      ->type_name("FACTOR")
+      ->default_str("1");
 }
 
-// What was done although the program failed.
+// What is wrong with the command line.
+std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
+  std::string text = error.what();
+  const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+  const bool isMissing = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+  const auto words = app.remaining(true);
+  const bool hasCommand = !app.get_subcommands().empty();
+  if ((isExtra || isMissing) && !words.empty()) {
+    const std::string& word = words.front();
+    if (word[0] == '-') return "unknown option " + word;
+    if (hasCommand) return "unexpected argument " + word;
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+    return "unknown command " + word + CardSim::DidYouMean(word, names);
+  }
+  if (isMissing && !hasCommand) return "missing command; see cardsim --help";
+  const std::string cannotConvert = "Could not convert: ";
+  if (text.rfind(cannotConvert, 0) == 0) {
+    text.erase(0, cannotConvert.size());
+    return text.replace(text.find(" = "), 3, ": ") + " is not a number";
+  }
+  return text;
+}
+
+// What the command did although it failed.
 std::string Rest(const Arguments& arguments) {
   return arguments.isSaved ? "; the change is saved" : "";
 }
@@ -271,17 +343,16 @@ int Run(Command command, Arguments& arguments) {
     CardSim::FlushOutput();
     return code;
   } catch (const NoSuchThing& error) {
-    Complain(error.what());
+    PrintError(error.what());
     return kNoSuch;
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    Complain(error.what() + Rest(arguments));
+    PrintError(error.what() + Rest(arguments));
     return kFailed;
   }
 }
 
-// Help is an answer as any other.
 int Help(const CLI::App& app, const CLI::ParseError& error) {
   const int code = app.exit(error);
   CardSim::FlushOutput();
@@ -291,8 +362,11 @@ int Help(const CLI::App& app, const CLI::ParseError& error) {
 int ParseAndRun(int argc, char** argv, Arguments& arguments) {
   arguments.state = StateFile::DefaultPath().string();
   Command chosen = nullptr;
-  CLI::App app("Simulated flash cards: their file, seen and changed");
-  app.add_option("--state", arguments.state, "The file")
+  CLI::App app("Create and change simulated flash cards", "cardsim");
+  app.formatter(std::make_shared<HelpFormatter>());
+  app.set_help_flag("-h,--help", "print help and exit");
+  app.add_option("--state", arguments.state, "file of the simulated cards")
+      ->type_name("FILE")
       ->default_str(CardSim::Printable(arguments.state));
   app.require_subcommand(1);
   app.fallthrough();
@@ -305,7 +379,7 @@ int ParseAndRun(int argc, char** argv, Arguments& arguments) {
   } catch (const CLI::ParseError& error) {
     const bool isHelp = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
     if (isHelp) return Help(app, error);
-    Complain(error.what());
+    PrintError(UsageError(app, error));
     return kUsage;
   }
   return Run(chosen, arguments);
@@ -317,7 +391,7 @@ int RunProgram(int argc, char** argv, Arguments& arguments) {
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    Complain(error.what());
+    PrintError(error.what());
     return kFailed;
   }
 }
@@ -330,7 +404,7 @@ int main(int argc, char** argv) {
   try {
     return RunProgram(argc, argv, arguments);
   } catch (const std::bad_alloc&) {
-    // Nothing here may allocate.
+    // Must not allocate memory.
     std::fputs(arguments.isSaved ? "cardsim: out of memory; the change is saved\n"
                                  : "cardsim: out of memory\n",
                stderr);

@@ -4,7 +4,7 @@
 
 namespace {
 
-// What a C type holds at its edge, and what it cannot hold.
+// The limits of a C type, and a value beyond them.
 struct Edge {
   std::string given;
   std::string read;
@@ -88,7 +88,7 @@ std::vector<Row> Rows() {
 
 class EveryAttribute : public SimulatedCards, public ::testing::WithParamInterface<Row> {
  protected:
-  // The card was named before its attributes are bent, its own path among them.
+  // Named before its attributes change, the path among them.
   void SetUp() override {
     SimulatedCards::SetUp();
     StartWithCard();
@@ -106,7 +106,7 @@ class EveryAttribute : public SimulatedCards, public ::testing::WithParamInterfa
   void* m_Card = nullptr;
 };
 
-TEST_P(EveryAttribute, GivesTheEdgeOfItsTypeUnchanged) {
+TEST_P(EveryAttribute, ReturnsTheLimitsOfItsTypeUnchanged) {
   File().Set("card0", GetParam().name, GetParam().edge.given);
   void* handle = Handle();
   EXPECT_TRUE(GetParam().has(handle, &m_Error));
@@ -114,7 +114,7 @@ TEST_P(EveryAttribute, GivesTheEdgeOfItsTypeUnchanged) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_P(EveryAttribute, RefusesWhatItsTypeCannotHold) {
+TEST_P(EveryAttribute, RejectsValuesOutOfRange) {
   const std::string before = Slurp();
   const auto set = [&] { File().Set("card0", GetParam().name, GetParam().edge.refused); };
   EXPECT_EQ(0U, ErrorOf(set).find(std::string(GetParam().name) + ": must ")) << ErrorOf(set);
@@ -129,7 +129,7 @@ TEST_P(EveryAttribute, CanBeAbsent) {
   EXPECT_EQ("absent", File().Get("card0", GetParam().name));
 }
 
-TEST_P(EveryAttribute, IsFalseAndNoMisuseOnANullHandle) {
+TEST_P(EveryAttribute, HasAcceptsANullHandle) {
   EXPECT_FALSE(GetParam().has(nullptr, &m_Error));
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
@@ -137,13 +137,13 @@ TEST_P(EveryAttribute, IsFalseAndNoMisuseOnANullHandle) {
 INSTANTIATE_TEST_SUITE_P(Catalog, EveryAttribute, ::testing::ValuesIn(Rows()),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(AttributeRows, AreTheFortyOneOfACardAndTheEightOfAFormat) {
+TEST(AttributeRows, AreFortyOneOfACardAndEightOfAFormat) {
   EXPECT_EQ(49U, Rows().size());
 }
 
 using Attributes = SimulatedCards;
 
-TEST_F(Attributes, WithoutAHasOfTheirOwnAreReadBare) {
+TEST_F(Attributes, WithoutAHasFunctionAreReadDirectly) {
   StartWithCard();
   File().Set("card0", "pci_device_id", "0xBEEF");
   File().Set("card0", "reserve_status", "2");
@@ -152,7 +152,7 @@ TEST_F(Attributes, WithoutAHasOfTheirOwnAreReadBare) {
   EXPECT_EQ(2U, vsl_reserve_status(card, &m_Error));
 }
 
-TEST_F(Attributes, SizeModesAreThereWhenTheFormatHasThem) {
+TEST_F(Attributes, HaveSizeModesIfTheFormatHasThem) {
   StartWithCard();
   for (const bool expected : {true, false}) {
     File().Set("card0", "iom_format_size_mode", expected ? "true" : "false");
@@ -164,7 +164,7 @@ TEST_F(Attributes, SizeModesAreThereWhenTheFormatHasThem) {
   EXPECT_FALSE(vsl_iom_format_has_size_mode(nullptr, &m_Error));
 }
 
-TEST_F(Attributes, TextsStayReadableWhileTheHandleLives) {
+TEST_F(Attributes, StringsAreValidWhileTheHandleExists) {
   StartWithCard();
   void* card = Opened();
   const char* serial = vsl_serial_number(card, &m_Error);
@@ -174,7 +174,7 @@ TEST_F(Attributes, TextsStayReadableWhileTheHandleLives) {
   EXPECT_STREQ("FA00000001", serial);
 }
 
-TEST_F(Attributes, StayAsTheyWereWhenTheCardWasOpened) {
+TEST_F(Attributes, DoNotChangeWhileTheCardIsOpen) {
   StartWithCard();
   void* card = Opened();
   File().Set("card0", "temp_internal_deg_c", "90");
@@ -193,7 +193,7 @@ TEST_F(Attributes, StatusMasksChangeWhileTheCardIsOpen) {
   EXPECT_EQ(0U, vsl_current_errors(card, &m_Error));
 }
 
-TEST_F(Attributes, OfARemovedCardAreStillReadThroughItsOpenHandle) {
+TEST_F(Attributes, OfARemovedCardAreReadThroughItsOpenHandle) {
   StartWithCard();
   void* card = Opened();
   File().RemoveCard("card0");

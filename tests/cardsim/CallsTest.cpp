@@ -36,7 +36,7 @@ TEST_F(Calls, AreLoggedInOrderWithTheirHandlesAndArguments) {
       Joined(CardSim::CallTexts()));
 }
 
-TEST_F(Calls, ResetForgetsTheLogAndNumbersHandlesAnew) {
+TEST_F(Calls, ResetClearsTheLogAndHandleNumbers) {
   StartWithCard();
   Named();
   Named();
@@ -55,7 +55,7 @@ TEST_F(Calls, TheNthFailsWithCodeAndText) {
   EXPECT_STREQ("ordered", m_Error.text);
 }
 
-TEST_F(Calls, TwoOrdersForOneFunctionCountTheSameCalls) {
+TEST_F(Calls, TwoOrderedFailuresCountTheSameCalls) {
   StartWithCard();
   CardSim::FailCall("vsl_open", 1, 71, "first");
   CardSim::FailCall("vsl_open", 3, 73, "third");
@@ -64,19 +64,19 @@ TEST_F(Calls, TwoOrdersForOneFunctionCountTheSameCalls) {
   EXPECT_EQ("71 0 73 0 ", codes);
 }
 
-TEST_F(Calls, AFailedReadGivesNothing) {
+TEST_F(Calls, AFailedReadReturnsAnEmptyValue) {
   StartWithCard();
   void* card = Opened();
   for (const char* function : {"vsl_has_board_name", "vsl_board_name", "vsl_size_bytes",
                                "vsl_iom_iterate", "vsl_temp_internal_deg_c"}) {
     CardSim::FailCall(function, 1, 5, "ordered");
   }
-  void* walked = nullptr;
+  void* iterated = nullptr;
   EXPECT_FALSE(vsl_has_board_name(card, &m_Error));
   EXPECT_STREQ("", vsl_board_name(card, &m_Error));
   EXPECT_EQ(0U, vsl_size_bytes(card, &m_Error));
   EXPECT_EQ(0.0F, vsl_temp_internal_deg_c(card, &m_Error));
-  EXPECT_FALSE(vsl_iom_iterate(&walked, 1, &m_Error));
+  EXPECT_FALSE(vsl_iom_iterate(&iterated, 1, &m_Error));
   EXPECT_STREQ("Flash Adapter 785GB", vsl_board_name(card, &m_Error));
 }
 
@@ -91,7 +91,7 @@ TEST_F(Calls, AFailedCallHasNoEffect) {
   EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Calls, TheLibraryCanBeNotReadyForAWhile) {
+TEST_F(Calls, TheLibraryCanBeNotReadyForSomeCalls) {
   File().AddCard(0x1003);
   CardSim::FailCall("vsl_init", 1, VSL_NOT_READY, "not ready", 2);
   EXPECT_EQ(27U, vsl_init(0, &m_Error));
@@ -99,34 +99,34 @@ TEST_F(Calls, TheLibraryCanBeNotReadyForAWhile) {
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
 }
 
-TEST_F(Calls, OnlyWhatExistsCanBeMadeToFail) {
-  EXPECT_EQ("no function vsl_opne; did you mean vsl_open?",
+TEST_F(Calls, OnlyKnownFunctionsCanBeMadeToFail) {
+  EXPECT_EQ("unknown function vsl_opne; did you mean vsl_open?",
             ErrorOf([] { CardSim::FailCall("vsl_opne", 1, 1, ""); }));
   EXPECT_EQ("vsl_fini has no result and cannot fail",
             ErrorOf([] { CardSim::FailCall("vsl_fini", 1, 1, ""); }));
-  EXPECT_EQ("calls are counted from 1", ErrorOf([] { CardSim::FailCall("vsl_open", 0, 1, ""); }));
-  EXPECT_EQ("code 0 is success, no failure",
+  EXPECT_EQ("calls are numbered from 1", ErrorOf([] { CardSim::FailCall("vsl_open", 0, 1, ""); }));
+  EXPECT_EQ("the code must not be 0, which means success",
             ErrorOf([] { CardSim::FailCall("vsl_open", 1, 0, ""); }));
 }
 
-TEST_F(Calls, AStandingFailureInTheFileHoldsUntilHealed) {
+TEST_F(Calls, AFailureInTheFileLastsUntilCleared) {
   StartWithCard();
   File().Fail("vsl_iom_format_create", 44, "no format today");
   void* format = nullptr;
   EXPECT_EQ(44U, vsl_iom_format_create(Named(), &format, &m_Error));
   EXPECT_STREQ("no format today", m_Error.text);
-  File().Heal("vsl_iom_format_create");
+  File().ClearFailure("vsl_iom_format_create");
   EXPECT_EQ(0U, vsl_iom_format_create(Named(), &format, &m_Error));
 }
 
-TEST_F(Calls, AStandingFailureOfTheStartHolds) {
+TEST_F(Calls, AFailureOfInitLastsUntilCleared) {
   File().Fail("vsl_init", 27, "later");
   EXPECT_EQ(27U, vsl_init(0, &m_Error));
-  File().Heal("vsl_init");
+  File().ClearFailure("vsl_init");
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
 }
 
-TEST_F(Calls, TheHookSeesACallBeforeItWorksAndMayEditTheFile) {
+TEST_F(Calls, TheHookRunsBeforeTheCallAndMayEditTheFile) {
   StartWithCard();
   CardSim::SetHook([this](const CardSim::Call& call) {
     if (call.function == "vsl_open") File().Set("card0", "serial_number", "CHANGED");
@@ -138,7 +138,7 @@ TEST_F(Calls, TheHookSeesACallBeforeItWorksAndMayEditTheFile) {
   EXPECT_STREQ("AGAIN", vsl_serial_number(Opened(), &m_Error));
 }
 
-TEST_F(Calls, AHookThatWaitsHoldsUpNobodyElse) {
+TEST_F(Calls, AWaitingHookDoesNotBlockOtherThreads) {
   StartWithCard();
   std::atomic<bool> inside{false};
   std::atomic<bool> release{false};

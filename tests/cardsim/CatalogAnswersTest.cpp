@@ -1,5 +1,5 @@
-// What each function of the catalog answers: the card's own value, the code of a success, and the
-// code and text of a refusal.
+// Results of every function: the value of the card, the code of a success, and the code and text of
+// a rejection.
 
 #include <algorithm>
 #include <set>
@@ -10,7 +10,7 @@ namespace {
 
 using Catalog = SimulatedCards;
 
-// What a profile has as 0 or false, so that an answer is not mistaken for none.
+// Values other than a profile's 0 and false, so that a result differs from an empty one.
 void TellApart(CardSim::StateFile file) {
   const std::pair<const char*, const char*> settings[] = {
       {"pci_device", "5"},
@@ -34,7 +34,7 @@ void TellApart(CardSim::StateFile file) {
   for (const auto& [attribute, value] : settings) file.Set("card0", attribute, value);
 }
 
-// The copy is taken at once: a text is the library's until the next call.
+// Copied at once: the next call overwrites the string.
 template <class Answer>
 Answer Plain(Answer answer) {
   return answer;
@@ -108,7 +108,7 @@ void ExpectAdapter(void* card, vsl_error_record* err) {
   EXPECT_EQ(0U, vsl_destroy(&handle, err));
 }
 
-// What a format is told shows in what it tells.
+// A format handle reports what was set.
 void ExpectFormat(void* card, vsl_error_record* err) {
   void* handle = nullptr;
   EXPECT_EQ(0U, vsl_iom_format_create(card, &handle, err));
@@ -169,9 +169,9 @@ TEST_F(Catalog, EveryFunctionIsReachedAndSucceeds) {
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
   m_Error.reserved = 0x2323232323232323;
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
-  void* walked = nullptr;
-  EXPECT_TRUE(vsl_iom_iterate(&walked, 1, &m_Error));
-  EXPECT_FALSE(vsl_iom_iterate(&walked, 1, &m_Error));
+  void* iterated = nullptr;
+  EXPECT_TRUE(vsl_iom_iterate(&iterated, 1, &m_Error));
+  EXPECT_FALSE(vsl_iom_iterate(&iterated, 1, &m_Error));
   void* card = nullptr;
   ASSERT_EQ(0U, vsl_iom_create_by_name("/dev/fct0", &card, &m_Error));
   ASSERT_EQ(0U, vsl_open(card, &m_Error));
@@ -202,7 +202,7 @@ TEST_F(Catalog, EveryFunctionIsReachedAndSucceeds) {
   EXPECT_EQ("", Joined(CardSim::Misuse()) + Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Catalog, NoAttributeIsThereThatTheCardDoesNotHave) {
+TEST_F(Catalog, HasIsFalseForAbsentAttributes) {
   File().AddCard(0x1003);
 #define TAKE_AWAY(type, name) \
   if (std::string(#name) != "device_path") File().MakeAbsent("card0", #name);
@@ -227,7 +227,7 @@ TEST_F(Catalog, NoAttributeIsThereThatTheCardDoesNotHave) {
   EXPECT_FALSE(vsl_iom_format_has_size_mode(format, &m_Error));
 }
 
-// A call that the library cannot carry out, on an open card of its own.
+// A call that the library rejects, on an open card.
 struct RefusedCall {
   const char* function;
   vsl_code code;
@@ -247,7 +247,7 @@ void* Made(Create create, void* card, vsl_error_record* err) {
 }
 
 const RefusedCall kRefusedCalls[] = {
-    {"vsl_init", 7, "vsl_init knows no flags",
+    {"vsl_init", 7, "vsl_init accepts no flags",
      [](void*, vsl_error_record* err) { return vsl_init(1, err); }},
     {"vsl_iom_create_by_name", 3, "/dev/fct9: no such card",
      [](void*, vsl_error_record* err) {
@@ -261,7 +261,7 @@ const RefusedCall kRefusedCalls[] = {
        vsl_close(card, err);
        return vsl_close(card, err);
      }},
-    {"vsl_destroy", 4, "no handle variable",
+    {"vsl_destroy", 4, "null handle variable",
      [](void*, vsl_error_record* err) { return vsl_destroy(nullptr, err); }},
     {"vsl_adapter_create", 5, "the card is not open",
      [](void* card, vsl_error_record* err) {
@@ -269,9 +269,9 @@ const RefusedCall kRefusedCalls[] = {
        void* adapter = nullptr;
        return vsl_adapter_create(card, &adapter, err);
      }},
-    {"vsl_set_beacon_state", 7, "a state is 0 or 1",
+    {"vsl_set_beacon_state", 7, "the state must be 0 or 1",
      [](void* card, vsl_error_record* err) { return vsl_set_beacon_state(card, 2, err); }},
-    {"vsl_set_vsu_state", 7, "a state is 0 or 1",
+    {"vsl_set_vsu_state", 7, "the state must be 0 or 1",
      [](void* card, vsl_error_record* err) {
        void* volume = nullptr;
        vsl_vsu_iterate(card, &volume, 1, err);
@@ -282,9 +282,9 @@ const RefusedCall kRefusedCalls[] = {
        void* job = nullptr;
        return vsl_iom_attach_create(nullptr, &job, err);
      }},
-    {"vsl_iom_detach_create", 4, "no handle variable",
+    {"vsl_iom_detach_create", 4, "null handle variable",
      [](void* card, vsl_error_record* err) { return vsl_iom_detach_create(card, nullptr, err); }},
-    {"vsl_iom_format_create", 4, "no handle variable",
+    {"vsl_iom_format_create", 4, "null handle variable",
      [](void* card, vsl_error_record* err) { return vsl_iom_format_create(card, nullptr, err); }},
     {"vsl_iom_detach_set_force", 4, "wrong kind of handle",
      [](void* card, vsl_error_record* err) {
@@ -312,7 +312,7 @@ const RefusedCall kRefusedCalls[] = {
      [](void* card, vsl_error_record* err) {
        return vsl_op_start(Made(vsl_iom_attach_create, card, err), err);
      }},
-    {"vsl_op_wait_for_result", 6, "no job is under way",
+    {"vsl_op_wait_for_result", 6, "no job is running",
      [](void* card, vsl_error_record* err) {
        return vsl_op_wait_for_result(Made(vsl_iom_detach_create, card, err), err);
      }},
@@ -320,7 +320,7 @@ const RefusedCall kRefusedCalls[] = {
 
 class CatalogRefusal : public SimulatedCards, public ::testing::WithParamInterface<RefusedCall> {};
 
-TEST_P(CatalogRefusal, GivesItsCodeAndSaysWhy) {
+TEST_P(CatalogRefusal, ReturnsItsCodeAndReason) {
   StartWithCard();
   EXPECT_EQ(GetParam().code, GetParam().call(Opened(), &m_Error));
   EXPECT_STREQ(GetParam().text, m_Error.text);

@@ -6,12 +6,12 @@ namespace {
 
 using Catalog = SimulatedCards;
 
-TEST_F(Catalog, SpeaksC) {
+TEST_F(Catalog, IsUsableFromC) {
   StartWithCard();
   EXPECT_EQ(1, UseFromC());
 }
 
-TEST_F(Catalog, WalksTheCardsInTheirOrder) {
+TEST_F(Catalog, IteratesCardsInOrder) {
   for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   std::vector<std::string> paths;
@@ -26,7 +26,7 @@ TEST_F(Catalog, WalksTheCardsInTheirOrder) {
   EXPECT_EQ("", Joined(CardSim::Misuse()) + Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Catalog, AWalkGoesOnBehindACardThatIsRemovedMeanwhile) {
+TEST_F(Catalog, IterationContinuesAfterARemovedCard) {
   for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   void* iom = nullptr;
@@ -36,7 +36,7 @@ TEST_F(Catalog, AWalkGoesOnBehindACardThatIsRemovedMeanwhile) {
   EXPECT_STREQ("/dev/fct1", vsl_device_path(iom, &m_Error));
 }
 
-TEST_F(Catalog, ACardThatIsNotThereCannotBeNamed) {
+TEST_F(Catalog, CreateByNameFailsForAMissingCard) {
   StartWithCard();
   void* iom = nullptr;
   EXPECT_EQ(3U, vsl_iom_create_by_name("/dev/fct7", &iom, &m_Error));
@@ -45,14 +45,14 @@ TEST_F(Catalog, ACardThatIsNotThereCannotBeNamed) {
   EXPECT_NE(0U, vsl_iom_create_by_name(nullptr, &iom, &m_Error));
 }
 
-TEST_F(Catalog, ACardWithoutAPathCannotBeNamed) {
+TEST_F(Catalog, CreateByNameFailsForACardWithoutAPath) {
   StartWithCard();
   File().MakeAbsent("card0", "device_path");
   void* iom = nullptr;
   EXPECT_EQ(3U, vsl_iom_create_by_name("/dev/fct0", &iom, &m_Error));
 }
 
-TEST_F(Catalog, AnErrorTextIsCutToTheRecordAndEnded) {
+TEST_F(Catalog, ErrorTextIsTruncatedAndTerminated) {
   StartWithCard();
   const std::string path(3000, 'x');
   void* iom = nullptr;
@@ -61,7 +61,7 @@ TEST_F(Catalog, AnErrorTextIsCutToTheRecordAndEnded) {
   EXPECT_EQ(std::string(1039, 'x'), m_Error.text);
 }
 
-TEST_F(Catalog, ASuccessLeavesTheRecordUntouched) {
+TEST_F(Catalog, SuccessLeavesTheErrorRecordUnchanged) {
   StartWithCard();
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
   void* card = Opened();
@@ -72,7 +72,7 @@ TEST_F(Catalog, ASuccessLeavesTheRecordUntouched) {
   EXPECT_EQ(std::string(1040, '#'), std::string(m_Error.text, 1040));
 }
 
-TEST_F(Catalog, ADestroyNeedsNoRecord) {
+TEST_F(Catalog, DestroyDoesNotNeedAnErrorRecord) {
   StartWithCard();
   void* card = Named();
   EXPECT_EQ(0U, vsl_destroy(&card, nullptr));
@@ -87,7 +87,7 @@ TEST_F(Catalog, TheLibraryCanBeStartedTwice) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Catalog, TheLightIsSwitchedInTheFile) {
+TEST_F(Catalog, SettingTheLocateLedChangesTheFile) {
   StartWithCard();
   void* card = Named();
   EXPECT_FALSE(vsl_beacon_state(card, &m_Error));
@@ -97,18 +97,18 @@ TEST_F(Catalog, TheLightIsSwitchedInTheFile) {
   EXPECT_NE(0U, vsl_set_beacon_state(card, 2, &m_Error));
 }
 
-TEST_F(Catalog, ALightThatIsAlreadySoCostsNoWrite) {
+TEST_F(Catalog, SettingTheLocateLedToItsStateDoesNotWrite) {
   StartWithCard();
   const auto before = std::filesystem::last_write_time(Path());
   EXPECT_EQ(0U, vsl_set_beacon_state(Named(), 0, &m_Error));
   EXPECT_EQ(before, std::filesystem::last_write_time(Path()));
 }
 
-TEST_F(Catalog, ACardWithoutALightRefusesToSwitchIt) {
+TEST_F(Catalog, ACardWithoutALocateLedRejectsSettingIt) {
   StartWithCard();
   File().MakeAbsent("card0", "beacon_state");
   EXPECT_EQ(9U, vsl_set_beacon_state(Named(), 1, &m_Error));
-  EXPECT_STREQ("the card has no locating light", m_Error.text);
+  EXPECT_STREQ("the card has no locate LED", m_Error.text);
 }
 
 }  // namespace

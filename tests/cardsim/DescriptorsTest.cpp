@@ -1,4 +1,4 @@
-// What the library answers when its file cannot be opened: an error, never "no cards".
+// A file that cannot be opened is an error, never "no cards".
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -16,7 +16,7 @@ std::string Code(vsl_code code, const vsl_error_record& err) {
 
 class Unopenable : public SimulatedCards {
  protected:
-  // In a process of its own, since a limit that was lowered stays. The text that it gives.
+  // In a child process, because a lowered limit cannot be raised again. Returns its output.
   std::string InChild(const std::function<std::string()>& work) {
     const auto answer = m_Folder / "answer";
     FILE* kept = std::fopen(answer.c_str(), "w");
@@ -43,7 +43,7 @@ class Unopenable : public SimulatedCards {
   std::string TooMany() const { return Path().string() + ": Too many open files"; }
 };
 
-TEST_F(Unopenable, NoDescriptorsFailTheStart) {
+TEST_F(Unopenable, InitFailsWithoutDescriptors) {
   File().AddCard(0x1003);
   EXPECT_EQ("2 " + TooMany(), InChild([this] {
               LeaveNoDescriptors();
@@ -51,7 +51,7 @@ TEST_F(Unopenable, NoDescriptorsFailTheStart) {
             }));
 }
 
-// A call that looks at the file again because it has changed.
+// A call that reads the file again because it has changed.
 struct Call {
   const char* name;
   const char* failed;  // in front of the reason
@@ -61,9 +61,9 @@ struct Call {
 const Call kCalls[] = {
     {"Iterate", "none ",
      [](void*, vsl_error_record* err) {
-       void* walked = nullptr;
+       void* iterated = nullptr;
        err->text[0] = '\0';
-       return std::string(vsl_iom_iterate(&walked, 1, err) ? "found " : "none ") + err->text;
+       return std::string(vsl_iom_iterate(&iterated, 1, err) ? "found " : "none ") + err->text;
      }},
     {"CreateByName", "2 ",
      [](void*, vsl_error_record* err) {
@@ -104,12 +104,12 @@ TEST_P(UnopenableCalls, FailWithoutDescriptors) {
 
 TEST_P(UnopenableCalls, FailOnADamagedFile) {
   Spill("{broken");
-  EXPECT_EQ(Failed("line 1, column 2: no valid JSON"), Answer());
+  EXPECT_EQ(Failed("line 1, column 2: invalid JSON"), Answer());
 }
 
 TEST_P(UnopenableCalls, FailOnAMissingFile) {
   std::filesystem::remove(Path());
-  EXPECT_EQ(Failed("no such file; `cardsim new` makes one"), Answer());
+  EXPECT_EQ(Failed("no such file; `cardsim new` creates one"), Answer());
 }
 
 TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
@@ -132,7 +132,7 @@ TEST_P(UnopenableCalls, WorkAgainAfterwards) {
 INSTANTIATE_TEST_SUITE_P(Table, UnopenableCalls, ::testing::ValuesIn(kCalls),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Unopenable, AStatusMaskStaysAsItWas) {
+TEST_F(Unopenable, AStatusMaskKeepsItsLastValue) {
   StartWithCard();
   File().Raise("card0", "FLASHBACK");
   void* card = Opened();
@@ -145,11 +145,11 @@ TEST_F(Unopenable, AStatusMaskStaysAsItWas) {
             }));
 }
 
-TEST_F(Unopenable, AHostWithoutStandardStreamsDoesNotWriteIntoTheFile) {
+TEST_F(Unopenable, ClosedStandardStreamsDoNotReachTheFile) {
   File().AddCard(0x1003);
   EXPECT_EQ("", InChild([this] {
               for (const int fd : {0, 1, 2}) close(fd);
-              // The file stays open as long as it is the loaded one.
+              // The loaded version of the file is kept open.
               vsl_init(0, &m_Error);
               for (const int fd : {0, 1, 2}) {
                 if (fcntl(fd, F_GETFD) != -1) return "our file is " + std::to_string(fd);

@@ -1,16 +1,16 @@
-// Every function called without an error record, which vsl_destroy alone may be.
+// Every function called without an error record, which only vsl_destroy allows.
 #include "tests/cardsim/Fixture.h"
 
 namespace {
 
-// What the calls work on, each usable for its call.
+// Valid handles for the calls.
 struct Things {
   void* card;
   void* adapter;
   void* format;
   void* other;  // a second format handle, unstarted
   void* detach;
-  void* walked;
+  void* iterated;
   void* volume;
 };
 
@@ -38,7 +38,7 @@ void* HandleFor(std::string_view attribute, const Things& things) {
 const Call kCalls[] = {
     VSL_CARD_ATTRIBUTES(CARD_PAIR)
         VSL_FORMAT_ATTRIBUTES(FORMAT_PAIR){"vsl_init", "", [](Things&) { vsl_init(0, nullptr); }},
-    {"vsl_iom_iterate", " walked#1", [](Things& t) { vsl_iom_iterate(&t.walked, 1, nullptr); }},
+    {"vsl_iom_iterate", " iterated#1", [](Things& t) { vsl_iom_iterate(&t.iterated, 1, nullptr); }},
     {"vsl_iom_create_by_name", "",
      [](Things& t) { vsl_iom_create_by_name("/dev/fct0", &t.other, nullptr); }},
     {"vsl_open", " card#1",
@@ -96,7 +96,7 @@ class ErrorRecords : public SimulatedCards, public ::testing::WithParamInterface
     vsl_adapter_create(m_Things.card, &m_Things.adapter, &m_Error);
     vsl_iom_format_create(m_Things.card, &m_Things.format, &m_Error);
     vsl_iom_detach_create(m_Things.card, &m_Things.detach, &m_Error);
-    vsl_iom_iterate(&m_Things.walked, 1, &m_Error);
+    vsl_iom_iterate(&m_Things.iterated, 1, &m_Error);
     vsl_vsu_iterate(m_Things.card, &m_Things.volume, 1, &m_Error);
     ASSERT_EQ("", Joined(CardSim::Misuse()));
   }
@@ -104,7 +104,7 @@ class ErrorRecords : public SimulatedCards, public ::testing::WithParamInterface
   Things m_Things = {};
 };
 
-TEST_P(ErrorRecords, AreMissedByEveryCallThatNeedsOne) {
+TEST_P(ErrorRecords, AreRequiredByEveryFunctionThatHasOne) {
   GetParam().make(m_Things);
   EXPECT_EQ(std::string(GetParam().name) + GetParam().handle + ": no error record",
             Joined(CardSim::Misuse()));
@@ -115,12 +115,12 @@ INSTANTIATE_TEST_SUITE_P(Table, ErrorRecords, ::testing::ValuesIn(kCalls),
 
 using NoErrorRecord = SimulatedCards;
 
-TEST_F(NoErrorRecord, IsNeededByAllFunctionsButTwo) {
+TEST_F(NoErrorRecord, IsMisuseExceptForTwoFunctions) {
   // 124 functions, of which vsl_destroy and vsl_fini may be called without.
   EXPECT_EQ(122U, std::size(kCalls));
 }
 
-TEST_F(NoErrorRecord, IsFineForADestroy) {
+TEST_F(NoErrorRecord, IsAcceptedByDestroy) {
   StartWithCard();
   void* card = Named();
   EXPECT_EQ(0U, vsl_destroy(&card, nullptr));
@@ -128,7 +128,7 @@ TEST_F(NoErrorRecord, IsFineForADestroy) {
   EXPECT_EQ("vsl_destroy card#1: destroyed twice", Joined(CardSim::Misuse()));
 }
 
-TEST_F(NoErrorRecord, LeavesTheCallToBeCarriedOut) {
+TEST_F(NoErrorRecord, DoesNotStopTheCall) {
   StartWithCard();
   void* card = nullptr;
   EXPECT_EQ(0U, vsl_iom_create_by_name("/dev/fct0", &card, nullptr));
@@ -136,7 +136,7 @@ TEST_F(NoErrorRecord, LeavesTheCallToBeCarriedOut) {
   EXPECT_EQ(0U, vsl_open(card, &m_Error));
 }
 
-TEST_F(NoErrorRecord, IsNotedOfACallThatIsWrongInOtherWaysToo) {
+TEST_F(NoErrorRecord, IsReportedInAdditionToOtherMisuse) {
   StartWithCard();
   EXPECT_STREQ("", vsl_serial_number(nullptr, nullptr));
   EXPECT_EQ("vsl_serial_number null: no error record\nvsl_serial_number null: null handle",

@@ -6,7 +6,7 @@ namespace {
 
 using Exports = SimulatedCards;
 
-// The demangled names of what the library defines for others, one a line.
+// The demangled names of the symbols that the library exports, one per line.
 std::string DefinedNames(const std::filesystem::path& list) {
   const std::string command = "nm -DC --defined-only " CARDSIM_LIBRARY " | cut -d' ' -f3- >";
   EXPECT_EQ(0, std::system((command + list.string()).c_str()));
@@ -24,13 +24,13 @@ bool BelongsToTheInterface(const std::string& name) {
   return false;
 }
 
-TEST_F(Exports, TheLibraryShowsItsInterfaceAndNothingElse) {
+TEST_F(Exports, AreTheInterfaceOnly) {
   std::istringstream names(DefinedNames(m_Folder / "names"));
   std::string name, others;
   int functions = 0;
   while (std::getline(names, name)) {
     if (!BelongsToTheInterface(name)) others += name + "\n";
-    // A template's result stands in front of its name.
+    // A template's result type precedes its name.
     if (name.find("std::__do") != std::string::npos) others += name + "\n";
     if (name.rfind("vsl_", 0) == 0) ++functions;
   }

@@ -1,4 +1,4 @@
-// A folder with a state file of its own, and the card library's calls in a caller's words.
+// A folder with a state file, and short forms of the card library's calls.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ class SimulatedCards : public ::testing::Test {
     std::filesystem::remove_all(m_Folder);
   }
 
-  // In memory, where syncing a file costs nothing.
+  // In memory, where syncing a file is fast.
   virtual std::filesystem::path Root() const {
     const std::filesystem::path memory = "/dev/shm";
     const bool usable = access(memory.c_str(), W_OK) == 0;
@@ -69,7 +69,7 @@ class SimulatedCards : public ::testing::Test {
   }
   void Spill(const std::string& text) const { std::ofstream(Path()) << text; }
 
-  // What an error says, or "no error".
+  // The message of the exception, or "no error".
   template <typename Action>
   static std::string ErrorOf(Action action) {
     try {
@@ -84,7 +84,7 @@ class SimulatedCards : public ::testing::Test {
   vsl_error_record m_Error = {};
 };
 
-// The lines as one text, for a look at all of them in one comparison.
+// The lines joined by line feeds, to compare all at once.
 inline std::string Joined(const std::vector<std::string>& lines) {
   std::string text;
   for (const std::string& line : lines) text += (text.empty() ? "" : "\n") + line;

@@ -53,7 +53,7 @@ TEST_F(Format, ASizeInBytesGivesItsPercentage) {
   EXPECT_EQ("800256 80 512", Outcome());
 }
 
-TEST_F(Format, WithoutWishesKeepsSizeAndSector) {
+TEST_F(Format, WithoutOptionsKeepsSizeAndSector) {
   File().Set("card0", "iom_format_size_pct", "97");
   Run();
   EXPECT_EQ("999936 97 512", Outcome());
@@ -70,14 +70,14 @@ TEST_F(Format, SizeModeRaisesTheLargestSize) {
   EXPECT_EQ("1000000", File().Get("card0", "iom_format_max_size_bytes"));
 }
 
-TEST_F(Format, ShowsWhatItIsAskedForBeforeItStarts) {
+TEST_F(Format, ShowsTheRequestedSizeBeforeItStarts) {
   vsl_iom_format_set_size_pct(m_Format, 25, &m_Error);
   EXPECT_EQ(250000U, vsl_iom_format_size_bytes(m_Format, &m_Error));
   EXPECT_EQ(25, vsl_iom_format_size_pct(m_Format, &m_Error));
   EXPECT_EQ("1000000", File().Get("card0", "iom_format_size_bytes"));
 }
 
-TEST_F(Format, GivesNoAttributeToACardThatHasNone) {
+TEST_F(Format, DoesNotAddAbsentAttributes) {
   File().MakeAbsent("card0", "iom_format_size_pct");
   Make();
   vsl_iom_format_set_size_pct(m_Format, 50, &m_Error);
@@ -85,7 +85,7 @@ TEST_F(Format, GivesNoAttributeToACardThatHasNone) {
   EXPECT_EQ("499712 absent 512", Outcome());
 }
 
-TEST_F(Format, IsRefusedOnAnAttachedCard) {
+TEST_F(Format, IsRejectedOnAnAttachedCard) {
   File().Set("card0", "iom_state", "2");
   EXPECT_EQ(6U, vsl_op_start(m_Format, &m_Error));
   EXPECT_STREQ("not possible in state attached", m_Error.text);
@@ -137,10 +137,10 @@ const Wish kRefused[] = {
      "unknown size mode"},
     {"ModeNotAllowed", "iom_format_disallow_overformat", "true",
      [](void* f, vsl_error_record* e) { return vsl_iom_format_set_size_mode(f, 11, e); },
-     "the card may not be formatted to more than its size"},
+     "the card does not support overformatting"},
     {"NoModes", "iom_format_size_mode", "false",
      [](void* f, vsl_error_record* e) { return vsl_iom_format_set_size_mode(f, 11, e); },
-     "the card may not be formatted to more than its size"},
+     "the card does not support overformatting"},
 };
 
 class RefusedFormat : public Format, public ::testing::WithParamInterface<Wish> {};
@@ -157,7 +157,7 @@ TEST_P(RefusedFormat, SaysWhy) {
 INSTANTIATE_TEST_SUITE_P(Table, RefusedFormat, ::testing::ValuesIn(kRefused),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Format, ACardWithoutPowersTakesEveryStep) {
+TEST_F(Format, WithoutPowersOfTwoAcceptsEveryMultiple) {
   File().Set("card0", "iom_format_power_of_two_sector_size", "false");
   File().Set("card0", "iom_format_sector_size_multiplier", "0");
   Make();

@@ -10,7 +10,7 @@ class Handles : public SimulatedCards {
   }
 };
 
-TEST_F(Handles, AreListedInTheOrderOfTheirMakingUntilDestroyed) {
+TEST_F(Handles, AreListedInOrderOfCreationUntilDestroyed) {
   void* card = Opened();
   void *adapter = nullptr, *format = nullptr, *attach = nullptr, *detach = nullptr;
   vsl_adapter_create(card, &adapter, &m_Error);
@@ -32,14 +32,14 @@ TEST_F(Handles, AreNumberedByKind) {
   EXPECT_EQ(0U, vsl_open(second, &m_Error));
 }
 
-TEST_F(Handles, OfWalkAndVolumesAreNobodysToDestroy) {
-  void *walked = nullptr, *volume = nullptr;
-  vsl_iom_iterate(&walked, 1, &m_Error);
+TEST_F(Handles, OfIterationAndVolumesAreNotListed) {
+  void *iterated = nullptr, *volume = nullptr;
+  vsl_iom_iterate(&iterated, 1, &m_Error);
   void* card = Named();
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
   EXPECT_NE(0U, vsl_destroy(&volume, &m_Error));
-  EXPECT_EQ("vsl_destroy volume#1: a volume ends with its card's handle",
+  EXPECT_EQ("vsl_destroy volume#1: a volume is destroyed with its card's handle",
             Joined(CardSim::Misuse()));
 }
 
@@ -49,7 +49,7 @@ TEST_F(Handles, ANullVariableMayBeDestroyed) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-// What was done wrong, and the line that tells of it.
+// A misuse, and the line that reports it.
 struct Wrong {
   const char* name;
   void (*act)(void* card, void* err);
@@ -141,22 +141,22 @@ void UseVolumeOfDestroyedCard(void* card, void* err) {
   EXPECT_EQ(0U, vsl_vsu_state(volume, Err(err)));
 }
 void UseReplacedWalk(void*, void* err) {
-  void* walked = nullptr;
-  vsl_iom_iterate(&walked, 1, Err(err));
-  void* old = walked;
-  vsl_iom_iterate(&walked, 1, Err(err));
+  void* iterated = nullptr;
+  vsl_iom_iterate(&iterated, 1, Err(err));
+  void* old = iterated;
+  vsl_iom_iterate(&iterated, 1, Err(err));
   EXPECT_FALSE(vsl_has_serial_number(old, Err(err)));
 }
 
 const Wrong kWrongs[] = {
     {"DestroyTwice", DestroyTwice, "vsl_destroy card#1: destroyed twice"},
-    {"UseAfterDestroy", UseAfterDestroy, "vsl_open card#1: used after its end"},
+    {"UseAfterDestroy", UseAfterDestroy, "vsl_open card#1: used after being destroyed"},
     {"ReadUnopened", ReadUnopened, "vsl_board_name card#1: the card is not open"},
     {"AskUnopened", AskUnopened, "vsl_has_iom_state card#1: the card is not open"},
     {"ReadClosed", ReadClosed, "vsl_pci_device_id card#1: the card is not open"},
     {"ReadNull", ReadNull, "vsl_serial_number null: null handle"},
-    {"ReadUnknown", ReadUnknown, "vsl_size_bytes unknown: no handle of this library"},
-    {"AskUnknown", AskUnknown, "vsl_has_size_bytes unknown: no handle of this library"},
+    {"ReadUnknown", ReadUnknown, "vsl_size_bytes unknown: not a handle of this library"},
+    {"AskUnknown", AskUnknown, "vsl_has_size_bytes unknown: not a handle of this library"},
     {"ReadCardAsFormat", ReadCardAsFormat,
      "vsl_iom_format_max_size_bytes card#1: wrong kind of handle"},
     {"ReadLimitOfCard", ReadLimitOfCard, "vsl_power_limit_watts card#1: wrong kind of handle"},
@@ -168,16 +168,17 @@ const Wrong kWrongs[] = {
     {"UseFromEarlierLife", UseFromEarlierLife, "vsl_destroy card#1: made before vsl_fini"},
     {"StartCard", StartCard, "vsl_op_start card#1: wrong kind of handle"},
     {"OpenNull", OpenNull, "vsl_open null: null handle"},
-    {"CreateIntoNowhere", CreateIntoNowhere, "vsl_iom_create_by_name null: no handle variable"},
-    {"DestroyNowhere", DestroyNowhere, "vsl_destroy null: no handle variable"},
+    {"CreateIntoNowhere", CreateIntoNowhere, "vsl_iom_create_by_name null: null handle variable"},
+    {"DestroyNowhere", DestroyNowhere, "vsl_destroy null: null handle variable"},
     {"UseVolumeOfDestroyedCard", UseVolumeOfDestroyedCard,
-     "vsl_vsu_state volume#1: used after its end"},
-    {"UseReplacedWalk", UseReplacedWalk, "vsl_has_serial_number walked#1: used after its end"},
+     "vsl_vsu_state volume#1: used after being destroyed"},
+    {"UseReplacedWalk", UseReplacedWalk,
+     "vsl_has_serial_number iterated#1: used after being destroyed"},
 };
 
 class MisusedHandles : public Handles, public ::testing::WithParamInterface<Wrong> {};
 
-TEST_P(MisusedHandles, AreNotedAndRefusedWithoutHarm) {
+TEST_P(MisusedHandles, AreReportedAndRejected) {
   void* card = Named();
   GetParam().act(card, &m_Error);
   EXPECT_EQ(GetParam().line, Joined(CardSim::Misuse()));
@@ -186,7 +187,7 @@ TEST_P(MisusedHandles, AreNotedAndRefusedWithoutHarm) {
 INSTANTIATE_TEST_SUITE_P(Table, MisusedHandles, ::testing::ValuesIn(kWrongs),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Handles, AReadOfAnAbsentAttributeIsNoted) {
+TEST_F(Handles, AReadOfAnAbsentAttributeIsMisuse) {
   File().MakeAbsent("card0", "board_name");
   File().MakeAbsent("card0", "reserve_space_pct");
   void* card = Opened();
@@ -198,7 +199,7 @@ TEST_F(Handles, AReadOfAnAbsentAttributeIsNoted) {
       Joined(CardSim::Misuse()));
 }
 
-TEST_F(Handles, ANamedCardTellsWhatARowNeedsWithoutBeingOpened) {
+TEST_F(Handles, SomeAttributesAreReadableBeforeOpen) {
   void* card = Named();
   EXPECT_TRUE(vsl_has_rated_endurance_tbytes(card, &m_Error));
   EXPECT_EQ(8200U, vsl_rated_endurance_tbytes(card, &m_Error));
@@ -210,27 +211,27 @@ TEST_F(Handles, ANamedCardTellsWhatARowNeedsWithoutBeingOpened) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Handles, OnlyAWalkedCardTellsItsSerialNumberUnopened) {
-  void* walked = nullptr;
-  vsl_iom_iterate(&walked, 1, &m_Error);
-  EXPECT_STREQ("FA00000001", vsl_serial_number(walked, &m_Error));
+TEST_F(Handles, SerialNumberIsReadableUnopenedOnIteratedCardsOnly) {
+  void* iterated = nullptr;
+  vsl_iom_iterate(&iterated, 1, &m_Error);
+  EXPECT_STREQ("FA00000001", vsl_serial_number(iterated, &m_Error));
   EXPECT_EQ("", Joined(CardSim::Misuse()));
   EXPECT_FALSE(vsl_has_serial_number(Named(), &m_Error));
   EXPECT_EQ("vsl_has_serial_number card#1: the card is not open", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Handles, ASecondEndOfTheLibraryIsNoMisuse) {
+TEST_F(Handles, ASecondFiniIsNotMisuse) {
   vsl_fini();
   vsl_fini();
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Handles, OfBeforeAResetAreUnknownAfterIt) {
+TEST_F(Handles, AreUnknownAfterAReset) {
   void* card = Named();
   CardSim::Reset();
   Named();
   EXPECT_NE(0U, vsl_open(card, &m_Error));
-  EXPECT_EQ("vsl_open unknown: no handle of this library", Joined(CardSim::Misuse()));
+  EXPECT_EQ("vsl_open unknown: not a handle of this library", Joined(CardSim::Misuse()));
 }
 
 }  // namespace

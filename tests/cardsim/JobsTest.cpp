@@ -42,7 +42,7 @@ class Jobs : public SimulatedCards {
   }
 };
 
-TEST_F(Jobs, AttachLeadsThroughAttachingToAttached) {
+TEST_F(Jobs, AttachPassesThroughAttachingToAttached) {
   State("0");
   void* job = Attach();
   EXPECT_EQ("started", Start(job));
@@ -51,7 +51,7 @@ TEST_F(Jobs, AttachLeadsThroughAttachingToAttached) {
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, DetachLeadsThroughDetachingToDetached) {
+TEST_F(Jobs, DetachPassesThroughDetachingToDetached) {
   void* job = Detach();
   EXPECT_EQ("started", Start(job));
   EXPECT_EQ("3", State());
@@ -69,7 +69,7 @@ TEST_F(Jobs, FormatKeepsTheCardBusy) {
   EXPECT_EQ("0", State());
 }
 
-TEST_F(Jobs, TheWaitTakesTheCardsTime) {
+TEST_F(Jobs, TheWaitLastsAsLongAsTheCardSays) {
   File().Set("card0", "detach_ms", "40");
   void* job = Detach();
   Start(job);
@@ -78,7 +78,7 @@ TEST_F(Jobs, TheWaitTakesTheCardsTime) {
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(35));
 }
 
-TEST_F(Jobs, OthersMayCallWhileOneWaits) {
+TEST_F(Jobs, DoNotBlockOtherThreads) {
   void* job = Detach();
   Start(job);
   std::atomic<bool> done{false};
@@ -92,7 +92,7 @@ TEST_F(Jobs, OthersMayCallWhileOneWaits) {
   EXPECT_EQ(0U, vsl_iom_state(Opened(), &m_Error));
 }
 
-// What a card in a state says to each job.
+// The result of starting each job in each state of the card.
 struct Rule {
   const char* state;
   const char* attach;
@@ -129,7 +129,7 @@ TEST_P(StateRules, DecideWhichJobStarts) {
 INSTANTIATE_TEST_SUITE_P(Table, StateRules, ::testing::ValuesIn(kRules),
                          [](const auto& row) { return "State" + std::string(row.param.state); });
 
-TEST_F(Jobs, ACardInUseYieldsToForceAlone) {
+TEST_F(Jobs, ACardInUseIsDetachedByForceOnly) {
   File().Set("card0", "in_use", "true");
   EXPECT_EQ("the card is in use", Start(Detach()));
   EXPECT_EQ("2", State());
@@ -141,11 +141,11 @@ TEST_F(Jobs, ACardInUseYieldsToForceAlone) {
 
 TEST_F(Jobs, AreStartedAndWaitedForOnce) {
   void* job = Detach();
-  EXPECT_EQ("no job is under way", Wait(job));
+  EXPECT_EQ("no job is running", Wait(job));
   EXPECT_EQ("started", Start(job));
-  EXPECT_EQ("the job was started before", Start(job));
+  EXPECT_EQ("the job has already been started", Start(job));
   EXPECT_EQ("done", Wait(job));
-  EXPECT_EQ("no job is under way", Wait(job));
+  EXPECT_EQ("no job is running", Wait(job));
 }
 
 TEST_F(Jobs, OfARemovedCardFail) {
@@ -157,22 +157,22 @@ TEST_F(Jobs, OfARemovedCardFail) {
   EXPECT_EQ("the card is gone", Start(other));
 }
 
-TEST_F(Jobs, FailWhenSomebodySetsTheStateMeanwhile) {
+TEST_F(Jobs, FailWhenTheStateIsSetMeanwhile) {
   void* job = Detach();
   Start(job);
   State("6");
-  EXPECT_EQ("the card left the job", Wait(job));
+  EXPECT_EQ("the card's state was changed while the job ran", Wait(job));
   EXPECT_EQ("6", State());
 }
 
-TEST_F(Jobs, FallBackWhenTheirHandleIsDestroyed) {
+TEST_F(Jobs, AreAbandonedWhenTheirHandleIsDestroyed) {
   void* job = Detach();
   Start(job);
   EXPECT_EQ(0U, vsl_destroy(&job, nullptr));
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, FallBackWhenTheWaitIsMadeToFail) {
+TEST_F(Jobs, AreAbandonedWhenTheWaitIsMadeToFail) {
   void* job = Detach();
   Start(job);
   CardSim::FailCall("vsl_op_wait_for_result", 1, 99, "ordered");
@@ -180,19 +180,19 @@ TEST_F(Jobs, FallBackWhenTheWaitIsMadeToFail) {
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, FallBackAtAReset) {
+TEST_F(Jobs, AreAbandonedByReset) {
   Start(Detach());
   CardSim::Reset();
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, AStartThatIsMadeToFailTouchesNothing) {
+TEST_F(Jobs, AFailedStartChangesNothing) {
   CardSim::FailCall("vsl_op_start", 1, 99, "ordered");
   EXPECT_EQ("ordered", Start(Detach()));
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, OfADeadProcessDoNotWedgeTheCard) {
+TEST_F(Jobs, OfADeadProcessReleaseTheCard) {
   vsl_fini();
   CardSim::Reset();
   const pid_t child = fork();
@@ -210,7 +210,7 @@ TEST_F(Jobs, OfADeadProcessDoNotWedgeTheCard) {
   EXPECT_EQ("started", Start(Detach()));
 }
 
-TEST_F(Jobs, ADeathIsSeenWithoutAChangeOfTheFile) {
+TEST_F(Jobs, ADeadProcessIsNoticedWithoutAChangeOfTheFile) {
   int gate[2];
   ASSERT_EQ(0, pipe(gate));
   vsl_fini();
@@ -254,7 +254,7 @@ void* WaitUntilCanceled(void* argument) {
   return argument;
 }
 
-TEST_F(Jobs, ACanceledThreadUnwindsAndTheCardFallsBack) {
+TEST_F(Jobs, ACanceledThreadUnwindsAndReleasesTheCard) {
   File().Set("card0", "detach_ms", "60000");
   Canceled canceled;
   canceled.job = Detach();
@@ -287,7 +287,7 @@ void* CallUntilCanceled(void* argument) {
   }
 }
 
-TEST_F(Jobs, AThreadCanceledAmidOrdinaryCallsHarmsNothing) {
+TEST_F(Jobs, CancelingAThreadDuringOtherCallsIsHarmless) {
   for (int round = 0; round < 20; ++round) {
     Canceled canceled;
     pthread_t thread;

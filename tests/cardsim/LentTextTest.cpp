@@ -1,4 +1,4 @@
-// Texts live until the next call on their handle.
+// Returned strings are valid until the next call with their handle.
 #include "tests/cardsim/Fixture.h"
 
 namespace {
@@ -27,15 +27,15 @@ class LentTexts : public SimulatedCards {
 TEST_F(LentTexts, OutliveCallsOnOtherHandles) {
   const char* text = Serial();
   void* other = Opened();
-  void* walked = nullptr;
-  vsl_iom_iterate(&walked, 1, &m_Error);
+  void* iterated = nullptr;
+  vsl_iom_iterate(&iterated, 1, &m_Error);
   EXPECT_STREQ("Flash Adapter 785GB", vsl_board_name(other, &m_Error));
   vsl_close(other, &m_Error);
   vsl_destroy(&other, &m_Error);
   EXPECT_STREQ("FA00000001", text);
 }
 
-TEST_F(LentTexts, OfTwoHandlesLiveBesideEachOther) {
+TEST_F(LentTexts, OfTwoHandlesAreIndependent) {
   void* other = Opened();
   const char* first = Serial();
   const char* second = vsl_board_name(other, &m_Error);
@@ -45,7 +45,7 @@ TEST_F(LentTexts, OfTwoHandlesLiveBesideEachOther) {
 
 #ifndef TEXTS_ARE_FREED
 
-// A call that ends the texts of a handle.
+// A call after which the string of a handle has expired.
 struct Next {
   const char* name;
   void (*call)(void* card, vsl_error_record* err);
@@ -74,28 +74,28 @@ const Next kNexts[] = {
     {"Reset", [](void*, vsl_error_record*) { CardSim::Reset(); }},
 };
 
-class EndedTexts : public LentTexts, public ::testing::WithParamInterface<Next> {};
+class ExpiredTexts : public LentTexts, public ::testing::WithParamInterface<Next> {};
 
-TEST_P(EndedTexts, AreOverwritten) {
+TEST_P(ExpiredTexts, AreOverwritten) {
   const char* text = Serial();
   ASSERT_STREQ("FA00000001", text);
   GetParam().call(m_Card, &m_Error);
   EXPECT_STREQ("~~~~~~~~~~", text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, EndedTexts, ::testing::ValuesIn(kNexts),
+INSTANTIATE_TEST_SUITE_P(Table, ExpiredTexts, ::testing::ValuesIn(kNexts),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(LentTexts, OfAWalkEndWithItsNextStep) {
-  void* walked = nullptr;
-  ASSERT_TRUE(vsl_iom_iterate(&walked, 1, &m_Error));
-  const char* path = vsl_device_path(walked, &m_Error);
+TEST_F(LentTexts, OfAnIterationExpireAtItsNextStep) {
+  void* iterated = nullptr;
+  ASSERT_TRUE(vsl_iom_iterate(&iterated, 1, &m_Error));
+  const char* path = vsl_device_path(iterated, &m_Error);
   ASSERT_STREQ("/dev/fct0", path);
-  EXPECT_FALSE(vsl_iom_iterate(&walked, 1, &m_Error));
+  EXPECT_FALSE(vsl_iom_iterate(&iterated, 1, &m_Error));
   EXPECT_STREQ("~~~~~~~~~", path);
 }
 
-TEST_F(LentTexts, ThatAreEmptyLookWrongAfterwards) {
+TEST_F(LentTexts, ThatAreEmptyAreOverwrittenToo) {
   File().Set("card0", "board_name", "");
   void* card = Opened();
   const char* text = vsl_board_name(card, &m_Error);
@@ -104,7 +104,7 @@ TEST_F(LentTexts, ThatAreEmptyLookWrongAfterwards) {
   EXPECT_STREQ("~~~~~~~", text);
 }
 
-TEST_F(LentTexts, StayOverwrittenForAWhile) {
+TEST_F(LentTexts, RemainOverwritten) {
   const char* text = Serial();
   for (int i = 0; i < 50; ++i) Serial();
   EXPECT_STREQ("~~~~~~~~~~", text);
@@ -112,7 +112,7 @@ TEST_F(LentTexts, StayOverwrittenForAWhile) {
 
 #else
 
-TEST_F(LentTexts, ThatHaveEndedAreReportedByTheSanitizer) {
+TEST_F(LentTexts, ThatExpiredAreReportedByTheSanitizer) {
   const char* text = Serial();
   EXPECT_DEATH(
       {

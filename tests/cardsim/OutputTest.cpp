@@ -1,4 +1,4 @@
-// What `cardsim` prints: nothing that a terminal would obey, and never into nowhere.
+// Output of `cardsim`: no control characters, and no lost output without an error.
 #include "tests/cardsim/ProgramFixture.h"
 
 namespace {
@@ -10,7 +10,7 @@ class Output : public Program {
     File().AddCard(0x1003);
   }
 
-  // Errors and exit code of the program whose output goes to `target`, as in a shell.
+  // Errors and exit code of the program with its output redirected to `target`.
   std::string RunInto(const std::string& target, const std::string& arguments) {
     const std::string err = (m_Folder / "err").string();
     const int status =
@@ -19,7 +19,7 @@ class Output : public Program {
   }
 };
 
-// A text of a card, as JSON, and as it is shown.
+// A string of a card, as JSON and as it is printed.
 struct Shown {
   const char* name;
   const char* json;
@@ -71,8 +71,7 @@ TEST_P(ShownTexts, AreTheSameInEveryCommand) {
 INSTANTIATE_TEST_SUITE_P(Table, ShownTexts, ::testing::ValuesIn(kShown),
                          [](const auto& row) { return std::string(row.param.name); });
 
-// Words of the command line in `$'...'`, and the answer. Bytes that are not UTF-8 have a form of
-// their own.
+// Arguments in `$'...'`, and the output. Bytes that are not UTF-8 have their own escape.
 struct Told {
   const char* name;
   const char* arguments;
@@ -80,26 +79,26 @@ struct Told {
 };
 
 const Told kTold[] = {
-    {"Card", "get $'c\\e[2J' pci_bus", "cardsim: no card c\\x1b[2J\n[3]"},
-    {"Attribute", "get card0 $'a\\nb'", "cardsim: no attribute a\\x0ab\n[3]"},
-    {"Bit", "raise card0 $'\\u202e'", "cardsim: no status bit \\u202e\n[3]"},
-    {"Kind", "add $'\\xff'", "cardsim: no kind of card \\xff\n[3]"},
-    {"CutShort", "add $'\\xe2\\x82'", "cardsim: no kind of card \\xe2\\x82\n[3]"},
-    {"Overlong", "add $'\\xc0\\x9b'", "cardsim: no kind of card \\xc0\\x9b\n[3]"},
-    {"Surrogate", "add $'\\xed\\xa0\\x80'", "cardsim: no kind of card \\xed\\xa0\\x80\n[3]"},
+    {"Card", "get $'c\\e[2J' pci_bus", "cardsim: no card named c\\x1b[2J\n[3]"},
+    {"Attribute", "get card0 $'a\\nb'", "cardsim: unknown attribute a\\x0ab\n[3]"},
+    {"Bit", "raise card0 $'\\u202e'", "cardsim: unknown status bit \\u202e\n[3]"},
+    {"Kind", "add $'\\xff'", "cardsim: unknown kind of card \\xff\n[3]"},
+    {"CutShort", "add $'\\xe2\\x82'", "cardsim: unknown kind of card \\xe2\\x82\n[3]"},
+    {"Overlong", "add $'\\xc0\\x9b'", "cardsim: unknown kind of card \\xc0\\x9b\n[3]"},
+    {"Surrogate", "add $'\\xed\\xa0\\x80'", "cardsim: unknown kind of card \\xed\\xa0\\x80\n[3]"},
     {"BeyondUnicode", "add $'\\xf4\\x90\\x80\\x80'",
-     "cardsim: no kind of card \\xf4\\x90\\x80\\x80\n[3]"},
-    {"LoneContinuation", "add $'\\x9b'", "cardsim: no kind of card \\x9b\n[3]"},
-    {"Option", "list $'--x\\a'", "cardsim: The following argument was not expected: --x\\x07\n[2]"},
+     "cardsim: unknown kind of card \\xf4\\x90\\x80\\x80\n[3]"},
+    {"LoneContinuation", "add $'\\x9b'", "cardsim: unknown kind of card \\x9b\n[3]"},
+    {"Option", "list $'--x\\a'", "cardsim: unknown option --x\\x07\n[2]"},
     {"FailureText", "fail vsl_open --text $'a\\eb'", "vsl_open fails with 1: a\\x1bb\n[0]"},
-    {"NoScenario", "play $'/no\\e/story'", "cardsim: /no\\x1b/story: cannot be opened\n[1]"},
+    {"NoScenario", "play $'/no\\e/scenario'", "cardsim: /no\\x1b/scenario: cannot be opened\n[1]"},
     {"NoStateFile", "list --state $'/no\\e\\u009b/file'",
-     "cardsim: /no\\x1b\\u009b/file: no such file; `cardsim new` makes one\n[1]"},
+     "cardsim: /no\\x1b\\u009b/file: no such file; `cardsim new` creates one\n[1]"},
 };
 
-class ToldTexts : public Output, public ::testing::WithParamInterface<Told> {};
+class PrintedTexts : public Output, public ::testing::WithParamInterface<Told> {};
 
-TEST_P(ToldTexts, ArePrintable) {
+TEST_P(PrintedTexts, ArePrintable) {
   const std::string script = (m_Folder / "script").string();
   std::ofstream(script) << CARDSIM_PROGRAM " " << GetParam().arguments << "\n";
   const std::string out = (m_Folder / "out").string();
@@ -107,24 +106,24 @@ TEST_P(ToldTexts, ArePrintable) {
   EXPECT_EQ(GetParam().answer, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ToldTexts, ::testing::ValuesIn(kTold),
+INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kTold),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Output, AStoryIsToldPrintably) {
-  const auto story = m_Folder / "story.json";
-  std::ofstream(story) << R"({"title": "a\u202eb", "steps": [
-      {"do": "heal", "what": "vsl_open", "say": "c\u009bd"}]})";
-  EXPECT_EQ("a\\u202eb\n   0.0 s  c\\u009bd\n[0]", Run("play " + story.string()));
+TEST_F(Output, AScenarioIsPrintedPrintably) {
+  const auto scenario = m_Folder / "scenario.json";
+  std::ofstream(scenario) << R"({"title": "a\u202eb", "steps": [
+      {"do": "clear-failure", "what": "vsl_open", "say": "c\u009bd"}]})";
+  EXPECT_EQ("a\\u202eb\n   0.0 s  c\\u009bd\n[0]", Run("play " + scenario.string()));
 }
 
-TEST_F(Output, TheHelpNamesAnOddFilePrintably) {
+TEST_F(Output, HelpPrintsTheFileNamePrintably) {
   setenv("CARDSIM_STATE", "/a\x1b[31m\nb", 1);
   const std::string help = Run("--help");
   EXPECT_NE(std::string::npos, help.find("/a\\x1b[31m\\x0ab"));
   EXPECT_EQ(std::string::npos, help.find('\x1b'));
 }
 
-// Every command, and what is said when its words could not be written.
+// Every command, and its message when the output could not be written.
 struct Lost {
   const char* name;
   const char* arguments;
@@ -144,9 +143,9 @@ const Lost kLost[] = {
     {"Raise", "raise card0 FLASHBACK", kSaved},
     {"Clear", "clear card0 FLASHBACK", kSaved},
     {"Fail", "fail vsl_open", kSaved},
-    {"Heal", "heal vsl_open", kSaved},
+    {"ClearFailure", "clear-failure vsl_open", kSaved},
     {"Sysfs", "sysfs FOLDER/sys", ""},
-    {"Play", "play FOLDER/story.json", ""},
+    {"Play", "play FOLDER/scenario.json", ""},
     {"Help", "--help", ""},
     {"HelpOfACommand", "set --help", ""},
 };
@@ -154,8 +153,8 @@ const Lost kLost[] = {
 class LostOutput : public Output, public ::testing::WithParamInterface<Lost> {
  protected:
   std::string RunInto(const char* target) {
-    std::ofstream(m_Folder / "story.json")
-        << R"({"title": "a", "steps": [{"do": "heal", "what": "vsl_open"}]})";
+    std::ofstream(m_Folder / "scenario.json")
+        << R"({"title": "a", "steps": [{"do": "clear-failure", "what": "vsl_open"}]})";
     std::string arguments = GetParam().arguments;
     const auto folder = arguments.find("FOLDER");
     if (folder != std::string::npos) arguments.replace(folder, 6, m_Folder.string());
@@ -163,13 +162,13 @@ class LostOutput : public Output, public ::testing::WithParamInterface<Lost> {
   }
 };
 
-TEST_P(LostOutput, OnAFullDeviceIsAFailure) {
+TEST_P(LostOutput, OnAFullDeviceExitsWith1) {
   EXPECT_EQ("cardsim: cannot write standard output: No space left on device" +
                 std::string(GetParam().rest) + "\n[1]",
             RunInto("/dev/full"));
 }
 
-TEST_P(LostOutput, OnAClosedStreamIsAFailureAndHarmsNoFile) {
+TEST_P(LostOutput, OnAClosedStreamExitsWith1AndHarmsNoFile) {
   EXPECT_EQ("cardsim: cannot write standard output: Bad file descriptor" +
                 std::string(GetParam().rest) + "\n[1]",
             RunInto("&-"));
@@ -179,7 +178,7 @@ TEST_P(LostOutput, OnAClosedStreamIsAFailureAndHarmsNoFile) {
 INSTANTIATE_TEST_SUITE_P(Table, LostOutput, ::testing::ValuesIn(kLost),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Output, EachCommandHasARowOfLostOutput) {
+TEST_F(Output, EveryCommandHasARow) {
   std::set<std::string> rows;
   for (const Lost& row : kLost) {
     const std::string arguments = row.arguments;
@@ -189,13 +188,13 @@ TEST_F(Output, EachCommandHasARowOfLostOutput) {
   EXPECT_EQ(Commands(), rows);
 }
 
-TEST_F(Output, ALongListOnAFullDeviceIsAFailure) {
+TEST_F(Output, ALongListOnAFullDeviceExitsWith1) {
   File().Set("card0", "serial_number", std::string(100000, 'x'));
   EXPECT_EQ("cardsim: cannot write standard output: No space left on device\n[1]",
             RunInto("/dev/full", "list"));
 }
 
-TEST_F(Output, WithoutAnyStandardStreamTheFileStaysWhole) {
+TEST_F(Output, WithoutStandardStreamsTheFileIsIntact) {
   EXPECT_EQ("[1]", RunInto("&- <&- 2>&-", "raise card0 FLASHBACK"));
   EXPECT_EQ("256", File().Get("card0", "current_errors"));
 }

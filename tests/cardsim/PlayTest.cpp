@@ -15,16 +15,16 @@ class Play : public Program {
 
   // A scenario file with that text.
   std::string Written(const std::string& text) {
-    const std::string path = (m_Folder / "story.json").string();
+    const std::string path = (m_Folder / "scenario.json").string();
     std::ofstream(path) << text;
     return path;
   }
 
   std::string WrittenSteps(const std::string& steps) {
-    return Written(R"({"title": "A story", "steps": [)" + steps + "]}");
+    return Written(R"({"title": "A scenario", "steps": [)" + steps + "]}");
   }
 
-  // Starts `cardsim play` on the file, its output going to a file of its own.
+  // Starts `cardsim play` on the file with its output in files.
   pid_t Start(const std::string& scenario) {
     const pid_t child = fork();
     if (child != 0) return child;
@@ -36,7 +36,7 @@ class Play : public Program {
     _exit(99);
   }
 
-  // Waits until the started program has told `line`.
+  // Waits until the started program has printed `line`.
   void WaitFor(const std::string& line) {
     for (int i = 0; i < 15000 && Slurp(m_Folder / "out").find(line) == std::string::npos; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -52,24 +52,24 @@ class Play : public Program {
   }
 };
 
-TEST_F(Play, TellsEachStepWithItsTime) {
-  const std::string story = WrittenSteps(
+TEST_F(Play, PrintsEachStepWithItsTime) {
+  const std::string scenario = WrittenSteps(
       R"({"after_ms": 1500, "do": "raise", "card": "card1", "what": "FLASHBACK"},
          {"after_ms": 9000, "do": "remove", "card": "card2", "say": "card2 is pulled out"})");
   EXPECT_EQ(
-      "A story\n"
+      "A scenario\n"
       "   1.5 s  card1: raised FLASHBACK\n"
       "  10.5 s  card2 is pulled out\n[0]",
-      Run("play --speed 1000 " + story));
+      Run("play --speed 1000 " + scenario));
   EXPECT_EQ("card0\ncard1", Joined(File().Cards()));
   EXPECT_EQ("256", File().Get("card1", "current_errors"));
 }
 
-TEST_F(Play, WaitsAsLongAsTheStorySays) {
-  const std::string story =
-      WrittenSteps(R"({"after_ms": 600000, "do": "heal", "what": "vsl_open"})");
+TEST_F(Play, WaitsAsLongAsTheScenarioSays) {
+  const std::string scenario =
+      WrittenSteps(R"({"after_ms": 600000, "do": "clear-failure", "what": "vsl_open"})");
   const auto begin = std::chrono::steady_clock::now();
-  Run("play --speed 2000 " + story);
+  Run("play --speed 2000 " + scenario);
   const auto took = std::chrono::steady_clock::now() - begin;
   EXPECT_GE(took, std::chrono::milliseconds(300));
   EXPECT_LT(took, std::chrono::minutes(8));
@@ -78,71 +78,73 @@ TEST_F(Play, WaitsAsLongAsTheStorySays) {
 TEST_F(Play, PlaysOnTheFileItIsGiven) {
   const std::string other = (m_Folder / "other.json").string();
   CardSim::StateFile(other).Create();
-  const std::string story = WrittenSteps(R"({"do": "add", "what": "1000"})");
-  EXPECT_EQ("A story\n   0.0 s  added card0, 1000\n[0]",
-            Run("play --state " + other + " " + story));
+  const std::string scenario = WrittenSteps(R"({"do": "add", "what": "1000"})");
+  EXPECT_EQ("A scenario\n   0.0 s  added card0, 1000\n[0]",
+            Run("play --state " + other + " " + scenario));
   EXPECT_EQ("card0\ncard1\ncard2", Joined(File().Cards()));
 }
 
-TEST_F(Play, ABadStoryChangesNothing) {
+TEST_F(Play, AnInvalidScenarioChangesNothing) {
   const std::string before = Slurp();
-  const std::string story =
+  const std::string scenario =
       WrittenSteps(R"({"do": "remove", "card": "card0"}, {"do": "explode", "card": "card1"})");
-  EXPECT_EQ("cardsim: " + story + ": step 2.do: no verb explode\n[1]", Run("play " + story));
+  EXPECT_EQ("cardsim: " + scenario + ": step 2.do: unknown verb explode\n[1]",
+            Run("play " + scenario));
   EXPECT_EQ(before, Slurp());
 }
 
-TEST_F(Play, SaysInOneLineWhatIsNoScenario) {
+TEST_F(Play, ReportsAnInvalidScenarioInOneLine) {
   EXPECT_EQ("cardsim: " + (m_Folder / "none").string() + ": cannot be opened\n[1]",
             Run("play " + (m_Folder / "none").string()));
   EXPECT_EQ("cardsim: " + m_Folder.string() + ": cannot be read\n[1]",
             Run("play " + m_Folder.string()));
   EXPECT_EQ("cardsim: /dev/zero: is too large for a scenario\n[1]", Run("play /dev/zero"));
-  const std::string story = WrittenSteps(R"({"do": "a\nb"})");
-  EXPECT_EQ("cardsim: " + story + ": step 1.do: must be one line without control characters\n[1]",
-            Run("play " + story));
+  const std::string scenario = WrittenSteps(R"({"do": "a\nb"})");
+  EXPECT_EQ(
+      "cardsim: " + scenario + ": step 1.do: must be one line without control characters\n[1]",
+      Run("play " + scenario));
   Written(R"({"a\nb": 1})");
-  EXPECT_EQ("cardsim: " + story + ": file.a\\x0ab: unknown\n[1]", Run("play " + story));
+  EXPECT_EQ("cardsim: " + scenario + ": file.a\\x0ab: unknown\n[1]", Run("play " + scenario));
 }
 
-TEST_F(Play, AStepThatFailsEndsTheStory) {
-  const std::string story = WrittenSteps(R"({"do": "remove", "card": "card1"},
+TEST_F(Play, AFailedStepEndsTheScenario) {
+  const std::string scenario = WrittenSteps(R"({"do": "remove", "card": "card1"},
                       {"do": "clear", "card": "card1", "what": "FLASHBACK", "say": "all clear"})");
   EXPECT_EQ(
-      "A story\n   0.0 s  removed card1\n"
-      "cardsim: step 2 of 2 (all clear): no card card1; did you mean card0?\n[1]",
-      Run("play " + story));
+      "A scenario\n   0.0 s  removed card1\n"
+      "cardsim: step 2 of 2 (all clear): no card named card1; did you mean card0?\n[1]",
+      Run("play " + scenario));
 }
 
-TEST_F(Play, RefusesASpeedThatIsNone) {
-  const std::string story = WrittenSteps(R"({"do": "heal", "what": "vsl_open"})");
+TEST_F(Play, RejectsASpeedOutOfRange) {
+  const std::string scenario = WrittenSteps(R"({"do": "clear-failure", "what": "vsl_open"})");
   for (const char* speed : {"0", "-1", "nan", "inf", "0.09", "1000001"}) {
-    EXPECT_EQ("cardsim: --speed must be from 0.1 to 1000000\n[2]",
-              Run("play --speed=" + std::string(speed) + " " + story));
+    EXPECT_EQ("cardsim: --speed is out of range (0.1 to 1000000)\n[2]",
+              Run("play --speed=" + std::string(speed) + " " + scenario));
   }
 }
 
-const char* const kLongStory =
+const char* const kLongScenario =
     R"({"do": "raise", "card": "card1", "what": "FLASHBACK"},
        {"after_ms": 80000000, "do": "remove", "card": "card1"})";
 
-TEST_F(Play, CtrlCEndsItBetweenTwoSteps) {
-  const pid_t child = Start(WrittenSteps(kLongStory));
+TEST_F(Play, CtrlCStopsItBetweenTwoSteps) {
+  const pid_t child = Start(WrittenSteps(kLongScenario));
   WaitFor("raised FLASHBACK\n");
   kill(child, SIGINT);
   EXPECT_EQ(
-      "A story\n   0.0 s  card1: raised FLASHBACK\n"
+      "A scenario\n   0.0 s  card1: raised FLASHBACK\n"
       "cardsim: stopped before step 2 of 2\n[130]",
       End(child));
   EXPECT_EQ("256", File().Get("card1", "current_errors"));
 }
 
-TEST_F(Play, ATerminationEndsItToo) {
-  const pid_t child = Start(WrittenSteps(kLongStory));
+TEST_F(Play, SigtermStopsItBetweenTwoSteps) {
+  const pid_t child = Start(WrittenSteps(kLongScenario));
   WaitFor("raised FLASHBACK\n");
   kill(child, SIGTERM);
   EXPECT_EQ(
-      "A story\n   0.0 s  card1: raised FLASHBACK\n"
+      "A scenario\n   0.0 s  card1: raised FLASHBACK\n"
       "cardsim: stopped before step 2 of 2\n[143]",
       End(child));
 }
@@ -157,15 +159,15 @@ struct Example {
 const Example kExamples[] = {
     {"HotCard", "hot-card.json", "  44.0 s  51.7 degrees, as before\n[0]", "0 0 2"},
     {"CardGoesAndReturns", "card-goes-and-returns.json",
-     "  17.0 s  it has cooled down meanwhile: 44.2 degrees\n[0]", "0 0 2"},
+     "  17.0 s  it has cooled down: 44.2 degrees\n[0]", "0 0 2"},
     {"Flicker", "flicker.json",
-     "  34.0 s  53.4 degrees: a card in use is never twice the same\n[0]", "0 0 2"},
+     "  34.0 s  53.4 degrees: the temperature of a card in use varies\n[0]", "0 0 2"},
     {"DetachAttach", "detach-attach.json", "  24.0 s  card1 is attached\n[0]", "0 0 2"},
 };
 
 class Examples : public Play, public ::testing::WithParamInterface<Example> {};
 
-TEST_P(Examples, PlayToTheirEndAndLeaveACardThatIsWell) {
+TEST_P(Examples, PlayToTheEndAndLeaveAHealthyCard) {
   const std::string said =
       Run("play --speed 1000 " CARDSIM_EXAMPLES "/" + std::string(GetParam().file));
   const std::string last = GetParam().lastLine;
@@ -187,7 +189,7 @@ TEST_F(Play, EveryExampleIsInTheTable) {
   EXPECT_EQ(std::size(kExamples), count);
 }
 
-TEST_F(Play, TheCardThatReturnsHasItsSerialNumber) {
+TEST_F(Play, TheReturningCardKeepsItsSerialNumber) {
   Run("play --speed 1000 " CARDSIM_EXAMPLES "/card-goes-and-returns.json");
   EXPECT_EQ("\"FA00000002\" \"/dev/fct1\"",
             File().Get("card1", "serial_number") + " " + File().Get("card1", "device_path"));

@@ -1,4 +1,4 @@
-// The program `cardsim`, run as a shell would.
+// The program `cardsim`, run by a shell.
 #pragma once
 
 #include <sys/wait.h>
@@ -13,21 +13,23 @@
 class Program : public SimulatedCards {
  protected:
   // Output, errors and exit code of `cardsim` with these arguments, as one text.
-  std::string Run(const std::string& arguments) {
+  std::string Run(const std::string& arguments) { return RunOf(CARDSIM_PROGRAM, arguments); }
+
+  // The same of a copy of the program.
+  std::string RunOf(const std::string& program, const std::string& arguments) {
     const std::string out = (m_Folder / "out").string();
     const std::string err = (m_Folder / "err").string();
-    const int status = std::system(
-        (std::string(CARDSIM_PROGRAM) + " " + arguments + " >" + out + " 2>" + err).c_str());
+    const int status = std::system((program + " " + arguments + " >" + out + " 2>" + err).c_str());
     return Slurp(out) + Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
   }
 
-  // The program's own list of its commands.
+  // The commands that the program's help lists.
   std::set<std::string> Commands() {
     std::istringstream help(Run("--help"));
     std::set<std::string> names;
     bool isList = false;
     for (std::string line; std::getline(help, line);) {
-      if (line == "Subcommands:") {
+      if (line == "Commands:") {
         isList = true;
       } else if (line.rfind("  ", 0) != 0) {
         isList = false;

@@ -2,8 +2,8 @@
 
 namespace {
 
-TEST_F(Program, TellsAStoryOfCards) {
-  EXPECT_EQ("made " + Path().string() + " without cards\n[0]", Run("new --force"));
+TEST_F(Program, AddsRemovesAndListsCards) {
+  EXPECT_EQ("created " + Path().string() + " without cards\n[0]", Run("new --force"));
   EXPECT_EQ("added card0: Flash Adapter 785GB, /dev/fct0\n[0]", Run("add 0x1003"));
   EXPECT_EQ(
       "added card1: Flash Adapter 5.2TB, /dev/fct1\n"
@@ -43,20 +43,20 @@ TEST_F(Program, MakesFunctionsFailInAnotherProcess) {
             Run("fail vsl_open --code 12 --text 'no luck'"));
   EXPECT_EQ(12U, vsl_open(Named(), &m_Error));
   EXPECT_STREQ("no luck", m_Error.text);
-  EXPECT_EQ("vsl_open works again\n[0]", Run("heal vsl_open"));
+  EXPECT_EQ("vsl_open works again\n[0]", Run("clear-failure vsl_open"));
   EXPECT_EQ(0U, vsl_open(Named(), &m_Error));
 }
 
 TEST_F(Program, WritesASysfsTree) {
   Run("add 1003");
   const std::string tree = (m_Folder / "sys").string();
-  EXPECT_EQ("wrote 1 devices below " + tree + "\n[0]", Run("sysfs " + tree));
+  EXPECT_EQ("wrote 1 PCI device to " + tree + "\n[0]", Run("sysfs " + tree));
   EXPECT_EQ("0x1003\n", Slurp(tree + "/bus/pci/devices/0000:03:00.0/device"));
 }
 
 TEST_F(Program, WorksOnTheFileItIsGiven) {
   const std::string other = (m_Folder / "other.json").string();
-  EXPECT_EQ("made " + other + " without cards\n[0]", Run("--state " + other + " new"));
+  EXPECT_EQ("created " + other + " without cards\n[0]", Run("--state " + other + " new"));
   EXPECT_EQ("added card0: Flash Adapter 365GB, /dev/fct0\n[0]", Run("add 1000 --state " + other));
   EXPECT_EQ("", Joined(File().Cards()));
 }
@@ -68,43 +68,47 @@ struct Refused {
 };
 
 const Refused kRefused[] = {
-    {"NoCommand", "", "cardsim: A subcommand is required\n[2]"},
+    {"NoCommand", "", "cardsim: missing command; see cardsim --help\n[2]"},
     {"MissingArgument", "remove", "cardsim: CARD is required\n[2]"},
-    {"BadOption", "list --wrong", "cardsim: The following argument was not expected: --wrong\n[2]"},
-    {"NoCard", "set card7 pci_bus 1", "cardsim: no card card7; did you mean card0?\n[3]"},
+    {"BadOption", "list --wrong", "cardsim: unknown option --wrong\n[2]"},
+    {"NoCard", "set card7 pci_bus 1", "cardsim: no card named card7; did you mean card0?\n[3]"},
     {"NoAttribute", "get card0 pci_buz",
-     "cardsim: no attribute pci_buz; did you mean pci_bus?\n[3]"},
+     "cardsim: unknown attribute pci_buz; did you mean pci_bus?\n[3]"},
     {"NoBit", "raise card0 FLASHBAK",
-     "cardsim: no status bit FLASHBAK; did you mean FLASHBACK?\n[3]"},
-    {"NoKind", "add floppy", "cardsim: no kind of card floppy\n[3]"},
-    {"NoFunction", "fail vsl_opne", "cardsim: no function vsl_opne; did you mean vsl_open?\n[3]"},
+     "cardsim: unknown status bit FLASHBAK; did you mean FLASHBACK?\n[3]"},
+    {"NoKind", "add floppy", "cardsim: unknown kind of card floppy\n[3]"},
+    {"NoFunction", "fail vsl_opne",
+     "cardsim: unknown function vsl_opne; did you mean vsl_open?\n[3]"},
     {"BadValue", "set card0 pci_bus 256",
      "cardsim: pci_bus: must be a whole number from 0 to 255\n[1]"},
-    {"CodeOfSuccess", "fail vsl_open --code 0", "cardsim: code 0 is success, no failure\n[1]"},
+    {"CodeOfSuccess", "fail vsl_open --code 0",
+     "cardsim: the code must not be 0, which means success\n[1]"},
 };
 
-class RefusedCommands : public Program, public ::testing::WithParamInterface<Refused> {};
+class RejectedCommands : public Program, public ::testing::WithParamInterface<Refused> {};
 
-TEST_P(RefusedCommands, SayWhyInOneLine) {
+TEST_P(RejectedCommands, PrintOneLine) {
   File().AddCard(0x1003);
   const std::string before = Slurp();
   EXPECT_EQ(GetParam().answer, Run(GetParam().arguments));
   EXPECT_EQ(before, Slurp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, RefusedCommands, ::testing::ValuesIn(kRefused),
+INSTANTIATE_TEST_SUITE_P(Table, RejectedCommands, ::testing::ValuesIn(kRefused),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Program, LeavesAnExistingOrDamagedFileAlone) {
-  EXPECT_EQ("cardsim: " + Path().string() + ": exists already\n[1]", Run("new"));
+  EXPECT_EQ(
+      "cardsim: " + Path().string() + ": already exists; `cardsim new --force` replaces it\n[1]",
+      Run("new"));
   Spill("{broken");
-  EXPECT_EQ("cardsim: " + Path().string() + ": line 1, column 2: no valid JSON\n[1]", Run("list"));
+  EXPECT_EQ("cardsim: " + Path().string() + ": line 1, column 2: invalid JSON\n[1]", Run("list"));
   EXPECT_EQ("{broken", Slurp());
 }
 
-TEST_F(Program, HelpsWhenAsked) {
+TEST_F(Program, PrintsHelp) {
   const std::string help = Run("--help");
-  EXPECT_NE(std::string::npos, help.find("Subcommands:"));
+  EXPECT_NE(std::string::npos, help.find("Commands:"));
   EXPECT_NE(std::string::npos, help.find("[0]"));
 }
 

@@ -6,8 +6,8 @@ namespace {
 using CardSim::ParseScenario;
 using CardSim::PlayScenario;
 
-// A story of these steps.
-std::string Story(const std::string& steps) {
+// A scenario of these steps.
+std::string WithSteps(const std::string& steps) {
   return R"({"title": "t", "steps": [)" + steps + "]}";
 }
 
@@ -18,11 +18,11 @@ class Scenarios : public SimulatedCards {
     for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   }
 
-  // What the audience hears: a line of time and text for each step.
+  // What the observer is given: one line per step, time and text.
   std::string Played(const std::string& steps) {
     std::string heard;
     auto file = File();
-    PlayScenario(ParseScenario(Story(steps)), file, 1000,
+    PlayScenario(ParseScenario(WithSteps(steps)), file, 1000,
                  {[&](std::uint64_t atMs, const std::string& text) {
                     heard += std::to_string(atMs) + " " + text + "\n";
                   },
@@ -64,7 +64,7 @@ TEST_F(Scenarios, AttributesOfEveryTypeAreSet) {
   EXPECT_EQ("-3", Get("fw_current_micro_ver"));
 }
 
-TEST_F(Scenarios, ATextThatLooksLikeANumberStaysAText) {
+TEST_F(Scenarios, AStringThatLooksLikeANumberRemainsAString) {
   Played(R"({"do": "set", "card": "card1", "what": "serial_number", "to": "5"})");
   EXPECT_EQ("\"5\"", Get("serial_number"));
 }
@@ -90,14 +90,14 @@ TEST_F(Scenarios, BitsAreRaisedAndCleared) {
   EXPECT_EQ("1", Get("current_errors"));
 }
 
-TEST_F(Scenarios, AFunctionFailsUntilItIsHealed) {
+TEST_F(Scenarios, AFunctionFailsUntilTheFailureIsCleared) {
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   void* card = Named();
   EXPECT_EQ("0 vsl_open fails with 12: no luck\n",
             Played(R"({"do": "fail", "what": "vsl_open", "code": 12, "text": "no luck"})"));
   EXPECT_EQ(12U, vsl_open(card, &m_Error));
   EXPECT_STREQ("no luck", m_Error.text);
-  EXPECT_EQ("0 vsl_open works again\n", Played(R"({"do": "heal", "what": "vsl_open"})"));
+  EXPECT_EQ("0 vsl_open works again\n", Played(R"({"do": "clear-failure", "what": "vsl_open"})"));
   EXPECT_EQ(0U, vsl_open(card, &m_Error));
 }
 
@@ -106,22 +106,22 @@ TEST_F(Scenarios, AFailureNeedsNeitherCodeNorText) {
             Played(R"({"do": "fail", "what": "vsl_close"})"));
 }
 
-TEST_F(Scenarios, TimesAreToldFromTheBeginningInTheStorysOwnTime) {
+TEST_F(Scenarios, TimesCountFromTheStartOfTheScenario) {
   EXPECT_EQ("1500 it warns\n3500 card1: cleared FLASHBACK\n",
             Played(R"({"after_ms": 1500, "do": "raise", "card": "card1", "what": "FLASHBACK",
                        "say": "it warns"},
                       {"after_ms": 2000, "do": "clear", "card": "card1", "what": "FLASHBACK"})"));
 }
 
-TEST_F(Scenarios, ADayOfWaitingIsAccepted) {
-  const auto scenario = ParseScenario(Story(
-      R"({"after_ms": 86399999, "do": "heal", "what": "vsl_open"},
-         {"after_ms": 1, "do": "heal", "what": "vsl_open"})"));
+TEST_F(Scenarios, ADurationOfOneDayIsAccepted) {
+  const auto scenario = ParseScenario(WithSteps(
+      R"({"after_ms": 86399999, "do": "clear-failure", "what": "vsl_open"},
+         {"after_ms": 1, "do": "clear-failure", "what": "vsl_open"})"));
   EXPECT_EQ(86400000U, scenario.DurationMs());
 }
 
-TEST_F(Scenarios, AnAudienceThatHasEnoughEndsTheStoryBetweenTwoSteps) {
-  const auto scenario = ParseScenario(Story(
+TEST_F(Scenarios, TheObserverStopsThePlayBetweenTwoSteps) {
+  const auto scenario = ParseScenario(WithSteps(
       R"({"do": "raise", "card": "card1", "what": "FLASHBACK"},
          {"after_ms": 80000000, "do": "clear", "card": "card1", "what": "FLASHBACK"})"));
   int heard = 0;
@@ -134,8 +134,8 @@ TEST_F(Scenarios, AnAudienceThatHasEnoughEndsTheStoryBetweenTwoSteps) {
   EXPECT_EQ("256", Get("current_errors"));
 }
 
-TEST_F(Scenarios, AStepThatFailsIsNamedAndEndsTheStory) {
-  EXPECT_EQ("step 2 of 3 (it warns): no card card1; did you mean card0?", ErrorOf([&] {
+TEST_F(Scenarios, AFailedStepIsNamedAndEndsTheScenario) {
+  EXPECT_EQ("step 2 of 3 (it warns): no card named card1; did you mean card0?", ErrorOf([&] {
               Played(R"({"do": "remove", "card": "card1"},
                   {"do": "raise", "card": "card1", "what": "FLASHBACK", "say": "it warns"},
                   {"do": "remove", "card": "card0"})");
@@ -143,17 +143,17 @@ TEST_F(Scenarios, AStepThatFailsIsNamedAndEndsTheStory) {
   EXPECT_EQ("card0\ncard2", Joined(File().Cards()));
 }
 
-TEST_F(Scenarios, ACardThatComesInTheStoryMayActInIt) {
+TEST_F(Scenarios, AStepMayUseACardThatAnEarlierOneAdded) {
   Played(R"({"do": "add", "what": "flash-365g"},
             {"do": "raise", "card": "card3", "what": "FLASHBACK"})");
   EXPECT_EQ("256", File().Get("card3", "current_errors"));
 }
 
-TEST_F(Scenarios, AMissingStateFileIsToldBeforeTheFirstWait) {
+TEST_F(Scenarios, AMissingStateFileIsReportedBeforeTheFirstWait) {
   auto file = CardSim::StateFile(m_Folder / "none.json");
-  const auto scenario =
-      ParseScenario(Story(R"({"after_ms": 80000000, "do": "heal", "what": "vsl_open"})"));
-  EXPECT_EQ((m_Folder / "none.json").string() + ": no such file; `cardsim new` makes one",
+  const auto scenario = ParseScenario(
+      WithSteps(R"({"after_ms": 80000000, "do": "clear-failure", "what": "vsl_open"})"));
+  EXPECT_EQ((m_Folder / "none.json").string() + ": no such file; `cardsim new` creates one",
             ErrorOf([&] {
               PlayScenario(scenario, file, 1, {nullptr, [] { return false; }});
             }));
@@ -161,32 +161,32 @@ TEST_F(Scenarios, AMissingStateFileIsToldBeforeTheFirstWait) {
 
 struct Bad {
   const char* name;
-  const char* text;  // a whole file, or the second step of a story
+  const char* text;  // a whole file, or the second step of a scenario
   const char* error;
 };
 
 const Bad kBad[] = {
-    {"NoVerb", R"({"do": "rase"})", "step 2.do: no verb rase; did you mean raise?"},
+    {"NoVerb", R"({"do": "rase"})", "step 2.do: unknown verb rase; did you mean raise?"},
     {"NoDo", R"({"card": "card1"})", R"(step 2: has no "do")"},
     {"NoObject", R"("raise")", "step 2: must be an object"},
     {"NoCard", R"({"do": "remove"})", R"(step 2: has no "card")"},
-    {"CardIsNumber", R"({"do": "remove", "card": 1})", "step 2.card: must be a text"},
+    {"CardIsNumber", R"({"do": "remove", "card": 1})", "step 2.card: must be a string"},
     {"CardIsEmpty", R"({"do": "remove", "card": ""})",
      "step 2.card: must be a card's name, such as card0"},
     {"CardIsPath", R"({"do": "remove", "card": "/dev/fct0"})",
      "step 2.card: must be a card's name, such as card0"},
     {"NoWhat", R"({"do": "raise", "card": "card1"})", R"(step 2: has no "what")"},
     {"NoBit", R"({"do": "raise", "card": "card1", "what": "FLASHBAK"})",
-     "step 2.what: no status bit FLASHBAK; did you mean FLASHBACK?"},
+     "step 2.what: unknown status bit FLASHBAK; did you mean FLASHBACK?"},
     {"NoBitToClear", R"({"do": "clear", "card": "card1", "what": 8})",
-     "step 2.what: must be a text"},
+     "step 2.what: must be a string"},
     {"NoAttribute", R"({"do": "set", "card": "card1", "what": "pci_buz", "to": 1})",
-     "step 2.what: no attribute pci_buz; did you mean pci_bus?"},
+     "step 2.what: unknown attribute pci_buz; did you mean pci_bus?"},
     {"NoValue", R"({"do": "set", "card": "card1", "what": "pci_bus"})", R"(step 2: has no "to")"},
     {"ValueTooLarge", R"({"do": "set", "card": "card1", "what": "pci_bus", "to": 256})",
      "step 2.to: must be a whole number from 0 to 255"},
     {"NumberForText", R"({"do": "set", "card": "card1", "what": "serial_number", "to": 5})",
-     "step 2.to: must be a text"},
+     "step 2.to: must be a string"},
     {"TextForNumber", R"({"do": "set", "card": "card1", "what": "pci_bus", "to": "5"})",
      "step 2.to: must be a whole number from 0 to 255"},
     {"TextForFloat",
@@ -197,19 +197,19 @@ const Bad kBad[] = {
     {"BadVolume", R"({"do": "set", "card": "card1", "what": "volumes", "to": [{"state": 2}]})",
      "step 2.to[0].state: must be a whole number from 0 to 1"},
     {"NoKind", R"({"do": "add", "what": "flash-785"})",
-     "step 2.what: no kind of card flash-785; did you mean flash-785g?"},
+     "step 2.what: unknown kind of card flash-785; did you mean flash-785g?"},
     {"NoFunction", R"({"do": "fail", "what": "vsl_opne"})",
-     "step 2.what: no function vsl_opne; did you mean vsl_open?"},
-    {"NoFunctionToHeal", R"({"do": "heal", "what": "vsl_fini"})",
+     "step 2.what: unknown function vsl_opne; did you mean vsl_open?"},
+    {"NoFunctionToClear", R"({"do": "clear-failure", "what": "vsl_fini"})",
      "step 2.what: vsl_fini has no result and cannot fail"},
     {"CodeOfSuccess", R"({"do": "fail", "what": "vsl_open", "code": 0})",
-     "step 2.code: must not be 0, which is success"},
+     "step 2.code: must not be 0, which means success"},
     {"TextOfTwoLines", R"({"do": "fail", "what": "vsl_open", "text": "a\nb"})",
      "step 2.text: must be one line without control characters"},
-    {"SayOfTwoLines", R"({"do": "heal", "what": "vsl_open", "say": "a\nb"})",
+    {"SayOfTwoLines", R"({"do": "clear-failure", "what": "vsl_open", "say": "a\nb"})",
      "step 2.say: must be one line without control characters"},
-    {"SayIsNumber", R"({"do": "heal", "what": "vsl_open", "say": 1})",
-     "step 2.say: must be a text"},
+    {"SayIsNumber", R"({"do": "clear-failure", "what": "vsl_open", "say": 1})",
+     "step 2.say: must be a string"},
     {"MemberOfAnotherVerb", R"({"do": "remove", "card": "card1", "what": "x"})",
      "step 2.what: unknown"},
     {"MisspeltMember", R"({"do": "remove", "card": "card1", "aftr_ms": 1})",
@@ -222,24 +222,25 @@ const Bad kBad[] = {
      "step 2.after_ms: must be a whole number from 0 to 86400000"},
     {"StepOfMoreThanADay", R"({"after_ms": 86400001, "do": "remove", "card": "card1"})",
      "step 2.after_ms: must be a whole number from 0 to 86400000"},
-    {"StoryOfMoreThanADay", R"({"after_ms": 86399000, "do": "remove", "card": "card1"})",
-     "step 2.after_ms: the waits come to more than a day"},
+    {"LongerThanADay", R"({"after_ms": 86399000, "do": "remove", "card": "card1"})",
+     "step 2.after_ms: the scenario lasts more than a day"},
 };
 
 class BadSteps : public Scenarios, public ::testing::WithParamInterface<Bad> {};
 
-TEST_P(BadSteps, AreRefusedWithTheirPlace) {
+TEST_P(BadSteps, AreRejectedWithTheirPlace) {
   const std::string good = R"({"after_ms": 1001, "do": "remove", "card": "card1"})";
-  EXPECT_EQ(GetParam().error, ErrorOf([&] { ParseScenario(Story(good + "," + GetParam().text)); }));
+  EXPECT_EQ(GetParam().error,
+            ErrorOf([&] { ParseScenario(WithSteps(good + "," + GetParam().text)); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, BadSteps, ::testing::ValuesIn(kBad),
                          [](const auto& row) { return std::string(row.param.name); });
 
 const Bad kBadFiles[] = {
-    {"Empty", "", "line 1, column 1: no valid JSON"},
-    {"NoJson", "{\n  ?", "line 2, column 3: no valid JSON"},
-    {"HugeNumber", R"({"title": 1e999})", "holds a number that no JSON reader can keep"},
+    {"Empty", "", "line 1, column 1: invalid JSON"},
+    {"NoJson", "{\n  ?", "line 2, column 3: invalid JSON"},
+    {"HugeNumber", R"({"title": 1e999})", "contains a number that is out of range"},
     {"List", "[]", "file: must be an object"},
     {"NoTitle", R"({"steps": []})", R"(file: has no "title")"},
     {"NoSteps", R"({"title": "t"})", R"(file: has no "steps")"},
@@ -253,7 +254,7 @@ const Bad kBadFiles[] = {
 
 class BadScenarios : public Scenarios, public ::testing::WithParamInterface<Bad> {};
 
-TEST_P(BadScenarios, AreRefusedWithTheirPlace) {
+TEST_P(BadScenarios, AreRejectedWithTheirPlace) {
   EXPECT_EQ(GetParam().error, ErrorOf([] { ParseScenario(GetParam().text); }));
 }
 

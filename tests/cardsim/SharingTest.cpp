@@ -6,13 +6,13 @@
 
 namespace {
 
-// On a disk, since that is where inode numbers are given again.
+// On a disk, whose file system reuses inode numbers.
 class Sharing : public SimulatedCards {
  protected:
   std::filesystem::path Root() const override { return std::filesystem::temp_directory_path(); }
 };
 
-// Runs `work` in a process of its own; gives its exit status.
+// Runs `work` in a child process; returns its exit status.
 template <typename Work>
 int InAnotherProcess(Work work) {
   const pid_t child = fork();
@@ -51,7 +51,7 @@ TEST_F(Sharing, ACardOfAnotherProcessIsSeenWhenItIsNamed) {
 }
 
 // Two edits within one tick of the clock leave two files of equal size and time, whose inode
-// numbers may be given again.
+// numbers may be reused.
 TEST_F(Sharing, EveryOneOfManyQuickChangesIsSeen) {
   StartWithCard();
   for (int i = 100; i < 160; ++i) {
@@ -116,19 +116,19 @@ TEST_F(Sharing, NoEditOfSeveralThreadsIsLostAndReadersSeeWholeFiles) {
   EXPECT_EQ("1023", File().Get("card0", "current_errors"));
 }
 
-TEST_F(Sharing, AFileDamagedUnderARunningLibraryFailsItsCallsUntilItIsGoodAgain) {
+TEST_F(Sharing, CallsFailWhileTheFileIsDamaged) {
   StartWithCard();
   void* card = Named();
   const std::string good = Slurp();
   Spill("{");
   EXPECT_EQ(2U, vsl_open(card, &m_Error));
-  EXPECT_EQ(Path().string() + ": line 1, column 2: no valid JSON", m_Error.text);
+  EXPECT_EQ(Path().string() + ": line 1, column 2: invalid JSON", m_Error.text);
   EXPECT_EQ("{", Slurp());
   Spill(good);
   EXPECT_EQ(0U, vsl_open(card, &m_Error));
 }
 
-TEST_F(Sharing, ADyingWriterLeavesTheFileAsItWas) {
+TEST_F(Sharing, AKilledWriterLeavesTheFileUnchanged) {
   File().AddCard(0x1003);
   std::ofstream(Path().string() + ".new") << "half a fi";
   File().Set("card0", "pci_slot_num", "7");
@@ -136,7 +136,7 @@ TEST_F(Sharing, ADyingWriterLeavesTheFileAsItWas) {
   EXPECT_FALSE(std::filesystem::exists(Path().string() + ".new"));
 }
 
-TEST_F(Sharing, ALinkToTheFileStaysALink) {
+TEST_F(Sharing, ALinkToTheFileRemainsALink) {
   File().AddCard(0x1003);
   const auto link = m_Folder / "link.json";
   std::filesystem::create_symlink(Path(), link);

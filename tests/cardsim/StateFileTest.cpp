@@ -6,7 +6,7 @@ namespace {
 
 using StateFiles = SimulatedCards;
 
-TEST_F(StateFiles, AreFoundWhereTheEnvironmentSays) {
+TEST_F(StateFiles, AreFoundThroughTheEnvironment) {
   EXPECT_EQ(Path(), CardSim::StateFile::DefaultPath());
   unsetenv("CARDSIM_STATE");
   setenv("XDG_STATE_HOME", "/xdg", 1);
@@ -23,7 +23,7 @@ TEST_F(StateFiles, AreFoundWhereTheEnvironmentSays) {
   setenv("HOME", home.c_str(), 1);
 }
 
-TEST_F(StateFiles, AreMadeWithTheirFolders) {
+TEST_F(StateFiles, AreCreatedWithTheirFolders) {
   const auto path = m_Folder / "a" / "b" / "cards.json";
   CardSim::StateFile(path).Create();
   EXPECT_EQ("", Joined(CardSim::StateFile(path).Cards()));
@@ -31,7 +31,8 @@ TEST_F(StateFiles, AreMadeWithTheirFolders) {
 
 TEST_F(StateFiles, AreReplacedOnlyOnDemand) {
   File().AddCard(0x1003);
-  EXPECT_EQ(Path().string() + ": exists already", ErrorOf([this] { File().Create(); }));
+  EXPECT_EQ(Path().string() + ": already exists; `cardsim new --force` replaces it",
+            ErrorOf([this] { File().Create(); }));
   EXPECT_EQ("card0", Joined(File().Cards()));
   File().Create(true);
   EXPECT_EQ("", Joined(File().Cards()));
@@ -45,7 +46,7 @@ TEST_F(StateFiles, KeepTheirPermissions) {
   EXPECT_EQ(0640U, status.st_mode & 0777);
 }
 
-TEST_F(StateFiles, TakeBareTextsAndHexadecimalNumbers) {
+TEST_F(StateFiles, AcceptUnquotedStringsAndHexadecimalNumbers) {
   File().AddCard(0x1003);
   File().Set("card0", "serial_number", "12345");
   EXPECT_EQ("\"12345\"", File().Get("card0", "serial_number"));
@@ -57,13 +58,13 @@ TEST_F(StateFiles, TakeBareTextsAndHexadecimalNumbers) {
   EXPECT_EQ("36.6", File().Get("card0", "temp_internal_deg_c"));
 }
 
-TEST_F(StateFiles, RefuseTextsThatAreNoUtf8) {
+TEST_F(StateFiles, RejectStringsThatAreNotUtf8) {
   File().AddCard(0x1003);
-  EXPECT_EQ("a text is not valid UTF-8 and cannot be kept",
+  EXPECT_EQ("a string is not valid UTF-8 and cannot be saved",
             ErrorOf([this] { File().Set("card0", "serial_number", "\xff\xfe"); }));
 }
 
-TEST_F(StateFiles, RefuseTwoCardsOnOnePath) {
+TEST_F(StateFiles, RejectTwoCardsWithOnePath) {
   File().AddCard(0x1003);
   File().AddCard(0x1003);
   const std::string before = Slurp();
@@ -80,23 +81,25 @@ struct Unknown {
 
 const Unknown kUnknowns[] = {
     {"Card", [](CardSim::StateFile f) { f.Set("card9", "pci_bus", "1"); },
-     "no card card9; did you mean card0?"},
-    {"RemovedCard", [](CardSim::StateFile f) { f.RemoveCard("nothing"); }, "no card nothing"},
+     "no card named card9; did you mean card0?"},
+    {"RemovedCard", [](CardSim::StateFile f) { f.RemoveCard("nothing"); }, "no card named nothing"},
     {"SetAttribute", [](CardSim::StateFile f) { f.Set("card0", "pci_buss", "1"); },
-     "no attribute pci_buss; did you mean pci_bus?"},
-    {"GetAttribute", [](CardSim::StateFile f) { f.Get("card0", "serial"); }, "no attribute serial"},
+     "unknown attribute pci_buss; did you mean pci_bus?"},
+    {"GetAttribute", [](CardSim::StateFile f) { f.Get("card0", "serial"); },
+     "unknown attribute serial"},
     {"AbsentAttribute", [](CardSim::StateFile f) { f.MakeAbsent("card0", "xyz"); },
-     "no attribute xyz"},
+     "unknown attribute xyz"},
     {"Bit", [](CardSim::StateFile f) { f.Raise("card0", "warnings.FLASHBACK"); },
-     "no status bit warnings.FLASHBACK; did you mean errors.FLASHBACK?"},
+     "unknown status bit warnings.FLASHBACK; did you mean errors.FLASHBACK?"},
     {"Function", [](CardSim::StateFile f) { f.Fail("vsl_opened", 1, ""); },
-     "no function vsl_opened; did you mean vsl_open?"},
-    {"HealedFunction", [](CardSim::StateFile f) { f.Heal("open"); }, "no function open"},
+     "unknown function vsl_opened; did you mean vsl_open?"},
+    {"ClearedFunction", [](CardSim::StateFile f) { f.ClearFailure("open"); },
+     "unknown function open"},
 };
 
 class UnknownNames : public SimulatedCards, public ::testing::WithParamInterface<Unknown> {};
 
-TEST_P(UnknownNames, AreToldFromOtherFailures) {
+TEST_P(UnknownNames, AreReportedAsNoSuchThing) {
   File().AddCard(0x1003);
   const std::string before = Slurp();
   try {
@@ -147,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(Table, StatusBits, ::testing::ValuesIn(kBits), [](const
   return name;
 });
 
-TEST_F(StateFiles, RaisingGivesAMaskToACardThatHasNone) {
+TEST_F(StateFiles, RaisingAddsAnAbsentMask) {
   File().AddCard(0x1003);
   File().MakeAbsent("card0", "current_info");
   File().Clear("card0", "UNACTIVATED_FIRMWARE");
@@ -156,7 +159,7 @@ TEST_F(StateFiles, RaisingGivesAMaskToACardThatHasNone) {
   EXPECT_EQ("2", File().Get("card0", "current_info"));
 }
 
-// A file that cannot be used, and what is said of it.
+// A file that cannot be used, and the message.
 struct Bad {
   const char* name;
   const char* text;
@@ -164,10 +167,10 @@ struct Bad {
 };
 
 const Bad kBads[] = {
-    {"Empty", "", "line 1, column 1: no valid JSON"},
-    {"Torn", "{\"cardsim\": 1,\n \"cards\": [", "line 2, column 12: no valid JSON"},
+    {"Empty", "", "line 1, column 1: invalid JSON"},
+    {"Torn", "{\"cardsim\": 1,\n \"cards\": [", "line 2, column 12: invalid JSON"},
     {"List", "[]", "file: must be an object"},
-    {"HugeNumber", "{\"cardsim\": 1e999}", "holds a number that no JSON reader can keep"},
+    {"HugeNumber", "{\"cardsim\": 1e999}", "contains a number that is out of range"},
     {"NoVersion", "{\"next_id\": 1, \"cards\": []}", "file: has no \"cardsim\""},
     {"OtherVersion", "{\"cardsim\": 2, \"next_id\": 1, \"cards\": []}",
      "cardsim: must be 1, the version of the file"},
@@ -181,7 +184,7 @@ const Bad kBads[] = {
     {"WrongType",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 0, "
      "\"serial_number\": 5}]}",
-     "cards[0].serial_number: must be a text"},
+     "cards[0].serial_number: must be a string"},
     {"TooLarge",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 0, \"pci_bus\": "
      "300}]}",
@@ -216,16 +219,16 @@ const Bad kBads[] = {
      "cards[0].job: has no \"kind\""},
     {"UnknownFunction",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [], \"failures\": {\"open\": {}}}",
-     "failures.open: no function open"},
+     "failures.open: unknown function open"},
     {"FailureOfNothing",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [], \"failures\": "
      "{\"vsl_open\": {\"code\": 0, \"text\": \"\"}}}",
-     "failures.vsl_open.code: must not be 0, which is success"},
+     "failures.vsl_open.code: must not be 0, which means success"},
 };
 
 class DamagedFiles : public SimulatedCards, public ::testing::WithParamInterface<Bad> {};
 
-TEST_P(DamagedFiles, AreNamedAndLeftAsTheyAre) {
+TEST_P(DamagedFiles, AreReportedAndNotChanged) {
   Spill(GetParam().text);
   const std::string expected = Path().string() + ": " + GetParam().why;
   EXPECT_EQ(expected, ErrorOf([this] { File().AddCard(0x1003); }));
@@ -238,17 +241,17 @@ TEST_P(DamagedFiles, AreNamedAndLeftAsTheyAre) {
 INSTANTIATE_TEST_SUITE_P(Table, DamagedFiles, ::testing::ValuesIn(kBads),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(StateFiles, ThatAreMissingAreNotMadeByAccident) {
+TEST_F(StateFiles, ThatAreMissingAreNotCreated) {
   std::filesystem::remove(Path());
   std::filesystem::remove(Path().string() + ".lock");
-  const std::string expected = Path().string() + ": no such file; `cardsim new` makes one";
+  const std::string expected = Path().string() + ": no such file; `cardsim new` creates one";
   EXPECT_EQ(expected, ErrorOf([this] { File().AddCard(0x1003); }));
   EXPECT_NE(0U, vsl_init(0, &m_Error));
   EXPECT_EQ(expected, m_Error.text);
   EXPECT_TRUE(std::filesystem::is_empty(m_Folder));
 }
 
-TEST_F(StateFiles, ThatAreFoldersOrPipesAreRefused) {
+TEST_F(StateFiles, ThatAreFoldersOrPipesAreRejected) {
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
   EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Cards(); }));

@@ -35,7 +35,7 @@ TEST_F(Sysfs, HasADeviceForEachCard) {
       Listing());
 }
 
-TEST_F(Sysfs, ReplacesAnEarlierTreeOfItsOwn) {
+TEST_F(Sysfs, ReplacesItsOwnEarlierTree) {
   File().AddCard(0x1003);
   File().WriteSysfs(Tree());
   File().RemoveCard("card0");
@@ -43,14 +43,14 @@ TEST_F(Sysfs, ReplacesAnEarlierTreeOfItsOwn) {
   EXPECT_EQ("", Listing());
 }
 
-TEST_F(Sysfs, LeavesAForeignTreeAlone) {
+TEST_F(Sysfs, DoesNotReplaceAForeignTree) {
   std::filesystem::create_directories(Devices() / "0000:00:00.0");
-  EXPECT_EQ(Devices().string() + ": not written by cardsim, left alone",
+  EXPECT_EQ(Devices().string() + ": not written by cardsim; not replaced",
             ErrorOf([this] { File().WriteSysfs(Tree()); }));
   EXPECT_TRUE(std::filesystem::exists(Devices() / "0000:00:00.0"));
 }
 
-TEST_F(Sysfs, RefusesTwoCardsAtOneAddress) {
+TEST_F(Sysfs, RejectsTwoCardsAtOneAddress) {
   File().AddCard(0x1003);
   File().AddCard(0x1003);
   File().Set("card1", "pci_bus", "3");
@@ -58,7 +58,7 @@ TEST_F(Sysfs, RefusesTwoCardsAtOneAddress) {
             ErrorOf([this] { File().WriteSysfs(Tree()); }));
 }
 
-TEST_F(Sysfs, SaysWhenItCannotBeWritten) {
+TEST_F(Sysfs, ReportsAFailedWrite) {
   std::ofstream(Tree()) << "a file";
   EXPECT_EQ(0U, ErrorOf([this] { File().WriteSysfs(Tree()); }).find(Tree().string()));
 }

@@ -11,8 +11,8 @@ class Volumes : public SimulatedCards {
                R"([{"state": 1}, {"state": 0, "settable": false}, {"state": 1, "refuses": true}])");
   }
 
-  // State and settability of each unit of a walk.
-  std::string Walk() {
+  // State and settability of each unit, in order.
+  std::string States() {
     void* card = Named();
     void* volume = nullptr;
     std::string text;
@@ -25,12 +25,12 @@ class Volumes : public SimulatedCards {
   }
 };
 
-TEST_F(Volumes, AreWalkedInTheirOrder) {
-  EXPECT_EQ("1s 0- 1s ", Walk());
+TEST_F(Volumes, AreIteratedInOrder) {
+  EXPECT_EQ("1s 0- 1s ", States());
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Volumes, TakeANewStateOrRefuseIt) {
+TEST_F(Volumes, AcceptOrRejectANewState) {
   void* card = Named();
   void* volume = nullptr;
   std::string codes;
@@ -38,7 +38,7 @@ TEST_F(Volumes, TakeANewStateOrRefuseIt) {
     codes += std::to_string(vsl_set_vsu_state(volume, 0, &m_Error)) + " ";
   }
   EXPECT_EQ("0 9 6 ", codes);
-  EXPECT_EQ("0s 0- 1s ", Walk());
+  EXPECT_EQ("0s 0- 1s ", States());
 }
 
 TEST_F(Volumes, ShowTheNewStateAtOnce) {
@@ -50,17 +50,17 @@ TEST_F(Volumes, ShowTheNewStateAtOnce) {
   EXPECT_NE(0U, vsl_set_vsu_state(volume, 2, &m_Error));
 }
 
-TEST_F(Volumes, ThatWentMeanwhileAreMissed) {
+TEST_F(Volumes, ThatWereRemovedMeanwhileAreReported) {
   void* card = Named();
   void* volume = nullptr;
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   File().MakeAbsent("card0", "volumes");
   EXPECT_EQ(3U, vsl_set_vsu_state(volume, 0, &m_Error));
   EXPECT_STREQ("the unit is gone", m_Error.text);
-  EXPECT_EQ("", Walk());
+  EXPECT_EQ("", States());
 }
 
-TEST_F(Volumes, BelongToTheHandleThatWalksThem) {
+TEST_F(Volumes, BelongToTheHandleThatIteratesThem) {
   void* card = Named();
   void* other = Named();
   void* volume = nullptr;
@@ -69,7 +69,7 @@ TEST_F(Volumes, BelongToTheHandleThatWalksThem) {
   EXPECT_EQ("vsl_vsu_iterate volume#1: a unit of another card's handle", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Volumes, HaveOneShapeInTheFile) {
+TEST_F(Volumes, HaveOneFormInTheFile) {
   EXPECT_EQ(R"([{"state":1,"settable":true},{"state":0,"settable":false},)"
             R"({"state":1,"settable":true,"refuses":true}])",
             File().Get("card0", "volumes"));

@@ -65,7 +65,7 @@ class CommandOrder : public testing::Test {
 };
 
 const Lines START_LIBRARY = {"-- call vsl_init", "-- call vsl_fini", "-- call vsl_init",
-                             "-- call vsl_iom_iterate null", "-- call vsl_iom_iterate walked#1"};
+                             "-- call vsl_iom_iterate null", "-- call vsl_iom_iterate iterated#1"};
 
 TEST_F(CommandOrder, OfAStart) {
   Lines expected = START_LIBRARY;

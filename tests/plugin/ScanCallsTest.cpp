@@ -54,8 +54,8 @@ class Calls {
   // From the start of the library to the card's name.
   Calls& Start() {
     Call("init").Call("fini").Call("init").Call("iom_iterate null");
-    Ask("walked#1", {"serial_number"}).Read("walked#1", {"device_path"});
-    Call("iom_iterate walked#1").Call("iom_create_by_name /dev/fct0");
+    Ask("iterated#1", {"serial_number"}).Read("iterated#1", {"device_path"});
+    Call("iom_iterate iterated#1").Call("iom_create_by_name /dev/fct0");
     return Call("open card#1");
   }
 

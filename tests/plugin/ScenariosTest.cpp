@@ -21,9 +21,9 @@ std::vector<std::string> EventsOf(const std::string& scenario) {
   for (int i = 0; i < 3; ++i) host.AddCard(0x1003);
   EXPECT_EQ(host.Start(), 0U);
   const std::string file = std::string(CORVANE_EXAMPLES) + "/" + scenario + ".json";
-  const CardSim::Audience audience = {[](std::uint64_t, const std::string&) {},
-                                      [] { return false; }};
-  CardSim::PlayScenario(CardSim::ReadScenario(file), host.Cards(), 1, audience);
+  const CardSim::PlayObserver observer = {[](std::uint64_t, const std::string&) {},
+                                          [] { return false; }};
+  CardSim::PlayScenario(CardSim::ReadScenario(file), host.Cards(), 1, observer);
   Pass(10000);
   std::vector<std::string> names;
   for (const PI::CEvent& event : host.CollectEvents()) {

@@ -366,7 +366,7 @@ void LetJobsFail(SimulatedHost& host) {
       host.Cards().Fail(call, 5, "no");
       host.Run(ADAPTER, job);
       Pass(20000);
-      host.Cards().Heal(call);
+      host.Cards().ClearFailure(call);
     }
   }
   Stop(host);
@@ -377,7 +377,7 @@ void LetRequestsFail(SimulatedHost& host) {
   const auto failing = [&](const char* call, const std::function<void()>& requests) {
     host.Cards().Fail(call, 5, "no");
     requests();
-    host.Cards().Heal(call);
+    host.Cards().ClearFailure(call);
   };
   failing("vsl_iom_create_by_name", [&] {
     host.Check(ADAPTER, PI::OP_LOCATE_DEVICE);

@@ -1,4 +1,4 @@
-// The calls of the library, each of their allocations made to fail in turn.
+// The card library's functions, with each of their allocations made to fail in turn.
 #include "tests/cardsim/Fixture.h"
 #include "tests/cardsim/inner/Memory.h"
 
@@ -6,14 +6,14 @@ namespace {
 
 using CardSimTest::Shortage;
 
-// What a call works on. A null handle was not asked for.
+// Handles for the calls. A null handle is not needed by the call.
 struct Things {
-  void* card = nullptr;    // opened
-  void* job = nullptr;     // a format or detach
-  void* walked = nullptr;  // the first card
-  void* volume = nullptr;  // the first unit
-  void* made = nullptr;    // by the call itself
-  const char* text = "";   // that the call gave
+  void* card = nullptr;      // opened
+  void* job = nullptr;       // a format or detach
+  void* iterated = nullptr;  // the first card
+  void* volume = nullptr;    // the first unit
+  void* made = nullptr;      // by the call itself
+  const char* text = "";     // that the call gave
   vsl_error_record err = {};
 };
 
@@ -45,7 +45,7 @@ void Nothing(Things&) {}
 const Call kCalls[] = {
     {"Init", "2", Nothing, [](Things& t) { return vsl_init(0, &t.err); }},
     {"Iterate", "2", Nothing,
-     [](Things& t) { return CodeOf(vsl_iom_iterate(&t.walked, 1, &t.err)); }},
+     [](Things& t) { return CodeOf(vsl_iom_iterate(&t.iterated, 1, &t.err)); }},
     {"CreateByName", "2", Nothing,
      [](Things& t) { return vsl_iom_create_by_name("/dev/fct0", &t.made, &t.err); }},
     {"Open", "2",
@@ -102,7 +102,7 @@ class CallMemory : public SimulatedCards {
     Things things;
     EXPECT_EQ(0U, vsl_init(0, &things.err)) << things.err.text;
     vsl_iom_create_by_name("/dev/fct0", &things.card, &things.err);
-    vsl_iom_iterate(&things.walked, 1, &things.err);
+    vsl_iom_iterate(&things.iterated, 1, &things.err);
     EXPECT_EQ(0U, vsl_open(things.card, &things.err)) << things.err.text;
     return things;
   }
@@ -141,11 +141,11 @@ class CallMemory : public SimulatedCards {
 
 class CallsWithoutMemory : public CallMemory, public ::testing::WithParamInterface<Call> {};
 
-TEST_P(CallsWithoutMemory, FailWithoutATraceWhenOneAllocationFails) {
+TEST_P(CallsWithoutMemory, ChangeNothingWhenOneAllocationFails) {
   Sweep(GetParam(), Shortage::OfOne);
 }
 
-TEST_P(CallsWithoutMemory, FailWithoutATraceWhenNoMemoryIsLeft) {
+TEST_P(CallsWithoutMemory, ChangeNothingWhenNoMemoryIsLeft) {
   Sweep(GetParam(), Shortage::OfAll);
 }
 
@@ -154,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(Table, CallsWithoutMemory, ::testing::ValuesIn(kCalls),
 
 class EndsOfJobs : public CallMemory, public ::testing::WithParamInterface<Shortage> {
  protected:
-  // Another process's view: the file itself.
+  // What another process sees: the file itself.
   bool IsMarked() const { return Slurp().find("\"job\"") != std::string::npos; }
 
   std::string FormatAgain(Things& things) {
@@ -168,7 +168,7 @@ class EndsOfJobs : public CallMemory, public ::testing::WithParamInterface<Short
   }
 };
 
-TEST_P(EndsOfJobs, AFormatThatFailsForWantOfMemoryLeavesTheCardFree) {
+TEST_P(EndsOfJobs, AFormatWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     Things things = Fresh("0");
@@ -184,7 +184,7 @@ TEST_P(EndsOfJobs, AFormatThatFailsForWantOfMemoryLeavesTheCardFree) {
     ASSERT_EQ(11U, code) << failures;
     ASSERT_STREQ("out of memory", things.err.text) << failures;
     ASSERT_EQ("0", File().Get("card0", "iom_state")) << failures;
-    // Any next call takes the mark out of the file, so that other processes see the card free.
+    // The next call removes the mark from the file, so that other processes see the card released.
     vsl_has_serial_number(things.card, &things.err);
     ASSERT_FALSE(IsMarked()) << failures;
     ASSERT_EQ("done", FormatAgain(things)) << failures;
@@ -192,7 +192,7 @@ TEST_P(EndsOfJobs, AFormatThatFailsForWantOfMemoryLeavesTheCardFree) {
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(EndsOfJobs, AJobThatIsDestroyedWithoutMemoryLeavesTheCardFree) {
+TEST_P(EndsOfJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     Things things = Fresh("0");
@@ -209,7 +209,7 @@ TEST_P(EndsOfJobs, AJobThatIsDestroyedWithoutMemoryLeavesTheCardFree) {
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(EndsOfJobs, TheEndOfTheLibraryNeedsNoMemory) {
+TEST_P(EndsOfJobs, FiniNeedsNoMemory) {
   Fresh("2");
   CardSimTest::BeginShortage(0, GetParam());
   vsl_fini();
@@ -222,7 +222,7 @@ INSTANTIATE_TEST_SUITE_P(Shortages, EndsOfJobs, ::testing::Values(Shortage::OfOn
                            return std::string(row.param == Shortage::OfOne ? "OfOne" : "OfAll");
                          });
 
-TEST_F(CallMemory, AStatusMaskIsNotLostForWantOfMemory) {
+TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWithoutMemory) {
   int lost = 0;
   int kept = 0;
   for (bool wasShort = true; wasShort;) {
@@ -232,7 +232,7 @@ TEST_F(CallMemory, AStatusMaskIsNotLostForWantOfMemory) {
     const bool has = vsl_has_current_errors(things.card, &things.err);
     wasShort = CardSimTest::EndShortage();
     ++(has ? kept : lost);
-    // Only the call's own frame may fail, before it looks at the file.
+    // Only what the call does before it reads the file may fail.
     ASSERT_TRUE(has || kept == 0) << lost + kept;
   }
   EXPECT_LT(lost, 10);

@@ -5,7 +5,7 @@
 
 namespace {
 
-// How many allocations of this thread still succeed; negative: all of them.
+// The number of allocations of this thread that still succeed; negative for all.
 thread_local int g_Left = -1;
 thread_local bool g_HasFailed = false;
 thread_local CardSimTest::Shortage g_Kind = CardSimTest::Shortage::OfOne;

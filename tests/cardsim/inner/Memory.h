@@ -1,4 +1,4 @@
-// Memory that runs out on demand, for the thread that asks for it.
+// Memory that runs out on demand, for the calling thread.
 #pragma once
 
 namespace CardSimTest {
@@ -8,9 +8,9 @@ enum class Shortage {
   OfAll,  // no allocation succeeds any more
 };
 
-// Lets so many allocations of this thread succeed before one fails.
+// Makes an allocation of this thread fail after `successes` that succeed.
 void BeginShortage(int successes, Shortage kind);
-// Whether one failed.
+// Ends the shortage. Whether an allocation failed.
 bool EndShortage();
 
 }  // namespace CardSimTest

@@ -1,4 +1,4 @@
-// Every command of `cardsim`, each of its allocations made to fail in turn.
+// Every command of `cardsim`, with each of its allocations made to fail in turn.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -8,7 +8,7 @@
 #include "tests/cardsim/ProgramFixture.h"
 #include "tests/cardsim/inner/Memory.h"
 
-// The program's own.
+// The program's `main`.
 int CardsimMain(int argc, char** argv);
 
 namespace {
@@ -20,11 +20,11 @@ constexpr int kEnough = -1;
 struct Verb {
   const char* name;
   std::vector<std::string> arguments;
-  // A command that changes nothing may have told some before it failed.
+  // A command that changes nothing may have printed something before it failed.
   bool changes;
 };
 
-// FOLDER stands for the test's own.
+// FOLDER is replaced by the test's folder.
 const Verb kVerbs[] = {
     {"NewOverAnOldFile", {"new", "--force"}, true},
     {"Add", {"add", "0x1003"}, true},
@@ -38,9 +38,9 @@ const Verb kVerbs[] = {
     {"Raise", {"raise", "card0", "TEMPERATURE_ABOVE_WARN"}, true},
     {"Clear", {"clear", "card1", "errors.FLASHBACK"}, true},
     {"Fail", {"fail", "vsl_open", "--code", "12", "--text", "a text of many letters"}, true},
-    {"Heal", {"heal", "vsl_close"}, true},
+    {"ClearFailure", {"clear-failure", "vsl_close"}, true},
     {"Sysfs", {"sysfs", "FOLDER/sys"}, false},
-    {"Play", {"play", "FOLDER/story.json", "--speed", "1000000"}, true},
+    {"Play", {"play", "FOLDER/scenario.json", "--speed", "1000000"}, true},
 };
 
 struct Outcome {
@@ -50,7 +50,7 @@ struct Outcome {
   bool wasShort;
 };
 
-// What leaves the program's `main` ends it, and must not go on as a test.
+// noexcept: an exception that leaves `main` must end the process, not continue in the test.
 int RunMain(int count, char** words) noexcept {
   return CardsimMain(count, words);
 }
@@ -67,7 +67,8 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
         {"name": "card1", "id": 2, "current_errors": 256, "pci_bus": 4}],
         "failures": {"vsl_close": {"code": 5, "text": "fails for a while"}}})";
     Spill(m_Before);
-    std::ofstream(m_Folder / "story.json") << R"({"title": "A story of many letters", "steps": [
+    std::ofstream(m_Folder / "scenario.json")
+        << R"({"title": "A scenario of many letters", "steps": [
         {"do": "raise", "card": "card0", "what": "FLASHBACK", "say": "a word of many letters"},
         {"after_ms": 1, "do": "set", "card": "card1", "what": "board_name", "to": "another board"},
         {"do": "fail", "what": "vsl_open"}]})";
@@ -122,12 +123,12 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
     const std::string after = Slurp();
     EXPECT_EQ(GetParam().changes, after != m_Before);
     int failures = 0;
-    // What one failure does is seen at each place; that all fail after it, at every fifth.
+    // One failure is tried at each place; lasting failure, at every fifth.
     for (;; failures += kind == Shortage::OfOne ? 1 : 5) {
       PutBack();
       const Outcome outcome = Run(failures, kind);
       if (!outcome.wasShort && outcome.code == 0) break;
-      // Some memory is only asked for to be faster.
+      // Some allocations are optional.
       if (outcome.code == 0) {
         ASSERT_EQ(whole.out, outcome.out + outcome.err) << failures;
         ASSERT_EQ(after, Slurp()) << failures;
@@ -136,12 +137,12 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
       ASSERT_EQ(1, outcome.code) << "allocation " << failures << ": " << outcome.err;
       const bool isSaved = outcome.err == "cardsim: out of memory; the change is saved\n";
       ASSERT_TRUE(isSaved || outcome.err == "cardsim: out of memory\n") << outcome.err << failures;
-      // A story stops between two of its changes; any other command makes its change or does not.
-      const bool isStory = GetParam().arguments[0] == "play";
-      ASSERT_TRUE(isStory || Slurp() == (isSaved ? after : m_Before)) << failures;
+      // A scenario stops between two changes; any other command makes its change completely or not.
+      const bool isScenario = GetParam().arguments[0] == "play";
+      ASSERT_TRUE(isScenario || Slurp() == (isSaved ? after : m_Before)) << failures;
       ASSERT_FALSE(std::filesystem::exists(Path().string() + ".new")) << failures;
       ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); })) << failures;
-      // Most of the time would go into these, and they differ in nothing.
+      // Slow, and alike at all places.
       if (isSaved || failures % 20 != 0) continue;
       const Outcome again = Run(kEnough, kind);
       ASSERT_EQ(whole.out + "[0]", again.out + again.err + "[" + std::to_string(again.code) + "]");
@@ -162,7 +163,7 @@ TEST_P(ProgramMemory, EndsCleanlyWhenNoMemoryIsLeft) {
   Sweep(Shortage::OfAll);
 }
 
-TEST_F(Program, EachCommandHasARowOfShortages) {
+TEST_F(Program, EveryCommandHasAMemoryRow) {
   std::set<std::string> rows;
   for (const Verb& row : kVerbs) rows.insert(row.arguments.front());
   EXPECT_EQ(Commands(), rows);

@@ -1,4 +1,4 @@
-// What another user could have put in the way of the state file.
+// Files, folders and links that another user could have put in the way of the state file.
 #include <sys/stat.h>
 
 #include <regex>
@@ -122,7 +122,7 @@ TEST_P(FileRules, DecideWhichFileIsOpened) {
 INSTANTIATE_TEST_SUITE_P(Table, FileRules, ::testing::ValuesIn(kFiles),
                          [](const auto& row) { return std::string(row.param.name); });
 
-// The doors, as far as this user can plant something for itself.
+// As far as this user can create such things.
 class Planted : public SimulatedCards {
  protected:
   std::string Cards() {
@@ -153,7 +153,7 @@ TEST_F(Planted, LinksInACircleEnd) {
   EXPECT_EQ(Path().string() + ": Too many levels of symbolic links", Cards());
 }
 
-TEST_F(Planted, ALinkInThePlaceOfTheLockIsNotFollowed) {
+TEST_F(Planted, ALinkNamedLikeTheLockIsNotFollowed) {
   const auto lock = Path().string() + ".lock";
   const auto victim = m_Folder / "victim";
   std::filesystem::remove(lock);
@@ -163,7 +163,7 @@ TEST_F(Planted, ALinkInThePlaceOfTheLockIsNotFollowed) {
   EXPECT_EQ("no error", Cards());
 }
 
-TEST_F(Planted, ALinkInThePlaceOfTheNextVersionIsReplaced) {
+TEST_F(Planted, ALinkNamedLikeTheDraftIsReplaced) {
   const auto victim = m_Folder / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_symlink(victim, Path().string() + ".new");
@@ -172,7 +172,7 @@ TEST_F(Planted, ALinkInThePlaceOfTheNextVersionIsReplaced) {
   EXPECT_FALSE(std::filesystem::is_symlink(Path()));
 }
 
-TEST_F(Planted, AFolderThatEverybodyMayWriteIsNothingForRoot) {
+TEST_F(Planted, RootRejectsAFolderThatAnyoneMayWrite) {
   chmod(m_Folder.c_str(), 0777);
   const std::string why = Path().string() + ": not trusted: " + m_Folder.string() + " " + kOthers;
   EXPECT_EQ(ForRoot(why), Cards());
@@ -185,18 +185,18 @@ TEST_F(Planted, AFolderThatEverybodyMayWriteIsNothingForRoot) {
   EXPECT_EQ("no error", Edit());
 }
 
-TEST_F(Planted, AFileThatEverybodyMayWriteIsNothingForRoot) {
+TEST_F(Planted, RootRejectsAFileThatAnyoneMayWrite) {
   chmod(Path().c_str(), 0666);
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
 }
 
-TEST_F(Planted, ASecondNameInAnOpenFolderIsNotTaken) {
+TEST_F(Planted, AFileWithASecondNameInAnOpenFolderIsRejected) {
   chmod(m_Folder.c_str(), 01777);
   std::filesystem::create_hard_link(Path(), m_Folder / "second");
   EXPECT_EQ(Path().string() + ": not trusted: the file has a second name", Cards());
 }
 
-TEST_F(Planted, AnotherUsersFileAndLinkAreNothingForRoot) {
+TEST_F(Planted, RootRejectsAnotherUsersFileAndLink) {
   if (!IsRoot()) GTEST_SKIP() << "only root can give files away";
   ASSERT_EQ(0, chown(Path().c_str(), 65534, 65534));
   EXPECT_EQ(Path().string() + ": not trusted: the file belongs to uid 65534", Edit());
@@ -210,7 +210,7 @@ TEST_F(Planted, AnotherUsersFileAndLinkAreNothingForRoot) {
             ErrorOf([&] { CardSim::StateFile(link).Cards(); }));
 }
 
-TEST_F(Planted, AMarkOfASysfsTreeThatIsALinkIsNotWrittenThrough) {
+TEST_F(Planted, AMarkThatIsALinkIsNotWrittenThrough) {
   const auto victim = m_Folder / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Folder / "sys/bus/pci");
@@ -220,7 +220,7 @@ TEST_F(Planted, AMarkOfASysfsTreeThatIsALinkIsNotWrittenThrough) {
   EXPECT_EQ("precious", Slurp(victim));
 }
 
-// A folder of another user, with a link to one of root's, at each depth below it.
+// A folder of another user with a link to one of root's, at each depth below it.
 class PlantedWays : public Planted, public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
@@ -243,14 +243,14 @@ class PlantedWays : public Planted, public ::testing::WithParamInterface<const c
   }
 };
 
-TEST_P(PlantedWays, NoFolderOfAStateFileIsMadeThere) {
+TEST_P(PlantedWays, NoFolderOfAStateFileIsCreatedThere) {
   const auto file = Theirs() / GetParam() / "new/newer/cards.json";
   EXPECT_EQ(Refusal(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
   EXPECT_FALSE(std::filesystem::exists(Theirs() / GetParam() / "new"));
 }
 
-TEST_P(PlantedWays, NoSysfsTreeIsMadeThere) {
+TEST_P(PlantedWays, NoSysfsTreeIsCreatedThere) {
   const auto folder = Theirs() / GetParam() / "sys";
   EXPECT_EQ(Refusal(folder / "bus/pci/.cardsim"), ErrorOf([&] { File().WriteSysfs(folder); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
@@ -261,7 +261,7 @@ INSTANTIATE_TEST_SUITE_P(Table, PlantedWays,
                          ::testing::Values(".", "link", "one", "one/link", "one/two",
                                            "one/two/link", "none"));
 
-TEST_F(Planted, FoldersThatAreMissingAreMadeByWayOfOwnLinks) {
+TEST_F(Planted, MissingFoldersAreCreatedThroughOwnLinks) {
   std::filesystem::create_directory(m_Folder / "real");
   std::filesystem::create_directory_symlink("real", m_Folder / "way");
   const auto file = m_Folder / "way/a/../b/cards.json";
@@ -269,7 +269,7 @@ TEST_F(Planted, FoldersThatAreMissingAreMadeByWayOfOwnLinks) {
   EXPECT_TRUE(std::filesystem::exists(m_Folder / "real/b/cards.json"));
 }
 
-TEST_F(Planted, DevicesThatAreALinkAreNotWrittenThrough) {
+TEST_F(Planted, ADevicesFolderThatIsALinkIsNotWrittenThrough) {
   File().AddCard(0x1003);
   const auto victim = m_Folder / "victim";
   std::filesystem::create_directories(victim);
@@ -282,7 +282,7 @@ TEST_F(Planted, DevicesThatAreALinkAreNotWrittenThrough) {
   EXPECT_FALSE(std::filesystem::is_symlink(devices));
 }
 
-TEST_F(Planted, AMarkThatIsALinkToARegularFileIsRefused) {
+TEST_F(Planted, AMarkThatIsALinkToARegularFileIsRejected) {
   const auto victim = m_Folder / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Folder / "sys/bus/pci");
@@ -309,7 +309,7 @@ std::vector<std::filesystem::path> SourceFiles() {
   return files;
 }
 
-TEST(Environment, IsReadOnlyAsAPrivilegedProgramMay) {
+TEST(Environment, IsReadBySecureGetenvOnly) {
   const std::regex plain("[^_]getenv\\(");
   int files = 0;
   for (const auto& path : SourceFiles()) {
@@ -321,7 +321,7 @@ TEST(Environment, IsReadOnlyAsAPrivilegedProgramMay) {
   EXPECT_GT(files, 40);
 }
 
-TEST(Errors, AreNeverPrintedAsTheyAre) {
+TEST(Errors, AreNeverPrintedUnescaped) {
   const std::regex raw("(printf|puts|<<)[^;]*what\\(\\)");
   EXPECT_TRUE(std::regex_search("fprintf(stderr, text,\n error.what());", raw));
   int files = 0;

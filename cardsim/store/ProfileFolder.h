@@ -1,0 +1,31 @@
+// The profile files of a site.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "cardsim/store/Profiles.h"
+
+namespace CardSim {
+
+class ProfileFolder {
+ public:
+  // The folder that CARDSIM_PROFILES names, else share/corvane/profiles beside the folder of this
+  // library, in a build tree as in an installed one. Not read yet.
+  ProfileFolder();
+
+  // The names of the files NAME.json, sorted. Empty if the default folder does not exist. Throws
+  // `std::runtime_error` if the folder cannot be listed.
+  std::vector<std::string> Names() const;
+
+  // The profile of NAME.json. Throws `std::runtime_error`, "FILE: why", if the file is missing,
+  // damaged, or another user could have put it there.
+  Profile Read(const std::string& name) const;
+
+ private:
+  std::filesystem::path m_Path;
+  bool m_IsDefault;
+};
+
+}  // namespace CardSim

@@ -1,0 +1,195 @@
+// Profiles that a site adds as files.
+#include <sys/stat.h>
+
+#include "tests/cardsim/ProgramFixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class ProfileFiles : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    fs::create_directory(Folder());
+    setenv("CARDSIM_PROFILES", Folder().c_str(), 1);
+  }
+
+  void TearDown() override {
+    unsetenv("CARDSIM_PROFILES");
+    Program::TearDown();
+  }
+
+  fs::path Folder() const { return m_Folder / "profiles"; }
+  fs::path Of(const std::string& name) const { return Folder() / (name + ".json"); }
+  void Write(const std::string& name, const std::string& text) const {
+    std::ofstream(Of(name)) << text;
+  }
+};
+
+constexpr const char* kLarge = R"({
+  "pci_device_id": "0x3003",
+  "board_name": "Flash Adapter 6.4TB",
+  "iom_state": 2,
+  "temp_internal_deg_c": 46.3,
+  "volumes": [{"state": 0, "settable": false}]
+})";
+
+TEST_F(ProfileFiles, AreAddedByName) {
+  Write("flash-6400g", kLarge);
+  EXPECT_EQ("added card0: Flash Adapter 6.4TB, /dev/fct0\n[0]", Run("add flash-6400g"));
+  EXPECT_EQ("12291", File().Get("card0", "pci_device_id"));
+  EXPECT_EQ("46.3", File().Get("card0", "temp_internal_deg_c"));
+  EXPECT_EQ(R"([{"state":0,"settable":false}])", File().Get("card0", "volumes"));
+  EXPECT_EQ("\"FA00000001\"", File().Get("card0", "serial_number"));
+}
+
+TEST_F(ProfileFiles, LeaveOutWhatACardLacks) {
+  Write("flash-6400g", kLarge);
+  File().AddCard(std::string("flash-6400g"));
+  EXPECT_EQ("absent", File().Get("card0", "beacon_state"));
+}
+
+TEST_F(ProfileFiles, AreAddedByDeviceId) {
+  Write("a-first-one", R"({"pci_device_id": "0x3004"})");
+  Write("flash-6400g", kLarge);
+  EXPECT_EQ("added card0: Flash Adapter 6.4TB, /dev/fct0\n[0]", Run("add 3003"));
+  EXPECT_EQ("card1", File().AddCard(std::uint16_t{0x3003}));
+  EXPECT_EQ("\"Flash Adapter 6.4TB\"", File().Get("card1", "board_name"));
+}
+
+TEST_F(ProfileFiles, MayBeNamedLikeADeviceId) {
+  Write("cafe", kLarge);
+  EXPECT_EQ("added card0: Flash Adapter 6.4TB, /dev/fct0\n[0]", Run("add cafe"));
+}
+
+TEST_F(ProfileFiles, HaveOneUnitByDefault) {
+  Write("plain", R"({"pci_device_id": 1})");
+  File().AddCard(std::string("plain"));
+  EXPECT_EQ(R"([{"state":1,"settable":true}])", File().Get("card0", "volumes"));
+}
+
+TEST_F(ProfileFiles, AreListedByHelp) {
+  Write("my-odd-card", kLarge);
+  EXPECT_NE(std::string::npos, Run("add --help").find("my-odd-card"));
+  EXPECT_EQ("my-odd-card", CardSim::StateFile::Profiles().back());
+}
+
+TEST_F(ProfileFiles, AreUsableInScenarios) {
+  Write("flash-6400g", kLarge);
+  std::ofstream(m_Folder / "scenario.json")
+      << R"({"title": "T", "steps": [{"do": "add", "what": "flash-6400g"}]})";
+  EXPECT_EQ("T\n   0.0 s  added card0, flash-6400g\n[0]",
+            Run("play " + (m_Folder / "scenario.json").string()));
+}
+
+TEST_F(ProfileFiles, DoNotReplaceBuiltInKinds) {
+  Write("flash-785g", "{broken");
+  EXPECT_EQ("added card0: Flash Adapter 785GB, /dev/fct0\n[0]", Run("add flash-785g"));
+  EXPECT_EQ("added card1: Flash Adapter 785GB, /dev/fct1\n[0]", Run("add 0x1003"));
+}
+
+TEST_F(ProfileFiles, AreSuggestedForAWrongName) {
+  Write("my-odd-card", kLarge);
+  EXPECT_EQ("cardsim: unknown kind of card my-od-card; did you mean my-odd-card?\n[3]",
+            Run("add my-od-card"));
+}
+
+TEST_F(ProfileFiles, OfOtherFoldersAreNotUsed) {
+  std::ofstream(m_Folder / "outside.json") << kLarge;
+  EXPECT_EQ("cardsim: unknown kind of card ../outside\n[3]", Run("add ../outside"));
+}
+
+TEST_F(ProfileFiles, OfAMissingFolderAreReported) {
+  fs::remove_all(Folder());
+  EXPECT_EQ("cardsim: " + Folder().string() + ": No such file or directory\n[1]",
+            Run("add my-odd-card"));
+}
+
+TEST_F(ProfileFiles, InAnOpenFolderMustHaveOneName) {
+  Write("linked", kLarge);
+  fs::create_hard_link(Of("linked"), m_Folder / "second");
+  ASSERT_EQ(0, chmod(Folder().c_str(), 01777));
+  EXPECT_EQ("cardsim: " + Of("linked").string() + ": not trusted: the file has a second name\n[1]",
+            Run("add linked"));
+}
+
+// The folder structure of an installation and of a build tree.
+TEST_F(ProfileFiles, AreFoundBesideTheLibrary) {
+  unsetenv("CARDSIM_PROFILES");
+  const fs::path prefix = m_Folder / "prefix";
+  for (const char* folder : {"bin", "lib", "share/corvane/profiles"}) {
+    fs::create_directories(prefix / folder);
+  }
+  fs::copy(CARDSIM_PROGRAM, prefix / "bin/cardsim");
+  fs::copy(CARDSIM_LIBRARY, prefix / "lib/libvsl_abstraction.so");
+  std::ofstream(prefix / "share/corvane/profiles/flash-6400g.json") << kLarge;
+  EXPECT_EQ("added card0: Flash Adapter 6.4TB, /dev/fct0\n[0]",
+            RunOf(prefix / "bin/cardsim", "add flash-6400g"));
+}
+
+struct Bad {
+  const char* name;
+  const char* text;
+  const char* error;
+};
+
+const Bad kBad[] = {
+    {"Empty", "", ": line 1, column 1: invalid JSON"},
+    {"Broken", "{broken", ": line 1, column 2: invalid JSON"},
+    {"List", "[]", ": must be an object"},
+    {"NoDeviceId", R"({"board_name": "b"})", ": has no \"pci_device_id\""},
+    {"LargeDeviceId", R"({"pci_device_id": 65536})",
+     ": pci_device_id: must be a whole number from 0 to 65535"},
+    {"LargeHexDeviceId", R"({"pci_device_id": "0x10000"})",
+     ": pci_device_id: must be a whole number from 0 to 65535"},
+    {"NoHexDeviceId", R"({"pci_device_id": "0x10zz"})",
+     ": pci_device_id: must be a whole number from 0 to 65535"},
+    {"UnknownAttribute", R"({"pci_device_id": 1, "bord_name": "b"})",
+     ": bord_name: unknown attribute; did you mean board_name?"},
+    {"NumberForString", R"({"pci_device_id": 1, "board_name": 5})",
+     ": board_name: must be a string"},
+    {"StringForFlag", R"({"pci_device_id": 1, "in_use": "no"})", ": in_use: must be true or false"},
+    {"StringForFloat", R"({"pci_device_id": 1, "power_limit_watts": "24"})",
+     ": power_limit_watts: must be a number"},
+    {"DevicePath", R"({"pci_device_id": 1, "device_path": "/dev/fct0"})",
+     ": device_path: is set by the slot, not by the profile"},
+    {"SerialNumber", R"({"pci_device_id": 1, "serial_number": "FA1"})",
+     ": serial_number: is set by the slot, not by the profile"},
+    {"PciBus", R"({"pci_device_id": 1, "pci_bus": 3})",
+     ": pci_bus: is set by the slot, not by the profile"},
+    {"BadVolume", R"({"pci_device_id": 1, "volumes": [{"state": 2}]})",
+     ": volumes[0].state: must be a whole number from 0 to 1"},
+};
+
+class BadProfile : public ProfileFiles, public ::testing::WithParamInterface<Bad> {};
+
+TEST_P(BadProfile, IsReportedAndNothingChanges) {
+  Write("odd", GetParam().text);
+  const std::string before = Slurp();
+  const std::string error = "cardsim: " + Of("odd").string() + GetParam().error + "\n[1]";
+  EXPECT_EQ(error, Run("add odd"));
+  // Any file might have this id.
+  EXPECT_EQ(error, Run("add 9999"));
+  EXPECT_EQ(before, Slurp());
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, BadProfile, ::testing::ValuesIn(kBad),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(ProfileFiles, ThatAreTooLargeAreReported) {
+  Write("odd", std::string(1048577, ' '));
+  EXPECT_EQ("cardsim: " + Of("odd").string() + ": is too large for a profile\n[1]", Run("add odd"));
+}
+
+TEST_F(ProfileFiles, ThatAreFoldersAreReported) {
+  fs::create_directory(Of("odd"));
+  EXPECT_EQ("cardsim: " + Of("odd").string() + ": is not a regular file\n[1]", Run("add odd"));
+}
+
+TEST_F(ProfileFiles, ThatLinkToNothingAreReported) {
+  fs::create_symlink("nothing.json", Of("odd"));
+  EXPECT_EQ("cardsim: " + Of("odd").string() + ": no such file\n[1]", Run("add odd"));
+}
+
+}  // namespace
