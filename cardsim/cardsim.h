@@ -1,9 +1,7 @@
 // Control interface of the simulated card library, for tests and tools.
 //
-// `StateFile` edits the file of simulated cards, as the program `cardsim` does. The functions after
-// it observe and change how the card library behaves in this process: call log, hook, calls made to
-// fail, open handles and misuse. The card library's own functions are those of
-// host/vsl_abstraction.h.
+// `StateFile` edits the file of simulated cards. The functions after it observe and change how the
+// card library behaves in this process. Its own functions are those of host/vsl_abstraction.h.
 //
 // A string that a card library call returns is valid until the next call with the same handle or
 // `vsl_fini`. Its bytes are then overwritten with '~'; under the address sanitizer they are freed.
@@ -24,8 +22,7 @@
 
 namespace CardSim {
 
-// An unknown card, attribute, status bit, kind of card or function. The message is one line and
-// suggests the nearest known name, if any.
+// An unknown card, attribute, status bit, kind of card or function. The message may suggest a name.
 class CARDSIM_API NoSuchThing : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -35,8 +32,8 @@ class CARDSIM_API NoSuchThing : public std::runtime_error {
 // state is "failed", as a host treats it. Never null; static.
 CARDSIM_API const char* CardStateName(std::uint64_t state);
 
-// A file of simulated cards. Holds only the path: the object may be copied, and each function opens
-// the file anew.
+// A file of simulated cards. Holds only the path: the object may be copied, and each function
+// opens the file again.
 //
 // Each change is atomic and made under the file's lock. Other processes and the card library in
 // this one see it when they next name or open a card, and status masks at their next read.

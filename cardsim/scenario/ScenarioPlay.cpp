@@ -5,8 +5,8 @@
 #include <new>
 #include <stdexcept>
 
+#include "base/Printable.h"
 #include "cardsim/scenario/Scenario.h"
-#include "cardsim/store/Printable.h"
 
 namespace CardSim {
 namespace {
@@ -56,7 +56,7 @@ Scenario ReadScenario(const std::filesystem::path& path) {
     return ParseScenario(text);
   } catch (const std::runtime_error& error) {
     // A name from the file that is part of the message may contain anything.
-    throw std::runtime_error(Printable(path.string() + ": " + error.what()));
+    throw std::runtime_error(Base::Printable(path.string() + ": " + error.what()));
   }
 }
 

@@ -9,11 +9,11 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "cardsim/store/CancellationShield.h"
-#include "cardsim/store/InputFile.h"
+#include "base/CancellationGuard.h"
+#include "base/FileReplacement.h"
 #include "cardsim/store/RunningJobs.h"
 #include "cardsim/store/StateText.h"
-#include "cardsim/store/TrustedPath.h"
+#include "cardsim/store/TrustedFile.h"
 
 namespace CardSim {
 namespace {
@@ -25,23 +25,14 @@ constexpr std::int64_t kLargestFile = 64 << 20;
 
 constexpr const char* kMissing = "no such file; `cardsim new` creates one";
 
-void WriteAll(const FileHandle& file, const fs::path& path, const std::string& text) {
-  std::size_t written = 0;
-  while (written < text.size()) {
-    const ssize_t count = write(file.Get(), text.data() + written, text.size() - written);
-    if (count < 0 && errno != EINTR) FailWithErrno(path);
-    if (count > 0) written += static_cast<std::size_t>(count);
-  }
-}
-
 // One version of the file, read and checked. The caller may edit the state.
 struct Reading {
   std::shared_ptr<State> state;
-  FileHandle file;
+  Base::Descriptor file;
   struct stat status;
 };
 
-Reading Read(const fs::path& path, const Place& place) {
+Reading Read(const fs::path& path, const Base::TrustedFolder& place) {
   InputFile input = OpenInputFile(path, place, kMissing, kLargestFile,
                                   "is too large for a file of simulated cards");
   Reading reading{nullptr, std::move(input.file), input.status};
@@ -54,7 +45,7 @@ Reading Read(const fs::path& path, const Place& place) {
   return reading;
 }
 
-void Keep(FileVersion& loaded, FileHandle file, const struct stat& status) noexcept {
+void Keep(FileVersion& loaded, Base::Descriptor file, const struct stat& status) noexcept {
   loaded.file = std::move(file);
   loaded.inode = status.st_ino;
   loaded.size = status.st_size;
@@ -76,13 +67,14 @@ bool DropDeadJobs(State& state) {
 
 // The lock is a separate file, because the state file is replaced. Others may write it: its content
 // does not matter.
-FileHandle Lock(const fs::path& path, const Place& state) {
+Base::Descriptor Lock(const fs::path& path, const Base::TrustedFolder& state) {
   const fs::path name = path.string() + ".lock";
-  const int folder = state.folder.Get();
-  const std::string lock = state.name + ".lock";
-  FileHandle file = OpenAt(folder, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
+  const int folder = state.m_Folder.Get();
+  const std::string lock = state.m_Name + ".lock";
+  Base::Descriptor file =
+      Base::OpenAt(folder, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
   // A lock file of another user may be read-only for us, which is enough to lock it.
-  if (!file.IsOpen()) file = OpenAt(folder, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!file.IsOpen()) file = Base::OpenAt(folder, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file.IsOpen() && errno == ELOOP) FailAt(name, "not trusted: the file is a symbolic link");
   if (!file.IsOpen()) FailWithErrno(name);
   struct stat status = {};
@@ -95,78 +87,56 @@ FileHandle Lock(const fs::path& path, const Place& state) {
   return file;
 }
 
-// The next version of the file, complete and on the disk, but not yet at its name. Removed again
-// unless it gets there.
-class NextVersion {
- public:
-  NextVersion(const fs::path& path, const Place& place, mode_t mode)
-      : m_Path(path.string() + ".new"),
-        m_Place(place),
-        m_Name(place.name + ".new"),
-        // Opened now, when it may still fail.
-        m_Folder(OpenAt(place.folder.Get(), ".", O_RDONLY | O_DIRECTORY)) {
-    // A leftover of a process that died while writing may belong to someone else.
-    Remove();
-    m_File = OpenAt(place.folder.Get(), m_Name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
-    if (!m_File.IsOpen()) FailWithErrno(m_Path);
-    m_IsThere = true;
+// The state as the next version of the file: written to a draft, not installed.
+struct Draft {
+  Draft(const fs::path& path, const Base::TrustedFolder& folder, mode_t mode)
+      : m_Path(path.string() + ".new"), m_File(folder.m_Folder.Get(), folder.m_Name) {
+    // A fixed name: the lock is held, and the leftover of a process that was killed is replaced.
+    Check(m_File.OpenDraft(folder.m_Name + ".new", mode));
   }
-  ~NextVersion() {
-    if (m_IsThere) Remove();
-  }
-  NextVersion(const NextVersion&) = delete;
-  NextVersion& operator=(const NextVersion&) = delete;
 
   struct stat Write(const std::string& text) {
-    WriteAll(m_File, m_Path, text);
+    Check(m_File.Write(text));
     struct stat status = {};
-    if (fsync(m_File.Get()) != 0 || fstat(m_File.Get(), &status) != 0) FailWithErrno(m_Path);
+    if (fstat(m_File.Draft().Get(), &status) != 0) FailWithErrno(m_Path);
     return status;
   }
 
-  // The last thing that can fail. Gives the file, still open.
-  FileHandle Install() {
-    const int folder = m_Place.folder.Get();
-    if (renameat(folder, m_Name.c_str(), folder, m_Place.name.c_str()) != 0) {
-      FailWithErrno(m_Path);
-    }
-    m_IsThere = false;
-    // A folder that cannot be synced costs durability after a power loss, not consistency.
-    if (m_Folder.IsOpen()) fsync(m_Folder.Get());
-    return std::move(m_File);
+  // The last step that can fail. Returns the file, still open.
+  Base::Descriptor Install() {
+    Check(m_File.Install());
+    return m_File.TakeFile();
   }
 
  private:
-  void Remove() { unlinkat(m_Place.folder.Get(), m_Name.c_str(), 0); }
+  void Check(int error) const {
+    if (error != 0) FailWith(m_Path, error);
+  }
 
-  const fs::path m_Path;
-  const Place& m_Place;
-  const std::string m_Name;
-  const FileHandle m_Folder;
-  FileHandle m_File;
-  bool m_IsThere = false;
+  const fs::path m_Path;  // for messages
+  Base::FileReplacement m_File;
 };
 
 }  // namespace
 
 void FileStore::Create(bool overwrite) const {
-  const CancellationShield shield;
-  const Place place = LocateInNewFolders(m_Path);
-  const FileHandle lock = Lock(m_Path, place);
+  const Base::CancellationGuard guard;
+  const Base::TrustedFolder place = CreateFolderOf(m_Path);
+  const Base::Descriptor lock = Lock(m_Path, place);
   struct stat status = {};
-  if (fstatat(place.folder.Get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+  if (fstatat(place.m_Folder.Get(), place.m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
     if (!overwrite) FailAt(m_Path, "already exists; `cardsim new --force` replaces it");
     if (!S_ISREG(status.st_mode)) FailAt(m_Path, "is not a regular file");
   }
   const std::string text = FormatState(State());
-  NextVersion next(m_Path, place, ModeOfNewFile());
-  next.Write(text);
-  next.Install();
+  Draft draft(m_Path, place, ModeOfNewFile());
+  draft.Write(text);
+  draft.Install();
 }
 
 FileVersionPtr FileStore::Load() const {
-  const CancellationShield shield;
-  Reading reading = Read(m_Path, Locate(m_Path));
+  const Base::CancellationGuard guard;
+  Reading reading = Read(m_Path, FolderOf(m_Path, kMissing));
   DropDeadJobs(*reading.state);
   auto loaded = std::make_shared<FileVersion>();
   loaded->state = std::move(reading.state);
@@ -175,7 +145,7 @@ FileVersionPtr FileStore::Load() const {
 }
 
 bool FileStore::IsCurrent(const FileVersion& loaded) const {
-  const CancellationShield shield;
+  const Base::CancellationGuard guard;
   struct stat status = {};
   if (stat(m_Path.c_str(), &status) != 0) return false;
   const bool same = status.st_ino == loaded.inode && status.st_size == loaded.size &&
@@ -189,11 +159,11 @@ bool FileStore::IsCurrent(const FileVersion& loaded) const {
 }
 
 FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
-  const CancellationShield shield;
-  const Place place = Locate(m_Path);
+  const Base::CancellationGuard guard;
+  const Base::TrustedFolder place = FolderOf(m_Path, kMissing);
   // Before the lock: no lock file is created for a missing state file.
   OpenForReading(m_Path, place, kMissing);
-  const FileHandle lock = Lock(m_Path, place);
+  const Base::Descriptor lock = Lock(m_Path, place);
   Reading reading = Read(m_Path, place);
   const bool dropped = DropDeadJobs(*reading.state);
   const bool changed = change(*reading.state);
@@ -205,9 +175,9 @@ FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const 
   }
   CheckState(*reading.state);
   const std::string text = FormatState(*reading.state);
-  NextVersion next(m_Path, place, reading.status.st_mode & 0777);
-  const struct stat status = next.Write(text);
-  Keep(*loaded, next.Install(), status);
+  Draft draft(m_Path, place, reading.status.st_mode & 0777);
+  const struct stat status = draft.Write(text);
+  Keep(*loaded, draft.Install(), status);
   return loaded;
 }
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "cardsim/store/FileHandle.h"
+#include "base/Descriptor.h"
 #include "cardsim/store/State.h"
 
 namespace CardSim {
@@ -15,7 +15,7 @@ namespace CardSim {
 // be mistaken for it. Handles of cards share ownership of the state.
 struct FileVersion {
   std::shared_ptr<const State> state;
-  FileHandle file;
+  Base::Descriptor file;
   std::uint64_t inode = 0;
   std::int64_t size = 0;
   std::int64_t mtimeSeconds = 0;

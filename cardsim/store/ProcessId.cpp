@@ -13,8 +13,8 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "cardsim/store/CancellationShield.h"
-#include "cardsim/store/FileHandle.h"
+#include "base/CancellationGuard.h"
+#include "base/Descriptor.h"
 
 namespace CardSim {
 namespace {
@@ -38,7 +38,7 @@ const char* Field(const char* line, int number) {
 std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
   char name[32];
   std::snprintf(name, sizeof name, "/proc/%lld/stat", static_cast<long long>(pid));
-  const FileHandle file(open(name, O_RDONLY | O_CLOEXEC));
+  const Base::Descriptor file(open(name, O_RDONLY | O_CLOEXEC));
   char text[1024];
   const ssize_t length = file.IsOpen() ? read(file.Get(), text, sizeof text - 1) : -1;
   if (length < 0) return std::nullopt;
@@ -60,7 +60,7 @@ ProcessId ThisProcess() {
   static std::atomic<std::uint64_t> start{0};
   const std::int64_t pid = getpid();
   if (known.load(std::memory_order_acquire) == pid) return {pid, start.load()};
-  const CancellationShield shield;
+  const Base::CancellationGuard guard;
   const auto line = ReadProcessLine(pid);
   // Without /proc, processes are distinguished by their number only.
   if (!line && errno != ENOENT) {
@@ -74,7 +74,7 @@ ProcessId ThisProcess() {
 bool IsAlive(const ProcessId& process) {
   if (process.pid <= 0) return false;
   if (kill(static_cast<pid_t>(process.pid), 0) != 0 && errno == ESRCH) return false;
-  const CancellationShield shield;
+  const Base::CancellationGuard guard;
   const auto line = ReadProcessLine(process.pid);
   if (!line) return true;
   return line->state != 'X' && line->state != 'Z' && line->start == process.start;

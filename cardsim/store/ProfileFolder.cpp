@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "cardsim/store/InputFile.h"
+#include "cardsim/store/TrustedFile.h"
 
 namespace CardSim {
 namespace {

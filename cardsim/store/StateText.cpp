@@ -242,7 +242,7 @@ void SetFromText(Card& card, const std::string& attribute, const std::string& te
   const Attribute known = FindOrRefuse(attribute);
   const AttributeInfo& info = InfoOf(known);
   At(card.values, known) = ValueFromJson(info, JsonFromArgument(info.kind, text), attribute);
-  // A state set by hand takes the card out of its job.
+  // Setting the state takes the card out of its job.
   if (known == Attribute::iom_state) card.job.reset();
 }
 

@@ -10,9 +10,8 @@
 #include <utility>
 
 #include "cardsim/cardsim.h"
-#include "cardsim/store/FileHandle.h"
 #include "cardsim/store/FileStore.h"
-#include "cardsim/store/TrustedPath.h"
+#include "cardsim/store/TrustedFile.h"
 
 namespace CardSim {
 namespace {
@@ -30,15 +29,12 @@ std::string Format(const char* format, Numbers... numbers) {
   return text;
 }
 
-[[noreturn]] void FailWithErrno(const fs::path& path) {
-  throw std::runtime_error(path.string() + ": " + std::generic_category().message(errno));
-}
-
 // Everything is created below an open folder, so that no part of the path can be replaced by a link
 // meanwhile. The paths are for messages.
-void WriteLine(const FileHandle& folder, const fs::path& path, const std::string& line) {
-  const FileHandle file = OpenAt(folder.Get(), path.filename().string(),
-                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, ModeOfNewFile());
+void WriteLine(const Base::Descriptor& folder, const fs::path& path, const std::string& line) {
+  const Base::Descriptor file =
+      Base::OpenAt(folder.Get(), path.filename().string(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW,
+                   ModeOfNewFile());
   const std::string text = line + '\n';
   const bool written = file.IsOpen() && write(file.Get(), text.data(), text.size()) ==
                                             static_cast<ssize_t>(text.size());
@@ -46,10 +42,10 @@ void WriteLine(const FileHandle& folder, const fs::path& path, const std::string
 }
 
 // Not open, with errno, if the name exists.
-FileHandle MakeFolder(const FileHandle& folder, const fs::path& path) {
+Base::Descriptor MakeFolder(const Base::Descriptor& folder, const fs::path& path) {
   const std::string name = path.filename().string();
-  if (mkdirat(folder.Get(), name.c_str(), ModeOfNewFolder()) != 0) return FileHandle();
-  return OpenAt(folder.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
+  if (mkdirat(folder.Get(), name.c_str(), ModeOfNewFolder()) != 0) return Base::Descriptor();
+  return Base::OpenAt(folder.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
 }
 
 std::string AddressOf(const Card& card) {
@@ -62,37 +58,37 @@ std::string AddressOf(const Card& card) {
 
 // The folder of the mark, which is created if missing. Below an untrusted folder, we would write
 // and remove where other users want.
-FileHandle MarkTree(const fs::path& mark) {
+Base::Descriptor MarkTree(const fs::path& mark) {
   struct stat status = {};
   const bool exists = lstat(mark.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
     throw std::runtime_error(mark.string() + ": is not a regular file");
   }
-  Place place = LocateInNewFolders(mark);
+  Base::TrustedFolder place = CreateFolderOf(mark);
   if (exists) {
     CheckTrusted(mark, place, status);
   } else {
-    WriteLine(place.folder, mark, "simulated cards");
+    WriteLine(place.m_Folder, mark, "simulated cards");
   }
-  return std::move(place.folder);
+  return std::move(place.m_Folder);
 }
 
 // The folder of the devices, empty.
-FileHandle ClearTree(const fs::path& folder) {
+Base::Descriptor ClearTree(const fs::path& folder) {
   const fs::path devices = folder / "bus/pci/devices";
   if (fs::exists(devices) && !fs::exists(folder / kMark)) {
     throw std::runtime_error(devices.string() + ": not written by cardsim; not replaced");
   }
   // The mark is written first, so that an incomplete tree can be replaced.
-  const FileHandle bus = MarkTree(folder / kMark);
+  const Base::Descriptor bus = MarkTree(folder / kMark);
   fs::remove_all(devices);
-  FileHandle made = MakeFolder(bus, devices);
+  Base::Descriptor made = MakeFolder(bus, devices);
   if (!made.IsOpen()) FailWithErrno(devices);
   return made;
 }
 
-void WriteDevice(const FileHandle& devices, const fs::path& folder, const Card& card) {
-  const FileHandle made = MakeFolder(devices, folder);
+void WriteDevice(const Base::Descriptor& devices, const fs::path& folder, const Card& card) {
+  const Base::Descriptor made = MakeFolder(devices, folder);
   if (!made.IsOpen() && errno == EEXIST) {
     throw std::runtime_error(card.name + ": another card has its PCI address " + AddressOf(card));
   }
@@ -107,7 +103,7 @@ void WriteDevice(const FileHandle& devices, const fs::path& folder, const Card& 
 void StateFile::WriteSysfs(const fs::path& folder) const {
   const auto loaded = FileStore(m_Path).Load();
   try {
-    const FileHandle devices = ClearTree(folder);
+    const Base::Descriptor devices = ClearTree(folder);
     for (const Card& card : loaded->state->cards) {
       WriteDevice(devices, folder / "bus/pci/devices" / AddressOf(card), card);
     }

@@ -7,7 +7,7 @@
 #include <iostream>
 #include <system_error>
 
-#include "cardsim/store/Printable.h"
+#include "base/Printable.h"
 
 namespace CardSim {
 
@@ -35,7 +35,7 @@ void NoteFailure(Write write) {
 }  // namespace
 
 void PrintLine(const std::string& line) {
-  const std::string printable = Printable(line);
+  const std::string printable = Base::Printable(line);
   NoteFailure([&] { std::cout << printable << '\n'; });
 }
 
@@ -46,7 +46,7 @@ void FlushOutput() {
 }
 
 void PrintError(const std::string& text) {
-  std::cerr << "cardsim: " << Printable(text) << '\n';
+  std::cerr << "cardsim: " << Base::Printable(text) << '\n';
 }
 
 }  // namespace CardSim

@@ -10,9 +10,9 @@
 #include <new>
 #include <nlohmann/json.hpp>
 
+#include "base/Printable.h"
 #include "cardsim/cardsim.h"
 #include "cardsim/scenario/Scenario.h"
-#include "cardsim/store/Printable.h"
 #include "cardsim/store/Suggest.h"
 #include "cardsim/tool/Output.h"
 #include "cardsim/tool/PlayCommand.h"
@@ -103,7 +103,7 @@ void Remove(Arguments& arguments) {
 
 // Padded to the column's width in characters.
 std::string Cell(const std::string& text, std::size_t width) {
-  std::string cell = CardSim::Printable(text);
+  std::string cell = Base::Printable(text);
   const auto isCharacter = [](char byte) {
     return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
   };
@@ -229,7 +229,7 @@ void AddCardArgument(CLI::App& command, Arguments& arguments) {
 // Read only when help is printed, because the profile folder is listed.
 std::string KindsText() {
   std::string text = "Profiles:";
-  for (const std::string& name : StateFile::Profiles()) text += "\n  " + CardSim::Printable(name);
+  for (const std::string& name : StateFile::Profiles()) text += "\n  " + Base::Printable(name);
   return text;
 }
 
@@ -367,7 +367,7 @@ int ParseAndRun(int argc, char** argv, Arguments& arguments) {
   app.set_help_flag("-h,--help", "print help and exit");
   app.add_option("--state", arguments.state, "file of the simulated cards")
       ->type_name("FILE")
-      ->default_str(CardSim::Printable(arguments.state));
+      ->default_str(Base::Printable(arguments.state));
   app.require_subcommand(1);
   app.fallthrough();
   DescribeCards(app, arguments, chosen);

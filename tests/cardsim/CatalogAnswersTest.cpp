@@ -35,8 +35,8 @@ void TellApart(CardSim::StateFile file) {
 }
 
 // Copied at once: the next call overwrites the string.
-template <class Answer>
-Answer Plain(Answer answer) {
+template <class Result>
+Result Plain(Result answer) {
   return answer;
 }
 std::string Plain(const char* text) {

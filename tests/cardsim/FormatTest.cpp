@@ -92,7 +92,7 @@ TEST_F(Format, IsRejectedOnAnAttachedCard) {
   EXPECT_EQ("2", File().Get("card0", "iom_state"));
 }
 
-struct Wish {
+struct Request {
   const char* name;
   const char* attribute;  // changed first
   const char* value;
@@ -104,7 +104,7 @@ vsl_code Sector(void* format, uint32_t bytes, vsl_error_record* err) {
   return vsl_iom_format_set_sector_size_bytes(format, bytes, err);
 }
 
-const Wish kRefused[] = {
+const Request kRefused[] = {
     {"SectorTooSmall", nullptr, nullptr,
      [](void* f, vsl_error_record* e) { return Sector(f, 256, e); },
      "the sector size must be 512 to 4096 bytes"},
@@ -143,7 +143,7 @@ const Wish kRefused[] = {
      "the card does not support overformatting"},
 };
 
-class RefusedFormat : public Format, public ::testing::WithParamInterface<Wish> {};
+class RefusedFormat : public Format, public ::testing::WithParamInterface<Request> {};
 
 TEST_P(RefusedFormat, SaysWhy) {
   if (GetParam().attribute != nullptr) {

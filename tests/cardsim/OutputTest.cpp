@@ -72,13 +72,13 @@ INSTANTIATE_TEST_SUITE_P(Table, ShownTexts, ::testing::ValuesIn(kShown),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // Arguments in `$'...'`, and the output. Bytes that are not UTF-8 have their own escape.
-struct Told {
+struct Printed {
   const char* name;
   const char* arguments;
   const char* answer;
 };
 
-const Told kTold[] = {
+const Printed kPrinted[] = {
     {"Card", "get $'c\\e[2J' pci_bus", "cardsim: no card named c\\x1b[2J\n[3]"},
     {"Attribute", "get card0 $'a\\nb'", "cardsim: unknown attribute a\\x0ab\n[3]"},
     {"Bit", "raise card0 $'\\u202e'", "cardsim: unknown status bit \\u202e\n[3]"},
@@ -96,7 +96,7 @@ const Told kTold[] = {
      "cardsim: /no\\x1b\\u009b/file: no such file; `cardsim new` creates one\n[1]"},
 };
 
-class PrintedTexts : public Output, public ::testing::WithParamInterface<Told> {};
+class PrintedTexts : public Output, public ::testing::WithParamInterface<Printed> {};
 
 TEST_P(PrintedTexts, ArePrintable) {
   const std::string script = (m_Folder / "script").string();
@@ -106,7 +106,7 @@ TEST_P(PrintedTexts, ArePrintable) {
   EXPECT_EQ(GetParam().answer, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kTold),
+INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kPrinted),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Output, AScenarioIsPrintedPrintably) {

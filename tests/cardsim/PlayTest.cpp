@@ -28,7 +28,7 @@ class Play : public Program {
   pid_t Start(const std::string& scenario) {
     const pid_t child = fork();
     if (child != 0) return child;
-    // A test run in the background may have been told to ignore Ctrl-C.
+    // A test run in the background may have inherited the setting to ignore Ctrl-C.
     signal(SIGINT, SIG_DFL);
     const bool ready = freopen((m_Folder / "out").c_str(), "w", stdout) != nullptr &&
                        freopen((m_Folder / "err").c_str(), "w", stderr) != nullptr;
@@ -157,7 +157,7 @@ struct Example {
 };
 
 const Example kExamples[] = {
-    {"HotCard", "hot-card.json", "  44.0 s  51.7 degrees, as before\n[0]", "0 0 2"},
+    {"HotCard", "hot-card.json", "  44.0 s  51.7 degrees, the normal temperature\n[0]", "0 0 2"},
     {"CardGoesAndReturns", "card-goes-and-returns.json",
      "  17.0 s  it has cooled down: 44.2 degrees\n[0]", "0 0 2"},
     {"Flicker", "flicker.json",

@@ -64,7 +64,7 @@ TEST_F(Scenarios, AttributesOfEveryTypeAreSet) {
   EXPECT_EQ("-3", Get("fw_current_micro_ver"));
 }
 
-TEST_F(Scenarios, AStringThatLooksLikeANumberRemainsAString) {
+TEST_F(Scenarios, ANumericStringRemainsAString) {
   Played(R"({"do": "set", "card": "card1", "what": "serial_number", "to": "5"})");
   EXPECT_EQ("\"5\"", Get("serial_number"));
 }

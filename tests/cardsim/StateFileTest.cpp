@@ -86,7 +86,7 @@ const Unknown kUnknowns[] = {
     {"SetAttribute", [](CardSim::StateFile f) { f.Set("card0", "pci_buss", "1"); },
      "unknown attribute pci_buss; did you mean pci_bus?"},
     {"GetAttribute", [](CardSim::StateFile f) { f.Get("card0", "serial"); },
-     "unknown attribute serial"},
+     "unknown attribute serial; did you mean serial_number?"},
     {"AbsentAttribute", [](CardSim::StateFile f) { f.MakeAbsent("card0", "xyz"); },
      "unknown attribute xyz"},
     {"Bit", [](CardSim::StateFile f) { f.Raise("card0", "warnings.FLASHBACK"); },
