@@ -39,7 +39,7 @@ ExitCode Main(const Words& arguments) {
     start.m_pCommand = NamedCommand(start.m_Options);
   }
   start.m_Monitored = GuessVerb(arguments, start.m_Options) == "check";
-  return start.m_Monitored && !start.m_Wrong ? RunGuarded(start) : RunCommand(start);
+  return start.m_Monitored && !start.m_Wrong ? RunIsolated(start) : RunCommand(start);
 }
 
 }  // namespace

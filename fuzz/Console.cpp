@@ -95,23 +95,23 @@ void Selector(const std::string& input) {
 
 // Input: a duration or a timestamp.
 void Times(const std::string& input) {
-  if (const auto span = Console::ReadSpan(input)) {
-    Require(span->count() >= 0, "a negative span");
-    const std::string milliseconds = std::to_string(span->count()) + "ms";
-    const auto again = Console::ReadSpan(milliseconds);
-    Require(!again || *again == *span, "a span changed on its way: " + milliseconds);
-    Require(!Console::ElapsedText(*span).empty(), "a span without a text");
+  if (const auto duration = Console::ReadDuration(input)) {
+    Require(duration->count() >= 0, "a negative duration");
+    const std::string milliseconds = std::to_string(duration->count()) + "ms";
+    const auto again = Console::ReadDuration(milliseconds);
+    Require(!again || *again == *duration, "a duration changed on its way: " + milliseconds);
+    Require(!Console::ElapsedText(*duration).empty(), "a duration without a text");
   }
-  std::uint64_t moment = 0;
-  if (!Accepted([&] { moment = Console::ParseMoment("--since", input, kNowMs); })) return;
-  Require(!Console::SinceText(moment, kNowMs).empty(), "a moment without a text");
+  std::uint64_t timestamp = 0;
+  if (!Accepted([&] { timestamp = Console::ParseTimestamp("--since", input, kNowMs); })) return;
+  Require(!Console::SinceText(timestamp, kNowMs).empty(), "a moment without a text");
 }
 
 // Input: the command line, one word per line.
 void Options(const std::string& input) {
   Console::Options options;
   if (!Accepted([&] { Console::ParseCommandLine(Lines(input), options); })) return;
-  Accepted([&] { Console::ParseSpan("--timeout", options.m_Timeout); });
+  Accepted([&] { Console::ParseDuration("--timeout", options.m_Timeout); });
   Console::Options again;
   // Words remain words after `--`.
   std::vector<std::string> words = options.m_Words;

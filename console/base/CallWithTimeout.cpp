@@ -26,16 +26,16 @@ struct Running {
   explicit Running(std::function<std::uint32_t()> call) : m_Task(std::move(call)) {}
 
   std::packaged_task<std::uint32_t()> m_Task;
-  Bell m_Ended;
+  Notifier m_Ended;
 };
 
 // A stop makes the bell's wait return at once, so it is not used when the stop does not count.
 bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadline& deadline,
               OnStop onStop) {
   while (!deadline.IsOver()) {
-    if (onStop == OnStop::GoOn) {
+    if (onStop == OnStop::Continue) {
       if (result.wait_for(deadline.Left()) == std::future_status::ready) return true;
-    } else if (StopAsked() || running.m_Ended.Wait(deadline.Left(), Interest())) {
+    } else if (StopRequested() || running.m_Ended.Wait(deadline.Left(), WaitSet())) {
       break;
     }
   }
@@ -46,7 +46,7 @@ std::thread StartThread(const std::shared_ptr<Running>& running) {
   try {
     return std::thread([running] {
       running->m_Task();
-      running->m_Ended.Ring();
+      running->m_Ended.Notify();
     });
   } catch (const std::system_error& e) {
     throw Failure(ExitCode::Failed, "NO_THREAD", "starting a thread", e.code().message(),
@@ -56,8 +56,8 @@ std::thread StartThread(const std::shared_ptr<Running>& running) {
 
 }  // namespace
 
-std::optional<std::uint32_t> CallPatiently(std::function<std::uint32_t()> call,
-                                           const Deadline& deadline, OnStop onStop) {
+std::optional<std::uint32_t> CallWithTimeout(std::function<std::uint32_t()> call,
+                                             const Deadline& deadline, OnStop onStop) {
   const auto running = std::make_shared<Running>(std::move(call));
   std::future<std::uint32_t> result = running->m_Task.get_future();
   std::thread thread = StartThread(running);

@@ -12,9 +12,9 @@ class Deadline {
   // Never over.
   Deadline() = default;
   explicit Deadline(std::chrono::steady_clock::time_point end) : m_End(end) {}
-  // From now on; without a span never over.
-  explicit Deadline(const std::optional<std::chrono::milliseconds>& span) {
-    if (span) m_End = std::chrono::steady_clock::now() + *span;
+  // From now on; without a duration never over.
+  explicit Deadline(const std::optional<std::chrono::milliseconds>& duration) {
+    if (duration) m_End = std::chrono::steady_clock::now() + *duration;
   }
 
   // The one of both that is over first.

@@ -22,7 +22,7 @@ constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
 
 }  // namespace
 
-std::optional<std::chrono::milliseconds> ReadSpan(const std::string& text) {
+std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
   // The steady clock, to which it is added, has room for ten times as much.
   constexpr std::int64_t kLongest = 10'000 * kMillisecondsOfDay;
   std::int64_t number = -1;
@@ -36,13 +36,13 @@ std::optional<std::chrono::milliseconds> ReadSpan(const std::string& text) {
   return std::nullopt;
 }
 
-std::chrono::milliseconds ParseSpan(const char* option, const std::string& text) {
-  if (const auto span = ReadSpan(text)) return *span;
+std::chrono::milliseconds ParseDuration(const char* option, const std::string& text) {
+  if (const auto duration = ReadDuration(text)) return *duration;
   throw UsageFailure(fmt::format("{} cannot be '{}'", option, text), {"It may be 30s, 5m or 1h."});
 }
 
-std::string ElapsedText(std::chrono::milliseconds span) {
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(span).count();
+std::string ElapsedText(std::chrono::milliseconds duration) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration).count();
   if (seconds < 3600) return fmt::format("{}:{:02}", seconds / 60, seconds % 60);
   return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
 }

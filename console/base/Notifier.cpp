@@ -8,20 +8,20 @@
 
 namespace Console {
 
-Bell::Bell() : m_Fd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+Notifier::Notifier() : m_Fd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (m_Fd < 0) throw std::system_error(errno, std::generic_category(), "waiting for the plug-in");
 }
 
-Bell::~Bell() {
+Notifier::~Notifier() {
   close(m_Fd);
 }
 
-void Bell::Ring() const {
+void Notifier::Notify() const {
   // Full only after 2^64 rings, and then it rings anyway.
   if (eventfd_write(m_Fd, 1) != 0) return;
 }
 
-bool Bell::Wait(std::chrono::milliseconds atMost, const Interest& also) const {
+bool Notifier::Wait(std::chrono::milliseconds atMost, const WaitSet& also) const {
   if (!WaitReadable(m_Fd, atMost, also)) return false;
   eventfd_t rings = 0;
   return eventfd_read(m_Fd, &rings) == 0;

@@ -7,17 +7,17 @@
 
 namespace Console {
 
-class Bell {
+class Notifier {
  public:
   // Throws `std::system_error`.
-  Bell();
-  ~Bell();
-  Bell(const Bell&) = delete;
-  Bell& operator=(const Bell&) = delete;
+  Notifier();
+  ~Notifier();
+  Notifier(const Notifier&) = delete;
+  Notifier& operator=(const Notifier&) = delete;
 
-  void Ring() const;
+  void Notify() const;
   // True when it rang; takes all rings so far.
-  bool Wait(std::chrono::milliseconds atMost, const Interest& also) const;
+  bool Wait(std::chrono::milliseconds atMost, const WaitSet& also) const;
 
  private:
   const int m_Fd;

@@ -23,7 +23,7 @@ Failure WriteFailure(int error) {
 
 }  // namespace
 
-AnswerStream::AnswerStream(bool showOthers) {
+ResultStream::ResultStream(bool showOthers) {
   std::fflush(stdout);
   const int answer = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (answer < 0 && errno == EMFILE) {
@@ -38,11 +38,11 @@ AnswerStream::AnswerStream(bool showOthers) {
   if (others != STDOUT_FILENO) close(others);
 }
 
-AnswerStream::~AnswerStream() {
+ResultStream::~ResultStream() {
   if (m_File != nullptr && m_File != stdout) std::fclose(m_File);
 }
 
-std::size_t AnswerStream::TerminalWidth() const {
+std::size_t ResultStream::TerminalWidth() const {
   constexpr std::size_t kUnknownWidth = 80;
   if (m_File == nullptr || isatty(fileno(m_File)) == 0) return 0;
   winsize size = {};
@@ -50,7 +50,7 @@ std::size_t AnswerStream::TerminalWidth() const {
   return size.ws_col;
 }
 
-void AnswerStream::Write(const std::string& text) {
+void ResultStream::Write(const std::string& text) {
   if (text.empty()) return;
   if (m_File == nullptr) throw WriteFailure(EBADF);
   const bool written = std::fwrite(text.data(), 1, text.size(), m_File) == text.size();
@@ -59,19 +59,19 @@ void AnswerStream::Write(const std::string& text) {
   if (errno != EPIPE) throw WriteFailure(errno);
 }
 
-void Talk::Note(const std::string& id, const std::string& text,
-                const std::vector<std::string>& advice) {
+void Diagnostics::Note(const std::string& id, const std::string& text,
+                       const std::vector<std::string>& advice) {
   m_Messages.push_back({"note", id, text, advice});
   if (m_Volume == Volume::All) Say(m_Messages.back());
 }
 
-void Talk::Error(const std::string& id, const std::string& text,
-                 const std::vector<std::string>& advice) {
+void Diagnostics::Error(const std::string& id, const std::string& text,
+                        const std::vector<std::string>& advice) {
   m_Messages.push_back({"error", id, text, advice});
   if (m_Volume != Volume::Nothing) Say(m_Messages.back());
 }
 
-void Talk::Say(const Message& message) {
+void Diagnostics::Say(const Message& message) {
   const char* prefix = message.m_Severity == "note" ? "note: " : "";
   std::string lines = fmt::format("corvane-host: {}{}\n", prefix, Printable(message.m_Text));
   const std::size_t count = std::min(message.m_Advice.size(), kMaxAdviceLines);
@@ -85,10 +85,10 @@ void Talk::Say(const Message& message) {
   }
 }
 
-HeldTalk::~HeldTalk() {
-  m_Talk.m_IsHeld = false;
-  std::fputs(m_Talk.m_Held.c_str(), stderr);
-  m_Talk.m_Held.clear();
+DeferredDiagnostics::~DeferredDiagnostics() {
+  m_Diagnostics.m_IsHeld = false;
+  std::fputs(m_Diagnostics.m_Held.c_str(), stderr);
+  m_Diagnostics.m_Held.clear();
 }
 
 }  // namespace Console

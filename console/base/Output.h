@@ -17,13 +17,13 @@ struct Style {
 
 // The program's standard output, taken away from everything else in the process: a plug-in that
 // prints by itself must not spoil the answer.
-class AnswerStream {
+class ResultStream {
  public:
   // What others print goes to standard error if `showOthers`, and is dropped if not.
-  explicit AnswerStream(bool showOthers);
-  ~AnswerStream();
-  AnswerStream(const AnswerStream&) = delete;
-  AnswerStream& operator=(const AnswerStream&) = delete;
+  explicit ResultStream(bool showOthers);
+  ~ResultStream();
+  ResultStream(const ResultStream&) = delete;
+  ResultStream& operator=(const ResultStream&) = delete;
 
   // Columns of the terminal, 0 when it is none.
   std::size_t TerminalWidth() const;
@@ -48,9 +48,9 @@ struct Message {
 enum class Volume { All, Errors, Nothing };
 
 // Collects what is said, for the machine forms, and says it on standard error.
-class Talk {
+class Diagnostics {
  public:
-  explicit Talk(Volume volume) : m_Volume(volume) {}
+  explicit Diagnostics(Volume volume) : m_Volume(volume) {}
 
   void Note(const std::string& id, const std::string& text,
             const std::vector<std::string>& advice = {});
@@ -59,7 +59,7 @@ class Talk {
   const std::vector<Message>& Messages() const { return m_Messages; }
 
  private:
-  friend class HeldTalk;
+  friend class DeferredDiagnostics;
   void Say(const Message& message);
 
   const Volume m_Volume;
@@ -69,15 +69,17 @@ class Talk {
 };
 
 // Keeps what is said off the screen for as long as it lives, and lets it be said then.
-class HeldTalk {
+class DeferredDiagnostics {
  public:
-  explicit HeldTalk(Talk& talk) : m_Talk(talk) { talk.m_IsHeld = true; }
-  ~HeldTalk();
-  HeldTalk(const HeldTalk&) = delete;
-  HeldTalk& operator=(const HeldTalk&) = delete;
+  explicit DeferredDiagnostics(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {
+    diagnostics.m_IsHeld = true;
+  }
+  ~DeferredDiagnostics();
+  DeferredDiagnostics(const DeferredDiagnostics&) = delete;
+  DeferredDiagnostics& operator=(const DeferredDiagnostics&) = delete;
 
  private:
-  Talk& m_Talk;
+  Diagnostics& m_Diagnostics;
 };
 
 }  // namespace Console

@@ -55,18 +55,18 @@ void CheckStop() {
   if (g_Stop != 0) throw Stopped();
 }
 
-bool StopAsked() {
+bool StopRequested() {
   return g_Stop != 0;
 }
 
 bool WaitForStop(std::chrono::milliseconds atMost) {
   pollfd wait = {g_StopFd, POLLIN, 0};
   poll(&wait, 1, static_cast<int>(atMost.count()));
-  return StopAsked();
+  return StopRequested();
 }
 
 // A lost reader is told as an error, which needs no asking for.
-bool WaitReadable(int fd, std::chrono::milliseconds atMost, const Interest& also) {
+bool WaitReadable(int fd, std::chrono::milliseconds atMost, const WaitSet& also) {
   std::array<pollfd, 4> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0},
                                  pollfd{also.m_Readable, POLLIN, 0}, pollfd{also.m_Reader, 0, 0}};
   const int count = poll(waits.data(), waits.size(), static_cast<int>(atMost.count()));

@@ -13,20 +13,20 @@ void CatchStopSignals(bool secondEnds = true);
 void CheckStop();
 
 // Whether a signal came. May be called from any thread.
-bool StopAsked();
+bool StopRequested();
 
 // Waits until a signal comes or the time is over; true for the first.
 bool WaitForStop(std::chrono::milliseconds atMost);
 
 // What else may end a wait; -1 for nothing.
-struct Interest {
+struct WaitSet {
   int m_Readable = -1;  // something can be read, or has ended
   int m_Reader = -1;    // whoever reads what is written to it has gone
 };
 
 // Waits until `fd` can be read or has ended, one of the other things has happened, a signal comes
 // or the time is over; true only for the first.
-bool WaitReadable(int fd, std::chrono::milliseconds atMost, const Interest& also = {});
+bool WaitReadable(int fd, std::chrono::milliseconds atMost, const WaitSet& also = {});
 
 // Whether the reader of the pipe or terminal behind `fd` has gone.
 bool HasLostReader(int fd);

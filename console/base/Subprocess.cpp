@@ -52,12 +52,12 @@ bool ReadSome(int fd, std::string& into) {
 }
 
 // What ended the waiting; `How::Exited` stands for any end of the process.
-How ReadAll(int fd, milliseconds atMost, std::string& into) {
+SubprocessEnd ReadAll(int fd, milliseconds atMost, std::string& into) {
   const Deadline deadline(atMost);
   while (true) {
-    if (StopAsked()) return How::Stopped;
-    if (deadline.IsOver()) return How::TimedOut;
-    if (WaitReadable(fd, deadline.Left()) && !ReadSome(fd, into)) return How::Exited;
+    if (StopRequested()) return SubprocessEnd::Stopped;
+    if (deadline.IsOver()) return SubprocessEnd::TimedOut;
+    if (WaitReadable(fd, deadline.Left()) && !ReadSome(fd, into)) return SubprocessEnd::Exited;
   }
 }
 
@@ -90,7 +90,7 @@ int StatusOf(pid_t child) {
 
 }  // namespace
 
-Ending RunInChild(const std::function<int()>& work, milliseconds atMost) {
+SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds atMost) {
   std::array<int, 2> ends = {};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) throw NoProcess(errno);
   const pid_t parent = getpid();
@@ -102,13 +102,13 @@ Ending RunInChild(const std::function<int()>& work, milliseconds atMost) {
     close(ends[0]);
     throw NoProcess(error);
   }
-  Ending ending = {};
-  ending.m_How = ReadAll(ends[0], atMost, ending.m_Output);
-  const bool hasEnded = ending.m_How == How::Exited || EndSoon(child, ends[0]);
+  SubprocessResult ending = {};
+  ending.m_End = ReadAll(ends[0], atMost, ending.m_Output);
+  const bool hasEnded = ending.m_End == SubprocessEnd::Exited || EndSoon(child, ends[0]);
   const int status = hasEnded ? StatusOf(child) : 0;
   close(ends[0]);
-  if (ending.m_How != How::Exited) return ending;
-  ending.m_How = WIFSIGNALED(status) ? How::Killed : How::Exited;
+  if (ending.m_End != SubprocessEnd::Exited) return ending;
+  ending.m_End = WIFSIGNALED(status) ? SubprocessEnd::Killed : SubprocessEnd::Exited;
   ending.m_Number = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
   return ending;
 }

@@ -8,10 +8,10 @@
 
 namespace Console {
 
-enum class How { Exited, Killed, TimedOut, Stopped };
+enum class SubprocessEnd { Exited, Killed, TimedOut, Stopped };
 
-struct Ending {
-  How m_How;
+struct SubprocessResult {
+  SubprocessEnd m_End;
   int m_Number;          // the exit code, or the signal that ended it
   std::string m_Output;  // what it wrote to standard output
 };
@@ -20,6 +20,7 @@ struct Ending {
 // longer, or that is running when a signal asks this program to stop, is asked to end and, three
 // seconds later, ended. Call after `CatchStopSignals` and before any thread starts. Throws
 // `Failure` when there can be no process.
-Ending RunInChild(const std::function<int()>& work, std::chrono::milliseconds atMost);
+SubprocessResult RunInSubprocess(const std::function<int()>& work,
+                                 std::chrono::milliseconds atMost);
 
 }  // namespace Console

@@ -56,7 +56,7 @@ class LineEditor {
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
       const bool readable = WaitReadable(STDIN_FILENO, Deadline().Left());
-      if (StopAsked()) return 0;
+      if (StopRequested()) return 0;
       if (!readable) continue;
       char byte = 0;
       if (read(STDIN_FILENO, &byte, 1) != 1) return 0;

@@ -37,7 +37,7 @@ Failure StrangeWayFailure(const std::string& file, const std::string& objection)
 class Folder {
  public:
   Folder(const std::filesystem::path& path, const std::string& file)
-      : Folder(OpenFolder(path), file) {}
+      : Folder(OpenTrustedFolder(path), file) {}
   ~Folder() { close(m_Descriptor); }
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
@@ -45,7 +45,7 @@ class Folder {
   const int m_Descriptor;
 
  private:
-  Folder(const WayFolder& opened, const std::string& file) : m_Descriptor(opened.m_Descriptor) {
+  Folder(const TrustedFolder& opened, const std::string& file) : m_Descriptor(opened.m_Descriptor) {
     if (!opened.m_Objection.empty()) throw StrangeWayFailure(file, opened.m_Objection);
     if (m_Descriptor < 0) throw WriteFailure(file, opened.m_Error);
   }

@@ -70,15 +70,15 @@ std::optional<std::uint64_t> ReadDay(const std::string& text) {
   return ReadAs(kDayForm, text);
 }
 
-std::uint64_t ParseMoment(const char* option, const std::string& text, std::uint64_t nowMs) {
+std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::uint64_t nowMs) {
   for (const DayName& day : kDayNames) {
     if (text == day.m_Name) return (nowMs / kDay - day.m_DaysAgo) * kDay;
   }
   for (const char* form : kForms) {
-    if (const auto moment = ReadAs(form, text)) return *moment;
+    if (const auto timestamp = ReadAs(form, text)) return *timestamp;
   }
-  if (const auto span = ReadSpan(text)) {
-    return nowMs - std::min(nowMs, static_cast<std::uint64_t>(span->count()));
+  if (const auto duration = ReadDuration(text)) {
+    return nowMs - std::min(nowMs, static_cast<std::uint64_t>(duration->count()));
   }
   throw UsageFailure(
       fmt::format("{} cannot be '{}'", option, text),

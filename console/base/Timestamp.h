@@ -16,7 +16,7 @@ std::optional<std::uint64_t> ReadDay(const std::string& text);
 
 // "15m", "1h" or "2d" before now, "today", "yesterday", a date or an RFC 3339 time; days begin at
 // 00:00 in universal time. Milliseconds since the epoch. Throws `Failure` that names `option`.
-std::uint64_t ParseMoment(const char* option, const std::string& text, std::uint64_t nowMs);
+std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::uint64_t nowMs);
 
 // "05:31, 15 min" for a moment of today, "2026-11-20 05:31, 26 h" for an earlier one; in universal
 // time.

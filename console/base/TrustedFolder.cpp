@@ -25,14 +25,14 @@ class Walk {
   Walk(const Walk&) = delete;
   Walk& operator=(const Walk&) = delete;
 
-  WayFolder Run() {
+  TrustedFolder Run() {
     bool goesOn = EnterRoot();
     while (goesOn && !m_Rest.empty()) {
       const std::string name = m_Rest.back();
       m_Rest.pop_back();
       goesOn = Step(name);
     }
-    WayFolder result;
+    TrustedFolder result;
     result.m_Objection = m_Objection;
     result.m_Error = goesOn ? 0 : errno;
     if (goesOn) std::swap(result.m_Descriptor, m_At);
@@ -106,7 +106,7 @@ class Walk {
 
 }  // namespace
 
-WayFolder OpenFolder(const std::filesystem::path& folder) {
+TrustedFolder OpenTrustedFolder(const std::filesystem::path& folder) {
   return Walk(std::filesystem::absolute(folder)).Run();
 }
 

@@ -7,7 +7,7 @@
 namespace Console {
 
 // A folder, held by its descriptor.
-struct WayFolder {
+struct TrustedFolder {
   // -1 when the folder cannot be opened, with the reason, or must not be used.
   int m_Descriptor = -1;
   int m_Error = 0;
@@ -17,6 +17,6 @@ struct WayFolder {
 
 // Goes to the folder step by step, each from the one before, so that nobody can exchange a step
 // between the look at it and its use. The descriptor is the caller's to close.
-WayFolder OpenFolder(const std::filesystem::path& folder);
+TrustedFolder OpenTrustedFolder(const std::filesystem::path& folder);
 
 }  // namespace Console

@@ -74,19 +74,19 @@ bool BelongsTo(const fs::path& entry, const std::string& address) {
 
 }  // namespace
 
-struct BlockUse::Tables {
+struct BlockDeviceUsers::Tables {
   std::vector<Words> m_Mounts;
   std::vector<Words> m_Swaps;
 };
 
-BlockUse::BlockUse(fs::path sysfs, fs::path mounts, fs::path swaps)
+BlockDeviceUsers::BlockDeviceUsers(fs::path sysfs, fs::path mounts, fs::path swaps)
     : m_Sysfs(std::move(sysfs)), m_Mounts(std::move(mounts)), m_Swaps(std::move(swaps)) {}
 
-BlockUse BlockUse::OfThisSystem() {
-  return BlockUse(HostKit::SysfsRoot().string(), "/proc/self/mountinfo", "/proc/swaps");
+BlockDeviceUsers BlockDeviceUsers::OfThisSystem() {
+  return BlockDeviceUsers(HostKit::SysfsRoot().string(), "/proc/self/mountinfo", "/proc/swaps");
 }
 
-std::vector<std::string> BlockUse::UsersOf(const std::string& pciAddress) const {
+std::vector<std::string> BlockDeviceUsers::UsersOf(const std::string& pciAddress) const {
   if (pciAddress.empty()) return {};
   const bool hasSegment = std::count(pciAddress.begin(), pciAddress.end(), ':') == 2;
   const std::string address = boost::to_lower_copy((hasSegment ? "" : "0000:") + pciAddress);
@@ -102,8 +102,8 @@ std::vector<std::string> BlockUse::UsersOf(const std::string& pciAddress) const 
 
 // A file system on several devices has a number of its own in the table of mounts, so that its
 // source counts too.
-void BlockUse::AddUsers(const fs::path& device, const Tables& tables, int depth,
-                        std::vector<std::string>& users) const {
+void BlockDeviceUsers::AddUsers(const fs::path& device, const Tables& tables, int depth,
+                                std::vector<std::string>& users) const {
   constexpr std::size_t kNumber = 2;
   constexpr std::size_t kPlace = 4;
   const std::string name = device.filename().string();

@@ -9,13 +9,14 @@ namespace Console {
 
 // Reads sysfs and the system's tables of mounts and swaps at each question. A card without a block
 // device, and a system that does not tell, give no users.
-class BlockUse {
+class BlockDeviceUsers {
  public:
   // The root of a sysfs, and two files in the form of /proc/self/mountinfo and /proc/swaps.
-  BlockUse(std::filesystem::path sysfs, std::filesystem::path mounts, std::filesystem::path swaps);
+  BlockDeviceUsers(std::filesystem::path sysfs, std::filesystem::path mounts,
+                   std::filesystem::path swaps);
 
   // The running system; sysfs is where the PCI look-up finds it.
-  static BlockUse OfThisSystem();
+  static BlockDeviceUsers OfThisSystem();
 
   // What uses a block device of the PCI device, one of its partitions, or a device built on them,
   // such as "fioa1 is mounted at /data". `pciAddress` is "0000:3b:00.0"; without a segment it means

@@ -40,12 +40,12 @@ bool IsYes(const std::string& answer) {
 
 std::string Described(const Model& model, const Object& object) {
   std::string text = object.m_Selector;
-  Append(text, "", TermText(object, "name"));
+  Append(text, "", FieldText(object, "name"));
   const Object* adapter = AdapterOf(model, object);
   if (adapter == nullptr) return text;
   Append(text, "serial ", SerialOf(model, object));
-  Append(text, "slot ", TermText(*adapter, "pci_slot"));
-  Append(text, "PCI ", TermText(*adapter, "pci_address"));
+  Append(text, "slot ", FieldText(*adapter, "pci_slot"));
+  Append(text, "PCI ", FieldText(*adapter, "pci_address"));
   return text;
 }
 
@@ -58,13 +58,14 @@ void RequireUnused(const Model& model, const Object& object, const std::string& 
   const Object* adapter = AdapterOf(model, object);
   if (adapter == nullptr) return;
   const std::vector<std::string> users =
-      BlockUse::OfThisSystem().UsersOf(TermText(*adapter, "pci_address"));
+      BlockDeviceUsers::OfThisSystem().UsersOf(FieldText(*adapter, "pci_address"));
   if (users.empty()) return;
   throw Refused("IN_USE", what, fmt::format("it is in use: {}", fmt::join(users, ", ")),
                 {"Unmount or release it first."});
 }
 
-void RequireYes(const Context& context, const std::string& what, const std::string& question) {
+void RequireConfirmation(const Context& context, const std::string& what,
+                         const std::string& question) {
   if (context.m_Options.m_Yes) return;
   if (!CanAsk(context.m_Options)) {
     throw Refused("NOT_CONFIRMED", what, "nobody can be asked here whether to do it",
@@ -74,8 +75,8 @@ void RequireYes(const Context& context, const std::string& what, const std::stri
   throw Refused("NOT_CONFIRMED", what, "it was not wanted");
 }
 
-void RequireWord(const Context& context, const std::string& what, const std::string& plan,
-                 const std::string& word) {
+void RequireRetyped(const Context& context, const std::string& what, const std::string& plan,
+                    const std::string& word) {
   const std::string& given = context.m_Options.m_Confirm;
   if (!given.empty()) {
     if (given == word) return;

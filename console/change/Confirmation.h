@@ -21,11 +21,12 @@ void RequireUnused(const Model& model, const Object& object, const std::string& 
 
 // Asks `question`, which may have several lines, with [y/N], unless --yes was given. Throws
 // `Failure` with exit code 4 for any other answer, and when nobody can be asked.
-void RequireYes(const Context& context, const std::string& what, const std::string& question);
+void RequireConfirmation(const Context& context, const std::string& what,
+                         const std::string& question);
 
 // Shows `plan` and has `word` retyped, unless --confirm brought it; --yes does not count. Throws
-// like `RequireYes`.
-void RequireWord(const Context& context, const std::string& what, const std::string& plan,
-                 const std::string& word);
+// like `RequireConfirmation`.
+void RequireRetyped(const Context& context, const std::string& what, const std::string& plan,
+                    const std::string& word);
 
 }  // namespace Console

@@ -29,16 +29,16 @@ const OperationRow& FormatRow() {
 constexpr const char* kChanged[] = {"formatted_size_bytes", "formatted_ratio", "sector_size_bytes"};
 
 std::uint64_t Number(const Object& object, const char* name) {
-  const Value value = ReadTerm(object, name);
+  const Value value = ReadField(object, name);
   const auto* number = std::get_if<std::uint64_t>(&value.m_Data);
   return number == nullptr ? 0 : *number;
 }
 
 // In per cent of the size as built; the largest size when the drive is to be made larger than that.
-std::int32_t Percent(const FormatWish& wish) {
-  switch (wish.m_Capacity) {
+std::int32_t Percent(const FormatRequest& request) {
+  switch (request.m_Capacity) {
     case PI::Value::CUSTOM:
-      return wish.m_Percent;
+      return request.m_Percent;
     case PI::Value::IMPROVED_PERFORMANCE:
       return 90;
     case PI::Value::HIGH_PERFORMANCE:
@@ -49,11 +49,11 @@ std::int32_t Percent(const FormatWish& wish) {
 }
 
 // About what comes out; the card decides. 0 when the drive does not tell enough.
-std::uint64_t PlannedBytes(const Object& drive, const FormatWish& wish) {
-  if (wish.m_Capacity == PI::Value::MAXIMUM_CAPACITY) {
+std::uint64_t PlannedBytes(const Object& drive, const FormatRequest& request) {
+  if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) {
     return Number(drive, "configurable_size_bytes");
   }
-  return Number(drive, "physical_size_bytes") / 100 * static_cast<std::uint64_t>(Percent(wish));
+  return Number(drive, "physical_size_bytes") / 100 * static_cast<std::uint64_t>(Percent(request));
 }
 
 std::string Bytes(std::uint64_t bytes, bool ascii) {
@@ -63,37 +63,37 @@ std::string Bytes(std::uint64_t bytes, bool ascii) {
   return HumanText(value, ascii);
 }
 
-std::string CapacityText(const FormatWish& wish) {
-  if (wish.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return "the most that the card allows";
-  return fmt::format("{} %", Percent(wish));
+std::string CapacityText(const FormatRequest& request) {
+  if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return "the most that the card allows";
+  return fmt::format("{} %", Percent(request));
 }
 
-std::string SectorText(const Object& drive, const FormatWish& wish, bool ascii) {
+std::string SectorText(const Object& drive, const FormatRequest& request, bool ascii) {
   const std::uint64_t before = Number(drive, "sector_size_bytes");
-  const std::string now = Bytes(wish.m_SectorSize, ascii);
-  if (before == wish.m_SectorSize) return now + ", as before";
+  const std::string now = Bytes(request.m_SectorSize, ascii);
+  if (before == request.m_SectorSize) return now + ", as before";
   return fmt::format("{} -> {}", Bytes(before, ascii), now);
 }
 
 struct Plan {
-  FormatWish m_Wish;
+  FormatRequest m_Request;
   std::uint64_t m_Bytes;  // 0: unknown
   std::string m_Text;
 };
 
 // The light of the card while somebody has to find it; off again however that ends.
-class LightWhileAsked {
+class LocateLedGuard {
  public:
-  LightWhileAsked(Session& session, const Object* adapter) : m_Session(session) {
+  LocateLedGuard(Session& session, const Object* adapter) : m_Session(session) {
     if (adapter == nullptr) return;
     m_Adapter = adapter->m_ID;
     m_IsOn = adapter->Lists(PI::OP_LOCATE_DEVICE) && Switch(PI::OP_LOCATE_DEVICE);
   }
-  ~LightWhileAsked() {
+  ~LocateLedGuard() {
     if (m_IsOn) Switch(PI::OP_STOP_LOCATE_DEVICE);
   }
-  LightWhileAsked(const LightWhileAsked&) = delete;
-  LightWhileAsked& operator=(const LightWhileAsked&) = delete;
+  LocateLedGuard(const LocateLedGuard&) = delete;
+  LocateLedGuard& operator=(const LocateLedGuard&) = delete;
 
   bool IsOn() const { return m_IsOn; }
 
@@ -110,14 +110,14 @@ class LightWhileAsked {
 };
 
 std::string PlanText(Context& context, const Model& model, const Object& drive, const Plan& plan,
-                     bool light) {
+                     bool locateLed) {
   const bool ascii = context.m_Style.m_Ascii;
   std::string text = fmt::format("  Drive   {}\n", Printable(Described(model, drive)));
-  if (light) text += "  Where   the light of its card is blinking now\n";
+  if (locateLed) text += "  Where   the light of its card is blinking now\n";
   text +=
       fmt::format("  Change  {} -> about {} ({}), sectors {}\n",
                   Bytes(Number(drive, "formatted_size_bytes"), ascii), Bytes(plan.m_Bytes, ascii),
-                  CapacityText(plan.m_Wish), SectorText(drive, plan.m_Wish, ascii));
+                  CapacityText(plan.m_Request), SectorText(drive, plan.m_Request, ascii));
   const Object* adapter = AdapterOf(model, drive);
   if (adapter != nullptr && StateOf(context.Open(), adapter->m_ID, Aspect::Card) == "attached") {
     text += fmt::format("  Note    {} is attached; a card may have to be detached first\n",
@@ -137,17 +137,17 @@ void RequireAllowed(Session& session, const Model& model, const Object& drive) {
 
 // All three parameters are said always: for a missing one the plug-in's default would be taken,
 // and that is not the drive's present state.
-PI::COperation Request(const FormatWish& wish) {
+PI::COperation FormatOperation(const FormatRequest& request) {
   PI::COperation operation;
   operation.m_OperationID = PI::OP_FORMAT_DEVICE;
   operation.m_NameID = PI::OP_FORMAT_DEVICE;
   PI::CProperty capacity(PI::Property::CHOICE_PARAM, true);
   capacity.m_NameID = PI::Property::FORMATTING;
-  capacity.SetValue(wish.m_Capacity, {wish.m_Capacity});
+  capacity.SetValue(request.m_Capacity, {request.m_Capacity});
   PI::CProperty percent(PI::Property::RANGE_PARAM, true);
   percent.m_NameID = PI::Property::SIZE;
-  percent.SetValue(wish.m_Percent, kLeastPercent, kMostPercent, 1);
-  const auto bytes = static_cast<int>(wish.m_SectorSize);
+  percent.SetValue(request.m_Percent, kLeastPercent, kMostPercent, 1);
+  const auto bytes = static_cast<int>(request.m_SectorSize);
   PI::CProperty sector(PI::Property::RANGE_PARAM, true);
   sector.m_NameID = PI::Property::BLOCK_SIZE;
   sector.SetValue(bytes, bytes, bytes, 1);
@@ -178,16 +178,17 @@ Json JobJson(const Object& drive) {
 }
 
 // A program that is stopped says all the same what it has done.
-void TellFormatted(Context& context, const Object& drive) {
-  context.m_Talk.Note("FORMATTED", fmt::format("{} was formatted before the program was stopped",
-                                               drive.m_Selector));
+void NoteFormatted(Context& context, const Object& drive) {
+  context.m_Diagnostics.Note(
+      "FORMATTED",
+      fmt::format("{} was formatted before the program was stopped", drive.m_Selector));
 }
 
 // Gives how long it took. The call cannot be interrupted.
 milliseconds Execute(Context& context, const Model& model, const Object& drive,
-                     const FormatWish& wish) {
+                     const FormatRequest& request) {
   Session& session = context.Open();
-  PI::COperation operation = Request(wish);
+  PI::COperation operation = FormatOperation(request);
   std::uint32_t result = PI::SUCCESS;
   milliseconds elapsed{0};
   {
@@ -197,29 +198,29 @@ milliseconds Execute(Context& context, const Model& model, const Object& drive,
     elapsed = progress.Elapsed();
   }
   if (result != PI::SUCCESS) throw FormatFailure(session, model, drive, result);
-  if (StopAsked()) TellFormatted(context, drive);
+  if (StopRequested()) NoteFormatted(context, drive);
   CheckStop();
   return elapsed;
 }
 
 bool Differ(const Object& one, const Object& other) {
   return std::any_of(std::begin(kChanged), std::end(kChanged), [&](const char* name) {
-    return ReadTerm(one, name).m_Data != ReadTerm(other, name).m_Data;
+    return ReadField(one, name).m_Data != ReadField(other, name).m_Data;
   });
 }
 
-bool ShouldDiffer(const Object& drive, const FormatWish& wish) {
-  if (wish.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return true;
-  const Value ratio = ReadTerm(drive, "formatted_ratio");
+bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
+  if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return true;
+  const Value ratio = ReadField(drive, "formatted_ratio");
   const auto* now = std::get_if<double>(&ratio.m_Data);
-  const bool sameSize = now != nullptr && std::abs(*now * 100 - Percent(wish)) < 0.5;
-  return !sameSize || Number(drive, "sector_size_bytes") != wish.m_SectorSize;
+  const bool sameSize = now != nullptr && std::abs(*now * 100 - Percent(request)) < 0.5;
+  return !sameSize || Number(drive, "sector_size_bytes") != request.m_SectorSize;
 }
 
 // The new size shows when the plug-in has scanned all cards again, which is due once in a poll
 // interval and seen at the next look, a third of it later.
 std::optional<Object> AwaitScan(Context& context, const Model& before, const Object& drive,
-                                const FormatWish& wish) {
+                                const FormatRequest& request) {
   constexpr milliseconds kOneWait{250};
   const Object& plugin = before.Objects().front();
   const std::uint64_t interval = Number(plugin, "poll_interval_seconds");
@@ -230,35 +231,36 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
   while (true) {
     const Model model = context.Objects();
     const Object* now = model.Find(drive.m_ID);
-    if (now != nullptr && (Differ(*now, drive) || !ShouldDiffer(drive, wish))) return *now;
+    if (now != nullptr && (Differ(*now, drive) || !ShouldDiffer(drive, request))) return *now;
     if (steady_clock::now() - start > longest) return std::nullopt;
     if (!progress && CanRewriteLine() && steady_clock::now() - start > kPatience) {
       progress.emplace(context, "Waiting for the plug-in to look again", JobJson(drive));
     }
     if (progress) progress->Tick();
     context.Open().WaitForNotification(kOneWait);
-    if (!StopAsked()) continue;
+    if (!StopRequested()) continue;
     progress.reset();
-    TellFormatted(context, drive);
+    NoteFormatted(context, drive);
     throw Stopped();
   }
 }
 
 Json SizesJson(const Object& drive) {
   Json json = Json::object();
-  for (const char* name : kChanged) PutValue(json, name, ReadTerm(drive, name));
+  for (const char* name : kChanged) PutValue(json, name, ReadField(drive, name));
   return json;
 }
 
 Json PlannedJson(const Plan& plan) {
-  const auto sector = static_cast<std::uint64_t>(plan.m_Wish.m_SectorSize);
+  const auto sector = static_cast<std::uint64_t>(plan.m_Request.m_SectorSize);
   Value bytes;
   if (plan.m_Bytes != 0) bytes.m_Data = plan.m_Bytes;
-  Json json = {{"capacity", HostKit::NameOf(HostKit::Family::Value,
-                                            static_cast<std::uint32_t>(plan.m_Wish.m_Capacity))}};
+  Json json = {
+      {"capacity", HostKit::NameOf(HostKit::Family::Value,
+                                   static_cast<std::uint32_t>(plan.m_Request.m_Capacity))}};
   json["capacity_ratio"] = nullptr;
-  if (plan.m_Wish.m_Capacity != PI::Value::MAXIMUM_CAPACITY) {
-    json["capacity_ratio"] = Percent(plan.m_Wish) / 100.0;
+  if (plan.m_Request.m_Capacity != PI::Value::MAXIMUM_CAPACITY) {
+    json["capacity_ratio"] = Percent(plan.m_Request) / 100.0;
   }
   PutValue(json, "formatted_size_bytes", bytes);
   json["sector_size_bytes"] = sector;
@@ -270,8 +272,8 @@ Table ChangeTable(const Object& drive, const std::optional<Object>& after) {
   table.m_Columns = ChangeColumns();
   for (const char* name : kChanged) {
     table.m_Rows.push_back(
-        {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(ReadTerm(drive, name))),
-          TextCell(after ? BareText(ReadTerm(*after, name)) : "-")},
+        {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(ReadField(drive, name))),
+          TextCell(after ? BareText(ReadField(*after, name)) : "-")},
          std::nullopt});
   }
   return table;
@@ -282,66 +284,68 @@ std::string DoneText(const Object& drive, const std::optional<Object>& after, mi
   std::string text = fmt::format("Done in {}. {}: ", ElapsedText(elapsed), drive.m_Selector);
   if (!after) return text + "its new size does not show yet.\n";
   return text + fmt::format("{}, {} sectors.\n",
-                            HumanText(ReadTerm(*after, "formatted_size_bytes"), ascii),
-                            HumanText(ReadTerm(*after, "sector_size_bytes"), ascii));
+                            HumanText(ReadField(*after, "formatted_size_bytes"), ascii),
+                            HumanText(ReadField(*after, "sector_size_bytes"), ascii));
 }
 
-Answer FormatAnswer(const Object& drive, const Plan& plan, const std::optional<Object>& after,
-                    bool dryRun, milliseconds elapsed) {
-  Answer answer;
-  answer.m_Result = {{"object", drive.m_Selector},
-                     {"operation", OperationName(PI::OP_FORMAT_DEVICE)},
-                     {"number", FormatRow().m_Number},
-                     {"before", SizesJson(drive)},
-                     {"planned", PlannedJson(plan)},
-                     {"after", after ? SizesJson(*after) : Json()},
-                     {"changed", !dryRun},
-                     {"dry_run", dryRun},
-                     {"elapsed_seconds", static_cast<double>(elapsed.count()) / 1000}};
-  answer.m_Table = ChangeTable(drive, after);
-  return answer;
+CommandResult FormatResult(const Object& drive, const Plan& plan,
+                           const std::optional<Object>& after, bool dryRun, milliseconds elapsed) {
+  CommandResult result;
+  result.m_Json = {{"object", drive.m_Selector},
+                   {"operation", OperationName(PI::OP_FORMAT_DEVICE)},
+                   {"number", FormatRow().m_Number},
+                   {"before", SizesJson(drive)},
+                   {"planned", PlannedJson(plan)},
+                   {"after", after ? SizesJson(*after) : Json()},
+                   {"changed", !dryRun},
+                   {"dry_run", dryRun},
+                   {"elapsed_seconds", static_cast<double>(elapsed.count()) / 1000}};
+  result.m_Table = ChangeTable(drive, after);
+  return result;
 }
 
-FormatWish Complete(const Object& drive, FormatWish wish) {
-  if (wish.m_SectorSize == 0) {
-    wish.m_SectorSize = static_cast<std::uint32_t>(Number(drive, "sector_size_bytes"));
+FormatRequest Complete(const Object& drive, FormatRequest request) {
+  if (request.m_SectorSize == 0) {
+    request.m_SectorSize = static_cast<std::uint32_t>(Number(drive, "sector_size_bytes"));
   }
-  if (wish.m_SectorSize != 0) return wish;
+  if (request.m_SectorSize != 0) return request;
   throw UsageFailure(fmt::format("{} does not tell its sector size", drive.m_Selector),
                      {"Say which one it shall have: --sector-size 512"});
 }
 
 }  // namespace
 
-Answer FormatDrive(Context& context, const Model& model, const Object& drive, FormatWish wish) {
+CommandResult FormatDrive(Context& context, const Model& model, const Object& drive,
+                          FormatRequest request) {
   const Options& options = context.m_Options;
   const bool ascii = context.m_Style.m_Ascii;
   Session& session = context.Open();
-  wish = Complete(drive, wish);
-  const Plan plan = {wish, PlannedBytes(drive, wish), ""};
+  request = Complete(drive, request);
+  const Plan plan = {request, PlannedBytes(drive, request), ""};
   RequireAllowed(session, model, drive);
   if (options.m_DryRun) {
-    Answer answer = FormatAnswer(drive, plan, std::nullopt, true, milliseconds(0));
-    answer.m_Text = PlanText(context, model, drive, plan, false) + "Nothing was changed.\n";
-    return answer;
+    CommandResult result = FormatResult(drive, plan, std::nullopt, true, milliseconds(0));
+    result.m_Text = PlanText(context, model, drive, plan, false) + "Nothing was changed.\n";
+    return result;
   }
   {
     const bool asks = options.m_Confirm.empty() && CanAsk(options);
-    const LightWhileAsked light(session, asks ? AdapterOf(model, drive) : nullptr);
-    RequireWord(context, What(FormatRow(), drive),
-                PlanText(context, model, drive, plan, light.IsOn()),
-                ConfirmationWord(model, drive));
+    const LocateLedGuard locateLed(session, asks ? AdapterOf(model, drive) : nullptr);
+    RequireRetyped(context, What(FormatRow(), drive),
+                   PlanText(context, model, drive, plan, locateLed.IsOn()),
+                   ConfirmationWord(model, drive));
   }
   RequireAllowed(session, model, drive);
-  const milliseconds elapsed = Execute(context, model, drive, wish);
-  const std::optional<Object> after = AwaitScan(context, model, drive, wish);
+  const milliseconds elapsed = Execute(context, model, drive, request);
+  const std::optional<Object> after = AwaitScan(context, model, drive, request);
   if (!after) {
-    context.m_Talk.Note("NOT_SEEN_YET", "the plug-in does not show the new size yet",
-                        {fmt::format("See it with: corvane-host show {}", drive.m_Selector)});
+    context.m_Diagnostics.Note(
+        "NOT_SEEN_YET", "the plug-in does not show the new size yet",
+        {fmt::format("See it with: corvane-host show {}", drive.m_Selector)});
   }
-  Answer answer = FormatAnswer(drive, plan, after, false, elapsed);
-  answer.m_Text = DoneText(drive, after, elapsed, ascii);
-  return answer;
+  CommandResult result = FormatResult(drive, plan, after, false, elapsed);
+  result.m_Text = DoneText(drive, after, elapsed, ascii);
+  return result;
 }
 
 }  // namespace Console

@@ -28,7 +28,7 @@ constexpr std::int32_t kMostPercent = 100;
 // In bytes; which of them a card takes it knows itself.
 constexpr std::int32_t kLargestSector = 1 << 30;
 
-struct FormatWish {
+struct FormatRequest {
   std::int32_t m_Capacity = PI::Value::FACTORY_CAPACITY;  // a value of the vocabulary
   std::int32_t m_Percent = 100;                           // counts with CUSTOM alone
   std::uint32_t m_SectorSize = 0;                         // bytes; 0: as it is
@@ -36,6 +36,7 @@ struct FormatWish {
 
 // Shows the plan, asks for the serial number and formats; with --dry-run it ends after the plan.
 // Throws `Failure`.
-Answer FormatDrive(Context& context, const Model& model, const Object& drive, FormatWish wish);
+CommandResult FormatDrive(Context& context, const Model& model, const Object& drive,
+                          FormatRequest request);
 
 }  // namespace Console

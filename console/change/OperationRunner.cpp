@@ -123,7 +123,7 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
   Session& session = context.Open();
   Progress progress(context, Headline(row, object),
                     {{"object", object.m_Selector}, {"operation", OperationName(row.m_Number)}});
-  while (!StopAsked()) {
+  while (!StopRequested()) {
     if (HasFailed(session, object, row.m_FailedEvent)) return JobEnd::Failed;
     if (StateOf(session, object.m_ID, row.m_Aspect) == row.m_Goal) return JobEnd::Done;
     const milliseconds left = timeout - progress.Elapsed();
@@ -135,9 +135,9 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
 }
 
 // The plug-in is let finish, though not for ever.
-void TellItGoesOn(Context& context, const OperationRow& row, const Object& object,
-                  const char* sooner) {
-  context.m_Talk.Note(
+void NoteContinues(Context& context, const OperationRow& row, const Object& object,
+                   const char* sooner) {
+  context.m_Diagnostics.Note(
       "JOB_GOES_ON", fmt::format("{} has begun and is not taken back", What(row, object)),
       {fmt::format("The program ends when the card is done, after 25 s at most, {}.", sooner)});
 }
@@ -150,10 +150,10 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
     case JobEnd::Failed:
       throw JobFailure(row, object);
     case JobEnd::TimedOut:
-      TellItGoesOn(context, row, object, "or at once with Ctrl-C");
+      NoteContinues(context, row, object, "or at once with Ctrl-C");
       throw TimeoutFailure(row, object, timeout);
     case JobEnd::Stopped:
-      TellItGoesOn(context, row, object, "or at once if asked again");
+      NoteContinues(context, row, object, "or at once if asked again");
       throw Stopped();
   }
 }
@@ -189,12 +189,12 @@ const Object& SelectFor(const Model& model, const std::string& selector, const O
 
 milliseconds TimeoutOf(const Options& options) {
   constexpr milliseconds kUsual = std::chrono::minutes(2);
-  return options.m_Timeout.empty() ? kUsual : ParseSpan("--timeout", options.m_Timeout);
+  return options.m_Timeout.empty() ? kUsual : ParseDuration("--timeout", options.m_Timeout);
 }
 
 // After a question the check is made once more: it may have stood for long.
-Change Perform(Context& context, const Model& model, const Object& object, const OperationRow& row,
-               bool mayBeDone) {
+Change PerformOperation(Context& context, const Model& model, const Object& object,
+                        const OperationRow& row, bool mayBeDone) {
   const milliseconds timeout = TimeoutOf(context.m_Options);
   Session& session = context.Open();
   Change change;
@@ -202,8 +202,8 @@ Change Perform(Context& context, const Model& model, const Object& object, const
   change.m_After = row.m_Goal;
   if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
   if (context.m_Options.m_DryRun) return change;
-  if (row.m_Danger != Danger::Mild) {
-    RequireYes(context, What(row, object), Question(model, object, row));
+  if (row.m_Risk != Risk::Low) {
+    RequireConfirmation(context, What(row, object), Question(model, object, row));
     if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
   }
   PI::COperation operation = Record(row);
@@ -213,7 +213,7 @@ Change Perform(Context& context, const Model& model, const Object& object, const
   if (result != PI::SUCCESS) throw PluginFailure(What(row, object), result);
   if (session.LostThreads() > lost) throw NoThreadFailure(row, object);
   if (row.m_FailedEvent != 0) {
-    session.AnswerBy(Deadline(start + timeout));
+    session.SetDeadline(Deadline(start + timeout));
     AwaitJob(context, object, row, timeout);
     change.m_Elapsed =
         std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
@@ -222,24 +222,24 @@ Change Perform(Context& context, const Model& model, const Object& object, const
   return change;
 }
 
-Answer ChangeAnswer(const Context& context, const Object& object, std::uint32_t operation,
-                    const Change& change) {
+CommandResult ChangeResult(const Context& context, const Object& object, std::uint32_t operation,
+                           const Change& change) {
   const bool dryRun = context.m_Options.m_DryRun;
   const OperationRow* row = FindOperation(operation);
-  const bool light = row != nullptr && row->m_Aspect == Aspect::Light;
+  const bool locateLed = row != nullptr && row->m_Aspect == Aspect::LocateLed;
   const double seconds = static_cast<double>(change.m_Elapsed.count()) / 1000;
-  Answer answer;
-  answer.m_Result = {{"object", object.m_Selector},
-                     {"operation", OperationName(operation)},
-                     {"number", operation},
-                     {"before", StateJson(change.m_Before)},
-                     {"after", StateJson(change.m_After)},
-                     {"changed", !dryRun && change.m_Before != change.m_After},
-                     {"dry_run", dryRun},
-                     {"elapsed_seconds", seconds}};
-  answer.m_Text = ChangeText(object.m_Selector + (light ? " light" : ""), change, dryRun);
-  answer.m_Table = ChangeTable(object, OperationName(operation), change);
-  return answer;
+  CommandResult result;
+  result.m_Json = {{"object", object.m_Selector},
+                   {"operation", OperationName(operation)},
+                   {"number", operation},
+                   {"before", StateJson(change.m_Before)},
+                   {"after", StateJson(change.m_After)},
+                   {"changed", !dryRun && change.m_Before != change.m_After},
+                   {"dry_run", dryRun},
+                   {"elapsed_seconds", seconds}};
+  result.m_Text = ChangeText(object.m_Selector + (locateLed ? " light" : ""), change, dryRun);
+  result.m_Table = ChangeTable(object, OperationName(operation), change);
+  return result;
 }
 
 }  // namespace Console

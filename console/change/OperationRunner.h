@@ -31,11 +31,11 @@ struct Change {
 
 // Carries out an operation of any danger but the severe one. An object that is in the wished state
 // already is left alone when `mayBeDone`, and is a refusal when not. Throws `Failure`.
-Change Perform(Context& context, const Model& model, const Object& object, const OperationRow& row,
-               bool mayBeDone);
+Change PerformOperation(Context& context, const Model& model, const Object& object,
+                        const OperationRow& row, bool mayBeDone);
 
 // The answer that tells of a change.
-Answer ChangeAnswer(const Context& context, const Object& object, std::uint32_t operation,
-                    const Change& change);
+CommandResult ChangeResult(const Context& context, const Object& object, std::uint32_t operation,
+                           const Change& change);
 
 }  // namespace Console

@@ -17,21 +17,21 @@ using HostKit::Family;
 // clang-format off
 constexpr OperationRow kRows[] = {
     // operation                 object         changes        danger            goal        verb            doing
-    {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::Light, Danger::Mild,     "on",       "locate",       "switching on the light of",
+    {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::LocateLed, Risk::Low,     "on",       "locate",       "switching on the light of",
      "", 0, 0, false},
-    {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::Light, Danger::Mild,     "off",      "stop locating", "switching off the light of",
+    {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::LocateLed, Risk::Low,     "off",      "stop locating", "switching off the light of",
      "", 0, 0, false},
-    {PI::OP_ATTACH,             Kind::Adapter, Aspect::Card,  Danger::Moderate, "attached", "attach",       "attaching",
+    {PI::OP_ATTACH,             Kind::Adapter, Aspect::Card,  Risk::Medium, "attached", "attach",       "attaching",
      "only a detached card can be attached", 22110, PI::Event::CTRL_ATTACH_FAILED, false},
-    {PI::OP_DETACH,             Kind::Adapter, Aspect::Card,  Danger::Moderate, "detached", "detach",       "detaching",
+    {PI::OP_DETACH,             Kind::Adapter, Aspect::Card,  Risk::Medium, "detached", "detach",       "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
-    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Danger::Moderate, "detached", "detach by force", "detaching",
+    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Risk::Medium, "detached", "detach by force", "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
-    {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units, Danger::Moderate, "online",   "bring online", "bringing online",
+    {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units, Risk::Medium, "online",   "bring online", "bringing online",
      "it has no storage unit that is offline", 22031, 0, false},
-    {PI::OP_MAKE_OFFLINE,       Kind::Drive,   Aspect::Units, Danger::Moderate, "offline",  "take offline", "taking offline",
+    {PI::OP_MAKE_OFFLINE,       Kind::Drive,   Aspect::Units, Risk::Medium, "offline",  "take offline", "taking offline",
      "it has no storage unit that is online", 22029, 0, true},
-    {PI::OP_FORMAT_DEVICE,      Kind::Drive,   Aspect::Data,  Danger::Severe,   "",         "format",       "formatting",
+    {PI::OP_FORMAT_DEVICE,      Kind::Drive,   Aspect::Data,  Risk::High,   "",         "format",       "formatting",
      "", 0, 0, true},
 };
 // clang-format on
@@ -46,7 +46,7 @@ std::uint32_t Check(Session& session, std::uint64_t object, PI::_OPERATION_ID nu
   return session.CheckOperation(object, operation);
 }
 
-std::string LightState(Session& session, std::uint64_t object) {
+std::string LocateLedState(Session& session, std::uint64_t object) {
   switch (Check(session, object, PI::OP_LOCATE_DEVICE)) {
     case PI::SUCCESS:
       return "off";
@@ -131,8 +131,8 @@ std::uint32_t ResolveOperation(const Object& object, const std::string& text) {
 
 std::string StateOf(Session& session, std::uint64_t object, Aspect aspect) {
   switch (aspect) {
-    case Aspect::Light:
-      return LightState(session, object);
+    case Aspect::LocateLed:
+      return LocateLedState(session, object);
     case Aspect::Card:
       return CardState(session, object);
     case Aspect::Units:

@@ -12,16 +12,16 @@
 namespace Console {
 
 // What it takes to be allowed: nothing, a yes, or the serial number.
-enum class Danger { Mild, Moderate, Severe };
+enum class Risk { Low, Medium, High };
 
 // What an operation changes.
-enum class Aspect { Nothing, Light, Card, Units, Data };
+enum class Aspect { Nothing, LocateLed, Card, Units, Data };
 
 struct OperationRow {
   std::uint32_t m_Number;
   Kind m_Kind;  // of the objects that have it
   Aspect m_Aspect;
-  Danger m_Danger;
+  Risk m_Risk;
   const char* m_Goal;           // the state afterwards, as `StateOf` names it
   const char* m_Verb;           // "attach"
   const char* m_Doing;          // "attaching"

@@ -60,9 +60,9 @@ void Progress::Draw() {
 void Progress::EmitLine() {
   Json progress = m_State;
   progress["elapsed_seconds"] = static_cast<double>(Elapsed().count()) / 1000;
-  Answer answer;
-  answer.m_Result = {{"progress", progress}};
-  m_Context.Emit(answer, false);
+  CommandResult result;
+  result.m_Json = {{"progress", progress}};
+  m_Context.Emit(result, false);
 }
 
 BackgroundTicks::BackgroundTicks(Progress& progress) {
@@ -86,7 +86,7 @@ void BackgroundTicks::Run(Progress& progress) {
   std::unique_lock<std::mutex> lock(m_Lock);
   while (!m_Ended.wait_for(lock, kOneWait, [this] { return m_IsEnded; })) {
     progress.Tick();
-    if (told || !StopAsked()) continue;
+    if (told || !StopRequested()) continue;
     told = true;
     std::fputs(
         "\nThis cannot be stopped half-way; the program ends when it is done.\n"

@@ -22,7 +22,7 @@ struct Command {
   std::size_t m_Most;
   const char* m_Summary;
   std::vector<std::string> m_Forms;  // the first one is the command's own
-  Answer (*m_Run)(Context&);
+  CommandResult (*m_Run)(Context&);
 };
 
 // All commands, in the order in which the help shows them; those of a group stand together.

@@ -33,11 +33,11 @@ bool IsOneReading(const Command& command, const Options& options) {
 
 TimeLimits LimitsOf(const Command& command, const Options& options) {
   std::optional<milliseconds> told;
-  if (!options.m_Timeout.empty()) told = ParseSpan("--timeout", options.m_Timeout);
+  if (!options.m_Timeout.empty()) told = ParseDuration("--timeout", options.m_Timeout);
   TimeLimits limits;
   const milliseconds usual = command.m_Group == Group::None ? kCompletion : kUsual;
   limits.m_Call = Waits(command.m_Name) ? usual : told.value_or(usual);
-  if (IsOneReading(command, options)) limits.m_Whole = Deadline(limits.m_Call);
+  if (IsOneReading(command, options)) limits.m_Total = Deadline(limits.m_Call);
   if (!Waits(command.m_Name)) limits.m_Format = told;
   return limits;
 }

@@ -108,13 +108,13 @@ Model Line::Objects() const {
   return m_Source(options);
 }
 
-std::string TermMeaning(const Term& term) {
-  return HostKit::CaptionOf(HostKit::Family::Property, term.m_PropertyID);
+std::string FieldMeaning(const Field& field) {
+  return HostKit::CaptionOf(HostKit::Family::Property, field.m_PropertyID);
 }
 
 std::string ObjectMeaning(const Object& object) {
-  const Term* name = FindTerm(object.m_Kind, "name");
-  return name == nullptr ? std::string() : BareText(ReadTerm(object, *name));
+  const Field* name = FindField(object.m_Kind, "name");
+  return name == nullptr ? std::string() : BareText(ReadField(object, *name));
 }
 
 template <class Fits>
@@ -145,18 +145,18 @@ std::optional<Object> ObjectOf(const Line& line, std::size_t argument) {
   }
 }
 
-Candidates Terms(const Line& line, const char* behind) {
+Candidates Fields(const Line& line, const char* behind) {
   Candidates all;
   const std::optional<Object> object = ObjectOf(line, 0);
   if (!object) return all;
-  for (const Term& term : TermsOf(object->m_Kind)) {
-    all.push_back({std::string(term.m_Name) + behind, TermMeaning(term)});
+  for (const Field& field : FieldsOf(object->m_Kind)) {
+    all.push_back({std::string(field.m_Name) + behind, FieldMeaning(field)});
   }
   return all;
 }
 
 Candidates Properties(const Line& line) {
-  return Terms(line, "");
+  return Fields(line, "");
 }
 
 Candidates Settable(const Line& line) {
@@ -177,7 +177,7 @@ Candidates Conditions(const Line& line) {
   for (const std::string& word : ConditionWords()) {
     if (boost::istarts_with(word, line.m_Last)) all.push_back({word, ""});
   }
-  return all.empty() ? Terms(line, "=") : all;
+  return all.empty() ? Fields(line, "=") : all;
 }
 
 Candidates Commands(const Line& line) {
@@ -221,7 +221,7 @@ Candidates Choices(const Words& words) {
 }
 
 Candidates Identifiers(const Line&) {
-  return Choices(GlossaryNames());
+  return Choices(AllNames());
 }
 
 Candidates Tables(const Line&) {

@@ -39,20 +39,20 @@ std::string Wrapped(const std::string& text, std::size_t indent) {
 }
 
 struct Item {
-  std::string m_Term;
+  std::string m_Name;
   std::string m_Meaning;
 };
 
-// Terms to the left, their meanings to the right; a long term has a line of its own.
+// Names on the left, meanings on the right; a long name has a line of its own.
 std::string Listed(const std::vector<Item>& items, std::size_t widest) {
   std::size_t width = 0;
   for (const Item& item : items) {
-    if (item.m_Term.size() <= widest) width = std::max(width, item.m_Term.size());
+    if (item.m_Name.size() <= widest) width = std::max(width, item.m_Name.size());
   }
   std::string text;
   for (const Item& item : items) {
-    const bool fits = item.m_Term.size() <= width;
-    text += fmt::format("  {:<{}}  ", item.m_Term, width);
+    const bool fits = item.m_Name.size() <= width;
+    text += fmt::format("  {:<{}}  ", item.m_Name, width);
     if (!fits) text = boost::trim_right_copy(text) + fmt::format("\n{:{}}", "", width + 4);
     text += Wrapped(item.m_Meaning, width + 4);
   }

@@ -17,21 +17,21 @@ std::chrono::milliseconds CheckTimeout(const Options& options) {
   // Below the minute after which monitoring systems give up by themselves.
   constexpr std::chrono::seconds kDefault(30);
   if (options.m_Timeout.empty()) return kDefault;
-  return ParseSpan("--timeout", options.m_Timeout);
+  return ParseDuration("--timeout", options.m_Timeout);
 }
 
-Failure EndingFailure(const Ending& ending, std::chrono::milliseconds timeout) {
-  switch (ending.m_How) {
-    case How::TimedOut:
+Failure EndingFailure(const SubprocessResult& ending, std::chrono::milliseconds timeout) {
+  switch (ending.m_End) {
+    case SubprocessEnd::TimedOut:
       return Failure(ExitCode::TimedOut, "TIMED_OUT", "looking at the cards",
                      fmt::format("it took longer than {} ms", timeout.count()),
                      {"Give it more time with --timeout."});
-    case How::Stopped:
+    case SubprocessEnd::Stopped:
       return StopFailure(Stopped().what());
-    case How::Killed:
+    case SubprocessEnd::Killed:
       return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
                      fmt::format("the program crashed ({})", strsignal(ending.m_Number)));
-    case How::Exited:
+    case SubprocessEnd::Exited:
       break;
   }
   return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
@@ -39,9 +39,9 @@ Failure EndingFailure(const Ending& ending, std::chrono::milliseconds timeout) {
 }
 
 // A code that says nothing, or none of the answer, is not the command's.
-bool IsAnswer(const Ending& ending) {
-  return ending.m_How == How::Exited && ending.m_Number <= static_cast<int>(ExitCode::Unknown) &&
-         !ending.m_Output.empty();
+bool IsAnswer(const SubprocessResult& ending) {
+  return ending.m_End == SubprocessEnd::Exited &&
+         ending.m_Number <= static_cast<int>(ExitCode::Unknown) && !ending.m_Output.empty();
 }
 
 // What a plug-in or its library prints there would come before the answer where a monitoring system
@@ -60,12 +60,13 @@ int RunForMonitoring(const Start& start) {
 
 }  // namespace
 
-ExitCode RunGuarded(Start start) {
+ExitCode RunIsolated(Start start) {
   try {
     const std::chrono::milliseconds timeout = CheckTimeout(start.m_Options);
-    const Ending ending = RunInChild([&] { return RunForMonitoring(start); }, timeout);
+    const SubprocessResult ending =
+        RunInSubprocess([&] { return RunForMonitoring(start); }, timeout);
     if (!IsAnswer(ending)) throw EndingFailure(ending, timeout);
-    AnswerStream(false).Write(ending.m_Output);
+    ResultStream(false).Write(ending.m_Output);
     return static_cast<ExitCode>(ending.m_Number);
   } catch (const Failure& failure) {
     start.m_Wrong.emplace(failure);

@@ -7,6 +7,6 @@ namespace Console {
 
 // Runs the command as `RunCommand` does, with the plug-in in another process: a monitoring system
 // gets its answer in time whatever the plug-in does. Call before any thread starts.
-ExitCode RunGuarded(Start start);
+ExitCode RunIsolated(Start start);
 
 }  // namespace Console

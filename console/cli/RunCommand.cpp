@@ -17,13 +17,13 @@ bool IsJson(const std::string& form) {
 }
 
 // The plug-in is stopped before the answer is written: a reader that has gone must not keep it up.
-ExitCode Run(const Command& command, Context& context, AnswerStream& stream) {
-  const Answer answer = command.m_Run(context);
+ExitCode Run(const Command& command, Context& context, ResultStream& stream) {
+  const CommandResult result = command.m_Run(context);
   context.Close();
   CheckStop();
   const Style& style = context.m_Style;
-  stream.Write(Render(answer, context.m_Form, style, context.Around(answer.m_Code)));
-  return answer.m_Code;
+  stream.Write(Render(result, context.m_Form, style, context.EnvelopeFor(result.m_Code)));
+  return result.m_Code;
 }
 
 // A wrong command line without better advice leads to the help, of its command if it has one.
@@ -36,21 +36,21 @@ std::vector<std::string> AdviceFor(const Failure& failure, const Start& start) {
 }
 
 // A failure has the same envelope as an answer, without a result.
-std::string FailureText(const Start& start, const Failure& failure, const Surroundings& around) {
+std::string FailureText(const Start& start, const Failure& failure, const Envelope& envelope) {
   const std::string& form = start.m_Options.m_Form;
-  if (IsJson(form)) return Envelope(nullptr, around, form == "jsonl");
+  if (IsJson(form)) return RenderEnvelope(nullptr, envelope, form == "jsonl");
   return start.m_Monitored ? CheckText(failure) : std::string();
 }
 
-ExitCode Report(const Start& start, const Failure& failure, const Context* context, Talk& talk,
-                AnswerStream& stream) {
+ExitCode Report(const Start& start, const Failure& failure, const Context* context,
+                Diagnostics& diagnostics, ResultStream& stream) {
   const ExitCode code = start.m_Monitored ? ExitCode::Unknown : failure.m_Code;
-  talk.Error(failure.m_Id, failure.m_Text, AdviceFor(failure, start));
+  diagnostics.Error(failure.m_Id, failure.m_Text, AdviceFor(failure, start));
   const char* command = start.m_pCommand == nullptr ? "" : start.m_pCommand->m_Name;
-  Surroundings around{command, std::nullopt, talk.Messages(), code};
-  if (context != nullptr) around = context->Around(code);
+  Envelope envelope{command, std::nullopt, diagnostics.Messages(), code};
+  if (context != nullptr) envelope = context->EnvelopeFor(code);
   try {
-    stream.Write(FailureText(start, failure, around));
+    stream.Write(FailureText(start, failure, envelope));
   } catch (const Failure&) {
     // Standard error has been told; the answer's reader is gone.
   }
@@ -73,14 +73,14 @@ Volume VolumeOf(const Start& start) {
 
 ExitCode RunCommand(const Start& start) {
   const Options& options = start.m_Options;
-  AnswerStream stream(options.m_Verbose);
-  Talk talk(VolumeOf(start));
+  ResultStream stream(options.m_Verbose);
+  Diagnostics diagnostics(VolumeOf(start));
   const Style style = DecideStyle(options, stream.TerminalWidth());
-  if (start.m_Wrong) return Report(start, *start.m_Wrong, nullptr, talk, stream);
+  if (start.m_Wrong) return Report(start, *start.m_Wrong, nullptr, diagnostics, stream);
 
   const Command& command = *start.m_pCommand;
   const std::string form = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
-  Context context(options, style, talk, stream, command.m_Name, form,
+  Context context(options, style, diagnostics, stream, command.m_Name, form,
                   Words(options.m_Words.begin() + 1, options.m_Words.end()));
   try {
     // What is monitored has a time limit as a whole, and a process of its own.
@@ -88,7 +88,7 @@ ExitCode RunCommand(const Start& start) {
     return Run(command, context, stream);
   } catch (const std::exception& e) {
     context.Close();
-    return Report(start, AsFailure(e), &context, talk, stream);
+    return Report(start, AsFailure(e), &context, diagnostics, stream);
   }
 }
 

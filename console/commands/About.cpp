@@ -57,55 +57,55 @@ void AddRow(Table& table, const std::string& name, const std::string& value) {
 
 }  // namespace
 
-Answer RunPlugin(Context& context) {
+CommandResult RunPlugin(Context& context) {
   const PluginInfo info = context.Open().Info();
-  Answer answer;
-  answer.m_Result = {{"file", info.m_File},
-                     {"module_id", info.m_ModuleID},
-                     {"interface_version", info.m_InterfaceVersion},
-                     {"symbols", Json::array()}};
-  answer.m_Table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
-  AddRow(answer.m_Table, "file", info.m_File);
-  AddRow(answer.m_Table, "module_id", std::to_string(info.m_ModuleID));
-  AddRow(answer.m_Table, "interface_version", std::to_string(info.m_InterfaceVersion));
+  CommandResult result;
+  result.m_Json = {{"file", info.m_File},
+                   {"module_id", info.m_ModuleID},
+                   {"interface_version", info.m_InterfaceVersion},
+                   {"symbols", Json::array()}};
+  result.m_Table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
+  AddRow(result.m_Table, "file", info.m_File);
+  AddRow(result.m_Table, "module_id", std::to_string(info.m_ModuleID));
+  AddRow(result.m_Table, "interface_version", std::to_string(info.m_InterfaceVersion));
   std::size_t others = 0;
   for (const Symbol& symbol : SymbolsOf(info.m_File)) {
-    answer.m_Result["symbols"].push_back(
+    result.m_Json["symbols"].push_back(
         {{"name", symbol.m_Name}, {"expected", symbol.m_Expected}, {"present", symbol.m_Present}});
     if (symbol.m_Expected) {
-      AddRow(answer.m_Table, symbol.m_Name, symbol.m_Present ? "present" : "missing");
+      AddRow(result.m_Table, symbol.m_Name, symbol.m_Present ? "present" : "missing");
     } else {
       ++others;
     }
   }
-  AddRow(answer.m_Table, "other_symbols", std::to_string(others));
-  return answer;
+  AddRow(result.m_Table, "other_symbols", std::to_string(others));
+  return result;
 }
 
-Answer RunHelp(Context& context) {
-  Answer answer;
-  answer.m_Result = {{"commands", Json::array()}};
+CommandResult RunHelp(Context& context) {
+  CommandResult result;
+  result.m_Json = {{"commands", Json::array()}};
   if (context.m_Arguments.empty()) {
     for (const Command& command : AllCommands()) {
       if (command.m_Group == Group::None) continue;
-      answer.m_Result["commands"].push_back(CommandJson(command));
+      result.m_Json["commands"].push_back(CommandJson(command));
     }
-    answer.m_Text = GeneralHelp(AllCommands());
-    return answer;
+    result.m_Text = GeneralHelp(AllCommands());
+    return result;
   }
   const Command& command = AllCommands().Require(context.m_Arguments[0]);
-  answer.m_Result["commands"].push_back(CommandJson(command));
-  answer.m_Text = CommandHelp(command);
-  return answer;
+  result.m_Json["commands"].push_back(CommandJson(command));
+  result.m_Text = CommandHelp(command);
+  return result;
 }
 
-Answer RunVersion(Context&) {
+CommandResult RunVersion(Context&) {
   const std::string text = "corvane-host " CORVANE_HOST_VERSION;
-  Answer answer;
-  answer.m_Result = {{"version", CORVANE_HOST_VERSION}};
-  answer.m_Text = text + "\n";
-  answer.m_Values = {text};
-  return answer;
+  CommandResult result;
+  result.m_Json = {{"version", CORVANE_HOST_VERSION}};
+  result.m_Text = text + "\n";
+  result.m_Values = {text};
+  return result;
 }
 
 }  // namespace Console

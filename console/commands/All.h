@@ -9,30 +9,30 @@ const CommandTable& AllCommands();
 
 // Their entry points.
 
-Answer RunList(Context& context);
-Answer RunTree(Context& context);
-Answer RunShow(Context& context);
-Answer RunGet(Context& context);
-Answer RunSet(Context& context);
-Answer RunLocate(Context& context);
-Answer RunAttach(Context& context);
-Answer RunDetach(Context& context);
-Answer RunOnline(Context& context);
-Answer RunOffline(Context& context);
-Answer RunFormat(Context& context);
-Answer RunOp(Context& context);
-Answer RunStatus(Context& context);
-Answer RunCheck(Context& context);
-Answer RunEvents(Context& context);
-Answer RunWatch(Context& context);
-Answer RunMetrics(Context& context);
-Answer RunWait(Context& context);
-Answer RunRows(Context& context);
-Answer RunExplain(Context& context);
-Answer RunCompletion(Context& context);
-Answer RunComplete(Context& context);
-Answer RunPlugin(Context& context);
-Answer RunHelp(Context& context);
-Answer RunVersion(Context& context);
+CommandResult RunList(Context& context);
+CommandResult RunTree(Context& context);
+CommandResult RunShow(Context& context);
+CommandResult RunGet(Context& context);
+CommandResult RunSet(Context& context);
+CommandResult RunLocate(Context& context);
+CommandResult RunAttach(Context& context);
+CommandResult RunDetach(Context& context);
+CommandResult RunOnline(Context& context);
+CommandResult RunOffline(Context& context);
+CommandResult RunFormat(Context& context);
+CommandResult RunOp(Context& context);
+CommandResult RunStatus(Context& context);
+CommandResult RunCheck(Context& context);
+CommandResult RunEvents(Context& context);
+CommandResult RunWatch(Context& context);
+CommandResult RunMetrics(Context& context);
+CommandResult RunWait(Context& context);
+CommandResult RunRows(Context& context);
+CommandResult RunExplain(Context& context);
+CommandResult RunCompletion(Context& context);
+CommandResult RunComplete(Context& context);
+CommandResult RunPlugin(Context& context);
+CommandResult RunHelp(Context& context);
+CommandResult RunVersion(Context& context);
 
 }  // namespace Console

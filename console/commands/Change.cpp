@@ -17,15 +17,15 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-Answer RunVerb(Context& context, std::uint32_t number) {
+CommandResult RunVerb(Context& context, std::uint32_t number) {
   const OperationRow& row = *FindOperation(number);
   TimeoutOf(context.m_Options);
   const Model model = context.Objects();
   const Object& object = SelectFor(model, context.m_Arguments[0], row);
-  return ChangeAnswer(context, object, number, Perform(context, model, object, row, true));
+  return ChangeResult(context, object, number, PerformOperation(context, model, object, row, true));
 }
 
-void RequireLight(const Object& adapter) {
+void RequireLocateLed(const Object& adapter) {
   if (adapter.Lists(PI::OP_LOCATE_DEVICE)) return;
   throw Failure(ExitCode::Refused, "NO_LIGHT", fmt::format("locating {}", adapter.m_Selector),
                 "it has no light that can be switched", {"Nothing was changed."});
@@ -38,59 +38,62 @@ bool ParseOn(const std::string& text) {
 }
 
 // Waits with the light on, and switches it off whichever way the wait ends.
-Answer Blink(Context& context, const Model& model, const Object& adapter, milliseconds span) {
-  context.m_Talk.Note("LIGHT_ON", fmt::format("the light of {} is on for {}; Ctrl-C ends it sooner",
-                                              adapter.m_Selector, ElapsedText(span)));
+CommandResult Blink(Context& context, const Model& model, const Object& adapter,
+                    milliseconds duration) {
+  context.m_Diagnostics.Note("LIGHT_ON",
+                             fmt::format("the light of {} is on for {}; Ctrl-C ends it sooner",
+                                         adapter.m_Selector, ElapsedText(duration)));
   const auto start = steady_clock::now();
-  const Deadline deadline(start + span);
-  while (!StopAsked() && !deadline.IsOver()) WaitForStop(deadline.Left());
+  const Deadline deadline(start + duration);
+  while (!StopRequested() && !deadline.IsOver()) WaitForStop(deadline.Left());
   const OperationRow& off = *FindOperation(PI::OP_STOP_LOCATE_DEVICE);
-  Change change = Perform(context, model, adapter, off, true);
-  if (StopAsked()) {
-    context.m_Talk.Note("LIGHT_OFF", fmt::format("the light of {} is off", adapter.m_Selector));
+  Change change = PerformOperation(context, model, adapter, off, true);
+  if (StopRequested()) {
+    context.m_Diagnostics.Note("LIGHT_OFF",
+                               fmt::format("the light of {} is off", adapter.m_Selector));
   }
   CheckStop();
   change.m_Elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-  return ChangeAnswer(context, adapter, off.m_Number, change);
+  return ChangeResult(context, adapter, off.m_Number, change);
 }
 
 }  // namespace
 
-Answer RunLocate(Context& context) {
+CommandResult RunLocate(Context& context) {
   const Options& options = context.m_Options;
   const bool on = ParseOn(context.m_Arguments[1]);
-  std::optional<milliseconds> span;
-  if (!options.m_For.empty()) span = ParseSpan("--for", options.m_For);
-  if (span && !on) throw UsageFailure("--for goes with on alone");
+  std::optional<milliseconds> duration;
+  if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
+  if (duration && !on) throw UsageFailure("--for goes with on alone");
   const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
   const Model model = context.Objects();
   const Object& adapter = SelectFor(model, context.m_Arguments[0], row);
-  RequireLight(adapter);
-  const Change change = Perform(context, model, adapter, row, true);
+  RequireLocateLed(adapter);
+  const Change change = PerformOperation(context, model, adapter, row, true);
   if (on && !options.m_DryRun) {
-    if (span) return Blink(context, model, adapter, *span);
-    context.m_Talk.Note(
+    if (duration) return Blink(context, model, adapter, *duration);
+    context.m_Diagnostics.Note(
         "LIGHT_STAYS_ON",
         "the light stays on only until a plug-in starts again, which every run of "
         "this program does",
         {fmt::format("To keep it on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
   }
-  return ChangeAnswer(context, adapter, row.m_Number, change);
+  return ChangeResult(context, adapter, row.m_Number, change);
 }
 
-Answer RunAttach(Context& context) {
+CommandResult RunAttach(Context& context) {
   return RunVerb(context, PI::OP_ATTACH);
 }
 
-Answer RunDetach(Context& context) {
+CommandResult RunDetach(Context& context) {
   return RunVerb(context, context.m_Options.m_Force ? PI::OP_FORCE_DETACH : PI::OP_DETACH);
 }
 
-Answer RunOnline(Context& context) {
+CommandResult RunOnline(Context& context) {
   return RunVerb(context, PI::OP_MAKE_ONLINE);
 }
 
-Answer RunOffline(Context& context) {
+CommandResult RunOffline(Context& context) {
   return RunVerb(context, PI::OP_MAKE_OFFLINE);
 }
 

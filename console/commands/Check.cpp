@@ -17,15 +17,15 @@ Json FindingJson(const Finding& finding) {
   Json json = {{"object", finding.m_pObject->m_Selector},
                {"type", KindName(finding.m_pObject->m_Kind)},
                {"id", IdText(finding.m_pObject->m_ID)},
-               {"state", StateName(finding.m_State)}};
+               {"state", CheckStateName(finding.m_State)}};
   PutValue(json, "status", finding.m_Health.m_Status);
-  PutValue(json, "serial_number", ReadTerm(*finding.m_pObject, "serial_number"));
+  PutValue(json, "serial_number", ReadField(*finding.m_pObject, "serial_number"));
   json["reasons"] = Json::array();
   for (const Reason& reason : finding.m_Health.m_Reasons) json["reasons"].push_back(reason.m_Name);
   return json;
 }
 
-Json ReportedJson(const Reported& r) {
+Json CheckReadingJson(const CheckReading& r) {
   return {{"label", r.m_Label},
           {"value", r.m_Value},
           {"unit", TextJson(r.m_Unit)},
@@ -37,26 +37,26 @@ Json ReportedJson(const Reported& r) {
 
 }  // namespace
 
-Answer RunCheck(Context& context) {
+CommandResult RunCheck(Context& context) {
   const Model model = context.Objects();
   const Object* top =
       context.m_Arguments.empty() ? nullptr : &Select(model, context.m_Arguments[0]);
   const bool ascii = context.m_Style.m_Ascii;
-  const Verdict verdict = Judge(model, top);
-  Answer answer;
-  answer.m_Code = StateCode(verdict.m_State);
-  answer.m_Text = CheckText(verdict, ascii);
-  answer.m_Result = {{"state", StateName(verdict.m_State)},
-                     {"summary", Summary(verdict, ascii)},
-                     {"objects", Json::array()},
-                     {"readings", Json::array()}};
-  for (const Finding& finding : verdict.m_Findings) {
-    answer.m_Result["objects"].push_back(FindingJson(finding));
+  const CheckResult check = CheckObjects(model, top);
+  CommandResult result;
+  result.m_Code = CheckStateCode(check.m_State);
+  result.m_Text = CheckText(check, ascii);
+  result.m_Json = {{"state", CheckStateName(check.m_State)},
+                   {"summary", Summary(check, ascii)},
+                   {"objects", Json::array()},
+                   {"readings", Json::array()}};
+  for (const Finding& finding : check.m_Findings) {
+    result.m_Json["objects"].push_back(FindingJson(finding));
   }
-  for (const Reported& reported : verdict.m_Reported) {
-    answer.m_Result["readings"].push_back(ReportedJson(reported));
+  for (const CheckReading& reading : check.m_Readings) {
+    result.m_Json["readings"].push_back(CheckReadingJson(reading));
   }
-  return answer;
+  return result;
 }
 
 }  // namespace Console

@@ -30,21 +30,21 @@ std::string Printed(const Candidate& candidate) {
 
 }  // namespace
 
-Answer RunCompletion(Context& context) {
+CommandResult RunCompletion(Context& context) {
   std::string text = RequireScript(context.m_Arguments[0]).m_Text;
   text.pop_back();  // the line end that a value gets
-  Answer answer;
-  answer.m_Values = {text};
-  return answer;
+  CommandResult result;
+  result.m_Values = {text};
+  return result;
 }
 
-Answer RunComplete(Context& context) {
+CommandResult RunComplete(Context& context) {
   const auto objects = [&](const Options& options) { return context.With(options).Objects(); };
-  Answer answer;
+  CommandResult result;
   for (const Candidate& candidate : Complete(context.m_Arguments, AllCommands(), objects)) {
-    answer.m_Values.push_back(Printed(candidate));
+    result.m_Values.push_back(Printed(candidate));
   }
-  return answer;
+  return result;
 }
 
 }  // namespace Console

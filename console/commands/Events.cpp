@@ -25,30 +25,30 @@ using std::chrono::milliseconds;
 constexpr std::size_t kUsualLimit = 50;
 
 // What of the log is asked for.
-struct Wish {
+struct EventQuery {
   std::uint64_t m_Since = 0;
   std::size_t m_Limit = kUsualLimit;
 };
 
 // Who asks for a span of time wants all of it.
-Wish WishOf(const Options& options) {
-  Wish wish;
+EventQuery QueryOf(const Options& options) {
+  EventQuery query;
   if (!options.m_Since.empty()) {
-    wish.m_Since = ParseMoment("--since", options.m_Since, NowMs());
-    wish.m_Limit = History::kAll;
+    query.m_Since = ParseTimestamp("--since", options.m_Since, NowMs());
+    query.m_Limit = History::kAll;
   }
-  if (options.m_Limit.empty()) return wish;
+  if (options.m_Limit.empty()) return query;
   const auto limit = ReadNumber<std::size_t>(options.m_Limit);
   if (!limit || *limit > History::kAll) {
     throw UsageFailure(fmt::format("--limit cannot be '{}'", options.m_Limit),
                        {"It may be a number of events, such as 200."});
   }
-  wish.m_Limit = *limit;
-  return wish;
+  query.m_Limit = *limit;
+  return query;
 }
 
 // An event with the object that it is about, or null.
-struct Told {
+struct EventEntry {
   const Object* m_pObject;
   LoggedEvent m_Event;
 };
@@ -69,10 +69,10 @@ class Filter {
     if (!hasGone) m_Selector = Select(model, m_Text).m_Selector;
   }
 
-  bool Fits(const Model& model, const Told& told) const {
+  bool Fits(const Model& model, const EventEntry& entry) const {
     if (IsNone()) return true;
-    if (m_Selector.empty()) return IsNamed(told.m_Event);
-    for (const Object* at = told.m_pObject; at != nullptr; at = model.OwnerOf(*at)) {
+    if (m_Selector.empty()) return IsNamed(entry.m_Event);
+    for (const Object* at = entry.m_pObject; at != nullptr; at = model.OwnerOf(*at)) {
       if (at->m_Selector == m_Selector) return true;
     }
     return false;
@@ -93,85 +93,86 @@ class Filter {
   std::string m_Selector;  // empty: of an object that has gone
 };
 
-Answer AnswerOf(const std::vector<Told>& events) {
-  Answer answer;
-  answer.m_Items = "events";
-  answer.m_Result = {{"events", Json::array()}};
-  answer.m_Table.m_Columns = EventColumns();
-  if (events.empty()) answer.m_Text = "";
-  for (const Told& told : events) {
-    answer.m_Result["events"].push_back(EventJson(told.m_pObject, told.m_Event));
-    answer.m_Table.m_Rows.push_back(EventRow(told.m_pObject, told.m_Event));
+CommandResult ResultOf(const std::vector<EventEntry>& events) {
+  CommandResult result;
+  result.m_Items = "events";
+  result.m_Json = {{"events", Json::array()}};
+  result.m_Table.m_Columns = EventColumns();
+  if (events.empty()) result.m_Text = "";
+  for (const EventEntry& entry : events) {
+    result.m_Json["events"].push_back(EventJson(entry.m_pObject, entry.m_Event));
+    result.m_Table.m_Rows.push_back(EventRow(entry.m_pObject, entry.m_Event));
   }
-  return answer;
+  return result;
 }
 
 template <class Find>
-std::vector<Told> Chosen(const std::vector<LoggedEvent>& events, const Model& model,
-                         const Filter& filter, Find find) {
-  std::vector<Told> chosen;
+std::vector<EventEntry> Chosen(const std::vector<LoggedEvent>& events, const Model& model,
+                               const Filter& filter, Find find) {
+  std::vector<EventEntry> chosen;
   chosen.reserve(events.size());
   for (const LoggedEvent& event : events) {
-    const Told told = {find(event), event};
-    if (filter.Fits(model, told)) chosen.push_back(told);
+    const EventEntry entry = {find(event), event};
+    if (filter.Fits(model, entry)) chosen.push_back(entry);
   }
   return chosen;
 }
 
 // Of events that have just come.
-std::vector<Told> ChosenNow(const std::vector<LoggedEvent>& events, const Model& model,
-                            const Filter& filter) {
+std::vector<EventEntry> ChosenNow(const std::vector<LoggedEvent>& events, const Model& model,
+                                  const Filter& filter) {
   return Chosen(events, model, filter,
                 [&](const LoggedEvent& event) { return model.Find(event.m_ObjectID); });
 }
 
-void TellOlder(Talk& talk, std::size_t shown) {
-  talk.Note("OLDER_EVENTS",
-            fmt::format("the newest {} events are shown; the log has older ones", shown),
-            {"See more of it with --limit N or --since 2d."});
+void NoteOlderEvents(Diagnostics& diagnostics, std::size_t shown) {
+  diagnostics.Note("OLDER_EVENTS",
+                   fmt::format("the newest {} events are shown; the log has older ones", shown),
+                   {"See more of it with --limit N or --since 2d."});
 }
 
-void DropOldest(std::vector<Told>& events, std::size_t limit) {
+void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
   const std::size_t surplus = events.size() - std::min(events.size(), limit);
   events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
 }
 
 // The log as it was, and what waits. The events are taken before the objects, so that none bears
 // the name of a place that another card has by now.
-Answer Begin(Context& context, const Wish& wish, Filter& filter) {
+CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   Session& session = context.Open();
   // One more than is wanted tells whether there are older ones.
-  const std::size_t limit = filter.IsNone() ? wish.m_Limit + 1 : History::kAll;
-  const std::vector<LoggedEvent> log = context.EventLog().MustRead(wish.m_Since, limit);
+  const std::size_t limit = filter.IsNone() ? query.m_Limit + 1 : History::kAll;
+  const std::vector<LoggedEvent> log = context.EventLog().MustRead(query.m_Since, limit);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
   const Model model = context.Objects();
   filter.Choose(model, context.EventLog());
-  const Namesakes namesakes(model);
-  std::vector<Told> events =
-      Chosen(log, model, filter, [&](const LoggedEvent& event) { return namesakes.Find(event); });
-  const bool hasOlder = events.size() > wish.m_Limit;
-  DropOldest(events, wish.m_Limit);
-  if (hasOlder && context.m_Options.m_Limit.empty()) TellOlder(context.m_Talk, wish.m_Limit);
-  const std::vector<Told> now = ChosenNow(fresh, model, filter);
+  const EventMatcher matcher(model);
+  std::vector<EventEntry> events =
+      Chosen(log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
+  const bool hasOlder = events.size() > query.m_Limit;
+  DropOldest(events, query.m_Limit);
+  if (hasOlder && context.m_Options.m_Limit.empty())
+    NoteOlderEvents(context.m_Diagnostics, query.m_Limit);
+  const std::vector<EventEntry> now = ChosenNow(fresh, model, filter);
   events.insert(events.end(), now.begin(), now.end());
-  return AnswerOf(events);
+  return ResultOf(events);
 }
 
-Answer Collect(Context& context, const Filter& filter) {
+CommandResult Collect(Context& context, const Filter& filter) {
   const std::vector<LoggedEvent> fresh = context.Open().CollectEvents();
   const Model model = context.Objects();
-  return AnswerOf(ChosenNow(fresh, model, filter));
+  return ResultOf(ChosenNow(fresh, model, filter));
 }
 
 // Each batch is written at once. Ends when the time is over or nobody reads any more; a signal ends
 // it by an exception.
-Answer Follow(Context& context, const Wish& wish, Filter& filter,
-              const std::optional<milliseconds>& span) {
+CommandResult Follow(Context& context, const EventQuery& query, Filter& filter,
+                     const std::optional<milliseconds>& duration) {
   Session& session = context.OpenToWait();
-  const Deadline deadline(span);
-  session.AnswerBy(deadline);
+  const Deadline deadline(duration);
+  session.SetDeadline(deadline);
   bool first = true;
-  Answer batch = Begin(context, wish, filter);
+  CommandResult batch = Begin(context, query, filter);
   while (!context.HasLostReader()) {
     if (!batch.m_Table.m_Rows.empty()) {
       context.Emit(batch, first);
@@ -179,36 +180,37 @@ Answer Follow(Context& context, const Wish& wish, Filter& filter,
     }
     CheckStop();
     if (deadline.IsOver()) break;
-    session.WaitForNotification(deadline.Left(), context.InReader());
+    session.WaitForNotification(deadline.Left(), context.ReaderWaitSet());
     CheckStop();
     batch = Collect(context, filter);
   }
   return {};
 }
 
-void TellNothing(Talk& talk) {
-  talk.Note("NO_EVENTS", "the log has no such events",
-            {"The cards are watched only while this program runs: see watch, --for and -f."});
+void NoteNoEvents(Diagnostics& diagnostics) {
+  diagnostics.Note(
+      "NO_EVENTS", "the log has no such events",
+      {"The cards are watched only while this program runs: see watch, --for and -f."});
 }
 
 }  // namespace
 
-Answer RunEvents(Context& context) {
+CommandResult RunEvents(Context& context) {
   const Options& options = context.m_Options;
-  const Wish wish = WishOf(options);
+  const EventQuery query = QueryOf(options);
   Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0]);
   if (!options.m_Follow && options.m_For.empty()) {
-    Answer answer = Begin(context, wish, filter);
-    if (answer.m_Table.m_Rows.empty()) TellNothing(context.m_Talk);
-    return answer;
+    CommandResult result = Begin(context, query, filter);
+    if (result.m_Table.m_Rows.empty()) NoteNoEvents(context.m_Diagnostics);
+    return result;
   }
   if (context.m_Form == "json") {
     throw UsageFailure("events that are waited for have no form 'json'",
                        {"Use -o jsonl: a document in each line."});
   }
-  std::optional<milliseconds> span;
-  if (!options.m_For.empty()) span = ParseSpan("--for", options.m_For);
-  return Follow(context, wish, filter, span);
+  std::optional<milliseconds> duration;
+  if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
+  return Follow(context, query, filter, duration);
 }
 
 }  // namespace Console

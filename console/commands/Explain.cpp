@@ -20,7 +20,7 @@ struct Explanation {
         m_Caption(HostKit::CaptionOf(entry.m_Family, entry.m_Number)),
         m_Meaning(HostKit::MeaningOf(entry.m_Family, entry.m_Number)),
         m_Advice(HostKit::AdviceOf(entry.m_Family, entry.m_Number)),
-        m_Terms(TermsOf(entry)) {}
+        m_Fields(FieldsOf(entry)) {}
 
   const std::string m_Number;
   const std::string m_Name;
@@ -28,7 +28,7 @@ struct Explanation {
   const std::string m_Caption;
   const std::string m_Meaning;
   const std::string m_Advice;  // empty: there is nothing to do
-  const std::vector<TermUse> m_Terms;
+  const std::vector<FieldUse> m_Fields;
 };
 
 // Null for what is no event.
@@ -37,17 +37,17 @@ const char* SeverityOf(const Entry& entry) {
   return isEvent ? SeverityName(HostKit::SeverityOf(entry.m_Number)) : nullptr;
 }
 
-Json TermJson(const TermUse& use) {
-  const char* unit = UnitOf(use.m_Term->m_Measure);
-  return {{"name", use.m_Term->m_Name},
+Json FieldJson(const FieldUse& use) {
+  const char* unit = UnitOf(use.m_Field->m_Measure);
+  return {{"name", use.m_Field->m_Name},
           {"type", KindName(use.m_Kind)},
           {"unit", unit == nullptr ? Json() : Json(unit)}};
 }
 
 Json EntryJson(const Entry& entry, const Explanation& about) {
   const char* severity = SeverityOf(entry);
-  Json terms = Json::array();
-  for (const TermUse& use : about.m_Terms) terms.push_back(TermJson(use));
+  Json fields = Json::array();
+  for (const FieldUse& use : about.m_Fields) fields.push_back(FieldJson(use));
   return {{"family", about.m_Family},
           {"number", entry.m_Number},
           {"name", about.m_Name},
@@ -55,7 +55,7 @@ Json EntryJson(const Entry& entry, const Explanation& about) {
           {"meaning", about.m_Meaning},
           {"advice", about.m_Advice.empty() ? Json() : Json(about.m_Advice)},
           {"severity", severity == nullptr ? Json() : Json(severity)},
-          {"terms", terms}};
+          {"terms", fields}};
 }
 
 std::string UnitText(Measure measure) {
@@ -66,9 +66,9 @@ std::string UnitText(Measure measure) {
   return fmt::format(", in {}", unit);
 }
 
-std::string TermText(const TermUse& use) {
-  return fmt::format("    name   {} ({}{})\n", use.m_Term->m_Name, KindName(use.m_Kind),
-                     UnitText(use.m_Term->m_Measure));
+std::string FieldText(const FieldUse& use) {
+  return fmt::format("    name   {} ({}{})\n", use.m_Field->m_Name, KindName(use.m_Kind),
+                     UnitText(use.m_Field->m_Measure));
 }
 
 std::string EntryText(const Entry& entry, const Explanation& about) {
@@ -78,12 +78,12 @@ std::string EntryText(const Entry& entry, const Explanation& about) {
                   severity == nullptr ? "" : ", ", severity == nullptr ? "" : severity);
   text += fmt::format("    means  {}\n", about.m_Meaning);
   if (!about.m_Advice.empty()) text += fmt::format("    do     {}\n", about.m_Advice);
-  for (const TermUse& use : about.m_Terms) text += TermText(use);
+  for (const FieldUse& use : about.m_Fields) text += FieldText(use);
   return text;
 }
 
 [[noreturn]] void NothingKnown(const std::string& text) {
-  std::vector<std::string> advice = DidYouMean(text, GlossaryNames());
+  std::vector<std::string> advice = DidYouMean(text, AllNames());
   advice.emplace_back("Numbers stand in the events and in errors, names in status and show.");
   throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", fmt::format("explaining '{}'", text),
                 "no error, event, operation, property or value has that number or name", advice);
@@ -91,26 +91,26 @@ std::string EntryText(const Entry& entry, const Explanation& about) {
 
 }  // namespace
 
-Answer RunExplain(Context& context) {
+CommandResult RunExplain(Context& context) {
   const std::string& text = context.m_Arguments[0];
-  Answer answer;
-  answer.m_Text = "";
-  answer.m_Result = {{"entries", Json::array()}};
-  answer.m_Table.m_Columns = {{"FAMILY", "family", false},   {"NUMBER", "number", true},
+  CommandResult result;
+  result.m_Text = "";
+  result.m_Json = {{"entries", Json::array()}};
+  result.m_Table.m_Columns = {{"FAMILY", "family", false},   {"NUMBER", "number", true},
                               {"NAME", "name", false},       {"CAPTION", "caption", false},
                               {"MEANING", "meaning", false}, {"ADVICE", "advice", false}};
   for (const Entry& entry : FindEntries(text)) {
     const Explanation about(entry);
-    *answer.m_Text += EntryText(entry, about);
-    answer.m_Result["entries"].push_back(EntryJson(entry, about));
-    answer.m_Table.m_Rows.push_back(
+    *result.m_Text += EntryText(entry, about);
+    result.m_Json["entries"].push_back(EntryJson(entry, about));
+    result.m_Table.m_Rows.push_back(
         {{TextCell(about.m_Family), TextCell(about.m_Number), TextCell(about.m_Name),
           TextCell(about.m_Caption), TextCell(about.m_Meaning),
           TextCell(about.m_Advice.empty() ? "-" : about.m_Advice)},
          std::nullopt});
   }
-  if (answer.m_Table.m_Rows.empty()) NothingKnown(text);
-  return answer;
+  if (result.m_Table.m_Rows.empty()) NothingKnown(text);
+  return result;
 }
 
 }  // namespace Console

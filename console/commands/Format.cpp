@@ -15,18 +15,18 @@ std::int32_t Whole(const std::string& text, std::int32_t least, std::int32_t mos
   return number && *number >= least && *number <= most ? *number : 0;
 }
 
-void ReadCapacity(const std::string& text, FormatWish& wish) {
+void ReadCapacity(const std::string& text, FormatRequest& request) {
   for (const Capacity& row : kCapacities) {
     if (text == row.m_Word) {
-      wish.m_Capacity = row.m_Value;
+      request.m_Capacity = row.m_Value;
       return;
     }
   }
-  wish.m_Capacity = PI::Value::CUSTOM;
+  request.m_Capacity = PI::Value::CUSTOM;
   const bool hasSign = !text.empty() && text.back() == '%';
-  wish.m_Percent =
+  request.m_Percent =
       Whole(text.substr(0, text.size() - (hasSign ? 1 : 0)), kLeastPercent, kMostPercent);
-  if (wish.m_Percent != 0) return;
+  if (request.m_Percent != 0) return;
   std::vector<std::string> names;
   for (const Capacity& row : kCapacities) {
     if (*row.m_Word != '\0') names.emplace_back(row.m_Word);
@@ -36,18 +36,18 @@ void ReadCapacity(const std::string& text, FormatWish& wish) {
   throw UsageFailure(fmt::format("--capacity cannot be '{}'", text), advice);
 }
 
-FormatWish ReadWish(const Options& options) {
-  FormatWish wish;
-  if (!options.m_Capacity.empty()) ReadCapacity(options.m_Capacity, wish);
-  if (options.m_SectorSize.empty()) return wish;
-  wish.m_SectorSize = static_cast<std::uint32_t>(Whole(options.m_SectorSize, 1, kLargestSector));
-  if (wish.m_SectorSize != 0) return wish;
+FormatRequest ReadRequest(const Options& options) {
+  FormatRequest request;
+  if (!options.m_Capacity.empty()) ReadCapacity(options.m_Capacity, request);
+  if (options.m_SectorSize.empty()) return request;
+  request.m_SectorSize = static_cast<std::uint32_t>(Whole(options.m_SectorSize, 1, kLargestSector));
+  if (request.m_SectorSize != 0) return request;
   throw UsageFailure(fmt::format("--sector-size cannot be '{}'", options.m_SectorSize),
                      {"It is a number of bytes, such as 512 or 4096."});
 }
 
 // Without a wish it would erase the drive for nothing.
-void RequireWish(const Options& options) {
+void RequireRequest(const Options& options) {
   if (!options.m_Capacity.empty() || !options.m_SectorSize.empty()) return;
   throw UsageFailure(
       "give --capacity or --sector-size",
@@ -56,13 +56,13 @@ void RequireWish(const Options& options) {
 
 }  // namespace
 
-Answer RunFormat(Context& context) {
-  RequireWish(context.m_Options);
-  const FormatWish wish = ReadWish(context.m_Options);
+CommandResult RunFormat(Context& context) {
+  RequireRequest(context.m_Options);
+  const FormatRequest request = ReadRequest(context.m_Options);
   const Model model = context.Objects();
   const Object& drive =
       SelectFor(model, context.m_Arguments[0], *FindOperation(PI::OP_FORMAT_DEVICE));
-  return FormatDrive(context, model, drive, wish);
+  return FormatDrive(context, model, drive, request);
 }
 
 }  // namespace Console

@@ -12,15 +12,15 @@ namespace {
 
 std::vector<NamedValue> ReadAll(const Object& object) {
   std::vector<NamedValue> values;
-  for (const Term& term : TermsOf(object.m_Kind)) {
-    values.push_back({term.m_Name, ReadTerm(object, term)});
+  for (const Field& field : FieldsOf(object.m_Kind)) {
+    values.push_back({field.m_Name, ReadField(object, field)});
   }
   return values;
 }
 
 }  // namespace
 
-Answer RunGet(Context& context) {
+CommandResult RunGet(Context& context) {
   const Model model = context.Objects();
   const Object& object = Select(model, context.m_Arguments[0]);
   std::vector<NamedValue> values;
@@ -29,17 +29,17 @@ Answer RunGet(Context& context) {
   }
   if (context.m_Arguments.size() == 1) values = ReadAll(object);
 
-  Answer answer;
-  answer.m_Result = {{"object", object.m_Selector}, {"values", Json::object()}};
-  answer.m_Table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
+  CommandResult result;
+  result.m_Json = {{"object", object.m_Selector}, {"values", Json::object()}};
+  result.m_Table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
   for (const NamedValue& value : values) {
-    PutValue(answer.m_Result["values"], value.m_Name, value.m_Value);
-    answer.m_Values.push_back(BareText(value.m_Value));
-    answer.m_Table.m_Rows.push_back(
+    PutValue(result.m_Json["values"], value.m_Name, value.m_Value);
+    result.m_Values.push_back(BareText(value.m_Value));
+    result.m_Table.m_Rows.push_back(
         {{TextCell(value.m_Name), ValueCell(value.m_Value, context.m_Style.m_Ascii)},
          std::nullopt});
   }
-  return answer;
+  return result;
 }
 
 }  // namespace Console

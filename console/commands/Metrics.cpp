@@ -14,24 +14,25 @@ namespace Console {
 namespace {
 
 // A database that fails leaves the rest of the metrics as they are.
-std::vector<HostKit::EventCount> ReadEventCounts(Talk& talk) {
+std::vector<HostKit::EventCount> ReadEventCounts(Diagnostics& diagnostics) {
   try {
     return HostKit::CountEvents();
   } catch (const DBEXCEPTION::DatabaseException& failure) {
-    talk.Note("DATABASE_FAILED", std::string("the events cannot be counted: ") + failure.what(),
-              DatabaseAdvice());
+    diagnostics.Note("DATABASE_FAILED",
+                     std::string("the events cannot be counted: ") + failure.what(),
+                     DatabaseAdvice());
     return {};
   }
 }
 
 // A plug-in that cannot be asked is a metric too; a wrong command line is not.
-std::optional<Model> ReadObjects(Context& context, Answer& answer) {
+std::optional<Model> ReadObjects(Context& context, CommandResult& result) {
   try {
     return context.Objects();
   } catch (const Failure& failure) {
     if (failure.m_Code == ExitCode::Usage) throw;
-    context.m_Talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
-    answer.m_Code = failure.m_Code;
+    context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+    result.m_Code = failure.m_Code;
     return std::nullopt;
   }
 }
@@ -42,7 +43,7 @@ Json SampleJson(const Sample& sample) {
   Json json = {{"labels", labels}};
   const Json number = Json::parse(sample.m_Value);
   if (number.is_number_unsigned()) {
-    PutValue(json, "value", {Measure::Count, number.get<std::uint64_t>(), Tone::Plain});
+    PutValue(json, "value", {Measure::Count, number.get<std::uint64_t>(), Severity::Neutral});
   } else {
     json["value"] = number;
   }
@@ -60,22 +61,22 @@ Json FamilyJson(const Family& family) {
 
 }  // namespace
 
-Answer RunMetrics(Context& context) {
-  Answer answer;
-  const std::optional<Model> model = ReadObjects(context, answer);
+CommandResult RunMetrics(Context& context) {
+  CommandResult result;
+  const std::optional<Model> model = ReadObjects(context, result);
   Observed observed;
   if (model) {
     observed.m_pModel = &*model;
     observed.m_StartSeconds = context.Open().StartDuration().count();
   }
-  observed.m_Events = ReadEventCounts(context.m_Talk);
+  observed.m_Events = ReadEventCounts(context.m_Diagnostics);
   const std::vector<Family> families = CollectMetrics(observed);
   const std::string& file = context.m_Options.m_TextFile;
   if (!file.empty()) ReplaceTextFile(file, PlainMetricsText(families));
-  answer.m_Text = file.empty() ? OpenMetricsText(families) : "";
-  answer.m_Result = {{"textfile", file.empty() ? Json() : Json(file)}, {"families", Json::array()}};
-  for (const Family& family : families) answer.m_Result["families"].push_back(FamilyJson(family));
-  return answer;
+  result.m_Text = file.empty() ? OpenMetricsText(families) : "";
+  result.m_Json = {{"textfile", file.empty() ? Json() : Json(file)}, {"families", Json::array()}};
+  for (const Family& family : families) result.m_Json["families"].push_back(FamilyJson(family));
+  return result;
 }
 
 }  // namespace Console

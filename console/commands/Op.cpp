@@ -48,10 +48,10 @@ Possibility Check(Session& session, const Object& object, std::uint32_t number) 
   return {session.CheckOperation(object.m_ID, operation)};
 }
 
-Answer ListOperations(Context& context, const Object& object) {
-  Answer answer;
-  answer.m_Result = {{"object", object.m_Selector}, {"operations", Json::array()}};
-  answer.m_Table.m_Columns = {{"NUMBER", "number", true},
+CommandResult ListOperations(Context& context, const Object& object) {
+  CommandResult result;
+  result.m_Json = {{"object", object.m_Selector}, {"operations", Json::array()}};
+  result.m_Table.m_Columns = {{"NUMBER", "number", true},
                               {"NAME", "name", false},
                               {"NOW", "possible", false},
                               {"MEANING", "caption", false}};
@@ -59,47 +59,47 @@ Answer ListOperations(Context& context, const Object& object) {
     const std::uint32_t number = listed.m_OperationID;
     const std::string caption = HostKit::CaptionOf(Family::Operation, number);
     const Possibility possibility = Check(context.Open(), object, number);
-    answer.m_Result["operations"].push_back({{"number", number},
-                                             {"name", OperationName(number)},
-                                             {"caption", caption},
-                                             {"possible", possibility.Possible()},
-                                             {"error", possibility.Error()}});
-    answer.m_Table.m_Rows.push_back(
+    result.m_Json["operations"].push_back({{"number", number},
+                                           {"name", OperationName(number)},
+                                           {"caption", caption},
+                                           {"possible", possibility.Possible()},
+                                           {"error", possibility.Error()}});
+    result.m_Table.m_Rows.push_back(
         {{TextCell(std::to_string(number)), TextCell(OperationName(number)),
           TextCell(possibility.Text()), TextCell(caption)},
          std::nullopt});
   }
-  if (answer.m_Table.m_Rows.empty()) {
-    context.m_Talk.Note("NO_OPERATIONS",
-                        fmt::format("the plug-in lists no operation of {}", object.m_Selector),
-                        {"Some can be asked for all the same, by name or number."});
+  if (result.m_Table.m_Rows.empty()) {
+    context.m_Diagnostics.Note(
+        "NO_OPERATIONS", fmt::format("the plug-in lists no operation of {}", object.m_Selector),
+        {"Some can be asked for all the same, by name or number."});
   }
-  return answer;
+  return result;
 }
 
-Answer CheckOperation(Context& context, const Object& object, std::uint32_t number) {
+CommandResult CheckOperation(Context& context, const Object& object, std::uint32_t number) {
   const OperationRow* row = FindOperation(number);
   const Possibility possibility = Check(context.Open(), object, number);
-  Answer answer;
-  answer.m_Result = {{"object", object.m_Selector},
-                     {"operation", OperationName(number)},
-                     {"number", number},
-                     {"possible", possibility.Possible()},
-                     {"error", possibility.Error()}};
-  answer.m_Table.m_Columns = {
+  CommandResult result;
+  result.m_Json = {{"object", object.m_Selector},
+                   {"operation", OperationName(number)},
+                   {"number", number},
+                   {"possible", possibility.Possible()},
+                   {"error", possibility.Error()}};
+  result.m_Table.m_Columns = {
       {"OBJECT", "object", false}, {"OPERATION", "operation", false}, {"NOW", "possible", false}};
-  answer.m_Table.m_Rows = {
+  result.m_Table.m_Rows = {
       {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(possibility.Text())},
        std::nullopt}};
-  if (possibility.Possible()) return answer;
+  if (possibility.Possible()) return result;
   const std::string state =
       row == nullptr ? "" : StateOf(context.Open(), object.m_ID, row->m_Aspect);
   const Failure failure =
       CheckFailure(fmt::format("{} for {}", OperationName(number), object.m_Selector), row, state,
                    possibility.m_Error);
-  context.m_Talk.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
-  answer.m_Code = failure.m_Code;
-  return answer;
+  context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+  result.m_Code = failure.m_Code;
+  return result;
 }
 
 struct Argument {
@@ -154,25 +154,26 @@ std::int32_t CapacityOf(const Argument& argument) {
   WrongValue(argument, names);
 }
 
-FormatWish WishOf(const std::vector<Argument>& arguments) {
-  FormatWish wish;
+FormatRequest RequestOf(const std::vector<Argument>& arguments) {
+  FormatRequest request;
   for (const Argument& argument : arguments) {
     switch (argument.m_Name) {
       case PI::Property::FORMATTING:
-        wish.m_Capacity = CapacityOf(argument);
+        request.m_Capacity = CapacityOf(argument);
         break;
       case PI::Property::SIZE:
-        wish.m_Percent = NumberWithin(argument, kLeastPercent, kMostPercent);
+        request.m_Percent = NumberWithin(argument, kLeastPercent, kMostPercent);
         break;
       case PI::Property::BLOCK_SIZE:
-        wish.m_SectorSize = static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargestSector));
+        request.m_SectorSize =
+            static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargestSector));
         break;
       default:
         throw UsageFailure(fmt::format("OP_FORMAT_DEVICE has no argument '{}'", argument.m_Text),
                            {"It has FORMATTING, SIZE and BLOCK_SIZE."});
     }
   }
-  return wish;
+  return request;
 }
 
 // Whole numbers go as numbers, names of the vocabulary as choices, and all else as text.
@@ -193,28 +194,28 @@ PI::CProperty Parameter(const Argument& argument) {
 }
 
 // An operation of which this host knows nothing: the plug-in's answer is all there is to tell.
-Answer RunUnknown(Context& context, const Model& model, const Object& object, std::uint32_t number,
-                  const std::vector<Argument>& arguments) {
+CommandResult RunUnknown(Context& context, const Model& model, const Object& object,
+                         std::uint32_t number, const std::vector<Argument>& arguments) {
   const std::string what = fmt::format("{} for {}", OperationName(number), object.m_Selector);
   PI::COperation operation = RecordOf(object, number);
   for (const Argument& argument : arguments) operation.m_Properties.push_back(Parameter(argument));
   const std::uint32_t refused = context.Open().CheckOperation(object.m_ID, operation);
   if (refused != PI::SUCCESS) throw CheckFailure(what, nullptr, "", refused);
   Change change;
-  if (context.m_Options.m_DryRun) return ChangeAnswer(context, object, number, change);
-  RequireYes(
+  if (context.m_Options.m_DryRun) return ChangeResult(context, object, number, change);
+  RequireConfirmation(
       context, what,
       fmt::format("{}\nCarry out {}?", Printable(Described(model, object)), OperationName(number)));
-  const std::uint32_t result = context.Open().ExecuteOperation(object.m_ID, operation);
-  if (result != PI::SUCCESS) throw PluginFailure(what, result);
-  Answer answer = ChangeAnswer(context, object, number, change);
-  answer.m_Result["changed"] = true;
-  answer.m_Text = fmt::format("{}: {} was carried out\n", object.m_Selector, OperationName(number));
-  return answer;
+  const std::uint32_t error = context.Open().ExecuteOperation(object.m_ID, operation);
+  if (error != PI::SUCCESS) throw PluginFailure(what, error);
+  CommandResult result = ChangeResult(context, object, number, change);
+  result.m_Json["changed"] = true;
+  result.m_Text = fmt::format("{}: {} was carried out\n", object.m_Selector, OperationName(number));
+  return result;
 }
 
-Answer RunOperation(Context& context, const Model& model, const Object& object,
-                    std::uint32_t number, const std::vector<Argument>& arguments) {
+CommandResult RunChosen(Context& context, const Model& model, const Object& object,
+                        std::uint32_t number, const std::vector<Argument>& arguments) {
   if (number == PI::OP_GET_EVENTS) {
     throw UsageFailure("events are not collected by op run", {"Use: corvane-host events"});
   }
@@ -222,12 +223,13 @@ Answer RunOperation(Context& context, const Model& model, const Object& object,
   if (row == nullptr) return RunUnknown(context, model, object, number, arguments);
   SelectFor(model, object.m_Selector, *row);
   if (number == PI::OP_FORMAT_DEVICE) {
-    return FormatDrive(context, model, object, WishOf(arguments));
+    return FormatDrive(context, model, object, RequestOf(arguments));
   }
   if (!arguments.empty()) {
     throw UsageFailure(fmt::format("{} has no arguments", OperationName(number)));
   }
-  return ChangeAnswer(context, object, number, Perform(context, model, object, *row, false));
+  return ChangeResult(context, object, number,
+                      PerformOperation(context, model, object, *row, false));
 }
 
 struct Action {
@@ -259,7 +261,7 @@ const Action& ChooseAction(const std::vector<std::string>& words) {
 
 }  // namespace
 
-Answer RunOp(Context& context) {
+CommandResult RunOp(Context& context) {
   const std::vector<std::string>& words = context.m_Arguments;
   const std::string action = ChooseAction(words).m_Name;
   std::vector<Argument> arguments;
@@ -270,7 +272,7 @@ Answer RunOp(Context& context) {
   if (action == "list") return ListOperations(context, object);
   const std::uint32_t number = ResolveOperation(object, words[2]);
   if (action == "check") return CheckOperation(context, object, number);
-  return RunOperation(context, model, object, number, arguments);
+  return RunChosen(context, model, object, number, arguments);
 }
 
 }  // namespace Console

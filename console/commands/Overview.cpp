@@ -39,37 +39,37 @@ Names ChosenColumns(const Options& options, const Names& usual) {
 }
 
 // One answer for both: the same rows, with or without the plug-in above them.
-Answer Overview(Context& context, const Names& names, bool withPlugin) {
-  Answer answer;
-  answer.m_Items = "objects";
-  answer.m_Result = {{"objects", Json::array()}};
-  answer.m_Table.m_Columns = ObjectColumns(names);
+CommandResult Overview(Context& context, const Names& names, bool withPlugin) {
+  CommandResult result;
+  result.m_Items = "objects";
+  result.m_Json = {{"objects", Json::array()}};
+  result.m_Table.m_Columns = ObjectColumns(names);
   const Model model = context.Objects();
   std::map<std::size_t, std::size_t> rowOf;
   for (std::size_t i = 0; i < model.Objects().size(); ++i) {
     const Object& object = model.Objects()[i];
     if (object.m_Kind == Kind::Plugin && !withPlugin) continue;
     Row row;
-    for (const Column& column : answer.m_Table.m_Columns) {
+    for (const Column& column : result.m_Table.m_Columns) {
       row.m_Cells.push_back(ObjectCell(model, object, column.m_Name, context.m_Style.m_Ascii));
     }
     const auto owner = object.m_Owner ? rowOf.find(*object.m_Owner) : rowOf.end();
     if (owner != rowOf.end()) row.m_Parent = owner->second;
-    rowOf[i] = answer.m_Table.m_Rows.size();
-    answer.m_Table.m_Rows.push_back(std::move(row));
-    answer.m_Values.push_back(object.m_Selector);
-    answer.m_Result["objects"].push_back(ObjectJson(model, object));
+    rowOf[i] = result.m_Table.m_Rows.size();
+    result.m_Table.m_Rows.push_back(std::move(row));
+    result.m_Values.push_back(object.m_Selector);
+    result.m_Json["objects"].push_back(ObjectJson(model, object));
   }
-  return answer;
+  return result;
 }
 
 }  // namespace
 
-Answer RunList(Context& context) {
+CommandResult RunList(Context& context) {
   return Overview(context, ChosenColumns(context.m_Options, kListColumns), false);
 }
 
-Answer RunTree(Context& context) {
+CommandResult RunTree(Context& context) {
   const bool all = context.m_Options.m_Long || context.m_Options.m_Verbose;
   return Overview(context, ChosenColumns(context.m_Options, all ? kLongColumns : kListColumns),
                   true);

@@ -87,24 +87,24 @@ std::string CountLine(const char* name, const RowTable& table) {
 
 }  // namespace
 
-Answer RunRows(Context& context) {
+CommandResult RunRows(Context& context) {
   const std::vector<RowSource> wanted = Wanted(context.m_Arguments);
   context.Open();
-  Answer answer;
-  answer.m_Result = {{"tables", Json::array()}};
-  answer.m_Table.m_Columns = {{"TABLE", "table", false},
+  CommandResult result;
+  result.m_Json = {{"tables", Json::array()}};
+  result.m_Table.m_Columns = {{"TABLE", "table", false},
                               {"ID", "id", true},
                               {"COLUMN", "column", false},
                               {"VALUE", "value", false}};
   std::string counts;
   for (const RowSource& source : wanted) {
     const RowTable table = Read(source);
-    answer.m_Result["tables"].push_back(TableJson(source.m_Name, table));
-    AddCells(answer.m_Table, source.m_Name, table);
+    result.m_Json["tables"].push_back(TableJson(source.m_Name, table));
+    AddCells(result.m_Table, source.m_Name, table);
     counts += CountLine(source.m_Name, table);
   }
-  answer.m_Text = counts + DrawTable(answer.m_Table, context.m_Style, false);
-  return answer;
+  result.m_Text = counts + DrawTable(result.m_Table, context.m_Style, false);
+  return result;
 }
 
 }  // namespace Console

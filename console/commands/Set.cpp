@@ -76,15 +76,15 @@ bool WasSaved(const Change& change) {
   return change.m_Result == PI::SUCCESS;
 }
 
-void TellLimits(Talk& talk, const Change& change) {
+void NoteLimits(Diagnostics& diagnostics, const Change& change) {
   if (change.m_After == change.m_Asked) return;
-  talk.Note("VALUE_LIMITED",
-            fmt::format("{} was asked, {} was taken: it may be {} to {}", change.m_Asked,
-                        change.m_After, change.m_Minimum, change.m_Maximum));
+  diagnostics.Note("VALUE_LIMITED",
+                   fmt::format("{} was asked, {} was taken: it may be {} to {}", change.m_Asked,
+                               change.m_After, change.m_Minimum, change.m_Maximum));
 }
 
-void TellNotSaved(Talk& talk, const std::string& subject, const Change& change) {
-  talk.Error(
+void ReportNotSaved(Diagnostics& diagnostics, const std::string& subject, const Change& change) {
+  diagnostics.Error(
       "NOT_SAVED",
       fmt::format("saving {} failed: the configuration file could not be written ({})", subject,
                   change.m_Result),
@@ -111,7 +111,7 @@ Table ChangeTable(const Object& object, const PropertyName& name, const Change& 
 
 }  // namespace
 
-Answer RunSet(Context& context) {
+CommandResult RunSet(Context& context) {
   const Assignment assignment = ParseAssignment(context.m_Arguments[1]);
   const Model model = context.Objects();
   const Object& object = Select(model, context.m_Arguments[0]);
@@ -124,20 +124,20 @@ Answer RunSet(Context& context) {
   if (change.m_Result >= PI::ERR_GENERAL) {
     throw PluginFailure("setting " + subject, change.m_Result);
   }
-  TellLimits(context.m_Talk, change);
-  if (!WasSaved(change)) TellNotSaved(context.m_Talk, subject, change);
+  NoteLimits(context.m_Diagnostics, change);
+  if (!WasSaved(change)) ReportNotSaved(context.m_Diagnostics, subject, change);
 
-  const Term* term = FindTerm(object.m_Kind, assignment.m_Property);
-  Answer answer;
-  answer.m_Code = WasSaved(change) ? ExitCode::Done : ExitCode::Failed;
-  answer.m_Result = {{"object", object.m_Selector},
-                     {"property", term == nullptr ? name.m_Text : term->m_Name},
-                     {"before", change.m_Before},
-                     {"after", change.m_After},
-                     {"saved", WasSaved(change)}};
-  answer.m_Text = ChangeText(subject, change);
-  answer.m_Table = ChangeTable(object, name, change);
-  return answer;
+  const Field* field = FindField(object.m_Kind, assignment.m_Property);
+  CommandResult result;
+  result.m_Code = WasSaved(change) ? ExitCode::Done : ExitCode::Failed;
+  result.m_Json = {{"object", object.m_Selector},
+                   {"property", field == nullptr ? name.m_Text : field->m_Name},
+                   {"before", change.m_Before},
+                   {"after", change.m_After},
+                   {"saved", WasSaved(change)}};
+  result.m_Text = ChangeText(subject, change);
+  result.m_Table = ChangeTable(object, name, change);
+  return result;
 }
 
 }  // namespace Console

@@ -63,10 +63,10 @@ std::string OperationNames(const Object& object) {
 
 // What the plug-in reports beyond the vocabulary is shown under its identifier.
 void AddOtherProperties(Table& table, const Object& object, bool ascii) {
-  const std::vector<Term>& terms = TermsOf(object.m_Kind);
+  const std::vector<Field>& fields = FieldsOf(object.m_Kind);
   for (const PI::CProperty& property : object.m_Properties) {
-    const bool known = std::any_of(terms.begin(), terms.end(), [&](const Term& term) {
-      return term.m_PropertyID == property.m_PropertyID;
+    const bool known = std::any_of(fields.begin(), fields.end(), [&](const Field& field) {
+      return field.m_PropertyID == property.m_PropertyID;
     });
     if (known) continue;
     table.m_Rows.push_back(
@@ -86,8 +86,8 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
   add("id", TextCell(IdText(object.m_ID)));
   add("parents", TextCell(Links(model, object.m_Parents)));
   add("children", TextCell(Links(model, object.m_Children)));
-  for (const Term& term : TermsOf(object.m_Kind)) {
-    add(term.m_Name, ValueCell(ReadTerm(object, term), ascii));
+  for (const Field& field : FieldsOf(object.m_Kind)) {
+    add(field.m_Name, ValueCell(ReadField(object, field), ascii));
   }
   AddOtherProperties(table, object, ascii);
   add("operations", TextCell(OperationNames(object)));
@@ -96,13 +96,13 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
 
 }  // namespace
 
-Answer RunShow(Context& context) {
+CommandResult RunShow(Context& context) {
   const Model model = context.Objects();
   const Object& object = Select(model, context.m_Arguments[0]);
-  Answer answer;
-  answer.m_Result = ResultOf(model, object);
-  answer.m_Table = TableOf(model, object, context.m_Style.m_Ascii);
-  return answer;
+  CommandResult result;
+  result.m_Json = ResultOf(model, object);
+  result.m_Table = TableOf(model, object, context.m_Style.m_Ascii);
+  return result;
 }
 
 }  // namespace Console

@@ -19,8 +19,8 @@ namespace {
 using Objects = std::vector<const Object*>;
 
 Json ReadingJson(const Reading& reading) {
-  if (reading.m_Term == nullptr) return nullptr;
-  Json json = {{"name", reading.m_Term->m_Name}};
+  if (reading.m_Field == nullptr) return nullptr;
+  Json json = {{"name", reading.m_Field->m_Name}};
   PutValue(json, "value", reading.m_Value);
   return json;
 }
@@ -37,15 +37,15 @@ Json ReasonJson(const Reason& reason) {
 }
 
 // An object with its state and the beginning of that, if it is known.
-struct Told {
+struct StatusEntry {
   const Object* m_pObject;
   Health m_Health;
   std::optional<std::uint64_t> m_Since;
 };
 
-Json HealthJson(const Told& told) {
-  const Object& object = *told.m_pObject;
-  const Health& health = told.m_Health;
+Json HealthJson(const StatusEntry& entry) {
+  const Object& object = *entry.m_pObject;
+  const Health& health = entry.m_Health;
   Json json = {{"object", object.m_Selector},
                {"type", KindName(object.m_Kind)},
                {"id", IdText(object.m_ID)},
@@ -53,7 +53,7 @@ Json HealthJson(const Told& told) {
   PutValue(json, "status", health.m_Status);
   PutValue(json, "activity", health.m_Activity);
   json["since"] = nullptr;
-  if (told.m_Since) json["since"] = TimeText(*told.m_Since);
+  if (entry.m_Since) json["since"] = TimeText(*entry.m_Since);
   json["reasons"] = Json::array();
   for (const Reason& reason : health.m_Reasons) json["reasons"].push_back(ReasonJson(reason));
   return json;
@@ -82,28 +82,28 @@ void AddRows(Table& table, const Object& object, const Health& health, bool asci
   }
 }
 
-std::string Colored(const std::string& text, Tone tone, const Style& style) {
+std::string Colored(const std::string& text, Severity severity, const Style& style) {
   if (!style.m_Color) return text;
-  switch (tone) {
-    case Tone::Good:
+  switch (severity) {
+    case Severity::Good:
       return fmt::format("\033[32m{}\033[0m", text);
-    case Tone::Warning:
+    case Severity::Warning:
       return fmt::format("\033[1;33m{}\033[0m", text);
-    case Tone::Bad:
+    case Severity::Bad:
       return fmt::format("\033[31m{}\033[0m", text);
-    case Tone::Plain:
+    case Severity::Neutral:
       break;
   }
   return text;
 }
 
-std::string HealthText(const Told& told, std::size_t width, const Style& style) {
-  const Object& object = *told.m_pObject;
-  const Health& health = told.m_Health;
+std::string HealthText(const StatusEntry& entry, std::size_t width, const Style& style) {
+  const Object& object = *entry.m_pObject;
+  const Health& health = entry.m_Health;
   std::string text = fmt::format(
       "{:<{}}  {}{}\n", object.m_Selector, width,
-      Colored(StatusText(health.m_Shown), health.m_Shown.m_Tone, style),
-      told.m_Since ? fmt::format(" since {}", SinceText(*told.m_Since, NowMs())) : std::string());
+      Colored(StatusText(health.m_Shown), health.m_Shown.m_Severity, style),
+      entry.m_Since ? fmt::format(" since {}", SinceText(*entry.m_Since, NowMs())) : std::string());
   for (const Reason& reason : health.m_Reasons) {
     text += fmt::format("    why   {}\n", ReasonText(reason, style.m_Ascii));
     if (!reason.m_Advice.empty()) text += fmt::format("    do    {}\n", reason.m_Advice);
@@ -117,63 +117,63 @@ std::string HealthText(const Told& told, std::size_t width, const Style& style) 
   return text;
 }
 
-// People are not told of a drive that is well, unless it is what they ask for.
-bool NeedsTelling(const Told& told, bool asked) {
-  return asked || told.m_pObject->m_Kind != Kind::Drive || !IsWell(told.m_Health.m_Status);
+// A drive without problems is shown only when it is asked for.
+bool IsShown(const StatusEntry& entry, bool asked) {
+  return asked || entry.m_pObject->m_Kind != Kind::Drive || !IsWell(entry.m_Health.m_Status);
 }
 
-std::string Text(const std::vector<Told>& all, bool asked, const Style& style) {
-  std::vector<const Told*> shown;
+std::string Text(const std::vector<StatusEntry>& all, bool asked, const Style& style) {
+  std::vector<const StatusEntry*> shown;
   std::size_t width = 0;
-  for (const Told& told : all) {
-    if (!NeedsTelling(told, asked && &told == &all.front())) continue;
-    shown.push_back(&told);
-    width = std::max(width, told.m_pObject->m_Selector.size());
+  for (const StatusEntry& entry : all) {
+    if (!IsShown(entry, asked && &entry == &all.front())) continue;
+    shown.push_back(&entry);
+    width = std::max(width, entry.m_pObject->m_Selector.size());
   }
   std::string text;
-  for (const Told* told : shown) text += HealthText(*told, width, style);
+  for (const StatusEntry* entry : shown) text += HealthText(*entry, width, style);
   return text;
 }
 
 // The log is read only when something is not well.
-std::vector<Told> Tell(Context& context, const Model& model, const Objects& chosen) {
-  std::vector<Told> all;
+std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const Objects& chosen) {
+  std::vector<StatusEntry> all;
   for (const Object* object : chosen)
     all.push_back({object, HealthOf(model, *object), std::nullopt});
   if (std::all_of(all.begin(), all.end(),
-                  [](const Told& told) { return told.m_Health.m_Reasons.empty(); })) {
+                  [](const StatusEntry& entry) { return entry.m_Health.m_Reasons.empty(); })) {
     return all;
   }
   context.Open().CollectEvents();
-  const auto events = Namesakes(model).Sort(context.EventLog().Read(0, History::kAll));
-  for (Told& told : all) {
-    const auto found = events.find(told.m_pObject);
-    if (found != events.end()) told.m_Since = StatusSince(told.m_Health, found->second);
+  const auto events = EventMatcher(model).Sort(context.EventLog().Read(0, History::kAll));
+  for (StatusEntry& entry : all) {
+    const auto found = events.find(entry.m_pObject);
+    if (found != events.end()) entry.m_Since = StatusSince(entry.m_Health, found->second);
   }
   return all;
 }
 
 }  // namespace
 
-Answer RunStatus(Context& context) {
+CommandResult RunStatus(Context& context) {
   const Model model = context.Objects();
   const bool asked = !context.m_Arguments.empty();
-  const std::vector<Told> all = Tell(
+  const std::vector<StatusEntry> all = MakeEntries(
       context, model, WithStatus(model, asked ? &Select(model, context.m_Arguments[0]) : nullptr));
-  Answer answer;
-  answer.m_Items = "objects";
-  answer.m_Result = {{"objects", Json::array()}};
-  answer.m_Table.m_Columns = {{"OBJECT", "object", false},
+  CommandResult result;
+  result.m_Items = "objects";
+  result.m_Json = {{"objects", Json::array()}};
+  result.m_Table.m_Columns = {{"OBJECT", "object", false},
                               {"STATUS", "status", false},
                               {"REASON", "reason", false},
                               {"WHY", "why", false},
                               {"DO", "do", false}};
-  answer.m_Text = Text(all, asked, context.m_Style);
-  for (const Told& told : all) {
-    answer.m_Result["objects"].push_back(HealthJson(told));
-    AddRows(answer.m_Table, *told.m_pObject, told.m_Health, context.m_Style.m_Ascii);
+  result.m_Text = Text(all, asked, context.m_Style);
+  for (const StatusEntry& entry : all) {
+    result.m_Json["objects"].push_back(HealthJson(entry));
+    AddRows(result.m_Table, *entry.m_pObject, entry.m_Health, context.m_Style.m_Ascii);
   }
-  return answer;
+  return result;
 }
 
 }  // namespace Console

@@ -28,16 +28,16 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 // Draws at each reading, each key, and once a second for the clock.
-void OnScreen(const Context& context, Screen& screen, Watched& watched, const Deadline& deadline) {
+void OnScreen(const Context& context, Screen& screen, LiveModel& live, const Deadline& deadline) {
   constexpr milliseconds kRedraw{1000};
-  Interest also = context.InReader();
+  WaitSet also = context.ReaderWaitSet();
   also.m_Readable = STDIN_FILENO;
   WatchView view(context.m_Style.m_Ascii);
   while (!deadline.IsOver() && !context.HasLostReader()) {
-    screen.Show(view.Draw(watched, screen.Size(), TimeText(NowMs())));
-    watched.Wait(deadline.Left(kRedraw), also);
+    screen.Show(view.Draw(live, screen.Size(), TimeText(NowMs())));
+    live.Wait(deadline.Left(kRedraw), also);
     for (Key key = screen.Read(); key != Key::None; key = screen.Read()) {
-      if (!view.Press(key, watched)) return;
+      if (!view.Press(key, live)) return;
     }
   }
 }
@@ -50,17 +50,17 @@ Table BlockTable(const Model& model, bool ascii) {
   Table table;
   table.m_Columns = {{"OBJECT", "object", false}};
   for (const char* name : kColumns) {
-    const Term& term = *FindTerm(Kind::Adapter, name);
-    const bool number = term.m_Measure == Measure::Celsius || term.m_Measure == Measure::Ratio;
-    table.m_Columns.push_back({term.m_Heading, term.m_Name, number});
+    const Field& field = *FindField(Kind::Adapter, name);
+    const bool number = field.m_Measure == Measure::Celsius || field.m_Measure == Measure::Ratio;
+    table.m_Columns.push_back({field.m_Heading, field.m_Name, number});
   }
   table.m_Columns.push_back({"REASONS", "status_reasons", false});
   for (const Object* object : WithStatus(model)) {
     Row row{{TextCell(object->m_Selector)}, std::nullopt};
     for (const char* name : kColumns) {
-      const Term* term = FindTerm(object->m_Kind, name);
-      row.m_Cells.push_back(term == nullptr ? Cell{"", "-", Tone::Plain}
-                                            : ValueCell(ReadTerm(*object, *term), ascii));
+      const Field* field = FindField(object->m_Kind, name);
+      row.m_Cells.push_back(field == nullptr ? Cell{"", "-", Severity::Neutral}
+                                             : ValueCell(ReadField(*object, *field), ascii));
       if (name == kColumns[1]) row.m_Cells.back() = StatusCell(HealthOf(model, *object));
     }
     row.m_Cells.push_back(TextCell(ReasonNames(HealthOf(*object))));
@@ -70,49 +70,49 @@ Table BlockTable(const Model& model, bool ascii) {
 }
 
 // What has come since `seen` events.
-std::vector<Watched::Entry> NewEvents(const Watched& watched, std::size_t seen) {
-  const std::size_t count = std::min(watched.EventCount() - seen, watched.Log().size());
-  const auto first = watched.Log().end() - static_cast<std::ptrdiff_t>(count);
-  return {first, watched.Log().end()};
+std::vector<LiveModel::Entry> NewEvents(const LiveModel& live, std::size_t seen) {
+  const std::size_t count = std::min(live.EventCount() - seen, live.Log().size());
+  const auto first = live.Log().end() - static_cast<std::ptrdiff_t>(count);
+  return {first, live.Log().end()};
 }
 
 // The cards as they are and the events since the block before; the text is without its time.
-Answer Block(const Watched& watched, std::size_t seen, const Style& style) {
-  Answer block;
-  block.m_Result = {{"objects", Json::array()}, {"events", Json::array()}};
-  for (const Object& object : watched.Objects().Objects()) {
-    block.m_Result["objects"].push_back(ObjectJson(watched.Objects(), object));
+CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style) {
+  CommandResult block;
+  block.m_Json = {{"objects", Json::array()}, {"events", Json::array()}};
+  for (const Object& object : live.Objects().Objects()) {
+    block.m_Json["objects"].push_back(ObjectJson(live.Objects(), object));
   }
   Table events;
   events.m_Columns = EventColumns();
-  for (const Watched::Entry& entry : NewEvents(watched, seen)) {
-    block.m_Result["events"].push_back(entry.m_Json);
+  for (const LiveModel::Entry& entry : NewEvents(live, seen)) {
+    block.m_Json["events"].push_back(entry.m_Json);
     events.m_Rows.push_back(entry.m_Row);
   }
   Style bare = style;
   bare.m_Headings = false;
-  block.m_Text = DrawTable(BlockTable(watched.Objects(), style.m_Ascii), style, false) +
+  block.m_Text = DrawTable(BlockTable(live.Objects(), style.m_Ascii), style, false) +
                  DrawTable(events, bare, false);
   return block;
 }
 
 // A block for each change, and one for each interval of the plug-in without a change.
-void AsBlocks(Context& context, Watched& watched, const Deadline& deadline) {
+void AsBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   std::size_t seen = 0;
   Json shown;
   auto due = steady_clock::now();
   while (!context.HasLostReader()) {
-    Answer block = Block(watched, seen, context.m_Style);
-    if (block.m_Result != shown || steady_clock::now() >= due) {
+    CommandResult block = Block(live, seen, context.m_Style);
+    if (block.m_Json != shown || steady_clock::now() >= due) {
       block.m_Text = TimeText(NowMs()) + "\n" + *block.m_Text + "\n";
       context.Emit(block, true);
-      seen = watched.EventCount();
-      shown = block.m_Result;
+      seen = live.EventCount();
+      shown = block.m_Json;
       shown["events"] = Json::array();
-      due = steady_clock::now() + watched.PollInterval();
+      due = steady_clock::now() + live.PollInterval();
     }
     if (deadline.IsOver()) return;
-    watched.Wait(deadline.Left(Deadline(due).Left()), context.InReader());
+    live.Wait(deadline.Left(Deadline(due).Left()), context.ReaderWaitSet());
   }
 }
 
@@ -128,30 +128,30 @@ void RequireQuietTrace(const Options& options) {
 
 }  // namespace
 
-Answer RunWatch(Context& context) {
+CommandResult RunWatch(Context& context) {
   const Options& options = context.m_Options;
-  std::optional<milliseconds> span;
-  if (!options.m_For.empty()) span = ParseSpan("--for", options.m_For);
+  std::optional<milliseconds> duration;
+  if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
   std::FILE* const out = context.Stream().File();
   const bool wantsScreen = options.m_Form.empty() && Screen::IsPossible(out);
   if (wantsScreen) RequireQuietTrace(options);
   Session& session = context.OpenToWait();
   std::vector<LoggedEvent> past;
-  if (wantsScreen) past = context.EventLog().Read(0, Watched::kMostEvents);
-  const Deadline deadline(span);
-  session.AnswerBy(deadline);
-  Watched watched(session);
-  std::optional<HeldTalk> held;  // outlives the screen
-  if (wantsScreen) held.emplace(context.m_Talk);
+  if (wantsScreen) past = context.EventLog().Read(0, LiveModel::kMostEvents);
+  const Deadline deadline(duration);
+  session.SetDeadline(deadline);
+  LiveModel live(session);
+  std::optional<DeferredDiagnostics> held;  // outlives the screen
+  if (wantsScreen) held.emplace(context.m_Diagnostics);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;
   if (screen) {
-    watched.Recall(past);
-    OnScreen(context, *screen, watched, deadline);
+    live.Recall(past);
+    OnScreen(context, *screen, live, deadline);
   } else {
     held.reset();
-    AsBlocks(context, watched, deadline);
+    AsBlocks(context, live, deadline);
   }
-  Answer nothingMore;
+  CommandResult nothingMore;
   nothingMore.m_Text = "";
   return nothingMore;
 }

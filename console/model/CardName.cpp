@@ -7,17 +7,18 @@
 namespace Console {
 namespace {
 
-std::string TextOf(const Object& object, const char* term, const char* prefix, Clean clean) {
-  const Value value = ReadTerm(object, term);
+std::string TextOf(const Object& object, const char* field, const char* prefix,
+                   Sanitizer sanitize) {
+  const Value value = ReadField(object, field);
   const auto* text = std::get_if<std::string>(&value.m_Data);
-  return text == nullptr ? std::string() : clean(prefix + *text);
+  return text == nullptr ? std::string() : sanitize(prefix + *text);
 }
 
 // The best one first; the last one is always there.
-std::vector<std::string> Candidates(const Object& adapter, Clean clean) {
+std::vector<std::string> Candidates(const Object& adapter, Sanitizer sanitize) {
   std::vector<std::string> names;
-  for (const std::string& name : {TextOf(adapter, "serial_number", "", clean),
-                                  TextOf(adapter, "pci_address", "pci:", clean)}) {
+  for (const std::string& name : {TextOf(adapter, "serial_number", "", sanitize),
+                                  TextOf(adapter, "pci_address", "pci:", sanitize)}) {
     if (!name.empty()) names.push_back(name);
   }
   names.push_back(adapter.m_Selector);
@@ -26,16 +27,16 @@ std::vector<std::string> Candidates(const Object& adapter, Clean clean) {
 
 }  // namespace
 
-std::map<const Object*, std::string> CardNames(const Model& model, Clean clean) {
+std::map<const Object*, std::string> CardNames(const Model& model, Sanitizer sanitize) {
   std::map<std::string, int> uses;
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter) continue;
-    for (const std::string& name : Candidates(object, clean)) ++uses[name];
+    for (const std::string& name : Candidates(object, sanitize)) ++uses[name];
   }
   std::map<const Object*, std::string> names;
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter) continue;
-    for (const std::string& name : Candidates(object, clean)) {
+    for (const std::string& name : Candidates(object, sanitize)) {
       names[&object] = name;
       if (uses[name] == 1) break;
     }

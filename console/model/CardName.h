@@ -9,10 +9,10 @@
 namespace Console {
 
 // Makes a text fit for where the name goes.
-using Clean = std::string (*)(const std::string&);
+using Sanitizer = std::string (*)(const std::string&);
 
 // A name for each adapter that no other one has: its serial number, which it keeps wherever it
 // goes; where two have the same or there is none, its PCI address as a selector; else its selector.
-std::map<const Object*, std::string> CardNames(const Model& model, Clean clean);
+std::map<const Object*, std::string> CardNames(const Model& model, Sanitizer sanitize);
 
 }  // namespace Console

@@ -66,8 +66,8 @@ std::string WithoutPercent(const std::string& property, const std::string& text)
   const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));
   const Kind kinds[] = {Kind::Adapter, Kind::Drive};
   const bool isRatio = std::any_of(std::begin(kinds), std::end(kinds), [&](Kind kind) {
-    const Term* term = FindTerm(kind, property);
-    return term != nullptr && term->m_Measure == Measure::Ratio;
+    const Field* field = FindField(kind, property);
+    return field != nullptr && field->m_Measure == Measure::Ratio;
   });
   return number && isRatio ? fmt::format("{}", *number / 100) : text;
 }

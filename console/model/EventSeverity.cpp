@@ -8,20 +8,20 @@ namespace {
 struct SeverityRow {
   std::uint32_t m_Number;
   const char* m_Name;
-  Tone m_Tone;
+  Severity m_Severity;
 };
 
 constexpr SeverityRow kSeverities[] = {
-    {PI::SEVERITY_INFORMATION, "information", Tone::Plain},
-    {PI::SEVERITY_WARNING, "warning", Tone::Warning},
-    {PI::SEVERITY_ERROR, "error", Tone::Bad},
+    {PI::SEVERITY_INFORMATION, "information", Severity::Neutral},
+    {PI::SEVERITY_WARNING, "warning", Severity::Warning},
+    {PI::SEVERITY_ERROR, "error", Severity::Bad},
 };
 
 SeverityRow RowOf(std::uint32_t severity) {
   for (const SeverityRow& row : kSeverities) {
     if (row.m_Number == severity) return row;
   }
-  return {severity, "unknown", Tone::Plain};
+  return {severity, "unknown", Severity::Neutral};
 }
 
 }  // namespace
@@ -30,8 +30,8 @@ const char* SeverityName(std::uint32_t severity) {
   return RowOf(severity).m_Name;
 }
 
-Tone SeverityTone(std::uint32_t severity) {
-  return RowOf(severity).m_Tone;
+Severity EventSeverity(std::uint32_t severity) {
+  return RowOf(severity).m_Severity;
 }
 
 }  // namespace Console

@@ -10,6 +10,6 @@ namespace Console {
 // "information", "warning", "error" or "unknown".
 const char* SeverityName(std::uint32_t severity);
 
-Tone SeverityTone(std::uint32_t severity);
+Severity EventSeverity(std::uint32_t severity);
 
 }  // namespace Console

@@ -15,7 +15,7 @@ namespace P = PI::Property;
 
 // clang-format off
 
-const std::vector<Term> kPluginTerms = {
+const std::vector<Field> kPluginFields = {
     // name                      heading     property               measure
     {"name",                     "NAME",     P::NAME,               Measure::Text},
     {"version",                  "VERSION",  P::VERSION,            Measure::Text},
@@ -25,20 +25,20 @@ const std::vector<Term> kPluginTerms = {
     {"unique_id",                "UNIQUE",   P::UNIQUE_ID,          Measure::Text},
 };
 
-const std::vector<Term> kAdapterTerms = {
+const std::vector<Field> kAdapterFields = {
     // name                          heading      property                      measure           unknown
     {"name",                         "NAME",      P::NAME,                       Measure::Text},
     {"status",                       "STATUS",    P::STATUS,                     Measure::Choice},
     {"status_reasons",               "REASONS",   P::ADDITIONAL_STATUS,          Measure::Choices},
     {"activity",                     "ACTIVITY",  P::ACTIVITY,                   Measure::Choice},
-    {"temperature_celsius",          "TEMP",      P::CHIP_TEMPERATURE,           Measure::Celsius, Nothing::Zero},
-    {"temperature_warning_celsius",  "TEMP-WARN", P::HIGH_WARNING_TEMPERATURE,   Measure::Celsius, Nothing::Zero},
-    {"temperature_critical_celsius", "TEMP-CRIT", P::HIGH_CRITICAL_TEMPERATURE,  Measure::Celsius, Nothing::Zero},
+    {"temperature_celsius",          "TEMP",      P::CHIP_TEMPERATURE,           Measure::Celsius, UnknownEncoding::Zero},
+    {"temperature_warning_celsius",  "TEMP-WARN", P::HIGH_WARNING_TEMPERATURE,   Measure::Celsius, UnknownEncoding::Zero},
+    {"temperature_critical_celsius", "TEMP-CRIT", P::HIGH_CRITICAL_TEMPERATURE,  Measure::Celsius, UnknownEncoding::Zero},
     {"reserve_space_ratio",          "RESERVE",   P::REMAINING_RESERVE_SPACE,    Measure::Ratio},
     {"reserve_space_warning_ratio",  "RES-WARN",  P::RESERVE_WARNING_THRESHOLD,  Measure::Ratio},
     {"reserve_status",               "RES-STATUS", P::RESERVE_STATUS,            Measure::Choice},
     {"write_throttling",             "THROTTLING", P::WRITE_THROTTLING,          Measure::Choice},
-    {"physical_size_bytes",          "PHYSICAL",  P::MEMORY_SIZE,                Measure::Bytes,   Nothing::Zero},
+    {"physical_size_bytes",          "PHYSICAL",  P::MEMORY_SIZE,                Measure::Bytes,   UnknownEncoding::Zero},
     {"read_bytes",                   "READ",      P::BYTES_READ,                 Measure::Bytes},
     {"written_bytes",                "WRITTEN",   P::BYTES_WRITTEN,              Measure::Bytes},
     {"endurance_used_ratio",         "USED",      P::RATED_ENDURANCE_PERCENT,    Measure::Ratio},
@@ -48,11 +48,11 @@ const std::vector<Term> kAdapterTerms = {
     {"external_power_requirement",   "EXT-POWER", P::EXTERNAL_POWER_REQUIREMENT, Measure::Choice},
     {"external_power_connected",     "CONNECTED", P::EXTERNAL_POWER_CONNECTED,   Measure::Flag},
     {"pci_address",                  "PCI",       P::PCI_BUS,                    Measure::PciAddress},
-    {"pci_segment",                  "SEGMENT",   P::PCI_SEGMENT,                Measure::Count,   Nothing::AllOnes},
+    {"pci_segment",                  "SEGMENT",   P::PCI_SEGMENT,                Measure::Count,   UnknownEncoding::AllOnes},
     {"pci_bus",                      "BUS",       P::PCI_BUS,                    Measure::Count},
     {"pci_device",                   "DEVICE",    P::PCI_DEVICE,                 Measure::Count},
     {"pci_function",                 "FUNCTION",  P::PCI_FUNCTION,               Measure::Count},
-    {"pci_slot",                     "SLOT",      P::PCI_SLOT,                   Measure::Count,   Nothing::AllOnes},
+    {"pci_slot",                     "SLOT",      P::PCI_SLOT,                   Measure::Count,   UnknownEncoding::AllOnes},
     {"serial_number",                "SERIAL",    P::SERIAL_NUMBER,              Measure::Text},
     {"vendor",                       "VENDOR",    P::VENDOR,                     Measure::Text},
     {"product",                      "PRODUCT",   P::PRODUCT,                    Measure::Text},
@@ -66,15 +66,15 @@ const std::vector<Term> kAdapterTerms = {
     {"unique_id",                    "UNIQUE",    P::UNIQUE_ID,                  Measure::Text},
 };
 
-const std::vector<Term> kDriveTerms = {
+const std::vector<Field> kDriveFields = {
     // name                      heading      property                 measure           unknown
     {"name",                     "NAME",      P::NAME,                  Measure::Text},
     {"status",                   "STATUS",    P::STATUS,                Measure::Choice},
-    {"physical_size_bytes",      "PHYSICAL",  P::PHYSICAL_SIZE,         Measure::Bytes, Nothing::Zero},
-    {"configurable_size_bytes",  "CONFIGURABLE", P::CONFIGURABLE_SIZE,  Measure::Bytes, Nothing::Zero},
-    {"formatted_size_bytes",     "SIZE",      P::FORMATTED_SIZE,        Measure::Bytes, Nothing::Zero},
-    {"formatted_ratio",          "FORMATTED-RATIO", P::FORMATTED_PERCENTAGE, Measure::Ratio, Nothing::Zero},
-    {"sector_size_bytes",        "SECTOR",    P::BLOCK_SIZE,            Measure::Bytes, Nothing::Zero},
+    {"physical_size_bytes",      "PHYSICAL",  P::PHYSICAL_SIZE,         Measure::Bytes, UnknownEncoding::Zero},
+    {"configurable_size_bytes",  "CONFIGURABLE", P::CONFIGURABLE_SIZE,  Measure::Bytes, UnknownEncoding::Zero},
+    {"formatted_size_bytes",     "SIZE",      P::FORMATTED_SIZE,        Measure::Bytes, UnknownEncoding::Zero},
+    {"formatted_ratio",          "FORMATTED-RATIO", P::FORMATTED_PERCENTAGE, Measure::Ratio, UnknownEncoding::Zero},
+    {"sector_size_bytes",        "SECTOR",    P::BLOCK_SIZE,            Measure::Bytes, UnknownEncoding::Zero},
     {"vendor",                   "VENDOR",    P::VENDOR,                Measure::Text},
     {"product",                  "PRODUCT",   P::PRODUCT,               Measure::Text},
     {"drive_type",               "TYPE",      P::TYPE,                  Measure::Choice},
@@ -85,89 +85,89 @@ const std::vector<Term> kDriveTerms = {
 
 // clang-format on
 
-const std::vector<Term> kNoTerms;
+const std::vector<Field> kNoFields;
 
 // A name without its base unit is understood as well.
-bool IsCalled(const Term& term, const std::string& name) {
-  const std::string identifier = HostKit::NameOf(HostKit::Family::Property, term.m_PropertyID);
-  return boost::iequals(name, term.m_Name) ||
-         (term.m_Measure != Measure::PciAddress &&
-          (boost::iequals(name, identifier) || name == std::to_string(term.m_PropertyID)));
+bool IsCalled(const Field& field, const std::string& name) {
+  const std::string identifier = HostKit::NameOf(HostKit::Family::Property, field.m_PropertyID);
+  return boost::iequals(name, field.m_Name) ||
+         (field.m_Measure != Measure::PciAddress &&
+          (boost::iequals(name, identifier) || name == std::to_string(field.m_PropertyID)));
 }
 
 // The segment is left out when the plug-in does not know it.
 Value ReadPciAddress(const Object& object) {
   const auto part = [&](std::uint32_t property) {
     const PI::CProperty* found = object.Find(property);
-    return found == nullptr ? std::nullopt : CountOf(*found, Nothing::AllOnes);
+    return found == nullptr ? std::nullopt : CountOf(*found, UnknownEncoding::AllOnes);
   };
   const auto segment = part(P::PCI_SEGMENT), bus = part(P::PCI_BUS);
   const auto device = part(P::PCI_DEVICE), function = part(P::PCI_FUNCTION);
-  if (!bus || !device || !function) return {Measure::PciAddress, {}, Tone::Plain};
+  if (!bus || !device || !function) return {Measure::PciAddress, {}, Severity::Neutral};
   std::string text = fmt::format("{:02x}:{:02x}.{:x}", *bus, *device, *function);
   if (segment) text = fmt::format("{:04x}:{}", *segment, text);
-  return {Measure::PciAddress, text, Tone::Plain};
+  return {Measure::PciAddress, text, Severity::Neutral};
 }
 
 }  // namespace
 
-const std::vector<Term>& TermsOf(Kind kind) {
+const std::vector<Field>& FieldsOf(Kind kind) {
   switch (kind) {
     case Kind::Plugin:
-      return kPluginTerms;
+      return kPluginFields;
     case Kind::Adapter:
-      return kAdapterTerms;
+      return kAdapterFields;
     case Kind::Drive:
-      return kDriveTerms;
+      return kDriveFields;
     case Kind::Other:
       break;
   }
-  return kNoTerms;
+  return kNoFields;
 }
 
-const Term* FindTerm(Kind kind, const std::string& name) {
-  for (const Term& term : TermsOf(kind)) {
-    if (IsCalled(term, name)) return &term;
+const Field* FindField(Kind kind, const std::string& name) {
+  for (const Field& field : FieldsOf(kind)) {
+    if (IsCalled(field, name)) return &field;
   }
   return nullptr;
 }
 
-std::vector<std::string> TermNames(Kind kind) {
+std::vector<std::string> FieldNames(Kind kind) {
   std::vector<std::string> names;
-  for (const Term& term : TermsOf(kind)) {
-    names.emplace_back(term.m_Name);
+  for (const Field& field : FieldsOf(kind)) {
+    names.emplace_back(field.m_Name);
     names.push_back(
-        boost::to_lower_copy(HostKit::NameOf(HostKit::Family::Property, term.m_PropertyID)));
+        boost::to_lower_copy(HostKit::NameOf(HostKit::Family::Property, field.m_PropertyID)));
   }
   return names;
 }
 
-Value ReadTerm(const Object& object, const Term& term) {
-  if (term.m_Measure == Measure::PciAddress) return ReadPciAddress(object);
-  const PI::CProperty* property = object.Find(term.m_PropertyID);
-  if (property == nullptr) return {term.m_Measure, {}, Tone::Plain};
-  return Convert(*property, term.m_Measure, term.m_Nothing);
+Value ReadField(const Object& object, const Field& field) {
+  if (field.m_Measure == Measure::PciAddress) return ReadPciAddress(object);
+  const PI::CProperty* property = object.Find(field.m_PropertyID);
+  if (property == nullptr) return {field.m_Measure, {}, Severity::Neutral};
+  return Convert(*property, field.m_Measure, field.m_UnknownEncoding);
 }
 
-Value ReadTerm(const Object& object, const std::string& name) {
-  const Term* term = FindTerm(object.m_Kind, name);
-  return term == nullptr ? Value{} : ReadTerm(object, *term);
+Value ReadField(const Object& object, const std::string& name) {
+  const Field* field = FindField(object.m_Kind, name);
+  return field == nullptr ? Value{} : ReadField(object, *field);
 }
 
 Value ReadProperty(const PI::CProperty& property) {
-  return Convert(property, NaturalMeasure(property), Nothing::None);
+  return Convert(property, NaturalMeasure(property), UnknownEncoding::None);
 }
 
-std::string TermText(const Object& object, const std::string& name) {
-  const Term* term = FindTerm(object.m_Kind, name);
-  if (term == nullptr) return {};
-  const Value value = ReadTerm(object, *term);
+std::string FieldText(const Object& object, const std::string& name) {
+  const Field* field = FindField(object.m_Kind, name);
+  if (field == nullptr) return {};
+  const Value value = ReadField(object, *field);
   return value.Known() ? BareText(value) : std::string();
 }
 
 std::string SerialOf(const Model& model, const Object& object) {
   const Object* adapter = AdapterOf(model, object);
-  return adapter == nullptr ? std::string() : TermText(*adapter, "serial_number");
+  return adapter == nullptr ? std::string() : FieldText(*adapter, "serial_number");
 }
 
 }  // namespace Console

@@ -11,30 +11,30 @@
 
 namespace Console {
 
-struct Term {
+struct Field {
   const char* m_Name;
   const char* m_Heading;
   std::uint32_t m_PropertyID;
   Measure m_Measure;
-  Nothing m_Nothing = Nothing::None;
+  UnknownEncoding m_UnknownEncoding = UnknownEncoding::None;
 };
 
 // The terms of a kind of object, in the order in which they are shown.
-const std::vector<Term>& TermsOf(Kind kind);
+const std::vector<Field>& FieldsOf(Kind kind);
 
 // The term of that name, or of that property's identifier or number, compared without case; null
 // when the kind has none.
-const Term* FindTerm(Kind kind, const std::string& name);
+const Field* FindField(Kind kind, const std::string& name);
 
-// All names that `FindTerm` knows, for suggestions.
-std::vector<std::string> TermNames(Kind kind);
+// All names that `FindField` knows, for suggestions.
+std::vector<std::string> FieldNames(Kind kind);
 
-Value ReadTerm(const Object& object, const Term& term);
+Value ReadField(const Object& object, const Field& field);
 // By the term's name; unknown also when the object's kind has no such term.
-Value ReadTerm(const Object& object, const std::string& name);
+Value ReadField(const Object& object, const std::string& name);
 
 // As `BareText` of the object's term of that name; empty when it is unknown.
-std::string TermText(const Object& object, const std::string& name);
+std::string FieldText(const Object& object, const std::string& name);
 
 // The serial number of the card that the object is or belongs to; empty when it tells none.
 std::string SerialOf(const Model& model, const Object& object);

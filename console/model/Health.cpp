@@ -40,7 +40,7 @@ constexpr Measurement kMeasurements[] = {
 
 // How a measured value is called where its reason's caption does not say it.
 struct MeasuredLabel {
-  const char* m_Term;
+  const char* m_Field;
   const char* m_Label;
   bool m_Always;  // else only beside an unknown value
 };
@@ -53,7 +53,7 @@ constexpr MeasuredLabel kMeasuredLabels[] = {
 };
 
 struct LimitLabel {
-  const char* m_Term;
+  const char* m_Field;
   const char* m_Label;
 };
 
@@ -65,11 +65,11 @@ constexpr LimitLabel kLimitLabels[] = {
 };
 
 Reading Read(const Object& object, const char* name) {
-  const Term* term = name == nullptr ? nullptr : FindTerm(object.m_Kind, name);
-  if (term == nullptr) return {};
-  const Value value = ReadTerm(object, *term);
+  const Field* field = name == nullptr ? nullptr : FindField(object.m_Kind, name);
+  if (field == nullptr) return {};
+  const Value value = ReadField(object, *field);
   if (!value.Known()) return {};
-  return {term, value};
+  return {field, value};
 }
 
 Reason MakeReason(const Object& object, std::int32_t value) {
@@ -88,23 +88,23 @@ Reason MakeReason(const Object& object, std::int32_t value) {
   return reason;
 }
 
-const char* LabelOf(const Term& limit) {
+const char* LabelOf(const Field& limit) {
   for (const LimitLabel& row : kLimitLabels) {
-    if (std::strcmp(row.m_Term, limit.m_Name) == 0) return row.m_Label;
+    if (std::strcmp(row.m_Field, limit.m_Name) == 0) return row.m_Label;
   }
   return "limit";
 }
 
 // "79 °C", "endurance used 16 %", or "temperature unknown" where a limit follows; else empty.
 std::string MeasuredText(const Reason& reason, bool ascii) {
-  const bool known = reason.m_Measured.m_Term != nullptr;
+  const bool known = reason.m_Measured.m_Field != nullptr;
   const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";
-  if (!known && reason.m_Limit.m_Term == nullptr) return {};
+  if (!known && reason.m_Limit.m_Field == nullptr) return {};
   for (const Measurement& row : kMeasurements) {
     if (static_cast<std::uint32_t>(row.m_Reason) != reason.m_Number) continue;
     for (const MeasuredLabel& label : kMeasuredLabels) {
       const bool wanted = label.m_Always || !known;
-      if (wanted && std::strcmp(label.m_Term, row.m_Measured) == 0) {
+      if (wanted && std::strcmp(label.m_Field, row.m_Measured) == 0) {
         return fmt::format("{} {}", label.m_Label, value);
       }
     }
@@ -115,8 +115,8 @@ std::string MeasuredText(const Reason& reason, bool ascii) {
 }  // namespace
 
 Health HealthOf(const Object& object) {
-  const Value status = ReadTerm(object, "status");
-  Health health{status, status, ReadTerm(object, "activity"), {}};
+  const Value status = ReadField(object, "status");
+  Health health{status, status, ReadField(object, "activity"), {}};
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
   if (reasons == nullptr || reasons->m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
@@ -131,7 +131,7 @@ Health HealthOf(const Model& model, const Object& object) {
   if (object.m_Kind != Kind::Drive || adapter == nullptr || !IsWell(health.m_Status)) return health;
   for (const Reason& reason : HealthOf(*adapter).m_Reasons) {
     if (reason.m_Number != static_cast<std::uint32_t>(V::DETACHED)) continue;
-    health.m_Shown = {Measure::Text, "detached", Tone::Plain};
+    health.m_Shown = {Measure::Text, "detached", Severity::Neutral};
   }
   return health;
 }
@@ -156,8 +156,8 @@ std::string ReasonText(const Reason& reason, bool ascii) {
   std::string text = reason.m_Caption;
   const std::string measured = MeasuredText(reason, ascii);
   if (!measured.empty()) text += ": " + measured;
-  if (reason.m_Limit.m_Term != nullptr) {
-    text += fmt::format(", {} {}", LabelOf(*reason.m_Limit.m_Term),
+  if (reason.m_Limit.m_Field != nullptr) {
+    text += fmt::format(", {} {}", LabelOf(*reason.m_Limit.m_Field),
                         HumanText(reason.m_Limit.m_Value, ascii));
   }
   return Printable(text);

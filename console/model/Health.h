@@ -12,7 +12,7 @@ namespace Console {
 
 // A reading that tells more about a reason.
 struct Reading {
-  const Term* m_Term = nullptr;  // null: there is none
+  const Field* m_Field = nullptr;  // null: there is none
   Value m_Value;
 };
 

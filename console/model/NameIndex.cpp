@@ -39,12 +39,12 @@ const char* FamilyName(const Entry& entry) {
   return "";
 }
 
-std::vector<TermUse> TermsOf(const Entry& entry) {
-  std::vector<TermUse> uses;
+std::vector<FieldUse> FieldsOf(const Entry& entry) {
+  std::vector<FieldUse> uses;
   if (entry.m_Family != Family::Property) return uses;
   for (const Kind kind : {Kind::Plugin, Kind::Adapter, Kind::Drive}) {
-    for (const Term& term : TermsOf(kind)) {
-      if (term.m_PropertyID == entry.m_Number) uses.push_back({kind, &term});
+    for (const Field& field : FieldsOf(kind)) {
+      if (field.m_PropertyID == entry.m_Number) uses.push_back({kind, &field});
     }
   }
   return uses;
@@ -57,9 +57,10 @@ constexpr const char* kOperationPrefix = "OP_";
 
 bool IsCalled(const Entry& entry, const std::string& text) {
   if (text == std::to_string(entry.m_Number) || boost::iequals(text, NameOf(entry))) return true;
-  const std::vector<TermUse> uses = TermsOf(entry);
-  return std::any_of(uses.begin(), uses.end(),
-                     [&](const TermUse& use) { return boost::iequals(text, use.m_Term->m_Name); });
+  const std::vector<FieldUse> uses = FieldsOf(entry);
+  return std::any_of(uses.begin(), uses.end(), [&](const FieldUse& use) {
+    return boost::iequals(text, use.m_Field->m_Name);
+  });
 }
 
 void AddNew(std::vector<std::string>& names, const std::string& name) {
@@ -79,11 +80,11 @@ std::vector<Entry> FindEntries(const std::string& text) {
   return found;
 }
 
-std::vector<std::string> GlossaryNames() {
+std::vector<std::string> AllNames() {
   std::vector<std::string> names;
   for (const Entry& entry : AllEntries()) {
     AddNew(names, NameOf(entry));
-    for (const TermUse& use : TermsOf(entry)) AddNew(names, use.m_Term->m_Name);
+    for (const FieldUse& use : FieldsOf(entry)) AddNew(names, use.m_Field->m_Name);
   }
   return names;
 }

@@ -25,18 +25,18 @@ std::string NameOf(const Entry& entry);
 const char* FamilyName(const Entry& entry);
 
 // A name of the console's vocabulary that stands for a property, and the objects that have it.
-struct TermUse {
+struct FieldUse {
   Kind m_Kind;
-  const Term* m_Term;
+  const Field* m_Field;
 };
 
 // Empty for what is no property.
-std::vector<TermUse> TermsOf(const Entry& entry);
+std::vector<FieldUse> FieldsOf(const Entry& entry);
 
 // The entries of a number, of a name, or of a name that `get` takes, compared without case.
 std::vector<Entry> FindEntries(const std::string& text);
 
 // All names that `FindEntries` takes.
-std::vector<std::string> GlossaryNames();
+std::vector<std::string> AllNames();
 
 }  // namespace Console

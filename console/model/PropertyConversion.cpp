@@ -64,22 +64,22 @@ enum Indicator : std::uint32_t {
   INDICATOR_DRIVE_SMART = 24189,  // available, and expected to fail
 };
 
-struct IndicatorTone {
+struct IndicatorSeverity {
   Indicator m_Indicator;
-  Tone m_Tone;
+  Severity m_Severity;
 };
 
-constexpr IndicatorTone kTones[] = {
-    {INDICATOR_ADAPTER_OK, Tone::Good},         {INDICATOR_ADAPTER_FAILED, Tone::Bad},
-    {INDICATOR_ADAPTER_WARNING, Tone::Warning}, {INDICATOR_DRIVE_FAILED, Tone::Bad},
-    {INDICATOR_DRIVE_AVAILABLE, Tone::Good},    {INDICATOR_DRIVE_SMART, Tone::Warning},
+constexpr IndicatorSeverity kSeverities[] = {
+    {INDICATOR_ADAPTER_OK, Severity::Good},         {INDICATOR_ADAPTER_FAILED, Severity::Bad},
+    {INDICATOR_ADAPTER_WARNING, Severity::Warning}, {INDICATOR_DRIVE_FAILED, Severity::Bad},
+    {INDICATOR_DRIVE_AVAILABLE, Severity::Good},    {INDICATOR_DRIVE_SMART, Severity::Warning},
 };
 
-Tone ToneOf(std::uint32_t indicator) {
-  for (const IndicatorTone& row : kTones) {
-    if (row.m_Indicator == indicator) return row.m_Tone;
+Severity SeverityOf(std::uint32_t indicator) {
+  for (const IndicatorSeverity& row : kSeverities) {
+    if (row.m_Indicator == indicator) return row.m_Severity;
   }
-  return Tone::Plain;
+  return Severity::Neutral;
 }
 
 Value::Data TextData(const PI::CProperty& property) {
@@ -109,8 +109,8 @@ Value::Data FlagData(const PI::CProperty& property) {
   return property.m_Value.m_Bool;
 }
 
-Value::Data CountData(const PI::CProperty& property, Nothing nothing) {
-  const auto count = CountOf(property, nothing);
+Value::Data CountData(const PI::CProperty& property, UnknownEncoding unknown) {
+  const auto count = CountOf(property, unknown);
   if (!count) return {};
   return *count;
 }
@@ -131,10 +131,10 @@ Value::Data RealData(const PI::CProperty& property, PI::_UNITS expected, double 
 
 Value::Data SecondsData(const PI::CProperty& property) {
   if (property.m_Units != PI::UNITS_SECONDS) return {};
-  return CountData(property, Nothing::None);
+  return CountData(property, UnknownEncoding::None);
 }
 
-Value::Data DataOf(const PI::CProperty& property, Measure measure, Nothing nothing) {
+Value::Data DataOf(const PI::CProperty& property, Measure measure, UnknownEncoding unknown) {
   switch (measure) {
     case Measure::Text:
       return TextData(property);
@@ -145,7 +145,7 @@ Value::Data DataOf(const PI::CProperty& property, Measure measure, Nothing nothi
     case Measure::Flag:
       return FlagData(property);
     case Measure::Count:
-      return CountData(property, nothing);
+      return CountData(property, unknown);
     case Measure::Bytes:
       return BytesData(property);
     case Measure::Ratio:
@@ -170,9 +170,9 @@ bool IsZero(const Value::Data& data) {
 
 }  // namespace
 
-Value Convert(const PI::CProperty& property, Measure measure, Nothing nothing) {
-  Value value{measure, DataOf(property, measure, nothing), ToneOf(property.m_Indicator)};
-  if (nothing == Nothing::Zero && IsZero(value.m_Data)) value.m_Data = {};
+Value Convert(const PI::CProperty& property, Measure measure, UnknownEncoding unknown) {
+  Value value{measure, DataOf(property, measure, unknown), SeverityOf(property.m_Indicator)};
+  if (unknown == UnknownEncoding::Zero && IsZero(value.m_Data)) value.m_Data = {};
   return value;
 }
 
@@ -204,7 +204,7 @@ std::string ChoiceName(std::int32_t value) {
   return name.empty() ? fmt::format("{}", value) : name;
 }
 
-std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing nothing) {
+std::optional<std::uint64_t> CountOf(const PI::CProperty& property, UnknownEncoding unknown) {
   std::uint64_t count = 0;
   if (property.m_ValueType == HostKit::VALUE_TYPE_NUMBER) {
     count = property.m_Value.m_Number;
@@ -213,7 +213,7 @@ std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing noth
   } else {
     return std::nullopt;
   }
-  if (nothing == Nothing::AllOnes && (count == kAllOnes32 || count == kAllOnes64)) {
+  if (unknown == UnknownEncoding::AllOnes && (count == kAllOnes32 || count == kAllOnes64)) {
     return std::nullopt;
   }
   return count;

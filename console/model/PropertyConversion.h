@@ -11,7 +11,7 @@
 namespace Console {
 
 // The value of `property` as a `measure`; unknown when its kind or unit does not fit.
-Value Convert(const PI::CProperty& property, Measure measure, Nothing nothing);
+Value Convert(const PI::CProperty& property, Measure measure, UnknownEncoding unknown);
 
 // What a property measures by its kind and unit, when nobody knows better.
 Measure NaturalMeasure(const PI::CProperty& property);
@@ -20,6 +20,6 @@ Measure NaturalMeasure(const PI::CProperty& property);
 std::string ChoiceName(std::int32_t value);
 
 // A whole number of zero or more without a unit of its own.
-std::optional<std::uint64_t> CountOf(const PI::CProperty& property, Nothing nothing);
+std::optional<std::uint64_t> CountOf(const PI::CProperty& property, UnknownEncoding unknown);
 
 }  // namespace Console

@@ -15,10 +15,10 @@ std::string ShownName(std::uint32_t property) {
 }
 
 PropertyName ResolveProperty(const Object& object, const std::string& name) {
-  if (const Term* term = FindTerm(object.m_Kind, name)) {
-    return {term->m_PropertyID, ShownName(term->m_PropertyID)};
+  if (const Field* field = FindField(object.m_Kind, name)) {
+    return {field->m_PropertyID, ShownName(field->m_PropertyID)};
   }
-  std::vector<std::string> names = TermNames(object.m_Kind);
+  std::vector<std::string> names = FieldNames(object.m_Kind);
   for (const PI::CProperty& property : object.m_Properties) {
     const std::string shown = ShownName(property.m_PropertyID);
     if (boost::iequals(name, shown) || name == std::to_string(property.m_PropertyID)) {
@@ -33,8 +33,8 @@ PropertyName ResolveProperty(const Object& object, const std::string& name) {
 }
 
 NamedValue ReadNamed(const Object& object, const std::string& name) {
-  if (const Term* term = FindTerm(object.m_Kind, name)) {
-    return {term->m_Name, ReadTerm(object, *term)};
+  if (const Field* field = FindField(object.m_Kind, name)) {
+    return {field->m_Name, ReadField(object, *field)};
   }
   const PropertyName property = ResolveProperty(object, name);
   return {property.m_Text, ReadProperty(*object.Find(property.m_Number))};

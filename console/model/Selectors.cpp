@@ -29,15 +29,15 @@ bool ById(const Object& object, const std::string& text) {
 bool ByPci(const Object& object, const std::string& text) {
   if (!boost::istarts_with(text, "pci:")) return false;
   const std::string wanted = text.substr(4);
-  const std::string address = TermText(object, "pci_address");
+  const std::string address = FieldText(object, "pci_address");
   if (wanted.empty() || address.empty()) return false;
   const std::size_t segment = address.size() > 7 ? address.size() - 7 : 0;
   return boost::iequals(wanted, address) || boost::iequals(wanted, address.substr(segment));
 }
 
-template <const char* const& term>
-bool ByTerm(const Object& object, const std::string& text) {
-  return !text.empty() && TermText(object, term) == text;
+template <const char* const& field>
+bool ByField(const Object& object, const std::string& text) {
+  return !text.empty() && FieldText(object, field) == text;
 }
 
 constexpr const char* kSerialNumber = "serial_number";
@@ -47,11 +47,11 @@ constexpr const char* kName = "name";
 using Rule = bool (*)(const Object&, const std::string&);
 
 constexpr Rule kRules[] = {
-    BySelector, ById, ByPci, ByTerm<kSerialNumber>, ByTerm<kControlDevice>, ByTerm<kName>,
+    BySelector, ById, ByPci, ByField<kSerialNumber>, ByField<kControlDevice>, ByField<kName>,
 };
 
 std::string Described(const Object& object) {
-  const std::string name = TermText(object, "name");
+  const std::string name = FieldText(object, "name");
   return fmt::format("{} ({}{}{})", object.m_Selector, name, name.empty() ? "" : ", ",
                      IdText(object.m_ID));
 }
@@ -62,7 +62,7 @@ Failure NoSuchObject(const Model& model, const std::string& text) {
   for (const Object& object : model.Objects()) {
     selectors.push_back(object.m_Selector);
     candidates.push_back(object.m_Selector);
-    const std::string serial = TermText(object, "serial_number");
+    const std::string serial = FieldText(object, "serial_number");
     if (!serial.empty()) candidates.push_back(serial);
   }
   std::vector<std::string> advice = DidYouMean(text, candidates);

@@ -25,10 +25,10 @@ enum class Measure {
 
 // The value by which a plug-in says that it does not know. Absent properties and empty texts are
 // unknown always.
-enum class Nothing { None, Zero, AllOnes };
+enum class UnknownEncoding { None, Zero, AllOnes };
 
 // How good a value is.
-enum class Tone { Plain, Good, Warning, Bad };
+enum class Severity { Neutral, Good, Warning, Bad };
 
 // A value in its base unit; nothing when it is unknown.
 struct Value {
@@ -39,7 +39,7 @@ struct Value {
 
   Measure m_Measure = Measure::Text;
   Data m_Data;
-  Tone m_Tone = Tone::Plain;
+  Severity m_Severity = Severity::Neutral;
 };
 
 // The base unit, such as "celsius"; null for what has none.

@@ -54,7 +54,7 @@ std::vector<LoggedEvent> History::Record(const std::vector<PI::CEvent>& events) 
   try {
     HostKit::AppendEvents(worded);
   } catch (const DBEXCEPTION::DatabaseException& e) {
-    TellUnusable(e.what());
+    ReportUnusable(e.what());
   }
   return worded;
 }
@@ -71,16 +71,16 @@ std::vector<LoggedEvent> History::Read(std::uint64_t sinceMs, std::size_t limit)
   try {
     return HostKit::ReadEvents(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
-    TellUnusable(e.what());
+    ReportUnusable(e.what());
     return {};
   }
 }
 
-void History::TellUnusable(const std::string& why) {
-  if (m_IsToldUnusable) return;
-  m_IsToldUnusable = true;
-  m_Talk.Note("NO_EVENT_LOG", fmt::format("the event log cannot be used: {}", why),
-              DatabaseAdvice());
+void History::ReportUnusable(const std::string& why) {
+  if (m_IsReportedUnusable) return;
+  m_IsReportedUnusable = true;
+  m_Diagnostics.Note("NO_EVENT_LOG", fmt::format("the event log cannot be used: {}", why),
+                     DatabaseAdvice());
 }
 
 std::vector<std::string> DatabaseAdvice() {

@@ -21,7 +21,7 @@ class History {
   // More events than a log can hold: no limit.
   static constexpr std::size_t kAll = 1'000'000'000;
 
-  explicit History(Talk& talk) : m_Talk(talk) {}
+  explicit History(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
 
   // Remembers whose ids these are, so that events of a card that has gone still tell which it was.
   void Learn(const std::vector<PI::CObject>& topology);
@@ -41,11 +41,11 @@ class History {
     std::uint32_t m_ObjectType = 0;
   };
 
-  void TellUnusable(const std::string& why);
+  void ReportUnusable(const std::string& why);
 
-  Talk& m_Talk;
+  Diagnostics& m_Diagnostics;
   std::map<std::uint64_t, Origin> m_Origins;
-  bool m_IsToldUnusable = false;
+  bool m_IsReportedUnusable = false;
 };
 
 // Where the database is, and how to name another one: advice beside a failure of it.

@@ -8,13 +8,13 @@
 
 namespace Console {
 
-PluginSession::PluginSession(const std::filesystem::path& file, History& history, Talk& talk,
-                             const TimeLimits& limits)
-    : m_History(history), m_Talk(talk), m_Limits(limits) {
+PluginSession::PluginSession(const std::filesystem::path& file, History& history,
+                             Diagnostics& diagnostics, const TimeLimits& limits)
+    : m_History(history), m_Diagnostics(diagnostics), m_Limits(limits) {
   Load(file);
   const PluginInstance& plugin = m_pLoaded->m_Plugin;
   m_Info = {m_pLoaded->m_Library.m_File, plugin->m_ModuleID, plugin->m_InterfaceVersion};
-  plugin->m_HostNotify = [bell = &m_pLoaded->m_Bell](IPLUGINAPI*) { bell->Ring(); };
+  plugin->m_HostNotify = [notifier = &m_pLoaded->m_Notifier](IPLUGINAPI*) { notifier->Notify(); };
   try {
     Start();
   } catch (...) {
@@ -36,7 +36,7 @@ void PluginSession::Load(const std::filesystem::path& file) {
     *loaded = std::make_unique<Loaded>(file);
     return std::uint32_t{PI::SUCCESS};
   };
-  if (!CallPatiently(call, m_Limits.ForCall())) Abandon();
+  if (!CallWithTimeout(call, m_Limits.ForCall())) Abandon();
   m_pLoaded = std::move(*loaded);
 }
 
@@ -47,7 +47,7 @@ bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>&
   constexpr std::chrono::milliseconds kPause(100);
   while (true) {
     try {
-      return CallPatiently(call, deadline, OnStop::GoOn).has_value();
+      return CallWithTimeout(call, deadline, OnStop::Continue).has_value();
     } catch (const Failure&) {
       if (deadline.IsOver()) throw;
     }
@@ -70,15 +70,16 @@ void PluginSession::Stop() {
     if (CallWhenThreadsAreFree(call, deadline)) return;
   } catch (const Failure& failure) {
     LeaveThreadsRunning();
-    m_Talk.Note("PLUGIN_LEFT_RUNNING",
-                "no thread can be started to stop the plug-in; the program ends without it",
-                failure.m_Advice);
+    m_Diagnostics.Note("PLUGIN_LEFT_RUNNING",
+                       "no thread can be started to stop the plug-in; the program ends without it",
+                       failure.m_Advice);
     return;
   } catch (const std::exception&) {
     return;  // the plug-in's own, and it is gone now
   }
-  m_Talk.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; the program ends without it",
-              {"A card or its driver may hang: see the kernel log."});
+  m_Diagnostics.Note("PLUGIN_LEFT_RUNNING",
+                     "the plug-in does not stop; the program ends without it",
+                     {"A card or its driver may hang: see the kernel log."});
 }
 
 // The answer does not depend on it, so a plug-in that refuses is let go.
@@ -115,14 +116,14 @@ std::optional<std::uint32_t> PluginSession::Call(PI::_COMMAND command, std::uint
   const auto call = [plugin = &*m_pLoaded->m_Plugin, command, object, own] {
     return plugin->Execute(command, object, own.get());
   };
-  const auto result = CallPatiently(call, deadline, onStop);
+  const auto result = CallWithTimeout(call, deadline, onStop);
   if (result) payload = std::move(*own);
   return result;
 }
 
 template <class Payload>
 std::uint32_t PluginSession::Read(PI::_COMMAND command, std::uint64_t object, Payload& payload) {
-  const auto result = Call(command, object, payload, m_Limits.ForCall(), OnStop::GiveUp);
+  const auto result = Call(command, object, payload, m_Limits.ForCall(), OnStop::Abandon);
   if (!result) Abandon();
   return *result;
 }
@@ -130,14 +131,14 @@ std::uint32_t PluginSession::Read(PI::_COMMAND command, std::uint64_t object, Pa
 template <class Payload>
 std::uint32_t PluginSession::Change(PI::_COMMAND command, std::uint64_t object, Payload& payload,
                                     const Deadline& deadline) {
-  const auto result = Call(command, object, payload, deadline, OnStop::GoOn);
+  const auto result = Call(command, object, payload, deadline, OnStop::Continue);
   if (!result) AbandonChange();
   return *result;
 }
 
 void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
-  if (StopAsked()) throw Stopped("Stopped. The plug-in does not answer.");
+  if (StopRequested()) throw Stopped("Stopped. The plug-in does not answer.");
   throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the command", "the plug-in does not answer",
                 {"A card or its driver may hang: see the kernel log.",
                  "If it is only slow, give it more time with --timeout."});
@@ -210,8 +211,8 @@ std::vector<LoggedEvent> PluginSession::CollectEvents() {
   return m_History.Record(events);
 }
 
-bool PluginSession::WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) {
-  return m_pLoaded && m_pLoaded->m_Bell.Wait(atMost, also);
+bool PluginSession::WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) {
+  return m_pLoaded && m_pLoaded->m_Notifier.Wait(atMost, also);
 }
 
 }  // namespace Console

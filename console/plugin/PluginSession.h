@@ -21,7 +21,7 @@ class PluginSession : public Session {
  public:
   // Brings the plug-in up, which takes more than a second. Throws `Failure`; a plug-in that found
   // no card is none. The history and the talk must outlive it.
-  PluginSession(const std::filesystem::path& file, History& history, Talk& talk,
+  PluginSession(const std::filesystem::path& file, History& history, Diagnostics& diagnostics,
                 const TimeLimits& limits);
   // Collects what events still wait, so that the log has them. Stops the plug-in and unloads it;
   // waits for its running jobs, up to 25 seconds. A plug-in that does not stop is noted and left.
@@ -31,7 +31,7 @@ class PluginSession : public Session {
   bool HasCards() const override { return m_HasCards; }
   std::size_t LostThreads() const override { return HostKit::FailedThreads() - m_FailedBefore; }
   std::chrono::duration<double> StartDuration() const override { return m_StartDuration; }
-  void AnswerBy(const Deadline& deadline) override { m_Limits.m_Whole = deadline; }
+  void SetDeadline(const Deadline& deadline) override { m_Limits.m_Total = deadline; }
   std::vector<PI::CObject> Topology() override;
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
@@ -41,7 +41,7 @@ class PluginSession : public Session {
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
-  bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) override;
+  bool WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) override;
 
  private:
   // What the plug-in's threads use. In order of life: the instance dies before its library, the
@@ -49,7 +49,7 @@ class PluginSession : public Session {
   struct Loaded {
     explicit Loaded(const std::filesystem::path& file) : m_Library(file), m_Plugin(m_Library) {}
 
-    Bell m_Bell;
+    Notifier m_Notifier;
     PluginLibrary m_Library;
     PluginInstance m_Plugin;
   };
@@ -77,7 +77,7 @@ class PluginSession : public Session {
   std::unique_ptr<Loaded> m_pLoaded;  // null: abandoned, and never unloaded
   PluginInfo m_Info;
   History& m_History;
-  Talk& m_Talk;
+  Diagnostics& m_Diagnostics;
   TimeLimits m_Limits;
   const std::size_t m_FailedBefore = HostKit::FailedThreads();
   bool m_HasChanged = false;     // a job of the plug-in may be running

@@ -42,7 +42,7 @@ class Session {
 
   // Reads that have no answer a moment after this time throw `Failure` with the exit code for it,
   // as they do at once after a signal, and when one of them takes longer than the command allows.
-  virtual void AnswerBy(const Deadline& deadline) = 0;
+  virtual void SetDeadline(const Deadline& deadline) = 0;
 
   // The plug-in object, then all adapters, then all drives, with properties and operations.
   virtual std::vector<PI::CObject> Topology() = 0;
@@ -62,9 +62,9 @@ class Session {
   virtual std::vector<HostKit::LoggedEvent> CollectEvents() = 0;
   // Waits until the plug-in has something to collect; false when the time is over, a signal came or
   // one of the other things has happened.
-  virtual bool WaitForNotification(std::chrono::milliseconds atMost, const Interest& also) = 0;
+  virtual bool WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) = 0;
   bool WaitForNotification(std::chrono::milliseconds atMost) {
-    return WaitForNotification(atMost, Interest());
+    return WaitForNotification(atMost, WaitSet());
   }
 };
 

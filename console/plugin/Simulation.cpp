@@ -65,9 +65,9 @@ int BecomeProgram(const std::filesystem::path& program, const Words& words) {
   return write(STDERR_FILENO, why.data(), why.size()) < 0 ? EXIT_FAILURE + 1 : EXIT_FAILURE;
 }
 
-std::string WhyEnded(const Ending& ending) {
-  if (ending.m_How == How::TimedOut) return "the simulator does not answer";
-  if (ending.m_How == How::Killed) {
+std::string WhyEnded(const SubprocessResult& ending) {
+  if (ending.m_End == SubprocessEnd::TimedOut) return "the simulator does not answer";
+  if (ending.m_End == SubprocessEnd::Killed) {
     return fmt::format("the simulator crashed ({})", strsignal(ending.m_Number));
   }
   return FirstLine(ending.m_Output);
@@ -87,12 +87,12 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
   Words arguments;
   if (!file.empty()) arguments = {"--state", file};
   arguments.insert(arguments.end(), {"sysfs", folder.string()});
-  const Ending ending =
-      RunInChild([&] { return BecomeProgram(program, arguments); }, limits.ForCall().Left());
-  if (ending.m_How == How::Stopped) throw Stopped();
+  const SubprocessResult ending =
+      RunInSubprocess([&] { return BecomeProgram(program, arguments); }, limits.ForCall().Left());
+  if (ending.m_End == SubprocessEnd::Stopped) throw Stopped();
   CheckStop();
-  if (ending.m_How == How::Exited && ending.m_Number == EXIT_SUCCESS) return;
-  const bool late = ending.m_How == How::TimedOut;
+  if (ending.m_End == SubprocessEnd::Exited && ending.m_Number == EXIT_SUCCESS) return;
+  const bool late = ending.m_End == SubprocessEnd::TimedOut;
   throw SimulationFailure(WhyEnded(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
 }
 

@@ -10,11 +10,11 @@ namespace Console {
 
 // A limit that is not set never ends a wait.
 struct TimeLimits {
-  Deadline m_Whole;                                 // of all that is read
+  Deadline m_Total;                                 // of all that is read
   std::optional<std::chrono::milliseconds> m_Call;  // of each call, from its start
   std::optional<std::chrono::milliseconds> m_Format;
 
-  Deadline ForCall() const { return Deadline(m_Call).Sooner(m_Whole); }
+  Deadline ForCall() const { return Deadline(m_Call).Sooner(m_Total); }
 };
 
 }  // namespace Console

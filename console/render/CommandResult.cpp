@@ -30,21 +30,21 @@ Json PluginJson(const std::optional<PluginInfo>& info) {
           {"interface_version", info->m_InterfaceVersion}};
 }
 
-std::string RenderLines(const Answer& answer, const Surroundings& around) {
-  if (answer.m_Result.is_null()) return {};
-  if (answer.m_Items == nullptr || answer.m_Result.at(answer.m_Items).empty()) {
-    return Envelope(answer.m_Result, around, true);
+std::string RenderLines(const CommandResult& result, const Envelope& envelope) {
+  if (result.m_Json.is_null()) return {};
+  if (result.m_Items == nullptr || result.m_Json.at(result.m_Items).empty()) {
+    return RenderEnvelope(result.m_Json, envelope, true);
   }
   std::string lines;
-  for (const Json& item : answer.m_Result.at(answer.m_Items)) {
-    lines += Envelope({{answer.m_Items, Json::array({item})}}, around, true);
+  for (const Json& item : result.m_Json.at(result.m_Items)) {
+    lines += RenderEnvelope({{result.m_Items, Json::array({item})}}, envelope, true);
   }
   return lines;
 }
 
-std::string RenderValues(const Answer& answer) {
+std::string RenderValues(const CommandResult& result) {
   std::string lines;
-  for (const std::string& value : answer.m_Values) lines += value + "\n";
+  for (const std::string& value : result.m_Values) lines += value + "\n";
   return lines;
 }
 
@@ -68,30 +68,30 @@ Json IdsJson(const std::vector<std::uint64_t>& ids) {
 
 }  // namespace
 
-std::string Render(const Answer& answer, const std::string& form, const Style& style,
-                   const Surroundings& around) {
-  if (form == "json") return Envelope(answer.m_Result, around, false);
-  if (form == "jsonl") return RenderLines(answer, around);
-  if (form == "value") return RenderValues(answer);
-  if (form == "tsv") return WriteTsv(answer.m_Table, style.m_Headings);
-  if (answer.m_Text) return *answer.m_Text;
-  return DrawTable(answer.m_Table, style, form == "tree");
+std::string Render(const CommandResult& result, const std::string& form, const Style& style,
+                   const Envelope& envelope) {
+  if (form == "json") return RenderEnvelope(result.m_Json, envelope, false);
+  if (form == "jsonl") return RenderLines(result, envelope);
+  if (form == "value") return RenderValues(result);
+  if (form == "tsv") return WriteTsv(result.m_Table, style.m_Headings);
+  if (result.m_Text) return *result.m_Text;
+  return DrawTable(result.m_Table, style, form == "tree");
 }
 
-std::string Envelope(const Json& result, const Surroundings& around, bool oneLine) {
+std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool oneLine) {
   Json messages = Json::array();
-  for (const Message& message : around.m_Messages) messages.push_back(MessageJson(message));
-  const Json envelope = {
+  for (const Message& message : envelope.m_Messages) messages.push_back(MessageJson(message));
+  const Json json = {
       {"format", {{"name", "corvane-host"}, {"major", kFormatMajor}, {"minor", kFormatMinor}}},
-      {"command", around.m_Command.empty() ? Json() : Json(around.m_Command)},
+      {"command", envelope.m_Command.empty() ? Json() : Json(envelope.m_Command)},
       {"time", TimeText(NowMs())},
-      {"plugin", PluginJson(around.m_Plugin)},
-      {"exit_code", static_cast<int>(around.m_Code)},
+      {"plugin", PluginJson(envelope.m_Plugin)},
+      {"exit_code", static_cast<int>(envelope.m_Code)},
       {"messages", messages},
       {"result", result},
   };
   return HostKit::PrintableJson(
-             envelope.dump(oneLine ? -1 : 2, ' ', false, Json::error_handler_t::replace)) +
+             json.dump(oneLine ? -1 : 2, ' ', false, Json::error_handler_t::replace)) +
          "\n";
 }
 
@@ -109,8 +109,8 @@ Json ObjectJson(const Model& model, const Object& object) {
                {"children", IdsJson(object.m_Children)}};
   json["owner"] = nullptr;
   if (const Object* owner = model.OwnerOf(object)) json["owner"] = owner->m_Selector;
-  for (const Term& term : TermsOf(object.m_Kind)) {
-    PutValue(json, term.m_Name, ReadTerm(object, term));
+  for (const Field& field : FieldsOf(object.m_Kind)) {
+    PutValue(json, field.m_Name, ReadField(object, field));
   }
   return json;
 }

@@ -15,8 +15,8 @@ namespace Console {
 
 using Json = nlohmann::ordered_json;
 
-struct Answer {
-  Json m_Result;                      // json; null: all of it has been written before
+struct CommandResult {
+  Json m_Json;                        // json; null: all of it has been written before
   const char* m_Items = nullptr;      // jsonl: the list in `m_Result` that is cut into lines
   Table m_Table;                      // table, tree, tsv
   std::vector<std::string> m_Values;  // value
@@ -25,7 +25,7 @@ struct Answer {
 };
 
 // What surrounds a result.
-struct Surroundings {
+struct Envelope {
   std::string m_Command;
   std::optional<PluginInfo> m_Plugin;
   std::vector<Message> m_Messages;
@@ -33,11 +33,11 @@ struct Surroundings {
 };
 
 // One of "table", "tree", "tsv", "json", "jsonl", "value", ready to be written.
-std::string Render(const Answer& answer, const std::string& form, const Style& style,
-                   const Surroundings& around);
+std::string Render(const CommandResult& result, const std::string& form, const Style& style,
+                   const Envelope& envelope);
 
 // The JSON document around a result, in one line or several.
-std::string Envelope(const Json& result, const Surroundings& around, bool oneLine);
+std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool oneLine);
 
 // A vocabulary value as JSON, and beside it NAME_s when the number is too large for a double.
 void PutValue(Json& into, const std::string& name, const Value& value);

@@ -38,7 +38,7 @@ struct MetricRow {
   MetricType m_Type;
   const char* m_Unit;
   Samples (*m_Gather)(const MetricRow&, const Source&);
-  const char* m_Term;  // or null
+  const char* m_Field;  // or null
   const char* m_Help;
 };
 
@@ -118,7 +118,7 @@ template <Kind kind>
 Samples Numbers(const MetricRow& row, const Source& source) {
   Samples samples;
   for (const Object* object : Of(source, kind)) {
-    const std::string number = NumberText(ReadTerm(*object, row.m_Term));
+    const std::string number = NumberText(ReadField(*object, row.m_Field));
     if (!number.empty()) samples.push_back({IdentityOf(*object, source), number});
   }
   return samples;
@@ -129,12 +129,12 @@ template <Kind kind>
 Samples States(const MetricRow& row, const Source& source) {
   Samples samples;
   for (const Object* object : Of(source, kind)) {
-    const Term& term = *FindTerm(kind, row.m_Term);
-    const Value value = ReadTerm(*object, term);
+    const Field& field = *FindField(kind, row.m_Field);
+    const Value value = ReadField(*object, field);
     if (!value.Known()) continue;
     const std::vector<std::string> current = {BareText(value)};
     std::vector<std::string> all;
-    for (const std::int32_t choice : object->Find(term.m_PropertyID)->m_Value.m_Choice.m_Allowed) {
+    for (const std::int32_t choice : object->Find(field.m_PropertyID)->m_Value.m_Choice.m_Allowed) {
       AddMissing(all, {ChoiceName(choice)});
     }
     AddMissing(all, current);
@@ -158,7 +158,7 @@ std::vector<std::string> AllReasons() {
 Samples Reasons(const MetricRow& row, const Source& source) {
   Samples samples;
   for (const Object* adapter : Of(source, Kind::Adapter)) {
-    if (!ReadTerm(*adapter, row.m_Term).Known()) continue;
+    if (!ReadField(*adapter, row.m_Field).Known()) continue;
     std::vector<std::string> current;
     for (const Reason& reason : HealthOf(*adapter).m_Reasons) current.push_back(reason.m_Name);
     std::vector<std::string> all = AllReasons();
@@ -182,7 +182,7 @@ Samples Info(const MetricRow&, const Source& source) {
     Labels labels = IdentityOf(*object, source);
     labels.emplace_back("object", object->m_Selector);
     for (const char* name : kIdentityTerms) {
-      const Value value = ReadTerm(*object, name);
+      const Value value = ReadField(*object, name);
       const auto* text = std::get_if<std::string>(&value.m_Data);
       if (value.Known()) labels.emplace_back(name, text ? LabelText(*text) : BareText(value));
     }
@@ -194,7 +194,7 @@ Samples Info(const MetricRow&, const Source& source) {
 Samples Days(const MetricRow& row, const Source& source) {
   Samples samples;
   for (const Object* adapter : Of(source, Kind::Adapter)) {
-    const auto day = ReadDay(BareText(ReadTerm(*adapter, row.m_Term)));
+    const auto day = ReadDay(BareText(ReadField(*adapter, row.m_Field)));
     if (day) samples.push_back({IdentityOf(*adapter, source), fmt::format("{}", *day / 1000)});
   }
   return samples;

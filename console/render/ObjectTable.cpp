@@ -42,9 +42,9 @@ const OwnColumn* FindOwnColumn(const std::string& name) {
   return nullptr;
 }
 
-const Term* FindTermOfAny(const std::string& name) {
+const Field* FindFieldOfAnyKind(const std::string& name) {
   for (const Kind kind : kKinds) {
-    if (const Term* term = FindTerm(kind, name)) return term;
+    if (const Field* field = FindField(kind, name)) return field;
   }
   return nullptr;
 }
@@ -63,9 +63,9 @@ Column MakeColumn(const std::string& name) {
   if (const OwnColumn* own = FindOwnColumn(name)) {
     return {own->m_Heading, own->m_Name, false, name == "object"};
   }
-  const Term* term = FindTermOfAny(name);
-  if (term == nullptr) NoSuchColumn(name);
-  return {term->m_Heading, term->m_Name, IsNumber(term->m_Measure), false};
+  const Field* field = FindFieldOfAnyKind(name);
+  if (field == nullptr) NoSuchColumn(name);
+  return {field->m_Heading, field->m_Name, IsNumber(field->m_Measure), false};
 }
 
 }  // namespace
@@ -74,9 +74,9 @@ std::vector<std::string> ObjectColumnNames() {
   std::vector<std::string> names;
   for (const OwnColumn& column : kOwnColumns) names.emplace_back(column.m_Name);
   for (const Kind kind : kKinds) {
-    for (const Term& term : TermsOf(kind)) {
-      const bool isNew = std::find(names.begin(), names.end(), term.m_Name) == names.end();
-      if (isNew) names.emplace_back(term.m_Name);
+    for (const Field& field : FieldsOf(kind)) {
+      const bool isNew = std::find(names.begin(), names.end(), field.m_Name) == names.end();
+      if (isNew) names.emplace_back(field.m_Name);
     }
   }
   return names;
@@ -90,10 +90,10 @@ std::vector<Column> ObjectColumns(const std::vector<std::string>& names) {
 
 Cell ObjectCell(const Model& model, const Object& object, const std::string& name, bool ascii) {
   if (const OwnColumn* own = FindOwnColumn(name)) return TextCell(own->m_Text(object));
-  const Term* term = FindTerm(object.m_Kind, name);
-  if (term == nullptr) return {"", "-", Tone::Plain};
+  const Field* field = FindField(object.m_Kind, name);
+  if (field == nullptr) return {"", "-", Severity::Neutral};
   if (name == "status" && object.m_Kind == Kind::Drive) return StatusCell(HealthOf(model, object));
-  return ValueCell(ReadTerm(object, *term), ascii);
+  return ValueCell(ReadField(object, *field), ascii);
 }
 
 }  // namespace Console

@@ -17,15 +17,15 @@ struct TableRelease {
 };
 using ScolsTable = std::unique_ptr<libscols_table, TableRelease>;
 
-const char* ColorOf(Tone tone) {
-  switch (tone) {
-    case Tone::Good:
+const char* ColorOf(Severity severity) {
+  switch (severity) {
+    case Severity::Good:
       return "green";
-    case Tone::Warning:
+    case Severity::Warning:
       return "yellow";
-    case Tone::Bad:
+    case Severity::Bad:
       return "red";
-    case Tone::Plain:
+    case Severity::Neutral:
       break;
   }
   return nullptr;
@@ -65,7 +65,7 @@ void FillLine(libscols_line* line, const Row& row) {
   for (std::size_t i = 0; i < row.m_Cells.size(); ++i) {
     const Cell& cell = row.m_Cells[i];
     if (scols_line_set_data(line, i, Printable(cell.m_Human).c_str()) != 0) throw std::bad_alloc();
-    const char* color = ColorOf(cell.m_Tone);
+    const char* color = ColorOf(cell.m_Severity);
     if (color != nullptr) scols_cell_set_color(scols_line_get_cell(line, i), color);
   }
 }
@@ -84,13 +84,13 @@ std::string WithoutTrailingSpaces(const std::string& text) {
 }  // namespace
 
 Cell TextCell(const std::string& text) {
-  return {text, Printable(text), Tone::Plain};
+  return {text, Printable(text), Severity::Neutral};
 }
 
 // What is well needs no shouting.
 Cell ValueCell(const Value& value, bool ascii) {
-  Cell cell{HumanText(value, ascii), BareText(value), value.m_Tone};
-  if (value.m_Tone == Tone::Good) {
+  Cell cell{HumanText(value, ascii), BareText(value), value.m_Severity};
+  if (value.m_Severity == Severity::Good) {
     std::transform(cell.m_Human.begin(), cell.m_Human.end(), cell.m_Human.begin(), [](char c) {
       return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });

@@ -14,7 +14,7 @@ namespace Console {
 struct Cell {
   std::string m_Human;  // made printable when drawn
   std::string m_Bare;   // printable
-  Tone m_Tone = Tone::Plain;
+  Severity m_Severity = Severity::Neutral;
 };
 
 struct Column {

@@ -16,28 +16,28 @@ namespace Console {
 namespace {
 
 struct StateRow {
-  State m_State;
+  CheckState m_State;
   const char* m_Name;
   ExitCode m_Code;
 };
 
 constexpr StateRow kStates[] = {
-    {State::Ok, "OK", ExitCode::Done},
-    {State::Unknown, "UNKNOWN", ExitCode::Unknown},
-    {State::Warning, "WARNING", ExitCode::Warning},
-    {State::Critical, "CRITICAL", ExitCode::Critical},
+    {CheckState::Ok, "OK", ExitCode::Done},
+    {CheckState::Unknown, "UNKNOWN", ExitCode::Unknown},
+    {CheckState::Warning, "WARNING", ExitCode::Warning},
+    {CheckState::Critical, "CRITICAL", ExitCode::Critical},
 };
 
-struct StatusRow {
+struct StatusStateRow {
   const char* m_Status;
-  State m_State;
+  CheckState m_State;
 };
 
 // Statuses of adapters and drives; any other one is unknown.
-constexpr StatusRow kStatuses[] = {
-    {"OK", State::Ok},           {"AVAILABLE", State::Ok},
-    {"WARNING", State::Warning}, {"AVAILABLE_SMART", State::Warning},
-    {"FAILED", State::Critical},
+constexpr StatusStateRow kStatuses[] = {
+    {"OK", CheckState::Ok},           {"AVAILABLE", CheckState::Ok},
+    {"WARNING", CheckState::Warning}, {"AVAILABLE_SMART", CheckState::Warning},
+    {"FAILED", CheckState::Critical},
 };
 
 enum class Limit { Above, Below };
@@ -45,15 +45,15 @@ enum class Limit { Above, Below };
 // Temperatures and watts have no unit in the convention: it is in the label.
 struct ReadingRow {
   const char* m_Label;
-  const char* m_Term;
+  const char* m_Field;
   const char* m_Unit;
   double m_Scale;
   const char* m_Warning;   // a term, or null
   const char* m_Critical;  // a term, or null
   Limit m_Limit;
   const char* m_Minimum;
-  const char* m_Maximum;      // a number
-  const char* m_MaximumTerm;  // instead of the number, or null
+  const char* m_Maximum;       // a number
+  const char* m_MaximumField;  // instead of the number, or null
 };
 
 // clang-format off
@@ -68,22 +68,22 @@ constexpr ReadingRow kReadings[] = {
 };
 // clang-format on
 
-const StateRow& RowOf(State state) {
+const StateRow& RowOf(CheckState state) {
   return *std::find_if(std::begin(kStates), std::end(kStates),
                        [&](const StateRow& row) { return row.m_State == state; });
 }
 
-State StateOf(const Value& status) {
+CheckState StateOf(const Value& status) {
   const std::string text = BareText(status);
-  for (const StatusRow& row : kStatuses) {
+  for (const StatusStateRow& row : kStatuses) {
     if (text == row.m_Status) return row.m_State;
   }
-  return State::Unknown;
+  return CheckState::Unknown;
 }
 
 // Empty for what is unknown.
-std::string NumberText(const Object& object, const char* term, double scale) {
-  const Value value = term == nullptr ? Value{} : ReadTerm(object, term);
+std::string NumberText(const Object& object, const char* field, double scale) {
+  const Value value = field == nullptr ? Value{} : ReadField(object, field);
   if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
     return fmt::format("{}", *count);
   }
@@ -106,21 +106,21 @@ std::string LabelText(const std::string& text) {
   return boost::replace_all_copy(Printable(label), "\\", "_");
 }
 
-void AddReadings(std::vector<Reported>& into, const Object& adapter, const std::string& name) {
+void AddReadings(std::vector<CheckReading>& into, const Object& adapter, const std::string& name) {
   for (const ReadingRow& row : kReadings) {
-    const std::string value = NumberText(adapter, row.m_Term, row.m_Scale);
+    const std::string value = NumberText(adapter, row.m_Field, row.m_Scale);
     if (value.empty()) continue;
     into.push_back(
         {name + "_" + row.m_Label, value, row.m_Unit,
          RangeText(NumberText(adapter, row.m_Warning, row.m_Scale), row.m_Limit),
          RangeText(NumberText(adapter, row.m_Critical, row.m_Scale), row.m_Limit), row.m_Minimum,
-         row.m_MaximumTerm == nullptr ? row.m_Maximum
-                                      : NumberText(adapter, row.m_MaximumTerm, row.m_Scale)});
+         row.m_MaximumField == nullptr ? row.m_Maximum
+                                       : NumberText(adapter, row.m_MaximumField, row.m_Scale)});
   }
 }
 
 // Trailing separators are left out, as the convention allows.
-std::string ReportedText(const Reported& r) {
+std::string CheckReadingText(const CheckReading& r) {
   std::string text = fmt::format("{}={}{};{};{};{};{}", r.m_Label, r.m_Value, r.m_Unit, r.m_Warning,
                                  r.m_Critical, r.m_Minimum, r.m_Maximum);
   while (text.back() == ';') text.pop_back();
@@ -144,9 +144,9 @@ std::string ComplaintText(const Finding& finding, bool ascii) {
   return finding.m_pObject->m_Selector + " " + StatusText(finding.m_Health.m_Shown) + why;
 }
 
-std::size_t CountOf(const Verdict& verdict, Kind kind) {
+std::size_t CountOf(const CheckResult& check, Kind kind) {
   return static_cast<std::size_t>(
-      std::count_if(verdict.m_Findings.begin(), verdict.m_Findings.end(),
+      std::count_if(check.m_Findings.begin(), check.m_Findings.end(),
                     [&](const Finding& finding) { return finding.m_pObject->m_Kind == kind; }));
 }
 
@@ -155,10 +155,10 @@ std::string Counted(std::size_t count, const char* noun) {
 }
 
 // The worst come first, since a monitoring system may cut the line.
-std::string Complaints(const Verdict& verdict, bool ascii) {
+std::string Complaints(const CheckResult& check, bool ascii) {
   std::string text;
-  for (const State state : {State::Critical, State::Warning, State::Unknown}) {
-    for (const Finding& finding : verdict.m_Findings) {
+  for (const CheckState state : {CheckState::Critical, CheckState::Warning, CheckState::Unknown}) {
+    for (const Finding& finding : check.m_Findings) {
       if (finding.m_State != state) continue;
       text += (text.empty() ? "" : "; ") + ComplaintText(finding, ascii);
     }
@@ -167,8 +167,8 @@ std::string Complaints(const Verdict& verdict, bool ascii) {
 }
 
 std::string Identity(const Object& object) {
-  std::string text = BareText(ReadTerm(object, "name"));
-  const Value serial = ReadTerm(object, "serial_number");
+  std::string text = BareText(ReadField(object, "name"));
+  const Value serial = ReadField(object, "serial_number");
   if (serial.Known()) text += ", serial " + BareText(serial);
   return text;
 }
@@ -184,57 +184,57 @@ std::string FindingText(const Finding& finding, bool ascii) {
   return text;
 }
 
-std::string FirstLine(State state, const std::string& summary) {
-  return fmt::format("CORVANE {} - {}", StateName(state), summary);
+std::string FirstLine(CheckState state, const std::string& summary) {
+  return fmt::format("CORVANE {} - {}", CheckStateName(state), summary);
 }
 
 }  // namespace
 
-const char* StateName(State state) {
+const char* CheckStateName(CheckState state) {
   return RowOf(state).m_Name;
 }
 
-ExitCode StateCode(State state) {
+ExitCode CheckStateCode(CheckState state) {
   return RowOf(state).m_Code;
 }
 
-Verdict Judge(const Model& model, const Object* top) {
-  Verdict verdict;
+CheckResult CheckObjects(const Model& model, const Object* top) {
+  CheckResult check;
   const std::map<const Object*, std::string> names = CardNames(model, LabelText);
   for (const Object* object : WithStatus(model, top)) {
     const Health health = HealthOf(model, *object);
-    const State state = StateOf(health.m_Status);
-    verdict.m_State = verdict.m_Findings.empty() ? state : std::max(verdict.m_State, state);
-    verdict.m_Findings.push_back({object, health, state});
+    const CheckState state = StateOf(health.m_Status);
+    check.m_State = check.m_Findings.empty() ? state : std::max(check.m_State, state);
+    check.m_Findings.push_back({object, health, state});
     if (object->m_Kind == Kind::Adapter) {
-      AddReadings(verdict.m_Reported, *object, names.at(object));
+      AddReadings(check.m_Readings, *object, names.at(object));
     }
   }
-  return verdict;
+  return check;
 }
 
-std::string Summary(const Verdict& verdict, bool ascii) {
-  if (verdict.m_Findings.empty()) return "no supported adapter was found in this machine";
-  const std::string complaints = Complaints(verdict, ascii);
+std::string Summary(const CheckResult& check, bool ascii) {
+  if (check.m_Findings.empty()) return "no supported adapter was found in this machine";
+  const std::string complaints = Complaints(check, ascii);
   if (!complaints.empty()) return WithoutBars(complaints);
-  return fmt::format("{}, {}", Counted(CountOf(verdict, Kind::Adapter), "adapter"),
-                     Counted(CountOf(verdict, Kind::Drive), "drive"));
+  return fmt::format("{}, {}", Counted(CountOf(check, Kind::Adapter), "adapter"),
+                     Counted(CountOf(check, Kind::Drive), "drive"));
 }
 
-std::string CheckText(const Verdict& verdict, bool ascii) {
-  std::string text = FirstLine(verdict.m_State, Summary(verdict, ascii));
-  for (const Reported& reported : verdict.m_Reported) {
-    text += (&reported == &verdict.m_Reported.front() ? " | " : " ") + ReportedText(reported);
+std::string CheckText(const CheckResult& check, bool ascii) {
+  std::string text = FirstLine(check.m_State, Summary(check, ascii));
+  for (const CheckReading& reading : check.m_Readings) {
+    text += (&reading == &check.m_Readings.front() ? " | " : " ") + CheckReadingText(reading);
   }
   text += "\n";
-  for (const Finding& finding : verdict.m_Findings) {
+  for (const Finding& finding : check.m_Findings) {
     text += WithoutBars(FindingText(finding, ascii));
   }
   return text;
 }
 
 std::string CheckText(const Failure& failure) {
-  std::string text = FirstLine(State::Unknown, WithoutBars(Printable(failure.m_Text))) + "\n";
+  std::string text = FirstLine(CheckState::Unknown, WithoutBars(Printable(failure.m_Text))) + "\n";
   for (const std::string& line : failure.m_Advice) text += WithoutBars(Printable(line)) + "\n";
   return text;
 }

@@ -12,20 +12,20 @@
 namespace Console {
 
 // From best to worst: an unknown one must not hide a bad one.
-enum class State { Ok, Unknown, Warning, Critical };
+enum class CheckState { Ok, Unknown, Warning, Critical };
 
 // "OK", "UNKNOWN", "WARNING", "CRITICAL".
-const char* StateName(State state);
-ExitCode StateCode(State state);
+const char* CheckStateName(CheckState state);
+ExitCode CheckStateCode(CheckState state);
 
 struct Finding {
   const Object* m_pObject;
   Health m_Health;
-  State m_State;
+  CheckState m_State;
 };
 
 // A reading with its limits as ranges; what is empty is unknown or does not apply.
-struct Reported {
+struct CheckReading {
   std::string m_Label;
   std::string m_Value;
   std::string m_Unit;
@@ -35,21 +35,21 @@ struct Reported {
   std::string m_Maximum;
 };
 
-struct Verdict {
-  State m_State = State::Unknown;  // the worst of all; unknown without any object
+struct CheckResult {
+  CheckState m_State = CheckState::Unknown;  // the worst of all; unknown without any object
   std::vector<Finding> m_Findings;
-  std::vector<Reported> m_Reported;
+  std::vector<CheckReading> m_Readings;
 };
 
 // The status that the plug-in gives an object decides; reasons and readings only tell more. `top`
 // is part of `model`, which must outlive the result, or null for all objects.
-Verdict Judge(const Model& model, const Object* top);
+CheckResult CheckObjects(const Model& model, const Object* top);
 
 // Why it is so, in one line and without a bar.
-std::string Summary(const Verdict& verdict, bool ascii);
+std::string Summary(const CheckResult& check, bool ascii);
 
 // All that a monitoring system reads: the line with the readings, and the lines of the objects.
-std::string CheckText(const Verdict& verdict, bool ascii);
+std::string CheckText(const CheckResult& check, bool ascii);
 
 // The same when the cards could not be looked at.
 std::string CheckText(const Failure& failure);

@@ -97,17 +97,17 @@ std::string WhyNoCards() {
 
 }  // namespace
 
-Context::Context(const Options& options, const Style& style, Talk& talk, AnswerStream& stream,
-                 std::string command, std::string form, std::vector<std::string> arguments,
-                 const TimeLimits& limits)
+Context::Context(const Options& options, const Style& style, Diagnostics& diagnostics,
+                 ResultStream& stream, std::string command, std::string form,
+                 std::vector<std::string> arguments, const TimeLimits& limits)
     : m_Options(options),
       m_Style(style),
-      m_Talk(talk),
+      m_Diagnostics(diagnostics),
       m_Command(std::move(command)),
       m_Form(std::move(form)),
       m_Arguments(std::move(arguments)),
       m_Stream(stream),
-      m_History(talk),
+      m_History(diagnostics),
       m_Limits(limits) {}
 
 Context::~Context() {
@@ -115,12 +115,13 @@ Context::~Context() {
 }
 
 Context Context::With(const Options& options) const {
-  return Context(options, m_Style, m_Talk, m_Stream, m_Command, m_Form, m_Arguments, m_Limits);
+  return Context(options, m_Style, m_Diagnostics, m_Stream, m_Command, m_Form, m_Arguments,
+                 m_Limits);
 }
 
 Session& Context::Open() {
   if (m_pSession) return *m_pSession;
-  if (Start().LostThreads() > 0) m_Talk.Note(kNoWorker, kWhyNoWorker, {kThreadAdvice});
+  if (Start().LostThreads() > 0) m_Diagnostics.Note(kNoWorker, kWhyNoWorker, {kThreadAdvice});
   return *m_pSession;
 }
 
@@ -140,13 +141,13 @@ Session& Context::Start() {
   CheckStop();
   m_pSession = std::make_unique<PluginSession>(
       m_Options.m_Plugin.empty() ? DefaultPluginFile() : std::filesystem::path(m_Options.m_Plugin),
-      m_History, m_Talk, m_Limits);
+      m_History, m_Diagnostics, m_Limits);
   m_Plugin = m_pSession->Info();
   CheckStop();
   if (!m_pSession->HasCards()) {
     RequireReadableBus();
-    m_Talk.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
-                WhyNoCards(), {"Cards that are only simulated are shown with --simulate."});
+    m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
+                       WhyNoCards(), {"Cards that are only simulated are shown with --simulate."});
   }
   return *m_pSession;
 }
@@ -156,25 +157,25 @@ void Context::Close() {
   m_pSimulation.reset();
 }
 
-void Context::Emit(const Answer& answer, bool first) {
+void Context::Emit(const CommandResult& result, bool first) {
   Style style = m_Style;
   style.m_Headings = style.m_Headings && first;
-  m_Stream.Write(Render(answer, m_Form, style, Around(answer.m_Code)));
+  m_Stream.Write(Render(result, m_Form, style, EnvelopeFor(result.m_Code)));
 }
 
-Interest Context::InReader() const {
-  Interest interest;
-  if (m_Stream.File() != nullptr) interest.m_Reader = fileno(m_Stream.File());
-  return interest;
+WaitSet Context::ReaderWaitSet() const {
+  WaitSet waitSet;
+  if (m_Stream.File() != nullptr) waitSet.m_Reader = fileno(m_Stream.File());
+  return waitSet;
 }
 
 bool Context::HasLostReader() const {
-  const int answer = InReader().m_Reader;
-  return answer >= 0 && Console::HasLostReader(answer);
+  const int result = ReaderWaitSet().m_Reader;
+  return result >= 0 && Console::HasLostReader(result);
 }
 
-Surroundings Context::Around(ExitCode code) const {
-  return {m_Command, m_Plugin, m_Talk.Messages(), code};
+Envelope Context::EnvelopeFor(ExitCode code) const {
+  return {m_Command, m_Plugin, m_Diagnostics.Messages(), code};
 }
 
 }  // namespace Console

@@ -19,9 +19,9 @@ namespace Console {
 
 class Context {
  public:
-  Context(const Options& options, const Style& style, Talk& talk, AnswerStream& stream,
-          std::string command, std::string form, std::vector<std::string> arguments,
-          const TimeLimits& limits = {});
+  Context(const Options& options, const Style& style, Diagnostics& diagnostics,
+          ResultStream& stream, std::string command, std::string form,
+          std::vector<std::string> arguments, const TimeLimits& limits = {});
   ~Context();
 
   // How long the plug-in may take; without limits until it is told.
@@ -45,18 +45,18 @@ class Context {
   History& EventLog() { return m_History; }
 
   // Writes a part of the answer now, for a command that goes on.
-  void Emit(const Answer& answer, bool first);
+  void Emit(const CommandResult& result, bool first);
   // Where the answer goes, for a screen.
-  const AnswerStream& Stream() const { return m_Stream; }
+  const ResultStream& Stream() const { return m_Stream; }
   // Whether nobody reads the answer any more, and the interest that ends a wait at that moment.
   bool HasLostReader() const;
-  Interest InReader() const;
+  WaitSet ReaderWaitSet() const;
   // What surrounds the answer so far.
-  Surroundings Around(ExitCode code) const;
+  Envelope EnvelopeFor(ExitCode code) const;
 
   const Options& m_Options;
   const Style& m_Style;
-  Talk& m_Talk;
+  Diagnostics& m_Diagnostics;
   const std::string m_Command;
   const std::string m_Form;
   const std::vector<std::string> m_Arguments;  // without the verb
@@ -64,7 +64,7 @@ class Context {
  private:
   Session& Start();
 
-  AnswerStream& m_Stream;
+  ResultStream& m_Stream;
   History m_History;
   TimeLimits m_Limits;
   std::optional<PluginInfo> m_Plugin;

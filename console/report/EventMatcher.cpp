@@ -4,16 +4,16 @@
 
 namespace Console {
 
-Namesakes::Namesakes(const Model& model) {
+EventMatcher::EventMatcher(const Model& model) {
   for (const Object& object : model.Objects()) {
     const std::string serial = SerialOf(model, object);
     if (!serial.empty()) m_BySerialNumber.insert({{ObjectTypeOf(object.m_Kind), serial}, &object});
-    const std::string name = TermText(object, "name");
+    const std::string name = FieldText(object, "name");
     if (!name.empty()) m_ByName.insert({name, &object});
   }
 }
 
-const Object* Namesakes::Find(const LoggedEvent& event) const {
+const Object* EventMatcher::Find(const LoggedEvent& event) const {
   if (!event.m_SerialNumber.empty()) {
     const auto found = m_BySerialNumber.find({event.m_ObjectType, event.m_SerialNumber});
     return found == m_BySerialNumber.end() ? nullptr : found->second;
@@ -22,7 +22,7 @@ const Object* Namesakes::Find(const LoggedEvent& event) const {
   return found == m_ByName.end() ? nullptr : found->second;
 }
 
-std::map<const Object*, std::vector<LoggedEvent>> Namesakes::Sort(
+std::map<const Object*, std::vector<LoggedEvent>> EventMatcher::Sort(
     const std::vector<LoggedEvent>& log) const {
   std::map<const Object*, std::vector<LoggedEvent>> sorted;
   for (const LoggedEvent& event : log) {

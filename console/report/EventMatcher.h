@@ -14,9 +14,9 @@ namespace Console {
 
 // Which objects of now the events of earlier runs were about. An object is known again by its kind
 // and the serial number of its card, without one by its name. The model must outlive it.
-class Namesakes {
+class EventMatcher {
  public:
-  explicit Namesakes(const Model& model);
+  explicit EventMatcher(const Model& model);
 
   // The object, or null.
   const Object* Find(const LoggedEvent& event) const;

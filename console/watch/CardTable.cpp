@@ -41,12 +41,12 @@ std::optional<double> Number(const Value& value) {
 }
 
 // As loud as the limit that a temperature has reached.
-Tone ToneOfTemperature(const Object& object) {
-  const auto now = Number(ReadTerm(object, "temperature_celsius"));
-  const auto warning = Number(ReadTerm(object, "temperature_warning_celsius"));
-  const auto critical = Number(ReadTerm(object, "temperature_critical_celsius"));
-  if (now && critical && *now >= *critical) return Tone::Bad;
-  return now && warning && *now >= *warning ? Tone::Warning : Tone::Plain;
+Severity ToneOfTemperature(const Object& object) {
+  const auto now = Number(ReadField(object, "temperature_celsius"));
+  const auto warning = Number(ReadField(object, "temperature_warning_celsius"));
+  const auto critical = Number(ReadField(object, "temperature_critical_celsius"));
+  if (now && critical && *now >= *critical) return Severity::Bad;
+  return now && warning && *now >= *warning ? Severity::Warning : Severity::Neutral;
 }
 
 Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
@@ -54,31 +54,31 @@ Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
   return {number ? Bar(*number, columns, ascii) : std::string(columns, ' ')};
 }
 
-Line CardLine(const Watched& watched, const Object& card, const Widths& widths, bool ascii) {
+Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, bool ascii) {
   const Health health = HealthOf(card);
-  const Tone heat = ToneOfTemperature(card);
-  const Value reserve = ReadTerm(card, "reserve_space_ratio");
-  const Value used = ReadTerm(card, "endurance_used_ratio");
+  const Severity heat = ToneOfTemperature(card);
+  const Value reserve = ReadField(card, "reserve_space_ratio");
+  const Value used = ReadField(card, "endurance_used_ratio");
   return {
       {Fit(card.m_Selector, Widths::kObject) + " "},
-      {Fit(Human(ReadTerm(card, "name"), ascii), widths.m_Name) + " "},
-      {Fit(StatusText(health.m_Status), Widths::kStatus) + " ", health.m_Status.m_Tone},
-      {FitRight(Human(ReadTerm(card, "temperature_celsius"), ascii), Widths::kTemperature) + " ",
+      {Fit(Human(ReadField(card, "name"), ascii), widths.m_Name) + " "},
+      {Fit(StatusText(health.m_Status), Widths::kStatus) + " ", health.m_Status.m_Severity},
+      {FitRight(Human(ReadField(card, "temperature_celsius"), ascii), Widths::kTemperature) + " ",
        heat},
-      {Sparkline(watched.Temperatures(card.m_ID), widths.m_Sparkline, ascii) + " ", heat},
+      {Sparkline(live.Temperatures(card.m_ID), widths.m_Sparkline, ascii) + " ", heat},
       {FitRight(Human(reserve, ascii), Widths::kRatio) + " "},
       BarPiece(reserve, widths.m_Bar, ascii),
       {FitRight(Human(used, ascii), Widths::kRatio + 1) + " "},
       BarPiece(used, widths.m_Bar, ascii)};
 }
 
-Line DriveLine(const Watched& watched, const Object& drive, const Widths& widths, bool ascii) {
-  const Value status = HealthOf(watched.Objects(), drive).m_Shown;
+Line DriveLine(const LiveModel& live, const Object& drive, const Widths& widths, bool ascii) {
+  const Value status = HealthOf(live.Objects(), drive).m_Shown;
   return {{Fit("  " + drive.m_Selector, Widths::kObject) + " "},
-          {Fit(Human(ReadTerm(drive, "name"), ascii), widths.m_Name) + " "},
-          {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Tone},
-          {fmt::format("{}, {} sectors", Human(ReadTerm(drive, "formatted_size_bytes"), ascii),
-                       Human(ReadTerm(drive, "sector_size_bytes"), ascii))}};
+          {Fit(Human(ReadField(drive, "name"), ascii), widths.m_Name) + " "},
+          {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Severity},
+          {fmt::format("{}, {} sectors", Human(ReadField(drive, "formatted_size_bytes"), ascii),
+                       Human(ReadField(drive, "sector_size_bytes"), ascii))}};
 }
 
 Line ColumnLine(const Widths& widths) {
@@ -87,7 +87,7 @@ Line ColumnLine(const Widths& widths) {
                Fit("", widths.m_Sparkline) + " " +
                Fit("RESERVE", Widths::kRatio + widths.m_Bar + 1) + " " +
                Fit("USED", Widths::kRatio + widths.m_Bar + 1),
-           Tone::Plain, true}};
+           Severity::Neutral, true}};
 }
 
 void Reverse(Line& line, std::size_t columns) {
@@ -96,19 +96,20 @@ void Reverse(Line& line, std::size_t columns) {
     piece.m_Reverse = true;
     used += ColumnsOf(piece.m_Text);
   }
-  if (used < columns) line.push_back({std::string(columns - used, ' '), Tone::Plain, false, true});
+  if (used < columns)
+    line.push_back({std::string(columns - used, ' '), Severity::Neutral, false, true});
 }
 
 }  // namespace
 
-CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_t columns,
+CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t columns,
                         bool ascii) {
   const Widths widths(columns);
   CardTable table;
   table.m_Headings = ColumnLine(widths);
-  for (const Object* object : WithStatus(watched.Objects())) {
-    Line line = object->m_Kind == Kind::Adapter ? CardLine(watched, *object, widths, ascii)
-                                                : DriveLine(watched, *object, widths, ascii);
+  for (const Object* object : WithStatus(live.Objects())) {
+    Line line = object->m_Kind == Kind::Adapter ? CardLine(live, *object, widths, ascii)
+                                                : DriveLine(live, *object, widths, ascii);
     if (object->m_ID == chosen) {
       table.m_Chosen = table.m_Lines.size();
       Reverse(line, columns);
@@ -116,8 +117,8 @@ CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_
     table.m_Lines.push_back(line);
     const Health health = HealthOf(*object);
     if (health.m_Reasons.empty()) continue;
-    table.m_Lines.push_back(
-        {{std::string(Widths::kObject + 1, ' ') + ReasonNames(health), health.m_Status.m_Tone}});
+    table.m_Lines.push_back({{std::string(Widths::kObject + 1, ' ') + ReasonNames(health),
+                              health.m_Status.m_Severity}});
   }
   return table;
 }

@@ -17,7 +17,7 @@ struct CardTable {
 };
 
 // For a screen of that many columns; `chosen` is the id of the object whose line stands out.
-CardTable DrawCardTable(const Watched& watched, std::uint64_t chosen, std::size_t columns,
+CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t columns,
                         bool ascii);
 
 }  // namespace Console

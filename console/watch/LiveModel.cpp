@@ -21,9 +21,9 @@ milliseconds PollIntervalOf(const Model& model) {
   constexpr std::uint64_t kUsual = 15;
   std::uint64_t seconds = kUsual;
   for (const Object& object : model.Objects()) {
-    const Term* term = FindTerm(object.m_Kind, "poll_interval_seconds");
-    if (term == nullptr) continue;
-    const Value value = ReadTerm(object, *term);
+    const Field* field = FindField(object.m_Kind, "poll_interval_seconds");
+    if (field == nullptr) continue;
+    const Value value = ReadField(object, *field);
     if (const auto* known = std::get_if<std::uint64_t>(&value.m_Data)) seconds = *known;
   }
   return std::chrono::seconds(std::max<std::uint64_t>(seconds, 1));
@@ -31,7 +31,7 @@ milliseconds PollIntervalOf(const Model& model) {
 
 }  // namespace
 
-Watched::Watched(Session& session)
+LiveModel::LiveModel(Session& session)
     : m_Session(session),
       m_Model(std::vector<PI::CObject>()),
       m_PollInterval(0),
@@ -39,10 +39,10 @@ Watched::Watched(Session& session)
   Read();
 }
 
-bool Watched::Wait(milliseconds atMost, const Interest& also) {
+bool LiveModel::Wait(milliseconds atMost, const WaitSet& also) {
   const auto due = std::chrono::duration_cast<milliseconds>(m_NextReading - steady_clock::now());
-  const milliseconds span = std::max(milliseconds(0), std::min(atMost, due + milliseconds(1)));
-  const bool told = m_Session.WaitForNotification(span, also);
+  const milliseconds duration = std::max(milliseconds(0), std::min(atMost, due + milliseconds(1)));
+  const bool told = m_Session.WaitForNotification(duration, also);
   CheckStop();
   if (!told && steady_clock::now() < m_NextReading) return false;
   Read();
@@ -51,7 +51,7 @@ bool Watched::Wait(milliseconds atMost, const Interest& also) {
 
 // The events are there as soon as the objects show what they tell, before the notification. They
 // are taken first, so that none bears the name of a place that another card has by now.
-void Watched::Read() {
+void LiveModel::Read() {
   const std::vector<LoggedEvent> events = m_Session.CollectEvents();
   m_Model = Model(m_Session.Topology());
   for (const LoggedEvent& event : events) Remember(m_Model.Find(event.m_ObjectID), event);
@@ -60,36 +60,36 @@ void Watched::Read() {
   m_NextReading = steady_clock::now() + m_PollInterval / 3;
 }
 
-void Watched::Recall(const std::vector<LoggedEvent>& past) {
+void LiveModel::Recall(const std::vector<LoggedEvent>& past) {
   std::deque<Entry> since;
   since.swap(m_Log);
-  const Namesakes namesakes(m_Model);
-  for (const LoggedEvent& event : past) Remember(namesakes.Find(event), event);
+  const EventMatcher matcher(m_Model);
+  for (const LoggedEvent& event : past) Remember(matcher.Find(event), event);
   m_Log.insert(m_Log.end(), since.begin(), since.end());
 }
 
-void Watched::Remember(const Object* object, const LoggedEvent& event) {
+void LiveModel::Remember(const Object* object, const LoggedEvent& event) {
   m_Log.push_back(
-      {EventRow(object, event), EventJson(object, event), SeverityTone(event.m_Severity)});
+      {EventRow(object, event), EventJson(object, event), EventSeverity(event.m_Severity)});
   ++m_EventCount;
   if (m_Log.size() > kMostEvents) m_Log.pop_front();
 }
 
-void Watched::RememberTemperatures() {
+void LiveModel::RememberTemperatures() {
   std::map<std::uint64_t, std::deque<double>> kept;
   for (const Object& object : m_Model.Objects()) {
-    const Term* term = FindTerm(object.m_Kind, "temperature_celsius");
-    if (term == nullptr) continue;
+    const Field* field = FindField(object.m_Kind, "temperature_celsius");
+    if (field == nullptr) continue;
     std::deque<double>& temperatures = kept[object.m_ID];
     temperatures.swap(m_Temperatures[object.m_ID]);
-    const Value value = ReadTerm(object, *term);
+    const Value value = ReadField(object, *field);
     if (const auto* known = std::get_if<double>(&value.m_Data)) temperatures.push_back(*known);
     if (temperatures.size() > kMostTemperatures) temperatures.pop_front();
   }
   m_Temperatures.swap(kept);
 }
 
-const std::deque<double>& Watched::Temperatures(std::uint64_t object) const {
+const std::deque<double>& LiveModel::Temperatures(std::uint64_t object) const {
   static const std::deque<double> none;
   const auto found = m_Temperatures.find(object);
   return found == m_Temperatures.end() ? none : found->second;

@@ -14,17 +14,17 @@
 
 namespace Console {
 
-class Watched {
+class LiveModel {
  public:
   // An event as it was told when it came: its object may have gone since.
   struct Entry {
     Row m_Row;
     Json m_Json;
-    Tone m_Tone;
+    Severity m_Severity;
   };
 
   // Reads everything once, with the events that wait already.
-  explicit Watched(Session& session);
+  explicit LiveModel(Session& session);
 
   // Of events that are kept.
   static constexpr std::size_t kMostEvents = 1000;
@@ -35,7 +35,7 @@ class Watched {
   // Waits for a notification or for a third of the poll interval since the last reading, whichever
   // comes first, but no longer than `atMost` and not beyond what `also` tells. True when it has
   // read everything anew. Throws `Stopped` when a signal came.
-  bool Wait(std::chrono::milliseconds atMost, const Interest& also);
+  bool Wait(std::chrono::milliseconds atMost, const WaitSet& also);
 
   const Model& Objects() const { return m_Model; }
   // The newest last; the oldest are dropped when there are very many.

@@ -48,7 +48,7 @@ void DefineColors() {
 }
 
 attr_t AttributesOf(const Piece& piece) {
-  const bool loud = piece.m_Tone == Tone::Warning || piece.m_Tone == Tone::Bad;
+  const bool loud = piece.m_Severity == Severity::Warning || piece.m_Severity == Severity::Bad;
   attr_t attributes = A_NORMAL;
   if (piece.m_Strong || loud) attributes |= A_BOLD;
   if (piece.m_Reverse) attributes |= A_REVERSE;
@@ -116,7 +116,7 @@ void Screen::Show(const std::vector<Line>& lines) {
   for (std::size_t row = 0; row < std::min(lines.size(), size.m_Rows); ++row) {
     wmove(stdscr, static_cast<int>(row), 0);
     for (const Piece& piece : CutLine(lines[row], size.m_Columns)) {
-      const short pair = kPairs[static_cast<std::size_t>(piece.m_Tone)];
+      const short pair = kPairs[static_cast<std::size_t>(piece.m_Severity)];
       wattr_set(stdscr, AttributesOf(piece), m_pTerminal->m_Color ? pair : short{0}, nullptr);
       waddstr(stdscr, piece.m_Text.c_str());
     }

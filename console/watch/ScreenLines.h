@@ -12,7 +12,7 @@ namespace Console {
 
 struct Piece {
   std::string m_Text;
-  Tone m_Tone = Tone::Plain;
+  Severity m_Severity = Severity::Neutral;
   bool m_Strong = false;
   bool m_Reverse = false;
 };

@@ -16,9 +16,9 @@ namespace {
 
 using Lines = std::vector<Line>;
 
-Line Title(const Watched& watched, ScreenSize size, const std::string& time) {
+Line Title(const LiveModel& live, ScreenSize size, const std::string& time) {
   std::size_t cards = 0, unwell = 0;
-  for (const Object* object : WithStatus(watched.Objects())) {
+  for (const Object* object : WithStatus(live.Objects())) {
     if (object->m_Kind != Kind::Adapter) continue;
     ++cards;
     if (!IsWell(HealthOf(*object).m_Status)) ++unwell;
@@ -27,34 +27,35 @@ Line Title(const Watched& watched, ScreenSize size, const std::string& time) {
                                        cards == 1 ? "" : "s", unwell);
   const std::string right = fmt::format(" {} ", time);
   const std::size_t room = size.m_Columns > right.size() ? size.m_Columns - right.size() : 0;
-  return {{Fit(left, room) + right, Tone::Plain, true, true}};
+  return {{Fit(left, room) + right, Severity::Neutral, true, true}};
 }
 
 // The time, from 2026-11-21T05:31:02+00:00; the day is left out when all are of the same one.
-std::string WhenText(const Watched::Entry& entry, bool dated) {
+std::string WhenText(const LiveModel::Entry& entry, bool dated) {
   const std::string& time = entry.m_Row.m_Cells[0].m_Human;
   return dated ? time.substr(0, 10) + " " + time.substr(11, 8) : time.substr(11, 8);
 }
 
-Line EventLine(const Watched::Entry& entry, bool dated) {
+Line EventLine(const LiveModel::Entry& entry, bool dated) {
   const std::vector<Cell>& cells = entry.m_Row.m_Cells;
   return {{WhenText(entry, dated) + "  "},
-          {Fit(cells[1].m_Human, 11) + "  ", entry.m_Tone},
+          {Fit(cells[1].m_Human, 11) + "  ", entry.m_Severity},
           {Fit(cells[4].m_Human, 6) + "  "},
           {cells[3].m_Human + "  "},
           {Printable(cells[5].m_Human)}};
 }
 
-bool IsOfDay(const Watched::Entry& entry, const std::string& time) {
+bool IsOfDay(const LiveModel::Entry& entry, const std::string& time) {
   return entry.m_Row.m_Cells[0].m_Human.substr(0, 10) == time.substr(0, 10);
 }
 
 // As they are told at `time`.
-Lines LogLines(const Watched& watched, const std::string& time) {
-  const bool dated = !std::all_of(watched.Log().begin(), watched.Log().end(),
-                                  [&](const Watched::Entry& each) { return IsOfDay(each, time); });
+Lines LogLines(const LiveModel& live, const std::string& time) {
+  const bool dated =
+      !std::all_of(live.Log().begin(), live.Log().end(),
+                   [&](const LiveModel::Entry& each) { return IsOfDay(each, time); });
   Lines lines;
-  for (const Watched::Entry& entry : watched.Log()) lines.push_back(EventLine(entry, dated));
+  for (const LiveModel::Entry& entry : live.Log()) lines.push_back(EventLine(entry, dated));
   return lines;
 }
 
@@ -71,7 +72,7 @@ void Append(Lines& lines, const Lines& more) {
 }
 
 Line Heading(const std::string& text) {
-  return {{text, Tone::Plain, true}};
+  return {{text, Severity::Neutral, true}};
 }
 
 void AddReasons(Lines& lines, const Health& health, bool ascii) {
@@ -104,28 +105,27 @@ std::ptrdiff_t StepOf(Key key, std::ptrdiff_t page) {
 
 }  // namespace
 
-std::vector<Line> WatchView::Draw(const Watched& watched, ScreenSize size,
-                                  const std::string& time) {
+std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, const std::string& time) {
   constexpr std::size_t kFrame = 2;  // the title and the line with the keys
   const ScreenSize inner{size.m_Rows > kFrame ? size.m_Rows - kFrame : 0, size.m_Columns};
   m_PageRows = std::max<std::size_t>(inner.m_Rows, 1);
-  Lines lines = {Title(watched, size, time)};
-  if (m_Page == Page::Cards) Append(lines, DrawCards(watched, inner, time));
-  if (m_Page == Page::Events) Append(lines, DrawEvents(watched, inner, time));
-  if (m_Page == Page::Object) Append(lines, DrawObject(watched, inner));
+  Lines lines = {Title(live, size, time)};
+  if (m_Page == Page::Cards) Append(lines, DrawCards(live, inner, time));
+  if (m_Page == Page::Events) Append(lines, DrawEvents(live, inner, time));
+  if (m_Page == Page::Object) Append(lines, DrawObject(live, inner));
   lines.resize(inner.m_Rows + 1);
   const char* keys = m_Page == Page::Cards ? " q leave   e events   Enter object   arrows choose"
                                            : " q leave   Esc back   e events   arrows scroll";
-  lines.push_back({{Fit(keys, size.m_Columns), Tone::Plain, false, true}});
+  lines.push_back({{Fit(keys, size.m_Columns), Severity::Neutral, false, true}});
   return lines;
 }
 
 // The cards above and the log below; when there are many cards the log keeps a few lines.
-std::vector<Line> WatchView::DrawCards(const Watched& watched, ScreenSize size,
+std::vector<Line> WatchView::DrawCards(const LiveModel& live, ScreenSize size,
                                        const std::string& time) {
   constexpr std::size_t kLeastLog = 4, kHeadings = 3;
-  ChooseOne(watched.Objects());
-  const CardTable cards = DrawCardTable(watched, m_Chosen, size.m_Columns, m_Ascii);
+  ChooseOne(live.Objects());
+  const CardTable cards = DrawCardTable(live, m_Chosen, size.m_Columns, m_Ascii);
   const std::size_t taken = kHeadings + kLeastLog;
   const std::size_t room = size.m_Rows > taken ? size.m_Rows - taken : 1;
   if (cards.m_Chosen < m_Scroll) m_Scroll = cards.m_Chosen;
@@ -134,9 +134,9 @@ std::vector<Line> WatchView::DrawCards(const Watched& watched, ScreenSize size,
   Lines lines = {cards.m_Headings};
   Append(lines, Scrolled(cards.m_Lines, room));
   lines.push_back({});
-  lines.push_back(Heading(fmt::format("EVENTS ({})", watched.EventCount())));
+  lines.push_back(Heading(fmt::format("EVENTS ({})", live.EventCount())));
   const std::size_t left = size.m_Rows > lines.size() ? size.m_Rows - lines.size() : 0;
-  Append(lines, Tail(LogLines(watched, time), left, 0));
+  Append(lines, Tail(LogLines(live, time), left, 0));
   return lines;
 }
 
@@ -145,29 +145,30 @@ void WatchView::ChooseOne(const Model& model) {
   if (!objects.empty() && model.Find(m_Chosen) == nullptr) m_Chosen = objects.front()->m_ID;
 }
 
-std::vector<Line> WatchView::DrawEvents(const Watched& watched, ScreenSize size,
+std::vector<Line> WatchView::DrawEvents(const LiveModel& live, ScreenSize size,
                                         const std::string& time) {
-  const Lines log = LogLines(watched, time);
+  const Lines log = LogLines(live, time);
   const std::size_t rows = size.m_Rows > 0 ? size.m_Rows - 1 : 0;
   m_Scroll = std::min(m_Scroll, log.size() - std::min(rows, log.size()));
-  Lines lines = {Heading(fmt::format("EVENTS ({})", watched.EventCount()))};
+  Lines lines = {Heading(fmt::format("EVENTS ({})", live.EventCount()))};
   Append(lines, Tail(log, rows, m_Scroll));
   if (log.empty())
     lines.push_back({{"The log is empty: nothing has happened while a card was watched."}});
   return lines;
 }
 
-std::vector<Line> WatchView::DrawObject(const Watched& watched, ScreenSize size) {
-  const Object* object = watched.Objects().Find(m_Chosen);
+std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) {
+  const Object* object = live.Objects().Find(m_Chosen);
   if (object == nullptr) return {Heading("This object has gone.")};
   const Health health = HealthOf(*object);
   constexpr std::size_t kNames = 30;
-  Lines lines = {{{Fit("status", kNames)}, {StatusText(health.m_Status), health.m_Status.m_Tone}}};
+  Lines lines = {
+      {{Fit("status", kNames)}, {StatusText(health.m_Status), health.m_Status.m_Severity}}};
   AddReasons(lines, health, m_Ascii);
-  for (const Term& term : TermsOf(object->m_Kind)) {
-    const Value value = ReadTerm(*object, term);
+  for (const Field& field : FieldsOf(object->m_Kind)) {
+    const Value value = ReadField(*object, field);
     lines.push_back(
-        {{Fit(term.m_Name, kNames)}, {Printable(HumanText(value, m_Ascii)), value.m_Tone}});
+        {{Fit(field.m_Name, kNames)}, {Printable(HumanText(value, m_Ascii)), value.m_Severity}});
   }
   Lines page = {Heading(fmt::format("{}  {}", object->m_Selector, IdText(object->m_ID)))};
   Append(page, Scrolled(lines, size.m_Rows > 0 ? size.m_Rows - 1 : 0));
@@ -181,7 +182,7 @@ std::vector<Line> WatchView::Scrolled(const std::vector<Line>& lines, std::size_
   return {first, first + static_cast<std::ptrdiff_t>(std::min(rows, lines.size()))};
 }
 
-bool WatchView::Press(Key key, const Watched& watched) {
+bool WatchView::Press(Key key, const LiveModel& live) {
   switch (key) {
     case Key::Leave:
       return false;
@@ -200,17 +201,17 @@ bool WatchView::Press(Key key, const Watched& watched) {
       m_Scroll = 0;
       break;
     default:
-      Move(key, watched);
+      Move(key, live);
   }
   return true;
 }
 
 // Among the cards the keys choose an object; elsewhere they scroll, in the log towards what is
 // older.
-void WatchView::Move(Key key, const Watched& watched) {
+void WatchView::Move(Key key, const LiveModel& live) {
   const std::ptrdiff_t step = StepOf(key, static_cast<std::ptrdiff_t>(m_PageRows));
   if (m_Page == Page::Cards) {
-    Choose(step, watched.Objects());
+    Choose(step, live.Objects());
     return;
   }
   const auto scroll =

@@ -17,20 +17,20 @@ class WatchView {
   explicit WatchView(bool ascii) : m_Ascii(ascii) {}
 
   // The whole screen, as it is at `time`.
-  std::vector<Line> Draw(const Watched& watched, ScreenSize size, const std::string& time);
+  std::vector<Line> Draw(const LiveModel& live, ScreenSize size, const std::string& time);
   // False when the key leaves.
-  bool Press(Key key, const Watched& watched);
+  bool Press(Key key, const LiveModel& live);
 
  private:
   enum class Page { Cards, Events, Object };
 
-  std::vector<Line> DrawCards(const Watched& watched, ScreenSize size, const std::string& time);
-  std::vector<Line> DrawEvents(const Watched& watched, ScreenSize size, const std::string& time);
-  std::vector<Line> DrawObject(const Watched& watched, ScreenSize size);
+  std::vector<Line> DrawCards(const LiveModel& live, ScreenSize size, const std::string& time);
+  std::vector<Line> DrawEvents(const LiveModel& live, ScreenSize size, const std::string& time);
+  std::vector<Line> DrawObject(const LiveModel& live, ScreenSize size);
   std::vector<Line> Scrolled(const std::vector<Line>& lines, std::size_t rows);
   void ChooseOne(const Model& model);
   void Choose(std::ptrdiff_t step, const Model& model);
-  void Move(Key key, const Watched& watched);
+  void Move(Key key, const LiveModel& live);
 
   const bool m_Ascii;
   Page m_Page = Page::Cards;

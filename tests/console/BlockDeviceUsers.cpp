@@ -15,9 +15,9 @@ using Users = std::vector<std::string>;
 constexpr const char* kCard = "0000:3b:00.0";
 
 // A machine with one card, whose block device is fioa with the partition fioa1.
-class BlockUse : public testing::Test {
+class BlockDeviceUsers : public testing::Test {
  protected:
-  BlockUse() {
+  BlockDeviceUsers() {
     fs::create_directories(m_Root / "block");
     AddDisk(std::string("devices/pci0000:3a/0000:3a:00.0/") + kCard, "fioa", "252:0");
     AddPartition("fioa", "fioa1", "252:1");
@@ -56,7 +56,7 @@ class BlockUse : public testing::Test {
   }
 
   Users UsersOf(const std::string& address) const {
-    return Console::BlockUse(m_Root, m_Root / "mounts", m_Root / "swaps").UsersOf(address);
+    return Console::BlockDeviceUsers(m_Root, m_Root / "mounts", m_Root / "swaps").UsersOf(address);
   }
 
  private:
@@ -64,77 +64,77 @@ class BlockUse : public testing::Test {
   const fs::path m_Root = m_Folder.Path();
 };
 
-TEST_F(BlockUse, ACardWhoseDiskNobodyUsesHasNoUsers) {
+TEST_F(BlockDeviceUsers, ACardWhoseDiskNobodyUsesHasNoUsers) {
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
 
-TEST_F(BlockUse, AMountedDiskNamesItsPlace) {
+TEST_F(BlockDeviceUsers, AMountedDiskNamesItsPlace) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa is mounted at /data"});
 }
 
-TEST_F(BlockUse, AMountedPartitionCounts) {
+TEST_F(BlockDeviceUsers, AMountedPartitionCounts) {
   Mount("40 22 252:1 / /data rw shared:7 master:2 - ext4 /dev/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /data"});
 }
 
-TEST_F(BlockUse, ABlankInAPlaceIsReadAsOne) {
+TEST_F(BlockDeviceUsers, ABlankInAPlaceIsReadAsOne) {
   Mount("40 22 252:1 / /my\\040data rw - ext4 /dev/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /my data"});
 }
 
-TEST_F(BlockUse, AFileSystemWithANumberOfItsOwnIsFoundByItsSource) {
+TEST_F(BlockDeviceUsers, AFileSystemWithANumberOfItsOwnIsFoundByItsSource) {
   Mount("40 22 0:45 / /pool rw - btrfs /dev/fioa1 rw,space_cache");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /pool"});
 }
 
-TEST_F(BlockUse, ASourceThatIsNoDeviceIsNone) {
+TEST_F(BlockDeviceUsers, ASourceThatIsNoDeviceIsNone) {
   Mount("40 22 0:46 / /net rw - nfs server:/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
 
-TEST_F(BlockUse, SwapCounts) {
+TEST_F(BlockDeviceUsers, SwapCounts) {
   Write("swaps", "Filename Type Size Used Priority\n/dev/fioa1   partition\t1024\t0\t-2\n");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is used as swap"});
 }
 
-TEST_F(BlockUse, AHolderIsNamedWithWhatStandsOnIt) {
+TEST_F(BlockDeviceUsers, AHolderIsNamedWithWhatStandsOnIt) {
   AddDisk("devices/virtual", "dm-0", "253:0");
   Hold("fioa/fioa1", "dm-0");
   Mount("40 22 253:0 / /srv rw - xfs /dev/mapper/vg-srv rw");
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is mounted at /srv", "fioa1 is held by dm-0"}));
 }
 
-TEST_F(BlockUse, AHolderThatHoldsItselfIsReadToAnEnd) {
+TEST_F(BlockDeviceUsers, AHolderThatHoldsItselfIsReadToAnEnd) {
   AddDisk("devices/virtual", "dm-0", "253:0");
   Hold("fioa", "dm-0");
   Hold("dm-0", "dm-0");
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is held by dm-0", "fioa is held by dm-0"}));
 }
 
-TEST_F(BlockUse, AnotherCardsDiskIsNotThisCards) {
+TEST_F(BlockDeviceUsers, AnotherCardsDiskIsNotThisCards) {
   AddDisk("devices/pci0000:5d/0000:5e:00.0", "fiob", "252:16");
   Mount("40 22 252:16 / /data rw - ext4 /dev/fiob rw");
   EXPECT_EQ(UsersOf(kCard), Users{});
   EXPECT_EQ(UsersOf("0000:5e:00.0"), Users{"fiob is mounted at /data"});
 }
 
-TEST_F(BlockUse, AnAddressWithoutASegmentAndInCapitalsIsUnderstood) {
+TEST_F(BlockDeviceUsers, AnAddressWithoutASegmentAndInCapitalsIsUnderstood) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf("3b:00.0"), Users{"fioa is mounted at /data"});
   EXPECT_EQ(UsersOf("0000:3B:00.0"), Users{"fioa is mounted at /data"});
 }
 
-TEST_F(BlockUse, WithoutAnAddressNothingIsSaid) {
+TEST_F(BlockDeviceUsers, WithoutAnAddressNothingIsSaid) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf(""), Users{});
 }
 
-TEST_F(BlockUse, LinesThatAreNoneAndMissingTablesAreBorne) {
+TEST_F(BlockDeviceUsers, LinesThatAreNoneAndMissingTablesAreBorne) {
   Write("mounts", "\n40\n252:0 252:0 252:0 252:0\n");
   Write("swaps", "\n\n");
   EXPECT_EQ(UsersOf(kCard), Users{});
-  const Console::BlockUse nowhere("/none", "/none", "/none");
+  const Console::BlockDeviceUsers nowhere("/none", "/none", "/none");
   EXPECT_EQ(nowhere.UsersOf(kCard), Users{});
 }
 
