@@ -25,7 +25,7 @@ std::string GuessVerb(const Words& arguments, const Options& options) {
 const Command* NamedCommand(const Options& options) {
   const Command* found =
       options.m_Words.empty() ? nullptr : AllCommands().Find(options.m_Words.front());
-  return found == nullptr || found->m_Group == Group::None ? nullptr : found;
+  return found == nullptr || found->m_Group == Group::Hidden ? nullptr : found;
 }
 
 ExitCode Main(const Words& arguments) {

@@ -242,4 +242,12 @@ CommandResult ChangeResult(const Context& context, const Object& object, std::ui
   return result;
 }
 
+CommandResult RunOperationCommand(Context& context, std::uint32_t number) {
+  const OperationRow& row = *FindOperation(number);
+  TimeoutOf(context.m_Options);
+  const Model model = context.Objects();
+  const Object& object = SelectFor(model, context.m_Arguments[0], row);
+  return ChangeResult(context, object, number, PerformOperation(context, model, object, row, true));
+}
+
 }  // namespace Console

@@ -38,4 +38,7 @@ Change PerformOperation(Context& context, const Model& model, const Object& obje
 CommandResult ChangeResult(const Context& context, const Object& object, std::uint32_t operation,
                            const Change& change);
 
+// A command whose only argument is the object of the operation of that number. Throws `Failure`.
+CommandResult RunOperationCommand(Context& context, std::uint32_t number);
+
 }  // namespace Console

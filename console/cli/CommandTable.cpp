@@ -26,16 +26,6 @@ void CheckForm(const Command& command, const std::string& form) {
                      {fmt::format("It has: {}", fmt::join(forms, ", "))});
 }
 
-void CheckOptions(const Command& command, const Options& options) {
-  for (const std::string& name : options.m_Given) {
-    const OptionRow& row = *FindOption(name);
-    if (BelongsTo(row, command.m_Name)) continue;
-    throw UsageFailure(fmt::format("{} has no option {}", command.m_Name, name),
-                       {fmt::format("Commands that have it: {}", fmt::join(row.m_Commands, ", ")),
-                        fmt::format("See: corvane-host help {}", command.m_Name)});
-  }
-}
-
 // A file behind a space is a word of its own, since --simulate may stand alone.
 void RequireNoFile(const Options& options) {
   const std::string& word = options.m_Words.front();
@@ -43,6 +33,17 @@ void RequireNoFile(const Options& options) {
   if (!alone || word.find('/') == std::string::npos) return;
   throw UsageFailure(fmt::format("there is no command '{}'", word),
                      {fmt::format("If it is the file of the cards: --simulate={}", word)});
+}
+
+void CheckOptions(const CommandTable& commands, const Command& command, const Options& options) {
+  for (const std::string& name : options.m_Given) {
+    const OptionRow& row = *FindOption(name);
+    if (HasOption(command, row)) continue;
+    throw UsageFailure(
+        fmt::format("{} has no option {}", command.m_Name, name),
+        {fmt::format("Commands that have it: {}", fmt::join(CommandsWith(commands, row), ", ")),
+         fmt::format("See: corvane-host help {}", command.m_Name)});
+  }
 }
 
 }  // namespace
@@ -58,7 +59,7 @@ const Command& CommandTable::Require(const std::string& name) const {
   if (const Command* found = Find(name)) return *found;
   std::vector<std::string> names;
   for (const Command& command : m_Commands) {
-    if (command.m_Group != Group::None) names.emplace_back(command.m_Name);
+    if (command.m_Group != Group::Hidden) names.emplace_back(command.m_Name);
   }
   std::vector<std::string> advice = DidYouMean(name, names);
   advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
@@ -71,21 +72,34 @@ const Command& CommandTable::Choose(const Options& options) const {
   const Command& command = Require(options.m_Words.front());
   CheckCount(command, options.m_Words.size() - 1);
   CheckForm(command, options.m_Form);
-  CheckOptions(command, options);
+  CheckOptions(*this, command, options);
   return command;
+}
+
+bool HasOption(const Command& command, const OptionRow& row) {
+  const std::vector<std::string>& own = command.m_Options;
+  return row.m_Common || std::find(own.begin(), own.end(), row.m_Long) != own.end();
+}
+
+std::vector<std::string> CommandsWith(const CommandTable& commands, const OptionRow& row) {
+  std::vector<std::string> names;
+  for (const Command& command : commands) {
+    if (!row.m_Common && HasOption(command, row)) names.emplace_back(command.m_Name);
+  }
+  return names;
 }
 
 const char* GroupName(Group group) {
   switch (group) {
-    case Group::Look:
+    case Group::Inspect:
       return "Look";
-    case Group::Do:
+    case Group::Change:
       return "Do";
     case Group::Export:
       return "Export";
     case Group::Help:
       return "Help";
-    case Group::None:
+    case Group::Hidden:
       break;
   }
   return "";

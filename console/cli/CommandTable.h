@@ -2,27 +2,57 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "console/cli/OptionTable.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {
 
-// What a person wants from a command; none is for programs alone, and in no help.
-enum class Group { Look, Do, Export, Help, None };
+// What a person wants from a command; hidden commands are for programs, and in no help.
+enum class Group { Inspect, Change, Export, Help, Hidden };
 
+// What --timeout limits.
+enum class TimeoutScope {
+  Reading,  // all that the command reads; each call of a command that follows events
+  Call,     // each call of the plug-in
+  Wait      // what the command waits for; its calls have the default
+};
+
+inline constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
+
+// An exit code with what it means for one command.
+struct Exit {
+  int m_Code;
+  const char* m_Meaning;
+};
+
+struct Example {
+  const char* m_Line;  // without the program's name
+  const char* m_Effect;
+  bool m_General = false;  // shown in the general help too
+};
+
+// Everything about a command: dispatch, checks, help, completion and manual page derive from it.
 struct Command {
-  Group m_Group;
-  const char* m_Name;
-  const char* m_Arguments;  // as the help shows them
-  std::size_t m_Least;      // number of arguments
-  std::size_t m_Most;
-  const char* m_Summary;
-  std::vector<std::string> m_Forms;  // the first one is the command's own
-  CommandResult (*m_Run)(Context&);
+  Group m_Group = Group::Inspect;
+  const char* m_Name = "";
+  const char* m_Arguments = "";  // as the help shows them
+  std::size_t m_Least = 0;       // number of arguments
+  std::size_t m_Most = 0;
+  const char* m_Summary = "";
+  std::vector<std::string> m_Forms;    // the first one is the command's own
+  std::vector<std::string> m_Options;  // beside those of all commands
+  TimeoutScope m_TimeoutScope = TimeoutScope::Reading;
+  CommandResult (*m_Run)(Context&) = nullptr;
+  const char* m_Description = "";  // a sentence or two
+  const char* m_Danger = "";       // what can be lost or cut off; empty when nothing can
+  std::vector<Exit> m_Exits;       // what a code means for this command
+  std::vector<Example> m_Examples;
 };
 
 // All commands, in the order in which the help shows them; those of a group stand together.
@@ -46,6 +76,12 @@ class CommandTable {
  private:
   const std::vector<Command> m_Commands;
 };
+
+// Whether the row is an option of that command, or of all.
+bool HasOption(const Command& command, const OptionRow& row);
+
+// The names of the commands that have an option which not all have.
+std::vector<std::string> CommandsWith(const CommandTable& commands, const OptionRow& row);
 
 // "Look", "Do", "Export", "Help".
 const char* GroupName(Group group);

@@ -183,7 +183,7 @@ Candidates Conditions(const Line& line) {
 Candidates Commands(const Line& line) {
   Candidates all;
   for (const Command& command : line.m_Table) {
-    if (command.m_Group != Group::None) all.push_back({command.m_Name, command.m_Summary});
+    if (command.m_Group != Group::Hidden) all.push_back({command.m_Name, command.m_Summary});
   }
   return all;
 }
@@ -271,8 +271,7 @@ Candidates ArgumentCandidates(const Line& line) {
 Candidates OptionCandidates(const Line& line) {
   Candidates all;
   for (const OptionRow& row : AllOptions()) {
-    const bool has =
-        line.m_Command == nullptr ? row.m_Commands.empty() : BelongsTo(row, line.m_Command->m_Name);
+    const bool has = line.m_Command == nullptr ? row.m_Common : HasOption(*line.m_Command, row);
     if (!has) continue;
     all.push_back({row.m_Long, row.m_Help});
     if (*row.m_Short != '\0') all.push_back({row.m_Short, row.m_Help});

@@ -78,12 +78,13 @@ std::string OptionMeaning(const OptionRow& row, const std::vector<std::string>& 
   return fmt::format("{}: {}", row.m_Help, fmt::join(choices, ", "));
 }
 
-std::vector<Item> OptionItems(bool everybodys) {
+// Options of all commands, or those of some with the names of these.
+std::vector<Item> OptionItems(const CommandTable& commands, bool common) {
   std::vector<Item> items;
   for (const OptionRow& row : AllOptions()) {
-    if (row.m_Commands.empty() != everybodys) continue;
+    if (row.m_Common != common) continue;
     std::string meaning = OptionMeaning(row, row.m_Choices);
-    if (!everybodys) meaning += fmt::format(" ({})", fmt::join(row.m_Commands, ", "));
+    if (!common) meaning += fmt::format(" ({})", fmt::join(CommandsWith(commands, row), ", "));
     items.push_back({OptionSynopsis(row), meaning});
   }
   return items;
@@ -92,9 +93,9 @@ std::vector<Item> OptionItems(bool everybodys) {
 // Those that it shares with few others first.
 std::vector<Item> OptionItems(const Command& command) {
   std::vector<Item> items;
-  for (const bool everybodys : {false, true}) {
+  for (const bool common : {false, true}) {
     for (const OptionRow& row : AllOptions()) {
-      if (row.m_Commands.empty() != everybodys || !BelongsTo(row, command.m_Name)) continue;
+      if (row.m_Common != common || !HasOption(command, row)) continue;
       const bool isForm = row.m_Field == OptionField(&Options::m_Form);
       items.push_back(
           {OptionSynopsis(row), OptionMeaning(row, isForm ? command.m_Forms : row.m_Choices)});
@@ -118,8 +119,8 @@ std::vector<Item> ExitItems(const std::vector<Exit>& exits) {
   return items;
 }
 
-void AddExamples(std::vector<Item>& items, const HelpText& text, bool all) {
-  for (const Example& example : text.m_Examples) {
+void AddExamples(std::vector<Item>& items, const Command& command, bool all) {
+  for (const Example& example : command.m_Examples) {
     if (!all && !example.m_General) continue;
     items.push_back({fmt::format("corvane-host {}", example.m_Line), example.m_Effect});
   }
@@ -128,7 +129,7 @@ void AddExamples(std::vector<Item>& items, const HelpText& text, bool all) {
 std::vector<Item> GeneralExamples(const CommandTable& commands) {
   std::vector<Item> items;
   for (const Command& command : commands) {
-    if (const HelpText* text = FindHelpText(command.m_Name)) AddExamples(items, *text, false);
+    AddExamples(items, command, false);
   }
   return items;
 }
@@ -139,29 +140,26 @@ std::string GeneralHelp(const CommandTable& commands) {
   std::string text =
       "Use: corvane-host COMMAND [ARGUMENTS] [OPTIONS]\n"
       "Shows this machine's storage cards through a storage plug-in, and changes them.\n";
-  for (const Group group : {Group::Look, Group::Do, Group::Export, Group::Help}) {
+  for (const Group group : {Group::Inspect, Group::Change, Group::Export, Group::Help}) {
     text += CommandsOfGroup(commands, group);
   }
   text += Section("Examples", GeneralExamples(commands), 36);
   text += "\nObjects (OBJ, DRIVE)\n  " + Wrapped(ArgumentMeaning("OBJ"), 2);
-  text += Section("Options of all commands", OptionItems(true));
-  text += Section("Options of some commands", OptionItems(false));
+  text += Section("Options of all commands", OptionItems(commands, true));
+  text += Section("Options of some commands", OptionItems(commands, false));
   return text + Section("Exit codes", ExitItems(CommonExits()));
 }
 
 std::string CommandHelp(const Command& command) {
   std::string text =
       fmt::format("Use: corvane-host {} [OPTIONS]\n{}.\n", Synopsis(command), command.m_Summary);
-  const HelpText* more = FindHelpText(command.m_Name);
-  if (more != nullptr) text += "\n" + Wrapped(more->m_Description, 0);
-  if (more != nullptr && *more->m_Danger != '\0')
-    text += "\nDanger\n  " + Wrapped(more->m_Danger, 2);
+  if (*command.m_Description != '\0') text += "\n" + Wrapped(command.m_Description, 0);
+  if (*command.m_Danger != '\0') text += "\nDanger\n  " + Wrapped(command.m_Danger, 2);
   text += Section("Arguments", ArgumentItems(command));
   text += Section("Options", OptionItems(command));
-  if (more == nullptr) return text;
-  text += Section("Exit codes beside those of corvane-host help", ExitItems(more->m_Exits));
+  text += Section("Exit codes beside those of corvane-host help", ExitItems(command.m_Exits));
   std::vector<Item> examples;
-  AddExamples(examples, *more, true);
+  AddExamples(examples, command, true);
   return text + Section("Examples", examples, 48);
 }
 

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "console/cli/CommandLine.h"
+#include "console/base/Options.h"
 
 namespace Console {
 
@@ -20,17 +20,15 @@ struct OptionRow {
   const char* m_Long;   // "--output"
   const char* m_Value;  // "FORM"; in brackets when it may be left out; empty for a flag
   OptionField m_Field;
-  std::vector<std::string> m_Commands;  // those that have it; empty for all
+  bool m_Common;  // whether all commands have it
   const char* m_Help;
   std::vector<std::string> m_Choices = {};  // the values that have names
   bool m_OnlyChoices = false;               // whether it takes no other value
+  const char* m_Manual = "";                // what only the manual page says
 };
 
 // In the order in which the help shows them.
 const std::vector<OptionRow>& AllOptions();
-
-// Whether the row is an option of that command, or of all.
-bool BelongsTo(const OptionRow& row, const std::string& command);
 
 // The row by its long or short name, or null.
 const OptionRow* FindOption(const std::string& name);

@@ -1,6 +1,6 @@
 // check: the state of the cards for a monitoring system. What goes wrong before there is an answer
 // is reported in the same form by the program itself.
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CheckResult.h"
@@ -35,9 +35,7 @@ Json CheckReadingJson(const CheckReading& r) {
           {"maximum", TextJson(r.m_Maximum)}};
 }
 
-}  // namespace
-
-CommandResult RunCheck(Context& context) {
+CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const Object* top =
       context.m_Arguments.empty() ? nullptr : &Select(model, context.m_Arguments[0]);
@@ -57,6 +55,31 @@ CommandResult RunCheck(Context& context) {
     result.m_Json["readings"].push_back(CheckReadingJson(reading));
   }
   return result;
+}
+
+}  // namespace
+
+Command CheckCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "check";
+  command.m_Arguments = "[OBJ]";
+  command.m_Least = 0;
+  command.m_Most = 1;
+  command.m_Summary = "One line, figures and an exit code for monitoring systems";
+  command.m_Forms = {"table", "json"};
+  command.m_Run = Run;
+  command.m_Description =
+      "For monitoring systems: a line with the worst state and its reason, performance "
+      "figures behind '|', then a line for each object. It answers in the same form when "
+      "something is wrong with the command line or the plug-in.";
+  command.m_Exits = {{0, "all cards are well"},
+                     {1, "a card is warning"},
+                     {2, "a card has failed"},
+                     {3, "unknown: no card, no plug-in, a wrong command line, or too late"}};
+  command.m_Examples = {{"check", "a nightly check by a script or a monitoring system", true},
+                        {"check a1 --timeout 10s", "one card, in ten seconds at most"}};
+  return command;
 }
 
 }  // namespace Console

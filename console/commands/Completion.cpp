@@ -1,13 +1,10 @@
-// completion and complete: a script for the shell, and what it asks.
+// completion: the script for a shell.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "console/base/Printable.h"
-#include "console/cli/CompletionCandidates.h"
+#include "console/cli/CommandTable.h"
 #include "console/cli/CompletionScripts.h"
-#include "console/commands/All.h"
 #include "console/render/CommandResult.h"
-#include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {
@@ -23,14 +20,7 @@ const Script& RequireScript(const std::string& shell) {
   throw UsageFailure(fmt::format("there is no completion for '{}'", shell), advice);
 }
 
-std::string Printed(const Candidate& candidate) {
-  const std::string word = Printable(candidate.m_Word);
-  return candidate.m_Meaning.empty() ? word : word + "\t" + Printable(candidate.m_Meaning);
-}
-
-}  // namespace
-
-CommandResult RunCompletion(Context& context) {
+CommandResult Run(Context& context) {
   std::string text = RequireScript(context.m_Arguments[0]).m_Text;
   text.pop_back();  // the line end that a value gets
   CommandResult result;
@@ -38,13 +28,27 @@ CommandResult RunCompletion(Context& context) {
   return result;
 }
 
-CommandResult RunComplete(Context& context) {
-  const auto objects = [&](const Options& options) { return context.With(options).Objects(); };
-  CommandResult result;
-  for (const Candidate& candidate : Complete(context.m_Arguments, AllCommands(), objects)) {
-    result.m_Values.push_back(Printed(candidate));
-  }
-  return result;
+}  // namespace
+
+Command CompletionCommand() {
+  Command command;
+  command.m_Group = Group::Help;
+  command.m_Name = "completion";
+  command.m_Arguments = "SHELL";
+  command.m_Least = 1;
+  command.m_Most = 1;
+  command.m_Summary = "A script that teaches bash, zsh or fish to complete commands";
+  command.m_Forms = {"value"};
+  command.m_Run = Run;
+  command.m_Description =
+      "Prints a script for the shell. With it the Tab key completes commands, their options "
+      "and values, the names of objects, properties and operations.";
+  command.m_Exits = {{2, "there is no script for that shell"}};
+  command.m_Examples = {
+      {"completion bash > ~/.corvane-completion",
+       "for bash, with 'source ~/.corvane-completion' in ~/.bashrc"},
+      {"completion fish > ~/.config/fish/completions/corvane-host.fish", "the same for fish"}};
+  return command;
 }
 
 }  // namespace Console

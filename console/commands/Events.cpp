@@ -10,7 +10,7 @@
 #include "console/base/Number.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Timestamp.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
@@ -193,9 +193,7 @@ void NoteNoEvents(Diagnostics& diagnostics) {
       {"The cards are watched only while this program runs: see watch, --for and -f."});
 }
 
-}  // namespace
-
-CommandResult RunEvents(Context& context) {
+CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   const EventQuery query = QueryOf(options);
   Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0]);
@@ -211,6 +209,28 @@ CommandResult RunEvents(Context& context) {
   std::optional<milliseconds> duration;
   if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
   return Follow(context, query, filter, duration);
+}
+
+}  // namespace
+
+Command EventsCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "events";
+  command.m_Arguments = "[OBJ]";
+  command.m_Least = 0;
+  command.m_Most = 1;
+  command.m_Summary = "What has happened, also earlier; -f waits for more";
+  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_Options = {"--follow", "--since", "--limit", "--for"};
+  command.m_Run = Run;
+  command.m_Description =
+      "The host's log of events, of all runs of this program on the same database, the "
+      "oldest first. explain tells what to do about each number.";
+  command.m_Examples = {
+      {"events --since yesterday", "what has happened since yesterday began", true},
+      {"events -f", "go on showing them as they come"}};
+  return command;
 }
 
 }  // namespace Console

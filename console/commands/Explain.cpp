@@ -1,7 +1,7 @@
 // explain: a number or name of the vocabulary in plain words, and what to do about it.
 #include <fmt/format.h>
 
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/EventSeverity.h"
 #include "console/model/NameIndex.h"
 #include "console/render/CommandResult.h"
@@ -89,9 +89,7 @@ std::string EntryText(const Entry& entry, const Explanation& about) {
                 "no error, event, operation, property or value has that number or name", advice);
 }
 
-}  // namespace
-
-CommandResult RunExplain(Context& context) {
+CommandResult Run(Context& context) {
   const std::string& text = context.m_Arguments[0];
   CommandResult result;
   result.m_Text = "";
@@ -111,6 +109,27 @@ CommandResult RunExplain(Context& context) {
   }
   if (result.m_Table.m_Rows.empty()) NothingKnown(text);
   return result;
+}
+
+}  // namespace
+
+Command ExplainCommand() {
+  Command command;
+  command.m_Group = Group::Help;
+  command.m_Name = "explain";
+  command.m_Arguments = "ID";
+  command.m_Least = 1;
+  command.m_Most = 1;
+  command.m_Summary = "What a number or name means, and what to do about it";
+  command.m_Forms = {"table", "tsv", "json"};
+  command.m_Run = Run;
+  command.m_Description =
+      "The meaning of an event, error, operation, property or value, by number or name, and "
+      "what to do about it. An id of several families shows each of them.";
+  command.m_Exits = {{3, "nothing has that number or name"}};
+  command.m_Examples = {{"explain 10972", "what a number in the events means", true},
+                        {"explain TEMPERATURE_ABOVE_WARN", "what a reason means, and what to do"}};
+  return command;
 }
 
 }  // namespace Console

@@ -4,7 +4,7 @@
 #include "console/base/Number.h"
 #include "console/change/FormatDrive.h"
 #include "console/change/OperationRunner.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 
 namespace Console {
 namespace {
@@ -54,15 +54,44 @@ void RequireRequest(const Options& options) {
       {"For example: corvane-host format a0/d0 --capacity 80", "Nothing was changed."});
 }
 
-}  // namespace
-
-CommandResult RunFormat(Context& context) {
+CommandResult Run(Context& context) {
   RequireRequest(context.m_Options);
   const FormatRequest request = ReadRequest(context.m_Options);
   const Model model = context.Objects();
   const Object& drive =
       SelectFor(model, context.m_Arguments[0], *FindOperation(PI::OP_FORMAT_DEVICE));
   return FormatDrive(context, model, drive, request);
+}
+
+}  // namespace
+
+Command FormatCommand() {
+  Command command;
+  command.m_Group = Group::Change;
+  command.m_Name = "format";
+  command.m_Arguments = "DRIVE";
+  command.m_Least = 1;
+  command.m_Most = 1;
+  command.m_Summary = "Erase a drive and give it a new capacity or sectors";
+  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_Options = {"--yes", "--dry-run", "--confirm", "--capacity", "--sector-size"};
+  command.m_TimeoutScope = TimeoutScope::Call;
+  command.m_Run = Run;
+  command.m_Description =
+      "Gives a drive a new capacity, a new sector size or both, and waits until it is done. "
+      "Less capacity leaves more reserve, which makes writes faster and the card last "
+      "longer. Detach the card first.";
+  command.m_Danger =
+      "ALL DATA ON THE DRIVE IS LOST. Asks for the serial number of the card; a script gives "
+      "it with --confirm. -y is not enough. Refused while the drive is mounted, held or used "
+      "as swap.";
+  command.m_Exits = {{1, "the card could not be formatted"},
+                     {4, "refused: no serial number or a wrong one, or the drive is in use"}};
+  command.m_Examples = {
+      {"format a0/d0 --capacity 80", "erase a detached card's drive and use 80 % of it", true},
+      {"format a0/d0 --capacity factory --sector-size 4096 --dry-run",
+       "only say what would be done"}};
+  return command;
 }
 
 }  // namespace Console

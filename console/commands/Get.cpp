@@ -1,7 +1,7 @@
 // get: bare values of one object.
 #include <fmt/format.h>
 
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
@@ -18,9 +18,7 @@ std::vector<NamedValue> ReadAll(const Object& object) {
   return values;
 }
 
-}  // namespace
-
-CommandResult RunGet(Context& context) {
+CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const Object& object = Select(model, context.m_Arguments[0]);
   std::vector<NamedValue> values;
@@ -40,6 +38,26 @@ CommandResult RunGet(Context& context) {
          std::nullopt});
   }
   return result;
+}
+
+}  // namespace
+
+Command GetCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "get";
+  command.m_Arguments = "OBJ [PROP...]";
+  command.m_Least = 1;
+  command.m_Most = kAnyNumber;
+  command.m_Summary = "Bare values for scripts, one a line";
+  command.m_Forms = {"value", "table", "tsv", "json"};
+  command.m_Run = Run;
+  command.m_Description =
+      "Bare values in base units, one a line, in the order asked for. Unknown is '-'.";
+  command.m_Exits = {{2, "the object has no such property"}};
+  command.m_Examples = {{"get a0 temperature_celsius status", "two values"},
+                        {"get a0 -o tsv", "all of them, with their names"}};
+  return command;
 }
 
 }  // namespace Console

@@ -2,7 +2,7 @@
 #include <optional>
 
 #include "console/base/TextFile.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/plugin/EventHistory.h"
 #include "console/render/CommandResult.h"
 #include "console/render/MetricFamilies.h"
@@ -59,9 +59,7 @@ Json FamilyJson(const Family& family) {
   return json;
 }
 
-}  // namespace
-
-CommandResult RunMetrics(Context& context) {
+CommandResult Run(Context& context) {
   CommandResult result;
   const std::optional<Model> model = ReadObjects(context, result);
   Observed observed;
@@ -77,6 +75,25 @@ CommandResult RunMetrics(Context& context) {
   result.m_Json = {{"textfile", file.empty() ? Json() : Json(file)}, {"families", Json::array()}};
   for (const Family& family : families) result.m_Json["families"].push_back(FamilyJson(family));
   return result;
+}
+
+}  // namespace
+
+Command MetricsCommand() {
+  Command command;
+  command.m_Group = Group::Export;
+  command.m_Name = "metrics";
+  command.m_Summary = "Figures for Prometheus and other collectors (OpenMetrics)";
+  command.m_Forms = {"table", "json"};
+  command.m_Options = {"--textfile"};
+  command.m_Run = Run;
+  command.m_Description =
+      "OpenMetrics text on standard output. With --textfile a file for a node exporter "
+      "instead, replaced whole, so that a collector never reads half of it.";
+  command.m_Exits = {{5, "the plug-in is not loaded; corvane_plugin_up 0 is given all the same"}};
+  command.m_Examples = {{"metrics", "feed Prometheus", true},
+                        {"metrics --textfile FILE.prom", "into the folder of a node exporter"}};
+  return command;
 }
 
 }  // namespace Console

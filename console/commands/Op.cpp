@@ -10,7 +10,7 @@
 #include "console/change/Confirmation.h"
 #include "console/change/FormatDrive.h"
 #include "console/change/OperationRunner.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/NameIndex.h"
 #include "console/model/Selectors.h"
 #include "hostkit/Texts.h"
@@ -259,9 +259,7 @@ const Action& ChooseAction(const std::vector<std::string>& words) {
   throw UsageFailure(fmt::format("op has no '{}'", words[0]), DidYouMean(words[0], names));
 }
 
-}  // namespace
-
-CommandResult RunOp(Context& context) {
+CommandResult Run(Context& context) {
   const std::vector<std::string>& words = context.m_Arguments;
   const std::string action = ChooseAction(words).m_Name;
   std::vector<Argument> arguments;
@@ -273,6 +271,32 @@ CommandResult RunOp(Context& context) {
   const std::uint32_t number = ResolveOperation(object, words[2]);
   if (action == "check") return CheckOperation(context, object, number);
   return RunChosen(context, model, object, number, arguments);
+}
+
+}  // namespace
+
+Command OpCommand() {
+  Command command;
+  command.m_Group = Group::Change;
+  command.m_Name = "op";
+  command.m_Arguments = "list|check|run OBJ [OP] [ARG=VALUE...]";
+  command.m_Least = 2;
+  command.m_Most = kAnyNumber;
+  command.m_Summary = "Any operation, by the plug-in's own name or number";
+  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_Options = {"--yes", "--dry-run", "--confirm"};
+  command.m_TimeoutScope = TimeoutScope::Wait;
+  command.m_Run = Run;
+  command.m_Description =
+      "For what has no command of its own, and to see what the plug-in says of an operation. "
+      "What has one is asked for in the same way as there.";
+  command.m_Danger =
+      "As dangerous as the operation: OP_FORMAT_DEVICE erases the drive and wants --confirm.";
+  command.m_Exits = {{4, "refused, or not possible now"}};
+  command.m_Examples = {{"op list a0", "the operations of an adapter"},
+                        {"op run a0/d0 FORMAT_DEVICE FORMATTING=CUSTOM SIZE=80 --dry-run",
+                         "only say what would be done"}};
+  return command;
 }
 
 }  // namespace Console

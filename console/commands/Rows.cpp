@@ -3,7 +3,7 @@
 
 #include <boost/algorithm/string.hpp>
 
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/plugin/EventHistory.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
@@ -85,9 +85,7 @@ std::string CountLine(const char* name, const RowTable& table) {
   return fmt::format("{}: {} {} in {}\n", name, count, count == 1 ? "row" : "rows", table.m_Name);
 }
 
-}  // namespace
-
-CommandResult RunRows(Context& context) {
+CommandResult Run(Context& context) {
   const std::vector<RowSource> wanted = Wanted(context.m_Arguments);
   context.Open();
   CommandResult result;
@@ -105,6 +103,26 @@ CommandResult RunRows(Context& context) {
   }
   result.m_Text = counts + DrawTable(result.m_Table, context.m_Style, false);
   return result;
+}
+
+}  // namespace
+
+Command RowsCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "rows";
+  command.m_Arguments = "[TABLE]";
+  command.m_Least = 0;
+  command.m_Most = 1;
+  command.m_Summary = "What plug-ins have written into the host's database";
+  command.m_Forms = {"table", "tsv", "json"};
+  command.m_Run = Run;
+  command.m_Description =
+      "The tables of adapters, drives and plug-ins in the host's SQLite file, as the plug-in "
+      "has written them.";
+  command.m_Examples = {{"rows adapter", "the adapters' rows"},
+                        {"rows -o json", "all tables, for a script"}};
+  return command;
 }
 
 }  // namespace Console

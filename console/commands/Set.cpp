@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "console/base/Number.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
@@ -109,9 +109,7 @@ Table ChangeTable(const Object& object, const PropertyName& name, const Change& 
   return table;
 }
 
-}  // namespace
-
-CommandResult RunSet(Context& context) {
+CommandResult Run(Context& context) {
   const Assignment assignment = ParseAssignment(context.m_Arguments[1]);
   const Model model = context.Objects();
   const Object& object = Select(model, context.m_Arguments[0]);
@@ -138,6 +136,29 @@ CommandResult RunSet(Context& context) {
   result.m_Text = ChangeText(subject, change);
   result.m_Table = ChangeTable(object, name, change);
   return result;
+}
+
+}  // namespace
+
+Command SetCommand() {
+  Command command;
+  command.m_Group = Group::Change;
+  command.m_Name = "set";
+  command.m_Arguments = "OBJ PROP=VALUE";
+  command.m_Least = 2;
+  command.m_Most = 2;
+  command.m_Summary = "Change a property";
+  command.m_Forms = {"table", "tsv", "json"};
+  command.m_TimeoutScope = TimeoutScope::Call;
+  command.m_Run = Run;
+  command.m_Description =
+      "Changes one property and tells its value before and after. A value beyond the limits "
+      "is brought within them.";
+  command.m_Exits = {{1, "the value is in force, but could not be saved"},
+                     {4, "the property can only be read"}};
+  command.m_Examples = {{"set plugin poll_interval=30", "look at the cards every 30 seconds"},
+                        {"set plugin poll_interval=15 -o json", "the same for a script"}};
+  return command;
 }
 
 }  // namespace Console

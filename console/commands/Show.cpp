@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
@@ -94,15 +94,31 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
   return table;
 }
 
-}  // namespace
-
-CommandResult RunShow(Context& context) {
+CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const Object& object = Select(model, context.m_Arguments[0]);
   CommandResult result;
   result.m_Json = ResultOf(model, object);
   result.m_Table = TableOf(model, object, context.m_Style.m_Ascii);
   return result;
+}
+
+}  // namespace
+
+Command ShowCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "show";
+  command.m_Arguments = "OBJ";
+  command.m_Least = 1;
+  command.m_Most = 1;
+  command.m_Summary = "Everything about one object";
+  command.m_Forms = {"table", "tsv", "json"};
+  command.m_Run = Run;
+  command.m_Description =
+      "All properties that the plug-in reports of one object, with units, and its operations.";
+  command.m_Examples = {{"show a0", "an adapter"}, {"show a0/d0 -o json", "a drive, for a script"}};
+  return command;
 }
 
 }  // namespace Console

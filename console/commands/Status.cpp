@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "console/base/Timestamp.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/Health.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
@@ -153,9 +153,7 @@ std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const
   return all;
 }
 
-}  // namespace
-
-CommandResult RunStatus(Context& context) {
+CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const bool asked = !context.m_Arguments.empty();
   const std::vector<StatusEntry> all = MakeEntries(
@@ -174,6 +172,26 @@ CommandResult RunStatus(Context& context) {
     AddRows(result.m_Table, *entry.m_pObject, entry.m_Health, context.m_Style.m_Ascii);
   }
   return result;
+}
+
+}  // namespace
+
+Command StatusCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "status";
+  command.m_Arguments = "[OBJ]";
+  command.m_Least = 0;
+  command.m_Most = 1;
+  command.m_Summary = "What is wrong, why, and what to do";
+  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_Run = Run;
+  command.m_Description =
+      "For each card whether it is well; if it is not, the reasons, the readings behind "
+      "them, and what to do. An object shows itself and what is below it.";
+  command.m_Examples = {{"status", "why a card is warning, and what to do", true},
+                        {"status a1 -o json", "one card, for a script"}};
+  return command;
 }
 
 }  // namespace Console

@@ -8,7 +8,7 @@
 #include "console/base/Duration.h"
 #include "console/base/Printable.h"
 #include "console/base/StopSignals.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/Condition.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
@@ -101,9 +101,7 @@ void WaitOn(Context& context, LiveModel& live, milliseconds atMost, const Object
   }
 }
 
-}  // namespace
-
-CommandResult RunWait(Context& context) {
+CommandResult Run(Context& context) {
   const Condition condition(context.m_Arguments[1]);
   std::optional<milliseconds> timeout;
   if (!context.m_Options.m_Timeout.empty()) {
@@ -122,6 +120,26 @@ CommandResult RunWait(Context& context) {
     if (deadline.IsOver()) throw TooLate(ref, condition, outcome.m_Seen, *timeout);
     WaitOn(context, live, deadline.Left(), ref, outcome.m_Seen);
   }
+}
+
+}  // namespace
+
+Command WaitCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "wait";
+  command.m_Arguments = "OBJ COND";
+  command.m_Least = 2;
+  command.m_Most = 2;
+  command.m_Summary = "Until an object is ok, attached, gone, ..., or PROP=VALUE";
+  command.m_Forms = {"table", "tsv", "json", "value"};
+  command.m_TimeoutScope = TimeoutScope::Wait;
+  command.m_Run = Run;
+  command.m_Description = "Looks until the condition holds. --timeout limits it.";
+  command.m_Exits = {{7, "the condition did not hold within --timeout"}};
+  command.m_Examples = {{"wait a1 ok --timeout 10m", "until a card is well again", true},
+                        {"wait a0 'temperature_celsius<70'", "until it has cooled down"}};
+  return command;
 }
 
 }  // namespace Console

@@ -11,7 +11,7 @@
 #include "console/base/Duration.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Timestamp.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "console/model/Health.h"
 #include "console/render/CommandResult.h"
 #include "console/render/HealthCells.h"
@@ -126,9 +126,7 @@ void RequireQuietTrace(const Options& options) {
                      {"Send them elsewhere with --trace-file FILE."});
 }
 
-}  // namespace
-
-CommandResult RunWatch(Context& context) {
+CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   std::optional<milliseconds> duration;
   if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
@@ -154,6 +152,26 @@ CommandResult RunWatch(Context& context) {
   CommandResult nothingMore;
   nothingMore.m_Text = "";
   return nothingMore;
+}
+
+}  // namespace
+
+Command WatchCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "watch";
+  command.m_Summary = "Cards and events live, on the whole terminal";
+  command.m_Forms = {"table", "jsonl"};
+  command.m_Options = {"--for"};
+  command.m_TimeoutScope = TimeoutScope::Call;
+  command.m_Run = Run;
+  command.m_Description =
+      "The whole terminal: cards with temperature and reserve above, events below. e is for "
+      "events, Enter for the chosen object, q leaves. Without a terminal, or with -o table, "
+      "it prints plain blocks; -o jsonl prints documents.";
+  command.m_Examples = {{"watch", "see the cards live, as after a format or a repair", true},
+                        {"watch --for 10m -o jsonl", "ten minutes for a script"}};
+  return command;
 }
 
 }  // namespace Console

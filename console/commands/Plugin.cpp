@@ -1,36 +1,11 @@
-// plugin, help and version: about what is running.
-#include <fmt/format.h>
-
+// plugin: the file that is loaded, its interface and its symbols.
 #include <algorithm>
 
 #include "console/cli/CommandTable.h"
-#include "console/cli/HelpText.h"
-#include "console/cli/OptionTable.h"
-#include "console/commands/All.h"
 #include "console/plugin/Exports.h"
-#include "console/render/CommandResult.h"
-#include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {
-
-Json OptionJson(const OptionRow& row) {
-  return {{"name", row.m_Long},
-          {"short", *row.m_Short == '\0' ? Json() : Json(row.m_Short)},
-          {"value", *row.m_Value == '\0' ? Json() : Json(row.m_Value)},
-          {"choices", row.m_Choices},
-          {"help", row.m_Help}};
-}
-
-Json CommandJson(const Command& command) {
-  Json options = Json::array();
-  for (const OptionRow& row : AllOptions()) {
-    if (BelongsTo(row, command.m_Name)) options.push_back(OptionJson(row));
-  }
-  return {{"name", command.m_Name},           {"group", GroupName(command.m_Group)},
-          {"arguments", command.m_Arguments}, {"summary", command.m_Summary},
-          {"forms", command.m_Forms},         {"options", options}};
-}
 
 struct Symbol {
   std::string m_Name;
@@ -55,9 +30,7 @@ void AddRow(Table& table, const std::string& name, const std::string& value) {
   table.m_Rows.push_back({{TextCell(name), TextCell(value)}, std::nullopt});
 }
 
-}  // namespace
-
-CommandResult RunPlugin(Context& context) {
+CommandResult Run(Context& context) {
   const PluginInfo info = context.Open().Info();
   CommandResult result;
   result.m_Json = {{"file", info.m_File},
@@ -82,30 +55,23 @@ CommandResult RunPlugin(Context& context) {
   return result;
 }
 
-CommandResult RunHelp(Context& context) {
-  CommandResult result;
-  result.m_Json = {{"commands", Json::array()}};
-  if (context.m_Arguments.empty()) {
-    for (const Command& command : AllCommands()) {
-      if (command.m_Group == Group::None) continue;
-      result.m_Json["commands"].push_back(CommandJson(command));
-    }
-    result.m_Text = GeneralHelp(AllCommands());
-    return result;
-  }
-  const Command& command = AllCommands().Require(context.m_Arguments[0]);
-  result.m_Json["commands"].push_back(CommandJson(command));
-  result.m_Text = CommandHelp(command);
-  return result;
-}
+}  // namespace
 
-CommandResult RunVersion(Context&) {
-  const std::string text = "corvane-host " CORVANE_HOST_VERSION;
-  CommandResult result;
-  result.m_Json = {{"version", CORVANE_HOST_VERSION}};
-  result.m_Text = text + "\n";
-  result.m_Values = {text};
-  return result;
+Command PluginCommand() {
+  Command command;
+  command.m_Group = Group::Help;
+  command.m_Name = "plugin";
+  command.m_Summary = "What is loaded: file, interface and exported symbols";
+  command.m_Forms = {"table", "tsv", "json"};
+  command.m_Run = Run;
+  command.m_Description =
+      "The file of the plug-in that is loaded, its module id and interface version, and "
+      "whether each symbol that a host may look for is there. -o json names all others that "
+      "it shows as well.";
+  command.m_Exits = {{5, "the file is no plug-in, or none for this host"}};
+  command.m_Examples = {{"plugin", "what is loaded"},
+                        {"plugin --plugin ./libCorvane.so", "whether a file is fit"}};
+  return command;
 }
 
 }  // namespace Console

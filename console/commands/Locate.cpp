@@ -1,4 +1,4 @@
-// locate, attach, detach, online and offline: what is done to a card and can be undone.
+// locate: the locate LED of a card.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 #include "console/base/Duration.h"
 #include "console/base/StopSignals.h"
 #include "console/change/OperationRunner.h"
-#include "console/commands/All.h"
+#include "console/cli/CommandTable.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -16,14 +16,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
-
-CommandResult RunVerb(Context& context, std::uint32_t number) {
-  const OperationRow& row = *FindOperation(number);
-  TimeoutOf(context.m_Options);
-  const Model model = context.Objects();
-  const Object& object = SelectFor(model, context.m_Arguments[0], row);
-  return ChangeResult(context, object, number, PerformOperation(context, model, object, row, true));
-}
 
 void RequireLocateLed(const Object& adapter) {
   if (adapter.Lists(PI::OP_LOCATE_DEVICE)) return;
@@ -57,9 +49,7 @@ CommandResult Blink(Context& context, const Model& model, const Object& adapter,
   return ChangeResult(context, adapter, off.m_Number, change);
 }
 
-}  // namespace
-
-CommandResult RunLocate(Context& context) {
+CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   const bool on = ParseOn(context.m_Arguments[1]);
   std::optional<milliseconds> duration;
@@ -81,20 +71,27 @@ CommandResult RunLocate(Context& context) {
   return ChangeResult(context, adapter, row.m_Number, change);
 }
 
-CommandResult RunAttach(Context& context) {
-  return RunVerb(context, PI::OP_ATTACH);
-}
+}  // namespace
 
-CommandResult RunDetach(Context& context) {
-  return RunVerb(context, context.m_Options.m_Force ? PI::OP_FORCE_DETACH : PI::OP_DETACH);
-}
-
-CommandResult RunOnline(Context& context) {
-  return RunVerb(context, PI::OP_MAKE_ONLINE);
-}
-
-CommandResult RunOffline(Context& context) {
-  return RunVerb(context, PI::OP_MAKE_OFFLINE);
+Command LocateCommand() {
+  Command command;
+  command.m_Group = Group::Change;
+  command.m_Name = "locate";
+  command.m_Arguments = "OBJ on|off";
+  command.m_Least = 2;
+  command.m_Most = 2;
+  command.m_Summary = "Light a card, to find it in the machine";
+  command.m_Forms = {"table", "tsv", "json"};
+  command.m_Options = {"--for", "--dry-run"};
+  command.m_TimeoutScope = TimeoutScope::Call;
+  command.m_Run = Run;
+  command.m_Description =
+      "Switches the locating light of a card. With --for it stays on that long and is "
+      "switched off again.";
+  command.m_Exits = {{4, "the card has no light that can be switched"}};
+  command.m_Examples = {{"locate a1 on --for 5m", "light a card to find it in the machine", true},
+                        {"locate a1 off", "switch the light off"}};
+  return command;
 }
 
 }  // namespace Console

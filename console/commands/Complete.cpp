@@ -1,0 +1,38 @@
+// complete: what the scripts of the shells ask.
+#include "console/base/Printable.h"
+#include "console/cli/CompletionCandidates.h"
+#include "console/commands/All.h"
+
+namespace Console {
+namespace {
+
+std::string Printed(const Candidate& candidate) {
+  const std::string word = Printable(candidate.m_Word);
+  return candidate.m_Meaning.empty() ? word : word + "\t" + Printable(candidate.m_Meaning);
+}
+
+CommandResult Run(Context& context) {
+  const auto objects = [&](const Options& options) { return context.With(options).Objects(); };
+  CommandResult result;
+  for (const Candidate& candidate : Complete(context.m_Arguments, AllCommands(), objects)) {
+    result.m_Values.push_back(Printed(candidate));
+  }
+  return result;
+}
+
+}  // namespace
+
+Command CompleteCommand() {
+  Command command;
+  command.m_Group = Group::Hidden;
+  command.m_Name = "complete";
+  command.m_Arguments = "WORD...";
+  command.m_Least = 1;
+  command.m_Most = kAnyNumber;
+  command.m_Summary = "What may stand at the last word, for the scripts";
+  command.m_Forms = {"value"};
+  command.m_Run = Run;
+  return command;
+}
+
+}  // namespace Console

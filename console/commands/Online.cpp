@@ -1,0 +1,34 @@
+// online: bring the storage units of a drive online.
+#include "console/change/OperationRunner.h"
+#include "console/cli/CommandTable.h"
+
+namespace Console {
+namespace {
+
+CommandResult Run(Context& context) {
+  return RunOperationCommand(context, PI::OP_MAKE_ONLINE);
+}
+
+}  // namespace
+
+Command OnlineCommand() {
+  Command command;
+  command.m_Group = Group::Change;
+  command.m_Name = "online";
+  command.m_Arguments = "DRIVE";
+  command.m_Least = 1;
+  command.m_Most = 1;
+  command.m_Summary = "Bring the storage units of a drive online";
+  command.m_Forms = {"table", "tsv", "json"};
+  command.m_Options = {"--yes", "--dry-run"};
+  command.m_TimeoutScope = TimeoutScope::Call;
+  command.m_Run = Run;
+  command.m_Description = "Brings all storage units of a drive online.";
+  command.m_Danger = "Asks first; -y answers yes.";
+  command.m_Exits = {{4, "refused, or nobody could be asked"}};
+  command.m_Examples = {{"online a0/d0", "asks and does it"},
+                        {"online a0/d0 -y -o json", "for a script"}};
+  return command;
+}
+
+}  // namespace Console

@@ -1,0 +1,45 @@
+// tree: all objects below the plug-in.
+#include "console/cli/CommandTable.h"
+#include "console/report/ObjectOverview.h"
+
+namespace Console {
+namespace {
+
+const std::vector<std::string> kLongColumns = {"object",
+                                               "id",
+                                               "parents",
+                                               "name",
+                                               "status",
+                                               "status_reasons",
+                                               "temperature_celsius",
+                                               "reserve_space_ratio",
+                                               "physical_size_bytes",
+                                               "formatted_size_bytes",
+                                               "sector_size_bytes",
+                                               "pci_address",
+                                               "serial_number"};
+
+CommandResult Run(Context& context) {
+  const bool all = context.m_Options.m_Long || context.m_Options.m_Verbose;
+  return ObjectOverview(context, all ? kLongColumns : UsualColumns(), true);
+}
+
+}  // namespace
+
+Command TreeCommand() {
+  Command command;
+  command.m_Group = Group::Inspect;
+  command.m_Name = "tree";
+  command.m_Summary = "The same as a tree, with the plug-in above";
+  command.m_Forms = {"tree", "table", "tsv", "json", "jsonl", "value"};
+  command.m_Options = {"--columns", "--long"};
+  command.m_Run = Run;
+  command.m_Description =
+      "Adapters below the plug-in, drives below their adapters. --long adds ids, reasons and "
+      "sizes.";
+  command.m_Examples = {{"tree --long", "everything at a glance"},
+                        {"tree -o value", "only the names of all objects"}};
+  return command;
+}
+
+}  // namespace Console

@@ -1,0 +1,30 @@
+// version: the version of this program.
+#include "console/cli/CommandTable.h"
+
+namespace Console {
+namespace {
+
+CommandResult Run(Context&) {
+  const std::string text = "corvane-host " CORVANE_HOST_VERSION;
+  CommandResult result;
+  result.m_Json = {{"version", CORVANE_HOST_VERSION}};
+  result.m_Text = text + "\n";
+  result.m_Values = {text};
+  return result;
+}
+
+}  // namespace
+
+Command VersionCommand() {
+  Command command;
+  command.m_Group = Group::Help;
+  command.m_Name = "version";
+  command.m_Summary = "The version of this program";
+  command.m_Forms = {"value", "table", "json"};
+  command.m_Run = Run;
+  command.m_Description = "The version of this program.";
+  command.m_Examples = {{"version", "the version"}, {"--version", "the same"}};
+  return command;
+}
+
+}  // namespace Console

@@ -1,0 +1,30 @@
+"""The commands of corvane-host from its own help, each with arguments to run it with."""
+
+import json
+
+# Word of a synopsis: what a test gives for it. OBJ and DRIVE stay, for the test to fill in.
+WORDS = {
+    "PROP=VALUE": "poll_interval=15",
+    "on|off": "off",
+    "COND": "attached",
+    "ID": "CTRL_NORMAL",
+    "SHELL": "bash",
+    "list|check|run": "list",
+}
+
+
+def arguments(help_json, overrides):
+    """Arguments by command: those that the synopsis requires, or what `overrides` has."""
+    rows = {row["name"]: row for row in json.loads(help_json)["result"]["commands"]}
+    unknown = sorted(set(overrides) - set(rows))
+    assert rows and not unknown, f"no such commands: {unknown}"
+    found = {}
+    for name, row in rows.items():
+        required = [word for word in row["arguments"].split() if not word.startswith("[")]
+        found[name] = " ".join(WORDS.get(word, word) for word in required)
+    return {**found, **overrides}
+
+
+def forms(help_json):
+    """The values of --output by command."""
+    return {row["name"]: row["forms"] for row in json.loads(help_json)["result"]["commands"]}
