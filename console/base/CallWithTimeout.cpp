@@ -17,7 +17,7 @@
 namespace Console {
 namespace {
 
-// What is slow and not stuck comes back in good order.
+// A call that is slow but not stuck gets this long to return.
 constexpr std::chrono::seconds kGrace(2);
 
 std::atomic<bool> g_HasAbandoned{false};
@@ -29,7 +29,8 @@ struct Running {
   Notifier m_Ended;
 };
 
-// A stop makes the bell's wait return at once, so it is not used when the stop does not count.
+// A stop signal ends the notifier's wait at once, so the notifier is not used when signals are
+// ignored.
 bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadline& deadline,
               OnStop onStop) {
   while (!deadline.IsOver()) {
@@ -49,7 +50,7 @@ std::thread StartThread(const std::shared_ptr<Running>& running) {
       running->m_Ended.Notify();
     });
   } catch (const std::system_error& e) {
-    throw Failure(ExitCode::Failed, "NO_THREAD", "starting a thread", e.code().message(),
+    throw Failure(ExitCode::Failed, "NO_THREAD", "cannot start a thread", e.code().message(),
                   {"Allow this user more processes and threads (ulimit -u), or free memory."});
   }
 }

@@ -1,4 +1,4 @@
-// Calls that may never come back: whoever waits for them can be stopped, or has waited long enough.
+// Calls that may never return: waiting for them ends on a signal or a deadline.
 #pragma once
 
 #include <cstdint>
@@ -9,22 +9,22 @@
 
 namespace Console {
 
-// Whether a signal that asks the program to end also ends the wait for a call.
+// Whether a stop signal also ends the wait for a call.
 enum class OnStop { Abandon, Continue };
 
-// Runs `call` in a thread of its own and gives its result. Nothing when it has not come back a
-// moment after a signal came or the deadline was over: it is then abandoned, and goes on until the
-// program ends. What it uses must be its own or outlive the program.
+// Runs `call` in a thread of its own and returns its result. Empty when the call has not returned
+// two seconds after a signal or the deadline: it is then abandoned and continues until the program
+// exits. It must own what it uses, or that must outlive the program.
 std::optional<std::uint32_t> CallWithTimeout(std::function<std::uint32_t()> call,
                                              const Deadline& deadline,
                                              OnStop onStop = OnStop::Abandon);
 
-// For a plug-in that cannot be stopped: its threads go on until the program ends, as an abandoned
-// call does.
+// For a plug-in that cannot be stopped: its threads continue until the program exits, as an
+// abandoned call does.
 void LeaveThreadsRunning();
 
-// Ends the process, with what it has written. An abandoned call still runs in it: then nothing is
-// cleaned up, since nothing may be taken from under the call.
+// Flushes the streams and exits. If an abandoned call is still running, nothing is cleaned up,
+// because the call may be using it.
 [[noreturn]] void EndProgram(int code);
 
 }  // namespace Console

@@ -1,4 +1,4 @@
-// The end of a wait, if it has one.
+// The end of a wait, if any.
 #pragma once
 
 #include <algorithm>
@@ -12,12 +12,12 @@ class Deadline {
   // Never over.
   Deadline() = default;
   explicit Deadline(std::chrono::steady_clock::time_point end) : m_End(end) {}
-  // From now on; without a duration never over.
+  // Starts now; without a duration, never over.
   explicit Deadline(const std::optional<std::chrono::milliseconds>& duration) {
     if (duration) m_End = std::chrono::steady_clock::now() + *duration;
   }
 
-  // The one of both that is over first.
+  // The earlier of the two.
   Deadline Sooner(const Deadline& other) const {
     if (!m_End || !other.m_End) return m_End ? *this : other;
     return *m_End < *other.m_End ? *this : other;

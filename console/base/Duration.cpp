@@ -23,7 +23,7 @@ constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
 }  // namespace
 
 std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
-  // The steady clock, to which it is added, has room for ten times as much.
+  // The steady clock, to which it is added, can hold ten times as much.
   constexpr std::int64_t kLongest = 10'000 * kMillisecondsOfDay;
   std::int64_t number = -1;
   const char* end = text.data() + text.size();
@@ -38,7 +38,8 @@ std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
 
 std::chrono::milliseconds ParseDuration(const char* option, const std::string& text) {
   if (const auto duration = ReadDuration(text)) return *duration;
-  throw UsageFailure(fmt::format("{} cannot be '{}'", option, text), {"It may be 30s, 5m or 1h."});
+  throw UsageFailure(fmt::format("{}: invalid duration '{}'", option, text),
+                     {"For example: 30s, 5m or 1h."});
 }
 
 std::string ElapsedText(std::chrono::milliseconds duration) {

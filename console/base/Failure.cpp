@@ -55,7 +55,7 @@ Failure::Failure(ExitCode code, std::string id, const std::string& what, const s
                  std::vector<std::string> advice)
     : m_Code(code),
       m_Id(std::move(id)),
-      m_Text(fmt::format("{} failed: {}", what, why)),
+      m_Text(fmt::format("{}: {}", what, why)),
       m_Advice(std::move(advice)) {}
 
 Failure::Failure(ExitCode code, std::string id, std::string text, std::vector<std::string> advice)
@@ -66,9 +66,9 @@ Failure PluginFailure(const std::string& what, std::uint32_t error) {
   std::string why = HostKit::CaptionOf(HostKit::Family::Error, error);
   while (!why.empty() && why.back() == '.') why.pop_back();
   if (id.empty()) id = "PLUGIN_ERROR";
-  if (why.empty()) why = "the plug-in gave an error without a text";
+  if (why.empty()) why = "plug-in error without a text";
   return Failure(ExitCode::Failed, id, what, fmt::format("{} ({})", why, error),
-                 {"Run it again with --trace 2,16 to see what the card library said."});
+                 {"Run it again with --trace 2,16 to see the card library's error."});
 }
 
 Failure StopFailure(std::string text, std::vector<std::string> advice) {
@@ -76,7 +76,7 @@ Failure StopFailure(std::string text, std::vector<std::string> advice) {
 }
 
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {
-  return Failure(ExitCode::Usage, "USAGE", "reading the command line", why, std::move(advice));
+  return Failure(ExitCode::Usage, "USAGE", why, std::move(advice));
 }
 
 std::vector<std::string> DidYouMean(const std::string& word,

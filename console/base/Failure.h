@@ -1,5 +1,5 @@
-// How a command ends: the exit codes, which are a contract with scripts, and the exception that
-// carries what went wrong to the one place that reports it.
+// How a command ends: the exit codes, which scripts rely on, and the exception that carries an
+// error to the one place that reports it.
 #pragma once
 
 #include <cstdint>
@@ -11,12 +11,12 @@
 namespace Console {
 
 enum class ExitCode : int {
-  Done = 0,  // also when there was nothing to do
+  Done = 0,  // or nothing to do
   Failed = 1,
   Usage = 2,
   NoObject = 3,  // no such object, or more than one
   Refused = 4,
-  PluginUnfit = 5,  // not loaded, or not fit for this host
+  PluginUnfit = 5,  // missing or incompatible
   Permission = 6,
   TimedOut = 7,
   Stopped = 130,
@@ -26,14 +26,14 @@ enum class ExitCode : int {
   Unknown = 3
 };
 
-// Something that ends the command. Reported as "WHAT failed: WHY" and what to do then.
+// Something that ends the command, reported as "WHAT: WHY" and what to do then.
 class Failure : public std::exception {
  public:
   // `id` is a stable word for machines. At most three lines of `advice` are shown.
   Failure(ExitCode code, std::string id, const std::string& what, const std::string& why,
           std::vector<std::string> advice = {});
 
-  // For what is no failure of something: the text is all of it.
+  // With the whole text.
   Failure(ExitCode code, std::string id, std::string text, std::vector<std::string> advice = {});
 
   const char* what() const noexcept override { return m_Text.c_str(); }
@@ -44,23 +44,23 @@ class Failure : public std::exception {
   const std::vector<std::string> m_Advice;
 };
 
-// A failed command of the plug-in, by the number that it returned.
+// A command that the plug-in failed with that number.
 Failure PluginFailure(const std::string& what, std::uint32_t error);
 
 // A signal ended the command; `text` is that of a `Stopped`.
 Failure StopFailure(std::string text, std::vector<std::string> advice = {});
 
-// The words given are wrong. Without advice the help is pointed out.
+// A usage error. Without advice, the report refers to the help.
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
 
-// "Did you mean ...?" for a mistyped `word`, or nothing when no candidate is near.
+// "Did you mean ...?" for a mistyped `word`; empty when no candidate is similar.
 std::vector<std::string> DidYouMean(const std::string& word,
                                     const std::vector<std::string>& candidates);
 
-// A signal asked the program to end.
+// A signal interrupted the program.
 class Stopped : public std::exception {
  public:
-  explicit Stopped(std::string text = "Stopped.") : m_Text(std::move(text)) {}
+  explicit Stopped(std::string text = "interrupted") : m_Text(std::move(text)) {}
 
   const char* what() const noexcept override { return m_Text.c_str(); }
 

@@ -17,7 +17,7 @@ Notifier::~Notifier() {
 }
 
 void Notifier::Notify() const {
-  // Full only after 2^64 rings, and then it rings anyway.
+  // It can only fail when the counter is full, and then the descriptor is readable anyway.
   if (eventfd_write(m_Fd, 1) != 0) return;
 }
 

@@ -1,4 +1,4 @@
-// A descriptor that one thread makes readable when there is something to collect for another.
+// An eventfd with which one thread wakes another.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@ class Notifier {
   Notifier& operator=(const Notifier&) = delete;
 
   void Notify() const;
-  // True when it rang; takes all rings so far.
+  // True if notified; clears all notifications so far.
   bool Wait(std::chrono::milliseconds atMost, const WaitSet& also) const;
 
  private:

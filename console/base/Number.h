@@ -1,4 +1,4 @@
-// Numbers as people write them.
+// Numbers from text.
 #pragma once
 
 #include <charconv>
@@ -8,8 +8,8 @@
 
 namespace Console {
 
-// The number that `text` is as a whole. Nothing for any other text, and for a number that does not
-// fit the type.
+// The number that all of `text` is. Empty for any other text, and for a number out of range for the
+// type.
 template <class T>
 std::optional<T> ReadNumber(const std::string& text) {
   T number{};

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kMaxAdviceLines = 3;
 
 Failure WriteFailure(int error) {
-  return Failure(ExitCode::Failed, "WRITE_FAILED", "writing the answer", std::strerror(error));
+  return Failure(ExitCode::Failed, "WRITE_FAILED", "cannot write the output", std::strerror(error));
 }
 
 }  // namespace
@@ -27,7 +27,7 @@ ResultStream::ResultStream(bool showOthers) {
   std::fflush(stdout);
   const int answer = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (answer < 0 && errno == EMFILE) {
-    // No plug-in can be loaded either, so the reason for that is all that will be written.
+    // No plug-in can be loaded either, so only the reason for that will be written.
     m_File = stdout;
     return;
   }
@@ -55,7 +55,7 @@ void ResultStream::Write(const std::string& text) {
   if (m_File == nullptr) throw WriteFailure(EBADF);
   const bool written = std::fwrite(text.data(), 1, text.size(), m_File) == text.size();
   if (written && std::fflush(m_File) == 0) return;
-  // A reader that has gone has had what it wanted.
+  // A reader that closed the pipe has read all it wanted.
   if (errno != EPIPE) throw WriteFailure(errno);
 }
 

@@ -1,4 +1,4 @@
-// The two streams: the answer on standard output, talk on standard error.
+// The two streams: results on standard output, diagnostics on standard error.
 #pragma once
 
 #include <cstddef>
@@ -8,26 +8,26 @@
 
 namespace Console {
 
-// How people's forms look; decided once, from options, environment and terminal.
+// How output for people is drawn; decided once from options, environment and terminal.
 struct Style {
   bool m_Ascii = false;
   bool m_Color = false;
   bool m_Headings = true;
 };
 
-// The program's standard output, taken away from everything else in the process: a plug-in that
-// prints by itself must not spoil the answer.
+// The program's standard output, reserved for the result: what a plug-in prints must not mix with
+// it.
 class ResultStream {
  public:
-  // What others print goes to standard error if `showOthers`, and is dropped if not.
+  // What others print to standard output is sent to standard error if `showOthers`, else dropped.
   explicit ResultStream(bool showOthers);
   ~ResultStream();
   ResultStream(const ResultStream&) = delete;
   ResultStream& operator=(const ResultStream&) = delete;
 
-  // Columns of the terminal, 0 when it is none.
+  // Columns of the terminal, 0 if it is not a terminal.
   std::size_t TerminalWidth() const;
-  // The stream itself, for a screen; null when there is none.
+  // The stream itself, for a screen; null if it could not be opened.
   std::FILE* File() const { return m_File; }
   // Writes and flushes. Throws `Failure` when the text cannot be written.
   void Write(const std::string& text);
@@ -36,7 +36,7 @@ class ResultStream {
   std::FILE* m_File = nullptr;
 };
 
-// Something said besides the answer.
+// A message in addition to the result.
 struct Message {
   std::string m_Severity;  // "note" or "error"
   std::string m_Id;
@@ -44,10 +44,10 @@ struct Message {
   std::vector<std::string> m_Advice;
 };
 
-// How much of the talk is said aloud.
+// Which messages are printed.
 enum class Volume { All, Errors, Nothing };
 
-// Collects what is said, for the machine forms, and says it on standard error.
+// Collects messages for the machine formats and prints them on standard error.
 class Diagnostics {
  public:
   explicit Diagnostics(Volume volume) : m_Volume(volume) {}
@@ -68,7 +68,7 @@ class Diagnostics {
   std::string m_Held;
 };
 
-// Keeps what is said off the screen for as long as it lives, and lets it be said then.
+// Holds back messages while it exists, and prints them when destroyed.
 class DeferredDiagnostics {
  public:
   explicit DeferredDiagnostics(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {

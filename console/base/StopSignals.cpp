@@ -34,7 +34,7 @@ void OnSignal(int) {
   if (g_SecondEnds != 0) Handle(SIG_DFL);
   const std::uint64_t one = 1;
   if (write(g_StopFd, &one, sizeof one) < 0) {
-    // Nothing can be said from here, and the flag is set already.
+    // Nothing can be reported from a signal handler, and the flag is set.
   }
   errno = keep;
 }
@@ -44,7 +44,7 @@ void OnSignal(int) {
 void CatchStopSignals(bool secondEnds) {
   g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (g_StopFd < 0) {
-    throw Failure(ExitCode::Failed, "NO_DESCRIPTOR", "catching signals", std::strerror(errno));
+    throw Failure(ExitCode::Failed, "NO_DESCRIPTOR", "cannot handle signals", std::strerror(errno));
   }
   g_SecondEnds = secondEnds ? 1 : 0;
   Handle(OnSignal);
@@ -65,7 +65,7 @@ bool WaitForStop(std::chrono::milliseconds atMost) {
   return StopRequested();
 }
 
-// A lost reader is told as an error, which needs no asking for.
+// poll() always reports a lost reader as an error, whatever events are requested.
 bool WaitReadable(int fd, std::chrono::milliseconds atMost, const WaitSet& also) {
   std::array<pollfd, 4> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0},
                                  pollfd{also.m_Readable, POLLIN, 0}, pollfd{also.m_Reader, 0, 0}};

@@ -1,4 +1,4 @@
-// Ctrl-C and its like: asked once, the program ends in good order; asked twice, at once.
+// Ctrl-C and similar signals: the first ends the program cleanly, the second ends it immediately.
 #pragma once
 
 #include <chrono>
@@ -9,26 +9,26 @@ namespace Console {
 // signal counts. Throws `Failure`. Call before any thread starts.
 void CatchStopSignals(bool secondEnds = true);
 
-// Throws `Stopped` when a signal came.
+// Throws `Stopped` if a stop signal has arrived.
 void CheckStop();
 
-// Whether a signal came. May be called from any thread.
+// Whether a stop signal has arrived. May be called from any thread.
 bool StopRequested();
 
-// Waits until a signal comes or the time is over; true for the first.
+// Waits for a stop signal, at most `atMost`; true if one arrived.
 bool WaitForStop(std::chrono::milliseconds atMost);
 
-// What else may end a wait; -1 for nothing.
+// Descriptors that also end a wait; -1: none.
 struct WaitSet {
   int m_Readable = -1;  // something can be read, or has ended
-  int m_Reader = -1;    // whoever reads what is written to it has gone
+  int m_Reader = -1;    // its reader has closed it
 };
 
-// Waits until `fd` can be read or has ended, one of the other things has happened, a signal comes
-// or the time is over; true only for the first.
+// Waits until `fd` is readable or at its end, one of `also` is, a stop signal arrives or the time
+// is up; true only if `fd` is readable or at its end.
 bool WaitReadable(int fd, std::chrono::milliseconds atMost, const WaitSet& also = {});
 
-// Whether the reader of the pipe or terminal behind `fd` has gone.
+// Whether the reader of the pipe or terminal `fd` has closed it.
 bool HasLostReader(int fd);
 
 }  // namespace Console

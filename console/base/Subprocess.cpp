@@ -22,21 +22,21 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// The start of a plug-in takes more than a second, and only then it can be stopped in good order.
+// A plug-in takes more than a second to start, and can be stopped cleanly only after that.
 constexpr std::chrono::seconds kGrace(3);
 constexpr std::chrono::seconds kGraceAfterKill(2);
 
 Failure NoProcess(int error) {
-  return Failure(ExitCode::Failed, "NO_PROCESS", "starting a process", std::strerror(error));
+  return Failure(ExitCode::Failed, "NO_PROCESS", "cannot start a process", std::strerror(error));
 }
 
-// `output` itself stays open as long as the process lives: its end is the end of the process. What
-// is thrown must not go on as if this were the parent.
+// `output` stays open for the life of the process, so its end of file is the end of the process. An
+// exception must not continue as if this were the parent.
 [[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) std::exit(EXIT_FAILURE);
-  // A signal to the whole group comes twice, the second time from the parent, which has other
-  // means.
+  // A signal to the whole group arrives twice, the second time from the parent, which can also use
+  // SIGKILL.
   CatchStopSignals(false);
   dup2(output, STDOUT_FILENO);
   EndProgram(work());
@@ -51,7 +51,7 @@ bool ReadSome(int fd, std::string& into) {
   return count > 0;
 }
 
-// What ended the waiting; `How::Exited` stands for any end of the process.
+// What ended the wait; `How::Exited` stands for any end of the process.
 SubprocessEnd ReadAll(int fd, milliseconds atMost, std::string& into) {
   const Deadline deadline(atMost);
   while (true) {
@@ -73,8 +73,8 @@ bool AwaitEnd(int fd, milliseconds atMost) {
   return false;
 }
 
-// A process in good order takes its temporary files with it. One that hangs in its system's kernel
-// cannot be ended at all, and is left to the system: false.
+// A process that exits cleanly removes its temporary files. One that hangs in the kernel cannot be
+// ended and is abandoned: false.
 bool EndSoon(pid_t child, int fd) {
   kill(child, SIGTERM);
   if (AwaitEnd(fd, kGrace)) return true;

@@ -1,5 +1,4 @@
-// A part of this program in a process of its own, so that neither a hang nor a crash of a plug-in
-// reaches the rest.
+// A part of this program in a process of its own, to contain a hang or crash of a plug-in.
 #pragma once
 
 #include <chrono>
@@ -16,10 +15,9 @@ struct SubprocessResult {
   std::string m_Output;  // what it wrote to standard output
 };
 
-// Runs `work`, whose result is the exit code, with its standard output kept. A process that takes
-// longer, or that is running when a signal asks this program to stop, is asked to end and, three
-// seconds later, ended. Call after `CatchStopSignals` and before any thread starts. Throws
-// `Failure` when there can be no process.
+// Runs `work`, whose result is the exit code, and captures its standard output. When the time is up
+// or a stop signal arrives, the process gets SIGTERM and, three seconds later, SIGKILL. Call after
+// `CatchStopSignals` and before any thread starts. Throws `Failure` if no process can be started.
 SubprocessResult RunInSubprocess(const std::function<int()>& work,
                                  std::chrono::milliseconds atMost);
 

@@ -19,8 +19,8 @@
 namespace Console {
 namespace {
 
-// One line from the person, edited by libedit on standard error; nothing is remembered of it, and
-// no file of the person's changes the keys.
+// One line of input, edited by libedit on standard error; without history, and without the user's
+// key bindings.
 class LineEditor {
  public:
   explicit LineEditor(std::string prompt)
@@ -33,7 +33,7 @@ class LineEditor {
     el_set(m_pEditor.get(), EL_GETCFN, ReadLetter);
   }
 
-  // Nothing at the end of input, and when a signal came.
+  // Empty at the end of input and on a stop signal.
   std::optional<std::string> Read() {
     int count = 0;
     const char* const line = el_gets(m_pEditor.get(), &count);
@@ -50,8 +50,8 @@ class LineEditor {
 
   static char* PromptOf(EditLine* editor) { return Of(editor).m_Prompt.data(); }
 
-  // The library would go on reading after a signal; here it is the end of input. A letter is read
-  // byte by byte, so that nothing beyond the line is taken.
+  // The library would continue reading after a signal; here a signal is the end of input.
+  // Characters are read byte by byte, so that nothing beyond the line is consumed.
   static int ReadLetter(EditLine* editor, wchar_t* letter) {
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
@@ -62,7 +62,7 @@ class LineEditor {
       if (read(STDIN_FILENO, &byte, 1) != 1) return 0;
       const std::size_t length = std::mbrtowc(letter, &byte, 1, &state);
       if (length <= 1) return 1;
-      if (length == static_cast<std::size_t>(-1)) state = {};  // no letter: it is left out
+      if (length == static_cast<std::size_t>(-1)) state = {};  // not a character: skipped
     }
   }
 

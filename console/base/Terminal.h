@@ -1,4 +1,4 @@
-// Questions to the person in front of the terminal.
+// Prompts on the terminal.
 #pragma once
 
 #include <string>
@@ -7,15 +7,15 @@
 
 namespace Console {
 
-// Whether somebody can be asked: both standard input and standard error are a terminal, and the
-// options do not forbid it.
+// Whether a prompt is possible: standard input and standard error are terminals, and --no-input is
+// not set.
 bool CanAsk(const Options& options);
 
 // Whether standard error is a terminal whose line can be written over.
 bool CanRewriteLine();
 
-// Asks on standard error and gives the line typed, without white space around it; empty at the end
-// of input. Throws `Stopped` when a signal came.
+// Prompts on standard error and returns the line typed, trimmed; empty at the end of input. Throws
+// `Stopped` on a stop signal.
 std::string AskLine(const std::string& question);
 
 }  // namespace Console

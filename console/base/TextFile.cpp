@@ -22,14 +22,14 @@ constexpr mode_t kForEverybody = 0644;
 Failure WriteFailure(const std::string& file, int error) {
   const bool denied = error == EACCES || error == EPERM || error == EROFS;
   return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "TEXTFILE_FAILED",
-                 fmt::format("writing {}", file), std::strerror(error));
+                 fmt::format("cannot write {}", file), std::strerror(error));
 }
 
 Failure StrangeWayFailure(const std::string& file, const std::string& objection) {
-  return Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("writing {}", file),
+  return Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("cannot write {}", file),
                  objection,
-                 {"Its owner could lead the file to another place.",
-                  "Name a folder whose way belongs to you or to root alone."});
+                 {"Its owner could redirect the file.",
+                  "Use a folder whose parent folders belong to you or to root."});
 }
 
 // The folder of the file. Everything goes by its descriptor, so that whoever it belongs to cannot
@@ -57,8 +57,8 @@ void RequireReplaceable(const Folder& folder, const std::string& name, const std
   if (fstatat(folder.m_Descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
   if (S_ISDIR(status.st_mode)) throw WriteFailure(file, EISDIR);
   if (S_ISREG(status.st_mode)) return;
-  throw Failure(ExitCode::Failed, "TEXTFILE_FAILED", fmt::format("writing {}", file),
-                "it is not a regular file");
+  throw Failure(ExitCode::Failed, "TEXTFILE_FAILED", fmt::format("cannot write {}", file),
+                "not a regular file");
 }
 
 // A new file beside it, with a name that no collector takes for its own. -1: it cannot be made.

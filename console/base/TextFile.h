@@ -1,4 +1,4 @@
-// Files that other programs read at any moment.
+// Files that other programs may read at any time.
 #pragma once
 
 #include <string>

@@ -29,7 +29,7 @@ constexpr DayName kDayNames[] = {{"today", 0}, {"yesterday", 1}};
 constexpr const char* kDayForm = "%Y-%m-%d";
 constexpr const char* kForms[] = {kDayForm, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
 
-// Nothing for a date that no calendar has, such as the 31st of February, or one before the epoch.
+// Empty for an invalid date, such as February 31, or one before the epoch.
 std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
   std::tm read = {};
   const char* const end = strptime(text.c_str(), form, &read);
@@ -42,7 +42,7 @@ std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
 }
 
 struct Step {
-  std::uint64_t m_Most;  // of the unit, for which it is the one to count in
+  std::uint64_t m_Most;  // number of units up to which this one is used
   std::uint64_t m_Unit;
   const char* m_Name;
 };
@@ -81,8 +81,8 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
     return nowMs - std::min(nowMs, static_cast<std::uint64_t>(duration->count()));
   }
   throw UsageFailure(
-      fmt::format("{} cannot be '{}'", option, text),
-      {"It may be 15m, 1h or 2d ago, today, yesterday, 2026-11-20 or 2026-11-20T05:31:00Z."});
+      fmt::format("{}: invalid time '{}'", option, text),
+      {"Valid: 15m, 1h or 2d ago, today, yesterday, 2026-11-20 or 2026-11-20T05:31:00Z."});
 }
 
 std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs) {

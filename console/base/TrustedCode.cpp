@@ -73,10 +73,12 @@ std::string ObjectionToLink(const fs::path& name, const struct stat& folder,
 
 std::vector<std::string> TrustAdvice(const std::filesystem::path& file) {
   const std::string folder = std::filesystem::absolute(file).parent_path().string();
-  if (geteuid() != 0) return {"Use a file of your own or of root, which nobody else can write."};
-  return {"Whoever can change it could make root do anything.",
-          "Run this as the user who owns it, or install it: sudo cmake --install build/release",
-          fmt::format("Or give it to root: chown -R root {}; chmod -R go-w {}", folder, folder)};
+  if (geteuid() != 0)
+    return {"Use a file that belongs to you or to root and that no other user can write."};
+  return {"Any user who can change it could run code as root.",
+          "Run this as its owner, or install it: sudo cmake --install build/release",
+          fmt::format("Or change its owner to root: chown -R root {}; chmod -R go-w {}", folder,
+                      folder)};
 }
 
 }  // namespace Console

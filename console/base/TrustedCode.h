@@ -1,4 +1,4 @@
-// What this program loads, runs or replaces must not have been put there by another user.
+// Whether another user could have tampered with code that this program loads or runs.
 #pragma once
 
 #include <sys/stat.h>
@@ -9,13 +9,14 @@
 
 namespace Console {
 
-// Why code from `file` must not run: it, or a folder on the way to it, belongs to a user other than
-// root and the caller, or can be written by others. The folder that holds it must not be sticky
-// either, since others could put a library beside the file. Empty when nothing is wrong with it.
+// Why code from `file` must not run: the file or a folder on its path belongs to a user other than
+// root and the caller, or other users can write it. The folder of the file must not be writable
+// even if it is sticky, because others could put a library next to the file. Empty if there is no
+// objection.
 std::string ObjectionToCode(const std::filesystem::path& file);
 
-// Why no code may be looked for in `folder`. The folder may be missing: whoever may write the
-// deepest one that exists could make it.
+// Why code must not be searched for in `folder`. The folder may be missing: whoever can write the
+// deepest existing parent could create it.
 std::string ObjectionToCodeFolder(const std::filesystem::path& folder);
 
 // Why nothing may be taken from a folder on the way to where something is written, and why a link
@@ -25,7 +26,7 @@ std::string ObjectionToPassing(const std::filesystem::path& name, const struct s
 std::string ObjectionToLink(const std::filesystem::path& name, const struct stat& folder,
                             const struct stat& link);
 
-// What helps against either, for a person.
+// What the user can do about an objection.
 std::vector<std::string> TrustAdvice(const std::filesystem::path& file);
 
 }  // namespace Console

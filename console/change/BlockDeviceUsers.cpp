@@ -65,7 +65,7 @@ std::string NameOfNode(const std::string& path) {
   return fs::path(Unescape(path)).filename().string();
 }
 
-// Below the PCI device, and not below another PCI device behind it.
+// Below the PCI device, but not below another PCI device that is below it.
 bool BelongsTo(const fs::path& entry, const std::string& address) {
   std::error_code error;
   const fs::path real = fs::canonical(entry, error);

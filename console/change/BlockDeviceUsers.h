@@ -1,4 +1,4 @@
-// Who uses the block devices of a card, as far as the system tells.
+// Users of the block devices of a card, as far as the system reports them.
 #pragma once
 
 #include <filesystem>
@@ -7,15 +7,15 @@
 
 namespace Console {
 
-// Reads sysfs and the system's tables of mounts and swaps at each question. A card without a block
-// device, and a system that does not tell, give no users.
+// Reads sysfs and the system's mount and swap tables on each call. A card without a block device,
+// or a system without these files, has no users.
 class BlockDeviceUsers {
  public:
   // The root of a sysfs, and two files in the form of /proc/self/mountinfo and /proc/swaps.
   BlockDeviceUsers(std::filesystem::path sysfs, std::filesystem::path mounts,
                    std::filesystem::path swaps);
 
-  // The running system; sysfs is where the PCI look-up finds it.
+  // The running system; sysfs is the one that the PCI lookup uses.
   static BlockDeviceUsers OfThisSystem();
 
   // What uses a block device of the PCI device, one of its partitions, or a device built on them,

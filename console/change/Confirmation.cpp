@@ -32,6 +32,10 @@ std::string Ask(const std::string& question) {
   }
 }
 
+const char* WhyNotAsked(const Options& options) {
+  return options.m_NoInput ? "confirmation required, and --no-input was given" : "not a terminal";
+}
+
 bool IsYes(const std::string& answer) {
   return answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes" || answer == "YES";
 }
@@ -60,7 +64,7 @@ void RequireUnused(const Model& model, const Object& object, const std::string& 
   const std::vector<std::string> users =
       BlockDeviceUsers::OfThisSystem().UsersOf(FieldText(*adapter, "pci_address"));
   if (users.empty()) return;
-  throw Refused("IN_USE", what, fmt::format("it is in use: {}", fmt::join(users, ", ")),
+  throw Refused("IN_USE", what, fmt::format("in use: {}", fmt::join(users, ", ")),
                 {"Unmount or release it first."});
 }
 
@@ -68,11 +72,11 @@ void RequireConfirmation(const Context& context, const std::string& what,
                          const std::string& question) {
   if (context.m_Options.m_Yes) return;
   if (!CanAsk(context.m_Options)) {
-    throw Refused("NOT_CONFIRMED", what, "nobody can be asked here whether to do it",
-                  {"Say -y to do it without a question."});
+    throw Refused("NOT_CONFIRMED", what, WhyNotAsked(context.m_Options),
+                  {"Pass --yes to confirm."});
   }
   if (IsYes(Ask(question + " [y/N] "))) return;
-  throw Refused("NOT_CONFIRMED", what, "it was not wanted");
+  throw Refused("NOT_CONFIRMED", what, "canceled");
 }
 
 void RequireRetyped(const Context& context, const std::string& what, const std::string& plan,
@@ -80,19 +84,19 @@ void RequireRetyped(const Context& context, const std::string& what, const std::
   const std::string& given = context.m_Options.m_Confirm;
   if (!given.empty()) {
     if (given == word) return;
-    throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not its serial number", given),
-                  {"See it with: corvane-host list"});
+    throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", given),
+                  {"Find it with: corvane-host list"});
   }
   if (!CanAsk(context.m_Options)) {
-    throw Refused("NOT_CONFIRMED", what, "all data on the drive would be lost",
-                  {"Say --confirm with the serial number to do it all the same; -y is not enough.",
-                   "See what would be done with: --dry-run"});
+    throw Refused("NOT_CONFIRMED", what, WhyNotAsked(context.m_Options),
+                  {"Pass --confirm SERIAL to proceed; --yes does not apply to format.",
+                   "Pass --dry-run to see what would be changed."});
   }
   std::fputs(plan.c_str(), stderr);
-  const std::string typed = Ask("  Type the serial number to go on (Enter stops): ");
+  const std::string typed = Ask("  Type the serial number to continue (Enter cancels): ");
   if (typed == word) return;
-  if (typed.empty()) throw Refused("NOT_CONFIRMED", what, "it was not wanted");
-  throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not its serial number", typed));
+  if (typed.empty()) throw Refused("NOT_CONFIRMED", what, "canceled");
+  throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", typed));
 }
 
 }  // namespace Console

@@ -1,4 +1,4 @@
-// What it takes before a card is changed.
+// Confirmation before a card is changed.
 #pragma once
 
 #include <string>
@@ -11,21 +11,21 @@ namespace Console {
 // Names for people: the object with its name, serial number and place.
 std::string Described(const Model& model, const Object& object);
 
-// What is retyped before everything on a drive is lost: the serial number of its card, or the
-// drive's id when the card tells none.
+// What the user must retype before a drive is erased: the serial number of its card, or the drive's
+// id if the card has no serial number.
 std::string ConfirmationWord(const Model& model, const Object& object);
 
 // Throws `Failure` with exit code 4 when the system uses a block device of the card, naming the
-// user. `what` is "detaching a0".
+// user. `what` is "detach a0".
 void RequireUnused(const Model& model, const Object& object, const std::string& what);
 
 // Asks `question`, which may have several lines, with [y/N], unless --yes was given. Throws
-// `Failure` with exit code 4 for any other answer, and when nobody can be asked.
+// `Failure` with exit code 4 for any other answer, and when no prompt is possible.
 void RequireConfirmation(const Context& context, const std::string& what,
                          const std::string& question);
 
-// Shows `plan` and has `word` retyped, unless --confirm brought it; --yes does not count. Throws
-// like `RequireConfirmation`.
+// Shows `plan` and prompts for `word`, unless --confirm gave it; --yes does not count. Throws like
+// `RequireConfirmation`.
 void RequireRetyped(const Context& context, const std::string& what, const std::string& plan,
                     const std::string& word);
 

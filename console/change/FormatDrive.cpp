@@ -34,7 +34,7 @@ std::uint64_t Number(const Object& object, const char* name) {
   return number == nullptr ? 0 : *number;
 }
 
-// In per cent of the size as built; the largest size when the drive is to be made larger than that.
+// In percent of the factory size; 100 for the maximum capacity, which may be larger.
 std::int32_t Percent(const FormatRequest& request) {
   switch (request.m_Capacity) {
     case PI::Value::CUSTOM:
@@ -48,7 +48,7 @@ std::int32_t Percent(const FormatRequest& request) {
   }
 }
 
-// About what comes out; the card decides. 0 when the drive does not tell enough.
+// An estimate; the card decides. 0 if the drive does not report enough.
 std::uint64_t PlannedBytes(const Object& drive, const FormatRequest& request) {
   if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) {
     return Number(drive, "configurable_size_bytes");
@@ -64,14 +64,14 @@ std::string Bytes(std::uint64_t bytes, bool ascii) {
 }
 
 std::string CapacityText(const FormatRequest& request) {
-  if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return "the most that the card allows";
+  if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return "maximum";
   return fmt::format("{} %", Percent(request));
 }
 
 std::string SectorText(const Object& drive, const FormatRequest& request, bool ascii) {
   const std::uint64_t before = Number(drive, "sector_size_bytes");
   const std::string now = Bytes(request.m_SectorSize, ascii);
-  if (before == request.m_SectorSize) return now + ", as before";
+  if (before == request.m_SectorSize) return now + " (unchanged)";
   return fmt::format("{} -> {}", Bytes(before, ascii), now);
 }
 
@@ -81,7 +81,7 @@ struct Plan {
   std::string m_Text;
 };
 
-// The light of the card while somebody has to find it; off again however that ends.
+// Keeps the locate LED of the card on while the user is prompted.
 class LocateLedGuard {
  public:
   LocateLedGuard(Session& session, const Object* adapter) : m_Session(session) {
@@ -113,17 +113,18 @@ std::string PlanText(Context& context, const Model& model, const Object& drive, 
                      bool locateLed) {
   const bool ascii = context.m_Style.m_Ascii;
   std::string text = fmt::format("  Drive   {}\n", Printable(Described(model, drive)));
-  if (locateLed) text += "  Where   the light of its card is blinking now\n";
+  if (locateLed) text += "  Where   the locate LED of its card is blinking now\n";
   text +=
       fmt::format("  Change  {} -> about {} ({}), sectors {}\n",
                   Bytes(Number(drive, "formatted_size_bytes"), ascii), Bytes(plan.m_Bytes, ascii),
                   CapacityText(plan.m_Request), SectorText(drive, plan.m_Request, ascii));
   const Object* adapter = AdapterOf(model, drive);
   if (adapter != nullptr && StateOf(context.Open(), adapter->m_ID, Aspect::Card) == "attached") {
-    text += fmt::format("  Note    {} is attached; a card may have to be detached first\n",
-                        adapter->m_Selector);
+    text +=
+        fmt::format("  Note    {} is attached; detach it first if the card rejects the format\n",
+                    adapter->m_Selector);
   }
-  return text + "  ALL DATA ON THIS DRIVE WILL BE LOST. There is no way back.\n";
+  return text + "  ALL DATA ON THIS DRIVE WILL BE LOST. This cannot be undone.\n";
 }
 
 void RequireAllowed(Session& session, const Model& model, const Object& drive) {
@@ -135,8 +136,8 @@ void RequireAllowed(Session& session, const Model& model, const Object& drive) {
   RequireUnused(model, drive, What(FormatRow(), drive));
 }
 
-// All three parameters are said always: for a missing one the plug-in's default would be taken,
-// and that is not the drive's present state.
+// All three parameters are always given: for a missing one the plug-in would use its default, which
+// may differ from the drive's present state.
 PI::COperation FormatOperation(const FormatRequest& request) {
   PI::COperation operation;
   operation.m_OperationID = PI::OP_FORMAT_DEVICE;
@@ -155,7 +156,8 @@ PI::COperation FormatOperation(const FormatRequest& request) {
   return operation;
 }
 
-// The plug-in gives one number for all that a card can say; the usual reason can be looked up.
+// The plug-in returns one error number for every error of a card; the usual reason can be found
+// out.
 Failure FormatFailure(Session& session, const Model& model, const Object& drive,
                       std::uint32_t error) {
   const Failure plain = PluginFailure(What(FormatRow(), drive), error);
@@ -167,24 +169,23 @@ Failure FormatFailure(Session& session, const Model& model, const Object& drive,
     advice = {fmt::format("{} is attached. Detach it first: corvane-host detach {}",
                           adapter->m_Selector, adapter->m_Selector)};
   }
-  advice.push_back(
-      fmt::format("See what the drive is now: corvane-host show {}", drive.m_Selector));
+  advice.push_back(fmt::format("Check the drive: corvane-host show {}", drive.m_Selector));
   return Failure(ExitCode::Failed, plain.m_Id, What(FormatRow(), drive),
-                 fmt::format("the card did not carry it out ({})", error), advice);
+                 fmt::format("the card rejected the command ({})", error), advice);
 }
 
 Json JobJson(const Object& drive) {
   return {{"object", drive.m_Selector}, {"operation", OperationName(FormatRow().m_Number)}};
 }
 
-// A program that is stopped says all the same what it has done.
+// Even when interrupted, the program reports what it did.
 void NoteFormatted(Context& context, const Object& drive) {
   context.m_Diagnostics.Note(
       "FORMATTED",
-      fmt::format("{} was formatted before the program was stopped", drive.m_Selector));
+      fmt::format("{} was formatted before the program was interrupted", drive.m_Selector));
 }
 
-// Gives how long it took. The call cannot be interrupted.
+// Returns how long it took. The call cannot be interrupted.
 milliseconds Execute(Context& context, const Model& model, const Object& drive,
                      const FormatRequest& request) {
   Session& session = context.Open();
@@ -217,8 +218,8 @@ bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
   return !sameSize || Number(drive, "sector_size_bytes") != request.m_SectorSize;
 }
 
-// The new size shows when the plug-in has scanned all cards again, which is due once in a poll
-// interval and seen at the next look, a third of it later.
+// The new size is visible after the next scan of all cards: once per poll interval, and noticed a
+// third of an interval later.
 std::optional<Object> AwaitScan(Context& context, const Model& before, const Object& drive,
                                 const FormatRequest& request) {
   constexpr milliseconds kOneWait{250};
@@ -234,7 +235,7 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
     if (now != nullptr && (Differ(*now, drive) || !ShouldDiffer(drive, request))) return *now;
     if (steady_clock::now() - start > longest) return std::nullopt;
     if (!progress && CanRewriteLine() && steady_clock::now() - start > kPatience) {
-      progress.emplace(context, "Waiting for the plug-in to look again", JobJson(drive));
+      progress.emplace(context, "Waiting for the next scan", JobJson(drive));
     }
     if (progress) progress->Tick();
     context.Open().WaitForNotification(kOneWait);
@@ -282,7 +283,7 @@ Table ChangeTable(const Object& drive, const std::optional<Object>& after) {
 std::string DoneText(const Object& drive, const std::optional<Object>& after, milliseconds elapsed,
                      bool ascii) {
   std::string text = fmt::format("Done in {}. {}: ", ElapsedText(elapsed), drive.m_Selector);
-  if (!after) return text + "its new size does not show yet.\n";
+  if (!after) return text + "new size not shown yet.\n";
   return text + fmt::format("{}, {} sectors.\n",
                             HumanText(ReadField(*after, "formatted_size_bytes"), ascii),
                             HumanText(ReadField(*after, "sector_size_bytes"), ascii));
@@ -309,8 +310,8 @@ FormatRequest Complete(const Object& drive, FormatRequest request) {
     request.m_SectorSize = static_cast<std::uint32_t>(Number(drive, "sector_size_bytes"));
   }
   if (request.m_SectorSize != 0) return request;
-  throw UsageFailure(fmt::format("{} does not tell its sector size", drive.m_Selector),
-                     {"Say which one it shall have: --sector-size 512"});
+  throw UsageFailure(fmt::format("{} does not report its sector size", drive.m_Selector),
+                     {"Pass the sector size: --sector-size 512"});
 }
 
 }  // namespace
@@ -339,9 +340,8 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
   const milliseconds elapsed = Execute(context, model, drive, request);
   const std::optional<Object> after = AwaitScan(context, model, drive, request);
   if (!after) {
-    context.m_Diagnostics.Note(
-        "NOT_SEEN_YET", "the plug-in does not show the new size yet",
-        {fmt::format("See it with: corvane-host show {}", drive.m_Selector)});
+    context.m_Diagnostics.Note("NOT_SEEN_YET", "the plug-in does not show the new size yet",
+                               {fmt::format("Check it: corvane-host show {}", drive.m_Selector)});
   }
   CommandResult result = FormatResult(drive, plan, after, false, elapsed);
   result.m_Text = DoneText(drive, after, elapsed, ascii);

@@ -1,4 +1,4 @@
-// Formatting a drive: everything on it is lost, and there is no way back.
+// Formatting a drive, which erases it.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace Console {
 
-// How much of a drive can be used, and the word for it; CUSTOM, so many per cent, has none.
+// How much of a drive can be used, and its name; CUSTOM, a percentage, has none.
 struct Capacity {
   const char* m_Word;
   std::int32_t m_Value;  // of the vocabulary
@@ -25,16 +25,16 @@ constexpr Capacity kCapacities[] = {
 // Of the size as built.
 constexpr std::int32_t kLeastPercent = 10;
 constexpr std::int32_t kMostPercent = 100;
-// In bytes; which of them a card takes it knows itself.
+// In bytes; the card decides which sizes it accepts.
 constexpr std::int32_t kLargestSector = 1 << 30;
 
 struct FormatRequest {
   std::int32_t m_Capacity = PI::Value::FACTORY_CAPACITY;  // a value of the vocabulary
-  std::int32_t m_Percent = 100;                           // counts with CUSTOM alone
-  std::uint32_t m_SectorSize = 0;                         // bytes; 0: as it is
+  std::int32_t m_Percent = 100;                           // used with CUSTOM only
+  std::uint32_t m_SectorSize = 0;                         // bytes; 0: unchanged
 };
 
-// Shows the plan, asks for the serial number and formats; with --dry-run it ends after the plan.
+// Shows the plan, prompts for the serial number and formats; with --dry-run, only shows the plan.
 // Throws `Failure`.
 CommandResult FormatDrive(Context& context, const Model& model, const Object& drive,
                           FormatRequest request);

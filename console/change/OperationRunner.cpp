@@ -25,7 +25,7 @@ PI::COperation Record(const OperationRow& row) {
   return operation;
 }
 
-// False when the object is in the wished state already.
+// False if the object is already in the target state.
 bool RequireAllowed(Session& session, const Model& model, const Object& object,
                     const OperationRow& row, bool mayBeDone) {
   PI::COperation operation = Record(row);
@@ -40,12 +40,12 @@ bool RequireAllowed(Session& session, const Model& model, const Object& object,
 }
 
 std::string Question(const Model& model, const Object& object, const OperationRow& row) {
-  const std::string force = row.m_Number == PI::OP_FORCE_DETACH ? "By force: " : "";
+  const std::string force = row.m_Number == PI::OP_FORCE_DETACH ? "Forced: " : "";
   return fmt::format("{}\n{}{}", Printable(Described(model, object)), force,
                      HostKit::HostText(row.m_Question));
 }
 
-// The event by which a job tells that it has failed. Other events that waited are in the log now.
+// Whether the event for a failed job has arrived. Other pending events are in the log now.
 bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
   const std::vector<LoggedEvent> events = session.CollectEvents();
   return std::any_of(events.begin(), events.end(), [&](const LoggedEvent& each) {
@@ -58,18 +58,16 @@ Failure JobFailure(const OperationRow& row, const Object& object) {
       "Run it again with --trace 2,16 to see what the card library said."};
   if (row.m_Number == PI::OP_DETACH) {
     advice.push_back(
-        fmt::format("A card that is in use is detached with: corvane-host detach {} "
-                    "--force",
-                    object.m_Selector));
+        fmt::format("To detach a busy card: corvane-host detach {} --force", object.m_Selector));
   }
   return Failure(ExitCode::Failed, HostKit::NameOf(HostKit::Family::Event, row.m_FailedEvent),
-                 What(row, object), "the card did not carry it out", advice);
+                 What(row, object), "the card rejected the command", advice);
 }
 
-// The plug-in does not tell that nobody does the job.
+// The plug-in reports success even if it could not start a thread for the job.
 Failure NoThreadFailure(const OperationRow& row, const Object& object) {
   return Failure(ExitCode::Failed, "NO_THREAD", What(row, object),
-                 "the plug-in could not start a thread for it",
+                 "the plug-in could not start a thread",
                  {"Allow this user more processes and threads (ulimit -u), or free memory.",
                   "Nothing was changed."});
 }
@@ -77,9 +75,9 @@ Failure NoThreadFailure(const OperationRow& row, const Object& object) {
 Failure TimeoutFailure(const OperationRow& row, const Object& object, milliseconds timeout) {
   const double seconds = static_cast<double>(timeout.count()) / 1000;
   return Failure(ExitCode::TimedOut, "TIMED_OUT", What(row, object),
-                 fmt::format("the plug-in did not show it as {} within {} s", row.m_Goal, seconds),
-                 {"The card may still be at work: nothing was taken back.",
-                  fmt::format("See what it is now with: corvane-host show {}", object.m_Selector)});
+                 fmt::format("not {} within {} s", row.m_Goal, seconds),
+                 {"The card may still be working; nothing was rolled back.",
+                  fmt::format("Check its state: corvane-host show {}", object.m_Selector)});
 }
 
 Json StateJson(const std::string& state) {
@@ -94,7 +92,7 @@ std::string ChangeText(const std::string& subject, const Change& change, bool dr
   std::string text =
       fmt::format("{}: {} -> {}", subject, Shown(change.m_Before), Shown(change.m_After));
   if (change.m_Before == change.m_After) {
-    text = fmt::format("{}: {}, as before", subject, Shown(change.m_After));
+    text = fmt::format("{}: already {}", subject, Shown(change.m_After));
   }
   if (change.m_Elapsed >= std::chrono::seconds(1)) text += ", in " + ElapsedText(change.m_Elapsed);
   return text + (dryRun ? "\nNothing was changed.\n" : "\n");
@@ -115,8 +113,8 @@ Table ChangeTable(const Object& object, const std::string& operation, const Chan
 
 enum class JobEnd { Done, Failed, TimedOut, Stopped };
 
-// The job's own end is not told: its new state shows when the plug-in has looked at the card again,
-// and only a failure has an event.
+// The plug-in does not report the end of a job: the new state is visible after its next poll of the
+// card, and only a failure has an event.
 JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
                 milliseconds timeout) {
   constexpr milliseconds kOneWait{250};
@@ -134,12 +132,13 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
   return JobEnd::Stopped;
 }
 
-// The plug-in is let finish, though not for ever.
+// The plug-in may finish, within a limit.
 void NoteContinues(Context& context, const OperationRow& row, const Object& object,
                    const char* sooner) {
   context.m_Diagnostics.Note(
-      "JOB_GOES_ON", fmt::format("{} has begun and is not taken back", What(row, object)),
-      {fmt::format("The program ends when the card is done, after 25 s at most, {}.", sooner)});
+      "JOB_GOES_ON",
+      fmt::format("{} is in progress and will not be rolled back", What(row, object)),
+      {fmt::format("The program exits when the card is done, after at most 25 s{}.", sooner)});
 }
 
 void AwaitJob(Context& context, const Object& object, const OperationRow& row,
@@ -150,10 +149,10 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
     case JobEnd::Failed:
       throw JobFailure(row, object);
     case JobEnd::TimedOut:
-      NoteContinues(context, row, object, "or at once with Ctrl-C");
+      NoteContinues(context, row, object, ", or immediately on Ctrl-C");
       throw TimeoutFailure(row, object, timeout);
     case JobEnd::Stopped:
-      NoteContinues(context, row, object, "or at once if asked again");
+      NoteContinues(context, row, object, ", or immediately on a second Ctrl-C");
       throw Stopped();
   }
 }
@@ -161,12 +160,12 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
 }  // namespace
 
 std::string What(const OperationRow& row, const Object& object) {
-  const char* how = row.m_Number == PI::OP_FORCE_DETACH ? " by force" : "";
-  return fmt::format("{} {}{}", row.m_Doing, object.m_Selector, how);
+  return fmt::format("{} {}", row.m_Verb, object.m_Selector);
 }
 
 std::string Headline(const OperationRow& row, const Object& object) {
-  std::string text = What(row, object);
+  const char* how = row.m_Number == PI::OP_FORCE_DETACH ? " by force" : "";
+  std::string text = fmt::format("{} {}{}", row.m_Doing, object.m_Selector, how);
   text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
   return text;
 }
@@ -184,7 +183,9 @@ const Object& SelectFor(const Model& model, const std::string& selector, const O
   }
   advice.emplace_back("Nothing was changed.");
   throw Failure(ExitCode::Usage, "WRONG_KIND", What(row, object),
-                fmt::format("{} is no {}", object.m_Selector, KindName(row.m_Kind)), advice);
+                fmt::format("{} is not {} {}", object.m_Selector,
+                            row.m_Kind == Kind::Adapter ? "an" : "a", KindName(row.m_Kind)),
+                advice);
 }
 
 milliseconds TimeoutOf(const Options& options) {
@@ -192,7 +193,7 @@ milliseconds TimeoutOf(const Options& options) {
   return options.m_Timeout.empty() ? kUsual : ParseDuration("--timeout", options.m_Timeout);
 }
 
-// After a question the check is made once more: it may have stood for long.
+// After a prompt the check is repeated, because the answer may have taken a long time.
 Change PerformOperation(Context& context, const Model& model, const Object& object,
                         const OperationRow& row, bool mayBeDone) {
   const milliseconds timeout = TimeoutOf(context.m_Options);
@@ -237,7 +238,7 @@ CommandResult ChangeResult(const Context& context, const Object& object, std::ui
                    {"changed", !dryRun && change.m_Before != change.m_After},
                    {"dry_run", dryRun},
                    {"elapsed_seconds", seconds}};
-  result.m_Text = ChangeText(object.m_Selector + (locateLed ? " light" : ""), change, dryRun);
+  result.m_Text = ChangeText(object.m_Selector + (locateLed ? " locate LED" : ""), change, dryRun);
   result.m_Table = ChangeTable(object, OperationName(operation), change);
   return result;
 }

@@ -1,4 +1,4 @@
-// Doing an operation that has a row: check, consent, call, wait, and what changed.
+// Running an operation that has a row: check, confirmation, call, wait, and what changed.
 #pragma once
 
 #include <chrono>
@@ -10,16 +10,17 @@
 
 namespace Console {
 
-// The object of that name, which must be of the operation's kind. Throws `Failure`.
+// The object that `selector` names, which must be of the kind that has the operation. Throws
+// `Failure`.
 const Object& SelectFor(const Model& model, const std::string& selector, const OperationRow& row);
 
-// What --timeout says, or the default of two minutes. Throws `Failure`.
+// --timeout, or the default of two minutes. Throws `Failure`.
 std::chrono::milliseconds TimeoutOf(const Options& options);
 
-// "detaching a0".
+// "detach a0".
 std::string What(const OperationRow& row, const Object& object);
 
-// The same with a capital letter, as a line of its own.
+// "Detaching a0".
 std::string Headline(const OperationRow& row, const Object& object);
 
 // What an operation did, or with --dry-run would do.
@@ -29,12 +30,12 @@ struct Change {
   std::chrono::milliseconds m_Elapsed{0};
 };
 
-// Carries out an operation of any danger but the severe one. An object that is in the wished state
-// already is left alone when `mayBeDone`, and is a refusal when not. Throws `Failure`.
+// Runs an operation of low or medium risk. If the object is already in the target state, does
+// nothing if `mayBeDone`, else refuses. Throws `Failure`.
 Change PerformOperation(Context& context, const Model& model, const Object& object,
                         const OperationRow& row, bool mayBeDone);
 
-// The answer that tells of a change.
+// The result that reports a change.
 CommandResult ChangeResult(const Context& context, const Object& object, std::uint32_t operation,
                            const Change& change);
 

@@ -17,20 +17,20 @@ using HostKit::Family;
 // clang-format off
 constexpr OperationRow kRows[] = {
     // operation                 object         changes        danger            goal        verb            doing
-    {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::LocateLed, Risk::Low,     "on",       "locate",       "switching on the light of",
+    {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::LocateLed, Risk::Low,     "on",       "locate",       "switching on the locate LED of",
      "", 0, 0, false},
-    {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::LocateLed, Risk::Low,     "off",      "stop locating", "switching off the light of",
+    {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::LocateLed, Risk::Low,     "off",      "locate",       "switching off the locate LED of",
      "", 0, 0, false},
     {PI::OP_ATTACH,             Kind::Adapter, Aspect::Card,  Risk::Medium, "attached", "attach",       "attaching",
      "only a detached card can be attached", 22110, PI::Event::CTRL_ATTACH_FAILED, false},
     {PI::OP_DETACH,             Kind::Adapter, Aspect::Card,  Risk::Medium, "detached", "detach",       "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
-    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Risk::Medium, "detached", "detach by force", "detaching",
+    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Risk::Medium, "detached", "detach", "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
-    {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units, Risk::Medium, "online",   "bring online", "bringing online",
-     "it has no storage unit that is offline", 22031, 0, false},
-    {PI::OP_MAKE_OFFLINE,       Kind::Drive,   Aspect::Units, Risk::Medium, "offline",  "take offline", "taking offline",
-     "it has no storage unit that is online", 22029, 0, true},
+    {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units, Risk::Medium, "online",   "online", "bringing online",
+     "no storage unit is offline", 22031, 0, false},
+    {PI::OP_MAKE_OFFLINE,       Kind::Drive,   Aspect::Units, Risk::Medium, "offline",  "offline", "taking offline",
+     "no storage unit is online", 22029, 0, true},
     {PI::OP_FORMAT_DEVICE,      Kind::Drive,   Aspect::Data,  Risk::High,   "",         "format",       "formatting",
      "", 0, 0, true},
 };
@@ -62,7 +62,7 @@ bool HasValue(const PI::CProperty& property, std::int32_t value) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-// A card between the two states has neither reason, and then its activity tells.
+// A card between the two states has neither reason; then its activity is the state.
 std::string CardState(Session& session, std::uint64_t object) {
   for (const PI::CProperty& reasons : session.Property(object, PI::Property::ADDITIONAL_STATUS)) {
     if (HasValue(reasons, PI::Value::ATTACHED)) return "attached";
@@ -92,13 +92,13 @@ struct Refusal {
 };
 
 constexpr Refusal kRefusals[] = {
-    {PI::ERR_ADAPTER_BUSY, "a card is still being attached or detached",
-     "Wait until that has ended, then try again."},
-    {PI::ERR_LOCATE_IN_PROGRESS, "its light is on already", nullptr},
-    {PI::ERR_NO_LOCATE_STARTED, "its light is off already", nullptr},
+    {PI::ERR_ADAPTER_BUSY, "a card is being attached or detached",
+     "Wait until it is done, then try again."},
+    {PI::ERR_LOCATE_IN_PROGRESS, "locate LED already on", nullptr},
+    {PI::ERR_NO_LOCATE_STARTED, "locate LED already off", nullptr},
     {PI::ERR_PHYSICALDRIVE_NOT_AVAILABLE, "the drive is not available",
-     "See its status with: corvane-host tree"},
-    {PI::ERR_GENERAL, "it is in the wrong state", nullptr},
+     "Check its status: corvane-host tree"},
+    {PI::ERR_GENERAL, "wrong state", nullptr},
 };
 
 }  // namespace
@@ -125,8 +125,7 @@ std::uint32_t ResolveOperation(const Object& object, const std::string& text) {
   }
   std::vector<std::string> advice = DidYouMean(text, names);
   advice.push_back(fmt::format("See: corvane-host op list {}", object.m_Selector));
-  throw Failure(ExitCode::Usage, "NO_SUCH_OPERATION", fmt::format("finding '{}'", text),
-                "there is no such operation", advice);
+  throw Failure(ExitCode::Usage, "NO_SUCH_OPERATION", text, "no such operation", advice);
 }
 
 std::string StateOf(Session& session, std::uint64_t object, Aspect aspect) {
@@ -148,7 +147,7 @@ Failure CheckFailure(const std::string& what, const OperationRow* row, const std
     if (refusal.m_Error != error) continue;
     std::string why = refusal.m_Why;
     if (error == PI::ERR_GENERAL && row != nullptr && *row->m_Only != '\0') why = row->m_Only;
-    if (error == PI::ERR_GENERAL && !state.empty()) why += fmt::format(", and it is {}", state);
+    if (error == PI::ERR_GENERAL && !state.empty()) why += fmt::format(", but it is {}", state);
     std::vector<std::string> advice;
     if (refusal.m_Advice != nullptr) advice.emplace_back(refusal.m_Advice);
     advice.emplace_back("Nothing was changed.");

@@ -54,7 +54,7 @@ void Progress::Tick() {
 }
 
 void Progress::Draw() {
-  std::fputs(fmt::format("\r{} ... {} gone", m_Doing, ElapsedText(Elapsed())).c_str(), stderr);
+  std::fputs(fmt::format("\r{} ... {} elapsed", m_Doing, ElapsedText(Elapsed())).c_str(), stderr);
 }
 
 void Progress::EmitLine() {
@@ -82,15 +82,15 @@ BackgroundTicks::~BackgroundTicks() {
 // Standard error is written by the other thread again only after this one has been joined.
 void BackgroundTicks::Run(Progress& progress) {
   constexpr milliseconds kOneWait{200};
-  bool told = false;
+  bool isReported = false;
   std::unique_lock<std::mutex> lock(m_Lock);
   while (!m_Ended.wait_for(lock, kOneWait, [this] { return m_IsEnded; })) {
     progress.Tick();
-    if (told || !StopRequested()) continue;
-    told = true;
+    if (isReported || !StopRequested()) continue;
+    isReported = true;
     std::fputs(
-        "\nThis cannot be stopped half-way; the program ends when it is done.\n"
-        "Asked once more it ends at once and leaves the card to itself.\n",
+        "\nThis cannot be interrupted; the program exits when it is done.\n"
+        "Press Ctrl-C again to exit; the card continues formatting.\n",
         stderr);
   }
 }

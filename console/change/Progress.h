@@ -1,4 +1,4 @@
-// How long work tells of itself: a line with the elapsed time on a terminal, plain lines otherwise.
+// Progress of long operations: a line with the elapsed time on a terminal, plain lines otherwise.
 #pragma once
 
 #include <chrono>
@@ -14,17 +14,17 @@ namespace Console {
 // For one thread.
 class Progress {
  public:
-  // Says at once what begins, such as "Attaching a0"; `state` stands in the lines of -o jsonl.
+  // Prints the start, such as "Attaching a0"; `state` is part of the lines of -o jsonl.
   Progress(Context& context, const std::string& doing, Json state);
   // Ends the line.
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // Call now and then: says that the work goes on, when it is time to say so again.
+  // Call regularly: prints progress when it is due.
   void Tick();
   std::chrono::milliseconds Elapsed() const;
-  // Whether it writes one line over and over.
+  // Whether it rewrites one line.
   bool Rewrites() const { return m_Rewrites; }
 
  private:
@@ -39,8 +39,8 @@ class Progress {
   std::chrono::milliseconds m_NextLine;
 };
 
-// Ticks from a thread of its own while the caller is held up in a call that cannot be interrupted,
-// and tells whoever asks the program to end that it cannot. Does nothing without a terminal.
+// Calls `Tick` from a thread of its own during a call that cannot be interrupted, and says so on a
+// stop signal. Does nothing without a terminal.
 class BackgroundTicks {
  public:
   explicit BackgroundTicks(Progress& progress);

@@ -39,7 +39,7 @@ std::unique_ptr<CLI::App> MakeApp(Options& options) {
   app->set_help_flag();
   app->allow_extras();
   app->add_option("words", options.m_Words)->group("");
-  // So that a person can correct what an alias or a script has put in front.
+  // So that users can override what an alias or a script has put before.
   app->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   for (const OptionRow& row : AllOptions()) AddOption(*app, row);
   return app;
@@ -69,7 +69,7 @@ void Store(const OptionRow& row, const CLI::Option& given, Options& options) {
   options.m_Given.insert(row.m_Long);
 }
 
-// The form, found without a full understanding of the arguments.
+// The output format, found even if the arguments cannot be parsed.
 std::string GuessForm(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     for (const std::string& form : FindOption(kFormOption)->m_Choices) {
@@ -81,11 +81,11 @@ std::string GuessForm(const std::vector<std::string>& arguments) {
   return {};
 }
 
-// An option that ends the line and lacks its value; everything else in the parser's words.
+// Names an option without its value at the end of the line; other errors have the parser's text.
 std::string WhyNotParsed(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
   const OptionRow* last = arguments.empty() ? nullptr : FindOption(arguments.back());
   if (last == nullptr || !TakesNextWord(*last)) return e.what();
-  return fmt::format("{} lacks its {}", arguments.back(), last->m_Value);
+  return fmt::format("{} requires {}", arguments.back(), last->m_Value);
 }
 
 std::vector<std::string> AdviceForUnknown(const std::string& option) {
@@ -97,18 +97,18 @@ std::vector<std::string> AdviceForUnknown(const std::string& option) {
 void RequireChoice(const OptionRow& row, const std::string& value) {
   if (std::find(row.m_Choices.begin(), row.m_Choices.end(), value) != row.m_Choices.end()) return;
   std::vector<std::string> advice = DidYouMean(value, row.m_Choices);
-  advice.push_back(fmt::format("It may be: {}", fmt::join(row.m_Choices, ", ")));
+  advice.push_back(fmt::format("Valid: {}", fmt::join(row.m_Choices, ", ")));
   const char* name = *row.m_Short == '\0' ? row.m_Long : row.m_Short;
-  throw UsageFailure(fmt::format("{} cannot be '{}'", name, value), advice);
+  throw UsageFailure(fmt::format("{}: invalid value '{}'", name, value), advice);
 }
 
 void CheckValues(const CLI::App& app, Options& options) {
   for (const std::string& extra : app.remaining()) {
-    if (extra == "--") continue;  // the parser keeps it, though it has understood it
+    if (extra == "--") continue;  // the parser keeps it, although it has handled it
     const std::string name = extra.substr(0, extra.find('='));
-    throw UsageFailure(fmt::format("there is no option {}", name), AdviceForUnknown(name));
+    throw UsageFailure(fmt::format("unknown option {}", name), AdviceForUnknown(name));
   }
-  // A failure must not be told in a form that does not exist.
+  // A failure must not be reported in a format that does not exist.
   const std::string form = options.m_Form;
   options.m_Form.clear();
   for (const OptionRow& row : AllOptions()) {
@@ -118,7 +118,7 @@ void CheckValues(const CLI::App& app, Options& options) {
   options.m_Form = form;
 }
 
-// Whatever else is on the line: whoever asks for help may have it half written.
+// Whatever else is on the line, which may be incomplete.
 void AskForHelp(Options& options) {
   options.m_Words.resize(std::min<std::size_t>(options.m_Words.size(), 1));
   options.m_Words.insert(options.m_Words.begin(), "help");
@@ -161,7 +161,7 @@ Style DecideStyle(const Options& options, std::size_t terminalWidth) {
   Style style;
   std::setlocale(LC_CTYPE, "");
   const bool utf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
-  // Names of cards are measured as UTF-8 whatever the person's terminal can draw.
+  // Widths are computed in UTF-8, whatever the terminal can display.
   if (!utf8) std::setlocale(LC_CTYPE, "C.UTF-8");
   style.m_Ascii = options.m_Ascii || !utf8;
   style.m_Color = WantsColor(options, terminalWidth > 0);

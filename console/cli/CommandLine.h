@@ -1,4 +1,4 @@
-// The command line as values.
+// Parsing the command line.
 #pragma once
 
 #include <optional>
@@ -11,11 +11,12 @@
 
 namespace Console {
 
-// Reads the arguments without the program's name. Throws `Failure` for what it does not know; as
-// much of `options` as was understood is then set, so that the failure is told in the right form.
+// Parses the arguments, which do not include the program's name. Throws `Failure` on a usage error;
+// `options` then has what was parsed so far, so that the failure is reported in the requested
+// format.
 void ParseCommandLine(const std::vector<std::string>& arguments, Options& options);
 
-// Options, environment and terminal together.
+// From options, environment and terminal.
 Style DecideStyle(const Options& options, std::size_t terminalWidth);
 
 }  // namespace Console

@@ -11,28 +11,48 @@
 namespace Console {
 namespace {
 
+struct GroupRow {
+  Group m_Group;
+  const char* m_Name;     // for programs, to which it is fixed
+  const char* m_Heading;  // for people
+};
+
+constexpr GroupRow kGroups[] = {
+    {Group::Inspect, "Look", "Inspect"},
+    {Group::Change, "Do", "Change"},
+    {Group::Export, "Export", "Export"},
+    {Group::Help, "Help", "Help"},
+    {Group::Hidden, "", ""},
+};
+
+const GroupRow& RowOf(Group group) {
+  return *std::find_if(std::begin(kGroups), std::end(kGroups),
+                       [&](const GroupRow& row) { return row.m_Group == group; });
+}
+
 void CheckCount(const Command& command, std::size_t count) {
   if (count >= command.m_Least && count <= command.m_Most) return;
   throw UsageFailure(fmt::format("{} has too {} arguments", command.m_Name,
                                  count < command.m_Least ? "few" : "many"),
-                     {fmt::format("Use: corvane-host {}", Synopsis(command)),
+                     {fmt::format("Usage: corvane-host {}", Synopsis(command)),
                       fmt::format("See: corvane-host help {}", command.m_Name)});
 }
 
 void CheckForm(const Command& command, const std::string& form) {
   const std::vector<std::string>& forms = command.m_Forms;
   if (form.empty() || std::find(forms.begin(), forms.end(), form) != forms.end()) return;
-  throw UsageFailure(fmt::format("{} has no form '{}'", command.m_Name, form),
-                     {fmt::format("It has: {}", fmt::join(forms, ", "))});
+  throw UsageFailure(fmt::format("{} does not support --output {}", command.m_Name, form),
+                     {fmt::format("Supported: {}", fmt::join(forms, ", "))});
 }
 
-// A file behind a space is a word of its own, since --simulate may stand alone.
+// In "--simulate FILE", FILE is a word of its own, because the value of --simulate is optional.
 void RequireNoFile(const Options& options) {
   const std::string& word = options.m_Words.front();
   const bool alone = options.m_Simulate && options.m_Simulate->empty();
   if (!alone || word.find('/') == std::string::npos) return;
-  throw UsageFailure(fmt::format("there is no command '{}'", word),
-                     {fmt::format("If it is the file of the cards: --simulate={}", word)});
+  throw UsageFailure(
+      fmt::format("unknown command '{}'", word),
+      {fmt::format("To use it as the file of simulated cards: --simulate={}", word)});
 }
 
 void CheckOptions(const CommandTable& commands, const Command& command, const Options& options) {
@@ -40,8 +60,8 @@ void CheckOptions(const CommandTable& commands, const Command& command, const Op
     const OptionRow& row = *FindOption(name);
     if (HasOption(command, row)) continue;
     throw UsageFailure(
-        fmt::format("{} has no option {}", command.m_Name, name),
-        {fmt::format("Commands that have it: {}", fmt::join(CommandsWith(commands, row), ", ")),
+        fmt::format("{} does not accept {}", command.m_Name, name),
+        {fmt::format("Commands that accept it: {}", fmt::join(CommandsWith(commands, row), ", ")),
          fmt::format("See: corvane-host help {}", command.m_Name)});
   }
 }
@@ -63,11 +83,11 @@ const Command& CommandTable::Require(const std::string& name) const {
   }
   std::vector<std::string> advice = DidYouMean(name, names);
   advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
-  throw UsageFailure(fmt::format("there is no command '{}'", name), advice);
+  throw UsageFailure(fmt::format("unknown command '{}'", name), advice);
 }
 
 const Command& CommandTable::Choose(const Options& options) const {
-  if (options.m_Words.empty()) throw UsageFailure("a command is missing");
+  if (options.m_Words.empty()) throw UsageFailure("missing command");
   RequireNoFile(options);
   const Command& command = Require(options.m_Words.front());
   CheckCount(command, options.m_Words.size() - 1);
@@ -90,19 +110,11 @@ std::vector<std::string> CommandsWith(const CommandTable& commands, const Option
 }
 
 const char* GroupName(Group group) {
-  switch (group) {
-    case Group::Inspect:
-      return "Look";
-    case Group::Change:
-      return "Do";
-    case Group::Export:
-      return "Export";
-    case Group::Help:
-      return "Help";
-    case Group::Hidden:
-      break;
-  }
-  return "";
+  return RowOf(group).m_Name;
+}
+
+const char* GroupHeading(Group group) {
+  return RowOf(group).m_Heading;
 }
 
 std::string Synopsis(const Command& command) {

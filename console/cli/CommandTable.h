@@ -13,7 +13,7 @@
 
 namespace Console {
 
-// What a person wants from a command; hidden commands are for programs, and in no help.
+// Groups of the help; hidden commands are for programs and not in the help.
 enum class Group { Inspect, Change, Export, Help, Hidden };
 
 // What --timeout limits.
@@ -45,17 +45,17 @@ struct Command {
   std::size_t m_Least = 0;       // number of arguments
   std::size_t m_Most = 0;
   const char* m_Summary = "";
-  std::vector<std::string> m_Forms;    // the first one is the command's own
+  std::vector<std::string> m_Forms;    // the first one is the default
   std::vector<std::string> m_Options;  // beside those of all commands
   TimeoutScope m_TimeoutScope = TimeoutScope::Reading;
   CommandResult (*m_Run)(Context&) = nullptr;
   const char* m_Description = "";  // a sentence or two
-  const char* m_Danger = "";       // what can be lost or cut off; empty when nothing can
+  const char* m_Danger = "";       // what can be lost; empty: nothing
   std::vector<Exit> m_Exits;       // what a code means for this command
   std::vector<Example> m_Examples;
 };
 
-// All commands, in the order in which the help shows them; those of a group stand together.
+// All commands, in the order in which the help shows them; the commands of a group are adjacent.
 class CommandTable {
  public:
   explicit CommandTable(std::vector<Command> commands) : m_Commands(std::move(commands)) {}
@@ -66,11 +66,11 @@ class CommandTable {
   // The command of that name, or null.
   const Command* Find(const std::string& name) const;
 
-  // The command of that name. Throws `Failure` with a better one.
+  // The command of that name. Throws `Failure` that suggests a similar one.
   const Command& Require(const std::string& name) const;
 
-  // Finds the command of the first word and checks arguments, form and options against its row.
-  // Throws `Failure` for what does not fit.
+  // Finds the command that the first word names, and checks arguments, format and options against
+  // its row. Throws `Failure` on a usage error.
   const Command& Choose(const Options& options) const;
 
  private:
@@ -80,11 +80,14 @@ class CommandTable {
 // Whether the row is an option of that command, or of all.
 bool HasOption(const Command& command, const OptionRow& row);
 
-// The names of the commands that have an option which not all have.
+// The names of the commands that accept an option, empty for a common one.
 std::vector<std::string> CommandsWith(const CommandTable& commands, const OptionRow& row);
 
-// "Look", "Do", "Export", "Help".
+// For programs: "Look", "Do", "Export", "Help".
 const char* GroupName(Group group);
+
+// For people: "Inspect", "Change", "Export", "Help".
+const char* GroupHeading(Group group);
 
 // "get OBJ [PROP...]".
 std::string Synopsis(const Command& command);

@@ -7,10 +7,10 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Below the minute after which most programs that call this one give up by themselves.
+// Less than the minute after which most callers of this program give up.
 constexpr milliseconds kUsual = std::chrono::seconds(30);
 
-// Somebody waits for it in the middle of a line.
+// The user is waiting while typing.
 constexpr milliseconds kCompletion = std::chrono::seconds(5);
 
 // Whether it reads once and ends.
@@ -22,14 +22,14 @@ bool IsOneReading(const Command& command, const Options& options) {
 }  // namespace
 
 TimeLimits LimitsOf(const Command& command, const Options& options) {
-  std::optional<milliseconds> told;
-  if (!options.m_Timeout.empty()) told = ParseDuration("--timeout", options.m_Timeout);
+  std::optional<milliseconds> given;
+  if (!options.m_Timeout.empty()) given = ParseDuration("--timeout", options.m_Timeout);
   TimeLimits limits;
   const milliseconds usual = command.m_Group == Group::Hidden ? kCompletion : kUsual;
   const bool waits = command.m_TimeoutScope == TimeoutScope::Wait;
-  limits.m_Call = waits ? usual : told.value_or(usual);
+  limits.m_Call = waits ? usual : given.value_or(usual);
   if (IsOneReading(command, options)) limits.m_Total = Deadline(limits.m_Call);
-  if (!waits) limits.m_Format = told;
+  if (!waits) limits.m_Format = given;
   return limits;
 }
 

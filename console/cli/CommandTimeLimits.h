@@ -1,4 +1,4 @@
-// How long each command waits for a plug-in that does not answer.
+// How long each command waits for a plug-in that does not respond.
 #pragma once
 
 #include "console/base/Options.h"

@@ -25,15 +25,15 @@ namespace {
 using Candidates = std::vector<Candidate>;
 using Words = std::vector<std::string>;
 
-// The unfinished line, understood as far as it goes.
+// The unfinished line, parsed as far as possible.
 struct Line {
   Words m_Before;                       // everything before the last word
   std::string m_Last;                   // what is to be completed
-  std::string m_Glued;                  // the option in front of it in the same word, "--output="
+  std::string m_Glued;                  // the option before it in the same word, "--output="
   const OptionRow* m_Option = nullptr;  // whose value is to be completed
   std::string m_Verb;
-  const Command* m_Command = nullptr;  // null for a verb that there is not, too
-  Words m_Arguments;                   // behind the command
+  const Command* m_Command = nullptr;  // null also for an unknown verb
+  Words m_Arguments;                   // after the command
   bool m_OnlyArguments = false;
   const CommandTable& m_Table;
   const ObjectSource& m_Source;
@@ -41,7 +41,7 @@ struct Line {
   Model Objects() const;
 };
 
-// The short option at the end of "-Ho", if a value is to follow it.
+// The short option at the end of "-Ho", if it takes a value.
 const OptionRow* LastOfCluster(const std::string& word) {
   const OptionRow* row = nullptr;
   for (std::size_t i = 1; i < word.size(); ++i) {
@@ -72,7 +72,7 @@ void TakeWord(Line& line, const std::string& word) {
   }
 }
 
-// "--output=js" is an option and the beginning of its value.
+// "--output=js" is an option and the start of its value.
 void CutGlued(Line& line) {
   const std::size_t sign = line.m_Last.find('=');
   if (line.m_OnlyArguments || line.m_Option != nullptr || sign == std::string::npos) return;
@@ -92,7 +92,8 @@ Line Understand(const Words& words, const CommandTable& commands, const ObjectSo
   return line;
 }
 
-// Options before the last word count: simulated cards, another plug-in. A look must leave no trace.
+// Options before the last word apply, such as --simulate or --plugin. Completion must not leave
+// anything in the database.
 Model Line::Objects() const {
   Options options;
   Words words = m_Before;
@@ -100,7 +101,7 @@ Model Line::Objects() const {
   try {
     ParseCommandLine(words, options);
   } catch (const Failure&) {
-    // What was understood is enough.
+    // What was parsed is enough.
   }
   options.m_Database = ":memory:";
   options.m_Trace.reset();
@@ -135,7 +136,7 @@ Candidates Drives(const Line& line) {
   return ObjectsThat(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
 }
 
-// Nothing for an object that is not there.
+// Empty if there is no such object.
 std::optional<Object> ObjectOf(const Line& line, std::size_t argument) {
   if (line.m_Arguments.size() <= argument) return std::nullopt;
   try {
@@ -171,7 +172,7 @@ Candidates Settable(const Line& line) {
   return all;
 }
 
-// Properties only when no state is meant: they need the object.
+// Properties only if no state word matches, because they need the object.
 Candidates Conditions(const Line& line) {
   Candidates all;
   for (const std::string& word : ConditionWords()) {
@@ -193,7 +194,7 @@ bool HasOperation(const Object& object, std::uint32_t number) {
   return (row != nullptr && row->m_Kind == object.m_Kind) || object.Lists(number);
 }
 
-// What the plug-in lists and what this host knows of; `op list` wants no operation.
+// What the plug-in lists and what this host knows; `op list` takes no operation.
 Candidates ObjectOperations(const Line& line) {
   Candidates all;
   if (line.m_Arguments.front() == "list") return all;
@@ -239,7 +240,7 @@ struct ArgumentRow {
   Candidates (*m_Complete)(const Line&);
 };
 
-// By the words that the table of commands has for arguments; what stands there as a|b needs no row.
+// By the argument words of the command rows; a word such as a|b needs no row.
 constexpr ArgumentRow kArguments[] = {
     {"OBJ", AnyObject},
     {"DRIVE", Drives},
@@ -279,7 +280,7 @@ Candidates OptionCandidates(const Line& line) {
   return all;
 }
 
-// Each name behind those that stand before the last comma.
+// Each name, after the names before the last comma.
 Candidates Columns(const std::string& typed) {
   const std::string before = typed.substr(0, typed.rfind(',') + 1);
   Candidates all;

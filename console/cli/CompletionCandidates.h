@@ -1,4 +1,4 @@
-// What may stand at the end of an unfinished command line, from the tables of commands and options.
+// Completion of an unfinished command line, from the tables of commands and options.
 #pragma once
 
 #include <functional>
@@ -12,18 +12,18 @@
 namespace Console {
 
 struct Candidate {
-  std::string m_Word;  // whole, as it would stand in place of the last word
+  std::string m_Word;  // the complete word that would replace the last one
   std::string m_Meaning;
 };
 
-// Instead of candidates: the shell knows files better.
+// Instead of candidates: the shell completes file names.
 inline constexpr const char* kFilesWord = ":files";
 
-// The objects as the options on the unfinished line want them; may throw.
+// Reads the objects with the options of the unfinished line; may throw.
 using ObjectSource = std::function<Model(const Options&)>;
 
-// Candidates for the last of `words`, of which the program's name is not one. The objects are
-// asked for only when one of them may stand there.
+// Candidates for the last of `words`, which do not include the program's name. The objects are read
+// only if the word can be one.
 std::vector<Candidate> Complete(const std::vector<std::string>& words, const CommandTable& commands,
                                 const ObjectSource& objects);
 

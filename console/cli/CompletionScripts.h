@@ -1,4 +1,4 @@
-// The scripts that teach shells to complete this program's command line.
+// The completion scripts of the shells.
 #pragma once
 
 #include <vector>

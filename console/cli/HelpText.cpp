@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t kColumns = 80;
 constexpr std::size_t kSynopsis = 18;  // of a command, so that all groups agree
 
-// The text in lines of at most `kColumns`, each behind that many spaces but the first.
+// The text in lines of at most `kColumns`, all but the first indented.
 std::string Wrapped(const std::string& text, std::size_t indent) {
   std::vector<std::string> words;
   boost::split(words, text, boost::is_space(), boost::token_compress_on);
@@ -69,10 +69,10 @@ std::string CommandsOfGroup(const CommandTable& commands, Group group) {
     if (command.m_Group != group) continue;
     items.push_back({fmt::format("{:<{}}", Synopsis(command), kSynopsis), command.m_Summary});
   }
-  return Section(GroupName(group), items, kSynopsis);
+  return Section(GroupHeading(group), items, kSynopsis);
 }
 
-// What may be given besides what the help says in words.
+// The text of the help, with the choices.
 std::string OptionMeaning(const OptionRow& row, const std::vector<std::string>& choices) {
   if (choices.empty()) return row.m_Help;
   return fmt::format("{}: {}", row.m_Help, fmt::join(choices, ", "));
@@ -90,7 +90,7 @@ std::vector<Item> OptionItems(const CommandTable& commands, bool common) {
   return items;
 }
 
-// Those that it shares with few others first.
+// Options of some commands first.
 std::vector<Item> OptionItems(const Command& command) {
   std::vector<Item> items;
   for (const bool common : {false, true}) {
@@ -138,8 +138,8 @@ std::vector<Item> GeneralExamples(const CommandTable& commands) {
 
 std::string GeneralHelp(const CommandTable& commands) {
   std::string text =
-      "Use: corvane-host COMMAND [ARGUMENTS] [OPTIONS]\n"
-      "Shows this machine's storage cards through a storage plug-in, and changes them.\n";
+      "Usage: corvane-host COMMAND [ARGUMENTS] [OPTIONS]\n"
+      "Show and manage this machine's storage cards through a storage plug-in.\n";
   for (const Group group : {Group::Inspect, Group::Change, Group::Export, Group::Help}) {
     text += CommandsOfGroup(commands, group);
   }
@@ -151,13 +151,13 @@ std::string GeneralHelp(const CommandTable& commands) {
 }
 
 std::string CommandHelp(const Command& command) {
-  std::string text =
-      fmt::format("Use: corvane-host {} [OPTIONS]\n{}.\n", Synopsis(command), command.m_Summary);
+  std::string text = fmt::format("Usage: corvane-host {} [OPTIONS]\n{}\n", Synopsis(command),
+                                 Sentence(command.m_Summary));
   if (*command.m_Description != '\0') text += "\n" + Wrapped(command.m_Description, 0);
   if (*command.m_Danger != '\0') text += "\nDanger\n  " + Wrapped(command.m_Danger, 2);
   text += Section("Arguments", ArgumentItems(command));
   text += Section("Options", OptionItems(command));
-  text += Section("Exit codes beside those of corvane-host help", ExitItems(command.m_Exits));
+  text += Section("Additional exit codes", ExitItems(command.m_Exits));
   std::vector<Item> examples;
   AddExamples(examples, command, true);
   return text + Section("Examples", examples, 48);

@@ -1,4 +1,4 @@
-// The help as text: of everything, and of one command.
+// The text of the help.
 #pragma once
 
 #include <string>

@@ -1,6 +1,7 @@
 #include "console/cli/HelpTopics.h"
 
 #include <boost/algorithm/string.hpp>
+#include <cctype>
 
 namespace Console {
 namespace {
@@ -8,36 +9,34 @@ namespace {
 // clang-format off
 
 constexpr ArgumentText kArguments[] = {
-    {"OBJ",       "An object: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0, a "
+    {"OBJ",       "an object: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0, a "
                   "control device, or an object id in hexadecimal"},
-    {"DRIVE",     "A drive: a0/d0, or its object id in hexadecimal"},
-    {"PROP",      "A property by the name that show gives, such as temperature_celsius; all of "
-                  "them when none is named"},
-    {"PROP=VALUE", "A property that can be changed, and its new value: poll_interval=30"},
-    {"on|off",    "What the light shall be"},
-    {"COND",      "ok, warning, failed, attached, detached, gone, present, or a property compared: "
-                  "'temperature_celsius<70'; the signs are = != < <= > >="},
-    {"TABLE",     "adapter, drive or plugin; all of them when none is named"},
-    {"ID",        "A number (10972), a name (CTRL_PNPADD) or a property as get calls it "
+    {"DRIVE",     "a drive: a0/d0, or its object id in hexadecimal"},
+    {"PROP",      "a property name as printed by show, such as temperature_celsius (default: all)"},
+    {"PROP=VALUE", "a writable property and its new value: poll_interval=30"},
+    {"on|off",    "the new state of the locate LED"},
+    {"COND",      "ok, warning, failed, attached, detached, gone, present, or a comparison with a "
+                  "property: 'temperature_celsius<70'; operators are = != < <= > >="},
+    {"TABLE",     "adapter, drive or plugin (default: all)"},
+    {"ID",        "a number (10972), a name (CTRL_PNPADD) or a property name "
                   "(temperature_celsius)"},
     {"SHELL",     "bash, zsh or fish"},
-    {"COMMAND",   "A command of this program"},
-    {"list|check|run", "list shows an object's operations, check asks whether one is possible now, "
-                  "run carries it out"},
-    {"OP",        "An operation by name, with or without OP_ in front, or by number"},
-    {"ARG=VALUE", "An argument of the operation: FORMATTING=CUSTOM SIZE=80 BLOCK_SIZE=4096"},
+    {"COMMAND",   "a command of this program"},
+    {"list|check|run", "list an object's operations, check whether one is possible now, or run one"},
+    {"OP",        "an operation by name, with or without the OP_ prefix, or by number"},
+    {"ARG=VALUE", "an argument of the operation: FORMATTING=CUSTOM SIZE=80 BLOCK_SIZE=4096"},
 };
 
 const std::vector<Exit> kCommonExits = {
-    {0, "done, also when there was nothing to do"},
+    {0, "done, or nothing to do"},
     {1, "the operation failed"},
-    {2, "the command line is wrong"},
-    {3, "no such object, or more than one"},
+    {2, "usage error"},
+    {3, "no such object, or ambiguous"},
     {4, "refused; nothing was changed"},
-    {5, "the plug-in is not loaded or not fit"},
-    {6, "permission is missing"},
+    {5, "plug-in missing or incompatible"},
+    {6, "permission denied"},
     {7, "timed out"},
-    {130, "stopped by a signal"},
+    {130, "interrupted by a signal"},
 };
 
 // clang-format on
@@ -61,6 +60,12 @@ std::string ArgumentMeaning(const std::string& word) {
 
 const std::vector<Exit>& CommonExits() {
   return kCommonExits;
+}
+
+std::string Sentence(std::string text) {
+  if (text.empty()) return {};
+  text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+  return text.back() == '.' ? text : text + ".";
 }
 
 }  // namespace Console

@@ -14,7 +14,7 @@ namespace Console {
 namespace {
 
 std::chrono::milliseconds CheckTimeout(const Options& options) {
-  // Below the minute after which monitoring systems give up by themselves.
+  // Less than the minute after which monitoring systems give up.
   constexpr std::chrono::seconds kDefault(30);
   if (options.m_Timeout.empty()) return kDefault;
   return ParseDuration("--timeout", options.m_Timeout);
@@ -23,29 +23,29 @@ std::chrono::milliseconds CheckTimeout(const Options& options) {
 Failure EndingFailure(const SubprocessResult& ending, std::chrono::milliseconds timeout) {
   switch (ending.m_End) {
     case SubprocessEnd::TimedOut:
-      return Failure(ExitCode::TimedOut, "TIMED_OUT", "looking at the cards",
-                     fmt::format("it took longer than {} ms", timeout.count()),
-                     {"Give it more time with --timeout."});
+      return Failure(ExitCode::TimedOut, "TIMED_OUT", "check",
+                     fmt::format("timed out after {} ms", timeout.count()),
+                     {"Pass a longer --timeout."});
     case SubprocessEnd::Stopped:
       return StopFailure(Stopped().what());
     case SubprocessEnd::Killed:
-      return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
+      return Failure(ExitCode::Failed, "CRASHED", "check",
                      fmt::format("the program crashed ({})", strsignal(ending.m_Number)));
     case SubprocessEnd::Exited:
       break;
   }
-  return Failure(ExitCode::Failed, "CRASHED", "looking at the cards",
-                 fmt::format("the program ended with code {}", ending.m_Number));
+  return Failure(ExitCode::Failed, "CRASHED", "check",
+                 fmt::format("the program exited with code {}", ending.m_Number));
 }
 
-// A code that says nothing, or none of the answer, is not the command's.
+// Without output, or with another exit code, the command did not finish.
 bool IsAnswer(const SubprocessResult& ending) {
   return ending.m_End == SubprocessEnd::Exited &&
          ending.m_Number <= static_cast<int>(ExitCode::Unknown) && !ending.m_Output.empty();
 }
 
-// What a plug-in or its library prints there would come before the answer where a monitoring system
-// reads both streams as one.
+// What a plug-in or its library prints to standard error would precede the result in monitoring
+// systems that read both streams as one.
 void SilenceErrors() {
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (nowhere < 0) return;

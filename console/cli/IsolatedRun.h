@@ -5,8 +5,8 @@
 
 namespace Console {
 
-// Runs the command as `RunCommand` does, with the plug-in in another process: a monitoring system
-// gets its answer in time whatever the plug-in does. Call before any thread starts.
+// Runs the command like `RunCommand`, in another process, so that a monitoring system gets a result
+// in time whatever the plug-in does. Call before any thread starts.
 ExitCode RunIsolated(Start start);
 
 }  // namespace Console

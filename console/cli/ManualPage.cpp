@@ -52,12 +52,6 @@ std::string Marked(const std::string& synopsis) {
   return marked;
 }
 
-std::string Sentence(std::string text) {
-  if (text.empty()) return {};
-  text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-  return text.back() == '.' ? text : text + ".";
-}
-
 std::string Entry(const std::string& term, const std::vector<std::string>& texts) {
   std::vector<std::string> sentences;
   for (const std::string& text : texts) {
@@ -69,7 +63,7 @@ std::string Entry(const std::string& term, const std::vector<std::string>& texts
 std::string CommandPart(const CommandTable& commands) {
   std::string part;
   for (const Group group : {Group::Inspect, Group::Change, Group::Export, Group::Help}) {
-    part += fmt::format("## {}\n\n", GroupName(group));
+    part += fmt::format("## {}\n\n", GroupHeading(group));
     for (const Command& command : commands) {
       if (command.m_Group != group) continue;
       const std::string arguments = Marked(command.m_Arguments);

@@ -1,4 +1,4 @@
-// All options: one table to read them by, and for checks, help and completion.
+// All options: one table for parsing, checks, help, manual page and completion.
 #pragma once
 
 #include <optional>
@@ -18,12 +18,12 @@ using OptionField =
 struct OptionRow {
   const char* m_Short;  // "-o", or empty
   const char* m_Long;   // "--output"
-  const char* m_Value;  // "FORM"; in brackets when it may be left out; empty for a flag
+  const char* m_Value;  // "FORM"; in brackets if optional; empty for a flag
   OptionField m_Field;
   bool m_Common;  // whether all commands have it
   const char* m_Help;
-  std::vector<std::string> m_Choices = {};  // the values that have names
-  bool m_OnlyChoices = false;               // whether it takes no other value
+  std::vector<std::string> m_Choices = {};  // named values
+  bool m_OnlyChoices = false;               // whether other values are errors
   const char* m_Manual = "";                // what only the manual page says
 };
 
@@ -33,7 +33,7 @@ const std::vector<OptionRow>& AllOptions();
 // The row by its long or short name, or null.
 const OptionRow* FindOption(const std::string& name);
 
-// Whether a value belongs to it as the next word: "-o json", and not "--simulate".
+// Whether the next word is its value: "-o json", but not "--simulate".
 bool TakesNextWord(const OptionRow& row);
 
 // "-o, --output FORM", "--simulate[=FILE]".

@@ -16,7 +16,8 @@ bool IsJson(const std::string& form) {
   return form == "json" || form == "jsonl";
 }
 
-// The plug-in is stopped before the answer is written: a reader that has gone must not keep it up.
+// The plug-in is stopped before the result is written, so that a blocked reader cannot keep it
+// running.
 ExitCode Run(const Command& command, Context& context, ResultStream& stream) {
   const CommandResult result = command.m_Run(context);
   context.Close();
@@ -26,7 +27,7 @@ ExitCode Run(const Command& command, Context& context, ResultStream& stream) {
   return result.m_Code;
 }
 
-// A wrong command line without better advice leads to the help, of its command if it has one.
+// A usage error without advice refers to the help, of the command if it is known.
 std::vector<std::string> AdviceFor(const Failure& failure, const Start& start) {
   const Options& options = start.m_Options;
   if (!failure.m_Advice.empty() || failure.m_Code != ExitCode::Usage) return failure.m_Advice;
@@ -35,7 +36,7 @@ std::vector<std::string> AdviceFor(const Failure& failure, const Start& start) {
   return {"See: corvane-host help" + (known ? " " + options.m_Words.front() : "")};
 }
 
-// A failure has the same envelope as an answer, without a result.
+// A failure has the same envelope as a result.
 std::string FailureText(const Start& start, const Failure& failure, const Envelope& envelope) {
   const std::string& form = start.m_Options.m_Form;
   if (IsJson(form)) return RenderEnvelope(nullptr, envelope, form == "jsonl");
@@ -52,7 +53,7 @@ ExitCode Report(const Start& start, const Failure& failure, const Context* conte
   try {
     stream.Write(FailureText(start, failure, envelope));
   } catch (const Failure&) {
-    // Standard error has been told; the answer's reader is gone.
+    // The failure is on standard error already; the reader of standard output is gone.
   }
   return code;
 }
@@ -60,10 +61,10 @@ ExitCode Report(const Start& start, const Failure& failure, const Context* conte
 Failure AsFailure(const std::exception& e) {
   if (const auto* failure = dynamic_cast<const Failure*>(&e)) return *failure;
   if (dynamic_cast<const Stopped*>(&e) != nullptr) return StopFailure(e.what());
-  return Failure(ExitCode::Failed, "UNEXPECTED", "the command", e.what());
+  return Failure(ExitCode::Failed, "UNEXPECTED", e.what());
 }
 
-// Monitoring systems show the first line that they get from either stream.
+// Monitoring systems show the first line of either stream.
 Volume VolumeOf(const Start& start) {
   if (start.m_Monitored && !start.m_Options.m_Verbose) return Volume::Nothing;
   return start.m_Options.m_Quiet ? Volume::Errors : Volume::All;
@@ -83,7 +84,7 @@ ExitCode RunCommand(const Start& start) {
   Context context(options, style, diagnostics, stream, command.m_Name, form,
                   Words(options.m_Words.begin() + 1, options.m_Words.end()));
   try {
-    // What is monitored has a time limit as a whole, and a process of its own.
+    // A monitored command has one time limit and runs in a process of its own.
     if (!start.m_Monitored) context.Limit(LimitsOf(command, options));
     return Run(command, context, stream);
   } catch (const std::exception& e) {

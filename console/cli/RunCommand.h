@@ -1,4 +1,4 @@
-// One command from its options to its answer or its failure.
+// Running one command, from its options to its result or failure.
 #pragma once
 
 #include <optional>
@@ -9,17 +9,17 @@
 
 namespace Console {
 
-// What is known when the arguments have been read.
+// What is known after parsing the arguments.
 struct Start {
   const CommandTable& m_Commands;
   Options m_Options;
   const Command* m_pCommand = nullptr;
-  bool m_Monitored = false;  // a monitoring system waits for the answer
+  bool m_Monitored = false;  // `check`: a monitoring system reads the output
   std::optional<Failure> m_Wrong;
 };
 
-// Runs the command, or reports what is wrong with it; gives the code with which to end. For the
-// whole life of the process it takes standard output away from everything else.
+// Runs the command, or reports the usage error. Returns the exit code. Reserves standard output for
+// the result, for the rest of the process.
 ExitCode RunCommand(const Start& start);
 
 }  // namespace Console

@@ -18,19 +18,18 @@ Command AttachCommand() {
   command.m_Arguments = "OBJ";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "Make a card's drive available to the system";
+  command.m_Summary = "make a card's drive available to the system";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "Makes the drive of a card available to the system and waits until it is. May take "
-      "minutes.";
-  command.m_Danger = "Asks first; -y answers yes.";
-  command.m_Exits = {{4, "refused, or nobody could be asked"},
-                     {7, "not attached within --timeout; the card goes on"}};
-  command.m_Examples = {{"attach a1", "asks, attaches and waits"},
-                        {"attach a1 -y --timeout 10m", "for a script"}};
+      "Attaches the card and waits until its drive is available, which can take minutes.";
+  command.m_Danger = "Asks for confirmation; pass --yes to confirm.";
+  command.m_Exits = {{4, "refused or not confirmed"},
+                     {7, "not attached within --timeout; the card continues"}};
+  command.m_Examples = {{"attach a1", "confirm, attach and wait"},
+                        {"attach a1 --yes --timeout 10m", "attach from a script"}};
   return command;
 }
 

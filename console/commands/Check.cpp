@@ -1,5 +1,5 @@
-// check: the state of the cards for a monitoring system. What goes wrong before there is an answer
-// is reported in the same form by the program itself.
+// check: the state of the cards for a monitoring system. Failures before there is a result are
+// reported in the same format by `RunCommand`.
 #include "console/cli/CommandTable.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
@@ -66,19 +66,19 @@ Command CheckCommand() {
   command.m_Arguments = "[OBJ]";
   command.m_Least = 0;
   command.m_Most = 1;
-  command.m_Summary = "One line, figures and an exit code for monitoring systems";
+  command.m_Summary = "print one line, performance data and an exit code for monitoring systems";
   command.m_Forms = {"table", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "For monitoring systems: a line with the worst state and its reason, performance "
-      "figures behind '|', then a line for each object. It answers in the same form when "
-      "something is wrong with the command line or the plug-in.";
-  command.m_Exits = {{0, "all cards are well"},
-                     {1, "a card is warning"},
-                     {2, "a card has failed"},
-                     {3, "unknown: no card, no plug-in, a wrong command line, or too late"}};
-  command.m_Examples = {{"check", "a nightly check by a script or a monitoring system", true},
-                        {"check a1 --timeout 10s", "one card, in ten seconds at most"}};
+      "The first line has the worst state and its reason, then performance data after '|'; "
+      "one line per object follows. The output has the same format when the command line "
+      "is wrong or the plug-in fails.";
+  command.m_Exits = {{0, "OK: all cards are healthy"},
+                     {1, "WARNING: a card has a warning"},
+                     {2, "CRITICAL: a card has failed"},
+                     {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
+  command.m_Examples = {{"check", "run as a check of a monitoring system", true},
+                        {"check a1 --timeout 10s", "check one card, within ten seconds"}};
   return command;
 }
 

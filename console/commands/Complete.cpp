@@ -1,4 +1,4 @@
-// complete: what the scripts of the shells ask.
+// complete: called by the completion scripts.
 #include "console/base/Printable.h"
 #include "console/cli/CompletionCandidates.h"
 #include "console/commands/All.h"
@@ -29,7 +29,7 @@ Command CompleteCommand() {
   command.m_Arguments = "WORD...";
   command.m_Least = 1;
   command.m_Most = kAnyNumber;
-  command.m_Summary = "What may stand at the last word, for the scripts";
+  command.m_Summary = "print completion candidates for the last word, for the completion scripts";
   command.m_Forms = {"value"};
   command.m_Run = Run;
   return command;

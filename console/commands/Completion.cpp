@@ -1,4 +1,4 @@
-// completion: the script for a shell.
+// completion: the completion script for a shell.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -17,7 +17,7 @@ const Script& RequireScript(const std::string& shell) {
   }
   std::vector<std::string> advice = DidYouMean(shell, shells);
   advice.push_back(fmt::format("Shells: {}", fmt::join(shells, ", ")));
-  throw UsageFailure(fmt::format("there is no completion for '{}'", shell), advice);
+  throw UsageFailure(fmt::format("no completion script for '{}'", shell), advice);
 }
 
 CommandResult Run(Context& context) {
@@ -37,17 +37,17 @@ Command CompletionCommand() {
   command.m_Arguments = "SHELL";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "A script that teaches bash, zsh or fish to complete commands";
+  command.m_Summary = "generate a shell completion script";
   command.m_Forms = {"value"};
   command.m_Run = Run;
   command.m_Description =
-      "Prints a script for the shell. With it the Tab key completes commands, their options "
-      "and values, the names of objects, properties and operations.";
-  command.m_Exits = {{2, "there is no script for that shell"}};
+      "Prints a completion script for bash, zsh or fish. It completes commands, options "
+      "and values, and the names of objects, properties and operations.";
+  command.m_Exits = {{2, "unsupported shell"}};
   command.m_Examples = {
       {"completion bash > ~/.corvane-completion",
        "for bash, with 'source ~/.corvane-completion' in ~/.bashrc"},
-      {"completion fish > ~/.config/fish/completions/corvane-host.fish", "the same for fish"}};
+      {"completion fish > ~/.config/fish/completions/corvane-host.fish", "for fish"}};
   return command;
 }
 

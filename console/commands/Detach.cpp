@@ -19,22 +19,22 @@ Command DetachCommand() {
   command.m_Arguments = "OBJ";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "Take a card's drive away from the system";
+  command.m_Summary = "remove a card's drive from the system";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--force"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "Takes the drive of a card away from the system and waits until it is gone. attach "
-      "brings it back with its data.";
+      "Detaches the card and waits until its drive is gone. attach makes the drive "
+      "available again; its data is kept.";
   command.m_Danger =
-      "The system loses the drive until it is attached again. Asks first; -y answers yes. "
-      "Refused while the drive is mounted, held or used as swap. --force detaches a busy "
-      "card.";
-  command.m_Exits = {{4, "refused: in use, or nobody could be asked"},
-                     {7, "not detached within --timeout; the card goes on"}};
-  command.m_Examples = {{"detach a1", "take a card's drive away, before a format or repair", true},
-                        {"detach a1 --dry-run", "only say what would be done"}};
+      "The drive is not available to the system until it is attached again. Asks for "
+      "confirmation; pass --yes to confirm. Refused while the drive is mounted, held or "
+      "used as swap. --force detaches a busy card.";
+  command.m_Exits = {{4, "refused: in use, or not confirmed"},
+                     {7, "not detached within --timeout; the card continues"}};
+  command.m_Examples = {{"detach a1", "remove a card's drive before a format or a repair", true},
+                        {"detach a1 --dry-run", "show what would be changed"}};
   return command;
 }
 

@@ -24,13 +24,13 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t kUsualLimit = 50;
 
-// What of the log is asked for.
+// Which part of the log to show.
 struct EventQuery {
   std::uint64_t m_Since = 0;
   std::size_t m_Limit = kUsualLimit;
 };
 
-// Who asks for a span of time wants all of it.
+// --since has no default limit.
 EventQuery QueryOf(const Options& options) {
   EventQuery query;
   if (!options.m_Since.empty()) {
@@ -40,28 +40,28 @@ EventQuery QueryOf(const Options& options) {
   if (options.m_Limit.empty()) return query;
   const auto limit = ReadNumber<std::size_t>(options.m_Limit);
   if (!limit || *limit > History::kAll) {
-    throw UsageFailure(fmt::format("--limit cannot be '{}'", options.m_Limit),
-                       {"It may be a number of events, such as 200."});
+    throw UsageFailure(fmt::format("--limit: invalid number '{}'", options.m_Limit),
+                       {"For example: --limit 200"});
   }
   query.m_Limit = *limit;
   return query;
 }
 
-// An event with the object that it is about, or null.
+// An event with its object, or null.
 struct EventEntry {
   const Object* m_pObject;
   LoggedEvent m_Event;
 };
 
-// The events that are asked for by OBJ: those of the object and of what is below it. A card that
-// has gone is known by its serial number, without one by its id, or by the name that it had.
+// Selects the events of OBJ and of the objects below it. A removed card is found by its serial
+// number, without one by its id, or by its former name.
 class Filter {
  public:
   explicit Filter(std::string text) : m_Text(std::move(text)) {}
 
   bool IsNone() const { return m_Text.empty(); }
 
-  // Throws `Failure` when nobody has ever had the name.
+  // Throws `Failure` if no object has or had the name.
   void Choose(const Model& model, History& history) {
     if (IsNone()) return;
     const bool hasGone =
@@ -127,8 +127,8 @@ std::vector<EventEntry> ChosenNow(const std::vector<LoggedEvent>& events, const 
 
 void NoteOlderEvents(Diagnostics& diagnostics, std::size_t shown) {
   diagnostics.Note("OLDER_EVENTS",
-                   fmt::format("the newest {} events are shown; the log has older ones", shown),
-                   {"See more of it with --limit N or --since 2d."});
+                   fmt::format("showing the newest {} events; the log has older ones", shown),
+                   {"Pass --limit N or --since 2d to see more."});
 }
 
 void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
@@ -136,11 +136,11 @@ void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
   events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
 }
 
-// The log as it was, and what waits. The events are taken before the objects, so that none bears
-// the name of a place that another card has by now.
+// The log and the pending events. Events are read before objects, so that none gets the name of a
+// position that another card has by now.
 CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   Session& session = context.Open();
-  // One more than is wanted tells whether there are older ones.
+  // Reading one more than requested shows whether there are older ones.
   const std::size_t limit = filter.IsNone() ? query.m_Limit + 1 : History::kAll;
   const std::vector<LoggedEvent> log = context.EventLog().MustRead(query.m_Since, limit);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
@@ -164,8 +164,8 @@ CommandResult Collect(Context& context, const Filter& filter) {
   return ResultOf(ChosenNow(fresh, model, filter));
 }
 
-// Each batch is written at once. Ends when the time is over or nobody reads any more; a signal ends
-// it by an exception.
+// Each batch is written at once. Returns when the time is up or the reader is gone; a signal
+// throws.
 CommandResult Follow(Context& context, const EventQuery& query, Filter& filter,
                      const std::optional<milliseconds>& duration) {
   Session& session = context.OpenToWait();
@@ -189,8 +189,8 @@ CommandResult Follow(Context& context, const EventQuery& query, Filter& filter,
 
 void NoteNoEvents(Diagnostics& diagnostics) {
   diagnostics.Note(
-      "NO_EVENTS", "the log has no such events",
-      {"The cards are watched only while this program runs: see watch, --for and -f."});
+      "NO_EVENTS", "no matching events in the log",
+      {"Cards are monitored only while this program runs: use watch, --for or --follow."});
 }
 
 CommandResult Run(Context& context) {
@@ -203,8 +203,8 @@ CommandResult Run(Context& context) {
     return result;
   }
   if (context.m_Form == "json") {
-    throw UsageFailure("events that are waited for have no form 'json'",
-                       {"Use -o jsonl: a document in each line."});
+    throw UsageFailure("--follow and --for do not support --output json",
+                       {"Pass --output jsonl for one JSON document per line."});
   }
   std::optional<milliseconds> duration;
   if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
@@ -220,16 +220,16 @@ Command EventsCommand() {
   command.m_Arguments = "[OBJ]";
   command.m_Least = 0;
   command.m_Most = 1;
-  command.m_Summary = "What has happened, also earlier; -f waits for more";
+  command.m_Summary = "show the event log; -f follows new events";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--follow", "--since", "--limit", "--for"};
   command.m_Run = Run;
   command.m_Description =
-      "The host's log of events, of all runs of this program on the same database, the "
-      "oldest first. explain tells what to do about each number.";
+      "The host's event log, oldest event first. It has the events of all runs of this "
+      "program that used the same database. explain shows what to do about an event number.";
   command.m_Examples = {
-      {"events --since yesterday", "what has happened since yesterday began", true},
-      {"events -f", "go on showing them as they come"}};
+      {"events --since yesterday", "show events since the start of yesterday", true},
+      {"events -f", "follow new events"}};
   return command;
 }
 

@@ -1,4 +1,4 @@
-// explain: a number or name of the vocabulary in plain words, and what to do about it.
+// explain: the meaning of a number or name, and what to do about it.
 #include <fmt/format.h>
 
 #include "console/cli/CommandTable.h"
@@ -27,11 +27,11 @@ struct Explanation {
   const std::string m_Family;
   const std::string m_Caption;
   const std::string m_Meaning;
-  const std::string m_Advice;  // empty: there is nothing to do
+  const std::string m_Advice;  // empty: nothing to do
   const std::vector<FieldUse> m_Fields;
 };
 
-// Null for what is no event.
+// Null unless it is an event.
 const char* SeverityOf(const Entry& entry) {
   const bool isEvent = entry.m_Family == Family::Event;
   return isEvent ? SeverityName(HostKit::SeverityOf(entry.m_Number)) : nullptr;
@@ -84,9 +84,9 @@ std::string EntryText(const Entry& entry, const Explanation& about) {
 
 [[noreturn]] void NothingKnown(const std::string& text) {
   std::vector<std::string> advice = DidYouMean(text, AllNames());
-  advice.emplace_back("Numbers stand in the events and in errors, names in status and show.");
-  throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", fmt::format("explaining '{}'", text),
-                "no error, event, operation, property or value has that number or name", advice);
+  advice.emplace_back("Numbers appear in events and errors, names in status and show.");
+  throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", text,
+                "not the number or name of an error, event, operation, property or value", advice);
 }
 
 CommandResult Run(Context& context) {
@@ -120,15 +120,16 @@ Command ExplainCommand() {
   command.m_Arguments = "ID";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "What a number or name means, and what to do about it";
+  command.m_Summary = "explain a number or name, and what to do about it";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "The meaning of an event, error, operation, property or value, by number or name, and "
-      "what to do about it. An id of several families shows each of them.";
+      "The meaning of an event, error, operation, property or value, by number or name, "
+      "and what to do about it. All matches are shown.";
   command.m_Exits = {{3, "nothing has that number or name"}};
-  command.m_Examples = {{"explain 10972", "what a number in the events means", true},
-                        {"explain TEMPERATURE_ABOVE_WARN", "what a reason means, and what to do"}};
+  command.m_Examples = {
+      {"explain 10972", "explain an event number", true},
+      {"explain TEMPERATURE_ABOVE_WARN", "explain a status reason, and what to do"}};
   return command;
 }
 

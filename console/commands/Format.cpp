@@ -1,4 +1,4 @@
-// format: what is asked of the drive, by the options.
+// format: reads the request from the options.
 #include <fmt/format.h>
 
 #include "console/base/Number.h"
@@ -9,7 +9,7 @@
 namespace Console {
 namespace {
 
-// A whole number from `least` to `most`, or 0 for anything else.
+// An integer from `least` to `most`, or 0 for anything else.
 std::int32_t Whole(const std::string& text, std::int32_t least, std::int32_t most) {
   const auto number = ReadNumber<std::int32_t>(text);
   return number && *number >= least && *number <= most ? *number : 0;
@@ -32,8 +32,8 @@ void ReadCapacity(const std::string& text, FormatRequest& request) {
     if (*row.m_Word != '\0') names.emplace_back(row.m_Word);
   }
   std::vector<std::string> advice = DidYouMean(text, names);
-  advice.emplace_back("It may be maximum, factory, improved, high, or 10 to 100 per cent.");
-  throw UsageFailure(fmt::format("--capacity cannot be '{}'", text), advice);
+  advice.emplace_back("Valid: maximum, factory, improved, high, or 10 to 100 percent.");
+  throw UsageFailure(fmt::format("--capacity: invalid value '{}'", text), advice);
 }
 
 FormatRequest ReadRequest(const Options& options) {
@@ -42,15 +42,15 @@ FormatRequest ReadRequest(const Options& options) {
   if (options.m_SectorSize.empty()) return request;
   request.m_SectorSize = static_cast<std::uint32_t>(Whole(options.m_SectorSize, 1, kLargestSector));
   if (request.m_SectorSize != 0) return request;
-  throw UsageFailure(fmt::format("--sector-size cannot be '{}'", options.m_SectorSize),
-                     {"It is a number of bytes, such as 512 or 4096."});
+  throw UsageFailure(fmt::format("--sector-size: invalid value '{}'", options.m_SectorSize),
+                     {"Valid: a number of bytes, such as 512 or 4096."});
 }
 
-// Without a wish it would erase the drive for nothing.
+// Without either option it would erase the drive for nothing.
 void RequireRequest(const Options& options) {
   if (!options.m_Capacity.empty() || !options.m_SectorSize.empty()) return;
   throw UsageFailure(
-      "give --capacity or --sector-size",
+      "--capacity or --sector-size is required",
       {"For example: corvane-host format a0/d0 --capacity 80", "Nothing was changed."});
 }
 
@@ -72,25 +72,25 @@ Command FormatCommand() {
   command.m_Arguments = "DRIVE";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "Erase a drive and give it a new capacity or sectors";
+  command.m_Summary = "erase a drive and change its capacity or sector size";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm", "--capacity", "--sector-size"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Gives a drive a new capacity, a new sector size or both, and waits until it is done. "
-      "Less capacity leaves more reserve, which makes writes faster and the card last "
-      "longer. Detach the card first.";
+      "Formats a drive with a new capacity, a new sector size or both, and waits until it "
+      "is done. A smaller capacity leaves more reserve space, which makes writes faster "
+      "and extends the life of the card. Detach the card first.";
   command.m_Danger =
-      "ALL DATA ON THE DRIVE IS LOST. Asks for the serial number of the card; a script gives "
-      "it with --confirm. -y is not enough. Refused while the drive is mounted, held or used "
-      "as swap.";
+      "ALL DATA ON THE DRIVE IS LOST. Asks for the serial number of the card; in a script, "
+      "pass it with --confirm. --yes does not apply to format. Refused while the drive is "
+      "mounted, held or used as swap.";
   command.m_Exits = {{1, "the card could not be formatted"},
-                     {4, "refused: no serial number or a wrong one, or the drive is in use"}};
+                     {4, "refused: serial number missing or wrong, or drive in use"}};
   command.m_Examples = {
       {"format a0/d0 --capacity 80", "erase a detached card's drive and use 80 % of it", true},
       {"format a0/d0 --capacity factory --sector-size 4096 --dry-run",
-       "only say what would be done"}};
+       "show what would be changed"}};
   return command;
 }
 

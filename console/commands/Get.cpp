@@ -49,14 +49,15 @@ Command GetCommand() {
   command.m_Arguments = "OBJ [PROP...]";
   command.m_Least = 1;
   command.m_Most = kAnyNumber;
-  command.m_Summary = "Bare values for scripts, one a line";
+  command.m_Summary = "print raw values for scripts, one per line";
   command.m_Forms = {"value", "table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "Bare values in base units, one a line, in the order asked for. Unknown is '-'.";
+      "Values in base units, one per line, in the order requested. An unknown value is "
+      "printed as '-'.";
   command.m_Exits = {{2, "the object has no such property"}};
-  command.m_Examples = {{"get a0 temperature_celsius status", "two values"},
-                        {"get a0 -o tsv", "all of them, with their names"}};
+  command.m_Examples = {{"get a0 temperature_celsius status", "print two values"},
+                        {"get a0 -o tsv", "print all values with their names"}};
   return command;
 }
 

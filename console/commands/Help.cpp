@@ -50,13 +50,13 @@ Command HelpCommand() {
   command.m_Arguments = "[COMMAND]";
   command.m_Least = 0;
   command.m_Most = 2;
-  command.m_Summary = "This, or all about one command";
+  command.m_Summary = "show this help, or the help of one command";
   command.m_Forms = {"table", "json"};
   command.m_Run = Run;
   command.m_Description =
       "All commands and options, or one command with its arguments, options and examples.";
-  command.m_Examples = {{"help format", "all about one command", true},
-                        {"format --help", "the same"}};
+  command.m_Examples = {{"help format", "show the help of one command", true},
+                        {"format --help", "do the same"}};
   return command;
 }
 

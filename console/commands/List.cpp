@@ -1,4 +1,4 @@
-// list: adapters and drives, a row each.
+// list: adapters and drives, one per row.
 #include "console/cli/CommandTable.h"
 #include "console/report/ObjectOverview.h"
 
@@ -15,16 +15,16 @@ Command ListCommand() {
   Command command;
   command.m_Group = Group::Inspect;
   command.m_Name = "list";
-  command.m_Summary = "Adapters and drives with status, temperature and reserve";
+  command.m_Summary = "list adapters and drives with status, temperature and reserve";
   command.m_Forms = {"table", "tsv", "json", "jsonl", "value"};
   command.m_Options = {"--columns"};
   command.m_Run = Run;
   command.m_Description =
-      "One line for each adapter and drive. With -o tsv it has base units and the names that "
-      "get knows, for scripts.";
+      "One row per adapter and drive. With -o tsv, values are in base units and columns "
+      "have the property names that get accepts.";
   command.m_Examples = {
-      {"list", "which card is hot, worn or failing", true},
-      {"list -o tsv -c object,temperature_celsius", "the temperatures alone, for a script"}};
+      {"list", "find the card that is hot, worn or failing", true},
+      {"list -o tsv -c object,temperature_celsius", "print only the temperatures, for a script"}};
   return command;
 }
 

@@ -19,22 +19,22 @@ using std::chrono::steady_clock;
 
 void RequireLocateLed(const Object& adapter) {
   if (adapter.Lists(PI::OP_LOCATE_DEVICE)) return;
-  throw Failure(ExitCode::Refused, "NO_LIGHT", fmt::format("locating {}", adapter.m_Selector),
-                "it has no light that can be switched", {"Nothing was changed."});
+  throw Failure(ExitCode::Refused, "NO_LIGHT", fmt::format("locate {}", adapter.m_Selector),
+                "no locate LED", {"Nothing was changed."});
 }
 
 bool ParseOn(const std::string& text) {
   if (text == "on" || text == "off") return text == "on";
-  throw UsageFailure(fmt::format("'{}' is neither on nor off", text),
+  throw UsageFailure(fmt::format("'{}' is not on or off", text),
                      {"For example: corvane-host locate a0 on --for 5m"});
 }
 
-// Waits with the light on, and switches it off whichever way the wait ends.
+// Waits with the LED on, and switches it off however the wait ends.
 CommandResult Blink(Context& context, const Model& model, const Object& adapter,
                     milliseconds duration) {
-  context.m_Diagnostics.Note("LIGHT_ON",
-                             fmt::format("the light of {} is on for {}; Ctrl-C ends it sooner",
-                                         adapter.m_Selector, ElapsedText(duration)));
+  context.m_Diagnostics.Note(
+      "LIGHT_ON", fmt::format("locate LED of {} is on for {}; press Ctrl-C to switch it off now",
+                              adapter.m_Selector, ElapsedText(duration)));
   const auto start = steady_clock::now();
   const Deadline deadline(start + duration);
   while (!StopRequested() && !deadline.IsOver()) WaitForStop(deadline.Left());
@@ -42,7 +42,7 @@ CommandResult Blink(Context& context, const Model& model, const Object& adapter,
   Change change = PerformOperation(context, model, adapter, off, true);
   if (StopRequested()) {
     context.m_Diagnostics.Note("LIGHT_OFF",
-                               fmt::format("the light of {} is off", adapter.m_Selector));
+                               fmt::format("locate LED of {} is off", adapter.m_Selector));
   }
   CheckStop();
   change.m_Elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
@@ -54,7 +54,7 @@ CommandResult Run(Context& context) {
   const bool on = ParseOn(context.m_Arguments[1]);
   std::optional<milliseconds> duration;
   if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
-  if (duration && !on) throw UsageFailure("--for goes with on alone");
+  if (duration && !on) throw UsageFailure("--for applies to locate on only");
   const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
   const Model model = context.Objects();
   const Object& adapter = SelectFor(model, context.m_Arguments[0], row);
@@ -64,8 +64,7 @@ CommandResult Run(Context& context) {
     if (duration) return Blink(context, model, adapter, *duration);
     context.m_Diagnostics.Note(
         "LIGHT_STAYS_ON",
-        "the light stays on only until a plug-in starts again, which every run of "
-        "this program does",
+        "the locate LED stays on only until a plug-in starts, which every run of this program does",
         {fmt::format("To keep it on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
   }
   return ChangeResult(context, adapter, row.m_Number, change);
@@ -80,17 +79,18 @@ Command LocateCommand() {
   command.m_Arguments = "OBJ on|off";
   command.m_Least = 2;
   command.m_Most = 2;
-  command.m_Summary = "Light a card, to find it in the machine";
+  command.m_Summary = "switch a card's locate LED on or off";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Options = {"--for", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Switches the locating light of a card. With --for it stays on that long and is "
-      "switched off again.";
-  command.m_Exits = {{4, "the card has no light that can be switched"}};
-  command.m_Examples = {{"locate a1 on --for 5m", "light a card to find it in the machine", true},
-                        {"locate a1 off", "switch the light off"}};
+      "Switches the locate LED of a card. With --for the LED is switched off after that "
+      "time.";
+  command.m_Exits = {{4, "the card has no locate LED"}};
+  command.m_Examples = {
+      {"locate a1 on --for 5m", "blink the locate LED to find a card in the machine", true},
+      {"locate a1 off", "switch the locate LED off"}};
   return command;
 }
 

@@ -1,4 +1,4 @@
-// metrics: the cards for a collector, on standard output or in a file.
+// metrics: for a collector, on standard output or in a file.
 #include <optional>
 
 #include "console/base/TextFile.h"
@@ -13,7 +13,7 @@
 namespace Console {
 namespace {
 
-// A database that fails leaves the rest of the metrics as they are.
+// A database error does not affect the other metrics.
 std::vector<HostKit::EventCount> ReadEventCounts(Diagnostics& diagnostics) {
   try {
     return HostKit::CountEvents();
@@ -25,7 +25,7 @@ std::vector<HostKit::EventCount> ReadEventCounts(Diagnostics& diagnostics) {
   }
 }
 
-// A plug-in that cannot be asked is a metric too; a wrong command line is not.
+// A plug-in that cannot be loaded is reported as a metric; a usage error is not.
 std::optional<Model> ReadObjects(Context& context, CommandResult& result) {
   try {
     return context.Objects();
@@ -83,16 +83,16 @@ Command MetricsCommand() {
   Command command;
   command.m_Group = Group::Export;
   command.m_Name = "metrics";
-  command.m_Summary = "Figures for Prometheus and other collectors (OpenMetrics)";
+  command.m_Summary = "print metrics for Prometheus and other collectors (OpenMetrics)";
   command.m_Forms = {"table", "json"};
   command.m_Options = {"--textfile"};
   command.m_Run = Run;
   command.m_Description =
-      "OpenMetrics text on standard output. With --textfile a file for a node exporter "
-      "instead, replaced whole, so that a collector never reads half of it.";
-  command.m_Exits = {{5, "the plug-in is not loaded; corvane_plugin_up 0 is given all the same"}};
+      "OpenMetrics text on standard output. With --textfile, a file for a node exporter "
+      "instead; the file is replaced atomically.";
+  command.m_Exits = {{5, "plug-in missing or incompatible; corvane_plugin_up 0 is printed"}};
   command.m_Examples = {{"metrics", "feed Prometheus", true},
-                        {"metrics --textfile FILE.prom", "into the folder of a node exporter"}};
+                        {"metrics --textfile FILE.prom", "write a file for a node exporter"}};
   return command;
 }
 

@@ -18,18 +18,19 @@ Command OfflineCommand() {
   command.m_Arguments = "DRIVE";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "Take the storage units of a drive offline";
+  command.m_Summary = "take the storage units of a drive offline";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Options = {"--yes", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description = "Takes all storage units of a drive offline. online brings them back.";
   command.m_Danger =
-      "The system loses the drive until it is online again. Asks first; -y answers yes. "
-      "Refused while the drive is mounted, held or used as swap.";
-  command.m_Exits = {{4, "refused: in use, or nobody could be asked"}};
-  command.m_Examples = {{"offline a0/d0", "asks and does it"},
-                        {"offline a0/d0 --dry-run", "only say what would be done"}};
+      "The drive is not available to the system until it is online again. Asks for "
+      "confirmation; pass --yes to confirm. Refused while the drive is mounted, held or "
+      "used as swap.";
+  command.m_Exits = {{4, "refused: in use, or not confirmed"}};
+  command.m_Examples = {{"offline a0/d0", "confirm and take offline"},
+                        {"offline a0/d0 --dry-run", "show what would be changed"}};
   return command;
 }
 

@@ -18,16 +18,16 @@ Command OnlineCommand() {
   command.m_Arguments = "DRIVE";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "Bring the storage units of a drive online";
+  command.m_Summary = "bring the storage units of a drive online";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Options = {"--yes", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description = "Brings all storage units of a drive online.";
-  command.m_Danger = "Asks first; -y answers yes.";
-  command.m_Exits = {{4, "refused, or nobody could be asked"}};
-  command.m_Examples = {{"online a0/d0", "asks and does it"},
-                        {"online a0/d0 -y -o json", "for a script"}};
+  command.m_Danger = "Asks for confirmation; pass --yes to confirm.";
+  command.m_Exits = {{4, "refused or not confirmed"}};
+  command.m_Examples = {{"online a0/d0", "confirm and bring online"},
+                        {"online a0/d0 --yes -o json", "do the same from a script"}};
   return command;
 }
 

@@ -20,7 +20,7 @@ namespace {
 
 using HostKit::Family;
 
-// What is known of an operation that the plug-in lists, else the number alone.
+// The record of an operation that the plug-in lists, else one with only the number.
 PI::COperation RecordOf(const Object& object, std::uint32_t number) {
   for (const PI::COperation& listed : object.m_Operations) {
     if (listed.m_OperationID == number) return listed;
@@ -71,8 +71,8 @@ CommandResult ListOperations(Context& context, const Object& object) {
   }
   if (result.m_Table.m_Rows.empty()) {
     context.m_Diagnostics.Note(
-        "NO_OPERATIONS", fmt::format("the plug-in lists no operation of {}", object.m_Selector),
-        {"Some can be asked for all the same, by name or number."});
+        "NO_OPERATIONS", fmt::format("the plug-in lists no operations for {}", object.m_Selector),
+        {"Operations can still be checked and run by name or number."});
   }
   return result;
 }
@@ -95,7 +95,7 @@ CommandResult CheckOperation(Context& context, const Object& object, std::uint32
   const std::string state =
       row == nullptr ? "" : StateOf(context.Open(), object.m_ID, row->m_Aspect);
   const Failure failure =
-      CheckFailure(fmt::format("{} for {}", OperationName(number), object.m_Selector), row, state,
+      CheckFailure(fmt::format("{} {}", OperationName(number), object.m_Selector), row, state,
                    possibility.m_Error);
   context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
   result.m_Code = failure.m_Code;
@@ -103,7 +103,7 @@ CommandResult CheckOperation(Context& context, const Object& object, std::uint32
 }
 
 struct Argument {
-  std::uint32_t m_Name;  // a property of the vocabulary
+  std::uint32_t m_Name;  // a property number
   std::string m_Text;
   std::string m_Value;
 };
@@ -124,15 +124,15 @@ Argument ParseArgument(const std::string& text) {
   const std::string name = text.substr(0, sign);
   const std::uint32_t number = HostKit::NumberOf(Family::Property, name);
   if (number == 0) {
-    throw UsageFailure(fmt::format("there is no argument '{}'", name),
+    throw UsageFailure(fmt::format("unknown argument '{}'", name),
                        DidYouMean(name, PropertyNames()));
   }
   return {number, name, text.substr(sign + 1)};
 }
 
 [[noreturn]] void WrongValue(const Argument& argument, const std::string& allowed) {
-  throw UsageFailure(fmt::format("{} cannot be '{}'", argument.m_Text, argument.m_Value),
-                     {"It may be " + allowed + "."});
+  throw UsageFailure(fmt::format("{}: invalid value '{}'", argument.m_Text, argument.m_Value),
+                     {"Valid: " + allowed});
 }
 
 std::int32_t NumberWithin(const Argument& argument, std::int32_t least, std::int32_t most) {
@@ -169,14 +169,15 @@ FormatRequest RequestOf(const std::vector<Argument>& arguments) {
             static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargestSector));
         break;
       default:
-        throw UsageFailure(fmt::format("OP_FORMAT_DEVICE has no argument '{}'", argument.m_Text),
-                           {"It has FORMATTING, SIZE and BLOCK_SIZE."});
+        throw UsageFailure(
+            fmt::format("OP_FORMAT_DEVICE does not accept argument '{}'", argument.m_Text),
+            {"Valid: FORMATTING, SIZE, BLOCK_SIZE"});
     }
   }
   return request;
 }
 
-// Whole numbers go as numbers, names of the vocabulary as choices, and all else as text.
+// Integers are passed as numbers, value names as choices, and everything else as text.
 PI::CProperty Parameter(const Argument& argument) {
   PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
   parameter.m_NameID = argument.m_Name;
@@ -193,10 +194,10 @@ PI::CProperty Parameter(const Argument& argument) {
   return parameter;
 }
 
-// An operation of which this host knows nothing: the plug-in's answer is all there is to tell.
+// An operation that this host does not know: the result is what the plug-in returns.
 CommandResult RunUnknown(Context& context, const Model& model, const Object& object,
                          std::uint32_t number, const std::vector<Argument>& arguments) {
-  const std::string what = fmt::format("{} for {}", OperationName(number), object.m_Selector);
+  const std::string what = fmt::format("{} {}", OperationName(number), object.m_Selector);
   PI::COperation operation = RecordOf(object, number);
   for (const Argument& argument : arguments) operation.m_Properties.push_back(Parameter(argument));
   const std::uint32_t refused = context.Open().CheckOperation(object.m_ID, operation);
@@ -205,19 +206,19 @@ CommandResult RunUnknown(Context& context, const Model& model, const Object& obj
   if (context.m_Options.m_DryRun) return ChangeResult(context, object, number, change);
   RequireConfirmation(
       context, what,
-      fmt::format("{}\nCarry out {}?", Printable(Described(model, object)), OperationName(number)));
+      fmt::format("{}\nRun {}?", Printable(Described(model, object)), OperationName(number)));
   const std::uint32_t error = context.Open().ExecuteOperation(object.m_ID, operation);
   if (error != PI::SUCCESS) throw PluginFailure(what, error);
   CommandResult result = ChangeResult(context, object, number, change);
   result.m_Json["changed"] = true;
-  result.m_Text = fmt::format("{}: {} was carried out\n", object.m_Selector, OperationName(number));
+  result.m_Text = fmt::format("{}: {} done\n", object.m_Selector, OperationName(number));
   return result;
 }
 
 CommandResult RunChosen(Context& context, const Model& model, const Object& object,
                         std::uint32_t number, const std::vector<Argument>& arguments) {
   if (number == PI::OP_GET_EVENTS) {
-    throw UsageFailure("events are not collected by op run", {"Use: corvane-host events"});
+    throw UsageFailure("op run does not collect events", {"Run: corvane-host events"});
   }
   const OperationRow* row = FindOperation(number);
   if (row == nullptr) return RunUnknown(context, model, object, number, arguments);
@@ -226,7 +227,7 @@ CommandResult RunChosen(Context& context, const Model& model, const Object& obje
     return FormatDrive(context, model, object, RequestOf(arguments));
   }
   if (!arguments.empty()) {
-    throw UsageFailure(fmt::format("{} has no arguments", OperationName(number)));
+    throw UsageFailure(fmt::format("{} does not accept arguments", OperationName(number)));
   }
   return ChangeResult(context, object, number,
                       PerformOperation(context, model, object, *row, false));
@@ -254,9 +255,9 @@ const Action& ChooseAction(const std::vector<std::string>& words) {
     if (count >= action.m_Least && count <= action.m_Most) return action;
     throw UsageFailure(fmt::format("op {} has too {} arguments", action.m_Name,
                                    count < action.m_Least ? "few" : "many"),
-                       {fmt::format("Use: corvane-host {}", action.m_Use)});
+                       {fmt::format("Usage: corvane-host {}", action.m_Use)});
   }
-  throw UsageFailure(fmt::format("op has no '{}'", words[0]), DidYouMean(words[0], names));
+  throw UsageFailure(fmt::format("op: unknown action '{}'", words[0]), DidYouMean(words[0], names));
 }
 
 CommandResult Run(Context& context) {
@@ -282,20 +283,22 @@ Command OpCommand() {
   command.m_Arguments = "list|check|run OBJ [OP] [ARG=VALUE...]";
   command.m_Least = 2;
   command.m_Most = kAnyNumber;
-  command.m_Summary = "Any operation, by the plug-in's own name or number";
+  command.m_Summary = "list, check or run any operation by name or number";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "For what has no command of its own, and to see what the plug-in says of an operation. "
-      "What has one is asked for in the same way as there.";
+      "For operations that have no command of their own, and to see what the plug-in "
+      "reports about an operation. Operations that have a command ask for confirmation as "
+      "the command does.";
   command.m_Danger =
-      "As dangerous as the operation: OP_FORMAT_DEVICE erases the drive and wants --confirm.";
+      "As dangerous as the operation: OP_FORMAT_DEVICE erases the drive and requires "
+      "--confirm.";
   command.m_Exits = {{4, "refused, or not possible now"}};
-  command.m_Examples = {{"op list a0", "the operations of an adapter"},
+  command.m_Examples = {{"op list a0", "list the operations of an adapter"},
                         {"op run a0/d0 FORMAT_DEVICE FORMATTING=CUSTOM SIZE=80 --dry-run",
-                         "only say what would be done"}};
+                         "show what would be changed"}};
   return command;
 }
 

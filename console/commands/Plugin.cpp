@@ -61,16 +61,16 @@ Command PluginCommand() {
   Command command;
   command.m_Group = Group::Help;
   command.m_Name = "plugin";
-  command.m_Summary = "What is loaded: file, interface and exported symbols";
+  command.m_Summary = "show the loaded plug-in: file, interface and exported symbols";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "The file of the plug-in that is loaded, its module id and interface version, and "
-      "whether each symbol that a host may look for is there. -o json names all others that "
-      "it shows as well.";
-  command.m_Exits = {{5, "the file is no plug-in, or none for this host"}};
-  command.m_Examples = {{"plugin", "what is loaded"},
-                        {"plugin --plugin ./libCorvane.so", "whether a file is fit"}};
+      "The file of the loaded plug-in, its module id and interface version, and whether it "
+      "exports each symbol that a host may look up. -o json lists all other exported "
+      "symbols too.";
+  command.m_Exits = {{5, "plug-in missing or incompatible"}};
+  command.m_Examples = {{"plugin", "show which plug-in is loaded"},
+                        {"plugin --plugin ./libCorvane.so", "check whether a file is compatible"}};
   return command;
 }
 

@@ -1,4 +1,4 @@
-// rows: what plug-ins have written into the host's database.
+// rows: the rows that plug-ins have written to the host's database.
 #include <fmt/format.h>
 
 #include <boost/algorithm/string.hpp>
@@ -25,14 +25,14 @@ std::vector<RowSource> Wanted(const std::vector<std::string>& arguments) {
   const std::vector<std::string> names = RowTableNames();
   std::vector<std::string> advice = DidYouMean(arguments[0], names);
   advice.push_back(fmt::format("Tables: {}", boost::join(names, ", ")));
-  throw UsageFailure(fmt::format("there is no table '{}'", arguments[0]), advice);
+  throw UsageFailure(fmt::format("unknown table '{}'", arguments[0]), advice);
 }
 
 RowTable Read(const RowSource& source) {
   try {
     return HostKit::ReadRows(source.m_Kind);
   } catch (const DBEXCEPTION::DatabaseException& failure) {
-    throw Failure(ExitCode::Failed, "DATABASE_FAILED", "reading the rows", failure.what(),
+    throw Failure(ExitCode::Failed, "DATABASE_FAILED", "cannot read the rows", failure.what(),
                   DatabaseAdvice());
   }
 }
@@ -43,7 +43,7 @@ Json ListJson(const std::string& cell) {
   return boost::split(elements, cell, [](char letter) { return letter == '?'; });
 }
 
-// A whole number that a reader of JSON may cut stands a second time, as a text.
+// An integer that JSON readers may round is also given as text.
 void PutCell(Json& row, const HostKit::RowColumn& column, const std::string& cell) {
   constexpr std::int64_t kExactInDouble = std::int64_t{1} << 53;
   if (column.m_Kind == CellKind::Text) row[column.m_Name] = cell;
@@ -67,7 +67,7 @@ Json TableJson(const char* name, const RowTable& table) {
   return {{"table", name}, {"name", table.m_Name}, {"count", table.m_Rows.size()}, {"rows", rows}};
 }
 
-// A line for each cell that is not NULL, the key in front of it.
+// One row per cell that is not NULL, with its key.
 void AddCells(Table& into, const char* name, const RowTable& table) {
   for (const auto& cells : table.m_Rows) {
     const Cell key = TextCell(cells.front().value_or(""));
@@ -114,14 +114,14 @@ Command RowsCommand() {
   command.m_Arguments = "[TABLE]";
   command.m_Least = 0;
   command.m_Most = 1;
-  command.m_Summary = "What plug-ins have written into the host's database";
+  command.m_Summary = "show the rows that plug-ins have written to the host's database";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "The tables of adapters, drives and plug-ins in the host's SQLite file, as the plug-in "
-      "has written them.";
-  command.m_Examples = {{"rows adapter", "the adapters' rows"},
-                        {"rows -o json", "all tables, for a script"}};
+      "The tables of adapters, drives and plug-ins in the host's SQLite file, as the "
+      "plug-in wrote them.";
+  command.m_Examples = {{"rows adapter", "show the rows of the adapters"},
+                        {"rows -o json", "print all tables, for a script"}};
   return command;
 }
 

@@ -1,4 +1,4 @@
-// set: change one property, and say what changed.
+// set: change one property and report the change.
 #include <fmt/format.h>
 
 #include "console/base/Number.h"
@@ -28,7 +28,7 @@ Assignment ParseAssignment(const std::string& text) {
 
 int ParseNumber(const std::string& text) {
   if (const auto number = ReadNumber<int>(text)) return *number;
-  throw UsageFailure(fmt::format("'{}' is not a whole number that fits", text),
+  throw UsageFailure(fmt::format("'{}' is not a valid integer", text),
                      {"For example: corvane-host set plugin poll_interval=30"});
 }
 
@@ -36,15 +36,15 @@ PI::CProperty ReadRecord(Session& session, const Object& object, const PropertyN
   const std::vector<PI::CProperty> record = session.Property(object.m_ID, name.m_Number);
   if (!record.empty()) return record.front();
   throw Failure(ExitCode::Failed, "PROPERTY_UNKNOWN",
-                fmt::format("reading {} {}", object.m_Selector, name.m_Text),
-                "the plug-in does not report it now");
+                fmt::format("set {} {}", object.m_Selector, name.m_Text),
+                "not reported by the plug-in now");
 }
 
-// The host's own refusal, so that a property that nobody may write is not even tried.
+// Refuses in the host, so that writing a read-only property is not even tried.
 void RequireWritable(const Object& object, const PropertyName& name, const PI::CProperty& record) {
   if (record.m_Writable && record.m_ValueType == PI::VALUE_TYPE_RANGE) return;
   throw Failure(ExitCode::Refused, "NOT_WRITABLE",
-                fmt::format("setting {} {}", object.m_Selector, name.m_Text), "it can only be read",
+                fmt::format("set {} {}", object.m_Selector, name.m_Text), "read-only",
                 {"Nothing was changed."});
 }
 
@@ -57,7 +57,7 @@ struct Change {
   std::uint32_t m_Result = PI::SUCCESS;
 };
 
-// The record goes back as it came, with the new value alone; the plug-in keeps it in the limits.
+// The record is sent back with only the value changed; the plug-in applies the limits.
 Change Apply(Session& session, const Object& object, const PropertyName& name, PI::CProperty record,
              int asked) {
   Change change;
@@ -70,8 +70,7 @@ Change Apply(Session& session, const Object& object, const PropertyName& name, P
   return change;
 }
 
-// Results below the errors of commands are those of the configuration file: the change itself is
-// in force.
+// Results below the command errors concern the configuration file: the change itself is in effect.
 bool WasSaved(const Change& change) {
   return change.m_Result == PI::SUCCESS;
 }
@@ -79,22 +78,22 @@ bool WasSaved(const Change& change) {
 void NoteLimits(Diagnostics& diagnostics, const Change& change) {
   if (change.m_After == change.m_Asked) return;
   diagnostics.Note("VALUE_LIMITED",
-                   fmt::format("{} was asked, {} was taken: it may be {} to {}", change.m_Asked,
-                               change.m_After, change.m_Minimum, change.m_Maximum));
+                   fmt::format("{} is out of range ({} to {}); set to {}", change.m_Asked,
+                               change.m_Minimum, change.m_Maximum, change.m_After));
 }
 
 void ReportNotSaved(Diagnostics& diagnostics, const std::string& subject, const Change& change) {
   diagnostics.Error(
       "NOT_SAVED",
-      fmt::format("saving {} failed: the configuration file could not be written ({})", subject,
+      fmt::format("cannot save {}: the configuration file is not writable ({})", subject,
                   change.m_Result),
-      {fmt::format("{} is in force for this run only; the file stands as it was.", change.m_After),
+      {fmt::format("{} applies to this run only; the file is unchanged.", change.m_After),
        fmt::format("Make {} writable and set it again.", HostKit::ConfigFolder().string())});
 }
 
 std::string ChangeText(const std::string& subject, const Change& change) {
   if (change.m_Before == change.m_After) {
-    return fmt::format("{}: {}, as before\n", subject, change.m_After);
+    return fmt::format("{}: already {}\n", subject, change.m_After);
   }
   return fmt::format("{}: {} -> {}\n", subject, change.m_Before, change.m_After);
 }
@@ -120,7 +119,7 @@ CommandResult Run(Context& context) {
       Apply(context.Open(), object, name, record, ParseNumber(assignment.m_Value));
   const std::string subject = fmt::format("{} {}", object.m_Selector, name.m_Text);
   if (change.m_Result >= PI::ERR_GENERAL) {
-    throw PluginFailure("setting " + subject, change.m_Result);
+    throw PluginFailure("set " + subject, change.m_Result);
   }
   NoteLimits(context.m_Diagnostics, change);
   if (!WasSaved(change)) ReportNotSaved(context.m_Diagnostics, subject, change);
@@ -147,17 +146,17 @@ Command SetCommand() {
   command.m_Arguments = "OBJ PROP=VALUE";
   command.m_Least = 2;
   command.m_Most = 2;
-  command.m_Summary = "Change a property";
+  command.m_Summary = "change a property";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Changes one property and tells its value before and after. A value beyond the limits "
-      "is brought within them.";
-  command.m_Exits = {{1, "the value is in force, but could not be saved"},
-                     {4, "the property can only be read"}};
-  command.m_Examples = {{"set plugin poll_interval=30", "look at the cards every 30 seconds"},
-                        {"set plugin poll_interval=15 -o json", "the same for a script"}};
+      "Changes one property and shows its value before and after. A value outside the "
+      "limits is set to the nearest limit.";
+  command.m_Exits = {{1, "the value is in effect, but could not be saved"},
+                     {4, "the property is read-only"}};
+  command.m_Examples = {{"set plugin poll_interval=30", "poll the cards every 30 seconds"},
+                        {"set plugin poll_interval=15 -o json", "do the same from a script"}};
   return command;
 }
 

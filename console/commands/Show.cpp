@@ -61,7 +61,7 @@ std::string OperationNames(const Object& object) {
   return names.empty() ? "-" : fmt::format("{}", fmt::join(names, ","));
 }
 
-// What the plug-in reports beyond the vocabulary is shown under its identifier.
+// Properties that are not in the field table are shown under their identifier.
 void AddOtherProperties(Table& table, const Object& object, bool ascii) {
   const std::vector<Field>& fields = FieldsOf(object.m_Kind);
   for (const PI::CProperty& property : object.m_Properties) {
@@ -112,12 +112,14 @@ Command ShowCommand() {
   command.m_Arguments = "OBJ";
   command.m_Least = 1;
   command.m_Most = 1;
-  command.m_Summary = "Everything about one object";
+  command.m_Summary = "show all properties of one object";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "All properties that the plug-in reports of one object, with units, and its operations.";
-  command.m_Examples = {{"show a0", "an adapter"}, {"show a0/d0 -o json", "a drive, for a script"}};
+      "All properties that the plug-in reports for the object, with units, and the "
+      "operations that it supports.";
+  command.m_Examples = {{"show a0", "show an adapter"},
+                        {"show a0/d0 -o json", "show a drive, for a script"}};
   return command;
 }
 

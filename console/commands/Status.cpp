@@ -1,4 +1,4 @@
-// status: what is wrong with the cards, why, and what to do.
+// status: problems of the cards, their causes and what to do.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -36,7 +36,7 @@ Json ReasonJson(const Reason& reason) {
   return json;
 }
 
-// An object with its state and the beginning of that, if it is known.
+// An object with its health and the time since when it has it, if known.
 struct StatusEntry {
   const Object* m_pObject;
   Health m_Health;
@@ -135,7 +135,7 @@ std::string Text(const std::vector<StatusEntry>& all, bool asked, const Style& s
   return text;
 }
 
-// The log is read only when something is not well.
+// The log is read only if an object is not healthy.
 std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const Objects& chosen) {
   std::vector<StatusEntry> all;
   for (const Object* object : chosen)
@@ -183,14 +183,14 @@ Command StatusCommand() {
   command.m_Arguments = "[OBJ]";
   command.m_Least = 0;
   command.m_Most = 1;
-  command.m_Summary = "What is wrong, why, and what to do";
+  command.m_Summary = "show problems, their causes and what to do";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Run = Run;
   command.m_Description =
-      "For each card whether it is well; if it is not, the reasons, the readings behind "
-      "them, and what to do. An object shows itself and what is below it.";
-  command.m_Examples = {{"status", "why a card is warning, and what to do", true},
-                        {"status a1 -o json", "one card, for a script"}};
+      "For each card: whether it is healthy and, if not, the reasons, the readings and the "
+      "recommended action. With OBJ, only that object and the objects below it.";
+  command.m_Examples = {{"status", "find out why a card has a warning, and what to do", true},
+                        {"status a1 -o json", "check one card, for a script"}};
   return command;
 }
 

@@ -30,15 +30,15 @@ Command TreeCommand() {
   Command command;
   command.m_Group = Group::Inspect;
   command.m_Name = "tree";
-  command.m_Summary = "The same as a tree, with the plug-in above";
+  command.m_Summary = "list all objects as a tree, with the plug-in at the root";
   command.m_Forms = {"tree", "table", "tsv", "json", "jsonl", "value"};
   command.m_Options = {"--columns", "--long"};
   command.m_Run = Run;
   command.m_Description =
-      "Adapters below the plug-in, drives below their adapters. --long adds ids, reasons and "
-      "sizes.";
-  command.m_Examples = {{"tree --long", "everything at a glance"},
-                        {"tree -o value", "only the names of all objects"}};
+      "Adapters are shown below the plug-in, drives below their adapters. --long adds ids, "
+      "reasons and sizes.";
+  command.m_Examples = {{"tree --long", "show everything in one view"},
+                        {"tree -o value", "print only the object names"}};
   return command;
 }
 

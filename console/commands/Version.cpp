@@ -19,11 +19,11 @@ Command VersionCommand() {
   Command command;
   command.m_Group = Group::Help;
   command.m_Name = "version";
-  command.m_Summary = "The version of this program";
+  command.m_Summary = "print the version of this program";
   command.m_Forms = {"value", "table", "json"};
   command.m_Run = Run;
   command.m_Description = "The version of this program.";
-  command.m_Examples = {{"version", "the version"}, {"--version", "the same"}};
+  command.m_Examples = {{"version", "print the version"}, {"--version", "do the same"}};
   return command;
 }
 

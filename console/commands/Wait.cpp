@@ -1,4 +1,4 @@
-// wait: until an object is in a state.
+// wait: until a condition is true.
 #include <fmt/format.h>
 
 #include <chrono>
@@ -21,13 +21,13 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// The object that a name meant at the start: the names of places, such as a1, move up when a card
-// goes, and a card that returns has a new id.
+// The object that a name referred to at the start: positional names such as a1 change when a card
+// is removed, and a card that returns has a new id.
 class ObjectRef {
  public:
   explicit ObjectRef(std::string name) : m_Name(std::move(name)) {}
 
-  // Throws `Failure` while nothing has been meant yet and `required`; gives null without.
+  // If there has been no such object yet: throws `Failure` if `required`, else returns null.
   const Object* Find(const Model& model, bool required) {
     if (!m_Id) {
       const Object* found = required ? &Select(model, m_Name) : FindObject(model, m_Name);
@@ -51,7 +51,7 @@ class ObjectRef {
   std::string m_Serial;
 };
 
-Condition::Outcome Look(const Model& model, ObjectRef& ref, const Condition& condition) {
+Condition::Outcome Evaluate(const Model& model, ObjectRef& ref, const Condition& condition) {
   const Object* object = ref.Find(model, condition.Wants() == Presence::Required);
   const char* presence = object == nullptr ? "gone" : "present";
   if (condition.Wants() == Presence::Gone) return {object == nullptr, presence};
@@ -67,8 +67,8 @@ std::string Seconds(milliseconds duration) {
 Failure TooLate(const ObjectRef& ref, const Condition& condition, const std::string& seen,
                 milliseconds timeout) {
   return Failure(ExitCode::TimedOut, "TIMED_OUT",
-                 fmt::format("waiting for {} {}", ref.Shown(), condition.Text()),
-                 fmt::format("after {} it was {}", Seconds(timeout), seen));
+                 fmt::format("wait {} {}", ref.Shown(), condition.Text()),
+                 fmt::format("timed out after {}, last value {}", Seconds(timeout), seen));
 }
 
 CommandResult Reached(const ObjectRef& ref, const Condition& condition, const std::string& seen,
@@ -89,8 +89,8 @@ CommandResult Reached(const ObjectRef& ref, const Condition& condition, const st
   return result;
 }
 
-// Says what was seen also when it is stopped. Nothing is written before the end, so that a reader
-// who has gone is no reason to look.
+// On a stop signal, reports the last value seen. Nothing is written before the end, so a reader
+// that is gone is not noticed.
 void WaitOn(Context& context, LiveModel& live, milliseconds atMost, const ObjectRef& ref,
             const std::string& seen) {
   try {
@@ -114,7 +114,7 @@ CommandResult Run(Context& context) {
   LiveModel live(session);
   ObjectRef ref(context.m_Arguments[0]);
   while (true) {
-    const Condition::Outcome outcome = Look(live.Objects(), ref, condition);
+    const Condition::Outcome outcome = Evaluate(live.Objects(), ref, condition);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
     if (outcome.m_Holds) return Reached(ref, condition, outcome.m_Seen, elapsed);
     if (deadline.IsOver()) throw TooLate(ref, condition, outcome.m_Seen, *timeout);
@@ -131,14 +131,16 @@ Command WaitCommand() {
   command.m_Arguments = "OBJ COND";
   command.m_Least = 2;
   command.m_Most = 2;
-  command.m_Summary = "Until an object is ok, attached, gone, ..., or PROP=VALUE";
+  command.m_Summary = "wait until an object is ok, attached, gone, ..., or PROP=VALUE";
   command.m_Forms = {"table", "tsv", "json", "value"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
-  command.m_Description = "Looks until the condition holds. --timeout limits it.";
-  command.m_Exits = {{7, "the condition did not hold within --timeout"}};
-  command.m_Examples = {{"wait a1 ok --timeout 10m", "until a card is well again", true},
-                        {"wait a0 'temperature_celsius<70'", "until it has cooled down"}};
+  command.m_Description =
+      "Returns as soon as the condition is true. --timeout limits the wait (default: no "
+      "limit).";
+  command.m_Exits = {{7, "the condition was not true within --timeout"}};
+  command.m_Examples = {{"wait a1 ok --timeout 10m", "wait until a card is healthy again", true},
+                        {"wait a0 'temperature_celsius<70'", "wait until a card has cooled down"}};
   return command;
 }
 

@@ -1,4 +1,4 @@
-// watch: the cards and their events as they change, on the whole terminal or as plain blocks.
+// watch: cards and events live, full screen or as plain blocks.
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -27,7 +27,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// Draws at each reading, each key, and once a second for the clock.
+// Draws after each reading and key press, and once per second for the clock.
 void OnScreen(const Context& context, Screen& screen, LiveModel& live, const Deadline& deadline) {
   constexpr milliseconds kRedraw{1000};
   WaitSet also = context.ReaderWaitSet();
@@ -96,7 +96,7 @@ CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style)
   return block;
 }
 
-// A block for each change, and one for each interval of the plug-in without a change.
+// Prints a block per change, and one per poll interval without a change.
 void AsBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   std::size_t seen = 0;
   Json shown;
@@ -116,14 +116,14 @@ void AsBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   }
 }
 
-// Standard error is the same terminal more often than not.
+// Standard error is usually the same terminal.
 void RequireQuietTrace(const Options& options) {
   const bool toFile =
       !options.m_TraceFile.empty() || secure_getenv("CORVANE_TRACE_FILE") != nullptr;
   const bool traces = options.m_Trace || secure_getenv("CORVANE_TRACE") != nullptr;
   if (!traces || toFile || isatty(STDERR_FILENO) == 0) return;
-  throw UsageFailure("trace lines would be written across the screen",
-                     {"Send them elsewhere with --trace-file FILE."});
+  throw UsageFailure("the trace would overwrite the screen",
+                     {"Write it to a file with --trace-file FILE."});
 }
 
 CommandResult Run(Context& context) {
@@ -160,17 +160,19 @@ Command WatchCommand() {
   Command command;
   command.m_Group = Group::Inspect;
   command.m_Name = "watch";
-  command.m_Summary = "Cards and events live, on the whole terminal";
+  command.m_Summary = "show cards and events live on a full screen";
   command.m_Forms = {"table", "jsonl"};
   command.m_Options = {"--for"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "The whole terminal: cards with temperature and reserve above, events below. e is for "
-      "events, Enter for the chosen object, q leaves. Without a terminal, or with -o table, "
-      "it prints plain blocks; -o jsonl prints documents.";
-  command.m_Examples = {{"watch", "see the cards live, as after a format or a repair", true},
-                        {"watch --for 10m -o jsonl", "ten minutes for a script"}};
+      "A full-screen view with temperature and reserve of each card above the latest "
+      "events. Press e for events, Enter for the selected object, q to quit. Without a "
+      "terminal, or with -o table, it prints plain blocks; with -o jsonl it prints JSON "
+      "documents.";
+  command.m_Examples = {
+      {"watch", "watch the cards live, for example after a format or a repair", true},
+      {"watch --for 10m -o jsonl", "record ten minutes for a script"}};
   return command;
 }
 

@@ -19,13 +19,13 @@ struct Word {
   const char* m_Word;
   Presence m_Presence;
   const char* m_Property;
-  const char* m_Value;  // null: one that is as good as it can be
+  const char* m_Value;  // null: healthy
 };
 
 constexpr Word kWords[] = {
     {"attached", Presence::Required, "status_reasons", "ATTACHED"},
     {"detached", Presence::Required, "status_reasons", "DETACHED"},
-    {"ok", Presence::Required, "status", nullptr},  // a drive that is well is available
+    {"ok", Presence::Required, "status", nullptr},  // a healthy drive is AVAILABLE
     {"warning", Presence::Required, "status", "WARNING"},
     {"failed", Presence::Required, "status", "FAILED"},
     {"gone", Presence::Gone, "", ""},
@@ -34,7 +34,7 @@ constexpr Word kWords[] = {
 
 constexpr const char* kWell = "is well";
 
-// The longer ones first.
+// Longer ones first.
 constexpr const char* kOperators[] = {"!=", "<=", ">=", "=", "<", ">"};
 
 bool IsOrder(const std::string& name) {
@@ -48,7 +48,7 @@ bool Ordered(double left, const std::string& name, double right) {
   return left >= right;
 }
 
-// Of several values one is enough; numbers are the same however they are written.
+// For a list, one equal value is enough; numbers are compared by value.
 bool Same(const Value& value, const std::string& wanted) {
   if (const auto* texts = std::get_if<std::vector<std::string>>(&value.m_Data)) {
     return std::any_of(texts->begin(), texts->end(),
@@ -60,7 +60,7 @@ bool Same(const Value& value, const std::string& wanted) {
   return boost::iequals(seen, wanted);
 }
 
-// What is said in per cent of a ratio, as the ratio; anything else as it is.
+// A percentage of a ratio as the ratio; anything else unchanged.
 std::string WithoutPercent(const std::string& property, const std::string& text) {
   if (text.empty() || text.back() != '%') return text;
   const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));
@@ -81,7 +81,7 @@ std::vector<std::string> Advice(const std::string& text) {
   }
   std::vector<std::string> advice = DidYouMean(text, words);
   advice.push_back(
-      fmt::format("It may be: {}or PROP=VALUE, PROP!=VALUE, PROP<NUMBER, PROP>NUMBER", all));
+      fmt::format("Valid: {}or PROP=VALUE, PROP!=VALUE, PROP<NUMBER, PROP>NUMBER", all));
   return advice;
 }
 
@@ -107,14 +107,14 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     break;
   }
   if (m_Operator.empty())
-    throw UsageFailure(fmt::format("'{}' is no condition", text), Advice(text));
+    throw UsageFailure(fmt::format("'{}' is not a valid condition", text), Advice(text));
   if (IsOrder(m_Operator) && !ReadNumber<double>(m_Value)) {
     throw UsageFailure(fmt::format("'{}' is not a number", m_Value),
                        {"For example: temperature_celsius<70"});
   }
 }
 
-// Nothing is told by comparing what is unknown.
+// A comparison with an unknown value is never true.
 Condition::Outcome Condition::Check(const Object& object) const {
   const Value value = ReadNamed(object, m_Property).m_Value;
   Outcome outcome{false, BareText(value)};

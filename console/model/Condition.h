@@ -1,4 +1,4 @@
-// What is waited for: a state of an object, as a word or as a property compared with a value.
+// A condition to wait for: a state word, or a comparison of a property with a value.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace Console {
 
-// Whether the object is there decides by itself, or its properties do.
+// Whether the condition is about the presence of the object or about its properties.
 enum class Presence { Required, Gone, Present };
 
 class Condition {
@@ -16,13 +16,13 @@ class Condition {
   // One of the words, or PROP=VALUE, PROP!=VALUE, PROP<NUMBER and the like. Throws `Failure`.
   explicit Condition(const std::string& text);
 
-  // What a look at an object told.
+  // The result of evaluating the condition.
   struct Outcome {
     bool m_Holds = false;
     std::string m_Seen;  // bare, "-" for unknown
   };
 
-  // Throws `Failure` when the object has no such property at all.
+  // Throws `Failure` if the object does not have the property.
   Outcome Check(const Object& object) const;
 
   const std::string& Text() const { return m_Text; }
@@ -36,7 +36,7 @@ class Condition {
   std::string m_Value;
 };
 
-// The words that are conditions by themselves.
+// The state words.
 std::vector<std::string> ConditionWords();
 
 }  // namespace Console

@@ -42,7 +42,7 @@ const std::vector<Field> kAdapterFields = {
     {"read_bytes",                   "READ",      P::BYTES_READ,                 Measure::Bytes},
     {"written_bytes",                "WRITTEN",   P::BYTES_WRITTEN,              Measure::Bytes},
     {"endurance_used_ratio",         "USED",      P::RATED_ENDURANCE_PERCENT,    Measure::Ratio},
-    {"end_of_life_date",             "LASTS-TO",  P::ESTIMATED_LIFETIME,         Measure::Text},
+    {"end_of_life_date",             "END OF LIFE",  P::ESTIMATED_LIFETIME,         Measure::Text},
     {"slot_power_watts",             "POWER",     P::SLOT_POWER,                 Measure::Watts},
     {"power_limit_watts",            "LIMIT",     P::POWER_LIMIT,                Measure::Watts},
     {"external_power_requirement",   "EXT-POWER", P::EXTERNAL_POWER_REQUIREMENT, Measure::Choice},

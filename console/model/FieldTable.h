@@ -1,5 +1,5 @@
-// The one vocabulary of table columns, `get`, JSON and metrics: a name with its base unit, the
-// property from which it comes, and how the one is made from the other.
+// The fields of table columns, `get`, JSON and metrics: a name with its base unit, the property
+// from which it comes, and how it is converted.
 #pragma once
 
 #include <cstdint>
@@ -36,10 +36,10 @@ Value ReadField(const Object& object, const std::string& name);
 // As `BareText` of the object's term of that name; empty when it is unknown.
 std::string FieldText(const Object& object, const std::string& name);
 
-// The serial number of the card that the object is or belongs to; empty when it tells none.
+// The serial number of the object's card; empty if unknown.
 std::string SerialOf(const Model& model, const Object& object);
 
-// A property that need not be in the vocabulary, in the unit that it came with.
+// Any property, in the unit that it came with.
 Value ReadProperty(const PI::CProperty& property);
 
 }  // namespace Console

@@ -14,7 +14,7 @@ namespace {
 namespace V = PI::Value;
 using HostKit::Family;
 
-// Which terms tell how far it is; the limit's label stands before its value.
+// The fields that show how serious a reason is.
 struct Measurement {
   std::int32_t m_Reason;
   const char* m_Measured;
@@ -38,11 +38,11 @@ constexpr Measurement kMeasurements[] = {
     {V::DRIVER_OUT_OF_DATE, "driver_version", nullptr},
 };
 
-// How a measured value is called where its reason's caption does not say it.
+// The label of a measured value whose reason's caption does not name it.
 struct MeasuredLabel {
   const char* m_Field;
   const char* m_Label;
-  bool m_Always;  // else only beside an unknown value
+  bool m_Always;  // else only with an unknown value
 };
 
 constexpr MeasuredLabel kMeasuredLabels[] = {
@@ -166,9 +166,9 @@ std::string ReasonText(const Reason& reason, bool ascii) {
 std::string WhyWithoutReason(const Health& health) {
   const std::string activity = BareText(health.m_Activity);
   if (health.m_Activity.Known() && activity != "IDLE") {
-    return fmt::format("it is busy: {}", activity);
+    return fmt::format("busy: {}", activity);
   }
-  return "the plug-in tells no reason";
+  return "the plug-in reports no reason";
 }
 
 std::string ReasonNames(const Health& health) {

@@ -1,4 +1,4 @@
-// What is wrong with an object, why, and what to do: from its properties alone.
+// The health of an object, from its properties: status, reasons and what to do.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace Console {
 
-// A reading that tells more about a reason.
+// A measured value or a limit that belongs to a reason.
 struct Reading {
   const Field* m_Field = nullptr;  // null: there is none
   Value m_Value;
@@ -18,8 +18,8 @@ struct Reading {
 
 struct Reason {
   std::uint32_t m_Number = 0;
-  std::string m_Name;     // the number for a value outside the vocabulary
-  std::string m_Caption;  // as the name where there is no caption
+  std::string m_Name;     // the number if it has no name
+  std::string m_Caption;  // the name if there is no caption
   Reading m_Measured;
   Reading m_Limit;
   std::string m_Advice;  // empty: unknown
@@ -27,27 +27,27 @@ struct Reason {
 
 struct Health {
   Value m_Status;
-  Value m_Shown;  // the status as people are told it
+  Value m_Shown;  // the status shown to people
   Value m_Activity;
-  std::vector<Reason> m_Reasons;  // without the one that says that all is as it should be
+  std::vector<Reason> m_Reasons;  // without ATTACHED, which is normal
 };
 
 Health HealthOf(const Object& object);
 
-// The same; a drive whose card is detached is shown as that. The plug-in calls it available though
-// nobody can use it.
+// The same, but a drive whose card is detached is shown as detached. The plug-in reports it as
+// available, although it cannot be used.
 Health HealthOf(const Model& model, const Object& object);
 
-// Adapters, each with its drives behind it: all of the machine, or `top` with those below it.
+// Adapters, each followed by its drives: all of the machine, or `top` and those below it.
 std::vector<const Object*> WithStatus(const Model& model, const Object* top = nullptr);
 
-// Whether the status is as good as it can be; an unknown one is not.
+// Whether the status is healthy; an unknown one is not.
 bool IsWell(const Value& status);
 
 // "Temperature above its warning level: 79 °C, warning 78 °C". Printable.
 std::string ReasonText(const Reason& reason, bool ascii);
 
-// Why a status may be what it is when no reason is told: the card may be at work.
+// An explanation for a status without reasons: the card may be busy.
 std::string WhyWithoutReason(const Health& health);
 
 // All names of the reasons, with commas between; empty when there are none.

@@ -12,7 +12,7 @@ bool Contains(const std::vector<std::uint64_t>& ids, std::uint64_t id) {
   return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
-// A link counts from whichever side it is told.
+// A link from either side counts.
 bool Belongs(const PI::CObject& drive, const PI::CObject& adapter) {
   return Contains(drive.m_Parents, adapter.m_ID) || Contains(adapter.m_Children, drive.m_ID);
 }

@@ -1,4 +1,4 @@
-// The plug-in's objects as plain values, with the names by which people call them.
+// The plug-in's objects as plain values, with names for people.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ std::uint32_t ObjectTypeOf(Kind kind);
 
 struct Object {
   Kind m_Kind = Kind::Other;
-  std::string m_Selector;  // "plugin", "a0", "a0/d0"; the id for an object without a place
+  std::string m_Selector;  // "plugin", "a0", "a0/d0"; the id for an object outside the tree
   std::uint64_t m_ID = 0;
   std::vector<std::uint64_t> m_Parents;
   std::vector<std::uint64_t> m_Children;
@@ -43,8 +43,8 @@ class Model {
  public:
   explicit Model(const std::vector<PI::CObject>& topology);
 
-  // In the order of the tree: the plug-in, then each adapter with its drives behind it, then
-  // whatever has no place in it.
+  // In the order of the tree: the plug-in, then each adapter followed by its drives, then objects
+  // outside the tree.
   const std::vector<Object>& Objects() const { return m_Objects; }
   // The object with that id, or null.
   const Object* Find(std::uint64_t id) const;

@@ -21,16 +21,16 @@ const std::vector<Entry>& AllEntries();
 std::string NameOf(const Entry& entry);
 
 // "error", "event", "operation", "property", "reason" or "value"; a reason is a value that an
-// adapter tells with its status.
+// adapter reports with its status.
 const char* FamilyName(const Entry& entry);
 
-// A name of the console's vocabulary that stands for a property, and the objects that have it.
+// A field of a property, and the kind of objects that have it.
 struct FieldUse {
   Kind m_Kind;
   const Field* m_Field;
 };
 
-// Empty for what is no property.
+// Empty unless it is a property.
 std::vector<FieldUse> FieldsOf(const Entry& entry);
 
 // The entries of a number, of a name, or of a name that `get` takes, compared without case.

@@ -1,4 +1,5 @@
-// From a property record, in whatever kind and unit the plug-in chose, to a value in base units.
+// Conversion of a property record, in the type and unit that the plug-in chose, to a value in base
+// units.
 #pragma once
 
 #include <cstdint>
@@ -10,13 +11,13 @@
 
 namespace Console {
 
-// The value of `property` as a `measure`; unknown when its kind or unit does not fit.
+// The value of `property` as a `measure`; unknown if its type or unit does not match.
 Value Convert(const PI::CProperty& property, Measure measure, UnknownEncoding unknown);
 
-// What a property measures by its kind and unit, when nobody knows better.
+// What a property measures, judged by its type and unit.
 Measure NaturalMeasure(const PI::CProperty& property);
 
-// The name of a choice, or its number when it is outside the vocabulary.
+// The name of a choice, or its number if it has no name.
 std::string ChoiceName(std::int32_t value);
 
 // A whole number of zero or more without a unit of its own.

@@ -28,8 +28,8 @@ PropertyName ResolveProperty(const Object& object, const std::string& name) {
   }
   std::vector<std::string> advice = DidYouMean(name, names);
   advice.push_back(fmt::format("See: corvane-host show {}", object.m_Selector));
-  throw Failure(ExitCode::Usage, "NO_SUCH_PROPERTY", fmt::format("finding '{}'", name),
-                fmt::format("{} has no such property", object.m_Selector), advice);
+  throw Failure(ExitCode::Usage, "NO_SUCH_PROPERTY", object.m_Selector,
+                fmt::format("no property '{}'", name), advice);
 }
 
 NamedValue ReadNamed(const Object& object, const std::string& name) {

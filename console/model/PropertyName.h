@@ -1,4 +1,4 @@
-// How people name a property of an object.
+// Property names as users type them.
 #pragma once
 
 #include <cstdint>
@@ -17,17 +17,17 @@ struct PropertyName {
   std::string m_Text;  // as `ShownName` gives it
 };
 
-// The property of `object` by vocabulary name, identifier or number. One that the vocabulary does
-// not have must be among those that the object reports. Throws `Failure` when there is none.
+// The property of `object` by field name, identifier or number. One without a field must be
+// reported by the object. Throws `Failure` if there is none.
 PropertyName ResolveProperty(const Object& object, const std::string& name);
 
 struct NamedValue {
-  std::string m_Name;  // the term's, or as `ShownName` gives it
+  std::string m_Name;  // the field's, or as `ShownName` returns it
   Value m_Value;
 };
 
-// What `object` has by such a name: the term where the vocabulary has one, else the property as it
-// is. Throws `Failure` when there is none.
+// The value of `object` by such a name: the field if there is one, else the property as reported.
+// Throws `Failure` if there is neither.
 NamedValue ReadNamed(const Object& object, const std::string& name);
 
 }  // namespace Console

@@ -66,9 +66,8 @@ Failure NoSuchObject(const Model& model, const std::string& text) {
     if (!serial.empty()) candidates.push_back(serial);
   }
   std::vector<std::string> advice = DidYouMean(text, candidates);
-  advice.push_back(fmt::format("There are: {}", fmt::join(selectors, ", ")));
-  return Failure(ExitCode::NoObject, "NO_SUCH_OBJECT", fmt::format("finding '{}'", text),
-                 "there is no such object", advice);
+  advice.push_back(fmt::format("Objects: {}", fmt::join(selectors, ", ")));
+  return Failure(ExitCode::NoObject, "NO_SUCH_OBJECT", text, "no such object", advice);
 }
 
 }  // namespace
@@ -85,9 +84,9 @@ const Object* FindObject(const Model& model, const std::string& text) {
   std::vector<std::string> all;
   for (const Object* match : matches) all.push_back(Described(*match));
   throw Failure(
-      ExitCode::NoObject, "AMBIGUOUS", fmt::format("finding '{}'", text),
-      fmt::format("{} objects have that name", matches.size()),
-      {fmt::format("They are: {}", fmt::join(all, ", ")), "Use the selector of one of them."});
+      ExitCode::NoObject, "AMBIGUOUS", text,
+      fmt::format("ambiguous, matches {} objects", matches.size()),
+      {fmt::format("Matches: {}", fmt::join(all, ", ")), "Use the selector of one of them."});
 }
 
 const Object& Select(const Model& model, const std::string& text) {

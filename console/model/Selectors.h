@@ -1,4 +1,4 @@
-// How people name an object.
+// Object names as users type them.
 #pragma once
 
 #include <string>
@@ -12,7 +12,8 @@ namespace Console {
 const Object* FindObject(const Model& model, const std::string& text);
 
 // The one object that `text` names: a selector, a serial number, a name, pci:ADDRESS, a control
-// device or an object id. Throws `Failure` for none, and for more than one with all of them.
+// device or an object id. Throws `Failure` if there is none, or more than one; the failure then
+// lists them.
 const Object& Select(const Model& model, const std::string& text);
 
 }  // namespace Console

@@ -23,8 +23,8 @@ enum class Measure {
   PciAddress
 };
 
-// The value by which a plug-in says that it does not know. Absent properties and empty texts are
-// unknown always.
+// The value that a plug-in reports for "unknown". Absent properties and empty texts are always
+// unknown.
 enum class UnknownEncoding { None, Zero, AllOnes };
 
 // How good a value is.

@@ -16,15 +16,14 @@
 namespace Console {
 namespace {
 
-// What the database says of a file that may not be read sends nobody to its permissions.
+// The database's error for an unreadable file does not mention its permissions.
 Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();
   const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
   const bool foreign = !HostKit::ResolveTrusted(file).m_Objection.empty();
   return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, "NO_EVENT_LOG",
-                 fmt::format("reading the event log {}", file),
-                 denied ? std::strerror(EACCES) : why,
-                 {"Another one can be named with --database."});
+                 fmt::format("cannot read the event log {}", file),
+                 denied ? std::strerror(EACCES) : why, {"Pass another database with --database."});
 }
 
 }  // namespace
@@ -79,13 +78,13 @@ std::vector<LoggedEvent> History::Read(std::uint64_t sinceMs, std::size_t limit)
 void History::ReportUnusable(const std::string& why) {
   if (m_IsReportedUnusable) return;
   m_IsReportedUnusable = true;
-  m_Diagnostics.Note("NO_EVENT_LOG", fmt::format("the event log cannot be used: {}", why),
+  m_Diagnostics.Note("NO_EVENT_LOG", fmt::format("cannot use the event log: {}", why),
                      DatabaseAdvice());
 }
 
 std::vector<std::string> DatabaseAdvice() {
-  return {fmt::format("Its file is {}", HostKit::DatabaseFile().string()),
-          "Another one can be named with --database."};
+  return {fmt::format("Database file: {}", HostKit::DatabaseFile().string()),
+          "Pass another database with --database."};
 }
 
 }  // namespace Console

@@ -15,7 +15,7 @@ namespace Console {
 
 using HostKit::LoggedEvent;
 
-// A log that cannot be used is told once and then done without. For one thread.
+// A log that cannot be used is reported once and then ignored. For one thread.
 class History {
  public:
   // More events than a log can hold: no limit.
@@ -23,11 +23,12 @@ class History {
 
   explicit History(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
 
-  // Remembers whose ids these are, so that events of a card that has gone still tell which it was.
+  // Remembers the objects of these ids, so that events of a removed card still have its serial
+  // number.
   void Learn(const std::vector<PI::CObject>& topology);
-  // Whether each event is about an object whose id was learnt.
+  // Whether each event is about an object whose id is known.
   bool KnowsAll(const std::vector<PI::CEvent>& events) const;
-  // Appends the events to the log, and gives them as they are logged.
+  // Appends the events to the log and returns them as logged.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
   // The newest `limit` events among those not older than `sinceMs`, in order of logging; throws
   // `Failure` when the log cannot be read.

@@ -1,4 +1,4 @@
-// What a library shows to those who load it, read from its file.
+// Exported symbols and dependencies of a library, read from its file.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ namespace Console {
 // when the file cannot be read as a library.
 std::vector<std::string> ExportedSymbols(const std::string& file);
 
-// What the loader looks for when it loads a library, and where the library makes it look.
+// The libraries that the loader loads with a library, and where it searches for them.
 struct Dependencies {
   // Those that it stands in for too. One with a slash is a path.
   std::vector<std::string> m_Names;
@@ -22,7 +22,7 @@ struct Dependencies {
 // Read as the loader does, which needs no sections. Nothing when the file is not a library.
 Dependencies DependenciesOf(const std::string& file);
 
-// The names that a plug-in shows to its host; the first two are the entry points.
+// The symbols that a host looks up in a plug-in; the first two are the entry points.
 const std::vector<std::string>& ExpectedSymbols();
 
 }  // namespace Console

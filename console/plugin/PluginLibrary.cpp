@@ -28,8 +28,8 @@ constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL;
 #endif
 
 Failure LoadFailure(const std::string& id, const std::string& why) {
-  return Failure(ExitCode::PluginUnfit, id, "loading the plug-in", why,
-                 {"Name another one with --plugin FILE."});
+  return Failure(ExitCode::PluginUnfit, id, "cannot load the plug-in", why,
+                 {"Pass another plug-in with --plugin FILE."});
 }
 
 std::string LastLoaderError() {
@@ -40,13 +40,13 @@ std::string LastLoaderError() {
 void RequireFile(const std::string& file) {
   std::error_code error;
   if (!std::filesystem::exists(file, error)) {
-    throw LoadFailure("PLUGIN_MISSING", fmt::format("there is no file {}", file));
+    throw LoadFailure("PLUGIN_MISSING", fmt::format("file not found: {}", file));
   }
 }
 
 void Require(const std::string& objection, const fs::path& file) {
   if (objection.empty()) return;
-  throw Failure(ExitCode::PluginUnfit, "PLUGIN_NOT_TRUSTED", "loading the plug-in", objection,
+  throw Failure(ExitCode::PluginUnfit, "PLUGIN_NOT_TRUSTED", "cannot load the plug-in", objection,
                 TrustAdvice(file));
 }
 
@@ -187,7 +187,7 @@ void* PluginLibrary::EntryPoint(const char* name) const {
   if (found != nullptr) return found;
   dlclose(m_Handle);
   throw LoadFailure("PLUGIN_NO_ENTRY_POINT",
-                    fmt::format("{} has no {}: it is no storage plug-in", m_File, name));
+                    fmt::format("{} is not a storage plug-in: no symbol {}", m_File, name));
 }
 
 PluginInstance::PluginInstance(PluginLibrary& library) : m_Library(library) {
@@ -195,16 +195,17 @@ PluginInstance::PluginInstance(PluginLibrary& library) : m_Library(library) {
   try {
     result = library.m_Create(&m_pPlugin);
   } catch (const std::exception& e) {
-    throw Failure(ExitCode::Failed, "PLUGIN_NOT_MADE", "making the plug-in", e.what());
+    throw Failure(ExitCode::Failed, "PLUGIN_NOT_MADE", "cannot create the plug-in instance",
+                  e.what());
   }
   if (result != PI::SUCCESS || m_pPlugin == nullptr) {
-    throw LoadFailure("PLUGIN_NOT_MADE", fmt::format("createIf gave {}", result));
+    throw LoadFailure("PLUGIN_NOT_MADE", fmt::format("createIf returned {}", result));
   }
   const std::uint32_t version = m_pPlugin->m_InterfaceVersion;
   if (version == kInterfaceVersion) return;
   library.m_Release(&m_pPlugin);
   throw LoadFailure("PLUGIN_WRONG_VERSION",
-                    fmt::format("{} speaks interface version {}, this host speaks version {}",
+                    fmt::format("{} has interface version {}, this host requires version {}",
                                 library.m_File, version, kInterfaceVersion));
 }
 

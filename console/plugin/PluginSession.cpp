@@ -71,15 +71,14 @@ void PluginSession::Stop() {
   } catch (const Failure& failure) {
     LeaveThreadsRunning();
     m_Diagnostics.Note("PLUGIN_LEFT_RUNNING",
-                       "no thread can be started to stop the plug-in; the program ends without it",
+                       "cannot start a thread to stop the plug-in; exiting without stopping it",
                        failure.m_Advice);
     return;
   } catch (const std::exception&) {
     return;  // the plug-in's own, and it is gone now
   }
-  m_Diagnostics.Note("PLUGIN_LEFT_RUNNING",
-                     "the plug-in does not stop; the program ends without it",
-                     {"A card or its driver may hang: see the kernel log."});
+  m_Diagnostics.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; exiting without it",
+                     {"A card or its driver may hang; check the kernel log."});
 }
 
 // The answer does not depend on it, so a plug-in that refuses is let go.
@@ -97,13 +96,13 @@ void PluginSession::Start() {
   const std::uint32_t result = Read(PI::CMD_INITIALIZE, 0, adapters);
   m_StartDuration = std::chrono::steady_clock::now() - begin;
   if (result == PI::ERR_NO_SUPPORTED_HARDWARE) return;
-  if (result != PI::SUCCESS) throw PluginFailure("starting the plug-in", result);
+  if (result != PI::SUCCESS) throw PluginFailure("cannot start the plug-in", result);
   m_HasCards = true;
   for (PI::CAdapterID& adapter : adapters) {
     adapter.m_GlobalNumber = static_cast<std::int32_t>(adapter.m_AdapterNumber) + 1;
   }
   const std::uint32_t numbered = Read(PI::CMD_SET_ADAPTER_IDS, 0, adapters);
-  if (numbered != PI::SUCCESS) throw PluginFailure("numbering the adapters", numbered);
+  if (numbered != PI::SUCCESS) throw PluginFailure("cannot number the adapters", numbered);
 }
 
 // The payload is the call's own until it has come back.
@@ -138,17 +137,17 @@ std::uint32_t PluginSession::Change(PI::_COMMAND command, std::uint64_t object, 
 
 void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
-  if (StopRequested()) throw Stopped("Stopped. The plug-in does not answer.");
-  throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the command", "the plug-in does not answer",
-                {"A card or its driver may hang: see the kernel log.",
-                 "If it is only slow, give it more time with --timeout."});
+  if (StopRequested()) throw Stopped("interrupted; the plug-in does not respond");
+  throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond",
+                std::vector<std::string>{"A card or its driver may hang; check the kernel log.",
+                                         "If it is only slow, pass a longer --timeout."});
 }
 
 void PluginSession::AbandonChange() {
   static_cast<void>(m_pLoaded.release());
-  throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the command", "the plug-in does not answer",
-                {"A card or its driver may hang: see the kernel log.",
-                 "The command may still take effect: see what it did with show."});
+  throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond",
+                std::vector<std::string>{"A card or its driver may hang; check the kernel log.",
+                                         "The command may still take effect; check with show."});
 }
 
 template <class Payload>
@@ -160,21 +159,23 @@ Payload PluginSession::Require(const char* what, PI::_COMMAND command, std::uint
 }
 
 std::vector<PI::CObject> PluginSession::Topology() {
-  auto objects = Require<std::vector<PI::CObject>>("reading the topology", PI::CMD_GET_TOPOLOGY, 0);
+  auto objects =
+      Require<std::vector<PI::CObject>>("cannot read the topology", PI::CMD_GET_TOPOLOGY, 0);
   if (!objects.empty()) m_PluginID = objects.front().m_ID;
   m_History.Learn(objects);
   return objects;
 }
 
 std::vector<PI::CProperty> PluginSession::Properties(std::uint64_t object) {
-  return Require<std::vector<PI::CProperty>>("reading properties", PI::CMD_GET_PROPERTIES, object);
+  return Require<std::vector<PI::CProperty>>("cannot read properties", PI::CMD_GET_PROPERTIES,
+                                             object);
 }
 
 std::vector<PI::CProperty> PluginSession::Property(std::uint64_t object, std::uint32_t property) {
   PI::CProperty record(static_cast<PI::_PROPERTY_ID>(property), false);
   const std::uint32_t result = Read(PI::CMD_GET_PROPERTY, object, record);
   if (result == PI::ERR_GENERAL) return {};
-  if (result != PI::SUCCESS) throw PluginFailure("reading a property", result);
+  if (result != PI::SUCCESS) throw PluginFailure("cannot read a property", result);
   return {record};
 }
 
@@ -183,7 +184,8 @@ std::uint32_t PluginSession::SetProperty(std::uint64_t object, PI::CProperty& pr
 }
 
 std::vector<PI::COperation> PluginSession::Operations(std::uint64_t object) {
-  return Require<std::vector<PI::COperation>>("reading operations", PI::CMD_GET_OPERATIONS, object);
+  return Require<std::vector<PI::COperation>>("cannot read operations", PI::CMD_GET_OPERATIONS,
+                                              object);
 }
 
 std::uint32_t PluginSession::CheckOperation(std::uint64_t object, PI::COperation& operation) {
@@ -206,7 +208,7 @@ std::vector<LoggedEvent> PluginSession::CollectEvents() {
   PI::COperation operation;
   operation.m_OperationID = PI::OP_GET_EVENTS;
   const std::vector<PI::CEvent> events =
-      Require("collecting events", PI::CMD_EXECUTE_OPERATION, m_PluginID, operation).m_Events;
+      Require("cannot collect events", PI::CMD_EXECUTE_OPERATION, m_PluginID, operation).m_Events;
   if (!m_History.KnowsAll(events)) Topology();
   return m_History.Record(events);
 }

@@ -1,4 +1,4 @@
-// A conversation with a plug-in: the one thing that everything above it knows of plug-ins.
+// A session with a plug-in: the only interface to plug-ins for the code above.
 #pragma once
 
 #include <chrono>
@@ -33,15 +33,15 @@ class Session {
   // object alone.
   virtual bool HasCards() const = 0;
 
-  // How many threads the plug-in asked for and did not get. One of them may be the one that watches
-  // the cards: then no event ever comes.
+  // How many threads the plug-in could not start. One of them may be the thread that polls the
+  // cards: then no event ever arrives.
   virtual std::size_t LostThreads() const = 0;
 
   // How long the plug-in took to start, its first scan of all cards included.
   virtual std::chrono::duration<double> StartDuration() const = 0;
 
-  // Reads that have no answer a moment after this time throw `Failure` with the exit code for it,
-  // as they do at once after a signal, and when one of them takes longer than the command allows.
+  // Reads that have not returned shortly after this time throw `Failure` with the exit code for a
+  // timeout. They also throw on a stop signal, and when one read exceeds the command's limit.
   virtual void SetDeadline(const Deadline& deadline) = 0;
 
   // The plug-in object, then all adapters, then all drives, with properties and operations.
@@ -49,19 +49,19 @@ class Session {
   virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;
   // The record of one property; empty when the object does not have it now.
   virtual std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) = 0;
-  // Gives the plug-in's result; never throws for it.
+  // Returns the plug-in's result; does not throw for it.
   virtual std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) = 0;
 
   virtual std::vector<PI::COperation> Operations(std::uint64_t object) = 0;
-  // Give the plug-in's result; never throw for it.
+  // Return the plug-in's result; do not throw for it.
   virtual std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) = 0;
   virtual std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) = 0;
 
-  // Takes all events that wait in the plug-in, and appends them to the host's log. The ids in them
-  // are of objects of this session; they have no number.
+  // Reads all pending events of the plug-in and appends them to the host's log. Their ids are those
+  // of this session; they have no log number.
   virtual std::vector<HostKit::LoggedEvent> CollectEvents() = 0;
-  // Waits until the plug-in has something to collect; false when the time is over, a signal came or
-  // one of the other things has happened.
+  // Waits until the plug-in has pending events; false when the time is up, a stop signal arrived or
+  // one of `also` is ready.
   virtual bool WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) = 0;
   bool WaitForNotification(std::chrono::milliseconds atMost) {
     return WaitForNotification(atMost, WaitSet());

@@ -28,8 +28,8 @@ using Words = std::vector<std::string>;
 
 Failure SimulationFailure(const std::string& why, ExitCode code = ExitCode::Failed) {
   return Failure(
-      code, "SIMULATION_FAILED", "simulating cards", why,
-      {"Make cards with: cardsim new; cardsim add 0x1003", "Name their file: --simulate=FILE"});
+      code, "SIMULATION_FAILED", "cannot simulate cards", why,
+      {"Create cards: cardsim new; cardsim add 0x1003", "Or pass their file: --simulate=FILE"});
 }
 
 std::filesystem::path MakeTemporaryFolder() {
@@ -66,7 +66,7 @@ int BecomeProgram(const std::filesystem::path& program, const Words& words) {
 }
 
 std::string WhyEnded(const SubprocessResult& ending) {
-  if (ending.m_End == SubprocessEnd::TimedOut) return "the simulator does not answer";
+  if (ending.m_End == SubprocessEnd::TimedOut) return "the simulator does not respond";
   if (ending.m_End == SubprocessEnd::Killed) {
     return fmt::format("the simulator crashed ({})", strsignal(ending.m_Number));
   }
@@ -77,11 +77,11 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
                 const TimeLimits& limits) {
   const std::filesystem::path program = ProgramFolder() / "cardsim";
   if (!std::filesystem::exists(program)) {
-    throw SimulationFailure(fmt::format("there is no program {}", program.string()));
+    throw SimulationFailure(fmt::format("program not found: {}", program.string()));
   }
   const std::string objection = ObjectionToCode(program);
   if (!objection.empty()) {
-    throw Failure(ExitCode::PluginUnfit, "SIMULATION_FAILED", "simulating cards", objection,
+    throw Failure(ExitCode::PluginUnfit, "SIMULATION_FAILED", "cannot simulate cards", objection,
                   TrustAdvice(program));
   }
   Words arguments;
@@ -97,7 +97,7 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
 }
 
 // Waits in a session of its own for the end of the process that made it, and removes the folder.
-// Holds nothing else open, so that nobody waits for it.
+// Keeps no other descriptor open, so that no other process waits for it.
 [[noreturn]] void BeReaper(const std::filesystem::path& folder, int ends) noexcept {
   setsid();
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);

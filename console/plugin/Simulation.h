@@ -10,8 +10,8 @@
 
 namespace Console {
 
-// Points the card library at a file of simulated cards, and the PCI look-up at a sysfs tree made
-// for them in a temporary folder, which is removed when this object is destroyed, and by another
+// Points the card library at a file of simulated cards, and the PCI lookup at a sysfs tree made for
+// them in a temporary folder, which is removed when this object is destroyed, and by another
 // process when this one is killed. Make it before any thread starts.
 class Simulation {
  public:

@@ -45,8 +45,8 @@ class Reserve {
 Failure BusFailure(const std::string& file, int error) {
   const bool denied = error == EACCES || error == EPERM;
   return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "SYSFS_UNREADABLE",
-                 fmt::format("reading {}", file), std::strerror(error),
-                 {"Whether there are cards is not known: they are looked for there."});
+                 fmt::format("cannot read {}", file), std::strerror(error),
+                 {"Cards are detected there, so it is unknown whether there are any."});
 }
 
 void RequireReadable(const std::string& file) {
@@ -66,10 +66,10 @@ void RequireDescriptors() {
   while (reserve.Size() < kNeeded) {
     const int error = reserve.Grow();
     if (error == 0) continue;
-    const char* advice = error == ENFILE ? "Raise the limit of the system: sysctl fs.file-max"
+    const char* advice = error == ENFILE ? "Raise the system limit: sysctl fs.file-max"
                                          : "Raise the limit: ulimit -n 256";
-    throw Failure(ExitCode::Failed, "NO_DESCRIPTORS", "starting the plug-in",
-                  fmt::format("only {} more files can be opened, {} may be needed ({})",
+    throw Failure(ExitCode::Failed, "NO_DESCRIPTORS", "cannot start the plug-in",
+                  fmt::format("only {} more files can be opened, up to {} are needed ({})",
                               reserve.Size(), kNeeded, std::strerror(error)),
                   {advice});
   }

@@ -3,7 +3,7 @@
 
 namespace Console {
 
-// A plug-in that cannot open a file finds no card, which is not what people should be told. Throws
+// A plug-in that cannot open files finds no cards, which would be a misleading result. Throws
 // `Failure` unless many more files can be opened than a plug-in needs.
 void RequireDescriptors();
 

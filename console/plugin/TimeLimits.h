@@ -1,4 +1,4 @@
-// How long a command waits for a plug-in that does not answer.
+// How long a command waits for a plug-in that does not respond.
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,4 @@
-// What a command answers, in every form that it has, and how a form becomes text.
+// The result of a command in every output format, and how it is rendered.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -24,7 +24,7 @@ struct CommandResult {
   ExitCode m_Code = ExitCode::Done;
 };
 
-// What surrounds a result.
+// What a JSON document has around a result.
 struct Envelope {
   std::string m_Command;
   std::optional<PluginInfo> m_Plugin;

@@ -8,10 +8,10 @@
 
 namespace Console {
 
-// A status for people: what is well needs no shouting.
+// A status for people: healthy ones in lower case.
 std::string StatusText(const Value& status);
 
-// The cell of a status as people are told it; scripts keep the plug-in's.
+// The cell of a status as shown to people; scripts get the plug-in's status.
 Cell StatusCell(const Health& health);
 
 }  // namespace Console

@@ -27,7 +27,7 @@ using Labels = std::vector<std::pair<std::string, std::string>>;
 
 constexpr const char* kPrefix = "corvane_";
 
-// What a family's samples are made from, beside its row.
+// What a family's samples are made from, in addition to its row.
 struct Source {
   const Observed& m_Observed;
   std::map<const Object*, std::string> m_CardNames;
@@ -42,7 +42,7 @@ struct MetricRow {
   const char* m_Help;
 };
 
-// Text that is no UTF-8 and control characters are made visible; a line break has its own escape.
+// Invalid UTF-8 and control characters are made visible; a line break has its own escape.
 std::string LabelText(const std::string& text) {
   std::vector<std::string> lines;
   boost::split(lines, text, boost::is_any_of("\n"));
@@ -124,7 +124,7 @@ Samples Numbers(const MetricRow& row, const Source& source) {
   return samples;
 }
 
-// The states that the plug-in allows, and one that it has all the same.
+// The states that the plug-in declares, and the current one if it is not among them.
 template <Kind kind>
 Samples States(const MetricRow& row, const Source& source) {
   Samples samples;
@@ -143,7 +143,7 @@ Samples States(const MetricRow& row, const Source& source) {
   return samples;
 }
 
-// Every reason that there is, so that one that passes leaves a 0 and no gap.
+// All possible reasons, so that a reason that ends becomes 0 and its series has no gap.
 std::vector<std::string> AllReasons() {
   std::vector<std::string> names;
   for (const std::uint32_t number : HostKit::NumbersOf(HostKit::Family::Value)) {
@@ -168,7 +168,7 @@ Samples Reasons(const MetricRow& row, const Source& source) {
   return samples;
 }
 
-// What names and places an object; what is unknown is left out.
+// Labels that identify and locate an object; unknown ones are omitted.
 constexpr const char* kIdentityTerms[] = {
     "name",        "serial_number",  "product",          "vendor",           "hardware_type",
     "pci_address", "pci_slot",       "firmware_version", "driver_name",      "driver_version",
@@ -225,7 +225,7 @@ constexpr MetricRow kMetrics[] = {
     {"plugin_up",                            G, "",        PluginUp,     nullptr,
      "Whether the plug-in could be loaded and asked."},
     {"adapters",                             G, "",        AdapterCount, nullptr,
-     "Number of adapters that the plug-in found."},
+     "Number of adapters found by the plug-in."},
     {"adapter",                              I, "",        Info<A>,      nullptr,
      "Names, place and versions of an adapter."},
     {"adapter_status",                       S, "",        States<A>,    "status",

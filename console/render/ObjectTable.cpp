@@ -50,7 +50,7 @@ const Field* FindFieldOfAnyKind(const std::string& name) {
 }
 
 [[noreturn]] void NoSuchColumn(const std::string& name) {
-  throw UsageFailure(fmt::format("there is no column '{}'", name),
+  throw UsageFailure(fmt::format("unknown column '{}'", name),
                      DidYouMean(name, ObjectColumnNames()));
 }
 

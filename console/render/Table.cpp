@@ -36,15 +36,15 @@ ScolsTable NewTable(const Style& style) {
   if (!table) throw std::bad_alloc();
   scols_table_enable_ascii(table.get(), style.m_Ascii ? 1 : 0);
   scols_table_enable_colors(table.get(), style.m_Color ? 1 : 0);
-  // It would write the backslash of an escape as an escape.
+  // It would escape the backslash of an escape.
   scols_table_enable_noencoding(table.get(), 1);
   scols_table_enable_noheadings(table.get(), style.m_Headings ? 0 : 1);
-  // Never a terminal to the library: on one it would cut cells, and a person can scroll.
+  // The library must not detect a terminal: it would truncate cells.
   scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
   return table;
 }
 
-// A column is never narrower than its heading, also where headings are not shown.
+// A column is never narrower than its heading, even without a header row.
 std::string WideHeading(const Column& column) {
   std::string heading = column.m_Heading;
   heading.resize(std::max(heading.size(), column.m_Least), ' ');
@@ -87,7 +87,7 @@ Cell TextCell(const std::string& text) {
   return {text, Printable(text), Severity::Neutral};
 }
 
-// What is well needs no shouting.
+// Healthy values are in lower case.
 Cell ValueCell(const Value& value, bool ascii) {
   Cell cell{HumanText(value, ascii), BareText(value), value.m_Severity};
   if (value.m_Severity == Severity::Good) {

@@ -33,7 +33,7 @@ struct StatusStateRow {
   CheckState m_State;
 };
 
-// Statuses of adapters and drives; any other one is unknown.
+// Statuses of adapters and drives; any other is UNKNOWN.
 constexpr StatusStateRow kStatuses[] = {
     {"OK", CheckState::Ok},           {"AVAILABLE", CheckState::Ok},
     {"WARNING", CheckState::Warning}, {"AVAILABLE_SMART", CheckState::Warning},
@@ -95,7 +95,7 @@ std::string RangeText(const std::string& number, Limit limit) {
   return number.empty() || limit == Limit::Above ? number : number + ":";
 }
 
-// Without what would end a label or need quotes around it.
+// Without characters that would end a label or need quoting.
 std::string LabelText(const std::string& text) {
   std::string label;
   for (const char c : text) {
@@ -119,7 +119,7 @@ void AddReadings(std::vector<CheckReading>& into, const Object& adapter, const s
   }
 }
 
-// Trailing separators are left out, as the convention allows.
+// Trailing separators are omitted, as the format allows.
 std::string CheckReadingText(const CheckReading& r) {
   std::string text = fmt::format("{}={}{};{};{};{};{}", r.m_Label, r.m_Value, r.m_Unit, r.m_Warning,
                                  r.m_Critical, r.m_Minimum, r.m_Maximum);
@@ -127,12 +127,12 @@ std::string CheckReadingText(const CheckReading& r) {
   return text;
 }
 
-// A bar would begin the readings.
+// A bar would start the performance data.
 std::string WithoutBars(const std::string& text) {
   return boost::replace_all_copy(text, "|", "/");
 }
 
-// A drive has no reasons of its own: those of its card tell.
+// A drive has no reasons of its own; its card reports them.
 std::string ComplaintText(const Finding& finding, bool ascii) {
   std::string why;
   for (const Reason& reason : finding.m_Health.m_Reasons) {
@@ -154,7 +154,7 @@ std::string Counted(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
-// The worst come first, since a monitoring system may cut the line.
+// The worst come first, because a monitoring system may truncate the line.
 std::string Complaints(const CheckResult& check, bool ascii) {
   std::string text;
   for (const CheckState state : {CheckState::Critical, CheckState::Warning, CheckState::Unknown}) {
@@ -214,7 +214,7 @@ CheckResult CheckObjects(const Model& model, const Object* top) {
 }
 
 std::string Summary(const CheckResult& check, bool ascii) {
-  if (check.m_Findings.empty()) return "no supported adapter was found in this machine";
+  if (check.m_Findings.empty()) return "no supported adapter found in this machine";
   const std::string complaints = Complaints(check, ascii);
   if (!complaints.empty()) return WithoutBars(complaints);
   return fmt::format("{}, {}", Counted(CountOf(check, Kind::Adapter), "adapter"),

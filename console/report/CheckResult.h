@@ -1,5 +1,5 @@
-// What a monitoring system is told of the cards, in the convention of its plug-ins: a state, a line
-// that says why, a line for each object, and readings with their limits.
+// The state of the cards in the plug-in format of monitoring systems: a state, a line with the
+// reason, one line per object, and readings with their limits.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace Console {
 
-// From best to worst: an unknown one must not hide a bad one.
+// From best to worst; UNKNOWN must not hide WARNING or CRITICAL.
 enum class CheckState { Ok, Unknown, Warning, Critical };
 
 // "OK", "UNKNOWN", "WARNING", "CRITICAL".
@@ -24,7 +24,7 @@ struct Finding {
   CheckState m_State;
 };
 
-// A reading with its limits as ranges; what is empty is unknown or does not apply.
+// A reading with its limits as ranges; an empty member is unknown or does not apply.
 struct CheckReading {
   std::string m_Label;
   std::string m_Value;
@@ -41,17 +41,17 @@ struct CheckResult {
   std::vector<CheckReading> m_Readings;
 };
 
-// The status that the plug-in gives an object decides; reasons and readings only tell more. `top`
-// is part of `model`, which must outlive the result, or null for all objects.
+// The state follows from the status that the plug-in reports; reasons and readings are details.
+// `top` is part of `model`, which must outlive the result, or null for all objects.
 CheckResult CheckObjects(const Model& model, const Object* top);
 
-// Why it is so, in one line and without a bar.
+// The reason, in one line without a bar.
 std::string Summary(const CheckResult& check, bool ascii);
 
-// All that a monitoring system reads: the line with the readings, and the lines of the objects.
+// The complete output: the first line with the readings, and the lines of the objects.
 std::string CheckText(const CheckResult& check, bool ascii);
 
-// The same when the cards could not be looked at.
+// The same if the cards could not be read.
 std::string CheckText(const Failure& failure);
 
 }  // namespace Console

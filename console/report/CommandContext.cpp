@@ -24,7 +24,7 @@ namespace {
 
 constexpr const char* kNoWorker = "NO_WORKER";
 constexpr const char* kWhyNoWorker =
-    "the plug-in could not start the thread that watches the cards: no events will arrive";
+    "the plug-in could not start the thread that polls the cards; no events will arrive";
 constexpr const char* kThreadAdvice =
     "Allow this user more processes and threads (ulimit -u), or free memory.";
 
@@ -45,11 +45,11 @@ int ErrorOfReading(const std::string& file) {
 std::vector<std::string> ConfigAdvice(const std::filesystem::path& file, int error) {
   switch (error) {
     case 0:
-      return {"Repair or remove it; nothing was changed."};
+      return {"Repair or remove it. Nothing was changed."};
     case EACCES:
-      return {
-          fmt::format("See who may read it and the folders above it: namei -l {}", file.string()),
-          "Run this as its owner, or as root; nothing was changed."};
+      return {fmt::format("Check the permissions of the file and its folders: namei -l {}",
+                          file.string()),
+              "Run this as its owner or as root. Nothing was changed."};
     case EPERM:
       return TrustAdvice(file);
     default:
@@ -57,8 +57,8 @@ std::vector<std::string> ConfigAdvice(const std::filesystem::path& file, int err
   }
 }
 
-// A plug-in would take the default for what it cannot read, and the next change would replace the
-// file: better not to start.
+// A plug-in would use defaults for a file that it cannot read, and the next change would overwrite
+// the file.
 void RequireReadableConfig() {
   PI::CConfigFile config;
   config.SetFileName(kConfigFile);
@@ -70,8 +70,9 @@ void RequireReadableConfig() {
   const std::string objection = HostKit::ResolveTrusted(file.string()).m_Objection;
   const int error = objection.empty() ? ErrorOfReading(file.string()) : EPERM;
   const std::string why = objection.empty() ? std::strerror(error) : objection;
-  throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE", fmt::format("reading {}", file.string()),
-                error == 0 ? "it is not an ini file" : why, ConfigAdvice(file, error));
+  throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE",
+                fmt::format("cannot read {}", file.string()), error == 0 ? "not an ini file" : why,
+                ConfigAdvice(file, error));
 }
 
 void StartTracing(const Options& options) {
@@ -79,14 +80,14 @@ void StartTracing(const Options& options) {
     const int error = errno;
     const std::string objection = HostKit::ResolveTrusted(options.m_TraceFile).m_Objection;
     throw Failure(objection.empty() ? CodeForErrno(error) : ExitCode::Permission, "TRACE_FILE",
-                  fmt::format("opening the trace file {}", options.m_TraceFile),
-                  objection.empty() ? "it cannot be written" : objection);
+                  fmt::format("cannot open trace file {}", options.m_TraceFile),
+                  objection.empty() ? "not writable" : objection);
   }
   if (!options.m_Trace) return;
   const auto mask = HostKit::ParseTraceLevels(*options.m_Trace);
   if (!mask) {
-    throw UsageFailure(fmt::format("--trace cannot be '{}'", *options.m_Trace),
-                       {"It may be a number, a list of levels such as 2,4,16, all or off."});
+    throw UsageFailure(fmt::format("--trace: invalid levels '{}'", *options.m_Trace),
+                       {"Valid: a number, a list of levels such as 2,4,16, all or off."});
   }
   HostKit::SetTraceMask(*mask);
 }
@@ -128,7 +129,7 @@ Session& Context::Open() {
 Session& Context::OpenToWait() {
   if (!m_pSession) Start();
   if (m_pSession->LostThreads() == 0) return *m_pSession;
-  throw Failure(ExitCode::Failed, kNoWorker, "waiting", kWhyNoWorker, {kThreadAdvice});
+  throw Failure(ExitCode::Failed, kNoWorker, "cannot wait", kWhyNoWorker, {kThreadAdvice});
 }
 
 Session& Context::Start() {
@@ -147,7 +148,7 @@ Session& Context::Start() {
   if (!m_pSession->HasCards()) {
     RequireReadableBus();
     m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
-                       WhyNoCards(), {"Cards that are only simulated are shown with --simulate."});
+                       WhyNoCards(), {"Pass --simulate to use simulated cards."});
   }
   return *m_pSession;
 }

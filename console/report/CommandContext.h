@@ -24,19 +24,19 @@ class Context {
           std::vector<std::string> arguments, const TimeLimits& limits = {});
   ~Context();
 
-  // How long the plug-in may take; without limits until it is told.
+  // Sets how long the plug-in may take (default: no limit).
   void Limit(const TimeLimits& limits) { m_Limits = limits; }
 
-  // The same with other options, which must outlive it, and not yet open.
+  // A new context with other options, which must outlive it; its session is not open.
   Context With(const Options& options) const;
 
-  // The session; the first call brings the plug-in up, with simulated cards if so wanted, and notes
-  // when there is no card.
+  // The session. The first call starts the plug-in, with simulated cards if requested, and adds a
+  // note if there are no cards.
   Session& Open();
-  // The same for a command that waits for what happens. Throws `Failure` when nothing ever will,
-  // since the plug-in could not start the thread that watches the cards.
+  // The same for a command that waits for events. Throws `Failure` if none can arrive because the
+  // plug-in could not start the thread that polls the cards.
   Session& OpenToWait();
-  // Stops the plug-in; the answer is written after that. Does nothing when it is not up.
+  // Stops the plug-in; the result is written after that. Does nothing if it is not running.
   void Close();
   // The objects as they are now.
   Model Objects() { return Model(Open().Topology()); }
@@ -44,14 +44,14 @@ class Context {
   // The host's event log; to be read when the session is open.
   History& EventLog() { return m_History; }
 
-  // Writes a part of the answer now, for a command that goes on.
+  // Writes a part of the result now, for a command that continues.
   void Emit(const CommandResult& result, bool first);
-  // Where the answer goes, for a screen.
+  // The stream of the result, for a screen.
   const ResultStream& Stream() const { return m_Stream; }
-  // Whether nobody reads the answer any more, and the interest that ends a wait at that moment.
+  // Whether the reader of the result is gone, and the wait set that ends a wait when it goes.
   bool HasLostReader() const;
   WaitSet ReaderWaitSet() const;
-  // What surrounds the answer so far.
+  // The envelope for a result, with the messages so far.
   Envelope EnvelopeFor(ExitCode code) const;
 
   const Options& m_Options;

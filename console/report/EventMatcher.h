@@ -12,15 +12,15 @@
 
 namespace Console {
 
-// Which objects of now the events of earlier runs were about. An object is known again by its kind
-// and the serial number of its card, without one by its name. The model must outlive it.
+// Finds the current object of an event of an earlier run, by kind and serial number of the card,
+// without one by name. The model must outlive it.
 class EventMatcher {
  public:
   explicit EventMatcher(const Model& model);
 
   // The object, or null.
   const Object* Find(const LoggedEvent& event) const;
-  // The events by object, without those whose object has gone.
+  // The events by object, without those whose object is gone.
   std::map<const Object*, std::vector<LoggedEvent>> Sort(const std::vector<LoggedEvent>& log) const;
 
  private:

@@ -1,4 +1,4 @@
-// An event in the forms in which commands show it.
+// Events as table rows and JSON.
 #pragma once
 
 #include <vector>
@@ -9,10 +9,10 @@
 
 namespace Console {
 
-// The columns of a row, wide enough for every event: they are also drawn one by one as they come.
+// The columns of a row, wide enough for every event, because rows may be drawn one at a time.
 const std::vector<Column>& EventColumns();
 
-// `object` is what the event is about, or null when that has gone.
+// `object` is the object of the event, or null if it is gone.
 Row EventRow(const Object* object, const LoggedEvent& event);
 Json EventJson(const Object* object, const LoggedEvent& event);
 

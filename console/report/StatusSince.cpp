@@ -9,8 +9,8 @@ namespace {
 
 namespace E = PI::Event;
 
-// What ends a reason: a new card has no past, and a card that is well has no reasons but those of
-// its being attached or not.
+// Whether an event ends a reason: a new card has no history, and a healthy card has no reasons
+// except ATTACHED or DETACHED.
 bool Ends(std::uint32_t reason, std::uint32_t event) {
   if (event == E::CTRL_PNPADD || event == E::CTRL_PNPREMOVE) return true;
   return event == (reason == static_cast<std::uint32_t>(PI::Value::DETACHED) ? E::CTRL_ATTACHED

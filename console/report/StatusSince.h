@@ -1,4 +1,4 @@
-// Since when an object is as it is, from the event log.
+// Since when an object has had its status, from the event log.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +10,9 @@
 
 namespace Console {
 
-// The time of the event with which the present status began, in milliseconds since the epoch.
-// `events` are those of the object, in order of logging. Nothing when the log does not tell it of
-// every reason for the status: it is only known for what began while a host ran.
+// The time of the event that started the current status, in milliseconds since the epoch. `events`
+// are those of the object, in order of logging. Empty unless the log has the start of every reason
+// for the status: the log only has what began while a host was running.
 std::optional<std::uint64_t> StatusSince(const Health& health,
                                          const std::vector<LoggedEvent>& events);
 

@@ -1,4 +1,4 @@
-// The cards of the live view: a line for each object, with its reasons below.
+// The card table of the live view: one line per object, with its reasons below.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ struct CardTable {
   std::size_t m_Chosen = 0;  // position of the chosen object's line
 };
 
-// For a screen of that many columns; `chosen` is the id of the object whose line stands out.
+// For a screen of that many columns; `chosen` is the id of the object whose line is highlighted.
 CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t columns,
                         bool ascii);
 

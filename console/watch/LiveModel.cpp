@@ -16,7 +16,7 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t kMostTemperatures = 240;
 
-// As the plug-in tells it, or its default.
+// As reported by the plug-in, or its default.
 milliseconds PollIntervalOf(const Model& model) {
   constexpr std::uint64_t kUsual = 15;
   std::uint64_t seconds = kUsual;
@@ -42,15 +42,15 @@ LiveModel::LiveModel(Session& session)
 bool LiveModel::Wait(milliseconds atMost, const WaitSet& also) {
   const auto due = std::chrono::duration_cast<milliseconds>(m_NextReading - steady_clock::now());
   const milliseconds duration = std::max(milliseconds(0), std::min(atMost, due + milliseconds(1)));
-  const bool told = m_Session.WaitForNotification(duration, also);
+  const bool notified = m_Session.WaitForNotification(duration, also);
   CheckStop();
-  if (!told && steady_clock::now() < m_NextReading) return false;
+  if (!notified && steady_clock::now() < m_NextReading) return false;
   Read();
   return true;
 }
 
-// The events are there as soon as the objects show what they tell, before the notification. They
-// are taken first, so that none bears the name of a place that another card has by now.
+// Events are available as soon as the objects show the change, before the notification. They are
+// read first, so that none gets the name of a position that another card has by now.
 void LiveModel::Read() {
   const std::vector<LoggedEvent> events = m_Session.CollectEvents();
   m_Model = Model(m_Session.Topology());

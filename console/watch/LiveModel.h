@@ -1,4 +1,4 @@
-// What is known of all objects while they are watched, read at the pace of the plug-in.
+// The objects and events of a live view, read at the pace of the plug-in.
 #pragma once
 
 #include <chrono>
@@ -16,31 +16,31 @@ namespace Console {
 
 class LiveModel {
  public:
-  // An event as it was told when it came: its object may have gone since.
+  // An event as it was when it arrived: its object may be gone since.
   struct Entry {
     Row m_Row;
     Json m_Json;
     Severity m_Severity;
   };
 
-  // Reads everything once, with the events that wait already.
+  // Reads everything once, including the pending events.
   explicit LiveModel(Session& session);
 
   // Of events that are kept.
   static constexpr std::size_t kMostEvents = 1000;
 
-  // Puts events of earlier runs before those that have come.
+  // Puts events of earlier runs before those received.
   void Recall(const std::vector<LoggedEvent>& past);
 
   // Waits for a notification or for a third of the poll interval since the last reading, whichever
-  // comes first, but no longer than `atMost` and not beyond what `also` tells. True when it has
-  // read everything anew. Throws `Stopped` when a signal came.
+  // comes first, but at most `atMost` and only until one of `also` is ready. True if it has read
+  // everything again. Throws `Stopped` on a stop signal.
   bool Wait(std::chrono::milliseconds atMost, const WaitSet& also);
 
   const Model& Objects() const { return m_Model; }
   // The newest last; the oldest are dropped when there are very many.
   const std::deque<Entry>& Log() const { return m_Log; }
-  // How many events have come or were recalled in all, also those dropped.
+  // The number of events received or recalled, including dropped ones.
   std::size_t EventCount() const { return m_EventCount; }
   // The temperatures read so far, the newest last; empty for an object without one.
   const std::deque<double>& Temperatures(std::uint64_t object) const;

@@ -1,4 +1,4 @@
-// The one source that includes curses: its macros collide with names of the vocabulary.
+// The only source that includes curses: its macros collide with names of the host.
 #define _XOPEN_SOURCE_EXTENDED 1
 #include "console/watch/Screen.h"
 
@@ -79,7 +79,7 @@ std::unique_ptr<Screen> Screen::Open(std::FILE* out, const Style& style) {
   if (terminal->m_pScreen == nullptr) return nullptr;
   terminal->m_Color = style.m_Color;
   std::unique_ptr<Screen> screen(new Screen(std::move(terminal)));
-  // Ctrl-C stays a signal, so that it ends the program in good order here as anywhere.
+  // Ctrl-C remains a signal, so that it ends the program cleanly here too.
   cbreak();
   noecho();
   nonl();

@@ -1,5 +1,4 @@
-// The whole terminal as a screen: lines are put on it, keys come from it, and what was there before
-// is back when it is gone.
+// The terminal as a full screen with keys; its previous contents are restored when it is destroyed.
 #pragma once
 
 #include <cstdio>
@@ -34,19 +33,19 @@ struct ScreenSize {
 // At most one at a time, and for the thread that made it.
 class Screen {
  public:
-  // Whether both `out` and standard input are a terminal, and not a dumb one.
+  // Whether `out` and standard input are terminals, and not dumb ones.
   static bool IsPossible(std::FILE* out);
-  // Takes over the terminal behind `out` with the keys of standard input. Null when that is not
-  // possible, or nothing is known about terminals of its kind.
+  // Takes over the terminal of `out`, with the keys of standard input. Null if that is not possible
+  // or the terminal type is unknown.
   static std::unique_ptr<Screen> Open(std::FILE* out, const Style& style);
   ~Screen();
   Screen(const Screen&) = delete;
   Screen& operator=(const Screen&) = delete;
 
   ScreenSize Size() const;
-  // The next key that waits, or none; never waits itself.
+  // The next pending key, or none; does not block.
   Key Read();
-  // Shows these lines from the top, cut to the size, and nothing else.
+  // Shows these lines from the top, cut to the size of the screen.
   void Show(const std::vector<Line>& lines);
 
  private:

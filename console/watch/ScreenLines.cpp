@@ -13,7 +13,8 @@ struct Letter {
   std::size_t m_Columns;
 };
 
-// What is no text in the locale's encoding, or would move the cursor, is shown as a question mark.
+// Bytes that are invalid in the locale's encoding, or would move the cursor, are shown as question
+// marks.
 std::vector<Letter> Letters(const std::string& text) {
   std::vector<Letter> letters;
   std::mbstate_t state = {};

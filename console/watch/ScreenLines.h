@@ -1,4 +1,4 @@
-// Lines of a screen as values, and texts made to fit their columns.
+// Lines of a screen, and texts fitted to columns.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ struct Piece {
 
 using Line = std::vector<Piece>;
 
-// Columns that a text takes on a terminal; control characters and what is no text take one each.
+// Columns that a text takes on a terminal; control characters and invalid bytes take one each.
 std::size_t ColumnsOf(const std::string& text);
 
 // Cut or filled up with spaces to exactly that many columns, and printable.
@@ -32,8 +32,8 @@ Line CutLine(const Line& line, std::size_t columns);
 // A bar of `columns`, filled from 0 to 1; more than 1 is full.
 std::string Bar(double ratio, std::size_t columns, bool ascii);
 
-// The last values as columns of different height, the newest to the right. They are told apart
-// from a span of 8 upward, so that noise stays flat.
+// The last values as bars of different height, the newest on the right. The scale spans at least 8,
+// so that noise stays flat.
 std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii);
 
 }  // namespace Console

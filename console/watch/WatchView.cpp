@@ -49,7 +49,7 @@ bool IsOfDay(const LiveModel::Entry& entry, const std::string& time) {
   return entry.m_Row.m_Cells[0].m_Human.substr(0, 10) == time.substr(0, 10);
 }
 
-// As they are told at `time`.
+// As shown at `time`.
 Lines LogLines(const LiveModel& live, const std::string& time) {
   const bool dated =
       !std::all_of(live.Log().begin(), live.Log().end(),
@@ -114,8 +114,8 @@ std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, const 
   if (m_Page == Page::Events) Append(lines, DrawEvents(live, inner, time));
   if (m_Page == Page::Object) Append(lines, DrawObject(live, inner));
   lines.resize(inner.m_Rows + 1);
-  const char* keys = m_Page == Page::Cards ? " q leave   e events   Enter object   arrows choose"
-                                           : " q leave   Esc back   e events   arrows scroll";
+  const char* keys = m_Page == Page::Cards ? " q quit   e events   Enter object   arrows select"
+                                           : " q quit   Esc back   e events   arrows scroll";
   lines.push_back({{Fit(keys, size.m_Columns), Severity::Neutral, false, true}});
   return lines;
 }
@@ -152,14 +152,13 @@ std::vector<Line> WatchView::DrawEvents(const LiveModel& live, ScreenSize size,
   m_Scroll = std::min(m_Scroll, log.size() - std::min(rows, log.size()));
   Lines lines = {Heading(fmt::format("EVENTS ({})", live.EventCount()))};
   Append(lines, Tail(log, rows, m_Scroll));
-  if (log.empty())
-    lines.push_back({{"The log is empty: nothing has happened while a card was watched."}});
+  if (log.empty()) lines.push_back({{"The event log is empty."}});
   return lines;
 }
 
 std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) {
   const Object* object = live.Objects().Find(m_Chosen);
-  if (object == nullptr) return {Heading("This object has gone.")};
+  if (object == nullptr) return {Heading("This object is gone.")};
   const Health health = HealthOf(*object);
   constexpr std::size_t kNames = 30;
   Lines lines = {

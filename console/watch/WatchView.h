@@ -1,4 +1,4 @@
-// What the live view shows: lines from what is watched, and what the keys do to them.
+// The live view: its lines, and what the keys do.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@ class WatchView {
 
   // The whole screen, as it is at `time`.
   std::vector<Line> Draw(const LiveModel& live, ScreenSize size, const std::string& time);
-  // False when the key leaves.
+  // False if the key quits.
   bool Press(Key key, const LiveModel& live);
 
  private:

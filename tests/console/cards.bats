@@ -84,7 +84,7 @@ mounted() {
 
 @test "a card that is attached already is left alone" {
   ended already 0
-  same "a0: attached, as before" "$(out already)"
+  same "a0: already attached" "$(out already)"
   silent already err
   untouched already
 }
@@ -101,15 +101,15 @@ Nothing was changed." "$(out dry)"
   for name in nobody units; do
     ended "$name" 4
     silent "$name" out
-    said "$name" "  Say -y to do it without a question."
+    said "$name" "  Pass --yes to confirm."
   done
-  said nobody "corvane-host: detaching a0 failed: nobody can be asked here whether to do it"
+  said nobody "corvane-host: detach a0: not a terminal"
   untouched nobody units
 }
 
 @test "a card that does not carry it out fails" {
   ended broken 1
-  said broken "corvane-host: detaching a0 failed: the card did not carry it out"
+  said broken "corvane-host: detach a0: the card rejected the command"
   same 2 "$(card broken iom_state)"
 }
 
@@ -118,7 +118,7 @@ Nothing was changed." "$(out dry)"
   said used "  A card that is in use is detached with: corvane-host detach a0 --force"
   same 2 "$(card used iom_state)"
   ended force 0
-  said forcedrive "corvane-host: detaching a0/d0 by force failed: a0/d0 is no adapter"
+  said forcedrive "corvane-host: detach a0/d0: a0/d0 is not an adapter"
   same "a0: attached -> detached" "$(untimed force)"
   same 0 "$(card force iom_state)"
 }
@@ -126,13 +126,13 @@ Nothing was changed." "$(out dry)"
 @test "a wait has an end" {
   ended slow 7
   silent slow out
-  said slow "corvane-host: detaching a0 failed: the plug-in did not show it as detached within 0.001 s"
+  said slow "corvane-host: detach a0: not detached within 0.001 s"
   said slow "  The card may still be at work: nothing was taken back."
 }
 
 @test "an object of another kind is told with the right one" {
   ended kind 2
-  said kind "corvane-host: detaching a0/d0 failed: a0/d0 is no adapter"
+  said kind "corvane-host: detach a0/d0: a0/d0 is not an adapter"
   said kind "  Did you mean 'a0'?"
   untouched kind
 }
@@ -146,14 +146,14 @@ Nothing was changed." "$(out dry)"
 
 @test "a light that is switched on stays on, with a note" {
   ended on 0
-  same "a0 light: off -> on" "$(out on)"
+  same "a0 locate LED: off -> on" "$(out on)"
   said on "  To keep it on: corvane-host locate a0 on --for 5m"
   same true "$(card on beacon_state)"
 }
 
 @test "a light that is off already is left alone" {
   ended off 0
-  same "a0 light: off, as before" "$(out off)"
+  same "a0 locate LED: already off" "$(out off)"
   untouched off
 }
 
@@ -167,14 +167,14 @@ Nothing was changed." "$(out dry)"
 
 @test "Ctrl-C switches the light off" {
   ended stopped 130
-  said stopped "corvane-host: note: the light of a0 is off"
-  said stopped "corvane-host: Stopped."
+  said stopped "corvane-host: note: locate LED of a0 is off"
+  said stopped "corvane-host: interrupted"
   untouched stopped
 }
 
 @test "a card without a light is refused, and a wrong word is a usage error" {
   ended dark 4
-  said dark "corvane-host: locating a0 failed: it has no light that can be switched"
+  said dark "corvane-host: locate a0: no locate LED"
   cmp "$BATS_FILE_TMPDIR/dark.before" "$BATS_FILE_TMPDIR/dark.json"
   ended word 2
 }
@@ -189,6 +189,6 @@ Nothing was changed." "$(out dry)"
 
 @test "a card whose disk is mounted or held is not detached" {
   ended mounted 4
-  said mounted "corvane-host: detaching a0 failed: it is in use: fioa is held by md7, fioa is mounted at $(a_mount 2)"
+  said mounted "corvane-host: detach a0: in use: fioa is held by md7, fioa is mounted at $(a_mount 2)"
   untouched mounted
 }

@@ -71,7 +71,7 @@ unprivileged_host() { unprivileged corvane-host "$@"; }
 
 @test "a change to what is already there is no change" {
   ended same 0
-  same "plugin poll_interval: 15, as before" "$(out same)"
+  same "plugin poll_interval: already 15" "$(out same)"
 }
 
 @test "a change that cannot be saved is in force for this run and fails" {
@@ -92,21 +92,21 @@ plugin	poll_interval	15	16" "$(out table)"
     ended "$name" 2
     silent "$name" out
   done
-  said word "corvane-host: reading the command line failed: 'soon' is not a whole number that fits"
-  said shape "corvane-host: reading the command line failed: 'poll_interval' is not PROP=VALUE"
+  said word "corvane-host: 'soon' is not a valid integer"
+  said shape "corvane-host: 'poll_interval' is not PROP=VALUE"
   [ ! -e "$BATS_FILE_TMPDIR/word/Corvane.ini" ]
 }
 
 @test "a wrong property is told with a better one" {
   ended none 2
-  said none "corvane-host: finding 'poll_intervl' failed: plugin has no such property"
+  said none "corvane-host: plugin: no property 'poll_intervl'"
   said none "  Did you mean 'poll_interval'?"
 }
 
 @test "a property that can only be read is refused" {
   ended fixed 4
   silent fixed out
-  said fixed "corvane-host: setting a0 name failed: it can only be read"
+  said fixed "corvane-host: set a0 name: read-only"
   said fixed "  Nothing was changed."
 }
 
@@ -128,7 +128,7 @@ gone" "$(cat "$BATS_FILE_TMPDIR/set.log")"
 @test "a change that the plug-in refuses fails with its error" {
   ended unset 1
   silent unset out
-  grep -q "^corvane-host: setting plugin poll_interval failed: .* (20004)$" \
+  grep -q "^corvane-host: set plugin poll_interval: .* (20004)$" \
     "$BATS_FILE_TMPDIR/unset.err"
 }
 

@@ -173,29 +173,29 @@ pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
     ended "$name" 3
     line "$name" "CORVANE UNKNOWN - $text"
   done <<END
-noobject~finding 'a9' failed: there is no such object
-ambiguous~finding 'S100' failed: 2 objects have that name
-noplugin~loading the plug-in failed: there is no file /none/such
-noplug~loading the plug-in failed: $CORVANE_BUILD/lib/libhostkit.so has no createIf: it is no storage plug-in
-version~loading the plug-in failed: $ODD_PLUGIN speaks interface version 3, this host speaks version 2
-topology~reading the topology failed: The adapter rejected the command (20003)
-damaged~reading $BATS_FILE_TMPDIR/damaged/Corvane.ini failed: it is not an ini file
-crash~looking at the cards failed: the program crashed (Aborted)
-exit~looking at the cards failed: the program ended with code 0
-slow~looking at the cards failed: it took longer than 200 ms
-late~looking at the cards failed: it took longer than 200 ms
-late0~looking at the cards failed: it took longer than 0 ms
-stopped~Stopped.
-nooption~reading the command line failed: there is no option --frobnicate
-words~reading the command line failed: check has too many arguments
-badform~reading the command line failed: -o cannot be 'xml'
-span~reading the command line failed: --timeout cannot be 'soon'
-longspan~reading the command line failed: --timeout cannot be '10001d'
+noobject~a9: no such object
+ambiguous~S100: ambiguous, matches 2 objects
+noplugin~cannot load the plug-in: file not found: /none/such
+noplug~cannot load the plug-in: $CORVANE_BUILD/lib/libhostkit.so is not a storage plug-in: no symbol createIf
+version~cannot load the plug-in: $ODD_PLUGIN has interface version 3, this host requires version 2
+topology~cannot read the topology: The adapter rejected the command (20003)
+damaged~cannot read $BATS_FILE_TMPDIR/damaged/Corvane.ini: not an ini file
+crash~check: the program crashed (Aborted)
+exit~check: the program exited with code 0
+slow~check: timed out after 200 ms
+late~check: timed out after 200 ms
+late0~check: timed out after 0 ms
+stopped~interrupted
+nooption~unknown option --frobnicate
+words~check has too many arguments
+badform~-o: invalid value 'xml'
+span~--timeout: invalid duration 'soon'
+longspan~--timeout: invalid duration '10001d'
 END
   ended novalue 3
-  out novalue | grep -q "^CORVANE UNKNOWN - reading the command line failed: --timeout"
+  out novalue | grep -q "^CORVANE UNKNOWN - --timeout"
   ended deaf 3
-  out deaf | grep -q "^CORVANE UNKNOWN - starting the plug-in failed: .* (20012)$"
+  out deaf | grep -q "^CORVANE UNKNOWN - cannot start the plug-in: .* (20012)$"
 }
 
 @test "the longest span is no short one" {
@@ -209,19 +209,19 @@ END
     silent "$name" err
   done
   same "noise
-corvane-host: looking at the cards failed: the program crashed (Aborted)" "$(err crashloud)"
+corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
 }
 
 @test "a plug-in that hangs is given up in time" {
   SECONDS=0
   CONSOLE_TEST_PLUGIN=hang run -3 corvane-host --plugin "$ODD_PLUGIN" check --timeout 1s
   [ "$SECONDS" -ge 1 ]
-  same "CORVANE UNKNOWN - looking at the cards failed: it took longer than 1000 ms" "${lines[0]}"
+  same "CORVANE UNKNOWN - check: timed out after 1000 ms" "${lines[0]}"
 }
 
 @test "nothing is taken from under a read that hangs" {
   ended stuck 3
-  line stuck "CORVANE UNKNOWN - looking at the cards failed: it took longer than 1000 ms"
+  line stuck "CORVANE UNKNOWN - check: timed out after 1000 ms"
   same "Initialize
 SetAdapterIDs 1 2
 GetTopology
@@ -239,7 +239,7 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
   TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
     setsid corvane-host --simulate check --trace 2 --trace-file "$BATS_TEST_TMPDIR/trace"
   ended group 3
-  line group "CORVANE UNKNOWN - Stopped."
+  line group "CORVANE UNKNOWN - interrupted"
   same "" "$(ls -A "$BATS_TEST_TMPDIR/tmp")"
 }
 

@@ -153,7 +153,7 @@ offers() {
   keep fsh corvane-host completion fsh
   ended fsh 2
   silent fsh out
-  same "corvane-host: reading the command line failed: there is no completion for 'fsh'
+  same "corvane-host: no completion script for 'fsh'
   Did you mean 'fish'?
   Shells: bash, zsh, fish" "$(err fsh)"
 }

@@ -76,7 +76,7 @@ right_or_wrong() {
 
 @test "too few descriptors are told as such" {
   ended list.20 1
-  grep -qE "^corvane-host: starting the plug-in failed: only [0-9]+ more files can be opened, 64 may be needed \(Too many open files\)$" \
+  grep -qE "^corvane-host: cannot start the plug-in: only [0-9]+ more files can be opened, up to 64 are needed \(Too many open files\)$" \
     "$BATS_FILE_TMPDIR/list.20.err"
   grep -qx "  Raise the limit: ulimit -n 256" "$BATS_FILE_TMPDIR/list.20.err"
   ended check.20 3
@@ -88,7 +88,7 @@ right_or_wrong() {
   ln -s devices "$sys/bus/pci/devices"
   CORVANE_SYSFS="$sys" keep loop corvane-host list
   ended loop 1
-  said loop "corvane-host: reading $sys/bus/pci/devices failed: Too many levels of symbolic links"
+  said loop "corvane-host: cannot read $sys/bus/pci/devices: Too many levels of symbolic links"
 }
 
 @test "a list of cards that may not be read is a question of permission" {
@@ -98,12 +98,12 @@ right_or_wrong() {
   chmod 0 "$sys/bus/pci/devices/0000:3b:02.1/vendor"
   CORVANE_SYSFS="$sys" keep file unprivileged corvane-host list
   ended file 6
-  said file "corvane-host: reading $sys/bus/pci/devices/0000:3b:02.1/vendor failed: Permission denied"
+  said file "corvane-host: cannot read $sys/bus/pci/devices/0000:3b:02.1/vendor: Permission denied"
   chmod 0 "$sys/bus/pci/devices"
   CORVANE_SYSFS="$sys" keep folder unprivileged corvane-host list
   chmod 755 "$sys/bus/pci/devices"
   ended folder 6
-  said folder "corvane-host: reading $sys/bus/pci/devices failed: Permission denied"
+  said folder "corvane-host: cannot read $sys/bus/pci/devices: Permission denied"
 }
 
 @test "a machine without a PCI bus has no cards, which is no error" {

@@ -76,7 +76,7 @@ setup_file() {
 @test "a wrong name comes with a better one" {
   ended unknown 3
   valid unknown
-  said unknown "corvane-host: explaining 'TEMPERATURE_ABOVE_WRN' failed: no error, event, operation, property or value has that number or name"
+  said unknown "corvane-host: TEMPERATURE_ABOVE_WRN: not the number or name of an error, event, operation, property or value"
   said unknown "  Did you mean 'TEMPERATURE_ABOVE_WARN'?"
   run -3 corvane-host explain temperature_celcius
   [[ "$output" == *"Did you mean 'temperature_celsius'?"* ]]

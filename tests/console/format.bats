@@ -51,7 +51,7 @@ Nothing was changed." "$(out dry)"
 @test "a format without a wish is a usage error, and erases nothing" {
   ended nowish 2
   silent nowish out
-  same "corvane-host: reading the command line failed: give --capacity or --sector-size
+  same "corvane-host: --capacity or --sector-size is required
   For example: corvane-host format a0/d0 --capacity 80
   Nothing was changed." "$(err nowish)"
   [ ! -e "$BATS_FILE_TMPDIR/nowish.json" ] || untouched nowish
@@ -59,7 +59,7 @@ Nothing was changed." "$(out dry)"
 
 @test "a capacity may have its sign, and sectors that stay are told as such" {
   ended sign 0
-  grep -qx "  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B, as before" \
+  grep -qx "  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B (unchanged)" \
     "$BATS_FILE_TMPDIR/sign.out"
 }
 
@@ -73,7 +73,7 @@ Nothing was changed." "$(out dry)"
   for name in refused yes; do
     ended "$name" 4
     silent "$name" out
-    said "$name" "corvane-host: formatting a0/d0 failed: all data on the drive would be lost"
+    said "$name" "corvane-host: format a0/d0: not a terminal"
     said "$name" "  Nothing was changed."
   done
   untouched refused yes
@@ -81,7 +81,7 @@ Nothing was changed." "$(out dry)"
 
 @test "another serial number is refused" {
   ended wrong 4
-  said wrong "corvane-host: formatting a0/d0 failed: 'S200' is not its serial number"
+  said wrong "corvane-host: format a0/d0: 'S200' is not the serial number"
   untouched wrong
 }
 
@@ -93,7 +93,7 @@ Nothing was changed." "$(out dry)"
   done
   said adapter "  Did you mean 'a0/d0'?"
   said capacity "  Did you mean 'maximum'?"
-  said sector "corvane-host: reading the command line failed: --sector-size cannot be '4k'"
+  said sector "corvane-host: --sector-size: invalid value '4k'"
   untouched adapter
 }
 
@@ -125,7 +125,7 @@ a0/d0	sector_size_bytes	512	512" "$(out same)"
 @test "an attached card says what to do first" {
   ended attached 1
   silent attached out
-  said attached "corvane-host: formatting a0/d0 failed: the card did not carry it out (20003)"
+  said attached "corvane-host: format a0/d0: the card rejected the command (20003)"
   said attached "  a0 is attached. Detach it first: corvane-host detach a0"
   cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/attached.json"
 }

@@ -171,5 +171,5 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 @test "a form that a command does not have is refused" {
   ended badform 2
   silent badform out
-  said badform "corvane-host: reading the command line failed: -o cannot be 'xml'"
+  said badform "corvane-host: -o: invalid value 'xml'"
 }

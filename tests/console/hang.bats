@@ -49,7 +49,7 @@ stuck() {
   [ "$(cat "$BATS_FILE_TMPDIR/asked.seconds")" -lt 500 ]
   valid asked
   same '[130, "STOPPED"]' "$(json asked '[d["exit_code"], d["messages"][-1]["id"]]')"
-  said asked "corvane-host: Stopped. The plug-in does not answer."
+  said asked "corvane-host: interrupted; the plug-in does not respond"
 }
 
 @test "two signals end it at once, also of different kinds" {
@@ -59,7 +59,7 @@ stuck() {
 
 @test "a signal during a read that hangs leaves the metrics of an earlier run" {
   ended metrics 130
-  same "corvane-host: Stopped. The plug-in does not answer." \
+  same "corvane-host: interrupted; the plug-in does not respond" \
     "$(err metrics)"
   same "of an earlier run" "$(cat "$BATS_FILE_TMPDIR/kept.prom")"
 }
@@ -76,13 +76,13 @@ stuck() {
 
 @test "a wait on a plug-in that hangs ends with 7" {
   ended late 7
-  said late "corvane-host: the command failed: the plug-in does not answer"
+  said late "corvane-host: the plug-in does not respond"
 }
 
 @test "a job that takes too long ends with 7 and says what goes on" {
   ended slow 7
   said slow "corvane-host: note: attaching a0 has begun and is not taken back"
-  said slow "corvane-host: attaching a0 failed: the plug-in did not show it as attached within 1 s"
+  said slow "corvane-host: attach a0: not attached within 1 s"
 }
 
 @test "a job is waited for after one Ctrl-C, and left after two" {

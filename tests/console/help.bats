@@ -51,7 +51,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 
 @test "the help of one command has its arguments, options, danger, forms, codes and examples" {
   ended format 0
-  same "Use: corvane-host format DRIVE [OPTIONS]" "$(out format | head -1)"
+  same "Usage: corvane-host format DRIVE [OPTIONS]" "$(out format | head -1)"
   same "Danger Arguments Options Examples" \
     "$(out format | grep -oxE 'Danger|Arguments|Options|Examples' | xargs)"
   out format | grep -q "^  ALL DATA ON THE DRIVE IS LOST\."
@@ -114,18 +114,18 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   # The capacity is read before the cards are looked for.
   for choice in maximum factory improved high 80; do
     run -1 corvane-host --simulate=/none/cards.json format a0/d0 --capacity "$choice"
-    [[ "$output" == *"simulating cards failed"* ]]
+    [[ "$output" == *"cannot simulate cards"* ]]
   done
   run -2 corvane-host --simulate=/none/cards.json format a0/d0 --capacity medium
 }
 
 @test "an option of another command says where it belongs" {
   run -2 corvane-host list --follow
-  same "corvane-host: reading the command line failed: list has no option --follow
-  Commands that have it: events
+  same "corvane-host: list does not accept --follow
+  Commands that accept it: events
   See: corvane-host help list" "$output"
   run -2 corvane-host list -o
-  [[ "$output" == *"failed: -o lacks its FORM"* ]]
+  [[ "$output" == *"-o requires FORM"* ]]
 }
 
 # hint WORDS...: the line that tells what was probably meant.
@@ -149,13 +149,13 @@ hint() {
 
 @test "without a better word the help is pointed out, of the command if there is one" {
   run -2 corvane-host
-  same "corvane-host: reading the command line failed: a command is missing
+  same "corvane-host: missing command
   See: corvane-host help" "$output"
   run -2 corvane-host list -Z
-  same "corvane-host: reading the command line failed: there is no option -Z
+  same "corvane-host: unknown option -Z
   See: corvane-host help list" "$output"
   run -2 corvane-host op run a0/d0 FORMAT_DEVICE SIZE
-  same "corvane-host: reading the command line failed: 'SIZE' is not ARG=VALUE
+  same "corvane-host: 'SIZE' is not ARG=VALUE
   See: corvane-host help op" "$output"
 }
 

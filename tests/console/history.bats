@@ -135,7 +135,7 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
 @test "an empty log says why it is empty" {
   ended none 0
   silent none out
-  said none "corvane-host: note: the log has no such events"
+  said none "corvane-host: note: no matching events in the log"
 }
 
 @test "the log is told with the names that the objects have now" {
@@ -186,7 +186,7 @@ before yesterday recent 3d" "$(out relative)"
 @test "a card that has gone is found by its serial number, and one that never was is not" {
   same "It left.|" "$(words left)"
   ended nobody 3
-  said nobody "corvane-host: finding 'S901' failed: there is no such object"
+  said nobody "corvane-host: S901: no such object"
 }
 
 @test "a follower is shown the log first, and ends with its reader" {
@@ -196,23 +196,23 @@ before yesterday recent 3d" "$(out relative)"
 
 @test "what is no moment or number is a usage error" {
   ended badsince 2
-  said badsince "corvane-host: reading the command line failed: --since cannot be '2026-02-31'"
+  said badsince "corvane-host: --since: invalid time '2026-02-31'"
   ended badlimit 2
-  said badlimit "corvane-host: reading the command line failed: --limit cannot be '-1'"
+  said badlimit "corvane-host: --limit: invalid number '-1'"
 }
 
 @test "a log that cannot be read is an error, and stops nothing but itself" {
   ended broken 1
   valid broken
   same '["NO_EVENT_LOG"]' "$(json broken '[m["id"] for m in d["messages"]]')"
-  said broken "corvane-host: reading the event log /proc/none/host.db failed: unable to open database file"
+  said broken "corvane-host: cannot read the event log /proc/none/host.db: unable to open database file"
   ended brokenodd 1
   silent brokenodd out
   ended nodatabase 1
-  same "corvane-host: reading the event log /etc/passwd failed: file is not a database
+  same "corvane-host: cannot read the event log /etc/passwd: file is not a database
   Another one can be named with --database." "$(err nodatabase)"
   ended statusbroken 0
-  same 1 "$(err statusbroken | grep -c 'the event log cannot be used: unable to open database file')"
+  same 1 "$(err statusbroken | grep -c 'cannot use the event log: unable to open database file')"
 }
 
 @test "a log that may only be read is read, and left as it is" {
@@ -226,7 +226,7 @@ before yesterday recent 3d" "$(out relative)"
 @test "a log that may not be read is a question of permission" {
   ended noread 6
   valid noread
-  said noread "corvane-host: reading the event log $BATS_FILE_TMPDIR/other000/log.db failed: Permission denied"
+  said noread "corvane-host: cannot read the event log $BATS_FILE_TMPDIR/other000/log.db: Permission denied"
 }
 
 @test "a full log is quick to show its newest entries" {

@@ -121,7 +121,7 @@ AVAILABLE
 @test "events without news is empty and says why" {
   ended events 0
   silent events out
-  said events "corvane-host: note: the log has no such events"
+  said events "corvane-host: note: no matching events in the log"
 }
 
 @test "plugin tells what is loaded" {
@@ -167,7 +167,7 @@ other_symbols 0" "$(out about | sed 's/  */ /g')"
 @test "help lists every command, and help of one shows its own" {
   for command in list tree show get set events explain plugin help version; do
     corvane-host help | grep -q "^  $command "
-    corvane-host help "$command" | grep -q "^Use: corvane-host $command"
+    corvane-host help "$command" | grep -q "^Usage: corvane-host $command"
     same "$(corvane-host help "$command")" "$(corvane-host "$command" --help)"
   done
   same "corvane-host 7.7.0" "$(corvane-host --version)"

@@ -196,7 +196,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   ended trace 2
   silent trace out
   ended other 2
-  said other "corvane-host: reading the command line failed: list has no option --textfile"
+  said other "corvane-host: list does not accept --textfile"
 }
 
 @test "the start that is measured has taken some time, and no more than the whole run" {
@@ -254,7 +254,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 @test "a plug-in that is down is told in the text file too" {
   ended down 5
   same "corvane_plugin_up 0" "$(grep -v '^#' "$BATS_FILE_TMPDIR/down.prom")"
-  said down "corvane-host: loading the plug-in failed: there is no file /none"
+  said down "corvane-host: cannot load the plug-in: file not found: /none"
 }
 
 @test "the text file is replaced, never rewritten, and readable for everybody" {
@@ -275,12 +275,12 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 
 @test "a target that cannot be replaced is an error and stays as it is" {
   ended folder 1
-  said folder "corvane-host: writing $BATS_FILE_TMPDIR failed: Is a directory"
+  said folder "corvane-host: cannot write $BATS_FILE_TMPDIR: Is a directory"
   ended nofolder 1
-  said nofolder "corvane-host: writing $BATS_FILE_TMPDIR/none/x.prom failed: No such file or directory"
+  said nofolder "corvane-host: cannot write $BATS_FILE_TMPDIR/none/x.prom: No such file or directory"
   mkfifo "$BATS_TEST_TMPDIR/pipe"
   run -1 corvane-host metrics -q --textfile "$BATS_TEST_TMPDIR/pipe"
-  same "corvane-host: writing $BATS_TEST_TMPDIR/pipe failed: it is not a regular file" "$output"
+  same "corvane-host: cannot write $BATS_TEST_TMPDIR/pipe: not a regular file" "$output"
   [ -p "$BATS_TEST_TMPDIR/pipe" ]
 }
 
@@ -292,7 +292,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   chmod 555 "$folder"
   keep denied unprivileged corvane-host metrics -q --textfile "$folder/x.prom"
   ended denied 6
-  said denied "corvane-host: writing $folder/x.prom failed: Permission denied"
+  said denied "corvane-host: cannot write $folder/x.prom: Permission denied"
   same "old" "$(cat "$folder/x.prom")"
 }
 

@@ -58,7 +58,7 @@ setup_file() {
 
 @test "an operation is run by name and by number, the unlisted one too" {
   ended light 0
-  same "a0 light: off -> on" "$(out light)"
+  same "a0 locate LED: off -> on" "$(out light)"
   ended force 0
   same "a0: attached -> detached" "$(untimed force)"
   same 0 "$(card force iom_state)"
@@ -66,16 +66,16 @@ setup_file() {
 
 @test "what the plug-in refuses is refused with its number" {
   ended unlit 4
-  said unlit "corvane-host: switching off the light of a0 failed: its light is off already (20041)"
+  said unlit "corvane-host: locate a0: locate LED already off (20041)"
   ended unknown 1
-  grep -q "^corvane-host: 60000 for a0 failed: .* (20005)$" "$BATS_FILE_TMPDIR/unknown.err"
+  grep -q "^corvane-host: 60000 a0: .* (20005)$" "$BATS_FILE_TMPDIR/unknown.err"
   untouched unlit unknown
 }
 
 @test "danger is the same whatever the way" {
   ended nobody 4
   ended severe 4
-  said severe "corvane-host: formatting a0/d0 failed: all data on the drive would be lost"
+  said severe "corvane-host: format a0/d0: not a terminal"
   untouched nobody severe
 }
 
@@ -95,8 +95,8 @@ setup_file() {
   done
   said name "  Did you mean 'ATTACH'?"
   said kind "  Did you mean 'a0'?"
-  said argument "  It may be 10 to 100."
+  said argument "  Valid: 10 to 100"
   said action "  Did you mean 'check'?"
-  said few "  Use: corvane-host op check OBJ OP"
+  said few "  Usage: corvane-host op check OBJ OP"
   untouched list
 }

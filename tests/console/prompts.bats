@@ -32,19 +32,19 @@ setup_file() {
   TERM=dumb on dumb 24x120 see "[y/N]" press y press Enter ends 0 see "a0: attached -> detached" -- detach a0 &
   keep piped screen 24x120 see "[y/N]" press y press Enter ends 0 \
     -- sh -c "corvane-host --simulate='$BATS_FILE_TMPDIR/piped.json' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
-  on right 24x120 see "Where   the light of its card is blinking now" see "(Enter stops):" \
+  on right 24x120 see "Where   the locate LED of its card is blinking now" see "(Enter cancels):" \
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
     press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
-  on wrong 24x120 see "(Enter stops):" press S200 press Enter ends 4 \
-    see "'S200' is not its serial number" -- format a0/d0 --capacity 50 &
-  on almost 24x120 see "(Enter stops):" press s100 press Enter ends 4 see "Nothing was changed." \
+  on wrong 24x120 see "(Enter cancels):" press S200 press Enter ends 4 \
+    see "'S200' is not the serial number" -- format a0/d0 --capacity 50 &
+  on almost 24x120 see "(Enter cancels):" press s100 press Enter ends 4 see "Nothing was changed." \
     -- format a0/d0 --capacity 50 &
   wait
-  on formatno 24x120 see "(Enter stops):" press y press Enter ends 4 -- format a0/d0 --capacity 50 &
-  on formatenter 24x120 see "(Enter stops):" press Enter ends 4 see "it was not wanted" -- format a0/d0 --capacity 50 &
-  on formathalt 24x120 see "(Enter stops):" press S1 press Ctrl-C ends 130 see "Nothing was changed." -- format a0/d0 --capacity 50 &
-  on formateof 24x120 see "(Enter stops):" press Ctrl-D ends 4 see "Nothing was changed." -- format a0/d0 --capacity 50 &
-  on formatyes 24x120 see "(Enter stops):" press Enter ends 4 -- format a0/d0 --capacity 50 -y &
+  on formatno 24x120 see "(Enter cancels):" press y press Enter ends 4 -- format a0/d0 --capacity 50 &
+  on formatenter 24x120 see "(Enter cancels):" press Enter ends 4 see "it was not wanted" -- format a0/d0 --capacity 50 &
+  on formathalt 24x120 see "(Enter cancels):" press S1 press Ctrl-C ends 130 see "Nothing was changed." -- format a0/d0 --capacity 50 &
+  on formateof 24x120 see "(Enter cancels):" press Ctrl-D ends 4 see "Nothing was changed." -- format a0/d0 --capacity 50 &
+  on formatyes 24x120 see "(Enter cancels):" press Enter ends 4 -- format a0/d0 --capacity 50 -y &
   on dry 24x120 see "Nothing was changed." ends 0 see "ALL DATA ON THIS DRIVE WILL BE LOST" \
     -- format a0/d0 --dry-run --capacity 50 &
   wait
@@ -53,11 +53,11 @@ setup_file() {
   on offline 24x120 see "[y/N]" press Ctrl-C ends 130 see "Nothing was changed." -- offline a0/d0 &
   on forced 24x120 see "By force: " see "[y/N]" press Enter ends 4 -- detach a0 --force &
   on op 24x120 see "[y/N]" press no press Enter ends 4 -- op run a0 DETACH &
-  on opformat 24x120 see "(Enter stops):" press S101 press Enter ends 4 -- op run a0/d0 FORMAT_DEVICE &
+  on opformat 24x120 see "(Enter cancels):" press S101 press Enter ends 4 -- op run a0/d0 FORMAT_DEVICE &
   wait
   keep script own script format a0/d0 --capacity 50 &
   on noinput 24x120 see "Nothing was changed." ends 4 -- format a0/d0 --capacity 50 --no-input &
-  on noquestion 24x120 see "nobody can be asked here" ends 4 -- attach a0 --no-input &
+  on noquestion 24x120 see "--no-input was given" ends 4 -- attach a0 --no-input &
   keep mounted mounted &
   wait
 }
@@ -79,7 +79,7 @@ mounted() {
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
   CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_mount_on_card "$sysfs"
   CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" \
-    screen 24x120 see "it is in use: fioa is held by md7, fioa is mounted at $(a_mount 2)" ends 4 \
+    screen 24x120 see "in use: fioa is held by md7, fioa is mounted at $(a_mount 2)" ends 4 \
     see "Nothing was changed." -- corvane-host format a0/d0 --capacity 50
 }
 

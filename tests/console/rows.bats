@@ -73,7 +73,7 @@ plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
 @test "a table that is not there is refused with the names of the others" {
   ended wrong 2
   valid wrong
-  grep -q "there is no table 'drives'" "$BATS_FILE_TMPDIR/wrong.err"
+  grep -q "unknown table 'drives'" "$BATS_FILE_TMPDIR/wrong.err"
   grep -q "Tables: adapter, drive, plugin" "$BATS_FILE_TMPDIR/wrong.err"
 }
 
@@ -113,7 +113,7 @@ print(len(serials), len(set(serials)))' "$BATS_TEST_TMPDIR/together.db")"
   done
   wait
   ended plantedevents 6
-  said plantedevents "corvane-host: reading the event log $shared/corvane.db failed: \
+  said plantedevents "corvane-host: cannot read the event log $shared/corvane.db: \
 $shared/corvane.db belongs to uid 65534"
   ended plantedlist 0
   same precious "$(cat "$BATS_TEST_TMPDIR/target")"

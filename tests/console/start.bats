@@ -29,7 +29,7 @@ without_threads() {
   unset CONSOLE_TEST_LOG CONSOLE_TEST_NO_THREADS
   ended unstopped 1
   said unstopped "corvane-host: note: no thread can be started to stop the plug-in; the program ends without it"
-  said unstopped "corvane-host: starting a thread failed: Resource temporarily unavailable"
+  said unstopped "corvane-host: cannot start a thread: Resource temporarily unavailable"
   same "Initialize" "$(cat "$log")"
 }
 
@@ -40,7 +40,7 @@ without_threads() {
   chmod 000 "$config/Corvane.ini"
   CORVANE_CONFIG_DIR="$config" keep denied unprivileged corvane-host list
   ended denied 6
-  same "corvane-host: reading $config/Corvane.ini failed: Permission denied
+  same "corvane-host: cannot read $config/Corvane.ini: Permission denied
   See who may read it and the folders above it: namei -l $config/Corvane.ini
   Run this as its owner, or as root; nothing was changed." "$(err denied)"
 }
@@ -80,7 +80,7 @@ killed() {
   chown "65534" "$BATS_TEST_TMPDIR/tmp"
   TMPDIR="$BATS_TEST_TMPDIR/tmp" keep tmp corvane-host --simulate list
   ended tmp 1
-  said tmp "corvane-host: simulating cards failed: $BATS_TEST_TMPDIR/tmp belongs to uid 65534"
+  said tmp "corvane-host: cannot simulate cards: $BATS_TEST_TMPDIR/tmp belongs to uid 65534"
 }
 
 @test "without its worker a plug-in still tells what it read, with a note" {
@@ -90,7 +90,7 @@ killed() {
 a0/d0
 a1
 a1/d0" "$(out list)"
-  said list "corvane-host: note: the plug-in could not start the thread that watches the cards: no events will arrive"
+  said list "corvane-host: note: the plug-in could not start the thread that polls the cards; no events will arrive"
 }
 
 @test "without the worker nothing is waited for that never comes" {
@@ -102,7 +102,7 @@ a1/d0" "$(out list)"
   for name in wait watch follow span; do
     ended "$name" 1
     silent "$name" out
-    said "$name" "corvane-host: waiting failed: the plug-in could not start the thread that watches the cards: no events will arrive"
+    said "$name" "corvane-host: cannot wait: the plug-in could not start the thread that polls the cards; no events will arrive"
   done
 }
 
@@ -111,7 +111,7 @@ a1/d0" "$(out list)"
   without_threads attach attach a0 -y
   cardsim set card0 iom_state 2
   ended attach 1
-  said attach "corvane-host: attaching a0 failed: the plug-in could not start a thread for it"
+  said attach "corvane-host: attach a0: the plug-in could not start a thread for it"
 }
 
 @test "a thread that the program itself cannot have is told" {
@@ -119,5 +119,5 @@ a1/d0" "$(out list)"
   # shellcheck disable=SC2016  # for the other shell
   keep thread bash -c 'ulimit -s 8000000 && ulimit -v 4000000 && exec corvane-host list'
   ended thread 1
-  said thread "corvane-host: starting a thread failed: Resource temporarily unavailable"
+  said thread "corvane-host: cannot start a thread: Resource temporarily unavailable"
 }

@@ -105,7 +105,7 @@ a1  WARNING
   ended wornless 0
   ended wornout 7
   ended hotper 2
-  said hotper "corvane-host: reading the command line failed: '5%' is not a number"
+  said hotper "corvane-host: '5%' is not a number"
 }
 
 @test "a reason stands with what was measured and its limit" {
@@ -166,7 +166,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 @test "a wait that takes too long ends with 7 and says what it saw" {
   ended late 7
   silent late out
-  said late "corvane-host: waiting for a0 temperature_celsius<40 failed: after 1.0 s it was 48.2"
+  said late "corvane-host: wait a0 temperature_celsius<40: timed out after 1.0 s, last value 48.2"
   ended latejson 7
   valid latejson
   same '[7, "TIMED_OUT"]' "$(json latejson '[d["exit_code"], d["messages"][-1]["id"]]')"
@@ -175,12 +175,12 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 @test "an unknown number is neither small nor large, nor another one" {
   ended lacking 7
   ended other 7
-  said lacking "corvane-host: waiting for a1 temperature_celsius<400 failed: after 0.0 s it was -"
+  said lacking "corvane-host: wait a1 temperature_celsius<400: timed out after 0.0 s, last value -"
 }
 
 @test "no such object ends a wait, unless that is what is waited for" {
   ended absent 3
-  said absent "corvane-host: finding 'a7' failed: there is no such object"
+  said absent "corvane-host: a7: no such object"
   ended gone 0
   out gone | grep -qxE 'a7 gone: gone after [0-9.]+ s'
   ended present 0
@@ -193,9 +193,9 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   ended word 2
   said word "  Did you mean 'attached'?"
   ended number 2
-  said number "corvane-host: reading the command line failed: 'hot' is not a number"
+  said number "corvane-host: 'hot' is not a number"
   ended property 2
-  said property "corvane-host: finding 'temperatur' failed: a0 has no such property"
+  said property "corvane-host: a0: no property 'temperatur'"
 }
 
 @test "a wait that is stopped ends with 130 and says what it saw" {

@@ -46,7 +46,7 @@ a1
   keep library timeout 100 corvane-host list --timeout 1s
   exec 8>&-
   ended library 7
-  said library "corvane-host: the command failed: the plug-in does not answer"
+  said library "corvane-host: the plug-in does not respond"
 }
 
 @test "a wrong --timeout is refused by every command before the plug-in is loaded" {
@@ -54,6 +54,6 @@ a1
   for command in list tree status events watch metrics rows plugin check; do
     CONSOLE_TEST_PLUGIN=hang run timeout 100 corvane-host --plugin "$ODD_PLUGIN" "$command" --timeout soon
     [[ "$status" == 2 || "$command:$status" == check:3 ]]
-    [[ "$output" == *"--timeout cannot be 'soon'"* ]]
+    [[ "$output" == *"--timeout: invalid duration 'soon'"* ]]
   done
 }

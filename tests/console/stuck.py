@@ -58,7 +58,7 @@ LATER = [
 ]
 
 TIMED_OUT, UNKNOWN, STOPPED = 7, 3, 130
-TEXT = "the plug-in does not answer"
+TEXT = "the plug-in does not respond"
 
 counter = itertools.count()
 
@@ -92,7 +92,7 @@ def finish(process, words, expected, texts):
 def timeout(words, place):
     _, process = start(words, place)
     if words[0] == "check":
-        return finish(process, words, UNKNOWN, ["it took longer than 1000 ms"])
+        return finish(process, words, UNKNOWN, ["timed out after 1000 ms"])
     return finish(process, words, TIMED_OUT, [TEXT])
 
 
@@ -106,8 +106,8 @@ def interrupt(words, place):
         time.sleep(0.05)
     process.send_signal(signal.SIGINT)
     if words[0] == "check":
-        return finish(process, words, UNKNOWN, ["Stopped."])
-    return finish(process, words, STOPPED, [f"Stopped. {TEXT[0].upper()}{TEXT[1:]}."])
+        return finish(process, words, UNKNOWN, ["interrupted"])
+    return finish(process, words, STOPPED, [f"interrupted; {TEXT}"])
 
 
 def loading():

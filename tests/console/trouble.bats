@@ -67,19 +67,19 @@ with_config() {
 @test "a card library that does not start is a failure" {
   ended deaf 1
   silent deaf out
-  grep -q "^corvane-host: starting the plug-in failed: .* (20012)$" "$BATS_FILE_TMPDIR/deaf.err"
+  grep -q "^corvane-host: cannot start the plug-in: .* (20012)$" "$BATS_FILE_TMPDIR/deaf.err"
 }
 
 @test "a damaged file of cards is told and left as it is" {
   ended damaged 1
   silent damaged out
-  grep -q "^corvane-host: simulating cards failed: .*damaged.json" "$BATS_FILE_TMPDIR/damaged.err"
+  grep -q "^corvane-host: cannot simulate cards: .*damaged.json" "$BATS_FILE_TMPDIR/damaged.err"
   same '{"cards": [' "$(cat "$BATS_FILE_TMPDIR/damaged.json")"
 }
 
 @test "a missing file of cards is told and not made" {
   ended missing 1
-  grep -q "^corvane-host: simulating cards failed: .*missing.json" "$BATS_FILE_TMPDIR/missing.err"
+  grep -q "^corvane-host: cannot simulate cards: .*missing.json" "$BATS_FILE_TMPDIR/missing.err"
   [ ! -e "$BATS_FILE_TMPDIR/missing.json" ]
 }
 
@@ -91,7 +91,7 @@ with_config() {
   with_config "$BATS_FILE_TMPDIR/damaged.ini" host set plugin poll_interval=30
   ended config 1
   silent config out
-  grep -q "^corvane-host: reading .*/config/Corvane.ini failed: it is not an ini file$" \
+  grep -q "^corvane-host: cannot read .*/config/Corvane.ini: not an ini file$" \
     "$BATS_FILE_TMPDIR/config.err"
   cmp "$BATS_FILE_TMPDIR/damaged.ini" "$BATS_TEST_TMPDIR/config/Corvane.ini"
 }
@@ -102,26 +102,26 @@ with_config() {
   chmod 000 "$BATS_TEST_TMPDIR/config/Corvane.ini"
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep denied unprivileged corvane-host list
   ended denied 6
-  grep -q "/config/Corvane.ini failed: Permission denied$" "$BATS_FILE_TMPDIR/denied.err"
+  grep -q "/config/Corvane.ini: Permission denied$" "$BATS_FILE_TMPDIR/denied.err"
 }
 
 @test "an unknown verb, option, object or column comes with a better one" {
   run -2 corvane-host lsit
-  [[ "$output" == *"there is no command 'lsit'"*"Did you mean 'list'?"* ]]
+  [[ "$output" == *"unknown command 'lsit'"*"Did you mean 'list'?"* ]]
   run -2 corvane-host list --colour always
-  [[ "$output" == *"there is no option --colour"*"Did you mean '--color'?"* ]]
+  [[ "$output" == *"unknown option --colour"*"Did you mean '--color'?"* ]]
   run -2 corvane-host list -c nmae
-  [[ "$output" == *"there is no column 'nmae'"*"Did you mean 'name'?"* ]]
+  [[ "$output" == *"unknown column 'nmae'"*"Did you mean 'name'?"* ]]
   ended noobject 3
-  said noobject "corvane-host: finding 'a7' failed: there is no such object"
-  said noobject "  There are: plugin, a0, a0/d0, a1, a1/d0"
+  said noobject "corvane-host: a7: no such object"
+  said noobject "  Objects: plugin, a0, a0/d0, a1, a1/d0"
   run -3 corvane-host explain CTRL_NORMLA
   [[ "$output" == *"Did you mean 'CTRL_NORMAL'?"* ]]
 }
 
 @test "the file of the cards behind a space is told with its sign" {
   run -2 corvane-host --simulate /tmp/cards.json list
-  same "corvane-host: reading the command line failed: there is no command '/tmp/cards.json'
+  same "corvane-host: unknown command '/tmp/cards.json'
   If it is the file of the cards: --simulate=/tmp/cards.json" "$output"
 }
 
@@ -149,7 +149,7 @@ with_config() {
 @test "a name of two objects is never a guess" {
   ended serials 3
   silent serials out
-  said serials "corvane-host: finding 'SAME' failed: 2 objects have that name"
+  said serials "corvane-host: SAME: ambiguous, matches 2 objects"
   grep -q "^  They are: a0 (.*, 0x0000000000000020), a1 (.*, 0x0000000000000021)$" \
     "$BATS_FILE_TMPDIR/serials.err"
 }
@@ -166,7 +166,7 @@ with_config() {
 
 @test "levels that are none are a usage error" {
   run -2 corvane-host --trace 2,x list
-  [[ "$output" == *"--trace cannot be '2,x'"* ]]
+  [[ "$output" == *"--trace: invalid levels '2,x'"* ]]
 }
 
 @test "trace lines go to the file or to standard error, never into the answer" {
@@ -182,28 +182,28 @@ a1/d0" "$(out tracefile)"
 
 @test "a file that is no plug-in does not load" {
   run -5 corvane-host --plugin /none/libCorvane.so list
-  [[ "$output" == *"there is no file /none/libCorvane.so"* ]]
+  [[ "$output" == *"file not found: /none/libCorvane.so"* ]]
   run -5 corvane-host --plugin "$BATS_FILE_TMPDIR/cards.json" list
-  [[ "$output" == *"loading the plug-in failed:"*"cards.json"* ]]
+  [[ "$output" == *"cannot load the plug-in:"*"cards.json"* ]]
   run -5 corvane-host --plugin "$CORVANE_BUILD/lib/libhostkit.so" list
-  [[ "$output" == *"libhostkit.so has no createIf: it is no storage plug-in"* ]]
+  [[ "$output" == *"libhostkit.so is not a storage plug-in: no symbol createIf"* ]]
 }
 
 @test "a plug-in of another interface version is not fit" {
   ended version 5
-  grep -q "speaks interface version 3, this host speaks version 2$" "$BATS_FILE_TMPDIR/version.err"
+  grep -q "has interface version 3, this host requires version 2$" "$BATS_FILE_TMPDIR/version.err"
   ended memory 5
 }
 
 @test "a plug-in that does not start fails with its error" {
   ended locks 1
-  grep -q "^corvane-host: starting the plug-in failed: .* (20011)$" "$BATS_FILE_TMPDIR/locks.err"
+  grep -q "^corvane-host: cannot start the plug-in: .* (20011)$" "$BATS_FILE_TMPDIR/locks.err"
 }
 
 @test "a plug-in that refuses its adapters' numbers is stopped and told" {
   ended numbers 1
   silent numbers out
-  grep -qE "^corvane-host: numbering the adapters failed: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
+  grep -qE "^corvane-host: cannot number the adapters: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
   same "Initialize
 SetAdapterIDs 1 2
 DeInitialize
@@ -226,7 +226,7 @@ noise 3" "$(err verbose)"
 
 @test "an answer that cannot be written is a failure" {
   ended full 1
-  said full "corvane-host: writing the answer failed: No space left on device"
+  said full "corvane-host: cannot write the output: No space left on device"
 }
 
 @test "a message has at most four lines" {

@@ -39,7 +39,7 @@ refuses() {
   keep "$1" corvane-host --plugin "${3:-$plugin}" list -o value
   ended "$1" 5 || { err "$1"; false; }
   silent "$1" out
-  said "$1" "corvane-host: loading the plug-in failed: $2"
+  said "$1" "corvane-host: cannot load the plug-in: $2"
 }
 
 @test "a plug-in of one's own is loaded" {
@@ -217,7 +217,7 @@ PYTHON
   fresh
   chmod o+w "$plugin"
   run -3 corvane-host --plugin "$plugin" check
-  [[ "$output" == "CORVANE UNKNOWN - loading the plug-in failed: "* ]]
+  [[ "$output" == "CORVANE UNKNOWN - cannot load the plug-in: "* ]]
   run -5 --separate-stderr corvane-host --plugin "$plugin" metrics
   [[ "$output" == *"corvane_plugin_up 0"* ]]
 }
@@ -232,7 +232,7 @@ PYTHON
   chown -h "$STRANGER" "$BATS_TEST_TMPDIR/shared/way"
   keep planted corvane-host metrics --textfile "$BATS_TEST_TMPDIR/shared/way/x.prom"
   ended planted 6
-  said planted "corvane-host: writing $BATS_TEST_TMPDIR/shared/way/x.prom failed: $BATS_TEST_TMPDIR/shared/way belongs to uid $STRANGER"
+  said planted "corvane-host: cannot write $BATS_TEST_TMPDIR/shared/way/x.prom: $BATS_TEST_TMPDIR/shared/way belongs to uid $STRANGER"
   same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
@@ -248,7 +248,7 @@ PYTHON
   for way in sub one/sub one/two/sub sub/deep sub/deep/deeper sub/.. one/.. one one/two; do
     keep below corvane-host metrics --textfile "$theirs/$way/x.prom"
     ended below 6 || { echo "$way"; false; }
-    said below "corvane-host: writing $theirs/$way/x.prom failed: $theirs belongs to uid $STRANGER"
+    said below "corvane-host: cannot write $theirs/$way/x.prom: $theirs belongs to uid $STRANGER"
   done
   same "" "$(find "$BATS_TEST_TMPDIR" -name '*.prom*')"
 }
@@ -261,7 +261,7 @@ PYTHON
   chmod 777 "$shared"
   keep open corvane-host metrics --textfile "$shared/way/x.prom"
   ended open 6
-  said open "corvane-host: writing $shared/way/x.prom failed: $shared can be written by other users"
+  said open "corvane-host: cannot write $shared/way/x.prom: $shared can be written by other users"
   same "" "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
@@ -275,10 +275,10 @@ PYTHON
   ln -s circle "$BATS_TEST_TMPDIR/circle"
   keep circle corvane-host metrics --textfile "$BATS_TEST_TMPDIR/circle/x.prom"
   ended circle 1
-  said circle "corvane-host: writing $BATS_TEST_TMPDIR/circle/x.prom failed: Too many levels of symbolic links"
+  said circle "corvane-host: cannot write $BATS_TEST_TMPDIR/circle/x.prom: Too many levels of symbolic links"
   keep nowhere corvane-host metrics --textfile "$BATS_TEST_TMPDIR/nowhere/x.prom"
   ended nowhere 1
-  said nowhere "corvane-host: writing $BATS_TEST_TMPDIR/nowhere/x.prom failed: No such file or directory"
+  said nowhere "corvane-host: cannot write $BATS_TEST_TMPDIR/nowhere/x.prom: No such file or directory"
 }
 
 @test "metrics are written into the folder of a collector's user, whose link is not followed" {

@@ -77,7 +77,7 @@ broken() {
   CORVANE_DATABASE="$database" screen 24x100 see "EVENTS (0)" \
     run "rm $database* && mkdir $database" \
     run "cardsim --state $file raise card0 CORRECTABLE_PCI_ERRORS" \
-    see "EVENTS (1)" never "cannot be used" press q ends 0 see "the event log cannot be used" \
+    see "EVENTS (1)" never "cannot use" press q ends 0 see "cannot use the event log" \
     -- corvane-host --simulate="$file" watch
 }
 
