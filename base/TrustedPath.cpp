@@ -28,8 +28,8 @@ Objection Against(const path& name, const std::string& reason) {
   return reason.empty() ? reason : name.string() + " " + reason;
 }
 
-Objection CannotBeRead(const path& name, int error) {
-  return name.string() + " cannot be looked at: " + std::generic_category().message(error);
+Objection CannotBeAccessed(const path& name, int error) {
+  return name.string() + " cannot be accessed: " + std::generic_category().message(error);
 }
 
 // Resolves names one by one, as the kernel does, and judges who could have changed each.
@@ -71,7 +71,7 @@ class Resolver {
   void Enter(const path& name) {
     struct stat folder {};
     if (lstat(m_At.c_str(), &folder) != 0) {
-      if (!IsMissing(errno)) return EndAt(name, ForRoot(CannotBeRead(m_At, errno)));
+      if (!IsMissing(errno)) return EndAt(name, ForRoot(CannotBeAccessed(m_At, errno)));
       // Missing folders are created as plain ones, so that ".." leads back out of them.
       m_At /= name;
       return;
@@ -87,7 +87,7 @@ class Resolver {
     if (lstat(whole.c_str(), &entry) != 0) {
       const int error = errno;
       m_At = whole;
-      if (!IsMissing(error)) End(ForRoot(CannotBeRead(whole, error)));
+      if (!IsMissing(error)) End(ForRoot(CannotBeAccessed(whole, error)));
       return;
     }
     const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
@@ -104,7 +104,7 @@ class Resolver {
     if (!error && ++m_Links > kMostLinks) error.assign(ELOOP, std::generic_category());
     if (error) {
       m_At = link;
-      return End(ForRoot(CannotBeRead(link, error.value())));
+      return End(ForRoot(CannotBeAccessed(link, error.value())));
     }
     if (target.is_absolute()) m_At = "/";
     Push(target);
@@ -141,13 +141,13 @@ TrustedPath ResolveTrusted(const path& file) {
   std::error_code error;
   const path folder = file.is_absolute() ? path() : std::filesystem::current_path(error);
   if (!error) return Resolver(folder / file).Run();
-  return {file, IsRoot() ? CannotBeRead(file, error.value()) : Objection()};
+  return {file, IsRoot() ? CannotBeAccessed(file, error.value()) : Objection()};
 }
 
 std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened) {
   struct stat status {};
   if (!file.m_Objection.empty() || !opened.IsOpen()) return file.m_Objection;
-  if (fstat(opened.Get(), &status) != 0) return CannotBeRead(file.m_File, errno);
+  if (fstat(opened.Get(), &status) != 0) return CannotBeAccessed(file.m_File, errno);
   return Against(file.m_File, ObjectionToFile(file.m_IsInOpenFolder, status, geteuid()));
 }
 

@@ -1,5 +1,5 @@
-// What the statements of plug-ins may do. Their texts hold what cards call themselves, unescaped,
-// so they are taken for what the worst card would write.
+// What the statements of plug-ins may do. They contain names that cards report, unescaped, so a
+// malicious card could write any statement.
 #include <sqlite3.h>
 #include <strings.h>
 #include <time.h>
@@ -17,16 +17,16 @@ namespace HostKit {
 
 namespace {
 
-// A statement of the layer takes far less than a thousandth of it. It is the thread's own time that
-// is counted, so that a machine that stands still breaks nothing.
+// A statement of the layer takes far less than a thousandth of it. The thread's own CPU time is
+// counted, so that a stalled machine makes no statement fail.
 constexpr std::int64_t kMostNanoseconds = 1'000'000'000;
-// Each step may handle a text of the greatest length.
-constexpr int kStepsBetweenLooks = 100;
-// While a statement is compiled nobody looks at the time. One that names a query twice, which names
-// another one twice, soon means millions of them; one with very many conditions has each compared
-// with many others. These three end that.
+// Each step may process a text of the maximum length.
+constexpr int kStepsBetweenChecks = 100;
+// The time is not checked while a statement is compiled. A query that contains another one twice,
+// which contains another one twice, soon amounts to millions; a statement with very many conditions
+// has each compared with many others. These three limits prevent that.
 constexpr int kMostQueries = 32;
-constexpr int kMostWords = 16'384;  // of which an insertion of an adapter has some hundred
+constexpr int kMostWords = 16'384;  // inserting an adapter needs a few hundred
 constexpr std::int64_t kMostMemory = 64 << 20;
 
 struct Limit {
@@ -37,16 +37,16 @@ struct Limit {
 constexpr Limit kLimits[] = {
     {SQLITE_LIMIT_LENGTH, 1 << 20},
     {SQLITE_LIMIT_SQL_LENGTH, 4 << 20},
-    {SQLITE_LIMIT_VDBE_OP, 16'384},  // of which an insertion of an adapter takes a few thousand
+    {SQLITE_LIMIT_VDBE_OP, 16'384},  // inserting an adapter takes a few thousand
 };
 
-// By so much may statements make the file grow.
+// How much statements may make the file grow, in bytes.
 constexpr std::int64_t kMostGrowth = 256 << 20;
 
 constexpr std::array kActionsOnRows = {SQLITE_READ, SQLITE_INSERT, SQLITE_UPDATE, SQLITE_DELETE};
 
-// What the layer writes, and how many rows there are. Any other function might take long for a
-// single call, as `trim` does.
+// The functions that the layer uses, and the count of rows. A single call of another function, such
+// as `trim`, could take long.
 constexpr std::array kFunctions = {"count", "max"};
 
 bool IsSame(const char* left, const char* right) {
@@ -67,7 +67,7 @@ bool IsFunction(const char* name) {
 
 bool IsAllowed(int action, const char* first, const char* second, const char* schema) {
   if (std::find(kActionsOnRows.begin(), kActionsOnRows.end(), action) != kActionsOnRows.end()) {
-    // A table of which no column is read, as for COUNT(*), comes without its schema.
+    // A table of which no column is read, as for COUNT(*), is reported without its schema.
     return IsRowTable(first) && (schema == nullptr || IsSame(schema, "main"));
   }
   switch (action) {
@@ -101,7 +101,7 @@ std::int64_t OwnTime() {
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-// How much one call has used of what it may.
+// How much of its limits one call has used.
 class Usage {
  public:
   bool HasTakenTooLong() {
@@ -114,11 +114,11 @@ class Usage {
     return m_Queries <= kMostQueries && !HasTakenTooLong();
   }
 
-  // Whether one of the two above was the reason for a failure.
+  // Throws the limit that was the reason for `error`, or else `error` itself.
   [[noreturn]] void Explain(const SqliteError& error) const {
     if (m_TookTooLong) throw SqliteError(SQLITE_INTERRUPT, "a statement takes too long");
     if (m_Queries > kMostQueries) {
-      throw SqliteError(SQLITE_AUTH, "a statement holds too many queries");
+      throw SqliteError(SQLITE_AUTH, "a statement contains too many queries");
     }
     throw SqliteError(error);
   }
@@ -135,11 +135,11 @@ int Authorize(void* usage, int action, const char* first, const char* second, co
   return isWithin && IsAllowed(action, first, second, schema) ? SQLITE_OK : SQLITE_DENY;
 }
 
-int Look(void* usage) {
+int CheckTime(void* usage) {
   return static_cast<Usage*>(usage)->HasTakenTooLong() ? 1 : 0;
 }
 
-// For as long as it lives, the library has so much more memory. The limit is one for the process,
+// Limits the library's additional memory as long as it lives. The limit is for the whole process,
 // but the host's connections are used one at a time.
 class MemoryBound {
  public:
@@ -156,12 +156,12 @@ class MemoryBound {
   const std::int64_t m_SoftBefore = sqlite3_soft_heap_limit64(-1);
 };
 
-// For as long as it lives, what the connection runs is measured.
+// Applies the limits to what the connection runs, as long as it lives.
 class Bounds {
  public:
   Bounds(sqlite3* database, Usage& usage) : m_pDatabase(database) {
     sqlite3_set_authorizer(database, Authorize, &usage);
-    sqlite3_progress_handler(database, kStepsBetweenLooks, Look, &usage);
+    sqlite3_progress_handler(database, kStepsBetweenChecks, CheckTime, &usage);
   }
   ~Bounds() {
     sqlite3_set_authorizer(m_pDatabase, Authorize, nullptr);
@@ -175,7 +175,7 @@ class Bounds {
   const MemoryBound m_Memory;
 };
 
-// Pages that are free count as new ones: otherwise each life could add as much as the one before.
+// Free pages count as new ones: otherwise every run of a host could add as much again.
 std::int64_t MostPages(Connection& connection) {
   const auto number = [&connection](const std::string& pragma) -> std::int64_t {
     return std::stoll(connection.Run("PRAGMA " + pragma).at(0));
@@ -194,7 +194,7 @@ void Connection::Confine() {
 
 std::vector<std::string> Connection::RunConfined(const std::string& sql) {
   if (CountWords(sql) > kMostWords) {
-    throw SqliteError(SQLITE_TOOBIG, "a statement holds too many words");
+    throw SqliteError(SQLITE_TOOBIG, "a statement contains too many words");
   }
   Usage usage;
   const Bounds bounds(m_pDatabase.get(), usage);

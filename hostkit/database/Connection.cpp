@@ -17,10 +17,10 @@ namespace {
 
 using boost::filesystem::path;
 
-constexpr std::size_t kLargestAnswer = 64 << 20;
-constexpr int kBusyMs = 500;  // how long a lock of another process is waited for
+constexpr std::size_t kLargestResult = 64 << 20;
+constexpr int kBusyMs = 500;  // to wait for a lock of another process
 
-// After these the connection itself is of no more use.
+// After these, the connection itself is unusable.
 constexpr std::array kReopenCodes = {SQLITE_CANTOPEN, SQLITE_CORRUPT, SQLITE_IOERR, SQLITE_NOTADB};
 
 [[noreturn]] void Fail(sqlite3* database) {
@@ -31,7 +31,7 @@ void Check(int result, sqlite3* database) {
   if (result != SQLITE_OK) Fail(database);
 }
 
-// The codes that a file gives which may be read but not written, or whose folder may not.
+// The codes for a file that can be read but not written, or whose folder cannot be written.
 constexpr std::array kNotWritableCodes = {SQLITE_CANTOPEN, SQLITE_PERM, SQLITE_READONLY};
 
 template <class Codes>
@@ -44,7 +44,7 @@ bool IsInMemory(const path& file) {
   return file == ":memory:";
 }
 
-// SQLite also reads the files beside the database, and the host locks one of them.
+// SQLite also reads the files next to the database, and the host locks one of them.
 constexpr std::array kBesideTheFile = {"", "-wal", "-shm", "-journal", "-host"};
 
 // Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have planted
@@ -60,7 +60,7 @@ path TrustedFile(const path& file) {
   return found.m_File.string();
 }
 
-// Only an absolute name is looked for in the same place by all who open it. The library would also
+// A relative name means different files in different working directories. The library would also
 // read a name that begins with "file:" as a URI.
 void RequireAbsolute(const path& file) {
   if (!file.is_absolute()) throw SqliteError(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN));
@@ -85,8 +85,8 @@ std::string UriOf(const std::string& name) {
   return uri;
 }
 
-// A file without a write-ahead log is taken as one that nobody changes: otherwise the library would
-// make a log, which it may not be able to or which would stay behind.
+// A file without a write-ahead log is opened as immutable: otherwise the library would create a
+// log, which may fail or leave the log there.
 sqlite3* OpenToRead(const path& file) {
   const std::string name = file.string();
   boost::system::error_code ignored;
@@ -102,7 +102,7 @@ sqlite3* Open(const path& file, Access access) {
   return access == Access::Read ? OpenToRead(trusted) : OpenToWrite(trusted);
 }
 
-// Takes the first statement off `rest`; null for one that is only blanks or a comment.
+// Compiles the first statement of `rest` and skips it; null if it is only blanks or a comment.
 sqlite3_stmt* Compile(sqlite3* database, const char*& rest) {
   sqlite3_stmt* statement = nullptr;
   Check(sqlite3_prepare_v2(database, rest, -1, &statement, &rest), database);
@@ -180,7 +180,8 @@ Connection::Connection(const path& file, Access access)
   if (!IsInMemory(file)) CheckTrust(file);
 }
 
-// Somebody may have put a file there meanwhile. One that is the user's own by now stays so.
+// Another user may have put a file there in the meantime. One that is the user's own now remains
+// so.
 void Connection::CheckTrust(const path& file) {
   try {
     TrustedFile(file);
@@ -191,7 +192,7 @@ void Connection::CheckTrust(const path& file) {
 }
 
 void Connection::PrepareToWrite() {
-  // Reading it would leave a log beside it that cannot be written either, also once the file can.
+  // Reading it would leave a log that cannot be written either, even after the file can.
   if (sqlite3_db_readonly(m_pDatabase.get(), "main") == 1) {
     throw SqliteError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));
   }
@@ -207,13 +208,13 @@ void Connection::PrepareToWrite() {
 void Connection::Configure() {
   sqlite3* const database = m_pDatabase.get();
   sqlite3_busy_timeout(database, kBusyMs);
-  // The plug-ins' statements write their texts between double quotes.
+  // The plug-ins' statements have their texts in double quotes.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
-  // A text that breaks out of its quotes reaches this file, but no other, and not its inner parts.
+  // A text that breaks out of its quotes must not access other files or internal tables.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
-  // No sorting and no list in the making goes to a file, in a folder of the environment's choice.
+  // Temporary data must not go to a file, whose folder the environment could choose.
   Run("PRAGMA temp_store = MEMORY");
 }
 
@@ -225,7 +226,7 @@ void Connection::CheckWhole() {
 
 std::vector<std::string> Connection::Run(const std::string& sql) {
   if (sql.find('\0') != std::string::npos) {
-    throw SqliteError(SQLITE_ERROR, "a statement holds a NUL character");
+    throw SqliteError(SQLITE_ERROR, "a statement contains a NUL character");
   }
   std::vector<std::string> cells;
   std::size_t size = 0;
@@ -238,7 +239,7 @@ std::vector<std::string> Connection::Run(const std::string& sql) {
       for (int column = 0; column < width; ++column) {
         cells.push_back(CellText(statement.get(), column));
         size += sizeof(std::string) + cells.back().size();
-        if (size > kLargestAnswer) throw SqliteError(SQLITE_TOOBIG, "an answer is too large");
+        if (size > kLargestResult) throw SqliteError(SQLITE_TOOBIG, "the result is too large");
       }
     }
   }

@@ -14,31 +14,34 @@ struct sqlite3_stmt;
 
 namespace HostKit {
 
-// A statement failed; the text is the library's.
+// A statement failed. The text is the library's.
 class SqliteError : public DBEXCEPTION::DatabaseException {
  public:
   SqliteError(int code, const std::string& text) : DatabaseException(text), m_Code(code) {}
 
-  // Whether only opening the file anew can help.
+  // Whether only reopening the file can help.
   bool NeedsReopen() const;
-  // Whether the file may well be one that can only be read.
+  // Whether the reason may be that the file is read-only.
   bool MayLackOnlyWriting() const;
 
  private:
   int m_Code;
 };
 
-// One statement with places for values, for the host's own tables. The connection must outlive it.
+// One statement with placeholders, for the host's own tables. The connection must outlive it. All
+// members throw `SqliteError` on failure.
 class Statement {
  public:
   Statement(sqlite3* database, const std::string& sql);
 
+  // Fills the next placeholder. Returns this object.
   Statement& Bind(std::int64_t value);
   Statement& Bind(const std::string& value);
-  // All cells of the row at which another statement is.
+  // Fills the next placeholders with all cells of the current row of another statement.
   Statement& BindRow(const Statement& row);
-  // True as long as there is a row; throws `SqliteError`.
+  // Moves to the next row; false if there are no more.
   bool Step();
+  // A cell of the current row; columns count from 0.
   std::int64_t Integer(int column) const;
   std::string Text(int column) const;
 
@@ -48,45 +51,45 @@ class Statement {
   int m_Bound = 0;
 };
 
-// How a file is opened. One that is only read is neither made nor changed, nor is anything beside
-// it. Another connection to a file that is open to be written needs no second look at it.
+// How a file is opened. `Read` neither creates nor changes anything. `AnotherToWrite` is for a file
+// that another connection has already opened and checked.
 enum class Access { Write, AnotherToWrite, Read };
 
 class Connection {
  public:
-  // Opens or makes the file. ":memory:" stands for none; any other path is absolute. Throws
+  // Opens or creates the file. ":memory:" means none; any other path is absolute. Throws
   // `SqliteError`, also for a file that another user could have put there.
   explicit Connection(const boost::filesystem::path& file, Access access = Access::Write);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Runs the statements of `sql` in turn and gives all cells of all rows as text, an SQL NULL as
-  // "NULL". Throws `SqliteError` at the first one that fails; the later ones do not run.
+  // Runs the statements of `sql` in turn and returns all cells of all rows as text, NULL as "NULL".
+  // Throws `SqliteError` at the first one that fails; later ones do not run.
   std::vector<std::string> Run(const std::string& sql);
   Statement Prepare(const std::string& sql) { return {m_pDatabase.get(), sql}; }
 
-  // From here on nothing but reading and writing the rows of plug-ins is allowed.
+  // From now on, statements may only read and write the rows of plug-ins.
   void Confine();
-  // As `Run`, for a statement of a plug-in: it fails when it takes too much time or memory.
+  // Like `Run`, for a statement of a plug-in: it fails if it needs too much time or memory.
   std::vector<std::string> RunConfined(const std::string& sql);
 
-  // Where the file is, without links; ":memory:" when there is none.
+  // The path of the file, without links; ":memory:" if there is none.
   boost::filesystem::path File() const;
-  // Takes an unfinished transaction back.
+  // Rolls an unfinished transaction back.
   void RollBack() noexcept;
-  // Another file, or none, stands where this one was opened.
+  // Whether another file, or none, is now at the path of this one.
   bool HasMoved() const;
-  // Brings the write-ahead log into the file and empties it, wherever both are now: left behind, it
-  // would be taken for the log of the file that stands in this one's place.
+  // Writes the write-ahead log into the file and empties it, wherever both are now: otherwise the
+  // log would be used for the file that has replaced this one.
   void EmptyLog() noexcept;
-  // Leaves the file as it is when this closes, instead of bringing its write-ahead log into it.
+  // Makes closing leave the file as it is, instead of writing the write-ahead log into it.
   void LeaveAsItIs();
 
  private:
   void Configure();
   void CheckTrust(const boost::filesystem::path& file);
   void PrepareToWrite();
-  // Fails for a damaged file before anything is written to it.
+  // Throws for a damaged file, before anything is written to it.
   void CheckWhole();
 
   std::unique_ptr<sqlite3, int (*)(sqlite3*)> m_pDatabase;

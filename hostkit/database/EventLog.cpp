@@ -21,7 +21,7 @@ constexpr const char* kNewest =
     "SELECT number, time, severity, event_id, object_id, name, message, serial_number, object_type "
     "FROM host_event_log WHERE time >= ? ORDER BY number DESC LIMIT ?";
 
-// SQLite's integers are signed: the bits are kept.
+// SQLite's integers are signed; the bits are kept.
 std::int64_t Bits(std::uint64_t value) {
   return static_cast<std::int64_t>(value);
 }
@@ -65,7 +65,7 @@ LoggedEvent WordEvent(const PI::CEvent& event) {
   return worded;
 }
 
-// One transaction, so that a lock of another program is waited for once.
+// One transaction, so that a lock of another process is waited for only once.
 void AppendEvents(const std::vector<LoggedEvent>& events) {
   if (events.empty()) return;
   TheDatabase()->With([&](Connection& connection) {

@@ -7,8 +7,8 @@
 
 #include "hostkit/Database.h"
 #include "hostkit/Paths.h"
-#include "hostkit/database/AnswerCheck.h"
 #include "hostkit/database/LayerException.h"
+#include "hostkit/database/ResultCheck.h"
 #include "hostkit/database/Schema.h"
 
 namespace HostKit {
@@ -17,18 +17,18 @@ namespace {
 
 using boost::filesystem::path;
 
-// Lives are told apart by a number that no other life has had.
+// A life is identified by a random number.
 std::int64_t DrawLife() {
   try {
     std::random_device device;
     return std::uniform_int_distribution<std::int64_t>(1)(device);
-  } catch (const std::exception&) {  // the system has none to give
+  } catch (const std::exception&) {  // no random numbers available
     return std::chrono::system_clock::now().time_since_epoch().count();
   }
 }
 
-// What the environment names now, wherever the host goes later. A relative name stays one when the
-// working directory is gone, and then cannot be opened.
+// What the environment names now, even if the host changes its working directory later. Without a
+// working directory a relative name remains relative, and cannot be opened.
 path FileOfEnvironment() {
   const path file = DatabaseFile();
   if (file == ":memory:" || file.is_absolute()) return file;
@@ -37,7 +37,7 @@ path FileOfEnvironment() {
   return error ? file : folder / file;
 }
 
-// What is wrong with the file, the first statement says.
+// The first statement reports what is wrong with the file.
 void TryToOpen(HostDatabase& database) {
   try {
     database.OpenRows();
@@ -141,7 +141,7 @@ void HostDatabase::CloseFile() {
   m_pOwn.reset();
 }
 
-// Rows in memory stay.
+// Rows in memory are kept.
 void HostDatabase::CloseRowsInFile() {
   if (m_RowsAreInFile) m_pRows.reset();
   m_RowsAreInFile = false;

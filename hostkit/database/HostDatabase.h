@@ -15,12 +15,12 @@
 
 namespace HostKit {
 
-// Opens its file when it is needed and not open, so that a fault lasts no longer than its cause.
-// Any thread may call; a statement never waits for anything of the toolkit.
+// Opens its file when it is needed and not open, so that a failure lasts no longer than its cause.
+// From any thread; a statement never waits for anything of the toolkit.
 //
-// The statements of plug-ins go over a connection of their own, which reaches nothing but their
-// rows. These lie in the file for one host at a time; another one that uses the file meanwhile
-// keeps its own in memory, and puts them into the file when the first one has ended.
+// The statements of plug-ins use their own connection, which can access their rows only. The file
+// has the rows of one host at a time; another host that uses the file meanwhile keeps its own in
+// memory, and writes them to the file after the first host has ended.
 class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
  public:
   HostDatabase();
@@ -29,21 +29,21 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   // For plug-ins. Throws `DBEXCEPTION::DatabaseException` and nothing else.
   std::vector<std::string> query(std::string sql) override;
 
-  // Opens the file, for its effect on the rows of an earlier life.
+  // Opens the file, which clears the rows of an earlier life. Throws `SqliteError`.
   void OpenRows();
 
-  // Begins a new life on the file that the environment names now.
+  // Starts a new life with the file that the environment names now.
   void Reopen();
 
-  // Runs `use` on the connection for the host's own tables, with the lock held and a cancellation
-  // of the thread kept off. Throws `SqliteError` and what `use` throws; a transaction left open is
-  // then taken back.
+  // Runs `use` with the connection for the host's own tables, with the lock held and a cancellation
+  // of the thread deferred. Throws `SqliteError` and what `use` throws, after rolling an open
+  // transaction back.
   template <class Use>
   auto With(Use use) {
     return Guarded([&]() HOST_REQUIRES(m_Lock) { return use(OwnConnection()); });
   }
 
-  // The same for a `use` that only reads: a file that may not be written does.
+  // The same for a `use` that only reads; a read-only file is enough.
   template <class Use>
   auto WithToRead(Use use) {
     try {
@@ -92,7 +92,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   std::unique_ptr<Connection> m_pRows HOST_GUARDED_BY(m_Lock);
 };
 
-// The one database; made at the first call, with its file opened if it can be.
+// The one database, created by the first call, which also tries to open its file.
 const std::shared_ptr<HostDatabase>& TheDatabase();
 
 }  // namespace HostKit

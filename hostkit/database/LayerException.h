@@ -1,4 +1,4 @@
-// What leaves a statement of a plug-in.
+// The exceptions that leave a statement of a plug-in.
 #pragma once
 
 #include <cxxabi.h>
@@ -10,8 +10,8 @@
 
 namespace HostKit {
 
-// In a handler: throws what is being handled as the layer's exception. The layer above knows no
-// other one, and whatever else leaves a statement ends the host.
+// In a handler: throws the current exception as the layer's. The layer above catches no other, so
+// any other would end the host. Cancellations pass.
 [[noreturn]] inline void ThrowAsDatabaseException() {
   try {
     try {
@@ -28,7 +28,7 @@ namespace HostKit {
       throw DBEXCEPTION::DatabaseException("unknown error");
     }
   } catch (const std::bad_alloc&) {
-    // Also when it was the copy of a text that found none. This one is short enough to need none.
+    // Also if copying a text ran out of memory. This text is short enough to need none.
     throw DBEXCEPTION::DatabaseException("out of memory");
   }
 }

@@ -9,10 +9,10 @@ namespace HostKit {
 
 namespace {
 
-// A host that ends removes its file, so that the one just opened may be gone before it is locked.
+// A host that ends removes its file, so the one just opened may be removed before it is locked.
 constexpr int kMostTries = 10;
 
-// A file of another user would be held by that user at will.
+// Another user could keep a file of their own locked.
 bool IsOwnFile(const Base::Descriptor& file) {
   struct stat status {};
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return false;
@@ -45,7 +45,7 @@ void RowsLock::Release() {
   m_Descriptor.Close();
 }
 
-// Others may not open the file: whoever can could hold the lock for ever.
+// Others must not open the file: whoever can could hold the lock forever.
 bool RowsLock::Lock() {
   if (!m_Descriptor.IsOpen() || HasMoved()) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;

@@ -1,4 +1,4 @@
-// Which of several hosts on one file keeps its plug-ins' rows in it.
+// Which of several hosts that use one file keeps its plug-ins' rows in it.
 #pragma once
 
 #include <boost/filesystem/path.hpp>
@@ -7,9 +7,9 @@
 
 namespace HostKit {
 
-// A lock on an empty file beside the database, which goes when the host ends, however it ends. The
-// database itself cannot be locked for that: closing it a second time would take the locks away
-// that the library holds on it.
+// A lock on an empty file next to the database, released when the host ends, however it ends. The
+// database itself cannot be locked for that: closing a second descriptor of it would release the
+// locks that the library holds.
 class RowsLock {
  public:
   RowsLock() = default;
@@ -17,15 +17,16 @@ class RowsLock {
   RowsLock(const RowsLock&) = delete;
   RowsLock& operator=(const RowsLock&) = delete;
 
-  // True when this host holds the lock of that database now. Never waits. One database at a time:
-  // `Release` comes before another one. The file's name is one without links: by another name it
-  // would have another lock.
+  // Whether this host now holds the lock of that database. Never waits. One database at a time:
+  // call `Release` before another one. The path must have no links: through another path the
+  // database would have another lock.
   bool Take(const boost::filesystem::path& database);
+  // Releases the lock, if it is held, and removes its file.
   void Release();
 
  private:
   bool Lock();
-  // The file that was locked is not the one that others see.
+  // Whether another file, or none, is now at the path of the locked one.
   bool HasMoved() const;
 
   boost::filesystem::path m_File;

@@ -16,8 +16,8 @@ constexpr const char* kOwnTables =
     "event_id INTEGER NOT NULL, object_id INTEGER NOT NULL, name TEXT NOT NULL, "
     "message TEXT NOT NULL) STRICT;";
 
-// The log forgets its oldest events, a counter may not. Whoever appends to the log counts without
-// knowing it, and a log that is older than the counts is counted once.
+// The log drops its oldest events; a counter must not. A trigger counts every append, also by an
+// older host, and a log that is older than the counts is counted once.
 constexpr const char* kEventCounts =
     "CREATE TABLE IF NOT EXISTS host_event_counts (event_id INTEGER NOT NULL, "
     "severity INTEGER NOT NULL, count INTEGER NOT NULL, PRIMARY KEY (event_id, severity)) STRICT;"
@@ -31,23 +31,23 @@ constexpr const char* kCountingTrigger =
 const TableShape kLifeTable = {
     "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
 
-// Earlier versions let a card's text add triggers, which would do their work in this host too,
-// indexes that allow no second event, and things that go by the name of a table. SQL takes a name
-// in any letters. The tables of the log themselves are never dropped.
+// In earlier versions a card's text could add triggers, which would run in this host too, indexes
+// that allow no second event, and views with the name of a table. SQL ignores the case of names.
+// The tables of the log themselves are never dropped.
 constexpr const char* kStrangeToLog =
     "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "
     "OR type = 'trigger' AND sql <> ?2 "
     "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE) "
     "OR type = 'index' AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE";
-// Rows have no triggers or indexes; a table with other columns was made by another version of the
-// host, and its rows are of another life.
+// Rows have no triggers or indexes. A table with other columns was created by another version of
+// the host, and its rows belong to another life.
 constexpr const char* kStrangeToRows =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND (type <> 'table' OR sql <> ?2)";
 
-// What the event log has gained since it was first made. Its rows outlive a version of the host, so
-// the table is not made anew.
+// Columns that were added to the event log later. Its rows outlive a version of the host, so the
+// table is not recreated.
 struct AddedColumn {
   const char* m_Name;
   const char* m_Sql;
@@ -58,7 +58,7 @@ constexpr AddedColumn kAddedToEventLog[] = {
     {"object_type", "INTEGER NOT NULL DEFAULT 0"},
 };
 
-// The statement that made a table, or an empty text.
+// The statement that created a table, or an empty text.
 std::string SqlOf(Connection& connection, const std::string& table) {
   Statement statement =
       connection.Prepare("SELECT sql FROM sqlite_schema WHERE type = 'table' AND name = ?");
@@ -83,7 +83,7 @@ std::string Quoted(const std::string& name) {
   return '"' + boost::replace_all_copy(name, "\"", "\"\"") + '"';
 }
 
-// Drops what the query finds; with a view or table go its triggers and indexes.
+// Drops what the query finds, including the triggers and indexes of a view or table.
 void DropStrange(Connection& connection, const char* query, const std::string& table,
                  const std::string& ownSql) {
   std::vector<std::string> drops;
@@ -111,11 +111,13 @@ bool IsOfLife(Connection& connection, std::int64_t life) {
 }
 
 void CopyRows(Connection& source, Connection& target, const TableShape& shape) {
-  std::string places = "?";
-  for (std::size_t i = 1; i < shape.m_Columns.size(); ++i) places += ", ?";
+  std::string placeholders = "?";
+  for (std::size_t i = 1; i < shape.m_Columns.size(); ++i) placeholders += ", ?";
   Statement rows = source.Prepare("SELECT * FROM " + shape.m_Name);
   while (rows.Step()) {
-    target.Prepare("INSERT INTO " + shape.m_Name + " VALUES (" + places + ")").BindRow(rows).Step();
+    target.Prepare("INSERT INTO " + shape.m_Name + " VALUES (" + placeholders + ")")
+        .BindRow(rows)
+        .Step();
   }
 }
 

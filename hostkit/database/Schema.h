@@ -1,4 +1,4 @@
-// What the host keeps in its file.
+// The tables in the host's file.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,12 @@
 
 namespace HostKit {
 
-// Makes the host's own tables where they are missing. All of it is done, or none; throws
-// `SqliteError`.
+// Creates the host's own tables if they are missing. Atomic. Throws `SqliteError`.
 void PrepareOwnTables(Connection& connection);
 
-// Makes the tables for the rows of plug-ins. The rows belong to one life of the host: unless they
-// were written in the life with this number, they are cleared, and those of `pSource`, if there is
-// one, put in their place. All of it is done, or none; throws `SqliteError`.
+// Creates the tables for the rows of plug-ins if they are missing. The rows belong to one life of
+// the host: unless they were written in the life with this number, they are replaced by those of
+// `pSource`, or cleared if it is null. Atomic. Throws `SqliteError`.
 void PrepareRowTables(Connection& connection, std::int64_t life, Connection* pSource);
 
 }  // namespace HostKit

@@ -1,8 +1,8 @@
-// Makes the columns of a row type's table, the key first and then the fields in their order.
+// Builds the columns of a row type's table: the key, then the fields in their order.
 //
-// The layer above writes texts between double quotes, and the database takes such a text for a
-// column when there is one of that name. Columns therefore bear a prefix, as in "ad_serial_number",
-// that no value has. The key's name is fixed.
+// The layer above writes texts in double quotes, and the database takes such a text for a column if
+// there is one of that name. Column names therefore have a prefix that no value has, as in
+// "ad_serial_number". The key's name is fixed.
 #pragma once
 
 #include <boost/algorithm/string/replace.hpp>
@@ -28,11 +28,11 @@ inline std::string SnakeCase(const std::string& field) {
 }
 
 // Kind and declaration of a column, by the type of its field. Tables are strict and check ranges,
-// so that no cell comes back which the layer above cannot read: it would end the host.
+// because a cell that the layer above cannot read would end the host.
 //
-// SQLite's integers are signed: the upper half of the unsigned numbers is refused when it is
-// written. It gives doubles as texts of 15 digits; the layer fails for a text that is beyond the
-// largest double when rounded so, and for one below the smallest that has all its digits.
+// SQLite's integers are signed, so the upper half of the unsigned numbers is rejected on writing.
+// It returns doubles as texts of 15 digits. The layer fails for a text that this rounds beyond the
+// largest double, and for one below the smallest normal double.
 struct ColumnType {
   DatabaseORM::column_kind_t m_Kind;
   const char* m_Sql;
@@ -81,8 +81,8 @@ class TableBuilder {
     return *this;
   }
 
-  // The number of a new row is the largest one plus 1, which is what a plug-in predicts: the
-  // database is not asked to remember the numbers of rows that are gone.
+  // The key of a new row is the largest one plus 1, as plug-ins predict. AUTOINCREMENT would differ
+  // after a row was deleted.
   TableShape Shape() const {
     return {m_pTable->name, m_Columns,
             "CREATE TABLE " + m_pTable->name + " (" + m_Sql + ") STRICT"};

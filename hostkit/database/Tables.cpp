@@ -31,7 +31,7 @@ struct Builders {
   }
 };
 
-// The field maps exist once, so they are filled once.
+// There is one field map per row type, so it is filled once.
 const Builders& TheBuilders() {
   static const Builders builders;
   return builders;

@@ -8,21 +8,23 @@
 
 namespace HostKit {
 
+// A column: name in the database, and how it is read.
 struct ColumnShape {
   std::string m_Name;
   DatabaseORM::column_kind_t m_Kind;
 };
 
+// A table.
 struct TableShape {
   std::string m_Name;
   std::vector<ColumnShape> m_Columns;
-  std::string m_Sql;  // the statement that makes it
+  std::string m_Sql;  // the statement that creates it
 };
 
 // One for each row type.
 const std::vector<TableShape>& RowTables();
 
-// Gives the storage the tables and field maps of the row types.
+// Adds the tables and field maps of the row types to the storage.
 void DescribeTables(DatabaseORM::storage_t& storage);
 
 }  // namespace HostKit

@@ -35,7 +35,7 @@ bool Contains(const std::vector<std::int32_t>& numbers, std::int32_t number) {
   return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
 }
 
-// The map is public: a host that carries numbers over from elsewhere puts them there.
+// The map is public: a host adds numbers there that were assigned elsewhere.
 bool IsTaken(std::int32_t number) {
   const auto& hosts = CGlobalAdapterID::AllHostsAdaptersUniqueIDs;
   return std::any_of(hosts.begin(), hosts.end(),

@@ -16,7 +16,7 @@ Base::TrustedPath FullPath(const boost::filesystem::path& name) {
   return Base::ResolveTrusted((HostKit::ConfigFolder() / name.filename()).string());
 }
 
-// A file that somebody else has put there counts as one that cannot be read. It is checked
+// A file that another user has put there counts as unreadable. It is checked
 // again after reading, in case it was put there meanwhile.
 HostKit::FileRead ReadTrusted(const Base::TrustedPath& file, std::string& text) {
   if (!file.m_Objection.empty()) return HostKit::FileRead::Failed;
@@ -27,12 +27,12 @@ HostKit::FileRead ReadTrusted(const Base::TrustedPath& file, std::string& text) 
   return result;
 }
 
-// `text` with the key set; empty when it would not read back as it is given, for what the ini
-// format cannot hold must not harm the keys that it does hold.
+// `text` with the key set. Empty if the value would not read back as given: what the ini format
+// cannot express must not damage the other keys.
 std::string SetKey(const std::string& text, const std::string& key, const std::string& value) {
   const std::string edited = HostKit::WithIniValue(text, key, value);
   std::string readBack;
-  const bool found = HostKit::FindIniValue(edited, key, readBack) == HostKit::IniLookUp::Found;
+  const bool found = HostKit::FindIniValue(edited, key, readBack) == HostKit::IniLookup::Found;
   return found && readBack == value ? edited : std::string();
 }
 
@@ -53,11 +53,11 @@ std::uint32_t CConfigFile::ReadKeyValue(const std::string& key, std::string& val
   if (read == HostKit::FileRead::Missing) return HostKit::RESULT_NO_KEY;
   if (read == HostKit::FileRead::Failed) return HostKit::RESULT_UNREADABLE;
   switch (HostKit::FindIniValue(text, key, value)) {
-    case HostKit::IniLookUp::Found:
+    case HostKit::IniLookup::Found:
       return HostKit::RESULT_OK;
-    case HostKit::IniLookUp::NoKey:
+    case HostKit::IniLookup::NoKey:
       return HostKit::RESULT_NO_KEY;
-    case HostKit::IniLookUp::NoIni:
+    case HostKit::IniLookup::NoIni:
       break;
   }
   return HostKit::RESULT_UNREADABLE;

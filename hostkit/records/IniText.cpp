@@ -33,15 +33,15 @@ bool BeginsSection(const std::string& line) {
 
 }  // namespace
 
-IniLookUp FindIniValue(const std::string& text, const std::string& key, std::string& value) {
+IniLookup FindIniValue(const std::string& text, const std::string& key, std::string& value) {
   const auto tree = Parse(text);
-  if (!tree) return IniLookUp::NoIni;
-  // Not `get`: it would take a dot in the key as the way into a section.
+  if (!tree) return IniLookup::NoIni;
+  // Not `get`: it would take a dot in the key for the separator after a section.
   const auto found = tree->find(key);
   // A section is a node with children.
-  if (found == tree->not_found() || !found->second.empty()) return IniLookUp::NoKey;
+  if (found == tree->not_found() || !found->second.empty()) return IniLookup::NoKey;
   value = found->second.data();
-  return IniLookUp::Found;
+  return IniLookup::Found;
 }
 
 std::string WithIniValue(const std::string& text, const std::string& key,

@@ -1,18 +1,20 @@
-// One key of an ini file's text, among the keys in no section.
+// One key in the text of an ini file, among the keys outside sections.
 #pragma once
 
 #include <string>
 
 namespace HostKit {
 
-enum class IniLookUp { Found, NoKey, NoIni };
+// The result of a lookup. `NoIni`: the text is not an ini file.
+enum class IniLookup { Found, NoKey, NoIni };
 
-// Reads the value of `key` from `text`. `value` is written only when it is found.
-IniLookUp FindIniValue(const std::string& text, const std::string& key, std::string& value);
+// Reads the value of `key` from `text`. Sets `value` only if the key was found.
+IniLookup FindIniValue(const std::string& text, const std::string& key, std::string& value);
 
-// `text` with the value of `key` replaced, or with the key added behind the last one in no section.
-// All other lines, comments among them, stay as they are. The result need not be an ini file, nor
-// read back as `value`, if key or value hold characters that mean something in one.
+// `text` with the value of `key` replaced, or with the key added after the last one outside
+// sections. All other lines, including comments, remain unchanged. If key or value contain
+// characters with a meaning in ini files, the result may not be one, or may not read back as
+// `value`.
 std::string WithIniValue(const std::string& text, const std::string& key, const std::string& value);
 
 }  // namespace HostKit

@@ -13,8 +13,8 @@ namespace {
 
 using boost::filesystem::path;
 
-// An empty variable counts as unset, and so does every one in a program that runs with more rights
-// than its caller has.
+// An empty variable counts as unset, and so does every variable in a program that runs with more
+// rights than its caller.
 std::string Variable(const char* name) {
   const char* const value = secure_getenv(name);
   return value != nullptr ? value : "";
@@ -34,7 +34,7 @@ path Home() {
   return home.empty() ? HomeOfUser() : path(home);
 }
 
-// The convention for these variables has relative paths ignored.
+// By convention, relative paths in these variables are ignored.
 path BaseFolder(const char* variable, const char* belowHome) {
   const path base = Variable(variable);
   return (base.is_absolute() ? base : Home() / belowHome) / "corvane";

@@ -29,7 +29,7 @@ std::optional<std::uint32_t> ParseHex(std::string_view text, std::uint32_t large
   return number;
 }
 
-// "0000:3b:00.0". A segment has four digits or, behind some bridges, more.
+// "0000:3b:00.0". A segment has four digits, or more with some bridges.
 std::optional<Address> ParseAddress(std::string_view name) {
   const std::size_t tail = sizeof ":bb:dd.f" - 1;
   if (name.size() < tail + 4) return std::nullopt;

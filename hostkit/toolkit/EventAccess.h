@@ -1,4 +1,4 @@
-// The event's state under the name that the toolkit's header gives it.
+// Defines the type that the toolkit's header declares for the state of an event.
 #pragma once
 
 #include "host/Toolkit.h"

@@ -26,7 +26,7 @@ bool LockState::Take(ThreadRecord& taker) {
     if (!m_pOwner.compare_exchange_strong(owner, &taker)) return false;
     ++taker.heldLocks;
   }
-  // While the lock is free, its depth is 0.
+  // The depth of a free lock is 0.
   m_Depth.store(m_Depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   m_Taken.store(m_Taken.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   return true;
@@ -59,8 +59,8 @@ using HostKit::MonitorLock;
 
 namespace {
 
-// Counted before the lock is tried once more: `Release` frees the lock before it looks for
-// waiters, so that one of the two sees the other.
+// Counted before the lock is tried again. `Release` frees the lock before it checks for waiters, so
+// one of the two sees the other.
 class CountedWaiter {
  public:
   explicit CountedWaiter(HostKit::LockState& state) : m_State(state) { ++m_State.m_Waiters; }

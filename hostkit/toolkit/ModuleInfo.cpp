@@ -15,7 +15,7 @@ std::uint32_t MaskOfEnvironment() {
   if (levels == nullptr || *levels == '\0') return 0;
   const auto mask = ParseTraceLevels(levels);
   if (!mask) {
-    std::fprintf(stderr, "CORVANE_TRACE is no number or list of levels, tracing is off: %s\n",
+    std::fprintf(stderr, "CORVANE_TRACE is not a number or a list of levels; tracing is off: %s\n",
                  Base::Printable(levels).c_str());
   }
   return mask.value_or(0);

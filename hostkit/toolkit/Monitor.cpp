@@ -15,7 +15,7 @@ namespace HostKit {
 
 namespace {
 
-// Plain, so that a call after the thread's own objects are gone still finds something sound.
+// A plain pointer, which is still valid after the thread's own objects have been destroyed.
 thread_local ThreadRecord* t_pSelf = nullptr;
 thread_local bool t_Ending = false;
 
@@ -67,12 +67,12 @@ void WakeSignal::AwaitUntil(MonitorLock&, std::int64_t deadlineNs) {
 
 void WaitScheduler::CancelHere(ThreadRecord& self) {
   if (!self.cancelRequested.load(std::memory_order_relaxed)) return;
-  // As in real time, it stays pending for a thread that keeps cancellations off.
+  // As in real time, it remains pending in a thread that has disabled cancellation.
   int state = PTHREAD_CANCEL_ENABLE;
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
   pthread_setcancelstate(state, nullptr);
   if (state == PTHREAD_CANCEL_DISABLE) return;
-  // Taken back, so that waits met while the stack unwinds do not end the thread once more.
+  // Reset, so that waits during the unwinding do not end the thread again.
   self.cancelRequested = false;
   pthread_exit(PTHREAD_CANCELED);
 }
@@ -108,7 +108,7 @@ void Monitor::Forget(std::shared_ptr<ThreadRecord> record) {
   if (record->heldLocks > 0) m_Graveyard.push_back(std::move(record));
 }
 
-// A sleeper's entry in the list, which a cancellation takes out again.
+// A sleeper's entry in the list, which is also removed on cancellation.
 class Monitor::Stay {
  public:
   Stay(Monitor& monitor, Sleeper& sleeper)
@@ -128,7 +128,7 @@ class Monitor::Stay {
  private:
   Monitor& m_Monitor;
   Sleeper& m_Sleeper;
-  Sleeper* const m_pOuter;  // when a deadlock handler waits itself
+  Sleeper* const m_pOuter;  // not null if a deadlock handler waits
 };
 
 bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {

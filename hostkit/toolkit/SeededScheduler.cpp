@@ -6,8 +6,8 @@ namespace HostKit {
 
 namespace {
 
-// One switch in so many fires a time-out although threads could run: often enough to be met in
-// each schedule, seldom enough that a job is not always too late.
+// One in so many switches fires a timeout although threads could run: often enough to happen in
+// every schedule, rarely enough that a job is not always late.
 constexpr unsigned int kTimerOdds = 64;
 
 }  // namespace
@@ -56,7 +56,7 @@ void SeededScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
 
 void SeededScheduler::Wake(Sleeper& sleeper) {
   VirtualScheduler::Wake(sleeper);
-  // Only an unknown thread can wake somebody while nobody has the turn.
+  // Only an unknown thread can wake another while no thread has the turn.
   if (m_pTurn == nullptr && sleeper.thread.knownDepth > 0) m_pTurn = &sleeper.thread;
 }
 

@@ -7,8 +7,8 @@
 
 namespace HostKit {
 
-// Known threads run only while it is their turn. Others run beside the schedule, and what they do
-// is not repeated by the seed.
+// Known threads run only when it is their turn. Others run outside the schedule; the seed does not
+// repeat what they do.
 class SeededScheduler final : public VirtualScheduler {
  public:
   void Restart(std::uint64_t seed) override HOST_REQUIRES(g_Monitor);
@@ -21,10 +21,10 @@ class SeededScheduler final : public VirtualScheduler {
 
  private:
   void AwaitTurn(MonitorLock& lock, ThreadRecord& self) HOST_REQUIRES(g_Monitor);
-  // The turn ends because `own` blocks, or because its thread has left.
+  // Ends the turn because `own` blocks, or because its thread has left.
   void PassOn(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
   void MaybeFireTimer() HOST_REQUIRES(g_Monitor);
-  // Null when no known thread can run.
+  // Null if no known thread can run.
   ThreadRecord* Draw() HOST_REQUIRES(g_Monitor);
   void GiveTurn(ThreadRecord* thread) HOST_REQUIRES(g_Monitor);
 

@@ -8,7 +8,7 @@ namespace HostKit {
 
 namespace {
 
-// Decimal, or hexadecimal behind "0x"; nothing else may stand beside it but white space.
+// A decimal number, or a hexadecimal one after "0x", with optional white space around it.
 std::optional<std::uint32_t> Number(const std::string& text) {
   const std::string digits = boost::algorithm::trim_copy(text);
   const bool hexadecimal = boost::algorithm::istarts_with(digits, "0x");
@@ -24,7 +24,7 @@ bool IsLevel(std::uint32_t number) {
   return number != 0 && (number & (number - 1)) == 0;
 }
 
-// Each element one level: "3" in a list is more likely a slip than a mask.
+// Each element is one level: "3" in a list is more likely a mistake than a mask.
 std::optional<std::uint32_t> List(const std::string& text) {
   std::uint32_t mask = 0;
   for (std::size_t begin = 0; begin <= text.size();) {

@@ -50,14 +50,13 @@ void RequireNone(const std::string& objection) {
   if (!objection.empty()) throw spdlog::spdlog_ex(Base::Printable(objection), EPERM);
 }
 
-// Called before each opening, also of the new file when the old one is full: the library follows
-// links. Once the file is there and found to be the user's own, nobody else can put another one in
-// its place.
+// Called before each opening, also of the next file when one is full, because the library follows
+// links. Once the file exists and is the user's own, no other user can replace it.
 void MakeWithoutFollowing(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
   RequireNone(trusted.m_Objection);
   CreateFolders(std::filesystem::path(path).parent_path());
-  // The names below /proc of the descriptors of a process are links, and lead where they are open.
+  // Below /proc, the descriptors of a process are links to the open files.
   const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
   const Base::Descriptor file(
       open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | noFollow,
@@ -67,7 +66,7 @@ void MakeWithoutFollowing(const std::string& path) {
   RequireNone(Base::ResolveTrusted(path).m_Objection);
 }
 
-// Null when the file cannot be opened; errno then says why.
+// Null if the file cannot be opened; errno gives the reason.
 std::unique_ptr<spdlog::logger> LogToFile(const std::string& path) {
   const Base::TrustedPath file = Base::ResolveTrusted(path);
   errno = EPERM;
@@ -93,13 +92,13 @@ std::unique_ptr<spdlog::logger> LogOfEnvironment() {
   return LogToStandardError();
 }
 
-// One line of the log. Texts of a card may hold anything; a line stays a line.
+// One line of the log. Texts of a card may contain line breaks; the result does not.
 std::string Render(const TraceLine& line) {
   return Base::Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
                          line.function + ':' + std::to_string(line.line) + ' ' + line.text);
 }
 
-// Where lines go. Never destroyed: modules trace until the process is gone.
+// Where lines are written. Never destroyed: modules trace until the process ends.
 class TraceLog {
  public:
   static TraceLog& Get() {
@@ -130,8 +129,8 @@ class TraceLog {
   std::unique_ptr<spdlog::logger> m_Log HOST_GUARDED_BY(m_Mutex);
 };
 
-// A sink may use the kit, as for the time: no other thread may get its turn while this one holds
-// the log's native lock.
+// Disables switch points: a sink may use the kit, as for the time, but no other thread may get its
+// turn while this one holds the log's native lock.
 class Pin {
  public:
   Pin() : m_Self(Monitor::Self()), m_Before(m_Self.pinned) { m_Self.pinned = true; }
@@ -151,7 +150,7 @@ void TraceLog::Write(const TraceLine& line) {
     m_Sink(line);
     return;
   }
-  // The kit's own time, so that the log of a run in virtual time shows that time.
+  // The kit's time, so that the log of a run in virtual time shows virtual time.
   const std::chrono::milliseconds time(Monitor::Get().Scheduler().EpochMs());
   m_Log->log(spdlog::log_clock::time_point(time), spdlog::source_loc{}, spdlog::level::info,
              Render(line));
@@ -183,8 +182,8 @@ CTraceStreamBuffer::CTraceStreamBuffer(unsigned int level, const Misc::CModuleIn
     : m_Level(level), m_Module(module), m_File(file), m_Function(function), m_Line(line) {}
 
 CTraceStreamBuffer::~CTraceStreamBuffer() {
-  // Writing is a native cancellation point, and this is a destructor. A line that cannot be
-  // written, as for want of memory, is lost: tracing must not end the host.
+  // Writing is a cancellation point, and this is a destructor. A line that cannot be written, as
+  // for lack of memory, is lost: tracing must not end the host.
   const Base::CancellationGuard guard;
   try {
     HostKit::TraceLog::Get().Write(

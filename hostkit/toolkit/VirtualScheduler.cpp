@@ -8,8 +8,8 @@ namespace HostKit {
 
 namespace {
 
-// Every run in virtual time begins at the same moment, so that it can be repeated to the digit:
-// 2026-01-01 00:00 UTC. The steady clock begins elsewhere, as a machine's does.
+// Every run in virtual time starts at the same time, 2026-01-01 00:00 UTC, so that it can be
+// repeated exactly. The steady clock starts at another number, as on a real machine.
 constexpr std::int64_t kFirstEpochMs = 1'767'225'600'000;
 constexpr std::int64_t kFirstSteadyNs = 1'000'000'000'000;
 
@@ -56,7 +56,7 @@ bool VirtualScheduler::JumpToDeadline() {
   return true;
 }
 
-// A thread that the kit does not know counts from when it was woken until it goes on.
+// A thread that the kit does not know counts from its wake-up until it continues.
 bool VirtualScheduler::AnyThreadCanRun() const {
   const auto& known = Monitor::Get().Known();
   const auto& sleepers = Monitor::Get().Sleepers();
@@ -73,7 +73,7 @@ void VirtualScheduler::Settle(MonitorLock& lock, Sleeper* own) {
   }
 }
 
-// The handler may use the kit to break the deadlock, so its thread counts as running meanwhile.
+// The handler may use the kit to end the deadlock, so its thread counts as running.
 void VirtualScheduler::ReportDeadlock(MonitorLock& lock, Sleeper* own) {
   m_Reported = true;
   if (own != nullptr) own->thread.blocked = false;

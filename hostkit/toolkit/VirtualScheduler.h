@@ -1,4 +1,4 @@
-// Native threads, and a clock that jumps while all of them wait.
+// Native threads, and a clock that jumps when all of them wait.
 #pragma once
 
 #include "hostkit/toolkit/WaitScheduler.h"

@@ -1,4 +1,4 @@
-// What differs between real, virtual and seeded time: who may run, and when a time-out fires.
+// What differs between the time modes: which threads may run, and when a timeout fires.
 #pragma once
 
 #include <pthread.h>

@@ -8,7 +8,7 @@ using HostKit::Monitor;
 
 namespace {
 
-// Several events as one thing to wait for. Positions count from 0.
+// Several events as one condition. Positions count from 0.
 class EventSet final : public HostKit::Condition {
  public:
   explicit EventSet(bool all) : m_All(all) {}

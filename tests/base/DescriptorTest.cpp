@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "base/Descriptor.h"
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "base/FileReplacement.h"
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 

@@ -37,7 +37,7 @@ const Case kCases[] = {
     {"no names", "attach", {}, 1, ""},
 };
 
-TEST(NearestName, IsTheNameThatWasProbablyMeant) {
+TEST(NearestName, FindsTheIntendedName) {
   for (const Case& each : kCases) {
     const std::string* found = Base::NearestName(each.m_Word, each.m_Names, each.m_Slips);
     EXPECT_EQ(each.m_Nearest, found == nullptr ? "" : *found) << each.m_What;

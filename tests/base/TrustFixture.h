@@ -7,7 +7,7 @@
 
 #include <cstdlib>
 
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 constexpr uid_t kStranger = 65534;
 

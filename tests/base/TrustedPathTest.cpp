@@ -59,12 +59,12 @@ TEST_F(Trust, GivesRootNoWayThatCannotBeGone) {
   File(own / "file");
   const std::string loop = Why(own / "a");
   EXPECT_THAT(loop, testing::MatchesRegex(
-                        IsRoot() ? "own/[ab] cannot be looked at: Too many levels.*" : ""));
+                        IsRoot() ? "own/[ab] cannot be accessed: Too many levels.*" : ""));
   EXPECT_EQ(Why(own / "file" / "below"), "");  // there is no such file
   EXPECT_EQ(Resolved(own / "file" / "below" / "it"), (own / "file" / "below" / "it").string());
   const std::string name(300, 'x');
   EXPECT_EQ(Why(own / name / "file"),
-            IsRoot() ? "own/" + name + " cannot be looked at: File name too long" : "");
+            IsRoot() ? "own/" + name + " cannot be accessed: File name too long" : "");
   EXPECT_EQ(Resolved(own / name / "file"), (own / name / "file").string());
 }
 
@@ -182,7 +182,7 @@ TEST_F(TrustOfRoot, AnOrdinaryUserTakesNothingFromAStrangerWhereAllMayWrite) {
   EXPECT_EQ(Why(shared / "link" / "passwd"), "shared/link belongs to uid 1");
 }
 
-// Behind it the stranger may change what stands there at any time.
+// Below it, the stranger may change anything at any time.
 TEST_F(TrustOfRoot, AnOrdinaryUserTakesNoFolderFromAStrangerWhereAllMayWrite) {
   const auto shared = Folder("shared", 01777);
   const auto theirs = Give(Folder("shared/theirs", 0755), 1);

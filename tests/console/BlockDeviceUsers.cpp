@@ -5,7 +5,7 @@
 
 #include <fstream>
 
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 

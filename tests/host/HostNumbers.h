@@ -1,6 +1,5 @@
-// The numbers of the host's vocabulary, typed by hand: every identifier that a card plug-in and its
-// host have in common. The lists are compared with the enumerators of the declarations, whatever
-// becomes of the lists that those are made from.
+// The host's numbers, typed literally: every identifier that a card plug-in and its host share. The
+// lists are compared with the enumerators of the declarations, whatever those are made from.
 #pragma once
 
 // clang-format off

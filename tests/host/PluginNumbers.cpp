@@ -1,5 +1,5 @@
-// The plug-in states the numbers of its host and of its card library itself: no header of theirs
-// tells it when one is wrong.
+// The plug-in defines the numbers of its host and of its card library itself, so no header would
+// reveal a wrong one.
 #include "Corvane/Src/CardNumbers.h"
 #include "Corvane/Src/Vocabulary.h"
 #include "Corvane/Src/WaitResults.h"

@@ -23,7 +23,7 @@ constexpr bool Rise(Offsets... offsets) {
   return true;
 }
 
-// A record begins with the pointer to its virtual members, and with its first field behind it.
+// A record begins with the pointer to its virtual members, and followed by its first field.
 template <class Record>
 constexpr bool BeginsWith(std::size_t offset) {
   return std::has_virtual_destructor_v<Record> && offset == sizeof(void*);
@@ -140,7 +140,7 @@ struct EventLayout {
   static_assert(BeginsWith<Record>(AT(m_ObjectID)));
   static_assert(Rise(AT(m_ObjectID), AT(m_EventID), AT(m_Severity), AT(m_Time), AT(m_SourceName),
                      AT(m_PlaceHolders)));
-  // Fifteen texts, and nothing behind them.
+  // Fifteen texts, and nothing after them.
   static_assert(sizeof(Record) == AT(m_SourceName) + 15 * sizeof(std::string));
 };
 
@@ -158,7 +158,7 @@ struct AdapterIdLayout {
                      AT(m_AdapterNumber), AT(m_GlobalNumber)));
 };
 
-// The shape of the one above, with a string behind it.
+// The shape of the one above, followed by a string.
 struct GlobalAdapterIdLayout {
   using Record = PI::CGlobalAdapterID;
   using Other = PI::CAdapterID;

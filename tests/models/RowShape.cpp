@@ -79,8 +79,7 @@ constexpr bool FollowsRuns(const Field (&fields)[fieldCount], const Run (&runs)[
   return at == fieldCount;
 }
 
-// The fields lie in this order, and nothing that is as large as a field lies between or behind
-// them.
+// The fields are in this order, and nothing as large as a field is between or after them.
 template <class Row, std::size_t count>
 constexpr bool IsWhole(const Field (&fields)[count]) {
   std::size_t end = 0;

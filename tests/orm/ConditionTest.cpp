@@ -38,9 +38,9 @@ TEST(Condition, IsAppendedToABeginning) {
 }
 
 TEST(Condition, WithoutTheMapIsRefusedForTheColumnFirst) {
-  TableLook look;
-  look.hasMap = false;
-  const auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>(), look);
+  TableSetup setup;
+  setup.hasMap = false;
+  const auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>(), setup);
   try {
     TextOf(storage, true);
     FAIL();

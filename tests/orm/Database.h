@@ -25,7 +25,7 @@ class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
 };
 
 // How the table of a test looks.
-struct TableLook {
+struct TableSetup {
   std::string name = "T1";
   std::string alias = "A";
   bool autoKey = false;  // the first column, or the last when it is an unsigned long
@@ -44,9 +44,9 @@ DatabaseORM::column_kind_t KindOf() {
 
 // Fills the one map of `Row` from its list of fields.
 template <class Row>
-std::shared_ptr<RaidDataModels::dbModelFieldsMap<Row>> MapOf(const TableLook& look) {
+std::shared_ptr<RaidDataModels::dbModelFieldsMap<Row>> MapOf(const TableSetup& setup) {
   auto map = RaidDataModels::dbModelFieldsMap<Row>::instance();
-  map->alias = look.alias;
+  map->alias = setup.alias;
   map->columnCount = 0;
   map->intFields.clear();
   map->ulongFields.clear();
@@ -61,25 +61,25 @@ std::shared_ptr<RaidDataModels::dbModelFieldsMap<Row>> MapOf(const TableLook& lo
 }
 
 template <class Row>
-std::shared_ptr<DatabaseORM::table_t<Row>> TableOf(const TableLook& look) {
+std::shared_ptr<DatabaseORM::table_t<Row>> TableOf(const TableSetup& setup) {
   auto table = std::make_shared<DatabaseORM::table_t<Row>>();
-  table->name = look.name;
-  table->foreignKeys = look.foreignKeys;
+  table->name = setup.name;
+  table->foreignKeys = setup.foreignKeys;
   Row::Columns([&](const char*, auto member) {
     using Field = std::decay_t<decltype(std::declval<Row&>().*member)>;
     using Column = DatabaseORM::column_t<Row>;
     table->columns.push_back(std::make_shared<Column>(Column{KindOf<Field>(), false}));
   });
-  if (look.autoKey) table->columns.front()->autoIncrement = true;
+  if (setup.autoKey) table->columns.front()->autoIncrement = true;
   return table;
 }
 
 template <class Row>
 DatabaseORM::storage_t StorageOf(const std::shared_ptr<ScriptedDatabase>& database,
-                                 const TableLook& look = {}) {
+                                 const TableSetup& setup = {}) {
   DatabaseORM::storage_t storage;
   storage.dao = database;
-  if (look.hasMap) storage.modelMaps.push_back(MapOf<Row>(look));
-  if (look.hasTable) storage.tables.push_back(TableOf<Row>(look));
+  if (setup.hasMap) storage.modelMaps.push_back(MapOf<Row>(setup));
+  if (setup.hasTable) storage.tables.push_back(TableOf<Row>(setup));
   return storage;
 }

@@ -47,9 +47,9 @@ TEST(Failure, OtherThanTheDatabasesPassesUnchanged) {
 
 TEST(Failure, OtherThanTheDatabasesPassesTheKeyToo) {
   const auto database = std::make_shared<ScriptedDatabase>();
-  TableLook look;
-  look.autoKey = true;
-  auto storage = StorageOf<Item>(database, look);
+  TableSetup setup;
+  setup.autoKey = true;
+  auto storage = StorageOf<Item>(database, setup);
   database->Throw([] { throw std::bad_alloc(); });
   EXPECT_THROW(storage.insert(Item()), std::bad_alloc);
   EXPECT_EQ(database->sent.size(), 1U);
@@ -67,10 +67,10 @@ TEST(Failure, AStatementAfterAFailedOneWorks) {
 }
 
 TEST(Failure, AnUnnamedKeyColumnCannotBeRead) {
-  TableLook look;
-  look.autoKey = true;
-  auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), look);
-  MapOf<Item>(look)->intFields.front().name.clear();
+  TableSetup setup;
+  setup.autoKey = true;
+  auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), setup);
+  MapOf<Item>(setup)->intFields.front().name.clear();
   try {
     storage.insert(Item());
     FAIL();

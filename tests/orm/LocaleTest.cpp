@@ -17,7 +17,7 @@ bool g_HasDecimalComma = false;
 
 }  // namespace
 
-// Stands in front of the library's: in a locale with a decimal comma it stops at a point. No such
+// Replaces the library's: in a locale with a decimal comma it stops at a point. No such
 // locale need be installed.
 extern "C" double strtod(const char* text, char** end) {
   static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);

@@ -23,10 +23,10 @@ TEST(Lookup, PassesOverTablesAndMapsOfOtherRows) {
   auto storage = StorageOf<Place>(database);
   storage.tables.push_back(nullptr);
   storage.modelMaps.push_back(std::make_shared<RaidDataModels::dbModelFieldsMapBase>());
-  TableLook look;
-  look.name = "T2";
-  storage.tables.push_back(TableOf<Item>(look));
-  storage.modelMaps.push_back(MapOf<Item>(look));
+  TableSetup setup;
+  setup.name = "T2";
+  storage.tables.push_back(TableOf<Item>(setup));
+  storage.modelMaps.push_back(MapOf<Item>(setup));
   storage.max(&Item::id);
   EXPECT_EQ(database->sent.at(0), "SELECT MAX(ID) FROM T2");
 }
@@ -34,7 +34,7 @@ TEST(Lookup, PassesOverTablesAndMapsOfOtherRows) {
 TEST(Lookup, TakesTheFirstTableThatFits) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Item>(database);
-  TableLook second;
+  TableSetup second;
   second.name = "T2";
   storage.tables.push_back(TableOf<Item>(second));
   storage.max(&Item::id);
@@ -69,9 +69,9 @@ TEST(Lookup, OfTheAliasAndOfAColumnFailInTheirOwnWords) {
 }
 
 TEST(Lookup, GivesTheAlias) {
-  TableLook look;
-  look.alias = "short";
-  const auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), look);
+  TableSetup setup;
+  setup.alias = "short";
+  const auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), setup);
   EXPECT_EQ(storage.extractAlias<Item>(), "short");
 }
 

@@ -76,7 +76,7 @@ struct Everything {
   }
 };
 
-// The key stands last, as an unsigned long does.
+// The key is last, as it is an unsigned long.
 struct WideKey {
   std::string name = null_text;
   int count = null_int;

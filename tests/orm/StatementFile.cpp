@@ -67,18 +67,18 @@ std::string ShowRow(const Row& row) {
   return text + "\n";
 }
 
-TableLook LookOf(const StatementCase& given) {
-  TableLook look;
+TableSetup SetupOf(const StatementCase& given) {
+  TableSetup setup;
   for (const auto& [word, rest] : given.lines) {
-    if (word == "map") look.hasMap = rest != "none";
+    if (word == "map") setup.hasMap = rest != "none";
     if (word != "table") continue;
     const Words words = Split(rest, " ");
-    look.name = words.at(0);
-    look.hasTable = look.name != "none";
-    look.autoKey = std::count(words.begin(), words.end(), "auto") != 0;
-    look.foreignKeys = std::count(words.begin(), words.end(), "foreign") != 0;
+    setup.name = words.at(0);
+    setup.hasTable = setup.name != "none";
+    setup.autoKey = std::count(words.begin(), words.end(), "auto") != 0;
+    setup.foreignKeys = std::count(words.begin(), words.end(), "foreign") != 0;
   }
-  return look;
+  return setup;
 }
 
 template <class Row>
@@ -86,10 +86,10 @@ class Runner {
  public:
   explicit Runner(const StatementCase& given)
       : m_pDatabase(std::make_shared<ScriptedDatabase>()),
-        m_Storage(StorageOf<Row>(m_pDatabase, LookOf(given))) {
-    // An auto key that is an unsigned long stands last.
+        m_Storage(StorageOf<Row>(m_pDatabase, SetupOf(given))) {
+    // An automatic key that is an unsigned long is last.
     if constexpr (std::is_same_v<Row, WideKey>) {
-      const auto table = TableOf<Row>(LookOf(given));
+      const auto table = TableOf<Row>(SetupOf(given));
       std::swap(table->columns.front()->autoIncrement, table->columns.back()->autoIncrement);
       m_Storage.tables = {table};
     }

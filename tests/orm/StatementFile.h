@@ -12,7 +12,7 @@
 //   fail TEXT             the database refuses it
 //   do VERB [ARGUMENTS]   insert, update, max COLUMN, get CONDITION or remove CONDITION
 //
-// The lines behind it are what must come out: `sent STATEMENT|` for each statement, the bar marking
+// The lines after it are what must come out: `sent STATEMENT|` for each statement, the bar marking
 // its end; `gives NUMBER`, `row COLUMN=VALUE ...` or `throws TEXT`.
 #pragma once
 
@@ -26,7 +26,7 @@ struct StatementCase {
   std::string name;
   std::string row;
   std::vector<std::pair<std::string, std::string>> lines;  // word and rest, up to `do`
-  std::string expected;                                    // the lines behind it
+  std::string expected;                                    // the lines after it
 };
 
 std::ostream& operator<<(std::ostream& out, const StatementCase& shown);

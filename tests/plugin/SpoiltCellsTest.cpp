@@ -92,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "(a cell of host_adapter_rows.ad_object_id cannot be read)"},
                     Spoiling{"Column", "ALTER TABLE host_adapter_rows DROP COLUMN ad_vendor",
                              "ALTER TABLE host_adapter_rows ADD COLUMN ad_vendor TEXT",
-                             "(an answer is not whole rows of host_adapter_rows)"}),
+                             "(the result has incomplete rows of host_adapter_rows)"}),
     [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace

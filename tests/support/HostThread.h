@@ -66,11 +66,11 @@ inline Seeds WantedSeeds() {
 }
 
 // Runs the scenario in each schedule, until the first failure, whose seed is then printed.
-inline void InManySchedules(const std::function<void(Schedule)>& story) {
+inline void InManySchedules(const std::function<void(Schedule)>& scenario) {
   const Seeds seeds = WantedSeeds();
   for (std::uint64_t seed = seeds.m_First; seed <= seeds.m_Last; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    story(seed);
+    scenario(seed);
     if (testing::Test::HasFailure()) return;
   }
 }

@@ -4,7 +4,7 @@
 // its calls, for that clock and for the timed wait, are found by name when the program is loaded,
 // and an executable's own definitions come first. In virtual and seeded time they are answered by
 // the kit for its threads; in real time, and for other threads, they go on to where they would have
-// gone. A program with this seam must not wait with a time-out on a condition of its own.
+// gone. A program with this seam must not wait with a timeout on a condition of its own.
 
 #include <dlfcn.h>
 #include <pthread.h>
@@ -43,8 +43,8 @@ class Unlocked {
 #define SEAM_HAS_FEATURE(name) 0
 #endif
 
-// The wait that this file stands in front of. Clang's thread sanitizer is part of the executable,
-// so the next definition behind it would be one that the sanitizer does not see.
+// The wait that this file replaces. Clang's thread sanitizer is part of the executable, so the next
+// definition would be one that the sanitizer does not see.
 #if SEAM_HAS_FEATURE(thread_sanitizer)
 extern "C" int __interceptor_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*,
                                                     const timespec*);

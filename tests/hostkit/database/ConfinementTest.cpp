@@ -28,7 +28,7 @@ class Confinement : public HostDatabaseTest {
     return OtherProgram(File()).Run("SELECT type, name, sql FROM sqlite_schema ORDER BY name");
   }
 
-  // The host has lost nothing, has nothing new, and goes on.
+  // The host has lost nothing, has nothing new, and continues.
   void ExpectUnharmed(const std::string& after) {
     const auto events = HostKit::ReadEvents(0, 10);
     ASSERT_EQ(events.size(), 1U) << after;
@@ -39,7 +39,7 @@ class Confinement : public HostDatabaseTest {
     EXPECT_EQ(Schema(), m_Schema) << after;
     EXPECT_FALSE(std::filesystem::exists("planted.db")) << after;
     EXPECT_EQ(FailureOf("DELETE FROM host_adapter_rows WHERE ad_adapter_number = 9"), "") << after;
-    OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK");  // nobody holds a lock
+    OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK");  // no lock is held
   }
 
   // Whether the layer took it or said that the database did not.
@@ -93,7 +93,7 @@ TEST_F(Confinement, TakesWhatTheRowsNeed) {
   }
 }
 
-// Two texts of 64 KiB make `trim` take ten seconds, in which nobody looks at the time.
+// Two texts of 64 KiB make `trim` take ten seconds, during which the time is not checked.
 TEST_F(Confinement, AllowsNoFunctionThatTheLayerDoesNotWrite) {
   for (const std::string call :
        {"abs(1)",       "avg(1)",    "coalesce(1, 2)",   "group_concat(1)", "ifnull(1, 2)",
@@ -108,7 +108,7 @@ TEST_F(Confinement, AllowsNoFunctionThatTheLayerDoesNotWrite) {
   EXPECT_EQ(FailureOf("SELECT 1 GLOB 2"), "not authorized to use function: GLOB");
 }
 
-// A file of an earlier version may bear what a card has planted in it.
+// A file of an earlier version may contain what a card has planted in it.
 TEST_F(Confinement, TakesStrangeTriggersOffTheHostsOwnTables) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -245,10 +245,10 @@ TEST_F(Confinement, CompilesNoStatementOfTooManyWords) {
   const std::vector<std::string> columns{std::istream_iterator<std::string>(names), {}};
   ASSERT_EQ(columns.size(), 149U);
   EXPECT_EQ(FailureOf(ManyAlternatives(columns, 2'000)), "");
-  EXPECT_EQ(FailureOf(ManyAlternatives(columns, 45'000)), "a statement holds too many words");
+  EXPECT_EQ(FailureOf(ManyAlternatives(columns, 45'000)), "a statement contains too many words");
   EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'381, '.') + "\""), "");
   EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'382, '.') + "\""),
-            "a statement holds too many words");
+            "a statement contains too many words");
   ExpectUnharmed("many alternatives");
 }
 
@@ -256,7 +256,7 @@ TEST_F(Confinement, CountsTheQueriesOfAllStatementsOfACall) {
   std::string sql;
   for (int i = 0; i < 32; ++i) sql += "SELECT 1;";
   EXPECT_EQ(FailureOf(sql), "");
-  EXPECT_EQ(FailureOf(sql + "SELECT 1"), "a statement holds too many queries");
+  EXPECT_EQ(FailureOf(sql + "SELECT 1"), "a statement contains too many queries");
   EXPECT_EQ(FailureOf(sql), "");
 }
 
@@ -288,7 +288,7 @@ TEST_F(Confinement, EndsAnAnswerThatGrowsTooLarge) {
   }
   EXPECT_EQ(FailureOf("SELECT a.ad_name FROM host_adapter_rows a, host_adapter_rows b, "
                       "host_adapter_rows c"),
-            "an answer is too large");
+            "the result is too large");
   ExpectUnharmed("a large answer");
 }
 
@@ -323,7 +323,7 @@ TEST_F(Confinement, LetsTheFileGrowSoFarAndNoFurther) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// The place of rows that are gone is not there once more.
+// The space of deleted rows cannot be used in addition.
 TEST_F(Confinement, LetsAFileWithFreePlaceGrowNoFurther) {
   Fill(*m_pStorage);
   Restart();
@@ -350,7 +350,7 @@ TEST_F(Confinement, KeepsFromTheLayerWhatItCannotRead) {
             "a cell of host_plugin_rows.ID cannot be read");
   EXPECT_EQ(FailureOf(all + "UNION SELECT '', " + columns),
             "a cell of host_plugin_rows.ID cannot be read");
-  EXPECT_EQ(FailureOf(all + "; SELECT 1"), "an answer is not whole rows of host_plugin_rows");
+  EXPECT_EQ(FailureOf(all + "; SELECT 1"), "the result has incomplete rows of host_plugin_rows");
 }
 
 // Each text through each statement of the layer.

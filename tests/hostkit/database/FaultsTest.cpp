@@ -56,7 +56,7 @@ constexpr const char* kWrite = "INSERT INTO host_plugin_rows (pi_vendor) VALUES 
 
 class Faults : public HostDatabaseTest {
  protected:
-  // Nobody has the file open meanwhile.
+  // With the file closed meanwhile.
   void WhileClosed() { Use(":memory:"); }
 
   void Damage(std::streamoff at, const std::string& bytes) {
@@ -146,7 +146,7 @@ TEST_F(Faults, AFileInThePlaceOfTheFolderIsReported) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AFileThatGoesAwayIsMadeAnew) {
+TEST_F(Faults, AFileThatDisappearsIsRecreated) {
   m_pStorage->insert(AnAdapter(1));
   std::filesystem::remove_all(File().parent_path());
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
@@ -225,7 +225,7 @@ TEST_F(Faults, ADiskThatTakesNoMoreIsReportedAndOver) {
     const FileSizeLimit limit(4096);
     EXPECT_EQ(FailureOf(kWrite), "disk I/O error");
   }
-  // The file is opened anew, and the host still lives.
+  // The file is reopened, and the host continues.
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
   ExpectWorking();
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);

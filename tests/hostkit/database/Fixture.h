@@ -14,7 +14,7 @@
 #include "models/PD.h"
 #include "models/Plugin.h"
 #include "orm/storage.h"
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 struct sqlite3;
 
@@ -39,7 +39,7 @@ class HostDatabaseTest : public testing::Test {
   std::filesystem::path File() const { return m_Folder.Path() / "state" / "corvane.db"; }
   // The host ends and starts again.
   void Restart();
-  // The host goes on with another file.
+  // The host continues with another file.
   void Use(const std::string& file);
 
   std::vector<std::string> Query(const std::string& sql) { return m_pStorage->dao->query(sql); }

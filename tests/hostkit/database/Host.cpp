@@ -1,4 +1,4 @@
-// A host that does as it is told, a line of standard input at a time, and says what came of it:
+// A host that executes commands, one per line of standard input, and prints the result of each:
 //
 //   open         opens its database, which is the one of the environment
 //   fill N       writes the rows of N adapters, as a plug-in does at its start

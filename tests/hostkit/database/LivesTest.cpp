@@ -62,7 +62,7 @@ TEST_F(Lives, WithoutAFileEndWithEverything) {
   EXPECT_FALSE(std::filesystem::exists(":memory:"));
 }
 
-TEST_F(Lives, ANameThatLooksLikeAnAddressIsAName) {
+TEST_F(Lives, ANameInTheFormOfAnAddressIsAName) {
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(m_Folder.Path());
   Use("file:x.db?mode=memory");
@@ -70,7 +70,7 @@ TEST_F(Lives, ANameThatLooksLikeAnAddressIsAName) {
   EXPECT_TRUE(std::filesystem::exists(m_Folder.Path() / "file:x.db?mode=memory"));
 }
 
-TEST_F(Lives, TablesOfAnotherVersionAreMadeAnew) {
+TEST_F(Lives, TablesOfAnotherVersionAreRecreated) {
   WriteARowOfEachKind();
   Use(":memory:");
   OtherProgram(File()).Run(

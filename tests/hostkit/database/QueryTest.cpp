@@ -45,7 +45,8 @@ TEST_F(Query, FailsWithTheLibrarysText) {
 }
 
 TEST_F(Query, TakesNoTextWithANul) {
-  EXPECT_EQ(FailureOf(std::string("SELECT 1\0 WHERE 0", 17)), "a statement holds a NUL character");
+  EXPECT_EQ(FailureOf(std::string("SELECT 1\0 WHERE 0", 17)),
+            "a statement contains a NUL character");
 }
 
 TEST_F(Query, ReachesNoOtherFile) {

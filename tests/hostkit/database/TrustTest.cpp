@@ -64,7 +64,7 @@ TEST_F(DatabaseTrust, LocksItsRowsForItselfAlone) {
   EXPECT_EQ(status.st_mode & 0777, 0600U);
 }
 
-// What is no file is held by whoever likes.
+// Anyone could hold a lock on what is not a file.
 TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWhereThePlaceOfTheLockIsTaken) {
   Use(File().string());
   Use(":memory:");

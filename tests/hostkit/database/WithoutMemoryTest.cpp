@@ -33,7 +33,7 @@ namespace {
 
 class WithoutMemory : public HostDatabaseTest {};
 
-TEST_F(WithoutMemory, NobodyIsKeptOut) {
+TEST_F(WithoutMemory, NoOneIsKeptOut) {
   const std::vector<HostKit::LoggedEvent> events = {HostKit::WordEvent(PI::CEvent())};
   int failures = 0;
   for (bool done = false; !done;) {

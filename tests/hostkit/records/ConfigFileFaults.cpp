@@ -55,7 +55,7 @@ TEST(ConfigFileFaults, AFolderInItsPlaceIsUnreadableAndStays) {
   EXPECT_TRUE(fs::is_directory(config.Ini()));
 }
 
-TEST(ConfigFileFaults, APipeInItsPlaceBlocksNobody) {
+TEST(ConfigFileFaults, APipeInItsPlaceBlocksNoOne) {
   const ConfigFolder config;
   ASSERT_EQ(mkfifo(config.Ini().c_str(), 0600), 0);
   EXPECT_EQ(config.Read("PollInterval"), "2");
@@ -88,12 +88,12 @@ TEST(ConfigFileFaults, AFolderThatTakesNoFilesMeansThatItCannotBeWritten) {
   EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
 }
 
-// Runs `act` in a process of its own and gives what it returned.
-template <class Act>
-int InChild(Act act) {
+// Runs `work` in its own process and returns its result.
+template <class Work>
+int InChild(Work work) {
   std::fflush(nullptr);  // or the child might print the parent's lines again
   const pid_t child = fork();
-  if (child == 0) _exit(act());
+  if (child == 0) _exit(work());
   int status = 0;
   waitpid(child, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/PluginInterface.h"
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 class ConfigFolder {
  public:
@@ -14,7 +14,7 @@ class ConfigFolder {
     m_Variable.emplace("CORVANE_CONFIG_DIR", folder.string());
   }
 
-  // The result, with the value behind it when there is one: "0 15", "1".
+  // The result, followed by the value if there is one: "0 15", "1".
   std::string Read(const std::string& key) const {
     PI::CConfigFile file;
     file.SetFileName("Corvane.ini");

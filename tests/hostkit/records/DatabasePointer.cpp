@@ -2,7 +2,7 @@
 
 #include "host/Database.h"
 #include "orm/storage.h"
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 

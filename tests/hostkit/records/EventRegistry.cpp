@@ -1,4 +1,4 @@
-// The registry of events: a row for everything that a card plug-in tells, and no row besides.
+// The registry of events: a row for every event that a card plug-in reports, and no other.
 
 #include <gtest/gtest.h>
 
@@ -13,14 +13,14 @@ using HostKit::Family;
 
 enum class About { Nothing, Adapter, Drive };
 
-struct Told {
+struct ReportedEvent {
   std::uint32_t number;
-  std::uint32_t severity;  // 2 information, 3 warning, 4 error: the least with which it is told
-  About about;             // what the plug-in names with it: an adapter, or an adapter and a drive
+  std::uint32_t severity;  // 2 information, 3 warning, 4 error: the lowest
+  About about;             // what the event names: an adapter, or an adapter and a drive
 };
 
-// What the plug-in tells. 10982 is an error after a forced detach, a warning after a plain one.
-const Told kTold[] = {
+// What the plug-in reports. 10982 is an error after a forced detach, a warning after a plain one.
+const ReportedEvent kReported[] = {
     {10957, 4, About::Adapter}, {10958, 4, About::Adapter}, {10959, 4, About::Adapter},
     {10960, 4, About::Adapter}, {10961, 4, About::Adapter}, {10962, 4, About::Adapter},
     {10963, 4, About::Adapter}, {10964, 4, About::Adapter}, {10965, 4, About::Adapter},
@@ -33,15 +33,15 @@ const Told kTold[] = {
     {10984, 4, About::Adapter}, {10985, 2, About::Drive},   {11086, 2, About::Adapter},
     {11087, 2, About::Adapter}, {11093, 2, About::Adapter}, {11094, 3, About::Adapter}};
 
-// What only a host tells, about itself and its connections.
-const Told kOfTheHost[] = {{1, 2, About::Nothing},
-                           {2, 2, About::Nothing},
-                           {3, 2, About::Nothing},
-                           {4, 4, About::Nothing},
-                           {5, 2, About::Nothing}};
+// What only a host reports, about itself and its connections.
+const ReportedEvent kOfTheHost[] = {{1, 2, About::Nothing},
+                                    {2, 2, About::Nothing},
+                                    {3, 2, About::Nothing},
+                                    {4, 4, About::Nothing},
+                                    {5, 2, About::Nothing}};
 
-std::vector<Told> AllTold() {
-  std::vector<Told> all(std::begin(kTold), std::end(kTold));
+std::vector<ReportedEvent> AllReported() {
+  std::vector<ReportedEvent> all(std::begin(kReported), std::end(kReported));
   all.insert(all.end(), std::begin(kOfTheHost), std::end(kOfTheHost));
   return all;
 }
@@ -58,35 +58,35 @@ bool Names(const std::string& message, const char* what) {
   return message.find(what) != std::string::npos;
 }
 
-TEST(EventRegistry, HasARowForEverythingTold) {
-  EXPECT_EQ(std::size(kTold), 33U);
-  for (const Told& told : AllTold()) {
-    EXPECT_NE(HostKit::NameOf(Family::Event, told.number), "") << told.number;
-    EXPECT_NE(MessageOf(told.number), "") << told.number;
+TEST(EventRegistry, HasARowForEveryReportedEvent) {
+  EXPECT_EQ(std::size(kReported), 33U);
+  for (const ReportedEvent& row : AllReported()) {
+    EXPECT_NE(HostKit::NameOf(Family::Event, row.number), "") << row.number;
+    EXPECT_NE(MessageOf(row.number), "") << row.number;
   }
 }
 
-TEST(EventRegistry, HasNoRowThatNobodyTells) {
-  std::set<std::uint32_t> rows, told;
-  for (const Told& row : AllTold()) told.insert(row.number);
+TEST(EventRegistry, HasNoOtherRow) {
+  std::set<std::uint32_t> rows, reported;
+  for (const ReportedEvent& row : AllReported()) reported.insert(row.number);
   for (std::uint32_t number = 0; number < 70000; ++number) {
     if (!HostKit::CaptionOf(Family::Event, number).empty()) rows.insert(number);
   }
-  EXPECT_EQ(rows, told);
+  EXPECT_EQ(rows, reported);
 }
 
 TEST(EventRegistry, SentencesHaveAPlaceForEachNameThatIsGiven) {
-  for (const Told& told : AllTold()) {
-    const std::string message = MessageOf(told.number);
-    EXPECT_EQ(Names(message, "<card>"), told.about != About::Nothing) << message;
-    EXPECT_EQ(Names(message, "<drive>"), told.about == About::Drive) << message;
+  for (const ReportedEvent& row : AllReported()) {
+    const std::string message = MessageOf(row.number);
+    EXPECT_EQ(Names(message, "<card>"), row.about != About::Nothing) << message;
+    EXPECT_EQ(Names(message, "<drive>"), row.about == About::Drive) << message;
     EXPECT_FALSE(Names(message, "%")) << message;
   }
 }
 
 TEST(EventRegistry, KnowsHowBadEachOneIs) {
-  for (const Told& told : AllTold()) {
-    EXPECT_EQ(HostKit::SeverityOf(told.number), told.severity) << told.number;
+  for (const ReportedEvent& row : AllReported()) {
+    EXPECT_EQ(HostKit::SeverityOf(row.number), row.severity) << row.number;
   }
   EXPECT_EQ(HostKit::SeverityOf(10000), 2U);
 }
@@ -96,10 +96,10 @@ bool IsASentence(const std::string& text) {
 }
 
 TEST(EventRegistry, AdvisesWhoeverIsWarned) {
-  for (const Told& told : AllTold()) {
-    const std::string advice = HostKit::AdviceOf(Family::Event, told.number);
-    const bool isNeeded = told.severity > 2;
-    EXPECT_TRUE(IsASentence(advice) || (!isNeeded && advice.empty())) << told.number << advice;
+  for (const ReportedEvent& row : AllReported()) {
+    const std::string advice = HostKit::AdviceOf(Family::Event, row.number);
+    const bool isNeeded = row.severity > 2;
+    EXPECT_TRUE(IsASentence(advice) || (!isNeeded && advice.empty())) << row.number << advice;
   }
   EXPECT_EQ(HostKit::AdviceOf(Family::Event, 10980), "");
 }
@@ -114,14 +114,14 @@ TEST(EventRegistry, AnEventOfAReasonHasTheReasonsAdvice) {
   }
 }
 
-struct ReasonTold {
+struct ReportedReason {
   std::uint32_t reason;
   std::uint32_t event;   // with which it begins, or 0
-  std::uint32_t status;  // the best beside it: 40024 OK, 40150 WARNING, 40095 FAILED
+  std::uint32_t status;  // the best with it: 40024 OK, 40150 WARNING, 40095 FAILED
 };
 
-// Every value that the plug-in tells among an adapter's reasons.
-const ReasonTold kReasons[] = {
+// Every value that the plug-in reports as a reason of an adapter.
+const ReportedReason kReasons[] = {
     // errors, warnings and information of the card, by bit
     {40449, 10957, 40095},
     {40450, 10958, 40095},
@@ -179,10 +179,10 @@ const ReasonTold kReasons[] = {
     {40420, 0, 40024}};
 
 TEST(EventRegistry, EveryReasonLeadsToItsEventAndBack) {
-  for (const ReasonTold& told : kReasons) {
-    EXPECT_EQ(HostKit::EventOf(told.reason), told.event) << told.reason;
-    if (told.event == 0) continue;
-    EXPECT_EQ(HostKit::ReasonOf(told.event), told.reason) << told.event;
+  for (const ReportedReason& row : kReasons) {
+    EXPECT_EQ(HostKit::EventOf(row.reason), row.event) << row.reason;
+    if (row.event == 0) continue;
+    EXPECT_EQ(HostKit::ReasonOf(row.event), row.reason) << row.event;
   }
 }
 
@@ -195,8 +195,8 @@ TEST(EventRegistry, EveryEventOfAReasonLeadsToAReasonThatLeadsBack) {
     EXPECT_EQ(HostKit::ReasonOf(HostKit::EventOf(reason)), reason) << event;
   }
   std::set<std::uint32_t> wanted;
-  for (const ReasonTold& told : kReasons) {
-    if (told.event != 0) wanted.insert(told.event);
+  for (const ReportedReason& row : kReasons) {
+    if (row.event != 0) wanted.insert(row.event);
   }
   EXPECT_EQ(begins, wanted);
   // Regulated writes are a warning as well as an information; the reason begins with the warning.
@@ -205,7 +205,7 @@ TEST(EventRegistry, EveryEventOfAReasonLeadsToAReasonThatLeadsBack) {
 
 TEST(EventRegistry, KnowsTheStatusThatAReasonLeaves) {
   std::map<std::uint32_t, std::uint32_t> wanted, known;
-  for (const ReasonTold& told : kReasons) wanted.emplace(told.reason, told.status);
+  for (const ReportedReason& row : kReasons) wanted.emplace(row.reason, row.status);
   for (std::uint32_t value = 0; value < 70000; ++value) {
     const auto status = static_cast<std::uint32_t>(HostKit::StatusOf(value));
     if (status != 1) known.emplace(value, status);
@@ -259,7 +259,7 @@ TEST(Meanings, OfOneFamilyAreAllDifferent) {
   for (const auto& [family, numbers] : kNumbers) {
     std::map<std::string, std::uint32_t> seen;
     for (const std::uint32_t number : numbers) {
-      // Minimal mode is told as a warning and as a cause: two numbers for one state.
+      // Minimal mode is reported as a warning and as a cause: two numbers for one state.
       if (number == PI::Value::MINIMAL) continue;
       const auto [first, isNew] = seen.emplace(HostKit::MeaningOf(family, number), number);
       EXPECT_TRUE(isNew) << number << " and " << first->second;

@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "tests/hostkit/records/Cases.h"
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 

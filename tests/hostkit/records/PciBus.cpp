@@ -1,9 +1,9 @@
-// The look-up of devices on the PCI bus, on trees made by hand and on this machine's own.
+// The lookup of devices on the PCI bus, in trees of the tests' own and in this machine's.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "host/Toolkit.h"
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 

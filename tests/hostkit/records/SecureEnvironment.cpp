@@ -4,13 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/hostkit/records/Surroundings.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 
 constexpr uid_t kOther = 65534;
 
-// What the program says, a line each.
+// What the program prints, one path per line.
 std::string OutputOf(const std::filesystem::path& program) {
   std::string text;
   std::FILE* const pipe = popen(program.c_str(), "r");

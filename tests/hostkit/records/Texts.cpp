@@ -79,7 +79,7 @@ TEST(Numbers, OfAFamilyAreThoseOfItsListAndTheLowOnes) {
   EXPECT_EQ(HostKit::NumbersOf(Family::Operation).front(), 1U);
 }
 
-// What an adapter may tell as a reason: its error, warning and information bits, why it is in
+// What an adapter can report as a reason: its error, warning and information bits, why it is in
 // minimal mode, why it writes slowly, and the states of the card.
 const std::uint32_t kReasons[] = {
     40449, 40450, 40451, 40452, 40453, 40454, 40455, 40456, 40457, 40458, 40459, 40460, 40461,
@@ -169,7 +169,7 @@ TEST(EventMessages, ReadAsSentences) {
             "On adapter Mezzanine (1), the format of drive Drive (0) has changed.");
 }
 
-TEST(EventMessages, ATextMayHoldWhatLooksLikeAPlace) {
+TEST(EventMessages, ATextMayContainAPlaceholder) {
   EXPECT_EQ(HostKit::MessageOf(Event(10985, "%2", "%1 100%")),
             "On adapter %2, the format of drive %1 100% has changed.");
 }
@@ -178,7 +178,7 @@ TEST(EventMessages, AnEmptyTextIsSaidToBeSo) {
   EXPECT_EQ(HostKit::MessageOf(Event(10980, "", "")), "Adapter (unnamed) is back to normal.");
 }
 
-TEST(EventMessages, AnEventThatNobodyFilledHasOneToo) {
+TEST(EventMessages, AnEmptyEventHasOneToo) {
   EXPECT_EQ(HostKit::MessageOf(PI::CEvent()), "An event without a description.");
   EXPECT_EQ(HostKit::MessageOf(Event(10000, "a", "b")), "");
 }

@@ -9,7 +9,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-// Tells of a stack that was unwound.
+// Reports that a stack was unwound.
 class Witness {
  public:
   explicit Witness(std::atomic<bool>& unwound) : m_Unwound(unwound) {}

@@ -107,8 +107,8 @@ TEST_F(SeededSchedule, FindsALostUpdate) {
   EXPECT_LT(lost, 100);
 }
 
-// The busy thread could always run, so in virtual time the time-out would never come first.
-TEST_F(SeededSchedule, SometimesFiresATimeOutWhileThreadsCouldRun) {
+// The busy thread could always run, so in virtual time the timeout would never fire first.
+TEST_F(SeededSchedule, SometimesFiresATimeoutWhileThreadsCouldRun) {
   int early = 0;
   for (std::uint64_t seed = 0; seed < 100; ++seed) {
     HostKit::UseSeededSchedule(seed);

@@ -228,7 +228,7 @@ TEST_F(TraceLogDeathTest, ShowsWhatATerminalWouldObeyInTheNameOfAFileThatIsFull)
   fs::remove(file);
 }
 
-// Of a folder, which nobody can open to write.
+// Of a folder, which cannot be opened for writing.
 TEST_F(TraceLogDeathTest, ShowsWhatATerminalWouldObeyInTheNameOfTheEnvironment) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const fs::path folder = fs::current_path() / "trace\x1b[31m\n\u202e";

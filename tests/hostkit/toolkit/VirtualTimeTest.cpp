@@ -137,7 +137,7 @@ TEST_F(VirtualTime, ReportsADeadlockOnceAndTheNextOneAgain) {
 
 using VirtualTimeDeathTest = VirtualTime;
 
-TEST_F(VirtualTimeDeathTest, EndsTheProcessInADeadlockThatNobodyHandles) {
+TEST_F(VirtualTimeDeathTest, EndsTheProcessInADeadlockWithoutAHandler) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_DEATH(
       {

@@ -104,7 +104,7 @@ TEST_P(TraceWithoutMemory, LosesLinesOfTheSinkAndNothingElse) {
                        "4294967295"});
 }
 
-// A sink of the host's that fails is no business of the plug-in either.
+// A failing sink of the host must not affect the plug-in either.
 TEST_P(TraceWithoutMemory, OutlivesASinkThatThrows) {
   int calls = 0;
   HostKit::SetTraceSink([&calls](const HostKit::TraceLine&) {

@@ -1,4 +1,4 @@
-// What a test changes around itself, and takes back.
+// Temporary changes of a test: environment variables and folders.
 #pragma once
 
 #include <cstdlib>
@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-// An environment variable, set or, without a value, unset as long as this lives.
+// Sets an environment variable, or unsets it without a value, as long as this lives.
 class ScopedVariable {
  public:
   ScopedVariable(const char* name, const std::optional<std::string>& value) : m_Name(name) {
@@ -33,7 +33,7 @@ class ScopedVariable {
   std::optional<std::string> m_Before;
 };
 
-// A new empty folder, removed with all that it holds.
+// A new empty folder, removed with its contents.
 class TemporaryFolder {
  public:
   TemporaryFolder() {

@@ -1,4 +1,4 @@
-#include "hostkit/database/AnswerCheck.h"
+#include "hostkit/database/ResultCheck.h"
 
 #include <sqlite3.h>
 
@@ -43,7 +43,7 @@ bool CanBeRead(const std::string& cell, DatabaseORM::column_kind_t kind) {
 void RequireReadable(const TableShape& table, const std::vector<std::string>& cells) {
   const std::size_t width = table.m_Columns.size();
   if (cells.size() % width != 0) {
-    throw SqliteError(SQLITE_MISMATCH, "an answer is not whole rows of " + table.m_Name);
+    throw SqliteError(SQLITE_MISMATCH, "the result has incomplete rows of " + table.m_Name);
   }
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const ColumnShape& column = table.m_Columns[i % width];
