@@ -34,9 +34,9 @@ std::unique_ptr<spdlog::logger> LogInto(spdlog::sink_ptr sink) {
       "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));
   logger->flush_on(spdlog::level::trace);
   // The library's own message contains the name of the file unescaped.
-  logger->set_error_handler([hasTold = false](const std::string& why) mutable {
-    if (hasTold) return;
-    hasTold = true;
+  logger->set_error_handler([isReported = false](const std::string& why) mutable {
+    if (isReported) return;
+    isReported = true;
     std::fprintf(stderr, "a trace line cannot be written: %s\n", Base::Printable(why).c_str());
   });
   return logger;

@@ -11,8 +11,8 @@ namespace {
 
 using namespace DatabaseORM;
 
-// The row that the cells give. One cell of a good row of `Everything` is put in the place of
-// another: 0 is an int, 3 an unsigned long, 4 a double.
+// The row read from the cells of a valid row of `Everything` with one cell replaced: 0 is an int, 3
+// an unsigned long, 4 a double.
 Everything RowWith(std::size_t column, const std::string& cell) {
   std::vector<std::string> cells = {"1", "me", "a", "22", "2.5", "5", "33", "x", "0.5", "y"};
   cells.at(column) = cell;

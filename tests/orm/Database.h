@@ -1,4 +1,4 @@
-// A database that answers from a script and notes what it was sent.
+// A database with scripted results that records the statements.
 #pragma once
 
 #include <deque>
@@ -11,7 +11,7 @@
 
 class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
  public:
-  // What the next statements get, in order; then empty answers.
+  // The results of the next statements, in order; then empty ones.
   void Answer(const std::vector<std::string>& cells);
   void Fail(const std::string& text);
   void Throw(std::function<void()> thrower);
@@ -24,7 +24,7 @@ class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
   std::deque<std::function<std::vector<std::string>()>> m_Script;
 };
 
-// How the table of a test looks.
+// The table of a test.
 struct TableSetup {
   std::string name = "T1";
   std::string alias = "A";

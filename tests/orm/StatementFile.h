@@ -1,15 +1,15 @@
 // Files of statements: rows in, statements out.
 //
-// A file holds cases with a blank line between them. The lines of a case up to `do` say what is
-// there:
+// A file contains cases, separated by blank lines. The lines of a case up to `do` describe the
+// situation:
 //
-//   case NAME             what a reader would call it
+//   case NAME             its name for readers
 //   row TYPE              one of the types of Rows.h
 //   table NAME [auto] [foreign] | table none
 //   map none
-//   set COLUMN VALUE      a field of the row; elements of a list have a comma between them
-//   answer CELL|CELL      what the database says to the next statement
-//   fail TEXT             the database refuses it
+//   set COLUMN VALUE      a field of the row; elements of a list are separated by commas
+//   answer CELL|CELL      the database's result of the next statement
+//   fail TEXT             the database rejects it
 //   do VERB [ARGUMENTS]   insert, update, max COLUMN, get CONDITION or remove CONDITION
 //
 // The lines after it are what must come out: `sent STATEMENT|` for each statement, the bar marking
@@ -35,5 +35,5 @@ std::ostream& operator<<(std::ostream& out, const StatementCase& shown);
 // a case that expects nothing.
 std::vector<StatementCase> ReadStatementFiles(const std::string& folder);
 
-// Runs a case and renders what came out of it in the form of its expectation.
+// Runs a case and renders the result in the form of its expectation.
 std::string RunStatementCase(const StatementCase& given);

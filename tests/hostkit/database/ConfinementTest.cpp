@@ -1,4 +1,4 @@
-// What a statement of a plug-in may do, and what it may not, whatever a card's text made of it.
+// What a statement of a plug-in may do, whatever a card's text has made of it.
 #include <chrono>
 #include <iterator>
 #include <sstream>
@@ -42,7 +42,7 @@ class Confinement : public HostDatabaseTest {
     OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK");  // no lock is held
   }
 
-  // Whether the layer took it or said that the database did not.
+  // Whether the layer accepted it or reported that the database did not.
   template <class Use>
   void Try(Use use) {
     try {
@@ -135,7 +135,7 @@ TEST_F(Confinement, TakesIndexesOffTheLog) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
 }
 
-// SQL takes names in any letters, and so did those who planted it.
+// SQL ignores the case of names, and so did the planted statements.
 TEST_F(Confinement, TakesStrangeTriggersOffWhateverLettersTheyAreWrittenIn) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -189,7 +189,7 @@ TEST_F(Confinement, LetsATriggerOfTheRowsReachNothingElse) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// Many rows with themselves, again and again: years.
+// A product of many rows with themselves, which would take years.
 TEST_F(Confinement, EndsAStatementThatTakesTooLong) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   const char* const product =
@@ -260,7 +260,7 @@ TEST_F(Confinement, CountsTheQueriesOfAllStatementsOfACall) {
   EXPECT_EQ(FailureOf(sql), "");
 }
 
-// What is sorted stays in memory, of which there is not so much: 27 million rows of a kilobyte.
+// Sorting happens in memory, which does not suffice for 27 million rows of a kilobyte.
 TEST_F(Confinement, SortsNoMoreThanMemoryHolds) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1000, 'x') + "\"");
@@ -299,9 +299,9 @@ TEST_F(Confinement, MakesNoTextWithoutEnd) {
   EXPECT_EQ(FailureOf("SELECT \"" + half + half + "\""), "string or blob too big");
 }
 
-constexpr int kRowsThatFit = 256 << 20 >> 20;  // of a mebibyte each, in the 256 that are allowed
+constexpr int kRowsThatFit = 256 << 20 >> 20;  // of a mebibyte each; 256 MiB are allowed
 
-// Rows of nearly a mebibyte, until there is no more place.
+// Rows of nearly a mebibyte, until there is no space left.
 int Fill(DatabaseORM::storage_t& storage) {
   const std::string insert =
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(1'040'000, 'x') + "\")";
@@ -330,7 +330,7 @@ TEST_F(Confinement, LetsAFileWithFreePlaceGrowNoFurther) {
   EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 5);
 }
 
-// Pages are not of the same size in each file.
+// The page size differs between files.
 TEST_F(Confinement, LetsAFileOfLargePagesGrowNoFurther) {
   Use(":memory:");
   std::filesystem::remove(File());
@@ -339,7 +339,7 @@ TEST_F(Confinement, LetsAFileOfLargePagesGrowNoFurther) {
   EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 20);
 }
 
-// The layer takes an answer for rows by the places of its cells.
+// The layer reads the cells of a result by their position.
 TEST_F(Confinement, KeepsFromTheLayerWhatItCannotRead) {
   const std::string all = "SELECT * FROM host_plugin_rows pi  WHERE pi.pi_plugin_name = 'x' ";
   const std::string columns = "'t', 'NULL', 't', '15', 't', '1', '2', 't', 't', 't'";

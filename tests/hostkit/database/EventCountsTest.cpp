@@ -17,7 +17,7 @@ class EventCounts : public HostDatabaseTest {
     for (int i = 0; i < times; ++i) AppendEvent(Event(id, severity));
   }
 
-  // "event/severity count" of each, with a comma between.
+  // "event/severity count" of each, separated by commas.
   static std::string Counts() {
     std::string text;
     for (const auto& [event, severity, count] : HostKit::CountEvents()) {

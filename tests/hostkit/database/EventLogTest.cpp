@@ -91,7 +91,7 @@ TEST_F(EventLog, KeepsWhatTellsAnObjectApartInEveryRun) {
   EXPECT_EQ(events[1].m_ObjectType, 0U);
 }
 
-// The table as the first version of the host made it.
+// The table as the first version of the host created it.
 TEST_F(EventLog, OfAnEarlierVersionIsKeptAndGoesOn) {
   const auto file = m_Folder.Path() / "early.db";
   OtherProgram(file).Run(

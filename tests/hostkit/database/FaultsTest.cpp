@@ -1,4 +1,4 @@
-// What may be wrong with the file. Each fault must end with its cause.
+// Faults of the file. Each must end with its cause.
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-// Tests may run as root, whom no permission stops.
+// Tests may run as root, for whom permissions do not matter.
 class OrdinaryUser {
  public:
   OrdinaryUser() : m_Before(geteuid()) {
@@ -31,7 +31,7 @@ class OrdinaryUser {
   const uid_t m_Before;
 };
 
-// No file may grow beyond so many bytes.
+// Limits the size of files, in bytes.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(rlim_t bytes) : m_pHandler(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -188,7 +188,7 @@ TEST_F(Faults, ALockAtTheStartIsReportedAndTheRowsAreClearedAfterIt) {
 
 TEST_F(Faults, AShortLockIsWaitedFor) {
   OtherProgram other(File());
-  // On a busy machine this thread may come back too late: then the lock was not short.
+  // On a busy machine this thread may continue too late: then the lock was not short.
   for (;;) {
     other.Run("BEGIN IMMEDIATE");
     std::string failure;

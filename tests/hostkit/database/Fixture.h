@@ -1,4 +1,4 @@
-// A host with a database file of its own, and somebody else who looks into the file.
+// A host with its own database file, and another program that reads the file.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // A host that executes commands, one per line of standard input, and prints the result of each:
 //
-//   open         opens its database, which is the one of the environment
+//   open         opens the database that the environment names
 //   fill N       writes the rows of N adapters, as a plug-in does at its start
-//   name TEXT    gives the adapter number 0 that name, as a plug-in does when a card has changed
-//   count        says how many adapters it sees
+//   name TEXT    names adapter number 0 so, as a plug-in does when a card has changed
+//   count        prints how many adapters it sees
 //   end          ends
 #include <iostream>
 #include <string>

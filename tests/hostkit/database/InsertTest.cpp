@@ -1,4 +1,4 @@
-// The statements for rows that nothing was set in, as the database gets them.
+// The statements for rows without any values, as the database receives them.
 #include "tests/hostkit/database/Fixture.h"
 #include "tests/support/StatementWatch.h"
 
@@ -47,7 +47,7 @@ constexpr const char* kPlugin =
     "NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL"
     ");";
 
-// Its object id is a number, and one that the file does not hold.
+// Its object id is a number that the file cannot store.
 TEST_F(Insert, OfADefaultDriveNamesItsObjectIdAlone) {
   EXPECT_THROW(m_pStorage->insert(PD()), DBEXCEPTION::DatabaseException);
   ASSERT_EQ(m_Watch.Statements().size(), 2U);

@@ -33,7 +33,7 @@ class Killed : public HostDatabaseTest {
     m_Before = EventsInFile();
   }
 
-  // False when none comes for so long that none will.
+  // False if none arrives for so long that none will.
   bool AwaitEvent() {
     const auto end = std::chrono::steady_clock::now() + 300s;
     while (EventsInFile() == m_Before) {

@@ -1,4 +1,4 @@
-// A text between double quotes is a text only while no column has that name.
+// A text in double quotes is a text only if no column has that name.
 #include <algorithm>
 #include <boost/algorithm/string.hpp>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-// What a plug-in writes without a card having a say in it.
+// What a plug-in writes independently of the card.
 std::vector<std::string> FixedTexts() {
 #define VALUE_NAME(name, number, text) text,
   return {PI_VALUES(VALUE_NAME) "localhost",
@@ -28,7 +28,7 @@ std::vector<std::string> FixedTexts() {
 
 class Names : public HostDatabaseTest {
  protected:
-  // Of tables and columns, and what SQLite calls the key besides.
+  // Of tables and columns, and SQLite's other names of the key.
   std::vector<std::string> Taken() {
     const std::string found = OtherProgram(File()).Run(
         "SELECT name FROM sqlite_schema UNION "

@@ -1,5 +1,5 @@
-// What a column takes from anybody. The layer above would end the host's thread over a cell that it
-// cannot read.
+// What a column accepts from any program. A cell that the layer above cannot read would end the
+// host's thread.
 #include <boost/algorithm/string.hpp>
 
 #include "hostkit/EventLog.h"
@@ -44,7 +44,7 @@ const Range& RangeOf(DatabaseORM::column_kind_t kind) {
 class Ranges : public HostDatabaseTest {
  protected:
   // Fills each column in turn with each value, by another program, and reads the row through the
-  // layer after it. Gives how many columns there are.
+  // layer after it. Returns the number of columns.
   template <class Row>
   std::size_t ExpectOfEachColumn(const std::string& table) {
     const auto map = dbModelFieldsMap<Row>::instance();
@@ -54,7 +54,7 @@ class Ranges : public HostDatabaseTest {
       const Range& range = RangeOf(KindOf<Row>(field.index));
       const bool isKey = field.name == "ID";
       for (const auto& value : range.taken) {
-        if (isKey && value == "NULL") continue;  // stands for the next number
+        if (isKey && value == "NULL") continue;  // means the next number
         EXPECT_EQ(Put<Row>(table, field.name, value), "taken") << field.name << " " << value;
       }
       for (const auto& value : range.refused) {
@@ -70,7 +70,7 @@ class Ranges : public HostDatabaseTest {
     return table->columns.at(static_cast<std::size_t>(index))->kind;
   }
 
-  // Both by a new row and by a change of one.
+  // Both by inserting and by updating a row.
   template <class Row>
   std::string Put(const std::string& table, const std::string& column, const std::string& value) {
     const std::string inserted =
@@ -112,7 +112,7 @@ TEST_F(Ranges, OfAPluginsColumns) {
   EXPECT_EQ(ExpectOfEachColumn<Plugin>("host_plugin_rows"), 11U);
 }
 
-// The number that the database itself would give next is beyond the limit.
+// The number that the database would assign next is beyond the limit.
 TEST_F(Ranges, NoKeyFollowsTheLargest) {
   m_Other.Run("INSERT INTO host_adapter_rows (ID) VALUES (2147483647)");
   EXPECT_EQ(FailureOf("INSERT INTO host_adapter_rows (ad_name) VALUES (\"next\")"),
@@ -120,7 +120,7 @@ TEST_F(Ranges, NoKeyFollowsTheLargest) {
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// The tables as the first version made them, with a key and a number that it took.
+// The tables as the first version created them, with a key and a number that it accepted.
 TEST_F(Ranges, HoldInAFileOfAnEarlierVersion) {
   AppendEvent(PI::CEvent());
   const auto sqlOf = [this](const std::string& table) {

@@ -6,7 +6,7 @@ using namespace RaidDataModels;
 using DatabaseORM::is_equal;
 using DatabaseORM::where;
 
-// Gives each field a value of its own.
+// Sets each field to a different value.
 class Filler {
  public:
   void operator()(std::string& field) { field = "text " + std::to_string(++m_Count); }

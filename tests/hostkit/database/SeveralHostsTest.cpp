@@ -1,4 +1,4 @@
-// Hosts that use one file at once: processes of their own.
+// Hosts in separate processes that use one file at the same time.
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -98,7 +98,7 @@ TEST_F(SeveralHosts, StartedTogetherWriteEachRowOnce) {
   }
 }
 
-// The last one to end may have begun in memory, and have taken its place in the file meanwhile.
+// The last one to end may have started in memory and moved its rows to the file meanwhile.
 TEST_F(SeveralHosts, ThatEndAtOnceLeaveEachRowOnce) {
   for (int round = 0; round < 15; ++round) {
     std::list<Host> hosts(3);

@@ -7,7 +7,7 @@ namespace {
 using namespace RaidDataModels;
 using DatabaseORM::table_t;
 
-// Sees the tables and maps as a plug-in finds them.
+// Reads the tables and maps as a plug-in does.
 template <class Row>
 struct Found {
   std::shared_ptr<dbModelFieldsMap<Row>> map;
@@ -103,7 +103,7 @@ TYPED_TEST(TableShape, BeginsWithTheKeyAndTheDatabaseNumbersIt) {
   EXPECT_FALSE(found.table->foreignKeys);
 }
 
-// An unsigned long at the end of a table would be taken for its key.
+// An unsigned long in the last column would be taken for the key.
 TYPED_TEST(TableShape, EndsInNoUnsignedLong) {
   EXPECT_NE(Found<TypeParam>().LettersOfColumns().back(), 'U');
 }

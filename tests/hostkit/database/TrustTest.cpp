@@ -1,5 +1,5 @@
-// A database that another user could have put where the host looks for it. The strangers' files are
-// made by root, so root alone runs most of these tests.
+// A database that another user could have put where the host looks for it. Only root can
+// create a stranger's files, so only root runs most of these tests.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -27,7 +27,7 @@ class DatabaseTrust : public HostDatabaseTest {
   }
   void Give(const fs::path& file) { ASSERT_EQ(lchown(file.c_str(), kStranger, kStranger), 0); }
 
-  // What a statement of a plug-in and an event meet, as one text when they meet the same.
+  // The errors of a plug-in's statement and of an event, as one text if they are the same.
   std::string Failure() {
     const std::string ofRows = FailureOf("SELECT COUNT(*) FROM host_adapter_rows");
     std::string ofEvents;
@@ -79,7 +79,7 @@ TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWhereThePlaceOfTheLockIsTaken) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
 }
 
-// A copy of it, say, that another user holds.
+// For example a copy of it that another user has locked.
 TEST_F(DatabaseTrust, TakesALockAwayThatOthersMayOpen) {
   Use(":memory:");
   const std::string lock = File().string() + "-host";
@@ -145,7 +145,7 @@ TEST_F(DatabaseTrustOfRoot, IsGivenToAFileInFoldersThatRootHasMade) {
   EXPECT_EQ(Failure(), "");
 }
 
-// The name that the user gave is not where the file is.
+// The name that the user specified is not where the file is.
 TEST_F(DatabaseTrustOfRoot, IsNotKeptOutByALockBesideALink) {
   Use(File().string());
   Use(":memory:");

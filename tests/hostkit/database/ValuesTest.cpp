@@ -1,4 +1,4 @@
-// What becomes of texts that a card may send. The layer above escapes nothing.
+// Texts that a card may report. The layer above escapes nothing.
 #include <cmath>
 #include <string>
 
@@ -12,7 +12,7 @@ class Values : public HostDatabaseTest {
  protected:
   Values() { m_pStorage->insert(AnAdapter(1)); }
 
-  // The name after a row with that name was written, or what the database said.
+  // The name as read after writing a row with it, or the database's error.
   std::string Updated(const std::string& name) {
     auto row = AnAdapter(1);
     row.id = 1;
@@ -62,7 +62,7 @@ TEST_F(Values, WithADoubleQuoteAreRefused) {
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// SQL reads two quotes in a text as one, and texts with something between them as an expression.
+// SQL reads two quotes in a text as one, and texts around an operator as an expression.
 TEST_F(Values, WithDoubleQuotesInPairsComeBackAsOthers) {
   struct Case {
     const char* text;
@@ -94,7 +94,7 @@ TEST_F(Values, WithASingleQuoteAreNotLookedFor) {
                DBEXCEPTION::DatabaseException);
 }
 
-// A change takes the name of a column for the column. A new row does not.
+// An update takes the name of a column for the column; an insert does not.
 TEST_F(Values, OfAColumnsNameAreTakenForTheColumn) {
   EXPECT_EQ(Updated("ad_host_name"), "localhost");
   EXPECT_EQ(Updated("AD_Adapter_Number"), "1");
@@ -108,7 +108,7 @@ TEST_F(Values, OfATablesNameAreTexts) {
   EXPECT_EQ(Updated("ad"), "ad");
 }
 
-// Such a text is not hindered from reading and changing rows, but it cannot leave their tables.
+// Such a text can read and change rows, but nothing outside their tables.
 TEST_F(Values, ThatBreakOutOfTheirQuotesAreStatements) {
   const auto other = m_Folder.Path() / "other.db";
   EXPECT_EQ(Updated("x\" WHERE 0; DELETE FROM host_adapter_rows WHERE ID = 5; --"), "NULL");

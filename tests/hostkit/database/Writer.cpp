@@ -1,4 +1,4 @@
-// Writes rows and events until it is killed. Its database is the one of the environment.
+// Writes rows and events until it is killed. Uses the database that the environment names.
 #include <string>
 
 #include "hostkit/EventLog.h"

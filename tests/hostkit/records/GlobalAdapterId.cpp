@@ -10,7 +10,7 @@ namespace {
 
 using Numbers = std::vector<std::int32_t>;
 
-// Each test speaks of hosts of its own: numbers last as long as the process.
+// Each test uses its own hosts, because numbers last as long as the process.
 int NumberAt(const std::string& host, std::uint32_t segment, std::uint32_t bus,
              std::uint32_t device = 0, std::uint32_t function = 0) {
   PI::CGlobalAdapterID id;

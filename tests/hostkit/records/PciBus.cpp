@@ -10,7 +10,8 @@ namespace {
 namespace fs = std::filesystem;
 using Ids = std::vector<std::string>;
 
-// "segment/bus/device/function" in decimal, or "none" when nothing was found or touched.
+// "segment/bus/device/function" in decimal, or "none" if nothing was found and the outputs are
+// unchanged.
 std::string Find(const Ids& ids, unsigned long count) {
   int segment = -7, bus = -7, device = -7, function = -7;
   const bool found = MBXX::CConfigManager::GetLocation(ids, count, segment, bus, device, function);

@@ -1,4 +1,4 @@
-// A program with the set-user-id bit takes no path from its caller.
+// A program with the set-user-ID bit accepts no path from its caller.
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <sys/stat.h>

@@ -21,7 +21,7 @@ struct Number {
 #define PROPERTY_NUMBER(name, number) {Family::Property, number, #name},
 #define VALUE_NUMBER(name, number, text) {Family::Value, number, text},
 
-// Every number of the vocabulary.
+// All numbers of the host.
 const std::vector<Number> kNumbers = {
     PI_ERRORS(ERROR_NUMBER) PI_EVENTS(EVENT_NUMBER) PI_OPERATIONS(OPERATION_NUMBER)
         PI_PROPERTIES(PROPERTY_NUMBER) PI_SHORT_NAMES(PROPERTY_NUMBER) PI_VALUES(VALUE_NUMBER)};

@@ -23,7 +23,7 @@ class Witness {
 
 class Cancellation : public EveryTimeMode {
  protected:
-  // Cancels a thread that holds a lock through a guard and runs `wait`, and looks at what is left.
+  // Cancels a thread that holds a lock through a guard and runs `wait`, and reports what is left.
   void CancelDuring(const std::function<void()>& wait) {
     ReadyLock held;
     ReadyEvent started;
@@ -103,7 +103,7 @@ TEST_P(Cancellation, TakesEffectAtTheNextWaitOfARunningThread) {
   EXPECT_FALSE(passed);
 }
 
-// As in code that must not be unwound, which the kit itself has too.
+// As in code that must not be unwound; the kit has such code too.
 TEST_P(Cancellation, WaitsUntilTheThreadAllowsItAgain) {
   ReadyEvent started, event;
   bool waited = false;

@@ -62,7 +62,7 @@ TEST(RealClock, IsTheMachines) {
   EXPECT_NEAR(static_cast<double>(wall), static_cast<double>(MBX::Misc::now()), 5000.0);
 }
 
-// A moment and its parts: year, month, day, day of the week and of the year, time of day.
+// A time and its parts: year, month, day, day of the week and of the year, time of day.
 struct DateCase {
   unsigned long milliseconds;
   MBXX::CSystemDate_Lx date;

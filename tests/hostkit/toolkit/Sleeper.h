@@ -1,4 +1,4 @@
-// What the stand-in of a plug-in exports.
+// What the substitute for a plug-in exports.
 #pragma once
 
 __attribute__((visibility("default"))) void SleepWithBoost(long milliseconds);

@@ -128,7 +128,7 @@ TEST_F(TraceLog, GoesToADescriptorThatIsOpen) {
   EXPECT_THAT(Content(m_File), testing::HasSubstr("through the descriptor"));
 }
 
-// A folder in which another user, whom root plays, has planted links to a file of one's own.
+// A folder in which another user, here root, has planted links to one of the user's own files.
 class TraceLogTrust : public TraceLog {
  protected:
   void SetUp() override {
@@ -172,7 +172,7 @@ TEST_F(TraceLogTrust, IsGivenToAFileInFoldersThatRootHasMade) {
   EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
 }
 
-// Others may write the folder by the time at which the file is full.
+// Other users can write the folder by the time the file is full.
 TEST_F(TraceLogTrust, IsTakenBackWhenTheNextFileIsMade) {
   ASSERT_TRUE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   const std::string text(1'000'000, 'x');

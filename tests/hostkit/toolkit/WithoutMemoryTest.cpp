@@ -63,7 +63,7 @@ class TraceWithoutMemory : public testing::TestWithParam<bool> {
     fs::remove_all(m_Folder);
   }
 
-  // Lets each allocation of a line fail in turn. Gives how many there are.
+  // Makes each allocation of a line fail in turn. Returns their number.
   static int FailEach() {
     for (int points = 0;; ++points) {
       g_OnlyOneFails = GetParam();
