@@ -167,6 +167,8 @@ struct Bad {
 
 const Bad kBad[] = {
     {"NoVerb", R"({"do": "rase"})", "step 2.do: unknown verb rase; did you mean raise?"},
+    {"FormerVerb", R"({"do": "heal", "what": "vsl_open"})",
+     "step 2.do: unknown verb heal; did you mean clear-failure?"},
     {"NoDo", R"({"card": "card1"})", R"(step 2: has no "do")"},
     {"NoObject", R"("raise")", "step 2: must be an object"},
     {"NoCard", R"({"do": "remove"})", R"(step 2: has no "card")"},
