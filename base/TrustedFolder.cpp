@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/FileStatus.h"
 #include "base/TrustRules.h"
 
 namespace Base {
@@ -88,7 +89,7 @@ class Resolver {
     const std::string name = m_Rest.back();
     m_Rest.pop_back();
     struct stat folder {};
-    if (fstat(m_Result.m_Folder.Get(), &folder) != 0) return Fail(errno);
+    if (StatusOfOpened(m_Result.m_Folder.Get(), &folder) != 0) return Fail(errno);
     const path shown = m_Shown.empty() ? "." : m_Shown;
     if (!Accept(shown, ObjectionToFolder(folder, m_User))) return false;
     const bool isOpen = IsOpenTo(folder, m_User);

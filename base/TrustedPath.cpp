@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/FileStatus.h"
 #include "base/TrustRules.h"
 
 namespace Base {
@@ -70,7 +71,7 @@ class Resolver {
 
   void Enter(const path& name) {
     struct stat folder {};
-    if (lstat(m_At.c_str(), &folder) != 0) {
+    if (StatusOfName(m_At.c_str(), &folder) != 0) {
       if (!IsMissing(errno)) return EndAt(name, ForRoot(CannotBeAccessed(m_At, errno)));
       // Missing folders are created as plain ones, so that ".." leads back out of them.
       m_At /= name;
@@ -84,7 +85,7 @@ class Resolver {
 
   void Judge(const path& whole) {
     struct stat entry {};
-    if (lstat(whole.c_str(), &entry) != 0) {
+    if (StatusOfName(whole.c_str(), &entry) != 0) {
       const int error = errno;
       m_At = whole;
       if (!IsMissing(error)) End(ForRoot(CannotBeAccessed(whole, error)));
@@ -147,7 +148,7 @@ TrustedPath ResolveTrusted(const path& file) {
 std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened) {
   struct stat status {};
   if (!file.m_Objection.empty() || !opened.IsOpen()) return file.m_Objection;
-  if (fstat(opened.Get(), &status) != 0) return CannotBeAccessed(file.m_File, errno);
+  if (StatusOfOpened(opened.Get(), &status) != 0) return CannotBeAccessed(file.m_File, errno);
   return Against(file.m_File, ObjectionToFile(file.m_IsInOpenFolder, status, geteuid()));
 }
 

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/FileStatus.h"
 #include "cardsim/cardsim.h"
 #include "cardsim/store/FileStore.h"
 #include "cardsim/store/TrustedFile.h"
@@ -60,7 +61,7 @@ std::string AddressOf(const Card& card) {
 // and remove where other users want.
 Base::Descriptor MarkTree(const fs::path& mark) {
   struct stat status = {};
-  const bool exists = lstat(mark.c_str(), &status) == 0;
+  const bool exists = Base::StatusOfName(mark.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
     throw std::runtime_error(mark.string() + ": is not a regular file");
   }

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "base/CancellationGuard.h"
+#include "base/FileStatus.h"
 #include "base/TrustRules.h"
 
 namespace CardSim {
@@ -67,7 +68,9 @@ InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedFo
                         const std::string& whenLarge) {
   InputFile input{OpenForReading(path, folder, whenMissing), {}};
   if (fstat(input.file.Get(), &input.status) != 0) FailWithErrno(path);
-  CheckTrusted(path, folder, input.status);
+  struct stat judged = {};
+  if (Base::StatusOfOpened(input.file.Get(), &judged) != 0) FailWithErrno(path);
+  CheckTrusted(path, folder, judged);
   if (!S_ISREG(input.status.st_mode)) FailAt(path, "is not a regular file");
   if (input.status.st_size > limit) FailAt(path, whenLarge);
   return input;

@@ -22,7 +22,8 @@ Base::TrustedFolder FolderOf(const std::filesystem::path& path, const std::strin
 // The same, but creates missing folders.
 Base::TrustedFolder CreateFolderOf(const std::filesystem::path& path);
 
-// Throws unless the opened file in that folder is trusted.
+// Throws unless the file in that folder is trusted; `file` is its status by Base::StatusOfOpened()
+// or Base::StatusOfName().
 void CheckTrusted(const std::filesystem::path& path, const Base::TrustedFolder& folder,
                   const struct stat& file);
 

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 
+#include "tests/support/AccessList.h"
 #include "tests/support/Temporary.h"
 
 constexpr uid_t kStranger = 65534;

@@ -92,6 +92,12 @@ TEST_F(WayOfRoot, TakesNothingFromAFolderThatOthersMayWrite) {
 }
 
 // Whoever opens it judges what is done in it.
+TEST_F(WayOfRoot, TakesNothingFromAFolderWithAnAccessListForOthers) {
+  const auto shared = Folder("shared", 0755);
+  if (!ShareByAccessList(shared)) GTEST_SKIP() << "the file system has no access lists";
+  EXPECT_EQ("shared can be written by other users", ToFile(shared / "file"));
+}
+
 TEST_F(WayOfRoot, DoesNotJudgeTheFolderItself) {
   EXPECT_EQ("open/", ToFolder(Folder("open", 0777)));
   EXPECT_EQ("theirs/", ToFolder(Give(Folder("theirs", 0755))));

@@ -141,6 +141,20 @@ TEST_F(TrustOfRoot, IsNotGivenToWhatOthersMayWrite) {
             "all can be written by other users");
 }
 
+TEST_F(TrustOfRoot, IsNotGivenToWhatAnAccessListLetsOthersWrite) {
+  const auto shared = Folder("shared", 0755);
+  const auto file = File(Folder("own", 0755) / "file");
+  const auto link = Link("file", m_Folder.Path() / "own" / "link");
+  if (!ShareByAccessList(shared)) GTEST_SKIP() << "the file system has no access lists";
+  ASSERT_TRUE(ShareByAccessList(file));
+  EXPECT_EQ(Why(shared / "missing"), "shared can be written by other users");
+  EXPECT_EQ(Why(file), "own/file can be written by other users");
+  EXPECT_EQ(Why(link), "own/file can be written by other users");
+  const Base::TrustedPath judged{file, "", false};
+  EXPECT_EQ(WithoutRoot(Base::ObjectionToOpened(judged, Base::OpenAt(AT_FDCWD, file, O_RDONLY))),
+            "own/file can be written by other users");
+}
+
 TEST_F(TrustOfRoot, IsNotGivenByWayOfAMissingFolder) {
   Give(Folder("theirs", 0755));
   EXPECT_EQ(Why(Folder("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),

@@ -4,6 +4,7 @@
 #include <regex>
 
 #include "tests/cardsim/Fixture.h"
+#include "tests/support/AccessList.h"
 
 namespace {
 
@@ -75,6 +76,14 @@ TEST_F(Planted, RootRejectsAFolderThatAnyoneMayWrite) {
 TEST_F(Planted, RootRejectsAFileThatAnyoneMayWrite) {
   chmod(Path().c_str(), 0666);
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
+}
+
+TEST_F(Planted, RootRejectsAFileOrFolderWithAnAccessListForOthers) {
+  if (!ShareByAccessList(Path())) GTEST_SKIP() << "the file system has no access lists";
+  EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
+  ASSERT_TRUE(ShareByAccessList(m_Folder));
+  EXPECT_EQ(ForRoot(Path().string() + ": not trusted: " + m_Folder.string() + " " + kOthers),
+            Edit());
 }
 
 TEST_F(Planted, AFileWithASecondNameInAnOpenFolderIsRejected) {
