@@ -29,22 +29,23 @@ const Command* NamedCommand(const Options& options) {
 }
 
 ExitCode Main(const Words& arguments) {
-  Start start{AllCommands(), {}, nullptr, false, std::nullopt};
+  Invocation invocation{AllCommands(), {}, nullptr, false, std::nullopt};
   try {
-    CatchStopSignals();
-    ParseCommandLine(arguments, start.m_Options);
-    start.m_pCommand = &AllCommands().Choose(start.m_Options);
+    InstallStopHandlers();
+    ParseCommandLine(arguments, invocation.m_Options);
+    invocation.m_pCommand = &AllCommands().Choose(invocation.m_Options);
   } catch (const Failure& failure) {
-    start.m_Wrong.emplace(failure);
-    start.m_pCommand = NamedCommand(start.m_Options);
+    invocation.m_Error.emplace(failure);
+    invocation.m_pCommand = NamedCommand(invocation.m_Options);
   }
-  start.m_Monitored = GuessVerb(arguments, start.m_Options) == "check";
-  return start.m_Monitored && !start.m_Wrong ? RunIsolated(start) : RunCommand(start);
+  invocation.m_Monitored = GuessVerb(arguments, invocation.m_Options) == "check";
+  return invocation.m_Monitored && !invocation.m_Error ? RunIsolated(invocation)
+                                                       : RunCommand(invocation);
 }
 
 }  // namespace
 }  // namespace Console
 
 int main(int argc, char** argv) {
-  Console::EndProgram(static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc))));
+  Console::ExitProgram(static_cast<int>(Console::Main(Console::Words(argv + 1, argv + argc))));
 }

@@ -36,7 +36,7 @@ bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadli
   while (!deadline.IsOver()) {
     if (onStop == OnStop::Continue) {
       if (result.wait_for(deadline.Left()) == std::future_status::ready) return true;
-    } else if (StopRequested() || running.m_Ended.Wait(deadline.Left(), WaitSet())) {
+    } else if (IsStopRequested() || running.m_Ended.Wait(deadline.Left(), WaitSet())) {
       break;
     }
   }
@@ -71,11 +71,11 @@ std::optional<std::uint32_t> CallWithTimeout(std::function<std::uint32_t()> call
   return result.get();
 }
 
-void LeaveThreadsRunning() {
+void AbandonThreads() {
   g_HasAbandoned = true;
 }
 
-void EndProgram(int code) {
+void ExitProgram(int code) {
   std::fflush(nullptr);
   if (g_HasAbandoned) std::_Exit(code);
   std::exit(code);

@@ -21,10 +21,10 @@ std::optional<std::uint32_t> CallWithTimeout(std::function<std::uint32_t()> call
 
 // For a plug-in that cannot be stopped: its threads continue until the program exits, as an
 // abandoned call does.
-void LeaveThreadsRunning();
+void AbandonThreads();
 
 // Flushes the streams and exits. If an abandoned call is still running, nothing is cleaned up,
 // because the call may be using it.
-[[noreturn]] void EndProgram(int code);
+[[noreturn]] void ExitProgram(int code);
 
 }  // namespace Console

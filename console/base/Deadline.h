@@ -18,7 +18,7 @@ class Deadline {
   }
 
   // The earlier of the two.
-  Deadline Sooner(const Deadline& other) const {
+  Deadline Earlier(const Deadline& other) const {
     if (!m_End || !other.m_End) return m_End ? *this : other;
     return *m_End < *other.m_End ? *this : other;
   }

@@ -20,7 +20,7 @@ enum class ExitCode : int {
   Permission = 6,
   TimedOut = 7,
   Stopped = 130,
-  // Of `check` alone, whose codes are those of monitoring systems.
+  // Of `check` only, which uses the codes of monitoring systems.
   Warning = 1,
   Critical = 2,
   Unknown = 3

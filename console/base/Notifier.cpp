@@ -9,7 +9,7 @@
 namespace Console {
 
 Notifier::Notifier() : m_Fd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-  if (m_Fd < 0) throw std::system_error(errno, std::generic_category(), "waiting for the plug-in");
+  if (m_Fd < 0) throw std::system_error(errno, std::generic_category(), "creating an eventfd");
 }
 
 Notifier::~Notifier() {

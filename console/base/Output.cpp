@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/Printable.h"
 #include "console/base/Failure.h"
-#include "console/base/Printable.h"
 
 namespace Console {
 namespace {
@@ -62,21 +62,21 @@ void ResultStream::Write(const std::string& text) {
 void Diagnostics::Note(const std::string& id, const std::string& text,
                        const std::vector<std::string>& advice) {
   m_Messages.push_back({"note", id, text, advice});
-  if (m_Volume == Volume::All) Say(m_Messages.back());
+  if (m_Verbosity == Verbosity::All) Say(m_Messages.back());
 }
 
 void Diagnostics::Error(const std::string& id, const std::string& text,
                         const std::vector<std::string>& advice) {
   m_Messages.push_back({"error", id, text, advice});
-  if (m_Volume != Volume::Nothing) Say(m_Messages.back());
+  if (m_Verbosity != Verbosity::Nothing) Say(m_Messages.back());
 }
 
 void Diagnostics::Say(const Message& message) {
   const char* prefix = message.m_Severity == "note" ? "note: " : "";
-  std::string lines = fmt::format("corvane-host: {}{}\n", prefix, Printable(message.m_Text));
+  std::string lines = fmt::format("corvane-host: {}{}\n", prefix, Base::Printable(message.m_Text));
   const std::size_t count = std::min(message.m_Advice.size(), kMaxAdviceLines);
   for (std::size_t i = 0; i < count; ++i) {
-    lines += fmt::format("  {}\n", Printable(message.m_Advice[i]));
+    lines += fmt::format("  {}\n", Base::Printable(message.m_Advice[i]));
   }
   if (m_IsHeld) {
     m_Held += lines;

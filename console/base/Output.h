@@ -45,12 +45,12 @@ struct Message {
 };
 
 // Which messages are printed.
-enum class Volume { All, Errors, Nothing };
+enum class Verbosity { All, Errors, Nothing };
 
 // Collects messages for the machine formats and prints them on standard error.
 class Diagnostics {
  public:
-  explicit Diagnostics(Volume volume) : m_Volume(volume) {}
+  explicit Diagnostics(Verbosity verbosity) : m_Verbosity(verbosity) {}
 
   void Note(const std::string& id, const std::string& text,
             const std::vector<std::string>& advice = {});
@@ -62,7 +62,7 @@ class Diagnostics {
   friend class DeferredDiagnostics;
   void Say(const Message& message);
 
-  const Volume m_Volume;
+  const Verbosity m_Verbosity;
   std::vector<Message> m_Messages;
   bool m_IsHeld = false;
   std::string m_Held;

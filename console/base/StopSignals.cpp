@@ -41,7 +41,7 @@ void OnSignal(int) {
 
 }  // namespace
 
-void CatchStopSignals(bool secondEnds) {
+void InstallStopHandlers(bool secondEnds) {
   g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (g_StopFd < 0) {
     throw Failure(ExitCode::Failed, "NO_DESCRIPTOR", "cannot handle signals", std::strerror(errno));
@@ -51,18 +51,18 @@ void CatchStopSignals(bool secondEnds) {
   signal(SIGPIPE, SIG_IGN);
 }
 
-void CheckStop() {
+void ThrowIfStopped() {
   if (g_Stop != 0) throw Stopped();
 }
 
-bool StopRequested() {
+bool IsStopRequested() {
   return g_Stop != 0;
 }
 
 bool WaitForStop(std::chrono::milliseconds atMost) {
   pollfd wait = {g_StopFd, POLLIN, 0};
   poll(&wait, 1, static_cast<int>(atMost.count()));
-  return StopRequested();
+  return IsStopRequested();
 }
 
 // poll() always reports a lost reader as an error, whatever events are requested.

@@ -7,13 +7,13 @@ namespace Console {
 
 // Takes over SIGINT, SIGTERM and SIGHUP, and ignores SIGPIPE. Unless `secondEnds`, only the first
 // signal counts. Throws `Failure`. Call before any thread starts.
-void CatchStopSignals(bool secondEnds = true);
+void InstallStopHandlers(bool secondEnds = true);
 
 // Throws `Stopped` if a stop signal has arrived.
-void CheckStop();
+void ThrowIfStopped();
 
 // Whether a stop signal has arrived. May be called from any thread.
-bool StopRequested();
+bool IsStopRequested();
 
 // Waits for a stop signal, at most `atMost`; true if one arrived.
 bool WaitForStop(std::chrono::milliseconds atMost);

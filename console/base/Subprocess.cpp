@@ -32,14 +32,14 @@ Failure NoProcess(int error) {
 
 // `output` stays open for the life of the process, so its end of file is the end of the process. An
 // exception must not continue as if this were the parent.
-[[noreturn]] void BeChild(const std::function<int()>& work, int output, pid_t parent) noexcept {
+[[noreturn]] void RunChild(const std::function<int()>& work, int output, pid_t parent) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) std::exit(EXIT_FAILURE);
   // A signal to the whole group arrives twice, the second time from the parent, which can also use
   // SIGKILL.
-  CatchStopSignals(false);
+  InstallStopHandlers(false);
   dup2(output, STDOUT_FILENO);
-  EndProgram(work());
+  ExitProgram(work());
 }
 
 // False at the end.
@@ -55,7 +55,7 @@ bool ReadSome(int fd, std::string& into) {
 SubprocessEnd ReadAll(int fd, milliseconds atMost, std::string& into) {
   const Deadline deadline(atMost);
   while (true) {
-    if (StopRequested()) return SubprocessEnd::Stopped;
+    if (IsStopRequested()) return SubprocessEnd::Stopped;
     if (deadline.IsOver()) return SubprocessEnd::TimedOut;
     if (WaitReadable(fd, deadline.Left()) && !ReadSome(fd, into)) return SubprocessEnd::Exited;
   }
@@ -75,7 +75,7 @@ bool AwaitEnd(int fd, milliseconds atMost) {
 
 // A process that exits cleanly removes its temporary files. One that hangs in the kernel cannot be
 // ended and is abandoned: false.
-bool EndSoon(pid_t child, int fd) {
+bool Terminate(pid_t child, int fd) {
   kill(child, SIGTERM);
   if (AwaitEnd(fd, kGrace)) return true;
   kill(child, SIGKILL);
@@ -95,7 +95,7 @@ SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds 
   if (pipe2(ends.data(), O_CLOEXEC) != 0) throw NoProcess(errno);
   const pid_t parent = getpid();
   const pid_t child = fork();
-  if (child == 0) BeChild(work, ends[1], parent);
+  if (child == 0) RunChild(work, ends[1], parent);
   const int error = errno;
   close(ends[1]);
   if (child < 0) {
@@ -104,7 +104,7 @@ SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds 
   }
   SubprocessResult ending = {};
   ending.m_End = ReadAll(ends[0], atMost, ending.m_Output);
-  const bool hasEnded = ending.m_End == SubprocessEnd::Exited || EndSoon(child, ends[0]);
+  const bool hasEnded = ending.m_End == SubprocessEnd::Exited || Terminate(child, ends[0]);
   const int status = hasEnded ? StatusOf(child) : 0;
   close(ends[0]);
   if (ending.m_End != SubprocessEnd::Exited) return ending;

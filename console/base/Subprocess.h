@@ -17,7 +17,8 @@ struct SubprocessResult {
 
 // Runs `work`, whose result is the exit code, and captures its standard output. When the time is up
 // or a stop signal arrives, the process gets SIGTERM and, three seconds later, SIGKILL. Call after
-// `CatchStopSignals` and before any thread starts. Throws `Failure` if no process can be started.
+// `InstallStopHandlers` and before any thread starts. Throws `Failure` if no process can be
+// started.
 SubprocessResult RunInSubprocess(const std::function<int()>& work,
                                  std::chrono::milliseconds atMost);
 

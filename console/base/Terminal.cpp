@@ -56,7 +56,7 @@ class LineEditor {
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
       const bool readable = WaitReadable(STDIN_FILENO, Deadline().Left());
-      if (StopRequested()) return 0;
+      if (IsStopRequested()) return 0;
       if (!readable) continue;
       char byte = 0;
       if (read(STDIN_FILENO, &byte, 1) != 1) return 0;
@@ -88,7 +88,7 @@ std::string AskLine(const std::string& question) {
   LineEditor editor(question.substr(lastLine));
   const std::optional<std::string> line = editor.Read();
   if (!line) std::fputs("\n", stderr);
-  CheckStop();
+  ThrowIfStopped();
   return boost::trim_copy(line.value_or(""));
 }
 

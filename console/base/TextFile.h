@@ -5,10 +5,9 @@
 
 namespace Console {
 
-// Puts `text` in the place of `file`, readable for everybody. A reader finds the old file or the
-// new one, never a part, also after a crash. Throws `Failure`, also for something that is no
-// regular file or could be led elsewhere by another user; the old one then stands, and nothing is
-// left beside it.
+// Atomically replaces `file` by `text`, readable for every user. A reader finds the old file or the
+// new one, also after a crash. Throws `Failure`, also if `file` is not a regular file or another
+// user could redirect it; the old file is then unchanged, and no draft is left.
 void ReplaceTextFile(const std::string& file, const std::string& text);
 
 }  // namespace Console

@@ -1,8 +1,6 @@
 // Whether another user could have tampered with code that this program loads or runs.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -18,13 +16,6 @@ std::string ObjectionToCode(const std::filesystem::path& file);
 // Why code must not be searched for in `folder`. The folder may be missing: whoever can write the
 // deepest existing parent could create it.
 std::string ObjectionToCodeFolder(const std::filesystem::path& folder);
-
-// Why nothing may be taken from a folder on the way to where something is written, and why a link
-// in it must not be followed: another user could lead the way elsewhere. Empty when nothing is
-// wrong with it.
-std::string ObjectionToPassing(const std::filesystem::path& name, const struct stat& folder);
-std::string ObjectionToLink(const std::filesystem::path& name, const struct stat& folder,
-                            const struct stat& link);
 
 // What the user can do about an objection.
 std::vector<std::string> TrustAdvice(const std::filesystem::path& file);

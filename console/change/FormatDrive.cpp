@@ -6,8 +6,8 @@
 #include <cmath>
 #include <optional>
 
+#include "base/Printable.h"
 #include "console/base/Duration.h"
-#include "console/base/Printable.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Terminal.h"
 #include "console/change/Confirmation.h"
@@ -87,7 +87,7 @@ class LocateLedGuard {
   LocateLedGuard(Session& session, const Object* adapter) : m_Session(session) {
     if (adapter == nullptr) return;
     m_Adapter = adapter->m_ID;
-    m_IsOn = adapter->Lists(PI::OP_LOCATE_DEVICE) && Switch(PI::OP_LOCATE_DEVICE);
+    m_IsOn = adapter->SupportsOperation(PI::OP_LOCATE_DEVICE) && Switch(PI::OP_LOCATE_DEVICE);
   }
   ~LocateLedGuard() {
     if (m_IsOn) Switch(PI::OP_STOP_LOCATE_DEVICE);
@@ -112,7 +112,7 @@ class LocateLedGuard {
 std::string PlanText(Context& context, const Model& model, const Object& drive, const Plan& plan,
                      bool locateLed) {
   const bool ascii = context.m_Style.m_Ascii;
-  std::string text = fmt::format("  Drive   {}\n", Printable(Described(model, drive)));
+  std::string text = fmt::format("  Drive   {}\n", Base::Printable(Described(model, drive)));
   if (locateLed) text += "  Where   the locate LED of its card is blinking now\n";
   text +=
       fmt::format("  Change  {} -> about {} ({}), sectors {}\n",
@@ -199,8 +199,8 @@ milliseconds Execute(Context& context, const Model& model, const Object& drive,
     elapsed = progress.Elapsed();
   }
   if (result != PI::SUCCESS) throw FormatFailure(session, model, drive, result);
-  if (StopRequested()) NoteFormatted(context, drive);
-  CheckStop();
+  if (IsStopRequested()) NoteFormatted(context, drive);
+  ThrowIfStopped();
   return elapsed;
 }
 
@@ -239,7 +239,7 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
     }
     if (progress) progress->Tick();
     context.Open().WaitForNotification(kOneWait);
-    if (!StopRequested()) continue;
+    if (!IsStopRequested()) continue;
     progress.reset();
     NoteFormatted(context, drive);
     throw Stopped();

@@ -22,7 +22,7 @@ constexpr Capacity kCapacities[] = {
     {"", PI::Value::CUSTOM},
 };
 
-// Of the size as built.
+// Of the factory size.
 constexpr std::int32_t kLeastPercent = 10;
 constexpr std::int32_t kMostPercent = 100;
 // In bytes; the card decides which sizes it accepts.

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "base/Printable.h"
 #include "console/base/Duration.h"
-#include "console/base/Printable.h"
 #include "console/base/StopSignals.h"
 #include "console/change/Confirmation.h"
 #include "console/change/Progress.h"
@@ -41,7 +41,7 @@ bool RequireAllowed(Session& session, const Model& model, const Object& object,
 
 std::string Question(const Model& model, const Object& object, const OperationRow& row) {
   const std::string force = row.m_Number == PI::OP_FORCE_DETACH ? "Forced: " : "";
-  return fmt::format("{}\n{}{}", Printable(Described(model, object)), force,
+  return fmt::format("{}\n{}{}", Base::Printable(Described(model, object)), force,
                      HostKit::HostText(row.m_Question));
 }
 
@@ -55,7 +55,7 @@ bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
 
 Failure JobFailure(const OperationRow& row, const Object& object) {
   std::vector<std::string> advice = {
-      "Run it again with --trace 2,16 to see what the card library said."};
+      "Run it again with --trace 2,16 to see the card library's error."};
   if (row.m_Number == PI::OP_DETACH) {
     advice.push_back(
         fmt::format("To detach a busy card: corvane-host detach {} --force", object.m_Selector));
@@ -121,7 +121,7 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
   Session& session = context.Open();
   Progress progress(context, Headline(row, object),
                     {{"object", object.m_Selector}, {"operation", OperationName(row.m_Number)}});
-  while (!StopRequested()) {
+  while (!IsStopRequested()) {
     if (HasFailed(session, object, row.m_FailedEvent)) return JobEnd::Failed;
     if (StateOf(session, object.m_ID, row.m_Aspect) == row.m_Goal) return JobEnd::Done;
     const milliseconds left = timeout - progress.Elapsed();

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/Printable.h"
 #include "console/base/Duration.h"
-#include "console/base/Printable.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Terminal.h"
 
@@ -23,7 +23,7 @@ constexpr milliseconds kDrawEvery = std::chrono::seconds(1);
 
 Progress::Progress(Context& context, const std::string& doing, Json state)
     : m_Context(context),
-      m_Doing(Printable(doing)),
+      m_Doing(Base::Printable(doing)),
       m_State(std::move(state)),
       m_Rewrites(CanRewriteLine() && !context.m_Options.m_Quiet && context.m_Form != "jsonl"),
       m_NextLine(m_Rewrites ? kDrawEvery : kLineEvery) {
@@ -86,7 +86,7 @@ void BackgroundTicks::Run(Progress& progress) {
   std::unique_lock<std::mutex> lock(m_Lock);
   while (!m_Ended.wait_for(lock, kOneWait, [this] { return m_IsEnded; })) {
     progress.Tick();
-    if (isReported || !StopRequested()) continue;
+    if (isReported || !IsStopRequested()) continue;
     isReported = true;
     std::fputs(
         "\nThis cannot be interrupted; the program exits when it is done.\n"

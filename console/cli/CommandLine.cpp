@@ -82,7 +82,7 @@ std::string GuessForm(const std::vector<std::string>& arguments) {
 }
 
 // Names an option without its value at the end of the line; other errors have the parser's text.
-std::string WhyNotParsed(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
+std::string ParseErrorText(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
   const OptionRow* last = arguments.empty() ? nullptr : FindOption(arguments.back());
   if (last == nullptr || !TakesNextWord(*last)) return e.what();
   return fmt::format("{} requires {}", arguments.back(), last->m_Value);
@@ -119,19 +119,19 @@ void CheckValues(const CLI::App& app, Options& options) {
 }
 
 // Whatever else is on the line, which may be incomplete.
-void AskForHelp(Options& options) {
+void TurnIntoHelp(Options& options) {
   options.m_Words.resize(std::min<std::size_t>(options.m_Words.size(), 1));
   options.m_Words.insert(options.m_Words.begin(), "help");
   options.m_Given.clear();
   if (options.m_Form != "json") options.m_Form.clear();
 }
 
-void TakeOver(const CLI::App& app, Options& options) {
+void StoreAll(const CLI::App& app, Options& options) {
   for (const OptionRow& row : AllOptions()) {
     const CLI::Option& given = *app.get_option(row.m_Long);
     if (given.count() > 0) Store(row, given, options);
   }
-  if (options.m_Help) AskForHelp(options);
+  if (options.m_Help) TurnIntoHelp(options);
   if (options.m_Version) options.m_Words = {"version"};
 }
 
@@ -149,10 +149,10 @@ void ParseCommandLine(const std::vector<std::string>& arguments, Options& option
   const std::unique_ptr<CLI::App> app = MakeApp(options);
   try {
     app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-    TakeOver(*app, options);
+    StoreAll(*app, options);
   } catch (const CLI::ParseError& e) {
     options.m_Form = GuessForm(arguments);
-    throw UsageFailure(WhyNotParsed(arguments, e));
+    throw UsageFailure(ParseErrorText(arguments, e));
   }
   CheckValues(*app, options);
 }

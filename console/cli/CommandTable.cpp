@@ -46,7 +46,7 @@ void CheckForm(const Command& command, const std::string& form) {
 }
 
 // In "--simulate FILE", FILE is a word of its own, because the value of --simulate is optional.
-void RequireNoFile(const Options& options) {
+void RequireNotAFile(const Options& options) {
   const std::string& word = options.m_Words.front();
   const bool alone = options.m_Simulate && options.m_Simulate->empty();
   if (!alone || word.find('/') == std::string::npos) return;
@@ -88,7 +88,7 @@ const Command& CommandTable::Require(const std::string& name) const {
 
 const Command& CommandTable::Choose(const Options& options) const {
   if (options.m_Words.empty()) throw UsageFailure("missing command");
-  RequireNoFile(options);
+  RequireNotAFile(options);
   const Command& command = Require(options.m_Words.front());
   CheckCount(command, options.m_Words.size() - 1);
   CheckForm(command, options.m_Form);

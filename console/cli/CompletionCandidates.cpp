@@ -29,7 +29,7 @@ using Words = std::vector<std::string>;
 struct Line {
   Words m_Before;                       // everything before the last word
   std::string m_Last;                   // what is to be completed
-  std::string m_Glued;                  // the option before it in the same word, "--output="
+  std::string m_OptionPrefix;           // the option before it in the same word, "--output="
   const OptionRow* m_Option = nullptr;  // whose value is to be completed
   std::string m_Verb;
   const Command* m_Command = nullptr;  // null also for an unknown verb
@@ -73,22 +73,22 @@ void TakeWord(Line& line, const std::string& word) {
 }
 
 // "--output=js" is an option and the start of its value.
-void CutGlued(Line& line) {
+void SplitOptionValue(Line& line) {
   const std::size_t sign = line.m_Last.find('=');
   if (line.m_OnlyArguments || line.m_Option != nullptr || sign == std::string::npos) return;
   const OptionRow* row = FindOption(line.m_Last.substr(0, sign));
   if (row == nullptr || *row->m_Value == '\0') return;
   line.m_Option = row;
-  line.m_Glued = line.m_Last.substr(0, sign + 1);
+  line.m_OptionPrefix = line.m_Last.substr(0, sign + 1);
 }
 
-Line Understand(const Words& words, const CommandTable& commands, const ObjectSource& source) {
+Line ParseLine(const Words& words, const CommandTable& commands, const ObjectSource& source) {
   Line line{{}, "", "", nullptr, "", nullptr, {}, false, commands, source};
   if (words.empty()) return line;
   line.m_Last = words.back();
   line.m_Before.assign(words.begin(), words.end() - 1);
   for (const std::string& word : line.m_Before) TakeWord(line, word);
-  CutGlued(line);
+  SplitOptionValue(line);
   return line;
 }
 
@@ -97,7 +97,7 @@ Line Understand(const Words& words, const CommandTable& commands, const ObjectSo
 Model Line::Objects() const {
   Options options;
   Words words = m_Before;
-  if (m_Option != nullptr && m_Glued.empty()) words.pop_back();
+  if (m_Option != nullptr && m_OptionPrefix.empty()) words.pop_back();
   try {
     ParseCommandLine(words, options);
   } catch (const Failure&) {
@@ -191,7 +191,7 @@ Candidates Commands(const Line& line) {
 
 bool HasOperation(const Object& object, std::uint32_t number) {
   const OperationRow* row = FindOperation(number);
-  return (row != nullptr && row->m_Kind == object.m_Kind) || object.Lists(number);
+  return (row != nullptr && row->m_Kind == object.m_Kind) || object.SupportsOperation(number);
 }
 
 // What the plug-in lists and what this host knows; `op list` takes no operation.
@@ -212,7 +212,7 @@ Candidates OperationArguments(const Line& line) {
   const bool isFormat =
       line.m_Arguments.front() == "run" && boost::iends_with(line.m_Arguments[2], "FORMAT_DEVICE");
   if (!isFormat) return {};
-  return {{"FORMATTING=", "which capacity"}, {"SIZE=", "per cent"}, {"BLOCK_SIZE=", "bytes"}};
+  return {{"FORMATTING=", "capacity"}, {"SIZE=", "percent"}, {"BLOCK_SIZE=", "bytes"}};
 }
 
 Candidates Choices(const Words& words) {
@@ -298,9 +298,9 @@ Candidates ValueCandidates(const Line& line, const std::string& typed) {
 }
 
 Candidates OptionValueCandidates(const Line& line) {
-  Candidates all = ValueCandidates(line, line.m_Last.substr(line.m_Glued.size()));
+  Candidates all = ValueCandidates(line, line.m_Last.substr(line.m_OptionPrefix.size()));
   for (Candidate& candidate : all) {
-    if (candidate.m_Word != kFilesWord) candidate.m_Word.insert(0, line.m_Glued);
+    if (candidate.m_Word != kFilesWord) candidate.m_Word.insert(0, line.m_OptionPrefix);
   }
   return all;
 }
@@ -314,7 +314,7 @@ Candidates AllCandidates(const Line& line) {
 }  // namespace
 
 Candidates Complete(const Words& words, const CommandTable& commands, const ObjectSource& objects) {
-  const Line line = Understand(words, commands, objects);
+  const Line line = ParseLine(words, commands, objects);
   Candidates fitting;
   for (const Candidate& candidate : AllCandidates(line)) {
     const bool fits =

@@ -53,25 +53,25 @@ void SilenceErrors() {
   close(nowhere);
 }
 
-int RunForMonitoring(const Start& start) {
-  if (!start.m_Options.m_Verbose && !start.m_Options.m_Trace) SilenceErrors();
-  return static_cast<int>(RunCommand(start));
+int RunForMonitoring(const Invocation& invocation) {
+  if (!invocation.m_Options.m_Verbose && !invocation.m_Options.m_Trace) SilenceErrors();
+  return static_cast<int>(RunCommand(invocation));
 }
 
 }  // namespace
 
-ExitCode RunIsolated(Start start) {
+ExitCode RunIsolated(Invocation invocation) {
   try {
-    const std::chrono::milliseconds timeout = CheckTimeout(start.m_Options);
+    const std::chrono::milliseconds timeout = CheckTimeout(invocation.m_Options);
     const SubprocessResult ending =
-        RunInSubprocess([&] { return RunForMonitoring(start); }, timeout);
+        RunInSubprocess([&] { return RunForMonitoring(invocation); }, timeout);
     if (!IsAnswer(ending)) throw EndingFailure(ending, timeout);
     ResultStream(false).Write(ending.m_Output);
     return static_cast<ExitCode>(ending.m_Number);
   } catch (const Failure& failure) {
-    start.m_Wrong.emplace(failure);
+    invocation.m_Error.emplace(failure);
   }
-  return RunCommand(start);
+  return RunCommand(invocation);
 }
 
 }  // namespace Console

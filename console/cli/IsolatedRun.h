@@ -7,6 +7,6 @@ namespace Console {
 
 // Runs the command like `RunCommand`, in another process, so that a monitoring system gets a result
 // in time whatever the plug-in does. Call before any thread starts.
-ExitCode RunIsolated(Start start);
+ExitCode RunIsolated(Invocation invocation);
 
 }  // namespace Console

@@ -10,16 +10,16 @@
 namespace Console {
 
 // What is known after parsing the arguments.
-struct Start {
+struct Invocation {
   const CommandTable& m_Commands;
   Options m_Options;
   const Command* m_pCommand = nullptr;
   bool m_Monitored = false;  // `check`: a monitoring system reads the output
-  std::optional<Failure> m_Wrong;
+  std::optional<Failure> m_Error;
 };
 
 // Runs the command, or reports the usage error. Returns the exit code. Reserves standard output for
 // the result, for the rest of the process.
-ExitCode RunCommand(const Start& start);
+ExitCode RunCommand(const Invocation& invocation);
 
 }  // namespace Console

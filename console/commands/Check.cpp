@@ -66,7 +66,7 @@ Command CheckCommand() {
   command.m_Arguments = "[OBJ]";
   command.m_Least = 0;
   command.m_Most = 1;
-  command.m_Summary = "print one line, performance data and an exit code for monitoring systems";
+  command.m_Summary = "print status and performance data for monitoring systems";
   command.m_Forms = {"table", "json"};
   command.m_Run = Run;
   command.m_Description =

@@ -1,5 +1,5 @@
 // complete: called by the completion scripts.
-#include "console/base/Printable.h"
+#include "base/Printable.h"
 #include "console/cli/CompletionCandidates.h"
 #include "console/commands/All.h"
 
@@ -7,8 +7,8 @@ namespace Console {
 namespace {
 
 std::string Printed(const Candidate& candidate) {
-  const std::string word = Printable(candidate.m_Word);
-  return candidate.m_Meaning.empty() ? word : word + "\t" + Printable(candidate.m_Meaning);
+  const std::string word = Base::Printable(candidate.m_Word);
+  return candidate.m_Meaning.empty() ? word : word + "\t" + Base::Printable(candidate.m_Meaning);
 }
 
 CommandResult Run(Context& context) {

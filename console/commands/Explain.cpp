@@ -82,7 +82,7 @@ std::string EntryText(const Entry& entry, const Explanation& about) {
   return text;
 }
 
-[[noreturn]] void NothingKnown(const std::string& text) {
+[[noreturn]] void ThrowNotFound(const std::string& text) {
   std::vector<std::string> advice = DidYouMean(text, AllNames());
   advice.emplace_back("Numbers appear in events and errors, names in status and show.");
   throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", text,
@@ -107,7 +107,7 @@ CommandResult Run(Context& context) {
           TextCell(about.m_Advice.empty() ? "-" : about.m_Advice)},
          std::nullopt});
   }
-  if (result.m_Table.m_Rows.empty()) NothingKnown(text);
+  if (result.m_Table.m_Rows.empty()) ThrowNotFound(text);
   return result;
 }
 

@@ -18,7 +18,7 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 void RequireLocateLed(const Object& adapter) {
-  if (adapter.Lists(PI::OP_LOCATE_DEVICE)) return;
+  if (adapter.SupportsOperation(PI::OP_LOCATE_DEVICE)) return;
   throw Failure(ExitCode::Refused, "NO_LIGHT", fmt::format("locate {}", adapter.m_Selector),
                 "no locate LED", {"Nothing was changed."});
 }
@@ -37,14 +37,14 @@ CommandResult Blink(Context& context, const Model& model, const Object& adapter,
                               adapter.m_Selector, ElapsedText(duration)));
   const auto start = steady_clock::now();
   const Deadline deadline(start + duration);
-  while (!StopRequested() && !deadline.IsOver()) WaitForStop(deadline.Left());
+  while (!IsStopRequested() && !deadline.IsOver()) WaitForStop(deadline.Left());
   const OperationRow& off = *FindOperation(PI::OP_STOP_LOCATE_DEVICE);
   Change change = PerformOperation(context, model, adapter, off, true);
-  if (StopRequested()) {
+  if (IsStopRequested()) {
     context.m_Diagnostics.Note("LIGHT_OFF",
                                fmt::format("locate LED of {} is off", adapter.m_Selector));
   }
-  CheckStop();
+  ThrowIfStopped();
   change.m_Elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
   return ChangeResult(context, adapter, off.m_Number, change);
 }

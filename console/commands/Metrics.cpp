@@ -62,13 +62,13 @@ Json FamilyJson(const Family& family) {
 CommandResult Run(Context& context) {
   CommandResult result;
   const std::optional<Model> model = ReadObjects(context, result);
-  Observed observed;
+  MetricInput input;
   if (model) {
-    observed.m_pModel = &*model;
-    observed.m_StartSeconds = context.Open().StartDuration().count();
+    input.m_pModel = &*model;
+    input.m_StartSeconds = context.Open().StartDuration().count();
   }
-  observed.m_Events = ReadEventCounts(context.m_Diagnostics);
-  const std::vector<Family> families = CollectMetrics(observed);
+  input.m_Events = ReadEventCounts(context.m_Diagnostics);
+  const std::vector<Family> families = CollectMetrics(input);
   const std::string& file = context.m_Options.m_TextFile;
   if (!file.empty()) ReplaceTextFile(file, PlainMetricsText(families));
   result.m_Text = file.empty() ? OpenMetricsText(families) : "";
@@ -83,7 +83,7 @@ Command MetricsCommand() {
   Command command;
   command.m_Group = Group::Export;
   command.m_Name = "metrics";
-  command.m_Summary = "print metrics for Prometheus and other collectors (OpenMetrics)";
+  command.m_Summary = "print metrics for Prometheus (OpenMetrics)";
   command.m_Forms = {"table", "json"};
   command.m_Options = {"--textfile"};
   command.m_Run = Run;

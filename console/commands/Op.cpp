@@ -5,8 +5,8 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 
+#include "base/Printable.h"
 #include "console/base/Number.h"
-#include "console/base/Printable.h"
 #include "console/change/Confirmation.h"
 #include "console/change/FormatDrive.h"
 #include "console/change/OperationRunner.h"
@@ -206,7 +206,7 @@ CommandResult RunUnknown(Context& context, const Model& model, const Object& obj
   if (context.m_Options.m_DryRun) return ChangeResult(context, object, number, change);
   RequireConfirmation(
       context, what,
-      fmt::format("{}\nRun {}?", Printable(Described(model, object)), OperationName(number)));
+      fmt::format("{}\nRun {}?", Base::Printable(Described(model, object)), OperationName(number)));
   const std::uint32_t error = context.Open().ExecuteOperation(object.m_ID, operation);
   if (error != PI::SUCCESS) throw PluginFailure(what, error);
   CommandResult result = ChangeResult(context, object, number, change);

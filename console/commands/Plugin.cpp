@@ -61,7 +61,7 @@ Command PluginCommand() {
   Command command;
   command.m_Group = Group::Help;
   command.m_Name = "plugin";
-  command.m_Summary = "show the loaded plug-in: file, interface and exported symbols";
+  command.m_Summary = "show the loaded plug-in: file, version and symbols";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =

@@ -114,7 +114,7 @@ Command RowsCommand() {
   command.m_Arguments = "[TABLE]";
   command.m_Least = 0;
   command.m_Most = 1;
-  command.m_Summary = "show the rows that plug-ins have written to the host's database";
+  command.m_Summary = "show the rows that plug-ins wrote to the host's database";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =

@@ -49,7 +49,7 @@ Json HealthJson(const StatusEntry& entry) {
   Json json = {{"object", object.m_Selector},
                {"type", KindName(object.m_Kind)},
                {"id", IdText(object.m_ID)},
-               {"ok", IsWell(health.m_Status)}};
+               {"ok", IsHealthy(health.m_Status)}};
   PutValue(json, "status", health.m_Status);
   PutValue(json, "activity", health.m_Activity);
   json["since"] = nullptr;
@@ -110,8 +110,8 @@ std::string HealthText(const StatusEntry& entry, std::size_t width, const Style&
     text += fmt::format("    see   corvane-host explain {};  corvane-host events {}\n",
                         reason.m_Name, object.m_Selector);
   }
-  if (health.m_Reasons.empty() && !IsWell(health.m_Status)) {
-    text += fmt::format("    why   {}\n", WhyWithoutReason(health));
+  if (health.m_Reasons.empty() && !IsHealthy(health.m_Status)) {
+    text += fmt::format("    why   {}\n", TextWithoutReason(health));
     text += fmt::format("    see   corvane-host show {}\n", object.m_Selector);
   }
   return text;
@@ -119,7 +119,7 @@ std::string HealthText(const StatusEntry& entry, std::size_t width, const Style&
 
 // A drive without problems is shown only when it is asked for.
 bool IsShown(const StatusEntry& entry, bool asked) {
-  return asked || entry.m_pObject->m_Kind != Kind::Drive || !IsWell(entry.m_Health.m_Status);
+  return asked || entry.m_pObject->m_Kind != Kind::Drive || !IsHealthy(entry.m_Health.m_Status);
 }
 
 std::string Text(const std::vector<StatusEntry>& all, bool asked, const Style& style) {
@@ -145,7 +145,7 @@ std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const
     return all;
   }
   context.Open().CollectEvents();
-  const auto events = EventMatcher(model).Sort(context.EventLog().Read(0, History::kAll));
+  const auto events = EventMatcher(model).Sort(context.EventLog().Read(0, EventHistory::kAll));
   for (StatusEntry& entry : all) {
     const auto found = events.find(entry.m_pObject);
     if (found != events.end()) entry.m_Since = StatusSince(entry.m_Health, found->second);
@@ -157,7 +157,8 @@ CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const bool asked = !context.m_Arguments.empty();
   const std::vector<StatusEntry> all = MakeEntries(
-      context, model, WithStatus(model, asked ? &Select(model, context.m_Arguments[0]) : nullptr));
+      context, model,
+      ObjectsWithStatus(model, asked ? &Select(model, context.m_Arguments[0]) : nullptr));
   CommandResult result;
   result.m_Items = "objects";
   result.m_Json = {{"objects", Json::array()}};

@@ -4,9 +4,9 @@
 #include <chrono>
 #include <optional>
 
+#include "base/Printable.h"
 #include "console/base/Deadline.h"
 #include "console/base/Duration.h"
-#include "console/base/Printable.h"
 #include "console/base/StopSignals.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/Condition.h"
@@ -78,8 +78,8 @@ CommandResult Reached(const ObjectRef& ref, const Condition& condition, const st
                    {"condition", condition.Text()},
                    {"seen", seen},
                    {"elapsed_seconds", static_cast<double>(elapsed.count()) / 1000}};
-  result.m_Text = Printable(fmt::format("{} {}: {} after {}", ref.Shown(), condition.Text(), seen,
-                                        Seconds(elapsed))) +
+  result.m_Text = Base::Printable(fmt::format("{} {}: {} after {}", ref.Shown(), condition.Text(),
+                                              seen, Seconds(elapsed))) +
                   "\n";
   result.m_Values = {seen};
   result.m_Table.m_Columns = {
@@ -131,7 +131,7 @@ Command WaitCommand() {
   command.m_Arguments = "OBJ COND";
   command.m_Least = 2;
   command.m_Most = 2;
-  command.m_Summary = "wait until an object is ok, attached, gone, ..., or PROP=VALUE";
+  command.m_Summary = "wait until an object is ok, attached, ... or PROP=VALUE";
   command.m_Forms = {"table", "tsv", "json", "value"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;

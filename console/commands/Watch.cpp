@@ -28,7 +28,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 // Draws after each reading and key press, and once per second for the clock.
-void OnScreen(const Context& context, Screen& screen, LiveModel& live, const Deadline& deadline) {
+void RunOnScreen(const Context& context, Screen& screen, LiveModel& live,
+                 const Deadline& deadline) {
   constexpr milliseconds kRedraw{1000};
   WaitSet also = context.ReaderWaitSet();
   also.m_Readable = STDIN_FILENO;
@@ -55,7 +56,7 @@ Table BlockTable(const Model& model, bool ascii) {
     table.m_Columns.push_back({field.m_Heading, field.m_Name, number});
   }
   table.m_Columns.push_back({"REASONS", "status_reasons", false});
-  for (const Object* object : WithStatus(model)) {
+  for (const Object* object : ObjectsWithStatus(model)) {
     Row row{{TextCell(object->m_Selector)}, std::nullopt};
     for (const char* name : kColumns) {
       const Field* field = FindField(object->m_Kind, name);
@@ -97,7 +98,7 @@ CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style)
 }
 
 // Prints a block per change, and one per poll interval without a change.
-void AsBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
+void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   std::size_t seen = 0;
   Json shown;
   auto due = steady_clock::now();
@@ -144,10 +145,10 @@ CommandResult Run(Context& context) {
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;
   if (screen) {
     live.Recall(past);
-    OnScreen(context, *screen, live, deadline);
+    RunOnScreen(context, *screen, live, deadline);
   } else {
     held.reset();
-    AsBlocks(context, live, deadline);
+    PrintBlocks(context, live, deadline);
   }
   CommandResult nothingMore;
   nothingMore.m_Text = "";

@@ -32,7 +32,7 @@ constexpr Word kWords[] = {
     {"present", Presence::Present, "", ""},
 };
 
-constexpr const char* kWell = "is well";
+constexpr const char* kHealthy = "is well";
 
 // Longer ones first.
 constexpr const char* kOperators[] = {"!=", "<=", ">=", "=", "<", ">"};
@@ -41,7 +41,7 @@ bool IsOrder(const std::string& name) {
   return name[0] == '<' || name[0] == '>';
 }
 
-bool Ordered(double left, const std::string& name, double right) {
+bool CompareOrder(double left, const std::string& name, double right) {
   if (name == "<") return left < right;
   if (name == "<=") return left <= right;
   if (name == ">") return left > right;
@@ -49,7 +49,7 @@ bool Ordered(double left, const std::string& name, double right) {
 }
 
 // For a list, one equal value is enough; numbers are compared by value.
-bool Same(const Value& value, const std::string& wanted) {
+bool IsEqual(const Value& value, const std::string& wanted) {
   if (const auto* texts = std::get_if<std::vector<std::string>>(&value.m_Data)) {
     return std::any_of(texts->begin(), texts->end(),
                        [&](const std::string& text) { return boost::iequals(text, wanted); });
@@ -61,7 +61,7 @@ bool Same(const Value& value, const std::string& wanted) {
 }
 
 // A percentage of a ratio as the ratio; anything else unchanged.
-std::string WithoutPercent(const std::string& property, const std::string& text) {
+std::string RatioOf(const std::string& property, const std::string& text) {
   if (text.empty() || text.back() != '%') return text;
   const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));
   const Kind kinds[] = {Kind::Adapter, Kind::Drive};
@@ -92,7 +92,7 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     if (!boost::iequals(text, row.m_Word)) continue;
     m_Presence = row.m_Presence;
     m_Property = row.m_Property;
-    m_Operator = row.m_Value == nullptr ? kWell : "=";
+    m_Operator = row.m_Value == nullptr ? kHealthy : "=";
     m_Value = row.m_Value == nullptr ? "" : row.m_Value;
     return;
   }
@@ -103,7 +103,7 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     }
     m_Property = text.substr(0, at);
     m_Operator = name;
-    m_Value = WithoutPercent(m_Property, text.substr(at + m_Operator.size()));
+    m_Value = RatioOf(m_Property, text.substr(at + m_Operator.size()));
     break;
   }
   if (m_Operator.empty())
@@ -119,14 +119,14 @@ Condition::Outcome Condition::Check(const Object& object) const {
   const Value value = ReadNamed(object, m_Property).m_Value;
   Outcome outcome{false, BareText(value)};
   if (!value.Known()) return outcome;
-  if (m_Operator == kWell) {
-    outcome.m_Holds = IsWell(value);
+  if (m_Operator == kHealthy) {
+    outcome.m_Holds = IsHealthy(value);
   } else if (m_Operator == "=") {
-    outcome.m_Holds = Same(value, m_Value);
+    outcome.m_Holds = IsEqual(value, m_Value);
   } else if (m_Operator == "!=") {
-    outcome.m_Holds = !Same(value, m_Value);
+    outcome.m_Holds = !IsEqual(value, m_Value);
   } else if (const auto seen = ReadNumber<double>(outcome.m_Seen)) {
-    outcome.m_Holds = Ordered(*seen, m_Operator, *ReadNumber<double>(m_Value));
+    outcome.m_Holds = CompareOrder(*seen, m_Operator, *ReadNumber<double>(m_Value));
   }
   return outcome;
 }

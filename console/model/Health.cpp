@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "console/base/Printable.h"
+#include "base/Printable.h"
 #include "hostkit/Texts.h"
 #include "hostkit/ValueTypes.h"
 
@@ -128,7 +128,8 @@ Health HealthOf(const Object& object) {
 Health HealthOf(const Model& model, const Object& object) {
   Health health = HealthOf(object);
   const Object* adapter = AdapterOf(model, object);
-  if (object.m_Kind != Kind::Drive || adapter == nullptr || !IsWell(health.m_Status)) return health;
+  if (object.m_Kind != Kind::Drive || adapter == nullptr || !IsHealthy(health.m_Status))
+    return health;
   for (const Reason& reason : HealthOf(*adapter).m_Reasons) {
     if (reason.m_Number != static_cast<std::uint32_t>(V::DETACHED)) continue;
     health.m_Shown = {Measure::Text, "detached", Severity::Neutral};
@@ -136,7 +137,7 @@ Health HealthOf(const Model& model, const Object& object) {
   return health;
 }
 
-std::vector<const Object*> WithStatus(const Model& model, const Object* top) {
+std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* top) {
   std::vector<const Object*> chosen;
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter && object.m_Kind != Kind::Drive) continue;
@@ -147,7 +148,7 @@ std::vector<const Object*> WithStatus(const Model& model, const Object* top) {
   return chosen;
 }
 
-bool IsWell(const Value& status) {
+bool IsHealthy(const Value& status) {
   const std::string text = BareText(status);
   return text == "OK" || text == "AVAILABLE";
 }
@@ -160,10 +161,10 @@ std::string ReasonText(const Reason& reason, bool ascii) {
     text += fmt::format(", {} {}", LabelOf(*reason.m_Limit.m_Field),
                         HumanText(reason.m_Limit.m_Value, ascii));
   }
-  return Printable(text);
+  return Base::Printable(text);
 }
 
-std::string WhyWithoutReason(const Health& health) {
+std::string TextWithoutReason(const Health& health) {
   const std::string activity = BareText(health.m_Activity);
   if (health.m_Activity.Known() && activity != "IDLE") {
     return fmt::format("busy: {}", activity);

@@ -39,16 +39,16 @@ Health HealthOf(const Object& object);
 Health HealthOf(const Model& model, const Object& object);
 
 // Adapters, each followed by its drives: all of the machine, or `top` and those below it.
-std::vector<const Object*> WithStatus(const Model& model, const Object* top = nullptr);
+std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* top = nullptr);
 
 // Whether the status is healthy; an unknown one is not.
-bool IsWell(const Value& status);
+bool IsHealthy(const Value& status);
 
 // "Temperature above its warning level: 79 °C, warning 78 °C". Printable.
 std::string ReasonText(const Reason& reason, bool ascii);
 
 // An explanation for a status without reasons: the card may be busy.
-std::string WhyWithoutReason(const Health& health);
+std::string TextWithoutReason(const Health& health);
 
 // All names of the reasons, with commas between; empty when there are none.
 std::string ReasonNames(const Health& health);

@@ -65,7 +65,7 @@ const PI::CProperty* Object::Find(std::uint32_t property) const {
   return found == m_Properties.end() ? nullptr : &*found;
 }
 
-bool Object::Lists(std::uint32_t operation) const {
+bool Object::SupportsOperation(std::uint32_t operation) const {
   return std::any_of(m_Operations.begin(), m_Operations.end(),
                      [&](const PI::COperation& o) { return o.m_OperationID == operation; });
 }

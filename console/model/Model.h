@@ -33,7 +33,7 @@ struct Object {
   // The first property of that number, or null.
   const PI::CProperty* Find(std::uint32_t property) const;
   // Whether the plug-in lists an operation of that number.
-  bool Lists(std::uint32_t operation) const;
+  bool SupportsOperation(std::uint32_t operation) const;
 };
 
 // An object id as it is shown: 0x and sixteen digits.

@@ -63,7 +63,7 @@ bool IsCalled(const Entry& entry, const std::string& text) {
   });
 }
 
-void AddNew(std::vector<std::string>& names, const std::string& name) {
+void AddUnique(std::vector<std::string>& names, const std::string& name) {
   if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
 }
 
@@ -83,8 +83,8 @@ std::vector<Entry> FindEntries(const std::string& text) {
 std::vector<std::string> AllNames() {
   std::vector<std::string> names;
   for (const Entry& entry : AllEntries()) {
-    AddNew(names, NameOf(entry));
-    for (const FieldUse& use : FieldsOf(entry)) AddNew(names, use.m_Field->m_Name);
+    AddUnique(names, NameOf(entry));
+    for (const FieldUse& use : FieldsOf(entry)) AddUnique(names, use.m_Field->m_Name);
   }
   return names;
 }

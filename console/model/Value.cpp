@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "console/base/Printable.h"
+#include "base/Printable.h"
 
 namespace Console {
 namespace {
@@ -76,7 +76,7 @@ std::string BareText(const Value& value) {
     std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
     std::string operator()(std::uint64_t number) const { return fmt::format("{}", number); }
     std::string operator()(double number) const { return fmt::format("{}", number); }
-    std::string operator()(const std::string& text) const { return Printable(text); }
+    std::string operator()(const std::string& text) const { return Base::Printable(text); }
     std::string operator()(const std::vector<std::string>& texts) const {
       return fmt::format("{}", fmt::join(texts, ","));
     }

@@ -7,11 +7,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/TrustedPath.h"
 #include "console/base/Failure.h"
 #include "console/model/FieldTable.h"
 #include "host/Database.h"
 #include "hostkit/Paths.h"
-#include "hostkit/TrustedPath.h"
 
 namespace Console {
 namespace {
@@ -20,7 +20,7 @@ namespace {
 Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();
   const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
-  const bool foreign = !HostKit::ResolveTrusted(file).m_Objection.empty();
+  const bool foreign = !Base::ResolveTrusted(file).m_Objection.empty();
   return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, "NO_EVENT_LOG",
                  fmt::format("cannot read the event log {}", file),
                  denied ? std::strerror(EACCES) : why, {"Pass another database with --database."});
@@ -28,20 +28,20 @@ Failure LogFailure(const std::string& why) {
 
 }  // namespace
 
-void History::Learn(const std::vector<PI::CObject>& topology) {
+void EventHistory::RememberObjects(const std::vector<PI::CObject>& topology) {
   const Model model(topology);
   for (const Object& object : model.Objects()) {
     m_Origins[object.m_ID] = {SerialOf(model, object), ObjectTypeOf(object.m_Kind)};
   }
 }
 
-bool History::KnowsAll(const std::vector<PI::CEvent>& events) const {
+bool EventHistory::KnowsAll(const std::vector<PI::CEvent>& events) const {
   return std::all_of(events.begin(), events.end(), [this](const PI::CEvent& event) {
     return m_Origins.count(event.m_ObjectID) > 0;
   });
 }
 
-std::vector<LoggedEvent> History::Record(const std::vector<PI::CEvent>& events) {
+std::vector<LoggedEvent> EventHistory::Record(const std::vector<PI::CEvent>& events) {
   std::vector<LoggedEvent> worded;
   for (const PI::CEvent& event : events) {
     const auto known = m_Origins.find(event.m_ObjectID);
@@ -58,7 +58,7 @@ std::vector<LoggedEvent> History::Record(const std::vector<PI::CEvent>& events) 
   return worded;
 }
 
-std::vector<LoggedEvent> History::MustRead(std::uint64_t sinceMs, std::size_t limit) {
+std::vector<LoggedEvent> EventHistory::ReadOrThrow(std::uint64_t sinceMs, std::size_t limit) {
   try {
     return HostKit::ReadEvents(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
@@ -66,7 +66,7 @@ std::vector<LoggedEvent> History::MustRead(std::uint64_t sinceMs, std::size_t li
   }
 }
 
-std::vector<LoggedEvent> History::Read(std::uint64_t sinceMs, std::size_t limit) {
+std::vector<LoggedEvent> EventHistory::Read(std::uint64_t sinceMs, std::size_t limit) {
   try {
     return HostKit::ReadEvents(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
@@ -75,7 +75,7 @@ std::vector<LoggedEvent> History::Read(std::uint64_t sinceMs, std::size_t limit)
   }
 }
 
-void History::ReportUnusable(const std::string& why) {
+void EventHistory::ReportUnusable(const std::string& why) {
   if (m_IsReportedUnusable) return;
   m_IsReportedUnusable = true;
   m_Diagnostics.Note("NO_EVENT_LOG", fmt::format("cannot use the event log: {}", why),

@@ -16,23 +16,23 @@ namespace Console {
 using HostKit::LoggedEvent;
 
 // A log that cannot be used is reported once and then ignored. For one thread.
-class History {
+class EventHistory {
  public:
   // More events than a log can hold: no limit.
   static constexpr std::size_t kAll = 1'000'000'000;
 
-  explicit History(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
+  explicit EventHistory(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
 
   // Remembers the objects of these ids, so that events of a removed card still have its serial
   // number.
-  void Learn(const std::vector<PI::CObject>& topology);
+  void RememberObjects(const std::vector<PI::CObject>& topology);
   // Whether each event is about an object whose id is known.
   bool KnowsAll(const std::vector<PI::CEvent>& events) const;
   // Appends the events to the log and returns them as logged.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
   // The newest `limit` events among those not older than `sinceMs`, in order of logging; throws
   // `Failure` when the log cannot be read.
-  std::vector<LoggedEvent> MustRead(std::uint64_t sinceMs, std::size_t limit);
+  std::vector<LoggedEvent> ReadOrThrow(std::uint64_t sinceMs, std::size_t limit);
   // The same, and none when it cannot.
   std::vector<LoggedEvent> Read(std::uint64_t sinceMs, std::size_t limit);
 

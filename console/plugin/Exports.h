@@ -14,7 +14,7 @@ std::vector<std::string> ExportedSymbols(const std::string& file);
 struct Dependencies {
   // Those that it stands in for too. One with a slash is a path.
   std::vector<std::string> m_Names;
-  // As they stand in the file, where $ORIGIN is the folder of the file. An empty one is the current
+  // As written in the file, where $ORIGIN is the folder of the file. An empty one is the current
   // folder.
   std::vector<std::string> m_SearchPaths;
 };

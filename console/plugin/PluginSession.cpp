@@ -8,9 +8,9 @@
 
 namespace Console {
 
-PluginSession::PluginSession(const std::filesystem::path& file, History& history,
+PluginSession::PluginSession(const std::filesystem::path& file, EventHistory& eventHistory,
                              Diagnostics& diagnostics, const TimeLimits& limits)
-    : m_History(history), m_Diagnostics(diagnostics), m_Limits(limits) {
+    : m_EventHistory(eventHistory), m_Diagnostics(diagnostics), m_Limits(limits) {
   Load(file);
   const PluginInstance& plugin = m_pLoaded->m_Plugin;
   m_Info = {m_pLoaded->m_Library.m_File, plugin->m_ModuleID, plugin->m_InterfaceVersion};
@@ -69,7 +69,7 @@ void PluginSession::Stop() {
   try {
     if (CallWhenThreadsAreFree(call, deadline)) return;
   } catch (const Failure& failure) {
-    LeaveThreadsRunning();
+    AbandonThreads();
     m_Diagnostics.Note("PLUGIN_LEFT_RUNNING",
                        "cannot start a thread to stop the plug-in; exiting without stopping it",
                        failure.m_Advice);
@@ -137,7 +137,7 @@ std::uint32_t PluginSession::Change(PI::_COMMAND command, std::uint64_t object, 
 
 void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
-  if (StopRequested()) throw Stopped("interrupted; the plug-in does not respond");
+  if (IsStopRequested()) throw Stopped("interrupted; the plug-in does not respond");
   throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond",
                 std::vector<std::string>{"A card or its driver may hang; check the kernel log.",
                                          "If it is only slow, pass a longer --timeout."});
@@ -162,7 +162,7 @@ std::vector<PI::CObject> PluginSession::Topology() {
   auto objects =
       Require<std::vector<PI::CObject>>("cannot read the topology", PI::CMD_GET_TOPOLOGY, 0);
   if (!objects.empty()) m_PluginID = objects.front().m_ID;
-  m_History.Learn(objects);
+  m_EventHistory.RememberObjects(objects);
   return objects;
 }
 
@@ -209,8 +209,8 @@ std::vector<LoggedEvent> PluginSession::CollectEvents() {
   operation.m_OperationID = PI::OP_GET_EVENTS;
   const std::vector<PI::CEvent> events =
       Require("cannot collect events", PI::CMD_EXECUTE_OPERATION, m_PluginID, operation).m_Events;
-  if (!m_History.KnowsAll(events)) Topology();
-  return m_History.Record(events);
+  if (!m_EventHistory.KnowsAll(events)) Topology();
+  return m_EventHistory.Record(events);
 }
 
 bool PluginSession::WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) {

@@ -21,8 +21,8 @@ class PluginSession : public Session {
  public:
   // Brings the plug-in up, which takes more than a second. Throws `Failure`; a plug-in that found
   // no card is none. The history and the talk must outlive it.
-  PluginSession(const std::filesystem::path& file, History& history, Diagnostics& diagnostics,
-                const TimeLimits& limits);
+  PluginSession(const std::filesystem::path& file, EventHistory& eventHistory,
+                Diagnostics& diagnostics, const TimeLimits& limits);
   // Collects what events still wait, so that the log has them. Stops the plug-in and unloads it;
   // waits for its running jobs, up to 25 seconds. A plug-in that does not stop is noted and left.
   ~PluginSession() override;
@@ -76,7 +76,7 @@ class PluginSession : public Session {
 
   std::unique_ptr<Loaded> m_pLoaded;  // null: abandoned, and never unloaded
   PluginInfo m_Info;
-  History& m_History;
+  EventHistory& m_EventHistory;
   Diagnostics& m_Diagnostics;
   TimeLimits m_Limits;
   const std::size_t m_FailedBefore = HostKit::FailedThreads();

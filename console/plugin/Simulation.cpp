@@ -14,12 +14,12 @@
 #include <utility>
 #include <vector>
 
+#include "base/TrustedPath.h"
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Subprocess.h"
 #include "console/base/TrustedCode.h"
 #include "console/plugin/PluginLibrary.h"
-#include "hostkit/TrustedPath.h"
 
 namespace Console {
 namespace {
@@ -36,7 +36,7 @@ std::filesystem::path MakeTemporaryFolder() {
   const std::filesystem::path parent =
       std::filesystem::absolute(std::filesystem::temp_directory_path());
   std::string name = (parent / "corvane-host-XXXXXX").string();
-  const std::string objection = HostKit::ResolveTrusted(name).m_Objection;
+  const std::string objection = Base::ResolveTrusted(name).m_Objection;
   if (!objection.empty()) throw SimulationFailure(objection);
   if (mkdtemp(name.data()) == nullptr) throw SimulationFailure(std::strerror(errno));
   return name;
@@ -90,7 +90,7 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
   const SubprocessResult ending =
       RunInSubprocess([&] { return BecomeProgram(program, arguments); }, limits.ForCall().Left());
   if (ending.m_End == SubprocessEnd::Stopped) throw Stopped();
-  CheckStop();
+  ThrowIfStopped();
   if (ending.m_End == SubprocessEnd::Exited && ending.m_Number == EXIT_SUCCESS) return;
   const bool late = ending.m_End == SubprocessEnd::TimedOut;
   throw SimulationFailure(WhyEnded(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
@@ -98,7 +98,7 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
 
 // Waits in a session of its own for the end of the process that made it, and removes the folder.
 // Keeps no other descriptor open, so that no other process waits for it.
-[[noreturn]] void BeReaper(const std::filesystem::path& folder, int ends) noexcept {
+[[noreturn]] void RunRemover(const std::filesystem::path& folder, int ends) noexcept {
   setsid();
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
   dup2(ends, STDIN_FILENO);
@@ -116,7 +116,7 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
 Simulation::Simulation(const std::string& file, const TimeLimits& limits)
     : m_Folder(MakeTemporaryFolder()) {
   try {
-    StartReaper();
+    StartRemover();
     const std::string state = file.empty() ? file : std::filesystem::absolute(file).string();
     const std::filesystem::path sysfs = m_Folder / "sys";
     WriteSysfs(state, sysfs, limits);
@@ -133,22 +133,22 @@ Simulation::~Simulation() {
 }
 
 // Without one, a folder is left only by a process that is killed.
-void Simulation::StartReaper() {
+void Simulation::StartRemover() {
   std::array<int, 2> ends = {};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) return;
-  m_Reaper = fork();
-  if (m_Reaper == 0) BeReaper(m_Folder, ends[0]);
+  m_Remover = fork();
+  if (m_Remover == 0) RunRemover(m_Folder, ends[0]);
   close(ends[0]);
-  m_ReaperEnds = ends[1];
+  m_RemoverPipe = ends[1];
 }
 
 // Failures are ignored: a leftover folder is harmless, and nothing is left to report them.
 void Simulation::Remove() noexcept {
   std::error_code ignored;
   std::filesystem::remove_all(m_Folder, ignored);
-  if (m_ReaperEnds >= 0) close(m_ReaperEnds);
-  if (m_Reaper < 0) return;
-  while (waitpid(m_Reaper, nullptr, 0) < 0 && errno == EINTR) continue;
+  if (m_RemoverPipe >= 0) close(m_RemoverPipe);
+  if (m_Remover < 0) return;
+  while (waitpid(m_Remover, nullptr, 0) < 0 && errno == EINTR) continue;
 }
 
 }  // namespace Console

@@ -22,12 +22,12 @@ class Simulation {
   Simulation& operator=(const Simulation&) = delete;
 
  private:
-  void StartReaper();
+  void StartRemover();
   void Remove() noexcept;
 
   std::filesystem::path m_Folder;
-  pid_t m_Reaper = -1;
-  int m_ReaperEnds = -1;  // it goes to work when this is closed
+  pid_t m_Remover = -1;
+  int m_RemoverPipe = -1;  // it goes to work when this is closed
 };
 
 }  // namespace Console

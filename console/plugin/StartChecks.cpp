@@ -9,8 +9,10 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "base/Descriptor.h"
 #include "console/base/Failure.h"
 #include "hostkit/Paths.h"
 
@@ -19,28 +21,6 @@ namespace {
 
 // The plug-in and its libraries, its database, the trace, a pipe and some to spare.
 constexpr std::size_t kNeeded = 64;
-
-class Reserve {
- public:
-  Reserve() = default;
-  ~Reserve() {
-    for (const int descriptor : m_Descriptors) close(descriptor);
-  }
-  Reserve(const Reserve&) = delete;
-  Reserve& operator=(const Reserve&) = delete;
-
-  // 0 or the error.
-  int Grow() {
-    const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return errno;
-    m_Descriptors.push_back(descriptor);
-    return 0;
-  }
-  std::size_t Size() const { return m_Descriptors.size(); }
-
- private:
-  std::vector<int> m_Descriptors;
-};
 
 Failure BusFailure(const std::string& file, int error) {
   const bool denied = error == EACCES || error == EPERM;
@@ -62,15 +42,17 @@ struct CloseFolder {
 }  // namespace
 
 void RequireDescriptors() {
-  Reserve reserve;
-  while (reserve.Size() < kNeeded) {
-    const int error = reserve.Grow();
+  std::vector<Base::Descriptor> reserve;
+  while (reserve.size() < kNeeded) {
+    Base::Descriptor next(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const int error = next.IsOpen() ? 0 : errno;
+    reserve.push_back(std::move(next));
     if (error == 0) continue;
     const char* advice = error == ENFILE ? "Raise the system limit: sysctl fs.file-max"
                                          : "Raise the limit: ulimit -n 256";
     throw Failure(ExitCode::Failed, "NO_DESCRIPTORS", "cannot start the plug-in",
                   fmt::format("only {} more files can be opened, up to {} are needed ({})",
-                              reserve.Size(), kNeeded, std::strerror(error)),
+                              reserve.size() - 1, kNeeded, std::strerror(error)),
                   {advice});
   }
 }

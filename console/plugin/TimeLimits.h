@@ -14,7 +14,7 @@ struct TimeLimits {
   std::optional<std::chrono::milliseconds> m_Call;  // of each call, from its start
   std::optional<std::chrono::milliseconds> m_Format;
 
-  Deadline ForCall() const { return Deadline(m_Call).Sooner(m_Total); }
+  Deadline ForCall() const { return Deadline(m_Call).Earlier(m_Total); }
 };
 
 }  // namespace Console

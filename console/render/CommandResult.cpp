@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "base/Printable.h"
 #include "console/base/Timestamp.h"
-#include "hostkit/Printable.h"
 
 namespace Console {
 namespace {
@@ -90,7 +90,7 @@ std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool on
       {"messages", messages},
       {"result", result},
   };
-  return HostKit::PrintableJson(
+  return Base::PrintableJson(
              json.dump(oneLine ? -1 : 2, ' ', false, Json::error_handler_t::replace)) +
          "\n";
 }

@@ -8,8 +8,8 @@
 #include <boost/algorithm/string/split.hpp>
 #include <nlohmann/json.hpp>
 
+#include "base/Printable.h"
 #include "console/base/Output.h"
-#include "console/base/Printable.h"
 #include "console/base/Timestamp.h"
 #include "console/model/CardName.h"
 #include "console/model/EventSeverity.h"
@@ -29,7 +29,7 @@ constexpr const char* kPrefix = "corvane_";
 
 // What a family's samples are made from, in addition to its row.
 struct Source {
-  const Observed& m_Observed;
+  const MetricInput& m_Observed;
   std::map<const Object*, std::string> m_CardNames;
 };
 
@@ -46,7 +46,7 @@ struct MetricRow {
 std::string LabelText(const std::string& text) {
   std::vector<std::string> lines;
   boost::split(lines, text, boost::is_any_of("\n"));
-  for (std::string& line : lines) line = Printable(line);
+  for (std::string& line : lines) line = Base::Printable(line);
   const std::string printable = fmt::format("{}", fmt::join(lines, "\n"));
   const nlohmann::json json = printable;
   const auto handler = nlohmann::json::error_handler_t::replace;
@@ -223,15 +223,15 @@ constexpr MetricType I = MetricType::Info;
 constexpr MetricRow kMetrics[] = {
     // name                                type unit    samples       term, help
     {"plugin_up",                            G, "",        PluginUp,     nullptr,
-     "Whether the plug-in could be loaded and asked."},
+     "Whether the plug-in could be loaded and read."},
     {"adapters",                             G, "",        AdapterCount, nullptr,
      "Number of adapters found by the plug-in."},
     {"adapter",                              I, "",        Info<A>,      nullptr,
-     "Names, place and versions of an adapter."},
+     "Names, location and versions of an adapter."},
     {"adapter_status",                       S, "",        States<A>,    "status",
      "Status of the adapter."},
     {"adapter_status_reason",                S, "",        Reasons,      "status_reasons",
-     "Why the adapter has its status; all 0 when it is attached and well."},
+     "Reasons for the adapter's status; all 0 when it is attached and healthy."},
     {"adapter_temperature_celsius",          G, "celsius", Numbers<A>,   "temperature_celsius",
      "Temperature of the adapter's controller."},
     {"adapter_temperature_warning_celsius",  G, "celsius", Numbers<A>,   "temperature_warning_celsius",
@@ -239,45 +239,45 @@ constexpr MetricRow kMetrics[] = {
     {"adapter_temperature_critical_celsius", G, "celsius", Numbers<A>,   "temperature_critical_celsius",
      "Highest permitted temperature."},
     {"adapter_reserve_space_ratio",          G, "ratio",   Numbers<A>,   "reserve_space_ratio",
-     "Part of the reserve space that is left."},
+     "Remaining reserve space."},
     {"adapter_reserve_space_warning_ratio",  G, "ratio",   Numbers<A>,   "reserve_space_warning_ratio",
-     "Part of the reserve space below which the adapter warns."},
+     "Remaining reserve space below which the adapter warns."},
     {"adapter_read_bytes",                   C, "bytes",   Numbers<A>,   "read_bytes",
-     "Bytes read from the flash in the adapter's life, in about seven exact digits."},
+     "Bytes read from the flash over the adapter's life, exact to about seven digits."},
     {"adapter_written_bytes",                C, "bytes",   Numbers<A>,   "written_bytes",
-     "Bytes written to the flash in the adapter's life, in about seven exact digits."},
+     "Bytes written to the flash over the adapter's life, exact to about seven digits."},
     {"adapter_endurance_used_ratio",         G, "ratio",   Numbers<A>,   "endurance_used_ratio",
-     "Part of the rated writes that is used up; above 1 for an adapter beyond its rating."},
+     "Used part of the rated write endurance; above 1 for an adapter beyond its rating."},
     {"adapter_end_of_life_timestamp_seconds", G, "seconds", Days,        "end_of_life_date",
-     "Beginning of the day, in universal time, on which the adapter is expected to be worn out."},
+     "Start of the day (UTC) on which the adapter is expected to reach its end of life."},
     {"adapter_slot_power_watts",             G, "watts",   Numbers<A>,   "slot_power_watts",
      "Power that the adapter draws from its slot."},
     {"adapter_power_limit_watts",            G, "watts",   Numbers<A>,   "power_limit_watts",
      "Power that the adapter may draw."},
     {"adapter_write_throttling",             S, "",        States<A>,    "write_throttling",
-     "How far the adapter slows writes down."},
+     "Write throttling of the adapter."},
     {"drive",                                I, "",        Info<D>,      nullptr,
-     "Names and kind of a drive."},
+     "Names and type of a drive."},
     {"drive_state",                          S, "",        States<D>,    "status",
      "Status of the drive."},
     {"drive_physical_size_bytes",            G, "bytes",   Numbers<D>,   "physical_size_bytes",
-     "Size of the drive as it was built."},
+     "Factory size of the drive."},
     {"drive_formatted_size_bytes",           G, "bytes",   Numbers<D>,   "formatted_size_bytes",
-     "Size of the drive as it is formatted."},
+     "Formatted size of the drive."},
     {"drive_sector_size_bytes",              G, "bytes",   Numbers<D>,   "sector_size_bytes",
-     "Size of the drive's sectors."},
+     "Sector size of the drive."},
     {"events",                               C, "",        Events,       nullptr,
-     "Events that were ever written to the host's log, which counts while a host collects them."},
+     "Events written to the host's log; events are logged only while a host runs."},
     {"scan_last_duration_seconds",           G, "seconds", StartSeconds, nullptr,
-     "How long the plug-in took to start, which ends with its first scan of all cards."},
+     "Duration of the plug-in's start, including the first scan of all cards."},
 };
 // clang-format on
 
 }  // namespace
 
-std::vector<Family> CollectMetrics(const Observed& observed) {
-  Source source{observed, {}};
-  if (observed.m_pModel != nullptr) source.m_CardNames = CardNames(*observed.m_pModel, LabelText);
+std::vector<Family> CollectMetrics(const MetricInput& input) {
+  Source source{input, {}};
+  if (input.m_pModel != nullptr) source.m_CardNames = CardNames(*input.m_pModel, LabelText);
   std::vector<Family> families;
   for (const MetricRow& row : kMetrics) {
     families.push_back({kPrefix + std::string(row.m_Name), row.m_Type, row.m_Unit, row.m_Help,

@@ -27,13 +27,13 @@ struct Family {
 };
 
 // What the metrics are made from.
-struct Observed {
+struct MetricInput {
   const Model* m_pModel = nullptr;  // null: the plug-in could not be asked
   double m_StartSeconds = 0;        // of the plug-in, with its first scan
   std::vector<HostKit::EventCount> m_Events;
 };
 
 // All families, also those without a sample.
-std::vector<Family> CollectMetrics(const Observed& observed);
+std::vector<Family> CollectMetrics(const MetricInput& input);
 
 }  // namespace Console

@@ -49,7 +49,7 @@ const Field* FindFieldOfAnyKind(const std::string& name) {
   return nullptr;
 }
 
-[[noreturn]] void NoSuchColumn(const std::string& name) {
+[[noreturn]] void ThrowUnknownColumn(const std::string& name) {
   throw UsageFailure(fmt::format("unknown column '{}'", name),
                      DidYouMean(name, ObjectColumnNames()));
 }
@@ -64,7 +64,7 @@ Column MakeColumn(const std::string& name) {
     return {own->m_Heading, own->m_Name, false, name == "object"};
   }
   const Field* field = FindFieldOfAnyKind(name);
-  if (field == nullptr) NoSuchColumn(name);
+  if (field == nullptr) ThrowUnknownColumn(name);
   return {field->m_Heading, field->m_Name, IsNumber(field->m_Measure), false};
 }
 

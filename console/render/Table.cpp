@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-#include "console/base/Printable.h"
+#include "base/Printable.h"
 
 namespace Console {
 namespace {
@@ -64,7 +64,8 @@ void AddColumns(libscols_table* table, const Table& from, bool tree) {
 void FillLine(libscols_line* line, const Row& row) {
   for (std::size_t i = 0; i < row.m_Cells.size(); ++i) {
     const Cell& cell = row.m_Cells[i];
-    if (scols_line_set_data(line, i, Printable(cell.m_Human).c_str()) != 0) throw std::bad_alloc();
+    if (scols_line_set_data(line, i, Base::Printable(cell.m_Human).c_str()) != 0)
+      throw std::bad_alloc();
     const char* color = ColorOf(cell.m_Severity);
     if (color != nullptr) scols_cell_set_color(scols_line_get_cell(line, i), color);
   }
@@ -84,7 +85,7 @@ std::string WithoutTrailingSpaces(const std::string& text) {
 }  // namespace
 
 Cell TextCell(const std::string& text) {
-  return {text, Printable(text), Severity::Neutral};
+  return {text, Base::Printable(text), Severity::Neutral};
 }
 
 // Healthy values are in lower case.

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <map>
 
-#include "console/base/Printable.h"
+#include "base/Printable.h"
 #include "console/model/CardName.h"
 #include "console/model/FieldTable.h"
 #include "console/render/HealthCells.h"
@@ -103,7 +103,7 @@ std::string LabelText(const std::string& text) {
     const bool plain = byte > 0x20 && byte != 0x7F && std::strchr("'\"=;|\\", c) == nullptr;
     label += plain ? c : '_';
   }
-  return boost::replace_all_copy(Printable(label), "\\", "_");
+  return boost::replace_all_copy(Base::Printable(label), "\\", "_");
 }
 
 void AddReadings(std::vector<CheckReading>& into, const Object& adapter, const std::string& name) {
@@ -139,7 +139,7 @@ std::string ComplaintText(const Finding& finding, bool ascii) {
     why += (why.empty() ? ": " : ", ") + ReasonText(reason, ascii);
   }
   if (why.empty() && finding.m_pObject->m_Kind == Kind::Adapter) {
-    why = ": " + WhyWithoutReason(finding.m_Health);
+    why = ": " + TextWithoutReason(finding.m_Health);
   }
   return finding.m_pObject->m_Selector + " " + StatusText(finding.m_Health.m_Shown) + why;
 }
@@ -201,7 +201,7 @@ ExitCode CheckStateCode(CheckState state) {
 CheckResult CheckObjects(const Model& model, const Object* top) {
   CheckResult check;
   const std::map<const Object*, std::string> names = CardNames(model, LabelText);
-  for (const Object* object : WithStatus(model, top)) {
+  for (const Object* object : ObjectsWithStatus(model, top)) {
     const Health health = HealthOf(model, *object);
     const CheckState state = StateOf(health.m_Status);
     check.m_State = check.m_Findings.empty() ? state : std::max(check.m_State, state);
@@ -234,8 +234,10 @@ std::string CheckText(const CheckResult& check, bool ascii) {
 }
 
 std::string CheckText(const Failure& failure) {
-  std::string text = FirstLine(CheckState::Unknown, WithoutBars(Printable(failure.m_Text))) + "\n";
-  for (const std::string& line : failure.m_Advice) text += WithoutBars(Printable(line)) + "\n";
+  std::string text =
+      FirstLine(CheckState::Unknown, WithoutBars(Base::Printable(failure.m_Text))) + "\n";
+  for (const std::string& line : failure.m_Advice)
+    text += WithoutBars(Base::Printable(line)) + "\n";
   return text;
 }
 

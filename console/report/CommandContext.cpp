@@ -9,6 +9,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/TrustedPath.h"
 #include "console/base/StopSignals.h"
 #include "console/base/TrustedCode.h"
 #include "console/plugin/PluginSession.h"
@@ -17,7 +18,6 @@
 #include "hostkit/Paths.h"
 #include "hostkit/Texts.h"
 #include "hostkit/Tracing.h"
-#include "hostkit/TrustedPath.h"
 
 namespace Console {
 namespace {
@@ -67,7 +67,7 @@ void RequireReadableConfig() {
     return;
   }
   const std::filesystem::path file = (HostKit::ConfigFolder() / kConfigFile).native();
-  const std::string objection = HostKit::ResolveTrusted(file.string()).m_Objection;
+  const std::string objection = Base::ResolveTrusted(file.string()).m_Objection;
   const int error = objection.empty() ? ErrorOfReading(file.string()) : EPERM;
   const std::string why = objection.empty() ? std::strerror(error) : objection;
   throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE",
@@ -78,7 +78,7 @@ void RequireReadableConfig() {
 void StartTracing(const Options& options) {
   if (!options.m_TraceFile.empty() && !HostKit::SetTraceFile(options.m_TraceFile)) {
     const int error = errno;
-    const std::string objection = HostKit::ResolveTrusted(options.m_TraceFile).m_Objection;
+    const std::string objection = Base::ResolveTrusted(options.m_TraceFile).m_Objection;
     throw Failure(objection.empty() ? CodeForErrno(error) : ExitCode::Permission, "TRACE_FILE",
                   fmt::format("cannot open trace file {}", options.m_TraceFile),
                   objection.empty() ? "not writable" : objection);
@@ -108,7 +108,7 @@ Context::Context(const Options& options, const Style& style, Diagnostics& diagno
       m_Form(std::move(form)),
       m_Arguments(std::move(arguments)),
       m_Stream(stream),
-      m_History(diagnostics),
+      m_EventHistory(diagnostics),
       m_Limits(limits) {}
 
 Context::~Context() {
@@ -139,12 +139,12 @@ Session& Context::Start() {
   if (!m_Options.m_Database.empty()) setenv("CORVANE_DATABASE", m_Options.m_Database.c_str(), 1);
   if (m_Options.m_Simulate)
     m_pSimulation = std::make_unique<Simulation>(*m_Options.m_Simulate, m_Limits);
-  CheckStop();
+  ThrowIfStopped();
   m_pSession = std::make_unique<PluginSession>(
       m_Options.m_Plugin.empty() ? DefaultPluginFile() : std::filesystem::path(m_Options.m_Plugin),
-      m_History, m_Diagnostics, m_Limits);
+      m_EventHistory, m_Diagnostics, m_Limits);
   m_Plugin = m_pSession->Info();
-  CheckStop();
+  ThrowIfStopped();
   if (!m_pSession->HasCards()) {
     RequireReadableBus();
     m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),

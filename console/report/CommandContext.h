@@ -42,7 +42,7 @@ class Context {
   Model Objects() { return Model(Open().Topology()); }
 
   // The host's event log; to be read when the session is open.
-  History& EventLog() { return m_History; }
+  EventHistory& EventLog() { return m_EventHistory; }
 
   // Writes a part of the result now, for a command that continues.
   void Emit(const CommandResult& result, bool first);
@@ -65,7 +65,7 @@ class Context {
   Session& Start();
 
   ResultStream& m_Stream;
-  History m_History;
+  EventHistory m_EventHistory;
   TimeLimits m_Limits;
   std::optional<PluginInfo> m_Plugin;
   std::unique_ptr<Simulation> m_pSimulation;

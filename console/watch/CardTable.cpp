@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "console/base/Printable.h"
+#include "base/Printable.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/render/HealthCells.h"
@@ -32,7 +32,7 @@ struct Widths {
 };
 
 std::string Human(const Value& value, bool ascii) {
-  return Printable(HumanText(value, ascii));
+  return Base::Printable(HumanText(value, ascii));
 }
 
 std::optional<double> Number(const Value& value) {
@@ -107,7 +107,7 @@ CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t
   const Widths widths(columns);
   CardTable table;
   table.m_Headings = ColumnLine(widths);
-  for (const Object* object : WithStatus(live.Objects())) {
+  for (const Object* object : ObjectsWithStatus(live.Objects())) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(live, *object, widths, ascii)
                                                 : DriveLine(live, *object, widths, ascii);
     if (object->m_ID == chosen) {

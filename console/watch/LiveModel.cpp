@@ -43,7 +43,7 @@ bool LiveModel::Wait(milliseconds atMost, const WaitSet& also) {
   const auto due = std::chrono::duration_cast<milliseconds>(m_NextReading - steady_clock::now());
   const milliseconds duration = std::max(milliseconds(0), std::min(atMost, due + milliseconds(1)));
   const bool notified = m_Session.WaitForNotification(duration, also);
-  CheckStop();
+  ThrowIfStopped();
   if (!notified && steady_clock::now() < m_NextReading) return false;
   Read();
   return true;

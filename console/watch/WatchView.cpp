@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "console/base/Printable.h"
+#include "base/Printable.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/render/HealthCells.h"
@@ -18,10 +18,10 @@ using Lines = std::vector<Line>;
 
 Line Title(const LiveModel& live, ScreenSize size, const std::string& time) {
   std::size_t cards = 0, unwell = 0;
-  for (const Object* object : WithStatus(live.Objects())) {
+  for (const Object* object : ObjectsWithStatus(live.Objects())) {
     if (object->m_Kind != Kind::Adapter) continue;
     ++cards;
-    if (!IsWell(HealthOf(*object).m_Status)) ++unwell;
+    if (!IsHealthy(HealthOf(*object).m_Status)) ++unwell;
   }
   const std::string left = fmt::format(" corvane-host watch   {} card{}, {} not ok", cards,
                                        cards == 1 ? "" : "s", unwell);
@@ -42,7 +42,7 @@ Line EventLine(const LiveModel::Entry& entry, bool dated) {
           {Fit(cells[1].m_Human, 11) + "  ", entry.m_Severity},
           {Fit(cells[4].m_Human, 6) + "  "},
           {cells[3].m_Human + "  "},
-          {Printable(cells[5].m_Human)}};
+          {Base::Printable(cells[5].m_Human)}};
 }
 
 bool IsOfDay(const LiveModel::Entry& entry, const std::string& time) {
@@ -141,7 +141,7 @@ std::vector<Line> WatchView::DrawCards(const LiveModel& live, ScreenSize size,
 }
 
 void WatchView::ChooseOne(const Model& model) {
-  const std::vector<const Object*> objects = WithStatus(model);
+  const std::vector<const Object*> objects = ObjectsWithStatus(model);
   if (!objects.empty() && model.Find(m_Chosen) == nullptr) m_Chosen = objects.front()->m_ID;
 }
 
@@ -166,8 +166,8 @@ std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) 
   AddReasons(lines, health, m_Ascii);
   for (const Field& field : FieldsOf(object->m_Kind)) {
     const Value value = ReadField(*object, field);
-    lines.push_back(
-        {{Fit(field.m_Name, kNames)}, {Printable(HumanText(value, m_Ascii)), value.m_Severity}});
+    lines.push_back({{Fit(field.m_Name, kNames)},
+                     {Base::Printable(HumanText(value, m_Ascii)), value.m_Severity}});
   }
   Lines page = {Heading(fmt::format("{}  {}", object->m_Selector, IdText(object->m_ID)))};
   Append(page, Scrolled(lines, size.m_Rows > 0 ? size.m_Rows - 1 : 0));
@@ -219,7 +219,7 @@ void WatchView::Move(Key key, const LiveModel& live) {
 }
 
 void WatchView::Choose(std::ptrdiff_t step, const Model& model) {
-  const std::vector<const Object*> objects = WithStatus(model);
+  const std::vector<const Object*> objects = ObjectsWithStatus(model);
   if (objects.empty()) return;
   const auto at = std::find_if(objects.begin(), objects.end(),
                                [&](const Object* object) { return object->m_ID == m_Chosen; });

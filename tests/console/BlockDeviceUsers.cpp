@@ -1,4 +1,4 @@
-// Who uses the block devices of a card, on trees made by hand.
+// Who uses the block devices of a card, on trees created by the test.
 #include "console/change/BlockDeviceUsers.h"
 
 #include <gtest/gtest.h>
@@ -64,7 +64,7 @@ class BlockDeviceUsers : public testing::Test {
   const fs::path m_Root = m_Folder.Path();
 };
 
-TEST_F(BlockDeviceUsers, ACardWhoseDiskNobodyUsesHasNoUsers) {
+TEST_F(BlockDeviceUsers, AnUnusedCardHasNoUsers) {
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
 

@@ -31,7 +31,7 @@ void HangAt(const std::string& place) {
   for (int i = 0; i < 100; ++i) sleep(60);
 }
 
-// Goes when the process cleans up behind itself, which it must not do under a call that hangs.
+// Destroyed when the process cleans up at exit, which it must not do during a call that hangs.
 struct Global {
   ~Global() {
     if (Case() == "hang1") Log("cleaned up");
@@ -163,7 +163,7 @@ class OddPlugin : public IPLUGINAPI {
     return PI::SUCCESS;
   }
 
-  // One event waits from the start, a second one comes when the host has been told.
+  // One event waits from the start, a second one arrives after the notification.
   void Work() {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     m_Due = 2;
@@ -186,7 +186,7 @@ class OddPlugin : public IPLUGINAPI {
     return PI::SUCCESS;
   }
 
-  // Two adapters; one drive that only its adapter knows, and one that nobody does.
+  // Two adapters; one drive that only its adapter knows, and one that no adapter knows.
   unsigned int GetTopology(std::vector<PI::CObject>& objects) {
     Log("GetTopology");
     HangAt("hang" + std::to_string(++m_Topologies));

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The light of a card, attaching and detaching, and storage units on and off.
+# The locate LED of a card, attach and detach, and storage units online and offline.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -28,7 +28,7 @@ setup_file() {
   keep attach own attach attach a0 -y -o json &
   keep already own already attach a0 -y &
   keep dry own dry detach a0 --dry-run &
-  keep nobody own nobody detach a0 &
+  keep unasked own unasked detach a0 &
   wait
   keep broken own broken detach a0 -y &
   keep used own used detach a0 -y &
@@ -61,14 +61,14 @@ mounted() {
   corvane-host detach a0 -y
 }
 
-@test "a card is detached, and the host waits until it shows" {
+@test "detach waits until the card is detached" {
   ended detach 0
   same "a0: attached -> detached" "$(untimed detach)"
   same "Detaching a0 ..." "$(err detach)"
   same 0 "$(card detach iom_state)"
 }
 
-@test "a card is attached, and a document tells of it" {
+@test "attach reports the change as JSON" {
   ended attach 0
   valid attach
   same '["a0", "OP_ATTACH", 50126, "detached", "attached", true, false]' \
@@ -76,46 +76,46 @@ mounted() {
   same 2 "$(card attach iom_state)"
 }
 
-@test "the schema refuses a change that is none" {
+@test "the schema rejects an invalid change" {
   refused attach 'd["result"].pop("changed")' 'd["result"].update(before="up")' \
     'd["result"].update(elapsed_seconds=-1)' 'd.update(command="set")' 'd.update(exit_code=9)' \
     'd.update(result={"progress": {"object": "a0"}})'
 }
 
-@test "a card that is attached already is left alone" {
+@test "attach does nothing for an attached card" {
   ended already 0
   same "a0: already attached" "$(out already)"
   silent already err
   untouched already
 }
 
-@test "a dry run says what would be and changes nothing" {
+@test "a dry run shows the change and changes nothing" {
   ended dry 0
   same "a0: attached -> detached
 Nothing was changed." "$(out dry)"
   untouched dry
 }
 
-@test "without a yes nothing happens where nobody can be asked" {
+@test "detach refuses without --yes when there is no terminal" {
   local name
-  for name in nobody units; do
+  for name in unasked units; do
     ended "$name" 4
     silent "$name" out
     said "$name" "  Pass --yes to confirm."
   done
-  said nobody "corvane-host: detach a0: not a terminal"
-  untouched nobody units
+  said unasked "corvane-host: detach a0: not a terminal"
+  untouched unasked units
 }
 
-@test "a card that does not carry it out fails" {
+@test "an operation that the card rejects fails" {
   ended broken 1
   said broken "corvane-host: detach a0: the card rejected the command"
   same 2 "$(card broken iom_state)"
 }
 
-@test "a card in use is detached by force alone" {
+@test "a busy card is detached with --force only" {
   ended used 1
-  said used "  A card that is in use is detached with: corvane-host detach a0 --force"
+  said used "  To detach a busy card: corvane-host detach a0 --force"
   same 2 "$(card used iom_state)"
   ended force 0
   said forcedrive "corvane-host: detach a0/d0: a0/d0 is not an adapter"
@@ -123,41 +123,41 @@ Nothing was changed." "$(out dry)"
   same 0 "$(card force iom_state)"
 }
 
-@test "a wait has an end" {
+@test "detach gives up after --timeout" {
   ended slow 7
   silent slow out
   said slow "corvane-host: detach a0: not detached within 0.001 s"
-  said slow "  The card may still be at work: nothing was taken back."
+  said slow "  The card may still be working; nothing was rolled back."
 }
 
-@test "an object of another kind is told with the right one" {
+@test "an object of another kind is refused with a suggestion" {
   ended kind 2
   said kind "corvane-host: detach a0/d0: a0/d0 is not an adapter"
   said kind "  Did you mean 'a0'?"
   untouched kind
 }
 
-@test "JSON lines tell of the beginning and the end" {
+@test "JSON lines report the start and the end" {
   ended lines 0
   valid "lines:$(out lines | wc -l)"
   same "OP_DETACH" "$(out lines | head -1 | jq -r .result.progress.operation)"
   same "detached" "$(out lines | tail -1 | jq -r .result.after)"
 }
 
-@test "a light that is switched on stays on, with a note" {
+@test "a locate LED that is switched on stays on, with a note" {
   ended on 0
   same "a0 locate LED: off -> on" "$(out on)"
   said on "  To keep it on: corvane-host locate a0 on --for 5m"
   same true "$(card on beacon_state)"
 }
 
-@test "a light that is off already is left alone" {
+@test "a locate LED that is already off is not changed" {
   ended off 0
   same "a0 locate LED: already off" "$(out off)"
   untouched off
 }
 
-@test "a light is on for as long as asked" {
+@test "locate on --for switches the LED off after that time" {
   ended blink 0
   valid blink
   same '["on", "off"]' "$(json blink '[d["result"]["before"], d["result"]["after"]]')"
@@ -165,14 +165,14 @@ Nothing was changed." "$(out dry)"
   untouched blink
 }
 
-@test "Ctrl-C switches the light off" {
+@test "Ctrl-C switches the locate LED off" {
   ended stopped 130
   said stopped "corvane-host: note: locate LED of a0 is off"
   said stopped "corvane-host: interrupted"
   untouched stopped
 }
 
-@test "a card without a light is refused, and a wrong word is a usage error" {
+@test "a card without a locate LED is refused, and a wrong word is a usage error" {
   ended dark 4
   said dark "corvane-host: locate a0: no locate LED"
   cmp "$BATS_FILE_TMPDIR/dark.before" "$BATS_FILE_TMPDIR/dark.json"
@@ -187,7 +187,7 @@ Nothing was changed." "$(out dry)"
   untouched offline
 }
 
-@test "a card whose disk is mounted or held is not detached" {
+@test "detach refuses a mounted or held drive" {
   ended mounted 4
   said mounted "corvane-host: detach a0: in use: fioa is held by md7, fioa is mounted at $(a_mount 2)"
   untouched mounted

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Changing a property, and what the host says to the plug-in on the way.
+# Changing a property, and the calls of the plug-in that it causes.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -44,49 +44,49 @@ changed_by() {
 }
 unprivileged_host() { unprivileged corvane-host "$@"; }
 
-@test "a change says what was and what is, and is kept in the file" {
+@test "set reports the value before and after and saves it" {
   ended first 0
   silent first err
   same "plugin poll_interval: 15 -> 30" "$(out first)"
   same "PollInterval=30" "$(cat "$BATS_FILE_TMPDIR/new/Corvane.ini")"
 }
 
-@test "other keys of the file survive a change" {
+@test "set keeps the other keys of the file" {
   same "plugin poll_interval: 20 -> 40" "$(out kept)"
   grep -qx "Other=1" "$BATS_FILE_TMPDIR/kept/Corvane.ini"
   grep -qx "PollInterval=40" "$BATS_FILE_TMPDIR/kept/Corvane.ini"
 }
 
-@test "a value below the limits is raised, and the host says so" {
+@test "a value below the range is raised, with a note" {
   ended low 0
   same "plugin poll_interval: 15 -> 2" "$(out low)"
-  said low "corvane-host: note: 1 was asked, 2 was taken: it may be 2 to 255"
+  said low "corvane-host: note: 1 is out of range (2 to 255); set to 2"
 }
 
-@test "a value above the limits is lowered, and the host says so" {
+@test "a value above the range is lowered, with a note" {
   ended high 0
   same "plugin poll_interval: 15 -> 255" "$(out high)"
-  said high "corvane-host: note: 300 was asked, 255 was taken: it may be 2 to 255"
+  said high "corvane-host: note: 300 is out of range (2 to 255); set to 255"
 }
 
-@test "a change to what is already there is no change" {
+@test "setting the current value changes nothing" {
   ended same 0
   same "plugin poll_interval: already 15" "$(out same)"
 }
 
-@test "a change that cannot be saved is in force for this run and fails" {
+@test "a change that cannot be saved applies to this run and fails" {
   ended sealed 1
   same "plugin poll_interval: 20 -> 60" "$(out sealed)"
-  said sealed "  60 is in force for this run only; the file stands as it was."
+  said sealed "  60 applies to this run only; the file is unchanged."
   same "PollInterval=20" "$(cat "$BATS_FILE_TMPDIR/sealed/Corvane.ini")"
 }
 
-@test "a change as a table has a line for it" {
+@test "set as a table has one row" {
   same "object	property	before	after
 plugin	poll_interval	15	16" "$(out table)"
 }
 
-@test "what is no number, or no assignment, is a usage error" {
+@test "a value that is not a number, or not an assignment, is a usage error" {
   local name
   for name in word huge shape; do
     ended "$name" 2
@@ -97,20 +97,20 @@ plugin	poll_interval	15	16" "$(out table)"
   [ ! -e "$BATS_FILE_TMPDIR/word/Corvane.ini" ]
 }
 
-@test "a wrong property is told with a better one" {
+@test "an unknown property comes with a suggestion" {
   ended none 2
   said none "corvane-host: plugin: no property 'poll_intervl'"
   said none "  Did you mean 'poll_interval'?"
 }
 
-@test "a property that can only be read is refused" {
+@test "set refuses a read-only property" {
   ended fixed 4
   silent fixed out
   said fixed "corvane-host: set a0 name: read-only"
   said fixed "  Nothing was changed."
 }
 
-@test "the interval can be set on a machine without cards" {
+@test "set works on a machine without cards" {
   ended nocards 0
   same "plugin poll_interval: 15 -> 30" "$(out nocards)"
 }
@@ -132,7 +132,7 @@ gone" "$(cat "$BATS_FILE_TMPDIR/set.log")"
     "$BATS_FILE_TMPDIR/unset.err"
 }
 
-@test "a plug-in that fails later is stopped all the same" {
+@test "a plug-in that fails after the start is stopped" {
   ended topology 1
   same "Initialize
 SetAdapterIDs 1 2

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The check for monitoring systems: a line, a code from 0 to 3, and readings, whatever happens.
+# The check for monitoring systems: a line, a code from 0 to 3, and readings, even after failures.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -85,7 +85,7 @@ line() { same "$2" "$(out "$1" | sed -e 's/ | .*//' -e 1q)"; }
 # readings NAME: one in each line.
 readings() { out "$1" | sed -n '1s/.* | //p' | tr ' ' '\n'; }
 
-@test "what is well is code 0, with a line for each object" {
+@test "healthy cards are code 0, with one line per object" {
   ended well 0
   line well "CORVANE OK - 2 adapters, 2 drives"
   same "a0 ok: SanDisk BoardA (1), serial S100
@@ -94,7 +94,7 @@ a1 ok: MOLT EP PX600 (2), serial S200
 a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 }
 
-@test "a warning is code 1 and says why and what to do" {
+@test "a warning is code 1, with reason and action" {
   ended warning 1
   line warning "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
   same "a1 WARNING: MOLT EP PX600 (2), serial S200
@@ -102,27 +102,27 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
     "$(out warning | sed -n '4,5p')"
 }
 
-@test "an error is code 2 and stands before a warning" {
+@test "an error is code 2 and precedes a warning" {
   ended critical 2
   line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its maximum: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
-@test "a drive that foresees its failure is a warning, and stands before what is unknown" {
+@test "a drive with a predicted failure is a warning, and precedes unknown states" {
   ended smart 1
   line smart "CORVANE WARNING - a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
 }
 
-@test "all reasons of all objects stand in the line" {
+@test "all reasons of all objects are in the line" {
   ended mixed 1
   line mixed "CORVANE WARNING - a0 WARNING: Detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
 }
 
-@test "a plain locale gets plain characters" {
+@test "a locale without UTF-8 gets ASCII characters" {
   ended ascii 1
   line ascii "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: 79 C, warning 78 C, Nearly worn out: endurance used 2 %"
 }
 
-@test "one object is checked with what is below it" {
+@test "check OBJ includes the objects below it" {
   ended card 0
   line card "CORVANE OK - 1 adapter, 1 drive"
   ended drive 0
@@ -130,7 +130,7 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
   same "" "$(readings drive)"
 }
 
-@test "readings have units, limits and the name that the card keeps" {
+@test "readings have units, limits and a stable card name" {
   same "S100_temperature_celsius=48.2;78;85
 S100_reserve_space=97%;10:;;0;100
 S100_endurance_used=25%;;;0
@@ -139,17 +139,17 @@ S100_read_bytes=2199023255552c
 S100_written_bytes=1099511627776c" "$(readings card)"
 }
 
-@test "what a card does not tell has no reading" {
+@test "a value that a card does not report has no reading" {
   same "S200_endurance_used S200_slot_power_watts S200_read_bytes S200_written_bytes" \
     "$(readings warning | sed -n 's/^\(S200_[a-z_]*\)=.*/\1/p' | paste -sd' ')"
 }
 
-@test "cards with one serial number are told apart in the readings" {
+@test "cards with the same serial number have different readings" {
   same "pci:0000:3b:02.1
 pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
 }
 
-@test "odd texts of a card break neither line nor readings" {
+@test "unusual texts of a card break neither line nor readings" {
   ended odd 1
   same 1 "$(out odd | head -1 | tr -cd '|' | wc -c)"
   same "a_b_c__d__e_f_temperature_celsius=48.2;78;85" "$(readings odd | head -1)"
@@ -158,15 +158,15 @@ pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
   same 'a1 WARNING: MOLT EP PX600 (2)' "$(out odd | sed -n 4p)"
 }
 
-@test "no card that can be opened is unknown: who checks a machine expects one" {
+@test "no readable card is UNKNOWN" {
   local name
   for name in empty bus closed; do
     ended "$name" 3
-    same "CORVANE UNKNOWN - no supported adapter was found in this machine" "$(out "$name")"
+    same "CORVANE UNKNOWN - no supported adapter found in this machine" "$(out "$name")"
   done
 }
 
-@test "whatever keeps it from looking is unknown, with the reason in the first line" {
+@test "a failure is UNKNOWN, with the reason in the first line" {
   local row name text
   while IFS='~' read -r name text; do
     echo "$name"
@@ -198,12 +198,12 @@ END
   out deaf | grep -q "^CORVANE UNKNOWN - cannot start the plug-in: .* (20012)$"
 }
 
-@test "the longest span is no short one" {
+@test "the longest duration is accepted" {
   ended patient 1
   line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
-@test "nothing is said on standard error, which some systems would show first" {
+@test "check prints nothing on standard error" {
   local name
   for name in well warning empty bus closed noobject noplugin late crash exit nooption stopped; do
     silent "$name" err
@@ -212,14 +212,14 @@ END
 corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
 }
 
-@test "a plug-in that hangs is given up in time" {
+@test "check gives up on a plug-in that hangs" {
   SECONDS=0
   CONSOLE_TEST_PLUGIN=hang run -3 corvane-host --plugin "$ODD_PLUGIN" check --timeout 1s
   [ "$SECONDS" -ge 1 ]
   same "CORVANE UNKNOWN - check: timed out after 1000 ms" "${lines[0]}"
 }
 
-@test "nothing is taken from under a read that hangs" {
+@test "nothing that a hanging read uses is released" {
   ended stuck 3
   line stuck "CORVANE UNKNOWN - check: timed out after 1000 ms"
   same "Initialize
@@ -228,14 +228,14 @@ GetTopology
 hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 }
 
-@test "nobody is left behind: neither the process nor its temporary folder" {
+@test "neither the process nor its temporary folder remains" {
   same "" "$(pgrep -f -- "--plugin $ODD_PLUGIN check" || true)"
   same "" "$(ls -A "$TMPDIR")"
 }
 
 @test "a signal to the whole group leaves no temporary folder" {
   mkdir "$BATS_TEST_TMPDIR/tmp"
-  # A trace tells that the plug-in is starting, which is after the folder was made.
+  # The trace shows that the plug-in is starting, which is after the folder was made.
   TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
     setsid corvane-host --simulate check --trace 2 --trace-file "$BATS_TEST_TMPDIR/trace"
   ended group 3
@@ -243,11 +243,11 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
   same "" "$(ls -A "$BATS_TEST_TMPDIR/tmp")"
 }
 
-@test "a code from 0 to 3 also when the answer cannot be written" {
+@test "the exit code is 0 to 3 even if the output cannot be written" {
   ended full 3
 }
 
-@test "another command with the word check among its arguments is no check" {
+@test "another command with the word check among its arguments is not a check" {
   ended other 2
   silent other out
 }

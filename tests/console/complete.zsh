@@ -6,7 +6,7 @@ script=$1 line=$2 found=$(mktemp)
 zpty -b shell zsh -f -i
 zpty -w shell "PS1= RPS1= FOUND=$found; unsetopt beep; bindkey -e"
 zpty -w shell 'autoload -Uz compinit; compinit -D -u'
-# Every candidate goes through compadd; with -O it tells which ones fit and adds none.
+# Every candidate goes through compadd; with -O it returns the ones that match and adds none.
 zpty -w shell 'compadd() {
   local -a fitting
   [[ " $* " == *" -"[ODA]" "* ]] || {

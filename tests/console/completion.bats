@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Completion in the shells themselves: the script is loaded and asked as the Tab key would.
+# Completion in the shells themselves: the script is loaded and called as the Tab key would.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -53,7 +53,7 @@ offers() {
   done
 }
 
-@test "each script loads without a word" {
+@test "each script loads without output" {
   same "" "$(bash --norc -c 'source "$1"' bash "$BATS_FILE_TMPDIR/script.bash" 2>&1)"
   same "" "$(zsh -f -c 'autoload -Uz compinit; compinit -D -u; source $1' zsh \
     "$BATS_FILE_TMPDIR/script.zsh" 2>&1)"
@@ -67,7 +67,7 @@ offers() {
   offers "e" events explain
 }
 
-@test "options of the command, and of no other" {
+@test "options of the command only" {
   offers "format --c" --capacity --color --confirm
   offers "list --c" --color --columns
   offers "show --f"
@@ -75,7 +75,7 @@ offers() {
   offers "events --fo" --follow --for
 }
 
-@test "forms of the command" {
+@test "output formats of the command" {
   offers "show -o " json table tsv
   offers "get a0 -o v" value
 }
@@ -94,7 +94,7 @@ offers() {
     name,temperature_warning_celsius
 }
 
-@test "objects, with the cards that the line asks for" {
+@test "objects, from the cards that the command line selects" {
   offers "--simulate show a1" a1 a1/d0
   offers "--simulate format " a0/d0 a1/d0
   offers "show " plugin
@@ -114,7 +114,7 @@ offers() {
   offers "op run a0/d0 OP_FORMAT_DEVICE S" SIZE=
 }
 
-@test "files, also behind an equals sign" {
+@test "files, also after an equals sign" {
   local shell
   for shell in bash zsh fish; do
     echo "$shell"
@@ -125,19 +125,19 @@ offers() {
   done
 }
 
-@test "a value behind an equals sign" {
+@test "a value after an equals sign" {
   same "json jsonl" "$(tab bash "corvane-host list --output=js" | xargs)"
   same "--output=json --output=jsonl" "$(tab zsh "corvane-host list --output=js" | xargs)"
   same "--output=json --output=jsonl" "$(tab fish "corvane-host list --output=js" | xargs)"
 }
 
-@test "nothing where nothing fits" {
+@test "nothing where nothing matches" {
   offers "frob "
   offers "list "
   offers "--trace "
 }
 
-@test "Tab leaves no row, no trace and no event behind" {
+@test "completion writes no row, trace or event" {
   local database="$BATS_TEST_TMPDIR/host.db"
   CORVANE_DATABASE="$database" tab bash \
     "corvane-host --simulate --trace all --trace-file $BATS_TEST_TMPDIR/trace show a" >/dev/null

@@ -29,7 +29,7 @@ with_limit() {
 }
 
 # The answer is that of a run without a limit, or an error that says something. Joined, since a
-# caller that goes on after a failure switches off the end at the first one.
+# caller that continues after a failure switches off the end at the first one.
 right_or_wrong() {
   local name="$1.$2"
   if [ "$(rc "$name")" = "$(rc "$1")" ]; then
@@ -41,7 +41,7 @@ right_or_wrong() {
   fi
 }
 
-@test "with any number of descriptors the answer is right or an error" {
+@test "with any limit of descriptors the result is right or an error" {
   local command first limit
   for command in list check metrics; do
     for first in 3 13 23 33 43 53 63 73 83; do
@@ -55,12 +55,12 @@ right_or_wrong() {
   done
 }
 
-@test "an answer that is neither right nor an error is noticed" {
-  local told
+@test "a result that is neither right nor an error is detected" {
+  local message
   echo 1 >"$BATS_FILE_TMPDIR/list.no.rc"
   : >"$BATS_FILE_TMPDIR/list.no.out"
-  for told in "" "No supported adapter was found in this machine."; do
-    printf '%s' "$told" >"$BATS_FILE_TMPDIR/list.no.err"
+  for message in "" "No supported adapter was found in this machine."; do
+    printf '%s' "$message" >"$BATS_FILE_TMPDIR/list.no.err"
     run -1 right_or_wrong list no
   done
   echo "Too many open files" >"$BATS_FILE_TMPDIR/list.no.err"
@@ -74,7 +74,7 @@ right_or_wrong() {
   run -1 right_or_wrong refused no
 }
 
-@test "too few descriptors are told as such" {
+@test "too few descriptors are reported as such" {
   ended list.20 1
   grep -qE "^corvane-host: cannot start the plug-in: only [0-9]+ more files can be opened, up to 64 are needed \(Too many open files\)$" \
     "$BATS_FILE_TMPDIR/list.20.err"
@@ -91,7 +91,7 @@ right_or_wrong() {
   said loop "corvane-host: cannot read $sys/bus/pci/devices: Too many levels of symbolic links"
 }
 
-@test "a list of cards that may not be read is a question of permission" {
+@test "a list of cards without read permission is exit code 6" {
   local sys="$BATS_TEST_TMPDIR/sys"
   mkdir -p "$sys/bus/pci/devices/0000:3b:02.1"
   touch "$sys/bus/pci/devices/0000:3b:02.1/vendor"
@@ -106,7 +106,7 @@ right_or_wrong() {
   said folder "corvane-host: cannot read $sys/bus/pci/devices: Permission denied"
 }
 
-@test "a machine without a PCI bus has no cards, which is no error" {
+@test "a machine without a PCI bus has no cards, which is not an error" {
   mkdir "$BATS_TEST_TMPDIR/sys"
   CORVANE_SYSFS="$BATS_TEST_TMPDIR/sys" keep bus corvane-host list
   ended bus 0

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# The contract with machines, for every command: JSON of the schema whatever goes wrong, and nothing
-# but text when piped.
+# Machine output of every command: JSON that matches the schema, even for failures, and plain text
+# when piped.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -25,10 +25,10 @@ setup_file() {
 
 every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
 
-@test "every command in every situation: documents of the schema with the process's exit code" {
+@test "every command in every situation prints JSON that matches the schema and the exit code" {
   every json
 }
 
-@test "what is piped holds no escape byte" {
+@test "piped output has no escape byte" {
   every escapes
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# What could move a terminal's cursor or turn the order of letters around comes out as an escape,
-# wherever it comes from.
+# Characters that could move a terminal's cursor or change the text direction are printed as escapes,
+# whatever their source.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -33,14 +33,14 @@ json.dump(state, open(target, "w", encoding="utf-8"))
 END
 }
 
-@test "no hostile character of a card, a file or an argument comes out raw" {
+@test "hostile characters of cards, files and arguments are escaped" {
   hostile "$BATS_TEST_TMPDIR/cards.json"
   /usr/bin/python3 "$CORVANE_SOURCE/tests/console/escapes.py"
 }
 
 @test "JSON keeps a hostile text exactly, as ASCII escapes" {
-  hostile "$BATS_FILE_TMPDIR/spoilt.json"
-  keep exact with spoilt get a0 serial_number firmware_version -o json
+  hostile "$BATS_FILE_TMPDIR/damaged.json"
+  keep exact with damaged get a0 serial_number firmware_version -o json
   python3 - "$BATS_FILE_TMPDIR/exact.out" <<'END'
 import json, os, sys
 
@@ -54,7 +54,7 @@ assert "\\u202e" in text and "\\u009b" in text and "\\u007f" in text
 END
 }
 
-@test "people and scripts see each character as an escape" {
+@test "each hostile character is an escape in tables and tsv" {
   cards seen new
   cards seen add 0x2001
   cards seen set card0 serial_number $'x\x1b\n\x7f\u0085\u009b\u061c\u200e\u2028\u202e\u2066y\u00e9'
@@ -79,9 +79,9 @@ END
   same 'bad\xffutf' "$(out odd)"
 }
 
-@test "metrics with hostile labels are read as they were meant" {
-  hostile "$BATS_FILE_TMPDIR/spoilt.json"
-  keep metrics with spoilt metrics
+@test "metrics with hostile labels are parsed correctly" {
+  hostile "$BATS_FILE_TMPDIR/damaged.json"
+  keep metrics with damaged metrics
   ended metrics 0
   /usr/bin/python3 - "$BATS_FILE_TMPDIR/metrics.out" <<'END'
 import sys

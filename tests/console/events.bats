@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The event log as it is collected, once and while it comes.
+# The event log, printed once and followed.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -26,13 +26,13 @@ follow() { odd events events -f "${@:2}" | head -n "$1"; }
 WARNING="The temperature of adapter (unnamed) is above its warning threshold."
 REMOVED="Adapter (unnamed) was removed or is not responding."
 
-@test "events that wait are collected, with their time, severity, object and sentence" {
+@test "pending events are shown with time, severity, object and text" {
   ended once 0
   same "2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING" \
     "$(out once | sed -e 1d -e 's/  */ /g')"
 }
 
-@test "events that come while it waits are added at once" {
+@test "new events are printed as they arrive" {
   ended span 0
   same "TIME SEVERITY ID EVENT OBJECT TEXT
 2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING
@@ -40,30 +40,30 @@ REMOVED="Adapter (unnamed) was removed or is not responding."
     "$(out span | sed -e 's/  */ /g')"
 }
 
-@test "lines that come at different times stand under one another" {
+@test "lines that arrive at different times are aligned" {
   same "45
 45" "$(out span | sed 1d | awk '{print index($0, "CTRL_")}')"
 }
 
-@test "tab-separated events have one line of headings" {
+@test "tsv has one header row" {
   same "time	severity	event_id	event	object	text
 2026-11-21T05:31:02+00:00	warning	10967	CTRL_TEMPERATURE_ABOVE_WARN	a0	$WARNING
 2026-11-21T05:31:02+00:00	information	11094	CTRL_PNPREMOVE	0x0000000000000099	$REMOVED" "$(out tsv)"
 }
 
-@test "events in JSON lines are a document each" {
+@test "jsonl has one document per event" {
   valid lines:2
   same '["CTRL_PNPREMOVE", null, null, "0x0000000000000099", "Card"]' \
     "$(out lines | tail -1 | python3 -c 'import json,sys; e=json.loads(sys.stdin.read())["result"]["events"][0]; print(json.dumps([e[k] for k in ("event", "object", "id", "logged_id", "source")]))')"
 }
 
-@test "events in JSON fit the schema" {
+@test "events in JSON match the schema" {
   valid json
   same '[10967, "warning", "a0"]' \
     "$(json json '[d["result"]["events"][0][k] for k in ("event_id", "severity", "object")]')"
 }
 
-@test "the name of an object that has gone can be pasted back, also without a serial number" {
+@test "the name of a removed object is accepted, even without a serial number" {
   ended gone 0
   same "2026-11-21T05:31:02+00:00	information	11094	CTRL_PNPREMOVE	0x0000000000000099	$REMOVED" \
     "$(out gone)"
@@ -71,7 +71,7 @@ REMOVED="Adapter (unnamed) was removed or is not responding."
   silent never out
 }
 
-@test "a wait without events says nothing" {
+@test "events --for without events prints nothing" {
   ended none 0
   silent none out
   silent none err

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# explain: every number and name, in plain words, with what to do.
+# explain: the meaning of every number and name, and what to do.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -17,12 +17,12 @@ setup_file() {
   keep unknown corvane-host explain TEMPERATURE_ABOVE_WRN -o json
 }
 
-@test "an operation is known with and without OP_ in front" {
+@test "an operation is found with and without the OP_ prefix" {
   ended bare 0
   same "operation OP_FORMAT_DEVICE" "$(out bare | cut -f 1,3 | tr '\t' ' ')"
 }
 
-@test "an event: what it means, how bad it is, what to do" {
+@test "an event has meaning, severity and action" {
   ended event 0
   same "10967  CTRL_TEMPERATURE_ABOVE_WARN  event, warning
     means  The temperature of adapter NAME is above its warning threshold.
@@ -32,12 +32,12 @@ setup_file() {
     "$(json json '[[e[k] for k in ("family", "number", "name", "severity", "advice", "terms")] for e in d["result"]["entries"]]')"
 }
 
-@test "a name is compared without case, and means the same as its number" {
+@test "a name is case-insensitive and equivalent to its number" {
   same "$(corvane-host explain 20001)" "$(corvane-host explain err_no_supported_hardware)"
   same "$(corvane-host explain 50126)" "$(corvane-host explain Op_Attach)"
 }
 
-@test "an id of several families gives each of them" {
+@test "an id of several families shows all of them" {
   valid several
   same '[["event", 1], ["operation", 1], ["value", 1]]' \
     "$(corvane-host explain 1 -o json >"$BATS_FILE_TMPDIR/one.out"
@@ -47,7 +47,7 @@ setup_file() {
   same "30486 35034" "$(corvane-host explain REMAINING_RESERVE_SPACE -o tsv -H | cut -f2 | xargs)"
 }
 
-@test "a name that get takes leads to its property, with the unit" {
+@test "a property name of get shows its property and unit" {
   same "30442  CHIP_TEMPERATURE  property
     means  The current temperature of the card's chip.
     name   temperature_celsius (adapter, in degrees Celsius)" \
@@ -59,7 +59,7 @@ setup_file() {
   same "30035 30059" "$(corvane-host explain physical_size_bytes -o tsv -H | cut -f2 | xargs)"
 }
 
-@test "what needs no advice has none" {
+@test "an entry without an action has no advice" {
   valid plain
   same '[["value", "Solid-state drive", null, null]]' \
     "$(json plain '[[e[k] for k in ("family", "meaning", "advice", "severity")] for e in d["result"]["entries"]]')"
@@ -68,12 +68,12 @@ setup_file() {
   [[ "$output" != *"    do "* ]]
 }
 
-@test "a reason is told from a plain value" {
+@test "a reason is distinguished from a plain value" {
   same "reason" "$(corvane-host explain TEMPERATURE_ABOVE_WARN -o tsv -H | cut -f1)"
   same "value" "$(corvane-host explain WARNING -o tsv -H | cut -f1)"
 }
 
-@test "a wrong name comes with a better one" {
+@test "an unknown name comes with a suggestion" {
   ended unknown 3
   valid unknown
   said unknown "corvane-host: TEMPERATURE_ABOVE_WRN: not the number or name of an error, event, operation, property or value"
@@ -93,7 +93,7 @@ setup_file() {
   done
 }
 
-@test "the schema refuses an entry that is none" {
+@test "the schema rejects an invalid entry" {
   refused json 'd["result"]["entries"][0].pop("advice")' 'd["result"]["entries"] = []' \
     'd["result"]["entries"][0].update(family="reasons")' \
     'd["result"]["entries"][0].update(advice="")'

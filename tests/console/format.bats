@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Formatting: what it takes, what it says, and what it leaves alone.
+# format: confirmation, output and effects.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -39,7 +39,7 @@ setup_file() {
   ended dry 0
   same "  Drive   a0/d0, DriveA (0), serial S100, slot 5, PCI 0000:3b:02.1
   Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B
-  ALL DATA ON THIS DRIVE WILL BE LOST. There is no way back.
+  ALL DATA ON THIS DRIVE WILL BE LOST. This cannot be undone.
 Nothing was changed." "$(out dry)"
   ended dryjson 0
   valid dryjson
@@ -48,7 +48,7 @@ Nothing was changed." "$(out dry)"
   untouched dry dryjson
 }
 
-@test "a format without a wish is a usage error, and erases nothing" {
+@test "format without capacity or sector size is a usage error and erases nothing" {
   ended nowish 2
   silent nowish out
   same "corvane-host: --capacity or --sector-size is required
@@ -57,18 +57,18 @@ Nothing was changed." "$(out dry)"
   [ ! -e "$BATS_FILE_TMPDIR/nowish.json" ] || untouched nowish
 }
 
-@test "a capacity may have its sign, and sectors that stay are told as such" {
+@test "a capacity may have a percent sign, and unchanged sectors are reported as such" {
   ended sign 0
   grep -qx "  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B (unchanged)" \
     "$BATS_FILE_TMPDIR/sign.out"
 }
 
-@test "the schema refuses a plan that is none" {
+@test "the schema rejects an invalid plan" {
   refused dryjson 'd["result"].pop("after")' 'd["result"]["planned"].pop("capacity")' \
     'd["result"]["before"].update(sector_size_bytes="512")' 'd.update(command="attach")'
 }
 
-@test "without the serial number nothing happens, and -y is not enough" {
+@test "format refuses without the serial number, even with --yes" {
   local name
   for name in refused yes; do
     ended "$name" 4
@@ -79,7 +79,7 @@ Nothing was changed." "$(out dry)"
   untouched refused yes
 }
 
-@test "another serial number is refused" {
+@test "format refuses another serial number" {
   ended wrong 4
   said wrong "corvane-host: format a0/d0: 'S200' is not the serial number"
   untouched wrong
@@ -97,7 +97,7 @@ Nothing was changed." "$(out dry)"
   untouched adapter
 }
 
-@test "with the serial number a drive is formatted, and the new size is shown" {
+@test "format with the serial number shows the new size" {
   ended confirm 0
   same "Done. a0/d0: 512.0 GiB, 4096 B sectors." "$(untimed confirm)"
   same "Formatting a0/d0 ..." "$(err confirm)"
@@ -105,7 +105,7 @@ Nothing was changed." "$(out dry)"
   same 4096 "$(card confirm sector_size_bytes)"
 }
 
-@test "JSON lines tell of the beginning, and of before and after" {
+@test "JSON lines report the start, and of before and after" {
   ended lines 0
   valid "lines:$(out lines | wc -l)"
   same '["a0/d0","OP_FORMAT_DEVICE",true]' \
@@ -114,7 +114,7 @@ Nothing was changed." "$(out dry)"
     "$(out lines | tail -1 | jq -c '[.result.planned.capacity, .result.after.formatted_ratio, .result.after.sector_size_bytes]')"
 }
 
-@test "a format to what is there has a line for each property" {
+@test "format as a table has one row per property" {
   ended same 0
   same "object	property	before	after
 a0/d0	formatted_size_bytes	879608463360	879608463360
@@ -122,7 +122,7 @@ a0/d0	formatted_ratio	0.8	0.8
 a0/d0	sector_size_bytes	512	512" "$(out same)"
 }
 
-@test "an attached card says what to do first" {
+@test "format of an attached card says what to do first" {
   ended attached 1
   silent attached out
   said attached "corvane-host: format a0/d0: the card rejected the command (20003)"
@@ -130,8 +130,8 @@ a0/d0	sector_size_bytes	512	512" "$(out same)"
   cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/attached.json"
 }
 
-@test "what the card does not take fails and changes nothing" {
+@test "a format that the card rejects changes nothing" {
   ended odd 1
-  said odd "  Run it again with --trace 2,16 to see what the card library said."
+  said odd "  Run it again with --trace 2,16 to see the card library's error."
   untouched odd
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The forms of an answer: for people, for scripts, and the schema that holds for all commands.
+# Output formats: for people, for scripts, and the schema for all commands.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -43,7 +43,7 @@ setup_file() {
   wait
 }
 
-@test "tab-separated values have vocabulary names and base units" {
+@test "tsv has field names and base units" {
   ended tsv 0
   same "object	name	status	temperature_celsius	reserve_space_ratio	formatted_size_bytes	pci_address	serial_number
 a0	SanDisk BoardA (1)	OK	48.2	0.97	-	0000:3b:02.1	S100
@@ -53,13 +53,13 @@ a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2599999766528	-	-" "$(out tsv)"
   same "$(out tsv | sed 1d)" "$(out bare)"
 }
 
-@test "JSON lines of an empty list are one document that says so" {
+@test "jsonl of an empty list is one document" {
   valid nolines noevents
   same '[0, []]' "$(json nolines '[d["exit_code"], d["result"]["objects"]]')"
   same '[0, []]' "$(json noevents '[d["exit_code"], d["result"]["events"]]')"
 }
 
-@test "the value form of a tree is the objects' names" {
+@test "tree -o value prints the object names" {
   same "plugin
 a0
 a0/d0
@@ -67,7 +67,7 @@ a1
 a1/d0" "$(out value)"
 }
 
-@test "columns may be chosen" {
+@test "--columns selects columns" {
   ended columns 0
   same "object	status_reasons	id
 a0	ATTACHED	0x0130000000000001
@@ -76,7 +76,7 @@ a1	TEMPERATURE_ABOVE_WARN,ATTACHED	0x0130000000000003
 a1/d0	-	0x0130000000000004" "$(out columns)"
 }
 
-@test "--ascii and a plain locale draw with plain characters" {
+@test "--ascii and a locale without UTF-8 use ASCII characters" {
   ended ascii 0
   run ! grep -qP '[^\x00-\x7F]' "$BATS_FILE_TMPDIR/ascii.out"
   grep -q '^|-a0 ' "$BATS_FILE_TMPDIR/ascii.out"
@@ -84,7 +84,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   same "$(out ascii)" "$(out latin)"
 }
 
-@test "nothing is colored when piped, unless asked for" {
+@test "piped output is not colored by default" {
   local name
   for name in tsv value lines ascii list tree show; do
     run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/$name.out"
@@ -93,7 +93,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   grep -q $'\x1b\\[1;33mWARNING' "$BATS_FILE_TMPDIR/color.out"
 }
 
-@test "every command's JSON fits the schema" {
+@test "JSON of every command matches the schema" {
   local name
   for name in list tree show get events plugin explain help version set odd nocards; do
     echo "$name"
@@ -102,7 +102,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   valid list tree show get events plugin explain help version set odd nocards
 }
 
-@test "every failure has the same shape, with its exit code and a message" {
+@test "every failure has the same envelope, with exit code and message" {
   local row name code id
   for row in noobject:3:NO_SUCH_OBJECT noverb:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING \
     readonly:4:NOT_WRITABLE; do
@@ -115,20 +115,20 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   valid noobject noverb nooption noplugin readonly
 }
 
-@test "the schema refuses what it should" {
+@test "the schema rejects invalid documents" {
   refused list 'd.pop("time")' 'd["extra"] = 1' 'd.update(command="frob")' 'd.update(exit_code=9)' \
     'd["result"]["objects"][0].pop("temperature_celsius")' \
     'd["result"]["objects"][0].update(temperature_celsius="48")' \
     'd["result"]["objects"][1].update(type="adapter")' 'd.update(result=None)'
 }
 
-@test "JSON lines are one document for each object" {
+@test "jsonl has one document per object" {
   ended lines 0
   valid lines:5
   same 5 "$(out lines | wc -l)"
 }
 
-@test "a list in JSON has base units, and null for the unknown" {
+@test "a list in JSON has base units, and null for unknown values" {
   same '["a0", "adapter", "0x0130000000000001", 48.2, 0.97, 1099511627776, true, "OK", ["ATTACHED"]]' \
     "$(json list '[d["result"]["objects"][0][k] for k in ("object", "type", "id", "temperature_celsius", "reserve_space_ratio", "physical_size_bytes", "external_power_connected", "status", "status_reasons")]')"
   same '[null, null]' \
@@ -142,12 +142,12 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
     "$(json tree '[d["result"]["objects"][0]["children"], d["result"]["objects"][1]["parents"]]')"
 }
 
-@test "a change in JSON tells before and after" {
+@test "a change in JSON has before and after" {
   same '{"object": "plugin", "property": "poll_interval_seconds", "before": 15, "after": 30, "saved": true}' \
     "$(json set 'd["result"]')"
 }
 
-@test "what the plug-in does not report is null, and a wrong text cannot break the document" {
+@test "unreported values are null, and invalid text does not break the document" {
   same '[null, null, "49999", "bad\ufffdutf", 9007199255789568, "9007199255789568"]' \
     "$(json odd '[d["result"]["object"][k] for k in ("temperature_celsius", "driver_name", "status", "firmware_version", "physical_size_bytes", "physical_size_bytes_s")]')"
 }
@@ -163,12 +163,12 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   grep -q '^a0/d0' "$BATS_FILE_TMPDIR/oddlist.out"
 }
 
-@test "no cards is an empty list with a note in the document" {
+@test "no cards is an empty list with a note" {
   same '[0, [], "ERR_NO_SUPPORTED_HARDWARE"]' \
     "$(json nocards '[d["exit_code"], d["result"]["objects"], d["messages"][0]["id"]]')"
 }
 
-@test "a form that a command does not have is refused" {
+@test "an unsupported output format is refused" {
   ended badform 2
   silent badform out
   said badform "corvane-host: -o: invalid value 'xml'"

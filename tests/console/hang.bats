@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Plug-ins that do not answer, and cards that take their time.
+# Plug-ins that do not respond, and slow cards.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -19,17 +19,17 @@ setup_file() {
   stuck INT metrics metrics --textfile "$BATS_FILE_TMPDIR/kept.prom" &
   CONSOLE_TEST_PLUGIN=hang3 stuck TERM waiting wait a0 gone &
   CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/keyed.log" keep keyed \
-    screen 24x100 run "$(until_hangs keyed)" press Ctrl-C see "The plug-in does not answer" ends 130 \
+    screen 24x100 run "$(until_hangs keyed)" press Ctrl-C see "the plug-in does not respond" ends 130 \
     -- corvane-host --plugin "$ODD_PLUGIN" status &
   CONSOLE_TEST_PLUGIN=hang2 keep late corvane-host --plugin "$ODD_PLUGIN" wait a0 gone --timeout 1s &
   CONSOLE_TEST_PLUGIN=hang3 CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/view.log" keep view \
-    screen 24x100 see "EVENTS (0)" raw '\e[?1049h' run "$(until_hangs view)" press Ctrl-C ends 130 raw '\e[?1049l' see "does not answer" \
+    screen 24x100 see "EVENTS (0)" raw '\e[?1049h' run "$(until_hangs view)" press Ctrl-C ends 130 raw '\e[?1049l' see "does not respond" \
     -- corvane-host --plugin "$ODD_PLUGIN" watch &
   wait
   keep slow own slow attach a0 -y --timeout 1s &
-  keep twice screen 24x100 see "Attaching a0 ..." press Ctrl-C see "is not taken back" press Ctrl-C \
+  keep twice screen 24x100 see "Attaching a0 ..." press Ctrl-C see "will not be rolled back" press Ctrl-C \
     ends -2 -- corvane-host --simulate="$(copy twice)" attach a0 -y &
-  keep once screen 24x100 see "Attaching a0 ..." press Ctrl-C see "is not taken back" ends 130 \
+  keep once screen 24x100 see "Attaching a0 ..." press Ctrl-C see "will not be rolled back" ends 130 \
     -- corvane-host --simulate="$(copy once)" attach a0 -y &
   wait
 }
@@ -44,7 +44,7 @@ stuck() {
 }
 
 # The plug-in would answer after ten minutes.
-@test "a read that hangs is given up after one signal" {
+@test "one signal ends a read that hangs" {
   ended asked 130
   [ "$(cat "$BATS_FILE_TMPDIR/asked.seconds")" -lt 500 ]
   valid asked
@@ -52,7 +52,7 @@ stuck() {
   said asked "corvane-host: interrupted; the plug-in does not respond"
 }
 
-@test "two signals end it at once, also of different kinds" {
+@test "two signals end it immediately, even different ones" {
   ended both 143
   silent both err
 }
@@ -64,28 +64,28 @@ stuck() {
   same "of an earlier run" "$(cat "$BATS_FILE_TMPDIR/kept.prom")"
 }
 
-@test "a wait that is stopped while a read hangs says what it saw" {
+@test "an interrupted wait reports the last value" {
   ended waiting 130
   said waiting "corvane-host: note: a0 was present"
 }
 
-@test "Ctrl-C ends a read that hangs, and gives the terminal back" {
+@test "Ctrl-C ends a read that hangs and restores the terminal" {
   ended keyed 0 || { err keyed; false; }
   ended view 0 || { err view; false; }
 }
 
-@test "a wait on a plug-in that hangs ends with 7" {
+@test "a wait for a plug-in that hangs ends with 7" {
   ended late 7
   said late "corvane-host: the plug-in does not respond"
 }
 
-@test "a job that takes too long ends with 7 and says what goes on" {
+@test "a job that takes too long ends with 7 and reports what continues" {
   ended slow 7
-  said slow "corvane-host: note: attaching a0 has begun and is not taken back"
+  said slow "corvane-host: note: attach a0 is in progress and will not be rolled back"
   said slow "corvane-host: attach a0: not attached within 1 s"
 }
 
-@test "a job is waited for after one Ctrl-C, and left after two" {
+@test "the first Ctrl-C waits for a job, the second exits" {
   ended once 0 || { err once; false; }
   ended twice 0 || { err twice; false; }
   same 2 "$(card once iom_state)"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The help: everything can be found from it, and it tells the truth about each command.
+# The help: everything can be found in it, and it is right about each command.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -14,27 +14,28 @@ setup_file() {
 }
 
 # Names of commands as the general help lists them.
-commands() { out all | sed -n '/^Look/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p'; }
+commands() { out all | sed -n '/^Inspect/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p'; }
 
 # options COMMAND...: the long names in a help, in its order.
 options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep -o -- '--[a-z-]\+'; }
 
-@test "the commands stand in groups" {
+@test "the commands are in groups" {
   ended all 0
-  same "Look Do Export Help Examples" "$(out all | grep -oxE 'Look|Do|Export|Help|Examples' | xargs)"
+  same "Inspect Change Export Help Examples" \
+    "$(out all | grep -oxE 'Inspect|Change|Export|Help|Examples' | xargs)"
   local command group
-  for row in Look:list Look:tree Look:show Look:get Look:status Look:events Look:watch Look:wait Look:check \
-    Look:rows Do:set Do:locate Do:attach Do:detach Do:format Do:online Do:offline Do:op Export:metrics \
+  for row in Inspect:list Inspect:tree Inspect:show Inspect:get Inspect:status Inspect:events Inspect:watch Inspect:wait Inspect:check \
+    Inspect:rows Change:set Change:locate Change:attach Change:detach Change:format Change:online Change:offline Change:op Export:metrics \
     Help:explain Help:plugin Help:help Help:version; do
     IFS=: read -r group command <<<"$row"
     out all | sed -n "/^$group\$/,/^\$/p" | grep -q "^  $command " || { echo "$row"; false; }
   done
 }
 
-@test "what people come for is in the general help" {
+@test "common tasks are in the general help" {
   local task
-  for task in "corvane-host list  *which card is hot" "corvane-host status  *why a card is warning" \
-    "corvane-host locate a1 on --for 5m  *light a card" "corvane-host detach a1 " \
+  for task in "corvane-host list  *find the card that is hot" "corvane-host status  *find out why a card has a warning" \
+    "corvane-host locate a1 on --for 5m  *blink the locate LED" "corvane-host detach a1 " \
     "corvane-host format a0/d0 --capacity 80" "corvane-host wait a1 ok" "corvane-host watch " \
     "corvane-host events --since yesterday" "corvane-host check " "corvane-host metrics " "corvane-host explain 10972"; do
     out all | grep -q "^  $task" || { echo "$task"; false; }
@@ -55,13 +56,13 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   same "Danger Arguments Options Examples" \
     "$(out format | grep -oxE 'Danger|Arguments|Options|Examples' | xargs)"
   out format | grep -q "^  ALL DATA ON THE DRIVE IS LOST\."
-  out format | grep -q "^  DRIVE  A drive: a0/d0"
+  out format | grep -q "^  DRIVE  a drive: a0/d0"
   out format | grep -q "^  4  refused: "
   same "--yes --dry-run --confirm --capacity --sector-size --output --no-headings --quiet --verbose \
 --ascii --color --no-input --plugin --simulate --database --timeout --trace --trace-file --help \
 --version" \
     "$(options format | xargs)"
-  out format | grep -q "^  -n, --dry-run  *Say what would be changed, and change nothing$"
+  out format | grep -q "^  -n, --dry-run  *show what would be changed, without changing it$"
   out format | tr -s ' \n' ' ' | grep -q "for scripts: table, tsv, json, jsonl -H"
 }
 
@@ -76,7 +77,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   done
 }
 
-@test "an example uses a command and options that there are" {
+@test "examples use existing commands and options" {
   local verb rest option
   while read -r verb rest; do
     [ "$verb" != --version ] || continue
@@ -89,7 +90,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
     sed -n 's/^  corvane-host \(.*\)/\1/p' | sed 's/   *.*//')
 }
 
-@test "help behind a half-written command is help for that command" {
+@test "--help after an incomplete command is help for that command" {
   local words
   for words in "format --help" "format a0/d0 --capacity 80 -h" "--help format a0" \
     "format -o tsv --help"; do
@@ -119,7 +120,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   run -2 corvane-host --simulate=/none/cards.json format a0/d0 --capacity medium
 }
 
-@test "an option of another command says where it belongs" {
+@test "an option of another command comes with the commands that accept it" {
   run -2 corvane-host list --follow
   same "corvane-host: list does not accept --follow
   Commands that accept it: events
@@ -128,14 +129,14 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   [[ "$output" == *"-o requires FORM"* ]]
 }
 
-# hint WORDS...: the line that tells what was probably meant.
+# hint WORDS...: the line with the suggestion.
 hint() {
   local words
   words=$(corvane-host --simulate=/none/cards.json "$@" 2>&1 >/dev/null) && false
   grep "Did you mean" <<<"$words"
 }
 
-@test "a slip of the fingers is understood everywhere" {
+@test "mistyped names come with a suggestion everywhere" {
   same "  Did you mean 'list'?" "$(hint lits)"
   same "  Did you mean 'format'?" "$(hint help frmat)"
   same "  Did you mean '--dry-run'?" "$(hint format a0 --dry)"
@@ -147,7 +148,7 @@ hint() {
   same "  Did you mean 'factory'?" "$(hint format a0/d0 --capacity factry)"
 }
 
-@test "without a better word the help is pointed out, of the command if there is one" {
+@test "without a suggestion a usage error refers to the help, of the command if it is known" {
   run -2 corvane-host
   same "corvane-host: missing command
   See: corvane-host help" "$output"
@@ -159,7 +160,7 @@ hint() {
   See: corvane-host help op" "$output"
 }
 
-@test "a column that is none comes with the nearest one" {
+@test "an unknown column comes with a suggestion" {
   make_cards
   same "  Did you mean 'temperature_celsius'?" \
     "$(corvane-host --simulate list -c temprature 2>&1 | grep Did)"

@@ -1,4 +1,4 @@
-# What the stories share: two simulated cards in a folder of their own, and runs of the program
+# What the test files share: two simulated cards in a folder of their own, and runs of the program
 # whose streams and exit code are kept in files, since each run takes more than a second.
 
 PATH="$CORVANE_BUILD/bin:$PATH"
@@ -25,7 +25,7 @@ make_cards() {
   cardsim raise card1 TEMPERATURE_ABOVE_WARN
 }
 
-# A machine of its own for each story: no cards, no configuration, no database, no color.
+# A machine of its own for each test file: no cards, no configuration, no database, no color.
 make_machine() {
   export HOME="$BATS_FILE_TMPDIR" TMPDIR="$BATS_FILE_TMPDIR/tmp" LC_ALL=C.UTF-8
   export CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/config" CORVANE_DATABASE=:memory:
@@ -56,7 +56,7 @@ same() { diff <(printf '%s\n' "$1") <(printf '%s\n' "$2"); }
 # ended NAME CODE
 ended() { same "$2" "$(rc "$1")"; }
 
-# said NAME LINE: the line stands on standard error, whole.
+# said NAME LINE: the line is on standard error.
 said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 
 # silent NAME STREAM: nothing was written to it.
@@ -148,7 +148,7 @@ for edit in edits:
 END
 }
 
-# For stories that change cards: a plug-in that looks often, and jobs that are soon done.
+# For tests that change cards: a plug-in that looks often, and jobs that are soon done.
 make_haste() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local card job
@@ -169,7 +169,7 @@ copy() {
   echo "$file"
 }
 
-# own NAME ARGUMENTS...: runs the host on cards of its own, so that stories run at once.
+# own NAME ARGUMENTS...: runs the host on cards of its own, so that tests run at once.
 own() { corvane-host --simulate="$(copy "$1")" "${@:2}"; }
 
 # card NAME ATTRIBUTE: of card0 in the cards of that name.

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The event log across runs: what earlier ones have seen, whose it is, and since when.
+# The event log across runs: events of earlier runs, their objects, and since when a status holds.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -31,7 +31,7 @@ setup_file() {
   CORVANE_DATABASE="$log" keep plugin host events plugin -o tsv -H &
   CORVANE_DATABASE="$log" keep other host events a1 &
   CORVANE_DATABASE="$log" keep left host events S900 --limit 1 -o tsv -H &
-  CORVANE_DATABASE="$log" keep nobody host events S901 &
+  CORVANE_DATABASE="$log" keep unknown host events S901 &
   CORVANE_DATABASE="$log" keep follow follow_one &
   keep badsince host events --since 2026-02-31 &
   keep badlimit host events --limit -1 &
@@ -104,7 +104,7 @@ follow_one() {
   echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/follow.ends"
 }
 
-# One run sees a card warn, the next one tells since when; then it sees it well, and warn unseen.
+# One run sees a card warn, the next one shows since when; then it sees it well, and warn unseen.
 see_and_forget() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/grown.db"
   local before
@@ -121,7 +121,7 @@ see_and_forget() {
   echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/grown.span"
 }
 
-# Once the plug-in has started; it tells of a change when it has seen it three times.
+# Once the plug-in has started; it reports a change when it has seen it three times.
 one_event_after() {
   local trace="$BATS_FILE_TMPDIR/$1.trace"
   host events -f --limit 0 -o jsonl --trace 2 --trace-file "$trace" | head -n 1 >/dev/null &
@@ -132,13 +132,13 @@ one_event_after() {
 
 words() { out "$1" | cut -f 6 | tr '\n' '|'; }
 
-@test "an empty log says why it is empty" {
+@test "an empty log has a note with the reason" {
   ended none 0
   silent none out
   said none "corvane-host: note: no matching events in the log"
 }
 
-@test "the log is told with the names that the objects have now" {
+@test "the log is shown with the names that the objects have now" {
   ended all 0
   silent all err
   same "time	severity	event_id	event	object	text
@@ -149,7 +149,7 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
 2026-11-20T06:00:00+00:00	error	10957	CTRL_INTERNAL_ERROR	a0	An old entry." "$(out all)"
 }
 
-@test "the log in JSON tells whose event it is, and fits the schema" {
+@test "the log in JSON has the object of each event and matches the schema" {
   valid json lines:5
   same '[["a0", "S100", "BoardX (9)"], ["a0", "S100", "BoardX (9)"], ["a0/d0", "S100", "DriveX (0)"], [null, "S900", "BoardY (1)"], ["a0", null, "SanDisk BoardA (1)"]]' \
     "$(json json '[[e[k] for k in ("object", "serial_number", "source")] for e in d["result"]["events"]]')"
@@ -160,14 +160,14 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
     'del d["result"]["events"][0]["serial_number"]'
 }
 
-@test "a moment cuts the log off exactly" {
+@test "--since is exact to the millisecond" {
   same "Well again.|Another size.|It left.|An old entry.|" "$(words day)"
   same "Another size.|It left.|An old entry.|" "$(words second)"
   same "It left.|An old entry.|" "$(words offset)"
   same "It left.|An old entry.|" "$(words newest)"
 }
 
-@test "days and spans count back from now" {
+@test "days and durations count back from now" {
   same "yesterday recent yesterday
 recent 2h
 1h
@@ -175,7 +175,7 @@ yesterday recent 2d
 before yesterday recent 3d" "$(out relative)"
 }
 
-@test "an object has its own events and those of what is below it" {
+@test "events OBJ includes the objects below it" {
   same "Too hot.|Well again.|Another size.|An old entry.|" "$(words card)"
   same "Another size.|" "$(words drive)"
   same "Too hot.|Well again.|Another size.|An old entry.|" "$(words plugin)"
@@ -183,25 +183,25 @@ before yesterday recent 3d" "$(out relative)"
   silent other out
 }
 
-@test "a card that has gone is found by its serial number, and one that never was is not" {
+@test "a removed card is found by its serial number, an unknown one is not" {
   same "It left.|" "$(words left)"
-  ended nobody 3
-  said nobody "corvane-host: S901: no such object"
+  ended unknown 3
+  said unknown "corvane-host: S901: no such object"
 }
 
-@test "a follower is shown the log first, and ends with its reader" {
+@test "--follow prints the log first and ends with its reader" {
   same "0 0" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
   same '["Too hot."]' "$(json follow '[e["text"] for e in d["result"]["events"]]')"
 }
 
-@test "what is no moment or number is a usage error" {
+@test "an invalid time or number is a usage error" {
   ended badsince 2
   said badsince "corvane-host: --since: invalid time '2026-02-31'"
   ended badlimit 2
   said badlimit "corvane-host: --limit: invalid number '-1'"
 }
 
-@test "a log that cannot be read is an error, and stops nothing but itself" {
+@test "an unreadable log is an error for events only" {
   ended broken 1
   valid broken
   same '["NO_EVENT_LOG"]' "$(json broken '[m["id"] for m in d["messages"]]')"
@@ -210,12 +210,12 @@ before yesterday recent 3d" "$(out relative)"
   silent brokenodd out
   ended nodatabase 1
   same "corvane-host: cannot read the event log /etc/passwd: file is not a database
-  Another one can be named with --database." "$(err nodatabase)"
+  Pass another database with --database." "$(err nodatabase)"
   ended statusbroken 0
   same 1 "$(err statusbroken | grep -c 'cannot use the event log: unable to open database file')"
 }
 
-@test "a log that may only be read is read, and left as it is" {
+@test "a read-only log is read and not changed" {
   ended nowrite 0
   silent nowrite err
   same "Too hot.|Well again.|Another size.|It left.|An old entry.|" "$(words nowrite)"
@@ -223,24 +223,24 @@ before yesterday recent 3d" "$(out relative)"
   cmp "$BATS_FILE_TMPDIR/log.db" "$BATS_FILE_TMPDIR/other444/log.db"
 }
 
-@test "a log that may not be read is a question of permission" {
+@test "a log without read permission is exit code 6" {
   ended noread 6
   valid noread
   said noread "corvane-host: cannot read the event log $BATS_FILE_TMPDIR/other000/log.db: Permission denied"
 }
 
-@test "a full log is quick to show its newest entries" {
+@test "the newest entries of a full log are shown quickly" {
   same 20000 "$(out newest20000 | wc -l)"
   awk '{cost[NR] = $1 + $2 - cost[1]} END {half = cost[4] / 2; exit !(cost[2] < half && cost[3] < half)}' \
     "$BATS_FILE_TMPDIR/costs" || { cat "$BATS_FILE_TMPDIR/costs"; false; }
   same 50 "$(out newest50 | wc -l)"
   same "Entry 19951." "$(out newest50 | head -1 | cut -f 6)"
   same "Entry 20000." "$(out newest50 | tail -1 | cut -f 6)"
-  said newest50 "corvane-host: note: the newest 50 events are shown; the log has older ones"
+  said newest50 "corvane-host: note: showing the newest 50 events; the log has older ones"
   same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(words newest3)"
 }
 
-@test "one run tells since when it is so as another one has seen it" {
+@test "one run shows since when as another one has seen it" {
   read -r before after <"$BATS_FILE_TMPDIR/grown.span"
   valid since
   local since
@@ -254,7 +254,7 @@ before yesterday recent 3d" "$(out relative)"
     "$BATS_FILE_TMPDIR/sincetext.out"
 }
 
-@test "what began unseen has no beginning" {
+@test "a status that began while no host was running has no start" {
   valid unseen
   same '[["a0", "WARNING", null], ["a0/d0", "AVAILABLE", null], ["a1", "WARNING", null], ["a1/d0", "AVAILABLE", null]]' \
     "$(json unseen '[[o["object"], o["status"], o["since"]] for o in d["result"]["objects"]]')"
@@ -262,7 +262,7 @@ before yesterday recent 3d" "$(out relative)"
     'd["result"]["objects"][0]["since"] = "05:31"'
 }
 
-@test "the log outlives the card and the name of its place" {
+@test "the log survives the card and its positional name" {
   same '[[null, "S100", "CTRL_CORRECTABLE_PCI_ERRORS"], [null, "S100", "CTRL_NORMAL"]]' \
     "$(json moved '[[e[k] for k in ("object", "serial_number", "event")] for e in d["result"]["events"]]')"
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The manual pages tell of what there is, and of nothing else; and what is installed works.
+# The manual pages match the programs, and an installation works.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -12,10 +12,10 @@ page() { groff -man -Tutf8 -P-cbou "$PAGES/$1.1"; }
 # section PAGE TITLE: its lines.
 section() { page "$1" | sed -n "/^$2\$/,/^[A-Z]/p" | sed '1d'; }
 
-# The terms of a section stand less far to the right than what explains them.
+# The terms of a section are indented less than their explanations.
 terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 
-@test "the pages are well made" {
+@test "the pages are valid" {
   local name
   for name in corvane-host cardsim; do
     [ -s "$PAGES/$name.1" ]
@@ -25,7 +25,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 
 @test "the page has the commands of the help, and no others" {
   local help page
-  help=$(corvane-host --help | sed -n '/^Look/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p')
+  help=$(corvane-host --help | sed -n '/^Inspect/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p')
   page=$(terms corvane-host COMMANDS | awk '{print $1}')
   [ "$(wc -l <<<"$help")" -ge 22 ]
   same "$help" "$page"
@@ -63,7 +63,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
     "$(terms cardsim COMMANDS)"
 }
 
-@test "installed, the program finds plug-in and simulator, and shells and man find theirs" {
+@test "an installation has plug-in, simulator, completion and manual pages" {
   make_machine
   local root="$BATS_FILE_TMPDIR/root"
   cmake --install "$CORVANE_BUILD" --prefix "$root" >"$BATS_FILE_TMPDIR/install.log"

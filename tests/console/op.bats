@@ -18,7 +18,7 @@ setup_file() {
   wait
   keep unlit own unlit op run a0 OP_STOP_LOCATE_DEVICE &
   keep force own force op run a0 50128 -y &
-  keep nobody own nobody op run a0 op_force_detach &
+  keep unasked own unasked op run a0 op_force_detach &
   keep plan own plan op run a0/d0 format_device FORMATTING=CUSTOM SIZE=50 BLOCK_SIZE=4096 -n &
   keep severe own severe op run a0/d0 50026 -y &
   keep unknown own unknown op run a0 60000 -y &
@@ -32,7 +32,7 @@ setup_file() {
   wait
 }
 
-@test "the listed operations say whether they can be done now" {
+@test "op list shows whether each operation is possible now" {
   same "number	name	possible	caption
 50034	OP_LOCATE_DEVICE	yes	Switch the locate LED on
 50035	OP_STOP_LOCATE_DEVICE	ERR_NO_LOCATE_STARTED	Switch the locate LED off
@@ -45,7 +45,7 @@ setup_file() {
     "$(json drive '[d["result"]["operations"], d["messages"][0]["id"]]')"
 }
 
-@test "a check tells what the plug-in says, and changes nothing" {
+@test "op check prints the plug-in's result and changes nothing" {
   ended can 0
   ended cannot 4
   valid can cannot
@@ -56,7 +56,7 @@ setup_file() {
   untouched list
 }
 
-@test "an operation is run by name and by number, the unlisted one too" {
+@test "op run accepts names and numbers, even of unlisted operations" {
   ended light 0
   same "a0 locate LED: off -> on" "$(out light)"
   ended force 0
@@ -64,7 +64,7 @@ setup_file() {
   same 0 "$(card force iom_state)"
 }
 
-@test "what the plug-in refuses is refused with its number" {
+@test "an operation that the plug-in refuses fails with its error number" {
   ended unlit 4
   said unlit "corvane-host: locate a0: locate LED already off (20041)"
   ended unknown 1
@@ -72,21 +72,21 @@ setup_file() {
   untouched unlit unknown
 }
 
-@test "danger is the same whatever the way" {
-  ended nobody 4
+@test "op run requires the same confirmation as the command" {
+  ended unasked 4
   ended severe 4
   said severe "corvane-host: format a0/d0: not a terminal"
-  untouched nobody severe
+  untouched unasked severe
 }
 
-@test "a format's arguments stand in its plan" {
+@test "a format's arguments are in its plan" {
   ended plan 0
   grep -qx "  Change  .* -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B" \
     "$BATS_FILE_TMPDIR/plan.out"
   untouched plan
 }
 
-@test "slips are usage errors with something better" {
+@test "mistyped arguments are usage errors with a suggestion" {
   local name
   for name in name kind argument extra action few; do
     echo "$name"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Every question as a person sees and answers it, and what is left of the card afterwards.
+# Every prompt as a user sees and answers it, and the state of the card afterwards.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -21,7 +21,7 @@ setup_file() {
 
   on yes 24x120 see "Detach the adapter? [y/N]" press y press Enter ends 0 \
     see "Detaching a0 ... 0:" see "a0: attached -> detached" -- detach a0 &
-  on no 24x120 see "[y/N]" press n press Enter ends 4 see "it was not wanted" -- detach a0 &
+  on no 24x120 see "[y/N]" press n press Enter ends 4 see "canceled" -- detach a0 &
   on enter 24x120 see "[y/N]" press Enter ends 4 see "Nothing was changed." -- detach a0 &
   on eof 24x120 see "[y/N]" press Ctrl-D ends 4 see "Nothing was changed." -- detach a0 &
   on halt 24x120 see "[y/N]" press Ctrl-C ends 130 see "Nothing was changed." -- detach a0 &
@@ -41,7 +41,7 @@ setup_file() {
     -- format a0/d0 --capacity 50 &
   wait
   on formatno 24x120 see "(Enter cancels):" press y press Enter ends 4 -- format a0/d0 --capacity 50 &
-  on formatenter 24x120 see "(Enter cancels):" press Enter ends 4 see "it was not wanted" -- format a0/d0 --capacity 50 &
+  on formatenter 24x120 see "(Enter cancels):" press Enter ends 4 see "canceled" -- format a0/d0 --capacity 50 &
   on formathalt 24x120 see "(Enter cancels):" press S1 press Ctrl-C ends 130 see "Nothing was changed." -- format a0/d0 --capacity 50 &
   on formateof 24x120 see "(Enter cancels):" press Ctrl-D ends 4 see "Nothing was changed." -- format a0/d0 --capacity 50 &
   on formatyes 24x120 see "(Enter cancels):" press Enter ends 4 -- format a0/d0 --capacity 50 -y &
@@ -51,7 +51,7 @@ setup_file() {
   on attach 24x120 see "Attach the adapter? [y/N]" press yes press Enter ends 0 \
     see "Attaching a0 ... 0:" see "a0: detached -> attached" -- attach a0 &
   on offline 24x120 see "[y/N]" press Ctrl-C ends 130 see "Nothing was changed." -- offline a0/d0 &
-  on forced 24x120 see "By force: " see "[y/N]" press Enter ends 4 -- detach a0 --force &
+  on forced 24x120 see "Forced: " see "[y/N]" press Enter ends 4 -- detach a0 --force &
   on op 24x120 see "[y/N]" press no press Enter ends 4 -- op run a0 DETACH &
   on opformat 24x120 see "(Enter cancels):" press S101 press Enter ends 4 -- op run a0/d0 FORMAT_DEVICE &
   wait
@@ -91,76 +91,76 @@ played() {
   done
 }
 
-# as_before NAME...: attached cards that nobody touched.
+# as_before NAME...: attached cards that are unchanged.
 as_before() {
   local name
   for name; do cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/$name.json"; done
 }
 
-@test "a yes does it" {
+@test "y confirms" {
   played yes dumb
   same 0 "$(card yes iom_state)"
   same 0 "$(card dumb iom_state)"
 }
 
-@test "a no, an empty line and the end of input do not" {
+@test "n, an empty line and the end of input cancel" {
   played no enter eof
   as_before no enter eof
 }
 
-@test "Ctrl-C at a question ends with 130 and changes nothing" {
+@test "Ctrl-C at a prompt exits with 130 and changes nothing" {
   played halt
   as_before halt
 }
 
-@test "each operation that may disturb asks" {
+@test "each operation of medium risk prompts" {
   played attach offline forced op opformat
   same 2 "$(card attach iom_state)"
   as_before offline forced op
   untouched opformat
 }
 
-@test "the answer can be edited, also on a narrow terminal" {
+@test "the answer can be edited, even on a narrow terminal" {
   played edit narrow
   as_before edit narrow
 }
 
-@test "the question is not in the answer" {
+@test "the prompt is not on standard output" {
   played piped
   cp "$BATS_FILE_TMPDIR/piped.answer" "$BATS_FILE_TMPDIR/answer.out"
   same "a0: attached -> detached" "$(untimed answer)"
 }
 
-@test "the right serial number formats the drive, and the light blinks until then" {
+@test "the right serial number formats the drive, and the locate LED blinks until then" {
   played right
   same false "$(card right beacon_state)"
   same 549755813888 "$(card right iom_format_size_bytes)"
 }
 
-@test "another serial number leaves the card as it is" {
+@test "another serial number changes nothing" {
   played wrong almost formatno
   untouched wrong almost formatno
 }
 
-@test "an empty line, the end of input and Ctrl-C leave the drive as it is, also with -y" {
+@test "an empty line, the end of input and Ctrl-C cancel a format, even with --yes" {
   played formatenter formateof formathalt formatyes
   untouched formatenter formateof formathalt formatyes
 }
 
-@test "a dry run asks nothing and leaves the drive as it is" {
+@test "a dry run does not prompt and changes nothing" {
   played dry
   untouched dry
   run ! grep -q "Enter stops" "$BATS_FILE_TMPDIR/dry.out"
 }
 
-@test "without a terminal, and when nothing may be asked, it is refused" {
+@test "format refuses without a terminal and with --no-input" {
   ended script 4
   said script "  Nothing was changed."
   played noinput noquestion
   untouched script noinput noquestion
 }
 
-@test "a drive that is in use is not even asked about" {
+@test "a drive in use is refused without a prompt" {
   played mounted
   untouched mounted
 }

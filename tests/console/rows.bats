@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The rows that the plug-in writes into the host's database.
+# The rows that the plug-in writes to the host's database.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -52,7 +52,7 @@ plugin	1	pi_vendor	Skatra
 plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
 }
 
-@test "rows in JSON have numbers, texts and lists, and fit the schema" {
+@test "rows in JSON have numbers, texts and lists and match the schema" {
   valid json
   same '["adapter", "drive", "plugin"]' "$(json json '[t["table"] for t in d["result"]["tables"]]')"
   same '[1, 1, 1]' "$(json json '[t["count"] for t in d["result"]["tables"]]')"
@@ -63,21 +63,21 @@ plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
   same false "$(json json '"ad_bios_version" in d["result"]["tables"][0]["rows"][0]')"
 }
 
-@test "the schema refuses other tables and columns" {
+@test "the schema rejects unknown tables and columns" {
   refused json 'd["result"]["tables"] = []' 'd["result"]["tables"][0]["table"] = "volume"' \
     'd["result"]["tables"][0]["rows"][0]["ad_model"] = None' \
     'd["result"]["tables"][0]["rows"][0]["model"] = "x"' \
     'del d["result"]["tables"][0]["rows"][0]["ID"]'
 }
 
-@test "a table that is not there is refused with the names of the others" {
+@test "an unknown table is refused with the names of the others" {
   ended wrong 2
   valid wrong
   grep -q "unknown table 'drives'" "$BATS_FILE_TMPDIR/wrong.err"
   grep -q "Tables: adapter, drive, plugin" "$BATS_FILE_TMPDIR/wrong.err"
 }
 
-@test "a database that cannot be read is a failure, and the plug-in starts all the same" {
+@test "an unreadable database is a failure, and the plug-in starts anyway" {
   ended broken 1
   valid broken
   same '["DATABASE_FAILED", "libCorvane.so"]' \
@@ -85,7 +85,7 @@ plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
   grep -q "unable to open database file" "$BATS_FILE_TMPDIR/broken.err"
 }
 
-@test "two hosts that are started together write each row once" {
+@test "two hosts that start at the same time write each row once" {
   local round name
   for round in 1 2 3; do
     start_together "$BATS_TEST_TMPDIR/together.db"
@@ -101,7 +101,7 @@ print(len(serials), len(set(serials)))' "$BATS_TEST_TMPDIR/together.db")"
   done
 }
 
-@test "a database that another user has put there is not used, and left as it is" {
+@test "another user's database is neither used nor changed" {
   [ "$(id -u)" -eq 0 ] || skip "only root can make the files of another user"
   local shared="$BATS_TEST_TMPDIR/shared" name
   mkdir -m 1777 "$shared"

@@ -1,16 +1,16 @@
 #!/usr/bin/python3
-"""Runs a program on a terminal, presses keys, and tells what a person sees.
+"""Runs a program on a terminal, presses keys, and prints what a user sees.
 
 Usage: screen.py ROWSxCOLUMNS STEP... -- COMMAND...
 
 Steps, in order:
-  see TEXT         wait until the text stands on the screen
-  gone TEXT        wait until it stands there no more
+  see TEXT         wait until the text is on the screen
+  gone TEXT        wait until it is not on the screen
   press KEYS       as typed, or Enter, Up, Down, Left, Escape, Backspace, Ctrl-C, Ctrl-D
   size ROWSxCOLS   change the terminal's size
   run COMMAND      in a shell, beside it
-  colored TEXT    whether it stands there in a color of its own
-  uncolored TEXT  whether it stands there in none
+  colored TEXT    whether it is there in a color of its own
+  uncolored TEXT  whether it is there without a color
   print            write the screen to standard output
   ends CODE        wait until the program ends, with this exit code, or with any, and with the
                    terminal as it was
@@ -138,14 +138,14 @@ def play(terminal, steps):
             print(terminal.text())
             continue
         argument = steps.pop(0)
-        told = f"{verb} {argument}"
+        message = f"{verb} {argument}"
         if verb == "see":
-            terminal.until(told, lambda: argument in terminal.text())
+            terminal.until(message, lambda: argument in terminal.text())
         elif verb == "gone":
-            terminal.until(told, lambda: argument not in terminal.text())
+            terminal.until(message, lambda: argument not in terminal.text())
         elif verb in ("colored", "uncolored"):
             if terminal.is_colored(argument) != (verb == "colored"):
-                terminal.fail(told)
+                terminal.fail(message)
         elif verb == "press":
             terminal.child.send(KEYS.get(argument, argument))
         elif verb == "size":
@@ -153,18 +153,18 @@ def play(terminal, steps):
         elif verb == "run":
             subprocess.run(argument, shell=True, check=True, stdout=subprocess.DEVNULL)
         elif verb == "ends":
-            terminal.until(told, terminal.has_ended)
+            terminal.until(message, terminal.has_ended)
             terminal.take(0.2)
             if argument not in ("any", str(terminal.code())):
-                terminal.fail(f"{told}: it ended with {terminal.code()}")
+                terminal.fail(f"{message}: it ended with {terminal.code()}")
             if terminal.modes() != modes:
                 terminal.fail("the terminal's modes are not as they were")
         elif verb in ("raw", "never"):
             bytes_wanted = codecs.escape_decode(argument.replace("\\e", "\\x1b"))[0]
             if (bytes_wanted in terminal.sent) != (verb == "raw"):
-                terminal.fail(told)
+                terminal.fail(message)
         else:
-            terminal.fail(f"unknown step: {told}")
+            terminal.fail(f"unknown step: {message}")
 
 
 def main():

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What a start runs into, and what it leaves when it is killed.
+# Failures during start, and what remains after the program is killed.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -21,19 +21,19 @@ without_threads() {
     keep "$name" timeout 100 corvane-host "$@"
 }
 
-@test "a plug-in that hangs at the end ends with the program when there is no thread to stop it" {
+@test "a plug-in that hangs at the end is abandoned if no thread can be started" {
   local log="$BATS_TEST_TMPDIR/log"
   # Threads are used up with the plug-in's first line, so after its start.
   export CONSOLE_TEST_LOG="$log" CONSOLE_TEST_NO_THREADS="$log"
   CONSOLE_TEST_PLUGIN="hang in DeInitialize" without_threads unstopped --plugin "$ODD_PLUGIN" list
   unset CONSOLE_TEST_LOG CONSOLE_TEST_NO_THREADS
   ended unstopped 1
-  said unstopped "corvane-host: note: no thread can be started to stop the plug-in; the program ends without it"
+  said unstopped "corvane-host: note: cannot start a thread to stop the plug-in; exiting without stopping it"
   said unstopped "corvane-host: cannot start a thread: Resource temporarily unavailable"
   same "Initialize" "$(cat "$log")"
 }
 
-@test "a configuration that may not be read is not to be removed" {
+@test "advice for an unreadable configuration is not to remove it" {
   local config="$BATS_TEST_TMPDIR/config"
   mkdir "$config"
   echo PollInterval=20 >"$config/Corvane.ini"
@@ -41,16 +41,16 @@ without_threads() {
   CORVANE_CONFIG_DIR="$config" keep denied unprivileged corvane-host list
   ended denied 6
   same "corvane-host: cannot read $config/Corvane.ini: Permission denied
-  See who may read it and the folders above it: namei -l $config/Corvane.ini
-  Run this as its owner, or as root; nothing was changed." "$(err denied)"
+  Check the permissions of the file and its folders: namei -l $config/Corvane.ini
+  Run this as its owner or as root. Nothing was changed." "$(err denied)"
 }
 
-@test "a configuration that is not an ini file is to be repaired or removed" {
+@test "advice for an invalid configuration is to repair or remove it" {
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval\0 [[[\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep damaged corvane-host list
   ended damaged 1
-  same "  Repair or remove it; nothing was changed." "$(err damaged | tail -n +2)"
+  same "  Repair or remove it. Nothing was changed." "$(err damaged | tail -n +2)"
 }
 
 nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }
@@ -74,7 +74,7 @@ killed() {
   done
 }
 
-@test "a simulation is not made in a folder that another user could exchange" {
+@test "a simulation is not created in a folder that another user could replace" {
   [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
   mkdir "$BATS_TEST_TMPDIR/tmp"
   chown "65534" "$BATS_TEST_TMPDIR/tmp"
@@ -83,7 +83,7 @@ killed() {
   said tmp "corvane-host: cannot simulate cards: $BATS_TEST_TMPDIR/tmp belongs to uid 65534"
 }
 
-@test "without its worker a plug-in still tells what it read, with a note" {
+@test "without its worker a plug-in still shows what it read, with a note" {
   without_threads list list -o value
   ended list 0
   same "a0
@@ -93,7 +93,7 @@ a1/d0" "$(out list)"
   said list "corvane-host: note: the plug-in could not start the thread that polls the cards; no events will arrive"
 }
 
-@test "without the worker nothing is waited for that never comes" {
+@test "without the worker thread, commands that wait for events fail" {
   local name
   without_threads wait wait a0 gone
   without_threads watch watch
@@ -111,10 +111,10 @@ a1/d0" "$(out list)"
   without_threads attach attach a0 -y
   cardsim set card0 iom_state 2
   ended attach 1
-  said attach "corvane-host: attach a0: the plug-in could not start a thread for it"
+  said attach "corvane-host: attach a0: the plug-in could not start a thread"
 }
 
-@test "a thread that the program itself cannot have is told" {
+@test "a thread that the program cannot start is reported" {
   # The stacks of threads are as large as this limit, and none of them fits.
   # shellcheck disable=SC2016  # for the other shell
   keep thread bash -c 'ulimit -s 8000000 && ulimit -v 4000000 && exec corvane-host list'

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What is wrong with the cards, why, and what to do; and waiting until it is otherwise.
+# Problems of the cards, causes and actions; and waiting for a condition.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -81,7 +81,7 @@ unread() {
   echo "$code"
 } 2>"$BATS_FILE_TMPDIR/unread.times"
 
-@test "status says what is wrong, why, and what to do" {
+@test "status shows problems, causes and actions" {
   ended all 0
   silent all err
   same "a0  ok
@@ -91,7 +91,7 @@ a1  WARNING
     see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
 }
 
-@test "the drive of a detached card is told as detached, and to scripts as the plug-in calls it" {
+@test "the drive of a detached card is shown as detached, and with the plug-in's status to scripts" {
   same "a0/d0  detached" "$(out sickdrive)"
   grep -qE "^a0/d0 +DriveA \(0\) +detached " "$BATS_FILE_TMPDIR/sicklist.out"
   same "a0/d0	AVAILABLE" "$(out sicktsv | grep a0/d0)"
@@ -101,14 +101,14 @@ a1  WARNING
     "$(json sickjson '[o["status"] for o in d["result"]["objects"] if o["object"] == "a0/d0"]')"
 }
 
-@test "a ratio may be compared in per cent, and nothing else" {
+@test "only a ratio may be compared in percent" {
   ended wornless 0
   ended wornout 7
   ended hotper 2
   said hotper "corvane-host: '5%' is not a number"
 }
 
-@test "a reason stands with what was measured and its limit" {
+@test "a reason is shown with its reading and limit" {
   ended ascii 0
   same "a0     WARNING
     why   Detached
@@ -119,15 +119,15 @@ a1     FAILED
     do    Cool the card immediately: stop its load, and fix fans and airflow.
     see   corvane-host explain TEMPERATURE_ABOVE_ERROR;  corvane-host events a1
 a1/d0  FAILED
-    why   the plug-in tells no reason
+    why   the plug-in reports no reason
     see   corvane-host show a1/d0" "$(out ascii)"
 }
 
-@test "a drive that is asked for is told also when it is well" {
+@test "a drive that is requested is shown even if it is healthy" {
   same "a0/d0  available" "$(out drive)"
 }
 
-@test "status for scripts has a line for each reason" {
+@test "status as tsv has one row per reason" {
   same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning threshold: temperature unknown, warning 78 °C	Check fans and airflow around the card, or reduce its load.
 a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
@@ -145,25 +145,25 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   silent none out
 }
 
-@test "what is so already needs no wait" {
+@test "a condition that is already true returns at once" {
   ended already 0
   silent already err
   out already | grep -qxE 'a1 warning: WARNING after [0-9.]+ s'
   same "TEMPERATURE_ABOVE_WARN,ATTACHED" "$(out reason)"
 }
 
-@test "a wait ends when the plug-in has seen the change" {
+@test "a wait ends when the plug-in reports the change" {
   ended soon 0
   grep -qE '^a1 status!=WARNING: OK after [0-9.]+ s$' "$BATS_FILE_TMPDIR/soon.out"
 }
 
-@test "a card that is taken out is gone, although another one now has its place" {
+@test "a removed card is gone, although another one now has its positional name" {
   ended leave 0
   grep -qE '^a0 gone: gone after [1-9][0-9.]* s$|^a0 gone: gone after 0[.][1-9] s$' \
     "$BATS_FILE_TMPDIR/leave.out"
 }
 
-@test "a wait that takes too long ends with 7 and says what it saw" {
+@test "a wait that times out ends with 7 and reports the last value" {
   ended late 7
   silent late out
   said late "corvane-host: wait a0 temperature_celsius<40: timed out after 1.0 s, last value 48.2"
@@ -172,13 +172,13 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   same '[7, "TIMED_OUT"]' "$(json latejson '[d["exit_code"], d["messages"][-1]["id"]]')"
 }
 
-@test "an unknown number is neither small nor large, nor another one" {
+@test "a comparison with an unknown number is never true" {
   ended lacking 7
   ended other 7
   said lacking "corvane-host: wait a1 temperature_celsius<400: timed out after 0.0 s, last value -"
 }
 
-@test "no such object ends a wait, unless that is what is waited for" {
+@test "an unknown object ends a wait, except with gone and present" {
   ended absent 3
   said absent "corvane-host: a7: no such object"
   ended gone 0
@@ -189,7 +189,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
     "$(json present '[d["result"][k] for k in ("object", "condition", "seen")]')"
 }
 
-@test "what is no condition is told before the plug-in is started" {
+@test "an invalid condition is reported before the plug-in is started" {
   ended word 2
   said word "  Did you mean 'attached'?"
   ended number 2
@@ -198,17 +198,17 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   said property "corvane-host: a0: no property 'temperatur'"
 }
 
-@test "a wait that is stopped ends with 130 and says what it saw" {
+@test "an interrupted wait ends with 130 and reports the last value" {
   ended stopped 130
   said stopped "corvane-host: note: a0 was present"
 }
 
-@test "a wait whose reader has gone goes on, and at rest" {
+@test "a wait whose reader is gone continues, without using the processor" {
   same 7 "$(out unread)"
   tail -1 "$BATS_FILE_TMPDIR/unread.times" | awk '{exit !($1 >= 4 && $2 + $3 < $1 / 4)}'
 }
 
-@test "events are followed as the worker finds them, and end with their reader" {
+@test "events -f prints events as the worker finds them and ends with its reader" {
   same "0 0" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
   valid follow
   same '[[10970, "CTRL_CORRECTABLE_PCI_ERRORS", "warning", "a0"]]' \

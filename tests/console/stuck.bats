@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# A plug-in or a card library that never comes back: every command ends all the same.
+# A plug-in or card library that never returns: every command ends anyway.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -20,7 +20,7 @@ every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
   every signal
 }
 
-@test "an answer is not lost to a plug-in that does not stop" {
+@test "a result is printed even if the plug-in does not stop" {
   CONSOLE_TEST_PLUGIN="hang in DeInitialize" keep stop \
     timeout 100 corvane-host --plugin "$ODD_PLUGIN" list -o value
   ended stop 0
@@ -28,14 +28,14 @@ every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
 a0/d0
 a1
 0x0000000000000031" "$(out stop)"
-  said stop "corvane-host: note: the plug-in does not stop; the program ends without it"
+  said stop "corvane-host: note: the plug-in does not stop; exiting without it"
 }
 
 @test "a change that times out may still take effect, and says so" {
   CONSOLE_TEST_PLUGIN="hang in SetProperty" keep set \
     timeout 100 corvane-host --plugin "$ODD_PLUGIN" set plugin poll_interval=30 --timeout 1s
   ended set 7
-  said set "  The command may still take effect: see what it did with show."
+  said set "  The command may still take effect; check with show."
 }
 
 @test "a card library that hangs ends the command with 7" {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What changes when the answer goes to a terminal.
+# Differences between a terminal and a pipe.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -56,7 +56,7 @@ colored() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
 
 @test "--color always is stronger than NO_COLOR" { colored always; }
 
-@test "a narrow terminal cuts nothing" {
+@test "a narrow terminal truncates nothing" {
   plain auto | grep -q "a1 .*MOLT EP PX600 (2) .*WARNING .*0000:5e:00.0 S200$"
   same "$(plain auto)" "$(plain never)"
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What goes wrong: exit codes, one clear message, nothing touched, nothing left behind.
+# Failures: exit codes, one clear message, no changes and no leftover files.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -47,7 +47,7 @@ with_config() {
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep config "${@:2}"
 }
 
-@test "no card is no error: an empty answer, and a note that says why" {
+@test "no cards is not an error: an empty result and a note" {
   local name
   for name in empty bus; do
     ended "$name" 0
@@ -58,7 +58,7 @@ with_config() {
   same "plugin SanDisk-Plugin" "$(out emptytree | sed -e 1d -e 's/  */ /g')"
 }
 
-@test "a quiet host keeps the note to itself" {
+@test "--quiet suppresses the note" {
   ended quiet 0
   silent quiet out
   silent quiet err
@@ -70,14 +70,14 @@ with_config() {
   grep -q "^corvane-host: cannot start the plug-in: .* (20012)$" "$BATS_FILE_TMPDIR/deaf.err"
 }
 
-@test "a damaged file of cards is told and left as it is" {
+@test "a damaged file of cards is reported and not changed" {
   ended damaged 1
   silent damaged out
   grep -q "^corvane-host: cannot simulate cards: .*damaged.json" "$BATS_FILE_TMPDIR/damaged.err"
   same '{"cards": [' "$(cat "$BATS_FILE_TMPDIR/damaged.json")"
 }
 
-@test "a missing file of cards is told and not made" {
+@test "a missing file of cards is reported and not created" {
   ended missing 1
   grep -q "^corvane-host: cannot simulate cards: .*missing.json" "$BATS_FILE_TMPDIR/missing.err"
   [ ! -e "$BATS_FILE_TMPDIR/missing.json" ]
@@ -87,7 +87,7 @@ with_config() {
   same "" "$(ls -A "$TMPDIR")"
 }
 
-@test "a damaged configuration stops the start, and is left as it is" {
+@test "a damaged configuration prevents the start and is not changed" {
   with_config "$BATS_FILE_TMPDIR/damaged.ini" host set plugin poll_interval=30
   ended config 1
   silent config out
@@ -96,7 +96,7 @@ with_config() {
   cmp "$BATS_FILE_TMPDIR/damaged.ini" "$BATS_TEST_TMPDIR/config/Corvane.ini"
 }
 
-@test "a configuration that may not be read is a question of permission" {
+@test "a configuration without read permission is exit code 6" {
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval=20\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   chmod 000 "$BATS_TEST_TMPDIR/config/Corvane.ini"
@@ -105,7 +105,7 @@ with_config() {
   grep -q "/config/Corvane.ini: Permission denied$" "$BATS_FILE_TMPDIR/denied.err"
 }
 
-@test "an unknown verb, option, object or column comes with a better one" {
+@test "an unknown verb, option, object or column comes with a suggestion" {
   run -2 corvane-host lsit
   [[ "$output" == *"unknown command 'lsit'"*"Did you mean 'list'?"* ]]
   run -2 corvane-host list --colour always
@@ -119,13 +119,13 @@ with_config() {
   [[ "$output" == *"Did you mean 'CTRL_NORMAL'?"* ]]
 }
 
-@test "the file of the cards behind a space is told with its sign" {
+@test "the file of the cards after a space comes with the right form" {
   run -2 corvane-host --simulate /tmp/cards.json list
   same "corvane-host: unknown command '/tmp/cards.json'
-  If it is the file of the cards: --simulate=/tmp/cards.json" "$output"
+  To use it as the file of simulated cards: --simulate=/tmp/cards.json" "$output"
 }
 
-@test "a failure names its command as soon as the verb is known" {
+@test "a failure has the command in its envelope if the verb is known" {
   local words
   for words in "show a1 -o jsonl" "show a1 -c x -o json" "show -o json" "show a1 --nope -o json"; do
     # shellcheck disable=SC2086  # words
@@ -136,7 +136,7 @@ with_config() {
   same null "$(corvane-host complete -o json 2>/dev/null | jq -r .command)"
 }
 
-@test "a reader that has gone is no failure" {
+@test "a reader that is gone is not a failure" {
   local command
   for command in metrics list; do
     run bash -c 'corvane-host --simulate "$1" 2>"$2" | true; echo "${PIPESTATUS[0]}"' \
@@ -146,11 +146,11 @@ with_config() {
   done
 }
 
-@test "a name of two objects is never a guess" {
+@test "an ambiguous name is an error" {
   ended serials 3
   silent serials out
   said serials "corvane-host: SAME: ambiguous, matches 2 objects"
-  grep -q "^  They are: a0 (.*, 0x0000000000000020), a1 (.*, 0x0000000000000021)$" \
+  grep -q "^  Matches: a0 (.*, 0x0000000000000020), a1 (.*, 0x0000000000000021)$" \
     "$BATS_FILE_TMPDIR/serials.err"
 }
 
@@ -164,12 +164,12 @@ with_config() {
   done
 }
 
-@test "levels that are none are a usage error" {
+@test "invalid trace levels are a usage error" {
   run -2 corvane-host --trace 2,x list
   [[ "$output" == *"--trace: invalid levels '2,x'"* ]]
 }
 
-@test "trace lines go to the file or to standard error, never into the answer" {
+@test "the trace is written to the file or to standard error only" {
   same "a0
 a0/d0
 a1
@@ -180,7 +180,7 @@ a1/d0" "$(out tracefile)"
   grep -q "ENTER GetTopology" "$BATS_FILE_TMPDIR/traceerr.err"
 }
 
-@test "a file that is no plug-in does not load" {
+@test "a file that is not a plug-in is not loaded" {
   run -5 corvane-host --plugin /none/libCorvane.so list
   [[ "$output" == *"file not found: /none/libCorvane.so"* ]]
   run -5 corvane-host --plugin "$BATS_FILE_TMPDIR/cards.json" list
@@ -189,7 +189,7 @@ a1/d0" "$(out tracefile)"
   [[ "$output" == *"libhostkit.so is not a storage plug-in: no symbol createIf"* ]]
 }
 
-@test "a plug-in of another interface version is not fit" {
+@test "a plug-in of another interface version is incompatible" {
   ended version 5
   grep -q "has interface version 3, this host requires version 2$" "$BATS_FILE_TMPDIR/version.err"
   ended memory 5
@@ -200,7 +200,7 @@ a1/d0" "$(out tracefile)"
   grep -q "^corvane-host: cannot start the plug-in: .* (20011)$" "$BATS_FILE_TMPDIR/locks.err"
 }
 
-@test "a plug-in that refuses its adapters' numbers is stopped and told" {
+@test "a plug-in that refuses its adapters' numbers is stopped and reported" {
   ended numbers 1
   silent numbers out
   grep -qE "^corvane-host: cannot number the adapters: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
@@ -210,7 +210,7 @@ DeInitialize
 gone" "$(cat "$BATS_FILE_TMPDIR/numbers.log")"
 }
 
-@test "what a plug-in prints by itself does not spoil the answer" {
+@test "what a plug-in prints is not mixed with the result" {
   same "a0
 a0/d0
 a1
@@ -224,7 +224,7 @@ noise 10
 noise 3" "$(err verbose)"
 }
 
-@test "an answer that cannot be written is a failure" {
+@test "output that cannot be written is a failure" {
   ended full 1
   said full "corvane-host: cannot write the output: No space left on device"
 }
@@ -236,7 +236,7 @@ noise 3" "$(err verbose)"
   done
 }
 
-@test "Ctrl-C while the plug-in starts stops it in good order" {
+@test "Ctrl-C while the plug-in starts stops it cleanly" {
   CONSOLE_TEST_PLUGIN=slow stop_when INT "$BATS_FILE_TMPDIR/early.log" Initialize early \
     corvane-host --plugin "$ODD_PLUGIN" list
   ended early 130
@@ -253,7 +253,7 @@ stop_follower() {
     corvane-host --plugin "$ODD_PLUGIN" events -f
 }
 
-@test "Ctrl-C while it waits for events stops it in good order" {
+@test "Ctrl-C while waiting for events stops the plug-in cleanly" {
   stop_follower INT waiting
   ended waiting 130
   same "DeInitialize
@@ -261,14 +261,14 @@ gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
 @test "Ctrl-C during a simulation leaves no temporary folder" {
-  # A file in the folder tells that the folder is there.
+  # A file in the folder shows that the folder is there.
   stop_when INT "$TMPDIR" . simulated corvane-host --simulate list
   ended simulated 130
   silent simulated out
   same "" "$(ls -A "$TMPDIR")"
 }
 
-@test "a request to terminate is obeyed as well" {
+@test "SIGTERM stops the plug-in cleanly" {
   stop_follower TERM terminated
   ended terminated 130
   same "gone" "$(tail -1 "$BATS_FILE_TMPDIR/terminated.log")"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What another user could have put there is neither loaded nor run nor followed.
+# Files that another user could have planted are not loaded, run or followed.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -47,7 +47,7 @@ refuses() {
   loads own
 }
 
-@test "a plug-in that everybody can write is refused" {
+@test "a plug-in that any user can write is refused" {
   fresh
   chmod o+w "$plugin"
   refuses writable "$plugin can be written by other users"
@@ -58,9 +58,9 @@ refuses() {
   fresh
   chown "$STRANGER" "$plugin"
   refuses stranger "$plugin belongs to uid $STRANGER"
-  same "  Whoever can change it could make root do anything.
-  Run this as the user who owns it, or install it: sudo cmake --install build/release
-  Or give it to root: chown -R root $BATS_TEST_TMPDIR/lib; chmod -R go-w $BATS_TEST_TMPDIR/lib" \
+  same "  Any user who can change it could run code as root.
+  Run this as its owner, or install it: sudo cmake --install build/release
+  Or change its owner to root: chown -R root $BATS_TEST_TMPDIR/lib; chmod -R go-w $BATS_TEST_TMPDIR/lib" \
     "$(err stranger | tail -n +2)"
 }
 
@@ -79,7 +79,7 @@ refuses() {
   refuses folder "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
 }
 
-@test "a link that another user has put on the way to a plug-in is refused" {
+@test "a link of another user on the path to a plug-in is refused" {
   need_root
   fresh
   mkdir -m 1777 "$BATS_TEST_TMPDIR/shared"
@@ -90,7 +90,7 @@ refuses() {
     "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
 }
 
-@test "a library beside the plug-in is judged as the plug-in is" {
+@test "a library in the plug-in's folder is checked like the plug-in" {
   fresh
   chmod o+w "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so"
   refuses beside "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
@@ -102,7 +102,7 @@ plant() {
   chown "$STRANGER" "$1"
 }
 
-@test "a library for a newer processor is judged as the plug-in is" {
+@test "a library for a newer processor is checked like the plug-in" {
   need_root
   local level
   for level in 2 3 4; do
@@ -122,7 +122,7 @@ plant() {
   refuses "open to others" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps can be written by other users"
 }
 
-@test "a link to a plug-in loads the libraries beside the plug-in, not those beside the link" {
+@test "a link to a plug-in loads the libraries of the plug-in's folder, not of the link's folder" {
   need_root
   fresh
   mkdir -m 1777 "$BATS_TEST_TMPDIR/sticky"
@@ -131,7 +131,7 @@ plant() {
   loads link "$BATS_TEST_TMPDIR/sticky/p.so"
 }
 
-@test "a library that a library beside the plug-in needs is judged too" {
+@test "indirect dependencies of the plug-in are checked too" {
   fresh
   # Needed by the card library, and not by the plug-in.
   echo 'int f(void) { return 0; }' | cc -shared -fPIC -xc - -o "$BATS_TEST_TMPDIR/lib/libinner.so"
@@ -155,7 +155,7 @@ library() {
 }
 
 # Each has the loader find libf.so in another way.
-@test "a library is judged whatever way the loader finds it" {
+@test "a library is checked however the loader finds it" {
   local lib="$BATS_TEST_TMPDIR/lib" evil="$BATS_TEST_TMPDIR/evil"
   mkdir -p "$lib/front" "$lib/real"
   mkdir "$evil"
@@ -203,7 +203,7 @@ PYTHON
   refuses bare "$evil can be written by other users" "$lib/bare.so"
 }
 
-@test "a folder that a plug-in has libraries looked for in is judged, even while it is missing" {
+@test "a folder of the plug-in's search path is checked, even if it is missing" {
   local place="$BATS_TEST_TMPDIR/place"
   mkdir -m 1777 "$place"
   mkdir "$BATS_TEST_TMPDIR/lib"
@@ -213,7 +213,7 @@ PYTHON
   refuses later "$place can be written by other users" "$BATS_TEST_TMPDIR/lib/p.so"
 }
 
-@test "check says UNKNOWN of a plug-in that is not trusted, and metrics say that it is down" {
+@test "an untrusted plug-in is UNKNOWN for check and down in metrics" {
   fresh
   chmod o+w "$plugin"
   run -3 corvane-host --plugin "$plugin" check
@@ -222,7 +222,7 @@ PYTHON
   [[ "$output" == *"corvane_plugin_up 0"* ]]
 }
 
-@test "metrics are not written by way of another user's link" {
+@test "metrics are not written through another user's link" {
   need_root
   mkdir "$BATS_TEST_TMPDIR/kept"
   mkdir -m 1777 "$BATS_TEST_TMPDIR/shared"
@@ -236,7 +236,7 @@ PYTHON
   same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
-@test "metrics are not written by way of a link below another user's folder" {
+@test "metrics are not written through a link below another user's folder" {
   need_root
   local theirs="$BATS_TEST_TMPDIR/theirs" way
   mkdir -p "$BATS_TEST_TMPDIR/secret/deep/deeper" "$theirs/one/two"
@@ -253,7 +253,7 @@ PYTHON
   same "" "$(find "$BATS_TEST_TMPDIR" -name '*.prom*')"
 }
 
-@test "metrics are not written by way of a link in a folder that others can write" {
+@test "metrics are not written through a link in a folder that others can write" {
   need_root
   local shared="$BATS_TEST_TMPDIR/shared"
   mkdir -p "$BATS_TEST_TMPDIR/kept" "$shared"
@@ -265,7 +265,7 @@ PYTHON
   same "" "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
-@test "metrics are written by way of one's own links, and a circle of links is an error" {
+@test "metrics are written through own links, and a loop of links is an error" {
   mkdir "$BATS_TEST_TMPDIR/kept"
   ln -s kept "$BATS_TEST_TMPDIR/relative"
   ln -s "$BATS_TEST_TMPDIR/relative/../relative/." "$BATS_TEST_TMPDIR/absolute"
@@ -281,7 +281,7 @@ PYTHON
   said nowhere "corvane-host: cannot write $BATS_TEST_TMPDIR/nowhere/x.prom: No such file or directory"
 }
 
-@test "metrics are written into the folder of a collector's user, whose link is not followed" {
+@test "metrics are written to a collector's folder, whose links are not followed" {
   need_root
   mkdir "$BATS_TEST_TMPDIR/collector"
   chown "$STRANGER" "$BATS_TEST_TMPDIR/collector"
@@ -300,7 +300,7 @@ reads() {
   grep -rnE '(^|[^_[:alnum:]])getenv[[:space:]]*\(' "$@" --include=*.cpp --include=*.h --include=*.in
 }
 
-@test "the programs, libraries and the plug-in read their environment by secure_getenv alone" {
+@test "programs, libraries and plug-in read the environment with secure_getenv only" {
   local folder
   cd "$CORVANE_SOURCE"
   for folder in console hostkit cardsim Corvane orm host; do [ -d "$folder" ]; done
@@ -308,7 +308,7 @@ reads() {
   same "" "$output"
 }
 
-@test "a plain getenv is noticed" {
+@test "a plain getenv is detected" {
   mkdir "$BATS_TEST_TMPDIR/source"
   echo 'const char* a = std::getenv ("A");' >"$BATS_TEST_TMPDIR/source/a.cpp"
   echo 'const char* b = secure_getenv("B");' >"$BATS_TEST_TMPDIR/source/b.cpp"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The live view: on a terminal as a person sees it, and as plain blocks without one.
+# The live view on a terminal, and as plain blocks without one.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -71,7 +71,7 @@ past() {
   with past events -o tsv -H | cut -f 4,5
 }
 
-# The database is taken away under the view; that is told when the screen is left.
+# The database is taken away under the view; that is reported when the screen is left.
 broken() {
   local file="$BATS_FILE_TMPDIR/broken.json" database="$BATS_FILE_TMPDIR/broken.db"
   CORVANE_DATABASE="$database" screen 24x100 see "EVENTS (0)" \
@@ -86,23 +86,23 @@ one_block() {
   echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/reader.ends"
 }
 
-@test "the screen shows cards and events, follows its keys and size, and gives the terminal back" {
+@test "the screen shows cards and events, handles keys and resizing, and restores the terminal" {
   ended keys 0 || { err keys; false; }
   same 12 "$(out keys | wc -l)"
   same 1 "$(out keys | grep -c '^a1      MOLT EP PX60 WARNING')"
 }
 
-@test "the screen begins with what earlier runs have seen, and adds to it" {
+@test "the screen starts with the events of earlier runs and adds new ones" {
   ended past 0 || { err past; false; }
   same "CTRL_INTERNAL_ERROR	a1
 CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
 }
 
-@test "a database that is taken away does not disturb the screen" {
+@test "a database that is removed does not disturb the screen" {
   ended broken 0 || { err broken; false; }
 }
 
-@test "Ctrl-C ends it with 130 and gives the terminal back" {
+@test "Ctrl-C exits with 130 and restores the terminal" {
   ended stop 0 || { err stop; false; }
 }
 
@@ -117,7 +117,7 @@ CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
   run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/dumb.out"
 }
 
-@test "without a terminal it writes a block for each change, with what has happened" {
+@test "without a terminal it prints a block per change, with the new events" {
   ended blocks 130
   same "OBJECT NAME STATUS TEMP RESERVE USED REASONS
 a0 SanDisk BoardA (1) ok 48 °C 97 % 25 %
@@ -128,7 +128,7 @@ a1/d0 MOLT EP PX600 2.6TB (0) available" "$(out blocks | sed -n -e '2,6s/  */ /g
   same 1 "$(out blocks | grep -c 'warning .* 10970 CTRL_CORRECTABLE_PCI_ERRORS .* a0 ')"
 }
 
-@test "in JSON lines each change is a document, and each event is told once" {
+@test "jsonl has one document per change, and each event once" {
   ended lines 130
   valid "lines:$(out lines | wc -l)"
   same "CTRL_CORRECTABLE_PCI_ERRORS" "$(out lines | python3 -c '
@@ -138,13 +138,13 @@ for line in sys.stdin:
         print(event["event"])')"
 }
 
-@test "a watch ends with its reader" {
+@test "watch ends with its reader" {
   same "0 0 0" "$(cat "$BATS_FILE_TMPDIR/reader.ends")"
   grep -q '^OBJECT NAME' "$BATS_FILE_TMPDIR/reader.out"
   silent reader err
 }
 
-@test "one document cannot hold what goes on" {
+@test "watch does not support -o json" {
   ended json 2
   silent json out || same null "$(json json 'd["result"]')"
 }

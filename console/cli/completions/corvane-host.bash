@@ -1,4 +1,4 @@
-# Completion of corvane-host for bash. The program itself knows what may stand where.
+# Completion of corvane-host for bash. The candidates come from the program itself.
 
 _corvane_host() {
   local -a words=()

@@ -1,4 +1,4 @@
-# Completion of corvane-host for fish. The program itself knows what may stand where.
+# Completion of corvane-host for fish. The candidates come from the program itself.
 
 function __corvane_host_complete
     set -l words (commandline -opc)

@@ -1,5 +1,5 @@
 #compdef corvane-host
-# Completion of corvane-host for zsh. The program itself knows what may stand where.
+# Completion of corvane-host for zsh. The candidates come from the program itself.
 
 _corvane-host() {
   local line

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What a person sees of the cards.
+# list, tree, show and get.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -25,7 +25,7 @@ setup_file() {
   wait
 }
 
-@test "list is a table of adapters and drives, unknown values a dash" {
+@test "list is a table of adapters and drives, with a dash for unknown values" {
   ended list 0
   silent list err
   same "OBJECT NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
@@ -54,7 +54,7 @@ plugin    SanDisk-Plugin
     "$(out long | sed -e 1d -e 's/  */ /g' | head -4)"
 }
 
-@test "show tells everything about an adapter" {
+@test "show prints everything about an adapter" {
   ended show 0
   local text
   text=$(out show | sed 's/  */ /g')
@@ -68,7 +68,7 @@ plugin    SanDisk-Plugin
   grep -q "^operations OP_LOCATE_DEVICE," <<<"$text"
 }
 
-@test "show tells the sizes of a drive" {
+@test "show prints the sizes of a drive" {
   ended drive 0
   local text
   text=$(out drive | sed 's/  */ /g')
@@ -78,12 +78,12 @@ plugin    SanDisk-Plugin
   done
 }
 
-@test "show plugin tells its interval" {
+@test "show plugin prints its interval" {
   ended plugin 0
   same "poll_interval_seconds 15 s" "$(out plugin | sed 's/  */ /g' | grep poll)"
 }
 
-@test "get gives bare values in base units, one a line" {
+@test "get prints raw values in base units, one per line" {
   ended get 0
   silent get err
   same "48.2
@@ -97,34 +97,34 @@ ATTACHED
 yes" "$(out get)"
 }
 
-@test "get gives a dash for what the card does not tell, and still succeeds" {
+@test "get prints a dash for an unreported value and succeeds" {
   ended unknown 0
   same "-
 -
 -" "$(out unknown)"
 }
 
-@test "get takes a property by number, identifier or name" {
+@test "get accepts a property by number, identifier or name" {
   ended number 0
   same "15
 15
 15" "$(out number)"
 }
 
-@test "get without a property gives all values of the object" {
+@test "get without a property prints all values" {
   ended all 0
   same "DriveA (0)
 AVAILABLE
 1099511627776" "$(out all | head -3)"
 }
 
-@test "events without news is empty and says why" {
+@test "events of an empty log prints nothing and a note" {
   ended events 0
   silent events out
   said events "corvane-host: note: no matching events in the log"
 }
 
-@test "plugin tells what is loaded" {
+@test "plugin shows what is loaded" {
   ended about 0
   same "PROPERTY VALUE
 file $CORVANE_BUILD/lib/libCorvane.so
@@ -139,7 +139,7 @@ NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL present
 other_symbols 0" "$(out about | sed 's/  */ /g')"
 }
 
-@test "plugin reads from the file what it shows, and what it lacks" {
+@test "plugin shows exported and missing symbols of the file" {
   keep oddplugin odd x plugin -o json
   ended oddplugin 0
   valid oddplugin
@@ -152,7 +152,7 @@ other_symbols 0" "$(out about | sed 's/  */ /g')"
 }
 
 # Every way of naming the first adapter, and one of each for the others.
-@test "an object is found by every name that it has" {
+@test "an object is found by each of its names" {
   for name in a0 A0 S100 "SanDisk BoardA (1)" pci:0000:3b:02.1 pci:3b:02.1 /dev/fct0 \
     0x0130000000000001 0x130000000000001; do
     keep "by-${name//\//_}" host get "$name" serial_number &
@@ -164,7 +164,7 @@ other_symbols 0" "$(out about | sed 's/  */ /g')"
   done
 }
 
-@test "help lists every command, and help of one shows its own" {
+@test "help lists every command, and help COMMAND shows one" {
   for command in list tree show get set events explain plugin help version; do
     corvane-host help | grep -q "^  $command "
     corvane-host help "$command" | grep -q "^Usage: corvane-host $command"
