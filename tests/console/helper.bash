@@ -82,11 +82,11 @@ untimed() { out "$1" | sed -E -e 's/, in [0-9:]+$//' -e 's/^Done in [0-9:]+\./Do
 # stop_when SIGNALS FILE PATTERN NAME PROGRAM...: keeps a run that gets the signals, one after the
 # other, as soon as FILE, or a file in the folder FILE, has the PATTERN; fails when it ends sooner.
 # A program run by setsid gets them with its whole group. NAME.seconds is how long it took to end,
-# NAME.log and NAME.signalled are for the odd plug-in.
+# NAME.log and NAME.signaled are for the odd plug-in.
 stop_when() {
   local signals="$1" file="$2" pattern="$3" name="$BATS_FILE_TMPDIR/$4" pid rc=0 signal
   shift 4
-  CONSOLE_TEST_LOG="$name.log" CONSOLE_TEST_SIGNALLED="$name.signalled" "$@" >"$name.out" 2>"$name.err" </dev/null 3>&- &
+  CONSOLE_TEST_LOG="$name.log" CONSOLE_TEST_SIGNALLED="$name.signaled" "$@" >"$name.out" 2>"$name.err" </dev/null 3>&- &
   pid=$!
   until grep -rqs -- "$pattern" "$file"; do
     sleep 0.05
@@ -98,7 +98,7 @@ stop_when() {
     kill "-$signal" -- "$pid"
     sleep 0.2
   done
-  : >"$name.signalled"
+  : >"$name.signaled"
   wait "${pid#-}" || rc=$?
   echo "$rc" >"$name.rc"
   echo "$SECONDS" >"$name.seconds"
