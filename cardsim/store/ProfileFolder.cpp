@@ -1,13 +1,16 @@
 #include "cardsim/store/ProfileFolder.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <memory>
 #include <new>
-#include <stdexcept>
-#include <system_error>
+#include <string_view>
 
+#include "base/CancellationGuard.h"
 #include "cardsim/store/TrustedFile.h"
 
 namespace CardSim {
@@ -28,6 +31,13 @@ fs::path DefaultFolder() {
   return (module.parent_path() / "../share/corvane/profiles").lexically_normal();
 }
 
+constexpr std::string_view kExtension = ".json";
+
+bool IsProfile(std::string_view file) {
+  return file.size() > kExtension.size() &&
+         file.substr(file.size() - kExtension.size()) == kExtension;
+}
+
 }  // namespace
 
 ProfileFolder::ProfileFolder() {
@@ -38,23 +48,26 @@ ProfileFolder::ProfileFolder() {
 }
 
 std::vector<std::string> ProfileFolder::Names() const {
-  std::error_code error;
+  // Not std::filesystem: its iterator ends the process when memory runs out between two names.
+  const Base::CancellationGuard guard;
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(m_Path.c_str()), closedir);
+  if (folder == nullptr && errno == ENOENT && m_IsDefault) return {};
+  if (folder == nullptr && errno == ENOMEM) throw std::bad_alloc();
+  if (folder == nullptr) FailWithErrno(m_Path);
   std::vector<std::string> names;
-  fs::directory_iterator entry(m_Path, error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    if (entry->path().extension() == ".json") names.push_back(entry->path().stem().string());
+  errno = 0;
+  while (const dirent* entry = readdir(folder.get())) {
+    const std::string_view file = entry->d_name;
+    if (IsProfile(file)) names.emplace_back(file.substr(0, file.size() - kExtension.size()));
+    errno = 0;
   }
-  if (error == std::errc::not_enough_memory) throw std::bad_alloc();
-  const bool isMissing = error == std::errc::no_such_file_or_directory;
-  if (error && !(isMissing && m_IsDefault)) {
-    throw std::runtime_error(m_Path.string() + ": " + error.message());
-  }
+  if (errno != 0) FailWithErrno(m_Path);
   std::sort(names.begin(), names.end());
   return names;
 }
 
 Profile ProfileFolder::Read(const std::string& name) const {
-  const fs::path path = m_Path / (name + ".json");
+  const fs::path path = m_Path / (name + std::string(kExtension));
   return ParseProfile(ReadTrustedFile(path, kLargestProfile, "is too large for a profile"),
                       path.string());
 }

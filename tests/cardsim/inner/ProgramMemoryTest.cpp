@@ -108,7 +108,8 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
     }
     int status = -1;
     waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(out), Slurp(err), *m_WasShort};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), Slurp(out), Slurp(err),
+            *m_WasShort};
   }
 
   void PutBack() {
