@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/FileStatus.h"
 #include "base/TrustRules.h"
 #include "base/TrustedPath.h"
 
@@ -13,9 +14,10 @@ namespace {
 namespace fs = std::filesystem;
 
 // Users other than root may share files with whom they like; what they run is another matter.
+// The name contains no symbolic links.
 std::string ObjectionToOwner(const std::string& name) {
   struct stat status = {};
-  if (stat(name.c_str(), &status) != 0) return {};
+  if (Base::StatusOfName(name.c_str(), &status) != 0) return {};
   if (!Base::IsTrustedOwner(status.st_uid, geteuid())) {
     return fmt::format("{} belongs to uid {}", name, status.st_uid);
   }

@@ -79,6 +79,25 @@ refuses() {
   refuses folder "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
 }
 
+# share FILE: lets another user write it by an access list. False if there are no access lists.
+share() {
+  python3 - "$1" "$STRANGER" <<'END'
+import os, struct, sys
+
+none = 0xFFFFFFFF
+entries = [(1, 7, none), (2, 7, int(sys.argv[2])), (4, 5, none), (16, 7, none), (32, 5, none)]
+value = struct.pack("<I", 2) + b"".join(struct.pack("<HHI", *entry) for entry in entries)
+os.setxattr(sys.argv[1], "system.posix_acl_access", value)
+END
+}
+
+@test "a plug-in in a folder whose access list lets another user write is refused" {
+  need_root
+  fresh
+  share "$BATS_TEST_TMPDIR/lib" || skip "the file system has no access lists"
+  refuses list "$BATS_TEST_TMPDIR/lib can be written by other users"
+}
+
 @test "a link of another user on the path to a plug-in is refused" {
   need_root
   fresh
