@@ -12,7 +12,7 @@
 
 namespace NAMESPACE_Corvane {
 
-// The two functions behind one attribute of a handle of that kind.
+// The two functions of one attribute of a handle of that kind.
 template <class Kind, class T>
 struct Attribute {
   bool (*m_Has)(void*, vsl_error_record*);

@@ -138,7 +138,7 @@ class CORVANE_SCOPED_LOCK ManualLock {
 
 }  // namespace NAMESPACE_Corvane
 
-// The function that a line shows: the one that it stands in, or the one that `TRACE_AS` names.
+// The function that a line shows: the enclosing one, or the one that `TRACE_AS` names.
 // Outside the namespace, so that the macros find it from anywhere.
 constexpr const char* TracedAs(const char* function) {
   return function;

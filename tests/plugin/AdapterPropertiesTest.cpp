@@ -277,7 +277,7 @@ TEST(AdapterProperties, ShowASegmentThatIsNotKnown) {
   EXPECT_EQ(host.Row(second, 30063), R"(PRODUCT = "" (sort 23102))");
 }
 
-// One row on one card, in the list and alone. The result 20000: it is not there.
+// One row on one card, in the list and alone. The result is 20000 if the row is not shown.
 struct Case {
   const char* name;
   Settings settings;

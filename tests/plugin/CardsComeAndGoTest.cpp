@@ -22,7 +22,7 @@ std::string Added(int object, int number) {
          Board(number);
 }
 
-class CardsComeAndGo : public Watched {
+class CardsComeAndGo : public WorkerFixture {
  protected:
   Lines NextScan() {
     AwaitScans();

@@ -242,7 +242,7 @@ TEST_F(CommandOrder, OfTheTree) {
                   "d- trace 4 GetTopology() m_PhysicalDrives = 1", "d- trace 2 LEAVE GetTopology"));
 }
 
-// The lock lines of the router stand around the handler's; what is between them is compared.
+// The steps between the lock lines of the router.
 Lines Inside(Lines steps) {
   const auto isOutside = [](const std::string& step) { return step.rfind("d- ", 0) != 0; };
   steps.erase(std::remove_if(steps.begin(), steps.end(), isOutside), steps.end());

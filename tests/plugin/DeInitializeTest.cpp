@@ -19,16 +19,16 @@ constexpr const char* WAIT_ATTACH = "16 Wait for termination... (Attach)";
 constexpr const char* WAIT_DETACH = "16 Wait for termination... (Detach)";
 
 // One trace line of the command's and when it came, in milliseconds since the command began.
-struct Moment {
+struct TracedAt {
   unsigned long ms;
   std::string line;
 };
 
-bool operator==(const Moment& left, const Moment& right) {
+bool operator==(const TracedAt& left, const TracedAt& right) {
   return left.ms == right.ms && left.line == right.line;
 }
 
-void PrintTo(const Moment& moment, std::ostream* stream) {
+void PrintTo(const TracedAt& moment, std::ostream* stream) {
   *stream << moment.ms << " ms: " << moment.line;
 }
 
@@ -82,7 +82,7 @@ class DeInitialize : public testing::Test {
   }
 
   SimulatedHost m_Host;
-  std::vector<Moment> m_Moments;
+  std::vector<TracedAt> m_Moments;
   unsigned long m_Ms = 0;
 };
 
@@ -197,9 +197,9 @@ TEST_F(DeInitialize, ChecksForAJobEveryHalfSecond) {
   HoldJobs(3000, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_ATTACH}, Moment{600, WAIT_ATTACH},
-                                     Moment{1100, WAIT_ATTACH}, Moment{1600, WAIT_ATTACH},
-                                     Moment{2100, WAIT_ATTACH}, Moment{2600, WAIT_ATTACH}));
+  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH},
+                                     TracedAt{1100, WAIT_ATTACH}, TracedAt{1600, WAIT_ATTACH},
+                                     TracedAt{2100, WAIT_ATTACH}, TracedAt{2600, WAIT_ATTACH}));
   EXPECT_EQ(m_Ms, 3200U);
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
@@ -229,9 +229,9 @@ TEST_F(DeInitialize, WaitsForBothJobsAndNamesThemInTurn) {
   ASSERT_EQ(Detach(), 0U);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_ATTACH}, Moment{100, WAIT_DETACH},
-                                     Moment{600, WAIT_ATTACH}, Moment{600, WAIT_DETACH},
-                                     Moment{1100, WAIT_DETACH}));
+  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{100, WAIT_DETACH},
+                                     TracedAt{600, WAIT_ATTACH}, TracedAt{600, WAIT_DETACH},
+                                     TracedAt{1100, WAIT_DETACH}));
   EXPECT_EQ(m_Ms, 1700U);
 }
 
@@ -240,12 +240,12 @@ TEST_F(DeInitialize, AForcedDetachIsADetachToIt) {
   HoldJobs(0, 200);
   ASSERT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_FORCE_DETACH), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_DETACH}));
+  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_DETACH}));
 }
 
 // Looks at 100, 600, ... 25,100 ms; only at the last one are the 25 s over.
-std::vector<Moment> EveryCheck(const std::vector<const char*>& lines) {
-  std::vector<Moment> moments;
+std::vector<TracedAt> EveryCheck(const std::vector<const char*>& lines) {
+  std::vector<TracedAt> moments;
   for (unsigned long ms = 100; ms <= 25100; ms += 500) {
     for (const char* line : lines) moments.push_back({ms, line});
   }
@@ -257,7 +257,7 @@ TEST_F(DeInitialize, WaitsForAJobOfJustUnderTwentyFiveSeconds) {
   HoldJobs(25099, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<Moment> expected = EveryCheck({WAIT_ATTACH});
+  std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH});
   expected.pop_back();
   EXPECT_EQ(expected.size(), 50U);
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));
@@ -269,7 +269,7 @@ TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
   HoldJobs(25150, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<Moment> expected = EveryCheck({WAIT_ATTACH});
+  std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH});
   expected.push_back({25100, "16 Kill Attach"});
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));
   EXPECT_EQ(m_Ms, 25200U);
@@ -285,7 +285,7 @@ TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
   ASSERT_EQ(Attach(), 0U);
   ASSERT_EQ(Detach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<Moment> expected = EveryCheck({WAIT_ATTACH, WAIT_DETACH});
+  std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH, WAIT_DETACH});
   expected.push_back({25100, "16 Kill Attach"});
   expected.push_back({25100, "16 Kill Detach"});
   EXPECT_THAT(m_Moments, ElementsAreArray(expected));
@@ -301,7 +301,7 @@ TEST_F(DeInitialize, ASecondTimeWaitsForAJobThatWasGivenUp) {
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(Moment{100, WAIT_ATTACH}, Moment{600, WAIT_ATTACH}));
+  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH}));
   EXPECT_EQ(m_Ms, 1200U);
 }
 

@@ -19,7 +19,7 @@ Lines Short(const std::vector<PI::CEvent>& events) {
   return texts;
 }
 
-class Debounce : public Watched {
+class Debounce : public WorkerFixture {
  protected:
   Lines Collected() { return Short(m_Host.CollectEvents()); }
 
@@ -148,8 +148,8 @@ TEST_F(Debounce, CountsComparisonsThatSomethingElseCaused) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
 }
 
-// The information mask raises no event when it rises, so that its belief shows in what a look
-// finds, in the way back to normal, and in the gate that it opens for the warnings.
+// The information mask raises no event when it rises. That it is accepted shows in what a quick
+// poll sees, in the return to normal, and in the gate that it opens for the warnings.
 class InformationDebounce : public Debounce {
  protected:
   void Information(const std::string& mask) { Set("card0", "current_info", mask); }

@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::uint64_t NOBODY = 0x0130000000000099;
+constexpr std::uint64_t UNKNOWN_OBJECT = 0x0130000000000099;
 
 constexpr const char* BEFORE_LOCK = "8 Before m_DataLock.Wait (sg)";
 constexpr const char* AFTER_LOCK = "8 After m_DataLock.Wait (sg)";
@@ -157,7 +157,7 @@ class EachRequest : public Dispatch, public testing::WithParamInterface<Request>
 };
 
 TEST_P(EachRequest, KnowsNoUnknownObject) {
-  EXPECT_EQ(Ask(NOBODY), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Ask(0), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Ask(m_Plugin & 0xFFFFFFFFU), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Ask(0x0130000000000005U), Number::ERR_INVALID_OBJECT_ID);
@@ -178,7 +178,7 @@ TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
 }
 
 TEST_P(EachRequest, LeavesTheLockFreeAfterAnUnknownObject) {
-  EXPECT_EQ(Ask(NOBODY), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
@@ -197,7 +197,7 @@ TEST_P(EachRequest, TracesTheLockOnce) {
 
 TEST_P(EachRequest, IsStillAnsweredAfterTheStop) {
   m_Host.DeInitialize();
-  EXPECT_EQ(Ask(NOBODY), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Ask(m_Plugin),
             GetParam().name == std::string("SetProperty")        ? Number::ERR_INVALID_PROPERTY
             : GetParam().name == std::string("ExecuteOperation") ? Number::ERR_INVALID_OPERATION
@@ -228,13 +228,13 @@ TEST(DispatchAfterFailedInitialize, OnlyThePluginObjectIsKnown) {
 TEST_F(Dispatch, AFailedListingComesBackEmptyWithItsRoom) {
   std::vector<PI::CProperty> properties(3, PI::CProperty(PI::Property::NAME, false));
   properties.reserve(50);
-  EXPECT_EQ(m_Host.Execute(5, NOBODY, &properties), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(m_Host.Execute(5, UNKNOWN_OBJECT, &properties), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(properties, IsEmpty());
   EXPECT_GE(properties.capacity(), 50U);
 
   std::vector<PI::COperation> operations(3);
   operations.reserve(50);
-  EXPECT_EQ(m_Host.Execute(8, NOBODY, &operations), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(m_Host.Execute(8, UNKNOWN_OBJECT, &operations), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(operations, IsEmpty());
   EXPECT_GE(operations.capacity(), 50U);
 }
@@ -249,12 +249,12 @@ TEST_F(Dispatch, AFailedInitializeEmptiesItsPayload) {
 }
 
 TEST_F(Dispatch, AFailedReadLeavesThePayloadAlone) {
-  for (const std::uint64_t id : {NOBODY, m_Adapter}) {
+  for (const std::uint64_t id : {UNKNOWN_OBJECT, m_Adapter}) {
     PI::CProperty property(PI::Property::POLL_INTERVAL, true);
     property.SetValue(std::string("mine"));
     property.m_SortKey = 77;
     EXPECT_EQ(m_Host.Execute(6, id, &property),
-              id == NOBODY ? Number::ERR_INVALID_OBJECT_ID : Number::ERR_GENERAL);
+              id == UNKNOWN_OBJECT ? Number::ERR_INVALID_OBJECT_ID : Number::ERR_GENERAL);
     EXPECT_EQ(Render(property), "POLL_INTERVAL = \"mine\" (sort 77, writable 1)");
   }
 }
@@ -294,7 +294,7 @@ TEST_F(Dispatch, ReadingAnAbsentPropertyFailsAndCountsAllTheSame) {
 }
 
 TEST_F(Dispatch, ReadingAnUnknownObjectCountsNowhere) {
-  EXPECT_EQ(Get(NOBODY, PI::Property::NAME), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Get(UNKNOWN_OBJECT, PI::Property::NAME), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
 }
 
@@ -334,7 +334,7 @@ TEST_F(Dispatch, AListingTracesHowManyObjectsItSearches) {
   m_Host.Properties(m_Drive);
   EXPECT_THAT(CountLines("4 "), ElementsAre(adapters, drives));
   m_Host.ForgetTraces();
-  m_Host.Properties(NOBODY);
+  m_Host.Properties(UNKNOWN_OBJECT);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
 
@@ -347,12 +347,12 @@ TEST_F(Dispatch, AReadTracesHowManyObjectsItSearches) {
   Get(m_Adapter, PI::Property::NAME);
   EXPECT_THAT(CountLines("4 "), ElementsAre(adapters));
   m_Host.ForgetTraces();
-  Get(NOBODY, PI::Property::NAME);
+  Get(UNKNOWN_OBJECT, PI::Property::NAME);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
 
 TEST_F(Dispatch, SettingTracesTheLockAlone) {
-  for (const std::uint64_t id : {m_Adapter, m_Drive, NOBODY}) {
+  for (const std::uint64_t id : {m_Adapter, m_Drive, UNKNOWN_OBJECT}) {
     m_Host.ForgetTraces();
     Set(id, PI::Property::NAME);
     EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
@@ -365,7 +365,7 @@ TEST_F(Dispatch, ListingOperationsSaysEnterAtBothEnds) {
               ElementsAre("16 ENTER GetOperations object=0x130000000000003", BEFORE_LOCK,
                           AFTER_LOCK, "16 ENTER GetOperations ret=0"));
   m_Host.ForgetTraces();
-  m_Host.Operations(NOBODY);
+  m_Host.Operations(UNKNOWN_OBJECT);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("16 ENTER GetOperations object=0x130000000000099", BEFORE_LOCK,
                           AFTER_LOCK, "16 ENTER GetOperations ret=20008"));
@@ -377,14 +377,14 @@ TEST_F(Dispatch, CheckingTracesOperationAndResult) {
               ElementsAre("8 ENTER CheckOperation operation=50002", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(0)"));
   m_Host.ForgetTraces();
-  m_Host.Check(NOBODY, Number::OP_ATTACH);
+  m_Host.Check(UNKNOWN_OBJECT, Number::OP_ATTACH);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50126", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(20008)"));
 }
 
 TEST_F(Dispatch, ExecutingOnAnUnknownObjectTracesOnlyTheLock) {
-  EXPECT_EQ(m_Host.Run(NOBODY, Number::OP_ATTACH), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(m_Host.Run(UNKNOWN_OBJECT, Number::OP_ATTACH), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
 }
 

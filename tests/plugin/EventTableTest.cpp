@@ -20,7 +20,7 @@ std::string OfDrive(const std::string& number, const std::string& severity) {
          " | Flash Adapter G2 (0)";
 }
 
-class EventTable : public Watched {
+class EventTable : public WorkerFixture {
  protected:
   // A card that shows these masks since long.
   void StartWith(const std::string& errors, const std::string& warnings, const std::string& info) {

@@ -85,7 +85,7 @@ const EventSource EVENT_SOURCES[] = {
      {"10984 at 5024", "11094 at 5024", "10985 at 5024"}},
 };
 
-class EventTimes : public Watched {
+class EventTimes : public WorkerFixture {
  protected:
   void SetUp() override {
     m_Statements.OnStatement([](const std::string&) { Pass(100); });

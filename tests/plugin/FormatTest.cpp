@@ -448,8 +448,8 @@ TEST_F(Format, OfAnAttachedCardIsLeftToTheCardToRefuse) {
   Start();
   EXPECT_EQ(Run(), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.LeveledTraces(16),
-              ElementsAre("16 ExecutePhysicalDriveOperation, vsl_op_start = 6 (not possible: the "
-                          "card is attached)"));
+              ElementsAre("16 ExecutePhysicalDriveOperation, vsl_op_start = 6 "
+                          "(not possible in state attached)"));
 }
 
 TEST_F(Format, PostsNoEvent) {

@@ -1,5 +1,4 @@
-// A card that calls itself by what would hurt the host's database. The host loses nothing, and goes
-// on.
+// A card whose texts would damage the host's database. The host loses nothing and continues.
 
 #include <filesystem>
 
@@ -31,7 +30,7 @@ const std::vector<std::string> kStatements = {
     "PRAGMA writable_schema = 1",
     "WITH RECURSIVE n (i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT COUNT(*) FROM n"};
 
-class HostileStrings : public Watched {
+class HostileStrings : public WorkerFixture {
  protected:
   HostileStrings() {
     DatabaseLife::Begin(File());

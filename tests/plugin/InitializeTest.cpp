@@ -116,7 +116,7 @@ TEST_F(Initialize, WithoutACardOnThePciBusNeverStartsTheLibrary) {
   EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
 }
 
-TEST(InitializeAnew, TakesEachOfTheNineDevicesAndNoOther) {
+TEST(InitializeRetry, TakesEachOfTheNineDevicesAndNoOther) {
   const std::uint16_t accepted[] = {0x1000, 0x1003, 0x1005, 0x1006, 0x1007,
                                     0x1008, 0x2001, 0x3001, 0x3002};
   for (const std::uint16_t id : accepted) {
@@ -195,7 +195,7 @@ TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
                           "2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
 }
 
-TEST(InitializeAnew, TakesAnyOtherCodeOfTheLibraryAsFinal) {
+TEST(InitializeRetry, TakesAnyOtherCodeOfTheLibraryAsFinal) {
   for (const std::uint64_t code : {1UL, 26UL, 28UL, 0x1BUL + (1UL << 32U)}) {
     SimulatedHost host;
     host.AddCard();
@@ -220,7 +220,7 @@ TEST_F(Initialize, TakesAnotherCodeAfterSomeWaitingAsFinal) {
   EXPECT_THAT(m_Host.Traces(16), ElementsAre("Initialize, vsl_init = 5 (broken)"));
 }
 
-TEST(InitializeAnew, DoesNotWaitForTheSecondStart) {
+TEST(InitializeRetry, DoesNotWaitForTheSecondStart) {
   for (const std::uint64_t code : {27UL, 5UL}) {
     SimulatedHost host;
     host.AddCard();

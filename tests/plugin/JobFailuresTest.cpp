@@ -274,7 +274,7 @@ TEST_F(JobFailures, OnlyForceDetachesACardInUse) {
 }
 
 // The number from the host makes the name; without one there is none.
-TEST_F(JobFailures, NameNobodyInTheEventOfAnUnnamedAdapter) {
+TEST_F(JobFailures, LeaveTheNameOutOfTheEventOfAnUnnamedAdapter) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);

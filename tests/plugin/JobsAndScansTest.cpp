@@ -230,12 +230,12 @@ constexpr const char* FIRST_IS_GONE =
     "11094 severity 3 object 1 at a time source SanDisk Flash Adapter 785GB (1) place SanDisk "
     "Flash "
     "Adapter 785GB (1)";
-constexpr const char* FAILED_FOR_NOBODY = "1 severity 0 object 0 at no time source  place ";
+constexpr const char* EMPTY_FAILURE = "1 severity 0 object 0 at no time source  place ";
 
 TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardHasGone) {
   LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });
   EXPECT_THAT(m_CallsOfJob, ElementsAre("vsl_iom_create_by_name /dev/fct0"));
-  EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, FAILED_FOR_NOBODY));
+  EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, EMPTY_FAILURE));
 }
 
 // The scan could not name the card; the job can. Only the scans report it.
@@ -266,7 +266,7 @@ TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventForALaterCallToo) {
   EXPECT_THAT(functions,
               ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card",
                           "vsl_op_start attach", "vsl_destroy attach", "vsl_destroy card"));
-  EXPECT_THAT(Events(), testing::Contains(FAILED_FOR_NOBODY).Times(1));
+  EXPECT_THAT(Events(), testing::Contains(EMPTY_FAILURE).Times(1));
 }
 
 }  // namespace

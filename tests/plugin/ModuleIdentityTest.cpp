@@ -153,7 +153,7 @@ TEST(Tracing, ShowsModuleSourceAndFunctionOfALine) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(OriginOf(host, "LEAVE Initialize() -> 0"), "Corvane CorvanePlugin Initialize");
-  // The filling of a row goes by the same words.
+  // Filling a row traces the same text.
   EXPECT_EQ(OriginOf(host, "ENTER AdapterGetProperties (0)"),
             "Corvane CorvaneAdapter SetDatabaseObjectProperties");
   host.ForgetTraces();

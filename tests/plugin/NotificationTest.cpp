@@ -10,9 +10,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class Notification : public Watched {
+class Notification : public WorkerFixture {
  protected:
-  // One card and an event in the queue, while the card's record is as it was.
+  // One card and an event in the queue, while the card has not changed.
   void StartWithAnEventWaiting() {
     AddCards(1);
     Set("card0", "iom_state", "0");

@@ -33,7 +33,7 @@ Lines operator+(Lines left, const Lines& right) {
   return left;
 }
 
-class QuickPoll : public Watched {
+class QuickPoll : public WorkerFixture {
  protected:
   // The next wake-up alone.
   void Poll() {
@@ -296,7 +296,7 @@ TEST_F(QuickPoll, PollsASkippedCardAgainNextTime) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-// A card that is gone stays in the list of control devices; the poll goes by the adapters.
+// A card that is gone stays in the list of control devices; the poll uses the adapters.
 TEST_F(QuickPoll, EndsWithTheAdaptersThatAreLeft) {
   AddCards(3);
   StartWatch();

@@ -15,7 +15,7 @@ using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 
-class RescanIdentity : public Watched {
+class RescanIdentity : public WorkerFixture {
  protected:
   // Change counts of all objects in the order of the tree: plug-in, adapters, drives.
   std::vector<std::uint64_t> Counts() {
@@ -279,7 +279,7 @@ TEST_F(RescanIdentity, ARescanMakesTheCallsOfTheFirstScanExceptForTheLocateLED) 
   EXPECT_THAT(calls, ElementsAreArray(expected));
 }
 
-// The scan goes by the position in the stored list for the job's correction, not by the card.
+// The scan finds the job's card by its position in the stored list, not by its card index.
 class JobAfterACardHasGone : public RescanIdentity {
  protected:
   void SetUp() override {
@@ -315,7 +315,7 @@ TEST_F(JobAfterACardHasGone, DoesNotCorrectBeyondTheEndOfTheList) {
   AwaitScans();
   EXPECT_EQ(Activity(ObjectId(5)), "IDLE");
   EXPECT_EQ(Reasons(ObjectId(5)), "[ATTACHED]");
-  // The quick poll goes by the adapter, and so sees a change each time.
+  // The quick poll uses the path of the adapter, and so sees a change each time.
   AwaitWakeUps();
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), SizeIs(1));
 }

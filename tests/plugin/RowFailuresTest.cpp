@@ -46,7 +46,7 @@ void RefuseNoMore() {
   SqliteDoor::Run("DROP TRIGGER refusal");
 }
 
-class RowFailures : public Watched {
+class RowFailures : public WorkerFixture {
  protected:
   RowFailures() {
     m_OnLine = [this](const std::string& line) {
@@ -209,7 +209,7 @@ void PrintTo(const FileCase& each, std::ostream* out) {
   *out << each.name;
 }
 
-void LetNobodyMakeIt(const std::string& file) {
+void BlockItsFolder(const std::string& file) {
   std::filesystem::remove(file);
   std::filesystem::create_directory(file);
 }
@@ -296,7 +296,7 @@ TEST_P(UnusableFile, StopsNoScan) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, UnusableFile,
-    testing::Values(FileCase{"Folder", LetNobodyMakeIt, "unable to open database file"},
+    testing::Values(FileCase{"Folder", BlockItsFolder, "unable to open database file"},
                     FileCase{"NoDatabase", WriteNotesIntoIt, "file is not a database"},
                     FileCase{"Damaged", DamageIt, "database disk image is malformed: "},
                     FileCase{"ReadOnly", ForbidWritingIt, "attempt to write a readonly database",

@@ -18,7 +18,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 // Two cards at 50 degrees with sectors of 512 bytes, their serial numbers S1 and S2.
-class TwoCards : public Watched {
+class TwoCards : public WorkerFixture {
  protected:
   TwoCards() {
     m_OnLine = [this](const std::string& line) {

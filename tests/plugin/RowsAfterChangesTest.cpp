@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-class RowsAfterChanges : public Watched {
+class RowsAfterChanges : public WorkerFixture {
  protected:
   RowsAfterChanges() {
     m_OnLine = [this](const std::string& line) {
@@ -39,7 +39,7 @@ class RowsAfterChanges : public Watched {
     AwaitScans();
   }
   static Cells Temperatures() { return Column(ADAPTER_ROWS, "ad_temperature"); }
-  // "SanDisk Flash Adapter 785GB (1)) (3" as it stands in the lines of the first card.
+  // "SanDisk Flash Adapter 785GB (1)) (3" as in the lines of the first card.
   static std::string Adapter(int number) {
     return "Adapter (SanDisk Flash Adapter 785GB (" + std::to_string(number) + ")) (" +
            NumberOf(static_cast<std::uint32_t>(number + 2)) + ") ";
@@ -265,7 +265,7 @@ TEST_F(RowsAfterChanges, RowsOfAnotherHostAloneDoNotCount) {
 }
 
 // Each of the two drives finds the first row of that serial number, once for each of the two
-// adapters: what the last one has said stands there.
+// adapters: the row has the values of the last one.
 TEST_F(RowsAfterChanges, OfCardsOfOneSerialNumberTheFirstRowIsTheLastOnes) {
   AddCards(2);
   for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");

@@ -13,7 +13,7 @@ using testing::ElementsAre;
 constexpr std::uint32_t BLOCK_SIZE = 30460;
 constexpr int BYTES_4096 = 40049;
 
-class RowsAfterOperations : public Watched {
+class RowsAfterOperations : public WorkerFixture {
  protected:
   // One card of 50 degrees in that state, whose jobs take no time.
   void RunWith(const char* state) {

@@ -1,4 +1,4 @@
-// The attributes that a scan takes over into an adapter, and what stands there without them.
+// The attributes that a scan reads into an adapter, and the values without them.
 
 #include <gmock/gmock.h>
 

@@ -17,7 +17,7 @@ Lines Joined(const std::vector<Lines>& parts) {
   return all;
 }
 
-class ScanOrder : public Watched {
+class ScanOrder : public WorkerFixture {
  protected:
   // From the next wake-up on, what the worker does is in the journal.
   void BeginJournal() {

@@ -95,7 +95,7 @@ class ScannedCard {
 
 using Lines = std::vector<std::string>;
 
-// How often `line` stands in `lines`.
+// How often `line` is in `lines`.
 inline int Count(const Lines& lines, const std::string& line) {
   int count = 0;
   for (const std::string& each : lines) count += each == line ? 1 : 0;

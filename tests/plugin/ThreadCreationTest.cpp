@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class ThreadCreation : public Watched {
+class ThreadCreation : public WorkerFixture {
  protected:
   void ExpectStopWithoutWaiting() {
     const unsigned long begin = NowMs();
@@ -53,7 +53,7 @@ TEST_F(ThreadCreation, OfAWorkerIsTriedAgainWithTheNextNumbers) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
 }
 
-// The worker that is there goes on when a second one cannot be started.
+// The first worker continues when a second one cannot be started.
 TEST_F(ThreadCreation, OfASecondWorkerDoesNotStopTheFirst) {
   AddCards(1);
   StartWatch();

@@ -1,6 +1,6 @@
 // The function that each trace line shows: the one that the line is about, also where a helper
 // writes it. Every line that the sources can write is reached through the commands of a host, and
-// every one of them stands in the table.
+// every one of them is in the table.
 
 #include <gmock/gmock.h>
 
@@ -231,7 +231,7 @@ const Table TABLE = {
 constexpr std::uint64_t PLUGIN = 0x0130000000000000;
 constexpr std::uint64_t ADAPTER = PLUGIN + 1;
 constexpr std::uint64_t DRIVE = PLUGIN + 2;
-constexpr std::uint64_t NOBODY = PLUGIN + 99;
+constexpr std::uint64_t UNKNOWN_OBJECT = PLUGIN + 99;
 
 // Whether the line is the text with something in place of each placeholder.
 bool Fits(const char* text, const char* line) {
@@ -312,7 +312,7 @@ void Stop(SimulatedHost& host) {
 void AskForEverything(SimulatedHost& host) {
   StartWatching(host, 2);
   host.Topology();
-  for (const std::uint64_t object : {PLUGIN, ADAPTER, DRIVE, NOBODY}) {
+  for (const std::uint64_t object : {PLUGIN, ADAPTER, DRIVE, UNKNOWN_OBJECT}) {
     host.Properties(object);
     PI::CProperty property(PI::Property::UNDEFINED, false);
     host.Property(object, PI::Property::NAME, property);
@@ -486,8 +486,8 @@ std::vector<HostKit::TraceLine> LinesOfAllScenarios() {
   for (const Scenario scenario : SCENARIOS) {
     SimulatedHost host;
     scenario(host);
-    const auto told = host.TraceLines();
-    lines.insert(lines.end(), told.begin(), told.end());
+    const auto traced = host.TraceLines();
+    lines.insert(lines.end(), traced.begin(), traced.end());
   }
   return lines;
 }

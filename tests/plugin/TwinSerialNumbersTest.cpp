@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class TwinSerialNumbers : public Watched {
+class TwinSerialNumbers : public WorkerFixture {
  protected:
   // Until both cards, on the buses 3 and 4, have gone and come back with the same serial number.
   void BringTwins() {

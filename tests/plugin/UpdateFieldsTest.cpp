@@ -133,7 +133,7 @@ const Field FIELDS[] = {
     {"JobTimes", {}, {"attach_ms", "1", "format_ms", "1", "in_use", "true"}, false},
 };
 
-class EachField : public Watched, public testing::WithParamInterface<Field> {
+class EachField : public WorkerFixture, public testing::WithParamInterface<Field> {
  protected:
   void Apply(const Lines& settings) {
     for (std::size_t i = 0; i < settings.size(); i += 2) {

@@ -46,7 +46,7 @@ inline std::string EventText(const PI::CEvent& event) {
   return text;
 }
 
-class Watched : public testing::Test {
+class WorkerFixture : public testing::Test {
  protected:
   // Cards of one kind, all attached and healthy, none with a value that changes by itself. A quick
   // poll or a scan takes 12 ms for each of them.

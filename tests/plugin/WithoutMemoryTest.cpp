@@ -16,7 +16,7 @@ std::atomic<bool> g_NoMemory{false};
 
 }  // namespace
 
-// Stands in front of the library's: the only way to run out of memory on demand.
+// Found before the library's: the only way to run out of memory on demand.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (g_NoMemory) return nullptr;
   try {

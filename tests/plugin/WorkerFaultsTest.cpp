@@ -15,7 +15,7 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
-class WorkerFaults : public Watched {
+class WorkerFaults : public WorkerFixture {
  protected:
   // Two cards, and a scan at the next wake-up.
   void StartBeforeAScan() {
@@ -285,7 +285,7 @@ TEST_F(WorkerFaults, TheEventsLockMayBeOutOfReachForLong) {
 }
 
 // One life of the plug-in with a scan in which one call fails.
-class Life : public Watched {
+class Life : public WorkerFixture {
  public:
   // Until the next wake-up is that of the scan.
   void Begin() {
@@ -365,7 +365,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-// A host that goes on after the locks and events could not be made.
+// A host that continues although the locks and events could not be made.
 TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsAtOnce) {
   AddCards(1);
   HostKit::FailEventInit(1);

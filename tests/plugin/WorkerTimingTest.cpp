@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-class WorkerTiming : public Watched {};
+class WorkerTiming : public WorkerFixture {};
 
 struct Rhythm {
   const char* name;
@@ -27,8 +27,8 @@ void PrintTo(const Rhythm& rhythm, std::ostream* stream) {
 }
 
 // A wake-up comes a third of the interval after the end of the one before. The third one is late
-// by what the two looks took, so that the interval is over; when they took nothing it is not, not
-// even when just the interval has gone by, and the fourth scans.
+// by the time of the two quick polls, so that the interval is over. If they take no time, it is not
+// over at exactly the interval, and the fourth scans.
 const Rhythm RHYTHMS[] = {
     {"Default", "15", 1, true, {5000, 10012, 15024, 20036, 25048, 30060}, {15024, 30060}},
     {"DefaultNoTimeForAPoll",

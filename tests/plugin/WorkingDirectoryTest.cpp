@@ -18,7 +18,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class WorkingDirectory : public Watched {
+class WorkingDirectory : public WorkerFixture {
  protected:
   WorkingDirectory() : m_Before(open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
   ~WorkingDirectory() override {
@@ -67,7 +67,7 @@ TEST_F(WorkingDirectory, ThatIsGoneStopsNoStartOnAFileNamedByIt) {
   DatabaseLife::Begin(":memory:");
 }
 
-TEST_F(WorkingDirectory, ThatIsGoneStopsNoWorkerThatOpensItsFileAnew) {
+TEST_F(WorkingDirectory, ThatIsGoneStopsNoWorkerThatReopensItsFile) {
   const DatabaseLife database;
   AddCards(1);
   Enter();

@@ -1,4 +1,4 @@
-// Stands before the card library's `vsl_destroy`: an executable's own definitions are found first.
+// Replaces the card library's `vsl_destroy`: an executable's own definitions are found first.
 
 #include "tests/support/DestroySeam.h"
 

@@ -65,7 +65,7 @@ class HeldCall {
 };
 
 // Stops the first thread that writes a trace line of that text. Tracing is off from then on, since
-// the log is held too; nobody else may write a line in the moment of the arrival.
+// the log is held too; no other thread may write a line when it arrives.
 class HeldTrace {
  public:
   explicit HeldTrace(const std::string& text) {

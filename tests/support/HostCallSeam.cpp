@@ -1,4 +1,4 @@
-// Stands before two functions of the host's library: an executable's own definitions are found
+// Replaces two functions of the host's library: an executable's own definitions are found
 // first.
 
 #include "tests/support/HostCallSeam.h"

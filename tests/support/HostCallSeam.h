@@ -16,7 +16,7 @@ class HostCallWatch {
   HostCallWatch& operator=(const HostCallWatch&) = delete;
 
   // In their order: "GetLocation 1 of 1AED1000 1AED1003" and "GenerateUniqueAdapterNumber for
-  // localhost 0 59 2 1", the latter with "(unknown host)" behind it when the host's numbers have no
+  // localhost 0 59 2 1", the latter with "(unknown host)" after it when the host's numbers have no
   // entry yet, and with "(other fields set)" when more than the place is given.
   std::vector<std::string> m_Calls;
 };

@@ -1,4 +1,4 @@
-// Stands before the card library's reads, and the helper of the host that gets what they give: an
+// Replaces the card library's reads, and the helper of the host that gets what they give: an
 // executable's own definitions are found first. Whatever no test has asked for goes on to where it
 // would have gone.
 
@@ -26,7 +26,7 @@ void NoteHelper(const std::string& call) {
   if (NullHandleAnswers* const answers = g_pAnswers) answers->m_Calls.push_back(call);
 }
 
-// The definition of a function that this file stands in front of.
+// The definition of a function that this file replaces.
 template <class Function>
 Function* Next(Function*, const char* symbol) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));

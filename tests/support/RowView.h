@@ -91,7 +91,7 @@ class DatabaseLife {
 };
 
 // The number under which the host knows the adapter at that place of the PCI bus; simulated cards
-// stand on the buses 3, 4, ... by themselves.
+// are on the buses 3, 4, ... by default.
 inline std::string NumberOf(std::uint32_t bus, std::uint32_t device = 0,
                             std::uint32_t function = 0) {
   PI::CGlobalAdapterID id;

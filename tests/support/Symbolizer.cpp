@@ -1,6 +1,6 @@
 // Linked into the test programs that run under the thread sanitizer. The races that are accepted go
 // by function name, and the sanitizer has the names from a program of LLVM's: without it nothing is
-// accepted, and tests fail for a reason that no report tells. The question takes some time, so that
+// accepted, and tests fail for a reason that no report shows. The question takes some time, so that
 // CTest has it asked once, and sets CORVANE_SYMBOLIZER for all other programs.
 #include <gnu/libc-version.h>
 #include <sanitizer/common_interface_defs.h>
@@ -21,7 +21,7 @@ namespace {
   __sanitizer_symbolize_pc(address, "%f", name, sizeof name);
   if (std::strstr(name, "gnu_get_libc_version") != nullptr) return;
   std::fputs(
-      "The thread sanitizer cannot tell the names of functions, so that tests/tsan.supp has no "
+      "The thread sanitizer cannot show the names of functions, so that tests/tsan.supp has no "
       "effect.\nInstall llvm-symbolizer, on Debian: apt-get install llvm-14\n",
       stderr);
   _exit(1);

@@ -1,4 +1,5 @@
-// Does nothing but what is linked into it: ends well if the sanitizer can tell names of functions.
+// Does nothing but what is linked into it: ends well if the sanitizer can show the names of
+// functions.
 int main() {
   return 0;
 }

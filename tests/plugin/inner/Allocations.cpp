@@ -80,7 +80,7 @@ std::size_t WatchedAllocations::LargestBytes() const {
 
 }  // namespace CorvaneTest
 
-// Stand in front of the library's: the only way to run out of memory on demand.
+// Found before the library's: the only way to run out of memory on demand.
 
 void* operator new(std::size_t size) {
   CorvaneTest::Note(size);

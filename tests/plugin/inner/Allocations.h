@@ -1,7 +1,7 @@
 // The plug-in's allocations, counted and made to fail.
 //
 // The plug-in's sources are in the program itself: an allocation is the plug-in's when nothing of
-// the card library, the database or the host kit but its records stands between it and the test.
+// the card library, the database or the host kit, except its records, is between it and the test.
 #pragma once
 
 #include <cstddef>

@@ -24,7 +24,7 @@ void SetEvent(Member member) {
 
 constexpr const char* FORCED = "4 Worker() m_ForceWorker event received, force scan";
 
-class ForceWorker : public Watched {
+class ForceWorker : public WorkerFixture {
  protected:
   // One card, and a worker that has waited for a while.
   void Start() {

@@ -89,7 +89,7 @@ TEST_F(LockObjects, GoesByTheTimeTheHostIsCalled) {
 }
 
 // Adapters and drives come from each scan without a mark; the plug-in's own stays until there is
-// something to tell.
+// something to report.
 TEST_F(LockObjects, GoesWithAScanThatCallsTheHost) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
   Pass(5000);

@@ -1,6 +1,6 @@
-// Locks that are released by hand, when memory runs out between the wait and the release: whatever
-// allocation fails, the next command gets the lock. Threads of the plug-in end the process at such
-// a moment, so their steps run on the test's own thread here.
+// Locks that are released before the end of a block, when memory runs out while they are held:
+// whatever allocation fails, the next command gets the lock. Threads of the plug-in end the process
+// at such a moment, so their steps run on the test's own thread here.
 
 #include <gmock/gmock.h>
 

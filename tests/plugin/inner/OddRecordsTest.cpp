@@ -1,5 +1,5 @@
 // Properties of records as no scan leaves them: states that only the lists of choices know, or that
-// nobody knows, and a number of a card that is negative as a signed one.
+// are unknown, and a number of a card that is negative as a signed one.
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // Rows of records as no scan leaves them: states that only the lists of choices know, numbers that
-// have no name, names that do not end in a number in brackets, serial numbers that nobody has.
+// have no name, names that do not end in a number in brackets, unknown serial numbers.
 
 #include <gmock/gmock.h>
 
@@ -180,7 +180,7 @@ class RowOfADriveWithoutAnAdapter : public RowTexts {
   }
 };
 
-TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenForASerialNumberOfNobody) {
+TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenForAnUnknownSerialNumber) {
   CFusionIOPhysicalDrive drive = Drives().at(0);
   for (const char* serialNumber : {"S10", "S1000", "s100", ""}) {
     SCOPED_TRACE(serialNumber);

@@ -10,7 +10,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class CanceledWorker : public Watched {
+class CanceledWorker : public WorkerFixture {
  protected:
   // Lets the worker be stuck in `function` until it is canceled, and forgets all before that.
   void CancelIn(const std::string& function) {
@@ -32,8 +32,8 @@ class CanceledWorker : public Watched {
   // By another thread than the one that waits.
   std::size_t ObjectsForTheNextCommand() {
     std::size_t count = 0;
-    const auto look = [&] { count = m_Host.Topology().size(); };
-    { const HostThread thread(look); }
+    const auto read = [&] { count = m_Host.Topology().size(); };
+    { const HostThread thread(read); }
     return count;
   }
 

@@ -30,9 +30,9 @@ void PrintTo(const Spoiling& each, std::ostream* out) {
   "UPDATE sqlite_schema SET sql = REPLACE(sql, 'STRICT', '') WHERE name = 'host_adapter_rows';" \
   "PRAGMA writable_schema = RESET;"
 
-class SpoiltCells : public Watched, public testing::WithParamInterface<Spoiling> {
+class SpoiledCells : public WorkerFixture, public testing::WithParamInterface<Spoiling> {
  protected:
-  SpoiltCells() {
+  SpoiledCells() {
     AddCards(1);
     DatabaseLife::Begin(File());
     m_OnLine = [this](const std::string& line) {
@@ -54,7 +54,7 @@ class SpoiltCells : public Watched, public testing::WithParamInterface<Spoiling>
   Cells m_DatabaseLines;
 };
 
-TEST_P(SpoiltCells, AreMetByAWorkerThatGoesOn) {
+TEST_P(SpoiledCells, AreMetByAWorkerThatGoesOn) {
   StartWatch();
   OtherProgram other(File());
   other.Run(std::string("PRAGMA ignore_check_constraints = 1;") + GetParam().sql);
@@ -69,7 +69,7 @@ TEST_P(SpoiltCells, AreMetByAWorkerThatGoesOn) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, SpoiltCells,
+    All, SpoiledCells,
     testing::Values(Spoiling{"Key", "UPDATE host_adapter_rows SET ID = 2147483648",
                              "UPDATE host_adapter_rows SET ID = 1",
                              "(a cell of host_adapter_rows.ID cannot be read)"},
