@@ -11,8 +11,9 @@
 
 namespace PI {
 
-#define PI_ENUMERATOR(name, number) name = number,
-#define PI_NAMED_ENUMERATOR(name, number, text) name = number,
+// A row may have texts after its number.
+#define PI_FIRST(first, ...) first
+#define PI_ENUMERATOR(name, ...) name = PI_FIRST(__VA_ARGS__, 0),
 
 // Results of `IPLUGINAPI::Execute`. Everything but SUCCESS means that the command failed; which
 // outputs it then leaves, `_COMMAND` says.
@@ -55,11 +56,11 @@ enum _SHORT_NAME_ID : std::uint32_t { PI_SHORT_NAMES(PI_ENUMERATOR) };
 
 // Values of a choice, `CChoiceData::m_Value`.
 namespace Value {
-enum _VALUE_ID : std::int32_t { UNDEFINED = 1, PI_VALUES(PI_NAMED_ENUMERATOR) };
+enum _VALUE_ID : std::int32_t { UNDEFINED = 1, PI_VALUES(PI_ENUMERATOR) };
 }  // namespace Value
 
 #undef PI_ENUMERATOR
-#undef PI_NAMED_ENUMERATOR
+#undef PI_FIRST
 
 using Event::_EVENT_ID;
 using Property::_PROPERTY_ID;

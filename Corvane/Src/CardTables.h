@@ -8,99 +8,12 @@
 #include <iterator>
 #include <vector>
 
+#include "Corvane/Src/EventTable.h"
 #include "Corvane/Src/Vocabulary.h"
 
 namespace NAMESPACE_Corvane {
 
 constexpr int kNoReason = 0;
-
-// What one bit of a status mask means: the reason that an adapter shows while the bit is set, and
-// the event that is raised when it rises.
-struct StatusBit {
-  unsigned int m_Bit;
-  int m_Reason;
-  PI::_EVENT_ID m_Event;
-  PI::_SEVERITY m_Severity;
-};
-
-// Bits of `vsl_current_errors`.
-constexpr StatusBit kErrorBits[] = {
-    {0, PI::Value::INTERNAL_ERROR, PI::Event::CTRL_INTERNAL_ERROR, PI::SEVERITY_ERROR},
-    {1, PI::Value::INCOMPATIBLE_PCI_BANDWIDTH, PI::Event::CTRL_INCOMPATIBLE_PCI_BANDWIDTH,
-     PI::SEVERITY_ERROR},
-    {2, PI::Value::PARTIAL_WRITE_THROTTLING, PI::Event::CTRL_PARTIAL_WRITE_THROTTLING,
-     PI::SEVERITY_ERROR},
-    {3, PI::Value::COMPLETE_WRITE_THROTTLING, PI::Event::CTRL_MAXIMUM_WRITE_THROTTLING,
-     PI::SEVERITY_ERROR},
-    {4, PI::Value::TEMPERATURE_NEAR_ERROR, PI::Event::CTRL_TEMPERATURE_NEAR_ERROR,
-     PI::SEVERITY_ERROR},
-    {5, PI::Value::TEMPERATURE_ABOVE_ERROR, PI::Event::CTRL_TEMPERATURE_ABOVE_ERROR,
-     PI::SEVERITY_ERROR},
-    {6, PI::Value::INTERNAL_VOLTAGE_OUT_OF_RANGE, PI::Event::CTRL_INTERNAL_VOLTAGE_OUT_OF_RANGE,
-     PI::SEVERITY_ERROR},
-    {7, PI::Value::AUXILIARY_VOLTAGE_OUT_OF_RANGE, PI::Event::CTRL_AUXILIARY_VOLTAGE_OUT_OF_RANGE,
-     PI::SEVERITY_ERROR},
-    {8, PI::Value::FLASHBACK, PI::Event::CTRL_FLASHBACK, PI::SEVERITY_ERROR},
-    {9, PI::Value::NONCORRECTABLE_PCI_ERRORS, PI::Event::CTRL_NONCORRECTABLE_PCI_ERRORS,
-     PI::SEVERITY_ERROR},
-};
-
-// Bits of `vsl_current_warnings`.
-constexpr StatusBit kWarningBits[] = {
-    {0, PI::Value::TEMPERATURE_ABOVE_WARN, PI::Event::CTRL_TEMPERATURE_ABOVE_WARN,
-     PI::SEVERITY_WARNING},
-    {1, PI::Value::NEAR_WEARING_OUT, PI::Event::CTRL_NEAR_WEARING_OUT, PI::SEVERITY_WARNING},
-    {2, PI::Value::NONOPTIMAL_PCI_BANDWIDTH, PI::Event::CTRL_NONOPTIMAL_PCI_BANDWIDTH,
-     PI::SEVERITY_WARNING},
-    {3, PI::Value::CORRECTABLE_PCI_ERRORS, PI::Event::CTRL_CORRECTABLE_PCI_ERRORS,
-     PI::SEVERITY_WARNING},
-    {4, PI::Value::NO_POWERLOSS_PROTECTION, PI::Event::CTRL_NO_POWERLOSS_PROTECTION,
-     PI::SEVERITY_WARNING},
-    {5, PI::Value::POWER_WRITE_REGULATION, PI::Event::CTRL_POWER_WRITE_REGULATION,
-     PI::SEVERITY_WARNING},
-    {6, PI::Value::TEMPERATURE_WRITE_REGULATION, PI::Event::CTRL_TEMPERATURE_WRITE_REGULATION,
-     PI::SEVERITY_WARNING},
-    {7, PI::Value::LIFESPAN_WRITE_REGULATION, PI::Event::CTRL_LIFESPAN_WRITE_REGULATION,
-     PI::SEVERITY_WARNING},
-    {8, PI::Value::MINIMAL, PI::Event::CTRL_MINIMAL, PI::SEVERITY_WARNING},
-    {9, PI::Value::PCI_OVERPOWER, PI::Event::CTRL_PCI_OVERPOWER, PI::SEVERITY_WARNING},
-    {10, PI::Value::LEB_MAP_MISSING, PI::Event::CTRL_LEB_MAP_MISSING, PI::SEVERITY_WARNING},
-    {11, PI::Value::UPDATE_IN_PROGRESS, PI::Event::CTRL_UPDATE_IN_PROGRESS, PI::SEVERITY_WARNING},
-    {12, PI::Value::RESERVES_DEPLETED, PI::Event::CTRL_RESERVES_DEPLETED, PI::SEVERITY_WARNING},
-};
-
-// Bits of `vsl_current_info`. Their events are raised by the warning bits of the same numbers.
-constexpr StatusBit kInfoBits[] = {
-    {0, PI::Value::POWER_WRITE_REGULATION, PI::Event::CTRL_WRITE_REG_POWER,
-     PI::SEVERITY_INFORMATION},
-    {1, PI::Value::UNACTIVATED_FIRMWARE, PI::Event::CTRL_UNACTIVATED_FIRMWARE,
-     PI::SEVERITY_INFORMATION},
-};
-
-// Reasons and events come in the order of the rows, which is that of the bits.
-template <std::size_t N>
-constexpr bool InOrderOfBits(const StatusBit (&bits)[N]) {
-  for (std::size_t i = 0; i < N; ++i) {
-    if (bits[i].m_Bit != i) return false;
-  }
-  return true;
-}
-static_assert(InOrderOfBits(kErrorBits) && InOrderOfBits(kWarningBits) && InOrderOfBits(kInfoBits));
-
-// Every event number is used once.
-template <std::size_t N, std::size_t M>
-constexpr bool EventsDiffer(const StatusBit (&some)[N], const StatusBit (&others)[M]) {
-  for (std::size_t i = 0; i < N; ++i) {
-    for (std::size_t j = 0; j < M; ++j) {
-      if (&some[i] != &others[j] && some[i].m_Event == others[j].m_Event) return false;
-    }
-  }
-  return true;
-}
-static_assert(EventsDiffer(kErrorBits, kErrorBits) && EventsDiffer(kWarningBits, kWarningBits) &&
-              EventsDiffer(kInfoBits, kInfoBits));
-static_assert(EventsDiffer(kErrorBits, kWarningBits) && EventsDiffer(kErrorBits, kInfoBits) &&
-              EventsDiffer(kWarningBits, kInfoBits));
 
 // Bits that change constantly and are not reported.
 constexpr std::uint64_t kIgnoredWarnings = std::uint64_t{1} << 9;
@@ -137,10 +50,6 @@ constexpr int kThrottlingReasons[] = {
     PI::Value::THROT_POWER_LIMIT,
     PI::Value::THROT_GROOMER_FAILURE,
 };
-
-constexpr bool IsSet(std::uint64_t mask, std::size_t bit) {
-  return ((mask >> bit) & 1U) != 0;
-}
 
 // Append the reason of each set bit, from bit 0 up. Bits beyond the table are ignored.
 template <std::size_t N>

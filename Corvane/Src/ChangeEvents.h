@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "Corvane/Src/CardTables.h"
 #include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/EventTable.h"
 #include "Corvane/Src/Vocabulary.h"
 #include "host/PluginInterface.h"
 
@@ -76,14 +76,9 @@ inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter
   if (anyFlag(before) && !anyFlag(after)) {
     Append(PI::Event::CTRL_NORMAL, PI::SEVERITY_INFORMATION, event, events);
   }
-  const auto isNew = [&](int reason) {
-    return HasReason(after, reason) && !HasReason(before, reason);
-  };
-  if (isNew(PI::Value::ATTACHED)) {
-    Append(PI::Event::CTRL_ATTACHED, PI::SEVERITY_INFORMATION, event, events);
-  }
-  if (isNew(PI::Value::DETACHED)) {
-    Append(PI::Event::CTRL_DETACHED, PI::SEVERITY_ERROR, event, events);
+  for (const ReasonEvent& row : kReasonEvents) {
+    const bool isNew = HasReason(after, row.m_Reason) && !HasReason(before, row.m_Reason);
+    if (isNew) Append(row.m_Event, row.m_Severity, event, events);
   }
 }
 

@@ -6,8 +6,9 @@
 
 namespace HostKit {
 
-#define HOSTKIT_ROW(name, number) TextRow{number, #name},
-#define HOSTKIT_NAMED_ROW(name, number, text) TextRow{number, text},
+#define HOSTKIT_FIRST(first, ...) first
+#define HOSTKIT_ROW(name, ...) TextRow{HOSTKIT_FIRST(__VA_ARGS__, 0), #name},
+#define HOSTKIT_NAMED_ROW(name, number, text, ...) TextRow{number, text},
 
 inline constexpr std::array kErrorNames{TextRow{PI::SUCCESS, "SUCCESS"}, PI_ERRORS(HOSTKIT_ROW)};
 
@@ -29,6 +30,7 @@ inline constexpr std::array kValueNames{TextRow{PI::Value::UNDEFINED, "UNDEFINED
                                         PI_VALUES(HOSTKIT_NAMED_ROW)};
 
 #undef HOSTKIT_ROW
+#undef HOSTKIT_FIRST
 #undef HOSTKIT_NAMED_ROW
 
 static_assert(NumbersRise(kErrorNames) && NumbersRise(kEventNames) &&

@@ -1,6 +1,7 @@
 // The plug-in defines the numbers of its host and of its card library itself, so no header would
 // reveal a wrong one.
 #include "Corvane/Src/CardNumbers.h"
+#include "Corvane/Src/EventTable.h"
 #include "Corvane/Src/Vocabulary.h"
 #include "Corvane/Src/WaitResults.h"
 #include "tests/host/NumberChecks.h"

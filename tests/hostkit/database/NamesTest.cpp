@@ -9,7 +9,7 @@ namespace {
 
 // What a plug-in writes independently of the card.
 std::vector<std::string> FixedTexts() {
-#define VALUE_NAME(name, number, text) text,
+#define VALUE_NAME(name, number, text, ...) text,
   return {PI_VALUES(VALUE_NAME) "localhost",
           "SanDisk",
           "Skatra",

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "hostkit/Texts.h"
+#include "tests/host/HostNumbers.h"
 
 namespace {
 
@@ -19,19 +20,9 @@ struct ReportedEvent {
   About about;             // what the event names: an adapter, or an adapter and a drive
 };
 
-// What the plug-in reports. 10982 is an error after a forced detach, a warning after a plain one.
-const ReportedEvent kReported[] = {
-    {10957, 4, About::Adapter}, {10958, 4, About::Adapter}, {10959, 4, About::Adapter},
-    {10960, 4, About::Adapter}, {10961, 4, About::Adapter}, {10962, 4, About::Adapter},
-    {10963, 4, About::Adapter}, {10964, 4, About::Adapter}, {10965, 4, About::Adapter},
-    {10966, 4, About::Adapter}, {10967, 3, About::Adapter}, {10968, 3, About::Adapter},
-    {10969, 3, About::Adapter}, {10970, 3, About::Adapter}, {10971, 3, About::Adapter},
-    {10972, 3, About::Adapter}, {10973, 3, About::Adapter}, {10974, 3, About::Adapter},
-    {10975, 3, About::Adapter}, {10976, 3, About::Adapter}, {10977, 3, About::Adapter},
-    {10978, 3, About::Adapter}, {10979, 3, About::Adapter}, {10980, 2, About::Adapter},
-    {10981, 4, About::Adapter}, {10982, 3, About::Adapter}, {10983, 2, About::Adapter},
-    {10984, 4, About::Adapter}, {10985, 2, About::Drive},   {11086, 2, About::Adapter},
-    {11087, 2, About::Adapter}, {11093, 2, About::Adapter}, {11094, 3, About::Adapter}};
+#define REPORTED(name, number, severity, about) {number, severity, About::about},
+const ReportedEvent kReported[] = {HOST_EVENTS(REPORTED)};
+#undef REPORTED
 
 // What only a host reports, about itself and its connections.
 const ReportedEvent kOfTheHost[] = {{1, 2, About::Nothing},
@@ -59,7 +50,6 @@ bool Names(const std::string& message, const char* what) {
 }
 
 TEST(EventRegistry, HasARowForEveryReportedEvent) {
-  EXPECT_EQ(std::size(kReported), 33U);
   for (const ReportedEvent& row : AllReported()) {
     EXPECT_NE(HostKit::NameOf(Family::Event, row.number), "") << row.number;
     EXPECT_NE(MessageOf(row.number), "") << row.number;
@@ -120,63 +110,49 @@ struct ReportedReason {
   std::uint32_t status;  // the best with it: 40024 OK, 40150 WARNING, 40095 FAILED
 };
 
+#define CONSTANT(name, number, ...) name = number,
+namespace Typed {
+enum : std::uint32_t { HOST_EVENTS(CONSTANT) HOST_VALUES(CONSTANT) };
+}  // namespace Typed
+#undef CONSTANT
+
+#define REPORTED_BIT(mask, bit, reason, event, status) {Typed::reason, Typed::event, Typed::status},
 // Every value that the plug-in reports as a reason of an adapter.
-const ReportedReason kReasons[] = {
-    // errors, warnings and information of the card, by bit
-    {40449, 10957, 40095},
-    {40450, 10958, 40095},
-    {40451, 10959, 40095},
-    {40452, 10960, 40095},
-    {40453, 10961, 40095},
-    {40454, 10962, 40095},
-    {40455, 10963, 40095},
-    {40456, 10964, 40095},
-    {40457, 10965, 40095},
-    {40458, 10966, 40095},
-    {40459, 10967, 40150},
-    {40460, 10968, 40150},
-    {40461, 10969, 40150},
-    {40462, 10970, 40150},
-    {40463, 10971, 40150},
-    {40464, 10972, 40150},
-    {40465, 10973, 40150},
-    {40466, 10974, 40150},
-    {40467, 10975, 40150},
-    {40468, 10976, 40150},
-    {40469, 10977, 40150},
-    {40470, 10978, 40150},
-    {40471, 10979, 40150},
-    {40486, 11087, 40024},
-    // states
-    {40387, 10984, 40150},
-    {40393, 10983, 40024},
-    {40128, 0, 40095},
-    // minimal mode
-    {40389, 0, 40095},
-    {40390, 0, 40095},
-    {40392, 0, 40095},
-    {40394, 0, 40095},
-    {40395, 0, 40095},
-    {40396, 0, 40095},
-    {40397, 0, 40095},
-    {40398, 0, 40095},
-    {40399, 0, 40095},
-    {40400, 0, 40095},
-    {40401, 0, 40095},
-    {40402, 0, 40095},
-    {40403, 0, 40095},
-    {40421, 0, 40095},
-    {40422, 0, 40095},
-    // write throttling
-    {40412, 0, 40024},
-    {40413, 0, 40024},
-    {40414, 0, 40024},
-    {40415, 0, 40024},
-    {40416, 0, 40024},
-    {40417, 0, 40024},
-    {40418, 0, 40024},
-    {40419, 0, 40024},
-    {40420, 0, 40024}};
+const ReportedReason kReasons[] = {HOST_STATUS_BITS(REPORTED_BIT)
+                                   // ignored, and information
+                                   {40468, 10976, 40150},
+                                   {40486, 11087, 40024},
+                                   // states
+                                   {40387, 10984, 40150},
+                                   {40393, 10983, 40024},
+                                   {40128, 0, 40095},
+                                   // minimal mode
+                                   {40389, 0, 40095},
+                                   {40390, 0, 40095},
+                                   {40392, 0, 40095},
+                                   {40394, 0, 40095},
+                                   {40395, 0, 40095},
+                                   {40396, 0, 40095},
+                                   {40397, 0, 40095},
+                                   {40398, 0, 40095},
+                                   {40399, 0, 40095},
+                                   {40400, 0, 40095},
+                                   {40401, 0, 40095},
+                                   {40402, 0, 40095},
+                                   {40403, 0, 40095},
+                                   {40421, 0, 40095},
+                                   {40422, 0, 40095},
+                                   // write throttling
+                                   {40412, 0, 40024},
+                                   {40413, 0, 40024},
+                                   {40414, 0, 40024},
+                                   {40415, 0, 40024},
+                                   {40416, 0, 40024},
+                                   {40417, 0, 40024},
+                                   {40418, 0, 40024},
+                                   {40419, 0, 40024},
+                                   {40420, 0, 40024}};
+#undef REPORTED_BIT
 
 TEST(EventRegistry, EveryReasonLeadsToItsEventAndBack) {
   for (const ReportedReason& row : kReasons) {
@@ -231,16 +207,29 @@ TEST(Errors, AllButSuccessComeWithAdvice) {
   EXPECT_EQ(HostKit::AdviceOf(Family::Error, 20006), "");
 }
 
-#define NUMBER(name, number) number,
-#define VALUE_NUMBER(name, number, text) number,
+#define NUMBER(name, ...) FIRST_OF(__VA_ARGS__, 0),
+#define VALUE_NUMBER(name, number, ...) number,
 const std::map<Family, std::vector<std::uint32_t>> kNumbers = {
-    {Family::Error, {PI_ERRORS(NUMBER)}},
-    {Family::Event, {PI_EVENTS(NUMBER)}},
-    {Family::Operation, {PI_OPERATIONS(NUMBER)}},
-    {Family::Property, {PI_PROPERTIES(NUMBER) PI_SHORT_NAMES(NUMBER)}},
-    {Family::Value, {PI_VALUES(VALUE_NUMBER)}}};
+    {Family::Error, {HOST_ERRORS(NUMBER)}},
+    {Family::Event, {HOST_EVENTS(NUMBER)}},
+    {Family::Operation, {HOST_OPERATIONS(NUMBER)}},
+    {Family::Property, {HOST_PROPERTIES(NUMBER) HOST_SHORT_NAMES(NUMBER)}},
+    {Family::Value, {HOST_VALUES(VALUE_NUMBER)}}};
 #undef NUMBER
 #undef VALUE_NUMBER
+
+TEST(Advice, IsForReasonsAndOnlyForThem) {
+  std::set<std::uint32_t> advised, reasons;
+  for (const ReportedReason& row : kReasons) {
+    EXPECT_TRUE(IsASentence(HostKit::AdviceOf(Family::Value, row.reason))) << row.reason;
+    reasons.insert(row.reason);
+  }
+  for (const std::uint32_t value : kNumbers.at(Family::Value)) {
+    if (!HostKit::AdviceOf(Family::Value, value).empty()) advised.insert(value);
+  }
+  EXPECT_EQ(advised, reasons);
+  EXPECT_EQ(HostKit::AdviceOf(Family::Value, 49999), "");
+}
 
 TEST(Meanings, AreSentencesForAllButPlainValues) {
   for (const auto& [family, numbers] : kNumbers) {

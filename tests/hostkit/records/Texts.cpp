@@ -5,6 +5,8 @@
 #include <cctype>
 #include <set>
 
+#include "tests/host/HostNumbers.h"
+
 namespace {
 
 using HostKit::Family;
@@ -15,19 +17,19 @@ struct Number {
   const char* name;
 };
 
-#define ERROR_NUMBER(name, number) {Family::Error, number, #name},
-#define EVENT_NUMBER(name, number) {Family::Event, number, #name},
-#define OPERATION_NUMBER(name, number) {Family::Operation, number, #name},
-#define PROPERTY_NUMBER(name, number) {Family::Property, number, #name},
+#define ERROR_NUMBER(name, ...) {Family::Error, FIRST_OF(__VA_ARGS__, 0), #name},
+#define EVENT_NUMBER(name, ...) {Family::Event, FIRST_OF(__VA_ARGS__, 0), #name},
+#define OPERATION_NUMBER(name, ...) {Family::Operation, FIRST_OF(__VA_ARGS__, 0), #name},
+#define PROPERTY_NUMBER(name, ...) {Family::Property, FIRST_OF(__VA_ARGS__, 0), #name},
 #define VALUE_NUMBER(name, number, text) {Family::Value, number, text},
 
 // All numbers of the host.
 const std::vector<Number> kNumbers = {
-    PI_ERRORS(ERROR_NUMBER) PI_EVENTS(EVENT_NUMBER) PI_OPERATIONS(OPERATION_NUMBER)
-        PI_PROPERTIES(PROPERTY_NUMBER) PI_SHORT_NAMES(PROPERTY_NUMBER) PI_VALUES(VALUE_NUMBER)};
+    HOST_ERRORS(ERROR_NUMBER) HOST_EVENTS(EVENT_NUMBER) HOST_OPERATIONS(OPERATION_NUMBER)
+        HOST_PROPERTIES(PROPERTY_NUMBER) HOST_SHORT_NAMES(PROPERTY_NUMBER)
+            HOST_VALUES(VALUE_NUMBER)};
 
 TEST(Texts, EveryNumberHasItsName) {
-  EXPECT_EQ(kNumbers.size(), 199U);
   for (const Number& row : kNumbers) EXPECT_EQ(HostKit::NameOf(row.family, row.number), row.name);
 }
 
@@ -71,39 +73,13 @@ TEST(Texts, NoTwoNumbersOfAFamilyHaveTheSameCaption) {
 }
 
 TEST(Numbers, OfAFamilyAreThoseOfItsListAndTheLowOnes) {
-  EXPECT_EQ(HostKit::NumbersOf(Family::Error).size(), 15U);
-  EXPECT_EQ(HostKit::NumbersOf(Family::Event).size(), 38U);
-  EXPECT_EQ(HostKit::NumbersOf(Family::Operation).size(), 10U);
-  EXPECT_EQ(HostKit::NumbersOf(Family::Property).size(), 59U);
-  EXPECT_EQ(HostKit::NumbersOf(Family::Value).size(), 85U);
+  EXPECT_EQ(HostKit::NumbersOf(Family::Error).size(), 1U HOST_ERRORS(COUNT_ONE));
+  EXPECT_EQ(HostKit::NumbersOf(Family::Event).size(), 5U HOST_EVENTS(COUNT_ONE));
+  EXPECT_EQ(HostKit::NumbersOf(Family::Operation).size(), 1U HOST_OPERATIONS(COUNT_ONE));
+  EXPECT_EQ(HostKit::NumbersOf(Family::Property).size(),
+            0U HOST_PROPERTIES(COUNT_ONE) HOST_SHORT_NAMES(COUNT_ONE));
+  EXPECT_EQ(HostKit::NumbersOf(Family::Value).size(), 1U HOST_VALUES(COUNT_ONE));
   EXPECT_EQ(HostKit::NumbersOf(Family::Operation).front(), 1U);
-}
-
-// What an adapter can report as a reason: its error, warning and information bits, why it is in
-// minimal mode, why it writes slowly, and the states of the card.
-const std::uint32_t kReasons[] = {
-    40449, 40450, 40451, 40452, 40453, 40454, 40455, 40456, 40457, 40458, 40459, 40460, 40461,
-    40462, 40463, 40464, 40465, 40466, 40467, 40468, 40469, 40470, 40471, 40486, 40394, 40395,
-    40396, 40397, 40398, 40399, 40400, 40401, 40402, 40389, 40390, 40392, 40421, 40422, 40403,
-    40412, 40413, 40414, 40415, 40416, 40417, 40418, 40419, 40420, 40387, 40393, 40128};
-
-TEST(Advice, IsThereForEveryReasonAsASentence) {
-  EXPECT_EQ(std::size(kReasons), 51U);
-  for (const std::uint32_t reason : kReasons) {
-    const std::string advice = HostKit::AdviceOf(Family::Value, reason);
-    EXPECT_TRUE(EndsAsASentence(advice)) << reason << ' ' << HostKit::NameOf(Family::Value, reason);
-  }
-}
-
-TEST(Advice, IsForReasonsAlone) {
-  std::size_t advised = 0;
-  for (const Number& row : kNumbers) {
-    if (row.family == Family::Value && !HostKit::AdviceOf(Family::Value, row.number).empty())
-      ++advised;
-  }
-  EXPECT_EQ(advised, 51U);
-  EXPECT_EQ(HostKit::AdviceOf(Family::Value, PI::Value::OK), "");
-  EXPECT_EQ(HostKit::AdviceOf(Family::Value, 49999), "");
 }
 
 struct LowNumber {
