@@ -8,6 +8,7 @@
 #include <set>
 
 #include "hostkit/Inspect.h"
+#include "tests/plugin/AdapterRows.h"
 #include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
@@ -18,7 +19,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// A card that shows all 36 rows.
+// A card that shows all rows.
 const Settings TALKATIVE = {
     {"first_use_ts", "1735689600"},
     {"reserve_space_pct", "97.9"},
@@ -30,43 +31,12 @@ const Settings TALKATIVE = {
     {"external_power_requirement", "2"},
 };
 
-const std::vector<std::string> ALL_CALLS = {
-    "vsl_iom_create_by_name /dev/fct0",
-    "vsl_open card#1",
-    // The estimated lifetime.
-    "vsl_has_rated_endurance_tbytes card#1",
-    "vsl_has_total_physical_bytes_written card#1",
-    "vsl_has_rated_writes_remaining_percent card#1",
-    "vsl_total_physical_bytes_written card#1",
-    "vsl_rated_endurance_tbytes card#1",
-    "vsl_rated_writes_remaining_percent card#1",
-    // The reserve and its status.
-    "vsl_has_reserve_space_pct card#1",
-    "vsl_reserve_space_pct card#1",
-    "vsl_has_reserve_space_pct card#1",
-    "vsl_reserve_status card#1",
-    // The byte counters.
-    "vsl_has_total_physical_bytes_read card#1",
-    "vsl_total_physical_bytes_read card#1",
-    "vsl_has_total_physical_bytes_written card#1",
-    "vsl_total_physical_bytes_written card#1",
-    // The rated endurance.
-    "vsl_has_rated_endurance_tbytes card#1",
-    "vsl_has_total_physical_bytes_written card#1",
-    "vsl_total_physical_bytes_written card#1",
-    "vsl_rated_endurance_tbytes card#1",
-    "vsl_close card#1",
-    "vsl_destroy card#1",
-};
-
-// All 36, in order.
-const std::vector<std::uint32_t> ALL_IDS = {
-    30007, 30003, 30063, 30158, 30120, 30022, 30479, 30037, 30038, 30039, 30062, 30137,
-    30247, 30266, 30018, 30020, 30442, 30035, 30483, 30097, 30486, 30487, 30488, 30489,
-    30490, 30494, 30501, 30502, 30503, 30504, 30354, 30355, 30017, 30468, 30165, 30054};
-
-// Those that are read from the card at each request.
-const std::set<std::uint32_t> LIVE_IDS = {30483, 30486, 30487, 30489, 30490, 30494};
+std::vector<std::uint32_t> AllIds() {
+  std::vector<std::uint32_t> ids;
+  for (const RowNumbers& row : ALL_NUMBERS) ids.push_back(row.property);
+  return ids;
+}
+const std::vector<std::uint32_t> ALL_IDS = AllIds();
 
 std::vector<std::uint32_t> IdsWithout(const std::set<std::uint32_t>& missing) {
   std::vector<std::uint32_t> ids;
@@ -143,7 +113,7 @@ TEST(AdapterReadingOfTwoCards, TracesTheCardsNumber) {
 }
 
 TEST_F(AdapterReading, OpensTheCardAlsoForWhatTheRecordKnows) {
-  for (const std::uint32_t id : IdsWithout(LIVE_IDS)) {
+  for (const std::uint32_t id : IdsWithout(LIVE)) {
     m_Host.Watch();
     EXPECT_NE(m_Host.Row(OneCard::ADAPTER, id), "result 20000") << id;
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
@@ -223,7 +193,7 @@ TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeNamed) {
 
 TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
-  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE_IDS)));
+  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE)));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_destroy card#1"));
   EXPECT_THAT(m_Host.Traces(16), IsEmpty());
@@ -232,7 +202,7 @@ TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeOpened) {
 
 TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardIsGone) {
   m_Host.Cards().RemoveCard(m_Host.Card());
-  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE_IDS)));
+  EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE)));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
   ExpectNothingLeftOpen();
 }
@@ -242,7 +212,7 @@ TEST_F(AdapterReading, AnswersSingleRequestsForAClosedCardAsTheList) {
     for (const std::uint32_t id : ALL_IDS) {
       CardSim::FailCall(function, 1, 5, "not today");
       const bool missing = m_Host.Row(OneCard::ADAPTER, id) == "result 20000";
-      EXPECT_EQ(missing, LIVE_IDS.count(id) == 1) << function << " " << id;
+      EXPECT_EQ(missing, LIVE.count(id) == 1) << function << " " << id;
     }
   }
   ExpectNothingLeftOpen();
