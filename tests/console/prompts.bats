@@ -25,7 +25,7 @@ setup_file() {
   on enter 24x120 see "[y/N]" press Enter ends 4 see "Nothing was changed." -- detach a0 &
   on eof 24x120 see "[y/N]" press Ctrl-D ends 4 see "Nothing was changed." -- detach a0 &
   on halt 24x120 see "[y/N]" press Ctrl-C ends 130 see "Nothing was changed." -- detach a0 &
-  on edit 24x120 see "[y/N]" press nx press Backspace press Backspace press y see "[y/N] y" \
+  on edit 24x160 see "[y/N]" press nx press Backspace press Backspace press y see "[y/N] y" \
     press Left press n see "[y/N] ny" press Enter ends 4 -- detach a0 &
   wait
   on narrow 24x40 see "? [y/N]" press n press Enter ends 4 see "Nothing was changed." -- detach a0 &
