@@ -105,6 +105,7 @@ ENVIRONMENT = {
     "CORVANE_TRACE": ["HOSTILE"],
     "CORVANE_TRACE_FILE": ["PLACE/cards.json/trace", "PLACE/trace"],
     "CORVANE_SYSFS": ["PLACE/none", "PLACE/cards.json"],
+    "CARDSIM_PROFILES": ["PLACE/HOSTILE", "PLACE/cards.json"],
     "CARDSIM_STATE": ["PLACE/none.json", "PLACE/config/Corvane.ini"],
 }
 # What reads them, in forms for people and for programs.

@@ -59,8 +59,10 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 }
 
 @test "the simulator's page has its commands, and no others" {
-  same "$(cardsim --help | sed -n '/^Subcommands/,$p' | sed -n 's/^  \([a-z]*\)  .*/\1/p')" \
-    "$(terms cardsim COMMANDS)"
+  local help
+  help=$(cardsim --help | sed -n '/^Commands/,$p' | sed -n 's/^  \([a-z-]*\)  .*/\1/p')
+  [ "$(wc -l <<<"$help")" -eq 12 ]
+  same "$help" "$(terms cardsim COMMANDS | awk '{print $1}')"
 }
 
 @test "an installation has plug-in, simulator, completion and manual pages" {
