@@ -3,10 +3,9 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <exception>
-#include <regex>
 #include <set>
+#include <string_view>
 #include <system_error>
 
 #include "console/base/Failure.h"
@@ -62,19 +61,38 @@ fs::path WithoutLinks(const fs::path& file) {
   return error ? file : found;
 }
 
-// The text with the folder of the library in the place of its sign. Fails for other signs, which
-// mean what only the loader knows.
+bool IsNameLetter(char letter) {
+  return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z') ||
+         (letter >= '0' && letter <= '9') || letter == '_';
+}
+
+// The length of the variable for the library's own folder, if it begins at `at`, else 0.
+std::size_t OriginLength(const std::string& text, std::size_t at) {
+  constexpr std::string_view plain = "$ORIGIN";
+  constexpr std::string_view braced = "${ORIGIN}";
+  if (text.compare(at, braced.size(), braced) == 0) return braced.size();
+  const std::size_t end = at + plain.size();
+  const bool isOrigin = text.compare(at, plain.size(), plain) == 0 &&
+                        (end == text.size() || !IsNameLetter(text[end]));
+  return isOrigin ? plain.size() : 0;
+}
+
+// Replaces the variable for the library's own folder. Fails for other variables, whose values only
+// the loader knows.
 fs::path Expand(const std::string& text, const fs::path& library) {
-  static const std::regex sign(R"(\$(ORIGIN\b|\{ORIGIN\}))");
+  const std::string folder = library.parent_path().string();
   std::string path;
-  auto rest = text.cbegin();
-  for (std::smatch found; std::regex_search(rest, text.cend(), found, sign);) {
-    path.append(rest, found[0].first) += library.parent_path().string();
-    rest = found[0].second;
+  bool isKnown = true;
+  for (std::size_t at = 0; at < text.size();) {
+    if (const std::size_t length = OriginLength(text, at)) {
+      path += folder;
+      at += length;
+    } else {
+      isKnown = isKnown && text[at] != '$';
+      path += text[at++];
+    }
   }
-  path.append(rest, text.cend());
-  const bool isClear = std::find(rest, text.cend(), '$') == text.cend();
-  Require(isClear ? "" : fmt::format("{} makes the loader look in {}", library.string(), text),
+  Require(isKnown ? "" : fmt::format("{} makes the loader look in {}", library.string(), text),
           library);
   return fs::absolute(path.empty() ? "." : path);
 }

@@ -188,6 +188,11 @@ library() {
 
   library "$lib/sign.so" -L"$lib" -lf -Wl,-rpath,"$evil/\$LIB"
   refuses sign "$lib/sign.so makes the loader look in $evil/\$LIB" "$lib/sign.so"
+  local path
+  for path in "\$LIB/\$ORIGIN" "\$ORIGINAL" "\${ORIGIN"; do
+    library "$lib/sign.so" -L"$lib" -lf -Wl,-rpath,"$path"
+    refuses sign "$lib/sign.so makes the loader look in $path" "$lib/sign.so"
+  done
   library "$lib/path.so" -L"$evil" -lg
   refuses path "$evil can be written by other users" "$lib/path.so"
   library "$lib/auxiliary.so" -Wl,-f,libf.so -Wl,-rpath,"\$ORIGIN"
