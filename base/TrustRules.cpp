@@ -42,7 +42,7 @@ std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t 
   if (IsDevice(file) || !(user == kRoot || isInOpenFolder)) return {};
   if (!IsTrustedOwner(file.st_uid, user)) return BelongsTo(file.st_uid);
   if (S_ISDIR(file.st_mode)) return {};
-  if (isInOpenFolder && file.st_nlink > 1) return "has a second name";
+  if (isInOpenFolder && file.st_nlink > 1) return "has a second hard link";
   return user == kRoot && IsOpenTo(file, user) ? kWritable : std::string();
 }
 

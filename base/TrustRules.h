@@ -8,7 +8,7 @@
 // there.
 //
 // Every objection is empty or a reason to put after the name: "belongs to uid 1000", "can be
-// written by other users", "has a second name".
+// written by other users", "has a second hard link".
 #pragma once
 
 #include <sys/stat.h>

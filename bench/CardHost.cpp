@@ -65,7 +65,7 @@ void CardHost::Initialize() {
   Execute(PI::CMD_INITIALIZE, 0, &m_AdapterIDs);
 }
 
-void CardHost::GiveNumbers() {
+void CardHost::AssignAdapterNumbers() {
   std::int32_t number = 0;
   for (PI::CAdapterID& id : m_AdapterIDs) id.m_GlobalNumber = ++number;
   Execute(PI::CMD_SET_ADAPTER_IDS, 0, &m_AdapterIDs);

@@ -21,7 +21,7 @@ class CardHost {
   // Start, in this order, and stop.
   void Create();
   void Initialize();
-  void GiveNumbers();  // starts the plug-in's worker
+  void AssignAdapterNumbers();  // starts the plug-in's worker
   void Stop();
 
   // Lets virtual time pass for the plug-in's worker.

@@ -40,7 +40,7 @@ void Scan(benchmark::State& state, Part part) {
 
 void Watch(benchmark::State& state, Part part) {
   RunningHost host(state);
-  host.GiveNumbers();
+  host.AssignAdapterNumbers();
   host.PassSeconds(60);
   for ([[maybe_unused]] auto _ : state) {
     state.SetIterationTime(Timed([&] { host.PassSeconds(15); }).*part);

@@ -36,7 +36,8 @@ CARDSIM_API const char* CardStateName(std::uint64_t state);
 // opens the file again.
 //
 // Each change is atomic and made under the file's lock. Other processes and the card library in
-// this one see it when they next name or open a card, and status masks at their next read.
+// this one see it when they next create a handle or open a card, and status masks at their next
+// read.
 //
 // Every function throws `std::runtime_error` with a message of one line if the file is missing,
 // damaged or not trusted, or a value is not valid; `NoSuchThing` for an unknown name; and

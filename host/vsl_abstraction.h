@@ -22,7 +22,7 @@
  *   volume    vsl_vsu_iterate                         the end of its card's handle
  *
  * Threads. Different handles may be used on different threads at the same time; one handle, on one
- * thread at a time. vsl_init and vsl_fini must not run beside any other call.
+ * thread at a time. vsl_init and vsl_fini must not run concurrently with any other call.
  *
  * Numbers and functions are the library's. The names of the numbers, and the lists in own/ from
  * which the functions for attributes are declared here, are ours.
@@ -90,8 +90,8 @@ VSL_API void vsl_fini(void);
 VSL_API bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err);
 
 /* Creates a handle for the card whose control device is `path`, such as "/dev/fct0". Fails if there
- * is no such card. The card is not opened: jobs and the beacon need no open card, most attributes
- * do. */
+ * is no such card. The card is not opened: jobs and the locate LED need no open card, most
+ * attributes do. */
 VSL_API vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* err);
 
 /* Opens a card so that its attributes can be read. Fails if the card does not answer. */
@@ -143,7 +143,7 @@ VSL_API uint32_t vsl_reserve_status(void* iom, vsl_error_record* err);
 VSL_API bool vsl_iom_format_has_size_mode(void* format, vsl_error_record* err);
 
 /*
- * The beacon: the LED that helps to locate a card.
+ * The locate LED, which the library calls beacon.
  */
 
 /* Switches the LED off (0) or on (1). The card need not be open. */
@@ -154,8 +154,7 @@ VSL_API vsl_code vsl_set_beacon_state(void* iom, uint32_t state, vsl_error_recor
  */
 
 /* Moves `*vsu` to the card's next volume, to the first one from NULL. Returns false at the end,
- * where
- * `*vsu` becomes NULL, and on failure. `which` is 1. */
+ * where `*vsu` becomes NULL, and on failure. `which` is 1. */
 VSL_API bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* err);
 
 /* The volume's state: 0 offline, 1 online. Needs no vsl_has_vsu_state. */
@@ -200,7 +199,7 @@ VSL_API vsl_code vsl_iom_format_set_sector_size_bytes(void* format, uint32_t byt
 /* Starts the job and returns at once. */
 VSL_API vsl_code vsl_op_start(void* job, vsl_error_record* err);
 
-/* Blocks until the started job has ended. Returns the job's result: 0 if it did what it should. */
+/* Blocks until the started job has ended. Returns the job's result: 0 on success. */
 VSL_API vsl_code vsl_op_wait_for_result(void* job, vsl_error_record* err);
 
 #ifdef __cplusplus

@@ -1,4 +1,4 @@
-// Threads that a module tried to start in vain. The module continues without them, and only its
+// Threads that a module failed to start. The module continues without them, and only its
 // host can report that to a person.
 #pragma once
 

@@ -159,7 +159,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // 0, or ERR_NO_SUPPORTED_HARDWARE, with no objects and the library stopped.
   unsigned int FirstScan(std::vector<PI::CAdapterID>& adapterIDs) CORVANE_REQUIRES(m_DataLock);
 
-  // A step of `SetAdapterIDs`. Unlocked: no thread of the plug-in exists yet.
+  // A step of `SetAdapterIDs`. Unlocked: the host sends this command once, before the worker runs.
+  // After a second one, an earlier worker may read at the same time.
   void NameAdapters() CORVANE_UNLOCKED;
 
   // Steps of `DeInitialize`.
@@ -299,7 +300,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int LockObjects(int adapter, int drive) CORVANE_REQUIRES(m_DataLock);
   unsigned int UnlockObjects();
   // Unlocked: the worker also calls it when it holds no lock. The marks are single bytes that
-  // nothing sets.
+  // only `LockObjects` sets, which nothing calls.
   void MarkAll(bool locked) CORVANE_UNLOCKED;
 
   // Usable from `Initialize` on.
@@ -326,7 +327,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Guarded by `m_EventsLock`: what waits for the host.
   std::vector<PI::CEvent> m_Events CORVANE_GUARDED_BY(m_EventsLock);
 
-  // No lock: written before the worker runs, and then only read.
+  // No lock: written before the worker runs and only read afterwards.
   std::vector<CControlDevicePath> m_ControlDevicePaths;
   std::vector<PI::CAdapterID> m_AdapterIDs;
   std::uint64_t m_AdapterCount = 0;  // of control device paths; 0: the library is down

@@ -65,8 +65,8 @@ inline void CopyHistories(const CFusionIOAdapter& from, CFusionIOAdapter& to) {
   to.m_InfoHistory.m_Value = from.m_InfoHistory.m_Value;
 }
 
-// The mask to go on with: a new one is believed when the last three are alike. Until then the
-// stored one is kept.
+// The mask to store: a new one is accepted when the last three are equal. Until then the stored one
+// is kept.
 inline std::uint64_t Settled(const FlagHistory& history, std::uint64_t stored) {
   const auto& last = history.m_Value;
   return last[0] == last[1] && last[1] == last[2] ? last[0] : stored;

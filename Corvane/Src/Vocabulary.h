@@ -11,8 +11,8 @@
 
 namespace NAMESPACE_Corvane {
 
-// What the plug-in calls PI: the host's records, and beside them the numbers below, which come
-// before any of the host's of the same name.
+// `PI` within the plug-in: the host's records, and the numbers below, which take precedence over
+// the host's numbers of the same name.
 namespace PI {
 
 using namespace ::PI;

@@ -24,7 +24,7 @@ Failure PluginFailure(const std::string& what, std::uint32_t error) {
   std::string why = HostKit::CaptionOf(HostKit::Family::Error, error);
   while (!why.empty() && why.back() == '.') why.pop_back();
   if (id.empty()) id = "PLUGIN_ERROR";
-  if (why.empty()) why = "plug-in error without a text";
+  if (why.empty()) why = "unknown plug-in error";
   return Failure(ExitCode::Failed, id, what, fmt::format("{} ({})", why, error),
                  {"Run it again with --trace 2,16 to see the card library's error."});
 }

@@ -16,7 +16,7 @@ enum class ExitCode : int {
   Usage = 2,
   NoObject = 3,  // no such object, or more than one
   Refused = 4,
-  PluginUnfit = 5,  // missing or incompatible
+  PluginUnusable = 5,  // missing or incompatible
   Permission = 6,
   TimedOut = 7,
   Stopped = 130,

@@ -58,7 +58,7 @@ std::string ConfirmationWord(const Model& model, const Object& object) {
   return serial.empty() ? IdText(object.m_ID) : serial;
 }
 
-void RequireUnused(const Model& model, const Object& object, const std::string& what) {
+void RequireNotInUse(const Model& model, const Object& object, const std::string& what) {
   const Object* adapter = AdapterOf(model, object);
   if (adapter == nullptr) return;
   const std::vector<std::string> users =

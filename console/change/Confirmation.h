@@ -17,7 +17,7 @@ std::string ConfirmationWord(const Model& model, const Object& object);
 
 // Throws `Failure` with exit code 4 when the system uses a block device of the card, naming the
 // user. `what` is "detach a0".
-void RequireUnused(const Model& model, const Object& object, const std::string& what);
+void RequireNotInUse(const Model& model, const Object& object, const std::string& what);
 
 // Asks `question`, which may have several lines, with [y/N], unless --yes was given. Throws
 // `Failure` with exit code 4 for any other answer, and when no prompt is possible.

@@ -133,7 +133,7 @@ void RequireAllowed(Session& session, const Model& model, const Object& drive) {
   const std::uint32_t refused = session.CheckOperation(drive.m_ID, operation);
   if (refused != PI::SUCCESS)
     throw CheckFailure(What(FormatRow(), drive), &FormatRow(), "", refused);
-  RequireUnused(model, drive, What(FormatRow(), drive));
+  RequireNotInUse(model, drive, What(FormatRow(), drive));
 }
 
 // All three parameters are always given: for a missing one the plug-in would use its default, which
@@ -283,7 +283,7 @@ Table ChangeTable(const Object& drive, const std::optional<Object>& after) {
 std::string DoneText(const Object& drive, const std::optional<Object>& after, milliseconds elapsed,
                      bool ascii) {
   std::string text = fmt::format("Done in {}. {}: ", ElapsedText(elapsed), drive.m_Selector);
-  if (!after) return text + "new size not shown yet.\n";
+  if (!after) return text + "new size not reported yet.\n";
   return text + fmt::format("{}, {} sectors.\n",
                             HumanText(ReadField(*after, "formatted_size_bytes"), ascii),
                             HumanText(ReadField(*after, "sector_size_bytes"), ascii));
@@ -340,7 +340,7 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
   const milliseconds elapsed = Execute(context, model, drive, request);
   const std::optional<Object> after = AwaitScan(context, model, drive, request);
   if (!after) {
-    context.m_Diagnostics.Note("NOT_SEEN_YET", "the plug-in does not show the new size yet",
+    context.m_Diagnostics.Note("NOT_SEEN_YET", "the plug-in does not report the new size yet",
                                {fmt::format("Check it: corvane-host show {}", drive.m_Selector)});
   }
   CommandResult result = FormatResult(drive, plan, after, false, elapsed);

@@ -35,7 +35,7 @@ bool RequireAllowed(Session& session, const Model& model, const Object& object,
     if (mayBeDone && state == row.m_Goal) return false;
     throw CheckFailure(What(row, object), &row, state, refused);
   }
-  if (row.m_TakesAway) RequireUnused(model, object, What(row, object));
+  if (row.m_TakesAway) RequireNotInUse(model, object, What(row, object));
   return true;
 }
 

@@ -89,7 +89,7 @@ void BackgroundTicks::Run(Progress& progress) {
     if (isReported || !IsStopRequested()) continue;
     isReported = true;
     std::fputs(
-        "\nThis cannot be interrupted; the program exits when it is done.\n"
+        "\nThe format cannot be canceled; the program exits when it is done.\n"
         "Press Ctrl-C again to exit; the card continues formatting.\n",
         stderr);
   }

@@ -39,7 +39,7 @@ Failure EndingFailure(const SubprocessResult& ending, std::chrono::milliseconds 
 }
 
 // Without output, or with another exit code, the command did not finish.
-bool IsAnswer(const SubprocessResult& ending) {
+bool HasCompleteResult(const SubprocessResult& ending) {
   return ending.m_End == SubprocessEnd::Exited &&
          ending.m_Number <= static_cast<int>(ExitCode::Unknown) && !ending.m_Output.empty();
 }
@@ -65,7 +65,7 @@ ExitCode RunIsolated(Invocation invocation) {
     const std::chrono::milliseconds timeout = CheckTimeout(invocation.m_Options);
     const SubprocessResult ending =
         RunInSubprocess([&] { return RunForMonitoring(invocation); }, timeout);
-    if (!IsAnswer(ending)) throw EndingFailure(ending, timeout);
+    if (!HasCompleteResult(ending)) throw EndingFailure(ending, timeout);
     ResultStream(false).Write(ending.m_Output);
     return static_cast<ExitCode>(ending.m_Number);
   } catch (const Failure& failure) {

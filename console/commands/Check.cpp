@@ -77,7 +77,7 @@ Command CheckCommand() {
                      {1, "WARNING: a card has a warning"},
                      {2, "CRITICAL: a card has failed"},
                      {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
-  command.m_Examples = {{"check", "run as a check of a monitoring system", true},
+  command.m_Examples = {{"check", "run from a monitoring system", true},
                         {"check a1 --timeout 10s", "check one card, within ten seconds"}};
   return command;
 }

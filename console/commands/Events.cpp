@@ -225,7 +225,7 @@ Command EventsCommand() {
   command.m_Options = {"--follow", "--since", "--limit", "--for"};
   command.m_Run = Run;
   command.m_Description =
-      "The host's event log, oldest event first. It has the events of all runs of this "
+      "The host's event log, oldest event first. It contains the events of all runs of this "
       "program that used the same database. explain shows what to do about an event number.";
   command.m_Examples = {
       {"events --since yesterday", "show events since the start of yesterday", true},

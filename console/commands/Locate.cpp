@@ -64,7 +64,7 @@ CommandResult Run(Context& context) {
     if (duration) return Blink(context, model, adapter, *duration);
     context.m_Diagnostics.Note(
         "LIGHT_STAYS_ON",
-        "the locate LED stays on only until a plug-in starts, which every run of this program does",
+        "every run of this program starts the plug-in, which switches the locate LED off",
         {fmt::format("To keep it on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
   }
   return ChangeResult(context, adapter, row.m_Number, change);
@@ -85,7 +85,7 @@ Command LocateCommand() {
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Switches the locate LED of a card. With --for the LED is switched off after that "
+      "Switches the locate LED of a card. With --for, the LED is switched off after that "
       "time.";
   command.m_Exits = {{4, "the card has no locate LED"}};
   command.m_Examples = {

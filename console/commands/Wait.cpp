@@ -131,7 +131,7 @@ Command WaitCommand() {
   command.m_Arguments = "OBJ COND";
   command.m_Least = 2;
   command.m_Most = 2;
-  command.m_Summary = "wait until an object is ok, attached, ... or PROP=VALUE";
+  command.m_Summary = "wait until an object meets a condition, such as ok or PROP=VALUE";
   command.m_Forms = {"table", "tsv", "json", "value"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;

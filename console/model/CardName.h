@@ -11,8 +11,8 @@ namespace Console {
 // Makes a text fit for where the name goes.
 using Sanitizer = std::string (*)(const std::string&);
 
-// A name for each adapter that no other one has: its serial number, which it keeps wherever it
-// goes; where two have the same or there is none, its PCI address as a selector; else its selector.
+// A unique name for each adapter: its serial number, which does not depend on its slot; if that is
+// missing or not unique, its PCI address as a selector; else its selector.
 std::map<const Object*, std::string> CardNames(const Model& model, Sanitizer sanitize);
 
 }  // namespace Console

@@ -19,21 +19,21 @@ struct Field {
   UnknownEncoding m_UnknownEncoding = UnknownEncoding::None;
 };
 
-// The terms of a kind of object, in the order in which they are shown.
+// The fields of a kind of object, in display order.
 const std::vector<Field>& FieldsOf(Kind kind);
 
-// The term of that name, or of that property's identifier or number, compared without case; null
-// when the kind has none.
+// The field of that name, or of that property's identifier or number, ignoring case; null if the
+// kind has none.
 const Field* FindField(Kind kind, const std::string& name);
 
 // All names that `FindField` knows, for suggestions.
 std::vector<std::string> FieldNames(Kind kind);
 
 Value ReadField(const Object& object, const Field& field);
-// By the term's name; unknown also when the object's kind has no such term.
+// By the field's name; also unknown if the object's kind has no such field.
 Value ReadField(const Object& object, const std::string& name);
 
-// As `BareText` of the object's term of that name; empty when it is unknown.
+// The object's field of that name as `BareText`; empty if it is unknown.
 std::string FieldText(const Object& object, const std::string& name);
 
 // The serial number of the object's card; empty if unknown.

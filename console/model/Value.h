@@ -8,7 +8,7 @@
 
 namespace Console {
 
-// What a term measures; the base unit is in its name.
+// What a field measures; the base unit is in the field's name.
 enum class Measure {
   Text,
   Choice,

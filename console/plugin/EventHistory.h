@@ -33,7 +33,7 @@ class EventHistory {
   // The newest `limit` events among those not older than `sinceMs`, in order of logging; throws
   // `Failure` when the log cannot be read.
   std::vector<LoggedEvent> ReadOrThrow(std::uint64_t sinceMs, std::size_t limit);
-  // The same, and none when it cannot.
+  // The same, but returns no events if the log cannot be read.
   std::vector<LoggedEvent> Read(std::uint64_t sinceMs, std::size_t limit);
 
  private:
@@ -49,7 +49,7 @@ class EventHistory {
   bool m_IsReportedUnusable = false;
 };
 
-// Where the database is, and how to name another one: advice beside a failure of it.
+// Advice for a database failure: where the database is, and how to select another one.
 std::vector<std::string> DatabaseAdvice();
 
 }  // namespace Console

@@ -34,7 +34,7 @@ class File {
 };
 
 Failure UnreadableFailure(const std::string& file) {
-  return Failure(ExitCode::PluginUnfit, "PLUGIN_UNREADABLE", fmt::format("cannot read {}", file),
+  return Failure(ExitCode::PluginUnusable, "PLUGIN_UNREADABLE", fmt::format("cannot read {}", file),
                  elf_errmsg(-1));
 }
 

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 constexpr std::uint32_t kInterfaceVersion = 2;
 
-// A sanitizer cannot name code that is gone, and takes what its statics held for leaked.
+// Sanitizers cannot symbolize unloaded code, and report what its statics own as leaks.
 #ifdef CORVANE_KEEP_PLUGIN_MAPPED
 constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
 #else
@@ -27,7 +27,7 @@ constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL;
 #endif
 
 Failure LoadFailure(const std::string& id, const std::string& why) {
-  return Failure(ExitCode::PluginUnfit, id, "cannot load the plug-in", why,
+  return Failure(ExitCode::PluginUnusable, id, "cannot load the plug-in", why,
                  {"Pass another plug-in with --plugin FILE."});
 }
 
@@ -45,16 +45,16 @@ void RequireFile(const std::string& file) {
 
 void Require(const std::string& objection, const fs::path& file) {
   if (objection.empty()) return;
-  throw Failure(ExitCode::PluginUnfit, "PLUGIN_NOT_TRUSTED", "cannot load the plug-in", objection,
-                TrustAdvice(file));
+  throw Failure(ExitCode::PluginUnusable, "PLUGIN_NOT_TRUSTED", "cannot load the plug-in",
+                objection, TrustAdvice(file));
 }
 
-// The names of the folders in which the loader looks before the folder of a search path itself.
-// Other names below them are processors.
+// Subfolders of a search path that the loader tries before the path itself. Folders below them are
+// named after processors.
 constexpr const char* kLoaderFolders[] = {"glibc-hwcaps", "tls",      "x86_64",  "haswell",
                                           "xeon_phi",     "avx512_1", "aarch64", "atomics"};
 
-// A file that cannot be reached is given back as it is: loading it says why.
+// A file that cannot be resolved is returned unchanged: loading it reports the reason.
 fs::path WithoutLinks(const fs::path& file) {
   std::error_code error;
   const fs::path found = fs::canonical(file, error);
@@ -97,13 +97,13 @@ fs::path Expand(const std::string& text, const fs::path& library) {
   return fs::absolute(path.empty() ? "." : path);
 }
 
-// Finds what the loader could load, from a library to those that it needs and on to theirs. Any
-// search path counts for any library: some hold for those that a library needs in turn, too.
+// Checks every file that the loader could load: a library, its dependencies, theirs, and so on.
+// Each search path is applied to every library, because some also apply to indirect dependencies.
 class Companions {
  public:
   void RequireTrusted(const fs::path& file) {
     RequireTrustedFile(file);
-    // Each may add to both.
+    // Checking a file can add names and folders, so this repeats until nothing is new.
     for (std::size_t known = 0; known != m_Names.size() + m_Folders.size();) {
       known = m_Names.size() + m_Folders.size();
       const auto names = m_Names;
@@ -115,7 +115,8 @@ class Companions {
   }
 
  private:
-  // A link's folder, and not that of the file where it leads, is what a library has as its own.
+  // A library's own folder is that of the link through which it was found, not that of the link's
+  // target.
   void RequireTrustedFile(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error) || !m_Seen.insert(file).second) return;

@@ -17,7 +17,7 @@ std::filesystem::path ProgramFolder();
 // A loaded library with the two entry points; unloaded when destroyed.
 class PluginLibrary {
  public:
-  // Throws `Failure` when the file is missing, no library, or lacks an entry point.
+  // Throws `Failure` if the file is missing, is not a library, or lacks an entry point.
   explicit PluginLibrary(const std::filesystem::path& file);
   ~PluginLibrary();
   PluginLibrary(const PluginLibrary&) = delete;
@@ -40,7 +40,7 @@ class PluginLibrary {
 // The instance, released when destroyed. The library must outlive it.
 class PluginInstance {
  public:
-  // Throws `Failure` when the plug-in cannot be made or speaks another interface version.
+  // Throws `Failure` if the plug-in cannot be created or has another interface version.
   explicit PluginInstance(PluginLibrary& library);
   ~PluginInstance();
   PluginInstance(const PluginInstance&) = delete;

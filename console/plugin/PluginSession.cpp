@@ -25,7 +25,7 @@ PluginSession::PluginSession(const std::filesystem::path& file, EventHistory& ev
 
 // Without a card nothing was started that would have to be stopped.
 PluginSession::~PluginSession() {
-  if (m_HasCards) CollectTheRest();
+  if (m_HasCards) CollectPendingEvents();
   Stop();
 }
 
@@ -55,7 +55,7 @@ bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>&
   }
 }
 
-// The answer is there already, so it is not lost to a plug-in that does not stop.
+// The command already has its result, so a plug-in that does not stop only adds a note.
 void PluginSession::Stop() {
   if (!m_pLoaded) return;
   // The plug-in waits for its jobs for 25 seconds; without one it has only a scan to finish.
@@ -77,12 +77,12 @@ void PluginSession::Stop() {
   } catch (const std::exception&) {
     return;  // the plug-in's own, and it is gone now
   }
-  m_Diagnostics.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; exiting without it",
-                     {"A card or its driver may hang; check the kernel log."});
+  m_Diagnostics.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; exiting anyway",
+                     {"A card or its driver may be hung; check the kernel log."});
 }
 
-// The answer does not depend on it, so a plug-in that refuses is let go.
-void PluginSession::CollectTheRest() noexcept {
+// The result does not depend on these events, so errors are ignored.
+void PluginSession::CollectPendingEvents() noexcept {
   try {
     if (m_PluginID != 0) CollectEvents();
   } catch (const std::exception&) {
@@ -102,10 +102,10 @@ void PluginSession::Start() {
     adapter.m_GlobalNumber = static_cast<std::int32_t>(adapter.m_AdapterNumber) + 1;
   }
   const std::uint32_t numbered = Read(PI::CMD_SET_ADAPTER_IDS, 0, adapters);
-  if (numbered != PI::SUCCESS) throw PluginFailure("cannot number the adapters", numbered);
+  if (numbered != PI::SUCCESS) throw PluginFailure("cannot assign adapter numbers", numbered);
 }
 
-// The payload is the call's own until it has come back.
+// The call gets its own copy of the payload, because an abandoned call may still write to it.
 template <class Payload>
 std::optional<std::uint32_t> PluginSession::Call(PI::_COMMAND command, std::uint64_t object,
                                                  Payload& payload, const Deadline& deadline,
@@ -139,14 +139,14 @@ void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
   if (IsStopRequested()) throw Stopped("interrupted; the plug-in does not respond");
   throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond",
-                std::vector<std::string>{"A card or its driver may hang; check the kernel log.",
+                std::vector<std::string>{"A card or its driver may be hung; check the kernel log.",
                                          "If it is only slow, pass a longer --timeout."});
 }
 
 void PluginSession::AbandonChange() {
   static_cast<void>(m_pLoaded.release());
   throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond",
-                std::vector<std::string>{"A card or its driver may hang; check the kernel log.",
+                std::vector<std::string>{"A card or its driver may be hung; check the kernel log.",
                                          "The command may still take effect; check with show."});
 }
 
@@ -200,8 +200,8 @@ std::uint32_t PluginSession::ExecuteOperation(std::uint64_t object, PI::COperati
                 Deadline(isFormat ? m_Limits.m_Format : m_Limits.m_Call));
 }
 
-// The plug-in object is always the first of the topology. An event may be about a card that has
-// come since, or is the last to speak of one that has gone.
+// The plug-in object is always the first of the topology. An event may be about a card that was
+// added since the last reading, or be the last one about a removed card.
 std::vector<LoggedEvent> PluginSession::CollectEvents() {
   if (m_PluginID == 0) Topology();
   if (m_PluginID == 0) return {};

@@ -15,16 +15,16 @@
 
 namespace Console {
 
-// Calls are abandoned when the plug-in does not answer in time, reads also when a signal comes;
-// what changes a card is waited for then.
+// Calls are abandoned when the plug-in does not answer in time. A signal also ends reads, but not
+// changes of a card.
 class PluginSession : public Session {
  public:
-  // Brings the plug-in up, which takes more than a second. Throws `Failure`; a plug-in that found
-  // no card is none. The history and the talk must outlive it.
+  // Brings the plug-in up, which takes more than a second. Throws `Failure`; finding no card
+  // is not a failure. The history and the diagnostics must outlive it.
   PluginSession(const std::filesystem::path& file, EventHistory& eventHistory,
                 Diagnostics& diagnostics, const TimeLimits& limits);
-  // Collects what events still wait, so that the log has them. Stops the plug-in and unloads it;
-  // waits for its running jobs, up to 25 seconds. A plug-in that does not stop is noted and left.
+  // Collects the pending events for the log, then stops and unloads the plug-in; waits up to 25
+  // seconds for its running jobs. A plug-in that does not stop is abandoned with a note.
   ~PluginSession() override;
 
   PluginInfo Info() const override { return m_Info; }
@@ -44,8 +44,8 @@ class PluginSession : public Session {
   bool WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) override;
 
  private:
-  // What the plug-in's threads use. In order of life: the instance dies before its library, the
-  // bell after both.
+  // What the plug-in's threads use. In order of life: the instance is destroyed before its
+  // library, the notifier after both.
   struct Loaded {
     explicit Loaded(const std::filesystem::path& file) : m_Library(file), m_Plugin(m_Library) {}
 
@@ -59,7 +59,7 @@ class PluginSession : public Session {
   void Stop();
   static bool CallWhenThreadsAreFree(const std::function<std::uint32_t()>& call,
                                      const Deadline& deadline);
-  void CollectTheRest() noexcept;
+  void CollectPendingEvents() noexcept;
   template <class Payload>
   std::uint32_t Read(PI::_COMMAND command, std::uint64_t object, Payload& payload);
   template <class Payload>

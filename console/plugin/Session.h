@@ -14,7 +14,7 @@
 
 namespace Console {
 
-// What a session speaks to.
+// The plug-in of a session.
 struct PluginInfo {
   std::string m_File;
   std::uint32_t m_ModuleID = 0;

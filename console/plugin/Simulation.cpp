@@ -42,15 +42,15 @@ std::filesystem::path MakeTemporaryFolder() {
   return name;
 }
 
-// The simulator's own complaint without the name in front.
+// The simulator's error message without the program's name.
 std::string FirstLine(const std::string& text) {
   const std::string prefix = "cardsim: ";
   const std::string line = text.substr(0, text.find('\n'));
   return line.rfind(prefix, 0) == 0 ? line.substr(prefix.size()) : line;
 }
 
-// Becomes the program in this process, with its complaints where its answer would go.
-int BecomeProgram(const std::filesystem::path& program, const Words& words) {
+// Replaces this process with the program; its standard error is redirected to standard output.
+int ExecProgram(const std::filesystem::path& program, const Words& words) {
   dup2(STDOUT_FILENO, STDERR_FILENO);
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (nowhere >= 0) dup2(nowhere, STDOUT_FILENO);
@@ -81,14 +81,14 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
   }
   const std::string objection = ObjectionToCode(program);
   if (!objection.empty()) {
-    throw Failure(ExitCode::PluginUnfit, "SIMULATION_FAILED", "cannot simulate cards", objection,
+    throw Failure(ExitCode::PluginUnusable, "SIMULATION_FAILED", "cannot simulate cards", objection,
                   TrustAdvice(program));
   }
   Words arguments;
   if (!file.empty()) arguments = {"--state", file};
   arguments.insert(arguments.end(), {"sysfs", folder.string()});
   const SubprocessResult ending =
-      RunInSubprocess([&] { return BecomeProgram(program, arguments); }, limits.ForCall().Left());
+      RunInSubprocess([&] { return ExecProgram(program, arguments); }, limits.ForCall().Left());
   if (ending.m_End == SubprocessEnd::Stopped) throw Stopped();
   ThrowIfStopped();
   if (ending.m_End == SubprocessEnd::Exited && ending.m_Number == EXIT_SUCCESS) return;

@@ -16,9 +16,10 @@ namespace Console {
 using Json = nlohmann::ordered_json;
 
 struct CommandResult {
-  Json m_Json;                        // json; null: all of it has been written before
-  const char* m_Items = nullptr;      // jsonl: the list in `m_Result` that is cut into lines
-  Table m_Table;                      // table, tree, tsv
+  Json m_Json;  // json; null: all of it has been written before
+  const char* m_Items =
+      nullptr;    // jsonl: the list in `m_Json` that is written one element per line
+  Table m_Table;  // table, tree, tsv
   std::vector<std::string> m_Values;  // value
   std::optional<std::string> m_Text;  // instead of the table, for people
   ExitCode m_Code = ExitCode::Done;
@@ -39,10 +40,10 @@ std::string Render(const CommandResult& result, const std::string& form, const S
 // The JSON document around a result, in one line or several.
 std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool oneLine);
 
-// A vocabulary value as JSON, and beside it NAME_s when the number is too large for a double.
+// Adds a value under `name`, and as text under NAME_s if the number is too large for a double.
 void PutValue(Json& into, const std::string& name, const Value& value);
 
-// An object with all terms of its kind, unknown ones as null.
+// An object with all fields of its kind, unknown ones as null.
 Json ObjectJson(const Model& model, const Object& object);
 
 }  // namespace Console

@@ -12,7 +12,7 @@ namespace Console {
 
 enum class MetricType { Gauge, Counter, Info, StateSet };
 
-// A sample has a value that is known; for what is unknown there is none.
+// A sample always has a known value; an unknown value has no sample.
 struct Sample {
   std::vector<std::pair<std::string, std::string>> m_Labels;  // UTF-8, not escaped
   std::string m_Value;

@@ -12,7 +12,7 @@ namespace Console {
 // The names of all columns that such a table can have.
 std::vector<std::string> ObjectColumnNames();
 
-// The columns of these names. Throws `Failure` for a name that there is not.
+// The columns of these names. Throws `Failure` for an unknown name.
 std::vector<Column> ObjectColumns(const std::vector<std::string>& names);
 
 // What a kind of object cannot have is left blank for people, and is unknown to scripts.

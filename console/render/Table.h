@@ -38,7 +38,7 @@ struct Table {
 Cell TextCell(const std::string& text);
 Cell ValueCell(const Value& value, bool ascii);
 
-// Of a table with a row for each property: what it was, and what it is.
+// The columns of a table with one row per changed property: its value before and after.
 std::vector<Column> ChangeColumns();
 
 // The table for people; nothing at all when it has no rows.

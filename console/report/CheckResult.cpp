@@ -48,8 +48,8 @@ struct ReadingRow {
   const char* m_Field;
   const char* m_Unit;
   double m_Scale;
-  const char* m_Warning;   // a term, or null
-  const char* m_Critical;  // a term, or null
+  const char* m_Warning;   // a field, or null
+  const char* m_Critical;  // a field, or null
   Limit m_Limit;
   const char* m_Minimum;
   const char* m_Maximum;       // a number

@@ -41,7 +41,7 @@ std::optional<double> Number(const Value& value) {
 }
 
 // The severity of the limit that a temperature has reached.
-Severity ToneOfTemperature(const Object& object) {
+Severity TemperatureSeverity(const Object& object) {
   const auto now = Number(ReadField(object, "temperature_celsius"));
   const auto warning = Number(ReadField(object, "temperature_warning_celsius"));
   const auto critical = Number(ReadField(object, "temperature_critical_celsius"));
@@ -56,7 +56,7 @@ Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
 
 Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, bool ascii) {
   const Health health = HealthOf(card);
-  const Severity heat = ToneOfTemperature(card);
+  const Severity heat = TemperatureSeverity(card);
   const Value reserve = ReadField(card, "reserve_space_ratio");
   const Value used = ReadField(card, "endurance_used_ratio");
   return {

@@ -36,7 +36,7 @@ constexpr KeyRow kKeys[] = {
     {KEY_RESIZE, Key::Resize},
 };
 
-// Pairs of curses by tone.
+// Color pairs by severity.
 constexpr short kPairs[] = {0, 1, 2, 3};
 
 void DefineColors() {

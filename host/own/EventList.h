@@ -21,7 +21,7 @@
     "Adapter %1 is throttling writes.", \
     OfReason(PI::Value::PARTIAL_WRITE_THROTTLING)) \
   X(CTRL_MAXIMUM_WRITE_THROTTLING, 10960, kError, 1, \
-    "Adapter %1 is throttling writes to the maximum.", \
+    "Adapter %1 is throttling writes almost completely.", \
     OfReason(PI::Value::COMPLETE_WRITE_THROTTLING)) \
   X(CTRL_TEMPERATURE_NEAR_ERROR, 10961, kError, 1, \
     "The temperature of adapter %1 is close to its maximum.", \

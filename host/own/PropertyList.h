@@ -58,9 +58,9 @@
   X(PORT_NUMBER, 30122, "Port number", \
     "The adapter's port that the drive is connected to.") \
   X(DEVICE_NUMBER, 30125, "Device number", \
-    "The number of the drive among the drives of its adapter.") \
+    "The number of the drive on its adapter.") \
   X(UNIQUE_ID, 30137, "Unique ID", \
-    "A text that identifies the object across restarts.") \
+    "A string that identifies the object across restarts.") \
   X(HARDWARE_TYPE, 30158, "Hardware type", \
     "How the card is connected to the machine.") \
   X(ADDITIONAL_STATUS, 30165, "Additional status", \
@@ -102,7 +102,7 @@
   X(BYTES_WRITTEN, 30490, "Data written", \
     "How much data has been written to the card over its lifetime.") \
   X(RATED_ENDURANCE_PERCENT, 30494, "Rated endurance used", \
-    "How much of the rated write endurance is used; it may exceed 100 %.") \
+    "How much of the rated write endurance is used; it may exceed 100 percent.") \
   X(EXTERNAL_POWER_REQUIREMENT, 30501, "External power requirement", \
     "Whether the card needs its own power cable.") \
   X(EXTERNAL_POWER_CONNECTED, 30502, "External power connected", \

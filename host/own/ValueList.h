@@ -66,7 +66,7 @@
   X(INTERNAL_ERROR, 40449, "INTERNAL_ERROR", "Internal error") \
   X(INCOMPATIBLE_PCI_BANDWIDTH, 40450, "INCOMPATIBLE_PCI_BANDWIDTH", "PCI bandwidth not compatible") \
   X(PARTIAL_WRITE_THROTTLING, 40451, "PARTIAL_WRITE_THROTTLING", "Writes throttled") \
-  X(COMPLETE_WRITE_THROTTLING, 40452, "COMPLETE_WRITE_THROTTLING", "Writes throttled to the maximum") \
+  X(COMPLETE_WRITE_THROTTLING, 40452, "COMPLETE_WRITE_THROTTLING", "Writes throttled almost completely") \
   X(TEMPERATURE_NEAR_ERROR, 40453, "TEMPERATURE_NEAR_ERROR", "Temperature close to its maximum") \
   X(TEMPERATURE_ABOVE_ERROR, 40454, "TEMPERATURE_ABOVE_ERROR", "Temperature above its maximum") \
   X(INTERNAL_VOLTAGE_OUT_OF_RANGE, 40455, "INTERNAL_VOLTAGE_OUT_OF_RANGE", "Internal voltage out of range") \
@@ -148,7 +148,7 @@
     "Check the kernel log for the driver's messages about the cause.") \
   X(THROT_BY_USER, kOkStatus, \
     "Writes are throttled because a user requested it.", \
-    "Slow writes were requested: remove that setting when it is no longer needed.") \
+    "Write throttling was requested: remove that setting when it is no longer needed.") \
   X(THROT_NO_METADATA_BLOCKS, kOkStatus, \
     "Writes are throttled: the card has no blocks left for metadata.", \
     "Back up the data and have the card replaced.") \
@@ -191,14 +191,14 @@
     "The card throttles writes.", \
     "Check the other reasons for the cause, and write less until it is resolved.") \
   X(COMPLETE_WRITE_THROTTLING, kFailedStatus, \
-    "The card throttles writes to the maximum; almost nothing is written.", \
+    "The card throttles writes so much that almost nothing is written.", \
     "Stop writing, back up the data, and check the other reasons for the cause.") \
   X(TEMPERATURE_NEAR_ERROR, kFailedStatus, \
     "The card is close to its maximum temperature and will soon switch itself off.", \
     "Check fans and airflow now, and reduce the load on the card before it switches itself " \
     "off.") \
   X(TEMPERATURE_ABOVE_ERROR, kFailedStatus, \
-    "The card is above its maximum temperature and protects itself.", \
+    "The card is above its maximum temperature and is protecting itself.", \
     "Cool the card immediately: stop its load, and fix fans and airflow.") \
   X(INTERNAL_VOLTAGE_OUT_OF_RANGE, kFailedStatus, \
     "A voltage inside the card is too high or too low.", \
@@ -226,7 +226,7 @@
     "Reseat the card when the machine is next switched off; no data was lost.") \
   X(NO_POWERLOSS_PROTECTION, kWarningStatus, \
     "Data that is being written during a power failure may be lost.", \
-    "Do not rely on the card during a power failure: have it replaced, or protect the machine.") \
+    "Do not rely on the card during a power failure: have it replaced, or use a UPS.") \
   X(POWER_WRITE_REGULATION, kWarningStatus, \
     "The card writes more slowly to stay within its power limit.", \
     "Connect the card's external power, or raise its power limit if its slot can provide more.") \

@@ -82,7 +82,8 @@ bool IsAllowed(int action, const char* first, const char* second, const char* sc
   }
 }
 
-// Names, numbers and signs, also those within texts: where a text ends is the library's to say.
+// Counts names, numbers and operators, including those inside string literals: only the library
+// knows where a literal ends.
 int CountWords(const std::string& sql) {
   int words = 0;
   bool isInWord = false;

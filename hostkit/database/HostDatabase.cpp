@@ -55,7 +55,7 @@ HostDatabase::~HostDatabase() = default;
 
 std::vector<std::string> HostDatabase::query(std::string sql) {
   try {
-    return Guarded([&]() HOST_REQUIRES(m_Lock) {
+    return RunLocked([&]() HOST_REQUIRES(m_Lock) {
       auto cells = RowsConnection().RunConfined(sql);
       RequireReadable(sql, cells);
       return cells;
@@ -66,7 +66,7 @@ std::vector<std::string> HostDatabase::query(std::string sql) {
 }
 
 void HostDatabase::OpenRows() {
-  Guarded([this]() HOST_REQUIRES(m_Lock) { RowsConnection(); });
+  RunLocked([this]() HOST_REQUIRES(m_Lock) { RowsConnection(); });
 }
 
 void HostDatabase::Reopen() {

@@ -40,7 +40,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   // transaction back.
   template <class Use>
   auto With(Use use) {
-    return Guarded([&]() HOST_REQUIRES(m_Lock) { return use(OwnConnection()); });
+    return RunLocked([&]() HOST_REQUIRES(m_Lock) { return use(OwnConnection()); });
   }
 
   // The same for a `use` that only reads; a read-only file is enough.
@@ -59,7 +59,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
 
  private:
   template <class Work>
-  auto Guarded(Work work) {
+  auto RunLocked(Work work) {
     const Base::CancellationGuard guard;
     const MutexLock lock(m_Lock);
     try {

@@ -26,7 +26,7 @@ int OpenFolder(const path& folder) {
   return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
 }
 
-bool LockSoon(const Base::Descriptor& folder) {
+bool LockWithTimeout(const Base::Descriptor& folder) {
   constexpr int kTries = 500;
   constexpr int kPauseMs = 10;
   const Base::CancellationGuard guard;
@@ -62,7 +62,7 @@ void CreateFolders(const path& folder) {
 }
 
 FolderLock::FolderLock(const path& folder)
-    : m_Folder(OpenFolder(folder)), m_Held(LockSoon(m_Folder)) {}
+    : m_Folder(OpenFolder(folder)), m_Held(LockWithTimeout(m_Folder)) {}
 
 FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   // O_NONBLOCK in case the file is a pipe.

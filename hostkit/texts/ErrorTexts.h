@@ -14,7 +14,7 @@ inline constexpr std::array kErrorTexts{
         PI::ERR_NO_SUPPORTED_HARDWARE, "No supported adapter was found in this machine.",
         "Check that the card is seated and its driver is loaded: see lspci and the kernel log."},
     ErrorRow{PI::ERR_INVALID_COMMAND, "The plug-in does not know this command.",
-             "Host and plug-in do not match: install versions that belong together."},
+             "The host and the plug-in do not match: install matching versions."},
     ErrorRow{PI::ERR_COMMAND_ERROR, "The adapter rejected the command.",
              "Run it again with --trace 2,16 to see the card library's message, then check the "
              "kernel log."},
@@ -24,7 +24,7 @@ inline constexpr std::array kErrorTexts{
     ErrorRow{PI::ERR_INVALID_OPERATION, "The object does not allow this operation now.",
              "To list the operations that are possible now, run corvane-host op list. The card may "
              "have to be attached or detached first."},
-    ErrorRow{PI::ERR_MEMORY_ERROR, "The host provided no place for the result.",
+    ErrorRow{PI::ERR_MEMORY_ERROR, "The host did not provide a buffer for the result.",
              "Invalid request from the host; report this to the host's vendor."},
     ErrorRow{PI::ERR_INVALID_OBJECT_ID, "There is no object with this id.",
              "The object may have been removed: list the objects with corvane-host tree."},

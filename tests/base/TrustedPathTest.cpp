@@ -79,7 +79,7 @@ TEST_F(Trust, IsNotGivenToAFileWithASecondNameInASharedFolder) {
   const auto own = Folder("own", 0700);
   const auto shared = Folder("shared", 01777);
   fs::create_hard_link(File(own / "file"), shared / "planted");
-  EXPECT_EQ(Why(shared / "planted"), "shared/planted has a second name");
+  EXPECT_EQ(Why(shared / "planted"), "shared/planted has a second hard link");
   EXPECT_EQ(Why(own / "file"), "");
 }
 
@@ -92,7 +92,7 @@ TEST_F(Trust, JudgesWhatWasOpened) {
   EXPECT_EQ(Base::ObjectionToOpened(before, opened), "");
   fs::create_hard_link(shared / "file", shared / "other");
   EXPECT_EQ(Base::ObjectionToOpened(before, opened),
-            (shared / "file").string() + " has a second name");
+            (shared / "file").string() + " has a second hard link");
   fs::remove(shared / "other");
   if (IsRoot()) {
     Give(shared / "file");

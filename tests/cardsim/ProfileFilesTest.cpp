@@ -110,8 +110,9 @@ TEST_F(ProfileFiles, InAnOpenFolderMustHaveOneName) {
   Write("linked", kLarge);
   fs::create_hard_link(Of("linked"), m_Folder / "second");
   ASSERT_EQ(0, chmod(Folder().c_str(), 01777));
-  EXPECT_EQ("cardsim: " + Of("linked").string() + ": not trusted: the file has a second name\n[1]",
-            Run("add linked"));
+  EXPECT_EQ(
+      "cardsim: " + Of("linked").string() + ": not trusted: the file has a second hard link\n[1]",
+      Run("add linked"));
 }
 
 // The folder structure of an installation and of a build tree.

@@ -88,7 +88,7 @@ TEST_F(BlockDeviceUsers, AFileSystemWithANumberOfItsOwnIsFoundByItsSource) {
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /pool"});
 }
 
-TEST_F(BlockDeviceUsers, ASourceThatIsNoDeviceIsNone) {
+TEST_F(BlockDeviceUsers, ASourceThatIsNotADeviceIsIgnored) {
   Mount("40 22 0:46 / /net rw - nfs server:/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
@@ -98,7 +98,7 @@ TEST_F(BlockDeviceUsers, SwapCounts) {
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is used as swap"});
 }
 
-TEST_F(BlockDeviceUsers, AHolderIsNamedWithWhatStandsOnIt) {
+TEST_F(BlockDeviceUsers, AHolderIsReportedWithItsUsers) {
   AddDisk("devices/virtual", "dm-0", "253:0");
   Hold("fioa/fioa1", "dm-0");
   Mount("40 22 253:0 / /srv rw - xfs /dev/mapper/vg-srv rw");
@@ -130,7 +130,7 @@ TEST_F(BlockDeviceUsers, WithoutAnAddressNothingIsSaid) {
   EXPECT_EQ(UsersOf(""), Users{});
 }
 
-TEST_F(BlockDeviceUsers, LinesThatAreNoneAndMissingTablesAreBorne) {
+TEST_F(BlockDeviceUsers, MalformedLinesAndMissingTablesAreIgnored) {
   Write("mounts", "\n40\n252:0 252:0 252:0 252:0\n");
   Write("swaps", "\n\n");
   EXPECT_EQ(UsersOf(kCard), Users{});

@@ -28,7 +28,7 @@ every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
 a0/d0
 a1
 0x0000000000000031" "$(out stop)"
-  said stop "corvane-host: note: the plug-in does not stop; exiting without it"
+  said stop "corvane-host: note: the plug-in does not stop; exiting anyway"
 }
 
 @test "a change that times out may still take effect, and says so" {

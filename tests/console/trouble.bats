@@ -203,7 +203,7 @@ a1/d0" "$(out tracefile)"
 @test "a plug-in that refuses its adapters' numbers is stopped and reported" {
   ended numbers 1
   silent numbers out
-  grep -qE "^corvane-host: cannot number the adapters: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
+  grep -qE "^corvane-host: cannot assign adapter numbers: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
   same "Initialize
 SetAdapterIDs 1 2
 DeInitialize

@@ -34,7 +34,7 @@ std::string Thrown(std::size_t column, const std::string& cell) {
   return "";
 }
 
-TEST(Cells, ThatAreNoNumbersPassTheLibrarysExceptions) {
+TEST(Cells, ThatAreNotNumbersThrowTheLibrarysExceptions) {
   EXPECT_EQ(Thrown(0, ""), "invalid stoi");
   EXPECT_EQ(Thrown(0, "abc"), "invalid stoi");
   EXPECT_EQ(Thrown(0, "2147483648"), "range stoi");

@@ -20,7 +20,7 @@ void PrintTo(const Word& each, std::ostream* out) {
 
 class Words : public testing::TestWithParam<Word> {};
 
-TEST_P(Words, AreSpelledSo) {
+TEST_P(Words, HaveTheirExactSpelling) {
   EXPECT_EQ(GetParam().word, GetParam().text);
 }
 

@@ -162,8 +162,8 @@ TEST(RatedEnduranceTrace, IsSilentForARatingOfZero) {
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
 
-// Of a rating of 2^24 units of 2^40 bytes nothing is left in 64 bits: such a card has no rating.
-// In a process of its own, which a division by zero would end.
+// A rating of 2^24 units of 2^40 bytes overflows 64 bits to 0, which means no rating. Runs in a
+// separate process, because a division by zero would end it.
 TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
   const auto read = [] {
     OneCard host(Wear(A_YEAR_AGO, "54975581388800", "16777216", "50.0"));

@@ -153,7 +153,7 @@ TEST_F(CommandOrder, OfAStartWhoseScanFails) {
 
 TEST_F(CommandOrder, OfAStop) {
   Start();
-  ASSERT_EQ(m_Host.GiveNumbers(), 0U);
+  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   SleepMs(1);
   m_Journal.Begin();
   ASSERT_EQ(m_Host.DeInitialize(), 0U);
@@ -345,8 +345,8 @@ TEST_F(CommandOrder, OfUnitsThatGoOffline) {
                           "d- trace 2 LEAVE ExecutePhysicalDriveOperation() -> 0"));
 }
 
-// The host that is called for a new interval finds it everywhere: the event that wakes the worker
-// is set after the value and the file.
+// The event that wakes the worker is set only after the new interval is stored and saved, so a host
+// that is notified reads the new value.
 TEST(CommandOrderInDrawnSchedules, OfANewPollInterval) {
   InManySchedules([](Schedule schedule) {
     SimulatedHost host(TimeOf(schedule));
@@ -361,7 +361,7 @@ TEST(CommandOrderInDrawnSchedules, OfANewPollInterval) {
       value = Shown(host, PLUGIN, PI::Property::POLL_INTERVAL);
       notified = true;
     };
-    ASSERT_EQ(host.GiveNumbers(), 0U);
+    ASSERT_EQ(host.AssignAdapterNumbers(), 0U);
     ASSERT_EQ(host.SetPollInterval(20), 0U);
     // In a drawn schedule some time passes before each thread's turn.
     for (int i = 0; i < 1000 && !notified; ++i) SleepMs(1);

@@ -42,7 +42,7 @@ class Traffic {
       m_Host.Cards().Set(card, "detach_ms", "1000");
     }
     EXPECT_EQ(m_Host.Start(), 0U);
-    // Each call of the cards is a moment at which another thread may go on.
+    // Each call of the card library is a switch point.
     m_Host.ForgetCalls();
     CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
   }
@@ -83,7 +83,7 @@ class Traffic {
   void StopAndExpectNothingLeft() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
-    EXPECT_THAT(HandlesBesideRows(), IsEmpty());
+    EXPECT_THAT(HandlesExceptRows(), IsEmpty());
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());
   }
 
@@ -161,7 +161,7 @@ TEST(Concurrency, ReadingAndJobsGetOnInEveryDrawnSchedule) {
   InManySchedules([](Schedule schedule) { ReadWhileJobsRun(schedule, 2); });
 }
 
-// What makes a seed worth noting down.
+// Lets a failure be reproduced from its seed.
 TEST(Concurrency, ASeedRepeatsItsSchedule) {
   const auto callsOf = [](std::uint64_t seed) {
     Traffic traffic(seed);

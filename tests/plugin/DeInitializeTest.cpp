@@ -130,7 +130,7 @@ std::vector<std::uint64_t> Taken() {
 
 TEST_F(DeInitialize, TakesNoLock) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  ASSERT_EQ(m_Host.GiveNumbers(), 0U);
+  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   SleepMs(1);
   const std::vector<std::uint64_t> before = Taken();
   EXPECT_THAT(before, ElementsAre(1, 0));

@@ -1,5 +1,5 @@
-// What the host reads from a physical drive: thirteen rows of the last scan, and never a word with
-// the card.
+// The properties of a physical drive: thirteen rows from the last scan, read without calling the
+// card.
 
 #include <gmock/gmock.h>
 

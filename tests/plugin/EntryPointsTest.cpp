@@ -82,7 +82,7 @@ TEST_F(EntryPoints, ReleaseDestroysThePluginAndForgetsIt) {
   EXPECT_THAT(HostKit::Events(), testing::IsEmpty());
 }
 
-TEST_F(EntryPoints, ReleaseOfNothingTakesThePublishedPointerBackAndNoMore) {
+TEST_F(EntryPoints, ReleaseOfNullClearsThePublishedPointerOnly) {
   IPLUGINAPI* plugin = nullptr;
   ASSERT_EQ(createIf(&plugin), 0U);
   IPLUGINAPI* nothing = nullptr;

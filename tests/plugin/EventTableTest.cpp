@@ -151,7 +151,7 @@ void PrintTo(const Information& each, std::ostream* stream) {
   *stream << each.name;
 }
 
-// That the information mask changes opens the gate; the warnings decide what passes.
+// A change of the information mask is the trigger; the warning bits decide which events are raised.
 const Information INFORMATION[] = {
     {"RisesAlone", {"0", "0", "0"}, {"0", "0", "0x2"}, {}},
     {"RisesBesideAnOldWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},

@@ -108,7 +108,7 @@ struct Faults {
 // destroyed open; nothing else may be left.
 void ExpectNothingLeft(const Faults& faults) {
   EXPECT_EQ(LocksHeld(), "");
-  EXPECT_LE(HandlesBesideRows().size(), faults.Count("vsl_destroy"));
+  EXPECT_LE(HandlesExceptRows().size(), faults.Count("vsl_destroy"));
   if (faults.Count("vsl_close") > 0) {
     EXPECT_THAT(CardSim::Misuse(), ElementsAre("vsl_destroy card#1: destroyed while open"));
   } else {
@@ -179,7 +179,7 @@ TEST_P(FaultSweepInPairs, SurvivesEachPairOfCallsFailing) {
   }
   for (std::size_t first = 0; first < good.size(); ++first) {
     for (std::size_t second = first + 1; second < good.size(); ++second) {
-      // What ends the flow first decides.
+      // The failure that ends the flow first determines the result.
       const std::size_t one = ResultAfter(GetParam(), good[first]);
       const std::size_t other = ResultAfter(GetParam(), good[second]);
       Sweep({{good[first], good[second]}}, one != GetParam().good ? one : other, good);
@@ -380,7 +380,7 @@ void ExpectAGoodStart(SimulatedHost& host) {
   EXPECT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.m_AdapterIDs.size(), 1U);
   EXPECT_EQ(host.Topology().size(), 3U);
-  EXPECT_THAT(HandlesBesideRows(), IsEmpty());
+  EXPECT_THAT(HandlesExceptRows(), IsEmpty());
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 

@@ -94,7 +94,7 @@ class Format : public testing::Test {
   }
 
   // What was asked of the format job before its start.
-  Lines Wishes() {
+  Lines Requests() {
     Lines wishes;
     for (const std::string& call : m_Host.Calls()) {
       if (call.find("vsl_iom_format_") == 0 && call != "vsl_iom_format_create card#1") {
@@ -172,12 +172,12 @@ TEST_P(FormatRequest, ReachesTheCard) {
   Run(GetParam().parameters);
   const std::string sector = GetParam().sector;
   const std::string percent = GetParam().percent;
-  EXPECT_EQ(Wishes().at(0), "vsl_iom_format_set_sector_size_bytes format#1 " + sector);
+  EXPECT_EQ(Requests().at(0), "vsl_iom_format_set_sector_size_bytes format#1 " + sector);
   if (percent.empty()) {
-    EXPECT_EQ(Wishes().size(), 1U);  // the card had refused the sectors
+    EXPECT_EQ(Requests().size(), 1U);  // the card had refused the sectors
   } else {
-    ASSERT_EQ(Wishes().size(), 2U);
-    EXPECT_EQ(Wishes().at(1), "vsl_iom_format_set_size_pct format#1 " + percent);
+    ASSERT_EQ(Requests().size(), 2U);
+    EXPECT_EQ(Requests().at(1), "vsl_iom_format_set_size_pct format#1 " + percent);
   }
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
 }
@@ -253,8 +253,8 @@ std::ostream& operator<<(std::ostream& out, const Capacity& capacity) {
 
 class FormatCapacity : public Format, public testing::WithParamInterface<Capacity> {
  protected:
-  Lines WishesAboutSize() {
-    Lines wishes = Wishes();
+  Lines SizeRequests() {
+    Lines wishes = Requests();
     if (!wishes.empty()) wishes.erase(wishes.begin());
     return wishes;
   }
@@ -264,14 +264,14 @@ TEST_P(FormatCapacity, OfACardThatMayNotBeOverformatted) {
   Set("iom_format_disallow_overformat", "true");
   Start();
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
-  EXPECT_THAT(WishesAboutSize(), ElementsAreArray(GetParam().closed));
+  EXPECT_THAT(SizeRequests(), ElementsAreArray(GetParam().closed));
 }
 
 TEST_P(FormatCapacity, OfACardThatMayBeOverformatted) {
   Set("iom_format_disallow_overformat", "false");
   Start();
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
-  EXPECT_THAT(WishesAboutSize(), ElementsAreArray(GetParam().open));
+  EXPECT_THAT(SizeRequests(), ElementsAreArray(GetParam().open));
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 

@@ -96,7 +96,7 @@ TEST_P(EachText, HurtsNothing) {
   for (const std::string& text : HostileTexts(0, kStatements)) LiveWith(GetParam(), text);
 }
 
-TEST_F(HostileStrings, HurtNothingBehindAWholeNewRow) {
+TEST_F(HostileStrings, HurtNothingAfterAWholeNewRow) {
   for (const int values : kBehindSerialNumber) {
     for (const std::string& text : HostileTexts(values, kStatements)) {
       if (text.find("NULL") != text.npos) LiveWith("serial_number", text);

@@ -273,7 +273,7 @@ TEST_F(JobFailures, OnlyForceDetachesACardInUse) {
   EXPECT_EQ(StateOf("card0"), DETACHED);
 }
 
-// The number from the host makes the name; without one there is none.
+// An adapter has no name until the host has assigned it a number.
 TEST_F(JobFailures, LeaveTheNameOutOfTheEventOfAnUnnamedAdapter) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);

@@ -159,8 +159,8 @@ TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
-// Between its start and its first step a job is not seen yet. The step is the note of its device,
-// which comes before the job waits for any lock.
+// A job counts as busy from its first step on, in which it stores its device, before it waits for
+// any lock.
 TEST_P(EachJob, CountsAsBusyFromItsFirstStepOn) {
   const std::pair<std::string, unsigned int> moments[] = {
       {"ENTER " + std::string(GetParam().name) + "(/dev/fct0)", 0U},

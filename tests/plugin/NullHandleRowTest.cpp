@@ -84,7 +84,7 @@ TEST_F(NullHandleRow, IsTheRowThatItWouldBeWithoutAnswers) {
   EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
 }
 
-// What the host makes of the counters is wanted nowhere.
+// The converted byte counts are not used.
 TEST_F(NullHandleRow, IsTheSameWithoutAUnitForItsBytes) {
   const NoUnitForBytes none;
   ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});

@@ -182,7 +182,7 @@ TEST_P(EachRestlessMask, StaysAsItWasStored) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-// Five samples of 0 agree with each other, whatever kept the card from telling.
+// Five failed reads return 0 each, so the samples agree and the mask counts as clear.
 TEST_P(EachRestlessMask, IsClearWhenItCannotBeRead) {
   AddCards(1);
   Set("card0", GetParam().name, GetParam().stored);

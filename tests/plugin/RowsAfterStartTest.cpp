@@ -294,7 +294,7 @@ TEST_F(StartThatFails, BecauseNoCardCanBeNamedLeavesNoRow) {
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(StartThatFails, BecauseNoCardCanBeNamedTakesTheRowOfAnEarlierStartAway) {
+TEST_F(StartThatFails, BecauseNoCardCanBeOpenedByNameDeletesTheRowOfAnEarlierStart) {
   ASSERT_EQ(Start(), 0U);
   m_Host.DeInitialize();
   m_Host.ForgetTraces();

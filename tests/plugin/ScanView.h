@@ -62,7 +62,7 @@ inline std::string Shown(SimulatedHost& host, std::uint64_t object, PI::_PROPERT
   return "absent";
 }
 
-// A host with one card of its own, which a test dresses before the scan.
+// A host with one card of its own, which a test sets up before the scan.
 class ScannedCard {
  public:
   explicit ScannedCard(std::uint16_t deviceId = 0x1003) : m_Card(m_Host.AddCard(deviceId)) {}

@@ -99,7 +99,7 @@ TEST_F(SetAdapterIDs, TheFirstEntryWithANumberCounts) {
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
 }
 
-TEST_F(SetAdapterIDs, ASecondCallAddsBehindTheFirst) {
+TEST_F(SetAdapterIDs, ASecondCallAppendsToTheFirst) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Give({Entry(5)}), 0U);
   EXPECT_EQ(Give({Entry(6)}), 0U);
@@ -176,7 +176,7 @@ TEST(SetAdapterIDsByModel, ACardOfNoFamilyIsFoundByASegmentOfAllOnes) {
   ASSERT_EQ(card.Scan(), 0U);
   ASSERT_EQ(card.Host().m_AdapterIDs.size(), 2U);
   EXPECT_EQ(card.Host().m_AdapterIDs[1].m_Segment, 0xFFFFFFFFU);
-  ASSERT_EQ(card.Host().GiveNumbers(), 0U);
+  ASSERT_EQ(card.Host().AssignAdapterNumbers(), 0U);
   EXPECT_EQ(Shown(card.Host(), card.Host().AdapterId(1), PI::Property::NAME), "SanDisk  (2)");
 }
 

@@ -47,7 +47,7 @@ TEST_F(ThreadCreation, OfAWorkerIsTriedAgainWithTheNextNumbers) {
   HostKit::FailThreadCreate(1);
   StartWatch();
   EXPECT_THAT(TimesOf("2 ENTER Worker()"), IsEmpty());
-  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  EXPECT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   PassMs(5100);
   EXPECT_THAT(TimesOf("2 ENTER Worker()"), SizeIs(1));
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
@@ -58,7 +58,7 @@ TEST_F(ThreadCreation, OfASecondWorkerDoesNotStopTheFirst) {
   AddCards(1);
   StartWatch();
   HostKit::FailThreadCreate(1);
-  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  EXPECT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   PassMs(5100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
 }

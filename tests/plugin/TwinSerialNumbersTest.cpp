@@ -69,7 +69,7 @@ TEST_F(TwinSerialNumbers, TheFirstDriveIsAddedForBothAdapters) {
 }
 
 // The first drive was left with the number of the second adapter, which the next scan puts right.
-TEST_F(TwinSerialNumbers, TheNextScanCountsAsAChangeAndTheOneBehindItDoesNot) {
+TEST_F(TwinSerialNumbers, TheNextScanCountsAsAChangeAndTheOneAfterItDoesNot) {
   BringTwins();
   Events();
   EXPECT_THAT(Notifications(), SizeIs(1));

@@ -316,14 +316,14 @@ TEST(RecordComparison, OfDrivesLeavesTheseMembersOut) {
   }
 }
 
-TEST(RecordComparison, TakesATemperatureThatIsNoNumberForAnother) {
+TEST(RecordComparison, TreatsANaNTemperatureAsAChange) {
   CFusionIOAdapter stored;
   stored.m_Temperature = std::numeric_limits<float>::quiet_NaN();
   const CFusionIOAdapter scanned = stored;
   EXPECT_TRUE(Differ(stored, scanned));
 }
 
-TEST(RecordComparison, TellsTheNextFloatApartAndNoSignOfZero) {
+TEST(RecordComparison, DistinguishesAdjacentFloatsButNotTheSignOfZero) {
   CFusionIOAdapter stored;
   CFusionIOAdapter scanned;
   scanned.m_SlotPowerWatts = -0.0F;

@@ -78,7 +78,7 @@ class WorkerFixture : public testing::Test {
     m_Host.ForgetCalls();
     m_Begin = MBX::Misc::now();
     HostKit::SetTraceSink([this](const HostKit::TraceLine& line) { Keep(line); });
-    ASSERT_EQ(m_Host.GiveNumbers(), 0U);
+    ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
     Settle();
   }
 

@@ -46,8 +46,8 @@ class Busy {
     }
     EXPECT_EQ(m_Host.Initialize(), 0U);
     m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI*) { ++m_Notifications; };
-    EXPECT_EQ(m_Host.GiveNumbers(), 0U);
-    // Each call of the cards is a moment at which another thread may go on.
+    EXPECT_EQ(m_Host.AssignAdapterNumbers(), 0U);
+    // Each call of the card library is a switch point.
     m_Host.ForgetCalls();
     CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
   }
@@ -162,7 +162,7 @@ TEST(WorkerConcurrency, EventsKeepTheirOrderInEveryDrawnSchedule) {
   InManySchedules(CollectInOrder);
 }
 
-// What the host reads at any moment is a whole tree: no link leads to nowhere.
+// The tree is consistent at any time: every link leads to an object in it.
 void ExpectWhole(const std::vector<PI::CObject>& objects) {
   std::map<std::uint64_t, const PI::CObject*> byId;
   for (const PI::CObject& object : objects) {

@@ -485,7 +485,7 @@ TEST_F(WorkerFaults, TwoWorkersWatchWhenNumbersAreGivenTwiceAndBothEnd) {
   m_OneWorker = false;
   AddCards(1);
   StartWatch();
-  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  EXPECT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   Settle();
   EXPECT_THAT(TimesOf("2 ENTER Worker()"), SizeIs(2));
   PassMs(5100);
@@ -503,7 +503,7 @@ TEST_F(WorkerFaults, TwoWorkersRaiseEachEventOnce) {
   m_OneWorker = false;
   AddCards(2);
   StartWatch();
-  EXPECT_EQ(m_Host.GiveNumbers(), 0U);
+  EXPECT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   Set("card0", "iom_state", "0");
   PassMs(60000);
   EXPECT_THAT(Events(), SizeIs(1));

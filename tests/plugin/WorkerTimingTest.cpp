@@ -171,7 +171,7 @@ class OddInterval : public WorkerTiming {
   }
 };
 
-TEST_F(OddInterval, OfNothingNeitherSpinsNorStops) {
+TEST_F(OddInterval, ZeroNeitherSpinsNorStops) {
   StartWith(0);
   PassMs(10000);
   EXPECT_GE(WakeUpTimes().size(), 10U);
@@ -208,7 +208,7 @@ TEST_F(OddInterval, OfManyDaysDoesNotOverflow) {
   EXPECT_THAT(ScanTimes(), IsEmpty());
 }
 
-TEST_F(OddInterval, BelowNothingNeitherSpinsNorHoldsThePlugInUp) {
+TEST_F(OddInterval, NegativeNeitherSpinsNorBlocksThePlugin) {
   StartWith(-1);
   PassMs(86400000);
   EXPECT_THAT(WakeUpTimes(), IsEmpty());

@@ -92,8 +92,8 @@ inline std::string Repeated(const std::string& text, int count) {
 // What a card may say, for the statement that writes a text between double quotes in a new row with
 // so many values after it, in a change, or looks for it between single quotes in a condition.
 inline std::vector<std::string> HostileTexts(
-    int valuesBehind, const std::vector<std::string>& statements = ForbiddenStatements()) {
-  const std::string rest = valuesBehind == 0 ? "" : ", " + Repeated("NULL", valuesBehind);
+    int valuesAfter, const std::vector<std::string>& statements = ForbiddenStatements()) {
+  const std::string rest = valuesAfter == 0 ? "" : ", " + Repeated("NULL", valuesAfter);
   std::vector<std::string> texts;
   for (const std::string& statement : statements) {
     texts.push_back("x\"" + rest + "); " + statement + "; --");

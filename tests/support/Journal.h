@@ -1,5 +1,5 @@
-// All that the plug-in does with others, in one sequence: calls of the card library, trace lines,
-// statements, notifications and what it prints, and beside them what a test observes meanwhile.
+// Records the plug-in's interactions in one sequence: calls of the card library, trace lines,
+// statements, notifications, printed text, and what a test observes in between.
 #pragma once
 
 #include <unistd.h>

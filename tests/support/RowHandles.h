@@ -12,7 +12,7 @@ namespace CorvaneTest {
 
 // The open handles but for those of the rows, which are known by what was done with them since the
 // calls were last forgotten. Only attributes of an unopened card may be read.
-inline std::vector<std::string> HandlesBesideRows() {
+inline std::vector<std::string> HandlesExceptRows() {
   const std::vector<std::string> rowCalls = {
       "vsl_has_rated_endurance_tbytes",
       "vsl_rated_endurance_tbytes",

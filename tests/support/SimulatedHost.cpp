@@ -168,10 +168,10 @@ unsigned int SimulatedHost::Initialize() {
 
 unsigned int SimulatedHost::Start() {
   const unsigned int initialized = Initialize();
-  return initialized == PI::SUCCESS ? GiveNumbers() : initialized;
+  return initialized == PI::SUCCESS ? AssignAdapterNumbers() : initialized;
 }
 
-unsigned int SimulatedHost::GiveNumbers() {
+unsigned int SimulatedHost::AssignAdapterNumbers() {
   std::vector<PI::CAdapterID> numbered = m_AdapterIDs;
   for (std::size_t i = 0; i < numbered.size(); ++i) {
     numbered[i].m_GlobalNumber = static_cast<std::int32_t>(i + 1);

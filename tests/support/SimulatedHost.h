@@ -43,7 +43,7 @@ class SimulatedHost {
   unsigned int Initialize();
   unsigned int Start();
   // Gives each adapter that `Initialize` handed out the number 1, 2, ...
-  unsigned int GiveNumbers();
+  unsigned int AssignAdapterNumbers();
   unsigned int DeInitialize();
   void Release();
 

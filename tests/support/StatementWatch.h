@@ -1,4 +1,5 @@
-// Somebody between the plug-in and the host's database, who notes the statements and refuses one.
+// Intercepts the statements between the plug-in and the host's database: records them, and can make
+// one fail.
 #pragma once
 
 #include <exception>

@@ -89,7 +89,7 @@ TEST_F(Planted, RootRejectsAFileOrFolderWithAnAccessListForOthers) {
 TEST_F(Planted, AFileWithASecondNameInAnOpenFolderIsRejected) {
   chmod(m_Folder.c_str(), 01777);
   std::filesystem::create_hard_link(Path(), m_Folder / "second");
-  EXPECT_EQ(Path().string() + ": not trusted: the file has a second name", Cards());
+  EXPECT_EQ(Path().string() + ": not trusted: the file has a second hard link", Cards());
 }
 
 TEST_F(Planted, RootRejectsAnotherUsersFileAndLink) {

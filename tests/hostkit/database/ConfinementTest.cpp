@@ -136,7 +136,7 @@ TEST_F(Confinement, TakesIndexesOffTheLog) {
 }
 
 // SQL ignores the case of names, and so did the planted statements.
-TEST_F(Confinement, TakesStrangeTriggersOffWhateverLettersTheyAreWrittenIn) {
+TEST_F(Confinement, DropsForeignTriggersIgnoringCase) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE TRIGGER a AFTER INSERT ON HOST_EVENT_LOG BEGIN DELETE FROM host_event_log; END;"
@@ -357,11 +357,11 @@ TEST_F(Confinement, KeepsFromTheLayerWhatItCannotRead) {
 TEST_F(Confinement, OutlivesHostileTextsInANewRow) {
   struct Case {
     std::string Plugin::*field;
-    int valuesBehind;
+    int valuesAfter;
   };
   for (const Case& each :
        {Case{&Plugin::apiVersion, 9}, Case{&Plugin::pluginName, 7}, Case{&Plugin::vendor, 1}}) {
-    for (const std::string& text : HostileTexts(each.valuesBehind)) {
+    for (const std::string& text : HostileTexts(each.valuesAfter)) {
       auto row = APlugin();
       row.*each.field = text;
       Try([&] { m_pStorage->insert(row); });

@@ -165,7 +165,7 @@ TEST_F(Faults, AFilePutInThePlaceOfTheOpenOneIsUsedWithoutItsRows) {
   EXPECT_EQ(OtherProgram(m_Folder.Path() / "second.db").Run("PRAGMA integrity_check"), "ok");
 }
 
-TEST_F(Faults, ALockOfAnotherProgramIsReportedAndOver) {
+TEST_F(Faults, ALockOfAnotherProgramIsReportedAndRecoveredFrom) {
   OtherProgram other(File());
   other.Run("BEGIN IMMEDIATE");
   EXPECT_EQ(FailureOf(kRead), "");
@@ -218,7 +218,7 @@ TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Faults, ADiskThatTakesNoMoreIsReportedAndOver) {
+TEST_F(Faults, AFullDiskIsReportedAndRecoveredFrom) {
   AppendEvent(PI::CEvent());
   m_pStorage->insert(AnAdapter(1));
   {

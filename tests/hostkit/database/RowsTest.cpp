@@ -128,7 +128,7 @@ TEST_F(Rows, OfADriveNeedAnObjectId) {
   EXPECT_EQ(Difference(ReadBack<PD>(drive.id), drive), "");
 }
 
-TEST_F(Rows, BearTheKeysThatWerePredicted) {
+TEST_F(Rows, HaveThePredictedKeys) {
   EXPECT_EQ(m_pStorage->insert(AnAdapter(10)), 1);
   EXPECT_EQ(m_pStorage->insert(AnAdapter(11)), 2);
   EXPECT_EQ(m_pStorage->insert(AnAdapter(12)), 3);

@@ -133,7 +133,7 @@ TEST(TableNames, AreThree) {
   EXPECT_EQ(Found<Plugin>().map->columnCount, 11);
 }
 
-TEST(TableNames, ColumnsBearTheFieldsNames) {
+TEST(TableNames, ColumnsAreNamedAfterTheFields) {
   const std::vector<std::string> expected = {"ID",
                                              "pi_api_version",
                                              "pi_object_id",

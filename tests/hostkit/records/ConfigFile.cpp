@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
         WriteCase{"LongerName", "PollInterval2=1\n", "PollInterval2=1\nPollInterval=30\n"}),
     NameOfCase());
 
-TEST(ConfigFile, TakesADotInAKeyAsItIs) {
+TEST(ConfigFile, TreatsADotInAKeyLiterally) {
   const ConfigFolder config;
   WriteText(config.Ini(), "[Poll]\nInterval=5\n");
   EXPECT_EQ(config.Read("Poll.Interval"), "1");
@@ -130,7 +130,7 @@ TEST(ConfigFile, KeepsItsMode) {
   EXPECT_EQ(status.st_mode & 07777, 0640U);
 }
 
-TEST(ConfigFile, StaysALinkAndTheFileBehindItIsWritten) {
+TEST(ConfigFile, KeepsALinkAndWritesItsTarget) {
   const ConfigFolder config;
   fs::create_directory(config.Folder() / "shared");
   WriteText(config.Folder() / "shared/real.ini", "A=1\nPollInterval=20\n");

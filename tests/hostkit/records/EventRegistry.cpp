@@ -74,7 +74,7 @@ TEST(EventRegistry, SentencesHaveAPlaceForEachNameThatIsGiven) {
   }
 }
 
-TEST(EventRegistry, KnowsHowBadEachOneIs) {
+TEST(EventRegistry, HasTheSeverityOfEachEvent) {
   for (const ReportedEvent& row : AllReported()) {
     EXPECT_EQ(HostKit::SeverityOf(row.number), row.severity) << row.number;
   }
@@ -85,7 +85,7 @@ bool IsASentence(const std::string& text) {
   return text.size() > 10 && text.back() == '.' && text[0] >= 'A' && text[0] <= 'Z';
 }
 
-TEST(EventRegistry, AdvisesWhoeverIsWarned) {
+TEST(EventRegistry, EveryWarningHasAdvice) {
   for (const ReportedEvent& row : AllReported()) {
     const std::string advice = HostKit::AdviceOf(Family::Event, row.number);
     const bool isNeeded = row.severity > 2;
@@ -189,7 +189,7 @@ TEST(EventRegistry, KnowsTheStatusThatAReasonLeaves) {
   EXPECT_EQ(known, wanted);
 }
 
-TEST(EventRegistry, WhatIsNoReasonHasNoEvent) {
+TEST(EventRegistry, AValueThatIsNotAReasonHasNoEvent) {
   for (const std::uint32_t value : {0U, 1U, 40024U, 40150U, 10957U, 69999U}) {
     EXPECT_EQ(HostKit::EventOf(value), 0U) << value;
   }

@@ -129,7 +129,7 @@ TEST_P(Cancellation, WaitsUntilTheThreadAllowsItAgain) {
   EXPECT_FALSE(passed);
 }
 
-TEST_P(Cancellation, IsBorneByAThreadThatHasEndedOrNeverWas) {
+TEST_P(Cancellation, HasNoEffectOnAnEndedOrMissingThread) {
   CThread none;
   none.Cancel();
   EXPECT_EQ(0U, none.Wait(0));

@@ -151,7 +151,7 @@ TEST_F(LocksWithoutMemory, APollReleasesBothLocks) {
 }
 
 TEST_F(LocksWithoutMemory, AJobReleasesItsLocks) {
-  ASSERT_EQ(m_Host.GiveNumbers(), 0U);  // so that the failure has a name in it
+  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure has a name in it
   Pass(1);
   CardSim::FailCall("vsl_op_start", 1, 5, "no", 1000);
   const std::string device = "/dev/fct0";
