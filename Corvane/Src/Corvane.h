@@ -189,6 +189,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // The write of a job to its device string, which takes no lock. A function of its own, and never
   // inlined, so that the list of accepted races can name it alone.
   static void SetDevice(std::string& slot, const std::string& device);
+  static void WriteDevice(std::string& slot, const std::string& device);
   // The event that the job queues if it fails. Unlocked for the analysis: the result of the wait
   // for `m_DataLock`, which has no timeout, is ignored.
   PI::CEvent FailureOf(const CardJob& job, const std::string& device) CORVANE_UNLOCKED;
