@@ -32,6 +32,22 @@ Descriptor OpenAt(int folder, const std::string& name, int flags, mode_t mode) {
   return Descriptor(fcntl(file.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
+int ErrorOfReading(const std::string& name) {
+  return OpenAt(AT_FDCWD, name, O_RDONLY | O_NONBLOCK).IsOpen() ? 0 : errno;
+}
+
+int ReadAll(const Descriptor& file, std::size_t limit, std::string& text) {
+  char block[16384];
+  for (;;) {
+    const ssize_t count = read(file.Get(), block, sizeof block);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno;
+    if (count == 0) return 0;
+    if (text.size() + static_cast<std::size_t>(count) > limit) return EFBIG;
+    text.append(block, static_cast<std::size_t>(count));
+  }
+}
+
 int WriteAll(const Descriptor& file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = write(file.Get(), text.data(), text.size());

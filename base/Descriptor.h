@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,6 +37,13 @@ class Descriptor {
 // without a standard stream, what it prints would end up in this file. On failure the result is not
 // open and errno gives the reason.
 Descriptor OpenAt(int folder, const std::string& name, int flags, mode_t mode = 0);
+
+// 0 if the file can be opened for reading, else errno. Does not wait for the other end of a pipe.
+int ErrorOfReading(const std::string& name);
+
+// Appends all that is left of the file to `text`. 0, or an errno: EFBIG if `text` would become
+// longer than `limit` bytes. On failure `text` holds what was read so far.
+int ReadAll(const Descriptor& file, std::size_t limit, std::string& text);
 
 // Writes all of `text` at the file's position. 0, or the errno of the write that failed, after
 // which an unknown part has been written.

@@ -78,14 +78,9 @@ InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedFo
 
 std::string ReadAll(const Base::Descriptor& file, const std::filesystem::path& path) {
   std::string text;
-  char buffer[16384];
-  for (;;) {
-    const ssize_t count = read(file.Get(), buffer, sizeof buffer);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) FailWithErrno(path);
-    if (count == 0) return text;
-    text.append(buffer, static_cast<std::size_t>(count));
-  }
+  const int error = Base::ReadAll(file, text.max_size(), text);
+  if (error != 0) FailWith(path, error);
+  return text;
 }
 
 std::string ReadTrustedFile(const std::filesystem::path& path, std::int64_t limit,

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 #include <gelf.h>
 #include <libelf.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <boost/algorithm/string/split.hpp>
@@ -12,6 +11,7 @@
 #include <cstring>
 #include <memory>
 
+#include "base/Descriptor.h"
 #include "console/base/Failure.h"
 
 namespace Console {
@@ -19,18 +19,6 @@ namespace {
 
 struct EndElf {
   void operator()(Elf* elf) const { elf_end(elf); }
-};
-
-class File {
- public:
-  explicit File(const std::string& name) : m_Descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC)) {}
-  ~File() {
-    if (m_Descriptor >= 0) close(m_Descriptor);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-
-  const int m_Descriptor;
 };
 
 Failure UnreadableFailure(const std::string& file) {
@@ -120,8 +108,8 @@ bool IsPath(const GElf_Dyn& entry) {
 
 Dependencies DependenciesOf(const std::string& file) {
   elf_version(EV_CURRENT);
-  const File opened(file);
-  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.m_Descriptor, ELF_C_READ, nullptr));
+  const Base::Descriptor opened = Base::OpenAt(AT_FDCWD, file, O_RDONLY);
+  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.Get(), ELF_C_READ, nullptr));
   Dependencies found;
   if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return found;
   const Segments segments(elf.get());
@@ -141,8 +129,8 @@ Dependencies DependenciesOf(const std::string& file) {
 
 std::vector<std::string> ExportedSymbols(const std::string& file) {
   elf_version(EV_CURRENT);
-  const File opened(file);
-  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.m_Descriptor, ELF_C_READ, nullptr));
+  const Base::Descriptor opened = Base::OpenAt(AT_FDCWD, file, O_RDONLY);
+  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.Get(), ELF_C_READ, nullptr));
   if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) throw UnreadableFailure(file);
   std::vector<std::string> names;
   Elf_Scn* section = nullptr;

@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -30,9 +29,8 @@ Failure BusFailure(const std::string& file, int error) {
 }
 
 void RequireReadable(const std::string& file) {
-  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0 && errno != ENOENT && errno != ENOTDIR) throw BusFailure(file, errno);
-  if (descriptor >= 0) close(descriptor);
+  const int error = Base::ErrorOfReading(file);
+  if (error != 0 && error != ENOENT && error != ENOTDIR) throw BusFailure(file, error);
 }
 
 struct CloseFolder {

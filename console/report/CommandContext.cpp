@@ -1,14 +1,13 @@
 #include "console/report/CommandContext.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
+#include "base/Descriptor.h"
 #include "base/TrustedPath.h"
 #include "console/base/StopSignals.h"
 #include "console/base/TrustedCode.h"
@@ -32,14 +31,6 @@ constexpr const char* kConfigFile = "Corvane.ini";
 
 ExitCode CodeForErrno(int error) {
   return error == EACCES || error == EPERM ? ExitCode::Permission : ExitCode::Failed;
-}
-
-// 0 for what can be read.
-int ErrorOfReading(const std::string& file) {
-  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0) return errno;
-  close(descriptor);
-  return 0;
 }
 
 std::vector<std::string> ConfigAdvice(const std::filesystem::path& file, int error) {
@@ -68,7 +59,7 @@ void RequireReadableConfig() {
   }
   const std::filesystem::path file = (HostKit::ConfigFolder() / kConfigFile).native();
   const std::string objection = Base::ResolveTrusted(file.string()).m_Objection;
-  const int error = objection.empty() ? ErrorOfReading(file.string()) : EPERM;
+  const int error = objection.empty() ? Base::ErrorOfReading(file.string()) : EPERM;
   const std::string why = objection.empty() ? std::strerror(error) : objection;
   throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE",
                 fmt::format("cannot read {}", file.string()), error == 0 ? "not an ini file" : why,

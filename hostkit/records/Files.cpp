@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 
 #include "base/CancellationGuard.h"
@@ -76,13 +75,7 @@ FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   if (!Base::ObjectionToOpened(file, input).empty()) return FileRead::Failed;
 
   std::string text;
-  std::array<char, 4096> block;
-  ssize_t count = 0;
-  while ((count = read(input.Get(), block.data(), block.size())) > 0) {
-    text.append(block.data(), static_cast<std::size_t>(count));
-    if (text.size() > kLargestFile) return FileRead::Failed;
-  }
-  if (count < 0) return FileRead::Failed;
+  if (Base::ReadAll(input, kLargestFile, text) != 0) return FileRead::Failed;
   content = std::move(text);
   return FileRead::Done;
 }

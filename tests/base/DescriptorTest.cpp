@@ -110,4 +110,32 @@ TEST(WriteAll, WritesMoreThanOneCallTakes) {
   EXPECT_EQ(0, status);
 }
 
+TEST(ReadAll, ReadsUpToTheLimit) {
+  const TemporaryFolder folder;
+  const auto name = folder.Path() / "file";
+  const std::string content(40000, 'x');  // more than one call reads
+  WriteText(name, content);
+  const auto read = [&name](std::size_t limit, std::string& text) {
+    return Base::ReadAll(Base::OpenAt(AT_FDCWD, name, O_RDONLY), limit, text);
+  };
+  std::string text = "before ";
+  EXPECT_EQ(0, read(40007, text));
+  EXPECT_EQ("before " + content, text);
+  text.clear();
+  EXPECT_EQ(EFBIG, read(39999, text));
+}
+
+TEST(ReadAll, ReportsTheError) {
+  std::string text;
+  EXPECT_EQ(EBADF, Base::ReadAll(Base::Descriptor(), 1, text));
+  EXPECT_EQ(EISDIR, Base::ReadAll(Base::OpenAt(AT_FDCWD, "/", O_RDONLY), 1, text));
+  EXPECT_EQ("", text);
+}
+
+TEST(ErrorOfReading, IsThatOfOpening) {
+  EXPECT_EQ(0, Base::ErrorOfReading("/dev/null"));
+  EXPECT_EQ(ENOENT, Base::ErrorOfReading("/no/such/file"));
+  EXPECT_EQ(ENOTDIR, Base::ErrorOfReading("/dev/null/file"));
+}
+
 }  // namespace
