@@ -55,7 +55,7 @@ class FileReplacement {
   const std::string m_Name;
   // The folder again, readable so that it can be synced. Opened early, while it may still fail.
   const Descriptor m_SyncFolder;
-  std::string m_DraftName;  // empty when there is no draft to remove
+  std::string m_DraftName;  // empty if no draft exists
   Descriptor m_Draft;
 };
 

@@ -2,7 +2,7 @@
 //
 // Numbers and names are the host's. The namespaces around them are ours: a plug-in that is also
 // built for other hosts defines its own. Fields marked "carried" in PluginInterface.h hold further
-// numbers, for which there are no enumerators.
+// numbers, which have no enumerators.
 #pragma once
 
 #include <cstdint>

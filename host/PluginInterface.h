@@ -347,7 +347,7 @@ class HOST_API CConfigFile {
   CConfigFile();
   virtual ~CConfigFile();
 
-  // Only the last part of `name` is used. Until then there is no file to read or write.
+  // Selects the file; call it before the members below. Only the last component of `name` is used.
   void SetFileName(const boost::filesystem::path& name);
   // Reads the file. 0 if it has the key, and sets `value`; otherwise a number of the host's, and
   // `value` is unchanged. The two last arguments are -1.

@@ -89,9 +89,9 @@ VSL_API void vsl_fini(void);
  * only the serial number and the device path can be read. */
 VSL_API bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err);
 
-/* Creates a handle for the card whose control device is `path`, such as "/dev/fct0". Fails if there
- * is no such card. The card is not opened: jobs and the locate LED need no open card, most
- * attributes do. */
+/* Creates a handle for the card whose control device is `path`, such as "/dev/fct0". Fails if the
+ * card does not exist. The card is not opened: most attributes require an open card, jobs and the
+ * locate LED do not. */
 VSL_API vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* err);
 
 /* Opens a card so that its attributes can be read. Fails if the card does not answer. */

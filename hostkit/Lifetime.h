@@ -9,7 +9,7 @@
 
 namespace HostKit {
 
-// The longest estimate, in hours; also the result when there is no wear yet. About 7,000 years:
+// The longest estimate, in hours; also the result for a card without wear. About 7,000 years:
 // until the year 2999, a date that far ahead has four digits.
 constexpr unsigned long kLongestLifetimeHours = 61360000;
 

@@ -230,7 +230,7 @@ unsigned int createIf(IPLUGINAPI** instance) {
   try {
     plugin = new (std::nothrow) IPLUGINAPI_IMPL;
   } catch (const std::bad_alloc&) {
-    // There was no memory for its members.
+    // Not enough memory for its members.
   }
   *instance = plugin;
   if (plugin == nullptr) return PI::ERR_MEMORY_ERROR;

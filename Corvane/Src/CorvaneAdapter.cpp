@@ -470,7 +470,7 @@ unsigned int IPLUGINAPI_IMPL::GetAdapterOperations(CFusionIOAdapter& adapter,
 }
 
 // A job of the same kind on any card makes the adapter busy; else the state of the last scan
-// decides, and then there is no exit trace.
+// decides, and the exit is not traced.
 unsigned int IPLUGINAPI_IMPL::CheckAdapterOperation(CFusionIOAdapter& adapter,
                                                     PI::COperation& operation) {
   TRACE(TRACE_RESULT, "ENTER CheckAdapterOperation operation=%d", operation.m_OperationID);

@@ -64,7 +64,7 @@ void RequireNotInUse(const Model& model, const Object& object, const std::string
   const std::vector<std::string> users =
       BlockDeviceUsers::OfThisSystem().UsersOf(FieldText(*adapter, "pci_address"));
   if (users.empty()) return;
-  throw Refused("IN_USE", what, fmt::format("in use: {}", fmt::join(users, ", ")),
+  throw Refused("IN_USE", what, fmt::format("{}", fmt::join(users, ", ")),
                 {"Unmount or release it first."});
 }
 

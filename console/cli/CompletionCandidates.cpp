@@ -136,7 +136,7 @@ Candidates Drives(const Line& line) {
   return ObjectsThat(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
 }
 
-// Empty if there is no such object.
+// Empty if the object does not exist.
 std::optional<Object> ObjectOf(const Line& line, std::size_t argument) {
   if (line.m_Arguments.size() <= argument) return std::nullopt;
   try {

@@ -11,7 +11,7 @@ const std::vector<OptionRow>& AllOptions() {
   static const std::vector<OptionRow> all = {
       // short long          value      field              common
       {"-o", "--output",     "FORM",    &O::m_Form,        true,
-       "output format, json and tsv for scripts; one of",
+       "output format (json and tsv for scripts)",
        {"table", "tree", "tsv", "json", "jsonl", "value"}, true,
        "Each command supports some of them. json and tsv are stable; table may change."},
       {"-H", "--no-headings", "",       &O::m_NoHeadings,  true,
@@ -67,7 +67,7 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--force",      "",        &O::m_Force,       false,
        "detach a busy card; not while its drive is mounted, held or used as swap"},
       {"",   "--capacity",   "SIZE",    &O::m_Capacity,    false,
-       "capacity to use: 10 to 100 percent of the factory size, or one of",
+       "capacity: 10 to 100 percent of the factory size, or a name",
        {"maximum", "factory", "improved", "high"}},
       {"",   "--sector-size", "BYTES",  &O::m_SectorSize,  false,
        "sector size in bytes (default: unchanged)",

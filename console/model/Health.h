@@ -19,7 +19,7 @@ struct Reading {
 struct Reason {
   std::uint32_t m_Number = 0;
   std::string m_Name;     // the number if it has no name
-  std::string m_Caption;  // the name if there is no caption
+  std::string m_Caption;  // or the name, if the field has no caption
   Reading m_Measured;
   Reading m_Limit;
   std::string m_Advice;  // empty: unknown

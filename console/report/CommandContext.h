@@ -31,7 +31,7 @@ class Context {
   Context With(const Options& options) const;
 
   // The session. The first call starts the plug-in, with simulated cards if requested, and adds a
-  // note if there are no cards.
+  // note if no cards are found.
   Session& Open();
   // The same for a command that waits for events. Throws `Failure` if none can arrive because the
   // plug-in could not start the thread that polls the cards.

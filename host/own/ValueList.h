@@ -148,7 +148,7 @@
     "Check the kernel log for the driver's messages about the cause.") \
   X(THROT_BY_USER, kOkStatus, \
     "Writes are throttled because a user requested it.", \
-    "Write throttling was requested: remove that setting when it is no longer needed.") \
+    "Change the throttling setting of the card to restore full write speed.") \
   X(THROT_NO_METADATA_BLOCKS, kOkStatus, \
     "Writes are throttled: the card has no blocks left for metadata.", \
     "Back up the data and have the card replaced.") \

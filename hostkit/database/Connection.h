@@ -39,7 +39,7 @@ class Statement {
   Statement& Bind(const std::string& value);
   // Fills the next placeholders with all cells of the current row of another statement.
   Statement& BindRow(const Statement& row);
-  // Moves to the next row; false if there are no more.
+  // Moves to the next row; false after the last one.
   bool Step();
   // A cell of the current row; columns count from 0.
   std::int64_t Integer(int column) const;

@@ -20,7 +20,7 @@ class FolderLock {
   // folder, and those above it, if missing.
   explicit FolderLock(const std::filesystem::path& folder);
 
-  // False: there is no such folder and it cannot be created, or it cannot be locked.
+  // False: the folder does not exist and cannot be created, or it cannot be locked.
   bool IsHeld() const { return m_Held; }
   const Base::Descriptor& Folder() const { return m_Folder; }
 

@@ -60,7 +60,7 @@ TEST_F(Trust, GivesRootNoWayThatCannotBeGone) {
   const std::string loop = Why(own / "a");
   EXPECT_THAT(loop, testing::MatchesRegex(
                         IsRoot() ? "own/[ab] cannot be accessed: Too many levels.*" : ""));
-  EXPECT_EQ(Why(own / "file" / "below"), "");  // there is no such file
+  EXPECT_EQ(Why(own / "file" / "below"), "");  // does not exist
   EXPECT_EQ(Resolved(own / "file" / "below" / "it"), (own / "file" / "below" / "it").string());
   const std::string name(300, 'x');
   EXPECT_EQ(Why(own / name / "file"),

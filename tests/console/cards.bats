@@ -96,7 +96,7 @@ Nothing was changed." "$(out dry)"
   untouched dry
 }
 
-@test "detach refuses without --yes when there is no terminal" {
+@test "detach requires --yes without a terminal" {
   local name
   for name in unasked units; do
     ended "$name" 4
@@ -189,6 +189,6 @@ Nothing was changed." "$(out dry)"
 
 @test "detach refuses a mounted or held drive" {
   ended mounted 4
-  said mounted "corvane-host: detach a0: in use: fioa is held by md7, fioa is mounted at $(a_mount 2)"
+  said mounted "corvane-host: detach a0: fioa is held by md7, fioa is mounted at $(a_mount 2)"
   untouched mounted
 }

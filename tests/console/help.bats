@@ -63,7 +63,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 --version" \
     "$(options format | xargs)"
   out format | grep -q "^  -n, --dry-run  *show what would be changed, without changing it$"
-  out format | tr -s ' \n' ' ' | grep -q "for scripts; one of: table, tsv, json, jsonl -H"
+  out format | tr -s ' \n' ' ' | grep -q "for scripts): table, tsv, json, jsonl -H"
 }
 
 @test "every command has a description, arguments that are explained, and two examples" {

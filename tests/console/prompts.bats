@@ -79,7 +79,7 @@ mounted() {
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
   CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_mount_on_card "$sysfs"
   CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" \
-    screen 24x120 see "in use: fioa is held by md7, fioa is mounted at $(a_mount 2)" ends 4 \
+    screen 24x120 see ": fioa is held by md7, fioa is mounted at $(a_mount 2)" ends 4 \
     see "Nothing was changed." -- corvane-host format a0/d0 --capacity 50
 }
 

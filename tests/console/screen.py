@@ -99,7 +99,7 @@ class Terminal:
         for row, line in enumerate(self.screen.display):
             if text in line:
                 return self.screen.buffer[row][line.index(text)].fg != "default"
-        self.fail(f"there is no {text}")
+        self.fail(f"not on the screen: {text}")
 
     def has_ended(self):
         return not self.child.isalive()

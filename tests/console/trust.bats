@@ -79,7 +79,7 @@ refuses() {
   refuses folder "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
 }
 
-# share FILE: lets another user write it by an access list. False if there are no access lists.
+# share FILE: lets another user write it by an access list. False if the file system has none.
 share() {
   python3 - "$1" "$STRANGER" <<'END'
 import os, struct, sys

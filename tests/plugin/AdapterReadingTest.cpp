@@ -60,7 +60,7 @@ void ExpectNothingLeftOpen() {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
-// Without the host's numbers there is no worker, and no call but those of the request.
+// Without the host's numbers no worker runs, so the request makes the only calls.
 class AdapterReading : public testing::Test {
  protected:
   void SetUp() override {

@@ -46,7 +46,7 @@ class CommandOrder : public testing::Test {
   }
 
   // The plug-in is ready and nothing of that is in the journal. From here on the event that wakes
-  // the worker is watched: there is no worker to take it.
+  // the worker is watched: no worker takes it.
   void Start() {
     ASSERT_EQ(m_Host.Initialize(), 0U);
     m_Journal.Glance([] {

@@ -47,7 +47,7 @@ std::string PollRow(int seconds) {
          " in 2..255 step 1 (sort 23335, unit 21007, writable 1)";
 }
 
-// Without the host's numbers there is no worker that would take what is queued or set.
+// Without the host's numbers no worker runs that would take what is queued or set.
 class PluginObject : public testing::Test {
  protected:
   void SetUp() override {

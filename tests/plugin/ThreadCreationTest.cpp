@@ -63,7 +63,7 @@ TEST_F(ThreadCreation, OfASecondWorkerDoesNotStopTheFirst) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
 }
 
-// There is no thread to cancel then, and a late job is left to its card as usual.
+// Then no thread can be canceled; a late job continues on its card as usual.
 TEST_F(ThreadCreation, WithoutAWorkerALateJobIsGivenUpAllTheSame) {
   AddCards(1);
   Set("card0", "iom_state", "0");

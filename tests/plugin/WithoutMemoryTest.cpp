@@ -1,4 +1,4 @@
-// createIf when there is no memory for the plug-in.
+// createIf without enough memory for the plug-in.
 
 #include <gmock/gmock.h>
 

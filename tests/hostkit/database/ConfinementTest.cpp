@@ -301,7 +301,7 @@ TEST_F(Confinement, MakesNoTextWithoutEnd) {
 
 constexpr int kRowsThatFit = 256 << 20 >> 20;  // of a mebibyte each; 256 MiB are allowed
 
-// Rows of nearly a mebibyte, until there is no space left.
+// Rows of nearly a mebibyte, until the disk is full.
 int Fill(DatabaseORM::storage_t& storage) {
   const std::string insert =
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(1'040'000, 'x') + "\")";
