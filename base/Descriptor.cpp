@@ -48,6 +48,17 @@ int ReadAll(const Descriptor& file, std::size_t limit, std::string& text) {
   }
 }
 
+Pipe MakePipe() {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return Pipe();
+  return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+void Discard(int number) {
+  const Descriptor nowhere = OpenAt(AT_FDCWD, "/dev/null", O_WRONLY);
+  if (nowhere.IsOpen()) dup2(nowhere.Get(), number);
+}
+
 int WriteAll(const Descriptor& file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = write(file.Get(), text.data(), text.size());

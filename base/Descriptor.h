@@ -45,6 +45,19 @@ int ErrorOfReading(const std::string& name);
 // longer than `limit` bytes. On failure `text` holds what was read so far.
 int ReadAll(const Descriptor& file, std::size_t limit, std::string& text);
 
+// The two ends of a pipe; closed when a program is executed.
+struct Pipe {
+  Descriptor m_Read = Descriptor();
+  Descriptor m_Write = Descriptor();
+};
+
+// Creates a pipe. On failure both ends are not open and errno gives the reason.
+Pipe MakePipe();
+
+// Makes descriptor `number` of this process discard what is written to it. Does nothing if
+// /dev/null cannot be opened.
+void Discard(int number);
+
 // Writes all of `text` at the file's position. 0, or the errno of the write that failed, after
 // which an unknown part has been written.
 int WriteAll(const Descriptor& file, std::string_view text);

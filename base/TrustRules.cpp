@@ -46,6 +46,12 @@ std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t 
   return user == kRoot && IsOpenTo(file, user) ? kWritable : std::string();
 }
 
+std::string ObjectionToCode(const struct stat& status, uid_t user) {
+  if (!IsTrustedOwner(status.st_uid, user)) return BelongsTo(status.st_uid);
+  const bool counts = S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
+  return counts && IsOpenTo(status, user) ? kWritable : std::string();
+}
+
 mode_t NewFileMode(uid_t user) {
   return user == kRoot ? 0644 : 0666;
 }

@@ -35,6 +35,9 @@ std::string ObjectionToWay(bool isInOpenFolder, const struct stat& entry, uid_t 
 // create them. A folder is judged by its owner alone.
 std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t user);
 
+// Against running code from this file or folder: as strict for every user as for root.
+std::string ObjectionToCode(const struct stat& status, uid_t user);
+
 // The permissions with which to create what `user` must accept again later: closed to other
 // writers for root, up to the umask for others.
 mode_t NewFileMode(uid_t user);

@@ -3,6 +3,7 @@
 
 #include <chrono>
 
+#include "base/Descriptor.h"
 #include "console/base/StopSignals.h"
 
 namespace Console {
@@ -11,7 +12,6 @@ class Notifier {
  public:
   // Throws `std::system_error`.
   Notifier();
-  ~Notifier();
   Notifier(const Notifier&) = delete;
   Notifier& operator=(const Notifier&) = delete;
 
@@ -20,7 +20,7 @@ class Notifier {
   bool Wait(std::chrono::milliseconds atMost, const WaitSet& also) const;
 
  private:
-  const int m_Fd;
+  const Base::Descriptor m_Descriptor;
 };
 
 }  // namespace Console

@@ -1,6 +1,5 @@
 #include "console/base/Subprocess.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -12,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/Descriptor.h"
 #include "console/base/CallWithTimeout.h"
 #include "console/base/Deadline.h"
 #include "console/base/Failure.h"
@@ -91,22 +91,18 @@ int StatusOf(pid_t child) {
 }  // namespace
 
 SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds atMost) {
-  std::array<int, 2> ends = {};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw NoProcess(errno);
+  Base::Pipe pipe = Base::MakePipe();
+  if (!pipe.m_Read.IsOpen()) throw NoProcess(errno);
   const pid_t parent = getpid();
   const pid_t child = fork();
-  if (child == 0) RunChild(work, ends[1], parent);
-  const int error = errno;
-  close(ends[1]);
-  if (child < 0) {
-    close(ends[0]);
-    throw NoProcess(error);
-  }
+  if (child == 0) RunChild(work, pipe.m_Write.Get(), parent);
+  if (child < 0) throw NoProcess(errno);
+  pipe.m_Write.Close();
+  const int output = pipe.m_Read.Get();
   SubprocessResult ending = {};
-  ending.m_End = ReadAll(ends[0], atMost, ending.m_Output);
-  const bool hasEnded = ending.m_End == SubprocessEnd::Exited || Terminate(child, ends[0]);
+  ending.m_End = ReadAll(output, atMost, ending.m_Output);
+  const bool hasEnded = ending.m_End == SubprocessEnd::Exited || Terminate(child, output);
   const int status = hasEnded ? StatusOf(child) : 0;
-  close(ends[0]);
   if (ending.m_End != SubprocessEnd::Exited) return ending;
   ending.m_End = WIFSIGNALED(status) ? SubprocessEnd::Killed : SubprocessEnd::Exited;
   ending.m_Number = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);

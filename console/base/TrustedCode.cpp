@@ -18,12 +18,8 @@ namespace fs = std::filesystem;
 std::string ObjectionToOwner(const std::string& name) {
   struct stat status = {};
   if (Base::StatusOfName(name.c_str(), &status) != 0) return {};
-  if (!Base::IsTrustedOwner(status.st_uid, geteuid())) {
-    return fmt::format("{} belongs to uid {}", name, status.st_uid);
-  }
-  const bool counts = S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
-  const bool isOpen = counts && Base::IsOpenTo(status, geteuid());
-  return isOpen ? name + " can be written by other users" : std::string();
+  const std::string objection = Base::ObjectionToCode(status, geteuid());
+  return objection.empty() ? objection : name + " " + objection;
 }
 
 fs::path DeepestExisting(fs::path folder) {

@@ -1,11 +1,11 @@
 #include "console/cli/IsolatedRun.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <cstring>
 
+#include "base/Descriptor.h"
 #include "console/base/Duration.h"
 #include "console/base/Output.h"
 #include "console/base/Subprocess.h"
@@ -46,15 +46,9 @@ bool HasCompleteResult(const SubprocessResult& ending) {
 
 // What a plug-in or its library prints to standard error would precede the result in monitoring
 // systems that read both streams as one.
-void SilenceErrors() {
-  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  if (nowhere < 0) return;
-  dup2(nowhere, STDERR_FILENO);
-  close(nowhere);
-}
-
 int RunForMonitoring(const Invocation& invocation) {
-  if (!invocation.m_Options.m_Verbose && !invocation.m_Options.m_Trace) SilenceErrors();
+  if (!invocation.m_Options.m_Verbose && !invocation.m_Options.m_Trace)
+    Base::Discard(STDERR_FILENO);
   return static_cast<int>(RunCommand(invocation));
 }
 

@@ -1,13 +1,11 @@
 #include "console/plugin/Simulation.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -52,8 +50,7 @@ std::string FirstLine(const std::string& text) {
 // Replaces this process with the program; its standard error is redirected to standard output.
 int ExecProgram(const std::filesystem::path& program, const Words& words) {
   dup2(STDOUT_FILENO, STDERR_FILENO);
-  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  if (nowhere >= 0) dup2(nowhere, STDOUT_FILENO);
+  Base::Discard(STDOUT_FILENO);
   std::vector<char*> arguments;
   std::string name = program.string();
   Words own = words;
@@ -134,19 +131,18 @@ Simulation::~Simulation() {
 
 // Without one, a folder is left only by a process that is killed.
 void Simulation::StartRemover() {
-  std::array<int, 2> ends = {};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) return;
+  Base::Pipe pipe = Base::MakePipe();
+  if (!pipe.m_Read.IsOpen()) return;
   m_Remover = fork();
-  if (m_Remover == 0) RunRemover(m_Folder, ends[0]);
-  close(ends[0]);
-  m_RemoverPipe = ends[1];
+  if (m_Remover == 0) RunRemover(m_Folder, pipe.m_Read.Get());
+  m_RemoverPipe = std::move(pipe.m_Write);
 }
 
 // Failures are ignored: a leftover folder is harmless, and nothing is left to report them.
 void Simulation::Remove() noexcept {
   std::error_code ignored;
   std::filesystem::remove_all(m_Folder, ignored);
-  if (m_RemoverPipe >= 0) close(m_RemoverPipe);
+  m_RemoverPipe.Close();
   if (m_Remover < 0) return;
   while (waitpid(m_Remover, nullptr, 0) < 0 && errno == EINTR) continue;
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "base/Descriptor.h"
 #include "console/plugin/TimeLimits.h"
 
 namespace Console {
@@ -27,7 +28,7 @@ class Simulation {
 
   std::filesystem::path m_Folder;
   pid_t m_Remover = -1;
-  int m_RemoverPipe = -1;  // it goes to work when this is closed
+  Base::Descriptor m_RemoverPipe;  // closing it starts the removal
 };
 
 }  // namespace Console

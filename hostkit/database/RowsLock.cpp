@@ -48,11 +48,11 @@ void RowsLock::Release() {
 // Others must not open the file: whoever can could hold the lock forever.
 bool RowsLock::Lock() {
   if (!m_Descriptor.IsOpen() || HasMoved()) {
-    constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-    m_Descriptor = Base::Descriptor(open(m_File.c_str(), kFlags, S_IRUSR | S_IWUSR));
+    constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK;
+    m_Descriptor = Base::OpenAt(AT_FDCWD, m_File.string(), kFlags, S_IRUSR | S_IWUSR);
     if (IsOpenToOthers(m_Descriptor)) {
       unlink(m_File.c_str());
-      m_Descriptor = Base::Descriptor(open(m_File.c_str(), kFlags | O_EXCL, S_IRUSR | S_IWUSR));
+      m_Descriptor = Base::OpenAt(AT_FDCWD, m_File.string(), kFlags | O_EXCL, S_IRUSR | S_IWUSR);
     }
   }
   return IsOwnFile(m_Descriptor) && flock(m_Descriptor.Get(), LOCK_EX | LOCK_NB) == 0;

@@ -20,9 +20,9 @@ using std::filesystem::path;
 
 constexpr std::size_t kLargestFile = 1 << 20;
 
-int OpenFolder(const path& folder) {
+Base::Descriptor OpenFolder(const path& folder) {
   CreateFolders(folder);
-  return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
+  return Base::OpenAt(AT_FDCWD, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
 }
 
 bool LockWithTimeout(const Base::Descriptor& folder) {
@@ -65,8 +65,8 @@ FolderLock::FolderLock(const path& folder)
 
 FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   // O_NONBLOCK in case the file is a pipe.
-  const Base::Descriptor input(
-      open(file.m_File.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+  const Base::Descriptor input =
+      Base::OpenAt(AT_FDCWD, file.m_File, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
   if (!input.IsOpen()) {
     return errno == ENOENT || errno == ENOTDIR ? FileRead::Missing : FileRead::Failed;
   }

@@ -58,9 +58,9 @@ void MakeWithoutFollowing(const std::string& path) {
   CreateFolders(std::filesystem::path(path).parent_path());
   // Below /proc, the descriptors of a process are links to the open files.
   const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
-  const Base::Descriptor file(
-      open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | noFollow,
-           Base::NewFileMode(geteuid())));
+  const Base::Descriptor file =
+      Base::OpenAt(AT_FDCWD, path, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | noFollow,
+                   Base::NewFileMode(geteuid()));
   if (!file.IsOpen()) throw spdlog::spdlog_ex(Base::Printable(path), errno);
   if (noFollow != 0) RequireNone(Base::ObjectionToOpened(trusted, file));
   RequireNone(Base::ResolveTrusted(path).m_Objection);

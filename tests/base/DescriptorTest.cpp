@@ -132,6 +132,26 @@ TEST(ReadAll, ReportsTheError) {
   EXPECT_EQ("", text);
 }
 
+TEST(MakePipe, CarriesTextToItsEndOfFile) {
+  Base::Pipe pipe = Base::MakePipe();
+  EXPECT_EQ(FD_CLOEXEC, fcntl(pipe.m_Read.Get(), F_GETFD));
+  EXPECT_EQ(FD_CLOEXEC, fcntl(pipe.m_Write.Get(), F_GETFD));
+  EXPECT_EQ(0, Base::WriteAll(pipe.m_Write, "text"));
+  pipe.m_Write.Close();
+  std::string text;
+  EXPECT_EQ(0, Base::ReadAll(pipe.m_Read, 4, text));
+  EXPECT_EQ("text", text);
+}
+
+TEST(Discard, DropsWhatIsWritten) {
+  const Base::Pipe pipe = Base::MakePipe();
+  Base::Discard(pipe.m_Write.Get());
+  EXPECT_EQ(0, Base::WriteAll(pipe.m_Write, "text"));
+  std::string text;
+  EXPECT_EQ(0, Base::ReadAll(pipe.m_Read, 4, text));  // its only writer has been replaced
+  EXPECT_EQ("", text);
+}
+
 TEST(ErrorOfReading, IsThatOfOpening) {
   EXPECT_EQ(0, Base::ErrorOfReading("/dev/null"));
   EXPECT_EQ(ENOENT, Base::ErrorOfReading("/no/such/file"));

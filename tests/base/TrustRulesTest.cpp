@@ -92,6 +92,35 @@ TEST(TrustRules, JudgeFiles) {
   }
 }
 
+struct CodeRule {
+  const char* m_Name;
+  mode_t m_Mode;
+  uid_t m_Owner;
+  gid_t m_Group;
+  uid_t m_User;
+  const char* m_Objection;
+};
+
+const CodeRule kCode[] = {
+    {"root's, for a user", S_IFREG | 0755, kRoot, 0, kAnn, ""},
+    {"a user's own", S_IFREG | 0755, kAnn, 1000, kAnn, ""},
+    {"a user's, for root", S_IFREG | 0755, kAnn, 1000, kRoot, "belongs to uid 1000"},
+    {"a stranger's, for a user", S_IFREG | 0755, kBob, 1001, kAnn, "belongs to uid 1001"},
+    {"everyone may write", S_IFREG | 0757, kAnn, 1000, kAnn, kOthers},
+    {"a user's group may write", S_IFREG | 0775, kAnn, 1000, kAnn, ""},
+    {"a group may write root's", S_IFREG | 0775, kRoot, 1000, kRoot, kOthers},
+    {"an open folder", S_IFDIR | 0777, kAnn, 1000, kAnn, kOthers},
+    {"a sticky folder", S_IFDIR | 01777, kRoot, 0, kAnn, kOthers},
+    {"a device", S_IFCHR | 0666, kRoot, 0, kAnn, ""},
+};
+
+TEST(TrustRules, JudgeCodeForEveryUserAsStrictlyAsForRoot) {
+  for (const CodeRule& each : kCode) {
+    const auto code = Entry(each.m_Mode, each.m_Owner, each.m_Group);
+    EXPECT_EQ(each.m_Objection, Base::ObjectionToCode(code, each.m_User)) << each.m_Name;
+  }
+}
+
 TEST(TrustRules, WhatRootCreatesIsClosedToOthers) {
   EXPECT_EQ(0644U, Base::NewFileMode(kRoot));
   EXPECT_EQ(0755U, Base::NewFolderMode(kRoot));
