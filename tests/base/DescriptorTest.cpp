@@ -145,6 +145,7 @@ TEST(MakePipe, CarriesTextToItsEndOfFile) {
 
 TEST(Discard, DropsWhatIsWritten) {
   const Base::Pipe pipe = Base::MakePipe();
+  EXPECT_EQ(0, fcntl(pipe.m_Read.Get(), F_SETFL, O_NONBLOCK));
   Base::Discard(pipe.m_Write.Get());
   EXPECT_EQ(0, Base::WriteAll(pipe.m_Write, "text"));
   std::string text;
