@@ -1,19 +1,19 @@
 // The card library's functions, with each of their allocations made to fail in turn.
 #include "tests/cardsim/Fixture.h"
-#include "tests/cardsim/inner/Memory.h"
+#include "tests/support/MemoryShortage.h"
 
 namespace {
 
-using CardSimTest::Shortage;
+using CorvaneTest::Shortage;
 
-// Handles for the calls. A null handle is not needed by the call.
+// Handles for the calls. Null if the call does not need it.
 struct Things {
   void* card = nullptr;      // opened
   void* job = nullptr;       // a format or detach
   void* iterated = nullptr;  // the first card
   void* volume = nullptr;    // the first unit
   void* made = nullptr;      // by the call itself
-  const char* text = "";     // that the call gave
+  const char* text = "";     // returned by the call
   vsl_error_record err = {};
 };
 
@@ -110,9 +110,9 @@ class CallMemory : public SimulatedCards {
   // Whether an allocation failed while the call ran.
   bool IsShort(const Call& call, Things& things, int successes, Shortage kind, vsl_code& code) {
     things.err.text[0] = '\0';
-    CardSimTest::BeginShortage(successes, kind);
+    CorvaneTest::BeginShortage(successes, kind);
     code = call.make(things);
-    return CardSimTest::EndShortage();
+    return CorvaneTest::EndShortage();
   }
 
   void Sweep(const Call& call, Shortage kind) {
@@ -142,11 +142,11 @@ class CallMemory : public SimulatedCards {
 class CallsWithoutMemory : public CallMemory, public ::testing::WithParamInterface<Call> {};
 
 TEST_P(CallsWithoutMemory, ChangeNothingWhenOneAllocationFails) {
-  Sweep(GetParam(), Shortage::OfOne);
+  Sweep(GetParam(), Shortage::OneFails);
 }
 
 TEST_P(CallsWithoutMemory, ChangeNothingWhenNoMemoryIsLeft) {
-  Sweep(GetParam(), Shortage::OfAll);
+  Sweep(GetParam(), Shortage::AllFail);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, CallsWithoutMemory, ::testing::ValuesIn(kCalls),
@@ -154,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(Table, CallsWithoutMemory, ::testing::ValuesIn(kCalls),
 
 class EndsOfJobs : public CallMemory, public ::testing::WithParamInterface<Shortage> {
  protected:
-  // What another process sees: the file itself.
+  // The file itself, as another process reads it.
   bool IsMarked() const { return Slurp().find("\"job\"") != std::string::npos; }
 
   std::string FormatAgain(Things& things) {
@@ -174,9 +174,9 @@ TEST_P(EndsOfJobs, AFormatWithoutMemoryReleasesTheCard) {
     Things things = Fresh("0");
     StartFormat(things);
     ASSERT_TRUE(IsMarked());
-    CardSimTest::BeginShortage(failures, GetParam());
+    CorvaneTest::BeginShortage(failures, GetParam());
     const vsl_code code = vsl_op_wait_for_result(things.job, &things.err);
-    const bool wasShort = CardSimTest::EndShortage();
+    const bool wasShort = CorvaneTest::EndShortage();
     if (!wasShort) {
       EXPECT_EQ(0U, code);
       break;
@@ -197,9 +197,9 @@ TEST_P(EndsOfJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
   for (;; ++failures) {
     Things things = Fresh("0");
     StartFormat(things);
-    CardSimTest::BeginShortage(failures, GetParam());
+    CorvaneTest::BeginShortage(failures, GetParam());
     const vsl_code code = vsl_destroy(&things.job, nullptr);
-    const bool wasShort = CardSimTest::EndShortage();
+    const bool wasShort = CorvaneTest::EndShortage();
     ASSERT_EQ(0U, code) << failures;
     if (!wasShort) break;
     vsl_has_serial_number(things.card, &things.err);
@@ -211,15 +211,17 @@ TEST_P(EndsOfJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
 
 TEST_P(EndsOfJobs, FiniNeedsNoMemory) {
   Fresh("2");
-  CardSimTest::BeginShortage(0, GetParam());
+  CorvaneTest::BeginShortage(0, GetParam());
   vsl_fini();
-  CardSimTest::EndShortage();
+  CorvaneTest::EndShortage();
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
 }
 
-INSTANTIATE_TEST_SUITE_P(Shortages, EndsOfJobs, ::testing::Values(Shortage::OfOne, Shortage::OfAll),
+INSTANTIATE_TEST_SUITE_P(Shortages, EndsOfJobs,
+                         ::testing::Values(Shortage::OneFails, Shortage::AllFail),
                          [](const auto& row) {
-                           return std::string(row.param == Shortage::OfOne ? "OfOne" : "OfAll");
+                           return std::string(row.param == Shortage::OneFails ? "OneFails"
+                                                                              : "AllFail");
                          });
 
 TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWithoutMemory) {
@@ -228,9 +230,9 @@ TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWithoutMemory) {
   for (bool wasShort = true; wasShort;) {
     Things things = Fresh("2");
     File().Raise("card1", "FLASHBACK");
-    CardSimTest::BeginShortage(lost + kept, Shortage::OfAll);
+    CorvaneTest::BeginShortage(lost + kept, Shortage::AllFail);
     const bool has = vsl_has_current_errors(things.card, &things.err);
-    wasShort = CardSimTest::EndShortage();
+    wasShort = CorvaneTest::EndShortage();
     ++(has ? kept : lost);
     // Only what the call does before it reads the file may fail.
     ASSERT_TRUE(has || kept == 0) << lost + kept;

@@ -6,14 +6,14 @@
 #include <cstdio>
 
 #include "tests/cardsim/ProgramFixture.h"
-#include "tests/cardsim/inner/Memory.h"
+#include "tests/support/MemoryShortage.h"
 
 // The program's `main`.
 int CardsimMain(int argc, char** argv);
 
 namespace {
 
-using CardSimTest::Shortage;
+using CorvaneTest::Shortage;
 
 constexpr int kEnough = -1;
 
@@ -100,9 +100,9 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
       const bool ready = freopen(out.c_str(), "w", stdout) != nullptr &&
                          freopen(err.c_str(), "w", stderr) != nullptr;
       if (!ready) _exit(99);
-      if (successes != kEnough) CardSimTest::BeginShortage(successes, kind);
+      if (successes != kEnough) CorvaneTest::BeginShortage(successes, kind);
       const int code = RunMain(static_cast<int>(words.size()), argv.data());
-      *m_WasShort = CardSimTest::EndShortage();
+      *m_WasShort = CorvaneTest::EndShortage();
       fflush(nullptr);
       _exit(code);
     }
@@ -125,7 +125,7 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
     EXPECT_EQ(GetParam().changes, after != m_Before);
     int failures = 0;
     // One failure is tried at each place; lasting failure, at every fifth.
-    for (;; failures += kind == Shortage::OfOne ? 1 : 5) {
+    for (;; failures += kind == Shortage::OneFails ? 1 : 5) {
       PutBack();
       const Outcome outcome = Run(failures, kind);
       if (!outcome.wasShort && outcome.code == 0) break;
@@ -157,11 +157,11 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
 };
 
 TEST_P(ProgramMemory, EndsCleanlyWhenOneAllocationFails) {
-  Sweep(Shortage::OfOne);
+  Sweep(Shortage::OneFails);
 }
 
 TEST_P(ProgramMemory, EndsCleanlyWhenNoMemoryIsLeft) {
-  Sweep(Shortage::OfAll);
+  Sweep(Shortage::AllFail);
 }
 
 TEST_F(Program, EveryCommandHasAMemoryRow) {

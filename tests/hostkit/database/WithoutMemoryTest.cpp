@@ -1,5 +1,4 @@
 // Memory that runs out while the host's own log is written.
-#include <cstdlib>
 #include <new>
 #include <stdexcept>
 #include <vector>
@@ -7,29 +6,13 @@
 #include "hostkit/EventLog.h"
 #include "hostkit/database/LayerException.h"
 #include "tests/hostkit/database/Fixture.h"
+#include "tests/support/MemoryShortage.h"
 
 namespace {
 
-// How many allocations of this thread still succeed before one fails; negative: all succeed.
-thread_local int g_AllocationsLeft = -1;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (g_AllocationsLeft >= 0 && g_AllocationsLeft-- == 0) throw std::bad_alloc();
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-
-namespace {
+using CorvaneTest::BeginShortage;
+using CorvaneTest::EndShortage;
+using CorvaneTest::Shortage;
 
 class WithoutMemory : public HostDatabaseTest {};
 
@@ -37,14 +20,14 @@ TEST_F(WithoutMemory, NoOneIsKeptOut) {
   const std::vector<HostKit::LoggedEvent> events = {HostKit::WordEvent(PI::CEvent())};
   int failures = 0;
   for (bool done = false; !done;) {
-    g_AllocationsLeft = failures;
+    BeginShortage(failures, Shortage::OneFails);
     try {
       HostKit::AppendEvents(events);
       done = true;
     } catch (const std::bad_alloc&) {
       ++failures;
     }
-    g_AllocationsLeft = -1;
+    EndShortage();
     ASSERT_NO_THROW(OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK")) << failures;
   }
   EXPECT_GT(failures, 0);
@@ -62,7 +45,7 @@ TEST_F(WithoutMemory, AStatementFailsWithTheLayersException) {
     std::string copy = sql;
     std::string text;
     text.reserve(200);
-    g_AllocationsLeft = failures;
+    BeginShortage(failures, Shortage::OneFails);
     try {
       m_pStorage->dao->query(std::move(copy));
       done = true;
@@ -70,7 +53,7 @@ TEST_F(WithoutMemory, AStatementFailsWithTheLayersException) {
       ++failures;
       text = exception.what();
     }
-    g_AllocationsLeft = -1;
+    EndShortage();
     EXPECT_TRUE(done || text == "out of memory") << text;
   }
   EXPECT_GT(failures, 5);
@@ -79,13 +62,13 @@ TEST_F(WithoutMemory, AStatementFailsWithTheLayersException) {
 // A failure of another kind has a text of any length, which must be copied.
 TEST_F(WithoutMemory, SoDoesAFailureWithALongText) {
   const std::runtime_error failure(std::string(1000, 'x'));
-  for (const bool isThereMemory : {true, false}) {
+  for (const bool hasMemory : {true, false}) {
     std::string text;
     text.reserve(2000);
     try {
       throw failure;
     } catch (...) {
-      g_AllocationsLeft = isThereMemory ? -1 : 0;
+      if (!hasMemory) BeginShortage(0, Shortage::OneFails);
       try {
         HostKit::ThrowAsDatabaseException();
       } catch (const DBEXCEPTION::DatabaseException& exception) {
@@ -93,9 +76,9 @@ TEST_F(WithoutMemory, SoDoesAFailureWithALongText) {
       } catch (const std::bad_alloc&) {
         text = "bad_alloc";
       }
-      g_AllocationsLeft = -1;
+      EndShortage();
     }
-    EXPECT_EQ(text, isThereMemory ? failure.what() : "out of memory");
+    EXPECT_EQ(text, hasMemory ? failure.what() : "out of memory");
   }
 }
 

@@ -2,47 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
-#include <cstdlib>
 #include <new>
 
 #include "host/Toolkit.h"
 #include "hostkit/Tracing.h"
-
-namespace {
-
-// How many allocations of this thread still succeed before all fail; negative: all succeed.
-thread_local int g_AllocationsLeft = -1;
-thread_local bool g_OnlyOneFails = false;
-
-bool Fails() {
-  if (g_AllocationsLeft < 0) return false;
-  if (g_AllocationsLeft > 0) {
-    --g_AllocationsLeft;
-    return false;
-  }
-  if (g_OnlyOneFails) g_AllocationsLeft = -1;
-  return true;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (Fails()) throw std::bad_alloc();
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
+#include "tests/support/MemoryShortage.h"
 
 namespace {
 
 namespace fs = boost::filesystem;
+using CorvaneTest::Shortage;
 
 // As the plug-in writes it.
 void Trace() {
@@ -54,7 +23,7 @@ void Trace() {
   stream.FormatInt(4294967295U);
 }
 
-class TraceWithoutMemory : public testing::TestWithParam<bool> {
+class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
  protected:
   TraceWithoutMemory() { fs::create_directories(m_Folder); }
   ~TraceWithoutMemory() override {
@@ -66,15 +35,12 @@ class TraceWithoutMemory : public testing::TestWithParam<bool> {
   // Makes each allocation of a line fail in turn. Returns their number.
   static int FailEach() {
     for (int points = 0;; ++points) {
-      g_OnlyOneFails = GetParam();
-      g_AllocationsLeft = points;
+      CorvaneTest::BeginShortage(points, GetParam());
       try {
         Trace();
       } catch (const std::bad_alloc&) {
       }
-      const bool hasFailed = g_AllocationsLeft <= 0;
-      g_AllocationsLeft = -1;
-      if (!hasFailed) return points;
+      if (!CorvaneTest::EndShortage()) return points;
     }
   }
 
@@ -116,7 +82,10 @@ TEST_P(TraceWithoutMemory, OutlivesASinkThatThrows) {
   EXPECT_EQ(calls, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(, TraceWithoutMemory, testing::Bool(),
-                         [](const auto& each) { return each.param ? "OnceOnly" : "FromThenOn"; });
+INSTANTIATE_TEST_SUITE_P(, TraceWithoutMemory,
+                         testing::Values(Shortage::OneFails, Shortage::AllFail),
+                         [](const auto& each) {
+                           return each.param == Shortage::OneFails ? "OneFails" : "AllFail";
+                         });
 
 }  // namespace

@@ -1,14 +1,16 @@
-#include "tests/cardsim/inner/Memory.h"
+#include "tests/support/MemoryShortage.h"
 
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-// The number of allocations of this thread that still succeed; negative for all.
+using CorvaneTest::Shortage;
+
+// The number of allocations of this thread that still succeed; negative if all do.
 thread_local int g_Left = -1;
 thread_local bool g_HasFailed = false;
-thread_local CardSimTest::Shortage g_Kind = CardSimTest::Shortage::OfOne;
+thread_local Shortage g_Kind = Shortage::OneFails;
 
 bool Fails() {
   if (g_Left < 0) return false;
@@ -16,7 +18,7 @@ bool Fails() {
     --g_Left;
     return false;
   }
-  if (g_HasFailed && g_Kind == CardSimTest::Shortage::OfOne) return false;
+  if (g_HasFailed && g_Kind == Shortage::OneFails) return false;
   g_HasFailed = true;
   return true;
 }
@@ -37,7 +39,7 @@ void operator delete(void* memory, std::size_t) noexcept {
   std::free(memory);
 }
 
-namespace CardSimTest {
+namespace CorvaneTest {
 
 void BeginShortage(int successes, Shortage kind) {
   g_HasFailed = false;
@@ -50,4 +52,4 @@ bool EndShortage() {
   return g_HasFailed;
 }
 
-}  // namespace CardSimTest
+}  // namespace CorvaneTest

@@ -1,0 +1,19 @@
+// Memory that runs out on demand, for the calling thread. A program that links it has its operator
+// new replaced, also for the libraries that it loads.
+#pragma once
+
+namespace CorvaneTest {
+
+enum class Shortage {
+  OneFails,  // one allocation fails, and the ones after it succeed
+  AllFail,   // no further allocation succeeds
+};
+
+// Makes an allocation of this thread fail after `successes` that succeed. Replaces a shortage that
+// has not ended.
+void BeginShortage(int successes, Shortage kind);
+
+// Ends the shortage. Returns whether an allocation failed in it.
+bool EndShortage();
+
+}  // namespace CorvaneTest
