@@ -11,7 +11,7 @@
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
-#include "tests/support/SqliteDoor.h"
+#include "tests/support/SqliteInterceptor.h"
 
 namespace CorvaneTest {
 namespace {
@@ -40,10 +40,10 @@ std::string BecauseOfTheKey(const std::string& reason) {
 void Refuse(const std::string& action, const std::string& table) {
   const std::string sql = "CREATE TRIGGER refusal BEFORE " + action + " ON " + table +
                           " BEGIN SELECT RAISE(ABORT, 'no luck'); END";
-  SqliteDoor::Run(sql.c_str());
+  SqliteInterceptor::Run(sql.c_str());
 }
 void RefuseNoMore() {
-  SqliteDoor::Run("DROP TRIGGER refusal");
+  SqliteInterceptor::Run("DROP TRIGGER refusal");
 }
 
 class RowFailures : public WorkerFixture {
@@ -67,7 +67,7 @@ class RowFailures : public WorkerFixture {
   }
   std::string File() { return (m_Host.Folder() / "rows.db").string(); }
 
-  const SqliteDoor m_Door;  // opens first
+  const SqliteInterceptor m_Interceptor;  // before the database is opened
   const DatabaseLife m_Database;
   const std::string m_Number = NumberOf(3);
   const std::string m_Adapter = "Adapter (SanDisk Flash Adapter 785GB (1)) (" + m_Number + ") ";
@@ -364,7 +364,7 @@ TEST_F(RowFailures, ALockedFileStopsNoScanAndIsWrittenAgainAfterwards) {
 
 TEST_F(RowFailures, AFullFileStopsNoScan) {
   Run();
-  SqliteDoor::Run("PRAGMA max_page_count = 1");
+  SqliteInterceptor::Run("PRAGMA max_page_count = 1");
   Set("card0", "product_name", std::string(6000, 'x'));
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("(database or disk is full)")));
@@ -375,7 +375,7 @@ TEST_F(RowFailures, AFullFileStopsNoScan) {
 
 TEST_F(RowFailures, AReadOnlyFileStopsNoScan) {
   Run();
-  SqliteDoor::Run("PRAGMA query_only = 1");
+  SqliteInterceptor::Run("PRAGMA query_only = 1");
   Set("card0", "sector_size_bytes", "4096");
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("(attempt to write a readonly database)")));

@@ -11,7 +11,7 @@
 #include "hostkit/Database.h"
 #include "hostkit/EventLog.h"
 #include "tests/hostkit/database/Fixture.h"
-#include "tests/support/SqliteDoor.h"
+#include "tests/support/SqliteInterceptor.h"
 
 namespace {
 
@@ -205,15 +205,15 @@ TEST_F(Faults, AShortLockIsWaitedFor) {
 }
 
 TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
-  const SqliteDoor door;
+  const SqliteInterceptor interceptor;
   Restart();
   AppendEvent(PI::CEvent());
-  SqliteDoor::Run("PRAGMA max_page_count = 1");
+  SqliteInterceptor::Run("PRAGMA max_page_count = 1");
   const std::string large =
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(100000, 'x') + "\")";
   EXPECT_EQ(FailureOf(large), "database or disk is full");
   EXPECT_EQ(FailureOf(kRead), "");
-  SqliteDoor::Run("PRAGMA max_page_count = 1000000");
+  SqliteInterceptor::Run("PRAGMA max_page_count = 1000000");
   EXPECT_EQ(FailureOf(large), "");
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
