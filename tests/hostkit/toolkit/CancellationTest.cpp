@@ -9,13 +9,13 @@ using namespace MBX::Threading;
 
 namespace {
 
-// Reports that a stack was unwound.
-class Witness {
+// Sets a flag when the stack is unwound.
+class UnwindFlag {
  public:
-  explicit Witness(std::atomic<bool>& unwound) : m_Unwound(unwound) {}
-  ~Witness() { m_Unwound = true; }
-  Witness(const Witness&) = delete;
-  Witness& operator=(const Witness&) = delete;
+  explicit UnwindFlag(std::atomic<bool>& unwound) : m_Unwound(unwound) {}
+  ~UnwindFlag() { m_Unwound = true; }
+  UnwindFlag(const UnwindFlag&) = delete;
+  UnwindFlag& operator=(const UnwindFlag&) = delete;
 
  private:
   std::atomic<bool>& m_Unwound;
@@ -23,7 +23,7 @@ class Witness {
 
 class Cancellation : public EveryTimeMode {
  protected:
-  // Cancels a thread that holds a lock through a guard and runs `wait`, and reports what is left.
+  // Cancels a thread in `wait`, while it holds a lock through a guard, and checks what remains.
   void CancelDuring(const std::function<void()>& wait) {
     ReadyLock held;
     ReadyEvent started;
@@ -31,7 +31,7 @@ class Cancellation : public EveryTimeMode {
     bool returned = false;
     {
       Job job([&] {
-        const Witness witness(unwound);
+        const UnwindFlag flag(unwound);
         const CSyncGuard guard(held, WAIT_INFINITE);
         started.Set();
         wait();
@@ -39,11 +39,11 @@ class Cancellation : public EveryTimeMode {
       });
       started.Wait(WAIT_INFINITE);
       job->Cancel();
-      EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+      EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(WAIT_INFINITE));
     }
     EXPECT_TRUE(unwound);
     EXPECT_FALSE(returned);
-    EXPECT_EQ(1U, held.Wait(0)) << "the guard released its lock";
+    EXPECT_EQ(WAIT_SUCCEEDED, held.Wait(0)) << "the guard has not released its lock";
     held.Release();
   }
 };
@@ -52,7 +52,7 @@ TEST_P(Cancellation, EndsAWaitForAnEvent) {
   ReadyEvent event;
   CancelDuring([&] { event.Wait(WAIT_INFINITE); });
   event.Set();
-  EXPECT_EQ(1U, event.Wait(0)) << "the wait took nothing with it";
+  EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(0)) << "the canceled wait has reset the event";
 }
 
 TEST_P(Cancellation, EndsAWaitForALock) {
@@ -75,7 +75,7 @@ TEST_P(Cancellation, EndsAWaitForAThread) {
   ReadyEvent event;
   Job other([&] { event.Wait(WAIT_INFINITE); });
   CancelDuring([&] { other->Wait(WAIT_INFINITE); });
-  EXPECT_EQ(130U, other->Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, other->Wait(0));
   event.Set();
 }
 
@@ -98,13 +98,13 @@ TEST_P(Cancellation, TakesEffectAtTheNextWaitOfARunningThread) {
   started.Wait(WAIT_INFINITE);
   job->Cancel();
   canceled = true;
-  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(WAIT_INFINITE));
   EXPECT_TRUE(reached);
   EXPECT_FALSE(passed);
 }
 
-// As in code that must not be unwound; the kit has such code too.
-TEST_P(Cancellation, WaitsUntilTheThreadAllowsItAgain) {
+// Code that must not be unwound disables cancellation; the kit has such code, too.
+TEST_P(Cancellation, IsDeferredWhileTheThreadDisablesIt) {
   ReadyEvent started, event;
   bool waited = false;
   bool slept = false;
@@ -113,7 +113,7 @@ TEST_P(Cancellation, WaitsUntilTheThreadAllowsItAgain) {
     int before = 0;
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
     started.Set();
-    waited = event.Wait(WAIT_INFINITE) == 1;
+    waited = event.Wait(WAIT_INFINITE) == WAIT_SUCCEEDED;
     Sleep(1);
     slept = true;
     pthread_setcancelstate(before, nullptr);
@@ -123,7 +123,7 @@ TEST_P(Cancellation, WaitsUntilTheThreadAllowsItAgain) {
   started.Wait(WAIT_INFINITE);
   job->Cancel();
   event.Set();
-  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(WAIT_INFINITE));
   EXPECT_TRUE(waited);
   EXPECT_TRUE(slept);
   EXPECT_FALSE(passed);
@@ -132,26 +132,26 @@ TEST_P(Cancellation, WaitsUntilTheThreadAllowsItAgain) {
 TEST_P(Cancellation, HasNoEffectOnAnEndedOrMissingThread) {
   CThread none;
   none.Cancel();
-  EXPECT_EQ(0U, none.Wait(0));
+  EXPECT_EQ(WAIT_FAILED, none.Wait(0));
   Job job([] {});
   job->Wait(WAIT_INFINITE);
   job->Cancel();
-  EXPECT_EQ(1U, job->Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(0));
   ASSERT_EQ(1U, HostKit::Threads().size());
   EXPECT_FALSE(HostKit::Threads()[0].canceled);
 }
 
-TEST_P(Cancellation, MayBeAskedForTwiceAndIsSeen) {
+TEST_P(Cancellation, MayBeRequestedTwiceAndIsRecorded) {
   ReadyEvent event;
   Job job([&] { event.Wait(WAIT_INFINITE); });
   job->Cancel();
   job->Cancel();
-  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(WAIT_INFINITE));
   EXPECT_TRUE(HostKit::Threads()[0].canceled);
   EXPECT_TRUE(HostKit::Threads()[0].ended);
 }
 
-TEST_P(Cancellation, LeavesTheWakeUpToTheOtherWaiters) {
+TEST_P(Cancellation, LeavesTheEventToTheOtherWaiter) {
   ReadyEvent event;
   unsigned int result = 0;
   Job stays([&] { result = event.Wait(WAIT_INFINITE); });
@@ -161,11 +161,11 @@ TEST_P(Cancellation, LeavesTheWakeUpToTheOtherWaiters) {
   goes->Wait(WAIT_INFINITE);
   event.Set();
   stays->Wait(WAIT_INFINITE);
-  EXPECT_EQ(1U, result);
+  EXPECT_EQ(WAIT_SUCCEEDED, result);
 }
 
-// A line on its way to the sink is written whole: it is sent by a destructor.
-TEST_P(Cancellation, LetsATraceLineThrough) {
+// A destructor sends the line to the sink, so it is written completely.
+TEST_P(Cancellation, DoesNotCutATraceLine) {
   MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
   ReadyEvent inSink, canceled;
   std::string seen;
@@ -175,41 +175,41 @@ TEST_P(Cancellation, LetsATraceLineThrough) {
   });
   Job job([&] {
     inSink.Set();
-    while (canceled.Wait(0) != 1) {
+    while (canceled.Wait(0) != WAIT_SUCCEEDED) {
       MBX::Internals::CTraceStreamBuffer buffer(2, module, "File.cpp", "Function", 1);
       buffer.Append("a line");
     }
   });
   inSink.Wait(WAIT_INFINITE);
   job->Cancel();
-  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(WAIT_INFINITE));
   HostKit::SetTraceSink({});
   EXPECT_TRUE(seen.empty() || seen == "a line");
 }
 
 IN_EVERY_TIME_MODE(Cancellation);
 
-TEST(RealCancellation, EndsANativeCallThatIsStuck) {
+TEST(RealCancellation, EndsABlockedNativeCall) {
   HostKit::UseRealTime();
   int ends[2];
   ASSERT_EQ(0, pipe(ends));
   std::atomic<bool> unwound{false};
   {
     Job job([&] {
-      const Witness witness(unwound);
+      const UnwindFlag flag(unwound);
       char byte = 0;
       while (read(ends[0], &byte, 1) != 1) {
       }
     });
     job->Cancel();
-    EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+    EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(WAIT_INFINITE));
   }
   EXPECT_TRUE(unwound);
   close(ends[0]);
   close(ends[1]);
 }
 
-// The sink is in the middle of a line while the thread is canceled.
+// The thread is canceled while the sink processes a line.
 TEST(RealCancellation, LetsASinkFinishItsLine) {
   HostKit::UseRealTime();
   MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
@@ -229,7 +229,7 @@ TEST(RealCancellation, LetsASinkFinishItsLine) {
   while (!inSink) usleep(100);
   job->Cancel();
   canceled = true;
-  EXPECT_EQ(1U, job->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, job->Wait(WAIT_INFINITE));
   HostKit::SetTraceSink({});
   EXPECT_TRUE(finished);
   EXPECT_FALSE(passed);

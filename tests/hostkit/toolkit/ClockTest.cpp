@@ -14,7 +14,7 @@ TEST_P(Clock, AdvancesWithASleep) {
   EXPECT_GE(MBX::Misc::now() - begin, 19U);
 }
 
-TEST_P(Clock, NeverRunsBackwardsAcrossThreads) {
+TEST_P(Clock, NeverGoesBackwardsAcrossThreads) {
   ReadyLock lock;
   unsigned long last = 0;
   bool backwards = false;
@@ -56,7 +56,7 @@ TEST_P(Clock, NeverEndsAnInfiniteInterval) {
 
 IN_EVERY_TIME_MODE(Clock);
 
-TEST(RealClock, IsTheMachines) {
+TEST(RealClock, IsTheSystemClock) {
   HostKit::UseRealTime();
   const auto wall = static_cast<unsigned long>(std::time(nullptr)) * 1000;
   EXPECT_NEAR(static_cast<double>(wall), static_cast<double>(MBX::Misc::now()), 5000.0);
@@ -75,7 +75,7 @@ const DateCase kDates[] = {
     {4'102'444'800'001, {2100, 1, 1, 5, 1, 0, 0, 0, 1}},
 };
 
-TEST(Date, HasThePartsOfUniversalTime) {
+TEST(Date, IsInUniversalTime) {
   for (const DateCase& entry : kDates) {
     SCOPED_TRACE(entry.milliseconds);
     MBXX::CSystemDate_Lx date{};

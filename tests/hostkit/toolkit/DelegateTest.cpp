@@ -10,12 +10,12 @@ namespace {
 
 struct Listener {
   unsigned int Count() { return 7; }
-  unsigned int Hear(const std::string& word) {
-    heard = word;
+  unsigned int Receive(const std::string& word) {
+    received = word;
     return static_cast<unsigned int>(word.size());
   }
 
-  std::string heard;
+  std::string received;
 };
 
 using Delegate = EveryTimeMode;
@@ -23,24 +23,25 @@ using Delegate = EveryTimeMode;
 TEST_P(Delegate, CallsItsMember) {
   Listener listener;
   EXPECT_EQ(7U, (TDelegateR0<Listener, unsigned int>(&listener, &Listener::Count).Call()));
-  TDelegateR1<Listener, unsigned int, const std::string&> hear(&listener, &Listener::Hear, "word");
-  EXPECT_EQ(4U, hear.Clone()->Call());
-  EXPECT_EQ("word", listener.heard);
+  TDelegateR1<Listener, unsigned int, const std::string&> receive(&listener, &Listener::Receive,
+                                                                  "word");
+  EXPECT_EQ(4U, receive.Clone()->Call());
+  EXPECT_EQ("word", listener.received);
 }
 
 TEST_P(Delegate, KeepsItsArgumentForAThreadThatStartsLater) {
-  using Hear = TDelegateR1<Listener, unsigned int, const std::string&>;
+  using Receive = TDelegateR1<Listener, unsigned int, const std::string&>;
   Listener listener;
   CThread thread;
   {
-    auto word = std::make_unique<std::string>("a text too long for the string's own room");
-    auto hear = std::make_unique<Hear>(&listener, &Listener::Hear, *word);
+    auto word = std::make_unique<std::string>("a text too long for the string's internal buffer");
+    auto receive = std::make_unique<Receive>(&listener, &Listener::Receive, *word);
     word->assign("other");
     word.reset();
-    EXPECT_EQ(1, thread.Create(*hear, false));
+    EXPECT_EQ(1, thread.Create(*receive, false));
   }
-  EXPECT_EQ(1U, thread.Wait(WAIT_INFINITE));
-  EXPECT_EQ("a text too long for the string's own room", listener.heard);
+  EXPECT_EQ(WAIT_SUCCEEDED, thread.Wait(WAIT_INFINITE));
+  EXPECT_EQ("a text too long for the string's internal buffer", listener.received);
 }
 
 IN_EVERY_TIME_MODE(Delegate);

@@ -11,40 +11,40 @@ using Event = EveryTimeMode;
 TEST_P(Event, CannotBeAwaitedBeforeInit) {
   CEvent event;
   event.Set();
-  EXPECT_EQ(0U, event.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_FAILED, event.Wait(WAIT_INFINITE));
   EXPECT_EQ(1, event.Init(false, true));
-  EXPECT_EQ(130U, event.Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
 }
 
-TEST_P(Event, EndsOneWaitWhenItResetsItself) {
+TEST_P(Event, EndsOneWaitIfItResetsAutomatically) {
   ReadyEvent event;
-  EXPECT_EQ(130U, event.Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
   event.Set();
   event.Set();
-  EXPECT_EQ(1U, event.Wait(WAIT_INFINITE));
-  EXPECT_EQ(130U, event.Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
 }
 
-TEST_P(Event, EndsEveryWaitUntilItIsResetByHand) {
+TEST_P(Event, EndsEveryWaitUntilItIsResetManually) {
   ReadyEvent event(true);
   event.Set();
-  EXPECT_EQ(1U, event.Wait(WAIT_INFINITE));
-  EXPECT_EQ(1U, event.Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(0));
   event.Reset();
-  EXPECT_EQ(130U, event.Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
 }
 
-TEST_P(Event, MayBeSetFromTheStart) {
+TEST_P(Event, MayBeSetInitially) {
   CEvent event;
   EXPECT_EQ(1, event.Init(true, false));
-  EXPECT_EQ(1U, event.Wait(0));
-  EXPECT_EQ(130U, event.Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
 }
 
-TEST_P(Event, TimesOutNoEarlierThanAsked) {
+TEST_P(Event, DoesNotTimeOutEarly) {
   ReadyEvent event;
   const std::int64_t begin = HostKit::SteadyNowNs();
-  EXPECT_EQ(130U, event.Wait(15));
+  EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(15));
   EXPECT_GE(HostKit::SteadyNowNs() - begin, 15'000'000);
 }
 
@@ -58,14 +58,14 @@ TEST_P(Event, WakesAWaitingThread) {
   started.Wait(WAIT_INFINITE);
   event.Set();
   job->Wait(WAIT_INFINITE);
-  EXPECT_EQ(1U, result);
+  EXPECT_EQ(WAIT_SUCCEEDED, result);
 }
 
-TEST_P(Event, WakesOneOfTwoWhenItResetsItselfAndBothOtherwise) {
+TEST_P(Event, WakesOneWaiterIfItResetsAutomaticallyElseAll) {
   for (const bool manualReset : {false, true}) {
     ReadyEvent event(manualReset);
     std::atomic<int> woken{0};
-    const auto body = [&] { woken += event.Wait(40) == 1 ? 1 : 0; };
+    const auto body = [&] { woken += event.Wait(40) == WAIT_SUCCEEDED ? 1 : 0; };
     {
       const Job first(body);
       const Job second(body);

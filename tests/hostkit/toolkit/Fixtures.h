@@ -11,6 +11,11 @@
 #include "hostkit/Inspect.h"
 #include "hostkit/Scheduler.h"
 
+// The results of waits, which the tests use by name.
+static_assert(MBX::Threading::WAIT_FAILED == 0);
+static_assert(MBX::Threading::WAIT_SUCCEEDED == 1);
+static_assert(MBX::Threading::WAIT_TIMED_OUT == 130);
+
 enum class TimeMode { Real, Virtual, Seeded };
 
 inline void UseTimeMode(TimeMode mode) {
@@ -37,7 +42,7 @@ inline std::string TimeModeName(const testing::TestParamInfo<TimeMode>& info) {
   return NameOf(info.param);
 }
 
-// What every time mode must do.
+// Tests that run in every time mode.
 class EveryTimeMode : public testing::TestWithParam<TimeMode> {
  protected:
   void SetUp() override {
@@ -52,7 +57,7 @@ class EveryTimeMode : public testing::TestWithParam<TimeMode> {
                            testing::Values(TimeMode::Real, TimeMode::Virtual, TimeMode::Seeded), \
                            TimeModeName)
 
-// A thread of the kit that runs `body`; waited for at the end of the scope.
+// A thread of the kit that runs `body`. The destructor waits for it.
 class Job {
  public:
   explicit Job(std::function<void()> body) : m_Body(std::move(body)) {

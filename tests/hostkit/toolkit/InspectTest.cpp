@@ -25,7 +25,7 @@ class Inspect : public EveryTimeMode {
   }
 };
 
-TEST_P(Inspect, ShowsWhoHoldsWhichLockHowOften) {
+TEST_P(Inspect, ShowsOwnersAndDepthsOfLocks) {
   ReadyLock first, second;
   first.Wait(WAIT_INFINITE);
   first.Wait(WAIT_INFINITE);
@@ -39,22 +39,22 @@ TEST_P(Inspect, ShowsWhoHoldsWhichLockHowOften) {
   EXPECT_EQ("1:free 2:free", LocksNow());
 }
 
-TEST_P(Inspect, KeepsTheOwnerOfALockWhoseThreadEndedWithIt) {
+TEST_P(Inspect, ShowsTheOwnerOfALockAfterItsThreadHasEnded) {
   ReadyLock lock;
   Job([&] { lock.Wait(WAIT_INFINITE); })->Wait(WAIT_INFINITE);
   EXPECT_EQ("1:thread 1*1", LocksNow());
-  EXPECT_EQ(130U, lock.Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, lock.Wait(0));
 }
 
 TEST_P(Inspect, CountsHowOftenALockWasTaken) {
   ReadyLock lock;
   EXPECT_EQ(0U, HostKit::Locks()[0].taken);
-  EXPECT_EQ(1U, lock.Wait(WAIT_INFINITE));
-  EXPECT_EQ(1U, lock.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(WAIT_INFINITE));
   EXPECT_EQ(2U, HostKit::Locks()[0].taken);
-  unsigned int inVain = 0;
-  Job([&] { inVain = lock.Wait(1); })->Wait(WAIT_INFINITE);
-  EXPECT_EQ(130U, inVain);
+  unsigned int timedOut = 0;
+  Job([&] { timedOut = lock.Wait(1); })->Wait(WAIT_INFINITE);
+  EXPECT_EQ(WAIT_TIMED_OUT, timedOut);
   EXPECT_EQ(2U, HostKit::Locks()[0].taken);
   lock.Release();
   lock.Release();
@@ -70,7 +70,7 @@ TEST_P(Inspect, ShowsWhichLocksAreReadyForUse) {
   EXPECT_TRUE(HostKit::Locks()[1].initialized);
 }
 
-TEST_P(Inspect, CountsAgainAfterAReset) {
+TEST_P(Inspect, NumbersFromOneAfterAReset) {
   ReadyLock before;
   HostKit::ResetLedger();
   ReadyLock after;
@@ -111,30 +111,30 @@ TEST_P(Inspect, MakesAnInitFail) {
   EXPECT_EQ(1, first.Init());
   EXPECT_EQ(0, second.Init());
   EXPECT_EQ(0, event.Init(false, false));
-  EXPECT_EQ(0U, second.Wait(0));
+  EXPECT_EQ(WAIT_FAILED, second.Wait(0));
   HostKit::ResetLedger();
   EXPECT_EQ(1, second.Init());
   EXPECT_EQ(1, event.Init(false, false));
 }
 
-TEST_P(Inspect, MakesTheNthWaitOfALockFailThatIsThereOrWillBe) {
+TEST_P(Inspect, MakesTheNthWaitOfAnExistingOrFutureLockFail) {
   HostKit::FailLockWait(2, 1);
   ReadyLock first, second;
   HostKit::FailLockWait(1, 2);
   HostKit::FailLockWait(1, 4);
-  EXPECT_EQ(0U, second.Wait(WAIT_INFINITE));
-  EXPECT_EQ(1U, second.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_FAILED, second.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, second.Wait(WAIT_INFINITE));
   std::string results;
   for (int i = 0; i < 5; ++i) results += std::to_string(first.Wait(WAIT_INFINITE));
   EXPECT_EQ("10101", results);
 }
 
-TEST_P(Inspect, TakesFailuresBack) {
+TEST_P(Inspect, ForgetsFailuresOnReset) {
   ReadyLock lock;
   HostKit::FailLockWait(1, 1);
   HostKit::FailThreadCreate(1);
   HostKit::ResetLedger();
-  EXPECT_EQ(1U, lock.Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(0));
   bool ran = false;
   Job([&] { ran = true; })->Wait(WAIT_INFINITE);
   EXPECT_TRUE(ran);

@@ -8,7 +8,7 @@ namespace {
 
 class Lock : public EveryTimeMode {
  protected:
-  // What another thread gets when it tries.
+  // The result of a wait in another thread.
   static unsigned int TryElsewhere(Native_OS::CFastMutex& lock, unsigned int timeoutMs = 0) {
     unsigned int result = 0;
     Job job([&] {
@@ -22,40 +22,40 @@ class Lock : public EveryTimeMode {
 
 TEST_P(Lock, CannotBeTakenBeforeInit) {
   Native_OS::CFastMutex lock;
-  EXPECT_EQ(0U, lock.Wait(WAIT_INFINITE));
-  EXPECT_EQ(0U, lock.Wait(0));
+  EXPECT_EQ(WAIT_FAILED, lock.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_FAILED, lock.Wait(0));
 }
 
 TEST_P(Lock, CanBeTakenAfterInitAndAfterASecondInit) {
   Native_OS::CFastMutex lock;
   EXPECT_EQ(1, lock.Init());
-  EXPECT_EQ(1U, lock.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(WAIT_INFINITE));
   EXPECT_EQ(1, lock.Init());
-  EXPECT_EQ(130U, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
   lock.Release();
-  EXPECT_EQ(1U, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_SUCCEEDED, TryElsewhere(lock));
 }
 
-TEST_P(Lock, IsFreeAfterAsManyReleasesAsItsOwnerTookIt) {
+TEST_P(Lock, IsFreeAfterOneReleasePerWait) {
   ReadyLock lock;
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(1U, lock.Wait(WAIT_INFINITE));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(WAIT_INFINITE));
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(130U, TryElsewhere(lock));
+    EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
     lock.Release();
   }
-  EXPECT_EQ(1U, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_SUCCEEDED, TryElsewhere(lock));
 }
 
-TEST_P(Lock, GivesUpAfterItsTimeOut) {
+TEST_P(Lock, TimesOut) {
   ReadyLock lock;
   lock.Wait(WAIT_INFINITE);
   const unsigned long begin = MBX::Misc::now();
-  EXPECT_EQ(130U, TryElsewhere(lock, 20));
+  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock, 20));
   EXPECT_GE(MBX::Misc::now() - begin, 19U);
   lock.Release();
 }
 
-TEST_P(Lock, GoesToWhoWaitsForItWhenItIsReleased) {
+TEST_P(Lock, GoesToTheWaitingThreadWhenReleased) {
   ReadyLock lock;
   ReadyEvent waiting;
   lock.Wait(WAIT_INFINITE);
@@ -68,18 +68,18 @@ TEST_P(Lock, GoesToWhoWaitsForItWhenItIsReleased) {
   waiting.Wait(WAIT_INFINITE);
   lock.Release();
   job->Wait(WAIT_INFINITE);
-  EXPECT_EQ(1U, result);
+  EXPECT_EQ(WAIT_SUCCEEDED, result);
 }
 
-TEST_P(Lock, StaysWithItsOwnerWhenAnotherThreadReleasesIt) {
+TEST_P(Lock, CannotBeReleasedByAnotherThread) {
   ReadyLock lock;
   lock.Wait(WAIT_INFINITE);
   Job([&] { lock.Release(); })->Wait(WAIT_INFINITE);
-  EXPECT_EQ(130U, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
   lock.Release();
 }
 
-TEST_P(Lock, LetsOneThreadInAtATime) {
+TEST_P(Lock, ExcludesOtherThreads) {
   constexpr int rounds = 200;
   ReadyLock lock;
   int inside = 0;
@@ -103,21 +103,21 @@ TEST_P(Lock, LetsOneThreadInAtATime) {
   EXPECT_EQ(600, total);
 }
 
-TEST_P(Lock, StaysWithItsOwnerAfterAGuardThatDidNotGetIt) {
+TEST_P(Lock, IsNotReleasedByAGuardThatTimedOut) {
   ReadyLock lock;
   lock.Wait(WAIT_INFINITE);
   Job([&] { const CSyncGuard guard(lock, 0); })->Wait(WAIT_INFINITE);
-  EXPECT_EQ(130U, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
   lock.Release();
 }
 
-TEST_P(Lock, IsFreeAfterAGuardThatGotIt) {
+TEST_P(Lock, IsReleasedByAGuardThatTookIt) {
   ReadyLock lock;
   {
     const CSyncGuard guard(lock, WAIT_INFINITE);
-    EXPECT_EQ(130U, TryElsewhere(lock));
+    EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
   }
-  EXPECT_EQ(1U, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_SUCCEEDED, TryElsewhere(lock));
 }
 
 IN_EVERY_TIME_MODE(Lock);

@@ -15,7 +15,7 @@ class ModuleInfo : public testing::Test {
   void TearDown() override { HostKit::SetTraceMask(0); }
 };
 
-TEST_F(ModuleInfo, KeepsWhatItWasMadeOf) {
+TEST_F(ModuleInfo, KeepsItsArguments) {
   MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST messages{};
   const CModuleInfo module(304, "Corvane", "P:1", nullptr, &messages);
   EXPECT_EQ(304U, module.m_Module);
@@ -25,7 +25,7 @@ TEST_F(ModuleInfo, KeepsWhatItWasMadeOf) {
   EXPECT_EQ(&messages, module.m_pMessages);
 }
 
-TEST_F(ModuleInfo, FollowsTheMaskFromLoadToUnload) {
+TEST_F(ModuleInfo, FollowsTheTraceMaskWhileLoaded) {
   auto early = std::make_unique<CModuleInfo>(1, "early", "1", nullptr, nullptr);
   EXPECT_EQ(0U, early->m_TraceMask);
   HostKit::SetTraceMask(18);
@@ -54,7 +54,7 @@ const StartCase kStarts[] = {
     {"x\x1b[31m\n\u202e\xff", 0, "^CORVANE_TRACE [^\n]*: x\\\\x1b\\[31m\\\\x0a\\\\u202e\\\\xff\n$"},
 };
 
-TEST(ModuleInfoDeathTest, StartsWithTheMaskOfTheEnvironment) {
+TEST(ModuleInfoDeathTest, StartsWithTheMaskFromTheEnvironment) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   for (const StartCase& start : kStarts) {
     SCOPED_TRACE(start.variable);

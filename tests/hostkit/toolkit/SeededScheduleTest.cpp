@@ -18,7 +18,7 @@ class SeededSchedule : public testing::Test {
     HostKit::UseRealTime();
   }
 
-  // The order in which three threads take their steps. It needs no lock: one runs at a time.
+  // The order of the steps of three threads. It needs no lock, because one thread runs at a time.
   static std::string OrderOf(std::uint64_t seed) {
     HostKit::UseSeededSchedule(seed);
     std::string order;
@@ -36,7 +36,7 @@ class SeededSchedule : public testing::Test {
     return order;
   }
 
-  // Two threads that take two locks in opposite order; the deadlock's text, or nothing.
+  // Lets two threads take two locks in opposite order. Returns the deadlock report, or nothing.
   static std::string Inversion(std::uint64_t seed) {
     HostKit::UseSeededSchedule(seed);
     HostKit::ResetLedger();
@@ -69,14 +69,14 @@ TEST_F(SeededSchedule, DiffersBetweenSeeds) {
   EXPECT_GE(orders.size(), 45U);
 }
 
-TEST_F(SeededSchedule, FindsAPlantedLockInversion) {
+TEST_F(SeededSchedule, FindsALockInversion) {
   int found = 0;
   for (std::uint64_t seed = 0; seed < 300; ++seed) found += Inversion(seed).empty() ? 0 : 1;
   EXPECT_GT(found, 0);
   EXPECT_LT(found, 300);
 }
 
-TEST_F(SeededSchedule, ReplaysADeadlockAndNamesWhoHoldsWhat) {
+TEST_F(SeededSchedule, ReplaysADeadlockAndReportsTheOwnersOfLocks) {
   std::uint64_t seed = 0;
   while (Inversion(seed).empty()) ASSERT_LT(++seed, 300U);
   const std::string waits = Inversion(seed);
@@ -108,7 +108,7 @@ TEST_F(SeededSchedule, FindsALostUpdate) {
 }
 
 // The busy thread could always run, so in virtual time the timeout would never fire first.
-TEST_F(SeededSchedule, SometimesFiresATimeoutWhileThreadsCouldRun) {
+TEST_F(SeededSchedule, SometimesTimesOutWhileThreadsCouldRun) {
   int early = 0;
   for (std::uint64_t seed = 0; seed < 100; ++seed) {
     HostKit::UseSeededSchedule(seed);
@@ -117,13 +117,13 @@ TEST_F(SeededSchedule, SometimesFiresATimeoutWhileThreadsCouldRun) {
       for (int i = 0; i < 10; ++i) HostKit::SwitchPoint();
       done.Set();
     });
-    early += done.Wait(60'000) == 130 ? 1 : 0;
+    early += done.Wait(60'000) == WAIT_TIMED_OUT ? 1 : 0;
   }
   EXPECT_GT(early, 0);
   EXPECT_LT(early, 50);
 }
 
-TEST_F(SeededSchedule, TakesInThreadsThatMakeThemselvesKnown) {
+TEST_F(SeededSchedule, IncludesThreadsThatRegister) {
   HostKit::UseSeededSchedule(1);
   bool inside = false;
   bool together = false;
@@ -137,7 +137,7 @@ TEST_F(SeededSchedule, TakesInThreadsThatMakeThemselvesKnown) {
     }
     left = true;
   });
-  // No native join before the thread has left: it needs its turns.
+  // A native join before the thread has left would block it, because it needs turns.
   while (!left) {
     together = together || inside;
     HostKit::SwitchPoint();
@@ -146,8 +146,8 @@ TEST_F(SeededSchedule, TakesInThreadsThatMakeThemselvesKnown) {
   EXPECT_TRUE(together);
 }
 
-// The log is one native lock: no other thread may get its turn inside.
-TEST_F(SeededSchedule, KeepsTheTurnInsideATraceSinkThatAsksForTheTime) {
+// The log holds a native lock, so no other thread may get a turn in it.
+TEST_F(SeededSchedule, DoesNotSwitchThreadsInATraceSink) {
   const MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
   int lines = 0;
   HostKit::SetTraceSink([&](const HostKit::TraceLine&) {

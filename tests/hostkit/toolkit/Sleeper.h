@@ -1,4 +1,4 @@
-// What the substitute for a plug-in exports.
+// The function that the stand-in for a plug-in exports.
 #pragma once
 
 __attribute__((visibility("default"))) void SleepWithBoost(long milliseconds);

@@ -7,7 +7,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-// A thread object and what it runs: it waits until it may end.
+// A thread object whose thread runs until `LetEnd`.
 class Thread : public EveryTimeMode {
  protected:
   using Delegate = MBX::Delegates_and_Calls::TDelegateR0<Thread, unsigned int>;
@@ -27,8 +27,8 @@ class Thread : public EveryTimeMode {
   std::unique_ptr<CThread> m_pThread = std::make_unique<CThread>();
 };
 
-TEST_P(Thread, IsNoneBeforeItIsCreated) {
-  EXPECT_EQ(0U, m_pThread->Wait(0));
+TEST_P(Thread, HasNoHandleBeforeItIsCreated) {
+  EXPECT_EQ(WAIT_FAILED, m_pThread->Wait(0));
   EXPECT_EQ(0UL, m_pThread->GetHandle());
 }
 
@@ -40,11 +40,11 @@ TEST_P(Thread, CannotBeCreatedSuspended) {
 TEST_P(Thread, RunsUntilItsCallReturns) {
   EXPECT_EQ(1, Create());
   EXPECT_NE(0UL, m_pThread->GetHandle());
-  EXPECT_EQ(130U, m_pThread->Wait(0));
-  EXPECT_EQ(130U, m_pThread->Wait(5));
+  EXPECT_EQ(WAIT_TIMED_OUT, m_pThread->Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, m_pThread->Wait(5));
   LetEnd();
-  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
-  EXPECT_EQ(1U, m_pThread->Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(0));
   EXPECT_NE(0UL, m_pThread->GetHandle());
 }
 
@@ -52,31 +52,31 @@ TEST_P(Thread, CannotBeCreatedTwice) {
   EXPECT_EQ(1, Create());
   EXPECT_EQ(0, Create());
   LetEnd();
-  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   EXPECT_EQ(0, Create());
 }
 
-TEST_P(Thread, IsNoneWhenItsStartFails) {
+TEST_P(Thread, HasNoHandleIfItsStartFails) {
   HostKit::FailThreadCreate(1);
   ASSERT_EQ(0, Create());
   EXPECT_EQ(0UL, m_pThread->GetHandle());
-  EXPECT_EQ(0U, m_pThread->Wait(0));
-  EXPECT_EQ(0U, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_FAILED, m_pThread->Wait(0));
+  EXPECT_EQ(WAIT_FAILED, m_pThread->Wait(WAIT_INFINITE));
   m_pThread->Cancel();
   EXPECT_TRUE(HostKit::Threads().empty());
   m_pThread.reset();
 }
 
-TEST_P(Thread, CanBeStartedAgainAfterAStartThatFailed) {
+TEST_P(Thread, CanBeStartedAfterAFailedStart) {
   HostKit::FailThreadCreate(1);
   EXPECT_EQ(0, Create());
   EXPECT_EQ(1, Create());
   LetEnd();
-  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
-  EXPECT_EQ(1U, m_Done.Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_Done.Wait(0));
 }
 
-TEST_P(Thread, TellsTheHostHowManyStartsFailed) {
+TEST_P(Thread, CountsFailedStarts) {
   const std::size_t before = HostKit::FailedThreads();
   HostKit::FailThreadCreate(2);
   EXPECT_EQ(1, Create());
@@ -89,7 +89,7 @@ TEST_P(Thread, TellsTheHostHowManyStartsFailed) {
 }
 
 // Only starts that would have succeeded are counted.
-TEST_P(Thread, FailsToStartAtTheOrderedPlace) {
+TEST_P(Thread, FailsTheRequestedStarts) {
   HostKit::FailThreadCreate(2);
   HostKit::FailThreadCreate(4);
   std::string results;
@@ -106,11 +106,11 @@ TEST_P(Thread, FailsToStartAtTheOrderedPlace) {
   EXPECT_EQ("10101", results);
 }
 
-TEST_P(Thread, CountsTheRequestsToEnd) {
+TEST_P(Thread, CountsCancelRequests) {
   EXPECT_EQ(1, Create());
   EXPECT_EQ(0U, HostKit::Threads()[0].cancelRequests);
   LetEnd();
-  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   m_pThread->Cancel();
   m_pThread->Cancel();
   EXPECT_EQ(2U, HostKit::Threads()[0].cancelRequests);
@@ -122,25 +122,25 @@ TEST_P(Thread, CanBeDeletedBeforeItIsCreated) {
   EXPECT_TRUE(HostKit::Threads().empty());
 }
 
-TEST_P(Thread, CanBeDeletedAfterItsEnd) {
+TEST_P(Thread, CanBeDeletedAfterItHasEnded) {
   EXPECT_EQ(1, Create());
   LetEnd();
-  EXPECT_EQ(1U, m_pThread->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   m_pThread.reset();
   m_Done.Wait(WAIT_INFINITE);
 }
 
-TEST_P(Thread, GoesOnByItselfWhenItIsDeletedWhileItRuns) {
+TEST_P(Thread, ContinuesIfDeletedWhileItRuns) {
   EXPECT_EQ(1, Create());
   m_pThread.reset();
   ASSERT_EQ(1U, HostKit::Threads().size());
   EXPECT_FALSE(HostKit::Threads()[0].ended);
   LetEnd();
-  EXPECT_EQ(1U, m_Done.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_Done.Wait(WAIT_INFINITE));
   while (!HostKit::Threads().empty()) Sleep(1);
 }
 
-TEST_P(Thread, IsWaitedForByManyAtOnce) {
+TEST_P(Thread, MayHaveSeveralWaiters) {
   EXPECT_EQ(1, Create());
   unsigned int results[2] = {0, 0};
   {
@@ -148,8 +148,8 @@ TEST_P(Thread, IsWaitedForByManyAtOnce) {
     const Job second([&] { results[1] = m_pThread->Wait(WAIT_INFINITE); });
     LetEnd();
   }
-  EXPECT_EQ(1U, results[0]);
-  EXPECT_EQ(1U, results[1]);
+  EXPECT_EQ(WAIT_SUCCEEDED, results[0]);
+  EXPECT_EQ(WAIT_SUCCEEDED, results[1]);
 }
 
 IN_EVERY_TIME_MODE(Thread);

@@ -34,7 +34,7 @@ const LevelsCase kLevels[] = {
     {"2,all", std::nullopt},
 };
 
-TEST(TraceLevels, AreANumberAListOrAWord) {
+TEST(TraceLevels, AreANumberAListOrAKeyword) {
   for (const LevelsCase& entry : kLevels) {
     EXPECT_EQ(entry.mask, HostKit::ParseTraceLevels(entry.text)) << '"' << entry.text << '"';
   }

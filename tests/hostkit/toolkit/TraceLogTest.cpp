@@ -48,7 +48,7 @@ class TraceLog : public testing::Test {
   const MBX::Misc::CModuleInfo m_Module{304, "Module", "1", nullptr, nullptr};
 };
 
-TEST_F(TraceLog, GivesASinkEachLineWithItsParts) {
+TEST_F(TraceLog, PassesTheFieldsOfEachLineToTheSink) {
   std::vector<HostKit::TraceLine> lines;
   HostKit::SetTraceSink([&](const HostKit::TraceLine& line) { lines.push_back(line); });
   Send(16, "a text");
@@ -61,7 +61,7 @@ TEST_F(TraceLog, GivesASinkEachLineWithItsParts) {
   EXPECT_EQ("a text", lines[0].text);
 }
 
-TEST_F(TraceLog, WritesOneLineEachIntoAFile) {
+TEST_F(TraceLog, WritesOneLinePerMessageToAFile) {
   ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
   Send(16, "100% {} %s");
   Send(2, "two\nlines\x1b[31m");
@@ -80,14 +80,14 @@ TEST_F(TraceLog, ShowsVirtualTime) {
   EXPECT_EQ("2026-01-02T01:01:01.001Z 2 Module Some Worker:42 a day later\n", Content(m_File));
 }
 
-TEST_F(TraceLog, StaysWhereItWasWhenAFileCannotBeOpened) {
+TEST_F(TraceLog, KeepsItsFileIfAnotherCannotBeOpened) {
   ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
   EXPECT_FALSE(HostKit::SetTraceFile(m_Folder.string()));
   Send(2, "still here");
   EXPECT_THAT(Content(m_File), testing::HasSubstr("still here"));
 }
 
-TEST_F(TraceLog, ComesBackWhenTheSinkGoes) {
+TEST_F(TraceLog, ReturnsToItsFileWithoutASink) {
   int lines = 0;
   ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
   HostKit::SetTraceSink([&](const HostKit::TraceLine&) { ++lines; });
@@ -99,7 +99,7 @@ TEST_F(TraceLog, ComesBackWhenTheSinkGoes) {
   EXPECT_THAT(Content(m_File), testing::Not(testing::HasSubstr("to the sink")));
 }
 
-TEST_F(TraceLog, StartsANewFileWhenTheOldOneIsFull) {
+TEST_F(TraceLog, RotatesAFullFile) {
   ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
   const std::string text(1'000'000, 'x');
   for (int i = 0; i < 12; ++i) Send(2, text);
@@ -107,20 +107,20 @@ TEST_F(TraceLog, StartsANewFileWhenTheOldOneIsFull) {
   EXPECT_LE(fs::file_size(m_File), 10U * 1024 * 1024);
 }
 
-TEST_F(TraceLog, GoesThroughALinkOfOnesOwn) {
+TEST_F(TraceLog, FollowsOwnLinks) {
   fs::create_symlink(m_File, m_Folder / "link.log");
   ASSERT_TRUE(HostKit::SetTraceFile((m_Folder / "link.log").string()));
   Send(2, "through the link");
   EXPECT_THAT(Content(m_File), testing::HasSubstr("through the link"));
 }
 
-TEST_F(TraceLog, GoesToADevice) {
+TEST_F(TraceLog, MayBeADevice) {
   ASSERT_TRUE(HostKit::SetTraceFile("/dev/null"));
   Send(2, "nowhere");
 }
 
-// The name of a descriptor is a link that only the kernel can follow.
-TEST_F(TraceLog, GoesToADescriptorThatIsOpen) {
+// The path of a descriptor is a link that only the kernel can follow.
+TEST_F(TraceLog, MayBeAnOpenDescriptor) {
   const int file = open(m_File.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   ASSERT_TRUE(HostKit::SetTraceFile("/proc/self/fd/" + std::to_string(file)));
   Send(2, "through the descriptor");
@@ -128,11 +128,11 @@ TEST_F(TraceLog, GoesToADescriptorThatIsOpen) {
   EXPECT_THAT(Content(m_File), testing::HasSubstr("through the descriptor"));
 }
 
-// A folder in which another user, here root, has planted links to one of the user's own files.
+// A shared folder in which another user has placed links to a file of root.
 class TraceLogTrust : public TraceLog {
  protected:
   void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "only root can make the files of another user";
+    if (geteuid() != 0) GTEST_SKIP() << "only root can create files of another user";
     TraceLog::SetUp();
     fs::create_directory(m_Shared);
     fs::permissions(m_Shared, fs::perms::all_all | fs::perms::sticky_bit);
@@ -147,7 +147,7 @@ class TraceLogTrust : public TraceLog {
   const fs::path m_Target = m_Folder / "target";
 };
 
-TEST_F(TraceLogTrust, IsNotGivenToAStrangersLink) {
+TEST_F(TraceLogTrust, RejectsALinkOfAnotherUser) {
   Plant("trace.log");
   EXPECT_FALSE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   EXPECT_EQ(errno, EPERM);
@@ -155,14 +155,14 @@ TEST_F(TraceLogTrust, IsNotGivenToAStrangersLink) {
   EXPECT_EQ(Content(m_Target), "precious");
 }
 
-TEST_F(TraceLogTrust, IsNotGivenToAStrangersLinkToNothing) {
+TEST_F(TraceLogTrust, RejectsADanglingLinkOfAnotherUser) {
   fs::remove(m_Target);
   Plant("trace.log");
   EXPECT_FALSE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   EXPECT_FALSE(fs::exists(m_Target));
 }
 
-TEST_F(TraceLogTrust, IsGivenToAFileInFoldersThatRootHasMade) {
+TEST_F(TraceLogTrust, AcceptsFoldersThatRootCreated) {
   const fs::path file = m_Folder / "new" / "newer" / "trace.log";
   const mode_t before = umask(0);
   EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
@@ -172,8 +172,8 @@ TEST_F(TraceLogTrust, IsGivenToAFileInFoldersThatRootHasMade) {
   EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
 }
 
-// Other users can write the folder by the time the file is full.
-TEST_F(TraceLogTrust, IsTakenBackWhenTheNextFileIsMade) {
+// The folder becomes writable by others before the file is full.
+TEST_F(TraceLogTrust, RejectsTheFolderAtTheNextRotation) {
   ASSERT_TRUE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   const std::string text(1'000'000, 'x');
   for (int i = 0; i < 10; ++i) Send(2, text);
@@ -185,7 +185,7 @@ TEST_F(TraceLogTrust, IsTakenBackWhenTheNextFileIsMade) {
 
 using TraceLogDeathTest = TraceLog;
 
-TEST_F(TraceLogDeathTest, GoesToStandardErrorAtStart) {
+TEST_F(TraceLogDeathTest, IsStandardErrorByDefault) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(
       {
@@ -195,7 +195,7 @@ TEST_F(TraceLogDeathTest, GoesToStandardErrorAtStart) {
       testing::ExitedWithCode(0), "Z 4 Module Some Worker:42 hello\n$");
 }
 
-TEST_F(TraceLogDeathTest, GoesToTheFileOfTheEnvironment) {
+TEST_F(TraceLogDeathTest, IsTheFileFromTheEnvironment) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const fs::path file = fs::current_path() / "trace-of-environment.log";
   setenv("CORVANE_TRACE_FILE", file.c_str(), 1);
@@ -210,7 +210,7 @@ TEST_F(TraceLogDeathTest, GoesToTheFileOfTheEnvironment) {
   fs::remove(file);
 }
 
-TEST_F(TraceLogDeathTest, ShowsWhatATerminalWouldObeyInTheNameOfAFileThatIsFull) {
+TEST_F(TraceLogDeathTest, EscapesTheNameOfAFullFile) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const fs::path file = fs::current_path() / "trace\x1b[31m\n.log";
   EXPECT_EXIT(
@@ -228,8 +228,8 @@ TEST_F(TraceLogDeathTest, ShowsWhatATerminalWouldObeyInTheNameOfAFileThatIsFull)
   fs::remove(file);
 }
 
-// Of a folder, which cannot be opened for writing.
-TEST_F(TraceLogDeathTest, ShowsWhatATerminalWouldObeyInTheNameOfTheEnvironment) {
+// The name is that of a folder, which cannot be opened for writing.
+TEST_F(TraceLogDeathTest, EscapesTheNameFromTheEnvironment) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const fs::path folder = fs::current_path() / "trace\x1b[31m\n\u202e";
   fs::create_directory(folder);

@@ -24,27 +24,27 @@ class VirtualTime : public testing::Test {
   }
 };
 
-TEST_F(VirtualTime, StartsAtTheSameMomentEachTime) {
+TEST_F(VirtualTime, AlwaysStartsAtTheSameTime) {
   EXPECT_EQ(1'767'225'600'000U, MBX::Misc::now());
   Sleep(5);
   HostKit::UseVirtualTime();
   EXPECT_EQ(1'767'225'600'000U, MBX::Misc::now());
 }
 
-TEST_F(VirtualTime, LetsAMonthOfIntervalsPassAtOnce) {
+TEST_F(VirtualTime, SkipsAMonthOfIntervals) {
   ReadyEvent stop;
   CWaitInterval interval(5000);
   CWaiter waiter;
   waiter.Add(stop);
   const unsigned long begin = MBX::Misc::now();
   for (int i = 0; i < 30 * 24 * 720; ++i) {
-    EXPECT_EQ(130U, waiter.Wait(interval, false));
+    EXPECT_EQ(WAIT_TIMED_OUT, waiter.Wait(interval, false));
     interval.Restart(5000);
   }
   EXPECT_EQ(30UL * kDayMs, MBX::Misc::now() - begin);
 }
 
-TEST_F(VirtualTime, ReachesDeadlinesInTheirOrder) {
+TEST_F(VirtualTime, ReachesDeadlinesInOrder) {
   ReadyLock lock;
   std::string order;
   const auto after = [&](unsigned int days, const char* name) {
@@ -61,7 +61,7 @@ TEST_F(VirtualTime, ReachesDeadlinesInTheirOrder) {
   EXPECT_EQ("first second third ", order);
 }
 
-TEST_F(VirtualTime, StandsStillWhileAThreadRuns) {
+TEST_F(VirtualTime, StopsWhileAThreadRuns) {
   ReadyEvent never, started;
   Job sleeper([&] {
     started.Set();
@@ -73,7 +73,7 @@ TEST_F(VirtualTime, StandsStillWhileAThreadRuns) {
   EXPECT_EQ(begin, MBX::Misc::now());
 }
 
-TEST_F(VirtualTime, WaitsForAThreadThatMadeItselfKnown) {
+TEST_F(VirtualTime, StopsWhileARegisteredThreadRuns) {
   ReadyEvent never;
   std::promise<void> known;
   unsigned long duringWork = 0;
@@ -85,20 +85,20 @@ TEST_F(VirtualTime, WaitsForAThreadThatMadeItselfKnown) {
   });
   known.get_future().wait();
   const unsigned long begin = MBX::Misc::now();
-  EXPECT_EQ(130U, never.Wait(kDayMs));
+  EXPECT_EQ(WAIT_TIMED_OUT, never.Wait(kDayMs));
   worker.join();
   EXPECT_EQ(begin, duringWork);
   EXPECT_EQ(begin + kDayMs, MBX::Misc::now());
 }
 
-TEST_F(VirtualTime, CannotBeLeftWhileAThreadOfTheKitRuns) {
+TEST_F(VirtualTime, CannotEndWhileAThreadOfTheKitRuns) {
   ReadyEvent event;
   const Job job([&] { event.Wait(WAIT_INFINITE); });
   EXPECT_THROW(HostKit::UseRealTime(), std::logic_error);
   event.Set();
 }
 
-TEST_F(VirtualTime, ReportsWhoWaitsForWhatInADeadlock) {
+TEST_F(VirtualTime, ReportsTheWaitsOfADeadlock) {
   ReadyLock lock;
   ReadyEvent first, second;
   std::string waits;
@@ -115,29 +115,29 @@ TEST_F(VirtualTime, ReportsWhoWaitsForWhatInADeadlock) {
     second.Set();
     blocked->Cancel();
   });
-  EXPECT_EQ(1U, blocked->Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, blocked->Wait(WAIT_INFINITE));
   lock.Release();
   EXPECT_THAT(waits, testing::HasSubstr("thread 1 waits for lock 1, held by main"));
   EXPECT_THAT(waits, testing::HasSubstr("thread 2 waits for event 1 or event 2"));
   EXPECT_THAT(waits, testing::HasSubstr("main waits for the end of thread 1"));
 }
 
-TEST_F(VirtualTime, ReportsADeadlockOnceAndTheNextOneAgain) {
+TEST_F(VirtualTime, ReportsEachDeadlockOnce) {
   ReadyEvent event;
   int reports = 0;
   HostKit::OnDeadlock([&](const std::string&) {
     ++reports;
     event.Set();
   });
-  EXPECT_EQ(1U, event.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(WAIT_INFINITE));
   EXPECT_EQ(1, reports);
-  EXPECT_EQ(1U, event.Wait(WAIT_INFINITE));
+  EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(WAIT_INFINITE));
   EXPECT_EQ(2, reports);
 }
 
 using VirtualTimeDeathTest = VirtualTime;
 
-TEST_F(VirtualTimeDeathTest, EndsTheProcessInADeadlockWithoutAHandler) {
+TEST_F(VirtualTimeDeathTest, ADeadlockWithoutAHandlerEndsTheProcess) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_DEATH(
       {

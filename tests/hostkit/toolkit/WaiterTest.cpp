@@ -24,14 +24,14 @@ class Waiter : public EveryTimeMode {
   CWaiter m_Waiter;
 };
 
-TEST_P(Waiter, FailsWithNothingToWaitFor) {
-  EXPECT_EQ(0U, m_Waiter.Wait(WAIT_INFINITE, false));
+TEST_P(Waiter, FailsWithoutAUsableEvent) {
+  EXPECT_EQ(WAIT_FAILED, m_Waiter.Wait(WAIT_INFINITE, false));
   CEvent unusable;
   m_Waiter.Add(unusable);
-  EXPECT_EQ(0U, m_Waiter.Wait(WAIT_INFINITE, false));
+  EXPECT_EQ(WAIT_FAILED, m_Waiter.Wait(WAIT_INFINITE, false));
 }
 
-TEST_P(Waiter, GivesThePositionOfTheEventThatIsSet) {
+TEST_P(Waiter, ReturnsThePositionOfTheSetEvent) {
   AddAll();
   m_Third.Set();
   EXPECT_EQ(3U, m_Waiter.Wait(WAIT_INFINITE, false));
@@ -39,16 +39,16 @@ TEST_P(Waiter, GivesThePositionOfTheEventThatIsSet) {
   EXPECT_EQ(2U, m_Waiter.Wait(WAIT_INFINITE, false));
 }
 
-TEST_P(Waiter, GivesTheFirstOfSeveralAndLeavesTheOthersSet) {
+TEST_P(Waiter, ReturnsTheFirstOfSeveralAndResetsOnlyIt) {
   AddAll();
   m_Third.Set();
   m_First.Set();
   EXPECT_EQ(1U, m_Waiter.Wait(WAIT_INFINITE, false));
   EXPECT_EQ(3U, m_Waiter.Wait(WAIT_INFINITE, false));
-  EXPECT_EQ(130U, m_Waiter.Wait(0, false));
+  EXPECT_EQ(WAIT_TIMED_OUT, m_Waiter.Wait(0, false));
 }
 
-TEST_P(Waiter, CountsEventsThatAreNotUsable) {
+TEST_P(Waiter, IncludesUnusableEventsInPositions) {
   CEvent unusable;
   m_Waiter.Add(unusable);
   m_Waiter.Add(m_First);
@@ -56,10 +56,10 @@ TEST_P(Waiter, CountsEventsThatAreNotUsable) {
   EXPECT_EQ(2U, m_Waiter.Wait(WAIT_INFINITE, false));
 }
 
-TEST_P(Waiter, TimesOutNoEarlierThanAsked) {
+TEST_P(Waiter, DoesNotTimeOutEarly) {
   AddAll();
   const std::int64_t begin = HostKit::SteadyNowNs();
-  EXPECT_EQ(130U, m_Waiter.Wait(15, false));
+  EXPECT_EQ(WAIT_TIMED_OUT, m_Waiter.Wait(15, false));
   EXPECT_GE(HostKit::SteadyNowNs() - begin, 15'000'000);
 }
 
@@ -77,16 +77,16 @@ TEST_P(Waiter, IsWokenByAnyOfItsEvents) {
   EXPECT_EQ(2U, result);
 }
 
-TEST_P(Waiter, WaitsForAllAndTakesThemTogether) {
+TEST_P(Waiter, WaitsForAllAndResetsThemTogether) {
   AddAll();
   m_First.Set();
   m_Third.Set();
-  EXPECT_EQ(130U, m_Waiter.Wait(0, true));
+  EXPECT_EQ(WAIT_TIMED_OUT, m_Waiter.Wait(0, true));
   m_Second.Set();
   EXPECT_EQ(1U, m_Waiter.Wait(WAIT_INFINITE, true));
-  EXPECT_EQ(130U, m_First.Wait(0));
-  EXPECT_EQ(1U, m_Second.Wait(0));
-  EXPECT_EQ(130U, m_Third.Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, m_First.Wait(0));
+  EXPECT_EQ(WAIT_SUCCEEDED, m_Second.Wait(0));
+  EXPECT_EQ(WAIT_TIMED_OUT, m_Third.Wait(0));
 }
 
 IN_EVERY_TIME_MODE(Waiter);

@@ -1,4 +1,4 @@
-// Memory that runs out in a trace line.
+// Memory shortages while a trace line is written.
 #include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
@@ -13,7 +13,7 @@ namespace {
 namespace fs = boost::filesystem;
 using CorvaneTest::Shortage;
 
-// As the plug-in writes it.
+// Writes a line as the plug-in does.
 void Trace() {
   static const MBX::Misc::CModuleInfo module{304, "Module", "1", nullptr, nullptr};
   MBX::Internals::CTraceStreamBuffer buffer(2, module, "/a/path/that/is/long/Source.cpp",
@@ -47,7 +47,7 @@ class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
   const fs::path m_Folder = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
 };
 
-TEST_P(TraceWithoutMemory, LosesLinesOfTheLogAndNothingElse) {
+TEST_P(TraceWithoutMemory, LosesOnlyLinesOfTheLog) {
   const std::string file = (m_Folder / "trace.log").string();
   ASSERT_TRUE(HostKit::SetTraceFile(file));
   Trace();
@@ -59,7 +59,7 @@ TEST_P(TraceWithoutMemory, LosesLinesOfTheLogAndNothingElse) {
   EXPECT_EQ(fs::file_size(file), before + length);
 }
 
-TEST_P(TraceWithoutMemory, LosesLinesOfTheSinkAndNothingElse) {
+TEST_P(TraceWithoutMemory, LosesOnlyLinesOfTheSink) {
   std::vector<std::string> texts;
   HostKit::SetTraceSink([&texts](const HostKit::TraceLine& line) { texts.push_back(line.text); });
   EXPECT_GT(FailEach(), 4);
@@ -70,12 +70,12 @@ TEST_P(TraceWithoutMemory, LosesLinesOfTheSinkAndNothingElse) {
                        "4294967295"});
 }
 
-// A failing sink of the host must not affect the plug-in either.
-TEST_P(TraceWithoutMemory, OutlivesASinkThatThrows) {
+// Nor may a failing sink of the host affect the plug-in.
+TEST_P(TraceWithoutMemory, SurvivesASinkThatThrows) {
   int calls = 0;
   HostKit::SetTraceSink([&calls](const HostKit::TraceLine&) {
     ++calls;
-    throw std::runtime_error("no luck");
+    throw std::runtime_error("sink failed");
   });
   Trace();
   Trace();
