@@ -10,20 +10,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(ConfigFile, IsMadeByTheFirstWrite) {
+TEST(ConfigFile, IsCreatedByTheFirstWrite) {
   const ConfigFolder config;
-  EXPECT_EQ(config.Read("PollInterval"), "1");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
-  EXPECT_EQ(config.Read("PollInterval"), "0 30");
+  EXPECT_EQ(config.Read("PollInterval"), "no key");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
+  EXPECT_EQ(config.Read("PollInterval"), "value 30");
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=30\n");
   EXPECT_EQ(config.Files(), 1U);
 }
 
-TEST(ConfigFile, MakesItsFolder) {
+TEST(ConfigFile, CreatesItsFolder) {
   ConfigFolder config;
   config.MoveTo(config.Folder() / "a" / "b");
-  EXPECT_EQ(config.Read("PollInterval"), "1");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(config.Read("PollInterval"), "no key");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_EQ(ReadText(config.Folder() / "a/b/Corvane.ini"), "PollInterval=30\n");
 }
 
@@ -37,7 +37,7 @@ struct ReadCase {
 
 class ConfigFileReading : public testing::TestWithParam<ReadCase> {};
 
-TEST_P(ConfigFileReading, FindsTheKeyInNoSection) {
+TEST_P(ConfigFileReading, FindsTheKeyOutsideSections) {
   const ConfigFolder config;
   WriteText(config.Ini(), GetParam().text);
   EXPECT_EQ(config.Read("PollInterval"), GetParam().result);
@@ -45,20 +45,20 @@ TEST_P(ConfigFileReading, FindsTheKeyInNoSection) {
 
 INSTANTIATE_TEST_SUITE_P(
     , ConfigFileReading,
-    testing::Values(ReadCase{"Plain", "PollInterval=20\n", "0 20"},
-                    ReadCase{"WithoutLineEnd", "PollInterval=20", "0 20"},
-                    ReadCase{"Spaces", "  PollInterval =  20 \r\n", "0 20"},
-                    ReadCase{"EmptyValue", "PollInterval=\n", "0 "},
-                    ReadCase{"EqualsInValue", "PollInterval=a=b\n", "0 a=b"},
-                    ReadCase{"BesideOthers", "A=1\nPollInterval=20\nB=2\n[S]\nC=3\n", "0 20"},
-                    ReadCase{"EmptyFile", "", "1"}, ReadCase{"OtherKeys", "A=1\n", "1"},
-                    ReadCase{"OtherCase", "pollinterval=20\n", "1"},
-                    ReadCase{"Comment", ";PollInterval=20\n", "1"},
-                    ReadCase{"InSection", "[S]\nPollInterval=20\n", "1"},
-                    ReadCase{"SectionOfThatName", "[PollInterval]\nA=20\n", "1"},
-                    ReadCase{"NoIni", "this is not an ini file\n", "2"},
-                    ReadCase{"OpenSection", "[S\nPollInterval=20\n", "2"},
-                    ReadCase{"TwiceTheKey", "PollInterval=20\nPollInterval=30\n", "2"}),
+    testing::Values(ReadCase{"Plain", "PollInterval=20\n", "value 20"},
+                    ReadCase{"WithoutLineEnd", "PollInterval=20", "value 20"},
+                    ReadCase{"Spaces", "  PollInterval =  20 \r\n", "value 20"},
+                    ReadCase{"EmptyValue", "PollInterval=\n", "value "},
+                    ReadCase{"EqualsInValue", "PollInterval=a=b\n", "value a=b"},
+                    ReadCase{"AmongOthers", "A=1\nPollInterval=20\nB=2\n[S]\nC=3\n", "value 20"},
+                    ReadCase{"EmptyFile", "", "no key"}, ReadCase{"OtherKeys", "A=1\n", "no key"},
+                    ReadCase{"OtherCase", "pollinterval=20\n", "no key"},
+                    ReadCase{"Comment", ";PollInterval=20\n", "no key"},
+                    ReadCase{"InSection", "[S]\nPollInterval=20\n", "no key"},
+                    ReadCase{"SectionOfThatName", "[PollInterval]\nA=20\n", "no key"},
+                    ReadCase{"NotAnIniFile", "this is not an ini file\n", "unreadable"},
+                    ReadCase{"OpenSection", "[S\nPollInterval=20\n", "unreadable"},
+                    ReadCase{"DuplicateKey", "PollInterval=20\nPollInterval=30\n", "unreadable"}),
     NameOfCase());
 
 struct WriteCase {
@@ -74,9 +74,9 @@ class ConfigFileWriting : public testing::TestWithParam<WriteCase> {};
 TEST_P(ConfigFileWriting, ChangesItsOwnLineOnly) {
   const ConfigFolder config;
   WriteText(config.Ini(), GetParam().before);
-  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_EQ(ReadText(config.Ini()), GetParam().after);
-  EXPECT_EQ(config.Read("PollInterval"), "0 30");
+  EXPECT_EQ(config.Read("PollInterval"), "value 30");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -88,12 +88,12 @@ INSTANTIATE_TEST_SUITE_P(
         WriteCase{"OwnWithSpaces", "\n PollInterval = 20 \n\n", "\nPollInterval=30\n\n"},
         WriteCase{"OtherLineEnds", "A=1\r\nPollInterval=2\r\nB=2\r\n",
                   "A=1\r\nPollInterval=30\r\nB=2\r\n"},
-        WriteCase{"BehindOthers", "A=1\nB=2\n", "A=1\nB=2\nPollInterval=30\n"},
-        WriteCase{"BehindOthersWithoutLineEnd", "A=1", "A=1\nPollInterval=30\n"},
+        WriteCase{"AfterOthers", "A=1\nB=2\n", "A=1\nB=2\nPollInterval=30\n"},
+        WriteCase{"AfterOthersWithoutLineEnd", "A=1", "A=1\nPollInterval=30\n"},
         WriteCase{"BeforeSections", "A=1\n[S]\nPollInterval=5\n",
                   "A=1\nPollInterval=30\n[S]\nPollInterval=5\n"},
         WriteCase{"BeforeTheFirstLine", "[S]\nA=1\n", "PollInterval=30\n[S]\nA=1\n"},
-        WriteCase{"CommentsStay", "; seconds\nPollInterval=20\n;PollInterval=5\n",
+        WriteCase{"KeepsComments", "; seconds\nPollInterval=20\n;PollInterval=5\n",
                   "; seconds\nPollInterval=30\n;PollInterval=5\n"},
         WriteCase{"LongerName", "PollInterval2=1\n", "PollInterval2=1\nPollInterval=30\n"}),
     NameOfCase());
@@ -101,13 +101,13 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ConfigFile, TreatsADotInAKeyLiterally) {
   const ConfigFolder config;
   WriteText(config.Ini(), "[Poll]\nInterval=5\n");
-  EXPECT_EQ(config.Read("Poll.Interval"), "1");
-  EXPECT_EQ(config.Write("Poll.Interval", "6"), 0U);
-  EXPECT_EQ(config.Read("Poll.Interval"), "0 6");
+  EXPECT_EQ(config.Read("Poll.Interval"), "no key");
+  EXPECT_EQ(config.Write("Poll.Interval", "6"), HostKit::RESULT_OK);
+  EXPECT_EQ(config.Read("Poll.Interval"), "value 6");
   EXPECT_EQ(ReadText(config.Ini()), "Poll.Interval=6\n[Poll]\nInterval=5\n");
 }
 
-TEST(ConfigFile, RefusesWhatWouldNotReadBack) {
+TEST(ConfigFile, RefusesTextThatWouldNotReadBack) {
   const ConfigFolder config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const std::pair<const char*, const char*> odd[] = {
@@ -115,16 +115,16 @@ TEST(ConfigFile, RefusesWhatWouldNotReadBack) {
       {"Poll\nInterval", "30"},        {"Poll=Interval", "30"},  {" PollInterval", "30"},
       {";PollInterval", "30"},         {"[PollInterval", "30]"}, {"", "30"}};
   for (const auto& [key, value] : odd) {
-    EXPECT_EQ(config.Write(key, value), 3U) << key << "=" << value;
+    EXPECT_EQ(config.Write(key, value), HostKit::RESULT_NOT_WRITTEN) << key << "=" << value;
     EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
   }
 }
 
-TEST(ConfigFile, KeepsItsMode) {
+TEST(ConfigFile, KeepsItsPermissions) {
   const ConfigFolder config;
   WriteText(config.Ini(), "PollInterval=20\n");
   ASSERT_EQ(chmod(config.Ini().c_str(), 0640), 0);
-  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   struct stat status {};
   ASSERT_EQ(stat(config.Ini().c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0640U);
@@ -136,39 +136,39 @@ TEST(ConfigFile, KeepsALinkAndWritesItsTarget) {
   WriteText(config.Folder() / "shared/real.ini", "A=1\nPollInterval=20\n");
   fs::create_symlink("shared/real.ini", config.Folder() / "link.ini");
   fs::create_symlink(config.Folder() / "link.ini", config.Ini());
-  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_TRUE(fs::is_symlink(config.Ini()) && fs::is_symlink(config.Folder() / "link.ini"));
   EXPECT_EQ(ReadText(config.Folder() / "shared/real.ini"), "A=1\nPollInterval=30\n");
 }
 
-TEST(ConfigFile, ALinkToNothingGetsItsFile) {
+TEST(ConfigFile, CreatesTheTargetOfADanglingLink) {
   const ConfigFolder config;
   fs::create_symlink("later/real.ini", config.Ini());
-  EXPECT_EQ(config.Read("PollInterval"), "1");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(config.Read("PollInterval"), "no key");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_TRUE(fs::is_symlink(config.Ini()));
   EXPECT_EQ(ReadText(config.Folder() / "later/real.ini"), "PollInterval=30\n");
 }
 
-TEST(ConfigFile, LiesInTheHostsFolderWhateverItsNameSays) {
+TEST(ConfigFile, IsInTheConfigFolderEvenIfNamedWithAPath) {
   const ConfigFolder config;
   PI::CConfigFile file;
   file.SetFileName("/elsewhere/sub/Corvane.ini");
-  EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), 0U);
-  EXPECT_EQ(config.Read("PollInterval"), "0 30");
+  EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), HostKit::RESULT_OK);
+  EXPECT_EQ(config.Read("PollInterval"), "value 30");
 }
 
-TEST(ConfigFile, WithoutANameIsNeitherReadNorWritten) {
+TEST(ConfigFile, IsNeitherReadNorWrittenWithoutAName) {
   const ConfigFolder config;
   PI::CConfigFile file;
   std::string value = "untouched";
-  EXPECT_EQ(file.ReadKeyValue("PollInterval", value, -1, -1), 1U);
-  EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), 3U);
+  EXPECT_EQ(file.ReadKeyValue("PollInterval", value, -1, -1), HostKit::RESULT_NO_KEY);
+  EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(value, "untouched");
   EXPECT_EQ(config.Files(), 0U);
 }
 
-TEST(ConfigFile, WritersOfDifferentKeysDoNotUndoEachOther) {
+TEST(ConfigFile, KeepsTheKeysOfConcurrentWriters) {
   const ConfigFolder config;
   const auto writeAll = [&config](char writer) {
     for (int i = 0; i < 20; ++i) config.Write(writer + std::to_string(i), std::to_string(i));
@@ -178,8 +178,8 @@ TEST(ConfigFile, WritersOfDifferentKeysDoNotUndoEachOther) {
   first.join();
   second.join();
   for (int i = 0; i < 20; ++i) {
-    EXPECT_EQ(config.Read("a" + std::to_string(i)), "0 " + std::to_string(i));
-    EXPECT_EQ(config.Read("b" + std::to_string(i)), "0 " + std::to_string(i));
+    EXPECT_EQ(config.Read("a" + std::to_string(i)), "value " + std::to_string(i));
+    EXPECT_EQ(config.Read("b" + std::to_string(i)), "value " + std::to_string(i));
   }
   EXPECT_EQ(config.Files(), 1U);
 }

@@ -1,5 +1,5 @@
-// The ini file when the disk, the folder or the file itself does not do what it should. Permission
-// bits alone would prove nothing: these tests may run as root.
+// Faults of the ini file, its folder and the disk. No test relies on permission bits, because the
+// tests may run as root.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
@@ -18,80 +18,80 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(ConfigFileFaults, ADamagedFileIsLeftAsItIs) {
+TEST(ConfigFileFaults, ADamagedFileIsNotChanged) {
   const ConfigFolder config;
   const std::string odd[] = {"no ini file at all\n", "PollInterval=1\nPollInterval=2\n", "[S\n",
                              "A=1\n=2\n", std::string("\0\1\2\xFF", 4)};
   for (const std::string& text : odd) {
     WriteText(config.Ini(), text);
-    EXPECT_EQ(config.Read("PollInterval"), "2");
-    EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+    EXPECT_EQ(config.Read("PollInterval"), "unreadable");
+    EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
     EXPECT_EQ(ReadText(config.Ini()), text);
     EXPECT_EQ(config.Files(), 1U);
   }
 }
 
-TEST(ConfigFileFaults, AFileOfMoreThanAMebibyteIsLeftAsItIs) {
+TEST(ConfigFileFaults, AFileOfMoreThanAMebibyteIsNotChanged) {
   const ConfigFolder config;
   const std::string text = "PollInterval=20\nA=" + std::string(1 << 20, 'x') + "\n";
   WriteText(config.Ini(), text);
-  EXPECT_EQ(config.Read("PollInterval"), "2");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(config.Read("PollInterval"), "unreadable");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(ReadText(config.Ini()), text);
 }
 
 TEST(ConfigFileFaults, NoFileOfMoreThanAMebibyteIsWritten) {
   const ConfigFolder config;
   WriteText(config.Ini(), "PollInterval=20\n");
-  EXPECT_EQ(config.Write("A", std::string(1 << 20, 'x')), 3U);
+  EXPECT_EQ(config.Write("A", std::string(1 << 20, 'x')), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
 }
 
-TEST(ConfigFileFaults, AFolderInItsPlaceIsUnreadableAndStays) {
+TEST(ConfigFileFaults, AFolderInItsPlaceIsUnreadableAndKept) {
   const ConfigFolder config;
   fs::create_directory(config.Ini());
-  EXPECT_EQ(config.Read("PollInterval"), "2");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(config.Read("PollInterval"), "unreadable");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_TRUE(fs::is_directory(config.Ini()));
 }
 
-TEST(ConfigFileFaults, APipeInItsPlaceBlocksNoOne) {
+TEST(ConfigFileFaults, APipeInItsPlaceDoesNotBlock) {
   const ConfigFolder config;
   ASSERT_EQ(mkfifo(config.Ini().c_str(), 0600), 0);
-  EXPECT_EQ(config.Read("PollInterval"), "2");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(config.Read("PollInterval"), "unreadable");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_TRUE(fs::is_fifo(config.Ini()));
 }
 
-TEST(ConfigFileFaults, LinksInACircleAreUnreadableAndStay) {
+TEST(ConfigFileFaults, ALoopOfLinksIsUnreadableAndKept) {
   const ConfigFolder config;
   fs::create_symlink("other.ini", config.Ini());
   fs::create_symlink("Corvane.ini", config.Folder() / "other.ini");
-  EXPECT_EQ(config.Read("PollInterval"), "2");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(config.Read("PollInterval"), "unreadable");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_TRUE(fs::is_symlink(config.Ini()));
 }
 
-TEST(ConfigFileFaults, AFileAmongItsFoldersMeansThatItCannotBeWritten) {
+TEST(ConfigFileFaults, AFileInThePathOfItsFolderPreventsWriting) {
   ConfigFolder config;
   WriteText(config.Folder() / "file", "text");
   config.MoveTo(config.Folder() / "file" / "sub");
-  EXPECT_EQ(config.Read("PollInterval"), "1");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(config.Read("PollInterval"), "no key");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(ReadText(config.Folder() / "file"), "text");
 }
 
-TEST(ConfigFileFaults, AFolderThatTakesNoFilesMeansThatItCannotBeWritten) {
+TEST(ConfigFileFaults, AFolderThatRejectsNewFilesPreventsWriting) {
   ConfigFolder config;
   config.MoveTo("/proc/self");
-  EXPECT_EQ(config.Read("PollInterval"), "1");
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(config.Read("PollInterval"), "no key");
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
 }
 
 // Runs `work` in its own process and returns its result.
 template <class Work>
 int InChild(Work work) {
-  std::fflush(nullptr);  // or the child might print the parent's lines again
+  std::fflush(nullptr);  // so that the child does not print the parent's lines again
   const pid_t child = fork();
   if (child == 0) _exit(work());
   int status = 0;
@@ -99,7 +99,7 @@ int InChild(Work work) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST(ConfigFileFaults, AFullDiskLeavesTheOldFileAndNothingElse) {
+TEST(ConfigFileFaults, AFullDiskLeavesOnlyTheOldFile) {
   const ConfigFolder config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const int result = InChild([&config] {
@@ -108,12 +108,12 @@ TEST(ConfigFileFaults, AFullDiskLeavesTheOldFileAndNothingElse) {
     if (setrlimit(RLIMIT_FSIZE, &full) != 0) return 99;
     return static_cast<int>(config.Write("PollInterval", "30"));
   });
-  EXPECT_EQ(result, 3);
+  EXPECT_EQ(result, static_cast<int>(HostKit::RESULT_NOT_WRITTEN));
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
   EXPECT_EQ(config.Files(), 1U);
 }
 
-TEST(ConfigFileFaults, WithoutFreeDescriptorsTheOldFileStays) {
+TEST(ConfigFileFaults, RunningOutOfDescriptorsKeepsTheOldFile) {
   const ConfigFolder config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const int result = InChild([&config] {
@@ -121,18 +121,18 @@ TEST(ConfigFileFaults, WithoutFreeDescriptorsTheOldFileStays) {
     if (setrlimit(RLIMIT_NOFILE, &none) != 0) return 99;
     return static_cast<int>(config.Write("PollInterval", "30"));
   });
-  EXPECT_EQ(result, 3);
+  EXPECT_EQ(result, static_cast<int>(HostKit::RESULT_NOT_WRITTEN));
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
 }
 
-// Whoever may read the folder can hold its lock.
-TEST(ConfigFileFaults, AFolderThatAnotherProcessHoldsIsNotWaitedForWithoutEnd) {
+// Any process that may read the folder can lock it.
+TEST(ConfigFileFaults, GivesUpOnAFolderThatAnotherProcessHasLocked) {
   const ConfigFolder config;
   const int held = open(config.Folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
-  EXPECT_EQ(config.Write("PollInterval", "30"), 3U);
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   close(held);
-  EXPECT_EQ(config.Write("PollInterval", "30"), 0U);
+  EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
 }
 
 [[noreturn]] void WriteForever(const ConfigFolder& config) {
@@ -142,9 +142,9 @@ TEST(ConfigFileFaults, AFolderThatAnotherProcessHoldsIsNotWaitedForWithoutEnd) {
   }
 }
 
-TEST(ConfigFileFaults, AKilledWriterLeavesAWholeFile) {
+TEST(ConfigFileFaults, AKilledWriterLeavesACompleteFile) {
   const ConfigFolder config;
-  ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), 0U);
+  ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), HostKit::RESULT_OK);
   for (int round = 0; round < 20; ++round) {
     const pid_t child = fork();
     if (child == 0) WriteForever(config);
@@ -152,20 +152,22 @@ TEST(ConfigFileFaults, AKilledWriterLeavesAWholeFile) {
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     const std::string read = config.Read("PollInterval");
-    EXPECT_TRUE(read == "0 " + std::string(50000, 'a') || read == "0 " + std::string(50000, 'b'));
-    EXPECT_EQ(config.Write("PollInterval", std::string(50000, 'a')), 0U);
+    EXPECT_TRUE(read == "value " + std::string(50000, 'a') ||
+                read == "value " + std::string(50000, 'b'));
+    EXPECT_EQ(config.Write("PollInterval", std::string(50000, 'a')), HostKit::RESULT_OK);
   }
 }
 
-// The readers never wait for the writer and never see it at work.
-TEST(ConfigFileFaults, AReaderBesideAWriterSeesWholeFiles) {
+// A reader does not wait for the writer.
+TEST(ConfigFileFaults, AConcurrentReaderSeesCompleteFiles) {
   const ConfigFolder config;
-  ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), 0U);
+  ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), HostKit::RESULT_OK);
   const pid_t child = fork();
   if (child == 0) WriteForever(config);
   for (int i = 0; i < 500; ++i) {
     const std::string read = config.Read("PollInterval");
-    EXPECT_TRUE(read == "0 " + std::string(50000, 'a') || read == "0 " + std::string(50000, 'b'));
+    EXPECT_TRUE(read == "value " + std::string(50000, 'a') ||
+                read == "value " + std::string(50000, 'b'));
   }
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);

@@ -1,8 +1,12 @@
-// A plug-in's ini file in a folder of the test's own.
+// The ini file of a plug-in, in a temporary folder.
 #pragma once
 
 #include "host/PluginInterface.h"
+#include "hostkit/ConfigFile.h"
 #include "tests/support/Temporary.h"
+
+static_assert(HostKit::RESULT_OK == 0 && HostKit::RESULT_NO_KEY == 1);
+static_assert(HostKit::RESULT_UNREADABLE == 2 && HostKit::RESULT_NOT_WRITTEN == 3);
 
 class ConfigFolder {
  public:
@@ -14,14 +18,16 @@ class ConfigFolder {
     m_Variable.emplace("CORVANE_CONFIG_DIR", folder.string());
   }
 
-  // The result, followed by the value if there is one: "0 15", "1".
+  // "value 15", "no key" or "unreadable"; "touched" if a failure has changed the output.
   std::string Read(const std::string& key) const {
     PI::CConfigFile file;
     file.SetFileName("Corvane.ini");
     std::string value = "untouched";
     const std::uint32_t result = file.ReadKeyValue(key, value, -1, -1);
-    if (result != 0 && value != "untouched") return "touched";
-    return std::to_string(result) + (result == 0 ? " " + value : "");
+    if (result == HostKit::RESULT_OK) return "value " + value;
+    if (value != "untouched") return "touched";
+    if (result == HostKit::RESULT_NO_KEY) return "no key";
+    return result == HostKit::RESULT_UNREADABLE ? "unreadable" : std::to_string(result);
   }
 
   std::uint32_t Write(const std::string& key, const std::string& value) const {
@@ -31,8 +37,8 @@ class ConfigFolder {
   }
 
   std::size_t Files() const {
-    using Walk = std::filesystem::directory_iterator;
-    return static_cast<std::size_t>(std::distance(Walk(Folder()), Walk()));
+    using Iterator = std::filesystem::directory_iterator;
+    return static_cast<std::size_t>(std::distance(Iterator(Folder()), Iterator()));
   }
 
  private:

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(DatabasePointer, IsTheSameStorageAtEveryCall) {
+TEST(DatabasePointer, IsTheSameAtEveryCall) {
   const ScopedVariable noFile("CORVANE_DATABASE", ":memory:");
   const auto storage = getDatabasePointer();
   ASSERT_NE(storage, nullptr);
@@ -16,7 +16,7 @@ TEST(DatabasePointer, IsTheSameStorageAtEveryCall) {
 TEST(DatabaseException, KeepsItsOwnCopyOfTheText) {
   std::string text = "no such table: Adapter";
   const DBEXCEPTION::DatabaseException exception(text);
-  text.assign("something else altogether");
+  text.assign("another text");
   EXPECT_STREQ(exception.what(), "no such table: Adapter");
 }
 

@@ -1,4 +1,4 @@
-// The registry of events: a row for every event that a card plug-in reports, and no other.
+// The registry of events has a row for every event that a card plug-in reports, and no other row.
 
 #include <gtest/gtest.h>
 
@@ -12,11 +12,26 @@ namespace {
 
 using HostKit::Family;
 
+#define CONSTANT(name, ...) name = FIRST_OF(__VA_ARGS__, 0),
+namespace Typed {
+enum : std::uint32_t { HOST_LOW_EVENTS(CONSTANT) HOST_EVENTS(CONSTANT) };
+enum : std::uint32_t { HOST_VALUES(CONSTANT) };
+enum : std::uint32_t { HOST_ERRORS(CONSTANT) HOST_SEVERITIES(CONSTANT) };
+}  // namespace Typed
+#undef CONSTANT
+
+// Numbers that the host does not have.
+constexpr std::uint32_t kNoError = 20006;
+constexpr std::uint32_t kNoEvent = 10000;
+constexpr std::uint32_t kNoValue = 49999;
+constexpr std::uint32_t kNoNumber = 69999;
+constexpr std::uint32_t kEnd = 70000;  // above all of the host's numbers
+
 enum class About { Nothing, Adapter, Drive };
 
 struct ReportedEvent {
   std::uint32_t number;
-  std::uint32_t severity;  // 2 information, 3 warning, 4 error: the lowest
+  std::uint32_t severity;  // the lowest
   About about;             // what the event names: an adapter, or an adapter and a drive
 };
 
@@ -24,16 +39,17 @@ struct ReportedEvent {
 const ReportedEvent kReported[] = {HOST_EVENTS(REPORTED)};
 #undef REPORTED
 
-// What only a host reports, about itself and its connections.
-const ReportedEvent kOfTheHost[] = {{1, 2, About::Nothing},
-                                    {2, 2, About::Nothing},
-                                    {3, 2, About::Nothing},
-                                    {4, 4, About::Nothing},
-                                    {5, 2, About::Nothing}};
+// Events of the host itself and its connections.
+const ReportedEvent kHostEvents[] = {
+    {Typed::UNDEFINED, Typed::SEVERITY_INFORMATION, About::Nothing},
+    {Typed::CONNECTED, Typed::SEVERITY_INFORMATION, About::Nothing},
+    {Typed::DISCONNECTED, Typed::SEVERITY_INFORMATION, About::Nothing},
+    {Typed::UNEXPECTED_DISCONNECT, Typed::SEVERITY_ERROR, About::Nothing},
+    {Typed::TEST_TRAP, Typed::SEVERITY_INFORMATION, About::Nothing}};
 
 std::vector<ReportedEvent> AllReported() {
   std::vector<ReportedEvent> all(std::begin(kReported), std::end(kReported));
-  all.insert(all.end(), std::begin(kOfTheHost), std::end(kOfTheHost));
+  all.insert(all.end(), std::begin(kHostEvents), std::end(kHostEvents));
   return all;
 }
 
@@ -59,13 +75,13 @@ TEST(EventRegistry, HasARowForEveryReportedEvent) {
 TEST(EventRegistry, HasNoOtherRow) {
   std::set<std::uint32_t> rows, reported;
   for (const ReportedEvent& row : AllReported()) reported.insert(row.number);
-  for (std::uint32_t number = 0; number < 70000; ++number) {
+  for (std::uint32_t number = 0; number < kEnd; ++number) {
     if (!HostKit::CaptionOf(Family::Event, number).empty()) rows.insert(number);
   }
   EXPECT_EQ(rows, reported);
 }
 
-TEST(EventRegistry, SentencesHaveAPlaceForEachNameThatIsGiven) {
+TEST(EventRegistry, MessagesNameTheObjectsOfTheEvent) {
   for (const ReportedEvent& row : AllReported()) {
     const std::string message = MessageOf(row.number);
     EXPECT_EQ(Names(message, "<card>"), row.about != About::Nothing) << message;
@@ -74,11 +90,11 @@ TEST(EventRegistry, SentencesHaveAPlaceForEachNameThatIsGiven) {
   }
 }
 
-TEST(EventRegistry, HasTheSeverityOfEachEvent) {
+TEST(EventRegistry, GivesTheSeverityOfEachEvent) {
   for (const ReportedEvent& row : AllReported()) {
     EXPECT_EQ(HostKit::SeverityOf(row.number), row.severity) << row.number;
   }
-  EXPECT_EQ(HostKit::SeverityOf(10000), 2U);
+  EXPECT_EQ(HostKit::SeverityOf(kNoEvent), Typed::SEVERITY_INFORMATION);
 }
 
 bool IsASentence(const std::string& text) {
@@ -88,16 +104,24 @@ bool IsASentence(const std::string& text) {
 TEST(EventRegistry, EveryWarningHasAdvice) {
   for (const ReportedEvent& row : AllReported()) {
     const std::string advice = HostKit::AdviceOf(Family::Event, row.number);
-    const bool isNeeded = row.severity > 2;
+    const bool isNeeded = row.severity > Typed::SEVERITY_INFORMATION;
     EXPECT_TRUE(IsASentence(advice) || (!isNeeded && advice.empty())) << row.number << advice;
   }
-  EXPECT_EQ(HostKit::AdviceOf(Family::Event, 10980), "");
+  EXPECT_EQ(HostKit::AdviceOf(Family::Event, Typed::CTRL_NORMAL), "");
 }
 
-TEST(EventRegistry, AnEventOfAReasonHasTheReasonsAdvice) {
+TEST(EventRegistry, AnEventHasTheAdviceOfItsReason) {
   const std::pair<std::uint32_t, std::uint32_t> pairs[] = {
-      {10957, 40449}, {10960, 40452}, {10962, 40454}, {10967, 40459}, {10968, 40460},
-      {10972, 40464}, {10979, 40471}, {10984, 40387}, {11086, 40464}, {11087, 40486}};
+      {Typed::CTRL_INTERNAL_ERROR, Typed::INTERNAL_ERROR},
+      {Typed::CTRL_MAXIMUM_WRITE_THROTTLING, Typed::COMPLETE_WRITE_THROTTLING},
+      {Typed::CTRL_TEMPERATURE_ABOVE_ERROR, Typed::TEMPERATURE_ABOVE_ERROR},
+      {Typed::CTRL_TEMPERATURE_ABOVE_WARN, Typed::TEMPERATURE_ABOVE_WARN},
+      {Typed::CTRL_NEAR_WEARING_OUT, Typed::NEAR_WEARING_OUT},
+      {Typed::CTRL_POWER_WRITE_REGULATION, Typed::POWER_WRITE_REGULATION},
+      {Typed::CTRL_RESERVES_DEPLETED, Typed::RESERVES_DEPLETED},
+      {Typed::CTRL_DETACHED, Typed::DETACHED},
+      {Typed::CTRL_WRITE_REG_POWER, Typed::POWER_WRITE_REGULATION},
+      {Typed::CTRL_UNACTIVATED_FIRMWARE, Typed::UNACTIVATED_FIRMWARE}};
   for (const auto& [event, reason] : pairs) {
     EXPECT_EQ(HostKit::AdviceOf(Family::Event, event), HostKit::AdviceOf(Family::Value, reason));
     EXPECT_NE(HostKit::AdviceOf(Family::Value, reason), "") << reason;
@@ -106,55 +130,50 @@ TEST(EventRegistry, AnEventOfAReasonHasTheReasonsAdvice) {
 
 struct ReportedReason {
   std::uint32_t reason;
-  std::uint32_t event;   // with which it begins, or 0
-  std::uint32_t status;  // the best with it: 40024 OK, 40150 WARNING, 40095 FAILED
+  std::uint32_t event;   // that reports its start, or 0
+  std::uint32_t status;  // the best status of an adapter with this reason
 };
-
-#define CONSTANT(name, number, ...) name = number,
-namespace Typed {
-enum : std::uint32_t { HOST_EVENTS(CONSTANT) HOST_VALUES(CONSTANT) };
-}  // namespace Typed
-#undef CONSTANT
 
 #define REPORTED_BIT(mask, bit, reason, event, status) {Typed::reason, Typed::event, Typed::status},
 // Every value that the plug-in reports as a reason of an adapter.
-const ReportedReason kReasons[] = {HOST_STATUS_BITS(REPORTED_BIT)
-                                   // ignored, and information
-                                   {40468, 10976, 40150},
-                                   {40486, 11087, 40024},
-                                   // states
-                                   {40387, 10984, 40150},
-                                   {40393, 10983, 40024},
-                                   {40128, 0, 40095},
-                                   // minimal mode
-                                   {40389, 0, 40095},
-                                   {40390, 0, 40095},
-                                   {40392, 0, 40095},
-                                   {40394, 0, 40095},
-                                   {40395, 0, 40095},
-                                   {40396, 0, 40095},
-                                   {40397, 0, 40095},
-                                   {40398, 0, 40095},
-                                   {40399, 0, 40095},
-                                   {40400, 0, 40095},
-                                   {40401, 0, 40095},
-                                   {40402, 0, 40095},
-                                   {40403, 0, 40095},
-                                   {40421, 0, 40095},
-                                   {40422, 0, 40095},
-                                   // write throttling
-                                   {40412, 0, 40024},
-                                   {40413, 0, 40024},
-                                   {40414, 0, 40024},
-                                   {40415, 0, 40024},
-                                   {40416, 0, 40024},
-                                   {40417, 0, 40024},
-                                   {40418, 0, 40024},
-                                   {40419, 0, 40024},
-                                   {40420, 0, 40024}};
+const ReportedReason kReasons[] = {
+    HOST_STATUS_BITS(REPORTED_BIT)
+    // ignored, and information
+    {Typed::PCI_OVERPOWER, Typed::CTRL_PCI_OVERPOWER, Typed::WARNING},
+    {Typed::UNACTIVATED_FIRMWARE, Typed::CTRL_UNACTIVATED_FIRMWARE, Typed::OK},
+    // states
+    {Typed::DETACHED, Typed::CTRL_DETACHED, Typed::WARNING},
+    {Typed::ATTACHED, Typed::CTRL_ATTACHED, Typed::OK},
+    {Typed::STOPPED, 0, Typed::FAILED},
+    // minimal mode
+    {Typed::MISSING_MIDPROM, 0, Typed::FAILED},
+    {Typed::UNSUPPORTED_NAND, 0, Typed::FAILED},
+    {Typed::DRIVER_OUT_OF_DATE, 0, Typed::FAILED},
+    {Typed::FIRMWARE_OUT_OF_DATE, 0, Typed::FAILED},
+    {Typed::INSUFFICIENT_POWER, 0, Typed::FAILED},
+    {Typed::DUAL_PLANE_FAIL, 0, Typed::FAILED},
+    {Typed::FORCED, 0, Typed::FAILED},
+    {Typed::INTERNAL, 0, Typed::FAILED},
+    {Typed::CARD_LIMIT_EXCEEDED, 0, Typed::FAILED},
+    {Typed::UNSUPPORTED_OS, 0, Typed::FAILED},
+    {Typed::INSUFFICIENT_MEMORY, 0, Typed::FAILED},
+    {Typed::SMP_BOOTLOADER_MODE, 0, Typed::FAILED},
+    {Typed::MINIMAL_MODE, 0, Typed::FAILED},
+    {Typed::HARDWARE_FAILURE, 0, Typed::FAILED},
+    {Typed::GENERAL_CHANNEL_INIT_FAIL, 0, Typed::FAILED},
+    // write throttling
+    {Typed::THROT_BY_USER, 0, Typed::OK},
+    {Typed::THROT_NO_METADATA_BLOCKS, 0, Typed::OK},
+    {Typed::THROT_NO_MEMORY, 0, Typed::OK},
+    {Typed::THROT_CHIP_FAILURE, 0, Typed::OK},
+    {Typed::THROT_WEAROUT, 0, Typed::OK},
+    {Typed::THROT_POWER, 0, Typed::OK},
+    {Typed::THROT_INTERNAL, 0, Typed::OK},
+    {Typed::THROT_POWER_LIMIT, 0, Typed::OK},
+    {Typed::THROT_GROOMER_FAILURE, 0, Typed::OK}};
 #undef REPORTED_BIT
 
-TEST(EventRegistry, EveryReasonLeadsToItsEventAndBack) {
+TEST(EventRegistry, EveryReasonMapsToItsEventAndBack) {
   for (const ReportedReason& row : kReasons) {
     EXPECT_EQ(HostKit::EventOf(row.reason), row.event) << row.reason;
     if (row.event == 0) continue;
@@ -162,9 +181,9 @@ TEST(EventRegistry, EveryReasonLeadsToItsEventAndBack) {
   }
 }
 
-TEST(EventRegistry, EveryEventOfAReasonLeadsToAReasonThatLeadsBack) {
+TEST(EventRegistry, NoOtherEventHasAReason) {
   std::set<std::uint32_t> begins, second;
-  for (std::uint32_t event = 0; event < 70000; ++event) {
+  for (std::uint32_t event = 0; event < kEnd; ++event) {
     const std::uint32_t reason = HostKit::ReasonOf(event);
     if (reason == 0) continue;
     (HostKit::EventOf(reason) == event ? begins : second).insert(event);
@@ -175,36 +194,37 @@ TEST(EventRegistry, EveryEventOfAReasonLeadsToAReasonThatLeadsBack) {
     if (row.event != 0) wanted.insert(row.event);
   }
   EXPECT_EQ(begins, wanted);
-  // Regulated writes are a warning as well as an information; the reason begins with the warning.
-  EXPECT_EQ(second, std::set<std::uint32_t>{11086});
+  // Write regulation is reported as a warning or as information; the warning is the reason's event.
+  EXPECT_EQ(second, std::set<std::uint32_t>{Typed::CTRL_WRITE_REG_POWER});
 }
 
-TEST(EventRegistry, KnowsTheStatusThatAReasonLeaves) {
+TEST(EventRegistry, GivesTheBestStatusOfEachReason) {
   std::map<std::uint32_t, std::uint32_t> wanted, known;
   for (const ReportedReason& row : kReasons) wanted.emplace(row.reason, row.status);
-  for (std::uint32_t value = 0; value < 70000; ++value) {
+  for (std::uint32_t value = 0; value < kEnd; ++value) {
     const auto status = static_cast<std::uint32_t>(HostKit::StatusOf(value));
-    if (status != 1) known.emplace(value, status);
+    if (status != PI::Value::UNDEFINED) known.emplace(value, status);
   }
   EXPECT_EQ(known, wanted);
 }
 
 TEST(EventRegistry, AValueThatIsNotAReasonHasNoEvent) {
-  for (const std::uint32_t value : {0U, 1U, 40024U, 40150U, 10957U, 69999U}) {
+  const std::uint32_t values[] = {
+      0, PI::Value::UNDEFINED, Typed::OK, Typed::WARNING, Typed::CTRL_INTERNAL_ERROR, kNoNumber};
+  for (const std::uint32_t value : values) {
     EXPECT_EQ(HostKit::EventOf(value), 0U) << value;
   }
-  for (const std::uint32_t event : {0U, 5U, 10980U, 10981U, 10982U, 10985U, 11093U, 11094U}) {
+  const std::uint32_t events[] = {0,
+                                  Typed::TEST_TRAP,
+                                  Typed::CTRL_NORMAL,
+                                  Typed::CTRL_ATTACH_FAILED,
+                                  Typed::CTRL_DETACH_FAILED,
+                                  Typed::PD_FORMAT_CHANGED,
+                                  Typed::CTRL_PNPADD,
+                                  Typed::CTRL_PNPREMOVE};
+  for (const std::uint32_t event : events) {
     EXPECT_EQ(HostKit::ReasonOf(event), 0U) << event;
   }
-}
-
-TEST(Errors, AllButSuccessComeWithAdvice) {
-  for (const std::uint32_t error : {20000U, 20001U, 20002U, 20003U, 20004U, 20005U, 20007U, 20008U,
-                                    20011U, 20012U, 20031U, 20040U, 20041U, 20042U}) {
-    EXPECT_TRUE(IsASentence(HostKit::AdviceOf(Family::Error, error))) << error;
-  }
-  EXPECT_EQ(HostKit::AdviceOf(Family::Error, 0), "");
-  EXPECT_EQ(HostKit::AdviceOf(Family::Error, 20006), "");
 }
 
 #define NUMBER(name, ...) FIRST_OF(__VA_ARGS__, 0),
@@ -218,7 +238,15 @@ const std::map<Family, std::vector<std::uint32_t>> kNumbers = {
 #undef NUMBER
 #undef VALUE_NUMBER
 
-TEST(Advice, IsForReasonsAndOnlyForThem) {
+TEST(Advice, ExistsForEveryError) {
+  for (const std::uint32_t error : kNumbers.at(Family::Error)) {
+    EXPECT_TRUE(IsASentence(HostKit::AdviceOf(Family::Error, error))) << error;
+  }
+  EXPECT_EQ(HostKit::AdviceOf(Family::Error, PI::SUCCESS), "");
+  EXPECT_EQ(HostKit::AdviceOf(Family::Error, kNoError), "");
+}
+
+TEST(Advice, ExistsForReasonsOnlyAmongValues) {
   std::set<std::uint32_t> advised, reasons;
   for (const ReportedReason& row : kReasons) {
     EXPECT_TRUE(IsASentence(HostKit::AdviceOf(Family::Value, row.reason))) << row.reason;
@@ -228,7 +256,7 @@ TEST(Advice, IsForReasonsAndOnlyForThem) {
     if (!HostKit::AdviceOf(Family::Value, value).empty()) advised.insert(value);
   }
   EXPECT_EQ(advised, reasons);
-  EXPECT_EQ(HostKit::AdviceOf(Family::Value, 49999), "");
+  EXPECT_EQ(HostKit::AdviceOf(Family::Value, kNoValue), "");
 }
 
 TEST(Meanings, AreSentencesForAllButPlainValues) {
@@ -240,26 +268,26 @@ TEST(Meanings, AreSentencesForAllButPlainValues) {
       EXPECT_NE(meaning, "") << number;
       EXPECT_TRUE(plain || IsASentence(meaning)) << number << ' ' << meaning;
     }
-    EXPECT_EQ(HostKit::MeaningOf(family, 69999), "");
+    EXPECT_EQ(HostKit::MeaningOf(family, kNoNumber), "");
   }
 }
 
-TEST(Meanings, OfOneFamilyAreAllDifferent) {
+TEST(Meanings, AreUniqueInEachFamily) {
   for (const auto& [family, numbers] : kNumbers) {
     std::map<std::string, std::uint32_t> seen;
     for (const std::uint32_t number : numbers) {
       // Minimal mode is reported as a warning and as a cause: two numbers for one state.
-      if (number == PI::Value::MINIMAL) continue;
+      if (number == Typed::MINIMAL) continue;
       const auto [first, isNew] = seen.emplace(HostKit::MeaningOf(family, number), number);
       EXPECT_TRUE(isNew) << number << " and " << first->second;
     }
   }
 }
 
-TEST(Meanings, OfEventsStandForAnyCard) {
-  EXPECT_EQ(HostKit::MeaningOf(Family::Event, 10967),
+TEST(Meanings, NameNoCardInEvents) {
+  EXPECT_EQ(HostKit::MeaningOf(Family::Event, Typed::CTRL_TEMPERATURE_ABOVE_WARN),
             "The temperature of adapter NAME is above its warning threshold.");
-  EXPECT_EQ(HostKit::MeaningOf(Family::Event, 10985),
+  EXPECT_EQ(HostKit::MeaningOf(Family::Event, Typed::PD_FORMAT_CHANGED),
             "On adapter NAME, the format of drive NAME has changed.");
 }
 

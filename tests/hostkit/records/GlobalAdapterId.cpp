@@ -10,7 +10,7 @@ namespace {
 
 using Numbers = std::vector<std::int32_t>;
 
-// Each test uses its own hosts, because numbers last as long as the process.
+// Each test uses its own host names: numbers are kept until the process ends.
 int NumberAt(const std::string& host, std::uint32_t segment, std::uint32_t bus,
              std::uint32_t device = 0, std::uint32_t function = 0) {
   PI::CGlobalAdapterID id;
@@ -27,7 +27,7 @@ Numbers NumbersOf(const std::string& host) {
   return PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs[host];
 }
 
-TEST(GlobalAdapterId, HasNoNumberAtFirst) {
+TEST(GlobalAdapterId, HasNoNumberByDefault) {
   const PI::CGlobalAdapterID id;
   EXPECT_EQ(id.GetGlobalAdapterNumber(), -1);
   EXPECT_EQ(id.m_GlobalNumber, -1);
@@ -35,7 +35,7 @@ TEST(GlobalAdapterId, HasNoNumberAtFirst) {
   EXPECT_EQ(id.m_Segment + id.m_Bus + id.m_Device + id.m_Function + id.m_AdapterNumber, 0U);
 }
 
-TEST(GlobalAdapterId, OneAddressKeepsItsNumberAndIsNotedOnce) {
+TEST(GlobalAdapterId, AnAddressKeepsItsNumberAndIsListedOnce) {
   const int first = NumberAt("keeps", 0, 0x3b);
   EXPECT_GE(first, 1);
   EXPECT_EQ(NumberAt("keeps", 0, 0x3b), first);
@@ -43,7 +43,7 @@ TEST(GlobalAdapterId, OneAddressKeepsItsNumberAndIsNotedOnce) {
   EXPECT_EQ(NumbersOf("keeps"), Numbers{first});
 }
 
-TEST(GlobalAdapterId, EveryPartOfTheAddressCounts) {
+TEST(GlobalAdapterId, DiffersIfAnyPartOfTheAddressDiffers) {
   const std::set<int> numbers = {NumberAt("a", 0, 0),       NumberAt("a", 1, 0),
                                  NumberAt("a", 0, 1),       NumberAt("a", 0, 0, 1),
                                  NumberAt("a", 0, 0, 0, 1), NumberAt("b", 0, 0)};
@@ -52,19 +52,19 @@ TEST(GlobalAdapterId, EveryPartOfTheAddressCounts) {
   EXPECT_EQ(NumbersOf("b").size(), 1U);
 }
 
-TEST(GlobalAdapterId, AnEntryThatAPluginHasMadeIsUsed) {
+TEST(GlobalAdapterId, UsesTheHostEntryThatAPluginAdded) {
   PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs["made"];
   const int number = NumberAt("made", 0, 1);
   EXPECT_EQ(NumbersOf("made"), Numbers{number});
 }
 
-TEST(GlobalAdapterId, ANumberInUseOnAnyHostIsNotGivenAgain) {
+TEST(GlobalAdapterId, DoesNotReuseANumberOfAnyHost) {
   const int last = NumberAt("before", 0, 1);
   PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs["elsewhere"] = {last + 1, last + 2};
   EXPECT_EQ(NumberAt("after", 0, 1), last + 3);
 }
 
-TEST(GlobalAdapterId, ThreadsAgreeAboutTheNumbers) {
+TEST(GlobalAdapterId, IsTheSameInAllThreads) {
   const auto numberAll = [](Numbers& numbers) {
     for (std::uint32_t bus = 0; bus < 100; ++bus) numbers.push_back(NumberAt("threads", 0, bus));
   };
@@ -75,10 +75,10 @@ TEST(GlobalAdapterId, ThreadsAgreeAboutTheNumbers) {
 
   for (const Numbers& numbers : seen) EXPECT_EQ(numbers, seen[0]);
   EXPECT_EQ(std::set<int>(seen[0].begin(), seen[0].end()).size(), 100U);
-  Numbers noted = NumbersOf("threads");
-  std::sort(noted.begin(), noted.end());
+  Numbers listed = NumbersOf("threads");
+  std::sort(listed.begin(), listed.end());
   std::sort(seen[0].begin(), seen[0].end());
-  EXPECT_EQ(noted, seen[0]);
+  EXPECT_EQ(listed, seen[0]);
 }
 
 }  // namespace

@@ -8,31 +8,31 @@ namespace {
 PI::CObject FilledObject() {
   PI::CObject object;
   object.m_ID = 0x0130000000000007;
-  object.m_ObjectType = 19038;
+  object.m_ObjectType = PI::OBJECT_ADAPTER;
   object.m_Parents = {1};
   object.m_Children = {2, 3};
   object.m_ChangeCount = 4;
   object.m_Locked = true;
   object.m_Properties.emplace_back(PI::Property::NAME, false);
   object.m_Operations.emplace_back();
-  object.m_Operations[0].m_OperationID = 50126;
+  object.m_Operations[0].m_OperationID = PI::OP_ATTACH;
   return object;
 }
 
 void ExpectFilled(const PI::CObject& object) {
   EXPECT_EQ(object.m_ID, 0x0130000000000007U);
-  EXPECT_EQ(object.m_ObjectType, 19038U);
+  EXPECT_EQ(object.m_ObjectType, PI::OBJECT_ADAPTER);
   EXPECT_EQ(object.m_Parents, std::vector<std::uint64_t>{1});
   EXPECT_EQ(object.m_Children, (std::vector<std::uint64_t>{2, 3}));
   EXPECT_EQ(object.m_ChangeCount, 4U);
   EXPECT_TRUE(object.m_Locked);
   ASSERT_EQ(object.m_Properties.size(), 1U);
-  EXPECT_EQ(object.m_Properties[0].m_PropertyID, 30007U);
+  EXPECT_EQ(object.m_Properties[0].m_PropertyID, PI::Property::NAME);
   ASSERT_EQ(object.m_Operations.size(), 1U);
-  EXPECT_EQ(object.m_Operations[0].m_OperationID, 50126U);
+  EXPECT_EQ(object.m_Operations[0].m_OperationID, PI::OP_ATTACH);
 }
 
-TEST(Object, IsEmptyAtFirst) {
+TEST(Object, IsEmptyByDefault) {
   const PI::CObject object;
   EXPECT_EQ(object.m_ID, 0U);
   EXPECT_EQ(object.m_ObjectType, 0U);
@@ -42,7 +42,7 @@ TEST(Object, IsEmptyAtFirst) {
   EXPECT_TRUE(object.m_Properties.empty() && object.m_Operations.empty());
 }
 
-TEST(Object, CopyBringsEverythingAlong) {
+TEST(Object, CopyHasAllFields) {
   const PI::CObject copy(FilledObject());
   ExpectFilled(copy);
   PI::CObject assigned;
@@ -51,7 +51,7 @@ TEST(Object, CopyBringsEverythingAlong) {
   ExpectFilled(assigned);
 }
 
-TEST(Object, WhatIsAddedToACopyLeavesTheOriginalAlone) {
+TEST(Object, ChangingACopyDoesNotChangeTheOriginal) {
   const PI::CObject object = FilledObject();
   PI::CObject copy = object;
   copy.m_Properties.emplace_back(PI::Property::STATUS, false);
@@ -59,7 +59,7 @@ TEST(Object, WhatIsAddedToACopyLeavesTheOriginalAlone) {
   ExpectFilled(object);
 }
 
-TEST(Object, IsTheSameWhenIdAndTypeAgree) {
+TEST(Object, IsEqualIfIdAndTypeAreEqual) {
   const PI::CObject object = FilledObject();
   PI::CObject other;
   other.m_ID = object.m_ID;
@@ -71,10 +71,10 @@ TEST(Object, IsTheSameWhenIdAndTypeAgree) {
   EXPECT_FALSE(object == other);
 }
 
-TEST(Operation, IsEmptyAtFirst) {
+TEST(Operation, IsEmptyByDefault) {
   const PI::COperation operation;
-  EXPECT_EQ(operation.m_OperationID, 1U);
-  EXPECT_EQ(operation.m_NameID, 1U);
+  EXPECT_EQ(operation.m_OperationID, PI::OP_UNDEFINED);
+  EXPECT_EQ(operation.m_NameID, PI::OP_UNDEFINED);
   EXPECT_EQ(operation.m_Class + operation.m_Access + operation.m_Scope + operation.m_Flags, 0U);
   EXPECT_EQ(operation.m_ConfirmKind + operation.m_ConfirmText, 0U);
   EXPECT_EQ(operation.m_Timeout, 0);
@@ -83,7 +83,7 @@ TEST(Operation, IsEmptyAtFirst) {
   EXPECT_TRUE(operation.m_Objects.empty() && operation.m_LogicalDrives.empty());
 }
 
-TEST(Operation, CopyBringsItsNestedRecordsAlong) {
+TEST(Operation, CopyHasTheNestedRecords) {
   PI::COperation operation;
   operation.m_Timeout = -1;
   operation.m_Async = true;
@@ -99,26 +99,26 @@ TEST(Operation, CopyBringsItsNestedRecordsAlong) {
   const PI::COperation copy(operation);
   EXPECT_EQ(copy.m_Timeout, -1);
   EXPECT_TRUE(copy.m_Async);
-  EXPECT_EQ(copy.m_Properties.at(0).m_NameID, 30118U);
+  EXPECT_EQ(copy.m_Properties.at(0).m_NameID, PI::Property::CHOICE_PARAM);
   EXPECT_EQ(copy.m_Events.size(), 2U);
   ExpectFilled(copy.m_Objects.at(0));
   EXPECT_EQ(copy.m_LogicalDrives.at(0).m_Containers.at(0).m_Drives.size(), 3U);
   EXPECT_EQ(copy.m_Partitions.at(0).m_MountPoint, "/data");
 }
 
-TEST(Event, IsEmptyAtFirst) {
+TEST(Event, IsEmptyByDefault) {
   const PI::CEvent event;
   EXPECT_EQ(event.m_ObjectID, 0U);
-  EXPECT_EQ(event.m_EventID, 1U);
+  EXPECT_EQ(event.m_EventID, PI::Event::UNDEFINED);
   EXPECT_EQ(event.m_Severity, 0U);
   EXPECT_EQ(event.m_Time, 0U);
   EXPECT_EQ(event.m_SourceName, "");
   for (const std::string& text : event.m_PlaceHolders) EXPECT_EQ(text, "");
 }
 
-TEST(Event, CopyBringsItsTextsAlong) {
+TEST(Event, CopyHasTheTexts) {
   PI::CEvent event;
-  event.m_EventID = 10985;
+  event.m_EventID = PI::Event::PD_FORMAT_CHANGED;
   event.m_Time = 1700000000000;
   event.m_SourceName = "drive";
   event.SetPlaceHolder1("adapter");
@@ -126,7 +126,7 @@ TEST(Event, CopyBringsItsTextsAlong) {
   const PI::CEvent copy(event);
   PI::CEvent assigned;
   assigned = copy;
-  EXPECT_EQ(assigned.m_EventID, 10985U);
+  EXPECT_EQ(assigned.m_EventID, PI::Event::PD_FORMAT_CHANGED);
   EXPECT_EQ(assigned.m_Time, 1700000000000U);
   EXPECT_EQ(assigned.m_SourceName, "drive");
   EXPECT_EQ(assigned.m_PlaceHolders[0], "adapter");
@@ -134,7 +134,7 @@ TEST(Event, CopyBringsItsTextsAlong) {
   EXPECT_EQ(assigned.m_PlaceHolders[2], "");
 }
 
-TEST(AdapterId, HasNoNumberAtFirstAndIsCopiedWhole) {
+TEST(AdapterId, HasNoNumberByDefaultAndCopiesAllFields) {
   PI::CAdapterID id;
   EXPECT_EQ(id.m_GlobalNumber, -1);
   EXPECT_EQ(id.m_Segment + id.m_Bus + id.m_Device + id.m_Function + id.m_AdapterNumber, 0U);

@@ -23,7 +23,7 @@ struct Case {
 
 class Paths : public testing::TestWithParam<Case> {};
 
-TEST_P(Paths, ComeFromTheFirstVariableThatSaysSo) {
+TEST_P(Paths, ComeFromTheFirstVariableThatIsSet) {
   const ScopedVariable home("HOME", "/home/me");
   const ScopedVariable ownConfig("CORVANE_CONFIG_DIR", GetParam().own);
   const ScopedVariable ownDatabase("CORVANE_DATABASE", GetParam().own);
@@ -57,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
                          "/home/me/.local/state/corvane/corvane.db"}),
     NameOfCase());
 
-TEST(PathsOfAServiceWithoutHome, AreThoseOfItsUser) {
+TEST(PathsWithoutHome, AreBelowTheHomeFolderOfTheUser) {
   const ScopedVariable home("HOME", {});
   const ScopedVariable own("CORVANE_CONFIG_DIR", {});
   const ScopedVariable base("XDG_CONFIG_HOME", {});
@@ -66,7 +66,7 @@ TEST(PathsOfAServiceWithoutHome, AreThoseOfItsUser) {
   EXPECT_EQ(HostKit::ConfigFolder().string(), std::string(user->pw_dir) + "/.config/corvane");
 }
 
-TEST(SysfsRoot, IsTheMachinesUnlessAVariableNamesAnother) {
+TEST(SysfsRoot, IsSysUnlessTheVariableIsSet) {
   const ScopedVariable unset("CORVANE_SYSFS", {});
   EXPECT_EQ(HostKit::SysfsRoot().string(), "/sys");
   const ScopedVariable empty("CORVANE_SYSFS", "");

@@ -1,4 +1,4 @@
-// The lookup of devices on the PCI bus, in trees of the tests' own and in this machine's.
+// The lookup of devices on the PCI bus, in test trees and on this machine.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -51,7 +51,7 @@ TEST_F(PciBus, FindsNothingOnAnEmptyOrMissingBus) {
   EXPECT_EQ(Find({"1AED1005"}, 1), "none");
 }
 
-TEST_F(PciBus, CountsMatchesInOrderOfTheirAddresses) {
+TEST_F(PciBus, CountsMatchesInAddressOrder) {
   for (const char* name : {"0001:02:00.0", "0000:80:00.0", "0000:0a:1f.0", "0000:0a:02.1",
                            "0000:0a:02.0", "0000:09:1f.7"}) {
     AddCard(name);
@@ -66,7 +66,7 @@ TEST_F(PciBus, CountsMatchesInOrderOfTheirAddresses) {
   EXPECT_EQ(Find({"1AED1005"}, ~0UL), "none");
 }
 
-TEST_F(PciBus, TakesSegmentsOfMoreThanFourDigits) {
+TEST_F(PciBus, AcceptsSegmentsOfMoreThanFourDigits) {
   AddCard("10000:e1:00.0");
   AddCard("2000:01:00.0");
   EXPECT_EQ(Find({"1AED1005"}, 1), "8192/1/0/0");
@@ -98,7 +98,7 @@ TEST_F(PciBus, IgnoresOddIdentities) {
   EXPECT_EQ(Find({"", "1AED1005"}, 1), "0/1/0/0");
 }
 
-TEST_F(PciBus, FollowsTheLinksOfARealTree) {
+TEST_F(PciBus, FollowsLinksAsInARealTree) {
   const fs::path real = Devices() / "../../../devices/pci0000:3a/0000:3a:00.0/0000:3b:00.0";
   fs::create_directories(real);
   WriteText(real / "vendor", "0x1aed\n");
@@ -108,7 +108,7 @@ TEST_F(PciBus, FollowsTheLinksOfARealTree) {
   EXPECT_EQ(Find({"1AED1005"}, 1), "0/59/0/0");
 }
 
-TEST_F(PciBus, SkipsNamesThatAreNoAddresses) {
+TEST_F(PciBus, SkipsNamesThatAreNotAddresses) {
   for (const char* name :
        {"card", "3b:00.0", "000:3b:00.0", "0000:3b:00", "0000:3b:00.00", "0000:3b:00.8",
         "0000:3b:20.0", "0000:3g:00.0", "0000-3b-00-0", "0000:3b:00.0~", "-001:3b:00.0",
@@ -150,7 +150,7 @@ std::string FirstWord(const fs::path& file) {
   return word;
 }
 
-// Each device's own identity must lead to a device that has it.
+// Several devices may have the same identity: the one that is found must have it.
 TEST(RealPciBus, EveryDeviceIsFoundByItsIdentity) {
   const ScopedVariable sysfs("CORVANE_SYSFS", {});
   EXPECT_EQ(Find({"FFFFFFFF"}, 1), "none");

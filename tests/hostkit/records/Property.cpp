@@ -5,8 +5,14 @@
 
 #include "host/PluginInterface.h"
 #include "hostkit/Units.h"
+#include "hostkit/ValueTypes.h"
 
 namespace {
+
+static_assert(HostKit::VALUE_TYPE_NONE == 0 && HostKit::VALUE_TYPE_STRING == 1);
+static_assert(HostKit::VALUE_TYPE_BOOL == 2 && HostKit::VALUE_TYPE_CHOICE == 3);
+static_assert(HostKit::VALUE_TYPE_NUMBER == 4 && HostKit::VALUE_TYPE_FLOAT == 5);
+static_assert(HostKit::VALUE_TYPE_MULTI_CHOICE == 6 && HostKit::VALUE_TYPE_RANGE == 7);
 
 using Numbers = std::vector<int>;
 
@@ -14,26 +20,26 @@ PI::CProperty Fresh() {
   return PI::CProperty(PI::Property::PCI_BUS, false);
 }
 
-TEST(Property, IsNamedAfterItselfAtFirst) {
+TEST(Property, IsShownUnderItsOwnNameByDefault) {
   const PI::CProperty property = Fresh();
-  EXPECT_EQ(property.m_PropertyID, 30037U);
-  EXPECT_EQ(property.m_NameID, 30037U);
+  EXPECT_EQ(property.m_PropertyID, PI::Property::PCI_BUS);
+  EXPECT_EQ(property.m_NameID, PI::Property::PCI_BUS);
   EXPECT_FALSE(property.m_Writable);
   EXPECT_TRUE(PI::CProperty(PI::Property::POLL_INTERVAL, true).m_Writable);
 }
 
-TEST(Property, HasTheHostsDisplayDefaults) {
+TEST(Property, HasTheDisplayDefaultsOfTheHost) {
   const PI::CProperty property = Fresh();
   EXPECT_EQ(property.m_Visible, 1U);
   EXPECT_EQ(property.m_SortKey, 0U);
   EXPECT_EQ(property.m_Indicator, 0U);
-  EXPECT_EQ(property.m_ValueType, 0U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_NONE);
   EXPECT_EQ(property.m_Format, 0U);
   EXPECT_EQ(property.m_Units, HostKit::UNITS_NONE);
   EXPECT_TRUE(property.m_UnitsFixed);
 }
 
-TEST(Property, HasEmptyHoldersAtFirst) {
+TEST(Property, HasEmptyHoldersByDefault) {
   const auto value = Fresh().m_Value;
   EXPECT_EQ(value.m_Choice.m_Value, 0);
   EXPECT_TRUE(value.m_Choice.m_Allowed.empty());
@@ -48,7 +54,7 @@ TEST(Property, HasEmptyHoldersAtFirst) {
 TEST(Property, HoldsTexts) {
   PI::CProperty property = Fresh();
   property.SetValue("literal");
-  EXPECT_EQ(property.m_ValueType, 1U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_STRING);
   EXPECT_EQ(property.m_Value.m_String.m_Text, "literal");
   property.SetValue(std::string("a\0b", 3));
   EXPECT_EQ(property.m_Value.m_String.m_Text, std::string("a\0b", 3));
@@ -60,33 +66,33 @@ TEST(Property, HoldsTexts) {
 TEST(Property, HoldsScalars) {
   PI::CProperty property = Fresh();
   property.SetValue(true);
-  EXPECT_EQ(property.m_ValueType, 2U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_BOOL);
   EXPECT_TRUE(property.m_Value.m_Bool);
   property.SetValue(ULONG_MAX);
-  EXPECT_EQ(property.m_ValueType, 4U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_NUMBER);
   EXPECT_EQ(property.m_Value.m_Number, 18446744073709551615U);
   property.SetValue(36.5F);
-  EXPECT_EQ(property.m_ValueType, 5U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_FLOAT);
   EXPECT_EQ(property.m_Value.m_Float, 36.5F);
 }
 
-TEST(Property, GivesAChoiceBack) {
+TEST(Property, ReturnsAChoice) {
   PI::CProperty property = Fresh();
-  const Numbers allowed = {40024, 40150, 40095};
-  property.SetValue(40150, allowed);
-  EXPECT_EQ(property.m_ValueType, 3U);
+  const Numbers allowed = {PI::Value::OK, PI::Value::WARNING, PI::Value::FAILED};
+  property.SetValue(PI::Value::WARNING, allowed);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_CHOICE);
 
   int value = 0;
   Numbers read = {1};
   property.GetValue(value, read);
-  EXPECT_EQ(value, 40150);
-  EXPECT_EQ(read, (Numbers{40024, 40150, 40095}));
+  EXPECT_EQ(value, PI::Value::WARNING);
+  EXPECT_EQ(read, (Numbers{PI::Value::OK, PI::Value::WARNING, PI::Value::FAILED}));
 }
 
-TEST(Property, GivesARangeBack) {
+TEST(Property, ReturnsARange) {
   PI::CProperty property = Fresh();
   property.SetValue(15, 2, 255, 1U);
-  EXPECT_EQ(property.m_ValueType, 7U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_RANGE);
 
   int value = 0, minimum = 0, maximum = 0;
   unsigned int step = 0;
@@ -109,44 +115,48 @@ TEST(Property, KeepsAValueOutsideItsRange) {
 
 TEST(Property, CopiesBothSetsOfAMultiChoice) {
   PI::CProperty property = Fresh();
-  Numbers values = {40387, 40393};
-  Numbers allowed = {40387, 40128, 40393};
+  Numbers values = {PI::Value::DETACHED, PI::Value::ATTACHED};
+  Numbers allowed = {PI::Value::DETACHED, PI::Value::STOPPED, PI::Value::ATTACHED};
   property.SetValue(values, allowed);
   values.clear();
   allowed.clear();
-  EXPECT_EQ(property.m_ValueType, 6U);
-  EXPECT_EQ(property.m_Value.m_MultiValue.m_Values, (Numbers{40387, 40393}));
-  EXPECT_EQ(property.m_Value.m_MultiValue.m_Allowed, (Numbers{40387, 40128, 40393}));
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_MULTI_CHOICE);
+  EXPECT_EQ(property.m_Value.m_MultiValue.m_Values,
+            (Numbers{PI::Value::DETACHED, PI::Value::ATTACHED}));
+  EXPECT_EQ(property.m_Value.m_MultiValue.m_Allowed,
+            (Numbers{PI::Value::DETACHED, PI::Value::STOPPED, PI::Value::ATTACHED}));
 }
 
-TEST(Property, TheLastSetterDecides) {
+TEST(Property, HasTheValueTypeOfTheLastSetter) {
   PI::CProperty property = Fresh();
   property.SetValue(1, Numbers{1, 2});
   property.SetValue("text");
-  EXPECT_EQ(property.m_ValueType, 1U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_STRING);
   property.SetValue(5, 1, 9, 2U);
-  EXPECT_EQ(property.m_ValueType, 7U);
+  EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_RANGE);
 }
 
-TEST(Property, CopyBringsEverythingAlong) {
+TEST(Property, CopyHasAllFields) {
   PI::CProperty property(PI::Property::SIZE, true);
-  property.m_NameID = 35023;
+  property.m_NameID = PI::ShortName::ID;
   property.m_SortKey = 23003;
   property.m_Units = PI::UNITS_PERCENT;
   property.m_UnitsFixed = false;
-  property.SetValue(40404, Numbers{40404, 40405});
+  property.SetValue(PI::Value::MAXIMUM_CAPACITY,
+                    Numbers{PI::Value::MAXIMUM_CAPACITY, PI::Value::FACTORY_CAPACITY});
 
   PI::CProperty copy = Fresh();
   copy = PI::CProperty(property);
-  EXPECT_EQ(copy.m_PropertyID, 30464U);
-  EXPECT_EQ(copy.m_NameID, 35023U);
+  EXPECT_EQ(copy.m_PropertyID, PI::Property::SIZE);
+  EXPECT_EQ(copy.m_NameID, PI::ShortName::ID);
   EXPECT_EQ(copy.m_SortKey, 23003U);
   EXPECT_EQ(copy.m_Units, PI::UNITS_PERCENT);
   EXPECT_FALSE(copy.m_UnitsFixed);
   EXPECT_TRUE(copy.m_Writable);
-  EXPECT_EQ(copy.m_ValueType, 3U);
-  EXPECT_EQ(copy.m_Value.m_Choice.m_Value, 40404);
-  EXPECT_EQ(copy.m_Value.m_Choice.m_Allowed, (Numbers{40404, 40405}));
+  EXPECT_EQ(copy.m_ValueType, HostKit::VALUE_TYPE_CHOICE);
+  EXPECT_EQ(copy.m_Value.m_Choice.m_Value, PI::Value::MAXIMUM_CAPACITY);
+  EXPECT_EQ(copy.m_Value.m_Choice.m_Allowed,
+            (Numbers{PI::Value::MAXIMUM_CAPACITY, PI::Value::FACTORY_CAPACITY}));
 }
 
 }  // namespace

@@ -54,11 +54,11 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"AllWritten", 1000, 100 * kTByte, 10, 100, 0},
         Case{"MoreThanRatedWritten", 1000, 101 * kTByte, 10, 100, 0},
         Case{"MoreThanAllLeft", 1000, 1 * kTByte, 0xFFFFFFFF, 100, 99000},
-        Case{"SlowEnoughForever", 100000000, 1, 1, 100, kMost},
+        Case{"SlowEnoughForTheMaximum", 100000000, 1, 1, 100, kMost},
         Case{"FirstUseInTheFuture", ULONG_MAX / 3600000, 1, 1, 1, kMost}),
     NameOfCase());
 
-TEST(RemainingLifeTimeOfOddCards, IsAlwaysBounded) {
+TEST(RemainingLifeTimeOfOddCards, IsAtMostTheMaximum) {
   const unsigned long numbers[] = {0, 1, 99, 100, 101, INT_MAX, UINT_MAX, LONG_MAX, ULONG_MAX};
   for (const unsigned long age : numbers) {
     for (const unsigned long bytes : numbers) {
@@ -71,7 +71,7 @@ TEST(RemainingLifeTimeOfOddCards, IsAlwaysBounded) {
   }
 }
 
-TEST(TheLongestLifeTime, EndsInAFourDigitYear) {
+TEST(MaximumLifeTime, EndsInAFourDigitYear) {
   const std::uint64_t endOfYear2999 = 32503679999999;
   const std::uint64_t endOfYear9999 = 253402300799999;
   EXPECT_LE(endOfYear2999 + Remaining(1000, 0, 0, 100) * 3600000, endOfYear9999);

@@ -1,4 +1,4 @@
-// A program with the set-user-ID bit accepts no path from its caller.
+// A set-user-ID program ignores the paths in its caller's environment.
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -41,12 +41,13 @@ TEST_F(SecureEnvironment, IsReadByAnOrdinaryProgram) {
 
 TEST_F(SecureEnvironment, IsNotReadByAProgramWithMoreRights) {
   const passwd* const user = getpwuid(kOther);
-  if (geteuid() != 0 || user == nullptr) GTEST_SKIP() << "only root can make such a program";
+  if (geteuid() != 0 || user == nullptr) GTEST_SKIP() << "only root can create such a program";
   const std::string home = std::string(user->pw_dir);
   ASSERT_EQ(chown(Program().c_str(), kOther, kOther), 0);
   ASSERT_EQ(chmod(Program().c_str(), 04755), 0);
   const std::string output = OutputOf(Program());
-  if (output.rfind("0\n", 0) == 0) GTEST_SKIP() << "this file system knows no set-user-id bit";
+  if (output.rfind("0\n", 0) == 0)
+    GTEST_SKIP() << "this file system does not support the set-user-ID bit";
   EXPECT_EQ(output, "1\n" + home + "/.config/corvane\n" + home +
                         "/.local/state/corvane/corvane.db\n/sys\n");
 }

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <set>
 
+#include "host/PluginInterface.h"
 #include "tests/host/HostNumbers.h"
 
 namespace {
@@ -33,18 +34,20 @@ TEST(Texts, EveryNumberHasItsName) {
   for (const Number& row : kNumbers) EXPECT_EQ(HostKit::NameOf(row.family, row.number), row.name);
 }
 
-TEST(Texts, NamesLeadBackToTheirNumbers) {
+TEST(Texts, EveryNameHasItsNumber) {
   for (const Number& row : kNumbers) {
-    if (row.number == 35034) continue;  // shares its name with the property below
+    if (row.number == PI::ShortName::REMAINING_RESERVE_SPACE) continue;  // also a property
     EXPECT_EQ(HostKit::NumberOf(row.family, row.name), row.number) << row.name;
   }
-  EXPECT_EQ(HostKit::NumberOf(Family::Property, "REMAINING_RESERVE_SPACE"), 30486U);
-  EXPECT_EQ(HostKit::NameOf(Family::Property, 35034), "REMAINING_RESERVE_SPACE");
+  EXPECT_EQ(HostKit::NumberOf(Family::Property, "REMAINING_RESERVE_SPACE"),
+            PI::Property::REMAINING_RESERVE_SPACE);
+  EXPECT_EQ(HostKit::NameOf(Family::Property, PI::ShortName::REMAINING_RESERVE_SPACE),
+            "REMAINING_RESERVE_SPACE");
 }
 
-TEST(Texts, NamesAreComparedWithoutCase) {
-  EXPECT_EQ(HostKit::NumberOf(Family::Event, "ctrl_Normal"), 10980U);
-  EXPECT_EQ(HostKit::NumberOf(Family::Value, "512b"), 40046U);
+TEST(Texts, NamesAreCaseInsensitive) {
+  EXPECT_EQ(HostKit::NumberOf(Family::Event, "ctrl_Normal"), PI::Event::CTRL_NORMAL);
+  EXPECT_EQ(HostKit::NumberOf(Family::Value, "512b"), static_cast<std::uint32_t>(PI::Value::_512B));
   EXPECT_EQ(HostKit::NumberOf(Family::Error, "ctrl_normal"), 0U);
   EXPECT_EQ(HostKit::NumberOf(Family::Event, ""), 0U);
 }
@@ -64,7 +67,7 @@ TEST(Texts, EveryNumberHasACaption) {
   }
 }
 
-TEST(Texts, NoTwoNumbersOfAFamilyHaveTheSameCaption) {
+TEST(Texts, CaptionsAreUniqueInEachFamily) {
   std::set<std::pair<Family, std::string>> captions;
   for (const Number& row : kNumbers) {
     EXPECT_TRUE(captions.emplace(row.family, HostKit::CaptionOf(row.family, row.number)).second)
@@ -72,7 +75,7 @@ TEST(Texts, NoTwoNumbersOfAFamilyHaveTheSameCaption) {
   }
 }
 
-TEST(Numbers, OfAFamilyAreThoseOfItsListAndTheLowOnes) {
+TEST(Texts, ListsTheNumbersOfEachFamily) {
   EXPECT_EQ(HostKit::NumbersOf(Family::Error).size(), 1U HOST_ERRORS(COUNT_ONE));
   EXPECT_EQ(HostKit::NumbersOf(Family::Event).size(), 5U HOST_EVENTS(COUNT_ONE));
   EXPECT_EQ(HostKit::NumbersOf(Family::Operation).size(), 1U HOST_OPERATIONS(COUNT_ONE));
@@ -88,7 +91,7 @@ struct LowNumber {
   const char* name;
 };
 
-TEST(Texts, ResultsEventsOperationsAndChoicesMayBearLowNumbers) {
+TEST(Texts, LowNumbersHaveNamesAndCaptions) {
   const LowNumber rows[] = {
       {Family::Error, 0, "SUCCESS"},   {Family::Event, 1, "UNDEFINED"},
       {Family::Event, 2, "CONNECTED"}, {Family::Event, 3, "DISCONNECTED"},
@@ -101,7 +104,7 @@ TEST(Texts, ResultsEventsOperationsAndChoicesMayBearLowNumbers) {
   }
 }
 
-TEST(Texts, NumbersOutsideTheTablesHaveNone) {
+TEST(Texts, UnknownNumbersHaveNoNameOrCaption) {
   const Family families[] = {Family::Error, Family::Event, Family::Operation, Family::Property,
                              Family::Value};
   for (const Family family : families) {
@@ -128,38 +131,40 @@ std::size_t Count(const std::string& text, const std::string& part) {
   return count;
 }
 
-TEST(EventMessages, NameTheAdapterOnceAndTheDriveWhereThereIsOne) {
+TEST(EventMessages, NameTheAdapterOnceAndTheDriveOfDriveEvents) {
   for (const Number& row : kNumbers) {
     if (row.family != Family::Event) continue;
     const std::string message = HostKit::MessageOf(Event(row.number, "<card>", "<drive>"));
     EXPECT_EQ(Count(message, "<card>"), 1U) << row.name;
-    EXPECT_EQ(Count(message, "<drive>"), row.number == 10985 ? 1U : 0U) << row.name;
+    EXPECT_EQ(Count(message, "<drive>"), row.number == PI::Event::PD_FORMAT_CHANGED ? 1U : 0U)
+        << row.name;
     EXPECT_EQ(Count(message, "%"), 0U) << row.name;
   }
 }
 
-TEST(EventMessages, ReadAsSentences) {
-  EXPECT_EQ(HostKit::MessageOf(Event(10967, "Mezzanine (1)", "")),
+TEST(EventMessages, FillInTheNames) {
+  EXPECT_EQ(HostKit::MessageOf(Event(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, "Mezzanine (1)", "")),
             "The temperature of adapter Mezzanine (1) is above its warning threshold.");
-  EXPECT_EQ(HostKit::MessageOf(Event(10985, "Mezzanine (1)", "Drive (0)")),
+  EXPECT_EQ(HostKit::MessageOf(Event(PI::Event::PD_FORMAT_CHANGED, "Mezzanine (1)", "Drive (0)")),
             "On adapter Mezzanine (1), the format of drive Drive (0) has changed.");
 }
 
-TEST(EventMessages, ATextMayContainAPlaceholder) {
-  EXPECT_EQ(HostKit::MessageOf(Event(10985, "%2", "%1 100%")),
+TEST(EventMessages, DoNotExpandPlaceholdersInNames) {
+  EXPECT_EQ(HostKit::MessageOf(Event(PI::Event::PD_FORMAT_CHANGED, "%2", "%1 100%")),
             "On adapter %2, the format of drive %1 100% has changed.");
 }
 
-TEST(EventMessages, AnEmptyTextIsSaidToBeSo) {
-  EXPECT_EQ(HostKit::MessageOf(Event(10980, "", "")), "Adapter (unnamed) is back to normal.");
+TEST(EventMessages, ShowAnEmptyNameAsUnnamed) {
+  EXPECT_EQ(HostKit::MessageOf(Event(PI::Event::CTRL_NORMAL, "", "")),
+            "Adapter (unnamed) is back to normal.");
 }
 
-TEST(EventMessages, AnEmptyEventHasOneToo) {
+TEST(EventMessages, ExistForUndefinedButNotForUnknownEvents) {
   EXPECT_EQ(HostKit::MessageOf(PI::CEvent()), "An event without a description.");
   EXPECT_EQ(HostKit::MessageOf(Event(10000, "a", "b")), "");
 }
 
-TEST(HostTexts, AskBeforeAnOperation) {
+TEST(HostTexts, ContainTheQuestionsOfOperations) {
   const std::pair<std::uint32_t, const char*> questions[] = {{22029, "Take it offline?"},
                                                              {22031, "Bring it online?"},
                                                              {22110, "Attach the adapter?"},
@@ -172,7 +177,7 @@ TEST(HostTexts, AskBeforeAnOperation) {
   EXPECT_EQ(HostKit::HostText(22030), "");
 }
 
-TEST(UnitSymbols, AreThoseOfEveryUnit) {
+TEST(UnitSymbols, ExistForEveryUnit) {
   const std::pair<unsigned int, const char*> symbols[] = {
       {21000, "°C"}, {21001, "KiB"}, {21002, "MiB"}, {21003, "GiB"}, {21004, "TiB"}, {21005, "PiB"},
       {21007, "s"},  {21010, "%"},   {21025, "B"},   {21028, "W"},   {0, ""},        {21006, ""}};
