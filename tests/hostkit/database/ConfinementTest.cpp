@@ -1,4 +1,4 @@
-// What a statement of a plug-in may do, whatever a card's text has made of it.
+// What a statement of a plug-in may do, even with SQL that a card's text has injected.
 #include <chrono>
 #include <iterator>
 #include <sstream>
@@ -28,7 +28,7 @@ class Confinement : public HostDatabaseTest {
     return OtherProgram(File()).Run("SELECT type, name, sql FROM sqlite_schema ORDER BY name");
   }
 
-  // The host has lost nothing, has nothing new, and continues.
+  // The host's tables are unchanged, and it still works.
   void ExpectUnharmed(const std::string& after) {
     const auto events = HostKit::ReadEvents(0, 10);
     ASSERT_EQ(events.size(), 1U) << after;
@@ -42,7 +42,7 @@ class Confinement : public HostDatabaseTest {
     OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK");  // no lock is held
   }
 
-  // Whether the layer accepted it or reported that the database did not.
+  // Runs `use`; the database may reject it.
   template <class Use>
   void Try(Use use) {
     try {
@@ -54,7 +54,7 @@ class Confinement : public HostDatabaseTest {
   std::string m_Schema;
 };
 
-TEST_F(Confinement, RefusesWhateverIsNotARowOfPlugins) {
+TEST_F(Confinement, RejectsEverythingButRowsOfPlugins) {
   for (const std::string& statement : ForbiddenStatements()) {
     EXPECT_NE(FailureOf(statement), "") << statement;
     ExpectUnharmed(statement);
@@ -68,14 +68,14 @@ TEST_F(Confinement, RefusesWhateverIsNotARowOfPlugins) {
   }
 }
 
-TEST_F(Confinement, SaysThatItIsNotAllowed) {
+TEST_F(Confinement, ReportsThatAStatementIsNotAllowed) {
   EXPECT_EQ(FailureOf("DROP TABLE host_event_log"), "not authorized");
   EXPECT_EQ(FailureOf("SELECT message FROM host_event_log"),
             "access to host_event_log.message is prohibited");
   EXPECT_EQ(FailureOf("SELECT random()"), "not authorized to use function: random");
 }
 
-TEST_F(Confinement, TakesWhatTheRowsNeed) {
+TEST_F(Confinement, AllowsTheStatementsOfTheLayer) {
   struct Case {
     const char* sql;
     const char* cell;
@@ -93,8 +93,8 @@ TEST_F(Confinement, TakesWhatTheRowsNeed) {
   }
 }
 
-// Two texts of 64 KiB make `trim` take ten seconds, during which the time is not checked.
-TEST_F(Confinement, AllowsNoFunctionThatTheLayerDoesNotWrite) {
+// `trim` takes ten seconds with two texts of 64 KiB, and the time limit is not checked meanwhile.
+TEST_F(Confinement, RejectsFunctionsThatTheLayerDoesNotUse) {
   for (const std::string call :
        {"abs(1)",       "avg(1)",    "coalesce(1, 2)",   "group_concat(1)", "ifnull(1, 2)",
         "instr(1, 2)",  "length(1)", "lower(1)",         "ltrim(1, 2)",     "min(1)",
@@ -108,8 +108,8 @@ TEST_F(Confinement, AllowsNoFunctionThatTheLayerDoesNotWrite) {
   EXPECT_EQ(FailureOf("SELECT 1 GLOB 2"), "not authorized to use function: GLOB");
 }
 
-// A file of an earlier version may contain what a card has planted in it.
-TEST_F(Confinement, TakesStrangeTriggersOffTheHostsOwnTables) {
+// A file of an earlier version may contain triggers that a card's text has created.
+TEST_F(Confinement, DropsForeignTriggersOfTheHostsTables) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE TRIGGER planted AFTER INSERT ON host_event_log BEGIN DELETE FROM host_event_log; END;"
@@ -124,7 +124,7 @@ TEST_F(Confinement, TakesStrangeTriggersOffTheHostsOwnTables) {
   EXPECT_EQ(HostKit::CountEvents().at(0).m_Count, 2U);
 }
 
-TEST_F(Confinement, TakesIndexesOffTheLog) {
+TEST_F(Confinement, DropsIndexesOfTheLog) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE UNIQUE INDEX one ON HOST_EVENT_LOG (severity);"
@@ -135,7 +135,7 @@ TEST_F(Confinement, TakesIndexesOffTheLog) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
 }
 
-// SQL ignores the case of names, and so did the planted statements.
+// Names are case-insensitive in SQL.
 TEST_F(Confinement, DropsForeignTriggersIgnoringCase) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -151,8 +151,8 @@ TEST_F(Confinement, DropsForeignTriggersIgnoringCase) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
 }
 
-// The host clears the rows of an earlier life, with more rights than a plug-in has.
-TEST_F(Confinement, TakesTriggersOffTheRowsBeforeItClearsThem) {
+// The host clears the rows of the previous run, and is not confined while it does.
+TEST_F(Confinement, DropsTriggersOfTheRowsBeforeClearingThem) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE TRIGGER a AFTER DELETE ON HOST_ADAPTER_ROWS BEGIN DELETE FROM host_event_log; END;"
@@ -164,7 +164,7 @@ TEST_F(Confinement, TakesTriggersOffTheRowsBeforeItClearsThem) {
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
 }
 
-TEST_F(Confinement, TakesAwayWhatStandsInThePlaceOfATable) {
+TEST_F(Confinement, ReplacesForeignObjectsNamedLikeATable) {
   for (const char* planted :
        {"CREATE VIEW HOST_ADAPTER_ROWS AS SELECT 1",
         "CREATE VIEW host_adapter_rows AS SELECT 1; CREATE TRIGGER t INSTEAD OF DELETE ON "
@@ -181,7 +181,7 @@ TEST_F(Confinement, TakesAwayWhatStandsInThePlaceOfATable) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Confinement, LetsATriggerOfTheRowsReachNothingElse) {
+TEST_F(Confinement, ConfinesTriggersOfTheRows) {
   OtherProgram(File()).Run(
       "CREATE TRIGGER planted AFTER UPDATE ON host_adapter_rows BEGIN "
       "DELETE FROM host_event_log; END");
@@ -189,8 +189,8 @@ TEST_F(Confinement, LetsATriggerOfTheRowsReachNothingElse) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// A product of many rows with themselves, which would take years.
-TEST_F(Confinement, EndsAStatementThatTakesTooLong) {
+// A product of many rows with themselves would take years.
+TEST_F(Confinement, AbortsAStatementThatTakesTooLong) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   const char* const product =
       "FROM host_adapter_rows a, host_adapter_rows b, host_adapter_rows c, host_adapter_rows d, "
@@ -203,7 +203,7 @@ TEST_F(Confinement, EndsAStatementThatTakesTooLong) {
   ExpectUnharmed("a long statement");
 }
 
-// The time that it takes to compile them doubles with each level.
+// The time to compile them doubles with each level.
 std::string DoublingQueries(int levels) {
   std::string sql = "WITH q0 AS (SELECT 1 AS v)";
   for (int level = 1; level <= levels; ++level) {
@@ -214,14 +214,14 @@ std::string DoublingQueries(int levels) {
   return sql + " SELECT v FROM q" + std::to_string(levels);
 }
 
-TEST_F(Confinement, EndsQueriesThatDouble) {
+TEST_F(Confinement, RejectsQueriesThatDouble) {
   EXPECT_EQ(FailureOf(DoublingQueries(3)), "");
   EXPECT_EQ(FailureOf(DoublingQueries(18)), "out of memory");
   EXPECT_EQ(FailureOf(DoublingQueries(40)), "out of memory");
   ExpectUnharmed("queries that double");
 }
 
-// While they are compiled, each alternative is compared with many others.
+// The compiler compares each alternative with many others.
 std::string ManyAlternatives(const std::vector<std::string>& columns, std::size_t count) {
   std::vector<std::string> terms;
   for (std::size_t i = 0; i < count; ++i) {
@@ -239,7 +239,7 @@ std::string ManyAlternatives(const std::vector<std::string>& columns, std::size_
   return "SELECT ID FROM host_adapter_rows WHERE " + terms.front();
 }
 
-TEST_F(Confinement, CompilesNoStatementOfTooManyWords) {
+TEST_F(Confinement, RejectsAStatementOfTooManyWords) {
   std::istringstream names(
       OtherProgram(File()).Run("SELECT name FROM pragma_table_info('host_adapter_rows')"));
   const std::vector<std::string> columns{std::istream_iterator<std::string>(names), {}};
@@ -252,7 +252,7 @@ TEST_F(Confinement, CompilesNoStatementOfTooManyWords) {
   ExpectUnharmed("many alternatives");
 }
 
-TEST_F(Confinement, CountsTheQueriesOfAllStatementsOfACall) {
+TEST_F(Confinement, LimitsTheQueriesOfACall) {
   std::string sql;
   for (int i = 0; i < 32; ++i) sql += "SELECT 1;";
   EXPECT_EQ(FailureOf(sql), "");
@@ -260,8 +260,8 @@ TEST_F(Confinement, CountsTheQueriesOfAllStatementsOfACall) {
   EXPECT_EQ(FailureOf(sql), "");
 }
 
-// Sorting happens in memory, which does not suffice for 27 million rows of a kilobyte.
-TEST_F(Confinement, SortsNoMoreThanMemoryHolds) {
+// Rows are sorted in memory, and 27 million rows of a kilobyte exceed its limit.
+TEST_F(Confinement, LimitsTheMemoryOfSorting) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1000, 'x') + "\"");
   EXPECT_EQ(FailureOf("SELECT a.ID FROM host_adapter_rows a, host_adapter_rows b, "
@@ -272,16 +272,16 @@ TEST_F(Confinement, SortsNoMoreThanMemoryHolds) {
   EXPECT_EQ(FailureOf("SELECT a.ID FROM host_adapter_rows a, host_adapter_rows b "
                       "ORDER BY a.ad_name || b.ad_name"),
             "");
-  ExpectUnharmed("a large sorting");
+  ExpectUnharmed("a large sort");
 }
 
-TEST_F(Confinement, TakesNoStatementWithoutEnd) {
+TEST_F(Confinement, LimitsTheLengthOfAStatement) {
   const std::string blanks(4 << 20, ' ');
   EXPECT_EQ(FailureOf("SELECT 1" + blanks), "string or blob too big");
   EXPECT_EQ(FailureOf("SELECT 1" + blanks.substr(8)), "");
 }
 
-TEST_F(Confinement, EndsAnAnswerThatGrowsTooLarge) {
+TEST_F(Confinement, LimitsTheSizeOfAResult) {
   for (int i = 0; i < 4; ++i) {
     m_pStorage->insert(AnAdapter(i));
     Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1'000'000, 'x') + "\"");
@@ -289,10 +289,10 @@ TEST_F(Confinement, EndsAnAnswerThatGrowsTooLarge) {
   EXPECT_EQ(FailureOf("SELECT a.ad_name FROM host_adapter_rows a, host_adapter_rows b, "
                       "host_adapter_rows c"),
             "the result is too large");
-  ExpectUnharmed("a large answer");
+  ExpectUnharmed("a large result");
 }
 
-TEST_F(Confinement, MakesNoTextWithoutEnd) {
+TEST_F(Confinement, LimitsTheLengthOfAText) {
   const std::string half(600 << 10, 'x');
   EXPECT_EQ(FailureOf("SELECT \"" + half + "\" || \"" + half + "\""), "string or blob too big");
   EXPECT_EQ(FailureOf("SELECT \"" + half + "\""), "");
@@ -301,7 +301,8 @@ TEST_F(Confinement, MakesNoTextWithoutEnd) {
 
 constexpr int kRowsThatFit = 256 << 20 >> 20;  // of a mebibyte each; 256 MiB are allowed
 
-// Rows of nearly a mebibyte, until the disk is full.
+// Inserts rows of nearly a mebibyte until the file is full. Returns their number, or -1 if the file
+// does not become full.
 int Fill(DatabaseORM::storage_t& storage) {
   const std::string insert =
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"" + std::string(1'040'000, 'x') + "\")";
@@ -316,22 +317,22 @@ int Fill(DatabaseORM::storage_t& storage) {
   return -1;
 }
 
-TEST_F(Confinement, LetsTheFileGrowSoFarAndNoFurther) {
+TEST_F(Confinement, LimitsTheSizeOfTheFile) {
   Use(":memory:");
   EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 5);
   AppendEvent(PI::CEvent());
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// The space of deleted rows cannot be used in addition.
-TEST_F(Confinement, LetsAFileWithFreePlaceGrowNoFurther) {
+// Free pages count toward the limit.
+TEST_F(Confinement, LimitsTheSizeOfAFileWithFreePages) {
   Fill(*m_pStorage);
   Restart();
   EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 5);
 }
 
-// The page size differs between files.
-TEST_F(Confinement, LetsAFileOfLargePagesGrowNoFurther) {
+// The database limits the number of pages, whose size differs between files.
+TEST_F(Confinement, LimitsTheSizeOfAFileWithLargePages) {
   Use(":memory:");
   std::filesystem::remove(File());
   OtherProgram(File()).Run("PRAGMA page_size = 65536; CREATE TABLE other (v)");
@@ -340,7 +341,7 @@ TEST_F(Confinement, LetsAFileOfLargePagesGrowNoFurther) {
 }
 
 // The layer reads the cells of a result by their position.
-TEST_F(Confinement, KeepsFromTheLayerWhatItCannotRead) {
+TEST_F(Confinement, RejectsResultsThatTheLayerCannotRead) {
   const std::string all = "SELECT * FROM host_plugin_rows pi  WHERE pi.pi_plugin_name = 'x' ";
   const std::string columns = "'t', 'NULL', 't', '15', 't', '1', '2', 't', 't', 't'";
   EXPECT_EQ(FailureOf(all + "UNION SELECT '7', " + columns), "");
@@ -353,8 +354,8 @@ TEST_F(Confinement, KeepsFromTheLayerWhatItCannotRead) {
   EXPECT_EQ(FailureOf(all + "; SELECT 1"), "the result has incomplete rows of host_plugin_rows");
 }
 
-// Each text through each statement of the layer.
-TEST_F(Confinement, OutlivesHostileTextsInANewRow) {
+// Each hostile text in each statement of the layer.
+TEST_F(Confinement, WithstandsHostileTextsInAnInsert) {
   struct Case {
     std::string Plugin::*field;
     int valuesAfter;
@@ -370,7 +371,7 @@ TEST_F(Confinement, OutlivesHostileTextsInANewRow) {
   }
 }
 
-TEST_F(Confinement, OutlivesHostileTextsInAChange) {
+TEST_F(Confinement, WithstandsHostileTextsInAnUpdate) {
   for (const std::string& text : HostileTexts(0)) {
     for (const auto field : {&Adapter::serialNumber, &Adapter::name, &Adapter::firmwareVersion,
                              &Adapter::driverVersion, &Adapter::hostName}) {
@@ -383,7 +384,7 @@ TEST_F(Confinement, OutlivesHostileTextsInAChange) {
   }
 }
 
-TEST_F(Confinement, OutlivesHostileTextsInASearch) {
+TEST_F(Confinement, WithstandsHostileTextsInAQuery) {
   for (const std::string& text : HostileTexts(0)) {
     Try([&] {
       m_pStorage->get_all<PD>(
@@ -395,7 +396,7 @@ TEST_F(Confinement, OutlivesHostileTextsInASearch) {
   }
 }
 
-TEST_F(Confinement, OutlivesHostileTextsInADeletion) {
+TEST_F(Confinement, WithstandsHostileTextsInADeletion) {
   for (const std::string& text : HostileTexts(0)) {
     Try([&] { m_pStorage->remove_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
     Try([&] { m_pStorage->remove_all<Adapter>(where(is_equal(&Adapter::name, text))); });

@@ -25,27 +25,27 @@ class EventLog : public HostDatabaseTest {
   }
 };
 
-TEST_F(EventLog, KeepsWhatHappened) {
+TEST_F(EventLog, KeepsAllFieldsOfAnEvent) {
   AppendEvent(Overheated(1767225600000, "SanDisk \"fast\" card (1)"));
   const auto events = HostKit::ReadEvents(0, 10);
   ASSERT_EQ(events.size(), 1U);
   EXPECT_EQ(events[0].m_Number, 1);
   EXPECT_EQ(events[0].m_Time, 1767225600000U);
-  EXPECT_EQ(events[0].m_Severity, 3U);
-  EXPECT_EQ(events[0].m_EventID, 10967U);
+  EXPECT_EQ(events[0].m_Severity, PI::SEVERITY_WARNING);
+  EXPECT_EQ(events[0].m_EventID, PI::Event::CTRL_TEMPERATURE_ABOVE_WARN);
   EXPECT_EQ(events[0].m_ObjectID, 0x0130000000000003UL);
   EXPECT_EQ(events[0].m_SourceName, "SanDisk \"fast\" card (1)");
   EXPECT_NE(events[0].m_Message.find("SanDisk \"fast\" card (1)"), std::string::npos);
 }
 
-TEST_F(EventLog, GivesTheNewestInOrder) {
+TEST_F(EventLog, ReturnsTheNewestEventsInOrder) {
   for (const char* name : {"a", "b", "c", "d"}) AppendEvent(Overheated(1000, name));
   EXPECT_EQ(NamesSince(0, 10), "a b c d ");
   EXPECT_EQ(NamesSince(0, 2), "c d ");
   EXPECT_EQ(NamesSince(0, 0), "");
 }
 
-TEST_F(EventLog, GivesThoseSinceAMoment) {
+TEST_F(EventLog, ReturnsTheEventsSinceATime) {
   AppendEvent(Overheated(1000, "a"));
   AppendEvent(Overheated(2000, "b"));
   AppendEvent(Overheated(3000, "c"));
@@ -54,14 +54,14 @@ TEST_F(EventLog, GivesThoseSinceAMoment) {
   EXPECT_EQ(NamesSince(18446744073709551615UL, 10), "");
 }
 
-TEST_F(EventLog, KeepsEveryBitOfAnObjectsId) {
+TEST_F(EventLog, KeepsEveryBitOfAnObjectId) {
   auto event = Overheated(1000, "a");
   event.m_ObjectID = 18446744073709551615UL;
   AppendEvent(event);
   EXPECT_EQ(HostKit::ReadEvents(0, 1).at(0).m_ObjectID, 18446744073709551615UL);
 }
 
-TEST_F(EventLog, OutlivesTheHost) {
+TEST_F(EventLog, SurvivesARestart) {
   AppendEvent(Overheated(1000, "a"));
   Restart();
   AppendEvent(Overheated(2000, "b"));
@@ -69,7 +69,7 @@ TEST_F(EventLog, OutlivesTheHost) {
   EXPECT_EQ(HostKit::ReadEvents(0, 1).at(0).m_Number, 2);
 }
 
-TEST_F(EventLog, DropsTheOldestBeyondItsSize) {
+TEST_F(EventLog, DropsTheOldestEventWhenFull) {
   AppendEvent(Overheated(1000, "first"));
   OtherProgram(File()).Run(
       "INSERT INTO host_event_log SELECT 20000, 1000, 3, 10967, 5, 'second', '', '', 0");
@@ -77,22 +77,22 @@ TEST_F(EventLog, DropsTheOldestBeyondItsSize) {
   EXPECT_EQ(NamesSince(0, 10), "second third ");
 }
 
-TEST_F(EventLog, KeepsWhatTellsAnObjectApartInEveryRun) {
+TEST_F(EventLog, KeepsSerialNumberAndObjectType) {
   HostKit::LoggedEvent event = HostKit::WordEvent(Overheated(1000, "a"));
   event.m_SerialNumber = "S'100\"";
-  event.m_ObjectType = 19038;
+  event.m_ObjectType = PI::OBJECT_ADAPTER;
   HostKit::AppendEvents({event, HostKit::WordEvent(Overheated(2000, "b"))});
   const auto events = HostKit::ReadEvents(0, 10);
   ASSERT_EQ(events.size(), 2U);
   EXPECT_EQ(events[0].m_SerialNumber, "S'100\"");
-  EXPECT_EQ(events[0].m_ObjectType, 19038U);
+  EXPECT_EQ(events[0].m_ObjectType, PI::OBJECT_ADAPTER);
   EXPECT_EQ(events[0].m_Message, "The temperature of adapter a is above its warning threshold.");
   EXPECT_EQ(events[1].m_SerialNumber, "");
   EXPECT_EQ(events[1].m_ObjectType, 0U);
 }
 
 // The table as the first version of the host created it.
-TEST_F(EventLog, OfAnEarlierVersionIsKeptAndGoesOn) {
+TEST_F(EventLog, UpgradesTheLogOfTheFirstVersion) {
   const auto file = m_Folder.Path() / "early.db";
   OtherProgram(file).Run(
       "CREATE TABLE host_event_log (number INTEGER PRIMARY KEY AUTOINCREMENT, "
@@ -111,7 +111,7 @@ TEST_F(EventLog, OfAnEarlierVersionIsKeptAndGoesOn) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
 }
 
-TEST_F(EventLog, SaysWhenItCannotBeUsed) {
+TEST_F(EventLog, FailsWithoutAUsableFile) {
   std::filesystem::create_directories(m_Folder.Path() / "folder");
   Use((m_Folder.Path() / "folder").string());
   EXPECT_THROW(AppendEvent(PI::CEvent()), DBEXCEPTION::DatabaseException);

@@ -1,4 +1,4 @@
-// Faults of the file. Each must end with its cause.
+// Faults of the file. The database must work again when the cause is gone.
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-// Tests may run as root, for whom permissions do not matter.
+// Tests may run as root, to whom permissions do not apply.
 class OrdinaryUser {
  public:
   OrdinaryUser() : m_Before(geteuid()) {
@@ -56,8 +56,8 @@ constexpr const char* kWrite = "INSERT INTO host_plugin_rows (pi_vendor) VALUES 
 
 class Faults : public HostDatabaseTest {
  protected:
-  // With the file closed meanwhile.
-  void WhileClosed() { Use(":memory:"); }
+  // Closes the file until the next `Use`.
+  void CloseFile() { Use(":memory:"); }
 
   void Damage(std::streamoff at, const std::string& bytes) {
     std::fstream file(File(), std::ios::in | std::ios::out | std::ios::binary);
@@ -71,8 +71,8 @@ class Faults : public HostDatabaseTest {
   }
 };
 
-TEST_F(Faults, AFileThatIsNoDatabaseIsReportedAndLeftAlone) {
-  WhileClosed();
+TEST_F(Faults, AFileThatIsNotADatabaseIsReportedAndNotChanged) {
+  CloseFile();
   const std::string text = "These are my notes, and they are longer than a header of any file.\n";
   WriteText(File(), text + text);
   Use(File().string());
@@ -82,8 +82,8 @@ TEST_F(Faults, AFileThatIsNoDatabaseIsReportedAndLeftAlone) {
   EXPECT_EQ(ReadText(File()), text + text);
 }
 
-TEST_F(Faults, AFileThatIsNoDatabaseMayBeTakenAway) {
-  WhileClosed();
+TEST_F(Faults, WorksOnceAFileThatIsNotADatabaseIsRemoved) {
+  CloseFile();
   WriteText(File(), std::string(500, 'x'));
   Use(File().string());
   EXPECT_EQ(FailureOf(kRead), "file is not a database");
@@ -91,16 +91,16 @@ TEST_F(Faults, AFileThatIsNoDatabaseMayBeTakenAway) {
   ExpectWorking();
 }
 
-TEST_F(Faults, ADamagedFileIsReportedAndLeftAlone) {
+TEST_F(Faults, ADamagedFileIsReportedAndNotChanged) {
   m_pStorage->insert(AnAdapter(1));
   AppendEvent(PI::CEvent());
-  WhileClosed();
+  CloseFile();
   const std::string whole = ReadText(File());
   Damage(8192, std::string(4096, '\x5A'));
   const std::string damaged = ReadText(File());
   Use(File().string());
   EXPECT_EQ(FailureOf(kWrite).substr(0, 34), "database disk image is malformed: ");
-  WhileClosed();
+  CloseFile();
   EXPECT_EQ(ReadText(File()), damaged);
   WriteText(File(), whole);
   Use(File().string());
@@ -108,27 +108,27 @@ TEST_F(Faults, ADamagedFileIsReportedAndLeftAlone) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Faults, ATornFileIsReportedAndLeftAlone) {
-  WhileClosed();
+TEST_F(Faults, ATruncatedFileIsReportedAndNotChanged) {
+  CloseFile();
   const auto half = std::filesystem::file_size(File()) / 2;
   std::filesystem::resize_file(File(), half);
-  const std::string torn = ReadText(File());
+  const std::string truncated = ReadText(File());
   Use(File().string());
   EXPECT_NE(FailureOf(kRead), "");
   EXPECT_NE(FailureOf(kWrite), "");
-  WhileClosed();
-  EXPECT_EQ(ReadText(File()), torn);
+  CloseFile();
+  EXPECT_EQ(ReadText(File()), truncated);
 }
 
 TEST_F(Faults, AnEmptyFileBecomesADatabase) {
-  WhileClosed();
+  CloseFile();
   WriteText(File(), "");
   Use(File().string());
   ExpectWorking();
 }
 
-TEST_F(Faults, AFolderInThePlaceOfTheFileIsReported) {
-  WhileClosed();
+TEST_F(Faults, AFolderInPlaceOfTheFileIsReported) {
+  CloseFile();
   std::filesystem::remove(File());
   std::filesystem::create_directory(File());
   Use(File().string());
@@ -137,7 +137,7 @@ TEST_F(Faults, AFolderInThePlaceOfTheFileIsReported) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AFileInThePlaceOfTheFolderIsReported) {
+TEST_F(Faults, AFileInPlaceOfTheFolderIsReported) {
   const auto folder = m_Folder.Path() / "folder";
   WriteText(folder, "x");
   Use((folder / "corvane.db").string());
@@ -146,7 +146,7 @@ TEST_F(Faults, AFileInThePlaceOfTheFolderIsReported) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AFileThatDisappearsIsRecreated) {
+TEST_F(Faults, ARemovedFileIsRecreated) {
   m_pStorage->insert(AnAdapter(1));
   std::filesystem::remove_all(File().parent_path());
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
@@ -154,7 +154,7 @@ TEST_F(Faults, AFileThatDisappearsIsRecreated) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT ad_adapter_number FROM host_adapter_rows"), "2");
 }
 
-TEST_F(Faults, AFilePutInThePlaceOfTheOpenOneIsUsedWithoutItsRows) {
+TEST_F(Faults, AFileThatReplacesTheOpenOneIsUsedWithoutItsRows) {
   m_pStorage->insert(AnAdapter(1));
   AppendEvent(PI::CEvent());
   Use((m_Folder.Path() / "second.db").string());
@@ -165,7 +165,7 @@ TEST_F(Faults, AFilePutInThePlaceOfTheOpenOneIsUsedWithoutItsRows) {
   EXPECT_EQ(OtherProgram(m_Folder.Path() / "second.db").Run("PRAGMA integrity_check"), "ok");
 }
 
-TEST_F(Faults, ALockOfAnotherProgramIsReportedAndRecoveredFrom) {
+TEST_F(Faults, WorksAfterTheLockOfAnotherProgram) {
   OtherProgram other(File());
   other.Run("BEGIN IMMEDIATE");
   EXPECT_EQ(FailureOf(kRead), "");
@@ -174,9 +174,9 @@ TEST_F(Faults, ALockOfAnotherProgramIsReportedAndRecoveredFrom) {
   ExpectWorking();
 }
 
-TEST_F(Faults, ALockAtTheStartIsReportedAndTheRowsAreClearedAfterIt) {
+TEST_F(Faults, ClearsTheRowsAfterALockAtTheStart) {
   m_pStorage->insert(AnAdapter(1));
-  WhileClosed();
+  CloseFile();
   OtherProgram other(File());
   other.Run("BEGIN IMMEDIATE");
   Use(File().string());
@@ -186,9 +186,9 @@ TEST_F(Faults, ALockAtTheStartIsReportedAndTheRowsAreClearedAfterIt) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AShortLockIsWaitedFor) {
+TEST_F(Faults, WaitsForAShortLock) {
   OtherProgram other(File());
-  // On a busy machine this thread may continue too late: then the lock was not short.
+  // Try again if a busy machine has delayed this thread, because then the lock was not short.
   for (;;) {
     other.Run("BEGIN IMMEDIATE");
     std::string failure;
@@ -204,7 +204,7 @@ TEST_F(Faults, AShortLockIsWaitedFor) {
   }
 }
 
-TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
+TEST_F(Faults, WorksAfterTheDatabaseWasFull) {
   const SqliteInterceptor interceptor;
   Restart();
   AppendEvent(PI::CEvent());
@@ -218,7 +218,7 @@ TEST_F(Faults, AFullDatabaseIsReportedAndOver) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Faults, AFullDiskIsReportedAndRecoveredFrom) {
+TEST_F(Faults, WorksAfterTheDiskWasFull) {
   AppendEvent(PI::CEvent());
   m_pStorage->insert(AnAdapter(1));
   {
@@ -231,9 +231,9 @@ TEST_F(Faults, AFullDiskIsReportedAndRecoveredFrom) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Faults, AFileThatMayNotBeWrittenIsReportedAndOver) {
+TEST_F(Faults, AReadOnlyFileIsReported) {
   m_pStorage->insert(AnAdapter(1));
-  WhileClosed();
+  CloseFile();
   using std::filesystem::perms;
   std::filesystem::permissions(m_Folder.Path(), perms::all);
   std::filesystem::permissions(File().parent_path(), perms::all);
@@ -244,8 +244,8 @@ TEST_F(Faults, AFileThatMayNotBeWrittenIsReportedAndOver) {
   EXPECT_EQ(FailureOf(kWrite), "attempt to write a readonly database");
 }
 
-TEST_F(Faults, AFileThatMayNotBeWrittenIsUsedOnceItMay) {
-  WhileClosed();
+TEST_F(Faults, WorksOnceAReadOnlyFileIsWritable) {
+  CloseFile();
   using std::filesystem::perms;
   std::filesystem::permissions(File(), perms::owner_read);
   {
@@ -257,7 +257,7 @@ TEST_F(Faults, AFileThatMayNotBeWrittenIsUsedOnceItMay) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AFolderThatMayNotBeWrittenIsReported) {
+TEST_F(Faults, AReadOnlyFolderIsReported) {
   std::filesystem::permissions(m_Folder.Path(), std::filesystem::perms::all);
   const auto folder = m_Folder.Path() / "closed";
   std::filesystem::create_directory(folder);

@@ -1,4 +1,4 @@
-// A host with its own database file, and another program that reads the file.
+// A host with its own database file, and another program that uses the file.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ class OtherProgram {
  public:
   explicit OtherProgram(const std::filesystem::path& file);
 
-  // The cells, with "|" between those of a row and a blank between rows. Throws
+  // Returns the cells, with "|" between those of a row and a space between rows. Throws
   // `std::runtime_error` with the library's text.
   std::string Run(const std::string& sql);
 
@@ -37,16 +37,16 @@ class HostDatabaseTest : public testing::Test {
   ~HostDatabaseTest() override;
 
   std::filesystem::path File() const { return m_Folder.Path() / "state" / "corvane.db"; }
-  // The host ends and starts again.
+  // Ends the host and starts it again.
   void Restart();
-  // The host continues with another file.
+  // Restarts the host with another file.
   void Use(const std::string& file);
 
   std::vector<std::string> Query(const std::string& sql) { return m_pStorage->dao->query(sql); }
-  // The text with which a statement fails, or an empty one.
+  // Returns the error text of a statement, or an empty text if it succeeds.
   std::string FailureOf(const std::string& sql);
 
-  // Rows of all objects, by kind: "adapters 1 drives 0 plugins 1".
+  // The number of rows of each kind: "adapters 1 drives 0 plugins 1".
   std::string Counts();
 
   TemporaryFolder m_Folder;
@@ -54,12 +54,12 @@ class HostDatabaseTest : public testing::Test {
   std::shared_ptr<DatabaseORM::storage_t> m_pStorage;
 };
 
-// Logs an event by itself, as the log words it.
+// Writes one event to the log.
 void AppendEvent(const PI::CEvent& event);
 
-// An adapter that a condition finds.
+// An adapter that `Find` finds.
 RaidDataModels::Adapter AnAdapter(int number);
 RaidDataModels::Plugin APlugin();
 
-// The adapters of that number.
+// The adapters with that number.
 std::vector<RaidDataModels::Adapter> Find(DatabaseORM::storage_t& storage, int number);

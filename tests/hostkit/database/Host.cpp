@@ -1,9 +1,9 @@
 // A host that executes commands, one per line of standard input, and prints the result of each:
 //
 //   open         opens the database that the environment names
-//   fill N       writes the rows of N adapters, as a plug-in does at its start
-//   name TEXT    names adapter number 0 so, as a plug-in does when a card has changed
-//   count        prints how many adapters it sees
+//   fill N       inserts the rows of N adapters, as a plug-in does when it starts
+//   name TEXT    sets the name of adapter 0, as a plug-in does when a card has changed
+//   count        prints the number of adapters that it sees
 //   end          ends
 #include <iostream>
 #include <string>
@@ -15,7 +15,7 @@ namespace {
 
 using RaidDataModels::Adapter;
 
-auto OfNumber(int number) {
+auto WithNumber(int number) {
   using DatabaseORM::is_equal;
   return DatabaseORM::where(is_equal(&Adapter::adapterNumber, number) and
                             is_equal(&Adapter::hostName, "localhost"));
@@ -29,20 +29,20 @@ void Fill(int count) {
   }
 }
 
-void GiveName(const std::string& name) {
-  const auto rows = getDatabasePointer()->get_all<Adapter>(OfNumber(0));
+void SetName(const std::string& name) {
+  const auto rows = getDatabasePointer()->get_all<Adapter>(WithNumber(0));
   if (rows.empty()) return;
   Adapter row = rows.front();
   row.name = name;
   getDatabasePointer()->update(row);
 }
 
-std::string Do(const std::string& order) {
-  const std::string word = order.substr(0, order.find(' '));
-  const std::string rest = order.substr(std::min(order.size(), word.size() + 1));
+std::string Run(const std::string& command) {
+  const std::string word = command.substr(0, command.find(' '));
+  const std::string rest = command.substr(std::min(command.size(), word.size() + 1));
   if (word == "open") getDatabasePointer();
   if (word == "fill") Fill(std::stoi(rest));
-  if (word == "name") GiveName(rest);
+  if (word == "name") SetName(rest);
   if (word == "count") {
     return getDatabasePointer()->dao->query("SELECT COUNT(*) FROM host_adapter_rows").at(0);
   }
@@ -52,9 +52,9 @@ std::string Do(const std::string& order) {
 }  // namespace
 
 int main() {
-  for (std::string order; std::getline(std::cin, order) && order != "end";) {
+  for (std::string command; std::getline(std::cin, command) && command != "end";) {
     try {
-      std::cout << Do(order) << std::endl;
+      std::cout << Run(command) << std::endl;
     } catch (const DBEXCEPTION::DatabaseException& exception) {
       std::cout << exception.what() << std::endl;
     }

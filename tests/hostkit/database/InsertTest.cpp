@@ -1,4 +1,4 @@
-// The statements for rows without any values, as the database receives them.
+// The statements that insert rows without values, as the database receives them.
 #include "tests/hostkit/database/Fixture.h"
 #include "tests/support/StatementWatch.h"
 
@@ -47,15 +47,15 @@ constexpr const char* kPlugin =
     "NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL"
     ");";
 
-// Its object id is a number that the file cannot store.
-TEST_F(Insert, OfADefaultDriveNamesItsObjectIdAlone) {
+// The default object id is a number that the file cannot store.
+TEST_F(Insert, WritesOnlyTheObjectIdOfADefaultDrive) {
   EXPECT_THROW(m_pStorage->insert(PD()), DBEXCEPTION::DatabaseException);
   ASSERT_EQ(m_Watch.Statements().size(), 2U);
   EXPECT_EQ(m_Watch.Statements()[0], "SELECT MAX(ID) FROM host_drive_rows");
   EXPECT_EQ(m_Watch.Statements()[1], kDrive);
 }
 
-TEST_F(Insert, OfADefaultPlugInNamesNothing) {
+TEST_F(Insert, WritesNoValueOfADefaultPlugin) {
   EXPECT_EQ(m_pStorage->insert(Plugin()), 1);
   ASSERT_EQ(m_Watch.Statements().size(), 2U);
   EXPECT_EQ(m_Watch.Statements()[0], "SELECT MAX(ID) FROM host_plugin_rows");

@@ -14,9 +14,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class Killed : public HostDatabaseTest {
+class KilledHost : public HostDatabaseTest {
  protected:
-  // Starts a host that writes, and kills it in the middle, no sooner than after its first event.
+  // Starts a host that writes, and kills it `after` its first event.
   void RunAndKill(std::chrono::milliseconds after) {
     pid_t process = 0;
     std::string program = DATABASE_WRITER;
@@ -29,11 +29,11 @@ class Killed : public HostDatabaseTest {
     waitpid(process, &status, 0);
     ASSERT_TRUE(begun) << "the host wrote no event";
     EXPECT_TRUE(WIFSIGNALED(status));
-    ExpectWholeRows();
+    ExpectCompleteRows();
     m_Before = EventsInFile();
   }
 
-  // False if none arrives for so long that none will.
+  // Waits for an event of the host. Returns false if none arrives within 300 s.
   bool AwaitEvent() {
     const auto end = std::chrono::steady_clock::now() + 300s;
     while (EventsInFile() == m_Before) {
@@ -43,17 +43,17 @@ class Killed : public HostDatabaseTest {
     return true;
   }
 
-  // The rows of the life that was killed, before another one clears them: from the first on without
-  // a gap, each as it was written. The row of the event that was about to come may be the last.
-  void ExpectWholeRows() {
+  // The rows of the killed host, before the next one clears them: without gaps, each as it was
+  // written. There is one per event, and possibly one more whose event was not written.
+  void ExpectCompleteRows() {
     OtherProgram file(m_Folder.Path() / "killed.db");
     EXPECT_EQ(file.Run("SELECT COUNT(*) FROM host_adapter_rows WHERE ad_adapter_number IS NOT ID "
                        "OR ad_host_name IS NOT 'localhost' OR ad_name IS NOT '" +
                        std::string(2000, 'x') + "'"),
               "0");
     EXPECT_EQ(file.Run("SELECT COUNT(*) = MAX(ID) FROM host_adapter_rows"), "1");
-    const std::string ofThisLife = "(SELECT MAX(seq) FROM sqlite_sequence) - " + m_Before;
-    EXPECT_EQ(file.Run("SELECT COUNT(*) - (" + ofThisLife + ") IN (0, 1) FROM host_adapter_rows"),
+    const std::string ofThisRun = "(SELECT MAX(seq) FROM sqlite_sequence) - " + m_Before;
+    EXPECT_EQ(file.Run("SELECT COUNT(*) - (" + ofThisRun + ") IN (0, 1) FROM host_adapter_rows"),
               "1");
   }
 
@@ -62,7 +62,7 @@ class Killed : public HostDatabaseTest {
         .Run("SELECT COALESCE(MAX(seq), 0) FROM sqlite_sequence");
   }
 
-  void ExpectWholeEventLog() {
+  void ExpectCompleteEventLog() {
     std::int64_t expected = 0;
     for (const auto& event : HostKit::ReadEvents(0, 20000)) {
       ASSERT_EQ(event.m_Number, ++expected);
@@ -74,7 +74,7 @@ class Killed : public HostDatabaseTest {
   std::string m_Before = "0";
 };
 
-TEST_F(Killed, AHostLeavesAWholeFile) {
+TEST_F(KilledHost, LeavesAnIntactFile) {
   const std::string file = (m_Folder.Path() / "killed.db").string();
   Use(file);
   for (const int after : {0, 3, 7, 20, 41}) {
@@ -84,7 +84,7 @@ TEST_F(Killed, AHostLeavesAWholeFile) {
     Use(file);
     EXPECT_EQ(OtherProgram(file).Run("PRAGMA integrity_check"), "ok");
     EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
-    ExpectWholeEventLog();
+    ExpectCompleteEventLog();
   }
 }
 

@@ -1,4 +1,4 @@
-// A text in double quotes is a text only if no column has that name.
+// SQL reads a text in double quotes as a column if one has that name.
 #include <algorithm>
 #include <boost/algorithm/string.hpp>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-// What a plug-in writes independently of the card.
+// The texts that a plug-in writes for any card.
 std::vector<std::string> FixedTexts() {
 #define VALUE_NAME(name, number, text, ...) text,
   return {PI_VALUES(VALUE_NAME) "localhost",
@@ -28,7 +28,7 @@ std::vector<std::string> FixedTexts() {
 
 class Names : public HostDatabaseTest {
  protected:
-  // Of tables and columns, and SQLite's other names of the key.
+  // The names of tables and columns, and SQLite's other names for the key.
   std::vector<std::string> Taken() {
     const std::string found = OtherProgram(File()).Run(
         "SELECT name FROM sqlite_schema UNION "
@@ -40,7 +40,7 @@ class Names : public HostDatabaseTest {
   }
 };
 
-TEST_F(Names, AreNoTextThatIsWritten) {
+TEST_F(Names, DifferFromTheFixedTexts) {
   const auto taken = Taken();
   EXPECT_GT(taken.size(), 149U + 69U + 11U - 3U);
   for (const std::string& text : FixedTexts()) {
@@ -50,8 +50,8 @@ TEST_F(Names, AreNoTextThatIsWritten) {
   }
 }
 
-// The same through the statements that plug-ins use.
-TEST_F(Names, LetEveryFixedTextThrough) {
+// Also in the statements that plug-ins use.
+TEST_F(Names, DoNotChangeFixedTexts) {
   m_pStorage->insert(AnAdapter(1));
   auto row = Find(*m_pStorage, 1).at(0);
   for (const std::string& text : FixedTexts()) {

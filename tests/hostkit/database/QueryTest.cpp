@@ -6,17 +6,17 @@ using Cells = std::vector<std::string>;
 
 class Query : public HostDatabaseTest {};
 
-TEST_F(Query, GivesAllCellsInOneList) {
+TEST_F(Query, ReturnsAllCellsInOneList) {
   EXPECT_EQ(HostDatabaseTest::Query("SELECT 1, 'a' UNION SELECT 2, 'b'"),
             (Cells{"1", "a", "2", "b"}));
 }
 
-TEST_F(Query, GivesEveryKindOfCellAsText) {
+TEST_F(Query, ReturnsCellsOfAllTypesAsText) {
   EXPECT_EQ(HostDatabaseTest::Query("SELECT NULL, -5, 2.5, '', x'6162', 12.0"),
             (Cells{"NULL", "-5", "2.5", "", "ab", "12.0"}));
 }
 
-TEST_F(Query, RunsTheStatementsOfATextInTurn) {
+TEST_F(Query, RunsSeveralStatementsInOrder) {
   EXPECT_EQ(HostDatabaseTest::Query("INSERT INTO host_plugin_rows (pi_object_id) VALUES (1);"
                                     "SELECT pi_object_id FROM host_plugin_rows; -- a word\n"
                                     "UPDATE host_plugin_rows SET pi_object_id = 2; ;"
@@ -24,12 +24,12 @@ TEST_F(Query, RunsTheStatementsOfATextInTurn) {
             (Cells{"1", "2"}));
 }
 
-TEST_F(Query, OfNothingGivesNothing) {
+TEST_F(Query, ReturnsNothingForAnEmptyText) {
   EXPECT_EQ(HostDatabaseTest::Query(""), Cells());
   EXPECT_EQ(HostDatabaseTest::Query(" -- nothing to do"), Cells());
 }
 
-TEST_F(Query, TakesTheSwitchForForeignKeysInFrontOfAStatement) {
+TEST_F(Query, AcceptsThePragmaForForeignKeys) {
   EXPECT_EQ(HostDatabaseTest::Query("PRAGMA foreign_keys = ON; SELECT 5"), Cells{"5"});
 }
 
@@ -39,24 +39,24 @@ TEST_F(Query, StopsAtTheStatementThatFails) {
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 1");
 }
 
-TEST_F(Query, FailsWithTheLibrarysText) {
+TEST_F(Query, FailsWithTheTextOfTheLibrary) {
   EXPECT_EQ(FailureOf("SELEC 1"), "near \"SELEC\": syntax error");
   EXPECT_EQ(FailureOf("SELECT 'open"), "unrecognized token: \"'open\"");
 }
 
-TEST_F(Query, TakesNoTextWithANul) {
+TEST_F(Query, RejectsANulCharacter) {
   EXPECT_EQ(FailureOf(std::string("SELECT 1\0 WHERE 0", 17)),
             "a statement contains a NUL character");
 }
 
-TEST_F(Query, ReachesNoOtherFile) {
+TEST_F(Query, CannotOpenAnotherFile) {
   const std::string other = (m_Folder.Path() / "other.db").string();
   EXPECT_EQ(FailureOf("ATTACH '" + other + "' AS other"), "not authorized");
   EXPECT_NE(FailureOf("VACUUM INTO '" + other + "'"), "");
   EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST_F(Query, WritesAheadInALog) {
+TEST_F(Query, UsesAWriteAheadLog) {
   EXPECT_EQ(OtherProgram(File()).Run("PRAGMA journal_mode"), "wal");
 }
 

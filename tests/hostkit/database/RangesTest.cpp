@@ -1,5 +1,5 @@
-// What a column accepts from any program. A cell that the layer above cannot read would end the
-// host's thread.
+// The values that a column accepts from any program. A cell that the layer cannot read would
+// terminate the thread of the host.
 #include <boost/algorithm/string.hpp>
 
 #include "hostkit/EventLog.h"
@@ -10,8 +10,8 @@ namespace {
 using namespace RaidDataModels;
 
 struct Range {
-  std::vector<std::string> taken;
-  std::vector<std::string> refused;
+  std::vector<std::string> accepted;
+  std::vector<std::string> rejected;
 };
 
 const Range kInt = {
@@ -43,22 +43,22 @@ const Range& RangeOf(DatabaseORM::column_kind_t kind) {
 
 class Ranges : public HostDatabaseTest {
  protected:
-  // Fills each column in turn with each value, by another program, and reads the row through the
-  // layer after it. Returns the number of columns.
+  // Lets another program write each value to each column, and reads the row through the layer.
+  // Returns the number of columns.
   template <class Row>
-  std::size_t ExpectOfEachColumn(const std::string& table) {
+  std::size_t ExpectRangeOfEachColumn(const std::string& table) {
     const auto map = dbModelFieldsMap<Row>::instance();
     std::size_t columns = 0;
     DatabaseORM::for_each_field(*map, [&](const auto& field) {
       ++columns;
       const Range& range = RangeOf(KindOf<Row>(field.index));
       const bool isKey = field.name == "ID";
-      for (const auto& value : range.taken) {
+      for (const auto& value : range.accepted) {
         if (isKey && value == "NULL") continue;  // means the next number
-        EXPECT_EQ(Put<Row>(table, field.name, value), "taken") << field.name << " " << value;
+        EXPECT_EQ(Put<Row>(table, field.name, value), "accepted") << field.name << " " << value;
       }
-      for (const auto& value : range.refused) {
-        EXPECT_EQ(Put<Row>(table, field.name, value), "refused") << field.name << " " << value;
+      for (const auto& value : range.rejected) {
+        EXPECT_EQ(Put<Row>(table, field.name, value), "rejected") << field.name << " " << value;
       }
     });
     return columns;
@@ -70,7 +70,7 @@ class Ranges : public HostDatabaseTest {
     return table->columns.at(static_cast<std::size_t>(index))->kind;
   }
 
-  // Both by inserting and by updating a row.
+  // Writes a value with INSERT and with UPDATE.
   template <class Row>
   std::string Put(const std::string& table, const std::string& column, const std::string& value) {
     const std::string inserted =
@@ -87,41 +87,41 @@ class Ranges : public HostDatabaseTest {
       m_Other.Run(sql);
     } catch (const std::runtime_error&) {
       m_Other.Run("DELETE FROM " + table);
-      return "refused";
+      return "rejected";
     }
     const auto cells = Query("SELECT * FROM " + table + " ad");
     const auto rows =
         DatabaseORM::read_rows(*dbModelFieldsMap<Row>::instance(),
                                *DatabaseORM::find_table<Row>(m_pStorage->tables), cells);
     m_Other.Run("DELETE FROM " + table);
-    return rows.size() == 1 ? "taken" : "lost";
+    return rows.size() == 1 ? "accepted" : "lost";
   }
 
   OtherProgram m_Other{File()};
 };
 
-TEST_F(Ranges, OfAnAdaptersColumns) {
-  EXPECT_EQ(ExpectOfEachColumn<Adapter>("host_adapter_rows"), 149U);
+TEST_F(Ranges, ApplyToTheColumnsOfAnAdapter) {
+  EXPECT_EQ(ExpectRangeOfEachColumn<Adapter>("host_adapter_rows"), 149U);
 }
 
-TEST_F(Ranges, OfADrivesColumns) {
-  EXPECT_EQ(ExpectOfEachColumn<PD>("host_drive_rows"), 69U);
+TEST_F(Ranges, ApplyToTheColumnsOfADrive) {
+  EXPECT_EQ(ExpectRangeOfEachColumn<PD>("host_drive_rows"), 69U);
 }
 
-TEST_F(Ranges, OfAPluginsColumns) {
-  EXPECT_EQ(ExpectOfEachColumn<Plugin>("host_plugin_rows"), 11U);
+TEST_F(Ranges, ApplyToTheColumnsOfAPlugin) {
+  EXPECT_EQ(ExpectRangeOfEachColumn<Plugin>("host_plugin_rows"), 11U);
 }
 
-// The number that the database would assign next is beyond the limit.
-TEST_F(Ranges, NoKeyFollowsTheLargest) {
+// The next number that the database assigns is above the limit.
+TEST_F(Ranges, LimitTheNextKey) {
   m_Other.Run("INSERT INTO host_adapter_rows (ID) VALUES (2147483647)");
   EXPECT_EQ(FailureOf("INSERT INTO host_adapter_rows (ad_name) VALUES (\"next\")"),
             "CHECK constraint failed: ID BETWEEN -2147483648 AND 2147483647");
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// The tables as the first version created them, with a key and a number that it accepted.
-TEST_F(Ranges, HoldInAFileOfAnEarlierVersion) {
+// A table as the first version created it, with a key that it accepted.
+TEST_F(Ranges, ApplyToAFileOfTheFirstVersion) {
   AppendEvent(PI::CEvent());
   const auto sqlOf = [this](const std::string& table) {
     return m_Other.Run("SELECT sql FROM sqlite_schema WHERE name = '" + table + "'");

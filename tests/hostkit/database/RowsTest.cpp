@@ -25,7 +25,7 @@ class Filler {
 };
 
 #define FILL(type, name, initial) fill(row.name);
-#define NOTE_DIFFERENCE(type, name, initial) \
+#define ADD_DIFFERENCE(type, name, initial) \
   if (!(left.name == right.name)) difference += std::string(#name) + " ";
 
 Adapter FullAdapter() {
@@ -50,17 +50,17 @@ Plugin FullPlugin() {
 // The fields in which two rows differ.
 std::string Difference(const Adapter& left, const Adapter& right) {
   std::string difference;
-  ADAPTER_FIELDS(NOTE_DIFFERENCE)
+  ADAPTER_FIELDS(ADD_DIFFERENCE)
   return difference;
 }
 std::string Difference(const PD& left, const PD& right) {
   std::string difference;
-  PD_FIELDS(NOTE_DIFFERENCE)
+  PD_FIELDS(ADD_DIFFERENCE)
   return difference;
 }
 std::string Difference(const Plugin& left, const Plugin& right) {
   std::string difference;
-  PLUGIN_FIELDS(NOTE_DIFFERENCE)
+  PLUGIN_FIELDS(ADD_DIFFERENCE)
   return difference;
 }
 
@@ -73,7 +73,7 @@ class Rows : public HostDatabaseTest {
     return rows.empty() ? Row() : rows.front();
   }
 
-  // Writes the row, reads it, changes it back from another one, and reads it again.
+  // Inserts the row, replaces it with another one and back, and reads it each time.
   template <class Row>
   void ExpectRoundTrip(Row row) {
     row.id = m_pStorage->insert(row);
@@ -88,19 +88,19 @@ class Rows : public HostDatabaseTest {
   }
 };
 
-TEST_F(Rows, OfAnAdapterWithEveryFieldComeBack) {
+TEST_F(Rows, KeepEveryFieldOfAnAdapter) {
   ExpectRoundTrip(FullAdapter());
 }
 
-TEST_F(Rows, OfADriveWithEveryFieldComeBack) {
+TEST_F(Rows, KeepEveryFieldOfADrive) {
   ExpectRoundTrip(FullDrive());
 }
 
-TEST_F(Rows, OfAPluginWithEveryFieldComeBack) {
+TEST_F(Rows, KeepEveryFieldOfAPlugin) {
   ExpectRoundTrip(FullPlugin());
 }
 
-TEST_F(Rows, WithoutAnyValueComeBackSo) {
+TEST_F(Rows, KeepUnsetFields) {
   Adapter adapter;
   adapter.id = m_pStorage->insert(adapter);
   EXPECT_EQ(Difference(ReadBack<Adapter>(adapter.id), adapter), "");
@@ -109,7 +109,7 @@ TEST_F(Rows, WithoutAnyValueComeBackSo) {
   EXPECT_EQ(Difference(ReadBack<Plugin>(plugin.id), plugin), "");
 }
 
-TEST_F(Rows, WithoutAnyValueAreNullButForTheirLists) {
+TEST_F(Rows, StoreUnsetFieldsAsNullExceptLists) {
   m_pStorage->insert(Adapter());
   std::string filled;
   const auto cells = Query("SELECT * FROM host_adapter_rows");
@@ -118,9 +118,8 @@ TEST_F(Rows, WithoutAnyValueAreNullButForTheirLists) {
   EXPECT_EQ(filled, "[1][][][][][]");
 }
 
-// Its default is a number of the upper half, which a signed integer column does not hold and the
-// layer above could not read.
-TEST_F(Rows, OfADriveNeedAnObjectId) {
+// The default id is above the range of a signed integer column, and the layer could not read it.
+TEST_F(Rows, RequireTheObjectIdOfADrive) {
   PD drive;
   EXPECT_THROW(m_pStorage->insert(drive), DBEXCEPTION::DatabaseException);
   drive.objectId = 0x0130000000000002UL;
@@ -128,7 +127,7 @@ TEST_F(Rows, OfADriveNeedAnObjectId) {
   EXPECT_EQ(Difference(ReadBack<PD>(drive.id), drive), "");
 }
 
-TEST_F(Rows, HaveThePredictedKeys) {
+TEST_F(Rows, HaveTheKeysThatInsertReturns) {
   EXPECT_EQ(m_pStorage->insert(AnAdapter(10)), 1);
   EXPECT_EQ(m_pStorage->insert(AnAdapter(11)), 2);
   EXPECT_EQ(m_pStorage->insert(AnAdapter(12)), 3);
@@ -139,7 +138,7 @@ TEST_F(Rows, HaveThePredictedKeys) {
   EXPECT_EQ(m_pStorage->max(&Adapter::id), 3);
 }
 
-TEST_F(Rows, AreFoundByNumberAndByText) {
+TEST_F(Rows, AreFoundByNumbersAndTexts) {
   auto drive = FullDrive();
   drive.serialNumber = "1149D0001";
   m_pStorage->insert(drive);
@@ -150,7 +149,7 @@ TEST_F(Rows, AreFoundByNumberAndByText) {
   EXPECT_TRUE(Find(*m_pStorage, 99).empty());
 }
 
-TEST_F(Rows, ChangeAloneByTheirKey) {
+TEST_F(Rows, AreUpdatedByTheirKey) {
   m_pStorage->insert(AnAdapter(1));
   m_pStorage->insert(AnAdapter(2));
   auto row = Find(*m_pStorage, 2).at(0);
@@ -160,7 +159,7 @@ TEST_F(Rows, ChangeAloneByTheirKey) {
   EXPECT_EQ(Find(*m_pStorage, 2).at(0).name, "second");
 }
 
-TEST_F(Rows, WithoutAKeyChangeNothing) {
+TEST_F(Rows, AreNotUpdatedWithoutAKey) {
   m_pStorage->insert(AnAdapter(1));
   auto row = AnAdapter(1);
   row.name = "changed";
@@ -168,7 +167,7 @@ TEST_F(Rows, WithoutAKeyChangeNothing) {
   EXPECT_EQ(Find(*m_pStorage, 1).at(0).name, "NULL");
 }
 
-TEST_F(Rows, OfOneObjectAreRemoved) {
+TEST_F(Rows, AreRemovedByACondition) {
   m_pStorage->insert(AnAdapter(1));
   m_pStorage->insert(AnAdapter(2));
   m_pStorage->insert(APlugin());

@@ -1,4 +1,4 @@
-// Hosts in separate processes that use one file at the same time.
+// Hosts in separate processes that use the same file concurrently.
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,38 +15,38 @@ namespace {
 class Host {
  public:
   Host() {
-    int orders[2];
-    int answers[2];
-    if (pipe2(orders, O_CLOEXEC) != 0 || pipe2(answers, O_CLOEXEC) != 0) std::abort();
+    int commands[2];
+    int replies[2];
+    if (pipe2(commands, O_CLOEXEC) != 0 || pipe2(replies, O_CLOEXEC) != 0) std::abort();
     m_Process = fork();
     if (m_Process == 0) {
-      dup2(orders[0], STDIN_FILENO);
-      dup2(answers[1], STDOUT_FILENO);
+      dup2(commands[0], STDIN_FILENO);
+      dup2(replies[1], STDOUT_FILENO);
       execl(DATABASE_HOST, DATABASE_HOST, nullptr);
       _exit(127);
     }
-    close(orders[0]);
-    close(answers[1]);
-    m_pOrders = fdopen(orders[1], "w");
-    m_pAnswers = fdopen(answers[0], "r");
+    close(commands[0]);
+    close(replies[1]);
+    m_pCommands = fdopen(commands[1], "w");
+    m_pReplies = fdopen(replies[0], "r");
   }
   ~Host() { End("end"); }
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  void Order(const std::string& order) {
-    std::fputs((order + "\n").c_str(), m_pOrders);
-    std::fflush(m_pOrders);
+  void Send(const std::string& command) {
+    std::fputs((command + "\n").c_str(), m_pCommands);
+    std::fflush(m_pCommands);
   }
-  std::string Answer() {
+  std::string Reply() {
     char line[200] = "";
-    if (std::fgets(line, sizeof line, m_pAnswers) == nullptr) return "gone";
+    if (std::fgets(line, sizeof line, m_pReplies) == nullptr) return "gone";
     const std::string text = line;
     return text.substr(0, text.find('\n'));
   }
-  std::string Do(const std::string& order) {
-    Order(order);
-    return Answer();
+  std::string Run(const std::string& command) {
+    Send(command);
+    return Reply();
   }
 
   void Kill() {
@@ -55,19 +55,19 @@ class Host {
   }
 
  private:
-  void End(const std::string& order) {
+  void End(const std::string& command) {
     if (m_Process < 0) return;
     std::signal(SIGPIPE, SIG_IGN);
-    Order(order);
-    std::fclose(m_pOrders);
+    Send(command);
+    std::fclose(m_pCommands);
     waitpid(m_Process, nullptr, 0);
-    std::fclose(m_pAnswers);
+    std::fclose(m_pReplies);
     m_Process = -1;
   }
 
   pid_t m_Process = -1;
-  std::FILE* m_pOrders = nullptr;
-  std::FILE* m_pAnswers = nullptr;
+  std::FILE* m_pCommands = nullptr;
+  std::FILE* m_pReplies = nullptr;
 };
 
 class SeveralHosts : public HostDatabaseTest {
@@ -83,14 +83,14 @@ class SeveralHosts : public HostDatabaseTest {
       "SELECT ad_name FROM host_adapter_rows WHERE ad_adapter_number = 0";
 };
 
-TEST_F(SeveralHosts, StartedTogetherWriteEachRowOnce) {
+TEST_F(SeveralHosts, WriteEachRowOnceIfTheyStartTogether) {
   for (int round = 0; round < 15; ++round) {
     std::list<Host> hosts(4);
-    for (Host& host : hosts) host.Order("fill 64");
-    for (Host& host : hosts) EXPECT_EQ(host.Answer(), "done");
+    for (Host& host : hosts) host.Send("fill 64");
+    for (Host& host : hosts) EXPECT_EQ(host.Reply(), "done");
     EXPECT_EQ(RowsInFile(), "64");
     EXPECT_EQ(InFile("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
-    for (Host& host : hosts) EXPECT_EQ(host.Do("count"), "64");
+    for (Host& host : hosts) EXPECT_EQ(host.Run("count"), "64");
     while (!hosts.empty()) {
       hosts.pop_front();
       EXPECT_EQ(RowsInFile(), "64");
@@ -98,76 +98,76 @@ TEST_F(SeveralHosts, StartedTogetherWriteEachRowOnce) {
   }
 }
 
-// The last one to end may have started in memory and moved its rows to the file meanwhile.
-TEST_F(SeveralHosts, ThatEndAtOnceLeaveEachRowOnce) {
+// The last one to end may have begun with its rows in memory and moved them to the file.
+TEST_F(SeveralHosts, LeaveEachRowOnceIfTheyEndTogether) {
   for (int round = 0; round < 15; ++round) {
     std::list<Host> hosts(3);
-    for (Host& host : hosts) host.Order("fill 64\nend");
+    for (Host& host : hosts) host.Send("fill 64\nend");
     hosts.clear();
     EXPECT_EQ(RowsInFile(), "64");
     EXPECT_EQ(InFile("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
   }
 }
 
-TEST_F(SeveralHosts, DoNotDisturbTheRowsOfTheFirst) {
+TEST_F(SeveralHosts, DoNotChangeTheRowsOfTheFirst) {
   Host first;
-  EXPECT_EQ(first.Do("fill 3"), "done");
-  EXPECT_EQ(first.Do("name first"), "done");
+  EXPECT_EQ(first.Run("fill 3"), "done");
+  EXPECT_EQ(first.Run("name first"), "done");
   Host second;
-  EXPECT_EQ(second.Do("fill 2"), "done");
-  EXPECT_EQ(second.Do("name second"), "done");
-  EXPECT_EQ(second.Do("count"), "2");
-  EXPECT_EQ(first.Do("count"), "3");
+  EXPECT_EQ(second.Run("fill 2"), "done");
+  EXPECT_EQ(second.Run("name second"), "done");
+  EXPECT_EQ(second.Run("count"), "2");
+  EXPECT_EQ(first.Run("count"), "3");
   EXPECT_EQ(RowsInFile(), "3");
   EXPECT_EQ(InFile(kNames), "first");
 }
 
-TEST_F(SeveralHosts, KnowEachOtherByWhateverNameTheyOpenTheFile) {
+TEST_F(SeveralHosts, ShareALockThroughALinkToTheFile) {
   Host first;
-  EXPECT_EQ(first.Do("fill 3"), "done");
+  EXPECT_EQ(first.Run("fill 3"), "done");
   const auto link = m_Folder.Path() / "link.db";
   std::filesystem::create_symlink(File(), link);
   setenv("CORVANE_DATABASE", link.c_str(), 1);
   Host second;
-  EXPECT_EQ(second.Do("fill 2"), "done");
-  EXPECT_EQ(second.Do("count"), "2");
-  EXPECT_EQ(first.Do("count"), "3");
+  EXPECT_EQ(second.Run("fill 2"), "done");
+  EXPECT_EQ(second.Run("count"), "2");
+  EXPECT_EQ(first.Run("count"), "3");
   EXPECT_EQ(RowsInFile(), "3");
   EXPECT_FALSE(std::filesystem::exists(link.string() + "-host"));
 }
 
-TEST_F(SeveralHosts, PutTheirRowsIntoTheFileWhenTheFirstHasEnded) {
+TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstHasEnded) {
   Host second;
   {
     Host first;
-    EXPECT_EQ(first.Do("fill 3"), "done");
-    EXPECT_EQ(second.Do("fill 2"), "done");
+    EXPECT_EQ(first.Run("fill 3"), "done");
+    EXPECT_EQ(second.Run("fill 2"), "done");
   }
   EXPECT_EQ(RowsInFile(), "3");
-  EXPECT_EQ(second.Do("name second"), "done");
+  EXPECT_EQ(second.Run("name second"), "done");
   EXPECT_EQ(RowsInFile(), "2");
   EXPECT_EQ(InFile(kNames), "second");
   Host third;
-  EXPECT_EQ(third.Do("fill 5"), "done");
+  EXPECT_EQ(third.Run("fill 5"), "done");
   EXPECT_EQ(RowsInFile(), "2");
 }
 
-TEST_F(SeveralHosts, DoSoAlsoWhenItWasKilled) {
+TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstWasKilled) {
   Host first;
   Host second;
-  EXPECT_EQ(first.Do("fill 3"), "done");
-  EXPECT_EQ(second.Do("fill 2"), "done");
+  EXPECT_EQ(first.Run("fill 3"), "done");
+  EXPECT_EQ(second.Run("fill 2"), "done");
   first.Kill();
-  EXPECT_EQ(second.Do("name second"), "done");
+  EXPECT_EQ(second.Run("name second"), "done");
   EXPECT_EQ(RowsInFile(), "2");
 }
 
-TEST_F(SeveralHosts, LeaveNothingBesideTheFile) {
+TEST_F(SeveralHosts, LeaveNoOtherFile) {
   {
     Host first;
     Host second;
-    EXPECT_EQ(first.Do("fill 1"), "done");
-    EXPECT_EQ(second.Do("fill 1"), "done");
+    EXPECT_EQ(first.Run("fill 1"), "done");
+    EXPECT_EQ(second.Run("fill 1"), "done");
   }
   std::vector<std::string> names;
   for (const auto& entry : std::filesystem::directory_iterator(File().parent_path())) {
@@ -176,9 +176,9 @@ TEST_F(SeveralHosts, LeaveNothingBesideTheFile) {
   EXPECT_EQ(names, std::vector<std::string>{"corvane.db"});
 }
 
-TEST_F(SeveralHosts, LogTheirEventsTogether) {
+TEST_F(SeveralHosts, LogTheirEventsToTheSameFile) {
   Host first;
-  EXPECT_EQ(first.Do("fill 1"), "done");
+  EXPECT_EQ(first.Run("fill 1"), "done");
   Use(File().string());
   AppendEvent(PI::CEvent());
   m_pStorage->insert(AnAdapter(7));

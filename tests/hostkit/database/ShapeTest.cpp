@@ -23,8 +23,8 @@ struct Found {
     }
   }
 
-  // The letter of each column's type by the indexes of the fields; "-" for an index that is
-  // missing.
+  // The type letter of each column, from the indexes of the fields; "-" for a missing index and "!"
+  // for a duplicate.
   std::string LettersOfFields() const {
     std::string letters(static_cast<std::size_t>(map->columnCount), '-');
     const auto note = [&](const auto& fields, char letter) {
@@ -57,7 +57,7 @@ struct Found {
 };
 
 template <class Fields>
-bool IndexesRise(const Fields& fields) {
+bool IndexesAscend(const Fields& fields) {
   return std::is_sorted(fields.begin(), fields.end(),
                         [](const auto& a, const auto& b) { return a.index < b.index; });
 }
@@ -77,20 +77,20 @@ struct RowNames {
 
 TYPED_TEST_SUITE(TableShape, RowTypes, RowNames);
 
-TYPED_TEST(TableShape, HasEachColumnOnceAndTablesAndMapsAgree) {
+TYPED_TEST(TableShape, IsTheSameInTablesAndMaps) {
   const Found<TypeParam> found;
   ASSERT_TRUE(found.map && found.table);
   EXPECT_EQ(found.LettersOfFields(), found.LettersOfColumns());
 }
 
-TYPED_TEST(TableShape, HasItsListsInTheOrderOfTheColumns) {
+TYPED_TEST(TableShape, ListsFieldsInColumnOrder) {
   const auto map = Found<TypeParam>().map;
-  EXPECT_TRUE(IndexesRise(map->intFields) && IndexesRise(map->ulongFields) &&
-              IndexesRise(map->stringFields) && IndexesRise(map->listFields) &&
-              IndexesRise(map->doubleFields));
+  EXPECT_TRUE(IndexesAscend(map->intFields) && IndexesAscend(map->ulongFields) &&
+              IndexesAscend(map->stringFields) && IndexesAscend(map->listFields) &&
+              IndexesAscend(map->doubleFields));
 }
 
-TYPED_TEST(TableShape, BeginsWithTheKeyAndTheDatabaseNumbersIt) {
+TYPED_TEST(TableShape, BeginsWithAnAutomaticKey) {
   const Found<TypeParam> found;
   EXPECT_EQ(found.map->intFields.at(0).name, "ID");
   EXPECT_EQ(found.map->intFields.at(0).index, 0);
@@ -103,12 +103,12 @@ TYPED_TEST(TableShape, BeginsWithTheKeyAndTheDatabaseNumbersIt) {
   EXPECT_FALSE(found.table->foreignKeys);
 }
 
-// An unsigned long in the last column would be taken for the key.
-TYPED_TEST(TableShape, EndsInNoUnsignedLong) {
+// The layer would mistake an unsigned long in the last column for the key.
+TYPED_TEST(TableShape, DoesNotEndWithAnUnsignedLong) {
   EXPECT_NE(Found<TypeParam>().LettersOfColumns().back(), 'U');
 }
 
-TYPED_TEST(TableShape, IsThatOfTheFile) {
+TYPED_TEST(TableShape, MatchesTheFile) {
   const Found<TypeParam> found;
   std::string expected;
   const char* const types[] = {"TEXT", "TEXT", "INTEGER", "INTEGER", "REAL"};
@@ -124,7 +124,7 @@ TYPED_TEST(TableShape, IsThatOfTheFile) {
             "1");
 }
 
-TEST(TableNames, AreThree) {
+TEST(TableNames, AreThoseOfThreeTables) {
   EXPECT_EQ(Found<Adapter>().table->name, "host_adapter_rows");
   EXPECT_EQ(Found<PD>().table->name, "host_drive_rows");
   EXPECT_EQ(Found<Plugin>().table->name, "host_plugin_rows");
@@ -133,7 +133,7 @@ TEST(TableNames, AreThree) {
   EXPECT_EQ(Found<Plugin>().map->columnCount, 11);
 }
 
-TEST(TableNames, ColumnsAreNamedAfterTheFields) {
+TEST(TableNames, OfColumnsFollowTheFields) {
   const std::vector<std::string> expected = {"ID",
                                              "pi_api_version",
                                              "pi_object_id",

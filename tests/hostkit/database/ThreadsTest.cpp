@@ -22,13 +22,13 @@ void OnThreads(Work work) {
 
 class Threads : public HostDatabaseTest {};
 
-TEST_F(Threads, GetTheSameStorage) {
+TEST_F(Threads, ShareOneStorage) {
   std::atomic<int> different = 0;
   OnThreads([&](int) { different += getDatabasePointer() == m_pStorage ? 0 : 1; });
   EXPECT_EQ(different, 0);
 }
 
-TEST_F(Threads, RunStatementsAndLogEventsAtOnce) {
+TEST_F(Threads, RunStatementsAndLogEventsConcurrently) {
   OnThreads([&](int number) {
     for (int round = 0; round < kRounds; ++round) {
       m_pStorage->dao->query("INSERT INTO host_adapter_rows (ad_adapter_number) VALUES (" +
@@ -41,7 +41,7 @@ TEST_F(Threads, RunStatementsAndLogEventsAtOnce) {
   EXPECT_EQ(HostKit::ReadEvents(0, 1000).size(), 200U);
 }
 
-TEST_F(Threads, AreNotDisturbedByANewLife) {
+TEST_F(Threads, LogEventsDuringRestarts) {
   OnThreads([&](int number) {
     for (int round = 0; round < kRounds; ++round) {
       if (number == 0) {
@@ -59,7 +59,7 @@ void OpenAndWrite(DatabaseORM::storage_t& storage) {
   storage.dao->query("INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"Skatra\")");
 }
 
-// A plug-in's job may be canceled wherever it is.
+// The job of a plug-in may be canceled at any point.
 void* WriteForever(void* storage) {
   for (;;) {
     OpenAndWrite(*static_cast<DatabaseORM::storage_t*>(storage));
@@ -67,7 +67,7 @@ void* WriteForever(void* storage) {
   }
 }
 
-TEST_F(Threads, ThatAreCanceledInAStatementFinishIt) {
+TEST_F(Threads, FinishAStatementBeforeACancellation) {
   for (int round = 0; round < 20; ++round) {
     pthread_t thread;
     ASSERT_EQ(pthread_create(&thread, nullptr, WriteForever, m_pStorage.get()), 0);

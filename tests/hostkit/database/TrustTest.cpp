@@ -1,5 +1,5 @@
-// A database that another user could have put where the host looks for it. Only root can
-// create a stranger's files, so only root runs most of these tests.
+// A database that another user could have placed where the host looks for it. Most of these tests
+// require root, because they create files of another user.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uid_t kStranger = 65534;
+constexpr uid_t kOtherUser = 65534;
 
 class DatabaseTrust : public HostDatabaseTest {
  protected:
@@ -25,7 +25,7 @@ class DatabaseTrust : public HostDatabaseTest {
     fs::create_directory(m_Shared);
     chmod(m_Shared.c_str(), 01777);
   }
-  void Give(const fs::path& file) { ASSERT_EQ(lchown(file.c_str(), kStranger, kStranger), 0); }
+  void Give(const fs::path& file) { ASSERT_EQ(lchown(file.c_str(), kOtherUser, kOtherUser), 0); }
 
   // The errors of a plug-in's statement and of an event, as one text if they are the same.
   std::string Failure() {
@@ -42,13 +42,13 @@ class DatabaseTrust : public HostDatabaseTest {
   fs::path m_Shared;
 };
 
-TEST_F(DatabaseTrust, IsGivenInTheTemporaryFolder) {
+TEST_F(DatabaseTrust, AcceptsAFolderWithTheStickyBit) {
   Use((m_Shared / "corvane.db").string());
   EXPECT_EQ(Failure(), "");
   EXPECT_TRUE(fs::exists(m_Shared / "corvane.db"));
 }
 
-TEST_F(DatabaseTrust, FollowsOnesOwnLink) {
+TEST_F(DatabaseTrust, FollowsOwnLinks) {
   const auto link = m_Folder.Path() / "link.db";
   fs::create_symlink(File(), link);
   Use(link.string());
@@ -57,15 +57,15 @@ TEST_F(DatabaseTrust, FollowsOnesOwnLink) {
   EXPECT_TRUE(fs::is_symlink(link));
 }
 
-TEST_F(DatabaseTrust, LocksItsRowsForItselfAlone) {
+TEST_F(DatabaseTrust, CreatesALockThatOthersCannotOpen) {
   Use(File().string());
   struct stat status {};
   ASSERT_EQ(stat((File().string() + "-host").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0600U);
 }
 
-// Anyone could hold a lock on what is not a file.
-TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWhereThePlaceOfTheLockIsTaken) {
+// Any user could hold a lock on something that is not a regular file.
+TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWithoutALock) {
   Use(File().string());
   Use(":memory:");
   const std::string lock = File().string() + "-host";
@@ -79,8 +79,8 @@ TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWhereThePlaceOfTheLockIsTaken) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
 }
 
-// For example a copy of it that another user has locked.
-TEST_F(DatabaseTrust, TakesALockAwayThatOthersMayOpen) {
+// Another user could have locked it.
+TEST_F(DatabaseTrust, ReplacesALockThatOthersCanOpen) {
   Use(":memory:");
   const std::string lock = File().string() + "-host";
   WriteText(lock, "");
@@ -99,11 +99,11 @@ TEST_F(DatabaseTrust, TakesALockAwayThatOthersMayOpen) {
 class DatabaseTrustOfRoot : public DatabaseTrust {
  protected:
   void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "only root can make the files of another user";
+    if (geteuid() != 0) GTEST_SKIP() << "only root can create files of another user";
   }
 };
 
-TEST_F(DatabaseTrustOfRoot, IsNotGivenToAStrangersLink) {
+TEST_F(DatabaseTrustOfRoot, RejectsALinkOfAnotherUser) {
   const auto target = m_Folder.Path() / "target";
   WriteText(target, "");
   fs::create_symlink(target, m_Shared / "corvane.db");
@@ -114,7 +114,7 @@ TEST_F(DatabaseTrustOfRoot, IsNotGivenToAStrangersLink) {
   EXPECT_THROW(HostKit::ReadEvents(0, 10), DBEXCEPTION::DatabaseException);
 }
 
-TEST_F(DatabaseTrustOfRoot, IsNotGivenToAStrangersFile) {
+TEST_F(DatabaseTrustOfRoot, RejectsAFileOfAnotherUser) {
   for (const char* suffix : {"", "-wal", "-shm", "-journal", "-host"}) {
     const fs::path planted = (m_Shared / "corvane.db").string() + suffix;
     WriteText(planted, "");
@@ -127,7 +127,7 @@ TEST_F(DatabaseTrustOfRoot, IsNotGivenToAStrangersFile) {
   EXPECT_EQ(Failure(), "");
 }
 
-TEST_F(DatabaseTrustOfRoot, IsNotGivenToAFolderThatOthersMayWrite) {
+TEST_F(DatabaseTrustOfRoot, RejectsAFolderThatOthersCanWrite) {
   const auto folder = m_Folder.Path() / "open";
   fs::create_directory(folder);
   chmod(folder.c_str(), 0777);
@@ -138,15 +138,15 @@ TEST_F(DatabaseTrustOfRoot, IsNotGivenToAFolderThatOthersMayWrite) {
   EXPECT_EQ(Failure(), "");
 }
 
-TEST_F(DatabaseTrustOfRoot, IsGivenToAFileInFoldersThatRootHasMade) {
+TEST_F(DatabaseTrustOfRoot, AcceptsFoldersThatRootCreated) {
   const mode_t before = umask(0);
   Use((m_Folder.Path() / "new" / "newer" / "corvane.db").string());
   umask(before);
   EXPECT_EQ(Failure(), "");
 }
 
-// The name that the user specified is not where the file is.
-TEST_F(DatabaseTrustOfRoot, IsNotKeptOutByALockBesideALink) {
+// The lock is in the folder of the file, not in that of the link.
+TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheFolderOfALink) {
   Use(File().string());
   Use(":memory:");
   const auto link = m_Shared / "link.db";
@@ -162,8 +162,8 @@ TEST_F(DatabaseTrustOfRoot, IsNotKeptOutByALockBesideALink) {
   close(held);
 }
 
-// An ordinary user shares a folder, but not the lock.
-TEST_F(DatabaseTrustOfRoot, TakesNoLockOfAStranger) {
+// An ordinary user may use a folder of another user, but not the lock.
+TEST_F(DatabaseTrustOfRoot, IgnoresALockOfAnotherUser) {
   const auto folder = m_Folder.Path() / "theirs";
   fs::create_directory(folder);
   Give(folder);
@@ -171,7 +171,7 @@ TEST_F(DatabaseTrustOfRoot, TakesNoLockOfAStranger) {
   WriteText(file.string() + "-host", "");
   chmod((file.string() + "-host").c_str(), 0666);
   ASSERT_EQ(chown((file.string() + "-host").c_str(), 1, 1), 0);
-  ASSERT_EQ(seteuid(kStranger), 0);
+  ASSERT_EQ(seteuid(kOtherUser), 0);
   Use(file.string());
   m_pStorage->insert(AnAdapter(1));
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");

@@ -1,4 +1,4 @@
-// Texts that a card may report. The layer above escapes nothing.
+// Texts that a card may report. The layer does not escape them.
 #include <cmath>
 #include <string>
 
@@ -12,7 +12,7 @@ class Values : public HostDatabaseTest {
  protected:
   Values() { m_pStorage->insert(AnAdapter(1)); }
 
-  // The name as read after writing a row with it, or the database's error.
+  // Updates a row with the name. Returns the name that is read back, or "(rejected)".
   std::string Updated(const std::string& name) {
     auto row = AnAdapter(1);
     row.id = 1;
@@ -20,7 +20,7 @@ class Values : public HostDatabaseTest {
     try {
       m_pStorage->update(row);
     } catch (const DBEXCEPTION::DatabaseException&) {
-      return "(refused)";
+      return "(rejected)";
     }
     return Find(*m_pStorage, 1).at(0).name;
   }
@@ -31,16 +31,16 @@ class Values : public HostDatabaseTest {
     try {
       m_pStorage->insert(row);
     } catch (const DBEXCEPTION::DatabaseException&) {
-      return "(refused)";
+      return "(rejected)";
     }
     return Find(*m_pStorage, 2).at(0).name;
   }
 };
 
-TEST_F(Values, OfManyKindsComeBackAsTheyAre) {
+TEST_F(Values, AreReadAsTheyWereWritten) {
   for (const std::string& text :
        {std::string("o'hara"), std::string("a?b"), std::string("Größe 容量 \xF0\x9F\x92\xBE"),
-        std::string("line\nline\ttab\\"), std::string("%s %d"), std::string("-- no comment"),
+        std::string("line\nline\ttab\\"), std::string("%s %d"), std::string("-- not a comment"),
         std::string("; DROP TABLE host_adapter_rows;"), std::string("  "), std::string("true"),
         std::string("\xFF\xFE not UTF-8"), std::string("null"), std::string("42"),
         std::string(1'000'000, 'x')}) {
@@ -48,22 +48,22 @@ TEST_F(Values, OfManyKindsComeBackAsTheyAre) {
   }
 }
 
-TEST_F(Values, OfTheTextNullAreAbsent) {
+TEST_F(Values, AreNullIfTheTextIsNull) {
   EXPECT_EQ(Updated("NULL"), "NULL");
   EXPECT_EQ(Query("SELECT ad_name IS NULL FROM host_adapter_rows"), std::vector<std::string>{"1"});
 }
 
-TEST_F(Values, WithADoubleQuoteAreRefused) {
+TEST_F(Values, WithADoubleQuoteAreRejected) {
   for (const char* text : {"\"", "12\" shelf", "a\"b\"c", "ends in\""}) {
-    EXPECT_EQ(Updated(text), "(refused)") << text;
-    EXPECT_EQ(Inserted(text), "(refused)") << text;
+    EXPECT_EQ(Updated(text), "(rejected)") << text;
+    EXPECT_EQ(Inserted(text), "(rejected)") << text;
   }
   EXPECT_EQ(Updated("the next one"), "the next one");
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// SQL reads two quotes in a text as one, and texts around an operator as an expression.
-TEST_F(Values, WithDoubleQuotesInPairsComeBackAsOthers) {
+// SQL reads two quotes in a text as one, and evaluates an operator between two texts.
+TEST_F(Values, WithPairsOfDoubleQuotesChange) {
   struct Case {
     const char* text;
     const char* stored;
@@ -76,7 +76,7 @@ TEST_F(Values, WithDoubleQuotesInPairsComeBackAsOthers) {
   }
 }
 
-TEST_F(Values, WithSingleQuotesInPairsFindOthers) {
+TEST_F(Values, WithPairsOfSingleQuotesMatchOneQuote) {
   using DatabaseORM::is_equal;
   auto row = AnAdapter(3);
   row.serialNumber = "o'hara";
@@ -87,15 +87,15 @@ TEST_F(Values, WithSingleQuotesInPairsFindOthers) {
   EXPECT_EQ(found[0].serialNumber, "o'hara");
 }
 
-TEST_F(Values, WithASingleQuoteAreNotLookedFor) {
+TEST_F(Values, WithASingleQuoteCannotBeQueried) {
   using DatabaseORM::is_equal;
   EXPECT_THROW(m_pStorage->get_all<PD>(DatabaseORM::where(is_equal(&PD::serialNumber, "o'hara") and
                                                           is_equal(&PD::hostName, "localhost"))),
                DBEXCEPTION::DatabaseException);
 }
 
-// An update takes the name of a column for the column; an insert does not.
-TEST_F(Values, OfAColumnsNameAreTakenForTheColumn) {
+// An UPDATE reads the name of a column as the column; an INSERT does not.
+TEST_F(Values, NamedLikeAColumnAreReplacedByItsValue) {
   EXPECT_EQ(Updated("ad_host_name"), "localhost");
   EXPECT_EQ(Updated("AD_Adapter_Number"), "1");
   EXPECT_EQ(Updated("id"), "1");
@@ -103,24 +103,24 @@ TEST_F(Values, OfAColumnsNameAreTakenForTheColumn) {
   EXPECT_EQ(Inserted("ad_host_name"), "ad_host_name");
 }
 
-TEST_F(Values, OfATablesNameAreTexts) {
+TEST_F(Values, NamedLikeATableAreKept) {
   EXPECT_EQ(Updated("host_adapter_rows"), "host_adapter_rows");
   EXPECT_EQ(Updated("ad"), "ad");
 }
 
-// Such a text can read and change rows, but nothing outside their tables.
-TEST_F(Values, ThatBreakOutOfTheirQuotesAreStatements) {
+// Injected SQL can read and change rows, but nothing outside their tables.
+TEST_F(Values, ThatBreakOutOfTheirQuotesAreConfined) {
   const auto other = m_Folder.Path() / "other.db";
   EXPECT_EQ(Updated("x\" WHERE 0; DELETE FROM host_adapter_rows WHERE ID = 5; --"), "NULL");
-  EXPECT_EQ(Updated("x\" WHERE 0; ATTACH '" + other.string() + "' AS o; --"), "(refused)");
+  EXPECT_EQ(Updated("x\" WHERE 0; ATTACH '" + other.string() + "' AS o; --"), "(rejected)");
   EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST_F(Values, WithANulAreRefused) {
-  EXPECT_EQ(Updated(std::string("a\0b", 3)), "(refused)");
+TEST_F(Values, WithANulAreRejected) {
+  EXPECT_EQ(Updated(std::string("a\0b", 3)), "(rejected)");
 }
 
-TEST_F(Values, OfListsAreCutAtQuestionMarks) {
+TEST_F(Values, InListsAreSplitAtQuestionMarks) {
   auto row = AnAdapter(1);
   row.id = 1;
   row.statusReasonNames = {"a?b", "", "c"};
@@ -128,7 +128,7 @@ TEST_F(Values, OfListsAreCutAtQuestionMarks) {
   EXPECT_EQ(Find(*m_pStorage, 1).at(0).statusReasonNames, (string_list{"a", "b", "c"}));
 }
 
-TEST_F(Values, ThatAreNoNumbersAreRefused) {
+TEST_F(Values, ThatAreNotFiniteAreRejected) {
   PD drive;
   drive.objectId = 1;
   for (const double value : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {

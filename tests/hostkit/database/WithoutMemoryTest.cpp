@@ -1,4 +1,4 @@
-// Memory that runs out while the host's own log is written.
+// Memory shortages in the host's log and in the statements of plug-ins.
 #include <new>
 #include <stdexcept>
 #include <vector>
@@ -16,7 +16,7 @@ using CorvaneTest::Shortage;
 
 class WithoutMemory : public HostDatabaseTest {};
 
-TEST_F(WithoutMemory, NoOneIsKeptOut) {
+TEST_F(WithoutMemory, AFailedEventReleasesTheFile) {
   const std::vector<HostKit::LoggedEvent> events = {HostKit::WordEvent(PI::CEvent())};
   int failures = 0;
   for (bool done = false; !done;) {
@@ -34,8 +34,8 @@ TEST_F(WithoutMemory, NoOneIsKeptOut) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// The layer above catches the database's exception and no other.
-TEST_F(WithoutMemory, AStatementFailsWithTheLayersException) {
+// The layer catches only the database's exception.
+TEST_F(WithoutMemory, AStatementFailsWithADatabaseException) {
   const std::string sql =
       "DELETE FROM host_plugin_rows;"
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"a text that is long\");"
@@ -59,8 +59,8 @@ TEST_F(WithoutMemory, AStatementFailsWithTheLayersException) {
   EXPECT_GT(failures, 5);
 }
 
-// A failure of another kind has a text of any length, which must be copied.
-TEST_F(WithoutMemory, SoDoesAFailureWithALongText) {
+// Other failures have a text of any length, which must be copied.
+TEST_F(WithoutMemory, AnotherFailureBecomesADatabaseException) {
   const std::runtime_error failure(std::string(1000, 'x'));
   for (const bool hasMemory : {true, false}) {
     std::string text;

@@ -4,9 +4,9 @@
 
 namespace {
 
-class Lives : public HostDatabaseTest {
+class Restarts : public HostDatabaseTest {
  protected:
-  void WriteARowOfEachKind() {
+  void WriteRowOfEachKind() {
     m_pStorage->insert(AnAdapter(1));
     RaidDataModels::PD drive;
     drive.objectId = 2;
@@ -16,8 +16,8 @@ class Lives : public HostDatabaseTest {
   }
 };
 
-TEST_F(Lives, RowsOfAnEarlierOneAreClearedAndItsEventsKept) {
-  WriteARowOfEachKind();
+TEST_F(Restarts, ClearTheRowsAndKeepTheEvents) {
+  WriteRowOfEachKind();
   EXPECT_EQ(Counts(), "adapters 1 drives 1 plugins 1");
   Restart();
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
@@ -25,13 +25,13 @@ TEST_F(Lives, RowsOfAnEarlierOneAreClearedAndItsEventsKept) {
   EXPECT_EQ(m_pStorage->insert(AnAdapter(1)), 1);
 }
 
-TEST_F(Lives, RowsAreClearedBeforeTheFirstStatement) {
-  WriteARowOfEachKind();
+TEST_F(Restarts, ClearTheRowsBeforeTheFirstStatement) {
+  WriteRowOfEachKind();
   Restart();
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "0");
 }
 
-TEST_F(Lives, ThePointerIsTheSameInAll) {
+TEST_F(Restarts, KeepTheStoragePointer) {
   const auto before = getDatabasePointer();
   Restart();
   EXPECT_EQ(getDatabasePointer(), before);
@@ -39,30 +39,30 @@ TEST_F(Lives, ThePointerIsTheSameInAll) {
   EXPECT_EQ(getDatabasePointer()->modelMaps.size(), 3U);
 }
 
-TEST_F(Lives, TheFileAndItsFoldersAreMade) {
+TEST_F(Restarts, CreateTheFileAndItsFolders) {
   const auto file = m_Folder.Path() / "a" / "b" / "c.db";
   Use(file.string());
   EXPECT_TRUE(std::filesystem::exists(file));
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
 }
 
-TEST_F(Lives, EachFileHasItsOwnRows) {
-  WriteARowOfEachKind();
+TEST_F(Restarts, KeepTheRowsOfOtherFiles) {
+  WriteRowOfEachKind();
   Use((m_Folder.Path() / "other.db").string());
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
 }
 
-TEST_F(Lives, WithoutAFileEndWithEverything) {
+TEST_F(Restarts, LoseEverythingWithoutAFile) {
   Use(":memory:");
-  WriteARowOfEachKind();
+  WriteRowOfEachKind();
   EXPECT_EQ(Counts(), "adapters 1 drives 1 plugins 1");
   Restart();
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 0U);
   EXPECT_FALSE(std::filesystem::exists(":memory:"));
 }
 
-TEST_F(Lives, ANameInTheFormOfAnAddressIsAName) {
+TEST_F(Restarts, TreatAUriAsAFileName) {
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(m_Folder.Path());
   Use("file:x.db?mode=memory");
@@ -70,8 +70,8 @@ TEST_F(Lives, ANameInTheFormOfAnAddressIsAName) {
   EXPECT_TRUE(std::filesystem::exists(m_Folder.Path() / "file:x.db?mode=memory"));
 }
 
-TEST_F(Lives, TablesOfAnotherVersionAreRecreated) {
-  WriteARowOfEachKind();
+TEST_F(Restarts, RecreateTheTablesOfAnotherVersion) {
+  WriteRowOfEachKind();
   Use(":memory:");
   OtherProgram(File()).Run(
       "DROP TABLE host_plugin_rows; CREATE TABLE host_plugin_rows (ID INTEGER PRIMARY KEY, pi_old);"
