@@ -8,7 +8,7 @@ namespace {
 
 std::string g_Steps;
 
-// Not instrumented: a cancellation unwinds the stack without clearing the sanitizer's marks on it.
+// Not instrumented, because a cancellation unwinds the stack without clearing sanitizer marks.
 [[gnu::no_sanitize_address]] void* CancelOneself(void*) {
   pthread_cancel(pthread_self());
   {

@@ -30,7 +30,7 @@ TEST(Descriptor, IsClosedWithItsOwner) {
   EXPECT_FALSE(IsOpen(number));
 }
 
-TEST(Descriptor, MovesItsNumber) {
+TEST(Descriptor, HandsOverItsNumberWhenMoved) {
   Base::Descriptor first = OpenNull();
   const int number = first.Get();
   Base::Descriptor second(std::move(first));
@@ -66,7 +66,7 @@ TEST(Descriptor, IsClosedOnExec) {
   EXPECT_EQ(FD_CLOEXEC, fcntl(OpenNull().Get(), F_GETFD));
 }
 
-// In a process of its own, which starts without standard streams.
+// In a separate process, which starts without standard streams.
 TEST(Descriptor, NeverTakesTheNumberOfAStandardStream) {
   const pid_t child = fork();
   if (child == 0) {
@@ -87,7 +87,7 @@ TEST(WriteAll, ReportsTheError) {
   EXPECT_EQ(0, Base::WriteAll(full, ""));
 }
 
-TEST(WriteAll, WritesMoreThanOneCallTakes) {
+TEST(WriteAll, WritesMoreThanOneCallAccepts) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
   const Base::Descriptor out(ends[0]);
@@ -153,7 +153,7 @@ TEST(Discard, DropsWhatIsWritten) {
   EXPECT_EQ("", text);
 }
 
-TEST(ErrorOfReading, IsThatOfOpening) {
+TEST(ErrorOfReading, IsTheErrorOfOpening) {
   EXPECT_EQ(0, Base::ErrorOfReading("/dev/null"));
   EXPECT_EQ(ENOENT, Base::ErrorOfReading("/no/such/file"));
   EXPECT_EQ(ENOTDIR, Base::ErrorOfReading("/dev/null/file"));

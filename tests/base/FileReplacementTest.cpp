@@ -74,7 +74,7 @@ TEST_F(Replacing, RemovesADraftThatIsNotInstalled) {
   EXPECT_EQ("old", ReadText(Target()));
 }
 
-TEST_F(Replacing, RemovesALeftoverOfAFixedNameAndFollowsNoLink) {
+TEST_F(Replacing, ReplacesALeftoverDraftAndDoesNotFollowLinks) {
   const auto victim = m_Folder.Path() / "victim";
   WriteText(victim, "precious");
   std::filesystem::create_symlink(victim, m_Folder.Path() / "draft");
@@ -87,7 +87,7 @@ TEST_F(Replacing, RemovesALeftoverOfAFixedNameAndFollowsNoLink) {
   EXPECT_EQ("file victim", Names());
 }
 
-TEST_F(Replacing, CreatesTheDraftWithTheModeThatIsAskedFor) {
+TEST_F(Replacing, CreatesTheDraftWithTheRequestedMode) {
   Base::FileReplacement replacement(Folder(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0640));
   struct stat status {};
@@ -95,7 +95,7 @@ TEST_F(Replacing, CreatesTheDraftWithTheModeThatIsAskedFor) {
   EXPECT_EQ(0640U, status.st_mode & 07777);
 }
 
-TEST_F(Replacing, HandsOverTheNewFile) {
+TEST_F(Replacing, ReturnsTheNewFile) {
   Base::FileReplacement replacement(Folder(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
   ASSERT_EQ(0, replacement.Write("new"));
@@ -106,7 +106,7 @@ TEST_F(Replacing, HandsOverTheNewFile) {
   EXPECT_STREQ("new", text);
 }
 
-TEST_F(Replacing, ReportsAFolderInTheTargetsPlace) {
+TEST_F(Replacing, ReportsAFolderInPlaceOfTheTarget) {
   std::filesystem::remove(Target());
   std::filesystem::create_directory(Target());
   {
@@ -125,7 +125,7 @@ TEST_F(Replacing, ReportsAMissingFolder) {
   EXPECT_EQ(ENOENT, replacement.OpenDraft("draft", 0600));
 }
 
-// In a process of its own, whose files may not grow.
+// In a separate process, whose file size is limited.
 TEST_F(Replacing, LeavesTheOldFileWhenTheDiskIsFull) {
   const pid_t child = fork();
   if (child == 0) {

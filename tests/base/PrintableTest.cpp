@@ -16,7 +16,7 @@ struct Case {
   std::string m_Json;
 };
 
-// Both sides of each limit of what could move a cursor or turn the order of letters around.
+// Both sides of each limit of the ranges that could move a cursor or reverse the text direction.
 const std::vector<Case> kCases = {
     {std::string(1, '\0'), "\\x00", "\\u0000"},
     {"\x1f", "\\x1f", "\\u001f"},
@@ -48,18 +48,18 @@ const std::vector<Case> kCases = {
     {"a\x1b[31m\u00e9\\", "a\\x1b[31m\u00e9\\", "a\\u001b[31m\u00e9\\"},
 };
 
-TEST(Printable, EscapesWhatATerminalMayTakeForACommand) {
+TEST(Printable, EscapesCharactersThatATerminalInterprets) {
   for (const Case& each : kCases) {
     EXPECT_EQ(each.m_Visible, Printable(each.m_Text));
     EXPECT_EQ(each.m_Json, PrintableJson(each.m_Text)) << each.m_Visible;
   }
 }
 
-TEST(Printable, LeavesWhatItHasEscaped) {
+TEST(Printable, DoesNotChangeEscapedText) {
   for (const Case& each : kCases) EXPECT_EQ(each.m_Visible, Printable(each.m_Visible));
 }
 
-// Among them overlong forms of an escape character, a surrogate, and letters that are cut short.
+// Including overlong forms of an escape character, a surrogate, and truncated characters.
 TEST(Printable, EscapesBytesThatAreNotUtf8) {
   EXPECT_EQ("bad\\xffutf", Printable("bad\xff"
                                      "utf"));
@@ -73,7 +73,7 @@ TEST(Printable, EscapesBytesThatAreNotUtf8) {
   EXPECT_EQ("\\xe2\\x80z", Printable("\xe2\x80z"));
 }
 
-TEST(Printable, LeavesTheLinesOfADocument) {
+TEST(Printable, KeepsTheLineBreaksOfADocument) {
   EXPECT_EQ("{\n  \"a\": \"\\u202e\"\n}\n", PrintableJson("{\n  \"a\": \"\u202e\"\n}\n"));
 }
 

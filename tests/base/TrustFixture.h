@@ -1,4 +1,4 @@
-// Files, links and folders of this user and of others, in a folder of the test's own.
+// Files, links and folders of this user and of others, in a temporary folder.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,13 +10,13 @@
 #include "tests/support/AccessList.h"
 #include "tests/support/Temporary.h"
 
-constexpr uid_t kStranger = 65534;
+constexpr uid_t kOtherUser = 65534;
 
 inline bool IsRoot() {
   return geteuid() == 0;
 }
 
-// As long as it lives, the process has the rights of an ordinary user.
+// The process has the rights of an ordinary user until this is destroyed.
 class AsUser {
  public:
   explicit AsUser(uid_t user) {
@@ -36,7 +36,7 @@ class TrustFixture : public testing::Test {
   TrustFixture() { chmod(m_Folder.Path().c_str(), 0755); }
 
   static void SkipUnlessRoot() {
-    if (!IsRoot()) GTEST_SKIP() << "only root can create the files of another user";
+    if (!IsRoot()) GTEST_SKIP() << "only root can create files of another user";
   }
 
   Path Folder(const std::string& name, mode_t mode) const {
@@ -54,12 +54,12 @@ class TrustFixture : public testing::Test {
     std::filesystem::create_symlink(target, link);
     return link;
   }
-  static Path Give(const Path& file, uid_t user = kStranger) {
+  static Path Give(const Path& file, uid_t user = kOtherUser) {
     EXPECT_EQ(lchown(file.c_str(), user, user), 0);
     return file;
   }
 
-  // An objection without the folder of the test.
+  // Removes the temporary folder from an objection.
   std::string WithoutRoot(const std::string& objection) const {
     const std::string prefix = m_Folder.Path().string() + "/";
     return objection.rfind(prefix, 0) == 0 ? objection.substr(prefix.size()) : objection;

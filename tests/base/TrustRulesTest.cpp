@@ -31,22 +31,22 @@ const FolderRule kFolders[] = {
     {"root's own", 0755, kRoot, 0, kRoot, ""},
     {"root's group may write", 0775, kRoot, 0, kRoot, ""},
     {"another group may write", 0775, kRoot, 1000, kRoot, kOthers},
-    {"everyone may write", 0777, kRoot, 0, kRoot, kOthers},
+    {"all may write", 0777, kRoot, 0, kRoot, kOthers},
     {"sticky", 01777, kRoot, 0, kRoot, ""},
     {"sticky for a group", 01775, kRoot, 1000, kRoot, ""},
     {"a user's, for root", 0700, kAnn, 1000, kRoot, "belongs to uid 1000"},
     {"a user's, for the user", 0777, kAnn, 1000, kAnn, ""},
-    {"a stranger's, for a user", 0777, kBob, 1001, kAnn, ""},
+    {"another user's, for a user", 0777, kBob, 1001, kAnn, ""},
 };
 
-TEST(TrustRules, JudgeFolders) {
+TEST(TrustRules, CheckFolders) {
   for (const FolderRule& each : kFolders) {
     const auto folder = Entry(S_IFDIR | each.m_Mode, each.m_Owner, each.m_Group);
     EXPECT_EQ(each.m_Objection, Base::ObjectionToFolder(folder, each.m_User)) << each.m_Name;
   }
 }
 
-TEST(TrustRules, JudgeLinksByTheirOwnerInAnOpenFolder) {
+TEST(TrustRules, CheckTheOwnersOfLinksInOpenFolders) {
   const auto anns = Entry(S_IFLNK | 0777, kAnn);
   EXPECT_EQ("", Base::ObjectionToWay(true, anns, kAnn));
   EXPECT_EQ("belongs to uid 1000", Base::ObjectionToWay(true, anns, kBob));
@@ -76,15 +76,15 @@ const FileRule kFiles[] = {
     {"the user's, open folder", true, S_IFREG | 0666, kAnn, 1, kAnn, ""},
     {"the user's, two names", true, S_IFREG | 0644, kAnn, 2, kAnn, "has a second hard link"},
     {"root's, for a user", true, S_IFREG | 0644, kRoot, 1, kAnn, ""},
-    {"a stranger's, open folder", true, S_IFREG | 0644, kBob, 1, kAnn, "belongs to uid 1001"},
-    {"a stranger's, closed folder", false, S_IFREG | 0666, kBob, 1, kAnn, ""},
+    {"another user's, open folder", true, S_IFREG | 0644, kBob, 1, kAnn, "belongs to uid 1001"},
+    {"another user's, closed folder", false, S_IFREG | 0666, kBob, 1, kAnn, ""},
     {"a device", true, S_IFCHR | 0666, kBob, 1, kRoot, ""},
     {"a disk", true, S_IFBLK | 0666, kBob, 1, kRoot, ""},
     {"a folder has many names", true, S_IFDIR | 0777, kRoot, 3, kRoot, ""},
-    {"a stranger's folder", true, S_IFDIR | 0755, kBob, 2, kRoot, "belongs to uid 1001"},
+    {"another user's folder", true, S_IFDIR | 0755, kBob, 2, kRoot, "belongs to uid 1001"},
 };
 
-TEST(TrustRules, JudgeFiles) {
+TEST(TrustRules, CheckFiles) {
   for (const FileRule& each : kFiles) {
     const auto file = Entry(each.m_Mode, each.m_Owner, 1000, each.m_Names);
     EXPECT_EQ(each.m_Objection, Base::ObjectionToFile(each.m_IsInOpenFolder, file, each.m_User))
@@ -105,8 +105,8 @@ const CodeRule kCode[] = {
     {"root's, for a user", S_IFREG | 0755, kRoot, 0, kAnn, ""},
     {"a user's own", S_IFREG | 0755, kAnn, 1000, kAnn, ""},
     {"a user's, for root", S_IFREG | 0755, kAnn, 1000, kRoot, "belongs to uid 1000"},
-    {"a stranger's, for a user", S_IFREG | 0755, kBob, 1001, kAnn, "belongs to uid 1001"},
-    {"everyone may write", S_IFREG | 0757, kAnn, 1000, kAnn, kOthers},
+    {"another user's, for a user", S_IFREG | 0755, kBob, 1001, kAnn, "belongs to uid 1001"},
+    {"all may write", S_IFREG | 0757, kAnn, 1000, kAnn, kOthers},
     {"a user's group may write", S_IFREG | 0775, kAnn, 1000, kAnn, ""},
     {"a group may write root's", S_IFREG | 0775, kRoot, 1000, kRoot, kOthers},
     {"an open folder", S_IFDIR | 0777, kAnn, 1000, kAnn, kOthers},
@@ -114,14 +114,14 @@ const CodeRule kCode[] = {
     {"a device", S_IFCHR | 0666, kRoot, 0, kAnn, ""},
 };
 
-TEST(TrustRules, JudgeCodeForEveryUserAsStrictlyAsForRoot) {
+TEST(TrustRules, CheckCodeForEveryUserAsStrictlyAsForRoot) {
   for (const CodeRule& each : kCode) {
     const auto code = Entry(each.m_Mode, each.m_Owner, each.m_Group);
     EXPECT_EQ(each.m_Objection, Base::ObjectionToCode(code, each.m_User)) << each.m_Name;
   }
 }
 
-TEST(TrustRules, WhatRootCreatesIsClosedToOthers) {
+TEST(TrustRules, LetRootCreateFilesThatOthersCannotWrite) {
   EXPECT_EQ(0644U, Base::NewFileMode(kRoot));
   EXPECT_EQ(0755U, Base::NewFolderMode(kRoot));
   EXPECT_EQ(0666U, Base::NewFileMode(kAnn));

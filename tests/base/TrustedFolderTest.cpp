@@ -1,4 +1,4 @@
-// The way to a folder, with links and folders of this user and of others on it.
+// Opening a folder whose path has links and folders of this user and of others.
 #include <cerrno>
 
 #include "base/TrustedFolder.h"
@@ -8,9 +8,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Way : public TrustFixture {
+class TrustedFolder : public TrustFixture {
  protected:
-  // Where the descriptor leads, and the name in it: "own/file", "error 2", or the objection.
+  // The opened folder and the name in it, such as "own/file"; "error 2"; or the objection.
   std::string Reached(const Base::TrustedFolder& found) const {
     if (!found.m_Objection.empty()) return WithoutRoot(found.m_Objection);
     if (found.m_Error != 0) return "error " + std::to_string(found.m_Error);
@@ -29,7 +29,7 @@ const std::string kMissing = "error " + std::to_string(ENOENT);
 constexpr Base::FolderOfOptions kCreating = {true, false};
 constexpr Base::FolderOfOptions kStrict = {false, true};
 
-TEST_F(Way, FollowsLinksToTheFolder) {
+TEST_F(TrustedFolder, FollowsLinksToTheFolder) {
   const auto own = Folder("own", 0700);
   Link(own, m_Folder.Path() / "absolute");
   Link("absolute/../own/.", m_Folder.Path() / "relative");
@@ -40,7 +40,7 @@ TEST_F(Way, FollowsLinksToTheFolder) {
   EXPECT_EQ("own/.", ToFile(own.string() + "/"));
 }
 
-TEST_F(Way, StartsARelativePathAtTheCurrentFolder) {
+TEST_F(TrustedFolder, ResolvesARelativePathFromTheCurrentFolder) {
   Folder("own", 0700);
   const auto before = fs::current_path();
   fs::current_path(m_Folder.Path());
@@ -50,7 +50,7 @@ TEST_F(Way, StartsARelativePathAtTheCurrentFolder) {
   fs::current_path(before);
 }
 
-TEST_F(Way, EndsWithTheErrorOfItsStep) {
+TEST_F(TrustedFolder, ReturnsTheErrorOfAPathComponent) {
   const auto own = Folder("own", 0700);
   EXPECT_EQ(kMissing, ToFolder(own / "missing"));
   EXPECT_EQ(kMissing, ToFile(own / "missing" / "file"));
@@ -60,7 +60,7 @@ TEST_F(Way, EndsWithTheErrorOfItsStep) {
   EXPECT_FALSE(Base::OpenFolderOf(own / "missing" / "file").m_Folder.IsOpen());
 }
 
-TEST_F(Way, CreatesMissingFoldersOnRequest) {
+TEST_F(TrustedFolder, CreatesMissingFoldersOnRequest) {
   const auto file = m_Folder.Path() / "new" / "newer" / "file";
   EXPECT_EQ(kMissing, ToFile(file));
   EXPECT_EQ("new/newer/file", ToFile(file, kCreating));
@@ -72,17 +72,17 @@ TEST_F(Way, CreatesMissingFoldersOnRequest) {
   EXPECT_EQ((IsRoot() ? 0755U : 0777U) & ~mask, status.st_mode & 0777);
 }
 
-TEST_F(Way, KnowsWhetherOthersMayWriteTheFolder) {
+TEST_F(TrustedFolder, ReportsWhetherOthersCanWriteTheFolder) {
   EXPECT_TRUE(Base::OpenFolderOf(Folder("shared", 01777) / "file").m_IsOpen);
   EXPECT_FALSE(Base::OpenFolderOf(Folder("own", 0700) / "file").m_IsOpen);
 }
 
-class WayOfRoot : public Way {
+class TrustedFolderAsRoot : public TrustedFolder {
  protected:
   void SetUp() override { SkipUnlessRoot(); }
 };
 
-TEST_F(WayOfRoot, TakesNothingFromAFolderThatOthersMayWrite) {
+TEST_F(TrustedFolderAsRoot, RejectsPathsThroughAFolderThatOthersCanWrite) {
   const auto open = Folder("open", 0777);
   Folder("open/below", 0755);
   EXPECT_EQ("open can be written by other users", ToFile(open / "file"));
@@ -91,19 +91,19 @@ TEST_F(WayOfRoot, TakesNothingFromAFolderThatOthersMayWrite) {
   EXPECT_EQ("open can be written by other users", ToFolder(open / "below"));
 }
 
-// Whoever opens it judges what is done in it.
-TEST_F(WayOfRoot, TakesNothingFromAFolderWithAnAccessListForOthers) {
+TEST_F(TrustedFolderAsRoot, RejectsAFolderThatAnAccessListLetsOthersWrite) {
   const auto shared = Folder("shared", 0755);
   if (!ShareByAccessList(shared)) GTEST_SKIP() << "the file system has no access lists";
   EXPECT_EQ("shared can be written by other users", ToFile(shared / "file"));
 }
 
-TEST_F(WayOfRoot, DoesNotJudgeTheFolderItself) {
+// The caller decides whether it may use the folder.
+TEST_F(TrustedFolderAsRoot, DoesNotCheckTheFolderItself) {
   EXPECT_EQ("open/", ToFolder(Folder("open", 0777)));
   EXPECT_EQ("theirs/", ToFolder(Give(Folder("theirs", 0755))));
 }
 
-TEST_F(WayOfRoot, NamesTheFolderThatItObjectsTo) {
+TEST_F(TrustedFolderAsRoot, ReportsTheRejectedFolder) {
   const auto theirs = Give(Folder("theirs", 0755));
   EXPECT_EQ("theirs belongs to uid 65534", ToFile(theirs / "file"));
   EXPECT_EQ("theirs belongs to uid 65534",
@@ -111,14 +111,14 @@ TEST_F(WayOfRoot, NamesTheFolderThatItObjectsTo) {
   EXPECT_EQ("theirs belongs to uid 65534", ToFile(Link(theirs, m_Folder.Path() / "link") / "file"));
 }
 
-TEST_F(WayOfRoot, FollowsNoLinkOfAStrangerInASharedFolder) {
+TEST_F(TrustedFolderAsRoot, RejectsALinkOfAnotherUserInASharedFolder) {
   const auto own = Folder("own", 0755);
   const auto link = Give(Link(own, Folder("shared", 01777) / "link"));
   EXPECT_EQ("shared/link belongs to uid 65534", ToFile(link / "file"));
   EXPECT_EQ("shared/link belongs to uid 65534", ToFolder(link));
 }
 
-TEST_F(WayOfRoot, RefusesAStrangersLinkInAClosedFolderOnRequest) {
+TEST_F(TrustedFolderAsRoot, RejectsALinkOfAnotherUserInAClosedFolderOnRequest) {
   const auto own = Folder("own", 0755);
   const auto link = Give(Link(own, m_Folder.Path() / "link"));
   EXPECT_EQ("own/file", ToFile(link / "file"));

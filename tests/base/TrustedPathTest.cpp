@@ -1,5 +1,5 @@
-// What another user could have put there. Only root can create a stranger's files, so an ordinary
-// user runs only some of these tests.
+// Paths with files, links and folders that another user could have placed there. Some tests require
+// root, because they create files of another user.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Trust : public TrustFixture {
+class TrustedPath : public TrustFixture {
  protected:
   std::string Why(const fs::path& file) const {
     return WithoutRoot(Base::ResolveTrusted(file).m_Objection);
@@ -21,7 +21,7 @@ class Trust : public TrustFixture {
   }
 };
 
-TEST_F(Trust, IsGivenToOnesOwnFilesAndLinks) {
+TEST_F(TrustedPath, AcceptsOwnFilesAndLinks) {
   const auto own = Folder("own", 0700);
   EXPECT_EQ(Why(File(own / "file")), "");
   EXPECT_EQ(Why(own / "missing"), "");
@@ -36,7 +36,7 @@ TEST_F(Trust, IsGivenToOnesOwnFilesAndLinks) {
   EXPECT_EQ(Resolved("//" + (own / "file").string()), (own / "file").string());
 }
 
-TEST_F(Trust, IsGivenToOnesOwnFilesInTheTemporaryFolder) {
+TEST_F(TrustedPath, AcceptsOwnFilesInASharedFolder) {
   const auto shared = Folder("shared", 01777);
   EXPECT_EQ(Why(File(shared / "file")), "");
   EXPECT_EQ(Why(shared / "missing"), "");
@@ -44,15 +44,15 @@ TEST_F(Trust, IsGivenToOnesOwnFilesInTheTemporaryFolder) {
   EXPECT_EQ(Why(Folder("shared/own", 0700) / "file"), "");
 }
 
-TEST_F(Trust, IsGivenToDevicesAndOpenDescriptors) {
+TEST_F(TrustedPath, AcceptsDevicesAndOpenDescriptors) {
   for (const char* file : {"/dev/null", "/dev/stderr", "/proc/self/fd/2", "/dev/full"}) {
     EXPECT_EQ(Why(file), "") << file;
   }
   EXPECT_EQ(Resolved("/dev/stderr"), "/proc/self/fd/2");
 }
 
-// Opening it fails anyhow, and says why.
-TEST_F(Trust, GivesRootNoWayThatCannotBeGone) {
+// For an ordinary user, opening the file reports the error.
+TEST_F(TrustedPath, RejectsPathsThatRootCannotResolve) {
   const auto own = Folder("own", 0700);
   Link("b", own / "a");
   Link("a", own / "b");
@@ -68,14 +68,14 @@ TEST_F(Trust, GivesRootNoWayThatCannotBeGone) {
   EXPECT_EQ(Resolved(own / name / "file"), (own / name / "file").string());
 }
 
-TEST_F(Trust, FollowsARelativeNameFromTheWorkingDirectory) {
+TEST_F(TrustedPath, ResolvesARelativePathFromTheCurrentFolder) {
   const auto before = fs::current_path();
   fs::current_path(m_Folder.Path());
   EXPECT_EQ(Resolved("own.db"), (m_Folder.Path() / "own.db").string());
   fs::current_path(before);
 }
 
-TEST_F(Trust, IsNotGivenToAFileWithASecondNameInASharedFolder) {
+TEST_F(TrustedPath, RejectsAFileWithASecondHardLinkInASharedFolder) {
   const auto own = Folder("own", 0700);
   const auto shared = Folder("shared", 01777);
   fs::create_hard_link(File(own / "file"), shared / "planted");
@@ -83,7 +83,7 @@ TEST_F(Trust, IsNotGivenToAFileWithASecondNameInASharedFolder) {
   EXPECT_EQ(Why(own / "file"), "");
 }
 
-TEST_F(Trust, JudgesWhatWasOpened) {
+TEST_F(TrustedPath, ChecksTheOpenedFileAgain) {
   const auto shared = Folder("shared", 01777);
   const Base::TrustedPath before = Base::ResolveTrusted(shared / "file");
   EXPECT_EQ(before.m_Objection, "");
@@ -102,20 +102,20 @@ TEST_F(Trust, JudgesWhatWasOpened) {
   EXPECT_EQ(Base::ObjectionToOpened(before, Base::Descriptor()), "");
 }
 
-// Missing folders are made as plain ones, and ".." then leads back to those that are there.
-TEST_F(Trust, GoesBackOutOfMissingFolders) {
+// A missing folder will be created as a folder, not as a link, so ".." leads back to its parent.
+TEST_F(TrustedPath, ResolvesDotDotAfterMissingFolders) {
   const auto own = Folder("own", 0700);
   File(own / "file");
   EXPECT_EQ(Resolved(own / "missing" / ".." / "file"), (own / "file").string());
   EXPECT_EQ(Resolved(own / "missing" / "below" / ".." / "new"), (own / "missing" / "new").string());
 }
 
-class TrustOfRoot : public Trust {
+class TrustedPathAsRoot : public TrustedPath {
  protected:
   void SetUp() override { SkipUnlessRoot(); }
 };
 
-TEST_F(TrustOfRoot, IsNotGivenToAStrangersFileOrLink) {
+TEST_F(TrustedPathAsRoot, RejectsFilesAndLinksOfAnotherUser) {
   const auto shared = Folder("shared", 01777);
   const auto own = Folder("own", 0755);
   File(own / "target");
@@ -128,20 +128,20 @@ TEST_F(TrustOfRoot, IsNotGivenToAStrangersFileOrLink) {
   EXPECT_EQ(Why(Give(File(own / "file"))), "own/file belongs to uid 65534");
 }
 
-TEST_F(TrustOfRoot, IsNotGivenToWhatOthersMayWrite) {
+TEST_F(TrustedPathAsRoot, RejectsFilesAndFoldersThatOthersCanWrite) {
   EXPECT_EQ(Why(Folder("all", 0777) / "file"), "all can be written by other users");
   EXPECT_EQ(Why(File(Folder("own", 0755) / "file", 0666)),
             "own/file can be written by other users");
   const auto group = Folder("group", 0775);
   EXPECT_EQ(Why(group / "file"), "");  // root's own group
-  EXPECT_EQ(chown(group.c_str(), 0, kStranger), 0);
+  EXPECT_EQ(chown(group.c_str(), 0, kOtherUser), 0);
   EXPECT_EQ(Why(group / "file"), "group can be written by other users");
-  // A link into such a folder leads there too.
+  // A path may also reach such a folder through a link.
   EXPECT_EQ(Why(Link(m_Folder.Path() / "all", m_Folder.Path() / "link") / "file"),
             "all can be written by other users");
 }
 
-TEST_F(TrustOfRoot, IsNotGivenToWhatAnAccessListLetsOthersWrite) {
+TEST_F(TrustedPathAsRoot, RejectsFilesThatAnAccessListLetsOthersWrite) {
   const auto shared = Folder("shared", 0755);
   const auto file = File(Folder("own", 0755) / "file");
   const auto link = Link("file", m_Folder.Path() / "own" / "link");
@@ -155,14 +155,14 @@ TEST_F(TrustOfRoot, IsNotGivenToWhatAnAccessListLetsOthersWrite) {
             "own/file can be written by other users");
 }
 
-TEST_F(TrustOfRoot, IsNotGivenByWayOfAMissingFolder) {
+TEST_F(TrustedPathAsRoot, ChecksTheFoldersAfterAMissingOne) {
   Give(Folder("theirs", 0755));
   EXPECT_EQ(Why(Folder("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),
             "theirs belongs to uid 65534");
 }
 
-// The links of /proc lead to folders of anybody, but for those of open descriptors.
-TEST_F(TrustOfRoot, IsNotGivenByWayOfProc) {
+// Links in /proc may lead to a folder of any user.
+TEST_F(TrustedPathAsRoot, ChecksTheFoldersThatProcLinksTo) {
   const auto theirs = Give(Folder("theirs", 0755));
   const auto inside = Folder("theirs/inside", 0755);
   const auto before = fs::current_path();
@@ -176,34 +176,34 @@ TEST_F(TrustOfRoot, IsNotGivenByWayOfProc) {
   close(folder);
 }
 
-TEST_F(TrustOfRoot, AnOrdinaryUserSharesFoldersAndFiles) {
+TEST_F(TrustedPathAsRoot, LetsAnOrdinaryUserShareFoldersAndFiles) {
   const auto theirs = Give(Folder("theirs", 0777), 1);
   Give(File(theirs / "of-root", 0666), 0);
   const auto group = Give(Folder("group", 0775), 1);
   Give(File(group / "shared", 0666), 1);
-  const AsUser user(kStranger);
+  const AsUser user(kOtherUser);
   EXPECT_EQ(Why(theirs / "of-root"), "");
   EXPECT_EQ(Why(theirs / "missing"), "");
   EXPECT_EQ(Why(group / "shared"), "");
 }
 
-TEST_F(TrustOfRoot, AnOrdinaryUserTakesNothingFromAStrangerWhereAllMayWrite) {
+TEST_F(TrustedPathAsRoot, RejectsFilesOfOthersInASharedFolderForAnOrdinaryUser) {
   const auto shared = Folder("shared", 01777);
   Give(File(shared / "file", 0666), 1);
   Give(Link("/etc", shared / "link"), 1);
-  const AsUser user(kStranger);
+  const AsUser user(kOtherUser);
   EXPECT_EQ(Why(shared / "file"), "shared/file belongs to uid 1");
   EXPECT_EQ(Why(shared / "link" / "passwd"), "shared/link belongs to uid 1");
 }
 
-// Below it, the stranger may change anything at any time.
-TEST_F(TrustOfRoot, AnOrdinaryUserTakesNoFolderFromAStrangerWhereAllMayWrite) {
+// The other user can replace the contents of the folder at any time.
+TEST_F(TrustedPathAsRoot, RejectsFoldersOfOthersInASharedFolderForAnOrdinaryUser) {
   const auto shared = Folder("shared", 01777);
   const auto theirs = Give(Folder("shared/theirs", 0755), 1);
-  Give(File(theirs / "file"), kStranger);
-  Give(Folder("shared/own", 0755), kStranger);
-  Give(File(Folder("shared/of-root", 0755) / "file"), kStranger);
-  const AsUser user(kStranger);
+  Give(File(theirs / "file"), kOtherUser);
+  Give(Folder("shared/own", 0755), kOtherUser);
+  Give(File(Folder("shared/of-root", 0755) / "file"), kOtherUser);
+  const AsUser user(kOtherUser);
   EXPECT_EQ(Why(theirs), "shared/theirs belongs to uid 1");
   EXPECT_EQ(Why(theirs / "file"), "shared/theirs belongs to uid 1");
   EXPECT_EQ(Why(theirs / "missing"), "shared/theirs belongs to uid 1");
@@ -212,7 +212,7 @@ TEST_F(TrustOfRoot, AnOrdinaryUserTakesNoFolderFromAStrangerWhereAllMayWrite) {
   EXPECT_EQ(Why(shared / "of-root" / "file"), "");
 }
 
-TEST_F(TrustOfRoot, GivesTheWholePathWithAnObjectionToAFolder) {
+TEST_F(TrustedPathAsRoot, ReturnsTheWholePathOfARejectedFolder) {
   const auto open = Folder("open", 0777);
   EXPECT_EQ(Why(open / "folder" / "file"), "open can be written by other users");
   EXPECT_EQ(Resolved(open / "folder" / "file"), (open / "folder" / "file").string());
@@ -225,8 +225,8 @@ TEST_F(TrustOfRoot, GivesTheWholePathWithAnObjectionToAFolder) {
   EXPECT_EQ(Resolved(shared / "link" / "file"), (shared / "link" / "file").string());
 }
 
-// At the end of a chain that is too long for the kernel.
-TEST_F(TrustOfRoot, KeepsTheObjectionToALinkThatCannotBeFollowed) {
+// The link is at the end of a chain that is too long for the kernel.
+TEST_F(TrustedPathAsRoot, ReportsTheRejectedLinkOfAnUnresolvablePath) {
   const auto shared = Folder("shared", 01777);
   for (int i = 0; i < 40; ++i)
     Link("l" + std::to_string(i + 1), shared / ("l" + std::to_string(i)));
