@@ -11,8 +11,8 @@ namespace {
 
 using namespace DatabaseORM;
 
-// The row read from the cells of a valid row of `Everything` with one cell replaced: 0 is an int, 3
-// an unsigned long, 4 a double.
+// Reads a valid row of `Everything` with one cell replaced: cell 0 is an int, 3 an unsigned long,
+// 4 a double.
 Everything RowWith(std::size_t column, const std::string& cell) {
   std::vector<std::string> cells = {"1", "me", "a", "22", "2.5", "5", "33", "x", "0.5", "y"};
   cells.at(column) = cell;
@@ -22,7 +22,7 @@ Everything RowWith(std::size_t column, const std::string& cell) {
   return storage.get_all<Everything>(where(is_equal(&Everything::id, 1))).at(0);
 }
 
-// Name of the exception and its text, or an empty text.
+// The kind of the exception and its text, or an empty text.
 std::string Thrown(std::size_t column, const std::string& cell) {
   try {
     RowWith(column, cell);
@@ -34,7 +34,7 @@ std::string Thrown(std::size_t column, const std::string& cell) {
   return "";
 }
 
-TEST(Cells, ThatAreNotNumbersThrowTheLibrarysExceptions) {
+TEST(Cells, ThatAreNotNumbersThrowStandardExceptions) {
   EXPECT_EQ(Thrown(0, ""), "invalid stoi");
   EXPECT_EQ(Thrown(0, "abc"), "invalid stoi");
   EXPECT_EQ(Thrown(0, "2147483648"), "range stoi");
@@ -44,24 +44,24 @@ TEST(Cells, ThatAreNotNumbersThrowTheLibrarysExceptions) {
   EXPECT_EQ(Thrown(4, "1e999"), "range stod");
 }
 
-TEST(Cells, AreReadAsFarAsTheyAreNumbers) {
+TEST(Cells, AreReadUpToTheEndOfTheNumber) {
   EXPECT_EQ(RowWith(0, "12 of 13").id, 12);
   EXPECT_EQ(RowWith(3, "9223372036854775807").size, 9223372036854775807UL);
   EXPECT_EQ(RowWith(4, "1.5x").ratio, 1.5);
 }
 
-TEST(Cells, OfTextStandAsTheyAre) {
+TEST(Cells, OfTextAreNotChanged) {
   EXPECT_EQ(RowWith(1, "").owner, "");
   EXPECT_EQ(RowWith(1, "a?b \"c\"").owner, "a?b \"c\"");
   EXPECT_EQ(RowWith(1, "null").owner, "null");
 }
 
-TEST(Cells, OnlyTheTextNullIsAbsent) {
+TEST(Cells, AreAbsentOnlyIfTheTextIsNull) {
   EXPECT_EQ(RowWith(0, "NULL").id, null_int);
   EXPECT_EQ(Thrown(0, "null"), "invalid stoi");
 }
 
-TEST(Cells, TheirIndexesPlayNoPart) {
+TEST(Cells, AreReadInOrderRegardlessOfIndexes) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Item>(database);
   MapOf<Item>({})->intFields.front().index = 17;
@@ -69,7 +69,7 @@ TEST(Cells, TheirIndexesPlayNoPart) {
   EXPECT_EQ(storage.get_all<Item>(where(is_equal(&Item::id, 4))).at(0).id, 4);
 }
 
-TEST(Cells, WithoutAFieldLeftArePassedOver) {
+TEST(Cells, WithoutAFieldAreSkipped) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Item>(database);
   MapOf<Item>({})->stringFields.clear();

@@ -15,7 +15,7 @@ std::string TextOf(const storage_t& storage, bool useAlias,
   return process_single_condition(naming, beginning, where(is_equal(&Place::host, "localhost")));
 }
 
-TEST(Condition, IsMadeOfNamedParts) {
+TEST(Condition, ExposesItsParts) {
   const auto number = is_equal(&Place::number, 3);
   static_assert(std::is_same_v<decltype(number), const is_equal_t<int, int Place::*>>);
   const auto host = is_equal(&Place::host, "localhost");
@@ -31,13 +31,13 @@ TEST(Condition, IsMadeOfNamedParts) {
   EXPECT_STREQ(where(both).condition.right.value, "localhost");
 }
 
-TEST(Condition, IsAppendedToABeginning) {
+TEST(Condition, IsAppendedToAStatement) {
   const auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>());
   EXPECT_EQ(TextOf(storage, true), "BEGIN WHERE A.Host = 'localhost'");
   EXPECT_EQ(TextOf(storage, false), "BEGIN WHERE Host = 'localhost'");
 }
 
-TEST(Condition, WithoutTheMapIsRefusedForTheColumnFirst) {
+TEST(Condition, WithoutTheMapFailsForTheColumnFirst) {
   TableSetup setup;
   setup.hasMap = false;
   const auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>(), setup);
@@ -57,14 +57,14 @@ TEST(Condition, FollowsTheAliasSwitch) {
   EXPECT_EQ(database->sent.at(0), "SELECT * FROM T1 A  WHERE Name = 'x'");
 }
 
-TEST(Condition, DeletingTurnsTheAliasOnWhateverItWas) {
+TEST(Condition, TheAliasIsOnAfterADeletion) {
   auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>());
   storage.useAlias = false;
   storage.remove_all<Place>(where(is_equal(&Place::name, "x")));
   EXPECT_TRUE(storage.useAlias);
 }
 
-TEST(Condition, ThatCannotBeBuiltLeavesTheAliasOn) {
+TEST(Condition, TheAliasIsOnAfterAFailedDeletion) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Place>(database);
   MapOf<Place>({})->stringFields.clear();

@@ -24,7 +24,7 @@ class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
   std::deque<std::function<std::vector<std::string>()>> m_Script;
 };
 
-// The table of a test.
+// The setup of a test table.
 struct TableSetup {
   std::string name = "T1";
   std::string alias = "A";

@@ -27,7 +27,7 @@ const std::vector<NamedCall> kCalls = {
     {"remove_all",
      [](storage_t& storage) { storage.remove_all<Item>(where(is_equal(&Item::name, "x"))); }}};
 
-TEST(Failure, OtherThanTheDatabasesPassesUnchanged) {
+TEST(Failure, ThatIsNotADatabaseExceptionIsNotChanged) {
   for (const auto& [name, call] : kCalls) {
     SCOPED_TRACE(name);
     const auto database = std::make_shared<ScriptedDatabase>();
@@ -45,7 +45,7 @@ TEST(Failure, OtherThanTheDatabasesPassesUnchanged) {
   }
 }
 
-TEST(Failure, OtherThanTheDatabasesPassesTheKeyToo) {
+TEST(Failure, ThatIsNotADatabaseExceptionIsNotChangedWhileReadingTheKey) {
   const auto database = std::make_shared<ScriptedDatabase>();
   TableSetup setup;
   setup.autoKey = true;
@@ -55,7 +55,7 @@ TEST(Failure, OtherThanTheDatabasesPassesTheKeyToo) {
   EXPECT_EQ(database->sent.size(), 1U);
 }
 
-TEST(Failure, AStatementAfterAFailedOneWorks) {
+TEST(Failure, TheNextStatementWorks) {
   for (const auto& [name, call] : kCalls) {
     SCOPED_TRACE(name);
     const auto database = std::make_shared<ScriptedDatabase>();
@@ -66,7 +66,7 @@ TEST(Failure, AStatementAfterAFailedOneWorks) {
   }
 }
 
-TEST(Failure, AnUnnamedKeyColumnCannotBeRead) {
+TEST(Failure, AnUnnamedKeyColumnIsReported) {
   TableSetup setup;
   setup.autoKey = true;
   auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), setup);
@@ -81,7 +81,7 @@ TEST(Failure, AnUnnamedKeyColumnCannotBeRead) {
   }
 }
 
-TEST(Failure, AColumnOutsideItsTableIsSeen) {
+TEST(Failure, AColumnOutsideItsTableIsReported) {
   auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
   MapOf<Item>({})->stringFields.front().index = 2;
   EXPECT_THROW(storage.insert(Item()), std::out_of_range);

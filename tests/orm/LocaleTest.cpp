@@ -17,8 +17,8 @@ bool g_HasDecimalComma = false;
 
 }  // namespace
 
-// Replaces the library's: in a locale with a decimal comma it stops at a point. No such
-// locale has to be installed.
+// Replaces the C library's function with one that stops at a point if `g_HasDecimalComma`, so that
+// no such locale has to be installed.
 extern "C" double strtod(const char* text, char** end) {
   static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
   if (!g_HasDecimalComma) return strtod_l(text, end, plain);

@@ -7,7 +7,7 @@ namespace {
 
 using namespace DatabaseORM;
 
-// What the call throws, or an empty text.
+// The text of the exception that the call throws, or an empty text.
 template <class Call>
 std::string Thrown(Call call) {
   try {
@@ -18,7 +18,7 @@ std::string Thrown(Call call) {
   return "";
 }
 
-TEST(Lookup, PassesOverTablesAndMapsOfOtherRows) {
+TEST(Lookup, SkipsTablesAndMapsOfOtherRows) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Place>(database);
   storage.tables.push_back(nullptr);
@@ -31,7 +31,7 @@ TEST(Lookup, PassesOverTablesAndMapsOfOtherRows) {
   EXPECT_EQ(database->sent.at(0), "SELECT MAX(ID) FROM T2");
 }
 
-TEST(Lookup, TakesTheFirstTableThatFits) {
+TEST(Lookup, UsesTheFirstTableOfTheRow) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Item>(database);
   TableSetup second;
@@ -41,26 +41,26 @@ TEST(Lookup, TakesTheFirstTableThatFits) {
   EXPECT_EQ(database->sent.at(0), "SELECT MAX(ID) FROM T1");
 }
 
-TEST(Lookup, TakesTheLastColumnOfAMember) {
+TEST(Lookup, UsesTheLastColumnOfAMember) {
   auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
   MapOf<Item>({})->intFields.push_back({&Item::id, "Second", 1});
   EXPECT_EQ(storage.stringFromExpression(&Item::id), "Second");
 }
 
-TEST(Lookup, KnowsColumnsOfAllThreeTypes) {
+TEST(Lookup, FindsColumnsOfAllThreeTypes) {
   auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>());
   EXPECT_EQ(storage.stringFromExpression(&Place::number), "Number");
   EXPECT_EQ(storage.stringFromExpression(&Place::size), "Size");
   EXPECT_EQ(storage.stringFromExpression(&Place::host), "Host");
 }
 
-TEST(Lookup, OfAColumnThatIsNotThereFails) {
+TEST(Lookup, FailsForAMissingColumn) {
   auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
   MapOf<Item>({})->intFields.clear();
   EXPECT_EQ(Thrown([&] { storage.stringFromExpression(&Item::id); }), "Empty colName exception!");
 }
 
-TEST(Lookup, OfTheAliasAndOfAColumnFailInTheirOwnWords) {
+TEST(Lookup, FailsWithDifferentTextsForAliasAndColumn) {
   storage_t storage;
   EXPECT_EQ(Thrown([&] { storage.extractAlias<Item>(); }),
             "Storage query exception thrown! No such model map exist.");
@@ -68,14 +68,14 @@ TEST(Lookup, OfTheAliasAndOfAColumnFailInTheirOwnWords) {
             "Storage query exception thrown! No such model in map exist.");
 }
 
-TEST(Lookup, GivesTheAlias) {
+TEST(Lookup, FindsTheAlias) {
   TableSetup setup;
   setup.alias = "short";
   const auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), setup);
   EXPECT_EQ(storage.extractAlias<Item>(), "short");
 }
 
-TEST(Lookup, AFreshStorageUsesTheAlias) {
+TEST(Lookup, UsesTheAliasByDefault) {
   EXPECT_TRUE(storage_t().useAlias);
 }
 

@@ -48,7 +48,7 @@ struct Place {
   }
 };
 
-// Every type twice, in mixed order, and the members in another order than the columns.
+// Every type twice, in mixed order. The order of the members differs from that of the columns.
 struct Everything {
   double load = null_double;
   double ratio = null_double;
@@ -76,7 +76,7 @@ struct Everything {
   }
 };
 
-// The key is last, as it is an unsigned long.
+// The key is last, because it is an unsigned long.
 struct WideKey {
   std::string name = null_text;
   int count = null_int;
@@ -90,7 +90,7 @@ struct WideKey {
   }
 };
 
-// Both kinds of key, each in its place.
+// Both kinds of key, each at its position.
 struct TwoKeys {
   int id = null_int;
   std::string name = null_text;

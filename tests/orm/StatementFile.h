@@ -8,11 +8,11 @@
 //   table NAME [auto] [foreign] | table none
 //   map none
 //   set COLUMN VALUE      a field of the row; elements of a list are separated by commas
-//   answer CELL|CELL      the database's result of the next statement
+//   answer CELL|CELL      the database's result for the next statement
 //   fail TEXT             the database rejects it
 //   do VERB [ARGUMENTS]   insert, update, max COLUMN, get CONDITION or remove CONDITION
 //
-// The lines after it are what must come out: `sent STATEMENT|` for each statement, the bar marking
+// The lines after `do` are the expected result: `sent STATEMENT|` for each statement, with a bar at
 // its end; `gives NUMBER`, `row COLUMN=VALUE ...` or `throws TEXT`.
 #pragma once
 

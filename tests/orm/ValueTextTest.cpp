@@ -11,7 +11,7 @@ using DatabaseORM::joined;
 using DatabaseORM::number_text;
 using DatabaseORM::value_text;
 
-TEST(ValueText, NumbersStandAsTheyArePrinted) {
+TEST(ValueText, NumbersAreWrittenAsPrinted) {
   EXPECT_EQ(number_text(0), "0");
   EXPECT_EQ(number_text(-2147483647 - 1), "-2147483648");
   EXPECT_EQ(number_text(18446744073709551615UL), "18446744073709551615");
@@ -21,21 +21,21 @@ TEST(ValueText, NumbersStandAsTheyArePrinted) {
   EXPECT_EQ(number_text(1e21), "1000000000000000000000.000000");
 }
 
-TEST(ValueText, TheLongestDoubleIsWhole) {
+TEST(ValueText, TheLongestDoubleIsNotTruncated) {
   const std::string text = number_text(-std::numeric_limits<double>::max());
   EXPECT_EQ(text.size(), 317U);
   EXPECT_EQ(text.substr(0, 12), "-17976931348");
   EXPECT_EQ(text.substr(text.size() - 8), "8.000000");
 }
 
-TEST(ValueText, WhatPrintsAsTheAbsentDoubleIsNull) {
+TEST(ValueText, ADoubleThatPrintsLikeTheAbsentOneIsNull) {
   EXPECT_EQ(value_text(1.1754943508222875e-38), "NULL");
   EXPECT_EQ(value_text(0.0), "NULL");
   EXPECT_EQ(value_text(0.00000049), "NULL");
   EXPECT_EQ(value_text(-0.0), "-0.000000");
 }
 
-TEST(ValueText, ADoubleWithoutANumberIsNotNull) {
+TEST(ValueText, NanAndInfinityAreNotNull) {
   EXPECT_EQ(value_text(std::numeric_limits<double>::infinity()), "inf");
   EXPECT_EQ(value_text(std::numeric_limits<double>::quiet_NaN()), "nan");
 }
