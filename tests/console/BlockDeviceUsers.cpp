@@ -1,4 +1,4 @@
-// Who uses the block devices of a card, on trees created by the test.
+// The users of a card's block devices, in trees created by the test.
 #include "console/change/BlockDeviceUsers.h"
 
 #include <gtest/gtest.h>
@@ -33,7 +33,7 @@ class BlockDeviceUsers : public testing::Test {
     std::ofstream(m_Root / "mounts", std::ios::app) << line << "\n";
   }
 
-  // As sysfs has it: a folder below its device, and a link from the list of all.
+  // As in sysfs: a folder below the device, and a link in the list of all block devices.
   void AddDisk(const std::string& device, const std::string& name,
                const std::string& number) const {
     const fs::path folder = m_Root / device / "block" / name;

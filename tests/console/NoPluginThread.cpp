@@ -1,5 +1,5 @@
-// Preloaded: no thread that the host's kit starts for a plug-in comes up. The program's own do,
-// until the file CONSOLE_TEST_NO_THREADS exists and has text in it.
+// Preloaded: every thread that the host kit starts for a plug-in fails to start. The program's own
+// threads start until the file CONSOLE_TEST_NO_THREADS exists and is not empty.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/stat.h>

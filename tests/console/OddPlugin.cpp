@@ -1,5 +1,5 @@
-// A plug-in that answers as CONSOLE_TEST_PLUGIN says, for what no real one does on demand. It keeps
-// a line for each command in the file CONSOLE_TEST_LOG.
+// A plug-in whose behavior CONSOLE_TEST_PLUGIN selects, for cases that a real one does not produce
+// on demand. It writes a line for each command to the file CONSOLE_TEST_LOG.
 #include <unistd.h>
 
 #include <atomic>
@@ -24,25 +24,26 @@ void Log(const std::string& line) {
   if (file != nullptr) std::ofstream(file, std::ios::app) << line << "\n";
 }
 
-// Does not come back in the case of that name, though a signal ends each sleep.
+// Hangs in the case of that name. It sleeps in a loop, because a signal ends each sleep.
 void HangAt(const std::string& place) {
   if (Case() != place) return;
   Log("hangs");
   for (int i = 0; i < 100; ++i) sleep(60);
 }
 
-// Destroyed when the process cleans up at exit, which it must not do during a call that hangs.
+// Destroyed at exit, which must not happen during a call that hangs.
 struct Global {
   ~Global() {
     if (Case() == "hang1") Log("cleaned up");
   }
 } g_Global;
 
+constexpr int kUnknownValue = 49999;  // the host has no such value
 constexpr std::uint64_t kPlugin = 0x10;
 constexpr std::uint64_t kFirstAdapter = 0x20;
 constexpr std::uint64_t kFirstDrive = 0x30;
 
-// Until the test has sent its signal; for a moment when it sends none.
+// Waits until the test has sent its signal, or for a second if it sends none.
 void AwaitSignal() {
   const char* file = std::getenv("CONSOLE_TEST_SIGNALLED");
   if (file == nullptr) sleep(1);
@@ -68,14 +69,14 @@ PI::CProperty Status(int value) {
   return property;
 }
 
-// What a terminal, a table or a JSON reader could stumble over.
+// Values that a terminal, a table or a JSON reader could misread.
 void AddOddities(PI::CObject& adapter) {
   adapter.m_Properties.push_back(Text(PI::Property::NAME, "tab\there\x1b[31m"));
   adapter.m_Properties.push_back(Text(PI::Property::SERIAL_NUMBER, "SAME"));
   adapter.m_Properties.push_back(Text(PI::Property::FIRMWARE_VERSION,
                                       "bad\xff"
                                       "utf"));
-  adapter.m_Properties.push_back(Status(49999));
+  adapter.m_Properties.push_back(Status(kUnknownValue));
   PI::CProperty size(PI::Property::MEMORY_SIZE, false);
   size.SetValue(8589934593UL);
   size.m_Units = PI::UNITS_MEGABYTES;
@@ -163,7 +164,7 @@ class OddPlugin : public IPLUGINAPI {
     return PI::SUCCESS;
   }
 
-  // One event waits from the start, a second one arrives after the notification.
+  // One event is pending from the start, and a second one arrives after the notification.
   void Work() {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     m_Due = 2;

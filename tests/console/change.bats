@@ -4,7 +4,7 @@
 bats_require_minimum_version 1.5.0
 load helper
 
-# Each change has a configuration folder of its own.
+# Each change has its own configuration folder.
 setup_file() {
   load helper
   make_machine
@@ -115,7 +115,7 @@ plugin	poll_interval	15	16" "$(out table)"
   same "plugin poll_interval: 15 -> 30" "$(out nocards)"
 }
 
-@test "the host starts, numbers from 1, changes with the plug-in's own limits, and stops" {
+@test "set numbers the adapters from 1, passes the range of the property, and stops the plug-in" {
   ended odd 0
   same "Initialize
 SetAdapterIDs 1 2

@@ -1,5 +1,6 @@
 #!/usr/bin/env bats
-# The check for monitoring systems: a line, a code from 0 to 3, and readings, even after failures.
+# The check for monitoring systems: one line, an exit code from 0 to 3 and readings, even after
+# failures.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -82,7 +83,7 @@ to_full_disk() { "$@" >/dev/full; }
 
 # line NAME TEXT: the first line up to the readings.
 line() { same "$2" "$(out "$1" | sed -e 's/ | .*//' -e 1q)"; }
-# readings NAME: one in each line.
+# readings NAME: one per line.
 readings() { out "$1" | sed -n '1s/.* | //p' | tr ' ' '\n'; }
 
 @test "healthy cards are code 0, with one line per object" {
@@ -149,7 +150,7 @@ S100_written_bytes=1099511627776c" "$(readings card)"
 pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
 }
 
-@test "unusual texts of a card break neither line nor readings" {
+@test "unusual texts of a card do not break the line or the readings" {
   ended odd 1
   same 1 "$(out odd | head -1 | tr -cd '|' | wc -c)"
   same "a_b_c__d__e_f_temperature_celsius=48.2;78;85" "$(readings odd | head -1)"
@@ -235,7 +236,7 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 
 @test "a signal to the whole group leaves no temporary folder" {
   mkdir "$BATS_TEST_TMPDIR/tmp"
-  # The trace shows that the plug-in is starting, which is after the folder was made.
+  # A trace line shows that the plug-in is starting; the folder exists by then.
   TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
     setsid corvane-host --simulate check --trace 2 --trace-file "$BATS_TEST_TMPDIR/trace"
   ended group 3

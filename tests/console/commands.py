@@ -2,7 +2,7 @@
 
 import json
 
-# Word of a synopsis: what a test gives for it. OBJ and DRIVE stay, for the test to fill in.
+# Word of a synopsis: the argument for it. The test replaces OBJ and DRIVE.
 WORDS = {
     "PROP=VALUE": "poll_interval=15",
     "on|off": "off",

@@ -1,12 +1,12 @@
 # Presses Tab in an interactive zsh. Usage: zsh -f complete.zsh SCRIPT LINE
-# Prints "word TAB meaning" of each candidate and, last, the line as Tab left it.
+# Prints "word TAB meaning" for each candidate and, last, the resulting line.
 zmodload zsh/zpty
 script=$1 line=$2 found=$(mktemp)
 
 zpty -b shell zsh -f -i
 zpty -w shell "PS1= RPS1= FOUND=$found; unsetopt beep; bindkey -e"
 zpty -w shell 'autoload -Uz compinit; compinit -D -u'
-# Every candidate goes through compadd; with -O it returns the ones that match and adds none.
+# Intercepts compadd; with -O it returns the matching candidates and adds none.
 zpty -w shell 'compadd() {
   local -a fitting
   [[ " $* " == *" -"[ODA]" "* ]] || {

@@ -16,11 +16,11 @@ setup_file() {
   touch "$BATS_FILE_TMPDIR/files/one.so" "$BATS_FILE_TMPDIR/files/other.json"
 }
 
-# tab SHELL LINE: what it would offer, one candidate a line.
+# tab SHELL LINE: prints the candidates that the shell offers, one per line.
 tab() { "tab_$1" "$2"; }
 
 tab_bash() {
-  # shellcheck disable=SC2016  # for the other shell; it cuts words at = and : as Tab does
+  # shellcheck disable=SC2016  # for the other shell, which splits words at = and : as Tab does
   bash --norc -c 'source "$1"; line=$2
     COMP_WORDS=() COMPREPLY=(); [[ $line == *" " ]] && line+="_"
     for word in $(sed -E "s/[=:]+/ & /g" <<<"$line"); do COMP_WORDS+=("$word"); done
@@ -41,7 +41,7 @@ tab_fish() {
     </dev/null | cut -f1 | LC_ALL=C sort
 }
 
-# offers LINE WORD...: in each shell exactly these are offered.
+# offers LINE WORD...: each shell offers exactly these words.
 offers() {
   local shell
   for shell in bash zsh fish; do
@@ -131,7 +131,7 @@ offers() {
   same "--output=json --output=jsonl" "$(tab fish "corvane-host list --output=js" | xargs)"
 }
 
-@test "nothing where nothing matches" {
+@test "no candidates if nothing matches" {
   offers "frob "
   offers "list "
   offers "--trace "
@@ -145,7 +145,7 @@ offers() {
   [ ! -e "$BATS_TEST_TMPDIR/trace" ]
 }
 
-@test "the script is all that is printed, and an unknown shell is refused" {
+@test "only the script is printed, and an unknown shell is refused" {
   keep bash corvane-host completion bash
   ended bash 0
   silent bash err

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Few file descriptors, and a list of cards that cannot be read: never "no cards" by mistake.
+# With few file descriptors, or a list of cards that cannot be read, no command reports "no cards".
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -28,8 +28,8 @@ with_limit() {
   wait
 }
 
-# The answer is that of a run without a limit, or an error that says something. Joined, since a
-# caller that continues after a failure switches off the end at the first one.
+# The output is that of a run without a limit, or a helpful error. The checks are joined by &&,
+# because set -e has no effect if the caller ignores a failure.
 right_or_wrong() {
   local name="$1.$2"
   if [ "$(rc "$name")" = "$(rc "$1")" ]; then
@@ -41,7 +41,7 @@ right_or_wrong() {
   fi
 }
 
-@test "with any limit of descriptors the result is right or an error" {
+@test "with any descriptor limit, the result is correct or an error" {
   local command first limit
   for command in list check metrics; do
     for first in 3 13 23 33 43 53 63 73 83; do
@@ -65,7 +65,7 @@ right_or_wrong() {
   done
   echo "Too many open files" >"$BATS_FILE_TMPDIR/list.no.err"
   run -0 right_or_wrong list no
-  # Other answers with the exit code of a right one, and no error where one was expected.
+  # A wrong result with the exit code of a right one, and a result instead of an error.
   echo "$(rc list)" >"$BATS_FILE_TMPDIR/list.no.rc"
   run -1 right_or_wrong list no
   echo 7 >"$BATS_FILE_TMPDIR/refused.rc"

@@ -26,7 +26,7 @@ BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
 CARDS = pathlib.Path(os.environ["BATS_FILE_TMPDIR"])
 SCHEMA = pathlib.Path(os.environ["CORVANE_SOURCE"]) / "docs/corvane-host.schema.json"
 
-# Command: its arguments where they are not those that its synopsis requires.
+# Command: its arguments, where they differ from those that the synopsis requires.
 OVERRIDES = {
     "get": "OBJ name",
     "detach": "OBJ --dry-run",
@@ -40,19 +40,19 @@ OVERRIDES = {
 }
 ARGUMENTS = {}  # of all commands
 
-# What stands for OBJ and DRIVE where it must be something else than an adapter and its drive.
+# Command: what replaces OBJ and DRIVE, if not an adapter and its drive.
 OBJECTS = {"set": {"a0": "plugin"}}
 
-# These never look at a plug-in.
+# These do not load a plug-in.
 ALONE = {"explain", "completion", "help", "version"}
-# These give a result all the same when the plug-in cannot be asked.
+# These print a result even if the plug-in cannot be used.
 ANSWERS_ANYWAY = {"metrics"}
-# Its codes are those of monitoring systems.
+# Its exit codes are those of monitoring systems.
 CHECK = "check"
 UNKNOWN = 3
 
-# Situation: cards, more options, objects, and what is expected: exit code and id of the last
-# message. The third of them is for commands that name an object, where that makes a difference.
+# Situation: cards, more options, objects, and the expected exit code and message id. A third
+# expectation, if present, is for commands that name an object.
 SITUATIONS = {
     "success": ("two", [], ("a0", "a0/d0"), (0, None)),
     "usage": ("two", ["--frobnicate"], ("a0", "a0/d0"), (2, "USAGE")),
@@ -74,9 +74,9 @@ SITUATIONS = {
     ),
 }
 
-# (situation, command): what is expected instead.
+# (situation, command): the different expectation.
 EXCEPTIONS = {
-    # The plug-in's object is always there.
+    # The object of the plug-in always exists.
     ("no cards", "set"): (0, "ERR_NO_SUPPORTED_HARDWARE"),
     ("closed card", "set"): (0, "ERR_NO_SUPPORTED_HARDWARE"),
     ("success", "events"): (0, "NO_EVENTS"),

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# Characters that could move a terminal's cursor or change the text direction are printed as escapes,
-# whatever their source.
+# Characters that could move a terminal's cursor or change the text direction are always printed as
+# escapes.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -13,7 +13,7 @@ setup_file() {
   cardsim sysfs "$CORVANE_SYSFS"
 }
 
-# hostile FILE: the machine's cards with all of these characters in every text of the first one.
+# hostile FILE: copies the cards, with all of these characters in every text of the first one.
 hostile() {
   python3 - "$CARDSIM_STATE" "$1" <<'END'
 import json, os, sys
@@ -24,7 +24,7 @@ import escapes
 
 state = json.load(open(source, encoding="utf-8"))
 card = state["cards"][0]
-# Its own name is the simulator's.
+# The simulator sets the name of a card.
 texts = [key for key, value in card.items() if isinstance(value, str) and key != "name"]
 assert len(texts) >= 6, texts
 for key in texts:

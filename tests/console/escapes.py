@@ -22,7 +22,7 @@ FOLDER = pathlib.Path(os.environ.get("BATS_TEST_TMPDIR", "."))
 BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
 ODD_PLUGIN = os.environ["ODD_PLUGIN"]
 
-# One of each kind: what moves the cursor, what turns the order of letters around, what breaks lines.
+# One of each kind: moves the cursor, reverses the text direction, breaks lines.
 HOSTILE = (
     "x\x1b[31m\x07\n\r\t\b\x7f\u0085\u0090\u009b31m\u009d\u061c\u200e\u200f\u2028\u2029"
     "\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069z"
@@ -33,7 +33,7 @@ UNFIT = (
     | set("\u061c\u200e\u200f")
 )
 
-# Command: its arguments where they are not those that its synopsis requires.
+# Command: its arguments, where they differ from those that the synopsis requires.
 OVERRIDES = {
     "tree": "-v",
     "detach": "OBJ --dry-run",
@@ -66,7 +66,7 @@ SITUATIONS = {
     "one more word": ["HOSTILE"],
 }
 
-# More that takes a text of the caller's.
+# Further arguments that contain a text of the caller.
 MORE = [
     ["HOSTILE"],
     ["list", "-c", "HOSTILE"],
@@ -98,7 +98,7 @@ MORE = [
     ["list", "--color", "HOSTILE"],
 ]
 
-# Variable of README's table: values that are hostile, and one that cannot be used.
+# Variable of the table in README: hostile values, and one that cannot be used.
 ENVIRONMENT = {
     "CORVANE_CONFIG_DIR": ["PLACE/HOSTILE", "PLACE/cards.json/config"],
     "CORVANE_DATABASE": ["PLACE/HOSTILE/db", "PLACE/cards.json/db"],
@@ -108,7 +108,7 @@ ENVIRONMENT = {
     "CARDSIM_PROFILES": ["PLACE/HOSTILE", "PLACE/cards.json"],
     "CARDSIM_STATE": ["PLACE/none.json", "PLACE/config/Corvane.ini"],
 }
-# What reads them, in forms for people and for programs.
+# Commands that read them, with output for people and for programs.
 READERS = [["list"], ["list", "-o", "json"], ["check"], ["events"], ["metrics"], ["plugin"]]
 
 counter = itertools.count()
@@ -169,7 +169,7 @@ def complaint(*case):
         return f"ended by signal {-done.returncode}"
     if done.returncode != 0 and not done.stdout and not done.stderr:
         return f"exit code {done.returncode} without a word"
-    # What separates columns and lines.
+    # The separators of columns and lines.
     separators = {"\n", "\t"} if {"tsv", "complete"} & set(words) else {"\n"}
     if words[0] == "completion":
         separators.add("\t")
@@ -181,7 +181,7 @@ def complaint(*case):
         raw = sorted({hex(ord(letter)) for letter in text if letter in UNFIT - separators})
         if raw:
             return f"{name} has {raw}"
-        # A text with a line break in it would make a line of what follows.
+        # An unescaped line break would start a new line.
         if name != "metrics.prom" and any(line.startswith("\r") for line in text.split("\n")):
             return f"{name} has a broken line"
     return None

@@ -20,7 +20,7 @@ setup_file() {
   wait
 }
 
-# follow COUNT ARGUMENTS...: the first lines of events that come.
+# follow COUNT ARGUMENTS...: prints the first COUNT lines of events -f.
 follow() { odd events events -f "${@:2}" | head -n "$1"; }
 
 WARNING="The temperature of adapter (unnamed) is above its warning threshold."

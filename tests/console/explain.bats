@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# explain: the meaning of every number and name, and what to do.
+# explain: the meaning of every number and name, and the action.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -55,7 +55,7 @@ setup_file() {
   valid term
   same '[[30442, null, [{"name": "temperature_celsius", "type": "adapter", "unit": "celsius"}]]]' \
     "$(json term '[[e[k] for k in ("number", "advice", "terms")] for e in d["result"]["entries"]]')"
-  # Adapters and drives have it from different properties.
+  # Adapters and drives take it from different properties.
   same "30035 30059" "$(corvane-host explain physical_size_bytes -o tsv -H | cut -f2 | xargs)"
 }
 

@@ -105,7 +105,7 @@ Nothing was changed." "$(out dry)"
   same 4096 "$(card confirm sector_size_bytes)"
 }
 
-@test "JSON lines report the start, and of before and after" {
+@test "JSON lines report the start, the plan and the result" {
   ended lines 0
   valid "lines:$(out lines | wc -l)"
   same '["a0/d0","OP_FORMAT_DEVICE",true]' \

@@ -152,7 +152,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
     "$(json odd '[d["result"]["object"][k] for k in ("temperature_celsius", "driver_name", "status", "firmware_version", "physical_size_bytes", "physical_size_bytes_s")]')"
 }
 
-@test "control characters of a card reach neither terminal nor table" {
+@test "control characters of a card are not printed to terminals or tables" {
   run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/oddlist.out"
   grep -q 'tab\\x09here\\x1b\[31m' "$BATS_FILE_TMPDIR/oddlist.out"
   same 8 "$(out oddtsv | awk -F'\t' '{print NF}' | sort -u)"

@@ -34,16 +34,16 @@ setup_file() {
   wait
 }
 
-# until_hangs NAME: a command that waits until the plug-in's log of that name says so.
+# until_hangs NAME: prints a command that waits until the plug-in's log shows that it hangs.
 until_hangs() { echo "until grep -qs hangs '$BATS_FILE_TMPDIR/$1.log'; do sleep 0.05; done"; }
 
-# stuck SIGNALS NAME ARGUMENTS...: asks a run to end while the plug-in is stuck.
+# stuck SIGNALS NAME ARGUMENTS...: sends a run the signals while the plug-in hangs.
 stuck() {
   stop_when "$1" "$BATS_FILE_TMPDIR/$2.log" hangs "$2" \
     corvane-host --plugin "$ODD_PLUGIN" "${@:3}"
 }
 
-# The plug-in would answer after ten minutes.
+# The plug-in would return after ten minutes.
 @test "one signal ends a read that hangs" {
   ended asked 130
   [ "$(cat "$BATS_FILE_TMPDIR/asked.seconds")" -lt 500 ]
@@ -52,7 +52,7 @@ stuck() {
   said asked "corvane-host: interrupted; the plug-in does not respond"
 }
 
-@test "two signals end it immediately, even different ones" {
+@test "a second signal ends the program immediately, even a different one" {
   ended both 143
   silent both err
 }

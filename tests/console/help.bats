@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The help: everything can be found in it, and it is right about each command.
+# The help is complete, and matches the behavior of each command.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -16,7 +16,7 @@ setup_file() {
 # Names of commands as the general help lists them.
 commands() { out all | sed -n '/^Inspect/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p'; }
 
-# options COMMAND...: the long names in a help, in its order.
+# options COMMAND...: the long options in a help, in order.
 options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep -o -- '--[a-z-]\+'; }
 
 @test "the commands are in groups" {
@@ -109,10 +109,10 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
     'd["result"]["commands"][0]["options"][0].update(name="timeout")'
 }
 
-@test "every choice that an option offers is taken" {
+@test "every choice that an option offers is accepted" {
   local choice
   for choice in auto always never; do corvane-host version --color "$choice"; done
-  # The capacity is read before the cards are looked for.
+  # The capacity is checked before the cards are read.
   for choice in maximum factory improved high 80; do
     run -1 corvane-host --simulate=/none/cards.json format a0/d0 --capacity "$choice"
     [[ "$output" == *"cannot simulate cards"* ]]
@@ -129,7 +129,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   [[ "$output" == *"-o requires FORM"* ]]
 }
 
-# hint WORDS...: the line with the suggestion.
+# hint WORDS...: prints the suggestion.
 hint() {
   local words
   words=$(corvane-host --simulate=/none/cards.json "$@" 2>&1 >/dev/null) && false

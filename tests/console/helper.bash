@@ -1,5 +1,5 @@
-# What the test files share: two simulated cards in a folder of their own, and runs of the program
-# whose streams and exit code are kept in files, since each run takes more than a second.
+# Shared by the test files: two simulated cards, and runs of the program whose streams and exit code
+# are kept in files, because each run takes more than a second.
 
 PATH="$CORVANE_BUILD/bin:$PATH"
 SCHEMA="$CORVANE_SOURCE/docs/corvane-host.schema.json"
@@ -25,7 +25,7 @@ make_cards() {
   cardsim raise card1 TEMPERATURE_ABOVE_WARN
 }
 
-# A machine of its own for each test file: no cards, no configuration, no database, no color.
+# A separate machine for each test file: no cards, no configuration, no database, no color.
 make_machine() {
   export HOME="$BATS_FILE_TMPDIR" TMPDIR="$BATS_FILE_TMPDIR/tmp" LC_ALL=C.UTF-8
   export CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/config" CORVANE_DATABASE=:memory:
@@ -34,7 +34,7 @@ make_machine() {
   mkdir -p "$TMPDIR" "$CORVANE_CONFIG_DIR" "$CORVANE_SYSFS/bus/pci/devices"
 }
 
-# keep NAME COMMAND...: runs it and keeps NAME.out, NAME.err and NAME.rc.
+# keep NAME COMMAND...: runs the command and keeps NAME.out, NAME.err and NAME.rc.
 keep() {
   local name="$BATS_FILE_TMPDIR/$1" rc=0
   shift
@@ -42,7 +42,7 @@ keep() {
   echo "$rc" >"$name.rc"
 }
 
-# With simulated cards, and with a plug-in that behaves oddly.
+# host: with simulated cards. odd: with a plug-in that behaves oddly.
 host() { corvane-host --simulate "$@"; }
 odd() { CONSOLE_TEST_PLUGIN="$1" corvane-host --plugin "$ODD_PLUGIN" "${@:2}"; }
 
@@ -50,7 +50,7 @@ out() { cat "$BATS_FILE_TMPDIR/$1.out"; }
 err() { cat "$BATS_FILE_TMPDIR/$1.err"; }
 rc() { cat "$BATS_FILE_TMPDIR/$1.rc"; }
 
-# same EXPECTED ACTUAL: shows the difference when there is one.
+# same EXPECTED ACTUAL: fails and shows the difference if they differ.
 same() { diff <(printf '%s\n' "$1") <(printf '%s\n' "$2"); }
 
 # ended NAME CODE
@@ -62,26 +62,26 @@ said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 # silent NAME STREAM: nothing was written to it.
 silent() { [ ! -s "$BATS_FILE_TMPDIR/$1.$2" ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
 
-# unprivileged COMMAND...: runs it without what root may do beyond the modes of files. It stays the
-# same user, who can enter the folders in which programs and tests lie.
+# unprivileged COMMAND...: runs the command without root's privilege to ignore file permissions. The
+# user stays the same, and can enter the folders of the programs and tests.
 unprivileged() {
   local drop=()
   [ "$(id -u)" -ne 0 ] || drop=(setpriv --bounding-set=-all --inh-caps=-all --ambient-caps=-all --)
   "${drop[@]}" "$@"
 }
 
-# eventually COMMAND...: waits until it succeeds, however slow the machine is.
+# eventually COMMAND...: repeats the command until it succeeds.
 eventually() { until "$@"; do sleep 0.05; done; }
 
-# has_read TRACE: a host that keeps level 2 of its trace in that file has read its objects.
+# has_read TRACE: the host whose trace of level 2 is in that file has read its objects.
 has_read() { grep -qs "LEAVE GetTopology" "$1"; }
 
-# untimed NAME: standard output without how long a job took, which depends on the machine.
+# untimed NAME: standard output without the duration of jobs, which depends on the machine.
 untimed() { out "$1" | sed -E -e 's/, in [0-9:]+$//' -e 's/^Done in [0-9:]+\./Done./'; }
 
-# stop_when SIGNALS FILE PATTERN NAME PROGRAM...: keeps a run that gets the signals, one after the
-# other, as soon as FILE, or a file in the folder FILE, has the PATTERN; fails when it ends sooner.
-# A program run by setsid gets them with its whole group. NAME.seconds is how long it took to end,
+# stop_when SIGNALS FILE PATTERN NAME PROGRAM...: keeps a run that receives the signals in turn once
+# FILE, or a file in the folder FILE, matches PATTERN. Fails if the program ends before that. Under
+# setsid, its whole group receives the signals. NAME.seconds is the time that it took to end;
 # NAME.log and NAME.signaled are for the odd plug-in.
 stop_when() {
   local signals="$1" file="$2" pattern="$3" name="$BATS_FILE_TMPDIR/$4" pid rc=0 signal
@@ -110,7 +110,7 @@ json() {
     "$BATS_FILE_TMPDIR/$1.out" "$2"
 }
 
-# valid NAME[:COUNT]...: each standard output is COUNT documents of the schema, one by default.
+# valid NAME[:COUNT]...: each output has COUNT (default: 1) documents that match the schema.
 valid() {
   python3 - "$SCHEMA" "$BATS_FILE_TMPDIR" "$@" <<'END'
 import json, sys
@@ -132,7 +132,7 @@ for name in names:
 END
 }
 
-# refused NAME EDIT...: after each edit of the document `d` the schema no longer holds.
+# refused NAME EDIT...: after each edit, the document `d` no longer matches the schema.
 refused() {
   python3 - "$SCHEMA" "$BATS_FILE_TMPDIR/$1.out" "${@:2}" <<'END'
 import json, sys
@@ -148,7 +148,7 @@ for edit in edits:
 END
 }
 
-# For tests that change cards: a plug-in that looks often, and jobs that are soon done.
+# For tests that change cards: a plug-in that polls often, and short jobs.
 make_haste() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local card job
@@ -161,28 +161,28 @@ make_haste() {
 cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 
-# copy NAME: makes cards of that name like those of the machine, if there are none; says their file.
+# copy NAME: copies the machine's cards under that name, unless they exist, and prints their file.
 copy() {
   local file="$BATS_FILE_TMPDIR/$1.json"
-  # By rename: several runs may share the cards, and none may see half a file.
+  # Renamed into place, because several runs may share the cards.
   [ -e "$file" ] || { cp "$CARDSIM_STATE" "$file.$BASHPID" && mv -n "$file.$BASHPID" "$file"; }
   echo "$file"
 }
 
-# own NAME ARGUMENTS...: runs the host on cards of its own, so that tests run at once.
+# own NAME ARGUMENTS...: runs the host on its own cards, so that tests can run in parallel.
 own() { corvane-host --simulate="$(copy "$1")" "${@:2}"; }
 
 # card NAME ATTRIBUTE: of card0 in the cards of that name.
 card() { cards "$1" get card0 "$2"; }
 
-# untouched NAME...: the cards of these names are what they were.
+# untouched NAME...: the cards of these names are unchanged.
 untouched() {
   local name
   for name; do cmp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
 }
 
-# Runs a program on a terminal and plays with it; by Debian's interpreter, which has the terminal's
-# model.
+# Runs a program on a terminal and sends it keys. Uses Debian's Python, which has the module that
+# models the terminal.
 screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
 
 # a_mount COLUMN: number (1) or place (2) of a file system that is mounted once. In a chroot / may be
@@ -193,8 +193,8 @@ a_mount() {
     /proc/self/mountinfo | sort | head -n 1 | cut -d ' ' -f "$1"
 }
 
-# lay_mount_on_card FOLDER: a sysfs of the present cards in which the file system of a_mount lies on
-# the disk of card0, and md7 holds it.
+# lay_mount_on_card FOLDER: creates a sysfs of the present cards in which the file system of a_mount
+# is on the disk of card0, which md7 holds.
 lay_mount_on_card() {
   cardsim sysfs "$1"
   local disk="$1/bus/pci/devices/0000:3b:02.1/block/fioa"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The event log across runs: events of earlier runs, their objects, and since when a status holds.
+# The event log across runs: events of earlier runs, their objects, and the start of a status.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -11,7 +11,7 @@ setup_file() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local log="$BATS_FILE_TMPDIR/log.db" file
   CORVANE_DATABASE="$log" keep none host events
-  # Ids of objects are of another run, names go by a card's place: the serial number counts.
+  # Object ids change between runs and names depend on the slot: serial numbers identify cards.
   enter "$log" \
     "2026-11-19T23:59:59 3 10967 5 'BoardX (9)' 'Too hot.' S100 19038" \
     "2026-11-20T00:00:00 2 10980 5 'BoardX (9)' 'Well again.' S100 19038" \
@@ -60,7 +60,7 @@ unwritable() {
   CORVANE_DATABASE="$folder/log.db" unprivileged corvane-host --simulate "${@:2}"
 }
 
-# A log of 20,000 entries: what its newest ones cost, and what all of them do, beside an empty log.
+# The time to read the newest and all entries of a log of 20,000, and that of an empty log.
 far() {
   host events >/dev/null 2>&1
   python3 - "$CORVANE_DATABASE" <<'END'
@@ -78,13 +78,13 @@ END
   cost host events --limit 20000 -o tsv -H >"$BATS_FILE_TMPDIR/newest20000.out"
 }
 
-# Adds the milliseconds of the processor that a command takes, which do not count those of others.
+# Measures the processor time of a command, in milliseconds, which excludes other processes.
 cost() {
   local TIMEFORMAT="%3U %3S"
   { time "$@" 2>&3; } 3>&2 2>>"$BATS_FILE_TMPDIR/costs"
 }
 
-# Entries of yesterday and before, for every time of the day.
+# Entries of earlier days, valid at any time of day.
 relative_days() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/days.db"
   host events >/dev/null 2>&1
@@ -104,7 +104,8 @@ follow_one() {
   echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/follow.ends"
 }
 
-# One run sees a card warn, the next one shows since when; then it sees it well, and warn unseen.
+# One run sees a warning, and the next one shows its start. Then the card recovers, and warns again
+# while no host is running.
 see_and_forget() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/grown.db"
   local before
@@ -121,7 +122,7 @@ see_and_forget() {
   echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/grown.span"
 }
 
-# Once the plug-in has started; it reports a change when it has seen it three times.
+# Waits until the plug-in has started. It reports a change after three polls.
 one_event_after() {
   local trace="$BATS_FILE_TMPDIR/$1.trace"
   host events -f --limit 0 -o jsonl --trace 2 --trace-file "$trace" | head -n 1 >/dev/null &
@@ -240,7 +241,7 @@ before yesterday recent 3d" "$(out relative)"
   same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(words newest3)"
 }
 
-@test "one run shows since when as another one has seen it" {
+@test "a run shows the start of a status that an earlier run saw" {
   read -r before after <"$BATS_FILE_TMPDIR/grown.span"
   valid since
   local since
@@ -262,7 +263,7 @@ before yesterday recent 3d" "$(out relative)"
     'd["result"]["objects"][0]["since"] = "05:31"'
 }
 
-@test "the log survives the card and its positional name" {
+@test "the log keeps the events of a removed card, whose name another card now has" {
   same '[[null, "S100", "CTRL_CORRECTABLE_PCI_ERRORS"], [null, "S100", "CTRL_NORMAL"]]' \
     "$(json moved '[[e[k] for k in ("object", "serial_number", "event")] for e in d["result"]["events"]]')"
 }

@@ -151,7 +151,7 @@ other_symbols 0" "$(out about | sed 's/  */ /g')"
   refused oddplugin 'd["result"]["symbols"].clear()' 'd["result"]["symbols"][0].pop("present")'
 }
 
-# Every way of naming the first adapter, and one of each for the others.
+# Every name of the first adapter, and one name of each other object.
 @test "an object is found by each of its names" {
   for name in a0 A0 S100 "SanDisk BoardA (1)" pci:0000:3b:02.1 pci:3b:02.1 /dev/fct0 \
     0x0130000000000001 0x130000000000001; do

@@ -6,10 +6,10 @@ load helper
 
 PAGES="$CORVANE_BUILD/share/man/man1"
 
-# page NAME: as a person reads it.
+# page NAME: the page as man shows it.
 page() { groff -man -Tutf8 -P-cbou "$PAGES/$1.1"; }
 
-# section PAGE TITLE: its lines.
+# section PAGE TITLE: the lines of the section.
 section() { page "$1" | sed -n "/^$2\$/,/^[A-Z]/p" | sed '1d'; }
 
 # The terms of a section are indented less than their explanations.
@@ -75,7 +75,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o value)"
   same "$root/lib/libCorvane.so" \
     "$("$root/bin/corvane-host" plugin -o json | python3 -c 'import json,sys; print(json.load(sys.stdin)["result"]["file"])')"
-  # No library of the build is used.
+  # Without the libraries of the build.
   run ! grep -q "$CORVANE_BUILD" <(ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
   cmp "$SCHEMA" "$root/share/corvane/corvane-host.schema.json"
   cmp "$PAGES/corvane-host.1" "$root/share/man/man1/corvane-host.1"

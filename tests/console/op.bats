@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Any operation by the plug-in's own names and numbers.
+# op: operations by the names and numbers of the plug-in.
 
 bats_require_minimum_version 1.5.0
 load helper

@@ -11,7 +11,7 @@ setup_file() {
   make_haste
   export TERM=xterm-256color
   local json
-  # Attached for the questions, detached for the formats: an attached card takes none.
+  # Cards are detached for formats, because an attached card rejects them.
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.before"
   for json in yes no enter eof halt edit narrow dumb piped offline forced op; do
     cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$json.json"
@@ -62,7 +62,7 @@ setup_file() {
   wait
 }
 
-# on NAME SIZE STEP... -- ARGUMENTS...: the host on cards of its own, on a terminal of that size.
+# on NAME SIZE STEP... -- ARGUMENTS...: runs the host on its own cards, on a terminal of that size.
 on() {
   local name="$1" file="$BATS_FILE_TMPDIR/$1.json" steps=()
   shift
@@ -83,7 +83,7 @@ mounted() {
     see "Nothing was changed." -- corvane-host format a0/d0 --capacity 50
 }
 
-# played NAME...: all steps went well.
+# played NAME...: all steps succeeded.
 played() {
   local name
   for name; do
@@ -91,7 +91,7 @@ played() {
   done
 }
 
-# as_before NAME...: attached cards that are unchanged.
+# as_before NAME...: the cards are attached and unchanged.
 as_before() {
   local name
   for name; do cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/$name.json"; done

@@ -19,7 +19,7 @@ setup_file() {
   cardsim --state "$BATS_FILE_TMPDIR/many.json" add 0x2001 --count 64
 }
 
-# Two programs at the same moment, on one database.
+# Two programs run at the same time on one database.
 start_together() {
   local many="$BATS_FILE_TMPDIR/many.json" file="$1"
   CORVANE_DATABASE="$file" keep one corvane-host --simulate="$many" rows adapter &

@@ -29,7 +29,7 @@ import time
 import pexpect
 import pyte
 
-# Spent on what does not come, so that it costs nothing where all goes well.
+# The time to wait for output that does not arrive; it costs nothing if the output arrives.
 PATIENCE = 120
 KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Left": "\x1b[D", "Escape": "\x1b",
         "Backspace": "\x7f", "Ctrl-C": "\x03", "Ctrl-D": "\x04"}

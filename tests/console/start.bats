@@ -13,7 +13,7 @@ setup_file() {
   cardsim sysfs "$CORVANE_SYSFS"
 }
 
-# without_threads NAME ARGUMENTS...: the plug-in gets no thread.
+# without_threads NAME ARGUMENTS...: the plug-in cannot start threads.
 without_threads() {
   local name="$1"
   shift
@@ -23,7 +23,7 @@ without_threads() {
 
 @test "a plug-in that hangs at the end is abandoned if no thread can be started" {
   local log="$BATS_TEST_TMPDIR/log"
-  # Threads are used up with the plug-in's first line, so after its start.
+  # Threads fail once the plug-in's log has its first line, which is written after the start.
   export CONSOLE_TEST_LOG="$log" CONSOLE_TEST_NO_THREADS="$log"
   CONSOLE_TEST_PLUGIN="hang in DeInitialize" without_threads unstopped --plugin "$ODD_PLUGIN" list
   unset CONSOLE_TEST_LOG CONSOLE_TEST_NO_THREADS
@@ -55,7 +55,7 @@ without_threads() {
 
 nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }
 
-# killed SIGNAL NAME: a simulation that is up gets the signal; its folder is then removed.
+# killed SIGNAL NAME: sends the signal to a running simulation; its folder is removed.
 killed() {
   stop_when "$1" "$TMPDIR" . "$2" corvane-host --simulate watch || true
   eventually nothing_is_left
@@ -83,7 +83,7 @@ killed() {
   said tmp "corvane-host: cannot simulate cards: $BATS_TEST_TMPDIR/tmp belongs to uid 65534"
 }
 
-@test "without its worker a plug-in still shows what it read, with a note" {
+@test "without its worker thread, the plug-in shows the values that it has read, with a note" {
   without_threads list list -o value
   ended list 0
   same "a0
@@ -115,7 +115,7 @@ a1/d0" "$(out list)"
 }
 
 @test "a thread that the program cannot start is reported" {
-  # The stacks of threads are as large as this limit, and none of them fits.
+  # The stack of each thread is as large as this limit, too large to be allocated.
   # shellcheck disable=SC2016  # for the other shell
   keep thread bash -c 'ulimit -s 8000000 && ulimit -v 4000000 && exec corvane-host list'
   ended thread 1

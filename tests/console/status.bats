@@ -60,7 +60,7 @@ setup_file() {
 
 trace_of() { echo "$BATS_FILE_TMPDIR/$1.trace"; }
 
-# Once the host has seen the cards of that name.
+# Waits until the host has read the cards of that name.
 after_a_while() {
   eventually has_read "$(trace_of "$1")"
   cards "$@"
@@ -71,7 +71,7 @@ one_event() {
   echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/follow.ends"
 }
 
-# A wait whose reader has gone: its exit code, and its seconds, those of the processor last.
+# A wait whose reader has exited: prints its exit code, its duration and its processor time.
 unread() {
   local TIMEFORMAT="%R %U %S" code=0
   time {
@@ -203,7 +203,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   said stopped "corvane-host: note: a0 was present"
 }
 
-@test "a wait whose reader is gone continues, without using the processor" {
+@test "a wait whose reader has exited continues without using the processor" {
   same 7 "$(out unread)"
   tail -1 "$BATS_FILE_TMPDIR/unread.times" | awk '{exit !($1 >= 4 && $2 + $3 < $1 / 4)}'
 }

@@ -23,10 +23,10 @@ FOLDER = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
 HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
 PLUGIN = os.environ["ODD_PLUGIN"]
 
-# Long enough for a slow machine, and far from the ten minutes for which the plug-in hangs.
+# Enough for a slow machine, and much less than the ten minutes for which the plug-in hangs.
 PATIENCE = 200
 
-# Command: its arguments where they are not those that its synopsis requires.
+# Command: its arguments, where they differ from those that the synopsis requires.
 OVERRIDES = {
     "get": "a0 name",
     "set": "plugin poll_interval=30",
@@ -38,13 +38,13 @@ OVERRIDES = {
     "wait": "a0 gone",
 }
 
-# These never look at a plug-in.
+# These do not load a plug-in.
 ALONE = {"explain", "completion", "help", "version"}
 
 START = ["hang in createIf", "hang", "hang in SetAdapterIDs"]
 NO_OBJECTS = {"plugin", "rows"}
 
-# What begins well and hangs later: words, and the place.
+# Commands that hang after a successful start: arguments, and the place.
 LATER = [
     ("events --for 1s", "hang2"),
     ("watch --for 1s", "hang2"),
@@ -81,7 +81,7 @@ def finish(process, words, expected, texts):
         return "it does not end"
     if process.returncode != expected:
         return f"exit code {process.returncode}, expected {expected}: {err}"
-    # A monitoring system reads standard output.
+    # Monitoring systems read standard output.
     said = out if words[0] == "check" else err
     for text in texts:
         if text not in said:
@@ -132,7 +132,7 @@ def main(what):
     else:
         work, rows = interrupt, list(cases([]))
     failed = 0
-    # Most of them wait for half a minute, since their own timeout is for something else.
+    # Most of them wait for half a minute, because their own timeout is for something else.
     with concurrent.futures.ThreadPoolExecutor(max_workers=48) as pool:
         running = [(row, pool.submit(work, *row)) for row in rows]
         for (words, place), future in running:

@@ -54,7 +54,7 @@ colored() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
   done
 }
 
-@test "--color always is stronger than NO_COLOR" { colored always; }
+@test "--color always overrides NO_COLOR" { colored always; }
 
 @test "a narrow terminal truncates nothing" {
   plain auto | grep -q "a1 .*MOLT EP PX600 (2) .*WARNING .*0000:5e:00.0 S200$"

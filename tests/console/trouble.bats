@@ -39,7 +39,7 @@ setup_file() {
 
 to_full_disk() { "$@" >/dev/full; }
 
-# with_config FILE COMMAND...: runs it with a copy of FILE as the plug-in's configuration.
+# with_config FILE COMMAND...: runs the command with a copy of FILE as the plug-in's configuration.
 with_config() {
   rm -rf "$BATS_TEST_TMPDIR/config"
   mkdir "$BATS_TEST_TMPDIR/config"
@@ -119,7 +119,7 @@ with_config() {
   [[ "$output" == *"Did you mean 'CTRL_NORMAL'?"* ]]
 }
 
-@test "the file of the cards after a space comes with the right form" {
+@test "--simulate FILE without an equals sign comes with the right form" {
   run -2 corvane-host --simulate /tmp/cards.json list
   same "corvane-host: unknown command '/tmp/cards.json'
   To use it as the file of simulated cards: --simulate=/tmp/cards.json" "$output"
@@ -136,7 +136,7 @@ with_config() {
   same null "$(corvane-host complete -o json 2>/dev/null | jq -r .command)"
 }
 
-@test "a reader that is gone is not a failure" {
+@test "a closed pipe is not a failure" {
   local command
   for command in metrics list; do
     run bash -c 'corvane-host --simulate "$1" 2>"$2" | true; echo "${PIPESTATUS[0]}"' \
@@ -154,7 +154,7 @@ with_config() {
     "$BATS_FILE_TMPDIR/serials.err"
 }
 
-@test "too few or too many words are a usage error" {
+@test "too few or too many arguments are a usage error" {
   local words
   for words in "" "show" "show a0 a1" "list a0" "set plugin" "tree --follow" "tree --for 5" \
     "events --for soon" "events --for -1s" "events -f -o json" "list --color pink" "-o"; do
@@ -210,7 +210,7 @@ DeInitialize
 gone" "$(cat "$BATS_FILE_TMPDIR/numbers.log")"
 }
 
-@test "what a plug-in prints is not mixed with the result" {
+@test "output of a plug-in is not mixed with the result" {
   same "a0
 a0/d0
 a1
@@ -247,7 +247,7 @@ DeInitialize
 gone" "$(cat "$BATS_FILE_TMPDIR/early.log")"
 }
 
-# stop_follower SIGNAL NAME: when it has shown the first event, and waits for more.
+# stop_follower SIGNAL NAME: sends the signal to events -f while it waits for a second event.
 stop_follower() {
   CONSOLE_TEST_PLUGIN=events stop_when "$1" "$BATS_FILE_TMPDIR/$2.out" CTRL_TEMPERATURE "$2" \
     corvane-host --plugin "$ODD_PLUGIN" events -f
@@ -261,7 +261,7 @@ gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
 @test "Ctrl-C during a simulation leaves no temporary folder" {
-  # A file in the folder shows that the folder is there.
+  # A file in the folder shows that the folder exists.
   stop_when INT "$TMPDIR" . simulated corvane-host --simulate list
   ended simulated 130
   silent simulated out

@@ -4,7 +4,7 @@
 bats_require_minimum_version 1.5.0
 load helper
 
-# A user who is neither root nor, most likely, the one who runs the tests.
+# A user who is not root and probably does not run the tests.
 STRANGER=65534
 
 setup_file() {
@@ -22,14 +22,14 @@ need_root() {
   [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
 }
 
-# fresh: a plug-in of our own, with the libraries that it needs.
+# fresh: copies the plug-in and the libraries that it needs.
 fresh() {
   rm -rf "${BATS_TEST_TMPDIR:?}/lib"
   cp -r "$BATS_FILE_TMPDIR/plugin" "$BATS_TEST_TMPDIR/lib"
   plugin="$BATS_TEST_TMPDIR/lib/libCorvane.so"
 }
 
-# loads NAME [FILE], refuses NAME OBJECTION [FILE]: what becomes of the plug-in.
+# loads NAME [FILE], refuses NAME OBJECTION [FILE]: whether the plug-in is loaded.
 loads() {
   keep "$1" corvane-host --plugin "${2:-$plugin}" list -o value
   ended "$1" 0
@@ -42,7 +42,7 @@ refuses() {
   said "$1" "corvane-host: cannot load the plug-in: $2"
 }
 
-@test "a plug-in of one's own is loaded" {
+@test "a plug-in of the same user is loaded" {
   fresh
   loads own
 }
@@ -79,7 +79,7 @@ refuses() {
   refuses folder "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
 }
 
-# share FILE: lets another user write it by an access list. False if the file system has none.
+# share FILE: lets another user write it through an access list. Fails if the file system has none.
 share() {
   python3 - "$1" "$STRANGER" <<'END'
 import os, struct, sys
@@ -115,7 +115,7 @@ END
   refuses beside "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
 }
 
-# plant FILE: a library of another user, which no loader can load.
+# plant FILE: creates a library of another user that no loader can load.
 plant() {
   echo "no library" >"$1"
   chown "$STRANGER" "$1"
@@ -152,7 +152,7 @@ plant() {
 
 @test "indirect dependencies of the plug-in are checked too" {
   fresh
-  # Needed by the card library, and not by the plug-in.
+  # The card library needs it, and the plug-in does not.
   echo 'int f(void) { return 0; }' | cc -shared -fPIC -xc - -o "$BATS_TEST_TMPDIR/lib/libinner.so"
   echo 'int f(void); int g(void) { return f(); }' |
     cc -shared -fPIC -xc - -L"$BATS_TEST_TMPDIR/lib" -Wl,--no-as-needed -linner \
@@ -166,14 +166,14 @@ plant() {
     "$BATS_TEST_TMPDIR/lib/p.so"
 }
 
-# library FILE OPTION...: one that calls f, and that a plug-in may be or need.
+# library FILE OPTION...: builds a library that calls f, as a plug-in or for one.
 library() {
   echo 'int f(void); void* createIf(void) { f(); return 0; } void* releaseIf(void) { return 0; }' |
     cc -shared -fPIC -xc - -Wl,--unresolved-symbols=ignore-all -o "$@"
   chmod 755 "$1"
 }
 
-# Each has the loader find libf.so in another way.
+# For each, the loader finds libf.so in a different way.
 @test "a library is checked however the loader finds it" {
   local lib="$BATS_TEST_TMPDIR/lib" evil="$BATS_TEST_TMPDIR/evil"
   mkdir -p "$lib/front" "$lib/real"
@@ -200,11 +200,11 @@ library() {
   library "$lib/filter.so" -Wl,-F,libf.so -Wl,-rpath,"\$ORIGIN"
   refuses filter "$lib/libf.so can be written by other users" "$lib/filter.so"
 
-  # The search path of a library counts for those that it needs.
+  # The search path of a library applies to the libraries that it needs.
   library "$lib/libneeds.so" -L"$lib" -lf
   library "$lib/inherits.so" -L"$lib" -Wl,--no-as-needed -lneeds -Wl,--disable-new-dtags -Wl,-rpath,"$lib"
   refuses inherits "$lib/libf.so can be written by other users" "$lib/inherits.so"
-  # The folder of a link counts for the library where it leads.
+  # For the loader, the origin of a linked library is the folder of the link.
   library "$lib/real/liblinked.so" -L"$lib" -lf -Wl,-rpath,"\$ORIGIN"
   ln -s ../real/liblinked.so "$lib/front/liblinked.so"
   library "$lib/links.so" -L"$lib/real" -Wl,--no-as-needed -llinked -Wl,-rpath,"$lib/front"
@@ -264,7 +264,7 @@ PYTHON
   need_root
   local theirs="$BATS_TEST_TMPDIR/theirs" way
   mkdir -p "$BATS_TEST_TMPDIR/secret/deep/deeper" "$theirs/one/two"
-  # The link itself, and by way of folders below it and above it.
+  # The link itself, and paths through folders below and above it.
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/sub"
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/sub"
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/two/sub"
@@ -319,7 +319,7 @@ PYTHON
   same kept "$(cat "$BATS_TEST_TMPDIR/kept")"
 }
 
-# reads FOLDER...: the lines of the sources that read the environment by plain getenv.
+# reads FOLDER...: prints the source lines that read the environment with plain getenv.
 reads() {
   grep -rnE '(^|[^_[:alnum:]])getenv[[:space:]]*\(' "$@" --include=*.cpp --include=*.h --include=*.in
 }

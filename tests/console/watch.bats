@@ -43,7 +43,7 @@ setup_file() {
   wait
 }
 
-# A change of the cards when they are shown, and a word when it is shown with its event.
+# Changes the cards once they are shown, and prints a word once the event is shown.
 change_cards() {
   local name
   for name in blocks lines; do
@@ -57,7 +57,7 @@ change_cards() {
   echo seen >"$BATS_FILE_TMPDIR/changed"
 }
 
-# An event of another day is in the log already.
+# The log has an event of an earlier day.
 past() {
   local file="$BATS_FILE_TMPDIR/past.json"
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/past.db"
@@ -71,7 +71,7 @@ past() {
   with past events -o tsv -H | cut -f 4,5
 }
 
-# The database is taken away under the view; that is reported when the screen is left.
+# The database is removed while the view runs, which is reported when the view ends.
 broken() {
   local file="$BATS_FILE_TMPDIR/broken.json" database="$BATS_FILE_TMPDIR/broken.db"
   CORVANE_DATABASE="$database" screen 24x100 see "EVENTS (0)" \
@@ -117,7 +117,7 @@ CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
   run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/dumb.out"
 }
 
-@test "without a terminal it prints a block per change, with the new events" {
+@test "watch without a terminal prints a block per change, with the new events" {
   ended blocks 130
   same "OBJECT NAME STATUS TEMP RESERVE USED REASONS
 a0 SanDisk BoardA (1) ok 48 °C 97 % 25 %
