@@ -1,4 +1,4 @@
-// A file that another user may write because of its access list.
+// A file that another user can write through its access list.
 #pragma once
 
 #include <sys/xattr.h>
@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <filesystem>
 
-// Lets `user` write the file by a POSIX access list. The list has the kernel's form: version 2,
-// then tag and permissions, and user, of each entry. False if the file system has no access lists.
+// Lets `user` write the file through a POSIX access list. The list has the kernel's format: version
+// 2, then tag, permissions and user of each entry. False if the file system has no access lists.
 // clang-format off
 inline bool ShareByAccessList(const std::filesystem::path& file, std::uint32_t user = 65534) {
   constexpr std::uint32_t kNone = 0xFFFFFFFF;

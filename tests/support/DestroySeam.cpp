@@ -1,4 +1,4 @@
-// Replaces the card library's `vsl_destroy`: an executable's own definitions are found first.
+// Replaces the card library's `vsl_destroy`: the loader finds the executable's definition first.
 
 #include "tests/support/DestroySeam.h"
 
@@ -12,7 +12,7 @@ namespace CorvaneTest {
 
 namespace {
 
-// Jobs destroy their handles on threads of their own.
+// Jobs destroy their handles on their own threads.
 std::mutex g_Mutex;
 bool g_Watched = false;
 std::vector<std::string> g_Records;

@@ -1,5 +1,5 @@
-// Whether the plug-in gives an error record along when it destroys a handle. The library takes
-// both.
+// Whether the plug-in passes an error record when it destroys a handle. The library accepts calls
+// with and without.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace CorvaneTest {
 
-// Keeps what each `vsl_destroy` came with while it lives: "record" or "none", in order. One at a
+// Records the error record of each `vsl_destroy`: "record" or "none", in order. One instance at a
 // time.
 class DestroyWatch {
  public:
@@ -16,7 +16,7 @@ class DestroyWatch {
   DestroyWatch(const DestroyWatch&) = delete;
   DestroyWatch& operator=(const DestroyWatch&) = delete;
 
-  // What was kept, which is then forgotten.
+  // Returns and clears the recorded calls.
   std::vector<std::string> Take();
 };
 

@@ -1,4 +1,4 @@
-// A locale that groups digits and has a decimal comma. Made here: none such need be installed.
+// A locale that groups digits and has a decimal comma, without an installed one.
 #pragma once
 
 #include <locale>

@@ -1,4 +1,4 @@
-// Holds a thread inside the card library, or at one of its trace lines, until a test lets it go.
+// Holds a thread in the card library, or at a trace line, until the test releases it.
 #pragma once
 
 #include <atomic>
@@ -11,12 +11,12 @@
 
 namespace CorvaneTest {
 
-// Lets `milliseconds` of the kit's time pass.
+// Sleeps in the kit's time.
 inline void Pass(std::int64_t milliseconds) {
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + milliseconds * 1'000'000);
 }
 
-// A place where one thread is stopped once. For use by two threads of the kit.
+// A place where one thread is held once. For two threads of the kit.
 class Barrier {
  public:
   Barrier() {
@@ -24,14 +24,14 @@ class Barrier {
     m_LetGo.Init(false, true);
   }
 
-  // By the thread that is to be held.
+  // Called by the thread to be held.
   void Hold() {
     if (m_Used.exchange(true)) return;
     m_Arrived.Set();
     m_LetGo.Wait(MBX::Threading::WAIT_INFINITE);
   }
 
-  // By the test.
+  // Called by the test.
   void AwaitArrival() { m_Arrived.Wait(MBX::Threading::WAIT_INFINITE); }
   void LetGo() { m_LetGo.Set(); }
 
@@ -41,8 +41,8 @@ class Barrier {
   MBX::Threading::CEvent m_LetGo;
 };
 
-// Stops the first call of a function of the card library at its begin. Takes the simulator's hook
-// for as long as it lives.
+// Holds the first call of a function of the card library before it runs. Uses the simulator's hook
+// until destroyed.
 class HeldCall {
  public:
   explicit HeldCall(const std::string& function) {
@@ -64,8 +64,8 @@ class HeldCall {
   Barrier m_Barrier;
 };
 
-// Stops the first thread that writes a trace line of that text. Tracing is off from then on, since
-// the log is held too; no other thread may write a line when it arrives.
+// Holds the first thread that writes a trace line with this text. This also holds the lock of the
+// log, so tracing is then off, and no other thread may be writing a line.
 class HeldTrace {
  public:
   explicit HeldTrace(const std::string& text) {

@@ -1,4 +1,4 @@
-// What the plug-in asks of the host about the places of its cards.
+// The plug-in's calls of the host that concern the locations of cards.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace CorvaneTest {
 
-// Keeps the questions while it lives; they are answered as ever. One at a time, and only while the
-// plug-in has no thread of its own.
+// Records the calls and forwards them. One instance at a time, and only while the plug-in has no
+// thread.
 class HostCallWatch {
  public:
   HostCallWatch();
@@ -15,9 +15,9 @@ class HostCallWatch {
   HostCallWatch(const HostCallWatch&) = delete;
   HostCallWatch& operator=(const HostCallWatch&) = delete;
 
-  // In their order: "GetLocation 1 of 1AED1000 1AED1003" and "GenerateUniqueAdapterNumber for
-  // localhost 0 59 2 1", the latter with "(unknown host)" after it when the host's numbers have no
-  // entry yet, and with "(other fields set)" when more than the place is given.
+  // In order: "GetLocation 1 of 1AED1000 1AED1003" and "GenerateUniqueAdapterNumber for localhost
+  // 0 59 2 1". The latter is followed by "(unknown host)" if the host has no entry yet, and by
+  // "(other fields set)" if more than the location is given.
   std::vector<std::string> m_Calls;
 };
 

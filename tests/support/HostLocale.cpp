@@ -1,5 +1,5 @@
 // With CORVANE_TEST_LOCALE=grouping in the environment, a test program runs as in a host that has
-// chosen a locale with grouped digits and a decimal comma.
+// set a locale with grouped digits and a decimal comma.
 
 #include <cstdlib>
 #include <locale>

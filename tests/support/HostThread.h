@@ -1,4 +1,4 @@
-// Threads of a host, and the schedules in which they meet the plug-in's.
+// Threads of a host, and the schedules of these and the plug-in's threads.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,8 +15,8 @@
 
 namespace CorvaneTest {
 
-// A thread of the host. It belongs to the kit from the start, so that a schedule can be repeated,
-// and is waited for at the end of the scope.
+// A thread of the host. The kit knows it from its start, so that a schedule can be repeated. The
+// destructor waits for it.
 class HostThread {
  public:
   explicit HostThread(std::function<void()> body) : m_Body(std::move(body)) {
@@ -52,8 +52,8 @@ struct Seeds {
   std::uint64_t m_Last;
 };
 
-// The seeds 1 to 100, or those that CORVANE_SCHEDULES names: "40" for 1 to 40, "217-217" to see one
-// again. Throws `std::invalid_argument` for anything else.
+// The seeds 1 to 100, or those in CORVANE_SCHEDULES: "40" for 1 to 40, "217-217" to repeat one.
+// Throws `std::invalid_argument` for anything else.
 inline Seeds WantedSeeds() {
   const char* wanted = std::getenv("CORVANE_SCHEDULES");
   const std::string text = wanted == nullptr ? "100" : wanted;
@@ -65,7 +65,7 @@ inline Seeds WantedSeeds() {
   return seeds;
 }
 
-// Runs the scenario in each schedule, until the first failure, whose seed is then printed.
+// Runs the scenario in each schedule until the first failure, and prints its seed.
 inline void InManySchedules(const std::function<void(Schedule)>& scenario) {
   const Seeds seeds = WantedSeeds();
   for (std::uint64_t seed = seeds.m_First; seed <= seeds.m_Last; ++seed) {

@@ -1,10 +1,10 @@
-// Texts that a forged card may call itself by to get at the host's database.
+// Names with which a forged card could attack the host's database.
 #pragma once
 
 #include <string>
 #include <vector>
 
-// What the database must not do for a plug-in.
+// Statements that the database must reject from a plug-in.
 inline const std::vector<std::string>& ForbiddenStatements() {
   static const std::vector<std::string> statements = {
       "DROP TABLE host_event_log",
@@ -70,7 +70,7 @@ inline const std::vector<std::string>& ForbiddenStatements() {
   return statements;
 }
 
-// The same within one statement, in the place of a text.
+// Expressions that it must reject in place of a text.
 inline const std::vector<std::string>& ForbiddenExpressions() {
   static const std::vector<std::string> expressions = {
       "(SELECT message FROM host_event_log)",
@@ -89,8 +89,8 @@ inline std::string Repeated(const std::string& text, int count) {
   return all;
 }
 
-// What a card may say, for the statement that writes a text between double quotes in a new row with
-// so many values after it, in a change, or looks for it between single quotes in a condition.
+// Texts that break out of the double quotes of an INSERT, with `valuesAfter` values after the text,
+// or of an UPDATE, or out of the single quotes of a condition.
 inline std::vector<std::string> HostileTexts(
     int valuesAfter, const std::vector<std::string>& statements = ForbiddenStatements()) {
   const std::string rest = valuesAfter == 0 ? "" : ", " + Repeated("NULL", valuesAfter);
@@ -106,7 +106,7 @@ inline std::vector<std::string> HostileTexts(
     texts.push_back("x' || " + expression + " || '");
     texts.push_back("x') OR (1 = " + expression + ") --");
   }
-  // Answers that cannot be read as a row of adapters, drives or plug-ins.
+  // Results that cannot be read as rows of adapters, drives or plug-ins.
   for (const int width : {149, 69, 11}) {
     texts.push_back("x') UNION SELECT " + Repeated("'warm'", width) + " --");
     texts.push_back("x') UNION SELECT " + Repeated("1e-310", width) + " --");

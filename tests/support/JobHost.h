@@ -11,7 +11,7 @@
 
 namespace CorvaneTest {
 
-// The first adapters' ids, and states of a card as its file has them.
+// The ids of the first adapters, and states of a card as in its file.
 inline constexpr std::uint64_t FIRST = 0x0130000000000001;
 inline constexpr std::uint64_t SECOND = 0x0130000000000003;
 inline constexpr std::uint64_t THIRD = 0x0130000000000005;
@@ -28,7 +28,7 @@ inline std::string Render(const PI::CEvent& event) {
   return text;
 }
 
-// A running plug-in whose worker sleeps for longer than any test here takes.
+// A running plug-in whose worker sleeps longer than any of these tests takes.
 class JobHost : public testing::Test {
  protected:
   // One card per state.

@@ -26,7 +26,7 @@
 
 namespace CorvaneTest {
 
-// Standard output goes into a file while the object lives.
+// Redirects standard output to a file until destroyed.
 class PrintedText {
  public:
   explicit PrintedText(std::filesystem::path file) : m_File(std::move(file)) {
@@ -44,7 +44,7 @@ class PrintedText {
   PrintedText(const PrintedText&) = delete;
   PrintedText& operator=(const PrintedText&) = delete;
 
-  // What has come since the last call.
+  // The output since the last call.
   std::string Next() {
     std::fflush(stdout);
     std::ifstream file(m_File);
@@ -60,9 +60,9 @@ class PrintedText {
   std::size_t m_Read = 0;
 };
 
-// Made by the thread of the test while no statement runs, and destroyed before the host.
+// Construct it on the thread of the test while no statement runs, and destroy it before the host.
 //
-// An entry is what it is and which of the plug-in's locks its thread held, data and events:
+// An entry shows which locks of the plug-in its thread holds, data and events, and what happened:
 // "-- trace 2 ENTER Attach(/dev/fct0)", "d- call vsl_open card#1", "de sql UPDATE host_drive_rows",
 // "-- notify", "-- print Corvane:  Initialize:  adapter count is 1", "-- event 10984".
 class Journal {
@@ -81,7 +81,7 @@ class Journal {
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
-  // From here on. Forgets the card library's calls too; failures of them are ordered afterwards.
+  // Starts recording. Also resets the card library's calls: request failures after it.
   void Begin() {
     CardSim::Reset();
     CardSim::SetHook([this](const CardSim::Call& call) {
@@ -92,7 +92,7 @@ class Journal {
     m_Entries.clear();
   }
 
-  // Takes the trace lines for itself. Fixtures that keep them hand each line to `Note`.
+  // Records the trace lines. Fixtures with a sink of their own pass each line to `Note` instead.
   void TakeTraces() {
     m_TakesTraces = true;
     HostKit::SetTraceSink([this](const HostKit::TraceLine& line) {
@@ -122,26 +122,26 @@ class Journal {
     m_Entries.push_back({locks + " " + text, isOwn});
   }
 
-  // What `observe` gives becomes an entry whenever it has changed. It is asked before each call and
-  // each statement, on that thread, and may call the plug-in: its locks can be taken again.
+  // Records the result of `observe` whenever it has changed. It runs before each call and each
+  // statement, on that thread, and may call the plug-in, whose locks are recursive.
   void Observe(std::function<std::string()> observe) {
     m_Observing = true;
     std::string now = observe();
     m_Observing = false;
     m_Observers.push_back({std::move(observe), std::move(now)});
   }
-  // The same before every entry, for what the kit alone knows.
+  // The same before every entry. This `observe` may use only the kit.
   void Glance(std::function<std::string()> glance) {
     m_Glance = std::move(glance);
     m_Seen = m_Glance();
   }
-  // Takes the events out of the queue before each call and each statement, an entry each.
+  // Collects the events before each call and each statement, and records each.
   void CollectEvents() { m_Collects = true; }
-  // Notes what comes into `printed`, until `StopPrint`.
+  // Records what is printed to `printed`, until `StopPrint`.
   void Print(PrintedText& printed) { m_pPrinted = &printed; }
   void StopPrint() { m_pPrinted = nullptr; }
 
-  // Observes again, for what came after the last call.
+  // Observes changes since the last call.
   void ObserveNow() {
     if (m_Observing) return;
     std::vector<std::string> news;
@@ -167,7 +167,7 @@ class Journal {
   std::vector<std::string> Entries() const {
     return Select([](const Entry&) { return true; });
   }
-  // Those of the plug-in's threads, without those of the thread of the test.
+  // The entries of the plug-in's threads, without those of the thread of the test.
   std::vector<std::string> OfOthers() const {
     return Select([](const Entry& entry) { return !entry.m_IsOwn; });
   }
@@ -188,8 +188,8 @@ class Journal {
     return texts;
   }
 
-  // The kit names the thread of the test "main". Of the plug-in's threads one alone is at work in a
-  // test that observes locks.
+  // The kit names the thread of the test "main". In a test that observes locks, only one thread of
+  // the plug-in is active.
   std::string OwnLocks() const {
     const bool isOwn = std::this_thread::get_id() == m_Owner;
     std::string locks = "--";
@@ -217,7 +217,7 @@ class Journal {
   std::vector<Entry> m_Entries;
 };
 
-// Without the reads of attributes, which are too many to list.
+// Without the reads of attributes, which are too many.
 inline std::vector<std::string> Steps(std::vector<std::string> entries) {
   const auto isRead = [](const std::string& entry) {
     const std::string begin = " call vsl_";

@@ -1,6 +1,6 @@
-// Replaces the card library's reads, and the helper of the host that gets what they give: an
-// executable's own definitions are found first. Whatever no test has asked for goes on to where it
-// would have gone.
+// Replaces the card library's reads, and the helper of the host that receives their results: the
+// loader finds the executable's definitions first. Other calls are forwarded to the replaced
+// functions.
 
 #include "tests/support/NullHandleSeam.h"
 

@@ -1,5 +1,5 @@
-// What the card library says of no card at all. The simulator says no; another library may not, and
-// the plug-in asks it when it fills an adapter's row.
+// Results of the card library for a null handle. The simulator reports that attributes are absent,
+// but another library may not, and the plug-in reads them when it fills an adapter's row.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@
 
 namespace CorvaneTest {
 
-// Answers for a null handle while it lives, with what is set here, and keeps what was asked of it.
-// One at a time, and only while the plug-in has no thread of its own.
+// Returns the values that are set here for a null handle, and records the calls. One instance at a
+// time, and only while the plug-in has no thread.
 class NullHandleAnswers {
  public:
   NullHandleAnswers();
@@ -20,22 +20,22 @@ class NullHandleAnswers {
   NullHandleAnswers(const NullHandleAnswers&) = delete;
   NullHandleAnswers& operator=(const NullHandleAnswers&) = delete;
 
-  // By the names of the attributes; the library says no to those without a value.
+  // Named like the attributes. Those without a value are absent.
   std::optional<std::uint32_t> rated_endurance_tbytes;
   std::optional<float> rated_writes_remaining_percent;
   std::optional<std::uint64_t> total_physical_bytes_read;
   std::optional<std::uint64_t> total_physical_bytes_written;
 
-  // Calls with a null handle, and every call of the host's helper with its numbers, in their order:
-  // "vsl_has_rated_endurance_tbytes", "ComputeRemainingLifeTime 8760 1024 80 100". A call whose
-  // error record was not all zero says so.
+  // Calls with a null handle, and every call of the host's helper with its arguments, in order:
+  // "vsl_has_rated_endurance_tbytes", "ComputeRemainingLifeTime 8760 1024 80 100". Calls whose
+  // error record is not all zero are marked.
   std::vector<std::string> m_Calls;
 
   void Note(const std::string& function, const vsl_error_record* record);
 };
 
-// While it lives, the host has no unit for any byte count, and leaves something in the outputs all
-// the same. One at a time.
+// Makes the host's conversion of byte counts fail and yet change its outputs, until destroyed. One
+// instance at a time.
 class NoUnitForBytes {
  public:
   NoUnitForBytes();

@@ -1,5 +1,5 @@
-// A host with one simulated card whose attributes a test sets before the plug-in starts, and what
-// the host reads of it as short texts.
+// A host with one simulated card whose attributes a test sets before the plug-in starts. It renders
+// what the host reads as short texts.
 #pragma once
 
 #include <cstdint>
@@ -44,14 +44,14 @@ class OneCard : public SimulatedHost {
   // All properties of the object, rendered.
   std::vector<std::string> Rows(std::uint64_t object) { return Rendered(Properties(object)); }
 
-  // One property, rendered, or "result 20000" where there is none.
+  // One property, rendered, or "result 20000" if there is none.
   std::string Row(std::uint64_t object, std::uint32_t propertyId) {
     PI::CProperty property(PI::Property::UNDEFINED, false);
     const unsigned int result = Property(object, propertyId, property);
     return result == 0 ? Render(property) : "result " + std::to_string(result);
   }
 
-  // The row of that property out of the full list, or "result 20000" where it is not in it.
+  // The property as rendered in the full list, or "result 20000" if it is missing.
   std::string RowInList(std::uint64_t object, std::uint32_t propertyId) {
     for (const PI::CProperty& property : Properties(object)) {
       if (property.m_PropertyID == propertyId) return Render(property);
@@ -59,7 +59,7 @@ class OneCard : public SimulatedHost {
     return "result 20000";
   }
 
-  // From here on only what comes next is in `Calls` and `Traces`.
+  // Clears `Calls` and `Traces`.
   void Watch() {
     ForgetCalls();
     ForgetTraces();

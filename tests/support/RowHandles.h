@@ -1,5 +1,4 @@
-// Filling the row of a drive names its card and leaves the handle to the card library. Everything
-// else ends what it makes.
+// The plug-in leaks a card handle when it fills the row of a drive. It destroys all other handles.
 #pragma once
 
 #include <algorithm>
@@ -10,8 +9,8 @@
 
 namespace CorvaneTest {
 
-// The open handles but for those of the rows, which are known by what was done with them since the
-// calls were last forgotten. Only attributes of an unopened card may be read.
+// The open handles except those of rows, which are recognized by their calls since the last reset:
+// they read only some attributes that are readable before the card is opened.
 inline std::vector<std::string> HandlesExceptRows() {
   const std::vector<std::string> rowCalls = {
       "vsl_has_rated_endurance_tbytes",

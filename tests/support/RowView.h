@@ -1,4 +1,4 @@
-// What a running plug-in has written into the host's database, row by row.
+// The rows that a running plug-in has written to the host's database.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -22,12 +22,12 @@ inline constexpr const char* ADAPTER_ROWS = "host_adapter_rows";
 inline constexpr const char* DRIVE_ROWS = "host_drive_rows";
 inline constexpr const char* PLUGIN_ROWS = "host_plugin_rows";
 
-// All cells that an SQL statement gives, without regard to the plug-in.
+// All cells of the result of an SQL statement.
 inline Cells Query(const std::string& sql) {
   return getDatabasePointer()->dao->query(sql);
 }
 
-// Names of the columns in their order.
+// Names of the columns, in order.
 template <class Model>
 Cells ColumnsOf() {
   const auto map = DatabaseORM::find_map<Model>(getDatabasePointer()->modelMaps);
@@ -38,7 +38,7 @@ Cells ColumnsOf() {
   return names;
 }
 
-// The cells "column=value" of each row by its key, without those that are NULL.
+// The cells "column=value" of each row, by key, without NULL cells.
 template <class Model>
 std::vector<Cells> RowsOf(const char* table) {
   const Cells cells = Query(std::string("SELECT * FROM ") + table + " ORDER BY ID");
@@ -61,7 +61,7 @@ inline std::vector<Cells> PluginRows() {
   return RowsOf<RaidDataModels::Plugin>(PLUGIN_ROWS);
 }
 
-// One column of all rows, by their keys.
+// One column of all rows, by key.
 inline Cells Column(const char* table, const std::string& column) {
   return Query("SELECT " + column + " FROM " + table + " ORDER BY ID");
 }
@@ -75,8 +75,8 @@ inline Cells Counts() {
   return counts;
 }
 
-// A life of the host's database, beside the cards and the plug-in of a test: in memory, or in a
-// file of the test's folder.
+// The host's database during a test: in memory, or in a file of the test's folder. Each `Begin`
+// starts a new run of the host.
 class DatabaseLife {
  public:
   DatabaseLife() { Begin(":memory:"); }
@@ -90,8 +90,8 @@ class DatabaseLife {
   }
 };
 
-// The number under which the host knows the adapter at that place of the PCI bus; simulated cards
-// are on the buses 3, 4, ... by default.
+// The host's number of the adapter at that PCI address. Simulated cards are on buses 3, 4, ... by
+// default.
 inline std::string NumberOf(std::uint32_t bus, std::uint32_t device = 0,
                             std::uint32_t function = 0) {
   PI::CGlobalAdapterID id;
@@ -104,7 +104,7 @@ inline std::string NumberOf(std::uint32_t bus, std::uint32_t device = 0,
   return std::to_string(id.GetGlobalAdapterNumber());
 }
 
-// One card with values that are easy to tell apart, of the older family, a year old and well.
+// A healthy card of the older family, a year old, with easily distinguishable values.
 inline Settings PlainCard() {
   return {{"serial_number", "S100"},
           {"board_name", "BoardA"},
@@ -127,7 +127,7 @@ inline Settings PlainCard() {
           {"reserve_warning_threshold_percent", "12.7"}};
 }
 
-// The row of that card's adapter once the plug-in has been initialized.
+// The row of that card's adapter after the plug-in was initialized.
 inline Cells PlainAdapterRow() {
   return {"ID=1",
           "ad_activity_names=IDLE",

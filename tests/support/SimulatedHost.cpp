@@ -19,8 +19,8 @@ namespace CorvaneTest {
 
 namespace {
 
-// In memory where there is such a place: the simulator syncs its file at each change, and a disk
-// takes ten times as long for that as everything else together.
+// In memory if possible: the simulator syncs its file at each change, which takes ten times as long
+// on a disk as everything else together.
 std::filesystem::path MakeFolder() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;

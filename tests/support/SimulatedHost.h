@@ -1,8 +1,7 @@
-// A host around the plug-in for tests: simulated cards, virtual time, and the ten commands in the
-// words of a test.
+// A host of the plug-in for tests: simulated cards, virtual time, the ten commands as functions.
 //
-// Each object lives in a folder of its own, with its own cards, PCI bus and configuration, and
-// brings the plug-in down at its end.
+// Each object has its own temporary folder, cards, PCI bus and configuration. Its destructor stops
+// and releases the plug-in.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +19,8 @@ namespace CorvaneTest {
 
 class SimulatedHost {
  public:
-  // No cards, no configuration; every trace level is on and kept. `pickTime` chooses the form of
-  // time, before anything else is made.
+  // Starts without cards and configuration, and records all trace levels. `pickTime` sets the time
+  // mode before anything else is created.
   explicit SimulatedHost(const std::function<void()>& pickTime = HostKit::UseVirtualTime);
   ~SimulatedHost();
   SimulatedHost(const SimulatedHost&) = delete;
@@ -37,12 +36,12 @@ class SimulatedHost {
   std::string AddCard(std::uint16_t deviceId = 0x1003);
   void RefreshPciBus();
 
-  // createIf; createIf and Initialize; both and SetAdapterIDs with numbers from 1. Result of the
-  // last command.
+  // createIf; createIf and Initialize; both and SetAdapterIDs with numbers from 1. Each returns the
+  // result of the last command.
   unsigned int Create();
   unsigned int Initialize();
   unsigned int Start();
-  // Gives each adapter that `Initialize` handed out the number 1, 2, ...
+  // Assigns the numbers 1, 2, ... to the adapters that `Initialize` returned.
   unsigned int AssignAdapterNumbers();
   unsigned int DeInitialize();
   void Release();
@@ -50,18 +49,18 @@ class SimulatedHost {
   IPLUGINAPI* Plugin() { return m_pPlugin; }
   unsigned int Execute(unsigned int command, std::uint64_t objectId, void* payload);
 
-  // What `Initialize` handed out.
+  // The adapters that `Initialize` returned.
   std::vector<PI::CAdapterID> m_AdapterIDs;
 
   std::vector<PI::CObject> Topology();
   std::uint64_t PluginId();
   std::uint64_t AdapterId(std::size_t index);
   std::uint64_t DriveId(std::size_t index);
-  // The object as the last `Topology` call gives it; a default one when there is none.
+  // The object in the topology, or a default one if it is missing.
   PI::CObject ObjectOf(std::uint64_t id);
 
   std::vector<PI::CProperty> Properties(std::uint64_t id);
-  // The result, and the property when it is 0.
+  // Returns the result of the command, and sets `property` if it is 0.
   unsigned int Property(std::uint64_t id, std::uint32_t propertyId, PI::CProperty& property);
   unsigned int SetPollInterval(int value, int minimum = 2, int maximum = 255);
   std::vector<PI::COperation> Operations(std::uint64_t id);
@@ -74,7 +73,7 @@ class SimulatedHost {
   std::vector<std::string> Calls() const { return CardSim::CallTexts(); }
   void ForgetCalls() { CardSim::Reset(); }
 
-  // Texts of the trace lines kept so far, of one level or of all.
+  // Texts of the recorded trace lines, of one level or of all.
   std::vector<std::string> Traces(unsigned int level = 0) const;
   std::vector<HostKit::TraceLine> TraceLines() const;
   // The lines of all levels in the mask, each after its level: "16 ScanSystem, vsl_open = 5 (no)".
@@ -88,7 +87,7 @@ class SimulatedHost {
   bool m_Initialized = false;
 };
 
-// "NAME = value" with what else differs from a property's defaults, such as
+// "NAME = value" with everything that differs from the defaults, such as
 // "PCI_BUS = 59 (label BUS, sort 23132)".
 std::string Render(const PI::CProperty& property);
 

@@ -1,10 +1,10 @@
-// Carries `boost::this_thread::sleep_for` of plug-in and simulator to the kit's clock.
+// Makes `boost::this_thread::sleep_for` in plug-in and simulator use the kit's clock.
 //
-// Boost sleeps on a condition that is never signaled, until a moment of its steady clock. Both of
-// its calls, for that clock and for the timed wait, are found by name when the program is loaded,
-// and an executable's own definitions come first. In virtual and seeded time they are answered by
-// the kit for its threads; in real time, and for other threads, they go on to where they would have
-// gone. A program with this seam must not wait with a timeout on a condition of its own.
+// Boost sleeps on a condition that is never signaled, until a time of its steady clock. This file
+// replaces both calls, for that clock and for the timed wait: the loader finds the executable's
+// definitions first. In virtual and seeded time, the kit handles the calls of its threads; in real
+// time, and for other threads, they are forwarded. A program with this seam must not wait with a
+// timeout on a condition of its own.
 
 #include <dlfcn.h>
 #include <pthread.h>
@@ -25,7 +25,7 @@ std::int64_t Nanoseconds(const timespec& time) {
   return time.tv_sec * kNsPerSecond + time.tv_nsec;
 }
 
-// A mutex that is let go for a while; taken again also when the sleeper's stack unwinds.
+// Releases a mutex until destroyed, also when the sleeper's stack unwinds.
 class Unlocked {
  public:
   explicit Unlocked(pthread_mutex_t* mutex) : m_pMutex(mutex) { pthread_mutex_unlock(m_pMutex); }
@@ -43,8 +43,8 @@ class Unlocked {
 #define SEAM_HAS_FEATURE(name) 0
 #endif
 
-// The wait that this file replaces. Clang's thread sanitizer is part of the executable, so the next
-// definition would be one that the sanitizer does not see.
+// The replaced wait. Clang's thread sanitizer is part of the executable, so the next definition
+// would bypass it.
 #if SEAM_HAS_FEATURE(thread_sanitizer)
 extern "C" int __interceptor_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*,
                                                     const timespec*);
@@ -60,8 +60,8 @@ int RealTimedWait(pthread_cond_t* condition, pthread_mutex_t* mutex, const times
 }
 #endif
 
-// Not inlined: a native cancellation of the real wait would leave its objects' traps on the stack,
-// and the address sanitizer would fall into them while the sleeper unwinds.
+// Not inlined: otherwise, a native cancellation of the real wait would leave the stack around these
+// objects poisoned, which the address sanitizer would report while the sleeper unwinds.
 [[gnu::noinline]] int KitTimedWait(pthread_mutex_t* mutex, const timespec& until) {
   const Unlocked unlocked(mutex);
   HostKit::SleepUntilNs(Nanoseconds(until));

@@ -15,7 +15,7 @@
 
 namespace CorvaneTest {
 
-// Installed for as long as it lives. Construct and destroy it while no statement runs.
+// Installed until destroyed. Construct and destroy it while no statement runs.
 class StatementWatch {
  public:
   StatementWatch() : m_pStorage(getDatabasePointer()) {
@@ -26,13 +26,13 @@ class StatementWatch {
   StatementWatch(const StatementWatch&) = delete;
   StatementWatch& operator=(const StatementWatch&) = delete;
 
-  // From now on; every statement since, those of a test too.
+  // Starts recording every statement, including those of the test.
   void Begin() {
     const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
     m_pBetween->m_Statements.clear();
     m_pBetween->m_FailingPlace = 0;
   }
-  // As `Begin`; the statement at that place, counted from 1, throws and never runs.
+  // As `Begin`; the statement at `place`, counted from 1, throws instead of running.
   template <class Failure>
   void BeginFailing(std::size_t place, Failure failure) {
     Begin();

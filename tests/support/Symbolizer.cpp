@@ -1,7 +1,7 @@
-// Linked into the test programs that run under the thread sanitizer. The races that are accepted go
-// by function name, and the sanitizer has the names from a program of LLVM's: without it nothing is
-// accepted, and tests fail for a reason that no report shows. The question takes some time, so that
-// CTest has it asked once, and sets CORVANE_SYMBOLIZER for all other programs.
+// Linked into the test programs that run under the thread sanitizer. Accepted races are listed by
+// function name, and the sanitizer takes the names from LLVM's symbolizer. Without it no race is
+// accepted, and tests fail without an obvious reason. The check takes some time, so CTest runs it
+// once, and sets CORVANE_SYMBOLIZER for all other programs.
 #include <gnu/libc-version.h>
 #include <sanitizer/common_interface_defs.h>
 #include <unistd.h>
@@ -12,8 +12,8 @@
 
 namespace {
 
-// A function of the C library is looked for, which is quicker to read than a test program. The
-// address is one as a stack has it: that of the instruction after a call.
+// Looks up a function of the C library, which is faster to read than a test program. The address is
+// above the start of the function, as on a stack.
 [[gnu::constructor]] void RequireSymbolizer() {
   if (std::getenv("CORVANE_SYMBOLIZER") != nullptr) return;
   const auto address = reinterpret_cast<char*>(&gnu_get_libc_version) + 1;

@@ -1,4 +1,4 @@
-// Does nothing but what is linked into it: ends well if the sanitizer can show the names of
+// Runs only the check that is linked into it: succeeds if the sanitizer can show the names of
 // functions.
 int main() {
   return 0;

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-// Sets an environment variable, or unsets it without a value, as long as this lives.
+// Sets an environment variable, or unsets it without a value, until destroyed.
 class ScopedVariable {
  public:
   ScopedVariable(const char* name, const std::optional<std::string>& value) : m_Name(name) {
@@ -33,7 +33,7 @@ class ScopedVariable {
   std::optional<std::string> m_Before;
 };
 
-// A new empty folder, removed with its contents.
+// A new empty folder. The destructor removes it with its contents.
 class TemporaryFolder {
  public:
   TemporaryFolder() {
