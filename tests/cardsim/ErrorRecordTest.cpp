@@ -16,7 +16,7 @@ struct Things {
 
 struct Call {
   const char* name;
-  const char* handle;  // as it is described, with a blank in front; or empty
+  const char* handle;  // its description after a space; or empty
   void (*make)(Things&);
 };
 

@@ -24,7 +24,7 @@ class LentTexts : public SimulatedCards {
   void* m_Card = nullptr;
 };
 
-TEST_F(LentTexts, OutliveCallsOnOtherHandles) {
+TEST_F(LentTexts, SurviveCallsOnOtherHandles) {
   const char* text = Serial();
   void* other = Opened();
   void* iterated = nullptr;

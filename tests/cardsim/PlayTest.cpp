@@ -13,7 +13,7 @@ class Play : public Program {
     for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   }
 
-  // A scenario file with that text.
+  // Writes a scenario file with that text.
   std::string Written(const std::string& text) {
     const std::string path = (m_Folder / "scenario.json").string();
     std::ofstream(path) << text;

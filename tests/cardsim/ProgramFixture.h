@@ -15,7 +15,7 @@ class Program : public SimulatedCards {
   // Output, errors and exit code of `cardsim` with these arguments, as one text.
   std::string Run(const std::string& arguments) { return RunOf(CARDSIM_PROGRAM, arguments); }
 
-  // The same of a copy of the program.
+  // The same for a copy of the program.
   std::string RunOf(const std::string& program, const std::string& arguments) {
     const std::string out = (m_Folder / "out").string();
     const std::string err = (m_Folder / "err").string();

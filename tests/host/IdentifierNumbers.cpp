@@ -1,4 +1,4 @@
-// The numbers of the vocabulary are the host's: fixed, and all of them known here.
+// The numbers of the identifiers are fixed by the host, and all of them are listed.
 #include "host/Identifiers.h"
 #include "tests/host/NumberChecks.h"
 
@@ -50,7 +50,7 @@ namespace in = PI;
 CHECK_ALL(PI::_SEVERITY, HOST_SEVERITIES, NONE_LOW);
 }  // namespace Severities
 
-// The kit has units beside these, which the host's helper gives for byte counts.
+// The kit has further units, which the host's helper returns for byte counts.
 namespace Units {
 namespace in = PI;
 HOST_UNITS(CHECK)

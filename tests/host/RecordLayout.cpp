@@ -1,12 +1,12 @@
-// Widths and order of the fields of the host's records, as a plug-in and a host built apart from
-// each other both take them.
+// Widths and order of the fields of the host's records, which must match between a plug-in and a
+// host that are built separately.
 #include <array>
 #include <cstddef>
 #include <type_traits>
 
 #include "host/PluginInterface.h"
 
-// Records with virtual members have no standard layout, but both compilers give their offsets.
+// Records with virtual members have no standard layout, but both compilers support their offsets.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace {
@@ -23,7 +23,7 @@ constexpr bool Rise(Offsets... offsets) {
   return true;
 }
 
-// A record begins with the pointer to its virtual members, and followed by its first field.
+// A record begins with the pointer to its virtual members, followed by its first field.
 template <class Record>
 constexpr bool BeginsWith(std::size_t offset) {
   return std::has_virtual_destructor_v<Record> && offset == sizeof(void*);

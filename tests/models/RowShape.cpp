@@ -1,4 +1,4 @@
-// Order, type and number of the fields of each row, as every reader of the host's rows takes them.
+// Order, type and number of the fields of each row, on which all readers of the host's rows rely.
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -41,7 +41,7 @@ constexpr Field kAdapter[] = {ADAPTER_FIELDS(ADAPTER_FIELD)};
 constexpr Field kPD[] = {PD_FIELDS(PD_FIELD)};
 constexpr Field kPlugin[] = {PLUGIN_FIELDS(PLUGIN_FIELD)};
 
-// So many fields of one type follow each other.
+// A number of consecutive fields of one type.
 struct Run {
   char letter;
   std::size_t count;
@@ -96,7 +96,7 @@ static_assert(FollowsRuns(kPD, kPDRuns));
 static_assert(FollowsRuns(kPlugin, kPluginRuns));
 static_assert(IsWhole<Adapter>(kAdapter) && IsWhole<PD>(kPD) && IsWhole<Plugin>(kPlugin));
 
-// The fields that plug-ins write have fixed places, counted from 1.
+// The fields that plug-ins write have fixed positions, counted from 1.
 struct Place {
   std::size_t number;
   std::string_view name;

@@ -1,4 +1,4 @@
-// Files, folders and links that another user could have put in the way of the state file.
+// Files, folders and links that another user could have placed at the path of the state file.
 #include <sys/stat.h>
 
 #include <regex>
@@ -93,7 +93,7 @@ TEST_F(Planted, AFileWithASecondNameInAnOpenFolderIsRejected) {
 }
 
 TEST_F(Planted, RootRejectsAnotherUsersFileAndLink) {
-  if (!IsRoot()) GTEST_SKIP() << "only root can give files away";
+  if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
   ASSERT_EQ(0, chown(Path().c_str(), 65534, 65534));
   EXPECT_EQ(Path().string() + ": not trusted: the file belongs to uid 65534", Edit());
   ASSERT_EQ(0, chown(Path().c_str(), 0, 0));
@@ -121,7 +121,7 @@ class PlantedWays : public Planted, public ::testing::WithParamInterface<const c
  protected:
   void SetUp() override {
     Planted::SetUp();
-    if (!IsRoot()) GTEST_SKIP() << "only root can give files away";
+    if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
     std::filesystem::create_directories(Theirs() / "one/two");
     std::filesystem::create_directory(Victim());
     for (const char* link : {"link", "one/link", "one/two/link"}) {

@@ -150,7 +150,7 @@ unsigned long long Misc::now() {
       std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
 }
 
-// All levels, from the first line on.
+// All levels from the first line.
 Misc::CModuleInfo::CModuleInfo(unsigned int module, const char* name, const char* version,
                                Language_Support::CLanguageSupport::CLngFile*,
                                Language_Support::CLanguageSupport::ERROR_MSG_LIST*)

@@ -1,4 +1,4 @@
-// The names under which the plug-in asks for headers lead to where this SDK keeps them.
+// The plug-in includes headers by these names. They include the headers of this SDK.
 #pragma once
 
 #include "sdk/config_file.h"

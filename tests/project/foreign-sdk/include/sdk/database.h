@@ -1,4 +1,4 @@
-// What the host's database library adds to the persistence layer of the plug-in's own tree.
+// The part of the persistence layer that the host's database library provides.
 #pragma once
 
 #include <exception>

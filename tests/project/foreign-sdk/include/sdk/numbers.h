@@ -1,4 +1,4 @@
-// The three types of numbers that cross the interface, each of another kind.
+// The three types of numbers that cross the interface, declared in three different ways.
 #pragma once
 
 #include "sdk/own/vocabulary.h"

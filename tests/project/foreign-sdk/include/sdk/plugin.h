@@ -6,8 +6,8 @@
 
 class IPLUGINAPI;
 
-// Called by a plug-in when there is something to collect. Like all members of IPLUGINAPI it has no
-// initial value: a plug-in sets them itself.
+// Called by a plug-in when it has events to collect. The members of IPLUGINAPI have no initial
+// values: the plug-in sets them.
 struct OwnNotify {
   void operator()(IPLUGINAPI*) const;
   void (*m_OwnCall)(void*, IPLUGINAPI*);

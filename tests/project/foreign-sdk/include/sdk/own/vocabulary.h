@@ -1,10 +1,10 @@
-// This SDK's own names for the numbers. They are declared in another way than those of other hosts,
-// and some have a name that a plug-in might use as well.
+// This SDK's own names for the numbers. They are declared differently than in other hosts, and a
+// plug-in might use some of the names, too.
 #pragma once
 
 namespace PI {
 
-// The same words as a plug-in's namespaces, for other things.
+// Named like a plug-in's namespaces, with a different meaning.
 struct Event {
   enum Numbers : unsigned short { CTRL_NORMAL = 10980 };
 };
@@ -13,7 +13,7 @@ template <class Kind>
 struct ShortName {};
 extern const int Value;
 
-// Names that a plug-in has as well, with numbers that would do harm.
+// Names that a plug-in has too, with wrong numbers.
 constexpr int SUCCESS = -1;
 constexpr int ERR_INVALID_COMMAND = -2;
 enum OPERATIONS { OP_GET_EVENTS = -3 };

@@ -5,7 +5,7 @@
 namespace MBX {
 namespace Language_Support {
 
-// A class here, with the types inside it.
+// In this SDK a class, which contains the types.
 class OWN_EXPORT CLanguageSupport {
  public:
   class OWN_EXPORT CLngFile {

@@ -1,5 +1,4 @@
-// Trace lines, and what the toolkit knows of the module that writes them. The mask is a plain
-// number here.
+// Trace lines, and the module that writes them. The mask is a plain number here.
 #pragma once
 
 #include <string>
