@@ -193,7 +193,7 @@ TEST_F(Attributes, StatusMasksChangeWhileTheCardIsOpen) {
   EXPECT_EQ(0U, vsl_current_errors(card, &m_Error));
 }
 
-TEST_F(Attributes, OfARemovedCardAreReadThroughItsOpenHandle) {
+TEST_F(Attributes, AreReadableThroughAHandleAfterTheCardWasRemoved) {
   StartWithCard();
   void* card = Opened();
   File().RemoveCard("card0");

@@ -158,7 +158,7 @@ TEST_F(Calls, AWaitingHookDoesNotBlockOtherThreads) {
   blocked.join();
 }
 
-TEST_F(Calls, OfManyThreadsAreAllLogged) {
+TEST_F(Calls, AreLoggedFromAllThreads) {
   StartWithCard();
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {

@@ -327,7 +327,7 @@ TEST_P(CatalogRefusal, ReturnsItsCodeAndReason) {
   EXPECT_EQ(GetParam().function, CardSim::CallLog().back().function);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, CatalogRefusal, ::testing::ValuesIn(kRefusedCalls),
+INSTANTIATE_TEST_SUITE_P(Table, CatalogRefusal, ::testing::ValuesIn(kRefusedCalls),
                          [](const auto& row) { return std::string(row.param.function); });
 
 }  // namespace

@@ -113,7 +113,7 @@ TEST_P(UnopenableCalls, FailOnAMissingFile) {
 }
 
 TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
-  // A folder in its place, which root cannot read as a file either.
+  // A folder in its place, which even root cannot read as a file.
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
   EXPECT_EQ(Failed("is not a regular file"), Answer());
@@ -145,7 +145,7 @@ TEST_F(Unopenable, AStatusMaskKeepsItsLastValue) {
             }));
 }
 
-TEST_F(Unopenable, ClosedStandardStreamsDoNotReachTheFile) {
+TEST_F(Unopenable, ClosedStandardStreamsDoNotDamageTheFile) {
   File().AddCard(0x1003);
   EXPECT_EQ("", InChild([this] {
               for (const int fd : {0, 1, 2}) close(fd);

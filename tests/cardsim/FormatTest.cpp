@@ -145,7 +145,7 @@ const Request kRefused[] = {
 
 class RefusedFormat : public Format, public ::testing::WithParamInterface<Request> {};
 
-TEST_P(RefusedFormat, SaysWhy) {
+TEST_P(RefusedFormat, ReportsTheReason) {
   if (GetParam().attribute != nullptr) {
     File().Set("card0", GetParam().attribute, GetParam().value);
     Make();

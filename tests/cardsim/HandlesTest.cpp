@@ -32,7 +32,7 @@ TEST_F(Handles, AreNumberedByKind) {
   EXPECT_EQ(0U, vsl_open(second, &m_Error));
 }
 
-TEST_F(Handles, OfIterationAndVolumesAreNotListed) {
+TEST_F(Handles, AreNotListedForIterationsAndVolumes) {
   void *iterated = nullptr, *volume = nullptr;
   vsl_iom_iterate(&iterated, 1, &m_Error);
   void* card = Named();

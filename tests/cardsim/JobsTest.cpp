@@ -148,7 +148,7 @@ TEST_F(Jobs, AreStartedAndWaitedForOnce) {
   EXPECT_EQ("no job is running", Wait(job));
 }
 
-TEST_F(Jobs, OfARemovedCardFail) {
+TEST_F(Jobs, FailAfterTheCardWasRemoved) {
   void* job = Detach();
   void* other = Detach();
   Start(job);
@@ -192,7 +192,7 @@ TEST_F(Jobs, AFailedStartChangesNothing) {
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, OfADeadProcessReleaseTheCard) {
+TEST_F(Jobs, ReleaseTheCardWhenTheirProcessDies) {
   vsl_fini();
   CardSim::Reset();
   const pid_t child = fork();

@@ -35,7 +35,7 @@ TEST_F(LentTexts, SurviveCallsOnOtherHandles) {
   EXPECT_STREQ("FA00000001", text);
 }
 
-TEST_F(LentTexts, OfTwoHandlesAreIndependent) {
+TEST_F(LentTexts, AreIndependentBetweenHandles) {
   void* other = Opened();
   const char* first = Serial();
   const char* second = vsl_board_name(other, &m_Error);
@@ -86,7 +86,7 @@ TEST_P(ExpiredTexts, AreOverwritten) {
 INSTANTIATE_TEST_SUITE_P(Table, ExpiredTexts, ::testing::ValuesIn(kNexts),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(LentTexts, OfAnIterationExpireAtItsNextStep) {
+TEST_F(LentTexts, ExpireAtTheNextStepOfAnIteration) {
   void* iterated = nullptr;
   ASSERT_TRUE(vsl_iom_iterate(&iterated, 1, &m_Error));
   const char* path = vsl_device_path(iterated, &m_Error);

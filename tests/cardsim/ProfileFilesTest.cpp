@@ -95,12 +95,12 @@ TEST_F(ProfileFiles, AreSuggestedForAWrongName) {
             Run("add my-od-card"));
 }
 
-TEST_F(ProfileFiles, OfOtherFoldersAreNotUsed) {
+TEST_F(ProfileFiles, AreNotUsedFromOtherFolders) {
   std::ofstream(m_Folder / "outside.json") << kLarge;
   EXPECT_EQ("cardsim: unknown kind of card ../outside\n[3]", Run("add ../outside"));
 }
 
-TEST_F(ProfileFiles, OfAMissingFolderAreReported) {
+TEST_F(ProfileFiles, AMissingFolderIsReported) {
   fs::remove_all(Folder());
   EXPECT_EQ("cardsim: " + Folder().string() + ": No such file or directory\n[1]",
             Run("add my-odd-card"));
@@ -188,7 +188,7 @@ TEST_F(ProfileFiles, ThatAreFoldersAreReported) {
   EXPECT_EQ("cardsim: " + Of("odd").string() + ": is not a regular file\n[1]", Run("add odd"));
 }
 
-TEST_F(ProfileFiles, ThatLinkToNothingAreReported) {
+TEST_F(ProfileFiles, ThatAreDanglingLinksAreReported) {
   fs::create_symlink("nothing.json", Of("odd"));
   EXPECT_EQ("cardsim: " + Of("odd").string() + ": no such file\n[1]", Run("add odd"));
 }

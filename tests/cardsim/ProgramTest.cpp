@@ -105,7 +105,7 @@ TEST_P(RejectedCommands, PrintOneLine) {
 INSTANTIATE_TEST_SUITE_P(Table, RejectedCommands, ::testing::ValuesIn(kRefused),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Program, LeavesAnExistingOrDamagedFileAlone) {
+TEST_F(Program, DoesNotChangeAnExistingOrDamagedFile) {
   EXPECT_EQ(
       "cardsim: " + Path().string() + ": already exists; `cardsim new --force` replaces it\n[1]",
       Run("new"));

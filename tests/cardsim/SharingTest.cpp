@@ -98,7 +98,7 @@ TEST_F(Sharing, NoEditOfSeveralProcessesIsLost) {
   EXPECT_EQ("1023", File().Get("card0", "current_errors"));
 }
 
-TEST_F(Sharing, NoEditOfSeveralThreadsIsLostAndReadersSeeWholeFiles) {
+TEST_F(Sharing, NoEditOfSeveralThreadsIsLostAndReadersSeeCompleteFiles) {
   StartWithCard();
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < 3; ++i) {

@@ -68,22 +68,22 @@ TEST_F(BlockDeviceUsers, AnUnusedCardHasNoUsers) {
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
 
-TEST_F(BlockDeviceUsers, AMountedDiskNamesItsPlace) {
+TEST_F(BlockDeviceUsers, AMountedDiskIsReportedWithItsMountPoint) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, AMountedPartitionCounts) {
+TEST_F(BlockDeviceUsers, AMountedPartitionIsReported) {
   Mount("40 22 252:1 / /data rw shared:7 master:2 - ext4 /dev/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, ABlankInAPlaceIsReadAsOne) {
+TEST_F(BlockDeviceUsers, AnEscapedSpaceInAMountPointIsDecoded) {
   Mount("40 22 252:1 / /my\\040data rw - ext4 /dev/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /my data"});
 }
 
-TEST_F(BlockDeviceUsers, AFileSystemWithANumberOfItsOwnIsFoundByItsSource) {
+TEST_F(BlockDeviceUsers, AFileSystemWithItsOwnDeviceNumberIsFoundByItsSource) {
   Mount("40 22 0:45 / /pool rw - btrfs /dev/fioa1 rw,space_cache");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /pool"});
 }
@@ -93,7 +93,7 @@ TEST_F(BlockDeviceUsers, ASourceThatIsNotADeviceIsIgnored) {
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
 
-TEST_F(BlockDeviceUsers, SwapCounts) {
+TEST_F(BlockDeviceUsers, SwapIsReported) {
   Write("swaps", "Filename Type Size Used Priority\n/dev/fioa1   partition\t1024\t0\t-2\n");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is used as swap"});
 }
@@ -105,27 +105,27 @@ TEST_F(BlockDeviceUsers, AHolderIsReportedWithItsUsers) {
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is mounted at /srv", "fioa1 is held by dm-0"}));
 }
 
-TEST_F(BlockDeviceUsers, AHolderThatHoldsItselfIsReadToAnEnd) {
+TEST_F(BlockDeviceUsers, AHolderThatHoldsItselfEndsTheSearch) {
   AddDisk("devices/virtual", "dm-0", "253:0");
   Hold("fioa", "dm-0");
   Hold("dm-0", "dm-0");
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is held by dm-0", "fioa is held by dm-0"}));
 }
 
-TEST_F(BlockDeviceUsers, AnotherCardsDiskIsNotThisCards) {
+TEST_F(BlockDeviceUsers, TheDiskOfAnotherCardIsIgnored) {
   AddDisk("devices/pci0000:5d/0000:5e:00.0", "fiob", "252:16");
   Mount("40 22 252:16 / /data rw - ext4 /dev/fiob rw");
   EXPECT_EQ(UsersOf(kCard), Users{});
   EXPECT_EQ(UsersOf("0000:5e:00.0"), Users{"fiob is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, AnAddressWithoutASegmentAndInCapitalsIsUnderstood) {
+TEST_F(BlockDeviceUsers, AnAddressWithoutSegmentAndInUpperCaseIsAccepted) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf("3b:00.0"), Users{"fioa is mounted at /data"});
   EXPECT_EQ(UsersOf("0000:3B:00.0"), Users{"fioa is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, WithoutAnAddressNothingIsSaid) {
+TEST_F(BlockDeviceUsers, WithoutAnAddressNoneAreReported) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf(""), Users{});
 }

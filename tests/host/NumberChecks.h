@@ -1,12 +1,12 @@
 // Compares enumerations with the lists of numbers.
 //
-// Each switch names every enumerator of its enumeration and has no default, so that one without a
-// line in HostNumbers.h does not compile, nor one that is gone.
+// Each switch lists the enumerators of HostNumbers.h and has no default, so that an enumeration
+// with more or fewer of them does not compile.
 #pragma once
 
 #include "tests/host/HostNumbers.h"
 
-// Here `in` is the namespace of the enumerators of the list at hand.
+// `in` is the namespace of the enumerators in the current list.
 #define CHECK(name, ...) static_assert(in::name == (FIRST_OF(__VA_ARGS__, 0)), #name);
 #define LINE(name, ...) case in::name:
 

@@ -50,7 +50,7 @@ TEST(Cells, AreReadUpToTheEndOfTheNumber) {
   EXPECT_EQ(RowWith(4, "1.5x").ratio, 1.5);
 }
 
-TEST(Cells, OfTextAreNotChanged) {
+TEST(Cells, WithTextAreNotChanged) {
   EXPECT_EQ(RowWith(1, "").owner, "");
   EXPECT_EQ(RowWith(1, "a?b \"c\"").owner, "a?b \"c\"");
   EXPECT_EQ(RowWith(1, "null").owner, "null");

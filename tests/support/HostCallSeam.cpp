@@ -1,5 +1,5 @@
-// Replaces two functions of the host's library, because the loader finds the executable's
-// definitions first.
+// Replaces two functions of the host's library: the loader finds the executable's definitions
+// first.
 
 #include "tests/support/HostCallSeam.h"
 

@@ -147,7 +147,7 @@ class Journal {
     std::vector<std::string> news;
     m_Observing = true;
     if (m_Collects) {
-      // By the plug-in's id, since whoever asks for that asks the cards.
+      // A fixed id, because a query for the plug-in's id would read the cards.
       PI::COperation collect;
       collect.m_OperationID = PI::OP_GET_EVENTS;
       m_Host.Execute(PI::CMD_EXECUTE_OPERATION, 0x0130000000000000, &collect);

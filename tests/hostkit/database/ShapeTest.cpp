@@ -133,7 +133,7 @@ TEST(TableNames, AreThoseOfThreeTables) {
   EXPECT_EQ(Found<Plugin>().map->columnCount, 11);
 }
 
-TEST(TableNames, OfColumnsFollowTheFields) {
+TEST(TableNames, ColumnsAreNamedAfterTheFields) {
   const std::vector<std::string> expected = {"ID",
                                              "pi_api_version",
                                              "pi_object_id",

@@ -90,7 +90,7 @@ TEST(EventRegistry, MessagesNameTheObjectsOfTheEvent) {
   }
 }
 
-TEST(EventRegistry, GivesTheSeverityOfEachEvent) {
+TEST(EventRegistry, ReturnsTheSeverityOfEachEvent) {
   for (const ReportedEvent& row : AllReported()) {
     EXPECT_EQ(HostKit::SeverityOf(row.number), row.severity) << row.number;
   }
@@ -198,7 +198,7 @@ TEST(EventRegistry, NoOtherEventHasAReason) {
   EXPECT_EQ(second, std::set<std::uint32_t>{Typed::CTRL_WRITE_REG_POWER});
 }
 
-TEST(EventRegistry, GivesTheBestStatusOfEachReason) {
+TEST(EventRegistry, ReturnsTheBestStatusOfEachReason) {
   std::map<std::uint32_t, std::uint32_t> wanted, known;
   for (const ReportedReason& row : kReasons) wanted.emplace(row.reason, row.status);
   for (std::uint32_t value = 0; value < kEnd; ++value) {

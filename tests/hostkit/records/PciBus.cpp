@@ -40,7 +40,7 @@ class PciBus : public testing::Test {
   ScopedVariable m_Sysfs{"CORVANE_SYSFS", m_Folder.Path().string()};
 };
 
-TEST_F(PciBus, GivesTheAddressOfADevice) {
+TEST_F(PciBus, ReturnsTheAddressOfADevice) {
   AddCard("0001:3b:1f.7");
   EXPECT_EQ(Find({"1AED1005"}, 1), "1/59/31/7");
 }

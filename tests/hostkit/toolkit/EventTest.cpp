@@ -61,7 +61,7 @@ TEST_P(Event, WakesAWaitingThread) {
   EXPECT_EQ(WAIT_SUCCEEDED, result);
 }
 
-TEST_P(Event, WakesOneWaiterIfItResetsAutomaticallyElseAll) {
+TEST_P(Event, WakesOneWaiterIfAutomaticAndAllIfManual) {
   for (const bool manualReset : {false, true}) {
     ReadyEvent event(manualReset);
     std::atomic<int> woken{0};

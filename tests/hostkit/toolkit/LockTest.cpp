@@ -55,7 +55,7 @@ TEST_P(Lock, TimesOut) {
   lock.Release();
 }
 
-TEST_P(Lock, GoesToTheWaitingThreadWhenReleased) {
+TEST_P(Lock, IsTakenByTheWaitingThreadWhenReleased) {
   ReadyLock lock;
   ReadyEvent waiting;
   lock.Wait(WAIT_INFINITE);
