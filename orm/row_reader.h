@@ -2,6 +2,9 @@
 //
 // Cells come as one flat list of texts, row by row, in the order of the table's columns. NULL is
 // the word NULL; a text that is that word reads as NULL too.
+//
+// Cells are expected to have been written by this layer. One that does not fit its column throws,
+// and the rows read so far are lost.
 #pragma once
 
 #include <locale.h>
@@ -26,18 +29,21 @@ namespace DatabaseORM {
 
 // Sets `value` from a cell; the word NULL becomes the null value of its type. A cell that is not a
 // number throws `std::invalid_argument`, one out of range `std::out_of_range`, and leaves `value`
-// unchanged; nothing in this layer catches them.
+// unchanged; nothing in this layer catches them. White space before a number and anything after it
+// are ignored.
 inline void read_cell(const std::string& cell, int& value) {
   value = cell == null_word ? RaidDataModels::null_int : std::stoi(cell);
 }
 
+// Cells have signed 64-bit numbers, as SQL does: larger ones are out of range, and a negative one
+// becomes the unsigned number with the same bits.
 inline void read_cell(const std::string& cell, unsigned long& value) {
   value =
       cell == null_word ? RaidDataModels::null_ulong : static_cast<unsigned long>(std::stoll(cell));
 }
 
 // `std::stod` for the C locale: the host's locale may have a decimal comma, the database never
-// does.
+// does. Throws the same exceptions, and leaves errno unchanged.
 inline double number_of(const std::string& cell) {
   static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
   const int errno_before = std::exchange(errno, 0);
@@ -53,25 +59,29 @@ inline void read_cell(const std::string& cell, double& value) {
   value = cell == null_word ? RaidDataModels::null_double : number_of(cell);
 }
 
+// The cell as it is. The word NULL needs no conversion: it is the null value of a text.
 inline void read_cell(const std::string& cell, std::string& value) {
   value = cell;
 }
 
-// A list: elements separated by "?". Empty ones are dropped.
+// A list: elements separated by "?". Empty ones are dropped. The word NULL becomes a list with that
+// one element, since a list has no null value.
 inline void read_cell(const std::string& cell, RaidDataModels::string_list& value) {
   boost::algorithm::split(value, cell, boost::algorithm::is_any_of(element_separator));
   value.erase(std::remove(value.begin(), value.end(), std::string()), value.end());
 }
 
 // Reads the cells of one row from left to right. The fields of each type are used in turn, so they
-// must be in the order of the columns; their indexes are not used.
+// must be in the order of the columns; their indexes are not used. For one thread.
 template <class Row>
 class row_reader_t {
  public:
   // For one row. The map must outlive the reader.
   explicit row_reader_t(const fields_map_t<Row>& map) : m_map(map) {}
 
-  // Sets the next field of that kind in `row`. Skips a column for which the map has no field left.
+  // Sets the next field of that kind in `row`. Skips a column for which the map has no field left,
+  // or whose kind is none of the five. After an exception the field counts as read, and keeps its
+  // value.
   void read(column_kind_t kind, const std::string& cell, Row& row) {
     switch (kind) {
       case string_column:
@@ -102,8 +112,9 @@ class row_reader_t {
   std::size_t m_doubles = 0;
 };
 
-// The rows in `cells`, which has one row after the other. An incomplete last row is dropped;
-// without columns there are no rows. Throws as `read_cell` does.
+// The rows in `cells`, which has one row after the other; the caller owns them. An incomplete last
+// row is dropped; without columns there are no rows. A field without a column keeps the value that
+// it has in a new row. Throws as `read_cell` does. The columns of `table` must not be null.
 template <class Row>
 std::vector<Row> read_rows(const fields_map_t<Row>& map, const table_t<Row>& table,
                            const std::vector<std::string>& cells) {

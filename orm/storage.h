@@ -4,7 +4,7 @@
 //   auto rows = storage->get_all<Adapter>(where(is_equal(&Adapter::adapterNumber, 3) and
 //                                               is_equal(&Adapter::hostName, "localhost")));
 //
-// Statements are plain text; values are not escaped.
+// Statements are plain text; values are not escaped. orm/statement.h has their exact form.
 #pragma once
 
 #include <locale>
@@ -30,17 +30,27 @@ namespace DatabaseORM {
 // no lock, and deleting changes `useAlias` temporarily: one thread at a time.
 //
 // There are no transactions; every statement takes effect by itself. Failures, also of the
-// database, throw `DBEXCEPTION::DatabaseException` with the texts of orm/failures.h.
+// database, throw `DBEXCEPTION::DatabaseException` with the texts of orm/failures.h. The comments
+// below name them as `failure_t` does. A failure does not affect later calls.
+//
+// Rows are passed and returned by value; no member keeps a reference to one.
 class CORVANE_API storage_t {
  public:
   bool useAlias = true;  // whether conditions prefix their columns with the table's alias
-  std::shared_ptr<DatabaseWrapper::DatabaseDAO> dao;
-  tables_t tables;
-  model_maps_t modelMaps;
+  std::shared_ptr<DatabaseWrapper::DatabaseDAO> dao;  // runs the statements; must be set
+  tables_t tables;                                    // at most one per row type
+  model_maps_t modelMaps;                             // at most one per row type
 
-  // Writes a new row. Returns its key if the database assigns the table's key, else 0. The key is
-  // predicted: it is the largest one before the row was written, plus 1. Throws without a map for
-  // `Row`, or if the database rejects a statement; no row is written then.
+  // Writes a new row: one INSERT. Returns its key if the database assigns the table's key, else 0.
+  //
+  // The key is predicted: a SELECT MAX in front of the INSERT reads the largest one, and the result
+  // is that plus 1, or 1 if the table is empty. It is wrong if another writer adds a row in
+  // between, or if the database does not assign keys that way. Only its low 32 bits are returned.
+  //
+  // No row is written after an exception. Throws `no_map_in_insert` without a map for `Row`, `key`
+  // if the largest key cannot be read, `query` if the database rejects the INSERT, and
+  // `std::out_of_range` for a field beyond the table. Without a table for `Row`, the INSERT lacks
+  // the table's name.
   template <class Row>
   int insert(Row row) {
     const auto map = find_map<Row>(modelMaps, failure_t::no_map_in_insert);
@@ -50,17 +60,23 @@ class CORVANE_API storage_t {
     return key;
   }
 
-  // Writes all columns of the row with the same key. A row whose key is null, or that the table
-  // does not have, changes nothing. Throws without a map for `Row`, or if the database rejects the
-  // statement.
+  // Writes all columns of the row with the same key: one UPDATE. A row whose key is null, or that
+  // the table does not have, changes nothing, and no failure reports that.
+  //
+  // The stored row is unchanged after an exception. Throws `no_map` without a map for `Row`,
+  // `query` if the database rejects the statement, and `std::out_of_range` for a field beyond the
+  // table.
   template <class Row>
   void update(Row row) {
     const auto map = find_map<Row>(modelMaps);
     run(update_text(*map, *find_table<Row>(tables), row));
   }
 
-  // The largest value of a column, where `Field` is int or unsigned long. 0 if there is none, if
-  // the row type is unknown, or if the result is not such a number.
+  // The largest value of a column, where `Field` is int or unsigned long: one SELECT MAX. 0 if
+  // there is none, if the result is not such a number, and, without a statement, if there is no map
+  // or no table for the row type. A caller cannot distinguish these from a largest value of 0.
+  // Throws `no_column` if the map does not have the member, `query` if the database rejects the
+  // statement.
   template <class Field, class Row>
   Field max(Field Row::*member) {
     const auto map = find_entry<fields_map_t<Row>>(modelMaps);
@@ -74,8 +90,12 @@ class CORVANE_API storage_t {
     return cell >> value ? value : 0;
   }
 
-  // The rows that meet the condition, in the database's order. A cell that does not fit its
-  // column's type throws `std::invalid_argument` or `std::out_of_range`.
+  // The rows that meet the condition, in the database's order: one SELECT. None without a table for
+  // `Row`, if the database accepts a statement without the table's name.
+  //
+  // Throws `no_map` without a map for `Row` or for a row type of the condition, `no_column` if the
+  // condition has a member without a column, `query` if the database rejects the statement. A cell
+  // that does not fit its column's type throws `std::invalid_argument` or `std::out_of_range`.
   template <class Row, class Condition>
   std::vector<Row> get_all(where_t<Condition> where) {
     const auto map = find_map<Row>(modelMaps);
@@ -85,9 +105,9 @@ class CORVANE_API storage_t {
     return read_rows(*map, *table, run(select_text(*table, alias, condition)));
   }
 
-  // Deletes the rows that meet the condition; it may be none. `useAlias` is true afterwards, also
-  // after a failure. Throws without a map for `Row` or for a row type in the condition, or if the
-  // database rejects the statement.
+  // Deletes the rows that meet the condition, if any: one DELETE. `useAlias` is true afterwards,
+  // also after a failure, and whatever it was before. Throws as `get_all` does, except for cells;
+  // no row is deleted then.
   template <class Row, class Condition>
   void remove_all(where_t<Condition> where) {
     find_map<Row>(modelMaps);
@@ -96,13 +116,14 @@ class CORVANE_API storage_t {
     run(delete_text(*table, process_single_condition(naming(), {}, where)));
   }
 
-  // The alias of the table of `Row`. Throws without a map.
+  // The alias of the table of `Row`. Sends nothing. Throws `no_map_for_alias` without a map.
   template <class Row>
   std::string extractAlias() const {
     return alias_of<Row>(modelMaps);
   }
 
-  // The name of a member's column. Throws without a map or a column.
+  // The name of a member's column. Sends nothing. Throws `no_map` without a map, `no_column`
+  // without a column.
   template <class Row, class Field>
   std::string stringFromExpression(Field Row::*member) const {
     return column_name(*find_map<Row>(modelMaps), member);

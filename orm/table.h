@@ -1,5 +1,7 @@
 // What the host declares about its tables. Written while the host builds its storage, then only
-// read.
+// read, by any thread.
+//
+// This layer does not create tables: the host does, with columns as declared here.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +14,7 @@
 namespace DatabaseORM {
 
 // How the cells of a column are read: as the field of the row type that has that kind, in order.
-// The numbers are fixed, because hosts set them.
+// The numbers are fixed, because hosts set them. A column with any other number is skipped.
 enum column_kind_t : std::int32_t {
   string_column = 0,
   list_column = 1,
@@ -21,10 +23,10 @@ enum column_kind_t : std::int32_t {
   double_column = 4
 };
 
-// One column.
+// One column. Its name is in the map of the row type.
 template <class Row>
 struct column_t {
-  column_kind_t kind;
+  column_kind_t kind;  // must be that of the field
   bool autoIncrement;  // the database assigns the value; at most one column of a table, its key
 };
 
@@ -34,12 +36,12 @@ class CORVANE_API tableBase_t {
   virtual ~tableBase_t() = default;
 };
 
-// The table of one row type.
+// The table of one row type. Shares the ownership of its columns, none of which may be null.
 template <class Row>
 class CORVANE_API table_t : public tableBase_t {
  public:
   bool foreignKeys = false;  // statements that write switch the checks of foreign keys on
-  std::string name;
+  std::string name;          // as in the database; written into statements without quotes
   std::vector<std::shared_ptr<column_t<Row>>> columns;  // in the order of `SELECT *`
 };
 

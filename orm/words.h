@@ -8,15 +8,15 @@
 namespace DatabaseORM {
 
 // Between the parts of a statement, and around its values.
-inline const std::string list_separator = ", ";
-inline const std::string word_separator = " ";
-inline const std::string condition_quote = "'";
-inline const std::string text_quote = "\"";
+inline const std::string list_separator = ", ";    // between columns and between values
+inline const std::string word_separator = " ";     // between words
+inline const std::string condition_quote = "'";    // around each value of a condition
+inline const std::string text_quote = "\"";        // around each text that is written
 inline const std::string element_separator = "?";  // inside the column of a string list
 inline const std::string null_word = "NULL";       // in a statement or a cell
 using RaidDataModels::null_text;                   // in a field
 
-// For the declaration of tables, which is up to the host.
+// For the declaration of tables, which is up to the host. No statement of this layer has them.
 inline const std::string on_update_no_action = "ON UPDATE NO ACTION";
 inline const std::string on_update_restrict = "ON UPDATE RESTRICT";
 inline const std::string on_update_set_null = "ON UPDATE SET NULL";
