@@ -33,8 +33,8 @@ class HOST_API CChoiceData {
  public:
   virtual ~CChoiceData();
 
-  std::int32_t m_Value = 0;
-  std::vector<std::int32_t> m_Allowed;
+  std::int32_t m_Value = 0;             // a `_VALUE_ID`; not checked against the set
+  std::vector<std::int32_t> m_Allowed;  // the set, in the order in which to offer it
 };
 
 // A text.
@@ -50,8 +50,8 @@ class HOST_API CMultiValueData {
  public:
   virtual ~CMultiValueData();
 
-  std::vector<std::int32_t> m_Values;
-  std::vector<std::int32_t> m_Allowed;
+  std::vector<std::int32_t> m_Values;   // each a `_VALUE_ID`; not checked against the set
+  std::vector<std::int32_t> m_Allowed;  // the set
 };
 
 // Several numbers. Carried.
@@ -127,17 +127,17 @@ class HOST_API CProperty {
   struct {
     CChoiceData m_Choice;
     CStringData m_String;
-    std::int32_t m_Integer = 0;
-    std::int32_t m_Minimum = 0;
-    std::int32_t m_Maximum = 0;
-    std::uint32_t m_Step = 0;
-    std::uint64_t m_Number = 0;
-    float m_Float = 0;
+    std::int32_t m_Integer = 0;  // of a range
+    std::int32_t m_Minimum = 0;  // the smallest value of the range
+    std::int32_t m_Maximum = 0;  // the largest value of the range
+    std::uint32_t m_Step = 0;    // between values of the range
+    std::uint64_t m_Number = 0;  // without a range
+    float m_Float = 0;           // to be shown as `m_Format` says
     bool m_Bool = false;
     CMultiValueData m_MultiValue;
-    CMultiLongData m_MultiLong;
-    CXMLData m_XML;
-    CMultiStringData m_MultiString;
+    CMultiLongData m_MultiLong;      // carried
+    CXMLData m_XML;                  // carried
+    CMultiStringData m_MultiString;  // carried
   } m_Value;
 };
 
@@ -291,7 +291,7 @@ class HOST_API CAdapterID {
   CAdapterID& operator=(const CAdapterID& other);
   virtual ~CAdapterID();
 
-  std::string m_Name;
+  std::string m_Name;       // of the adapter, for people
   std::uint32_t m_Segment;  // the PCI location: segment, bus, device, function
   std::uint32_t m_Bus;
   std::uint32_t m_Device;
@@ -306,22 +306,25 @@ class HOST_API CGlobalAdapterID {
   CGlobalAdapterID();
   virtual ~CGlobalAdapterID();
 
-  // Assigns the number. Several objects may do so at the same time, on different threads.
+  // Assigns the number, from `m_HostName` and the PCI location; an adapter in the same place of the
+  // same host always gets the same one. Several objects may do so at the same time, on different
+  // threads.
   void GenerateUniqueAdapterNumber();
   // The assigned number, or -1 before `GenerateUniqueAdapterNumber`.
   int GetGlobalAdapterNumber() const;
 
-  std::string m_Name;
-  std::uint32_t m_Segment;
+  std::string m_Name;       // as in `CAdapterID`
+  std::uint32_t m_Segment;  // the PCI location: segment, bus, device, function
   std::uint32_t m_Bus;
   std::uint32_t m_Device;
   std::uint32_t m_Function;
-  std::uint32_t m_AdapterNumber;
-  std::int32_t m_GlobalNumber;
-  std::string m_HostName;
+  std::uint32_t m_AdapterNumber;  // as in `CAdapterID`
+  std::int32_t m_GlobalNumber;    // the assigned number, or -1
+  std::string m_HostName;         // of the machine that the adapter is in
 
   // The numbers assigned so far, by host name. A plug-in makes sure that its host has an entry
-  // before it asks for a number.
+  // before it asks for a number. A host may add numbers that were assigned elsewhere, so that they
+  // are not used again. Not locked: add entries only while no thread generates a number.
   static std::map<std::string, std::vector<std::int32_t>> AllHostsAdaptersUniqueIDs;
 };
 

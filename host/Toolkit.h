@@ -32,12 +32,13 @@ class HOST_API CDelegate {
   virtual std::unique_ptr<CDelegate> Clone() const = 0;
 };
 
-// A member function without arguments.
+// A member function without arguments. Its result, converted to unsigned int, is that of the call.
 template <class CCall, class R>
 class TDelegateR0 final : public CDelegate {
  public:
   using Member = R (CCall::*)();
 
+  // Calls `member` of `object`; neither may be null.
   TDelegateR0(CCall* object, Member member) : m_pObject(object), m_Member(member) {}
 
   unsigned int Call() override { return (m_pObject->*m_Member)(); }
@@ -74,9 +75,9 @@ namespace Threading {
 constexpr unsigned int WAIT_INFINITE = 0xFFFFFFFF;  // as a timeout: no limit
 
 // Results of a wait.
-constexpr unsigned int WAIT_FAILED = 0;
-constexpr unsigned int WAIT_SUCCEEDED = 1;
-constexpr unsigned int WAIT_TIMED_OUT = 130;
+constexpr unsigned int WAIT_FAILED = 0;       // nothing was waited for
+constexpr unsigned int WAIT_SUCCEEDED = 1;    // also the position of the first event
+constexpr unsigned int WAIT_TIMED_OUT = 130;  // the timeout was reached first
 
 namespace Native_OS {
 
@@ -221,7 +222,7 @@ namespace CLanguageSupport {
 class HOST_API CLngFile {
  public:
   // `defaults` are the `defaultCount` texts to use without a language file. Nothing is copied:
-  // file, encoding and defaults must outlive the object.
+  // file, encoding and defaults must outlive the object. Pass 1 for the unnamed number.
   CLngFile(const char* file, unsigned int language, const char* encoding, unsigned int,
            const char** defaults, unsigned long defaultCount);
   ~CLngFile();
@@ -230,10 +231,10 @@ class HOST_API CLngFile {
   // long as the defaults.
   const char* GetText(unsigned long index) const;
 
-  const char* const m_File;
-  const unsigned int m_Language;  // two letters as a 16-bit number
-  const char* const m_Encoding;
-  const unsigned long m_DefaultCount;
+  const char* const m_File;            // name of the language file, without a folder
+  const unsigned int m_Language;       // two letters as a 16-bit number
+  const char* const m_Encoding;        // of the defaults
+  const unsigned long m_DefaultCount;  // number of texts
 
  private:
   const char** m_Defaults;
@@ -242,7 +243,7 @@ class HOST_API CLngFile {
 // One row of a module's list of error messages.
 struct HOST_API ERROR_MSG_LIST {
   std::uint64_t m_MessageCode;
-  std::uint64_t m_Reserved[3];
+  std::uint64_t m_Reserved[3];  // 0
 };
 
 }  // namespace CLanguageSupport
@@ -266,9 +267,9 @@ class HOST_API CModuleInfo {
   CModuleInfo(const CModuleInfo&) = delete;
   CModuleInfo& operator=(const CModuleInfo&) = delete;
 
-  const unsigned int m_Module;
-  const char* const m_Name;
-  const char* const m_Version;
+  const unsigned int m_Module;  // the module's number among those of the host
+  const char* const m_Name;     // as trace lines show it
+  const char* const m_Version;  // for people
   Language_Support::CLanguageSupport::CLngFile* const m_pLanguageFile;
   Language_Support::CLanguageSupport::ERROR_MSG_LIST* const m_pMessages;
   // One bit per trace level. The toolkit changes it while other threads read it.
@@ -355,9 +356,9 @@ struct HOST_API CSystemDate_Lx {
   std::uint32_t m_Day;        // from 1
   std::uint32_t m_DayOfWeek;  // from 0, Sunday
   std::uint32_t m_DayOfYear;  // from 1
-  std::uint32_t m_Hour;
-  std::uint32_t m_Minute;
-  std::uint32_t m_Second;
+  std::uint32_t m_Hour;       // from 0
+  std::uint32_t m_Minute;     // from 0
+  std::uint32_t m_Second;     // from 0; the system's time has no leap seconds
   std::uint32_t m_Milliseconds;
 };
 

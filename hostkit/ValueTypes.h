@@ -8,14 +8,14 @@ namespace HostKit {
 
 // Which holder has the value, after which setter.
 enum ValueType : std::uint32_t {
-  VALUE_TYPE_NONE = 0,  // no setter was called
-  VALUE_TYPE_STRING = 1,
-  VALUE_TYPE_BOOL = 2,
-  VALUE_TYPE_CHOICE = PI::VALUE_TYPE_CHOICE,
-  VALUE_TYPE_NUMBER = 4,
-  VALUE_TYPE_FLOAT = 5,
-  VALUE_TYPE_MULTI_CHOICE = 6,
-  VALUE_TYPE_RANGE = PI::VALUE_TYPE_RANGE
+  VALUE_TYPE_NONE = 0,                        // no setter was called
+  VALUE_TYPE_STRING = 1,                      // `m_String`
+  VALUE_TYPE_BOOL = 2,                        // `m_Bool`
+  VALUE_TYPE_CHOICE = PI::VALUE_TYPE_CHOICE,  // `m_Choice`
+  VALUE_TYPE_NUMBER = 4,                      // `m_Number`
+  VALUE_TYPE_FLOAT = 5,                       // `m_Float`
+  VALUE_TYPE_MULTI_CHOICE = 6,                // `m_MultiValue`
+  VALUE_TYPE_RANGE = PI::VALUE_TYPE_RANGE     // `m_Integer`, with its range
 };
 
 }  // namespace HostKit
