@@ -72,7 +72,7 @@
   X(HIGH_WARNING_TEMPERATURE, 30354, "Warning temperature", \
     "The temperature above which the card reports a warning.") \
   X(HIGH_CRITICAL_TEMPERATURE, 30355, "Critical temperature", \
-    "The temperature at which the card stops writing to protect itself.") \
+    "The highest temperature permitted for the card.") \
   X(CHIP_TEMPERATURE, 30442, "Chip temperature", \
     "The current temperature of the card's chip.") \
   X(BLOCK_SIZE, 30460, "Block size", \

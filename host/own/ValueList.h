@@ -194,11 +194,10 @@
     "The card throttles writes so much that almost nothing is written.", \
     "Stop writing, back up the data, and check the other reasons for the cause.") \
   X(TEMPERATURE_NEAR_ERROR, kFailedStatus, \
-    "The card is close to its maximum temperature and will soon switch itself off.", \
-    "Check fans and airflow now, and reduce the load on the card before it switches itself " \
-    "off.") \
+    "The card is close to its maximum temperature.", \
+    "Check fans and airflow now, and reduce the load on the card.") \
   X(TEMPERATURE_ABOVE_ERROR, kFailedStatus, \
-    "The card is above its maximum temperature and is protecting itself.", \
+    "The card is above its maximum temperature.", \
     "Cool the card immediately: stop its load, and fix fans and airflow.") \
   X(INTERNAL_VOLTAGE_OUT_OF_RANGE, kFailedStatus, \
     "A voltage inside the card is too high or too low.", \
