@@ -10,7 +10,7 @@
 
 namespace Base {
 
-// Replaces one file of a folder: open a draft beside it, write, install.
+// Replaces one file of a folder: open a draft in the same folder, write, install.
 //
 // At any moment, also after a crash or power loss, the name refers to the complete old file or to
 // the complete new one. A draft that was not installed is removed with the object. Every step
@@ -33,7 +33,7 @@ class FileReplacement {
   // first: a process that died while writing may have left it. For callers that hold a lock.
   // `mode` is subject to the umask.
   int OpenDraft(const std::string& name, mode_t mode);
-  // The same under a name of its own: `prefix` and eight random hexadecimal digits.
+  // The same under an unused name: `prefix` and eight random hexadecimal digits.
   int OpenUniqueDraft(const std::string& prefix, mode_t mode);
 
   // The open draft, for fchmod(), fchown() or fstat(). Not open before `OpenDraft`.
@@ -41,10 +41,10 @@ class FileReplacement {
 
   // Appends `text` to the draft.
   int Write(std::string_view text);
-  // Brings the draft to the disk and gives it the target's name: the last step that can fail. If
-  // the folder cannot be synced, a power loss may bring the old file back.
+  // Syncs the draft and renames it to the target: the last step that can fail. If the folder cannot
+  // be synced, a power loss may bring the old file back.
   int Install();
-  // After `Install`: the new file, still open; the caller's from now on.
+  // After `Install`: the new file, still open; the caller owns it from now on.
   Descriptor TakeFile() { return std::move(m_Draft); }
 
  private:

@@ -33,7 +33,7 @@ std::string ObjectionToFolder(const struct stat& folder, uid_t user) {
   return IsOpenTo(folder, user) && !isSticky ? kWritable : std::string();
 }
 
-std::string ObjectionToWay(bool isInOpenFolder, const struct stat& entry, uid_t user) {
+std::string ObjectionToComponent(bool isInOpenFolder, const struct stat& entry, uid_t user) {
   const bool isForeign = isInOpenFolder && !IsTrustedOwner(entry.st_uid, user);
   return isForeign ? BelongsTo(entry.st_uid) : std::string();
 }

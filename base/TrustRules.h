@@ -1,11 +1,11 @@
 // Which files, folders and links another user could have put in place or may change.
 //
-// Trusted owners are root and the user who asks. For root, every folder on the way to a file must
-// belong to root and be closed to other writers, or be sticky as /tmp is; the file itself must
-// belong to root and be closed to other writers. Other users may share folders and files with whom
-// they like. But from a folder that others may write, no user takes the link or file of a stranger,
-// nor a file with a second name: whoever may write a folder can give another user's file a name
-// there.
+// Trusted owners are root and the user for whom the path is checked. For root, every folder of the
+// path must belong to root and be writable by no other user, or be sticky as /tmp is; the file
+// itself must belong to root and be writable by no other user. Other users may share folders and
+// files as they like. But in a folder that others may write, links and files of other owners are
+// rejected for everyone, and so are files with a second hard link: any writer of a folder can link
+// another user's file into it.
 //
 // Every objection is empty or a reason to put after the name: "belongs to uid 1000", "can be
 // written by other users", "has a second hard link".
@@ -28,18 +28,19 @@ bool IsOpenTo(const struct stat& status, uid_t user);
 // Against taking anything from this folder.
 std::string ObjectionToFolder(const struct stat& folder, uid_t user);
 
-// Against passing a link or folder on the way. `isInOpenFolder`: its folder is open to others.
-std::string ObjectionToWay(bool isInOpenFolder, const struct stat& entry, uid_t user);
+// Against following a link or folder in the middle of a path. `isInOpenFolder`: other users may
+// write the folder that it is in.
+std::string ObjectionToComponent(bool isInOpenFolder, const struct stat& entry, uid_t user);
 
-// Against using the file at the end of the way. Devices are always accepted, since only root can
-// create them. A folder is judged by its owner alone.
+// Against using the file at the end of a path. Devices are always accepted, since only root can
+// create them. For a folder, only the owner matters.
 std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t user);
 
 // Against running code from this file or folder: as strict for every user as for root.
 std::string ObjectionToCode(const struct stat& status, uid_t user);
 
-// The permissions with which to create what `user` must accept again later: closed to other
-// writers for root, up to the umask for others.
+// The permissions for new files and folders, so that `user` accepts them later: writable by root
+// alone for root, limited by the umask for others.
 mode_t NewFileMode(uid_t user);
 mode_t NewFolderMode(uid_t user);
 

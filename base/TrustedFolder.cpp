@@ -19,27 +19,27 @@ using std::filesystem::path;
 
 constexpr int kMostLinks = 40;  // the kernel's own limit
 
-// Each folder is opened from the one before it, so that no one can exchange a name between its
-// check and its use. Steps return false when the way ends there, with the reason in `m_Result`.
+// Each folder is opened from the one before it, so that no one can replace a name between its check
+// and its use. Steps return false if they cannot continue, with the reason in `m_Result`.
 class Resolver {
  public:
   Resolver(FolderOfOptions options, bool findsFile)
       : m_Options(options), m_User(geteuid()), m_FindsFile(findsFile) {}
 
-  TrustedFolder Run(const path& way) {
-    Push(way);
-    bool goesOn = Start(way);
-    if (goesOn && m_FindsFile && m_Rest.empty()) goesOn = Fail(ENOENT);
-    while (goesOn && !m_Rest.empty()) goesOn = Step();
-    if (!goesOn) m_Result.m_Folder.Close();
+  TrustedFolder Run(const path& given) {
+    Push(given);
+    bool succeeds = Start(given);
+    if (succeeds && m_FindsFile && m_Rest.empty()) succeeds = Fail(ENOENT);
+    while (succeeds && !m_Rest.empty()) succeeds = Step();
+    if (!succeeds) m_Result.m_Folder.Close();
     return std::move(m_Result);
   }
 
  private:
-  // A "." changes nothing on the way to a folder; in the place of a file it is the file's name.
-  void Push(const path& way) {
+  // A "." is dropped when a folder is opened; when a file's folder is, it is the file's name.
+  void Push(const path& given) {
     std::vector<std::string> names;
-    for (const path& part : way) {
+    for (const path& part : given) {
       const bool isHere = part.empty() || part == ".";
       if (part == "/" || part == "//" || (isHere && !m_FindsFile)) continue;
       names.push_back(isHere ? "." : part.string());
@@ -47,9 +47,9 @@ class Resolver {
     m_Rest.insert(m_Rest.end(), names.rbegin(), names.rend());
   }
 
-  bool Start(const path& way) {
-    m_Shown = way.is_absolute() ? "/" : "";
-    return Open(AT_FDCWD, way.is_absolute() ? "/" : ".");
+  bool Start(const path& given) {
+    m_Shown = given.is_absolute() ? "/" : "";
+    return Open(AT_FDCWD, given.is_absolute() ? "/" : ".");
   }
 
   bool Fail(int error) {
@@ -99,7 +99,7 @@ class Resolver {
     }
     if (!S_ISLNK(entry.st_mode)) return IsFile() ? End(name, isOpen) : Enter(name);
     const bool isStrict = m_Options.m_RefusesForeignLinks && m_User == 0;
-    return Accept(m_Shown / name, ObjectionToWay(isOpen || isStrict, entry, m_User)) &&
+    return Accept(m_Shown / name, ObjectionToComponent(isOpen || isStrict, entry, m_User)) &&
            Follow(name);
   }
 
@@ -126,9 +126,9 @@ class Resolver {
     const ssize_t length = readlinkat(m_Result.m_Folder.Get(), name.c_str(), target, sizeof target);
     if (length < 0) return Fail(errno);
     if (++m_Links > kMostLinks) return Fail(ELOOP);
-    const path way(std::string(target, static_cast<std::size_t>(length)));
-    if (way.is_absolute() && !Start(way)) return false;
-    Push(way);
+    const path followed(std::string(target, static_cast<std::size_t>(length)));
+    if (followed.is_absolute() && !Start(followed)) return false;
+    Push(followed);
     if (m_FindsFile && m_Rest.empty()) m_Rest.emplace_back(".");
     return true;
   }

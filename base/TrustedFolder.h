@@ -1,4 +1,4 @@
-// Reaching a folder through open descriptors, so that no other user can redirect the way.
+// Opens a folder step by step through descriptors, so that no other user can redirect the path.
 //
 // Paths are followed for the process's effective user, relative ones from the current folder, with
 // up to 40 links in a row. Nothing here throws, except std::bad_alloc.
@@ -23,21 +23,21 @@ struct TrustedFolder {
   std::string m_Objection;  // "/tmp/link belongs to uid 1000", by the rules of TrustRules.h
 };
 
-// Opens `folder`, following links, and judges every folder that something is taken from; `folder`
-// itself is not judged, nor is `m_IsOpen` set.
+// Opens `folder`, following links, and checks every folder of the path except `folder` itself.
+// `m_IsOpen` is not set.
 TrustedFolder OpenTrustedFolder(const std::filesystem::path& folder);
 
 // What `OpenFolderOf` does beyond following the path.
 struct FolderOfOptions {
-  // Create missing folders on the way, with the mode of `NewFolderMode`.
+  // Create the missing folders of the path, with the mode of `NewFolderMode`.
   bool m_CreatesFolders = false;
-  // For root, also refuse a stranger's link in a folder that only root may write.
+  // For root, also reject another user's link in a folder that only root may write.
   bool m_RefusesForeignLinks = false;
 };
 
 // Opens the folder that `file` is in. A `file` that is a link is followed; one that is missing is
-// fine. The folder is judged as well. A `file` that ends in a slash names the folder itself, as
-// ".".
+// fine. The folder itself is checked too. For a `file` that ends in a slash, the folder is `file`
+// and the name ".".
 TrustedFolder OpenFolderOf(const std::filesystem::path& file, FolderOfOptions options = {});
 
 }  // namespace Base

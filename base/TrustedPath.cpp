@@ -92,7 +92,7 @@ class Resolver {
       return;
     }
     const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
-    const auto judge = isLast ? ObjectionToFile : ObjectionToWay;
+    const auto judge = isLast ? ObjectionToFile : ObjectionToComponent;
     m_Objection = Against(whole, judge(m_IsOpenFolder, entry, geteuid()));
     if (S_ISLNK(entry.st_mode) && m_Objection.empty()) return Follow(whole);
     m_At = whole;
@@ -114,7 +114,7 @@ class Resolver {
   // Below a file, which has been judged like a folder, nothing exists either.
   static bool IsMissing(int error) { return error == ENOENT || error == ENOTDIR; }
 
-  // Whoever can keep root from reading the way could show it something else later.
+  // Whoever can keep root from reading a folder could replace what is in it later.
   static Objection ForRoot(Objection objection) { return IsRoot() ? objection : Objection(); }
 
   void End(Objection objection) {

@@ -17,14 +17,14 @@ struct TrustedPath {
   bool m_IsInOpenFolder = false;
 };
 
-// Follows `file`, relative to the current folder, as the kernel would, for the process's effective
-// user. A path that does not exist from some name on is judged as far as it exists. If the way
+// Resolves `file`, relative to the current folder, as the kernel would, for the process's effective
+// user. A path that exists only in part is checked as far as it exists. If a folder of the path
 // cannot be read, as for lack of permission, root gets an objection; other users get none, because
 // opening the file will give the reason. Throws std::bad_alloc only.
 TrustedPath ResolveTrusted(const std::filesystem::path& file);
 
-// Another process may have replaced the file since `ResolveTrusted`: the objection to what was
-// actually opened, or the earlier one. Nothing is said against a descriptor that is not open.
+// The earlier objection to `file`, or else one to what was actually opened: another process may
+// have replaced the file since `ResolveTrusted`. A descriptor that is not open adds no objection.
 std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened);
 
 }  // namespace Base

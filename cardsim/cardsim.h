@@ -52,7 +52,7 @@ class CARDSIM_API StateFile {
   // Does not open the file. A relative path is resolved at each call.
   explicit StateFile(std::filesystem::path path);
 
-  // Creates a file without cards, and missing folders on the way to it. Throws if the file exists,
+  // Creates a file without cards, and the missing folders of its path. Throws if the file exists,
   // unless `overwrite`.
   void Create(bool overwrite = false);
 
@@ -69,7 +69,7 @@ class CARDSIM_API StateFile {
   std::vector<std::string> AddCards(const std::string& kind, unsigned int count);
 
   // The names of all profiles: the built-in ones, then the files in the profile folder, which is
-  // CARDSIM_PROFILES, else share/corvane/profiles beside the folder of this library. The files are
+  // CARDSIM_PROFILES, else ../share/corvane/profiles from the folder of this library. The files are
   // not read. Throws if the folder that CARDSIM_PROFILES names cannot be listed.
   static std::vector<std::string> Profiles();
 

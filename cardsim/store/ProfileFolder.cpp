@@ -21,8 +21,8 @@ namespace fs = std::filesystem;
 // A profile has some fifty lines. More is a wrong file.
 constexpr std::int64_t kLargestProfile = 1 << 20;
 
-// Beside the folder of the file that this code was loaded from. Empty without an absolute path to
-// that file: a relative one would lead somewhere else in each working directory.
+// Relative to the folder of the file that this code was loaded from. Empty without an absolute path
+// to that file: the result would depend on the working directory.
 fs::path DefaultFolder() {
   Dl_info info = {};
   const bool found = dladdr(reinterpret_cast<const void*>(&DefaultFolder), &info) != 0;

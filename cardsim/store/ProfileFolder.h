@@ -11,8 +11,8 @@ namespace CardSim {
 
 class ProfileFolder {
  public:
-  // The folder that CARDSIM_PROFILES names, else share/corvane/profiles beside the folder of this
-  // library, in a build tree as in an installed one. Not read yet.
+  // The folder that CARDSIM_PROFILES names, else ../share/corvane/profiles from the folder of this
+  // library, both in a build tree and installed. Reads nothing.
   ProfileFolder();
 
   // The names of the files NAME.json, sorted. Empty if the default folder does not exist. Throws

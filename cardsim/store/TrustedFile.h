@@ -1,7 +1,7 @@
 // Opening and reading files that no other user could have put there.
 //
-// All functions may be called by any thread. They throw `std::runtime_error` with "PATH: why",
-// where a file or a folder on the way to it that is not trusted gives "PATH: not trusted: ...".
+// All functions may be called by any thread. They throw `std::runtime_error` with "PATH: why";
+// for a file or a folder of its path that is not trusted, that is "PATH: not trusted: ...".
 #pragma once
 
 #include <sys/stat.h>

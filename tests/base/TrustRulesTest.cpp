@@ -48,12 +48,12 @@ TEST(TrustRules, CheckFolders) {
 
 TEST(TrustRules, CheckTheOwnersOfLinksInOpenFolders) {
   const auto anns = Entry(S_IFLNK | 0777, kAnn);
-  EXPECT_EQ("", Base::ObjectionToWay(true, anns, kAnn));
-  EXPECT_EQ("belongs to uid 1000", Base::ObjectionToWay(true, anns, kBob));
-  EXPECT_EQ("belongs to uid 1000", Base::ObjectionToWay(true, anns, kRoot));
-  EXPECT_EQ("", Base::ObjectionToWay(false, anns, kBob));
-  EXPECT_EQ("", Base::ObjectionToWay(false, anns, kRoot));
-  EXPECT_EQ("", Base::ObjectionToWay(true, Entry(S_IFLNK | 0777, kRoot), kBob));
+  EXPECT_EQ("", Base::ObjectionToComponent(true, anns, kAnn));
+  EXPECT_EQ("belongs to uid 1000", Base::ObjectionToComponent(true, anns, kBob));
+  EXPECT_EQ("belongs to uid 1000", Base::ObjectionToComponent(true, anns, kRoot));
+  EXPECT_EQ("", Base::ObjectionToComponent(false, anns, kBob));
+  EXPECT_EQ("", Base::ObjectionToComponent(false, anns, kRoot));
+  EXPECT_EQ("", Base::ObjectionToComponent(true, Entry(S_IFLNK | 0777, kRoot), kBob));
 }
 
 struct FileRule {

@@ -116,7 +116,7 @@ TEST_F(ProfileFiles, InAnOpenFolderMustHaveOneName) {
 }
 
 // The folder structure of an installation and of a build tree.
-TEST_F(ProfileFiles, AreFoundBesideTheLibrary) {
+TEST_F(ProfileFiles, AreFoundFromTheLibrarysFolder) {
   unsetenv("CARDSIM_PROFILES");
   const fs::path prefix = m_Folder / "prefix";
   for (const char* folder : {"bin", "lib", "share/corvane/profiles"}) {
