@@ -8,10 +8,10 @@
 
 namespace Console {
 
-// How much of a drive can be used, and its name; CUSTOM, a percentage, has none.
+// How much of a drive can be used. CUSTOM, a percentage, has no name.
 struct Capacity {
-  const char* m_Word;
-  std::int32_t m_Value;  // of the vocabulary
+  const char* m_Word;    // as the user types it
+  std::int32_t m_Value;  // a `PI::_VALUE_ID`
 };
 
 constexpr Capacity kCapacities[] = {
@@ -29,7 +29,7 @@ constexpr std::int32_t kMostPercent = 100;
 constexpr std::int32_t kLargestSector = 1 << 30;
 
 struct FormatRequest {
-  std::int32_t m_Capacity = PI::Value::FACTORY_CAPACITY;  // a value of the vocabulary
+  std::int32_t m_Capacity = PI::Value::FACTORY_CAPACITY;  // a `PI::_VALUE_ID`
   std::int32_t m_Percent = 100;                           // used with CUSTOM only
   std::uint32_t m_SectorSize = 0;                         // bytes; 0: unchanged
 };

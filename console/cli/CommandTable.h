@@ -46,12 +46,12 @@ struct Command {
   std::size_t m_Most = 0;
   const char* m_Summary = "";
   std::vector<std::string> m_Forms;    // the first one is the default
-  std::vector<std::string> m_Options;  // beside those of all commands
+  std::vector<std::string> m_Options;  // in addition to those of all commands
   TimeoutScope m_TimeoutScope = TimeoutScope::Reading;
   CommandResult (*m_Run)(Context&) = nullptr;
-  const char* m_Description = "";  // a sentence or two
+  const char* m_Description = "";  // one or two sentences
   const char* m_Danger = "";       // what can be lost; empty: nothing
-  std::vector<Exit> m_Exits;       // what a code means for this command
+  std::vector<Exit> m_Exits;       // what an exit code means for this command
   std::vector<Example> m_Examples;
 };
 

@@ -5,6 +5,8 @@
 
 namespace Console {
 
+// The table of all commands, in the order of the help. Built at the first call; lives as long as
+// the program. From any thread.
 const CommandTable& AllCommands();
 
 }  // namespace Console

@@ -15,7 +15,8 @@ namespace Console {
 
 using HostKit::LoggedEvent;
 
-// A log that cannot be used is reported once and then ignored. For one thread.
+// A log that cannot be written or read is reported once; later failures are ignored. For one
+// thread.
 class EventHistory {
  public:
   // More events than a log can hold: no limit.
@@ -28,7 +29,7 @@ class EventHistory {
   void RememberObjects(const std::vector<PI::CObject>& topology);
   // Whether each event is about an object whose id is known.
   bool KnowsAll(const std::vector<PI::CEvent>& events) const;
-  // Appends the events to the log and returns them as logged.
+  // Appends the events to the log and returns them as logged, even if the log cannot be written.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
   // The newest `limit` events among those not older than `sinceMs`, in order of logging; throws
   // `Failure` when the log cannot be read.

@@ -8,7 +8,7 @@
 
 namespace Console {
 
-// The plug-in that belongs to this program: libCorvane.so in ../lib beside it.
+// The plug-in that belongs to this program: ../lib/libCorvane.so from the program's folder.
 std::filesystem::path DefaultPluginFile();
 
 // The folder in which this program lies.

@@ -221,7 +221,7 @@ constexpr MetricType I = MetricType::Info;
 
 // clang-format off
 constexpr MetricRow kMetrics[] = {
-    // name                                type unit    samples       term, help
+    // name                                type unit    samples       field, help
     {"plugin_up",                            G, "",        PluginUp,     nullptr,
      "Whether the plug-in could be loaded and read."},
     {"adapters",                             G, "",        AdapterCount, nullptr,

@@ -10,19 +10,21 @@
 
 namespace Console {
 
+// What the samples of a family are, in the terms of OpenMetrics.
 enum class MetricType { Gauge, Counter, Info, StateSet };
 
 // A sample always has a known value; an unknown value has no sample.
 struct Sample {
   std::vector<std::pair<std::string, std::string>> m_Labels;  // UTF-8, not escaped
-  std::string m_Value;
+  std::string m_Value;                                        // a decimal number
 };
 
+// One metric with all its samples.
 struct Family {
   std::string m_Name;  // without the ending that the type gives to its samples
   MetricType m_Type;
   std::string m_Unit;  // empty: none
-  std::string m_Help;
+  std::string m_Help;  // one sentence, not escaped
   std::vector<Sample> m_Samples;
 };
 

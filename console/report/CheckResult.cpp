@@ -58,7 +58,7 @@ struct ReadingRow {
 
 // clang-format off
 constexpr ReadingRow kReadings[] = {
-    // label                term                   unit scale  warning and critical                                            beyond        from to
+    // label                field                  unit scale  warning and critical                                            beyond        from to
     {"temperature_celsius", "temperature_celsius",  "",    1, "temperature_warning_celsius", "temperature_critical_celsius", Limit::Above, "",  "",    nullptr},
     {"reserve_space",       "reserve_space_ratio",  "%", 100, "reserve_space_warning_ratio", nullptr,                        Limit::Below, "0", "100", nullptr},
     {"endurance_used",      "endurance_used_ratio", "%", 100, nullptr,                       nullptr,                        Limit::Above, "0", "",    nullptr},

@@ -8,6 +8,7 @@
 
 namespace Console {
 
+// A table and its name on the command line.
 struct RowSource {
   const char* m_Name;
   HostKit::RowKind m_Kind;
@@ -17,6 +18,7 @@ constexpr RowSource kRowSources[] = {{"adapter", HostKit::RowKind::Adapter},
                                      {"drive", HostKit::RowKind::Drive},
                                      {"plugin", HostKit::RowKind::Plugin}};
 
+// The names in `kRowSources`, in that order.
 std::vector<std::string> RowTableNames();
 
 }  // namespace Console
