@@ -44,7 +44,7 @@ void ReadBack(const std::string& cell) {
   const std::string text = value_text(value);
   Field again{};
   read_cell(Stored(text), again);
-  Require(Same(value, again), "a cell changed on its way: " + text);
+  Require(Same(value, again), "a cell does not read back: " + text);
 }
 
 // The database stores no number in the upper half, so a negative one is never read back.

@@ -99,12 +99,12 @@ void Times(const std::string& input) {
     Require(duration->count() >= 0, "a negative duration");
     const std::string milliseconds = std::to_string(duration->count()) + "ms";
     const auto again = Console::ReadDuration(milliseconds);
-    Require(!again || *again == *duration, "a duration changed on its way: " + milliseconds);
+    Require(!again || *again == *duration, "a duration does not read back: " + milliseconds);
     Require(!Console::ElapsedText(*duration).empty(), "a duration without a text");
   }
   std::uint64_t timestamp = 0;
   if (!Accepted([&] { timestamp = Console::ParseTimestamp("--since", input, kNowMs); })) return;
-  Require(!Console::SinceText(timestamp, kNowMs).empty(), "a moment without a text");
+  Require(!Console::SinceText(timestamp, kNowMs).empty(), "a timestamp without a text");
 }
 
 // Input: the command line, one word per line.
@@ -118,14 +118,14 @@ void Options(const std::string& input) {
   if (words.empty() || options.m_Help || options.m_Version) return;
   words.insert(words.begin(), "--");
   Console::ParseCommandLine(words, again);
-  Require(again.m_Words == options.m_Words, "words changed on their way");
+  Require(again.m_Words == options.m_Words, "words do not read back");
 }
 
 // Input: a condition of `wait`.
 void Condition(const std::string& input) {
   Accepted([&] {
     const Console::Condition condition(input);
-    Require(condition.Text() == input, "a condition changed on its way");
+    Require(condition.Text() == input, "a condition does not read back");
     if (condition.Wants() != Console::Presence::Required) return;
     for (const Console::Object& object : TheModel().Objects()) condition.Check(object);
   });

@@ -45,14 +45,14 @@ bool IsInMemory(const path& file) {
 }
 
 // SQLite also reads the files next to the database, and the host locks one of them.
-constexpr std::array kBesideTheFile = {"", "-wal", "-shm", "-journal", "-host"};
+constexpr std::array kFileSuffixes = {"", "-wal", "-shm", "-journal", "-host"};
 
 // Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have planted
 // the file: it might be forged, or be a link to a file that only this user may write.
 path TrustedFile(const path& file) {
   const Base::TrustedPath found = Base::ResolveTrusted(file.string());
   std::string objection = found.m_Objection;
-  for (const char* suffix : kBesideTheFile) {
+  for (const char* suffix : kFileSuffixes) {
     if (objection.empty())
       objection = Base::ResolveTrusted(found.m_File.string() + suffix).m_Objection;
   }

@@ -13,11 +13,15 @@ namespace HostKit {
 // in any order, by any thread.
 class Modules {
  public:
+  // The list of this process; the same object at every call.
   static Modules& Get();
 
-  // Gives the module the current mask.
+  // Adds a module, which keeps its place until `Remove`, and gives it the current mask.
   void Add(MBX::Misc::CModuleInfo& module);
+  // Removes a module that was added. Afterwards this class does not use it any more.
   void Remove(MBX::Misc::CModuleInfo& module);
+  // Gives the mask, one bit per trace level, to all modules, and to those that are added later. A
+  // line that another thread is writing may still follow the old mask.
   void SetTraceMask(std::uint32_t mask);
 
  private:

@@ -72,7 +72,7 @@ const Call kCalls[] = {
      }},
     {"Open", "2 ",
      [](void* card, vsl_error_record* err) { return Code(vsl_open(card, err), *err); }},
-    {"Beacon", "2 ",
+    {"LocateLED", "2 ",
      [](void* card, vsl_error_record* err) {
        return Code(vsl_set_beacon_state(card, 1, err), *err);
      }},

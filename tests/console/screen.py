@@ -8,7 +8,7 @@ Steps, in order:
   gone TEXT        wait until it is not on the screen
   press KEYS       as typed, or Enter, Up, Down, Left, Escape, Backspace, Ctrl-C, Ctrl-D
   size ROWSxCOLS   change the terminal's size
-  run COMMAND      in a shell, beside it
+  run COMMAND      in another shell
   colored TEXT    whether it is there in a color of its own
   uncolored TEXT  whether it is there without a color
   print            write the screen to standard output

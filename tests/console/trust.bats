@@ -112,7 +112,7 @@ END
 @test "a library in the plug-in's folder is checked like the plug-in" {
   fresh
   chmod o+w "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so"
-  refuses beside "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
+  refuses dependency "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
 }
 
 # plant FILE: creates a library of another user that no loader can load.
