@@ -124,8 +124,8 @@ Command ExplainCommand() {
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "The meaning of an event, error, operation, property or value, by number or name, "
-      "and what to do about it. All matches are shown.";
+      "Explains an event, error, operation, property or value. If several match, all of them are "
+      "shown.";
   command.m_Exits = {{3, "nothing has that number or name"}};
   command.m_Examples = {
       {"explain 10972", "explain an event number", true},

@@ -54,7 +54,7 @@ Command HelpCommand() {
   command.m_Forms = {"table", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "All commands and options, or one command with its arguments, options and examples.";
+      "Shows all commands and options, or one command with its arguments, options and examples.";
   command.m_Examples = {{"help format", "show the help of one command", true},
                         {"format --help", "do the same"}};
   return command;

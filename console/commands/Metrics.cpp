@@ -88,8 +88,8 @@ Command MetricsCommand() {
   command.m_Options = {"--textfile"};
   command.m_Run = Run;
   command.m_Description =
-      "OpenMetrics text on standard output. With --textfile, a file for a node exporter "
-      "instead; the file is replaced atomically.";
+      "Prints OpenMetrics text to standard output. With --textfile, replaces a file for a node "
+      "exporter instead, atomically.";
   command.m_Exits = {{5, "plug-in missing or incompatible; corvane_plugin_up 0 is printed"}};
   command.m_Examples = {{"metrics", "feed Prometheus", true},
                         {"metrics --textfile FILE.prom", "write a file for a node exporter"}};

@@ -65,7 +65,7 @@ Command PluginCommand() {
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "The file of the loaded plug-in, its module id and interface version, and whether it "
+      "Shows the file of the loaded plug-in, its module id and interface version, and whether it "
       "exports each symbol that a host may look up. -o json lists all other exported "
       "symbols too.";
   command.m_Exits = {{5, "plug-in missing or incompatible"}};

@@ -118,8 +118,7 @@ Command RowsCommand() {
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "The tables of adapters, drives and plug-ins in the host's SQLite file, as the "
-      "plug-in wrote them.";
+      "Prints the tables of adapters, drives and plug-ins in the host's SQLite file.";
   command.m_Examples = {{"rows adapter", "show the rows of the adapters"},
                         {"rows -o json", "print all tables, for a script"}};
   return command;

@@ -116,7 +116,7 @@ Command ShowCommand() {
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "All properties that the plug-in reports for the object, with units, and the "
+      "Shows all properties that the plug-in reports for the object, with units, and the "
       "operations that it supports.";
   command.m_Examples = {{"show a0", "show an adapter"},
                         {"show a0/d0 -o json", "show a drive, for a script"}};

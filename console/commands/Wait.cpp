@@ -136,9 +136,9 @@ Command WaitCommand() {
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "Returns as soon as the condition is true. --timeout limits the wait (default: no "
+      "Returns as soon as the condition is met. --timeout limits the wait (default: no "
       "limit).";
-  command.m_Exits = {{7, "the condition was not true within --timeout"}};
+  command.m_Exits = {{7, "the condition was not met within --timeout"}};
   command.m_Examples = {{"wait a1 ok --timeout 10m", "wait until a card is healthy again", true},
                         {"wait a0 'temperature_celsius<70'", "wait until a card has cooled down"}};
   return command;
