@@ -117,7 +117,7 @@ TEST_F(Planted, AMarkThatIsALinkIsNotWrittenThrough) {
 }
 
 // A folder of another user with a link to one of root's, at each depth below it.
-class PlantedWays : public Planted, public ::testing::WithParamInterface<const char*> {
+class PlantedPaths : public Planted, public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
     Planted::SetUp();
@@ -139,21 +139,21 @@ class PlantedWays : public Planted, public ::testing::WithParamInterface<const c
   }
 };
 
-TEST_P(PlantedWays, NoFolderOfAStateFileIsCreatedThere) {
+TEST_P(PlantedPaths, NoFolderOfAStateFileIsCreatedThere) {
   const auto file = Theirs() / GetParam() / "new/newer/cards.json";
   EXPECT_EQ(Refusal(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
   EXPECT_FALSE(std::filesystem::exists(Theirs() / GetParam() / "new"));
 }
 
-TEST_P(PlantedWays, NoSysfsTreeIsCreatedThere) {
+TEST_P(PlantedPaths, NoSysfsTreeIsCreatedThere) {
   const auto folder = Theirs() / GetParam() / "sys";
   EXPECT_EQ(Refusal(folder / "bus/pci/.cardsim"), ErrorOf([&] { File().WriteSysfs(folder); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
   EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, PlantedWays,
+INSTANTIATE_TEST_SUITE_P(Table, PlantedPaths,
                          ::testing::Values(".", "link", "one", "one/link", "one/two",
                                            "one/two/link", "none"));
 
