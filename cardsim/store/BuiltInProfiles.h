@@ -18,6 +18,7 @@ struct BuiltInProfileRange {
   const BuiltInProfile* begin() const { return first; }
   const BuiltInProfile* end() const { return last; }
 };
+// The table, which lives as long as the program. From any thread.
 BuiltInProfileRange BuiltInProfiles();
 
 }  // namespace CardSim

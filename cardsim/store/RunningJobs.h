@@ -12,11 +12,13 @@ namespace CardSim {
 // A job of this process. It runs until the object is destroyed or, after `Keep`, until `EndJob`.
 class RunningJob {
  public:
+  // Starts a job with a number that no other job of this process has.
   RunningJob();
   ~RunningJob();
   RunningJob(const RunningJob&) = delete;
   RunningJob& operator=(const RunningJob&) = delete;
   std::uint64_t Number() const { return m_Number; }
+  // Lets the job outlive the object; `EndJob` must end it.
   void Keep() { m_IsKept = true; }
 
  private:

@@ -46,6 +46,7 @@ struct State {
   std::vector<Card> cards;
   std::map<std::string, PersistentFailure> failures;
 
+  // The card of that id, or null. Valid until a card is added or removed.
   const Card* FindById(std::uint64_t id) const {
     for (const Card& card : cards) {
       if (card.id == id) return &card;

@@ -54,9 +54,11 @@ std::string ReadTrustedFile(const std::filesystem::path& path, std::int64_t limi
 mode_t ModeOfNewFile();
 mode_t ModeOfNewFolder();
 
+// Throws "PATH: why".
 [[noreturn]] void FailAt(const std::filesystem::path& path, const std::string& why);
 // The same with the text of `error`, an errno.
 [[noreturn]] void FailWith(const std::filesystem::path& path, int error);
+// The same with errno.
 [[noreturn]] void FailWithErrno(const std::filesystem::path& path);
 
 }  // namespace CardSim

@@ -47,15 +47,18 @@ struct Message {
 // Which messages are printed.
 enum class Verbosity { All, Errors, Nothing };
 
-// Collects messages for the machine formats and prints them on standard error.
+// Collects messages for the machine formats and prints them on standard error. For one thread.
 class Diagnostics {
  public:
   explicit Diagnostics(Verbosity verbosity) : m_Verbosity(verbosity) {}
 
+  // Adds a note or an error, and prints it as the verbosity says: the text, then up to three
+  // lines of advice. `id` identifies the message to programs: "NO_EVENT_LOG".
   void Note(const std::string& id, const std::string& text,
             const std::vector<std::string>& advice = {});
   void Error(const std::string& id, const std::string& text,
              const std::vector<std::string>& advice = {});
+  // All messages so far, also those that were not printed.
   const std::vector<Message>& Messages() const { return m_Messages; }
 
  private:

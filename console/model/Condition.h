@@ -25,7 +25,9 @@ class Condition {
   // Throws `Failure` if the object does not have the property.
   Outcome Check(const Object& object) const;
 
+  // The condition as given.
   const std::string& Text() const { return m_Text; }
+  // Whether the object must exist to be checked, or its existence is the condition.
   Presence Wants() const { return m_Presence; }
 
  private:

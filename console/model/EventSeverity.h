@@ -10,6 +10,7 @@ namespace Console {
 // "information", "warning", "error" or "unknown".
 const char* SeverityName(std::uint32_t severity);
 
+// The color class of a `PI::_SEVERITY`; neutral for any other number.
 Severity EventSeverity(std::uint32_t severity);
 
 }  // namespace Console

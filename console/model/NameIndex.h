@@ -10,6 +10,7 @@
 
 namespace Console {
 
+// One number of one family.
 struct Entry {
   HostKit::Family m_Family;
   std::uint32_t m_Number;
@@ -18,6 +19,7 @@ struct Entry {
 // All of them, family by family, each by its number.
 const std::vector<Entry>& AllEntries();
 
+// The host's name: "CTRL_PNPADD".
 std::string NameOf(const Entry& entry);
 
 // "error", "event", "operation", "property", "reason" or "value"; a reason is a value that an

@@ -99,7 +99,7 @@ fs::path Expand(const std::string& text, const fs::path& library) {
 
 // Checks every file that the loader could load: a library, its dependencies, theirs, and so on.
 // Each search path is applied to every library, because some also apply to indirect dependencies.
-class DependencyCheck {
+class DependencyChecker {
  public:
   void RequireTrusted(const fs::path& file) {
     RequireTrustedFile(file);
@@ -174,7 +174,7 @@ class DependencyCheck {
 fs::path ResolveTrustedLibrary(const std::string& file) {
   Require(ObjectionToCode(file), file);
   const fs::path library = WithoutLinks(file);
-  DependencyCheck().RequireTrusted(library);
+  DependencyChecker().RequireTrusted(library);
   return library;
 }
 

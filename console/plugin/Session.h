@@ -1,4 +1,4 @@
-// A session with a plug-in: the only interface to plug-ins for the code above.
+// A session with a plug-in: the only interface to plug-ins for the rest of the program.
 #pragma once
 
 #include <chrono>
@@ -22,11 +22,12 @@ struct PluginInfo {
 };
 
 // All members are for the thread that made the session. Unless a member says otherwise, it throws
-// `Failure` when the plug-in answers with an error.
+// `Failure` if the plug-in returns an error. Objects are identified by `PI::CObject::m_ID`.
 class Session {
  public:
   virtual ~Session() = default;
 
+  // The plug-in's file and numbers, as they were when the session began. Never throws `Failure`.
   virtual PluginInfo Info() const = 0;
 
   // False when the plug-in found no card that it supports. Reads still work and show the plug-in
@@ -46,12 +47,14 @@ class Session {
 
   // The plug-in object, then all adapters, then all drives, with properties and operations.
   virtual std::vector<PI::CObject> Topology() = 0;
+  // All properties that the object has now, hidden ones included, in the plug-in's order.
   virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;
   // The record of one property; empty when the object does not have it now.
   virtual std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) = 0;
   // Returns the plug-in's result; does not throw for it.
   virtual std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) = 0;
 
+  // The operations that the object offers now, each with its parameters and their defaults.
   virtual std::vector<PI::COperation> Operations(std::uint64_t object) = 0;
   // Return the plug-in's result; do not throw for it.
   virtual std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) = 0;

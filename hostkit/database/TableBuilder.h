@@ -17,6 +17,7 @@
 
 namespace HostKit {
 
+// "serialNumber" as "serial_number".
 inline std::string SnakeCase(const std::string& field) {
   std::string text;
   for (const char letter : field) {
@@ -57,9 +58,12 @@ constexpr ColumnType TypeOf(const double*) {
           "OR $ BETWEEN -1.7976931348623e308 AND -2.2250738585073e-308"};
 }
 
+// Builds the table and the map of one row type at the same time, so that they agree. For one
+// thread, and once per row type, since a row type has one map per process.
 template <class Row>
 class TableBuilder {
  public:
+  // A table with the key column ID alone. The alias is also the prefix of column names.
   TableBuilder(const std::string& name, const std::string& alias)
       : m_pMap(RaidDataModels::dbModelFieldsMap<Row>::instance()),
         m_pTable(std::make_shared<DatabaseORM::table_t<Row>>()) {
@@ -69,6 +73,7 @@ class TableBuilder {
     Append("ID", &Row::id, true);
   }
 
+  // Adds the column of a field after those added before. The key is skipped: it has its column.
   template <class Field>
   TableBuilder& Add(const char* name, Field Row::*member) {
     if constexpr (std::is_same_v<Field, int>) {
@@ -88,6 +93,7 @@ class TableBuilder {
             "CREATE TABLE " + m_pTable->name + " (" + m_Sql + ") STRICT"};
   }
 
+  // Adds the table and the map to those of the storage, which shares their ownership.
   void Describe(DatabaseORM::storage_t& storage) const {
     storage.modelMaps.push_back(m_pMap);
     storage.tables.push_back(m_pTable);

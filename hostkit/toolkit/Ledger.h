@@ -16,6 +16,8 @@ namespace HostKit {
 template <class State>
 class Registry {
  public:
+  // Adds a state, which must be removed before its destruction. Returns its number, from 1 in order
+  // of construction.
   std::size_t Add(State& state) HOST_REQUIRES(g_Monitor) {
     m_Alive.push_back(&state);
     return m_Next++;
@@ -23,6 +25,7 @@ class Registry {
   void Remove(State& state) HOST_REQUIRES(g_Monitor) {
     m_Alive.erase(std::find(m_Alive.begin(), m_Alive.end(), &state));
   }
+  // Numbers the states that are added from now on from 1; those that exist lose their numbers.
   void RestartOrdinals() HOST_REQUIRES(g_Monitor) {
     for (State* state : m_Alive) state->m_Ordinal = 0;
     m_Next = 1;
