@@ -58,7 +58,7 @@ constexpr const char* IN_A_YEAR = "1798761600";             // 2027-01-01 00:00
 
 class EstimatedLifetime : public testing::TestWithParam<Case> {};
 
-TEST_P(EstimatedLifetime, IsTheDayOnWhichTheCardIsWornOut) {
+TEST_P(EstimatedLifetime, IsTheDayTheCardWearsOut) {
   ExpectRow(GetParam(), LIFETIME);
 }
 
@@ -97,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"NoFirstUse", Wear(nullptr, "0", "100", "50.0"), ABSENT}),
     NameOfCase);
 
-TEST(EstimatedLifetimeOverTime, CountsFromTheMomentOfTheRequest) {
+TEST(EstimatedLifetimeOverTime, CountsFromTheTimeOfTheRequest) {
   OneCard host(Wear(A_YEAR_AGO, "0", "100", "50.0"));
   ASSERT_EQ(host.Initialize(), 0U);
   constexpr std::int64_t ONE_DAY_NS = 86'400'000'000'000;
@@ -117,7 +117,7 @@ TEST(EstimatedLifetimeOverTime, IsNotTraced) {
 
 class RatedEndurance : public testing::TestWithParam<Case> {};
 
-TEST_P(RatedEndurance, IsWhatWasWrittenInPercentOfTheRating) {
+TEST_P(RatedEndurance, IsBytesWrittenAsPercentOfTheRating) {
   ExpectRow(GetParam(), ENDURANCE);
 }
 
@@ -154,7 +154,7 @@ TEST(RatedEnduranceTrace, TracesThePercentage) {
               ElementsAre("GetAdapterProperties, vsl_has_rated_endurance_percent = 250"));
 }
 
-TEST(RatedEnduranceTrace, IsSilentForARatingOfZero) {
+TEST(RatedEnduranceTrace, TracesNothingForARatingOfZero) {
   OneCard host(Wear(A_YEAR_AGO, "274877906944000", "0", "50.0"));
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -175,7 +175,7 @@ TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
 
 class ReserveStatus : public testing::TestWithParam<Case> {};
 
-TEST_P(ReserveStatus, IsTheCardsOwn) {
+TEST_P(ReserveStatus, IsThatOfTheCard) {
   ExpectRow(GetParam(), 30487);
 }
 
@@ -194,7 +194,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"NoSpace", {{"reserve_space_pct", nullptr}, {"reserve_status", "2"}}, ABSENT}),
     NameOfCase);
 
-TEST(ReserveTraces, TraceTheNumbersOfTheCard) {
+TEST(ReserveTraces, ShowTheValuesOfTheCard) {
   OneCard host(Settings{{"reserve_space_pct", "12.99"}, {"reserve_status", "3"}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -206,7 +206,7 @@ TEST(ReserveTraces, TraceTheNumbersOfTheCard) {
 
 class ReserveSpace : public testing::TestWithParam<Case> {};
 
-TEST_P(ReserveSpace, IsCutTowardZero) {
+TEST_P(ReserveSpace, IsTruncatedTowardZero) {
   ExpectRow(GetParam(), 30486);
 }
 
@@ -238,7 +238,7 @@ void PrintTo(const Count& each, std::ostream* out) {
 
 class ByteCounters : public testing::TestWithParam<Count> {};
 
-TEST_P(ByteCounters, AreShownInAUnitThatFits) {
+TEST_P(ByteCounters, AreShownInTheLargestUnitThatFits) {
   const auto& [name, bytes, shown] = GetParam();
   OneCard host(
       Settings{{"total_physical_bytes_read", bytes}, {"total_physical_bytes_written", bytes}});
@@ -268,7 +268,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Count{"Largest", "18446744073709551615", "16384f unit 21005"}),
     [](const auto& each) { return each.param.name; });
 
-TEST(ByteCountersThatAreNotThere, LeaveTheirRowOutWithoutATrace) {
+TEST(AbsentByteCounters, HaveNoRowAndNoTrace) {
   OneCard host(
       Settings{{"total_physical_bytes_read", nullptr}, {"total_physical_bytes_written", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
@@ -279,7 +279,7 @@ TEST(ByteCountersThatAreNotThere, LeaveTheirRowOutWithoutATrace) {
 }
 
 // The counters are read all the same, each just before it is to be converted.
-TEST(ByteCountersWithoutAUnit, LeaveTheirRowOutWithoutATrace) {
+TEST(ByteCountersWithoutAUnit, HaveNoRowAndNoTrace) {
   OneCard host(Settings{{"total_physical_bytes_read", "4096"},
                         {"total_physical_bytes_written", "8192"},
                         {"rated_endurance_tbytes", nullptr}});
@@ -302,7 +302,7 @@ TEST(ByteCountersWithoutAUnit, LeaveTheirRowOutWithoutATrace) {
 
 class ManufactureDate : public testing::TestWithParam<Case> {};
 
-TEST_P(ManufactureDate, IsADayWithHourAndMinute) {
+TEST_P(ManufactureDate, ShowsDateHourAndMinute) {
   ExpectRow(GetParam(), 30097);
 }
 
@@ -326,7 +326,7 @@ INSTANTIATE_TEST_SUITE_P(
                          R"(MANUFACTURE_DATE = "2012-03-04 05:06" (sort 23070))"}),
     NameOfCase);
 
-TEST(MissingManufactureDate, LeavesTheLifetimeAlone) {
+TEST(MissingManufactureDate, DoesNotAffectTheLifetime) {
   OneCard host(Wear(A_YEAR_AGO, "0", "100", "50.0"));
   host.Set({{"origin_ts", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);

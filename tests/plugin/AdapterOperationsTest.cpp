@@ -75,14 +75,14 @@ TEST_F(AdapterOperations, ListLocateAttachAndDetachWithTheirNineNumbers) {
   EXPECT_EQ(Rows(m_Host.ObjectOf(ADAPTER).m_Operations), rows);
 }
 
-TEST_F(AdapterOperations, ListNoLocateOnACardWithoutALocateLED) {
+TEST_F(AdapterOperations, OmitLocateWithoutALocateLED) {
   StartWith("beacon_state", "absent");
   EXPECT_THAT(Rows(m_Host.Operations(ADAPTER)),
               ElementsAre("50126 50126 1 2 1 1 0 -1 2 22110, 0 parameters",
                           "50127 50127 1 2 1 1 0 -1 2 22111, 0 parameters"));
 }
 
-TEST_F(AdapterOperations, ReplaceWhatTheListHeldBefore) {
+TEST_F(AdapterOperations, ReplaceThePreviousContentsOfTheList) {
   StartWith();
   std::vector<PI::COperation> operations(7);
   EXPECT_EQ(m_Host.Execute(PI::CMD_GET_OPERATIONS, ADAPTER, &operations), 0U);
@@ -102,7 +102,7 @@ std::ostream& operator<<(std::ostream& out, const CardInState& card) {
 
 class CheckByState : public AdapterOperations, public testing::WithParamInterface<CardInState> {};
 
-TEST_P(CheckByState, DecidesFromTheLastScan) {
+TEST_P(CheckByState, UsesTheStateOfTheLastScan) {
   StartWith("iom_state", GetParam().state);
   const std::vector<std::pair<std::uint32_t, std::uint32_t>> wanted = {
       {Number::OP_ATTACH, GetParam().attach},
@@ -165,7 +165,7 @@ TEST_P(CheckLocateLED, AsksTheCardItself) {
                                      "16 LEAVE CheckAdapterOperation -> " + result));
 }
 
-TEST_P(CheckLocateLED, RefusesAndDestroysNothingWhenTheCardCannotBeNamed) {
+TEST_P(CheckLocateLED, FailsAndDestroysNothingWhenTheCardCannotBeFound) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().light);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 71, "no such device");
@@ -214,7 +214,7 @@ TEST_F(AdapterOperations, CheckReadsALocateLEDThatTheCardDoesNotHave) {
                                           "vsl_beacon_state card#1", "vsl_destroy card#1"));
 }
 
-TEST_F(AdapterOperations, CheckLetsAnUnknownOperationPass) {
+TEST_F(AdapterOperations, CheckAcceptsAnUnknownOperation) {
   StartWith();
   for (const std::uint32_t operation :
        {UNKNOWN_OPERATION, Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE, 0U}) {
@@ -258,7 +258,7 @@ TEST_P(SwitchLocateLED, IsDoneAtOnceWithoutOpeningTheCard) {
               ElementsAre(Enter(), "2 LEAVE AdapterExecuteOperation() -> 0"));
 }
 
-TEST_P(SwitchLocateLED, FailsWhenTheCardCannotBeNamed) {
+TEST_P(SwitchLocateLED, FailsWhenTheCardCannotBeFound) {
   StartWith();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 73, "gone");
   EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), Number::ERR_COMMAND_ERROR);
@@ -298,7 +298,7 @@ TEST_F(AdapterOperations, ExecuteDoesNotRepeatTheCheck) {
   EXPECT_EQ(m_Host.Cards().Get(m_Card, "beacon_state"), "true");
 }
 
-TEST_F(AdapterOperations, ExecuteRefusesWhatItDoesNotKnow) {
+TEST_F(AdapterOperations, ExecuteRejectsUnknownOperations) {
   StartWith();
   for (const std::uint32_t operation :
        {UNKNOWN_OPERATION, Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE}) {

@@ -24,7 +24,7 @@ TEST(AdapterProperties, AreListedInTheOrderOfTheTable) {
   EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(ALL_ROWS));
 }
 
-TEST(AdapterProperties, HaveTheNumbersOfTheHostsVocabulary) {
+TEST(AdapterProperties, HaveTheHostsNumbers) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   const std::vector<PI::CProperty> properties = host.Properties(OneCard::ADAPTER);
@@ -47,7 +47,7 @@ TEST(AdapterProperties, ReadOneByOneAgreeWithTheList) {
   }
 }
 
-TEST(AdapterProperties, OfACardThatCannotBeOpenedAreTheOthersAsTheyWere) {
+TEST(AdapterProperties, ShowOnlyRecordedRowsOfACardThatCannotBeOpened) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   std::vector<std::string> others;
@@ -68,13 +68,13 @@ TEST(AdapterProperties, OfACardThatCannotBeOpenedAreTheOthersAsTheyWere) {
 }
 
 // The selector of all properties is not a property: the host gets the first of the list.
-TEST(AdapterProperties, ReadWithTheSelectorOfAllGiveTheFirst) {
+TEST(AdapterProperties, ReturnTheFirstForTheSelectorOfAll) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, 1), R"~(NAME = "SanDisk Flash Board (1)" (sort 23081))~");
 }
 
-TEST(AdapterProperties, OfOtherObjectsAreNotThere) {
+TEST(AdapterProperties, ExcludeThoseOfOtherObjects) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   // Plug-in, drive and parameter properties, low numbers, short names, values, and none at all.
@@ -88,7 +88,7 @@ TEST(AdapterProperties, OfOtherObjectsAreNotThere) {
   }
 }
 
-TEST(AdapterProperties, ReplaceWhatTheHostsListHeld) {
+TEST(AdapterProperties, ReplaceThePreviousContentsOfTheList) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   std::vector<PI::CProperty> list(3, PI::CProperty(PI::Property::VERSION, true));
@@ -112,7 +112,7 @@ TEST(AdapterProperties, CannotBeWritten) {
   EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(ALL_ROWS));
 }
 
-TEST(AdapterProperties, OfTheSecondCardHaveItsNumber) {
+TEST(AdapterProperties, ShowTheNumberOfTheSecondCard) {
   OneCard host;
   host.AddCard(0x3001);
   ASSERT_EQ(host.Start(), 0U);
@@ -123,14 +123,14 @@ TEST(AdapterProperties, OfTheSecondCardHaveItsNumber) {
   EXPECT_EQ(host.Row(second, 30266), R"(DRIVER_NAME = "iomemory_vsl4" (sort 23041))");
 }
 
-TEST(AdapterProperties, HaveAnEmptyNameBeforeTheHostGaveANumber) {
+TEST(AdapterProperties, HaveAnEmptyNameUntilTheHostAssignsANumber) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, 30007), R"(NAME = "" (sort 23081))");
 }
 
 // A card of no known family that has no segment attribute is shown without a segment.
-TEST(AdapterProperties, ShowASegmentThatIsNotKnown) {
+TEST(AdapterProperties, ShowAnUnknownSegment) {
   OneCard host;
   const std::string odd = host.AddCard(0x4242);
   host.Cards().MakeAbsent(odd, "pci_domain");
@@ -157,7 +157,7 @@ void PrintTo(const Case& each, std::ostream* out) {
 
 class AdapterRow : public testing::TestWithParam<Case> {};
 
-TEST_P(AdapterRow, IsTheSameInTheListAndAlone) {
+TEST_P(AdapterRow, IsTheSameInTheListAndInASingleRead) {
   OneCard host(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, GetParam().property), GetParam().row);

@@ -77,7 +77,7 @@ TEST_F(AdapterReading, AsksTheCardInTheOrderOfTheRows) {
   ExpectNothingLeftOpen();
 }
 
-TEST_F(AdapterReading, TracesEntryExitAndWhatTheCardSaid) {
+TEST_F(AdapterReading, TracesEntryExitAndTheCardsValues) {
   m_Host.Properties(OneCard::ADAPTER);
   EXPECT_THAT(
       m_Host.LeveledTraces(),
@@ -91,7 +91,7 @@ TEST_F(AdapterReading, TracesEntryExitAndWhatTheCardSaid) {
                   "2 LEAVE AdapterGetProperties -> 0"));
 }
 
-TEST_F(AdapterReading, TracesASingleRowAlone) {
+TEST_F(AdapterReading, TracesOnlyTheRequestedRow) {
   m_Host.Row(OneCard::ADAPTER, 30494);
   EXPECT_THAT(m_Host.LeveledTraces(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
@@ -112,7 +112,7 @@ TEST(AdapterReadingOfTwoCards, TracesTheCardsNumber) {
   EXPECT_EQ(host.Calls().front(), "vsl_iom_create_by_name /dev/fct1");
 }
 
-TEST_F(AdapterReading, OpensTheCardAlsoForWhatTheRecordKnows) {
+TEST_F(AdapterReading, OpensTheCardEvenForARecordedRow) {
   for (const std::uint32_t id : IdsWithout(LIVE)) {
     m_Host.Watch();
     EXPECT_NE(m_Host.Row(OneCard::ADAPTER, id), "result 20000") << id;
@@ -124,7 +124,7 @@ TEST_F(AdapterReading, OpensTheCardAlsoForWhatTheRecordKnows) {
   }
 }
 
-TEST_F(AdapterReading, OpensTheCardAlsoForAnUnknownProperty) {
+TEST_F(AdapterReading, OpensTheCardEvenForAnUnknownProperty) {
   EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30005), "result 20000");
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_close card#1", "vsl_destroy card#1"));
@@ -144,7 +144,7 @@ void PrintTo(const RowCalls& each, std::ostream* out) {
 
 class AdapterReadingOfOneRow : public testing::TestWithParam<RowCalls> {};
 
-TEST_P(AdapterReadingOfOneRow, AsksForThatRowAlone) {
+TEST_P(AdapterReadingOfOneRow, CallsTheCardForThatRowOnly) {
   OneCard host(TALKATIVE);
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -166,7 +166,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return each.param.name; });
 
 // The card at the moment of the request; the record from the last scan.
-TEST_F(AdapterReading, ShowsWhatTheCardSaysNowBesideWhatItSaid) {
+TEST_F(AdapterReading, ShowsLiveValuesBesideRecordedOnes) {
   m_Host.Set({{"temp_internal_deg_c", "99.5"},
               {"total_physical_bytes_read", "2048"},
               {"reserve_status", "0"}});
@@ -179,7 +179,7 @@ TEST_F(AdapterReading, ShowsWhatTheCardSaysNowBesideWhatItSaid) {
             "fixed 0)");
 }
 
-TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeNamed) {
+TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeFound) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 19, "no such card");
   std::vector<PI::CProperty> list;
   EXPECT_EQ(m_Host.Execute(5, OneCard::ADAPTER, &list), 0U);
@@ -191,7 +191,7 @@ TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeNamed) {
   ExpectNothingLeftOpen();
 }
 
-TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeOpened) {
+TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE)));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
@@ -200,14 +200,14 @@ TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardCannotBeOpened) {
   ExpectNothingLeftOpen();
 }
 
-TEST_F(AdapterReading, LeavesTheLiveRowsOutWhenTheCardIsGone) {
+TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardIsGone) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE)));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
   ExpectNothingLeftOpen();
 }
 
-TEST_F(AdapterReading, AnswersSingleRequestsForAClosedCardAsTheList) {
+TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
   for (const char* function : {"vsl_iom_create_by_name", "vsl_open"}) {
     for (const std::uint32_t id : ALL_IDS) {
       CardSim::FailCall(function, 1, 5, "not today");
@@ -218,7 +218,7 @@ TEST_F(AdapterReading, AnswersSingleRequestsForAClosedCardAsTheList) {
   ExpectNothingLeftOpen();
 }
 
-TEST_F(AdapterReading, LeavesThePayloadAloneWhenTheCardCannotBeOpened) {
+TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
   PI::CProperty payload(PI::Property::BYTES_READ, true);
   payload.SetValue(std::string("mine"));
@@ -237,9 +237,9 @@ void PrintTo(const Lacking& each, std::ostream* out) {
   *out << each.attribute;
 }
 
-class AdapterOfACardThatLacks : public testing::TestWithParam<Lacking> {};
+class AdapterWithoutAnAttribute : public testing::TestWithParam<Lacking> {};
 
-TEST_P(AdapterOfACardThatLacks, LeavesItsRowsOutAndNoOther) {
+TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
   OneCard host(TALKATIVE);
   host.Set({{GetParam().attribute, nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
@@ -253,7 +253,7 @@ TEST_P(AdapterOfACardThatLacks, LeavesItsRowsOutAndNoOther) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, AdapterOfACardThatLacks,
+    Each, AdapterWithoutAnAttribute,
     testing::Values(
         Lacking{"rated_endurance_tbytes", {30483, 30494}},
         Lacking{"total_physical_bytes_written", {30483, 30490, 30494}},
@@ -273,7 +273,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return each.param.attribute; });
 
 // The lifetime asks for three attributes and stops at the first that is not there.
-TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstAttributeThatIsNotThere) {
+TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstMissingAttribute) {
   const char* const attributes[] = {"rated_endurance_tbytes", "total_physical_bytes_written",
                                     "rated_writes_remaining_percent"};
   std::vector<std::string> expected = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
@@ -290,7 +290,7 @@ TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstAttributeThatIsNotThere) {
   }
 }
 
-TEST(AdapterReadingOfTheLifetime, AsksNothingWithoutAFirstUse) {
+TEST(AdapterReadingOfTheLifetime, ReadsNothingWithoutAFirstUse) {
   OneCard host(TALKATIVE);
   host.Set({{"first_use_ts", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
@@ -301,7 +301,7 @@ TEST(AdapterReadingOfTheLifetime, AsksNothingWithoutAFirstUse) {
 }
 
 // The endurance stops early as well.
-TEST(AdapterReadingOfTheEndurance, AsksForTheRatingFirst) {
+TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
   OneCard host(TALKATIVE);
   host.Set({{"rated_endurance_tbytes", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
@@ -365,7 +365,7 @@ class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> 
   OneCard m_Host{TALKATIVE};
 };
 
-TEST_P(AdapterReadingWithAFailedCall, LosesThatRowOrItsValueAlone) {
+TEST_P(AdapterReadingWithAFailedCall, LosesOnlyThatRowOrItsValue) {
   const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
   m_Host.Watch();
   Fail();
@@ -379,7 +379,7 @@ TEST_P(AdapterReadingWithAFailedCall, LosesThatRowOrItsValueAlone) {
   ExpectNothingLeftOpen();
 }
 
-TEST_P(AdapterReadingWithAFailedCall, GoesOnWithTheNextRow) {
+TEST_P(AdapterReadingWithAFailedCall, ContinuesWithTheNextRow) {
   Fail();
   m_Host.Properties(OneCard::ADAPTER);
   std::vector<std::string> calls = ALL_CALLS;
@@ -455,14 +455,14 @@ const FailedCall FAILED_CALLS[] = {
 INSTANTIATE_TEST_SUITE_P(Each, AdapterReadingWithAFailedCall, testing::ValuesIn(FAILED_CALLS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(AdapterReading, IsWholeWhenTheHandleWillNotGo) {
+TEST_F(AdapterReading, IsCompleteWhenTheHandleCannotBeDestroyed) {
   CardSim::FailCall("vsl_destroy", 1, 5, "stuck");
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(ALL_IDS));
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(ALL_CALLS));
   EXPECT_THAT(CardSim::OpenHandles(), ElementsAre("card#1"));
 }
 
-TEST_F(AdapterReading, EndsTheHandleAlsoWhenTheCardWillNotClose) {
+TEST_F(AdapterReading, DestroysTheHandleEvenWhenTheCardCannotBeClosed) {
   CardSim::FailCall("vsl_close", 1, 5, "stuck");
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(ALL_IDS));
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(ALL_CALLS));

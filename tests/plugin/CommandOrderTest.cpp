@@ -67,7 +67,7 @@ class CommandOrder : public testing::Test {
 const Lines START_LIBRARY = {"-- call vsl_init", "-- call vsl_fini", "-- call vsl_init",
                              "-- call vsl_iom_iterate null", "-- call vsl_iom_iterate iterated#1"};
 
-TEST_F(CommandOrder, OfAStart) {
+TEST_F(CommandOrder, Initialize) {
   Lines expected = START_LIBRARY;
   const Lines scan = {"-- trace 8 Before m_DataLock.Wait (sg)",
                       "d- trace 8 After m_DataLock.Wait (sg)",
@@ -106,7 +106,7 @@ TEST_F(CommandOrder, OfAStart) {
   EXPECT_THAT(StepsOfInitialize(0), ElementsAreArray(expected));
 }
 
-TEST_F(CommandOrder, OfAStartWithoutACardOnTheBus) {
+TEST_F(CommandOrder, InitializeWithoutACardOnTheBus) {
   m_Host.Cards().RemoveCard("card0");
   m_Host.RefreshPciBus();
   EXPECT_THAT(StepsOfInitialize(Number::ERR_NO_SUPPORTED_HARDWARE),
@@ -114,7 +114,7 @@ TEST_F(CommandOrder, OfAStartWithoutACardOnTheBus) {
                           "-- trace 2 LEAVE Initialize() -> PI::ERR_NO_SUPPORTED_HARDWARE"));
 }
 
-TEST_F(CommandOrder, OfAStartWithoutTheLibrary) {
+TEST_F(CommandOrder, InitializeWithoutTheLibrary) {
   CardSim::FailCall("vsl_init", 1, 5, "broken");
   EXPECT_THAT(StepsOfInitialize(Number::ERR_API_INITIALIZATION_FAILED),
               ElementsAre("-- call vsl_init", "-- trace 16 Initialize, vsl_init = 5 (broken)",
@@ -123,7 +123,7 @@ TEST_F(CommandOrder, OfAStartWithoutTheLibrary) {
 }
 
 // The count is printed before the library goes down here, and after that when the scan has failed.
-TEST_F(CommandOrder, OfAStartWithoutAUsableCard) {
+TEST_F(CommandOrder, InitializeWithoutAUsableCard) {
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   Lines expected = START_LIBRARY;
   expected.insert(expected.end(),
@@ -131,7 +131,7 @@ TEST_F(CommandOrder, OfAStartWithoutAUsableCard) {
   EXPECT_THAT(StepsOfInitialize(Number::ERR_NO_SUPPORTED_HARDWARE), ElementsAreArray(expected));
 }
 
-TEST_F(CommandOrder, OfAStartWhoseScanFails) {
+TEST_F(CommandOrder, InitializeWithAFailingScan) {
   CardSim::FailCall("vsl_open", 1, 7, "no");
   Lines expected = START_LIBRARY;
   const Lines rest = {"-- trace 8 Before m_DataLock.Wait (sg)",
@@ -151,7 +151,7 @@ TEST_F(CommandOrder, OfAStartWhoseScanFails) {
   EXPECT_THAT(StepsOfInitialize(Number::ERR_NO_SUPPORTED_HARDWARE), ElementsAreArray(expected));
 }
 
-TEST_F(CommandOrder, OfAStop) {
+TEST_F(CommandOrder, DeInitialize) {
   Start();
   ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   SleepMs(1);
@@ -164,7 +164,7 @@ TEST_F(CommandOrder, OfAStop) {
 }
 
 // With all reads: the card is closed and destroyed after the last of them and before the exit.
-TEST_F(CommandOrder, OfAnAdaptersProperties) {
+TEST_F(CommandOrder, AdapterPropertyList) {
   m_Host.Cards().Set("card0", "reserve_space_pct", "88.9");
   m_Host.Cards().Set("card0", "reserve_status", "1");
   m_Host.Cards().Set("card0", "total_physical_bytes_read", "1000");
@@ -203,7 +203,7 @@ TEST_F(CommandOrder, OfAnAdaptersProperties) {
           "d- trace 2 LEAVE AdapterGetProperties -> 0"));
 }
 
-TEST_F(CommandOrder, OfAnAdapterThatCannotBeOpened) {
+TEST_F(CommandOrder, PropertyListOfAnAdapterThatCannotBeOpened) {
   Start();
   CardSim::FailCall("vsl_open", 1, 62, "not now");
   EXPECT_FALSE(m_Host.Properties(ADAPTER).empty());
@@ -216,7 +216,7 @@ TEST_F(CommandOrder, OfAnAdapterThatCannotBeOpened) {
                   "d- call vsl_destroy card#1", "d- trace 2 LEAVE AdapterGetProperties -> 0"));
 }
 
-TEST_F(CommandOrder, OfTheTree) {
+TEST_F(CommandOrder, ObjectTree) {
   Start();
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   Lines steps = AllSteps();
@@ -249,7 +249,7 @@ Lines Inside(Lines steps) {
   return steps;
 }
 
-TEST_F(CommandOrder, OfCollectedEvents) {
+TEST_F(CommandOrder, EventCollection) {
   Start();
   PI::COperation collect;
   collect.m_OperationID = PI::OP_GET_EVENTS;
@@ -265,7 +265,7 @@ TEST_F(CommandOrder, OfCollectedEvents) {
                   "d- trace 2 LEAVE ExecutePluginOperation() -> 0"));
 }
 
-TEST_F(CommandOrder, OfACheckOfTheLocateLED) {
+TEST_F(CommandOrder, LocateLEDCheck) {
   Start();
   EXPECT_EQ(m_Host.Check(ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
   EXPECT_THAT(
@@ -278,7 +278,7 @@ TEST_F(CommandOrder, OfACheckOfTheLocateLED) {
                   "d- trace 8 LEAVE CheckOperation(0)"));
 }
 
-TEST_F(CommandOrder, OfALocateLEDThatCannotBeSwitched) {
+TEST_F(CommandOrder, FailedLocateLEDSwitch) {
   Start();
   CardSim::FailCall("vsl_set_beacon_state", 1, 62, "no lamp");
   EXPECT_EQ(m_Host.Run(ADAPTER, PI::OP_LOCATE_DEVICE), Number::ERR_COMMAND_ERROR);
@@ -293,7 +293,7 @@ TEST_F(CommandOrder, OfALocateLEDThatCannotBeSwitched) {
 }
 
 // The worker is woken when the card has been let go.
-TEST_F(CommandOrder, OfAFormat) {
+TEST_F(CommandOrder, FormatDrive) {
   m_Host.Cards().Set("card0", "iom_state", "0");
   m_Host.Cards().Set("card0", "format_ms", "0");
   Start();
@@ -311,7 +311,7 @@ TEST_F(CommandOrder, OfAFormat) {
                           "d- trace 2 LEAVE ExecutePhysicalDriveOperation() -> 0"));
 }
 
-TEST_F(CommandOrder, OfAFormatThatFails) {
+TEST_F(CommandOrder, FailedFormat) {
   m_Host.Cards().Set("card0", "iom_state", "0");
   Start();
   CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "no luck");
@@ -330,7 +330,7 @@ TEST_F(CommandOrder, OfAFormatThatFails) {
           "d- trace 2 LEAVE ExecutePhysicalDriveOperation() -> 20003"));
 }
 
-TEST_F(CommandOrder, OfUnitsThatGoOffline) {
+TEST_F(CommandOrder, MakeUnitsOffline) {
   m_Host.Cards().Set("card0", "volumes", R"([{"state": 1, "settable": true, "refuses": false}])");
   Start();
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_OFFLINE), 0U);
@@ -347,7 +347,7 @@ TEST_F(CommandOrder, OfUnitsThatGoOffline) {
 
 // The event that wakes the worker is set only after the new interval is stored and saved, so a host
 // that is notified reads the new value.
-TEST(CommandOrderInDrawnSchedules, OfANewPollInterval) {
+TEST(CommandOrderInDrawnSchedules, NewPollInterval) {
   InManySchedules([](Schedule schedule) {
     SimulatedHost host(TimeOf(schedule));
     HostKit::SetTraceMask(0);

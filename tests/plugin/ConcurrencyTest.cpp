@@ -112,7 +112,7 @@ TEST(Concurrency, TwoThreadsReadWhileACardIsAttachedAndAnotherDetached) {
 }
 
 // Short jobs, and a check at every moment of them.
-TEST(Concurrency, ChecksWithoutAPauseWhileJobsComeAndGo) {
+TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
   Traffic traffic(NATIVE);
   HostKit::SetTraceMask(0);
   CardSim::SetHook({});
@@ -137,7 +137,7 @@ TEST(Concurrency, ChecksWithoutAPauseWhileJobsComeAndGo) {
 }
 
 // Each setting wakes the worker, which unmarks the objects while the others are copied.
-TEST(Concurrency, TheIntervalIsSetWithoutAPauseWhileOthersRead) {
+TEST(Concurrency, TheIntervalIsSetRepeatedlyWhileOthersRead) {
   Traffic traffic(NATIVE);
   HostKit::SetTraceMask(0);
   const std::uint64_t id = traffic.m_Host.PluginId();
@@ -157,7 +157,7 @@ TEST(Concurrency, TheIntervalIsSetWithoutAPauseWhileOthersRead) {
   traffic.StopAndExpectNothingLeft();
 }
 
-TEST(Concurrency, ReadingAndJobsGetOnInEveryDrawnSchedule) {
+TEST(Concurrency, ReadsAndJobsCompleteInEveryDrawnSchedule) {
   InManySchedules([](Schedule schedule) { ReadWhileJobsRun(schedule, 2); });
 }
 

@@ -86,7 +86,7 @@ class DeInitialize : public testing::Test {
   unsigned long m_Ms = 0;
 };
 
-TEST_F(DeInitialize, WithoutThreadsTakesTheLibraryDownAfterAMoment) {
+TEST_F(DeInitialize, WithoutThreadsStopsTheLibraryAfterAPause) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.ForgetCalls();
   m_Host.ForgetTraces();
@@ -96,7 +96,7 @@ TEST_F(DeInitialize, WithoutThreadsTakesTheLibraryDownAfterAMoment) {
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
 }
 
-TEST_F(DeInitialize, SetsTheStopRequestForGood) {
+TEST_F(DeInitialize, LeavesTheStopRequestSet) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
   const std::vector<HostKit::EventView> events = HostKit::Events();
@@ -113,7 +113,7 @@ TEST_F(DeInitialize, KeepsTheObjects) {
   EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::SERIAL_NUMBER), "FA00000001");
 }
 
-TEST_F(DeInitialize, ASecondTimeTakesTheLibraryDownAgain) {
+TEST_F(DeInitialize, ASecondCallStopsTheLibraryAgain) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
   m_Host.ForgetCalls();
@@ -140,7 +140,7 @@ TEST_F(DeInitialize, TakesNoLock) {
   EXPECT_THAT(m_Host.Traces(8), IsEmpty());
 }
 
-TEST_F(DeInitialize, BeforeInitializeLeavesTheLibraryAlone) {
+TEST_F(DeInitialize, BeforeInitializeDoesNotCallTheLibrary) {
   ASSERT_EQ(m_Host.Create(), 0U);
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
@@ -159,7 +159,7 @@ void PrintTo(const FailedStart& each, std::ostream* stream) {
 
 class DeInitializeAfterFailure : public testing::TestWithParam<FailedStart> {};
 
-TEST_P(DeInitializeAfterFailure, LeavesTheLibraryAlone) {
+TEST_P(DeInitializeAfterFailure, DoesNotCallTheLibrary) {
   SimulatedHost host;
   host.AddCard();
   GetParam().spoil(host);
@@ -205,7 +205,7 @@ TEST_F(DeInitialize, ChecksForAJobEveryHalfSecond) {
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
 }
 
-TEST_F(DeInitialize, DoesNotWaitForAJobThatEndsInTheFirstMoment) {
+TEST_F(DeInitialize, DoesNotWaitForAJobThatEndsDuringTheFirstPause) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(99, 0);
   ASSERT_EQ(Attach(), 0U);
@@ -223,7 +223,7 @@ TEST_F(DeInitialize, DoesNotWaitForAnEndedJob) {
   EXPECT_THAT(m_Moments, IsEmpty());
 }
 
-TEST_F(DeInitialize, WaitsForBothJobsAndNamesThemInTurn) {
+TEST_F(DeInitialize, WaitsForBothJobsAndTracesThemInTurn) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(700, 1300);
   ASSERT_EQ(Detach(), 0U);
@@ -235,7 +235,7 @@ TEST_F(DeInitialize, WaitsForBothJobsAndNamesThemInTurn) {
   EXPECT_EQ(m_Ms, 1700U);
 }
 
-TEST_F(DeInitialize, AForcedDetachIsADetachToIt) {
+TEST_F(DeInitialize, TreatsAForcedDetachAsADetach) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(0, 200);
   ASSERT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_FORCE_DETACH), 0U);
@@ -264,7 +264,7 @@ TEST_F(DeInitialize, WaitsForAJobOfJustUnderTwentyFiveSeconds) {
   EXPECT_EQ(m_Ms, 25200U);
 }
 
-TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
+TEST_F(DeInitialize, AbandonsAJobAfterTwentyFiveSecondsAndLetsItRun) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(25150, 0);
   ASSERT_EQ(Attach(), 0U);
@@ -279,7 +279,7 @@ TEST_F(DeInitialize, GivesAJobUpAfterTwentyFiveSecondsAndLetsItRun) {
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
 }
 
-TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
+TEST_F(DeInitialize, AbandonsBothJobsAtTheSameCheck) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(60000, 50000);
   ASSERT_EQ(Attach(), 0U);
@@ -295,7 +295,7 @@ TEST_F(DeInitialize, GivesBothJobsUpInTheSameTurn) {
   for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_FALSE(thread.canceled);
 }
 
-TEST_F(DeInitialize, ASecondTimeWaitsForAJobThatWasGivenUp) {
+TEST_F(DeInitialize, ASecondCallWaitsForAnAbandonedJob) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(26000, 0);
   ASSERT_EQ(Attach(), 0U);

@@ -42,7 +42,7 @@ class Debounce : public WorkerFixture {
   }
 };
 
-TEST_F(Debounce, BelievesAMaskInTheThirdComparison) {
+TEST_F(Debounce, AcceptsAMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -69,7 +69,7 @@ TEST_F(Debounce, ShowsStatusAndReasonsAtOnce) {
   EXPECT_THAT(Collected(), IsEmpty());
 }
 
-TEST_F(Debounce, TakesThreeComparisonsBackToo) {
+TEST_F(Debounce, NeedsThreeComparisonsToReturnToNormal) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
@@ -79,7 +79,7 @@ TEST_F(Debounce, TakesThreeComparisonsBackToo) {
   EXPECT_FALSE(PollSeesAChange());
 }
 
-TEST_F(Debounce, NeverReportsWhatOneScanSaw) {
+TEST_F(Debounce, DoesNotReportAMaskSeenByOneScan) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -89,7 +89,7 @@ TEST_F(Debounce, NeverReportsWhatOneScanSaw) {
   EXPECT_THAT(Collected(), IsEmpty());
 }
 
-TEST_F(Debounce, NeverReportsWhatTwoScansSaw) {
+TEST_F(Debounce, DoesNotReportAMaskSeenByTwoScans) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -99,7 +99,7 @@ TEST_F(Debounce, NeverReportsWhatTwoScansSaw) {
   EXPECT_THAT(Collected(), IsEmpty());
 }
 
-TEST_F(Debounce, NeverBelievesAFlicker) {
+TEST_F(Debounce, NeverAcceptsAFlickeringMask) {
   AddCards(1);
   StartWatch();
   for (int i = 0; i < 6; ++i) EXPECT_THAT(Errors(0, i % 2 == 0 ? "1" : "0"), IsEmpty());
@@ -119,7 +119,7 @@ TEST_F(Debounce, StartsOverWithEachNewValue) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1", "10958 object 1"));
 }
 
-TEST_F(Debounce, KeepsTheMasksApart) {
+TEST_F(Debounce, CountsEachMaskSeparately) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -129,7 +129,7 @@ TEST_F(Debounce, KeepsTheMasksApart) {
   EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
 }
 
-TEST_F(Debounce, KeepsTheCardsApart) {
+TEST_F(Debounce, CountsEachCardSeparately) {
   AddCards(2);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -139,7 +139,7 @@ TEST_F(Debounce, KeepsTheCardsApart) {
 }
 
 // A comparison counts whatever made the records differ: the mask that has come back is pushed too.
-TEST_F(Debounce, CountsComparisonsThatSomethingElseCaused) {
+TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -155,7 +155,7 @@ class InformationDebounce : public Debounce {
   void Information(const std::string& mask) { Set("card0", "current_info", mask); }
 };
 
-TEST_F(InformationDebounce, BelievesTheMaskInTheThirdComparison) {
+TEST_F(InformationDebounce, AcceptsTheMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
   Information("2");
@@ -167,7 +167,7 @@ TEST_F(InformationDebounce, BelievesTheMaskInTheThirdComparison) {
   EXPECT_THAT(Collected(), IsEmpty());
 }
 
-TEST_F(InformationDebounce, TakesThreeComparisonsBackToo) {
+TEST_F(InformationDebounce, NeedsThreeComparisonsToReturnToNormal) {
   AddCards(1);
   Information("2");
   StartWatch();
@@ -180,7 +180,7 @@ TEST_F(InformationDebounce, TakesThreeComparisonsBackToo) {
   EXPECT_FALSE(PollSeesAChange());
 }
 
-TEST_F(InformationDebounce, NeverBelievesWhatTwoScansSaw) {
+TEST_F(InformationDebounce, DoesNotAcceptAMaskSeenByTwoScans) {
   AddCards(1);
   StartWatch();
   Information("2");
@@ -193,7 +193,7 @@ TEST_F(InformationDebounce, NeverBelievesWhatTwoScansSaw) {
 }
 
 // The warning is believed one scan before the information that opens its gate.
-TEST_F(InformationDebounce, OpensNoGateBeforeItIsBelieved) {
+TEST_F(InformationDebounce, OpensNoGateBeforeItIsAccepted) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_warnings", "1");
@@ -207,7 +207,7 @@ TEST_F(InformationDebounce, OpensNoGateBeforeItIsBelieved) {
 }
 
 // The information is believed one scan before the warning, and the gate is shut again by then.
-TEST_F(InformationDebounce, OpensTheGateForTheComparisonThatBelievesItAlone) {
+TEST_F(InformationDebounce, OpensTheGateOnlyForTheComparisonThatAcceptsIt) {
   AddCards(1);
   StartWatch();
   Information("2");
@@ -220,7 +220,7 @@ TEST_F(InformationDebounce, OpensTheGateForTheComparisonThatBelievesItAlone) {
 
 // Behind an error a warning changes nothing but its mask. Between the three sightings the records
 // are alike, so that nothing is compared and nothing forgotten.
-TEST_F(Debounce, AddsUpSightingsBetweenWhichNothingDiffered) {
+TEST_F(Debounce, AddsUpSightingsWithoutADifferenceBetweenThem) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
@@ -237,7 +237,7 @@ TEST_F(Debounce, AddsUpSightingsBetweenWhichNothingDiffered) {
 }
 
 // The same with a comparison between the sightings, caused by the temperature.
-TEST_F(Debounce, ForgetsSightingsBetweenWhichSomethingDiffered) {
+TEST_F(Debounce, ForgetsSightingsWithADifferenceBetweenThem) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
@@ -251,7 +251,7 @@ TEST_F(Debounce, ForgetsSightingsBetweenWhichSomethingDiffered) {
   }
 }
 
-TEST_F(Debounce, TakesTheStoredMaskForOneThatDoesNotHoldStill) {
+TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -280,7 +280,7 @@ TEST_F(Debounce, StartsOverForACardThatMovesUp) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 5"));
 }
 
-TEST_F(Debounce, BelievesACardAtOnceThatMovesUpToAPlaceThatSawTheSameTwice) {
+TEST_F(Debounce, AcceptsAtOnceAtAPositionThatSawTheSameMaskTwice) {
   AddCards(3);
   StartWatch();
   EXPECT_THAT(Errors(1, "1"), IsEmpty());
@@ -291,7 +291,7 @@ TEST_F(Debounce, BelievesACardAtOnceThatMovesUpToAPlaceThatSawTheSameTwice) {
 }
 
 // The first card keeps its position and its history whatever happens to later ones.
-TEST_F(Debounce, GoesOnForACardBeforeTheOneThatIsGone) {
+TEST_F(Debounce, ContinuesForACardBeforeARemovedOne) {
   AddCards(2);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
@@ -301,7 +301,7 @@ TEST_F(Debounce, GoesOnForACardBeforeTheOneThatIsGone) {
 }
 
 // There was room for it.
-TEST_F(Debounce, GoesOnForACardBeforeOneThatComesBack) {
+TEST_F(Debounce, ContinuesForACardBeforeAReturningOne) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -328,7 +328,7 @@ TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
 }
 
 // What a new record shows is taken as it is, and its history is that of a card without errors.
-TEST_F(Debounce, BelievesANewCardAtOnceAndItsRecoveryToo) {
+TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardAtOnce) {
   AddCards(2);
   Set("card1", "current_errors", "1");
   StartWatch();
@@ -342,14 +342,14 @@ TEST_F(Debounce, BelievesANewCardAtOnceAndItsRecoveryToo) {
 }
 
 // Unlike one of the start, whose history is full of what it showed then.
-TEST_F(Debounce, DoesNotBelieveTheRecoveryOfAnOldCardAtOnce) {
+TEST_F(Debounce, DoesNotAcceptTheRecoveryOfAnOldCardAtOnce) {
   AddCards(2);
   Set("card1", "current_errors", "1");
   StartWatch();
   EXPECT_THAT(Errors(1, "0"), IsEmpty());
 }
 
-TEST_F(Debounce, IsNotFedByAScanThatFailed) {
+TEST_F(Debounce, IgnoresAFailedScan) {
   AddCards(2);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());

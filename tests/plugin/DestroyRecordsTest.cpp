@@ -16,14 +16,14 @@ constexpr const char* RECORD = "record";
 constexpr const char* NONE = "none";
 
 // The adapter's handle, that of the format limits, the card's.
-TEST(DestroyRecords, OfAScanAreReal) {
+TEST(DestroyRecords, AreGivenByAScan) {
   OneCard host;
   DestroyWatch watch;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD, RECORD, RECORD));
 }
 
-TEST(DestroyRecords, OfAScanAreRealAlsoForACardThatCannotBeOpened) {
+TEST(DestroyRecords, AreGivenByAScanOfACardThatCannotBeOpened) {
   OneCard host;
   DestroyWatch watch;
   CardSim::FailCall("vsl_open", 1, 5, "no");

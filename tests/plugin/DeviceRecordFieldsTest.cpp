@@ -138,16 +138,16 @@ Names DeclaredIn(const std::string& record) {
 
 #define NAME(type, name) #name,
 
-TEST(DeviceRecordFields, OfAControlDeviceAreTwo) {
+TEST(DeviceRecordFields, AControlDeviceHasExactlyTheseFields) {
   EXPECT_THAT(DeclaredIn("CControlDevicePath"), ElementsAreArray(Names{PATH_FIELDS(NAME)}));
 }
 
-TEST(DeviceRecordFields, OfAnAdapterAreThese) {
+TEST(DeviceRecordFields, AnAdapterHasExactlyTheseFields) {
   EXPECT_THAT(DeclaredIn("CFusionIOAdapter"),
               ElementsAreArray(Names{ADAPTER_FIELDS(NAME) HISTORY_FIELDS(NAME)}));
 }
 
-TEST(DeviceRecordFields, OfADriveAreThese) {
+TEST(DeviceRecordFields, ADriveHasExactlyTheseFields) {
   EXPECT_THAT(DeclaredIn("CFusionIOPhysicalDrive"), ElementsAreArray(Names{DRIVE_FIELDS(NAME)}));
 }
 

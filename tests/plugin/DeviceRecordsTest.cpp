@@ -199,7 +199,7 @@ constexpr const char* DRIVE_DEFAULTS =
     // over-formatting, drive flag, powers of two
     "1|0|0|";
 
-TEST(DeviceRecords, AnAdapterBeginsWithNothingKnown) {
+TEST(DeviceRecords, ANewAdapterHasUnknownValues) {
   const CFusionIOAdapter adapter;
   EXPECT_EQ(FieldsOf(adapter), ADAPTER_DEFAULTS);
   EXPECT_EQ(adapter.m_ObjectType, 19038U);
@@ -213,14 +213,14 @@ TEST(DeviceRecords, AnAdapterBeginsWithNothingKnown) {
   }
 }
 
-TEST(DeviceRecords, ADriveBeginsWithNothingKnown) {
+TEST(DeviceRecords, ANewDriveHasUnknownValues) {
   const CFusionIOPhysicalDrive drive;
   EXPECT_EQ(FieldsOf(drive), DRIVE_DEFAULTS);
   EXPECT_EQ(drive.m_ObjectType, 19018U);
   EXPECT_EQ(drive.m_ChangeCount, 0U);
 }
 
-TEST(DeviceRecords, ACopiedAdapterHasEverything) {
+TEST(DeviceRecords, ACopiedAdapterHasAllFields) {
   CFusionIOAdapter adapter = FilledAdapter();
   FillHistories(adapter, 100);
   const CFusionIOAdapter copy(adapter);
@@ -242,7 +242,7 @@ TEST(DeviceRecords, AnAssignedAdapterKeepsItsHistories) {
   ExpectHistories(adapter, 100);
 }
 
-TEST(DeviceRecords, AnAdapterAssignedFromAPassingOneKeepsItsHistoriesToo) {
+TEST(DeviceRecords, AMoveAssignedAdapterKeepsItsHistories) {
   CFusionIOAdapter passing = FilledAdapter();
   FillHistories(passing, 100);
   CFusionIOAdapter target;
@@ -253,7 +253,7 @@ TEST(DeviceRecords, AnAdapterAssignedFromAPassingOneKeepsItsHistoriesToo) {
 }
 
 // Places that were there keep their histories, new ones take the record's.
-TEST(DeviceRecords, AssignedListsKeepTheHistoriesOfTheirPlaces) {
+TEST(DeviceRecords, AssignedListsKeepTheHistoriesOfTheirPositions) {
   std::vector<CFusionIOAdapter> target(1);
   target.reserve(8);
   FillHistories(target[0], 200);
@@ -267,14 +267,14 @@ TEST(DeviceRecords, AssignedListsKeepTheHistoriesOfTheirPlaces) {
   ExpectHistories(target[1], 300);
 }
 
-TEST(DeviceRecords, AGrowingListTakesTheHistoriesAlong) {
+TEST(DeviceRecords, AGrowingListMovesTheHistories) {
   std::vector<CFusionIOAdapter> list(1);
   FillHistories(list[0], 100);
   for (int i = 0; i < 20; ++i) list.emplace_back();
   ExpectHistories(list[0], 100);
 }
 
-TEST(DeviceRecords, ACopiedOrAssignedDriveHasEverything) {
+TEST(DeviceRecords, ACopiedOrAssignedDriveHasAllFields) {
   const CFusionIOPhysicalDrive drive = FilledDrive();
   const CFusionIOPhysicalDrive copy(drive);
   CFusionIOPhysicalDrive target;
@@ -298,7 +298,7 @@ TEST(DeviceRecords, AControlDeviceIsCopiedMemberByMember) {
   EXPECT_EQ(sizeof path.m_CardIndex, 8U);
 }
 
-TEST(DeviceRecords, ThePluginObjectAddsNothing) {
+TEST(DeviceRecords, ThePluginObjectAddsNoFields) {
   EXPECT_EQ(sizeof(CFusionIOPlugin), sizeof(PI::CObject));
 }
 

@@ -63,7 +63,7 @@ TEST_F(Dispatch, RejectsNumbersOutsideOneToTen) {
   }
 }
 
-TEST_F(Dispatch, AnUnknownCommandLeavesThePayloadAlone) {
+TEST_F(Dispatch, AnUnknownCommandDoesNotChangeThePayload) {
   std::vector<PI::CObject> objects(3);
   EXPECT_EQ(m_Host.Execute(0, m_Plugin, &objects), Number::ERR_INVALID_COMMAND);
   EXPECT_EQ(m_Host.Execute(11, m_Plugin, &objects), Number::ERR_INVALID_COMMAND);
@@ -78,7 +78,7 @@ TEST_F(Dispatch, IdsBeginWithTheModuleNumberAndCountUp) {
   EXPECT_EQ(m_Drive, 0x0130000000000004U);
 }
 
-TEST_F(Dispatch, EachKindOfObjectAnswersForItself) {
+TEST_F(Dispatch, EachKindOfObjectListsItsOwnRows) {
   EXPECT_EQ(Shown(m_Host, m_Plugin, PI::Property::NAME), "SanDisk-Plugin");
   EXPECT_EQ(Shown(m_Host, m_Adapter, PI::Property::OS_DEVICE), "/dev/fct1");
   EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct0");
@@ -89,13 +89,13 @@ TEST_F(Dispatch, EachKindOfObjectAnswersForItself) {
 }
 
 // Stop-locate on a card whose locate LED is off: only the adapter rejects it.
-TEST_F(Dispatch, EachKindOfObjectChecksForItself) {
+TEST_F(Dispatch, EachKindOfObjectChecksItsOwnOperations) {
   EXPECT_EQ(m_Host.Check(m_Plugin, Number::OP_STOP_LOCATE_DEVICE), 0U);
   EXPECT_EQ(m_Host.Check(m_Adapter, Number::OP_STOP_LOCATE_DEVICE), Number::ERR_NO_LOCATE_STARTED);
   EXPECT_EQ(m_Host.Check(m_Drive, Number::OP_STOP_LOCATE_DEVICE), 0U);
 }
 
-TEST_F(Dispatch, EachKindOfObjectExecutesForItself) {
+TEST_F(Dispatch, EachKindOfObjectExecutesItsOwnOperations) {
   EXPECT_EQ(m_Host.Run(m_Plugin, Number::OP_LOCATE_DEVICE), Number::ERR_INVALID_OPERATION);
   EXPECT_EQ(m_Host.Run(m_Adapter, Number::OP_LOCATE_DEVICE), 0U);
   EXPECT_EQ(m_Host.Run(m_Drive, Number::OP_LOCATE_DEVICE), Number::ERR_INVALID_OPERATION);
@@ -156,7 +156,7 @@ class EachRequest : public Dispatch, public testing::WithParamInterface<Request>
   }
 };
 
-TEST_P(EachRequest, KnowsNoUnknownObject) {
+TEST_P(EachRequest, RejectsAnUnknownObject) {
   EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Ask(0), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Ask(m_Plugin & 0xFFFFFFFFU), Number::ERR_INVALID_OBJECT_ID);
@@ -182,7 +182,7 @@ TEST_P(EachRequest, LeavesTheLockFreeAfterAnUnknownObject) {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
-TEST_P(EachRequest, IsServedAlsoWhenTheLockCannotBeTaken) {
+TEST_P(EachRequest, IsServedEvenWhenTheLockCannotBeTaken) {
   HostKit::FailLockWait(1, 1);
   EXPECT_EQ(Ask(m_Adapter), Good());
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
@@ -195,7 +195,7 @@ TEST_P(EachRequest, TracesTheLockOnce) {
   EXPECT_EQ(Count(lines, AFTER_LOCK), 1);
 }
 
-TEST_P(EachRequest, IsStillAnsweredAfterTheStop) {
+TEST_P(EachRequest, IsServedAfterTheStop) {
   m_Host.DeInitialize();
   EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Ask(m_Plugin),
@@ -207,7 +207,7 @@ TEST_P(EachRequest, IsStillAnsweredAfterTheStop) {
 INSTANTIATE_TEST_SUITE_P(Router, EachRequest, testing::ValuesIn(REQUESTS),
                          [](const auto& each) { return each.param.name; });
 
-TEST(DispatchBeforeInitialize, ThePluginObjectAnswersToZero) {
+TEST(DispatchBeforeInitialize, ThePluginObjectHasIdZero) {
   SimulatedHost host;
   ASSERT_EQ(host.Create(), 0U);
   EXPECT_EQ(host.Properties(0).size(), 6U);
@@ -225,7 +225,7 @@ TEST(DispatchAfterFailedInitialize, OnlyThePluginObjectIsKnown) {
   EXPECT_EQ(host.Execute(5, 0x0130000000000001, &properties), Number::ERR_INVALID_OBJECT_ID);
 }
 
-TEST_F(Dispatch, AFailedListingComesBackEmptyWithItsRoom) {
+TEST_F(Dispatch, AFailedListingIsEmptyAndKeepsItsCapacity) {
   std::vector<PI::CProperty> properties(3, PI::CProperty(PI::Property::NAME, false));
   properties.reserve(50);
   EXPECT_EQ(m_Host.Execute(5, UNKNOWN_OBJECT, &properties), Number::ERR_INVALID_OBJECT_ID);
@@ -248,7 +248,7 @@ TEST_F(Dispatch, AFailedInitializeEmptiesItsPayload) {
   EXPECT_GE(ids.capacity(), 50U);
 }
 
-TEST_F(Dispatch, AFailedReadLeavesThePayloadAlone) {
+TEST_F(Dispatch, AFailedReadDoesNotChangeThePayload) {
   for (const std::uint64_t id : {UNKNOWN_OBJECT, m_Adapter}) {
     PI::CProperty property(PI::Property::POLL_INTERVAL, true);
     property.SetValue(std::string("mine"));
@@ -268,7 +268,7 @@ TEST_F(Dispatch, ASuccessfulReadReplacesTheWholeRecord) {
   EXPECT_EQ(Render(property), "PCI_BUS = 4 (label BUS, sort 23132)");
 }
 
-TEST_F(Dispatch, AReadOfEverythingGivesTheFirstRow) {
+TEST_F(Dispatch, AReadOfAllPropertiesReturnsTheFirst) {
   PI::CProperty property(PI::Property::UNDEFINED, false);
   EXPECT_EQ(m_Host.Property(m_Plugin, 1, property), 0U);
   EXPECT_EQ(ValueOf(property), "Plugin:ID=304");
@@ -286,26 +286,26 @@ TEST_F(Dispatch, ReadingOnePropertyCountsAsAChangeOfThatObject) {
   EXPECT_THAT(ChangeCounts(), ElementsAre(1, 0, 2, 0, 1));
 }
 
-TEST_F(Dispatch, ReadingAnAbsentPropertyFailsAndCountsAllTheSame) {
+TEST_F(Dispatch, ReadingAnAbsentPropertyFailsButCountsAsAChange) {
   EXPECT_EQ(Get(m_Plugin, PI::Property::PCI_BUS), Number::ERR_GENERAL);
   EXPECT_EQ(Get(m_Adapter, PI::Property::POLL_INTERVAL), Number::ERR_GENERAL);
   EXPECT_EQ(Get(m_Drive, 99999), Number::ERR_GENERAL);
   EXPECT_THAT(ChangeCounts(), ElementsAre(1, 0, 1, 0, 1));
 }
 
-TEST_F(Dispatch, ReadingAnUnknownObjectCountsNowhere) {
+TEST_F(Dispatch, ReadingAnUnknownObjectCountsAsNoChange) {
   EXPECT_EQ(Get(UNKNOWN_OBJECT, PI::Property::NAME), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
 }
 
-TEST_F(Dispatch, ReadingAllPropertiesCountsNowhere) {
+TEST_F(Dispatch, ReadingAllPropertiesCountsAsNoChange) {
   m_Host.Properties(m_Plugin);
   m_Host.Properties(m_Adapter);
   m_Host.Properties(m_Drive);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
 }
 
-TEST_F(Dispatch, AdaptersAndDrivesTakeNoProperty) {
+TEST_F(Dispatch, NoPropertyOfAdaptersAndDrivesCanBeSet) {
   for (const std::uint64_t id : {m_Adapter, m_Drive}) {
     EXPECT_EQ(Set(id, PI::Property::POLL_INTERVAL), Number::ERR_INVALID_PROPERTY);
     EXPECT_EQ(Set(id, PI::Property::NAME), Number::ERR_INVALID_PROPERTY);
@@ -315,7 +315,7 @@ TEST_F(Dispatch, AdaptersAndDrivesTakeNoProperty) {
   EXPECT_EQ(m_Host.ReadIni(), "");
 }
 
-TEST_F(Dispatch, ThePluginObjectTakesItsPollIntervalAlone) {
+TEST_F(Dispatch, OnlyThePollIntervalOfThePluginObjectCanBeSet) {
   EXPECT_EQ(Set(m_Plugin, PI::Property::NAME), Number::ERR_INVALID_PROPERTY);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
   EXPECT_EQ(Set(m_Plugin, PI::Property::POLL_INTERVAL), 0U);
@@ -351,7 +351,7 @@ TEST_F(Dispatch, AReadTracesHowManyObjectsItSearches) {
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
 
-TEST_F(Dispatch, SettingTracesTheLockAlone) {
+TEST_F(Dispatch, SettingTracesOnlyTheLock) {
   for (const std::uint64_t id : {m_Adapter, m_Drive, UNKNOWN_OBJECT}) {
     m_Host.ForgetTraces();
     Set(id, PI::Property::NAME);
@@ -359,7 +359,7 @@ TEST_F(Dispatch, SettingTracesTheLockAlone) {
   }
 }
 
-TEST_F(Dispatch, ListingOperationsSaysEnterAtBothEnds) {
+TEST_F(Dispatch, ListingOperationsTracesEnterTwice) {
   m_Host.Operations(m_Adapter);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("16 ENTER GetOperations object=0x130000000000003", BEFORE_LOCK,

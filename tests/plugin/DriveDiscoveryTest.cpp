@@ -26,7 +26,7 @@ void GiveMiB(ScannedCard& card, const char* attribute, std::uint64_t mebibytes) 
 
 // Names.
 
-TEST(DriveName, IsTheProductOrElseTheBoard) {
+TEST(DriveName, IsTheProductOrTheBoardName) {
   const struct {
     const char* product;
     const char* board;
@@ -52,7 +52,7 @@ TEST(DriveName, IsTheProductOrElseTheBoard) {
   }
 }
 
-TEST(DriveName, OfAMoltHasItsCapacityClass) {
+TEST(DriveName, OfAMoltShowsItsCapacityClass) {
   const struct {
     std::uint64_t mebibytes;
     const char* name;
@@ -72,7 +72,7 @@ TEST(DriveName, OfAMoltHasItsCapacityClass) {
   }
 }
 
-TEST(DriveName, OfAMoltWithoutAFactorySizeIsTheLargest) {
+TEST(DriveName, OfAMoltWithoutAFactorySizeHasTheLargestClass) {
   ScannedCard card(0x3002);
   card.Without("factory_size_bytes");
   ASSERT_EQ(card.Scan(), 0U);
@@ -80,7 +80,7 @@ TEST(DriveName, OfAMoltWithoutAFactorySizeIsTheLargest) {
   EXPECT_EQ(card.Drive(Property::PRODUCT), "Flash Adapter G4");
 }
 
-TEST(DriveName, OfABoardThatIsCalledMoltFollowsTheSameClasses) {
+TEST(DriveName, OfABoardNamedMoltShowsTheSameClasses) {
   ScannedCard card(0x1003);
   card.Set("board_name", "My MOLT");
   GiveMiB(card, "factory_size_bytes", 1048576);
@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(Of, DriveSize, testing::ValuesIn(SIZE_CASES), [](const 
   return std::string(each.param.attribute) + "_" + std::to_string(each.index);
 });
 
-TEST(DrivePercentage, IsComputedWhereTheCardHasNone) {
+TEST(DrivePercentage, IsComputedWhenTheCardHasNone) {
   const struct {
     std::uint64_t formatted;
     std::uint64_t size;
@@ -151,7 +151,7 @@ TEST(DrivePercentage, IsComputedWhereTheCardHasNone) {
 }
 
 // Whole MiB are divided, not bytes.
-TEST(DrivePercentage, IsComputedFromWholeSizes) {
+TEST(DrivePercentage, IsComputedFromWholeMiB) {
   ScannedCard card;
   card.Without("iom_format_size_pct");
   card.Set("iom_format_size_bytes", "2097151").Set("size_bytes", "2097152");
@@ -159,7 +159,7 @@ TEST(DrivePercentage, IsComputedFromWholeSizes) {
   EXPECT_EQ(card.Drive(Property::FORMATTED_PERCENTAGE), "50");
 }
 
-TEST(DrivePercentage, WithoutAnySizeIsZero) {
+TEST(DrivePercentage, IsZeroWithoutSizes) {
   ScannedCard card;
   card.Without("iom_format_size_pct").Without("size_bytes");
   ASSERT_EQ(card.Scan(), 0U);
@@ -178,7 +178,7 @@ struct LargestCase {
   int modesSet;
 };
 
-TEST(DriveConfigurableSize, IsTheLargestThatAFormatMayAskFor) {
+TEST(DriveConfigurableSize, IsTheLargestSizeThatAFormatCanRequest) {
   const LargestCase cases[] = {
       // name, size, largest size, over-formatting disallowed, size mode, shown, modes set
       {"everything", true, true, "false", true, "30", 1},
@@ -207,7 +207,7 @@ TEST(DriveConfigurableSize, IsTheLargestThatAFormatMayAskFor) {
   }
 }
 
-TEST(DriveConfigurableSize, StaysWhenTheModeIsRefused) {
+TEST(DriveConfigurableSize, IsUnchangedWhenTheModeIsRejected) {
   ScannedCard card;
   GiveMiB(card, "iom_format_max_size_bytes", 20);
   GiveMiB(card, "overformat_size_bytes", 30);
@@ -225,7 +225,7 @@ std::string SmallestSector(ScannedCard& card) {
   return calls.size() == 1 ? calls[0] : "not asked once";
 }
 
-TEST(DriveSectorLimit, IsTheCardsOrElse512) {
+TEST(DriveSectorLimit, IsThatOfTheCardOr512) {
   const std::pair<const char*, const char*> cases[] = {
       {"4096", "vsl_iom_format_set_sector_size_bytes format#1 4096"},
       {"0", "vsl_iom_format_set_sector_size_bytes format#1 0"},
@@ -239,7 +239,7 @@ TEST(DriveSectorLimit, IsTheCardsOrElse512) {
   }
 }
 
-TEST(DriveWithoutFormatHandle, HasNoLimitsButIsThereAllTheSame) {
+TEST(DriveWithoutFormatHandle, HasNoLimitsButIsListed) {
   ScannedCard card;
   GiveMiB(card, "size_bytes", 10);
   CardSim::FailCall("vsl_iom_format_create", 1, 12, "busy");
@@ -278,7 +278,7 @@ TEST(DriveOverformat, IsAllowedUnlessTheCardForbidsIt) {
   }
 }
 
-TEST(DriveOverformat, IsAllowedWhereTheLimitsAreNotKnown) {
+TEST(DriveOverformat, IsAllowedWhenTheLimitsAreUnknown) {
   ScannedCard card;
   card.Set("iom_format_disallow_overformat", "true");
   CardSim::FailCall("vsl_iom_format_create", 1, 12, "busy");
@@ -288,7 +288,7 @@ TEST(DriveOverformat, IsAllowedWhereTheLimitsAreNotKnown) {
 
 // The pair.
 
-TEST(DrivePair, SharesItsPlaceWithTheAdapter) {
+TEST(DrivePair, SharesItsLocationWithTheAdapter) {
   ScannedCard card;
   card.Set("pci_domain", "1").Set("pci_bus", "2").Set("pci_device", "3").Set("pci_function", "4");
   ASSERT_EQ(card.Scan(), 0U);
@@ -296,7 +296,7 @@ TEST(DrivePair, SharesItsPlaceWithTheAdapter) {
   EXPECT_EQ(card.Drive(Property::UNIQUE_ID), "PCI:Segment=1&Bus=2&Device=3&Function=4&ID=0");
 }
 
-TEST(DrivePair, TheDriveIsReachedThroughTheCardsPath) {
+TEST(DrivePair, UsesTheDevicePathOfTheCard) {
   ScannedCard card;
   ASSERT_EQ(card.Scan(), 0U);
   const std::uint64_t drive = card.Host().DriveId(0);

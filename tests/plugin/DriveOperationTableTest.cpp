@@ -41,7 +41,7 @@ TEST(DriveOperationTable, HasTheNineNumbersOfOnlineAndOffline) {
                                        "50030 50030 1 2 1 1 0 -1 3 22029, 0 parameters"));
 }
 
-TEST(DriveOperationTable, ShowsNothingOfADriveAsAScanMakesIt) {
+TEST(DriveOperationTable, ListsNothingForAScannedDrive) {
   EXPECT_THAT(Rows(CFusionIOPhysicalDrive()), IsEmpty());
 }
 

@@ -69,7 +69,7 @@ std::ostream& operator<<(std::ostream& out, const FormatCheck& check) {
 
 class CheckFormat : public DriveOperations, public testing::WithParamInterface<FormatCheck> {};
 
-TEST_P(CheckFormat, WantsADriveThatIsAvailable) {
+TEST_P(CheckFormat, RequiresAnAvailableDrive) {
   m_Card = m_Host.AddCard();
   m_Host.Cards().Set(m_Card, GetParam().attribute, GetParam().value);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -147,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return std::string(each.param.name); });
 
 // The two differ in what they do with a handle that was never made, and stay so.
-TEST_F(DriveOperations, CheckForOnlineLeavesAHandleThatWasNotMade) {
+TEST_F(DriveOperations, CheckForOnlineDoesNotDestroyAHandleThatWasNotCreated) {
   StartWith(R"([{"state": 0}])");
   CardSim::FailCall("vsl_iom_create_by_name", 1, 81, "gone");
   EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), Number::ERR_COMMAND_ERROR);
@@ -158,7 +158,7 @@ TEST_F(DriveOperations, CheckForOnlineLeavesAHandleThatWasNotMade) {
                                     "2 LEAVE CheckPhysicalDriveOperation() -> 20003"));
 }
 
-TEST_F(DriveOperations, CheckForOfflineDestroysAHandleThatWasNotMade) {
+TEST_F(DriveOperations, CheckForOfflineDestroysAHandleThatWasNotCreated) {
   StartWith(R"([{"state": 1}])");
   CardSim::FailCall("vsl_iom_create_by_name", 1, 82, "gone");
   EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), Number::ERR_COMMAND_ERROR);
@@ -170,7 +170,7 @@ TEST_F(DriveOperations, CheckForOfflineDestroysAHandleThatWasNotMade) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_F(DriveOperations, CheckLetsAnUnknownOperationPass) {
+TEST_F(DriveOperations, CheckAcceptsAnUnknownOperation) {
   StartWith("[]");
   for (const std::uint32_t operation :
        {Number::OP_LOCATE_DEVICE, Number::OP_ATTACH, Number::OP_FORCE_DETACH, 0U}) {
@@ -300,7 +300,7 @@ std::ostream& operator<<(std::ostream& out, const UnitFailure& failure) {
 
 class FailingUnits : public DriveOperations, public testing::WithParamInterface<UnitFailure> {};
 
-TEST_P(FailingUnits, DecideByWhatIsLeft) {
+TEST_P(FailingUnits, LeaveTheResultToTheOtherUnits) {
   StartWith(GetParam().volumes);
   CardSim::FailCall(GetParam().function, GetParam().nth, 84, "no luck");
   const bool checks = GetParam().command == PI::CMD_CHECK_OPERATION;
@@ -412,7 +412,7 @@ const UnitFailure UNIT_FAILURES[] = {
 INSTANTIATE_TEST_SUITE_P(Calls, FailingUnits, testing::ValuesIn(UNIT_FAILURES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(DriveOperations, SwitchTheUnitsOfTheCardForGood) {
+TEST_F(DriveOperations, SwitchTheUnitsOfTheCardPermanently) {
   StartWith(R"([{"state": 1}])");
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_OFFLINE), 0U);
   EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), Number::ERR_GENERAL);
@@ -421,7 +421,7 @@ TEST_F(DriveOperations, SwitchTheUnitsOfTheCardForGood) {
   EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_ONLINE), Number::ERR_GENERAL);
 }
 
-TEST_F(DriveOperations, FailToSwitchWhenTheCardCannotBeNamed) {
+TEST_F(DriveOperations, FailToSwitchWhenTheCardCannotBeFound) {
   StartWith(R"([{"state": 1}])");
   for (const std::uint32_t operation : {Number::OP_MAKE_ONLINE, Number::OP_MAKE_OFFLINE}) {
     Forget();

@@ -76,7 +76,7 @@ TEST_F(DriveProperties, AreListedInTheOrderOfTheTable) {
   EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
 }
 
-TEST_F(DriveProperties, HaveTheNumbersOfTheHostsVocabulary) {
+TEST_F(DriveProperties, HaveTheHostsNumbers) {
   const std::vector<PI::CProperty> properties = m_Host.Properties(OneCard::DRIVE);
   ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS));
   for (std::size_t i = 0; i < properties.size(); ++i) {
@@ -95,7 +95,7 @@ TEST_F(DriveProperties, ReadOneByOneAgreeWithTheList) {
   }
 }
 
-TEST_F(DriveProperties, OfOtherObjectsAreNotThere) {
+TEST_F(DriveProperties, ExcludeThoseOfOtherObjects) {
   for (const std::uint32_t property :
        {0U, 2U, Number::Property::POLL_INTERVAL, Number::Property::SERIAL_NUMBER,
         Number::Property::MEMORY_SIZE, Number::Property::ACTIVITY, Number::Property::RANGE_PARAM,
@@ -105,7 +105,7 @@ TEST_F(DriveProperties, OfOtherObjectsAreNotThere) {
   }
 }
 
-TEST_F(DriveProperties, ReplaceWhatTheHostsListHeld) {
+TEST_F(DriveProperties, ReplaceThePreviousContentsOfTheList) {
   std::vector<PI::CProperty> list(20, PI::CProperty(PI::Property::VERSION, true));
   EXPECT_EQ(m_Host.Execute(5, OneCard::DRIVE, &list), 0U);
   EXPECT_THAT(Rendered(list), ElementsAreArray(ALL_ROWS));
@@ -130,7 +130,7 @@ TEST_F(DriveProperties, AreReadWithoutTheCard) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-TEST_F(DriveProperties, AnswerFromTheRecordWhenTheCardIsGone) {
+TEST_F(DriveProperties, AreReadFromTheRecordWhenTheCardIsGone) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   EXPECT_EQ(m_Host.Row(OneCard::DRIVE, 30460), "BLOCK_SIZE = 4096 (sort 23278, unit 21025)");
   EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
@@ -155,7 +155,7 @@ TEST_F(DriveProperties, TraceEntryAndStatusOfASingleStatus) {
                           "2 GetPhysicalDriveProperties() set status property of disk to 40099"));
 }
 
-TEST_F(DriveProperties, TraceTheEntryAloneForAnyOtherRow) {
+TEST_F(DriveProperties, TraceOnlyTheEntryForAnyOtherRow) {
   m_Host.Row(OneCard::DRIVE, 30460);
   EXPECT_THAT(m_Host.Traces(2), ElementsAre("ENTER GetPhysicalDriveProperties()"));
 }
@@ -173,7 +173,7 @@ void PrintTo(const Case& each, std::ostream* out) {
 
 class DriveRow : public testing::TestWithParam<Case> {};
 
-TEST_P(DriveRow, IsTheSameInTheListAndAlone) {
+TEST_P(DriveRow, IsTheSameInTheListAndInASingleRead) {
   OneCard host(TYPICAL);
   host.Set(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);

@@ -36,7 +36,7 @@ TEST_F(EntryPoints, CreateMakesThePluginAndPublishesIt) {
   releaseIf(&plugin);
 }
 
-TEST_F(EntryPoints, CreateTouchesNoCard) {
+TEST_F(EntryPoints, CreateCallsNoCard) {
   m_Host.AddCard();
   m_Host.ForgetCalls();
   ASSERT_EQ(m_Host.Create(), 0U);
@@ -51,7 +51,7 @@ TEST_F(EntryPoints, CreateLeavesLocksAndEventsUnusable) {
   for (const HostKit::EventView& event : HostKit::Events()) EXPECT_FALSE(event.initialized);
 }
 
-TEST_F(EntryPoints, CreateOverwritesWhateverThePointerHeld) {
+TEST_F(EntryPoints, CreateOverwritesThePointer) {
   int stranger = 0;
   IPLUGINAPI* plugin = nullptr;
   const void* garbage = &stranger;
@@ -61,7 +61,7 @@ TEST_F(EntryPoints, CreateOverwritesWhateverThePointerHeld) {
   releaseIf(&plugin);
 }
 
-TEST_F(EntryPoints, TheNewestPluginIsThePublishedOne) {
+TEST_F(EntryPoints, TheNewestPluginIsPublished) {
   IPLUGINAPI* first = nullptr;
   IPLUGINAPI* second = nullptr;
   ASSERT_EQ(createIf(&first), 0U);
@@ -104,7 +104,7 @@ TEST_F(EntryPoints, ReleaseCallsNoCardAndWaitsForNothing) {
   EXPECT_THAT(m_Host.Calls(), testing::IsEmpty());
 }
 
-TEST_F(EntryPoints, NamesAreThoseOfC) {
+TEST_F(EntryPoints, HaveCLinkage) {
   EXPECT_EQ(dlsym(RTLD_DEFAULT, "createIf"), reinterpret_cast<void*>(&createIf));
   EXPECT_EQ(dlsym(RTLD_DEFAULT, "releaseIf"), reinterpret_cast<void*>(&releaseIf));
 }

@@ -69,7 +69,7 @@ const Bit BITS[] = {HOST_STATUS_BITS(BIT)};
 
 class EachBit : public EventTable, public testing::WithParamInterface<Bit> {};
 
-TEST_P(EachBit, RaisesItsEventWhenItRises) {
+TEST_P(EachBit, RaisesItsEventWhenItIsSet) {
   StartWith("0", "0", "0");
   Set("card0", GetParam().mask, GetParam().value);
   AwaitScans(2);
@@ -80,7 +80,7 @@ TEST_P(EachBit, RaisesItsEventWhenItRises) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_P(EachBit, RaisesNothingWhenItFallsBesideAnother) {
+TEST_P(EachBit, RaisesNothingWhenClearedWhileAnotherIsSet) {
   const bool isError = std::string(GetParam().mask) == "current_errors";
   // The other mask keeps a bit of its own.
   const char* value = GetParam().value.c_str();
@@ -91,7 +91,7 @@ TEST_P(EachBit, RaisesNothingWhenItFallsBesideAnother) {
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 0"), SizeIs(3));
 }
 
-TEST_P(EachBit, RaisesNormalWhenItWasTheLast) {
+TEST_P(EachBit, RaisesNormalWhenTheLastIsCleared) {
   StartWith("0", "0", "0");
   Set("card0", GetParam().mask, GetParam().value);
   AwaitScans(3);
@@ -106,7 +106,7 @@ TEST_P(EachBit, RaisesNormalWhenItWasTheLast) {
 INSTANTIATE_TEST_SUITE_P(Masks, EachBit, testing::ValuesIn(BITS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(EventTable, SilentBitsRaiseNothingAndMakeNoScan) {
+TEST_F(EventTable, IgnoredBitsRaiseNothingAndCauseNoScan) {
   StartWith("0", "0", "0");
   Masks("0", "0x200", "0x1");
   AwaitWakeUps(2);
@@ -116,26 +116,26 @@ TEST_F(EventTable, SilentBitsRaiseNothingAndMakeNoScan) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(EventTable, BitsWithoutAnEventAreStillMissedWhenTheyFall) {
+TEST_F(EventTable, ClearingBitsWithoutAnEventRaisesNormal) {
   StartWith("0", "0", "0");
   EXPECT_THAT(EventsAfter("0x100000000", "0x20000000000", "0x4"), IsEmpty());
   EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(OfAdapter("10980", "2")));
 }
 
-TEST_F(EventTable, ABitThatWasSetAtTheStartRaisesNoEvent) {
+TEST_F(EventTable, ABitSetAtTheStartRaisesNoEvent) {
   StartWith("0x1", "0x1", "0x2");
   AwaitScans(4);
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(EventTable, SeveralBitsComeFromTheLowestUpErrorsFirst) {
+TEST_F(EventTable, SeveralBitsRaiseErrorsFirstFromTheLowestBit) {
   StartWith("0x2", "0x1", "0");
   EXPECT_THAT(EventsAfter("0x203", "0x1007", "0"),
               ElementsAre(OfAdapter("10957", "4"), OfAdapter("10966", "4"), OfAdapter("10968", "3"),
                           OfAdapter("10969", "3"), OfAdapter("10979", "3")));
 }
 
-TEST_F(EventTable, ABitThatTakesAnothersPlaceRaisesItsOwnAlone) {
+TEST_F(EventTable, ABitThatReplacesAnotherRaisesOnlyItsOwnEvent) {
   StartWith("0x1", "0", "0");
   EXPECT_THAT(EventsAfter("0x2", "0", "0"), ElementsAre(OfAdapter("10958", "4")));
 }
@@ -196,7 +196,7 @@ const Information INFORMATION[] = {
 
 class EachInformation : public EventTable, public testing::WithParamInterface<Information> {};
 
-TEST_P(EachInformation, RaisesWhatIsExpected) {
+TEST_P(EachInformation, RaisesTheExpectedEvents) {
   const auto& before = GetParam().before;
   StartWith(before[0], before[1], before[2]);
   const auto& after = GetParam().after;
@@ -206,7 +206,7 @@ TEST_P(EachInformation, RaisesWhatIsExpected) {
 INSTANTIATE_TEST_SUITE_P(Masks, EachInformation, testing::ValuesIn(INFORMATION),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(EventTable, AnEventHasTheOldNameOfAnAdapter) {
+TEST_F(EventTable, AnEventHasTheStoredNameOfItsAdapter) {
   StartWith("0", "0", "0");
   Set("card0", "board_name", "New Board");
   Set("card0", "iom_state", "0");
@@ -255,7 +255,7 @@ const Move MOVES[] = {
 
 class EachMove : public EventTable, public testing::WithParamInterface<Move> {};
 
-TEST_P(EachMove, RaisesItsEventAtOnceAndOnce) {
+TEST_P(EachMove, RaisesItsEventImmediatelyAndOnce) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().before);
   StartWatch();
@@ -331,7 +331,7 @@ TEST_F(EventTable, ASizeThatDiffersByLessThanAMiBRaisesNothing) {
 }
 
 // Adapters as the scan finds them, then those that are gone, then drives.
-TEST_F(EventTable, OnePassRaisesInAFixedOrder) {
+TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
   AddCards(4);
   StartWatch();
   Hide(3);
@@ -356,7 +356,7 @@ TEST_F(EventTable, OnePassRaisesInAFixedOrder) {
 }
 
 // Within one adapter: errors, warnings, information, normal, attachment.
-TEST_F(EventTable, OneAdapterRaisesInAFixedOrder) {
+TEST_F(EventTable, OneAdapterRaisesEventsInAFixedOrder) {
   StartWith("0", "0", "0");
   Masks("0x1", "0x1", "0x2");
   AwaitScans(2);
@@ -382,7 +382,7 @@ TEST_F(EventTable, EventsOfSeveralPassesAreCollectedInOrderAndOnce) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(EventTable, TwoCardsHaveEachItsOwn) {
+TEST_F(EventTable, EachCardRaisesItsOwnEvents) {
   AddCards(2);
   StartWatch();
   Set("card0", "current_errors", "1");

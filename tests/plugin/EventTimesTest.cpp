@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Sources, EachEventSource, testing::ValuesIn(EVENT_SOURC
 
 // The scan at 15,024 finds the second card gone and writes three statements. Two polls of one card
 // and a scan of two follow.
-TEST_F(EventTimes, ACardThatComesBackHasTheTimeOfItsComparison) {
+TEST_F(EventTimes, AReturningCardHasTheTimeOfItsComparison) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -146,7 +146,7 @@ class EachFailingJob : public EventTimes, public testing::WithParamInterface<Fai
 
 // The event is made when the job holds the lock, not when it waits for it, and not when the card
 // rejects the job.
-TEST_P(EachFailingJob, HasTheTimeAtWhichTheJobReadTheObjects) {
+TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().state);
   StartWatch("255");

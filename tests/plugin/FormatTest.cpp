@@ -110,7 +110,7 @@ class Format : public testing::Test {
   std::string m_Card;
 };
 
-TEST_F(Format, WithoutParametersTakesTheSmallestSectorsAndTheFactorySize) {
+TEST_F(Format, WithoutParametersUsesTheSmallestSectorsAndTheFactorySize) {
   Set("iom_format_min_sector_size_bytes", "1024");
   Start();
   EXPECT_EQ(Run(), 0U);
@@ -127,7 +127,7 @@ TEST_F(Format, WithoutParametersTakesTheSmallestSectorsAndTheFactorySize) {
   EXPECT_EQ(m_Host.Cards().Get(m_Card, "sector_size_bytes"), "1024");
 }
 
-TEST_F(Format, TellsTheWorkerOnlyAfterTheCardIsReleased) {
+TEST_F(Format, WakesTheWorkerOnlyAfterTheCardIsReleased) {
   Start();
   bool wokenBefore = true;
   CardSim::SetHook([&wokenBefore](const CardSim::Call& call) {
@@ -138,7 +138,7 @@ TEST_F(Format, TellsTheWorkerOnlyAfterTheCardIsReleased) {
   EXPECT_TRUE(WorkerIsWoken());
 }
 
-TEST_F(Format, KeepsTheCallerAndTheDataLockUntilTheCardIsDone) {
+TEST_F(Format, BlocksTheCallerAndHoldsTheDataLockUntilTheCardIsDone) {
   Set("format_ms", "90000");
   Start();
   HostKit::LockView lock{};
@@ -260,14 +260,14 @@ class FormatCapacity : public Format, public testing::WithParamInterface<Capacit
   }
 };
 
-TEST_P(FormatCapacity, OfACardThatMayNotBeOverformatted) {
+TEST_P(FormatCapacity, IsLimitedWithoutOverformatting) {
   Set("iom_format_disallow_overformat", "true");
   Start();
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
   EXPECT_THAT(SizeRequests(), ElementsAreArray(GetParam().closed));
 }
 
-TEST_P(FormatCapacity, OfACardThatMayBeOverformatted) {
+TEST_P(FormatCapacity, UsesOverformattingWhenAllowed) {
   Set("iom_format_disallow_overformat", "false");
   Start();
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
@@ -326,7 +326,7 @@ std::ostream& operator<<(std::ostream& out, const Failure& failure) {
 
 class FormatFailure : public Format, public testing::WithParamInterface<Failure> {};
 
-TEST_P(FormatFailure, EndsAsItMust) {
+TEST_P(FormatFailure, FailsOrFallsBack) {
   Start();
   CardSim::FailCall(GetParam().function, 1, 91, "no luck");
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting)}), GetParam().result);
@@ -340,7 +340,7 @@ TEST_P(FormatFailure, EndsAsItMust) {
   EXPECT_EQ(HostKit::Locks().at(0).depth, 0U);
 }
 
-TEST_P(FormatFailure, LeavesTheCardFitForTheNextFormat) {
+TEST_P(FormatFailure, DoesNotAffectTheNextFormat) {
   Start();
   CardSim::FailCall(GetParam().function, 1, 91, "no luck");
   Run({Choice(FORMATTING, GetParam().formatting)});
@@ -431,7 +431,7 @@ const Failure FAILURES[] = {
 INSTANTIATE_TEST_SUITE_P(Calls, FormatFailure, testing::ValuesIn(FAILURES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(Format, FailsWhenTheFallBackFailsToo) {
+TEST_F(Format, FailsWhenTheFallbackAlsoFails) {
   Start();
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 92, "no modes");
   CardSim::FailCall("vsl_iom_format_set_size_pct", 1, 93, "no sizes");
@@ -443,7 +443,7 @@ TEST_F(Format, FailsWhenTheFallBackFailsToo) {
                           "(no sizes)"));
 }
 
-TEST_F(Format, OfAnAttachedCardIsLeftToTheCardToRefuse) {
+TEST_F(Format, IsRejectedByAnAttachedCard) {
   Set("iom_state", "2");
   Start();
   EXPECT_EQ(Run(), Number::ERR_COMMAND_ERROR);

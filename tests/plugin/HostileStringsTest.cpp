@@ -92,11 +92,11 @@ class HostileStrings : public WorkerFixture {
 
 class EachText : public HostileStrings, public testing::WithParamInterface<const char*> {};
 
-TEST_P(EachText, HurtsNothing) {
+TEST_P(EachText, DamagesNothing) {
   for (const std::string& text : HostileTexts(0, kStatements)) LiveWith(GetParam(), text);
 }
 
-TEST_F(HostileStrings, HurtNothingAfterAWholeNewRow) {
+TEST_F(HostileStrings, DamageNothingAfterACompleteNewRow) {
   for (const int values : kBehindSerialNumber) {
     for (const std::string& text : HostileTexts(values, kStatements)) {
       if (text.find("NULL") != text.npos) LiveWith("serial_number", text);

@@ -63,7 +63,7 @@ void PrintTo(const InitFailure& each, std::ostream* stream) {
 
 class InitializeWithoutLock : public testing::TestWithParam<InitFailure> {};
 
-TEST_P(InitializeWithoutLock, EndsAtOnceAndNamesIt) {
+TEST_P(InitializeWithoutLock, FailsImmediatelyAndTracesItsName) {
   SimulatedHost host;
   host.AddCard();
   GetParam().fail(GetParam().ordinal);
@@ -91,7 +91,7 @@ constexpr InitFailure INIT_FAILURES[] = {
 INSTANTIATE_TEST_SUITE_P(Step, InitializeWithoutLock, testing::ValuesIn(INIT_FAILURES),
                          [](const auto& each) { return each.param.name; });
 
-TEST_F(Initialize, MakesOneManualEventAndTwoOthersNoneOfThemSet) {
+TEST_F(Initialize, CreatesOneManualAndTwoAutomaticEventsAllUnset) {
   AddCards(1);
   ASSERT_EQ(Run().result, 0U);
   const std::vector<HostKit::EventView> events = HostKit::Events();
@@ -116,7 +116,7 @@ TEST_F(Initialize, WithoutACardOnThePciBusNeverStartsTheLibrary) {
   EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
 }
 
-TEST(InitializeRetry, TakesEachOfTheNineDevicesAndNoOther) {
+TEST(InitializeRetry, AcceptsOnlyTheNineDevices) {
   const std::uint16_t accepted[] = {0x1000, 0x1003, 0x1005, 0x1006, 0x1007,
                                     0x1008, 0x2001, 0x3001, 0x3002};
   for (const std::uint16_t id : accepted) {
@@ -132,7 +132,7 @@ TEST(InitializeRetry, TakesEachOfTheNineDevicesAndNoOther) {
   }
 }
 
-TEST_F(Initialize, TakesNoOtherVendorsDevice) {
+TEST_F(Initialize, RejectsDevicesOfOtherVendors) {
   AddCards(1);
   std::ofstream(m_Host.Folder() / "sys/bus/pci/devices/0000:03:00.0/vendor") << "0x8086\n";
   EXPECT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
@@ -155,7 +155,7 @@ void PrintTo(const StartCase& each, std::ostream* stream) {
 class InitializeNotReady : public testing::TestWithParam<StartCase> {};
 
 // Behind the last refused start: one good one, the pause, the second start and the flag samples.
-TEST_P(InitializeNotReady, AsksOnceASecondForAMinute) {
+TEST_P(InitializeNotReady, RetriesOnceASecondForAMinute) {
   SimulatedHost host;
   host.AddCard();
   CardSim::FailCall("vsl_init", 1, 27, "not yet", GetParam().notReady);
@@ -195,7 +195,7 @@ TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
                           "2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
 }
 
-TEST(InitializeRetry, TakesAnyOtherCodeOfTheLibraryAsFinal) {
+TEST(InitializeRetry, TreatsAnyOtherCodeAsFinal) {
   for (const std::uint64_t code : {1UL, 26UL, 28UL, 0x1BUL + (1UL << 32U)}) {
     SimulatedHost host;
     host.AddCard();
@@ -210,7 +210,7 @@ TEST(InitializeRetry, TakesAnyOtherCodeOfTheLibraryAsFinal) {
   }
 }
 
-TEST_F(Initialize, TakesAnotherCodeAfterSomeWaitingAsFinal) {
+TEST_F(Initialize, TreatsAnotherCodeAfterRetriesAsFinal) {
   AddCards(1);
   CardSim::FailCall("vsl_init", 1, 27, "not yet", 3);
   CardSim::FailCall("vsl_init", 4, 5, "broken");
@@ -238,7 +238,7 @@ TEST(InitializeRetry, DoesNotWaitForTheSecondStart) {
 
 // The enumeration of the cards.
 
-TEST_F(Initialize, PassesOverCardsWithoutSerialNumberOrPath) {
+TEST_F(Initialize, SkipsCardsWithoutSerialNumberOrPath) {
   AddCards(3);
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   m_Host.Cards().MakeAbsent("card1", "device_path");
@@ -259,7 +259,7 @@ TEST_F(Initialize, PassesOverCardsWithoutSerialNumberOrPath) {
                           "vsl_iom_create_by_name /dev/fct2"));
 }
 
-TEST_F(Initialize, WithoutAUsableCardTakesTheLibraryDownAgain) {
+TEST_F(Initialize, WithoutAUsableCardStopsTheLibrary) {
   AddCards(1);
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   const Outcome outcome = Run();
@@ -272,7 +272,7 @@ TEST_F(Initialize, WithoutAUsableCardTakesTheLibraryDownAgain) {
                   "vsl_has_serial_number iterated#1", "vsl_iom_iterate iterated#1", "vsl_fini"));
 }
 
-TEST_F(Initialize, WithoutAnyCardInTheLibraryTakesItDownAgain) {
+TEST_F(Initialize, WithoutAnyCardInTheLibraryStopsIt) {
   AddCards(1);
   m_Host.Cards().RemoveCard("card0");
   EXPECT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
@@ -282,7 +282,7 @@ TEST_F(Initialize, WithoutAnyCardInTheLibraryTakesItDownAgain) {
 
 // The first scan.
 
-TEST_F(Initialize, HandsOutOneEntryPerAdapter) {
+TEST_F(Initialize, ReturnsOneEntryPerAdapter) {
   AddCards(2);
   m_Host.Cards().Set("card1", "pci_domain", "5");
   m_Host.Cards().Set("card1", "pci_device", "6");
@@ -300,14 +300,14 @@ TEST_F(Initialize, HandsOutOneEntryPerAdapter) {
   EXPECT_EQ(m_Host.m_AdapterIDs[0].m_AdapterNumber, 0U);
 }
 
-TEST_F(Initialize, AppendsToWhatTheHostHadInItsList) {
+TEST_F(Initialize, AppendsToTheHostsList) {
   AddCards(1);
   m_Host.m_AdapterIDs.resize(2);
   ASSERT_EQ(Run().result, 0U);
   EXPECT_EQ(m_Host.m_AdapterIDs.size(), 3U);
 }
 
-TEST_F(Initialize, TellsOfItsScanAndItsEnd) {
+TEST_F(Initialize, TracesItsScanAndItsExit) {
   AddCards(2);
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, 0U);
@@ -321,7 +321,7 @@ TEST_F(Initialize, TellsOfItsScanAndItsEnd) {
 }
 
 // Two control devices, of which one has no adapter.
-TEST_F(Initialize, PrintsTheCountOfAdaptersAndNotThatOfDevices) {
+TEST_F(Initialize, PrintsTheNumberOfAdaptersNotOfDevices) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone");
   const Outcome outcome = Run();
@@ -330,14 +330,14 @@ TEST_F(Initialize, PrintsTheCountOfAdaptersAndNotThatOfDevices) {
   EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "1");
 }
 
-TEST_F(Initialize, PrintsTheCountAlsoWithoutTraces) {
+TEST_F(Initialize, PrintsTheCountEvenWithoutTraces) {
   AddCards(1);
   HostKit::SetTraceMask(0);
   EXPECT_EQ(Run().printed, "Corvane:  Initialize:  adapter count is 1\n");
   EXPECT_THAT(m_Host.Traces(), IsEmpty());
 }
 
-TEST_F(Initialize, HoldsTheDataLockForTheScanAndFreesIt) {
+TEST_F(Initialize, HoldsTheDataLockForTheScanAndReleasesIt) {
   AddCards(1);
   std::vector<unsigned int> depths;
   CardSim::SetHook([&](const CardSim::Call& call) {
@@ -382,7 +382,7 @@ TEST_F(Initialize, FailsWhenACardCannotBeOpened) {
   ExpectNothingLeft(m_Host, outcome);
 }
 
-TEST_F(Initialize, DestroysTheCardThatCannotBeOpenedAndAsksItNoMore) {
+TEST_F(Initialize, DestroysTheHandleOfACardThatCannotBeOpened) {
   AddCards(2);
   CardSim::FailCall("vsl_open", 1, 7, "no");
   ASSERT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
@@ -392,7 +392,7 @@ TEST_F(Initialize, DestroysTheCardThatCannotBeOpenedAndAsksItNoMore) {
                                 "vsl_destroy card#1", "vsl_fini"));
 }
 
-TEST_F(Initialize, ForgetsTheCardsScannedBeforeTheOneThatCannotBeOpened) {
+TEST_F(Initialize, DiscardsTheCardsScannedBeforeOneThatCannotBeOpened) {
   AddCards(2);
   CardSim::FailCall("vsl_open", 2, 7, "no");
   const Outcome outcome = Run();
@@ -400,7 +400,7 @@ TEST_F(Initialize, ForgetsTheCardsScannedBeforeTheOneThatCannotBeOpened) {
   ExpectNothingLeft(m_Host, outcome);
 }
 
-TEST_F(Initialize, FailsWhenNoCardCanBeNamed) {
+TEST_F(Initialize, FailsWhenNoCardCanBeFound) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
   const Outcome outcome = Run();

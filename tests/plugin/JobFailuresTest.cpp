@@ -148,7 +148,7 @@ const JobFailure JOB_FAILURES[] = {
 
 class EachJobFailure : public JobFailures, public testing::WithParamInterface<JobFailure> {};
 
-TEST_P(EachJobFailure, PostsOneEventAndDestroysWhatItMade) {
+TEST_P(EachJobFailure, PostsOneEventAndDestroysItsHandles) {
   StartWith({GetParam().before});
   CardSim::FailCall(GetParam().function, 1, 62, "no luck");
   const unsigned long now = MBX::Misc::now();
@@ -165,7 +165,7 @@ TEST_P(EachJobFailure, PostsOneEventAndDestroysWhatItMade) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_P(EachJobFailure, LeavesNothingBehindThatHindersTheNext) {
+TEST_P(EachJobFailure, DoesNotAffectTheNextJob) {
   StartWith({GetParam().before});
   CardSim::FailCall(GetParam().function, 1, 62, "no luck");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
@@ -186,7 +186,7 @@ const Lines BEGIN = {
 
 // The job holds no lock at any call, traces why it failed, queues its event, and only then
 // destroys; its device is forgotten last.
-TEST_P(EachJobFailure, PostsItsEventBeforeItDestroysAndForgetsItsDeviceLast) {
+TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   StartWith({GetParam().before});
   const std::string trace = GetParam().trace;
   const std::string name = trace.substr(0, trace.find(','));
@@ -220,7 +220,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeItDestroysAndForgetsItsDeviceLast) {
 }
 
 // The failed job forgets its device too before its thread ends.
-TEST_P(EachJobFailure, NoLongerCountsAsBusyWhenOnlyItsThreadIsLeft) {
+TEST_P(EachJobFailure, IsNotBusyWhenOnlyItsThreadIsLeft) {
   StartWith({GetParam().before}, "0");
   CardSim::FailCall(GetParam().function, 1, 62, "no luck");
   const std::string trace = GetParam().trace;
@@ -274,7 +274,7 @@ TEST_F(JobFailures, OnlyForceDetachesACardInUse) {
 }
 
 // An adapter has no name until the host has assigned it a number.
-TEST_F(JobFailures, LeaveTheNameOutOfTheEventOfAnUnnamedAdapter) {
+TEST_F(JobFailures, OmitTheNameOfAnUnnamedAdapter) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -282,7 +282,7 @@ TEST_F(JobFailures, LeaveTheNameOutOfTheEventOfAnUnnamedAdapter) {
   EXPECT_THAT(Events(), ElementsAre("10981 severity 4 object 1 source ||||||||||||||"));
 }
 
-TEST_F(JobFailures, ReportTheCardThatTheyWorkOn) {
+TEST_F(JobFailures, ReportTheirOwnCard) {
   StartWith({DETACHED, DETACHED});
   CardSim::FailCall("vsl_op_start", 1, 64, "no");
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
@@ -294,7 +294,7 @@ TEST_F(JobFailures, ReportTheCardThatTheyWorkOn) {
                   "Flash Adapter 785GB (2)|||||||||||||"));
 }
 
-TEST_F(JobFailures, ASecondAttachOfACardFailsWhileTheFirstEndsWell) {
+TEST_F(JobFailures, ASecondAttachOfACardFailsWhileTheFirstSucceeds) {
   StartWith({DETACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);

@@ -150,7 +150,7 @@ std::ostream& operator<<(std::ostream& out, const LostSlot& lost) {
 
 class JobWithoutItsSlot : public JobsAndScans, public testing::WithParamInterface<LostSlot> {};
 
-TEST_P(JobWithoutItsSlot, LeavesItsCardAsItIs) {
+TEST_P(JobWithoutItsSlot, DoesNotCorrectTheStateOfItsCard) {
   StartWith({GetParam().state, GetParam().other});
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
@@ -173,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return std::string(each.param.name); });
 
 // The position in the list decides, and after a card that has gone it is that of another card.
-TEST_F(JobsAndScans, AfterAGapAnAttachedCardInAnAttachJobStaysAttached) {
+TEST_F(JobsAndScans, AnAttachedCardAfterARemovedOneStaysAttached) {
   StartWith({"2", "2"});
   m_Host.Cards().RemoveCard("card0");
   Pass(SOME_SCANS_MS);
@@ -184,7 +184,7 @@ TEST_F(JobsAndScans, AfterAGapAnAttachedCardInAnAttachJobStaysAttached) {
   EXPECT_EQ(Shown(SECOND), "40024 40102: 40393");
 }
 
-TEST_F(JobsAndScans, TheScanAnnouncesWhatAJobHasDone) {
+TEST_F(JobsAndScans, TheScanReportsTheResultOfAJob) {
   StartWith({"0", "2"});
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
@@ -232,14 +232,14 @@ constexpr const char* FIRST_IS_GONE =
     "Adapter 785GB (1)";
 constexpr const char* EMPTY_FAILURE = "1 severity 0 object 0 at no time source  place ";
 
-TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardHasGone) {
+TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardIsGone) {
   LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });
   EXPECT_THAT(m_CallsOfJob, ElementsAre("vsl_iom_create_by_name /dev/fct0"));
   EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, EMPTY_FAILURE));
 }
 
 // The scan could not name the card; the job can. Only the scans report it.
-TEST_F(JobWithoutItsAdapter, AttachesItsCardAllTheSame) {
+TEST_F(JobWithoutItsAdapter, StillAttachesItsCard) {
   LoseCard([] { CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone"); });
   // The handles of the scan that begins meanwhile have numbers too.
   ASSERT_EQ(m_CallsOfJob.size(), 6U);

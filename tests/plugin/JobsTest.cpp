@@ -96,7 +96,7 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
 
 // It holds no lock at any call, and its device is known from before the first one until after the
 // last. The line that announces the thread comes before the thread.
-TEST_P(EachJob, TakesItsStepsInTheirOrder) {
+TEST_P(EachJob, TakesItsStepsInOrder) {
   StartWith({GetParam().before}, "0");
   const std::string name = GetParam().name;
   Lines expected = {
@@ -124,7 +124,7 @@ TEST_P(EachJob, TakesItsStepsInTheirOrder) {
 
 // The first job comes to its first step when another one has taken its slot and has ended: its
 // device is there, and the thread of the slot runs no more.
-TEST_P(EachJob, CountsAsBusyNoLongerWhenTheThreadOfItsSlotHasEnded) {
+TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   StartWith({GetParam().before, GetParam().before}, "0");
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
@@ -161,7 +161,7 @@ TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
 
 // A job counts as busy from its first step on, in which it stores its device, before it waits for
 // any lock.
-TEST_P(EachJob, CountsAsBusyFromItsFirstStepOn) {
+TEST_P(EachJob, IsBusyFromItsFirstStep) {
   const std::pair<std::string, unsigned int> moments[] = {
       {"ENTER " + std::string(GetParam().name) + "(/dev/fct0)", 0U},
       {"Before m_DataLock.Wait(INFINITE)", Number::ERR_ADAPTER_BUSY}};
@@ -182,7 +182,7 @@ TEST_P(EachJob, CountsAsBusyFromItsFirstStepOn) {
 }
 
 // Also while another thread holds the lock, for as long as that takes.
-TEST_P(EachJob, CountsAsBusyWhileItWaitsForTheObjects) {
+TEST_P(EachJob, IsBusyWhileItWaitsForTheDataLock) {
   StartWith({GetParam().before});
   unsigned int checked = 0;
   CardSim::SetHook([&](const CardSim::Call& call) {
@@ -300,7 +300,7 @@ Lines Threads() {
 }
 
 // There is one slot for both ways to detach.
-TEST_F(Jobs, ForcedOnesTakeTheSlotOfADetachThatHasEnded) {
+TEST_F(Jobs, AForcedDetachTakesTheSlotOfAnEndedDetach) {
   StartWith({ATTACHED, ATTACHED});
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
@@ -313,7 +313,7 @@ TEST_F(Jobs, ForcedOnesTakeTheSlotOfADetachThatHasEnded) {
   EXPECT_EQ(StateOf("card1"), DETACHED);
 }
 
-TEST_F(Jobs, OfTwoKindsRunOnTwoCardsAtOnce) {
+TEST_F(Jobs, AttachAndDetachRunOnTwoCardsAtOnce) {
   StartWith({DETACHED, ATTACHED, ATTACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -330,7 +330,7 @@ TEST_F(Jobs, OfTwoKindsRunOnTwoCardsAtOnce) {
 }
 
 // The job forgets its device before its thread ends; that moment counts as ended.
-TEST_F(Jobs, NoLongerCountAsBusyWhenOnlyTheirThreadIsLeft) {
+TEST_F(Jobs, AreNotBusyWhenOnlyTheirThreadIsLeft) {
   StartWith({DETACHED}, "0");
   HeldTrace held("LEAVE Attach()");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -341,7 +341,7 @@ TEST_F(Jobs, NoLongerCountAsBusyWhenOnlyTheirThreadIsLeft) {
   Pass(1);
 }
 
-TEST_F(Jobs, StartedAgainWhileRunningBothEndWell) {
+TEST_F(Jobs, BothSucceedWhenStartedAgainWhileRunning) {
   StartWith({DETACHED, DETACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -358,7 +358,7 @@ TEST_F(Jobs, StartedAgainWhileRunningBothEndWell) {
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
 }
 
-TEST_F(Jobs, KeepTheStopWaitingInHalfSeconds) {
+TEST_F(Jobs, DelayTheStopInStepsOfHalfASecond) {
   StartWith({DETACHED, ATTACHED}, "8000");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
@@ -377,7 +377,7 @@ TEST_F(Jobs, KeepTheStopWaitingInHalfSeconds) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_F(Jobs, AreNotWaitedForLongerThan25Seconds) {
+TEST_F(Jobs, DelayTheStopByAtMost25Seconds) {
   StartWith({DETACHED}, "40000");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   m_Host.ForgetTraces();

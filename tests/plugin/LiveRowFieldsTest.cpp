@@ -170,7 +170,7 @@ Cells operator+(Cells first, const Cells& second) {
   return first;
 }
 
-TEST_F(RowCalls, NameTheCardAndLeaveItUnopened) {
+TEST_F(RowCalls, CreateAHandleAndDoNotOpenTheCard) {
   EXPECT_THAT(
       After(),
       ElementsAreArray(
@@ -188,13 +188,13 @@ TEST_F(RowCalls, LeakTheirHandle) {
   EXPECT_THAT(CardSim::OpenHandles(), ElementsAre("card#1"));
 }
 
-TEST_F(RowCalls, StopAtTheFirstThingThatIsMissing) {
+TEST_F(RowCalls, StopAtTheFirstMissingAttribute) {
   EXPECT_THAT(After({{"rated_endurance_tbytes", nullptr}}),
               ElementsAreArray(OF_AN_ADAPTER + Cells{"vsl_iom_create_by_name /dev/fct0",
                                                      "vsl_has_rated_endurance_tbytes card#1"}));
 }
 
-TEST_F(RowCalls, NameTheCardAlsoWithoutAFirstUse) {
+TEST_F(RowCalls, CreateAHandleEvenWithoutAFirstUse) {
   EXPECT_THAT(
       After({{"first_use_ts", nullptr}}),
       ElementsAre("vsl_has_total_physical_bytes_read null",
@@ -202,7 +202,7 @@ TEST_F(RowCalls, NameTheCardAlsoWithoutAFirstUse) {
                   "vsl_has_rated_endurance_tbytes null", "vsl_iom_create_by_name /dev/fct0"));
 }
 
-TEST_F(RowCalls, ReadNothingOfACardWithoutReserve) {
+TEST_F(RowCalls, DoNotReadAMissingReserve) {
   const Cells calls = After({{"reserve_space_pct", nullptr}});
   EXPECT_THAT(calls, Contains("vsl_has_reserve_space_pct card#1"));
   EXPECT_THAT(calls, Not(Contains("vsl_reserve_space_pct card#1")));
@@ -213,13 +213,13 @@ TEST_F(RowCalls, AreNotMisuse) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_F(RowCalls, TraceNothingOfAnAdapter) {
+TEST_F(RowCalls, TraceNothingForAnAdapter) {
   m_Host.Set(PlainCard());
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(16), Not(Contains(StartsWith("GetAdapterProperties"))));
 }
 
-TEST(CardThatCannotBeNamed, KeepsItsRowWithoutLiveFields) {
+TEST(CardThatCannotBeFound, KeepsItsRowWithoutLiveFields) {
   OneCard host(PlainCard());
   const DatabaseLife database;
   // The first naming is the scan's.

@@ -12,7 +12,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(ModuleIdentity, IsWhatTheHostsToolkitReads) {
+TEST(ModuleIdentity, HasModuleNumberNameAndVersion) {
   const MBX::Misc::CModuleInfo& module = NAMESPACE_Corvane::MBX_MODULE_INFO_Corvane;
   EXPECT_EQ(module.m_Module, 304U);
   EXPECT_STREQ(module.m_Name, "Corvane");
@@ -48,7 +48,7 @@ TEST(ModuleIdentity, IsInThePluginAndInEveryObjectId) {
 
 // Tracing.
 
-TEST(Tracing, WritesNothingWithAMaskOfZeroButTheCountLine) {
+TEST(Tracing, WritesOnlyTheCountLineWithAMaskOfZero) {
   OneCard host;
   host.AddCard();
   HostKit::SetTraceMask(0);
@@ -62,7 +62,7 @@ TEST(Tracing, WritesNothingWithAMaskOfZeroButTheCountLine) {
   EXPECT_THAT(host.TraceLines(), IsEmpty());
 }
 
-TEST(Tracing, PrintsTheSameCountLineWhenAllIsTraced) {
+TEST(Tracing, PrintsTheCountLineWhenEverythingIsTraced) {
   OneCard host;
   testing::internal::CaptureStdout();
   const unsigned int started = host.Initialize();
@@ -84,7 +84,7 @@ void PrintTo(const AtLevel& each, std::ostream* out) {
 
 class TracingWithAMask : public testing::TestWithParam<AtLevel> {};
 
-TEST_P(TracingWithAMask, WritesTheLevelsOfTheMaskAlone) {
+TEST_P(TracingWithAMask, WritesOnlyTheLevelsOfTheMask) {
   OneCard host(Settings{{"reserve_space_pct", "98.0"},
                         {"reserve_status", "0"},
                         {"total_physical_bytes_read", nullptr},
@@ -167,7 +167,7 @@ TEST(Tracing, ShowsModuleSourceAndFunctionOfALine) {
   EXPECT_EQ(OriginOf(host, "ENTER GetOperations ret=0"), "Corvane Corvane GetOperations");
 }
 
-TEST(Tracing, ShowsNoSourceButTheFour) {
+TEST(Tracing, ShowsOnlyTheFourSources) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   host.Topology();
@@ -179,7 +179,7 @@ TEST(Tracing, ShowsNoSourceButTheFour) {
   }
 }
 
-TEST(Tracing, ShowsATextOfTheCardUnchanged) {
+TEST(Tracing, ShowsTextsOfTheCardUnchanged) {
   OneCard host;
   host.AddCard();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 77, "100%d of %s, 0x%x %");
@@ -204,7 +204,7 @@ TEST(TraceMacro, DoesNotEvaluateTheValuesOfADisabledLevel) {
   EXPECT_THAT(host.Traces(4), ElementsAre("1"));
 }
 
-TEST(TraceMacro, FillsNumbersAndTextsInTheirOrder) {
+TEST(TraceMacro, FillsNumbersAndTextsInOrder) {
   const SimulatedHost host;
   const std::string text = "a text with %d in it";
   TRACE(NAMESPACE_Corvane::TRACE_RESULT, "%s, %s = %d (%s) 0x%x", "caller", text, 20003U, "",

@@ -23,7 +23,7 @@ class Notification : public WorkerFixture {
   }
 };
 
-TEST_F(Notification, DoesNotComeWhenNothingHasChanged) {
+TEST_F(Notification, IsNotSentWhenNothingHasChanged) {
   AddCards(2);
   StartWatch();
   AwaitScans(3);
@@ -32,7 +32,7 @@ TEST_F(Notification, DoesNotComeWhenNothingHasChanged) {
 }
 
 // The temperature is only read by a scan, and has no event.
-TEST_F(Notification, ComesAfterAChangeWithoutAnEvent) {
+TEST_F(Notification, IsSentAfterAChangeWithoutAnEvent) {
   AddCards(1);
   StartWatch();
   Set("card0", "temp_internal_deg_c", "60.5");
@@ -42,7 +42,7 @@ TEST_F(Notification, ComesAfterAChangeWithoutAnEvent) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(Notification, ComesAfterAChangeOfADriveAlone) {
+TEST_F(Notification, IsSentAfterAChangeOfOnlyADrive) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_format_max_sector_size_bytes", "2048");
@@ -52,7 +52,7 @@ TEST_F(Notification, ComesAfterAChangeOfADriveAlone) {
 }
 
 // The mask is not believed yet, and its change shows all the same.
-TEST_F(Notification, ComesForEachScanOfAMaskThatIsNotBelievedYet) {
+TEST_F(Notification, IsSentForEachScanOfAMaskNotYetAccepted) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_errors", "1");
@@ -61,7 +61,7 @@ TEST_F(Notification, ComesForEachScanOfAMaskThatIsNotBelievedYet) {
   EXPECT_THAT(Notifications(), ElementsAre(5024U, 10048U, 15072U));
 }
 
-TEST_F(Notification, ComesAfterAChangeSeenByAQuickPoll) {
+TEST_F(Notification, IsSentAfterAChangeSeenByAQuickPoll) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -70,21 +70,21 @@ TEST_F(Notification, ComesAfterAChangeSeenByAQuickPoll) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-TEST_F(Notification, DoesNotComeAfterAQuickPollAloneThoughAnEventIsQueued) {
+TEST_F(Notification, IsNotSentAfterOnlyAQuickPollWithAQueuedEvent) {
   StartWithAnEventWaiting();
   AwaitWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(Notification, ComesForTheEventOfAJobAtTheNextScan) {
+TEST_F(Notification, IsSentForTheEventOfAJobAtTheNextScan) {
   StartWithAnEventWaiting();
   AwaitScans();
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), ElementsAre(15036U));
   EXPECT_THAT(Notifications(), ElementsAre(15036U));
 }
 
-TEST_F(Notification, ComesAtEveryScanUntilTheEventsAreCollected) {
+TEST_F(Notification, IsSentAtEveryScanUntilTheEventsAreCollected) {
   StartWithAnEventWaiting();
   AwaitScans(2);
   EXPECT_THAT(Notifications(), ElementsAre(15036U, 30072U));
@@ -93,7 +93,7 @@ TEST_F(Notification, ComesAtEveryScanUntilTheEventsAreCollected) {
   EXPECT_THAT(Notifications(), SizeIs(2));
 }
 
-TEST_F(Notification, DoesNotComeAfterAScanThatFailed) {
+TEST_F(Notification, IsNotSentAfterAFailedScan) {
   AddCards(1);
   StartWatch();
   Set("card0", "temp_internal_deg_c", "60.5");
@@ -104,7 +104,7 @@ TEST_F(Notification, DoesNotComeAfterAScanThatFailed) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(Notification, ComesAfterAScanThatFailedWhenAnEventWaits) {
+TEST_F(Notification, IsSentAfterAFailedScanWithAQueuedEvent) {
   StartWithAnEventWaiting();
   AwaitWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "not now");
@@ -113,7 +113,7 @@ TEST_F(Notification, ComesAfterAScanThatFailedWhenAnEventWaits) {
   EXPECT_THAT(Notifications(), ElementsAre(15024U));
 }
 
-TEST_F(Notification, ComesAtOnceWhenThePollIntervalIsSetAndNoCardIsAsked) {
+TEST_F(Notification, IsSentAtOnceWithoutAPollWhenThePollIntervalIsSet) {
   AddCards(1);
   StartWatch();
   PassMs(1234);
@@ -125,7 +125,7 @@ TEST_F(Notification, ComesAtOnceWhenThePollIntervalIsSetAndNoCardIsAsked) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-TEST_F(Notification, OfAnIntervalThatIsTheSameComesToo) {
+TEST_F(Notification, IsSentEvenWhenThePollIntervalIsUnchanged) {
   AddCards(1);
   StartWatch("20");
   EXPECT_EQ(m_Host.SetPollInterval(20), 0U);
@@ -133,7 +133,7 @@ TEST_F(Notification, OfAnIntervalThatIsTheSameComesToo) {
   EXPECT_THAT(Notifications(), ElementsAre(0U));
 }
 
-TEST_F(Notification, ComesAtOnceAfterAnOperationOfADrive) {
+TEST_F(Notification, IsSentAtOnceAfterAnOperationOfADrive) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "format_ms", "700");
@@ -148,7 +148,7 @@ TEST_F(Notification, ComesAtOnceAfterAnOperationOfADrive) {
   EXPECT_EQ(Scans(), 0U);
 }
 
-TEST_F(Notification, DoesNotComeAfterAnOperationOfADriveThatFailed) {
+TEST_F(Notification, IsNotSentAfterAFailedOperationOfADrive) {
   AddCards(1);
   StartWatch();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 62, "no", 3);
@@ -160,7 +160,7 @@ TEST_F(Notification, DoesNotComeAfterAnOperationOfADriveThatFailed) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(Notification, DoesNotComeForWhatAnAdapterIsAskedToDo) {
+TEST_F(Notification, IsNotSentForOperationsOfAnAdapter) {
   AddCards(1);
   StartWatch();
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_LOCATE_DEVICE), 0U);
@@ -169,7 +169,7 @@ TEST_F(Notification, DoesNotComeForWhatAnAdapterIsAskedToDo) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(Notification, IsOneForTwoRequestsThatTheWorkerFindsAtOnce) {
+TEST_F(Notification, IsSentOnceForTwoRequestsThatArriveTogether) {
   AddCards(1);
   StartWatch();
   HeldTrace held("Worker() m_PrivateEvent event received");
@@ -202,7 +202,7 @@ TEST_F(Notification, LetsTheHostCollectAtOnce) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(Notification, MayTakeLongWithoutHoldingTheHostUp) {
+TEST_F(Notification, DoesNotBlockTheHostHoweverLongItTakes) {
   AddCards(1);
   StartWatch();
   m_OnNotify = [] { Pass(60000); };

@@ -69,17 +69,17 @@ class NullHandleRow : public testing::Test {
   NullHandleAnswers m_Answers;
 };
 
-TEST_F(NullHandleRow, AsksForEachPartInTurnWithAZeroedRecord) {
+TEST_F(NullHandleRow, ReadsEachPartInTurnWithAZeroedRecord) {
   ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
 }
 
-TEST_F(NullHandleRow, LeavesTwoLinesAndNoneForWhatWasWritten) {
+TEST_F(NullHandleRow, TracesTwoLinesAndNoneForTheBytesWritten) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(LiveLines(),
               ElementsAre(std::string("16 ") + READ_LINE, std::string("16 ") + ENDURANCE_LINE));
 }
 
-TEST_F(NullHandleRow, IsTheRowThatItWouldBeWithoutAnswers) {
+TEST_F(NullHandleRow, IsTheSameRowAsWithoutValues) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
 }
@@ -93,7 +93,7 @@ TEST_F(NullHandleRow, IsTheSameWithoutAUnitForItsBytes) {
   EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
 }
 
-TEST_F(NullHandleRow, OfACardWithoutAFirstUseAsksForNoLifetime) {
+TEST_F(NullHandleRow, ComputesNoLifetimeWithoutAFirstUse) {
   m_Host.Set({{"first_use_ts", nullptr}});
   ExpectCalls({BYTES_READ, BYTES_WRITTEN, ENDURANCE});
 }
@@ -107,7 +107,7 @@ TEST_F(NullHandleRow, WithoutARatingHasNoEndurance) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
 }
 
-TEST_F(NullHandleRow, WithoutWrittenBytesHasNoEndurance) {
+TEST_F(NullHandleRow, WithoutBytesWrittenHasNoEndurance) {
   m_Answers.total_physical_bytes_written.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written"},
                BYTES_READ,
@@ -117,7 +117,7 @@ TEST_F(NullHandleRow, WithoutWrittenBytesHasNoEndurance) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
 }
 
-TEST_F(NullHandleRow, WithoutWhatIsLeftHasItsOtherParts) {
+TEST_F(NullHandleRow, WithoutRemainingWritesHasTheOtherParts) {
   m_Answers.rated_writes_remaining_percent.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written",
                 "vsl_has_rated_writes_remaining_percent"},
@@ -127,7 +127,7 @@ TEST_F(NullHandleRow, WithoutWhatIsLeftHasItsOtherParts) {
                {OF_THE_DRIVE}});
 }
 
-TEST_F(NullHandleRow, WithoutReadBytesLeavesOneLine) {
+TEST_F(NullHandleRow, WithoutBytesReadTracesOneLine) {
   m_Answers.total_physical_bytes_read.reset();
   ExpectCalls(
       {LIFETIME, {"vsl_has_total_physical_bytes_read"}, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
@@ -142,7 +142,7 @@ TEST_F(NullHandleRow, WithARatingOfZeroTracesNoEndurance) {
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
 
-TEST_F(NullHandleRow, AsksTheSameWhileItsLinesAreOff) {
+TEST_F(NullHandleRow, MakesTheSameCallsWhileItsLinesAreOff) {
   HostKit::SetTraceMask(~16U);
   ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
   EXPECT_THAT(LiveLines(), IsEmpty());

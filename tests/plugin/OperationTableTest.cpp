@@ -28,7 +28,7 @@ TEST(OperationTable, PutsEachNumberOfARowInItsField) {
   EXPECT_THAT(operation.m_Properties, IsEmpty());
 }
 
-TEST(OperationTable, TakesARowThatIsNotAsynchronous) {
+TEST(OperationTable, AcceptsASynchronousRow) {
   EXPECT_FALSE(
       MakeOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 1, 2, 3, 4, false, 6, 7, 8}).m_Async);
 }

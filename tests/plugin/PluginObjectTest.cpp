@@ -89,7 +89,7 @@ TEST_F(PluginObject, ListsItsPropertiesInTheOrderOfTheTable) {
   EXPECT_THAT(m_Host.Rows(OneCard::PLUGIN), ElementsAreArray(ALL_ROWS));
 }
 
-TEST_F(PluginObject, HasTheNumbersOfTheHostsVocabulary) {
+TEST_F(PluginObject, HasTheHostsNumbers) {
   const std::vector<PI::CProperty> properties = m_Host.Properties(OneCard::PLUGIN);
   ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS));
   for (std::size_t i = 0; i < properties.size(); ++i) {
@@ -101,7 +101,7 @@ TEST_F(PluginObject, HasTheNumbersOfTheHostsVocabulary) {
   }
 }
 
-TEST_F(PluginObject, GivesASinglePropertyAsTheList) {
+TEST_F(PluginObject, ReturnsASinglePropertyAsInTheList) {
   for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
     EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, ALL_NUMBERS[i].property), ALL_ROWS[i]);
   }
@@ -116,7 +116,7 @@ TEST_F(PluginObject, HasNoPropertyOfOtherObjects) {
   }
 }
 
-TEST_F(PluginObject, ReplacesWhatTheHostsListsHeld) {
+TEST_F(PluginObject, ReplacesThePreviousContentsOfTheLists) {
   std::vector<PI::CProperty> properties(9, PI::CProperty(PI::Property::STATUS, true));
   EXPECT_EQ(m_Host.Execute(5, OneCard::PLUGIN, &properties), 0U);
   EXPECT_THAT(Rendered(properties), ElementsAreArray(ALL_ROWS));
@@ -125,7 +125,7 @@ TEST_F(PluginObject, ReplacesWhatTheHostsListsHeld) {
   EXPECT_EQ(operations.size(), 1U);
 }
 
-TEST_F(PluginObject, NeedsNoCardAndTracesNothingOfItsOwnForProperties) {
+TEST_F(PluginObject, ListsPropertiesWithoutCardCallsOrOwnTraces) {
   m_Host.Properties(OneCard::PLUGIN);
   m_Host.Row(OneCard::PLUGIN, 30005);
   EXPECT_THAT(m_Host.LeveledTraces(),
@@ -158,7 +158,7 @@ void PrintTo(const Setting& each, std::ostream* out) {
 
 class PollIntervalSetTo : public testing::TestWithParam<Setting> {};
 
-TEST_P(PollIntervalSetTo, IsHeldWithinTheLimitsOfTheRequest) {
+TEST_P(PollIntervalSetTo, IsClampedToTheLimitsOfTheRequest) {
   const Setting& setting = GetParam();
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
@@ -194,7 +194,7 @@ TEST_F(PluginObject, CountsANewIntervalAsAChangeAndWakesTheWorker) {
   EXPECT_TRUE(WakesTheWorker());
 }
 
-TEST_F(PluginObject, StartsAgainWithAnIntervalWithinItsOwnLimits) {
+TEST_F(PluginObject, ClampsTheSavedIntervalAtTheNextStart) {
   EXPECT_EQ(m_Host.SetPollInterval(300, 2, 400), 0U);
   EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(300));
   m_Host.DeInitialize();
@@ -204,7 +204,7 @@ TEST_F(PluginObject, StartsAgainWithAnIntervalWithinItsOwnLimits) {
   EXPECT_THAT(m_Host.ReadIni(), HasSubstr("300"));
 }
 
-TEST(PluginObjectWithAFullIni, LeavesTheOtherKeysAlone) {
+TEST(PluginObjectWithAFullIni, KeepsTheOtherKeys) {
   OneCard host;
   host.WriteIni("; ours\nFirst=1\nPollInterval=20\nLast=two words\n\n[Other]\nPollInterval=9\n");
   ASSERT_EQ(host.Initialize(), 0U);
@@ -228,7 +228,7 @@ TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
   EXPECT_TRUE(WakesTheWorker());
 }
 
-TEST_F(PluginObject, RefusesToSetAnyOtherProperty) {
+TEST_F(PluginObject, RejectsSettingAnyOtherProperty) {
   const std::uint64_t before = ChangeCount();
   for (const std::uint32_t id :
        {Number::Property::UNIQUE_ID, Number::Property::NAME, Number::Property::VERSION,
@@ -245,7 +245,7 @@ TEST_F(PluginObject, RefusesToSetAnyOtherProperty) {
 }
 
 // What is set is known by the property and not by the name that it is shown under.
-TEST_F(PluginObject, GoesByThePropertyAndNotByItsLabel) {
+TEST_F(PluginObject, IdentifiesAPropertyByItsIdNotByItsLabel) {
   PI::CProperty property(PI::Property::VERSION, true);
   property.m_NameID = 30005;
   property.SetValue(30, 2, 255, 1);
@@ -257,7 +257,7 @@ TEST_F(PluginObject, GoesByThePropertyAndNotByItsLabel) {
 }
 
 // A value of another kind has no range: all of its numbers are 0.
-TEST_F(PluginObject, TakesTheRangeOfAValueThatHasNone) {
+TEST_F(PluginObject, TreatsAMissingRangeAsZero) {
   PI::CProperty property(PI::Property::POLL_INTERVAL, true);
   property.SetValue(std::string("30"));
   EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 0U);
@@ -266,7 +266,7 @@ TEST_F(PluginObject, TakesTheRangeOfAValueThatHasNone) {
 
 // The operation.
 
-TEST_F(PluginObject, OffersTheCollectingOfEventsAlone) {
+TEST_F(PluginObject, ListsOnlyTheCollectionOfEvents) {
   const std::vector<PI::COperation> operations = m_Host.Operations(OneCard::PLUGIN);
   ASSERT_EQ(operations.size(), 1U);
   const PI::COperation& row = operations[0];
@@ -283,7 +283,7 @@ TEST_F(PluginObject, OffersTheCollectingOfEventsAlone) {
   EXPECT_TRUE(row.m_Properties.empty() && row.m_Events.empty());
 }
 
-TEST_F(PluginObject, AllowsAnyOperationWhenAsked) {
+TEST_F(PluginObject, AcceptsEveryCheck) {
   for (const std::uint32_t operation :
        {Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE, Number::OP_ATTACH, 0U, 1U, 99999U}) {
     EXPECT_EQ(m_Host.Check(OneCard::PLUGIN, operation), 0U) << operation;
@@ -291,7 +291,7 @@ TEST_F(PluginObject, AllowsAnyOperationWhenAsked) {
   EXPECT_THAT(m_Host.Traces(2), IsEmpty());
 }
 
-TEST_F(PluginObject, RefusesToRunAnythingButItsOwn) {
+TEST_F(PluginObject, RejectsOperationsOfOtherObjects) {
   for (const std::uint32_t operation :
        {Number::OP_FORMAT_DEVICE, Number::OP_MAKE_ONLINE, Number::OP_LOCATE_DEVICE,
         Number::OP_ATTACH, Number::OP_FORCE_DETACH, 0U, 1U, 99999U}) {
@@ -320,19 +320,19 @@ const std::vector<std::string> COLLECTING = {
     "2 LEAVE ExecutePluginOperation() -> 0",
 };
 
-TEST_F(PluginObject, HandsOverNothingFromAnEmptyQueue) {
+TEST_F(PluginObject, ReturnsNothingFromAnEmptyQueue) {
   EXPECT_THAT(Collect(), IsEmpty());
   EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTING));
 }
 
-TEST_F(PluginObject, HandsOverEventsOnceAndInTheirOrder) {
+TEST_F(PluginObject, ReturnsEventsOnceAndInOrder) {
   QueueTwoFailures();
   EXPECT_THAT(Collect(), ElementsAre(Number::CTRL_ATTACH_FAILED, Number::CTRL_DETACH_FAILED));
   EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTING));
   EXPECT_THAT(Collect(), IsEmpty());
 }
 
-TEST_F(PluginObject, HandsOverWholeEvents) {
+TEST_F(PluginObject, ReturnsCompleteEvents) {
   QueueTwoFailures();
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
   ASSERT_EQ(events.size(), 2U);
@@ -349,7 +349,7 @@ TEST_F(PluginObject, LeavesNoLockHeldAfterCollecting) {
   }
 }
 
-TEST_F(PluginObject, HandsOverNothingWhenTheQueueCannotBeLocked) {
+TEST_F(PluginObject, ReturnsNothingWhenTheQueueCannotBeLocked) {
   QueueTwoFailures();
   HostKit::FailLockWait(EVENTS_LOCK, 1);
   EXPECT_THAT(Collect(), IsEmpty());

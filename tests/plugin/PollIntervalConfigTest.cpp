@@ -67,7 +67,7 @@ TEST(PollIntervalFile, IsFifteenSecondsWithoutAFile) {
   EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
 }
 
-TEST(PollIntervalFile, IsReadWhenThePluginIsMadeAndNotAtInitialize) {
+TEST(PollIntervalFile, IsReadWhenThePluginIsCreatedNotAtInitialize) {
   SimulatedHost host;
   host.AddCard();
   host.WriteIni("PollInterval=30\n");
@@ -77,7 +77,7 @@ TEST(PollIntervalFile, IsReadWhenThePluginIsMadeAndNotAtInitialize) {
   EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "30");
 }
 
-TEST(PollIntervalFile, IsOnlyRead) {
+TEST(PollIntervalFile, IsNotWrittenAtTheStart) {
   SimulatedHost host;
   host.AddCard();
   host.WriteIni("PollInterval=300\n");
@@ -85,7 +85,7 @@ TEST(PollIntervalFile, IsOnlyRead) {
   EXPECT_EQ(host.ReadIni(), "PollInterval=300\n");
 }
 
-TEST(PollIntervalFile, OfAnEarlierPluginIsNotRemembered) {
+TEST(PollIntervalFile, IsReadAgainForTheNextPlugin) {
   SimulatedHost host;
   host.AddCard();
   host.WriteIni("PollInterval=30\n");

@@ -70,7 +70,7 @@ TEST_F(QuickPoll, TakesTheCardsInTurn) {
   ExpectNothingLeft();
 }
 
-TEST_F(QuickPoll, OfACardWithoutAttributesOnlyAsks) {
+TEST_F(QuickPoll, DoesNotReadMissingAttributes) {
   AddCards(1);
   WithoutMasks("card0");
   m_Host.Cards().MakeAbsent("card0", "iom_state");
@@ -85,7 +85,7 @@ TEST_F(QuickPoll, OfACardWithoutAttributesOnlyAsks) {
   ExpectNothingLeft();
 }
 
-TEST_F(QuickPoll, TracesItsWakeUpAndTheOneLockThatItTakes) {
+TEST_F(QuickPoll, TracesItsWakeUpAndItsOneLock) {
   AddCards(2);
   StartWatch();
   Poll();
@@ -183,14 +183,14 @@ TEST_P(EachChange, IsSeenOrNot) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_P(EachChange, OfALaterCardIsSeenOrNot) {
+TEST_P(EachChange, OnALaterCardIsSeenOrNot) {
   AddCards(2);
   StartWatch();
   Set("card1", GetParam().attribute, GetParam().value);
   EXPECT_EQ(PollScans(), GetParam().seen);
 }
 
-TEST_P(EachChange, OfAnEarlierCardIsSeenOrNot) {
+TEST_P(EachChange, OnAnEarlierCardIsSeenOrNot) {
   AddCards(2);
   StartWatch();
   Set("card0", GetParam().attribute, GetParam().value);
@@ -200,7 +200,7 @@ TEST_P(EachChange, OfAnEarlierCardIsSeenOrNot) {
 INSTANTIATE_TEST_SUITE_P(Values, EachChange, testing::ValuesIn(CHANGES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(QuickPoll, TakesAMissingStateForDetached) {
+TEST_F(QuickPoll, TreatsAMissingStateAsDetached) {
   AddCards(1);
   StartWatch();
   m_Host.Cards().MakeAbsent("card0", "iom_state");
@@ -219,7 +219,7 @@ TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerThere) {
 
 class OddSample : public QuickPoll, public testing::WithParamInterface<int> {};
 
-TEST_P(OddSample, OfFiveMakesTheMaskCountAsUnchanged) {
+TEST_P(OddSample, MakesTheMaskCountAsUnchanged) {
   AddCards(1);
   StartWatch();
   int sample = 0;
@@ -246,7 +246,7 @@ TEST_F(QuickPoll, SeesTheOtherMasksWhenOneIsUnsettled) {
   EXPECT_TRUE(PollScans());
 }
 
-TEST_F(QuickPoll, SkipsACardThatCannotBeNamed) {
+TEST_F(QuickPoll, SkipsACardThatCannotBeFound) {
   AddCards(2);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -275,7 +275,7 @@ TEST_F(QuickPoll, SkipsACardThatCannotBeOpened) {
   ExpectNothingLeft();
 }
 
-TEST_F(QuickPoll, SeesAChangeAfterACardThatItSkipped) {
+TEST_F(QuickPoll, SeesAChangeAfterASkippedCard) {
   AddCards(2);
   StartWatch();
   Set("card1", "iom_state", "0");
@@ -297,7 +297,7 @@ TEST_F(QuickPoll, PollsASkippedCardAgainNextTime) {
 }
 
 // A card that is gone stays in the list of control devices; the poll uses the adapters.
-TEST_F(QuickPoll, EndsWithTheAdaptersThatAreLeft) {
+TEST_F(QuickPoll, PollsOnlyTheRemainingAdapters) {
   AddCards(3);
   StartWatch();
   Hide(1);
@@ -313,7 +313,7 @@ TEST_F(QuickPoll, EndsWithTheAdaptersThatAreLeft) {
   EXPECT_EQ(Scans(), 0U);
 }
 
-TEST_F(QuickPoll, LeavesTheObjectsAsTheyWere) {
+TEST_F(QuickPoll, DoesNotChangeTheObjects) {
   AddCards(1);
   StartWatch();
   const Lines before = Tree();
@@ -347,7 +347,7 @@ class QuickPollDuringAJob : public QuickPoll {
   std::unique_ptr<HeldCall> m_pHeld;
 };
 
-TEST_F(QuickPollDuringAJob, AttachedWhileItsAttachRunsCountsAsAttaching) {
+TEST_F(QuickPollDuringAJob, AnAttachedCardInAnAttachJobCountsAsAttaching) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch();
@@ -363,7 +363,7 @@ TEST_F(QuickPollDuringAJob, AttachedWhileItsAttachRunsCountsAsAttaching) {
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
 }
 
-TEST_F(QuickPollDuringAJob, DetachedWhileItsDetachRunsCountsAsDetaching) {
+TEST_F(QuickPollDuringAJob, ADetachedCardInADetachJobCountsAsDetaching) {
   AddCards(1);
   StartWatch();
   StartHeld(FIRST, PI::OP_DETACH);
@@ -376,7 +376,7 @@ TEST_F(QuickPollDuringAJob, DetachedWhileItsDetachRunsCountsAsDetaching) {
   EXPECT_EQ(Reasons(FIRST), "[DETACHED]");
 }
 
-TEST_F(QuickPollDuringAJob, DetachedWhileItsForcedDetachRunsCountsAsDetaching) {
+TEST_F(QuickPollDuringAJob, ADetachedCardInAForcedDetachJobCountsAsDetaching) {
   AddCards(1);
   StartWatch();
   StartHeld(FIRST, PI::OP_FORCE_DETACH);
@@ -386,7 +386,7 @@ TEST_F(QuickPollDuringAJob, DetachedWhileItsForcedDetachRunsCountsAsDetaching) {
 }
 
 // The scan sees the corrected state too, so the two agree also when it comes first.
-TEST_F(QuickPollDuringAJob, DoesNotCallForAScanEachTimeWhileTheJobRuns) {
+TEST_F(QuickPollDuringAJob, DoesNotRequestAScanEachTimeWhileTheJobRuns) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch("255");
@@ -419,10 +419,10 @@ const NoCorrection NO_CORRECTIONS[] = {
     {"BusyWhileDetaching", "2", PI::OP_DETACH, "3", "4"},
 };
 
-class EachNoCorrection : public QuickPollDuringAJob,
-                         public testing::WithParamInterface<NoCorrection> {};
+class EachUncorrectedState : public QuickPollDuringAJob,
+                             public testing::WithParamInterface<NoCorrection> {};
 
-TEST_P(EachNoCorrection, IsTakenAsRead) {
+TEST_P(EachUncorrectedState, CountsAsRead) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().initially);
   StartWatch();
@@ -432,10 +432,10 @@ TEST_P(EachNoCorrection, IsTakenAsRead) {
   EXPECT_TRUE(PollScans());
 }
 
-INSTANTIATE_TEST_SUITE_P(States, EachNoCorrection, testing::ValuesIn(NO_CORRECTIONS),
+INSTANTIATE_TEST_SUITE_P(States, EachUncorrectedState, testing::ValuesIn(NO_CORRECTIONS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(QuickPollDuringAJob, OfOneCardDoesNotCorrectAnother) {
+TEST_F(QuickPollDuringAJob, AJobDoesNotCorrectAnotherCard) {
   AddCards(2);
   Set("card0", "iom_state", "0");
   Set("card1", "iom_state", "1");
@@ -447,7 +447,7 @@ TEST_F(QuickPollDuringAJob, OfOneCardDoesNotCorrectAnother) {
   EXPECT_EQ(Reasons(SECOND), "[ATTACHED]");
 }
 
-TEST_F(QuickPollDuringAJob, ThatHasEndedDoesNotCorrect) {
+TEST_F(QuickPollDuringAJob, AnEndedJobDoesNotCorrect) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "0");

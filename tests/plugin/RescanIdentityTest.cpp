@@ -25,7 +25,7 @@ class RescanIdentity : public WorkerFixture {
   }
 };
 
-TEST_F(RescanIdentity, NothingOfTheTreeMovesWhateverChanges) {
+TEST_F(RescanIdentity, TheTreeKeepsItsObjectsAcrossChanges) {
   AddCards(2);
   StartWatch();
   const Lines before = Tree();
@@ -39,7 +39,7 @@ TEST_F(RescanIdentity, NothingOfTheTreeMovesWhateverChanges) {
   EXPECT_EQ(Tree(), before);
 }
 
-TEST_F(RescanIdentity, EachAdapterIsOnceBelowThePlugIn) {
+TEST_F(RescanIdentity, EachAdapterIsListedOnceUnderThePlugIn) {
   AddCards(2);
   StartWatch();
   for (int scan = 0; scan < 3; ++scan) {
@@ -79,7 +79,7 @@ TEST_F(RescanIdentity, AScanWithAChangeCountsTheSame) {
   EXPECT_THAT(Counts(), ElementsAre(1U, 1U, 1U, 0U, 0U));
 }
 
-TEST_F(RescanIdentity, AScanThatFailedCountsForThePlugInAlone) {
+TEST_F(RescanIdentity, AFailedScanCountsOnlyForThePlugIn) {
   AddCards(2);
   StartWatch();
   AwaitWakeUps(2);
@@ -88,7 +88,7 @@ TEST_F(RescanIdentity, AScanThatFailedCountsForThePlugInAlone) {
   EXPECT_THAT(Counts(), ElementsAre(1U, 0U, 0U, 0U, 0U));
 }
 
-TEST_F(RescanIdentity, ACardThatGoesOrComesCountsOnceMoreForThePlugIn) {
+TEST_F(RescanIdentity, ARemovedOrAddedCardCountsOnceMoreForThePlugIn) {
   AddCards(3);
   StartWatch();
   Hide(1);
@@ -105,7 +105,7 @@ TEST_F(RescanIdentity, ACardThatGoesOrComesCountsOnceMoreForThePlugIn) {
   EXPECT_THAT(Counts(), ElementsAre(8U, 3U, 1U, 0U, 0U));
 }
 
-TEST_F(RescanIdentity, CountsThatTheHostMovedAreKept) {
+TEST_F(RescanIdentity, CountsRaisedByTheHostAreKept) {
   AddCards(1);
   StartWatch();
   for (const std::uint64_t object : {PLUGIN, FIRST, FIRST, FIRST_DRIVE, FIRST_DRIVE, FIRST_DRIVE}) {
@@ -120,7 +120,7 @@ TEST_F(RescanIdentity, CountsThatTheHostMovedAreKept) {
 }
 
 // The card keeps its number in the list of control devices, and by that its ids.
-TEST_F(RescanIdentity, CardsAfterOneThatIsGoneKeepTheirIds) {
+TEST_F(RescanIdentity, CardsAfterARemovedOneKeepTheirIds) {
   AddCards(3);
   StartWatch();
   Hide(0);
@@ -137,7 +137,7 @@ TEST_F(RescanIdentity, CardsAfterOneThatIsGoneKeepTheirIds) {
   EXPECT_THAT(Notifications(), SizeIs(1));
 }
 
-TEST_F(RescanIdentity, NamesAreThoseOfTheStart) {
+TEST_F(RescanIdentity, NamesAreKept) {
   AddCards(1);
   m_Host.AddCard(0x3001);
   StartWatch();
@@ -164,9 +164,9 @@ const RestlessMask RESTLESS_MASKS[] = {
     {"current_info", "2", "OK", "[UNACTIVATED_FIRMWARE ATTACHED]"},
 };
 
-class EachRestlessMask : public RescanIdentity, public testing::WithParamInterface<RestlessMask> {};
+class EachUnstableMask : public RescanIdentity, public testing::WithParamInterface<RestlessMask> {};
 
-TEST_P(EachRestlessMask, StaysAsItWasStored) {
+TEST_P(EachUnstableMask, KeepsItsStoredValue) {
   AddCards(1);
   Set("card0", GetParam().name, GetParam().stored);
   StartWatch();
@@ -183,7 +183,7 @@ TEST_P(EachRestlessMask, StaysAsItWasStored) {
 }
 
 // Five failed reads return 0 each, so the samples agree and the mask counts as clear.
-TEST_P(EachRestlessMask, IsClearWhenItCannotBeRead) {
+TEST_P(EachUnstableMask, IsClearWhenItCannotBeRead) {
   AddCards(1);
   Set("card0", GetParam().name, GetParam().stored);
   StartWatch();
@@ -198,7 +198,7 @@ TEST_P(EachRestlessMask, IsClearWhenItCannotBeRead) {
   EXPECT_EQ(Reasons(FIRST), GetParam().reasons);
 }
 
-INSTANTIATE_TEST_SUITE_P(Masks, EachRestlessMask, testing::ValuesIn(RESTLESS_MASKS),
+INSTANTIATE_TEST_SUITE_P(Masks, EachUnstableMask, testing::ValuesIn(RESTLESS_MASKS),
                          [](const auto& each) { return std::string(each.param.name); });
 
 // The locate LED is switched off only at the start.
@@ -280,7 +280,7 @@ TEST_F(RescanIdentity, ARescanMakesTheCallsOfTheFirstScanExceptForTheLocateLED) 
 }
 
 // The scan finds the job's card by its position in the stored list, not by its card index.
-class JobAfterACardHasGone : public RescanIdentity {
+class JobAfterARemovedCard : public RescanIdentity {
  protected:
   void SetUp() override {
     AddCards(3);
@@ -302,14 +302,14 @@ class JobAfterACardHasGone : public RescanIdentity {
   std::unique_ptr<HeldCall> m_pHeld;
 };
 
-TEST_F(JobAfterACardHasGone, CorrectsTheCardWhosePlaceItsAdapterHasTaken) {
+TEST_F(JobAfterARemovedCard, CorrectsTheCardWhosePositionItsAdapterHasTaken) {
   HoldAttach(ObjectId(5));  // of card 2, now in place 1
   Set("card1", "iom_state", "2");
   AwaitScans();
   EXPECT_EQ(Activity(ObjectId(3)), "ATTACHING");
 }
 
-TEST_F(JobAfterACardHasGone, DoesNotCorrectBeyondTheEndOfTheList) {
+TEST_F(JobAfterARemovedCard, DoesNotCorrectBeyondTheEndOfTheList) {
   HoldAttach(ObjectId(5));
   Set("card2", "iom_state", "2");
   AwaitScans();

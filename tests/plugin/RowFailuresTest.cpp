@@ -74,7 +74,7 @@ class RowFailures : public WorkerFixture {
   Cells m_DatabaseLines;
 };
 
-TEST_F(RowFailures, AnAdaptersInsertIsTracedAndTheOthersGoOn) {
+TEST_F(RowFailures, AFailedAdapterInsertIsTracedAndTheOthersContinue) {
   AddCards(1);
   Refuse("INSERT", ADAPTER_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -86,7 +86,7 @@ TEST_F(RowFailures, AnAdaptersInsertIsTracedAndTheOthersGoOn) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
-TEST_F(RowFailures, ADrivesInsertIsTracedAndTheOthersGoOn) {
+TEST_F(RowFailures, AFailedDriveInsertIsTracedAndTheOthersContinue) {
   AddCards(1);
   Refuse("INSERT", DRIVE_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -99,7 +99,7 @@ TEST_F(RowFailures, ADrivesInsertIsTracedAndTheOthersGoOn) {
   EXPECT_THAT(Counts(), ElementsAre("1", "0", "1"));
 }
 
-TEST_F(RowFailures, ThePlugInsInsertIsTracedAndTheStartSucceeds) {
+TEST_F(RowFailures, AFailedPlugInInsertIsTracedAndTheStartSucceeds) {
   AddCards(1);
   Refuse("INSERT", PLUGIN_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -107,7 +107,7 @@ TEST_F(RowFailures, ThePlugInsInsertIsTracedAndTheStartSucceeds) {
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "0"));
 }
 
-TEST_F(RowFailures, ThePlugInsDeletionIsTracedAndTheResultStays) {
+TEST_F(RowFailures, AFailedPlugInDeletionIsTracedAndTheResultIsUnchanged) {
   AddCards(1);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
@@ -122,7 +122,7 @@ TEST_F(RowFailures, ThePlugInsDeletionIsTracedAndTheResultStays) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(1));
 }
 
-TEST_F(RowFailures, AnAdaptersUpdateIsTracedAndMadeUpForAtTheNextChange) {
+TEST_F(RowFailures, AFailedAdapterUpdateIsTracedAndRepeatedAtTheNextChange) {
   Run();
   Refuse("UPDATE", ADAPTER_ROWS);
   SetTemperature("60.0");
@@ -137,7 +137,7 @@ TEST_F(RowFailures, AnAdaptersUpdateIsTracedAndMadeUpForAtTheNextChange) {
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_temperature"), ElementsAre("60"));
 }
 
-TEST_F(RowFailures, ADrivesUpdateIsTracedAndMadeUpForAtTheNextScan) {
+TEST_F(RowFailures, AFailedDriveUpdateIsTracedAndRepeatedAtTheNextScan) {
   Run();
   Refuse("UPDATE", DRIVE_ROWS);
   Set("card0", "sector_size_bytes", "4096");
@@ -151,7 +151,7 @@ TEST_F(RowFailures, ADrivesUpdateIsTracedAndMadeUpForAtTheNextScan) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
 }
 
-TEST_F(RowFailures, AnAdaptersDeletionIsTracedAndItsRowStays) {
+TEST_F(RowFailures, AFailedAdapterDeletionIsTracedAndItsRowStays) {
   Run(2);
   Refuse("DELETE", ADAPTER_ROWS);
   Hide(0);
@@ -166,7 +166,7 @@ TEST_F(RowFailures, AnAdaptersDeletionIsTracedAndItsRowStays) {
 }
 
 // The deletion changes how conditions are written, and must change it back when it fails.
-TEST_F(RowFailures, AfterADeletionTheNextRowsAreFoundAsBefore) {
+TEST_F(RowFailures, RowsAreFoundAfterAFailedDeletion) {
   Run(2);
   Refuse("DELETE", ADAPTER_ROWS);
   Hide(1);
@@ -177,7 +177,7 @@ TEST_F(RowFailures, AfterADeletionTheNextRowsAreFoundAsBefore) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre(m_Adapter + "entry updated in db.", DRIVE_UPDATED));
 }
 
-TEST_F(RowFailures, ShowNothingWhileTheirLevelIsOff) {
+TEST_F(RowFailures, AreNotTracedWhileTheirLevelIsOff) {
   AddCards(1);
   Refuse("INSERT", ADAPTER_ROWS);
   HostKit::SetTraceMask(127);
@@ -185,7 +185,7 @@ TEST_F(RowFailures, ShowNothingWhileTheirLevelIsOff) {
   EXPECT_THAT(m_Host.Traces(128), IsEmpty());
 }
 
-TEST_F(RowFailures, OfADriveEndTheRowsForItsOtherAdapters) {
+TEST_F(RowFailures, AFailedDriveInsertSkipsItsOtherAdapters) {
   AddCards(2);
   for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
   Refuse("INSERT", DRIVE_ROWS);
@@ -259,7 +259,7 @@ class UnusableFile : public RowFailures, public testing::WithParamInterface<File
   const uid_t m_Before = geteuid();
 };
 
-TEST_P(UnusableFile, StopsNoStart) {
+TEST_P(UnusableFile, DoesNotPreventAStart) {
   AddCards(1);
   UseIt();
   ASSERT_EQ(m_Host.Start(), 0U);
@@ -276,7 +276,7 @@ TEST_P(UnusableFile, StopsNoStart) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
-TEST_P(UnusableFile, StopsNoScan) {
+TEST_P(UnusableFile, DoesNotPreventAScan) {
   Run();
   UseIt();
   SetTemperature("60.0");
@@ -345,7 +345,7 @@ class WriterElsewhere {
   bool m_Holds = false;
 };
 
-TEST_F(RowFailures, ALockedFileStopsNoScanAndIsWrittenAgainAfterwards) {
+TEST_F(RowFailures, ALockedFileDoesNotPreventScansAndIsWrittenOnceUnlocked) {
   DatabaseLife::Begin(File());
   Run();
   {
@@ -362,7 +362,7 @@ TEST_F(RowFailures, ALockedFileStopsNoScanAndIsWrittenAgainAfterwards) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
 }
 
-TEST_F(RowFailures, AFullFileStopsNoScan) {
+TEST_F(RowFailures, AFullFileDoesNotPreventScans) {
   Run();
   SqliteInterceptor::Run("PRAGMA max_page_count = 1");
   Set("card0", "product_name", std::string(6000, 'x'));
@@ -373,7 +373,7 @@ TEST_F(RowFailures, AFullFileStopsNoScan) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre("PD (Short (0)) updated in db."));
 }
 
-TEST_F(RowFailures, AReadOnlyFileStopsNoScan) {
+TEST_F(RowFailures, AReadOnlyFileDoesNotPreventScans) {
   Run();
   SqliteInterceptor::Run("PRAGMA query_only = 1");
   Set("card0", "sector_size_bytes", "4096");
@@ -381,7 +381,7 @@ TEST_F(RowFailures, AReadOnlyFileStopsNoScan) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("(attempt to write a readonly database)")));
 }
 
-TEST_F(RowFailures, AFileThatIsTakenAwayComesBackEmpty) {
+TEST_F(RowFailures, ADeletedFileIsRecreatedEmpty) {
   DatabaseLife::Begin(File());
   Run();
   std::filesystem::remove(File());
@@ -408,7 +408,7 @@ class CardStrings : public RowFailures {
   }
 };
 
-TEST_F(CardStrings, ADoubleQuoteKeepsTheRowsOfItsCardOut) {
+TEST_F(CardStrings, ADoubleQuotePreventsTheRowsOfItsCard) {
   RunWith("serial_number", "S\"1");
   ExpectTheOthers({"FA00000002"}, {"FA00000002"});
   EXPECT_THAT(m_Host.Traces(128),
@@ -419,7 +419,7 @@ TEST_F(CardStrings, ADoubleQuoteKeepsTheRowsOfItsCardOut) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED));
 }
 
-TEST_F(CardStrings, ASingleQuoteKeepsTheDrivesRowFromBeingFound) {
+TEST_F(CardStrings, ASingleQuotePreventsFindingTheDrivesRow) {
   RunWith("serial_number", "S'1");
   ExpectTheOthers({"S'1", "FA00000002"}, {"S'1", "FA00000002"});
   Set("card0", "sector_size_bytes", "4096");
@@ -431,14 +431,14 @@ TEST_F(CardStrings, ASingleQuoteKeepsTheDrivesRowFromBeingFound) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512", "512"));
 }
 
-TEST_F(CardStrings, AQuestionMarkIsATextLikeAnother) {
+TEST_F(CardStrings, AQuestionMarkIsOrdinaryText) {
   RunWith("serial_number", "S?1");
   ScanOnce();
   ExpectTheOthers({"S?1", "FA00000002"}, {"S?1", "FA00000002"});
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED, DRIVE_UPDATED));
 }
 
-TEST_F(CardStrings, TheWordNullIsNullAndNotFoundAgain) {
+TEST_F(CardStrings, TheWordNullIsStoredAsNullAndNotFound) {
   RunWith("serial_number", "NULL");
   ScanOnce();
   ExpectTheOthers({"NULL", "FA00000002"}, {"NULL", "FA00000002"});
@@ -447,7 +447,7 @@ TEST_F(CardStrings, TheWordNullIsNullAndNotFoundAgain) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED));
 }
 
-TEST_F(CardStrings, TheNameOfAColumnIsItsValueAtTheNextUpdate) {
+TEST_F(CardStrings, AColumnNameBecomesItsValueAtTheNextUpdate) {
   RunWith("product_name", "pd_vendor");
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_product"), ElementsAre("pd_vendor", "Flash Adapter G2"));
   ScanOnce();

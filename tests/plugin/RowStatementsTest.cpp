@@ -85,7 +85,7 @@ class RowStatements : public TwoCards {
       "( ad.ad_adapter_number = '" + NumberOf(3) + "') AND ( ad.ad_host_name = 'localhost') ";
 };
 
-TEST_F(RowStatements, OfAStartReadEachKeyAndInsert) {
+TEST_F(RowStatements, AtTheStartReadEachKeyAndInsert) {
   m_Statements.Begin();
   StartWatch();
   EXPECT_THAT(Sent(),
@@ -96,7 +96,7 @@ TEST_F(RowStatements, OfAStartReadEachKeyAndInsert) {
                           "SELECT MAX(ID) FROM host_plugin_rows", "INSERT INTO host_plugin_rows"));
 }
 
-TEST_F(RowStatements, OfAChangeFindEachRowAndUpdateIt) {
+TEST_F(RowStatements, AtAChangeFindEachRowAndUpdateIt) {
   StartWatch();
   SetTemperature("60.0");
   m_Statements.Begin();
@@ -106,7 +106,7 @@ TEST_F(RowStatements, OfAChangeFindEachRowAndUpdateIt) {
                                   "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
 }
 
-TEST_F(RowStatements, OfACardThatGoesDeleteItsAdapterAlone) {
+TEST_F(RowStatements, AtRemovalDeleteOnlyTheAdapter) {
   StartWatch();
   Hide(1);
   m_Statements.Begin();
@@ -115,7 +115,7 @@ TEST_F(RowStatements, OfACardThatGoesDeleteItsAdapterAlone) {
                                   "UPDATE host_drive_rows"));
 }
 
-TEST_F(RowStatements, OfACardThatComesInsertBothOfItsRows) {
+TEST_F(RowStatements, AtArrivalInsertBothRows) {
   StartWatch();
   Hide(1);
   AwaitScans();
@@ -161,7 +161,7 @@ TEST_F(RowStatements, DeleteAnAdapterByNumberAndHost) {
                 "') AND ( ad_host_name = 'localhost') ");
 }
 
-TEST_F(RowStatements, DeleteThePlugInByItsNameAlone) {
+TEST_F(RowStatements, DeleteThePlugInByName) {
   CardSim::FailCall("vsl_open", 1, 5, "no luck");
   ASSERT_EQ(m_Host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Statements.Statements(),
@@ -236,7 +236,7 @@ ALL_CASES(RefusalAtTheStart,
 class RefusalAtAChange : public OneRefusal {};
 
 // An adapter's row shows the values before its change.
-TEST_P(RefusalAtAChange, CostsOneRowUntilTheNextOne) {
+TEST_P(RefusalAtAChange, CostsOneRowUntilTheNextChange) {
   StartWatch();
   SetTemperature("60.0");
   AwaitScans();
@@ -266,9 +266,9 @@ ALL_CASES(RefusalAtAChange,
           Refused{"TheSecondDrive", 6, "updating PD", "A S1 60, A S2 50, D S1 4096, D S2 512, P",
                   CHANGED});
 
-class RefusalAtAGoing : public OneRefusal {};
+class RefusalAtRemoval : public OneRefusal {};
 
-TEST_P(RefusalAtAGoing, CostsOneRowUntilTheNextScan) {
+TEST_P(RefusalAtRemoval, CostsOneRowUntilTheNextScan) {
   StartWatch();
   SetSectors("4096");
   Hide(1);
@@ -283,13 +283,13 @@ TEST_P(RefusalAtAGoing, CostsOneRowUntilTheNextScan) {
 constexpr const char* STILL_THERE = "A S1 50, A S2 50, D S1 4096, D S2 512, P";
 constexpr const char* GONE = "A S1 50, D S1 4096, D S2 512, P";
 
-ALL_CASES(RefusalAtAGoing, Refused{"TheAdapter", 1, "removing Adapter", STILL_THERE, STILL_THERE},
+ALL_CASES(RefusalAtRemoval, Refused{"TheAdapter", 1, "removing Adapter", STILL_THERE, STILL_THERE},
           Refused{"FindingTheOtherDrive", 2, "updating PD", "A S1 50, D S1 512, D S2 512, P", GONE},
           Refused{"TheOtherDrive", 3, "updating PD", "A S1 50, D S1 512, D S2 512, P", GONE});
 
-class RefusalAtAComing : public OneRefusal {};
+class RefusalAtArrival : public OneRefusal {};
 
-TEST_P(RefusalAtAComing, CostsOneRow) {
+TEST_P(RefusalAtArrival, CostsOneRow) {
   StartWatch();
   Hide(1);
   AwaitScans();
@@ -309,7 +309,7 @@ constexpr const char* BACK_WITHOUT_DRIVE = "A S1 50, A S2 50, D S1 4096, D S2 40
 constexpr const char* BACK_BUT_D1 = "A S1 50, A S2 50, D S1 512, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_BUT_D2 = "A S1 50, A S2 50, D S1 4096, D S2 512, D S2 4096, P";
 
-ALL_CASES(RefusalAtAComing,
+ALL_CASES(RefusalAtArrival,
           Refused{"ItsAdaptersKey", 1, "inserting Adapter", BACK_WITHOUT_ADAPTER,
                   BACK_WITHOUT_ADAPTER},
           Refused{"ItsAdapter", 2, "inserting Adapter", BACK_WITHOUT_ADAPTER, BACK_WITHOUT_ADAPTER},
@@ -324,7 +324,7 @@ ALL_CASES(RefusalAtAComing,
 
 class OtherFailure : public TwoCards, public testing::WithParamInterface<std::size_t> {};
 
-TEST_P(OtherFailure, LeavesTheStartAsItIsAndFreesTheLocks) {
+TEST_P(OtherFailure, IsPassedToTheHostAndReleasesTheLocks) {
   m_Statements.BeginFailing(GetParam(), std::runtime_error("as it is"));
   EXPECT_THROW(
       try { m_Host.Initialize(); } catch (const std::runtime_error& error) {
@@ -340,7 +340,7 @@ TEST_P(OtherFailure, LeavesTheStartAsItIsAndFreesTheLocks) {
 
 INSTANTIATE_TEST_SUITE_P(AtEachStatement, OtherFailure, testing::Range<std::size_t>(1, 11));
 
-TEST_F(RowStatements, OfAFailureThatPassedLeaveNoLine) {
+TEST_F(RowStatements, DoNotTraceOtherFailures) {
   m_Statements.BeginFailing(1, std::runtime_error("as it is"));
   EXPECT_THROW(m_Host.Initialize(), std::runtime_error);
   EXPECT_THAT(m_Host.Traces(128), IsEmpty());

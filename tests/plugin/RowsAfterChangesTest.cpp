@@ -63,21 +63,21 @@ TEST_F(RowsAfterChanges, AnAdaptersRowIsOneScanBehind) {
   EXPECT_THAT(Temperatures(), ElementsAre("60"));
 }
 
-TEST_F(RowsAfterChanges, AnAdaptersRowStaysBehindUntilSomethingElseChanges) {
+TEST_F(RowsAfterChanges, AnAdaptersRowIsNotWrittenUntilTheNextChange) {
   Run(1);
   SetTemperature(0, "60.0");
   AwaitScans(4);
   EXPECT_THAT(Temperatures(), ElementsAre("50"));
 }
 
-TEST_F(RowsAfterChanges, AScanWithoutAChangeWritesTheDrivesAlone) {
+TEST_F(RowsAfterChanges, AScanWithoutAChangeWritesOnlyTheDrives) {
   Run(2);
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED, DRIVE_UPDATED));
   EXPECT_THAT(Counts(), ElementsAre("2", "2", "1"));
 }
 
-TEST_F(RowsAfterChanges, AnAdaptersNumberIsInItsRowFromItsFirstChangeOn) {
+TEST_F(RowsAfterChanges, AnAdaptersNumberIsWrittenAtItsFirstChange) {
   Run(1);
   ScanOnce();
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_name"), ElementsAre(""));
@@ -98,7 +98,7 @@ TEST_F(RowsAfterChanges, OnlyTheRowOfTheAdapterThatChangedIsWritten) {
                                            DRIVE_UPDATED, DRIVE_UPDATED));
 }
 
-TEST_F(RowsAfterChanges, KeysAndIdsStay) {
+TEST_F(RowsAfterChanges, KeysAndIdsAreKept) {
   Run(2);
   for (const char* celsius : {"60.0", "61.0", "62.0"}) {
     SetTemperature(0, celsius);
@@ -113,7 +113,7 @@ TEST_F(RowsAfterChanges, KeysAndIdsStay) {
               ElementsAre("85568392920039426", "85568392920039428"));
 }
 
-TEST_F(RowsAfterChanges, ADetachedCardShowsAtTheNextChange) {
+TEST_F(RowsAfterChanges, ADetachIsWrittenAtTheNextChange) {
   Run(1);
   Set("card0", "iom_state", "0");
   ScanOnce();
@@ -125,7 +125,7 @@ TEST_F(RowsAfterChanges, ADetachedCardShowsAtTheNextChange) {
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_status_name"), ElementsAre("WARNING"));
 }
 
-TEST_F(RowsAfterChanges, AnAttachedCardShowsAtTheNextChange) {
+TEST_F(RowsAfterChanges, AnAttachIsWrittenAtTheNextChange) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch();
@@ -139,7 +139,7 @@ TEST_F(RowsAfterChanges, AnAttachedCardShowsAtTheNextChange) {
 }
 
 // The scan after the end of the job leaves the state of the job in the row.
-TEST_F(RowsAfterChanges, ADetachThatTheHostAskedForIsSeenOnItsWay) {
+TEST_F(RowsAfterChanges, ADetachJobIsWrittenAsDetaching) {
   Run(1);
   Set("card0", "detach_ms", "40000");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
@@ -150,7 +150,7 @@ TEST_F(RowsAfterChanges, ADetachThatTheHostAskedForIsSeenOnItsWay) {
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_status_name"), ElementsAre("WARNING"));
 }
 
-TEST_F(RowsAfterChanges, ADriveIsUpToDate) {
+TEST_F(RowsAfterChanges, ADrivesRowIsUpToDate) {
   Run(1);
   Set("card0", "sector_size_bytes", "4096");
   Set("card0", "overformat_size_bytes", "2199023255552");
@@ -161,7 +161,7 @@ TEST_F(RowsAfterChanges, ADriveIsUpToDate) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_short_name"), ElementsAre("Other"));
 }
 
-TEST_F(RowsAfterChanges, ADriveThatFailedIsUpToDate) {
+TEST_F(RowsAfterChanges, AFailedDrivesRowIsUpToDate) {
   Run(1);
   Set("card0", "iom_state", "6");
   ScanOnce();
@@ -180,7 +180,7 @@ TEST_F(RowsAfterChanges, ThePlugInsRowStaysAsItWasInserted) {
   EXPECT_THAT(Column(PLUGIN_ROWS, "pi_poll_interval"), ElementsAre("15"));
 }
 
-TEST_F(RowsAfterChanges, ACardThatGoesTakesItsAdaptersRowAndLeavesItsDrives) {
+TEST_F(RowsAfterChanges, ARemovedCardLosesOnlyItsAdapterRow) {
   Run(2);
   const std::vector<Cells> drives = DriveRows();
   Hide(1);
@@ -190,7 +190,7 @@ TEST_F(RowsAfterChanges, ACardThatGoesTakesItsAdaptersRowAndLeavesItsDrives) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre(Adapter(2) + "removed from db.", DRIVE_UPDATED));
 }
 
-TEST_F(RowsAfterChanges, ACardThatComesBackGetsNewRows) {
+TEST_F(RowsAfterChanges, AReturningCardGetsNewRows) {
   Run(2);
   Hide(1);
   AwaitScans();
@@ -203,7 +203,7 @@ TEST_F(RowsAfterChanges, ACardThatComesBackGetsNewRows) {
               ElementsAre("85568392920039425", "85568392920039429"));
 }
 
-TEST_F(RowsAfterChanges, OfTwoRowsOfADriveTheFirstIsKeptUp) {
+TEST_F(RowsAfterChanges, TheFirstOfTwoRowsOfADriveIsUpdated) {
   Run(2);
   Hide(1);
   AwaitScans();
@@ -216,7 +216,7 @@ TEST_F(RowsAfterChanges, OfTwoRowsOfADriveTheFirstIsKeptUp) {
               ElementsAre("85568392920039426", "85568392920039430", "85568392920039430"));
 }
 
-TEST_F(RowsAfterChanges, OfTwoRowsOfAnAdapterTheFirstIsKeptUpAndBothGo) {
+TEST_F(RowsAfterChanges, TheFirstOfTwoRowsOfAnAdapterIsUpdatedAndBothAreDeleted) {
   Run(1);
   const std::string copy = "INSERT INTO host_adapter_rows (ad_adapter_number, ad_temperature, ";
   Query(copy + "ad_host_name) VALUES (" + NumberOf(3) + ", 7, 'localhost')");
@@ -232,7 +232,7 @@ TEST_F(RowsAfterChanges, OfTwoRowsOfAnAdapterTheFirstIsKeptUpAndBothGo) {
 }
 
 // The rows of another host come first by their keys.
-TEST_F(RowsAfterChanges, RowsOfAnotherHostAreLeftAlone) {
+TEST_F(RowsAfterChanges, RowsOfAnotherHostAreNotChanged) {
   Query("INSERT INTO host_adapter_rows (ad_adapter_number, ad_host_name, ad_temperature) VALUES (" +
         NumberOf(3) + ", 'elsewhere', 8)");
   Query(
@@ -252,7 +252,7 @@ TEST_F(RowsAfterChanges, RowsOfAnotherHostAreLeftAlone) {
   EXPECT_THAT(Counts(), ElementsAre("1", "2", "1"));
 }
 
-TEST_F(RowsAfterChanges, RowsOfAnotherHostAloneDoNotCount) {
+TEST_F(RowsAfterChanges, RowsOfOnlyAnotherHostAreNotUpdated) {
   Run(1);
   Query("UPDATE host_adapter_rows SET ad_host_name = 'elsewhere'");
   Query("UPDATE host_drive_rows SET pd_host_name = 'elsewhere'");
@@ -266,7 +266,7 @@ TEST_F(RowsAfterChanges, RowsOfAnotherHostAloneDoNotCount) {
 
 // Each of the two drives finds the first row of that serial number, once for each of the two
 // adapters: the row has the values of the last one.
-TEST_F(RowsAfterChanges, OfCardsOfOneSerialNumberTheFirstRowIsTheLastOnes) {
+TEST_F(RowsAfterChanges, CardsWithOneSerialNumberAllUpdateTheFirstRow) {
   AddCards(2);
   for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
   Set("card0", "reserve_warning_threshold_percent", "12.0");
@@ -285,7 +285,7 @@ TEST_F(RowsAfterChanges, OfCardsOfOneSerialNumberTheFirstRowIsTheLastOnes) {
               ElementsAre("34", "34", "12", "34", "12", "34", "12", "34"));
 }
 
-TEST_F(RowsAfterChanges, RowsInsertedChangedAndRemovedAreWrittenInThisOrder) {
+TEST_F(RowsAfterChanges, RowsAreInsertedThenUpdatedThenRemoved) {
   Run(3);
   Hide(2);
   AwaitScans();
@@ -318,7 +318,7 @@ TEST_F(RowsAfterChanges, ADriveThatChangesItsSerialNumberLosesItsRow) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512"));
 }
 
-TEST_F(RowsAfterChanges, AScanAsksTheCardForTheDrivesRowAlone) {
+TEST_F(RowsAfterChanges, AScanCallsTheCardOnlyForTheDrivesRow) {
   Run(1);
   ScanOnce();
   EXPECT_THAT(
@@ -341,7 +341,7 @@ TEST(RowsOfAnotherStart, AreAddedToTheEarlierOnes) {
   EXPECT_THAT(Counts(), ElementsAre("2", "2", "2"));
 }
 
-TEST(RowsOfAnotherStart, OfAnotherLifeReplaceTheEarlierOnes) {
+TEST(RowsOfAnotherStart, ReplaceTheEarlierOnesAfterADatabaseRestart) {
   const DatabaseLife database;
   OneCard host(PlainCard());
   const std::string file = (host.Folder() / "rows.db").string();
@@ -353,7 +353,7 @@ TEST(RowsOfAnotherStart, OfAnotherLifeReplaceTheEarlierOnes) {
   }
 }
 
-TEST(RowsOfAStoppedPlugIn, Stay) {
+TEST(RowsAfterAStop, AreKept) {
   const DatabaseLife database;
   OneCard host(PlainCard());
   ASSERT_EQ(host.Start(), 0U);

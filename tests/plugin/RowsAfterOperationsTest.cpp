@@ -53,7 +53,7 @@ class RowsAfterOperations : public WorkerFixture {
   const DatabaseLife m_Database;
 };
 
-TEST_F(RowsAfterOperations, OfADetachShowItAtTheNextChange) {
+TEST_F(RowsAfterOperations, ShowADetachAtTheNextChange) {
   RunWith("2");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
   AwaitScans(2);
@@ -65,7 +65,7 @@ TEST_F(RowsAfterOperations, OfADetachShowItAtTheNextChange) {
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 60, drive AVAILABLE 512 1048576 2097152");
 }
 
-TEST_F(RowsAfterOperations, OfAnAttachShowItAtTheNextChange) {
+TEST_F(RowsAfterOperations, ShowAnAttachAtTheNextChange) {
   RunWith("0");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -77,7 +77,7 @@ TEST_F(RowsAfterOperations, OfAnAttachShowItAtTheNextChange) {
 }
 
 // A job of its length: the scans on the way write what they see one change late.
-TEST_F(RowsAfterOperations, OfALongAttachShowItsWayFirst) {
+TEST_F(RowsAfterOperations, ShowALongAttachAsAttachingFirst) {
   RunWith("0");
   Set("card0", "attach_ms", "60000");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -91,7 +91,7 @@ TEST_F(RowsAfterOperations, OfALongAttachShowItsWayFirst) {
   EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
 }
 
-TEST_F(RowsAfterOperations, OfAFormatShowItsSectorsAtTheNextScan) {
+TEST_F(RowsAfterOperations, ShowTheSectorsOfAFormatAtTheNextScan) {
   RunWith("0");
   PI::CProperty sectors(PI::Property::CHOICE_PARAM, true);
   sectors.m_NameID = BLOCK_SIZE;
@@ -106,7 +106,7 @@ TEST_F(RowsAfterOperations, OfAFormatShowItsSectorsAtTheNextScan) {
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 60, drive AVAILABLE 4096 1048576 2097152");
 }
 
-TEST_F(RowsAfterOperations, OfAFormatThatFailsStay) {
+TEST_F(RowsAfterOperations, AreUnchangedAfterAFailedFormat) {
   RunWith("0");
   CardSim::FailCall("vsl_op_wait_for_result", 1, 5, "no luck");
   EXPECT_NE(m_Host.Run(FIRST_DRIVE, PI::OP_FORMAT_DEVICE), 0U);

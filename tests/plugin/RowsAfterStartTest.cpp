@@ -26,14 +26,14 @@ class RowsAfterStart : public testing::Test {
   DatabaseLife m_Database;
 };
 
-TEST_F(RowsAfterStart, AnAdapterHasItsFieldsAndNothingElse) {
+TEST_F(RowsAfterStart, AnAdapterHasExactlyItsFields) {
   ASSERT_EQ(Start(), 0U);
   const std::vector<Cells> rows = AdapterRows();
   ASSERT_THAT(rows, SizeIs(1));
   EXPECT_THAT(rows[0], ElementsAreArray(PlainAdapterRow()));
 }
 
-TEST_F(RowsAfterStart, ADriveHasItsFieldsAndNothingElse) {
+TEST_F(RowsAfterStart, ADriveHasExactlyItsFields) {
   ASSERT_EQ(Start(), 0U);
   const std::vector<Cells> rows = DriveRows();
   ASSERT_THAT(rows, SizeIs(1));
@@ -68,7 +68,7 @@ TEST_F(RowsAfterStart, ADriveHasItsFieldsAndNothingElse) {
                                               "pd_write_throttling=40252"}));
 }
 
-TEST_F(RowsAfterStart, ThePlugInHasItsFieldsAndNothingElse) {
+TEST_F(RowsAfterStart, ThePlugInHasExactlyItsFields) {
   m_Host.WriteIni("PollInterval=20\n");
   ASSERT_EQ(Start(), 0U);
   EXPECT_THAT(PluginRows(),
@@ -234,7 +234,7 @@ class ManyRowsAfterStart : public testing::Test {
   DatabaseLife m_Database;
 };
 
-TEST_F(ManyRowsAfterStart, EachCardHasARowOfEachKindInTheirOrder) {
+TEST_F(ManyRowsAfterStart, EachCardHasARowOfEachKindInOrder) {
   for (const char* serial : {"S3", "S1", "S2"}) Add(serial);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_serial_number"), ElementsAre("S3", "S1", "S2"));
@@ -243,13 +243,13 @@ TEST_F(ManyRowsAfterStart, EachCardHasARowOfEachKindInTheirOrder) {
 }
 
 // Each adapter writes both drives, and each of these writes itself for both adapters.
-TEST_F(ManyRowsAfterStart, CardsOfOneSerialNumberWriteTheirDrivesForOneAnother) {
+TEST_F(ManyRowsAfterStart, CardsWithOneSerialNumberEachWriteAllTheirDrives) {
   for (const char* serial : {"S1", "S1"}) Add(serial);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(Counts(), ElementsAre("2", "8", "1"));
 }
 
-TEST_F(ManyRowsAfterStart, TheLinesOfTheDatabaseComeInTheOrderOfTheRows) {
+TEST_F(ManyRowsAfterStart, DatabaseTracesAreInTheOrderOfTheRows) {
   for (const char* serial : {"S1", "S2"}) Add(serial);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Adapter () (" + NumberOf(3) + ") inserted to db.",
@@ -259,7 +259,7 @@ TEST_F(ManyRowsAfterStart, TheLinesOfTheDatabaseComeInTheOrderOfTheRows) {
                                               "Plugin FusionIO inserted to db."));
 }
 
-TEST_F(ManyRowsAfterStart, TheLevelOfTheDatabaseAloneShowsItsLines) {
+TEST_F(ManyRowsAfterStart, OnlyTheDatabaseLevelShowsDatabaseTraces) {
   Add("S1");
   HostKit::SetTraceMask(127);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -277,16 +277,16 @@ TEST_F(ManyRowsAfterStart, RowsTraceTheirEntryAtLevelTwo) {
                                    "ENTER SetDatabaseObjectProperties (PhysicalDisk) ()"}));
 }
 
-class StartThatFails : public RowsAfterStart {};
+class FailedStart : public RowsAfterStart {};
 
-TEST_F(StartThatFails, LeavesNoRow) {
+TEST_F(FailedStart, LeavesNoRow) {
   CardSim::FailCall("vsl_open", 1, 5, "no luck");
   ASSERT_EQ(Start(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(StartThatFails, BecauseNoCardCanBeNamedLeavesNoRow) {
+TEST_F(FailedStart, LeavesNoRowWhenNoCardCanBeFound) {
   m_Host.AddCard();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
   ASSERT_EQ(Start(), Number::ERR_NO_SUPPORTED_HARDWARE);
@@ -294,7 +294,7 @@ TEST_F(StartThatFails, BecauseNoCardCanBeNamedLeavesNoRow) {
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(StartThatFails, BecauseNoCardCanBeOpenedByNameDeletesTheRowOfAnEarlierStart) {
+TEST_F(FailedStart, DeletesThePlugInRowOfAnEarlierStart) {
   ASSERT_EQ(Start(), 0U);
   m_Host.DeInitialize();
   m_Host.ForgetTraces();
@@ -305,7 +305,7 @@ TEST_F(StartThatFails, BecauseNoCardCanBeOpenedByNameDeletesTheRowOfAnEarlierSta
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(StartThatFails, TakesTheRowOfAnEarlierStartAwayAndNoOther) {
+TEST_F(FailedStart, DeletesOnlyThePlugInRowOfAnEarlierStart) {
   ASSERT_EQ(Start(), 0U);
   Query("INSERT INTO host_plugin_rows (pi_plugin_name) VALUES ('Another')");
   m_Host.DeInitialize();
@@ -318,7 +318,7 @@ TEST_F(StartThatFails, TakesTheRowOfAnEarlierStartAwayAndNoOther) {
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(StartThatFails, WithoutCardsWritesNothing) {
+TEST_F(FailedStart, WithoutCardsWritesNothing) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   m_Host.RefreshPciBus();
   ASSERT_EQ(m_Host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);

@@ -66,7 +66,7 @@ class Calls {
 };
 
 // An optional power connector and a card that may be over-formatted: the longest way through.
-TEST(ScanCalls, OfACardThatHasEverything) {
+TEST(ScanCalls, ReadEveryAttribute) {
   ScannedCard card(0x1003);
   const ScanLog log = LogOf(card.Host());
   Calls expected;
@@ -116,7 +116,7 @@ void MakeBare(ScannedCard& card) {
   card.Without("iom_format_size_mode");
 }
 
-TEST(ScanCalls, OfACardThatHasNothingButItsName) {
+TEST(ScanCalls, AskForEveryMissingAttribute) {
   ScannedCard card(0x1003);
   MakeBare(card);
   const ScanLog log = LogOf(card.Host());
@@ -147,7 +147,7 @@ TEST(ScanCalls, OfACardThatHasNothingButItsName) {
 }
 
 // A card of no family is asked for its device id and then for everything but its board name.
-TEST(ScanCalls, OfACardOfNoFamilyLeaveOutTheBoardName) {
+TEST(ScanCalls, OmitTheBoardNameWithoutAFamily) {
   ScannedCard card(0x1003);
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function == "vsl_open") card.Set("pci_device_id", "0x1001");
@@ -158,7 +158,7 @@ TEST(ScanCalls, OfACardOfNoFamilyLeaveOutTheBoardName) {
   EXPECT_EQ(Count(calls, "vsl_has_pci_slot_num card#1"), 1);
 }
 
-TEST(ScanCalls, GoOnWithoutTheFormatLimits) {
+TEST(ScanCalls, ContinueWithoutTheFormatLimits) {
   ScannedCard card;
   CardSim::FailCall("vsl_iom_format_create", 1, 12, "busy");
   const ScanLog log = LogOf(card.Host());
@@ -169,7 +169,7 @@ TEST(ScanCalls, GoOnWithoutTheFormatLimits) {
   EXPECT_THAT(log.misuse, IsEmpty());
 }
 
-TEST(ScanCalls, GoOnWithoutThePcieAdapter) {
+TEST(ScanCalls, ContinueWithoutThePcieAdapter) {
   ScannedCard card;
   CardSim::FailCall("vsl_adapter_create", 1, 12, "busy");
   const Lines calls = LogOf(card.Host()).calls;
@@ -206,7 +206,7 @@ TEST(ScanCalls, TraceNothingWhenTheLocateLEDOrTheSizeModeFails) {
   EXPECT_THAT(card.Host().Traces(), Each(Not(HasSubstr("sulking"))));
 }
 
-TEST(ScanCalls, NameEachCardAfterTheOneBefore) {
+TEST(ScanCalls, FinishEachCardBeforeTheNext) {
   ScannedCard card;
   card.Host().AddCard(0x3001);
   const Lines calls = LogOf(card.Host()).calls;

@@ -148,7 +148,7 @@ class ScanFailedRead : public testing::TestWithParam<FailedRead> {
   ScannedCard m_Card;
 };
 
-TEST_P(ScanFailedRead, CountsAsWhatTheLibraryGives) {
+TEST_P(ScanFailedRead, UsesTheValueThatTheLibraryReturns) {
   SetAttribute();
   CardSim::FailCall(GetParam().function, 1, 12, "unreadable", GetParam().times);
   ASSERT_EQ(m_Card.Scan(), 0U);
@@ -157,7 +157,7 @@ TEST_P(ScanFailedRead, CountsAsWhatTheLibraryGives) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_P(ScanFailedRead, IsSeenInWhatItShows) {
+TEST_P(ScanFailedRead, WouldOtherwiseShowAnotherValue) {
   SetAttribute();
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_NE(Shown(), GetParam().shown);
@@ -167,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(Of, ScanFailedRead, testing::ValuesIn(FAILED_READS),
                          [](const auto& each) { return std::string(each.param.function); });
 
 // The smallest sector is seen in a format without parameters.
-TEST(ScanFailedReads, OfTheSmallestSectorMakeItZero) {
+TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
   ScannedCard card;
   CardSim::FailCall("vsl_iom_format_min_sector_size_bytes", 1, 12, "unreadable");
   ASSERT_EQ(card.Scan(), 0U);
@@ -178,7 +178,7 @@ TEST(ScanFailedReads, OfTheSmallestSectorMakeItZero) {
 }
 
 // Over-formatting is then tried, and refused by the card.
-TEST(ScanFailedReads, OfTheBanOnOverformattingMakeItAllowed) {
+TEST(ScanFailedReads, MakeOverformattingAllowed) {
   ScannedCard card;
   card.Set("iom_format_disallow_overformat", "true");
   CardSim::FailCall("vsl_iom_format_disallow_overformat", 1, 12, "unreadable");
@@ -186,7 +186,7 @@ TEST(ScanFailedReads, OfTheBanOnOverformattingMakeItAllowed) {
   EXPECT_EQ(Count(card.Host().Calls(), "vsl_iom_format_set_size_mode format#1 11"), 1);
 }
 
-TEST(ScanFailedReads, OfTheThreeTracedOnesAreTracedAsZero) {
+TEST(ScanFailedReads, AreTracedAsZeroForTheThreeTracedAttributes) {
   ScannedCard card;
   for (const char* function :
        {"vsl_first_use_ts", "vsl_origin_ts", "vsl_reserve_warning_threshold_percent"}) {

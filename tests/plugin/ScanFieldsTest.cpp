@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(Of, ScanField, testing::ValuesIn(FIELD_CASES), [](const
   return std::string(each.param.attribute) + "_" + std::to_string(each.index);
 });
 
-TEST(ScanFields, ThatNoCardDecides) {
+TEST(ScanFields, AreTheSameForEveryCard) {
   ScannedCard card;
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_EQ(card.Adapter(Property::VENDOR), "SanDisk");
@@ -98,14 +98,14 @@ TEST(ScanFields, ThatNoCardDecides) {
   EXPECT_EQ(card.Adapter(Property::ADAPTER_NUMBER), "0");
 }
 
-TEST(ScanFields, AnEarlyFirstUseGivesALifetime) {
+TEST(ScanFields, ShowALifetimeForAnEarlyFirstUse) {
   ScannedCard card;
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_NE(card.Adapter(Property::ESTIMATED_LIFETIME), "absent");
 }
 
 // The serial number decides whether a card counts, and may be gone when it is scanned.
-TEST(ScanFields, ASerialNumberThatVanishedIsEmpty) {
+TEST(ScanFields, ShowAVanishedSerialNumberAsEmpty) {
   ScannedCard card;
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function == "vsl_open") card.Without("serial_number");
@@ -114,7 +114,7 @@ TEST(ScanFields, ASerialNumberThatVanishedIsEmpty) {
   EXPECT_EQ(card.Adapter(Property::SERIAL_NUMBER), "");
 }
 
-TEST(ScanFields, APowerLimitNeedsThePcieAdapter) {
+TEST(ScanFields, ShowAPowerLimitOnlyWithThePcieAdapter) {
   ScannedCard card;
   CardSim::FailCall("vsl_adapter_create", 1, 12, "busy");
   ASSERT_EQ(card.Scan(), 0U);
@@ -133,7 +133,7 @@ struct FirmwareCase {
   const char* shown;
 };
 
-TEST(ScanFirmware, IsMadeOfItsPartsOrElseTheCardsText) {
+TEST(ScanFirmware, IsBuiltFromItsPartsOrTheCardsText) {
   const FirmwareCase cases[] = {
       // name, missing part, whether there is a text, shown
       {"all parts", NONE, true, "6.3.11 (10957)"},
@@ -162,7 +162,7 @@ TEST(ScanFirmware, KeepsTheSignOfItsParts) {
   EXPECT_EQ(card.Adapter(Property::FIRMWARE_VERSION), "2147483647.0.-1 (-2147483648)");
 }
 
-TEST(ScanFirmware, StopsAskingAtTheFirstMissingPart) {
+TEST(ScanFirmware, StopsAtTheFirstMissingPart) {
   ScannedCard card;
   card.Without("fw_current_minor_ver");
   ASSERT_EQ(card.Scan(), 0U);
@@ -231,7 +231,7 @@ TEST(ScanLocateLED, IsSwitchedOffAtTheStart) {
   EXPECT_EQ(card.Host().Cards().Get(card.Name(), "beacon_state"), "false");
 }
 
-TEST(ScanLocateLED, MayFail) {
+TEST(ScanLocateLED, DoesNotFailTheScan) {
   ScannedCard card;
   card.Set("beacon_state", "true");
   CardSim::FailCall("vsl_set_beacon_state", 1, 12, "stuck");
@@ -240,7 +240,7 @@ TEST(ScanLocateLED, MayFail) {
   EXPECT_EQ(card.Host().Operations(card.Host().AdapterId(0)).size(), 4U);
 }
 
-TEST(ScanLocateLED, DecidesWhatIsOffered) {
+TEST(ScanLocateLED, DecidesWhetherLocateIsListed) {
   ScannedCard card;
   card.Without("beacon_state");
   ASSERT_EQ(card.Scan(), 0U);

@@ -52,9 +52,9 @@ TEST(ScanFamily, DecidesDriverAndModel) {
 }
 
 // A supported card lets the plug-in start; the second one is of an unlisted kind.
-class ScanStranger : public testing::TestWithParam<std::uint16_t> {};
+class ScanWithoutAFamily : public testing::TestWithParam<std::uint16_t> {};
 
-TEST_P(ScanStranger, IsCarriedOnWithoutModelAndDriver) {
+TEST_P(ScanWithoutAFamily, HasNeitherModelNorDriver) {
   ScannedCard card;
   SimulatedHost& host = card.Host();
   const std::string stranger = host.AddCard(GetParam());
@@ -69,7 +69,7 @@ TEST_P(ScanStranger, IsCarriedOnWithoutModelAndDriver) {
   EXPECT_EQ(Shown(host, host.DriveId(1), Property::NAME), "Odd One (0)");
 }
 
-TEST_P(ScanStranger, KeepsAnUnknownSegment) {
+TEST_P(ScanWithoutAFamily, KeepsAnUnknownSegment) {
   ScannedCard card;
   SimulatedHost& host = card.Host();
   host.Cards().MakeAbsent(host.AddCard(GetParam()), "pci_domain");
@@ -81,7 +81,7 @@ TEST_P(ScanStranger, KeepsAnUnknownSegment) {
             "PCI:Segment=18446744073709551615&Bus=4&Device=0&Function=0&ID=0");
 }
 
-INSTANTIATE_TEST_SUITE_P(Device, ScanStranger,
+INSTANTIATE_TEST_SUITE_P(Device, ScanWithoutAFamily,
                          testing::Values(0x0000, 0x0FFF, 0x1001, 0x1002, 0x1004, 0x1009, 0x2000,
                                          0x2002, 0x3000, 0x3003, 0xFFFF));
 
@@ -95,7 +95,7 @@ struct PlaceCase {
   const char* location;
 };
 
-TEST(ScanPlace, IsShownInNumbersAndAsText) {
+TEST(ScanLocation, IsShownInNumbersAndAsText) {
   const PlaceCase cases[] = {
       // domain, bus, device, function, location
       {"0", "0", "0", "0", "PCI:Bus=0&Device=0&Function=0"},
@@ -117,7 +117,7 @@ TEST(ScanPlace, IsShownInNumbersAndAsText) {
   }
 }
 
-TEST(ScanPlace, IsZeroWithoutTheCardsAttributes) {
+TEST(ScanLocation, IsZeroWithoutTheCardsAttributes) {
   ScannedCard card;
   card.Without("pci_bus").Without("pci_device").Without("pci_function");
   ASSERT_EQ(card.Scan(), 0U);
@@ -159,7 +159,7 @@ TEST(ScanSegment, ComesFromTheHostsListIfTheRestAgrees) {
   }
 }
 
-TEST(ScanSegment, OfTheCardItselfIsKept) {
+TEST(ScanSegment, IsThatOfTheCardIfItHasOne) {
   ScannedCard card;
   card.Set("pci_domain", "7");
   card.Host().RefreshPciBus();
@@ -188,7 +188,7 @@ TEST(ScanSegment, IsLookedUpByTheNumberOfTheCard) {
 }
 
 // The second card of all is looked for as the second of its family, of which there is only one.
-TEST(ScanSegment, IsLookedUpAmongTheFamilyAlone) {
+TEST(ScanSegment, IsLookedUpWithinTheFamily) {
   ScannedCard card(0x1003);
   SimulatedHost& host = card.Host();
   HideSegment(host, host.AddCard(0x3001), "2");
@@ -197,7 +197,7 @@ TEST(ScanSegment, IsLookedUpAmongTheFamilyAlone) {
   EXPECT_EQ(Shown(host, host.AdapterId(1), Property::UNIQUE_ID), "PCI:Bus=4&Device=0&Function=0");
 }
 
-TEST(ScanSegment, IsFoundForTheSecondFamilyToo) {
+TEST(ScanSegment, IsFoundForTheSecondFamily) {
   ScannedCard card(0x3002);
   HideSegment(card.Host(), card.Name(), "3");
   ASSERT_EQ(card.Scan(), 0U);
@@ -206,7 +206,7 @@ TEST(ScanSegment, IsFoundForTheSecondFamilyToo) {
 
 // The host's number among all adapters.
 
-TEST(ScanGlobalNumber, IsTheSameForOnePlaceInEveryScan) {
+TEST(ScanGlobalNumber, IsTheSameForALocationInEveryScan) {
   auto& numbers = PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs;
   const auto scan = [&] {
     ScannedCard card;
@@ -219,7 +219,7 @@ TEST(ScanGlobalNumber, IsTheSameForOnePlaceInEveryScan) {
   EXPECT_EQ(scan(), first);
 }
 
-TEST(ScanGlobalNumber, IsAnotherOneForAnotherPlace) {
+TEST(ScanGlobalNumber, DiffersBetweenLocations) {
   auto& numbers = PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs;
   const std::size_t before = numbers["localhost"].size();
   ScannedCard card;
@@ -229,7 +229,7 @@ TEST(ScanGlobalNumber, IsAnotherOneForAnotherPlace) {
   EXPECT_EQ(numbers["localhost"].size(), before + 2);
 }
 
-TEST(ScanGlobalNumber, NeedsNoEntryOfTheHost) {
+TEST(ScanGlobalNumber, NeedsNoEntryInTheHostsList) {
   auto& numbers = PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs;
   const auto kept = numbers;
   numbers.clear();
@@ -242,7 +242,7 @@ TEST(ScanGlobalNumber, NeedsNoEntryOfTheHost) {
 
 // Cards that a scan leaves out.
 
-class ScanSkips : public testing::Test {
+class ScanWithASkippedCard : public testing::Test {
  protected:
   void SetUp() override {
     for (int i = 0; i < 3; ++i) m_Host.AddCard();
@@ -259,7 +259,7 @@ class ScanSkips : public testing::Test {
   SimulatedHost m_Host;
 };
 
-TEST_F(ScanSkips, ACardThatCannotBeNamedShiftsNoOther) {
+TEST_F(ScanWithASkippedCard, KeepsThePositionsOfTheOthers) {
   CardSim::FailCall("vsl_iom_create_by_name", 2, 9, "gone");
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(LeveledTraces(m_Host), Contains("16 ScanSystem, vsl_iom_create_by_name = 9 (gone)"));
@@ -268,7 +268,7 @@ TEST_F(ScanSkips, ACardThatCannotBeNamedShiftsNoOther) {
   EXPECT_EQ(m_Host.m_AdapterIDs[1].m_AdapterNumber, 2U);
 }
 
-TEST_F(ScanSkips, ACardThatCannotBeNamedUsesNoIdAndNoHandle) {
+TEST_F(ScanWithASkippedCard, UsesNoIdAndNoHandleForIt) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone");
   const ScanLog log = LogOf(m_Host);
   EXPECT_THAT(log.handles, IsEmpty());
@@ -283,7 +283,7 @@ TEST_F(ScanSkips, ACardThatCannotBeNamedUsesNoIdAndNoHandle) {
   EXPECT_EQ(m_Host.DriveId(1), 0x0130000000000004U);
 }
 
-TEST_F(ScanSkips, AFailureOfTheLibraryIsTracedWithItsWholeText) {
+TEST_F(ScanWithASkippedCard, TracesTheWholeTextOfAFailure) {
   const std::string text(1039, 'x');
   CardSim::FailCall("vsl_iom_create_by_name", 1, 0xFFFFFFFFFFFFFFFF, text);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -291,7 +291,7 @@ TEST_F(ScanSkips, AFailureOfTheLibraryIsTracedWithItsWholeText) {
                                           std::string(ALL_ONES) + " (" + text + ")"));
 }
 
-TEST_F(ScanSkips, ACardThatVanishesBeforeTheScanIsLeftOut) {
+TEST_F(ScanWithASkippedCard, OmitsACardThatVanishesBeforeTheScan) {
   CardSim::SetHook([this](const CardSim::Call& call) {
     if (call.argument == "/dev/fct1") m_Host.Cards().RemoveCard("card1");
   });
@@ -299,7 +299,7 @@ TEST_F(ScanSkips, ACardThatVanishesBeforeTheScanIsLeftOut) {
   EXPECT_THAT(CardIndexes(), ElementsAre("0", "2"));
 }
 
-TEST_F(ScanSkips, LinksEachAdapterToItsDriveAndThePlugin) {
+TEST_F(ScanWithASkippedCard, LinksEachAdapterToItsDriveAndThePlugin) {
   CardSim::FailCall("vsl_iom_create_by_name", 2, 9, "gone");
   ASSERT_EQ(m_Host.Initialize(), 0U);
   Lines tree;

@@ -96,7 +96,7 @@ Lines UpdateDriveRow(const std::string& path) {
 constexpr const char* FIRST_NAME = "SanDisk Flash Adapter 785GB (1)";
 constexpr const char* SECOND_NAME = "SanDisk Flash Adapter 785GB (2)";
 
-TEST_F(ScanOrder, OfAChangeWithAnEvent) {
+TEST_F(ScanOrder, ChangeWithAnEvent) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -121,7 +121,7 @@ TEST_F(ScanOrder, OfAChangeWithAnEvent) {
                                   REST})));
 }
 
-TEST_F(ScanOrder, OfNoChange) {
+TEST_F(ScanOrder, NoChange) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -142,7 +142,7 @@ TEST_F(ScanOrder, OfNoChange) {
 }
 
 // Changed adapters before removed ones, adapters before drives.
-TEST_F(ScanOrder, OfACardThatGoesBesideOneThatChanges) {
+TEST_F(ScanOrder, RemovedCardAndChangedCard) {
   AddCards(2);
   StartWatch();
   AwaitWakeUps(2);
@@ -175,7 +175,7 @@ TEST_F(ScanOrder, OfACardThatGoesBesideOneThatChanges) {
 
 // What was queued is seen at the first call after it, which is a read for the first row. Added
 // adapters come before changed ones, added drives before the upkeep of all drives.
-TEST_F(ScanOrder, OfACardThatComesBesideOneThatChanges) {
+TEST_F(ScanOrder, AddedCardAndChangedCard) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -218,7 +218,7 @@ TEST_F(ScanOrder, OfACardThatComesBesideOneThatChanges) {
 }
 
 // Every read of the quick poll comes before the events' lock, and none of the scan.
-TEST_F(ScanOrder, OfAQuickPollThatSeesAChange) {
+TEST_F(ScanOrder, QuickPollWithAChange) {
   AddCards(2);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -236,7 +236,7 @@ TEST_F(ScanOrder, OfAQuickPollThatSeesAChange) {
                           {"de trace 16 Before ScanSystem()"}})));
 }
 
-TEST_F(ScanOrder, OfAQuickPollThatCannotOpenACard) {
+TEST_F(ScanOrder, QuickPollOfCardsThatCannotBeOpened) {
   AddCards(2);
   StartWatch();
   BeginJournal();
@@ -256,7 +256,7 @@ TEST_F(ScanOrder, OfAQuickPollThatCannotOpenACard) {
 }
 
 // The card is destroyed after the line that says why; the host is called for the event that waits.
-TEST_F(ScanOrder, OfAScanThatFailsWhileAnEventWaits) {
+TEST_F(ScanOrder, FailedScanWithAQueuedEvent) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch();
@@ -279,7 +279,7 @@ TEST_F(ScanOrder, OfAScanThatFailsWhileAnEventWaits) {
                    REST})));
 }
 
-TEST_F(ScanOrder, OfACardWithoutAFormatJob) {
+TEST_F(ScanOrder, CardWithoutAFormatJob) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -295,7 +295,7 @@ TEST_F(ScanOrder, OfACardWithoutAFormatJob) {
 }
 
 // A line with a value follows the read of that value at once.
-TEST_F(ScanOrder, OfTheAgesAndTheirLines) {
+TEST_F(ScanOrder, AgesAndTheirTraces) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -317,7 +317,7 @@ TEST_F(ScanOrder, OfTheAgesAndTheirLines) {
 }
 
 // The host is called before the worker rests, and no lock is taken on the way.
-TEST_F(ScanOrder, OfAWakeUpForTheHost) {
+TEST_F(ScanOrder, WakeUpForTheHost) {
   AddCards(1);
   StartWatch();
   BeginJournal();

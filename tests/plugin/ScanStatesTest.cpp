@@ -36,27 +36,27 @@ class ScanState : public testing::TestWithParam<StateCase> {
   ScannedCard m_Card;
 };
 
-TEST_P(ScanState, OfAHealthyCard) {
+TEST_P(ScanState, DecidesTheStatusOfAHealthyCard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Condition(m_Card), GetParam().healthy);
   const bool failed = std::string(GetParam().healthy).rfind("FAILED", 0) == 0;
   EXPECT_EQ(DriveStatus(), failed ? "FAILED" : "AVAILABLE");
 }
 
-TEST_P(ScanState, OfACardWithAWarning) {
+TEST_P(ScanState, DecidesTheStatusOfACardWithAWarning) {
   m_Card.Set("current_warnings", "0x2").Set("current_info", "0x2");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Condition(m_Card), GetParam().warned);
 }
 
-TEST_P(ScanState, OfACardWithAnError) {
+TEST_P(ScanState, DecidesTheStatusOfACardWithAnError) {
   m_Card.Set("current_errors", "0x100");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Condition(m_Card), GetParam().erroneous);
   EXPECT_EQ(DriveStatus(), "FAILED");
 }
 
-TEST_P(ScanState, AsksForTheMinimalModeOnlyInIt) {
+TEST_P(ScanState, HasItsReasonReadOnlyInMinimalMode) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   const bool minimal = GetParam().state != nullptr && GetParam().state == std::string("5");
   EXPECT_EQ(Count(m_Card.Host().Calls(), "vsl_has_minimal_mode_reason card#1"), minimal ? 1 : 0);
@@ -98,7 +98,7 @@ struct MinimalCase {
   const char* reasons;
 };
 
-TEST(ScanMinimalMode, GivesItsReasonsFromTheLowestBitUp) {
+TEST(ScanMinimalMode, ListsItsReasonsFromTheLowestBitUp) {
   const MinimalCase cases[] = {
       // mask, reasons
       {"0x1", "FIRMWARE_OUT_OF_DATE"},
@@ -185,7 +185,7 @@ TEST(ScanThrottling, IsShownWithItsReasonAfterTheOthers) {
   }
 }
 
-TEST(ScanThrottling, AsksForNoReasonWithoutThrottling) {
+TEST(ScanThrottling, HasNoReasonReadWhenOff) {
   for (const char* state : {"0", "3"}) {
     ScannedCard card;
     card.Set("write_throttling_state", state);
@@ -204,7 +204,7 @@ TEST(ScanThrottling, ComesAfterErrorsInformationAndState) {
 }
 
 // A card at rest is not taken for one on its way: no job of this host runs.
-TEST(ScanWithoutJobs, TakesTheStateAsTheCardGivesIt) {
+TEST(ScanWithoutJobs, ShowsTheStateOfTheCard) {
   for (const auto& [state, activity] : {std::pair("2", "IDLE"), std::pair("0", "IDLE")}) {
     ScannedCard card;
     card.Set("iom_state", state);

@@ -71,7 +71,7 @@ struct MaskCase {
   const char* reasons;
 };
 
-TEST(ScanStatus, TakesReasonsOfErrorsOrWarningsAndThenOfInformation) {
+TEST(ScanStatus, ListsReasonsOfErrorsOrWarningsThenOfInformation) {
   const MaskCase cases[] = {
       // name, errors, warnings, info, status, reasons
       {"none", "0", "0", "0", "OK", "ATTACHED"},
@@ -144,7 +144,7 @@ class ScanFlicker : public testing::Test {
   ScannedCard m_Card;
 };
 
-TEST_F(ScanFlicker, OfOneSampleKeepsTheValueFromBefore) {
+TEST_F(ScanFlicker, InOneSampleKeepsThePreviousValue) {
   m_Card.Set("current_errors", "0x1");
   ChangeAt("current_errors", 3, "0x3");
   ChangeAt("current_errors", 4, "0x1");
@@ -152,35 +152,35 @@ TEST_F(ScanFlicker, OfOneSampleKeepsTheValueFromBefore) {
   EXPECT_EQ(Status(), "OK: ATTACHED");
 }
 
-TEST_F(ScanFlicker, OfTheFirstSampleKeepsTheValueFromBefore) {
+TEST_F(ScanFlicker, InTheFirstSampleKeepsThePreviousValue) {
   m_Card.Set("current_warnings", "0x1");
   ChangeAt("current_warnings", 2, "0x2");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "OK: ATTACHED");
 }
 
-TEST_F(ScanFlicker, OfTheLastSampleKeepsTheValueFromBefore) {
+TEST_F(ScanFlicker, InTheLastSampleKeepsThePreviousValue) {
   m_Card.Set("current_info", "0x2");
   ChangeAt("current_info", 5, "0x0");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "OK: ATTACHED");
 }
 
-TEST_F(ScanFlicker, BeforeTheFirstSampleIsNone) {
+TEST_F(ScanFlicker, BeforeTheFirstSampleDoesNotCount) {
   m_Card.Set("current_errors", "0x1");
   ChangeAt("current_errors", 1, "0x100");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "FAILED: FLASHBACK ATTACHED");
 }
 
-TEST_F(ScanFlicker, OfOneMaskLeavesTheOthers) {
+TEST_F(ScanFlicker, InOneMaskDoesNotAffectTheOthers) {
   m_Card.Set("current_errors", "0x1").Set("current_warnings", "0x1").Set("current_info", "0x2");
   ChangeAt("current_errors", 5, "0x2");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "WARNING: TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED");
 }
 
-TEST_F(ScanFlicker, OfIgnoredBitsIsNone) {
+TEST_F(ScanFlicker, OfIgnoredBitsDoesNotCount) {
   m_Card.Set("current_warnings", "0x1").Set("current_info", "0x2");
   ChangeAt("current_warnings", 3, "0x201");
   ChangeAt("current_info", 3, "0x3");
@@ -188,7 +188,7 @@ TEST_F(ScanFlicker, OfIgnoredBitsIsNone) {
   EXPECT_EQ(Status(), "WARNING: TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED");
 }
 
-TEST_F(ScanFlicker, OfTheSameBitsAmongTheErrorsIsOne) {
+TEST_F(ScanFlicker, OfTheSameBitsAmongTheErrorsCounts) {
   m_Card.Set("current_errors", "0x2");
   ChangeAt("current_errors", 3, "0x202");
   ASSERT_EQ(m_Card.Scan(), 0U);
@@ -207,7 +207,7 @@ TEST(ScanSamples, AreTakenAMillisecondApart) {
   EXPECT_THAT(moments, ElementsAre(0, 1, 2, 3, 4, 4, 5, 6, 7, 8, 8, 9, 10, 11, 12));
 }
 
-TEST(ScanSamples, AreNotTakenOfAMissingMask) {
+TEST(ScanSamples, AreNotTakenForAMissingMask) {
   ScannedCard card;
   card.Without("current_warnings");
   EXPECT_EQ(MsOf([&] { ASSERT_EQ(card.Scan(), 0U); }), 1008U);

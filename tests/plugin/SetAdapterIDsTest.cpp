@@ -39,7 +39,7 @@ class SetAdapterIDs : public testing::Test {
   ScannedCard m_Card;
 };
 
-TEST_F(SetAdapterIDs, NamesAreEmptyBeforeIt) {
+TEST_F(SetAdapterIDs, AdaptersHaveNoNameBeforeIt) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Name(), "");
 }
@@ -50,7 +50,7 @@ TEST_F(SetAdapterIDs, NamesTheAdapterByBoardAndNumber) {
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
 }
 
-TEST_F(SetAdapterIDs, WithNothingLeavesTheNamesAndStartsTheWorker) {
+TEST_F(SetAdapterIDs, WithAnEmptyListKeepsTheNamesAndStartsTheWorker) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(WorkersStarted(), 0);
   EXPECT_EQ(Give({}), 0U);
@@ -58,7 +58,7 @@ TEST_F(SetAdapterIDs, WithNothingLeavesTheNamesAndStartsTheWorker) {
   EXPECT_EQ(WorkersStarted(), 1);
 }
 
-TEST_F(SetAdapterIDs, WithoutANumberLeavesTheNameAndStartsTheWorker) {
+TEST_F(SetAdapterIDs, WithoutANumberKeepsTheEmptyNameAndStartsTheWorker) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(WorkersStarted(), 0);
   EXPECT_EQ(Give({Entry(-1)}), 0U);
@@ -73,7 +73,7 @@ TEST_F(SetAdapterIDs, WithoutANumberKeepsTheNameOfAnEarlierCall) {
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
 }
 
-TEST_F(SetAdapterIDs, PassesOverEntriesOfOtherAddresses) {
+TEST_F(SetAdapterIDs, SkipsEntriesWithOtherAddresses) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   std::vector<PI::CAdapterID> others(4, Entry(7));
   others[0].m_Segment = 1;
@@ -106,7 +106,7 @@ TEST_F(SetAdapterIDs, ASecondCallAppendsToTheFirst) {
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
 }
 
-TEST_F(SetAdapterIDs, ASecondCallNamesWhatTheFirstLeft) {
+TEST_F(SetAdapterIDs, ASecondCallNamesTheRemainingAdapters) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Give({Entry(-1)}), 0U);
   EXPECT_EQ(Give({Entry(6)}), 0U);
@@ -146,7 +146,7 @@ struct ModelCase {
   const char* name;
 };
 
-TEST(SetAdapterIDsByModel, AMoltIsNamedByItsModelAlone) {
+TEST(SetAdapterIDsByModel, AMoltIsNamedByItsModelOnly) {
   const ModelCase cases[] = {
       // device, board name, adapter's name
       {0x3001, "Board", "MOLT EP PX600 (4)"},
@@ -180,7 +180,7 @@ TEST(SetAdapterIDsByModel, ACardOfNoFamilyIsFoundByASegmentOfAllOnes) {
   EXPECT_EQ(Shown(card.Host(), card.Host().AdapterId(1), PI::Property::NAME), "SanDisk  (2)");
 }
 
-TEST_F(SetAdapterIDs, LeavesTheHostsListAndTheDrivesNameAlone) {
+TEST_F(SetAdapterIDs, DoesNotChangeTheHostsListOrTheDrivesName) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   const std::string drive = m_Card.Drive(PI::Property::NAME);
   std::vector<PI::CAdapterID> ids = {Entry(7), Entry(8)};
@@ -191,13 +191,13 @@ TEST_F(SetAdapterIDs, LeavesTheHostsListAndTheDrivesNameAlone) {
   EXPECT_EQ(m_Card.Drive(PI::Property::NAME), drive);
 }
 
-TEST_F(SetAdapterIDs, CountsAsNoChange) {
+TEST_F(SetAdapterIDs, DoesNotCountAsAChange) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Give({Entry(7)}), 0U);
   for (const PI::CObject& object : m_Card.Host().Topology()) EXPECT_EQ(object.m_ChangeCount, 0U);
 }
 
-TEST_F(SetAdapterIDs, TakesNoLockAndAsksNoCard) {
+TEST_F(SetAdapterIDs, TakesNoLockAndCallsNoCard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   m_Card.Host().ForgetCalls();
   m_Card.Host().ForgetTraces();
@@ -209,7 +209,7 @@ TEST_F(SetAdapterIDs, TakesNoLockAndAsksNoCard) {
   EXPECT_THAT(Beginning(m_Card.Host().Traces(8), "Before m_DataLock"), IsEmpty());
 }
 
-TEST_F(SetAdapterIDs, TheNamesAreThoseOfTheTree) {
+TEST_F(SetAdapterIDs, TheTreeShowsTheNames) {
   ASSERT_EQ(m_Card.Host().Start(), 0U);
   Lines names;
   for (const PI::CObject& object : m_Card.Host().Topology()) {

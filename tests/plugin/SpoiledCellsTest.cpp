@@ -54,7 +54,7 @@ class SpoiledCells : public WorkerFixture, public testing::WithParamInterface<Sp
   Cells m_DatabaseLines;
 };
 
-TEST_P(SpoiledCells, AreMetByAWorkerThatGoesOn) {
+TEST_P(SpoiledCells, DoNotStopTheWorker) {
   StartWatch();
   OtherProgram other(File());
   other.Run(std::string("PRAGMA ignore_check_constraints = 1;") + GetParam().sql);

@@ -25,7 +25,7 @@ class ThreadCreation : public WorkerFixture {
   }
 };
 
-TEST_F(ThreadCreation, WithoutAWorkerTheHostIsServedAndNothingIsWatched) {
+TEST_F(ThreadCreation, CommandsWorkAndNothingIsPolledWithoutAWorker) {
   AddCards(1);
   HostKit::FailThreadCreate(1);
   StartWatch();  // the numbers are taken all the same
@@ -42,7 +42,7 @@ TEST_F(ThreadCreation, WithoutAWorkerTheHostIsServedAndNothingIsWatched) {
   ExpectStopWithoutWaiting();
 }
 
-TEST_F(ThreadCreation, OfAWorkerIsTriedAgainWithTheNextNumbers) {
+TEST_F(ThreadCreation, IsRetriedForTheWorkerWithTheNextNumbers) {
   AddCards(1);
   HostKit::FailThreadCreate(1);
   StartWatch();
@@ -54,7 +54,7 @@ TEST_F(ThreadCreation, OfAWorkerIsTriedAgainWithTheNextNumbers) {
 }
 
 // The first worker continues when a second one cannot be started.
-TEST_F(ThreadCreation, OfASecondWorkerDoesNotStopTheFirst) {
+TEST_F(ThreadCreation, FailureForASecondWorkerDoesNotStopTheFirst) {
   AddCards(1);
   StartWatch();
   HostKit::FailThreadCreate(1);
@@ -64,7 +64,7 @@ TEST_F(ThreadCreation, OfASecondWorkerDoesNotStopTheFirst) {
 }
 
 // Then no thread can be canceled; a late job continues on its card as usual.
-TEST_F(ThreadCreation, WithoutAWorkerALateJobIsGivenUpAllTheSame) {
+TEST_F(ThreadCreation, ALateJobIsAbandonedEvenWithoutAWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "40000");
@@ -133,7 +133,7 @@ class EachJobWithoutAThread : public ThreadCreation, public testing::WithParamIn
   unsigned int Check(std::uint64_t adapter) { return m_Host.Check(adapter, GetParam().operation); }
 };
 
-TEST_P(EachJobWithoutAThread, IsNoErrorAndNoEventAndAsksNoCard) {
+TEST_P(EachJobWithoutAThread, CausesNoErrorNoEventAndNoCardCall) {
   StartWith(1);
   ForgetAll();
   HostKit::FailThreadCreate(1);
@@ -150,7 +150,7 @@ TEST_P(EachJobWithoutAThread, IsNoErrorAndNoEventAndAsksNoCard) {
   EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), GetParam().before);
 }
 
-TEST_P(EachJobWithoutAThread, DoesNotCountAsBusyAndTheNextOneRuns) {
+TEST_P(EachJobWithoutAThread, IsNotBusyAndTheNextOneRuns) {
   StartWith(1);
   HostKit::FailThreadCreate(1);
   EXPECT_EQ(Run(FIRST), 0U);
@@ -162,7 +162,7 @@ TEST_P(EachJobWithoutAThread, DoesNotCountAsBusyAndTheNextOneRuns) {
 }
 
 // The slot is its own from then on, and the job that runs is no longer seen.
-TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheJobThatRuns) {
+TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheRunningJob) {
   StartWith(2);
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(Run(FIRST), 0U);
@@ -177,7 +177,7 @@ TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheJobThatRuns) {
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), GetParam().before);
 }
 
-TEST_P(EachJobWithoutAThread, IsNotWaitedForByTheStop) {
+TEST_P(EachJobWithoutAThread, DoesNotDelayTheStop) {
   StartWith(1);
   HostKit::FailThreadCreate(1);
   EXPECT_EQ(Run(FIRST), 0U);

@@ -67,7 +67,7 @@ TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
   EXPECT_EQ(Render(number), "ADAPTER_NUMBER = 2 (label ID, sort 23003)");
 }
 
-TEST(Topology, ShowsThePluginAloneAfterAStartWithoutAScan) {
+TEST(Topology, ShowsOnlyThePluginAfterAStartWithoutAScan) {
   SimulatedHost host;
   host.AddCard();
   CardSim::FailCall("vsl_open", 1, 5, "not today");
@@ -76,7 +76,7 @@ TEST(Topology, ShowsThePluginAloneAfterAStartWithoutAScan) {
 }
 
 // A re-scan comes with every poll interval, 15 s.
-TEST(Topology, ShowsThePluginAloneWhenTheLastCardHasGone) {
+TEST(Topology, ShowsOnlyThePluginAfterTheLastCardIsRemoved) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
   host.Cards().RemoveCard(host.Card());
@@ -97,7 +97,7 @@ class TopologyOfOneCard : public testing::Test {
                   {"rated_endurance_tbytes", "100"}}};
 };
 
-TEST_F(TopologyOfOneCard, CarriesThePropertiesThatEachObjectHasByItself) {
+TEST_F(TopologyOfOneCard, CarriesThePropertiesOfEachObject) {
   for (const PI::CObject& object : m_Host.Topology()) {
     EXPECT_FALSE(object.m_Properties.empty()) << object.m_ID;
     EXPECT_THAT(Rendered(object.m_Properties), ElementsAreArray(m_Host.Rows(object.m_ID)));
@@ -129,7 +129,7 @@ TEST_F(TopologyOfOneCard, IsTheSameAtEachRequest) {
   EXPECT_THAT(second[2].m_Children, IsEmpty());
 }
 
-TEST_F(TopologyOfOneCard, EmptiesWhatTheHostsListHeld) {
+TEST_F(TopologyOfOneCard, ReplacesThePreviousContentsOfTheList) {
   std::vector<PI::CObject> objects(5);
   for (PI::CObject& object : objects) object.m_ID = 99;
   EXPECT_EQ(m_Host.Execute(4, 0, &objects), 0U);
@@ -138,7 +138,7 @@ TEST_F(TopologyOfOneCard, EmptiesWhatTheHostsListHeld) {
 }
 
 // The object id of the request means nothing here.
-TEST_F(TopologyOfOneCard, IsWholeWhateverObjectIsNamed) {
+TEST_F(TopologyOfOneCard, IsCompleteForAnyObjectId) {
   for (const std::uint64_t id : {std::uint64_t{0}, OneCard::DRIVE, ~std::uint64_t{0}}) {
     std::vector<PI::CObject> objects;
     EXPECT_EQ(m_Host.Execute(4, id, &objects), 0U);
@@ -200,7 +200,7 @@ TEST_F(TopologyOfOneCard, ScansNothing) {
   EXPECT_THAT(calls, Each(testing::Not(testing::HasSubstr("temp_internal"))));
 }
 
-TEST_F(TopologyOfOneCard, IsWholeWhenTheCardCannotBeOpened) {
+TEST_F(TopologyOfOneCard, IsCompleteWhenTheCardCannotBeOpened) {
   const std::size_t all = m_Host.Topology()[1].m_Properties.size();
   m_Host.Watch();
   CardSim::FailCall("vsl_open", 1, 5, "not today");
@@ -221,7 +221,7 @@ TEST_F(TopologyOfOneCard, LeavesNoLockHeld) {
 }
 
 // Room for all objects is made before the first one: what is filled does not move.
-TEST(TopologyOfTwoCards, MakesRoomForFiveObjectsAndNoMore) {
+TEST(TopologyOfTwoCards, ReservesRoomForExactlyFiveObjects) {
   OneCard host;
   host.AddCard();
   ASSERT_EQ(host.Initialize(), 0U);
@@ -231,7 +231,7 @@ TEST(TopologyOfTwoCards, MakesRoomForFiveObjectsAndNoMore) {
   EXPECT_EQ(objects.capacity(), 5U);
 }
 
-TEST(TopologyOfTwoCards, AsksOneCardAfterTheOther) {
+TEST(TopologyOfTwoCards, CallsOneCardAfterTheOther) {
   OneCard host;
   host.AddCard();
   ASSERT_EQ(host.Initialize(), 0U);

@@ -539,7 +539,7 @@ class TraceFunction : public testing::Test {
   }
 };
 
-TEST_F(TraceFunction, EachLineShowsTheFunctionThatItIsAbout) {
+TEST_F(TraceFunction, EachLineShowsTheFunctionThatItReports) {
   using Seen = std::set<std::string>;
   std::map<const Row*, Seen> seen;
   Seen unknown;

@@ -40,7 +40,7 @@ class TwinSerialNumbers : public WorkerFixture {
 constexpr const char* FIRST_TWIN = "85568392920039430";   // object 6
 constexpr const char* SECOND_TWIN = "85568392920039432";  // object 8
 
-TEST_F(TwinSerialNumbers, BothAdaptersComeWithADriveEach) {
+TEST_F(TwinSerialNumbers, EachAdapterIsAddedWithADrive) {
   BringTwins();
   EXPECT_THAT(Events(), ElementsAre("11093 severity 2 object 5 SanDisk Flash Adapter 785GB (1) | "
                                     "SanDisk Flash Adapter 785GB (1)",

@@ -146,7 +146,7 @@ class EachField : public WorkerFixture, public testing::WithParamInterface<Field
   }
 };
 
-TEST_P(EachField, CountsOrNot) {
+TEST_P(EachField, CountsAsAChangeOrNot) {
   AddCards(1);
   Apply(GetParam().before);
   StartWatch();
@@ -292,25 +292,25 @@ void ExpectDiffer(const Member<Record>& member, Record stored, bool differ) {
   EXPECT_EQ(Differ(scanned, stored), differ) << member.name;
 }
 
-TEST(RecordComparison, OfAdaptersComparesTheseMembers) {
+TEST(RecordComparison, ComparesTheseMembersOfAdapters) {
   CFusionIOAdapter stored;
   stored.m_StatusReasons = {1, 2};
   for (const AdapterMember& member : ADAPTER_MEMBERS) ExpectDiffer(member, stored, true);
 }
 
-TEST(RecordComparison, OfAdaptersLeavesTheseMembersOut) {
+TEST(RecordComparison, IgnoresTheseMembersOfAdapters) {
   for (const AdapterMember& member : UNCOMPARED_ADAPTER_MEMBERS) {
     ExpectDiffer(member, CFusionIOAdapter(), false);
   }
 }
 
-TEST(RecordComparison, OfDrivesComparesTheseMembers) {
+TEST(RecordComparison, ComparesTheseMembersOfDrives) {
   for (const DriveMember& member : DRIVE_MEMBERS) {
     ExpectDiffer(member, CFusionIOPhysicalDrive(), true);
   }
 }
 
-TEST(RecordComparison, OfDrivesLeavesTheseMembersOut) {
+TEST(RecordComparison, IgnoresTheseMembersOfDrives) {
   for (const DriveMember& member : UNCOMPARED_DRIVE_MEMBERS) {
     ExpectDiffer(member, CFusionIOPhysicalDrive(), false);
   }

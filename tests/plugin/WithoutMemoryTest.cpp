@@ -46,7 +46,7 @@ unsigned int CreateWithoutMemory(IPLUGINAPI** instance) {
   return result;
 }
 
-TEST_F(WithoutMemory, CreateWithoutMemoryMakesNothing) {
+TEST_F(WithoutMemory, CreateFailsAndStoresNull) {
   int stranger = 0;
   IPLUGINAPI* plugin = nullptr;
   const void* garbage = &stranger;
@@ -57,7 +57,7 @@ TEST_F(WithoutMemory, CreateWithoutMemoryMakesNothing) {
   EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
 }
 
-TEST_F(WithoutMemory, CreateWithoutMemoryLeavesAnEarlierPluginPublished) {
+TEST_F(WithoutMemory, CreateKeepsAnEarlierPluginPublished) {
   IPLUGINAPI* first = nullptr;
   ASSERT_EQ(createIf(&first), 0U);
   IPLUGINAPI* second = first;
@@ -67,7 +67,7 @@ TEST_F(WithoutMemory, CreateWithoutMemoryLeavesAnEarlierPluginPublished) {
   releaseIf(&first);
 }
 
-TEST_F(WithoutMemory, CreateWorksAgainAfterTheMemoryIsBack) {
+TEST_F(WithoutMemory, CreateWorksOnceMemoryIsAvailable) {
   IPLUGINAPI* plugin = nullptr;
   ASSERT_EQ(CreateWithoutMemory(&plugin), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(createIf(&plugin), 0U);

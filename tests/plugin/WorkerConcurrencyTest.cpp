@@ -179,7 +179,7 @@ void ExpectWhole(const std::vector<PI::CObject>& objects) {
   EXPECT_EQ(links, objects.size() - 1);
 }
 
-void ReadWhileCardsComeAndGo(Schedule schedule) {
+void ReadWhileCardsAreRemovedAndReturn(Schedule schedule) {
   Busy busy(schedule);
   std::atomic<bool> done{false};
   const auto read = [&] {
@@ -202,12 +202,12 @@ void ReadWhileCardsComeAndGo(Schedule schedule) {
   busy.ExpectNothingLeft();
 }
 
-TEST(WorkerConcurrency, TheTreeIsWholeWhileCardsComeAndGo) {
-  Natively(ReadWhileCardsComeAndGo);
+TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturn) {
+  Natively(ReadWhileCardsAreRemovedAndReturn);
 }
 
-TEST(WorkerConcurrency, TheTreeIsWholeWhileCardsComeAndGoInEveryDrawnSchedule) {
-  InManySchedules(ReadWhileCardsComeAndGo);
+TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEveryDrawnSchedule) {
+  InManySchedules(ReadWhileCardsAreRemovedAndReturn);
 }
 
 // The host takes its locks in the callback, changes the interval and operates drives meanwhile.
@@ -241,11 +241,11 @@ void NotifyAndOperate(Schedule schedule) {
   busy.ExpectNothingLeft();
 }
 
-TEST(WorkerConcurrency, TheHostMayComeBackInTheCallback) {
+TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallback) {
   Natively(NotifyAndOperate);
 }
 
-TEST(WorkerConcurrency, TheHostMayComeBackInTheCallbackInEveryDrawnSchedule) {
+TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEveryDrawnSchedule) {
   InManySchedules(NotifyAndOperate);
 }
 

@@ -83,7 +83,7 @@ Lines Joined(const std::vector<Lines>& parts) {
   return all;
 }
 
-TEST_F(WorkerFaults, TracesItsLifeFromBeginToEnd) {
+TEST_F(WorkerFaults, TracesItsStartItsPassesAndItsEnd) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_errors", "1");
@@ -145,7 +145,7 @@ TEST_F(WorkerFaults, TracesAScanWithEvents) {
            REST})));
 }
 
-TEST_F(WorkerFaults, TracesAScanWithAChangeAlone) {
+TEST_F(WorkerFaults, TracesAScanWithAChangeAndNoEvent) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -156,7 +156,7 @@ TEST_F(WorkerFaults, TracesAScanWithAChangeAlone) {
   EXPECT_THAT(KeptLines(), Contains("2 LEAVE UpdateSystem ret = 0"));
 }
 
-TEST_F(WorkerFaults, TracesAScanThatFailed) {
+TEST_F(WorkerFaults, TracesAFailedScan) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -209,7 +209,7 @@ TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelat
   ExpectNothingLeft();
 }
 
-TEST_F(WorkerFaults, AfterAScanThatFailedTheNextComesAWholeIntervalLater) {
+TEST_F(WorkerFaults, TheScanAfterAFailedOneIsAWholeIntervalLater) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -230,7 +230,7 @@ TEST_F(WorkerFaults, AQuickPollRetriesAFailedScan) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-TEST_F(WorkerFaults, WithoutTheObjectsLockNothingHappens) {
+TEST_F(WorkerFaults, WithoutTheDataLockNothingIsPolled) {
   AddCards(1);
   StartWatch();
   ForgetAll();
@@ -243,7 +243,7 @@ TEST_F(WorkerFaults, WithoutTheObjectsLockNothingHappens) {
   EXPECT_THAT(m_Host.Calls(), SizeIs(24));
 }
 
-TEST_F(WorkerFaults, AScanThatWasDueWaitsForTheObjectsLock) {
+TEST_F(WorkerFaults, ADueScanWaitsForTheDataLock) {
   StartBeforeAScan();
   HostKit::FailLockWait(1, 1);
   AwaitWakeUps();
@@ -271,7 +271,7 @@ TEST_F(WorkerFaults, WithoutTheEventsLockTheScanIsMadeAtTheNextWakeUp) {
   ExpectNothingLeft();
 }
 
-TEST_F(WorkerFaults, TheEventsLockMayBeOutOfReachForLong) {
+TEST_F(WorkerFaults, TheEventsLockCanBeUnavailableForSeveralWakeUps) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -386,7 +386,7 @@ TEST_F(WorkerFaults, AStoppedWorkerEndsAtOnceWhileItWaits) {
   EXPECT_THAT(TimesOf("16 Wait for termination... (Worker)"), IsEmpty());
 }
 
-TEST_F(WorkerFaults, AStoppedWorkerCallsTheHostNoMore) {
+TEST_F(WorkerFaults, AStoppedWorkerDoesNotCallTheHost) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -397,7 +397,7 @@ TEST_F(WorkerFaults, AStoppedWorkerCallsTheHostNoMore) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-TEST_F(WorkerFaults, ASecondDeInitializeFindsNoWorkerAndTakesTheLibraryDownAgain) {
+TEST_F(WorkerFaults, ASecondDeInitializeFindsNoWorkerAndStopsTheLibraryAgain) {
   AddCards(1);
   StartWatch();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
@@ -409,17 +409,17 @@ TEST_F(WorkerFaults, ASecondDeInitializeFindsNoWorkerAndTakesTheLibraryDownAgain
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
 }
 
-TEST_F(WorkerFaults, AWorkerThatIsStuckIsCanceledAfterTwentyFiveSeconds) {
+TEST_F(WorkerFaults, AStuckWorkerIsCanceledAfterTwentyFiveSeconds) {
   ExpectCanceledIn("vsl_open");
 }
 
 // Also while it destroys a handle.
-TEST_F(WorkerFaults, AWorkerThatIsStuckDestroyingAHandleIsCanceledToo) {
+TEST_F(WorkerFaults, AWorkerStuckDestroyingAHandleIsCanceledToo) {
   ExpectCanceledIn("vsl_destroy");
 }
 
 // Whichever of the three is late, the worker is the one that is canceled, and it has ended.
-TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
+TEST_F(WorkerFaults, ALateJobDoesNotAffectAnEndedWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "40000");
@@ -432,7 +432,7 @@ TEST_F(WorkerFaults, ALateJobDoesNotHurtAWorkerThatHasEnded) {
   EXPECT_THAT(Cancellations(), ElementsAre("1 ended, cancel 1", "2 ended, cancel 0"));
 }
 
-TEST_F(WorkerFaults, TwoLateJobsAskAnEndedWorkerTwice) {
+TEST_F(WorkerFaults, TwoLateJobsCancelAnEndedWorkerTwice) {
   AddCards(2);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "40000");
@@ -448,7 +448,7 @@ TEST_F(WorkerFaults, TwoLateJobsAskAnEndedWorkerTwice) {
 
 // In every turn the worker comes first, then the attach job, then the detach job; each that is
 // given up cancels the worker.
-TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsInTurnAndGivesThemUpInThatOrder) {
+TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
   AddCards(2);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "40000");
@@ -481,7 +481,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsInTurnAndGivesThemUpInThatOrder
               ElementsAre("1 ended early, cancel 3", "2 ended, cancel 0", "3 ended, cancel 0"));
 }
 
-TEST_F(WorkerFaults, TwoWorkersWatchWhenNumbersAreGivenTwiceAndBothEnd) {
+TEST_F(WorkerFaults, SettingNumbersTwiceStartsTwoWorkersAndBothEnd) {
   m_OneWorker = false;
   AddCards(1);
   StartWatch();

@@ -75,7 +75,7 @@ TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {
   EXPECT_THAT(ScanTimes(), ElementsAre(10024U, 25060U));
 }
 
-TEST_F(WorkerTiming, AShorterIntervalHoldsFromTheWakeUpThatItCauses) {
+TEST_F(WorkerTiming, AShorterIntervalAppliesFromTheWakeUpThatItCauses) {
   AddCards(1);
   StartWatch("255");
   PassMs(7000);
@@ -86,7 +86,7 @@ TEST_F(WorkerTiming, AShorterIntervalHoldsFromTheWakeUpThatItCauses) {
   EXPECT_THAT(ScanTimes(), ElementsAre(7666U));
 }
 
-TEST_F(WorkerTiming, ALongerIntervalHoldsFromTheWakeUpThatItCauses) {
+TEST_F(WorkerTiming, ALongerIntervalAppliesFromTheWakeUpThatItCauses) {
   AddCards(1);
   StartWatch("2");
   PassMs(500);
@@ -97,7 +97,7 @@ TEST_F(WorkerTiming, ALongerIntervalHoldsFromTheWakeUpThatItCauses) {
 }
 
 // Set after the interval has been restarted some times, and again later.
-TEST_F(WorkerTiming, ANewIntervalHoldsAfterEarlierRestarts) {
+TEST_F(WorkerTiming, ANewIntervalAppliesAfterEarlierRestarts) {
   AddCards(1);
   WithoutMasks("card0");
   StartWatch("15");
@@ -120,7 +120,7 @@ TEST_F(WorkerTiming, AnOperationOfADriveDelaysTheNextQuickPoll) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(9000U));
 }
 
-TEST_F(WorkerTiming, AnIntervalThatWaitsForItsScanIsNotForgottenByAnotherWakeUp) {
+TEST_F(WorkerTiming, AnOverdueScanIsNotForgottenAtAnotherWakeUp) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -133,7 +133,7 @@ TEST_F(WorkerTiming, AnIntervalThatWaitsForItsScanIsNotForgottenByAnotherWakeUp)
   EXPECT_THAT(ScanTimes(), testing::SizeIs(1));
 }
 
-TEST_F(WorkerTiming, WithoutAnyCardItStillMakesFullScansAndAsksNothing) {
+TEST_F(WorkerTiming, WithoutCardsItMakesFullScansAndNoCalls) {
   StartWatch("15", Number::ERR_NO_SUPPORTED_HARDWARE);
   PassMs(41000);
   EXPECT_THAT(WakeUpTimes(),
@@ -144,7 +144,7 @@ TEST_F(WorkerTiming, WithoutAnyCardItStillMakesFullScansAndAsksNothing) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(WorkerTiming, WithoutAnyCardItLetsTheObjectsGo) {
+TEST_F(WorkerTiming, WithoutCardsItReleasesItsLocks) {
   StartWatch("15", Number::ERR_NO_SUPPORTED_HARDWARE);
   PassMs(6000);
   ASSERT_THAT(WakeUpTimes(), ElementsAre(5000U));
@@ -183,7 +183,7 @@ TEST_F(OddInterval, ZeroNeitherSpinsNorStops) {
   EXPECT_THAT(WakeUpTimes(), IsEmpty());
 }
 
-TEST_F(OddInterval, OfOneSecondIsHeld) {
+TEST_F(OddInterval, OfOneSecondIsKept) {
   StartWith(1);
   PassMs(1100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
@@ -193,7 +193,7 @@ TEST_F(OddInterval, OfOneSecondIsHeld) {
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U, 2368U));
 }
 
-TEST_F(OddInterval, AboveTheUsualLimitIsHeld) {
+TEST_F(OddInterval, AboveTheUsualLimitIsKept) {
   StartWith(300);
   PassMs(310000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(101000U, 201012U, 301024U));
@@ -218,7 +218,7 @@ TEST_F(OddInterval, NegativeNeitherSpinsNorBlocksThePlugin) {
   EXPECT_THAT(ScanTimes(), testing::SizeIs(1));
 }
 
-TEST_F(OddInterval, EndsWithTheStopAllTheSame) {
+TEST_F(OddInterval, StillEndsWithTheStop) {
   StartWith(0);
   EXPECT_EQ(m_Host.SetPollInterval(-1, -1, -1), 0U);
   const unsigned long begin = NowMs();

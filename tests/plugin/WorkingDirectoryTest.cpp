@@ -52,12 +52,12 @@ class WorkingDirectory : public WorkerFixture {
 
 using WorkingDirectoryDeathTest = WorkingDirectory;
 
-TEST_F(WorkingDirectoryDeathTest, ThatIsGoneStopsNoStart) {
+TEST_F(WorkingDirectoryDeathTest, CanBeDeletedBeforeAStart) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(StartIn(File()), testing::ExitedWithCode(2), "Plugin FusionIO inserted to db.");
 }
 
-TEST_F(WorkingDirectory, ThatIsGoneStopsNoStartOnAFileNamedByIt) {
+TEST_F(WorkingDirectory, CanBeDeletedBeforeAStartOnARelativePath) {
   AddCards(1);
   Enter();
   DeleteIt();
@@ -67,7 +67,7 @@ TEST_F(WorkingDirectory, ThatIsGoneStopsNoStartOnAFileNamedByIt) {
   DatabaseLife::Begin(":memory:");
 }
 
-TEST_F(WorkingDirectory, ThatIsGoneStopsNoWorkerThatReopensItsFile) {
+TEST_F(WorkingDirectory, CanBeDeletedBeforeTheWorkerReopensItsFile) {
   const DatabaseLife database;
   AddCards(1);
   Enter();
@@ -82,7 +82,7 @@ TEST_F(WorkingDirectory, ThatIsGoneStopsNoWorkerThatReopensItsFile) {
   EXPECT_EQ(m_Host.Topology().size(), 3U);
 }
 
-TEST_F(WorkingDirectory, MayChangeWithoutTheFileFollowing) {
+TEST_F(WorkingDirectory, CanChangeWithoutAffectingTheFile) {
   const DatabaseLife database;
   AddCards(1);
   Enter();

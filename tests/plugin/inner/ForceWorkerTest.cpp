@@ -72,7 +72,7 @@ TEST_F(ForceWorker, FindsWhatAQuickPollDoesNotSee) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-TEST_F(ForceWorker, IsNotForgottenWhileTheObjectsAreOutOfReach) {
+TEST_F(ForceWorker, IsNotForgottenWhileTheDataLockIsUnavailable) {
   Start();
   HostKit::FailLockWait(1, 1);
   Force();
@@ -83,7 +83,7 @@ TEST_F(ForceWorker, IsNotForgottenWhileTheObjectsAreOutOfReach) {
   EXPECT_THAT(ScanTimes(), ElementsAre(6234U));
 }
 
-TEST_F(ForceWorker, IsNotForgottenWhileTheEventsAreOutOfReach) {
+TEST_F(ForceWorker, IsNotForgottenWhileTheEventsLockIsUnavailable) {
   Start();
   HostKit::FailLockWait(2, 1);
   Force();
@@ -94,7 +94,7 @@ TEST_F(ForceWorker, IsNotForgottenWhileTheEventsAreOutOfReach) {
 }
 
 // While the host is called all three come, in the opposite order.
-TEST_F(ForceWorker, ComesBeforeTheStopAndTheStopBeforeTheCallOfTheHost) {
+TEST_F(ForceWorker, IsServedBeforeTheStopAndTheStopBeforeTheHostCall) {
   Start();
   bool first = true;
   m_OnNotify = [&first] {

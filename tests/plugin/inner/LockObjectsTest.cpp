@@ -51,7 +51,7 @@ TEST_F(LockObjects, WithoutAnAdapterMarksEverything) {
   }
 }
 
-TEST_F(LockObjects, OfAnAdapterMarksItsDriveAndNotTheAdapter) {
+TEST_F(LockObjects, WithAnAdapterMarksItsDriveAndNotTheAdapter) {
   const std::pair<int, const char*> cases[] = {
       {0, "----L--"}, {1, "-----L-"}, {2, "------L"}, {3, "-------"}};
   for (const auto& [adapter, marks] : cases) {
@@ -64,7 +64,7 @@ TEST_F(LockObjects, OfAnAdapterMarksItsDriveAndNotTheAdapter) {
 }
 
 // The drive's number matters by its sign alone: with one the first drive is marked, without all.
-TEST_F(LockObjects, OfAnAdapterWithTwoDrivesMarksTheFirstOrBoth) {
+TEST_F(LockObjects, WithAnAdapterOfTwoDrivesMarksTheFirstOrBoth) {
   Drives()[2].m_CardIndex = 1;
   EXPECT_EQ(Lock(1, 5), 0U);
   EXPECT_EQ(Marks(), "-----L-");
@@ -72,14 +72,14 @@ TEST_F(LockObjects, OfAnAdapterWithTwoDrivesMarksTheFirstOrBoth) {
   EXPECT_EQ(Marks(), "-----LL");
 }
 
-TEST_F(LockObjects, AddToTheMarksThatAreThere) {
+TEST_F(LockObjects, AddsToExistingMarks) {
   EXPECT_EQ(Lock(0, 0), 0U);
   EXPECT_EQ(Lock(2, -1), 0U);
   EXPECT_EQ(Marks(), "----L-L");
 }
 
 // A new interval wakes the worker for the host's sake.
-TEST_F(LockObjects, GoesByTheTimeTheHostIsCalled) {
+TEST_F(LockObjects, IsUndoneBeforeTheHostIsCalled) {
   EXPECT_EQ(Lock(-1, -1), 0U);
   std::string marks;
   m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) { marks = Marks(); };
@@ -90,7 +90,7 @@ TEST_F(LockObjects, GoesByTheTimeTheHostIsCalled) {
 
 // Adapters and drives come from each scan without a mark; the plug-in's own stays until there is
 // something to report.
-TEST_F(LockObjects, GoesWithAScanThatCallsTheHost) {
+TEST_F(LockObjects, IsUndoneByAScanThatCallsTheHost) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
   Pass(5000);
   EXPECT_EQ(Lock(-1, -1), 0U);

@@ -40,7 +40,7 @@ class OddRecords : public testing::Test {
   OneCard m_Host;
 };
 
-TEST_F(OddRecords, OfADriveHaveAnIndicatorForEachState) {
+TEST_F(OddRecords, ShowAnIndicatorForEachDriveState) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {40099,
        "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
@@ -58,7 +58,7 @@ TEST_F(OddRecords, OfADriveHaveAnIndicatorForEachState) {
   }
 }
 
-TEST_F(OddRecords, OfAnAdapterHaveTheIndicatorOfHealthForAnyOtherStatus) {
+TEST_F(OddRecords, ShowTheHealthyIndicatorForOtherAdapterStatuses) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {40024, "STATUS = OK of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
       {40150, "STATUS = WARNING of [OK WARNING FAILED] (sort 23127, indicator 24002)"},
@@ -73,7 +73,7 @@ TEST_F(OddRecords, OfAnAdapterHaveTheIndicatorOfHealthForAnyOtherStatus) {
 }
 
 // The number is signed when it is widened.
-TEST_F(OddRecords, OfAnAdapterHaveItsNumberWithItsSign) {
+TEST_F(OddRecords, SignExtendTheAdapterNumber) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {2147483647, "ADAPTER_NUMBER = 2147483647 (label ID, sort 23003)"},
       {2147483648, "ADAPTER_NUMBER = 18446744071562067968 (label ID, sort 23003)"},
@@ -86,7 +86,7 @@ TEST_F(OddRecords, OfAnAdapterHaveItsNumberWithItsSign) {
 }
 
 // A value that is not on its list is shown all the same.
-TEST_F(OddRecords, OfAnAdapterShowChoicesThatAreNotOnTheirList) {
+TEST_F(OddRecords, ShowChoicesThatAreNotOnTheirList) {
   CFusionIOAdapter adapter;
   adapter.m_WriteThrottling = 40024;
   adapter.m_Activity = 40128;

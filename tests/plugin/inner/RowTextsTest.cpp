@@ -50,7 +50,7 @@ class RowTexts : public testing::Test {
   const DatabaseLife m_Database;
 };
 
-TEST_F(RowTexts, OfADrivesStateAreThreeAndElseOK) {
+TEST_F(RowTexts, ShowThreeDriveStatesAndOKOtherwise) {
   const std::pair<std::uint32_t, const char*> cases[] = {{40099, "AVAILABLE"},
                                                          {40180, "AVAILABLE_SMART"},
                                                          {40095, "FAILED"},
@@ -68,7 +68,7 @@ TEST_F(RowTexts, OfADrivesStateAreThreeAndElseOK) {
   }
 }
 
-TEST_F(RowTexts, OfAnAdaptersStatusAreTwoAndElseOK) {
+TEST_F(RowTexts, ShowTwoAdapterStatusesAndOKOtherwise) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {40024, "OK"}, {40150, "WARNING"}, {40095, "FAILED"}, {40099, "OK"},
       {40025, "OK"}, {0, "OK"},          {40151, "OK"},     {4294967295, "OK"}};
@@ -79,7 +79,7 @@ TEST_F(RowTexts, OfAnAdaptersStatusAreTwoAndElseOK) {
   }
 }
 
-TEST_F(RowTexts, OfNumbersWithoutANameAreEmpty) {
+TEST_F(RowTexts, AreEmptyForNumbersWithoutAName) {
   CFusionIOAdapter adapter;
   adapter.m_Activity = 40103;
   adapter.m_StatusReasons = {40393, 40659, 40387, -1};
@@ -89,7 +89,7 @@ TEST_F(RowTexts, OfNumbersWithoutANameAreEmpty) {
 }
 
 // The first piece before a bracket, less the blank; a name with nothing before one stays whole.
-TEST_F(RowTexts, OfADrivesNameEndBeforeTheBracket) {
+TEST_F(RowTexts, EndADrivesNameBeforeTheBracket) {
   const std::pair<const char*, const char*> cases[] = {
       {"Drive (0)", "Drive"}, {"Two Words 1.3TB (0)", "Two Words 1.3TB"},
       {"A (B) (0)", "A"},     {"A ((0)", "A"},
@@ -102,7 +102,7 @@ TEST_F(RowTexts, OfADrivesNameEndBeforeTheBracket) {
   }
 }
 
-TEST_F(RowTexts, AreCutToTheNumbersOfTheirColumns) {
+TEST_F(RowTexts, AreTruncatedToTheirColumnTypes) {
   CFusionIOAdapter adapter;
   adapter.m_FactorySizeMiB = 0x123456789;
   adapter.m_PciSegment = ~std::uint64_t{0};
@@ -128,7 +128,7 @@ TEST_F(RowTexts, AreCutToTheNumbersOfTheirColumns) {
 }
 
 // The nearest number that there is, and 0 for none.
-TEST_F(RowTexts, OfATemperatureThatNoCardHasAreTheNearestNumber) {
+TEST_F(RowTexts, ClampATemperatureOutOfRange) {
   const std::pair<float, int> cases[] = {{2147483520.0F, 2147483520},
                                          {2147483648.0F, 2147483647},
                                          {1e30F, 2147483647},

@@ -44,7 +44,7 @@ TEST_F(ScanSystem, EmptiesBothLists) {
   EXPECT_EQ(m_Drives[0].m_SerialNumber, "fresh");
 }
 
-TEST_F(ScanSystem, EmptiesBothListsAlsoWhenNoCardCanBeOpened) {
+TEST_F(ScanSystem, EmptiesBothListsEvenWhenNoCardCanBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "no");
   EXPECT_EQ(Scan(false), Number::ERR_COMMAND_ERROR);
   EXPECT_TRUE(m_Adapters.empty());

@@ -69,7 +69,7 @@ TEST_F(StoredObjects, KeepNothingOfTheirOperations) {
   EXPECT_EQ(WhatIsKept(), "");
 }
 
-TEST_F(StoredObjects, KeepNothingOverAScanThatChangesThem) {
+TEST_F(StoredObjects, KeepNothingAcrossAScanThatChangesThem) {
   m_Host.Topology();
   m_Host.Set({{"board_name", "Other"}, {"sector_size_bytes", "4096"}});
   Pass(5000);

@@ -284,7 +284,7 @@ TEST(SystemDifference, GivesEventsOfADriveTheScannedNameOfItsAdapter) {
 }
 
 // The stored record gets the masks in its histories, the scanned one the settled masks.
-TEST(SystemDifference, EntersUnsettledMasksInTheHistoriesAlone) {
+TEST(SystemDifference, EntersUnsettledMasksOnlyInTheHistories) {
   Records stored = Cards({1});
   CFusionIOAdapter& before = stored.adapters[0];
   before.m_ChangeCount = 5;
@@ -362,7 +362,7 @@ TEST(SystemDifference, FindsTheDriveOfAnAddedAdapterByItsSerialNumber) {
 }
 
 // A drive that takes over another number is compared with it.
-TEST(SystemDifference, ComparesADriveWithTheNumberThatItHasTakenOver) {
+TEST(SystemDifference, ComparesADriveWithTheNumberThatItTookOver) {
   const Records stored = Cards({1});
   Records scanned = Cards({1});
   scanned.adapters.push_back(Adapter(2));

@@ -118,7 +118,7 @@ TEST_F(UpdateSystem, AddsNoDriveOfAnotherSerialNumber) {
   EXPECT_EQ(Drives()[1].m_GlobalNumber, 78U);
 }
 
-TEST_F(UpdateSystem, AddsAnAdapterAlsoWithoutAnyDrive) {
+TEST_F(UpdateSystem, AddsAnAdapterEvenWithoutADrive) {
   AddAdapter("NEW");
   m_ScannedDrives.clear();
   EXPECT_EQ(Update(), 0U);

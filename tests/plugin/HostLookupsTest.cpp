@@ -18,7 +18,7 @@ constexpr const char* FIRST_FAMILY =
     " of 1AED1000 1AED1003 1AED1005 1AED1006 1AED1007 1AED1008 1AED2001";
 constexpr const char* SECOND_FAMILY = " of 1AED3001 1AED3002";
 
-class HostQuestions : public testing::Test {
+class HostLookups : public testing::Test {
  protected:
   std::string Add(std::uint16_t deviceId, const char* bus, const char* device,
                   const char* function) {
@@ -34,7 +34,7 @@ class HostQuestions : public testing::Test {
 };
 
 // A card that has a domain is not looked up.
-TEST_F(HostQuestions, OfAStartNameEveryAcceptedCard) {
+TEST_F(HostLookups, ListEveryAcceptedDeviceAtTheStart) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Watch.m_Calls,
@@ -42,7 +42,7 @@ TEST_F(HostQuestions, OfAStartNameEveryAcceptedCard) {
 }
 
 // Of two families, the second card being the first of its kind and yet the second of the list.
-TEST_F(HostQuestions, OfACardWithoutADomainNameItsFamilyAndItsNumberInTheList) {
+TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutADomain) {
   m_Host.Cards().MakeAbsent(Add(0x1003, "59", "2", "1"), "pci_domain");
   m_Host.Cards().MakeAbsent(Add(0x3002, "60", "3", "4"), "pci_domain");
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -54,7 +54,7 @@ TEST_F(HostQuestions, OfACardWithoutADomainNameItsFamilyAndItsNumberInTheList) {
 }
 
 // The address of an unlisted card is cut to the width of the number.
-TEST_F(HostQuestions, OfACardOfNoFamilyAreAboutItsNumberAlone) {
+TEST_F(HostLookups, OnlyGenerateANumberForACardOfNoFamily) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   m_Host.Cards().MakeAbsent(Add(0x4000, "60", "3", "4"), "pci_domain");
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -63,7 +63,7 @@ TEST_F(HostQuestions, OfACardOfNoFamilyAreAboutItsNumberAlone) {
                           "GenerateUniqueAdapterNumber for localhost 4294967295 60 3 4"));
 }
 
-TEST_F(HostQuestions, AboutNumbersComeWhenTheHostHasAnEntry) {
+TEST_F(HostLookups, RunAfterTheHostHasAnEntry) {
   PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs.clear();
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   ASSERT_EQ(m_Host.Initialize(), 0U);

@@ -22,7 +22,7 @@ std::string Added(int object, int number) {
          Board(number);
 }
 
-class CardsComeAndGo : public WorkerFixture {
+class CardRemoval : public WorkerFixture {
  protected:
   Lines NextScan() {
     AwaitScans();
@@ -30,7 +30,7 @@ class CardsComeAndGo : public WorkerFixture {
   }
 };
 
-TEST_F(CardsComeAndGo, ACardThatIsGoneIsRemoved) {
+TEST_F(CardRemoval, TheObjectsOfAMissingCardAreRemoved) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -46,7 +46,7 @@ TEST_F(CardsComeAndGo, ACardThatIsGoneIsRemoved) {
   EXPECT_THAT(Notifications(), SizeIs(1));
 }
 
-TEST_F(CardsComeAndGo, ObjectsOfACardThatIsGoneAreUnknown) {
+TEST_F(CardRemoval, RequestsForAMissingCardFail) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -58,7 +58,7 @@ TEST_F(CardsComeAndGo, ObjectsOfACardThatIsGoneAreUnknown) {
 }
 
 // Only a scan notices.
-TEST_F(CardsComeAndGo, AQuickPollDoesNotNoticeThem) {
+TEST_F(CardRemoval, AQuickPollDoesNotDetectThem) {
   AddCards(1);
   StartWatch();
   Hide(0);
@@ -71,7 +71,7 @@ TEST_F(CardsComeAndGo, AQuickPollDoesNotNoticeThem) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-TEST_F(CardsComeAndGo, ACardThatComesBackHasNewIds) {
+TEST_F(CardRemoval, AReturningCardHasNewIds) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -93,7 +93,7 @@ TEST_F(CardsComeAndGo, ACardThatComesBackHasNewIds) {
   EXPECT_EQ(Value(ObjectId(5), PI::Property::STATUS), "OK");
 }
 
-TEST_F(CardsComeAndGo, TheDriveOfANewCardIsTracedAndItsAdapterIsNot) {
+TEST_F(CardRemoval, OnlyTheDriveOfAnAddedCardIsTraced) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -106,7 +106,7 @@ TEST_F(CardsComeAndGo, TheDriveOfANewCardIsTracedAndItsAdapterIsNot) {
   EXPECT_THAT(TimesOf("2 The drive is not found yet!"), SizeIs(1));
 }
 
-TEST_F(CardsComeAndGo, OfACardThatComesBackTheScanTracesItsDrivesTextAlone) {
+TEST_F(CardRemoval, TheScanOfAReturningCardTracesOneMoreLine) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -129,7 +129,7 @@ TEST_F(CardsComeAndGo, OfACardThatComesBackTheScanTracesItsDrivesTextAlone) {
                           "2 The drive is not found yet!"));
 }
 
-TEST_F(CardsComeAndGo, RemovalAndReturnKeepTheirOrderInTheQueue) {
+TEST_F(CardRemoval, RemovalAndReturnKeepTheirOrderInTheQueue) {
   AddCards(2);
   StartWatch();
   Hide(0);
@@ -138,7 +138,7 @@ TEST_F(CardsComeAndGo, RemovalAndReturnKeepTheirOrderInTheQueue) {
   EXPECT_THAT(NextScan(), ElementsAre(Removed(1, 1), Added(5, 1)));
 }
 
-TEST_F(CardsComeAndGo, ReturningCardsTakeTheirPlaceInTheOrderOfTheStart) {
+TEST_F(CardRemoval, ReturningCardsTakeTheirPlaceInTheOrderOfTheStart) {
   AddCards(3);
   StartWatch();
   Hide(0);
@@ -152,7 +152,7 @@ TEST_F(CardsComeAndGo, ReturningCardsTakeTheirPlaceInTheOrderOfTheStart) {
             (std::vector<std::uint64_t>{ObjectId(9), ObjectId(7), ObjectId(5)}));
 }
 
-TEST_F(CardsComeAndGo, AllOfThemMayGoAndComeBack) {
+TEST_F(CardRemoval, AllCardsCanBeRemovedAndReturn) {
   AddCards(2);
   StartWatch();
   Hide(0);
@@ -166,7 +166,7 @@ TEST_F(CardsComeAndGo, AllOfThemMayGoAndComeBack) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(5));
 }
 
-TEST_F(CardsComeAndGo, ACardThatTheStartDidNotFindNeverComes) {
+TEST_F(CardRemoval, ACardMissingAtTheStartIsNeverAdded) {
   AddCards(1);
   StartWatch();
   AddCards(1);
@@ -175,7 +175,7 @@ TEST_F(CardsComeAndGo, ACardThatTheStartDidNotFindNeverComes) {
 }
 
 // It counted at the start and could not be named in the first scan.
-TEST_F(CardsComeAndGo, ACardThatTheFirstScanMissedComesWithTheNext) {
+TEST_F(CardRemoval, ACardMissedByTheFirstScanIsAddedByTheNext) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "late");
   StartWatch();
@@ -186,7 +186,7 @@ TEST_F(CardsComeAndGo, ACardThatTheFirstScanMissedComesWithTheNext) {
 }
 
 // Another card at the same place is the same object to the host.
-TEST_F(CardsComeAndGo, AnotherCardAtTheSamePlaceTakesTheIdsOver) {
+TEST_F(CardRemoval, AnotherCardAtTheSamePositionTakesOverTheIds) {
   AddCards(1);
   StartWatch();
   m_Host.Cards().RemoveCard("card0");
@@ -197,7 +197,7 @@ TEST_F(CardsComeAndGo, AnotherCardAtTheSamePlaceTakesTheIdsOver) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
-TEST_F(CardsComeAndGo, AnIdOfACardThatCannotBeOpenedIsUsedUp) {
+TEST_F(CardRemoval, ACardThatCannotBeOpenedUsesUpAnId) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -212,7 +212,7 @@ TEST_F(CardsComeAndGo, AnIdOfACardThatCannotBeOpenedIsUsedUp) {
   EXPECT_EQ(m_Host.ObjectOf(ObjectId(6)).m_Children, (std::vector<std::uint64_t>{ObjectId(7)}));
 }
 
-TEST_F(CardsComeAndGo, ANewAdapterIsDetachedWithoutAnEventOfItsOwn) {
+TEST_F(CardRemoval, AnAddedDetachedAdapterRaisesNoDetachEvent) {
   AddCards(2);
   StartWatch();
   Hide(1);
@@ -224,7 +224,7 @@ TEST_F(CardsComeAndGo, ANewAdapterIsDetachedWithoutAnEventOfItsOwn) {
   EXPECT_EQ(Reasons(ObjectId(5)), "[DETACHED]");
 }
 
-TEST_F(CardsComeAndGo, TheScanTracesTheCardThatItCannotName) {
+TEST_F(CardRemoval, TheScanTracesACardThatCannotBeFound) {
   AddCards(2);
   StartWatch();
   AwaitWakeUps(2);
