@@ -49,7 +49,7 @@ class CommandOrder : public testing::Test {
   // the worker is watched: no worker takes it.
   void Start() {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Journal.Glance([] {
+    m_Journal.ObserveEveryEntry([] {
       for (const HostKit::EventView& event : HostKit::Events()) {
         if (event.ordinal == 3 && event.set) return "m_PrivateEvent set";
       }

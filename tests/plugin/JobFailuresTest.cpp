@@ -214,7 +214,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   CardSim::FailCall(GetParam().function, 1, 62, "no luck");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
-  EXPECT_THAT(journal.OfOthers(), ElementsAreArray(expected));
+  EXPECT_THAT(journal.PluginEntries(), ElementsAreArray(expected));
   journal.ObserveNow();
   EXPECT_THAT(journal.Entries(), testing::Contains(event).Times(1));
 }

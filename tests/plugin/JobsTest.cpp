@@ -115,7 +115,7 @@ TEST_P(EachJob, TakesItsStepsInOrder) {
   journal.Begin();
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
-  EXPECT_THAT(journal.OfOthers(), ElementsAreArray(expected));
+  EXPECT_THAT(journal.PluginEntries(), ElementsAreArray(expected));
   const Lines all = journal.Entries();
   const auto announced = std::find(all.begin(), all.end(), "d- trace " + GetParam().traces[1]);
   EXPECT_NE(announced, all.end());

@@ -32,7 +32,7 @@ class ScanOrder : public WorkerFixture {
   // The steps of the next wake-up.
   Lines Next() {
     AwaitWakeUps();
-    return Steps(m_Journal.OfOthers());
+    return Steps(m_Journal.PluginEntries());
   }
 
   const DatabaseLife m_Database;
@@ -301,7 +301,7 @@ TEST_F(ScanOrder, AgesAndTheirTraces) {
   AwaitWakeUps(2);
   BeginJournal();
   AwaitWakeUps();
-  const Lines entries = m_Journal.OfOthers();
+  const Lines entries = m_Journal.PluginEntries();
   const auto begin =
       std::find(entries.begin(), entries.end(), "de call vsl_has_first_use_ts card#1");
   ASSERT_GE(entries.end() - begin, 9);
@@ -323,7 +323,7 @@ TEST_F(ScanOrder, WakeUpForTheHost) {
   BeginJournal();
   ASSERT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_OFFLINE), 0U);
   Settle();
-  EXPECT_THAT(m_Journal.OfOthers(),
+  EXPECT_THAT(m_Journal.PluginEntries(),
               ElementsAreArray(
                   Joined({{"-- trace 4 Worker() m_PrivateEvent event received"}, NOTIFY, REST})));
 }

@@ -26,7 +26,7 @@
 
 namespace CorvaneTest {
 
-// Redirects standard output to a file until destroyed.
+// Standard output goes into a file while the object lives.
 class PrintedText {
  public:
   explicit PrintedText(std::filesystem::path file) : m_File(std::move(file)) {
@@ -44,7 +44,7 @@ class PrintedText {
   PrintedText(const PrintedText&) = delete;
   PrintedText& operator=(const PrintedText&) = delete;
 
-  // The output since the last call.
+  // What has come since the last call.
   std::string Next() {
     std::fflush(stdout);
     std::ifstream file(m_File);
@@ -60,9 +60,9 @@ class PrintedText {
   std::size_t m_Read = 0;
 };
 
-// Construct it on the thread of the test while no statement runs, and destroy it before the host.
+// Made by the thread of the test while no statement runs, and destroyed before the host.
 //
-// An entry shows which locks of the plug-in its thread holds, data and events, and what happened:
+// An entry is what it is and which of the plug-in's locks its thread held, data and events:
 // "-- trace 2 ENTER Attach(/dev/fct0)", "d- call vsl_open card#1", "de sql UPDATE host_drive_rows",
 // "-- notify", "-- print Corvane:  Initialize:  adapter count is 1", "-- event 10984".
 class Journal {
@@ -81,7 +81,7 @@ class Journal {
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
-  // Starts recording. Also resets the card library's calls: request failures after it.
+  // From here on. Forgets the card library's calls too; failures of them are ordered afterwards.
   void Begin() {
     CardSim::Reset();
     CardSim::SetHook([this](const CardSim::Call& call) {
@@ -92,7 +92,7 @@ class Journal {
     m_Entries.clear();
   }
 
-  // Records the trace lines. Fixtures with a sink of their own pass each line to `Note` instead.
+  // Takes the trace lines for itself. Fixtures that keep them hand each line to `Note`.
   void TakeTraces() {
     m_TakesTraces = true;
     HostKit::SetTraceSink([this](const HostKit::TraceLine& line) {
@@ -114,40 +114,40 @@ class Journal {
       if (!printed.empty() && printed.back() == '\n') printed.pop_back();
       if (!printed.empty()) m_Entries.push_back({locks + " print " + printed, isOwn});
     }
-    if (m_Glance) {
-      const std::string seen = m_Glance();
+    if (m_EveryEntry) {
+      const std::string seen = m_EveryEntry();
       if (seen != m_Seen) m_Entries.push_back({locks + " " + seen, isOwn});
       m_Seen = seen;
     }
     m_Entries.push_back({locks + " " + text, isOwn});
   }
 
-  // Records the result of `observe` whenever it has changed. It runs before each call and each
-  // statement, on that thread, and may call the plug-in, whose locks are recursive.
+  // What `observe` gives becomes an entry whenever it has changed. It is asked before each call and
+  // each statement, on that thread, and may call the plug-in: its locks can be taken again.
   void Observe(std::function<std::string()> observe) {
     m_Observing = true;
     std::string now = observe();
     m_Observing = false;
     m_Observers.push_back({std::move(observe), std::move(now)});
   }
-  // The same before every entry. This `observe` may use only the kit.
-  void Glance(std::function<std::string()> glance) {
-    m_Glance = std::move(glance);
-    m_Seen = m_Glance();
+  // The same before every entry. `observe` must not call the plug-in.
+  void ObserveEveryEntry(std::function<std::string()> observe) {
+    m_EveryEntry = std::move(observe);
+    m_Seen = m_EveryEntry();
   }
-  // Collects the events before each call and each statement, and records each.
+  // Collects the events before each call and each statement, one entry per event.
   void CollectEvents() { m_Collects = true; }
-  // Records what is printed to `printed`, until `StopPrint`.
+  // Records the text printed into `printed`, until `StopPrint`.
   void Print(PrintedText& printed) { m_pPrinted = &printed; }
   void StopPrint() { m_pPrinted = nullptr; }
 
-  // Observes changes since the last call.
+  // Observes once, for changes after the last call.
   void ObserveNow() {
     if (m_Observing) return;
     std::vector<std::string> news;
     m_Observing = true;
     if (m_Collects) {
-      // A fixed id, because a query for the plug-in's id would read the cards.
+      // The id is written out, because a request for it would call the cards.
       PI::COperation collect;
       collect.m_OperationID = PI::OP_GET_EVENTS;
       m_Host.Execute(PI::CMD_EXECUTE_OPERATION, 0x0130000000000000, &collect);
@@ -167,8 +167,8 @@ class Journal {
   std::vector<std::string> Entries() const {
     return Select([](const Entry&) { return true; });
   }
-  // The entries of the plug-in's threads, without those of the thread of the test.
-  std::vector<std::string> OfOthers() const {
+  // Those of the plug-in's threads only.
+  std::vector<std::string> PluginEntries() const {
     return Select([](const Entry& entry) { return !entry.m_IsOwn; });
   }
 
@@ -212,12 +212,12 @@ class Journal {
   inline static thread_local bool m_Observing = false;
 
   mutable std::mutex m_Mutex;
-  std::function<std::string()> m_Glance;
+  std::function<std::string()> m_EveryEntry;
   std::string m_Seen;
   std::vector<Entry> m_Entries;
 };
 
-// Without the reads of attributes, which are too many.
+// Without the reads of attributes, which are too many to list.
 inline std::vector<std::string> Steps(std::vector<std::string> entries) {
   const auto isRead = [](const std::string& entry) {
     const std::string begin = " call vsl_";
