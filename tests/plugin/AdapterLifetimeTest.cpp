@@ -19,8 +19,8 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 
-constexpr std::uint32_t LIFETIME = 30483;
-constexpr std::uint32_t ENDURANCE = 30494;
+constexpr std::uint32_t LIFETIME = PI::Property::ESTIMATED_LIFETIME;
+constexpr std::uint32_t ENDURANCE = PI::Property::RATED_ENDURANCE_PERCENT;
 constexpr const char* ABSENT = "result 20000";
 
 struct Case {
@@ -176,7 +176,7 @@ TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
 class ReserveStatus : public testing::TestWithParam<Case> {};
 
 TEST_P(ReserveStatus, IsThatOfTheCard) {
-  ExpectRow(GetParam(), 30487);
+  ExpectRow(GetParam(), PI::Property::RESERVE_STATUS);
 }
 
 #define RESERVE_ROW(value) \
@@ -198,8 +198,8 @@ TEST(ReserveTraces, ShowTheValuesOfTheCard) {
   OneCard host(Settings{{"reserve_space_pct", "12.99"}, {"reserve_status", "3"}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  host.Row(OneCard::ADAPTER, 30486);
-  host.Row(OneCard::ADAPTER, 30487);
+  host.Row(OneCard::ADAPTER, PI::Property::REMAINING_RESERVE_SPACE);
+  host.Row(OneCard::ADAPTER, PI::Property::RESERVE_STATUS);
   EXPECT_THAT(host.Traces(16), ElementsAre("GetAdapterProperties, vsl_has_reserve_space_pct = 12",
                                            "GetAdapterProperties, vsl_has_reserve_status = 3"));
 }
@@ -207,7 +207,7 @@ TEST(ReserveTraces, ShowTheValuesOfTheCard) {
 class ReserveSpace : public testing::TestWithParam<Case> {};
 
 TEST_P(ReserveSpace, IsTruncatedTowardZero) {
-  ExpectRow(GetParam(), 30486);
+  ExpectRow(GetParam(), PI::Property::REMAINING_RESERVE_SPACE);
 }
 
 #define SPACE_ROW(percent)             \
@@ -249,8 +249,9 @@ TEST_P(ByteCounters, AreShownInTheLargestUnitThatFits) {
     const std::size_t unit = rest.find(" unit");
     return head + " = " + rest.substr(0, unit) + " (sort " + sort + "," + rest.substr(unit);
   };
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30489), expected("BYTES_READ", "23017"));
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30490), expected("BYTES_WRITTEN", "23018"));
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_READ), expected("BYTES_READ", "23017"));
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_WRITTEN),
+            expected("BYTES_WRITTEN", "23018"));
   const std::string trace = "GetAdapterProperties, vsl_has_total_physical_bytes_";
   EXPECT_THAT(host.Traces(16),
               ElementsAre(trace + "read = " + bytes, trace + "written = " + bytes));
@@ -273,8 +274,8 @@ TEST(AbsentByteCounters, HaveNoRowAndNoTrace) {
       Settings{{"total_physical_bytes_read", nullptr}, {"total_physical_bytes_written", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30489), ABSENT);
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30490), ABSENT);
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_READ), ABSENT);
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_WRITTEN), ABSENT);
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
 
@@ -287,8 +288,8 @@ TEST(ByteCountersWithoutAUnit, HaveNoRowAndNoTrace) {
   const std::vector<std::string> all = host.Rows(OneCard::ADAPTER);
   const NoUnitForBytes none;
   host.Watch();
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30489), ABSENT);
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30490), ABSENT);
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_READ), ABSENT);
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_WRITTEN), ABSENT);
   EXPECT_THAT(host.Traces(16), IsEmpty());
   EXPECT_THAT(host.Calls(), IsSupersetOf({"vsl_total_physical_bytes_read card#1",
                                           "vsl_total_physical_bytes_written card#2"}));
@@ -303,7 +304,7 @@ TEST(ByteCountersWithoutAUnit, HaveNoRowAndNoTrace) {
 class ManufactureDate : public testing::TestWithParam<Case> {};
 
 TEST_P(ManufactureDate, ShowsDateHourAndMinute) {
-  ExpectRow(GetParam(), 30097);
+  ExpectRow(GetParam(), PI::Property::MANUFACTURE_DATE);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -128,8 +128,8 @@ INSTANTIATE_TEST_SUITE_P(
                     CardInState{"Minimal", "5", Number::ERR_GENERAL, Number::ERR_GENERAL},
                     CardInState{"Failed", "6", Number::ERR_GENERAL, Number::ERR_GENERAL},
                     CardInState{"Stopped", "7", Number::ERR_GENERAL, Number::ERR_GENERAL},
-                    CardInState{"Unheard", "8", Number::ERR_GENERAL, Number::ERR_GENERAL},
-                    CardInState{"Untold", "absent", Number::ERR_GENERAL, Number::ERR_GENERAL}),
+                    CardInState{"UnknownState", "8", Number::ERR_GENERAL, Number::ERR_GENERAL},
+                    CardInState{"NoState", "absent", Number::ERR_GENERAL, Number::ERR_GENERAL}),
     [](const auto& each) { return std::string(each.param.name); });
 
 TEST_F(AdapterOperations, CheckUsesTheStateOfTheLastScan) {
@@ -142,7 +142,7 @@ TEST_F(AdapterOperations, CheckUsesTheStateOfTheLastScan) {
 struct LocateLEDCheck {
   const char* name;
   std::uint32_t operation;
-  const char* light;
+  const char* led;
   std::uint32_t result;
 };
 
@@ -155,7 +155,7 @@ class CheckLocateLED : public AdapterOperations,
 
 TEST_P(CheckLocateLED, AsksTheCardItself) {
   StartWith();
-  m_Host.Cards().Set(m_Card, "beacon_state", GetParam().light);
+  m_Host.Cards().Set(m_Card, "beacon_state", GetParam().led);
   EXPECT_EQ(m_Host.Check(ADAPTER, GetParam().operation), GetParam().result);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0",
                                           "vsl_beacon_state card#1", "vsl_destroy card#1"));
@@ -167,7 +167,7 @@ TEST_P(CheckLocateLED, AsksTheCardItself) {
 
 TEST_P(CheckLocateLED, FailsAndDestroysNothingWhenTheCardCannotBeFound) {
   StartWith();
-  m_Host.Cards().Set(m_Card, "beacon_state", GetParam().light);
+  m_Host.Cards().Set(m_Card, "beacon_state", GetParam().led);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 71, "no such device");
   EXPECT_EQ(m_Host.Check(ADAPTER, GetParam().operation), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
@@ -271,14 +271,14 @@ TEST_P(SwitchLocateLED, FailsWhenTheCardCannotBeFound) {
 TEST_P(SwitchLocateLED, DestroysTheHandleWhenTheLocateLEDCannotBeSwitched) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().before);
-  CardSim::FailCall("vsl_set_beacon_state", 1, 74, "broken lamp");
+  CardSim::FailCall("vsl_set_beacon_state", 1, 74, "broken LED");
   EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), Number::ERR_COMMAND_ERROR);
   EXPECT_EQ(m_Host.Cards().Get(m_Card, "beacon_state"), GetParam().before);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", GetParam().call,
                                           "vsl_destroy card#1"));
   EXPECT_THAT(
       m_Host.LeveledTraces(2 | 16),
-      ElementsAre(Enter(), "16 ExecuteAdapterOperation, vsl_set_beacon_state = 74 (broken lamp)",
+      ElementsAre(Enter(), "16 ExecuteAdapterOperation, vsl_set_beacon_state = 74 (broken LED)",
                   "2 LEAVE AdapterExecuteOperation() -> 20003"));
 }
 

@@ -9,6 +9,8 @@
 namespace CorvaneTest {
 namespace {
 
+namespace Property = PI::Property;
+
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
@@ -83,7 +85,8 @@ TEST(AdapterProperties, ExcludeThoseOfOtherObjects) {
         Number::Property::TYPE, Number::Property::PHYSICAL_SIZE,
         Number::Property::CONFIGURABLE_SIZE, Number::Property::VERSION,
         Number::Property::RANGE_PARAM, Number::Property::PORT_NUMBER, Number::Property::BLOCK_SIZE,
-        Number::Property::FORMATTED_SIZE, 35016U, 40024U, 4294967295U}) {
+        Number::Property::FORMATTED_SIZE, std::uint32_t{PI::ShortName::BUS},
+        std::uint32_t{PI::Value::OK}, 4294967295U}) {
     EXPECT_EQ(host.Row(OneCard::ADAPTER, property), "result 20000") << property;
   }
 }
@@ -91,8 +94,8 @@ TEST(AdapterProperties, ExcludeThoseOfOtherObjects) {
 TEST(AdapterProperties, ReplaceThePreviousContentsOfTheList) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
-  std::vector<PI::CProperty> list(3, PI::CProperty(PI::Property::VERSION, true));
-  EXPECT_EQ(host.Execute(5, OneCard::ADAPTER, &list), 0U);
+  std::vector<PI::CProperty> list(3, PI::CProperty(Property::VERSION, true));
+  EXPECT_EQ(host.Execute(PI::CMD_GET_PROPERTIES, OneCard::ADAPTER, &list), 0U);
   EXPECT_THAT(Rendered(list), ElementsAreArray(ALL_ROWS));
 }
 
@@ -103,11 +106,13 @@ TEST(AdapterProperties, CannotBeWritten) {
   for (const RowNumbers& row : ALL_NUMBERS) {
     PI::CProperty property(static_cast<PI::_PROPERTY_ID>(row.property), true);
     property.SetValue(std::string("other"));
-    EXPECT_EQ(host.Execute(7, OneCard::ADAPTER, &property), Number::ERR_INVALID_PROPERTY)
+    EXPECT_EQ(host.Execute(PI::CMD_SET_PROPERTY, OneCard::ADAPTER, &property),
+              Number::ERR_INVALID_PROPERTY)
         << row.property;
   }
-  PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
-  EXPECT_EQ(host.Execute(7, OneCard::ADAPTER, &interval), Number::ERR_INVALID_PROPERTY);
+  PI::CProperty interval(Property::POLL_INTERVAL, true);
+  EXPECT_EQ(host.Execute(PI::CMD_SET_PROPERTY, OneCard::ADAPTER, &interval),
+            Number::ERR_INVALID_PROPERTY);
   EXPECT_THAT(host.Calls(), IsEmpty());
   EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(ALL_ROWS));
 }
@@ -117,16 +122,18 @@ TEST(AdapterProperties, ShowTheNumberOfTheSecondCard) {
   host.AddCard(0x3001);
   ASSERT_EQ(host.Start(), 0U);
   const std::uint64_t second = host.AdapterId(1);
-  EXPECT_EQ(host.Row(second, 30120), "ADAPTER_NUMBER = 1 (label ID, sort 23003)");
-  EXPECT_EQ(host.Row(second, 30007), R"~(NAME = "MOLT EP PX600 (2)" (sort 23081))~");
-  EXPECT_EQ(host.Row(second, 30247), R"(OS_DEVICE = "/dev/fct1" (sort 23090))");
-  EXPECT_EQ(host.Row(second, 30266), R"(DRIVER_NAME = "iomemory_vsl4" (sort 23041))");
+  EXPECT_EQ(host.Row(second, Property::ADAPTER_NUMBER),
+            "ADAPTER_NUMBER = 1 (label ID, sort 23003)");
+  EXPECT_EQ(host.Row(second, Property::NAME), R"~(NAME = "MOLT EP PX600 (2)" (sort 23081))~");
+  EXPECT_EQ(host.Row(second, Property::OS_DEVICE), R"(OS_DEVICE = "/dev/fct1" (sort 23090))");
+  EXPECT_EQ(host.Row(second, Property::DRIVER_NAME),
+            R"(DRIVER_NAME = "iomemory_vsl4" (sort 23041))");
 }
 
 TEST(AdapterProperties, HaveAnEmptyNameUntilTheHostAssignsANumber) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30007), R"(NAME = "" (sort 23081))");
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::NAME), R"(NAME = "" (sort 23081))");
 }
 
 // A card of no known family that has no segment attribute is shown without a segment.
@@ -137,10 +144,10 @@ TEST(AdapterProperties, ShowAnUnknownSegment) {
   ASSERT_EQ(host.Initialize(), 0U);
   const std::uint64_t second = host.AdapterId(1);
   const std::string row = "PCI_SEGMENT = 18446744073709551615 (label SEGMENT, sort 23134)";
-  EXPECT_EQ(host.Row(second, 30479), row);
-  EXPECT_EQ(host.RowInList(second, 30479), row);
-  EXPECT_EQ(host.Row(second, 30266), R"(DRIVER_NAME = "" (sort 23041))");
-  EXPECT_EQ(host.Row(second, 30063), R"(PRODUCT = "" (sort 23102))");
+  EXPECT_EQ(host.Row(second, Property::PCI_SEGMENT), row);
+  EXPECT_EQ(host.RowInList(second, Property::PCI_SEGMENT), row);
+  EXPECT_EQ(host.Row(second, Property::DRIVER_NAME), R"(DRIVER_NAME = "" (sort 23041))");
+  EXPECT_EQ(host.Row(second, Property::PRODUCT), R"(PRODUCT = "" (sort 23102))");
 }
 
 // One row on one card, in the list and alone. The result is 20000 if the row is not shown.
@@ -174,51 +181,60 @@ const char* const ABSENT = "result 20000";
 INSTANTIATE_TEST_SUITE_P(
     Identity, AdapterRow,
     testing::Values(
-        Case{"NoSlot", {{"pci_slot_num", nullptr}}, 30062, ABSENT},
-        Case{"SlotZero", {{"pci_slot_num", "0"}}, 30062, "PCI_SLOT = 0 (label SLOT, sort 23139)"},
+        Case{"NoSlot", {{"pci_slot_num", nullptr}}, Property::PCI_SLOT, ABSENT},
+        Case{"SlotZero",
+             {{"pci_slot_num", "0"}},
+             Property::PCI_SLOT,
+             "PCI_SLOT = 0 (label SLOT, sort 23139)"},
         Case{"SlotLargest",
              {{"pci_slot_num", "255"}},
-             30062,
+             Property::PCI_SLOT,
              "PCI_SLOT = 255 (label SLOT, sort 23139)"},
         Case{"SegmentZero",
              {{"pci_domain", "0"}},
-             30479,
+             Property::PCI_SEGMENT,
              "PCI_SEGMENT = 0 (label SEGMENT, sort 23134)"},
         Case{"SegmentLargest",
              {{"pci_domain", "65535"}},
-             30479,
+             Property::PCI_SEGMENT,
              "PCI_SEGMENT = 65535 (label SEGMENT, sort 23134)"},
         Case{"LocationWithoutSegment",
              {{"pci_domain", "0"}},
-             30137,
+             Property::UNIQUE_ID,
              R"(UNIQUE_ID = "PCI:Bus=3&Device=0&Function=0" (visible 0))"},
-        Case{"NoBus", {{"pci_bus", nullptr}}, 30037, "PCI_BUS = 0 (label BUS, sort 23132)"},
-        Case{"NoBoardName", {{"board_name", nullptr}}, 30063, R"(PRODUCT = "" (sort 23102))"},
+        Case{"NoBus",
+             {{"pci_bus", nullptr}},
+             Property::PCI_BUS,
+             "PCI_BUS = 0 (label BUS, sort 23132)"},
+        Case{"NoBoardName",
+             {{"board_name", nullptr}},
+             Property::PRODUCT,
+             R"(PRODUCT = "" (sort 23102))"},
         Case{"EmptySerialNumber",
              {{"serial_number", "\"\""}},
-             30022,
+             Property::SERIAL_NUMBER,
              R"(SERIAL_NUMBER = "" (sort 23116))"},
-        Case{"NoDriverVersion", {{"driver_version", nullptr}}, 30018, ABSENT},
-        Case{"EmptyDriverVersion", {{"driver_version", "\"\""}}, 30018, ABSENT},
+        Case{"NoDriverVersion", {{"driver_version", nullptr}}, Property::DRIVER_VERSION, ABSENT},
+        Case{"EmptyDriverVersion", {{"driver_version", "\"\""}}, Property::DRIVER_VERSION, ABSENT},
         Case{"FirmwareAsOneText",
              {{"fw_current_revision", nullptr}, {"fw_current_version", "v6.3.11"}},
-             30020,
+             Property::FIRMWARE_VERSION,
              R"(FIRMWARE_VERSION = "v6.3.11" (sort 23051))"},
         Case{"NoFirmware",
              {{"fw_current_major_ver", nullptr}, {"fw_current_version", nullptr}},
-             30020,
+             Property::FIRMWARE_VERSION,
              ABSENT},
         Case{"EmptyFirmware",
              {{"fw_current_major_ver", nullptr}, {"fw_current_version", "\"\""}},
-             30020,
+             Property::FIRMWARE_VERSION,
              ABSENT},
         Case{"NoSize",
              {{"factory_size_bytes", nullptr}},
-             30035,
+             Property::MEMORY_SIZE,
              "MEMORY_SIZE = 0 (sort 23078, unit 21002)"},
         Case{"SizeBelowOneMiB",
              {{"factory_size_bytes", "1048575"}},
-             30035,
+             Property::MEMORY_SIZE,
              "MEMORY_SIZE = 0 (sort 23078, unit 21002)"}),
     NameOfCase);
 
@@ -227,58 +243,83 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Case{"NoTemperature",
              {{"temp_internal_deg_c", nullptr}},
-             30442,
+             Property::CHIP_TEMPERATURE,
              "CHIP_TEMPERATURE = 0f (sort 23024, unit 21000, format 8)"},
         Case{"Frost",
              {{"temp_internal_deg_c", "-12.5"}},
-             30442,
+             Property::CHIP_TEMPERATURE,
              "CHIP_TEMPERATURE = -12.5f (sort 23024, unit 21000, format 8)"},
-        Case{"NoSlotPower", {{"pcie_slot_power_watts", nullptr}}, 30503, ABSENT},
-        Case{"SlotPowerZero", {{"pcie_slot_power_watts", "0.0"}}, 30503, ABSENT},
-        Case{"SlotPowerNegative", {{"pcie_slot_power_watts", "-1.5"}}, 30503, ABSENT},
+        Case{"NoSlotPower", {{"pcie_slot_power_watts", nullptr}}, Property::SLOT_POWER, ABSENT},
+        Case{"SlotPowerZero", {{"pcie_slot_power_watts", "0.0"}}, Property::SLOT_POWER, ABSENT},
+        Case{
+            "SlotPowerNegative", {{"pcie_slot_power_watts", "-1.5"}}, Property::SLOT_POWER, ABSENT},
         Case{"SlotPowerTiny",
              {{"pcie_slot_power_watts", "0.125"}},
-             30503,
+             Property::SLOT_POWER,
              "SLOT_POWER = 0.125f (sort 23118, unit 21028, format 16)"},
-        Case{"NoPowerLimit", {{"power_limit_watts", nullptr}}, 30504, ABSENT},
-        Case{"PowerLimitZero", {{"power_limit_watts", "0.0"}}, 30504, ABSENT},
-        Case{"PowerLimitNegative", {{"power_limit_watts", "-0.5"}}, 30504, ABSENT},
-        Case{"NoWarningTemperature", {{"temp_internal_warn_deg_c", nullptr}}, 30354, ABSENT},
-        Case{"WarningTemperatureZero", {{"temp_internal_warn_deg_c", "0.0"}}, 30354, ABSENT},
-        Case{"WarningTemperatureNegative", {{"temp_internal_warn_deg_c", "-40.0"}}, 30354, ABSENT},
-        Case{"NoCriticalTemperature", {{"temp_setpoint_high_deg_c", nullptr}}, 30355, ABSENT},
-        Case{"CriticalTemperatureZero", {{"temp_setpoint_high_deg_c", "0.0"}}, 30355, ABSENT},
-        Case{"CriticalTemperatureNegative", {{"temp_setpoint_high_deg_c", "-1.0"}}, 30355, ABSENT},
+        Case{"NoPowerLimit", {{"power_limit_watts", nullptr}}, Property::POWER_LIMIT, ABSENT},
+        Case{"PowerLimitZero", {{"power_limit_watts", "0.0"}}, Property::POWER_LIMIT, ABSENT},
+        Case{"PowerLimitNegative", {{"power_limit_watts", "-0.5"}}, Property::POWER_LIMIT, ABSENT},
+        Case{"NoWarningTemperature",
+             {{"temp_internal_warn_deg_c", nullptr}},
+             Property::HIGH_WARNING_TEMPERATURE,
+             ABSENT},
+        Case{"WarningTemperatureZero",
+             {{"temp_internal_warn_deg_c", "0.0"}},
+             Property::HIGH_WARNING_TEMPERATURE,
+             ABSENT},
+        Case{"WarningTemperatureNegative",
+             {{"temp_internal_warn_deg_c", "-40.0"}},
+             Property::HIGH_WARNING_TEMPERATURE,
+             ABSENT},
+        Case{"NoCriticalTemperature",
+             {{"temp_setpoint_high_deg_c", nullptr}},
+             Property::HIGH_CRITICAL_TEMPERATURE,
+             ABSENT},
+        Case{"CriticalTemperatureZero",
+             {{"temp_setpoint_high_deg_c", "0.0"}},
+             Property::HIGH_CRITICAL_TEMPERATURE,
+             ABSENT},
+        Case{"CriticalTemperatureNegative",
+             {{"temp_setpoint_high_deg_c", "-1.0"}},
+             Property::HIGH_CRITICAL_TEMPERATURE,
+             ABSENT},
         Case{"NoExternalPowerNeeded",
              {{"external_power_requirement", "0"}},
-             30501,
+             Property::EXTERNAL_POWER_REQUIREMENT,
              "EXTERNAL_POWER_REQUIREMENT = NONE of [NONE OPTIONAL REQUIRED] (sort 23047)"},
         Case{"NoExternalPowerConnected",
              {{"external_power_requirement", "0"}, {"external_power_connected", "true"}},
-             30502,
+             Property::EXTERNAL_POWER_CONNECTED,
              ABSENT},
-        Case{"ExternalPowerNotTold", {{"external_power_requirement", nullptr}}, 30502, ABSENT},
-        Case{"ExternalPowerUnheardOf", {{"external_power_requirement", "3"}}, 30502, ABSENT},
+        Case{"ExternalPowerAbsent",
+             {{"external_power_requirement", nullptr}},
+             Property::EXTERNAL_POWER_CONNECTED,
+             ABSENT},
+        Case{"ExternalPowerUnknown",
+             {{"external_power_requirement", "3"}},
+             Property::EXTERNAL_POWER_CONNECTED,
+             ABSENT},
         Case{"ExternalPowerOptional",
              {{"external_power_requirement", "1"}},
-             30501,
+             Property::EXTERNAL_POWER_REQUIREMENT,
              "EXTERNAL_POWER_REQUIREMENT = OPTIONAL of [NONE OPTIONAL REQUIRED] (sort 23047)"},
         Case{"ExternalPowerOptionalAndOff",
              {{"external_power_requirement", "1"}, {"external_power_connected", "false"}},
-             30502,
+             Property::EXTERNAL_POWER_CONNECTED,
              "EXTERNAL_POWER_CONNECTED = false (sort 23048)"},
         Case{"ExternalPowerConnectionNotTold",
              {{"external_power_requirement", "2"}, {"external_power_connected", nullptr}},
-             30502,
+             Property::EXTERNAL_POWER_CONNECTED,
              "EXTERNAL_POWER_CONNECTED = false (sort 23048)"},
         Case{"NoReserveThreshold",
              {{"reserve_warning_threshold_percent", nullptr}},
-             30488,
+             Property::RESERVE_WARNING_THRESHOLD,
              "RESERVE_WARNING_THRESHOLD = 1 in 1..100 step 1 (label WARNING_THRESHOLD, sort 23113, "
              "unit 21010)"},
         Case{"ReserveThresholdBelowItsRange",
              {{"reserve_warning_threshold_percent", "0.9"}},
-             30488,
+             Property::RESERVE_WARNING_THRESHOLD,
              "RESERVE_WARNING_THRESHOLD = 0 in 1..100 step 1 (label WARNING_THRESHOLD, sort 23113, "
              "unit 21010)"}),
     NameOfCase);
@@ -289,52 +330,52 @@ INSTANTIATE_TEST_SUITE_P(
     State, AdapterRow,
     testing::Values(Case{"Healthy",
                          {},
-                         30017,
+                         Property::STATUS,
                          "STATUS = OK of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
                     Case{"Warned",
                          {{"current_warnings", "2"}},
-                         30017,
+                         Property::STATUS,
                          "STATUS = WARNING of [OK WARNING FAILED] (sort 23127, indicator 24002)"},
                     Case{"Broken",
                          {{"current_errors", "1"}},
-                         30017,
+                         Property::STATUS,
                          "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
                     Case{"BrokenAndWarned",
                          {{"current_errors", "1"}, {"current_warnings", "2"}},
-                         30017,
+                         Property::STATUS,
                          "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
                     Case{"StateNotTold",
                          {{"iom_state", nullptr}},
-                         30017,
+                         Property::STATUS,
                          "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
-                    Case{"NoReasons", {{"iom_state", "6"}}, 30165, ABSENT},
+                    Case{"NoReasons", {{"iom_state", "6"}}, Property::ADDITIONAL_STATUS, ABSENT},
                     Case{"NotThrottled",
                          {{"write_throttling_state", "0"}},
-                         30468,
+                         Property::WRITE_THROTTLING,
                          "WRITE_THROTTLING = NONE of [NONE PARTIAL COMPLETE] (sort 23147)"},
                     Case{"FullyThrottled",
                          {{"write_throttling_state", "2"}},
-                         30468,
+                         Property::WRITE_THROTTLING,
                          "WRITE_THROTTLING = COMPLETE of [NONE PARTIAL COMPLETE] (sort 23147)"},
                     Case{"ThrottlingUnheardOf",
                          {{"write_throttling_state", "3"}},
-                         30468,
+                         Property::WRITE_THROTTLING,
                          "WRITE_THROTTLING = NONE of [NONE PARTIAL COMPLETE] (sort 23147)"},
-                    Case{"Detached", {{"iom_state", "0"}}, 30054, IDLE},
+                    Case{"Detached", {{"iom_state", "0"}}, Property::ACTIVITY, IDLE},
                     Case{"Attaching",
                          {{"iom_state", "1"}},
-                         30054,
+                         Property::ACTIVITY,
                          "ACTIVITY = ATTACHING of [IDLE BUSY ATTACHING DETACHING] (sort 23002)"},
-                    Case{"Attached", {{"iom_state", "2"}}, 30054, IDLE},
+                    Case{"Attached", {{"iom_state", "2"}}, Property::ACTIVITY, IDLE},
                     Case{"Detaching",
                          {{"iom_state", "3"}},
-                         30054,
+                         Property::ACTIVITY,
                          "ACTIVITY = DETACHING of [IDLE BUSY ATTACHING DETACHING] (sort 23002)"},
                     Case{"Busy",
                          {{"iom_state", "4"}},
-                         30054,
+                         Property::ACTIVITY,
                          "ACTIVITY = BUSY of [IDLE BUSY ATTACHING DETACHING] (sort 23002)"},
-                    Case{"Stopped", {{"iom_state", "7"}}, 30054, IDLE}),
+                    Case{"Stopped", {{"iom_state", "7"}}, Property::ACTIVITY, IDLE}),
     NameOfCase);
 
 }  // namespace

@@ -15,6 +15,8 @@
 namespace CorvaneTest {
 namespace {
 
+namespace Property = PI::Property;
+
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -92,7 +94,7 @@ TEST_F(AdapterReading, TracesEntryExitAndTheCardsValues) {
 }
 
 TEST_F(AdapterReading, TracesOnlyTheRequestedRow) {
-  m_Host.Row(OneCard::ADAPTER, 30494);
+  m_Host.Row(OneCard::ADAPTER, Property::RATED_ENDURANCE_PERCENT);
   EXPECT_THAT(m_Host.LeveledTraces(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "4 GetProperty() Adapter = 1", "2 ENTER AdapterGetProperties (0)",
@@ -106,7 +108,7 @@ TEST(AdapterReadingOfTwoCards, TracesTheCardsNumber) {
   ASSERT_EQ(host.Initialize(), 0U);
   const std::uint64_t second = host.AdapterId(1);
   host.Watch();
-  host.Row(second, 30007);
+  host.Row(second, Property::NAME);
   EXPECT_THAT(host.Traces(2),
               ElementsAre("ENTER AdapterGetProperties (1)", "LEAVE AdapterGetProperties -> 0"));
   EXPECT_EQ(host.Calls().front(), "vsl_iom_create_by_name /dev/fct1");
@@ -125,7 +127,7 @@ TEST_F(AdapterReading, OpensTheCardEvenForARecordedRow) {
 }
 
 TEST_F(AdapterReading, OpensTheCardEvenForAnUnknownProperty) {
-  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30005), "result 20000");
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, Property::POLL_INTERVAL), "result 20000");
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_close card#1", "vsl_destroy card#1"));
 }
@@ -160,9 +162,12 @@ TEST_P(AdapterReadingOfOneRow, CallsTheCardForThatRowOnly) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, AdapterReadingOfOneRow,
-    testing::Values(RowCalls{"Lifetime", 30483, 2, 6}, RowCalls{"ReserveSpace", 30486, 8, 2},
-                    RowCalls{"ReserveStatus", 30487, 10, 2}, RowCalls{"BytesRead", 30489, 12, 2},
-                    RowCalls{"BytesWritten", 30490, 14, 2}, RowCalls{"Endurance", 30494, 16, 4}),
+    testing::Values(RowCalls{"Lifetime", Property::ESTIMATED_LIFETIME, 2, 6},
+                    RowCalls{"ReserveSpace", Property::REMAINING_RESERVE_SPACE, 8, 2},
+                    RowCalls{"ReserveStatus", Property::RESERVE_STATUS, 10, 2},
+                    RowCalls{"BytesRead", Property::BYTES_READ, 12, 2},
+                    RowCalls{"BytesWritten", Property::BYTES_WRITTEN, 14, 2},
+                    RowCalls{"Endurance", Property::RATED_ENDURANCE_PERCENT, 16, 4}),
     [](const auto& each) { return each.param.name; });
 
 // The card at the moment of the request; the record from the last scan.
@@ -170,11 +175,11 @@ TEST_F(AdapterReading, ShowsLiveValuesBesideRecordedOnes) {
   m_Host.Set({{"temp_internal_deg_c", "99.5"},
               {"total_physical_bytes_read", "2048"},
               {"reserve_status", "0"}});
-  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30442),
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, Property::CHIP_TEMPERATURE),
             "CHIP_TEMPERATURE = 51.7f (sort 23024, unit 21000, format 8)");
-  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30489),
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, Property::BYTES_READ),
             "BYTES_READ = 2f (sort 23017, unit 21001, format 8, fixed 0)");
-  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, 30487),
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, Property::RESERVE_STATUS),
             "RESERVE_STATUS = HEALTHY of [HEALTHY WARNING DEPLETED] (label STATUS, sort 23112, "
             "fixed 0)");
 }
@@ -182,7 +187,7 @@ TEST_F(AdapterReading, ShowsLiveValuesBesideRecordedOnes) {
 TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeFound) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 19, "no such card");
   std::vector<PI::CProperty> list;
-  EXPECT_EQ(m_Host.Execute(5, OneCard::ADAPTER, &list), 0U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::ADAPTER, &list), 0U);
   EXPECT_EQ(list.size(), 30U);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
   EXPECT_THAT(m_Host.Traces(16), IsEmpty());
@@ -220,9 +225,9 @@ TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
 
 TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
-  PI::CProperty payload(PI::Property::BYTES_READ, true);
+  PI::CProperty payload(Property::BYTES_READ, true);
   payload.SetValue(std::string("mine"));
-  EXPECT_EQ(m_Host.Execute(6, OneCard::ADAPTER, &payload), Number::ERR_GENERAL);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTY, OneCard::ADAPTER, &payload), Number::ERR_GENERAL);
   EXPECT_EQ(payload.m_Value.m_String.m_Text, "mine");
   EXPECT_TRUE(payload.m_Writable);
 }
@@ -254,22 +259,32 @@ TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
 
 INSTANTIATE_TEST_SUITE_P(
     Each, AdapterWithoutAnAttribute,
-    testing::Values(
-        Lacking{"rated_endurance_tbytes", {30483, 30494}},
-        Lacking{"total_physical_bytes_written", {30483, 30490, 30494}},
-        Lacking{"rated_writes_remaining_percent", {30483}},
-        Lacking{"reserve_space_pct", {30486, 30487}}, Lacking{"total_physical_bytes_read", {30489}},
-        Lacking{"first_use_ts", {30483}}, Lacking{"origin_ts", {30097}},
-        Lacking{"pci_slot_num", {30062}}, Lacking{"driver_version", {30018}},
-        Lacking{"pcie_slot_power_watts", {30503}}, Lacking{"power_limit_watts", {30504}},
-        Lacking{"temp_internal_warn_deg_c", {30354}}, Lacking{"temp_setpoint_high_deg_c", {30355}},
-        Lacking{"external_power_requirement", {30502}}, Lacking{"iom_state", {30165}},
-        Lacking{"external_power_connected", {}}, Lacking{"temp_internal_deg_c", {}},
-        Lacking{"board_name", {}}, Lacking{"fw_current_version", {}},
-        Lacking{"fw_current_major_ver", {}}, Lacking{"pci_domain", {}}, Lacking{"pci_bus", {}},
-        Lacking{"pci_device", {}}, Lacking{"pci_function", {}}, Lacking{"factory_size_bytes", {}},
-        Lacking{"current_errors", {}}, Lacking{"write_throttling_state", {}},
-        Lacking{"reserve_warning_threshold_percent", {}}),
+    testing::Values(Lacking{"rated_endurance_tbytes",
+                            {Property::ESTIMATED_LIFETIME, Property::RATED_ENDURANCE_PERCENT}},
+                    Lacking{"total_physical_bytes_written",
+                            {Property::ESTIMATED_LIFETIME, Property::BYTES_WRITTEN,
+                             Property::RATED_ENDURANCE_PERCENT}},
+                    Lacking{"rated_writes_remaining_percent", {Property::ESTIMATED_LIFETIME}},
+                    Lacking{"reserve_space_pct",
+                            {Property::REMAINING_RESERVE_SPACE, Property::RESERVE_STATUS}},
+                    Lacking{"total_physical_bytes_read", {Property::BYTES_READ}},
+                    Lacking{"first_use_ts", {Property::ESTIMATED_LIFETIME}},
+                    Lacking{"origin_ts", {Property::MANUFACTURE_DATE}},
+                    Lacking{"pci_slot_num", {Property::PCI_SLOT}},
+                    Lacking{"driver_version", {Property::DRIVER_VERSION}},
+                    Lacking{"pcie_slot_power_watts", {Property::SLOT_POWER}},
+                    Lacking{"power_limit_watts", {Property::POWER_LIMIT}},
+                    Lacking{"temp_internal_warn_deg_c", {Property::HIGH_WARNING_TEMPERATURE}},
+                    Lacking{"temp_setpoint_high_deg_c", {Property::HIGH_CRITICAL_TEMPERATURE}},
+                    Lacking{"external_power_requirement", {Property::EXTERNAL_POWER_CONNECTED}},
+                    Lacking{"iom_state", {Property::ADDITIONAL_STATUS}},
+                    Lacking{"external_power_connected", {}}, Lacking{"temp_internal_deg_c", {}},
+                    Lacking{"board_name", {}}, Lacking{"fw_current_version", {}},
+                    Lacking{"fw_current_major_ver", {}}, Lacking{"pci_domain", {}},
+                    Lacking{"pci_bus", {}}, Lacking{"pci_device", {}}, Lacking{"pci_function", {}},
+                    Lacking{"factory_size_bytes", {}}, Lacking{"current_errors", {}},
+                    Lacking{"write_throttling_state", {}},
+                    Lacking{"reserve_warning_threshold_percent", {}}),
     [](const auto& each) { return each.param.attribute; });
 
 // The lifetime asks for three attributes and stops at the first that is not there.
@@ -282,7 +297,7 @@ TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstMissingAttribute) {
     host.Set({{attribute, nullptr}});
     ASSERT_EQ(host.Initialize(), 0U);
     host.Watch();
-    EXPECT_EQ(host.Row(OneCard::ADAPTER, 30483), "result 20000");
+    EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result 20000");
     expected.push_back(std::string("vsl_has_") + attribute + " card#1");
     std::vector<std::string> calls = expected;
     calls.insert(calls.end(), {"vsl_close card#1", "vsl_destroy card#1"});
@@ -295,7 +310,7 @@ TEST(AdapterReadingOfTheLifetime, ReadsNothingWithoutAFirstUse) {
   host.Set({{"first_use_ts", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30483), "result 20000");
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result 20000");
   EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                         "vsl_close card#1", "vsl_destroy card#1"));
 }
@@ -306,7 +321,7 @@ TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
   host.Set({{"rated_endurance_tbytes", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, 30494), "result 20000");
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::RATED_ENDURANCE_PERCENT), "result 20000");
   EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                         "vsl_has_rated_endurance_tbytes card#1", "vsl_close card#1",
                                         "vsl_destroy card#1"));
@@ -322,7 +337,7 @@ TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
     m_Host.Watch();
     CardSim::FailCall(function, ++seen[function], 5, "not now");
     std::vector<PI::CProperty> list;
-    EXPECT_EQ(m_Host.Execute(5, OneCard::ADAPTER, &list), 0U) << function;
+    EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::ADAPTER, &list), 0U) << function;
     if (function != "vsl_destroy" && function != "vsl_close") ExpectNothingLeftOpen();
     EXPECT_EQ(m_Host.Rows(OneCard::ADAPTER), whole) << function;
   }
@@ -404,52 +419,75 @@ const std::vector<std::string> ALL_TRACES = {SPACE, STATE, READ, WRITTEN, USED};
 constexpr const char* MISSING = "result 20000";
 
 const FailedCall FAILED_CALLS[] = {
-    {"HasRating", 2, 5, 30483, MISSING, ALL_TRACES},
-    {"HasWritten", 3, 4, 30483, MISSING, ALL_TRACES},
-    {"HasRemaining", 4, 3, 30483, MISSING, ALL_TRACES},
+    {"HasRating", 2, 5, Property::ESTIMATED_LIFETIME, MISSING, ALL_TRACES},
+    {"HasWritten", 3, 4, Property::ESTIMATED_LIFETIME, MISSING, ALL_TRACES},
+    {"HasRemaining", 4, 3, Property::ESTIMATED_LIFETIME, MISSING, ALL_TRACES},
     // By its wear alone: 90 percent more for 8760 hours each 10, 78,840 hours.
-    {"Written", 5, 0, 30483, R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
-    {"Rating", 6, 0, 30483, R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
-    {"Remaining", 7, 0, 30483, R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))", ALL_TRACES},
-    {"HasReserve", 8, 1, 30486, MISSING, {STATE, READ, WRITTEN, USED}},
+    {"Written", 5, 0, Property::ESTIMATED_LIFETIME,
+     R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
+    {"Rating", 6, 0, Property::ESTIMATED_LIFETIME,
+     R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
+    {"Remaining", 7, 0, Property::ESTIMATED_LIFETIME,
+     R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))", ALL_TRACES},
+    {"HasReserve", 8, 1, Property::REMAINING_RESERVE_SPACE, MISSING, {STATE, READ, WRITTEN, USED}},
     {"Reserve",
      9,
      0,
-     30486,
+     Property::REMAINING_RESERVE_SPACE,
      "REMAINING_RESERVE_SPACE = 0 in 1..100 step 1 (label REMAINING_RESERVE_SPACE, sort 23110, "
      "unit 21010, fixed 0)",
      {NO_SPACE, STATE, READ, WRITTEN, USED}},
-    {"HasReserveForItsStatus", 10, 1, 30487, MISSING, {SPACE, READ, WRITTEN, USED}},
+    {"HasReserveForItsStatus",
+     10,
+     1,
+     Property::RESERVE_STATUS,
+     MISSING,
+     {SPACE, READ, WRITTEN, USED}},
     {"ReserveStatus",
      11,
      0,
-     30487,
+     Property::RESERVE_STATUS,
      "RESERVE_STATUS = HEALTHY of [HEALTHY WARNING DEPLETED] (label STATUS, sort 23112, fixed 0)",
      {SPACE, NO_STATE, READ, WRITTEN, USED}},
-    {"HasBytesRead", 12, 1, 30489, MISSING, {SPACE, STATE, WRITTEN, USED}},
+    {"HasBytesRead", 12, 1, Property::BYTES_READ, MISSING, {SPACE, STATE, WRITTEN, USED}},
     {"BytesRead",
      13,
      0,
-     30489,
+     Property::BYTES_READ,
      "BYTES_READ = 0f (sort 23017, unit 21025, format 8, fixed 0)",
      {SPACE, STATE, NO_READ, WRITTEN, USED}},
-    {"HasBytesWritten", 14, 1, 30490, MISSING, {SPACE, STATE, READ, USED}},
+    {"HasBytesWritten", 14, 1, Property::BYTES_WRITTEN, MISSING, {SPACE, STATE, READ, USED}},
     {"BytesWritten",
      15,
      0,
-     30490,
+     Property::BYTES_WRITTEN,
      "BYTES_WRITTEN = 0f (sort 23018, unit 21025, format 8, fixed 0)",
      {SPACE, STATE, READ, NO_WRITTEN, USED}},
-    {"HasRatingForThePercentage", 16, 3, 30494, MISSING, {SPACE, STATE, READ, WRITTEN}},
-    {"HasWrittenForThePercentage", 17, 2, 30494, MISSING, {SPACE, STATE, READ, WRITTEN}},
+    {"HasRatingForThePercentage",
+     16,
+     3,
+     Property::RATED_ENDURANCE_PERCENT,
+     MISSING,
+     {SPACE, STATE, READ, WRITTEN}},
+    {"HasWrittenForThePercentage",
+     17,
+     2,
+     Property::RATED_ENDURANCE_PERCENT,
+     MISSING,
+     {SPACE, STATE, READ, WRITTEN}},
     {"WrittenForThePercentage",
      18,
      0,
-     30494,
+     Property::RATED_ENDURANCE_PERCENT,
      "RATED_ENDURANCE_PERCENT = 0 in 0..100 step 1 (sort 23105, unit 21010, fixed 0)",
      {SPACE, STATE, READ, WRITTEN, UNUSED}},
     // A rating of 0 has no percentage.
-    {"RatingForThePercentage", 19, 0, 30494, MISSING, {SPACE, STATE, READ, WRITTEN}},
+    {"RatingForThePercentage",
+     19,
+     0,
+     Property::RATED_ENDURANCE_PERCENT,
+     MISSING,
+     {SPACE, STATE, READ, WRITTEN}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Each, AdapterReadingWithAFailedCall, testing::ValuesIn(FAILED_CALLS),

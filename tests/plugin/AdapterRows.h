@@ -140,7 +140,10 @@ inline const std::vector<RowNumbers> ALL_NUMBERS = {
 };
 
 // Those that are read from the card at each request.
-inline const std::set<std::uint32_t> LIVE = {30483, 30486, 30487, 30489, 30490, 30494};
+inline const std::set<std::uint32_t> LIVE = {
+    PI::Property::ESTIMATED_LIFETIME, PI::Property::REMAINING_RESERVE_SPACE,
+    PI::Property::RESERVE_STATUS,     PI::Property::BYTES_READ,
+    PI::Property::BYTES_WRITTEN,      PI::Property::RATED_ENDURANCE_PERCENT};
 
 // The calls of one reading of all rows.
 inline const std::vector<std::string> ALL_CALLS = {

@@ -132,7 +132,7 @@ TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
     done = true;
   }
   Pass(100);
-  EXPECT_EQ(traffic.Events(), std::vector<std::uint32_t>(300, 10981));
+  EXPECT_EQ(traffic.Events(), std::vector<std::uint32_t>(300, Number::CTRL_ATTACH_FAILED));
   traffic.StopAndExpectNothingLeft();
 }
 
@@ -201,8 +201,8 @@ void CollectWhileJobsFail(Schedule schedule) {
   }
   Pass(5000);
   for (const std::uint32_t event : traffic.Events()) seen.insert(event);
-  EXPECT_EQ(seen.count(10981), 1U);
-  EXPECT_EQ(seen.count(10982), 1U);
+  EXPECT_EQ(seen.count(Number::CTRL_ATTACH_FAILED), 1U);
+  EXPECT_EQ(seen.count(Number::CTRL_DETACH_FAILED), 1U);
   traffic.StopAndExpectNothingLeft();
 }
 

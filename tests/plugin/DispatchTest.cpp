@@ -45,7 +45,7 @@ class Dispatch : public testing::Test {
   unsigned int Set(std::uint64_t id, PI::_PROPERTY_ID propertyId) {
     PI::CProperty property(propertyId, true);
     property.SetValue(20, 2, 255, 1);
-    return m_Host.Execute(7, id, &property);
+    return m_Host.Execute(PI::CMD_SET_PROPERTY, id, &property);
   }
 
   // The router's own lines: what the handlers trace comes at level 2 or between them at others.
@@ -104,7 +104,7 @@ TEST_F(Dispatch, EachKindOfObjectExecutesItsOwnOperations) {
 }
 
 TEST_F(Dispatch, ThePluginObjectPassesEveryCheck) {
-  EXPECT_EQ(m_Host.Check(m_Plugin, 50002), 0U);
+  EXPECT_EQ(m_Host.Check(m_Plugin, PI::OP_GET_EVENTS), 0U);
   EXPECT_EQ(m_Host.Check(m_Plugin, 0), 0U);
   EXPECT_EQ(m_Host.Check(m_Plugin, 99999), 0U);
 }
@@ -124,22 +124,22 @@ constexpr Request REQUESTS[] = {
     {"GetProperties", true,
      [](SimulatedHost& host, std::uint64_t id) {
        std::vector<PI::CProperty> properties;
-       return host.Execute(5, id, &properties);
+       return host.Execute(PI::CMD_GET_PROPERTIES, id, &properties);
      }},
     {"GetProperty", true,
      [](SimulatedHost& host, std::uint64_t id) {
        PI::CProperty property(PI::Property::VENDOR, false);
-       return host.Execute(6, id, &property);
+       return host.Execute(PI::CMD_GET_PROPERTY, id, &property);
      }},
     {"SetProperty", false,
      [](SimulatedHost& host, std::uint64_t id) {
        PI::CProperty property(PI::Property::VENDOR, false);
-       return host.Execute(7, id, &property);
+       return host.Execute(PI::CMD_SET_PROPERTY, id, &property);
      }},
     {"GetOperations", false,
      [](SimulatedHost& host, std::uint64_t id) {
        std::vector<PI::COperation> operations;
-       return host.Execute(8, id, &operations);
+       return host.Execute(PI::CMD_GET_OPERATIONS, id, &operations);
      }},
     {"CheckOperation", true,
      [](SimulatedHost& host, std::uint64_t id) { return host.Check(id, PI::OP_LOCATE_DEVICE); }},
@@ -212,7 +212,8 @@ TEST(DispatchBeforeInitialize, ThePluginObjectHasIdZero) {
   ASSERT_EQ(host.Create(), 0U);
   EXPECT_EQ(host.Properties(0).size(), 6U);
   std::vector<PI::CProperty> properties;
-  EXPECT_EQ(host.Execute(5, 0x0130000000000000, &properties), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(host.Execute(PI::CMD_GET_PROPERTIES, 0x0130000000000000, &properties),
+            Number::ERR_INVALID_OBJECT_ID);
 }
 
 TEST(DispatchAfterFailedInitialize, OnlyThePluginObjectIsKnown) {
@@ -221,20 +222,23 @@ TEST(DispatchAfterFailedInitialize, OnlyThePluginObjectIsKnown) {
   CardSim::FailCall("vsl_open", 1, 7, "no");
   ASSERT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   std::vector<PI::CProperty> properties;
-  EXPECT_EQ(host.Execute(5, 0x0130000000000000, &properties), 0U);
-  EXPECT_EQ(host.Execute(5, 0x0130000000000001, &properties), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(host.Execute(PI::CMD_GET_PROPERTIES, 0x0130000000000000, &properties), 0U);
+  EXPECT_EQ(host.Execute(PI::CMD_GET_PROPERTIES, 0x0130000000000001, &properties),
+            Number::ERR_INVALID_OBJECT_ID);
 }
 
 TEST_F(Dispatch, AFailedListingIsEmptyAndKeepsItsCapacity) {
   std::vector<PI::CProperty> properties(3, PI::CProperty(PI::Property::NAME, false));
   properties.reserve(50);
-  EXPECT_EQ(m_Host.Execute(5, UNKNOWN_OBJECT, &properties), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, UNKNOWN_OBJECT, &properties),
+            Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(properties, IsEmpty());
   EXPECT_GE(properties.capacity(), 50U);
 
   std::vector<PI::COperation> operations(3);
   operations.reserve(50);
-  EXPECT_EQ(m_Host.Execute(8, UNKNOWN_OBJECT, &operations), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_OPERATIONS, UNKNOWN_OBJECT, &operations),
+            Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(operations, IsEmpty());
   EXPECT_GE(operations.capacity(), 50U);
 }
@@ -243,7 +247,7 @@ TEST_F(Dispatch, AFailedInitializeEmptiesItsPayload) {
   std::vector<PI::CAdapterID> ids(3);
   ids.reserve(50);
   HostKit::FailLockInit(1);
-  EXPECT_EQ(m_Host.Execute(1, 0, &ids), Number::ERR_LOCK_INITIALIZATION_FAILED);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &ids), Number::ERR_LOCK_INITIALIZATION_FAILED);
   EXPECT_THAT(ids, IsEmpty());
   EXPECT_GE(ids.capacity(), 50U);
 }
@@ -253,7 +257,7 @@ TEST_F(Dispatch, AFailedReadDoesNotChangeThePayload) {
     PI::CProperty property(PI::Property::POLL_INTERVAL, true);
     property.SetValue(std::string("mine"));
     property.m_SortKey = 77;
-    EXPECT_EQ(m_Host.Execute(6, id, &property),
+    EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTY, id, &property),
               id == UNKNOWN_OBJECT ? Number::ERR_INVALID_OBJECT_ID : Number::ERR_GENERAL);
     EXPECT_EQ(Render(property), "POLL_INTERVAL = \"mine\" (sort 77, writable 1)");
   }
@@ -264,7 +268,7 @@ TEST_F(Dispatch, ASuccessfulReadReplacesTheWholeRecord) {
   property.SetValue(std::string("mine"));
   property.m_SortKey = 77;
   property.m_Indicator = 78;
-  EXPECT_EQ(m_Host.Execute(6, m_Adapter, &property), 0U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTY, m_Adapter, &property), 0U);
   EXPECT_EQ(Render(property), "PCI_BUS = 4 (label BUS, sort 23132)");
 }
 
@@ -372,7 +376,7 @@ TEST_F(Dispatch, ListingOperationsTracesEnterTwice) {
 }
 
 TEST_F(Dispatch, CheckingTracesOperationAndResult) {
-  m_Host.Check(m_Plugin, 50002);
+  m_Host.Check(m_Plugin, PI::OP_GET_EVENTS);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50002", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(0)"));

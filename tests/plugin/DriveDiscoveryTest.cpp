@@ -260,7 +260,7 @@ int ModesSetByLargestFormat(ScannedCard& card) {
   card.Host().ForgetCalls();
   PI::CProperty formatting(Property::CHOICE_PARAM, true);
   formatting.m_NameID = Property::FORMATTING;
-  formatting.SetValue(40404, {40404});
+  formatting.SetValue(PI::Value::MAXIMUM_CAPACITY, {PI::Value::MAXIMUM_CAPACITY});
   PI::CProperty sectors(Property::RANGE_PARAM, true);
   sectors.m_NameID = Property::BLOCK_SIZE;
   sectors.SetValue(512, 512, 4096, 1);

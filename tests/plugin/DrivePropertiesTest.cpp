@@ -9,6 +9,8 @@
 namespace CorvaneTest {
 namespace {
 
+namespace Property = PI::Property;
+
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -100,14 +102,15 @@ TEST_F(DriveProperties, ExcludeThoseOfOtherObjects) {
        {0U, 2U, Number::Property::POLL_INTERVAL, Number::Property::SERIAL_NUMBER,
         Number::Property::MEMORY_SIZE, Number::Property::ACTIVITY, Number::Property::RANGE_PARAM,
         Number::Property::CHOICE_PARAM, Number::Property::ADAPTER_NUMBER,
-        Number::Property::CHIP_TEMPERATURE, Number::Property::SIZE, 35023U, 4294967295U}) {
+        Number::Property::CHIP_TEMPERATURE, Number::Property::SIZE,
+        std::uint32_t{PI::ShortName::ID}, 4294967295U}) {
     EXPECT_EQ(m_Host.Row(OneCard::DRIVE, property), "result 20000") << property;
   }
 }
 
 TEST_F(DriveProperties, ReplaceThePreviousContentsOfTheList) {
-  std::vector<PI::CProperty> list(20, PI::CProperty(PI::Property::VERSION, true));
-  EXPECT_EQ(m_Host.Execute(5, OneCard::DRIVE, &list), 0U);
+  std::vector<PI::CProperty> list(20, PI::CProperty(Property::VERSION, true));
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::DRIVE, &list), 0U);
   EXPECT_THAT(Rendered(list), ElementsAreArray(ALL_ROWS));
 }
 
@@ -115,11 +118,13 @@ TEST_F(DriveProperties, CannotBeWritten) {
   for (const RowNumbers& row : ALL_NUMBERS) {
     PI::CProperty property(static_cast<PI::_PROPERTY_ID>(row.property), true);
     property.SetValue(std::string("other"));
-    EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &property), Number::ERR_INVALID_PROPERTY)
+    EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, OneCard::DRIVE, &property),
+              Number::ERR_INVALID_PROPERTY)
         << row.property;
   }
-  PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
-  EXPECT_EQ(m_Host.Execute(7, OneCard::DRIVE, &interval), Number::ERR_INVALID_PROPERTY);
+  PI::CProperty interval(Property::POLL_INTERVAL, true);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, OneCard::DRIVE, &interval),
+            Number::ERR_INVALID_PROPERTY);
   EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
@@ -132,7 +137,8 @@ TEST_F(DriveProperties, AreReadWithoutTheCard) {
 
 TEST_F(DriveProperties, AreReadFromTheRecordWhenTheCardIsGone) {
   m_Host.Cards().RemoveCard(m_Host.Card());
-  EXPECT_EQ(m_Host.Row(OneCard::DRIVE, 30460), "BLOCK_SIZE = 4096 (sort 23278, unit 21025)");
+  EXPECT_EQ(m_Host.Row(OneCard::DRIVE, Property::BLOCK_SIZE),
+            "BLOCK_SIZE = 4096 (sort 23278, unit 21025)");
   EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
@@ -147,7 +153,7 @@ TEST_F(DriveProperties, TraceEntryAndStatusInTheList) {
 }
 
 TEST_F(DriveProperties, TraceEntryAndStatusOfASingleStatus) {
-  m_Host.Row(OneCard::DRIVE, 30017);
+  m_Host.Row(OneCard::DRIVE, Property::STATUS);
   EXPECT_THAT(m_Host.LeveledTraces(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "4 GetProperty() Adapter = 1", "4 GetProperty() PhysicalDrives = 1",
@@ -156,7 +162,7 @@ TEST_F(DriveProperties, TraceEntryAndStatusOfASingleStatus) {
 }
 
 TEST_F(DriveProperties, TraceOnlyTheEntryForAnyOtherRow) {
-  m_Host.Row(OneCard::DRIVE, 30460);
+  m_Host.Row(OneCard::DRIVE, Property::BLOCK_SIZE);
   EXPECT_THAT(m_Host.Traces(2), ElementsAre("ENTER GetPhysicalDriveProperties()"));
 }
 
@@ -186,41 +192,41 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Case{"Warned",
              {{"current_warnings", "1"}},
-             30017,
+             Property::STATUS,
              "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator "
              "24183)"},
         Case{"Broken",
              {{"current_errors", "1"}},
-             30017,
+             Property::STATUS,
              "STATUS = FAILED of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24177)"},
         Case{"LargestSectorOf31Bits",
              {{"sector_size_bytes", "2147483647"}},
-             30460,
+             Property::BLOCK_SIZE,
              "BLOCK_SIZE = 2147483647 (sort 23278, unit 21025)"},
         // A sector size is signed when it is widened.
         Case{"SectorOf32Bits",
              {{"sector_size_bytes", "2147483648"}},
-             30460,
+             Property::BLOCK_SIZE,
              "BLOCK_SIZE = 18446744071562067968 (sort 23278, unit 21025)"},
         Case{"NoSectorSize",
              {{"sector_size_bytes", nullptr}},
-             30460,
+             Property::BLOCK_SIZE,
              "BLOCK_SIZE = 0 (sort 23278, unit 21025)"},
         Case{"NoFactorySize",
              {{"factory_size_bytes", nullptr}},
-             30059,
+             Property::PHYSICAL_SIZE,
              "PHYSICAL_SIZE = 0 (sort 23304, unit 21002)"},
         Case{"NoFormattedSize",
              {{"iom_format_size_bytes", nullptr}},
-             30461,
+             Property::FORMATTED_SIZE,
              "FORMATTED_SIZE = 0 (sort 23290, unit 21002)"},
         Case{"MostFormatted",
              {{"iom_format_size_pct", "255"}},
-             30462,
+             Property::FORMATTED_PERCENTAGE,
              "FORMATTED_PERCENTAGE = 255 (sort 23289, unit 21010)"},
         Case{"WithoutASegment",
              {{"pci_domain", "0"}},
-             30137,
+             Property::UNIQUE_ID,
              R"(UNIQUE_ID = "PCI:Bus=59&Device=4&Function=1&ID=0" (visible 0))"}),
     [](const auto& each) { return each.param.name; });
 
@@ -228,7 +234,7 @@ TEST(DriveStatus, IsTracedWithItsNumberWhenFailed) {
   OneCard host(Settings{{"current_errors", "1"}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  host.Row(OneCard::DRIVE, 30017);
+  host.Row(OneCard::DRIVE, Property::STATUS);
   EXPECT_THAT(host.Traces(2),
               ElementsAre("ENTER GetPhysicalDriveProperties()",
                           "GetPhysicalDriveProperties() set status property of disk to 40095"));

@@ -1,6 +1,7 @@
 // The time of each event: that of the comparison which made it, or of the start of the job.
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
 #include "tests/support/StatementWatch.h"
 
@@ -166,12 +167,13 @@ TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
   EXPECT_THAT(Collected(), ElementsAre(std::to_string(GetParam().event) + " at 3000"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Jobs, EachFailingJob,
-                         testing::Values(FailingJob{"Attach", PI::OP_ATTACH, "0", 10981},
-                                         FailingJob{"Detach", PI::OP_DETACH, "2", 10982},
-                                         FailingJob{"ForceDetach", PI::OP_FORCE_DETACH, "2",
-                                                    10982}),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Jobs, EachFailingJob,
+    testing::Values(FailingJob{"Attach", PI::OP_ATTACH, "0", Number::CTRL_ATTACH_FAILED},
+                    FailingJob{"Detach", PI::OP_DETACH, "2", Number::CTRL_DETACH_FAILED},
+                    FailingJob{"ForceDetach", PI::OP_FORCE_DETACH, "2",
+                               Number::CTRL_DETACH_FAILED}),
+    [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace
 }  // namespace CorvaneTest

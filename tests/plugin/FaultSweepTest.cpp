@@ -212,7 +212,7 @@ auto Execute(std::uint64_t id, std::uint32_t operation) {
 std::size_t FormatToTheMaximum(SimulatedHost& host) {
   PI::CProperty formatting(PI::Property::CHOICE_PARAM, true);
   formatting.m_NameID = PI::Property::FORMATTING;
-  formatting.SetValue(40404, std::vector<int>{40404});
+  formatting.SetValue(PI::Value::MAXIMUM_CAPACITY, std::vector<int>{PI::Value::MAXIMUM_CAPACITY});
   return host.Run(DRIVE, PI::OP_FORMAT_DEVICE, {formatting});
 }
 

@@ -22,9 +22,9 @@ constexpr std::uint64_t DRIVE = 0x0130000000000002;
 constexpr std::size_t PRIVATE_EVENT = 2;  // after m_ForceWorker and m_StopRequest
 
 // Which parameter, by its name.
-constexpr std::uint32_t BLOCK_SIZE = 30460;
-constexpr std::uint32_t FORMATTING = 30463;
-constexpr std::uint32_t SIZE = 30464;
+constexpr std::uint32_t BLOCK_SIZE = PI::Property::BLOCK_SIZE;
+constexpr std::uint32_t FORMATTING = PI::Property::FORMATTING;
+constexpr std::uint32_t SIZE = PI::Property::SIZE;
 
 PI::CProperty Choice(std::uint32_t name, int value) {
   PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
@@ -57,7 +57,7 @@ PI::CProperty NumberProperty(std::uint32_t name, unsigned long value) {
 // As a parameter would look if its form were its name.
 PI::CProperty Misnamed(PI::_PROPERTY_ID id, int value) {
   PI::CProperty parameter(id, true);
-  parameter.m_NameID = 30007;
+  parameter.m_NameID = PI::Property::NAME;
   parameter.SetValue(value, std::vector<int>{value});
   return parameter;
 }
@@ -182,14 +182,14 @@ TEST_P(FormatRequest, ReachesTheCard) {
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
 }
 
-constexpr int CUSTOM = 40300;
-constexpr int FACTORY = 40405;
-constexpr int IMPROVED = 40406;
-constexpr int HIGH = 40407;
+constexpr int CUSTOM = PI::Value::CUSTOM;
+constexpr int FACTORY = PI::Value::FACTORY_CAPACITY;
+constexpr int IMPROVED = PI::Value::IMPROVED_PERFORMANCE;
+constexpr int HIGH = PI::Value::HIGH_PERFORMANCE;
 
 const Request REQUESTS[] = {
     {"Custom50", {Choice(FORMATTING, CUSTOM), Range(SIZE, 50)}, "512", "50"},
-    {"Custom50BehindItsSize", {Range(SIZE, 50), Choice(FORMATTING, CUSTOM)}, "512", "50"},
+    {"Custom50AfterItsSize", {Range(SIZE, 50), Choice(FORMATTING, CUSTOM)}, "512", "50"},
     {"CustomWithoutASize", {Choice(FORMATTING, CUSTOM)}, "512", "100"},
     {"Custom300CutTo44", {Choice(FORMATTING, CUSTOM), Range(SIZE, 300)}, "512", "44"},
     {"Custom255", {Choice(FORMATTING, CUSTOM), Range(SIZE, 255)}, "512", "255"},
@@ -211,28 +211,31 @@ const Request REQUESTS[] = {
      {Choice(FORMATTING, CUSTOM), Range(SIZE, 20), Choice(SIZE, 30)},
      "512",
      "20"},
-    {"AnUnknownParameter", {Choice(30007, HIGH), Range(30005, 20)}, "512", "100"},
-    {"AFormInsteadOfAName", {Misnamed(PI::Property::FORMATTING, HIGH)}, "512", "100"},
+    {"AnUnknownParameter",
+     {Choice(PI::Property::NAME, HIGH), Range(PI::Property::POLL_INTERVAL, 20)},
+     "512",
+     "100"},
+    {"AnIdInsteadOfAName", {Misnamed(PI::Property::FORMATTING, HIGH)}, "512", "100"},
     {"SectorsAsARange", {Range(BLOCK_SIZE, 2048)}, "2048", "100"},
     {"SectorsAsARangeBeyondTheCard", {Range(BLOCK_SIZE, 65536)}, "65536", ""},
     {"SectorsAsAText", {Text(BLOCK_SIZE, "2048")}, "512", "100"},
     {"SectorsAsANumber", {NumberProperty(BLOCK_SIZE, 2048)}, "512", "100"},
-    {"SectorsOf512", {Choice(BLOCK_SIZE, 40046)}, "512", "100"},
-    {"SectorsOf1K", {Choice(BLOCK_SIZE, 40047)}, "1024", "100"},
-    {"SectorsOf2K", {Choice(BLOCK_SIZE, 40048)}, "2048", "100"},
-    {"SectorsOf4K", {Choice(BLOCK_SIZE, 40049)}, "4096", "100"},
-    {"SectorsOf8K", {Choice(BLOCK_SIZE, 40050)}, "8192", "100"},
+    {"SectorsOf512", {Choice(BLOCK_SIZE, PI::Value::_512B)}, "512", "100"},
+    {"SectorsOf1K", {Choice(BLOCK_SIZE, PI::Value::_1K)}, "1024", "100"},
+    {"SectorsOf2K", {Choice(BLOCK_SIZE, PI::Value::_2K)}, "2048", "100"},
+    {"SectorsOf4K", {Choice(BLOCK_SIZE, PI::Value::_4K)}, "4096", "100"},
+    {"SectorsOf8K", {Choice(BLOCK_SIZE, PI::Value::_8K)}, "8192", "100"},
     {"SectorsOfAnUnknownChoice",
-     {Choice(BLOCK_SIZE, 40050), Choice(BLOCK_SIZE, 40051)},
+     {Choice(BLOCK_SIZE, PI::Value::_8K), Choice(BLOCK_SIZE, 40051)},
      "512",
      "100"},
-    {"SectorsTwice", {Choice(BLOCK_SIZE, 40048), Range(BLOCK_SIZE, 4096)}, "4096", "100"},
+    {"SectorsTwice", {Choice(BLOCK_SIZE, PI::Value::_2K), Range(BLOCK_SIZE, 4096)}, "4096", "100"},
     {"SectorsTwiceTheOtherWay",
-     {Range(BLOCK_SIZE, 4096), Choice(BLOCK_SIZE, 40048)},
+     {Range(BLOCK_SIZE, 4096), Choice(BLOCK_SIZE, PI::Value::_2K)},
      "2048",
      "100"},
     {"Everything",
-     {Choice(FORMATTING, CUSTOM), Range(SIZE, 75), Choice(BLOCK_SIZE, 40049)},
+     {Choice(FORMATTING, CUSTOM), Range(SIZE, 75), Choice(BLOCK_SIZE, PI::Value::_4K)},
      "4096",
      "75"},
 };
@@ -277,24 +280,24 @@ TEST_P(FormatCapacity, UsesOverformattingWhenAllowed) {
 
 const Capacity CAPACITIES[] = {
     {"Maximum",
-     40404,
+     PI::Value::MAXIMUM_CAPACITY,
      {"vsl_iom_format_set_size_pct format#1 100"},
      {"vsl_iom_format_set_size_mode format#1 11", "vsl_iom_format_max_size_bytes format#1",
       "vsl_iom_format_set_size_bytes format#1 900000000000"}},
     {"Factory",
-     40405,
+     PI::Value::FACTORY_CAPACITY,
      {"vsl_iom_format_set_size_pct format#1 100"},
      {"vsl_iom_format_set_size_pct format#1 100"}},
     {"Improved",
-     40406,
+     PI::Value::IMPROVED_PERFORMANCE,
      {"vsl_iom_format_set_size_pct format#1 90"},
      {"vsl_iom_format_set_size_pct format#1 90"}},
     {"High",
-     40407,
+     PI::Value::HIGH_PERFORMANCE,
      {"vsl_iom_format_set_size_pct format#1 80"},
      {"vsl_iom_format_set_size_pct format#1 80"}},
     {"Custom",
-     40300,
+     PI::Value::CUSTOM,
      {"vsl_iom_format_set_size_pct format#1 60"},
      {"vsl_iom_format_set_size_pct format#1 60"}},
     {"Unknown",
@@ -350,19 +353,19 @@ TEST_P(FormatFailure, DoesNotAffectTheNextFormat) {
 
 const Failure FAILURES[] = {
     {"Naming",
-     40405,
+     PI::Value::FACTORY_CAPACITY,
      "vsl_iom_create_by_name",
      Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_create_by_name = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0"}},
     {"Making",
-     40405,
+     PI::Value::FACTORY_CAPACITY,
      "vsl_iom_format_create",
      Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_create = 91 (no luck)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1", "vsl_destroy card#1"}},
     {"Sectors",
-     40405,
+     PI::Value::FACTORY_CAPACITY,
      "vsl_iom_format_set_sector_size_bytes",
      Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_sector_size_bytes = 91 (no luck)"},
@@ -370,7 +373,7 @@ const Failure FAILURES[] = {
       "vsl_iom_format_set_sector_size_bytes format#1 512", "vsl_destroy format#1",
       "vsl_destroy card#1"}},
     {"Percent",
-     40405,
+     PI::Value::FACTORY_CAPACITY,
      "vsl_iom_format_set_size_pct",
      Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = 91 (no luck)"},
@@ -379,7 +382,7 @@ const Failure FAILURES[] = {
       "vsl_iom_format_set_size_pct format#1 100", "vsl_destroy format#1", "vsl_destroy card#1"}},
     // Without the mode, the card is formatted to its plain size.
     {"SizeMode",
-     40404,
+     PI::Value::MAXIMUM_CAPACITY,
      "vsl_iom_format_set_size_mode",
      0,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 91 (no luck)"},
@@ -389,7 +392,7 @@ const Failure FAILURES[] = {
       "vsl_op_start format#1", "vsl_op_wait_for_result format#1", "vsl_destroy format#1",
       "vsl_destroy card#1"}},
     {"MaximumSize",
-     40404,
+     PI::Value::MAXIMUM_CAPACITY,
      "vsl_iom_format_max_size_bytes",
      0,
      {},
@@ -399,7 +402,7 @@ const Failure FAILURES[] = {
       "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1",
       "vsl_op_wait_for_result format#1", "vsl_destroy format#1", "vsl_destroy card#1"}},
     {"Bytes",
-     40404,
+     PI::Value::MAXIMUM_CAPACITY,
      "vsl_iom_format_set_size_bytes",
      Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_bytes = 91 (no luck)"},
@@ -409,7 +412,7 @@ const Failure FAILURES[] = {
       "vsl_iom_format_set_size_bytes format#1 900000000000", "vsl_destroy format#1",
       "vsl_destroy card#1"}},
     {"Start",
-     40405,
+     PI::Value::FACTORY_CAPACITY,
      "vsl_op_start",
      Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_op_start = 91 (no luck)"},
@@ -418,7 +421,7 @@ const Failure FAILURES[] = {
       "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1", "vsl_destroy format#1",
       "vsl_destroy card#1"}},
     {"End",
-     40405,
+     PI::Value::FACTORY_CAPACITY,
      "vsl_op_wait_for_result",
      Number::ERR_COMMAND_ERROR,
      {"16 ExecutePhysicalDriveOperation, vsl_op_wait_for_result = 91 (no luck)"},
@@ -435,7 +438,7 @@ TEST_F(Format, FailsWhenTheFallbackAlsoFails) {
   Start();
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 92, "no modes");
   CardSim::FailCall("vsl_iom_format_set_size_pct", 1, 93, "no sizes");
-  EXPECT_EQ(Run({Choice(FORMATTING, 40404)}), Number::ERR_COMMAND_ERROR);
+  EXPECT_EQ(Run({Choice(FORMATTING, PI::Value::MAXIMUM_CAPACITY)}), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.LeveledTraces(16),
               ElementsAre("16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 92 "
                           "(no modes)",

@@ -21,9 +21,9 @@ using testing::ElementsAre;
 
 constexpr std::uint64_t FIRST = 0x0130000000000001;
 constexpr std::uint64_t SECOND = 0x0130000000000003;
-constexpr std::uint32_t ACTIVITY = 30054;
-constexpr std::uint32_t ADDITIONAL_STATUS = 30165;
-constexpr std::uint32_t STATUS = 30017;
+constexpr std::uint32_t ACTIVITY = PI::Property::ACTIVITY;
+constexpr std::uint32_t ADDITIONAL_STATUS = PI::Property::ADDITIONAL_STATUS;
+constexpr std::uint32_t STATUS = PI::Property::STATUS;
 
 // Longer than two full scans and any job here.
 constexpr std::int64_t SOME_SCANS_MS = 8000;

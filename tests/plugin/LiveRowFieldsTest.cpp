@@ -84,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"total_physical_bytes_read", "1023"}},
              Live("2029-12-31", "8760", "10", "97.0", "0", WRITTEN, "80", NO_THROTTLING)},
         // It is read without asking whether it is there.
-        Case{"NothingTellsOfReads",
+        Case{"NoReadCounter",
              {{"total_physical_bytes_read", nullptr}},
              Live("2029-12-31", "8760", "10", "97.0", "0", WRITTEN, "80", NO_THROTTLING)},
         // The hours run round, and their low 32 bits are kept.

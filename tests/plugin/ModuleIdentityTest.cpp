@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "Corvane/Src/Trace.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -133,7 +134,7 @@ TEST(Tracing, FollowsAChangeOfTheMaskAtTheNextLine) {
   CardSim::SetHook([](const CardSim::Call& call) {
     if (call.function == "vsl_close") HostKit::SetTraceMask(2);
   });
-  host.Row(OneCard::ADAPTER, 30007);
+  host.Row(OneCard::ADAPTER, PI::Property::NAME);
   EXPECT_THAT(host.LeveledTraces(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "2 LEAVE AdapterGetProperties -> 0"));
@@ -207,8 +208,8 @@ TEST(TraceMacro, DoesNotEvaluateTheValuesOfADisabledLevel) {
 TEST(TraceMacro, FillsNumbersAndTextsInOrder) {
   const SimulatedHost host;
   const std::string text = "a text with %d in it";
-  TRACE(NAMESPACE_Corvane::TRACE_RESULT, "%s, %s = %d (%s) 0x%x", "caller", text, 20003U, "",
-        0x0130000000000000UL);
+  TRACE(NAMESPACE_Corvane::TRACE_RESULT, "%s, %s = %d (%s) 0x%x", "caller", text,
+        Number::ERR_COMMAND_ERROR, "", 0x0130000000000000UL);
   TRACE(NAMESPACE_Corvane::TRACE_RESULT, "%d %d", 4294967295U, 18446744073709551615UL);
   EXPECT_THAT(host.Traces(16),
               ElementsAre("caller, a text with %d in it = 20003 () 0x130000000000000",

@@ -19,7 +19,6 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::uint32_t GET_EVENTS = 50002;
 constexpr std::size_t EVENTS_LOCK = 2;
 constexpr std::size_t PRIVATE_EVENT = 3;
 
@@ -73,9 +72,10 @@ class PluginObject : public testing::Test {
   // The numbers of the events that one request gets, or the result of a failed one.
   std::vector<std::uint32_t> Collect() {
     PI::COperation operation;
-    operation.m_OperationID = GET_EVENTS;
+    operation.m_OperationID = PI::OP_GET_EVENTS;
     operation.m_Events.resize(3);  // what an earlier request left
-    const unsigned int result = m_Host.Execute(10, OneCard::PLUGIN, &operation);
+    const unsigned int result =
+        m_Host.Execute(PI::CMD_EXECUTE_OPERATION, OneCard::PLUGIN, &operation);
     if (result != 0) return {result};
     std::vector<std::uint32_t> numbers;
     for (const PI::CEvent& event : operation.m_Events) numbers.push_back(event.m_EventID);
@@ -97,7 +97,7 @@ TEST_F(PluginObject, HasTheHostsNumbers) {
     EXPECT_EQ(properties[i].m_PropertyID, ALL_NUMBERS[i].property);
     EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].kind);
     EXPECT_EQ(properties[i].m_NameID, ALL_NUMBERS[i].label);
-    EXPECT_EQ(properties[i].m_Writable, ALL_NUMBERS[i].property == 30005);
+    EXPECT_EQ(properties[i].m_Writable, ALL_NUMBERS[i].property == PI::Property::POLL_INTERVAL);
   }
 }
 
@@ -111,23 +111,24 @@ TEST_F(PluginObject, HasNoPropertyOfOtherObjects) {
   for (const std::uint32_t property :
        {0U, 2U, Number::Property::STATUS, Number::Property::DRIVER_VERSION,
         Number::Property::SERIAL_NUMBER, Number::Property::TYPE, Number::Property::ADAPTER_NUMBER,
-        Number::Property::CHIP_TEMPERATURE, Number::Property::BLOCK_SIZE, 35045U, 4294967295U}) {
+        Number::Property::CHIP_TEMPERATURE, Number::Property::BLOCK_SIZE,
+        std::uint32_t{PI::ShortName::WARNING_THRESHOLD}, 4294967295U}) {
     EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, property), "result 20000") << property;
   }
 }
 
 TEST_F(PluginObject, ReplacesThePreviousContentsOfTheLists) {
   std::vector<PI::CProperty> properties(9, PI::CProperty(PI::Property::STATUS, true));
-  EXPECT_EQ(m_Host.Execute(5, OneCard::PLUGIN, &properties), 0U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::PLUGIN, &properties), 0U);
   EXPECT_THAT(Rendered(properties), ElementsAreArray(ALL_ROWS));
   std::vector<PI::COperation> operations(4);
-  EXPECT_EQ(m_Host.Execute(8, OneCard::PLUGIN, &operations), 0U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_OPERATIONS, OneCard::PLUGIN, &operations), 0U);
   EXPECT_EQ(operations.size(), 1U);
 }
 
 TEST_F(PluginObject, ListsPropertiesWithoutCardCallsOrOwnTraces) {
   m_Host.Properties(OneCard::PLUGIN);
-  m_Host.Row(OneCard::PLUGIN, 30005);
+  m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL);
   EXPECT_THAT(m_Host.LeveledTraces(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)"));
@@ -140,7 +141,7 @@ TEST(PluginObjectAtStart, ShowsTheConfiguredInterval) {
   OneCard host;
   host.WriteIni("PollInterval=77\n");
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(host.Row(OneCard::PLUGIN, 30005), PollRow(77));
+  EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(77));
 }
 
 // What the host sends, and what is then in force and in the file.
@@ -163,7 +164,7 @@ TEST_P(PollIntervalSetTo, IsClampedToTheLimitsOfTheRequest) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.SetPollInterval(setting.value, setting.minimum, setting.maximum), 0U);
-  EXPECT_EQ(host.Row(OneCard::PLUGIN, 30005), PollRow(setting.taken));
+  EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(setting.taken));
   EXPECT_THAT(host.ReadIni(),
               testing::MatchesRegex("PollInterval *= *" + std::to_string(setting.taken) + "\n?"));
 }
@@ -196,11 +197,11 @@ TEST_F(PluginObject, CountsANewIntervalAsAChangeAndWakesTheWorker) {
 
 TEST_F(PluginObject, ClampsTheSavedIntervalAtTheNextStart) {
   EXPECT_EQ(m_Host.SetPollInterval(300, 2, 400), 0U);
-  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(300));
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(300));
   m_Host.DeInitialize();
   m_Host.Release();
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(255));
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(255));
   EXPECT_THAT(m_Host.ReadIni(), HasSubstr("300"));
 }
 
@@ -223,7 +224,7 @@ TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
   std::ofstream(m_Host.IniFile().parent_path()) << "in the way";
   const std::uint64_t before = ChangeCount();
   EXPECT_EQ(m_Host.SetPollInterval(30), 3U);
-  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(30));
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(30));
   EXPECT_GT(ChangeCount(), before);
   EXPECT_TRUE(WakesTheWorker());
 }
@@ -236,32 +237,35 @@ TEST_F(PluginObject, RejectsSettingAnyOtherProperty) {
         1U, 0U}) {
     PI::CProperty property(static_cast<PI::_PROPERTY_ID>(id), true);
     property.SetValue(30, 2, 255, 1);
-    EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), Number::ERR_INVALID_PROPERTY) << id;
+    EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, OneCard::PLUGIN, &property),
+              Number::ERR_INVALID_PROPERTY)
+        << id;
   }
   EXPECT_EQ(ChangeCount(), before);
   EXPECT_FALSE(WakesTheWorker());
   EXPECT_FALSE(std::filesystem::exists(m_Host.IniFile()));
-  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(15));
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(15));
 }
 
 // What is set is known by the property and not by the name that it is shown under.
 TEST_F(PluginObject, IdentifiesAPropertyByItsIdNotByItsLabel) {
   PI::CProperty property(PI::Property::VERSION, true);
-  property.m_NameID = 30005;
+  property.m_NameID = PI::Property::POLL_INTERVAL;
   property.SetValue(30, 2, 255, 1);
-  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), Number::ERR_INVALID_PROPERTY);
-  property.m_PropertyID = 30005;
-  property.m_NameID = 30099;
-  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 0U);
-  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(30));
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, OneCard::PLUGIN, &property),
+            Number::ERR_INVALID_PROPERTY);
+  property.m_PropertyID = PI::Property::POLL_INTERVAL;
+  property.m_NameID = PI::Property::VERSION;
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, OneCard::PLUGIN, &property), 0U);
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(30));
 }
 
 // A value of another kind has no range: all of its numbers are 0.
 TEST_F(PluginObject, TreatsAMissingRangeAsZero) {
   PI::CProperty property(PI::Property::POLL_INTERVAL, true);
   property.SetValue(std::string("30"));
-  EXPECT_EQ(m_Host.Execute(7, OneCard::PLUGIN, &property), 0U);
-  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, 30005), PollRow(0));
+  EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, OneCard::PLUGIN, &property), 0U);
+  EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(0));
 }
 
 // The operation.

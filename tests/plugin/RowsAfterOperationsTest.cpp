@@ -10,8 +10,8 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr std::uint32_t BLOCK_SIZE = 30460;
-constexpr int BYTES_4096 = 40049;
+constexpr std::uint32_t BLOCK_SIZE = PI::Property::BLOCK_SIZE;
+constexpr int BYTES_4096 = PI::Value::_4K;
 
 class RowsAfterOperations : public WorkerFixture {
  protected:

@@ -63,7 +63,7 @@ TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
                           "object 0130000000000002 type 19018 parents 0130000000000001 children",
                           "object 0130000000000004 type 19018 parents 0130000000000003 children"));
   PI::CProperty number(PI::Property::UNDEFINED, false);
-  EXPECT_EQ(host.Property(0x0130000000000003, 30120, number), 0U);
+  EXPECT_EQ(host.Property(0x0130000000000003, PI::Property::ADAPTER_NUMBER, number), 0U);
   EXPECT_EQ(Render(number), "ADAPTER_NUMBER = 2 (label ID, sort 23003)");
 }
 
@@ -132,7 +132,7 @@ TEST_F(TopologyOfOneCard, IsTheSameAtEachRequest) {
 TEST_F(TopologyOfOneCard, ReplacesThePreviousContentsOfTheList) {
   std::vector<PI::CObject> objects(5);
   for (PI::CObject& object : objects) object.m_ID = 99;
-  EXPECT_EQ(m_Host.Execute(4, 0, &objects), 0U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_TOPOLOGY, 0, &objects), 0U);
   ASSERT_EQ(objects.size(), 3U);
   for (const PI::CObject& object : objects) EXPECT_NE(object.m_ID, 99U);
 }
@@ -141,7 +141,7 @@ TEST_F(TopologyOfOneCard, ReplacesThePreviousContentsOfTheList) {
 TEST_F(TopologyOfOneCard, IsCompleteForAnyObjectId) {
   for (const std::uint64_t id : {std::uint64_t{0}, OneCard::DRIVE, ~std::uint64_t{0}}) {
     std::vector<PI::CObject> objects;
-    EXPECT_EQ(m_Host.Execute(4, id, &objects), 0U);
+    EXPECT_EQ(m_Host.Execute(PI::CMD_GET_TOPOLOGY, id, &objects), 0U);
     EXPECT_EQ(objects.size(), 3U);
   }
 }
@@ -154,10 +154,10 @@ TEST_F(TopologyOfOneCard, CarriesTheChangeCounts) {
     return numbers;
   };
   EXPECT_THAT(counts(), ElementsAre(0U, 0U, 0U));
-  m_Host.Row(OneCard::ADAPTER, 30007);
-  m_Host.Row(OneCard::DRIVE, 30007);
-  m_Host.Row(OneCard::DRIVE, 30005);
-  m_Host.Row(OneCard::PLUGIN, 30007);
+  m_Host.Row(OneCard::ADAPTER, PI::Property::NAME);
+  m_Host.Row(OneCard::DRIVE, PI::Property::NAME);
+  m_Host.Row(OneCard::DRIVE, PI::Property::POLL_INTERVAL);
+  m_Host.Row(OneCard::PLUGIN, PI::Property::NAME);
   EXPECT_THAT(counts(), ElementsAre(1U, 1U, 2U));
   EXPECT_THAT(counts(), ElementsAre(1U, 1U, 2U));
 }
@@ -205,7 +205,7 @@ TEST_F(TopologyOfOneCard, IsCompleteWhenTheCardCannotBeOpened) {
   m_Host.Watch();
   CardSim::FailCall("vsl_open", 1, 5, "not today");
   std::vector<PI::CObject> objects;
-  EXPECT_EQ(m_Host.Execute(4, 0, &objects), 0U);
+  EXPECT_EQ(m_Host.Execute(PI::CMD_GET_TOPOLOGY, 0, &objects), 0U);
   ASSERT_EQ(objects.size(), 3U);
   EXPECT_EQ(objects[1].m_Properties.size(), all - 6);
   EXPECT_EQ(objects[1].m_Operations.size(), 4U);
@@ -226,7 +226,7 @@ TEST(TopologyOfTwoCards, ReservesRoomForExactlyFiveObjects) {
   host.AddCard();
   ASSERT_EQ(host.Initialize(), 0U);
   std::vector<PI::CObject> objects;
-  EXPECT_EQ(host.Execute(4, 0, &objects), 0U);
+  EXPECT_EQ(host.Execute(PI::CMD_GET_TOPOLOGY, 0, &objects), 0U);
   EXPECT_EQ(objects.size(), 5U);
   EXPECT_EQ(objects.capacity(), 5U);
 }

@@ -35,8 +35,8 @@ const Field FIELDS[] = {
     {"PciDeviceId", {}, {"pci_device_id", "0x3001"}, true},
     {"PciDeviceIdOfTheSameFamily", {}, {"pci_device_id", "0x1005"}, false},
     {"BoardName", {}, {"board_name", "Other"}, true},
-    {"Beacon", {}, {"beacon_state", "absent"}, true},
-    {"BeaconLight", {}, {"beacon_state", "true"}, false},
+    {"HasLocateLED", {}, {"beacon_state", "absent"}, true},
+    {"LocateLED", {}, {"beacon_state", "true"}, false},
     {"SerialNumber", {}, {"serial_number", "Other"}, true},
     {"FirmwareRevision", {}, {"fw_current_revision", "1"}, true},
     {"FirmwareMajor", {}, {"fw_current_major_ver", "1"}, true},
@@ -184,7 +184,7 @@ void PrintTo(const Member<Record>& member, std::ostream* stream) {
 using AdapterMember = Member<CFusionIOAdapter>;
 const AdapterMember ADAPTER_MEMBERS[] = {
     MEMBER(CFusionIOAdapter, ID, 7),
-    MEMBER(CFusionIOAdapter, ObjectType, 19018),
+    MEMBER(CFusionIOAdapter, ObjectType, PI::OBJECT_PHYSICAL_DRIVE),
     MEMBER(CFusionIOAdapter, CardIndex, 7),
     MEMBER(CFusionIOAdapter, GlobalNumber, 7),
     MEMBER(CFusionIOAdapter, Vendor, "x"),

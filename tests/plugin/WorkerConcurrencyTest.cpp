@@ -146,7 +146,7 @@ void CollectInOrder(Schedule schedule) {
     for (std::size_t turn = 1; turn <= 4; ++turn) {
       busy.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
       busy.AwaitSeen(FIRST, turn);
-      expected.push_back(turn % 2 == 1 ? 10984 : 10983);
+      expected.push_back(turn % 2 == 1 ? Number::CTRL_DETACHED : Number::CTRL_ATTACHED);
     }
     done = true;
   }

@@ -42,33 +42,35 @@ class OddRecords : public testing::Test {
 
 TEST_F(OddRecords, ShowAnIndicatorForEachDriveState) {
   const std::pair<std::uint32_t, const char*> cases[] = {
-      {40099,
+      {PI::Value::AVAILABLE,
        "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
-      {40180,
+      {PI::Value::AVAILABLE_SMART,
        "STATUS = AVAILABLE_SMART of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator "
        "24189)"},
-      {40095,
+      {PI::Value::FAILED,
        "STATUS = FAILED of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24177)"},
-      {40024, "STATUS = OK of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
+      {PI::Value::OK,
+       "STATUS = OK of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
       {7, "STATUS = 7 of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"}};
   for (const auto& [state, status] : cases) {
     CFusionIOPhysicalDrive drive;
     drive.m_State = state;
-    EXPECT_THAT(RowsOf(drive, 30017), ElementsAre(status));
+    EXPECT_THAT(RowsOf(drive, PI::Property::STATUS), ElementsAre(status));
   }
 }
 
 TEST_F(OddRecords, ShowTheHealthyIndicatorForOtherAdapterStatuses) {
   const std::pair<std::uint32_t, const char*> cases[] = {
-      {40024, "STATUS = OK of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
-      {40150, "STATUS = WARNING of [OK WARNING FAILED] (sort 23127, indicator 24002)"},
-      {40095, "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
-      {40099, "STATUS = AVAILABLE of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
+      {PI::Value::OK, "STATUS = OK of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
+      {PI::Value::WARNING, "STATUS = WARNING of [OK WARNING FAILED] (sort 23127, indicator 24002)"},
+      {PI::Value::FAILED, "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
+      {PI::Value::AVAILABLE,
+       "STATUS = AVAILABLE of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
       {7, "STATUS = 7 of [OK WARNING FAILED] (sort 23127, indicator 24000)"}};
   for (const auto& [status, row] : cases) {
     CFusionIOAdapter adapter;
     adapter.m_Status = status;
-    EXPECT_THAT(RowsOf(adapter, 30017), ElementsAre(row));
+    EXPECT_THAT(RowsOf(adapter, PI::Property::STATUS), ElementsAre(row));
   }
 }
 
@@ -81,27 +83,28 @@ TEST_F(OddRecords, SignExtendTheAdapterNumber) {
   for (const auto& [number, row] : cases) {
     CFusionIOAdapter adapter;
     adapter.m_CardIndex = number;
-    EXPECT_THAT(RowsOf(adapter, 30120), ElementsAre(row));
+    EXPECT_THAT(RowsOf(adapter, PI::Property::ADAPTER_NUMBER), ElementsAre(row));
   }
 }
 
 // A value that is not on its list is shown all the same.
 TEST_F(OddRecords, ShowChoicesThatAreNotOnTheirList) {
   CFusionIOAdapter adapter;
-  adapter.m_WriteThrottling = 40024;
-  adapter.m_Activity = 40128;
-  adapter.m_ExternalPower = 40411;
-  adapter.m_StatusReasons = {40486, 3};
-  EXPECT_THAT(RowsOf(adapter, 30468),
+  adapter.m_WriteThrottling = PI::Value::OK;
+  adapter.m_Activity = PI::Value::STOPPED;
+  adapter.m_ExternalPower = PI::Value::COMPLETE;
+  adapter.m_StatusReasons = {PI::Value::UNACTIVATED_FIRMWARE, 3};
+  EXPECT_THAT(RowsOf(adapter, PI::Property::WRITE_THROTTLING),
               ElementsAre("WRITE_THROTTLING = OK of [NONE PARTIAL COMPLETE] (sort 23147)"));
-  EXPECT_THAT(RowsOf(adapter, 30054),
+  EXPECT_THAT(RowsOf(adapter, PI::Property::ACTIVITY),
               ElementsAre("ACTIVITY = STOPPED of [IDLE BUSY ATTACHING DETACHING] (sort 23002)"));
-  EXPECT_THAT(RowsOf(adapter, 30501),
+  EXPECT_THAT(RowsOf(adapter, PI::Property::EXTERNAL_POWER_REQUIREMENT),
               ElementsAre("EXTERNAL_POWER_REQUIREMENT = COMPLETE of [NONE OPTIONAL REQUIRED] (sort "
                           "23047)"));
-  EXPECT_THAT(RowsOf(adapter, 30502), ElementsAre("EXTERNAL_POWER_CONNECTED = false (sort 23048)"));
+  EXPECT_THAT(RowsOf(adapter, PI::Property::EXTERNAL_POWER_CONNECTED),
+              ElementsAre("EXTERNAL_POWER_CONNECTED = false (sort 23048)"));
   EXPECT_THAT(
-      RowsOf(adapter, 30165),
+      RowsOf(adapter, PI::Property::ADDITIONAL_STATUS),
       ElementsAre("ADDITIONAL_STATUS = [UNACTIVATED_FIRMWARE 3] of [DETACHED STOPPED ATTACHED "
                   "FIRMWARE_OUT_OF_DATE INSUFFICIENT_POWER DUAL_PLANE_FAIL FORCED INTERNAL "
                   "CARD_LIMIT_EXCEEDED UNSUPPORTED_OS INSUFFICIENT_MEMORY SMP_BOOTLOADER_MODE "

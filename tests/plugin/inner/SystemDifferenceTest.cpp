@@ -222,20 +222,23 @@ const Case CASES[] = {
      {"~A1"},
      {}},
     {"Attached",
-     [](Records&, Records& scanned) { scanned.adapters[0].m_StatusReasons = {40393}; },
+     [](Records&, Records& scanned) {
+       scanned.adapters[0].m_StatusReasons = {PI::Value::ATTACHED};
+     },
      {"~A1"},
      {"10983/2 of 11"}},
     {"Detached",
      [](Records& stored, Records& scanned) {
-       stored.adapters[0].m_StatusReasons = {40393};
-       scanned.adapters[0].m_StatusReasons = {40449, 40387};
+       stored.adapters[0].m_StatusReasons = {PI::Value::ATTACHED};
+       scanned.adapters[0].m_StatusReasons = {PI::Value::INTERNAL_ERROR, PI::Value::DETACHED};
      },
      {"~A1"},
      {"10984/4 of 11"}},
     {"StillAttached",
      [](Records& stored, Records& scanned) {
-       stored.adapters[0].m_StatusReasons = {40393};
-       scanned.adapters[0].m_StatusReasons = {40450, 40393};
+       stored.adapters[0].m_StatusReasons = {PI::Value::ATTACHED};
+       scanned.adapters[0].m_StatusReasons = {PI::Value::INCOMPATIBLE_PCI_BANDWIDTH,
+                                              PI::Value::ATTACHED};
      },
      {"~A1"},
      {}},
@@ -243,7 +246,7 @@ const Case CASES[] = {
      [](Records& stored, Records& scanned) {
        SeenTwice(stored.adapters[1], 1, 0, 0);
        Show(scanned.adapters[1], 1, 0, 0);
-       scanned.adapters[1].m_StatusReasons = {40387};
+       scanned.adapters[1].m_StatusReasons = {PI::Value::DETACHED};
        scanned.adapters[0] = Adapter(3);
        scanned.drives[0] = Drive(3);
        scanned.drives[1].m_SectorSize = 4096;
@@ -259,7 +262,7 @@ TEST(SystemDifference, GivesEventsOfAnAdapterTheTimeAndItsStoredName) {
   const Records stored = Cards({1});
   Records scanned = stored;
   scanned.adapters[0].m_Name = "renamed";
-  scanned.adapters[0].m_StatusReasons = {40387};
+  scanned.adapters[0].m_StatusReasons = {PI::Value::DETACHED};
   const SystemDifference difference = Compared(stored, scanned);
   ASSERT_THAT(difference.m_Events, SizeIs(1));
   const PI::CEvent& event = difference.m_Events[0];
