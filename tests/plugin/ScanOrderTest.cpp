@@ -1,5 +1,4 @@
-// The steps of the worker in one sequence: what comes before what when locks, cards, events, rows
-// and the host's call meet.
+// The order of the worker's steps: locks, card calls, events, rows and notifications.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Journal.h"
@@ -19,7 +18,7 @@ Lines Joined(const std::vector<Lines>& parts) {
 
 class ScanOrder : public WorkerFixture {
  protected:
-  // From the next wake-up on, what the worker does is in the journal.
+  // The journal records the worker's steps from the next wake-up.
   void BeginJournal() {
     m_OnLine = [this](const std::string& line) { m_Journal.Note("trace " + line); };
     m_OnNotify = [this] { m_Journal.Note("notify"); };
@@ -60,7 +59,13 @@ const Lines FREE_BOTH = {
 const Lines NOTIFY = {"-- notify"};
 const Lines REST = {"-- trace 2 Worker() before restart interval"};
 
-// A card that is scanned well, by its path and the numbers of its handles.
+// A pass with a scan. `steps` come between the start of the scan and the release of the locks.
+Lines PassWithScan(const std::vector<Lines>& steps, const Lines& notify = NOTIFY) {
+  return Joined(
+      {WAKE_UP, TAKE_DATA, TAKE_EVENTS, BEGIN_SCAN, Joined(steps), FREE_BOTH, notify, REST});
+}
+
+// The steps of a successful scan of one card.
 Lines ScanOf(const std::string& path, const std::string& number) {
   const std::string card = "card#" + number;
   const std::string adapter = "adapter#" + number;
@@ -103,22 +108,15 @@ TEST_F(ScanOrder, ChangeWithAnEvent) {
   Set("card0", "iom_state", "0");
   m_Journal.CollectEvents();
   BeginJournal();
-  EXPECT_THAT(Next(), ElementsAreArray(
-                          Joined({WAKE_UP,
-                                  TAKE_DATA,
-                                  TAKE_EVENTS,
-                                  BEGIN_SCAN,
-                                  ScanOf("/dev/fct0", "1"),
-                                  END_SCAN,
-                                  {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
-                                  QUEUE,
-                                  {"de event 10984"},
-                                  UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
-                                  UpdateDriveRow("/dev/fct0"),
-                                  END_UPDATE,
-                                  FREE_BOTH,
-                                  NOTIFY,
-                                  REST})));
+  EXPECT_THAT(Next(), ElementsAreArray(PassWithScan(
+                          {ScanOf("/dev/fct0", "1"),
+                           END_SCAN,
+                           {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                           QUEUE,
+                           {"de event 10984"},
+                           UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
+                           UpdateDriveRow("/dev/fct0"),
+                           END_UPDATE})));
 }
 
 TEST_F(ScanOrder, NoChange) {
@@ -126,19 +124,14 @@ TEST_F(ScanOrder, NoChange) {
   StartWatch();
   AwaitWakeUps(2);
   BeginJournal();
-  EXPECT_THAT(Next(), ElementsAreArray(
-                          Joined({WAKE_UP,
-                                  TAKE_DATA,
-                                  TAKE_EVENTS,
-                                  BEGIN_SCAN,
-                                  ScanOf("/dev/fct0", "1"),
-                                  END_SCAN,
-                                  {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
-                                  UpdateDriveRow("/dev/fct0"),
-                                  {"de trace 2 LEAVE UpdateSystem ret = 20000",
-                                   "de trace 16 After UpdateSystem() ret = 20000"},
-                                  FREE_BOTH,
-                                  REST})));
+  EXPECT_THAT(Next(), ElementsAreArray(PassWithScan(
+                          {ScanOf("/dev/fct0", "1"),
+                           END_SCAN,
+                           {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                           UpdateDriveRow("/dev/fct0"),
+                           {"de trace 2 LEAVE UpdateSystem ret = 20000",
+                            "de trace 16 After UpdateSystem() ret = 20000"}},
+                          {})));
 }
 
 // Changed adapters before removed ones, adapters before drives.
@@ -150,31 +143,24 @@ TEST_F(ScanOrder, RemovedCardAndChangedCard) {
   m_Journal.CollectEvents();
   BeginJournal();
   CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "gone");
-  EXPECT_THAT(Next(), ElementsAreArray(
-                          Joined({WAKE_UP,
-                                  TAKE_DATA,
-                                  TAKE_EVENTS,
-                                  BEGIN_SCAN,
-                                  ScanOf("/dev/fct0", "1"),
-                                  {"de call vsl_iom_create_by_name /dev/fct1",
-                                   "de trace 16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"},
-                                  END_SCAN,
-                                  {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
-                                  QUEUE,
-                                  {"de event 10984", "de event 11094"},
-                                  UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
-                                  {"de sql DELETE FROM host_adapter_rows",
-                                   std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" +
-                                       NumberOf(4) + ") removed from db."},
-                                  UpdateDriveRow("/dev/fct0"),
-                                  END_UPDATE,
-                                  FREE_BOTH,
-                                  NOTIFY,
-                                  REST})));
+  EXPECT_THAT(Next(), ElementsAreArray(PassWithScan(
+                          {ScanOf("/dev/fct0", "1"),
+                           {"de call vsl_iom_create_by_name /dev/fct1",
+                            "de trace 16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"},
+                           END_SCAN,
+                           {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                           QUEUE,
+                           {"de event 10984", "de event 11094"},
+                           UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
+                           {"de sql DELETE FROM host_adapter_rows",
+                            std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" +
+                                NumberOf(4) + ") removed from db."},
+                           UpdateDriveRow("/dev/fct0"),
+                           END_UPDATE})));
 }
 
-// What was queued is seen at the first call after it, which is a read for the first row. Added
-// adapters come before changed ones, added drives before the upkeep of all drives.
+// Queued events show at the first call after them, which is a read for the first row. Added
+// adapters are written before changed ones, and added drives before the update of all drives.
 TEST_F(ScanOrder, AddedCardAndChangedCard) {
   AddCards(2);
   StartWatch();
@@ -190,12 +176,8 @@ TEST_F(ScanOrder, AddedCardAndChangedCard) {
   second.insert(second.end() - 2, "de trace 2 The drive is not found yet!");
   EXPECT_THAT(
       Next(),
-      ElementsAreArray(Joined(
-          {WAKE_UP,
-           TAKE_DATA,
-           TAKE_EVENTS,
-           BEGIN_SCAN,
-           ScanOf("/dev/fct0", "1"),
+      ElementsAreArray(PassWithScan(
+          {ScanOf("/dev/fct0", "1"),
            second,
            END_SCAN,
            {"de trace 2 ENTER UpdateSystem for 2 adapter, 2 physicalDrives"},
@@ -211,13 +193,10 @@ TEST_F(ScanOrder, AddedCardAndChangedCard) {
             "de trace 128 PD (Flash Adapter G2 (0)) inserted to db."},
            UpdateDriveRow("/dev/fct0"),
            UpdateDriveRow("/dev/fct1"),
-           END_UPDATE,
-           FREE_BOTH,
-           NOTIFY,
-           REST})));
+           END_UPDATE})));
 }
 
-// Every read of the quick poll comes before the events' lock, and none of the scan.
+// All reads of the quick poll, and none of the scan, come before the events' lock is taken.
 TEST_F(ScanOrder, QuickPollWithAChange) {
   AddCards(2);
   StartWatch();
@@ -255,7 +234,8 @@ TEST_F(ScanOrder, QuickPollOfCardsThatCannotBeOpened) {
            REST})));
 }
 
-// The card is destroyed after the line that says why; the host is called for the event that waits.
+// The card is destroyed after the failure is traced; the host is notified because an event is
+// queued.
 TEST_F(ScanOrder, FailedScanWithAQueuedEvent) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -266,17 +246,10 @@ TEST_F(ScanOrder, FailedScanWithAQueuedEvent) {
   BeginJournal();
   CardSim::FailCall("vsl_open", 1, 62, "not now");
   EXPECT_THAT(Next(),
-              ElementsAreArray(Joined(
-                  {WAKE_UP,
-                   TAKE_DATA,
-                   TAKE_EVENTS,
-                   BEGIN_SCAN,
-                   {"de call vsl_iom_create_by_name /dev/fct0", "de call vsl_open card#1",
+              ElementsAreArray(PassWithScan(
+                  {{"de call vsl_iom_create_by_name /dev/fct0", "de call vsl_open card#1",
                     "de trace 16 ScanSystem, vsl_open = 62 (not now)", "de call vsl_destroy card#1",
-                    "de trace 16 After ScanSystem() ret = 20003"},
-                   FREE_BOTH,
-                   NOTIFY,
-                   REST})));
+                    "de trace 16 After ScanSystem() ret = 20003"}})));
 }
 
 TEST_F(ScanOrder, CardWithoutAFormatJob) {
@@ -294,7 +267,7 @@ TEST_F(ScanOrder, CardWithoutAFormatJob) {
                                  "de call vsl_close card#1", "de call vsl_destroy card#1"));
 }
 
-// A line with a value follows the read of that value at once.
+// Each value is traced immediately after it is read.
 TEST_F(ScanOrder, AgesAndTheirTraces) {
   AddCards(1);
   StartWatch();
@@ -316,7 +289,7 @@ TEST_F(ScanOrder, AgesAndTheirTraces) {
                         "de trace 16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10"));
 }
 
-// The host is called before the worker rests, and no lock is taken on the way.
+// The host is notified before the worker waits again, and no lock is taken in between.
 TEST_F(ScanOrder, WakeUpForTheHost) {
   AddCards(1);
   StartWatch();
