@@ -389,7 +389,7 @@ unsigned int SwitchLocateLED(const CFusionIOAdapter& adapter, bool on) {
 
 using AdapterRow = RaidDataModels::Adapter;
 
-// Which row is an adapter's.
+// The condition that selects the row of an adapter.
 auto IsRowOf(const CFusionIOAdapter& adapter) {
   using DatabaseORM::is_equal;
   return DatabaseORM::where(
@@ -534,7 +534,7 @@ unsigned int IPLUGINAPI_IMPL::ExecuteAdapterOperation(CFusionIOAdapter& adapter,
   return result;
 }
 
-// Drops the last job of the slot, also one that still runs: only the check rejects a second job.
+// Drops the last job of the slot, even one that still runs: only the check rejects a second job.
 void IPLUGINAPI_IMPL::StartJob(ThreadSlot& slot,
                                unsigned int (IPLUGINAPI_IMPL::*job)(const std::string&),
                                const CFusionIOAdapter& adapter) {

@@ -196,7 +196,7 @@ unsigned int FormatCard(const Drive& drive, const FormatRequest& request) {
 constexpr std::uint32_t kUnitOffline = 0;
 constexpr std::uint32_t kUnitOnline = 1;
 
-// One unit that took the new state is a success, whatever the others did.
+// Succeeds when one unit took the new state, even if others did not.
 unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
   TRACE_AS("ExecutePhysicalDriveOperation");
   ErrorRecord error;

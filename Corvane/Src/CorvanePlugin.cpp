@@ -45,7 +45,7 @@ bool Initialized(const char* name, int result) {
   return false;
 }
 
-// Goes to standard output, whatever the trace level.
+// Printed to standard output at any trace level.
 void PrintAdapterCount(unsigned long count) {
   std::printf("%s:  Initialize:  adapter count is %lu\n", MBX_MODULE_INFO_Corvane.m_Name, count);
 }
@@ -499,7 +499,8 @@ void IPLUGINAPI_IMPL::ScanCardState(const CardReader& card, CFusionIOAdapter& ad
     adapter.m_Status = Value::FAILED;
     return;
   }
-  // By position, not by card index: after a card has gone, this may be the path of another one.
+  // By position, not by card index: after a card has been removed, this may be the path of another
+  // one.
   const std::size_t index = adapter.m_CardIndex;
   const std::string* path = index < m_Adapters.size() ? &m_Adapters[index].m_DevicePath : nullptr;
   adapter.m_IomState = CorrectedState(*read, path);

@@ -8,7 +8,7 @@
 
 namespace NAMESPACE_Corvane {
 
-// In the host's order. Fields without a meaning of ours are carried.
+// In the host's order. Fields that the plug-in does not interpret are passed along.
 struct OperationRow {
   PI::_OPERATION_ID m_OperationID;
   std::uint32_t m_Class;

@@ -8,7 +8,7 @@
 namespace NAMESPACE_Corvane {
 
 // Runs the statements of one row operation. 0, or ERR_GENERAL when the database refused;
-// `traceFailure` gets the reason then. Other exceptions pass.
+// `traceFailure` gets the reason then. Other exceptions propagate.
 //
 // Unlocked for the analysis, which does not see that the caller holds what the statements require.
 template <class Statements, class TraceFailure>

@@ -34,8 +34,8 @@ struct SystemDifference {
   std::vector<CFusionIOAdapter> m_AddedAdapters;
   std::vector<AdapterChange> m_ChangedAdapters;
   std::vector<CFusionIOAdapter> m_RemovedAdapters;
-  // The drives of added adapters, which have taken over the global number. A drive that comes
-  // without its adapter is not among them.
+  // The drives of added adapters, with the adapters' global numbers. A drive without its adapter is
+  // not included.
   std::vector<CFusionIOPhysicalDrive> m_AddedDrives;
   std::vector<CFusionIOPhysicalDrive> m_ChangedDrives;  // as scanned
   // In the order in which the host gets them: added and changed adapters in the order of the scan,
@@ -83,7 +83,7 @@ inline AdapterChange ChangeOf(const CFusionIOAdapter& stored, const CFusionIOAda
   return change;
 }
 
-// An adapter that has come, with its drive: the first one of its serial number, if there is one.
+// An added adapter, with its drive: the first one with its serial number, if any.
 inline void CompareAdded(const CFusionIOAdapter& adapter,
                          std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now,
                          SystemDifference& difference) {

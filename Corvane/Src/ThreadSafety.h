@@ -1,7 +1,8 @@
-// Which lock guards what, in words that clang's -Wthread-safety checks. Other compilers skip them.
+// Which lock guards what, as annotations that clang's -Wthread-safety checks. Other compilers
+// ignore them.
 //
-// The check needs lock types that are annotated as capabilities. With a host's headers that do not
-// annotate theirs, the words are comments.
+// The check needs lock types that are annotated as capabilities. With headers of a host that does
+// not annotate its lock types, the annotations have no effect.
 #pragma once
 
 #if defined(__clang__)
