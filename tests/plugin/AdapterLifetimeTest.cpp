@@ -1,6 +1,6 @@
-// What the host learns of an adapter's age and wear: lifetime, endurance, reserve, byte counters,
+// An adapter's age and wear as the host reads them: lifetime, endurance, reserve, byte counters,
 // manufacture date. Time is virtual and starts at 2026-01-01 00:00; the start of the plug-in takes
-// a little over a second of it.
+// a little over a second.
 
 #include <gmock/gmock.h>
 
@@ -65,16 +65,17 @@ TEST_P(EstimatedLifetime, IsTheDayTheCardWearsOut) {
 INSTANTIATE_TEST_SUITE_P(
     All, EstimatedLifetime,
     testing::Values(
-        // As long again as it has been in use.
+        // Half of the rating was used in a year, so the other half lasts another year.
         Case{"HalfWornInAYear", Wear(A_YEAR_AGO, "54975581388800", "100", "50.0"),
              R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
-        // 50.9 counts as 50: with 51, nine days more.
+        // 50.9 counts as 50; 51 would add nine days.
         Case{"PercentCutTowardZero", Wear(A_YEAR_AGO, "0", "100", "50.9"),
              R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
-        // One whole hour of age for 1 %: 99 hours more, and not 198.
+        // One whole hour of age for 1 % leaves 99 hours; an age of two hours would leave 198.
         Case{"AgeInWholeHours", Wear(ALMOST_TWO_HOURS_AGO, "0", "100", "99.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-05" (sort 23045))"},
-        // 80 of 100 units in 8760 hours leave 2190 hours, whatever the card says of its wear.
+        // 80 of 100 units written in 8760 hours leave 2190 hours, although the card reports less
+        // wear.
         Case{"BytesCountToo", Wear(A_YEAR_AGO, "87960930222080", "100", "90.0"),
              R"(ESTIMATED_LIFETIME = "2026-04-02" (sort 23045))"},
         Case{"WornOut", Wear(A_YEAR_AGO, "0", "100", "0.0"),
@@ -83,15 +84,15 @@ INSTANTIATE_TEST_SUITE_P(
              R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
         Case{"WrittenBeyondTheRating", Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
-        // The longest span of the host, 61,360,000 hours.
+        // The host's longest lifetime, 61,360,000 hours.
         Case{"Unworn", Wear(A_YEAR_AGO, "0", "100", "100.0"),
              R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
         Case{"MoreThanNew", Wear(A_YEAR_AGO, "0", "100", "150.0"),
              R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
-        // The age runs round to an immense one.
+        // The negative age wraps around to a very large one.
         Case{"FirstUsedInTheFuture", Wear(IN_A_YEAR, "0", "100", "50.0"),
              R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
-        // Only the wear counts.
+        // Without a rating, only the card's own wear counts.
         Case{"NoRating", Wear(A_YEAR_AGO, "54975581388800", "0", "50.0"),
              R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
         Case{"NoFirstUse", Wear(nullptr, "0", "100", "50.0"), ABSENT}),
@@ -102,7 +103,7 @@ TEST(EstimatedLifetimeOverTime, CountsFromTheTimeOfTheRequest) {
   ASSERT_EQ(host.Initialize(), 0U);
   constexpr std::int64_t ONE_DAY_NS = 86'400'000'000'000;
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + ONE_DAY_NS);
-  // 366 days of use on 2026-01-02 leave 366 more.
+  // On 2026-01-02, 366 days of use leave 366 more.
   EXPECT_EQ(host.Row(OneCard::ADAPTER, LIFETIME),
             R"(ESTIMATED_LIFETIME = "2027-01-03" (sort 23045))");
 }
@@ -135,13 +136,13 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Whole", Wear(A_YEAR_AGO, "109951162777600", "100", "50.0"), ENDURANCE_ROW("100")},
         Case{"BeyondTheRating", Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"),
              ENDURANCE_ROW("250")},
-        // A hundred times this many bytes runs over 64 bits.
-        Case{"RunsOver", Wear(A_YEAR_AGO, "400000000000000000", "1", "50.0"),
+        // A hundred times this many bytes overflows 64 bits.
+        Case{"Overflow", Wear(A_YEAR_AGO, "400000000000000000", "1", "50.0"),
              ENDURANCE_ROW("2825356")},
-        // It needs neither first use nor remaining writes.
+        // The percentage needs neither first use nor remaining writes.
         Case{"WithoutAnAge", Wear(nullptr, "54975581388800", "100", nullptr), ENDURANCE_ROW("50")},
         Case{"NoRating", Wear(A_YEAR_AGO, "54975581388800", nullptr, "50.0"), ABSENT},
-        Case{"NothingTold", Wear(A_YEAR_AGO, nullptr, "100", "50.0"), ABSENT},
+        Case{"NoWriteCounter", Wear(A_YEAR_AGO, nullptr, "100", "50.0"), ABSENT},
         Case{"RatingOfZero", Wear(A_YEAR_AGO, "54975581388800", "0", "50.0"), ABSENT}),
     NameOfCase);
 
@@ -162,7 +163,7 @@ TEST(RatedEnduranceTrace, TracesNothingForARatingOfZero) {
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
 
-// A rating of 2^24 units of 2^40 bytes overflows 64 bits to 0, which means no rating. Runs in a
+// A rating of 2^24 units of 2^40 bytes overflows 64 bits to 0, which counts as no rating. Runs in a
 // separate process, because a division by zero would end it.
 TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
   const auto read = [] {
@@ -190,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Two", {{"reserve_status", "2"}}, RESERVE_ROW("DEPLETED")},
         Case{"Three", {{"reserve_status", "3"}}, RESERVE_ROW("HEALTHY")},
         Case{"Largest", {{"reserve_status", "4294967295"}}, RESERVE_ROW("HEALTHY")},
-        // The space decides whether there is a status.
+        // Without the space, the status has no row.
         Case{"NoSpace", {{"reserve_space_pct", nullptr}, {"reserve_status", "2"}}, ABSENT}),
     NameOfCase);
 
@@ -216,7 +217,7 @@ TEST_P(ReserveSpace, IsTruncatedTowardZero) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, ReserveSpace,
-    testing::Values(Case{"Nothing", {{"reserve_space_pct", "0.0"}}, SPACE_ROW("0")},
+    testing::Values(Case{"None", {{"reserve_space_pct", "0.0"}}, SPACE_ROW("0")},
                     Case{"AlmostOne", {{"reserve_space_pct", "0.99"}}, SPACE_ROW("0")},
                     Case{"One", {{"reserve_space_pct", "1.0"}}, SPACE_ROW("1")},
                     Case{"AlmostAll", {{"reserve_space_pct", "99.75"}}, SPACE_ROW("99")},
@@ -225,7 +226,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"Negative", {{"reserve_space_pct", "-1.75"}}, SPACE_ROW("-1")}),
     NameOfCase);
 
-// A byte counter, and how the host shows it: in the largest unit of which there is one.
+// A byte counter and its row: the largest unit that gives at least 1.
 struct Count {
   const char* name;
   const char* bytes;
@@ -259,7 +260,7 @@ TEST_P(ByteCounters, AreShownInTheLargestUnitThatFits) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, ByteCounters,
-    testing::Values(Count{"Nothing", "0", "0f unit 21025"},
+    testing::Values(Count{"None", "0", "0f unit 21025"},
                     Count{"AlmostOneKiB", "1023", "1023f unit 21025"},
                     Count{"OneKiB", "1024", "1f unit 21001"},
                     Count{"OneMiB", "1048576", "1f unit 21002"},
@@ -279,7 +280,7 @@ TEST(AbsentByteCounters, HaveNoRowAndNoTrace) {
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
 
-// The counters are read all the same, each just before it is to be converted.
+// The counters are read even so, each just before its conversion.
 TEST(ByteCountersWithoutAUnit, HaveNoRowAndNoTrace) {
   OneCard host(Settings{{"total_physical_bytes_read", "4096"},
                         {"total_physical_bytes_written", "8192"},
@@ -309,7 +310,7 @@ TEST_P(ManufactureDate, ShowsDateHourAndMinute) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, ManufactureDate,
-    testing::Values(Case{"SomeDay",
+    testing::Values(Case{"OrdinaryDay",
                          {{"origin_ts", "1330837560"}},
                          R"(MANUFACTURE_DATE = "2012-03-04 05:06" (sort 23070))"},
                     Case{"LastSecondOfALeapDay",
@@ -321,7 +322,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"LastOfFourDigits",
                          {{"origin_ts", "253402300799"}},
                          R"(MANUFACTURE_DATE = "9999-12-31 23:59" (sort 23070))"},
-                    Case{"NotTold", {{"origin_ts", nullptr}}, ABSENT},
+                    Case{"Absent", {{"origin_ts", nullptr}}, ABSENT},
                     Case{"WithoutAFirstUse",
                          {{"first_use_ts", nullptr}, {"origin_ts", "1330837560"}},
                          R"(MANUFACTURE_DATE = "2012-03-04 05:06" (sort 23070))"}),

@@ -18,7 +18,7 @@ using testing::IsEmpty;
 constexpr std::uint64_t ADAPTER = 0x0130000000000001;
 constexpr std::uint32_t UNKNOWN_OPERATION = 50099;
 
-// The nine numbers of a row, with the name after the identifier, and the number of parameters.
+// The nine numbers of a row, the name after the identifier, and the number of parameters.
 std::string Row(const PI::COperation& operation) {
   std::string text;
   for (const std::uint32_t number :
@@ -37,7 +37,7 @@ std::vector<std::string> Rows(const std::vector<PI::COperation>& operations) {
   return rows;
 }
 
-// One card and an initialized plug-in, with nothing traced and nothing called yet.
+// One card and an initialized plug-in, with traces and calls cleared.
 class AdapterOperations : public testing::Test {
  protected:
   void StartWith(const std::string& attribute = "", const std::string& value = "") {
@@ -180,15 +180,15 @@ TEST_P(CheckLocateLED, FailsAndDestroysNothingWhenTheCardCannotBeFound) {
 
 INSTANTIATE_TEST_SUITE_P(
     LocateLEDs, CheckLocateLED,
-    testing::Values(LocateLEDCheck{"LocateDark", Number::OP_LOCATE_DEVICE, "false", 0},
-                    LocateLEDCheck{"LocateLit", Number::OP_LOCATE_DEVICE, "true",
+    testing::Values(LocateLEDCheck{"LocateWhenOff", Number::OP_LOCATE_DEVICE, "false", 0},
+                    LocateLEDCheck{"LocateWhenOn", Number::OP_LOCATE_DEVICE, "true",
                                    Number::ERR_LOCATE_IN_PROGRESS},
-                    LocateLEDCheck{"StopDark", Number::OP_STOP_LOCATE_DEVICE, "false",
+                    LocateLEDCheck{"StopWhenOff", Number::OP_STOP_LOCATE_DEVICE, "false",
                                    Number::ERR_NO_LOCATE_STARTED},
-                    LocateLEDCheck{"StopLit", Number::OP_STOP_LOCATE_DEVICE, "true", 0}),
+                    LocateLEDCheck{"StopWhenOn", Number::OP_STOP_LOCATE_DEVICE, "true", 0}),
     [](const auto& each) { return std::string(each.param.name); });
 
-// The state that the library returns counts, also when the call failed.
+// The state that the library returns counts even when the call fails.
 TEST_F(AdapterOperations, CheckTakesAnUnreadableLocateLEDAsOff) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", "true");

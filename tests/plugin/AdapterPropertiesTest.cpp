@@ -1,4 +1,5 @@
-// What the host reads from an adapter: the whole list, and the form and condition of each row.
+// An adapter's properties as the host reads them: the whole list, and the form and condition of
+// each row.
 
 #include <gmock/gmock.h>
 
@@ -69,7 +70,8 @@ TEST(AdapterProperties, ShowOnlyRecordedRowsOfACardThatCannotBeOpened) {
   }
 }
 
-// The selector of all properties is not a property: the host gets the first of the list.
+// The selector for all properties is not a property itself: a single read with it returns the first
+// row.
 TEST(AdapterProperties, ReturnTheFirstForTheSelectorOfAll) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
@@ -150,7 +152,7 @@ TEST(AdapterProperties, ShowAnUnknownSegment) {
   EXPECT_EQ(host.Row(second, Property::PRODUCT), R"(PRODUCT = "" (sort 23102))");
 }
 
-// One row on one card, in the list and alone. The result is 20000 if the row is not shown.
+// One row of one card, in the list and read alone: "result 20000" if the row is not shown.
 struct Case {
   const char* name;
   Settings settings;
@@ -245,7 +247,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"temp_internal_deg_c", nullptr}},
              Property::CHIP_TEMPERATURE,
              "CHIP_TEMPERATURE = 0f (sort 23024, unit 21000, format 8)"},
-        Case{"Frost",
+        Case{"BelowZero",
              {{"temp_internal_deg_c", "-12.5"}},
              Property::CHIP_TEMPERATURE,
              "CHIP_TEMPERATURE = -12.5f (sort 23024, unit 21000, format 8)"},
@@ -308,7 +310,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"external_power_requirement", "1"}, {"external_power_connected", "false"}},
              Property::EXTERNAL_POWER_CONNECTED,
              "EXTERNAL_POWER_CONNECTED = false (sort 23048)"},
-        Case{"ExternalPowerConnectionNotTold",
+        Case{"ExternalPowerConnectionAbsent",
              {{"external_power_requirement", "2"}, {"external_power_connected", nullptr}},
              Property::EXTERNAL_POWER_CONNECTED,
              "EXTERNAL_POWER_CONNECTED = false (sort 23048)"},
@@ -344,7 +346,7 @@ INSTANTIATE_TEST_SUITE_P(
                          {{"current_errors", "1"}, {"current_warnings", "2"}},
                          Property::STATUS,
                          "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
-                    Case{"StateNotTold",
+                    Case{"NoState",
                          {{"iom_state", nullptr}},
                          Property::STATUS,
                          "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
@@ -357,7 +359,7 @@ INSTANTIATE_TEST_SUITE_P(
                          {{"write_throttling_state", "2"}},
                          Property::WRITE_THROTTLING,
                          "WRITE_THROTTLING = COMPLETE of [NONE PARTIAL COMPLETE] (sort 23147)"},
-                    Case{"ThrottlingUnheardOf",
+                    Case{"ThrottlingUnknown",
                          {{"write_throttling_state", "3"}},
                          Property::WRITE_THROTTLING,
                          "WRITE_THROTTLING = NONE of [NONE PARTIAL COMPLETE] (sort 23147)"},

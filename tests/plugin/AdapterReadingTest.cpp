@@ -1,5 +1,5 @@
-// How the properties of an adapter are read from its card: which calls, in which order, with which
-// traces, and what is left when a card or one of its attributes does not answer.
+// How the properties of an adapter are read from its card: which calls in which order with which
+// traces, and what remains when a card or an attribute cannot be read.
 
 #include <gmock/gmock.h>
 
@@ -21,8 +21,8 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// A card that shows all rows.
-const Settings TALKATIVE = {
+// A card that has all rows.
+const Settings CARD_WITH_ALL_ROWS = {
     {"first_use_ts", "1735689600"},
     {"reserve_space_pct", "97.9"},
     {"reserve_status", "2"},
@@ -62,7 +62,7 @@ void ExpectNothingLeftOpen() {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
-// Without the host's numbers no worker runs, so the request makes the only calls.
+// No worker runs until the host assigns numbers, so the request makes the only calls.
 class AdapterReading : public testing::Test {
  protected:
   void SetUp() override {
@@ -70,7 +70,7 @@ class AdapterReading : public testing::Test {
     m_Host.Watch();
   }
 
-  OneCard m_Host{TALKATIVE};
+  OneCard m_Host{CARD_WITH_ALL_ROWS};
 };
 
 TEST_F(AdapterReading, AsksTheCardInTheOrderOfTheRows) {
@@ -132,7 +132,7 @@ TEST_F(AdapterReading, OpensTheCardEvenForAnUnknownProperty) {
                                           "vsl_close card#1", "vsl_destroy card#1"));
 }
 
-// The attribute calls of one row by itself are those of that row in the list.
+// Reading one row makes the same attribute calls as that row in the list.
 struct RowCalls {
   const char* name;
   std::uint32_t property;
@@ -147,7 +147,7 @@ void PrintTo(const RowCalls& each, std::ostream* out) {
 class AdapterReadingOfOneRow : public testing::TestWithParam<RowCalls> {};
 
 TEST_P(AdapterReadingOfOneRow, CallsTheCardForThatRowOnly) {
-  OneCard host(TALKATIVE);
+  OneCard host(CARD_WITH_ALL_ROWS);
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
   EXPECT_NE(host.Row(OneCard::ADAPTER, GetParam().property), "result 20000");
@@ -170,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(
                     RowCalls{"Endurance", Property::RATED_ENDURANCE_PERCENT, 16, 4}),
     [](const auto& each) { return each.param.name; });
 
-// The card at the moment of the request; the record from the last scan.
+// Live rows show the card at the time of the request, the others the record of the last scan.
 TEST_F(AdapterReading, ShowsLiveValuesBesideRecordedOnes) {
   m_Host.Set({{"temp_internal_deg_c", "99.5"},
               {"total_physical_bytes_read", "2048"},
@@ -232,7 +232,7 @@ TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
   EXPECT_TRUE(payload.m_Writable);
 }
 
-// What a card without one attribute does not show.
+// The rows that need an attribute.
 struct Lacking {
   const char* attribute;
   std::set<std::uint32_t> missing;
@@ -245,7 +245,7 @@ void PrintTo(const Lacking& each, std::ostream* out) {
 class AdapterWithoutAnAttribute : public testing::TestWithParam<Lacking> {};
 
 TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
-  OneCard host(TALKATIVE);
+  OneCard host(CARD_WITH_ALL_ROWS);
   host.Set({{GetParam().attribute, nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -287,13 +287,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Lacking{"reserve_warning_threshold_percent", {}}),
     [](const auto& each) { return each.param.attribute; });
 
-// The lifetime asks for three attributes and stops at the first that is not there.
+// The lifetime needs three attributes; the read stops at the first missing one.
 TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstMissingAttribute) {
   const char* const attributes[] = {"rated_endurance_tbytes", "total_physical_bytes_written",
                                     "rated_writes_remaining_percent"};
   std::vector<std::string> expected = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
   for (const char* attribute : attributes) {
-    OneCard host(TALKATIVE);
+    OneCard host(CARD_WITH_ALL_ROWS);
     host.Set({{attribute, nullptr}});
     ASSERT_EQ(host.Initialize(), 0U);
     host.Watch();
@@ -306,7 +306,7 @@ TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstMissingAttribute) {
 }
 
 TEST(AdapterReadingOfTheLifetime, ReadsNothingWithoutAFirstUse) {
-  OneCard host(TALKATIVE);
+  OneCard host(CARD_WITH_ALL_ROWS);
   host.Set({{"first_use_ts", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -315,9 +315,9 @@ TEST(AdapterReadingOfTheLifetime, ReadsNothingWithoutAFirstUse) {
                                         "vsl_close card#1", "vsl_destroy card#1"));
 }
 
-// The endurance stops early as well.
+// The endurance stops at its first missing attribute too.
 TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
-  OneCard host(TALKATIVE);
+  OneCard host(CARD_WITH_ALL_ROWS);
   host.Set({{"rated_endurance_tbytes", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
@@ -327,8 +327,8 @@ TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
                                         "vsl_destroy card#1"));
 }
 
-// Whatever call of a request fails, the request succeeds, nothing stays open, and the next one is
-// as if nothing had been. A refused end of a handle is the library's own affair.
+// Any single call may fail: the request succeeds, no handle stays open, and the next request is not
+// affected. Failures of destroy and close are left to the library.
 TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
   const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
   std::map<std::string, unsigned int> seen;
@@ -343,8 +343,8 @@ TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
   }
 }
 
-// One call on an open card that fails within a whole list. An attribute that cannot be asked for is
-// not there; a value that cannot be read is 0, and the failure is ignored.
+// One failing call on an open card while the whole list is read. If the query for an attribute
+// fails, its row is missing; if the read fails, the value is 0 and the failure is ignored.
 struct FailedCall {
   const char* name;
   std::size_t call;     // in `ALL_CALLS`
@@ -361,7 +361,7 @@ void PrintTo(const FailedCall& each, std::ostream* out) {
 class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> {
  protected:
   void SetUp() override {
-    // Written for 80 of 100 units, and worn by 10 percent, which give different lifetimes.
+    // 80 of 100 units written and 10 percent worn, which give different lifetimes.
     m_Host.Set({{"total_physical_bytes_written", "87960930222080"},
                 {"rated_writes_remaining_percent", "90.0"}});
     ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -377,7 +377,7 @@ class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> 
     CardSim::FailCall(function, nth, 5, "unreadable");
   }
 
-  OneCard m_Host{TALKATIVE};
+  OneCard m_Host{CARD_WITH_ALL_ROWS};
 };
 
 TEST_P(AdapterReadingWithAFailedCall, LosesOnlyThatRowOrItsValue) {
@@ -422,7 +422,7 @@ const FailedCall FAILED_CALLS[] = {
     {"HasRating", 2, 5, Property::ESTIMATED_LIFETIME, MISSING, ALL_TRACES},
     {"HasWritten", 3, 4, Property::ESTIMATED_LIFETIME, MISSING, ALL_TRACES},
     {"HasRemaining", 4, 3, Property::ESTIMATED_LIFETIME, MISSING, ALL_TRACES},
-    // By its wear alone: 90 percent more for 8760 hours each 10, 78,840 hours.
+    // From the wear alone: 10 percent took 8760 hours, so 90 percent take 78,840.
     {"Written", 5, 0, Property::ESTIMATED_LIFETIME,
      R"(ESTIMATED_LIFETIME = "2034-12-30" (sort 23045))", ALL_TRACES},
     {"Rating", 6, 0, Property::ESTIMATED_LIFETIME,
@@ -481,7 +481,7 @@ const FailedCall FAILED_CALLS[] = {
      Property::RATED_ENDURANCE_PERCENT,
      "RATED_ENDURANCE_PERCENT = 0 in 0..100 step 1 (sort 23105, unit 21010, fixed 0)",
      {SPACE, STATE, READ, WRITTEN, UNUSED}},
-    // A rating of 0 has no percentage.
+    // A rating of 0 gives no percentage.
     {"RatingForThePercentage",
      19,
      0,

@@ -1,4 +1,4 @@
-// The properties of an adapter as the host gets them: rows, numbers, and the calls that read them.
+// The properties of an adapter as the host reads them: rows, numbers, and the calls that read them.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace CorvaneTest {
 
-// A card that shows all rows.
+// A card that has all rows.
 inline const Settings FULL_CARD = {
     {"board_name", "Flash Board"},
     {"serial_number", "SN-77"},
@@ -139,13 +139,13 @@ inline const std::vector<RowNumbers> ALL_NUMBERS = {
     {30054, 3, 30054, {40102, 40025, 40388, 40391}},
 };
 
-// Those that are read from the card at each request.
+// The rows that are read from the card at each request.
 inline const std::set<std::uint32_t> LIVE = {
     PI::Property::ESTIMATED_LIFETIME, PI::Property::REMAINING_RESERVE_SPACE,
     PI::Property::RESERVE_STATUS,     PI::Property::BYTES_READ,
     PI::Property::BYTES_WRITTEN,      PI::Property::RATED_ENDURANCE_PERCENT};
 
-// The calls of one reading of all rows.
+// The calls that read all rows once.
 inline const std::vector<std::string> ALL_CALLS = {
     "vsl_iom_create_by_name /dev/fct0",
     "vsl_open card#1",

@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 class CanceledWorker : public WorkerFixture {
  protected:
-  // Lets the worker be stuck in `function` until it is canceled, and forgets all before that.
+  // Blocks the worker in `function` until it is canceled. Earlier calls and traces are cleared.
   void CancelIn(const std::string& function) {
     AddCards(1);
     StartWatch();
@@ -29,7 +29,7 @@ class CanceledWorker : public WorkerFixture {
     EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   }
 
-  // By another thread than the one that waits.
+  // From another thread than the one that waits.
   std::size_t ObjectsForTheNextCommand() {
     std::size_t count = 0;
     const auto read = [&] { count = m_Host.Topology().size(); };

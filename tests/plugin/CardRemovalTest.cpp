@@ -1,4 +1,4 @@
-// Cards that are not found any more, and cards that are found again.
+// Cards that disappear, and cards that return.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -57,7 +57,7 @@ TEST_F(CardRemoval, RequestsForAMissingCardFail) {
   EXPECT_EQ(Value(FIRST, PI::Property::STATUS), "OK");
 }
 
-// Only a scan notices.
+// Only a scan detects removed and added cards.
 TEST_F(CardRemoval, AQuickPollDoesNotDetectThem) {
   AddCards(1);
   StartWatch();
@@ -76,7 +76,7 @@ TEST_F(CardRemoval, AReturningCardHasNewIds) {
   StartWatch();
   Hide(1);
   EXPECT_THAT(NextScan(), ElementsAre(Removed(3, 2)));
-  AwaitScans(5);  // nothing is used up meanwhile
+  AwaitScans(5);  // no ids are used in the meantime
   Show(1);
   EXPECT_THAT(NextScan(), ElementsAre(Added(5, 2)));
   EXPECT_THAT(Tree(), ElementsAre("object 0130000000000000 type 19006 parents children "
@@ -118,7 +118,7 @@ TEST_F(CardRemoval, TheScanOfAReturningCardTracesOneMoreLine) {
   const auto begin = std::find(lines.begin(), lines.end(), "2 ENTER ScanSystem(0) PhyDrive=0");
   const auto end = std::find(begin, lines.end(), "2 LEAVE ScanSystem() -> 0");
   ASSERT_NE(end, lines.end());
-  // The ages and the reserve of either card, as of cards that were there before.
+  // The ages and the reserve of both cards, as in every scan.
   EXPECT_THAT(Lines(begin + 1, end),
               ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
                           "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
@@ -174,18 +174,18 @@ TEST_F(CardRemoval, ACardMissingAtTheStartIsNeverAdded) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
-// It counted at the start and could not be named in the first scan.
+// The card counted at the start, but the first scan could not find it.
 TEST_F(CardRemoval, ACardMissedByTheFirstScanIsAddedByTheNext) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "late");
   StartWatch();
   ASSERT_THAT(m_Host.Topology(), SizeIs(3));
-  // The host has numbered only the adapters that it knew.
+  // The host assigned numbers only to the adapters that it knew.
   EXPECT_THAT(NextScan(), ElementsAre("11093 severity 2 object 3 "));
   EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children, (std::vector<std::uint64_t>{ObjectId(3), FIRST}));
 }
 
-// Another card at the same place is the same object to the host.
+// The host sees another card at the same position as the same object.
 TEST_F(CardRemoval, AnotherCardAtTheSamePositionTakesOverTheIds) {
   AddCards(1);
   StartWatch();

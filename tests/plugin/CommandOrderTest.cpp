@@ -1,5 +1,5 @@
-// The steps of the host's commands in one sequence: what is printed, traced, asked of the cards and
-// written, and under which lock.
+// The order of steps within each command: printed text, traces, card calls and statements, and the
+// locks held at each.
 
 #include <atomic>
 
@@ -19,7 +19,7 @@ constexpr std::uint64_t PLUGIN = 0x0130000000000000;
 constexpr std::uint64_t ADAPTER = 0x0130000000000001;
 constexpr std::uint64_t DRIVE = 0x0130000000000002;
 
-// One card, and no thread of the plug-in's own.
+// One card; the plug-in runs no thread.
 class CommandOrder : public testing::Test {
  protected:
   CommandOrder() {
@@ -45,8 +45,8 @@ class CommandOrder : public testing::Test {
     return steps;
   }
 
-  // The plug-in is ready and nothing of that is in the journal. From here on the event that wakes
-  // the worker is watched: no worker takes it.
+  // Starts the plug-in and clears the journal. From here on the journal also shows the event that
+  // wakes the worker; no worker consumes it.
   void Start() {
     ASSERT_EQ(m_Host.Initialize(), 0U);
     m_Journal.ObserveEveryEntry([] {
@@ -122,7 +122,8 @@ TEST_F(CommandOrder, InitializeWithoutTheLibrary) {
                           "-- trace 2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
 }
 
-// The count is printed before the library goes down here, and after that when the scan has failed.
+// Here the count is printed before the library is stopped; after a failed scan, it is printed
+// afterwards.
 TEST_F(CommandOrder, InitializeWithoutAUsableCard) {
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   Lines expected = START_LIBRARY;
@@ -163,7 +164,7 @@ TEST_F(CommandOrder, DeInitialize) {
                                       "-- trace 2 LEAVE DeInitialize"));
 }
 
-// With all reads: the card is closed and destroyed after the last of them and before the exit.
+// Includes all reads: the card is closed and destroyed after the last read and before the exit.
 TEST_F(CommandOrder, AdapterPropertyList) {
   m_Host.Cards().Set("card0", "reserve_space_pct", "88.9");
   m_Host.Cards().Set("card0", "reserve_status", "1");
@@ -220,7 +221,7 @@ TEST_F(CommandOrder, ObjectTree) {
   Start();
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   Lines steps = AllSteps();
-  // What is read of the card belongs to the properties.
+  // The reads of the card are those of the properties.
   steps.erase(std::remove_if(steps.begin(), steps.end(),
                              [](const std::string& step) {
                                return step.find(" GetAdapterProperties, ") != std::string::npos;
@@ -242,7 +243,7 @@ TEST_F(CommandOrder, ObjectTree) {
                   "d- trace 4 GetTopology() m_PhysicalDrives = 1", "d- trace 2 LEAVE GetTopology"));
 }
 
-// The steps between the lock lines of the router.
+// The steps between the router's lock lines.
 Lines Inside(Lines steps) {
   const auto isOutside = [](const std::string& step) { return step.rfind("d- ", 0) != 0; };
   steps.erase(std::remove_if(steps.begin(), steps.end(), isOutside), steps.end());
@@ -292,7 +293,7 @@ TEST_F(CommandOrder, FailedLocateLEDSwitch) {
           "d- call vsl_destroy card#1", "d- trace 2 LEAVE AdapterExecuteOperation() -> 20003"));
 }
 
-// The worker is woken when the card has been let go.
+// The worker is woken after the card has been destroyed.
 TEST_F(CommandOrder, FormatDrive) {
   m_Host.Cards().Set("card0", "iom_state", "0");
   m_Host.Cards().Set("card0", "format_ms", "0");
@@ -363,7 +364,7 @@ TEST(CommandOrderInDrawnSchedules, NewPollInterval) {
     };
     ASSERT_EQ(host.AssignAdapterNumbers(), 0U);
     ASSERT_EQ(host.SetPollInterval(20), 0U);
-    // In a drawn schedule some time passes before each thread's turn.
+    // In a drawn schedule, time passes before each thread's turn.
     for (int i = 0; i < 1000 && !notified; ++i) SleepMs(1);
     EXPECT_EQ(file, "PollInterval=20\n");
     EXPECT_EQ(value, "20");

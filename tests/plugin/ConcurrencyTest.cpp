@@ -1,5 +1,5 @@
-// Host threads that read while jobs drive the cards and the worker scans them: natively at once,
-// and in many drawn schedules.
+// Host threads that read while jobs drive the cards and the worker scans them: natively, and in
+// many drawn schedules.
 
 #include <gmock/gmock.h>
 
@@ -50,13 +50,13 @@ class Traffic {
   void Attach() { EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U); }
   void Detach() { EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U); }
 
-  // One round of what a host's window asks for.
+  // One refresh of a host's window.
   void Read() {
     EXPECT_EQ(m_Host.Topology().size(), 5U);
     for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE, SECOND}) {
       EXPECT_THAT(m_Host.Properties(id), testing::Not(IsEmpty()));
     }
-    // It depends on the moment whether a job runs and what the last scan saw.
+    // The result depends on whether a job runs and on the last scan.
     EXPECT_THAT(m_Host.Check(FIRST, PI::OP_ATTACH),
                 AnyOf(0U, Number::ERR_GENERAL, Number::ERR_ADAPTER_BUSY));
     EXPECT_THAT(m_Host.Check(SECOND, PI::OP_DETACH),
@@ -64,7 +64,7 @@ class Traffic {
     Pass(150);
   }
 
-  // Their numbers, in order.
+  // The numbers of the queued events, in order.
   std::vector<std::uint32_t> Events() {
     PI::COperation collect;
     collect.m_OperationID = PI::OP_GET_EVENTS;
@@ -79,7 +79,7 @@ class Traffic {
     EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "0");
   }
 
-  // Stops first: until then the worker may be polling.
+  // Stops the plug-in first, because the worker may be polling.
   void StopAndExpectNothingLeft() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
@@ -111,7 +111,7 @@ TEST(Concurrency, TwoThreadsReadWhileACardIsAttachedAndAnotherDetached) {
   for (int i = 0; i < 10; ++i) ReadWhileJobsRun(NATIVE, 10);
 }
 
-// Short jobs, and a check at every moment of them.
+// Short jobs, with checks throughout.
 TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
   Traffic traffic(NATIVE);
   HostKit::SetTraceMask(0);
@@ -136,7 +136,8 @@ TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
   traffic.StopAndExpectNothingLeft();
 }
 
-// Each setting wakes the worker, which unmarks the objects while the others are copied.
+// Each change of the interval wakes the worker, which unmarks the objects while the others are
+// copied.
 TEST(Concurrency, TheIntervalIsSetRepeatedlyWhileOthersRead) {
   Traffic traffic(NATIVE);
   HostKit::SetTraceMask(0);
@@ -161,7 +162,7 @@ TEST(Concurrency, ReadsAndJobsCompleteInEveryDrawnSchedule) {
   InManySchedules([](Schedule schedule) { ReadWhileJobsRun(schedule, 2); });
 }
 
-// Lets a failure be reproduced from its seed.
+// A failing schedule can be reproduced from its seed.
 TEST(Concurrency, ASeedRepeatsItsSchedule) {
   const auto callsOf = [](std::uint64_t seed) {
     Traffic traffic(seed);
@@ -183,8 +184,8 @@ TEST(Concurrency, ASeedRepeatsItsSchedule) {
   EXPECT_EQ(schedules.size(), 20U);
 }
 
-// Both jobs fail, and the host collects their events while they are posted: none is lost, and none
-// is seen twice. A scan may also see a card on its way and back.
+// Both jobs fail while the host collects events: each event is collected exactly once. A scan may
+// also see a card attaching or detaching.
 void CollectWhileJobsFail(Schedule schedule) {
   Traffic traffic(schedule);
   CardSim::FailCall("vsl_op_wait_for_result", 1, 51, "no", 2);

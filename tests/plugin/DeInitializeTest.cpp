@@ -1,4 +1,4 @@
-// The third command: how long it waits for running jobs, and when it takes the library down.
+// DeInitialize: how long it waits for running jobs, and when it stops the library.
 //
 // `Initialize` alone starts no thread, so that each test has just the jobs that it asks for.
 
@@ -18,7 +18,7 @@ using testing::IsEmpty;
 constexpr const char* WAIT_ATTACH = "16 Wait for termination... (Attach)";
 constexpr const char* WAIT_DETACH = "16 Wait for termination... (Detach)";
 
-// One trace line of the command's and when it came, in milliseconds since the command began.
+// A trace line of the command, with its time in milliseconds since the command began.
 struct TracedAt {
   unsigned long ms;
   std::string line;
@@ -44,7 +44,7 @@ class DeInitialize : public testing::Test {
     m_Host.Cards().Set("card1", "iom_state", "0");
   }
 
-  // Each running job gets its result so long after it asked.
+  // Delays the result of each job by that time.
   void HoldJobs(unsigned int attachMs, unsigned int detachMs) {
     CardSim::SetHook([=](const CardSim::Call& call) {
       if (call.function != "vsl_op_wait_for_result") return;
@@ -55,7 +55,7 @@ class DeInitialize : public testing::Test {
   unsigned int Attach() { return m_Host.Run(m_Host.AdapterId(1), PI::OP_ATTACH); }
   unsigned int Detach() { return m_Host.Run(m_Host.AdapterId(0), PI::OP_DETACH); }
 
-  // The command's result; its lines about threads and its whole time are kept.
+  // The command's result. Its traces about threads and its duration are kept.
   unsigned int Stop() {
     m_Moments.clear();
     const unsigned long begin = MBX::Misc::now();
@@ -121,7 +121,7 @@ TEST_F(DeInitialize, ASecondCallStopsTheLibraryAgain) {
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
 }
 
-// How often each lock was taken so far.
+// How often each lock has been taken.
 std::vector<std::uint64_t> Taken() {
   std::vector<std::uint64_t> taken;
   for (const HostKit::LockView& lock : HostKit::Locks()) taken.push_back(lock.taken);
@@ -146,7 +146,7 @@ TEST_F(DeInitialize, BeforeInitializeDoesNotCallTheLibrary) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-// Each way in which the start can fail, and what it asked of the library last.
+// Each way in which the start can fail, and its last call of the library.
 struct FailedStart {
   const char* name;
   unsigned int result;
@@ -243,7 +243,7 @@ TEST_F(DeInitialize, TreatsAForcedDetachAsADetach) {
   EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_DETACH}));
 }
 
-// Looks at 100, 600, ... 25,100 ms; only at the last one are the 25 s over.
+// Checks at 100, 600, ... 25,100 ms; only the last one is past 25 s.
 std::vector<TracedAt> EveryCheck(const std::vector<const char*>& lines) {
   std::vector<TracedAt> moments;
   for (unsigned long ms = 100; ms <= 25100; ms += 500) {

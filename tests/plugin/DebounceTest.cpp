@@ -1,4 +1,4 @@
-// A status mask is believed when three comparisons running have seen the same new value.
+// A status mask is accepted when three consecutive comparisons have seen the same new value.
 
 #include "tests/plugin/Watch.h"
 
@@ -23,18 +23,18 @@ class Debounce : public WorkerFixture {
  protected:
   Lines Collected() { return Short(m_Host.CollectEvents()); }
 
-  // Errors of a card, the next scan, and what it raised.
+  // Sets the errors of a card and returns the events of the next scan.
   Lines Errors(int card, const std::string& mask) {
     Set("card" + std::to_string(card), "current_errors", mask);
     AwaitScans();
     return Collected();
   }
-  // The same for what another card shows all the time.
+  // The events of the next scan, with nothing set.
   Lines NextScan() {
     AwaitScans();
     return Collected();
   }
-  // Whether the next quick poll sees that the card is not as stored.
+  // Whether the next quick poll sees a difference from the stored record.
   bool PollSeesAChange() {
     const std::size_t before = Scans();
     AwaitWakeUps();
@@ -46,7 +46,7 @@ TEST_F(Debounce, AcceptsAMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
-  EXPECT_TRUE(PollSeesAChange());  // the mask in store has not moved
+  EXPECT_TRUE(PollSeesAChange());  // the stored mask has not changed
   EXPECT_THAT(Collected(), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_THAT(Collected(), ElementsAre("10957 object 1"));
@@ -84,7 +84,7 @@ TEST_F(Debounce, DoesNotReportAMaskSeenByOneScan) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   Set("card0", "current_errors", "0");
-  EXPECT_FALSE(PollSeesAChange());  // stored it is what it was all along
+  EXPECT_FALSE(PollSeesAChange());  // the stored mask never changed
   AwaitScans(4);
   EXPECT_THAT(Collected(), IsEmpty());
 }
@@ -103,7 +103,7 @@ TEST_F(Debounce, NeverAcceptsAFlickeringMask) {
   AddCards(1);
   StartWatch();
   for (int i = 0; i < 6; ++i) EXPECT_THAT(Errors(0, i % 2 == 0 ? "1" : "0"), IsEmpty());
-  // Three comparisons as always, from the last flicker on.
+  // Three comparisons are needed after the last flicker.
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
@@ -138,7 +138,8 @@ TEST_F(Debounce, CountsEachCardSeparately) {
   EXPECT_THAT(NextScan(), ElementsAre("10958 object 3"));
 }
 
-// A comparison counts whatever made the records differ: the mask that has come back is pushed too.
+// A comparison counts whatever the difference was: the mask that returned to normal enters the
+// history too.
 TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   AddCards(1);
   StartWatch();
@@ -148,8 +149,8 @@ TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
 }
 
-// The information mask raises no event when it rises. That it is accepted shows in what a quick
-// poll sees, in the return to normal, and in the gate that it opens for the warnings.
+// The information mask raises no event when a bit is set. Its acceptance shows in what a quick poll
+// sees, in the return to normal, and in the gate that it opens for the warnings.
 class InformationDebounce : public Debounce {
  protected:
   void Information(const std::string& mask) { Set("card0", "current_info", mask); }
@@ -192,7 +193,7 @@ TEST_F(InformationDebounce, DoesNotAcceptAMaskSeenByTwoScans) {
   EXPECT_THAT(Collected(), IsEmpty());
 }
 
-// The warning is believed one scan before the information that opens its gate.
+// The warning is accepted one scan before the information that opens its gate.
 TEST_F(InformationDebounce, OpensNoGateBeforeItIsAccepted) {
   AddCards(1);
   StartWatch();
@@ -206,7 +207,7 @@ TEST_F(InformationDebounce, OpensNoGateBeforeItIsAccepted) {
   EXPECT_FALSE(PollSeesAChange());
 }
 
-// The information is believed one scan before the warning, and the gate is shut again by then.
+// The information is accepted one scan before the warning, when the gate is closed again.
 TEST_F(InformationDebounce, OpensTheGateOnlyForTheComparisonThatAcceptsIt) {
   AddCards(1);
   StartWatch();
@@ -218,8 +219,8 @@ TEST_F(InformationDebounce, OpensTheGateOnlyForTheComparisonThatAcceptsIt) {
   EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
 }
 
-// Behind an error a warning changes nothing but its mask. Between the three sightings the records
-// are alike, so that nothing is compared and nothing forgotten.
+// With an error set, a warning changes only its mask. Between the three sightings the records are
+// equal, so nothing is compared and nothing is forgotten.
 TEST_F(Debounce, AddsUpSightingsWithoutADifferenceBetweenThem) {
   AddCards(1);
   Set("card0", "current_errors", "1");
@@ -256,7 +257,7 @@ TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  // Quick polls see the error, and the third scan sees it change.
+  // The quick polls see the error; the third scan sees the mask change during its samples.
   int samples = 0;
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function != "vsl_current_errors" || ++samples <= 5) return;
@@ -268,7 +269,7 @@ TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
 }
 
-// Position 2 has seen the error twice when its card moves up to position 1, which has seen none.
+// Position 2 has seen the error twice when its card moves up to position 1, which has not seen it.
 TEST_F(Debounce, StartsOverForACardThatMovesUp) {
   AddCards(3);
   StartWatch();
@@ -290,7 +291,7 @@ TEST_F(Debounce, AcceptsAtOnceAtAPositionThatSawTheSameMaskTwice) {
   EXPECT_THAT(Errors(2, "1"), ElementsAre("10957 object 5"));
 }
 
-// The first card keeps its position and its history whatever happens to later ones.
+// The first card keeps its position and its history when later cards change.
 TEST_F(Debounce, ContinuesForACardBeforeARemovedOne) {
   AddCards(2);
   StartWatch();
@@ -300,7 +301,7 @@ TEST_F(Debounce, ContinuesForACardBeforeARemovedOne) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
 }
 
-// There was room for it.
+// The list has room for the card, so no record moves.
 TEST_F(Debounce, ContinuesForACardBeforeAReturningOne) {
   AddCards(2);
   StartWatch();
@@ -312,7 +313,7 @@ TEST_F(Debounce, ContinuesForACardBeforeAReturningOne) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
 }
 
-// There was never room for a second card, so all records move, and no history with them.
+// The list has no room for a second card, so all records move, without their histories.
 TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "late");
@@ -327,7 +328,7 @@ TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
   EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
 }
 
-// What a new record shows is taken as it is, and its history is that of a card without errors.
+// The masks of a new record are accepted as they are; its history is that of a card without errors.
 TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardAtOnce) {
   AddCards(2);
   Set("card1", "current_errors", "1");
@@ -341,7 +342,7 @@ TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardAtOnce) {
   EXPECT_THAT(Errors(1, "0"), ElementsAre("10980 object 5"));
 }
 
-// Unlike one of the start, whose history is full of what it showed then.
+// The history of a card found at the start is filled with its first masks.
 TEST_F(Debounce, DoesNotAcceptTheRecoveryOfAnOldCardAtOnce) {
   AddCards(2);
   Set("card1", "current_errors", "1");

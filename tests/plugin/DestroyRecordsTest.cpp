@@ -1,4 +1,5 @@
-// The error record of a handle's end: the scan has a real one, requests and jobs have none.
+// The error record passed when a handle is destroyed: a scan passes one, requests and jobs pass
+// none.
 
 #include <gmock/gmock.h>
 
@@ -15,7 +16,7 @@ using testing::ElementsAre;
 constexpr const char* RECORD = "record";
 constexpr const char* NONE = "none";
 
-// The adapter's handle, that of the format limits, the card's.
+// The handles of the adapter, of the format limits and of the card.
 TEST(DestroyRecords, AreGivenByAScan) {
   OneCard host;
   DestroyWatch watch;
@@ -60,7 +61,7 @@ TEST_F(DestroyRecordsOfRequests, AreMissingForTheLocateLED) {
 
 using DestroyRecordsOfJobs = JobHost;
 
-// The job's handle and the card's.
+// The handles of the job and of the card.
 TEST_F(DestroyRecordsOfJobs, AreMissing) {
   DestroyWatch watch;
   StartWith({ATTACHED});

@@ -1,6 +1,5 @@
-// The type of every field of a card's records, and that the records have these fields and no
-// others. A type that is a little too small, or signed, holds every value that a card is likely to
-// have.
+// The type of every field of a card's records, and that the records have exactly these fields. A
+// type that is slightly too small, or signed, would hold every value that a card is likely to have.
 
 #include <gmock/gmock.h>
 
@@ -69,7 +68,7 @@ using Three = std::array<std::uint64_t, 3>;
   X(float, m_TempWarnDegC) \
   X(float, m_TempSetpointDegC)
 
-// Those that an assignment leaves, which lie in a holder of their own size.
+// The fields that an assignment does not change.
 #define HISTORY_FIELDS(X) \
   X(std::uint64_t, m_FlagHistoryIndex) \
   X(Three, m_ErrorHistory) \
@@ -121,7 +120,7 @@ static_assert(PATH_FIELDS(COUNT_ONE) == 2);
 static_assert(ADAPTER_FIELDS(COUNT_ONE) HISTORY_FIELDS(COUNT_ONE) == 44);
 static_assert(DRIVE_FIELDS(COUNT_ONE) == 21);
 
-// The fields of a class as its declaration has them. A field in a gap does not show in the layout.
+// The fields in the declaration of a class. A field in a padding gap does not show in the layout.
 Names DeclaredIn(const std::string& record) {
   std::ifstream header(CORVANE_SOURCES "/Corvane/Src/DeviceRecords.h");
   const std::regex field("  [A-Za-z][^({]* (m_\\w+)( = .*|\\{.*\\})?;.*");

@@ -1,4 +1,4 @@
-// The records of a card from the inside: their fields, and what copying takes along.
+// The fields of a card's records, and what copying them takes along.
 
 #include <gmock/gmock.h>
 
@@ -23,7 +23,7 @@ void Put(std::ostream& text, const std::vector<std::int32_t>& list) {
   for (const std::int32_t each : list) text << each << '+';
 }
 
-// All fields but those that stay in place, in their order.
+// All fields, in order, except those that stay in place.
 std::string FieldsOf(const CFusionIOAdapter& a) {
   std::ostringstream text;
   text.imbue(std::locale::classic());
@@ -52,7 +52,7 @@ std::string FieldsOf(const CFusionIOPhysicalDrive& d) {
   return text.str();
 }
 
-// A record with no two fields alike.
+// A record whose fields all differ.
 CFusionIOAdapter FilledAdapter() {
   CFusionIOAdapter a;
   a.m_ID = 500;
@@ -156,7 +156,7 @@ CFusionIOPhysicalDrive FilledDrive() {
   return d;
 }
 
-// Where a record's fields lie, in the order in which they are given here.
+// The offsets of a record's fields, in the order given here.
 template <class Record, class... Fields>
 void ExpectOrder(const Record& record, const Fields&... fields) {
   const auto* begin = reinterpret_cast<const char*>(&record);
@@ -252,7 +252,7 @@ TEST(DeviceRecords, AMoveAssignedAdapterKeepsItsHistories) {
   ExpectHistories(target, 200);
 }
 
-// Places that were there keep their histories, new ones take the record's.
+// Existing positions keep their histories, new ones take those of the record.
 TEST(DeviceRecords, AssignedListsKeepTheHistoriesOfTheirPositions) {
   std::vector<CFusionIOAdapter> target(1);
   target.reserve(8);

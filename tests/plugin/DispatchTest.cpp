@@ -1,4 +1,4 @@
-// Commands by number, and the way from an object's id to the object that answers.
+// Dispatch of commands by number, and of requests by object id.
 
 #include <gmock/gmock.h>
 
@@ -48,7 +48,8 @@ class Dispatch : public testing::Test {
     return m_Host.Execute(PI::CMD_SET_PROPERTY, id, &property);
   }
 
-  // The router's own lines: what the handlers trace comes at level 2 or between them at others.
+  // The traces of the router that begin with `begin`; the handlers trace at other levels or between
+  // them.
   Lines CountLines(const char* begin) { return Beginning(LeveledTraces(m_Host), begin); }
 
   SimulatedHost m_Host;
@@ -109,7 +110,7 @@ TEST_F(Dispatch, ThePluginObjectPassesEveryCheck) {
   EXPECT_EQ(m_Host.Check(m_Plugin, 99999), 0U);
 }
 
-// A host's six ways to ask an object.
+// The six requests that name an object.
 struct Request {
   const char* name;
   bool asksCard;  // of an adapter
@@ -150,7 +151,7 @@ constexpr Request REQUESTS[] = {
 class EachRequest : public Dispatch, public testing::WithParamInterface<Request> {
  protected:
   unsigned int Ask(std::uint64_t id) { return GetParam().ask(m_Host, id); }
-  // SetProperty alone has nothing to give on an adapter.
+  // SetProperty is the only request that an adapter always rejects.
   unsigned int Good() const {
     return GetParam().name == std::string("SetProperty") ? Number::ERR_INVALID_PROPERTY : 0;
   }
@@ -163,7 +164,7 @@ TEST_P(EachRequest, RejectsAnUnknownObject) {
   EXPECT_EQ(Ask(0x0130000000000005U), Number::ERR_INVALID_OBJECT_ID);
 }
 
-// Depth of the lock after the wait, and at every call to the card.
+// The depth of the lock after the wait and at every card call.
 TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
   std::vector<unsigned int> depths;
   const auto note = [&] { depths.push_back(HostKit::Locks()[0].depth); };

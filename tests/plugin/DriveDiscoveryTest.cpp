@@ -1,4 +1,4 @@
-// The drive half of a scan: names, sizes, and what a format may ask for.
+// The drive record of a scan: names, sizes, and the limits of a format.
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace Property = PI::Property;
 
-constexpr const char* NONE = nullptr;  // the card does not have the attribute
+constexpr const char* NONE = nullptr;  // the attribute is absent
 constexpr std::uint64_t MIB = 1048576;
 
 void Give(ScannedCard& card, const char* attribute, const char* value) {
@@ -166,8 +166,8 @@ TEST(DrivePercentage, IsZeroWithoutSizes) {
   EXPECT_EQ(card.Drive(Property::FORMATTED_PERCENTAGE), "0");
 }
 
-// The largest size that a format may ask for: 10 MiB are the card's own, 20 what a format allows,
-// 30 what it allows in the larger mode.
+// The largest size that a format can request: 10 MiB is the card's own size, 20 the maximum of a
+// format, 30 the maximum in the larger mode.
 struct LargestCase {
   const char* name;
   bool hasSize;
@@ -217,7 +217,7 @@ TEST(DriveConfigurableSize, IsUnchangedWhenTheModeIsRejected) {
   EXPECT_EQ(Count(card.Host().Calls(), "vsl_iom_format_max_size_bytes format#1"), 2);
 }
 
-// The smallest sector size is seen in the format that a host asks for without any parameter.
+// The smallest sector size shows in a format without parameters.
 std::string SmallestSector(ScannedCard& card) {
   card.Host().ForgetCalls();
   card.Host().Run(card.Host().DriveId(0), PI::OP_FORMAT_DEVICE);
@@ -255,7 +255,7 @@ TEST(DriveWithoutFormatHandle, HasNoLimitsButIsListed) {
   EXPECT_EQ(SmallestSector(card), "vsl_iom_format_set_sector_size_bytes format#1 0");
 }
 
-// Whether over-formatting is allowed is seen in a format to the maximum.
+// Whether over-formatting is allowed shows in a format to the maximum.
 int ModesSetByLargestFormat(ScannedCard& card) {
   card.Host().ForgetCalls();
   PI::CProperty formatting(Property::CHOICE_PARAM, true);
@@ -286,7 +286,7 @@ TEST(DriveOverformat, IsAllowedWhenTheLimitsAreUnknown) {
   EXPECT_EQ(ModesSetByLargestFormat(card), 1);
 }
 
-// The pair.
+// The adapter and drive of one card.
 
 TEST(DrivePair, SharesItsLocationWithTheAdapter) {
   ScannedCard card;

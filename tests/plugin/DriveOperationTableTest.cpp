@@ -1,5 +1,5 @@
-// The operations of a drive that could be switched. No drive has the flag for it, so they are
-// tested where they are made.
+// The operations of a drive that can be switched. No drive has the flag for them, so the table is
+// tested directly.
 
 #include <gmock/gmock.h>
 
@@ -16,7 +16,7 @@ using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Identifier, name, the eight other numbers, and the number of parameters at the end.
+// Identifier, name, the eight other numbers, and the number of parameters.
 std::vector<std::string> Rows(const CFusionIOPhysicalDrive& drive) {
   std::vector<PI::COperation> operations;
   AppendDriveOperations(drive, operations);

@@ -1,4 +1,4 @@
-// What the host may do to a physical drive but for the format: bring its units online or offline.
+// The operations of a physical drive except the format: bring its units online or offline.
 
 #include <gmock/gmock.h>
 
@@ -22,7 +22,7 @@ using Lines = std::vector<std::string>;
 
 class DriveOperations : public testing::Test {
  protected:
-  // `volumes` is the list of storage units as the card has it.
+  // `volumes` is the card's list of storage units.
   void StartWith(const std::string& volumes) {
     m_Card = m_Host.AddCard();
     m_Host.Cards().Set(m_Card, "volumes", volumes);
@@ -96,14 +96,14 @@ struct UnitCheck {
   const char* volumes;
   std::uint32_t online;   // result of the check for OP_MAKE_ONLINE
   std::uint32_t offline;  // and for OP_MAKE_OFFLINE
-  Lines walk;             // from the card's naming to its end
+  Lines calls;            // of the card
 };
 
 std::ostream& operator<<(std::ostream& out, const UnitCheck& check) {
   return out << check.name;
 }
 
-Lines Walk(std::size_t units) {
+Lines Enumeration(std::size_t units) {
   Lines calls = {"vsl_iom_create_by_name /dev/fct0"};
   for (std::size_t i = 1; i <= units; ++i) {
     calls.push_back("vsl_vsu_iterate card#1");
@@ -123,7 +123,7 @@ TEST_P(CheckUnits, ReadsEveryUnit) {
   for (const auto& [operation, result] : wanted) {
     Forget();
     EXPECT_EQ(m_Host.Check(DRIVE, operation), result) << operation;
-    EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().walk));
+    EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
     EXPECT_THAT(Traces(),
                 ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
                             "2 LEAVE CheckPhysicalDriveOperation() -> " + std::to_string(result)));
@@ -136,17 +136,17 @@ TEST_P(CheckUnits, ReadsEveryUnit) {
 INSTANTIATE_TEST_SUITE_P(
     Cards, CheckUnits,
     testing::Values(
-        UnitCheck{"WithoutUnits", "[]", Number::ERR_GENERAL, Number::ERR_GENERAL, Walk(0)},
-        UnitCheck{"WithOneOnline", R"([{"state": 1}])", Number::ERR_GENERAL, 0, Walk(1)},
-        UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, Number::ERR_GENERAL, Walk(1)},
-        UnitCheck{"WithBoth", R"([{"state": 0}, {"state": 1}])", 0, 0, Walk(2)},
-        UnitCheck{"WithBothTheOtherWay", R"([{"state": 1}, {"state": 0}])", 0, 0, Walk(2)},
-        // Whether a state can be set is not asked here.
+        UnitCheck{"WithoutUnits", "[]", Number::ERR_GENERAL, Number::ERR_GENERAL, Enumeration(0)},
+        UnitCheck{"WithOneOnline", R"([{"state": 1}])", Number::ERR_GENERAL, 0, Enumeration(1)},
+        UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, Number::ERR_GENERAL, Enumeration(1)},
+        UnitCheck{"WithBoth", R"([{"state": 0}, {"state": 1}])", 0, 0, Enumeration(2)},
+        UnitCheck{"WithBothTheOtherWay", R"([{"state": 1}, {"state": 0}])", 0, 0, Enumeration(2)},
+        // The check does not query whether a state can be set.
         UnitCheck{"WithOneThatIsFixed", R"([{"state": 0, "settable": false}])", 0,
-                  Number::ERR_GENERAL, Walk(1)}),
+                  Number::ERR_GENERAL, Enumeration(1)}),
     [](const auto& each) { return std::string(each.param.name); });
 
-// The two differ in what they do with a handle that was never made, and stay so.
+// The two checks differ deliberately in how they treat a handle that was never created.
 TEST_F(DriveOperations, CheckForOnlineDoesNotDestroyAHandleThatWasNotCreated) {
   StartWith(R"([{"state": 0}])");
   CardSim::FailCall("vsl_iom_create_by_name", 1, 81, "gone");
@@ -182,13 +182,13 @@ TEST_F(DriveOperations, CheckAcceptsAnUnknownOperation) {
   }
 }
 
-// One storage unit in a switch: what is called for it, and what is traced.
+// The calls and traces for one storage unit in a switch.
 struct UnitSwitch {
   const char* name;
   const char* volumes;
   std::uint32_t operation;
   std::uint32_t result;
-  Lines calls;   // between the card's naming and its end
+  Lines calls;   // between the first and the last call of the card
   Lines traces;  // between entry and exit
 };
 
@@ -249,7 +249,7 @@ const UnitSwitch UNIT_SWITCHES[] = {
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 0",
       "vsl_vsu_iterate card#1"},
      {}},
-    // The text of the success is whatever the failure before it left in the record.
+    // The success line shows the text that the earlier failure left in the record.
     {"OnlineTwoOfWhichTheFirstRefuses",
      R"([{"state": 0, "refuses": true}, {"state": 0}])",
      Number::OP_MAKE_ONLINE,
@@ -280,8 +280,8 @@ const UnitSwitch UNIT_SWITCHES[] = {
 INSTANTIATE_TEST_SUITE_P(Cards, SwitchUnits, testing::ValuesIn(UNIT_SWITCHES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// A call for the units that fails. An enumeration ends there, an unreadable state is that of a unit
-// offline, and a unit that cannot say whether it has one has none.
+// A failing call for the units. It ends an enumeration; a unit whose state cannot be read counts as
+// offline, and one that cannot report whether it has a state counts as having none.
 struct UnitFailure {
   const char* name;
   const char* volumes;
@@ -290,7 +290,7 @@ struct UnitFailure {
   const char* function;
   unsigned int nth;
   std::uint32_t result;
-  Lines calls;   // between the card's naming and its end
+  Lines calls;   // between the first and the last call of the card
   Lines traces;  // between entry and exit
 };
 
@@ -323,7 +323,7 @@ TEST_P(FailingUnits, LeaveTheResultToTheOtherUnits) {
 }
 
 const UnitFailure UNIT_FAILURES[] = {
-    {"CheckWalkAtItsBegin",
+    {"CheckFirstUnit",
      R"([{"state": 0}])",
      PI::CMD_CHECK_OPERATION,
      Number::OP_MAKE_ONLINE,
@@ -332,7 +332,7 @@ const UnitFailure UNIT_FAILURES[] = {
      Number::ERR_GENERAL,
      {"vsl_vsu_iterate card#1"},
      {}},
-    {"CheckWalkBehindTheFirst",
+    {"CheckSecondUnit",
      R"([{"state": 1}, {"state": 0}])",
      PI::CMD_CHECK_OPERATION,
      Number::OP_MAKE_ONLINE,
@@ -359,7 +359,7 @@ const UnitFailure UNIT_FAILURES[] = {
      Number::ERR_GENERAL,
      {"vsl_vsu_iterate card#1", "vsl_vsu_state volume#1", "vsl_vsu_iterate card#1"},
      {}},
-    {"SwitchWalkAtItsBegin",
+    {"SwitchFirstUnit",
      R"([{"state": 1}])",
      PI::CMD_EXECUTE_OPERATION,
      Number::OP_MAKE_OFFLINE,
@@ -368,7 +368,7 @@ const UnitFailure UNIT_FAILURES[] = {
      Number::ERR_COMMAND_ERROR,
      {"vsl_vsu_iterate card#1"},
      {}},
-    {"SwitchWalkBehindTheFirst",
+    {"SwitchSecondUnit",
      R"([{"state": 0}, {"state": 0}])",
      PI::CMD_EXECUTE_OPERATION,
      Number::OP_MAKE_ONLINE,

@@ -30,7 +30,7 @@ const Settings TYPICAL = {
     {"iom_format_size_pct", "50"},
 };
 
-// In the order in which the host gets them.
+// In the order in which the host reads them.
 const std::vector<std::string> ALL_ROWS = {
     R"~(NAME = "Flash Product (0)" (sort 23298))~",
     "PORT_NUMBER = 0 (sort 23305, visible 4)",
@@ -203,7 +203,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"sector_size_bytes", "2147483647"}},
              Property::BLOCK_SIZE,
              "BLOCK_SIZE = 2147483647 (sort 23278, unit 21025)"},
-        // A sector size is signed when it is widened.
+        // The sector size is sign-extended.
         Case{"SectorOf32Bits",
              {{"sector_size_bytes", "2147483648"}},
              Property::BLOCK_SIZE,

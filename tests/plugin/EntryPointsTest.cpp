@@ -1,4 +1,4 @@
-// createIf and releaseIf, and what a host that knows nothing but the binary interface finds.
+// createIf and releaseIf, and what a host finds that knows only the binary interface.
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -20,7 +20,7 @@ class EntryPoints : public testing::Test {
  protected:
   static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
 
-  // Brings the kit and the folders; makes no plug-in of its own.
+  // Sets up the kit and the folders, and creates no plug-in.
   SimulatedHost m_Host;
 };
 
@@ -134,7 +134,7 @@ TEST_F(EntryPoints, TheSecondSlotDestroysInPlace) {
   ASSERT_EQ(createIf(&plugin), 0U);
   reinterpret_cast<DestructorSlot>(Slot(plugin, 1))(plugin);
   EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
-  // The storage is still ours to give back: a slot that had done so already would be seen here.
+  // The test still owns the storage: a second release would show here.
   ::operator delete(static_cast<void*>(plugin));
   plugin = nullptr;
   releaseIf(&plugin);

@@ -1,4 +1,4 @@
-// Every event that watching the cards can raise: when, with what, and when not.
+// Every event that polling the cards can raise: when, with what, and when not.
 
 #include "tests/host/HostNumbers.h"
 #include "tests/plugin/Watch.h"
@@ -23,7 +23,7 @@ std::string OfDrive(const std::string& number, const std::string& severity) {
 
 class EventTable : public WorkerFixture {
  protected:
-  // A card that shows these masks since long.
+  // A card whose masks were already set before the start.
   void StartWith(const std::string& errors, const std::string& warnings, const std::string& info) {
     AddCards(1);
     Masks(errors, warnings, info);
@@ -34,7 +34,7 @@ class EventTable : public WorkerFixture {
     Set("card0", "current_warnings", warnings);
     Set("card0", "current_info", info);
   }
-  // What three scans make of new masks.
+  // The events of three scans after new masks were set.
   Lines EventsAfter(const std::string& errors, const std::string& warnings,
                     const std::string& info) {
     Masks(errors, warnings, info);
@@ -82,7 +82,7 @@ TEST_P(EachBit, RaisesItsEventWhenItIsSet) {
 
 TEST_P(EachBit, RaisesNothingWhenClearedWhileAnotherIsSet) {
   const bool isError = std::string(GetParam().mask) == "current_errors";
-  // The other mask keeps a bit of its own.
+  // A bit of the other mask stays set.
   const char* value = GetParam().value.c_str();
   StartWith(isError ? value : "1", isError ? "1" : value, "0");
   Set("card0", GetParam().mask, "0");
@@ -151,9 +151,9 @@ void PrintTo(const Information& each, std::ostream* stream) {
   *stream << each.name;
 }
 
-// A change of the information mask is the trigger; the warning bits decide which events are raised.
+// A change of the information mask opens the gate; the warning bits decide which events are raised.
 const Information INFORMATION[] = {
-    {"RisesAlone", {"0", "0", "0"}, {"0", "0", "0x2"}, {}},
+    {"RisesWithoutWarnings", {"0", "0", "0"}, {"0", "0", "0x2"}, {}},
     {"RisesBesideAnOldWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},
     {"RisesWithTheFirstWarning",
      {"0", "0", "0"},
@@ -222,7 +222,7 @@ TEST_F(EventTable, AnEventHasTheTimeOfTheComparison) {
   PassMs(3000);
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
   ASSERT_THAT(events, SizeIs(1));
-  // The quick poll takes 12 ms, and so does the scan.
+  // The quick poll and the scan take 12 ms each.
   EXPECT_EQ(events[0].m_Time - m_Begin, 5024U);
 }
 
@@ -271,7 +271,7 @@ INSTANTIATE_TEST_SUITE_P(States, EachMove, testing::ValuesIn(MOVES),
 
 struct DriveChange {
   const char* name;
-  Lines settings;  // attribute and value in turn
+  Lines settings;  // attribute, value, attribute, value, ...
   Lines events;
 };
 
@@ -285,12 +285,14 @@ const DriveChange DRIVE_CHANGES[] = {
     {"Both",
      {"iom_format_size_bytes", "628000000000", "sector_size_bytes", "4096"},
      {OfDrive("10985", "2")}},
-    {"NothingOfIt", {"iom_format_size_pct", "80", "iom_format_max_sector_size_bytes", "512"}, {}},
+    {"UnreportedFields",
+     {"iom_format_size_pct", "80", "iom_format_max_sector_size_bytes", "512"},
+     {}},
     {"LargestSize", {"overformat_size_bytes", "900000000000"}, {}},
     {"NameToo",
      {"sector_size_bytes", "4096", "product_name", "New Product"},
      {OfDrive("10985", "2")}},
-    {"NameAlone", {"product_name", "New Product"}, {}},
+    {"OnlyTheName", {"product_name", "New Product"}, {}},
     {"AdapterNameToo",
      {"sector_size_bytes", "4096", "board_name", "New Board"},
      {"10985 severity 2 object 2 Flash Adapter G2 (0) | SanDisk New Board (1) | Flash Adapter G2 "
@@ -330,7 +332,7 @@ TEST_F(EventTable, ASizeThatDiffersByLessThanAMiBRaisesNothing) {
   EXPECT_THAT(Events(), ElementsAre(OfDrive("10985", "2")));
 }
 
-// Adapters as the scan finds them, then those that are gone, then drives.
+// Adapters in the order of the scan, then removed adapters, then drives.
 TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
   AddCards(4);
   StartWatch();

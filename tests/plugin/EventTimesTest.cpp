@@ -1,4 +1,4 @@
-// The time of each event: that of the comparison which made it, or of the start of the job.
+// The time of each event: that of the comparison that raised it, or of the start of the job.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -10,7 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// What changes, and the events of it with their milliseconds since the worker's start.
+// A change, and its events with milliseconds since the worker's start.
 struct EventSource {
   const char* name;
   int cards;
@@ -29,10 +29,10 @@ void Masks(CardSim::StateFile& cards, const char* errors, const char* warnings, 
   cards.Set("card0", "current_info", info);
 }
 
-// A quick poll takes 12 ms per card, and so does a scan. Each statement takes 100 ms here, so that
-// a time taken too early or too late shows. The first poll, at 5,000, sees a change, and the scan
-// after it compares at 5,024. A mask is accepted in the third scan, each of which writes the rows
-// of one card with four statements. What a poll does not see is found by the scan that is due at
+// A quick poll and a scan take 12 ms per card. Each statement takes 100 ms here, so that a time
+// taken too early or too late shows. The first poll, at 5,000, sees a change, and the scan after it
+// compares at 5,024. A mask is accepted in the third scan; each scan writes the rows of one card
+// with four statements. A change that a poll does not see is found by the scan that is due at
 // 15,024.
 const EventSource EVENT_SOURCES[] = {
     {"Error",
@@ -119,8 +119,8 @@ TEST_P(EachEventSource, HasTheTimeOfItsComparison) {
 INSTANTIATE_TEST_SUITE_P(Sources, EachEventSource, testing::ValuesIn(EVENT_SOURCES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The scan at 15,024 finds the second card gone and writes three statements. Two polls of one card
-// and a scan of two follow.
+// The scan at 15,024 finds that the second card is gone and sends three statements. Two polls of
+// one card and a scan of two follow.
 TEST_F(EventTimes, AReturningCardHasTheTimeOfItsComparison) {
   AddCards(2);
   StartWatch();
@@ -145,7 +145,7 @@ void PrintTo(const FailingJob& job, std::ostream* stream) {
 
 class EachFailingJob : public EventTimes, public testing::WithParamInterface<FailingJob> {};
 
-// The event is made when the job holds the lock, not when it waits for it, and not when the card
+// The event is timed when the job holds the lock, not when it waits for it and not when the card
 // rejects the job.
 TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
   AddCards(1);

@@ -1,5 +1,5 @@
-// Every call into the card library fails once, in every flow: the result is of the right kind, no
-// lock stays held, no handle leaks, and the next good pass is as if nothing had failed.
+// Each call of the card library fails once, in every flow: the result is as expected, no lock stays
+// held, no handle leaks, and the next pass succeeds as usual.
 
 #include <gmock/gmock.h>
 
@@ -28,7 +28,7 @@ struct Attribute {
   const char* value;
 };
 
-// What the flow gives when the nth call of a function fails.
+// The result of the flow when the nth call of a function fails.
 struct Consequence {
   const char* function;
   unsigned int nth;  // or ANY
@@ -37,18 +37,18 @@ struct Consequence {
 
 struct Flow {
   const char* name;
-  std::vector<Attribute> card;  // as it is before each pass
+  std::vector<Attribute> card;  // set before each pass
   std::function<std::size_t(SimulatedHost&)> run;
   std::size_t good;  // the result without a failure
   std::vector<Consequence> consequences;
-  bool inPairs;  // short and straight enough for two failures at once
+  bool inPairs;  // short enough for two failures at once
 };
 
 std::ostream& operator<<(std::ostream& out, const Flow& flow) {
   return out << flow.name;
 }
 
-// One call of a flow: a function and how often it was called up to here.
+// One call of a flow: a function and its count up to this call.
 struct Step {
   std::string function;
   unsigned int nth;
@@ -85,7 +85,7 @@ std::string LocksHeld() {
   return text;
 }
 
-// Which steps fail, and what that leaves.
+// The failing steps.
 struct Faults {
   std::vector<Step> steps;
 
@@ -104,8 +104,8 @@ struct Faults {
   }
 };
 
-// A handle that the library refuses to destroy stays, and a card that it refuses to close is
-// destroyed open; nothing else may be left.
+// A handle that could not be destroyed stays, and a card that could not be closed is destroyed
+// while open; nothing else may be left.
 void ExpectNothingLeft(const Faults& faults) {
   EXPECT_EQ(LocksHeld(), "");
   EXPECT_LE(HandlesExceptRows().size(), faults.Count("vsl_destroy"));
@@ -193,7 +193,7 @@ std::size_t Topology(SimulatedHost& host) {
   return host.Topology().size();
 }
 
-// The adapter's own properties are shown whatever its card says; 22 of them need no card.
+// At least 22 properties are shown without the card.
 std::size_t AdapterProperties(SimulatedHost& host) {
   std::vector<PI::CProperty> properties;
   const unsigned int result = host.Execute(PI::CMD_GET_PROPERTIES, ADAPTER, &properties);
@@ -216,7 +216,7 @@ std::size_t FormatToTheMaximum(SimulatedHost& host) {
   return host.Run(DRIVE, PI::OP_FORMAT_DEVICE, {formatting});
 }
 
-// The number of events that a job leaves.
+// The number of events that a job queues.
 auto Job(std::uint32_t operation) {
   return [operation](SimulatedHost& host) {
     EXPECT_EQ(host.Run(ADAPTER, operation), 0U);
@@ -359,7 +359,7 @@ std::vector<Flow> FlowsForPairs() {
 INSTANTIATE_TEST_SUITE_P(Flows, FaultSweepInPairs, testing::ValuesIn(FlowsForPairs()),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The start has no plug-in before it, so it has a sweep of its own.
+// The start creates the plug-in, so it has a sweep of its own.
 
 const Flow INITIALIZE = {"Initialize",
                          {},
@@ -384,7 +384,7 @@ void ExpectAGoodStart(SimulatedHost& host) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-// A start that did not work hands out no adapter and brings the library down again.
+// A failed start returns no adapter and stops the library.
 void SweepStart(const Faults& faults, std::size_t result) {
   SCOPED_TRACE("failing: " + faults.Text());
   SimulatedHost host;
@@ -410,7 +410,7 @@ TEST(FaultSweepOfTheStart, SurvivesEachCallFailing) {
     ASSERT_EQ(host.Initialize(), 0U);
     good = StepsOf(CardSim::CallLog());
   }
-  // Two starts of the library, one enumeration and one scan.
+  // The library is started twice, then come one enumeration and one scan.
   ASSERT_GT(good.size(), 100U);
   for (const Step& step : good) {
     if (CanFail(step)) SweepStart({{step}}, ResultAfter(INITIALIZE, step));

@@ -1,5 +1,5 @@
-// The parameters of a format with their defaults. No drive lists them, so they are tested where
-// they are made.
+// The parameters of a format with their defaults. No drive lists them, so the function is tested
+// directly.
 
 #include <gmock/gmock.h>
 
@@ -57,7 +57,7 @@ TEST_P(FormatParameters, OfferCapacitySizeAndSectors) {
 const Sectors SECTORS[] = {
     {"Range", 4096, 512, 4096, 512, false,
      "RANGE_PARAM = 4096 in 512..4096 step 512 (label BLOCK_SIZE, unit 21025, writable 1)"},
-    {"RangeBeyondItself", 520, 1024, 512, 8, false,
+    {"MinimumAboveMaximum", 520, 1024, 512, 8, false,
      "RANGE_PARAM = 520 in 1024..512 step 8 (label BLOCK_SIZE, unit 21025, writable 1)"},
     {"From512To4096", 512, 512, 4096, 512, true,
      "CHOICE_PARAM = 512B of [512B 1K 2K 4K] (label BLOCK_SIZE, writable 1)"},
@@ -75,8 +75,7 @@ const Sectors SECTORS[] = {
      "CHOICE_PARAM = 512B of [1K 2K 4K 8K] (label BLOCK_SIZE, writable 1)"},
     {"AKnownSizeOffTheList", 1024, 2048, 8192, 512, true,
      "CHOICE_PARAM = 1K of [2K 4K 8K] (label BLOCK_SIZE, writable 1)"},
-    {"NothingKnown", 0, 0, 0, 0, true,
-     "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
+    {"NoLimits", 0, 0, 0, 0, true, "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Drives, FormatParameters, testing::ValuesIn(SECTORS),

@@ -1,4 +1,4 @@
-// Formatting a drive: what the host may ask for, what reaches the card, and each way to fail.
+// Formatting a drive: what the host can request, which calls reach the card, and each way to fail.
 
 #include <gmock/gmock.h>
 
@@ -21,7 +21,7 @@ using Parameters = std::vector<PI::CProperty>;
 constexpr std::uint64_t DRIVE = 0x0130000000000002;
 constexpr std::size_t PRIVATE_EVENT = 2;  // after m_ForceWorker and m_StopRequest
 
-// Which parameter, by its name.
+// A parameter is identified by its name.
 constexpr std::uint32_t BLOCK_SIZE = PI::Property::BLOCK_SIZE;
 constexpr std::uint32_t FORMATTING = PI::Property::FORMATTING;
 constexpr std::uint32_t SIZE = PI::Property::SIZE;
@@ -54,7 +54,7 @@ PI::CProperty NumberProperty(std::uint32_t name, unsigned long value) {
   return parameter;
 }
 
-// As a parameter would look if its form were its name.
+// A parameter whose id, instead of its name, says what it is.
 PI::CProperty Misnamed(PI::_PROPERTY_ID id, int value) {
   PI::CProperty parameter(id, true);
   parameter.m_NameID = PI::Property::NAME;
@@ -93,15 +93,15 @@ class Format : public testing::Test {
     return m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE, std::move(parameters));
   }
 
-  // What was asked of the format job before its start.
+  // The settings of the format job before its start.
   Lines Requests() {
-    Lines wishes;
+    Lines requests;
     for (const std::string& call : m_Host.Calls()) {
       if (call.find("vsl_iom_format_") == 0 && call != "vsl_iom_format_create card#1") {
-        wishes.push_back(call);
+        requests.push_back(call);
       }
     }
-    return wishes;
+    return requests;
   }
 
   static bool WorkerIsWoken() { return HostKit::Events().at(PRIVATE_EVENT).set; }
@@ -147,7 +147,7 @@ TEST_F(Format, BlocksTheCallerAndHoldsTheDataLockUntilTheCardIsDone) {
   });
   const std::int64_t begin = HostKit::SteadyNowNs();
   EXPECT_EQ(Run(), 0U);
-  // The simulator counts a moment of real time as worked.
+  // The simulator counts some real time as progress.
   EXPECT_NEAR(static_cast<double>(HostKit::SteadyNowNs() - begin) / 1e9, 90, 5);
   EXPECT_EQ(lock.depth, 1U);
   EXPECT_EQ(HostKit::Locks().at(0).depth, 0U);
@@ -156,8 +156,8 @@ TEST_F(Format, BlocksTheCallerAndHoldsTheDataLockUntilTheCardIsDone) {
 struct Request {
   const char* name;
   Parameters parameters;
-  const char* sector;   // what the card is asked for, in bytes
-  const char* percent;  // and this
+  const char* sector;   // requested of the card, in bytes
+  const char* percent;  // requested of the card
 };
 
 std::ostream& operator<<(std::ostream& out, const Request& request) {
@@ -166,7 +166,7 @@ std::ostream& operator<<(std::ostream& out, const Request& request) {
 
 class FormatRequest : public Format, public testing::WithParamInterface<Request> {};
 
-// The card judges what it gets, so only what it was asked for counts here.
+// The card validates the values, so only the request matters here.
 TEST_P(FormatRequest, ReachesTheCard) {
   Start();
   Run(GetParam().parameters);
@@ -174,7 +174,7 @@ TEST_P(FormatRequest, ReachesTheCard) {
   const std::string percent = GetParam().percent;
   EXPECT_EQ(Requests().at(0), "vsl_iom_format_set_sector_size_bytes format#1 " + sector);
   if (percent.empty()) {
-    EXPECT_EQ(Requests().size(), 1U);  // the card had refused the sectors
+    EXPECT_EQ(Requests().size(), 1U);  // the card rejected the sector size
   } else {
     ASSERT_EQ(Requests().size(), 2U);
     EXPECT_EQ(Requests().at(1), "vsl_iom_format_set_size_pct format#1 " + percent);
@@ -199,7 +199,7 @@ const Request REQUESTS[] = {
     {"Factory50", {Choice(FORMATTING, FACTORY), Range(SIZE, 50)}, "512", "100"},
     {"Improved50", {Choice(FORMATTING, IMPROVED), Range(SIZE, 50)}, "512", "90"},
     {"High50", {Choice(FORMATTING, HIGH), Range(SIZE, 50)}, "512", "80"},
-    {"SizeAlone", {Range(SIZE, 50)}, "512", "100"},
+    {"SizeWithoutFormatting", {Range(SIZE, 50)}, "512", "100"},
     {"SizeOfTheWrongKind", {Choice(FORMATTING, CUSTOM), Choice(SIZE, 50)}, "512", "100"},
     {"SizeAsANumber", {Choice(FORMATTING, CUSTOM), NumberProperty(SIZE, 50)}, "512", "100"},
     {"SizeAsAText", {Choice(FORMATTING, CUSTOM), Text(SIZE, "50")}, "512", "100"},
@@ -246,8 +246,8 @@ INSTANTIATE_TEST_SUITE_P(Parameters, FormatRequest, testing::ValuesIn(REQUESTS),
 struct Capacity {
   const char* name;
   int formatting;
-  Lines closed;  // wishes about the size to a card that may not be over-formatted
-  Lines open;    // and to one that may
+  Lines closed;  // size requests to a card that cannot be over-formatted
+  Lines open;    // and to one that can
 };
 
 std::ostream& operator<<(std::ostream& out, const Capacity& capacity) {
@@ -257,9 +257,9 @@ std::ostream& operator<<(std::ostream& out, const Capacity& capacity) {
 class FormatCapacity : public Format, public testing::WithParamInterface<Capacity> {
  protected:
   Lines SizeRequests() {
-    Lines wishes = Requests();
-    if (!wishes.empty()) wishes.erase(wishes.begin());
-    return wishes;
+    Lines requests = Requests();
+    if (!requests.empty()) requests.erase(requests.begin());
+    return requests;
   }
 };
 
@@ -313,13 +313,13 @@ const Capacity CAPACITIES[] = {
 INSTANTIATE_TEST_SUITE_P(Formattings, FormatCapacity, testing::ValuesIn(CAPACITIES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// One call of a format that fails.
+// A failing call of a format.
 struct Failure {
   const char* name;
   int formatting;
   const char* function;
   std::uint32_t result;
-  Lines traces;  // of the card library
+  Lines traces;  // about the card library
   Lines calls;
 };
 
@@ -380,7 +380,7 @@ const Failure FAILURES[] = {
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
       "vsl_iom_format_set_size_pct format#1 100", "vsl_destroy format#1", "vsl_destroy card#1"}},
-    // Without the mode, the card is formatted to its plain size.
+    // Without the mode, the card is formatted to its ordinary size.
     {"SizeMode",
      PI::Value::MAXIMUM_CAPACITY,
      "vsl_iom_format_set_size_mode",

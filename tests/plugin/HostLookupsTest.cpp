@@ -1,5 +1,5 @@
-// What the plug-in asks of the host's hardware list and of its numbers for adapters, in which
-// words. The host's list here is generous; another may take the identities letter by letter.
+// The plug-in's lookups in the host's hardware list, and its requests for adapter numbers, word for
+// word. The host's list here ignores differences in spelling; another host may compare exactly.
 
 #include <gmock/gmock.h>
 
@@ -41,7 +41,7 @@ TEST_F(HostLookups, ListEveryAcceptedDeviceAtTheStart) {
               ElementsAre(ALL_IDENTITIES, "GenerateUniqueAdapterNumber for localhost 7 59 2 1"));
 }
 
-// Of two families, the second card being the first of its kind and yet the second of the list.
+// Two families: the second card is the first of its family but the second in the list.
 TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutADomain) {
   m_Host.Cards().MakeAbsent(Add(0x1003, "59", "2", "1"), "pci_domain");
   m_Host.Cards().MakeAbsent(Add(0x3002, "60", "3", "4"), "pci_domain");
@@ -53,7 +53,7 @@ TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutADomain) {
                           "GenerateUniqueAdapterNumber for localhost 0 60 3 4"));
 }
 
-// The address of an unlisted card is cut to the width of the number.
+// The address of an unlisted card is truncated to the width of the number.
 TEST_F(HostLookups, OnlyGenerateANumberForACardOfNoFamily) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   m_Host.Cards().MakeAbsent(Add(0x4000, "60", "3", "4"), "pci_domain");

@@ -1,4 +1,4 @@
-// A card whose texts would damage the host's database. The host loses nothing and continues.
+// A card whose texts try to damage the host's database. Nothing is lost, and the host continues.
 
 #include <filesystem>
 
@@ -15,10 +15,10 @@ namespace {
 constexpr const char* kTexts[] = {"serial_number", "board_name", "product_name", "driver_version",
                                   "fw_current_version"};
 
-// A serial number is followed by so many values in a new row of an adapter, and of a drive.
-constexpr int kBehindSerialNumber[] = {25, 22};
+// The number of values after the serial number in a new row of an adapter, and of a drive.
+constexpr int kValuesAfterSerialNumber[] = {25, 22};
 
-// One of each kind: every other one is tried on the database itself.
+// One of each kind; the tests of the database try the others.
 const std::vector<std::string> kStatements = {
     "DROP TABLE host_event_log",
     "DELETE FROM host_event_log",
@@ -56,14 +56,14 @@ class HostileStrings : public WorkerFixture {
     ExpectNoLockHeld();
   }
 
-  // What the plug-in says of its rows: each statement has failed or it has not.
+  // The plug-in's lines about its rows: each statement has succeeded or failed.
   static bool IsOfRows(const std::string& line) {
     return line.find(" to db.") != line.npos || line.find(" in db.") != line.npos ||
            line.find(" from db.") != line.npos;
   }
 
-  // The card has the text when the host starts, when the worker has seen a change of it and of its
-  // drive, and when it goes away.
+  // The card has the text at the start, when the worker sees a change of the card and of its drive,
+  // and when the card is removed.
   void LiveWith(const char* attribute, const std::string& text) {
     Set("card0", attribute, text);
     ASSERT_EQ(m_Host.Start(), 0U) << text;
@@ -97,7 +97,7 @@ TEST_P(EachText, DamagesNothing) {
 }
 
 TEST_F(HostileStrings, DamageNothingAfterACompleteNewRow) {
-  for (const int values : kBehindSerialNumber) {
+  for (const int values : kValuesAfterSerialNumber) {
     for (const std::string& text : HostileTexts(values, kStatements)) {
       if (text.find("NULL") != text.npos) LiveWith("serial_number", text);
     }

@@ -1,5 +1,4 @@
-// The first command: what it asks of the cards and in which order, what it hands out, and what is
-// left when a step fails.
+// Initialize: its card calls and their order, what it returns, and what remains when a step fails.
 
 #include <gmock/gmock.h>
 
@@ -54,7 +53,7 @@ struct InitFailure {
   const char* name;
   void (*fail)(std::size_t);
   std::size_t ordinal;
-  std::size_t usableEvents;  // of those before it
+  std::size_t usableEvents;  // events created before it
 };
 
 void PrintTo(const InitFailure& each, std::ostream* stream) {
@@ -143,7 +142,7 @@ TEST_F(Initialize, RejectsDevicesOfOtherVendors) {
 
 struct StartCase {
   const char* name;
-  unsigned int notReady;  // how often vsl_init says 27
+  unsigned int notReady;  // how often vsl_init returns 27
   unsigned int result;
   unsigned long ms;
 };
@@ -154,7 +153,8 @@ void PrintTo(const StartCase& each, std::ostream* stream) {
 
 class InitializeNotReady : public testing::TestWithParam<StartCase> {};
 
-// Behind the last refused start: one good one, the pause, the second start and the flag samples.
+// After the last rejected start: a successful one, the pause, the second start and the samples of
+// the masks.
 TEST_P(InitializeNotReady, RetriesOnceASecondForAMinute) {
   SimulatedHost host;
   host.AddCard();
@@ -171,7 +171,7 @@ TEST_P(InitializeNotReady, RetriesOnceASecondForAMinute) {
 }
 
 constexpr StartCase START_CASES[] = {
-    // name, refusals, result, milliseconds
+    // name, rejected starts, result, milliseconds
     {"Never", 0, 0, 1012},
     {"Once", 1, 0, 2012},
     {"TenTimes", 10, 0, 11012},
@@ -320,7 +320,7 @@ TEST_F(Initialize, TracesItsScanAndItsExit) {
   EXPECT_EQ(LeveledTraces(m_Host).back(), "2 LEAVE Initialize() -> 0");
 }
 
-// Two control devices, of which one has no adapter.
+// Two control devices; one of them has no adapter.
 TEST_F(Initialize, PrintsTheNumberOfAdaptersNotOfDevices) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone");
@@ -356,7 +356,7 @@ TEST_F(Initialize, StartsNoThread) {
   EXPECT_THAT(HostKit::Threads(), IsEmpty());
 }
 
-// What is left of the start when the scan gave nothing.
+// What remains after a start whose scan failed.
 void ExpectNothingLeft(SimulatedHost& host, const Outcome& outcome) {
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, COUNT_0);

@@ -1,4 +1,4 @@
-// Jobs that fail: the one event that each posts, and what it calls on its way out.
+// Failing jobs: the one event that each posts, and its remaining calls.
 
 #include <gmock/gmock.h>
 
@@ -160,7 +160,7 @@ TEST_P(EachJobFailure, PostsOneEventAndDestroysItsHandles) {
   ASSERT_EQ(events.size(), 1U);
   EXPECT_EQ(Render(events[0]), GetParam().event);
   EXPECT_EQ(events[0].m_ObjectID, FIRST);
-  EXPECT_EQ(events[0].m_Time, now);  // of the preparation, not of the failure
+  EXPECT_EQ(events[0].m_Time, now);  // the time of the preparation, not of the failure
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
@@ -179,13 +179,13 @@ TEST_P(EachJobFailure, DoesNotAffectTheNextJob) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-// What every job does between its first line and its first call.
+// The steps of every job between its first line and its first call.
 const Lines BEGIN = {
     "-- trace 8 Before m_DataLock.Wait(INFINITE)", "d- trace 8 After m_DataLock.Wait(INFINITE)",
     "d- trace 8 Before m_DataLock.Release ()", "-- trace 8 After m_DataLock.Release ()", "-- busy"};
 
-// The job holds no lock at any call, traces why it failed, queues its event, and only then
-// destroys; its device is forgotten last.
+// The job holds no lock at any call, traces why it failed, queues its event, and only then destroys
+// its handles; it clears its device last.
 TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   StartWith({GetParam().before});
   const std::string trace = GetParam().trace;
@@ -201,7 +201,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
                      "-e trace 8 After m_EventsLock.Wait (sg)", event});
   }
   expected.insert(expected.end(), {"-- trace 2 LEAVE " + name + "()"});
-  // Without a call after it, the event is seen when the job has ended.
+  // If no call follows it, the event shows when the job has ended.
   if (GetParam().calls.size() == 1) expected.erase(expected.end() - 2);
 
   Journal journal(m_Host);
@@ -219,7 +219,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   EXPECT_THAT(journal.Entries(), testing::Contains(event).Times(1));
 }
 
-// The failed job forgets its device too before its thread ends.
+// A failed job also clears its device before its thread ends.
 TEST_P(EachJobFailure, IsNotBusyWhenOnlyItsThreadIsLeft) {
   StartWith({GetParam().before}, "0");
   CardSim::FailCall(GetParam().function, 1, 62, "no luck");

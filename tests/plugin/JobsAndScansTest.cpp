@@ -1,5 +1,5 @@
-// Jobs and the watch at once: what a scan shows of a card that a job holds, and a card that goes
-// while its job begins.
+// Jobs while the worker scans: the state that a scan shows for a card with a running job, and cards
+// that disappear while their job begins.
 
 #include <gmock/gmock.h>
 
@@ -51,7 +51,7 @@ class JobsAndScans : public testing::Test {
     m_Host.ForgetCalls();
   }
 
-  // "status activity: reasons" as the last scan left them.
+  // "status activity: reasons" of the last scan.
   std::string Shown(std::uint64_t adapter) {
     return std::to_string(Choice(adapter, STATUS)) + " " +
            std::to_string(Choice(adapter, ACTIVITY)) + ":" + Reasons(adapter);
@@ -115,7 +115,7 @@ TEST_F(JobsAndScans, ADetachedCardInADetachJobIsDetaching) {
   }
 }
 
-// Only the state in which a card would be at the end of the job is taken for the way there.
+// Only the state that a card has at the end of the job is corrected to the state in progress.
 TEST_F(JobsAndScans, ADetachedCardInAnAttachJobStaysDetached) {
   StartWith({"0"});
   HeldCall held("vsl_op_start");
@@ -134,12 +134,12 @@ TEST_F(JobsAndScans, AnAttachedCardInADetachJobStaysAttached) {
   EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
 }
 
-// A job that comes to its first step when another one has taken its slot and has ended: its device
-// is there, and the thread of the slot runs no more.
+// A job that reaches its first step after another job has taken its slot and ended: its device is
+// stored, but the thread of the slot is no longer running.
 struct LostSlot {
   const char* name;
   std::uint32_t operation;
-  const char* state;  // of the first card, that of the end of its job
+  const char* state;  // of the first card: the one at the end of its job
   const char* other;  // of the second card, before its job
   const char* shown;
 };
@@ -172,7 +172,8 @@ INSTANTIATE_TEST_SUITE_P(
                              "40150 40102: 40387"}),
     [](const auto& each) { return std::string(each.param.name); });
 
-// The position in the list decides, and after a card that has gone it is that of another card.
+// The correction uses the position in the list, which after a removed card is the position of
+// another card.
 TEST_F(JobsAndScans, AnAttachedCardAfterARemovedOneStaysAttached) {
   StartWith({"2", "2"});
   m_Host.Cards().RemoveCard("card0");
@@ -198,11 +199,11 @@ TEST_F(JobsAndScans, TheScanReportsTheResultOfAJob) {
   EXPECT_EQ(m_Host.Check(SECOND, PI::OP_ATTACH), 0U);
 }
 
-// A scan holds the events' lock too, so this is a scan and not a quick poll. The job that is
-// started in it waits for the scan, which finds the card gone.
+// The held events' lock distinguishes a scan from a quick poll. The job that is started during the
+// scan waits for it, and the scan finds that the card is gone.
 class JobWithoutItsAdapter : public JobsAndScans {
  protected:
-  // Starts the attach of the first card when a scan names it, and then has `loseCard` its way.
+  // Starts the attach of the first card when a scan creates its handle, and then runs `loseCard`.
   void LoseCard(const std::function<void()>& loseCard) {
     StartWith({"0", "0"});
     std::atomic<bool> done{false};
@@ -238,10 +239,10 @@ TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardIsGone) {
   EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, EMPTY_FAILURE));
 }
 
-// The scan could not name the card; the job can. Only the scans report it.
+// The scan could not find the card; the job can. Only the scans report it.
 TEST_F(JobWithoutItsAdapter, StillAttachesItsCard) {
   LoseCard([] { CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone"); });
-  // The handles of the scan that begins meanwhile have numbers too.
+  // A scan that begins in the meantime uses handle numbers too.
   ASSERT_EQ(m_CallsOfJob.size(), 6U);
   std::vector<std::string> functions;
   for (const std::string& call : m_CallsOfJob) functions.push_back(call.substr(0, call.find('#')));

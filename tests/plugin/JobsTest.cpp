@@ -1,4 +1,4 @@
-// Attach and detach: what a job calls, what it reports, and what keeps another one out.
+// Attach and detach: the calls of a job, what it reports, and when another job is rejected.
 
 #include <gmock/gmock.h>
 
@@ -94,8 +94,8 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
   EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
 }
 
-// It holds no lock at any call, and its device is known from before the first one until after the
-// last. The line that announces the thread comes before the thread.
+// The job holds no lock at any call. Its device is stored before the first call and cleared after
+// the last one. The line that announces the thread comes before the thread starts.
 TEST_P(EachJob, TakesItsStepsInOrder) {
   StartWith({GetParam().before}, "0");
   const std::string name = GetParam().name;
@@ -122,8 +122,8 @@ TEST_P(EachJob, TakesItsStepsInOrder) {
   EXPECT_LT(announced, std::find(all.begin(), all.end(), expected.front()));
 }
 
-// The first job comes to its first step when another one has taken its slot and has ended: its
-// device is there, and the thread of the slot runs no more.
+// The first job reaches its first step after another job has taken its slot and ended: its device
+// is stored, but the thread of the slot is no longer running.
 TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   StartWith({GetParam().before, GetParam().before}, "0");
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
@@ -159,8 +159,8 @@ TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
-// A job counts as busy from its first step on, in which it stores its device, before it waits for
-// any lock.
+// A job counts as busy from its first step, where it stores its device before it waits for any
+// lock.
 TEST_P(EachJob, IsBusyFromItsFirstStep) {
   const std::pair<std::string, unsigned int> moments[] = {
       {"ENTER " + std::string(GetParam().name) + "(/dev/fct0)", 0U},
@@ -181,7 +181,7 @@ TEST_P(EachJob, IsBusyFromItsFirstStep) {
   }
 }
 
-// Also while another thread holds the lock, for as long as that takes.
+// The same applies while another thread holds the lock, for any length of time.
 TEST_P(EachJob, IsBusyWhileItWaitsForTheDataLock) {
   StartWith({GetParam().before});
   unsigned int checked = 0;
@@ -222,11 +222,11 @@ TEST_F(Jobs, TraceEachLockStep) {
                                  "8 After m_EventsLock.Wait (sg)", "2 LEAVE Attach()"));
 }
 
-// What the checks say while a job is held open and after its end.
+// The results of the checks during a job and after its end.
 struct Busy {
   const char* name;
   std::uint32_t running;
-  const char* before;                          // state of the card at work and of its neighbor
+  const char* before;  // state of the card with the job and of the other card
   std::array<std::uint32_t, 3> while_running;  // checks for attach, detach, forced detach
   std::array<std::uint32_t, 3> afterwards;
 };
@@ -289,7 +289,7 @@ TEST_F(Jobs, TraceTheExitOfABusyCheck) {
   Pass(LONGER_THAN_A_JOB_MS);
 }
 
-// The threads of the test's own plug-in; earlier tests have lost some on purpose.
+// The threads of this test's plug-in; earlier tests have abandoned some deliberately.
 Lines Threads() {
   Lines texts;
   for (const HostKit::ThreadView& thread : HostKit::Threads()) {
@@ -299,7 +299,7 @@ Lines Threads() {
   return texts;
 }
 
-// There is one slot for both ways to detach.
+// Both kinds of detach share one slot.
 TEST_F(Jobs, AForcedDetachTakesTheSlotOfAnEndedDetach) {
   StartWith({ATTACHED, ATTACHED});
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
@@ -329,7 +329,7 @@ TEST_F(Jobs, AttachAndDetachRunOnTwoCardsAtOnce) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-// The job forgets its device before its thread ends; that moment counts as ended.
+// The job clears its device before its thread ends; from then on it counts as ended.
 TEST_F(Jobs, AreNotBusyWhenOnlyTheirThreadIsLeft) {
   StartWith({DETACHED}, "0");
   HeldTrace held("LEAVE Attach()");
@@ -349,7 +349,7 @@ TEST_F(Jobs, BothSucceedWhenStartedAgainWhileRunning) {
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card1"), ATTACHED);
-  // The slot belongs to the second job, and that has ended.
+  // The slot belongs to the second job, which has ended.
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 0U);
   held.LetGo();
   Pass(LONGER_THAN_A_JOB_MS);
@@ -387,7 +387,7 @@ TEST_F(Jobs, DelayTheStopByAtMost25Seconds) {
   const Lines lines = m_Host.Traces(16);
   EXPECT_THAT(lines, testing::Contains("Wait for termination... (Attach)").Times(51));
   EXPECT_THAT(lines, testing::Contains("Kill Attach").Times(1));
-  // A job is left to its card: it comes to its end by itself.
+  // The abandoned job continues on its card and ends normally.
   Pass(20000);
   EXPECT_EQ(m_Host.Traces(2).back(), "LEAVE Attach()");
 }

@@ -1,5 +1,5 @@
-// The fields of a drive's row that are read from its card when the row is written, and the calls
-// that this takes; and the calls of an adapter's row, whose results are not used.
+// The fields of a drive's row that are read from the card when the row is written, and the calls
+// that read them; and the calls for an adapter's row, whose results are not used.
 
 #include "tests/support/RowView.h"
 
@@ -73,7 +73,7 @@ constexpr const char* READ = "2147483648";
 constexpr const char* WRITTEN = "10737418240.0";
 constexpr const char* NO_THROTTLING = "40252";
 
-// A fifth of the rating used up in 8760 hours leaves 35040 more, or 1460 days.
+// A fifth of the rating used up in 8760 hours leaves 35,040 hours, or 1460 days.
 INSTANTIATE_TEST_SUITE_P(
     Present, LiveRowFields,
     testing::Values(
@@ -83,15 +83,15 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"NoBytesRead",
              {{"total_physical_bytes_read", "1023"}},
              Live("2029-12-31", "8760", "10", "97.0", "0", WRITTEN, "80", NO_THROTTLING)},
-        // It is read without asking whether it is there.
+        // The counter is read without a query for its presence.
         Case{"NoReadCounter",
              {{"total_physical_bytes_read", nullptr}},
              Live("2029-12-31", "8760", "10", "97.0", "0", WRITTEN, "80", NO_THROTTLING)},
-        // The hours run round, and their low 32 bits are kept.
+        // The hours wrap around, and their low 32 bits are kept.
         Case{"FirstUsedInTheFuture",
              {{"first_use_ts", "1798761600"}},
              Live("9025-12-01", "199583142", "10", "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
-        // A double that prints as nothing is NULL.
+        // A double that prints as 0.000000 is stored as NULL.
         Case{"NoBytesWritten",
              {{"total_physical_bytes_written", "0"}},
              Live("2029-12-31", "8760", "0", "97.0", READ, nullptr, "80", NO_THROTTLING)},
@@ -112,7 +112,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"OnePercent",
              {{"total_physical_bytes_written", "1099511627776"}},
              Live("2029-12-31", "8760", "1", "97.0", READ, "1073741824.0", "80", NO_THROTTLING)},
-        // No percentage of a rating of 0, and nothing else is missing.
+        // A rating of 0 gives no percentage; the other fields are present.
         Case{"RatingOfZero",
              {{"rated_endurance_tbytes", "0"}},
              Live("2029-12-31", "8760", nullptr, "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
@@ -136,16 +136,15 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Absent, LiveRowFields,
-    testing::Values(
-        Case{"NoFirstUse", {{"first_use_ts", nullptr}}, {}},
-        Case{"NoRating", {{"rated_endurance_tbytes", nullptr}}, {}},
-        Case{"NothingTellsOfWrites", {{"total_physical_bytes_written", nullptr}}, {}},
-        Case{"NothingTellsWhatIsLeft", {{"rated_writes_remaining_percent", nullptr}}, {}}),
+    testing::Values(Case{"NoFirstUse", {{"first_use_ts", nullptr}}, {}},
+                    Case{"NoRating", {{"rated_endurance_tbytes", nullptr}}, {}},
+                    Case{"NoWriteCounter", {{"total_physical_bytes_written", nullptr}}, {}},
+                    Case{"NoRemainingWrites", {{"rated_writes_remaining_percent", nullptr}}, {}}),
     NameOfCase);
 
 class RowCalls : public testing::Test {
  protected:
-  // What the plug-in asks of the cards from its first scan's end to the end of its start.
+  // The card calls from the end of the first scan to the end of the start.
   Cells After(const Settings& more = {}) {
     m_Host.Set(PlainCard());
     m_Host.Set(more);
@@ -160,7 +159,7 @@ class RowCalls : public testing::Test {
   DatabaseLife m_Database;
 };
 
-// An adapter's row asks with a null handle, and every attribute is missing.
+// An adapter's row is read through a null handle, so every attribute is missing.
 const Cells OF_AN_ADAPTER = {
     "vsl_has_rated_endurance_tbytes null", "vsl_has_total_physical_bytes_read null",
     "vsl_has_total_physical_bytes_written null", "vsl_has_rated_endurance_tbytes null"};
@@ -222,7 +221,7 @@ TEST_F(RowCalls, TraceNothingForAnAdapter) {
 TEST(CardThatCannotBeFound, KeepsItsRowWithoutLiveFields) {
   OneCard host(PlainCard());
   const DatabaseLife database;
-  // The first naming is the scan's.
+  // The scan makes the first call.
   CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "no luck");
   ASSERT_EQ(host.Initialize(), 0U);
   ASSERT_THAT(DriveRows(), SizeIs(1));

@@ -1,5 +1,5 @@
-// Texts with numbers, in a host that has chosen a locale which groups digits and has a decimal
-// comma: they are as in any other host.
+// Texts with numbers in a host whose locale groups digits and has a decimal comma: they are the
+// same as in any other host.
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-// Who the module says it is, and what it traces when.
+// The identity of the module, and when it writes which traces.
 
 #include <gmock/gmock.h>
 
@@ -72,7 +72,7 @@ TEST(Tracing, PrintsTheCountLineWhenEverythingIsTraced) {
   EXPECT_THAT(host.Traces(), testing::Not(Contains(testing::HasSubstr("adapter count"))));
 }
 
-// The lines of one reading of the tree of one card, by level.
+// The lines of one topology request with one card, by level.
 struct AtLevel {
   const char* name;
   std::uint32_t mask;
@@ -125,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "4 GetTopology() m_PhysicalDrives = 1"}}),
     [](const auto& each) { return each.param.name; });
 
-// In the middle of a command, from the side of the card.
+// The mask changes in the middle of a command, from a card call.
 TEST(Tracing, FollowsAChangeOfTheMaskAtTheNextLine) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);

@@ -1,4 +1,4 @@
-// After which passes the host is called, and with what held.
+// After which passes the worker notifies the host, and which locks it holds then.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -12,7 +12,7 @@ using testing::SizeIs;
 
 class Notification : public WorkerFixture {
  protected:
-  // One card and an event in the queue, while the card has not changed.
+  // One card without a change, and one queued event.
   void StartWithAnEventWaiting() {
     AddCards(1);
     Set("card0", "iom_state", "0");
@@ -31,7 +31,7 @@ TEST_F(Notification, IsNotSentWhenNothingHasChanged) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-// The temperature is only read by a scan, and has no event.
+// Only a scan reads the temperature, and its change raises no event.
 TEST_F(Notification, IsSentAfterAChangeWithoutAnEvent) {
   AddCards(1);
   StartWatch();
@@ -51,7 +51,7 @@ TEST_F(Notification, IsSentAfterAChangeOfOnlyADrive) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-// The mask is not believed yet, and its change shows all the same.
+// The mask is not accepted yet, but its change is already visible.
 TEST_F(Notification, IsSentForEachScanOfAMaskNotYetAccepted) {
   AddCards(1);
   StartWatch();
@@ -175,7 +175,7 @@ TEST_F(Notification, IsSentOnceForTwoRequestsThatArriveTogether) {
   HeldTrace held("Worker() m_PrivateEvent event received");
   PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
   interval.SetValue(20, 2, 255, 1);
-  // The worker is held at the first; two more become one.
+  // The worker is held at the first notification; two further requests become one.
   EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
   held.AwaitArrival();
   EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
@@ -185,7 +185,7 @@ TEST_F(Notification, IsSentOnceForTwoRequestsThatArriveTogether) {
   EXPECT_THAT(Notifications(), SizeIs(2));
 }
 
-// Nothing is held, so the host may come back at once, on the worker's own thread and on others.
+// No lock is held, so the host can send commands at once, on the worker's thread and on others.
 TEST_F(Notification, LetsTheHostCollectAtOnce) {
   AddCards(1);
   StartWatch();
@@ -212,7 +212,7 @@ TEST_F(Notification, DoesNotBlockTheHostHoweverLongItTakes) {
   EXPECT_THAT(Events(), SizeIs(1));
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   EXPECT_EQ(NowMs(), 6000U);
-  // The interval begins when the host comes back.
+  // The interval begins when the host returns from the callback.
   PassMs(64100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 70024U));
 }

@@ -1,5 +1,5 @@
-// An adapter's row with a card library that has answers also without a card: what is asked of it,
-// which lines come of it, and that the row is the same. The drive's row asks its own card.
+// An adapter's row with a card library that returns values even for a null handle: the calls, the
+// lines that they cause, and that the row is the same. The drive's row reads its own card.
 
 #include "tests/support/NullHandleSeam.h"
 #include "tests/support/RowView.h"
@@ -15,10 +15,10 @@ constexpr const char* READ_LINE =
     "GetAdapterProperties, vsl_has_total_physical_bytes_read = 4398046511104";
 constexpr const char* ENDURANCE_LINE = "GetAdapterProperties, vsl_has_rated_endurance_percent = 10";
 
-// Of the drive's row: a fifth of the endurance is used.
+// For the drive's row: a fifth of the endurance is used.
 constexpr const char* OF_THE_DRIVE = "ComputeRemainingLifeTime 8760 10995116277760 20 100";
 
-// What was asked for each of the four parts, when all of it is there.
+// The calls for each of the four parts when every attribute is present.
 const Cells LIFETIME = {"vsl_has_rated_endurance_tbytes",
                         "vsl_has_total_physical_bytes_written",
                         "vsl_has_rated_writes_remaining_percent",
@@ -42,7 +42,7 @@ Cells Joined(const std::vector<Cells>& parts) {
 
 class NullHandleRow : public testing::Test {
  protected:
-  // A tenth of the rating is written, and none of the numbers is the card's.
+  // A tenth of the rating is written. No number equals that of the card.
   NullHandleRow() : m_Host(PlainCard()) {
     m_Answers.rated_endurance_tbytes = 200;
     m_Answers.rated_writes_remaining_percent = 73.9F;
@@ -55,7 +55,7 @@ class NullHandleRow : public testing::Test {
     EXPECT_THAT(m_Answers.m_Calls, ElementsAreArray(Joined(parts)));
   }
 
-  // The lines that a live value leaves.
+  // The lines that live values cause.
   Cells LiveLines() {
     Cells lines;
     for (const std::string& line : m_Host.LeveledTraces()) {
@@ -134,7 +134,7 @@ TEST_F(NullHandleRow, WithoutBytesReadTracesOneLine) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + ENDURANCE_LINE));
 }
 
-// A rating of 0 has no percentage.
+// A rating of 0 gives no percentage.
 TEST_F(NullHandleRow, WithARatingOfZeroTracesNoEndurance) {
   m_Answers.rated_endurance_tbytes = 0;
   ASSERT_EQ(m_Host.Initialize(), 0U);

@@ -1,5 +1,5 @@
-// An operation has the nine numbers of its row, each in its field. In the plug-in's rows some of
-// them are the same, so that a mix-up would not show there.
+// An operation has the nine numbers of its row, each in its field. Some numbers of the plug-in's
+// rows are equal, so a mix-up would not show there.
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,4 @@
-// The plug-in object: its six properties, the one that can be set, and how the host collects
-// events.
+// The plug-in object: its six properties, the one that can be set, and the collection of events.
 
 #include <gmock/gmock.h>
 
@@ -46,7 +45,7 @@ std::string PollRow(int seconds) {
          " in 2..255 step 1 (sort 23335, unit 21007, writable 1)";
 }
 
-// Without the host's numbers no worker runs that would take what is queued or set.
+// No worker runs until the host assigns numbers, so nothing consumes what is queued or set.
 class PluginObject : public testing::Test {
  protected:
   void SetUp() override {
@@ -56,10 +55,11 @@ class PluginObject : public testing::Test {
 
   std::uint64_t ChangeCount() { return m_Host.ObjectOf(OneCard::PLUGIN).m_ChangeCount; }
 
-  // Whether something waits to wake the worker.
+  // Whether the event that wakes the worker is set.
   static bool WakesTheWorker() { return HostKit::Events()[PRIVATE_EVENT - 1].set; }
 
-  // Two jobs that fail on their first call each leave an event; waits until both have ended.
+  // Runs two jobs that fail at their first call and queue one event each; waits until both have
+  // ended.
   void QueueTwoFailures() {
     for (const std::uint32_t operation : {Number::OP_ATTACH, Number::OP_DETACH}) {
       CardSim::FailCall("vsl_iom_create_by_name", 1, 5, "not today");
@@ -69,11 +69,11 @@ class PluginObject : public testing::Test {
     m_Host.ForgetTraces();
   }
 
-  // The numbers of the events that one request gets, or the result of a failed one.
+  // The numbers of the events that one request returns, or the result of a failed one.
   std::vector<std::uint32_t> Collect() {
     PI::COperation operation;
     operation.m_OperationID = PI::OP_GET_EVENTS;
-    operation.m_Events.resize(3);  // what an earlier request left
+    operation.m_Events.resize(3);  // left by an earlier request
     const unsigned int result =
         m_Host.Execute(PI::CMD_EXECUTE_OPERATION, OneCard::PLUGIN, &operation);
     if (result != 0) return {result};
@@ -144,7 +144,7 @@ TEST(PluginObjectAtStart, ShowsTheConfiguredInterval) {
   EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(77));
 }
 
-// What the host sends, and what is then in force and in the file.
+// The interval that the host sends, and the one then used and saved.
 struct Setting {
   const char* name;
   int value;
@@ -176,10 +176,10 @@ INSTANTIATE_TEST_SUITE_P(
         Setting{"Zero", 0, 2, 255, 2}, Setting{"Smallest", 2, 2, 255, 2},
         Setting{"Largest", 255, 2, 255, 255}, Setting{"OneTooMany", 256, 2, 255, 255},
         Setting{"Negative", -1, 2, 255, 2},
-        // The limits are the host's to change.
+        // The host decides the limits.
         Setting{"RaisedMaximum", 300, 2, 400, 300},
         Setting{"AboveTheRaisedMaximum", 401, 2, 400, 400}, Setting{"LoweredMinimum", 1, 1, 255, 1},
-        // With the limits crossed the maximum has the last word.
+        // If the limits are crossed, the maximum wins.
         Setting{"CrossedLimitsFromBelow", 10, 50, 20, 20},
         Setting{"CrossedLimitsFromWithin", 30, 50, 20, 20},
         Setting{"CrossedLimitsFromAbove", 60, 50, 20, 20}, Setting{"NoLimitsAtAll", 0, 0, 0, 0},
@@ -218,7 +218,8 @@ TEST(PluginObjectWithAFullIni, KeepsTheOtherKeys) {
   EXPECT_THAT(ini, testing::Not(HasSubstr("PollInterval=20")));
 }
 
-// A file where the folder should be: nothing can be written there. The host's result for that is 3.
+// A file in place of the folder, so that nothing can be written there. The host's result for that
+// is 3.
 TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
   std::filesystem::remove_all(m_Host.IniFile().parent_path());
   std::ofstream(m_Host.IniFile().parent_path()) << "in the way";
@@ -247,7 +248,7 @@ TEST_F(PluginObject, RejectsSettingAnyOtherProperty) {
   EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(15));
 }
 
-// What is set is known by the property and not by the name that it is shown under.
+// The property's id decides what is set, not the name that it is shown under.
 TEST_F(PluginObject, IdentifiesAPropertyByItsIdNotByItsLabel) {
   PI::CProperty property(PI::Property::VERSION, true);
   property.m_NameID = PI::Property::POLL_INTERVAL;
@@ -260,7 +261,7 @@ TEST_F(PluginObject, IdentifiesAPropertyByItsIdNotByItsLabel) {
   EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(30));
 }
 
-// A value of another kind has no range: all of its numbers are 0.
+// A value of another kind has no range, so its limits are 0.
 TEST_F(PluginObject, TreatsAMissingRangeAsZero) {
   PI::CProperty property(PI::Property::POLL_INTERVAL, true);
   property.SetValue(std::string("30"));

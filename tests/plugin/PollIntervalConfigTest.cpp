@@ -1,4 +1,4 @@
-// The poll interval in the ini file, as the plug-in object shows it.
+// The poll interval from the ini file, as the plug-in object shows it.
 
 #include <gmock/gmock.h>
 
@@ -30,14 +30,14 @@ TEST_P(PollIntervalConfig, IsShownByThePluginObject) {
 constexpr IniCase INI_CASES[] = {
     // name, ini text, seconds
     {"EmptyFile", "", "15"},
-    {"OtherKeyAlone", "PollTime=30\n", "15"},
+    {"OnlyAnotherKey", "PollTime=30\n", "15"},
     {"KeyInASection", "[Corvane]\nPollInterval=30\n", "15"},
     {"NoIniFile", "PollInterval\n", "15"},
     {"EmptyValue", "PollInterval=\n", "15"},
     {"BlankValue", "PollInterval=   \n", "15"},
     {"Word", "PollInterval=abc\n", "15"},
-    {"UnitBehindTheNumber", "PollInterval=15x\n", "15"},
-    {"UnitBehindAnotherNumber", "PollInterval=30x\n", "15"},
+    {"UnitAfterTheDefault", "PollInterval=15x\n", "15"},
+    {"UnitAfterAnotherNumber", "PollInterval=30x\n", "15"},
     {"TwoNumbers", "PollInterval=30 40\n", "15"},
     {"Fraction", "PollInterval=30.5\n", "15"},
     {"Hexadecimal", "PollInterval=0x20\n", "15"},
@@ -47,7 +47,7 @@ constexpr IniCase INI_CASES[] = {
     {"Least", "PollInterval=2\n", "2"},
     {"OverLeast", "PollInterval=3\n", "3"},
     {"Default", "PollInterval=15\n", "15"},
-    {"OctalLookIsDecimal", "PollInterval=010\n", "10"},
+    {"LeadingZeroIsDecimal", "PollInterval=010\n", "10"},
     {"BlanksAround", "PollInterval =  60  \n", "60"},
     {"BesideOtherKeys", "Color=green\nPollInterval=60\nSize=3\n", "60"},
     {"UnderMost", "PollInterval=254\n", "254"},

@@ -1,5 +1,5 @@
-// The quick poll between two scans: what it reads, which cards it skips, and which changes make it
-// start a scan.
+// The quick poll between two scans: its reads, the cards that it skips, and the changes that make
+// it start a scan.
 
 #include <memory>
 
@@ -35,7 +35,7 @@ Lines operator+(Lines left, const Lines& right) {
 
 class QuickPoll : public WorkerFixture {
  protected:
-  // The next wake-up alone.
+  // Only the next wake-up.
   void Poll() {
     ForgetAll();
     AwaitWakeUps();
@@ -127,7 +127,7 @@ TEST_F(QuickPoll, ScansAtOnceAfterAChangeWithoutReleasingTheObjects) {
   EXPECT_EQ(calls[24], "vsl_iom_create_by_name /dev/fct0");
 }
 
-// Each card is asked for everything, whatever the ones before it have shown.
+// Each card is read completely, even after a change was seen on an earlier one.
 TEST_F(QuickPoll, ContinuesAfterTheFirstChange) {
   AddCards(3);
   StartWatch();
@@ -206,7 +206,7 @@ TEST_F(QuickPoll, TreatsAMissingStateAsDetached) {
   m_Host.Cards().MakeAbsent("card0", "iom_state");
   EXPECT_TRUE(PollScans());
   EXPECT_EQ(Status(FIRST), "FAILED");
-  EXPECT_FALSE(PollScans());  // the scan has taken it for that too
+  EXPECT_FALSE(PollScans());  // the scan treated it as detached too
 }
 
 TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerThere) {
@@ -296,7 +296,7 @@ TEST_F(QuickPoll, PollsASkippedCardAgainNextTime) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-// A card that is gone stays in the list of control devices; the poll uses the adapters.
+// The control device of a removed card stays in the list; the poll uses the adapters.
 TEST_F(QuickPoll, PollsOnlyTheRemainingAdapters) {
   AddCards(3);
   StartWatch();
@@ -329,10 +329,10 @@ TEST_F(QuickPoll, DoesNotChangeTheObjects) {
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
 }
 
-// While a job drives a card, its last state counts as that of the job.
+// While a job runs on a card, the state at the job's end counts as the state in progress.
 class QuickPollDuringAJob : public QuickPoll {
  protected:
-  // Starts the job on a card, holds it before its end, and puts the card into a state.
+  // Starts the job on a card and holds it before its end.
   void StartHeld(std::uint64_t adapter, std::uint32_t operation) {
     for (const std::string& card : m_Host.Cards().Cards()) {
       Set(card, "attach_ms", "0");
@@ -385,7 +385,7 @@ TEST_F(QuickPollDuringAJob, ADetachedCardInAForcedDetachJobCountsAsDetaching) {
   EXPECT_FALSE(PollScans());
 }
 
-// The scan sees the corrected state too, so the two agree also when it comes first.
+// The scan sees the corrected state too, so poll and scan agree whichever comes first.
 TEST_F(QuickPollDuringAJob, DoesNotRequestAScanEachTimeWhileTheJobRuns) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -402,8 +402,8 @@ struct NoCorrection {
   const char* name;
   const char* initially;
   std::uint32_t operation;
-  const char* jobState;  // of the card at first, and stored
-  const char* then;      // taken as read
+  const char* jobState;  // of the card at first, and in its record
+  const char* then;      // read later, and not corrected
 };
 
 void PrintTo(const NoCorrection& each, std::ostream* stream) {

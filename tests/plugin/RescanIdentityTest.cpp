@@ -1,4 +1,4 @@
-// What stays of an object from one scan to the next: its ids, its links and its change count.
+// What an object keeps from one scan to the next: its ids, its links and its change count.
 
 #include <memory>
 
@@ -59,7 +59,7 @@ TEST_F(RescanIdentity, AQuickPollDoesNotCountAsAChange) {
   EXPECT_THAT(Counts(), ElementsAre(0U, 0U, 0U, 0U, 0U));
 }
 
-// Plug-in and adapters count the scans; a drive's count stays.
+// Each scan counts for the plug-in and the adapters, and not for a drive.
 TEST_F(RescanIdentity, AScanWithoutAChangeCountsForPlugInAndAdapters) {
   AddCards(2);
   StartWatch();
@@ -98,7 +98,7 @@ TEST_F(RescanIdentity, ARemovedOrAddedCardCountsOnceMoreForThePlugIn) {
   Show(2);
   AwaitScans();
   EXPECT_THAT(Counts(), ElementsAre(5U, 2U, 1U, 0U, 0U));
-  // One comes and one goes in the same scan.
+  // One card is added and one removed in the same scan.
   Show(1);
   Hide(2);
   AwaitScans();
@@ -119,7 +119,7 @@ TEST_F(RescanIdentity, CountsRaisedByTheHostAreKept) {
   EXPECT_THAT(Counts(), ElementsAre(3U, 4U, 3U));
 }
 
-// The card keeps its number in the list of control devices, and by that its ids.
+// The card keeps its position in the list of control devices, and with it its ids.
 TEST_F(RescanIdentity, CardsAfterARemovedOneKeepTheirIds) {
   AddCards(3);
   StartWatch();
@@ -220,7 +220,7 @@ TEST_F(RescanIdentity, TracesThatItIsNotTheFirstScan) {
   EXPECT_THAT(TimesOf("2 LEAVE ScanSystem() -> 0"), SizeIs(1));
 }
 
-// All that a scan asks of one card, between the wake-up and the comparison.
+// All calls of a scan for one card, between the wake-up and the comparison.
 TEST_F(RescanIdentity, ARescanMakesTheCallsOfTheFirstScanExceptForTheLocateLED) {
   AddCards(1);
   StartWatch();
@@ -303,7 +303,7 @@ class JobAfterARemovedCard : public RescanIdentity {
 };
 
 TEST_F(JobAfterARemovedCard, CorrectsTheCardWhosePositionItsAdapterHasTaken) {
-  HoldAttach(ObjectId(5));  // of card 2, now in place 1
+  HoldAttach(ObjectId(5));  // of card 2, now at position 1
   Set("card1", "iom_state", "2");
   AwaitScans();
   EXPECT_EQ(Activity(ObjectId(3)), "ATTACHING");
@@ -315,7 +315,7 @@ TEST_F(JobAfterARemovedCard, DoesNotCorrectBeyondTheEndOfTheList) {
   AwaitScans();
   EXPECT_EQ(Activity(ObjectId(5)), "IDLE");
   EXPECT_EQ(Reasons(ObjectId(5)), "[ATTACHED]");
-  // The quick poll uses the path of the adapter, and so sees a change each time.
+  // The quick poll uses the adapter's path, so it sees a change each time.
   AwaitWakeUps();
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), SizeIs(1));
 }

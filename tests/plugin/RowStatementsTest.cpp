@@ -1,4 +1,4 @@
-// The statements that each step of the plug-in sends, and what is left when one of them fails.
+// The statements that each step of the plug-in sends, and what remains when one of them fails.
 
 #include <ostream>
 #include <stdexcept>
@@ -40,7 +40,7 @@ class TwoCards : public WorkerFixture {
     AwaitScans();
   }
 
-  // Up to the name of the table: "SELECT * FROM host_drive_rows".
+  // Each statement up to the name of the table: "SELECT * FROM host_drive_rows".
   Cells Sent() const {
     Cells short_;
     for (const std::string& sql : m_Statements.Statements()) {
@@ -168,12 +168,12 @@ TEST_F(RowStatements, DeleteThePlugInByName) {
               ElementsAre("DELETE FROM host_plugin_rows  WHERE pi_plugin_name = 'SanDisk-Plugin'"));
 }
 
-// One of them fails.
+// A failing statement.
 
 struct Refused {
   const char* name;
   std::size_t place;
-  const char* line;   // in the one line that reports it
+  const char* line;   // part of the line that reports it
   const char* rows;   // after the step
   const char* later;  // after the next one
 };
@@ -279,7 +279,7 @@ TEST_P(RefusalAtRemoval, CostsOneRowUntilTheNextScan) {
   ExpectGoodScan();
 }
 
-// The row of an adapter that has gone stays.
+// The row of the removed adapter stays.
 constexpr const char* STILL_THERE = "A S1 50, A S2 50, D S1 4096, D S2 512, P";
 constexpr const char* GONE = "A S1 50, D S1 4096, D S2 512, P";
 
@@ -302,7 +302,7 @@ TEST_P(RefusalAtArrival, CostsOneRow) {
   ExpectGoodScan();
 }
 
-// The drive's row of its first time is still there, and is the one that is kept up.
+// The drive's first row still exists, and is the one that is updated.
 constexpr const char* BACK = "A S1 50, A S2 50, D S1 4096, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_WITHOUT_ADAPTER = "A S1 50, D S1 4096, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_WITHOUT_DRIVE = "A S1 50, A S2 50, D S1 4096, D S2 4096, P";

@@ -1,4 +1,4 @@
-// What becomes of the rows while the plug-in runs: cards that change, go and come back.
+// The rows while the plug-in runs: cards that change, are removed and return.
 
 #include <memory>
 
@@ -25,7 +25,8 @@ class RowsAfterChanges : public WorkerFixture {
   }
   void TearDown() override { m_OnLine = nullptr; }
 
-  // So many cards on the buses 3, 4, ..., all at 50 degrees, with the numbers 1, 2, ...
+  // Starts with that many cards on the buses 3, 4, ..., all at 50 degrees, with the numbers 1, 2,
+  // ...
   void Run(int cards) {
     AddCards(cards);
     for (int i = 0; i < cards; ++i) SetTemperature(i, "50.0");
@@ -138,7 +139,7 @@ TEST_F(RowsAfterChanges, AnAttachIsWrittenAtTheNextChange) {
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_status_name"), ElementsAre("OK"));
 }
 
-// The scan after the end of the job leaves the state of the job in the row.
+// The scan after the end of the job writes the state during the job.
 TEST_F(RowsAfterChanges, ADetachJobIsWrittenAsDetaching) {
   Run(1);
   Set("card0", "detach_ms", "40000");
@@ -231,7 +232,7 @@ TEST_F(RowsAfterChanges, TheFirstOfTwoRowsOfAnAdapterIsUpdatedAndBothAreDeleted)
   EXPECT_THAT(Temperatures(), ElementsAre("8"));
 }
 
-// The rows of another host come first by their keys.
+// The rows of another host have lower keys.
 TEST_F(RowsAfterChanges, RowsOfAnotherHostAreNotChanged) {
   Query("INSERT INTO host_adapter_rows (ad_adapter_number, ad_host_name, ad_temperature) VALUES (" +
         NumberOf(3) + ", 'elsewhere', 8)");
@@ -264,8 +265,8 @@ TEST_F(RowsAfterChanges, RowsOfOnlyAnotherHostAreNotUpdated) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512"));
 }
 
-// Each of the two drives finds the first row of that serial number, once for each of the two
-// adapters: the row has the values of the last one.
+// Each of the two drives finds the first row with that serial number, once for each of the two
+// adapters. The row has the values of the last update.
 TEST_F(RowsAfterChanges, CardsWithOneSerialNumberAllUpdateTheFirstRow) {
   AddCards(2);
   for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
@@ -331,7 +332,7 @@ TEST_F(RowsAfterChanges, AScanCallsTheCardOnlyForTheDrivesRow) {
                   "vsl_has_reserve_space_pct card#1", "vsl_reserve_space_pct card#1"));
 }
 
-// Nothing of what an earlier start wrote is taken away.
+// The rows of an earlier start are kept.
 TEST(RowsOfAnotherStart, AreAddedToTheEarlierOnes) {
   const DatabaseLife database;
   for (int start = 0; start < 2; ++start) {

@@ -1,4 +1,4 @@
-// What the rows show once the host has had a card detached, attached or formatted.
+// The rows after the host has detached, attached or formatted a card.
 
 #include <ostream>
 
@@ -15,7 +15,7 @@ constexpr int BYTES_4096 = PI::Value::_4K;
 
 class RowsAfterOperations : public WorkerFixture {
  protected:
-  // One card of 50 degrees in that state, whose jobs take no time.
+  // One card at 50 degrees in that state, whose jobs take no time.
   void RunWith(const char* state) {
     AddCards(1);
     Set("card0", "iom_state", state);
@@ -34,8 +34,8 @@ class RowsAfterOperations : public WorkerFixture {
   }
   std::string CardState() { return m_Host.Cards().Get("card0", "iom_state"); }
 
-  // Status, reasons and activity of the adapter; temperature; the drive's status, sector size, and
-  // sizes of the factory and at most.
+  // Status, reasons and activity of the adapter; temperature; the drive's status, sector size,
+  // factory size and largest size.
   static std::string Rows() {
     const auto rendered = [](const char* table, const Cells& columns) {
       std::string text;
@@ -76,7 +76,7 @@ TEST_F(RowsAfterOperations, ShowAnAttachAtTheNextChange) {
   EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
 }
 
-// A job of its length: the scans on the way write what they see one change late.
+// A job of some length: the scans during it write each state one change late.
 TEST_F(RowsAfterOperations, ShowALongAttachAsAttachingFirst) {
   RunWith("0");
   Set("card0", "attach_ms", "60000");

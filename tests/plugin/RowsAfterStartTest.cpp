@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"iom_state", "5"}},
              {STATUS("FAILED"), ACTIVITY("IDLE"), REASONS("MINIMAL_MODE")}},
         Case{"OutOfOrder", {{"iom_state", "7"}}, {STATUS("FAILED"), REASONS("STOPPED")}},
-        // One element after the other, in the order of the bits and the state last.
+        // The elements in the order of the bits, with the state last.
         Case{"ManyReasons",
              {{"current_errors", "3"}, {"iom_state", "0"}},
              {STATUS("FAILED"), REASONS("INTERNAL_ERROR?INCOMPATIBLE_PCI_BANDWIDTH?DETACHED")}},
@@ -154,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"pci_domain", "1"}},
              {"ad_pci_segment=1", "ad_location=PCI:Segment=1&Bus=59&Device=2&Function=1"}},
         Case{"NoBoard", {{"board_name", nullptr}}, {"ad_product="}},
-        Case{"NoSerialBesidesItsText", {{"serial_number", ""}}, {"ad_serial_number="}}),
+        Case{"EmptySerialNumber", {{"serial_number", ""}}, {"ad_serial_number="}}),
     NameOfCase);
 
 class DriveRowFields : public testing::TestWithParam<Case> {};
@@ -173,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Case{"NameWithBrackets", {{"product_name", "Drive (new) A"}}, {"pd_short_name=Drive"}},
         Case{"NameWithTwoBracketsAtOnce", {{"product_name", "Drive ((x"}}, {"pd_short_name=Drive"}},
-        // The character before the bracket goes, whatever it is.
+        // The character before the bracket is always removed.
         Case{"NoBlankBeforeTheBracket", {{"product_name", "Drive(x"}}, {"pd_short_name=Driv"}},
         Case{"BracketFirst",
              {{"product_name", "(new) Drive"}},
@@ -185,7 +185,7 @@ INSTANTIATE_TEST_SUITE_P(
              {"pd_product=BoardA", "pd_short_name=BoardA"}},
         Case{"Failed", {{"iom_state", "6"}}, {"pd_status_name=FAILED"}},
         Case{"Warned", {{"iom_state", "0"}}, {"pd_status_name=AVAILABLE"}},
-        Case{"NothingTellsOfThrottling",
+        Case{"NoThrottlingState",
              {{"write_throttling_state", nullptr}},
              {"pd_write_throttling=40252"}},
         Case{"SomeThrottling", {{"write_throttling_state", "1"}}, {"pd_write_throttling=40410"}},
@@ -212,7 +212,7 @@ TEST(RowsOfTheNewerFamily, HaveItsDriverAndItsNames) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_short_name"), ElementsAre("MOLT EP PX600 2.6TB"));
 }
 
-// Beside one of a known family, without which the plug-in does not start.
+// The host also has a card of a known family, because the plug-in does not start without one.
 TEST(RowsOfACardOfNoFamily, HaveAnEmptyDriverAndAnUnknownSegment) {
   SimulatedHost host;
   const DatabaseLife database;
@@ -242,7 +242,7 @@ TEST_F(ManyRowsAfterStart, EachCardHasARowOfEachKindInOrder) {
   EXPECT_THAT(Counts(), ElementsAre("3", "3", "1"));
 }
 
-// Each adapter writes both drives, and each of these writes itself for both adapters.
+// Each adapter writes both drives, and each drive is written once for each adapter.
 TEST_F(ManyRowsAfterStart, CardsWithOneSerialNumberEachWriteAllTheirDrives) {
   for (const char* serial : {"S1", "S1"}) Add(serial);
   ASSERT_EQ(m_Host.Initialize(), 0U);

@@ -1,4 +1,4 @@
-// The order in which a scan asks a card, call by call.
+// The calls that a scan makes for a card, in order.
 
 #include <gmock/gmock.h>
 
@@ -16,21 +16,21 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Expected calls, in the words of the lists below.
+// Builds the expected calls from the lists below.
 class Calls {
  public:
   Calls& Call(const std::string& line) {
     m_Lines.push_back("vsl_" + line);
     return *this;
   }
-  // Attributes that a handle has: asked for and read.
+  // Attributes that a handle has: queried and read.
   Calls& Read(const std::string& handle, const Lines& names) {
     for (const std::string& name : names) {
       Call("has_" + name + " " + handle).Call(name + " " + handle);
     }
     return *this;
   }
-  // Attributes that are only asked for.
+  // Attributes that are only queried.
   Calls& Ask(const std::string& handle, const Lines& names) {
     for (const std::string& name : names) Call("has_" + name + " " + handle);
     return *this;
@@ -65,7 +65,7 @@ class Calls {
   Lines m_Lines;
 };
 
-// An optional power connector and a card that may be over-formatted: the longest way through.
+// An optional power connector and a card that can be over-formatted cause the most calls.
 TEST(ScanCalls, ReadEveryAttribute) {
   ScannedCard card(0x1003);
   const ScanLog log = LogOf(card.Host());
@@ -146,7 +146,7 @@ TEST(ScanCalls, AskForEveryMissingAttribute) {
   EXPECT_THAT(log.misuse, IsEmpty());
 }
 
-// A card of no family is asked for its device id and then for everything but its board name.
+// For a card of no family, the device id and then everything but the board name is read.
 TEST(ScanCalls, OmitTheBoardNameWithoutAFamily) {
   ScannedCard card(0x1003);
   CardSim::SetHook([&](const CardSim::Call& call) {

@@ -1,5 +1,5 @@
-// Attributes that a card has but that cannot be read. The scan ignores the failure: it takes what
-// the library returns then, 0 or an empty text, and traces nothing.
+// Attributes that a card has but that cannot be read. The scan ignores the failure: it uses the
+// value that the library returns, 0 or an empty text, and traces nothing.
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ using testing::Not;
 
 namespace Property = PI::Property;
 
-constexpr const char* NONE = nullptr;  // the card does not have the attribute
+constexpr const char* NONE = nullptr;  // the attribute is absent
 
 enum class Of { Adapter, Drive };
 
@@ -166,7 +166,7 @@ TEST_P(ScanFailedRead, WouldOtherwiseShowAnotherValue) {
 INSTANTIATE_TEST_SUITE_P(Of, ScanFailedRead, testing::ValuesIn(FAILED_READS),
                          [](const auto& each) { return std::string(each.param.function); });
 
-// The smallest sector is seen in a format without parameters.
+// The smallest sector size shows in a format without parameters.
 TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
   ScannedCard card;
   CardSim::FailCall("vsl_iom_format_min_sector_size_bytes", 1, 12, "unreadable");
@@ -177,7 +177,7 @@ TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
               ElementsAre("vsl_iom_format_set_sector_size_bytes format#1 0"));
 }
 
-// Over-formatting is then tried, and refused by the card.
+// The format then tries to over-format, and the card rejects it.
 TEST(ScanFailedReads, MakeOverformattingAllowed) {
   ScannedCard card;
   card.Set("iom_format_disallow_overformat", "true");

@@ -1,4 +1,4 @@
-// The attributes that a scan reads into an adapter, and the values without them.
+// The attributes that a scan reads into an adapter, and the values when they are absent.
 
 #include <gmock/gmock.h>
 
@@ -14,9 +14,9 @@ using testing::Not;
 
 namespace Property = PI::Property;
 
-constexpr const char* NONE = nullptr;  // the card does not have the attribute
+constexpr const char* NONE = nullptr;  // the attribute is absent
 
-// One attribute and the one property that it decides.
+// An attribute and the property that it determines.
 struct FieldCase {
   PI::_PROPERTY_ID property;
   const char* attribute;
@@ -104,7 +104,7 @@ TEST(ScanFields, ShowALifetimeForAnEarlyFirstUse) {
   EXPECT_NE(card.Adapter(Property::ESTIMATED_LIFETIME), "absent");
 }
 
-// The serial number decides whether a card counts, and may be gone when it is scanned.
+// A card without a serial number does not count, but the attribute can vanish before the scan.
 TEST(ScanFields, ShowAVanishedSerialNumberAsEmpty) {
   ScannedCard card;
   CardSim::SetHook([&](const CardSim::Call& call) {
@@ -185,7 +185,7 @@ struct ConnectorCase {
 
 TEST(ScanExternalPower, IsReadOnlyWhenPowerIsNeeded) {
   const ConnectorCase cases[] = {
-      // requirement, connected, shown, how often asked
+      // requirement, connected, shown, number of reads
       {"1", "true", "true", 1},   {"1", "false", "false", 1},  {"1", NONE, "false", 1},
       {"2", "true", "true", 1},   {"2", NONE, "false", 1},     {"0", "true", "absent", 0},
       {"3", "true", "absent", 0}, {NONE, "true", "absent", 0},

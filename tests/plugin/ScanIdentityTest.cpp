@@ -1,4 +1,4 @@
-// Who a scanned card is: its ids, its family, its place on the PCI bus.
+// The identity of a scanned card: its ids, its family, its location on the PCI bus.
 
 #include <gmock/gmock.h>
 
@@ -21,7 +21,7 @@ struct FamilyCase {
   std::uint16_t deviceId;
   const char* product;
   const char* driver;
-  const char* name;       // with the host's number 1
+  const char* name;       // for the host's number 1
   const char* driveName;  // of a card of 512 MiB
 };
 
@@ -51,7 +51,7 @@ TEST(ScanFamily, DecidesDriverAndModel) {
   }
 }
 
-// A supported card lets the plug-in start; the second one is of an unlisted kind.
+// The plug-in starts with the supported card; the second one is unlisted.
 class ScanWithoutAFamily : public testing::TestWithParam<std::uint16_t> {};
 
 TEST_P(ScanWithoutAFamily, HasNeitherModelNorDriver) {
@@ -85,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(Device, ScanWithoutAFamily,
                          testing::Values(0x0000, 0x0FFF, 0x1001, 0x1002, 0x1004, 0x1009, 0x2000,
                                          0x2002, 0x3000, 0x3003, 0xFFFF));
 
-// The place.
+// The location.
 
 struct PlaceCase {
   const char* domain;
@@ -124,7 +124,7 @@ TEST(ScanLocation, IsZeroWithoutTheCardsAttributes) {
   EXPECT_EQ(card.Adapter(Property::UNIQUE_ID), "PCI:Bus=0&Device=0&Function=0");
 }
 
-// The segment from the host's list, for a card that has none. `Where` is what the list has.
+// The segment from the host's list, for a card that has none. `Where` is the entry of the list.
 struct SegmentCase {
   const char* name;
   const char* segment;
@@ -168,7 +168,7 @@ TEST(ScanSegment, IsThatOfTheCardIfItHasOne) {
   EXPECT_EQ(card.Adapter(Property::PCI_SEGMENT), "0");
 }
 
-// Adds the card with a segment that it has no attribute for.
+// Adds the card without the attribute for its segment.
 void HideSegment(SimulatedHost& host, const std::string& card, const std::string& segment) {
   host.Cards().Set(card, "pci_domain", segment);
   host.RefreshPciBus();
@@ -187,7 +187,7 @@ TEST(ScanSegment, IsLookedUpByTheNumberOfTheCard) {
   EXPECT_EQ(Shown(host, host.AdapterId(1), Property::PCI_SEGMENT), "2");
 }
 
-// The second card of all is looked for as the second of its family, of which there is only one.
+// The second card is looked up as the second of its family, which has only one.
 TEST(ScanSegment, IsLookedUpWithinTheFamily) {
   ScannedCard card(0x1003);
   SimulatedHost& host = card.Host();
@@ -240,7 +240,7 @@ TEST(ScanGlobalNumber, NeedsNoEntryInTheHostsList) {
   numbers = kept;
 }
 
-// Cards that a scan leaves out.
+// Cards that a scan omits.
 
 class ScanWithASkippedCard : public testing::Test {
  protected:

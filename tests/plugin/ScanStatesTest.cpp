@@ -1,4 +1,4 @@
-// What the card's state, its minimal mode and its write throttling add to status, activity and
+// The effect of the card's state, its minimal mode and its write throttling on status, activity and
 // reasons.
 
 #include <gmock/gmock.h>
@@ -19,7 +19,7 @@ std::string Condition(ScannedCard& card) {
 }
 
 struct StateCase {
-  const char* state;      // or null: the card has none
+  const char* state;      // or null: absent
   const char* healthy;    // without error or warning
   const char* warned;     // with a warning
   const char* erroneous;  // with an error
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(Of, ScanState, testing::ValuesIn(STATE_CASES), [](const
 // Minimal mode.
 
 struct MinimalCase {
-  const char* mask;  // or null: the card has none
+  const char* mask;  // or null: absent
   const char* reasons;
 };
 
@@ -140,7 +140,7 @@ TEST(ScanMinimalMode, ListsItsReasonsFromTheLowestBitUp) {
 // Write throttling.
 
 struct ThrottlingCase {
-  const char* state;   // or null: the card has none
+  const char* state;   // or null: absent
   const char* reason;  // or null
   const char* shown;
   const char* reasons;
@@ -203,7 +203,7 @@ TEST(ScanThrottling, ComesAfterErrorsInformationAndState) {
             "COMPLETE_WRITE_THROTTLING UNACTIVATED_FIRMWARE STOPPED THROT_WEAROUT");
 }
 
-// A card at rest is not taken for one on its way: no job of this host runs.
+// Without a job of this host, the state is not corrected.
 TEST(ScanWithoutJobs, ShowsTheStateOfTheCard) {
   for (const auto& [state, activity] : {std::pair("2", "IDLE"), std::pair("0", "IDLE")}) {
     ScannedCard card;

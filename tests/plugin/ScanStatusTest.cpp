@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace Property = PI::Property;
 
-// The cards of these tests are attached, which is the last reason of each.
+// The cards of these tests are attached, so ATTACHED is the last reason.
 struct BitCase {
   const char* mask;
   unsigned int bit;
@@ -64,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(Of, ScanStatusBit, testing::ValuesIn(BIT_CASES), [](con
 
 struct MaskCase {
   const char* name;
-  const char* errors;  // or null: the card has no such mask
+  const char* errors;  // or null: absent
   const char* warnings;
   const char* info;
   const char* status;
@@ -114,8 +114,8 @@ TEST(ScanStatus, ListsReasonsOfErrorsOrWarningsThenOfInformation) {
   }
 }
 
-// Masks that change while they are sampled. The hook runs before the call, so that the sample with
-// that number, counted from 1, is the first to see the new value.
+// Masks that change while they are sampled. The hook runs before the call, so the sample with that
+// number, counted from 1, is the first to see the new value.
 class ScanFlicker : public testing::Test {
  protected:
   void ChangeAt(const std::string& mask, unsigned int sample, const std::string& value) {

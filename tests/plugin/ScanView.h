@@ -1,5 +1,5 @@
-// One or more simulated cards, brought in by the plug-in's first scan, and what the host then reads
-// of them as short texts.
+// One or more simulated cards, scanned by the plug-in's first scan, and what the host then reads of
+// them as short texts.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ inline std::string NamesOf(const std::vector<std::int32_t>& values) {
   return names;
 }
 
-// The value alone: a text as it is, choices by their names, numbers in decimal.
+// Only the value: a text as it is, choices by their names, numbers in decimal.
 inline std::string ValueOf(const PI::CProperty& property) {
   std::ostringstream text;
   text.imbue(std::locale::classic());
@@ -54,7 +54,7 @@ inline std::string ValueOf(const PI::CProperty& property) {
   }
 }
 
-// The value of one property as the whole listing has it, or "absent".
+// The value of one property in the full list, or "absent".
 inline std::string Shown(SimulatedHost& host, std::uint64_t object, PI::_PROPERTY_ID id) {
   for (const PI::CProperty& property : host.Properties(object)) {
     if (property.m_PropertyID == id) return ValueOf(property);
@@ -62,7 +62,7 @@ inline std::string Shown(SimulatedHost& host, std::uint64_t object, PI::_PROPERT
   return "absent";
 }
 
-// A host with one card of its own, which a test sets up before the scan.
+// A host with one card, which a test sets up before the scan.
 class ScannedCard {
  public:
   explicit ScannedCard(std::uint16_t deviceId = 0x1003) : m_Card(m_Host.AddCard(deviceId)) {}
@@ -79,7 +79,7 @@ class ScannedCard {
     return *this;
   }
 
-  // Result of `Initialize`. Calls and traces are those of this command.
+  // The result of `Initialize`. Calls and traces are those of this command.
   unsigned int Scan() {
     m_Host.ForgetTraces();
     return m_Host.Initialize();
@@ -120,7 +120,7 @@ inline Lines LeveledTraces(const SimulatedHost& host) {
   return lines;
 }
 
-// Calls, open handles and misuse up to the end of the first scan, before anything is made of it.
+// Calls, open handles and misuse up to the end of the first scan, before its result is used.
 struct ScanLog {
   Lines calls;
   Lines handles;

@@ -1,4 +1,4 @@
-// The scenarios in examples/, and the events that a host gets while they are played.
+// The scenarios in examples/, and the events that they raise.
 
 #include <gmock/gmock.h>
 

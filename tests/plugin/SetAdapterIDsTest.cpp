@@ -1,4 +1,4 @@
-// The second command: the host's numbers become the adapters' names.
+// SetAdapterIDs: the host's numbers become the adapters' names.
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// An entry for the first simulated card, which sits at 0000:03:00.0.
+// An entry for the first simulated card, at 0000:03:00.0.
 PI::CAdapterID Entry(std::int32_t number) {
   PI::CAdapterID id;
   id.m_Segment = 0;
@@ -30,7 +30,7 @@ class SetAdapterIDs : public testing::Test {
     return m_Card.Host().Execute(PI::CMD_SET_ADAPTER_IDS, 0, &ids);
   }
   std::string Name() { return m_Card.Adapter(PI::Property::NAME); }
-  // Those that had the time to begin.
+  // The threads that have started.
   int WorkersStarted() {
     SleepMs(1);
     return Count(LeveledTraces(m_Card.Host()), "2 ENTER Worker()");
@@ -168,7 +168,8 @@ TEST(SetAdapterIDsByModel, AMoltIsNamedByItsModelOnly) {
   }
 }
 
-// No family, so neither board name nor a segment: its address is compared in 32 bits.
+// The card has no family, so it has neither board name nor segment: its address is compared in 32
+// bits.
 TEST(SetAdapterIDsByModel, ACardOfNoFamilyIsFoundByASegmentOfAllOnes) {
   ScannedCard card;
   const std::string stranger = card.Host().AddCard(0x1001);
@@ -201,7 +202,7 @@ TEST_F(SetAdapterIDs, TakesNoLockAndCallsNoCard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   m_Card.Host().ForgetCalls();
   m_Card.Host().ForgetTraces();
-  EXPECT_EQ(HostKit::Locks()[0].taken, 1U);  // by the scan
+  EXPECT_EQ(HostKit::Locks()[0].taken, 1U);  // the scan
   EXPECT_EQ(Give({Entry(7)}), 0U);
   EXPECT_EQ(HostKit::Locks()[0].taken, 1U);
   EXPECT_EQ(HostKit::Locks()[1].taken, 0U);

@@ -1,4 +1,4 @@
-// Rules that the plug-in's sources keep, where a compiler would not notice.
+// Rules for the plug-in's sources that a compiler does not check.
 
 #include <gmock/gmock.h>
 
@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A number is made into text in one place, and read with a locale of its own.
+// Numbers are converted to text in one place, and read with a fixed locale.
 TEST(SourceRules, NumbersBecomeTextInOnePlace) {
   const std::regex formatting(
       "boost::format|to_string\\(|o?stringstream|snprintf|lexical_cast|stod\\(");
@@ -37,7 +37,7 @@ TEST(SourceRules, NumbersBecomeTextInOnePlace) {
                                  "storage.h:     std::istringstream cell(cells.front());"));
 }
 
-// Handles go to the card library through the functions that know their kinds.
+// Handles are passed to the card library only through the functions that know their kinds.
 TEST(SourceRules, TheCardLibraryIsCalledInOnePlace) {
   const std::regex call("\\bvsl_(?!init\\(|fini\\()[a-z_]+\\(");
   std::vector<std::string> found;

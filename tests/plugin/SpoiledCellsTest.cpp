@@ -1,6 +1,6 @@
-// A cell that the plug-in's persistence layer cannot read, written into the file by another program
-// that switches checks off or replaces tables. The worker continues, and so do updates of the row
-// once it is repaired.
+// A cell that the plug-in's persistence layer cannot read, because another program wrote it with
+// checks off or replaced tables. The worker continues, and the row is updated again once it is
+// repaired.
 
 #include "tests/hostkit/database/Fixture.h"
 #include "tests/plugin/Watch.h"
@@ -24,7 +24,7 @@ void PrintTo(const Spoiling& each, std::ostream* out) {
   *out << each.name;
 }
 
-// Takes the types of the columns away, before what follows.
+// Removes the types of the columns before the given statements run.
 #define LOOSELY                                                                                 \
   "PRAGMA writable_schema = 1;"                                                                 \
   "UPDATE sqlite_schema SET sql = REPLACE(sql, 'STRICT', '') WHERE name = 'host_adapter_rows';" \
@@ -63,7 +63,7 @@ TEST_P(SpoiledCells, DoNotStopTheWorker) {
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   other.Run(GetParam().repair);
   Change("70.0", "512");
-  // An adapter's row is written from what was known before.
+  // An adapter's row is written from the previous record.
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_temperature"), ElementsAre("60"));
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512"));
 }

@@ -1,5 +1,5 @@
 // A thread that cannot be started: the host gets no error, the stop does not wait, and the next
-// start is as any other.
+// start works as usual.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -28,7 +28,7 @@ class ThreadCreation : public WorkerFixture {
 TEST_F(ThreadCreation, CommandsWorkAndNothingIsPolledWithoutAWorker) {
   AddCards(1);
   HostKit::FailThreadCreate(1);
-  StartWatch();  // the numbers are taken all the same
+  StartWatch();  // the numbers are still accepted
   EXPECT_THAT(HostKit::Threads(), IsEmpty());
   EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk Flash Adapter 785GB (1)\"");
   Set("card0", "iom_state", "0");
@@ -63,7 +63,7 @@ TEST_F(ThreadCreation, FailureForASecondWorkerDoesNotStopTheFirst) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
 }
 
-// Then no thread can be canceled; a late job continues on its card as usual.
+// With no worker to cancel, a late job continues on its card as usual.
 TEST_F(ThreadCreation, ALateJobIsAbandonedEvenWithoutAWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -161,7 +161,7 @@ TEST_P(EachJobWithoutAThread, IsNotBusyAndTheNextOneRuns) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-// The slot is its own from then on, and the job that runs is no longer seen.
+// The failed job owns the slot from then on, so the running job is no longer visible.
 TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheRunningJob) {
   StartWith(2);
   HeldCall held("vsl_op_wait_for_result");

@@ -1,4 +1,4 @@
-// The tree that the host gets.
+// The tree of objects that the host gets.
 
 #include <gmock/gmock.h>
 
@@ -47,7 +47,7 @@ TEST(Topology, ShowsThePluginThenAdaptersThenDrives) {
                           "object 0130000000000004 type 19018 parents 0130000000000003 children"));
 }
 
-// A card that cannot be named at the start has no objects, and those after it keep their order.
+// A card that cannot be found at the start has no objects, and the later cards keep their order.
 TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
   SimulatedHost host;
   for (int i = 0; i < 3; ++i) host.AddCard();
@@ -75,7 +75,7 @@ TEST(Topology, ShowsOnlyThePluginAfterAStartWithoutAScan) {
   EXPECT_THAT(Tree(host), ElementsAre("object 0130000000000000 type 19006 parents children"));
 }
 
-// A re-scan comes with every poll interval, 15 s.
+// The cards are scanned again every poll interval, 15 s.
 TEST(Topology, ShowsOnlyThePluginAfterTheLastCardIsRemoved) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
@@ -114,7 +114,7 @@ TEST_F(TopologyOfOneCard, CarriesTheOperationsOfEachObject) {
   EXPECT_THAT(OperationsOf(objects[2]), IsEmpty());
 }
 
-// The properties are filled into the host's copy: the next copy is not longer.
+// The properties are added to the host's copy, so the next copy does not grow.
 TEST_F(TopologyOfOneCard, IsTheSameAtEachRequest) {
   std::vector<PI::CObject> first = m_Host.Topology();
   for (PI::CObject& object : first) {
@@ -137,7 +137,7 @@ TEST_F(TopologyOfOneCard, ReplacesThePreviousContentsOfTheList) {
   for (const PI::CObject& object : objects) EXPECT_NE(object.m_ID, 99U);
 }
 
-// The object id of the request means nothing here.
+// The object id of the request is ignored.
 TEST_F(TopologyOfOneCard, IsCompleteForAnyObjectId) {
   for (const std::uint64_t id : {std::uint64_t{0}, OneCard::DRIVE, ~std::uint64_t{0}}) {
     std::vector<PI::CObject> objects;
@@ -186,7 +186,7 @@ TEST_F(TopologyOfOneCard, TracesEachObject) {
                           "4 GetTopology() m_PhysicalDrives = 1", "2 LEAVE GetTopology"));
 }
 
-// The stored records answer; of the card only what is read live is asked.
+// The tree comes from the stored records; only live rows are read from the card.
 TEST_F(TopologyOfOneCard, ScansNothing) {
   m_Host.Set({{"board_name", "Other Board"}, {"temp_internal_deg_c", "99.0"}});
   m_Host.AddCard();
@@ -220,7 +220,7 @@ TEST_F(TopologyOfOneCard, LeavesNoLockHeld) {
   }
 }
 
-// Room for all objects is made before the first one: what is filled does not move.
+// Room for all objects is reserved before the first one, so filled objects do not move.
 TEST(TopologyOfTwoCards, ReservesRoomForExactlyFiveObjects) {
   OneCard host;
   host.AddCard();

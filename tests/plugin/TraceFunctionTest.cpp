@@ -1,6 +1,6 @@
-// The function that each trace line shows: the one that the line is about, also where a helper
-// writes it. Every line that the sources can write is reached through the commands of a host, and
-// every one of them is in the table.
+// The function that each trace line shows: the one that the line reports on, even where a helper
+// writes it. Commands of a host reach every line that the sources can write, and the table lists
+// every line.
 
 #include <gmock/gmock.h>
 
@@ -28,13 +28,13 @@ using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
 using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
 using testing::IsEmpty;
 
-// A text with its placeholders, and the functions that write it, each of them at some time.
+// A text with its placeholders, and all functions that write it.
 struct Row {
   const char* m_Text;
   std::vector<const char*> m_Functions;
 };
 
-using Table = std::map<std::string, std::vector<Row>>;  // by the source that the line shows
+using Table = std::map<std::string, std::vector<Row>>;  // by source file
 
 const Table TABLE = {
     {"Corvane",
@@ -233,7 +233,7 @@ constexpr std::uint64_t ADAPTER = PLUGIN + 1;
 constexpr std::uint64_t DRIVE = PLUGIN + 2;
 constexpr std::uint64_t UNKNOWN_OBJECT = PLUGIN + 99;
 
-// Whether the line is the text with something in place of each placeholder.
+// Whether the line matches the text with any value in place of each placeholder.
 bool Fits(const char* text, const char* line) {
   for (; *text != '\0'; ++text, ++line) {
     const std::string placeholder(text, 0, 2);
@@ -255,7 +255,7 @@ bool Fits(const char* text, const char* line) {
   return *line == '\0';
 }
 
-// A database that refuses every statement for as long as the object lives.
+// Makes every database statement fail while it exists.
 class RefusingDatabase {
  public:
   RefusingDatabase() : m_pStorage(getDatabasePointer()), m_pReal(m_pStorage->dao) {
@@ -275,8 +275,7 @@ class RefusingDatabase {
   const std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_pReal;
 };
 
-// The event that nothing in the plug-in sets: a private member, by the one way in which the
-// language lets it be named.
+// The event that nothing in the plug-in sets. An explicit instantiation can name a private member.
 struct ForceWorkerMember {
   using Type = MBX::Threading::CEvent IPLUGINAPI_IMPL::*;
   friend Type Open(ForceWorkerMember);
@@ -307,7 +306,7 @@ void Stop(SimulatedHost& host) {
   host.Release();
 }
 
-// Scenarios, each of which reaches some lines.
+// Scenarios. Each reaches some of the lines.
 
 void AskForEverything(SimulatedHost& host) {
   StartWatching(host, 2);
@@ -354,7 +353,7 @@ void FillRowsWithoutCards(SimulatedHost& host) {
 
 constexpr std::uint32_t JOBS[] = {PI::OP_ATTACH, PI::OP_DETACH, PI::OP_FORCE_DETACH};
 
-// Runs each job once with each of its calls failing.
+// Runs each job once for each of its calls, which then fails.
 void LetJobsFail(SimulatedHost& host) {
   StartWatching(host, 1, "PollInterval=255\n");
   const char* const calls[] = {"vsl_iom_create_by_name", "vsl_iom_attach_create",
@@ -499,7 +498,7 @@ struct Site {
   std::string m_Code;
 };
 
-// Up to the parenthesis that closes the first one. No trace text holds an unmatched one.
+// Up to the matching parenthesis. No trace text contains an unmatched one.
 std::size_t EndOfCall(const std::string& code, std::size_t begin) {
   int open = 0;
   for (std::size_t at = begin; at < code.size(); ++at) {
@@ -546,7 +545,7 @@ TEST_F(TraceFunction, EachLineShowsTheFunctionThatItReports) {
   for (const HostKit::TraceLine& line : Lines()) {
     const auto rows = TABLE.find(line.file);
     ASSERT_NE(rows, TABLE.end()) << line.file << ": " << line.text;
-    // A text alone fits everything between its fixed parts, so the longest text that fits counts.
+    // A placeholder matches any text, so the longest table text that matches counts.
     const Row* found = nullptr;
     for (const Row& row : rows->second) {
       if (!Fits(row.m_Text, line.text.c_str())) continue;
@@ -569,7 +568,7 @@ TEST_F(TraceFunction, EachLineShowsTheFunctionThatItReports) {
   }
 }
 
-// Notices a line that is added later and that no scenario reaches.
+// Detects lines that are added later and that no scenario reaches.
 TEST_F(TraceFunction, EveryLineOfTheSourcesIsReached) {
   for (const auto& [source, rows] : TABLE) {
     const std::vector<Site> sites = SitesOf(source);

@@ -1,5 +1,5 @@
-// Two cards with one serial number that come in the same scan. An adapter's drive is then looked
-// for by that number, and both find the first one.
+// Two cards with one serial number that are added in the same scan. An adapter's drive is then
+// looked up by that number, and both adapters find the first drive.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/RowView.h"
@@ -13,7 +13,7 @@ using testing::SizeIs;
 
 class TwinSerialNumbers : public WorkerFixture {
  protected:
-  // Until both cards, on the buses 3 and 4, have gone and come back with the same serial number.
+  // Removes both cards, on the buses 3 and 4, and returns them with the same serial number.
   void BringTwins() {
     AddCards(2);
     StartWatch();
@@ -27,7 +27,7 @@ class TwinSerialNumbers : public WorkerFixture {
     ForgetAll();
     AwaitScans();
   }
-  // Object and number of the adapter, row by row.
+  // Object and adapter number of each row.
   static Cells TwinRows() {
     return Query(
         "SELECT pd_object_id, pd_adapter_number FROM host_drive_rows WHERE pd_serial_number = "
@@ -58,8 +58,8 @@ TEST_F(TwinSerialNumbers, EachAdapterIsAddedWithADrive) {
                                   "children"));
 }
 
-// The first drive is added twice, under the number of either adapter, and written once for each of
-// them; the second one is not added and takes over the first row as it is kept up.
+// The first drive is added twice, under the number of either adapter, and written once for each.
+// The second drive is not added; its update takes over the first row.
 TEST_F(TwinSerialNumbers, TheFirstDriveIsAddedForBothAdapters) {
   BringTwins();
   EXPECT_THAT(TimesOf("128 PD (Flash Adapter G2 (0)) inserted to db."), SizeIs(4));
@@ -68,7 +68,7 @@ TEST_F(TwinSerialNumbers, TheFirstDriveIsAddedForBothAdapters) {
                                       NumberOf(4), FIRST_TWIN, NumberOf(4)));
 }
 
-// The first drive was left with the number of the second adapter, which the next scan puts right.
+// The first drive still has the number of the second adapter; the next scan corrects it.
 TEST_F(TwinSerialNumbers, TheNextScanCountsAsAChangeAndTheOneAfterItDoesNot) {
   BringTwins();
   Events();

@@ -1,4 +1,4 @@
-// Which numbers of a card make a scan count as a change.
+// Which attributes of a card make a scan count as a change.
 
 #include <limits>
 
@@ -16,7 +16,7 @@ using testing::SizeIs;
 
 struct Field {
   const char* name;
-  Lines before;  // attribute and value in turn; "absent" takes the attribute away
+  Lines before;  // attribute, value, attribute, value, ...; "absent" removes the attribute
   Lines after;
   bool counts;
 };
@@ -40,7 +40,7 @@ const Field FIELDS[] = {
     {"SerialNumber", {}, {"serial_number", "Other"}, true},
     {"FirmwareRevision", {}, {"fw_current_revision", "1"}, true},
     {"FirmwareMajor", {}, {"fw_current_major_ver", "1"}, true},
-    {"FirmwareTextBehindItsParts", {}, {"fw_current_version", "Other"}, false},
+    {"FirmwareTextBesideItsParts", {}, {"fw_current_version", "Other"}, false},
     {"FirmwareText", {"fw_current_micro_ver", "absent"}, {"fw_current_version", "Other"}, true},
     {"ExternalPower", {}, {"external_power_requirement", "2"}, true},
     {"ExternalPowerUnknown",
@@ -58,7 +58,7 @@ const Field FIELDS[] = {
     {"CriticalTemperature", {}, {"temp_setpoint_high_deg_c", "3.5"}, true},
     {"DriverVersion", {}, {"driver_version", "Other"}, true},
     {"Temperature", {}, {"temp_internal_deg_c", "51.75"}, true},
-    {"TemperatureThatIsTheSame", {}, {"temp_internal_deg_c", "51.7"}, false},
+    {"SameTemperature", {}, {"temp_internal_deg_c", "51.7"}, false},
     {"State", {}, {"iom_state", "4"}, true},
     {"StateGone", {}, {"iom_state", "absent"}, true},
     {"StatesBothUnknown", {"iom_state", "8"}, {"iom_state", "9"}, true},
@@ -87,7 +87,7 @@ const Field FIELDS[] = {
     {"SectorSize", {}, {"sector_size_bytes", "4096"}, true},
     {"SectorSizeGone", {}, {"sector_size_bytes", "absent"}, true},
     {"Size", {"iom_format_max_size_bytes", "absent"}, {"size_bytes", "1048576"}, true},
-    {"SizeBehindTheLargestOne", {}, {"size_bytes", "1048576"}, false},
+    {"SizeBesideALargerOne", {}, {"size_bytes", "1048576"}, false},
     {"LargestSize", {}, {"overformat_size_bytes", "1048576"}, true},
     {"LargestSizeWithoutOverformat",
      {"iom_format_disallow_overformat", "true"},
@@ -105,7 +105,7 @@ const Field FIELDS[] = {
      {"iom_format_max_sector_size_bytes", "absent"},
      true},
     {"SectorMultiplier", {}, {"iom_format_sector_size_multiplier", "1024"}, true},
-    {"SectorMultiplierOfNothing",
+    {"SectorMultiplierOfZero",
      {"iom_format_sector_size_multiplier", "1"},
      {"iom_format_sector_size_multiplier", "0"},
      false},
@@ -155,7 +155,7 @@ TEST_P(EachField, CountsAsAChangeOrNot) {
   Apply(GetParam().after);
   AwaitScans();
   EXPECT_THAT(Notifications(), SizeIs(GetParam().counts ? 1 : 0));
-  // It is taken over, so that it counts once.
+  // The change is stored, so it counts once.
   Events();
   AwaitScans();
   EXPECT_THAT(Notifications(), SizeIs(GetParam().counts ? 1 : 0));
@@ -164,7 +164,7 @@ TEST_P(EachField, CountsAsAChangeOrNot) {
 INSTANTIATE_TEST_SUITE_P(Attributes, EachField, testing::ValuesIn(FIELDS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The records themselves, for members that no card can move.
+// The records themselves, for members that no card can change.
 template <class Record>
 struct Member {
   const char* name;
@@ -220,7 +220,7 @@ const AdapterMember ADAPTER_MEMBERS[] = {
      [](CFusionIOAdapter& each) {
        each.m_StatusReasons = {1, 3};
      }},
-    {"StatusReasonsTurned",
+    {"StatusReasonsReordered",
      [](CFusionIOAdapter& each) {
        each.m_StatusReasons = {2, 1};
      }},

@@ -1,4 +1,4 @@
-// The names of the host's values as the rows of the database have them.
+// The names of the host's values in the rows of the database.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// A plug-in whose worker polls simulated cards in virtual time, and what it did: trace lines and
+// A plug-in whose worker polls simulated cards in virtual time, and a record of it: trace lines and
 // notifications with their times, events as short texts.
 #pragma once
 
@@ -23,7 +23,7 @@ namespace CorvaneTest {
 using Lines = std::vector<std::string>;
 using Moments = std::vector<unsigned long>;  // milliseconds since the worker's start
 
-// Object ids, by the order in which the first scan gives them out.
+// Object ids, in the order in which the first scan assigns them.
 constexpr std::uint64_t PLUGIN = 0x0130000000000000;
 constexpr std::uint64_t ObjectId(std::uint64_t counter) {
   return PLUGIN + counter;
@@ -48,8 +48,8 @@ inline std::string EventText(const PI::CEvent& event) {
 
 class WorkerFixture : public testing::Test {
  protected:
-  // Cards of one kind, all attached and healthy, none with a value that changes by itself. A quick
-  // poll or a scan takes 12 ms for each of them.
+  // Cards of one kind, attached and healthy, whose values do not change by themselves. A quick poll
+  // or a scan takes 12 ms for each.
   void AddCards(int count) {
     for (int i = 0; i < count; ++i) m_Host.AddCard(0x1003);
   }
@@ -62,7 +62,7 @@ class WorkerFixture : public testing::Test {
   void Set(const std::string& card, const std::string& attribute, const std::string& value) {
     m_Host.Cards().Set(card, attribute, value);
   }
-  // Makes a card disappear, and come back.
+  // Removes a card, and returns it.
   void Hide(int card) {
     Set("card" + std::to_string(card), "device_path", "/dev/hidden" + std::to_string(card));
   }
@@ -70,7 +70,7 @@ class WorkerFixture : public testing::Test {
     Set("card" + std::to_string(card), "device_path", "/dev/fct" + std::to_string(card));
   }
 
-  // From here on calls, lines and notifications are kept, with times from the worker's start.
+  // From here on, calls, lines and notifications are recorded with times from the worker's start.
   void StartWatch(const std::string& pollInterval = "15", unsigned int initialized = 0) {
     m_Host.WriteIni("PollInterval=" + pollInterval + "\n");
     ASSERT_EQ(m_Host.Initialize(), initialized);
@@ -90,7 +90,7 @@ class WorkerFixture : public testing::Test {
   }
   unsigned long NowMs() const { return MBX::Misc::now() - m_Begin; }
 
-  // Until the worker has dealt with `count` more wake-ups, or made so many more scans.
+  // Waits until the worker has handled `count` more wake-ups, or made that many more scans.
   void AwaitWakeUps(std::size_t count = 1) { Await("2 Worker() before restart interval", count); }
   void AwaitScans(std::size_t count = 1) { Await("4 Worker() after bscan", count); }
 
@@ -107,7 +107,7 @@ class WorkerFixture : public testing::Test {
     }
     return times;
   }
-  // Lines with their levels, without those of the upkeep of rows and of the requests of a test.
+  // Lines with their levels, without those about rows and those of the test's own requests.
   Lines KeptLines() const {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     Lines lines;
@@ -143,7 +143,7 @@ class WorkerFixture : public testing::Test {
     return texts;
   }
 
-  // Values alone, choices by their names.
+  // Only the values, choices by their names.
   std::string Status(std::uint64_t adapter) { return Value(adapter, PI::Property::STATUS); }
   std::string Reasons(std::uint64_t adapter) {
     return Value(adapter, PI::Property::ADDITIONAL_STATUS);
@@ -166,7 +166,7 @@ class WorkerFixture : public testing::Test {
     return lines;
   }
 
-  // Locks of the test's own thread do not count.
+  // Locks held by the test's own thread do not count.
   static void ExpectNoLockHeld() {
     for (const HostKit::LockView& lock : HostKit::Locks()) {
       EXPECT_TRUE(lock.owner.empty() || lock.owner == "main")
@@ -210,11 +210,12 @@ class WorkerFixture : public testing::Test {
 
  protected:
   unsigned long m_Begin = 0;
-  bool m_OneWorker = true;  // a second one may hold the locks while the first calls the host
-  // On the worker's thread; set them while it waits.
+  bool m_OneWorker =
+      true;  // with a second one, locks may be held while the first notifies the host
+  // Called on the worker's thread; set them while it waits.
   std::function<void()> m_OnNotify;
   std::function<void(const std::string& line)> m_OnLine;
-  SimulatedHost m_Host;  // goes first
+  SimulatedHost m_Host;  // destroyed first
 };
 
 }  // namespace CorvaneTest

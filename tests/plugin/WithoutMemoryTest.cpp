@@ -16,7 +16,7 @@ std::atomic<bool> g_NoMemory{false};
 
 }  // namespace
 
-// Found before the library's: the only way to run out of memory on demand.
+// Replaces the library's function: the only way to run out of memory on demand.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (g_NoMemory) return nullptr;
   try {
@@ -35,7 +35,7 @@ class WithoutMemory : public testing::Test {
  protected:
   static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
 
-  // Brings the kit and the folders; makes no plug-in of its own.
+  // Sets up the kit and the folders, and creates no plug-in.
   SimulatedHost m_Host;
 };
 

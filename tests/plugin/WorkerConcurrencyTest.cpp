@@ -33,7 +33,7 @@ void Natively(void (*scenario)(Schedule)) {
   for (int i = 0; i < NATIVE_RUNS; ++i) scenario(NATIVE);
 }
 
-// Three cards under the shortest interval, and what the host has collected.
+// Three cards at the shortest interval, and the events that the host has collected.
 class Busy {
  public:
   explicit Busy(Schedule schedule) : m_Host(TimeOf(schedule)) {
@@ -52,7 +52,7 @@ class Busy {
     CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
   }
 
-  // Takes what is in the queue, in order.
+  // Collects the queued events, in order.
   void Collect() {
     PI::COperation collect;
     collect.m_OperationID = PI::OP_GET_EVENTS;
@@ -65,13 +65,13 @@ class Busy {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     return m_Seen[object];
   }
-  // Until so many events of the object have come; more of them are not waited for.
+  // Waits until `count` events of the object have been collected.
   void AwaitSeen(std::uint64_t object, std::size_t count) {
     constexpr int kPatience = 1000;
     for (int i = 0; i < kPatience && Seen(object).size() < count; ++i) Pass(100);
   }
 
-  // Stops the plug-in, so that no thread is running any more.
+  // Stops the plug-in, so that no thread runs.
   void ExpectNothingLeft() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
@@ -90,8 +90,8 @@ class Busy {
   std::map<std::uint64_t, std::vector<std::uint32_t>> m_Seen;
 };
 
-// The first card goes off and on by itself, which the worker reports; jobs on the second fail,
-// which they report themselves. Two threads collect all the time.
+// The first card is detached and attached outside the plug-in, which the worker reports. Jobs on
+// the second fail and report that themselves. Two threads collect all the time.
 void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
   Busy busy(schedule);
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck", 3);
@@ -131,7 +131,7 @@ TEST(WorkerConcurrency, EachEventIsCollectedOnceInEveryDrawnSchedule) {
   InManySchedules(CollectWhileWorkerAndJobsAppend);
 }
 
-// One thread collects, so that the order of the queue is that of the events.
+// One thread collects, so that the events keep the order of the queue.
 void CollectInOrder(Schedule schedule) {
   Busy busy(schedule);
   std::atomic<bool> done{false};
@@ -162,7 +162,7 @@ TEST(WorkerConcurrency, EventsKeepTheirOrderInEveryDrawnSchedule) {
   InManySchedules(CollectInOrder);
 }
 
-// The tree is consistent at any time: every link leads to an object in it.
+// The tree is consistent at any time: every link names an object in it.
 void ExpectWhole(const std::vector<PI::CObject>& objects) {
   std::map<std::uint64_t, const PI::CObject*> byId;
   for (const PI::CObject& object : objects) {
@@ -210,7 +210,7 @@ TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEveryD
   InManySchedules(ReadWhileCardsAreRemovedAndReturn);
 }
 
-// The host takes its locks in the callback, changes the interval and operates drives meanwhile.
+// In the callback the host takes its locks, changes the interval and operates drives.
 void NotifyAndOperate(Schedule schedule) {
   Busy busy(schedule);
   std::atomic<int> collected{0};
@@ -249,7 +249,7 @@ TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEveryDrawnSchedule)
   InManySchedules(NotifyAndOperate);
 }
 
-// A stop at any moment of the watch.
+// A stop at any time while the worker runs.
 void StopAtAnyMoment(Schedule schedule) {
   Busy busy(schedule);
   busy.m_Host.Cards().Set("card0", "iom_state", "0");

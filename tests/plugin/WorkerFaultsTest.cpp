@@ -1,4 +1,5 @@
-// The worker when something fails or is stopped on the way, and the lines that it traces.
+// The worker when a step fails or the plug-in is stopped during a pass, and the lines that it
+// traces.
 
 #include <map>
 
@@ -28,7 +29,7 @@ class WorkerFaults : public WorkerFixture {
     ExpectNoLockHeld();
   }
   static HostKit::ThreadView TheNewestThread() { return HostKit::Threads().back(); }
-  // The threads of the test's own plug-in, and how often `Cancel` was called for each.
+  // The threads of this test's plug-in, and how often `Cancel` was called for each.
   static Lines Cancellations() {
     Lines texts;
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
@@ -40,7 +41,7 @@ class WorkerFaults : public WorkerFixture {
     return texts;
   }
 
-  // A card that does not answer `function` for a minute.
+  // A card whose `function` blocks for a minute.
   void ExpectCanceledIn(const std::string& function) {
     AddCards(1);
     StartWatch();
@@ -121,7 +122,7 @@ TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
            REST})));
 }
 
-// Events are appended under the lock that is held already.
+// Events are appended under the lock that the worker already holds.
 TEST_F(WorkerFaults, TracesAScanWithEvents) {
   AddCards(1);
   StartWatch();
@@ -215,7 +216,8 @@ TEST_F(WorkerFaults, TheScanAfterAFailedOneIsAWholeIntervalLater) {
   AwaitWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "not now");
   AwaitScans(2);
-  // The one that failed took no time: 15,024 and three thirds, of which two are quick polls.
+  // The failed scan took no time: 15,024 plus three thirds of the interval, two of them with quick
+  // polls.
   EXPECT_THAT(ScanTimes(), ElementsAre(15024U, 30048U));
 }
 
@@ -263,7 +265,7 @@ TEST_F(WorkerFaults, WithoutTheEventsLockTheScanIsMadeAtTheNextWakeUp) {
               ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, FREE_DATA, REST})));
   EXPECT_THAT(Notifications(), IsEmpty());
   ForgetAll();
-  // Without a quick poll, which would no longer see a change.
+  // The next pass has no quick poll, which would no longer see a change.
   Set("card0", "iom_state", "2");
   AwaitWakeUps();
   EXPECT_EQ(Scans(), 1U);
@@ -284,10 +286,10 @@ TEST_F(WorkerFaults, TheEventsLockCanBeUnavailableForSeveralWakeUps) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-// One life of the plug-in with a scan in which one call fails.
+// A plug-in with a scan in which one call fails.
 class Life : public WorkerFixture {
  public:
-  // Until the next wake-up is that of the scan.
+  // Starts the plug-in, until the next wake-up is that of the scan.
   void Begin() {
     AddCards(2);
     StartWatch();
@@ -314,7 +316,7 @@ class Life : public WorkerFixture {
     EXPECT_THAT(m_Handles, SizeIs(function == "vsl_destroy" ? 1 : 0));
     EXPECT_THAT(CardSim::Misuse(), SizeIs(function == "vsl_close" ? 1 : 0));
     ExpectNoLockHeld();
-    // Good scans restore it, though a card that could not be named has new ids.
+    // Further scans restore the tree, but a card that could not be found has new ids.
     AwaitScans(2);
     ASSERT_THAT(m_Host.Topology(), SizeIs(5));
     for (const std::uint64_t adapter : m_Host.ObjectOf(PLUGIN).m_Children) {
@@ -365,7 +367,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-// A host that continues although the locks and events could not be made.
+// A host that continues although the locks and events could not be created.
 TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsAtOnce) {
   AddCards(1);
   HostKit::FailEventInit(1);
@@ -413,12 +415,12 @@ TEST_F(WorkerFaults, AStuckWorkerIsCanceledAfterTwentyFiveSeconds) {
   ExpectCanceledIn("vsl_open");
 }
 
-// Also while it destroys a handle.
+// The same while it destroys a handle.
 TEST_F(WorkerFaults, AWorkerStuckDestroyingAHandleIsCanceledToo) {
   ExpectCanceledIn("vsl_destroy");
 }
 
-// Whichever of the three is late, the worker is the one that is canceled, and it has ended.
+// Whichever of the three threads is late, the worker is canceled, which has already ended.
 TEST_F(WorkerFaults, ALateJobDoesNotAffectAnEndedWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -446,8 +448,8 @@ TEST_F(WorkerFaults, TwoLateJobsCancelAnEndedWorkerTwice) {
               ElementsAre("1 ended, cancel 2", "2 ended, cancel 0", "3 ended, cancel 0"));
 }
 
-// In every turn the worker comes first, then the attach job, then the detach job; each that is
-// given up cancels the worker.
+// Each round checks the worker, then the attach job, then the detach job. Each abandoned thread
+// causes a cancellation of the worker.
 TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
   AddCards(2);
   Set("card0", "iom_state", "0");
@@ -470,7 +472,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
   }
   expected.insert(expected.end(),
                   {"16 Kill Worker", "16 Kill Attach", "16 Kill Detach", "2 LEAVE DeInitialize"});
-  // Beside them the worker, on its way out, traces that it releases its lock.
+  // The worker, on its way out, also traces that it releases its lock.
   Lines lines = KeptLines();
   const auto isOfALock = [](const std::string& line) { return line.rfind("8 ", 0) == 0; };
   lines.erase(std::remove_if(lines.begin(), lines.end(), isOfALock), lines.end());

@@ -1,4 +1,4 @@
-// When the worker wakes, and which of its wake-ups scan.
+// When the worker wakes up, and at which wake-ups it scans.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/HostThread.h"
@@ -19,16 +19,16 @@ struct Rhythm {
   int cards;
   bool masks;  // without them a quick poll takes no time
   Moments wakeUps;
-  Moments scans;  // those among the wake-ups that are scans
+  Moments scans;  // the wake-ups with a scan
 };
 
 void PrintTo(const Rhythm& rhythm, std::ostream* stream) {
   *stream << rhythm.name;
 }
 
-// A wake-up comes a third of the interval after the end of the one before. The third one is late
-// by the time of the two quick polls, so that the interval is over. If they take no time, it is not
-// over at exactly the interval, and the fourth scans.
+// A wake-up comes a third of the interval after the end of the previous one. The third is late by
+// the time of the two quick polls, so the interval has elapsed. If the polls take no time, the
+// third comes exactly at the interval, which is not yet enough, and the fourth scans.
 const Rhythm RHYTHMS[] = {
     {"Default", "15", 1, true, {5000, 10012, 15024, 20036, 25048, 30060}, {15024, 30060}},
     {"DefaultNoTimeForAPoll",
@@ -69,7 +69,7 @@ TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {
   StartWatch();
   AwaitWakeUps();
   Set("card0", "iom_state", "4");
-  // Seen by the quick poll at 10,012, which takes 12 ms, scanned in another 12.
+  // The quick poll at 10,012 sees the change and takes 12 ms, as does the scan.
   PassMs(28000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 10012U, 15036U, 20048U, 25060U, 30072U));
   EXPECT_THAT(ScanTimes(), ElementsAre(10024U, 25060U));
@@ -96,7 +96,7 @@ TEST_F(WorkerTiming, ALongerIntervalAppliesFromTheWakeUpThatItCauses) {
   EXPECT_THAT(ScanTimes(), IsEmpty());
 }
 
-// Set after the interval has been restarted some times, and again later.
+// Sets the interval after it has been restarted several times, and again later.
 TEST_F(WorkerTiming, ANewIntervalAppliesAfterEarlierRestarts) {
   AddCards(1);
   WithoutMasks("card0");
@@ -125,11 +125,11 @@ TEST_F(WorkerTiming, AnOverdueScanIsNotForgottenAtAnotherWakeUp) {
   StartWatch();
   AwaitWakeUps(2);
   HostKit::FailLockWait(1, 1);
-  AwaitWakeUps();  // at 15,024, when a scan is due and the objects are out of reach
+  AwaitWakeUps();  // at 15,024, when a scan is due and the data lock cannot be taken
   EXPECT_THAT(ScanTimes(), IsEmpty());
   EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
   PassMs(85100);
-  // By its age alone no scan would be due yet.
+  // No scan would be due yet by the interval.
   EXPECT_THAT(ScanTimes(), testing::SizeIs(1));
 }
 
@@ -159,7 +159,7 @@ TEST_F(WorkerTiming, WithoutCardsItReleasesItsLocks) {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U) << lock.owner;
 }
 
-// Limits that a host sends along may let any number through.
+// The limits that a host sends may allow any number.
 class OddInterval : public WorkerTiming {
  protected:
   void StartWith(int value) {
@@ -187,7 +187,7 @@ TEST_F(OddInterval, OfOneSecondIsKept) {
   StartWith(1);
   PassMs(1100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
-  // Since the start; the interval after that is over with the third wake-up again.
+  // Counted from the start; the next interval has again elapsed at the third wake-up.
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U));
   PassMs(300);
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U, 2368U));
@@ -200,7 +200,7 @@ TEST_F(OddInterval, AboveTheUsualLimitIsKept) {
   EXPECT_THAT(ScanTimes(), ElementsAre(301024U));
 }
 
-// In 32 bits 4,294,968 s would be 0.7 s.
+// In 32 bits of milliseconds, 4,294,968 s would be 0.7 s.
 TEST_F(OddInterval, OfManyDaysDoesNotOverflow) {
   StartWith(4294968);
   PassMs(std::int64_t{3} * 1431656000 - 5000);

@@ -35,7 +35,8 @@ class WorkingDirectory : public WorkerFixture {
   }
   void DeleteIt() const { std::filesystem::remove_all(Folder()); }
 
-  // In a process that has not opened a database yet. The exit code is the number of adapters' rows.
+  // Runs in a process that has not opened a database yet. The exit code is the number of adapter
+  // rows.
   [[noreturn]] void StartIn(const std::string& database) {
     AddCards(2);
     Enter();

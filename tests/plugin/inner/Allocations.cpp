@@ -24,7 +24,7 @@ thread_local Watch g_Watch;
 
 enum class Owner { Plugin, Record, Other };
 
-// Events are the host's records and copied by its library, but for the plug-in.
+// The host's library copies events for the plug-in, so those allocations count as the plug-in's.
 Owner OwnerOf(const void* address) {
   Dl_info info;
   if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return Owner::Plugin;
@@ -52,7 +52,7 @@ bool IsOfPlugin() {
 
 void Note(std::size_t size) {
   if (!g_Watch.m_On) return;
-  g_Watch.m_On = false;  // whatever is allocated below is not meant
+  g_Watch.m_On = false;  // allocations below are not counted
   const bool counts = IsOfPlugin();
   g_Watch.m_On = true;
   if (!counts) return;
@@ -80,7 +80,7 @@ std::size_t WatchedAllocations::LargestBytes() const {
 
 }  // namespace CorvaneTest
 
-// Found before the library's: the only way to run out of memory on demand.
+// Replaces the library's function: the only way to run out of memory on demand.
 
 void* operator new(std::size_t size) {
   CorvaneTest::Note(size);
@@ -88,7 +88,7 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
-// The library's own form could take its memory from elsewhere than the one above.
+// The library's own function could take its memory from elsewhere than the one above.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   try {
     return ::operator new(size);

@@ -8,7 +8,7 @@
 
 namespace CorvaneTest {
 
-// Watches the allocations of the calling thread while it lives. One at a time on a thread.
+// Counts the allocations of the calling thread while it exists. One object at a time per thread.
 class WatchedAllocations {
  public:
   // The `failing`-th one throws `std::bad_alloc`, counted from 1; 0 for none.

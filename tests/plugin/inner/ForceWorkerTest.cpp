@@ -1,5 +1,5 @@
-// The event that forces a full scan. The worker waits for it first of three, and nothing sets it,
-// so that the test opens the plug-in to do so.
+// The event that forces a full scan. It is the first of the three that the worker waits for.
+// Nothing sets it, so the test accesses it in the plug-in.
 
 #include "tests/plugin/Watch.h"
 #include "tests/plugin/inner/Opened.h"
@@ -78,7 +78,7 @@ TEST_F(ForceWorker, IsNotForgottenWhileTheDataLockIsUnavailable) {
   Force();
   PassMs(100);
   EXPECT_THAT(ScanTimes(), IsEmpty());
-  // By its age alone no scan would be due yet.
+  // No scan would be due yet by the interval.
   PassMs(5000);
   EXPECT_THAT(ScanTimes(), ElementsAre(6234U));
 }
@@ -93,7 +93,7 @@ TEST_F(ForceWorker, IsNotForgottenWhileTheEventsLockIsUnavailable) {
   EXPECT_THAT(ScanTimes(), ElementsAre(6234U));
 }
 
-// While the host is called all three come, in the opposite order.
+// All three events are set during the host's callback, in the opposite order.
 TEST_F(ForceWorker, IsServedBeforeTheStopAndTheStopBeforeTheHostCall) {
   Start();
   bool first = true;

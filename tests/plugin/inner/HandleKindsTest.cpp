@@ -1,5 +1,5 @@
-// Handles of the card library: what may be passed for what, and how a handle ends when its function
-// is left early.
+// Handles of the card library: which kind can be passed to which call, and how a handle is
+// destroyed when its function is left early.
 
 #include <gmock/gmock.h>
 #include <pthread.h>
@@ -20,8 +20,8 @@ using namespace NAMESPACE_Corvane;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Row: a handle; column: what a call takes. A format is a job too, and nothing else stands for
-// another.
+// Row: a handle; column: the parameter of a call. A format is also accepted as a job; no other kind
+// is accepted for another.
 template <class Handle>
 constexpr bool Is(bool card, bool adapter, bool format, bool job, bool unit) {
   return std::is_convertible_v<Handle, CardRef> == card &&
@@ -80,7 +80,7 @@ static_assert(!Reads<AdapterReader, CardAttribute>);
 static_assert(Reads<FormatReader, FormatAttribute>);
 static_assert(!Reads<FormatReader, CardAttribute>);
 
-// No destructor lets anything out.
+// No destructor throws.
 static_assert(std::is_nothrow_destructible_v<CardHandle>);
 static_assert(std::is_nothrow_destructible_v<AdapterHandle>);
 static_assert(std::is_nothrow_destructible_v<FormatHandle>);
@@ -143,7 +143,7 @@ TEST_F(HandleKinds, AnExceptionClosesAndDestroysTheHandle) {
                           "vsl_destroy card#1"));
 }
 
-// What a thread that is canceled while an exception unwinds it came to see.
+// What a thread saw when it was canceled during the unwinding of an exception.
 struct Canceled {
   std::atomic<bool> m_IsDestroying{false};
   std::atomic<bool> m_IsCanceled{false};

@@ -1,5 +1,5 @@
-// Objects that are marked as being worked on. The worker takes all marks away before it calls the
-// host; nothing sets one, so that the test opens the plug-in to do so.
+// Objects that are marked as being worked on. The worker removes all marks before it notifies the
+// host. Nothing sets a mark, so the test does it in the plug-in.
 
 #include <gmock/gmock.h>
 
@@ -63,7 +63,8 @@ TEST_F(LockObjects, WithAnAdapterMarksItsDriveAndNotTheAdapter) {
   }
 }
 
-// The drive's number matters by its sign alone: with one the first drive is marked, without all.
+// Only the sign of the drive's number matters: a negative number marks all drives, any other the
+// first one.
 TEST_F(LockObjects, WithAnAdapterOfTwoDrivesMarksTheFirstOrBoth) {
   Drives()[2].m_CardIndex = 1;
   EXPECT_EQ(Lock(1, 5), 0U);
@@ -78,7 +79,7 @@ TEST_F(LockObjects, AddsToExistingMarks) {
   EXPECT_EQ(Marks(), "----L-L");
 }
 
-// A new interval wakes the worker for the host's sake.
+// A new interval wakes the worker to notify the host.
 TEST_F(LockObjects, IsUndoneBeforeTheHostIsCalled) {
   EXPECT_EQ(Lock(-1, -1), 0U);
   std::string marks;
@@ -88,8 +89,8 @@ TEST_F(LockObjects, IsUndoneBeforeTheHostIsCalled) {
   EXPECT_EQ(marks, "-------");
 }
 
-// Adapters and drives come from each scan without a mark; the plug-in's own stays until there is
-// something to report.
+// A scan creates adapters and drives without marks; the plug-in object keeps its mark until the
+// host is notified.
 TEST_F(LockObjects, IsUndoneByAScanThatCallsTheHost) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
   Pass(5000);

@@ -1,6 +1,6 @@
-// Locks that are released before the end of a block, when memory runs out while they are held:
-// whatever allocation fails, the next command gets the lock. Threads of the plug-in end the process
-// at such a moment, so their steps run on the test's own thread here.
+// Locks that are released before the end of a block when memory runs out: whichever allocation
+// fails, the next command gets the lock. A thread of the plug-in would end the process then, so its
+// steps run on the test's own thread here.
 
 #include <gmock/gmock.h>
 
@@ -25,7 +25,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// Private members, by the one way in which the language lets them be named.
+// Private members, accessed through explicit instantiations, which can name them.
 template <class Tag, auto pointer>
 struct Opened {
   friend auto Open(Tag) { return pointer; }
@@ -51,7 +51,7 @@ void PollBy(void (IPLUGINAPI_IMPL::*poll)(State&)) {
   (g_p_IPLUGINAPI_IMPL->*poll)(state);
 }
 
-// A database without rows, so that a scan fails at the plug-in's allocations alone.
+// A database without rows, so that a scan fails only at the plug-in's own allocations.
 struct EmptyDatabase : DatabaseWrapper::DatabaseDAO {
   std::vector<std::string> query(std::string) override { return {}; }
 };
@@ -77,8 +77,8 @@ class LocksWithoutMemory : public testing::Test {
     }
   }
 
-  // Fails each of the step's allocations in turn, until none is left to fail, and returns their
-  // number. `prepare` runs before each try, and none of its allocations fails.
+  // Fails each allocation of the step in turn, until none is left, and returns their number.
+  // `prepare` runs before each try without failures.
   template <class Step>
   static std::size_t FailEach(
       Step step, const std::function<void()>& prepare = [] {}) {
@@ -98,7 +98,7 @@ class LocksWithoutMemory : public testing::Test {
     }
   }
 
-  // By another thread of the host: the thread that holds a lock may take it again.
+  // On another thread of the host, because the thread that holds a lock can take it again.
   std::size_t EventsForTheNextCommand() {
     std::size_t count = 0;
     const auto collect = [&] { count = m_Host.CollectEvents().size(); };
@@ -139,7 +139,7 @@ TEST_F(LocksWithoutMemory, APollReleasesBothLocks) {
   m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
   bool detached = false;
   const std::size_t points = FailEach([&] {
-    // Each pass finds a change, so that each of them makes an event.
+    // Each pass finds a change and raises an event.
     detached = !detached;
     m_Host.Cards().Set("card0", "iom_state", detached ? "0" : "2");
     PollBy(Open(PollMember()));
@@ -151,7 +151,7 @@ TEST_F(LocksWithoutMemory, APollReleasesBothLocks) {
 }
 
 TEST_F(LocksWithoutMemory, AJobReleasesItsLocks) {
-  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure has a name in it
+  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure carries a name
   Pass(1);
   CardSim::FailCall("vsl_op_start", 1, 5, "no", 1000);
   const std::string device = "/dev/fct0";
@@ -164,7 +164,7 @@ TEST_F(LocksWithoutMemory, AJobReleasesItsLocks) {
   EXPECT_EQ(EventsForTheNextCommand(), 4U);
 }
 
-// Not for want of memory, and with the lines of a release.
+// The poll fails for another reason than memory, and traces its releases.
 TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
   struct Broken : DatabaseWrapper::DatabaseDAO {
     std::vector<std::string> query(std::string) override { throw std::logic_error("broken"); }
@@ -186,7 +186,7 @@ TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
   }
 }
 
-// The reason of a failure is made into a text for a trace line, and only for that.
+// The reason of a failure is formatted only for a trace line.
 TEST_F(LocksWithoutMemory, AJobFormatsNoTextThatIsNotTraced) {
   const std::string reason(5000, 'x');  // longer than an error record
   CardSim::FailCall("vsl_op_start", 1, 5, reason, 2);

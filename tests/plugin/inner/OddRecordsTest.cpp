@@ -1,5 +1,5 @@
-// Properties of records as no scan leaves them: states that only the lists of choices know, or that
-// are unknown, and a number of a card that is negative as a signed one.
+// Properties of records that no scan produces: states that are only on the lists of choices, or
+// unknown, and a card number that is negative when signed.
 
 #include <gmock/gmock.h>
 
@@ -74,7 +74,7 @@ TEST_F(OddRecords, ShowTheHealthyIndicatorForOtherAdapterStatuses) {
   }
 }
 
-// The number is signed when it is widened.
+// The number is sign-extended.
 TEST_F(OddRecords, SignExtendTheAdapterNumber) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {2147483647, "ADAPTER_NUMBER = 2147483647 (label ID, sort 23003)"},
@@ -87,7 +87,7 @@ TEST_F(OddRecords, SignExtendTheAdapterNumber) {
   }
 }
 
-// A value that is not on its list is shown all the same.
+// A value that is not on its list is still shown.
 TEST_F(OddRecords, ShowChoicesThatAreNotOnTheirList) {
   CFusionIOAdapter adapter;
   adapter.m_WriteThrottling = PI::Value::OK;

@@ -1,5 +1,6 @@
-// Private members of the plug-in's object, by the one way in which the language lets them be named.
-// The plug-in's own sources are in the program: the library keeps its functions to itself.
+// Access to private members of the plug-in's object through explicit instantiations, which can name
+// them. The plug-in's sources are part of the program, because the library does not export its
+// functions.
 //
 //   OPEN_MEMBER(Drives, m_PhysicalDrives, std::vector<CFusionIOPhysicalDrive> IPLUGINAPI_IMPL::*);
 //   (g_p_IPLUGINAPI_IMPL->*Open(Drives())).clear();
@@ -8,7 +9,7 @@
 #include "Corvane/Src/Corvane.h"
 
 namespace CorvaneTest {
-namespace {  // every test opens what it needs for itself
+namespace {  // every test opens the members that it needs
 
 template <class Member, typename Member::Type pointer>
 struct Opened {
@@ -23,7 +24,7 @@ struct Opened {
   };                                   \
   template struct Opened<Name, &NAMESPACE_Corvane::IPLUGINAPI_IMPL::member>
 
-// What most tests look at.
+// Members that most tests use.
 using Plugin = NAMESPACE_Corvane::IPLUGINAPI_IMPL;
 using StoredAdapters = std::vector<NAMESPACE_Corvane::CFusionIOAdapter>;
 using StoredDrives = std::vector<NAMESPACE_Corvane::CFusionIOPhysicalDrive>;

@@ -1,5 +1,5 @@
-// Rows of records as no scan leaves them: states that only the lists of choices know, numbers that
-// have no name, names that do not end in a number in brackets, unknown serial numbers.
+// Rows of records that no scan produces: states that are only on the lists of choices, numbers
+// without a name, names that do not end in a number in brackets, unknown serial numbers.
 
 #include <gmock/gmock.h>
 
@@ -88,7 +88,8 @@ TEST_F(RowTexts, AreEmptyForNumbersWithoutAName) {
   EXPECT_THAT(row.statusReasonNames, ElementsAre("ATTACHED", "", "DETACHED", ""));
 }
 
-// The first piece before a bracket, less the blank; a name with nothing before one stays whole.
+// The text before the first bracket, without the blank; a name that begins with a bracket is kept
+// whole.
 TEST_F(RowTexts, EndADrivesNameBeforeTheBracket) {
   const std::pair<const char*, const char*> cases[] = {
       {"Drive (0)", "Drive"}, {"Two Words 1.3TB (0)", "Two Words 1.3TB"},
@@ -127,7 +128,7 @@ TEST_F(RowTexts, AreTruncatedToTheirColumnTypes) {
   EXPECT_EQ(driveRow.sectorSize, -3);
 }
 
-// The nearest number that there is, and 0 for none.
+// The nearest representable number, and 0 for NaN.
 TEST_F(RowTexts, ClampATemperatureOutOfRange) {
   const std::pair<float, int> cases[] = {{2147483520.0F, 2147483520},
                                          {2147483648.0F, 2147483647},
@@ -146,7 +147,7 @@ TEST_F(RowTexts, ClampATemperatureOutOfRange) {
   }
 }
 
-// What the row held before does not matter.
+// Previous contents of the row are replaced.
 TEST_F(RowTexts, ReplaceAWholeRow) {
   RaidDataModels::Adapter row;
   row.alarmState = "old";
@@ -165,7 +166,7 @@ TEST_F(RowTexts, ReplaceAWholeRow) {
   EXPECT_EQ(driveRow.hoursOfUse, -2147483647 - 1);
 }
 
-// Neither the database nor a card hears of it.
+// Neither the database nor a card is called.
 class RowOfADriveWithoutAnAdapter : public RowTexts {
  protected:
   void ExpectNothingDone(CFusionIOPhysicalDrive& drive) {

@@ -1,5 +1,5 @@
-// A scan into lists that hold something already. The plug-in brings empty ones, so that the test
-// opens it and brings its own.
+// A scan into lists that are not empty. The plug-in passes empty lists, so the test calls the
+// function with its own.
 
 #include <gmock/gmock.h>
 

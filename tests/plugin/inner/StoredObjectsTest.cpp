@@ -1,5 +1,5 @@
-// What the host gets of an object is made for it. The stored objects keep no properties and no
-// operations: the next tree would carry them along, and grow with each request.
+// Properties and operations are created for each request. The stored objects keep none: the next
+// tree would include them and grow with each request.
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@
 namespace CorvaneTest {
 namespace {
 
-// Object and list of each stored object that holds something.
+// The stored objects and their lists that are not empty.
 std::string WhatIsKept() {
   std::string kept;
   const auto check = [&kept](const std::string& object, const PI::CObject& stored) {

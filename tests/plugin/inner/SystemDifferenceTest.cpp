@@ -119,7 +119,7 @@ void Show(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warning
 
 const Case CASES[] = {
     {"Nothing", [](Records&, Records&) {}, {}, {}},
-    {"HistoriesAlone",
+    {"OnlyTheHistories",
      [](Records&, Records& scanned) { SeenTwice(scanned.adapters[0], 1, 1, 1); },
      {},
      {}},
@@ -198,7 +198,7 @@ const Case CASES[] = {
      },
      {"~A1"},
      {"10967/3 of 11", "10968/3 of 11", "11086/2 of 11", "11087/2 of 11"}},
-    {"InformationAlone",
+    {"OnlyTheInformation",
      [](Records& stored, Records& scanned) {
        SeenTwice(stored.adapters[0], 0, 0, 2);
        Show(scanned.adapters[0], 0, 0, 2);
@@ -323,7 +323,7 @@ TEST(SystemDifference, ReusesTheSlotsOfTheHistoriesInTurn) {
   EXPECT_EQ(difference.m_ChangedAdapters[0].m_Before.m_FlagHistoryIndex.m_Value, 0U);
 }
 
-// Two of three are not enough, whichever two they are. The scan is the third.
+// Two equal masks of three are not enough, whichever two. The scan is the third.
 TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreAlike) {
   for (const std::size_t odd : {0U, 1U, 2U}) {
     Records stored = Cards({1});
@@ -354,7 +354,7 @@ TEST(SystemDifference, GivesAnAddedDriveTheGlobalNumberOfItsAdapter) {
   EXPECT_EQ(difference.m_AddedDrives[0].m_GlobalNumber, 32U);
 }
 
-// The first drive of the serial number, at whatever position it is.
+// The first drive with the serial number, at any position.
 TEST(SystemDifference, FindsTheDriveOfAnAddedAdapterByItsSerialNumber) {
   const Records stored = Cards({1});
   Records scanned = Cards({1, 2, 3});
@@ -364,7 +364,7 @@ TEST(SystemDifference, FindsTheDriveOfAnAddedAdapterByItsSerialNumber) {
   EXPECT_THAT(Names(Compared(stored, scanned)), ElementsAre("+A2", "+D3"));
 }
 
-// A drive that takes over another number is compared with it.
+// A drive that takes over another number is compared with that number.
 TEST(SystemDifference, ComparesADriveWithTheNumberThatItTookOver) {
   const Records stored = Cards({1});
   Records scanned = Cards({1});

@@ -1,5 +1,5 @@
-// A scan taken over as the new state when adapters and drives do not come in pairs. No scan of
-// cards gives that, so the test opens the plug-in and makes the scan itself.
+// A scan stored as the new state when adapters and drives do not come in pairs. No scan of cards
+// produces that, so the test accesses the plug-in and makes the scan itself.
 
 #include <gmock/gmock.h>
 
@@ -34,7 +34,7 @@ class UpdateSystem : public testing::Test {
     return (ThePlugin().*Open(UpdateSystemMember()))(m_Scanned, m_ScannedDrives);
   }
 
-  // An adapter that comes at the second place.
+  // An adapter that is added at the second position.
   void AddAdapter(const char* serialNumber) {
     CFusionIOAdapter adapter = m_Scanned.at(0);
     adapter.m_ID = NEW_ADAPTER;
@@ -80,8 +80,8 @@ class UpdateSystem : public testing::Test {
   StoredDrives m_ScannedDrives;
 };
 
-// The drive at the adapter's own position is of another card. The two after it are of this one, and
-// the first of them counts.
+// The drive at the adapter's own position belongs to another card. The two drives after it belong
+// to this one, and the first of them counts.
 TEST_F(UpdateSystem, AddsTheFirstDriveWithTheAdaptersSerialNumber) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "At its place");
@@ -104,7 +104,7 @@ TEST_F(UpdateSystem, GivesTheAddedDriveTheNumberOfItsAdapterAndNoOther) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_adapter_number"), ElementsAre(NumberOf(59, 2, 1), "77"));
 }
 
-// It joins the stored drives without an event.
+// The drive is stored without an event.
 TEST_F(UpdateSystem, AddsNoDriveOfAnotherSerialNumber) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "At its place");
@@ -127,9 +127,9 @@ TEST_F(UpdateSystem, AddsAnAdapterEvenWithoutADrive) {
   EXPECT_THAT(Drives(), IsEmpty());
 }
 
-// A drive that comes without an adapter does not count as a change.
+// A drive that is added without an adapter does not count as a change.
 TEST_F(UpdateSystem, RaisesNoEventForANewDriveAlone) {
-  AddDrive(1, "OTHER", "Alone");
+  AddDrive(1, "OTHER", "Unpaired");
   EXPECT_EQ(Update(), Number::ERR_GENERAL);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
@@ -148,7 +148,7 @@ TEST_F(UpdateSystem, RaisesNoEventOfADriveWithoutItsAdapter) {
   EXPECT_EQ(Update(), Number::ERR_GENERAL);
 }
 
-// The adapter of the event is the one at the drive's place.
+// The adapter of the event is the one at the drive's position.
 TEST_F(UpdateSystem, NamesTheAdapterAtTheDrivesPlace) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "Its drive");
