@@ -176,7 +176,7 @@ TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
 
 class ReserveStatus : public testing::TestWithParam<Case> {};
 
-TEST_P(ReserveStatus, IsThatOfTheCard) {
+TEST_P(ReserveStatus, ShowsTheStatusOfTheCard) {
   ExpectRow(GetParam(), PI::Property::RESERVE_STATUS);
 }
 

@@ -178,7 +178,7 @@ TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
-TEST_P(EachRequest, LeavesTheLockFreeAfterAnUnknownObject) {
+TEST_P(EachRequest, ReleasesTheLockAfterAnUnknownObject) {
   EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }

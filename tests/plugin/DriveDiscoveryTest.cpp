@@ -52,7 +52,7 @@ TEST(DriveName, IsTheProductOrTheBoardName) {
   }
 }
 
-TEST(DriveName, OfAMoltShowsItsCapacityClass) {
+TEST(DriveName, ShowsTheCapacityClassOfAMolt) {
   const struct {
     std::uint64_t mebibytes;
     const char* name;
@@ -72,7 +72,7 @@ TEST(DriveName, OfAMoltShowsItsCapacityClass) {
   }
 }
 
-TEST(DriveName, OfAMoltWithoutAFactorySizeHasTheLargestClass) {
+TEST(DriveName, ShowsTheLargestClassOfAMoltWithoutAFactorySize) {
   ScannedCard card(0x3002);
   card.Without("factory_size_bytes");
   ASSERT_EQ(card.Scan(), 0U);
@@ -80,7 +80,7 @@ TEST(DriveName, OfAMoltWithoutAFactorySizeHasTheLargestClass) {
   EXPECT_EQ(card.Drive(Property::PRODUCT), "Flash Adapter G4");
 }
 
-TEST(DriveName, OfABoardNamedMoltShowsTheSameClasses) {
+TEST(DriveName, ShowsTheSameClassesForABoardNamedMolt) {
   ScannedCard card(0x1003);
   card.Set("board_name", "My MOLT");
   GiveMiB(card, "factory_size_bytes", 1048576);
@@ -225,7 +225,7 @@ std::string SmallestSector(ScannedCard& card) {
   return calls.size() == 1 ? calls[0] : "not asked once";
 }
 
-TEST(DriveSectorLimit, IsThatOfTheCardOr512) {
+TEST(DriveSectorLimit, IsTheLimitOfTheCardOr512) {
   const std::pair<const char*, const char*> cases[] = {
       {"4096", "vsl_iom_format_set_sector_size_bytes format#1 4096"},
       {"0", "vsl_iom_format_set_sector_size_bytes format#1 0"},

@@ -159,7 +159,7 @@ TEST(ScanSegment, ComesFromTheHostsListIfTheRestAgrees) {
   }
 }
 
-TEST(ScanSegment, IsThatOfTheCardIfItHasOne) {
+TEST(ScanSegment, ComesFromTheCardIfPresent) {
   ScannedCard card;
   card.Set("pci_domain", "7");
   card.Host().RefreshPciBus();

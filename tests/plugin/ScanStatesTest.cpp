@@ -56,7 +56,7 @@ TEST_P(ScanState, DecidesTheStatusOfACardWithAnError) {
   EXPECT_EQ(DriveStatus(), "FAILED");
 }
 
-TEST_P(ScanState, HasItsReasonReadOnlyInMinimalMode) {
+TEST_P(ScanState, ReadsTheReasonOnlyInMinimalMode) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   const bool minimal = GetParam().state != nullptr && GetParam().state == std::string("5");
   EXPECT_EQ(Count(m_Card.Host().Calls(), "vsl_has_minimal_mode_reason card#1"), minimal ? 1 : 0);
@@ -185,7 +185,7 @@ TEST(ScanThrottling, IsShownWithItsReasonAfterTheOthers) {
   }
 }
 
-TEST(ScanThrottling, HasNoReasonReadWhenOff) {
+TEST(ScanThrottling, ReadsNoReasonWhenOff) {
   for (const char* state : {"0", "3"}) {
     ScannedCard card;
     card.Set("write_throttling_state", state);

@@ -39,7 +39,7 @@ class SetAdapterIDs : public testing::Test {
   ScannedCard m_Card;
 };
 
-TEST_F(SetAdapterIDs, AdaptersHaveNoNameBeforeIt) {
+TEST_F(SetAdapterIDs, AdaptersHaveNoNameBeforehand) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Name(), "");
 }

@@ -128,7 +128,7 @@ TEST_F(UpdateSystem, AddsAnAdapterEvenWithoutADrive) {
 }
 
 // A drive that is added without an adapter does not count as a change.
-TEST_F(UpdateSystem, RaisesNoEventForANewDriveAlone) {
+TEST_F(UpdateSystem, RaisesNoEventForANewDriveWithoutItsAdapter) {
   AddDrive(1, "OTHER", "Unpaired");
   EXPECT_EQ(Update(), Number::ERR_GENERAL);
   EXPECT_THAT(Events(), IsEmpty());
@@ -137,7 +137,7 @@ TEST_F(UpdateSystem, RaisesNoEventForANewDriveAlone) {
 }
 
 // A change of the drive counts, but the event would name an adapter that is not there.
-TEST_F(UpdateSystem, RaisesNoEventOfADriveWithoutItsAdapter) {
+TEST_F(UpdateSystem, RaisesNoEventForAChangedDriveWithoutItsAdapter) {
   ASSERT_EQ(Update(), Number::ERR_GENERAL);
   m_Scanned.clear();
   ASSERT_EQ(Update(), 0U);
