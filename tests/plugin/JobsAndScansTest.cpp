@@ -11,6 +11,7 @@
 
 #include "hostkit/Inspect.h"
 #include "tests/support/HeldCall.h"
+#include "tests/support/HeldTrace.h"
 #include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 

@@ -8,6 +8,7 @@
 
 #include "host/Toolkit.h"
 #include "hostkit/Inspect.h"
+#include "tests/support/HeldTrace.h"
 #include "tests/support/JobHost.h"
 #include "tests/support/Journal.h"
 #include "tests/support/Numbers.h"

@@ -1,6 +1,7 @@
 // After which passes the worker notifies the host, and which locks it holds then.
 
 #include "tests/plugin/Watch.h"
+#include "tests/support/HeldTrace.h"
 #include "tests/support/Numbers.h"
 
 namespace CorvaneTest {

@@ -1,4 +1,4 @@
-// Holds a thread in the card library, or at a trace line, until the test releases it.
+// Holds a thread in the card library until the test releases it.
 #pragma once
 
 #include <atomic>
@@ -7,7 +7,6 @@
 #include "cardsim/cardsim.h"
 #include "host/Toolkit.h"
 #include "hostkit/Scheduler.h"
-#include "hostkit/Tracing.h"
 
 namespace CorvaneTest {
 
@@ -56,31 +55,6 @@ class HeldCall {
   }
   HeldCall(const HeldCall&) = delete;
   HeldCall& operator=(const HeldCall&) = delete;
-
-  void AwaitArrival() { m_Barrier.AwaitArrival(); }
-  void LetGo() { m_Barrier.LetGo(); }
-
- private:
-  Barrier m_Barrier;
-};
-
-// Holds the first thread that writes a trace line with this text. This also holds the lock of the
-// log, so tracing is then off, and no other thread may be writing a line.
-class HeldTrace {
- public:
-  explicit HeldTrace(const std::string& text) {
-    HostKit::SetTraceSink([this, text](const HostKit::TraceLine& line) {
-      if (line.text != text) return;
-      HostKit::SetTraceMask(0);
-      m_Barrier.Hold();
-    });
-  }
-  ~HeldTrace() {
-    m_Barrier.LetGo();
-    HostKit::SetTraceSink({});
-  }
-  HeldTrace(const HeldTrace&) = delete;
-  HeldTrace& operator=(const HeldTrace&) = delete;
 
   void AwaitArrival() { m_Barrier.AwaitArrival(); }
   void LetGo() { m_Barrier.LetGo(); }

@@ -1,0 +1,28 @@
+// Holds a thread at one of its trace lines until a test releases it.
+#pragma once
+
+#include <string>
+
+#include "hostkit/Tracing.h"
+#include "tests/support/HeldCall.h"
+
+namespace CorvaneTest {
+
+// Holds the first thread that writes a trace line with this text, after the line is written: the
+// thread holds no lock of the log, so that others can trace. Takes the trace sink while it exists.
+// The program must be linked with `trace_seam`.
+class HeldTrace {
+ public:
+  explicit HeldTrace(const std::string& text);
+  ~HeldTrace();
+  HeldTrace(const HeldTrace&) = delete;
+  HeldTrace& operator=(const HeldTrace&) = delete;
+
+  void AwaitArrival() { m_Barrier.AwaitArrival(); }
+  void LetGo() { m_Barrier.LetGo(); }
+
+ private:
+  Barrier m_Barrier;
+};
+
+}  // namespace CorvaneTest
