@@ -180,7 +180,7 @@ constexpr const char* ADAPTER_DEFAULTS =
     "0|0|0|0|0|0|0|"
     // status, activity, reasons
     "40024|40102||"
-    // beacon, its flag, throttling, first use, origin
+    // LED state, its flag, throttling, first use, origin
     "0|0|40252|18446744073709551615|18446744073709551615|"
     // spare status, reserve, external power, its connector
     "40024|1|40252|0|"

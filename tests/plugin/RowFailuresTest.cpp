@@ -304,7 +304,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<FileCase>& each) { return std::string(each.param.name); });
 
 // Another program that is about to write: it holds the write lock of the write-ahead log, which is
-// byte 120 of the file beside it.
+// byte 120 of the file of its index.
 class WriterElsewhere {
  public:
   explicit WriterElsewhere(const std::string& file) {

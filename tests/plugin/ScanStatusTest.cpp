@@ -86,7 +86,7 @@ TEST(ScanStatus, ListsReasonsOfErrorsOrWarningsThenOfInformation) {
       {"warnings without an error mask", nullptr, "0x1", "0", "WARNING",
        "TEMPERATURE_ABOVE_WARN ATTACHED"},
       {"ignored bits alone", "0", "0x200", "0x1", "OK", "ATTACHED"},
-      {"ignored bits beside others", "0", "0x201", "0x3", "WARNING",
+      {"ignored bits among others", "0", "0x201", "0x3", "WARNING",
        "TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED"},
       {"all errors", "0xFFFFFFFFFFFFFFFF", "0", "0", "FAILED",
        "INTERNAL_ERROR INCOMPATIBLE_PCI_BANDWIDTH PARTIAL_WRITE_THROTTLING "
