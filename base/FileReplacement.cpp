@@ -15,7 +15,7 @@
 namespace Base {
 namespace {
 
-constexpr int kMostAttempts = 100;
+constexpr int kMaxAttempts = 100;
 
 // 0 or the error. Needs neither memory nor a descriptor.
 int DrawDigits(std::array<char, 9>& digits) {
@@ -43,7 +43,7 @@ int FileReplacement::OpenDraft(const std::string& name, mode_t mode) {
 
 int FileReplacement::OpenUniqueDraft(const std::string& prefix, mode_t mode) {
   int error = EEXIST;
-  for (int i = 0; i < kMostAttempts && error == EEXIST; ++i) {
+  for (int i = 0; i < kMaxAttempts && error == EEXIST; ++i) {
     std::array<char, 9> digits{};
     error = DrawDigits(digits);
     if (error == 0) error = Open(prefix + digits.data(), mode);

@@ -17,13 +17,13 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr int kMostLinks = 40;  // the kernel's own limit
+constexpr int kMaxLinks = 40;  // the kernel's own limit
 
 // Each folder is opened from the one before it, so that no one can replace a name between its check
 // and its use. Steps return false if they cannot continue, with the reason in `m_Result`.
 class Resolver {
  public:
-  Resolver(FolderOfOptions options, bool findsFile)
+  Resolver(OpenFolderOptions options, bool findsFile)
       : m_Options(options), m_User(geteuid()), m_FindsFile(findsFile) {}
 
   TrustedFolder Run(const path& given) {
@@ -109,7 +109,7 @@ class Resolver {
   // Always true: it ends `Run`, which sees no more names.
   bool End(const std::string& name, bool isOpen) {
     m_Result.m_Name = name;
-    m_Result.m_IsOpen = isOpen;
+    m_Result.m_IsWritableByOthers = isOpen;
     return true;
   }
 
@@ -125,7 +125,7 @@ class Resolver {
     char target[PATH_MAX];
     const ssize_t length = readlinkat(m_Result.m_Folder.Get(), name.c_str(), target, sizeof target);
     if (length < 0) return Fail(errno);
-    if (++m_Links > kMostLinks) return Fail(ELOOP);
+    if (++m_Links > kMaxLinks) return Fail(ELOOP);
     const path followed(std::string(target, static_cast<std::size_t>(length)));
     if (followed.is_absolute() && !Start(followed)) return false;
     Push(followed);
@@ -133,7 +133,7 @@ class Resolver {
     return true;
   }
 
-  const FolderOfOptions m_Options;
+  const OpenFolderOptions m_Options;
   const uid_t m_User;
   const bool m_FindsFile;
   TrustedFolder m_Result;
@@ -148,7 +148,7 @@ TrustedFolder OpenTrustedFolder(const path& folder) {
   return Resolver({}, false).Run(folder);
 }
 
-TrustedFolder OpenFolderOf(const path& file, FolderOfOptions options) {
+TrustedFolder OpenFolderOf(const path& file, OpenFolderOptions options) {
   return Resolver(options, true).Run(file);
 }
 

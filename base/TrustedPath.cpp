@@ -19,7 +19,7 @@ namespace {
 using std::filesystem::path;
 using Objection = std::string;
 
-constexpr int kMostLinks = 40;  // the kernel's own limit
+constexpr int kMaxLinks = 40;  // the kernel's own limit
 
 bool IsRoot() {
   return geteuid() == 0;
@@ -50,7 +50,7 @@ class Resolver {
     }
     path whole = m_At;
     for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) whole /= *name;
-    return {whole, m_Objection, m_IsOpenFolder};
+    return {whole, m_Objection, m_IsSharedFolder};
   }
 
  private:
@@ -79,7 +79,7 @@ class Resolver {
     }
     Objection objection = Against(m_At, ObjectionToFolder(folder, geteuid()));
     if (!objection.empty()) return EndAt(name, std::move(objection));
-    m_IsOpenFolder = IsOpenTo(folder, geteuid());
+    m_IsSharedFolder = IsOpenTo(folder, geteuid());
     Judge(m_At / name);
   }
 
@@ -93,7 +93,7 @@ class Resolver {
     }
     const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
     const auto judge = isLast ? ObjectionToFile : ObjectionToComponent;
-    m_Objection = Against(whole, judge(m_IsOpenFolder, entry, geteuid()));
+    m_Objection = Against(whole, judge(m_IsSharedFolder, entry, geteuid()));
     if (S_ISLNK(entry.st_mode) && m_Objection.empty()) return Follow(whole);
     m_At = whole;
     m_Ended = !m_Objection.empty();
@@ -102,7 +102,7 @@ class Resolver {
   void Follow(const path& link) {
     std::error_code error;
     const path target = std::filesystem::read_symlink(link, error);
-    if (!error && ++m_Links > kMostLinks) error.assign(ELOOP, std::generic_category());
+    if (!error && ++m_Links > kMaxLinks) error.assign(ELOOP, std::generic_category());
     if (error) {
       m_At = link;
       return End(ForRoot(CannotBeAccessed(link, error.value())));
@@ -111,7 +111,7 @@ class Resolver {
     Push(target);
   }
 
-  // Below a file, which has been judged like a folder, nothing exists either.
+  // ENOTDIR: a component is a file, so nothing exists below it.
   static bool IsMissing(int error) { return error == ENOENT || error == ENOTDIR; }
 
   // Whoever can keep root from reading a folder could replace what is in it later.
@@ -122,7 +122,7 @@ class Resolver {
     m_Ended = true;
   }
 
-  // Before `name` was entered; it stays part of the path.
+  // Stops before entering `name`, which remains part of the returned path.
   void EndAt(const path& name, Objection objection) {
     m_Rest.push_back(name);
     End(std::move(objection));
@@ -131,7 +131,7 @@ class Resolver {
   path m_At = "/";
   std::vector<path> m_Rest;  // the next name last
   int m_Links = 0;
-  bool m_IsOpenFolder = false;
+  bool m_IsSharedFolder = false;
   bool m_Ended = false;
   Objection m_Objection;
 };
@@ -149,7 +149,7 @@ std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened)
   struct stat status {};
   if (!file.m_Objection.empty() || !opened.IsOpen()) return file.m_Objection;
   if (StatusOfOpened(opened.Get(), &status) != 0) return CannotBeAccessed(file.m_File, errno);
-  return Against(file.m_File, ObjectionToFile(file.m_IsInOpenFolder, status, geteuid()));
+  return Against(file.m_File, ObjectionToFile(file.m_IsInSharedFolder, status, geteuid()));
 }
 
 }  // namespace Base

@@ -1,4 +1,4 @@
-// Whether what is found at a path can be trusted, by the rules of TrustRules.h.
+// Checks whether a path can be trusted, by the rules of TrustRules.h.
 #pragma once
 
 #include <filesystem>
@@ -14,12 +14,12 @@ struct TrustedPath {
   // Empty, or why the file must not be used: "/tmp/a.db belongs to uid 1000".
   std::string m_Objection;
   // Other users may create files in the file's folder.
-  bool m_IsInOpenFolder = false;
+  bool m_IsInSharedFolder = false;
 };
 
 // Resolves `file`, relative to the current folder, as the kernel would, for the process's effective
 // user. A path that exists only in part is checked as far as it exists. If a folder of the path
-// cannot be read, as for lack of permission, root gets an objection; other users get none, because
+// cannot be read (EACCES, for example), root gets an objection; other users get none, because
 // opening the file will give the reason. Throws std::bad_alloc only.
 TrustedPath ResolveTrusted(const std::filesystem::path& file);
 

@@ -1,7 +1,7 @@
 // Control interface of the simulated card library, for tests and tools.
 //
 // `StateFile` edits the file of simulated cards. The functions after it observe and change how the
-// card library behaves in this process. Its own functions are those of host/vsl_abstraction.h.
+// card library behaves in this process. The library's functions are in host/vsl_abstraction.h.
 //
 // A string that a card library call returns is valid until the next call with the same handle or
 // `vsl_fini`. Its bytes are then overwritten with '~'; under the address sanitizer they are freed.
@@ -41,7 +41,7 @@ CARDSIM_API const char* CardStateName(std::uint64_t state);
 //
 // Every function throws `std::runtime_error` with a message of one line if the file is missing,
 // damaged or not trusted, or a value is not valid; `NoSuchThing` for an unknown name; and
-// `std::bad_alloc` without memory. The file is then unchanged.
+// `std::bad_alloc` if memory runs out. The file is then unchanged.
 class CARDSIM_API StateFile {
  public:
   // CARDSIM_STATE, else $XDG_STATE_HOME/corvane/cards.json, else ~/.local/state/corvane/cards.json.
@@ -130,7 +130,7 @@ struct CARDSIM_API Call {
   std::string text() const;  // the three in one line: "vsl_set_beacon_state card#1 0"
 };
 
-// Forgets log, hook, ordered failures, handles and misuse, and numbers handles from 1 again. Jobs
+// Clears the log, hook, requested failures, handles and misuse; handle numbers restart at 1. Jobs
 // that were running are abandoned: their cards return to the state before. Logging begins with the
 // first `Reset` of a process, so that a program that never calls it does not pay for the log.
 CARDSIM_API void Reset();
@@ -142,7 +142,7 @@ CARDSIM_API std::vector<std::string> CallTexts();
 
 // Makes the `nth` call of `function` from now on, counted from 1, and the `times` - 1 calls after
 // it fail with `code` and `text`, in this process. A `vsl_has_` or iterate function that fails
-// returns false; any other read, 0 or an empty string. Several orders for one function count
+// returns false; any other read, 0 or an empty string. Several requests for one function count
 // independently. Throws `NoSuchThing` for a function that the library does not have or that cannot
 // fail, `std::runtime_error` if `nth` or `code` is 0.
 CARDSIM_API void FailCall(const std::string& function, unsigned int nth, std::uint64_t code,
@@ -161,7 +161,7 @@ CARDSIM_API std::vector<std::string> OpenHandles();
 // Misuse of the card library since `Reset`, one line each, at most 1000:
 //
 //   a handle that is null, unknown, of the wrong kind, destroyed, or from before `vsl_fini`
-//   a handle destroyed twice or while its card is open; an open or close too many
+//   a handle destroyed twice or while its card is open; an unmatched open or close
 //   a read of an absent attribute, or one that needs an open card on one that is not open
 //   a call before `vsl_init` or after `vsl_fini`
 //   a call without an error record, which is carried out; only `vsl_destroy` may omit it

@@ -14,7 +14,7 @@ namespace CorvaneFuzz {
 namespace {
 
 constexpr std::size_t kBytes = 6;
-constexpr std::size_t kMostParameters = 16;
+constexpr std::size_t kMaxParameters = 16;
 
 constexpr std::uint32_t kNames[] = {PI::Property::FORMATTING, PI::Property::SIZE,
                                     PI::Property::BLOCK_SIZE, PI::Property::NAME};
@@ -97,7 +97,7 @@ void Format(const std::string& input) {
   host.MakeReady();
   host.ForgetCalls();
   std::vector<PI::CProperty> parameters;
-  for (std::size_t at = 0; at + kBytes <= input.size() && parameters.size() < kMostParameters;
+  for (std::size_t at = 0; at + kBytes <= input.size() && parameters.size() < kMaxParameters;
        at += kBytes) {
     parameters.push_back(Parameter(input.data() + at));
   }

@@ -1,4 +1,4 @@
-// For tests: the state of the kit's locks, events and threads, and making them fail. From any
+// For tests: inspects the kit's locks, events and threads, and makes them fail. Callable from any
 // thread.
 //
 // Ordinals count objects of one kind in order of construction since `ResetLedger`, from 1.
@@ -17,7 +17,7 @@ namespace HostKit {
 struct HOST_API LockView {
   std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
   std::string owner;    // name of the thread that holds it; empty if free
-  unsigned int depth;   // how often its owner has taken it; 0 if free
+  unsigned int depth;   // recursion depth; 0 if free
   bool initialized;     // `Init` has returned 1
   std::uint64_t taken;  // successful waits so far
 };

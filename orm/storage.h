@@ -43,11 +43,11 @@ class CORVANE_API storage_t {
 
   // Writes a new row: one INSERT. Returns its key if the database assigns the table's key, else 0.
   //
-  // The key is predicted: a SELECT MAX in front of the INSERT reads the largest one, and the result
+  // The key is predicted: a SELECT MAX before the INSERT reads the largest one, and the result
   // is that plus 1, or 1 if the table is empty. It is wrong if another writer adds a row in
   // between, or if the database does not assign keys that way. Only its low 32 bits are returned.
   //
-  // No row is written after an exception. Throws `no_map_in_insert` without a map for `Row`, `key`
+  // If it throws, no row has been written. Throws `no_map_in_insert` without a map for `Row`, `key`
   // if the largest key cannot be read, `query` if the database rejects the INSERT, and
   // `std::out_of_range` for a field beyond the table. Without a table for `Row`, the INSERT lacks
   // the table's name.
@@ -73,8 +73,8 @@ class CORVANE_API storage_t {
   }
 
   // The largest value of a column, where `Field` is int or unsigned long: one SELECT MAX. 0 if
-  // there is none, if the result is not such a number, and, without a statement, if there is no map
-  // or no table for the row type. A caller cannot distinguish these from a largest value of 0.
+  // no value exists, if the result is not such a number, and, without running a statement, if the
+  // row type has no map or table. A caller cannot distinguish these from a largest value of 0.
   // Throws `no_column` if the map does not have the member, `query` if the database rejects the
   // statement.
   template <class Field, class Row>
@@ -116,13 +116,13 @@ class CORVANE_API storage_t {
     run(delete_text(*table, process_single_condition(naming(), {}, where)));
   }
 
-  // The alias of the table of `Row`. Sends nothing. Throws `no_map_for_alias` without a map.
+  // The alias of the table of `Row`. Runs no statement. Throws `no_map_for_alias` without a map.
   template <class Row>
   std::string extractAlias() const {
     return alias_of<Row>(modelMaps);
   }
 
-  // The name of a member's column. Sends nothing. Throws `no_map` without a map, `no_column`
+  // The name of a member's column. Runs no statement. Throws `no_map` without a map, `no_column`
   // without a column.
   template <class Row, class Field>
   std::string stringFromExpression(Field Row::*member) const {

@@ -12,7 +12,7 @@
 namespace CardSim {
 namespace {
 
-struct OrderedFailure {
+struct RequestedFailure {
   std::string function;
   unsigned int passing;  // calls that still succeed
   unsigned int failing;  // calls that fail after them
@@ -25,7 +25,7 @@ struct CallWatch {
   bool logging = false;
   std::vector<Call> log;
   Hook hook;
-  std::vector<OrderedFailure> failures;
+  std::vector<RequestedFailure> failures;
 };
 
 CallWatch& TheCallWatch() {
@@ -34,14 +34,14 @@ CallWatch& TheCallWatch() {
   return *watch;
 }
 
-// Counts this call. Whether it must fail.
-bool CountsAndMatches(OrderedFailure& order) {
-  if (order.passing > 0) {
-    --order.passing;
+// Counts this call and returns whether it must fail.
+bool CountAndCheckFailure(RequestedFailure& request) {
+  if (request.passing > 0) {
+    --request.passing;
     return false;
   }
-  if (order.failing == 0) return false;
-  --order.failing;
+  if (request.failing == 0) return false;
+  --request.failing;
   return true;
 }
 
@@ -65,14 +65,14 @@ Hook LogCall(const Call& call) {
   return watch.hook;
 }
 
-void ThrowIfOrderedToFail(const std::string& function) {
+void ThrowIfRequestedToFail(const std::string& function) {
   CallWatch& watch = TheCallWatch();
   const std::lock_guard<std::mutex> lock(watch.mutex);
   const Refusal* hit = nullptr;
-  // Every order counts every call, so that two orders do not shift each other.
-  for (OrderedFailure& order : watch.failures) {
-    if (order.function == function && CountsAndMatches(order) && hit == nullptr)
-      hit = &order.refusal;
+  // Every request counts every call, so that two requests do not shift each other.
+  for (RequestedFailure& request : watch.failures) {
+    if (request.function == function && CountAndCheckFailure(request) && hit == nullptr)
+      hit = &request.refusal;
   }
   if (hit != nullptr) throw Refusal(*hit);
 }

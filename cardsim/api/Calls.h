@@ -1,4 +1,4 @@
-// The calls of this process: log, hook, and calls ordered to fail. May be used by any thread.
+// The calls of this process: log, hook, and calls requested to fail. May be used by any thread.
 #pragma once
 
 #include <memory>
@@ -16,8 +16,8 @@ using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
 // Logs the call. Returns the hook to run for it.
 Hook LogCall(const Call& call);
 
-// Counts the call of `function`, and throws the `Refusal` that `FailCall` ordered for it, if any.
-void ThrowIfOrderedToFail(const std::string& function);
+// Counts the call of `function`, and throws the `Refusal` that `FailCall` requested for it, if any.
+void ThrowIfRequestedToFail(const std::string& function);
 
 // Forgets log, hook and orders, and begins to log.
 void ResetCalls();

@@ -131,7 +131,7 @@ void RunHook(const CallNotice& announcement) {
 }
 
 void ThrowIfMadeToFail(const CallInfo& call) {
-  if (IsWatched()) ThrowIfOrderedToFail(call.function);
+  if (IsWatched()) ThrowIfRequestedToFail(call.function);
 }
 
 void SetErrorText(vsl_error_record* err, std::string_view text) noexcept {

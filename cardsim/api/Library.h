@@ -98,7 +98,7 @@ struct CallNotice {
 CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err);
 // Runs the hook, with no lock held.
 void RunHook(const CallNotice& announcement);
-// Throws the `Refusal` that was ordered for this call, if any.
+// Throws the `Refusal` that was requested for this call, if any.
 void ThrowIfMadeToFail(const CallInfo& call);
 
 // Writes the text into the record, truncated to its size and always terminated. Does nothing for a

@@ -57,7 +57,7 @@ struct AttributeInfo {
 
 // The row of an attribute, static.
 const AttributeInfo& InfoOf(Attribute attribute);
-// The attribute of that name; empty if there is none.
+// The attribute with that name, or empty if the name is unknown.
 std::optional<Attribute> FindAttribute(std::string_view name);
 
 // The kind that stores the C type `T`.

@@ -16,7 +16,7 @@ namespace {
 
 Base::TrustedFolder OpenedOrThrown(const std::filesystem::path& path, bool creates,
                                    const std::string& whenMissing) {
-  Base::FolderOfOptions options;
+  Base::OpenFolderOptions options;
   options.m_CreatesFolders = creates;
   options.m_RefusesForeignLinks = true;
   Base::TrustedFolder folder = Base::OpenFolderOf(path, options);
@@ -50,7 +50,7 @@ Base::TrustedFolder CreateFolderOf(const std::filesystem::path& path) {
 
 void CheckTrusted(const std::filesystem::path& path, const Base::TrustedFolder& folder,
                   const struct stat& file) {
-  const std::string objection = Base::ObjectionToFile(folder.m_IsOpen, file, geteuid());
+  const std::string objection = Base::ObjectionToFile(folder.m_IsWritableByOthers, file, geteuid());
   if (!objection.empty()) FailAt(path, "not trusted: the file " + objection);
 }
 

@@ -30,7 +30,7 @@ class LineEditor {
     el_set(m_pEditor.get(), EL_CLIENTDATA, this);
     el_set(m_pEditor.get(), EL_PROMPT, PromptOf);
     el_set(m_pEditor.get(), EL_EDITOR, "emacs");
-    el_set(m_pEditor.get(), EL_GETCFN, ReadLetter);
+    el_set(m_pEditor.get(), EL_GETCFN, ReadCharacter);
   }
 
   // Empty at the end of input and on a stop signal.
@@ -52,7 +52,7 @@ class LineEditor {
 
   // The library would continue reading after a signal; here a signal is the end of input.
   // Characters are read byte by byte, so that nothing beyond the line is consumed.
-  static int ReadLetter(EditLine* editor, wchar_t* letter) {
+  static int ReadCharacter(EditLine* editor, wchar_t* letter) {
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
       const bool readable = WaitReadable(STDIN_FILENO, Deadline().Left());

@@ -26,8 +26,8 @@ struct DayName {
 
 constexpr DayName kDayNames[] = {{"today", 0}, {"yesterday", 1}};
 
-constexpr const char* kDayForm = "%Y-%m-%d";
-constexpr const char* kForms[] = {kDayForm, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
+constexpr const char* kDayFormat = "%Y-%m-%d";
+constexpr const char* kFormats[] = {kDayFormat, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
 
 // Empty for an invalid date, such as February 31, or one before the epoch.
 std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
@@ -42,7 +42,7 @@ std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
 }
 
 struct Step {
-  std::uint64_t m_Most;  // number of units up to which this one is used
+  std::uint64_t m_Max;  // number of units up to which this one is used
   std::uint64_t m_Unit;
   const char* m_Name;
 };
@@ -51,7 +51,7 @@ constexpr Step kSteps[] = {{120, kSecond, "s"}, {120, kMinute, "min"}, {48, kHou
 
 std::string AgeText(std::uint64_t age) {
   for (const Step& step : kSteps) {
-    if (age / step.m_Unit < step.m_Most) {
+    if (age / step.m_Unit < step.m_Max) {
       return fmt::format("{} {}", age / step.m_Unit, step.m_Name);
     }
   }
@@ -67,14 +67,14 @@ std::uint64_t NowMs() {
 }
 
 std::optional<std::uint64_t> ReadDay(const std::string& text) {
-  return ReadAs(kDayForm, text);
+  return ReadAs(kDayFormat, text);
 }
 
 std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::uint64_t nowMs) {
   for (const DayName& day : kDayNames) {
     if (text == day.m_Name) return (nowMs / kDay - day.m_DaysAgo) * kDay;
   }
-  for (const char* form : kForms) {
+  for (const char* form : kFormats) {
     if (const auto timestamp = ReadAs(form, text)) return *timestamp;
   }
   if (const auto duration = ReadDuration(text)) {

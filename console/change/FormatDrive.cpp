@@ -132,8 +132,8 @@ void RequireAllowed(Session& session, const Model& model, const Object& drive) {
   operation.m_OperationID = PI::OP_FORMAT_DEVICE;
   const std::uint32_t refused = session.CheckOperation(drive.m_ID, operation);
   if (refused != PI::SUCCESS)
-    throw CheckFailure(What(FormatRow(), drive), &FormatRow(), "", refused);
-  RequireNotInUse(model, drive, What(FormatRow(), drive));
+    throw CheckFailure(ActionText(FormatRow(), drive), &FormatRow(), "", refused);
+  RequireNotInUse(model, drive, ActionText(FormatRow(), drive));
 }
 
 // All three parameters are always given: for a missing one the plug-in would use its default, which
@@ -147,7 +147,7 @@ PI::COperation FormatOperation(const FormatRequest& request) {
   capacity.SetValue(request.m_Capacity, {request.m_Capacity});
   PI::CProperty percent(PI::Property::RANGE_PARAM, true);
   percent.m_NameID = PI::Property::SIZE;
-  percent.SetValue(request.m_Percent, kLeastPercent, kMostPercent, 1);
+  percent.SetValue(request.m_Percent, kMinPercent, kMaxPercent, 1);
   const auto bytes = static_cast<int>(request.m_SectorSize);
   PI::CProperty sector(PI::Property::RANGE_PARAM, true);
   sector.m_NameID = PI::Property::BLOCK_SIZE;
@@ -156,11 +156,11 @@ PI::COperation FormatOperation(const FormatRequest& request) {
   return operation;
 }
 
-// The plug-in returns one error number for every error of a card; the usual reason can be found
-// out.
+// The plug-in returns the same error number for every error of a card. This looks for the usual
+// cause.
 Failure FormatFailure(Session& session, const Model& model, const Object& drive,
                       std::uint32_t error) {
-  const Failure plain = PluginFailure(What(FormatRow(), drive), error);
+  const Failure plain = PluginFailure(ActionText(FormatRow(), drive), error);
   const Object* adapter = AdapterOf(model, drive);
   const bool attached =
       adapter != nullptr && StateOf(session, adapter->m_ID, Aspect::Card) == "attached";
@@ -170,7 +170,7 @@ Failure FormatFailure(Session& session, const Model& model, const Object& drive,
                           adapter->m_Selector, adapter->m_Selector)};
   }
   advice.push_back(fmt::format("Check the drive: corvane-host show {}", drive.m_Selector));
-  return Failure(ExitCode::Failed, plain.m_Id, What(FormatRow(), drive),
+  return Failure(ExitCode::Failed, plain.m_Id, ActionText(FormatRow(), drive),
                  fmt::format("the card rejected the command ({})", error), advice);
 }
 
@@ -218,15 +218,15 @@ bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
   return !sameSize || Number(drive, "sector_size_bytes") != request.m_SectorSize;
 }
 
-// The new size is visible after the next scan of all cards: once per poll interval, and noticed a
-// third of an interval later.
+// The new size is visible after the next scan of all cards, which runs once per poll interval, up
+// to a third of an interval late.
 std::optional<Object> AwaitScan(Context& context, const Model& before, const Object& drive,
                                 const FormatRequest& request) {
   constexpr milliseconds kOneWait{250};
   const Object& plugin = before.Objects().front();
   const std::uint64_t interval = Number(plugin, "poll_interval_seconds");
   const auto longest = milliseconds(interval * 5000 / 3 + 2000);
-  constexpr milliseconds kPatience = std::chrono::seconds(1);
+  constexpr milliseconds kProgressDelay = std::chrono::seconds(1);
   const auto start = steady_clock::now();
   std::optional<Progress> progress;
   while (true) {
@@ -234,7 +234,7 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
     const Object* now = model.Find(drive.m_ID);
     if (now != nullptr && (Differ(*now, drive) || !ShouldDiffer(drive, request))) return *now;
     if (steady_clock::now() - start > longest) return std::nullopt;
-    if (!progress && CanRewriteLine() && steady_clock::now() - start > kPatience) {
+    if (!progress && CanRewriteLine() && steady_clock::now() - start > kProgressDelay) {
       progress.emplace(context, "Waiting for the next scan", JobJson(drive));
     }
     if (progress) progress->Tick();
@@ -332,7 +332,7 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
   {
     const bool asks = options.m_Confirm.empty() && CanAsk(options);
     const LocateLedGuard locateLed(session, asks ? AdapterOf(model, drive) : nullptr);
-    RequireRetyped(context, What(FormatRow(), drive),
+    RequireRetyped(context, ActionText(FormatRow(), drive),
                    PlanText(context, model, drive, plan, locateLed.IsOn()),
                    ConfirmationWord(model, drive));
   }

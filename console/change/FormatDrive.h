@@ -23,8 +23,8 @@ constexpr Capacity kCapacities[] = {
 };
 
 // Of the factory size.
-constexpr std::int32_t kLeastPercent = 10;
-constexpr std::int32_t kMostPercent = 100;
+constexpr std::int32_t kMinPercent = 10;
+constexpr std::int32_t kMaxPercent = 100;
 // In bytes; the card decides which sizes it accepts.
 constexpr std::int32_t kLargestSector = 1 << 30;
 

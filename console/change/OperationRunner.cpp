@@ -33,9 +33,9 @@ bool RequireAllowed(Session& session, const Model& model, const Object& object,
   if (refused != PI::SUCCESS) {
     const std::string state = StateOf(session, object.m_ID, row.m_Aspect);
     if (mayBeDone && state == row.m_Goal) return false;
-    throw CheckFailure(What(row, object), &row, state, refused);
+    throw CheckFailure(ActionText(row, object), &row, state, refused);
   }
-  if (row.m_TakesAway) RequireNotInUse(model, object, What(row, object));
+  if (row.m_TakesAway) RequireNotInUse(model, object, ActionText(row, object));
   return true;
 }
 
@@ -61,12 +61,12 @@ Failure JobFailure(const OperationRow& row, const Object& object) {
         fmt::format("To detach a busy card: corvane-host detach {} --force", object.m_Selector));
   }
   return Failure(ExitCode::Failed, HostKit::NameOf(HostKit::Family::Event, row.m_FailedEvent),
-                 What(row, object), "the card rejected the command", advice);
+                 ActionText(row, object), "the card rejected the command", advice);
 }
 
 // The plug-in reports success even if it could not start a thread for the job.
 Failure NoThreadFailure(const OperationRow& row, const Object& object) {
-  return Failure(ExitCode::Failed, "NO_THREAD", What(row, object),
+  return Failure(ExitCode::Failed, "NO_THREAD", ActionText(row, object),
                  "the plug-in could not start a thread",
                  {"Allow this user more processes and threads (ulimit -u), or free memory.",
                   "Nothing was changed."});
@@ -74,7 +74,7 @@ Failure NoThreadFailure(const OperationRow& row, const Object& object) {
 
 Failure TimeoutFailure(const OperationRow& row, const Object& object, milliseconds timeout) {
   const double seconds = static_cast<double>(timeout.count()) / 1000;
-  return Failure(ExitCode::TimedOut, "TIMED_OUT", What(row, object),
+  return Failure(ExitCode::TimedOut, "TIMED_OUT", ActionText(row, object),
                  fmt::format("not {} within {} s", row.m_Goal, seconds),
                  {"The card may still be working; nothing was rolled back.",
                   fmt::format("Check its state: corvane-host show {}", object.m_Selector)});
@@ -137,7 +137,7 @@ void NoteContinues(Context& context, const OperationRow& row, const Object& obje
                    const char* sooner) {
   context.m_Diagnostics.Note(
       "JOB_GOES_ON",
-      fmt::format("{} is in progress and will not be rolled back", What(row, object)),
+      fmt::format("{} is in progress and will not be rolled back", ActionText(row, object)),
       {fmt::format("The program exits when the card is done, after at most 25 s{}.", sooner)});
 }
 
@@ -159,7 +159,7 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
 
 }  // namespace
 
-std::string What(const OperationRow& row, const Object& object) {
+std::string ActionText(const OperationRow& row, const Object& object) {
   return fmt::format("{} {}", row.m_Verb, object.m_Selector);
 }
 
@@ -182,7 +182,7 @@ const Object& SelectFor(const Model& model, const std::string& selector, const O
     }
   }
   advice.emplace_back("Nothing was changed.");
-  throw Failure(ExitCode::Usage, "WRONG_KIND", What(row, object),
+  throw Failure(ExitCode::Usage, "WRONG_KIND", ActionText(row, object),
                 fmt::format("{} is not {} {}", object.m_Selector,
                             row.m_Kind == Kind::Adapter ? "an" : "a", KindName(row.m_Kind)),
                 advice);
@@ -204,14 +204,14 @@ Change PerformOperation(Context& context, const Model& model, const Object& obje
   if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
   if (context.m_Options.m_DryRun) return change;
   if (row.m_Risk != Risk::Low) {
-    RequireConfirmation(context, What(row, object), Question(model, object, row));
+    RequireConfirmation(context, ActionText(row, object), Question(model, object, row));
     if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
   }
   PI::COperation operation = Record(row);
   const auto start = std::chrono::steady_clock::now();
   const std::size_t lost = session.LostThreads();
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
-  if (result != PI::SUCCESS) throw PluginFailure(What(row, object), result);
+  if (result != PI::SUCCESS) throw PluginFailure(ActionText(row, object), result);
   if (session.LostThreads() > lost) throw NoThreadFailure(row, object);
   if (row.m_FailedEvent != 0) {
     session.SetDeadline(Deadline(start + timeout));

@@ -18,7 +18,7 @@ const Object& SelectFor(const Model& model, const std::string& selector, const O
 std::chrono::milliseconds TimeoutOf(const Options& options);
 
 // "detach a0".
-std::string What(const OperationRow& row, const Object& object);
+std::string ActionText(const OperationRow& row, const Object& object);
 
 // "Detaching a0".
 std::string Headline(const OperationRow& row, const Object& object);

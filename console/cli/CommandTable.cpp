@@ -31,9 +31,9 @@ const GroupRow& RowOf(Group group) {
 }
 
 void CheckCount(const Command& command, std::size_t count) {
-  if (count >= command.m_Least && count <= command.m_Most) return;
+  if (count >= command.m_Min && count <= command.m_Max) return;
   throw UsageFailure(fmt::format("{} has too {} arguments", command.m_Name,
-                                 count < command.m_Least ? "few" : "many"),
+                                 count < command.m_Min ? "few" : "many"),
                      {fmt::format("Usage: corvane-host {}", Synopsis(command)),
                       fmt::format("See: corvane-host help {}", command.m_Name)});
 }

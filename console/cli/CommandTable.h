@@ -42,8 +42,8 @@ struct Command {
   Group m_Group = Group::Inspect;
   const char* m_Name = "";
   const char* m_Arguments = "";  // as the help shows them
-  std::size_t m_Least = 0;       // number of arguments
-  std::size_t m_Most = 0;
+  std::size_t m_Min = 0;         // number of arguments
+  std::size_t m_Max = 0;
   const char* m_Summary = "";
   std::vector<std::string> m_Forms;    // the first one is the default
   std::vector<std::string> m_Options;  // in addition to those of all commands

@@ -7,7 +7,7 @@
 
 namespace Console {
 
-// From --timeout and the kind of the command. Throws `Failure` for a wrong --timeout.
+// From --timeout and the kind of the command. Throws `Failure` for an invalid --timeout.
 TimeLimits LimitsOf(const Command& command, const Options& options);
 
 }  // namespace Console

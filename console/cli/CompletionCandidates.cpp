@@ -259,7 +259,7 @@ Candidates ArgumentCandidates(const Line& line) {
   if (line.m_Verb.empty()) return Commands(line);
   if (line.m_Command == nullptr) return {};
   const Words words = ArgumentWords(line.m_Command->m_Arguments);
-  if (words.empty() || line.m_Arguments.size() >= line.m_Command->m_Most) return {};
+  if (words.empty() || line.m_Arguments.size() >= line.m_Command->m_Max) return {};
   const std::string& word = words[std::min(line.m_Arguments.size(), words.size() - 1)];
   for (const ArgumentRow& row : kArguments) {
     if (word == row.m_Word) return row.m_Complete(line);

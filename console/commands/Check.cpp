@@ -64,8 +64,8 @@ Command CheckCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "check";
   command.m_Arguments = "[OBJ]";
-  command.m_Least = 0;
-  command.m_Most = 1;
+  command.m_Min = 0;
+  command.m_Max = 1;
   command.m_Summary = "print status and performance data for monitoring systems";
   command.m_Forms = {"table", "json"};
   command.m_Run = Run;

@@ -35,8 +35,8 @@ Command CompletionCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "completion";
   command.m_Arguments = "SHELL";
-  command.m_Least = 1;
-  command.m_Most = 1;
+  command.m_Min = 1;
+  command.m_Max = 1;
   command.m_Summary = "generate a shell completion script";
   command.m_Forms = {"value"};
   command.m_Run = Run;

@@ -17,8 +17,8 @@ Command DetachCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "detach";
   command.m_Arguments = "OBJ";
-  command.m_Least = 1;
-  command.m_Most = 1;
+  command.m_Min = 1;
+  command.m_Max = 1;
   command.m_Summary = "remove a card's drive from the system";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--force"};

@@ -218,8 +218,8 @@ Command EventsCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "events";
   command.m_Arguments = "[OBJ]";
-  command.m_Least = 0;
-  command.m_Most = 1;
+  command.m_Min = 0;
+  command.m_Max = 1;
   command.m_Summary = "show the event log; -f follows new events";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--follow", "--since", "--limit", "--for"};

@@ -118,8 +118,8 @@ Command ExplainCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "explain";
   command.m_Arguments = "ID";
-  command.m_Least = 1;
-  command.m_Most = 1;
+  command.m_Min = 1;
+  command.m_Max = 1;
   command.m_Summary = "explain a number or name, and what to do about it";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;

@@ -25,7 +25,7 @@ void ReadCapacity(const std::string& text, FormatRequest& request) {
   request.m_Capacity = PI::Value::CUSTOM;
   const bool hasSign = !text.empty() && text.back() == '%';
   request.m_Percent =
-      Whole(text.substr(0, text.size() - (hasSign ? 1 : 0)), kLeastPercent, kMostPercent);
+      Whole(text.substr(0, text.size() - (hasSign ? 1 : 0)), kMinPercent, kMaxPercent);
   if (request.m_Percent != 0) return;
   std::vector<std::string> names;
   for (const Capacity& row : kCapacities) {
@@ -70,8 +70,8 @@ Command FormatCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "format";
   command.m_Arguments = "DRIVE";
-  command.m_Least = 1;
-  command.m_Most = 1;
+  command.m_Min = 1;
+  command.m_Max = 1;
   command.m_Summary = "erase a drive and change its capacity or sector size";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm", "--capacity", "--sector-size"};

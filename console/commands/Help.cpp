@@ -48,8 +48,8 @@ Command HelpCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "help";
   command.m_Arguments = "[COMMAND]";
-  command.m_Least = 0;
-  command.m_Most = 2;
+  command.m_Min = 0;
+  command.m_Max = 2;
   command.m_Summary = "show this help, or the help of one command";
   command.m_Forms = {"table", "json"};
   command.m_Run = Run;

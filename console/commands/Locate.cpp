@@ -77,8 +77,8 @@ Command LocateCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "locate";
   command.m_Arguments = "OBJ on|off";
-  command.m_Least = 2;
-  command.m_Most = 2;
+  command.m_Min = 2;
+  command.m_Max = 2;
   command.m_Summary = "switch a card's locate LED on or off";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Options = {"--for", "--dry-run"};

@@ -16,8 +16,8 @@ Command OfflineCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "offline";
   command.m_Arguments = "DRIVE";
-  command.m_Least = 1;
-  command.m_Most = 1;
+  command.m_Min = 1;
+  command.m_Max = 1;
   command.m_Summary = "take the storage units of a drive offline";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Options = {"--yes", "--dry-run"};

@@ -162,7 +162,7 @@ FormatRequest RequestOf(const std::vector<Argument>& arguments) {
         request.m_Capacity = CapacityOf(argument);
         break;
       case PI::Property::SIZE:
-        request.m_Percent = NumberWithin(argument, kLeastPercent, kMostPercent);
+        request.m_Percent = NumberWithin(argument, kMinPercent, kMaxPercent);
         break;
       case PI::Property::BLOCK_SIZE:
         request.m_SectorSize =
@@ -235,8 +235,8 @@ CommandResult RunChosen(Context& context, const Model& model, const Object& obje
 
 struct Action {
   const char* m_Name;
-  std::size_t m_Least;  // words after the action
-  std::size_t m_Most;
+  std::size_t m_Min;  // words after the action
+  std::size_t m_Max;
   const char* m_Use;
 };
 
@@ -252,9 +252,9 @@ const Action& ChooseAction(const std::vector<std::string>& words) {
     names.emplace_back(action.m_Name);
     if (words[0] != action.m_Name) continue;
     const std::size_t count = words.size() - 1;
-    if (count >= action.m_Least && count <= action.m_Most) return action;
+    if (count >= action.m_Min && count <= action.m_Max) return action;
     throw UsageFailure(fmt::format("op {} has too {} arguments", action.m_Name,
-                                   count < action.m_Least ? "few" : "many"),
+                                   count < action.m_Min ? "few" : "many"),
                        {fmt::format("Usage: corvane-host {}", action.m_Use)});
   }
   throw UsageFailure(fmt::format("op: unknown action '{}'", words[0]), DidYouMean(words[0], names));
@@ -281,8 +281,8 @@ Command OpCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "op";
   command.m_Arguments = "list|check|run OBJ [OP] [ARG=VALUE...]";
-  command.m_Least = 2;
-  command.m_Most = kAnyNumber;
+  command.m_Min = 2;
+  command.m_Max = kAnyNumber;
   command.m_Summary = "list, check or run any operation by name or number";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm"};

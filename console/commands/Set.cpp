@@ -144,8 +144,8 @@ Command SetCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "set";
   command.m_Arguments = "OBJ PROP=VALUE";
-  command.m_Least = 2;
-  command.m_Most = 2;
+  command.m_Min = 2;
+  command.m_Max = 2;
   command.m_Summary = "change a property";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_TimeoutScope = TimeoutScope::Call;

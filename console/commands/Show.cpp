@@ -110,8 +110,8 @@ Command ShowCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "show";
   command.m_Arguments = "OBJ";
-  command.m_Least = 1;
-  command.m_Most = 1;
+  command.m_Min = 1;
+  command.m_Max = 1;
   command.m_Summary = "show all properties of one object";
   command.m_Forms = {"table", "tsv", "json"};
   command.m_Run = Run;

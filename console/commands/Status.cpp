@@ -182,8 +182,8 @@ Command StatusCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "status";
   command.m_Arguments = "[OBJ]";
-  command.m_Least = 0;
-  command.m_Most = 1;
+  command.m_Min = 0;
+  command.m_Max = 1;
   command.m_Summary = "show problems, their causes and what to do";
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Run = Run;

@@ -129,8 +129,8 @@ Command WaitCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "wait";
   command.m_Arguments = "OBJ COND";
-  command.m_Least = 2;
-  command.m_Most = 2;
+  command.m_Min = 2;
+  command.m_Max = 2;
   command.m_Summary = "wait until an object meets a condition, such as ok or PROP=VALUE";
   command.m_Forms = {"table", "tsv", "json", "value"};
   command.m_TimeoutScope = TimeoutScope::Wait;

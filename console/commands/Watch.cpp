@@ -136,7 +136,7 @@ CommandResult Run(Context& context) {
   if (wantsScreen) RequireQuietTrace(options);
   Session& session = context.OpenToWait();
   std::vector<LoggedEvent> past;
-  if (wantsScreen) past = context.EventLog().Read(0, LiveModel::kMostEvents);
+  if (wantsScreen) past = context.EventLog().Read(0, LiveModel::kMaxEvents);
   const Deadline deadline(duration);
   session.SetDeadline(deadline);
   LiveModel live(session);

@@ -9,7 +9,7 @@
 
 namespace Console {
 
-// The identifier in small letters, or the number of a property that has none.
+// The identifier in lowercase, or the number if the property has no identifier.
 std::string ShownName(std::uint32_t property);
 
 struct PropertyName {
@@ -17,8 +17,8 @@ struct PropertyName {
   std::string m_Text;  // as `ShownName` gives it
 };
 
-// The property of `object` by field name, identifier or number. One without a field must be
-// reported by the object. Throws `Failure` if there is none.
+// Finds a property of `object` by field name, identifier or number. If it has no field, `object`
+// must report it. Throws `Failure` if nothing matches.
 PropertyName ResolveProperty(const Object& object, const std::string& name);
 
 struct NamedValue {
@@ -26,7 +26,7 @@ struct NamedValue {
   Value m_Value;
 };
 
-// The value of `object` by such a name: the field if there is one, else the property as reported.
+// Reads a value of `object` by name: the field with that name, or else the reported property.
 // Throws `Failure` if there is neither.
 NamedValue ReadNamed(const Object& object, const std::string& name);
 

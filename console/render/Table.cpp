@@ -47,7 +47,7 @@ ScolsTable NewTable(const Style& style) {
 // A column is never narrower than its heading, even without a header row.
 std::string WideHeading(const Column& column) {
   std::string heading = column.m_Heading;
-  heading.resize(std::max(heading.size(), column.m_Least), ' ');
+  heading.resize(std::max(heading.size(), column.m_Min), ' ');
   return heading;
 }
 

@@ -14,7 +14,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr std::size_t kMostTemperatures = 240;
+constexpr std::size_t kMaxTemperatures = 240;
 
 // As reported by the plug-in, or its default.
 milliseconds PollIntervalOf(const Model& model) {
@@ -72,7 +72,7 @@ void LiveModel::Remember(const Object* object, const LoggedEvent& event) {
   m_Log.push_back(
       {EventRow(object, event), EventJson(object, event), EventSeverity(event.m_Severity)});
   ++m_EventCount;
-  if (m_Log.size() > kMostEvents) m_Log.pop_front();
+  if (m_Log.size() > kMaxEvents) m_Log.pop_front();
 }
 
 void LiveModel::RememberTemperatures() {
@@ -84,7 +84,7 @@ void LiveModel::RememberTemperatures() {
     temperatures.swap(m_Temperatures[object.m_ID]);
     const Value value = ReadField(object, *field);
     if (const auto* known = std::get_if<double>(&value.m_Data)) temperatures.push_back(*known);
-    if (temperatures.size() > kMostTemperatures) temperatures.pop_front();
+    if (temperatures.size() > kMaxTemperatures) temperatures.pop_front();
   }
   m_Temperatures.swap(kept);
 }

@@ -27,7 +27,7 @@ class LiveModel {
   explicit LiveModel(Session& session);
 
   // Of events that are kept.
-  static constexpr std::size_t kMostEvents = 1000;
+  static constexpr std::size_t kMaxEvents = 1000;
 
   // Puts events of earlier runs before those received.
   void Recall(const std::vector<LoggedEvent>& past);

@@ -94,13 +94,13 @@ std::string Bar(double ratio, std::size_t columns, bool ascii) {
 }
 
 std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii) {
-  constexpr double kLeastSpan = 8;
+  constexpr double kMinSpan = 8;
   const std::size_t count = std::min(values.size(), columns);
   std::string line(columns - count, ' ');
   if (count == 0) return line;
   const auto first = values.end() - static_cast<std::ptrdiff_t>(count);
   const auto [least, most] = std::minmax_element(first, values.end());
-  const double span = std::max(*most - *least, kLeastSpan);
+  const double span = std::max(*most - *least, kMinSpan);
   const std::array<const char*, 8>& signs = ascii ? kSigns : kBlocks;
   for (auto value = first; value != values.end(); ++value) {
     const double height = (*value - *least) / span * static_cast<double>(signs.size() - 1);

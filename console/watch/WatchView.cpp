@@ -123,10 +123,10 @@ std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, const 
 // The cards above and the log below; when there are many cards the log keeps a few lines.
 std::vector<Line> WatchView::DrawCards(const LiveModel& live, ScreenSize size,
                                        const std::string& time) {
-  constexpr std::size_t kLeastLog = 4, kHeadings = 3;
+  constexpr std::size_t kMinLog = 4, kHeadings = 3;
   ChooseOne(live.Objects());
   const CardTable cards = DrawCardTable(live, m_Chosen, size.m_Columns, m_Ascii);
-  const std::size_t taken = kHeadings + kLeastLog;
+  const std::size_t taken = kHeadings + kMinLog;
   const std::size_t room = size.m_Rows > taken ? size.m_Rows - taken : 1;
   if (cards.m_Chosen < m_Scroll) m_Scroll = cards.m_Chosen;
   if (cards.m_Chosen >= m_Scroll + room) m_Scroll = cards.m_Chosen - room + 1;

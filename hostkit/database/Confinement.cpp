@@ -19,15 +19,15 @@ namespace {
 
 // A statement of the layer takes far less than a thousandth of it. The thread's own CPU time is
 // counted, so that a stalled machine makes no statement fail.
-constexpr std::int64_t kMostNanoseconds = 1'000'000'000;
+constexpr std::int64_t kMaxNanoseconds = 1'000'000'000;
 // Each step may process a text of the maximum length.
 constexpr int kStepsBetweenChecks = 100;
 // The time is not checked while a statement is compiled. A query that contains another one twice,
 // which contains another one twice, soon amounts to millions; a statement with very many conditions
 // has each compared with many others. These three limits prevent that.
-constexpr int kMostQueries = 32;
-constexpr int kMostWords = 16'384;  // inserting an adapter needs a few hundred
-constexpr std::int64_t kMostMemory = 64 << 20;
+constexpr int kMaxQueries = 32;
+constexpr int kMaxWords = 16'384;  // inserting an adapter needs a few hundred
+constexpr std::int64_t kMaxMemory = 64 << 20;
 
 struct Limit {
   int m_Kind;
@@ -41,7 +41,7 @@ constexpr Limit kLimits[] = {
 };
 
 // How much statements may make the file grow, in bytes.
-constexpr std::int64_t kMostGrowth = 256 << 20;
+constexpr std::int64_t kMaxGrowth = 256 << 20;
 
 constexpr std::array kActionsOnRows = {SQLITE_READ, SQLITE_INSERT, SQLITE_UPDATE, SQLITE_DELETE};
 
@@ -112,20 +112,20 @@ class Usage {
 
   bool Allows(int action) {
     if (action == SQLITE_SELECT) ++m_Queries;
-    return m_Queries <= kMostQueries && !HasTakenTooLong();
+    return m_Queries <= kMaxQueries && !HasTakenTooLong();
   }
 
   // Throws the limit that was the reason for `error`, or else `error` itself.
   [[noreturn]] void Explain(const SqliteError& error) const {
     if (m_TookTooLong) throw SqliteError(SQLITE_INTERRUPT, "a statement takes too long");
-    if (m_Queries > kMostQueries) {
+    if (m_Queries > kMaxQueries) {
       throw SqliteError(SQLITE_AUTH, "a statement contains too many queries");
     }
     throw SqliteError(error);
   }
 
  private:
-  const std::int64_t m_End = OwnTime() + kMostNanoseconds;
+  const std::int64_t m_End = OwnTime() + kMaxNanoseconds;
   int m_Queries = 0;
   bool m_TookTooLong = false;
 };
@@ -144,7 +144,7 @@ int CheckTime(void* usage) {
 // but the host's connections are used one at a time.
 class MemoryBound {
  public:
-  MemoryBound() { sqlite3_hard_heap_limit64(sqlite3_memory_used() + kMostMemory); }
+  MemoryBound() { sqlite3_hard_heap_limit64(sqlite3_memory_used() + kMaxMemory); }
   ~MemoryBound() {
     sqlite3_hard_heap_limit64(m_HardBefore);
     sqlite3_soft_heap_limit64(m_SoftBefore);  // setting the other one has lowered it
@@ -181,7 +181,7 @@ std::int64_t MostPages(Connection& connection) {
   const auto number = [&connection](const std::string& pragma) -> std::int64_t {
     return std::stoll(connection.Run("PRAGMA " + pragma).at(0));
   };
-  return number("page_count") - number("freelist_count") + kMostGrowth / number("page_size");
+  return number("page_count") - number("freelist_count") + kMaxGrowth / number("page_size");
 }
 
 }  // namespace
@@ -194,8 +194,8 @@ void Connection::Confine() {
 }
 
 std::vector<std::string> Connection::RunConfined(const std::string& sql) {
-  if (CountWords(sql) > kMostWords) {
-    throw SqliteError(SQLITE_TOOBIG, "a statement contains too many words");
+  if (CountWords(sql) > kMaxWords) {
+    throw SqliteError(SQLITE_TOOBIG, "a statement contains too many tokens");
   }
   Usage usage;
   const Bounds bounds(m_pDatabase.get(), usage);

@@ -10,7 +10,7 @@ namespace HostKit {
 
 namespace {
 
-constexpr std::int64_t kMostEvents = 20000;
+constexpr std::int64_t kMaxEvents = 20000;
 
 constexpr const char* kAppend =
     "INSERT INTO host_event_log (time, severity, event_id, object_id, name, message, "
@@ -71,7 +71,7 @@ void AppendEvents(const std::vector<LoggedEvent>& events) {
   TheDatabase()->With([&](Connection& connection) {
     connection.Run("BEGIN IMMEDIATE");
     for (const LoggedEvent& event : events) Append(connection, event);
-    connection.Prepare(kTrim).Bind(kMostEvents).Step();
+    connection.Prepare(kTrim).Bind(kMaxEvents).Step();
     connection.Run("COMMIT");
   });
 }

@@ -10,7 +10,7 @@ namespace HostKit {
 namespace {
 
 // A host that ends removes its file, so the one just opened may be removed before it is locked.
-constexpr int kMostTries = 10;
+constexpr int kMaxTries = 10;
 
 // Another user could keep a file of their own locked.
 bool IsOwnFile(const Base::Descriptor& file) {
@@ -32,7 +32,7 @@ bool RowsLock::Take(const boost::filesystem::path& database) {
   m_File = database.string() + "-host";
   if (m_IsHeld && !HasMoved()) return true;
   m_IsHeld = false;
-  for (int i = 0; i < kMostTries; ++i) {
+  for (int i = 0; i < kMaxTries; ++i) {
     if (!Lock()) return false;
     if (!HasMoved()) return m_IsHeld = true;
   }

@@ -58,7 +58,7 @@ TEST(TrustRules, CheckTheOwnersOfLinksInOpenFolders) {
 
 struct FileRule {
   const char* m_Name;
-  bool m_IsInOpenFolder;
+  bool m_IsInSharedFolder;
   mode_t m_Mode;
   uid_t m_Owner;
   nlink_t m_Names;
@@ -87,7 +87,7 @@ const FileRule kFiles[] = {
 TEST(TrustRules, CheckFiles) {
   for (const FileRule& each : kFiles) {
     const auto file = Entry(each.m_Mode, each.m_Owner, 1000, each.m_Names);
-    EXPECT_EQ(each.m_Objection, Base::ObjectionToFile(each.m_IsInOpenFolder, file, each.m_User))
+    EXPECT_EQ(each.m_Objection, Base::ObjectionToFile(each.m_IsInSharedFolder, file, each.m_User))
         << each.m_Name;
   }
 }

@@ -17,7 +17,7 @@ class TrustedFolder : public TrustFixture {
     const fs::path link = "/proc/self/fd/" + std::to_string(found.m_Folder.Get());
     return WithoutRoot((fs::read_symlink(link) / found.m_Name).string());
   }
-  std::string ToFile(const fs::path& file, Base::FolderOfOptions options = {}) const {
+  std::string ToFile(const fs::path& file, Base::OpenFolderOptions options = {}) const {
     return Reached(Base::OpenFolderOf(file, options));
   }
   std::string ToFolder(const fs::path& folder) const {
@@ -26,8 +26,8 @@ class TrustedFolder : public TrustFixture {
 };
 
 const std::string kMissing = "error " + std::to_string(ENOENT);
-constexpr Base::FolderOfOptions kCreating = {true, false};
-constexpr Base::FolderOfOptions kStrict = {false, true};
+constexpr Base::OpenFolderOptions kCreating = {true, false};
+constexpr Base::OpenFolderOptions kStrict = {false, true};
 
 TEST_F(TrustedFolder, FollowsLinksToTheFolder) {
   const auto own = Folder("own", 0700);
@@ -73,8 +73,8 @@ TEST_F(TrustedFolder, CreatesMissingFoldersOnRequest) {
 }
 
 TEST_F(TrustedFolder, ReportsWhetherOthersCanWriteTheFolder) {
-  EXPECT_TRUE(Base::OpenFolderOf(Folder("shared", 01777) / "file").m_IsOpen);
-  EXPECT_FALSE(Base::OpenFolderOf(Folder("own", 0700) / "file").m_IsOpen);
+  EXPECT_TRUE(Base::OpenFolderOf(Folder("shared", 01777) / "file").m_IsWritableByOthers);
+  EXPECT_FALSE(Base::OpenFolderOf(Folder("own", 0700) / "file").m_IsWritableByOthers);
 }
 
 class TrustedFolderAsRoot : public TrustedFolder {

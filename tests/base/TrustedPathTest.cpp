@@ -87,7 +87,7 @@ TEST_F(TrustedPath, ChecksTheOpenedFileAgain) {
   const auto shared = Folder("shared", 01777);
   const Base::TrustedPath before = Base::ResolveTrusted(shared / "file");
   EXPECT_EQ(before.m_Objection, "");
-  EXPECT_TRUE(before.m_IsInOpenFolder);
+  EXPECT_TRUE(before.m_IsInSharedFolder);
   const Base::Descriptor opened(open(File(shared / "file").c_str(), O_RDONLY | O_CLOEXEC));
   EXPECT_EQ(Base::ObjectionToOpened(before, opened), "");
   fs::create_hard_link(shared / "file", shared / "other");

@@ -48,14 +48,14 @@ TEST_F(Calls, ResetClearsTheLogAndHandleNumbers) {
 
 TEST_F(Calls, TheNthFailsWithCodeAndText) {
   StartWithCard();
-  CardSim::FailCall("vsl_open", 2, 77, "ordered", 2);
+  CardSim::FailCall("vsl_open", 2, 77, "requested", 2);
   std::string codes;
   for (int i = 0; i < 5; ++i) codes += std::to_string(vsl_open(Named(), &m_Error)) + " ";
   EXPECT_EQ("0 77 77 0 0 ", codes);
-  EXPECT_STREQ("ordered", m_Error.text);
+  EXPECT_STREQ("requested", m_Error.text);
 }
 
-TEST_F(Calls, TwoOrderedFailuresCountTheSameCalls) {
+TEST_F(Calls, TwoRequestedFailuresCountTheSameCalls) {
   StartWithCard();
   CardSim::FailCall("vsl_open", 1, 71, "first");
   CardSim::FailCall("vsl_open", 3, 73, "third");
@@ -69,7 +69,7 @@ TEST_F(Calls, AFailedReadReturnsAnEmptyValue) {
   void* card = Opened();
   for (const char* function : {"vsl_has_board_name", "vsl_board_name", "vsl_size_bytes",
                                "vsl_iom_iterate", "vsl_temp_internal_deg_c"}) {
-    CardSim::FailCall(function, 1, 5, "ordered");
+    CardSim::FailCall(function, 1, 5, "requested");
   }
   void* iterated = nullptr;
   EXPECT_FALSE(vsl_has_board_name(card, &m_Error));
@@ -82,8 +82,8 @@ TEST_F(Calls, AFailedReadReturnsAnEmptyValue) {
 
 TEST_F(Calls, AFailedCallHasNoEffect) {
   StartWithCard();
-  CardSim::FailCall("vsl_destroy", 1, 5, "ordered");
-  CardSim::FailCall("vsl_set_beacon_state", 1, 5, "ordered");
+  CardSim::FailCall("vsl_destroy", 1, 5, "requested");
+  CardSim::FailCall("vsl_set_beacon_state", 1, 5, "requested");
   void* card = Named();
   EXPECT_EQ(5U, vsl_set_beacon_state(card, 1, &m_Error));
   EXPECT_EQ("false", File().Get("card0", "beacon_state"));

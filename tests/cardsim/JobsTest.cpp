@@ -175,8 +175,8 @@ TEST_F(Jobs, AreAbandonedWhenTheirHandleIsDestroyed) {
 TEST_F(Jobs, AreAbandonedWhenTheWaitIsMadeToFail) {
   void* job = Detach();
   Start(job);
-  CardSim::FailCall("vsl_op_wait_for_result", 1, 99, "ordered");
-  EXPECT_EQ("ordered", Wait(job));
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 99, "requested");
+  EXPECT_EQ("requested", Wait(job));
   EXPECT_EQ("2", State());
 }
 
@@ -187,8 +187,8 @@ TEST_F(Jobs, AreAbandonedByReset) {
 }
 
 TEST_F(Jobs, AFailedStartChangesNothing) {
-  CardSim::FailCall("vsl_op_start", 1, 99, "ordered");
-  EXPECT_EQ("ordered", Start(Detach()));
+  CardSim::FailCall("vsl_op_start", 1, 99, "requested");
+  EXPECT_EQ("requested", Start(Detach()));
   EXPECT_EQ("2", State());
 }
 

@@ -59,7 +59,7 @@ const Next kNexts[] = {
     {"Refused", [](void* card, vsl_error_record* err) { vsl_op_start(card, err); }},
     {"OrderedToFail",
      [](void* card, vsl_error_record* err) {
-       CardSim::FailCall("vsl_pci_bus", 1, 5, "ordered");
+       CardSim::FailCall("vsl_pci_bus", 1, 5, "requested");
        vsl_pci_bus(card, err);
      }},
     {"Action", [](void* card, vsl_error_record* err) { vsl_set_beacon_state(card, 1, err); }},

@@ -137,7 +137,7 @@ TEST_P(EveryKind, IsConsistent) {
   EXPECT_LT(vsl_pcie_slot_power_watts(card, &m_Error), 25.0F);
 }
 
-TEST_P(EveryKind, HasWornAsMuchAsItsCountersSay) {
+TEST_P(EveryKind, HasWearThatMatchesItsCounters) {
   StartWithCard(GetParam().id);
   void* card = Opened();
   const double rated = vsl_rated_endurance_tbytes(card, &m_Error) * 1099511627776.0;

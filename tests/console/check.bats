@@ -103,7 +103,7 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
     "$(out warning | sed -n '4,5p')"
 }
 
-@test "an error is code 2 and precedes a warning" {
+@test "an error exits with 2 and is listed before a warning" {
   ended critical 2
   line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its maximum: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
@@ -159,7 +159,7 @@ pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
   same 'a1 WARNING: MOLT EP PX600 (2)' "$(out odd | sed -n 4p)"
 }
 
-@test "no readable card is UNKNOWN" {
+@test "a host without a readable card is UNKNOWN" {
   local name
   for name in empty bus closed; do
     ended "$name" 3

@@ -54,7 +54,7 @@ assert "\\u202e" in text and "\\u009b" in text and "\\u007f" in text
 END
 }
 
-@test "each hostile character is an escape in tables and tsv" {
+@test "hostile characters are escaped in tables and tsv" {
   cards seen new
   cards seen add 0x2001
   cards seen set card0 serial_number $'x\x1b\n\x7f\u0085\u009b\u061c\u200e\u2028\u202e\u2066y\u00e9'

@@ -348,7 +348,7 @@ TEST_F(CommandOrder, MakeUnitsOffline) {
 
 // The event that wakes the worker is set only after the new interval is stored and saved, so a host
 // that is notified reads the new value.
-TEST(CommandOrderInDrawnSchedules, NewPollInterval) {
+TEST(CommandOrderInSeededSchedules, NewPollInterval) {
   InManySchedules([](Schedule schedule) {
     SimulatedHost host(TimeOf(schedule));
     HostKit::SetTraceMask(0);
@@ -364,7 +364,7 @@ TEST(CommandOrderInDrawnSchedules, NewPollInterval) {
     };
     ASSERT_EQ(host.AssignAdapterNumbers(), 0U);
     ASSERT_EQ(host.SetPollInterval(20), 0U);
-    // In a drawn schedule, time passes before each thread's turn.
+    // In a seeded schedule, time passes before each thread's turn.
     for (int i = 0; i < 1000 && !notified; ++i) SleepMs(1);
     EXPECT_EQ(file, "PollInterval=20\n");
     EXPECT_EQ(value, "20");

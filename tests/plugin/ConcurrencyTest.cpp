@@ -1,5 +1,5 @@
 // Host threads that read while jobs drive the cards and the worker scans them: natively, and in
-// many drawn schedules.
+// many seeded schedules.
 
 #include <gmock/gmock.h>
 
@@ -158,7 +158,7 @@ TEST(Concurrency, TheIntervalIsSetRepeatedlyWhileOthersRead) {
   traffic.StopAndExpectNothingLeft();
 }
 
-TEST(Concurrency, ReadsAndJobsCompleteInEveryDrawnSchedule) {
+TEST(Concurrency, ReadsAndJobsCompleteInEverySeededSchedule) {
   InManySchedules([](Schedule schedule) { ReadWhileJobsRun(schedule, 2); });
 }
 
@@ -211,11 +211,11 @@ TEST(Concurrency, NoEventIsLostWhileTheHostCollects) {
   for (int i = 0; i < 10; ++i) CollectWhileJobsFail(NATIVE);
 }
 
-TEST(Concurrency, NoEventIsLostInAnyDrawnSchedule) {
+TEST(Concurrency, NoEventIsLostInAnySeededSchedule) {
   InManySchedules(CollectWhileJobsFail);
 }
 
-TEST(Concurrency, StoppingWaitsForTheJobsInEveryDrawnSchedule) {
+TEST(Concurrency, StoppingWaitsForTheJobsInEverySeededSchedule) {
   InManySchedules([](Schedule schedule) {
     Traffic traffic(schedule);
     traffic.Attach();

@@ -1,4 +1,4 @@
-// A database that refuses: what is traced, and that nothing else is disturbed. And card strings
+// Database statements that fail: they are traced and affect nothing else. Also card strings
 // that break statements.
 
 #include <fcntl.h>
@@ -36,13 +36,13 @@ std::string BecauseOfTheKey(const std::string& reason) {
   return " (Storage query exception thrown! Cannot read ID from database!" + Because(reason) + ")";
 }
 
-// Lets an action on a table fail from now on: "INSERT", "UPDATE" or "DELETE".
+// Makes an action on a table fail from now on: "INSERT", "UPDATE" or "DELETE".
 void Refuse(const std::string& action, const std::string& table) {
   const std::string sql = "CREATE TRIGGER refusal BEFORE " + action + " ON " + table +
                           " BEGIN SELECT RAISE(ABORT, 'no luck'); END";
   SqliteInterceptor::Run(sql.c_str());
 }
-void RefuseNoMore() {
+void StopRefusing() {
   SqliteInterceptor::Run("DROP TRIGGER refusal");
 }
 
@@ -131,7 +131,7 @@ TEST_F(RowFailures, AFailedAdapterUpdateIsTracedAndRepeatedAtTheNextChange) {
               ElementsAre("Storage query exception thrown during updating " + m_Adapter +
                               "entry updated in db." + Because("no luck"),
                           DRIVE_UPDATED));
-  RefuseNoMore();
+  StopRefusing();
   SetTemperature("70.0");
   ScanOnce();
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_temperature"), ElementsAre("60"));
@@ -146,7 +146,7 @@ TEST_F(RowFailures, AFailedDriveUpdateIsTracedAndRepeatedAtTheNextScan) {
               ElementsAre("Storage query exception thrown during updating PD (Flash Adapter G2 "
                           "(0)) in db." +
                           Because("no luck")));
-  RefuseNoMore();
+  StopRefusing();
   ScanOnce();
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
 }
@@ -159,7 +159,7 @@ TEST_F(RowFailures, AFailedAdapterDeletionIsTracedAndItsRowStays) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre("Storage query exception thrown during removing " +
                                                m_Adapter + "removed from db." + Because("no luck"),
                                            DRIVE_UPDATED));
-  RefuseNoMore();
+  StopRefusing();
   ScanOnce();
   EXPECT_THAT(Counts(), ElementsAre("2", "2", "1"));
   EXPECT_THAT(Events(), ElementsAre(StartsWith("11094 ")));
@@ -171,7 +171,7 @@ TEST_F(RowFailures, RowsAreFoundAfterAFailedDeletion) {
   Refuse("DELETE", ADAPTER_ROWS);
   Hide(1);
   ScanOnce();
-  RefuseNoMore();
+  StopRefusing();
   SetTemperature("60.0");
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(m_Adapter + "entry updated in db.", DRIVE_UPDATED));
@@ -185,47 +185,47 @@ TEST_F(RowFailures, AreNotTracedWhileTheirLevelIsOff) {
   EXPECT_THAT(m_Host.Traces(128), IsEmpty());
 }
 
-TEST_F(RowFailures, AFailedDriveInsertSkipsItsOtherAdapters) {
+TEST_F(RowFailures, AFailedDriveInsertSkipsTheRowsForItsOtherAdapters) {
   AddCards(2);
   for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
   Refuse("INSERT", DRIVE_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  // Four requests of a drive, each ended by its first row.
+  // Four drive inserts are attempted; each stops at its first row.
   int failures = 0;
   for (const std::string& line : m_Host.Traces(128))
     failures += line.find("(no luck)") != line.npos;
   EXPECT_EQ(failures, 4);
 }
 
-// Files that cannot be used at all, and what is said of them.
+// Unusable database files, and the reason that is traced for each.
 struct FileCase {
   const char* name;
   void (*spoil)(const std::string& file);  // while no process has it open
   const char* reason;
-  bool asOrdinaryUser = false;  // tests may run as root, whom no permission stops
+  bool asOrdinaryUser = false;  // tests may run as root, which bypasses file permissions
 };
 
 void PrintTo(const FileCase& each, std::ostream* out) {
   *out << each.name;
 }
 
-void BlockItsFolder(const std::string& file) {
+void ReplaceWithFolder(const std::string& file) {
   std::filesystem::remove(file);
   std::filesystem::create_directory(file);
 }
 
-void WriteNotesIntoIt(const std::string& file) {
+void OverwriteWithText(const std::string& file) {
   std::ofstream(file) << std::string(1000, 'x');
 }
 
-// Behind the header and the list of tables.
+// Overwrites a page after the header and the schema.
 void DamageIt(const std::string& file) {
   std::fstream damaged(file, std::ios::in | std::ios::out | std::ios::binary);
   damaged.seekp(8192);
   damaged << std::string(4096, '\x5A');
 }
 
-// The folder is open to everybody, the file to be read alone.
+// Everyone may write to the folder, but only read the file.
 void ForbidWritingIt(const std::string& file) {
   using std::filesystem::perms;
   const std::filesystem::path folder = std::filesystem::path(file).parent_path();
@@ -242,8 +242,8 @@ class UnusableFile : public RowFailures, public testing::WithParamInterface<File
     if (seteuid(m_Before) != 0) std::abort();
   }
 
-  // A host has had the file before.
-  void UseIt() {
+  // Creates the database file, makes it unusable and opens it again.
+  void SwitchToUnusableFile() {
     DatabaseLife::Begin(File());
     DatabaseLife::Begin(":memory:");
     GetParam().spoil(File());
@@ -251,8 +251,8 @@ class UnusableFile : public RowFailures, public testing::WithParamInterface<File
     DatabaseLife::Begin(File());
   }
 
-  // The library goes on to say where a file is damaged.
-  static std::string Begun(const std::string& text) {
+  // Without the closing parentheses: SQLite appends where the file is damaged.
+  static std::string WithoutClosingParentheses(const std::string& text) {
     return text.substr(0, text.find_last_not_of(')') + 1);
   }
 
@@ -261,9 +261,9 @@ class UnusableFile : public RowFailures, public testing::WithParamInterface<File
 
 TEST_P(UnusableFile, DoesNotPreventAStart) {
   AddCards(1);
-  UseIt();
+  SwitchToUnusableFile();
   ASSERT_EQ(m_Host.Start(), 0U);
-  const std::string reason = Begun(BecauseOfTheKey(GetParam().reason));
+  const std::string reason = WithoutClosingParentheses(BecauseOfTheKey(GetParam().reason));
   EXPECT_THAT(
       m_Host.Traces(128),
       ElementsAre(
@@ -278,10 +278,10 @@ TEST_P(UnusableFile, DoesNotPreventAStart) {
 
 TEST_P(UnusableFile, DoesNotPreventAScan) {
   Run();
-  UseIt();
+  SwitchToUnusableFile();
   SetTemperature("60.0");
   ScanOnce();
-  const std::string reason = Begun(Because(GetParam().reason));
+  const std::string reason = WithoutClosingParentheses(Because(GetParam().reason));
   EXPECT_THAT(
       m_DatabaseLines,
       ElementsAre(StartsWith("Storage query exception thrown during updating " + m_Adapter +
@@ -296,15 +296,15 @@ TEST_P(UnusableFile, DoesNotPreventAScan) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, UnusableFile,
-    testing::Values(FileCase{"Folder", BlockItsFolder, "unable to open database file"},
-                    FileCase{"NoDatabase", WriteNotesIntoIt, "file is not a database"},
+    testing::Values(FileCase{"Folder", ReplaceWithFolder, "unable to open database file"},
+                    FileCase{"NoDatabase", OverwriteWithText, "file is not a database"},
                     FileCase{"Damaged", DamageIt, "database disk image is malformed: "},
                     FileCase{"ReadOnly", ForbidWritingIt, "attempt to write a readonly database",
                              true}),
     [](const testing::TestParamInfo<FileCase>& each) { return std::string(each.param.name); });
 
 // Another program that is about to write: it holds the write lock of the write-ahead log, which is
-// byte 120 of the file of its index.
+// byte 120 of the -shm file.
 class WriterElsewhere {
  public:
   explicit WriterElsewhere(const std::string& file) {
@@ -400,8 +400,8 @@ class CardStrings : public RowFailures {
     Set("card0", attribute, text);
     StartWatch();
   }
-  // The second card's rows and the plug-in's are whole.
-  void ExpectTheOthers(const Cells& adapters, const Cells& drives) {
+  // Checks the serial numbers of all rows, and that the plug-in's row is intact.
+  void ExpectSerialNumbers(const Cells& adapters, const Cells& drives) {
     EXPECT_EQ(Column(ADAPTER_ROWS, "ad_serial_number"), adapters);
     EXPECT_EQ(Column(DRIVE_ROWS, "pd_serial_number"), drives);
     EXPECT_THAT(Column(PLUGIN_ROWS, "pi_plugin_name"), ElementsAre("SanDisk-Plugin"));
@@ -410,7 +410,7 @@ class CardStrings : public RowFailures {
 
 TEST_F(CardStrings, ADoubleQuotePreventsTheRowsOfItsCard) {
   RunWith("serial_number", "S\"1");
-  ExpectTheOthers({"FA00000002"}, {"FA00000002"});
+  ExpectSerialNumbers({"FA00000002"}, {"FA00000002"});
   EXPECT_THAT(m_Host.Traces(128),
               ElementsAre(HasSubstr("during inserting Adapter () (" + m_Number + ") to db. ("),
                           HasSubstr("during inserting PD (Flash Adapter G2 (0)) to db. ("),
@@ -421,7 +421,7 @@ TEST_F(CardStrings, ADoubleQuotePreventsTheRowsOfItsCard) {
 
 TEST_F(CardStrings, ASingleQuotePreventsFindingTheDrivesRow) {
   RunWith("serial_number", "S'1");
-  ExpectTheOthers({"S'1", "FA00000002"}, {"S'1", "FA00000002"});
+  ExpectSerialNumbers({"S'1", "FA00000002"}, {"S'1", "FA00000002"});
   Set("card0", "sector_size_bytes", "4096");
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines,
@@ -434,14 +434,14 @@ TEST_F(CardStrings, ASingleQuotePreventsFindingTheDrivesRow) {
 TEST_F(CardStrings, AQuestionMarkIsOrdinaryText) {
   RunWith("serial_number", "S?1");
   ScanOnce();
-  ExpectTheOthers({"S?1", "FA00000002"}, {"S?1", "FA00000002"});
+  ExpectSerialNumbers({"S?1", "FA00000002"}, {"S?1", "FA00000002"});
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED, DRIVE_UPDATED));
 }
 
 TEST_F(CardStrings, TheWordNullIsStoredAsNullAndNotFound) {
   RunWith("serial_number", "NULL");
   ScanOnce();
-  ExpectTheOthers({"NULL", "FA00000002"}, {"NULL", "FA00000002"});
+  ExpectSerialNumbers({"NULL", "FA00000002"}, {"NULL", "FA00000002"});
   EXPECT_THAT(Query("SELECT COUNT(*) FROM host_drive_rows WHERE pd_serial_number IS NULL"),
               ElementsAre("1"));
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED));
@@ -452,12 +452,12 @@ TEST_F(CardStrings, AColumnNameBecomesItsValueAtTheNextUpdate) {
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_product"), ElementsAre("pd_vendor", "Flash Adapter G2"));
   ScanOnce();
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_product"), ElementsAre("SanDisk", "Flash Adapter G2"));
-  ExpectTheOthers({"FA00000001", "FA00000002"}, {"FA00000001", "FA00000002"});
+  ExpectSerialNumbers({"FA00000001", "FA00000002"}, {"FA00000001", "FA00000002"});
 }
 
-TEST_F(CardStrings, ADriversQuoteAffectsOnlyItsOwnRows) {
+TEST_F(CardStrings, AQuoteInTheDriverVersionAffectsOnlyTheAdaptersRow) {
   RunWith("driver_version", "3.4 \"beta\"");
-  ExpectTheOthers({"FA00000002"}, {"FA00000001", "FA00000002"});
+  ExpectSerialNumbers({"FA00000002"}, {"FA00000001", "FA00000002"});
 }
 
 }  // namespace

@@ -21,7 +21,7 @@
 namespace CorvaneTest {
 
 using Lines = std::vector<std::string>;
-using Moments = std::vector<unsigned long>;  // milliseconds since the worker's start
+using Timestamps = std::vector<unsigned long>;  // milliseconds since the worker's start
 
 // Object ids, in the order in which the first scan assigns them.
 constexpr std::uint64_t PLUGIN = 0x0130000000000000;
@@ -62,7 +62,7 @@ class WorkerFixture : public testing::Test {
   void Set(const std::string& card, const std::string& attribute, const std::string& value) {
     m_Host.Cards().Set(card, attribute, value);
   }
-  // Removes a card, and returns it.
+  // `Hide` removes a card; `Show` brings it back.
   void Hide(int card) {
     Set("card" + std::to_string(card), "device_path", "/dev/hidden" + std::to_string(card));
   }
@@ -96,12 +96,12 @@ class WorkerFixture : public testing::Test {
 
   std::size_t Scans() const { return TimesOf("4 Worker() after bscan").size(); }
   // When each scan began.
-  Moments ScanTimes() const { return TimesOf("16 Before ScanSystem()"); }
-  Moments WakeUpTimes() const { return TimesOf("4 Worker() timeout event received"); }
+  Timestamps ScanTimes() const { return TimesOf("16 Before ScanSystem()"); }
+  Timestamps WakeUpTimes() const { return TimesOf("4 Worker() timeout event received"); }
 
-  Moments TimesOf(const std::string& line) const {
+  Timestamps TimesOf(const std::string& line) const {
     const std::lock_guard<std::mutex> guard(m_Mutex);
-    Moments times;
+    Timestamps times;
     for (std::size_t i = 0; i < m_Lines.size(); ++i) {
       if (m_Lines[i] == line) times.push_back(m_LineTimes[i]);
     }
@@ -132,7 +132,7 @@ class WorkerFixture : public testing::Test {
     m_Notifications.clear();
   }
 
-  Moments Notifications() const {
+  Timestamps Notifications() const {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     return m_Notifications;
   }
@@ -143,7 +143,7 @@ class WorkerFixture : public testing::Test {
     return texts;
   }
 
-  // Only the values, choices by their names.
+  // Returns only the value; for a choice, its name.
   std::string Status(std::uint64_t adapter) { return Value(adapter, PI::Property::STATUS); }
   std::string Reasons(std::uint64_t adapter) {
     return Value(adapter, PI::Property::ADDITIONAL_STATUS);
@@ -197,16 +197,16 @@ class WorkerFixture : public testing::Test {
 
   void Await(const std::string& line, std::size_t count) {
     const std::size_t wanted = TimesOf(line).size() + count;
-    constexpr int kPatience = 100000;
-    for (int i = 0; i < kPatience && TimesOf(line).size() < wanted; ++i) Pass(10);
+    constexpr int kMaxAttempts = 100000;
+    for (int i = 0; i < kMaxAttempts && TimesOf(line).size() < wanted; ++i) Pass(10);
     ASSERT_GE(TimesOf(line).size(), wanted) << line;
     Settle();
   }
 
   mutable std::mutex m_Mutex;
   Lines m_Lines;
-  Moments m_LineTimes;
-  Moments m_Notifications;
+  Timestamps m_LineTimes;
+  Timestamps m_Notifications;
 
  protected:
   unsigned long m_Begin = 0;

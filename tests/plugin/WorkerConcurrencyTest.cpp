@@ -1,4 +1,4 @@
-// Host threads, worker and jobs at once: natively, and in many drawn schedules.
+// Host threads, worker and jobs at once: natively, and in many seeded schedules.
 
 #include <gmock/gmock.h>
 
@@ -67,8 +67,8 @@ class Busy {
   }
   // Waits until `count` events of the object have been collected.
   void AwaitSeen(std::uint64_t object, std::size_t count) {
-    constexpr int kPatience = 1000;
-    for (int i = 0; i < kPatience && Seen(object).size() < count; ++i) Pass(100);
+    constexpr int kMaxAttempts = 1000;
+    for (int i = 0; i < kMaxAttempts && Seen(object).size() < count; ++i) Pass(100);
   }
 
   // Stops the plug-in, so that no thread runs.
@@ -127,7 +127,7 @@ TEST(WorkerConcurrency, EachEventIsCollectedOnce) {
   Natively(CollectWhileWorkerAndJobsAppend);
 }
 
-TEST(WorkerConcurrency, EachEventIsCollectedOnceInEveryDrawnSchedule) {
+TEST(WorkerConcurrency, EachEventIsCollectedOnceInEverySeededSchedule) {
   InManySchedules(CollectWhileWorkerAndJobsAppend);
 }
 
@@ -158,12 +158,12 @@ TEST(WorkerConcurrency, EventsKeepTheirOrder) {
   Natively(CollectInOrder);
 }
 
-TEST(WorkerConcurrency, EventsKeepTheirOrderInEveryDrawnSchedule) {
+TEST(WorkerConcurrency, EventsKeepTheirOrderInEverySeededSchedule) {
   InManySchedules(CollectInOrder);
 }
 
 // The tree is consistent at any time: every link names an object in it.
-void ExpectWhole(const std::vector<PI::CObject>& objects) {
+void ExpectConsistentTree(const std::vector<PI::CObject>& objects) {
   std::map<std::uint64_t, const PI::CObject*> byId;
   for (const PI::CObject& object : objects) {
     EXPECT_TRUE(byId.emplace(object.m_ID, &object).second);
@@ -184,7 +184,7 @@ void ReadWhileCardsAreRemovedAndReturn(Schedule schedule) {
   std::atomic<bool> done{false};
   const auto read = [&] {
     while (!done) {
-      ExpectWhole(busy.m_Host.Topology());
+      ExpectConsistentTree(busy.m_Host.Topology());
       for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE}) busy.m_Host.Properties(id);
       busy.m_Host.Check(FIRST, PI::OP_DETACH);
       Pass(130);
@@ -206,7 +206,7 @@ TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturn) {
   Natively(ReadWhileCardsAreRemovedAndReturn);
 }
 
-TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEveryDrawnSchedule) {
+TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEverySeededSchedule) {
   InManySchedules(ReadWhileCardsAreRemovedAndReturn);
 }
 
@@ -245,7 +245,7 @@ TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallback) {
   Natively(NotifyAndOperate);
 }
 
-TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEveryDrawnSchedule) {
+TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEverySeededSchedule) {
   InManySchedules(NotifyAndOperate);
 }
 
@@ -259,7 +259,7 @@ void StopAtAnyMoment(Schedule schedule) {
   busy.m_Host.Release();
 }
 
-TEST(WorkerConcurrency, AStopEndsTheWorkerInEveryDrawnSchedule) {
+TEST(WorkerConcurrency, AStopEndsTheWorkerInEverySeededSchedule) {
   InManySchedules(StopAtAnyMoment);
 }
 

@@ -52,7 +52,7 @@ class WorkerFaults : public WorkerFixture {
     const unsigned long begin = NowMs();
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     EXPECT_EQ(NowMs() - begin, 25200U);
-    Moments waits;
+    Timestamps waits;
     for (unsigned long ms = 100; ms <= 25100; ms += 500) waits.push_back(begin + ms);
     EXPECT_THAT(TimesOf("16 Wait for termination... (Worker)"), ElementsAreArray(waits));
     EXPECT_THAT(TimesOf("16 Kill Worker"), ElementsAre(begin + 25100));
@@ -357,7 +357,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
   const unsigned long begin = NowMs();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   // The scan began at 15,024 and ends at 17,036.
-  const Moments waits = TimesOf("16 Wait for termination... (Worker)");
+  const Timestamps waits = TimesOf("16 Wait for termination... (Worker)");
   EXPECT_THAT(waits, ElementsAre(begin + 100, begin + 600, begin + 1100, begin + 1600));
   EXPECT_EQ(NowMs() - begin, 2200U);
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 0"), ElementsAre(17036U));

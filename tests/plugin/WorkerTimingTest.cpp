@@ -18,8 +18,8 @@ struct Rhythm {
   const char* pollInterval;
   int cards;
   bool masks;  // without them a quick poll takes no time
-  Moments wakeUps;
-  Moments scans;  // the wake-ups with a scan
+  Timestamps wakeUps;
+  Timestamps scans;  // the wake-ups with a scan
 };
 
 void PrintTo(const Rhythm& rhythm, std::ostream* stream) {
@@ -29,7 +29,7 @@ void PrintTo(const Rhythm& rhythm, std::ostream* stream) {
 // A wake-up comes a third of the interval after the end of the previous one. The third is late by
 // the time of the two quick polls, so the interval has elapsed. If the polls take no time, the
 // third comes exactly at the interval, which is not yet enough, and the fourth scans.
-const Rhythm RHYTHMS[] = {
+const Rhythm TIMINGS[] = {
     {"Default", "15", 1, true, {5000, 10012, 15024, 20036, 25048, 30060}, {15024, 30060}},
     {"DefaultNoTimeForAPoll",
      "15",
@@ -46,13 +46,13 @@ const Rhythm RHYTHMS[] = {
      {666, 1332, 1998, 2664, 3330, 3996, 4662, 5328},
      {2664, 5328}},
     {"ThirdsAreWhole", "3", 1, false, {1000, 2000, 3000, 4000, 5000}, {4000}},
-    {"ThirdsAreCutDown", "16", 1, false, {5333, 10666, 15999, 21332}, {21332}},
+    {"ThirdsAreRoundedDown", "16", 1, false, {5333, 10666, 15999, 21332}, {21332}},
     {"Longest", "255", 1, true, {85000, 170012, 255024}, {255024}},
 };
 
-class EachRhythm : public WorkerTiming, public testing::WithParamInterface<Rhythm> {};
+class EachPollInterval : public WorkerTiming, public testing::WithParamInterface<Rhythm> {};
 
-TEST_P(EachRhythm, PollsEveryThirdAndScansEveryWholeInterval) {
+TEST_P(EachPollInterval, PollsEveryThirdAndScansEveryWholeInterval) {
   AddCards(GetParam().cards);
   if (!GetParam().masks) WithoutMasks("card0");
   StartWatch(GetParam().pollInterval);
@@ -61,7 +61,7 @@ TEST_P(EachRhythm, PollsEveryThirdAndScansEveryWholeInterval) {
   EXPECT_THAT(ScanTimes(), ElementsAreArray(GetParam().scans));
 }
 
-INSTANTIATE_TEST_SUITE_P(Intervals, EachRhythm, testing::ValuesIn(RHYTHMS),
+INSTANTIATE_TEST_SUITE_P(Intervals, EachPollInterval, testing::ValuesIn(TIMINGS),
                          [](const auto& each) { return std::string(each.param.name); });
 
 TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {

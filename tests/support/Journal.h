@@ -26,7 +26,7 @@
 
 namespace CorvaneTest {
 
-// Standard output goes into a file while the object lives.
+// Redirects standard output to a file during its lifetime.
 class PrintedText {
  public:
   explicit PrintedText(std::filesystem::path file) : m_File(std::move(file)) {
@@ -44,7 +44,7 @@ class PrintedText {
   PrintedText(const PrintedText&) = delete;
   PrintedText& operator=(const PrintedText&) = delete;
 
-  // What has come since the last call.
+  // The text printed since the last call.
   std::string Next() {
     std::fflush(stdout);
     std::ifstream file(m_File);
@@ -60,9 +60,9 @@ class PrintedText {
   std::size_t m_Read = 0;
 };
 
-// Made by the thread of the test while no statement runs, and destroyed before the host.
+// Construct it on the test's thread while no statement runs; destroy it before the host.
 //
-// An entry is what it is and which of the plug-in's locks its thread held, data and events:
+// An entry begins with the plug-in's locks that its thread held (d data, e events), then its kind:
 // "-- trace 2 ENTER Attach(/dev/fct0)", "d- call vsl_open card#1", "de sql UPDATE host_drive_rows",
 // "-- notify", "-- print Corvane:  Initialize:  adapter count is 1", "-- event 10984".
 class Journal {
@@ -81,7 +81,7 @@ class Journal {
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
-  // From here on. Forgets the card library's calls too; failures of them are ordered afterwards.
+  // Starts recording. Also resets the card library's log and failures; call `FailCall` afterwards.
   void Begin() {
     CardSim::Reset();
     CardSim::SetHook([this](const CardSim::Call& call) {
@@ -122,7 +122,7 @@ class Journal {
     m_Entries.push_back({locks + " " + text, isOwn});
   }
 
-  // What `observe` gives becomes an entry whenever it has changed. It is asked before each call and
+  // A changed result of `observe` becomes an entry. `observe` is called before each call and
   // each statement, on that thread, and may call the plug-in: its locks can be taken again.
   void Observe(std::function<std::string()> observe) {
     m_Observing = true;
@@ -167,7 +167,7 @@ class Journal {
   std::vector<std::string> Entries() const {
     return Select([](const Entry&) { return true; });
   }
-  // Those of the plug-in's threads only.
+  // Only the entries of the plug-in's threads.
   std::vector<std::string> PluginEntries() const {
     return Select([](const Entry& entry) { return !entry.m_IsOwn; });
   }

@@ -1,5 +1,5 @@
-// Memory that runs out on demand, for the calling thread. A program that links it has its operator
-// new replaced, also for the libraries that it loads.
+// Makes memory allocations of the calling thread fail on demand. Linking it replaces operator new,
+// also for the libraries that the program loads.
 #pragma once
 
 namespace CorvaneTest {

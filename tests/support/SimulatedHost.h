@@ -36,8 +36,8 @@ class SimulatedHost {
   std::string AddCard(std::uint16_t deviceId = 0x1003);
   void RefreshPciBus();
 
-  // createIf; createIf and Initialize; both and SetAdapterIDs with numbers from 1. Each returns the
-  // result of the last command.
+  // Calls createIf; `Initialize` adds Initialize, and `Start` SetAdapterIDs with numbers from 1.
+  // Each returns the result of the last command.
   unsigned int Create();
   unsigned int Initialize();
   unsigned int Start();
@@ -60,7 +60,7 @@ class SimulatedHost {
   PI::CObject ObjectOf(std::uint64_t id);
 
   std::vector<PI::CProperty> Properties(std::uint64_t id);
-  // Returns the result of the command, and sets `property` if it is 0.
+  // Returns the result of the command. Sets `property` only if that result is 0.
   unsigned int Property(std::uint64_t id, std::uint32_t propertyId, PI::CProperty& property);
   unsigned int SetPollInterval(int value, int minimum = 2, int maximum = 255);
   std::vector<PI::COperation> Operations(std::uint64_t id);

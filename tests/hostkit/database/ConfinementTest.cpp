@@ -189,7 +189,7 @@ TEST_F(Confinement, ConfinesTriggersOfTheRows) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// A product of many rows with themselves would take years.
+// A cross join of eight copies of the table would take years.
 TEST_F(Confinement, AbortsAStatementThatTakesTooLong) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   const char* const product =
@@ -203,7 +203,7 @@ TEST_F(Confinement, AbortsAStatementThatTakesTooLong) {
   ExpectUnharmed("a long statement");
 }
 
-// The time to compile them doubles with each level.
+// Nested queries whose compile time doubles with each level.
 std::string DoublingQueries(int levels) {
   std::string sql = "WITH q0 AS (SELECT 1 AS v)";
   for (int level = 1; level <= levels; ++level) {
@@ -214,20 +214,20 @@ std::string DoublingQueries(int levels) {
   return sql + " SELECT v FROM q" + std::to_string(levels);
 }
 
-TEST_F(Confinement, RejectsQueriesThatDouble) {
+TEST_F(Confinement, RejectsQueriesThatGrowExponentially) {
   EXPECT_EQ(FailureOf(DoublingQueries(3)), "");
   EXPECT_EQ(FailureOf(DoublingQueries(18)), "out of memory");
   EXPECT_EQ(FailureOf(DoublingQueries(40)), "out of memory");
   ExpectUnharmed("queries that double");
 }
 
-// The compiler compares each alternative with many others.
-std::string ManyAlternatives(const std::vector<std::string>& columns, std::size_t count) {
+// SQLite's query planner compares each OR term with many others.
+std::string ManyOrTerms(const std::vector<std::string>& columns, std::size_t count) {
   std::vector<std::string> terms;
   for (std::size_t i = 0; i < count; ++i) {
     terms.push_back(columns[i % columns.size()] + " = " + std::to_string(i));
   }
-  // In pairs of pairs: an expression may not be a thousand deep.
+  // As a balanced tree: SQLite limits the depth of an expression.
   while (terms.size() > 1) {
     std::vector<std::string> pairs;
     for (std::size_t i = 0; i < terms.size(); i += 2) {
@@ -239,16 +239,16 @@ std::string ManyAlternatives(const std::vector<std::string>& columns, std::size_
   return "SELECT ID FROM host_adapter_rows WHERE " + terms.front();
 }
 
-TEST_F(Confinement, RejectsAStatementOfTooManyWords) {
+TEST_F(Confinement, RejectsAStatementWithTooManyTokens) {
   std::istringstream names(
       OtherProgram(File()).Run("SELECT name FROM pragma_table_info('host_adapter_rows')"));
   const std::vector<std::string> columns{std::istream_iterator<std::string>(names), {}};
   ASSERT_EQ(columns.size(), 149U);
-  EXPECT_EQ(FailureOf(ManyAlternatives(columns, 2'000)), "");
-  EXPECT_EQ(FailureOf(ManyAlternatives(columns, 45'000)), "a statement contains too many words");
+  EXPECT_EQ(FailureOf(ManyOrTerms(columns, 2'000)), "");
+  EXPECT_EQ(FailureOf(ManyOrTerms(columns, 45'000)), "a statement contains too many tokens");
   EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'381, '.') + "\""), "");
   EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'382, '.') + "\""),
-            "a statement contains too many words");
+            "a statement contains too many tokens");
   ExpectUnharmed("many alternatives");
 }
 
@@ -260,7 +260,7 @@ TEST_F(Confinement, LimitsTheQueriesOfACall) {
   EXPECT_EQ(FailureOf(sql), "");
 }
 
-// Rows are sorted in memory, and 27 million rows of a kilobyte exceed its limit.
+// Rows are sorted in memory, and 27 million rows of a kilobyte exceed the memory limit.
 TEST_F(Confinement, LimitsTheMemoryOfSorting) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1000, 'x') + "\"");
