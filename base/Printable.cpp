@@ -4,6 +4,7 @@
 #include <array>
 #include <boost/locale/utf.hpp>
 #include <cstdio>
+#include <optional>
 
 namespace Base {
 
@@ -46,18 +47,28 @@ std::string JsonEscape(Utf::code_point letter) {
   return letter == '\n' ? "\n" : Escaped("\\u%04x", letter);
 }
 
+// The character at `at`, which moves past it. Empty for a byte that begins no valid character; then
+// `at` moves by one.
+std::optional<Utf::code_point> Next(std::string_view::iterator& at,
+                                    std::string_view::iterator end) {
+  const auto begin = at;
+  const Utf::code_point letter = Utf::utf_traits<char>::decode(at, end);
+  if (letter != Utf::illegal && letter != Utf::incomplete) return letter;
+  at = begin + 1;
+  return std::nullopt;
+}
+
 template <class Escape>
 std::string Replace(std::string_view text, Escape escape) {
   std::string result;
   result.reserve(text.size());
   for (auto at = text.begin(); at != text.end();) {
     const auto begin = at;
-    const Utf::code_point letter = Utf::utf_traits<char>::decode(at, text.end());
-    if (letter == Utf::illegal || letter == Utf::incomplete) {
-      at = begin + 1;
+    const auto letter = Next(at, text.end());
+    if (!letter) {
       result += Escaped("\\x%02x", static_cast<unsigned char>(*begin));
-    } else if (IsUnprintable(letter)) {
-      result += escape(letter);
+    } else if (IsUnprintable(*letter)) {
+      result += escape(*letter);
     } else {
       result.append(begin, at);
     }
@@ -73,6 +84,13 @@ std::string Printable(std::string_view text) {
 
 std::string PrintableJson(std::string_view json) {
   return Replace(json, JsonEscape);
+}
+
+bool IsUtf8(std::string_view text) {
+  for (auto at = text.begin(); at != text.end();) {
+    if (!Next(at, text.end())) return false;
+  }
+  return true;
 }
 
 }  // namespace Base

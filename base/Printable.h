@@ -17,4 +17,7 @@ std::string Printable(std::string_view text);
 // an invalid byte becomes \xff, which JSON does not have.
 std::string PrintableJson(std::string_view json);
 
+// Whether all of `text` is valid UTF-8. Control characters and NUL are valid.
+bool IsUtf8(std::string_view text);
+
 }  // namespace Base

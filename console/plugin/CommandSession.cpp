@@ -1,0 +1,134 @@
+#include "console/plugin/CommandSession.h"
+
+#include <utility>
+
+#include "console/base/Failure.h"
+#include "console/base/StopSignals.h"
+
+namespace Console {
+namespace {
+
+Failure TimeoutFailure(const char* advice) {
+  return Failure(
+      ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond",
+      std::vector<std::string>{"A card or its driver may be hung; check the kernel log.", advice});
+}
+
+// The record of the reply, if the command got one.
+template <class Record>
+std::uint32_t Take(std::optional<PluginReply> reply, Record& record) {
+  record = std::get<Record>(std::move(reply->m_Payload));
+  return reply->m_Result;
+}
+
+}  // namespace
+
+void CommandSession::ThrowReadTimeout() {
+  if (IsStopRequested()) throw Stopped("interrupted; the plug-in does not respond");
+  throw TimeoutFailure("If it is only slow, pass a longer --timeout.");
+}
+
+// The host's numbers count from 1; people see them in the adapters' names.
+void CommandSession::Start() {
+  std::vector<PI::CAdapterID> adapters;
+  const auto begin = std::chrono::steady_clock::now();
+  const std::uint32_t result = Read(PI::CMD_INITIALIZE, 0, adapters);
+  m_StartDuration = std::chrono::steady_clock::now() - begin;
+  if (result == PI::ERR_NO_SUPPORTED_HARDWARE) return;
+  if (result != PI::SUCCESS) throw PluginFailure("cannot start the plug-in", result);
+  m_HasCards = true;
+  for (PI::CAdapterID& adapter : adapters) {
+    adapter.m_GlobalNumber = static_cast<std::int32_t>(adapter.m_AdapterNumber) + 1;
+  }
+  const std::uint32_t numbered = Read(PI::CMD_SET_ADAPTER_IDS, 0, adapters);
+  if (numbered != PI::SUCCESS) throw PluginFailure("cannot assign adapter numbers", numbered);
+}
+
+void CommandSession::CollectPendingEvents() noexcept {
+  try {
+    if (m_PluginID != 0) CollectEvents();
+  } catch (const std::exception&) {
+  }
+}
+
+template <class Record>
+std::uint32_t CommandSession::Read(PI::_COMMAND command, std::uint64_t object, Record& record) {
+  auto reply = Call({command, object, std::move(record)}, m_Limits.ForCall(), OnStop::Abandon);
+  if (reply) return Take(std::move(reply), record);
+  Abandon();
+  ThrowReadTimeout();
+}
+
+template <class Record>
+std::uint32_t CommandSession::Change(PI::_COMMAND command, std::uint64_t object, Record& record,
+                                     const Deadline& deadline) {
+  auto reply = Call({command, object, std::move(record)}, deadline, OnStop::Continue);
+  if (reply) return Take(std::move(reply), record);
+  Abandon();
+  throw TimeoutFailure("The command may still take effect; check with show.");
+}
+
+template <class Record>
+Record CommandSession::Require(const char* what, PI::_COMMAND command, std::uint64_t object,
+                               Record record) {
+  const std::uint32_t result = Read(command, object, record);
+  if (result != PI::SUCCESS) throw PluginFailure(what, result);
+  return record;
+}
+
+std::vector<PI::CObject> CommandSession::Topology() {
+  auto objects =
+      Require<std::vector<PI::CObject>>("cannot read the topology", PI::CMD_GET_TOPOLOGY, 0);
+  if (!objects.empty()) m_PluginID = objects.front().m_ID;
+  m_EventHistory.RememberObjects(objects);
+  return objects;
+}
+
+std::vector<PI::CProperty> CommandSession::Properties(std::uint64_t object) {
+  return Require<std::vector<PI::CProperty>>("cannot read properties", PI::CMD_GET_PROPERTIES,
+                                             object);
+}
+
+std::vector<PI::CProperty> CommandSession::Property(std::uint64_t object, std::uint32_t property) {
+  PI::CProperty record(static_cast<PI::_PROPERTY_ID>(property), false);
+  const std::uint32_t result = Read(PI::CMD_GET_PROPERTY, object, record);
+  if (result == PI::ERR_GENERAL) return {};
+  if (result != PI::SUCCESS) throw PluginFailure("cannot read a property", result);
+  return {record};
+}
+
+std::uint32_t CommandSession::SetProperty(std::uint64_t object, PI::CProperty& property) {
+  return Change(PI::CMD_SET_PROPERTY, object, property, Deadline(m_Limits.m_Call));
+}
+
+std::vector<PI::COperation> CommandSession::Operations(std::uint64_t object) {
+  return Require<std::vector<PI::COperation>>("cannot read operations", PI::CMD_GET_OPERATIONS,
+                                              object);
+}
+
+std::uint32_t CommandSession::CheckOperation(std::uint64_t object, PI::COperation& operation) {
+  return Read(PI::CMD_CHECK_OPERATION, object, operation);
+}
+
+// A format takes as long as the card needs.
+std::uint32_t CommandSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
+  m_HasChanged = true;
+  const bool isFormat = operation.m_OperationID == PI::OP_FORMAT_DEVICE;
+  return Change(PI::CMD_EXECUTE_OPERATION, object, operation,
+                Deadline(isFormat ? m_Limits.m_Format : m_Limits.m_Call));
+}
+
+// The plug-in object is always the first of the topology. An event may be about a card that was
+// added since the last reading, or be the last one about a removed card.
+std::vector<LoggedEvent> CommandSession::CollectEvents() {
+  if (m_PluginID == 0) Topology();
+  if (m_PluginID == 0) return {};
+  PI::COperation operation;
+  operation.m_OperationID = PI::OP_GET_EVENTS;
+  const std::vector<PI::CEvent> events =
+      Require("cannot collect events", PI::CMD_EXECUTE_OPERATION, m_PluginID, operation).m_Events;
+  if (!m_EventHistory.KnowsAll(events)) Topology();
+  return m_EventHistory.Record(events);
+}
+
+}  // namespace Console

@@ -1,0 +1,74 @@
+// A session whose plug-in is reached by commands, in this process or in another one.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "console/base/CallWithTimeout.h"
+#include "console/base/Deadline.h"
+#include "console/plugin/EventHistory.h"
+#include "console/plugin/PluginCommand.h"
+#include "console/plugin/Session.h"
+#include "console/plugin/TimeLimits.h"
+
+namespace Console {
+
+// Translates the members of a session into commands; a derived class carries them out.
+class CommandSession : public Session {
+ public:
+  bool HasCards() const override { return m_HasCards; }
+  std::chrono::duration<double> StartDuration() const override { return m_StartDuration; }
+  void SetDeadline(const Deadline& deadline) override { m_Limits.m_Total = deadline; }
+  std::vector<PI::CObject> Topology() override;
+  std::vector<PI::CProperty> Properties(std::uint64_t object) override;
+  std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
+  std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) override;
+  std::vector<PI::COperation> Operations(std::uint64_t object) override;
+  std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) override;
+  std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
+  std::vector<LoggedEvent> CollectEvents() override;
+
+ protected:
+  // The history must outlive the session.
+  CommandSession(EventHistory& eventHistory, const TimeLimits& limits)
+      : m_EventHistory(eventHistory), m_Limits(limits) {}
+
+  // Carries out one command. Empty if the plug-in has not answered in time; the session then calls
+  // `Abandon` and throws.
+  virtual std::optional<PluginReply> Call(PluginCommand command, const Deadline& deadline,
+                                          OnStop onStop) = 0;
+  // Stops using a plug-in that does not answer. Later calls may fail at once.
+  virtual void Abandon() = 0;
+
+  // Initializes the plug-in and numbers its adapters. Throws `Failure`; finding no card is not a
+  // failure.
+  void Start();
+  // Collects the events that are pending at the end. The result does not depend on them, so errors
+  // are ignored.
+  void CollectPendingEvents() noexcept;
+
+  // For a read without an answer in time, or after a stop signal.
+  [[noreturn]] static void ThrowReadTimeout();
+
+  const TimeLimits& Limits() const { return m_Limits; }
+  // Whether a job of the plug-in may be running.
+  bool HasChanged() const { return m_HasChanged; }
+
+ private:
+  template <class Record>
+  std::uint32_t Read(PI::_COMMAND command, std::uint64_t object, Record& record);
+  template <class Record>
+  Record Require(const char* what, PI::_COMMAND command, std::uint64_t object, Record record = {});
+  template <class Record>
+  std::uint32_t Change(PI::_COMMAND command, std::uint64_t object, Record& record,
+                       const Deadline& deadline);
+
+  EventHistory& m_EventHistory;
+  TimeLimits m_Limits;
+  bool m_HasChanged = false;
+  std::uint64_t m_PluginID = 0;  // 0: not known yet
+  bool m_HasCards = false;
+  std::chrono::duration<double> m_StartDuration{0};
+};
+
+}  // namespace Console

@@ -1,0 +1,68 @@
+#include "console/plugin/PluginCommand.h"
+
+#include <string>
+#include <utility>
+
+namespace Console {
+namespace {
+
+template <class Record>
+Payload Empty() {
+  return Payload(Record());
+}
+
+Payload EmptyProperty() {
+  return Payload(PI::CProperty(static_cast<PI::_PROPERTY_ID>(0), false));
+}
+
+using AdapterIDs = std::vector<PI::CAdapterID>;
+using Objects = std::vector<PI::CObject>;
+using Properties = std::vector<PI::CProperty>;
+using Operations = std::vector<PI::COperation>;
+
+constexpr CommandRow kCommands[] = {
+    {PI::CMD_INITIALIZE, "INITIALIZE", Empty<AdapterIDs>},
+    {PI::CMD_SET_ADAPTER_IDS, "SET_ADAPTER_IDS", Empty<AdapterIDs>},
+    {PI::CMD_DEINITIALIZE, "DEINITIALIZE", Empty<std::monostate>},
+    {PI::CMD_GET_TOPOLOGY, "GET_TOPOLOGY", Empty<Objects>},
+    {PI::CMD_GET_PROPERTIES, "GET_PROPERTIES", Empty<Properties>},
+    {PI::CMD_GET_PROPERTY, "GET_PROPERTY", EmptyProperty},
+    {PI::CMD_SET_PROPERTY, "SET_PROPERTY", EmptyProperty},
+    {PI::CMD_GET_OPERATIONS, "GET_OPERATIONS", Empty<Operations>},
+    {PI::CMD_CHECK_OPERATION, "CHECK_OPERATION", Empty<PI::COperation>},
+    {PI::CMD_EXECUTE_OPERATION, "EXECUTE_OPERATION", Empty<PI::COperation>},
+};
+
+void* PointerTo(std::monostate&) {
+  return nullptr;
+}
+
+template <class Record>
+void* PointerTo(Record& record) {
+  return &record;
+}
+
+}  // namespace
+
+const CommandRow* FindCommand(std::uint32_t command) {
+  for (const CommandRow& row : kCommands) {
+    if (row.m_Command == command) return &row;
+  }
+  return nullptr;
+}
+
+const CommandRow* FindCommand(const std::string& name) {
+  for (const CommandRow& row : kCommands) {
+    if (row.m_Name == name) return &row;
+  }
+  return nullptr;
+}
+
+PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command) {
+  void* const payload =
+      std::visit([](auto& record) { return PointerTo(record); }, command.m_Payload);
+  const unsigned int result = plugin.Execute(command.m_Command, command.m_Object, payload);
+  return {result, std::move(command.m_Payload)};
+}
+
+}  // namespace Console

@@ -1,0 +1,327 @@
+#include "console/plugin/RecordJson.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "base/Printable.h"
+#include "console/plugin/RecordFields.h"
+
+namespace Console {
+namespace {
+
+using Json = nlohmann::json;
+
+// An operation may contain objects, which contain operations. No host nests them further.
+constexpr int kDeepest = 16;
+
+// Where a value is, for messages.
+struct Place {
+  std::string m_Path;
+  int m_Depth = 0;
+
+  Place Field(const std::string& name) const {
+    return {m_Path.empty() ? name : m_Path + "." + name, m_Depth + 1};
+  }
+  Place Element(std::size_t index) const {
+    return {fmt::format("{}[{}]", m_Path, index), m_Depth + 1};
+  }
+};
+
+[[noreturn]] void Reject(const Place& place, const std::string& why) {
+  throw RecordError(fmt::format("{}: {}", place.m_Path.empty() ? "document" : place.m_Path, why));
+}
+
+template <class Record, class = void>
+struct IsRecord : std::false_type {};
+template <class Record>
+struct IsRecord<Record, std::void_t<decltype(sizeof(RecordFields<Record>))>> : std::true_type {};
+
+template <class Record>
+Record MakeDefault() {
+  return Record();
+}
+
+template <>
+PI::CProperty MakeDefault() {
+  return PI::CProperty(static_cast<PI::_PROPERTY_ID>(0), false);
+}
+
+Json Write(bool value) {
+  return value;
+}
+
+template <class Number>
+std::enable_if_t<std::is_integral_v<Number> || std::is_enum_v<Number>, Json> Write(Number value) {
+  if constexpr (std::is_enum_v<Number>) {
+    return static_cast<std::underlying_type_t<Number>>(value);
+  } else {
+    return value;
+  }
+}
+
+Json Write(float value) {
+  if (std::isnan(value)) return "nan";
+  if (std::isinf(value)) return value > 0 ? "inf" : "-inf";
+  return value;
+}
+
+Json Write(const std::string& text) {
+  if (Base::IsUtf8(text)) return text;
+  std::string digits;
+  for (const char each : text) digits += fmt::format("{:02x}", static_cast<unsigned char>(each));
+  return Json{{"hex", std::move(digits)}};
+}
+
+template <class Record>
+std::enable_if_t<IsRecord<Record>::value, Json> Write(const Record& record);
+
+template <class List>
+Json WriteList(const List& list) {
+  Json json = Json::array();
+  for (const auto& each : list) json.push_back(Write(each));
+  return json;
+}
+
+template <class Element>
+Json Write(const std::vector<Element>& list) {
+  return WriteList(list);
+}
+
+template <class Element, std::size_t size>
+Json Write(const std::array<Element, size>& list) {
+  return WriteList(list);
+}
+
+template <class Record>
+Json WriteAllFields(const Record& record) {
+  Json json = Json::object();
+  RecordFields<Record>::Visit(
+      record, [&json](const char* name, const auto& member) { json[name] = Write(member); });
+  return json;
+}
+
+template <class Record>
+std::enable_if_t<IsRecord<Record>::value, Json> Write(const Record& record) {
+  static const Json defaults = WriteAllFields(MakeDefault<Record>());
+  Json json = Json::object();
+  RecordFields<Record>::Visit(record, [&json](const char* name, const auto& member) {
+    Json value = Write(member);
+    if (value != defaults[name]) json[name] = std::move(value);
+  });
+  return json;
+}
+
+void Read(const Json& json, bool& value, const Place& place) {
+  if (!json.is_boolean()) Reject(place, "expected true or false");
+  value = json.get<bool>();
+}
+
+template <class Number>
+[[noreturn]] void RejectRange(const Place& place) {
+  Reject(place, fmt::format("expected an integer from {} to {}", std::numeric_limits<Number>::min(),
+                            std::numeric_limits<Number>::max()));
+}
+
+template <class Number>
+std::enable_if_t<std::is_integral_v<Number>> Read(const Json& json, Number& value,
+                                                  const Place& place) {
+  using Limits = std::numeric_limits<Number>;
+  if (!json.is_number_integer()) RejectRange<Number>(place);
+  const bool isNegative = !json.is_number_unsigned() && json.get<std::int64_t>() < 0;
+  const bool fits = isNegative
+                        ? json.get<std::int64_t>() >= static_cast<std::int64_t>(Limits::min())
+                        : json.get<std::uint64_t>() <= static_cast<std::uint64_t>(Limits::max());
+  if (!fits || (isNegative && std::is_unsigned_v<Number>)) RejectRange<Number>(place);
+  value = json.get<Number>();
+}
+
+template <class Number>
+std::enable_if_t<std::is_enum_v<Number>> Read(const Json& json, Number& value, const Place& place) {
+  std::underlying_type_t<Number> number = 0;
+  Read(json, number, place);
+  value = static_cast<Number>(number);
+}
+
+void Read(const Json& json, float& value, const Place& place) {
+  static const std::pair<const char*, float> special[] = {
+      {"nan", std::numeric_limits<float>::quiet_NaN()},
+      {"inf", std::numeric_limits<float>::infinity()},
+      {"-inf", -std::numeric_limits<float>::infinity()}};
+  for (const auto& [name, number] : special) {
+    if (json == name) {
+      value = number;
+      return;
+    }
+  }
+  const double number = json.is_number() ? json.get<double>() : HUGE_VAL;
+  if (std::abs(number) > static_cast<double>(std::numeric_limits<float>::max())) {
+    Reject(place, "expected a number of 32 bits, \"nan\", \"inf\" or \"-inf\"");
+  }
+  value = static_cast<float>(number);
+}
+
+int HexDigit(char digit) {
+  static const std::string digits = "0123456789abcdef";
+  const auto position = digits.find(digit);
+  return position == std::string::npos ? -1 : static_cast<int>(position);
+}
+
+bool ReadHex(const std::string& digits, std::string& text) {
+  if (digits.size() % 2 != 0) return false;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    const int high = HexDigit(digits[i]);
+    const int low = HexDigit(digits[i + 1]);
+    if (high < 0 || low < 0) return false;
+    text += static_cast<char>(high * 16 + low);
+  }
+  return true;
+}
+
+void Read(const Json& json, std::string& text, const Place& place) {
+  if (json.is_string()) {
+    text = json.get<std::string>();
+    return;
+  }
+  const bool isHex =
+      json.is_object() && json.size() == 1 && json.contains("hex") && json["hex"].is_string();
+  text.clear();
+  if (!isHex || !ReadHex(json["hex"].get<std::string>(), text)) {
+    Reject(place, "expected a text or {\"hex\": \"pairs of lower-case digits\"}");
+  }
+}
+
+template <class Record>
+std::enable_if_t<IsRecord<Record>::value> Read(const Json& json, Record& record,
+                                               const Place& place);
+
+template <class Element>
+void Read(const Json& json, std::vector<Element>& list, const Place& place) {
+  if (!json.is_array()) Reject(place, "expected a list");
+  list.clear();
+  for (const Json& each : json) {
+    list.push_back(MakeDefault<Element>());
+    Read(each, list.back(), place.Element(list.size() - 1));
+  }
+}
+
+template <class Element, std::size_t size>
+void Read(const Json& json, std::array<Element, size>& list, const Place& place) {
+  if (!json.is_array() || json.size() != size) {
+    Reject(place, fmt::format("expected a list of {}", size));
+  }
+  for (std::size_t i = 0; i < size; ++i) Read(json[i], list[i], place.Element(i));
+}
+
+// Rejects the first name of the object that was not used.
+void RequireKnown(const Json& json, const std::vector<std::string>& known, const Place& place) {
+  for (const auto& [name, value] : json.items()) {
+    if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+    Reject(place, fmt::format("unknown field {}", Base::Printable(name)));
+  }
+}
+
+template <class Record>
+std::enable_if_t<IsRecord<Record>::value> Read(const Json& json, Record& record,
+                                               const Place& place) {
+  if (!json.is_object()) Reject(place, "expected an object");
+  if (place.m_Depth > kDeepest) Reject(place, "nested too deeply");
+  std::vector<std::string> known;
+  RecordFields<Record>::Visit(record, [&](const char* name, auto& member) {
+    known.push_back(name);
+    const auto found = json.find(name);
+    if (found != json.end()) Read(*found, member, place.Field(name));
+  });
+  RequireKnown(json, known, place);
+}
+
+Json Write(const std::monostate&) {
+  return nullptr;
+}
+
+void Read(const Json& json, std::monostate&, const Place& place) {
+  if (!json.is_null()) Reject(place, "expected null");
+}
+
+Json WritePayload(const Payload& payload) {
+  return std::visit([](const auto& record) { return Write(record); }, payload);
+}
+
+Payload ReadPayload(const Json& json, const CommandRow& row) {
+  Payload payload = row.m_EmptyPayload();
+  const auto found = json.find("payload");
+  if (found == json.end()) return payload;
+  const Place place = {"payload", 0};
+  std::visit([&](auto& record) { Read(*found, record, place); }, payload);
+  return payload;
+}
+
+void RequireObject(const Json& json, const std::vector<std::string>& known) {
+  if (!json.is_object()) Reject({}, "expected an object");
+  RequireKnown(json, known, {});
+}
+
+template <class Number>
+Number RequiredNumber(const Json& json, const char* name) {
+  Number number = 0;
+  Read(json.contains(name) ? json[name] : Json(), number, {name, 0});
+  return number;
+}
+
+const CommandRow& RequiredCommand(const Json& json) {
+  const auto found = json.find("command");
+  const bool isText = found != json.end() && found->is_string();
+  const CommandRow* row = isText ? FindCommand(found->get<std::string>()) : nullptr;
+  if (row == nullptr) Reject({"command", 0}, "expected the name of a command");
+  return *row;
+}
+
+}  // namespace
+
+Json ToJson(const PluginCommand& command) {
+  const CommandRow* const row = FindCommand(command.m_Command);
+  if (row == nullptr) throw RecordError(fmt::format("command: no row for {}", command.m_Command));
+  return {{"command", row->m_Name},
+          {"object", command.m_Object},
+          {"payload", WritePayload(command.m_Payload)}};
+}
+
+PluginCommand CommandFromJson(const Json& json) {
+  RequireObject(json, {"command", "object", "payload"});
+  const CommandRow& row = RequiredCommand(json);
+  PluginCommand command;
+  command.m_Command = row.m_Command;
+  if (json.contains("object")) command.m_Object = RequiredNumber<std::uint64_t>(json, "object");
+  command.m_Payload = ReadPayload(json, row);
+  return command;
+}
+
+Json ToJson(const PluginReply& reply) {
+  return {{"result", reply.m_Result}, {"payload", WritePayload(reply.m_Payload)}};
+}
+
+PluginReply ReplyFromJson(PI::_COMMAND command, const Json& json) {
+  const CommandRow* const row = FindCommand(command);
+  if (row == nullptr) throw RecordError(fmt::format("command: no row for {}", command));
+  RequireObject(json, {"result", "payload"});
+  return {RequiredNumber<std::uint32_t>(json, "result"), ReadPayload(json, *row)};
+}
+
+Json ToJson(const PI::CEvent& event) {
+  return Write(event);
+}
+
+PI::CEvent EventFromJson(const Json& json) {
+  PI::CEvent event;
+  Read(json, event, {});
+  return event;
+}
+
+}  // namespace Console

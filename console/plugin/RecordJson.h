@@ -1,0 +1,38 @@
+// The plug-in interface's records as JSON: what crosses a process boundary.
+//
+// Fields have the names of `docs/records.md`. A field that has its default is left out; a decoded
+// record has the default for each field that is missing. Texts that are not UTF-8 are
+// {"hex": "41ff"}, numbers that are not finite the texts "nan", "inf" and "-inf". From any thread.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+
+#include "console/plugin/PluginCommand.h"
+
+namespace Console {
+
+// JSON that is not the record that it should be. The text names the place: "payload[2].units:
+// expected a number from 0 to 4294967295".
+class RecordError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// {"command": "GET_PROPERTY", "object": 7, "payload": ...}.
+nlohmann::json ToJson(const PluginCommand& command);
+// Throws `RecordError`.
+PluginCommand CommandFromJson(const nlohmann::json& json);
+
+// {"result": 0, "payload": ...}.
+nlohmann::json ToJson(const PluginReply& reply);
+// The reply to `command`; throws `RecordError`.
+PluginReply ReplyFromJson(PI::_COMMAND command, const nlohmann::json& json);
+
+// An event alone.
+nlohmann::json ToJson(const PI::CEvent& event);
+// Throws `RecordError`.
+PI::CEvent EventFromJson(const nlohmann::json& json);
+
+}  // namespace Console

@@ -1,0 +1,315 @@
+// What crosses a process boundary arrives as it was sent.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "console/plugin/RecordJson.h"
+
+namespace {
+
+using Console::CommandFromJson;
+using Console::EventFromJson;
+using Console::PluginCommand;
+using Console::PluginReply;
+using Console::RecordError;
+using Console::ReplyFromJson;
+using Console::ToJson;
+using nlohmann::json;
+
+PI::CProperty NewProperty() {
+  return PI::CProperty(static_cast<PI::_PROPERTY_ID>(0), false);
+}
+
+// Each field differs from its default and from all others of its type.
+json EveryPropertyField() {
+  return json::parse(R"({
+    "property_id": 30001, "name_id": 30002, "visible": 3, "sort_key": 4, "indicator": 5,
+    "value_type": 6, "format": 7, "units": 8, "units_fixed": false, "writable": true,
+    "choice": {"value": -9, "allowed": [-10, 11]}, "string": {"text": "twelve"},
+    "integer": -13, "minimum": -14, "maximum": 15, "step": 16,
+    "number": 18446744073709551615, "float": 1.5, "bool": true,
+    "multi_value": {"values": [17], "allowed": [18, 19]}, "multi_long": {"values": [-20]},
+    "xml": {"document": "<x/>"}, "multi_string": {"texts": ["a", ""]}})");
+}
+
+PI::CProperty PropertyOf(const json& record) {
+  const PluginCommand command =
+      CommandFromJson({{"command", "SET_PROPERTY"}, {"object", 1}, {"payload", record}});
+  return std::get<PI::CProperty>(command.m_Payload);
+}
+
+json JsonOf(const PI::CProperty& property) {
+  return ToJson(PluginReply{0, property})["payload"];
+}
+
+TEST(RecordJson, EveryFieldOfAPropertyArrives) {
+  const PI::CProperty property = PropertyOf(EveryPropertyField());
+  EXPECT_EQ(30001U, property.m_PropertyID);
+  EXPECT_EQ(30002U, property.m_NameID);
+  EXPECT_EQ(3U, property.m_Visible);
+  EXPECT_EQ(4U, property.m_SortKey);
+  EXPECT_EQ(5U, property.m_Indicator);
+  EXPECT_EQ(6U, property.m_ValueType);
+  EXPECT_EQ(7U, property.m_Format);
+  EXPECT_EQ(8U, static_cast<std::uint32_t>(property.m_Units));
+  EXPECT_FALSE(property.m_UnitsFixed);
+  EXPECT_TRUE(property.m_Writable);
+  const auto& value = property.m_Value;
+  EXPECT_EQ(-9, value.m_Choice.m_Value);
+  EXPECT_THAT(value.m_Choice.m_Allowed, testing::ElementsAre(-10, 11));
+  EXPECT_EQ("twelve", value.m_String.m_Text);
+  EXPECT_EQ(-13, value.m_Integer);
+  EXPECT_EQ(-14, value.m_Minimum);
+  EXPECT_EQ(15, value.m_Maximum);
+  EXPECT_EQ(16U, value.m_Step);
+  EXPECT_EQ(18446744073709551615U, value.m_Number);
+  EXPECT_EQ(1.5F, value.m_Float);
+  EXPECT_TRUE(value.m_Bool);
+  EXPECT_THAT(value.m_MultiValue.m_Values, testing::ElementsAre(17));
+  EXPECT_THAT(value.m_MultiValue.m_Allowed, testing::ElementsAre(18, 19));
+  EXPECT_THAT(value.m_MultiLong.m_Values, testing::ElementsAre(-20));
+  EXPECT_EQ("<x/>", value.m_XML.m_Document);
+  EXPECT_THAT(value.m_MultiString.m_Texts, testing::ElementsAre("a", ""));
+  EXPECT_EQ(EveryPropertyField(), JsonOf(property));
+}
+
+TEST(RecordJson, LeavesOutDefaults) {
+  EXPECT_EQ(json::object(), JsonOf(NewProperty()));
+  EXPECT_EQ(json::parse(R"({"result": 0, "payload": {}})"),
+            ToJson(PluginReply{0, PI::COperation()}));
+}
+
+// A record of every kind, inside an operation, with every field.
+json EveryOperationField() {
+  const json property = {{"name_id", 1}};
+  const json drive = {
+      {"id", 2}, {"offset", 3}, {"properties", {property}}, {"size", 4}, {"flags", 5}};
+  const json container = {{"drives", {drive}}};
+  json event = {{"object_id", 6}, {"event_id", 7},      {"severity", 8},
+                {"time", 9},      {"source_name", "s"}, {"place_holders", json::array()}};
+  for (int i = 0; i < 14; ++i) event["place_holders"].push_back("p" + std::to_string(i));
+  const json operation = {{"operation_id", 10}, {"name_id", 11}};
+  const json object = {{"id", 12},
+                       {"object_type", 13},
+                       {"parents", {14}},
+                       {"children", {15, 16}},
+                       {"change_count", 17},
+                       {"locked", true},
+                       {"properties", {property}},
+                       {"operations", {operation}}};
+  const json logical = {{"level", 18},
+                        {"properties", {property}},
+                        {"size", 19},
+                        {"flags", 20},
+                        {"containers", {container}},
+                        {"spares", {21}},
+                        {"candidates", {22}},
+                        {"members", {23}}};
+  const json level = {{"level", 24}, {"depths", {25}}, {"flags", 26}, {"properties", {property}}};
+  const json migration = {{"from", 27}, {"to", 28}, {"properties", {property}}};
+  const json partition = {{"offset", 29}, {"size", 30}, {"name", "n"}, {"mount_point", "/m"}};
+  return {{"operation_id", 31},
+          {"name_id", 32},
+          {"class", 33},
+          {"properties", {property}},
+          {"logical_drives", {logical}},
+          {"levels", {level}},
+          {"migrations", {migration}},
+          {"events", {event}},
+          {"partitions", {partition}},
+          {"objects", {object}},
+          {"access", 34},
+          {"scope", 35},
+          {"confirm_kind", 36},
+          {"confirm_text", 37},
+          {"timeout", -38},
+          {"flags", 39},
+          {"async", true}};
+}
+
+TEST(RecordJson, EveryRecordInsideAnOperationArrives) {
+  const json sent = {
+      {"command", "EXECUTE_OPERATION"}, {"object", 5}, {"payload", EveryOperationField()}};
+  const PluginCommand command = CommandFromJson(sent);
+  EXPECT_EQ(PI::CMD_EXECUTE_OPERATION, command.m_Command);
+  EXPECT_EQ(5U, command.m_Object);
+  EXPECT_EQ(sent, ToJson(command));
+  const auto& operation = std::get<PI::COperation>(command.m_Payload);
+  EXPECT_EQ(-38, operation.m_Timeout);
+  EXPECT_EQ("p13", operation.m_Events.at(0).m_PlaceHolders[13]);
+  EXPECT_EQ(16U, operation.m_Objects.at(0).m_Children.at(1));
+  EXPECT_EQ("/m", operation.m_Partitions.at(0).m_MountPoint);
+  EXPECT_EQ(3U, operation.m_LogicalDrives.at(0).m_Containers.at(0).m_Drives.at(0).m_Offset);
+  EXPECT_EQ(28U, operation.m_Migrations.at(0).m_To);
+  EXPECT_EQ(25U, operation.m_Levels.at(0).m_Depths.at(0));
+}
+
+struct CommandCase {
+  const char* m_Name;
+  std::uint32_t m_Number;
+  const char* m_Payload;
+};
+
+const CommandCase kCommands[] = {
+    {"INITIALIZE", 1, R"([{"name": "a", "segment": 1, "bus": 2, "device": 3, "function": 4,
+                          "adapter_number": 5, "global_number": 6}])"},
+    {"SET_ADAPTER_IDS", 2, R"([{"global_number": 7}])"},
+    {"DEINITIALIZE", 3, "null"},
+    {"GET_TOPOLOGY", 4, R"([{"id": 1}, {"id": 2}])"},
+    {"GET_PROPERTIES", 5, R"([{"name_id": 30001}])"},
+    {"GET_PROPERTY", 6, R"({"property_id": 30001})"},
+    {"SET_PROPERTY", 7, R"({"property_id": 30001})"},
+    {"GET_OPERATIONS", 8, R"([{"operation_id": 2}])"},
+    {"CHECK_OPERATION", 9, R"({"operation_id": 2})"},
+    {"EXECUTE_OPERATION", 10, R"({"operation_id": 2})"},
+};
+
+TEST(RecordJson, EveryCommandHasItsNumberAndItsPayload) {
+  for (const CommandCase& each : kCommands) {
+    SCOPED_TRACE(each.m_Name);
+    const json sent = {
+        {"command", each.m_Name}, {"object", 9}, {"payload", json::parse(each.m_Payload)}};
+    const PluginCommand command = CommandFromJson(sent);
+    EXPECT_EQ(each.m_Number, command.m_Command);
+    EXPECT_EQ(sent, ToJson(command));
+    const json answer = {{"result", 4294967295U}, {"payload", sent["payload"]}};
+    EXPECT_EQ(answer, ToJson(ReplyFromJson(command.m_Command, answer)));
+  }
+}
+
+struct TextCase {
+  std::string m_Text;
+  json m_Json;
+};
+
+TEST(RecordJson, AnyTextArrives) {
+  const TextCase cases[] = {
+      {"", nullptr},  // the default, left out
+      {"caf\xc3\xa9", "caf\xc3\xa9"},
+      {std::string("\0\x1b\n", 3), std::string("\0\x1b\n", 3)},
+      {"A\xff", {{"hex", "41ff"}}},
+      {"\xc3", {{"hex", "c3"}}},
+      {"\xed\xa0\x80", {{"hex", "eda080"}}},  // a surrogate
+  };
+  for (const TextCase& each : cases) {
+    SCOPED_TRACE(each.m_Json.dump());
+    PI::CEvent event;
+    event.m_SourceName = each.m_Text;
+    const json sent = ToJson(event);
+    EXPECT_EQ(each.m_Json, sent.contains("source_name") ? sent["source_name"] : json());
+    EXPECT_EQ(each.m_Text, EventFromJson(json::parse(sent.dump())).m_SourceName);
+  }
+}
+
+TEST(RecordJson, AnyFloatArrives) {
+  const float infinity = std::numeric_limits<float>::infinity();
+  for (const float value : {-1.25F, 3.4028235e38F, 1e-45F, infinity, -infinity}) {
+    PI::CProperty property = NewProperty();
+    property.m_Value.m_Float = value;
+    EXPECT_EQ(value, PropertyOf(json::parse(JsonOf(property).dump())).m_Value.m_Float);
+  }
+  PI::CProperty property = NewProperty();
+  property.m_Value.m_Float = std::nanf("");
+  EXPECT_TRUE(std::isnan(PropertyOf(JsonOf(property)).m_Value.m_Float));
+}
+
+std::string WhyRejected(const json& command) {
+  try {
+    CommandFromJson(command);
+  } catch (const RecordError& error) {
+    return error.what();
+  }
+  return "accepted";
+}
+
+std::string WhyPropertyRejected(const char* record) {
+  return WhyRejected({{"command", "SET_PROPERTY"}, {"payload", json::parse(record)}});
+}
+
+struct RejectedCase {
+  const char* m_Record;
+  const char* m_Why;
+};
+
+TEST(RecordJson, RejectsWhatIsNotTheRecord) {
+  const RejectedCase cases[] = {
+      {"[]", "payload: expected an object"},
+      {"null", "payload: expected an object"},
+      {R"({"hue": 1})", "payload: unknown field hue"},
+      {R"({"\u001b[2J": 1})", R"(payload: unknown field \x1b[2J)"},
+      {R"({"visible": -1})", "payload.visible: expected an integer from 0 to 4294967295"},
+      {R"({"visible": 4294967296})", "payload.visible: expected an integer from 0 to 4294967295"},
+      {R"({"visible": 4294967295})", "accepted"},
+      {R"({"visible": 1.0})", "payload.visible: expected an integer from 0 to 4294967295"},
+      {R"({"visible": "1"})", "payload.visible: expected an integer from 0 to 4294967295"},
+      {R"({"visible": true})", "payload.visible: expected an integer from 0 to 4294967295"},
+      {R"({"integer": -2147483648})", "accepted"},
+      {R"({"integer": -2147483649})",
+       "payload.integer: expected an integer from -2147483648 to 2147483647"},
+      {R"({"integer": 2147483647})", "accepted"},
+      {R"({"integer": 2147483648})",
+       "payload.integer: expected an integer from -2147483648 to 2147483647"},
+      {R"({"multi_long": {"values": [-9223372036854775808]}})", "accepted"},
+      {R"({"number": 18446744073709551616})",
+       "payload.number: expected an integer from 0 to 18446744073709551615"},
+      {R"({"bool": 1})", "payload.bool: expected true or false"},
+      {R"({"float": 3.5e38})",
+       R"(payload.float: expected a number of 32 bits, "nan", "inf" or "-inf")"},
+      {R"({"float": "Inf"})",
+       R"(payload.float: expected a number of 32 bits, "nan", "inf" or "-inf")"},
+      {R"({"string": {"text": 5}})",
+       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+      {R"({"string": {"text": {"hex": "f"}}})",
+       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+      {R"({"string": {"text": {"hex": "FF"}}})",
+       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+      {R"({"string": {"text": {"hex": "ff", "x": 1}}})",
+       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+      {R"({"choice": {"allowed": 1}})", "payload.choice.allowed: expected a list"},
+      {R"({"choice": {"allowed": [1, 2.5]}})",
+       "payload.choice.allowed[1]: expected an integer from -2147483648 to 2147483647"},
+  };
+  for (const RejectedCase& each : cases) {
+    EXPECT_EQ(each.m_Why, WhyPropertyRejected(each.m_Record)) << each.m_Record;
+  }
+}
+
+TEST(RecordJson, RejectsWhatIsNotACommand) {
+  EXPECT_EQ("document: expected an object", WhyRejected(json::array()));
+  EXPECT_EQ("command: expected the name of a command", WhyRejected(json::object()));
+  EXPECT_EQ("command: expected the name of a command", WhyRejected({{"command", 4}}));
+  EXPECT_EQ("command: expected the name of a command", WhyRejected({{"command", "get_topology"}}));
+  EXPECT_EQ("document: unknown field x", WhyRejected({{"command", "GET_TOPOLOGY"}, {"x", 1}}));
+  EXPECT_EQ("object: expected an integer from 0 to 18446744073709551615",
+            WhyRejected({{"command", "GET_TOPOLOGY"}, {"object", -1}}));
+  EXPECT_EQ("payload: expected null", WhyRejected({{"command", "DEINITIALIZE"}, {"payload", 0}}));
+}
+
+TEST(RecordJson, RejectsAReplyWithoutAResult) {
+  EXPECT_THROW(ReplyFromJson(PI::CMD_GET_TOPOLOGY, json::object()), RecordError);
+  EXPECT_THROW(ReplyFromJson(PI::CMD_GET_TOPOLOGY, {{"result", 0}, {"more", 1}}), RecordError);
+  EXPECT_EQ(3U, ReplyFromJson(PI::CMD_GET_TOPOLOGY, {{"result", 3}}).m_Result);
+}
+
+// An operation in an object in an operation, and so on. Each of the two adds two levels.
+json Nested(int operations) {
+  json operation = json::object();
+  for (int i = 1; i < operations; ++i) {
+    operation = {{"objects", {{{"operations", {operation}}}}}};
+  }
+  return {{"command", "EXECUTE_OPERATION"}, {"payload", operation}};
+}
+
+TEST(RecordJson, LimitsNesting) {
+  EXPECT_EQ("accepted", WhyRejected(Nested(5)));
+  EXPECT_THAT(WhyRejected(Nested(6)), testing::EndsWith(": nested too deeply"));
+}
+
+TEST(RecordJson, RejectsAnEventWithTooFewPlaces) {
+  EXPECT_THROW(EventFromJson({{"place_holders", {"one"}}}), RecordError);
+}
+
+}  // namespace
