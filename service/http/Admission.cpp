@@ -1,0 +1,238 @@
+#include "service/http/Admission.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+
+#include "base/Printable.h"
+#include "service/http/Escapes.h"
+#include "service/http/PeerOf.h"
+
+namespace Http {
+namespace {
+
+using Refusal = std::optional<Response>;
+
+// What the rules read, and what they find out for the rules that follow.
+struct Case {
+  const Head& m_Head;
+  const Router& m_Router;
+  const Settings& m_Settings;
+  Admission& m_Admission;
+};
+
+char Lower(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
+}
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(), [](char each) { return Lower(each); });
+  return lower;
+}
+
+// "host:80" and "[::1]:80" without the port.
+std::string_view WithoutPort(std::string_view host) {
+  const auto colon = host.rfind(':');
+  const auto bracket = host.rfind(']');
+  if (colon == host.npos || (bracket != host.npos && bracket > colon)) return host;
+  return host.substr(0, colon);
+}
+
+// "application/json; charset=utf-8" without the parameter, in lower case.
+std::string MediaType(std::string_view contentType) {
+  std::string_view type = contentType.substr(0, contentType.find(';'));
+  while (!type.empty() && (type.back() == ' ' || type.back() == '\t')) type.remove_suffix(1);
+  return Lower(type);
+}
+
+template <typename List, typename Value>
+bool Contains(const List& list, const Value& value) {
+  return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+// Empty without a valid length.
+std::optional<std::uint64_t> ContentLength(const Head& head) {
+  const std::string* const text = FindHeader(head, "content-length");
+  std::uint64_t length = 0;
+  if (text == nullptr) return std::nullopt;
+  const char* const end = text->data() + text->size();
+  if (std::from_chars(text->data(), end, length).ptr != end) return std::nullopt;
+  return length;
+}
+
+Refusal CheckHeaderSize(Case& each) {
+  const std::size_t limit = each.m_Settings.m_Limits.m_HeaderBytes;
+  if (each.m_Head.m_Size <= limit) return std::nullopt;
+  return MakeProblem(431, "HEADERS_TOO_LARGE",
+                     "the headers are longer than " + std::to_string(limit) + " bytes");
+}
+
+Refusal CheckNul(Case& each) {
+  if (!each.m_Head.m_HasNul) return std::nullopt;
+  return MakeProblem(400, "PATH_INVALID", "the path or query contains NUL");
+}
+
+// Fields that may be repeated are joined; the handlers need no other repeated field.
+Refusal ReadHeaders(Case& each) {
+  Texts& headers = each.m_Admission.m_Request.m_Headers;
+  for (const auto& [name, value] : each.m_Head.m_Headers) {
+    const std::string lower = Lower(name);
+    if (!IsKept(lower)) continue;
+    if (value.find('\0') != value.npos || !Base::IsUtf8(value)) {
+      return MakeProblem(400, "HEADER_INVALID", "header " + lower + " is not UTF-8");
+    }
+    const auto [place, isNew] = headers.emplace(lower, value);
+    if (!isNew) place->second.append(", ").append(value);
+  }
+  return std::nullopt;
+}
+
+// Another site can make a browser ask this server under the site's own name.
+Refusal CheckHost(Case& each) {
+  if (!each.m_Head.m_Peer.m_IsTcp) return std::nullopt;
+  const std::string* const host = Find(each.m_Admission.m_Request.m_Headers, "host");
+  if (host != nullptr && Contains(each.m_Settings.m_Hosts, Lower(WithoutPort(*host)))) {
+    return std::nullopt;
+  }
+  return MakeProblem(403, "HOST_NOT_ALLOWED", "the Host header does not name this service");
+}
+
+Refusal CheckOrigin(Case& each) {
+  const Texts& headers = each.m_Admission.m_Request.m_Headers;
+  const std::string* const origin = Find(headers, "origin");
+  if (!each.m_Head.m_Peer.m_IsTcp || origin == nullptr) return std::nullopt;
+  if (Lower(*origin) == "http://" + Lower(*Find(headers, "host"))) return std::nullopt;
+  return MakeProblem(403, "ORIGIN_NOT_ALLOWED", "pages of other origins may not use this service");
+}
+
+Refusal CheckReadOnly(Case& each) {
+  const std::string& method = each.m_Head.m_Method;
+  if (!each.m_Head.m_Peer.m_IsTcp || method == "GET" || method == "HEAD") return std::nullopt;
+  return MakeProblem(403, "READ_ONLY", "this address is read-only",
+                     "Send changes to the Unix socket of the service.");
+}
+
+Refusal FindRoute(Case& each) {
+  std::vector<std::string> segments;
+  for (const std::string_view segment : SegmentsOf(each.m_Head.m_Path)) {
+    auto decoded = Decode(segment);
+    if (!decoded) return MakeProblem(400, "PATH_INVALID", "the path is not percent-encoded UTF-8");
+    segments.push_back(std::move(*decoded));
+  }
+  const auto method = MethodOf(each.m_Head.m_Method);
+  Router::Match match = each.m_Router.Find(method, segments);
+  if (match.m_Allowed.empty()) return MakeProblem(404, "NOT_FOUND", "unknown path");
+  if (match.m_Route == nullptr) {
+    Response problem =
+        MakeProblem(405, "METHOD_NOT_ALLOWED", "this path allows " + match.m_Allowed);
+    problem.m_Headers.emplace_back("Allow", match.m_Allowed);
+    return problem;
+  }
+  each.m_Admission.m_Route = match.m_Route;
+  each.m_Admission.m_Request.m_Method = *method;
+  each.m_Admission.m_Request.m_Parameters = std::move(match.m_Parameters);
+  return std::nullopt;
+}
+
+Refusal CheckPermission(Case& each) {
+  const Access access = each.m_Admission.m_Route->m_Access;
+  const Peer& peer = each.m_Head.m_Peer;
+  const bool toChange = access == Access::Change;
+  const bool isAllowed =
+      access == Access::Anyone ||
+      (peer.m_IsTcp ? !toChange : MayUse(each.m_Settings.m_Permissions, peer, toChange));
+  if (isAllowed) return std::nullopt;
+  return MakeProblem(403, "PERMISSION_DENIED",
+                     toChange ? "this user may not change anything" : "this user may not read");
+}
+
+Refusal ReadQuery(Case& each) {
+  Texts& query = each.m_Admission.m_Request.m_Query;
+  for (const auto& [rawName, rawValue] : each.m_Head.m_Query) {
+    auto name = Decode(rawName);
+    auto value = Decode(rawValue);
+    if (!name || !value) {
+      return MakeProblem(400, "QUERY_INVALID", "the query is not percent-encoded UTF-8");
+    }
+    if (!Contains(each.m_Admission.m_Route->m_Query, *name)) {
+      return MakeProblem(400, "QUERY_UNKNOWN", "unknown query parameter " + *name);
+    }
+    if (!query.emplace(*name, std::move(*value)).second) {
+      return MakeProblem(400, "QUERY_REPEATED", "query parameter " + *name + " is repeated");
+    }
+  }
+  return std::nullopt;
+}
+
+Refusal CheckBodyRule(Case& each) {
+  const BodyRule rule = each.m_Admission.m_Route->m_Body;
+  if (HasBody(each.m_Head) && rule == BodyRule::None) {
+    return MakeProblem(400, "BODY_NOT_ALLOWED", "this request must not have a body");
+  }
+  if (!HasBody(each.m_Head) && rule == BodyRule::Required) {
+    return MakeProblem(400, "BODY_MISSING", "this request needs a body");
+  }
+  return std::nullopt;
+}
+
+Refusal CheckBodySize(Case& each) {
+  const Limits& limits = each.m_Settings.m_Limits;
+  if (!IsBodyTooLarge(each.m_Head, limits)) return std::nullopt;
+  return MakeBodyTooLarge(limits);
+}
+
+Refusal CheckMediaType(Case& each) {
+  if (!HasBody(each.m_Head)) return std::nullopt;
+  const Texts& headers = each.m_Admission.m_Request.m_Headers;
+  const std::string* const type = Find(headers, "content-type");
+  const std::string& wanted = each.m_Admission.m_Route->m_MediaType;
+  const bool isPlain = Find(headers, "content-encoding") == nullptr;
+  if (isPlain && type != nullptr && MediaType(*type) == wanted) return std::nullopt;
+  return MakeProblem(415, "MEDIA_TYPE_NOT_SUPPORTED", "the body must be " + wanted,
+                     isPlain ? "" : "Send it without Content-Encoding.");
+}
+
+// In the order in which they are checked: what follows may rely on what precedes.
+constexpr Refusal (*kRules[])(Case&) = {
+    CheckHeaderSize, CheckNul,        ReadHeaders, CheckHost,     CheckOrigin,   CheckReadOnly,
+    FindRoute,       CheckPermission, ReadQuery,   CheckBodyRule, CheckBodySize, CheckMediaType};
+
+}  // namespace
+
+Admission Admit(const Head& head, const Router& router, const Settings& settings) {
+  Admission admission;
+  admission.m_Request.m_IsHead = head.m_Method == "HEAD";
+  admission.m_Request.m_Peer = head.m_Peer;
+  Case each = {head, router, settings, admission};
+  for (const auto& rule : kRules) {
+    admission.m_Refusal = rule(each);
+    if (admission.m_Refusal) break;
+  }
+  return admission;
+}
+
+Response MakeBodyTooLarge(const Limits& limits) {
+  return MakeProblem(413, "BODY_TOO_LARGE",
+                     "the body is longer than " + std::to_string(limits.m_BodyBytes) + " bytes");
+}
+
+bool HasBody(const Head& head) {
+  const std::string* const length = FindHeader(head, "content-length");
+  return FindHeader(head, "transfer-encoding") != nullptr ||
+         (length != nullptr && ContentLength(head) != 0U);
+}
+
+bool IsBodyTooLarge(const Head& head, const Limits& limits) {
+  const auto length = ContentLength(head);
+  return length && *length > limits.m_BodyBytes;
+}
+
+const std::string* FindHeader(const Head& head, std::string_view name) {
+  for (const auto& [each, value] : head.m_Headers) {
+    if (Lower(each) == name) return &value;
+  }
+  return nullptr;
+}
+
+}  // namespace Http

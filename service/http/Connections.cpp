@@ -1,0 +1,124 @@
+#include "service/http/Connections.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <utility>
+
+#include "service/http/PeerOf.h"
+
+namespace Http {
+namespace {
+
+bool HasLeft(int socket, const Unfinished& unfinished) {
+  pollfd wait = {socket, unfinished.EndingEvents(), 0};
+  return poll(&wait, 1, 0) == 1;
+}
+
+}  // namespace
+
+Connections::Connections(const Limits& limits) : m_Limits(limits), m_Thread([this] { Run(); }) {}
+
+Connections::~Connections() {
+  {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_HasEnded = true;
+  }
+  m_Changed.notify_all();
+  m_Thread.join();
+}
+
+// The library counts as well, but its threads share a limit among them, and each listener has one
+// of its own.
+Connections::EntryPtr Connections::Open(int socket) {
+  auto entry = std::make_shared<Entry>(socket, PeerOf(socket));
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  if (IsTooMany(entry->m_Peer)) {
+    shutdown(socket, SHUT_RDWR);
+    return entry;
+  }
+  m_Entries.insert(entry);
+  if (entry->m_Peer.m_IsTcp) ++m_Addresses[entry->m_Peer.m_Address];
+  entry->m_Deadline = Clock::now() + m_Limits.m_RequestTime;
+  if (m_Entries.size() == 1) m_Changed.notify_all();
+  return entry;
+}
+
+bool Connections::IsTooMany(const Peer& peer) const {
+  if (m_Entries.size() >= m_Limits.m_Connections) return true;
+  const auto found = m_Addresses.find(peer.m_Address);
+  return found != m_Addresses.end() && found->second >= m_Limits.m_ConnectionsPerAddress;
+}
+
+void Connections::Close(const EntryPtr& entry) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  if (m_Entries.erase(entry) == 0) return;
+  const auto address = m_Addresses.find(entry->m_Peer.m_Address);
+  if (address != m_Addresses.end() && --address->second == 0) m_Addresses.erase(address);
+}
+
+void Connections::SetTime(const EntryPtr& entry, std::optional<std::chrono::milliseconds> time) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  entry->m_Deadline.reset();
+  if (time) entry->m_Deadline = Clock::now() + *time;
+}
+
+bool Connections::Wait(const EntryPtr& entry, std::shared_ptr<Unfinished> unfinished,
+                       bool isStream) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  std::size_t& streams = m_Streams[entry->m_Peer.m_IsTcp];
+  if (m_IsStopping || (isStream && streams >= m_Limits.m_Streams)) return false;
+  if (isStream) ++streams;
+  entry->m_IsStream = isStream;
+  entry->m_Unfinished = std::move(unfinished);
+  return true;
+}
+
+void Connections::EndWait(const EntryPtr& entry) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  if (std::exchange(entry->m_IsStream, false)) --m_Streams[entry->m_Peer.m_IsTcp];
+  entry->m_Unfinished.reset();
+}
+
+void Connections::Stop() {
+  Aborted aborted;
+  {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_IsStopping = true;
+    for (const EntryPtr& entry : m_Entries) {
+      if (entry->m_Unfinished != nullptr) aborted.push_back(entry->m_Unfinished);
+    }
+  }
+  for (const auto& each : aborted) each->Abort();
+}
+
+// The library has a timeout, but of inactivity: a client that sends a byte now and then would keep
+// its connection. And it does not watch a suspended connection.
+void Connections::Run() {
+  std::unique_lock<std::mutex> lock(m_Lock);
+  while (!m_HasEnded) {
+    if (m_Entries.empty()) {
+      m_Changed.wait(lock);
+      continue;
+    }
+    m_Changed.wait_for(lock, m_Limits.m_CheckInterval, [this] { return m_HasEnded; });
+    const Aborted aborted = Check();
+    lock.unlock();
+    for (const auto& each : aborted) each->Abort();
+    lock.lock();
+  }
+}
+
+Connections::Aborted Connections::Check() {
+  Aborted aborted;
+  const auto now = Clock::now();
+  for (const EntryPtr& entry : m_Entries) {
+    if (entry->m_Deadline && now >= *entry->m_Deadline) shutdown(entry->m_Socket, SHUT_RDWR);
+    const auto& unfinished = entry->m_Unfinished;
+    if (unfinished != nullptr && HasLeft(entry->m_Socket, *unfinished))
+      aborted.push_back(unfinished);
+  }
+  return aborted;
+}
+
+}  // namespace Http

@@ -1,0 +1,86 @@
+// One request and its response, on the thread of its connection.
+#pragma once
+
+#include <microhttpd.h>
+
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "service/http/Admission.h"
+#include "service/http/Connections.h"
+#include "service/http/LateResponse.h"
+#include "service/http/Router.h"
+#include "service/http/Settings.h"
+
+namespace Http {
+
+// What the exchanges of a server share.
+struct Shared {
+  Shared(std::vector<Route> routes, Settings settings)
+      : m_Router(std::move(routes)),
+        m_Settings(std::move(settings)),
+        m_Connections(m_Settings.m_Limits) {}
+
+  const Router m_Router;
+  const Settings m_Settings;
+  Connections m_Connections;
+};
+
+// Bytes of memory of a connection, for headers and for what is being sent. Headers that exceed it
+// are far above their own limit, and the library refuses them.
+inline std::size_t MemoryOfConnection(const Limits& limits) {
+  return 4 * limits.m_HeaderBytes;
+}
+
+// The functions follow the calls of the library: first `Begin`, then `AddBody` for each part of a
+// body, `Finish` when the request has arrived and again after each suspension. `Begin` and
+// `Finish` return false if the library has to close the connection.
+class Exchange {
+ public:
+  // `target` is the request's target, in the buffer of the connection.
+  Exchange(Shared& shared, MHD_Connection* connection, Connections::EntryPtr entry,
+           std::string_view target)
+      : m_Shared(shared),
+        m_Connection(connection),
+        m_Entry(std::move(entry)),
+        m_TargetEnd(target.data() + target.size()) {}
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+
+  bool HasBegun() const { return m_HasBegun; }
+  // `version` is in the buffer of the connection, after the target.
+  bool Begin(std::string_view method, std::string_view path, const char* version);
+  void AddBody(std::string_view bytes);
+  bool Finish();
+  // The request is over, for any reason.
+  void End();
+
+ private:
+  Head ReadHead() const;
+  bool IsTargetCut(const char* version) const;
+  Reply Handle() const;
+  Response MakeFailure(const std::string& what) const;
+  bool Answer(Reply reply);
+  bool Answer(const Response& response);
+  bool Answer(const Later& later);
+  bool Answer(const std::shared_ptr<Stream>& stream);
+  bool AnswerLate();
+  // Without a limit of time, because the server itself takes it.
+  void StopTime() { m_Shared.m_Connections.SetTime(m_Entry, std::nullopt); }
+  bool Wait(const std::shared_ptr<Unfinished>& unfinished, bool isStream);
+
+  Shared& m_Shared;
+  MHD_Connection* const m_Connection;
+  const Connections::EntryPtr m_Entry;
+  const char* const m_TargetEnd;
+  bool m_HasBegun = false;
+  Admission m_Admission;
+
+  // If the response was not complete when the handler returned.
+  std::shared_ptr<Gate> m_Gate;
+  std::shared_ptr<Unfinished> m_Unfinished;
+  std::shared_ptr<LateResponse> m_Late;
+};
+
+}  // namespace Http

@@ -1,0 +1,40 @@
+#include "service/http/Gate.h"
+
+#include <microhttpd.h>
+#include <sys/socket.h>
+
+namespace Http {
+
+bool Gate::Suspend() {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_IsSuspended = !m_IsWoken;
+  m_IsWoken = false;
+  if (m_IsSuspended) MHD_suspend_connection(m_Connection);
+  return m_IsSuspended;
+}
+
+void Gate::Detach() {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_Connection = nullptr;
+}
+
+void Gate::Wake() {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  WakeLocked();
+}
+
+// The library sees the end of the socket as if the client had closed it.
+void Gate::Cut() {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  if (m_Connection != nullptr) shutdown(m_Socket, SHUT_RDWR);
+  WakeLocked();
+}
+
+void Gate::WakeLocked() {
+  if (m_Connection == nullptr) return;
+  m_IsWoken = !m_IsSuspended;
+  if (m_IsSuspended) MHD_resume_connection(m_Connection);
+  m_IsSuspended = false;
+}
+
+}  // namespace Http

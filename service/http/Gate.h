@@ -1,0 +1,39 @@
+// Suspends the connection of a request that has to wait, and wakes it from other threads.
+#pragma once
+
+#include <mutex>
+
+struct MHD_Connection;
+
+namespace Http {
+
+// One for each response that is not complete when its handler returns.
+class Gate {
+ public:
+  // `socket` is that of the connection. Both must exist until `Detach`.
+  Gate(MHD_Connection* connection, int socket) : m_Connection(connection), m_Socket(socket) {}
+  Gate(const Gate&) = delete;
+  Gate& operator=(const Gate&) = delete;
+
+  // On the connection's thread. True if the connection is now suspended; false if it has been woken
+  // since the last call, and has to be served instead.
+  bool Suspend();
+  // On the connection's thread, when the request is over: from here on `Wake` and `Cut` do nothing.
+  void Detach();
+
+  // Any thread: continues the connection, or prevents the next `Suspend`.
+  void Wake();
+  // Any thread: ends the connection, even if the client does not read.
+  void Cut();
+
+ private:
+  void WakeLocked();
+
+  std::mutex m_Lock;  // guards all members
+  MHD_Connection* m_Connection;
+  const int m_Socket;
+  bool m_IsSuspended = false;
+  bool m_IsWoken = false;
+};
+
+}  // namespace Http

@@ -1,0 +1,130 @@
+#include "service/http/Listen.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+namespace Http {
+namespace {
+
+// The address of a socket, of any family.
+struct Address {
+  sockaddr_storage m_Storage = {};
+  socklen_t m_Size = 0;
+
+  sockaddr* Get() { return reinterpret_cast<sockaddr*>(&m_Storage); }
+};
+
+[[noreturn]] void Throw(int error, const std::string& what) {
+  throw std::system_error(error, std::system_category(), what);
+}
+
+void Check(bool isDone, const std::string& what) {
+  if (!isDone) Throw(errno, what);
+}
+
+template <typename Concrete>
+Address MakeAddress(const Concrete& concrete) {
+  Address address;
+  address.m_Size = sizeof concrete;
+  std::memcpy(&address.m_Storage, &concrete, sizeof concrete);
+  return address;
+}
+
+Address UnixAddress(const std::string& path) {
+  sockaddr_un address = {};
+  if (path.size() >= sizeof address.sun_path) Throw(ENAMETOOLONG, path);
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, path.size());
+  return MakeAddress(address);
+}
+
+Address TcpAddress(const std::string& text, std::uint16_t port) {
+  sockaddr_in v4 = {};
+  v4.sin_family = AF_INET;
+  v4.sin_port = htons(port);
+  if (inet_pton(AF_INET, text.c_str(), &v4.sin_addr) == 1) return MakeAddress(v4);
+  sockaddr_in6 v6 = {};
+  v6.sin6_family = AF_INET6;
+  v6.sin6_port = htons(port);
+  if (inet_pton(AF_INET6, text.c_str(), &v6.sin6_addr) == 1) return MakeAddress(v6);
+  Throw(EINVAL, text);
+}
+
+Base::Descriptor MakeSocket(int family) {
+  Base::Descriptor socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  Check(socket.IsOpen(), "socket");
+  return socket;
+}
+
+// Two services that start at the same time must not both replace the other's socket.
+Base::Descriptor LockFolder(const std::filesystem::path& path) {
+  const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+  Base::Descriptor file = Base::OpenAt(AT_FDCWD, folder, O_RDONLY | O_DIRECTORY);
+  Check(file.IsOpen() && flock(file.Get(), LOCK_EX) == 0, folder);
+  return file;
+}
+
+// Whether a process listens. A full queue is one as well.
+bool IsServed(Address address) {
+  const Base::Descriptor probe = MakeSocket(AF_UNIX);
+  return connect(probe.Get(), address.Get(), address.m_Size) == 0 || errno != ECONNREFUSED;
+}
+
+void RemoveStale(const std::string& path, const Address& address) {
+  struct stat status;
+  const bool exists = lstat(path.c_str(), &status) == 0;
+  if (!exists && errno == ENOENT) return;
+  Check(exists, path);
+  if (!S_ISSOCK(status.st_mode)) Throw(EEXIST, path);
+  if (IsServed(address)) Throw(EADDRINUSE, path);
+  Check(unlink(path.c_str()) == 0, path);
+}
+
+}  // namespace
+
+// No client can connect before listen(), so the owner and mode are set by then.
+Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
+                            std::optional<gid_t> group) {
+  constexpr auto kSameUser = static_cast<uid_t>(-1);
+  Address address = UnixAddress(path);
+  const Base::Descriptor lock = LockFolder(path);
+  RemoveStale(path, address);
+  Base::Descriptor socket = MakeSocket(AF_UNIX);
+  Check(bind(socket.Get(), address.Get(), address.m_Size) == 0, path);
+  Check(!group || lchown(path.c_str(), kSameUser, *group) == 0, path);
+  Check(chmod(path.c_str(), mode) == 0, path);
+  Check(listen(socket.Get(), SOMAXCONN) == 0, path);
+  return socket;
+}
+
+Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port) {
+  Address bound = TcpAddress(address, port);
+  Base::Descriptor socket = MakeSocket(bound.Get()->sa_family);
+  const int yes = 1;
+  setsockopt(socket.Get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  Check(bind(socket.Get(), bound.Get(), bound.m_Size) == 0, address);
+  Check(listen(socket.Get(), SOMAXCONN) == 0, address);
+  return socket;
+}
+
+std::uint16_t PortOf(const Base::Descriptor& socket) {
+  sockaddr_storage bound = {};
+  socklen_t size = sizeof bound;
+  getsockname(socket.Get(), reinterpret_cast<sockaddr*>(&bound), &size);
+  if (bound.ss_family != AF_INET && bound.ss_family != AF_INET6) return 0;
+  sockaddr_in address;  // has the port at the same place as the IPv6 address
+  std::memcpy(&address, &bound, sizeof address);
+  return ntohs(address.sin_port);
+}
+
+}  // namespace Http

@@ -1,0 +1,69 @@
+#include "service/http/Responder.h"
+
+#include <poll.h>
+
+#include <utility>
+
+#include "service/http/LateResponse.h"
+
+namespace Http {
+
+Responder::Responder() : m_Response(std::make_shared<LateResponse>()) {}
+
+Responder::~Responder() {
+  if (m_Response == nullptr) return;
+  try {
+    Complete(MakeProblem(500, "UNEXPECTED", "the request was dropped"));
+  } catch (...) {  // out of memory: the client waits until its own timeout
+  }
+}
+
+void Responder::Complete(Response response) const {
+  m_Response->Complete(std::move(response));
+}
+
+bool Responder::IsGone() const {
+  return m_Response->IsGone();
+}
+
+void LateResponse::Complete(Response response) {
+  std::shared_ptr<Gate> gate;
+  {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Response || m_IsGone) return;
+    m_Response = std::move(response);
+    gate = m_Gate;
+  }
+  if (gate != nullptr) gate->Wake();
+}
+
+bool LateResponse::IsGone() const {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return m_IsGone;
+}
+
+std::optional<Response> LateResponse::Get() const {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return m_Response;
+}
+
+void LateResponse::Abort() {
+  Complete(MakeProblem(503, "STOPPING", "the service is stopping"));
+}
+
+// A client that has only finished sending still waits for the response.
+short LateResponse::EndingEvents() const {
+  return POLLHUP | POLLERR;
+}
+
+void LateResponse::Attach(std::shared_ptr<Gate> gate) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_Gate = std::move(gate);
+}
+
+void LateResponse::End() {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_IsGone = true;
+}
+
+}  // namespace Http

@@ -1,0 +1,46 @@
+// Finds the route of a request.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "service/http/Route.h"
+
+namespace Http {
+
+// The method with this name. HEAD is GET; empty for methods that no route can have.
+std::optional<Method> MethodOf(std::string_view name);
+
+// Splits at each "/"; the text before the first one is left out.
+std::vector<std::string_view> SegmentsOf(std::string_view path);
+
+// Never changes, so any thread may use it.
+class Router {
+ public:
+  // What a path leads to.
+  struct Match {
+    const Route* m_Route = nullptr;  // owned by the router; null if no route has both
+    Texts m_Parameters;
+    std::string m_Allowed;  // methods of this path, as in an Allow header; empty: unknown path
+  };
+
+  // Throws `std::logic_error` if a row can never be reached, or its path is malformed.
+  explicit Router(std::vector<Route> routes);
+
+  // `segments` are decoded.
+  Match Find(std::optional<Method> method, const std::vector<std::string>& segments) const;
+
+ private:
+  struct Row {
+    Route m_Route;
+    std::vector<std::string> m_Segments;
+  };
+
+  void Add(Route route);
+
+  std::vector<Row> m_Rows;
+};
+
+}  // namespace Http

@@ -1,0 +1,163 @@
+#include "service/http/Server.h"
+
+#include <fcntl.h>
+#include <microhttpd.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include "service/http/Exchange.h"
+
+namespace Http {
+namespace {
+
+// `Connections` counts; with this the library's own limit is never the lower one.
+constexpr std::size_t kMoreConnections = 64;
+
+Shared& SharedOf(void* closure) {
+  return *static_cast<Shared*>(closure);
+}
+
+// Null if there was no memory for it.
+Connections::EntryPtr* EntryOf(MHD_Connection* connection) {
+  const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
+  return static_cast<Connections::EntryPtr*>(info->socket_context);
+}
+
+int SocketOf(MHD_Connection* connection) {
+  return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+}
+
+bool Continue(Exchange& exchange, std::string_view body) {
+  if (body.empty()) return exchange.Finish();
+  exchange.AddBody(body);
+  return true;
+}
+
+// The callbacks of the library: no exception leaves them.
+
+// The first call of a request; what it returns is its exchange, or null without memory for one.
+void* OnTarget(void* closure, const char* target, MHD_Connection* connection) {
+  try {
+    const Connections::EntryPtr* const entry = EntryOf(connection);
+    if (entry == nullptr) return nullptr;
+    return new Exchange(SharedOf(closure), connection, *entry, target);  // see OnCompleted
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+MHD_Result OnAccess(void*, MHD_Connection*, const char* path, const char* method,
+                    const char* version, const char* body, size_t* bodySize, void** context) {
+  const std::string_view part(body, *bodySize);
+  *bodySize = 0;
+  auto* const exchange = static_cast<Exchange*>(*context);
+  if (exchange == nullptr) return MHD_NO;
+  try {
+    const bool isDone =
+        exchange->HasBegun() ? Continue(*exchange, part) : exchange->Begin(method, path, version);
+    return isDone ? MHD_YES : MHD_NO;
+  } catch (...) {  // out of memory: the library closes the connection
+    return MHD_NO;
+  }
+}
+
+void OnCompleted(void*, MHD_Connection*, void** exchange, MHD_RequestTerminationCode) {
+  const std::unique_ptr<Exchange> over(static_cast<Exchange*>(std::exchange(*exchange, nullptr)));
+  try {
+    if (over != nullptr) over->End();
+  } catch (...) {  // of a stream's callback
+  }
+}
+
+void OnConnection(void* closure, MHD_Connection* connection, void** context,
+                  MHD_ConnectionNotificationCode code) {
+  Connections& connections = SharedOf(closure).m_Connections;
+  try {
+    if (code == MHD_CONNECTION_NOTIFY_STARTED) {
+      *context = new Connections::EntryPtr(connections.Open(SocketOf(connection)));
+    } else {
+      const std::unique_ptr<Connections::EntryPtr> entry(EntryOf(connection));
+      if (entry != nullptr) connections.Close(*entry);
+    }
+  } catch (...) {  // out of memory: a connection without a context does not get far
+  }
+}
+
+// A path is divided before its escapes are decoded, and malformed escapes are refused.
+size_t KeepEscapes(void*, MHD_Connection*, char* text) {
+  return std::strlen(text);
+}
+
+// The library closes its copy of the listener, and must not wait when it accepts.
+int CopyListener(const Base::Descriptor& listener) {
+  const int copy = fcntl(listener.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (copy >= 0) fcntl(copy, F_SETFL, fcntl(copy, F_GETFL) | O_NONBLOCK);
+  return copy;
+}
+
+MHD_Daemon* StartDaemon(Shared& shared, int listener) {
+  const Limits& limits = shared.m_Settings.m_Limits;
+  const std::size_t connections = (limits.m_Connections + kMoreConnections) * limits.m_Threads;
+  constexpr auto kFlags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
+  // clang-format off
+  return MHD_start_daemon(kFlags, 0, nullptr, nullptr, OnAccess, nullptr,
+      MHD_OPTION_LISTEN_SOCKET, listener,
+      MHD_OPTION_THREAD_POOL_SIZE, limits.m_Threads,
+      MHD_OPTION_CONNECTION_LIMIT, static_cast<unsigned>(connections),
+      MHD_OPTION_CONNECTION_MEMORY_LIMIT, MemoryOfConnection(limits),
+      MHD_OPTION_STRICT_FOR_CLIENT, 1,
+      MHD_OPTION_NOTIFY_CONNECTION, OnConnection, &shared,
+      MHD_OPTION_URI_LOG_CALLBACK, OnTarget, &shared,
+      MHD_OPTION_NOTIFY_COMPLETED, OnCompleted, nullptr,
+      MHD_OPTION_UNESCAPE_CALLBACK, KeepEscapes, nullptr,
+      MHD_OPTION_END);
+  // clang-format on
+}
+
+}  // namespace
+
+// The library's threads for one listener.
+class Server::Daemon {
+ public:
+  Daemon(Shared& shared, Base::Descriptor listener) : m_Listener(std::move(listener)) {
+    const int copy = CopyListener(m_Listener);
+    if (copy >= 0) m_Daemon = StartDaemon(shared, copy);
+    if (m_Daemon != nullptr) return;
+    if (copy >= 0) close(copy);
+    throw std::runtime_error("the HTTP server cannot be started");
+  }
+  ~Daemon() { MHD_stop_daemon(m_Daemon); }
+  Daemon(const Daemon&) = delete;
+  Daemon& operator=(const Daemon&) = delete;
+
+ private:
+  const Base::Descriptor m_Listener;
+  MHD_Daemon* m_Daemon = nullptr;
+};
+
+struct Server::State {
+  State(std::vector<Route> routes, Settings settings)
+      : m_Shared(std::move(routes), std::move(settings)) {}
+  // The library must not be stopped while a connection is suspended.
+  ~State() { m_Shared.m_Connections.Stop(); }
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  Shared m_Shared;
+  std::vector<std::unique_ptr<Daemon>> m_Daemons;
+};
+
+Server::Server(std::vector<Route> routes, Settings settings,
+               std::vector<Base::Descriptor> listeners)
+    : m_State(std::make_unique<State>(std::move(routes), std::move(settings))) {
+  for (Base::Descriptor& listener : listeners) {
+    m_State->m_Daemons.push_back(std::make_unique<Daemon>(m_State->m_Shared, std::move(listener)));
+  }
+}
+
+Server::~Server() = default;
+
+}  // namespace Http

@@ -1,0 +1,47 @@
+// What a server allows.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Http {
+
+struct Limits {
+  std::size_t m_Connections = 256;           // of all listeners together; more are closed
+  std::size_t m_ConnectionsPerAddress = 16;  // TCP only
+  std::size_t m_Streams = 64;                // of each kind of client, Unix and TCP
+  std::size_t m_HeaderBytes = 8192;          // request line and headers
+  std::size_t m_BodyBytes = 65536;
+  // From the connection, or the end of the previous response, to the end of the request.
+  std::chrono::milliseconds m_RequestTime{10000};
+  // For the client to take a response, except a stream.
+  std::chrono::milliseconds m_ResponseTime{30000};
+  // How often the times are checked, and whether clients of streams are still there.
+  std::chrono::milliseconds m_CheckInterval{500};
+  unsigned m_Threads = 4;  // of each listener
+};
+
+// Who may do what on a Unix socket.
+struct Permissions {
+  std::vector<uid_t> m_Users = {0};    // may do everything
+  std::optional<gid_t> m_ReadGroup;    // its members may read
+  std::optional<gid_t> m_ChangeGroup;  // its members may read and change
+};
+
+struct Settings {
+  Limits m_Limits;
+  Permissions m_Permissions;
+  // Names and addresses that the Host header may have with TCP, in lower case, without the port;
+  // IPv6 addresses in brackets.
+  std::vector<std::string> m_Hosts = {"localhost", "127.0.0.1", "[::1]"};
+  // Receives what a handler threw. Called on any thread of the server.
+  std::function<void(const std::string&)> m_OnFailure = nullptr;
+};
+
+}  // namespace Http

@@ -1,0 +1,292 @@
+// A server on a Unix socket and a TCP socket, and clients of it.
+#pragma once
+
+#include <curl/curl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/Descriptor.h"
+#include "service/http/Listen.h"
+#include "service/http/Server.h"
+#include "tests/support/Temporary.h"
+
+namespace HttpTest {
+
+using std::chrono::milliseconds;
+
+// Far more than any wait takes, so that a broken one fails instead of hanging.
+constexpr milliseconds kPatience(60000);
+
+// Whether it comes true.
+inline bool Await(const std::function<bool()>& predicate) {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (!predicate()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(milliseconds(2));
+  }
+  return true;
+}
+
+// A response as a client sees it.
+struct Result {
+  long m_Status = 0;                             // 0: none
+  std::map<std::string, std::string> m_Headers;  // names in lower case
+  std::string m_Body;
+
+  // Of a problem document.
+  std::string Id() const {
+    const auto document = nlohmann::json::parse(m_Body, nullptr, false);
+    return document.is_object() ? document.value("id", "") : "";
+  }
+  // "404 NOT_FOUND", or only the status.
+  std::string Short() const { return std::to_string(m_Status) + (Id().empty() ? "" : " " + Id()); }
+};
+
+enum class Door { Unix, Tcp };
+
+inline std::ostream& operator<<(std::ostream& out, Door door) {
+  return out << (door == Door::Unix ? "Unix" : "TCP");
+}
+
+// Permits everything to this process, by its user, and as much time as a test takes.
+inline Http::Settings OpenSettings() {
+  Http::Settings settings;
+  settings.m_Permissions.m_Users = {geteuid()};
+  settings.m_Limits.m_CheckInterval = milliseconds(10);
+  settings.m_Limits.m_RequestTime = settings.m_Limits.m_ResponseTime = std::chrono::hours(1);
+  return settings;
+}
+
+class TestServer {
+ public:
+  explicit TestServer(std::vector<Http::Route> routes, Http::Settings settings = OpenSettings())
+      : m_Socket((m_Folder.Path() / "socket").string()) {
+    std::vector<Base::Descriptor> listeners;
+    listeners.push_back(Http::ListenUnix(m_Socket, 0666, std::nullopt));
+    listeners.push_back(Http::ListenTcp("127.0.0.1", 0));
+    m_Port = Http::PortOf(listeners.back());
+    m_Server = std::make_unique<Http::Server>(std::move(routes), std::move(settings),
+                                              std::move(listeners));
+  }
+
+  const TemporaryFolder& Folder() const { return m_Folder; }
+  const std::string& Socket() const { return m_Socket; }
+  std::uint16_t Port() const { return m_Port; }
+  std::string Host() const { return "127.0.0.1:" + std::to_string(m_Port); }
+  void Stop() { m_Server.reset(); }
+
+ private:
+  TemporaryFolder m_Folder;
+  const std::string m_Socket;
+  std::uint16_t m_Port = 0;
+  std::unique_ptr<Http::Server> m_Server;
+};
+
+// Asks with libcurl. Used by one thread; keeps its connection.
+class Client {
+ public:
+  using Headers = std::vector<std::string>;
+
+  explicit Client(const TestServer& server, Door door = Door::Unix)
+      : m_Curl(curl_easy_init()), m_Url("http://" + server.Host()) {
+    Set(CURLOPT_NOPROXY, "*");
+    Set(CURLOPT_NOSIGNAL, 1L);
+    Set(CURLOPT_PATH_AS_IS, 1L);
+    Set(CURLOPT_TIMEOUT_MS, static_cast<long>(kPatience.count()));
+    Set(CURLOPT_HEADERFUNCTION, &Client::TakeHeader);
+    Set(CURLOPT_HEADERDATA, &m_Result);
+    Set(CURLOPT_WRITEFUNCTION, &Client::TakeBody);
+    Set(CURLOPT_WRITEDATA, &m_Result);
+    if (door == Door::Unix) Set(CURLOPT_UNIX_SOCKET_PATH, server.Socket().c_str());
+  }
+  ~Client() { curl_easy_cleanup(m_Curl); }
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+
+  Result Get(const std::string& path, const Headers& headers = {}) {
+    return Send("GET", path, headers, nullptr);
+  }
+  Result Head(const std::string& path) {
+    Set(CURLOPT_NOBODY, 1L);
+    Result result = Send("HEAD", path, {}, nullptr);
+    Set(CURLOPT_NOBODY, 0L);
+    return result;
+  }
+  // A JSON body unless the headers have another Content-Type.
+  Result Send(const std::string& method, const std::string& path, const std::string& body,
+              Headers headers = {"Content-Type: application/json"}) {
+    return Send(method, path, headers, &body);
+  }
+  Result SendEmpty(const std::string& method, const std::string& path) {
+    return Send(method, path, {}, nullptr);
+  }
+  // How many connections the last request needed: 0 if one was open.
+  long NewConnections() const {
+    long count = -1;
+    curl_easy_getinfo(m_Curl, CURLINFO_NUM_CONNECTS, &count);
+    return count;
+  }
+
+ private:
+  template <typename Value>
+  void Set(CURLoption option, Value value) {
+    ASSERT_EQ(CURLE_OK, curl_easy_setopt(m_Curl, option, value));
+  }
+
+  Result Send(const std::string& method, const std::string& path, const Headers& headers,
+              const std::string* body) {
+    m_Result = Result();
+    curl_slist* list = nullptr;
+    for (const std::string& header : headers) list = curl_slist_append(list, header.c_str());
+    Set(CURLOPT_HTTPHEADER, list);
+    Set(CURLOPT_URL, (m_Url + path).c_str());
+    if (body != nullptr) {
+      Set(CURLOPT_POST, 1L);
+      Set(CURLOPT_POSTFIELDSIZE, static_cast<long>(body->size()));
+      Set(CURLOPT_POSTFIELDS, body->c_str());
+    } else if (method != "HEAD") {
+      Set(CURLOPT_HTTPGET, 1L);
+    }
+    Set(CURLOPT_CUSTOMREQUEST, method.c_str());
+    if (curl_easy_perform(m_Curl) == CURLE_OK) {
+      curl_easy_getinfo(m_Curl, CURLINFO_RESPONSE_CODE, &m_Result.m_Status);
+    }
+    curl_slist_free_all(list);
+    return m_Result;
+  }
+
+  static size_t TakeHeader(const char* text, size_t, size_t size, Result* result) {
+    std::string line(text, size);
+    const auto colon = line.find(": ");
+    if (colon == line.npos) return size;
+    std::string name = line.substr(0, colon);
+    for (char& each : name) each = static_cast<char>(tolower(each));
+    result->m_Headers[name] = line.substr(colon + 2, line.find('\r') - colon - 2);
+    return size;
+  }
+  static size_t TakeBody(const char* text, size_t, size_t size, Result* result) {
+    result->m_Body.append(text, size);
+    return size;
+  }
+
+  CURL* const m_Curl;
+  const std::string m_Url;
+  Result m_Result;
+};
+
+// A connection for bytes that no client would send, or that come slowly.
+class RawClient {
+ public:
+  explicit RawClient(const TestServer& server, Door door = Door::Unix)
+      : m_Socket(socket(door == Door::Unix ? AF_UNIX : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    const int code =
+        door == Door::Unix ? Connect(UnixAddress(server)) : Connect(TcpAddress(server));
+    m_IsConnected = code == 0;
+  }
+
+  bool IsConnected() const { return m_IsConnected; }
+  // False if the connection has ended.
+  bool Send(const std::string& bytes) const {
+    return send(m_Socket.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(bytes.size());
+  }
+  // No more will be sent.
+  void EndSending() const { shutdown(m_Socket.Get(), SHUT_WR); }
+  void Close() { m_Socket.Close(); }
+
+  // Everything that has been received, once it contains `text`, or the connection has ended.
+  const std::string& ReadUntil(const std::string& text) {
+    while (m_Received.find(text) == m_Received.npos && ReadSome()) continue;
+    return m_Received;
+  }
+  const std::string& ReadToEnd() {
+    while (ReadSome()) continue;
+    return m_Received;
+  }
+  // Whether the server has ended the connection. What it has sent before is lost.
+  bool HasEnded() const {
+    char bytes[4096];
+    for (;;) {
+      const ssize_t count = recv(m_Socket.Get(), bytes, sizeof bytes, MSG_DONTWAIT);
+      if (count <= 0) return count == 0 || (errno != EAGAIN && errno != EWOULDBLOCK);
+    }
+  }
+
+  // The last response, from its status line on.
+  static Result Parse(const std::string& received) {
+    Result result;
+    const auto start = received.rfind("HTTP/1.1 ");
+    if (start == received.npos) return result;
+    result.m_Status = std::stol(received.substr(start + 9, 3));
+    const auto body = received.find("\r\n\r\n", start);
+    if (body != received.npos) result.m_Body = received.substr(body + 4);
+    return result;
+  }
+
+ private:
+  static sockaddr_un UnixAddress(const TestServer& server) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    server.Socket().copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
+  }
+  static sockaddr_in TcpAddress(const TestServer& server) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(server.Port());
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+  }
+  template <typename Address>
+  int Connect(const Address& address) const {
+    return connect(m_Socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  }
+  bool ReadSome() {
+    pollfd wait = {m_Socket.Get(), POLLIN, 0};
+    if (poll(&wait, 1, static_cast<int>(kPatience.count())) != 1) {
+      ADD_FAILURE() << "nothing arrived after: " << m_Received;
+      return false;
+    }
+    char bytes[4096];
+    const ssize_t count = recv(m_Socket.Get(), bytes, sizeof bytes, 0);
+    if (count > 0) m_Received.append(bytes, static_cast<std::size_t>(count));
+    return count > 0;
+  }
+
+  Base::Descriptor m_Socket;
+  bool m_IsConnected = false;
+  std::string m_Received;
+};
+
+// A request and its response, on a connection of their own. `lines` lack the end of the head.
+inline Result AskRaw(const TestServer& server, const std::string& lines, Door door = Door::Unix) {
+  RawClient client(server, door);
+  client.Send(lines + "\r\nConnection: close\r\n\r\n");
+  return RawClient::Parse(client.ReadToEnd());
+}
+
+inline Http::Reply Text(const std::string& text) {
+  return Http::MakeResponse(200, "text/plain", text);
+}
+
+// Answers with a text of its own.
+inline Http::Route TextRoute(const std::string& path, const std::string& text,
+                             Http::Access access = Http::Access::Anyone) {
+  return {Http::Method::Get, path, access, [text](const Http::Request&) { return Text(text); }};
+}
+
+}  // namespace HttpTest

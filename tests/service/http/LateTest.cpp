@@ -1,0 +1,400 @@
+// Responses and streams that continue after the handler has returned.
+
+#include <atomic>
+#include <future>
+
+#include "tests/service/http/HttpFixture.h"
+
+namespace {
+
+using namespace HttpTest;
+using Http::Access;
+using Http::MakeResponse;
+using Http::Method;
+using Http::Reply;
+using Http::Request;
+using Http::Responder;
+using Http::Stream;
+
+const std::string kGet = "GET / HTTP/1.1\r\nHost: x\r\n\r\n";
+
+std::vector<Http::Route> Only(Http::Handler handler) {
+  return {{Method::Get, "/", Access::Anyone, std::move(handler)}, TextRoute("/text", "a text")};
+}
+
+// A handler that keeps each responder for the test.
+class Kept {
+ public:
+  std::vector<Http::Route> Routes() {
+    return Only([this](const Request&) {
+      auto responder = std::make_unique<Responder>();
+      const Reply reply = responder->Promise();
+      m_Responder.set_value(std::move(responder));
+      return reply;
+    });
+  }
+  std::unique_ptr<Responder> Take() { return m_Responder.get_future().get(); }
+
+ private:
+  std::promise<std::unique_ptr<Responder>> m_Responder;
+};
+
+TEST(Late, ResponseIsSentWhenItComes) {
+  Kept kept;
+  const TestServer server(kept.Routes());
+  RawClient client(server);
+  client.Send(kGet);
+  const auto responder = kept.Take();
+  EXPECT_EQ(200, Client(server).Get("/text").m_Status);
+  EXPECT_FALSE(client.HasEnded());
+  EXPECT_FALSE(responder->IsGone());
+  responder->Complete(MakeResponse(202, "text/plain", "late"));
+  responder->Complete(MakeResponse(500, "text/plain", "later still"));
+  EXPECT_EQ(202, RawClient::Parse(client.ReadUntil("late")).m_Status);
+  EXPECT_TRUE(Await([&responder] { return responder->IsGone(); }));
+  client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
+  EXPECT_EQ("a text", RawClient::Parse(client.ReadUntil("a text")).m_Body);
+}
+
+TEST(Late, ResponseMayBeThereAlready) {
+  const TestServer server(Only([](const Request&) {
+    Responder responder;
+    responder.Complete(MakeResponse(200, "text/plain", "early"));
+    return responder.Promise();
+  }));
+  EXPECT_EQ("early", Client(server).Get("/").m_Body);
+}
+
+TEST(Late, ResponseThatNeverComesIsAFailure) {
+  const TestServer server(Only([](const Request&) { return Responder().Promise(); }));
+  EXPECT_EQ("500 UNEXPECTED", Client(server).Get("/").Short());
+}
+
+TEST(Late, ResponseForAClosedConnectionIsDropped) {
+  Kept kept;
+  const TestServer server(kept.Routes());
+  RawClient client(server);
+  client.Send(kGet);
+  const auto responder = kept.Take();
+  client.Close();
+  EXPECT_TRUE(Await([&responder] { return responder->IsGone(); }));
+  responder->Complete(MakeResponse(200, "text/plain", "x"));
+  EXPECT_EQ(200, Client(server).Get("/text").m_Status);
+}
+
+TEST(Late, ResponseReachesAClientThatHasFinishedSending) {
+  Kept kept;
+  const TestServer server(kept.Routes());
+  RawClient client(server);
+  client.Send(kGet);
+  const auto responder = kept.Take();
+  client.EndSending();
+  std::this_thread::sleep_for(milliseconds(100));  // for checks that would end it
+  responder->Complete(MakeResponse(200, "text/plain", "late"));
+  EXPECT_EQ("late", RawClient::Parse(client.ReadUntil("late")).m_Body);
+}
+
+TEST(Late, ResponsesFromManyThreads) {
+  std::vector<std::thread> threads;
+  std::mutex lock;
+  std::vector<std::thread> workers;
+  TestServer server(Only([&](const Request&) {
+    auto responder = std::make_shared<Responder>();
+    Reply reply = responder->Promise();
+    const std::lock_guard<std::mutex> guard(lock);
+    workers.emplace_back([responder] { responder->Complete(MakeResponse(200, "a/b", "done")); });
+    return reply;
+  }));
+  std::atomic<int> done{0};
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      Client client(server);
+      for (int j = 0; j < 50; ++j) done += client.Get("/").m_Body == "done";
+    });
+  }
+  for (auto& each : threads) each.join();
+  server.Stop();
+  for (auto& each : workers) each.join();
+  EXPECT_EQ(400, done);
+}
+
+// Several times, because the server may stop before it waits for the response or after that.
+TEST(Late, ResponseIsRefusedWhenTheServerStops) {
+  for (int round = 0; round < 20; ++round) {
+    Kept kept;
+    TestServer server(kept.Routes());
+    RawClient client(server);
+    client.Send(kGet);
+    const auto responder = kept.Take();
+    server.Stop();
+    EXPECT_TRUE(responder->IsGone());
+    responder->Complete(MakeResponse(200, "text/plain", "x"));
+    const long status = RawClient::Parse(client.ReadToEnd()).m_Status;
+    EXPECT_TRUE(status == 503 || status == 0) << status;
+  }
+}
+
+// A handler whose streams the test holds, newest last.
+class Streams {
+ public:
+  explicit Streams(std::size_t bytes = 65536) : m_Bytes(bytes) {}
+
+  std::vector<Http::Route> Routes() {
+    return Only([this](const Request&) -> Reply {
+      auto stream = std::make_shared<Stream>(m_Bytes);
+      stream->OnEnd([this] { ++m_Ended; });
+      const std::lock_guard<std::mutex> lock(m_Lock);
+      m_Streams.push_back(stream);
+      return stream;
+    });
+  }
+  std::shared_ptr<Stream> Await(std::size_t count = 1) {
+    EXPECT_TRUE(HttpTest::Await([this, count] { return Count() >= count; }));
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Streams.at(count - 1);
+  }
+  int Ended() const { return m_Ended; }
+
+ private:
+  std::size_t Count() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Streams.size();
+  }
+
+  const std::size_t m_Bytes;
+  std::mutex m_Lock;
+  std::vector<std::shared_ptr<Stream>> m_Streams;
+  std::atomic<int> m_Ended{0};
+};
+
+TEST(Streaming, SendsEachTextAtOnce) {
+  Streams streams;
+  const TestServer server(streams.Routes());
+  RawClient client(server);
+  client.Send(kGet);
+  const auto stream = streams.Await();
+  for (const std::string text : {"data: 1\n\n", "data: 2\n\n"}) {
+    EXPECT_TRUE(stream->Send(text));
+    EXPECT_NE(std::string::npos, client.ReadUntil(text).find(text));
+  }
+  EXPECT_THAT(client.ReadUntil("text/event-stream"),
+              testing::HasSubstr("Content-Type: text/event-stream\r\n"));
+  EXPECT_THAT(client.ReadUntil("no-store"), testing::HasSubstr("Cache-Control: no-store\r\n"));
+  EXPECT_FALSE(stream->IsGone());
+  EXPECT_EQ(0, streams.Ended());
+}
+
+TEST(Streaming, EndsAfterWhatWasSent) {
+  Streams streams;
+  const TestServer server(streams.Routes());
+  std::thread sender([&streams] {
+    const auto stream = streams.Await();
+    stream->Send("one ");
+    stream->Send("two");
+    stream->Close();
+    EXPECT_FALSE(stream->Send("three"));
+    EXPECT_TRUE(stream->IsGone());
+  });
+  const Result result = Client(server).Get("/");
+  sender.join();
+  EXPECT_EQ(200, result.m_Status);
+  EXPECT_EQ("one two", result.m_Body);
+  EXPECT_TRUE(Await([&streams] { return streams.Ended() == 1; }));
+}
+
+TEST(Streaming, MergesTextsOfManyThreads) {
+  Streams streams(10000000);
+  const TestServer server(streams.Routes());
+  std::thread sender([&streams] {
+    const auto stream = streams.Await();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&stream] {
+        for (int j = 0; j < 2000; ++j) EXPECT_TRUE(stream->Send("0123456789abcde\n"));
+      });
+    }
+    for (auto& each : threads) each.join();
+    stream->Close();
+  });
+  const std::string body = Client(server).Get("/").m_Body;
+  sender.join();
+  std::string expected;
+  for (int i = 0; i < 8000; ++i) expected += "0123456789abcde\n";
+  EXPECT_EQ(expected, body);
+}
+
+TEST(Streaming, SeesThatAClientIsGone) {
+  Streams streams;
+  const TestServer server(streams.Routes());
+  std::size_t count = 0;
+  for (const Door door : {Door::Unix, Door::Tcp}) {
+    RawClient client(server, door);
+    client.Send("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    const auto stream = streams.Await(++count);
+    client.ReadUntil("\r\n\r\n");
+    EXPECT_FALSE(stream->IsGone());
+    client.Close();
+    EXPECT_TRUE(Await([&stream] { return stream->IsGone(); })) << door;
+    EXPECT_TRUE(Await([&] { return streams.Ended() == static_cast<int>(count); })) << door;
+    EXPECT_FALSE(stream->Send("x")) << door;
+  }
+}
+
+TEST(Streaming, CutsASlowReader) {
+  constexpr std::size_t kBuffer = 100000;
+  Streams streams(kBuffer);
+  const TestServer server(streams.Routes());
+  RawClient client(server);
+  client.Send(kGet);
+  const auto stream = streams.Await();
+  const std::string text(1000, 'x');
+  std::size_t accepted = 0;
+  while (accepted < 100000000 && stream->Send(text)) accepted += text.size();
+  EXPECT_GE(accepted, kBuffer);
+  EXPECT_LT(accepted, 100000000U);
+  EXPECT_TRUE(stream->IsGone());
+  EXPECT_TRUE(Await([&streams] { return streams.Ended() == 1; }));
+  // No end of the body, so the client knows that something is missing.
+  const std::string received = client.ReadToEnd();
+  EXPECT_NE("0\r\n\r\n", received.substr(received.size() - 5));
+}
+
+TEST(Streaming, CutBeforeItStartsHasNoRegularEnd) {
+  const TestServer server(Only([](const Request&) -> Reply {
+    auto stream = std::make_shared<Stream>(10);
+    stream->Send("123456");
+    EXPECT_FALSE(stream->Send("123456"));
+    return stream;
+  }));
+  RawClient client(server);
+  client.Send(kGet);
+  EXPECT_THAT(client.ReadToEnd(), testing::Not(testing::EndsWith("0\r\n\r\n")));
+}
+
+TEST(Streaming, AcceptsExactlyItsBuffer) {
+  Stream stream(10);
+  EXPECT_TRUE(stream.Send("12345"));
+  EXPECT_TRUE(stream.Send("67890"));
+  EXPECT_FALSE(stream.IsGone());
+  EXPECT_FALSE(stream.Send("1"));
+  EXPECT_TRUE(stream.IsGone());
+
+  Stream other(10);
+  EXPECT_TRUE(other.Send("a text that is longer than that"));
+  EXPECT_FALSE(other.Send("1"));
+}
+
+// Take() is what the connection calls.
+TEST(Streaming, CountsOnlyWhatWaits) {
+  Stream stream(10);
+  std::string taken(4, ' ');
+  std::string all;
+  for (int i = 0; i < 1000; ++i) {
+    ASSERT_TRUE(stream.Send("abcd")) << i;
+    if (i == 0) continue;  // so that it is never empty
+    ASSERT_EQ(4U, stream.Take(taken.data(), taken.size())) << i;
+    all += taken;
+  }
+  EXPECT_EQ(3996U, all.size());
+  EXPECT_EQ(0U, all.find("abcdabcd"));
+}
+
+TEST(Streaming, AsksForMoreOfABacklog) {
+  constexpr int kPages = 50;
+  const std::string page(40000, 'p');
+  const TestServer server(Only([&page](const Request&) -> Reply {
+    auto stream = std::make_shared<Stream>(50000);
+    stream->OnDrained([&page, left = kPages - 1, weak = std::weak_ptr<Stream>(stream)]() mutable {
+      const auto drained = weak.lock();
+      if (left-- > 0) {
+        EXPECT_TRUE(drained->Send(page));
+      } else {
+        drained->Close();
+      }
+    });
+    stream->Send(page);
+    return stream;
+  }));
+  EXPECT_EQ(page.size() * kPages, Client(server).Get("/").m_Body.size());
+}
+
+TEST(Streaming, IsLimitedForEachKindOfClient) {
+  Streams streams;
+  Http::Settings settings = OpenSettings();
+  settings.m_Limits.m_Streams = 2;
+  const TestServer server(streams.Routes(), settings);
+  RawClient first(server);
+  RawClient second(server);
+  first.Send(kGet);
+  second.Send(kGet);
+  streams.Await(2);
+  first.ReadUntil("\r\n\r\n");
+  second.ReadUntil("\r\n\r\n");
+  EXPECT_EQ("503 STREAM_REFUSED", Client(server).Get("/").Short());
+  EXPECT_EQ(1, streams.Ended());
+  EXPECT_TRUE(streams.Await(3)->IsGone());
+  RawClient other(server, Door::Tcp);
+  other.Send("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  EXPECT_THAT(other.ReadUntil("\r\n\r\n"), testing::HasSubstr("200 OK"));
+  first.Close();
+  EXPECT_TRUE(Await([&streams] { return streams.Ended() == 2; }));
+  RawClient third(server);
+  third.Send(kGet);
+  EXPECT_THAT(third.ReadUntil("\r\n\r\n"), testing::HasSubstr("200 OK"));
+}
+
+TEST(Streaming, EndsAtOnceForHead) {
+  Streams streams;
+  const TestServer server(streams.Routes());
+  EXPECT_EQ(200, Client(server).Head("/").m_Status);
+  EXPECT_TRUE(Await([&streams] { return streams.Ended() == 1; }));
+  EXPECT_TRUE(streams.Await()->IsGone());
+}
+
+TEST(Streaming, IsCutWhenTheServerStops) {
+  Streams streams;
+  TestServer server(streams.Routes());
+  RawClient client(server);
+  client.Send(kGet);
+  const auto stream = streams.Await();
+  server.Stop();
+  EXPECT_EQ(1, streams.Ended());
+  EXPECT_FALSE(stream->Send("x"));
+  client.ReadToEnd();
+}
+
+TEST(Streaming, SurvivesACallbackThatThrows) {
+  const TestServer server(Only([](const Request&) -> Reply {
+    auto stream = std::make_shared<Stream>(100);
+    stream->OnEnd([] { throw std::runtime_error("end"); });
+    stream->OnDrained([] { throw std::runtime_error("drained"); });
+    stream->Send("x");
+    return stream;
+  }));
+  EXPECT_EQ(0, Client(server).Get("/").m_Status);
+  EXPECT_EQ(200, Client(server).Get("/text").m_Status);
+}
+
+// Stops while streams and responses come and go.
+TEST(Streaming, StopsUnderLoad) {
+  for (int round = 0; round < 20; ++round) {
+    Streams streams(1000);
+    auto server = std::make_unique<TestServer>(streams.Routes());
+    std::atomic<bool> isOver{false};
+    std::vector<std::unique_ptr<RawClient>> clients;
+    for (int i = 0; i < 10; ++i) {
+      clients.push_back(std::make_unique<RawClient>(*server));
+      clients.back()->Send(kGet);
+    }
+    streams.Await(1);
+    std::thread sender([&streams, &isOver] {
+      while (!isOver) streams.Await(1)->Send("x");
+    });
+    server->Stop();
+    isOver = true;
+    sender.join();
+    EXPECT_GE(streams.Ended(), 1);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,200 @@
+// Both sides of each limit.
+
+#include "tests/service/http/HttpFixture.h"
+
+namespace {
+
+using namespace HttpTest;
+using Http::Access;
+using Http::BodyRule;
+using Http::Limits;
+using Http::Method;
+using Http::Request;
+using Http::Route;
+
+constexpr milliseconds kShort(200);
+
+std::vector<Route> Routes() {
+  return {TextRoute("/text", "a text"),
+          {Method::Post,
+           "/length",
+           Access::Anyone,
+           [](const Request& request) { return Text(std::to_string(request.m_Body.size())); },
+           {},
+           BodyRule::Required},
+          {Method::Get, "/long", Access::Anyone,
+           [](const Request&) { return Text(std::string(30000000, 'x')); }}};
+}
+
+Http::Settings With(const std::function<void(Limits&)>& change) {
+  Http::Settings settings = OpenSettings();
+  change(settings.m_Limits);
+  return settings;
+}
+
+// A request whose line and headers have this many bytes.
+std::string RequestOf(std::size_t bytes) {
+  const std::string start = "GET /text HTTP/1.1\r\nHost: x\r\nConnection: close\r\nX-Fill: ";
+  const std::string end = "\r\n\r\n";
+  return start + std::string(bytes - start.size() - end.size(), 'x') + end;
+}
+
+std::string ShortAfter(const TestServer& server, const std::string& request) {
+  RawClient client(server);
+  client.Send(request);
+  return RawClient::Parse(client.ReadToEnd()).Short();
+}
+
+TEST(Limit, OfTimeIs10Seconds) {
+  EXPECT_EQ(milliseconds(10000), Limits().m_RequestTime);
+}
+
+TEST(Limit, OfConnectionsIs256And16PerAddress) {
+  EXPECT_EQ(256U, Limits().m_Connections);
+  EXPECT_EQ(16U, Limits().m_ConnectionsPerAddress);
+  EXPECT_EQ(64U, Limits().m_Streams);
+}
+
+TEST(Limit, OfHeadersIs8KiB) {
+  const TestServer server(Routes());
+  EXPECT_EQ("200", ShortAfter(server, RequestOf(8192)));
+  EXPECT_EQ("431 HEADERS_TOO_LARGE", ShortAfter(server, RequestOf(8193)));
+  EXPECT_EQ("431", ShortAfter(server, RequestOf(1000000)));
+}
+
+TEST(Limit, OfAPathIsThatOfHeaders) {
+  const TestServer server(Routes());
+  const auto ask = [&server](std::size_t size) {
+    return AskRaw(server, "GET /" + std::string(size, 'x') + " HTTP/1.1\r\nHost: x").Short();
+  };
+  EXPECT_EQ("404 NOT_FOUND", ask(8000));
+  EXPECT_EQ("431 HEADERS_TOO_LARGE", ask(9000));
+}
+
+TEST(Limit, OfABodyIs64KiB) {
+  const TestServer server(Routes());
+  Client client(server);
+  const std::string most(65536, ' ');
+  EXPECT_EQ("65536", client.Send("POST", "/length", most).m_Body);
+  const Client::Headers chunked = {"Content-Type: application/json", "Transfer-Encoding: chunked"};
+  EXPECT_EQ("65536", client.Send("POST", "/length", most, chunked).m_Body);
+  EXPECT_EQ("413 BODY_TOO_LARGE", client.Send("POST", "/length", most + " ", chunked).Short());
+  const Client::Headers asking = {"Content-Type: application/json", "Expect: 100-continue"};
+  EXPECT_EQ("413 BODY_TOO_LARGE", client.Send("POST", "/length", most + " ", asking).Short());
+  EXPECT_EQ("65536", client.Send("POST", "/length", most, asking).m_Body);
+}
+
+TEST(Limit, OfABodyIsCheckedBeforeItIsSent) {
+  const TestServer server(Routes());
+  const std::string head = "POST /length HTTP/1.1\r\nHost: x\r\nContent-Type: application/json\r\n";
+  EXPECT_EQ("413 BODY_TOO_LARGE", ShortAfter(server, head + "Content-Length: 65537\r\n\r\n"));
+  EXPECT_EQ("413 BODY_TOO_LARGE",
+            ShortAfter(server, head + "Content-Length: 18446744073709551614\r\n\r\n"));
+}
+
+// Whether it gets a response. A connection may wait until it is accepted, so the order of those
+// that do not ask is not known.
+bool IsServed(RawClient& client) {
+  client.Send("GET /text HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  return client.ReadUntil("a text").find("a text") != std::string::npos;
+}
+
+TEST(Limit, OfConnectionsCountsAllListeners) {
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_Connections = 3; }));
+  RawClient first(server, Door::Tcp);
+  RawClient second(server);
+  auto third = std::make_unique<RawClient>(server);
+  EXPECT_TRUE(IsServed(first));
+  EXPECT_TRUE(IsServed(second));
+  EXPECT_TRUE(IsServed(*third));
+  for (const Door door : {Door::Unix, Door::Tcp}) {
+    RawClient fourth(server, door);
+    EXPECT_FALSE(IsServed(fourth)) << door;
+  }
+  third.reset();
+  EXPECT_TRUE(Await([&server] { return Client(server).Get("/text").m_Status == 200; }));
+  EXPECT_FALSE(first.HasEnded());
+  EXPECT_FALSE(second.HasEnded());
+}
+
+TEST(Limit, OfConnectionsPerAddressIsForTcpOnly) {
+  const TestServer server(Routes(),
+                          With([](Limits& limits) { limits.m_ConnectionsPerAddress = 2; }));
+  std::vector<std::unique_ptr<RawClient>> clients;
+  const auto serves = [&](Door door) {
+    clients.push_back(std::make_unique<RawClient>(server, door));
+    return IsServed(*clients.back());
+  };
+  EXPECT_TRUE(serves(Door::Tcp));
+  EXPECT_TRUE(serves(Door::Tcp));
+  EXPECT_FALSE(serves(Door::Tcp));
+  EXPECT_FALSE(serves(Door::Tcp));
+  for (int i = 0; i < 20; ++i) EXPECT_TRUE(serves(Door::Unix));
+  clients[0]->Close();
+  EXPECT_TRUE(Await([&serves] { return serves(Door::Tcp); }));
+}
+
+TEST(Limit, OfTimeCutsClientsThatSendNothing) {
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  for (const Door door : {Door::Unix, Door::Tcp}) {
+    RawClient client(server, door);
+    EXPECT_EQ("", client.ReadToEnd()) << door;
+  }
+}
+
+// Each byte is activity, so a timeout of inactivity would never end this.
+TEST(Limit, OfTimeCutsSlowHeaders) {
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  const RawClient client(server);
+  client.Send("GET /text HTTP/1.1\r\nHost: x\r\nX-Fill: ");
+  EXPECT_TRUE(Await([&client] { return !client.Send("x"); }));
+}
+
+TEST(Limit, OfTimeCutsSlowBodies) {
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  const RawClient client(server);
+  client.Send(
+      "POST /length HTTP/1.1\r\nHost: x\r\nContent-Type: application/json\r\n"
+      "Content-Length: 65536\r\n\r\n");
+  EXPECT_TRUE(Await([&client] { return !client.Send("x"); }));
+}
+
+TEST(Limit, OfTimeCutsConnectionsBetweenRequests) {
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  RawClient client(server);
+  client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
+  EXPECT_EQ(200, RawClient::Parse(client.ReadToEnd()).m_Status);
+}
+
+// Long enough for the check to have been made many times.
+TEST(Limit, OfTimeLeavesOthersAlone) {
+  const TestServer server(Routes());
+  RawClient client(server);
+  for (const char byte : std::string("GET /text HTTP/1.1\r\nHost: x\r\n\r\n")) {
+    std::this_thread::sleep_for(milliseconds(10));
+    ASSERT_TRUE(client.Send(std::string(1, byte)));
+  }
+  EXPECT_EQ("a text", RawClient::Parse(client.ReadUntil("a text")).m_Body);
+}
+
+TEST(Limit, OfTimeCutsClientsThatDoNotRead) {
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_ResponseTime = kShort; }));
+  RawClient client(server);
+  client.Send("GET /long HTTP/1.1\r\nHost: x\r\n\r\n");
+  // It reads only once the other end is closed.
+  EXPECT_TRUE(Await([&client] { return !client.Send("G"); }));
+  EXPECT_LT(client.ReadToEnd().size(), 30000000U);
+}
+
+TEST(Limit, OfConnectionsSurvivesAFlood) {
+  const TestServer server(Routes(),
+                          With([](Limits& limits) { limits.m_ConnectionsPerAddress = 4; }));
+  for (int i = 0; i < 1000; ++i) {
+    const RawClient client(server, Door::Tcp);
+    ASSERT_TRUE(client.IsConnected()) << i;
+  }
+  EXPECT_EQ(200, Client(server).Get("/text").m_Status);
+  EXPECT_TRUE(Await([&] { return Client(server, Door::Tcp).Get("/text").m_Status == 200; }));
+}
+
+}  // namespace

@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "service/http/Listen.h"
+#include "tests/support/Temporary.h"
+
+namespace {
+
+using Http::ListenTcp;
+using Http::ListenUnix;
+using Http::PortOf;
+
+// 0, or the errno that it throws.
+template <typename Listen>
+int ErrorOf(const Listen& listen) {
+  try {
+    listen();
+    return 0;
+  } catch (const std::system_error& error) {
+    return error.code().value();
+  }
+}
+
+struct stat StatusOf(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(0, lstat(path.c_str(), &status)) << path;
+  return status;
+}
+
+bool Connects(const std::string& path) {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const Base::Descriptor client(::socket(AF_UNIX, SOCK_STREAM, 0));
+  return connect(client.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+}
+
+TEST(ListenUnix, SetsModeAndGroup) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Path() / "socket";
+  const mode_t before = umask(0077);
+  const Base::Descriptor socket = ListenUnix(path, 0660, getegid());
+  umask(before);
+  EXPECT_EQ(static_cast<mode_t>(S_IFSOCK | 0660), StatusOf(path).st_mode);
+  EXPECT_EQ(getegid(), StatusOf(path).st_gid);
+}
+
+TEST(ListenUnix, SetsAnotherGroup) {
+  if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to give files to other groups";
+  const TemporaryFolder folder;
+  const std::string path = folder.Path() / "socket";
+  const Base::Descriptor socket = ListenUnix(path, 0660, 54321);
+  EXPECT_EQ(54321U, StatusOf(path).st_gid);
+  EXPECT_EQ(0U, StatusOf(path).st_uid);
+}
+
+TEST(ListenUnix, ReplacesASocketThatNoProcessServes) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Path() / "socket";
+  ListenUnix(path, 0600, std::nullopt).Close();
+  EXPECT_FALSE(Connects(path));
+  const Base::Descriptor socket = ListenUnix(path, 0600, std::nullopt);
+  EXPECT_TRUE(Connects(path));
+}
+
+TEST(ListenUnix, KeepsASocketThatIsServed) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Path() / "socket";
+  const Base::Descriptor socket = ListenUnix(path, 0600, std::nullopt);
+  EXPECT_EQ(EADDRINUSE, ErrorOf([&path] { ListenUnix(path, 0600, std::nullopt); }));
+  EXPECT_TRUE(Connects(path));
+}
+
+TEST(ListenUnix, KeepsWhatIsNotASocket) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Path() / "file";
+  WriteText(path, "text");
+  EXPECT_EQ(EEXIST, ErrorOf([&path] { ListenUnix(path, 0600, std::nullopt); }));
+  EXPECT_EQ("text", ReadText(path));
+  const std::string link = folder.Path() / "link";
+  ASSERT_EQ(0, symlink(path.c_str(), link.c_str()));
+  EXPECT_EQ(EEXIST, ErrorOf([&link] { ListenUnix(link, 0600, std::nullopt); }));
+}
+
+TEST(ListenUnix, GivesTheReason) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(ENOENT, ErrorOf([&] { ListenUnix(folder.Path() / "a/b", 0600, std::nullopt); }));
+  EXPECT_EQ(ENAMETOOLONG,
+            ErrorOf([&] { ListenUnix(folder.Path() / std::string(200, 'x'), 0600, {}); }));
+}
+
+TEST(ListenTcp, TakesAnAddressAndAPort) {
+  const Base::Descriptor socket = ListenTcp("127.0.0.1", 0);
+  EXPECT_NE(0, PortOf(socket));
+  EXPECT_EQ(EADDRINUSE, ErrorOf([&socket] { ListenTcp("127.0.0.1", PortOf(socket)); }));
+}
+
+TEST(ListenTcp, RefusesWhatIsNotAnAddress) {
+  for (const std::string address : {"localhost", "", "127.0.0.1 ", "::1]", "*"}) {
+    EXPECT_EQ(EINVAL, ErrorOf([&address] { ListenTcp(address, 0); })) << address;
+  }
+}
+
+}  // namespace

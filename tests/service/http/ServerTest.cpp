@@ -1,0 +1,264 @@
+// What clients get, whatever the handlers do.
+
+#include <stdexcept>
+
+#include "service/http/Server.h"
+#include "tests/service/http/HttpFixture.h"
+
+namespace {
+
+using namespace HttpTest;
+using Http::Access;
+using Http::BodyRule;
+using Http::MakeResponse;
+using Http::Method;
+using Http::Reply;
+using Http::Request;
+using Http::Route;
+using testing::IsEmpty;
+
+// Everything that a handler gets, as one line.
+Reply Echo(const Request& request) {
+  std::string line;
+  for (const auto& [name, value] : request.m_Parameters) line += name + "=" + value + ";";
+  for (const auto& [name, value] : request.m_Query) line += name + "?" + value + ";";
+  for (const char* const name : {"last-event-id", "idempotency-key"}) {
+    if (const auto* const value = Http::Find(request.m_Headers, name)) line += *value + ";";
+  }
+  return Text(line + request.m_Body);
+}
+
+std::vector<Route> Routes() {
+  std::vector<Route> routes = {
+      TextRoute("/text", "a text"),
+      {Method::Get, "/cards/{serial}", Access::Anyone, Echo, {"limit", "since"}},
+      {Method::Post, "/cards", Access::Change, Echo, {}, BodyRule::Required},
+      {Method::Patch, "/cards", Access::Change, Echo, {}, BodyRule::Optional},
+      {Method::Delete, "/cards/{serial}", Access::Change,
+       [](const Request&) { return MakeResponse(204, "", ""); }},
+      {Method::Get, "/tagged", Access::Anyone,
+       [](const Request&) {
+         auto response = MakeResponse(200, "text/plain", "tagged");
+         response.m_EntityTag = "v7";
+         return response;
+       }},
+      {Method::Get, "/throws", Access::Anyone,
+       [](const Request&) -> Reply { throw std::runtime_error("a secret"); }},
+      {Method::Get, "/throws-a-number", Access::Anyone, [](const Request&) -> Reply { throw 7; }},
+      {Method::Get, "/bad-header", Access::Anyone,
+       [](const Request&) {
+         auto response = MakeResponse(200, "text/plain", "");
+         response.m_Headers.emplace_back("X-Split", "a\r\nX-Other: b");
+         return response;
+       }},
+      {Method::Get, "/long", Access::Anyone,
+       [](const Request&) { return Text(std::string(3000000, 'x')); }},
+  };
+  return routes;
+}
+
+TEST(HttpServer, AnswersOnBothListeners) {
+  const TestServer server(Routes());
+  for (const Door door : {Door::Unix, Door::Tcp}) {
+    Client client(server, door);
+    const Result result = client.Get("/text");
+    EXPECT_EQ(200, result.m_Status) << door;
+    EXPECT_EQ("a text", result.m_Body) << door;
+    EXPECT_EQ("text/plain", result.m_Headers.at("content-type")) << door;
+  }
+}
+
+TEST(HttpServer, KeepsTheConnectionOpen) {
+  const TestServer server(Routes());
+  Client client(server);
+  client.Get("/text");
+  EXPECT_EQ(1, client.NewConnections());
+  EXPECT_EQ("404 NOT_FOUND", client.Get("/unknown").Short());
+  EXPECT_EQ("400 BODY_NOT_ALLOWED", client.Send("DELETE", "/cards/a", "{}").Short());
+  EXPECT_EQ("a text", client.Get("/text").m_Body);
+  EXPECT_EQ(0, client.NewConnections());
+}
+
+TEST(HttpServer, PassesTheRequestToTheHandler) {
+  const TestServer server(Routes());
+  Client client(server);
+  EXPECT_EQ("serial=A 1;limit?3;since?;", client.Get("/cards/A%201?limit=3&since").m_Body);
+  EXPECT_EQ("serial=\u00e4;17;", client.Get("/cards/%c3%a4", {"LAST-event-ID: 17"}).m_Body);
+  EXPECT_EQ("k;{\"a\": 1}",
+            client
+                .Send("POST", "/cards", "{\"a\": 1}",
+                      {"Content-Type: Application/JSON ; charset=utf-8", "Idempotency-Key: k"})
+                .m_Body);
+  const std::string body("a\0b\xff", 4);
+  EXPECT_EQ(body, client.Send("PATCH", "/cards", body).m_Body);
+  EXPECT_EQ(200, client.SendEmpty("PATCH", "/cards").m_Status);
+  EXPECT_EQ(204, client.SendEmpty("DELETE", "/cards/a").m_Status);
+}
+
+TEST(HttpServer, AddsHeadersToEveryResponse) {
+  const TestServer server(Routes());
+  Client client(server);
+  for (const std::string path : {"/text", "/tagged", "/unknown", "/throws", "/bad-header"}) {
+    const Result result = client.Get(path);
+    ASSERT_EQ(1U, result.m_Headers.count("cache-control")) << path;
+    EXPECT_EQ("no-store", result.m_Headers.at("cache-control")) << path;
+    EXPECT_EQ("nosniff", result.m_Headers.at("x-content-type-options")) << path;
+    EXPECT_EQ(0U, result.m_Headers.count("access-control-allow-origin")) << path;
+  }
+}
+
+TEST(HttpServer, AnswersHeadWithoutABody) {
+  const TestServer server(Routes());
+  Client client(server);
+  const Result result = client.Head("/text");
+  EXPECT_EQ(200, result.m_Status);
+  EXPECT_EQ("6", result.m_Headers.at("content-length"));
+  EXPECT_THAT(result.m_Body, IsEmpty());
+  EXPECT_EQ(404, client.Head("/unknown").m_Status);
+}
+
+TEST(HttpServer, RefusesWhatTheTableDoesNotHave) {
+  const TestServer server(Routes());
+  Client client(server);
+  const auto status = [&client](const std::string& method, const std::string& path) {
+    return client.SendEmpty(method, path).Short();
+  };
+  EXPECT_EQ("404 NOT_FOUND", status("GET", "/"));
+  EXPECT_EQ("404 NOT_FOUND", status("GET", "/text/"));
+  EXPECT_EQ("404 NOT_FOUND", status("GET", "//text"));
+  EXPECT_EQ("404 NOT_FOUND", status("GET", "/../text"));
+  EXPECT_EQ("404 NOT_FOUND", status("GET", "/cards/../../etc/passwd"));
+  EXPECT_EQ("404 NOT_FOUND", status("GET", "/cards/.."));
+  EXPECT_EQ("404 NOT_FOUND", status("GET", "/cards/%2e%2e%2fetc"));
+  EXPECT_EQ("404 NOT_FOUND", status("POST", "/unknown"));
+  EXPECT_EQ("405 METHOD_NOT_ALLOWED", status("POST", "/text"));
+  EXPECT_EQ("405 METHOD_NOT_ALLOWED", status("OPTIONS", "/text"));
+  EXPECT_EQ("405 METHOD_NOT_ALLOWED", status("TRACE", "/text"));
+  EXPECT_EQ("POST, PATCH", client.SendEmpty("GET", "/cards").m_Headers.at("allow"));
+  EXPECT_EQ("GET, HEAD, DELETE", client.SendEmpty("PUT", "/cards/a").m_Headers.at("allow"));
+}
+
+TEST(HttpServer, RefusesQueriesThatTheRouteDoesNotHave) {
+  const TestServer server(Routes());
+  Client client(server);
+  const auto status = [&client](const std::string& query) {
+    return client.Get("/cards/a" + query).Short();
+  };
+  EXPECT_EQ("200", status("?"));
+  EXPECT_EQ("200", status("?limit=1"));
+  EXPECT_EQ("200", status("?limit=%3D%26"));
+  EXPECT_EQ("200", status("?%6cimit=1"));
+  EXPECT_EQ("400 QUERY_UNKNOWN", status("?Limit=1"));
+  EXPECT_EQ("400 QUERY_UNKNOWN", status("?serial=1"));
+  EXPECT_EQ("400 QUERY_REPEATED", status("?limit=1&limit=1"));
+  EXPECT_EQ("400 QUERY_REPEATED", status("?limit=1&%6cimit=2"));
+  EXPECT_EQ("400 QUERY_INVALID", status("?limit=%"));
+  EXPECT_EQ("400 QUERY_INVALID", status("?limit=%0"));
+  EXPECT_EQ("400 QUERY_INVALID", status("?limit=%00"));
+  EXPECT_EQ("400 QUERY_INVALID", status("?limit=%ff"));
+  EXPECT_EQ("400 QUERY_INVALID", status("?%ff=1"));
+  EXPECT_EQ("400 PATH_INVALID", client.Get("/cards/%00").Short());
+  EXPECT_EQ("400 PATH_INVALID", client.Get("/cards/%ff").Short());
+  EXPECT_EQ("400 PATH_INVALID", client.Get("/cards/%4").Short());
+  EXPECT_EQ("400 PATH_INVALID", client.Get("/%zz/unknown").Short());
+}
+
+TEST(HttpServer, RefusesBodiesThatTheRouteDoesNotTake) {
+  const TestServer server(Routes());
+  Client client(server);
+  const auto post = [&client](Client::Headers headers) {
+    return client.Send("POST", "/cards", "{}", std::move(headers)).Short();
+  };
+  EXPECT_EQ("200", post({"Content-Type: application/json"}));
+  EXPECT_EQ("415 MEDIA_TYPE_NOT_SUPPORTED", post({"Content-Type: text/plain"}));
+  EXPECT_EQ("415 MEDIA_TYPE_NOT_SUPPORTED", post({"Content-Type: application/jsonx"}));
+  EXPECT_EQ("415 MEDIA_TYPE_NOT_SUPPORTED", post({"Content-Type:"}));
+  EXPECT_EQ("415 MEDIA_TYPE_NOT_SUPPORTED",
+            post({"Content-Type: application/json", "Content-Encoding: gzip"}));
+  EXPECT_EQ("415 MEDIA_TYPE_NOT_SUPPORTED",
+            post({"Content-Type: text/plain", "Transfer-Encoding: chunked"}));
+  EXPECT_EQ("400 BODY_MISSING", client.SendEmpty("POST", "/cards").Short());
+  EXPECT_EQ("400 BODY_NOT_ALLOWED", client.Send("GET", "/text", "{}").Short());
+  EXPECT_EQ("200", client.Send("PATCH", "/cards", "{}").Short());
+  EXPECT_EQ("415 MEDIA_TYPE_NOT_SUPPORTED",
+            client.Send("PATCH", "/cards", "{}", {"Content-Type: text/plain"}).Short());
+}
+
+TEST(HttpServer, AnswersWithoutTheBodyThatAClientHas) {
+  const TestServer server(Routes());
+  Client client(server);
+  const Result first = client.Get("/tagged");
+  EXPECT_EQ(200, first.m_Status);
+  EXPECT_EQ("\"v7\"", first.m_Headers.at("etag"));
+  const Result second = client.Get("/tagged", {"If-None-Match: \"v7\""});
+  EXPECT_EQ(304, second.m_Status);
+  EXPECT_EQ("\"v7\"", second.m_Headers.at("etag"));
+  EXPECT_THAT(second.m_Body, IsEmpty());
+  EXPECT_EQ("tagged", client.Get("/tagged", {"If-None-Match: \"v6\""}).m_Body);
+  EXPECT_EQ("a text", client.Get("/text", {"If-None-Match: *"}).m_Body);
+}
+
+TEST(HttpServer, HidesWhatAHandlerThrows) {
+  std::vector<std::string> failures;
+  Http::Settings settings = OpenSettings();
+  settings.m_OnFailure = [&failures](const std::string& what) { failures.push_back(what); };
+  TestServer server(Routes(), std::move(settings));
+  for (const std::string path : {"/throws", "/throws-a-number", "/bad-header"}) {
+    Client client(server);
+    const Result result = client.Get(path);
+    EXPECT_EQ("500 UNEXPECTED", result.Short()) << path;
+    EXPECT_EQ(std::string::npos, result.m_Body.find("secret")) << path;
+    EXPECT_EQ("200", client.Get("/text").Short()) << path;
+  }
+  server.Stop();
+  EXPECT_THAT(failures, testing::ElementsAre("a secret", "an exception of another kind",
+                                             "header that cannot be sent: X-Split"));
+}
+
+TEST(HttpServer, SendsLongResponses) {
+  const TestServer server(Routes());
+  Client client(server);
+  EXPECT_EQ(std::string(3000000, 'x'), client.Get("/long").m_Body);
+}
+
+TEST(HttpServer, RefusesWhatIsNotARequest) {
+  const TestServer server(Routes());
+  const std::string host = "\r\nHost: x";
+  struct {
+    std::string m_Lines;
+    std::string m_Short;
+  } const cases[] = {
+      {"GET /text HTTP/1.1" + host, "200"},
+      {"GET /text HTTP/1.1", "400"},  // no host
+      {"GET /te\xff HTTP/1.1" + host, "400 PATH_INVALID"},
+      {"GET /cards/a?limit=\xff HTTP/1.1" + host, "400 QUERY_INVALID"},
+      {"GET /text HTTP/1.1" + host + "\r\nLast-Event-ID: \xff", "400 HEADER_INVALID"},
+      {"GET /text HTTP/1.1" + host + "\r\nX-Other: \xff", "200"},
+      {"GET /text#x HTTP/1.1" + host, "404 NOT_FOUND"},
+      {"GET http://x/text HTTP/1.1" + host, "404 NOT_FOUND"},
+      {"OPTIONS * HTTP/1.1" + host, "404 NOT_FOUND"},
+      {"POST /cards HTTP/1.1" + host + "\r\nContent-Length: -1", "400"},
+      {"POST /cards HTTP/1.1" + host + "\r\nContent-Length: 99999999999999999999", "413"},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(each.m_Short, AskRaw(server, each.m_Lines).Short()) << each.m_Lines;
+  }
+}
+
+// What follows the NUL must not be dropped in silence.
+TEST(HttpServer, RefusesNulInPathAndQuery) {
+  const TestServer server(Routes());
+  using std::string_literals::operator""s;
+  for (const std::string& target : {"/text\0"s, "/text\0x"s, "/cards/a?limit=1\0x"s, "/\0/text"s}) {
+    const std::string lines = "GET " + target + " HTTP/1.1\r\nHost: x";
+    EXPECT_EQ("400 PATH_INVALID", AskRaw(server, lines).Short()) << target;
+  }
+}
+
+TEST(HttpServer, CannotStartOnWhatDoesNotListen) {
+  std::vector<Base::Descriptor> listeners;
+  listeners.emplace_back();
+  EXPECT_THROW(Http::Server(Routes(), OpenSettings(), std::move(listeners)), std::runtime_error);
+}
+
+}  // namespace
