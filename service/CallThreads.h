@@ -1,0 +1,29 @@
+// Threads for calls that wait for a card, so that those that serve clients need not.
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+
+namespace Service {
+
+// Any thread may call its members.
+class CallThreads {
+ public:
+  CallThreads() = default;
+  // Waits for all calls.
+  ~CallThreads();
+  CallThreads(const CallThreads&) = delete;
+  CallThreads& operator=(const CallThreads&) = delete;
+
+  // Runs the call in a thread of its own; it must not throw. Throws `std::system_error` if no
+  // thread can be started.
+  void Run(std::function<void()> call);
+
+ private:
+  std::mutex m_Lock;
+  std::condition_variable m_Ended;
+  int m_Running = 0;  // guarded by `m_Lock`
+};
+
+}  // namespace Service

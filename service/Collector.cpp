@@ -1,0 +1,125 @@
+#include "service/Collector.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "console/base/Failure.h"
+
+namespace Service {
+
+using std::chrono::milliseconds;
+
+Collector::Collector(CollectorSettings settings, SnapshotStore& store)
+    : m_Settings(std::move(settings)),
+      m_Store(store),
+      m_NextPause(m_Settings.m_FirstPause),
+      m_Thread(&Collector::Run, this) {}
+
+Collector::~Collector() {
+  Stop();
+}
+
+void Collector::Stop() {
+  m_IsStopping = true;
+  m_Wake.Notify();
+  if (m_Thread.joinable()) m_Thread.join();
+}
+
+void Collector::Run() {
+  while (!m_IsStopping) {
+    try {
+      RunPlugin();
+    } catch (const std::exception& failure) {
+      PublishDown(failure.what());
+    }
+    Pause();
+  }
+}
+
+// Until the process ends or the collector stops.
+void Collector::RunPlugin() {
+  ++m_Starts;
+  const auto worker = std::make_shared<Worker>(m_Settings.m_Program, m_Settings.m_PluginFile,
+                                               Console::Deadline(m_Settings.m_CallTimeout));
+  Console::TimeLimits limits;
+  limits.m_Call = m_Settings.m_CallTimeout;
+  WorkerSession session(*worker, m_EventHistory, limits);
+  SetRunning(worker);
+  try {
+    Follow(*worker, session);
+  } catch (...) {
+    Release(*worker);
+    throw;
+  }
+  Release(*worker);
+}
+
+// Ends the calls of other threads, which may hold the worker a little longer.
+void Collector::Release(Worker& worker) {
+  SetRunning(nullptr);
+  worker.Disconnect();
+}
+
+std::shared_ptr<Worker> Collector::Running() const {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return m_pRunning;
+}
+
+void Collector::SetRunning(std::shared_ptr<Worker> worker) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_pRunning = std::move(worker);
+}
+
+std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand& command,
+                                                    const Console::Deadline& deadline) const {
+  const std::shared_ptr<Worker> worker = Running();
+  if (!worker) return std::nullopt;
+  return worker->Call(command, deadline);
+}
+
+void Collector::Follow(Worker& worker, WorkerSession& session) {
+  Publish(session);
+  m_NextPause = m_Settings.m_FirstPause;
+  Console::WaitSet alsoWake;
+  alsoWake.m_Readable = m_Wake.Number();
+  for (;;) {
+    session.WaitForNotification(m_Settings.m_RefreshInterval, alsoWake);
+    m_Wake.Wait(milliseconds(0), {});
+    if (m_IsStopping) return;
+    if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
+    session.CollectEvents();
+    Publish(session);
+  }
+}
+
+void Collector::Publish(WorkerSession& session) {
+  Snapshot snapshot;
+  snapshot.m_HasCards = session.HasCards();
+  snapshot.m_Objects = session.Topology();
+  snapshot.m_ObservedAt = Clock::now();
+  snapshot.m_Info = session.Info();
+  snapshot.m_Plugin.m_IsUp = true;
+  snapshot.m_Plugin.m_Starts = m_Starts;
+  snapshot.m_Plugin.m_Process = session.ProcessId();
+  snapshot.m_Plugin.m_LostThreads = session.LostThreads();
+  snapshot.m_Plugin.m_StartDuration = session.StartDuration();
+  m_Store.Publish(std::move(snapshot));
+}
+
+// The objects remain as they were last read.
+void Collector::PublishDown(const std::string& reason) {
+  Snapshot snapshot = *m_Store.Get();
+  snapshot.m_Plugin.m_IsUp = false;
+  snapshot.m_Plugin.m_Reason = reason;
+  snapshot.m_Plugin.m_Starts = m_Starts;
+  m_Store.Publish(std::move(snapshot));
+}
+
+// Before the next start. A request for a refresh does not shorten it.
+void Collector::Pause() {
+  const Console::Deadline deadline(m_NextPause);
+  while (!m_IsStopping && !deadline.IsOver()) m_Wake.Wait(deadline.Left(), {});
+  m_NextPause = std::min(m_NextPause * 2, m_Settings.m_LongestPause);
+}
+
+}  // namespace Service

@@ -1,0 +1,79 @@
+// The one thread of the service that calls the plug-in: it restarts the plug-in's process when it
+// has ended, logs its events, and publishes what it reports.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "console/base/Notifier.h"
+#include "console/base/Output.h"
+#include "service/Snapshot.h"
+#include "service/WorkerSession.h"
+
+namespace Service {
+
+struct CollectorSettings {
+  std::filesystem::path m_Program;  // that has the command `plugin-process`
+  std::filesystem::path m_PluginFile;
+  std::chrono::milliseconds m_RefreshInterval{10000};
+  // A plug-in that has not answered after this time is replaced.
+  std::chrono::milliseconds m_CallTimeout{30000};
+  // The pause before the first new start; it doubles up to the longest one.
+  std::chrono::milliseconds m_FirstPause{1000};
+  std::chrono::milliseconds m_LongestPause{60000};
+};
+
+class Collector {
+ public:
+  // Starts the thread. The store must outlive the collector.
+  Collector(CollectorSettings settings, SnapshotStore& store);
+  ~Collector();
+  Collector(const Collector&) = delete;
+  Collector& operator=(const Collector&) = delete;
+
+  // Stops the plug-in and the thread, which takes up to 32 seconds if a card hangs. Calls return
+  // empty from then on. For the thread that made the collector.
+  void Stop();
+  // Makes it read the cards now. From any thread.
+  void RequestRefresh() const { m_Wake.Notify(); }
+  // Carries out one command in the plug-in, on the calling thread; any thread may call it. Empty if
+  // no plug-in is running, or it has not answered by the deadline.
+  std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
+                                           const Console::Deadline& deadline) const;
+
+ private:
+  void Run();
+  void RunPlugin();
+  void Release(Worker& worker);
+  void Follow(Worker& worker, WorkerSession& session);
+  void Publish(WorkerSession& session);
+  void PublishDown(const std::string& reason);
+  void Pause();
+
+  std::shared_ptr<Worker> Running() const;
+  void SetRunning(std::shared_ptr<Worker> worker);
+
+  const CollectorSettings m_Settings;
+  SnapshotStore& m_Store;
+  Console::Notifier m_Wake;  // a refresh was requested, or the thread has to stop
+  std::atomic<bool> m_IsStopping{false};
+
+  mutable std::mutex m_Lock;
+  std::shared_ptr<Worker> m_pRunning;  // guarded by `m_Lock`; null: no plug-in is running
+
+  // For the thread alone.
+  Console::Diagnostics m_Diagnostics{Console::Verbosity::All};
+  Console::EventHistory m_EventHistory{m_Diagnostics};
+  std::chrono::milliseconds m_NextPause;
+  std::uint64_t m_Starts = 0;
+
+  std::thread m_Thread;
+};
+
+}  // namespace Service

@@ -1,0 +1,65 @@
+#include "service/Frame.h"
+
+#include <endian.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+namespace Service {
+namespace {
+
+using Length = std::uint32_t;
+
+// Whether all of it arrived.
+bool ReadExactly(int socket, char* into, std::size_t size) {
+  while (size > 0) {
+    const ssize_t count = recv(socket, into, size, MSG_WAITALL);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    into += count;
+    size -= static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+// A process that has ended must not end this one by SIGPIPE.
+bool SendAll(int socket, const std::string& bytes) {
+  std::size_t sent = 0;
+  while (sent < bytes.size()) {
+    const ssize_t count = send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    sent += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+}  // namespace
+
+std::optional<nlohmann::json> ReadFrame(int socket) {
+  Length length = 0;
+  if (!ReadExactly(socket, reinterpret_cast<char*>(&length), sizeof length)) return std::nullopt;
+  length = be32toh(length);
+  if (length > kLargestFrame) throw FrameError("a frame is too large");
+  std::string text(length, '\0');
+  if (!ReadExactly(socket, text.data(), text.size())) return std::nullopt;
+  auto document = nlohmann::json::parse(text, nullptr, false);
+  if (document.is_discarded()) throw FrameError("a frame is not JSON");
+  return document;
+}
+
+bool FrameWriter::Write(const nlohmann::json& document) {
+  const std::string text = document.dump();
+  if (text.size() > kLargestFrame) return false;
+  const Length length = htobe32(static_cast<Length>(text.size()));
+  std::string bytes(sizeof length, '\0');
+  std::memcpy(bytes.data(), &length, sizeof length);
+  bytes += text;
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return SendAll(m_Socket, bytes);
+}
+
+}  // namespace Service

@@ -1,0 +1,41 @@
+// Messages between the two processes of the service: JSON documents on a stream socket, each after
+// its length.
+#pragma once
+
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+
+namespace Service {
+
+// The most bytes of one document. The records of a thousand cards need about a tenth of it.
+constexpr std::size_t kLargestFrame = 64U << 20U;
+
+// The other process sent something that is not a frame.
+class FrameError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Waits for the next document. Empty at the end of the stream, also in the middle of a frame and
+// after an error of the socket. Throws `FrameError`. The descriptor remains the caller's; one
+// reader at a time.
+std::optional<nlohmann::json> ReadFrame(int socket);
+
+// Writes documents, each as a whole, from any thread.
+class FrameWriter {
+ public:
+  // The descriptor remains the caller's and must outlive the writer.
+  explicit FrameWriter(int socket) : m_Socket(socket) {}
+
+  // Waits until the other process has taken enough of what was written before. False if it has
+  // ended, or the document is too large.
+  bool Write(const nlohmann::json& document);
+
+ private:
+  const int m_Socket;
+  std::mutex m_Lock;  // so that frames do not mix
+};
+
+}  // namespace Service

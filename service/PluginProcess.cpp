@@ -1,0 +1,138 @@
+#include "service/PluginProcess.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "console/base/CallWithTimeout.h"
+#include "console/base/Failure.h"
+#include "console/base/Notifier.h"
+#include "console/plugin/PluginLibrary.h"
+#include "console/plugin/RecordJson.h"
+#include "hostkit/FailedThreads.h"
+#include "service/Frame.h"
+
+namespace Service {
+namespace {
+
+using Json = nlohmann::json;
+using std::chrono::milliseconds;
+
+constexpr milliseconds kStopTimeout(30000);
+constexpr milliseconds kPause(10);
+
+Json PluginDocument(const std::string& file, const IPLUGINAPI& plugin) {
+  return {{"plugin",
+           {{"file", file},
+            {"module_id", plugin.m_ModuleID},
+            {"interface_version", plugin.m_InterfaceVersion}}}};
+}
+
+Json FailureDocument(const Console::Failure& failure) {
+  return {{"failure",
+           {{"exit_code", static_cast<int>(failure.m_Code)},
+            {"id", failure.m_Id},
+            {"text", failure.m_Text},
+            {"advice", failure.m_Advice}}}};
+}
+
+// Everything that the threads of commands use.
+struct Process {
+  Process(const std::filesystem::path& file, int socket)
+      : m_Socket(socket), m_Writer(socket), m_Library(file), m_Plugin(m_Library) {}
+
+  const int m_Socket;
+  FrameWriter m_Writer;
+  Console::Notifier m_Notifier;
+  Console::PluginLibrary m_Library;
+  Console::PluginInstance m_Plugin;
+  std::atomic<bool> m_IsInitialized{false};
+  std::atomic<int> m_RunningCommands{0};
+};
+
+// Carries out one command and answers it.
+void Answer(Process& process, const Json& id, Console::PluginCommand command) {
+  const PI::_COMMAND number = command.m_Command;
+  const Console::PluginReply reply = Console::Execute(*process.m_Plugin, std::move(command));
+  if (reply.m_Result == PI::SUCCESS && number == PI::CMD_INITIALIZE) process.m_IsInitialized = true;
+  if (reply.m_Result == PI::SUCCESS && number == PI::CMD_DEINITIALIZE) {
+    process.m_IsInitialized = false;
+  }
+  Json document = Console::ToJson(reply);
+  document["id"] = id;
+  document["failed_threads"] = HostKit::FailedThreads();
+  process.m_Writer.Write(document);
+  --process.m_RunningCommands;
+}
+
+// A command that hangs must not delay the others, so each has a thread.
+void Dispatch(Process& process, Json document) {
+  const Json id = document.at("id");
+  document.erase("id");
+  ++process.m_RunningCommands;
+  std::thread(Answer, std::ref(process), id, Console::CommandFromJson(document)).detach();
+}
+
+enum class Ready { Command, Notification };
+
+Ready Wait(const Process& process) {
+  pollfd waits[] = {{process.m_Socket, POLLIN, 0}, {process.m_Notifier.Number(), POLLIN, 0}};
+  while (poll(waits, 2, -1) < 0) continue;
+  return waits[0].revents != 0 ? Ready::Command : Ready::Notification;
+}
+
+// Until the service closes its end.
+void Serve(Process& process) {
+  for (;;) {
+    if (Wait(process) == Ready::Notification) {
+      process.m_Notifier.Wait(milliseconds(0), {});
+      process.m_Writer.Write({{"notified", true}});
+      continue;
+    }
+    auto document = ReadFrame(process.m_Socket);
+    if (!document) return;
+    Dispatch(process, std::move(*document));
+  }
+}
+
+// Whether the plug-in has stopped and nothing uses it any more. It waits for its jobs for 25
+// seconds; a hung card must not keep this process longer.
+bool Stop(Process& process) {
+  const auto call = [&process]() -> std::uint32_t {
+    if (process.m_IsInitialized) process.m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
+    while (process.m_RunningCommands > 0) std::this_thread::sleep_for(kPause);
+    return PI::SUCCESS;
+  };
+  const Console::Deadline deadline(kStopTimeout);
+  return Console::CallWithTimeout(call, deadline, Console::OnStop::Continue).has_value();
+}
+
+}  // namespace
+
+int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
+  try {
+    auto process = std::make_unique<Process>(pluginFile, socket);
+    process->m_Plugin->m_HostNotify = [notifier = &process->m_Notifier](IPLUGINAPI*) {
+      notifier->Notify();
+    };
+    process->m_Writer.Write(PluginDocument(process->m_Library.m_File, *process->m_Plugin));
+    Serve(*process);
+    if (!Stop(*process)) static_cast<void>(process.release());  // a hung call still uses it
+    return EXIT_SUCCESS;
+  } catch (const Console::Failure& failure) {
+    FrameWriter(socket).Write(FailureDocument(failure));
+  } catch (const std::exception& error) {
+    // The service sent what it never sends, or no thread or memory is left: it starts another one.
+    FrameWriter(socket).Write(
+        FailureDocument(Console::Failure(Console::ExitCode::Failed, "UNEXPECTED", error.what())));
+  }
+  return EXIT_FAILURE;
+}
+
+}  // namespace Service

@@ -1,0 +1,63 @@
+// What the service knows of the cards: the one source of everything that is read from it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "console/base/Deadline.h"
+#include "console/model/Model.h"
+#include "console/plugin/Session.h"
+
+namespace Service {
+
+using Clock = std::chrono::system_clock;
+
+// The state of the plug-in process.
+struct PluginState {
+  bool m_IsUp = false;
+  std::string m_Reason;        // why it is not up
+  std::uint64_t m_Starts = 0;  // of the process, the failed ones included
+  pid_t m_Process = -1;        // of the last start that succeeded
+  std::size_t m_LostThreads = 0;
+  std::chrono::duration<double> m_StartDuration{0};
+};
+
+// Never changes. A new one replaces it as a whole.
+struct Snapshot {
+  std::uint64_t m_Run = 0;         // drawn when the store was made: numbers begin again with it
+  std::uint64_t m_Number = 0;      // rises with each snapshot; 0: nothing has been read yet
+  Clock::time_point m_ObservedAt;  // when `m_Objects` was read
+  Console::PluginInfo m_Info;
+  PluginState m_Plugin;
+  bool m_HasCards = false;
+  std::vector<PI::CObject> m_Objects;  // as the last plug-in reported them
+};
+
+using SnapshotPtr = std::shared_ptr<const Snapshot>;
+
+// Holds the newest snapshot. Any thread may call its members.
+class SnapshotStore {
+ public:
+  SnapshotStore();
+
+  // Never null.
+  SnapshotPtr Get() const;
+  // Makes it the newest one and gives it its number.
+  void Publish(Snapshot snapshot);
+  // Waits for a snapshot with a number above `number`, or until the deadline; returns the newest.
+  SnapshotPtr AwaitNewer(std::uint64_t number, const Console::Deadline& deadline) const;
+
+ private:
+  mutable std::mutex m_Lock;
+  mutable std::condition_variable m_Changed;
+  SnapshotPtr m_Newest;  // guarded by `m_Lock`
+};
+
+}  // namespace Service

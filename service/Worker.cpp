@@ -1,0 +1,237 @@
+#include "service/Worker.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "console/base/StopSignals.h"
+#include "console/plugin/RecordJson.h"
+
+namespace Service {
+namespace {
+
+using Console::ExitCode;
+using Console::Failure;
+using Json = nlohmann::json;
+
+// The number of the socket in the new process.
+constexpr int kSocketThere = 3;
+
+Failure ProcessFailure(const std::string& why) {
+  return Failure(ExitCode::Failed, "NO_PROCESS", "cannot start the plug-in process", why);
+}
+
+struct SocketPair {
+  Base::Descriptor m_Here;
+  Base::Descriptor m_There;
+};
+
+SocketPair MakeSocketPair() {
+  int ends[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+    throw ProcessFailure(std::strerror(errno));
+  }
+  // A process that no longer reads must not hold the service.
+  constexpr timeval kSendTimeout = {5, 0};
+  setsockopt(ends[0], SOL_SOCKET, SO_SNDTIMEO, &kSendTimeout, sizeof kSendTimeout);
+  return {Base::Descriptor(ends[0]), Base::Descriptor(ends[1])};
+}
+
+// What the new process does before it runs the program. The copy of the socket has no
+// close-on-exec flag, even if it has that number already.
+class FileActions {
+ public:
+  explicit FileActions(int socket) {
+    posix_spawn_file_actions_init(&m_Actions);
+    posix_spawn_file_actions_adddup2(&m_Actions, socket, kSocketThere);
+  }
+  ~FileActions() { posix_spawn_file_actions_destroy(&m_Actions); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+
+  const posix_spawn_file_actions_t* Get() const { return &m_Actions; }
+
+ private:
+  posix_spawn_file_actions_t m_Actions;
+};
+
+// A group of its own keeps the terminal's Ctrl-C from the process: the service stops it.
+class Attributes {
+ public:
+  Attributes() {
+    posix_spawnattr_init(&m_Attributes);
+    posix_spawnattr_setflags(&m_Attributes, POSIX_SPAWN_SETPGROUP);
+  }
+  ~Attributes() { posix_spawnattr_destroy(&m_Attributes); }
+  Attributes(const Attributes&) = delete;
+  Attributes& operator=(const Attributes&) = delete;
+
+  const posix_spawnattr_t* Get() const { return &m_Attributes; }
+
+ private:
+  posix_spawnattr_t m_Attributes;
+};
+
+Failure FailureFrom(const Json& document) {
+  return Failure(static_cast<ExitCode>(document.at("exit_code").get<int>()),
+                 document.at("id").get<std::string>(), document.at("text").get<std::string>(),
+                 document.at("advice").get<std::vector<std::string>>());
+}
+
+// Whether the process ends in time. It is reaped then.
+bool AwaitEnd(pid_t process, const Console::Deadline& deadline) {
+  constexpr std::chrono::milliseconds kPause(10);
+  for (;;) {
+    if (waitpid(process, nullptr, WNOHANG) != 0) return true;
+    if (deadline.IsOver()) return false;
+    std::this_thread::sleep_for(deadline.Left(kPause));
+  }
+}
+
+}  // namespace
+
+Worker::Worker(const std::filesystem::path& program, const std::filesystem::path& pluginFile,
+               const Console::Deadline& deadline)
+    : Worker(Start(program, pluginFile), deadline) {}
+
+Worker::Worker(Started started, const Console::Deadline& deadline)
+    : m_Socket(std::move(started.m_Socket)),
+      m_Process(started.m_Process),
+      m_Writer(m_Socket.Get()) {
+  try {
+    Greet(deadline);
+    m_Reader = std::thread(&Worker::ReadReplies, this);
+  } catch (...) {
+    Kill();
+    AwaitEnd(m_Process, Console::Deadline());
+    throw;
+  }
+}
+
+Worker::~Worker() {
+  Disconnect();
+  m_Reader.join();
+  // The process gives a plug-in that does not stop 30 seconds.
+  constexpr std::chrono::milliseconds kStopTimeout(32000);
+  if (AwaitEnd(m_Process, Console::Deadline(kStopTimeout))) return;
+  Kill();
+  AwaitEnd(m_Process, Console::Deadline());
+}
+
+Worker::Started Worker::Start(const std::filesystem::path& program,
+                              const std::filesystem::path& pluginFile) {
+  SocketPair pair = MakeSocketPair();
+  const FileActions actions(pair.m_There.Get());
+  const Attributes attributes;
+  std::string words[] = {"corvane-host", "plugin-process", pluginFile.string()};
+  char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
+  pid_t process = -1;
+  const int error =
+      posix_spawn(&process, program.c_str(), actions.Get(), attributes.Get(), arguments, environ);
+  if (error != 0) throw ProcessFailure(std::strerror(error));
+  return {std::move(pair.m_Here), process};
+}
+
+// The first document says whether the plug-in could be loaded.
+void Worker::Greet(const Console::Deadline& deadline) {
+  if (!Console::WaitReadable(m_Socket.Get(), deadline.Left())) {
+    Console::ThrowIfStopped();
+    throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond");
+  }
+  const auto document = ReadFrame(m_Socket.Get());
+  if (!document) throw ProcessFailure("it ended before the plug-in was loaded");
+  if (document->contains("failure")) throw FailureFrom(document->at("failure"));
+  const Json& plugin = document->at("plugin");
+  m_Info.m_File = plugin.at("file").get<std::string>();
+  m_Info.m_ModuleID = plugin.at("module_id").get<std::uint32_t>();
+  m_Info.m_InterfaceVersion = plugin.at("interface_version").get<std::uint32_t>();
+}
+
+// The thread of the connection. Whatever ends it, the process is of no more use.
+void Worker::ReadReplies() {
+  try {
+    while (auto document = ReadFrame(m_Socket.Get())) Take(std::move(*document));
+  } catch (const std::exception&) {
+    Kill();
+  }
+  End();
+}
+
+void Worker::Take(Json document) {
+  if (document.contains("notified")) {
+    m_Notifications.Notify();
+    return;
+  }
+  const Lock lock(m_Lock);
+  m_FailedThreads = document.at("failed_threads").get<std::size_t>();
+  const auto waiting = m_Replies.find(document.at("id").get<std::uint64_t>());
+  if (waiting == m_Replies.end()) return;  // given up
+  document.erase("failed_threads");
+  document.erase("id");
+  waiting->second = std::move(document);
+  m_Changed.notify_all();
+}
+
+void Worker::End() {
+  {
+    const Lock lock(m_Lock);
+    m_HasEnded = true;
+    m_Changed.notify_all();
+  }
+  m_Notifications.Notify();
+}
+
+std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& command,
+                                                 const Console::Deadline& deadline) {
+  Json document = Console::ToJson(command);
+  std::uint64_t id = 0;
+  {
+    const Lock lock(m_Lock);
+    id = ++m_LastId;
+    m_Replies[id];
+  }
+  document["id"] = id;
+  const bool isSent = m_Writer.Write(document);
+
+  Lock lock(m_Lock);
+  const auto isOver = [&] { return m_HasEnded || m_Replies[id]; };
+  while (isSent && !isOver() && !deadline.IsOver()) m_Changed.wait_for(lock, deadline.Left());
+  const std::optional<Json> reply = std::move(m_Replies[id]);
+  m_Replies.erase(id);
+  lock.unlock();
+  if (!reply) return std::nullopt;
+  return Console::ReplyFromJson(command.m_Command, *reply);
+}
+
+bool Worker::IsAlive() const {
+  const Lock lock(m_Lock);
+  return !m_HasEnded;
+}
+
+std::size_t Worker::FailedThreads() const {
+  const Lock lock(m_Lock);
+  return m_FailedThreads;
+}
+
+void Worker::Disconnect() {
+  shutdown(m_Socket.Get(), SHUT_RDWR);
+}
+
+void Worker::Kill() {
+  kill(m_Process, SIGKILL);
+}
+
+}  // namespace Service

@@ -1,0 +1,86 @@
+// The service's side of a plug-in process.
+#pragma once
+
+#include <sys/types.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "base/Descriptor.h"
+#include "console/base/Deadline.h"
+#include "console/base/Notifier.h"
+#include "console/plugin/PluginCommand.h"
+#include "console/plugin/Session.h"
+#include "service/Frame.h"
+
+namespace Service {
+
+// A running plug-in process. Any thread may call its members.
+class Worker {
+ public:
+  // Starts `program plugin-process PLUGIN`, with the environment of this process, and waits until
+  // it has loaded the plug-in. Throws `Console::Failure`: of the plug-in, or if no process can be
+  // started, or after the deadline.
+  Worker(const std::filesystem::path& program, const std::filesystem::path& pluginFile,
+         const Console::Deadline& deadline);
+  // Closes the connection, so that the process stops the plug-in and ends; kills it if it has not
+  // ended after half a minute.
+  ~Worker();
+
+  Console::PluginInfo Info() const { return m_Info; }
+  pid_t ProcessId() const { return m_Process; }
+
+  // Carries out one command. Empty if the process has ended or has not answered by the deadline; a
+  // late answer is dropped.
+  std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
+                                           const Console::Deadline& deadline);
+  // Notified when the plug-in has changes or events, and when the process ends.
+  const Console::Notifier& Notifications() const { return m_Notifications; }
+  // Whether the connection to the process still works.
+  bool IsAlive() const;
+  // How many threads the plug-in could not start, as of the last reply.
+  std::size_t FailedThreads() const;
+  // Closes the connection, so that the process stops the plug-in and ends. Calls that wait return
+  // empty.
+  void Disconnect();
+  // Ends the process at once. Calls that wait return empty.
+  void Kill();
+
+ private:
+  using Lock = std::unique_lock<std::mutex>;
+
+  struct Started {
+    Base::Descriptor m_Socket;
+    pid_t m_Process;
+  };
+
+  static Started Start(const std::filesystem::path& program,
+                       const std::filesystem::path& pluginFile);
+  Worker(Started started, const Console::Deadline& deadline);
+  void Greet(const Console::Deadline& deadline);
+  void ReadReplies();
+  void Take(nlohmann::json document);
+  void End();
+
+  const Base::Descriptor m_Socket;
+  const pid_t m_Process;
+  FrameWriter m_Writer;
+  Console::PluginInfo m_Info;
+  Console::Notifier m_Notifications;
+
+  mutable std::mutex m_Lock;
+  std::condition_variable m_Changed;  // of the members below, which `m_Lock` guards
+  bool m_HasEnded = false;
+  std::uint64_t m_LastId = 0;
+  std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies;  // of the calls that wait
+  std::size_t m_FailedThreads = 0;
+
+  std::thread m_Reader;
+};
+
+}  // namespace Service

@@ -1,0 +1,32 @@
+// A session with the plug-in of a worker process.
+#pragma once
+
+#include "console/plugin/CommandSession.h"
+#include "service/Worker.h"
+
+namespace Service {
+
+class WorkerSession : public Console::CommandSession {
+ public:
+  // Initializes the plug-in of the worker, which takes more than a second. Throws
+  // `Console::Failure`; finding no card is not a failure. Worker and history must outlive it.
+  WorkerSession(Worker& worker, Console::EventHistory& eventHistory,
+                const Console::TimeLimits& limits);
+
+  pid_t ProcessId() const { return m_Worker.ProcessId(); }
+  Console::PluginInfo Info() const override { return m_Worker.Info(); }
+  std::size_t LostThreads() const override { return m_Worker.FailedThreads(); }
+  using Session::WaitForNotification;
+  bool WaitForNotification(std::chrono::milliseconds atMost, const Console::WaitSet& also) override;
+
+ private:
+  std::optional<Console::PluginReply> Call(Console::PluginCommand command,
+                                           const Console::Deadline& deadline,
+                                           Console::OnStop onStop) override;
+  // Kills the process: nothing else ends a call that hangs.
+  void Abandon() override { m_Worker.Kill(); }
+
+  Worker& m_Worker;
+};
+
+}  // namespace Service

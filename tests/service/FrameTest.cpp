@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/Descriptor.h"
+#include "service/Frame.h"
+
+namespace {
+
+using nlohmann::json;
+using Service::FrameError;
+using Service::FrameWriter;
+using Service::ReadFrame;
+
+class Frame : public testing::Test {
+ protected:
+  Frame() {
+    int ends[2] = {};
+    EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends));
+    m_Here = Base::Descriptor(ends[0]);
+    m_There = Base::Descriptor(ends[1]);
+  }
+
+  void SendBytes(const std::string& bytes) { EXPECT_EQ(0, Base::WriteAll(m_There, bytes)); }
+
+  Base::Descriptor m_Here;
+  Base::Descriptor m_There;
+};
+
+TEST_F(Frame, ArrivesAsItWasSent) {
+  FrameWriter writer(m_There.Get());
+  const std::vector<json> documents = {
+      json::object(), nullptr, {{"text", std::string("\0\n\xc3\xa9", 4)}}, 18446744073709551615U};
+  for (const json& document : documents) EXPECT_TRUE(writer.Write(document));
+  for (const json& document : documents) EXPECT_EQ(document, ReadFrame(m_Here.Get()));
+}
+
+TEST_F(Frame, HasItsLengthInFourBytesFirst) {
+  EXPECT_TRUE(FrameWriter(m_There.Get()).Write("abc"));
+  char bytes[16] = {};
+  EXPECT_EQ(9, read(m_Here.Get(), bytes, sizeof bytes));
+  EXPECT_EQ(std::string("\0\0\0\5\"abc\"", 9), std::string(bytes, 9));
+}
+
+TEST_F(Frame, LargerThanTheSocketArrives) {
+  const json sent = std::string(5'000'000, 'x');
+  std::thread sender([&] { FrameWriter(m_There.Get()).Write(sent); });
+  EXPECT_EQ(sent, ReadFrame(m_Here.Get()));
+  sender.join();
+}
+
+TEST_F(Frame, OfSeveralThreadsDoNotMix) {
+  FrameWriter writer(m_There.Get());
+  std::vector<std::thread> senders;
+  for (int i = 0; i < 4; ++i) {
+    senders.emplace_back([&writer, i] {
+      for (int j = 0; j < 50; ++j) writer.Write(std::string(3000, static_cast<char>('a' + i)));
+    });
+  }
+  for (int i = 0; i < 200; ++i) {
+    const auto frame = ReadFrame(m_Here.Get());
+    ASSERT_TRUE(frame);
+    const auto text = frame->get<std::string>();
+    EXPECT_EQ(std::string(3000, text.front()), text);
+  }
+  for (std::thread& sender : senders) sender.join();
+}
+
+TEST_F(Frame, IsMissingAtTheEndOfTheStream) {
+  m_There.Close();
+  EXPECT_EQ(std::nullopt, ReadFrame(m_Here.Get()));
+}
+
+TEST_F(Frame, IsMissingWhenTheStreamEndsInside) {
+  SendBytes(std::string("\0\0\0\5\"ab", 7));
+  m_There.Close();
+  EXPECT_EQ(std::nullopt, ReadFrame(m_Here.Get()));
+}
+
+TEST_F(Frame, ThatIsNotJsonIsAnError) {
+  SendBytes(std::string("\0\0\0\3{x}", 7));
+  EXPECT_THROW(ReadFrame(m_Here.Get()), FrameError);
+}
+
+TEST_F(Frame, ThatIsTooLargeIsAnError) {
+  SendBytes(std::string("\4\0\0\1", 4));  // 64 MiB and a byte
+  EXPECT_THROW(ReadFrame(m_Here.Get()), FrameError);
+}
+
+TEST_F(Frame, CannotBeWrittenToAProcessThatHasEnded) {
+  m_Here.Close();
+  EXPECT_FALSE(FrameWriter(m_There.Get()).Write("abc"));
+}
+
+}  // namespace
