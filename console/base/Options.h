@@ -29,6 +29,7 @@ struct Options {
   std::string m_Limit;
   std::string m_Timeout;
   std::string m_TextFile;
+  std::string m_Socket;
   std::string m_Confirm;
   std::string m_Capacity;
   std::string m_SectorSize;

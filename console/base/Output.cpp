@@ -50,7 +50,7 @@ std::size_t ResultStream::TerminalWidth() const {
   return size.ws_col;
 }
 
-void ResultStream::Write(const std::string& text) {
+void ResultStream::Write(const std::string& text) const {
   if (text.empty()) return;
   if (m_File == nullptr) throw WriteFailure(EBADF);
   const bool written = std::fwrite(text.data(), 1, text.size(), m_File) == text.size();

@@ -30,7 +30,7 @@ class ResultStream {
   // The stream itself, for a screen; null if it could not be opened.
   std::FILE* File() const { return m_File; }
   // Writes and flushes. Throws `Failure` when the text cannot be written.
-  void Write(const std::string& text);
+  void Write(const std::string& text) const;
 
  private:
   std::FILE* m_File = nullptr;

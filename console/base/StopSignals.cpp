@@ -55,6 +55,11 @@ void ThrowIfStopped() {
   if (g_Stop != 0) throw Stopped();
 }
 
+void ClearStopRequest() {
+  eventfd_t ignored = 0;
+  if (eventfd_read(g_StopFd, &ignored) == 0) g_Stop = 0;
+}
+
 bool IsStopRequested() {
   return g_Stop != 0;
 }

@@ -12,6 +12,9 @@ void InstallStopHandlers(bool secondEnds = true);
 // Throws `Stopped` if a stop signal has arrived.
 void ThrowIfStopped();
 
+// Takes back the stop request: the signal has ended what it was meant to end.
+void ClearStopRequest();
+
 // Whether a stop signal has arrived. May be called from any thread.
 bool IsStopRequested();
 

@@ -20,7 +20,7 @@ struct GroupRow {
 constexpr GroupRow kGroups[] = {
     {Group::Inspect, "Look", "Inspect"},
     {Group::Change, "Do", "Change"},
-    {Group::Export, "Export", "Export"},
+    {Group::Service, "Service", "Service"},
     {Group::Help, "Help", "Help"},
     {Group::Hidden, "", ""},
 };

@@ -14,7 +14,7 @@
 namespace Console {
 
 // Groups of the help; hidden commands are for programs and not in the help.
-enum class Group { Inspect, Change, Export, Help, Hidden };
+enum class Group { Inspect, Change, Service, Help, Hidden };
 
 // What --timeout limits.
 enum class TimeoutScope {
@@ -83,10 +83,10 @@ bool HasOption(const Command& command, const OptionRow& row);
 // The names of the commands that accept an option, empty for a common one.
 std::vector<std::string> CommandsWith(const CommandTable& commands, const OptionRow& row);
 
-// For programs: "Look", "Do", "Export", "Help".
+// For programs: "Look", "Do", "Service", "Help".
 const char* GroupName(Group group);
 
-// For people: "Inspect", "Change", "Export", "Help".
+// For people: "Inspect", "Change", "Service", "Help".
 const char* GroupHeading(Group group);
 
 // "get OBJ [PROP...]".

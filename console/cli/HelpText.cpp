@@ -140,7 +140,7 @@ std::string GeneralHelp(const CommandTable& commands) {
   std::string text =
       "Usage: corvane-host COMMAND [ARGUMENTS] [OPTIONS]\n"
       "Show and manage this machine's storage cards through a storage plug-in.\n";
-  for (const Group group : {Group::Inspect, Group::Change, Group::Export, Group::Help}) {
+  for (const Group group : {Group::Inspect, Group::Change, Group::Service, Group::Help}) {
     text += CommandsOfGroup(commands, group);
   }
   text += Section("Examples", GeneralExamples(commands), 36);

@@ -62,7 +62,7 @@ std::string Entry(const std::string& term, const std::vector<std::string>& texts
 
 std::string CommandPart(const CommandTable& commands) {
   std::string part;
-  for (const Group group : {Group::Inspect, Group::Change, Group::Export, Group::Help}) {
+  for (const Group group : {Group::Inspect, Group::Change, Group::Service, Group::Help}) {
     part += fmt::format("## {}\n\n", GroupHeading(group));
     for (const Command& command : commands) {
       if (command.m_Group != group) continue;

@@ -74,6 +74,8 @@ const std::vector<OptionRow>& AllOptions() {
        {"512", "4096"}},
       {"",   "--textfile",   "FILE",    &O::m_TextFile,    false,
        "replace FILE atomically with metrics for a node exporter"},
+      {"",   "--socket",     "PATH",    &O::m_Socket,      false,
+       "serve at this Unix socket (default: /run/corvane/corvane.sock for root)"},
   };
   return all;
 }

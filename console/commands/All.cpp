@@ -21,13 +21,15 @@
   ROW(Online) \
   ROW(Offline) \
   ROW(Op) \
+  ROW(Serve) \
   ROW(Metrics) \
   ROW(Explain) \
   ROW(Completion) \
   ROW(Plugin) \
   ROW(Help) \
   ROW(Version) \
-  ROW(Complete)
+  ROW(Complete) \
+  ROW(PluginProcess)
 // clang-format on
 
 namespace Console {

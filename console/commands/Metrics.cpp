@@ -81,7 +81,7 @@ CommandResult Run(Context& context) {
 
 Command MetricsCommand() {
   Command command;
-  command.m_Group = Group::Export;
+  command.m_Group = Group::Service;
   command.m_Name = "metrics";
   command.m_Summary = "print metrics for Prometheus (OpenMetrics)";
   command.m_Forms = {"table", "json"};

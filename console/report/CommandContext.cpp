@@ -90,8 +90,9 @@ std::string WhyNoCards() {
 }  // namespace
 
 Context::Context(const Options& options, const Style& style, Diagnostics& diagnostics,
-                 ResultStream& stream, std::string command, std::string form,
-                 std::vector<std::string> arguments, const TimeLimits& limits)
+                 const ResultStream& stream, std::string command, std::string form,
+                 std::vector<std::string> arguments, const TimeLimits& limits,
+                 SessionFactory factory)
     : m_Options(options),
       m_Style(style),
       m_Diagnostics(diagnostics),
@@ -100,7 +101,8 @@ Context::Context(const Options& options, const Style& style, Diagnostics& diagno
       m_Arguments(std::move(arguments)),
       m_Stream(stream),
       m_EventHistory(diagnostics),
-      m_Limits(limits) {}
+      m_Limits(limits),
+      m_Factory(std::move(factory)) {}
 
 Context::~Context() {
   Close();
@@ -108,7 +110,7 @@ Context::~Context() {
 
 Context Context::With(const Options& options) const {
   return Context(options, m_Style, m_Diagnostics, m_Stream, m_Command, m_Form, m_Arguments,
-                 m_Limits);
+                 m_Limits, m_Factory);
 }
 
 Session& Context::Open() {
@@ -124,6 +126,18 @@ Session& Context::OpenToWait() {
 }
 
 Session& Context::Start() {
+  if (m_Factory) m_pSession = m_Factory(m_EventHistory, m_Limits);
+  if (!m_pSession) LoadPlugin();
+  m_Plugin = m_pSession->Info();
+  ThrowIfStopped();
+  if (!m_pSession->HasCards()) {
+    m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
+                       WhyNoCards(), {"Pass --simulate to use simulated cards."});
+  }
+  return *m_pSession;
+}
+
+void Context::PrepareForPlugin() {
   RequireDescriptors();
   StartTracing(m_Options);
   RequireReadableConfig();
@@ -131,17 +145,19 @@ Session& Context::Start() {
   if (m_Options.m_Simulate)
     m_pSimulation = std::make_unique<Simulation>(*m_Options.m_Simulate, m_Limits);
   ThrowIfStopped();
-  m_pSession = std::make_unique<PluginSession>(
-      m_Options.m_Plugin.empty() ? DefaultPluginFile() : std::filesystem::path(m_Options.m_Plugin),
-      m_EventHistory, m_Diagnostics, m_Limits);
-  m_Plugin = m_pSession->Info();
+}
+
+std::filesystem::path Context::PluginFile() const {
+  return m_Options.m_Plugin.empty() ? DefaultPluginFile()
+                                    : std::filesystem::path(m_Options.m_Plugin);
+}
+
+void Context::LoadPlugin() {
+  PrepareForPlugin();
+  m_pSession =
+      std::make_unique<PluginSession>(PluginFile(), m_EventHistory, m_Diagnostics, m_Limits);
   ThrowIfStopped();
-  if (!m_pSession->HasCards()) {
-    RequireReadableBus();
-    m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
-                       WhyNoCards(), {"Pass --simulate to use simulated cards."});
-  }
-  return *m_pSession;
+  if (!m_pSession->HasCards()) RequireReadableBus();
 }
 
 void Context::Close() {

@@ -1,9 +1,12 @@
 // What a command works with while it runs.
 #pragma once
 
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "console/base/Options.h"
@@ -17,11 +20,15 @@
 
 namespace Console {
 
+// Makes the session of a context; null: load the plug-in into this process.
+using SessionFactory = std::function<std::unique_ptr<Session>(EventHistory&, const TimeLimits&)>;
+
 class Context {
  public:
   Context(const Options& options, const Style& style, Diagnostics& diagnostics,
-          ResultStream& stream, std::string command, std::string form,
-          std::vector<std::string> arguments, const TimeLimits& limits = {});
+          const ResultStream& stream, std::string command, std::string form,
+          std::vector<std::string> arguments, const TimeLimits& limits = {},
+          SessionFactory factory = {});
   ~Context();
 
   // Sets how long the plug-in may take (default: no limit).
@@ -30,6 +37,10 @@ class Context {
   // A new context with other options, which must outlive it; its session is not open.
   Context With(const Options& options) const;
 
+  // Applies the options that a plug-in depends on to this process: tracing, database, simulated
+  // cards, which exist until `Close`. `Open` does that for a plug-in in this process. Throws
+  // `Failure`.
+  void PrepareForPlugin();
   // The session. The first call starts the plug-in, with simulated cards if requested, and adds a
   // note if no cards are found.
   Session& Open();
@@ -40,6 +51,9 @@ class Context {
   void Close();
   // The objects as they are now.
   Model Objects() { return Model(Open().Topology()); }
+
+  // The plug-in that the options select.
+  std::filesystem::path PluginFile() const;
 
   // The host's event log; to be read when the session is open.
   EventHistory& EventLog() { return m_EventHistory; }
@@ -63,10 +77,12 @@ class Context {
 
  private:
   Session& Start();
+  void LoadPlugin();
 
-  ResultStream& m_Stream;
+  const ResultStream& m_Stream;
   EventHistory m_EventHistory;
   TimeLimits m_Limits;
+  const SessionFactory m_Factory;
   std::optional<PluginInfo> m_Plugin;
   std::unique_ptr<Simulation> m_pSimulation;
   std::unique_ptr<Session> m_pSession;

@@ -36,6 +36,7 @@ OVERRIDES = {
     "status": "OBJ",
     "check": "OBJ",
     "watch": "--for 200ms",
+    "serve": "--for 200ms",
     "wait": "OBJ attached --timeout 0s",
 }
 ARGUMENTS = {}  # of all commands
@@ -110,7 +111,8 @@ def run(cards, words, situation="", **variables):
     config.mkdir()
     if situation == "damaged ini":
         (config / "Corvane.ini").write_bytes(b"PollInterval\0 [[[\n")
-    environment = dict(os.environ, CORVANE_CONFIG_DIR=str(config), **variables)
+    environment = dict(os.environ, CORVANE_CONFIG_DIR=str(config),
+                       CORVANE_SOCKET=str(place / "s"), **variables)
     return subprocess.run(
         [f"{BUILD}/bin/corvane-host", f"--simulate={file}", *words],
         stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=600, check=False,
@@ -185,7 +187,7 @@ def escape(command, form, variables):
         return f"exit code {done.returncode}: {done.stderr.decode()}"
     if b"\x1b" in done.stdout + done.stderr:
         return "an escape byte"
-    if command not in ALONE | {"set", "events"} and not done.stdout:
+    if command not in ALONE | {"set", "events", "serve"} and not done.stdout:
         return "nothing was written"
     return None
 

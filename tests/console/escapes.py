@@ -41,6 +41,7 @@ OVERRIDES = {
     "offline": "DRIVE --dry-run",
     "format": "DRIVE --capacity 80 --dry-run",
     "watch": "--for 200ms",
+    "serve": "--for 200ms",
     "wait": "OBJ name=HOSTILE --timeout 0s",
     "explain": "HOSTILE",
 }
@@ -85,6 +86,8 @@ MORE = [
     ["events", "--since", "HOSTILE"],
     ["events", "--limit", "HOSTILE"],
     ["watch", "--for", "HOSTILE"],
+    ["serve", "--for", "HOSTILE"],
+    ["serve", "--for", "200ms", "--socket", "PLACE/HOSTILE"],
     ["wait", "a0", "HOSTILE"],
     ["wait", "HOSTILE", "gone", "--timeout", "0s"],
     ["rows", "HOSTILE"],
@@ -104,12 +107,14 @@ ENVIRONMENT = {
     "CORVANE_DATABASE": ["PLACE/HOSTILE/db", "PLACE/cards.json/db"],
     "CORVANE_TRACE": ["HOSTILE"],
     "CORVANE_TRACE_FILE": ["PLACE/cards.json/trace", "PLACE/trace"],
+    "CORVANE_SOCKET": ["PLACE/HOSTILE/s", "PLACE/cards.json/s"],
     "CORVANE_SYSFS": ["PLACE/none", "PLACE/cards.json"],
     "CARDSIM_PROFILES": ["PLACE/HOSTILE", "PLACE/cards.json"],
     "CARDSIM_STATE": ["PLACE/none.json", "PLACE/config/Corvane.ini"],
 }
 # Commands that read them, with output for people and for programs.
-READERS = [["list"], ["list", "-o", "json"], ["check"], ["events"], ["metrics"], ["plugin"]]
+READERS = [["list"], ["list", "-o", "json"], ["check"], ["events"], ["metrics"], ["plugin"],
+           ["serve", "--for", "200ms"]]
 
 counter = itertools.count()
 
@@ -143,6 +148,7 @@ def run(words, situation, variable=None, value=None):
 
     environment = dict(
         os.environ, CORVANE_CONFIG_DIR=f"{place}/config", CORVANE_DATABASE=f"{place}/db",
+        CORVANE_SOCKET=f"{place}/s",
         TERM="xterm-256color",
     )
     arguments = [f"{BUILD}/bin/corvane-host"]

@@ -21,11 +21,11 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 
 @test "the commands are in groups" {
   ended all 0
-  same "Inspect Change Export Help Examples" \
-    "$(out all | grep -oxE 'Inspect|Change|Export|Help|Examples' | xargs)"
+  same "Inspect Change Service Help Examples" \
+    "$(out all | grep -oxE 'Inspect|Change|Service|Help|Examples' | xargs)"
   local command group
   for row in Inspect:list Inspect:tree Inspect:show Inspect:get Inspect:status Inspect:events Inspect:watch Inspect:wait Inspect:check \
-    Inspect:rows Change:set Change:locate Change:attach Change:detach Change:format Change:online Change:offline Change:op Export:metrics \
+    Inspect:rows Change:set Change:locate Change:attach Change:detach Change:format Change:online Change:offline Change:op Service:serve Service:metrics \
     Help:explain Help:plugin Help:help Help:version; do
     IFS=: read -r group command <<<"$row"
     out all | sed -n "/^$group\$/,/^\$/p" | grep -q "^  $command " || { echo "$row"; false; }

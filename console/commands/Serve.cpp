@@ -1,0 +1,48 @@
+// serve: the service, in the foreground.
+#include "service/Serve.h"
+
+#include "console/base/Duration.h"
+#include "console/base/Failure.h"
+#include "console/cli/CommandTable.h"
+#include "console/commands/All.h"
+#include "console/report/CommandContext.h"
+
+namespace Console {
+namespace {
+
+CommandResult Run(Context& context) {
+  const std::string& path = context.m_Options.m_Socket;
+  const std::filesystem::path socket =
+      path.empty() ? Service::DefaultSocket() : std::filesystem::path(path);
+  if (socket.empty()) {
+    throw UsageFailure("serve: no folder for the socket", {"Pass --socket PATH."});
+  }
+  std::optional<std::chrono::milliseconds> duration;
+  const std::string& given = context.m_Options.m_For;
+  if (!given.empty()) duration = ParseDuration("--for", given);
+  Service::Serve(context, AllCommands(), std::filesystem::absolute(socket), Deadline(duration));
+  CommandResult result;
+  result.m_Text = "";
+  return result;
+}
+
+}  // namespace
+
+Command ServeCommand() {
+  Command command;
+  command.m_Group = Group::Service;
+  command.m_Name = "serve";
+  command.m_Summary = "run the service that holds the plug-in for other programs";
+  command.m_Forms = {"table"};
+  command.m_Options = {"--socket", "--for"};
+  command.m_Run = Run;
+  command.m_Description =
+      "Runs in the foreground until Ctrl-C, or for the given time. The plug-in runs in a process "
+      "of its own, which is "
+      "started again if it ends. Clients use HTTP at the socket and never wait for a card.";
+  command.m_Examples = {{"serve --simulate", "serve simulated cards"},
+                        {"serve --socket /run/corvane/corvane.sock", "choose the socket"}};
+  return command;
+}
+
+}  // namespace Console

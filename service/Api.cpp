@@ -1,0 +1,170 @@
+#include "service/Api.h"
+
+#include <fmt/format.h>
+
+#include <map>
+#include <utility>
+
+#include "console/base/Failure.h"
+#include "console/model/FieldTable.h"
+#include "console/model/Model.h"
+#include "service/SessionApi.h"
+#include "service/SnapshotCommand.h"
+
+namespace Service {
+namespace {
+
+using Console::ExitCode;
+using Console::Failure;
+using Http::Access;
+using Http::Method;
+using Http::Reply;
+using Http::Request;
+using Http::Response;
+using Words = std::vector<std::string>;
+
+constexpr const char* kJson = "application/json";
+constexpr const char* kOpenMetrics = "application/openmetrics-text; version=1.0.0; charset=utf-8";
+
+// The console's exit codes as statuses.
+unsigned StatusFor(ExitCode code) {
+  switch (code) {
+    case ExitCode::Usage:
+      return 400;
+    case ExitCode::NoObject:
+      return 404;
+    case ExitCode::Refused:
+      return 409;
+    case ExitCode::PluginUnusable:
+      return 503;
+    case ExitCode::Permission:
+      return 403;
+    case ExitCode::TimedOut:
+      return 504;
+    default:
+      return 500;
+  }
+}
+
+Response ProblemFor(const Failure& failure) {
+  const std::string hint = failure.m_Advice.empty() ? std::string() : failure.m_Advice.front();
+  return Http::MakeProblem(StatusFor(failure.m_Code), failure.m_Id, failure.what(), hint);
+}
+
+// The document of a command. Its tag changes with each snapshot.
+Response DocumentOf(const ApiContext& api, const Words& words, const char* type) {
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  try {
+    Response response =
+        Http::MakeResponse(200, type, RunOnSnapshot(api.m_Commands, words, api.m_Stream, snapshot));
+    response.m_EntityTag = fmt::format("{:x}-{}", snapshot->m_Run, snapshot->m_Number);
+    return response;
+  } catch (const Failure& failure) {
+    return ProblemFor(failure);
+  }
+}
+
+Reply GetCards(const ApiContext& api, const Request&) {
+  return DocumentOf(api, {"list", "-o", "json"}, kJson);
+}
+
+// The name of the card with that serial number: "a0". Throws `Failure` if no card has it.
+std::string CardName(const Snapshot& snapshot, const std::string& serial) {
+  const Console::Model model(snapshot.m_Objects);
+  for (const Console::Object& object : model.Objects()) {
+    const bool isCard = object.m_Kind == Console::Kind::Adapter;
+    if (isCard && Console::FieldText(object, "serial_number") == serial) return object.m_Selector;
+  }
+  throw Failure(ExitCode::NoObject, "NO_OBJECT",
+                fmt::format("no card with serial number {}", serial));
+}
+
+Reply GetObject(const ApiContext& api, const Request& request, const std::string& suffix) {
+  try {
+    const SnapshotPtr snapshot = api.m_Store.Get();
+    const std::string card = CardName(*snapshot, request.m_Parameters.at("serial"));
+    return DocumentOf(api, {"show", "-o", "json", card + suffix}, kJson);
+  } catch (const Failure& failure) {
+    return ProblemFor(failure);
+  }
+}
+
+Reply GetCard(const ApiContext& api, const Request& request) {
+  return GetObject(api, request, "");
+}
+
+Reply GetDrive(const ApiContext& api, const Request& request) {
+  return GetObject(api, request, "/d" + request.m_Parameters.at("drive"));
+}
+
+Reply GetStatus(const ApiContext& api, const Request&) {
+  return DocumentOf(api, {"status", "-o", "json"}, kJson);
+}
+
+// The query has the names of the command's options.
+Reply GetEvents(const ApiContext& api, const Request& request) {
+  Words words = {"events", "-o", "json"};
+  for (const auto& [name, value] : request.m_Query) words.push_back("--" + name + "=" + value);
+  return DocumentOf(api, words, kJson);
+}
+
+Reply GetMetrics(const ApiContext& api, const Request&) {
+  return DocumentOf(api, {"metrics"}, kOpenMetrics);
+}
+
+// The process answers.
+Reply GetHealth(const ApiContext&, const Request&) {
+  return Http::MakeResponse(200, "text/plain; charset=utf-8", "ok\n");
+}
+
+// The plug-in has reported its cards, and is running.
+Reply GetReadiness(const ApiContext& api, const Request&) {
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  if (snapshot->m_Plugin.m_IsUp) {
+    return Http::MakeResponse(200, "text/plain; charset=utf-8", "ready\n");
+  }
+  const std::string& reason = snapshot->m_Plugin.m_Reason;
+  return Http::MakeProblem(503, "PLUGIN_DOWN", reason.empty() ? "the plug-in is starting" : reason);
+}
+
+using Function = Reply (*)(const ApiContext&, const Request&);
+
+struct Row {
+  Method m_Method;
+  const char* m_Path;
+  Access m_Access;
+  Function m_Function;
+  Words m_Query = {};
+  Http::BodyRule m_Body = Http::BodyRule::None;
+};
+
+const std::vector<Row>& Rows() {
+  static const std::vector<Row> rows = {
+      {Method::Get, "/healthz", Access::Anyone, GetHealth},
+      {Method::Get, "/readyz", Access::Anyone, GetReadiness},
+      {Method::Get, "/metrics", Access::Read, GetMetrics},
+      {Method::Get, "/v1/cards", Access::Read, GetCards},
+      {Method::Get, "/v1/cards/{serial}", Access::Read, GetCard},
+      {Method::Get, "/v1/cards/{serial}/drives/{drive}", Access::Read, GetDrive},
+      {Method::Get, "/v1/status", Access::Read, GetStatus},
+      {Method::Get, "/v1/events", Access::Read, GetEvents, {"since", "limit"}},
+      {Method::Get, "/v1/session", Access::Read, GetSession},
+      {Method::Post, "/v1/session", Access::Read, PostSession, {}, Http::BodyRule::Required},
+  };
+  return rows;
+}
+
+}  // namespace
+
+std::vector<Http::Route> ApiRoutes(const ApiContext& api) {
+  std::vector<Http::Route> routes;
+  for (const Row& row : Rows()) {
+    const auto handler = [&api, function = row.m_Function](const Request& request) {
+      return function(api, request);
+    };
+    routes.push_back({row.m_Method, row.m_Path, row.m_Access, handler, row.m_Query, row.m_Body});
+  }
+  return routes;
+}
+
+}  // namespace Service

@@ -1,0 +1,126 @@
+#include "service/Serve.h"
+
+#include <fmt/format.h>
+#include <grp.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "console/base/StopSignals.h"
+#include "service/Api.h"
+#include "service/http/Listen.h"
+#include "service/http/Server.h"
+
+namespace Service {
+namespace {
+
+using Console::ExitCode;
+using Console::Failure;
+
+constexpr const char* kReadGroup = "corvane";
+constexpr const char* kChangeGroup = "corvane-admin";
+
+// Empty if the machine has no such group.
+std::optional<gid_t> FindGroup(const char* name) {
+  char buffer[16384];
+  group entry = {};
+  group* found = nullptr;
+  if (getgrnam_r(name, &entry, buffer, sizeof buffer, &found) != 0 || found == nullptr) return {};
+  return found->gr_gid;
+}
+
+Http::Permissions PermissionsHere() {
+  Http::Permissions permissions;
+  permissions.m_Users = {0, geteuid()};
+  permissions.m_ReadGroup = FindGroup(kReadGroup);
+  permissions.m_ChangeGroup = FindGroup(kChangeGroup);
+  return permissions;
+}
+
+std::vector<std::string> AdviceFor(int error) {
+  if (error == EADDRINUSE) return {"Another service uses it; pass another one with --socket."};
+  return {"Pass another one with --socket."};
+}
+
+// Only root can give the socket to a group.
+Base::Descriptor Listen(const std::filesystem::path& socket, const Http::Permissions& permissions) {
+  const auto group = geteuid() == 0 ? permissions.m_ReadGroup : std::nullopt;
+  try {
+    std::filesystem::create_directories(socket.parent_path());
+    return Http::ListenUnix(socket, group ? 0660 : 0600, group);
+  } catch (const std::system_error& error) {
+    const int number = error.code().value();
+    throw Failure(number == EACCES || number == EPERM ? ExitCode::Permission : ExitCode::Failed,
+                  "SOCKET_UNUSABLE", fmt::format("cannot listen at {}", socket.string()),
+                  std::strerror(number), AdviceFor(number));
+  }
+}
+
+CollectorSettings SettingsOf(const Console::Context& context) {
+  CollectorSettings settings;
+  settings.m_Program = "/proc/self/exe";
+  settings.m_PluginFile = context.PluginFile();
+  return settings;
+}
+
+// The parts of a running service, in order of life.
+struct Running {
+  Running(Console::Context& context, const Console::CommandTable& commands,
+          Base::Descriptor listener, const Http::Permissions& permissions)
+      : m_Collector(SettingsOf(context), m_Store), m_Api{commands,  context.Stream(),
+                                                         m_Store,   m_Collector,
+                                                         m_Threads, permissions} {
+    Http::Settings settings;
+    settings.m_Permissions = permissions;
+    std::vector<Base::Descriptor> listeners;
+    listeners.push_back(std::move(listener));
+    m_Server.emplace(ApiRoutes(m_Api), settings, std::move(listeners));
+  }
+
+  // Clients first; then the plug-in, which ends the calls that wait for it.
+  ~Running() {
+    m_Server.reset();
+    m_Collector.Stop();
+  }
+
+  SnapshotStore m_Store;
+  Collector m_Collector;
+  CallThreads m_Threads;
+  ApiContext m_Api;
+  std::optional<Http::Server> m_Server;
+};
+
+}  // namespace
+
+std::filesystem::path DefaultSocket() {
+  if (const char* const socket = secure_getenv("CORVANE_SOCKET")) return socket;
+  if (geteuid() == 0) return "/run/corvane/corvane.sock";
+  const char* const folder = secure_getenv("XDG_RUNTIME_DIR");
+  return folder == nullptr ? std::filesystem::path()
+                           : std::filesystem::path(folder) / "corvane" / "corvane.sock";
+}
+
+void Serve(Console::Context& context, const Console::CommandTable& commands,
+           const std::filesystem::path& socket, const Console::Deadline& deadline) {
+  const Http::Permissions permissions = PermissionsHere();
+  Base::Descriptor listener = Listen(socket, permissions);
+  context.PrepareForPlugin();
+  {
+    const Running running(context, commands, std::move(listener), permissions);
+    context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", socket.string()));
+    while (!deadline.IsOver() && !Console::WaitForStop(deadline.Left())) continue;
+  }
+  Console::ClearStopRequest();
+  std::error_code ignored;
+  std::filesystem::remove(socket, ignored);
+}
+
+}  // namespace Service

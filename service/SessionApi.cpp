@@ -1,0 +1,143 @@
+#include "service/SessionApi.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "console/plugin/RecordJson.h"
+#include "service/http/PeerOf.h"
+
+namespace Service {
+namespace {
+
+using Console::PluginCommand;
+using Console::PluginReply;
+using Http::MakeProblem;
+using Http::Response;
+using Json = nlohmann::json;
+
+Response JsonResponse(const Json& document) {
+  return Http::MakeResponse(200, "application/json", document.dump());
+}
+
+const PI::CObject* FindObject(const Snapshot& snapshot, std::uint64_t id) {
+  const auto found = std::find_if(snapshot.m_Objects.begin(), snapshot.m_Objects.end(),
+                                  [id](const PI::CObject& each) { return each.m_ID == id; });
+  return found == snapshot.m_Objects.end() ? nullptr : &*found;
+}
+
+// The property as the snapshot has it; else the request unchanged, as the plug-in leaves it.
+PluginReply ReadProperty(const PI::CObject& object, const PluginCommand& command) {
+  const auto& wanted = std::get<PI::CProperty>(command.m_Payload);
+  for (const PI::CProperty& each : object.m_Properties) {
+    if (each.m_PropertyID == wanted.m_PropertyID) return {PI::SUCCESS, each};
+  }
+  return {PI::ERR_GENERAL, command.m_Payload};
+}
+
+// Empty for a command that the snapshot does not answer.
+std::optional<PluginReply> ReadSnapshot(const Snapshot& snapshot, const PluginCommand& command) {
+  if (command.m_Command == PI::CMD_GET_TOPOLOGY) {
+    return PluginReply{PI::SUCCESS, snapshot.m_Objects};
+  }
+  const PI::CObject* const object = FindObject(snapshot, command.m_Object);
+  if (object == nullptr) return std::nullopt;
+  switch (command.m_Command) {
+    case PI::CMD_GET_PROPERTIES:
+      return PluginReply{PI::SUCCESS, object->m_Properties};
+    case PI::CMD_GET_PROPERTY:
+      return ReadProperty(*object, command);
+    case PI::CMD_GET_OPERATIONS:
+      return PluginReply{PI::SUCCESS, object->m_Operations};
+    default:
+      return std::nullopt;
+  }
+}
+
+bool IsChange(const PluginCommand& command) {
+  return command.m_Command == PI::CMD_SET_PROPERTY ||
+         command.m_Command == PI::CMD_EXECUTE_OPERATION;
+}
+
+// Starting and stopping the plug-in and taking its events are the service's own business.
+bool IsReserved(const PluginCommand& command) {
+  if (command.m_Command <= PI::CMD_DEINITIALIZE) return true;
+  const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
+  return operation != nullptr && operation->m_OperationID == PI::OP_GET_EVENTS;
+}
+
+// A format takes as long as the card needs.
+Console::Deadline DeadlineOf(const PluginCommand& command) {
+  constexpr std::chrono::minutes kTimeout(2);
+  const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
+  const bool isFormat = command.m_Command == PI::CMD_EXECUTE_OPERATION && operation != nullptr &&
+                        operation->m_OperationID == PI::OP_FORMAT_DEVICE;
+  return isFormat ? Console::Deadline() : Console::Deadline(std::chrono::milliseconds(kTimeout));
+}
+
+Response CallPlugin(const Collector& collector, const PluginCommand& command) {
+  const auto reply = collector.Call(command, DeadlineOf(command));
+  collector.RequestRefresh();
+  if (!reply) {
+    return MakeProblem(504, "TIMED_OUT", "the plug-in does not respond",
+                       "The command may still take effect.");
+  }
+  return JsonResponse(Console::ToJson(*reply));
+}
+
+Http::Reply CallLater(const ApiContext& api, PluginCommand command) {
+  auto responder = std::make_shared<Http::Responder>();
+  Http::Later promise = responder->Promise();
+  api.m_Threads.Run([&api, responder, command = std::move(command)] {
+    try {
+      responder->Complete(CallPlugin(api.m_Collector, command));
+    } catch (const std::exception& failure) {
+      responder->Complete(MakeProblem(500, "UNEXPECTED", failure.what()));
+    }
+  });
+  return promise;
+}
+
+}  // namespace
+
+Http::Reply GetSession(const ApiContext& api, const Http::Request&) {
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  const PluginState& plugin = snapshot->m_Plugin;
+  if (snapshot->m_Info.m_File.empty()) {
+    return MakeProblem(503, "PLUGIN_DOWN",
+                       plugin.m_Reason.empty() ? "the plug-in is starting" : plugin.m_Reason);
+  }
+  return JsonResponse({{"plugin",
+                        {{"file", snapshot->m_Info.m_File},
+                         {"module_id", snapshot->m_Info.m_ModuleID},
+                         {"interface_version", snapshot->m_Info.m_InterfaceVersion}}},
+                       {"up", plugin.m_IsUp},
+                       {"reason", plugin.m_Reason},
+                       {"has_cards", snapshot->m_HasCards},
+                       {"lost_threads", plugin.m_LostThreads},
+                       {"start_seconds", plugin.m_StartDuration.count()}});
+}
+
+Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
+  PluginCommand command;
+  try {
+    command = Console::CommandFromJson(Json::parse(request.m_Body));
+  } catch (const Json::exception&) {
+    return MakeProblem(400, "INVALID_BODY", "the body is not a JSON document");
+  } catch (const Console::RecordError& error) {
+    return MakeProblem(400, "INVALID_BODY", error.what());
+  }
+  if (IsReserved(command)) {
+    return MakeProblem(409, "RESERVED", "the service starts the plug-in and collects its events",
+                       "Read events with GET /v1/events.");
+  }
+  if (IsChange(command) && !Http::MayUse(api.m_Permissions, request.m_Peer, true)) {
+    return MakeProblem(403, "PERMISSION_DENIED", "this user must not change anything");
+  }
+  const auto reply = ReadSnapshot(*api.m_Store.Get(), command);
+  return reply ? Http::Reply(JsonResponse(Console::ToJson(*reply)))
+               : CallLater(api, std::move(command));
+}
+
+}  // namespace Service

@@ -1,0 +1,15 @@
+// The commands of the plug-in interface over HTTP, for the console and other hosts.
+#pragma once
+
+#include "service/Api.h"
+
+namespace Service {
+
+// What a session knows about its plug-in.
+Http::Reply GetSession(const ApiContext& api, const Http::Request& request);
+
+// One command. Reads are answered from the snapshot, the others by the plug-in, which then is read
+// again. Setting a property and executing an operation are for clients who may change.
+Http::Reply PostSession(const ApiContext& api, const Http::Request& request);
+
+}  // namespace Service

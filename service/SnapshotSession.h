@@ -1,0 +1,40 @@
+// A session that reads a snapshot: nothing waits for a card.
+#pragma once
+
+#include "console/plugin/Session.h"
+#include "service/Snapshot.h"
+
+namespace Service {
+
+// Reads return what the snapshot has; changes are refused with `PI::ERR_COMMAND_ERROR`, and no
+// event ever arrives.
+class SnapshotSession : public Console::Session {
+ public:
+  // Throws `Console::Failure` if the plug-in has not reported anything yet.
+  explicit SnapshotSession(SnapshotPtr snapshot);
+
+  Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
+  bool HasCards() const override { return m_Snapshot->m_HasCards; }
+  std::size_t LostThreads() const override { return m_Snapshot->m_Plugin.m_LostThreads; }
+  std::chrono::duration<double> StartDuration() const override {
+    return m_Snapshot->m_Plugin.m_StartDuration;
+  }
+  void SetDeadline(const Console::Deadline&) override {}
+  std::vector<PI::CObject> Topology() override { return m_Snapshot->m_Objects; }
+  std::vector<PI::CProperty> Properties(std::uint64_t object) override;
+  std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
+  std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) override;
+  std::vector<PI::COperation> Operations(std::uint64_t object) override;
+  std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) override;
+  std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
+  std::vector<HostKit::LoggedEvent> CollectEvents() override { return {}; }
+  using Session::WaitForNotification;
+  bool WaitForNotification(std::chrono::milliseconds atMost, const Console::WaitSet& also) override;
+
+ private:
+  const PI::CObject& Require(const char* what, std::uint64_t object) const;
+
+  const SnapshotPtr m_Snapshot;
+};
+
+}  // namespace Service

@@ -1,0 +1,207 @@
+#!/usr/bin/env bats
+# The service, by its clients' requests.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
+  export SOCKET="$BATS_FILE_TMPDIR/run/corvane.sock"
+  corvane-host serve --simulate --socket "$SOCKET" 2>"$BATS_FILE_TMPDIR/serve.err" 3>&- &
+  echo $! >"$BATS_FILE_TMPDIR/pid"
+  eventually answers_ready
+}
+
+teardown_file() {
+  kill "$(cat "$BATS_FILE_TMPDIR/pid")" 2>/dev/null || true
+}
+
+answers_ready() { ask ready GET /readyz && [ "$(rc ready)" = 200 ]; }
+
+# ask NAME METHOD PATH [BODY]: keeps the body of the response as NAME.out and its status as NAME.rc.
+ask() {
+  local name="$BATS_FILE_TMPDIR/$1" body=()
+  [ $# -lt 4 ] || body=(-H "Content-Type: application/json" -d "$4")
+  curl -s --max-time 60 --unix-socket "${USED_SOCKET:-$SOCKET}" -X "$2" -o "$name.out" \
+    -w '%{http_code}' "${body[@]}" "http://service$3" >"$name.rc"
+}
+
+# document NAME PATH: a response with status 200 that matches the schema.
+document() {
+  ask "$1" GET "$2"
+  ended "$1" 200
+  valid "$1"
+}
+
+# problem NAME STATUS ID: the response is a problem document.
+problem() {
+  ended "$1" "$2"
+  same "[$2, \"$3\"]" "$(json "$1" '[d["status"], d["id"]]')"
+}
+
+# plugin_process: the pid of the process that holds the plug-in.
+plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; }
+
+@test "health and readiness are reported" {
+  ask health GET /healthz
+  ended health 200
+  same "ok" "$(out health)"
+  answers_ready
+  same "ready" "$(out ready)"
+}
+
+# Everything but the time, the state of events and ids, which a second plug-in assigns alike.
+@test "the cards are the same document as the console's" {
+  document cards /v1/cards
+  CORVANE_DATABASE=:memory: keep list host list -o json
+  ended list 0
+  same "$(json list 'd["result"]')" "$(json cards 'd["result"]')"
+  same '["S100", "S200"]' "$(json cards \
+    'sorted({o["serial_number"] for o in d["result"]["objects"] if o["type"] == "adapter"})')"
+}
+
+@test "a card is found by its serial number" {
+  document card /v1/cards/S200
+  same '["adapter", "S200"]' \
+    "$(json card '[d["result"]["object"]["type"], d["result"]["object"]["serial_number"]]')"
+  document drive /v1/cards/S100/drives/0
+  same '"drive"' "$(json drive 'd["result"]["object"]["type"]')"
+}
+
+@test "unknown cards, drives and paths are 404" {
+  ask unknown GET /v1/cards/S300
+  problem unknown 404 NO_OBJECT
+  ask drive GET /v1/cards/S100/drives/1
+  ended drive 404
+  ask path GET /v1/plugins
+  problem path 404 NOT_FOUND
+  ask option GET /v1/cards/--version
+  problem option 404 NO_OBJECT
+}
+
+@test "status, events and metrics are documents, too" {
+  document status /v1/status
+  same '["TEMPERATURE_ABOVE_WARN"]' "$(json status \
+    '[r["name"] for o in d["result"]["objects"] if o["object"] == "a1" for r in o["reasons"]]')"
+  document events "/v1/events?since=1h&limit=5"
+  ask wrong GET "/v1/events?since=never"
+  problem wrong 400 USAGE
+  ask metrics GET /metrics
+  ended metrics 200
+  grep -qx "corvane_plugin_up 1" "$BATS_FILE_TMPDIR/metrics.out"
+  tail -n 1 "$BATS_FILE_TMPDIR/metrics.out" | grep -qx "# EOF"
+}
+
+@test "an entity tag spares a client what it has" {
+  local tag
+  tag=$(curl -s --unix-socket "$SOCKET" -D - -o /dev/null http://service/v1/cards |
+    sed -n 's/^ETag: \(.*\)\r$/\1/ip')
+  [ -n "$tag" ]
+  # A new snapshot may come between the two.
+  unchanged() {
+    tag=$(curl -s --unix-socket "$SOCKET" -D - -o /dev/null http://service/v1/cards |
+      sed -n 's/^ETag: \(.*\)\r$/\1/ip')
+    [ "$(curl -s --unix-socket "$SOCKET" -H "If-None-Match: $tag" -o /dev/null \
+      -w '%{http_code}' http://service/v1/cards)" = 304 ]
+  }
+  eventually unchanged
+}
+
+@test "a session reads the snapshot" {
+  ask session GET /v1/session
+  ended session 200
+  same '[true, true]' "$(json session '[d["up"], d["has_cards"]]')"
+  ask topology POST /v1/session '{"command": "GET_TOPOLOGY"}'
+  ended topology 200
+  same '[0, 5]' "$(json topology '[d["result"], len(d["payload"])]')"
+}
+
+@test "a session changes a property of the plug-in" {
+  ask topology POST /v1/session '{"command": "GET_TOPOLOGY"}'
+  local plugin record
+  plugin=$(json topology 'd["payload"][0]["id"]')
+  record=$(json topology '[p for p in d["payload"][0]["properties"] if p.get("writable")][0]')
+  record=$(python3 -c 'import json,sys; p=json.loads(sys.argv[1]); p["integer"]=17; print(json.dumps(p))' "$record")
+  ask set POST /v1/session "{\"command\": \"SET_PROPERTY\", \"object\": $plugin, \"payload\": $record}"
+  ended set 200
+  same 0 "$(json set 'd["result"]')"
+  changed() {
+    ask topology POST /v1/session '{"command": "GET_TOPOLOGY"}'
+    [ "$(json topology '[p["integer"] for p in d["payload"][0]["properties"] if p.get("writable")][0]')" = 17 ]
+  }
+  eventually changed
+  grep -q "17" "$CORVANE_CONFIG_DIR/Corvane.ini"
+}
+
+@test "a session refuses what the service does itself" {
+  ask initialize POST /v1/session '{"command": "INITIALIZE"}'
+  problem initialize 409 RESERVED
+  ask deinitialize POST /v1/session '{"command": "DEINITIALIZE"}'
+  problem deinitialize 409 RESERVED
+  ask events POST /v1/session '{"command": "EXECUTE_OPERATION", "payload": {"operation_id": 50002}}'
+  problem events 409 RESERVED
+}
+
+@test "a session refuses what is not a command" {
+  local body
+  for body in '{' '[]' '{}' '{"command": "GET"}' '{"command": "GET_TOPOLOGY", "more": 1}' \
+    '{"command": "SET_PROPERTY", "payload": {"integer": 1e99}}'; do
+    ask wrong POST /v1/session "$body"
+    problem wrong 400 INVALID_BODY
+  done
+}
+
+@test "the cards are shown while the plug-in process is away, and it comes back" {
+  local before
+  before=$(plugin_process)
+  kill -STOP "$before"
+  document stopped /v1/cards
+  kill -KILL "$before"
+  is_stale() { document stale /v1/cards && json stale '[m["id"] for m in d["messages"]]' | grep -q STALE; }
+  eventually is_stale
+  same 4 "$(json stale 'len(d["result"]["objects"])')"
+  ask ready GET /readyz
+  [ "$(rc ready)" = 200 ] || problem ready 503 PLUGIN_DOWN
+  eventually answers_ready
+  [ "$(plugin_process)" != "$before" ]
+}
+
+@test "a second service at the same socket is refused" {
+  keep second host serve --socket "$SOCKET"
+  ended second 1
+  said second "corvane-host: cannot listen at $SOCKET: Address already in use"
+  answers_ready
+}
+
+@test "a socket that cannot be created is an error" {
+  echo text >"$BATS_FILE_TMPDIR/file"
+  keep file host serve --socket "$BATS_FILE_TMPDIR/file"
+  ended file 1
+  same "text" "$(cat "$BATS_FILE_TMPDIR/file")"
+  keep below host serve --socket "$BATS_FILE_TMPDIR/file/s"
+  ended below 1
+}
+
+@test "a signal stops the service cleanly" {
+  local socket="$BATS_FILE_TMPDIR/other/s" pid rc=0 worker
+  CORVANE_DATABASE=:memory: corvane-host serve --simulate --socket "$socket" 2>"$BATS_FILE_TMPDIR/other.err" 3>&- &
+  pid=$!
+  ready() { USED_SOCKET="$socket" answers_ready; }
+  eventually ready
+  worker=$(pgrep -P "$pid" -f plugin-process)
+  kill -TERM "$pid"
+  wait "$pid" || rc=$?
+  same 0 "$rc"
+  [ ! -e "$socket" ]
+  [ ! -e "/proc/$worker" ]
+  same "corvane-host: note: serving at $socket" "$(cat "$BATS_FILE_TMPDIR/other.err")"
+}
+
+@test "only the service starts the plug-in process" {
+  keep process corvane-host plugin-process libCorvane.so
+  ended process 2
+  said process "corvane-host: plugin-process: only the service can start it"
+}
