@@ -10,6 +10,7 @@
 #include "console/model/Model.h"
 #include "service/SessionApi.h"
 #include "service/SnapshotCommand.h"
+#include "service/SnapshotSession.h"
 
 namespace Service {
 namespace {
@@ -51,25 +52,35 @@ Response ProblemFor(const Failure& failure) {
   return Http::MakeProblem(StatusFor(failure.m_Code), failure.m_Id, failure.what(), hint);
 }
 
-// The document of a command. Its tag changes with each snapshot.
-Response DocumentOf(const ApiContext& api, const Words& words, const char* type) {
-  const SnapshotPtr snapshot = api.m_Store.Get();
+// What a command prints for that snapshot.
+Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
+                    const char* type = kJson) {
   try {
-    Response response =
-        Http::MakeResponse(200, type, RunOnSnapshot(api.m_Commands, words, api.m_Stream, snapshot));
-    response.m_EntityTag = fmt::format("{:x}-{}", snapshot->m_Run, snapshot->m_Number);
-    return response;
+    return Http::MakeResponse(200, type,
+                              RunOnSnapshot(api.m_Commands, words, api.m_Stream, snapshot));
   } catch (const Failure& failure) {
     return ProblemFor(failure);
+  } catch (const Console::Stopped&) {
+    return Http::MakeProblem(503, "STOPPING", "the service is stopping");
   }
 }
 
+// A document of objects alone: the tag changes with each snapshot.
+Response Tagged(Response response, const Snapshot& snapshot) {
+  if (response.m_Status == 200) {
+    response.m_EntityTag = fmt::format("{:x}-{}", snapshot.m_Run, snapshot.m_Number);
+  }
+  return response;
+}
+
 Reply GetCards(const ApiContext& api, const Request&) {
-  return DocumentOf(api, {"list", "-o", "json"}, kJson);
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  return Tagged(DocumentOf(api, snapshot, {"list", "-o", "json"}), *snapshot);
 }
 
 // The name of the card with that serial number: "a0". Throws `Failure` if no card has it.
 std::string CardName(const Snapshot& snapshot, const std::string& serial) {
+  RequireReport(snapshot);
   const Console::Model model(snapshot.m_Objects);
   for (const Console::Object& object : model.Objects()) {
     const bool isCard = object.m_Kind == Console::Kind::Adapter;
@@ -83,7 +94,7 @@ Reply GetObject(const ApiContext& api, const Request& request, const std::string
   try {
     const SnapshotPtr snapshot = api.m_Store.Get();
     const std::string card = CardName(*snapshot, request.m_Parameters.at("serial"));
-    return DocumentOf(api, {"show", "-o", "json", card + suffix}, kJson);
+    return Tagged(DocumentOf(api, snapshot, {"show", "-o", "json", card + suffix}), *snapshot);
   } catch (const Failure& failure) {
     return ProblemFor(failure);
   }
@@ -98,18 +109,21 @@ Reply GetDrive(const ApiContext& api, const Request& request) {
 }
 
 Reply GetStatus(const ApiContext& api, const Request&) {
-  return DocumentOf(api, {"status", "-o", "json"}, kJson);
+  return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"});
 }
 
 // The query has the names of the command's options.
 Reply GetEvents(const ApiContext& api, const Request& request) {
   Words words = {"events", "-o", "json"};
   for (const auto& [name, value] : request.m_Query) words.push_back("--" + name + "=" + value);
-  return DocumentOf(api, words, kJson);
+  return DocumentOf(api, api.m_Store.Get(), words);
 }
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
-  return DocumentOf(api, {"metrics"}, kOpenMetrics);
+  SnapshotPtr snapshot = api.m_Store.Get();
+  // Values of the past would look like values of now.
+  if (!snapshot->m_Plugin.m_IsUp) snapshot = std::make_shared<Snapshot>();
+  return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics);
 }
 
 // The process answers.

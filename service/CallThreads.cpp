@@ -1,5 +1,6 @@
 #include "service/CallThreads.h"
 
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -10,15 +11,23 @@ CallThreads::~CallThreads() {
   m_Ended.wait(lock, [this] { return m_Running == 0; });
 }
 
-void CallThreads::Run(std::function<void()> call) {
+bool CallThreads::Run(std::function<void()> call) {
+  constexpr int kMaxCalls = 32;
   const std::lock_guard<std::mutex> lock(m_Lock);
-  std::thread([this, call = std::move(call)] {
+  if (m_Running == kMaxCalls) return false;
+  const auto run = [this, call = std::move(call)] {
     call();
     const std::lock_guard<std::mutex> ended(m_Lock);
     --m_Running;
     m_Ended.notify_all();
-  }).detach();
+  };
+  try {
+    std::thread(run).detach();
+  } catch (const std::system_error&) {
+    return false;
+  }
   ++m_Running;
+  return true;
 }
 
 }  // namespace Service

@@ -16,9 +16,9 @@ class CallThreads {
   CallThreads(const CallThreads&) = delete;
   CallThreads& operator=(const CallThreads&) = delete;
 
-  // Runs the call in a thread of its own; it must not throw. Throws `std::system_error` if no
-  // thread can be started.
-  void Run(std::function<void()> call);
+  // Runs the call in a thread of its own; it must not throw. False if as many calls are running as
+  // may, or no thread can be started.
+  bool Run(std::function<void()> call);
 
  private:
   std::mutex m_Lock;

@@ -30,7 +30,7 @@ void Collector::Run() {
     try {
       RunPlugin();
     } catch (const std::exception& failure) {
-      PublishDown(failure.what());
+      PublishDown(failure.what());  // it could not be started
     }
     Pause();
   }
@@ -47,9 +47,8 @@ void Collector::RunPlugin() {
   SetRunning(worker);
   try {
     Follow(*worker, session);
-  } catch (...) {
-    Release(*worker);
-    throw;
+  } catch (const std::exception& failure) {
+    PublishDown(failure.what());  // now, because the process may take long to end
   }
   Release(*worker);
 }
@@ -79,16 +78,19 @@ std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand
 
 void Collector::Follow(Worker& worker, WorkerSession& session) {
   Publish(session);
-  m_NextPause = m_Settings.m_FirstPause;
+  const Console::Deadline stable(m_Settings.m_LongestPause);
   Console::WaitSet alsoWake;
   alsoWake.m_Readable = m_Wake.Number();
   for (;;) {
     session.WaitForNotification(m_Settings.m_RefreshInterval, alsoWake);
     m_Wake.Wait(milliseconds(0), {});
-    if (m_IsStopping) return;
     if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
     session.CollectEvents();
+    if (m_IsStopping) return;
+    // A plug-in without cards does not look for any again.
+    if (!session.HasCards()) return;
     Publish(session);
+    if (stable.IsOver()) m_NextPause = m_Settings.m_FirstPause;
   }
 }
 

@@ -37,13 +37,14 @@ class Collector {
   Collector(const Collector&) = delete;
   Collector& operator=(const Collector&) = delete;
 
-  // Stops the plug-in and the thread, which takes up to 32 seconds if a card hangs. Calls return
-  // empty from then on. For the thread that made the collector.
+  // Stops the plug-in and the thread, which takes half a minute or more if a card hangs. Calls
+  // return empty from then on. For the thread that made the collector.
   void Stop();
   // Makes it read the cards now. From any thread.
   void RequestRefresh() const { m_Wake.Notify(); }
   // Carries out one command in the plug-in, on the calling thread; any thread may call it. Empty if
   // no plug-in is running, or it has not answered by the deadline.
+  bool IsRunning() const { return Running() != nullptr; }
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline) const;
 

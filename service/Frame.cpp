@@ -59,7 +59,8 @@ bool FrameWriter::Write(const nlohmann::json& document) {
   std::memcpy(bytes.data(), &length, sizeof length);
   bytes += text;
   const std::lock_guard<std::mutex> lock(m_Lock);
-  return SendAll(m_Socket, bytes);
+  m_IsBroken = m_IsBroken || !SendAll(m_Socket, bytes);
+  return !m_IsBroken;
 }
 
 }  // namespace Service

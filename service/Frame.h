@@ -30,12 +30,14 @@ class FrameWriter {
   explicit FrameWriter(int socket) : m_Socket(socket) {}
 
   // Waits until the other process has taken enough of what was written before. False if it has
-  // ended, or the document is too large.
+  // ended or the document is too large; also, from then on, if the socket's send timeout has cut a
+  // document.
   bool Write(const nlohmann::json& document);
 
  private:
   const int m_Socket;
-  std::mutex m_Lock;  // so that frames do not mix
+  std::mutex m_Lock;        // so that frames do not mix
+  bool m_IsBroken = false;  // guarded by `m_Lock`
 };
 
 }  // namespace Service

@@ -1,6 +1,9 @@
 #include "service/PluginProcess.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -56,18 +59,35 @@ struct Process {
   std::atomic<int> m_RunningCommands{0};
 };
 
-// Carries out one command and answers it.
-void Answer(Process& process, const Json& id, Console::PluginCommand command) {
-  const PI::_COMMAND number = command.m_Command;
-  const Console::PluginReply reply = Console::Execute(*process.m_Plugin, std::move(command));
-  if (reply.m_Result == PI::SUCCESS && number == PI::CMD_INITIALIZE) process.m_IsInitialized = true;
-  if (reply.m_Result == PI::SUCCESS && number == PI::CMD_DEINITIALIZE) {
-    process.m_IsInitialized = false;
+// What an error of the plug-in's own becomes; a command that it leaves with an exception fails.
+Console::PluginReply ExecuteSafely(Process& process, Console::PluginCommand command) {
+  try {
+    return Console::Execute(*process.m_Plugin, command);
+  } catch (const std::exception&) {
+    return {PI::ERR_GENERAL, std::move(command.m_Payload)};
   }
+}
+
+void Reply(Process& process, const Json& id, const Console::PluginReply& reply) {
   Json document = Console::ToJson(reply);
   document["id"] = id;
   document["failed_threads"] = HostKit::FailedThreads();
   process.m_Writer.Write(document);
+}
+
+// Executes one command and sends its result.
+void Answer(Process& process, const Json& id, Console::PluginCommand command) {
+  const PI::_COMMAND number = command.m_Command;
+  const Console::PluginReply reply = ExecuteSafely(process, std::move(command));
+  if (reply.m_Result == PI::SUCCESS && number == PI::CMD_INITIALIZE) process.m_IsInitialized = true;
+  if (reply.m_Result == PI::SUCCESS && number == PI::CMD_DEINITIALIZE) {
+    process.m_IsInitialized = false;
+  }
+  try {
+    Reply(process, id, reply);
+  } catch (const std::exception&) {
+    // Not enough memory: without the reply, the service replaces this process.
+  }
   --process.m_RunningCommands;
 }
 
@@ -75,8 +95,14 @@ void Answer(Process& process, const Json& id, Console::PluginCommand command) {
 void Dispatch(Process& process, Json document) {
   const Json id = document.at("id");
   document.erase("id");
+  Console::PluginCommand command = Console::CommandFromJson(document);
   ++process.m_RunningCommands;
-  std::thread(Answer, std::ref(process), id, Console::CommandFromJson(document)).detach();
+  try {
+    std::thread(Answer, std::ref(process), id, command).detach();
+  } catch (const std::system_error&) {
+    --process.m_RunningCommands;
+    Reply(process, id, {PI::ERR_GENERAL, std::move(command.m_Payload)});
+  }
 }
 
 enum class Ready { Command, Notification };
@@ -101,12 +127,21 @@ void Serve(Process& process) {
   }
 }
 
-// Whether the plug-in has stopped and nothing uses it any more. It waits for its jobs for 25
-// seconds; a hung card must not keep this process longer.
+// The service never sends what cannot be read. If it does, the process ends like the connection.
+void ServeUntilEnd(Process& process) {
+  try {
+    Serve(process);
+  } catch (const std::exception&) {
+    shutdown(process.m_Socket, SHUT_RDWR);
+  }
+}
+
+// Whether the plug-in has stopped and nothing uses it any more. The last command must run alone.
+// The plug-in waits for its jobs for 25 seconds; a hung card must not keep this process longer.
 bool Stop(Process& process) {
   const auto call = [&process]() -> std::uint32_t {
-    if (process.m_IsInitialized) process.m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
     while (process.m_RunningCommands > 0) std::this_thread::sleep_for(kPause);
+    if (process.m_IsInitialized) process.m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
     return PI::SUCCESS;
   };
   const Console::Deadline deadline(kStopTimeout);
@@ -116,19 +151,21 @@ bool Stop(Process& process) {
 }  // namespace
 
 int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
+  // The end of the connection stops this process, so that running commands can end.
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
+  fcntl(socket, F_SETFD, FD_CLOEXEC);
   try {
     auto process = std::make_unique<Process>(pluginFile, socket);
     process->m_Plugin->m_HostNotify = [notifier = &process->m_Notifier](IPLUGINAPI*) {
       notifier->Notify();
     };
     process->m_Writer.Write(PluginDocument(process->m_Library.m_File, *process->m_Plugin));
-    Serve(*process);
+    ServeUntilEnd(*process);
     if (!Stop(*process)) static_cast<void>(process.release());  // a hung call still uses it
     return EXIT_SUCCESS;
   } catch (const Console::Failure& failure) {
     FrameWriter(socket).Write(FailureDocument(failure));
   } catch (const std::exception& error) {
-    // The service sent what it never sends, or no thread or memory is left: it starts another one.
     FrameWriter(socket).Write(
         FailureDocument(Console::Failure(Console::ExitCode::Failed, "UNEXPECTED", error.what())));
   }

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/Printable.h"
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "service/Api.h"
@@ -50,11 +51,17 @@ std::vector<std::string> AdviceFor(int error) {
   return {"Pass another one with --socket."};
 }
 
+// Every user may enter a new folder: the socket has its own permissions.
+void CreateFolder(const std::filesystem::path& folder) {
+  if (!std::filesystem::create_directories(folder)) return;
+  std::filesystem::permissions(folder, static_cast<std::filesystem::perms>(0755));
+}
+
 // Only root can give the socket to a group.
 Base::Descriptor Listen(const std::filesystem::path& socket, const Http::Permissions& permissions) {
   const auto group = geteuid() == 0 ? permissions.m_ReadGroup : std::nullopt;
   try {
-    std::filesystem::create_directories(socket.parent_path());
+    CreateFolder(socket.parent_path());
     return Http::ListenUnix(socket, group ? 0660 : 0600, group);
   } catch (const std::system_error& error) {
     const int number = error.code().value();
@@ -64,11 +71,37 @@ Base::Descriptor Listen(const std::filesystem::path& socket, const Http::Permiss
   }
 }
 
+// The plug-in traces in its own process.
+void PassTracing(const Console::Options& options) {
+  if (options.m_Trace) setenv("CORVANE_TRACE", options.m_Trace->c_str(), 1);
+  if (!options.m_TraceFile.empty()) setenv("CORVANE_TRACE_FILE", options.m_TraceFile.c_str(), 1);
+}
+
 CollectorSettings SettingsOf(const Console::Context& context) {
   CollectorSettings settings;
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
   return settings;
+}
+
+// Removes the file when destroyed: before the socket is closed, or another service could put its
+// own there in between.
+class SocketFile {
+ public:
+  explicit SocketFile(std::filesystem::path path) : m_Path(std::move(path)) {}
+  ~SocketFile() {
+    std::error_code ignored;
+    std::filesystem::remove(m_Path, ignored);
+  }
+  SocketFile(const SocketFile&) = delete;
+  SocketFile& operator=(const SocketFile&) = delete;
+
+ private:
+  const std::filesystem::path m_Path;
+};
+
+void Report(const std::string& text) {
+  fmt::print(stderr, "corvane-host: {}\n", Base::Printable(text));
 }
 
 // The parts of a running service, in order of life.
@@ -80,6 +113,7 @@ struct Running {
                                                          m_Threads, permissions} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
+    settings.m_OnFailure = Report;
     std::vector<Base::Descriptor> listeners;
     listeners.push_back(std::move(listener));
     m_Server.emplace(ApiRoutes(m_Api), settings, std::move(listeners));
@@ -93,8 +127,8 @@ struct Running {
 
   SnapshotStore m_Store;
   Collector m_Collector;
-  CallThreads m_Threads;
   ApiContext m_Api;
+  CallThreads m_Threads;
   std::optional<Http::Server> m_Server;
 };
 
@@ -112,15 +146,16 @@ void Serve(Console::Context& context, const Console::CommandTable& commands,
            const std::filesystem::path& socket, const Console::Deadline& deadline) {
   const Http::Permissions permissions = PermissionsHere();
   Base::Descriptor listener = Listen(socket, permissions);
+  std::optional<SocketFile> file(std::in_place, socket);
   context.PrepareForPlugin();
+  PassTracing(context.m_Options);
   {
     const Running running(context, commands, std::move(listener), permissions);
     context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", socket.string()));
     while (!deadline.IsOver() && !Console::WaitForStop(deadline.Left())) continue;
+    file.reset();
   }
   Console::ClearStopRequest();
-  std::error_code ignored;
-  std::filesystem::remove(socket, ignored);
 }
 
 }  // namespace Service

@@ -21,6 +21,11 @@ Response JsonResponse(const Json& document) {
   return Http::MakeResponse(200, "application/json", document.dump());
 }
 
+Response MakeDownProblem(const Snapshot& snapshot) {
+  const std::string& reason = snapshot.m_Plugin.m_Reason;
+  return MakeProblem(503, "PLUGIN_DOWN", reason.empty() ? "the plug-in is starting" : reason);
+}
+
 const PI::CObject* FindObject(const Snapshot& snapshot, std::uint64_t id) {
   const auto found = std::find_if(snapshot.m_Objects.begin(), snapshot.m_Objects.end(),
                                   [id](const PI::CObject& each) { return each.m_ID == id; });
@@ -60,7 +65,7 @@ bool IsChange(const PluginCommand& command) {
          command.m_Command == PI::CMD_EXECUTE_OPERATION;
 }
 
-// Starting and stopping the plug-in and taking its events are the service's own business.
+// Only the service starts and stops the plug-in and collects its events.
 bool IsReserved(const PluginCommand& command) {
   if (command.m_Command <= PI::CMD_DEINITIALIZE) return true;
   const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
@@ -79,6 +84,9 @@ Console::Deadline DeadlineOf(const PluginCommand& command) {
 Response CallPlugin(const Collector& collector, const PluginCommand& command) {
   const auto reply = collector.Call(command, DeadlineOf(command));
   collector.RequestRefresh();
+  if (!reply && !collector.IsRunning()) {
+    return MakeProblem(503, "PLUGIN_DOWN", "the plug-in is not running");
+  }
   if (!reply) {
     return MakeProblem(504, "TIMED_OUT", "the plug-in does not respond",
                        "The command may still take effect.");
@@ -89,14 +97,15 @@ Response CallPlugin(const Collector& collector, const PluginCommand& command) {
 Http::Reply CallLater(const ApiContext& api, PluginCommand command) {
   auto responder = std::make_shared<Http::Responder>();
   Http::Later promise = responder->Promise();
-  api.m_Threads.Run([&api, responder, command = std::move(command)] {
+  const auto call = [&collector = api.m_Collector, responder, command = std::move(command)] {
     try {
-      responder->Complete(CallPlugin(api.m_Collector, command));
+      responder->Complete(CallPlugin(collector, command));
     } catch (const std::exception& failure) {
       responder->Complete(MakeProblem(500, "UNEXPECTED", failure.what()));
     }
-  });
-  return promise;
+  };
+  if (api.m_Threads.Run(call)) return promise;
+  return MakeProblem(503, "TOO_MANY_CALLS", "too many commands are waiting for the plug-in");
 }
 
 }  // namespace
@@ -104,10 +113,7 @@ Http::Reply CallLater(const ApiContext& api, PluginCommand command) {
 Http::Reply GetSession(const ApiContext& api, const Http::Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   const PluginState& plugin = snapshot->m_Plugin;
-  if (snapshot->m_Info.m_File.empty()) {
-    return MakeProblem(503, "PLUGIN_DOWN",
-                       plugin.m_Reason.empty() ? "the plug-in is starting" : plugin.m_Reason);
-  }
+  if (snapshot->m_Info.m_File.empty()) return MakeDownProblem(*snapshot);
   return JsonResponse({{"plugin",
                         {{"file", snapshot->m_Info.m_File},
                          {"module_id", snapshot->m_Info.m_ModuleID},
@@ -129,13 +135,15 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
     return MakeProblem(400, "INVALID_BODY", error.what());
   }
   if (IsReserved(command)) {
-    return MakeProblem(409, "RESERVED", "the service starts the plug-in and collects its events",
-                       "Read events with GET /v1/events.");
+    return MakeProblem(409, "RESERVED",
+                       "the service starts and stops the plug-in and collects its events");
   }
   if (IsChange(command) && !Http::MayUse(api.m_Permissions, request.m_Peer, true)) {
-    return MakeProblem(403, "PERMISSION_DENIED", "this user must not change anything");
+    return MakeProblem(403, "PERMISSION_DENIED", "this user is not permitted to make changes");
   }
-  const auto reply = ReadSnapshot(*api.m_Store.Get(), command);
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  if (snapshot->m_Info.m_File.empty()) return MakeDownProblem(*snapshot);
+  const auto reply = ReadSnapshot(*snapshot, command);
   return reply ? Http::Reply(JsonResponse(Console::ToJson(*reply)))
                : CallLater(api, std::move(command));
 }

@@ -9,7 +9,7 @@ namespace Service {
 Http::Reply GetSession(const ApiContext& api, const Http::Request& request);
 
 // One command. Reads are answered from the snapshot, the others by the plug-in, which then is read
-// again. Setting a property and executing an operation are for clients who may change.
+// again. Only clients with permission to make changes may set a property or execute an operation.
 Http::Reply PostSession(const ApiContext& api, const Http::Request& request);
 
 }  // namespace Service

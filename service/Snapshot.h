@@ -31,7 +31,7 @@ struct PluginState {
 
 // Never changes. A new one replaces it as a whole.
 struct Snapshot {
-  std::uint64_t m_Run = 0;         // drawn when the store was made: numbers begin again with it
+  std::uint64_t m_Run = 0;         // of the store: numbers begin again with each
   std::uint64_t m_Number = 0;      // rises with each snapshot; 0: nothing has been read yet
   Clock::time_point m_ObservedAt;  // when `m_Objects` was read
   Console::PluginInfo m_Info;

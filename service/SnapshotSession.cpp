@@ -8,8 +8,12 @@
 namespace Service {
 
 SnapshotSession::SnapshotSession(SnapshotPtr snapshot) : m_Snapshot(std::move(snapshot)) {
-  if (!m_Snapshot->m_Info.m_File.empty()) return;
-  const std::string& reason = m_Snapshot->m_Plugin.m_Reason;
+  RequireReport(*m_Snapshot);
+}
+
+void RequireReport(const Snapshot& snapshot) {
+  if (!snapshot.m_Info.m_File.empty()) return;
+  const std::string& reason = snapshot.m_Plugin.m_Reason;
   throw Console::Failure(Console::ExitCode::PluginUnusable, "PLUGIN_DOWN",
                          "the plug-in has not started", reason.empty() ? "starting" : reason);
 }

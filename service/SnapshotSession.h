@@ -6,11 +6,14 @@
 
 namespace Service {
 
+// Throws `Console::Failure` if the plug-in has not reported anything yet.
+void RequireReport(const Snapshot& snapshot);
+
 // Reads return what the snapshot has; changes are refused with `PI::ERR_COMMAND_ERROR`, and no
 // event ever arrives.
 class SnapshotSession : public Console::Session {
  public:
-  // Throws `Console::Failure` if the plug-in has not reported anything yet.
+  // Throws as `RequireReport`.
   explicit SnapshotSession(SnapshotPtr snapshot);
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }

@@ -91,6 +91,9 @@ Failure FailureFrom(const Json& document) {
                  document.at("advice").get<std::vector<std::string>>());
 }
 
+// A process whose card hangs in the kernel does not end, and remains as it is.
+constexpr std::chrono::milliseconds kKillTimeout(3000);
+
 // Whether the process ends in time. It is reaped then.
 bool AwaitEnd(pid_t process, const Console::Deadline& deadline) {
   constexpr std::chrono::milliseconds kPause(10);
@@ -116,7 +119,7 @@ Worker::Worker(Started started, const Console::Deadline& deadline)
     m_Reader = std::thread(&Worker::ReadReplies, this);
   } catch (...) {
     Kill();
-    AwaitEnd(m_Process, Console::Deadline());
+    AwaitEnd(m_Process, Console::Deadline(kKillTimeout));
     throw;
   }
 }
@@ -128,7 +131,7 @@ Worker::~Worker() {
   constexpr std::chrono::milliseconds kStopTimeout(32000);
   if (AwaitEnd(m_Process, Console::Deadline(kStopTimeout))) return;
   Kill();
-  AwaitEnd(m_Process, Console::Deadline());
+  AwaitEnd(m_Process, Console::Deadline(kKillTimeout));
 }
 
 Worker::Started Worker::Start(const std::filesystem::path& program,
@@ -160,7 +163,7 @@ void Worker::Greet(const Console::Deadline& deadline) {
   m_Info.m_InterfaceVersion = plugin.at("interface_version").get<std::uint32_t>();
 }
 
-// The thread of the connection. Whatever ends it, the process is of no more use.
+// The thread of the connection. The process cannot be used without it.
 void Worker::ReadReplies() {
   try {
     while (auto document = ReadFrame(m_Socket.Get())) Take(std::move(*document));
@@ -205,6 +208,7 @@ std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& c
   }
   document["id"] = id;
   const bool isSent = m_Writer.Write(document);
+  if (!isSent) Kill();
 
   Lock lock(m_Lock);
   const auto isOver = [&] { return m_HasEnded || m_Replies[id]; };

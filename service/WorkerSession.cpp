@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "console/base/Failure.h"
+
 namespace Service {
 
 WorkerSession::WorkerSession(Worker& worker, Console::EventHistory& eventHistory,
@@ -13,7 +15,12 @@ WorkerSession::WorkerSession(Worker& worker, Console::EventHistory& eventHistory
 std::optional<Console::PluginReply> WorkerSession::Call(Console::PluginCommand command,
                                                         const Console::Deadline& deadline,
                                                         Console::OnStop) {
-  return m_Worker.Call(command, deadline);
+  auto reply = m_Worker.Call(command, deadline);
+  if (!reply && !m_Worker.IsAlive()) {
+    throw Console::Failure(Console::ExitCode::Failed, "PLUGIN_ENDED",
+                           "the plug-in process has ended");
+  }
+  return reply;
 }
 
 bool WorkerSession::WaitForNotification(std::chrono::milliseconds atMost,

@@ -31,14 +31,14 @@ class Connections {
   Connections(const Connections&) = delete;
   Connections& operator=(const Connections&) = delete;
 
-  // A new connection, which has the time of a request. If it is one too many it is cut at once.
+  // A new connection, which has the time of a request. It is cut at once if it exceeds a limit.
   EntryPtr Open(int socket);
   void Close(const EntryPtr& entry);
 
   // Cuts the connection after this time, unless this is called again or the time is empty.
   void SetTime(const EntryPtr& entry, std::optional<std::chrono::milliseconds> time);
   // The request waits for `unfinished`, which is aborted when the client is gone or the server
-  // stops. False if the server is stopping, or it is a stream too many.
+  // stops. False if the server is stopping, or there are too many streams.
   bool Wait(const EntryPtr& entry, std::shared_ptr<Unfinished> unfinished, bool isStream);
   // The request does not wait any more.
   void EndWait(const EntryPtr& entry);

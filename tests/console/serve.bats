@@ -95,7 +95,7 @@ plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; 
   tail -n 1 "$BATS_FILE_TMPDIR/metrics.out" | grep -qx "# EOF"
 }
 
-@test "an entity tag spares a client what it has" {
+@test "an unchanged snapshot is not sent again" {
   local tag
   tag=$(curl -s --unix-socket "$SOCKET" -D - -o /dev/null http://service/v1/cards |
     sed -n 's/^ETag: \(.*\)\r$/\1/ip')
@@ -133,7 +133,7 @@ plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; 
     [ "$(json topology '[p["integer"] for p in d["payload"][0]["properties"] if p.get("writable")][0]')" = 17 ]
   }
   eventually changed
-  grep -q "17" "$CORVANE_CONFIG_DIR/Corvane.ini"
+  grep -qx "PollInterval=17" "$CORVANE_CONFIG_DIR/Corvane.ini"
 }
 
 @test "a session refuses what the service does itself" {
@@ -163,10 +163,30 @@ plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; 
   is_stale() { document stale /v1/cards && json stale '[m["id"] for m in d["messages"]]' | grep -q STALE; }
   eventually is_stale
   same 4 "$(json stale 'len(d["result"]["objects"])')"
-  ask ready GET /readyz
-  [ "$(rc ready)" = 200 ] || problem ready 503 PLUGIN_DOWN
   eventually answers_ready
   [ "$(plugin_process)" != "$before" ]
+}
+
+@test "a plug-in that cannot be loaded is reported" {
+  local socket="$BATS_FILE_TMPDIR/broken/s" pid rc=0
+  CORVANE_DATABASE=:memory: corvane-host serve --plugin "$BATS_FILE_TMPDIR/none.so" --socket "$socket" \
+    2>"$BATS_FILE_TMPDIR/broken.err" 3>&- &
+  pid=$!
+  is_down() { USED_SOCKET="$socket" ask down GET /readyz && out down | grep -q none.so; }
+  eventually is_down
+  problem down 503 PLUGIN_DOWN
+  USED_SOCKET="$socket" ask down GET /v1/cards
+  problem down 503 PLUGIN_DOWN
+  USED_SOCKET="$socket" ask down GET /v1/cards/S100
+  problem down 503 PLUGIN_DOWN
+  USED_SOCKET="$socket" ask down POST /v1/session '{"command": "GET_TOPOLOGY"}'
+  problem down 503 PLUGIN_DOWN
+  USED_SOCKET="$socket" ask down GET /metrics
+  ended down 200
+  grep -qx "corvane_plugin_up 0" "$BATS_FILE_TMPDIR/down.out"
+  kill "$pid"
+  wait "$pid" || rc=$?
+  same 0 "$rc"
 }
 
 @test "a second service at the same socket is refused" {

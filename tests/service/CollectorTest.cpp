@@ -9,6 +9,7 @@
 
 #include "hostkit/EventLog.h"
 #include "service/Collector.h"
+#include "tests/support/Numbers.h"
 #include "tests/support/SimulatedHost.h"
 #include "tests/support/Temporary.h"
 
@@ -76,6 +77,13 @@ TEST_F(Collector, PublishesAMachineWithoutCards) {
   EXPECT_FALSE(snapshot->m_HasCards);
 }
 
+TEST_F(Collector, FindsTheFirstCardOfAMachine) {
+  Start(Settings());
+  Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
+  m_Host.AddCard();
+  EXPECT_TRUE(AwaitObjects(3)->m_HasCards);
+}
+
 TEST_F(Collector, StartsTheProcessAgainAfterItWasKilled) {
   m_Host.AddCard();
   Start(Settings());
@@ -121,12 +129,15 @@ TEST_F(Collector, LogsTheEventsOfTheCards) {
   Start(Settings());
   AwaitObjects(3);
   m_Host.Cards().RemoveCard(card);
-  AwaitObjects(1);
+  const Deadline deadline(kTimeout);
+  while (HostKit::ReadEvents(0, 10).empty() && !deadline.IsOver()) {
+    m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(100)));
+  }
   std::vector<std::uint32_t> events;
   for (const HostKit::LoggedEvent& event : HostKit::ReadEvents(0, 10)) {
     events.push_back(event.m_EventID);
   }
-  EXPECT_THAT(events, testing::ElementsAre(11094));  // removed
+  EXPECT_THAT(events, testing::ElementsAre(CorvaneTest::Number::CTRL_PNPREMOVE));
 }
 
 }  // namespace
