@@ -273,16 +273,16 @@ unsigned int IPLUGINAPI_IMPL::Worker() {
   waiter.Add(m_PrivateEvent);
   PollState state;
   for (;;) {
-    const unsigned int signalled = waiter.Wait(interval, false);
-    if (signalled == kPrivateEvent) {
+    const unsigned int signaled = waiter.Wait(interval, false);
+    if (signaled == kPrivateEvent) {
       TRACE(TRACE_FLOW, "Worker() m_PrivateEvent event received");
       UnlockObjects();
       m_HostNotify(this);
-    } else if (signalled == kWaitTimedOut) {
+    } else if (signaled == kWaitTimedOut) {
       TRACE(TRACE_FLOW, "Worker() timeout event received");
       state.m_ScanDue |= state.Age() > ScanIntervalMs(m_PollInterval);
       Poll(state);
-    } else if (signalled == kForceWorker) {
+    } else if (signaled == kForceWorker) {
       TRACE(TRACE_FLOW, "Worker() m_ForceWorker event received, force scan");
       state.m_ScanDue = true;
       Poll(state);

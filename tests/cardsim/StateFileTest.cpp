@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include "tests/cardsim/Fixture.h"
+#include "tests/host/HostNumbers.h"
 
 namespace {
 
@@ -149,6 +150,36 @@ INSTANTIATE_TEST_SUITE_P(Table, StatusBits, ::testing::ValuesIn(kBits), [](const
   for (char& letter : name) letter = letter == '.' ? '_' : letter;
   return name;
 });
+
+// Each bit that the host knows has the host's name and number, and is raised alone.
+TEST_F(StateFiles, EachStatusBitOfTheHostIsRaisedByItsName) {
+  File().AddCard(0x1003);
+  const auto expectRaised = [this](const std::string& mask, int bit, const std::string& name) {
+    const std::string attribute = mask == "minimal" ? "minimal_mode_reason" : "current_" + mask;
+    File().Set("card0", attribute, "0");
+    File().Raise("card0", mask + "." + name);
+    EXPECT_EQ(std::to_string(1 << bit), File().Get("card0", attribute)) << name;
+  };
+#define EXPECT_RAISED(mask, bit, reason, event, status) expectRaised(#mask, bit, #reason);
+  HOST_STATUS_BITS(EXPECT_RAISED)
+#undef EXPECT_RAISED
+  const char* const minimal[] = {"FIRMWARE_OUT_OF_DATE",
+                                 "INSUFFICIENT_POWER",
+                                 "DUAL_PLANE_FAIL",
+                                 "FORCED",
+                                 "INTERNAL",
+                                 "CARD_LIMIT_EXCEEDED",
+                                 "UNSUPPORTED_OS",
+                                 "INSUFFICIENT_MEMORY",
+                                 "SMP_BOOTLOADER_MODE",
+                                 "MISSING_MIDPROM",
+                                 "UNSUPPORTED_NAND",
+                                 "DRIVER_OUT_OF_DATE",
+                                 "HARDWARE_FAILURE",
+                                 "GENERAL_CHANNEL_INIT_FAIL"};
+  int bit = 0;
+  for (const char* const name : minimal) expectRaised("minimal", bit++, name);
+}
 
 TEST_F(StateFiles, RaisingAddsAnAbsentMask) {
   File().AddCard(0x1003);

@@ -45,7 +45,7 @@ constexpr std::uint64_t kFirstDrive = 0x30;
 
 // Waits until the test has sent its signal, or for a second if it sends none.
 void AwaitSignal() {
-  const char* file = std::getenv("CONSOLE_TEST_SIGNALLED");
+  const char* file = std::getenv("CONSOLE_TEST_SIGNALED");
   if (file == nullptr) sleep(1);
   while (file != nullptr && access(file, F_OK) != 0) usleep(10000);
 }

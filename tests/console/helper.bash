@@ -86,7 +86,7 @@ untimed() { out "$1" | sed -E -e 's/, in [0-9:]+$//' -e 's/^Done in [0-9:]+\./Do
 stop_when() {
   local signals="$1" file="$2" pattern="$3" name="$BATS_FILE_TMPDIR/$4" pid rc=0 signal
   shift 4
-  CONSOLE_TEST_LOG="$name.log" CONSOLE_TEST_SIGNALLED="$name.signaled" "$@" >"$name.out" 2>"$name.err" </dev/null 3>&- &
+  CONSOLE_TEST_LOG="$name.log" CONSOLE_TEST_SIGNALED="$name.signaled" "$@" >"$name.out" 2>"$name.err" </dev/null 3>&- &
   pid=$!
   until grep -rqs -- "$pattern" "$file"; do
     sleep 0.05

@@ -327,8 +327,8 @@ reads() {
 @test "programs, libraries and plug-in read the environment with secure_getenv only" {
   local folder
   cd "$CORVANE_SOURCE"
-  for folder in console hostkit cardsim Corvane orm host; do [ -d "$folder" ]; done
-  run -1 reads console hostkit cardsim Corvane orm host
+  for folder in base console service hostkit cardsim Corvane orm models host; do [ -d "$folder" ]; done
+  run -1 reads base console service hostkit cardsim Corvane orm models host
   same "" "$output"
 }
 

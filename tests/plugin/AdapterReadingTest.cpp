@@ -171,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return each.param.name; });
 
 // Live rows show the card at the time of the request, the others the record of the last scan.
-TEST_F(AdapterReading, ShowsLiveValuesBesideRecordedOnes) {
+TEST_F(AdapterReading, ShowsLiveAndRecordedValues) {
   m_Host.Set({{"temp_internal_deg_c", "99.5"},
               {"total_physical_bytes_read", "2048"},
               {"reserve_status", "0"}});

@@ -154,7 +154,7 @@ void PrintTo(const Information& each, std::ostream* stream) {
 // A change of the information mask opens the gate; the warning bits decide which events are raised.
 const Information INFORMATION[] = {
     {"RisesWithoutWarnings", {"0", "0", "0"}, {"0", "0", "0x2"}, {}},
-    {"RisesBesideAnOldWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},
+    {"RisesWithAnOldWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},
     {"RisesWithTheFirstWarning",
      {"0", "0", "0"},
      {"0", "0x1", "0x2"},
@@ -187,7 +187,7 @@ const Information INFORMATION[] = {
      {OfAdapter("10967", "3"), OfAdapter("10968", "3")}},
     {"FallsAndIsTheLast", {"0", "0", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
     {"FallsWithTheWarnings", {"0", "0x3", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
-    {"FallsBesideAWarning", {"0", "0x1", "0x2"}, {"0", "0x1", "0"}, {}},
+    {"FallsWithAWarning", {"0", "0x1", "0x2"}, {"0", "0x1", "0"}, {}},
     {"StaysWhenTheWarningsFall", {"0", "0x1", "0x2"}, {"0", "0", "0x2"}, {}},
     {"StaysWhenTheErrorsFall", {"0x1", "0", "0x2"}, {"0", "0", "0x2"}, {}},
     {"AllFall", {"0x1", "0x1", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},

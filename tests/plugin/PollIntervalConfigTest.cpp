@@ -49,7 +49,7 @@ constexpr IniCase INI_CASES[] = {
     {"Default", "PollInterval=15\n", "15"},
     {"LeadingZeroIsDecimal", "PollInterval=010\n", "10"},
     {"BlanksAround", "PollInterval =  60  \n", "60"},
-    {"BesideOtherKeys", "Color=green\nPollInterval=60\nSize=3\n", "60"},
+    {"AmongOtherKeys", "Color=green\nPollInterval=60\nSize=3\n", "60"},
     {"UnderMost", "PollInterval=254\n", "254"},
     {"Most", "PollInterval=255\n", "255"},
     {"OverMost", "PollInterval=256\n", "255"},
