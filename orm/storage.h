@@ -105,9 +105,9 @@ class CORVANE_API storage_t {
     return read_rows(*map, *table, run(select_text(*table, alias, condition)));
   }
 
-  // Deletes the rows that meet the condition, if any: one DELETE. `useAlias` is true afterwards,
-  // also after a failure, and whatever it was before. Throws as `get_all` does, except for cells;
-  // no row is deleted then.
+  // Deletes the rows that meet the condition, if any: one DELETE. Always sets `useAlias` to true,
+  // even if it fails. Throws the same exceptions as `get_all`, except those for cells; no row is
+  // deleted in that case.
   template <class Row, class Condition>
   void remove_all(where_t<Condition> where) {
     find_map<Row>(modelMaps);

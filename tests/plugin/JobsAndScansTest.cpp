@@ -135,8 +135,8 @@ TEST_F(JobsAndScans, AnAttachedCardInADetachJobStaysAttached) {
   EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
 }
 
-// A job that reaches its first step after another job has taken its slot and ended: its device is
-// stored, but the thread of the slot is no longer running.
+// A job that reaches its first step after another job has taken over its slot and ended. Its device
+// is stored, but the thread that owns the slot has exited.
 struct LostSlot {
   const char* name;
   std::uint32_t operation;

@@ -123,8 +123,8 @@ TEST_P(EachJob, TakesItsStepsInOrder) {
   EXPECT_LT(announced, std::find(all.begin(), all.end(), expected.front()));
 }
 
-// The first job reaches its first step after another job has taken its slot and ended: its device
-// is stored, but the thread of the slot is no longer running.
+// The first job reaches its first step after another job has taken over its slot and ended. Its
+// device is stored, but the thread that owns the slot has exited.
 TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   StartWith({GetParam().before, GetParam().before}, "0");
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");

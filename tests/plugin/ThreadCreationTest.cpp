@@ -161,7 +161,7 @@ TEST_P(EachJobWithoutAThread, IsNotBusyAndTheNextOneRuns) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-// The failed job owns the slot from then on, so the running job is no longer visible.
+// The failed job then owns the slot, which hides the running job.
 TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheRunningJob) {
   StartWith(2);
   HeldCall held("vsl_op_wait_for_result");
