@@ -2,7 +2,8 @@
 
 #include <fmt/format.h>
 
-#include <map>
+#include <memory>
+#include <string>
 #include <utility>
 
 #include "console/base/Failure.h"
@@ -27,24 +28,22 @@ using Words = std::vector<std::string>;
 constexpr const char* kJson = "application/json";
 constexpr const char* kOpenMetrics = "application/openmetrics-text; version=1.0.0; charset=utf-8";
 
-// The console's exit codes as statuses.
+struct StatusRow {
+  ExitCode m_Code;
+  unsigned m_Status;
+};
+
+// The console's exit codes; all others are 500.
+constexpr StatusRow kStatuses[] = {
+    {ExitCode::Usage, 400},      {ExitCode::NoObject, 404},       {ExitCode::Refused, 409},
+    {ExitCode::Permission, 403}, {ExitCode::PluginUnusable, 503}, {ExitCode::TimedOut, 504},
+};
+
 unsigned StatusFor(ExitCode code) {
-  switch (code) {
-    case ExitCode::Usage:
-      return 400;
-    case ExitCode::NoObject:
-      return 404;
-    case ExitCode::Refused:
-      return 409;
-    case ExitCode::PluginUnusable:
-      return 503;
-    case ExitCode::Permission:
-      return 403;
-    case ExitCode::TimedOut:
-      return 504;
-    default:
-      return 500;
+  for (const StatusRow& row : kStatuses) {
+    if (row.m_Code == code) return row.m_Status;
   }
+  return 500;
 }
 
 Response ProblemFor(const Failure& failure) {
@@ -121,24 +120,23 @@ Reply GetEvents(const ApiContext& api, const Request& request) {
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
   SnapshotPtr snapshot = api.m_Store.Get();
-  // Values of the past would look like values of now.
+  // Stale values would look current.
   if (!snapshot->m_Plugin.m_IsUp) snapshot = std::make_shared<Snapshot>();
   return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics);
 }
 
-// The process answers.
+// Succeeds whenever the service can answer.
 Reply GetHealth(const ApiContext&, const Request&) {
   return Http::MakeResponse(200, "text/plain; charset=utf-8", "ok\n");
 }
 
-// The plug-in has reported its cards, and is running.
+// Succeeds while the plug-in is running and has reported its cards.
 Reply GetReadiness(const ApiContext& api, const Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   if (snapshot->m_Plugin.m_IsUp) {
     return Http::MakeResponse(200, "text/plain; charset=utf-8", "ready\n");
   }
-  const std::string& reason = snapshot->m_Plugin.m_Reason;
-  return Http::MakeProblem(503, "PLUGIN_DOWN", reason.empty() ? "the plug-in is starting" : reason);
+  return MakeDownProblem(snapshot->m_Plugin);
 }
 
 using Function = Reply (*)(const ApiContext&, const Request&);
@@ -169,6 +167,10 @@ const std::vector<Row>& Rows() {
 }
 
 }  // namespace
+
+Response MakeDownProblem(const PluginState& plugin) {
+  return Http::MakeProblem(503, "PLUGIN_DOWN", plugin.WhyDown());
+}
 
 std::vector<Http::Route> ApiRoutes(const ApiContext& api) {
   std::vector<Http::Route> routes;

@@ -24,6 +24,9 @@ struct ApiContext {
   const Http::Permissions m_Permissions;
 };
 
+// A 503 that says why.
+Http::Response MakeDownProblem(const PluginState& plugin);
+
 std::vector<Http::Route> ApiRoutes(const ApiContext& api);
 
 }  // namespace Service

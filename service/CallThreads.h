@@ -1,4 +1,4 @@
-// Threads for calls that wait for a card, so that those that serve clients need not.
+// Threads for calls that wait for a card, so that the server's threads never do.
 #pragma once
 
 #include <condition_variable>

@@ -48,7 +48,7 @@ void Collector::RunPlugin() {
   try {
     Follow(*worker, session);
   } catch (const std::exception& failure) {
-    PublishDown(failure.what());  // now, because the process may take long to end
+    PublishDown(failure.what());  // before `Release`, because the process may take long to end
   }
   Release(*worker);
 }
@@ -87,7 +87,7 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
     if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
     session.CollectEvents();
     if (m_IsStopping) return;
-    // A plug-in without cards does not look for any again.
+    // The plug-in looks for cards only when it starts.
     if (!session.HasCards()) return;
     Publish(session);
     if (stable.IsOver()) m_NextPause = m_Settings.m_FirstPause;

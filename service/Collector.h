@@ -37,16 +37,17 @@ class Collector {
   Collector(const Collector&) = delete;
   Collector& operator=(const Collector&) = delete;
 
-  // Stops the plug-in and the thread, which takes half a minute or more if a card hangs. Calls
-  // return empty from then on. For the thread that made the collector.
+  // Stops the plug-in and the thread, which takes half a minute or more if a card hangs. From then
+  // on `Call` returns empty. For the thread that made the collector.
   void Stop();
-  // Makes it read the cards now. From any thread.
+  // Makes the thread read the cards now. From any thread.
   void RequestRefresh() const { m_Wake.Notify(); }
   // Carries out one command in the plug-in, on the calling thread; any thread may call it. Empty if
   // no plug-in is running, or it has not answered by the deadline.
-  bool IsRunning() const { return Running() != nullptr; }
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline) const;
+  // Whether a plug-in is running, so that `Call` can succeed. From any thread.
+  bool IsRunning() const { return Running() != nullptr; }
 
  private:
   void Run();
@@ -68,7 +69,7 @@ class Collector {
   mutable std::mutex m_Lock;
   std::shared_ptr<Worker> m_pRunning;  // guarded by `m_Lock`; null: no plug-in is running
 
-  // For the thread alone.
+  // Used only by `m_Thread`.
   Console::Diagnostics m_Diagnostics{Console::Verbosity::All};
   Console::EventHistory m_EventHistory{m_Diagnostics};
   std::chrono::milliseconds m_NextPause;

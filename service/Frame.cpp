@@ -52,7 +52,7 @@ std::optional<nlohmann::json> ReadFrame(int socket) {
 }
 
 bool FrameWriter::Write(const nlohmann::json& document) {
-  const std::string text = document.dump();
+  const std::string text = document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   if (text.size() > kLargestFrame) return false;
   const Length length = htobe32(static_cast<Length>(text.size()));
   std::string bytes(sizeof length, '\0');

@@ -29,7 +29,8 @@ class FrameWriter {
   // The descriptor remains the caller's and must outlive the writer.
   explicit FrameWriter(int socket) : m_Socket(socket) {}
 
-  // Waits until the other process has taken enough of what was written before. False if it has
+  // Bytes that are not UTF-8 are replaced. Waits until the other process has taken enough of what
+  // was written before. False if it has
   // ended or the document is too large; also, from then on, if the socket's send timeout has cut a
   // document.
   bool Write(const nlohmann::json& document);

@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -31,10 +30,8 @@ constexpr milliseconds kStopTimeout(30000);
 constexpr milliseconds kPause(10);
 
 Json PluginDocument(const std::string& file, const IPLUGINAPI& plugin) {
-  return {{"plugin",
-           {{"file", file},
-            {"module_id", plugin.m_ModuleID},
-            {"interface_version", plugin.m_InterfaceVersion}}}};
+  const Console::PluginInfo info = {file, plugin.m_ModuleID, plugin.m_InterfaceVersion};
+  return {{"plugin", Console::ToJson(info)}};
 }
 
 Json FailureDocument(const Console::Failure& failure) {
@@ -45,7 +42,7 @@ Json FailureDocument(const Console::Failure& failure) {
             {"advice", failure.m_Advice}}}};
 }
 
-// Everything that the threads of commands use.
+// State shared by the command threads.
 struct Process {
   Process(const std::filesystem::path& file, int socket)
       : m_Socket(socket), m_Writer(socket), m_Library(file), m_Plugin(m_Library) {}
@@ -59,7 +56,7 @@ struct Process {
   std::atomic<int> m_RunningCommands{0};
 };
 
-// What an error of the plug-in's own becomes; a command that it leaves with an exception fails.
+// An exception from the plug-in fails the command.
 Console::PluginReply ExecuteSafely(Process& process, Console::PluginCommand command) {
   try {
     return Console::Execute(*process.m_Plugin, command);
@@ -127,7 +124,7 @@ void Serve(Process& process) {
   }
 }
 
-// The service never sends what cannot be read. If it does, the process ends like the connection.
+// A malformed frame closes the connection.
 void ServeUntilEnd(Process& process) {
   try {
     Serve(process);
@@ -136,8 +133,9 @@ void ServeUntilEnd(Process& process) {
   }
 }
 
-// Whether the plug-in has stopped and nothing uses it any more. The last command must run alone.
-// The plug-in waits for its jobs for 25 seconds; a hung card must not keep this process longer.
+// Whether the plug-in has stopped and is no longer in use. DEINITIALIZE must not overlap another
+// command. The plug-in waits up to 25 seconds for its jobs; a hung card must not keep this process
+// longer than that.
 bool Stop(Process& process) {
   const auto call = [&process]() -> std::uint32_t {
     while (process.m_RunningCommands > 0) std::this_thread::sleep_for(kPause);

@@ -1,6 +1,5 @@
 #include "service/SessionApi.h"
 
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -18,27 +17,16 @@ using Http::Response;
 using Json = nlohmann::json;
 
 Response JsonResponse(const Json& document) {
-  return Http::MakeResponse(200, "application/json", document.dump());
-}
-
-Response MakeDownProblem(const Snapshot& snapshot) {
-  const std::string& reason = snapshot.m_Plugin.m_Reason;
-  return MakeProblem(503, "PLUGIN_DOWN", reason.empty() ? "the plug-in is starting" : reason);
-}
-
-const PI::CObject* FindObject(const Snapshot& snapshot, std::uint64_t id) {
-  const auto found = std::find_if(snapshot.m_Objects.begin(), snapshot.m_Objects.end(),
-                                  [id](const PI::CObject& each) { return each.m_ID == id; });
-  return found == snapshot.m_Objects.end() ? nullptr : &*found;
+  return Http::MakeResponse(200, "application/json",
+                            document.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 // The property as the snapshot has it; else the request unchanged, as the plug-in leaves it.
 PluginReply ReadProperty(const PI::CObject& object, const PluginCommand& command) {
   const auto& wanted = std::get<PI::CProperty>(command.m_Payload);
-  for (const PI::CProperty& each : object.m_Properties) {
-    if (each.m_PropertyID == wanted.m_PropertyID) return {PI::SUCCESS, each};
-  }
-  return {PI::ERR_GENERAL, command.m_Payload};
+  const PI::CProperty* const found = FindProperty(object, wanted.m_PropertyID);
+  if (found == nullptr) return {PI::ERR_GENERAL, command.m_Payload};
+  return {PI::SUCCESS, *found};
 }
 
 // Empty for a command that the snapshot does not answer.
@@ -46,7 +34,7 @@ std::optional<PluginReply> ReadSnapshot(const Snapshot& snapshot, const PluginCo
   if (command.m_Command == PI::CMD_GET_TOPOLOGY) {
     return PluginReply{PI::SUCCESS, snapshot.m_Objects};
   }
-  const PI::CObject* const object = FindObject(snapshot, command.m_Object);
+  const PI::CObject* const object = snapshot.Find(command.m_Object);
   if (object == nullptr) return std::nullopt;
   switch (command.m_Command) {
     case PI::CMD_GET_PROPERTIES:
@@ -113,11 +101,8 @@ Http::Reply CallLater(const ApiContext& api, PluginCommand command) {
 Http::Reply GetSession(const ApiContext& api, const Http::Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   const PluginState& plugin = snapshot->m_Plugin;
-  if (snapshot->m_Info.m_File.empty()) return MakeDownProblem(*snapshot);
-  return JsonResponse({{"plugin",
-                        {{"file", snapshot->m_Info.m_File},
-                         {"module_id", snapshot->m_Info.m_ModuleID},
-                         {"interface_version", snapshot->m_Info.m_InterfaceVersion}}},
+  if (!snapshot->HasReport()) return MakeDownProblem(plugin);
+  return JsonResponse({{"plugin", Console::ToJson(snapshot->m_Info)},
                        {"up", plugin.m_IsUp},
                        {"reason", plugin.m_Reason},
                        {"has_cards", snapshot->m_HasCards},
@@ -142,7 +127,7 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
     return MakeProblem(403, "PERMISSION_DENIED", "this user is not permitted to make changes");
   }
   const SnapshotPtr snapshot = api.m_Store.Get();
-  if (snapshot->m_Info.m_File.empty()) return MakeDownProblem(*snapshot);
+  if (!snapshot->HasReport()) return MakeDownProblem(snapshot->m_Plugin);
   const auto reply = ReadSnapshot(*snapshot, command);
   return reply ? Http::Reply(JsonResponse(Console::ToJson(*reply)))
                : CallLater(api, std::move(command));

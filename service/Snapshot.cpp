@@ -1,8 +1,22 @@
 #include "service/Snapshot.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Service {
+
+const PI::CObject* Snapshot::Find(std::uint64_t id) const {
+  const auto found = std::find_if(m_Objects.begin(), m_Objects.end(),
+                                  [id](const PI::CObject& each) { return each.m_ID == id; });
+  return found == m_Objects.end() ? nullptr : &*found;
+}
+
+const PI::CProperty* FindProperty(const PI::CObject& object, std::uint32_t property) {
+  const auto found =
+      std::find_if(object.m_Properties.begin(), object.m_Properties.end(),
+                   [property](const PI::CProperty& each) { return each.m_PropertyID == property; });
+  return found == object.m_Properties.end() ? nullptr : &*found;
+}
 
 SnapshotStore::SnapshotStore() {
   Snapshot first;

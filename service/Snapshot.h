@@ -1,4 +1,4 @@
-// What the service knows of the cards: the one source of everything that is read from it.
+// What the service knows about the cards: every read is answered from it.
 #pragma once
 
 #include <sys/types.h>
@@ -21,17 +21,25 @@ using Clock = std::chrono::system_clock;
 
 // The state of the plug-in process.
 struct PluginState {
+  // Why it is not up.
+  std::string WhyDown() const { return m_Reason.empty() ? "the plug-in is starting" : m_Reason; }
+
   bool m_IsUp = false;
-  std::string m_Reason;        // why it is not up
+  std::string m_Reason;        // why it is not up; empty before the first start has ended
   std::uint64_t m_Starts = 0;  // of the process, the failed ones included
   pid_t m_Process = -1;        // of the last start that succeeded
   std::size_t m_LostThreads = 0;
   std::chrono::duration<double> m_StartDuration{0};
 };
 
-// Never changes. A new one replaces it as a whole.
+// Immutable once published: a newer one replaces it.
 struct Snapshot {
-  std::uint64_t m_Run = 0;         // of the store: numbers begin again with each
+  // Whether a plug-in has reported its objects since the service started.
+  bool HasReport() const { return !m_Info.m_File.empty(); }
+  // Null if it has no object with that id.
+  const PI::CObject* Find(std::uint64_t id) const;
+
+  std::uint64_t m_Run = 0;         // of the service; each run counts snapshots from 1
   std::uint64_t m_Number = 0;      // rises with each snapshot; 0: nothing has been read yet
   Clock::time_point m_ObservedAt;  // when `m_Objects` was read
   Console::PluginInfo m_Info;
@@ -41,6 +49,9 @@ struct Snapshot {
 };
 
 using SnapshotPtr = std::shared_ptr<const Snapshot>;
+
+// Null if the object does not have the property.
+const PI::CProperty* FindProperty(const PI::CObject& object, std::uint32_t property);
 
 // Holds the newest snapshot. Any thread may call its members.
 class SnapshotStore {

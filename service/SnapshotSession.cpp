@@ -1,6 +1,5 @@
 #include "service/SnapshotSession.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "console/base/Failure.h"
@@ -12,18 +11,15 @@ SnapshotSession::SnapshotSession(SnapshotPtr snapshot) : m_Snapshot(std::move(sn
 }
 
 void RequireReport(const Snapshot& snapshot) {
-  if (!snapshot.m_Info.m_File.empty()) return;
-  const std::string& reason = snapshot.m_Plugin.m_Reason;
+  if (snapshot.HasReport()) return;
   throw Console::Failure(Console::ExitCode::PluginUnusable, "PLUGIN_DOWN",
-                         "the plug-in has not started", reason.empty() ? "starting" : reason);
+                         snapshot.m_Plugin.WhyDown());
 }
 
 // An unknown object is the plug-in's error, whoever answers.
 const PI::CObject& SnapshotSession::Require(const char* what, std::uint64_t object) const {
-  const auto& objects = m_Snapshot->m_Objects;
-  const auto found = std::find_if(objects.begin(), objects.end(),
-                                  [object](const auto& each) { return each.m_ID == object; });
-  if (found == objects.end()) throw Console::PluginFailure(what, PI::ERR_GENERAL);
+  const PI::CObject* const found = m_Snapshot->Find(object);
+  if (found == nullptr) throw Console::PluginFailure(what, PI::ERR_GENERAL);
   return *found;
 }
 
@@ -32,11 +28,9 @@ std::vector<PI::CProperty> SnapshotSession::Properties(std::uint64_t object) {
 }
 
 std::vector<PI::CProperty> SnapshotSession::Property(std::uint64_t object, std::uint32_t property) {
-  std::vector<PI::CProperty> found;
-  for (const PI::CProperty& each : Require("cannot read a property", object).m_Properties) {
-    if (each.m_PropertyID == property && found.empty()) found.push_back(each);
-  }
-  return found;
+  const auto* const found = FindProperty(Require("cannot read a property", object), property);
+  if (found == nullptr) return {};
+  return {*found};
 }
 
 std::vector<PI::COperation> SnapshotSession::Operations(std::uint64_t object) {

@@ -1,8 +1,6 @@
 #include "service/Worker.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -44,44 +42,31 @@ SocketPair MakeSocketPair() {
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
     throw ProcessFailure(std::strerror(errno));
   }
-  // A process that no longer reads must not hold the service.
+  // A process that stops reading must not block the service.
   constexpr timeval kSendTimeout = {5, 0};
   setsockopt(ends[0], SOL_SOCKET, SO_SNDTIMEO, &kSendTimeout, sizeof kSendTimeout);
   return {Base::Descriptor(ends[0]), Base::Descriptor(ends[1])};
 }
 
-// What the new process does before it runs the program. The copy of the socket has no
-// close-on-exec flag, even if it has that number already.
-class FileActions {
- public:
-  explicit FileActions(int socket) {
+// How the new process starts.
+struct SpawnSettings {
+  explicit SpawnSettings(int socket) {
+    // The copy does not have the close-on-exec flag, even if the socket has that number already.
     posix_spawn_file_actions_init(&m_Actions);
     posix_spawn_file_actions_adddup2(&m_Actions, socket, kSocketThere);
-  }
-  ~FileActions() { posix_spawn_file_actions_destroy(&m_Actions); }
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
-
-  const posix_spawn_file_actions_t* Get() const { return &m_Actions; }
-
- private:
-  posix_spawn_file_actions_t m_Actions;
-};
-
-// A group of its own keeps the terminal's Ctrl-C from the process: the service stops it.
-class Attributes {
- public:
-  Attributes() {
+    // A separate process group, so that Ctrl-C at the terminal reaches only the service, which then
+    // stops the process.
     posix_spawnattr_init(&m_Attributes);
     posix_spawnattr_setflags(&m_Attributes, POSIX_SPAWN_SETPGROUP);
   }
-  ~Attributes() { posix_spawnattr_destroy(&m_Attributes); }
-  Attributes(const Attributes&) = delete;
-  Attributes& operator=(const Attributes&) = delete;
+  ~SpawnSettings() {
+    posix_spawnattr_destroy(&m_Attributes);
+    posix_spawn_file_actions_destroy(&m_Actions);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-  const posix_spawnattr_t* Get() const { return &m_Attributes; }
-
- private:
+  posix_spawn_file_actions_t m_Actions;
   posix_spawnattr_t m_Attributes;
 };
 
@@ -91,10 +76,10 @@ Failure FailureFrom(const Json& document) {
                  document.at("advice").get<std::vector<std::string>>());
 }
 
-// A process whose card hangs in the kernel does not end, and remains as it is.
+// A process that hangs in the kernel cannot be killed; it is left running.
 constexpr std::chrono::milliseconds kKillTimeout(3000);
 
-// Whether the process ends in time. It is reaped then.
+// Whether the process has ended by the deadline. If so, it has been reaped.
 bool AwaitEnd(pid_t process, const Console::Deadline& deadline) {
   constexpr std::chrono::milliseconds kPause(10);
   for (;;) {
@@ -127,7 +112,7 @@ Worker::Worker(Started started, const Console::Deadline& deadline)
 Worker::~Worker() {
   Disconnect();
   m_Reader.join();
-  // The process gives a plug-in that does not stop 30 seconds.
+  // The process itself gives up on a plug-in that has not stopped after 30 seconds.
   constexpr std::chrono::milliseconds kStopTimeout(32000);
   if (AwaitEnd(m_Process, Console::Deadline(kStopTimeout))) return;
   Kill();
@@ -137,13 +122,12 @@ Worker::~Worker() {
 Worker::Started Worker::Start(const std::filesystem::path& program,
                               const std::filesystem::path& pluginFile) {
   SocketPair pair = MakeSocketPair();
-  const FileActions actions(pair.m_There.Get());
-  const Attributes attributes;
+  const SpawnSettings settings(pair.m_There.Get());
   std::string words[] = {"corvane-host", "plugin-process", pluginFile.string()};
   char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
   pid_t process = -1;
-  const int error =
-      posix_spawn(&process, program.c_str(), actions.Get(), attributes.Get(), arguments, environ);
+  const int error = posix_spawn(&process, program.c_str(), &settings.m_Actions,
+                                &settings.m_Attributes, arguments, environ);
   if (error != 0) throw ProcessFailure(std::strerror(error));
   return {std::move(pair.m_Here), process};
 }
@@ -157,10 +141,7 @@ void Worker::Greet(const Console::Deadline& deadline) {
   const auto document = ReadFrame(m_Socket.Get());
   if (!document) throw ProcessFailure("it ended before the plug-in was loaded");
   if (document->contains("failure")) throw FailureFrom(document->at("failure"));
-  const Json& plugin = document->at("plugin");
-  m_Info.m_File = plugin.at("file").get<std::string>();
-  m_Info.m_ModuleID = plugin.at("module_id").get<std::uint32_t>();
-  m_Info.m_InterfaceVersion = plugin.at("interface_version").get<std::uint32_t>();
+  m_Info = Console::PluginInfoFromJson(document->at("plugin"));
 }
 
 // The thread of the connection. The process cannot be used without it.

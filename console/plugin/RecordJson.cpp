@@ -314,6 +314,21 @@ PluginReply ReplyFromJson(PI::_COMMAND command, const Json& json) {
   return {RequiredNumber<std::uint32_t>(json, "result"), ReadPayload(json, *row)};
 }
 
+nlohmann::ordered_json ToJson(const PluginInfo& info) {
+  return {{"file", info.m_File},
+          {"module_id", info.m_ModuleID},
+          {"interface_version", info.m_InterfaceVersion}};
+}
+
+PluginInfo PluginInfoFromJson(const Json& json) {
+  RequireObject(json, {"file", "module_id", "interface_version"});
+  PluginInfo info;
+  Read(json.contains("file") ? json["file"] : Json(), info.m_File, {"file", 0});
+  info.m_ModuleID = RequiredNumber<std::uint32_t>(json, "module_id");
+  info.m_InterfaceVersion = RequiredNumber<std::uint32_t>(json, "interface_version");
+  return info;
+}
+
 Json ToJson(const PI::CEvent& event) {
   return Write(event);
 }

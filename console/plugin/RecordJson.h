@@ -1,7 +1,7 @@
 // The plug-in interface's records as JSON: what crosses a process boundary.
 //
-// Fields have the names of `docs/records.md`. A field that has its default is left out; a decoded
-// record has the default for each field that is missing. Texts that are not UTF-8 are
+// A field that has its default is left out; a decoded record has the default for each field that is
+// missing. Texts that are not UTF-8 are
 // {"hex": "41ff"}, numbers that are not finite the texts "nan", "inf" and "-inf". From any thread.
 #pragma once
 
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "console/plugin/PluginCommand.h"
+#include "console/plugin/Session.h"
 
 namespace Console {
 
@@ -29,6 +30,11 @@ PluginCommand CommandFromJson(const nlohmann::json& json);
 nlohmann::json ToJson(const PluginReply& reply);
 // The reply to `command`; throws `RecordError`.
 PluginReply ReplyFromJson(PI::_COMMAND command, const nlohmann::json& json);
+
+// {"file": ..., "module_id": ..., "interface_version": ...}.
+nlohmann::ordered_json ToJson(const PluginInfo& info);
+// Throws `RecordError`.
+PluginInfo PluginInfoFromJson(const nlohmann::json& json);
 
 // An event alone.
 nlohmann::json ToJson(const PI::CEvent& event);

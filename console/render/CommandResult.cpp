@@ -4,6 +4,7 @@
 
 #include "base/Printable.h"
 #include "console/base/Timestamp.h"
+#include "console/plugin/RecordJson.h"
 
 namespace Console {
 namespace {
@@ -21,13 +22,6 @@ Json MessageJson(const Message& message) {
   for (const std::string& line : message.m_Advice) hint += (hint.empty() ? "" : "\n") + line;
   if (!hint.empty()) json["hint"] = hint;
   return json;
-}
-
-Json PluginJson(const std::optional<PluginInfo>& info) {
-  if (!info) return nullptr;
-  return {{"file", info->m_File},
-          {"module_id", info->m_ModuleID},
-          {"interface_version", info->m_InterfaceVersion}};
 }
 
 std::string RenderLines(const CommandResult& result, const Envelope& envelope) {
@@ -85,7 +79,7 @@ std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool on
       {"format", {{"name", "corvane-host"}, {"major", kFormatMajor}, {"minor", kFormatMinor}}},
       {"command", envelope.m_Command.empty() ? Json() : Json(envelope.m_Command)},
       {"time", TimeText(NowMs())},
-      {"plugin", PluginJson(envelope.m_Plugin)},
+      {"plugin", envelope.m_Plugin ? ToJson(*envelope.m_Plugin) : Json()},
       {"exit_code", static_cast<int>(envelope.m_Code)},
       {"messages", messages},
       {"result", result},

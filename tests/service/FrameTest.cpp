@@ -40,6 +40,11 @@ TEST_F(Frame, ArrivesAsItWasSent) {
   for (const json& document : documents) EXPECT_EQ(document, ReadFrame(m_Here.Get()));
 }
 
+TEST_F(Frame, ReplacesBytesThatAreNotUtf8) {
+  EXPECT_TRUE(FrameWriter(m_There.Get()).Write({{"file", "/lib/a\xff.so"}}));
+  EXPECT_EQ((json{{"file", "/lib/a\xef\xbf\xbd.so"}}), ReadFrame(m_Here.Get()));
+}
+
 TEST_F(Frame, HasItsLengthInFourBytesFirst) {
   EXPECT_TRUE(FrameWriter(m_There.Get()).Write("abc"));
   char bytes[16] = {};
