@@ -36,8 +36,10 @@ std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
   return std::nullopt;
 }
 
-std::chrono::milliseconds ParseDuration(const char* option, const std::string& text) {
-  if (const auto duration = ReadDuration(text)) return *duration;
+std::optional<std::chrono::milliseconds> ParseDuration(const char* option,
+                                                       const std::string& text) {
+  if (text.empty()) return std::nullopt;
+  if (const auto duration = ReadDuration(text)) return duration;
   throw UsageFailure(fmt::format("{}: invalid duration '{}'", option, text),
                      {"For example: 30s, 5m or 1h."});
 }

@@ -11,8 +11,9 @@ namespace Console {
 // more than 10,000 days.
 std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text);
 
-// The same. Throws `Failure` that names `option`.
-std::chrono::milliseconds ParseDuration(const char* option, const std::string& text);
+// The value of an option; empty if the text is, as without the option. Throws `Failure` that names
+// `option` for a text that is not a duration.
+std::optional<std::chrono::milliseconds> ParseDuration(const char* option, const std::string& text);
 
 // "0:57", "12:03", "1:02:03"; fractions of a second are dropped.
 std::string ElapsedText(std::chrono::milliseconds duration);

@@ -190,7 +190,7 @@ const Object& SelectFor(const Model& model, const std::string& selector, const O
 
 milliseconds TimeoutOf(const Options& options) {
   constexpr milliseconds kUsual = std::chrono::minutes(2);
-  return options.m_Timeout.empty() ? kUsual : ParseDuration("--timeout", options.m_Timeout);
+  return ParseDuration("--timeout", options.m_Timeout).value_or(kUsual);
 }
 
 // After a prompt the check is repeated, because the answer may have taken a long time.

@@ -22,8 +22,7 @@ bool IsOneReading(const Command& command, const Options& options) {
 }  // namespace
 
 TimeLimits LimitsOf(const Command& command, const Options& options) {
-  std::optional<milliseconds> given;
-  if (!options.m_Timeout.empty()) given = ParseDuration("--timeout", options.m_Timeout);
+  const auto given = ParseDuration("--timeout", options.m_Timeout);
   TimeLimits limits;
   const milliseconds usual = command.m_Group == Group::Hidden ? kCompletion : kUsual;
   const bool waits = command.m_TimeoutScope == TimeoutScope::Wait;

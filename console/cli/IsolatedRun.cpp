@@ -16,8 +16,7 @@ namespace {
 std::chrono::milliseconds CheckTimeout(const Options& options) {
   // Less than the minute after which monitoring systems give up.
   constexpr std::chrono::seconds kDefault(30);
-  if (options.m_Timeout.empty()) return kDefault;
-  return ParseDuration("--timeout", options.m_Timeout);
+  return ParseDuration("--timeout", options.m_Timeout).value_or(kDefault);
 }
 
 Failure EndingFailure(const SubprocessResult& ending, std::chrono::milliseconds timeout) {

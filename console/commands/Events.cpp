@@ -206,9 +206,7 @@ CommandResult Run(Context& context) {
     throw UsageFailure("--follow and --for do not support --output json",
                        {"Pass --output jsonl for one JSON document per line."});
   }
-  std::optional<milliseconds> duration;
-  if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
-  return Follow(context, query, filter, duration);
+  return Follow(context, query, filter, ParseDuration("--for", options.m_For));
 }
 
 }  // namespace

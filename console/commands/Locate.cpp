@@ -52,8 +52,7 @@ CommandResult Blink(Context& context, const Model& model, const Object& adapter,
 CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   const bool on = ParseOn(context.m_Arguments[1]);
-  std::optional<milliseconds> duration;
-  if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
+  const auto duration = ParseDuration("--for", options.m_For);
   if (duration && !on) throw UsageFailure("--for applies to locate on only");
   const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
   const Model model = context.Objects();

@@ -17,10 +17,8 @@ CommandResult Run(Context& context) {
   if (socket.empty()) {
     throw UsageFailure("serve: no folder for the socket", {"Pass --socket PATH."});
   }
-  std::optional<std::chrono::milliseconds> duration;
-  const std::string& given = context.m_Options.m_For;
-  if (!given.empty()) duration = ParseDuration("--for", given);
-  Service::Serve(context, AllCommands(), std::filesystem::absolute(socket), Deadline(duration));
+  const Deadline deadline(ParseDuration("--for", context.m_Options.m_For));
+  Service::Serve(context, AllCommands(), std::filesystem::absolute(socket), deadline);
   CommandResult result;
   result.m_Text = "";
   return result;
@@ -37,9 +35,10 @@ Command ServeCommand() {
   command.m_Options = {"--socket", "--for"};
   command.m_Run = Run;
   command.m_Description =
-      "Runs in the foreground until Ctrl-C, or for the given time. The plug-in runs in a process "
-      "of its own, which is "
-      "started again if it ends. Clients use HTTP at the socket and never wait for a card.";
+      "Runs in the foreground until Ctrl-C or SIGTERM, or for the given time. The plug-in runs in "
+      "a "
+      "separate process, which is restarted if it ends. Clients send HTTP requests to the socket; "
+      "reads never wait for a card.";
   command.m_Examples = {{"serve --simulate", "serve simulated cards"},
                         {"serve --socket /run/corvane/corvane.sock", "choose the socket"}};
   return command;

@@ -103,10 +103,7 @@ void WaitOn(Context& context, LiveModel& live, milliseconds atMost, const Object
 
 CommandResult Run(Context& context) {
   const Condition condition(context.m_Arguments[1]);
-  std::optional<milliseconds> timeout;
-  if (!context.m_Options.m_Timeout.empty()) {
-    timeout = ParseDuration("--timeout", context.m_Options.m_Timeout);
-  }
+  const auto timeout = ParseDuration("--timeout", context.m_Options.m_Timeout);
   Session& session = context.OpenToWait();
   const auto start = steady_clock::now();
   const Deadline deadline(timeout);

@@ -129,8 +129,7 @@ void RequireQuietTrace(const Options& options) {
 
 CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
-  std::optional<milliseconds> duration;
-  if (!options.m_For.empty()) duration = ParseDuration("--for", options.m_For);
+  const auto duration = ParseDuration("--for", options.m_For);
   std::FILE* const out = context.Stream().File();
   const bool wantsScreen = options.m_Form.empty() && Screen::IsPossible(out);
   if (wantsScreen) RequireQuietTrace(options);

@@ -39,21 +39,30 @@ class Kept {
   std::promise<std::unique_ptr<Responder>> m_Responder;
 };
 
+// A client that has sent a request, and the responder that its handler has kept.
+struct WaitingRequest {
+  Kept m_Kept;
+  TestServer m_Server{m_Kept.Routes()};
+  RawClient m_Client{m_Server};
+  std::unique_ptr<Responder> m_Responder;
+
+  WaitingRequest() {
+    m_Client.Send(kGet);
+    m_Responder = m_Kept.Take();
+  }
+};
+
 TEST(Late, ResponseIsSentWhenItComes) {
-  Kept kept;
-  const TestServer server(kept.Routes());
-  RawClient client(server);
-  client.Send(kGet);
-  const auto responder = kept.Take();
-  EXPECT_EQ(200, Client(server).Get("/text").m_Status);
-  EXPECT_FALSE(client.HasEnded());
-  EXPECT_FALSE(responder->IsGone());
-  responder->Complete(MakeResponse(202, "text/plain", "late"));
-  responder->Complete(MakeResponse(500, "text/plain", "later still"));
-  EXPECT_EQ(202, RawClient::Parse(client.ReadUntil("late")).m_Status);
-  EXPECT_TRUE(Await([&responder] { return responder->IsGone(); }));
-  client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
-  EXPECT_EQ("a text", RawClient::Parse(client.ReadUntil("a text")).m_Body);
+  WaitingRequest request;
+  EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
+  EXPECT_FALSE(request.m_Client.HasEnded());
+  EXPECT_FALSE(request.m_Responder->IsGone());
+  request.m_Responder->Complete(MakeResponse(202, "text/plain", "late"));
+  request.m_Responder->Complete(MakeResponse(500, "text/plain", "later still"));
+  EXPECT_EQ(202, RawClient::Parse(request.m_Client.ReadUntil("late")).m_Status);
+  EXPECT_TRUE(Await([&request] { return request.m_Responder->IsGone(); }));
+  request.m_Client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
+  EXPECT_EQ("a text", RawClient::Parse(request.m_Client.ReadUntil("a text")).m_Body);
 }
 
 TEST(Late, ResponseMayBeThereAlready) {
@@ -71,27 +80,19 @@ TEST(Late, ResponseThatNeverComesIsAFailure) {
 }
 
 TEST(Late, ResponseForAClosedConnectionIsDropped) {
-  Kept kept;
-  const TestServer server(kept.Routes());
-  RawClient client(server);
-  client.Send(kGet);
-  const auto responder = kept.Take();
-  client.Close();
-  EXPECT_TRUE(Await([&responder] { return responder->IsGone(); }));
-  responder->Complete(MakeResponse(200, "text/plain", "x"));
-  EXPECT_EQ(200, Client(server).Get("/text").m_Status);
+  WaitingRequest request;
+  request.m_Client.Close();
+  EXPECT_TRUE(Await([&request] { return request.m_Responder->IsGone(); }));
+  request.m_Responder->Complete(MakeResponse(200, "text/plain", "x"));
+  EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
 }
 
 TEST(Late, ResponseReachesAClientThatHasFinishedSending) {
-  Kept kept;
-  const TestServer server(kept.Routes());
-  RawClient client(server);
-  client.Send(kGet);
-  const auto responder = kept.Take();
-  client.EndSending();
+  WaitingRequest request;
+  request.m_Client.EndSending();
   std::this_thread::sleep_for(milliseconds(100));  // for checks that would end it
-  responder->Complete(MakeResponse(200, "text/plain", "late"));
-  EXPECT_EQ("late", RawClient::Parse(client.ReadUntil("late")).m_Body);
+  request.m_Responder->Complete(MakeResponse(200, "text/plain", "late"));
+  EXPECT_EQ("late", RawClient::Parse(request.m_Client.ReadUntil("late")).m_Body);
 }
 
 TEST(Late, ResponsesFromManyThreads) {
@@ -121,15 +122,11 @@ TEST(Late, ResponsesFromManyThreads) {
 // Several times, because the server may stop before it waits for the response or after that.
 TEST(Late, ResponseIsRefusedWhenTheServerStops) {
   for (int round = 0; round < 20; ++round) {
-    Kept kept;
-    TestServer server(kept.Routes());
-    RawClient client(server);
-    client.Send(kGet);
-    const auto responder = kept.Take();
-    server.Stop();
-    EXPECT_TRUE(responder->IsGone());
-    responder->Complete(MakeResponse(200, "text/plain", "x"));
-    const long status = RawClient::Parse(client.ReadToEnd()).m_Status;
+    WaitingRequest request;
+    request.m_Server.Stop();
+    EXPECT_TRUE(request.m_Responder->IsGone());
+    request.m_Responder->Complete(MakeResponse(200, "text/plain", "x"));
+    const long status = RawClient::Parse(request.m_Client.ReadToEnd()).m_Status;
     EXPECT_TRUE(status == 503 || status == 0) << status;
   }
 }
