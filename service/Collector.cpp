@@ -43,7 +43,7 @@ void Collector::RunPlugin() {
                                                Console::Deadline(m_Settings.m_CallTimeout));
   Console::TimeLimits limits;
   limits.m_Call = m_Settings.m_CallTimeout;
-  WorkerSession session(*worker, m_EventHistory, limits);
+  WorkerSession session(*worker, m_EventLog, limits);
   SetRunning(worker);
   try {
     Follow(*worker, session);

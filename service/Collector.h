@@ -71,7 +71,7 @@ class Collector {
 
   // Used only by `m_Thread`.
   Console::Diagnostics m_Diagnostics{Console::Verbosity::All};
-  Console::EventHistory m_EventHistory{m_Diagnostics};
+  Console::EventLogClient m_EventLog{m_Diagnostics};
   std::chrono::milliseconds m_NextPause;
   std::uint64_t m_Starts = 0;
 

@@ -32,7 +32,7 @@ std::string RunOnSnapshot(const Console::CommandTable& commands,
   const std::string form = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
   Console::Diagnostics diagnostics(Console::Verbosity::Nothing);
   const Console::Style style;
-  const auto open = [&snapshot](Console::EventHistory&, const Console::TimeLimits&) {
+  const auto open = [&snapshot](Console::EventLogClient&, const Console::TimeLimits&) {
     return std::make_unique<SnapshotSession>(snapshot);
   };
   Context context(options, style, diagnostics, stream, command.m_Name, form,

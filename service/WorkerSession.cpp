@@ -6,9 +6,9 @@
 
 namespace Service {
 
-WorkerSession::WorkerSession(Worker& worker, Console::EventHistory& eventHistory,
+WorkerSession::WorkerSession(Worker& worker, Console::EventLogClient& eventLog,
                              const Console::TimeLimits& limits)
-    : CommandSession(eventHistory, limits), m_Worker(worker) {
+    : CommandSession(eventLog, limits), m_Worker(worker) {
   Start();
 }
 

@@ -9,8 +9,8 @@ namespace Service {
 class WorkerSession : public Console::CommandSession {
  public:
   // Initializes the plug-in of the worker, which takes more than a second. Throws
-  // `Console::Failure`; finding no card is not a failure. Worker and history must outlive it.
-  WorkerSession(Worker& worker, Console::EventHistory& eventHistory,
+  // `Console::Failure`; finding no card is not a failure. Worker and event log must outlive it.
+  WorkerSession(Worker& worker, Console::EventLogClient& eventLog,
                 const Console::TimeLimits& limits);
 
   pid_t ProcessId() const { return m_Worker.ProcessId(); }

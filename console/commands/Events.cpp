@@ -35,11 +35,11 @@ EventQuery QueryOf(const Options& options) {
   EventQuery query;
   if (!options.m_Since.empty()) {
     query.m_Since = ParseTimestamp("--since", options.m_Since, NowMs());
-    query.m_Limit = EventHistory::kAll;
+    query.m_Limit = EventLogClient::kAll;
   }
   if (options.m_Limit.empty()) return query;
   const auto limit = ReadNumber<std::size_t>(options.m_Limit);
-  if (!limit || *limit > EventHistory::kAll) {
+  if (!limit || *limit > EventLogClient::kAll) {
     throw UsageFailure(fmt::format("--limit: invalid number '{}'", options.m_Limit),
                        {"For example: --limit 200"});
   }
@@ -62,10 +62,10 @@ class Filter {
   bool IsNone() const { return m_Text.empty(); }
 
   // Throws `Failure` if no object has or had the name.
-  void Choose(const Model& model, EventHistory& eventHistory) {
+  void Choose(const Model& model, EventLogClient& eventLog) {
     if (IsNone()) return;
     const bool hasGone =
-        FindObject(model, m_Text) == nullptr && IsIn(eventHistory.Read(0, EventHistory::kAll));
+        FindObject(model, m_Text) == nullptr && IsIn(eventLog.Read(0, EventLogClient::kAll));
     if (!hasGone) m_Selector = Select(model, m_Text).m_Selector;
   }
 
@@ -141,7 +141,7 @@ void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
 CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   Session& session = context.Open();
   // Reading one more than requested shows whether there are older ones.
-  const std::size_t limit = filter.IsNone() ? query.m_Limit + 1 : EventHistory::kAll;
+  const std::size_t limit = filter.IsNone() ? query.m_Limit + 1 : EventLogClient::kAll;
   const std::vector<LoggedEvent> log = context.EventLog().ReadOrThrow(query.m_Since, limit);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
   const Model model = context.Objects();

@@ -3,7 +3,7 @@
 
 #include "console/base/TextFile.h"
 #include "console/cli/CommandTable.h"
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/render/CommandResult.h"
 #include "console/render/MetricFamilies.h"
 #include "console/render/OpenMetrics.h"

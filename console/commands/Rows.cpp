@@ -4,7 +4,7 @@
 #include <boost/algorithm/string.hpp>
 
 #include "console/cli/CommandTable.h"
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
 #include "console/report/RowTables.h"

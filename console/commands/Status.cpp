@@ -145,7 +145,7 @@ std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const
     return all;
   }
   context.Open().CollectEvents();
-  const auto events = EventMatcher(model).Sort(context.EventLog().Read(0, EventHistory::kAll));
+  const auto events = EventMatcher(model).Sort(context.EventLog().Read(0, EventLogClient::kAll));
   for (StatusEntry& entry : all) {
     const auto found = events.find(entry.m_pObject);
     if (found != events.end()) entry.m_Since = StatusSince(entry.m_Health, found->second);

@@ -80,7 +80,7 @@ std::vector<PI::CObject> CommandSession::Topology() {
   auto objects =
       Require<std::vector<PI::CObject>>("cannot read the topology", PI::CMD_GET_TOPOLOGY, 0);
   if (!objects.empty()) m_PluginID = objects.front().m_ID;
-  m_EventHistory.RememberObjects(objects);
+  m_EventLog.RememberObjects(objects);
   return objects;
 }
 
@@ -127,8 +127,8 @@ std::vector<LoggedEvent> CommandSession::CollectEvents() {
   operation.m_OperationID = PI::OP_GET_EVENTS;
   const std::vector<PI::CEvent> events =
       Require("cannot collect events", PI::CMD_EXECUTE_OPERATION, m_PluginID, operation).m_Events;
-  if (!m_EventHistory.KnowsAll(events)) Topology();
-  return m_EventHistory.Record(events);
+  if (!m_EventLog.KnowsAll(events)) Topology();
+  return m_EventLog.Record(events);
 }
 
 }  // namespace Console

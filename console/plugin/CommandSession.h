@@ -6,7 +6,7 @@
 
 #include "console/base/CallWithTimeout.h"
 #include "console/base/Deadline.h"
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/plugin/PluginCommand.h"
 #include "console/plugin/Session.h"
 #include "console/plugin/TimeLimits.h"
@@ -29,9 +29,9 @@ class CommandSession : public Session {
   std::vector<LoggedEvent> CollectEvents() override;
 
  protected:
-  // The history must outlive the session.
-  CommandSession(EventHistory& eventHistory, const TimeLimits& limits)
-      : m_EventHistory(eventHistory), m_Limits(limits) {}
+  // The event log must outlive the session.
+  CommandSession(EventLogClient& eventLog, const TimeLimits& limits)
+      : m_EventLog(eventLog), m_Limits(limits) {}
 
   // Carries out one command. Empty if the plug-in has not answered in time; the session then calls
   // `Abandon` and throws.
@@ -63,7 +63,7 @@ class CommandSession : public Session {
   std::uint32_t Change(PI::_COMMAND command, std::uint64_t object, Record& record,
                        const Deadline& deadline);
 
-  EventHistory& m_EventHistory;
+  EventLogClient& m_EventLog;
   TimeLimits m_Limits;
   bool m_HasChanged = false;
   std::uint64_t m_PluginID = 0;  // 0: not known yet

@@ -8,9 +8,9 @@
 
 namespace Console {
 
-PluginSession::PluginSession(const std::filesystem::path& file, EventHistory& eventHistory,
+PluginSession::PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
                              Diagnostics& diagnostics, const TimeLimits& limits)
-    : CommandSession(eventHistory, limits), m_Diagnostics(diagnostics) {
+    : CommandSession(eventLog, limits), m_Diagnostics(diagnostics) {
   Load(file);
   const PluginInstance& plugin = m_pLoaded->m_Plugin;
   m_Info = {m_pLoaded->m_Library.m_File, plugin->m_ModuleID, plugin->m_InterfaceVersion};

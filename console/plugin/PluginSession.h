@@ -16,8 +16,8 @@ namespace Console {
 class PluginSession : public CommandSession {
  public:
   // Brings the plug-in up, which takes more than a second. Throws `Failure`; finding no card
-  // is not a failure. The history and the diagnostics must outlive it.
-  PluginSession(const std::filesystem::path& file, EventHistory& eventHistory,
+  // is not a failure. The event log and the diagnostics must outlive it.
+  PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
                 Diagnostics& diagnostics, const TimeLimits& limits);
   // Collects the pending events for the log, then stops and unloads the plug-in; waits up to 25
   // seconds for its running jobs. A plug-in that does not stop is abandoned with a note.

@@ -100,7 +100,7 @@ Context::Context(const Options& options, const Style& style, Diagnostics& diagno
       m_Form(std::move(form)),
       m_Arguments(std::move(arguments)),
       m_Stream(stream),
-      m_EventHistory(diagnostics),
+      m_EventLog(diagnostics),
       m_Limits(limits),
       m_Factory(std::move(factory)) {}
 
@@ -126,7 +126,7 @@ Session& Context::OpenToWait() {
 }
 
 Session& Context::Start() {
-  if (m_Factory) m_pSession = m_Factory(m_EventHistory, m_Limits);
+  if (m_Factory) m_pSession = m_Factory(m_EventLog, m_Limits);
   if (!m_pSession) LoadPlugin();
   m_Plugin = m_pSession->Info();
   ThrowIfStopped();
@@ -154,8 +154,7 @@ std::filesystem::path Context::PluginFile() const {
 
 void Context::LoadPlugin() {
   PrepareForPlugin();
-  m_pSession =
-      std::make_unique<PluginSession>(PluginFile(), m_EventHistory, m_Diagnostics, m_Limits);
+  m_pSession = std::make_unique<PluginSession>(PluginFile(), m_EventLog, m_Diagnostics, m_Limits);
   ThrowIfStopped();
   if (!m_pSession->HasCards()) RequireReadableBus();
 }

@@ -12,7 +12,7 @@
 #include "console/base/Options.h"
 #include "console/base/Output.h"
 #include "console/model/Model.h"
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/plugin/Session.h"
 #include "console/plugin/Simulation.h"
 #include "console/plugin/TimeLimits.h"
@@ -21,7 +21,7 @@
 namespace Console {
 
 // Makes the session of a context; null: load the plug-in into this process.
-using SessionFactory = std::function<std::unique_ptr<Session>(EventHistory&, const TimeLimits&)>;
+using SessionFactory = std::function<std::unique_ptr<Session>(EventLogClient&, const TimeLimits&)>;
 
 class Context {
  public:
@@ -56,7 +56,7 @@ class Context {
   std::filesystem::path PluginFile() const;
 
   // The host's event log; to be read when the session is open.
-  EventHistory& EventLog() { return m_EventHistory; }
+  EventLogClient& EventLog() { return m_EventLog; }
 
   // Writes a part of the result now, for a command that continues.
   void Emit(const CommandResult& result, bool first);
@@ -80,7 +80,7 @@ class Context {
   void LoadPlugin();
 
   const ResultStream& m_Stream;
-  EventHistory m_EventHistory;
+  EventLogClient m_EventLog;
   TimeLimits m_Limits;
   const SessionFactory m_Factory;
   std::optional<PluginInfo> m_Plugin;

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "console/model/Model.h"
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/render/CommandResult.h"
 
 namespace Console {

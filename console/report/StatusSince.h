@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "console/model/Health.h"
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 
 namespace Console {
 

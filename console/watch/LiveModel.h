@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "console/model/Model.h"
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/plugin/Session.h"
 #include "console/render/CommandResult.h"
 

@@ -1,4 +1,4 @@
-#include "console/plugin/EventHistory.h"
+#include "console/plugin/EventLogClient.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -28,20 +28,20 @@ Failure LogFailure(const std::string& why) {
 
 }  // namespace
 
-void EventHistory::RememberObjects(const std::vector<PI::CObject>& topology) {
+void EventLogClient::RememberObjects(const std::vector<PI::CObject>& topology) {
   const Model model(topology);
   for (const Object& object : model.Objects()) {
     m_Origins[object.m_ID] = {SerialOf(model, object), ObjectTypeOf(object.m_Kind)};
   }
 }
 
-bool EventHistory::KnowsAll(const std::vector<PI::CEvent>& events) const {
+bool EventLogClient::KnowsAll(const std::vector<PI::CEvent>& events) const {
   return std::all_of(events.begin(), events.end(), [this](const PI::CEvent& event) {
     return m_Origins.count(event.m_ObjectID) > 0;
   });
 }
 
-std::vector<LoggedEvent> EventHistory::Record(const std::vector<PI::CEvent>& events) {
+std::vector<LoggedEvent> EventLogClient::Record(const std::vector<PI::CEvent>& events) {
   std::vector<LoggedEvent> worded;
   for (const PI::CEvent& event : events) {
     const auto known = m_Origins.find(event.m_ObjectID);
@@ -58,7 +58,7 @@ std::vector<LoggedEvent> EventHistory::Record(const std::vector<PI::CEvent>& eve
   return worded;
 }
 
-std::vector<LoggedEvent> EventHistory::ReadOrThrow(std::uint64_t sinceMs, std::size_t limit) {
+std::vector<LoggedEvent> EventLogClient::ReadOrThrow(std::uint64_t sinceMs, std::size_t limit) {
   try {
     return HostKit::ReadEvents(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
@@ -66,7 +66,7 @@ std::vector<LoggedEvent> EventHistory::ReadOrThrow(std::uint64_t sinceMs, std::s
   }
 }
 
-std::vector<LoggedEvent> EventHistory::Read(std::uint64_t sinceMs, std::size_t limit) {
+std::vector<LoggedEvent> EventLogClient::Read(std::uint64_t sinceMs, std::size_t limit) {
   try {
     return HostKit::ReadEvents(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
@@ -75,7 +75,7 @@ std::vector<LoggedEvent> EventHistory::Read(std::uint64_t sinceMs, std::size_t l
   }
 }
 
-void EventHistory::ReportUnusable(const std::string& why) {
+void EventLogClient::ReportUnusable(const std::string& why) {
   if (m_IsReportedUnusable) return;
   m_IsReportedUnusable = true;
   m_Diagnostics.Note("NO_EVENT_LOG", fmt::format("cannot use the event log: {}", why),

@@ -1,4 +1,5 @@
-// The host's event log as this program keeps and shows it.
+// Access to the host's event log. Adds the card's serial number and the object's type to events,
+// and reports failures of the log as notes.
 #pragma once
 
 #include <cstddef>
@@ -17,12 +18,12 @@ using HostKit::LoggedEvent;
 
 // A log that cannot be written or read is reported once; later failures are ignored. For one
 // thread.
-class EventHistory {
+class EventLogClient {
  public:
   // More events than a log can hold: no limit.
   static constexpr std::size_t kAll = 1'000'000'000;
 
-  explicit EventHistory(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
+  explicit EventLogClient(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
 
   // Remembers the objects of these ids, so that events of a removed card still have its serial
   // number.
