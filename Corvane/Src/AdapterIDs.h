@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Corvane/Src/DeviceRecords.h"
-#include "Corvane/Src/Texts.h"
+#include "Corvane/Src/Formatted.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

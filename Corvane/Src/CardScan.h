@@ -13,8 +13,8 @@
 #include "Corvane/Src/CardLibrary.h"
 #include "Corvane/Src/CardTables.h"
 #include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/Formatted.h"
 #include "Corvane/Src/PciIdentities.h"
-#include "Corvane/Src/Texts.h"
 #include "host/Toolkit.h"
 
 namespace NAMESPACE_Corvane {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Corvane/Src/EventTable.h"
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 
 namespace NAMESPACE_Corvane {
 

@@ -10,7 +10,7 @@
 
 #include "Corvane/Src/DeviceRecords.h"
 #include "Corvane/Src/EventTable.h"
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

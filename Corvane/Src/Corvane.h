@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "Corvane/Src/DeviceRecords.h"
+#include "Corvane/Src/HostNumbers.h"
 #include "Corvane/Src/PollInterval.h"
 #include "Corvane/Src/ThreadSafety.h"
-#include "Corvane/Src/Vocabulary.h"
 #include "host/Database.h"
 #include "host/PluginInterface.h"
 #include "host/Toolkit.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "Corvane/Src/Texts.h"
+#include "Corvane/Src/Formatted.h"
 #include "host/PluginInterface.h"
 #include "host/Toolkit.h"
 

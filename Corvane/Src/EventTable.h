@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 
 namespace NAMESPACE_Corvane {
 

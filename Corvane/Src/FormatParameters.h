@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Corvane/Src/DeviceRecords.h"
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

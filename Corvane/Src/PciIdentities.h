@@ -7,7 +7,7 @@
 
 #include "Corvane/Src/CardTables.h"
 #include "Corvane/Src/DeviceRecords.h"
-#include "Corvane/Src/Texts.h"
+#include "Corvane/Src/Formatted.h"
 #include "host/Toolkit.h"
 
 namespace NAMESPACE_Corvane {

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
+#include "Corvane/Src/Formatted.h"
 #include "Corvane/Src/OperationTable.h"
 #include "Corvane/Src/PropertyTable.h"
-#include "Corvane/Src/Texts.h"
 #include "Corvane/Src/Trace.h"
 
 namespace NAMESPACE_Corvane {

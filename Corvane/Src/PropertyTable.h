@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {

@@ -1,8 +1,8 @@
 // Error handling that the row operations share.
 #pragma once
 
+#include "Corvane/Src/HostNumbers.h"
 #include "Corvane/Src/ThreadSafety.h"
-#include "Corvane/Src/Vocabulary.h"
 #include "host/Database.h"
 
 namespace NAMESPACE_Corvane {

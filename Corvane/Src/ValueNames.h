@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 
 namespace NAMESPACE_Corvane {
 

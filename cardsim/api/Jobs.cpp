@@ -3,7 +3,7 @@
 #include <boost/chrono/duration.hpp>
 #include <boost/thread/thread.hpp>
 
-#include "cardsim/api/Format.h"
+#include "cardsim/api/FormatPlan.h"
 #include "cardsim/cardsim.h"
 #include "cardsim/store/RunningJobs.h"
 

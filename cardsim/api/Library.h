@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "cardsim/api/Calls.h"
-#include "cardsim/api/Ledger.h"
+#include "cardsim/api/HandleLedger.h"
 #include "cardsim/api/Refusal.h"
 #include "cardsim/store/FileStore.h"
 
@@ -35,7 +35,7 @@ struct Library {
   unsigned int startCount = 0;  // how often it was started
   StorePtr store;
   FileVersionPtr loaded;
-  Ledger ledger;
+  HandleLedger ledger;
   StorePtr storeToClean;  // a file in which the card of an abandoned job could not be reset
 };
 
@@ -66,7 +66,7 @@ class Session {
 
   // Creates a handle for a card and stores its value in `*out`.
   std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card, void** out);
-  Ledger& Handles() { return m_Library.ledger; }
+  HandleLedger& Handles() { return m_Library.ledger; }
 
   // Edits the file and uses the new version from then on. The lock is released meanwhile, and not
   // held after an exception.

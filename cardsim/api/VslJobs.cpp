@@ -1,5 +1,5 @@
 // Jobs: create, set options, start, wait.
-#include "cardsim/api/Format.h"
+#include "cardsim/api/FormatPlan.h"
 #include "cardsim/api/Jobs.h"
 #include "host/vsl_abstraction.h"
 

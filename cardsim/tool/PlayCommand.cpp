@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "cardsim/scenario/Scenario.h"
-#include "cardsim/tool/Output.h"
+#include "cardsim/tool/ToolOutput.h"
 
 namespace CardSim {
 namespace {

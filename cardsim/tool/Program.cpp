@@ -14,8 +14,8 @@
 #include "cardsim/cardsim.h"
 #include "cardsim/scenario/Scenario.h"
 #include "cardsim/store/Suggest.h"
-#include "cardsim/tool/Output.h"
 #include "cardsim/tool/PlayCommand.h"
+#include "cardsim/tool/ToolOutput.h"
 
 namespace {
 

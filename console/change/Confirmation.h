@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "console/change/OperationTable.h"
+#include "console/change/KnownOperations.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-#include "console/change/OperationTable.h"
+#include "console/change/KnownOperations.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
 

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "console/base/Failure.h"
-#include "console/change/OperationTable.h"
+#include "console/change/KnownOperations.h"
 #include "console/cli/CommandLine.h"
 #include "console/cli/CompletionScripts.h"
 #include "console/cli/HelpTopics.h"

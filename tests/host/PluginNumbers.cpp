@@ -2,7 +2,7 @@
 // reveal a wrong one.
 #include "Corvane/Src/CardNumbers.h"
 #include "Corvane/Src/EventTable.h"
-#include "Corvane/Src/Vocabulary.h"
+#include "Corvane/Src/HostNumbers.h"
 #include "Corvane/Src/WaitResults.h"
 #include "tests/host/NumberChecks.h"
 

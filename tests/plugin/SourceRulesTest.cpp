@@ -33,8 +33,9 @@ TEST(SourceRules, NumbersBecomeTextInOnePlace) {
     }
   }
   std::sort(found.begin(), found.end());
-  EXPECT_THAT(found, ElementsAre("Texts.h:   boost::format text(format, std::locale::classic());",
-                                 "storage.h:     std::istringstream cell(cells.front());"));
+  EXPECT_THAT(found,
+              ElementsAre("Formatted.h:   boost::format text(format, std::locale::classic());",
+                          "storage.h:     std::istringstream cell(cells.front());"));
 }
 
 // Handles are passed to the card library only through the functions that know their kinds.

@@ -17,7 +17,7 @@ struct Named {
 constexpr Named NAMES[] = {HOST_VALUES(NAMED)};
 #undef NAMED
 
-TEST(ValueNames, MatchTheHostsVocabulary) {
+TEST(ValueNames, MatchTheHostsNumbers) {
   for (const Named& each : NAMES) {
     EXPECT_EQ(NAMESPACE_Corvane::ValueName(each.number), each.name) << each.number;
   }

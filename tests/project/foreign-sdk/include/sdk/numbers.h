@@ -1,7 +1,7 @@
 // The three types of numbers that cross the interface, declared in three different ways.
 #pragma once
 
-#include "sdk/own/vocabulary.h"
+#include "sdk/own/constants.h"
 
 namespace PI {
 

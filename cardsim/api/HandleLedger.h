@@ -70,7 +70,7 @@ struct Handle {
 // The handles by value. A handle is an integer cast to a pointer: its kind and number are known
 // even long after it was destroyed, values are never reused, and dereferencing one faults at once.
 // Not synchronized: the caller holds the library's lock.
-class Ledger {
+class HandleLedger {
  public:
   // A new handle of that kind for `card`. `startCount`: how often the library was started.
   std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card,

@@ -1,4 +1,4 @@
-#include "console/change/OperationTable.h"
+#include "console/change/KnownOperations.h"
 
 #include <fmt/format.h>
 

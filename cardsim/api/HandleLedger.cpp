@@ -1,4 +1,4 @@
-#include "cardsim/api/Ledger.h"
+#include "cardsim/api/HandleLedger.h"
 
 #include <algorithm>
 #include <utility>
@@ -40,8 +40,8 @@ bool IsUnderWay(const Handle& handle) {
 
 }  // namespace
 
-std::shared_ptr<Handle> Ledger::Make(HandleKind kind, std::shared_ptr<const Card> card,
-                                     unsigned int startCount) {
+std::shared_ptr<Handle> HandleLedger::Make(HandleKind kind, std::shared_ptr<const Card> card,
+                                           unsigned int startCount) {
   auto handle = std::make_shared<Handle>();
   const auto index = static_cast<std::size_t>(kind);
   handle->kind = kind;
@@ -55,46 +55,46 @@ std::shared_ptr<Handle> Ledger::Make(HandleKind kind, std::shared_ptr<const Card
   return handle;
 }
 
-std::shared_ptr<Handle> Ledger::Find(void* handle) const {
+std::shared_ptr<Handle> HandleLedger::Find(void* handle) const {
   const auto found = m_Handles.find(handle);
   return found == m_Handles.end() ? nullptr : found->second;
 }
 
-void Ledger::Remove(Handle& handle) noexcept {
+void HandleLedger::Remove(Handle& handle) noexcept {
   m_ExpiredTexts.Expire(handle.text);
   for (void* volume : handle.volumes) m_Handles.erase(volume);
   m_Handles.erase(handle.self);
 }
 
-const char* Ledger::Lend(Handle& handle, std::string_view text) {
+const char* HandleLedger::Lend(Handle& handle, std::string_view text) {
   m_ExpiredTexts.Expire(handle.text);
   handle.text = LentText(text);
   return handle.text.Get();
 }
 
-void Ledger::ExpireText(void* handle) noexcept {
+void HandleLedger::ExpireText(void* handle) noexcept {
   const auto found = m_Handles.find(handle);
   if (found != m_Handles.end()) m_ExpiredTexts.Expire(found->second->text);
 }
 
-void Ledger::ExpireTexts() noexcept {
+void HandleLedger::ExpireTexts() noexcept {
   for (const auto& [unused, handle] : m_Handles) m_ExpiredTexts.Expire(handle->text);
 }
 
-bool Ledger::WasMade(void* handle) const {
+bool HandleLedger::WasMade(void* handle) const {
   const HandleValue value = Unpack(handle);
   return value.tag == kTag && value.epoch == m_Epoch && value.kind < kHandleKinds &&
          value.number > 0 && value.number <= m_Made[value.kind];
 }
 
-std::string Ledger::Describe(void* handle) const {
+std::string HandleLedger::Describe(void* handle) const {
   if (handle == nullptr) return "null";
   if (!WasMade(handle)) return "unknown";
   const HandleValue value = Unpack(handle);
   return std::string(kKindNames[value.kind]) + "#" + std::to_string(value.number);
 }
 
-std::vector<std::string> Ledger::Open() const {
+std::vector<std::string> HandleLedger::Open() const {
   std::vector<const Handle*> open;
   for (const auto& [unused, handle] : m_Handles) {
     const bool owned = handle->kind != HandleKind::Iterated && handle->kind != HandleKind::Volume;
@@ -107,11 +107,11 @@ std::vector<std::string> Ledger::Open() const {
   return names;
 }
 
-void Ledger::NoteMisuse(std::string line) {
+void HandleLedger::NoteMisuse(std::string line) {
   if (m_Misuse.size() < kMaxMisuseLines) m_Misuse.push_back(std::move(line));
 }
 
-std::vector<std::shared_ptr<Handle>> Ledger::Reset() {
+std::vector<std::shared_ptr<Handle>> HandleLedger::Reset() {
   std::vector<std::shared_ptr<Handle>> underWay;
   for (const auto& [unused, handle] : m_Handles) {
     if (IsUnderWay(*handle)) underWay.push_back(handle);

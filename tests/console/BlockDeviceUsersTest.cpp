@@ -1,10 +1,9 @@
 // The users of a card's block devices, in trees created by the test.
-#include "console/change/BlockDeviceUsers.h"
-
 #include <gtest/gtest.h>
 
 #include <fstream>
 
+#include "console/change/BlockDeviceUsers.h"
 #include "tests/support/Temporary.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "cardsim/api/Format.h"
+#include "cardsim/api/FormatPlan.h"
 
 #include <algorithm>
 #include <limits>

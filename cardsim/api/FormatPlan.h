@@ -2,7 +2,7 @@
 // under the library's lock, or on a card inside an edit of the state file.
 #pragma once
 
-#include "cardsim/api/Ledger.h"
+#include "cardsim/api/HandleLedger.h"
 
 namespace CardSim {
 

@@ -1,11 +1,10 @@
-#include "hostkit/Texts.h"
-
 #include <gtest/gtest.h>
 
 #include <cctype>
 #include <set>
 
 #include "host/PluginInterface.h"
+#include "hostkit/Texts.h"
 #include "tests/host/HostNumbers.h"
 
 namespace {

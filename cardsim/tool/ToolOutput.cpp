@@ -1,4 +1,4 @@
-#include "cardsim/tool/Output.h"
+#include "cardsim/tool/ToolOutput.h"
 
 #include <fcntl.h>
 #include <unistd.h>

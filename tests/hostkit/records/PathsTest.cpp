@@ -1,9 +1,8 @@
-#include "hostkit/Paths.h"
-
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <unistd.h>
 
+#include "hostkit/Paths.h"
 #include "tests/hostkit/records/Cases.h"
 #include "tests/support/Temporary.h"
 
