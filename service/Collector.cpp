@@ -76,6 +76,11 @@ std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand
   return worker->Call(command, deadline);
 }
 
+std::size_t Collector::LostThreads() const {
+  const std::shared_ptr<Worker> worker = Running();
+  return worker ? worker->FailedThreads() : 0;
+}
+
 void Collector::Follow(Worker& worker, WorkerSession& session) {
   Publish(session);
   const Console::Deadline stable(m_Settings.m_LongestPause);

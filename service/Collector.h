@@ -46,6 +46,8 @@ class Collector {
   // no plug-in is running, or it has not answered by the deadline.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline) const;
+  // How many threads the running plug-in could not start. From any thread.
+  std::size_t LostThreads() const;
   // Whether a plug-in is running, so that `Call` can succeed. From any thread.
   bool IsRunning() const { return Running() != nullptr; }
 

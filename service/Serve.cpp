@@ -16,7 +16,7 @@
 #include "base/Printable.h"
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
-#include "service/Api.h"
+#include "service/api/ApiTable.h"
 #include "service/http/Listen.h"
 #include "service/http/Server.h"
 
@@ -108,9 +108,9 @@ void Report(const std::string& text) {
 struct Running {
   Running(Console::Context& context, const Console::CommandTable& commands,
           Base::Descriptor listener, const Http::Permissions& permissions)
-      : m_Collector(SettingsOf(context), m_Store), m_Api{commands,  context.Stream(),
-                                                         m_Store,   m_Collector,
-                                                         m_Threads, permissions} {
+      : m_Collector(SettingsOf(context), m_Store), m_Api{commands,    context.Stream(), m_Store,
+                                                         m_Collector, m_Jobs,           m_Replays,
+                                                         m_Threads,   permissions} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = Report;
@@ -127,6 +127,8 @@ struct Running {
 
   SnapshotStore m_Store;
   Collector m_Collector;
+  JobTable m_Jobs;
+  ReplayCache m_Replays;
   ApiContext m_Api;
   CallThreads m_Threads;
   std::optional<Http::Server> m_Server;

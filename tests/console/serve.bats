@@ -3,47 +3,20 @@
 
 bats_require_minimum_version 1.5.0
 load helper
+load service
 
 setup_file() {
   load helper
+  load service
   make_machine
   make_cards
-  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
-  export SOCKET="$BATS_FILE_TMPDIR/run/corvane.sock"
-  corvane-host serve --simulate --socket "$SOCKET" 2>"$BATS_FILE_TMPDIR/serve.err" 3>&- &
-  echo $! >"$BATS_FILE_TMPDIR/pid"
-  eventually answers_ready
+  start_service
 }
 
 teardown_file() {
-  kill "$(cat "$BATS_FILE_TMPDIR/pid")" 2>/dev/null || true
+  load service
+  stop_service
 }
-
-answers_ready() { ask ready GET /readyz && [ "$(rc ready)" = 200 ]; }
-
-# ask NAME METHOD PATH [BODY]: keeps the body of the response as NAME.out and its status as NAME.rc.
-ask() {
-  local name="$BATS_FILE_TMPDIR/$1" body=()
-  [ $# -lt 4 ] || body=(-H "Content-Type: application/json" -d "$4")
-  curl -s --max-time 60 --unix-socket "${USED_SOCKET:-$SOCKET}" -X "$2" -o "$name.out" \
-    -w '%{http_code}' "${body[@]}" "http://service$3" >"$name.rc"
-}
-
-# document NAME PATH: a response with status 200 that matches the schema.
-document() {
-  ask "$1" GET "$2"
-  ended "$1" 200
-  valid "$1"
-}
-
-# problem NAME STATUS ID: the response is a problem document.
-problem() {
-  ended "$1" "$2"
-  same "[$2, \"$3\"]" "$(json "$1" '[d["status"], d["id"]]')"
-}
-
-# plugin_process: the pid of the process that holds the plug-in.
-plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; }
 
 @test "health and readiness are reported" {
   ask health GET /healthz
@@ -73,13 +46,13 @@ plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; 
 
 @test "unknown cards, drives and paths are 404" {
   ask unknown GET /v1/cards/S300
-  problem unknown 404 NO_OBJECT
+  problem unknown 404 NO_SUCH_OBJECT
   ask drive GET /v1/cards/S100/drives/1
   ended drive 404
   ask path GET /v1/plugins
   problem path 404 NOT_FOUND
   ask option GET /v1/cards/--version
-  problem option 404 NO_OBJECT
+  problem option 404 NO_SUCH_OBJECT
 }
 
 @test "status, events and metrics are documents, too" {
@@ -150,7 +123,7 @@ plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; 
   for body in '{' '[]' '{}' '{"command": "GET"}' '{"command": "GET_TOPOLOGY", "more": 1}' \
     '{"command": "SET_PROPERTY", "payload": {"integer": 1e99}}'; do
     ask wrong POST /v1/session "$body"
-    problem wrong 400 INVALID_BODY
+    problem wrong 400 BODY_INVALID
   done
 }
 

@@ -4,58 +4,17 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <functional>
-#include <memory>
-
 #include "hostkit/EventLog.h"
-#include "service/Collector.h"
+#include "tests/service/CollectorFixture.h"
 #include "tests/support/Numbers.h"
-#include "tests/support/SimulatedHost.h"
-#include "tests/support/Temporary.h"
 
 namespace {
 
 using Console::Deadline;
+using CorvaneTest::CollectorFixture;
+using CorvaneTest::kTimeout;
 using Service::SnapshotPtr;
 using std::chrono::milliseconds;
-
-// Longer than any machine needs; a wait ends as soon as its condition holds.
-constexpr milliseconds kTimeout(120000);
-
-class CollectorFixture : public testing::Test {
- protected:
-  Service::CollectorSettings Settings() const {
-    Service::CollectorSettings settings;
-    settings.m_Program = CORVANE_HOST;
-    settings.m_PluginFile = CORVANE_PLUGIN;
-    settings.m_RefreshInterval = milliseconds(200);
-    settings.m_FirstPause = milliseconds(20);
-    settings.m_LongestPause = milliseconds(100);
-    return settings;
-  }
-
-  void Start(const Service::CollectorSettings& settings) {
-    m_pCollector = std::make_unique<Service::Collector>(settings, m_Store);
-  }
-
-  // The first snapshot for which it holds.
-  SnapshotPtr Await(const std::function<bool(const Service::Snapshot&)>& holds) {
-    const Deadline deadline(kTimeout);
-    SnapshotPtr snapshot = m_Store.Get();
-    while (!holds(*snapshot) && !deadline.IsOver()) {
-      snapshot = m_Store.AwaitNewer(snapshot->m_Number, deadline);
-    }
-    EXPECT_TRUE(holds(*snapshot));
-    return snapshot;
-  }
-  SnapshotPtr AwaitObjects(std::size_t count) {
-    return Await([count](const auto& it) { return it.m_Objects.size() == count; });
-  }
-
-  CorvaneTest::SimulatedHost m_Host{HostKit::UseRealTime};
-  Service::SnapshotStore m_Store;
-  std::unique_ptr<Service::Collector> m_pCollector;  // stops before the cards disappear
-};
 
 using Collector = CollectorFixture;
 

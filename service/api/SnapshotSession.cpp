@@ -1,4 +1,4 @@
-#include "service/SnapshotSession.h"
+#include "service/api/SnapshotSession.h"
 
 #include <utility>
 

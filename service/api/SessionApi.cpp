@@ -1,10 +1,11 @@
-#include "service/SessionApi.h"
+#include "service/api/SessionApi.h"
 
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "console/plugin/RecordJson.h"
+#include "service/api/Documents.h"
 #include "service/http/PeerOf.h"
 
 namespace Service {
@@ -16,9 +17,8 @@ using Http::MakeProblem;
 using Http::Response;
 using Json = nlohmann::json;
 
-Response JsonResponse(const Json& document) {
-  return Http::MakeResponse(200, "application/json",
-                            document.dump(-1, ' ', false, Json::error_handler_t::replace));
+Response MakeReply(const PluginReply& reply) {
+  return Http::MakeResponse(200, kJsonType, JsonText(Console::ToJson(reply)));
 }
 
 // The property as the snapshot has it; else the request unchanged, as the plug-in leaves it.
@@ -61,16 +61,16 @@ bool IsReserved(const PluginCommand& command) {
 }
 
 // A format takes as long as the card needs.
-Console::Deadline DeadlineOf(const PluginCommand& command) {
-  constexpr std::chrono::minutes kTimeout(2);
+Console::Deadline DeadlineOf(const PluginCommand& command, std::chrono::milliseconds timeout) {
   const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
   const bool isFormat = command.m_Command == PI::CMD_EXECUTE_OPERATION && operation != nullptr &&
                         operation->m_OperationID == PI::OP_FORMAT_DEVICE;
-  return isFormat ? Console::Deadline() : Console::Deadline(std::chrono::milliseconds(kTimeout));
+  return isFormat ? Console::Deadline() : Console::Deadline(timeout);
 }
 
-Response CallPlugin(const Collector& collector, const PluginCommand& command) {
-  const auto reply = collector.Call(command, DeadlineOf(command));
+Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
+  const Collector& collector = api.m_Collector;
+  const auto reply = collector.Call(command, DeadlineOf(command, api.m_CallTimeout));
   collector.RequestRefresh();
   if (!reply && !collector.IsRunning()) {
     return MakeProblem(503, "PLUGIN_DOWN", "the plug-in is not running");
@@ -79,21 +79,7 @@ Response CallPlugin(const Collector& collector, const PluginCommand& command) {
     return MakeProblem(504, "TIMED_OUT", "the plug-in does not respond",
                        "The command may still take effect.");
   }
-  return JsonResponse(Console::ToJson(*reply));
-}
-
-Http::Reply CallLater(const ApiContext& api, PluginCommand command) {
-  auto responder = std::make_shared<Http::Responder>();
-  Http::Later promise = responder->Promise();
-  const auto call = [&collector = api.m_Collector, responder, command = std::move(command)] {
-    try {
-      responder->Complete(CallPlugin(collector, command));
-    } catch (const std::exception& failure) {
-      responder->Complete(MakeProblem(500, "UNEXPECTED", failure.what()));
-    }
-  };
-  if (api.m_Threads.Run(call)) return promise;
-  return MakeProblem(503, "TOO_MANY_CALLS", "too many commands are waiting for the plug-in");
+  return MakeReply(*reply);
 }
 
 }  // namespace
@@ -102,12 +88,12 @@ Http::Reply GetSession(const ApiContext& api, const Http::Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   const PluginState& plugin = snapshot->m_Plugin;
   if (!snapshot->HasReport()) return MakeDownProblem(plugin);
-  return JsonResponse({{"plugin", Console::ToJson(snapshot->m_Info)},
-                       {"up", plugin.m_IsUp},
-                       {"reason", plugin.m_Reason},
-                       {"has_cards", snapshot->m_HasCards},
-                       {"lost_threads", plugin.m_LostThreads},
-                       {"start_seconds", plugin.m_StartDuration.count()}});
+  return MakeJson(200, {{"plugin", Console::ToJson(snapshot->m_Info)},
+                        {"up", plugin.m_IsUp},
+                        {"reason", plugin.m_Reason},
+                        {"has_cards", snapshot->m_HasCards},
+                        {"lost_threads", plugin.m_LostThreads},
+                        {"start_seconds", plugin.m_StartDuration.count()}});
 }
 
 Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
@@ -115,9 +101,9 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   try {
     command = Console::CommandFromJson(Json::parse(request.m_Body));
   } catch (const Json::exception&) {
-    return MakeProblem(400, "INVALID_BODY", "the body is not a JSON document");
+    return MakeProblem(400, "BODY_INVALID", "the body is not a JSON document");
   } catch (const Console::RecordError& error) {
-    return MakeProblem(400, "INVALID_BODY", error.what());
+    return MakeProblem(400, "BODY_INVALID", error.what());
   }
   if (IsReserved(command)) {
     return MakeProblem(409, "RESERVED",
@@ -128,9 +114,9 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   }
   const SnapshotPtr snapshot = api.m_Store.Get();
   if (!snapshot->HasReport()) return MakeDownProblem(snapshot->m_Plugin);
-  const auto reply = ReadSnapshot(*snapshot, command);
-  return reply ? Http::Reply(JsonResponse(Console::ToJson(*reply)))
-               : CallLater(api, std::move(command));
+  if (const auto reply = ReadSnapshot(*snapshot, command)) return MakeReply(*reply);
+  return AnswerLater(api,
+                     [&api, command = std::move(command)] { return CallPlugin(api, command); });
 }
 
 }  // namespace Service

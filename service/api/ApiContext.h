@@ -1,32 +1,33 @@
-// The service's resources: each is a row with the function that answers it.
+// What the functions of the API use.
 #pragma once
 
-#include <string>
-#include <vector>
+#include <chrono>
 
 #include "console/base/Output.h"
 #include "console/cli/CommandTable.h"
 #include "service/CallThreads.h"
 #include "service/Collector.h"
+#include "service/JobTable.h"
 #include "service/Snapshot.h"
+#include "service/api/ReplayCache.h"
 #include "service/http/Route.h"
 #include "service/http/Settings.h"
 
 namespace Service {
 
-// What the functions use. All of it must outlive the server.
+// All of it must outlive the server.
 struct ApiContext {
   const Console::CommandTable& m_Commands;
   const Console::ResultStream& m_Stream;
   const SnapshotStore& m_Store;
   const Collector& m_Collector;
+  JobTable& m_Jobs;
+  ReplayCache& m_Replays;
   CallThreads& m_Threads;
   const Http::Permissions m_Permissions;
+  // How long a request waits for a new snapshot, and for a call of the plug-in.
+  std::chrono::milliseconds m_FreshTimeout{30000};
+  std::chrono::milliseconds m_CallTimeout{120000};
 };
-
-// A 503 that says why.
-Http::Response MakeDownProblem(const PluginState& plugin);
-
-std::vector<Http::Route> ApiRoutes(const ApiContext& api);
 
 }  // namespace Service

@@ -1,7 +1,7 @@
 // The commands of the plug-in interface over HTTP, for the console and other hosts.
 #pragma once
 
-#include "service/Api.h"
+#include "service/api/ApiContext.h"
 
 namespace Service {
 

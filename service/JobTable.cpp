@@ -1,0 +1,74 @@
+#include "service/JobTable.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Service {
+namespace {
+
+constexpr std::size_t kMaxJobs = 1000;
+
+}  // namespace
+
+JobTable::JobTable()
+    : m_Run(static_cast<std::uint64_t>(Job::Clock::now().time_since_epoch().count())) {}
+
+std::optional<Job> JobTable::Begin(const std::string& serial, const std::string& operation,
+                                   bool isDryRun) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  const bool isBusy = std::any_of(m_Jobs.begin(), m_Jobs.end(), [&serial](const Job& each) {
+    return each.m_Serial == serial && each.m_State == JobState::Running;
+  });
+  if (isBusy) return std::nullopt;
+  DropOldest();
+  Job job;
+  job.m_Id = fmt::format("{:x}-{}", m_Run, ++m_Last);
+  job.m_Serial = serial;
+  job.m_Operation = operation;
+  job.m_IsDryRun = isDryRun;
+  job.m_Started = Job::Clock::now();
+  m_Jobs.push_back(job);
+  return job;
+}
+
+// Running jobs are kept: their number is limited by that of the cards.
+void JobTable::DropOldest() {
+  if (m_Jobs.size() < kMaxJobs) return;
+  const auto oldest = std::find_if(m_Jobs.begin(), m_Jobs.end(), [](const Job& each) {
+    return each.m_State != JobState::Running;
+  });
+  if (oldest != m_Jobs.end()) m_Jobs.erase(oldest);
+}
+
+void JobTable::End(const std::string& id, JobState state, nlohmann::ordered_json result) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  for (Job& each : m_Jobs) {
+    if (each.m_Id != id) continue;
+    each.m_State = state;
+    each.m_Ended = Job::Clock::now();
+    each.m_Result = std::move(result);
+  }
+}
+
+void JobTable::Drop(const std::string& id) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  const auto isDropped = [&id](const Job& each) { return each.m_Id == id; };
+  m_Jobs.erase(std::remove_if(m_Jobs.begin(), m_Jobs.end(), isDropped), m_Jobs.end());
+}
+
+std::vector<Job> JobTable::List() const {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return {m_Jobs.rbegin(), m_Jobs.rend()};
+}
+
+std::optional<Job> JobTable::Find(const std::string& id) const {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  const auto found = std::find_if(m_Jobs.begin(), m_Jobs.end(),
+                                  [&id](const Job& each) { return each.m_Id == id; });
+  if (found == m_Jobs.end()) return std::nullopt;
+  return *found;
+}
+
+}  // namespace Service

@@ -1,0 +1,296 @@
+#include "service/api/ApiTable.h"
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "service/api/CardsApi.h"
+#include "service/api/Documents.h"
+#include "service/api/JobsApi.h"
+#include "service/api/OpenApi.h"
+#include "service/api/PluginApi.h"
+#include "service/api/Schemas.h"
+#include "service/api/SessionApi.h"
+
+namespace Service {
+namespace {
+
+using Http::Access;
+using Http::Method;
+
+constexpr const char* kOpenMetricsType = "application/openmetrics-text";
+constexpr const char* kTextType = "text/plain";
+
+const ResponseRow kDocument = {200, "A document of the console.", kJsonType, "Document"};
+const ResponseRow kText = {200, "A word.", kTextType, nullptr};
+const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job"};
+
+const ProblemRow kDown = {503, "PLUGIN_DOWN", "The plug-in is not running."};
+const ProblemRow kNoObject = {404, "NO_SUCH_OBJECT", "No such card or drive."};
+const ProblemRow kTimedOut = {504, "TIMED_OUT", "The plug-in does not respond."};
+const ProblemRow kBusy = {503, "TOO_MANY_CALLS", "Too many commands are waiting for the plug-in."};
+const ProblemRow kInvalidQuery = {400, "QUERY_INVALID", "A value in the query is invalid."};
+const ProblemRow kUsage = {400, "USAGE", "A value in the query is not valid for the command."};
+const ProblemRow kInvalidBody = {400, "BODY_INVALID", "The body does not match its schema."};
+const ProblemRow kNotConfirmed = {409, "NOT_CONFIRMED", "The confirmation is missing or wrong."};
+const ProblemRow kJobRunning = {409, "JOB_RUNNING", "Another job is running on the card."};
+const ProblemRow kNoOperation = {404, "NO_SUCH_OPERATION", "No such operation."};
+const ProblemRow kReusedKey = {422, "IDEMPOTENCY_KEY_REUSED",
+                               "The Idempotency-Key was used for another request."};
+const ProblemRow kNoJob = {404, "NO_SUCH_JOB", "No such job."};
+const ProblemRow kReserved = {409, "RESERVED", "Only the service may use this command."};
+
+// Problems of resources that read objects, with "fresh" in the query.
+const std::vector<ProblemRow> kObjectProblems = {kInvalidQuery, kDown, kBusy, kTimedOut};
+const std::vector<ProblemRow> kOneObjectProblems = {kInvalidQuery, kNoObject, kDown, kBusy,
+                                                    kTimedOut};
+const std::vector<ProblemRow> kOperationProblems = {
+    kInvalidBody, kNoObject, kNoOperation, kNotConfirmed, kJobRunning, kReusedKey, kDown, kBusy};
+
+}  // namespace
+
+const std::vector<ApiRow>& ApiRows() {
+  static const std::vector<ApiRow> rows = {
+      {Method::Get,
+       "/healthz",
+       Access::Anyone,
+       "getHealth",
+       "whether the service answers",
+       GetHealth,
+       {kText}},
+      {Method::Get,
+       "/readyz",
+       Access::Anyone,
+       "getReadiness",
+       "whether the plug-in is running",
+       GetReadiness,
+       {kText},
+       {kDown}},
+      {Method::Get,
+       "/metrics",
+       Access::Read,
+       "getMetrics",
+       "metrics for Prometheus",
+       GetMetrics,
+       {{200, "Metrics in the OpenMetrics format.", kOpenMetricsType, nullptr}}},
+      {Method::Get,
+       "/v1/openapi.json",
+       Access::Read,
+       "getOpenApi",
+       "this document",
+       GetOpenApi,
+       {{200, "An OpenAPI 3.1 document.", kJsonType, nullptr}}},
+      {Method::Get,
+       "/v1/cards",
+       Access::Read,
+       "listCards",
+       "all cards and drives",
+       GetCards,
+       {kDocument},
+       kObjectProblems,
+       {"fresh"}},
+      {Method::Get,
+       "/v1/cards/{serial}",
+       Access::Read,
+       "getCard",
+       "one card",
+       GetCard,
+       {kDocument},
+       kOneObjectProblems,
+       {"fresh"}},
+      {Method::Post,
+       "/v1/cards/{serial}/operations/{operation}",
+       Access::Change,
+       "runOperation",
+       "locate, stop-locate, attach or detach a card",
+       PostCardOperation,
+       {kJob},
+       kOperationProblems,
+       {},
+       "OperationRequest"},
+      {Method::Get,
+       "/v1/cards/{serial}/drives/{drive}",
+       Access::Read,
+       "getDrive",
+       "one drive",
+       GetDrive,
+       {kDocument},
+       kOneObjectProblems,
+       {"fresh"}},
+      {Method::Post,
+       "/v1/cards/{serial}/drives/{drive}/operations/{operation}",
+       Access::Change,
+       "runDriveOperation",
+       "bring a drive online or take it offline",
+       PostDriveOperation,
+       {kJob},
+       kOperationProblems,
+       {},
+       "OperationRequest"},
+      {Method::Post,
+       "/v1/cards/{serial}/drives/{drive}/format",
+       Access::Change,
+       "formatDrive",
+       "erase a drive and change its layout",
+       PostFormat,
+       {kJob},
+       {kInvalidBody, kNoObject, kNotConfirmed, kJobRunning, kReusedKey, kDown, kBusy},
+       {},
+       "FormatRequest"},
+      {Method::Get,
+       "/v1/jobs",
+       Access::Read,
+       "listJobs",
+       "the newest jobs",
+       GetJobs,
+       {{200, "Jobs, newest first.", kJsonType, "Jobs"}}},
+      {Method::Get,
+       "/v1/jobs/{job}",
+       Access::Read,
+       "getJob",
+       "one job",
+       GetJob,
+       {{200, "The job.", kJsonType, "Job"}},
+       {kNoJob}},
+      {Method::Get,
+       "/v1/status",
+       Access::Read,
+       "getStatus",
+       "problems and what to do",
+       GetStatus,
+       {kDocument},
+       {kDown}},
+      {Method::Get,
+       "/v1/events",
+       Access::Read,
+       "listEvents",
+       "the event log",
+       GetEvents,
+       {kDocument},
+       {kInvalidQuery, kUsage, kDown},
+       {"since", "limit"}},
+      {Method::Get,
+       "/v1/plugin",
+       Access::Read,
+       "getPlugin",
+       "the plug-in's properties",
+       GetPlugin,
+       {kDocument},
+       {kDown}},
+      {Method::Patch,
+       "/v1/plugin",
+       Access::Change,
+       "changePlugin",
+       "set the plug-in's properties",
+       PatchPlugin,
+       {kDocument},
+       {kInvalidBody, kDown, kBusy},
+       {},
+       "PluginChange"},
+      {Method::Get,
+       "/v1/session",
+       Access::Read,
+       "getSession",
+       "the plug-in and its state",
+       GetSession,
+       {{200, "The state of the plug-in.", kJsonType, "SessionInfo"}},
+       {kDown}},
+      {Method::Post,
+       "/v1/session",
+       Access::Read,
+       "callPlugin",
+       "one command of the plug-in interface",
+       PostSession,
+       {{200, "What the plug-in returned.", kJsonType, "SessionReply"}},
+       {kInvalidBody, kReserved, kDown, kBusy, kTimedOut},
+       {},
+       "SessionCommand"},
+  };
+  return rows;
+}
+
+const std::vector<ProblemRow>& CommonProblems() {
+  static const std::vector<ProblemRow> rows = {
+      {400, "PATH_INVALID", "The path is not percent-encoded UTF-8, or contains NUL."},
+      {400, "QUERY_INVALID", "The query is not percent-encoded UTF-8."},
+      {400, "QUERY_UNKNOWN", "The query has an unknown parameter."},
+      {400, "QUERY_REPEATED", "The query has a parameter twice."},
+      {400, "HEADER_INVALID", "A header is not UTF-8."},
+      {400, "BODY_MISSING", "The request needs a body."},
+      {400, "BODY_NOT_ALLOWED", "The request must not have a body."},
+      {403, "PERMISSION_DENIED", "The user does not have this permission."},
+      {403, "READ_ONLY", "Changes are possible over the Unix socket only."},
+      {403, "HOST_NOT_ALLOWED", "The Host header does not name this service."},
+      {403, "ORIGIN_NOT_ALLOWED", "A page of another origin sent the request."},
+      {404, "NOT_FOUND", "No such path."},
+      {405, "METHOD_NOT_ALLOWED", "The path does not have this method."},
+      {413, "BODY_TOO_LARGE", "The body is larger than 64 KiB."},
+      {415, "MEDIA_TYPE_NOT_SUPPORTED", "The body is not JSON."},
+      {431, "HEADERS_TOO_LARGE", "Request line and headers are larger than 8 KiB."},
+      {500, "UNEXPECTED", "A defect of the service; see its log."},
+      {503, "STOPPING", "The service is stopping."},
+  };
+  return rows;
+}
+
+namespace {
+
+std::optional<std::string> ObjectionToQuery(const Http::Request& request) {
+  for (const auto& [name, text] : request.m_Query) {
+    if (auto objection = ObjectionToParameter(name, text)) return objection;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> ObjectionToBody(const ApiRow& row, const Http::Request& request) {
+  if (row.m_Body == nullptr || request.m_Body.empty()) return std::nullopt;
+  const auto body = nlohmann::json::parse(request.m_Body, nullptr, false);
+  if (body.is_discarded()) return "the body is not a JSON document";
+  return ObjectionTo(body, row.m_Body);
+}
+
+// Starting a job twice would be another operation. All other changes can be repeated.
+Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
+                       const std::string& key) {
+  std::string content = row.m_Id;
+  for (const auto& [name, value] : request.m_Parameters) content += "/" + value;
+  content += "\n" + request.m_Body;
+  const std::string scope = std::to_string(request.m_Peer.m_User) + " ";
+  return api.m_Replays.Answer(
+      scope + key, content, [&] { return std::get<Http::Response>(row.m_Function(api, request)); });
+}
+
+Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
+  if (const auto why = ObjectionToQuery(request)) {
+    return Http::MakeProblem(kInvalidQuery.m_Status, kInvalidQuery.m_Id, *why);
+  }
+  if (const auto why = ObjectionToBody(row, request)) {
+    return Http::MakeProblem(kInvalidBody.m_Status, kInvalidBody.m_Id, *why);
+  }
+  const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");
+  if (key == nullptr || row.m_Responses.front().m_Status != 202)
+    return row.m_Function(api, request);
+  return AnswerOnce(row, api, request, *key);
+}
+
+}  // namespace
+
+std::vector<Http::Route> ApiRoutes(const ApiContext& api) {
+  std::vector<Http::Route> routes;
+  for (const ApiRow& row : ApiRows()) {
+    const auto handle = [&api, &row](const Http::Request& request) {
+      return Answer(row, api, request);
+    };
+    const auto body = row.m_Body == nullptr ? Http::BodyRule::None : Http::BodyRule::Required;
+    routes.push_back({row.m_Method,
+                      row.m_Path,
+                      row.m_Access,
+                      handle,
+                      {row.m_Query.begin(), row.m_Query.end()},
+                      body});
+  }
+  return routes;
+}
+
+}  // namespace Service

@@ -1,0 +1,107 @@
+#include "service/api/CardsApi.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "service/api/Documents.h"
+
+namespace Service {
+namespace {
+
+using Http::Reply;
+using Http::Request;
+using Http::Response;
+
+constexpr const char* kOpenMetrics = "application/openmetrics-text; version=1.0.0; charset=utf-8";
+constexpr const char* kText = "text/plain; charset=utf-8";
+
+// The tag changes with each snapshot. It is weak: the document also has the time of the response.
+Response Tagged(Response response, const Snapshot& snapshot) {
+  if (response.m_Status == 200) {
+    response.m_EntityTag = fmt::format("{:x}-{}", snapshot.m_Run, snapshot.m_Number);
+  }
+  return response;
+}
+
+// The command for an object of a snapshot; throws `Console::Failure` if it has no such object.
+using CommandFor = std::function<Words(const Snapshot&)>;
+
+Response AnswerFrom(const ApiContext& api, const SnapshotPtr& snapshot, const CommandFor& command) {
+  return Answered([&] { return Tagged(DocumentOf(api, snapshot, command(*snapshot)), *snapshot); });
+}
+
+// From a snapshot that is newer than the request.
+Response AnswerFresh(const ApiContext& api, std::uint64_t number, const CommandFor& command) {
+  api.m_Collector.RequestRefresh();
+  const SnapshotPtr snapshot =
+      api.m_Store.AwaitNewer(number, Console::Deadline(api.m_FreshTimeout));
+  if (snapshot->m_Number == number) {
+    return Http::MakeProblem(504, "TIMED_OUT", "the cards have not been read in time");
+  }
+  if (!snapshot->m_Plugin.m_IsUp) return MakeDownProblem(snapshot->m_Plugin);
+  return AnswerFrom(api, snapshot, command);
+}
+
+Reply AnswerObjects(const ApiContext& api, const Request& request, CommandFor command) {
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  if (Http::Find(request.m_Query, "fresh") == nullptr) return AnswerFrom(api, snapshot, command);
+  if (!snapshot->m_Plugin.m_IsUp) return MakeDownProblem(snapshot->m_Plugin);
+  return AnswerLater(api, [&api, number = snapshot->m_Number, command = std::move(command)] {
+    return AnswerFresh(api, number, command);
+  });
+}
+
+CommandFor ShowCommand(const Request& request, const std::string& suffix) {
+  return [serial = request.m_Parameters.at("serial"), suffix](const Snapshot& snapshot) -> Words {
+    return {"show", "-o", "json", CardName(snapshot, serial) + suffix};
+  };
+}
+
+}  // namespace
+
+Reply GetCards(const ApiContext& api, const Request& request) {
+  return AnswerObjects(api, request, [](const Snapshot&) -> Words {
+    return {"list", "-o", "json"};
+  });
+}
+
+Reply GetCard(const ApiContext& api, const Request& request) {
+  return AnswerObjects(api, request, ShowCommand(request, ""));
+}
+
+Reply GetDrive(const ApiContext& api, const Request& request) {
+  return AnswerObjects(api, request, ShowCommand(request, "/d" + request.m_Parameters.at("drive")));
+}
+
+Reply GetStatus(const ApiContext& api, const Request&) {
+  return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"});
+}
+
+// The query has the names of the command's options.
+Reply GetEvents(const ApiContext& api, const Request& request) {
+  Words words = {"events", "-o", "json"};
+  for (const auto& [name, value] : request.m_Query) words.push_back("--" + name + "=" + value);
+  return DocumentOf(api, api.m_Store.Get(), words);
+}
+
+Reply GetMetrics(const ApiContext& api, const Request&) {
+  SnapshotPtr snapshot = api.m_Store.Get();
+  // Stale values would look current.
+  if (!snapshot->m_Plugin.m_IsUp) snapshot = std::make_shared<Snapshot>();
+  return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics);
+}
+
+Reply GetHealth(const ApiContext&, const Request&) {
+  return Http::MakeResponse(200, kText, "ok\n");
+}
+
+Reply GetReadiness(const ApiContext& api, const Request&) {
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  if (!snapshot->m_Plugin.m_IsUp) return MakeDownProblem(snapshot->m_Plugin);
+  return Http::MakeResponse(200, kText, "ready\n");
+}
+
+}  // namespace Service

@@ -1,0 +1,103 @@
+#include "service/api/Documents.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <utility>
+
+#include "console/model/FieldTable.h"
+#include "console/model/Model.h"
+#include "service/CollectorSession.h"
+#include "service/api/ServedCommand.h"
+#include "service/api/SnapshotSession.h"
+
+namespace Service {
+namespace {
+
+using Console::ExitCode;
+using Console::Failure;
+using Http::Response;
+
+struct StatusRow {
+  ExitCode m_Code;
+  unsigned m_Status;
+};
+
+// The console's exit codes; all others are 500.
+constexpr StatusRow kStatuses[] = {
+    {ExitCode::Usage, 400},      {ExitCode::NoObject, 404},       {ExitCode::Refused, 409},
+    {ExitCode::Permission, 403}, {ExitCode::PluginUnusable, 503}, {ExitCode::TimedOut, 504},
+};
+
+unsigned StatusFor(ExitCode code) {
+  for (const StatusRow& row : kStatuses) {
+    if (row.m_Code == code) return row.m_Status;
+  }
+  return 500;
+}
+
+Response MakeProblem(const Failure& failure) {
+  const std::string hint = failure.m_Advice.empty() ? std::string() : failure.m_Advice.front();
+  return Http::MakeProblem(StatusFor(failure.m_Code), failure.m_Id, failure.what(), hint);
+}
+
+}  // namespace
+
+Response Answered(const std::function<Response()>& answer) {
+  try {
+    return answer();
+  } catch (const Failure& failure) {
+    return MakeProblem(failure);
+  } catch (const Console::Stopped&) {
+    return Http::MakeProblem(503, "STOPPING", "the service is stopping");
+  } catch (const std::exception& error) {
+    return Http::MakeProblem(500, "UNEXPECTED", error.what());
+  }
+}
+
+Response MakeJson(unsigned status, const nlohmann::ordered_json& document) {
+  return Http::MakeResponse(status, kJsonType, JsonText(document));
+}
+
+Response MakeDownProblem(const PluginState& plugin) {
+  return Http::MakeProblem(503, "PLUGIN_DOWN", plugin.WhyDown());
+}
+
+Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
+                    const char* type) {
+  return Answered([&] {
+    return Http::MakeResponse(200, type,
+                              RunOnSnapshot(api.m_Commands, words, api.m_Stream, snapshot));
+  });
+}
+
+std::string RunOnPlugin(const ApiContext& api, const Words& words) {
+  return RunCommand(api.m_Commands, words, api.m_Stream,
+                    [&api](Console::EventLogClient& eventLog, const Console::TimeLimits& limits) {
+                      return std::make_unique<CollectorSession>(api.m_Collector, api.m_Store,
+                                                                eventLog, limits);
+                    });
+}
+
+std::string CardName(const Snapshot& snapshot, const std::string& serial) {
+  RequireReport(snapshot);
+  const Console::Model model(snapshot.m_Objects);
+  for (const Console::Object& object : model.Objects()) {
+    const bool isCard = object.m_Kind == Console::Kind::Adapter;
+    if (isCard && Console::FieldText(object, "serial_number") == serial) return object.m_Selector;
+  }
+  throw Failure(ExitCode::NoObject, "NO_SUCH_OBJECT",
+                fmt::format("no card with serial number {}", serial));
+}
+
+Http::Reply AnswerLater(const ApiContext& api, std::function<Response()> answer) {
+  auto responder = std::make_shared<Http::Responder>();
+  Http::Later promise = responder->Promise();
+  const auto call = [responder, answer = std::move(answer)] {
+    responder->Complete(Answered(answer));
+  };
+  if (api.m_Threads.Run(call)) return promise;
+  return Http::MakeProblem(503, "TOO_MANY_CALLS", "too many commands are waiting for the plug-in");
+}
+
+}  // namespace Service

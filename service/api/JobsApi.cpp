@@ -1,0 +1,199 @@
+#include "service/api/JobsApi.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "console/base/Timestamp.h"
+#include "service/api/Documents.h"
+
+namespace Service {
+namespace {
+
+using Http::MakeProblem;
+using Http::Reply;
+using Http::Request;
+using Http::Response;
+using Json = nlohmann::ordered_json;
+
+// An operation of the API as a command of the console.
+struct OperationRow {
+  const char* m_Name;
+  bool m_IsOfDrive;
+  bool m_NeedsConfirmation;
+  bool m_HasForce;  // accepts "force"
+  const char* m_Command;
+  const char* m_Argument;  // after the object; null: none
+};
+
+constexpr OperationRow kOperations[] = {
+    {"locate", false, false, false, "locate", "on"},
+    {"stop-locate", false, false, false, "locate", "off"},
+    {"attach", false, true, false, "attach", nullptr},
+    {"detach", false, true, true, "detach", nullptr},
+    {"online", true, true, false, "online", nullptr},
+    {"offline", true, true, false, "offline", nullptr},
+};
+
+const OperationRow* FindRow(const std::string& name, bool isOfDrive) {
+  const auto found = std::find_if(
+      std::begin(kOperations), std::end(kOperations),
+      [&](const OperationRow& row) { return row.m_Name == name && row.m_IsOfDrive == isOfDrive; });
+  return found == std::end(kOperations) ? nullptr : found;
+}
+
+struct StateName {
+  JobState m_State;
+  const char* m_Name;
+};
+
+constexpr StateName kStates[] = {{JobState::Running, "RUNNING"},
+                                 {JobState::Succeeded, "SUCCEEDED"},
+                                 {JobState::Failed, "FAILED"}};
+
+const char* NameOf(JobState state) {
+  for (const StateName& row : kStates) {
+    if (row.m_State == state) return row.m_Name;
+  }
+  return "";
+}
+
+std::uint64_t Milliseconds(Job::Clock::time_point time) {
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count());
+}
+
+Json ToJson(const Job& job) {
+  const auto end = job.m_State == JobState::Running ? Job::Clock::now() : job.m_Ended;
+  const std::chrono::duration<double> elapsed = end - job.m_Started;
+  return {{"id", job.m_Id},
+          {"serial_number", job.m_Serial},
+          {"operation", job.m_Operation},
+          {"dry_run", job.m_IsDryRun},
+          {"state", NameOf(job.m_State)},
+          {"started", Console::TimeText(Milliseconds(job.m_Started))},
+          {"elapsed_seconds", std::max(0.0, elapsed.count())},
+          {"result", job.m_Result}};
+}
+
+// Carries out the command of a job, on a thread that may wait.
+void RunJob(const ApiContext& api, const std::string& id, const Words& words) {
+  const Response response =
+      Answered([&] { return Http::MakeResponse(200, kJsonType, RunOnPlugin(api, words)); });
+  const bool hasSucceeded = response.m_Status == 200;
+  api.m_Jobs.End(id, hasSucceeded ? JobState::Succeeded : JobState::Failed,
+                 Json::parse(*response.m_Body));
+}
+
+struct JobRequest {
+  std::string m_Serial;
+  std::string m_Operation;
+  bool m_IsDryRun;
+  Words m_Words;
+};
+
+Response StartJob(const ApiContext& api, JobRequest request) {
+  const auto job = api.m_Jobs.Begin(request.m_Serial, request.m_Operation, request.m_IsDryRun);
+  if (!job) {
+    return MakeProblem(409, "JOB_RUNNING",
+                       fmt::format("another job is running on card {}", request.m_Serial));
+  }
+  const auto run = [&api, id = job->m_Id, words = std::move(request.m_Words)] {
+    RunJob(api, id, words);
+  };
+  if (!api.m_Threads.Run(run)) {
+    api.m_Jobs.Drop(job->m_Id);
+    return MakeProblem(503, "TOO_MANY_CALLS", "too many commands are waiting for the plug-in");
+  }
+  Response response = MakeJson(202, ToJson(*job));
+  response.m_Headers.emplace_back("Location", "/v1/jobs/" + job->m_Id);
+  return response;
+}
+
+Json BodyOf(const Request& request) {
+  return request.m_Body.empty() ? Json::object() : Json::parse(request.m_Body);
+}
+
+// The console's words for an object of a request, with the options that all jobs have.
+Words WordsFor(const std::string& command, const std::string& object, const Json& body) {
+  Words words = {command, object, "-o", "json", "--quiet", "--no-input"};
+  if (body.value("dry_run", false)) words.emplace_back("--dry-run");
+  return words;
+}
+
+// The name of the object that a request is about: "a0/d0". Throws `Console::Failure`.
+std::string ObjectName(const ApiContext& api, const Request& request) {
+  std::string name = CardName(*api.m_Store.Get(), request.m_Parameters.at("serial"));
+  if (const std::string* drive = Http::Find(request.m_Parameters, "drive")) name += "/d" + *drive;
+  return name;
+}
+
+Response StartOperation(const ApiContext& api, const Request& request, bool isOfDrive) {
+  const std::string& name = request.m_Parameters.at("operation");
+  const OperationRow* const row = FindRow(name, isOfDrive);
+  if (row == nullptr) {
+    return MakeProblem(404, "NO_SUCH_OPERATION", fmt::format("no operation '{}'", name));
+  }
+  const Json body = BodyOf(request);
+  const bool isDryRun = body.value("dry_run", false);
+  if (row->m_NeedsConfirmation && !isDryRun && !body.value("confirm", false)) {
+    return MakeProblem(409, "NOT_CONFIRMED", fmt::format("{} needs \"confirm\": true", name));
+  }
+  const bool isForced = body.value("force", false);
+  if (isForced && !row->m_HasForce) {
+    return MakeProblem(400, "BODY_INVALID", fmt::format("{} does not accept \"force\"", name));
+  }
+  Words words = WordsFor(row->m_Command, ObjectName(api, request), body);
+  if (row->m_Argument != nullptr) words.insert(words.begin() + 2, row->m_Argument);
+  if (row->m_NeedsConfirmation) words.emplace_back("--yes");
+  if (isForced) words.emplace_back("--force");
+  return StartJob(api, {request.m_Parameters.at("serial"), name, isDryRun, std::move(words)});
+}
+
+Response StartFormat(const ApiContext& api, const Request& request) {
+  const Json body = BodyOf(request);
+  const bool isDryRun = body.value("dry_run", false);
+  const std::string& serial = request.m_Parameters.at("serial");
+  if (!isDryRun && body.value("confirm", "") != serial) {
+    return MakeProblem(409, "NOT_CONFIRMED",
+                       "format needs the card's serial number as \"confirm\"");
+  }
+  Words words = WordsFor("format", ObjectName(api, request), body);
+  if (body.contains("confirm")) words.push_back("--confirm=" + body.value("confirm", ""));
+  if (body.contains("capacity")) words.push_back("--capacity=" + body.value("capacity", ""));
+  if (body.contains("sector_size")) {
+    words.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));
+  }
+  return StartJob(api, {serial, "format", isDryRun, std::move(words)});
+}
+
+}  // namespace
+
+Reply PostCardOperation(const ApiContext& api, const Request& request) {
+  return Answered([&] { return StartOperation(api, request, false); });
+}
+
+Reply PostDriveOperation(const ApiContext& api, const Request& request) {
+  return Answered([&] { return StartOperation(api, request, true); });
+}
+
+Reply PostFormat(const ApiContext& api, const Request& request) {
+  return Answered([&] { return StartFormat(api, request); });
+}
+
+Reply GetJobs(const ApiContext& api, const Request&) {
+  Json jobs = Json::array();
+  for (const Job& job : api.m_Jobs.List()) jobs.push_back(ToJson(job));
+  return MakeJson(200, {{"jobs", jobs}});
+}
+
+Reply GetJob(const ApiContext& api, const Request& request) {
+  const std::string& id = request.m_Parameters.at("job");
+  const auto job = api.m_Jobs.Find(id);
+  if (!job) return MakeProblem(404, "NO_SUCH_JOB", fmt::format("no job '{}'", id));
+  return MakeJson(200, ToJson(*job));
+}
+
+}  // namespace Service

@@ -1,0 +1,189 @@
+#include "service/api/OpenApi.h"
+
+#include <fmt/format.h>
+
+#include <string>
+#include <vector>
+
+#include "service/api/ApiTable.h"
+#include "service/api/Documents.h"
+#include "service/api/Schemas.h"
+
+namespace Service {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct MethodName {
+  Http::Method m_Method;
+  const char* m_Name;
+};
+
+constexpr MethodName kMethods[] = {{Http::Method::Get, "get"},
+                                   {Http::Method::Post, "post"},
+                                   {Http::Method::Put, "put"},
+                                   {Http::Method::Patch, "patch"},
+                                   {Http::Method::Delete, "delete"}};
+
+const char* NameOf(Http::Method method) {
+  for (const MethodName& row : kMethods) {
+    if (row.m_Method == method) return row.m_Name;
+  }
+  return "";
+}
+
+struct AccessText {
+  Http::Access m_Access;
+  const char* m_Text;
+};
+
+constexpr AccessText kAccessTexts[] = {
+    {Http::Access::Anyone, "For everybody."},
+    {Http::Access::Read, "For users who may read, and over TCP."},
+    {Http::Access::Change, "For users who may make changes, over the Unix socket only."}};
+
+const char* TextOf(Http::Access access) {
+  for (const AccessText& row : kAccessTexts) {
+    if (row.m_Access == access) return row.m_Text;
+  }
+  return "";
+}
+
+Json RefTo(const char* kind, const std::string& name) {
+  return {{"$ref", fmt::format("#/components/{}/{}", kind, name)}};
+}
+
+// The names in braces of a path.
+std::vector<std::string> PathParameters(const std::string& path) {
+  std::vector<std::string> names;
+  for (auto open = path.find('{'); open != path.npos; open = path.find('{', open + 1)) {
+    names.push_back(path.substr(open + 1, path.find('}', open) - open - 1));
+  }
+  return names;
+}
+
+Json ParametersOf(const ApiRow& row) {
+  Json list = Json::array();
+  for (const std::string& name : PathParameters(row.m_Path)) {
+    list.push_back(RefTo("parameters", name));
+  }
+  for (const char* const name : row.m_Query) list.push_back(RefTo("parameters", name));
+  return list;
+}
+
+Json ContentOf(const char* mediaType, const char* schema) {
+  const Json described = schema == nullptr ? Json::object() : RefTo("schemas", schema);
+  return {{mediaType, {{"schema", described}}}};
+}
+
+Json ProblemsJson(const std::vector<ProblemRow>& problems) {
+  Json list = Json::array();
+  for (const ProblemRow& row : problems) {
+    list.push_back({{"status", row.m_Status}, {"id", row.m_Id}, {"meaning", row.m_Meaning}});
+  }
+  return list;
+}
+
+// One response per status: it names all problems that have it.
+void AddProblems(Json& responses, const std::vector<ProblemRow>& problems) {
+  for (const ProblemRow& row : problems) {
+    Json& response = responses[std::to_string(row.m_Status)];
+    const std::string line = fmt::format("`{}`: {}", row.m_Id, row.m_Meaning);
+    if (response.is_null()) {
+      response = {{"description", line},
+                  {"content", ContentOf("application/problem+json", "Problem")}};
+    } else {
+      response["description"] = response["description"].get<std::string>() + "\n\n" + line;
+    }
+  }
+}
+
+Json ResponsesOf(const ApiRow& row) {
+  Json responses = Json::object();
+  for (const ResponseRow& each : row.m_Responses) {
+    responses[std::to_string(each.m_Status)] = {
+        {"description", each.m_Meaning}, {"content", ContentOf(each.m_MediaType, each.m_Schema)}};
+  }
+  AddProblems(responses, row.m_Problems);
+  responses["default"] = RefTo("responses", "Common");
+  return responses;
+}
+
+Json OperationJson(const ApiRow& row) {
+  Json operation = {{"operationId", row.m_Id},
+                    {"summary", row.m_Summary},
+                    {"description", TextOf(row.m_Access)},
+                    {"parameters", ParametersOf(row)}};
+  if (row.m_Body != nullptr) {
+    operation["requestBody"] = {{"required", true}, {"content", ContentOf(kJsonType, row.m_Body)}};
+  }
+  operation["responses"] = ResponsesOf(row);
+  operation["x-problems"] = ProblemsJson(row.m_Problems);
+  return operation;
+}
+
+Json PathsJson() {
+  Json paths = Json::object();
+  for (const ApiRow& row : ApiRows()) paths[row.m_Path][NameOf(row.m_Method)] = OperationJson(row);
+  return paths;
+}
+
+Json ComponentParameters() {
+  Json parameters = Json::object();
+  for (const auto& [name, parameter] : Parameters().items()) {
+    parameters[name] = {{"name", name}, {"in", parameter.at("in")}};
+    if (parameter.at("in") == "path") parameters[name]["required"] = true;
+    for (const char* const key : {"description", "schema", "example"}) {
+      if (parameter.contains(key)) parameters[name][key] = parameter.at(key);
+    }
+  }
+  return parameters;
+}
+
+// References of the console's schema start at its root, which is a component here.
+void MoveRefs(Json& json) {
+  for (auto& [name, value] : json.items()) {
+    if (value.is_structured()) MoveRefs(value);
+    if (name != "$ref" || !value.is_string()) continue;
+    value = "#/components/schemas/Document" + value.get<std::string>().substr(1);
+  }
+}
+
+Json ComponentSchemas() {
+  Json schemas = Schemas();
+  schemas["Document"] = DocumentSchema();
+  schemas["Document"].erase("$schema");
+  MoveRefs(schemas["Document"]);
+  return schemas;
+}
+
+Json CommonResponse() {
+  std::string description = "A problem that any request can have.";
+  for (const ProblemRow& row : CommonProblems()) {
+    description += fmt::format("\n\n{} `{}`: {}", row.m_Status, row.m_Id, row.m_Meaning);
+  }
+  return {{"description", description},
+          {"content", ContentOf("application/problem+json", "Problem")},
+          {"x-problems", ProblemsJson(CommonProblems())}};
+}
+
+}  // namespace
+
+Json OpenApiDocument() {
+  return {
+      {"openapi", "3.1.0"},
+      {"info",
+       {{"title", "Corvane"}, {"summary", "PCIe flash cards of one machine."}, {"version", "1"}}},
+      {"paths", PathsJson()},
+      {"components",
+       {{"parameters", ComponentParameters()},
+        {"responses", {{"Common", CommonResponse()}}},
+        {"schemas", ComponentSchemas()}}}};
+}
+
+Http::Reply GetOpenApi(const ApiContext&, const Http::Request&) {
+  static const std::string text = JsonText(OpenApiDocument());
+  return Http::MakeResponse(200, kJsonType, text);
+}
+
+}  // namespace Service

@@ -1,0 +1,9 @@
+// The texts of the schemas that the program contains.
+#pragma once
+
+namespace Service {
+
+extern const char* const kApiSchemas;      // parameters and schemas by name
+extern const char* const kDocumentSchema;  // of the console's JSON documents
+
+}  // namespace Service

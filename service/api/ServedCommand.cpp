@@ -1,0 +1,53 @@
+#include "service/api/ServedCommand.h"
+
+#include <memory>
+
+#include "console/cli/CommandLine.h"
+#include "service/api/SnapshotSession.h"
+
+namespace Service {
+namespace {
+
+using Console::Command;
+using Console::CommandResult;
+using Console::Context;
+using Console::Diagnostics;
+
+std::string Run(const Console::CommandTable& commands, const std::vector<std::string>& arguments,
+                const Console::ResultStream& stream, const Console::SessionFactory& open,
+                Diagnostics& diagnostics) {
+  Console::Options options;
+  Console::ParseCommandLine(arguments, options);
+  const Command& command = commands.Choose(options);
+  const std::string form = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
+  const Console::Style style;
+  Context context(options, style, diagnostics, stream, command.m_Name, form,
+                  {options.m_Words.begin() + 1, options.m_Words.end()}, {}, open);
+  const CommandResult result = command.m_Run(context);
+  return Render(result, form, style, context.EnvelopeFor(result.m_Code));
+}
+
+}  // namespace
+
+std::string RunCommand(const Console::CommandTable& commands,
+                       const std::vector<std::string>& arguments,
+                       const Console::ResultStream& stream, const Console::SessionFactory& open) {
+  Diagnostics diagnostics(Console::Verbosity::Nothing);
+  return Run(commands, arguments, stream, open, diagnostics);
+}
+
+std::string RunOnSnapshot(const Console::CommandTable& commands,
+                          const std::vector<std::string>& arguments,
+                          const Console::ResultStream& stream, const SnapshotPtr& snapshot) {
+  Diagnostics diagnostics(Console::Verbosity::Nothing);
+  if (!snapshot->m_Plugin.m_IsUp) {
+    diagnostics.Note("STALE", "the plug-in is not running; values are from its last report: " +
+                                  snapshot->m_Plugin.m_Reason);
+  }
+  const auto open = [&snapshot](Console::EventLogClient&, const Console::TimeLimits&) {
+    return std::make_unique<SnapshotSession>(snapshot);
+  };
+  return Run(commands, arguments, stream, open, diagnostics);
+}
+
+}  // namespace Service

@@ -1,0 +1,212 @@
+#!/usr/bin/env bats
+# Operations through the service: jobs, their results, and what is refused.
+
+bats_require_minimum_version 1.5.0
+load helper
+load service
+
+setup_file() {
+  load helper
+  load service
+  make_machine
+  make_cards
+  start_service
+}
+
+teardown_file() {
+  load service
+  stop_service
+}
+
+# run_job NAME PATH BODY: starts a job and waits for its end; NAME.out is the job then.
+run_job() {
+  local id
+  ask "$1" POST "$2" "$3"
+  ended "$1" 202
+  id=$(json "$1" 'd["id"]' | tr -d '"')
+  has_ended() {
+    ask "$1" GET "/v1/jobs/$id"
+    [ "$(json "$1" 'd["state"]')" != '"RUNNING"' ]
+  }
+  eventually has_ended "$1"
+}
+
+# result NAME STATE EXPRESSION VALUE: the job has ended so, and its result has that value.
+result() {
+  same "\"$2\"" "$(json "$1" 'd["state"]')"
+  same "$4" "$(json "$1" "$3")"
+}
+
+@test "a card is detached and attached" {
+  run_job detach /v1/cards/S100/operations/detach '{"confirm": true}'
+  result detach SUCCEEDED '[d["result"]["result"][k] for k in ("operation", "before", "after")]' \
+    '["OP_DETACH", "attached", "detached"]'
+  ask card GET "/v1/cards/S100?fresh=1"
+  ended card 200
+  same '["DETACHED"]' "$(json card 'd["result"]["object"]["status_reasons"]')"
+  run_job attach /v1/cards/S100/operations/attach '{"confirm": true}'
+  result attach SUCCEEDED 'd["result"]["result"]["after"]' '"attached"'
+}
+
+@test "a locate LED stays on after its job" {
+  run_job on /v1/cards/S100/operations/locate '{}'
+  result on SUCCEEDED 'd["result"]["result"]["after"]' '"on"'
+  same true "$(cardsim get card0 beacon_state)"
+  run_job off /v1/cards/S100/operations/stop-locate '{}'
+  result off SUCCEEDED 'd["result"]["result"]["after"]' '"off"'
+  same false "$(cardsim get card0 beacon_state)"
+}
+
+@test "a dry run changes nothing" {
+  run_job dry /v1/cards/S100/operations/detach '{"dry_run": true}'
+  result dry SUCCEEDED '[d["dry_run"], d["result"]["result"]["changed"]]' '[true, false]'
+  ask card GET "/v1/cards/S100?fresh=1"
+  same '["ATTACHED"]' "$(json card 'd["result"]["object"]["status_reasons"]')"
+}
+
+@test "a drive is formatted with the serial number as confirmation" {
+  run_job detach /v1/cards/S100/operations/detach '{"confirm": true}'
+  run_job format /v1/cards/S100/drives/0/format \
+    '{"confirm": "S100", "capacity": "factory", "sector_size": 4096}'
+  same '"SUCCEEDED"' "$(json format 'd["state"]')"
+  same "4096" "$(cardsim get card0 sector_size_bytes)"
+  run_job attach /v1/cards/S100/operations/attach '{"confirm": true}'
+}
+
+@test "the card's refusal is the job's result" {
+  run_job attach /v1/cards/S100/drives/0/format '{"confirm": "S100", "capacity": "80"}'
+  result attach FAILED '[d["result"]["status"], d["result"]["id"]]' '[500, "ERR_COMMAND_ERROR"]'
+}
+
+# path, body, status and id, one row per refusal
+@test "what cannot be a job is refused at once" {
+  local path body status id
+  while IFS='|' read -r path body status id; do
+    ask refused POST "/v1/cards/$path" "$body"
+    problem refused "$status" "$id" || { echo "$path $body"; false; }
+  done <<'END'
+S100/operations/detach|{}|409|NOT_CONFIRMED
+S100/operations/attach|{"confirm": false}|409|NOT_CONFIRMED
+S100/operations/detach|{"confirm": "yes"}|400|BODY_INVALID
+S100/operations/detach|{"sure": true}|400|BODY_INVALID
+S100/operations/detach|[]|400|BODY_INVALID
+S100/operations/detach|{|400|BODY_INVALID
+S100/operations/attach|{"confirm": true, "force": true}|400|BODY_INVALID
+S100/operations/explode|{}|404|NO_SUCH_OPERATION
+S100/operations/online|{"confirm": true}|404|NO_SUCH_OPERATION
+S300/operations/locate|{}|404|NO_SUCH_OBJECT
+S100/drives/0/operations/attach|{}|404|NO_SUCH_OPERATION
+S100/drives/0/operations/offline|{}|409|NOT_CONFIRMED
+S100/drives/0/format|{"capacity": "80"}|409|NOT_CONFIRMED
+S100/drives/0/format|{"confirm": "S200", "capacity": "80"}|409|NOT_CONFIRMED
+S100/drives/0/format|{"confirm": true}|400|BODY_INVALID
+S100/drives/0/format|{"confirm": "S100", "sector_size": 0}|400|BODY_INVALID
+S100/drives/0/format|{"confirm": "S100", "sector_size": 4294967296}|400|BODY_INVALID
+S100/drives/0/format|{"confirm": "S100", "sector_size": 512.5}|400|BODY_INVALID
+END
+  ask missing GET /v1/jobs/0-0
+  problem missing 404 NO_SUCH_JOB
+}
+
+@test "one job runs on a card at a time" {
+  kill -STOP "$(plugin_process)"
+  ask first POST /v1/cards/S100/operations/locate '{}'
+  ask second POST /v1/cards/S100/operations/stop-locate '{}'
+  ask other POST /v1/cards/S200/operations/locate '{}'
+  kill -CONT "$(plugin_process)"
+  ended first 202
+  problem second 409 JOB_RUNNING
+  ended other 202
+  all_ended() {
+    ask jobs GET /v1/jobs
+    [ "$(json jobs '[j["id"] for j in d["jobs"] if j["state"] == "RUNNING"]')" = "[]" ]
+  }
+  eventually all_ended
+}
+
+@test "a repeated request with the same key starts one job" {
+  once() {
+    curl -s --max-time 60 --unix-socket "$SOCKET" -o "$BATS_FILE_TMPDIR/$1.out" -w '%{http_code}' \
+      -H "Content-Type: application/json" -H "Idempotency-Key: $2" -d "$4" \
+      "http://service/v1/cards/$3" >"$BATS_FILE_TMPDIR/$1.rc"
+  }
+  once first key1 S100/operations/locate '{"dry_run": true}'
+  once again key1 S100/operations/locate '{"dry_run": true}'
+  ended first 202
+  ended again 202
+  same "$(json first 'd["id"]')" "$(json again 'd["id"]')"
+  once body key1 S100/operations/locate '{}'
+  problem body 422 IDEMPOTENCY_KEY_REUSED
+  once path key1 S200/operations/locate '{"dry_run": true}'
+  problem path 422 IDEMPOTENCY_KEY_REUSED
+}
+
+@test "jobs are listed, newest first" {
+  run_job older /v1/cards/S200/operations/locate '{"dry_run": true}'
+  run_job newer /v1/cards/S100/operations/locate '{"dry_run": true}'
+  ask jobs GET /v1/jobs
+  ended jobs 200
+  same '["S100", "S200"]' "$(json jobs '[j["serial_number"] for j in d["jobs"]][:2]')"
+}
+
+@test "the plug-in's poll interval is changed" {
+  ask change PATCH /v1/plugin '{"poll_interval": 21}'
+  ended change 200
+  same '[15, 21]' "$(json change '[d["result"]["before"], d["result"]["after"]]')"
+  grep -qx "PollInterval=21" "$CORVANE_CONFIG_DIR/Corvane.ini"
+  ask unknown PATCH /v1/plugin '{"interval": 21}'
+  problem unknown 400 BODY_INVALID
+  ask none PATCH /v1/plugin '{}'
+  problem none 400 BODY_INVALID
+  ask text PATCH /v1/plugin '{"poll_interval": "21"}'
+  problem text 400 BODY_INVALID
+}
+
+@test "a fresh reading shows a change at once" {
+  cardsim set card0 board_name BoardZ
+  ask query GET "/v1/cards?fresh=0"
+  problem query 400 QUERY_INVALID
+  document fresh "/v1/cards?fresh=1"
+  kill -KILL "$(plugin_process)"
+  is_down() { ask ready GET /readyz && [ "$(rc ready)" = 503 ]; }
+  eventually is_down
+  ask down GET "/v1/cards?fresh=1"
+  [ "$(rc down)" = 503 ] || answers_ready
+  eventually answers_ready
+}
+
+@test "each operation, response and problem of the API document is as described" {
+  keep api python3 "$CORVANE_SOURCE/tests/console/conformance.py" "$SOCKET"
+  ended api 0 || { err api; false; }
+  silent api err
+}
+
+# 33 calls that wait for a process that does not answer.
+@test "at most 32 commands wait for the plug-in" {
+  local i pids=()
+  kill -STOP "$(plugin_process)"
+  for i in {1..33}; do
+    ask "call$i" GET "/v1/cards?fresh=1" &
+    pids+=($!)
+  done
+  one_is_refused() { [ "$(cat "$BATS_FILE_TMPDIR"/call*.rc 2>/dev/null | grep -o 503 | wc -l)" = 1 ]; }
+  eventually one_is_refused
+  kill -CONT "$(plugin_process)"
+  wait "${pids[@]}"
+  same "$(printf '200 %.0s' {1..32})503 " "$(for i in {1..33}; do rc "call$i"; echo; done | sort | tr '\n' ' ')"
+  for i in {1..33}; do
+    [ "$(rc "call$i")" != 503 ] || problem "call$i" 503 TOO_MANY_CALLS
+  done
+}
+
+@test "docs/openapi.yaml describes this service" {
+  ask api GET /v1/openapi.json
+  ended api 200
+  python3 - "$CORVANE_SOURCE/docs/openapi.yaml" "$BATS_FILE_TMPDIR/api.out" <<'END'
+import json, sys
+import yaml
+
+documented, served = yaml.safe_load(open(sys.argv[1])), json.load(open(sys.argv[2]))
+sys.exit(0 if documented == served else "run scripts/openapi")
+END
+}

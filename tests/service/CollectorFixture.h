@@ -1,0 +1,53 @@
+// A collector of simulated cards, with the real plug-in in a process of corvane-host.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include "service/Collector.h"
+#include "tests/support/SimulatedHost.h"
+
+namespace CorvaneTest {
+
+// Longer than any machine needs; a wait ends as soon as its condition holds.
+inline constexpr std::chrono::milliseconds kTimeout(120000);
+
+class CollectorFixture : public testing::Test {
+ protected:
+  Service::CollectorSettings Settings() const {
+    Service::CollectorSettings settings;
+    settings.m_Program = CORVANE_HOST;
+    settings.m_PluginFile = CORVANE_PLUGIN;
+    settings.m_RefreshInterval = std::chrono::milliseconds(200);
+    settings.m_FirstPause = std::chrono::milliseconds(20);
+    settings.m_LongestPause = std::chrono::milliseconds(100);
+    return settings;
+  }
+
+  void Start(const Service::CollectorSettings& settings) {
+    m_pCollector = std::make_unique<Service::Collector>(settings, m_Store);
+  }
+
+  // The first snapshot for which it holds.
+  Service::SnapshotPtr Await(const std::function<bool(const Service::Snapshot&)>& holds) {
+    const Console::Deadline deadline(kTimeout);
+    Service::SnapshotPtr snapshot = m_Store.Get();
+    while (!holds(*snapshot) && !deadline.IsOver()) {
+      snapshot = m_Store.AwaitNewer(snapshot->m_Number, deadline);
+    }
+    EXPECT_TRUE(holds(*snapshot));
+    return snapshot;
+  }
+  Service::SnapshotPtr AwaitObjects(std::size_t count) {
+    return Await([count](const auto& it) { return it.m_Objects.size() == count; });
+  }
+
+  SimulatedHost m_Host{HostKit::UseRealTime};
+  Service::SnapshotStore m_Store;
+  std::unique_ptr<Service::Collector> m_pCollector;  // stops before the cards disappear
+};
+
+}  // namespace CorvaneTest

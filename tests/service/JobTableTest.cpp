@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "service/JobTable.h"
+
+namespace {
+
+using Service::Job;
+using Service::JobState;
+using Service::JobTable;
+
+std::string Ids(const std::vector<Job>& jobs) {
+  std::string ids;
+  for (const Job& job : jobs) ids += (ids.empty() ? "" : " ") + job.m_Operation;
+  return ids;
+}
+
+TEST(JobTable, HasOneRunningJobPerCard) {
+  JobTable table;
+  const auto first = table.Begin("S1", "attach", false);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(JobState::Running, first->m_State);
+  EXPECT_TRUE(first->m_Result.is_null());
+  EXPECT_FALSE(table.Begin("S1", "detach", false));
+  EXPECT_TRUE(table.Begin("S2", "detach", false));
+  table.End(first->m_Id, JobState::Failed, {{"id", "X"}});
+  EXPECT_TRUE(table.Begin("S1", "detach", true));
+}
+
+TEST(JobTable, KeepsTheResult) {
+  JobTable table;
+  const auto job = table.Begin("S1", "attach", true);
+  table.End(job->m_Id, JobState::Succeeded, {{"exit_code", 0}});
+  const auto ended = table.Find(job->m_Id);
+  ASSERT_TRUE(ended);
+  EXPECT_EQ(JobState::Succeeded, ended->m_State);
+  EXPECT_EQ(0, ended->m_Result.at("exit_code"));
+  EXPECT_TRUE(ended->m_IsDryRun);
+  EXPECT_GE(ended->m_Ended, ended->m_Started);
+}
+
+TEST(JobTable, ListsTheNewestFirst) {
+  JobTable table;
+  table.Begin("S1", "one", false);
+  table.Begin("S2", "two", false);
+  table.Begin("S3", "three", false);
+  EXPECT_EQ("three two one", Ids(table.List()));
+}
+
+TEST(JobTable, ForgetsAJobThatWasNotStarted) {
+  JobTable table;
+  const auto job = table.Begin("S1", "attach", false);
+  table.Drop(job->m_Id);
+  EXPECT_FALSE(table.Find(job->m_Id));
+  EXPECT_TRUE(table.Begin("S1", "attach", false));
+}
+
+TEST(JobTable, DoesNotReuseIds) {
+  JobTable table;
+  const auto dropped = table.Begin("S1", "attach", false);
+  table.Drop(dropped->m_Id);
+  EXPECT_NE(dropped->m_Id, table.Begin("S1", "attach", false)->m_Id);
+  EXPECT_FALSE(JobTable().Find(dropped->m_Id));
+}
+
+TEST(JobTable, KeepsTheNewestThousandAndAllRunningJobs) {
+  JobTable table;
+  const auto running = table.Begin("S0", "running", false);
+  for (int i = 1; i <= 1000; ++i) {
+    const auto job = table.Begin("S1", std::to_string(i), false);
+    table.End(job->m_Id, JobState::Succeeded, nullptr);
+  }
+  const auto jobs = table.List();
+  ASSERT_EQ(1000U, jobs.size());
+  EXPECT_EQ("1000", jobs.front().m_Operation);
+  EXPECT_EQ("2", jobs.at(998).m_Operation);
+  EXPECT_EQ(running->m_Id, jobs.back().m_Id);
+}
+
+}  // namespace
