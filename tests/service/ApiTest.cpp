@@ -34,7 +34,7 @@ class Api : public CorvaneTest::CollectorFixture {
     return "no route";
   }
 
-  const Console::ResultStream m_Stream{false};
+  const Console::ResultStream m_Stream{true};  // the test prints to standard error
   Service::JobTable m_Jobs;
   Service::ReplayCache m_Replays;
   Service::CallThreads m_Threads;
