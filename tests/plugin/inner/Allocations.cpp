@@ -16,23 +16,30 @@ namespace {
 struct Watch {
   bool m_On = false;
   std::size_t m_Failing = 0;
+  Shortage m_Shortage = Shortage::OneFails;
   std::size_t m_Count = 0;
   std::size_t m_LargestBytes = 0;
 };
 
 thread_local Watch g_Watch;
 
-enum class Owner { Plugin, Record, Other };
+enum class Owner { Plugin, ForPlugin, Other };
 
-// The host's library copies events for the plug-in, so those allocations count as the plug-in's.
+// What the host's library does for the plug-in: it copies events and formats trace lines.
+bool IsForPlugin(const char* symbol) {
+  for (const char* type : {"_ZN2PI6CEvent", "_ZN3MBX14Output_Streams13CFormatStream"}) {
+    if (std::strstr(symbol, type) != nullptr) return true;
+  }
+  return false;
+}
+
 Owner OwnerOf(const void* address) {
   Dl_info info;
   if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return Owner::Plugin;
   for (const char* library : {"libhostkit", "libvsl_abstraction", "libsqlite3"}) {
     if (std::strstr(info.dli_fname, library) == nullptr) continue;
-    const bool isRecord =
-        info.dli_sname != nullptr && std::strstr(info.dli_sname, "_ZN2PI6CEvent") != nullptr;
-    return isRecord ? Owner::Record : Owner::Other;
+    const bool isForPlugin = info.dli_sname != nullptr && IsForPlugin(info.dli_sname);
+    return isForPlugin ? Owner::ForPlugin : Owner::Other;
   }
   return Owner::Plugin;
 }
@@ -44,10 +51,15 @@ bool IsOfPlugin() {
   bool isOther = false;
   for (int i = 0; i < depth; ++i) {
     const Owner owner = OwnerOf(frames[i]);
-    if (owner == Owner::Record) return true;
+    if (owner == Owner::ForPlugin) return true;
     isOther |= owner == Owner::Other;
   }
   return !isOther;
+}
+
+bool Fails() {
+  if (g_Watch.m_Failing == 0 || g_Watch.m_Count < g_Watch.m_Failing) return false;
+  return g_Watch.m_Count == g_Watch.m_Failing || g_Watch.m_Shortage == Shortage::AllFail;
 }
 
 void Note(std::size_t size) {
@@ -57,13 +69,14 @@ void Note(std::size_t size) {
   g_Watch.m_On = true;
   if (!counts) return;
   g_Watch.m_LargestBytes = std::max(g_Watch.m_LargestBytes, size);
-  if (++g_Watch.m_Count == g_Watch.m_Failing) throw std::bad_alloc();
+  ++g_Watch.m_Count;
+  if (Fails()) throw std::bad_alloc();
 }
 
 }  // namespace
 
-WatchedAllocations::WatchedAllocations(std::size_t failing) {
-  g_Watch = {true, failing, 0, 0};
+WatchedAllocations::WatchedAllocations(std::size_t failing, Shortage shortage) {
+  g_Watch = {true, failing, shortage, 0, 0};
 }
 
 WatchedAllocations::~WatchedAllocations() {

@@ -4,14 +4,17 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "Corvane/Src/Corvane.h"
+#include "host/vsl_abstraction.h"
 #include "hostkit/Inspect.h"
 #include "orm/storage.h"
 #include "tests/plugin/inner/Allocations.h"
+#include "tests/plugin/inner/Opened.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/HostThread.h"
 #include "tests/support/SimulatedHost.h"
@@ -19,37 +22,34 @@
 namespace CorvaneTest {
 namespace {
 
-using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
-using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
-// Private members, accessed through explicit instantiations, which can name them.
+OPEN_MEMBER(AttachMember, Attach, unsigned int (Plugin::*)(const std::string&));
+OPEN_MEMBER(EventsMember, m_Events, std::vector<PI::CEvent> Plugin::*);
+
+// The type of `Poll` is deduced, because that of its parameter is private, too.
 template <class Tag, auto pointer>
-struct Opened {
+struct Deduced {
   friend auto Open(Tag) { return pointer; }
 };
 struct PollMember {
   friend auto Open(PollMember);
 };
-struct AttachMember {
-  friend auto Open(AttachMember);
-};
-struct EventsMember {
-  friend auto Open(EventsMember);
-};
-template struct Opened<PollMember, &IPLUGINAPI_IMPL::Poll>;
-template struct Opened<AttachMember, &IPLUGINAPI_IMPL::Attach>;
-template struct Opened<EventsMember, &IPLUGINAPI_IMPL::m_Events>;
+template struct Deduced<PollMember, &Plugin::Poll>;
 
 // A pass of the worker when a scan is due.
 template <class State>
-void PollBy(void (IPLUGINAPI_IMPL::*poll)(State&)) {
+void PollBy(void (Plugin::*poll)(State&)) {
   State state;
   state.m_ScanDue = true;
-  (g_p_IPLUGINAPI_IMPL->*poll)(state);
+  (ThePlugin().*poll)(state);
 }
+
+constexpr unsigned int kNoTraces = 0;
+constexpr unsigned int kLockTraces = 8;
+constexpr unsigned int kResultTraces = 16;
+constexpr unsigned int kAllTraces = ~0U;
 
 // A database without rows, so that a scan fails only at the plug-in's own allocations.
 struct EmptyDatabase : DatabaseWrapper::DatabaseDAO {
@@ -65,36 +65,18 @@ class LocksWithoutMemory : public testing::Test {
     getDatabasePointer()->dao = std::make_shared<EmptyDatabase>();
     m_Host.AddCard();
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    HostKit::SetTraceMask(0);
+    HostKit::SetTraceMask(kNoTraces);
   }
   void TearDown() override { getDatabasePointer()->dao = m_Real; }
 
-  static std::vector<PI::CEvent>& Queue() { return g_p_IPLUGINAPI_IMPL->*Open(EventsMember()); }
+  static std::vector<PI::CEvent>& Queue() { return ThePlugin().*Open(EventsMember()); }
+  static void AttachOnThisThread(const std::string& device) {
+    (ThePlugin().*Open(AttachMember()))(device);
+  }
 
   static void ExpectNoLockHeld() {
     for (const HostKit::LockView& lock : HostKit::Locks()) {
       EXPECT_THAT(lock.owner, IsEmpty()) << "lock " << lock.ordinal;
-    }
-  }
-
-  // Fails each allocation of the step in turn, until none is left, and returns their number.
-  // `prepare` runs before each try without failures.
-  template <class Step>
-  static std::size_t FailEach(
-      Step step, const std::function<void()>& prepare = [] {}) {
-    for (std::size_t failing = 1;; ++failing) {
-      SCOPED_TRACE("allocation " + std::to_string(failing));
-      std::size_t count = 0;
-      prepare();
-      try {
-        const WatchedAllocations watched(failing);
-        step();
-        count = watched.Count();
-      } catch (const std::bad_alloc&) {
-        count = failing;
-      }
-      ExpectNoLockHeld();
-      if (HasFailure() || count < failing) return count;
     }
   }
 
@@ -110,59 +92,99 @@ class LocksWithoutMemory : public testing::Test {
   std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_Real;
 };
 
-TEST_F(LocksWithoutMemory, CollectingEventsReleasesItsLockAndLosesNoEvent) {
+struct Trouble {
+  const char* name;
+  unsigned int traceMask;
+  Shortage shortage;
+};
+
+class EachAllocation : public LocksWithoutMemory, public testing::WithParamInterface<Trouble> {
+ protected:
+  // Fails each allocation of the step in turn, until none is left, and returns their number.
+  // `prepare` runs before each try and `check` after it, without failures.
+  template <class Step>
+  std::size_t FailEach(
+      Step step, const std::function<void()>& prepare = [] {},
+      const std::function<void()>& check = [] {}) {
+    for (std::size_t failing = 1;; ++failing) {
+      SCOPED_TRACE("allocation " + std::to_string(failing));
+      prepare();
+      const std::size_t count = CountWithFailure(step, failing);
+      ExpectNoLockHeld();
+      check();
+      if (HasFailure() || count < failing) return count;
+    }
+  }
+
+ private:
+  // The allocations of the step, or `failing` if that one was reached.
+  template <class Step>
+  std::size_t CountWithFailure(Step step, std::size_t failing) {
+    HostKit::SetTraceMask(GetParam().traceMask);
+    std::size_t count = 0;
+    try {
+      const WatchedAllocations watched(failing, GetParam().shortage);
+      step();
+      count = watched.Count();
+    } catch (const std::bad_alloc&) {
+    }
+    HostKit::SetTraceMask(kNoTraces);
+    m_Host.ForgetTraces();
+    return count == 0 ? failing : std::min(count, failing);
+  }
+};
+
+TEST_P(EachAllocation, OfCollectingEventsReleasesTheLockAndLosesNoEvent) {
   PI::CEvent event;
   event.m_SourceName = "a name that does not fit into the string itself";
-  const PI::COperation request = [] {
-    PI::COperation operation;
-    operation.m_OperationID = PI::OP_GET_EVENTS;
-    return operation;
-  }();
-  const auto collect = [&] {
-    PI::COperation operation = request;
-    try {
-      m_Host.Execute(PI::CMD_EXECUTE_OPERATION,
-                     m_Host.m_AdapterIDs.empty() ? 0 : 0x0130000000000000, &operation);
-    } catch (const std::bad_alloc&) {
-      EXPECT_THAT(Queue(), SizeIs(3));
-      throw;
-    }
-    EXPECT_EQ(operation.m_Events.size(), 3U);  // a matcher would allocate
+  PI::COperation operation;
+  operation.m_OperationID = PI::OP_GET_EVENTS;
+  const auto prepare = [&] {
+    Queue().assign(3, event);
+    operation.m_Events.clear();
   };
-  const std::size_t points = FailEach(collect, [&] { Queue().assign(3, event); });
+  const std::size_t points =
+      FailEach([&] { m_Host.Execute(PI::CMD_EXECUTE_OPERATION, PluginObject().m_ID, &operation); },
+               prepare, [&] { EXPECT_EQ(Queue().size() + operation.m_Events.size(), 3U); });
+  EXPECT_EQ(operation.m_Events.size(), 3U);
   EXPECT_GE(points, 4U);  // a list and three names
   Queue().assign(2, event);
   EXPECT_EQ(EventsForTheNextCommand(), 2U);
 }
 
-TEST_F(LocksWithoutMemory, APollReleasesBothLocks) {
+TEST_P(EachAllocation, OfAPollReleasesBothLocks) {
   m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
-  bool detached = false;
-  const std::size_t points = FailEach([&] {
+  const auto prepare = [&] {
     // Each pass finds a change and raises an event.
-    detached = !detached;
-    m_Host.Cards().Set("card0", "iom_state", detached ? "0" : "2");
-    PollBy(Open(PollMember()));
-  });
+    const bool attached = Adapters().empty() || Adapters()[0].m_IomState == VSL_STATE_ATTACHED;
+    m_Host.Cards().Set("card0", "iom_state", attached ? "0" : "2");
+    Queue().clear();
+  };
+  const std::size_t points = FailEach([&] { PollBy(Open(PollMember())); }, prepare);
   EXPECT_GE(points, 50U);
   Queue().resize(4);
   EXPECT_EQ(EventsForTheNextCommand(), 4U);
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_F(LocksWithoutMemory, AJobReleasesItsLocks) {
-  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure carries a name
+TEST_P(EachAllocation, OfAJobReleasesItsLocks) {
+  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure has a name
   Pass(1);
   CardSim::FailCall("vsl_op_start", 1, 5, "no", 1000);
   const std::string device = "/dev/fct0";
   const std::vector<std::string> before = CardSim::OpenHandles();
-  const std::size_t points =
-      FailEach([&] { (g_p_IPLUGINAPI_IMPL->*Open(AttachMember()))(device); });
+  const std::size_t points = FailEach([&] { AttachOnThisThread(device); });
   EXPECT_GE(points, 3U);
   EXPECT_EQ(CardSim::OpenHandles(), before);
   Queue().resize(4);
   EXPECT_EQ(EventsForTheNextCommand(), 4U);
 }
+
+INSTANTIATE_TEST_SUITE_P(LocksWithoutMemory, EachAllocation,
+                         testing::Values(Trouble{"Untraced", kNoTraces, Shortage::OneFails},
+                                         Trouble{"Traced", kAllTraces, Shortage::OneFails},
+                                         Trouble{"TracedToTheEnd", kAllTraces, Shortage::AllFail}),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 // The poll fails for another reason than memory, and traces its releases.
 TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
@@ -170,12 +192,12 @@ TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
     std::vector<std::string> query(std::string) override { throw std::logic_error("broken"); }
   };
   getDatabasePointer()->dao = std::make_shared<Broken>();
-  HostKit::SetTraceMask(8);
+  HostKit::SetTraceMask(kLockTraces);
   m_Host.ForgetTraces();
   EXPECT_THROW(PollBy(Open(PollMember())), std::logic_error);
   ExpectNoLockHeld();
   EXPECT_THAT(
-      m_Host.LeveledTraces(8),
+      m_Host.LeveledTraces(kLockTraces),
       ElementsAre("8 Before m_DataLock.Wait(INFINITE)", "8 After m_DataLock.Wait(INFINITE)",
                   "8 Before m_EventsLock.Wait(INFINITE)", "8 After m_EventsLock.Wait(INFINITE)",
                   "8 Before m_EventsLock.Release ()", "8 After m_EventsLock.Release ()",
@@ -192,11 +214,11 @@ TEST_F(LocksWithoutMemory, AJobFormatsNoTextThatIsNotTraced) {
   CardSim::FailCall("vsl_op_start", 1, 5, reason, 2);
   const auto largest = [] {
     const WatchedAllocations watched;
-    (g_p_IPLUGINAPI_IMPL->*Open(AttachMember()))("/dev/fct0");
+    AttachOnThisThread("/dev/fct0");
     return watched.LargestBytes();
   };
   EXPECT_LT(largest(), 1000U);
-  HostKit::SetTraceMask(16);
+  HostKit::SetTraceMask(kResultTraces);
   EXPECT_GE(largest(), 1000U);
 }
 
