@@ -25,12 +25,24 @@ constexpr Attribute<Kind, T> AttributeOf(bool (*has)(void*, vsl_error_record*),
   return {has, read};
 }
 
-#define VSL(name)                                                                         \
-  ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Card>(vsl_has_##name, \
-                                                                          vsl_##name)
-#define VSL_ADAPTER(name)                                                                    \
-  ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Adapter>(vsl_has_##name, \
-                                                                             vsl_##name)
+// The kind of handle that has the attribute. It is a card, except for the functions below, which
+// are named like those of a card.
+template <auto has>
+struct KindOf {
+  using Type = HandleKind::Card;
+};
+template <>
+struct KindOf<vsl_has_power_limit_watts> {
+  using Type = HandleKind::Adapter;
+};
+template <>
+struct KindOf<vsl_has_vsu_state> {
+  using Type = HandleKind::Unit;
+};
+
+#define VSL(name)                                                                               \
+  ::NAMESPACE_Corvane::AttributeOf<typename ::NAMESPACE_Corvane::KindOf<vsl_has_##name>::Type>( \
+      vsl_has_##name, vsl_##name)
 #define VSL_FORMAT(name)                                                     \
   ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Format>( \
       vsl_iom_format_has_##name, vsl_iom_format_##name)

@@ -91,7 +91,7 @@ inline void ReadPower(const CardReader& card, CardRef iom, CFusionIOAdapter& ada
   AdapterHandle pcieAdapter(error);
   if (CreateHandle(iom, pcieAdapter, error) != 0) return;  // the limit stays unknown
   AttributeReader<HandleKind::Adapter>(pcieAdapter, error)
-      .ReadInto(adapter.m_PowerLimitWatts, VSL_ADAPTER(power_limit_watts));
+      .ReadInto(adapter.m_PowerLimitWatts, VSL(power_limit_watts));
   pcieAdapter.Destroy();
 }
 

@@ -68,15 +68,18 @@ constexpr bool Reads<
     std::void_t<decltype(std::declval<const Reader&>().Read(std::declval<const Attribute&>()))>> =
     true;
 using CardAttribute = decltype(VSL(pci_bus));
-using AdapterAttribute = decltype(VSL_ADAPTER(power_limit_watts));
+using AdapterAttribute = decltype(VSL(power_limit_watts));
 using FormatAttribute = decltype(VSL_FORMAT(size_pct));
+using UnitAttribute = decltype(VSL(vsu_state));
 using AdapterReader = AttributeReader<HandleKind::Adapter>;
 using FormatReader = AttributeReader<HandleKind::Format>;
 static_assert(Reads<CardReader, CardAttribute>);
 static_assert(!Reads<CardReader, AdapterAttribute>);
 static_assert(!Reads<CardReader, FormatAttribute>);
+static_assert(!Reads<CardReader, UnitAttribute>);
 static_assert(Reads<AdapterReader, AdapterAttribute>);
 static_assert(!Reads<AdapterReader, CardAttribute>);
+static_assert(!Reads<AdapterReader, UnitAttribute>);
 static_assert(Reads<FormatReader, FormatAttribute>);
 static_assert(!Reads<FormatReader, CardAttribute>);
 
