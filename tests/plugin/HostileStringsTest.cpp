@@ -1,7 +1,9 @@
 // A card whose texts try to damage the host's database. Nothing is lost, and the host continues.
 
 #include <filesystem>
+#include <type_traits>
 
+#include "host/vsl_abstraction.h"
 #include "hostkit/EventCounts.h"
 #include "hostkit/EventLog.h"
 #include "tests/hostkit/database/Fixture.h"
@@ -12,8 +14,18 @@
 namespace CorvaneTest {
 namespace {
 
-constexpr const char* kTexts[] = {"serial_number", "board_name", "product_name", "driver_version",
-                                  "fw_current_version"};
+// The attributes of a card that are texts.
+std::vector<std::string> Texts() {
+  std::vector<std::string> names;
+#define NOTE_TEXT(type, name) \
+  if (std::is_same_v<type, const char*>) names.emplace_back(#name);
+#define NOTE_FORMAT_TEXT(type, name) NOTE_TEXT(type, iom_format_##name)
+  VSL_CARD_ATTRIBUTES(NOTE_TEXT)
+  VSL_FORMAT_ATTRIBUTES(NOTE_FORMAT_TEXT)
+#undef NOTE_FORMAT_TEXT
+#undef NOTE_TEXT
+  return names;
+}
 
 // The number of values after the serial number in a new row of an adapter, and of a drive.
 constexpr int kValuesAfterSerialNumber[] = {25, 22};
@@ -64,7 +76,7 @@ class HostileStrings : public WorkerFixture {
 
   // The card has the text at the start, when the worker sees a change of the card and of its drive,
   // and when the card is removed.
-  void LiveWith(const char* attribute, const std::string& text) {
+  void LiveWith(const std::string& attribute, const std::string& text) {
     Set("card0", attribute, text);
     ASSERT_EQ(m_Host.Start(), 0U) << text;
     ExpectUnharmed(text);
@@ -90,7 +102,7 @@ class HostileStrings : public WorkerFixture {
   std::string m_Schema;
 };
 
-class EachText : public HostileStrings, public testing::WithParamInterface<const char*> {};
+class EachText : public HostileStrings, public testing::WithParamInterface<std::string> {};
 
 TEST_P(EachText, DamagesNothing) {
   for (const std::string& text : HostileTexts(0, kStatements)) LiveWith(GetParam(), text);
@@ -104,8 +116,8 @@ TEST_F(HostileStrings, DamageNothingAfterACompleteNewRow) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Hostile, EachText, testing::ValuesIn(kTexts),
-                         [](const auto& each) { return std::string(each.param); });
+INSTANTIATE_TEST_SUITE_P(Hostile, EachText, testing::ValuesIn(Texts()),
+                         [](const auto& each) { return each.param; });
 
 }  // namespace
 }  // namespace CorvaneTest

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,43 +16,133 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
+
+struct Line {
+  std::string file;
+  std::string code;  // without its comment
+};
+
+// The lines of the sources in these folders of the checkout and below, in the order of the files'
+// names.
+std::vector<Line> LinesOf(std::initializer_list<const char*> folders) {
+  std::set<std::filesystem::path> files;
+  for (const char* folder : folders) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(
+             std::filesystem::path(CORVANE_CHECKOUT) / folder)) {
+      if (entry.is_regular_file()) files.insert(entry.path());
+    }
+  }
+  std::vector<Line> lines;
+  for (const auto& path : files) {
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+      lines.push_back({path.filename().string(), line.substr(0, line.find("//"))});
+    }
+  }
+  return lines;
+}
+
+// "FILE: CODE" of each line that matches, but for those of the file `exempt`.
+std::vector<std::string> Matching(const std::vector<Line>& lines, const std::regex& wanted,
+                                  const std::string& exempt = "") {
+  std::vector<std::string> found;
+  for (const Line& line : lines) {
+    if (line.file == exempt || !std::regex_search(line.code, wanted)) continue;
+    found.push_back(line.file + ": " + line.code);
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+bool Finds(const std::regex& wanted, const std::string& code) {
+  return std::regex_search(code, wanted);
+}
 
 // Numbers are converted to text in one place, and read with a fixed locale.
 TEST(SourceRules, NumbersBecomeTextInOnePlace) {
   const std::regex formatting(
       "boost::format|to_string\\(|o?stringstream|snprintf|lexical_cast|stod\\(");
-  std::vector<std::string> found;
-  for (const char* folder : {"Corvane/Src", "orm", "models"}) {
-    for (const auto& entry :
-         std::filesystem::directory_iterator(std::filesystem::path(CORVANE_CHECKOUT) / folder)) {
-      std::ifstream file(entry.path());
-      for (std::string line; std::getline(file, line);) {
-        const std::string code = line.substr(0, line.find("//"));
-        if (std::regex_search(code, formatting)) {
-          found.push_back(entry.path().filename().string() + ": " + line);
-        }
-      }
-    }
-  }
-  std::sort(found.begin(), found.end());
-  EXPECT_THAT(found,
+  EXPECT_THAT(Matching(LinesOf({"Corvane/Src", "orm", "models"}), formatting),
               ElementsAre("Formatted.h:   boost::format text(format, std::locale::classic());",
                           "storage.h:     std::istringstream cell(cells.front());"));
+}
+
+// These convert numbers with a fraction as the C locale says, whose decimal point may be a comma.
+TEST(SourceRules, NumbersWithAFractionDoNotFollowTheCLocale) {
+  const std::regex conversion(
+      R"(\b(strto(f|d|ld)|atof|sto(f|d|ld)|[efg]cvt|strfmon|strfrom(f|d|l))\s*\(|\blexical_cast\b|)"
+      R"(%[-+#0-9.*']*[hlLqjzt]*[aAeEfFgG])");
+  for (const char* planted :
+       {"strtod(text, &end);", "double d = std::stod(cell);", "std::strtof(cell, nullptr)",
+        "atof(text)", "std::printf(\"%f\", value);", "snprintf(text, size, \"at %.3g\", value);",
+        "sscanf(text, \"%lf\", &value)", "boost::format(\"%-8.2Lf %%\")",
+        "boost::lexical_cast<double>(text)"}) {
+    EXPECT_TRUE(Finds(conversion, planted)) << planted;
+  }
+  for (const char* harmless : {"strtod_l(text, &end, classic)", "printf(\"%lu %s\", n, text)"}) {
+    EXPECT_FALSE(Finds(conversion, harmless)) << harmless;
+  }
+  const std::vector<Line> lines =
+      LinesOf({"Corvane/Src", "orm", "models", "host", "hostkit", "base"});
+  EXPECT_GT(lines.size(), 10000U);
+  // A file name in a URI, and the time of a trace line, whose fraction is a whole number.
+  EXPECT_THAT(
+      Matching(lines, conversion),
+      ElementsAre(
+          R"(Connection.cpp:   boost::replace_all(uri, "?", "%3F");)",
+          R"(TraceLog.cpp:       "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));)"));
 }
 
 // Handles are passed to the card library only through the functions that know their kinds.
 TEST(SourceRules, TheCardLibraryIsCalledInOnePlace) {
   const std::regex call("\\bvsl_(?!init\\(|fini\\()[a-z_]+\\(");
-  std::vector<std::string> found;
-  const auto folder = std::filesystem::path(CORVANE_CHECKOUT) / "Corvane/Src";
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    if (entry.path().filename() == "CardHandles.h") continue;
-    std::ifstream file(entry.path());
-    for (std::string line; std::getline(file, line);) {
-      if (std::regex_search(line, call)) found.push_back(line);
+  EXPECT_THAT(Matching(LinesOf({"Corvane/Src"}), call, "CardHandles.h"), IsEmpty());
+}
+
+// A wait, release or address of one of these locks, or a lock of another type.
+std::regex RawLocking(const std::set<std::string>& locks) {
+  std::string names;
+  for (const std::string& lock : locks) names += (names.empty() ? "" : "|") + lock;
+  names = "(" + names + ")\\b";
+  return std::regex("\\b" + names + "\\s*(\\.|->)\\s*(Wait|Release)\\b|&\\s*(\\w+::)?" + names +
+                    "|\\b(CSyncGuard|ManualLock)\\b|\\b(lock_guard|\\w+_lock|\\w*mutex)\\b");
+}
+
+// The members and variables that are locks of the host.
+std::set<std::string> LocksIn(const std::vector<Line>& lines) {
+  const std::regex declaration("\\bCFastMutex\\s*[&*]?\\s*(\\w+)");
+  std::set<std::string> names;
+  for (const Line& line : lines) {
+    for (std::sregex_iterator it(line.code.begin(), line.code.end(), declaration), end; it != end;
+         ++it) {
+      names.insert((*it)[1]);
     }
   }
-  EXPECT_THAT(found, IsEmpty());
+  return names;
+}
+
+// A lock that is held when an exception occurs must be released, so only the guards, which are all
+// in one file, take and release locks.
+TEST(SourceRules, LocksAreTakenThroughGuardsOnly) {
+  const std::vector<Line> lines = LinesOf({"Corvane/Src"});
+  const std::set<std::string> locks = LocksIn(lines);
+  EXPECT_THAT(locks, IsSupersetOf({"m_DataLock", "m_EventsLock"}));
+  EXPECT_THAT(LocksIn({{"", "CFastMutex m_Planted;"}}), ElementsAre("m_Planted"));
+  const std::regex raw = RawLocking(locks);
+  for (const char* planted :
+       {"m_DataLock.Wait(MBX::Threading::WAIT_INFINITE)", "  m_EventsLock.Release();",
+        "this->m_DataLock.Release();", "auto* lock = &m_DataLock;",
+        "const CSyncGuard guard(m_DataLock, 0);", "const std::lock_guard<std::mutex> guard(m_Own);",
+        "ManualLock lock(m_DataLock, TRACE_SITE(), a, b);", "boost::mutex m_Own;"}) {
+    EXPECT_TRUE(Finds(raw, planted)) << planted;
+  }
+  for (const char* harmless :
+       {"TRACED_GUARD(m_DataLock);", "TRACED_WAIT(m_DataLock, locked, x);", "thread->Wait(0)",
+        "m_DataLock.Init()", "waiter.Wait(interval, false)", "iom.Release();"}) {
+    EXPECT_FALSE(Finds(raw, harmless)) << harmless;
+  }
+  EXPECT_THAT(Matching(lines, raw, "Trace.h"), IsEmpty());
 }
 
 }  // namespace
