@@ -34,6 +34,14 @@ class Builder : public nlohmann::json::json_sax_t {
     return false;
   }
 
+  // Whether the text is valid. The JSON library takes a zero byte for the end of the text.
+  bool Parse(const std::string& text) {
+    const std::size_t zero = text.find('\0');
+    if (zero == std::string::npos) return nlohmann::json::sax_parse(text, this);
+    m_Byte = zero + 1;
+    return false;
+  }
+
   Json TakeResult() { return std::move(m_Result); }
 
   [[noreturn]] void Throw(const std::string& text) const {
@@ -93,13 +101,13 @@ class Builder : public nlohmann::json::json_sax_t {
 
 Json ParseJson(const std::string& text) {
   Builder builder;
-  if (!nlohmann::json::sax_parse(text, &builder)) builder.Throw(text);
+  if (!builder.Parse(text)) builder.Throw(text);
   return builder.TakeResult();
 }
 
 std::optional<Json> TryParseJson(const std::string& text) {
   Builder builder;
-  if (!nlohmann::json::sax_parse(text, &builder)) return std::nullopt;
+  if (!builder.Parse(text)) return std::nullopt;
   return builder.TakeResult();
 }
 

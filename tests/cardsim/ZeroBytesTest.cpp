@@ -1,0 +1,75 @@
+// Zero bytes in the files that the simulator reads. A string of the library would end there, so no
+// file with one is accepted.
+
+#include "cardsim/scenario/Scenario.h"
+#include "tests/cardsim/ProgramFixture.h"
+
+namespace {
+
+// The text with a zero byte at each place in turn, and with an escaped one at the end of each name
+// and string.
+std::vector<std::string> WithZeroByte(const std::string& text) {
+  std::vector<std::string> texts;
+  bool inString = false;
+  for (std::size_t at = 0; at <= text.size(); ++at) {
+    texts.push_back(std::string(text).insert(at, 1, '\0'));
+    if (at == text.size() || text[at] != '"') continue;
+    if (inString) texts.push_back(std::string(text).insert(at, "\\u0000"));
+    inString = !inString;
+  }
+  return texts;
+}
+
+// The text with the zero byte shown.
+std::string Shown(std::string text) {
+  const auto at = text.find('\0');
+  if (at != std::string::npos) text.replace(at, 1, "<zero>");
+  return text;
+}
+
+class ZeroBytes : public Program {};
+
+constexpr const char* kState =
+    R"({"cardsim": 1, "next_id": 3, "failures": {"vsl_open": {"code": 5, "text": "no"}}, "cards": [
+{"name": "card0", "id": 1, "device_path": "/dev/fct0", "serial_number": "FA1",
+ "current_errors": 256, "iom_state": 2, "volumes": [{"state": 1}]}]})";
+
+TEST_F(ZeroBytes, AreNotAcceptedInAStateFile) {
+  Spill(kState);
+  ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); }));
+  for (const std::string& text : WithZeroByte(kState)) {
+    Spill(text);
+    EXPECT_NE("no error", ErrorOf([this] { File().Cards(); })) << Shown(text);
+  }
+}
+
+constexpr const char* kScenario = R"({"title": "warm", "steps": [
+{"do": "set", "card": "card0", "what": "serial_number", "to": "FA2", "say": "new", "after_ms": 1},
+{"do": "fail", "what": "vsl_open", "text": "no"}]})";
+
+TEST_F(ZeroBytes, AreNotAcceptedInAScenario) {
+  CardSim::ParseScenario(kScenario);
+  for (const std::string& text : WithZeroByte(kScenario)) {
+    EXPECT_NE("no error", ErrorOf([&] { CardSim::ParseScenario(text); })) << Shown(text);
+  }
+}
+
+constexpr const char* kProfile = R"({"pci_device_id": "0x3003", "board_name": "large",
+"iom_state": 2, "volumes": [{"state": 0}]})";
+
+TEST_F(ZeroBytes, AreNotAcceptedInAProfile) {
+  const auto folder = m_Folder / "profiles";
+  std::filesystem::create_directory(folder);
+  setenv("CARDSIM_PROFILES", folder.c_str(), 1);
+  const auto adding = [&](const std::string& profile) {
+    std::ofstream(folder / "large.json") << profile;
+    return ErrorOf([this] { File().AddCard(std::string("large")); });
+  };
+  EXPECT_EQ("no error", adding(kProfile));
+  for (const std::string& text : WithZeroByte(kProfile)) {
+    EXPECT_NE("no error", adding(text)) << Shown(text);
+  }
+  unsetenv("CARDSIM_PROFILES");
+}
+
+}  // namespace
