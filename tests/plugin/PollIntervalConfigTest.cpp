@@ -60,6 +60,14 @@ constexpr IniCase INI_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Ini, PollIntervalConfig, testing::ValuesIn(INI_CASES),
                          [](const auto& each) { return each.param.name; });
 
+TEST(PollIntervalFile, IsReadToItsEndBeyondAZeroByte) {
+  SimulatedHost host;
+  host.AddCard();
+  host.WriteIni(std::string("PollInterval=30\0 40\n", 20));
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
+}
+
 TEST(PollIntervalFile, IsFifteenSecondsWithoutAFile) {
   SimulatedHost host;
   host.AddCard();
