@@ -1,5 +1,6 @@
 #!/usr/bin/env bats
-# A plug-in or card library that never returns: every command ends anyway.
+# A plug-in or card library that never returns, or a plug-in without its thread: every command ends
+# and says so.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -38,15 +39,27 @@ a1
   said set "  The command may still take effect; check with show."
 }
 
-@test "a card library that hangs ends the command with 7" {
-  rmdir "$CORVANE_SYSFS/bus/pci/devices"
-  cardsim sysfs "$CORVANE_SYSFS"
+# The card library waits for the lock of the cards as long as the command runs.
+with_hung_library() {
+  local sys="$BATS_TEST_TMPDIR/sys"
+  cardsim sysfs "$sys"
   exec 8>"$CARDSIM_STATE.lock"
   flock 8
-  keep library timeout 100 corvane-host list --timeout 1s
-  exec 8>&-
+  CORVANE_SYSFS="$sys" "$@"
+}
+
+@test "a card library that hangs ends the command with 7" {
+  with_hung_library keep library timeout 100 corvane-host list --timeout 1s
   ended library 7
   said library "corvane-host: the plug-in does not respond"
+}
+
+@test "every command has a default timeout for a card library that hangs" {
+  with_hung_library every library
+}
+
+@test "every command that loads the plug-in reports that it cannot poll the cards" {
+  every no-worker
 }
 
 @test "a wrong --timeout is refused by every command before the plug-in is loaded" {
