@@ -229,6 +229,13 @@ noise 3" "$(err verbose)"
   said full "corvane-host: cannot write the output: No space left on device"
 }
 
+@test "a full device fails every command in every form" {
+  export CORVANE_DATABASE="$BATS_TEST_TMPDIR/log.db"
+  keep none host events
+  enter "$CORVANE_DATABASE" "2026-11-19T23:59:59 3 10967 1 'BoardA (1)' 'Too hot.' S100 19038"
+  /usr/bin/python3 "$CORVANE_SOURCE/tests/console/full.py"
+}
+
 @test "a message has at most four lines" {
   local file
   for file in "$BATS_FILE_TMPDIR"/{deaf,damaged,missing,noobject,serials,version,locks,full}.err; do

@@ -1,0 +1,82 @@
+#!/usr/bin/python3
+"""Every command of corvane-host in every form, with standard output on a full device: each one fails
+and says why.
+
+The commands and forms come from the program's own help.
+"""
+
+import concurrent.futures
+import itertools
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+sys.dont_write_bytecode = True
+import commands  # noqa: E402
+
+FOLDER = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
+HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
+
+# Command: its arguments, where they differ from those that the synopsis requires.
+OVERRIDES = {
+    "attach": "a0 -y",
+    "detach": "a0 -y",
+    "online": "a0/d0 -y",
+    "offline": "a0/d0 -y",
+    "format": "a0/d0 --capacity 80 --dry-run",
+    "set": "plugin poll_interval=30",
+    "watch": "--for 1s",
+    "wait": "a0 attached",
+}
+
+PRINTS_NOTHING = {"serve"}
+
+FAILED, UNKNOWN = 1, 3
+TEXT = "corvane-host: cannot write the output: No space left on device\n"
+
+counter = itertools.count()
+
+
+def run(words):
+    # A machine for each, because some of them change the cards or the configuration.
+    place = FOLDER / str(next(counter))
+    (place / "config").mkdir(parents=True)
+    cards = place / "cards.json"
+    shutil.copy(os.environ["CARDSIM_STATE"], cards)
+    environment = dict(os.environ, CORVANE_CONFIG_DIR=str(place / "config"))
+    with open("/dev/full", "w") as full:
+        process = subprocess.run(
+            [HOST, f"--simulate={cards}", *words], stdin=subprocess.DEVNULL, stdout=full,
+            stderr=subprocess.PIPE, text=True, env=environment, timeout=200,
+        )
+    expected = UNKNOWN if words[0] == "check" else FAILED
+    if process.returncode != expected:
+        return f"exit code {process.returncode}, expected {expected}: {process.stderr}"
+    # Monitoring systems read only standard output and the exit code.
+    if words[0] == "check":
+        return None
+    return None if process.stderr.endswith(TEXT) else f"says: {process.stderr}"
+
+
+def main():
+    own_help = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
+    forms = commands.forms(own_help)
+    rows = []
+    for command, arguments in commands.arguments(own_help, OVERRIDES).items():
+        if command in PRINTS_NOTHING:
+            continue
+        arguments = arguments.replace("OBJ", "a0").replace("DRIVE", "a0/d0")
+        rows += [[command, *arguments.split(), "-o", form] for form in forms[command]]
+    failed = 0
+    with concurrent.futures.ThreadPoolExecutor(max_workers=8) as pool:
+        for row, problem in zip(rows, pool.map(run, rows)):
+            if problem:
+                failed += 1
+                print(f"{' '.join(row)}: {problem}")
+    print(f"{len(rows)} runs, {failed} failed")
+    sys.exit(failed != 0)
+
+
+main()
