@@ -57,13 +57,46 @@ nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }
 
 # killed SIGNAL NAME: sends the signal to a running simulation; its folder is removed.
 killed() {
-  stop_when "$1" "$TMPDIR" . "$2" corvane-host --simulate watch || true
+  # Programs that a shell starts in the background ignore SIGQUIT.
+  stop_when "$1" "$TMPDIR" . "$2" env --default-signal=QUIT corvane-host --simulate watch || true
   eventually nothing_is_left
 }
 
+# All signals that end a program, but for those that it handles, and one of the real-time signals.
+deadly() {
+  kill -l | tr -s ' \t' '\n' | sed -n 's/^SIG//p' |
+    grep -vxE '(INT|TERM|HUP|PIPE|CHLD|CONT|STOP|TSTP|TTIN|TTOU|URG|WINCH)|RTM.*[-+].*|RTMAX'
+}
+
 @test "a simulation that is killed leaves no folder" {
-  killed KILL kill
-  ended kill 137
+  local signal
+  ulimit -c 0
+  deadly | grep -qx QUIT
+  for signal in $(deadly); do
+    killed "$signal" "kill$signal"
+    # A sanitizer reports some of them, and exits.
+    [ -n "$CORVANE_SANITIZE" ] || ended "kill$signal" $((128 + $(kill -l "$signal")))
+  done
+}
+
+# has_child_outside PID: a child of this process has another session.
+has_child_outside() {
+  cat /proc/[0-9]*/stat 2>/dev/null | sed 's/.*) //' |
+    awk -v pid="$1" '$2 == pid && $4 != pid {found = 1} END {exit !found}'
+}
+
+# A terminal sends the signals of its keys to the whole group.
+@test "a simulation whose process group is killed leaves no folder" {
+  local signal pid
+  for signal in QUIT KILL; do
+    setsid env --default-signal=QUIT corvane-host --simulate watch >/dev/null 2>&1 3>&- &
+    pid=$!
+    # The process that removes the folder.
+    eventually has_child_outside "$pid"
+    kill "-$signal" -- "-$pid"
+    wait "$pid" || true
+    eventually nothing_is_left
+  done
 }
 
 @test "a simulation that is stopped leaves no folder" {
