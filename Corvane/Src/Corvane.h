@@ -219,7 +219,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   };
   // One pass of the worker: a quick poll, or a full scan when one is due or the quick poll has seen
   // a change. Takes both locks for the scan, and releases them before it notifies the host. Without
-  // a lock the pass is given up; a scan that was due stays due.
+  // the data lock the pass is given up; without the events lock its scan becomes due.
   void Poll(PollState& state);
   // Whether the masks or the state of any card differ from its record. A card that cannot be opened
   // counts as unchanged.
