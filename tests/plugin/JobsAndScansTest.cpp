@@ -135,6 +135,16 @@ TEST_F(JobsAndScans, AnAttachedCardInADetachJobStaysAttached) {
   EXPECT_EQ(Shown(FIRST), "40024 40102: 40393");
 }
 
+TEST_F(JobsAndScans, ACardWithoutAStateIsNotShownAsDetaching) {
+  StartWith({"2"});
+  HeldCall held("vsl_op_start");
+  EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
+  held.AwaitArrival();
+  m_Host.Cards().MakeAbsent("card0", "iom_state");
+  Pass(SOME_SCANS_MS);
+  EXPECT_EQ(Shown(FIRST), "40095 40102: none");
+}
+
 // A job that reaches its first step after another job has taken over its slot and ended. Its device
 // is stored, but the thread that owns the slot has exited.
 struct LostSlot {

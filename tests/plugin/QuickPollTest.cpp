@@ -447,6 +447,34 @@ TEST_F(QuickPollDuringAJob, AJobDoesNotCorrectAnotherCard) {
   EXPECT_EQ(Reasons(SECOND), "[ATTACHED]");
 }
 
+class EachDetachJob : public QuickPollDuringAJob,
+                      public testing::WithParamInterface<std::uint32_t> {};
+
+TEST_P(EachDetachJob, DoesNotCorrectAnotherCard) {
+  AddCards(2);
+  Set("card1", "iom_state", "3");
+  StartWatch();
+  StartHeld(FIRST, GetParam());
+  EXPECT_TRUE(PollScans());  // the job's own card
+  Set("card1", "iom_state", "0");
+  EXPECT_TRUE(PollScans());
+  EXPECT_EQ(Reasons(SECOND), "[DETACHED]");
+}
+
+TEST_P(EachDetachJob, DoesNotCorrectAMissingState) {
+  AddCards(1);
+  StartWatch();
+  StartHeld(FIRST, GetParam());
+  EXPECT_TRUE(PollScans());  // for the state detaching
+  m_Host.Cards().MakeAbsent("card0", "iom_state");
+  EXPECT_TRUE(PollScans());
+  EXPECT_EQ(Status(FIRST), "FAILED");
+  EXPECT_FALSE(PollScans());
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, EachDetachJob,
+                         testing::Values(PI::OP_DETACH, PI::OP_FORCE_DETACH));
+
 TEST_F(QuickPollDuringAJob, AnEndedJobDoesNotCorrect) {
   AddCards(1);
   Set("card0", "iom_state", "0");
