@@ -114,6 +114,26 @@ TEST_F(Notification, IsSentAfterAFailedScanWithAQueuedEvent) {
   EXPECT_THAT(Notifications(), ElementsAre(15024U));
 }
 
+// The worker has already seen that the queue is empty. Its next scan notifies the host.
+TEST_F(Notification, IsNotSentForAnEventThatIsQueuedAfterTheScan) {
+  AddCards(1);
+  Set("card0", "iom_state", "0");
+  StartWatch();
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  HeldCall job("vsl_iom_attach_create");
+  ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
+  job.AwaitArrival();
+  HeldTrace scan("After m_EventsLock.Release ()");
+  scan.AwaitArrival();
+  job.LetGo();
+  Pass(10);
+  scan.LetGo();
+  Settle();
+  EXPECT_THAT(Notifications(), IsEmpty());
+  PassMs(16000);
+  EXPECT_THAT(Notifications(), SizeIs(1));
+}
+
 TEST_F(Notification, IsSentAtOnceWithoutAPollWhenThePollIntervalIsSet) {
   AddCards(1);
   StartWatch();
