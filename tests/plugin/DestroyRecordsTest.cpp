@@ -1,5 +1,5 @@
-// The error record passed when a handle is destroyed: a scan passes one, requests and jobs pass
-// none.
+// The error record passed when a handle is destroyed: scans and quick polls pass one, requests
+// and jobs pass none.
 
 #include <gmock/gmock.h>
 
@@ -29,6 +29,23 @@ TEST(DestroyRecords, AreGivenByAScanOfACardThatCannotBeOpened) {
   DestroyWatch watch;
   CardSim::FailCall("vsl_open", 1, 5, "no");
   ASSERT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
+  EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
+}
+
+TEST(DestroyRecords, AreGivenByAQuickPoll) {
+  OneCard host;
+  ASSERT_EQ(host.Start(), 0U);
+  DestroyWatch watch;
+  Pass(5100);
+  EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
+}
+
+TEST(DestroyRecords, AreGivenByAQuickPollOfACardThatCannotBeOpened) {
+  OneCard host;
+  ASSERT_EQ(host.Start(), 0U);
+  DestroyWatch watch;
+  CardSim::FailCall("vsl_open", 1, 5, "no");
+  Pass(5100);
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
