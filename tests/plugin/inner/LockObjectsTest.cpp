@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <vector>
 
+#include "hostkit/Tracing.h"
 #include "tests/plugin/inner/Opened.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/SimulatedHost.h"
@@ -100,6 +102,58 @@ TEST_F(LockObjects, IsUndoneByAScanThatCallsTheHost) {
   m_Host.Cards().Set("card0", "board_name", "Other");
   Pass(5000);
   EXPECT_EQ(Marks(), "-------");
+}
+
+// The marks are gone before other threads can take the lock.
+TEST_F(LockObjects, IsUndoneByAScanBeforeTheDataLockIsReleased) {
+  EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
+  Pass(1);
+  EXPECT_EQ(Lock(-1, -1), 0U);
+  m_Host.Cards().Set("card0", "board_name", "Other");
+  bool scanned = false;
+  std::vector<bool> locked;
+  HostKit::SetTraceSink([&](const HostKit::TraceLine& line) {
+    if (line.text == "Worker() after bscan") scanned = true;
+    if (scanned && line.text == "Before m_DataLock.Release ()") {
+      locked.push_back(PluginObject().m_Locked);
+    }
+  });
+  Pass(2500);
+  HostKit::SetTraceSink({});
+  EXPECT_THAT(locked, ElementsAre(false));
+}
+
+// Marks of a failed scan, which changes no records: only a notification removes them.
+class LockObjectsInAFailedScan : public LockObjects {
+ protected:
+  // The marks at each notification.
+  std::vector<std::string> MarksAtNotifications() {
+    std::vector<std::string> marks;
+    m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) { marks.push_back(Marks()); };
+    CardSim::FailCall("vsl_open", 1, 62, "not now", 1000);
+    m_Host.ForgetTraces();
+    Pass(3000);
+    EXPECT_THAT(m_Host.Traces(16), testing::Contains("After ScanSystem() ret = 20003").Times(1));
+    m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
+    return marks;
+  }
+};
+
+TEST_F(LockObjectsInAFailedScan, IsKeptWithoutAnEvent) {
+  EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
+  Pass(1);
+  EXPECT_EQ(Lock(-1, -1), 0U);
+  EXPECT_THAT(MarksAtNotifications(), testing::IsEmpty());
+  EXPECT_EQ(Marks(), "LLLLLLL");
+}
+
+TEST_F(LockObjectsInAFailedScan, IsUndoneWithAQueuedEvent) {
+  EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  EXPECT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_ATTACH), 0U);
+  Pass(1);
+  EXPECT_EQ(Lock(-1, -1), 0U);
+  EXPECT_THAT(MarksAtNotifications(), ElementsAre("-------"));
 }
 
 }  // namespace

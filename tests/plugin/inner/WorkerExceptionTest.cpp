@@ -1,0 +1,49 @@
+// An exception of the host's callback on the worker's thread. It would end the process there, so
+// the test runs the worker on its own thread.
+
+#include <gtest/gtest.h>
+
+#include <boost/function.hpp>
+#include <stdexcept>
+
+#include "hostkit/Tracing.h"
+#include "tests/plugin/inner/Opened.h"
+#include "tests/support/OneCard.h"
+
+namespace CorvaneTest {
+namespace {
+
+using MBX::Threading::CEvent;
+
+OPEN_MEMBER(WorkerMember, Worker, unsigned int (Plugin::*)());
+OPEN_MEMBER(StopRequestMember, m_StopRequest, CEvent Plugin::*);
+OPEN_MEMBER(PrivateEventMember, m_PrivateEvent, CEvent Plugin::*);
+
+class WorkerException : public testing::Test {
+ protected:
+  // The next wait of the worker is for the host, and the one after it ends the worker.
+  void SetUp() override {
+    ASSERT_EQ(m_Host.Initialize(), 0U);
+    (ThePlugin().*Open(PrivateEventMember())).Set();
+    HostKit::SetTraceSink([](const HostKit::TraceLine& line) {
+      if (line.text != "Worker() m_PrivateEvent event received") return;
+      (ThePlugin().*Open(StopRequestMember())).Set();
+    });
+  }
+  static unsigned int Run() { return (ThePlugin().*Open(WorkerMember()))(); }
+
+  OneCard m_Host;
+};
+
+TEST_F(WorkerException, OfTheHostIsNotCaught) {
+  m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) { throw std::logic_error("from the host"); };
+  EXPECT_THROW(Run(), std::logic_error);
+}
+
+TEST_F(WorkerException, IsThrownIfTheHostHasSetNoCallback) {
+  m_Host.Plugin()->m_HostNotify.clear();
+  EXPECT_THROW(Run(), boost::bad_function_call);
+}
+
+}  // namespace
+}  // namespace CorvaneTest
