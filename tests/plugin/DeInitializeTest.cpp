@@ -113,6 +113,15 @@ TEST_F(DeInitialize, KeepsTheObjects) {
   EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::SERIAL_NUMBER), "FA00000001");
 }
 
+TEST_F(DeInitialize, KeepsTheEvents) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  ASSERT_EQ(Attach(), 0U);
+  AwaitJobs();
+  m_Host.DeInitialize();
+  EXPECT_EQ(m_Host.CollectEvents().size(), 1U);
+}
+
 TEST_F(DeInitialize, ASecondCallStopsTheLibraryAgain) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
@@ -191,6 +200,16 @@ constexpr FailedStart FAILED_STARTS[] = {
 
 INSTANTIATE_TEST_SUITE_P(Start, DeInitializeAfterFailure, testing::ValuesIn(FAILED_STARTS),
                          [](const auto& each) { return each.param.name; });
+
+TEST_F(DeInitialize, DoesNotCallALibraryThatCouldNotBeStartedAgain) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  m_Host.DeInitialize();
+  m_Host.ForgetCalls();
+  CardSim::FailCall("vsl_init", 1, 5, "no");
+  ASSERT_EQ(m_Host.Initialize(), Number::ERR_API_INITIALIZATION_FAILED);
+  EXPECT_EQ(m_Host.DeInitialize(), 0U);
+  EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_init"));
+}
 
 TEST_F(DeInitialize, ChecksForAJobEveryHalfSecond) {
   ASSERT_EQ(m_Host.Initialize(), 0U);

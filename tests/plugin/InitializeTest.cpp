@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "hostkit/Inspect.h"
@@ -53,11 +54,18 @@ struct InitFailure {
   const char* name;
   void (*fail)(std::size_t);
   std::size_t ordinal;
-  std::size_t usableEvents;  // events created before it
+  std::size_t usableLocks;  // locks and events created before it
+  std::size_t usableEvents;
 };
 
 void PrintTo(const InitFailure& each, std::ostream* stream) {
   *stream << each.name;
+}
+
+template <class View>
+std::size_t Usable(const std::vector<View>& views) {
+  return static_cast<std::size_t>(
+      std::count_if(views.begin(), views.end(), [](const View& each) { return each.initialized; }));
 }
 
 class InitializeWithoutLock : public testing::TestWithParam<InitFailure> {};
@@ -74,17 +82,16 @@ TEST_P(InitializeWithoutLock, FailsImmediatelyAndTracesItsName) {
   EXPECT_THAT(LeveledTraces(host),
               ElementsAre(std::string("2 LEAVE Initialize() ") + GetParam().name +
                           ".Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED 20011"));
-  std::size_t usable = 0;
-  for (const HostKit::EventView& event : HostKit::Events()) usable += event.initialized ? 1 : 0;
-  EXPECT_EQ(usable, GetParam().usableEvents);
+  EXPECT_EQ(Usable(HostKit::Locks()), GetParam().usableLocks);
+  EXPECT_EQ(Usable(HostKit::Events()), GetParam().usableEvents);
 }
 
 constexpr InitFailure INIT_FAILURES[] = {
-    {"m_DataLock", HostKit::FailLockInit, 1, 0},
-    {"m_PrivateEventsLock", HostKit::FailLockInit, 2, 0},
-    {"m_ForceWorker", HostKit::FailEventInit, 1, 0},
-    {"m_StopRequest", HostKit::FailEventInit, 2, 1},
-    {"m_PrivateEvent", HostKit::FailEventInit, 3, 2},
+    {"m_DataLock", HostKit::FailLockInit, 1, 0, 0},
+    {"m_PrivateEventsLock", HostKit::FailLockInit, 2, 1, 0},
+    {"m_ForceWorker", HostKit::FailEventInit, 1, 2, 0},
+    {"m_StopRequest", HostKit::FailEventInit, 2, 2, 1},
+    {"m_PrivateEvent", HostKit::FailEventInit, 3, 2, 2},
 };
 
 INSTANTIATE_TEST_SUITE_P(Step, InitializeWithoutLock, testing::ValuesIn(INIT_FAILURES),

@@ -106,6 +106,15 @@ TEST_F(SetAdapterIDs, ASecondCallAppendsToTheFirst) {
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
 }
 
+TEST_F(SetAdapterIDs, ACallAfterAStopAppendsToTheFirstToo) {
+  ASSERT_EQ(m_Card.Scan(), 0U);
+  EXPECT_EQ(Give({Entry(5)}), 0U);
+  EXPECT_EQ(m_Card.Host().DeInitialize(), 0U);
+  EXPECT_EQ(Give({Entry(6)}), 0U);
+  EXPECT_EQ(WorkersStarted(), 2);  // the second one has ended by then
+  EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
+}
+
 TEST_F(SetAdapterIDs, ASecondCallNamesTheRemainingAdapters) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Give({Entry(-1)}), 0U);
