@@ -1,27 +1,19 @@
 // Widths and order of the fields of the host's records, which must match between a plug-in and a
 // host that are built separately.
-#include <array>
 #include <cstddef>
 #include <type_traits>
 
 #include "host/PluginInterface.h"
+#include "tests/support/FieldOrder.h"
 
 // Records with virtual members have no standard layout, but both compilers support their offsets.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace {
 
+using CorvaneTest::Rise;
 using Ids = std::vector<std::uint64_t>;
 using Properties = std::vector<PI::CProperty>;
-
-template <class... Offsets>
-constexpr bool Rise(Offsets... offsets) {
-  const std::array<std::size_t, sizeof...(offsets)> all{offsets...};
-  for (std::size_t i = 1; i < all.size(); ++i) {
-    if (all[i - 1] >= all[i]) return false;
-  }
-  return true;
-}
 
 // A record begins with the pointer to its virtual members, followed by its first field.
 template <class Record>

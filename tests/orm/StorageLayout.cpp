@@ -1,0 +1,88 @@
+// Order and types of what the host fills in: the storage, its tables and the maps of the row types.
+// They must match between a plug-in and a host that are built separately.
+#include <cstddef>
+#include <type_traits>
+
+#include "models/Plugin.h"
+#include "orm/storage.h"
+#include "tests/support/FieldOrder.h"
+
+// Records with virtual members have no standard layout, but both compilers support their offsets.
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+
+namespace {
+
+using namespace RaidDataModels;
+using namespace DatabaseORM;
+using CorvaneTest::Rise;
+
+using Row = Plugin;
+
+#define AT(field) offsetof(Record, field)
+#define IS(field, ...) static_assert(std::is_same_v<decltype(Record::field), __VA_ARGS__>)
+
+struct StorageLayout {
+  using Record = storage_t;
+  IS(useAlias, bool);
+  IS(dao, std::shared_ptr<DatabaseWrapper::DatabaseDAO>);
+  IS(tables, std::vector<std::shared_ptr<tableBase_t>>);
+  IS(modelMaps, std::vector<std::shared_ptr<dbModelFieldsMapBase>>);
+  static_assert(Rise(AT(useAlias), AT(dao), AT(tables), AT(modelMaps)));
+  static_assert(AT(useAlias) == 0);
+};
+
+template <class Field>
+using Fields = std::vector<dbModelField<Row, Field>>;
+
+struct MapLayout {
+  using Record = dbModelFieldsMap<Row>;
+  IS(alias, std::string);
+  IS(columnCount, std::int32_t);
+  IS(intFields, Fields<int>);
+  IS(ulongFields, Fields<unsigned long>);
+  IS(stringFields, Fields<std::string>);
+  IS(listFields, Fields<std::vector<std::string>>);
+  IS(doubleFields, Fields<double>);
+  static_assert(Rise(AT(alias), AT(columnCount), AT(intFields), AT(ulongFields), AT(stringFields),
+                     AT(listFields), AT(doubleFields)));
+  static_assert(AT(alias) == sizeof(dbModelFieldsMapBase));
+  static_assert(std::is_base_of_v<dbModelFieldsMapBase, Record>);
+  static_assert(std::is_base_of_v<Singleton<Record>, Record>);
+};
+
+struct FieldLayout {
+  using Record = dbModelField<Row, std::string>;
+  IS(member, std::string Row::*);
+  IS(name, std::string);
+  IS(index, std::int32_t);
+  static_assert(Rise(AT(member), AT(name), AT(index)));
+  static_assert(AT(member) == 0);
+};
+
+struct TableLayout {
+  using Record = table_t<Row>;
+  IS(foreignKeys, bool);
+  IS(name, std::string);
+  IS(columns, std::vector<std::shared_ptr<column_t<Row>>>);
+  static_assert(Rise(AT(foreignKeys), AT(name), AT(columns)));
+  static_assert(AT(foreignKeys) == sizeof(tableBase_t));
+  static_assert(std::is_base_of_v<tableBase_t, Record>);
+};
+
+struct ColumnLayout {
+  using Record = column_t<Row>;
+  IS(autoIncrement, bool);
+  static_assert(sizeof(Record::kind) == 4);
+  static_assert(string_column == 0 && list_column == 1 && int_column == 2 && ulong_column == 3 &&
+                double_column == 4);
+};
+
+// The bases have nothing but their virtual members.
+template <class Base>
+constexpr bool IsEmpty() {
+  return std::is_polymorphic_v<Base> && sizeof(Base) == sizeof(void*);
+}
+
+static_assert(IsEmpty<dbModelFieldsMapBase>() && IsEmpty<tableBase_t>());
+
+}  // namespace
