@@ -17,8 +17,8 @@ namespace {
 
 using boost::filesystem::path;
 
-// A life is identified by a random number.
-std::int64_t DrawLife() {
+// A run is identified by a random number.
+std::int64_t DrawRunNumber() {
   try {
     std::random_device device;
     return std::uniform_int_distribution<std::int64_t>(1)(device);
@@ -48,7 +48,7 @@ void TryToOpen(HostDatabase& database) {
 }  // namespace
 
 HostDatabase::HostDatabase() {
-  BeginLife();
+  BeginRun();
 }
 
 HostDatabase::~HostDatabase() = default;
@@ -71,16 +71,16 @@ void HostDatabase::OpenRows() {
 
 void HostDatabase::Reopen() {
   const Base::CancellationGuard guard;
-  const MutexLock lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   CloseFile();
   m_pRows.reset();
   m_RowsLock.Release();
-  BeginLife();
+  BeginRun();
 }
 
-void HostDatabase::BeginLife() {
+void HostDatabase::BeginRun() {
   m_File = FileOfEnvironment();
-  m_Life = DrawLife();
+  m_RunNumber = DrawRunNumber();
 }
 
 bool HostDatabase::IsInMemory() const {
@@ -114,7 +114,7 @@ Connection& HostDatabase::RowsConnection() {
 }
 
 void HostDatabase::PutRowsIntoFile(Connection& own) {
-  PrepareRowTables(own, m_Life, m_pRows.get());
+  PrepareRowTables(own, m_RunNumber, m_pRows.get());
   auto rows = std::make_unique<Connection>(own.File(), Access::AnotherToWrite);
   rows->Confine();
   m_pRows = std::move(rows);
@@ -123,7 +123,7 @@ void HostDatabase::PutRowsIntoFile(Connection& own) {
 
 void HostDatabase::KeepRowsInMemory() {
   auto rows = std::make_unique<Connection>(":memory:");
-  PrepareRowTables(*rows, m_Life, nullptr);
+  PrepareRowTables(*rows, m_RunNumber, nullptr);
   rows->Confine();
   m_pRows = std::move(rows);
 }

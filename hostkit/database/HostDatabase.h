@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "base/CancellationGuard.h"
+#include "base/Mutex.h"
 #include "host/Database.h"
 #include "hostkit/database/Connection.h"
 #include "hostkit/database/RowsLock.h"
-#include "hostkit/toolkit/Mutex.h"
 
 namespace HostKit {
 
@@ -29,10 +29,10 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   // For plug-ins. Throws `DBEXCEPTION::DatabaseException` and nothing else.
   std::vector<std::string> query(std::string sql) override;
 
-  // Opens the file, which clears the rows of an earlier life. Throws `SqliteError`.
+  // Opens the file, which clears the rows of an earlier run. Throws `SqliteError`.
   void OpenRows();
 
-  // Starts a new life with the file that the environment names now.
+  // Starts a new run with the file that the environment names now.
   void Reopen();
 
   // Runs `use` with the connection for the host's own tables, with the lock held and a cancellation
@@ -52,7 +52,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
       if (!error.MayLackOnlyWriting()) throw;
     }
     const Base::CancellationGuard guard;
-    const MutexLock lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     Connection connection(m_File, Access::Read);
     return use(connection);
   }
@@ -61,7 +61,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   template <class Work>
   auto RunLocked(Work work) {
     const Base::CancellationGuard guard;
-    const MutexLock lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     try {
       return work();
     } catch (const SqliteError& error) {
@@ -73,7 +73,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
     }
   }
 
-  void BeginLife() HOST_REQUIRES(m_Lock);
+  void BeginRun() HOST_REQUIRES(m_Lock);
   bool IsInMemory() const HOST_REQUIRES(m_Lock);
   Connection& OwnConnection() HOST_REQUIRES(m_Lock);
   Connection& RowsConnection() HOST_REQUIRES(m_Lock);
@@ -83,9 +83,9 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   void CloseFile() HOST_REQUIRES(m_Lock);
   void CloseRowsInFile() HOST_REQUIRES(m_Lock);
 
-  Mutex m_Lock;
+  Base::Mutex m_Lock;
   boost::filesystem::path m_File HOST_GUARDED_BY(m_Lock);
-  std::int64_t m_Life HOST_GUARDED_BY(m_Lock) = 0;
+  std::int64_t m_RunNumber HOST_GUARDED_BY(m_Lock) = 0;
   RowsLock m_RowsLock HOST_GUARDED_BY(m_Lock);  // destroyed after the connections
   std::unique_ptr<Connection> m_pOwn HOST_GUARDED_BY(m_Lock);
   bool m_RowsAreInFile HOST_GUARDED_BY(m_Lock) = false;

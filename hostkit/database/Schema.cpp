@@ -28,7 +28,7 @@ constexpr const char* kCountingTrigger =
     "INSERT INTO host_event_counts VALUES (new.event_id, new.severity, 1) "
     "ON CONFLICT DO UPDATE SET count = count + 1; END";
 
-const TableShape kLifeTable = {
+const TableShape kRunTable = {
     "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
 
 // In earlier versions a card's text could add triggers, which would run in this host too, indexes
@@ -40,7 +40,7 @@ constexpr const char* kStrangeToLog =
     "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE) "
     "OR type = 'index' AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE";
 // Rows have no triggers or indexes. A table with other columns was created by another version of
-// the host, and its rows belong to another life.
+// the host, and its rows belong to another run.
 constexpr const char* kStrangeToRows =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE "
@@ -105,9 +105,9 @@ void MakeRowTable(Connection& connection, const TableShape& shape) {
   if (SqlOf(connection, shape.m_Name).empty()) connection.Run(shape.m_Sql);
 }
 
-bool IsOfLife(Connection& connection, std::int64_t life) {
+bool IsOfRun(Connection& connection, std::int64_t run) {
   Statement statement = connection.Prepare("SELECT 1 FROM host_life WHERE number = ?");
-  return statement.Bind(life).Step();
+  return statement.Bind(run).Step();
 }
 
 void CopyRows(Connection& source, Connection& target, const TableShape& shape) {
@@ -121,14 +121,14 @@ void CopyRows(Connection& source, Connection& target, const TableShape& shape) {
   }
 }
 
-void BeginLife(Connection& connection, std::int64_t life, Connection* pSource) {
+void BeginRun(Connection& connection, std::int64_t run, Connection* pSource) {
   for (const TableShape& shape : RowTables()) {
     connection.Run("DELETE FROM " + shape.m_Name);
     if (pSource != nullptr) CopyRows(*pSource, connection, shape);
   }
   connection.Run("DELETE FROM host_life");
   Statement statement = connection.Prepare("INSERT INTO host_life VALUES (?)");
-  statement.Bind(life).Step();
+  statement.Bind(run).Step();
 }
 
 template <class Work>
@@ -157,11 +157,11 @@ void PrepareOwnTables(Connection& connection) {
   });
 }
 
-void PrepareRowTables(Connection& connection, std::int64_t life, Connection* pSource) {
+void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSource) {
   InTransaction(connection, [&] {
-    MakeRowTable(connection, kLifeTable);
+    MakeRowTable(connection, kRunTable);
     for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
-    if (!IsOfLife(connection, life)) BeginLife(connection, life, pSource);
+    if (!IsOfRun(connection, run)) BeginRun(connection, run, pSource);
   });
 }
 

@@ -10,9 +10,9 @@ namespace HostKit {
 // Creates the host's own tables if they are missing. Atomic. Throws `SqliteError`.
 void PrepareOwnTables(Connection& connection);
 
-// Creates the tables for the rows of plug-ins if they are missing. The rows belong to one life of
-// the host: unless they were written in the life with this number, they are replaced by those of
+// Creates the tables for the rows of plug-ins if they are missing. The rows belong to one run of
+// the host: unless they were written in the run with this number, they are replaced by those of
 // `pSource`, or cleared if it is null. Atomic. Throws `SqliteError`.
-void PrepareRowTables(Connection& connection, std::int64_t life, Connection* pSource);
+void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSource);
 
 }  // namespace HostKit

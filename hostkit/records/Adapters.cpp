@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "base/Mutex.h"
 #include "host/PluginInterface.h"
-#include "hostkit/toolkit/Mutex.h"
 
 namespace PI {
 
@@ -21,7 +21,7 @@ namespace {
 using Place = std::tuple<std::string, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>;
 
 struct Numbering {
-  HostKit::Mutex lock;
+  Base::Mutex lock;
   std::map<Place, std::int32_t> given HOST_GUARDED_BY(lock);
   std::int32_t last HOST_GUARDED_BY(lock) = 0;
 };
@@ -60,7 +60,7 @@ CGlobalAdapterID::~CGlobalAdapterID() = default;
 
 void CGlobalAdapterID::GenerateUniqueAdapterNumber() {
   Numbering& numbering = TheNumbering();
-  const HostKit::MutexLock guard(numbering.lock);
+  const Base::MutexLock guard(numbering.lock);
   m_GlobalNumber =
       NumberOfPlace(numbering, Place(m_HostName, m_Segment, m_Bus, m_Device, m_Function));
   auto& numbersOfHost = AllHostsAdaptersUniqueIDs[m_HostName];

@@ -31,18 +31,18 @@ Modules& Modules::Get() {
 }
 
 void Modules::Add(MBX::Misc::CModuleInfo& module) {
-  const MutexLock lock(m_Mutex);
+  const Base::MutexLock lock(m_Mutex);
   m_Loaded.push_back(&module);
   module.m_TraceMask = m_TraceMask;
 }
 
 void Modules::Remove(MBX::Misc::CModuleInfo& module) {
-  const MutexLock lock(m_Mutex);
+  const Base::MutexLock lock(m_Mutex);
   m_Loaded.erase(std::find(m_Loaded.begin(), m_Loaded.end(), &module));
 }
 
 void Modules::SetTraceMask(std::uint32_t mask) {
-  const MutexLock lock(m_Mutex);
+  const Base::MutexLock lock(m_Mutex);
   m_TraceMask = mask;
   for (MBX::Misc::CModuleInfo* module : m_Loaded) module->m_TraceMask = mask;
 }

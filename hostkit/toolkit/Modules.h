@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "host/Toolkit.h"
-#include "hostkit/toolkit/Mutex.h"
 
 namespace HostKit {
 
@@ -27,7 +27,7 @@ class Modules {
  private:
   Modules();
 
-  Mutex m_Mutex;
+  Base::Mutex m_Mutex;
   std::vector<MBX::Misc::CModuleInfo*> m_Loaded HOST_GUARDED_BY(m_Mutex);
   std::uint32_t m_TraceMask HOST_GUARDED_BY(m_Mutex);
 };

@@ -56,13 +56,13 @@ class Unlocked {
 }  // namespace
 
 void WakeSignal::Await(MonitorLock&) {
-  pthread_cond_wait(&m_Condition, g_Monitor.NativeHandle());
+  pthread_cond_wait(&m_Condition, g_Monitor.Native().native_handle());
 }
 
 void WakeSignal::AwaitUntil(MonitorLock&, std::int64_t deadlineNs) {
   constexpr std::int64_t nsPerSecond = 1'000'000'000;
   const timespec until{deadlineNs / nsPerSecond, deadlineNs % nsPerSecond};
-  pthread_cond_clockwait(&m_Condition, g_Monitor.NativeHandle(), CLOCK_MONOTONIC, &until);
+  pthread_cond_clockwait(&m_Condition, g_Monitor.Native().native_handle(), CLOCK_MONOTONIC, &until);
 }
 
 void WaitScheduler::CancelHere(ThreadRecord& self) {

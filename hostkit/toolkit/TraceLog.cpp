@@ -107,14 +107,14 @@ class TraceLog {
   }
 
   void SetSink(std::function<void(const TraceLine&)> sink) {
-    const MutexLock lock(m_Mutex);
+    const Base::MutexLock lock(m_Mutex);
     m_Sink = std::move(sink);
   }
 
   bool SetFile(const std::string& path) {
     auto log = path.empty() ? LogToStandardError() : LogToFile(path);
     if (!log) return false;
-    const MutexLock lock(m_Mutex);
+    const Base::MutexLock lock(m_Mutex);
     m_Log = std::move(log);
     return true;
   }
@@ -124,7 +124,7 @@ class TraceLog {
  private:
   TraceLog() : m_Log(LogOfEnvironment()) {}
 
-  Mutex m_Mutex;
+  Base::Mutex m_Mutex;
   std::function<void(const TraceLine&)> m_Sink HOST_GUARDED_BY(m_Mutex);
   std::unique_ptr<spdlog::logger> m_Log HOST_GUARDED_BY(m_Mutex);
 };
@@ -145,7 +145,7 @@ class Pin {
 
 void TraceLog::Write(const TraceLine& line) {
   const Pin pin;
-  const MutexLock lock(m_Mutex);
+  const Base::MutexLock lock(m_Mutex);
   if (m_Sink) {
     m_Sink(line);
     return;

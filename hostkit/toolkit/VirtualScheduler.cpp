@@ -56,7 +56,7 @@ bool VirtualScheduler::JumpToDeadline() {
   return true;
 }
 
-// A thread that the kit does not know counts from its wake-up until it continues.
+// A thread that the kit does not know counts as running from its wake-up until it continues.
 bool VirtualScheduler::AnyThreadCanRun() const {
   const auto& known = Monitor::Get().Known();
   const auto& sleepers = Monitor::Get().Sleepers();

@@ -8,7 +8,7 @@
 #include <limits>
 #include <string>
 
-#include "hostkit/toolkit/Mutex.h"
+#include "base/Mutex.h"
 
 namespace HostKit {
 
@@ -17,12 +17,12 @@ constexpr std::int64_t kAtOnce = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
 // The mutex of the monitor, which guards all that the kit knows of threads and their waits.
-inline Mutex g_Monitor;
+inline Base::Mutex g_Monitor;
 
 // Holds that mutex. A function that takes one is called with it held.
-class HOST_SCOPED_CAPABILITY MonitorLock : public MutexLock {
+class HOST_SCOPED_CAPABILITY MonitorLock : public Base::MutexLock {
  public:
-  MonitorLock() HOST_ACQUIRE(g_Monitor) : MutexLock(g_Monitor) {}
+  MonitorLock() HOST_ACQUIRE(g_Monitor) : Base::MutexLock(g_Monitor) {}
   ~MonitorLock() HOST_RELEASE() {}
 };
 
