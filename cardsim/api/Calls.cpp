@@ -2,10 +2,10 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <utility>
 
+#include "base/Mutex.h"
 #include "cardsim/api/Refusal.h"
 #include "cardsim/store/FunctionNames.h"
 
@@ -21,11 +21,11 @@ struct RequestedFailure {
 
 struct CallWatch {
   std::atomic<bool> active{false};
-  std::mutex mutex;
-  bool logging = false;
-  std::vector<Call> log;
-  Hook hook;
-  std::vector<RequestedFailure> failures;
+  Base::Mutex mutex;
+  bool logging HOST_GUARDED_BY(mutex) = false;
+  std::vector<Call> log HOST_GUARDED_BY(mutex);
+  Hook hook HOST_GUARDED_BY(mutex);
+  std::vector<RequestedFailure> failures HOST_GUARDED_BY(mutex);
 };
 
 CallWatch& TheCallWatch() {
@@ -60,14 +60,14 @@ bool IsWatched() {
 
 Hook LogCall(const Call& call) {
   CallWatch& watch = TheCallWatch();
-  const std::lock_guard<std::mutex> lock(watch.mutex);
+  const Base::MutexLock lock(watch.mutex);
   if (watch.logging) watch.log.push_back(call);
   return watch.hook;
 }
 
 void ThrowIfRequestedToFail(const std::string& function) {
   CallWatch& watch = TheCallWatch();
-  const std::lock_guard<std::mutex> lock(watch.mutex);
+  const Base::MutexLock lock(watch.mutex);
   const Refusal* hit = nullptr;
   // Every request counts every call, so that two requests do not shift each other.
   for (RequestedFailure& request : watch.failures) {
@@ -79,7 +79,7 @@ void ThrowIfRequestedToFail(const std::string& function) {
 
 void ResetCalls() {
   CallWatch& watch = TheCallWatch();
-  const std::lock_guard<std::mutex> lock(watch.mutex);
+  const Base::MutexLock lock(watch.mutex);
   watch.logging = true;
   watch.log.clear();
   watch.hook.reset();
@@ -89,7 +89,7 @@ void ResetCalls() {
 
 std::vector<Call> CallLog() {
   CallWatch& watch = TheCallWatch();
-  const std::lock_guard<std::mutex> lock(watch.mutex);
+  const Base::MutexLock lock(watch.mutex);
   return watch.log;
 }
 
@@ -105,14 +105,14 @@ void FailCall(const std::string& function, unsigned int nth, std::uint64_t code,
   if (nth == 0) throw std::runtime_error("calls are numbered from 1");
   if (code == 0) throw std::runtime_error("the code must not be 0, which means success");
   CallWatch& watch = TheCallWatch();
-  const std::lock_guard<std::mutex> lock(watch.mutex);
+  const Base::MutexLock lock(watch.mutex);
   watch.failures.push_back({function, nth - 1, times, {code, text}});
   watch.active.store(true, std::memory_order_release);
 }
 
 void SetHook(std::function<void(const Call&)> hook) {
   CallWatch& watch = TheCallWatch();
-  const std::lock_guard<std::mutex> lock(watch.mutex);
+  const Base::MutexLock lock(watch.mutex);
   watch.hook.reset();
   if (hook) watch.hook = std::make_shared<std::function<void(const Call&)>>(std::move(hook));
   watch.active.store(true, std::memory_order_release);

@@ -27,7 +27,7 @@ std::uint64_t Percentage(std::uint64_t part, std::uint64_t whole) {
   return static_cast<std::uint64_t>(std::min(percent, 255.0L));
 }
 
-void ShowSize(Handle& handle) {
+void ShowSize(Handle& handle) HOST_REQUIRES(g_LibraryLock) {
   Card shown = *handle.card;
   const JobPlan& plan = handle.plan;
   Replace(shown.values, Attribute::iom_format_max_size_bytes, plan.limit);

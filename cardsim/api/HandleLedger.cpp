@@ -34,10 +34,6 @@ HandleValue Unpack(void* handle) {
   return {bits >> 48, bits >> 36 & kEpochMask, bits >> 4 & 0xffffffff, bits & 0xf};
 }
 
-bool IsUnderWay(const Handle& handle) {
-  return handle.plan.phase == JobPhase::Started;
-}
-
 }  // namespace
 
 std::shared_ptr<Handle> HandleLedger::Make(HandleKind kind, std::shared_ptr<const Card> card,
@@ -111,17 +107,17 @@ void HandleLedger::NoteMisuse(std::string line) {
   if (m_Misuse.size() < kMaxMisuseLines) m_Misuse.push_back(std::move(line));
 }
 
-std::vector<std::shared_ptr<Handle>> HandleLedger::Reset() {
-  std::vector<std::shared_ptr<Handle>> underWay;
+std::vector<std::uint64_t> HandleLedger::Reset() {
+  std::vector<std::uint64_t> running;
   for (const auto& [unused, handle] : m_Handles) {
-    if (IsUnderWay(*handle)) underWay.push_back(handle);
+    if (handle->plan.phase == JobPhase::Started) running.push_back(handle->plan.mark.number);
   }
   ExpireTexts();
   m_Handles.clear();
   std::fill(std::begin(m_Made), std::end(m_Made), 0);
   m_Epoch = (m_Epoch + 1) & kEpochMask;
   m_Misuse.clear();
-  return underWay;
+  return running;
 }
 
 }  // namespace CardSim

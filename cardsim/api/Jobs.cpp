@@ -125,16 +125,16 @@ void StartJob(Session& session, Handle& handle) {
 
 void WaitForJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
-  const JobPlan& plan = handle.plan;
+  const JobPlan plan = handle.plan;
   if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is running"};
   EndOfWait end(session.Store(), plan.mark.number);
-  // From here on only this call uses the plan.
+  // So that no other call waits for the job.
   handle.plan.phase = JobPhase::Ended;
   session.Unlock();
   if (plan.milliseconds > 0) {
     boost::this_thread::sleep_for(boost::chrono::milliseconds(plan.milliseconds));
   }
-  session.EditCard(handle.cardId, [&](Card& card) {
+  session.EditCardUnlocked(handle.cardId, [&](Card& card) {
     if (!Holds(card, plan.mark))
       throw Refusal{kWrongState, "the card's state was changed while the job ran"};
     card.job.reset();
@@ -156,7 +156,7 @@ void DropEndedJobs(const StorePtr& store) noexcept {
   } catch (const std::exception&) {
     // Out of memory, descriptors or disk space, for example. The next call tries again.
     Library& library = TheLibrary();
-    const std::lock_guard<std::mutex> lock(library.mutex);
+    const Base::MutexLock lock(g_LibraryLock);
     library.storeToClean = store;
   }
 }
@@ -166,7 +166,7 @@ void AbandonIfStarted(void* job) noexcept {
   StorePtr store;
   std::uint64_t number = 0;
   {
-    const std::lock_guard<std::mutex> lock(library.mutex);
+    const Base::MutexLock lock(g_LibraryLock);
     const auto handle = library.ledger.Find(job);
     if (handle == nullptr || handle->plan.phase != JobPhase::Started) return;
     handle->plan.phase = JobPhase::Ended;

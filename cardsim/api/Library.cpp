@@ -14,7 +14,7 @@ Library& TheLibrary() {
 }
 
 Session::Session(const char* function, Freshness freshness)
-    : m_Function(function), m_Library(TheLibrary()), m_Lock(m_Library.mutex) {
+    : m_Function(function), m_Library(TheLibrary()), m_Lock(g_LibraryLock) {
   if (!m_Library.isStarted) {
     const char* when =
         m_Library.startCount == 0 ? "called before vsl_init" : "called after vsl_fini";
@@ -71,20 +71,20 @@ std::shared_ptr<Handle> Session::Make(HandleKind kind, std::shared_ptr<const Car
   return handle;
 }
 
-void Session::Edit(const std::function<bool(State&)>& change) {
-  if (m_Lock.owns_lock()) m_Lock.unlock();
-  FileVersionPtr edited = m_Store->Edit(change);
-  m_Lock.lock();
-  // Another thread may have called vsl_fini, or vsl_init with another file.
-  if (m_Library.isStarted && m_Library.store->Path() == m_Store->Path()) m_Library.loaded = edited;
+void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& change) {
+  Unlock();
+  EditCardUnlocked(id, change);
 }
 
-void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& change) {
-  Edit([&](State& state) {
+void Session::EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change) {
+  FileVersionPtr edited = m_Store->Edit([&](State& state) {
     Card* card = state.FindById(id);
     if (card == nullptr) throw Refusal{kNoSuchCard, "the card is gone"};
     return change(*card);
   });
+  Lock();
+  // Another thread may have called vsl_fini, or vsl_init with another file.
+  if (m_Library.isStarted && m_Library.store->Path() == m_Store->Path()) m_Library.loaded = edited;
 }
 
 namespace {
@@ -94,11 +94,11 @@ bool MayLackRecord(const char* function) {
   return std::strcmp(function, "vsl_destroy") == 0 || std::strcmp(function, "vsl_fini") == 0;
 }
 
-std::string Described(const Library& library, const CallInfo& call) {
+std::string Described(const Library& library, const CallInfo& call) HOST_REQUIRES(g_LibraryLock) {
   return call.handle ? library.ledger.Describe(*call.handle) : std::string();
 }
 
-void NoteMissingRecord(Library& library, const CallInfo& call) {
+void NoteMissingRecord(Library& library, const CallInfo& call) HOST_REQUIRES(g_LibraryLock) {
   const std::string handle = Described(library, call);
   library.ledger.NoteMisuse(std::string(call.function) + (handle.empty() ? "" : " ") + handle +
                             ": no error record");
@@ -111,7 +111,7 @@ CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err) {
   CallNotice announcement;
   StorePtr storeToClean;
   {
-    const std::lock_guard<std::mutex> lock(library.mutex);
+    const Base::MutexLock lock(g_LibraryLock);
     storeToClean = std::move(library.storeToClean);
     if (call.handle) library.ledger.ExpireText(*call.handle);
     if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
@@ -144,25 +144,25 @@ void SetErrorText(vsl_error_record* err, std::string_view text) noexcept {
 void Reset() {
   ResetCalls();
   Library& library = TheLibrary();
-  std::vector<std::shared_ptr<Handle>> underWay;
+  std::vector<std::uint64_t> running;
   StorePtr store;
   {
-    const std::lock_guard<std::mutex> lock(library.mutex);
-    underWay = library.ledger.Reset();
+    const Base::MutexLock lock(g_LibraryLock);
+    running = library.ledger.Reset();
     store = library.store;
   }
-  for (const auto& handle : underWay) AbandonJob(store, handle->plan.mark.number);
+  for (const std::uint64_t job : running) AbandonJob(store, job);
 }
 
 std::vector<std::string> OpenHandles() {
   Library& library = TheLibrary();
-  const std::lock_guard<std::mutex> lock(library.mutex);
+  const Base::MutexLock lock(g_LibraryLock);
   return library.ledger.Open();
 }
 
 std::vector<std::string> Misuse() {
   Library& library = TheLibrary();
-  const std::lock_guard<std::mutex> lock(library.mutex);
+  const Base::MutexLock lock(g_LibraryLock);
   return library.ledger.Misuse();
 }
 

@@ -4,7 +4,6 @@
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "cardsim/api/Calls.h"
 #include "cardsim/api/HandleLedger.h"
+#include "cardsim/api/LibraryLock.h"
 #include "cardsim/api/Refusal.h"
 #include "cardsim/store/FileStore.h"
 
@@ -27,16 +27,15 @@ struct CallInfo {
 
 using StorePtr = std::shared_ptr<const FileStore>;
 
-// All members are guarded by `mutex`, which is held briefly: never during a hook, an edit of the
-// file or a sleep.
 struct Library {
-  std::mutex mutex;
-  bool isStarted = false;
-  unsigned int startCount = 0;  // how often it was started
-  StorePtr store;
-  FileVersionPtr loaded;
-  HandleLedger ledger;
-  StorePtr storeToClean;  // a file in which the card of an abandoned job could not be reset
+  bool isStarted HOST_GUARDED_BY(g_LibraryLock) = false;
+  // How often it was started.
+  unsigned int startCount HOST_GUARDED_BY(g_LibraryLock) = 0;
+  StorePtr store HOST_GUARDED_BY(g_LibraryLock);
+  FileVersionPtr loaded HOST_GUARDED_BY(g_LibraryLock);
+  HandleLedger ledger HOST_GUARDED_BY(g_LibraryLock);
+  // A file in which the card of an abandoned job could not be reset.
+  StorePtr storeToClean HOST_GUARDED_BY(g_LibraryLock);
 };
 
 // Never destroyed: threads may still call while the process exits.
@@ -47,44 +46,50 @@ enum class Freshness { AsLoaded, Reloaded };
 // One call in progress, under the library's lock. The constructor throws `Refusal` if the library
 // is not started or the function was made to fail, `std::runtime_error` if the state file cannot be
 // read. For the calling thread only.
-class Session {
+class HOST_SCOPED_CAPABILITY Session {
  public:
-  explicit Session(const char* function, Freshness freshness = Freshness::AsLoaded);
+  explicit Session(const char* function, Freshness freshness = Freshness::AsLoaded)
+      HOST_ACQUIRE(g_LibraryLock);
+  ~Session() HOST_RELEASE() {}
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
 
   // The handle, which must exist and be of one of these kinds. Otherwise notes misuse and throws
   // `Refusal`.
-  std::shared_ptr<Handle> Expect(void* handle, Kinds kinds);
+  std::shared_ptr<Handle> Expect(void* handle, Kinds kinds) HOST_REQUIRES(g_LibraryLock);
   // Notes misuse of the handle and throws `Refusal`.
-  [[noreturn]] void Misused(void* handle, vsl_code code, const std::string& why);
-  void NoteMisuse(void* handle, const std::string& why);
+  [[noreturn]] void Misused(void* handle, vsl_code code, const std::string& why)
+      HOST_REQUIRES(g_LibraryLock);
+  void NoteMisuse(void* handle, const std::string& why) HOST_REQUIRES(g_LibraryLock);
 
   // Reads the file again if it has changed; throws `std::runtime_error` if it cannot.
-  void Refresh();
-  const State& Current() const { return *m_Library.loaded->state; }
+  void Refresh() HOST_REQUIRES(g_LibraryLock);
+  const State& Current() const HOST_REQUIRES(g_LibraryLock) { return *m_Library.loaded->state; }
   // The card as it is in the file. Throws `Refusal` if it is gone.
-  std::shared_ptr<const Card> CurrentCard(std::uint64_t id) const;
+  std::shared_ptr<const Card> CurrentCard(std::uint64_t id) const HOST_REQUIRES(g_LibraryLock);
 
   // Creates a handle for a card and stores its value in `*out`.
-  std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card, void** out);
-  HandleLedger& Handles() { return m_Library.ledger; }
+  std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card, void** out)
+      HOST_REQUIRES(g_LibraryLock);
+  HandleLedger& Handles() HOST_REQUIRES(g_LibraryLock) { return m_Library.ledger; }
 
-  // Edits the file and uses the new version from then on. The lock is released meanwhile, and not
-  // held after an exception.
-  void Edit(const std::function<bool(State&)>& change);
-  // The same for the card of that id. Throws `Refusal` if it is gone.
-  void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change);
+  // Edits the card of that id in the file, and uses the new version from then on. The lock is
+  // released meanwhile, and not held after an exception. Throws `Refusal` if the card is gone.
+  void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change)
+      HOST_REQUIRES(g_LibraryLock);
+  // The same after `Unlock`; takes the lock.
+  void EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change)
+      HOST_ACQUIRE(g_LibraryLock);
 
-  // Releases the lock until the next successful edit, or `Lock`.
-  void Unlock() { m_Lock.unlock(); }
-  void Lock() {
-    if (!m_Lock.owns_lock()) m_Lock.lock();
-  }
+  // For a wait without the lock. The analysis does not know that `m_Lock` holds it.
+  void Unlock() HOST_RELEASE(g_LibraryLock) HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Unlock(); }
+  void Lock() HOST_ACQUIRE(g_LibraryLock) HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
   const StorePtr& Store() const { return m_Store; }
 
  private:
   const char* m_Function;
   Library& m_Library;
-  std::unique_lock<std::mutex> m_Lock;
+  Base::MutexLock m_Lock;
   StorePtr m_Store;
 };
 

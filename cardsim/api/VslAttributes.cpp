@@ -17,7 +17,7 @@ constexpr Attribute kReadableUnopened[] = {
     Attribute::reserve_space_pct,
 };
 
-bool IsReadable(const Handle& handle, Attribute attribute) {
+bool IsReadable(const Handle& handle, Attribute attribute) HOST_REQUIRES(g_LibraryLock) {
   if (handle.isOpen || handle.kind == HandleKind::Adapter || handle.kind == HandleKind::Format) {
     return true;
   }
@@ -46,7 +46,8 @@ bool IsStatusMask(Attribute attribute) {
 }
 
 // Status masks are current; all other attributes are as of the opening.
-std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attribute attribute) {
+std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attribute attribute)
+    HOST_REQUIRES(g_LibraryLock) {
   if (!IsStatusMask(attribute)) return handle.card;
   // The last known mask is better than 0, which would mean that all bits were cleared.
   try {
@@ -59,7 +60,8 @@ std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attri
   }
 }
 
-std::optional<Value> FindValue(Session& session, void* pointer, Attribute attribute) {
+std::optional<Value> FindValue(Session& session, void* pointer, Attribute attribute)
+    HOST_REQUIRES(g_LibraryLock) {
   const auto handle = session.Expect(pointer, KindsOf(attribute));
   if (!IsReadable(*handle, attribute)) session.Misused(pointer, kNotOpen, "the card is not open");
   return At(Source(session, *handle, attribute)->values, attribute);
@@ -79,7 +81,7 @@ T EmptyValue() {
 }
 
 template <typename T>
-T ReadValue(Session& session, void* pointer, Attribute attribute) {
+T ReadValue(Session& session, void* pointer, Attribute attribute) HOST_REQUIRES(g_LibraryLock) {
   const auto handle = session.Expect(pointer, KindsOf(attribute));
   if (!IsReadable(*handle, attribute)) session.Misused(pointer, kNotOpen, "the card is not open");
   const auto card = Source(session, *handle, attribute);

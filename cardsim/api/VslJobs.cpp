@@ -7,7 +7,8 @@ using namespace CardSim;
 
 namespace {
 
-std::shared_ptr<Handle> MakeJob(Session& session, HandleKind kind, void* iom, void** out) {
+std::shared_ptr<Handle> MakeJob(Session& session, HandleKind kind, void* iom, void** out)
+    HOST_REQUIRES(g_LibraryLock) {
   if (out == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
   const auto card = session.Expect(iom, Only(HandleKind::Card));
   return session.Make(kind, card->card, out);
@@ -51,27 +52,32 @@ vsl_code vsl_iom_format_create(void* iom, void** format, vsl_error_record* err) 
 
 vsl_code vsl_iom_detach_set_force(void* job, uint32_t force, vsl_error_record* err) {
   return SetOption({"vsl_iom_detach_set_force", job, force}, HandleKind::Detach, err,
-                   [&](Handle& handle) { handle.plan.force = force != 0; });
+                   [&](Handle& handle)
+                       HOST_REQUIRES(g_LibraryLock) { handle.plan.force = force != 0; });
 }
 
 vsl_code vsl_iom_format_set_size_mode(void* format, uint32_t mode, vsl_error_record* err) {
   return SetOption({"vsl_iom_format_set_size_mode", format, mode}, HandleKind::Format, err,
-                   [&](Handle& handle) { RequestSizeMode(handle, mode); });
+                   [&](Handle& handle)
+                       HOST_REQUIRES(g_LibraryLock) { RequestSizeMode(handle, mode); });
 }
 
 vsl_code vsl_iom_format_set_size_bytes(void* format, uint64_t bytes, vsl_error_record* err) {
   return SetOption({"vsl_iom_format_set_size_bytes", format, bytes}, HandleKind::Format, err,
-                   [&](Handle& handle) { RequestSizeBytes(handle, bytes); });
+                   [&](Handle& handle)
+                       HOST_REQUIRES(g_LibraryLock) { RequestSizeBytes(handle, bytes); });
 }
 
 vsl_code vsl_iom_format_set_size_pct(void* format, uint32_t percent, vsl_error_record* err) {
   return SetOption({"vsl_iom_format_set_size_pct", format, percent}, HandleKind::Format, err,
-                   [&](Handle& handle) { RequestSizePercent(handle, percent); });
+                   [&](Handle& handle)
+                       HOST_REQUIRES(g_LibraryLock) { RequestSizePercent(handle, percent); });
 }
 
 vsl_code vsl_iom_format_set_sector_size_bytes(void* format, uint32_t bytes, vsl_error_record* err) {
   return SetOption({"vsl_iom_format_set_sector_size_bytes", format, bytes}, HandleKind::Format, err,
-                   [&](Handle& handle) { RequestSectorSize(handle, bytes); });
+                   [&](Handle& handle)
+                       HOST_REQUIRES(g_LibraryLock) { RequestSectorSize(handle, bytes); });
 }
 
 vsl_code vsl_op_start(void* job, vsl_error_record* err) {

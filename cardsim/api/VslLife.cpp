@@ -21,14 +21,14 @@ void Start(std::uint64_t flags) {
     throw Refusal{standing->second.code, standing->second.text};
   }
   Library& library = TheLibrary();
-  const std::lock_guard<std::mutex> lock(library.mutex);
+  const Base::MutexLock lock(g_LibraryLock);
   if (!library.isStarted) ++library.startCount;
   library.isStarted = true;
   library.store = std::move(store);
   library.loaded = std::move(loaded);
 }
 
-void CheckVariable(Session& session, const void* variable) {
+void CheckVariable(Session& session, const void* variable) HOST_REQUIRES(g_LibraryLock) {
   if (variable == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
 }
 
@@ -37,7 +37,7 @@ void CheckWhich(std::uint32_t which) {
 }
 
 // Where the iteration continues: after the iterated card, or at its position if it is gone.
-std::size_t NextPosition(Session& session, const Handle& iterated) {
+std::size_t NextPosition(Session& session, const Handle& iterated) HOST_REQUIRES(g_LibraryLock) {
   const auto& cards = session.Current().cards;
   for (std::size_t i = 0; i < cards.size(); ++i) {
     if (cards[i].id == iterated.cardId) return i + 1;
@@ -85,8 +85,9 @@ void Destroy(void** variable) {
   if (handle->isOpen) session.NoteMisuse(*variable, "destroyed while open");
   session.Handles().Remove(*handle);
   if (handle->plan.phase != JobPhase::Started) return;
+  const std::uint64_t job = handle->plan.mark.number;
   session.Unlock();
-  AbandonJob(session.Store(), handle->plan.mark.number);
+  AbandonJob(session.Store(), job);
 }
 
 }  // namespace
@@ -99,7 +100,7 @@ void vsl_fini(void) {
   // Cannot fail.
   RunCall({"vsl_fini"}, nullptr, [] {});
   Library& library = TheLibrary();
-  const std::lock_guard<std::mutex> lock(library.mutex);
+  const Base::MutexLock lock(g_LibraryLock);
   library.isStarted = false;
   library.ledger.ExpireTexts();
 }

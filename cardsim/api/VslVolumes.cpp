@@ -28,7 +28,7 @@ bool SetVolumeState(Card& card, std::size_t position, std::uint32_t state) {
   return true;
 }
 
-bool NextVolume(Session& session, void* iom, void** vsu) {
+bool NextVolume(Session& session, void* iom, void** vsu) HOST_REQUIRES(g_LibraryLock) {
   const auto card = session.Expect(iom, Only(HandleKind::Card));
   std::size_t position = 0;
   if (*vsu != nullptr) {
@@ -49,7 +49,7 @@ bool NextVolume(Session& session, void* iom, void** vsu) {
 }
 
 // The unit as of its iteration, or of the last change of its state through this handle.
-const Volume& VolumeOf(const Handle& handle) {
+const Volume& VolumeOf(const Handle& handle) HOST_REQUIRES(g_LibraryLock) {
   if (handle.position >= handle.card->volumes.size())
     throw Refusal{kNoSuchCard, "the unit is gone"};
   return handle.card->volumes[handle.position];

@@ -1,15 +1,16 @@
 #include "cardsim/store/RunningJobs.h"
 
-#include <mutex>
 #include <set>
+
+#include "base/Mutex.h"
 
 namespace CardSim {
 namespace {
 
 struct Numbers {
-  std::mutex mutex;
-  std::uint64_t last = 0;
-  std::set<std::uint64_t> running;
+  Base::Mutex mutex;
+  std::uint64_t last HOST_GUARDED_BY(mutex) = 0;
+  std::set<std::uint64_t> running HOST_GUARDED_BY(mutex);
 };
 
 Numbers& TheNumbers() {
@@ -20,7 +21,7 @@ Numbers& TheNumbers() {
 
 std::uint64_t BeginJob() {
   Numbers& numbers = TheNumbers();
-  const std::lock_guard<std::mutex> lock(numbers.mutex);
+  const Base::MutexLock lock(numbers.mutex);
   return *numbers.running.insert(++numbers.last).first;
 }
 
@@ -34,14 +35,14 @@ RunningJob::~RunningJob() {
 
 void EndJob(std::uint64_t number) noexcept {
   Numbers& numbers = TheNumbers();
-  const std::lock_guard<std::mutex> lock(numbers.mutex);
+  const Base::MutexLock lock(numbers.mutex);
   numbers.running.erase(number);
 }
 
 bool IsRunning(const JobMark& mark) {
   if (!(mark.owner == ThisProcess())) return IsAlive(mark.owner);
   Numbers& numbers = TheNumbers();
-  const std::lock_guard<std::mutex> lock(numbers.mutex);
+  const Base::MutexLock lock(numbers.mutex);
   return numbers.running.count(mark.number) != 0;
 }
 

@@ -74,7 +74,7 @@ Base::Descriptor MarkTree(const fs::path& mark) {
   return std::move(place.m_Folder);
 }
 
-// The folder of the devices, empty.
+// Empties the tree and returns its folder of devices.
 Base::Descriptor ClearTree(const fs::path& folder) {
   const fs::path devices = folder / "bus/pci/devices";
   if (fs::exists(devices) && !fs::exists(folder / kMark)) {
