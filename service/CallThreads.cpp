@@ -7,19 +7,19 @@
 namespace Service {
 
 CallThreads::~CallThreads() {
-  std::unique_lock<std::mutex> lock(m_Lock);
-  m_Ended.wait(lock, [this] { return m_Running == 0; });
+  Base::MutexLock lock(m_Lock);
+  while (m_Running > 0) m_Ended.Wait(lock);
 }
 
 bool CallThreads::Run(std::function<void()> call) {
   constexpr int kMaxCalls = 32;
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   if (m_Running == kMaxCalls) return false;
   const auto run = [this, call = std::move(call)] {
     call();
-    const std::lock_guard<std::mutex> ended(m_Lock);
+    const Base::MutexLock ended(m_Lock);
     --m_Running;
-    m_Ended.notify_all();
+    m_Ended.NotifyAll();
   };
   try {
     std::thread(run).detach();

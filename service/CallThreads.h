@@ -1,9 +1,9 @@
 // Threads for calls that wait for a card, so that the server's threads never do.
 #pragma once
 
-#include <condition_variable>
 #include <functional>
-#include <mutex>
+
+#include "base/Mutex.h"
 
 namespace Service {
 
@@ -21,9 +21,9 @@ class CallThreads {
   bool Run(std::function<void()> call);
 
  private:
-  std::mutex m_Lock;
-  std::condition_variable m_Ended;
-  int m_Running = 0;  // guarded by `m_Lock`
+  Base::Mutex m_Lock;
+  Base::ConditionVariable m_Ended;
+  int m_Running HOST_GUARDED_BY(m_Lock) = 0;
 };
 
 }  // namespace Service

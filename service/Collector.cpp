@@ -60,12 +60,12 @@ void Collector::Release(Worker& worker) {
 }
 
 std::shared_ptr<Worker> Collector::Running() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_pRunning;
 }
 
 void Collector::SetRunning(std::shared_ptr<Worker> worker) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_pRunning = std::move(worker);
 }
 

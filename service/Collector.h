@@ -6,11 +6,11 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 
+#include "base/Mutex.h"
 #include "console/base/Notifier.h"
 #include "console/base/Output.h"
 #include "service/Snapshot.h"
@@ -68,8 +68,8 @@ class Collector {
   Console::Notifier m_Wake;  // a refresh was requested, or the thread has to stop
   std::atomic<bool> m_IsStopping{false};
 
-  mutable std::mutex m_Lock;
-  std::shared_ptr<Worker> m_pRunning;  // guarded by `m_Lock`; null: no plug-in is running
+  mutable Base::Mutex m_Lock;
+  std::shared_ptr<Worker> m_pRunning HOST_GUARDED_BY(m_Lock);  // null: no plug-in is running
 
   // Used only by `m_Thread`.
   Console::Diagnostics m_Diagnostics{Console::Verbosity::All};

@@ -58,7 +58,7 @@ bool FrameWriter::Write(const nlohmann::json& document) {
   std::string bytes(sizeof length, '\0');
   std::memcpy(bytes.data(), &length, sizeof length);
   bytes += text;
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_IsBroken = m_IsBroken || !SendAll(m_Socket, bytes);
   return !m_IsBroken;
 }

@@ -2,10 +2,11 @@
 // its length.
 #pragma once
 
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
+
+#include "base/Mutex.h"
 
 namespace Service {
 
@@ -37,8 +38,8 @@ class FrameWriter {
 
  private:
   const int m_Socket;
-  std::mutex m_Lock;        // so that frames do not mix
-  bool m_IsBroken = false;  // guarded by `m_Lock`
+  Base::Mutex m_Lock;  // so that frames do not mix
+  bool m_IsBroken HOST_GUARDED_BY(m_Lock) = false;
 };
 
 }  // namespace Service

@@ -25,25 +25,25 @@ SnapshotStore::SnapshotStore() {
 }
 
 SnapshotPtr SnapshotStore::Get() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_Newest;
 }
 
 void SnapshotStore::Publish(Snapshot snapshot) {
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     snapshot.m_Run = m_Newest->m_Run;
     snapshot.m_Number = m_Newest->m_Number + 1;
     m_Newest = std::make_shared<Snapshot>(std::move(snapshot));
   }
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
 }
 
 SnapshotPtr SnapshotStore::AwaitNewer(std::uint64_t number,
                                       const Console::Deadline& deadline) const {
-  std::unique_lock<std::mutex> lock(m_Lock);
+  Base::MutexLock lock(m_Lock);
   while (m_Newest->m_Number <= number && !deadline.IsOver()) {
-    m_Changed.wait_for(lock, deadline.Left());
+    m_Changed.WaitFor(lock, deadline.Left());
   }
   return m_Newest;
 }

@@ -4,13 +4,12 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "console/base/Deadline.h"
 #include "console/model/Model.h"
 #include "console/plugin/Session.h"
@@ -66,9 +65,9 @@ class SnapshotStore {
   SnapshotPtr AwaitNewer(std::uint64_t number, const Console::Deadline& deadline) const;
 
  private:
-  mutable std::mutex m_Lock;
-  mutable std::condition_variable m_Changed;
-  SnapshotPtr m_Newest;  // guarded by `m_Lock`
+  mutable Base::Mutex m_Lock;
+  mutable Base::ConditionVariable m_Changed;
+  SnapshotPtr m_Newest HOST_GUARDED_BY(m_Lock);
 };
 
 }  // namespace Service

@@ -159,21 +159,21 @@ void Worker::Take(Json document) {
     m_Notifications.Notify();
     return;
   }
-  const Lock lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_FailedThreads = document.at("failed_threads").get<std::size_t>();
   const auto waiting = m_Replies.find(document.at("id").get<std::uint64_t>());
   if (waiting == m_Replies.end()) return;  // given up
   document.erase("failed_threads");
   document.erase("id");
   waiting->second = std::move(document);
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
 }
 
 void Worker::End() {
   {
-    const Lock lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_HasEnded = true;
-    m_Changed.notify_all();
+    m_Changed.NotifyAll();
   }
   m_Notifications.Notify();
 }
@@ -183,7 +183,7 @@ std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& c
   Json document = Console::ToJson(command);
   std::uint64_t id = 0;
   {
-    const Lock lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     id = ++m_LastId;
     m_Replies[id];
   }
@@ -191,23 +191,24 @@ std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& c
   const bool isSent = m_Writer.Write(document);
   if (!isSent) Kill();
 
-  Lock lock(m_Lock);
-  const auto isOver = [&] { return m_HasEnded || m_Replies[id]; };
-  while (isSent && !isOver() && !deadline.IsOver()) m_Changed.wait_for(lock, deadline.Left());
+  Base::MutexLock lock(m_Lock);
+  while (isSent && !m_HasEnded && !m_Replies[id] && !deadline.IsOver()) {
+    m_Changed.WaitFor(lock, deadline.Left());
+  }
   const std::optional<Json> reply = std::move(m_Replies[id]);
   m_Replies.erase(id);
-  lock.unlock();
+  lock.Unlock();
   if (!reply) return std::nullopt;
   return Console::ReplyFromJson(command.m_Command, *reply);
 }
 
 bool Worker::IsAlive() const {
-  const Lock lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return !m_HasEnded;
 }
 
 std::size_t Worker::FailedThreads() const {
-  const Lock lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_FailedThreads;
 }
 

@@ -3,15 +3,14 @@
 
 #include <sys/types.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <filesystem>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <thread>
 
 #include "base/Descriptor.h"
+#include "base/Mutex.h"
 #include "console/base/Deadline.h"
 #include "console/base/Notifier.h"
 #include "console/plugin/PluginCommand.h"
@@ -52,8 +51,6 @@ class Worker {
   void Kill();
 
  private:
-  using Lock = std::unique_lock<std::mutex>;
-
   struct Started {
     Base::Descriptor m_Socket;
     pid_t m_Process;
@@ -73,12 +70,13 @@ class Worker {
   Console::PluginInfo m_Info;
   Console::Notifier m_Notifications;
 
-  mutable std::mutex m_Lock;
-  std::condition_variable m_Changed;  // of the members below, which `m_Lock` guards
-  bool m_HasEnded = false;
-  std::uint64_t m_LastId = 0;
-  std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies;  // of the calls that wait
-  std::size_t m_FailedThreads = 0;
+  mutable Base::Mutex m_Lock;
+  Base::ConditionVariable m_Changed;  // of the members below
+  bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
+  std::uint64_t m_LastId HOST_GUARDED_BY(m_Lock) = 0;
+  // Of the calls that wait.
+  std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);
+  std::size_t m_FailedThreads HOST_GUARDED_BY(m_Lock) = 0;
 
   std::thread m_Reader;
 };

@@ -72,10 +72,10 @@ BackgroundTicks::BackgroundTicks(Progress& progress) {
 BackgroundTicks::~BackgroundTicks() {
   if (!m_Thread.joinable()) return;
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_IsEnded = true;
   }
-  m_Ended.notify_one();
+  m_Ended.NotifyOne();
   m_Thread.join();
 }
 
@@ -83,8 +83,11 @@ BackgroundTicks::~BackgroundTicks() {
 void BackgroundTicks::Run(Progress& progress) {
   constexpr milliseconds kOneWait{200};
   bool isReported = false;
-  std::unique_lock<std::mutex> lock(m_Lock);
-  while (!m_Ended.wait_for(lock, kOneWait, [this] { return m_IsEnded; })) {
+  Base::MutexLock lock(m_Lock);
+  for (;;) {
+    const auto next = std::chrono::steady_clock::now() + kOneWait;
+    while (!m_IsEnded && m_Ended.WaitUntil(lock, next)) continue;
+    if (m_IsEnded) return;
     progress.Tick();
     if (isReported || !IsStopRequested()) continue;
     isReported = true;

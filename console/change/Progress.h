@@ -2,11 +2,10 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <thread>
 
+#include "base/Mutex.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {
@@ -51,9 +50,9 @@ class BackgroundTicks {
  private:
   void Run(Progress& progress);
 
-  std::mutex m_Lock;
-  std::condition_variable m_Ended;
-  bool m_IsEnded = false;
+  Base::Mutex m_Lock;
+  Base::ConditionVariable m_Ended;
+  bool m_IsEnded HOST_GUARDED_BY(m_Lock) = false;
   std::thread m_Thread;
 };
 

@@ -21,10 +21,10 @@ Connections::Connections(const Limits& limits) : m_Limits(limits), m_Thread([thi
 
 Connections::~Connections() {
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_HasEnded = true;
   }
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
   m_Thread.join();
 }
 
@@ -32,7 +32,7 @@ Connections::~Connections() {
 // of its own.
 Connections::EntryPtr Connections::Open(int socket) {
   auto entry = std::make_shared<Entry>(socket, PeerOf(socket));
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   if (IsTooMany(entry->m_Peer)) {
     shutdown(socket, SHUT_RDWR);
     return entry;
@@ -40,7 +40,7 @@ Connections::EntryPtr Connections::Open(int socket) {
   m_Entries.insert(entry);
   if (entry->m_Peer.m_IsTcp) ++m_Addresses[entry->m_Peer.m_Address];
   entry->m_Deadline = Clock::now() + m_Limits.m_RequestTime;
-  if (m_Entries.size() == 1) m_Changed.notify_all();
+  if (m_Entries.size() == 1) m_Changed.NotifyAll();
   return entry;
 }
 
@@ -51,21 +51,21 @@ bool Connections::IsTooMany(const Peer& peer) const {
 }
 
 void Connections::Close(const EntryPtr& entry) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   if (m_Entries.erase(entry) == 0) return;
   const auto address = m_Addresses.find(entry->m_Peer.m_Address);
   if (address != m_Addresses.end() && --address->second == 0) m_Addresses.erase(address);
 }
 
 void Connections::SetTime(const EntryPtr& entry, std::optional<std::chrono::milliseconds> time) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   entry->m_Deadline.reset();
   if (time) entry->m_Deadline = Clock::now() + *time;
 }
 
 bool Connections::Wait(const EntryPtr& entry, std::shared_ptr<Unfinished> unfinished,
                        bool isStream) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   std::size_t& streams = m_Streams[entry->m_Peer.m_IsTcp];
   if (m_IsStopping || (isStream && streams >= m_Limits.m_Streams)) return false;
   if (isStream) ++streams;
@@ -75,7 +75,7 @@ bool Connections::Wait(const EntryPtr& entry, std::shared_ptr<Unfinished> unfini
 }
 
 void Connections::EndWait(const EntryPtr& entry) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   if (std::exchange(entry->m_IsStream, false)) --m_Streams[entry->m_Peer.m_IsTcp];
   entry->m_Unfinished.reset();
 }
@@ -83,7 +83,7 @@ void Connections::EndWait(const EntryPtr& entry) {
 void Connections::Stop() {
   Aborted aborted;
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_IsStopping = true;
     for (const EntryPtr& entry : m_Entries) {
       if (entry->m_Unfinished != nullptr) aborted.push_back(entry->m_Unfinished);
@@ -95,17 +95,18 @@ void Connections::Stop() {
 // The library has a timeout, but of inactivity: a client that sends a byte now and then would keep
 // its connection. And it does not watch a suspended connection.
 void Connections::Run() {
-  std::unique_lock<std::mutex> lock(m_Lock);
+  Base::MutexLock lock(m_Lock);
   while (!m_HasEnded) {
     if (m_Entries.empty()) {
-      m_Changed.wait(lock);
+      m_Changed.Wait(lock);
       continue;
     }
-    m_Changed.wait_for(lock, m_Limits.m_CheckInterval, [this] { return m_HasEnded; });
+    const auto next = Clock::now() + m_Limits.m_CheckInterval;
+    while (!m_HasEnded && m_Changed.WaitUntil(lock, next)) continue;
     const Aborted aborted = Check();
-    lock.unlock();
+    lock.Unlock();
     for (const auto& each : aborted) each->Abort();
-    lock.lock();
+    lock.Lock();
   }
 }
 

@@ -2,16 +2,15 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "service/http/Message.h"
 #include "service/http/Settings.h"
 #include "service/http/Unfinished.h"
@@ -50,19 +49,22 @@ class Connections {
   using Clock = std::chrono::steady_clock;
   using Aborted = std::vector<std::shared_ptr<Unfinished>>;
 
-  bool IsTooMany(const Peer& peer) const;
+  bool IsTooMany(const Peer& peer) const HOST_REQUIRES(m_Lock);
   void Run();
-  Aborted Check();
+  Aborted Check() HOST_REQUIRES(m_Lock);
 
   const Limits m_Limits;
 
-  mutable std::mutex m_Lock;  // guards the members below and all entries
-  std::condition_variable m_Changed;
-  std::set<EntryPtr> m_Entries;                    // without those that were too many
-  std::map<std::string, std::size_t> m_Addresses;  // TCP only: number of connections
-  std::map<bool, std::size_t> m_Streams;           // by `Peer::m_IsTcp`
-  bool m_IsStopping = false;
-  bool m_HasEnded = false;
+  mutable Base::Mutex m_Lock;  // also guards the entries
+  Base::ConditionVariable m_Changed;
+  // Without those that were too many.
+  std::set<EntryPtr> m_Entries HOST_GUARDED_BY(m_Lock);
+  // TCP only: number of connections.
+  std::map<std::string, std::size_t> m_Addresses HOST_GUARDED_BY(m_Lock);
+  // By `Peer::m_IsTcp`.
+  std::map<bool, std::size_t> m_Streams HOST_GUARDED_BY(m_Lock);
+  bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
+  bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
 
   std::thread m_Thread;
 };

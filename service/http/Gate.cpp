@@ -6,7 +6,7 @@
 namespace Http {
 
 bool Gate::Suspend() {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_IsSuspended = !m_IsWoken;
   m_IsWoken = false;
   if (m_IsSuspended) MHD_suspend_connection(m_Connection);
@@ -14,18 +14,18 @@ bool Gate::Suspend() {
 }
 
 void Gate::Detach() {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_Connection = nullptr;
 }
 
 void Gate::Wake() {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   WakeLocked();
 }
 
 // The library sees the end of the socket as if the client had closed it.
 void Gate::Cut() {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   if (m_Connection != nullptr) shutdown(m_Socket, SHUT_RDWR);
   WakeLocked();
 }

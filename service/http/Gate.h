@@ -1,7 +1,7 @@
 // Suspends the connection of a request that has to wait, and wakes it from other threads.
 #pragma once
 
-#include <mutex>
+#include "base/Mutex.h"
 
 struct MHD_Connection;
 
@@ -11,7 +11,7 @@ namespace Http {
 class Gate {
  public:
   // `socket` is that of the connection. Both must exist until `Detach`.
-  Gate(MHD_Connection* connection, int socket) : m_Connection(connection), m_Socket(socket) {}
+  Gate(MHD_Connection* connection, int socket) : m_Socket(socket), m_Connection(connection) {}
   Gate(const Gate&) = delete;
   Gate& operator=(const Gate&) = delete;
 
@@ -27,13 +27,14 @@ class Gate {
   void Cut();
 
  private:
-  void WakeLocked();
+  void WakeLocked() HOST_REQUIRES(m_Lock);
 
-  std::mutex m_Lock;  // guards all members
-  MHD_Connection* m_Connection;
   const int m_Socket;
-  bool m_IsSuspended = false;
-  bool m_IsWoken = false;
+
+  Base::Mutex m_Lock;
+  MHD_Connection* m_Connection HOST_GUARDED_BY(m_Lock);
+  bool m_IsSuspended HOST_GUARDED_BY(m_Lock) = false;
+  bool m_IsWoken HOST_GUARDED_BY(m_Lock) = false;
 };
 
 }  // namespace Http

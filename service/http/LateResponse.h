@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 
+#include "base/Mutex.h"
 #include "service/http/Message.h"
 #include "service/http/Unfinished.h"
 
@@ -24,10 +24,10 @@ class LateResponse : public Unfinished {
   void End() override;
 
  private:
-  mutable std::mutex m_Lock;  // guards all members
-  std::optional<Response> m_Response;
-  std::shared_ptr<Gate> m_Gate;
-  bool m_IsGone = false;
+  mutable Base::Mutex m_Lock;
+  std::optional<Response> m_Response HOST_GUARDED_BY(m_Lock);
+  std::shared_ptr<Gate> m_Gate HOST_GUARDED_BY(m_Lock);
+  bool m_IsGone HOST_GUARDED_BY(m_Lock) = false;
 };
 
 }  // namespace Http

@@ -29,7 +29,7 @@ bool Responder::IsGone() const {
 void LateResponse::Complete(Response response) {
   std::shared_ptr<Gate> gate;
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     if (m_Response || m_IsGone) return;
     m_Response = std::move(response);
     gate = m_Gate;
@@ -38,12 +38,12 @@ void LateResponse::Complete(Response response) {
 }
 
 bool LateResponse::IsGone() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_IsGone;
 }
 
 std::optional<Response> LateResponse::Get() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_Response;
 }
 
@@ -57,12 +57,12 @@ short LateResponse::EndingEvents() const {
 }
 
 void LateResponse::Attach(std::shared_ptr<Gate> gate) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_Gate = std::move(gate);
 }
 
 void LateResponse::End() {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_IsGone = true;
 }
 

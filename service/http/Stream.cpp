@@ -13,7 +13,7 @@ bool Stream::Send(std::string_view text) {
   std::shared_ptr<Gate> gate;
   bool fits = false;
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     if (m_IsClosed) return false;
     fits = Queue(text);
     if (!fits) m_IsClosed = m_IsCut = true;
@@ -36,7 +36,7 @@ bool Stream::Queue(std::string_view text) {
 void Stream::Close() {
   std::shared_ptr<Gate> gate;
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_IsClosed = true;
     gate = m_Gate;
   }
@@ -44,18 +44,18 @@ void Stream::Close() {
 }
 
 bool Stream::IsGone() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_IsClosed;
 }
 
 bool Stream::IsCut() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_IsCut;
 }
 
 std::optional<std::size_t> Stream::Take(char* into, std::size_t atMost) {
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     if (m_IsCut) return std::nullopt;
     if (const std::size_t count = TakeLocked(into, atMost); count > 0) return count;
     if (m_IsClosed) return std::nullopt;
@@ -77,14 +77,14 @@ std::size_t Stream::TakeLocked(char* into, std::size_t atMost) {
 
 // Whether it has just now.
 bool Stream::HasDrained() {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return !std::exchange(m_IsDrained, true);
 }
 
 void Stream::Abort() {
   std::shared_ptr<Gate> gate;
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_IsClosed = m_IsCut = true;
     gate = m_Gate;
   }
@@ -97,13 +97,13 @@ short Stream::EndingEvents() const {
 }
 
 void Stream::Attach(std::shared_ptr<Gate> gate) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_Gate = std::move(gate);
 }
 
 void Stream::End() {
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_IsClosed = m_IsCut = true;
     m_Text = std::string();
     m_Taken = 0;

@@ -3,11 +3,11 @@
 
 #include <cstddef>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "base/Mutex.h"
 #include "service/http/Unfinished.h"
 
 namespace Http {
@@ -50,8 +50,8 @@ class Stream : public Unfinished {
   void End() override;
 
  private:
-  bool Queue(std::string_view text);
-  std::size_t TakeLocked(char* into, std::size_t atMost);
+  bool Queue(std::string_view text) HOST_REQUIRES(m_Lock);
+  std::size_t TakeLocked(char* into, std::size_t atMost) HOST_REQUIRES(m_Lock);
   bool HasDrained();
 
   const std::size_t m_Bytes;
@@ -59,13 +59,13 @@ class Stream : public Unfinished {
   Callback m_OnEnd;
   Callback m_OnDrained;
 
-  mutable std::mutex m_Lock;  // guards the members below
-  std::string m_Text;         // not yet taken, from `m_Taken` on
-  std::size_t m_Taken = 0;
-  bool m_IsDrained = true;  // and `m_OnDrained` was called
-  bool m_IsClosed = false;  // nothing more is accepted
-  bool m_IsCut = false;     // nothing more is taken
-  std::shared_ptr<Gate> m_Gate;
+  mutable Base::Mutex m_Lock;
+  std::string m_Text HOST_GUARDED_BY(m_Lock);  // not yet taken, from `m_Taken` on
+  std::size_t m_Taken HOST_GUARDED_BY(m_Lock) = 0;
+  bool m_IsDrained HOST_GUARDED_BY(m_Lock) = true;  // and `m_OnDrained` was called
+  bool m_IsClosed HOST_GUARDED_BY(m_Lock) = false;  // nothing more is accepted
+  bool m_IsCut HOST_GUARDED_BY(m_Lock) = false;     // nothing more is taken
+  std::shared_ptr<Gate> m_Gate HOST_GUARDED_BY(m_Lock);
 };
 
 }  // namespace Http
