@@ -1,4 +1,4 @@
-// What crosses a process boundary arrives as it was sent.
+// Records do not change on their way to JSON and back.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ PI::CProperty NewProperty() {
 // Each field differs from its default and from all others of its type.
 json EveryPropertyField() {
   return json::parse(R"({
-    "property_id": 30001, "name_id": 30002, "visible": 3, "sort_key": 4, "indicator": 5,
+    "property_id": 1, "name_id": 2, "visible": 3, "sort_key": 4, "indicator": 5,
     "value_type": 6, "format": 7, "units": 8, "units_fixed": false, "writable": true,
     "choice": {"value": -9, "allowed": [-10, 11]}, "string": {"text": "twelve"},
     "integer": -13, "minimum": -14, "maximum": 15, "step": 16,
@@ -47,8 +47,8 @@ json JsonOf(const PI::CProperty& property) {
 
 TEST(RecordJson, EveryFieldOfAPropertyArrives) {
   const PI::CProperty property = PropertyOf(EveryPropertyField());
-  EXPECT_EQ(30001U, property.m_PropertyID);
-  EXPECT_EQ(30002U, property.m_NameID);
+  EXPECT_EQ(1U, property.m_PropertyID);
+  EXPECT_EQ(2U, property.m_NameID);
   EXPECT_EQ(3U, property.m_Visible);
   EXPECT_EQ(4U, property.m_SortKey);
   EXPECT_EQ(5U, property.m_Indicator);
@@ -154,17 +154,18 @@ struct CommandCase {
 };
 
 const CommandCase kCommands[] = {
-    {"INITIALIZE", 1, R"([{"name": "a", "segment": 1, "bus": 2, "device": 3, "function": 4,
+    {"INITIALIZE", PI::CMD_INITIALIZE,
+     R"([{"name": "a", "segment": 1, "bus": 2, "device": 3, "function": 4,
                           "adapter_number": 5, "global_number": 6}])"},
-    {"SET_ADAPTER_IDS", 2, R"([{"global_number": 7}])"},
-    {"DEINITIALIZE", 3, "null"},
-    {"GET_TOPOLOGY", 4, R"([{"id": 1}, {"id": 2}])"},
-    {"GET_PROPERTIES", 5, R"([{"name_id": 30001}])"},
-    {"GET_PROPERTY", 6, R"({"property_id": 30001})"},
-    {"SET_PROPERTY", 7, R"({"property_id": 30001})"},
-    {"GET_OPERATIONS", 8, R"([{"operation_id": 2}])"},
-    {"CHECK_OPERATION", 9, R"({"operation_id": 2})"},
-    {"EXECUTE_OPERATION", 10, R"({"operation_id": 2})"},
+    {"SET_ADAPTER_IDS", PI::CMD_SET_ADAPTER_IDS, R"([{"global_number": 7}])"},
+    {"DEINITIALIZE", PI::CMD_DEINITIALIZE, "null"},
+    {"GET_TOPOLOGY", PI::CMD_GET_TOPOLOGY, R"([{"id": 1}, {"id": 2}])"},
+    {"GET_PROPERTIES", PI::CMD_GET_PROPERTIES, R"([{"name_id": 1}])"},
+    {"GET_PROPERTY", PI::CMD_GET_PROPERTY, R"({"property_id": 1})"},
+    {"SET_PROPERTY", PI::CMD_SET_PROPERTY, R"({"property_id": 1})"},
+    {"GET_OPERATIONS", PI::CMD_GET_OPERATIONS, R"([{"operation_id": 2}])"},
+    {"CHECK_OPERATION", PI::CMD_CHECK_OPERATION, R"({"operation_id": 2})"},
+    {"EXECUTE_OPERATION", PI::CMD_EXECUTE_OPERATION, R"({"operation_id": 2})"},
 };
 
 TEST(RecordJson, EveryCommandHasItsNumberAndItsPayload) {

@@ -65,7 +65,7 @@ TEST(AdapterProperties, ShowOnlyRecordedRowsOfACardThatCannotBeOpened) {
       const std::uint32_t property = ALL_NUMBERS[i].property;
       CardSim::FailCall(function, 1, 5, "not today");
       EXPECT_EQ(host.Row(OneCard::ADAPTER, property),
-                LIVE.count(property) == 0 ? ALL_ROWS[i] : "result 20000");
+                LIVE.count(property) == 0 ? ALL_ROWS[i] : "result ERR_GENERAL");
     }
   }
 }
@@ -89,7 +89,7 @@ TEST(AdapterProperties, ExcludeThoseOfOtherObjects) {
         Number::Property::RANGE_PARAM, Number::Property::PORT_NUMBER, Number::Property::BLOCK_SIZE,
         Number::Property::FORMATTED_SIZE, std::uint32_t{PI::ShortName::BUS},
         std::uint32_t{PI::Value::OK}, 4294967295U}) {
-    EXPECT_EQ(host.Row(OneCard::ADAPTER, property), "result 20000") << property;
+    EXPECT_EQ(host.Row(OneCard::ADAPTER, property), "result ERR_GENERAL") << property;
   }
 }
 
@@ -152,7 +152,7 @@ TEST(AdapterProperties, ShowAnUnknownSegment) {
   EXPECT_EQ(host.Row(second, Property::PRODUCT), R"(PRODUCT = "" (sort 23102))");
 }
 
-// One row of one card, in the list and read alone: "result 20000" if the row is not shown.
+// One row of one card, in the list and read alone: "result ERR_GENERAL" if the row is not shown.
 struct Case {
   const char* name;
   Settings settings;
@@ -178,7 +178,7 @@ std::string NameOfCase(const testing::TestParamInfo<Case>& info) {
   return info.param.name;
 }
 
-const char* const ABSENT = "result 20000";
+const char* const ABSENT = "result ERR_GENERAL";
 
 INSTANTIATE_TEST_SUITE_P(
     Identity, AdapterRow,

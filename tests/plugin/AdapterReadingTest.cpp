@@ -117,7 +117,7 @@ TEST(AdapterReadingOfTwoCards, TracesTheCardsNumber) {
 TEST_F(AdapterReading, OpensTheCardEvenForARecordedRow) {
   for (const std::uint32_t id : IdsWithout(LIVE)) {
     m_Host.Watch();
-    EXPECT_NE(m_Host.Row(OneCard::ADAPTER, id), "result 20000") << id;
+    EXPECT_NE(m_Host.Row(OneCard::ADAPTER, id), "result ERR_GENERAL") << id;
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                             "vsl_close card#1", "vsl_destroy card#1"))
         << id;
@@ -127,7 +127,7 @@ TEST_F(AdapterReading, OpensTheCardEvenForARecordedRow) {
 }
 
 TEST_F(AdapterReading, OpensTheCardEvenForAnUnknownProperty) {
-  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, Property::POLL_INTERVAL), "result 20000");
+  EXPECT_EQ(m_Host.Row(OneCard::ADAPTER, Property::POLL_INTERVAL), "result ERR_GENERAL");
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_close card#1", "vsl_destroy card#1"));
 }
@@ -150,7 +150,7 @@ TEST_P(AdapterReadingOfOneRow, CallsTheCardForThatRowOnly) {
   OneCard host(CARD_WITH_ALL_ROWS);
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  EXPECT_NE(host.Row(OneCard::ADAPTER, GetParam().property), "result 20000");
+  EXPECT_NE(host.Row(OneCard::ADAPTER, GetParam().property), "result ERR_GENERAL");
   std::vector<std::string> expected = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
   for (std::size_t i = 0; i < GetParam().count; ++i) {
     expected.push_back(ALL_CALLS[GetParam().first + i]);
@@ -216,7 +216,7 @@ TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
   for (const char* function : {"vsl_iom_create_by_name", "vsl_open"}) {
     for (const std::uint32_t id : ALL_IDS) {
       CardSim::FailCall(function, 1, 5, "not today");
-      const bool missing = m_Host.Row(OneCard::ADAPTER, id) == "result 20000";
+      const bool missing = m_Host.Row(OneCard::ADAPTER, id) == "result ERR_GENERAL";
       EXPECT_EQ(missing, LIVE.count(id) == 1) << function << " " << id;
     }
   }
@@ -251,7 +251,7 @@ TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
   host.Watch();
   EXPECT_THAT(IdsOf(host), ElementsAreArray(IdsWithout(GetParam().missing)));
   for (const std::uint32_t id : ALL_IDS) {
-    const bool missing = host.Row(OneCard::ADAPTER, id) == "result 20000";
+    const bool missing = host.Row(OneCard::ADAPTER, id) == "result ERR_GENERAL";
     EXPECT_EQ(missing, GetParam().missing.count(id) == 1) << id;
   }
   ExpectNothingLeftOpen();
@@ -297,7 +297,7 @@ TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstMissingAttribute) {
     host.Set({{attribute, nullptr}});
     ASSERT_EQ(host.Initialize(), 0U);
     host.Watch();
-    EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result 20000");
+    EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result ERR_GENERAL");
     expected.push_back(std::string("vsl_has_") + attribute + " card#1");
     std::vector<std::string> calls = expected;
     calls.insert(calls.end(), {"vsl_close card#1", "vsl_destroy card#1"});
@@ -310,7 +310,7 @@ TEST(AdapterReadingOfTheLifetime, ReadsNothingWithoutAFirstUse) {
   host.Set({{"first_use_ts", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result 20000");
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result ERR_GENERAL");
   EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                         "vsl_close card#1", "vsl_destroy card#1"));
 }
@@ -321,7 +321,7 @@ TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
   host.Set({{"rated_endurance_tbytes", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   host.Watch();
-  EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::RATED_ENDURANCE_PERCENT), "result 20000");
+  EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::RATED_ENDURANCE_PERCENT), "result ERR_GENERAL");
   EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                         "vsl_has_rated_endurance_tbytes card#1", "vsl_close card#1",
                                         "vsl_destroy card#1"));
@@ -389,7 +389,8 @@ TEST_P(AdapterReadingWithAFailedCall, LosesOnlyThatRowOrItsValue) {
     if (ALL_IDS[i] == GetParam().property) expected[i] = GetParam().row;
   }
   EXPECT_NE(expected, whole);
-  expected.erase(std::remove(expected.begin(), expected.end(), "result 20000"), expected.end());
+  expected.erase(std::remove(expected.begin(), expected.end(), "result ERR_GENERAL"),
+                 expected.end());
   EXPECT_THAT(m_Host.Rows(OneCard::ADAPTER), ElementsAreArray(expected));
   ExpectNothingLeftOpen();
 }
@@ -398,8 +399,8 @@ TEST_P(AdapterReadingWithAFailedCall, ContinuesWithTheNextRow) {
   Fail();
   m_Host.Properties(OneCard::ADAPTER);
   std::vector<std::string> calls = ALL_CALLS;
-  const auto behind = calls.begin() + static_cast<std::ptrdiff_t>(GetParam().call) + 1;
-  calls.erase(behind, behind + static_cast<std::ptrdiff_t>(GetParam().skipped));
+  const auto next = calls.begin() + static_cast<std::ptrdiff_t>(GetParam().call) + 1;
+  calls.erase(next, next + static_cast<std::ptrdiff_t>(GetParam().skipped));
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(calls));
   EXPECT_THAT(m_Host.Traces(16), ElementsAreArray(GetParam().traces));
 }
@@ -416,7 +417,7 @@ const std::string NO_WRITTEN = "GetAdapterProperties, vsl_has_total_physical_byt
 const std::string USED = "GetAdapterProperties, vsl_has_rated_endurance_percent = 80";
 const std::string UNUSED = "GetAdapterProperties, vsl_has_rated_endurance_percent = 0";
 const std::vector<std::string> ALL_TRACES = {SPACE, STATE, READ, WRITTEN, USED};
-constexpr const char* MISSING = "result 20000";
+constexpr const char* MISSING = "result ERR_GENERAL";
 
 const FailedCall FAILED_CALLS[] = {
     {"HasRating", 2, 5, Property::ESTIMATED_LIFETIME, MISSING, ALL_TRACES},

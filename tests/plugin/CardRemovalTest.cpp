@@ -14,11 +14,11 @@ std::string Board(int number) {
   return "SanDisk Flash Adapter 785GB (" + std::to_string(number) + ")";
 }
 std::string Removed(int object, int number) {
-  return "11094 severity 3 object " + std::to_string(object) + " " + Board(number) + " | " +
-         Board(number);
+  return "CTRL_PNPREMOVE severity 3 object " + std::to_string(object) + " " + Board(number) +
+         " | " + Board(number);
 }
 std::string Added(int object, int number) {
-  return "11093 severity 2 object " + std::to_string(object) + " " + Board(number) + " | " +
+  return "CTRL_PNPADD severity 2 object " + std::to_string(object) + " " + Board(number) + " | " +
          Board(number);
 }
 
@@ -51,8 +51,8 @@ TEST_F(CardRemoval, RequestsForAMissingCardFail) {
   StartWatch();
   Hide(1);
   AwaitScans();
-  EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result 20008");
-  EXPECT_EQ(Value(SECOND_DRIVE, PI::Property::STATUS), "result 20008");
+  EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result ERR_INVALID_OBJECT_ID");
+  EXPECT_EQ(Value(SECOND_DRIVE, PI::Property::STATUS), "result ERR_INVALID_OBJECT_ID");
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Value(FIRST, PI::Property::STATUS), "OK");
 }
@@ -89,7 +89,7 @@ TEST_F(CardRemoval, AReturningCardHasNewIds) {
                                   "children",
                                   "object 0130000000000006 type 19018 parents 0130000000000005 "
                                   "children"));
-  EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result 20008");
+  EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result ERR_INVALID_OBJECT_ID");
   EXPECT_EQ(Value(ObjectId(5), PI::Property::STATUS), "OK");
 }
 
@@ -181,7 +181,7 @@ TEST_F(CardRemoval, ACardMissedByTheFirstScanIsAddedByTheNext) {
   StartWatch();
   ASSERT_THAT(m_Host.Topology(), SizeIs(3));
   // The host assigned numbers only to the adapters that it knew.
-  EXPECT_THAT(NextScan(), ElementsAre("11093 severity 2 object 3 "));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD severity 2 object 3 "));
   EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children, (std::vector<std::uint64_t>{ObjectId(3), FIRST}));
 }
 

@@ -9,11 +9,11 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// As "10957 object 1".
+// As "CTRL_INTERNAL_ERROR object 1".
 Lines Short(const std::vector<PI::CEvent>& events) {
   Lines texts;
   for (const PI::CEvent& event : events) {
-    texts.push_back(std::to_string(event.m_EventID) + " object " +
+    texts.push_back(NameOrNumber(HostKit::Family::Event, event.m_EventID) + " object " +
                     std::to_string(event.m_ObjectID - PLUGIN));
   }
   return texts;
@@ -49,7 +49,7 @@ TEST_F(Debounce, AcceptsAMaskInTheThirdComparison) {
   EXPECT_TRUE(PollSeesAChange());  // the stored mask has not changed
   EXPECT_THAT(Collected(), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());
-  EXPECT_THAT(Collected(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(Collected(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
   EXPECT_FALSE(PollSeesAChange());
 }
 
@@ -75,7 +75,7 @@ TEST_F(Debounce, NeedsThreeComparisonsToReturnToNormal) {
   StartWatch();
   EXPECT_THAT(Errors(0, "0"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10980 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_NORMAL object 1"));
   EXPECT_FALSE(PollSeesAChange());
 }
 
@@ -106,7 +106,7 @@ TEST_F(Debounce, NeverAcceptsAFlickeringMask) {
   // Three comparisons are needed after the last flicker.
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
 TEST_F(Debounce, StartsOverWithEachNewValue) {
@@ -116,7 +116,8 @@ TEST_F(Debounce, StartsOverWithEachNewValue) {
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(Errors(0, "3"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1", "10958 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1",
+                                      "CTRL_INCOMPATIBLE_PCI_BANDWIDTH object 1"));
 }
 
 TEST_F(Debounce, CountsEachMaskSeparately) {
@@ -125,8 +126,8 @@ TEST_F(Debounce, CountsEachMaskSeparately) {
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   Set("card0", "current_warnings", "1");
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
-  EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
 
 TEST_F(Debounce, CountsEachCardSeparately) {
@@ -134,8 +135,8 @@ TEST_F(Debounce, CountsEachCardSeparately) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(Errors(1, "2"), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
-  EXPECT_THAT(NextScan(), ElementsAre("10958 object 3"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INCOMPATIBLE_PCI_BANDWIDTH object 3"));
 }
 
 // A comparison counts whatever the difference was: the mask that returned to normal enters the
@@ -146,7 +147,7 @@ TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   Set("card0", "temp_internal_deg_c", "60");
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
 // The information mask raises no event when a bit is set. Its acceptance shows in what a quick poll
@@ -177,7 +178,7 @@ TEST_F(InformationDebounce, NeedsThreeComparisonsToReturnToNormal) {
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_THAT(Collected(), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());
-  EXPECT_THAT(Collected(), ElementsAre("10980 object 1"));
+  EXPECT_THAT(Collected(), ElementsAre("CTRL_NORMAL object 1"));
   EXPECT_FALSE(PollSeesAChange());
 }
 
@@ -202,7 +203,7 @@ TEST_F(InformationDebounce, OpensNoGateBeforeItIsAccepted) {
   Information("2");
   AwaitScans();
   EXPECT_THAT(Collected(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_FALSE(PollSeesAChange());
 }
@@ -216,7 +217,7 @@ TEST_F(InformationDebounce, OpensTheGateOnlyForTheComparisonThatAcceptsIt) {
   Set("card0", "current_warnings", "1");
   AwaitScans(2);
   EXPECT_THAT(Collected(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10967 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
 
 // With an error set, a warning changes only its mask. Between the three sightings the records are
@@ -234,7 +235,7 @@ TEST_F(Debounce, AddsUpSightingsWithoutADifferenceBetweenThem) {
     AwaitScans(2);
     EXPECT_THAT(Collected(), IsEmpty());
   }
-  EXPECT_THAT(Collected(), ElementsAre("10967 object 1"));
+  EXPECT_THAT(Collected(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
 
 // The same with a comparison between the sightings, caused by the temperature.
@@ -275,10 +276,10 @@ TEST_F(Debounce, StartsOverForACardThatMovesUp) {
   StartWatch();
   EXPECT_THAT(Errors(2, "1"), IsEmpty());
   Hide(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 5"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 5"));
 }
 
 TEST_F(Debounce, AcceptsAtOnceAtAPositionThatSawTheSameMaskTwice) {
@@ -287,8 +288,8 @@ TEST_F(Debounce, AcceptsAtOnceAtAPositionThatSawTheSameMaskTwice) {
   EXPECT_THAT(Errors(1, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   Hide(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
-  EXPECT_THAT(Errors(2, "1"), ElementsAre("10957 object 5"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
+  EXPECT_THAT(Errors(2, "1"), ElementsAre("CTRL_INTERNAL_ERROR object 5"));
 }
 
 // The first card keeps its position and its history when later cards change.
@@ -297,8 +298,8 @@ TEST_F(Debounce, ContinuesForACardBeforeARemovedOne) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   Hide(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
 // The list has room for the card, so no record moves.
@@ -306,11 +307,11 @@ TEST_F(Debounce, ContinuesForACardBeforeAReturningOne) {
   AddCards(2);
   StartWatch();
   Hide(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   Show(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11093 object 5"));
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD object 5"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
 // The list has no room for a second card, so all records move, without their histories.
@@ -322,10 +323,10 @@ TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
   Hide(1);
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   Show(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11093 object 3"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD object 3"));
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
 // The masks of a new record are accepted as they are; its history is that of a card without errors.
@@ -334,12 +335,12 @@ TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardAtOnce) {
   Set("card1", "current_errors", "1");
   StartWatch();
   Hide(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11094 object 3"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
   Show(1);
-  EXPECT_THAT(NextScan(), ElementsAre("11093 object 5"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD object 5"));
   EXPECT_EQ(Status(ObjectId(5)), "FAILED");
   EXPECT_FALSE(PollSeesAChange());
-  EXPECT_THAT(Errors(1, "0"), ElementsAre("10980 object 5"));
+  EXPECT_THAT(Errors(1, "0"), ElementsAre("CTRL_NORMAL object 5"));
 }
 
 // The history of a card found at the start is filled with its first masks.
@@ -359,7 +360,7 @@ TEST_F(Debounce, IgnoresAFailedScan) {
   CardSim::FailCall("vsl_open", 4, 62, "not now");
   EXPECT_THAT(NextScan(), IsEmpty());
   ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
-  EXPECT_THAT(NextScan(), ElementsAre("10957 object 1"));
+  EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
 }  // namespace

@@ -13,11 +13,11 @@ using testing::SizeIs;
 constexpr const char* NAME = "SanDisk Flash Adapter 785GB (1)";
 
 // An event of the first adapter.
-std::string OfAdapter(const std::string& number, const std::string& severity) {
-  return number + " severity " + severity + " object 1 " + NAME + " | " + NAME;
+std::string OfAdapter(const std::string& event, const std::string& severity) {
+  return event + " severity " + severity + " object 1 " + NAME + " | " + NAME;
 }
-std::string OfDrive(const std::string& number, const std::string& severity) {
-  return number + " severity " + severity + " object 2 Flash Adapter G2 (0) | " + NAME +
+std::string OfDrive(const std::string& event, const std::string& severity) {
+  return event + " severity " + severity + " object 2 Flash Adapter G2 (0) | " + NAME +
          " | Flash Adapter G2 (0)";
 }
 
@@ -47,7 +47,6 @@ struct Bit {
   const char* name;
   const char* mask;
   std::string value;
-  const char* number;
   const char* severity;
 };
 
@@ -55,15 +54,15 @@ void PrintTo(const Bit& bit, std::ostream* stream) {
   *stream << bit.name;
 }
 
-#define NUMBER_OF(name, number, severity, about) \
-  [[maybe_unused]] constexpr const char* name[] = {#number, #severity};
-namespace Typed {
-HOST_EVENTS(NUMBER_OF)
-}  // namespace Typed
-#undef NUMBER_OF
+#define SEVERITY_OF(name, number, severity, about) \
+  [[maybe_unused]] constexpr const char* name = #severity;
+namespace SeverityOf {
+HOST_EVENTS(SEVERITY_OF)
+}  // namespace SeverityOf
+#undef SEVERITY_OF
 
 #define BIT(mask, bit, reason, event, status) \
-  {#event, "current_" #mask, std::to_string(1U << bit), Typed::event[0], Typed::event[1]},
+  {#event, "current_" #mask, std::to_string(1U << bit), SeverityOf::event},
 const Bit BITS[] = {HOST_STATUS_BITS(BIT)};
 #undef BIT
 
@@ -75,7 +74,7 @@ TEST_P(EachBit, RaisesItsEventWhenItIsSet) {
   AwaitScans(2);
   EXPECT_THAT(Events(), IsEmpty());
   AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter(GetParam().number, GetParam().severity)));
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter(GetParam().name, GetParam().severity)));
   AwaitScans(2);
   EXPECT_THAT(Events(), IsEmpty());
 }
@@ -100,7 +99,7 @@ TEST_P(EachBit, RaisesNormalWhenTheLastIsCleared) {
   AwaitScans(2);
   EXPECT_THAT(Events(), IsEmpty());
   AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10980", "2")));
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("CTRL_NORMAL", "2")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Masks, EachBit, testing::ValuesIn(BITS),
@@ -119,7 +118,7 @@ TEST_F(EventTable, IgnoredBitsRaiseNothingAndCauseNoScan) {
 TEST_F(EventTable, ClearingBitsWithoutAnEventRaisesNormal) {
   StartWith("0", "0", "0");
   EXPECT_THAT(EventsAfter("0x100000000", "0x20000000000", "0x4"), IsEmpty());
-  EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(OfAdapter("10980", "2")));
+  EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(OfAdapter("CTRL_NORMAL", "2")));
 }
 
 TEST_F(EventTable, ABitSetAtTheStartRaisesNoEvent) {
@@ -131,13 +130,17 @@ TEST_F(EventTable, ABitSetAtTheStartRaisesNoEvent) {
 TEST_F(EventTable, SeveralBitsRaiseErrorsFirstFromTheLowestBit) {
   StartWith("0x2", "0x1", "0");
   EXPECT_THAT(EventsAfter("0x203", "0x1007", "0"),
-              ElementsAre(OfAdapter("10957", "4"), OfAdapter("10966", "4"), OfAdapter("10968", "3"),
-                          OfAdapter("10969", "3"), OfAdapter("10979", "3")));
+              ElementsAre(OfAdapter("CTRL_INTERNAL_ERROR", "4"),
+                          OfAdapter("CTRL_NONCORRECTABLE_PCI_ERRORS", "4"),
+                          OfAdapter("CTRL_NEAR_WEARING_OUT", "3"),
+                          OfAdapter("CTRL_NONOPTIMAL_PCI_BANDWIDTH", "3"),
+                          OfAdapter("CTRL_RESERVES_DEPLETED", "3")));
 }
 
 TEST_F(EventTable, ABitThatReplacesAnotherRaisesOnlyItsOwnEvent) {
   StartWith("0x1", "0", "0");
-  EXPECT_THAT(EventsAfter("0x2", "0", "0"), ElementsAre(OfAdapter("10958", "4")));
+  EXPECT_THAT(EventsAfter("0x2", "0", "0"),
+              ElementsAre(OfAdapter("CTRL_INCOMPATIBLE_PCI_BANDWIDTH", "4")));
 }
 
 struct Information {
@@ -158,40 +161,46 @@ const Information INFORMATION[] = {
     {"RisesWithTheFirstWarning",
      {"0", "0", "0"},
      {"0", "0x1", "0x2"},
-     {OfAdapter("10967", "3"), OfAdapter("11086", "2")}},
+     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
     {"RisesWithTheSecondWarning",
      {"0", "0", "0"},
      {"0", "0x2", "0x2"},
-     {OfAdapter("10968", "3"), OfAdapter("11087", "2")}},
+     {OfAdapter("CTRL_NEAR_WEARING_OUT", "3"), OfAdapter("CTRL_UNACTIVATED_FIRMWARE", "2")}},
     {"RisesWithBothWarnings",
      {"0", "0", "0"},
      {"0", "0x3", "0x2"},
-     {OfAdapter("10967", "3"), OfAdapter("10968", "3"), OfAdapter("11086", "2"),
-      OfAdapter("11087", "2")}},
-    {"RisesWithTheThirdWarning", {"0", "0", "0"}, {"0", "0x4", "0x2"}, {OfAdapter("10969", "3")}},
+     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_NEAR_WEARING_OUT", "3"),
+      OfAdapter("CTRL_WRITE_REG_POWER", "2"), OfAdapter("CTRL_UNACTIVATED_FIRMWARE", "2")}},
+    {"RisesWithTheThirdWarning",
+     {"0", "0", "0"},
+     {"0", "0x4", "0x2"},
+     {OfAdapter("CTRL_NONOPTIMAL_PCI_BANDWIDTH", "3")}},
     {"FallsWithTheFirstWarning",
      {"0", "0", "0x2"},
      {"0", "0x1", "0"},
-     {OfAdapter("10967", "3"), OfAdapter("11086", "2")}},
+     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
     {"ChangesBeyondItsNamesWithTheFirstWarning",
      {"0", "0", "0x2"},
      {"0", "0x1", "0x6"},
-     {OfAdapter("10967", "3"), OfAdapter("11086", "2")}},
+     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
     {"StaysWhileTheFirstWarningRises",
      {"0", "0", "0x2"},
      {"0", "0x1", "0x2"},
-     {OfAdapter("10967", "3")}},
+     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3")}},
     {"StaysClearWhileBothWarningsRise",
      {"0", "0", "0"},
      {"0", "0x3", "0"},
-     {OfAdapter("10967", "3"), OfAdapter("10968", "3")}},
-    {"FallsAndIsTheLast", {"0", "0", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
-    {"FallsWithTheWarnings", {"0", "0x3", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
+     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_NEAR_WEARING_OUT", "3")}},
+    {"FallsAndIsTheLast", {"0", "0", "0x2"}, {"0", "0", "0"}, {OfAdapter("CTRL_NORMAL", "2")}},
+    {"FallsWithTheWarnings", {"0", "0x3", "0x2"}, {"0", "0", "0"}, {OfAdapter("CTRL_NORMAL", "2")}},
     {"FallsWithAWarning", {"0", "0x1", "0x2"}, {"0", "0x1", "0"}, {}},
     {"StaysWhenTheWarningsFall", {"0", "0x1", "0x2"}, {"0", "0", "0x2"}, {}},
     {"StaysWhenTheErrorsFall", {"0x1", "0", "0x2"}, {"0", "0", "0x2"}, {}},
-    {"AllFall", {"0x1", "0x1", "0x2"}, {"0", "0", "0"}, {OfAdapter("10980", "2")}},
-    {"AnErrorBecomesAWarning", {"0x1", "0", "0"}, {"0", "0x1", "0"}, {OfAdapter("10967", "3")}},
+    {"AllFall", {"0x1", "0x1", "0x2"}, {"0", "0", "0"}, {OfAdapter("CTRL_NORMAL", "2")}},
+    {"AnErrorBecomesAWarning",
+     {"0x1", "0", "0"},
+     {"0", "0x1", "0"},
+     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3")}},
 };
 
 class EachInformation : public EventTable, public testing::WithParamInterface<Information> {};
@@ -211,7 +220,7 @@ TEST_F(EventTable, AnEventHasTheStoredNameOfItsAdapter) {
   Set("card0", "board_name", "New Board");
   Set("card0", "iom_state", "0");
   AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10984", "4")));
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("CTRL_DETACHED", "4")));
   EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk New Board (1)\"");
 }
 
@@ -238,13 +247,13 @@ void PrintTo(const Move& move, std::ostream* stream) {
 }
 
 const Move MOVES[] = {
-    {"AttachedToDetached", "2", "0", {OfAdapter("10984", "4")}},
-    {"DetachedToAttached", "0", "2", {OfAdapter("10983", "2")}},
-    {"AttachingToAttached", "1", "2", {OfAdapter("10983", "2")}},
-    {"DetachingToDetached", "3", "0", {OfAdapter("10984", "4")}},
-    {"BusyToAttached", "4", "2", {OfAdapter("10983", "2")}},
-    {"MinimalToDetached", "5", "0", {OfAdapter("10984", "4")}},
-    {"FailedToAttached", "6", "2", {OfAdapter("10983", "2")}},
+    {"AttachedToDetached", "2", "0", {OfAdapter("CTRL_DETACHED", "4")}},
+    {"DetachedToAttached", "0", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
+    {"AttachingToAttached", "1", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
+    {"DetachingToDetached", "3", "0", {OfAdapter("CTRL_DETACHED", "4")}},
+    {"BusyToAttached", "4", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
+    {"MinimalToDetached", "5", "0", {OfAdapter("CTRL_DETACHED", "4")}},
+    {"FailedToAttached", "6", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
     {"AttachedToDetaching", "2", "3", {}},
     {"DetachedToAttaching", "0", "1", {}},
     {"AttachedToBusy", "2", "4", {}},
@@ -280,22 +289,23 @@ void PrintTo(const DriveChange& change, std::ostream* stream) {
 }
 
 const DriveChange DRIVE_CHANGES[] = {
-    {"Size", {"iom_format_size_bytes", "628000000000"}, {OfDrive("10985", "2")}},
-    {"SectorSize", {"sector_size_bytes", "4096"}, {OfDrive("10985", "2")}},
+    {"Size", {"iom_format_size_bytes", "628000000000"}, {OfDrive("PD_FORMAT_CHANGED", "2")}},
+    {"SectorSize", {"sector_size_bytes", "4096"}, {OfDrive("PD_FORMAT_CHANGED", "2")}},
     {"Both",
      {"iom_format_size_bytes", "628000000000", "sector_size_bytes", "4096"},
-     {OfDrive("10985", "2")}},
+     {OfDrive("PD_FORMAT_CHANGED", "2")}},
     {"UnreportedFields",
      {"iom_format_size_pct", "80", "iom_format_max_sector_size_bytes", "512"},
      {}},
     {"LargestSize", {"overformat_size_bytes", "900000000000"}, {}},
     {"NameToo",
      {"sector_size_bytes", "4096", "product_name", "New Product"},
-     {OfDrive("10985", "2")}},
+     {OfDrive("PD_FORMAT_CHANGED", "2")}},
     {"OnlyTheName", {"product_name", "New Product"}, {}},
     {"AdapterNameToo",
      {"sector_size_bytes", "4096", "board_name", "New Board"},
-     {"10985 severity 2 object 2 Flash Adapter G2 (0) | SanDisk New Board (1) | Flash Adapter G2 "
+     {"PD_FORMAT_CHANGED severity 2 object 2 Flash Adapter G2 (0) | SanDisk New Board (1) | Flash "
+      "Adapter G2 "
       "(0)"}},
 };
 
@@ -329,7 +339,7 @@ TEST_F(EventTable, ASizeThatDiffersByLessThanAMiBRaisesNothing) {
   EXPECT_THAT(Notifications(), IsEmpty());
   Set("card0", "iom_format_size_bytes", "1049624576");
   AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfDrive("10985", "2")));
+  EXPECT_THAT(Events(), ElementsAre(OfDrive("PD_FORMAT_CHANGED", "2")));
 }
 
 // Adapters in the order of the scan, then removed adapters, then drives.
@@ -348,13 +358,15 @@ TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
   AwaitScans();
   const std::string board = "SanDisk Flash Adapter 785GB ";
   const std::string drive = "Flash Adapter G2 (0)";
-  EXPECT_THAT(Events(),
-              ElementsAre("10984 severity 4 object 3 " + board + "(2) | " + board + "(2)",
-                          "10984 severity 4 object 5 " + board + "(3) | " + board + "(3)",
-                          "11093 severity 2 object 9 " + board + "(4) | " + board + "(4)",
-                          "11094 severity 3 object 1 " + board + "(1) | " + board + "(1)",
-                          "10985 severity 2 object 4 " + drive + " | " + board + "(2) | " + drive,
-                          "10985 severity 2 object 6 " + drive + " | " + board + "(3) | " + drive));
+  EXPECT_THAT(
+      Events(),
+      ElementsAre(
+          "CTRL_DETACHED severity 4 object 3 " + board + "(2) | " + board + "(2)",
+          "CTRL_DETACHED severity 4 object 5 " + board + "(3) | " + board + "(3)",
+          "CTRL_PNPADD severity 2 object 9 " + board + "(4) | " + board + "(4)",
+          "CTRL_PNPREMOVE severity 3 object 1 " + board + "(1) | " + board + "(1)",
+          "PD_FORMAT_CHANGED severity 2 object 4 " + drive + " | " + board + "(2) | " + drive,
+          "PD_FORMAT_CHANGED severity 2 object 6 " + drive + " | " + board + "(3) | " + drive));
 }
 
 // Within one adapter: errors, warnings, information, normal, attachment.
@@ -364,13 +376,16 @@ TEST_F(EventTable, OneAdapterRaisesEventsInAFixedOrder) {
   AwaitScans(2);
   Set("card0", "iom_state", "0");
   AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10957", "4"), OfAdapter("10967", "3"),
-                                    OfAdapter("11086", "2"), OfAdapter("10984", "4")));
+  EXPECT_THAT(Events(),
+              ElementsAre(OfAdapter("CTRL_INTERNAL_ERROR", "4"),
+                          OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"),
+                          OfAdapter("CTRL_WRITE_REG_POWER", "2"), OfAdapter("CTRL_DETACHED", "4")));
   Masks("0", "0", "0");
   AwaitScans(2);
   Set("card0", "iom_state", "2");
   AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10980", "2"), OfAdapter("10983", "2")));
+  EXPECT_THAT(Events(),
+              ElementsAre(OfAdapter("CTRL_NORMAL", "2"), OfAdapter("CTRL_ATTACHED", "2")));
 }
 
 TEST_F(EventTable, EventsOfSeveralPassesAreCollectedInOrderAndOnce) {
@@ -379,8 +394,9 @@ TEST_F(EventTable, EventsOfSeveralPassesAreCollectedInOrderAndOnce) {
     Set("card0", "iom_state", state);
     AwaitScans();
   }
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("10984", "4"), OfAdapter("10983", "2"),
-                                    OfAdapter("10984", "4")));
+  EXPECT_THAT(Events(),
+              ElementsAre(OfAdapter("CTRL_DETACHED", "4"), OfAdapter("CTRL_ATTACHED", "2"),
+                          OfAdapter("CTRL_DETACHED", "4")));
   EXPECT_THAT(Events(), IsEmpty());
 }
 
@@ -390,10 +406,10 @@ TEST_F(EventTable, EachCardRaisesItsOwnEvents) {
   Set("card0", "current_errors", "1");
   Set("card1", "current_warnings", "1");
   AwaitScans(3);
-  EXPECT_THAT(Events(),
-              ElementsAre(OfAdapter("10957", "4"),
-                          "10967 severity 3 object 3 SanDisk Flash Adapter 785GB (2) | SanDisk "
-                          "Flash Adapter 785GB (2)"));
+  EXPECT_THAT(Events(), ElementsAre(OfAdapter("CTRL_INTERNAL_ERROR", "4"),
+                                    "CTRL_TEMPERATURE_ABOVE_WARN severity 3 object 3 SanDisk Flash "
+                                    "Adapter 785GB (2) | SanDisk "
+                                    "Flash Adapter 785GB (2)"));
 }
 
 TEST_F(EventTable, OtherChangesOfAnAdapterRaiseNothing) {

@@ -39,42 +39,43 @@ const EventSource EVENT_SOURCES[] = {
      1,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { Masks(cards, "0x1", "0", "0"); },
-     {"10957 at 15872"}},
+     {"CTRL_INTERNAL_ERROR at 15872"}},
     {"Warning",
      1,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { Masks(cards, "0", "0x4", "0"); },
-     {"10969 at 15872"}},
+     {"CTRL_NONOPTIMAL_PCI_BANDWIDTH at 15872"}},
     {"WarningsGatedByTheInformation",
      1,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { Masks(cards, "0", "0x3", "0x2"); },
-     {"10967 at 15872", "10968 at 15872", "11086 at 15872", "11087 at 15872"}},
+     {"CTRL_TEMPERATURE_ABOVE_WARN at 15872", "CTRL_NEAR_WEARING_OUT at 15872",
+      "CTRL_WRITE_REG_POWER at 15872", "CTRL_UNACTIVATED_FIRMWARE at 15872"}},
     {"Normal",
      1,
      [](CardSim::StateFile& cards) { Masks(cards, "0x1", "0", "0"); },
      [](CardSim::StateFile& cards) { Masks(cards, "0", "0", "0"); },
-     {"10980 at 15872"}},
+     {"CTRL_NORMAL at 15872"}},
     {"Detached",
      1,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { cards.Set("card0", "iom_state", "0"); },
-     {"10984 at 5024"}},
+     {"CTRL_DETACHED at 5024"}},
     {"Attached",
      1,
      [](CardSim::StateFile& cards) { cards.Set("card0", "iom_state", "0"); },
      [](CardSim::StateFile& cards) { cards.Set("card0", "iom_state", "2"); },
-     {"10983 at 5024"}},
+     {"CTRL_ATTACHED at 5024"}},
     {"FormatChanged",
      1,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { cards.Set("card0", "sector_size_bytes", "4096"); },
-     {"10985 at 15036"}},
+     {"PD_FORMAT_CHANGED at 15036"}},
     {"Removed",
      2,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { cards.Set("card1", "device_path", "/dev/hidden1"); },
-     {"11094 at 15036"}},
+     {"CTRL_PNPREMOVE at 15036"}},
     {"SeveralInOneScan",
      2,
      [](CardSim::StateFile&) {},
@@ -83,7 +84,7 @@ const EventSource EVENT_SOURCES[] = {
        cards.Set("card0", "sector_size_bytes", "4096");
        cards.Set("card1", "device_path", "/dev/hidden1");
      },
-     {"10984 at 5024", "11094 at 5024", "10985 at 5024"}},
+     {"CTRL_DETACHED at 5024", "CTRL_PNPREMOVE at 5024", "PD_FORMAT_CHANGED at 5024"}},
 };
 
 class EventTimes : public WorkerFixture {
@@ -91,11 +92,11 @@ class EventTimes : public WorkerFixture {
   void SetUp() override {
     m_Statements.OnStatement([](const std::string&) { Pass(100); });
   }
-  // "10957 at 5024", in the order of the queue.
+  // "CTRL_INTERNAL_ERROR at 5024", in the order of the queue.
   Lines Collected() {
     Lines texts;
     for (const PI::CEvent& event : m_Host.CollectEvents()) {
-      texts.push_back(std::to_string(event.m_EventID) + " at " +
+      texts.push_back(NameOrNumber(HostKit::Family::Event, event.m_EventID) + " at " +
                       std::to_string(event.m_Time - m_Begin));
     }
     return texts;
@@ -126,10 +127,10 @@ TEST_F(EventTimes, AReturningCardHasTheTimeOfItsComparison) {
   StartWatch();
   Hide(1);
   PassMs(16000);
-  EXPECT_THAT(Collected(), ElementsAre("11094 at 15036"));
+  EXPECT_THAT(Collected(), ElementsAre("CTRL_PNPREMOVE at 15036"));
   Show(1);
   PassMs(16000);
-  EXPECT_THAT(Collected(), ElementsAre("11093 at 30384"));
+  EXPECT_THAT(Collected(), ElementsAre("CTRL_PNPADD at 30384"));
 }
 
 struct FailingJob {

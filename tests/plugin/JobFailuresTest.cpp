@@ -35,13 +35,16 @@ std::ostream& operator<<(std::ostream& out, const JobFailure& failure) {
 }
 
 constexpr const char* ATTACH_FAILED =
-    "10981 severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash Adapter 785GB "
+    "CTRL_ATTACH_FAILED severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash "
+    "Adapter 785GB "
     "(1)|||||||||||||";
 constexpr const char* DETACH_FAILED =
-    "10982 severity 3 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash Adapter 785GB "
+    "CTRL_DETACH_FAILED severity 3 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash "
+    "Adapter 785GB "
     "(1)|||||||||||||";
 constexpr const char* FORCE_DETACH_FAILED =
-    "10982 severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash Adapter 785GB "
+    "CTRL_DETACH_FAILED severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash "
+    "Adapter 785GB "
     "(1)|||||||||||||";
 
 const JobFailure JOB_FAILURES[] = {
@@ -280,7 +283,8 @@ TEST_F(JobFailures, OmitTheNameOfAnUnnamedAdapter) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
-  EXPECT_THAT(Events(), ElementsAre("10981 severity 4 object 1 source ||||||||||||||"));
+  EXPECT_THAT(Events(),
+              ElementsAre("CTRL_ATTACH_FAILED severity 4 object 1 source ||||||||||||||"));
 }
 
 TEST_F(JobFailures, ReportTheirOwnCard) {
@@ -291,8 +295,9 @@ TEST_F(JobFailures, ReportTheirOwnCard) {
   EXPECT_EQ(m_Host.Calls().front(), "vsl_iom_create_by_name /dev/fct1");
   EXPECT_THAT(
       Events(),
-      ElementsAre("10981 severity 4 object 3 source SanDisk Flash Adapter 785GB (2)|SanDisk "
-                  "Flash Adapter 785GB (2)|||||||||||||"));
+      ElementsAre(
+          "CTRL_ATTACH_FAILED severity 4 object 3 source SanDisk Flash Adapter 785GB (2)|SanDisk "
+          "Flash Adapter 785GB (2)|||||||||||||"));
 }
 
 TEST_F(JobFailures, ASecondAttachOfACardFailsWhileTheFirstSucceeds) {

@@ -113,7 +113,7 @@ TEST_F(ScanOrder, ChangeWithAnEvent) {
                            END_SCAN,
                            {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
                            QUEUE,
-                           {"de event 10984"},
+                           {"de event CTRL_DETACHED"},
                            UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
                            UpdateDriveRow("/dev/fct0"),
                            END_UPDATE})));
@@ -150,7 +150,7 @@ TEST_F(ScanOrder, RemovedCardAndChangedCard) {
                            END_SCAN,
                            {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
                            QUEUE,
-                           {"de event 10984", "de event 11094"},
+                           {"de event CTRL_DETACHED", "de event CTRL_PNPREMOVE"},
                            UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
                            {"de sql DELETE FROM host_adapter_rows",
                             std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" +
@@ -182,8 +182,9 @@ TEST_F(ScanOrder, AddedCardAndChangedCard) {
            END_SCAN,
            {"de trace 2 ENTER UpdateSystem for 2 adapter, 2 physicalDrives"},
            QUEUE,
-           {"de trace 2 ENTER AdapterGetProperties (1)", "de event 10984", "de event 11093",
-            "de sql SELECT MAX(ID) FROM host_adapter_rows", "de sql INSERT INTO host_adapter_rows",
+           {"de trace 2 ENTER AdapterGetProperties (1)", "de event CTRL_DETACHED",
+            "de event CTRL_PNPADD", "de sql SELECT MAX(ID) FROM host_adapter_rows",
+            "de sql INSERT INTO host_adapter_rows",
             std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" + NumberOf(4) +
                 ") inserted to db."},
            UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),

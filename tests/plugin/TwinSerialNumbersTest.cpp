@@ -42,10 +42,11 @@ constexpr const char* SECOND_TWIN = "85568392920039432";  // object 8
 
 TEST_F(TwinSerialNumbers, EachAdapterIsAddedWithADrive) {
   BringTwins();
-  EXPECT_THAT(Events(), ElementsAre("11093 severity 2 object 5 SanDisk Flash Adapter 785GB (1) | "
-                                    "SanDisk Flash Adapter 785GB (1)",
-                                    "11093 severity 2 object 7 SanDisk Flash Adapter 785GB (2) | "
-                                    "SanDisk Flash Adapter 785GB (2)"));
+  EXPECT_THAT(Events(),
+              ElementsAre("CTRL_PNPADD severity 2 object 5 SanDisk Flash Adapter 785GB (1) | "
+                          "SanDisk Flash Adapter 785GB (1)",
+                          "CTRL_PNPADD severity 2 object 7 SanDisk Flash Adapter 785GB (2) | "
+                          "SanDisk Flash Adapter 785GB (2)"));
   EXPECT_THAT(Tree(), ElementsAre("object 0130000000000000 type 19006 parents children "
                                   "0130000000000005 0130000000000007",
                                   "object 0130000000000005 type 19038 parents 0130000000000000 "

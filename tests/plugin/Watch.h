@@ -33,11 +33,11 @@ constexpr std::uint64_t FIRST_DRIVE = ObjectId(2);
 constexpr std::uint64_t SECOND = ObjectId(3);
 constexpr std::uint64_t SECOND_DRIVE = ObjectId(4);
 
-// "10984 severity 4 object 1 SanDisk Flash Adapter 785GB (1) | SanDisk Flash Adapter 785GB (1)":
-// number, severity, counter of the object's id, source name, and the placeholders up to the last
-// one that is not empty.
+// "CTRL_DETACHED severity 4 object 1 SanDisk Flash Adapter 785GB (1) | SanDisk Flash Adapter 785GB
+// (1)": name, severity, counter of the object's id, source name, and the placeholders up to the
+// last one that is not empty.
 inline std::string EventText(const PI::CEvent& event) {
-  std::string text = std::to_string(event.m_EventID) + " severity " +
+  std::string text = NameOrNumber(HostKit::Family::Event, event.m_EventID) + " severity " +
                      std::to_string(event.m_Severity) + " object " +
                      std::to_string(event.m_ObjectID - PLUGIN) + " " + event.m_SourceName;
   std::size_t used = event.m_PlaceHolders.size();
@@ -152,7 +152,7 @@ class WorkerFixture : public testing::Test {
   std::string Value(std::uint64_t object, std::uint32_t propertyId) {
     PI::CProperty property(PI::Property::UNDEFINED, false);
     const unsigned int result = m_Host.Property(object, propertyId, property);
-    if (result != 0) return "result " + std::to_string(result);
+    if (result != 0) return "result " + NameOrNumber(HostKit::Family::Error, result);
     const std::string text = Render(property);
     const std::size_t begin = text.find(" = ") + 3;
     const std::size_t end = std::min(text.find(" of ["), text.rfind(" ("));

@@ -7,8 +7,8 @@
 
 namespace CorvaneTest {
 
-// Records the error record of each `vsl_destroy`: "record" or "none", in order. One instance at a
-// time.
+// Notes whether each `vsl_destroy` got an error record, in order: "record" or "none". One instance
+// at a time.
 class DestroyWatch {
  public:
   DestroyWatch();

@@ -19,9 +19,9 @@ inline constexpr const char* DETACHED = "0";
 inline constexpr const char* ATTACHED = "2";
 inline constexpr std::int64_t LONGER_THAN_A_JOB_MS = 10000;
 
-// "10981 severity 4 object 1 source NAME|first placeholder|second|...".
+// "CTRL_ATTACH_FAILED severity 4 object 1 source NAME|first placeholder|second|...".
 inline std::string Render(const PI::CEvent& event) {
-  std::string text = std::to_string(event.m_EventID) + " severity " +
+  std::string text = NameOrNumber(HostKit::Family::Event, event.m_EventID) + " severity " +
                      std::to_string(event.m_Severity) + " object " +
                      std::to_string(event.m_ObjectID & 0xFF) + " source " + event.m_SourceName;
   for (const std::string& place : event.m_PlaceHolders) text += "|" + place;

@@ -64,7 +64,7 @@ class PrintedText {
 //
 // An entry begins with the plug-in's locks that its thread held (d data, e events), then its kind:
 // "-- trace 2 ENTER Attach(/dev/fct0)", "d- call vsl_open card#1", "de sql UPDATE host_drive_rows",
-// "-- notify", "-- print Corvane:  Initialize:  adapter count is 1", "-- event 10984".
+// "-- notify", "-- print Corvane:  Initialize:  adapter count is 1", "-- event CTRL_DETACHED".
 class Journal {
  public:
   explicit Journal(SimulatedHost& host) : m_Host(host) {
@@ -152,7 +152,7 @@ class Journal {
       collect.m_OperationID = PI::OP_GET_EVENTS;
       m_Host.Execute(PI::CMD_EXECUTE_OPERATION, 0x0130000000000000, &collect);
       for (const PI::CEvent& event : collect.m_Events) {
-        news.push_back("event " + std::to_string(event.m_EventID));
+        news.push_back("event " + NameOrNumber(HostKit::Family::Event, event.m_EventID));
       }
     }
     for (auto& [observe, last] : m_Observers) {

@@ -44,19 +44,20 @@ class OneCard : public SimulatedHost {
   // All properties of the object, rendered.
   std::vector<std::string> Rows(std::uint64_t object) { return Rendered(Properties(object)); }
 
-  // One property, rendered, or "result 20000" if there is none.
+  // One property, rendered, or "result ERR_GENERAL" if there is none.
   std::string Row(std::uint64_t object, std::uint32_t propertyId) {
     PI::CProperty property(PI::Property::UNDEFINED, false);
     const unsigned int result = Property(object, propertyId, property);
-    return result == 0 ? Render(property) : "result " + std::to_string(result);
+    return result == 0 ? Render(property)
+                       : "result " + NameOrNumber(HostKit::Family::Error, result);
   }
 
-  // The property as rendered in the full list, or "result 20000" if it is missing.
+  // The property as rendered in the full list, or "result ERR_GENERAL" if it is missing.
   std::string RowInList(std::uint64_t object, std::uint32_t propertyId) {
     for (const PI::CProperty& property : Properties(object)) {
       if (property.m_PropertyID == propertyId) return Render(property);
     }
-    return "result 20000";
+    return "result ERR_GENERAL";
   }
 
   // Clears `Calls` and `Traces`.

@@ -17,6 +17,11 @@
 
 namespace CorvaneTest {
 
+std::string NameOrNumber(HostKit::Family family, std::uint32_t number) {
+  const std::string name = HostKit::NameOf(family, number);
+  return name.empty() ? std::to_string(number) : name;
+}
+
 namespace {
 
 // In memory if possible: the simulator syncs its file at each change, which takes ten times as long
@@ -45,17 +50,12 @@ std::string Hex(std::uint64_t id) {
   return text;
 }
 
-std::string NameOr(HostKit::Family family, std::uint32_t number) {
-  const std::string name = HostKit::NameOf(family, number);
-  return name.empty() ? std::to_string(number) : name;
-}
-
 template <class List>
 std::string Names(const List& numbers) {
   std::string text;
   for (const auto number : numbers) {
     text += (text.empty() ? "" : " ") +
-            NameOr(HostKit::Family::Value, static_cast<std::uint32_t>(number));
+            NameOrNumber(HostKit::Family::Value, static_cast<std::uint32_t>(number));
   }
   return "[" + text + "]";
 }
@@ -72,7 +72,8 @@ std::string ValueText(const PI::CProperty& property) {
       text << (value.m_Bool ? "true" : "false");
       break;
     case HostKit::VALUE_TYPE_CHOICE:
-      text << NameOr(HostKit::Family::Value, static_cast<std::uint32_t>(value.m_Choice.m_Value))
+      text << NameOrNumber(HostKit::Family::Value,
+                           static_cast<std::uint32_t>(value.m_Choice.m_Value))
            << " of " << Names(value.m_Choice.m_Allowed);
       break;
     case HostKit::VALUE_TYPE_NUMBER:
@@ -303,15 +304,15 @@ std::string Render(const PI::CProperty& property) {
   const PI::CProperty plain(PI::Property::UNDEFINED, false);
   std::ostringstream text;
   text.imbue(std::locale::classic());
-  text << NameOr(HostKit::Family::Property, property.m_PropertyID) << " = " << ValueText(property)
-       << " (";
+  text << NameOrNumber(HostKit::Family::Property, property.m_PropertyID) << " = "
+       << ValueText(property) << " (";
   const char* separator = "";
   const auto note = [&](const char* name, const auto& value, bool differs) {
     if (!differs) return;
     text << separator << name << ' ' << value;
     separator = ", ";
   };
-  note("label", NameOr(HostKit::Family::Property, property.m_NameID),
+  note("label", NameOrNumber(HostKit::Family::Property, property.m_NameID),
        property.m_NameID != property.m_PropertyID);
   note("sort", property.m_SortKey, property.m_SortKey != plain.m_SortKey);
   note("visible", property.m_Visible, property.m_Visible != plain.m_Visible);

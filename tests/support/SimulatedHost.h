@@ -13,6 +13,7 @@
 #include "cardsim/cardsim.h"
 #include "host/PluginInterface.h"
 #include "hostkit/Scheduler.h"
+#include "hostkit/Texts.h"
 #include "hostkit/Tracing.h"
 
 namespace CorvaneTest {
@@ -86,6 +87,9 @@ class SimulatedHost {
   IPLUGINAPI* m_pPlugin = nullptr;
   bool m_Initialized = false;
 };
+
+// The host's name of a number, or the number if it has none.
+std::string NameOrNumber(HostKit::Family family, std::uint32_t number);
 
 // "NAME = value" with everything that differs from the defaults, such as
 // "PCI_BUS = 59 (label BUS, sort 23132)".

@@ -51,16 +51,17 @@ class RowTexts : public testing::Test {
 };
 
 TEST_F(RowTexts, ShowThreeDriveStatesAndOKOtherwise) {
-  const std::pair<std::uint32_t, const char*> cases[] = {{40099, "AVAILABLE"},
-                                                         {40180, "AVAILABLE_SMART"},
-                                                         {40095, "FAILED"},
-                                                         {40024, "OK"},
-                                                         {40150, "OK"},
-                                                         {40102, "OK"},
-                                                         {0, "OK"},
-                                                         {40098, "OK"},
-                                                         {40181, "OK"},
-                                                         {4294967295, "OK"}};
+  const std::pair<std::uint32_t, const char*> cases[] = {
+      {PI::Value::AVAILABLE, "AVAILABLE"},
+      {PI::Value::AVAILABLE_SMART, "AVAILABLE_SMART"},
+      {PI::Value::FAILED, "FAILED"},
+      {PI::Value::OK, "OK"},
+      {PI::Value::WARNING, "OK"},
+      {PI::Value::IDLE, "OK"},
+      {0, "OK"},
+      {PI::Value::AVAILABLE - 1, "OK"},
+      {PI::Value::AVAILABLE_SMART + 1, "OK"},
+      {4294967295, "OK"}};
   for (const auto& [state, name] : cases) {
     CFusionIOPhysicalDrive drive;
     drive.m_State = state;
@@ -70,8 +71,10 @@ TEST_F(RowTexts, ShowThreeDriveStatesAndOKOtherwise) {
 
 TEST_F(RowTexts, ShowTwoAdapterStatusesAndOKOtherwise) {
   const std::pair<std::uint32_t, const char*> cases[] = {
-      {40024, "OK"}, {40150, "WARNING"}, {40095, "FAILED"}, {40099, "OK"},
-      {40025, "OK"}, {0, "OK"},          {40151, "OK"},     {4294967295, "OK"}};
+      {PI::Value::OK, "OK"},          {PI::Value::WARNING, "WARNING"},
+      {PI::Value::FAILED, "FAILED"},  {PI::Value::AVAILABLE, "OK"},
+      {PI::Value::BUSY, "OK"},        {0, "OK"},
+      {PI::Value::WARNING + 1, "OK"}, {4294967295, "OK"}};
   for (const auto& [status, name] : cases) {
     CFusionIOAdapter adapter;
     adapter.m_Status = status;
@@ -81,8 +84,8 @@ TEST_F(RowTexts, ShowTwoAdapterStatusesAndOKOtherwise) {
 
 TEST_F(RowTexts, AreEmptyForNumbersWithoutAName) {
   CFusionIOAdapter adapter;
-  adapter.m_Activity = 40103;
-  adapter.m_StatusReasons = {40393, 40659, 40387, -1};
+  adapter.m_Activity = PI::Value::IDLE + 1;
+  adapter.m_StatusReasons = {PI::Value::ATTACHED, 40659, PI::Value::DETACHED, -1};
   const RaidDataModels::Adapter row = RowOf(adapter);
   EXPECT_THAT(row.activityNames, ElementsAre(""));
   EXPECT_THAT(row.statusReasonNames, ElementsAre("ATTACHED", "", "DETACHED", ""));

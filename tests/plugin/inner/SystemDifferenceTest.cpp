@@ -69,12 +69,12 @@ std::vector<std::string> Names(const SystemDifference& difference) {
   for (const auto& each : difference.m_ChangedDrives) texts.push_back("~" + each.m_Name);
   return texts;
 }
-// "11093/2 of 11": number, severity and object.
+// "CTRL_PNPADD/2 of 11": name, severity and object.
 std::vector<std::string> Events(const SystemDifference& difference) {
   std::vector<std::string> texts;
   for (const PI::CEvent& event : difference.m_Events) {
-    texts.push_back(std::to_string(event.m_EventID) + "/" + std::to_string(event.m_Severity) +
-                    " of " + std::to_string(event.m_ObjectID));
+    texts.push_back(NameOrNumber(HostKit::Family::Event, event.m_EventID) + "/" +
+                    std::to_string(event.m_Severity) + " of " + std::to_string(event.m_ObjectID));
   }
   return texts;
 }
@@ -130,11 +130,11 @@ const Case CASES[] = {
     {"SectorSize",
      [](Records&, Records& scanned) { scanned.drives[1].m_SectorSize = 4096; },
      {"~D2"},
-     {"10985/2 of 22"}},
+     {"PD_FORMAT_CHANGED/2 of 22"}},
     {"FormattedSize",
      [](Records&, Records& scanned) { scanned.drives[1].m_FormattedSizeMiB = 7; },
      {"~D2"},
-     {"10985/2 of 22"}},
+     {"PD_FORMAT_CHANGED/2 of 22"}},
     {"AnotherFieldOfADrive",
      [](Records&, Records& scanned) { scanned.drives[1].m_Product = "other"; },
      {"~D2"},
@@ -145,22 +145,22 @@ const Case CASES[] = {
        scanned.drives.push_back(Drive(3));
      },
      {"+A3", "+D3"},
-     {"11093/2 of 13"}},
+     {"CTRL_PNPADD/2 of 13"}},
     {"CardRemoved",
      [](Records&, Records& scanned) {
        scanned.adapters.erase(scanned.adapters.begin());
        scanned.drives.erase(scanned.drives.begin());
      },
      {"-A1"},
-     {"11094/3 of 11"}},
+     {"CTRL_PNPREMOVE/3 of 11"}},
     {"AllRemoved",
      [](Records&, Records& scanned) { scanned = Records(); },
      {"-A1", "-A2"},
-     {"11094/3 of 11", "11094/3 of 12"}},
+     {"CTRL_PNPREMOVE/3 of 11", "CTRL_PNPREMOVE/3 of 12"}},
     {"AdapterAddedWithoutItsDrive",
      [](Records&, Records& scanned) { scanned.adapters.push_back(Adapter(3)); },
      {"+A3"},
-     {"11093/2 of 13"}},
+     {"CTRL_PNPADD/2 of 13"}},
     {"DriveAddedWithoutItsAdapter",
      [](Records&, Records& scanned) { scanned.drives.push_back(Drive(3)); },
      {},
@@ -183,21 +183,22 @@ const Case CASES[] = {
        Show(scanned.adapters[0], 0x201, 0, 0);
      },
      {"~A1"},
-     {"10957/4 of 11", "10966/4 of 11"}},
+     {"CTRL_INTERNAL_ERROR/4 of 11", "CTRL_NONCORRECTABLE_PCI_ERRORS/4 of 11"}},
     {"WarningsSettled",
      [](Records& stored, Records& scanned) {
        SeenTwice(stored.adapters[0], 0, 0x1001, 0);
        Show(scanned.adapters[0], 0, 0x1001, 0);
      },
      {"~A1"},
-     {"10967/3 of 11", "10979/3 of 11"}},
+     {"CTRL_TEMPERATURE_ABOVE_WARN/3 of 11", "CTRL_RESERVES_DEPLETED/3 of 11"}},
     {"WarningsWithTheInformation",
      [](Records& stored, Records& scanned) {
        SeenTwice(stored.adapters[0], 0, 3, 2);
        Show(scanned.adapters[0], 0, 3, 2);
      },
      {"~A1"},
-     {"10967/3 of 11", "10968/3 of 11", "11086/2 of 11", "11087/2 of 11"}},
+     {"CTRL_TEMPERATURE_ABOVE_WARN/3 of 11", "CTRL_NEAR_WEARING_OUT/3 of 11",
+      "CTRL_WRITE_REG_POWER/2 of 11", "CTRL_UNACTIVATED_FIRMWARE/2 of 11"}},
     {"OnlyTheInformation",
      [](Records& stored, Records& scanned) {
        SeenTwice(stored.adapters[0], 0, 0, 2);
@@ -212,7 +213,7 @@ const Case CASES[] = {
        Show(scanned.adapters[0], 0, 0, 0);
      },
      {"~A1"},
-     {"10980/2 of 11"}},
+     {"CTRL_NORMAL/2 of 11"}},
     {"OneOfTwoBitsCleared",
      [](Records& stored, Records& scanned) {
        Show(stored.adapters[0], 1, 2, 0);
@@ -226,14 +227,14 @@ const Case CASES[] = {
        scanned.adapters[0].m_StatusReasons = {PI::Value::ATTACHED};
      },
      {"~A1"},
-     {"10983/2 of 11"}},
+     {"CTRL_ATTACHED/2 of 11"}},
     {"Detached",
      [](Records& stored, Records& scanned) {
        stored.adapters[0].m_StatusReasons = {PI::Value::ATTACHED};
        scanned.adapters[0].m_StatusReasons = {PI::Value::INTERNAL_ERROR, PI::Value::DETACHED};
      },
      {"~A1"},
-     {"10984/4 of 11"}},
+     {"CTRL_DETACHED/4 of 11"}},
     {"StillAttached",
      [](Records& stored, Records& scanned) {
        stored.adapters[0].m_StatusReasons = {PI::Value::ATTACHED};
@@ -252,7 +253,8 @@ const Case CASES[] = {
        scanned.drives[1].m_SectorSize = 4096;
      },
      {"+A3", "~A2", "-A1", "+D3", "~D2"},
-     {"11093/2 of 13", "10957/4 of 12", "10984/4 of 12", "11094/3 of 11", "10985/2 of 22"}},
+     {"CTRL_PNPADD/2 of 13", "CTRL_INTERNAL_ERROR/4 of 12", "CTRL_DETACHED/4 of 12",
+      "CTRL_PNPREMOVE/3 of 11", "PD_FORMAT_CHANGED/2 of 22"}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, EachDifference, testing::ValuesIn(CASES),

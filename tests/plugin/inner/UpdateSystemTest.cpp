@@ -58,7 +58,7 @@ class UpdateSystem : public testing::Test {
   std::vector<std::string> Events() {
     std::vector<std::string> texts;
     for (const PI::CEvent& event : m_Host.CollectEvents()) {
-      texts.push_back(std::to_string(event.m_EventID) + " of " +
+      texts.push_back(NameOrNumber(HostKit::Family::Event, event.m_EventID) + " of " +
                       std::to_string(event.m_ObjectID & 0xFFFF));
     }
     return texts;
@@ -90,7 +90,7 @@ TEST_F(UpdateSystem, AddsTheFirstDriveWithTheAdaptersSerialNumber) {
   EXPECT_EQ(Update(), 0U);
   EXPECT_THAT(LinesOfInsertedDrives(), ElementsAre("PD (By its number) inserted to db."));
   EXPECT_THAT(SerialNumbers(), ElementsAre("S100", "NEW"));
-  EXPECT_THAT(Events(), ElementsAre("11093 of 900"));
+  EXPECT_THAT(Events(), ElementsAre("CTRL_PNPADD of 900"));
 }
 
 TEST_F(UpdateSystem, GivesTheAddedDriveTheNumberOfItsAdapterAndNoOther) {
@@ -109,7 +109,7 @@ TEST_F(UpdateSystem, AddsNoDriveOfAnotherSerialNumber) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "At its place");
   EXPECT_EQ(Update(), 0U);
-  EXPECT_THAT(Events(), ElementsAre("11093 of 900"));
+  EXPECT_THAT(Events(), ElementsAre("CTRL_PNPADD of 900"));
   EXPECT_THAT(LinesOfInsertedDrives(), IsEmpty());
   EXPECT_THAT(SerialNumbers(), ElementsAre("S100"));
   EXPECT_THAT(Counts(), ElementsAre("2", "1", "1"));
@@ -122,7 +122,7 @@ TEST_F(UpdateSystem, AddsAnAdapterEvenWithoutADrive) {
   AddAdapter("NEW");
   m_ScannedDrives.clear();
   EXPECT_EQ(Update(), 0U);
-  EXPECT_THAT(Events(), ElementsAre("11093 of 900"));
+  EXPECT_THAT(Events(), ElementsAre("CTRL_PNPADD of 900"));
   EXPECT_THAT(Counts(), ElementsAre("2", "1", "1"));
   EXPECT_THAT(Drives(), IsEmpty());
 }
