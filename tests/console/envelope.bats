@@ -25,6 +25,10 @@ setup_file() {
 
 every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
 
+@test "the schema has every command of the program" {
+  every schema
+}
+
 @test "every command in every situation prints JSON that matches the schema and the exit code" {
   every json
 }

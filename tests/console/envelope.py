@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Every command of corvane-host against everything that can go wrong.
 
+envelope.py schema    the schema has each command of the program, and a result for each JSON form
 envelope.py json      each JSON form, in each situation: documents of the schema, and the exit code
 envelope.py escapes   each form, piped: no escape byte
 
@@ -180,6 +181,22 @@ def complaint(check, situation, command, form):
     return None
 
 
+def schema_complaint(forms):
+    """How the schema's commands differ from those of the program, or nothing."""
+    schema = json.loads(SCHEMA.read_text(encoding="utf-8"))
+    named = schema["properties"]["command"]["enum"]
+    if sorted(named, key=str) != sorted([*forms, None], key=str):
+        return f"values of `command`: {set(named) ^ {*forms, None} or 'one is listed twice'}"
+    ruled = []
+    for rule in schema["allOf"]:
+        names = rule["if"]["properties"].get("command", {"enum": []})
+        ruled += names.get("enum", [names.get("const")])
+    written = [name for name in forms if {"json", "jsonl"} & set(forms[name])]
+    if sorted(ruled) != sorted(written):
+        return f"rules of `allOf`: {set(ruled) ^ set(written) or 'one command has two'}"
+    return None
+
+
 def escape(command, form, variables):
     words = [*arguments_of(command), *(["-o", form] if form else [])]
     done = run("escape", words, **variables)
@@ -192,6 +209,10 @@ def escape(command, form, variables):
     return None
 
 
+def schema_cases(forms):
+    yield "schema", schema_complaint, (forms,)
+
+
 def json_cases(forms):
     check = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text(encoding="utf-8")))
     for situation in SITUATIONS:
@@ -201,6 +222,10 @@ def json_cases(forms):
                     yield f"{situation}: {command} -o {form}", complaint, (
                         check, situation, command, form,
                     )
+    # A rejected form is reported in that form.
+    for command, all_forms in forms.items():
+        if "json" not in all_forms:
+            yield f"usage: {command} -o json", complaint, (check, "usage", command, "json")
 
 
 def escape_cases(forms):
@@ -214,7 +239,7 @@ def escape_cases(forms):
 
 def main(what):
     forms = commands()
-    cases = list({"json": json_cases, "escapes": escape_cases}[what](forms))
+    cases = list({"schema": schema_cases, "json": json_cases, "escapes": escape_cases}[what](forms))
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(max_workers=12) as pool:
         running = [(name, pool.submit(work, *arguments)) for name, work, arguments in cases]
