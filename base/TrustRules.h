@@ -25,18 +25,18 @@ bool IsTrustedOwner(uid_t owner, uid_t user);
 // its group count for root only: an ordinary user often shares a folder with a group.
 bool IsOpenTo(const struct stat& status, uid_t user);
 
-// Against taking anything from this folder.
+// An objection to using anything in this folder.
 std::string ObjectionToFolder(const struct stat& folder, uid_t user);
 
-// Against following a link or folder in the middle of a path. `isInOpenFolder`: other users may
-// write the folder that it is in.
+// An objection to following a link or folder in the middle of a path. `isInOpenFolder`: other users
+// may write the folder that it is in.
 std::string ObjectionToComponent(bool isInOpenFolder, const struct stat& entry, uid_t user);
 
-// Against using the file at the end of a path. Devices are always accepted, since only root can
-// create them. For a folder, only the owner matters.
+// An objection to using the file at the end of a path. Devices are always accepted, since only root
+// can create them. For a folder, only the owner matters.
 std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t user);
 
-// Against running code from this file or folder: as strict for every user as for root.
+// An objection to running code from this file or folder. As strict for every user as for root.
 std::string ObjectionToCode(const struct stat& status, uid_t user);
 
 // The permissions for new files and folders, so that `user` accepts them later: writable by root

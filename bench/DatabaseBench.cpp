@@ -43,11 +43,11 @@ PD SomeDrive() {
 }
 
 // Records the statements that are sent to the database.
-class Noted : public DatabaseWrapper::DatabaseDAO {
+class RecordingDatabase : public DatabaseWrapper::DatabaseDAO {
  public:
-  explicit Noted(DatabaseORM::storage_t& storage)
+  explicit RecordingDatabase(DatabaseORM::storage_t& storage)
       : m_Storage(storage), m_pDatabase(std::exchange(storage.dao, Pointer(this))) {}
-  ~Noted() override { m_Storage.dao = m_pDatabase; }
+  ~RecordingDatabase() override { m_Storage.dao = m_pDatabase; }
 
   std::vector<std::string> query(std::string sql) override {
     m_Statements.push_back(sql);
@@ -58,7 +58,7 @@ class Noted : public DatabaseWrapper::DatabaseDAO {
 
  private:
   // Not owned by the storage.
-  static std::shared_ptr<DatabaseDAO> Pointer(Noted* self) {
+  static std::shared_ptr<DatabaseDAO> Pointer(RecordingDatabase* self) {
     return {std::shared_ptr<void>(), self};
   }
 
@@ -69,7 +69,7 @@ class Noted : public DatabaseWrapper::DatabaseDAO {
 // The statements that `change` sends, to be executed by SQLite alone.
 template <class Change>
 std::vector<std::string> StatementsOf(DatabaseORM::storage_t& storage, Change change) {
-  Noted noted(storage);
+  RecordingDatabase noted(storage);
   change();
   return noted.m_Statements;
 }

@@ -100,8 +100,8 @@ VSL_API vsl_code vsl_open(void* iom, vsl_error_record* err);
 /* Closes an open card. Its handle remains, and may be opened again. */
 VSL_API vsl_code vsl_close(void* iom, vsl_error_record* err);
 
-/* Frees the handle at `*handle`, of any kind but a volume's, once; does nothing if it is NULL. The
- * variable keeps its value. Close an open card before, and wait for the end of a started job. */
+/* Frees the handle at `*handle`, not of a volume, once; does nothing if it is NULL. The
+ * variable keeps its value. Close an open card first, and wait for the end of a started job. */
 VSL_API vsl_code vsl_destroy(void** handle, vsl_error_record* err);
 
 /* Creates a handle for the PCIe adapter of an open card. It serves vsl_power_limit_watts only. */
@@ -109,8 +109,8 @@ VSL_API vsl_code vsl_adapter_create(void* iom, void** adapter, vsl_error_record*
 
 /*
  * Attributes, read in pairs. vsl_has_X says whether the card has the attribute at this moment; it
- * may differ from card to card and from call to call. Only after it returned true may vsl_X be
- * called on the same handle. vsl_X reports no failure: its result is undefined then. Strings are
+ * may differ between cards and between calls. Call vsl_X only after vsl_has_X has returned true on
+ * the same handle. vsl_X does not report failures: its result is then undefined. Strings are
  * the library's, and valid at least until the next call on the handle.
  *
  * The lists in own/AttributeLists.h give each attribute's type, unit and numbers. `handle` is an

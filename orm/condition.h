@@ -62,7 +62,7 @@ and_condition_t<Left, Right> operator&&(Left left, Right right) {
   return {std::move(left), std::move(right)};
 }
 
-// Makes a condition that of a statement. Anything but a condition does not compile.
+// Wraps a condition for a statement. Anything but a condition does not compile.
 template <class Condition>
 where_t<Condition> where(Condition condition) {
   static_assert(is_condition<Condition>::value, "where takes is_equal and conditions made of it");

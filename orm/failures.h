@@ -55,8 +55,8 @@ inline std::string failure_text(failure_t failure, const std::string& detail = {
 }
 
 // Runs `step`, once and on this thread, and returns its result. If it throws a `DatabaseException`,
-// throws `failure` with the text of that exception as its detail. Other exceptions pass, also the
-// one that unwinds a canceled thread.
+// throws `failure` with the text of that exception as its detail. Other exceptions
+// propagate, including the one that unwinds a canceled thread.
 template <class Step>
 auto failing_as(failure_t failure, Step step) {
   try {

@@ -59,7 +59,7 @@ inline void read_cell(const std::string& cell, double& value) {
   value = cell == null_word ? RaidDataModels::null_double : number_of(cell);
 }
 
-// The cell as it is. The word NULL needs no conversion: it is the null value of a text.
+// The cell, unchanged. The word NULL needs no conversion: it is the null value of a text.
 inline void read_cell(const std::string& cell, std::string& value) {
   value = cell;
 }

@@ -89,8 +89,8 @@ bool is_key(const fields_map_t<Row>&, const RaidDataModels::dbModelField<Row, Fi
 }
 
 // Calls `visit` with each field of the map: ints, unsigned longs, texts, lists, doubles; in the
-// order of the map within a type. Lets the exceptions of `visit` pass, and visits no further field
-// then.
+// order of the map within a type. If `visit` throws, the exception propagates and the remaining
+// fields are not visited.
 template <class Row, class Visit>
 void for_each_field(const fields_map_t<Row>& map, Visit visit) {
   for (const auto& field : map.intFields) visit(field);

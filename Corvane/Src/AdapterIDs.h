@@ -20,7 +20,7 @@ inline bool IsMolt(const CFusionIOAdapter& adapter) {
   return adapter.m_Model.find("MOLT") != std::string::npos;
 }
 
-// The id that the host gets for an adapter, not numbered yet. The address is cut to 32 bits.
+// The id that the host gets for an adapter, not numbered yet. The address is truncated to 32 bits.
 inline PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
   PI::CAdapterID id;
   id.m_Segment = static_cast<std::uint32_t>(adapter.m_PciSegment);

@@ -106,7 +106,7 @@ class CORVANE_SCOPED_LOCK ManualLock {
   ManualLock(const ManualLock&) = delete;
   ManualLock& operator=(const ManualLock&) = delete;
 
-  // Waits without a timeout. Whether the lock is held then.
+  // Waits without a timeout. Returns whether the lock is held.
   bool Wait() CORVANE_TRY_ACQUIRE(true) CORVANE_UNLOCKED {
     m_Held = m_Lock.Wait(MBX::Threading::WAIT_INFINITE) == kWaitSucceeded;
     return m_Held;

@@ -12,7 +12,7 @@ void InstallStopHandlers(bool secondEnds = true);
 // Throws `Stopped` if a stop signal has arrived.
 void ThrowIfStopped();
 
-// Takes back the stop request: the signal has ended what it was meant to end.
+// Clears the stop request, when the wait that the signal was meant for has ended.
 void ClearStopRequest();
 
 // Whether a stop signal has arrived. May be called from any thread.

@@ -146,12 +146,12 @@ std::optional<Object> ObjectOf(const Line& line, std::size_t argument) {
   }
 }
 
-Candidates Fields(const Line& line, const char* behind) {
+Candidates Fields(const Line& line, const char* suffix) {
   Candidates all;
   const std::optional<Object> object = ObjectOf(line, 0);
   if (!object) return all;
   for (const Field& field : FieldsOf(object->m_Kind)) {
-    all.push_back({std::string(field.m_Name) + behind, FieldMeaning(field)});
+    all.push_back({std::string(field.m_Name) + suffix, FieldMeaning(field)});
   }
   return all;
 }

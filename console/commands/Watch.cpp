@@ -70,14 +70,14 @@ Table BlockTable(const Model& model, bool ascii) {
   return table;
 }
 
-// What has come since `seen` events.
+// The events after the first `seen` ones.
 std::vector<LiveModel::Entry> NewEvents(const LiveModel& live, std::size_t seen) {
   const std::size_t count = std::min(live.EventCount() - seen, live.Log().size());
   const auto first = live.Log().end() - static_cast<std::ptrdiff_t>(count);
   return {first, live.Log().end()};
 }
 
-// The cards as they are and the events since the block before; the text is without its time.
+// The cards now, and the events since the previous block; the text has no time.
 CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style) {
   CommandResult block;
   block.m_Json = {{"objects", Json::array()}, {"events", Json::array()}};

@@ -27,7 +27,7 @@ class Condition {
 
   // The condition as given.
   const std::string& Text() const { return m_Text; }
-  // Whether the object must exist to be checked, or its existence is the condition.
+  // Whether the condition is about an existing object, or about its existence.
   Presence Wants() const { return m_Presence; }
 
  private:

@@ -47,7 +47,7 @@ class CommandSession : public Session {
   // are ignored.
   void CollectPendingEvents() noexcept;
 
-  // For a read without an answer in time, or after a stop signal.
+  // The failure of a read that timed out or was interrupted by a stop signal.
   [[noreturn]] static void ThrowReadTimeout();
 
   const TimeLimits& Limits() const { return m_Limits; }

@@ -15,7 +15,7 @@ namespace Console {
 // changes of a card.
 class PluginSession : public CommandSession {
  public:
-  // Brings the plug-in up, which takes more than a second. Throws `Failure`; finding no card
+  // Loads and starts the plug-in, which takes more than a second. Throws `Failure`; finding no card
   // is not a failure. The event log and the diagnostics must outlive it.
   PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
                 Diagnostics& diagnostics, const TimeLimits& limits);
@@ -29,8 +29,8 @@ class PluginSession : public CommandSession {
   bool WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) override;
 
  private:
-  // What the plug-in's threads use. In order of life: the instance is destroyed before its
-  // library, the notifier after both.
+  // Used by the plug-in's threads. Destroyed from the last to the first: the instance before its
+  // library, and the notifier after both.
   struct Loaded {
     explicit Loaded(const std::filesystem::path& file) : m_Library(file), m_Plugin(m_Library) {}
 

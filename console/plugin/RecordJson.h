@@ -1,4 +1,4 @@
-// The plug-in interface's records as JSON: what crosses a process boundary.
+// The plug-in interface's records as JSON, for another process.
 //
 // A field that has its default is left out; a decoded record has the default for each field that is
 // missing. Texts that are not UTF-8 are
@@ -14,7 +14,7 @@
 
 namespace Console {
 
-// JSON that is not the record that it should be. The text names the place: "payload[2].units:
+// JSON that is not the expected record. The text names the place: "payload[2].units:
 // expected a number from 0 to 4294967295".
 class RecordError : public std::runtime_error {
  public:

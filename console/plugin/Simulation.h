@@ -18,8 +18,8 @@ namespace Console {
 class Simulation {
  public:
   // An empty `file` means the simulator's default. Throws `Failure` if the file cannot be read, the
-  // folder cannot be made, or the simulator does not make the tree within the limit of a call; no
-  // folder is left then. A stop signal throws `Stopped`.
+  // folder cannot be created, or the simulator does not create the tree within the time limit of a
+  // call; then no folder remains. A stop signal throws `Stopped`.
   Simulation(const std::string& file, const TimeLimits& limits);
   ~Simulation();
   Simulation(const Simulation&) = delete;

@@ -16,7 +16,7 @@ namespace Console {
 using Json = nlohmann::ordered_json;
 
 struct CommandResult {
-  Json m_Json;  // json; null: all of it has been written before
+  Json m_Json;  // json; null: everything has already been written
   const char* m_Items =
       nullptr;    // jsonl: the list in `m_Json` that is written one element per line
   Table m_Table;  // table, tree, tsv

@@ -30,7 +30,7 @@ struct Family {
 
 // What the metrics are made from.
 struct MetricInput {
-  const Model* m_pModel = nullptr;  // null: the plug-in could not be asked
+  const Model* m_pModel = nullptr;  // null: the plug-in cannot be used
   double m_StartSeconds = 0;        // of the plug-in, with its first scan
   std::vector<HostKit::EventCount> m_Events;
 };

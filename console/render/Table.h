@@ -25,7 +25,7 @@ struct Column {
   std::string m_Name;     // for scripts
   bool m_Right = false;
   bool m_Tree = false;    // carries the branches when drawn as a tree
-  std::size_t m_Min = 0;  // width for people, so that tables drawn one after the other agree
+  std::size_t m_Min = 0;  // width for people, so that successive tables line up
 };
 
 struct Row {

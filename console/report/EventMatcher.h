@@ -12,8 +12,8 @@
 
 namespace Console {
 
-// Finds the current object of an event of an earlier run, by kind and serial number of the card,
-// without one by name. The model must outlive it.
+// Finds the current object of an event of an earlier run: by kind and by serial number of the card,
+// or by name if it has none. The model must outlive it.
 class EventMatcher {
  public:
   explicit EventMatcher(const Model& model);

@@ -1,4 +1,4 @@
-// Since when an object has had its status, from the event log.
+// When the current status of an object began, from the event log.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace Console {
 
 // The time of the event that started the current status, in milliseconds since the epoch. `events`
 // are those of the object, in order of logging. Empty unless the log has the start of every reason
-// for the status: the log only has what began while a host was running.
+// for the status: the log has only what began while a host was running.
 std::optional<std::uint64_t> StatusSince(const Health& health,
                                          const std::vector<LoggedEvent>& events);
 

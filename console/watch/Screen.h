@@ -45,7 +45,7 @@ class Screen {
   ScreenSize Size() const;
   // The next pending key, or none; does not block.
   Key Read();
-  // Shows these lines from the top, cut to the size of the screen.
+  // Shows these lines from the top, truncated to the size of the screen.
   void Show(const std::vector<Line>& lines);
 
  private:

@@ -22,11 +22,11 @@ using Line = std::vector<Piece>;
 // Columns that a text takes on a terminal; control characters and invalid bytes take one each.
 std::size_t ColumnsOf(const std::string& text);
 
-// Cut or filled up with spaces to exactly that many columns, and printable.
+// Truncated or padded with spaces to exactly that many columns, and printable.
 std::string Fit(const std::string& text, std::size_t columns);
 std::string FitRight(const std::string& text, std::size_t columns);
 
-// The line cut to that many columns.
+// The line truncated to that many columns.
 Line CutLine(const Line& line, std::size_t columns);
 
 // A bar of `columns`, filled from 0 to 1; more than 1 is full.

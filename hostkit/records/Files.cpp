@@ -37,8 +37,7 @@ bool LockWithTimeout(const Base::Descriptor& folder) {
   return false;
 }
 
-// 0 or the error. The draft is the process's own until it has content; then it becomes what the
-// file was.
+// Opens a draft with the owner and mode of the old file, if there is one. Returns 0 or the errno.
 int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int folder) {
   struct stat old {};
   const bool exists = fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;

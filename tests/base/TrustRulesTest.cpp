@@ -18,7 +18,8 @@ struct stat Entry(mode_t mode, uid_t owner, gid_t group = 1000, nlink_t names = 
   return status;
 }
 
-struct FolderRule {
+// A case of the rules for folders and for code.
+struct Rule {
   const char* m_Name;
   mode_t m_Mode;
   uid_t m_Owner;
@@ -27,7 +28,7 @@ struct FolderRule {
   const char* m_Objection;
 };
 
-const FolderRule kFolders[] = {
+const Rule kFolders[] = {
     {"root's own", 0755, kRoot, 0, kRoot, ""},
     {"root's group may write", 0775, kRoot, 0, kRoot, ""},
     {"another group may write", 0775, kRoot, 1000, kRoot, kOthers},
@@ -40,7 +41,7 @@ const FolderRule kFolders[] = {
 };
 
 TEST(TrustRules, CheckFolders) {
-  for (const FolderRule& each : kFolders) {
+  for (const Rule& each : kFolders) {
     const auto folder = Entry(S_IFDIR | each.m_Mode, each.m_Owner, each.m_Group);
     EXPECT_EQ(each.m_Objection, Base::ObjectionToFolder(folder, each.m_User)) << each.m_Name;
   }
@@ -92,16 +93,7 @@ TEST(TrustRules, CheckFiles) {
   }
 }
 
-struct CodeRule {
-  const char* m_Name;
-  mode_t m_Mode;
-  uid_t m_Owner;
-  gid_t m_Group;
-  uid_t m_User;
-  const char* m_Objection;
-};
-
-const CodeRule kCode[] = {
+const Rule kCode[] = {
     {"root's, for a user", S_IFREG | 0755, kRoot, 0, kAnn, ""},
     {"a user's own", S_IFREG | 0755, kAnn, 1000, kAnn, ""},
     {"a user's, for root", S_IFREG | 0755, kAnn, 1000, kRoot, "belongs to uid 1000"},
@@ -115,7 +107,7 @@ const CodeRule kCode[] = {
 };
 
 TEST(TrustRules, CheckCodeForEveryUserAsStrictlyAsForRoot) {
-  for (const CodeRule& each : kCode) {
+  for (const Rule& each : kCode) {
     const auto code = Entry(each.m_Mode, each.m_Owner, each.m_Group);
     EXPECT_EQ(each.m_Objection, Base::ObjectionToCode(code, each.m_User)) << each.m_Name;
   }

@@ -54,7 +54,7 @@ TEST_F(Unopenable, InitFailsWithoutDescriptors) {
 // A call that reads the file again because it has changed.
 struct Call {
   const char* name;
-  const char* failed;  // in front of the reason
+  const char* failed;  // before the reason
   std::function<std::string(void* card, vsl_error_record* err)> make;
 };
 

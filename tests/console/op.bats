@@ -14,9 +14,9 @@ setup_file() {
   keep drive own list op list a0/d0 -o json &
   keep can own list op check a0 DETACH -o json &
   keep cannot own list op check a0 50126 -o json &
-  keep light own light op run a0 locate_device &
+  keep led_on own led_on op run a0 locate_device &
   wait
-  keep unlit own unlit op run a0 OP_STOP_LOCATE_DEVICE &
+  keep led_off own led_off op run a0 OP_STOP_LOCATE_DEVICE &
   keep force own force op run a0 50128 -y &
   keep unasked own unasked op run a0 op_force_detach &
   keep plan own plan op run a0/d0 format_device FORMATTING=CUSTOM SIZE=50 BLOCK_SIZE=4096 -n &
@@ -57,19 +57,19 @@ setup_file() {
 }
 
 @test "op run accepts names and numbers, even of unlisted operations" {
-  ended light 0
-  same "a0 locate LED: off -> on" "$(out light)"
+  ended led_on 0
+  same "a0 locate LED: off -> on" "$(out led_on)"
   ended force 0
   same "a0: attached -> detached" "$(untimed force)"
   same 0 "$(card force iom_state)"
 }
 
 @test "an operation that the plug-in refuses fails with its error number" {
-  ended unlit 4
-  said unlit "corvane-host: locate a0: locate LED already off (20041)"
+  ended led_off 4
+  said led_off "corvane-host: locate a0: locate LED already off (20041)"
   ended unknown 1
   grep -q "^corvane-host: 60000 a0: .* (20005)$" "$BATS_FILE_TMPDIR/unknown.err"
-  untouched unlit unknown
+  untouched led_off unknown
 }
 
 @test "op run requires the same confirmation as the command" {

@@ -30,7 +30,7 @@ import pexpect
 import pyte
 
 # The time to wait for output that does not arrive; it costs nothing if the output arrives.
-PATIENCE = 120
+TIMEOUT_SECONDS = 120
 KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Left": "\x1b[D", "Escape": "\x1b",
         "Backspace": "\x7f", "Ctrl-C": "\x03", "Ctrl-D": "\x04"}
 
@@ -86,7 +86,7 @@ class Terminal:
         self.stream.feed(data)
 
     def until(self, what, holds):
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + TIMEOUT_SECONDS
         while not holds():
             if time.monotonic() > end:
                 self.fail(what)

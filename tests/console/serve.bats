@@ -26,8 +26,8 @@ teardown_file() {
   same "ready" "$(out ready)"
 }
 
-# Everything but the time, the state of events and ids, which a second plug-in assigns alike.
-@test "the cards are the same document as the console's" {
+# Except for the time and the state of events. Two plug-ins assign the same ids.
+@test "the cards are the same document as that of list" {
   document cards /v1/cards
   CORVANE_DATABASE=:memory: keep list host list -o json
   ended list 0
@@ -55,7 +55,7 @@ teardown_file() {
   problem option 404 NO_SUCH_OBJECT
 }
 
-@test "status, events and metrics are documents, too" {
+@test "status, events and metrics are documents" {
   document status /v1/status
   same '["TEMPERATURE_ABOVE_WARN"]' "$(json status \
     '[r["name"] for o in d["result"]["objects"] if o["object"] == "a1" for r in o["reasons"]]')"
@@ -109,7 +109,7 @@ teardown_file() {
   grep -qx "PollInterval=17" "$CORVANE_CONFIG_DIR/Corvane.ini"
 }
 
-@test "a session refuses what the service does itself" {
+@test "a session refuses commands that the service itself sends" {
   ask initialize POST /v1/session '{"command": "INITIALIZE"}'
   problem initialize 409 RESERVED
   ask deinitialize POST /v1/session '{"command": "DEINITIALIZE"}'
@@ -118,7 +118,7 @@ teardown_file() {
   problem events 409 RESERVED
 }
 
-@test "a session refuses what is not a command" {
+@test "a session refuses an invalid command" {
   local body
   for body in '{' '[]' '{}' '{"command": "GET"}' '{"command": "GET_TOPOLOGY", "more": 1}' \
     '{"command": "SET_PROPERTY", "payload": {"integer": 1e99}}'; do
@@ -127,7 +127,7 @@ teardown_file() {
   done
 }
 
-@test "the cards are shown while the plug-in process is away, and it comes back" {
+@test "cards are still served after the plug-in process has ended, until it is restarted" {
   local before
   before=$(plugin_process)
   kill -STOP "$before"

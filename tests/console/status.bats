@@ -10,24 +10,24 @@ setup_file() {
   make_cards
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local name
-  for name in sick soon event leave; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
-  cards sick set card0 iom_state 0
-  cards sick set card1 temp_internal_deg_c 86.5
-  cards sick clear card1 TEMPERATURE_ABOVE_WARN
-  cards sick raise card1 TEMPERATURE_ABOVE_ERROR
+  for name in degraded soon event leave; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+  cards degraded set card0 iom_state 0
+  cards degraded set card1 temp_internal_deg_c 86.5
+  cards degraded clear card1 TEMPERATURE_ABOVE_WARN
+  cards degraded raise card1 TEMPERATURE_ABOVE_ERROR
 
   keep all host status &
   keep drive host status a0/d0 &
   keep tsv host status a1 -o tsv -H &
   keep json host status -o json &
   keep lines host status -o jsonl &
-  keep ascii with sick status --ascii &
-  keep sickdrive with sick status a0/d0 &
-  keep sicklist with sick list &
-  keep sicktsv with sick list -o tsv -H -c object,status &
-  keep sickcheck with sick check &
-  keep sickblock with sick watch -o table --for 0s &
-  keep sickjson with sick status -o json &
+  keep ascii with degraded status --ascii &
+  keep degradeddrive with degraded status a0/d0 &
+  keep degradedlist with degraded list &
+  keep degradedtsv with degraded list -o tsv -H -c object,status &
+  keep degradedcheck with degraded check &
+  keep degradedblock with degraded watch -o table --for 0s &
+  keep degradedjson with degraded status -o json &
   keep none corvane-host status &
   wait
   keep already host wait a1 warning &
@@ -92,13 +92,13 @@ a1  WARNING
 }
 
 @test "the drive of a detached card is shown as detached, and with the plug-in's status to scripts" {
-  same "a0/d0  detached" "$(out sickdrive)"
-  grep -qE "^a0/d0 +DriveA \(0\) +detached " "$BATS_FILE_TMPDIR/sicklist.out"
-  same "a0/d0	AVAILABLE" "$(out sicktsv | grep a0/d0)"
-  grep -q "^a0/d0 detached: DriveA (0)" "$BATS_FILE_TMPDIR/sickcheck.out"
-  grep -qE "^a0/d0 +DriveA \(0\) +detached" "$BATS_FILE_TMPDIR/sickblock.out"
+  same "a0/d0  detached" "$(out degradeddrive)"
+  grep -qE "^a0/d0 +DriveA \(0\) +detached " "$BATS_FILE_TMPDIR/degradedlist.out"
+  same "a0/d0	AVAILABLE" "$(out degradedtsv | grep a0/d0)"
+  grep -q "^a0/d0 detached: DriveA (0)" "$BATS_FILE_TMPDIR/degradedcheck.out"
+  grep -qE "^a0/d0 +DriveA \(0\) +detached" "$BATS_FILE_TMPDIR/degradedblock.out"
   same '["AVAILABLE"]' \
-    "$(json sickjson '[o["status"] for o in d["result"]["objects"] if o["object"] == "a0/d0"]')"
+    "$(json degradedjson '[o["status"] for o in d["result"]["objects"] if o["object"] == "a0/d0"]')"
 }
 
 @test "only a ratio may be compared in percent" {
@@ -133,11 +133,11 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 
 @test "status in JSON has the measured value, the limit and the advice" {
-  valid json sickjson lines:4
+  valid json degradedjson lines:4
   same '[["a0", true, []], ["a0/d0", true, []], ["a1", false, ["TEMPERATURE_ABOVE_WARN"]], ["a1/d0", true, []]]' \
     "$(json json '[[o["object"], o["ok"], [r["name"] for r in o["reasons"]]] for o in d["result"]["objects"]]')"
   same '[{"name": "temperature_celsius", "value": 86.5}, {"name": "temperature_critical_celsius", "value": 85.0}]' \
-    "$(json sickjson '[d["result"]["objects"][2]["reasons"][0][k] for k in ("measured", "limit")]')"
+    "$(json degradedjson '[d["result"]["objects"][2]["reasons"][0][k] for k in ("measured", "limit")]')"
 }
 
 @test "a machine without cards has no status" {

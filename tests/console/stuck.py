@@ -28,7 +28,7 @@ HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
 PLUGIN = os.environ["ODD_PLUGIN"]
 
 # Enough for a slow machine, and much less than the ten minutes for which the plug-in hangs.
-PATIENCE = 200
+TIMEOUT_SECONDS = 200
 DEFAULT_LIMIT = 30
 
 # Command: its arguments, where they differ from those that the synopsis requires.
@@ -91,7 +91,7 @@ def start(words, place):
 
 def finish(process, words, expected, texts):
     try:
-        out, err = process.communicate(timeout=PATIENCE)
+        out, err = process.communicate(timeout=TIMEOUT_SECONDS)
     except subprocess.TimeoutExpired:
         process.kill()
         return "it does not end"
@@ -115,7 +115,7 @@ def timeout(words, place):
 def interrupt(words, place):
     name, process = start(words, place)
     log = pathlib.Path(f"{name}.log")
-    end = time.monotonic() + PATIENCE
+    end = time.monotonic() + TIMEOUT_SECONDS
     while not log.exists() or "hangs" not in log.read_text():
         if process.poll() is not None or time.monotonic() > end:
             return f"does not come to '{place}': {process.communicate()[1]}"
@@ -150,7 +150,7 @@ def no_worker(words):
     if words[0] in NEED_WORKER or " ".join(words) in WAITING:
         return finish(process, words, FAILED, [f"corvane-host: cannot wait: {NO_WORKER}"])
     try:
-        out, err = process.communicate(timeout=PATIENCE)
+        out, err = process.communicate(timeout=TIMEOUT_SECONDS)
     except subprocess.TimeoutExpired:
         process.kill()
         return "it does not end"

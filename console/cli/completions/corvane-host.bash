@@ -4,7 +4,7 @@ _corvane_host() {
   local -a words=()
   local word joined='' current raw line
 
-  # The shell has cut the words at = and :, the program wants them whole.
+  # Bash splits words at = and :, so join them again.
   for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
     if [[ ${#words[@]} -gt 0 && ( $joined || $word =~ ^[=:]+$ ) ]]; then
       words[-1]+=$word

@@ -138,12 +138,12 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
       ASSERT_EQ(1, outcome.code) << "allocation " << failures << ": " << outcome.err;
       const bool isSaved = outcome.err == "cardsim: out of memory; the change is saved\n";
       ASSERT_TRUE(isSaved || outcome.err == "cardsim: out of memory\n") << outcome.err << failures;
-      // A scenario stops between two changes; any other command makes its change completely or not.
+      // A scenario stops between two changes; the change of any other command is atomic.
       const bool isScenario = GetParam().arguments[0] == "play";
       ASSERT_TRUE(isScenario || Slurp() == (isSaved ? after : m_Before)) << failures;
       ASSERT_FALSE(std::filesystem::exists(Path().string() + ".new")) << failures;
       ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); })) << failures;
-      // Slow, and alike at all places.
+      // Slow, and the same at all places.
       if (isSaved || failures % 20 != 0) continue;
       const Outcome again = Run(kEnough, kind);
       ASSERT_EQ(whole.out + "[0]", again.out + again.err + "[" + std::to_string(again.code) + "]");
