@@ -94,7 +94,8 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
     if (m_IsStopping) return;
     // The plug-in looks for cards only when it starts.
     if (!session.HasCards()) return;
-    Publish(session);
+    // A format holds the plug-in until it ends.
+    if (!worker.IsFormatting()) Publish(session);
     if (stable.IsOver()) m_NextPause = m_Settings.m_FirstPause;
   }
 }

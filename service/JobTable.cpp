@@ -17,7 +17,7 @@ JobTable::JobTable()
 
 std::optional<Job> JobTable::Begin(const std::string& serial, const std::string& operation,
                                    bool isDryRun) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   const bool isBusy = std::any_of(m_Jobs.begin(), m_Jobs.end(), [&serial](const Job& each) {
     return each.m_Serial == serial && each.m_State == JobState::Running;
   });
@@ -43,7 +43,7 @@ void JobTable::DropOldest() {
 }
 
 void JobTable::End(const std::string& id, JobState state, nlohmann::ordered_json result) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   for (Job& each : m_Jobs) {
     if (each.m_Id != id) continue;
     each.m_State = state;
@@ -53,18 +53,18 @@ void JobTable::End(const std::string& id, JobState state, nlohmann::ordered_json
 }
 
 void JobTable::Drop(const std::string& id) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   const auto isDropped = [&id](const Job& each) { return each.m_Id == id; };
   m_Jobs.erase(std::remove_if(m_Jobs.begin(), m_Jobs.end(), isDropped), m_Jobs.end());
 }
 
 std::vector<Job> JobTable::List() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return {m_Jobs.rbegin(), m_Jobs.rend()};
 }
 
 std::optional<Job> JobTable::Find(const std::string& id) const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   const auto found = std::find_if(m_Jobs.begin(), m_Jobs.end(),
                                   [&id](const Job& each) { return each.m_Id == id; });
   if (found == m_Jobs.end()) return std::nullopt;

@@ -6,11 +6,12 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "base/Mutex.h"
 
 namespace Service {
 
@@ -48,12 +49,12 @@ class JobTable {
   std::optional<Job> Find(const std::string& id) const;
 
  private:
-  void DropOldest();
+  void DropOldest() HOST_REQUIRES(m_Lock);
 
   const std::uint64_t m_Run;
-  mutable std::mutex m_Lock;
-  std::deque<Job> m_Jobs;    // guarded by `m_Lock`; oldest first
-  std::uint64_t m_Last = 0;  // guarded by `m_Lock`
+  mutable Base::Mutex m_Lock;
+  std::deque<Job> m_Jobs HOST_GUARDED_BY(m_Lock);  // oldest first
+  std::uint64_t m_Last HOST_GUARDED_BY(m_Lock) = 0;
 };
 
 }  // namespace Service

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -78,6 +79,11 @@ Failure FailureFrom(const Json& document) {
 
 // A process that hangs in the kernel cannot be killed; it is left running.
 constexpr std::chrono::milliseconds kKillTimeout(3000);
+
+// A call that has waited for a format gets this much more time.
+constexpr std::chrono::milliseconds kAfterFormat(30000);
+// How often a call whose deadline is over looks whether a format is still running.
+constexpr std::chrono::milliseconds kFormatCheck(10);
 
 // Whether the process has ended by the deadline. If so, it has been reaped.
 bool AwaitEnd(pid_t process, const Console::Deadline& deadline) {
@@ -179,27 +185,43 @@ void Worker::End() {
 }
 
 std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& command,
-                                                 const Console::Deadline& deadline) {
+                                                 const Console::Deadline& deadline,
+                                                 DuringFormat duringFormat) {
   Json document = Console::ToJson(command);
   std::uint64_t id = 0;
   {
     const Base::MutexLock lock(m_Lock);
     id = ++m_LastId;
     m_Replies[id];
+    m_Formats += deadline.IsUnlimited() ? 1 : 0;
   }
   document["id"] = id;
   const bool isSent = m_Writer.Write(document);
   if (!isSent) Kill();
 
   Base::MutexLock lock(m_Lock);
-  while (isSent && !m_HasEnded && !m_Replies[id] && !deadline.IsOver()) {
-    m_Changed.WaitFor(lock, deadline.Left());
+  while (isSent && !m_HasEnded && !m_Replies[id] && !HasWaited(deadline, duringFormat)) {
+    m_Changed.WaitFor(lock, std::max(deadline.Left(), kFormatCheck));
+  }
+  if (deadline.IsUnlimited()) {
+    --m_Formats;
+    m_AfterFormat = Console::Deadline(kAfterFormat);
   }
   const std::optional<Json> reply = std::move(m_Replies[id]);
   m_Replies.erase(id);
   lock.Unlock();
   if (!reply) return std::nullopt;
   return Console::ReplyFromJson(command.m_Command, *reply);
+}
+
+bool Worker::HasWaited(const Console::Deadline& deadline, DuringFormat duringFormat) const {
+  if (!deadline.IsOver()) return false;
+  return duringFormat == DuringFormat::GiveUp || (m_Formats == 0 && m_AfterFormat.IsOver());
+}
+
+bool Worker::IsFormatting() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_Formats > 0;
 }
 
 bool Worker::IsAlive() const {

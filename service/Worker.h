@@ -34,10 +34,16 @@ class Worker {
   Console::PluginInfo Info() const { return m_Info; }
   pid_t ProcessId() const { return m_Process; }
 
+  // Whether a call may wait longer than its deadline because a format holds the plug-in.
+  enum class DuringFormat { GiveUp, Wait };
+
   // Carries out one command. Empty if the process has ended or has not answered by the deadline; a
-  // late answer is dropped.
+  // late answer is dropped. Formats are the calls with an unlimited deadline.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
-                                           const Console::Deadline& deadline);
+                                           const Console::Deadline& deadline,
+                                           DuringFormat duringFormat = DuringFormat::GiveUp);
+  // Whether a format is running.
+  bool IsFormatting() const;
   // Notified when the plug-in has changes or events, and when the process ends.
   const Console::Notifier& Notifications() const { return m_Notifications; }
   // Whether the connection to the process still works.
@@ -63,6 +69,8 @@ class Worker {
   void ReadReplies();
   void Take(nlohmann::json document);
   void End();
+  bool HasWaited(const Console::Deadline& deadline, DuringFormat duringFormat) const
+      HOST_REQUIRES(m_Lock);
 
   const Base::Descriptor m_Socket;
   const pid_t m_Process;
@@ -77,6 +85,9 @@ class Worker {
   // Of the calls that wait.
   std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);
   std::size_t m_FailedThreads HOST_GUARDED_BY(m_Lock) = 0;
+  int m_Formats HOST_GUARDED_BY(m_Lock) = 0;  // that are running
+  // Of the calls that have waited for a format; over if there was none.
+  Console::Deadline m_AfterFormat HOST_GUARDED_BY(m_Lock){std::chrono::steady_clock::time_point()};
 
   std::thread m_Reader;
 };

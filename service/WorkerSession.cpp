@@ -15,7 +15,7 @@ WorkerSession::WorkerSession(Worker& worker, Console::EventLogClient& eventLog,
 std::optional<Console::PluginReply> WorkerSession::Call(Console::PluginCommand command,
                                                         const Console::Deadline& deadline,
                                                         Console::OnStop) {
-  auto reply = m_Worker.Call(command, deadline);
+  auto reply = m_Worker.Call(command, deadline, Worker::DuringFormat::Wait);
   if (!reply && !m_Worker.IsAlive()) {
     throw Console::Failure(Console::ExitCode::Failed, "PLUGIN_ENDED",
                            "the plug-in process has ended");

@@ -23,6 +23,8 @@ class Deadline {
     return *m_End < *other.m_End ? *this : other;
   }
 
+  // Whether it never is over.
+  bool IsUnlimited() const { return !m_End; }
   bool IsOver() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }
 
   // What is left, rounded up, `atMost` if that is less: the system counts a wait in an int of

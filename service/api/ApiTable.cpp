@@ -245,6 +245,8 @@ std::optional<std::string> ObjectionToQuery(const Http::Request& request) {
 
 std::optional<std::string> ObjectionToBody(const ApiRow& row, const Http::Request& request) {
   if (row.m_Body == nullptr || request.m_Body.empty()) return std::nullopt;
+  // The JSON library takes a zero byte for the end of the text.
+  if (request.m_Body.find('\0') != std::string::npos) return "the body contains NUL";
   const auto body = nlohmann::json::parse(request.m_Body, nullptr, false);
   if (body.is_discarded()) return "the body is not a JSON document";
   return ObjectionTo(body, row.m_Body);

@@ -12,7 +12,7 @@ constexpr std::size_t kMaxEntries = 1000;
 // The lock is held during `answer`, so that two requests with a new key do not both run.
 Http::Response ReplayCache::Answer(const std::string& key, const std::string& content,
                                    const std::function<Http::Response()>& answer) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   const auto known = std::find_if(m_Entries.begin(), m_Entries.end(),
                                   [&key](const Entry& each) { return each.m_Key == key; });
   if (known != m_Entries.end()) {

@@ -3,9 +3,9 @@
 
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <string>
 
+#include "base/Mutex.h"
 #include "service/http/Message.h"
 
 namespace Service {
@@ -26,8 +26,8 @@ class ReplayCache {
     Http::Response m_Response;
   };
 
-  std::mutex m_Lock;
-  std::deque<Entry> m_Entries;  // guarded by `m_Lock`; oldest first
+  Base::Mutex m_Lock;
+  std::deque<Entry> m_Entries HOST_GUARDED_BY(m_Lock);  // oldest first
 };
 
 }  // namespace Service

@@ -90,6 +90,7 @@ ROWS = [
     ("GET", "/v1/session", None, {}, 200, None),
     ("POST", "/v1/session", {"command": "GET_TOPOLOGY"}, {}, 200, None),
     ("POST", "/v1/session", {"command": "X"}, {}, 400, "BODY_INVALID"),
+    ("POST", "/v1/session", '{"command": "GET_TOPOLOGY"}\0', {}, 400, "BODY_INVALID"),
     ("POST", "/v1/session", {"command": "INITIALIZE"}, {}, 409, "RESERVED"),
     # Of any path.
     ("GET", "/v1/cards/%ff", None, {}, 400, "PATH_INVALID"),
