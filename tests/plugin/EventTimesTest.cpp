@@ -137,7 +137,7 @@ struct FailingJob {
   const char* name;
   std::uint32_t operation;
   const char* state;
-  std::uint32_t event;
+  const char* event;
 };
 
 void PrintTo(const FailingJob& job, std::ostream* stream) {
@@ -165,15 +165,14 @@ TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
   PassMs(10000);
   CardSim::SetHook({});
   EXPECT_EQ(released, 3000U);
-  EXPECT_THAT(Collected(), ElementsAre(std::to_string(GetParam().event) + " at 3000"));
+  EXPECT_THAT(Collected(), ElementsAre(GetParam().event + std::string(" at 3000")));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Jobs, EachFailingJob,
-    testing::Values(FailingJob{"Attach", PI::OP_ATTACH, "0", Number::CTRL_ATTACH_FAILED},
-                    FailingJob{"Detach", PI::OP_DETACH, "2", Number::CTRL_DETACH_FAILED},
-                    FailingJob{"ForceDetach", PI::OP_FORCE_DETACH, "2",
-                               Number::CTRL_DETACH_FAILED}),
+    testing::Values(FailingJob{"Attach", PI::OP_ATTACH, "0", "CTRL_ATTACH_FAILED"},
+                    FailingJob{"Detach", PI::OP_DETACH, "2", "CTRL_DETACH_FAILED"},
+                    FailingJob{"ForceDetach", PI::OP_FORCE_DETACH, "2", "CTRL_DETACH_FAILED"}),
     [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace

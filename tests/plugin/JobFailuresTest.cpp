@@ -196,7 +196,8 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   const std::string name = trace.substr(0, trace.find(','));
   Lines expected = {"-- trace 2 ENTER " + name + "(/dev/fct0)"};
   expected.insert(expected.end(), BEGIN.begin(), BEGIN.end());
-  const std::string event = std::string("-- event ") + std::string(GetParam().event, 5);
+  const std::string rendered = GetParam().event;
+  const std::string event = "-- event " + rendered.substr(0, rendered.find(' '));
   for (const std::string& call : GetParam().calls) {
     expected.push_back("-- call " + call);
     if (call.substr(0, call.find(' ')) != GetParam().function) continue;

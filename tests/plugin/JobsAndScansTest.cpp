@@ -247,7 +247,7 @@ constexpr const char* FIRST_IS_GONE =
     "SanDisk "
     "Flash "
     "Adapter 785GB (1)";
-constexpr const char* EMPTY_FAILURE = "1 severity 0 object 0 at no time source  place ";
+constexpr const char* EMPTY_FAILURE = "UNDEFINED severity 0 object 0 at no time source  place ";
 
 TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardIsGone) {
   LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });

@@ -1,5 +1,5 @@
-// Replaces the function of the host's library that writes a trace line, a destructor: an
-// executable's own definitions are found first.
+// Replaces the host library's function that writes a trace line, which is a destructor: the loader
+// finds the executable's definition first.
 
 #include "tests/support/HeldTrace.h"
 

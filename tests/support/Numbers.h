@@ -43,7 +43,7 @@ constexpr std::uint32_t PD_FORMAT_CHANGED = 10985;
 constexpr std::uint32_t CTRL_PNPADD = 11093;
 constexpr std::uint32_t CTRL_PNPREMOVE = 11094;
 
-// Properties that are asked of an object which may not have them.
+// Properties requested from objects that may not have them.
 namespace Property {
 constexpr std::uint32_t VENDOR = 30003;
 constexpr std::uint32_t VENDOR_API_VERSION = 30004;

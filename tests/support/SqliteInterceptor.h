@@ -17,8 +17,8 @@ class SqliteInterceptor {
   SqliteInterceptor(const SqliteInterceptor&) = delete;
   SqliteInterceptor& operator=(const SqliteInterceptor&) = delete;
 
-  // Runs a statement on the newest connection, which is the plug-ins' one if the kit has just
-  // opened its database. Afterwards, statements on that connection are not confined.
+  // Runs a statement on the newest connection: that of the plug-ins, if the kit has just opened its
+  // database. Afterwards, statements on that connection are not confined.
   static void Run(const char* sql) {
     sqlite3_set_authorizer(Newest(), nullptr, nullptr);
     if (sqlite3_exec(Newest(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Corvane/Src/SystemDifference.h"
+#include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
 namespace {
