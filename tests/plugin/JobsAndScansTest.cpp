@@ -145,7 +145,7 @@ TEST_F(JobsAndScans, ACardWithoutAStateIsNotShownAsDetaching) {
   held.AwaitArrival();
   m_Host.Cards().MakeAbsent("card0", "iom_state");
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(FIRST), "40095 40102: none");
+  EXPECT_EQ(Shown(FIRST), "FAILED IDLE: none");
 }
 
 // A job that reaches its first step after another job has taken over its slot and ended. Its device
