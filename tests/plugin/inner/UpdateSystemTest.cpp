@@ -127,6 +127,13 @@ TEST_F(UpdateSystem, AddsAnAdapterEvenWithoutADrive) {
   EXPECT_THAT(Drives(), IsEmpty());
 }
 
+TEST_F(UpdateSystem, MakesTheScannedAdaptersTheOnlyChildrenOfThePluginObject) {
+  AddAdapter("NEW");
+  PluginObject().m_Children = {7};
+  EXPECT_EQ(Update(), 0U);
+  EXPECT_THAT(PluginObject().m_Children, ElementsAre(OneCard::ADAPTER, NEW_ADAPTER));
+}
+
 // A drive that is added without an adapter does not count as a change.
 TEST_F(UpdateSystem, RaisesNoEventForANewDriveWithoutItsAdapter) {
   AddDrive(1, "OTHER", "Unpaired");
