@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <utility>
@@ -109,6 +110,11 @@ sqlite3_stmt* Compile(sqlite3* database, const char*& rest) {
   return statement;
 }
 
+std::uint64_t NextNumber() {
+  static std::atomic<std::uint64_t> newest{0};
+  return ++newest;
+}
+
 bool NextRow(sqlite3* database, sqlite3_stmt* statement) {
   const int result = sqlite3_step(statement);
   if (result != SQLITE_ROW && result != SQLITE_DONE) Fail(database);
@@ -150,6 +156,12 @@ Statement& Statement::Bind(const std::string& value) {
   return *this;
 }
 
+Statement& Statement::Bind(const std::optional<std::int64_t>& value) {
+  if (value) return Bind(*value);
+  Check(sqlite3_bind_null(m_pStatement.get(), ++m_Bound), m_pDatabase);
+  return *this;
+}
+
 Statement& Statement::BindRow(const Statement& row) {
   const int width = sqlite3_column_count(row.m_pStatement.get());
   for (int column = 0; column < width; ++column) {
@@ -167,12 +179,17 @@ std::int64_t Statement::Integer(int column) const {
   return sqlite3_column_int64(m_pStatement.get(), column);
 }
 
+std::optional<std::int64_t> Statement::OptionalInteger(int column) const {
+  if (sqlite3_column_type(m_pStatement.get(), column) == SQLITE_NULL) return std::nullopt;
+  return Integer(column);
+}
+
 std::string Statement::Text(int column) const {
   return CellText(m_pStatement.get(), column);
 }
 
 Connection::Connection(const path& file, Access access)
-    : m_pDatabase(Open(file, access), sqlite3_close) {
+    : m_pDatabase(Open(file, access), sqlite3_close), m_Number(NextNumber()) {
   if (sqlite3_errcode(m_pDatabase.get()) != SQLITE_OK) Fail(m_pDatabase.get());
   Configure();
   if (access == Access::Write) PrepareToWrite();
@@ -244,6 +261,10 @@ std::vector<std::string> Connection::Run(const std::string& sql) {
     }
   }
   return cells;
+}
+
+bool Connection::IsReadOnly() const {
+  return sqlite3_db_readonly(m_pDatabase.get(), "main") == 1;
 }
 
 path Connection::File() const {

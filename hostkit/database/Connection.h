@@ -4,10 +4,13 @@
 #include <boost/filesystem/path.hpp>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "host/Database.h"
+#include "host/Visibility.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -15,7 +18,7 @@ struct sqlite3_stmt;
 namespace HostKit {
 
 // A statement failed. The text is the library's.
-class SqliteError : public DBEXCEPTION::DatabaseException {
+class HOST_API SqliteError : public DBEXCEPTION::DatabaseException {
  public:
   SqliteError(int code, const std::string& text) : DatabaseException(text), m_Code(code) {}
 
@@ -30,19 +33,23 @@ class SqliteError : public DBEXCEPTION::DatabaseException {
 
 // One statement with placeholders, for the host's own tables. The connection must outlive it. All
 // members throw `SqliteError` on failure.
-class Statement {
+class HOST_API Statement {
  public:
   Statement(sqlite3* database, const std::string& sql);
 
   // Fills the next placeholder. Returns this object.
   Statement& Bind(std::int64_t value);
   Statement& Bind(const std::string& value);
+  // Empty: NULL.
+  Statement& Bind(const std::optional<std::int64_t>& value);
   // Fills the next placeholders with all cells of the current row of another statement.
   Statement& BindRow(const Statement& row);
   // Moves to the next row; false after the last one.
   bool Step();
   // A cell of the current row; columns count from 0.
   std::int64_t Integer(int column) const;
+  // Empty if it is NULL.
+  std::optional<std::int64_t> OptionalInteger(int column) const;
   std::string Text(int column) const;
 
  private:
@@ -55,7 +62,7 @@ class Statement {
 // that another connection has already opened and checked.
 enum class Access { Write, AnotherToWrite, Read };
 
-class Connection {
+class HOST_API Connection {
  public:
   // Opens or creates the file. ":memory:" means none; any other path is absolute. Throws
   // `SqliteError`, also for a file that another user could have put there.
@@ -73,6 +80,9 @@ class Connection {
   // Like `Run`, for a statement of a plug-in: it fails if it needs too much time or memory.
   std::vector<std::string> RunConfined(const std::string& sql);
 
+  // Differs from that of every other connection of this process.
+  std::uint64_t Number() const { return m_Number; }
+  bool IsReadOnly() const;
   // The path of the file, without links; ":memory:" if there is none.
   boost::filesystem::path File() const;
   // Rolls an unfinished transaction back.
@@ -93,6 +103,26 @@ class Connection {
   void CheckWhole();
 
   std::unique_ptr<sqlite3, int (*)(sqlite3*)> m_pDatabase;
+  const std::uint64_t m_Number;
 };
+
+// Runs `work` in a transaction, which is rolled back if it throws.
+template <class Work>
+auto InTransaction(Connection& connection, Work work) {
+  try {
+    connection.Run("BEGIN IMMEDIATE");
+    if constexpr (std::is_void_v<decltype(work())>) {
+      work();
+      connection.Run("COMMIT");
+    } else {
+      auto result = work();
+      connection.Run("COMMIT");
+      return result;
+    }
+  } catch (...) {
+    connection.RollBack();
+    throw;
+  }
+}
 
 }  // namespace HostKit

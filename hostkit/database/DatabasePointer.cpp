@@ -5,7 +5,7 @@
 std::shared_ptr<DatabaseORM::storage_t> getDatabasePointer() {
   static const auto storage = [] {
     auto made = std::make_shared<DatabaseORM::storage_t>();
-    made->dao = HostKit::TheDatabase();
+    made->dao = HostKit::TheRowsDatabase();
     HostKit::DescribeTables(*made);
     return made;
   }();

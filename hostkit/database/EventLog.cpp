@@ -5,6 +5,7 @@
 
 #include "hostkit/Texts.h"
 #include "hostkit/database/HostDatabase.h"
+#include "hostkit/database/OwnTables.h"
 
 namespace HostKit {
 
@@ -17,9 +18,16 @@ constexpr const char* kAppend =
     "serial_number, object_type) VALUES (?, ?, ?, ?, ?, ?, ?, ?)";
 constexpr const char* kTrim =
     "DELETE FROM host_event_log WHERE number <= (SELECT MAX(number) FROM host_event_log) - ?";
+#define EVENT_COLUMNS \
+  "number, time, severity, event_id, object_id, name, message, serial_number, object_type"
 constexpr const char* kNewest =
-    "SELECT number, time, severity, event_id, object_id, name, message, serial_number, object_type "
-    "FROM host_event_log WHERE time >= ? ORDER BY number DESC LIMIT ?";
+    "SELECT " EVENT_COLUMNS " FROM host_event_log WHERE time >= ? ORDER BY number DESC LIMIT ?";
+constexpr const char* kAfter =
+    "SELECT " EVENT_COLUMNS " FROM host_event_log WHERE number > ? ORDER BY number";
+#undef EVENT_COLUMNS
+// Also if the log was emptied.
+constexpr const char* kNewestNumber =
+    "SELECT seq FROM sqlite_sequence WHERE name = 'host_event_log'";
 
 // SQLite's integers are signed; the bits are kept.
 std::int64_t Bits(std::uint64_t value) {
@@ -65,14 +73,16 @@ LoggedEvent WordEvent(const PI::CEvent& event) {
   return worded;
 }
 
+void AppendEvents(Connection& connection, const std::vector<LoggedEvent>& events) {
+  for (const LoggedEvent& event : events) Append(connection, event);
+  connection.Prepare(kTrim).Bind(kMaxEvents).Step();
+}
+
 // One transaction, so that a lock of another process is waited for only once.
 void AppendEvents(const std::vector<LoggedEvent>& events) {
   if (events.empty()) return;
   TheDatabase()->With([&](Connection& connection) {
-    connection.Run("BEGIN IMMEDIATE");
-    for (const LoggedEvent& event : events) Append(connection, event);
-    connection.Prepare(kTrim).Bind(kMaxEvents).Step();
-    connection.Run("COMMIT");
+    InTransaction(connection, [&] { AppendEvents(connection, events); });
   });
 }
 
@@ -85,6 +95,24 @@ std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
     std::reverse(events.begin(), events.end());
     return events;
   });
+}
+
+std::vector<LoggedEvent> ReadEventsAfter(Connection& connection, std::int64_t number) {
+  Statement statement = connection.Prepare(kAfter);
+  statement.Bind(number);
+  std::vector<LoggedEvent> events;
+  while (statement.Step()) events.push_back(EventOf(statement));
+  return events;
+}
+
+std::int64_t NewestEventNumber(Connection& connection) {
+  Statement statement = connection.Prepare(kNewestNumber);
+  return statement.Step() ? statement.Integer(0) : 0;
+}
+
+std::int64_t NewestEventNumber() {
+  return TheDatabase()->WithToRead(
+      [](Connection& connection) { return NewestEventNumber(connection); });
 }
 
 }  // namespace HostKit

@@ -3,6 +3,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <chrono>
 #include <exception>
+#include <mutex>
 #include <random>
 
 #include "hostkit/Database.h"
@@ -148,12 +149,14 @@ void HostDatabase::CloseRowsInFile() {
 }
 
 const std::shared_ptr<HostDatabase>& TheDatabase() {
-  static const auto database = [] {
-    auto made = std::make_shared<HostDatabase>();
-    TryToOpen(*made);
-    return made;
-  }();
+  static const auto database = std::make_shared<HostDatabase>();
   return database;
+}
+
+const std::shared_ptr<HostDatabase>& TheRowsDatabase() {
+  static std::once_flag once;
+  std::call_once(once, [] { TryToOpen(*TheDatabase()); });
+  return TheDatabase();
 }
 
 void ReopenDatabase() {

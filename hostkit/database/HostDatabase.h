@@ -92,7 +92,11 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   std::unique_ptr<Connection> m_pRows HOST_GUARDED_BY(m_Lock);
 };
 
-// The one database, created by the first call, which also tries to open its file.
+// The one database, created by the first call. Does not open the file.
 const std::shared_ptr<HostDatabase>& TheDatabase();
+
+// The same for plug-ins: the first call also tries to open the file and its rows. A process that
+// never calls it, such as one that only reads the event log, leaves the rows to another host.
+const std::shared_ptr<HostDatabase>& TheRowsDatabase();
 
 }  // namespace HostKit

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "hostkit/database/OwnTables.h"
 #include "hostkit/database/Tables.h"
 
 namespace HostKit {
@@ -39,6 +40,11 @@ constexpr const char* kStrangeToLog =
     "OR type = 'trigger' AND sql <> ?2 "
     "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE) "
     "OR type = 'index' AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE";
+// For tables of the host that have no triggers or indexes, and outlive a version of the host.
+constexpr const char* kStrangeToOwn =
+    "SELECT type, name FROM sqlite_schema "
+    "WHERE type IN ('index', 'trigger') AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE "
+    "OR name = ?1 COLLATE NOCASE AND type <> 'table'";
 // Rows have no triggers or indexes. A table with other columns was created by another version of
 // the host, and its rows belong to another run.
 constexpr const char* kStrangeToRows =
@@ -88,7 +94,8 @@ void DropStrange(Connection& connection, const char* query, const std::string& t
                  const std::string& ownSql) {
   std::vector<std::string> drops;
   Statement statement = connection.Prepare(query);
-  statement.Bind(table).Bind(ownSql);
+  statement.Bind(table);
+  if (!ownSql.empty()) statement.Bind(ownSql);
   while (statement.Step()) {
     drops.push_back("DROP " + statement.Text(0) + " IF EXISTS " + Quoted(statement.Text(1)));
   }
@@ -131,18 +138,6 @@ void BeginRun(Connection& connection, std::int64_t run, Connection* pSource) {
   statement.Bind(run).Step();
 }
 
-template <class Work>
-void InTransaction(Connection& connection, Work work) {
-  try {
-    connection.Run("BEGIN IMMEDIATE");
-    work();
-    connection.Run("COMMIT");
-  } catch (...) {
-    connection.RollBack();
-    throw;
-  }
-}
-
 }  // namespace
 
 void PrepareOwnTables(Connection& connection) {
@@ -163,6 +158,11 @@ void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSou
     for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
     if (!IsOfRun(connection, run)) BeginRun(connection, run, pSource);
   });
+}
+
+void MakeOwnTable(Connection& connection, const std::string& table, const std::string& sql) {
+  DropStrange(connection, kStrangeToOwn, table, "");
+  if (SqlOf(connection, table).empty()) connection.Run(sql);
 }
 
 }  // namespace HostKit

@@ -3,11 +3,13 @@
 //   open         opens the database that the environment names
 //   fill N       inserts the rows of N adapters, as a plug-in does when it starts
 //   name TEXT    sets the name of adapter 0, as a plug-in does when a card has changed
+//   log          appends an event
 //   count        prints the number of adapters that it sees
 //   end          ends
 #include <iostream>
 #include <string>
 
+#include "hostkit/EventLog.h"
 #include "models/Adapter.h"
 #include "orm/storage.h"
 
@@ -43,6 +45,7 @@ std::string Run(const std::string& command) {
   if (word == "open") getDatabasePointer();
   if (word == "fill") Fill(std::stoi(rest));
   if (word == "name") SetName(rest);
+  if (word == "log") HostKit::AppendEvents({HostKit::WordEvent(PI::CEvent())});
   if (word == "count") {
     return getDatabasePointer()->dao->query("SELECT COUNT(*) FROM host_adapter_rows").at(0);
   }

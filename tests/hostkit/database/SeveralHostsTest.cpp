@@ -122,6 +122,17 @@ TEST_F(SeveralHosts, DoNotChangeTheRowsOfTheFirst) {
   EXPECT_EQ(InFile(kNames), "first");
 }
 
+// Such as the service, whose plug-in is in another process.
+TEST_F(SeveralHosts, LeaveTheRowsToTheOneWithThePlugin) {
+  Host logging;
+  EXPECT_EQ(logging.Run("log"), "done");
+  Host host;
+  EXPECT_EQ(host.Run("fill 3"), "done");
+  EXPECT_EQ(RowsInFile(), "3");
+  EXPECT_EQ(logging.Run("log"), "done");
+  EXPECT_EQ(RowsInFile(), "3");
+}
+
 TEST_F(SeveralHosts, ShareALockThroughALinkToTheFile) {
   Host first;
   EXPECT_EQ(first.Run("fill 3"), "done");
