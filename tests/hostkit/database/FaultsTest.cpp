@@ -1,55 +1,16 @@
 // Faults of the file. The database must work again when the cause is gone.
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <thread>
 
 #include "hostkit/Database.h"
 #include "hostkit/EventLog.h"
 #include "tests/hostkit/database/Fixture.h"
+#include "tests/support/FileSizeLimit.h"
+#include "tests/support/OrdinaryUser.h"
 #include "tests/support/SqliteInterceptor.h"
 
 namespace {
-
-// Tests may run as root, to whom permissions do not apply.
-class OrdinaryUser {
- public:
-  OrdinaryUser() : m_Before(geteuid()) {
-    if (m_Before == 0 && seteuid(65534) != 0) std::abort();
-  }
-  ~OrdinaryUser() {
-    if (seteuid(m_Before) != 0) std::abort();
-  }
-  OrdinaryUser(const OrdinaryUser&) = delete;
-  OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-
- private:
-  const uid_t m_Before;
-};
-
-// Limits the size of files, in bytes.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : m_pHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &m_Before);
-    const rlimit limit{bytes, m_Before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &m_Before);
-    std::signal(SIGXFSZ, m_pHandler);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  void (*const m_pHandler)(int);
-  rlimit m_Before{};
-};
 
 constexpr const char* kRead = "SELECT 1";
 constexpr const char* kWrite = "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"Skatra\")";

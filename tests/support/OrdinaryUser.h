@@ -1,0 +1,21 @@
+// Tests may run as root, to whom permissions do not apply: an ordinary user until destroyed.
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdlib>
+
+class OrdinaryUser {
+ public:
+  OrdinaryUser() : m_Before(geteuid()) {
+    if (m_Before == 0 && seteuid(65534) != 0) std::abort();
+  }
+  ~OrdinaryUser() {
+    if (seteuid(m_Before) != 0) std::abort();
+  }
+  OrdinaryUser(const OrdinaryUser&) = delete;
+  OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+ private:
+  const uid_t m_Before;
+};
