@@ -1,0 +1,25 @@
+// A card that has been seen on this machine.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace Service {
+
+// Times are in milliseconds since the epoch. The last five are those of the last observation in
+// which they were known; empty: never known.
+struct KnownCard {
+  std::string m_SerialNumber;
+  std::int64_t m_Position = 0;  // N of the name aN
+  std::uint64_t m_FirstSeen = 0;
+  std::uint64_t m_LastSeen = 0;  // up to a minute too early if the service was killed
+  bool m_IsPresent = false;      // in the last observation
+  std::string m_Name;
+  std::string m_Product;
+  std::string m_PciAddress;
+  std::optional<std::int64_t> m_Slot;
+  std::optional<std::int64_t> m_SizeBytes;  // of its drives together, as formatted
+};
+
+}  // namespace Service

@@ -1,0 +1,22 @@
+// What the service has read from the plug-in at one time.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "host/PluginInterface.h"
+
+namespace Service {
+
+struct Observation {
+  std::uint64_t m_Time = 0;  // milliseconds since the epoch
+  // The first one of a plug-in process: its events begin after it.
+  bool m_IsFirst = false;
+  // The number of the newest entry of the event log when the objects were read. The events of this
+  // plug-in process up to then are among them.
+  std::int64_t m_LogPosition = 0;
+  std::shared_ptr<const std::vector<PI::CObject>> m_pObjects;  // not null
+};
+
+}  // namespace Service

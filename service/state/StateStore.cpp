@@ -1,0 +1,294 @@
+#include "service/state/StateStore.h"
+
+#include <algorithm>
+#include <utility>
+#include <variant>
+
+#include "console/model/FieldTable.h"
+#include "service/state/HistoryRing.h"
+#include "service/state/StateTables.h"
+
+namespace Service {
+namespace {
+
+using Console::Model;
+using Console::Object;
+using HostKit::Connection;
+using HostKit::LoggedEvent;
+
+// A card that is present is written only so often.
+constexpr std::uint64_t kLastSeenMs = 60'000;
+
+CardStates LoggedStates(const CardRows& rows) {
+  CardStates states;
+  for (const auto& [serial, row] : rows) {
+    if (row.m_Logged.m_IsPresent) states.emplace(serial, row.m_Logged);
+  }
+  return states;
+}
+
+// The events that were logged as a difference are part of the states already.
+void ApplyLog(Connection& connection, std::int64_t position, CardStates& logged) {
+  const std::int64_t first = ReadNumber(connection, StateNumber::DifferenceFirst);
+  const std::int64_t last = ReadNumber(connection, StateNumber::DifferenceLast);
+  const std::int64_t before = ReadNumber(connection, StateNumber::LogPosition);
+  for (const LoggedEvent& event : ReadEventsAfter(connection, before)) {
+    const bool isDifference = event.m_Number >= first && event.m_Number <= last;
+    if (event.m_Number <= position && !isDifference) ApplyEvent(event, logged);
+  }
+  WriteNumber(connection, StateNumber::LogPosition, std::max(before, position));
+}
+
+std::vector<LoggedEvent> Worded(const std::vector<StateEvent>& events) {
+  std::vector<LoggedEvent> worded;
+  for (const StateEvent& event : events) {
+    worded.push_back(HostKit::WordEvent(event.m_Event));
+    worded.back().m_SerialNumber = event.m_SerialNumber;
+    worded.back().m_ObjectType = event.m_ObjectType;
+  }
+  return worded;
+}
+
+std::vector<LoggedEvent> LogDifference(Connection& connection, const CardStates& logged,
+                                       const CardStates& observed, std::uint64_t timeMs) {
+  std::vector<LoggedEvent> events = Worded(EventsBetween(logged, observed, timeMs));
+  if (events.empty()) return events;
+  std::int64_t number = NewestEventNumber(connection);
+  WriteNumber(connection, StateNumber::DifferenceFirst, number + 1);
+  AppendEvents(connection, events);
+  for (LoggedEvent& event : events) event.m_Number = ++number;
+  WriteNumber(connection, StateNumber::DifferenceLast, number);
+  return events;
+}
+
+void SetText(const Object& object, const char* field, std::string& text) {
+  const std::string now = FieldText(object, field);
+  if (!now.empty()) text = now;
+}
+
+std::optional<std::int64_t> CountOf(const Object& object, const char* field) {
+  const Console::Value value = ReadField(object, field);
+  const auto* count = std::get_if<std::uint64_t>(&value.m_Data);
+  if (count == nullptr) return std::nullopt;
+  return static_cast<std::int64_t>(*count);
+}
+
+std::optional<std::int64_t> SizeOf(const CardState& state) {
+  std::optional<std::int64_t> size;
+  for (const DriveState& drive : state.m_Drives) {
+    if (drive.m_Format.m_SizeBytes) size = size.value_or(0) + *drive.m_Format.m_SizeBytes;
+  }
+  return size;
+}
+
+void Describe(const Object& adapter, const CardState& state, KnownCard& card) {
+  SetText(adapter, "name", card.m_Name);
+  SetText(adapter, "product", card.m_Product);
+  SetText(adapter, "pci_address", card.m_PciAddress);
+  if (const auto slot = CountOf(adapter, "pci_slot")) card.m_Slot = slot;
+  if (const auto size = SizeOf(state)) card.m_SizeBytes = size;
+}
+
+// What an observation changes in the rows of known cards.
+class CardUpdate {
+ public:
+  CardUpdate(Connection& connection, const Observation& observation, const CardStates& observed,
+             CardRows& rows)
+      : m_TimeMs(observation.m_Time),
+        m_Model(*observation.m_pObjects),
+        m_Observed(observed),
+        m_Rows(rows),
+        m_NextPosition(ReadNumber(connection, StateNumber::NextPosition)) {
+    for (const auto& [serial, row] : rows) {  // another program may have changed the number
+      m_NextPosition = std::max(m_NextPosition, row.m_Card.m_Position + 1);
+    }
+  }
+
+  void AddCards() {
+    for (const Object& object : m_Model.Objects()) {
+      const std::string serial = SerialOf(m_Model, object);
+      const bool isCard = object.m_Kind == Console::Kind::Adapter && !serial.empty();
+      if (isCard && m_Sample.count(serial) == 0) AddCard(serial, object);
+    }
+  }
+
+  // `lastTimeMs`: of the observation before, if it was of the same plug-in process.
+  void MarkMissing(std::optional<std::uint64_t> lastTimeMs) {
+    for (auto& [serial, row] : m_Rows) {
+      if (!row.m_Card.m_IsPresent || m_Observed.count(serial) > 0) continue;
+      row.m_Card.m_IsPresent = false;
+      if (lastTimeMs) row.m_Card.m_LastSeen = *lastTimeMs;
+    }
+  }
+
+  HistorySample Sample() const {
+    HistorySample sample;
+    for (const auto& [serial, values] : m_Sample) {
+      sample[m_Rows.at(serial).m_Card.m_Position] = values;
+    }
+    return sample;
+  }
+
+  std::int64_t NextPosition() const { return m_NextPosition; }
+
+ private:
+  void AddCard(const std::string& serial, const Object& adapter) {
+    const auto found = m_Rows.find(serial);
+    if (found == m_Rows.end() && m_Rows.size() >= StateStore::kMostCards) return;
+    KnownCard& card = found == m_Rows.end() ? NewCard(serial) : found->second.m_Card;
+    const std::uint64_t passed =
+        std::max(card.m_LastSeen, m_TimeMs) - std::min(card.m_LastSeen, m_TimeMs);
+    if (!card.m_IsPresent || passed >= kLastSeenMs) card.m_LastSeen = m_TimeMs;
+    card.m_IsPresent = true;
+    Describe(adapter, m_Observed.at(serial), card);
+    m_Sample[serial] = ReadHistoryValues(adapter);
+  }
+
+  KnownCard& NewCard(const std::string& serial) {
+    KnownCard& card = m_Rows[serial].m_Card;
+    card.m_SerialNumber = serial;
+    card.m_Position = m_NextPosition++;
+    card.m_FirstSeen = m_TimeMs;
+    return card;
+  }
+
+  const std::uint64_t m_TimeMs;
+  const Model m_Model;
+  const CardStates& m_Observed;
+  CardRows& m_Rows;
+  std::int64_t m_NextPosition;
+  std::map<std::string, HistoryValues> m_Sample;
+};
+
+void SetLogged(const CardStates& logged, CardRows& rows) {
+  for (auto& [serial, row] : rows) {
+    const auto found = logged.find(serial);
+    row.m_Logged = found == logged.end() ? CardState() : found->second;
+  }
+}
+
+}  // namespace
+
+// The tables may be missing: the file was opened again, or is a new one.
+void StateStore::Prepare(Connection& connection) {
+  if (m_Prepared == connection.Number() || connection.IsReadOnly()) return;
+  PrepareStateTables(connection);
+  m_Prepared = connection.Number();
+}
+
+void StateStore::Change(const HostKit::OwnTablesUse& use) {
+  HostKit::WithOwnTables([&](Connection& connection) {
+    Prepare(connection);
+    InTransaction(connection, [&] { use(connection); });
+  });
+}
+
+void StateStore::Read(const HostKit::OwnTablesUse& use) {
+  HostKit::WithOwnTablesToRead([&](Connection& connection) {
+    Prepare(connection);
+    use(connection);
+  });
+}
+
+std::vector<LoggedEvent> StateStore::Record(const Observation& observation) {
+  const CardStates observed = StatesOf(Model(*observation.m_pObjects));
+  std::vector<LoggedEvent> events;
+  const bool isFirst = observation.m_IsFirst || !m_HasBegun;
+  Absences absences = isFirst ? Absences() : m_Absences;
+  m_HasBegun = !isFirst;
+  Change([&](Connection& connection) {
+    const CardRows stored = ReadCardRows(connection);
+    CardRows rows = stored;
+    CardStates logged = LoggedStates(rows);
+    const bool isNewFile = ReadNumber(connection, StateNumber::HasBaseline) == 0;
+    ApplyLog(connection, observation.m_LogPosition, logged);
+    if (isFirst && !isNewFile) {
+      events = LogDifference(connection, logged, observed, observation.m_Time);
+    }
+    if (isFirst || isNewFile) {
+      logged = observed;
+    } else {
+      ApplyObservation(observed, observation.m_Time, logged, absences);
+    }
+    CardUpdate update(connection, observation, observed, rows);
+    update.AddCards();
+    update.MarkMissing(isFirst ? std::nullopt : std::optional(m_LastTime));
+    SetLogged(logged, rows);
+    WriteCardRows(connection, stored, rows);
+    WriteNumber(connection, StateNumber::NextPosition, update.NextPosition());
+    WriteNumber(connection, StateNumber::HasBaseline, 1);
+    WriteHistory(connection, observation.m_Time, update.Sample());
+  });
+  m_HasBegun = true;
+  m_LastTime = observation.m_Time;
+  m_Absences = std::move(absences);
+  return events;
+}
+
+std::vector<KnownCard> StateStore::Cards() {
+  std::vector<KnownCard> cards;
+  Read([&](Connection& connection) {
+    cards.clear();
+    for (const auto& [serial, row] : ReadCardRows(connection)) cards.push_back(row.m_Card);
+  });
+  std::sort(cards.begin(), cards.end(), [](const KnownCard& left, const KnownCard& right) {
+    return left.m_Position < right.m_Position;
+  });
+  return cards;
+}
+
+ForgetResult StateStore::Forget(const std::string& serial) {
+  ForgetResult result = ForgetResult::Done;
+  Change([&](Connection& connection) {
+    const CardRows rows = ReadCardRows(connection);
+    const auto found = rows.find(serial);
+    if (found == rows.end()) {
+      result = ForgetResult::UnknownCard;
+      return;
+    }
+    const KnownCard& card = found->second.m_Card;
+    if (card.m_IsPresent) {
+      result = ForgetResult::CardIsPresent;
+      return;
+    }
+    for (const char* table : {"host_known_cards", "host_acknowledgments"}) {
+      connection.Prepare(std::string("DELETE FROM ") + table + " WHERE serial_number = ?")
+          .Bind(serial)
+          .Step();
+    }
+    RemoveHistory(connection, card.m_Position);
+    const bool isHighest = card.m_Position + 1 == ReadNumber(connection, StateNumber::NextPosition);
+    if (isHighest) WriteNumber(connection, StateNumber::NextPosition, card.m_Position);
+  });
+  return result;
+}
+
+AcknowledgeResult StateStore::Acknowledge(const Acknowledgment& acknowledgment) {
+  AcknowledgeResult result = AcknowledgeResult::Done;
+  Change([&](Connection& connection) { result = WriteAcknowledgment(connection, acknowledgment); });
+  return result;
+}
+
+bool StateStore::Unacknowledge(const std::string& serial, const std::string& reason,
+                               std::uint64_t nowMs) {
+  bool wasThere = false;
+  Change([&](Connection& connection) {
+    wasThere = RemoveAcknowledgment(connection, serial, reason, nowMs);
+  });
+  return wasThere;
+}
+
+std::vector<Acknowledgment> StateStore::Acknowledgments(std::uint64_t nowMs) {
+  std::vector<Acknowledgment> acknowledgments;
+  Read([&](Connection& connection) { acknowledgments = ReadAcknowledgments(connection, nowMs); });
+  return acknowledgments;
+}
+
+std::optional<HistorySeries> StateStore::History(const HistoryQuery& query) {
+  std::optional<std::vector<HistoryValue>> values;
+  Read([&](Connection& connection) { values = ReadHistoryRange(connection, query); });
+  if (!values) return std::nullopt;
+  return Downsample(query, *values);
+}
+
+}  // namespace Service

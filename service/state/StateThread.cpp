@@ -1,0 +1,59 @@
+#include "service/state/StateThread.h"
+
+#include <exception>
+
+namespace Service {
+
+StateThread::StateThread(std::function<void(const std::string&)> onFailure)
+    : m_OnFailure(std::move(onFailure)), m_Thread(&StateThread::Run, this) {}
+
+StateThread::~StateThread() {
+  Stop();
+}
+
+void StateThread::Stop() {
+  {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_IsStopping = true;
+  }
+  m_Changed.notify_all();
+  if (m_Thread.joinable()) m_Thread.join();
+}
+
+bool StateThread::Enqueue(std::function<void()> task) {
+  {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_IsStopping || m_Queue.size() >= kMostQueued) return false;
+    m_Queue.push_back(std::move(task));
+  }
+  m_Changed.notify_one();
+  return true;
+}
+
+std::string StateThread::Try(Kind kind, const std::function<void()>& work) {
+  try {
+    work();
+    if (kind == Kind::Change) m_Reported.clear();
+    return {};
+  } catch (const std::exception& failure) {
+    std::string reason = failure.what();
+    if (reason.empty()) reason = "unknown error";
+    if (m_Reported.insert(reason).second) m_OnFailure(reason);
+    return reason;
+  }
+}
+
+void StateThread::Run() {
+  std::unique_lock<std::mutex> lock(m_Lock);
+  for (;;) {
+    m_Changed.wait(lock, [this] { return m_IsStopping || !m_Queue.empty(); });
+    if (m_Queue.empty()) return;
+    const std::function<void()> task = std::move(m_Queue.front());
+    m_Queue.pop_front();
+    lock.unlock();
+    task();
+    lock.lock();
+  }
+}
+
+}  // namespace Service

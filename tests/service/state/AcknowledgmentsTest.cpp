@@ -1,0 +1,102 @@
+#include "tests/service/state/StateFixture.h"
+
+namespace {
+
+using Service::AcknowledgeResult;
+using Service::Acknowledgment;
+using StateTest::kHour;
+using StateTest::kStart;
+
+class Acknowledgments : public StateTest::StoreTest {
+ protected:
+  Acknowledgments() { Record(kStart, CardsOf({"S0", "S1"})); }
+
+  AcknowledgeResult Acknowledge(const std::string& serial, const std::string& reason,
+                                std::optional<std::uint64_t> until = std::nullopt) {
+    return m_Store.Acknowledge({serial, reason, "anna", kStart, until, "fan ordered"});
+  }
+
+  // "S0 MISSING, S1 FLASHBACK"
+  std::string At(std::uint64_t nowMs) {
+    std::string text;
+    for (const Acknowledgment& each : m_Store.Acknowledgments(nowMs)) {
+      text += (text.empty() ? "" : ", ") + each.m_SerialNumber + " " + each.m_Reason;
+    }
+    return text;
+  }
+};
+
+TEST_F(Acknowledgments, KeepAllTheirFields) {
+  EXPECT_EQ(Acknowledge("S0", "TEMPERATURE_ABOVE_WARN", kStart + kHour), AcknowledgeResult::Done);
+  RestartService();
+  const auto all = m_Store.Acknowledgments(kStart);
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(all[0].m_SerialNumber, "S0");
+  EXPECT_EQ(all[0].m_Reason, "TEMPERATURE_ABOVE_WARN");
+  EXPECT_EQ(all[0].m_User, "anna");
+  EXPECT_EQ(all[0].m_Time, kStart);
+  EXPECT_EQ(all[0].m_Until, kStart + kHour);
+  EXPECT_EQ(all[0].m_Note, "fan ordered");
+}
+
+TEST_F(Acknowledgments, EndWithTheirTime) {
+  Acknowledge("S0", "FLASHBACK", kStart + kHour);
+  Acknowledge("S1", "MISSING");
+  EXPECT_EQ(At(kStart + kHour - 1), "S0 FLASHBACK, S1 MISSING");
+  EXPECT_EQ(At(kStart + kHour), "S1 MISSING");
+  EXPECT_EQ(At(kStart), "S0 FLASHBACK, S1 MISSING");  // the clock was wrong
+}
+
+TEST_F(Acknowledgments, HaveNoEndIfItIsBeyondAllTimes) {
+  Acknowledge("S0", "FLASHBACK", 18446744073709551615U);
+  EXPECT_EQ(At(9223372036854775806U), "S0 FLASHBACK");
+}
+
+TEST_F(Acknowledgments, ReplaceEarlierOnes) {
+  Acknowledge("S0", "FLASHBACK", kStart + kHour);
+  Acknowledge("S0", "FLASHBACK");
+  EXPECT_EQ(At(kStart + 2 * kHour), "S0 FLASHBACK");
+}
+
+TEST_F(Acknowledgments, AreRemoved) {
+  Acknowledge("S0", "FLASHBACK");
+  EXPECT_FALSE(m_Store.Unacknowledge("S0", "MISSING", kStart));
+  EXPECT_TRUE(m_Store.Unacknowledge("S0", "FLASHBACK", kStart));
+  EXPECT_FALSE(m_Store.Unacknowledge("S0", "FLASHBACK", kStart));
+  EXPECT_EQ(At(kStart), "");
+}
+
+TEST_F(Acknowledgments, ThatHaveEndedCannotBeRemoved) {
+  Acknowledge("S0", "FLASHBACK", kStart + kHour);
+  EXPECT_FALSE(m_Store.Unacknowledge("S0", "FLASHBACK", kStart + kHour));
+}
+
+TEST_F(Acknowledgments, NeedACardAndAReason) {
+  EXPECT_EQ(Acknowledge("S9", "FLASHBACK"), AcknowledgeResult::UnknownCard);
+  for (const char* reason : {"", "NO_SUCH_REASON", "flashback", "WARNING", "40387"}) {
+    EXPECT_EQ(Acknowledge("S0", reason), AcknowledgeResult::UnknownReason) << reason;
+  }
+  for (const char* reason : {"MISSING", "UNREADABLE", "DETACHED", "RESERVES_DEPLETED"}) {
+    EXPECT_EQ(Acknowledge("S0", reason), AcknowledgeResult::Done) << reason;
+  }
+}
+
+TEST_F(Acknowledgments, AreForgottenWithTheirCard) {
+  Acknowledge("S0", "MISSING");
+  Acknowledge("S1", "MISSING");
+  Record(kStart + 1, {});
+  m_Store.Forget("S0");
+  Record(kStart + 2, CardsOf({"S0"}));
+  EXPECT_EQ(At(kStart), "S1 MISSING");
+}
+
+TEST_F(Acknowledgments, KeepTextsAsTheyAre) {
+  const std::string odd("a'b\"c; DROP TABLE host_state\xff\0d", 31);
+  m_Store.Acknowledge({"S0", "MISSING", odd, kStart, std::nullopt, odd});
+  const auto all = m_Store.Acknowledgments(kStart);
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(all[0].m_User, odd);
+  EXPECT_EQ(all[0].m_Note, odd);
+}
+
+}  // namespace

@@ -1,0 +1,35 @@
+// Cards as a plug-in reports them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/PluginInterface.h"
+#include "service/state/Observation.h"
+
+namespace StateTest {
+
+// Empty: the plug-in does not report it.
+struct Card {
+  std::string m_Serial;
+  std::vector<int> m_Reasons = {PI::Value::ATTACHED};
+  std::optional<float> m_Celsius;
+  std::optional<float> m_ReservePercent;
+  std::optional<float> m_EndurancePercent;
+  std::optional<unsigned long> m_Written;
+  std::optional<unsigned long> m_Read;
+  std::optional<float> m_Watts;
+  std::optional<unsigned long> m_Slot;
+  unsigned long m_SizeMiB = 0;  // 0: unknown
+  unsigned long m_SectorSize = 512;
+};
+
+// The plug-in, and each card with its drive. The ids depend on the order.
+std::vector<PI::CObject> Objects(const std::vector<Card>& cards);
+
+Service::Observation Observe(std::uint64_t timeMs, const std::vector<Card>& cards,
+                             std::int64_t logPosition = 0, bool isFirst = false);
+
+}  // namespace StateTest

@@ -1,0 +1,136 @@
+// Faults of the file under the state. It must work again when the cause is gone.
+#include <fstream>
+
+#include "hostkit/Database.h"
+#include "tests/service/state/StateFixture.h"
+#include "tests/support/FileSizeLimit.h"
+#include "tests/support/OrdinaryUser.h"
+
+namespace {
+
+using StateTest::kMinute;
+using StateTest::kStart;
+
+class StateFaults : public StateTest::StoreTest {
+ protected:
+  StateFaults() { Record(kStart, CardsOf({"S0"})); }
+
+  // What recording the next minute fails with; empty if it succeeds.
+  std::string Recording(const std::vector<std::string>& serials = {"S0"}) {
+    try {
+      m_Store.Record(StateTest::Observe(m_Time += kMinute, CardsOf(serials)));
+      return "";
+    } catch (const DBEXCEPTION::DatabaseException& failure) {
+      return failure.what();
+    }
+  }
+  std::string Reading() {
+    try {
+      return Known();
+    } catch (const DBEXCEPTION::DatabaseException& failure) {
+      return failure.what();
+    }
+  }
+
+  std::uint64_t m_Time = kStart;
+};
+
+TEST_F(StateFaults, ALockedFileCanBeRead) {
+  OtherProgram other(File());
+  other.Run("BEGIN IMMEDIATE");
+  EXPECT_EQ(Recording(), "database is locked");
+  EXPECT_EQ(Reading(), "a0 S0");
+  other.Run("COMMIT");
+  EXPECT_EQ(Recording({"S0", "S1"}), "");
+  EXPECT_EQ(Reading(), "a0 S0, a1 S1");
+}
+
+TEST_F(StateFaults, AFullFileCanBeRead) {
+  const auto limitPages = [](const std::string& count) {
+    HostKit::WithOwnTables([&](HostKit::Connection& connection) {
+      connection.Run("PRAGMA max_page_count = " + count);
+    });
+  };
+  std::vector<std::string> serials = {"S0"};
+  for (int i = 0; i < 200; ++i) serials.push_back("S" + std::string(100, 'x') + std::to_string(i));
+  limitPages("1");
+  EXPECT_EQ(Recording(serials), "database or disk is full");
+  EXPECT_EQ(Reading(), "a0 S0");
+  limitPages("1000000");
+  EXPECT_EQ(Recording(serials), "");
+  EXPECT_EQ(m_Store.Cards().size(), 201U);
+}
+
+TEST_F(StateFaults, ADiskThatFailsIsReported) {
+  {
+    const FileSizeLimit limit(4096);
+    EXPECT_EQ(Recording({"S0", "S1"}), "disk I/O error");
+    EXPECT_EQ(Reading(), "disk I/O error");
+  }
+  EXPECT_EQ(Recording({"S0", "S1"}), "");
+  EXPECT_EQ(Reading(), "a0 S0, a1 S1");
+}
+
+TEST_F(StateFaults, ARemovedFileIsReplaced) {
+  std::filesystem::remove_all(File().parent_path());
+  EXPECT_EQ(Reading(), "");
+  EXPECT_EQ(Recording({"S5", "S0"}), "");
+  EXPECT_EQ(Reading(), "a0 S5, a1 S0");
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_known_cards"), "2");
+}
+
+TEST_F(StateFaults, ARemovedFileWithoutItsLogIsReplaced) {
+  std::filesystem::remove(File());
+  EXPECT_EQ(Recording({"S5"}), "");
+  EXPECT_EQ(Reading(), "a0 S5");
+  EXPECT_EQ(OtherProgram(File()).Run("PRAGMA integrity_check"), "ok");
+}
+
+TEST_F(StateFaults, AFileThatReplacesTheOpenOneIsUsed) {
+  const auto second = m_Folder.Path() / "second.db";
+  Use(second.string());
+  m_Store.Record(StateTest::Observe(kStart, CardsOf({"S7"})));
+  Use(File().string());
+  EXPECT_EQ(Reading(), "a0 S0");
+  std::filesystem::rename(second, File());
+  EXPECT_EQ(Reading(), "a0 S7");
+  EXPECT_EQ(Recording({"S7", "S0"}), "");
+  EXPECT_EQ(Reading(), "a0 S7, a1 S0");
+}
+
+TEST_F(StateFaults, ADamagedFileIsReportedAndReplacedOnceItIsGone) {
+  Use(":memory:");
+  {
+    std::fstream file(File(), std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(8192);
+    file << std::string(4096, '\x5A');
+  }
+  Use(File().string());
+  EXPECT_EQ(Recording().substr(0, 34), "database disk image is malformed: ");
+  EXPECT_EQ(Reading().substr(0, 34), "database disk image is malformed: ");
+  std::filesystem::remove(File());
+  EXPECT_EQ(Recording(), "");
+  EXPECT_EQ(Reading(), "a0 S0");
+}
+
+TEST_F(StateFaults, AReadOnlyFileCanBeRead) {
+  Use(":memory:");
+  using std::filesystem::perms;
+  std::filesystem::permissions(m_Folder.Path(), perms::all);
+  std::filesystem::permissions(File().parent_path(), perms::all);
+  std::filesystem::permissions(File(), perms::owner_read | perms::group_read | perms::others_read);
+  {
+    const OrdinaryUser user;
+    Use(File().string());
+    EXPECT_EQ(Recording(), "attempt to write a readonly database");
+    EXPECT_EQ(Reading(), "a0 S0");
+  }
+}
+
+TEST_F(StateFaults, NothingIsKeptWithoutAFile) {
+  Use(":memory:");
+  EXPECT_EQ(Recording({"S3"}), "");
+  EXPECT_EQ(Reading(), "a0 S3");
+}
+
+}  // namespace

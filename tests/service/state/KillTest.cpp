@@ -1,0 +1,73 @@
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "tests/service/state/StateFixture.h"
+
+extern char** environ;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+class KilledService : public StateTest::StoreTest {
+ protected:
+  // Starts a service that writes, and kills it `after` its first minute.
+  void RunAndKill(int day, bool isBad, std::chrono::milliseconds after) {
+    const std::string before = Minutes();
+    std::string program = STATE_WRITER, start = std::to_string(day),
+                state = isBad ? "flashback" : "";
+    char* const arguments[] = {program.data(), start.data(), state.data(), nullptr};
+    pid_t process = 0;
+    ASSERT_EQ(posix_spawn(&process, program.c_str(), nullptr, nullptr, arguments, environ), 0);
+    const auto end = std::chrono::steady_clock::now() + 300s;
+    while (Minutes() == before && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(1ms);
+    }
+    std::this_thread::sleep_for(after);
+    kill(process, SIGKILL);
+    int status = 0;
+    waitpid(process, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_NE(Minutes(), before);
+  }
+
+  std::string InFile(const std::string& sql) { return OtherProgram(File()).Run(sql); }
+  std::string Minutes() {
+    return InFile("SELECT value FROM host_state WHERE name = 'next_minute'");
+  }
+
+  // Every minute and hour has its eight cards.
+  void ExpectComplete() {
+    EXPECT_EQ(InFile("PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(
+        InFile("SELECT COUNT(*) = 8 * MIN(2880, " + Minutes() + ") FROM host_history_minutes"),
+        "1");
+    EXPECT_EQ(InFile("SELECT time FROM host_history_hours GROUP BY time HAVING COUNT(*) <> 8"), "");
+    EXPECT_EQ(InFile("SELECT SUM(samples) = 8 * value FROM host_history_hours, host_state "
+                     "WHERE name = 'next_hour_minute'"),
+              "1");
+    EXPECT_EQ(InFile("SELECT MIN(hours) = MAX(hours), COUNT(*), MAX(position) "
+                     "FROM host_known_cards"),
+              "1|8|7");
+  }
+};
+
+TEST_F(KilledService, LeavesACompleteStateAndEachEventOnce) {
+  Record(StateTest::kStart, CardsOf({"S0", "S1", "S2", "S3", "S4", "S5", "S6", "S7"}));
+  for (int run = 0; run < 20; ++run) {
+    const bool isBad = run / 2 % 2 == 1;
+    RunAndKill(20001 + 100 * run, isBad, std::chrono::milliseconds(run * 7 % 20));
+    ExpectComplete();
+  }
+  // It changes before the runs 2, 4, ... 18: five times to bad, four times to normal.
+  EXPECT_EQ(InFile("SELECT event_id, COUNT(*) FROM host_event_log GROUP BY event_id"),
+            "10965|40 10980|32");
+  EXPECT_EQ(InFile("SELECT DISTINCT logged_reasons FROM host_known_cards"),
+            "40393 40457");  // attached, flashback
+}
+
+}  // namespace

@@ -1,0 +1,170 @@
+// Events that were not handed over when the plug-in or the service was killed.
+#include "tests/service/state/StateFixture.h"
+
+namespace {
+
+namespace V = PI::Value;
+
+using StateTest::Card;
+using StateTest::kMinute;
+using StateTest::kStart;
+using StateTest::Observe;
+
+// Typed here, not taken from the tables under test.
+constexpr auto kFlashback = static_cast<PI::_EVENT_ID>(10965);
+constexpr auto kWarm = static_cast<PI::_EVENT_ID>(10967);
+constexpr auto kAdded = static_cast<PI::_EVENT_ID>(11093);
+
+class MissedEvents : public StateTest::StoreTest {
+ protected:
+  static Card With(std::vector<int> reasons, const char* serial = "S0") {
+    Card card;
+    card.m_Serial = serial;
+    card.m_Reasons = std::move(reasons);
+    return card;
+  }
+
+  // The plug-in process starts again.
+  std::vector<HostKit::LoggedEvent> RecordFirst(const std::vector<Card>& cards) {
+    return m_Store.Record(Observe(m_Time += 1000, cards, HostKit::NewestEventNumber(), true));
+  }
+  void RecordNext(const std::vector<Card>& cards) { Record(m_Time += 1000, cards); }
+
+  // The plug-in hands an event over.
+  static void Log(PI::_EVENT_ID number, const char* serial = "S0") {
+    PI::CEvent event;
+    event.m_EventID = number;
+    HostKit::LoggedEvent logged = HostKit::WordEvent(event);
+    logged.m_SerialNumber = serial;
+    HostKit::AppendEvents({logged});
+  }
+
+  // "10967 S0, 11094 S1"
+  static std::string LogText() {
+    std::string text;
+    for (const HostKit::LoggedEvent& event : HostKit::ReadEvents(0, 100)) {
+      text +=
+          (text.empty() ? "" : ", ") + std::to_string(event.m_EventID) + " " + event.m_SerialNumber;
+    }
+    return text;
+  }
+
+  std::uint64_t m_Time = kStart;
+};
+
+TEST_F(MissedEvents, AreNoneInANewFile) {
+  EXPECT_TRUE(RecordFirst({With({V::FLASHBACK})}).empty());
+  EXPECT_EQ(LogText(), "");
+}
+
+TEST_F(MissedEvents, AreLoggedOnce) {
+  RecordFirst({With({})});
+  const auto events = RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events[0].m_Number, 1);
+  EXPECT_EQ(events[0].m_Time, m_Time);
+  EXPECT_EQ(events[0].m_Message, "Adapter Card S0 reports a flashback error.");
+  EXPECT_EQ(events[0].m_ObjectType, 19038U);
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+}
+
+TEST_F(MissedEvents, AreLoggedAfterARestartOfTheService) {
+  RecordFirst({With({}), With({}, "S1")});
+  Restart();
+  RestartService();
+  RecordNext({With({V::TEMPERATURE_ABOVE_WARN})});  // the first one of a store is always one
+  EXPECT_EQ(LogText(), "11094 S1, 10967 S0");
+}
+
+TEST_F(MissedEvents, AreNotThoseThatWereHandedOver) {
+  RecordFirst({With({})});
+  Log(kFlashback);
+  RecordNext({With({V::FLASHBACK})});
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+}
+
+TEST_F(MissedEvents, AreNotThoseThatWereHandedOverJustBeforeTheKill) {
+  RecordFirst({With({})});
+  Log(kFlashback);  // and no observation after it
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+}
+
+TEST_F(MissedEvents, AreThoseThatWereOnlyObserved) {
+  RecordFirst({With({})});
+  RecordNext({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "");  // the plug-in waits until the bit is stable
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+}
+
+// The thread of the state may be later than the one that logs events.
+TEST_F(MissedEvents, AreNotThoseThatWereLoggedAfterAnObservation) {
+  RecordFirst({With({})});
+  const std::int64_t before = HostKit::NewestEventNumber();
+  Log(kFlashback);
+  m_Store.Record(Observe(m_Time += 1000, {With({})}, before));
+  m_Store.Record(Observe(m_Time += 2 * kMinute, {With({V::FLASHBACK})}, before + 1));
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+}
+
+TEST_F(MissedEvents, AreNotReadAgainFromTheLog) {
+  RecordFirst({With({V::FLASHBACK})});
+  const std::int64_t before = HostKit::NewestEventNumber();
+  Log(kWarm);  // by the plug-in that has just started, before its first observation is recorded
+  m_Store.Record(Observe(m_Time += 1000, {With({})}, before, true));
+  EXPECT_EQ(LogText(), "10967 S0, 10980 S0");
+  RecordNext({With({V::TEMPERATURE_ABOVE_WARN})});
+  RecordFirst({With({V::TEMPERATURE_ABOVE_WARN})});
+  EXPECT_EQ(LogText(), "10967 S0, 10980 S0");
+}
+
+TEST_F(MissedEvents, OfAddedCardsAreThePluginsOwn) {
+  RecordFirst({With({})});
+  Log(kAdded, "S1");
+  RecordNext({With({}), With({V::FLASHBACK}, "S1")});
+  RecordFirst({With({}), With({V::FLASHBACK}, "S1")});
+  EXPECT_EQ(LogText(), "11093 S1");
+}
+
+TEST_F(MissedEvents, OfAMachineWithoutCards) {
+  RecordFirst({With({})});
+  RecordFirst({});
+  RecordFirst({});
+  EXPECT_EQ(LogText(), "11094 S0");
+  RecordFirst({With({V::FLASHBACK})});
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "11094 S0, 11093 S0");
+}
+
+TEST_F(MissedEvents, AreLoggedLaterIfTheFileWasLocked) {
+  RecordFirst({With({})});
+  {
+    OtherProgram other(File());
+    other.Run("BEGIN IMMEDIATE");
+    EXPECT_THROW(RecordFirst({With({V::FLASHBACK})}), DBEXCEPTION::DatabaseException);
+    other.Run("COMMIT");
+  }
+  RecordNext({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+}
+
+TEST_F(MissedEvents, DoNotIncludeWhatAnotherHostHasLogged) {
+  RecordFirst({With({})});
+  RestartService();
+  Log(kFlashback);
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(LogText(), "10965 S0");
+}
+
+TEST_F(MissedEvents, CountForTheMetrics) {
+  RecordFirst({With({})});
+  RecordFirst({With({V::FLASHBACK})});
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT event_id, count FROM host_event_counts"), "10965|1");
+}
+
+}  // namespace
