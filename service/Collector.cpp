@@ -4,10 +4,25 @@
 #include <utility>
 
 #include "console/base/Failure.h"
+#include "host/Database.h"
+#include "hostkit/database/OwnTables.h"
 
 namespace Service {
 
 using std::chrono::milliseconds;
+
+namespace {
+
+// Empty if the log cannot be read, which `EventLogClient` reports when it writes.
+std::optional<std::int64_t> LogPosition() {
+  try {
+    return HostKit::NewestEventNumber();
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
 
 Collector::Collector(CollectorSettings settings, SnapshotStore& store)
     : m_Settings(std::move(settings)),
@@ -39,6 +54,7 @@ void Collector::Run() {
 // Until the process ends or the collector stops.
 void Collector::RunPlugin() {
   ++m_Starts;
+  m_HasPassedOn = false;
   const auto worker = std::make_shared<Worker>(m_Settings.m_Program, m_Settings.m_PluginFile,
                                                Console::Deadline(m_Settings.m_CallTimeout));
   Console::TimeLimits limits;
@@ -101,6 +117,7 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
 }
 
 void Collector::Publish(WorkerSession& session) {
+  const auto logPosition = LogPosition();  // of events from before the objects are read
   Snapshot snapshot;
   snapshot.m_HasCards = session.HasCards();
   snapshot.m_Objects = session.Topology();
@@ -112,6 +129,19 @@ void Collector::Publish(WorkerSession& session) {
   snapshot.m_Plugin.m_LostThreads = session.LostThreads();
   snapshot.m_Plugin.m_StartDuration = session.StartDuration();
   m_Store.Publish(std::move(snapshot));
+  PassOn(m_Store.Get(), logPosition);
+}
+
+void Collector::PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition) {
+  if (!m_Settings.m_OnObservation || !logPosition) return;
+  const auto time = snapshot->m_ObservedAt.time_since_epoch();
+  Observation observation;
+  observation.m_Time =
+      static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(time).count());
+  observation.m_IsFirst = !m_HasPassedOn;
+  observation.m_LogPosition = *logPosition;
+  observation.m_pObjects = {snapshot, &snapshot->m_Objects};
+  if (m_Settings.m_OnObservation(observation)) m_HasPassedOn = true;
 }
 
 // The objects remain as they were last read.

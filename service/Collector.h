@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@
 #include "console/base/Output.h"
 #include "service/Snapshot.h"
 #include "service/WorkerSession.h"
+#include "service/state/Observation.h"
 
 namespace Service {
 
@@ -27,6 +29,9 @@ struct CollectorSettings {
   // The pause before the first new start; it doubles up to the longest one.
   std::chrono::milliseconds m_FirstPause{1000};
   std::chrono::milliseconds m_LongestPause{60000};
+  // Called by the collector's thread after each snapshot of a running plug-in, if it is not empty.
+  // Must not wait. False: it did not take the observation; the next one replaces it.
+  std::function<bool(const Observation&)> m_OnObservation;
 };
 
 class Collector {
@@ -57,6 +62,7 @@ class Collector {
   void Release(Worker& worker);
   void Follow(Worker& worker, WorkerSession& session);
   void Publish(WorkerSession& session);
+  void PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition);
   void PublishDown(const std::string& reason);
   void Pause();
 
@@ -76,6 +82,7 @@ class Collector {
   Console::EventLogClient m_EventLog{m_Diagnostics};
   std::chrono::milliseconds m_NextPause;
   std::uint64_t m_Starts = 0;
+  bool m_HasPassedOn = false;  // an observation of this plug-in process
 
   std::thread m_Thread;
 };

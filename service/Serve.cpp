@@ -16,9 +16,11 @@
 #include "base/Printable.h"
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
+#include "hostkit/Paths.h"
 #include "service/api/ApiTable.h"
 #include "service/http/Listen.h"
 #include "service/http/Server.h"
+#include "service/state/StateThread.h"
 
 namespace Service {
 namespace {
@@ -77,10 +79,19 @@ void PassTracing(const Console::Options& options) {
   if (!options.m_TraceFile.empty()) setenv("CORVANE_TRACE_FILE", options.m_TraceFile.c_str(), 1);
 }
 
-CollectorSettings SettingsOf(const Console::Context& context) {
+// A failure to record is reported by the thread.
+bool Record(StateThread& state, const Observation& observation) {
+  return state.Change([observation](StateStore& store) { return store.Record(observation); },
+                      [](const auto&) {});
+}
+
+CollectorSettings SettingsOf(const Console::Context& context, StateThread& state) {
   CollectorSettings settings;
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
+  settings.m_OnObservation = [&state](const Observation& observation) {
+    return Record(state, observation);
+  };
   return settings;
 }
 
@@ -104,13 +115,18 @@ void Report(const std::string& text) {
   fmt::print(stderr, "corvane-host: {}\n", Base::Printable(text));
 }
 
+void ReportState(const std::string& cause) {
+  Report(fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
+}
+
 // The parts of a running service, in order of life.
 struct Running {
   Running(Console::Context& context, const Console::CommandTable& commands,
           Base::Descriptor listener, const Http::Permissions& permissions)
-      : m_Collector(SettingsOf(context), m_Store), m_Api{commands,    context.Stream(), m_Store,
-                                                         m_Collector, m_Jobs,           m_Replays,
-                                                         m_Threads,   permissions} {
+      : m_Collector(SettingsOf(context, m_State), m_Store), m_Api{commands,  context.Stream(),
+                                                                  m_Store,   m_Collector,
+                                                                  m_Jobs,    m_Replays,
+                                                                  m_Threads, permissions} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = Report;
@@ -126,6 +142,7 @@ struct Running {
   }
 
   SnapshotStore m_Store;
+  StateThread m_State{ReportState};  // ends after the collector, and with what that has observed
   Collector m_Collector;
   JobTable m_Jobs;
   ReplayCache m_Replays;

@@ -1,0 +1,129 @@
+// The state of the service while its plug-in is killed: each change of a card is one event, whether
+// or not the plug-in could still report it.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+
+#include "hostkit/Database.h"
+#include "hostkit/EventLog.h"
+#include "service/state/StateThread.h"
+#include "tests/service/CollectorFixture.h"
+
+namespace {
+
+using Console::Deadline;
+using CorvaneTest::kTimeout;
+using std::chrono::milliseconds;
+
+// Typed here, not taken from the tables under test.
+constexpr std::uint32_t kWarm = 10967;
+constexpr std::uint32_t kNormal = 10980;
+constexpr std::uint32_t kAttached = 10983;
+constexpr std::uint32_t kDetached = 10984;
+constexpr std::uint32_t kAdded = 11093;
+constexpr std::uint32_t kRemoved = 11094;
+
+class KilledPlugin : public CorvaneTest::CollectorFixture {
+ protected:
+  KilledPlugin() {
+    setenv("CORVANE_DATABASE", (m_Host.Folder() / "corvane.db").c_str(), 1);
+    HostKit::ReopenDatabase();
+    m_Host.WriteIni("PollInterval=2\n");
+    m_Card = m_Host.AddCard();
+    m_Host.AddCard();
+  }
+  ~KilledPlugin() override {
+    m_pCollector.reset();
+    m_State.Stop();
+    setenv("CORVANE_DATABASE", ":memory:", 1);
+    HostKit::ReopenDatabase();
+  }
+
+  void StartService() {
+    Service::CollectorSettings settings = Settings();
+    settings.m_OnObservation = [this](const Service::Observation& observation) {
+      return m_State.Change(
+          [observation](Service::StateStore& store) { return store.Record(observation); },
+          [this](const auto& outcome) { m_Recorded += outcome.m_Result ? 1 : 0; });
+    };
+    Start(settings);
+    AwaitRecord();
+  }
+
+  // A snapshot of a running plug-in that was begun from now on is recorded.
+  void AwaitRecord() {
+    const std::uint64_t starts = m_Store.Get()->m_Plugin.m_Starts;
+    Await([&](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Starts >= starts; });
+    const int before = m_Recorded;
+    const Deadline deadline(kTimeout);
+    while (m_Recorded < before + 2 && !deadline.IsOver()) {
+      std::this_thread::sleep_for(milliseconds(5));
+    }
+    EXPECT_GE(m_Recorded, before + 2);
+  }
+
+  void Kill() {
+    const Service::PluginState plugin = m_Store.Get()->m_Plugin;
+    kill(plugin.m_Process, SIGKILL);
+    Await([&](const auto& it) { return it.m_Plugin.m_Starts > plugin.m_Starts; });
+    AwaitRecord();
+  }
+
+  // "10984, 10983"
+  std::string LogText() const {
+    std::string text;
+    for (const HostKit::LoggedEvent& event : HostKit::ReadEvents(0, 1000)) {
+      text += (text.empty() ? "" : ", ") + std::to_string(event.m_EventID);
+    }
+    return text;
+  }
+  static std::string Texts(const std::vector<std::uint32_t>& events) {
+    std::string text;
+    for (const std::uint32_t event : events) {
+      text += (text.empty() ? "" : ", ") + std::to_string(event);
+    }
+    return text;
+  }
+
+  std::string m_Card;
+  std::atomic<int> m_Recorded{0};
+  Service::StateThread m_State{[](const std::string& cause) { ADD_FAILURE() << cause; }};
+};
+
+TEST_F(KilledPlugin, LosesNoEventThatItHasNotReported) {
+  StartService();
+  m_Host.Cards().Raise(m_Card, "TEMPERATURE_ABOVE_WARN");
+  Kill();
+  EXPECT_EQ(LogText(), Texts({kWarm}));
+  m_Host.Cards().Clear(m_Card, "TEMPERATURE_ABOVE_WARN");
+  Kill();
+  EXPECT_EQ(LogText(), Texts({kWarm, kNormal}));
+  m_Host.Cards().RemoveCard(m_Card);
+  Kill();
+  EXPECT_EQ(LogText(), Texts({kWarm, kNormal, kRemoved}));
+  m_Host.AddCard();
+  Kill();
+  EXPECT_EQ(LogText(), Texts({kWarm, kNormal, kRemoved, kAdded}));
+  Kill();
+  EXPECT_EQ(LogText(), Texts({kWarm, kNormal, kRemoved, kAdded}));
+}
+
+// The plug-in notices a detached card within its poll interval, so that some are killed before it
+// has reported the event, some after it, and some in between.
+TEST_F(KilledPlugin, LogsEachChangeOnceAtAnyMomentOfTheKill) {
+  StartService();
+  std::vector<std::uint32_t> expected;
+  for (int round = 0; round < 12; ++round) {
+    const bool isDetached = round % 2 == 0;
+    m_Host.Cards().Set(m_Card, "iom_state", isDetached ? "0" : "2");
+    expected.push_back(isDetached ? kDetached : kAttached);
+    std::this_thread::sleep_for(milliseconds(round * 150));
+    Kill();
+    EXPECT_EQ(LogText(), Texts(expected)) << "round " << round;
+  }
+}
+
+}  // namespace
