@@ -34,6 +34,8 @@ Connections::EntryPtr Connections::Open(int socket) {
   auto entry = std::make_shared<Entry>(socket, PeerOf(socket));
   const Base::MutexLock lock(m_Lock);
   if (IsTooMany(entry->m_Peer)) {
+    // What a TCP client has sent already can still be read.
+    entry->m_IsRefused = true;
     shutdown(socket, SHUT_RDWR);
     return entry;
   }

@@ -74,6 +74,7 @@ struct Connections::Entry {
 
   const int m_Socket;
   const Peer m_Peer;
+  bool m_IsRefused = false;  // set before any other thread sees the entry
   bool m_IsStream = false;
   std::optional<Clock::time_point> m_Deadline;
   std::shared_ptr<Unfinished> m_Unfinished;

@@ -64,6 +64,7 @@ Head Exchange::ReadHead() const {
 // once.
 bool Exchange::Begin(std::string_view method, std::string_view path, const char* version) {
   m_HasBegun = true;
+  if (m_Entry->m_IsRefused) return false;
   Head head = ReadHead();
   head.m_Method = method;
   head.m_Path = path;

@@ -194,8 +194,13 @@ class RawClient {
   explicit RawClient(const TestServer& server, Door door = Door::Unix)
       : m_Socket(socket(door == Door::Unix ? AF_UNIX : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const int code =
-        door == Door::Unix ? Connect(UnixAddress(server)) : Connect(TcpAddress(server));
+        door == Door::Unix ? Connect(UnixAddress(server)) : Connect(TcpAddress(server.Port()));
     m_IsConnected = code == 0;
+  }
+  // With TCP, at this port of this machine.
+  explicit RawClient(std::uint16_t port)
+      : m_Socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    m_IsConnected = Connect(TcpAddress(port)) == 0;
   }
 
   bool IsConnected() const { return m_IsConnected; }
@@ -244,10 +249,10 @@ class RawClient {
     server.Socket().copy(address.sun_path, sizeof address.sun_path - 1);
     return address;
   }
-  static sockaddr_in TcpAddress(const TestServer& server) {
+  static sockaddr_in TcpAddress(std::uint16_t port) {
     sockaddr_in address = {};
     address.sin_family = AF_INET;
-    address.sin_port = htons(server.Port());
+    address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     return address;
   }

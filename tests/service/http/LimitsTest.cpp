@@ -1,5 +1,7 @@
 // Both sides of each limit.
 
+#include <atomic>
+
 #include "tests/service/http/HttpFixture.h"
 
 namespace {
@@ -132,6 +134,23 @@ TEST(Limit, OfConnectionsPerAddressIsForTcpOnly) {
   for (int i = 0; i < 20; ++i) EXPECT_TRUE(serves(Door::Unix));
   clients[0]->Close();
   EXPECT_TRUE(Await([&serves] { return serves(Door::Tcp); }));
+}
+
+// What was sent before the connection was accepted can still be read after it was cut.
+TEST(Limit, OfConnectionsRunsNoRequestOfARefusedOne) {
+  std::atomic<int> runs{0};
+  const std::vector<Route> routes = {{Method::Get, "/count", Access::Anyone, [&](const Request&) {
+                                        ++runs;
+                                        return Text("counted");
+                                      }}};
+  std::vector<Base::Descriptor> listeners;
+  listeners.push_back(Http::ListenTcp("127.0.0.1", 0));
+  RawClient client(Http::PortOf(listeners.back()));
+  ASSERT_TRUE(client.Send("GET /count HTTP/1.1\r\nHost: localhost\r\n\r\n"));
+  const Http::Server server(routes, With([](Limits& limits) { limits.m_Connections = 0; }),
+                            std::move(listeners));
+  EXPECT_EQ("", client.ReadToEnd());
+  EXPECT_EQ(0, runs);
 }
 
 TEST(Limit, OfTimeCutsClientsThatSendNothing) {
