@@ -21,6 +21,11 @@ std::optional<std::int64_t> LogPosition() {
     return std::nullopt;
   }
 }
+// How many calls a step makes at most, each with its timeout.
+constexpr int kCallsAtStart = 4;    // load, initialize, number the adapters, read the topology
+constexpr int kCallsAtRefresh = 4;  // the events, the topology for them, the topology again
+// A process that does not end is killed within this time.
+constexpr std::chrono::seconds kLongestEnd(40);
 
 }  // namespace
 
@@ -55,6 +60,7 @@ void Collector::Run() {
 void Collector::RunPlugin() {
   ++m_Starts;
   m_HasPassedOn = false;
+  m_Progress.Begin(kCallsAtStart * m_Settings.m_CallTimeout);
   const auto worker = std::make_shared<Worker>(m_Settings.m_Program, m_Settings.m_PluginFile,
                                                Console::Deadline(m_Settings.m_CallTimeout));
   Console::TimeLimits limits;
@@ -71,6 +77,7 @@ void Collector::RunPlugin() {
 
 // Ends the calls of other threads, which may hold the worker a little longer.
 void Collector::Release(Worker& worker) {
+  m_Progress.Begin(kLongestEnd);
   SetRunning(nullptr);
   worker.Disconnect();
 }
@@ -103,7 +110,9 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
   Console::WaitSet alsoWake;
   alsoWake.m_Readable = m_Wake.Number();
   for (;;) {
+    m_Progress.Begin(m_Settings.m_RefreshInterval);
     session.WaitForNotification(m_Settings.m_RefreshInterval, alsoWake);
+    m_Progress.Begin(kCallsAtRefresh * m_Settings.m_CallTimeout);
     m_Wake.Wait(milliseconds(0), {});
     if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
     session.CollectEvents();
@@ -155,6 +164,7 @@ void Collector::PublishDown(const std::string& reason) {
 
 // Before the next start. A request for a refresh does not shorten it.
 void Collector::Pause() {
+  m_Progress.Begin(m_NextPause);
   const Console::Deadline deadline(m_NextPause);
   while (!m_IsStopping && !deadline.IsOver()) m_Wake.Wait(deadline.Left(), {});
   m_NextPause = std::min(m_NextPause * 2, m_Settings.m_LongestPause);

@@ -14,6 +14,7 @@
 #include "base/Mutex.h"
 #include "console/base/Notifier.h"
 #include "console/base/Output.h"
+#include "service/ProgressWatch.h"
 #include "service/Snapshot.h"
 #include "service/WorkerSession.h"
 #include "service/state/Observation.h"
@@ -32,6 +33,8 @@ struct CollectorSettings {
   // Called by the collector's thread after each snapshot of a running plug-in, if it is not empty.
   // Must not wait. False: it did not take the observation; the next one replaces it.
   std::function<bool(const Observation&)> m_OnObservation;
+  // The clock of `Collector::Progress`.
+  std::function<ProgressWatch::Clock::time_point()> m_Now = &ProgressWatch::Clock::now;
 };
 
 class Collector {
@@ -45,6 +48,8 @@ class Collector {
   // Stops the plug-in and the thread, which takes half a minute or more if a card hangs. From then
   // on `Call` returns empty. For the thread that made the collector.
   void Stop();
+  // Whether the thread is stuck. From any thread.
+  const ProgressWatch& Progress() const { return m_Progress; }
   // Makes the thread read the cards now. From any thread.
   void RequestRefresh() const { m_Wake.Notify(); }
   // Carries out one command in the plug-in, on the calling thread; any thread may call it. Empty if
@@ -73,6 +78,7 @@ class Collector {
   SnapshotStore& m_Store;
   Console::Notifier m_Wake;  // a refresh was requested, or the thread has to stop
   std::atomic<bool> m_IsStopping{false};
+  ProgressWatch m_Progress{m_Settings.m_Now};
 
   mutable Base::Mutex m_Lock;
   std::shared_ptr<Worker> m_pRunning HOST_GUARDED_BY(m_Lock);  // null: no plug-in is running

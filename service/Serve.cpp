@@ -4,12 +4,11 @@
 #include <grp.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <cctype>
+#include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -17,15 +16,16 @@
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "hostkit/Paths.h"
+#include "service/ManagerReports.h"
+#include "service/ReloadSignal.h"
 #include "service/api/ApiTable.h"
-#include "service/http/Listen.h"
 #include "service/http/Server.h"
 #include "service/state/StateThread.h"
+#include "service/systemd/Notify.h"
 
 namespace Service {
 namespace {
 
-using Console::ExitCode;
 using Console::Failure;
 
 constexpr const char* kReadGroup = "corvane";
@@ -40,37 +40,21 @@ std::optional<gid_t> FindGroup(const char* name) {
   return found->gr_gid;
 }
 
+// In lower case; empty if it cannot be read.
+std::string HostName() {
+  char name[HOST_NAME_MAX + 1] = "";
+  if (gethostname(name, sizeof name - 1) != 0) return {};
+  std::string lower = name;
+  for (char& each : lower) each = static_cast<char>(std::tolower(static_cast<unsigned char>(each)));
+  return lower;
+}
+
 Http::Permissions PermissionsHere() {
   Http::Permissions permissions;
   permissions.m_Users = {0, geteuid()};
   permissions.m_ReadGroup = FindGroup(kReadGroup);
   permissions.m_ChangeGroup = FindGroup(kChangeGroup);
   return permissions;
-}
-
-std::vector<std::string> AdviceFor(int error) {
-  if (error == EADDRINUSE) return {"Another service uses it; pass another one with --socket."};
-  return {"Pass another one with --socket."};
-}
-
-// Every user may enter a new folder: the socket has its own permissions.
-void CreateFolder(const std::filesystem::path& folder) {
-  if (!std::filesystem::create_directories(folder)) return;
-  std::filesystem::permissions(folder, static_cast<std::filesystem::perms>(0755));
-}
-
-// Only root can give the socket to a group.
-Base::Descriptor Listen(const std::filesystem::path& socket, const Http::Permissions& permissions) {
-  const auto group = geteuid() == 0 ? permissions.m_ReadGroup : std::nullopt;
-  try {
-    CreateFolder(socket.parent_path());
-    return Http::ListenUnix(socket, group ? 0660 : 0600, group);
-  } catch (const std::system_error& error) {
-    const int number = error.code().value();
-    throw Failure(number == EACCES || number == EPERM ? ExitCode::Permission : ExitCode::Failed,
-                  "SOCKET_UNUSABLE", fmt::format("cannot listen at {}", socket.string()),
-                  std::strerror(number), AdviceFor(number));
-  }
 }
 
 // The plug-in traces in its own process.
@@ -95,22 +79,6 @@ CollectorSettings SettingsOf(const Console::Context& context, StateThread& state
   return settings;
 }
 
-// Removes the file when destroyed: before the socket is closed, or another service could put its
-// own there in between.
-class SocketFile {
- public:
-  explicit SocketFile(std::filesystem::path path) : m_Path(std::move(path)) {}
-  ~SocketFile() {
-    std::error_code ignored;
-    std::filesystem::remove(m_Path, ignored);
-  }
-  SocketFile(const SocketFile&) = delete;
-  SocketFile& operator=(const SocketFile&) = delete;
-
- private:
-  const std::filesystem::path m_Path;
-};
-
 void Report(const std::string& text) {
   fmt::print(stderr, "corvane-host: {}\n", Base::Printable(text));
 }
@@ -122,16 +90,13 @@ void ReportState(const std::string& cause) {
 // The parts of a running service, in order of life.
 struct Running {
   Running(Console::Context& context, const Console::CommandTable& commands,
-          Base::Descriptor listener, const Http::Permissions& permissions)
-      : m_Collector(SettingsOf(context, m_State), m_Store), m_Api{commands,  context.Stream(),
-                                                                  m_Store,   m_Collector,
-                                                                  m_Jobs,    m_Replays,
-                                                                  m_Threads, permissions} {
+          std::vector<Base::Descriptor> listeners, const Http::Permissions& permissions)
+      : m_Collector(SettingsOf(context, m_State), m_Store),
+        m_Api{commands, context.Stream(), m_Store, m_Collector, m_Jobs, m_Replays, m_Threads} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = Report;
-    std::vector<Base::Descriptor> listeners;
-    listeners.push_back(std::move(listener));
+    if (const std::string name = HostName(); !name.empty()) settings.m_Hosts.push_back(name);
     m_Server.emplace(ApiRoutes(m_Api), settings, std::move(listeners));
   }
 
@@ -151,6 +116,31 @@ struct Running {
   std::optional<Http::Server> m_Server;
 };
 
+// The groups may have been created after the service was started.
+void Reload(Running& running, const Listeners& listeners) {
+  Systemd::NotifyReloading();
+  const Http::Permissions permissions = PermissionsHere();
+  running.m_Server->SetPermissions(permissions);
+  try {
+    listeners.ShareFile(permissions);
+  } catch (const Failure& failure) {
+    Report(failure.what());
+  }
+}
+
+void RunUntilStop(Running& running, const Listeners& listeners, const ReloadSignal& reload,
+                  const Console::Deadline& deadline) {
+  ManagerReports reports(running.m_Store, running.m_Collector.Progress(),
+                         {Systemd::Notify, Systemd::WatchdogTime()});
+  while (!deadline.IsOver() && !Console::IsStopRequested()) {
+    reports.Update();
+    if (!reload.Wait(deadline.Left(reports.Interval()))) continue;
+    Reload(running, listeners);
+    reports.Reloaded();
+  }
+  reports.Stopping();
+}
+
 }  // namespace
 
 std::filesystem::path DefaultSocket() {
@@ -162,17 +152,17 @@ std::filesystem::path DefaultSocket() {
 }
 
 void Serve(Console::Context& context, const Console::CommandTable& commands,
-           const std::filesystem::path& socket, const Console::Deadline& deadline) {
+           const ServeSettings& settings) {
   const Http::Permissions permissions = PermissionsHere();
-  Base::Descriptor listener = Listen(socket, permissions);
-  std::optional<SocketFile> file(std::in_place, socket);
+  Listeners listeners(settings.m_Listen, permissions);
+  const ReloadSignal reload;
   context.PrepareForPlugin();
   PassTracing(context.m_Options);
   {
-    const Running running(context, commands, std::move(listener), permissions);
-    context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", socket.string()));
-    while (!deadline.IsOver() && !Console::WaitForStop(deadline.Left())) continue;
-    file.reset();
+    Running running(context, commands, listeners.Take(), permissions);
+    context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", listeners.Names()));
+    RunUntilStop(running, listeners, reload, settings.m_Deadline);
+    listeners.RemoveFile();
   }
   Console::ClearStopRequest();
 }

@@ -6,6 +6,7 @@
 #include "console/base/Deadline.h"
 #include "console/cli/CommandTable.h"
 #include "console/report/CommandContext.h"
+#include "service/Listeners.h"
 
 namespace Service {
 
@@ -13,10 +14,15 @@ namespace Service {
 // $XDG_RUNTIME_DIR/corvane/corvane.sock. Empty if no variable names a folder for this user.
 std::filesystem::path DefaultSocket();
 
-// Serves clients at `socket` until the deadline or a stop signal. The commands answer the requests;
-// the context gives the plug-in and the cards. Throws `Console::Failure` if the service cannot
-// start.
+struct ServeSettings {
+  ListenSettings m_Listen;
+  Console::Deadline m_Deadline;
+};
+
+// Serves clients until the deadline or a stop signal; SIGHUP reloads. The commands answer the
+// requests; the context gives the plug-in and the cards. Throws `Console::Failure` if the service
+// cannot start.
 void Serve(Console::Context& context, const Console::CommandTable& commands,
-           const std::filesystem::path& socket, const Console::Deadline& deadline);
+           const ServeSettings& settings);
 
 }  // namespace Service

@@ -30,6 +30,8 @@ struct Options {
   std::string m_Timeout;
   std::string m_TextFile;
   std::string m_Socket;
+  std::string m_Listen;
+  bool m_ListenAny = false;
   std::string m_Confirm;
   std::string m_Capacity;
   std::string m_SectorSize;

@@ -76,6 +76,10 @@ const std::vector<OptionRow>& AllOptions() {
        "replace FILE atomically with metrics for a node exporter"},
       {"",   "--socket",     "PATH",    &O::m_Socket,      false,
        "serve at this Unix socket (default: /run/corvane/corvane.sock for root)"},
+      {"",   "--listen",     "ADDRESS:PORT", &O::m_Listen, false,
+       "also serve read-only at this TCP address: 127.0.0.1:9188 or [::1]:9188"},
+      {"",   "--listen-any", "",        &O::m_ListenAny,   false,
+       "allow --listen at addresses that other machines can reach"},
   };
   return all;
 }

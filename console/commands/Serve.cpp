@@ -17,8 +17,12 @@ CommandResult Run(Context& context) {
   if (socket.empty()) {
     throw UsageFailure("serve: no folder for the socket", {"Pass --socket PATH."});
   }
-  const Deadline deadline(ParseDuration("--for", context.m_Options.m_For));
-  Service::Serve(context, AllCommands(), std::filesystem::absolute(socket), deadline);
+  Service::ServeSettings settings;
+  settings.m_Listen.m_Socket = std::filesystem::absolute(socket);
+  settings.m_Listen.m_Tcp = context.m_Options.m_Listen;
+  settings.m_Listen.m_AllowsOtherHosts = context.m_Options.m_ListenAny;
+  settings.m_Deadline = Deadline(ParseDuration("--for", context.m_Options.m_For));
+  Service::Serve(context, AllCommands(), settings);
   CommandResult result;
   result.m_Text = "";
   return result;
@@ -32,15 +36,16 @@ Command ServeCommand() {
   command.m_Name = "serve";
   command.m_Summary = "run the service that holds the plug-in for other programs";
   command.m_Forms = {"table"};
-  command.m_Options = {"--socket", "--for"};
+  command.m_Options = {"--socket", "--listen", "--listen-any", "--for"};
   command.m_Run = Run;
   command.m_Description =
       "Runs in the foreground until Ctrl-C or SIGTERM, or for the given time. The plug-in runs in "
-      "a "
-      "separate process, which is restarted if it ends. Clients send HTTP requests to the socket; "
-      "reads never wait for a card.";
-  command.m_Examples = {{"serve --simulate", "serve simulated cards"},
-                        {"serve --socket /run/corvane/corvane.sock", "choose the socket"}};
+      "a separate process, which is restarted if it ends. Clients send HTTP requests to the "
+      "socket; reads never wait for a card.";
+  command.m_Examples = {
+      {"serve --simulate", "serve simulated cards"},
+      {"serve --socket /run/corvane/corvane.sock", "choose the socket"},
+      {"serve --listen 127.0.0.1:9188", "also serve other users of this machine"}};
   return command;
 }
 

@@ -11,7 +11,6 @@
 #include "service/Snapshot.h"
 #include "service/api/ReplayCache.h"
 #include "service/http/Route.h"
-#include "service/http/Settings.h"
 
 namespace Service {
 
@@ -24,7 +23,6 @@ struct ApiContext {
   JobTable& m_Jobs;
   ReplayCache& m_Replays;
   CallThreads& m_Threads;
-  const Http::Permissions m_Permissions;
   // How long a request waits for a new snapshot, and for a call of the plug-in.
   std::chrono::milliseconds m_FreshTimeout{30000};
   std::chrono::milliseconds m_CallTimeout{120000};

@@ -6,7 +6,6 @@
 
 #include "console/plugin/RecordJson.h"
 #include "service/api/Documents.h"
-#include "service/http/PeerOf.h"
 
 namespace Service {
 namespace {
@@ -109,7 +108,7 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
     return MakeProblem(409, "RESERVED",
                        "the service starts and stops the plug-in and collects its events");
   }
-  if (IsChange(command) && !Http::MayUse(api.m_Permissions, request.m_Peer, true)) {
+  if (IsChange(command) && !request.m_MayChange) {
     return MakeProblem(403, "PERMISSION_DENIED", "this user is not permitted to make changes");
   }
   const SnapshotPtr snapshot = api.m_Store.Get();

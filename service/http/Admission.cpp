@@ -18,6 +18,7 @@ struct Case {
   const Head& m_Head;
   const Router& m_Router;
   const Settings& m_Settings;
+  const Permissions& m_Permissions;
   Admission& m_Admission;
 };
 
@@ -88,13 +89,18 @@ Refusal ReadHeaders(Case& each) {
   return std::nullopt;
 }
 
+// An address in the Host header cannot be that of another site, because no name was resolved.
+bool IsOwnName(const Case& each, const std::string& host) {
+  const std::string& local = each.m_Head.m_Peer.m_LocalAddress;
+  const bool isV6 = local.find(':') != local.npos;
+  return host == (isV6 ? "[" + local + "]" : local) || Contains(each.m_Settings.m_Hosts, host);
+}
+
 // Another site can make a browser ask this server under the site's own name.
 Refusal CheckHost(Case& each) {
   if (!each.m_Head.m_Peer.m_IsTcp) return std::nullopt;
   const std::string* const host = Find(each.m_Admission.m_Request.m_Headers, "host");
-  if (host != nullptr && Contains(each.m_Settings.m_Hosts, Lower(WithoutPort(*host)))) {
-    return std::nullopt;
-  }
+  if (host != nullptr && IsOwnName(each, Lower(WithoutPort(*host)))) return std::nullopt;
   return MakeProblem(403, "HOST_NOT_ALLOWED", "the Host header does not name this service");
 }
 
@@ -139,9 +145,10 @@ Refusal CheckPermission(Case& each) {
   const Access access = each.m_Admission.m_Route->m_Access;
   const Peer& peer = each.m_Head.m_Peer;
   const bool toChange = access == Access::Change;
-  const bool isAllowed =
-      access == Access::Anyone ||
-      (peer.m_IsTcp ? !toChange : MayUse(each.m_Settings.m_Permissions, peer, toChange));
+  const bool mayChange = !peer.m_IsTcp && MayUse(each.m_Permissions, peer, true);
+  each.m_Admission.m_Request.m_MayChange = mayChange;
+  const bool mayRead = peer.m_IsTcp || MayUse(each.m_Permissions, peer, false);
+  const bool isAllowed = access == Access::Anyone || (toChange ? mayChange : mayRead);
   if (isAllowed) return std::nullopt;
   return MakeProblem(403, "PERMISSION_DENIED",
                      toChange ? "this user may not change anything" : "this user may not read");
@@ -200,11 +207,12 @@ constexpr Refusal (*kRules[])(Case&) = {
 
 }  // namespace
 
-Admission Admit(const Head& head, const Router& router, const Settings& settings) {
+Admission Admit(const Head& head, const Router& router, const Settings& settings,
+                const Permissions& permissions) {
   Admission admission;
   admission.m_Request.m_IsHead = head.m_Method == "HEAD";
   admission.m_Request.m_Peer = head.m_Peer;
-  Case each = {head, router, settings, admission};
+  Case each = {head, router, settings, permissions, admission};
   for (const auto& rule : kRules) {
     admission.m_Refusal = rule(each);
     if (admission.m_Refusal) break;

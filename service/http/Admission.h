@@ -33,7 +33,8 @@ struct Admission {
 };
 
 // The first rule that the head breaks gives the refusal. The result refers to the router.
-Admission Admit(const Head& head, const Router& router, const Settings& settings);
+Admission Admit(const Head& head, const Router& router, const Settings& settings,
+                const Permissions& permissions);
 
 Response MakeBodyTooLarge(const Limits& limits);
 

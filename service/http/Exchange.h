@@ -20,11 +20,23 @@ struct Shared {
   Shared(std::vector<Route> routes, Settings settings)
       : m_Router(std::move(routes)),
         m_Settings(std::move(settings)),
-        m_Connections(m_Settings.m_Limits) {}
+        m_Connections(m_Settings.m_Limits),
+        m_pPermissions(std::make_shared<const Permissions>(m_Settings.m_Permissions)) {}
+
+  // From any thread.
+  std::shared_ptr<const Permissions> CurrentPermissions() const {
+    return std::atomic_load(&m_pPermissions);
+  }
+  void SetPermissions(Permissions permissions) {
+    std::atomic_store(&m_pPermissions, std::make_shared<const Permissions>(std::move(permissions)));
+  }
 
   const Router m_Router;
   const Settings m_Settings;
   Connections m_Connections;
+
+ private:
+  std::shared_ptr<const Permissions> m_pPermissions;  // only with atomic_load and atomic_store
 };
 
 // Bytes of memory of a connection, for headers and for what is being sent. Headers that exceed it

@@ -40,6 +40,29 @@ Address MakeAddress(const Concrete& concrete) {
   return address;
 }
 
+// A sockaddr of the address's family.
+template <typename Concrete>
+Concrete As(const Address& address) {
+  Concrete concrete;
+  std::memcpy(&concrete, &address.m_Storage, sizeof concrete);
+  return concrete;
+}
+
+// Of the family AF_UNSPEC for a descriptor that is not a socket.
+Address BoundAddress(const Base::Descriptor& socket) {
+  Address address;
+  address.m_Size = sizeof address.m_Storage;
+  getsockname(socket.Get(), address.Get(), &address.m_Size);
+  return address;
+}
+
+template <typename Number>
+std::string TextOf(int family, const Number& number) {
+  char text[INET6_ADDRSTRLEN] = "";
+  inet_ntop(family, &number, text, sizeof text);
+  return text;
+}
+
 Address UnixAddress(const std::string& path) {
   sockaddr_un address = {};
   if (path.size() >= sizeof address.sun_path) Throw(ENAMETOOLONG, path);
@@ -95,16 +118,20 @@ void RemoveStale(const std::string& path, const Address& address) {
 // No client can connect before listen(), so the owner and mode are set by then.
 Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
                             std::optional<gid_t> group) {
-  constexpr auto kSameUser = static_cast<uid_t>(-1);
   Address address = UnixAddress(path);
   const Base::Descriptor lock = LockFolder(path);
   RemoveStale(path, address);
   Base::Descriptor socket = MakeSocket(AF_UNIX);
   Check(bind(socket.Get(), address.Get(), address.m_Size) == 0, path);
-  Check(!group || lchown(path.c_str(), kSameUser, *group) == 0, path);
-  Check(chmod(path.c_str(), mode) == 0, path);
+  ShareSocket(path, mode, group);
   Check(listen(socket.Get(), SOMAXCONN) == 0, path);
   return socket;
+}
+
+void ShareSocket(const std::filesystem::path& path, mode_t mode, std::optional<gid_t> group) {
+  constexpr auto kSameUser = static_cast<uid_t>(-1);
+  Check(!group || lchown(path.c_str(), kSameUser, *group) == 0, path);
+  Check(chmod(path.c_str(), mode) == 0, path);
 }
 
 Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port) {
@@ -117,14 +144,43 @@ Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port) {
   return socket;
 }
 
+std::string NameOf(const Base::Descriptor& socket) {
+  const Address bound = BoundAddress(socket);
+  const std::string port = ":" + std::to_string(PortOf(socket));
+  switch (bound.m_Storage.ss_family) {
+    case AF_UNIX:
+      return As<sockaddr_un>(bound).sun_path;
+    case AF_INET:
+      return TextOf(AF_INET, As<sockaddr_in>(bound).sin_addr) + port;
+    case AF_INET6:
+      return "[" + TextOf(AF_INET6, As<sockaddr_in6>(bound).sin6_addr) + "]" + port;
+    default:
+      return {};
+  }
+}
+
+bool IsLocal(const Base::Descriptor& socket) {
+  constexpr std::uint8_t kLoopbackNet = 127;
+  const Address bound = BoundAddress(socket);
+  const auto v4 = As<sockaddr_in>(bound);
+  const auto v6 = As<sockaddr_in6>(bound);
+  switch (bound.m_Storage.ss_family) {
+    case AF_UNIX:
+      return true;
+    case AF_INET:
+      return ntohl(v4.sin_addr.s_addr) >> 24 == kLoopbackNet;
+    case AF_INET6:
+      return IN6_IS_ADDR_LOOPBACK(&v6.sin6_addr) ||
+             (IN6_IS_ADDR_V4MAPPED(&v6.sin6_addr) && v6.sin6_addr.s6_addr[12] == kLoopbackNet);
+    default:
+      return false;
+  }
+}
+
 std::uint16_t PortOf(const Base::Descriptor& socket) {
-  sockaddr_storage bound = {};
-  socklen_t size = sizeof bound;
-  getsockname(socket.Get(), reinterpret_cast<sockaddr*>(&bound), &size);
-  if (bound.ss_family != AF_INET && bound.ss_family != AF_INET6) return 0;
-  sockaddr_in address;  // has the port at the same place as the IPv6 address
-  std::memcpy(&address, &bound, sizeof address);
-  return ntohs(address.sin_port);
+  const Address bound = BoundAddress(socket);
+  if (bound.m_Storage.ss_family != AF_INET && bound.m_Storage.ss_family != AF_INET6) return 0;
+  return ntohs(As<sockaddr_in>(bound).sin_port);  // at the same place in an IPv6 address
 }
 
 }  // namespace Http

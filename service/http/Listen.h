@@ -18,9 +18,20 @@ namespace Http {
 Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
                             std::optional<gid_t> group);
 
+// Gives the file of such a socket to this group, if given, and sets its mode. Throws
+// `std::system_error`.
+void ShareSocket(const std::filesystem::path& path, mode_t mode, std::optional<gid_t> group);
+
 // Listens at a numeric IPv4 or IPv6 address; port 0 is any free one. Throws `std::system_error`:
 // EINVAL if it is not an address.
 Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port);
+
+// The path of a Unix socket, "127.0.0.1:80" or "[::1]:80" of a TCP socket; empty for any other
+// descriptor.
+std::string NameOf(const Base::Descriptor& socket);
+
+// Whether only this machine can connect: a Unix socket, or TCP at a loopback address.
+bool IsLocal(const Base::Descriptor& socket);
 
 // The port of a TCP socket, 0 of any other.
 std::uint16_t PortOf(const Base::Descriptor& socket);

@@ -24,7 +24,8 @@ const std::string* Find(const Texts& texts, std::string_view name);
 // The process or machine that made a connection.
 struct Peer {
   bool m_IsTcp = false;
-  std::string m_Address;  // with TCP: without the port
+  std::string m_Address;       // with TCP: without the port
+  std::string m_LocalAddress;  // with TCP: the one to which it connected
 
   // With a Unix socket: of the process, at the time when it connected.
   uid_t m_User = static_cast<uid_t>(-1);
@@ -43,6 +44,7 @@ struct Request {
   Texts m_Headers;        // names in lower case; only those that `IsKept` accepts
   std::string m_Body;     // as received
   Peer m_Peer;
+  bool m_MayChange = false;  // the client has the permission of `Access::Change`
 };
 
 // Whether a request's header with this name, in lower case, is passed to handlers.

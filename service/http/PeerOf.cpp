@@ -62,6 +62,9 @@ Peer PeerOf(int socket) {
   sockaddr_storage address = {};
   socklen_t size = sizeof address;
   getpeername(socket, reinterpret_cast<sockaddr*>(&address), &size);
+  sockaddr_storage local = {};
+  socklen_t localSize = sizeof local;
+  getsockname(socket, reinterpret_cast<sockaddr*>(&local), &localSize);
   // A client that is gone already has no address any more; the socket itself still has a family.
   int family = AF_UNSPEC;
   socklen_t familySize = sizeof family;
@@ -69,6 +72,7 @@ Peer PeerOf(int socket) {
   peer.m_IsTcp = family != AF_UNIX;
   if (peer.m_IsTcp) {
     peer.m_Address = AddressOf(address);
+    peer.m_LocalAddress = AddressOf(local);
   } else {
     ReadCredentials(socket, peer);
   }

@@ -160,4 +160,8 @@ Server::Server(std::vector<Route> routes, Settings settings,
 
 Server::~Server() = default;
 
+void Server::SetPermissions(Permissions permissions) {
+  m_State->m_Shared.SetPermissions(std::move(permissions));
+}
+
 }  // namespace Http

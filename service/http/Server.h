@@ -26,6 +26,10 @@ class Server {
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
+  // Replaces the permissions of the settings, for requests that arrive from now on. From any
+  // thread.
+  void SetPermissions(Permissions permissions);
+
  private:
   class Daemon;
   struct State;

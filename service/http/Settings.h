@@ -38,7 +38,7 @@ struct Settings {
   Limits m_Limits;
   Permissions m_Permissions;
   // Names and addresses that the Host header may have with TCP, in lower case, without the port;
-  // IPv6 addresses in brackets.
+  // IPv6 addresses in brackets. The address to which the client connected is always allowed.
   std::vector<std::string> m_Hosts = {"localhost", "127.0.0.1", "[::1]"};
   // Receives what a handler threw. Called on any thread of the server.
   std::function<void(const std::string&)> m_OnFailure = nullptr;

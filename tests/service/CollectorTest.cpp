@@ -4,6 +4,11 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+
 #include "hostkit/EventLog.h"
 #include "tests/service/CollectorFixture.h"
 #include "tests/support/Numbers.h"
@@ -72,6 +77,33 @@ TEST_F(Collector, ReplacesAProcessThatDoesNotAnswer) {
   const SnapshotPtr down = Await([](const auto& it) { return !it.m_Plugin.m_IsUp; });
   EXPECT_EQ("the plug-in does not respond", down->m_Plugin.m_Reason);
   Await([second](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Process != second; });
+}
+
+// A process that does not answer within the timeout is replaced, so until then there is progress.
+TEST_F(Collector, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
+  m_Host.AddCard();
+  std::atomic<std::chrono::seconds::rep> elapsed{0};
+  Service::CollectorSettings settings = Settings();
+  settings.m_CallTimeout = std::chrono::minutes(30);  // real time: never over here
+  settings.m_Now = [&elapsed] {
+    return Service::ProgressWatch::Clock::time_point(std::chrono::seconds(elapsed));
+  };
+  Start(settings);
+  const pid_t process = AwaitObjects(3)->m_Plugin.m_Process;
+  const auto becomes = [this](bool isStuck) {
+    const Deadline deadline(kTimeout);
+    while (m_pCollector->Progress().IsStuck() != isStuck && !deadline.IsOver()) {
+      std::this_thread::sleep_for(milliseconds(1));
+    }
+    return m_pCollector->Progress().IsStuck() == isStuck;
+  };
+  kill(process, SIGSTOP);
+  elapsed += std::chrono::seconds(std::chrono::minutes(100)).count();
+  EXPECT_TRUE(becomes(false));  // it waits for a call that began before or after this leap
+  elapsed += std::chrono::seconds(std::chrono::minutes(121)).count();
+  EXPECT_TRUE(becomes(true));
+  kill(process, SIGCONT);
+  EXPECT_TRUE(becomes(false));
 }
 
 TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndTriesAgain) {

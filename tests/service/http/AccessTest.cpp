@@ -65,6 +65,26 @@ TEST(Permission, DependsOnUserAndGroups) {
   }
 }
 
+TEST(Permission, CanBeReplacedWhileItServes) {
+  TestServer server(Routes(), SettingsOf({{}, {}, {}}));
+  EXPECT_EQ("200 403 403 403", Statuses(server));
+  server.SetPermissions({{}, getegid(), {}});
+  EXPECT_EQ("200 200 403 403", Statuses(server));
+  server.SetPermissions({{}, {}, {}});
+  EXPECT_EQ("200 403 403 403", Statuses(server));
+}
+
+TEST(Permission, ToChangeIsKnownToHandlers) {
+  const std::vector<Route> routes = {
+      {Method::Get, "/may", Access::Anyone,
+       [](const Request& request) { return Text(request.m_MayChange ? "yes" : "no"); }}};
+  const TestServer all(routes);
+  EXPECT_EQ("yes", Client(all).Get("/may").m_Body);
+  EXPECT_EQ("no", Client(all, Door::Tcp).Get("/may").m_Body);
+  const TestServer readers(routes, SettingsOf({{}, getegid(), {}}));
+  EXPECT_EQ("no", Client(readers).Get("/may").m_Body);
+}
+
 TEST(Permission, IsNamedWhenItIsMissing) {
   const TestServer server(Routes(), SettingsOf({{}, {}, {}}));
   Client client(server);
@@ -213,6 +233,19 @@ TEST(Tcp, RefusesOtherHosts) {
   }
   EXPECT_EQ("403 HOST_NOT_ALLOWED", AskRaw(server, "GET /read HTTP/1.0", Door::Tcp).Short());
   EXPECT_EQ("200", AskRaw(server, "GET /read HTTP/1.1\r\nHost: evil.example").Short());
+}
+
+TEST(Tcp, AllowsTheAddressToWhichTheClientConnected) {
+  Http::Settings settings = OpenSettings();
+  settings.m_Hosts.clear();
+  const TestServer server(Routes(), settings);
+  const auto ask = [&server](const std::string& host) {
+    return AskRaw(server, "GET /read HTTP/1.1\r\nHost: " + host, Door::Tcp).Short();
+  };
+  EXPECT_EQ("200", ask("127.0.0.1"));
+  EXPECT_EQ("200", ask(server.Host()));
+  EXPECT_EQ("403 HOST_NOT_ALLOWED", ask("127.0.0.2"));
+  EXPECT_EQ("403 HOST_NOT_ALLOWED", ask("localhost"));
 }
 
 TEST(Tcp, RefusesPagesOfOtherOrigins) {

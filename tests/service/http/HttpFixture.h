@@ -87,6 +87,9 @@ class TestServer {
   const std::string& Socket() const { return m_Socket; }
   std::uint16_t Port() const { return m_Port; }
   std::string Host() const { return "127.0.0.1:" + std::to_string(m_Port); }
+  void SetPermissions(Http::Permissions permissions) {
+    m_Server->SetPermissions(std::move(permissions));
+  }
   void Stop() { m_Server.reset(); }
 
  private:

@@ -107,4 +107,36 @@ TEST(ListenTcp, RefusesWhatIsNotAnAddress) {
   }
 }
 
+TEST(Sockets, HaveNames) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Path() / "socket";
+  EXPECT_EQ(path, Http::NameOf(ListenUnix(path, 0600, std::nullopt)));
+  const Base::Descriptor tcp = ListenTcp("127.0.0.1", 0);
+  EXPECT_EQ("127.0.0.1:" + std::to_string(PortOf(tcp)), Http::NameOf(tcp));
+  EXPECT_EQ("", Http::NameOf(Base::Descriptor(dup(STDERR_FILENO))));
+}
+
+TEST(Sockets, OfLoopbackAddressesAreLocal) {
+  const TemporaryFolder folder;
+  EXPECT_TRUE(Http::IsLocal(ListenUnix(folder.Path() / "socket", 0600, std::nullopt)));
+  EXPECT_TRUE(Http::IsLocal(ListenTcp("127.0.0.1", 0)));
+  EXPECT_TRUE(Http::IsLocal(ListenTcp("127.9.8.7", 0)));
+  EXPECT_FALSE(Http::IsLocal(ListenTcp("0.0.0.0", 0)));
+  EXPECT_FALSE(Http::IsLocal(Base::Descriptor(dup(STDERR_FILENO))));
+}
+
+TEST(Sockets, OfIPv6AreNamedInBrackets) {
+  Base::Descriptor all;
+  try {
+    all = ListenTcp("::", 0);
+  } catch (const std::system_error& error) {
+    GTEST_SKIP() << "no IPv6 here: " << error.what();
+  }
+  EXPECT_EQ("[::]:" + std::to_string(PortOf(all)), Http::NameOf(all));
+  EXPECT_FALSE(Http::IsLocal(all));
+  EXPECT_TRUE(Http::IsLocal(ListenTcp("::1", 0)));
+  EXPECT_TRUE(Http::IsLocal(ListenTcp("::ffff:127.0.0.1", 0)));
+  EXPECT_FALSE(Http::IsLocal(ListenTcp("::ffff:0.0.0.0", 0)));
+}
+
 }  // namespace

@@ -1,0 +1,146 @@
+#include "service/Listeners.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include "console/base/Failure.h"
+#include "service/http/Listen.h"
+#include "service/systemd/ListenSockets.h"
+
+namespace Service {
+namespace {
+
+using Console::ExitCode;
+using Console::Failure;
+
+struct TcpAddress {
+  std::string m_Host;  // without brackets
+  std::uint16_t m_Port = 0;
+};
+
+// Empty for text without a port.
+std::optional<TcpAddress> ParseAddress(std::string_view text) {
+  const auto colon = text.rfind(':');
+  if (colon == text.npos) return std::nullopt;
+  TcpAddress address;
+  const char* const end = text.data() + text.size();
+  const auto parsed = std::from_chars(text.data() + colon + 1, end, address.m_Port);
+  if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+  std::string_view host = text.substr(0, colon);
+  const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
+  if (isBracketed) host = host.substr(1, host.size() - 2);
+  // An IPv6 address without brackets would leave open where the port begins.
+  if (!isBracketed && host.find(':') != host.npos) return std::nullopt;
+  address.m_Host = host;
+  return address;
+}
+
+Failure ListenFailure(const std::string& name, int error, std::vector<std::string> advice) {
+  const bool isDenied = error == EACCES || error == EPERM;
+  return Failure(isDenied ? ExitCode::Permission : ExitCode::Failed, "SOCKET_UNUSABLE",
+                 fmt::format("cannot listen at {}", name), std::strerror(error), std::move(advice));
+}
+
+std::vector<std::string> AdviceFor(int error) {
+  if (error == EADDRINUSE) return {"Another service uses it; pass another one with --socket."};
+  return {"Pass another one with --socket."};
+}
+
+// Every user may enter a new folder: the socket has its own permissions.
+void CreateFolder(const std::filesystem::path& folder) {
+  if (!std::filesystem::create_directories(folder)) return;
+  std::filesystem::permissions(folder, static_cast<std::filesystem::perms>(0755));
+}
+
+// Only root can give the socket to a group.
+std::optional<gid_t> GroupFor(const Http::Permissions& permissions) {
+  return geteuid() == 0 ? permissions.m_ReadGroup : std::nullopt;
+}
+
+mode_t ModeFor(const std::optional<gid_t>& group) {
+  return group ? 0660 : 0600;
+}
+
+}  // namespace
+
+Listeners::Listeners(const ListenSettings& settings, const Http::Permissions& permissions) {
+  try {
+    for (Base::Descriptor& socket : Systemd::TakeListenSockets()) {
+      const std::string name = Http::NameOf(socket);
+      if (name.empty()) throw ListenFailure("a socket of the service manager", ENOTSOCK, {});
+      Add(std::move(socket), name);
+    }
+  } catch (const std::system_error& error) {
+    throw ListenFailure("the sockets of the service manager", error.code().value(), {});
+  }
+  if (m_Sockets.empty()) OpenUnix(settings.m_Socket, permissions);
+  if (!settings.m_Tcp.empty()) OpenTcp(settings.m_Tcp);
+  for (const Base::Descriptor& socket : m_Sockets) {
+    if (!Http::IsLocal(socket)) CheckTcp(Http::NameOf(socket), settings);
+  }
+}
+
+void Listeners::Add(Base::Descriptor socket, const std::string& name) {
+  m_Sockets.push_back(std::move(socket));
+  m_Names += (m_Names.empty() ? "" : ", ") + name;
+}
+
+void Listeners::OpenUnix(const std::filesystem::path& path, const Http::Permissions& permissions) {
+  const auto group = GroupFor(permissions);
+  try {
+    CreateFolder(path.parent_path());
+    Add(Http::ListenUnix(path, ModeFor(group), group), path.string());
+    m_File.m_Path = path;
+  } catch (const std::system_error& error) {
+    const int number = error.code().value();
+    throw ListenFailure(path.string(), number, AdviceFor(number));
+  }
+}
+
+void Listeners::OpenTcp(const std::string& text) {
+  const auto address = ParseAddress(text);
+  if (!address) {
+    throw Console::UsageFailure(fmt::format("--listen: invalid address '{}'", text),
+                                {"For example: 127.0.0.1:9188 or [::1]:9188."});
+  }
+  try {
+    Base::Descriptor socket = Http::ListenTcp(address->m_Host, address->m_Port);
+    const std::string name = Http::NameOf(socket);
+    Add(std::move(socket), name);
+  } catch (const std::system_error& error) {
+    throw ListenFailure(text, error.code().value(), {"Pass a numeric address of this machine."});
+  }
+}
+
+void Listeners::CheckTcp(const std::string& name, const ListenSettings& settings) const {
+  if (settings.m_AllowsOtherHosts) return;
+  throw Console::UsageFailure(
+      fmt::format("{} can be reached from other machines", name),
+      {"Pass --listen-any if that is intended.",
+       "Anyone who can connect can read everything; nothing is encrypted."});
+}
+
+void Listeners::ShareFile(const Http::Permissions& permissions) const {
+  if (m_File.m_Path.empty()) return;
+  const auto group = GroupFor(permissions);
+  try {
+    Http::ShareSocket(m_File.m_Path, ModeFor(group), group);
+  } catch (const std::system_error& error) {
+    throw ListenFailure(m_File.m_Path.string(), error.code().value(), {});
+  }
+}
+
+void Listeners::File::Remove() {
+  std::error_code ignored;
+  if (!m_Path.empty()) std::filesystem::remove(m_Path, ignored);
+  m_Path.clear();
+}
+
+}  // namespace Service

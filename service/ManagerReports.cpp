@@ -1,0 +1,67 @@
+#include "service/ManagerReports.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "base/Printable.h"
+#include "console/model/Model.h"
+
+namespace Service {
+namespace {
+
+using std::chrono::milliseconds;
+
+// The first snapshot comes after one to two seconds, and units that depend on the service wait.
+constexpr milliseconds kUntilReady(50);
+constexpr milliseconds kWhenReady(1000);
+constexpr int kFeedsPerLimit = 3;
+
+}  // namespace
+
+void ManagerReports::Update() {
+  UpdateStatus();
+  FeedWatchdog();
+}
+
+milliseconds ManagerReports::Interval() const {
+  if (!m_IsReady) return kUntilReady;
+  if (!m_Settings.m_Watchdog) return kWhenReady;
+  const auto feed =
+      std::chrono::duration_cast<milliseconds>(*m_Settings.m_Watchdog / kFeedsPerLimit);
+  return std::clamp(feed, milliseconds(1), kWhenReady);
+}
+
+void ManagerReports::UpdateStatus() {
+  const SnapshotPtr snapshot = m_Store.Get();
+  if (snapshot->m_Number == m_Reported) return;
+  m_Reported = snapshot->m_Number;
+  std::string status = StatusLine(*snapshot);
+  if (m_IsReady && status == m_Status) return;
+  m_Settings.m_Send((m_IsReady ? "STATUS=" : "READY=1\nSTATUS=") + status);
+  m_IsReady = true;
+  m_Status = std::move(status);
+}
+
+void ManagerReports::FeedWatchdog() {
+  if (!m_Settings.m_Watchdog || m_Progress.IsStuck()) return;
+  const auto now = m_Settings.m_Now();
+  if (m_Fed && now - *m_Fed < *m_Settings.m_Watchdog / kFeedsPerLimit) return;
+  m_Settings.m_Send("WATCHDOG=1");
+  m_Fed = now;
+}
+
+std::string StatusLine(const Snapshot& snapshot) {
+  if (!snapshot.m_Plugin.m_IsUp) {
+    return fmt::format("plug-in down: {}", Base::Printable(snapshot.m_Plugin.m_Reason));
+  }
+  if (!snapshot.m_HasCards) return "no supported card found";
+  const Console::Model model(snapshot.m_Objects);
+  const auto& objects = model.Objects();
+  const auto cards = std::count_if(
+      objects.begin(), objects.end(),
+      [](const Console::Object& object) { return object.m_Kind == Console::Kind::Adapter; });
+  return fmt::format("{} {}", cards, cards == 1 ? "card" : "cards");
+}
+
+}  // namespace Service

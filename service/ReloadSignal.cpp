@@ -1,0 +1,49 @@
+#include "service/ReloadSignal.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+
+#include "console/base/StopSignals.h"
+
+namespace Service {
+namespace {
+
+int g_ReloadFd = -1;  // what the signal handler needs
+
+void OnReload(int) {
+  const int keep = errno;
+  const std::uint64_t one = 1;
+  if (write(g_ReloadFd, &one, sizeof one) < 0) {
+    // Only if the counter is full, and then it is readable anyway.
+  }
+  errno = keep;
+}
+
+}  // namespace
+
+ReloadSignal::ReloadSignal() {
+  if (g_ReloadFd < 0) g_ReloadFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  if (g_ReloadFd < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
+  struct sigaction action = {};
+  sigemptyset(&action.sa_mask);
+  action.sa_handler = OnReload;
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGHUP, &action, &m_Before);
+}
+
+// The descriptor stays open for a handler that is running.
+ReloadSignal::~ReloadSignal() {
+  sigaction(SIGHUP, &m_Before, nullptr);
+}
+
+bool ReloadSignal::Wait(std::chrono::milliseconds atMost) const {
+  if (!Console::WaitReadable(g_ReloadFd, atMost)) return false;
+  eventfd_t ignored = 0;
+  return eventfd_read(g_ReloadFd, &ignored) == 0;
+}
+
+}  // namespace Service

@@ -1,0 +1,27 @@
+// SIGHUP as a request to reload.
+#pragma once
+
+#include <signal.h>
+
+#include <chrono>
+
+namespace Service {
+
+// While it exists, SIGHUP does not end the program. One at a time, for the thread that waits.
+class ReloadSignal {
+ public:
+  // Throws `std::system_error`.
+  ReloadSignal();
+  ~ReloadSignal();
+  ReloadSignal(const ReloadSignal&) = delete;
+  ReloadSignal& operator=(const ReloadSignal&) = delete;
+
+  // Waits for SIGHUP; false if the time is up or a stop signal has arrived. Several signals count
+  // as one.
+  bool Wait(std::chrono::milliseconds atMost) const;
+
+ private:
+  struct sigaction m_Before = {};
+};
+
+}  // namespace Service

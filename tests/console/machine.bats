@@ -1,0 +1,207 @@
+#!/usr/bin/env bats
+# The service under a service manager: readiness, reload, passed sockets, TCP, and a clean stop.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
+}
+
+setup() {
+  FOLDER="$BATS_TEST_TMPDIR"
+  SOCKET="$FOLDER/run/corvane.sock"
+}
+
+teardown() {
+  local pid
+  for pid in "$FOLDER"/*.pid; do
+    [ ! -e "$pid" ] || kill "$(cat "$pid")" 2>/dev/null || true
+  done
+}
+
+# Receives what a service reports, one assignment per line of the file `reports`.
+manage() {
+  python3 - "$FOLDER/notify" "$FOLDER/reports" 3>&- <<'END' &
+import socket, sys
+with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager, open(sys.argv[2], "w") as out:
+    manager.bind(sys.argv[1])
+    while True:
+        print(manager.recv(65536).decode(), file=out, flush=True)
+END
+  echo $! >"$FOLDER/manager.pid"
+  eventually test -S "$FOLDER/notify"
+  export NOTIFY_SOCKET="$FOLDER/notify"
+}
+
+# serve ARGUMENTS...: starts a service with simulated cards in the background.
+serve() {
+  CORVANE_DATABASE=:memory: corvane-host serve --simulate "$@" 2>"$FOLDER/err" 3>&- &
+  echo $! >"$FOLDER/serve.pid"
+}
+
+service_pid() { cat "$FOLDER/serve.pid"; }
+
+# stop: ends the service and keeps its exit code and how many seconds it took.
+stop() {
+  SECONDS=0
+  kill -TERM "$(service_pid)"
+  STOPPED=0
+  wait "$(service_pid)" || STOPPED=$?
+  TOOK=$SECONDS
+}
+
+reported() { grep -qx -- "$1" "$FOLDER/reports"; }
+
+# status CURL-ARGUMENTS...: the status code of a request.
+status() { curl -s --max-time 60 -o "$FOLDER/body" -w '%{http_code}' "$@"; }
+answers() { [ "$(status --unix-socket "$SOCKET" http://service/healthz)" = 200 ]; }
+id_of_problem() { python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))["id"])' "$FOLDER/body"; }
+
+# A port that was free a moment ago.
+free_port() {
+  python3 -c 'import socket; s = socket.create_server(("127.0.0.1", 0)); print(s.getsockname()[1])'
+}
+
+@test "readiness, status and the end are reported" {
+  manage
+  serve --socket "$SOCKET"
+  eventually reported READY=1
+  answers
+  reported "STATUS=2 cards"
+  ! reported STOPPING=1
+  stop
+  same 0 "$STOPPED"
+  eventually reported STOPPING=1
+  same 1 "$(grep -cx READY=1 "$FOLDER/reports")"
+}
+
+@test "a service whose plug-in cannot be loaded is ready and says why" {
+  manage
+  serve --plugin "$FOLDER/none.so" --socket "$SOCKET"
+  eventually reported READY=1
+  grep -q '^STATUS=plug-in down: .*none.so' "$FOLDER/reports"
+  answers
+}
+
+@test "SIGHUP reloads, and the service goes on" {
+  manage
+  serve --socket "$SOCKET"
+  eventually reported READY=1
+  kill -HUP "$(service_pid)"
+  eventually reported RELOADING=1
+  grep -q '^MONOTONIC_USEC=[0-9]*$' "$FOLDER/reports"
+  ready_again() { [ "$(sed -n '/RELOADING=1/,$p' "$FOLDER/reports" | grep -cx READY=1)" = 1 ]; }
+  eventually ready_again
+  answers
+  stop
+  same 0 "$STOPPED"
+}
+
+@test "the watchdog is fed" {
+  manage
+  WATCHDOG_USEC=600000 serve --socket "$SOCKET"
+  fed() { [ "$(grep -cx WATCHDOG=1 "$FOLDER/reports")" -ge 5 ]; }
+  eventually fed
+}
+
+@test "passed sockets are used and left in place" {
+  local port
+  port=$(free_port)
+  command -v systemd-socket-activate >/dev/null || skip "needs systemd-socket-activate"
+  mkdir -p "$FOLDER/run"
+  CORVANE_DATABASE=:memory: systemd-socket-activate -l "$SOCKET" -l "127.0.0.1:$port" \
+    -E PATH -E HOME -E CORVANE_DATABASE -E CORVANE_CONFIG_DIR -E CARDSIM_STATE -E CORVANE_SYSFS \
+    corvane-host serve --simulate --socket "$FOLDER/unused" 2>"$FOLDER/err" 3>&- &
+  echo $! >"$FOLDER/serve.pid"
+  eventually test -S "$SOCKET"
+  eventually answers
+  same 200 "$(status "http://127.0.0.1:$port/healthz")"
+  same 403 "$(status -X POST -H 'Content-Type: application/json' -d '{}' "http://127.0.0.1:$port/v1/session")"
+  same READ_ONLY "$(id_of_problem)"
+  grep -q "serving at $SOCKET, 127.0.0.1:$port\$" "$FOLDER/err"
+  [ ! -e "$FOLDER/unused" ]
+  stop
+  same 0 "$STOPPED"
+  [ -S "$SOCKET" ]
+}
+
+@test "a passed descriptor that is not a socket is refused" {
+  python3 - "$FOLDER/rc" 2>"$FOLDER/err" <<'END' || true
+import os, sys
+os.dup2(os.open("/dev/null", os.O_RDONLY), 3)
+os.environ.update(LISTEN_FDS="1", LISTEN_PID=str(os.getpid()))
+os.execvp("corvane-host", ["corvane-host", "serve", "--simulate"])
+END
+  grep -qx "corvane-host: cannot listen at a socket of the service manager: Socket operation on non-socket" "$FOLDER/err"
+}
+
+@test "TCP is read-only and checks the host" {
+  local port
+  port=$(free_port)
+  serve --socket "$SOCKET" --listen "127.0.0.1:$port"
+  eventually answers
+  same 200 "$(status "http://127.0.0.1:$port/healthz")"
+  same 200 "$(status "http://localhost:$port/healthz")"
+  same 403 "$(status -H 'Host: evil.example' "http://127.0.0.1:$port/healthz")"
+  same HOST_NOT_ALLOWED "$(id_of_problem)"
+  same 403 "$(status -X DELETE "http://127.0.0.1:$port/v1/cards/S100")"
+  same READ_ONLY "$(id_of_problem)"
+  same 404 "$(status -X DELETE --unix-socket "$SOCKET" http://service/v1/nothing)"
+}
+
+@test "TCP is off by default" {
+  serve --socket "$SOCKET"
+  eventually answers
+  same "" "$(ls -l "/proc/$(service_pid)/fd" | sed -n 's/.*socket:\[\([0-9]*\)\].*/\1/p' |
+    while read -r inode; do awk -v inode="$inode" '$10 == inode' /proc/net/tcp /proc/net/tcp6 2>/dev/null; done)"
+}
+
+@test "TCP that other machines can reach has to be allowed" {
+  local port
+  port=$(free_port)
+  keep open host serve --socket "$SOCKET" --listen "0.0.0.0:$port"
+  ended open 2
+  said open "corvane-host: 0.0.0.0:$port can be reached from other machines"
+  [ ! -e "$SOCKET" ]
+  serve --socket "$SOCKET" --listen "0.0.0.0:$port" --listen-any
+  eventually answers
+  same 200 "$(status "http://127.0.0.1:$port/healthz")"
+  same 403 "$(status -H 'Host: evil.example' "http://127.0.0.1:$port/healthz")"
+}
+
+@test "addresses that are none are refused" {
+  local address
+  for address in 9188 :9188 127.0.0.1 127.0.0.1: 127.0.0.1:x 127.0.0.1:99999 ::1:9188 "[::1]" box:80; do
+    keep wrong host serve --socket "$SOCKET" --listen "$address"
+    [ "$(rc wrong)" != 0 ] || { echo "$address"; false; }
+    err wrong | grep -qF -e "--listen: invalid address '$address'" -e "cannot listen at $address: " ||
+      { err wrong; false; }
+    [ ! -e "$SOCKET" ]
+  done
+}
+
+@test "the service stops within 5 seconds while clients are connected" {
+  serve --socket "$SOCKET"
+  eventually answers
+  python3 - "$SOCKET" "$FOLDER/connected" 3>&- <<'END' &
+import socket, sys
+clients = [socket.socket(socket.AF_UNIX) for _ in range(3)]
+for client in clients:
+    client.connect(sys.argv[1])
+clients[0].sendall(b"GET /healthz HTTP/1.1\r\nHost: x\r\n\r\n")
+clients[0].recv(4096)
+clients[1].sendall(b"POST /v1/session HTTP/1.1\r\nHost: x\r\nContent-Length: 50\r\n\r\n{")
+open(sys.argv[2], "w").close()
+clients[1].recv(4096)
+END
+  echo $! >"$FOLDER/client.pid"
+  eventually test -e "$FOLDER/connected"
+  stop
+  same 0 "$STOPPED"
+  [ "$TOOK" -le 5 ]
+  [ ! -e "$SOCKET" ]
+}

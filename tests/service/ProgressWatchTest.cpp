@@ -1,0 +1,47 @@
+#include <gtest/gtest.h>
+
+#include "service/ProgressWatch.h"
+
+namespace {
+
+using Service::ProgressWatch;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// At a time that the test sets.
+struct Watch {
+  void Pass(milliseconds time) { m_Now += time; }
+
+  ProgressWatch::Clock::time_point m_Now;
+  ProgressWatch m_Progress{[this] { return m_Now; }};
+};
+
+TEST(ProgressWatch, GivesTheFirstStep30Seconds) {
+  Watch watch;
+  watch.Pass(seconds(30));
+  EXPECT_FALSE(watch.m_Progress.IsStuck());
+  watch.Pass(milliseconds(1));
+  EXPECT_TRUE(watch.m_Progress.IsStuck());
+}
+
+TEST(ProgressWatch, GivesAStepItsTimeAnd30Seconds) {
+  Watch watch;
+  watch.m_Progress.Begin(seconds(100));
+  watch.Pass(seconds(130));
+  EXPECT_FALSE(watch.m_Progress.IsStuck());
+  watch.Pass(milliseconds(1));
+  EXPECT_TRUE(watch.m_Progress.IsStuck());
+}
+
+TEST(ProgressWatch, SeesTheNextStep) {
+  Watch watch;
+  watch.m_Progress.Begin(seconds(100));
+  watch.Pass(seconds(200));
+  EXPECT_TRUE(watch.m_Progress.IsStuck());
+  watch.m_Progress.Begin(seconds(1));
+  EXPECT_FALSE(watch.m_Progress.IsStuck());
+  watch.Pass(seconds(32));
+  EXPECT_TRUE(watch.m_Progress.IsStuck());
+}
+
+}  // namespace
