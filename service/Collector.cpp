@@ -115,7 +115,8 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
     m_Progress.Begin(kCallsAtRefresh * m_Settings.m_CallTimeout);
     m_Wake.Wait(milliseconds(0), {});
     if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
-    session.CollectEvents();
+    const std::vector<HostKit::LoggedEvent> events = session.CollectEvents();
+    if (m_Settings.m_OnEvents && !events.empty()) m_Settings.m_OnEvents(events);
     if (m_IsStopping) return;
     // The plug-in looks for cards only when it starts.
     if (!session.HasCards()) return;

@@ -10,10 +10,12 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "base/Mutex.h"
 #include "console/base/Notifier.h"
 #include "console/base/Output.h"
+#include "hostkit/EventLog.h"
 #include "service/ProgressWatch.h"
 #include "service/Snapshot.h"
 #include "service/WorkerSession.h"
@@ -35,6 +37,9 @@ struct CollectorSettings {
   std::function<bool(const Observation&)> m_OnObservation;
   // The clock of `Collector::Progress`.
   std::function<ProgressWatch::Clock::time_point()> m_Now = &ProgressWatch::Clock::now;
+  // Receives the events that the plug-in has reported, after they were logged. Called by the
+  // collector's thread; must not wait for long or throw.
+  std::function<void(const std::vector<HostKit::LoggedEvent>&)> m_OnEvents = nullptr;
 };
 
 class Collector {

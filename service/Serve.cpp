@@ -7,6 +7,7 @@
 #include <cctype>
 #include <climits>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,6 +17,7 @@
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "hostkit/Paths.h"
+#include "service/EventHooks.h"
 #include "service/ManagerReports.h"
 #include "service/ReloadSignal.h"
 #include "service/api/ApiTable.h"
@@ -69,8 +71,12 @@ bool Record(StateThread& state, const Observation& observation) {
                       [](const auto&) {});
 }
 
-CollectorSettings SettingsOf(const Console::Context& context, StateThread& state) {
+CollectorSettings SettingsOf(const Console::Context& context, StateThread& state,
+                             EventHooks* hooks) {
   CollectorSettings settings;
+  settings.m_OnEvents = [hooks](const std::vector<HostKit::LoggedEvent>&) {
+    if (hooks != nullptr) hooks->OnEvents();
+  };
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
   settings.m_OnObservation = [&state](const Observation& observation) {
@@ -87,11 +93,19 @@ void ReportState(const std::string& cause) {
   Report(fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
 }
 
+// Null without a folder.
+std::unique_ptr<EventHooks> MakeHooks(const SnapshotStore& store,
+                                      const std::filesystem::path& folder) {
+  return folder.empty() ? nullptr : std::make_unique<EventHooks>(store, folder, Report);
+}
+
 // The parts of a running service, in order of life.
 struct Running {
   Running(Console::Context& context, const Console::CommandTable& commands,
-          std::vector<Base::Descriptor> listeners, const Http::Permissions& permissions)
-      : m_Collector(SettingsOf(context, m_State), m_Store),
+          std::vector<Base::Descriptor> listeners, const Http::Permissions& permissions,
+          const std::filesystem::path& eventsFolder)
+      : m_Hooks(MakeHooks(m_Store, eventsFolder)),
+        m_Collector(SettingsOf(context, m_State, m_Hooks.get()), m_Store),
         m_Api{commands, context.Stream(), m_Store, m_Collector, m_Jobs, m_Replays, m_Threads} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
@@ -108,6 +122,7 @@ struct Running {
 
   SnapshotStore m_Store;
   StateThread m_State{ReportState};  // ends after the collector, and with what that has observed
+  const std::unique_ptr<EventHooks> m_Hooks;
   Collector m_Collector;
   JobTable m_Jobs;
   ReplayCache m_Replays;
@@ -159,7 +174,7 @@ void Serve(Console::Context& context, const Console::CommandTable& commands,
   context.PrepareForPlugin();
   PassTracing(context.m_Options);
   {
-    Running running(context, commands, listeners.Take(), permissions);
+    Running running(context, commands, listeners.Take(), permissions, settings.m_EventsFolder);
     context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", listeners.Names()));
     RunUntilStop(running, listeners, reload, settings.m_Deadline);
     listeners.RemoveFile();

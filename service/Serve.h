@@ -16,6 +16,7 @@ std::filesystem::path DefaultSocket();
 
 struct ServeSettings {
   ListenSettings m_Listen;
+  std::filesystem::path m_EventsFolder;  // programs to run on events; empty: none
   Console::Deadline m_Deadline;
 };
 

@@ -1,6 +1,8 @@
 // serve: the service, in the foreground.
 #include "service/Serve.h"
 
+#include <unistd.h>
+
 #include "console/base/Duration.h"
 #include "console/base/Failure.h"
 #include "console/cli/CommandTable.h"
@@ -9,6 +11,12 @@
 
 namespace Console {
 namespace {
+
+// Other users' services run no programs by default: one host writes the log of each database.
+std::filesystem::path EventsFolder(const Options& options) {
+  if (!options.m_EventsFolder.empty()) return std::filesystem::absolute(options.m_EventsFolder);
+  return geteuid() == 0 ? "/etc/corvane/events.d" : "";
+}
 
 CommandResult Run(Context& context) {
   const std::string& path = context.m_Options.m_Socket;
@@ -21,6 +29,7 @@ CommandResult Run(Context& context) {
   settings.m_Listen.m_Socket = std::filesystem::absolute(socket);
   settings.m_Listen.m_Tcp = context.m_Options.m_Listen;
   settings.m_Listen.m_AllowsOtherHosts = context.m_Options.m_ListenAny;
+  settings.m_EventsFolder = EventsFolder(context.m_Options);
   settings.m_Deadline = Deadline(ParseDuration("--for", context.m_Options.m_For));
   Service::Serve(context, AllCommands(), settings);
   CommandResult result;
@@ -36,16 +45,14 @@ Command ServeCommand() {
   command.m_Name = "serve";
   command.m_Summary = "run the service that holds the plug-in for other programs";
   command.m_Forms = {"table"};
-  command.m_Options = {"--socket", "--listen", "--listen-any", "--for"};
+  command.m_Options = {"--socket", "--listen", "--listen-any", "--events-folder", "--for"};
   command.m_Run = Run;
   command.m_Description =
       "Runs in the foreground until Ctrl-C or SIGTERM, or for the given time. The plug-in runs in "
       "a separate process, which is restarted if it ends. Clients send HTTP requests to the "
       "socket; reads never wait for a card.";
-  command.m_Examples = {
-      {"serve --simulate", "serve simulated cards"},
-      {"serve --socket /run/corvane/corvane.sock", "choose the socket"},
-      {"serve --listen 127.0.0.1:9188", "also serve other users of this machine"}};
+  command.m_Examples = {{"serve --simulate", "serve simulated cards"},
+                        {"serve --listen 127.0.0.1:9188", "also serve read-only over TCP"}};
   return command;
 }
 

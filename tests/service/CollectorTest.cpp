@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "hostkit/EventLog.h"
@@ -98,12 +99,38 @@ TEST_F(Collector, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
     return m_pCollector->Progress().IsStuck() == isStuck;
   };
   kill(process, SIGSTOP);
+  // Until it waits for a call.
+  while (m_Store.Get()->m_Number !=
+         m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(2000)))->m_Number) {
+  }
   elapsed += std::chrono::seconds(std::chrono::minutes(100)).count();
-  EXPECT_TRUE(becomes(false));  // it waits for a call that began before or after this leap
+  EXPECT_TRUE(becomes(false));
   elapsed += std::chrono::seconds(std::chrono::minutes(121)).count();
   EXPECT_TRUE(becomes(true));
   kill(process, SIGCONT);
   EXPECT_TRUE(becomes(false));
+}
+
+TEST_F(Collector, PassesEventsOn) {
+  const std::string card = m_Host.AddCard();
+  std::mutex lock;
+  std::vector<std::uint32_t> events;
+  Service::CollectorSettings settings = Settings();
+  settings.m_OnEvents = [&](const std::vector<HostKit::LoggedEvent>& collected) {
+    const std::lock_guard<std::mutex> guard(lock);
+    for (const HostKit::LoggedEvent& event : collected) events.push_back(event.m_EventID);
+  };
+  Start(settings);
+  AwaitObjects(3);
+  m_Host.Cards().RemoveCard(card);
+  const Deadline deadline(kTimeout);
+  const auto count = [&] {
+    const std::lock_guard<std::mutex> guard(lock);
+    return events.size();
+  };
+  while (count() == 0 && !deadline.IsOver()) std::this_thread::sleep_for(milliseconds(5));
+  m_pCollector.reset();
+  EXPECT_THAT(events, testing::ElementsAre(CorvaneTest::Number::CTRL_PNPREMOVE));
 }
 
 TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndTriesAgain) {

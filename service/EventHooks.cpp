@@ -1,0 +1,66 @@
+#include "service/EventHooks.h"
+
+#include <utility>
+
+#include "console/model/Model.h"
+#include "console/report/EventMatcher.h"
+#include "console/report/EventRows.h"
+#include "hostkit/Paths.h"
+
+namespace Service {
+namespace {
+
+// Next to the database, with which the numbers begin.
+std::filesystem::path StateFile() {
+  const std::string database = HostKit::DatabaseFile().string();
+  return database == ":memory:" ? std::string() : database + "-events";
+}
+
+Hooks::ProgramSettings SettingsOf(const std::filesystem::path& folder,
+                                  const std::function<void(const std::string&)>& report) {
+  Hooks::ProgramSettings settings;
+  settings.m_Folder = folder;
+  settings.m_StateFile = StateFile();
+  settings.m_StopTimeout = std::chrono::seconds(2);
+  settings.m_Report = report;
+  return settings;
+}
+
+Hooks::Event MakeEvent(const Console::EventMatcher& matcher, const HostKit::LoggedEvent& event) {
+  Hooks::Event made;
+  made.m_Number = event.m_Number;
+  made.m_Document["number"] = event.m_Number;
+  made.m_Document.update(Console::EventJson(matcher.Find(event), event));
+  return made;
+}
+
+}  // namespace
+
+EventHooks::EventHooks(const SnapshotStore& store, const std::filesystem::path& folder,
+                       std::function<void(const std::string&)> report)
+    : m_Store(store),
+      m_Report(std::move(report)),
+      m_Programs(SettingsOf(folder, m_Report)),
+      m_Tail(m_Programs.LastNumber()) {
+  OnEvents();
+  if (!m_Programs.LastNumber() && m_Tail.Last()) m_Programs.SkipTo(*m_Tail.Last());
+}
+
+// The collector continues without the programs.
+void EventHooks::OnEvents() {
+  try {
+    PassOn();
+  } catch (const std::exception& failure) {
+    m_Report(std::string("events.d: cannot read the event log: ") + failure.what());
+  }
+}
+
+void EventHooks::PassOn() {
+  const std::vector<HostKit::LoggedEvent> events = m_Tail.Read();
+  if (events.empty()) return;
+  const Console::Model model(m_Store.Get()->m_Objects);
+  const Console::EventMatcher matcher(model);
+  for (const HostKit::LoggedEvent& event : events) m_Programs.Take(MakeEvent(matcher, event));
+}
+
+}  // namespace Service

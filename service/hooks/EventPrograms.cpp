@@ -1,0 +1,164 @@
+#include "service/hooks/EventPrograms.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <sstream>
+#include <utility>
+
+#include "base/Descriptor.h"
+#include "base/TrustedPath.h"
+#include "console/base/Failure.h"
+#include "console/base/TextFile.h"
+#include "service/hooks/ProgramFolder.h"
+#include "service/hooks/ProgramRun.h"
+
+namespace Hooks {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr auto kReplace = Json::error_handler_t::replace;
+
+// Empty for a file that another user could have written, that does not exist, or that has no
+// number.
+std::optional<std::int64_t> ReadNumber(const std::filesystem::path& file) {
+  constexpr std::size_t kMostDigits = 64;
+  const Base::TrustedPath trusted = Base::ResolveTrusted(file);
+  if (!trusted.m_Objection.empty()) return std::nullopt;
+  const Base::Descriptor opened =
+      Base::OpenAt(AT_FDCWD, trusted.m_File.string(), O_RDONLY | O_NOFOLLOW);
+  std::string text;
+  if (!opened.IsOpen() || !Base::ObjectionToOpened(trusted, opened).empty()) return std::nullopt;
+  if (Base::ReadAll(opened, kMostDigits, text) != 0) return std::nullopt;
+  std::int64_t number = 0;
+  if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc()) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+// A variable cannot contain NUL.
+std::string ValueOf(const Json& field) {
+  std::string text = field.is_string() ? field.get<std::string>() : field.dump();
+  text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
+  return text;
+}
+
+std::string VariableOf(const std::string& key) {
+  std::string name = "CORVANE_";
+  for (const char each : key) {
+    name += each >= 'a' && each <= 'z' ? static_cast<char>(each - 'a' + 'A') : each;
+  }
+  return name;
+}
+
+}  // namespace
+
+EventPrograms::EventPrograms(ProgramSettings settings) : m_Settings(std::move(settings)) {
+  if (!m_Settings.m_StateFile.empty()) m_LastNumber = ReadNumber(m_Settings.m_StateFile);
+  for (unsigned i = 0; i < m_Settings.m_Parallel; ++i) {
+    m_Threads.emplace_back(&EventPrograms::RunThread, this);
+  }
+}
+
+EventPrograms::~EventPrograms() {
+  {
+    Lock lock(m_Lock);
+    m_IsStopping = true;
+    m_Changed.notify_all();
+    m_Changed.wait_for(lock, m_Settings.m_StopTimeout, [this] { return m_Running == 0; });
+  }
+  m_StopNow.Notify();
+  for (std::thread& thread : m_Threads) thread.join();
+}
+
+void EventPrograms::SkipTo(std::int64_t number) {
+  Record(number);
+}
+
+void EventPrograms::Take(Event event) {
+  const Lock lock(m_Lock);
+  if (m_Waiting.size() >= m_Settings.m_Queue) {
+    Report(fmt::format("too many events wait; drops event {}", event.m_Number));
+    return;
+  }
+  m_Waiting.push_back(std::move(event));
+  m_Changed.notify_all();
+}
+
+void EventPrograms::RunThread() {
+  while (const auto event = Next()) {
+    RunPrograms(*event);
+    const Lock lock(m_Lock);
+    --m_Running;
+    m_Changed.notify_all();
+  }
+}
+
+// The next event whose number has been recorded, so that it is never run again; empty at the end.
+std::optional<Event> EventPrograms::Next() {
+  const Lock turn(m_NextLock);
+  for (;;) {
+    Lock lock(m_Lock);
+    m_Changed.wait(lock, [this] { return m_IsStopping || !m_Waiting.empty(); });
+    if (m_IsStopping) return std::nullopt;
+    Event event = std::move(m_Waiting.front());
+    m_Waiting.pop_front();
+    ++m_Running;
+    lock.unlock();
+    if (Record(event.m_Number)) return event;
+    lock.lock();
+    --m_Running;
+  }
+}
+
+bool EventPrograms::Record(std::int64_t number) const {
+  if (m_Settings.m_StateFile.empty()) return true;
+  try {
+    Console::ReplaceTextFile(m_Settings.m_StateFile, std::to_string(number) + "\n");
+    return true;
+  } catch (const std::exception& failure) {
+    Report(fmt::format("drops event {}: {}", number, failure.what()));
+    return false;
+  }
+}
+
+void EventPrograms::RunPrograms(const Event& event) const {
+  ProgramRun run;
+  run.m_Input = event.m_Document.dump(-1, ' ', false, kReplace) + "\n";
+  run.m_Environment = EnvironmentOf(event);
+  run.m_Timeout = m_Settings.m_Timeout;
+  run.m_Stop = m_StopNow.Number();
+  for (const auto& file :
+       FindPrograms(m_Settings.m_Folder, [this](const std::string& text) { Report(text); })) {
+    run.m_File = file;
+    const ProgramResult result = Run(run);
+    std::istringstream lines(result.m_Output);
+    for (std::string line; std::getline(lines, line);) {
+      Report(fmt::format("{}: {}", file.filename().string(), line));
+    }
+    if (!result.m_Failure.empty()) {
+      Report(fmt::format("{}: {} for event {}", file.filename().string(), result.m_Failure,
+                         event.m_Number));
+    }
+  }
+}
+
+void EventPrograms::Report(const std::string& text) const {
+  if (m_Settings.m_Report) m_Settings.m_Report("events.d: " + text);
+}
+
+std::vector<std::string> EnvironmentOf(const Event& event) {
+  std::vector<std::string> variables = {
+      "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", "LANG=C.UTF-8"};
+  for (const auto& [key, field] : event.m_Document.items()) {
+    if (field.is_null() || field.is_structured()) continue;
+    variables.push_back(VariableOf(key) + "=" + ValueOf(field));
+  }
+  return variables;
+}
+
+}  // namespace Hooks

@@ -1,0 +1,49 @@
+#include "service/hooks/ProgramFolder.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <system_error>
+
+#include "console/base/TrustedCode.h"
+
+namespace Hooks {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool IsLeftover(const std::string& name) {
+  return name.front() == '.' || name.back() == '~' || name.find(".dpkg-") != name.npos;
+}
+
+bool IsExecutable(const fs::path& file) {
+  std::error_code error;
+  return fs::is_regular_file(file, error) && access(file.c_str(), X_OK) == 0;
+}
+
+}  // namespace
+
+std::vector<fs::path> FindPrograms(const fs::path& folder,
+                                   const std::function<void(const std::string&)>& report) {
+  std::vector<fs::path> programs;
+  std::error_code error;
+  fs::directory_iterator entries(folder, error);
+  if (error && error != std::errc::no_such_file_or_directory) {
+    report("cannot read " + folder.string() + ": " + error.message());
+  }
+  for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
+    const fs::path& file = entries->path();
+    if (IsLeftover(file.filename().string()) || !IsExecutable(file)) continue;
+    const std::string objection = Console::ObjectionToCode(file);
+    if (objection.empty()) {
+      programs.push_back(file);
+    } else {
+      report("does not run " + file.string() + ": " + objection);
+    }
+  }
+  std::sort(programs.begin(), programs.end());
+  return programs;
+}
+
+}  // namespace Hooks

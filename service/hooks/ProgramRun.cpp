@@ -1,0 +1,144 @@
+#include "service/hooks/ProgramRun.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/Descriptor.h"
+#include "console/base/Deadline.h"
+
+namespace Hooks {
+namespace {
+
+constexpr std::size_t kMostOutput = 16384;
+
+// A file rather than a pipe: a program that does not read its input cannot block anyone.
+Base::Descriptor MakeInput(const std::string& text) {
+  Base::Descriptor file(memfd_create("event", MFD_CLOEXEC));
+  if (!file.IsOpen() || Base::WriteAll(file, text) != 0 || lseek(file.Get(), 0, SEEK_SET) != 0) {
+    return Base::Descriptor();
+  }
+  return file;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// What a new process gets.
+class SpawnSettings {
+ public:
+  SpawnSettings(int input, int output) {
+    posix_spawn_file_actions_init(&m_Actions);
+    posix_spawn_file_actions_adddup2(&m_Actions, input, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&m_Actions, output, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&m_Actions, output, STDERR_FILENO);
+    posix_spawn_file_actions_addchdir_np(&m_Actions, "/");
+    posix_spawnattr_init(&m_Attributes);
+    sigset_t signals;
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&m_Attributes, &signals);
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&m_Attributes, &signals);
+    posix_spawnattr_setflags(
+        &m_Attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+  }
+  ~SpawnSettings() {
+    posix_spawn_file_actions_destroy(&m_Actions);
+    posix_spawnattr_destroy(&m_Attributes);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  // 0 or an errno.
+  int Spawn(const ProgramRun& run, pid_t& process) const {
+    std::vector<std::string> words = {run.m_File.string()};
+    std::vector<std::string> variables = run.m_Environment;
+    return posix_spawn(&process, run.m_File.c_str(), &m_Actions, &m_Attributes,
+                       Pointers(words).data(), Pointers(variables).data());
+  }
+
+ private:
+  posix_spawn_file_actions_t m_Actions;
+  posix_spawnattr_t m_Attributes;
+};
+
+// Reads what has arrived; more than the limit is dropped. False at the end of the pipe.
+bool ReadOutput(int pipe, std::string& output) {
+  char text[4096];
+  const ssize_t count = read(pipe, text, sizeof text);
+  if (count < 0) return errno == EINTR || errno == EAGAIN;
+  const std::size_t room = kMostOutput - output.size();
+  output.append(text, std::min(static_cast<std::size_t>(count), room));
+  return count > 0;
+}
+
+// Until the process ends, the time is up or it has to stop. Empty if it has ended.
+std::string Await(int process, int pipe, const ProgramRun& run, std::string& output) {
+  const Console::Deadline deadline(run.m_Timeout);
+  pollfd waits[] = {{process, POLLIN, 0}, {run.m_Stop, POLLIN, 0}, {pipe, POLLIN, 0}};
+  while (!deadline.IsOver()) {
+    if (poll(waits, 3, static_cast<int>(deadline.Left().count())) <= 0) continue;
+    if (waits[2].revents != 0 && !ReadOutput(pipe, output)) waits[2].fd = -1;
+    if (waits[0].revents != 0) return {};
+    if (waits[1].revents != 0) return "killed because the service stops";
+  }
+  return fmt::format("killed after {} s", static_cast<double>(run.m_Timeout.count()) / 1000);
+}
+
+// What is in the pipe already. A process that left the group may still hold it open.
+void ReadRest(int pipe, std::string& output) {
+  fcntl(pipe, F_SETFL, O_NONBLOCK);
+  pollfd wait = {pipe, POLLIN, 0};
+  while (output.size() < kMostOutput && poll(&wait, 1, 0) == 1 && ReadOutput(pipe, output)) {
+  }
+}
+
+std::string FailureOf(int status) {
+  if (WIFSIGNALED(status)) return fmt::format("killed by signal {}", WTERMSIG(status));
+  if (WEXITSTATUS(status) != 0) return fmt::format("exit code {}", WEXITSTATUS(status));
+  return {};
+}
+
+ProgramResult CannotStart(int error) {
+  return {std::string("cannot be started: ") + std::strerror(error), {}};
+}
+
+}  // namespace
+
+// The group is killed before its leader is reaped: its number cannot belong to others until then.
+ProgramResult Run(const ProgramRun& run) {
+  const Base::Descriptor input = MakeInput(run.m_Input);
+  Base::Pipe pipe = Base::MakePipe();
+  if (!input.IsOpen() || !pipe.m_Read.IsOpen()) return CannotStart(errno);
+  pid_t process = -1;
+  const SpawnSettings settings(input.Get(), pipe.m_Write.Get());
+  if (const int error = settings.Spawn(run, process)) return CannotStart(error);
+  pipe.m_Write.Close();
+  const Base::Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+  ProgramResult result;
+  // Without the descriptor the end could not be seen.
+  result.m_Failure = end.IsOpen() ? Await(end.Get(), pipe.m_Read.Get(), run, result.m_Output)
+                                  : CannotStart(errno).m_Failure;
+  kill(-process, SIGKILL);
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) continue;
+  ReadRest(pipe.m_Read.Get(), result.m_Output);
+  if (result.m_Failure.empty()) result.m_Failure = FailureOf(status);
+  return result;
+}
+
+}  // namespace Hooks

@@ -1,0 +1,165 @@
+#!/usr/bin/env bats
+# Programs that the service runs on events.
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup() {
+  load helper
+  BATS_FILE_TMPDIR="$BATS_TEST_TMPDIR"  # a machine for each test
+  make_machine
+  make_cards
+  make_haste
+  export CORVANE_DATABASE="$BATS_TEST_TMPDIR/corvane.db"
+  SOCKET="$BATS_TEST_TMPDIR/run/s"
+  PROGRAMS="$BATS_TEST_TMPDIR/events.d"
+  LINES="$BATS_TEST_TMPDIR/lines"
+  mkdir -m 755 "$PROGRAMS"
+  : >"$LINES"
+}
+
+teardown() {
+  [ ! -e "$BATS_TEST_TMPDIR/pid" ] || kill -KILL "$(cat "$BATS_TEST_TMPDIR/pid")" 2>/dev/null || true
+}
+
+# program NAME BODY: a shell script in the folder; $LINES is where it leaves its lines.
+program() {
+  printf '#!/bin/sh\nLINES=%q\n%s\n' "$LINES" "$2" >"$PROGRAMS/$1"
+  chmod 755 "$PROGRAMS/$1"
+}
+
+start() {
+  corvane-host serve --simulate --socket "$SOCKET" --events-folder "$PROGRAMS" 2>>"$BATS_TEST_TMPDIR/err" 3>&- &
+  echo $! >"$BATS_TEST_TMPDIR/pid"
+  eventually ready
+}
+
+ready() { curl -s --max-time 10 --unix-socket "$SOCKET" http://service/readyz | grep -qx ready; }
+end() {
+  kill "-$1" "$(cat "$BATS_TEST_TMPDIR/pid")"
+  wait "$(cat "$BATS_TEST_TMPDIR/pid")" || true
+}
+has_lines() { [ "$(wc -l <"$LINES")" -ge "$1" ]; }
+logged() { host events -o json --limit 100 >"$BATS_TEST_TMPDIR/events.out" && json events 'len(d["result"]["events"])'; }
+
+@test "a program gets the event as JSON and as variables" {
+  program notify 'cat >"$LINES.json"; env | grep ^CORVANE_ | sort >"$LINES.env"; echo done >>"$LINES"'
+  start
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  eventually has_lines 1
+  cp "$LINES.json" "$BATS_TEST_TMPDIR/event.out"
+  same '[1, "CTRL_TEMPERATURE_ABOVE_WARN", "warning", "S100", "a0"]' \
+    "$(json event '[d[k] for k in ("number", "event", "severity", "serial_number", "object")]')"
+  grep -qx CORVANE_EVENT=CTRL_TEMPERATURE_ABOVE_WARN "$LINES.env"
+  grep -qx CORVANE_SERIAL_NUMBER=S100 "$LINES.env"
+  grep -qx CORVANE_SEVERITY=warning "$LINES.env"
+  ! grep -q CORVANE_DATABASE "$LINES.env"
+  end TERM
+  same 1 "$(wc -l <"$LINES")"
+}
+
+@test "what a program prints and why it failed is in the log" {
+  program fails 'echo "no route"; exit 4'
+  start
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  failed() { grep -qx "corvane-host: events.d: fails: exit code 4 for event 1" "$BATS_TEST_TMPDIR/err"; }
+  eventually failed
+  grep -qx "corvane-host: events.d: fails: no route" "$BATS_TEST_TMPDIR/err"
+}
+
+@test "a program that others can change is not run" {
+  program open 'echo open >>"$LINES"'
+  chmod 757 "$PROGRAMS/open"
+  program trusted 'echo trusted >>"$LINES"'
+  start
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  eventually has_lines 1
+  end TERM
+  same trusted "$(cat "$LINES")"
+  grep -q "^corvane-host: events.d: does not run $PROGRAMS/open: " "$BATS_TEST_TMPDIR/err"
+}
+
+@test "no program runs for events from before the first start" {
+  program notify 'echo "$CORVANE_NUMBER" >>"$LINES"'
+  host list >/dev/null
+  enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10972 1 'Card' 'Hot' S100 2"
+  start
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  eventually has_lines 1
+  end TERM
+  same 2 "$(cat "$LINES")"
+}
+
+@test "events that were logged while the service did not run are made up for" {
+  program notify 'echo "$CORVANE_NUMBER" >>"$LINES"'
+  start
+  end TERM
+  enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10972 1 'Card' 'Hot' S100 2"
+  start
+  eventually has_lines 1
+  end TERM
+  start
+  end TERM
+  same 1 "$(cat "$LINES")"
+}
+
+@test "no program runs twice for an event when the service is killed" {
+  program notify 'echo "$CORVANE_NUMBER" >>"$LINES"; for i in $(seq "$(cat "$LINES.sleep")"); do sleep 0.1; done'
+  echo 100 >"$LINES.sleep"
+  start
+  local card round
+  for round in 1 2 3; do
+    card=card$((round % 2))
+    cardsim raise $card NEAR_WEARING_OUT
+    eventually has_lines "$round"
+    end KILL
+    cardsim clear $card NEAR_WEARING_OUT
+    start
+  done
+  echo 0 >"$LINES.sleep"
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  newest() { [ "$(tail -n 1 "$LINES")" = "$(logged)" ]; }
+  eventually newest
+  end TERM
+  same "" "$(sort "$LINES" | uniq -d)"
+}
+
+@test "the examples send mails and post documents" {
+  command -v curl >/dev/null || skip "needs curl"
+  local examples="$CORVANE_SOURCE/service/hooks/examples" port
+  python3 - "$BATS_TEST_TMPDIR" 3>&- <<'END' &
+import http.server, sys
+folder = sys.argv[1]
+class Handler(http.server.BaseHTTPRequestHandler):
+    def do_POST(self):
+        with open(folder + "/posted", "wb") as out:
+            out.write(self.rfile.read(int(self.headers["Content-Length"])))
+        self.send_response(204)
+        self.end_headers()
+    def log_message(self, *_):
+        pass
+server = http.server.HTTPServer(("127.0.0.1", 0), Handler)
+with open(folder + "/url.draft", "w") as out:
+    out.write("http://127.0.0.1:%d/hook\n" % server.server_port)
+import os
+os.rename(folder + "/url.draft", folder + "/url")
+server.handle_request()
+END
+  eventually test -e "$BATS_TEST_TMPDIR/url"
+  echo '{"number": 1}' | WEBHOOK_URL_FILE="$BATS_TEST_TMPDIR/url" "$examples/webhook"
+  same '{"number": 1}' "$(cat "$BATS_TEST_TMPDIR/posted")"
+
+  mkdir "$BATS_TEST_TMPDIR/bin"
+  printf '#!/bin/sh\necho "$@" >%q\ncat >%q\n' "$BATS_TEST_TMPDIR/words" "$BATS_TEST_TMPDIR/mail" >"$BATS_TEST_TMPDIR/bin/curl"
+  chmod 755 "$BATS_TEST_TMPDIR/bin/curl"
+  CORVANE_SEVERITY=warning CORVANE_EVENT=CTRL_HOT CORVANE_EVENT_ID=10972 CORVANE_TEXT="It is hot." \
+    CORVANE_TIME=2026-11-22T02:39:10+00:00 CORVANE_SERIAL_NUMBER=S100 PATH="$BATS_TEST_TMPDIR/bin:$PATH" \
+    "$examples/mail" </dev/null
+  grep -q -- "--mail-rcpt root@localhost --upload-file - smtp://localhost\$" "$BATS_TEST_TMPDIR/words"
+  tr -d '\r' <"$BATS_TEST_TMPDIR/mail" >"$BATS_TEST_TMPDIR/text"
+  grep -qx "Subject: $(uname -n): warning: CTRL_HOT" "$BATS_TEST_TMPDIR/text"
+  grep -qx "It is hot." "$BATS_TEST_TMPDIR/text"
+  rm "$BATS_TEST_TMPDIR/mail"
+  CORVANE_SEVERITY=information PATH="$BATS_TEST_TMPDIR/bin:$PATH" "$examples/mail" </dev/null
+  [ ! -e "$BATS_TEST_TMPDIR/mail" ]
+}

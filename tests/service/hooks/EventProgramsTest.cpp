@@ -1,0 +1,242 @@
+// With real scripts.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "service/hooks/EventPrograms.h"
+#include "tests/service/hooks/Scripts.h"
+
+namespace {
+
+using HooksTest::WriteScript;
+using std::chrono::milliseconds;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+class EventProgramsFixture : public testing::Test {
+ protected:
+  EventProgramsFixture() {
+    m_Settings.m_Folder = m_Folder.Path() / "events.d";
+    m_Settings.m_StateFile = State();
+    m_Settings.m_Report = [this](const std::string& text) {
+      const std::lock_guard<std::mutex> lock(m_Lock);
+      m_Reports.push_back(text);
+    };
+    std::filesystem::create_directory(m_Settings.m_Folder);
+    chmod(m_Settings.m_Folder.c_str(), 0755);
+  }
+
+  std::string State() const { return m_Folder.Path() / "state"; }
+  // In the scripts, $OUT is the folder for what they leave.
+  void AddScript(const std::string& name, const std::string& body) const {
+    WriteScript(m_Settings.m_Folder / name, "OUT=" + m_Folder.Path().string() + "\n" + body);
+  }
+  void Start() { m_Programs.emplace(m_Settings); }
+  // Lets running programs end.
+  void Stop() { m_Programs.reset(); }
+  void Take(std::int64_t number) {
+    m_Programs->Take({number, {{"number", number}, {"text", "hot"}}});
+  }
+  // The lines of a file that the scripts write, once there are that many.
+  std::vector<std::string> Lines(const std::string& name, std::size_t count) const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    std::vector<std::string> lines;
+    do {
+      lines.clear();
+      std::istringstream text(ReadText(m_Folder.Path() / name));
+      for (std::string line; std::getline(text, line);) lines.push_back(line);
+      std::this_thread::sleep_for(milliseconds(2));
+    } while (lines.size() < count && std::chrono::steady_clock::now() < end);
+    return lines;
+  }
+  std::vector<std::string> Reports() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Reports;
+  }
+  bool AwaitReport(const std::string& text) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    while (std::chrono::steady_clock::now() < end) {
+      const auto reports = Reports();
+      if (std::find(reports.begin(), reports.end(), text) != reports.end()) return true;
+      std::this_thread::sleep_for(milliseconds(2));
+    }
+    return false;
+  }
+
+  TemporaryFolder m_Folder;
+  Hooks::ProgramSettings m_Settings;
+  std::mutex m_Lock;
+  std::vector<std::string> m_Reports;  // guarded by `m_Lock`
+  std::optional<Hooks::EventPrograms> m_Programs;
+};
+
+using EventPrograms = EventProgramsFixture;
+
+TEST_F(EventPrograms, RunByNameForAnEvent) {
+  for (const char* const name : {"30-c", "10-a", "20-b"}) {
+    AddScript(name, "echo \"$CORVANE_NUMBER ${0##*/}\" >>$OUT/lines");
+  }
+  Start();
+  Take(1);
+  EXPECT_THAT(Lines("lines", 3), ElementsAre("1 10-a", "1 20-b", "1 30-c"));
+}
+
+TEST_F(EventPrograms, GetTheDocumentAndItsFields) {
+  AddScript("program",
+            "{ cat; echo \"$CORVANE_NUMBER $CORVANE_TEXT\"; } >$OUT/draft\n"
+            "mv $OUT/draft $OUT/lines");
+  Start();
+  Take(12);
+  EXPECT_THAT(Lines("lines", 2), ElementsAre("{\"number\":12,\"text\":\"hot\"}", "12 hot"));
+}
+
+TEST_F(EventPrograms, RunAgainForTheNextEvent) {
+  AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
+  Start();
+  for (std::int64_t number = 1; number <= 10; ++number) Take(number);
+  EXPECT_THAT(Lines("lines", 10),
+              UnorderedElementsAre("1", "2", "3", "4", "5", "6", "7", "8", "9", "10"));
+}
+
+TEST_F(EventPrograms, RunAfterOneThatFailed) {
+  AddScript("10-fails", "echo wrong; exit 2");
+  AddScript("20-works", "echo $CORVANE_NUMBER >>$OUT/lines");
+  Start();
+  Take(1);
+  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  EXPECT_THAT(Reports(), ElementsAre("events.d: 10-fails: wrong",
+                                     "events.d: 10-fails: exit code 2 for event 1"));
+}
+
+TEST_F(EventPrograms, RunAfterOneThatHung) {
+  m_Settings.m_Timeout = milliseconds(1000);
+  AddScript("10-hangs", "sleep 1000");
+  AddScript("20-works", "echo $CORVANE_NUMBER >>$OUT/lines");
+  Start();
+  Take(1);
+  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  EXPECT_THAT(Reports(), ElementsAre("events.d: 10-hangs: killed after 1 s for event 1"));
+}
+
+TEST_F(EventPrograms, RunFourAtATime) {
+  AddScript("program",
+            "echo $CORVANE_NUMBER >>$OUT/lines\n"
+            "until [ -e $OUT/go ]; do sleep 0.01; done");
+  Start();
+  for (std::int64_t number = 1; number <= 6; ++number) Take(number);
+  EXPECT_THAT(Lines("lines", 4), UnorderedElementsAre("1", "2", "3", "4"));
+  std::this_thread::sleep_for(milliseconds(300));  // a fifth would have started by now
+  EXPECT_EQ(4U, Lines("lines", 4).size());
+  WriteText(m_Folder.Path() / "go", "");
+  EXPECT_EQ(6U, Lines("lines", 6).size());
+}
+
+TEST_F(EventPrograms, StartAfterTheNumberWasRecorded) {
+  AddScript("program", "cat $OUT/state >>$OUT/lines");
+  Start();
+  Take(7);
+  EXPECT_THAT(Lines("lines", 1), ElementsAre("7"));
+  Stop();
+  Start();
+  EXPECT_EQ(7, m_Programs->LastNumber());
+}
+
+TEST_F(EventPrograms, DoNotRunIfTheNumberCannotBeRecorded) {
+  m_Settings.m_StateFile = m_Folder.Path() / "missing" / "state";
+  AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
+  Start();
+  Take(7);
+  EXPECT_TRUE(AwaitReport("events.d: drops event 7: cannot write " +
+                          m_Settings.m_StateFile.string() + ": No such file or directory"));
+  Stop();
+  EXPECT_FALSE(std::filesystem::exists(m_Folder.Path() / "lines"));
+}
+
+TEST_F(EventPrograms, NeedNoStateFile) {
+  m_Settings.m_StateFile.clear();
+  AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
+  Start();
+  Take(7);
+  EXPECT_THAT(Lines("lines", 1), ElementsAre("7"));
+  EXPECT_EQ(std::nullopt, m_Programs->LastNumber());
+}
+
+TEST_F(EventPrograms, AreKilledAtTheEnd) {
+  m_Settings.m_Parallel = 1;
+  m_Settings.m_StopTimeout = milliseconds(100);
+  AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines; sleep 1000");
+  Start();
+  Take(1);
+  Take(2);
+  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  Stop();
+  EXPECT_THAT(Reports(),
+              ElementsAre("events.d: program: killed because the service stops for event 1"));
+  EXPECT_EQ("1\n", ReadText(State()));  // the second one is left for the next start
+}
+
+TEST_F(EventPrograms, MayEndByThemselvesAtTheEnd) {
+  AddScript("program",
+            "echo $CORVANE_NUMBER >>$OUT/lines\n"
+            "until [ -e $OUT/go ]; do sleep 0.01; done; echo end >>$OUT/lines");
+  m_Settings.m_StopTimeout = std::chrono::minutes(2);
+  Start();
+  Take(1);
+  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  std::thread stop([this] { Stop(); });
+  WriteText(m_Folder.Path() / "go", "");
+  stop.join();
+  EXPECT_THAT(Lines("lines", 2), ElementsAre("1", "end"));
+  EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(EventPrograms, AreNotRunForEventsThatAreTooMany) {
+  m_Settings.m_Parallel = 1;
+  m_Settings.m_Queue = 1;
+  AddScript("program",
+            "echo $CORVANE_NUMBER >>$OUT/lines\n"
+            "until [ -e $OUT/go ]; do sleep 0.01; done");
+  Start();
+  Take(1);
+  EXPECT_EQ(1U, Lines("lines", 1).size());
+  Take(2);
+  Take(3);
+  EXPECT_THAT(Reports(), ElementsAre("events.d: too many events wait; drops event 3"));
+  WriteText(m_Folder.Path() / "go", "");
+  EXPECT_THAT(Lines("lines", 2), ElementsAre("1", "2"));
+}
+
+TEST_F(EventPrograms, SkipOldEvents) {
+  Start();
+  m_Programs->SkipTo(41);
+  EXPECT_EQ("41\n", ReadText(State()));
+}
+
+TEST_F(EventPrograms, HaveNoLastNumberWithoutAReadableOne) {
+  for (const char* const text : {"", "x", "-", "99999999999999999999999"}) {
+    WriteText(State(), text);
+    Start();
+    EXPECT_EQ(std::nullopt, m_Programs->LastNumber()) << text;
+  }
+}
+
+TEST(EnvironmentOf, HasOneVariablePerField) {
+  const Hooks::Event event = {3,
+                              {{"number", 3},
+                               {"text", "a b\nc"},
+                               {"event_id", 10972},
+                               {"object", nullptr},
+                               {"is_new", true},
+                               {"list", {1, 2}},
+                               {"nul", std::string("a\0b", 3)}}};
+  EXPECT_THAT(
+      Hooks::EnvironmentOf(event),
+      ElementsAre(HasSubstr("PATH=/"), "LANG=C.UTF-8", "CORVANE_NUMBER=3", "CORVANE_TEXT=a b\nc",
+                  "CORVANE_EVENT_ID=10972", "CORVANE_IS_NEW=true", "CORVANE_NUL=ab"));
+}
+
+}  // namespace

@@ -1,0 +1,120 @@
+// With real scripts.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <thread>
+
+#include "console/base/Notifier.h"
+#include "service/hooks/ProgramRun.h"
+#include "tests/service/hooks/Scripts.h"
+
+namespace {
+
+using HooksTest::WriteScript;
+using std::chrono::milliseconds;
+using testing::HasSubstr;
+
+class ProgramRunFixture : public testing::Test {
+ protected:
+  // For a script with this body.
+  Hooks::ProgramRun RunOf(const std::string& body) {
+    Hooks::ProgramRun run;
+    run.m_File = WriteScript(m_Folder.Path() / "program", body);
+    run.m_Environment = {"PATH=/usr/bin:/bin"};
+    return run;
+  }
+
+  // Whether the process is gone, or dead and not yet reaped by its new parent.
+  static bool Ends(const std::string& process) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (std::chrono::steady_clock::now() < end) {
+      const std::string status = ReadText("/proc/" + process + "/stat");
+      if (status.empty() || status.find(") Z ") != status.npos) return true;
+      std::this_thread::sleep_for(milliseconds(2));
+    }
+    return false;
+  }
+
+  TemporaryFolder m_Folder;
+};
+
+using ProgramRun = ProgramRunFixture;
+
+TEST_F(ProgramRun, ReportsHowItEnded) {
+  struct {
+    const char* m_Body;
+    const char* m_Failure;
+  } const cases[] = {
+      {"exit 0", ""},
+      {"exit 3", "exit code 3"},
+      {"kill -9 $$", "killed by signal 9"},
+      {"kill -PIPE $$", "killed by signal 13"},  // not ignored, as it is here
+      {"exec /nonexistent", "exit code 127"},
+  };
+  signal(SIGPIPE, SIG_IGN);
+  for (const auto& each : cases) {
+    EXPECT_EQ(each.m_Failure, Hooks::Run(RunOf(each.m_Body)).m_Failure) << each.m_Body;
+  }
+}
+
+TEST_F(ProgramRun, ReportsAMissingProgram) {
+  Hooks::ProgramRun run;
+  run.m_File = m_Folder.Path() / "missing";
+  EXPECT_EQ("cannot be started: No such file or directory", Hooks::Run(run).m_Failure);
+}
+
+TEST_F(ProgramRun, CapturesBothStreams) {
+  EXPECT_EQ("out\nerr\n", Hooks::Run(RunOf("echo out; echo err >&2")).m_Output);
+}
+
+TEST_F(ProgramRun, PassesTheInput) {
+  Hooks::ProgramRun run = RunOf("cat");
+  run.m_Input = "{\"a\":1}\n";
+  EXPECT_EQ("{\"a\":1}\n", Hooks::Run(run).m_Output);
+}
+
+TEST_F(ProgramRun, NeedNotReadTheInput) {
+  Hooks::ProgramRun run = RunOf("exit 0");
+  run.m_Input = std::string(1 << 20, 'x');
+  EXPECT_EQ("", Hooks::Run(run).m_Failure);
+}
+
+TEST_F(ProgramRun, HasOnlyTheGivenEnvironment) {
+  const ScopedVariable secret("CORVANE_TEST_SECRET", "secret");
+  Hooks::ProgramRun run = RunOf("echo \"${CORVANE_TEST_SECRET-unset} $GIVEN\"; pwd");
+  run.m_Environment.emplace_back("GIVEN=a b");
+  EXPECT_EQ("unset a b\n/\n", Hooks::Run(run).m_Output);
+}
+
+TEST_F(ProgramRun, KeepsTheFirst16KiBOfTheOutput) {
+  const auto result = Hooks::Run(RunOf("head -c 1000000 /dev/zero | tr '\\0' x"));
+  EXPECT_EQ(std::string(16384, 'x'), result.m_Output);
+  EXPECT_EQ("", result.m_Failure);
+}
+
+TEST_F(ProgramRun, IsKilledAtTheTimeoutWithItsGroup) {
+  Hooks::ProgramRun run = RunOf("sleep 1000 & echo $!; wait");
+  run.m_Timeout = milliseconds(1500);
+  const auto result = Hooks::Run(run);
+  EXPECT_EQ("killed after 1.5 s", result.m_Failure);
+  ASSERT_THAT(result.m_Output, HasSubstr("\n"));
+  EXPECT_TRUE(Ends(result.m_Output.substr(0, result.m_Output.find('\n'))));
+}
+
+TEST_F(ProgramRun, LeavesNoProcessOfItsGroupBehind) {
+  const auto result = Hooks::Run(RunOf("sleep 1000 & echo $!"));
+  EXPECT_EQ("", result.m_Failure);
+  ASSERT_THAT(result.m_Output, HasSubstr("\n"));
+  EXPECT_TRUE(Ends(result.m_Output.substr(0, result.m_Output.find('\n'))));
+}
+
+TEST_F(ProgramRun, IsKilledWhenTheServiceStops) {
+  const Console::Notifier stop;
+  Hooks::ProgramRun run = RunOf("sleep 1000");
+  run.m_Stop = stop.Number();
+  stop.Notify();
+  EXPECT_EQ("killed because the service stops", Hooks::Run(run).m_Failure);
+}
+
+}  // namespace

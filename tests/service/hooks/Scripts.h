@@ -1,0 +1,21 @@
+// A folder of shell scripts.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/Temporary.h"
+
+namespace HooksTest {
+
+// Other users cannot write it, as long as `mode` does not let them.
+inline std::filesystem::path WriteScript(const std::filesystem::path& file, const std::string& body,
+                                         mode_t mode = 0755) {
+  WriteText(file, "#!/bin/sh\n" + body + "\n");
+  chmod(file.c_str(), mode);
+  return file;
+}
+
+}  // namespace HooksTest
