@@ -87,7 +87,7 @@ free_port() {
   answers
 }
 
-@test "SIGHUP reloads, and the service goes on" {
+@test "SIGHUP reloads, and the service continues" {
   manage
   serve --socket "$SOCKET"
   eventually reported READY=1

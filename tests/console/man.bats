@@ -21,6 +21,10 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
     [ -s "$PAGES/$name.1" ]
     same "" "$(groff -man -ww -z "$PAGES/$name.1" 2>&1)"
   done
+  for name in corvane-host-serve corvane.service; do
+    [ -s "$PAGES/../man8/$name.8" ]
+    same "" "$(groff -man -ww -z "$PAGES/../man8/$name.8" 2>&1)"
+  done
 }
 
 @test "the page has the commands of the help, and no others" {
@@ -84,4 +88,13 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
   "$root/bin/corvane-host" completion zsh | cmp - "$root/share/zsh/site-functions/_corvane-host"
   "$root/bin/corvane-host" completion fish |
     cmp - "$root/share/fish/vendor_completions.d/corvane-host.fish"
+}
+
+@test "the page of the service has the options of its help" {
+  local help page
+  help=$(corvane-host help serve | sed -n '/^Options/,/^  -o/s/^ *\(--[a-z-]*\).*/\1/p' | sort)
+  page=$(groff -man -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |
+    sed -n 's/^       \(--[a-z-]*\).*/\1/p' | sort)
+  same "$(printf -- '--%s\n' events-folder for listen listen-any socket)" "$page"
+  same "$page" "$help"
 }
