@@ -13,11 +13,11 @@
 #include <utility>
 #include <vector>
 
-#include "base/Printable.h"
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "hostkit/Paths.h"
 #include "service/EventHooks.h"
+#include "service/Log.h"
 #include "service/ManagerReports.h"
 #include "service/ReloadSignal.h"
 #include "service/api/ApiTable.h"
@@ -74,7 +74,8 @@ bool Record(StateThread& state, const Observation& observation) {
 CollectorSettings SettingsOf(const Console::Context& context, StateThread& state,
                              EventHooks* hooks) {
   CollectorSettings settings;
-  settings.m_OnEvents = [hooks](const std::vector<HostKit::LoggedEvent>&) {
+  settings.m_OnEvents = [hooks](const std::vector<HostKit::LoggedEvent>& events) {
+    for (const HostKit::LoggedEvent& event : events) LogEvent(event);
     if (hooks != nullptr) hooks->OnEvents();
   };
   settings.m_Program = "/proc/self/exe";
@@ -85,18 +86,14 @@ CollectorSettings SettingsOf(const Console::Context& context, StateThread& state
   return settings;
 }
 
-void Report(const std::string& text) {
-  fmt::print(stderr, "corvane-host: {}\n", Base::Printable(text));
-}
-
 void ReportState(const std::string& cause) {
-  Report(fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
+  LogWarning(fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
 }
 
 // Null without a folder.
 std::unique_ptr<EventHooks> MakeHooks(const SnapshotStore& store,
                                       const std::filesystem::path& folder) {
-  return folder.empty() ? nullptr : std::make_unique<EventHooks>(store, folder, Report);
+  return folder.empty() ? nullptr : std::make_unique<EventHooks>(store, folder, LogWarning);
 }
 
 // The parts of a running service, in order of life.
@@ -109,7 +106,7 @@ struct Running {
         m_Api{commands, context.Stream(), m_Store, m_Collector, m_Jobs, m_Replays, m_Threads} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
-    settings.m_OnFailure = Report;
+    settings.m_OnFailure = LogWarning;
     if (const std::string name = HostName(); !name.empty()) settings.m_Hosts.push_back(name);
     m_Server.emplace(ApiRoutes(m_Api), settings, std::move(listeners));
   }
@@ -139,7 +136,7 @@ void Reload(Running& running, const Listeners& listeners) {
   try {
     listeners.ShareFile(permissions);
   } catch (const Failure& failure) {
-    Report(failure.what());
+    LogWarning(failure.what());
   }
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <variant>
 
+#include "service/Log.h"
 #include "service/api/CardsApi.h"
 #include "service/api/Documents.h"
 #include "service/api/JobsApi.h"
@@ -242,12 +243,17 @@ std::optional<std::string> ObjectionToBody(const ApiRow& row, const Http::Reques
   return ObjectionTo(body, row.m_Body);
 }
 
+// "formatDrive/FA00000001", for the log and as part of what identifies a request.
+std::string TargetOf(const ApiRow& row, const Http::Request& request) {
+  std::string target = row.m_Id;
+  for (const auto& [name, value] : request.m_Parameters) target += "/" + value;
+  return target;
+}
+
 // Starting a job twice would be another operation. All other changes can be repeated.
 Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
                        const std::string& key) {
-  std::string content = row.m_Id;
-  for (const auto& [name, value] : request.m_Parameters) content += "/" + value;
-  content += "\n" + request.m_Body;
+  const std::string content = TargetOf(row, request) + "\n" + request.m_Body;
   const std::string scope = std::to_string(request.m_Peer.m_User) + " ";
   return api.m_Replays.Answer(
       scope + key, content, [&] { return std::get<Http::Response>(row.m_Function(api, request)); });
@@ -260,6 +266,7 @@ Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request
   if (const auto why = ObjectionToBody(row, request)) {
     return Http::MakeProblem(kInvalidBody.m_Status, kInvalidBody.m_Id, *why);
   }
+  if (row.m_Access == Http::Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
   const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");
   if (key == nullptr || row.m_Responses.front().m_Status != 202)
     return row.m_Function(api, request);

@@ -1,10 +1,16 @@
 #include "service/api/SessionApi.h"
 
+#include <fmt/format.h>
+
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "console/plugin/RecordJson.h"
+#include "hostkit/Texts.h"
+#include "service/Log.h"
 #include "service/api/Documents.h"
 
 namespace Service {
@@ -47,9 +53,26 @@ std::optional<PluginReply> ReadSnapshot(const Snapshot& snapshot, const PluginCo
   }
 }
 
+std::string NameOrNumber(HostKit::Family family, std::uint32_t number) {
+  const std::string name = HostKit::NameOf(family, number);
+  return name.empty() ? std::to_string(number) : name;
+}
+
 bool IsChange(const PluginCommand& command) {
   return command.m_Command == PI::CMD_SET_PROPERTY ||
          command.m_Command == PI::CMD_EXECUTE_OPERATION;
+}
+
+// "OP_LOCATE on object 0x130000000000002".
+std::string ChangeText(const PluginCommand& command) {
+  using HostKit::Family;
+  std::string name;
+  if (const auto* operation = std::get_if<PI::COperation>(&command.m_Payload)) {
+    name = NameOrNumber(Family::Operation, operation->m_OperationID);
+  } else if (const auto* property = std::get_if<PI::CProperty>(&command.m_Payload)) {
+    name = NameOrNumber(Family::Property, property->m_PropertyID);
+  }
+  return fmt::format("{} on object {:#x}", name, command.m_Object);
 }
 
 // Only the service starts and stops the plug-in and collects its events.
@@ -114,6 +137,7 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   if (!snapshot->HasReport()) return MakeDownProblem(snapshot->m_Plugin);
   if (const auto reply = ReadSnapshot(*snapshot, command)) return MakeReply(*reply);
+  if (IsChange(command)) LogChange(request.m_Peer, ChangeText(command));
   return AnswerLater(api,
                      [&api, command = std::move(command)] { return CallPlugin(api, command); });
 }

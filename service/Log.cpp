@@ -1,0 +1,86 @@
+#include "service/Log.h"
+
+#include <fmt/format.h>
+
+#include <fstream>
+
+#include "base/Printable.h"
+#include "host/PluginInterface.h"
+#include "hostkit/Texts.h"
+#include "service/MessageCatalog.h"
+
+namespace Service {
+namespace {
+
+using Systemd::JournalEntry;
+
+constexpr int kWarning = 4;
+constexpr int kNotice = 5;
+
+struct PriorityRow {
+  std::uint32_t m_Severity;
+  int m_Priority;
+};
+
+constexpr PriorityRow kPriorities[] = {
+    {PI::SEVERITY_INFORMATION, 6},
+    {PI::SEVERITY_WARNING, kWarning},
+    {PI::SEVERITY_ERROR, 3},
+};
+
+int PriorityOf(std::uint32_t severity) {
+  for (const PriorityRow& row : kPriorities) {
+    if (row.m_Severity == severity) return row.m_Priority;
+  }
+  return kNotice;
+}
+
+// The process may have ended, and its number may belong to another one by now.
+std::string CommandName(pid_t process) {
+  std::string name;
+  std::ifstream file(fmt::format("/proc/{}/comm", process));
+  std::getline(file, name);
+  return name.empty() ? "unknown" : Base::Printable(name);
+}
+
+void Write(const JournalEntry& entry) {
+  if (Systemd::IsJournalUsed() && Systemd::SendToJournal(entry)) return;
+  fmt::print(stderr, "corvane-host: {}\n", entry.m_Message);
+}
+
+}  // namespace
+
+void LogWarning(const std::string& text) {
+  Write({Base::Printable(text), kWarning});
+}
+
+void LogEvent(const HostKit::LoggedEvent& event) {
+  Write(EntryOf(event));
+}
+
+void LogChange(const Http::Peer& client, const std::string& change) {
+  Write(EntryOf(client, change));
+}
+
+JournalEntry EntryOf(const HostKit::LoggedEvent& event) {
+  return {Base::Printable(event.m_Message),
+          PriorityOf(event.m_Severity),
+          {{"MESSAGE_ID", MessageIdOf(event.m_EventID)},
+           {"CORVANE_EVENT", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
+           {"CORVANE_EVENT_ID", std::to_string(event.m_EventID)},
+           {"CORVANE_SERIAL", event.m_SerialNumber},
+           {"CORVANE_SOURCE", event.m_SourceName}}};
+}
+
+JournalEntry EntryOf(const Http::Peer& client, const std::string& change) {
+  const std::string command = CommandName(client.m_Process);
+  return {fmt::format("{} requested by uid {}, pid {} ({})", Base::Printable(change), client.m_User,
+                      client.m_Process, command),
+          kNotice,
+          {{"CORVANE_CHANGE", change},
+           {"CORVANE_CLIENT_UID", std::to_string(client.m_User)},
+           {"CORVANE_CLIENT_PID", std::to_string(client.m_Process)},
+           {"CORVANE_CLIENT_COMM", command}}};
+}
+
+}  // namespace Service

@@ -1,0 +1,24 @@
+// Entries of the system log with structured fields.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Systemd {
+
+// Values are bytes; names consist of capital letters, digits and underscores.
+struct JournalEntry {
+  std::string m_Message;
+  int m_Priority = 6;  // as in syslog(3): 3 error, 4 warning, 5 notice, 6 information
+  std::vector<std::pair<std::string, std::string>> m_Fields = {};
+};
+
+// Whether standard error leads to the journal, because systemd started this process: JOURNAL_STREAM
+// names it. From any thread, while no thread changes the environment.
+bool IsJournalUsed();
+
+// Adds the entry to the journal. False if the journal cannot be reached. From any thread.
+bool SendToJournal(const JournalEntry& entry);
+
+}  // namespace Systemd
