@@ -23,8 +23,11 @@ constexpr const char* kTrim =
 constexpr const char* kNewest =
     "SELECT " EVENT_COLUMNS " FROM host_event_log WHERE time >= ? ORDER BY number DESC LIMIT ?";
 constexpr const char* kAfter =
-    "SELECT " EVENT_COLUMNS " FROM host_event_log WHERE number > ? ORDER BY number";
+    "SELECT " EVENT_COLUMNS " FROM host_event_log WHERE number > ? ORDER BY number LIMIT ?";
 #undef EVENT_COLUMNS
+constexpr const char* kNumbers =
+    "SELECT IFNULL((SELECT MIN(number) FROM host_event_log), 0), "
+    "IFNULL((SELECT MAX(number) FROM host_event_log), 0)";
 // Also if the log was emptied.
 constexpr const char* kNewestNumber =
     "SELECT seq FROM sqlite_sequence WHERE name = 'host_event_log'";
@@ -51,6 +54,12 @@ LoggedEvent EventOf(const Statement& row) {
   event.m_SerialNumber = row.Text(7);
   event.m_ObjectType = static_cast<std::uint32_t>(row.Integer(8));
   return event;
+}
+
+std::vector<LoggedEvent> EventsOf(Statement& statement) {
+  std::vector<LoggedEvent> events;
+  while (statement.Step()) events.push_back(EventOf(statement));
+  return events;
 }
 
 void Append(Connection& connection, const LoggedEvent& event) {
@@ -90,8 +99,7 @@ std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
   return TheDatabase()->WithToRead([&](Connection& connection) {
     Statement statement = connection.Prepare(kNewest);
     statement.Bind(UpToLargest(sinceMs)).Bind(UpToLargest(limit));
-    std::vector<LoggedEvent> events;
-    while (statement.Step()) events.push_back(EventOf(statement));
+    std::vector<LoggedEvent> events = EventsOf(statement);
     std::reverse(events.begin(), events.end());
     return events;
   });
@@ -99,10 +107,8 @@ std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
 
 std::vector<LoggedEvent> ReadEventsAfter(Connection& connection, std::int64_t number) {
   Statement statement = connection.Prepare(kAfter);
-  statement.Bind(number);
-  std::vector<LoggedEvent> events;
-  while (statement.Step()) events.push_back(EventOf(statement));
-  return events;
+  constexpr std::int64_t kAll = -1;
+  return EventsOf(statement.Bind(number).Bind(kAll));
 }
 
 std::int64_t NewestEventNumber(Connection& connection) {
@@ -113,6 +119,22 @@ std::int64_t NewestEventNumber(Connection& connection) {
 std::int64_t NewestEventNumber() {
   return TheDatabase()->WithToRead(
       [](Connection& connection) { return NewestEventNumber(connection); });
+}
+
+std::vector<LoggedEvent> ReadEventsAfter(std::int64_t number, std::size_t limit) {
+  return TheDatabase()->WithToRead([&](Connection& connection) {
+    Statement statement = connection.Prepare(kAfter);
+    statement.Bind(number).Bind(UpToLargest(limit));
+    return EventsOf(statement);
+  });
+}
+
+EventNumbers ReadEventNumbers() {
+  return TheDatabase()->WithToRead([](Connection& connection) {
+    Statement statement = connection.Prepare(kNumbers);
+    statement.Step();
+    return EventNumbers{statement.Integer(0), statement.Integer(1)};
+  });
 }
 
 }  // namespace HostKit

@@ -54,6 +54,32 @@ TEST_F(EventLog, ReturnsTheEventsSinceATime) {
   EXPECT_EQ(NamesSince(18446744073709551615UL, 10), "");
 }
 
+TEST_F(EventLog, ReturnsTheFirstEventsAfterANumber) {
+  struct Row {
+    std::int64_t m_After;
+    std::size_t m_Limit;
+    const char* m_Names;
+  };
+  for (const char* name : {"a", "b", "c"}) AppendEvent(Overheated(1000, name));
+  for (const Row& row : {Row{0, 10, "a b c "}, Row{0, 2, "a b "}, Row{1, 10, "b c "},
+                         Row{2, 1, "c "}, Row{3, 10, ""}, Row{0, 0, ""}}) {
+    std::string names;
+    for (const auto& event : HostKit::ReadEventsAfter(row.m_After, row.m_Limit)) {
+      names += event.m_SourceName + " ";
+    }
+    EXPECT_EQ(names, row.m_Names) << row.m_After;
+  }
+}
+
+TEST_F(EventLog, KnowsTheNumbersOfItsOldestAndNewestEvent) {
+  EXPECT_EQ(HostKit::ReadEventNumbers().m_Oldest, 0);
+  EXPECT_EQ(HostKit::ReadEventNumbers().m_Newest, 0);
+  for (const char* name : {"a", "b", "c"}) AppendEvent(Overheated(1000, name));
+  OtherProgram(File()).Run("DELETE FROM host_event_log WHERE number = 1");
+  EXPECT_EQ(HostKit::ReadEventNumbers().m_Oldest, 2);
+  EXPECT_EQ(HostKit::ReadEventNumbers().m_Newest, 3);
+}
+
 TEST_F(EventLog, KeepsEveryBitOfAnObjectId) {
   auto event = Overheated(1000, "a");
   event.m_ObjectID = 18446744073709551615UL;
