@@ -7,6 +7,7 @@
 #include "console/cli/IsolatedRun.h"
 #include "console/cli/RunCommand.h"
 #include "console/commands/All.h"
+#include "console/commands/ConnectToService.h"
 
 namespace Console {
 namespace {
@@ -29,7 +30,7 @@ const Command* NamedCommand(const Options& options) {
 }
 
 ExitCode Main(const Words& arguments) {
-  Invocation invocation{AllCommands(), {}, nullptr, false, std::nullopt};
+  Invocation invocation{AllCommands(), {}, nullptr, false, std::nullopt, ConnectToService};
   try {
     InstallStopHandlers();
     ParseCommandLine(arguments, invocation.m_Options);

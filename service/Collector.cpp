@@ -104,8 +104,19 @@ std::size_t Collector::LostThreads() const {
   return worker ? worker->FailedThreads() : 0;
 }
 
+bool Collector::Refresh(const Console::Deadline& deadline) const {
+  constexpr milliseconds kOneWait(200);
+  const std::uint64_t request = ++m_Refreshes;
+  m_Wake.Notify();
+  SnapshotPtr snapshot = m_Store.Get();
+  while (snapshot->m_Refreshes < request && IsRunning() && !deadline.IsOver()) {
+    snapshot = m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kOneWait)));
+  }
+  return snapshot->m_Refreshes >= request;
+}
+
 void Collector::Follow(Worker& worker, WorkerSession& session) {
-  Publish(session);
+  Publish(session, m_Refreshes);
   const Console::Deadline stable(m_Settings.m_LongestPause);
   Console::WaitSet alsoWake;
   alsoWake.m_Readable = m_Wake.Number();
@@ -114,6 +125,7 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
     session.WaitForNotification(m_Settings.m_RefreshInterval, alsoWake);
     m_Progress.Begin(kCallsAtRefresh * m_Settings.m_CallTimeout);
     m_Wake.Wait(milliseconds(0), {});
+    const std::uint64_t refreshes = m_Refreshes;  // later ones wake it again
     if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
     const std::vector<HostKit::LoggedEvent> events = session.CollectEvents();
     if (m_Settings.m_OnEvents && !events.empty()) m_Settings.m_OnEvents(events);
@@ -121,14 +133,15 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
     // The plug-in looks for cards only when it starts.
     if (!session.HasCards()) return;
     // A format holds the plug-in until it ends.
-    if (!worker.IsFormatting()) Publish(session);
+    if (!worker.IsFormatting()) Publish(session, refreshes);
     if (stable.IsOver()) m_NextPause = m_Settings.m_FirstPause;
   }
 }
 
-void Collector::Publish(WorkerSession& session) {
+void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   const auto logPosition = LogPosition();  // of events from before the objects are read
   Snapshot snapshot;
+  snapshot.m_Refreshes = refreshes;
   snapshot.m_HasCards = session.HasCards();
   snapshot.m_Objects = session.Topology();
   snapshot.m_ObservedAt = Clock::now();

@@ -57,6 +57,9 @@ class Collector {
   const ProgressWatch& Progress() const { return m_Progress; }
   // Makes the thread read the cards now. From any thread.
   void RequestRefresh() const { m_Wake.Notify(); }
+  // The same, and waits for a snapshot that was read after this call
+  // began. False without one by the deadline, or if no plug-in is running. From any thread.
+  bool Refresh(const Console::Deadline& deadline) const;
   // Carries out one command in the plug-in, on the calling thread; any thread may call it. Empty if
   // no plug-in is running, or it has not answered by the deadline.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
@@ -71,7 +74,7 @@ class Collector {
   void RunPlugin();
   void Release(Worker& worker);
   void Follow(Worker& worker, WorkerSession& session);
-  void Publish(WorkerSession& session);
+  void Publish(WorkerSession& session, std::uint64_t refreshes);
   void PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition);
   void PublishDown(const std::string& reason);
   void Pause();
@@ -82,6 +85,7 @@ class Collector {
   const CollectorSettings m_Settings;
   SnapshotStore& m_Store;
   Console::Notifier m_Wake;  // a refresh was requested, or the thread has to stop
+  mutable std::atomic<std::uint64_t> m_Refreshes{0};  // requested so far
   std::atomic<bool> m_IsStopping{false};
   ProgressWatch m_Progress{m_Settings.m_Now};
 

@@ -15,6 +15,7 @@
 
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
+#include "console/plugin/DatabaseLock.h"
 #include "hostkit/Paths.h"
 #include "service/EventHooks.h"
 #include "service/Log.h"
@@ -101,9 +102,11 @@ struct Running {
   Running(Console::Context& context, const Console::CommandTable& commands,
           std::vector<Base::Descriptor> listeners, const Http::Permissions& permissions,
           const std::filesystem::path& eventsFolder)
-      : m_Hooks(MakeHooks(m_Store, eventsFolder)),
+      : m_Feed(m_Store),
+        m_Hooks(MakeHooks(m_Store, eventsFolder)),
         m_Collector(SettingsOf(context, m_State, m_Hooks.get()), m_Store),
-        m_Api{commands, context.Stream(), m_Store, m_Collector, m_Jobs, m_Replays, m_Threads} {
+        m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
+              m_Jobs,   m_Replays,        m_Threads} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = LogWarning;
@@ -118,6 +121,7 @@ struct Running {
   }
 
   SnapshotStore m_Store;
+  EventFeed m_Feed;
   StateThread m_State{ReportState};  // ends after the collector, and with what that has observed
   const std::unique_ptr<EventHooks> m_Hooks;
   Collector m_Collector;
@@ -155,14 +159,6 @@ void RunUntilStop(Running& running, const Listeners& listeners, const ReloadSign
 
 }  // namespace
 
-std::filesystem::path DefaultSocket() {
-  if (const char* const socket = secure_getenv("CORVANE_SOCKET")) return socket;
-  if (geteuid() == 0) return "/run/corvane/corvane.sock";
-  const char* const folder = secure_getenv("XDG_RUNTIME_DIR");
-  return folder == nullptr ? std::filesystem::path()
-                           : std::filesystem::path(folder) / "corvane" / "corvane.sock";
-}
-
 void Serve(Console::Context& context, const Console::CommandTable& commands,
            const ServeSettings& settings) {
   const Http::Permissions permissions = PermissionsHere();
@@ -170,6 +166,7 @@ void Serve(Console::Context& context, const Console::CommandTable& commands,
   const ReloadSignal reload;
   context.PrepareForPlugin();
   PassTracing(context.m_Options);
+  const Console::DatabaseLock databaseLock(settings.m_Listen.m_Socket);
   {
     Running running(context, commands, listeners.Take(), permissions, settings.m_EventsFolder);
     context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", listeners.Names()));

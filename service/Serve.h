@@ -10,10 +10,6 @@
 
 namespace Service {
 
-// Where clients find the service: CORVANE_SOCKET, else /run/corvane/corvane.sock for root, else
-// $XDG_RUNTIME_DIR/corvane/corvane.sock. Empty if no variable names a folder for this user.
-std::filesystem::path DefaultSocket();
-
 struct ServeSettings {
   ListenSettings m_Listen;
   std::filesystem::path m_EventsFolder;  // programs to run on events; empty: none

@@ -37,6 +37,13 @@ void SnapshotStore::Publish(Snapshot snapshot) {
     m_Newest = std::make_shared<Snapshot>(std::move(snapshot));
   }
   m_Changed.NotifyAll();
+  const Base::MutexLock lock(m_CallLock);
+  if (m_OnPublish) m_OnPublish();
+}
+
+void SnapshotStore::OnPublish(std::function<void()> call) {
+  const Base::MutexLock lock(m_CallLock);
+  m_OnPublish = std::move(call);
 }
 
 SnapshotPtr SnapshotStore::AwaitNewer(std::uint64_t number,

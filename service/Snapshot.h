@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,6 +41,7 @@ struct Snapshot {
 
   std::uint64_t m_Run = 0;         // of the service; each run counts snapshots from 1
   std::uint64_t m_Number = 0;      // rises with each snapshot; 0: nothing has been read yet
+  std::uint64_t m_Refreshes = 0;   // requests for a refresh that were there before it was read
   Clock::time_point m_ObservedAt;  // when `m_Objects` was read
   Console::PluginInfo m_Info;
   PluginState m_Plugin;
@@ -61,6 +63,9 @@ class SnapshotStore {
   SnapshotPtr Get() const;
   // Makes it the newest one and gives it its number.
   void Publish(Snapshot snapshot);
+  // Calls it after each snapshot, on the thread that publishes; it must not wait. Null: nothing.
+  // When this returns, an earlier function is not running any more.
+  void OnPublish(std::function<void()> call);
   // Waits for a snapshot with a number above `number`, or until the deadline; returns the newest.
   SnapshotPtr AwaitNewer(std::uint64_t number, const Console::Deadline& deadline) const;
 
@@ -68,6 +73,9 @@ class SnapshotStore {
   mutable Base::Mutex m_Lock;
   mutable Base::ConditionVariable m_Changed;
   SnapshotPtr m_Newest HOST_GUARDED_BY(m_Lock);
+
+  Base::Mutex m_CallLock;  // also held while it runs
+  std::function<void()> m_OnPublish HOST_GUARDED_BY(m_CallLock);
 };
 
 }  // namespace Service

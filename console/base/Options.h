@@ -18,6 +18,7 @@ struct Options {
   bool m_Ascii = false;
   std::string m_Color = "auto";
   std::string m_Plugin;
+  bool m_Direct = false;
   std::optional<std::string> m_Simulate;  // the file, empty for the default one
   std::string m_Database;
   std::optional<std::string> m_Trace;

@@ -64,6 +64,10 @@ bool IsStopRequested() {
   return g_Stop != 0;
 }
 
+int StopDescriptor() {
+  return g_StopFd;
+}
+
 bool WaitForStop(std::chrono::milliseconds atMost) {
   pollfd wait = {g_StopFd, POLLIN, 0};
   poll(&wait, 1, static_cast<int>(atMost.count()));

@@ -18,6 +18,9 @@ void ClearStopRequest();
 // Whether a stop signal has arrived. May be called from any thread.
 bool IsStopRequested();
 
+// Readable once a stop signal has arrived, for a poll with others; -1 without handlers.
+int StopDescriptor();
+
 // Waits for a stop signal, at most `atMost`; true if one arrived.
 bool WaitForStop(std::chrono::milliseconds atMost);
 

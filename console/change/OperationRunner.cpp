@@ -135,10 +135,15 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
 // The plug-in may finish, within a limit.
 void NoteContinues(Context& context, const OperationRow& row, const Object& object,
                    const char* sooner) {
+  std::vector<std::string> advice;
+  if (!context.Open().IsShared()) {
+    advice.push_back(
+        fmt::format("The program exits when the card is done, after at most 25 s{}.", sooner));
+  }
   context.m_Diagnostics.Note(
       "JOB_GOES_ON",
       fmt::format("{} is in progress and will not be rolled back", ActionText(row, object)),
-      {fmt::format("The program exits when the card is done, after at most 25 s{}.", sooner)});
+      advice);
 }
 
 void AwaitJob(Context& context, const Object& object, const OperationRow& row,

@@ -291,7 +291,7 @@ Candidates Columns(const std::string& typed) {
 Candidates ValueCandidates(const Line& line, const std::string& typed) {
   const OptionRow& row = *line.m_Option;
   const std::string kind = row.m_Value;
-  if (kind == "FILE" || kind == "[FILE]") return {{kFilesWord, ""}};
+  if (kind == "FILE" || kind == "[FILE]" || kind == "PATH") return {{kFilesWord, ""}};
   if (kind == "NAMES") return Columns(typed);
   if (kind == "FORM" && line.m_Command != nullptr) return Choices(line.m_Command->m_Forms);
   return Choices(row.m_Choices);

@@ -27,6 +27,15 @@ const std::vector<OptionRow>& AllOptions() {
        {"auto", "always", "never"}, true},
       {"",   "--no-input",   "",        &O::m_NoInput,     true,
        "never prompt; refuse changes that need confirmation"},
+      {"",   "--socket",     "PATH",    &O::m_Socket,      true,
+       "use the service at this Unix socket; with serve: serve there (default: CORVANE_SOCKET)", {}, false,
+       "Without it, a command uses the service at the default socket if it answers. The default socket "
+       "is CORVANE_SOCKET; else $XDG_RUNTIME_DIR/corvane/corvane.sock of the user, then "
+       "/run/corvane/corvane.sock."},
+      {"",   "--direct",     "",        &O::m_Direct,      true,
+       "load the plug-in into this program even if a service runs", {}, false,
+       "--plugin, --simulate, --database, --trace and --trace-file do the same. It is refused "
+       "while a service holds the database."},
       {"",   "--plugin",     "FILE",    &O::m_Plugin,      true,
        "load this plug-in (default: ../lib/libCorvane.so, relative to the program)"},
       {"",   "--simulate",   "[FILE]",  &O::m_Simulate,    true,
@@ -74,8 +83,6 @@ const std::vector<OptionRow>& AllOptions() {
        {"512", "4096"}},
       {"",   "--textfile",   "FILE",    &O::m_TextFile,    false,
        "replace FILE atomically with metrics for a node exporter"},
-      {"",   "--socket",     "PATH",    &O::m_Socket,      false,
-       "serve at this Unix socket (default: /run/corvane/corvane.sock for root)"},
       {"",   "--listen",     "ADDRESS:PORT", &O::m_Listen, false,
        "also serve read-only at this TCP address: 127.0.0.1:9188 or [::1]:9188"},
       {"",   "--listen-any", "",        &O::m_ListenAny,   false,

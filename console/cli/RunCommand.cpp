@@ -84,7 +84,8 @@ ExitCode RunCommand(const Invocation& invocation) {
   const Command& command = *invocation.m_pCommand;
   const std::string form = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
   Context context(options, style, diagnostics, stream, command.m_Name, form,
-                  Words(options.m_Words.begin() + 1, options.m_Words.end()));
+                  Words(options.m_Words.begin() + 1, options.m_Words.end()), {},
+                  invocation.m_Sessions);
   try {
     // A monitored command has one time limit and runs in a process of its own.
     if (!invocation.m_Monitored) context.Limit(LimitsOf(command, options));

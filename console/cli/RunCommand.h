@@ -6,6 +6,7 @@
 #include "console/base/Failure.h"
 #include "console/cli/CommandLine.h"
 #include "console/cli/CommandTable.h"
+#include "console/report/CommandContext.h"
 
 namespace Console {
 
@@ -16,6 +17,7 @@ struct Invocation {
   const Command* m_pCommand = nullptr;
   bool m_Monitored = false;  // `check`: a monitoring system reads the output
   std::optional<Failure> m_Error;
+  SessionFactory m_Sessions = {};  // for commands that use the cards
 };
 
 // Runs the command, or reports the usage error. Returns the exit code. Reserves standard output for

@@ -187,10 +187,13 @@ CommandResult Follow(Context& context, const EventQuery& query, Filter& filter,
   return {};
 }
 
-void NoteNoEvents(Diagnostics& diagnostics) {
-  diagnostics.Note(
-      "NO_EVENTS", "no matching events in the log",
-      {"Cards are monitored only while this program runs: use watch, --for or --follow."});
+void NoteNoEvents(Context& context) {
+  std::vector<std::string> advice;
+  if (!context.Open().IsShared()) {
+    advice.emplace_back(
+        "Cards are monitored only while this program runs: use watch, --for or --follow.");
+  }
+  context.m_Diagnostics.Note("NO_EVENTS", "no matching events in the log", advice);
 }
 
 CommandResult Run(Context& context) {
@@ -199,7 +202,7 @@ CommandResult Run(Context& context) {
   Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0]);
   if (!options.m_Follow && options.m_For.empty()) {
     CommandResult result = Begin(context, query, filter);
-    if (result.m_Table.m_Rows.empty()) NoteNoEvents(context.m_Diagnostics);
+    if (result.m_Table.m_Rows.empty()) NoteNoEvents(context);
     return result;
   }
   if (context.m_Form == "json") {

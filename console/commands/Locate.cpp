@@ -61,6 +61,7 @@ CommandResult Run(Context& context) {
   const Change change = PerformOperation(context, model, adapter, row, true);
   if (on && !options.m_DryRun) {
     if (duration) return Blink(context, model, adapter, *duration);
+    if (context.Open().IsShared()) return ChangeResult(context, adapter, row.m_Number, change);
     context.m_Diagnostics.Note(
         "LIGHT_STAYS_ON",
         "every run of this program starts the plug-in, which switches the locate LED off",

@@ -3,27 +3,13 @@
 
 #include "console/base/TextFile.h"
 #include "console/cli/CommandTable.h"
-#include "console/plugin/EventLogClient.h"
 #include "console/render/CommandResult.h"
 #include "console/render/MetricFamilies.h"
 #include "console/render/OpenMetrics.h"
 #include "console/report/CommandContext.h"
-#include "host/Database.h"
 
 namespace Console {
 namespace {
-
-// A database error does not affect the other metrics.
-std::vector<HostKit::EventCount> ReadEventCounts(Diagnostics& diagnostics) {
-  try {
-    return HostKit::CountEvents();
-  } catch (const DBEXCEPTION::DatabaseException& failure) {
-    diagnostics.Note("DATABASE_FAILED",
-                     std::string("the events cannot be counted: ") + failure.what(),
-                     DatabaseAdvice());
-    return {};
-  }
-}
 
 // A plug-in that cannot be loaded is reported as a metric; a usage error is not.
 std::optional<Model> ReadObjects(Context& context, CommandResult& result) {
@@ -67,7 +53,7 @@ CommandResult Run(Context& context) {
     input.m_pModel = &*model;
     input.m_StartSeconds = context.Open().StartDuration().count();
   }
-  input.m_Events = ReadEventCounts(context.m_Diagnostics);
+  input.m_Events = context.EventLog().Count();
   const std::vector<Family> families = CollectMetrics(input);
   const std::string& file = context.m_Options.m_TextFile;
   if (!file.empty()) ReplaceTextFile(file, PlainMetricsText(families));

@@ -3,6 +3,7 @@
 
 #include <boost/algorithm/string.hpp>
 
+#include "console/base/Failure.h"
 #include "console/cli/CommandTable.h"
 #include "console/plugin/EventLogClient.h"
 #include "console/render/CommandResult.h"
@@ -85,9 +86,17 @@ std::string CountLine(const char* name, const RowTable& table) {
   return fmt::format("{}: {} {} in {}\n", name, count, count == 1 ? "row" : "rows", table.m_Name);
 }
 
+// A service's plug-in keeps its rows in its own process.
+void RequireOwnRows(Context& context) {
+  if (!context.Open().IsShared()) return;
+  throw Failure(ExitCode::Refused, "ROWS_OF_SERVICE", "rows",
+                "the plug-in of a service keeps its rows to itself",
+                {"Stop the service, or pass another database with --database."});
+}
+
 CommandResult Run(Context& context) {
   const std::vector<RowSource> wanted = Wanted(context.m_Arguments);
-  context.Open();
+  RequireOwnRows(context);
   CommandResult result;
   result.m_Json = {{"tables", Json::array()}};
   result.m_Table.m_Columns = {{"TABLE", "table", false},

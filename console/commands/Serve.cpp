@@ -8,6 +8,7 @@
 #include "console/cli/CommandTable.h"
 #include "console/commands/All.h"
 #include "console/report/CommandContext.h"
+#include "service/client/DefaultSocket.h"
 
 namespace Console {
 namespace {
@@ -45,7 +46,7 @@ Command ServeCommand() {
   command.m_Name = "serve";
   command.m_Summary = "run the service that holds the plug-in for other programs";
   command.m_Forms = {"table"};
-  command.m_Options = {"--socket", "--listen", "--listen-any", "--events-folder", "--for"};
+  command.m_Options = {"--listen", "--listen-any", "--events-folder", "--for"};
   command.m_Run = Run;
   command.m_Description =
       "Runs in the foreground until Ctrl-C or SIGTERM, or for the given time. The plug-in runs in "

@@ -21,7 +21,7 @@ Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();
   const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
   const bool foreign = !Base::ResolveTrusted(file).m_Objection.empty();
-  return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, "NO_EVENT_LOG",
+  return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, kNoEventLog,
                  fmt::format("cannot read the event log {}", file),
                  denied ? std::strerror(EACCES) : why, {"Pass another database with --database."});
 }
@@ -58,9 +58,14 @@ std::vector<LoggedEvent> EventLogClient::Record(const std::vector<PI::CEvent>& e
   return worded;
 }
 
+std::vector<LoggedEvent> EventLogClient::ReadSource(std::uint64_t sinceMs, std::size_t limit) {
+  if (m_pSource != nullptr) return m_pSource->ReadEvents(sinceMs, limit);
+  return HostKit::ReadEvents(sinceMs, limit);
+}
+
 std::vector<LoggedEvent> EventLogClient::ReadOrThrow(std::uint64_t sinceMs, std::size_t limit) {
   try {
-    return HostKit::ReadEvents(sinceMs, limit);
+    return ReadSource(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
     throw LogFailure(e.what());
   }
@@ -68,9 +73,22 @@ std::vector<LoggedEvent> EventLogClient::ReadOrThrow(std::uint64_t sinceMs, std:
 
 std::vector<LoggedEvent> EventLogClient::Read(std::uint64_t sinceMs, std::size_t limit) {
   try {
-    return HostKit::ReadEvents(sinceMs, limit);
+    return ReadSource(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
     ReportUnusable(e.what());
+  } catch (const Failure& failure) {
+    if (failure.m_Id != kNoEventLog) throw;
+    ReportUnusable(failure.m_Text);
+  }
+  return {};
+}
+
+std::vector<HostKit::EventCount> EventLogClient::Count() {
+  try {
+    return m_pSource != nullptr ? m_pSource->CountEvents() : HostKit::CountEvents();
+  } catch (const DBEXCEPTION::DatabaseException& e) {
+    m_Diagnostics.Note("DATABASE_FAILED", fmt::format("the events cannot be counted: {}", e.what()),
+                       DatabaseAdvice());
     return {};
   }
 }
@@ -78,7 +96,7 @@ std::vector<LoggedEvent> EventLogClient::Read(std::uint64_t sinceMs, std::size_t
 void EventLogClient::ReportUnusable(const std::string& why) {
   if (m_IsReportedUnusable) return;
   m_IsReportedUnusable = true;
-  m_Diagnostics.Note("NO_EVENT_LOG", fmt::format("cannot use the event log: {}", why),
+  m_Diagnostics.Note(kNoEventLog, fmt::format("cannot use the event log: {}", why),
                      DatabaseAdvice());
 }
 

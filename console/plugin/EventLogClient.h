@@ -10,11 +10,27 @@
 
 #include "console/base/Output.h"
 #include "console/model/Model.h"
+#include "hostkit/EventCounts.h"
 #include "hostkit/EventLog.h"
 
 namespace Console {
 
 using HostKit::LoggedEvent;
+
+// The id of messages about a log that cannot be used.
+constexpr const char* kNoEventLog = "NO_EVENT_LOG";
+
+// Where events are read that were logged before. The members throw `Failure` or
+// `DBEXCEPTION::DatabaseException`.
+class EventSource {
+ public:
+  virtual ~EventSource() = default;
+
+  // As `HostKit::ReadEvents`.
+  virtual std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) = 0;
+  // As `HostKit::CountEvents`.
+  virtual std::vector<HostKit::EventCount> CountEvents() = 0;
+};
 
 // A log that cannot be written or read is reported once; later failures are ignored. For one
 // thread.
@@ -24,6 +40,10 @@ class EventLogClient {
   static constexpr std::size_t kAll = 1'000'000'000;
 
   explicit EventLogClient(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
+
+  // Reads from `source` instead of this host's database; null: the database. It remains the
+  // caller's.
+  void ReadFrom(EventSource* source) { m_pSource = source; }
 
   // Remembers the objects of these ids, so that events of a removed card still have its serial
   // number.
@@ -37,6 +57,8 @@ class EventLogClient {
   std::vector<LoggedEvent> ReadOrThrow(std::uint64_t sinceMs, std::size_t limit);
   // The same, but returns no events if the log cannot be read.
   std::vector<LoggedEvent> Read(std::uint64_t sinceMs, std::size_t limit);
+  // How many events were ever logged. Reports events that cannot be counted, and returns none then.
+  std::vector<HostKit::EventCount> Count();
 
  private:
   struct Origin {
@@ -44,10 +66,12 @@ class EventLogClient {
     std::uint32_t m_ObjectType = 0;
   };
 
+  std::vector<LoggedEvent> ReadSource(std::uint64_t sinceMs, std::size_t limit);
   void ReportUnusable(const std::string& why);
 
   Diagnostics& m_Diagnostics;
   std::map<std::uint64_t, Origin> m_Origins;
+  EventSource* m_pSource = nullptr;
   bool m_IsReportedUnusable = false;
 };
 

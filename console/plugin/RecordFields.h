@@ -1,7 +1,10 @@
-// The fields of each record of the plug-in interface: the one list that reading and writing share.
+// The fields of each record of the plug-in interface and of the event log: the one list that
+// reading and writing share.
 #pragma once
 
 #include "host/PluginInterface.h"
+#include "hostkit/EventCounts.h"
+#include "hostkit/EventLog.h"
 
 namespace Console {
 
@@ -220,6 +223,32 @@ struct RecordFields<PI::CAdapterID> {
     visit("function", record.m_Function);
     visit("adapter_number", record.m_AdapterNumber);
     visit("global_number", record.m_GlobalNumber);
+  }
+};
+
+template <>
+struct RecordFields<HostKit::LoggedEvent> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("number", record.m_Number);
+    visit("time", record.m_Time);
+    visit("severity", record.m_Severity);
+    visit("event_id", record.m_EventID);
+    visit("object_id", record.m_ObjectID);
+    visit("source_name", record.m_SourceName);
+    visit("message", record.m_Message);
+    visit("serial_number", record.m_SerialNumber);
+    visit("object_type", record.m_ObjectType);
+  }
+};
+
+template <>
+struct RecordFields<HostKit::EventCount> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("event_id", record.m_EventID);
+    visit("severity", record.m_Severity);
+    visit("count", record.m_Count);
   }
 };
 

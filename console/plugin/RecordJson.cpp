@@ -329,6 +329,26 @@ PluginInfo PluginInfoFromJson(const Json& json) {
   return info;
 }
 
+Json ToJson(const HostKit::LoggedEvent& event) {
+  return Write(event);
+}
+
+HostKit::LoggedEvent LoggedEventFromJson(const Json& json) {
+  auto event = MakeDefault<HostKit::LoggedEvent>();
+  Read(json, event, {});
+  return event;
+}
+
+Json ToJson(const HostKit::EventCount& count) {
+  return Write(count);
+}
+
+HostKit::EventCount EventCountFromJson(const Json& json) {
+  auto count = MakeDefault<HostKit::EventCount>();
+  Read(json, count, {});
+  return count;
+}
+
 Json ToJson(const PI::CEvent& event) {
   return Write(event);
 }

@@ -11,6 +11,8 @@
 
 #include "console/plugin/PluginCommand.h"
 #include "console/plugin/Session.h"
+#include "hostkit/EventCounts.h"
+#include "hostkit/EventLog.h"
 
 namespace Console {
 
@@ -35,6 +37,14 @@ PluginReply ReplyFromJson(PI::_COMMAND command, const nlohmann::json& json);
 nlohmann::ordered_json ToJson(const PluginInfo& info);
 // Throws `RecordError`.
 PluginInfo PluginInfoFromJson(const nlohmann::json& json);
+
+// An entry of the event log; the reader throws `RecordError`.
+nlohmann::json ToJson(const HostKit::LoggedEvent& event);
+HostKit::LoggedEvent LoggedEventFromJson(const nlohmann::json& json);
+
+// The counts of one event; the reader throws `RecordError`.
+nlohmann::json ToJson(const HostKit::EventCount& count);
+HostKit::EventCount EventCountFromJson(const nlohmann::json& json);
 
 // An event alone.
 nlohmann::json ToJson(const PI::CEvent& event);

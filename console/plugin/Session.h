@@ -30,6 +30,9 @@ class Session {
   // The plug-in's file and numbers, as they were when the session began. Never throws `Failure`.
   virtual PluginInfo Info() const = 0;
 
+  // Whether the plug-in belongs to a service, which keeps it loaded and logs all events.
+  virtual bool IsShared() const { return false; }
+
   // False when the plug-in found no card that it supports. Reads still work and show the plug-in
   // object alone.
   virtual bool HasCards() const = 0;

@@ -11,6 +11,7 @@
 #include "base/TrustedPath.h"
 #include "console/base/StopSignals.h"
 #include "console/base/TrustedCode.h"
+#include "console/plugin/DatabaseLock.h"
 #include "console/plugin/PluginSession.h"
 #include "console/plugin/StartChecks.h"
 #include "hostkit/ConfigFile.h"
@@ -126,7 +127,9 @@ Session& Context::OpenToWait() {
 }
 
 Session& Context::Start() {
-  if (m_Factory) m_pSession = m_Factory(m_EventLog, m_Limits);
+  if (m_Factory) {
+    m_pSession = m_Factory({m_Command, m_Options, m_Diagnostics, m_EventLog, m_Limits});
+  }
   if (!m_pSession) LoadPlugin();
   m_Plugin = m_pSession->Info();
   ThrowIfStopped();
@@ -154,6 +157,7 @@ std::filesystem::path Context::PluginFile() const {
 
 void Context::LoadPlugin() {
   PrepareForPlugin();
+  RequireNoService();
   m_pSession = std::make_unique<PluginSession>(PluginFile(), m_EventLog, m_Diagnostics, m_Limits);
   ThrowIfStopped();
   if (!m_pSession->HasCards()) RequireReadableBus();

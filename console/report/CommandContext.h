@@ -20,8 +20,17 @@
 
 namespace Console {
 
+// What a session is made for. The references outlive the session.
+struct SessionRequest {
+  const std::string& m_Command;
+  const Options& m_Options;
+  Diagnostics& m_Diagnostics;
+  EventLogClient& m_EventLog;
+  const TimeLimits& m_Limits;
+};
+
 // Makes the session of a context; null: load the plug-in into this process.
-using SessionFactory = std::function<std::unique_ptr<Session>(EventLogClient&, const TimeLimits&)>;
+using SessionFactory = std::function<std::unique_ptr<Session>(const SessionRequest&)>;
 
 class Context {
  public:

@@ -7,6 +7,7 @@
 #include "console/cli/CommandTable.h"
 #include "service/CallThreads.h"
 #include "service/Collector.h"
+#include "service/EventFeed.h"
 #include "service/JobTable.h"
 #include "service/Snapshot.h"
 #include "service/api/ReplayCache.h"
@@ -20,6 +21,7 @@ struct ApiContext {
   const Console::ResultStream& m_Stream;
   const SnapshotStore& m_Store;
   const Collector& m_Collector;
+  EventFeed& m_Feed;
   JobTable& m_Jobs;
   ReplayCache& m_Replays;
   CallThreads& m_Threads;

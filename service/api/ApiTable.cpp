@@ -22,6 +22,7 @@ using Http::Method;
 
 constexpr const char* kOpenMetricsType = "application/openmetrics-text";
 constexpr const char* kTextType = "text/plain";
+constexpr const char* kEventStreamType = "text/event-stream";
 
 const ResponseRow kDocument = {200, "A document of the console.", kJsonType, "Document"};
 const ResponseRow kText = {200, "A word.", kTextType, nullptr};
@@ -40,6 +41,10 @@ const ProblemRow kNoOperation = {404, "NO_SUCH_OPERATION", "No such operation."}
 const ProblemRow kReusedKey = {422, "IDEMPOTENCY_KEY_REUSED",
                                "The Idempotency-Key was used for another request."};
 const ProblemRow kNoJob = {404, "NO_SUCH_JOB", "No such job."};
+const ProblemRow kNoLog = {500, "NO_EVENT_LOG", "The event log cannot be read."};
+const ProblemRow kInvalidEventId = {400, "EVENT_ID_INVALID",
+                                    "Last-Event-ID is not the number of an event."};
+const ProblemRow kTooManyStreams = {503, "STREAM_REFUSED", "Too many streams are open."};
 const ProblemRow kReserved = {409, "RESERVED", "Only the service may use this command."};
 
 // Problems of resources that read objects, with "fresh" in the query.
@@ -169,6 +174,14 @@ const std::vector<ApiRow> kRows = {
      {kInvalidQuery, kUsage, kDown},
      {"since", "limit"}},
     {Method::Get,
+     "/v1/events/stream",
+     Access::Read,
+     "streamEvents",
+     "server-sent events: the log after Last-Event-ID, or what is to come",
+     GetEventStream,
+     {{200, "Events of the kinds event, snapshot and gap.", kEventStreamType, nullptr}},
+     {kInvalidEventId, kTooManyStreams}},
+    {Method::Get,
      "/v1/plugin",
      Access::Read,
      "getPlugin",
@@ -193,7 +206,7 @@ const std::vector<ApiRow> kRows = {
      "the plug-in and its state",
      GetSession,
      {{200, "The state of the plug-in.", kJsonType, "SessionInfo"}},
-     {kDown}},
+     {kDown, kBusy}},
     {Method::Post,
      "/v1/session",
      Access::Read,
@@ -201,9 +214,26 @@ const std::vector<ApiRow> kRows = {
      "one command of the plug-in interface",
      PostSession,
      {{200, "What the plug-in returned.", kJsonType, "SessionReply"}},
-     {kInvalidBody, kReserved, kDown, kBusy, kTimedOut},
-     {},
+     {kInvalidBody, kInvalidQuery, kReserved, kDown, kBusy, kTimedOut},
+     {"fresh"},
      "SessionCommand"},
+    {Method::Get,
+     "/v1/session/events",
+     Access::Read,
+     "getSessionEvents",
+     "entries of the event log as records",
+     GetSessionEvents,
+     {{200, "The first entries after a number, or the newest ones.", kJsonType, "SessionEvents"}},
+     {kInvalidQuery, kNoLog, kBusy},
+     {"after", "since_ms", "limit"}},
+    {Method::Get,
+     "/v1/session/event-counts",
+     Access::Read,
+     "getSessionEventCounts",
+     "how many events were ever logged",
+     GetSessionEventCounts,
+     {{200, "The counts.", kJsonType, "SessionEventCounts"}},
+     {kNoLog, kBusy}},
 };
 
 const std::vector<ProblemRow> kCommonProblems = {

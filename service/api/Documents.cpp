@@ -10,6 +10,7 @@
 #include "service/CollectorSession.h"
 #include "service/api/ServedCommand.h"
 #include "service/api/SnapshotSession.h"
+#include "service/client/StatusTable.h"
 
 namespace Service {
 namespace {
@@ -18,27 +19,9 @@ using Console::ExitCode;
 using Console::Failure;
 using Http::Response;
 
-struct StatusRow {
-  ExitCode m_Code;
-  unsigned m_Status;
-};
-
-// The console's exit codes; all others are 500.
-constexpr StatusRow kStatuses[] = {
-    {ExitCode::Usage, 400},      {ExitCode::NoObject, 404},       {ExitCode::Refused, 409},
-    {ExitCode::Permission, 403}, {ExitCode::PluginUnusable, 503}, {ExitCode::TimedOut, 504},
-};
-
-unsigned StatusFor(ExitCode code) {
-  for (const StatusRow& row : kStatuses) {
-    if (row.m_Code == code) return row.m_Status;
-  }
-  return 500;
-}
-
 Response MakeProblem(const Failure& failure) {
   const std::string hint = failure.m_Advice.empty() ? std::string() : failure.m_Advice.front();
-  return Http::MakeProblem(StatusFor(failure.m_Code), failure.m_Id, failure.what(), hint);
+  return Http::MakeProblem(StatusOf(failure.m_Code), failure.m_Id, failure.what(), hint);
 }
 
 }  // namespace
@@ -73,9 +56,9 @@ Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Wo
 
 std::string RunOnPlugin(const ApiContext& api, const Words& words) {
   return RunCommand(api.m_Commands, words, api.m_Stream,
-                    [&api](Console::EventLogClient& eventLog, const Console::TimeLimits& limits) {
-                      return std::make_unique<CollectorSession>(api.m_Collector, api.m_Store,
-                                                                eventLog, limits);
+                    [&api](const Console::SessionRequest& request) {
+                      return std::make_unique<CollectorSession>(
+                          api.m_Collector, api.m_Store, request.m_EventLog, request.m_Limits);
                     });
 }
 

@@ -44,7 +44,7 @@ std::string RunOnSnapshot(const Console::CommandTable& commands,
     diagnostics.Note("STALE", "the plug-in is not running; values are from its last report: " +
                                   snapshot->m_Plugin.m_Reason);
   }
-  const auto open = [&snapshot](Console::EventLogClient&, const Console::TimeLimits&) {
+  const auto open = [&snapshot](const Console::SessionRequest&) {
     return std::make_unique<SnapshotSession>(snapshot);
   };
   return Run(commands, arguments, stream, open, diagnostics);

@@ -3,12 +3,17 @@
 #include <fmt/format.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "console/base/Number.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/plugin/RecordJson.h"
+#include "host/Database.h"
 #include "hostkit/Texts.h"
 #include "service/Log.h"
 #include "service/api/Documents.h"
@@ -90,10 +95,11 @@ Console::Deadline DeadlineOf(const PluginCommand& command, std::chrono::millisec
   return isFormat ? Console::Deadline() : Console::Deadline(timeout);
 }
 
+// The reply to a change comes when reads see it.
 Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
   const Collector& collector = api.m_Collector;
   const auto reply = collector.Call(command, DeadlineOf(command, api.m_CallTimeout));
-  collector.RequestRefresh();
+  if (IsChange(command)) collector.Refresh(Console::Deadline(api.m_FreshTimeout));
   if (!reply && !collector.IsRunning()) {
     return MakeProblem(503, "PLUGIN_DOWN", "the plug-in is not running");
   }
@@ -104,18 +110,76 @@ Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
   return MakeReply(*reply);
 }
 
+// A read of the cards as they are now, not as they were when they were last read.
+Response ReadFresh(const ApiContext& api, const PluginCommand& command) {
+  if (!api.m_Collector.Refresh(Console::Deadline(api.m_FreshTimeout))) {
+    if (!api.m_Collector.IsRunning()) return MakeDownProblem(api.m_Store.Get()->m_Plugin);
+    return MakeProblem(504, "TIMED_OUT", "the cards have not been read in time");
+  }
+  const auto reply = ReadSnapshot(*api.m_Store.Get(), command);
+  return reply ? MakeReply(*reply) : CallPlugin(api, command);
+}
+
+Response SessionInfo(const ApiContext& api, const Snapshot& snapshot) {
+  const PluginState& plugin = snapshot.m_Plugin;
+  if (!snapshot.HasReport()) return MakeDownProblem(plugin);
+  return MakeJson(200, {{"plugin", Console::ToJson(snapshot.m_Info)},
+                        {"up", plugin.m_IsUp},
+                        {"reason", plugin.m_Reason},
+                        {"has_cards", snapshot.m_HasCards},
+                        {"lost_threads", plugin.m_LostThreads},
+                        {"start_seconds", plugin.m_StartDuration.count()},
+                        {"newest_event", api.m_Feed.Newest()}});
+}
+
+bool IsStarting(const Snapshot& snapshot) {
+  return !snapshot.HasReport() && snapshot.m_Plugin.m_Reason.empty();
+}
+
+// When the first start of the plug-in has ended.
+Response AwaitSession(const ApiContext& api) {
+  const Console::Deadline deadline(api.m_FreshTimeout);
+  SnapshotPtr snapshot = api.m_Store.Get();
+  while (IsStarting(*snapshot) && !deadline.IsOver()) {
+    snapshot = api.m_Store.AwaitNewer(snapshot->m_Number, deadline);
+  }
+  return SessionInfo(api, *snapshot);
+}
+
+// The number in the query, or `otherwise` without it. Empty if it is not one.
+std::optional<std::uint64_t> QueryNumber(const Http::Request& request, const char* name,
+                                         std::uint64_t otherwise) {
+  const std::string* const text = Http::Find(request.m_Query, name);
+  return text == nullptr ? otherwise : Console::ReadNumber<std::uint64_t>(*text);
+}
+
+// Clients must not see an event before the stream has it.
+Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>& events) {
+  Json json = {{"newest", newest}, {"events", Json::array()}};
+  for (const HostKit::LoggedEvent& event : events) {
+    if (event.m_Number <= newest) json["events"].push_back(Console::ToJson(event));
+  }
+  return Http::MakeResponse(200, kJsonType, JsonText(json));
+}
+
+// The response of `read`, or a problem if the log cannot be read.
+Http::Reply ReadLogLater(const ApiContext& api, std::function<Response()> read) {
+  return AnswerLater(api, [read = std::move(read)] {
+    try {
+      return read();
+    } catch (const DBEXCEPTION::DatabaseException& failure) {
+      return MakeProblem(500, Console::kNoEventLog,
+                         std::string("cannot read the event log: ") + failure.what());
+    }
+  });
+}
+
 }  // namespace
 
 Http::Reply GetSession(const ApiContext& api, const Http::Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
-  const PluginState& plugin = snapshot->m_Plugin;
-  if (!snapshot->HasReport()) return MakeDownProblem(plugin);
-  return MakeJson(200, {{"plugin", Console::ToJson(snapshot->m_Info)},
-                        {"up", plugin.m_IsUp},
-                        {"reason", plugin.m_Reason},
-                        {"has_cards", snapshot->m_HasCards},
-                        {"lost_threads", plugin.m_LostThreads},
-                        {"start_seconds", plugin.m_StartDuration.count()}});
+  if (!IsStarting(*snapshot)) return SessionInfo(api, *snapshot);
+  return AnswerLater(api, [&api] { return AwaitSession(api); });
 }
 
 Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
@@ -136,10 +200,47 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   }
   const SnapshotPtr snapshot = api.m_Store.Get();
   if (!snapshot->HasReport()) return MakeDownProblem(snapshot->m_Plugin);
+  const bool isFresh = Http::Find(request.m_Query, "fresh") != nullptr && !IsChange(command);
+  if (isFresh) return AnswerLater(api, [&api, command] { return ReadFresh(api, command); });
   if (const auto reply = ReadSnapshot(*snapshot, command)) return MakeReply(*reply);
   if (IsChange(command)) LogChange(request.m_Peer, ChangeText(command));
   return AnswerLater(api,
                      [&api, command = std::move(command)] { return CallPlugin(api, command); });
+}
+
+Http::Reply GetSessionEvents(const ApiContext& api, const Http::Request& request) {
+  const auto after = QueryNumber(request, "after", 0);
+  const auto since = QueryNumber(request, "since_ms", 0);
+  const auto limit = QueryNumber(request, "limit", Console::EventLogClient::kAll);
+  const bool isAfter = Http::Find(request.m_Query, "after") != nullptr;
+  if (!after || !since || !limit) {
+    return MakeProblem(400, "QUERY_INVALID", "after, since_ms and limit are numbers");
+  }
+  return ReadLogLater(api, [&api, isAfter, after = static_cast<std::int64_t>(*after),
+                            since = *since, limit = *limit] {
+    const std::int64_t newest = api.m_Feed.Newest();
+    return EventsUpTo(newest, isAfter ? HostKit::ReadEventsAfter(after, limit)
+                                      : HostKit::ReadEvents(since, limit));
+  });
+}
+
+Http::Reply GetSessionEventCounts(const ApiContext& api, const Http::Request&) {
+  return ReadLogLater(api, [] {
+    Json counts = Json::array();
+    for (const HostKit::EventCount& each : HostKit::CountEvents()) {
+      counts.push_back(Console::ToJson(each));
+    }
+    return Http::MakeResponse(200, kJsonType, JsonText(Json{{"counts", counts}}));
+  });
+}
+
+// Without Last-Event-ID, the events to come.
+Http::Reply GetEventStream(const ApiContext& api, const Http::Request& request) {
+  const std::string* const after = Http::Find(request.m_Headers, "last-event-id");
+  if (after == nullptr) return api.m_Feed.Open(std::nullopt);
+  const auto number = Console::ReadNumber<std::int64_t>(*after);
+  if (number && *number >= 0) return api.m_Feed.Open(number);
+  return MakeProblem(400, "EVENT_ID_INVALID", "Last-Event-ID is not the number of an event");
 }
 
 }  // namespace Service

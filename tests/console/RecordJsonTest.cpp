@@ -309,6 +309,36 @@ TEST(RecordJson, LimitsNesting) {
   EXPECT_THAT(WhyRejected(Nested(6)), testing::EndsWith(": nested too deeply"));
 }
 
+TEST(RecordJson, EveryFieldOfAnEntryOfTheLogArrives) {
+  HostKit::LoggedEvent event{};
+  event.m_Number = -1;
+  event.m_Time = 18446744073709551615UL;
+  event.m_Severity = 3;
+  event.m_EventID = 4294967295U;
+  event.m_ObjectID = 5;
+  event.m_SourceName = "A\xff";
+  event.m_Message = "message";
+  event.m_SerialNumber = "S100";
+  event.m_ObjectType = 19038;
+  const json sent = ToJson(event);
+  const json expected = {{"number", -1},         {"time", 18446744073709551615UL},
+                         {"severity", 3},        {"event_id", 4294967295U},
+                         {"object_id", 5},       {"source_name", {{"hex", "41ff"}}},
+                         {"message", "message"}, {"serial_number", "S100"},
+                         {"object_type", 19038}};
+  EXPECT_EQ(expected, sent);
+  EXPECT_EQ(sent, ToJson(Console::LoggedEventFromJson(sent)));
+  EXPECT_THROW(Console::LoggedEventFromJson({{"number", "1"}}), RecordError);
+}
+
+TEST(RecordJson, EveryFieldOfACountArrives) {
+  const json sent = ToJson(HostKit::EventCount{10967, 3, 7});
+  const json expected = {{"event_id", 10967}, {"severity", 3}, {"count", 7}};
+  EXPECT_EQ(expected, sent);
+  EXPECT_EQ(sent, ToJson(Console::EventCountFromJson(sent)));
+  EXPECT_THROW(Console::EventCountFromJson({{"number", 1}}), RecordError);
+}
+
 TEST(RecordJson, RejectsAnEventWithTooFewPlaces) {
   EXPECT_THROW(EventFromJson({{"place_holders", {"one"}}}), RecordError);
 }

@@ -142,6 +142,26 @@ TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndTriesAgain) {
   EXPECT_THAT(snapshot->m_Plugin.m_Reason, testing::HasSubstr("missing.so"));
 }
 
+TEST_F(Collector, ReadsTheCardsAfterARequest) {
+  m_Host.AddCard();
+  Service::CollectorSettings settings = Settings();
+  settings.m_RefreshInterval = kTimeout;
+  Start(settings);
+  AwaitObjects(3);
+  for (int i = 0; i < 20; ++i) {
+    const std::uint64_t before = m_Store.Get()->m_Refreshes;
+    ASSERT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
+    EXPECT_EQ(before + 1, m_Store.Get()->m_Refreshes);
+  }
+}
+
+TEST_F(Collector, CannotReadTheCardsWithoutAPlugin) {
+  Service::CollectorSettings settings = Settings();
+  settings.m_PluginFile = m_Host.Folder() / "missing.so";
+  Start(settings);
+  EXPECT_FALSE(m_pCollector->Refresh(Deadline(kTimeout)));
+}
+
 TEST_F(Collector, LogsTheEventsOfTheCards) {
   const std::string card = m_Host.AddCard();
   Start(Settings());

@@ -41,6 +41,17 @@ TEST(SnapshotStore, WaitsForANewerSnapshot) {
   publisher.join();
 }
 
+TEST(SnapshotStore, CallsAfterEachSnapshot) {
+  SnapshotStore store;
+  std::uint64_t seen = 0;
+  store.OnPublish([&] { seen = store.Get()->m_Number; });
+  store.Publish(WithReason("first"));
+  EXPECT_EQ(1U, seen);
+  store.OnPublish(nullptr);
+  store.Publish(WithReason("second"));
+  EXPECT_EQ(1U, seen);
+}
+
 TEST(SnapshotStore, GivesUpAtTheDeadline) {
   SnapshotStore store;
   store.Publish(WithReason("first"));

@@ -1,0 +1,94 @@
+#include "console/commands/ConnectToService.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "service/client/DefaultSocket.h"
+#include "service/client/ServiceFailure.h"
+#include "service/client/ServiceSession.h"
+
+namespace Console {
+namespace {
+
+using Paths = std::vector<std::filesystem::path>;
+
+// A service has its own plug-in, cards, database and trace.
+constexpr const char* kDirectOptions[] = {"--direct",   "--plugin", "--simulate",
+                                          "--database", "--trace",  "--trace-file"};
+
+// Their result must not be taken for the present one.
+constexpr const char* kNeedsPlugin[] = {"check", "metrics", "wait"};
+
+// The option that asks for a plug-in in this process, or null.
+const char* DirectOption(const Options& options) {
+  const auto* const found =
+      std::find_if(std::begin(kDirectOptions), std::end(kDirectOptions),
+                   [&](const char* name) { return options.m_Given.count(name) > 0; });
+  return found == std::end(kDirectOptions) ? nullptr : *found;
+}
+
+void RequireNoDirectOption(const Options& options) {
+  const char* const name = DirectOption(options);
+  if (name == nullptr) return;
+  throw UsageFailure(fmt::format("--socket cannot be combined with {}", name),
+                     {"With --socket, the command uses the plug-in of the service."});
+}
+
+// Those that exist: without a file nothing listens.
+Paths DefaultSockets() {
+  Paths existing;
+  for (const std::filesystem::path& path : Service::ClientSockets()) {
+    std::error_code ignored;
+    if (std::filesystem::exists(path, ignored)) existing.push_back(path);
+  }
+  return existing;
+}
+
+void RequirePlugin(const SessionRequest& request, const Service::ServiceSession& session) {
+  if (session.IsPluginUp()) return;
+  if (std::count(std::begin(kNeedsPlugin), std::end(kNeedsPlugin), request.m_Command) > 0) {
+    throw Failure(ExitCode::PluginUnusable, "PLUGIN_DOWN", "the plug-in of the service is down",
+                  session.Reason());
+  }
+  request.m_Diagnostics.Note(
+      "STALE", fmt::format("the plug-in is not running; values are from its last report: {}",
+                           session.Reason()));
+}
+
+std::unique_ptr<Session> Connect(const SessionRequest& request, const std::filesystem::path& path) {
+  auto session =
+      std::make_unique<Service::ServiceSession>(path, request.m_EventLog, request.m_Limits);
+  if (request.m_Options.m_Verbose) {
+    request.m_Diagnostics.Note("SERVICE", fmt::format("using the service at {}", path.string()));
+  }
+  RequirePlugin(request, *session);
+  return session;
+}
+
+}  // namespace
+
+std::unique_ptr<Session> ConnectToService(const SessionRequest& request) {
+  const Options& options = request.m_Options;
+  if (!options.m_Socket.empty()) {
+    RequireNoDirectOption(options);
+    return Connect(request, options.m_Socket);
+  }
+  if (DirectOption(options) != nullptr) return nullptr;
+  for (const std::filesystem::path& path : DefaultSockets()) {
+    try {
+      return Connect(request, path);
+    } catch (const Failure& failure) {
+      if (failure.m_Id != Service::kNoService) throw;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace Console

@@ -1,0 +1,150 @@
+#include "console/plugin/DatabaseLock.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "base/TrustRules.h"
+#include "base/TrustedFolder.h"
+#include "console/base/Deadline.h"
+#include "console/base/Failure.h"
+#include "hostkit/Paths.h"
+
+namespace Console {
+namespace {
+
+constexpr const char* kInMemory = ":memory:";
+constexpr const char* kSuffix = "-service";
+
+// A command tests the lock by taking it for a moment.
+constexpr std::chrono::milliseconds kTestTime(1000);
+constexpr std::chrono::milliseconds kPause(20);
+
+// Exactly one of these holds: the file is open; there is an objection; there is an error.
+struct LockFile {
+  std::string m_Name;  // as messages show it
+  Base::Descriptor m_File;
+  std::string m_Objection;
+  int m_Error = 0;
+};
+
+// What is wrong with the open file, if anything.
+std::string ObjectionTo(const Base::TrustedFolder& folder, const Base::Descriptor& file) {
+  struct stat status = {};
+  if (fstat(file.Get(), &status) != 0) return std::strerror(errno);
+  if (!S_ISREG(status.st_mode)) return "is not a regular file";
+  return Base::ObjectionToFile(folder.m_IsWritableByOthers, status, geteuid());
+}
+
+// The same file for all paths that lead to a database. Others must not open it: whoever can could
+// hold the lock.
+LockFile OpenLock(const std::string& database, int flags) {
+  Base::OpenFolderOptions options;
+  options.m_CreatesFolders = (flags & O_CREAT) != 0;
+  const Base::TrustedFolder folder = Base::OpenFolderOf(database, options);
+  LockFile lock = {database + kSuffix, Base::Descriptor(), folder.m_Objection, folder.m_Error};
+  if (!folder.m_Folder.IsOpen()) return lock;
+  lock.m_File = Base::OpenAt(folder.m_Folder.Get(), folder.m_Name + kSuffix,
+                             flags | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
+  if (!lock.m_File.IsOpen()) lock.m_Error = errno;
+  if (lock.m_File.IsOpen()) lock.m_Objection = ObjectionTo(folder, lock.m_File);
+  if (!lock.m_Objection.empty()) lock.m_File.Close();
+  return lock;
+}
+
+// The process in the first line, its socket in the rest.
+LockHolder ReadHolder(const LockFile& lock) {
+  constexpr std::size_t kLimit = 8192;
+  LockHolder holder;
+  std::string text;
+  if (lseek(lock.m_File.Get(), 0, SEEK_SET) != 0) return holder;
+  Base::ReadAll(lock.m_File, kLimit, text);
+  const auto line = text.find('\n');
+  if (line == std::string::npos) return holder;
+  std::from_chars(text.data(), text.data() + line, holder.m_Process);
+  holder.m_Socket = text.substr(line + 1, text.find('\n', line + 1) - line - 1);
+  return holder;
+}
+
+std::string NameOf(const LockHolder& holder) {
+  if (holder.m_Process < 0) return "a service";
+  return fmt::format("the service with process id {}", holder.m_Process);
+}
+
+Failure HeldFailure(const std::string& what, const std::string& database, const LockHolder& holder,
+                    std::vector<std::string> advice) {
+  return Failure(ExitCode::Refused, "DATABASE_HELD", what,
+                 fmt::format("{} uses the database {}", NameOf(holder), database),
+                 std::move(advice));
+}
+
+std::vector<std::string> AdviceForDirect(const LockHolder& holder) {
+  std::vector<std::string> advice;
+  if (!holder.m_Socket.empty()) {
+    advice.push_back(fmt::format("Use the service: --socket {}", holder.m_Socket));
+  }
+  advice.emplace_back("Or stop it, or pass another database with --database.");
+  return advice;
+}
+
+Failure UnusableFailure(const LockFile& lock) {
+  const bool denied = !lock.m_Objection.empty() || lock.m_Error == EACCES || lock.m_Error == EPERM;
+  return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "LOCK_UNUSABLE",
+                 fmt::format("cannot lock {}", lock.m_Name),
+                 lock.m_Objection.empty() ? std::strerror(lock.m_Error) : lock.m_Objection,
+                 {"Pass another database with --database."});
+}
+
+bool Lock(const Base::Descriptor& file, const Deadline& deadline) {
+  while (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK || deadline.IsOver()) return false;
+    std::this_thread::sleep_for(kPause);
+  }
+  return true;
+}
+
+}  // namespace
+
+DatabaseLock::DatabaseLock(const std::filesystem::path& socket) {
+  const std::string database = HostKit::DatabaseFile().string();
+  if (database == kInMemory) return;
+  LockFile lock = OpenLock(database, O_RDWR | O_CREAT);
+  if (!lock.m_File.IsOpen()) throw UnusableFailure(lock);
+  if (!Lock(lock.m_File, Deadline(kTestTime))) {
+    throw HeldFailure("cannot serve", database, ReadHolder(lock),
+                      {"Stop it first, or pass another database with --database."});
+  }
+  const std::string holder = fmt::format("{}\n{}\n", getpid(), socket.string());
+  if (ftruncate(lock.m_File.Get(), 0) != 0) lock.m_Error = errno;
+  if (lock.m_Error == 0) lock.m_Error = Base::WriteAll(lock.m_File, holder);
+  if (lock.m_Error != 0) throw UnusableFailure(lock);
+  m_File = std::move(lock.m_File);
+}
+
+std::optional<LockHolder> FindLockHolder() {
+  const std::string database = HostKit::DatabaseFile().string();
+  if (database == kInMemory) return std::nullopt;
+  const LockFile lock = OpenLock(database, O_RDONLY);
+  // Without the file there is no service; the database reports what is wrong with its folder.
+  if (!lock.m_File.IsOpen()) return std::nullopt;
+  if (flock(lock.m_File.Get(), LOCK_SH | LOCK_NB) == 0) return std::nullopt;
+  return ReadHolder(lock);
+}
+
+void RequireNoService() {
+  const auto holder = FindLockHolder();
+  if (!holder) return;
+  throw HeldFailure("cannot load the plug-in", HostKit::DatabaseFile().string(), *holder,
+                    AdviceForDirect(*holder));
+}
+
+}  // namespace Console

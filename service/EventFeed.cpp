@@ -1,0 +1,270 @@
+#include "service/EventFeed.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "console/base/Timestamp.h"
+#include "console/model/Model.h"
+#include "console/render/CommandResult.h"
+#include "console/report/EventMatcher.h"
+#include "console/report/EventRows.h"
+#include "host/Database.h"
+
+namespace Service {
+namespace {
+
+using Console::Json;
+using HostKit::LoggedEvent;
+
+// More than a part and a few heartbeats.
+constexpr std::size_t kStreamBytes = 1U << 20U;
+
+std::string Message(const char* event, std::int64_t number, const std::string& line) {
+  return "id: " + std::to_string(number) + "\nevent: " + event + "\ndata: " + line + "\n\n";
+}
+
+// Writes events as `events -o jsonl` does, with the objects of one snapshot.
+class Writer {
+ public:
+  explicit Writer(const Snapshot& snapshot)
+      : m_Envelope{"events", std::nullopt, {}, Console::ExitCode::Done},
+        m_Model(snapshot.m_Objects),
+        m_Matcher(m_Model) {
+    if (snapshot.HasReport()) m_Envelope.m_Plugin = snapshot.m_Info;
+  }
+
+  std::string Write(const LoggedEvent& event) const {
+    const Json row = Console::EventJson(m_Matcher.Find(event), event);
+    std::string line = Console::RenderEnvelope({{"events", Json::array({row})}}, m_Envelope, true);
+    line.pop_back();  // the end of the line
+    return Message("event", event.m_Number, line);
+  }
+
+ private:
+  Console::Envelope m_Envelope;
+  const Console::Model m_Model;
+  const Console::EventMatcher m_Matcher;
+};
+
+std::string SnapshotMessage(const Snapshot& snapshot, std::int64_t number) {
+  using std::chrono::milliseconds;
+  const auto observed =
+      std::chrono::duration_cast<milliseconds>(snapshot.m_ObservedAt.time_since_epoch());
+  Json json = {{"number", snapshot.m_Number}};
+  json["observed_at"] = nullptr;
+  if (snapshot.HasReport()) {
+    json["observed_at"] = Console::TimeText(static_cast<std::uint64_t>(observed.count()));
+  }
+  json["up"] = snapshot.m_Plugin.m_IsUp;
+  return Message("snapshot", number, json.dump());
+}
+
+// The first event that is left is the next one to be sent.
+std::string GapMessage(std::int64_t after, std::int64_t first) {
+  const Json json = {{"after", after}, {"first", first}};
+  return Message("gap", first - 1, json.dump());
+}
+
+}  // namespace
+
+EventFeed::EventFeed(SnapshotStore& store, EventFeedSettings settings)
+    : m_Settings(settings), m_Store(store) {
+  try {
+    m_Newest = m_BeforeRecent = HostKit::ReadEventNumbers().m_Newest;
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    // With the first snapshot it may work: those who wait then get the whole log.
+  }
+  store.OnPublish([this] {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_HasWork = true;
+    m_Changed.notify_all();
+  });
+  m_Thread = std::thread(&EventFeed::Run, this);
+}
+
+EventFeed::~EventFeed() {
+  m_Store.OnPublish(nullptr);
+  {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_IsStopping = true;
+  }
+  m_Changed.notify_all();
+  m_Thread.join();
+}
+
+std::int64_t EventFeed::Newest() const {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return m_Newest;
+}
+
+// The callbacks do not own the reader, which owns the stream, which owns them.
+std::shared_ptr<Http::Stream> EventFeed::Open(std::optional<std::int64_t> after) {
+  auto reader = std::make_shared<Reader>();
+  reader->m_Stream = std::make_shared<Http::Stream>(kStreamBytes);
+  reader->m_After = after;
+  const std::weak_ptr<Reader> weak = reader;
+  reader->m_Stream->OnDrained([this, weak] { Wake(weak); });
+  reader->m_Stream->OnEnd([this, weak] { Remove(weak); });
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_Readers.push_back(reader);
+  m_HasWork = true;
+  m_Changed.notify_all();
+  return reader->m_Stream;
+}
+
+void EventFeed::Wake(const std::weak_ptr<Reader>& reader) {
+  const ReaderPtr owned = reader.lock();
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  if (owned != nullptr) owned->m_HasTaken = true;
+  m_HasWork = true;
+  m_Changed.notify_all();
+}
+
+void EventFeed::Remove(const std::weak_ptr<Reader>& reader) {
+  const ReaderPtr owned = reader.lock();
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_Readers.erase(std::remove(m_Readers.begin(), m_Readers.end(), owned), m_Readers.end());
+}
+
+std::vector<EventFeed::ReaderPtr> EventFeed::Readers() const {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return m_Readers;
+}
+
+// Whether the reader has taken everything, so that more may be sent. It has not afterwards.
+bool EventFeed::TakeTurn(Reader& reader) {
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  return std::exchange(reader.m_HasTaken, false);
+}
+
+// False when the feed has to stop.
+bool EventFeed::Await(Clock::time_point until) {
+  std::unique_lock<std::mutex> lock(m_Lock);
+  m_Changed.wait_until(lock, until, [this] { return m_HasWork || m_IsStopping; });
+  m_HasWork = false;
+  return !m_IsStopping;
+}
+
+void EventFeed::Run() {
+  auto beat = Clock::now() + m_Settings.m_Heartbeat;
+  std::uint64_t seen = 0;
+  while (Await(beat)) {
+    const SnapshotPtr snapshot = m_Store.Get();
+    if (snapshot->m_Number != seen) ReadNews(snapshot);
+    seen = snapshot->m_Number;
+    const bool isBeat = Clock::now() >= beat;
+    if (isBeat) beat = Clock::now() + m_Settings.m_Heartbeat;
+    for (const ReaderPtr& reader : Readers()) {
+      if (isBeat) Beat(*reader);
+      Serve(*reader, snapshot);
+    }
+  }
+}
+
+// If the log cannot be read, the next snapshot is the next chance.
+void EventFeed::ReadNews(const SnapshotPtr& snapshot) {
+  try {
+    ForgetLostLog();
+    const Writer writer(*snapshot);
+    for (;;) {
+      const auto events = HostKit::ReadEventsAfter(m_Newest, m_Settings.m_EventsPerPart);
+      if (events.empty()) return;
+      for (const LoggedEvent& event : events) {
+        m_Recent.push_back({event.m_Number, writer.Write(event)});
+      }
+      while (m_Recent.size() > m_Settings.m_RecentEvents) {
+        m_BeforeRecent = m_Recent.front().m_Number;
+        m_Recent.pop_front();
+      }
+      const std::lock_guard<std::mutex> lock(m_Lock);
+      m_Newest = events.back().m_Number;
+    }
+  } catch (const DBEXCEPTION::DatabaseException&) {
+  }
+}
+
+// A database that was replaced numbers its events from 1 again.
+void EventFeed::ForgetLostLog() {
+  if (HostKit::ReadEventNumbers().m_Newest >= m_Newest) return;
+  m_Recent.clear();
+  m_BeforeRecent = 0;
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  m_Newest = 0;
+}
+
+void EventFeed::Serve(Reader& reader, const SnapshotPtr& snapshot) {
+  if (!TakeTurn(reader)) return;
+  reader.m_Missed = 0;
+  std::string part;
+  try {
+    part = NextPart(reader, snapshot);
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    reader.m_Stream->Abort();  // it can resume when the log can be read again
+    return;
+  }
+  if (!part.empty()) {
+    reader.m_Stream->Send(part);
+    return;
+  }
+  const std::lock_guard<std::mutex> lock(m_Lock);
+  reader.m_HasTaken = true;  // nothing was sent
+}
+
+// The snapshot follows the events that it belongs to.
+std::string EventFeed::NextPart(Reader& reader, const SnapshotPtr& snapshot) {
+  if (!reader.m_After) reader.m_After = m_Newest;
+  std::string part;
+  const bool isRecent = *reader.m_After >= m_BeforeRecent && *reader.m_After <= m_Newest;
+  if (*reader.m_After != m_Newest) {
+    part = isRecent ? RecentPart(reader) : OlderPart(reader, snapshot);
+  }
+  if (*reader.m_After == m_Newest && reader.m_Snapshot != snapshot->m_Number) {
+    part += SnapshotMessage(*snapshot, m_Newest);
+    reader.m_Snapshot = snapshot->m_Number;
+  }
+  return part;
+}
+
+std::string EventFeed::RecentPart(Reader& reader) const {
+  const auto isBefore = [](std::int64_t number, const Line& line) {
+    return number < line.m_Number;
+  };
+  auto next = std::upper_bound(m_Recent.begin(), m_Recent.end(), *reader.m_After, isBefore);
+  std::string part;
+  for (std::size_t i = 0; i < m_Settings.m_EventsPerPart && next != m_Recent.end(); ++i, ++next) {
+    part += next->m_Text;
+    reader.m_After = next->m_Number;
+  }
+  return part;
+}
+
+// A number that the log has not reached belongs to an earlier database.
+std::string EventFeed::OlderPart(Reader& reader, const SnapshotPtr& snapshot) const {
+  const std::int64_t oldest = std::max<std::int64_t>(HostKit::ReadEventNumbers().m_Oldest, 1);
+  std::string part;
+  if (*reader.m_After < oldest - 1 || *reader.m_After > m_Newest) {
+    part = GapMessage(*reader.m_After, oldest);
+    reader.m_After = oldest - 1;
+  }
+  const Writer writer(*snapshot);
+  for (const LoggedEvent& event :
+       HostKit::ReadEventsAfter(*reader.m_After, m_Settings.m_EventsPerPart)) {
+    if (event.m_Number > m_Newest) break;
+    part += writer.Write(event);
+    reader.m_After = event.m_Number;
+  }
+  return part;
+}
+
+// To a client that has not taken the last part it would only add to what waits.
+void EventFeed::Beat(Reader& reader) {
+  if (reader.m_Missed >= m_Settings.m_MissedHeartbeats) return reader.m_Stream->Abort();
+  ++reader.m_Missed;
+  if (TakeTurn(reader)) {
+    reader.m_Missed = 0;
+    reader.m_Stream->Send(":\n\n");
+  }
+}
+
+}  // namespace Service

@@ -1,0 +1,107 @@
+// The event log and the snapshots as server-sent events.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "hostkit/EventLog.h"
+#include "service/Snapshot.h"
+#include "service/http/Stream.h"
+
+namespace Service {
+
+struct EventFeedSettings {
+  std::chrono::milliseconds m_Heartbeat{15000};  // between comments that keep a connection alive
+  // A client that has taken nothing for so many heartbeats is cut.
+  unsigned m_MissedHeartbeats = 2;
+  std::size_t m_RecentEvents = 1000;  // how many are kept in memory
+  std::size_t m_EventsPerPart = 100;  // how many of older ones are sent at a time
+};
+
+// Sends each stream every event of the log in order, each once: first those that it has not seen,
+// then new ones as soon as the snapshot that follows them is published. One thread does all of it,
+// and is the only one that reads the log, so nothing can come between the two.
+//
+//     id: 7                 the number in the log
+//     event: event          data: the document of `events -o jsonl`
+//     event: snapshot       data: {"number", "observed_at", "up"}; the newest, also at the start
+//     event: gap            data: {"after", "first"}: the log has no events before `first` any more
+class EventFeed {
+ public:
+  // The store must outlive the feed.
+  explicit EventFeed(SnapshotStore& store, EventFeedSettings settings = {});
+  // All streams must have ended.
+  ~EventFeed();
+  EventFeed(const EventFeed&) = delete;
+  EventFeed& operator=(const EventFeed&) = delete;
+
+  // The number of the newest event that streams get, 0 if there is none. Any thread.
+  std::int64_t Newest() const;
+  // How many streams have not ended. Any thread.
+  std::size_t Count() const { return Readers().size(); }
+  // A stream of the events after that number; without it, of those to come. Any thread.
+  std::shared_ptr<Http::Stream> Open(std::optional<std::int64_t> after);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  struct Reader {
+    std::shared_ptr<Http::Stream> m_Stream;
+    std::optional<std::int64_t>
+        m_After;  // of the newest event sent; empty: it starts at the newest
+
+    bool m_HasTaken = true;  // everything that was sent; guarded by `m_Lock`
+
+    // Used only by the thread.
+    std::optional<std::uint64_t> m_Snapshot;  // the number of the one sent last
+    unsigned m_Missed = 0;                    // heartbeats since it has taken everything
+  };
+  using ReaderPtr = std::shared_ptr<Reader>;
+
+  // An event as it is sent.
+  struct Line {
+    std::int64_t m_Number;
+    std::string m_Text;
+  };
+
+  void Run();
+  bool Await(Clock::time_point until);
+  void ReadNews(const SnapshotPtr& snapshot);
+  void ForgetLostLog();
+  void Serve(Reader& reader, const SnapshotPtr& snapshot);
+  std::string NextPart(Reader& reader, const SnapshotPtr& snapshot);
+  std::string RecentPart(Reader& reader) const;
+  std::string OlderPart(Reader& reader, const SnapshotPtr& snapshot) const;
+  void Beat(Reader& reader);
+  std::vector<ReaderPtr> Readers() const;
+  bool TakeTurn(Reader& reader);
+  void Wake(const std::weak_ptr<Reader>& reader);
+  void Remove(const std::weak_ptr<Reader>& reader);
+
+  const EventFeedSettings m_Settings;
+  SnapshotStore& m_Store;
+
+  mutable std::mutex m_Lock;  // guards the members below
+  std::condition_variable m_Changed;
+  std::vector<ReaderPtr> m_Readers;
+  bool m_HasWork = true;
+  bool m_IsStopping = false;
+  std::int64_t m_Newest = 0;  // changed only by the thread
+
+  // Used only by the thread.
+  std::deque<Line> m_Recent;        // the newest events, without a hole
+  std::int64_t m_BeforeRecent = 0;  // the number before the first of them
+
+  std::thread m_Thread;
+};
+
+}  // namespace Service

@@ -1,0 +1,51 @@
+#include "service/client/CurlHandles.h"
+
+namespace Service {
+namespace {
+
+// Not thread-safe by itself. TLS is not used.
+void InitializeOnce() {
+  static const CURLcode code = curl_global_init(CURL_GLOBAL_NOTHING);
+  if (code != CURLE_OK) throw std::bad_alloc();
+}
+
+}  // namespace
+
+EasyHandle MakeEasy(const std::filesystem::path& socket) {
+  InitializeOnce();
+  EasyHandle easy(curl_easy_init());
+  if (!easy) throw std::bad_alloc();
+  SetOption(easy, CURLOPT_UNIX_SOCKET_PATH, socket.c_str());
+  SetOption(easy, CURLOPT_NOPROXY, "*");
+  SetOption(easy, CURLOPT_NOSIGNAL, 1L);
+  SetOption(easy, CURLOPT_PROTOCOLS_STR, "http");
+  SetOption(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  SetOption(easy, CURLOPT_USERAGENT, "corvane-host");
+  return easy;
+}
+
+MultiHandle MakeMulti() {
+  InitializeOnce();
+  MultiHandle multi(curl_multi_init());
+  if (!multi) throw std::bad_alloc();
+  return multi;
+}
+
+HeaderList MakeHeaders(const std::string& only) {
+  HeaderList list(curl_slist_append(nullptr, only.c_str()));
+  if (!list) throw std::bad_alloc();
+  return list;
+}
+
+std::string UrlOf(const std::string& path) {
+  return "http://service" + path;
+}
+
+std::optional<CURLcode> TakeResult(const MultiHandle& multi) {
+  int others = 0;
+  const CURLMsg* const message = curl_multi_info_read(multi.get(), &others);
+  if (message == nullptr || message->msg != CURLMSG_DONE) return std::nullopt;
+  return message->data.result;
+}
+
+}  // namespace Service

@@ -1,0 +1,29 @@
+#include "service/client/DefaultSocket.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+namespace Service {
+namespace {
+
+constexpr const char* kOfRoot = "/run/corvane/corvane.sock";
+
+}  // namespace
+
+std::filesystem::path DefaultSocket() {
+  if (const char* const socket = secure_getenv("CORVANE_SOCKET")) return socket;
+  if (geteuid() == 0) return kOfRoot;
+  const char* const folder = secure_getenv("XDG_RUNTIME_DIR");
+  return folder == nullptr ? std::filesystem::path()
+                           : std::filesystem::path(folder) / "corvane" / "corvane.sock";
+}
+
+std::vector<std::filesystem::path> ClientSockets() {
+  std::vector<std::filesystem::path> sockets;
+  const std::filesystem::path own = DefaultSocket();
+  if (!own.empty()) sockets.push_back(own);
+  if (secure_getenv("CORVANE_SOCKET") == nullptr && own != kOfRoot) sockets.emplace_back(kOfRoot);
+  return sockets;
+}
+
+}  // namespace Service

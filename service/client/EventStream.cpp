@@ -1,0 +1,110 @@
+#include "service/client/EventStream.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "console/base/Deadline.h"
+#include "console/base/Failure.h"
+#include "service/client/HttpClient.h"
+#include "service/client/ServiceFailure.h"
+
+namespace Service {
+
+// Members are destroyed in the opposite order, the transfer first.
+struct EventStream::Connection {
+  Connection(const std::filesystem::path& socket, std::int64_t after)
+      : m_Headers(MakeHeaders(fmt::format("Last-Event-ID: {}", after))),
+        m_Multi(MakeMulti()),
+        m_Easy(MakeEasy(socket)) {
+    SetOption(m_Easy, CURLOPT_URL, UrlOf("/v1/events/stream").c_str());
+    SetOption(m_Easy, CURLOPT_HTTPHEADER, m_Headers.get());
+    SetOption(m_Easy, CURLOPT_WRITEFUNCTION, &Connection::Take);
+    SetOption(m_Easy, CURLOPT_WRITEDATA, this);
+    curl_multi_add_handle(m_Multi.get(), m_Easy.get());
+  }
+  ~Connection() { curl_multi_remove_handle(m_Multi.get(), m_Easy.get()); }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  // Only the names of events matter; a reply that is not a stream is kept for its problem.
+  static std::size_t Take(const char* text, std::size_t, std::size_t size, Connection* it) {
+    constexpr std::size_t kLongest = 1U << 20U;
+    if (size > kLongest - it->m_Text.size()) return 0;
+    it->m_Text.append(text, size);
+    if (it->Status() == 200) it->ReadLines();
+    return size;
+  }
+
+  long Status() const {
+    long status = 0;
+    curl_easy_getinfo(m_Easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    return status;
+  }
+
+  curl_socket_t Socket() const {
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(m_Easy.get(), CURLINFO_ACTIVESOCKET, &socket);
+    return socket;
+  }
+
+  void ReadLines() {
+    std::size_t begin = 0;
+    for (auto end = m_Text.find('\n'); end != m_Text.npos; end = m_Text.find('\n', begin)) {
+      if (m_Text.compare(begin, 6, "event:") == 0) m_HasNews = true;
+      begin = end + 1;
+    }
+    m_Text.erase(0, begin);
+  }
+
+  const HeaderList m_Headers;
+  const MultiHandle m_Multi;
+  const EasyHandle m_Easy;
+  std::string m_Text;
+  bool m_HasNews = false;
+};
+
+void EventStream::Connect(std::int64_t after) {
+  m_Connection = std::make_shared<Connection>(m_Socket, after);
+}
+
+// What has arrived. The end of the stream is news as well.
+bool EventStream::HasNews() {
+  Connection& connection = *m_Connection;
+  int running = 0;
+  curl_multi_perform(connection.m_Multi.get(), &running);
+  if (const auto code = TakeResult(connection.m_Multi)) {
+    ThrowIfRefused(*code);
+    m_Connection.reset();
+    return true;
+  }
+  return std::exchange(connection.m_HasNews, false);
+}
+
+void EventStream::ThrowIfRefused(CURLcode code) const {
+  const long status = m_Connection->Status();
+  if (code == CURLE_OK && status != 200) {
+    throw ProblemFailure({status, m_Connection->m_Text}, m_Socket);
+  }
+  if (code == CURLE_WRITE_ERROR) throw AnswerFailure(m_Socket, "a line is too long");
+  if (status != 200) throw ServiceEndedFailure(m_Socket, false);
+}
+
+bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds atMost,
+                       const Console::WaitSet& also) {
+  const Console::Deadline deadline(atMost);
+  if (!m_Connection) Connect(after);
+  while (!HasNews()) {
+    if (deadline.IsOver() || Console::IsStopRequested()) return false;
+    const curl_socket_t socket = m_Connection->Socket();
+    // A Unix socket connects at once, unless the queue of the service is full.
+    constexpr std::chrono::milliseconds kPause(20);
+    const bool isConnected = socket != CURL_SOCKET_BAD;
+    const bool isReadable = Console::WaitReadable(
+        isConnected ? socket : -1, deadline.Left(isConnected ? atMost : kPause), also);
+    if (isConnected && !isReadable) return false;
+  }
+  return true;
+}
+
+}  // namespace Service

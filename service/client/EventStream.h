@@ -1,0 +1,40 @@
+// The event stream of the service as a notification: other requests read the event log.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "console/base/StopSignals.h"
+#include "service/client/CurlHandles.h"
+
+namespace Service {
+
+// For one thread.
+class EventStream {
+ public:
+  // Does not connect yet.
+  explicit EventStream(std::filesystem::path socket) : m_Socket(std::move(socket)) {}
+  EventStream(const EventStream&) = delete;
+  EventStream& operator=(const EventStream&) = delete;
+
+  // Waits for an event above that number or a new snapshot; connects first if there is no
+  // connection. False when the time is up, a stop signal arrived or one of `also` is ready. Throws
+  // `Console::Failure` if the service does not accept the stream; if it ends, returns true, and the
+  // next call connects again.
+  bool Wait(std::int64_t after, std::chrono::milliseconds atMost, const Console::WaitSet& also);
+
+ private:
+  struct Connection;
+
+  void Connect(std::int64_t after);
+  bool HasNews();
+  void ThrowIfRefused(CURLcode code) const;
+
+  const std::filesystem::path m_Socket;
+  std::shared_ptr<Connection> m_Connection;  // null: not connected
+};
+
+}  // namespace Service

@@ -1,0 +1,60 @@
+// HTTP over a Unix socket, for programs that use the service.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "console/base/CallWithTimeout.h"
+#include "console/base/Deadline.h"
+#include "service/client/CurlHandles.h"
+
+namespace Service {
+
+struct HttpReply {
+  long m_Status = 0;
+  std::string m_Body;
+};
+
+// What a request is.
+struct HttpRequest {
+  std::string m_Path;                 // with the query
+  std::optional<std::string> m_Body;  // JSON; with one it is a POST
+  // It may take effect even without a reply, so it is sent at most once.
+  bool m_IsChange = false;
+  Console::OnStop m_OnStop = Console::OnStop::Abandon;  // what a stop signal does
+};
+
+// Keeps its connection between requests. For one thread.
+class HttpClient {
+ public:
+  static constexpr std::size_t kLargestBody = 64U << 20U;
+
+  // Does not connect yet. Longer bodies than `largestBody` are not accepted.
+  explicit HttpClient(std::filesystem::path socket, std::size_t largestBody = kLargestBody);
+  HttpClient(const HttpClient&) = delete;
+  HttpClient& operator=(const HttpClient&) = delete;
+
+  const std::filesystem::path& Socket() const { return m_Socket; }
+
+  // Sends a request and waits for the reply. Empty after the deadline. Throws `Console::Failure`
+  // of `ServiceFailure.h` without a reply, and `Console::Stopped` on a stop signal.
+  std::optional<HttpReply> Ask(const HttpRequest& request, const Console::Deadline& deadline);
+
+ private:
+  std::optional<CURLcode> Perform(const HttpRequest& request, const Console::Deadline& deadline);
+  [[noreturn]] void ThrowFor(CURLcode code, const HttpRequest& request) const;
+  static std::size_t Take(const char* text, std::size_t, std::size_t size, HttpClient* client);
+
+  const std::filesystem::path m_Socket;
+  const std::size_t m_LargestBody;
+  const HeaderList m_Headers;
+  const MultiHandle m_Multi;
+  const EasyHandle m_Easy;  // not in `m_Multi` between requests
+  bool m_HasAnswered = false;
+  std::string m_Body;
+};
+
+}  // namespace Service

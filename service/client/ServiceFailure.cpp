@@ -1,0 +1,96 @@
+#include "service/client/ServiceFailure.h"
+
+#include <fmt/format.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <utility>
+#include <vector>
+
+#include "base/Descriptor.h"
+#include "base/Printable.h"
+#include "service/client/StatusTable.h"
+
+namespace Service {
+namespace {
+
+using Console::ExitCode;
+using Console::Failure;
+using Json = nlohmann::json;
+using Words = std::vector<std::string>;
+
+constexpr const char* kWithoutService = "Without the service: --direct";
+constexpr const char* kMayHaveChanged = "The command may still take effect; check with show.";
+
+// libcurl does not say why it could not connect.
+int ErrorOfConnecting(const std::string& socket) {
+  sockaddr_un address = {};
+  if (socket.size() >= sizeof address.sun_path) return ENAMETOOLONG;
+  address.sun_family = AF_UNIX;
+  socket.copy(address.sun_path, socket.size());
+  const Base::Descriptor probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!probe.IsOpen()) return errno;
+  const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
+  return connect(probe.Get(), generic, sizeof address) == 0 ? ECONNREFUSED : errno;
+}
+
+std::string AtSocket(const std::filesystem::path& socket) {
+  return fmt::format("the service at {}", socket.string());
+}
+
+Words AdviceFor(bool mayHaveChanged, const char* otherwise) {
+  return {mayHaveChanged ? kMayHaveChanged : otherwise};
+}
+
+std::string TextOf(const Json& problem, const char* name) {
+  const auto found = problem.find(name);
+  return found != problem.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+}  // namespace
+
+Failure NoServiceFailure(const std::filesystem::path& socket) {
+  const int error = ErrorOfConnecting(socket.string());
+  const bool denied = error == EACCES || error == EPERM;
+  return Failure(denied ? ExitCode::Permission : ExitCode::Failed, kNoService,
+                 fmt::format("cannot connect to {}", AtSocket(socket)), std::strerror(error),
+                 {denied ? "Members of the group corvane may use the service."
+                         : "Start it: corvane-host serve",
+                  kWithoutService});
+}
+
+Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
+  return Failure(ExitCode::Failed, "SERVICE_ENDED",
+                 fmt::format("{} has closed the connection", AtSocket(socket)),
+                 AdviceFor(mayHaveChanged, kWithoutService));
+}
+
+Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
+  return Failure(ExitCode::TimedOut, "TIMED_OUT",
+                 fmt::format("{} does not respond", AtSocket(socket)),
+                 AdviceFor(mayHaveChanged, "If it is only slow, pass a longer --timeout."));
+}
+
+Failure AnswerFailure(const std::filesystem::path& socket, const std::string& why) {
+  return Failure(
+      ExitCode::Failed, "SERVICE_ANSWER",
+      fmt::format("{} sent an unusable reply", AtSocket(socket)), Base::Printable(why),
+      {"It may be another program, or another version: restart the service.", kWithoutService});
+}
+
+// A status that says that the request is wrong comes from a service of another version.
+Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket) {
+  const Json problem = Json::parse(reply.m_Body, nullptr, false);
+  const std::string id = problem.is_object() ? TextOf(problem, "id") : std::string();
+  const auto code = ExitCodeOf(reply.m_Status, id);
+  if (id.empty() || !code) return AnswerFailure(socket, fmt::format("status {}", reply.m_Status));
+  const std::string hint = TextOf(problem, "hint");
+  return Failure(*code, id, Base::Printable(TextOf(problem, "detail")),
+                 hint.empty() ? Words() : Words{Base::Printable(hint)});
+}
+
+}  // namespace Service

@@ -1,0 +1,153 @@
+#include "service/client/ServiceSession.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "console/base/Failure.h"
+#include "console/plugin/RecordJson.h"
+#include "service/client/ServiceFailure.h"
+
+namespace Service {
+
+using Console::Deadline;
+using Console::Failure;
+using Console::LoggedEvent;
+using Json = nlohmann::json;
+
+namespace {
+
+constexpr const char* kSession = "/v1/session";
+
+bool IsChange(const Console::PluginCommand& command) {
+  return command.m_Command == PI::CMD_SET_PROPERTY ||
+         command.m_Command == PI::CMD_EXECUTE_OPERATION;
+}
+
+// A reply that cannot be understood is that of another program or version.
+template <class Parse>
+auto Understand(const std::filesystem::path& socket, Parse parse) {
+  try {
+    return parse();
+  } catch (const Json::exception& error) {
+    throw AnswerFailure(socket, error.what());
+  } catch (const Console::RecordError& error) {
+    throw AnswerFailure(socket, error.what());
+  }
+}
+
+}  // namespace
+
+ServiceSession::ServiceSession(std::filesystem::path socket, Console::EventLogClient& eventLog,
+                               const Console::TimeLimits& limits)
+    : CommandSession(eventLog, limits),
+      m_EventLog(eventLog),
+      m_Client(socket),
+      m_Stream(std::move(socket)),
+      m_State(ReadState()),
+      m_Seen(m_State.m_NewestEvent) {
+  m_EventLog.ReadFrom(this);
+}
+
+ServiceSession::~ServiceSession() {
+  m_EventLog.ReadFrom(nullptr);
+}
+
+// A reply with status 200.
+HttpReply ServiceSession::Ask(const HttpRequest& request, const Deadline& deadline) {
+  auto reply = m_Client.Ask(request, deadline);
+  if (!reply) throw ServiceTimeoutFailure(m_Client.Socket(), request.m_IsChange);
+  if (reply->m_Status != 200) throw ProblemFailure(*reply, m_Client.Socket());
+  return std::move(*reply);
+}
+
+Json ServiceSession::AskForJson(const HttpRequest& request, const Deadline& deadline) {
+  const HttpReply reply = Ask(request, deadline);
+  return Understand(m_Client.Socket(), [&] { return Json::parse(reply.m_Body); });
+}
+
+ServiceSession::State ServiceSession::ReadState() {
+  HttpRequest request;
+  request.m_Path = kSession;
+  const Json json = AskForJson(request, Limits().ForCall());
+  return Understand(m_Client.Socket(), [&] {
+    State state;
+    state.m_Info = Console::PluginInfoFromJson(json.at("plugin"));
+    state.m_IsUp = json.at("up").get<bool>();
+    state.m_Reason = json.at("reason").get<std::string>();
+    state.m_HasCards = json.at("has_cards").get<bool>();
+    state.m_LostThreads = json.at("lost_threads").get<std::size_t>();
+    state.m_StartDuration = std::chrono::duration<double>(json.at("start_seconds").get<double>());
+    state.m_NewestEvent = json.at("newest_event").get<std::int64_t>();
+    return state;
+  });
+}
+
+// After an operation the reads wait for the cards, so that the end of a job is seen.
+std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand command,
+                                                         const Deadline& deadline,
+                                                         Console::OnStop onStop) {
+  HttpRequest request;
+  request.m_Path = HasChanged() ? "/v1/session?fresh=1" : kSession;
+  request.m_IsChange = IsChange(command);
+  if (request.m_IsChange) request.m_Path = kSession;
+  request.m_Body = Console::ToJson(command).dump();
+  request.m_OnStop = onStop;
+  const Json json = AskForJson(request, deadline);
+  return Understand(m_Client.Socket(),
+                    [&] { return Console::ReplyFromJson(command.m_Command, json); });
+}
+
+// The plug-in may have failed to start a thread.
+std::uint32_t ServiceSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
+  const std::uint32_t result = CommandSession::ExecuteOperation(object, operation);
+  m_State = ReadState();
+  return result;
+}
+
+std::vector<LoggedEvent> ServiceSession::ReadLog(const std::string& query) {
+  HttpRequest request;
+  request.m_Path = "/v1/session/events?" + query;
+  const Json json = AskForJson(request, Limits().ForCall());
+  return Understand(m_Client.Socket(), [&] {
+    std::vector<LoggedEvent> events;
+    for (const Json& each : json.at("events")) {
+      events.push_back(Console::LoggedEventFromJson(each));
+    }
+    m_Seen = json.at("newest").get<std::int64_t>();
+    return events;
+  });
+}
+
+std::vector<LoggedEvent> ServiceSession::CollectEvents() {
+  try {
+    return ReadLog(fmt::format("after={}", m_Seen));
+  } catch (const Failure& failure) {
+    if (failure.m_Id != Console::kNoEventLog) throw;
+    return {};
+  }
+}
+
+std::vector<LoggedEvent> ServiceSession::ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
+  return ReadLog(fmt::format("since_ms={}&limit={}", sinceMs, limit));
+}
+
+std::vector<HostKit::EventCount> ServiceSession::CountEvents() {
+  HttpRequest request;
+  request.m_Path = "/v1/session/event-counts";
+  const Json json = AskForJson(request, Limits().ForCall());
+  return Understand(m_Client.Socket(), [&] {
+    std::vector<HostKit::EventCount> counts;
+    for (const Json& each : json.at("counts")) {
+      counts.push_back(Console::EventCountFromJson(each));
+    }
+    return counts;
+  });
+}
+
+bool ServiceSession::WaitForNotification(std::chrono::milliseconds atMost,
+                                         const Console::WaitSet& also) {
+  return m_Stream.Wait(m_Seen, atMost, also);
+}
+
+}  // namespace Service

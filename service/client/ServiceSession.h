@@ -1,0 +1,69 @@
+// A session with the plug-in of a service.
+#pragma once
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "console/plugin/CommandSession.h"
+#include "service/client/EventStream.h"
+#include "service/client/HttpClient.h"
+
+namespace Service {
+
+// The service logs the events, so this process needs no database.
+class ServiceSession : public Console::CommandSession, private Console::EventSource {
+ public:
+  // Connects; a service whose plug-in is starting answers when it has started. Throws
+  // `Console::Failure`, with the id `kNoService` if nothing answers at the socket. Until it is
+  // destroyed, the history reads the log of the service; it must outlive the session.
+  ServiceSession(std::filesystem::path socket, Console::EventLogClient& eventLog,
+                 const Console::TimeLimits& limits);
+  ~ServiceSession() override;
+
+  // Whether the plug-in runs; if not, why, and reads are from its last report.
+  bool IsPluginUp() const { return m_State.m_IsUp; }
+  const std::string& Reason() const { return m_State.m_Reason; }
+
+  Console::PluginInfo Info() const override { return m_State.m_Info; }
+  bool IsShared() const override { return true; }
+  bool HasCards() const override { return m_State.m_HasCards; }
+  std::size_t LostThreads() const override { return m_State.m_LostThreads; }
+  std::chrono::duration<double> StartDuration() const override { return m_State.m_StartDuration; }
+  std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
+  std::vector<Console::LoggedEvent> CollectEvents() override;
+  using Session::WaitForNotification;
+  bool WaitForNotification(std::chrono::milliseconds atMost, const Console::WaitSet& also) override;
+
+ private:
+  struct State {
+    Console::PluginInfo m_Info;
+    bool m_IsUp = false;
+    std::string m_Reason;
+    bool m_HasCards = false;
+    std::size_t m_LostThreads = 0;
+    std::chrono::duration<double> m_StartDuration{0};
+    std::int64_t m_NewestEvent = 0;
+  };
+
+  HttpReply Ask(const HttpRequest& request, const Console::Deadline& deadline);
+  nlohmann::json AskForJson(const HttpRequest& request, const Console::Deadline& deadline);
+  State ReadState();
+  std::vector<Console::LoggedEvent> ReadLog(const std::string& query);
+
+  std::optional<Console::PluginReply> Call(Console::PluginCommand command,
+                                           const Console::Deadline& deadline,
+                                           Console::OnStop onStop) override;
+  void Abandon() override {}  // each request has a deadline
+
+  std::vector<Console::LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) override;
+  std::vector<HostKit::EventCount> CountEvents() override;
+
+  Console::EventLogClient& m_EventLog;
+  HttpClient m_Client;
+  EventStream m_Stream;
+  State m_State;
+  std::int64_t m_Seen;  // the number of the newest event that was returned, or was there before
+};
+
+}  // namespace Service

@@ -1,0 +1,41 @@
+#include "service/client/StatusTable.h"
+
+namespace Service {
+namespace {
+
+using Console::ExitCode;
+
+struct Row {
+  ExitCode m_Code;
+  unsigned m_Status;
+};
+
+constexpr Row kRows[] = {
+    {ExitCode::Usage, 400},   {ExitCode::NoObject, 404},       {ExitCode::Permission, 403},
+    {ExitCode::Refused, 409}, {ExitCode::PluginUnusable, 503}, {ExitCode::TimedOut, 504},
+};
+
+// Not only the plug-in can be unavailable.
+bool IsOfPlugin(const std::string& id) {
+  return id.rfind("PLUGIN_", 0) == 0;
+}
+
+}  // namespace
+
+unsigned StatusOf(ExitCode code) {
+  for (const Row& row : kRows) {
+    if (row.m_Code == code) return row.m_Status;
+  }
+  return 500;
+}
+
+std::optional<ExitCode> ExitCodeOf(long status, const std::string& id) {
+  if (status >= 500 && status != 504 && !IsOfPlugin(id)) return ExitCode::Failed;
+  for (const Row& row : kRows) {
+    const bool isAboutRequest = row.m_Code == ExitCode::Usage || row.m_Code == ExitCode::NoObject;
+    if (static_cast<long>(row.m_Status) == status && !isAboutRequest) return row.m_Code;
+  }
+  return status >= 500 ? std::optional(ExitCode::Failed) : std::nullopt;
+}
+
+}  // namespace Service

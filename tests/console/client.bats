@@ -1,0 +1,258 @@
+#!/usr/bin/env bats
+# The commands as clients of a service, and the service's lock on its database.
+
+# shellcheck disable=SC2030,SC2031  # a variable of one test
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  make_cards
+  make_haste
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
+  export SOCKET="$BATS_FILE_TMPDIR/run/corvane.sock"
+  start_service main "$SOCKET"
+}
+
+teardown_file() {
+  local pid
+  for pid in "$BATS_FILE_TMPDIR"/*.pid; do kill "$(cat "$pid")" 2>/dev/null || true; done
+}
+
+# start_service NAME SOCKET: starts a service on the cards of the file, and waits for its plug-in.
+start_service() {
+  corvane-host serve --simulate --socket "$2" 2>"$BATS_FILE_TMPDIR/$1.err" 3>&- &
+  echo $! >"$BATS_FILE_TMPDIR/$1.pid"
+  eventually is_ready "$2"
+}
+is_ready() { curl -s --max-time 60 --unix-socket "$1" http://service/readyz | grep -qx ready; }
+pid_of() { cat "$BATS_FILE_TMPDIR/$1.pid"; }
+
+# served ARGUMENTS...: with the service. direct ARGUMENTS...: without it, and without its database.
+served() { corvane-host --socket "$SOCKET" "$@"; }
+direct() { CORVANE_DATABASE=:memory: corvane-host --simulate "$@"; }
+
+@test "reads through the service print what reads without it print" {
+  local line
+  local -a words
+  while read -r line; do
+    read -ra words <<<"$line"
+    keep served served "${words[@]}"
+    keep direct direct "${words[@]}"
+    same "$(rc direct)" "$(rc served)"
+    same "$(out direct)" "$(out served)"
+    same "$(err direct)" "$(err served)"
+  done <<'END'
+list
+tree --long
+list -o tsv
+show a0
+show a1/d0
+show plugin
+get a0
+get a1 status status_reasons temperature_celsius
+get a9 status
+get a0 nothing
+status
+status a0 -o tsv
+op list a0
+op check a0 50126
+plugin
+check
+check a0
+complete show a
+END
+}
+
+@test "metrics through the service have the same values of the cards" {
+  keep served served metrics
+  keep direct direct metrics
+  ended served 0
+  same "$(out direct | grep '^corvane_adapter_')" "$(out served | grep '^corvane_adapter_')"
+  grep -qx "corvane_plugin_up 1" "$BATS_FILE_TMPDIR/served.out"
+}
+
+@test "a service at the default socket is used, and -v says so" {
+  CORVANE_SOCKET="$SOCKET" keep default corvane-host list -v
+  ended default 0
+  said default "corvane-host: note: using the service at $SOCKET"
+  CORVANE_SOCKET="$SOCKET" keep quiet corvane-host list -o json
+  valid quiet
+  same '[4, []]' "$(json quiet '[len(d["result"]["objects"]), d["messages"]]')"
+}
+
+@test "without a service a command loads the plug-in" {
+  CORVANE_DATABASE=:memory: keep alone corvane-host get plugin name -v
+  ended alone 0
+  run ! grep -q "using the service" "$BATS_FILE_TMPDIR/alone.err"
+  # A socket at which nothing listens any more.
+  python3 -c 'import socket,sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$CORVANE_SOCKET"
+  CORVANE_DATABASE=:memory: keep stale corvane-host get plugin name
+  ended stale 0
+  rm "$CORVANE_SOCKET"
+}
+
+@test "a given socket at which nothing listens is an error" {
+  keep none corvane-host --socket "$BATS_FILE_TMPDIR/nowhere" list
+  ended none 1
+  same "corvane-host: cannot connect to the service at $BATS_FILE_TMPDIR/nowhere: No such file or directory
+  Start it: corvane-host serve
+  Without the service: --direct" "$(err none)"
+}
+
+@test "a socket that the user may not use is a matter of permission" {
+  chmod 0 "$SOCKET"
+  keep denied unprivileged corvane-host --socket "$SOCKET" list
+  chmod 600 "$SOCKET"
+  ended denied 6
+  said denied "corvane-host: cannot connect to the service at $SOCKET: Permission denied"
+}
+
+@test "the options of a plug-in in this process exclude --socket" {
+  local option
+  for option in --direct --plugin=x --simulate --database=x --trace=2 --trace-file=x; do
+    keep both corvane-host list --socket "$SOCKET" "$option"
+    ended both 2
+    said both "corvane-host: --socket cannot be combined with ${option%%=*}"
+  done
+}
+
+@test "without the service its database is refused" {
+  keep held corvane-host --direct list
+  ended held 4
+  same "corvane-host: cannot load the plug-in: the service with process id $(pid_of main) uses the database $CORVANE_DATABASE
+  Use the service: --socket $SOCKET
+  Or stop it, or pass another database with --database." "$(err held)"
+  keep simulated host list -o json
+  ended simulated 4
+  valid simulated
+  same '"DATABASE_HELD"' "$(json simulated 'd["messages"][0]["id"]')"
+}
+
+@test "a database has one service" {
+  keep second host serve --socket "$BATS_FILE_TMPDIR/second.sock"
+  ended second 4
+  said second "corvane-host: cannot serve: the service with process id $(pid_of main) uses the database $CORVANE_DATABASE"
+  [ ! -e "$BATS_FILE_TMPDIR/second.sock" ]
+}
+
+@test "a link to the database has the same lock" {
+  ln -sf "$CORVANE_DATABASE" "$BATS_FILE_TMPDIR/link.db"
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/link.db" keep link corvane-host --direct list
+  ended link 4
+}
+
+@test "a killed service does not hold its database" {
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/killed.db"
+  start_service killed "$BATS_FILE_TMPDIR/killed.sock"
+  keep before corvane-host --direct list
+  ended before 4
+  kill -KILL "$(pid_of killed)"
+  wait "$(pid_of killed)" || true
+  keep after host list
+  ended after 0
+  # Its socket is still there.
+  CORVANE_SOCKET="$BATS_FILE_TMPDIR/killed.sock" keep again corvane-host list
+  ended again 0
+}
+
+@test "a change is seen by the next read" {
+  local value
+  for value in 21 22 23 24 25; do
+    keep set served set plugin poll_interval="$value"
+    ended set 0
+    same "$value" "$(served get plugin poll_interval_seconds)"
+  done
+  served set plugin poll_interval=2
+}
+
+@test "the locate LED stays on after the command" {
+  keep on served locate a0 on
+  ended on 0
+  same "a0 locate LED: off -> on" "$(out on)"
+  silent on err
+  keep off served locate a0 off
+  same "a0 locate LED: on -> off" "$(out off)"
+}
+
+@test "a card is detached and attached" {
+  keep detach served detach a0 -y
+  ended detach 0
+  same "a0: attached -> detached" "$(untimed detach)"
+  same "DETACHED" "$(served get a0 status_reasons)"
+  keep attach served attach a0 -y
+  ended attach 0
+  same "a0: detached -> attached" "$(untimed attach)"
+}
+
+@test "events are followed, logged once, and read without the database" {
+  local pid
+  CORVANE_DATABASE=/proc/none/log.db corvane-host --socket "$SOCKET" events -v -f -o tsv -H --limit 0 \
+    >"$BATS_FILE_TMPDIR/follow.out" 2>"$BATS_FILE_TMPDIR/follow.err" 3>&- &
+  pid=$!
+  eventually grep -q "using the service" "$BATS_FILE_TMPDIR/follow.err"
+  cardsim raise card0 CORRECTABLE_PCI_ERRORS
+  eventually grep -q CTRL_CORRECTABLE_PCI_ERRORS "$BATS_FILE_TMPDIR/follow.out"
+  kill "$pid"
+  wait "$pid" || true
+  same 1 "$(grep -c CTRL_CORRECTABLE_PCI_ERRORS "$BATS_FILE_TMPDIR/follow.out")"
+  CORVANE_DATABASE=/proc/none/log.db keep events served events -o jsonl
+  ended events 0
+  same 1 "$(grep -c CTRL_CORRECTABLE_PCI_ERRORS "$BATS_FILE_TMPDIR/events.out")"
+  CORVANE_DATABASE=/proc/none/log.db keep status served status -o json
+  silent status err
+  same '["a0", true]' "$(json status '[[o["object"], o["since"] is not None] for o in d["result"]["objects"] if o["object"] == "a0"][0]')"
+  CORVANE_DATABASE=/proc/none/log.db keep metrics served metrics
+  grep -q '^corvane_events_total{.*"CTRL_CORRECTABLE_PCI_ERRORS".*} 1$' "$BATS_FILE_TMPDIR/metrics.out"
+}
+
+@test "curl gets the events as server-sent events, and resumes" {
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  logged() { served events -o tsv | grep -q CTRL_TEMPERATURE_ABOVE_WARN; }
+  eventually logged
+  keep events served events -o jsonl --limit 100
+  local count after
+  count=$(grep -c . "$BATS_FILE_TMPDIR/events.out")
+  for after in 0 $((count - 1)); do
+    curl -sN --max-time 60 --unix-socket "$SOCKET" -H "Last-Event-ID: $after" \
+      http://service/v1/events/stream 2>/dev/null | sed '/^event: snapshot/q' >"$BATS_FILE_TMPDIR/stream"
+    same "$(seq $((after + 1)) "$count")" \
+      "$(grep -B1 '^event: event' "$BATS_FILE_TMPDIR/stream" | sed -n 's/^id: //p')"
+    # The same documents, without the time of the document.
+    same "$(tail -n +$((after + 1)) "$BATS_FILE_TMPDIR/events.out" | timeless)" \
+      "$(sed -n 's/^data: \(.*"command".*\)/\1/p' "$BATS_FILE_TMPDIR/stream" | timeless)"
+  done
+  same 400 "$(curl -s -o /dev/null -w '%{http_code}' --unix-socket "$SOCKET" \
+    -H "Last-Event-ID: x" http://service/v1/events/stream)"
+}
+timeless() {
+  python3 -c 'import json,sys
+for line in sys.stdin:
+    d = json.loads(line); d.pop("time"); print(json.dumps(d))'
+}
+
+@test "wait returns when the card changes" {
+  keep wait served wait a0 'status!=OK' --timeout 60s
+  ended wait 0
+}
+
+@test "a service that ends during a command is reported" {
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/ending.db"
+  local socket="$BATS_FILE_TMPDIR/ending.sock" pid rc=0
+  start_service ending "$socket"
+  corvane-host --socket "$socket" events -v -f >"$BATS_FILE_TMPDIR/cut.out" 2>"$BATS_FILE_TMPDIR/cut.err" 3>&- &
+  pid=$!
+  eventually grep -q "using the service" "$BATS_FILE_TMPDIR/cut.err"
+  kill -KILL "$(pid_of ending)"
+  wait "$pid" || rc=$?
+  same 1 "$rc"
+  grep -qxF "corvane-host: the service at $socket has closed the connection" "$BATS_FILE_TMPDIR/cut.err"
+}
+
+@test "the rows of a service's plug-in are refused" {
+  keep rows served rows
+  ended rows 4
+  said rows "corvane-host: rows: the plug-in of a service keeps its rows to itself"
+}
