@@ -220,3 +220,37 @@ with sqlite3.connect(sys.argv[1]) as database:
         " serial_number, object_type) VALUES (?, ?, ?, ?, ?, ?, ?, ?)", rows)
 END
 }
+
+# With CORVANE_TEST_SERVICE, `host`, `own` and `with` use a service on the same cards, one for each
+# file of cards, database and configuration.
+
+# service_for CARDS: the socket of the service, which is started unless it runs.
+service_for() {
+  local folder key
+  key=$(printf '%s\n' "$1" "$CORVANE_DATABASE" "$CORVANE_CONFIG_DIR" | md5sum | cut -c 1-8)
+  folder="$BATS_FILE_TMPDIR/service-$key"
+  mkdir -p "$folder"
+  (
+    flock 9
+    [ -e "$folder/ready" ] || start_test_service "$1" "$folder"
+  ) 9>"$folder/lock"
+  echo "$folder/socket"
+}
+
+# start_test_service CARDS FOLDER: it ends with the test file.
+start_test_service() {
+  corvane-host serve --simulate="$1" --socket "$2/socket" 2>"$2/err" </dev/null >/dev/null 3>&- 9>&- &
+  local pid=$!
+  { tail --pid="$$" -f /dev/null; kill "$pid"; } </dev/null >/dev/null 2>&1 3>&- 9>&- &
+  until curl -s --max-time 60 --unix-socket "$2/socket" http://service/readyz | grep -qx ready; do
+    [ -e "/proc/$pid" ] || { cat "$2/err" >&2; return 1; }
+    sleep 0.05
+  done
+  touch "$2/ready"
+}
+
+if [ -n "${CORVANE_TEST_SERVICE:-}" ]; then
+  host() { corvane-host --socket "$(service_for "$CARDSIM_STATE")" "$@"; }
+  with() { corvane-host --socket "$(service_for "$BATS_FILE_TMPDIR/$1.json")" "${@:2}"; }
+  own() { corvane-host --socket "$(service_for "$(copy "$1")")" "${@:2}"; }
+fi
