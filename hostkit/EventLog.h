@@ -42,11 +42,12 @@ HOST_API std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t 
 // The first `limit` entries with a number above `number`, in order of logging.
 HOST_API std::vector<LoggedEvent> ReadEventsAfter(std::int64_t number, std::size_t limit);
 
-// The numbers of the oldest and the newest entry; both 0 if the log is empty.
 struct EventNumbers {
   std::int64_t m_Oldest;
   std::int64_t m_Newest;
 };
+
+// The numbers of the oldest and the newest entry; both 0 if the log is empty.
 HOST_API EventNumbers ReadEventNumbers();
 
 }  // namespace HostKit

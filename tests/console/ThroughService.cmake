@@ -17,6 +17,7 @@ set(NOT_THROUGH_SERVICE
   "hang|uses a plug-in that hangs in this process"
   "help|needs no plug-in"
   "history|writes the database of a command between its runs"
+  "jobs|is about the service itself"
   "man|needs no plug-in"
   "prompts|the questions precede any difference; op confirms through the service"
   "rows|rows are refused with a service"

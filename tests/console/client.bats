@@ -251,6 +251,25 @@ for line in sys.stdin:
   grep -qxF "corvane-host: the service at $socket has closed the connection" "$BATS_FILE_TMPDIR/cut.err"
 }
 
+@test "a log that cannot be read is reported" {
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/lost.db"
+  local socket="$BATS_FILE_TMPDIR/lost.sock" path
+  start_service lost "$socket"
+  rm "$CORVANE_DATABASE"*
+  mkdir "$CORVANE_DATABASE"
+  for path in events event-counts; do
+    same 500 "$(curl -s --max-time 60 --unix-socket "$socket" -o "$BATS_FILE_TMPDIR/problem.out" \
+      -w '%{http_code}' "http://service/v1/session/$path")"
+    same '"NO_EVENT_LOG"' "$(json problem 'd["id"]')"
+  done
+  keep events corvane-host --socket "$socket" events
+  ended events 1
+  grep -q "^corvane-host: cannot read the event log" "$BATS_FILE_TMPDIR/events.err"
+  keep status corvane-host --socket "$socket" status a1
+  ended status 0
+  grep -q "cannot use the event log" "$BATS_FILE_TMPDIR/status.err"
+}
+
 @test "the rows of a service's plug-in are refused" {
   keep rows served rows
   ended rows 4

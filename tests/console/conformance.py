@@ -34,7 +34,8 @@ def send(method, path, body=None, headers=None):
     except BrokenPipeError:
         pass  # refused before all of it was sent
     response = connection.getresponse()
-    content = response.read().decode()
+    is_stream = (response.getheader("Content-Type") or "").startswith("text/event-stream")
+    content = (response.readline() if is_stream else response.read()).decode()
     connection.close()
     return response.status, (response.getheader("Content-Type") or "").split(";")[0], content
 
@@ -92,6 +93,16 @@ ROWS = [
     ("POST", "/v1/session", {"command": "X"}, {}, 400, "BODY_INVALID"),
     ("POST", "/v1/session", '{"command": "GET_TOPOLOGY"}\0', {}, 400, "BODY_INVALID"),
     ("POST", "/v1/session", {"command": "INITIALIZE"}, {}, 409, "RESERVED"),
+    ("POST", "/v1/session?fresh=1", {"command": "GET_TOPOLOGY"}, {}, 200, None),
+    ("POST", "/v1/session?fresh=2", {"command": "GET_TOPOLOGY"}, {}, 400, "QUERY_INVALID"),
+    ("GET", "/v1/session/events", None, {}, 200, None),
+    ("GET", "/v1/session/events?after=0&limit=1", None, {}, 200, None),
+    ("GET", "/v1/session/events?since_ms=0&limit=1", None, {}, 200, None),
+    ("GET", "/v1/session/events?after=-1", None, {}, 400, "QUERY_INVALID"),
+    ("GET", "/v1/session/event-counts", None, {}, 200, None),
+    ("GET", "/v1/events/stream", None, {}, 200, None),
+    ("GET", "/v1/events/stream", None, {"Last-Event-ID": "0"}, 200, None),
+    ("GET", "/v1/events/stream", None, {"Last-Event-ID": "-1"}, 400, "EVENT_ID_INVALID"),
     # Of any path.
     ("GET", "/v1/cards/%ff", None, {}, 400, "PATH_INVALID"),
     ("GET", "/v1/cards?fresh=%ff", None, {}, 400, "QUERY_INVALID"),
@@ -112,6 +123,8 @@ ELSEWHERE = {
     "PLUGIN_DOWN": "serve.bats: a plug-in that cannot be loaded is reported",
     "TOO_MANY_CALLS": "jobs.bats: at most 32 commands wait for the plug-in",
     "TIMED_OUT": "tests/service/ApiTest.cpp",
+    "NO_EVENT_LOG": "client.bats: a log that cannot be read is reported",
+    "STREAM_REFUSED": "tests/service/EventFeedTest.cpp",
     "JOB_RUNNING": "jobs.bats: one job runs on a card at a time",
     "PERMISSION_DENIED": "tests/service/http",
     "READ_ONLY": "tests/service/http",

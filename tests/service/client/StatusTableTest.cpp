@@ -22,19 +22,18 @@ TEST(StatusTable, HasAnExitCodeForEachProblem) {
     std::optional<ExitCode> m_Code;
   };
   const Row rows[] = {
-    {403, "PERMISSION_DENIED", ExitCode::Permission}, {409, "RESERVED", ExitCode::Refused},
-    {500, "UNEXPECTED", ExitCode::Failed}, {502, "ANY", ExitCode::Failed},
-    {503, "PLUGIN_DOWN", ExitCode::PluginUnusable},
-    {
-        503,
-        "
-        {503, "STOPPING", ExitCode::Failed},
-        {504, "TIMED_OUT", ExitCode::TimedOut},
-        {302, "ANY", std::nullopt},
-        {400, "INVALID_BODY", std::nullopt},
-        {404, "NOT_FOUND", std::nullopt},
-        {405, "METHOD_NOT_ALLOWED", std::nullopt},
-    };
+      {403, "PERMISSION_DENIED", ExitCode::Permission},
+      {409, "RESERVED", ExitCode::Refused},
+      {500, "UNEXPECTED", ExitCode::Failed},
+      {502, "ANY", ExitCode::Failed},
+      {503, "PLUGIN_DOWN", ExitCode::PluginUnusable},
+      {503, "STOPPING", ExitCode::Failed},
+      {504, "TIMED_OUT", ExitCode::TimedOut},
+      {302, "ANY", std::nullopt},
+      {400, "INVALID_BODY", std::nullopt},
+      {404, "NOT_FOUND", std::nullopt},
+      {405, "METHOD_NOT_ALLOWED", std::nullopt},
+  };
   for (const Row& row : rows) {
     EXPECT_EQ(row.m_Code, Service::ExitCodeOf(row.m_Status, row.m_Id)) << row.m_Status << row.m_Id;
   }
