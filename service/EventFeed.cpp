@@ -76,9 +76,9 @@ EventFeed::EventFeed(SnapshotStore& store, EventFeedSettings settings)
     // With the first snapshot it may work: those who wait then get the whole log.
   }
   store.OnPublish([this] {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_HasWork = true;
-    m_Changed.notify_all();
+    m_Changed.NotifyAll();
   });
   m_Thread = std::thread(&EventFeed::Run, this);
 }
@@ -86,16 +86,11 @@ EventFeed::EventFeed(SnapshotStore& store, EventFeedSettings settings)
 EventFeed::~EventFeed() {
   m_Store.OnPublish(nullptr);
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_IsStopping = true;
   }
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
   m_Thread.join();
-}
-
-std::int64_t EventFeed::Newest() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
-  return m_Newest;
 }
 
 // The callbacks do not own the reader, which owns the stream, which owns them.
@@ -106,42 +101,42 @@ std::shared_ptr<Http::Stream> EventFeed::Open(std::optional<std::int64_t> after)
   const std::weak_ptr<Reader> weak = reader;
   reader->m_Stream->OnDrained([this, weak] { Wake(weak); });
   reader->m_Stream->OnEnd([this, weak] { Remove(weak); });
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_Readers.push_back(reader);
   m_HasWork = true;
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
   return reader->m_Stream;
 }
 
 void EventFeed::Wake(const std::weak_ptr<Reader>& reader) {
   const ReaderPtr owned = reader.lock();
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   if (owned != nullptr) owned->m_HasTaken = true;
   m_HasWork = true;
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
 }
 
 void EventFeed::Remove(const std::weak_ptr<Reader>& reader) {
   const ReaderPtr owned = reader.lock();
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   m_Readers.erase(std::remove(m_Readers.begin(), m_Readers.end(), owned), m_Readers.end());
 }
 
 std::vector<EventFeed::ReaderPtr> EventFeed::Readers() const {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return m_Readers;
 }
 
 // Whether the reader has taken everything, so that more may be sent. It has not afterwards.
 bool EventFeed::TakeTurn(Reader& reader) {
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   return std::exchange(reader.m_HasTaken, false);
 }
 
 // False when the feed has to stop.
 bool EventFeed::Await(Clock::time_point until) {
-  std::unique_lock<std::mutex> lock(m_Lock);
-  m_Changed.wait_until(lock, until, [this] { return m_HasWork || m_IsStopping; });
+  Base::MutexLock lock(m_Lock);
+  while (!m_HasWork && !m_IsStopping && m_Changed.WaitUntil(lock, until)) continue;
   m_HasWork = false;
   return !m_IsStopping;
 }
@@ -177,7 +172,6 @@ void EventFeed::ReadNews(const SnapshotPtr& snapshot) {
         m_BeforeRecent = m_Recent.front().m_Number;
         m_Recent.pop_front();
       }
-      const std::lock_guard<std::mutex> lock(m_Lock);
       m_Newest = events.back().m_Number;
     }
   } catch (const DBEXCEPTION::DatabaseException&) {
@@ -189,7 +183,6 @@ void EventFeed::ForgetLostLog() {
   if (HostKit::ReadEventNumbers().m_Newest >= m_Newest) return;
   m_Recent.clear();
   m_BeforeRecent = 0;
-  const std::lock_guard<std::mutex> lock(m_Lock);
   m_Newest = 0;
 }
 
@@ -207,7 +200,7 @@ void EventFeed::Serve(Reader& reader, const SnapshotPtr& snapshot) {
     reader.m_Stream->Send(part);
     return;
   }
-  const std::lock_guard<std::mutex> lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   reader.m_HasTaken = true;  // nothing was sent
 }
 

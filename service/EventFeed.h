@@ -1,18 +1,18 @@
 // The event log and the snapshots as server-sent events.
 #pragma once
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "hostkit/EventLog.h"
 #include "service/Snapshot.h"
 #include "service/http/Stream.h"
@@ -45,7 +45,7 @@ class EventFeed {
   EventFeed& operator=(const EventFeed&) = delete;
 
   // The number of the newest event that streams get, 0 if there is none. Any thread.
-  std::int64_t Newest() const;
+  std::int64_t Newest() const { return m_Newest; }
   // How many streams have not ended. Any thread.
   std::size_t Count() const { return Readers().size(); }
   // A stream of the events after that number; without it, of those to come. Any thread.
@@ -90,12 +90,13 @@ class EventFeed {
   const EventFeedSettings m_Settings;
   SnapshotStore& m_Store;
 
-  mutable std::mutex m_Lock;  // guards the members below
-  std::condition_variable m_Changed;
-  std::vector<ReaderPtr> m_Readers;
-  bool m_HasWork = true;
-  bool m_IsStopping = false;
-  std::int64_t m_Newest = 0;  // changed only by the thread
+  mutable Base::Mutex m_Lock;
+  Base::ConditionVariable m_Changed;
+  std::vector<ReaderPtr> m_Readers HOST_GUARDED_BY(m_Lock);
+  bool m_HasWork HOST_GUARDED_BY(m_Lock) = true;
+  bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
+
+  std::atomic<std::int64_t> m_Newest{0};  // changed only by the thread
 
   // Used only by the thread.
   std::deque<Line> m_Recent;        // the newest events, without a hole

@@ -3,7 +3,8 @@
 
 #include <chrono>
 #include <functional>
-#include <mutex>
+
+#include "base/Mutex.h"
 
 namespace Service {
 
@@ -23,20 +24,20 @@ class ProgressWatch {
 
   // The thread begins a step that ends within this time.
   void Begin(std::chrono::milliseconds longest) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_End = m_Now() + longest + kSlack;
   }
 
   // Whether the last step should have ended.
   bool IsStuck() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     return m_Now() > m_End;
   }
 
  private:
   const std::function<Clock::time_point()> m_Now;
-  mutable std::mutex m_Lock;
-  Clock::time_point m_End;  // guarded by `m_Lock`
+  mutable Base::Mutex m_Lock;
+  Clock::time_point m_End HOST_GUARDED_BY(m_Lock);
 };
 
 }  // namespace Service

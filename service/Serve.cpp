@@ -88,7 +88,8 @@ CollectorSettings SettingsOf(const Console::Context& context, StateThread& state
 }
 
 void ReportState(const std::string& cause) {
-  LogWarning(fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
+  LogWarning(
+      fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
 }
 
 // Null without a folder.
@@ -105,8 +106,8 @@ struct Running {
       : m_Feed(m_Store),
         m_Hooks(MakeHooks(m_Store, eventsFolder)),
         m_Collector(SettingsOf(context, m_State, m_Hooks.get()), m_Store),
-        m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
-              m_Jobs,   m_Replays,        m_Threads} {
+        m_Api{commands, context.Stream(), m_Store,   m_Collector,
+              m_Feed,   m_Jobs,           m_Replays, m_Threads} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = LogWarning;

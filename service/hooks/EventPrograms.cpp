@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <sstream>
 #include <utility>
 
@@ -66,10 +67,11 @@ EventPrograms::EventPrograms(ProgramSettings settings) : m_Settings(std::move(se
 
 EventPrograms::~EventPrograms() {
   {
-    Lock lock(m_Lock);
+    const auto end = std::chrono::steady_clock::now() + m_Settings.m_StopTimeout;
+    Base::MutexLock lock(m_Lock);
     m_IsStopping = true;
-    m_Changed.notify_all();
-    m_Changed.wait_for(lock, m_Settings.m_StopTimeout, [this] { return m_Running == 0; });
+    m_Changed.NotifyAll();
+    while (m_Running > 0 && m_Changed.WaitUntil(lock, end)) continue;
   }
   m_StopNow.Notify();
   for (std::thread& thread : m_Threads) thread.join();
@@ -80,37 +82,37 @@ void EventPrograms::SkipTo(std::int64_t number) {
 }
 
 void EventPrograms::Take(Event event) {
-  const Lock lock(m_Lock);
+  const Base::MutexLock lock(m_Lock);
   if (m_Waiting.size() >= m_Settings.m_Queue) {
     Report(fmt::format("too many events wait; drops event {}", event.m_Number));
     return;
   }
   m_Waiting.push_back(std::move(event));
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
 }
 
 void EventPrograms::RunThread() {
   while (const auto event = Next()) {
     RunPrograms(*event);
-    const Lock lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     --m_Running;
-    m_Changed.notify_all();
+    m_Changed.NotifyAll();
   }
 }
 
 // The next event whose number has been recorded, so that it is never run again; empty at the end.
 std::optional<Event> EventPrograms::Next() {
-  const Lock turn(m_NextLock);
+  const Base::MutexLock turn(m_NextLock);
   for (;;) {
-    Lock lock(m_Lock);
-    m_Changed.wait(lock, [this] { return m_IsStopping || !m_Waiting.empty(); });
+    Base::MutexLock lock(m_Lock);
+    while (!m_IsStopping && m_Waiting.empty()) m_Changed.Wait(lock);
     if (m_IsStopping) return std::nullopt;
     Event event = std::move(m_Waiting.front());
     m_Waiting.pop_front();
     ++m_Running;
-    lock.unlock();
+    lock.Unlock();
     if (Record(event.m_Number)) return event;
-    lock.lock();
+    lock.Lock();
     --m_Running;
   }
 }

@@ -2,18 +2,17 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <functional>
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "console/base/Notifier.h"
 
 namespace Hooks {
@@ -59,8 +58,6 @@ class EventPrograms {
   void Take(Event event);
 
  private:
-  using Lock = std::unique_lock<std::mutex>;
-
   void RunThread();
   std::optional<Event> Next();
   bool Record(std::int64_t number) const;
@@ -71,12 +68,12 @@ class EventPrograms {
   std::optional<std::int64_t> m_LastNumber;
   Console::Notifier m_StopNow;
 
-  std::mutex m_NextLock;  // held by the thread that takes an event and records its number
-  std::mutex m_Lock;      // guards the members below
-  std::condition_variable m_Changed;
-  std::deque<Event> m_Waiting;
-  bool m_IsStopping = false;
-  unsigned m_Running = 0;
+  Base::Mutex m_NextLock;  // held by the thread that takes an event and records its number
+  Base::Mutex m_Lock;
+  Base::ConditionVariable m_Changed;
+  std::deque<Event> m_Waiting HOST_GUARDED_BY(m_Lock);
+  bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
+  unsigned m_Running HOST_GUARDED_BY(m_Lock) = 0;
 
   std::vector<std::thread> m_Threads;
 };

@@ -13,20 +13,20 @@ StateThread::~StateThread() {
 
 void StateThread::Stop() {
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     m_IsStopping = true;
   }
-  m_Changed.notify_all();
+  m_Changed.NotifyAll();
   if (m_Thread.joinable()) m_Thread.join();
 }
 
 bool StateThread::Enqueue(std::function<void()> task) {
   {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Base::MutexLock lock(m_Lock);
     if (m_IsStopping || m_Queue.size() >= kMostQueued) return false;
     m_Queue.push_back(std::move(task));
   }
-  m_Changed.notify_one();
+  m_Changed.NotifyOne();
   return true;
 }
 
@@ -44,15 +44,15 @@ std::string StateThread::Try(Kind kind, const std::function<void()>& work) {
 }
 
 void StateThread::Run() {
-  std::unique_lock<std::mutex> lock(m_Lock);
+  Base::MutexLock lock(m_Lock);
   for (;;) {
-    m_Changed.wait(lock, [this] { return m_IsStopping || !m_Queue.empty(); });
+    while (!m_IsStopping && m_Queue.empty()) m_Changed.Wait(lock);
     if (m_Queue.empty()) return;
     const std::function<void()> task = std::move(m_Queue.front());
     m_Queue.pop_front();
-    lock.unlock();
+    lock.Unlock();
     task();
-    lock.lock();
+    lock.Lock();
   }
 }
 

@@ -2,10 +2,8 @@
 // request ever waits for the disk.
 #pragma once
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -13,6 +11,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "base/Mutex.h"
 #include "service/state/StateStore.h"
 
 namespace Service {
@@ -78,10 +77,10 @@ class StateThread {
   StateStore m_Store;
   std::set<std::string> m_Reported;
 
-  std::mutex m_Lock;
-  std::condition_variable m_Changed;
-  std::deque<std::function<void()>> m_Queue;  // guarded by `m_Lock`
-  bool m_IsStopping = false;                  // guarded by `m_Lock`
+  Base::Mutex m_Lock;
+  Base::ConditionVariable m_Changed;
+  std::deque<std::function<void()>> m_Queue HOST_GUARDED_BY(m_Lock);
+  bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
 
   std::thread m_Thread;
 };

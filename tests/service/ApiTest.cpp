@@ -19,8 +19,14 @@ class Api : public CorvaneTest::CollectorFixture {
   // The status and the problem of the response, which comes later.
   std::string Ask(const Service::SnapshotStore& store, Http::Method method, const char* path,
                   Http::Request request) {
-    Service::ApiContext api{Console::AllCommands(), m_Stream, store,     *m_pCollector, m_Feed,
-                            m_Jobs,                 m_Replays, m_Threads};
+    Service::ApiContext api{Console::AllCommands(),
+                            m_Stream,
+                            store,
+                            *m_pCollector,
+                            m_Feed,
+                            m_Jobs,
+                            m_Replays,
+                            m_Threads};
     api.m_FreshTimeout = milliseconds(20);
     api.m_CallTimeout = milliseconds(20);
     for (const Http::Route& route : Service::ApiRoutes(api)) {
