@@ -13,7 +13,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// Empty if the log cannot be read, which `EventLogClient` reports when it writes.
+// Empty if the log cannot be read; `EventLogClient` reports that on its next write.
 std::optional<std::int64_t> LogPosition() {
   try {
     return HostKit::NewestEventNumber();
@@ -21,10 +21,11 @@ std::optional<std::int64_t> LogPosition() {
     return std::nullopt;
   }
 }
-// How many calls a step makes at most, each with its timeout.
+
+// Maximum plug-in calls per step, each with its own timeout.
 constexpr int kCallsAtStart = 4;    // load, initialize, number the adapters, read the topology
 constexpr int kCallsAtRefresh = 4;  // the events, the topology for them, the topology again
-// A process that does not end is killed within this time.
+// Time to stop or kill a plug-in process.
 constexpr std::chrono::seconds kLongestEnd(40);
 
 }  // namespace

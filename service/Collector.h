@@ -57,8 +57,8 @@ class Collector {
   const ProgressWatch& Progress() const { return m_Progress; }
   // Makes the thread read the cards now. From any thread.
   void RequestRefresh() const { m_Wake.Notify(); }
-  // The same, and waits for a snapshot that was read after this call
-  // began. False without one by the deadline, or if no plug-in is running. From any thread.
+  // Requests a refresh and waits for a snapshot read after this call began. False if there is none
+  // by the deadline, or no plug-in is running. From any thread.
   bool Refresh(const Console::Deadline& deadline) const;
   // Carries out one command in the plug-in, on the calling thread; any thread may call it. Empty if
   // no plug-in is running, or it has not answered by the deadline.

@@ -1,17 +1,11 @@
 #include "service/CollectorSession.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "console/base/Failure.h"
+#include "host/Database.h"
 
 namespace Service {
-namespace {
-
-// More than the cards of one machine can cause between two calls.
-constexpr std::size_t kNewest = 1000;
-
-}  // namespace
 
 CollectorSession::CollectorSession(const Collector& collector, const SnapshotStore& store,
                                    Console::EventLogClient& eventLog,
@@ -19,9 +13,8 @@ CollectorSession::CollectorSession(const Collector& collector, const SnapshotSto
     : CommandSession(eventLog, limits),
       m_Collector(collector),
       m_Store(store),
-      m_EventLog(eventLog),
       m_Snapshot(store.Get()) {
-  for (const auto& event : m_EventLog.Read(0, 1)) m_LastEvent = event.m_Number;
+  for (const auto& event : eventLog.Read(0, 1)) m_LastEvent = event.m_Number;
 }
 
 CollectorSession::~CollectorSession() {
@@ -39,12 +32,15 @@ std::optional<Console::PluginReply> CollectorSession::Call(Console::PluginComman
   return reply;
 }
 
+// A log that cannot be read has no events; the collector reports that when it writes.
 std::vector<HostKit::LoggedEvent> CollectorSession::CollectEvents() {
-  std::vector<HostKit::LoggedEvent> events = m_EventLog.Read(0, kNewest);
-  const auto isOld = [this](const auto& event) { return event.m_Number <= m_LastEvent; };
-  events.erase(std::remove_if(events.begin(), events.end(), isOld), events.end());
-  if (!events.empty()) m_LastEvent = events.back().m_Number;
-  return events;
+  try {
+    auto events = HostKit::ReadEventsAfter(m_LastEvent, Console::EventLogClient::kAll);
+    if (!events.empty()) m_LastEvent = events.back().m_Number;
+    return events;
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    return {};
+  }
 }
 
 bool CollectorSession::WaitForNotification(std::chrono::milliseconds atMost,

@@ -37,7 +37,6 @@ class CollectorSession : public Console::CommandSession {
 
   const Collector& m_Collector;
   const SnapshotStore& m_Store;
-  Console::EventLogClient& m_EventLog;
   SnapshotPtr m_Snapshot;
   std::int64_t m_LastEvent = 0;
 };

@@ -17,7 +17,7 @@ namespace {
 using Console::Json;
 using HostKit::LoggedEvent;
 
-// More than a part and a few heartbeats.
+// Holds one batch plus a few heartbeats.
 constexpr std::size_t kStreamBytes = 1U << 20U;
 
 std::string Message(const char* event, std::int64_t number, const std::string& line) {
@@ -60,7 +60,7 @@ std::string SnapshotMessage(const Snapshot& snapshot, std::int64_t number) {
   return Message("snapshot", number, json.dump());
 }
 
-// The first event that is left is the next one to be sent.
+// Streaming continues with the oldest remaining event.
 std::string GapMessage(std::int64_t after, std::int64_t first) {
   const Json json = {{"after", after}, {"first", first}};
   return Message("gap", first - 1, json.dump());
@@ -73,7 +73,7 @@ EventFeed::EventFeed(SnapshotStore& store, EventFeedSettings settings)
   try {
     m_Newest = m_BeforeRecent = HostKit::ReadEventNumbers().m_Newest;
   } catch (const DBEXCEPTION::DatabaseException&) {
-    // With the first snapshot it may work: those who wait then get the whole log.
+    // Retried with the first snapshot; streams then start at the beginning of the log.
   }
   store.OnPublish([this] {
     const Base::MutexLock lock(m_Lock);
@@ -157,7 +157,7 @@ void EventFeed::Run() {
   }
 }
 
-// If the log cannot be read, the next snapshot is the next chance.
+// Retries with the next snapshot if the log cannot be read.
 void EventFeed::ReadNews(const SnapshotPtr& snapshot) {
   try {
     ForgetLostLog();
@@ -250,7 +250,7 @@ std::string EventFeed::OlderPart(Reader& reader, const SnapshotPtr& snapshot) co
   return part;
 }
 
-// To a client that has not taken the last part it would only add to what waits.
+// Skips clients that have not read the previous batch.
 void EventFeed::Beat(Reader& reader) {
   if (reader.m_Missed >= m_Settings.m_MissedHeartbeats) return reader.m_Stream->Abort();
   ++reader.m_Missed;

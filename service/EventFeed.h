@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,15 +20,15 @@ namespace Service {
 
 struct EventFeedSettings {
   std::chrono::milliseconds m_Heartbeat{15000};  // between comments that keep a connection alive
-  // A client that has taken nothing for so many heartbeats is cut.
+  // Heartbeats without progress after which a client is disconnected.
   unsigned m_MissedHeartbeats = 2;
   std::size_t m_RecentEvents = 1000;  // how many are kept in memory
   std::size_t m_EventsPerPart = 100;  // how many of older ones are sent at a time
 };
 
 // Sends each stream every event of the log in order, each once: first those that it has not seen,
-// then new ones as soon as the snapshot that follows them is published. One thread does all of it,
-// and is the only one that reads the log, so nothing can come between the two.
+// then new ones as soon as the snapshot that follows them is published. One thread sends both
+// old and new events, so none is lost or duplicated where they meet.
 //
 //     id: 7                 the number in the log
 //     event: event          data: the document of `events -o jsonl`

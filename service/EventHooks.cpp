@@ -10,7 +10,7 @@
 namespace Service {
 namespace {
 
-// Next to the database, with which the numbers begin.
+// Next to the database, because event numbers restart with a new database.
 std::filesystem::path StateFile() {
   const std::string database = HostKit::DatabaseFile().string();
   return database == ":memory:" ? std::string() : database + "-events";

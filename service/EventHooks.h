@@ -19,7 +19,7 @@ class EventHooks {
   EventHooks(const SnapshotStore& store, const std::filesystem::path& folder,
              std::function<void(const std::string&)> report);
 
-  // Events were logged. One thread at a time. Does not wait for the programs.
+  // Call after events were logged, from one thread at a time. Does not wait for the programs.
   void OnEvents();
 
  private:

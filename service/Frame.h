@@ -31,9 +31,8 @@ class FrameWriter {
   explicit FrameWriter(int socket) : m_Socket(socket) {}
 
   // Bytes that are not UTF-8 are replaced. Waits until the other process has taken enough of what
-  // was written before. False if it has
-  // ended or the document is too large; also, from then on, if the socket's send timeout has cut a
-  // document.
+  // was written before. False if it has ended or the document is too large; also, from then on,
+  // if the socket's send timeout has cut a document.
   bool Write(const nlohmann::json& document);
 
  private:

@@ -49,6 +49,7 @@ void JobTable::End(const std::string& id, JobState state, nlohmann::ordered_json
     each.m_State = state;
     each.m_Ended = Job::Clock::now();
     each.m_Result = std::move(result);
+    return;
   }
 }
 

@@ -1,7 +1,5 @@
-// The operations that clients have started.
+// Operations started by clients.
 #pragma once
-
-#include <sys/types.h>
 
 #include <chrono>
 #include <cstdint>
@@ -20,15 +18,14 @@ enum class JobState { Running, Succeeded, Failed };
 struct Job {
   using Clock = std::chrono::system_clock;
 
-  std::string m_Id;  // never used again, also after a restart of the service
+  std::string m_Id;  // never reused, even after the service restarts
   std::string m_Serial;
   std::string m_Operation;
   bool m_IsDryRun = false;
   JobState m_State = JobState::Running;
   Clock::time_point m_Started;
-  Clock::time_point m_Ended;  // unless it is running
-  // What the operation reported: a document of the console, or a problem document. Null while it is
-  // running.
+  Clock::time_point m_Ended;  // set when the job has ended
+  // A console document or a problem document. Null while the job is running.
   nlohmann::ordered_json m_Result;
 };
 
@@ -37,11 +34,11 @@ class JobTable {
  public:
   JobTable();
 
-  // A new job that is running; empty if one is already running on the card.
+  // Starts a job; empty if one is already running on the card.
   std::optional<Job> Begin(const std::string& serial, const std::string& operation, bool isDryRun);
   // Ends a running job.
   void End(const std::string& id, JobState state, nlohmann::ordered_json result);
-  // Forgets a job that could not be started.
+  // Removes a job that could not be started.
   void Drop(const std::string& id);
 
   // Newest first.

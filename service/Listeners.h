@@ -21,18 +21,17 @@ struct ListenSettings {
 
 class Listeners {
  public:
-  // Opens the sockets, whose file is removed at the end, or takes those of the service manager,
-  // which then replace `m_Socket`. Throws `Console::Failure`. Call once, before any thread starts.
+  // Takes the service manager's sockets, or opens them and removes the socket file on destruction.
+  // Throws `Console::Failure`. Call once, before any thread starts.
   Listeners(const ListenSettings& settings, const Http::Permissions& permissions);
 
-  // What a note calls them: "/run/corvane/corvane.sock, 127.0.0.1:9188".
+  // Names for messages: "/run/corvane/corvane.sock, 127.0.0.1:9188".
   const std::string& Names() const { return m_Names; }
   // The sockets; once.
   std::vector<Base::Descriptor> Take() { return std::move(m_Sockets); }
   // Gives the socket's file to the group that may read, which may be new. Only root can.
   void ShareFile(const Http::Permissions& permissions) const;
-  // To be done before the sockets are closed, or another service could put its own file there in
-  // between.
+  // Call before closing the sockets, so as not to remove another service's file.
   void RemoveFile() { m_File.Remove(); }
 
  private:

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdio>
 #include <fstream>
 
 #include "base/Printable.h"
@@ -35,7 +36,7 @@ int PriorityOf(std::uint32_t severity) {
   return kNotice;
 }
 
-// The process may have ended, and its number may belong to another one by now.
+// The process may have exited and its PID been reused.
 std::string CommandName(pid_t process) {
   std::string name;
   std::ifstream file(fmt::format("/proc/{}/comm", process));
@@ -45,7 +46,8 @@ std::string CommandName(pid_t process) {
 
 void Write(const JournalEntry& entry) {
   if (Systemd::IsJournalUsed() && Systemd::SendToJournal(entry)) return;
-  fmt::print(stderr, "corvane-host: {}\n", entry.m_Message);
+  const std::string line = fmt::format("corvane-host: {}\n", entry.m_Message);
+  std::fwrite(line.data(), 1, line.size(), stderr);  // a message that cannot be written is lost
 }
 
 }  // namespace
@@ -68,7 +70,7 @@ JournalEntry EntryOf(const HostKit::LoggedEvent& event) {
           {{"MESSAGE_ID", MessageIdOf(event.m_EventID)},
            {"CORVANE_EVENT", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
            {"CORVANE_EVENT_ID", std::to_string(event.m_EventID)},
-           {"CORVANE_SERIAL", event.m_SerialNumber},
+           {"CORVANE_SERIAL_NUMBER", event.m_SerialNumber},
            {"CORVANE_SOURCE", event.m_SourceName}}};
 }
 

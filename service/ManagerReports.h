@@ -2,9 +2,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "service/ProgressWatch.h"
 #include "service/Snapshot.h"
@@ -32,8 +34,10 @@ class ManagerReports {
   void Update();
   std::chrono::milliseconds Interval() const;
   void Stopping() const { m_Settings.m_Send("STOPPING=1\nSTATUS=stopping"); }
-  // After a reload.
-  void Reloaded() const { m_Settings.m_Send("READY=1"); }
+  // After a reload. Before the first report, that one follows.
+  void Reloaded() const {
+    if (m_IsReady) m_Settings.m_Send("READY=1");
+  }
 
  private:
   void UpdateStatus();

@@ -15,7 +15,7 @@ constexpr const char* kNamespace = "a19311db2a994521918a795f";
 std::string CatalogEntry(std::uint32_t event) {
   const std::string name = HostKit::NameOf(Family::Event, event);
   std::string text =
-      fmt::format("-- {}\nSubject: {} on card @CORVANE_SERIAL@\n", MessageIdOf(event), name);
+      fmt::format("-- {}\nSubject: {} on card @CORVANE_SERIAL_NUMBER@\n", MessageIdOf(event), name);
   text += "Defined-By: Corvane\nDocumentation: man:corvane-host-serve(8)\n\n";
   text += HostKit::MeaningOf(Family::Event, event) + "\n";
   const std::string advice = HostKit::AdviceOf(Family::Event, event);

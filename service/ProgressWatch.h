@@ -3,14 +3,15 @@
 
 #include <chrono>
 #include <functional>
+#include <utility>
 
 #include "base/Mutex.h"
 
 namespace Service {
 
-// The thread announces each step with the time that the step can take at most, its own timeouts
-// included. A card that hangs therefore does not count as a lack of progress before the timeouts of
-// the step have failed to end it. Any thread may call the members.
+// The thread announces each step with the longest time that it can take, timeouts included. A hung
+// card counts as stuck only after the step's own timeouts should have expired. Any thread may call
+// the members.
 class ProgressWatch {
  public:
   using Clock = std::chrono::steady_clock;

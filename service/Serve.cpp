@@ -66,23 +66,31 @@ void PassTracing(const Console::Options& options) {
   if (!options.m_TraceFile.empty()) setenv("CORVANE_TRACE_FILE", options.m_TraceFile.c_str(), 1);
 }
 
-// A failure to record is reported by the thread.
-bool Record(StateThread& state, const Observation& observation) {
+// On the thread of the state.
+void Announce(const std::vector<HostKit::LoggedEvent>& events, EventHooks* hooks) {
+  for (const HostKit::LoggedEvent& event : events) LogEvent(event);
+  if (hooks != nullptr && !events.empty()) hooks->OnEvents();
+}
+
+// Recording finds the events that no plug-in has handed over. A failure is reported by the thread.
+bool Record(StateThread& state, EventHooks* hooks, const Observation& observation) {
   return state.Change([observation](StateStore& store) { return store.Record(observation); },
-                      [](const auto&) {});
+                      [hooks](const auto& outcome) {
+                        if (outcome.m_Result) Announce(*outcome.m_Result, hooks);
+                      });
 }
 
 CollectorSettings SettingsOf(const Console::Context& context, StateThread& state,
                              EventHooks* hooks) {
   CollectorSettings settings;
-  settings.m_OnEvents = [hooks](const std::vector<HostKit::LoggedEvent>& events) {
-    for (const HostKit::LoggedEvent& event : events) LogEvent(event);
-    if (hooks != nullptr) hooks->OnEvents();
+  settings.m_OnEvents = [&state, hooks](const std::vector<HostKit::LoggedEvent>& events) {
+    state.Read([](StateStore&) { return true; },
+               [hooks, events](const auto&) { Announce(events, hooks); });
   };
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
-  settings.m_OnObservation = [&state](const Observation& observation) {
-    return Record(state, observation);
+  settings.m_OnObservation = [&state, hooks](const Observation& observation) {
+    return Record(state, hooks, observation);
   };
   return settings;
 }
@@ -106,8 +114,8 @@ struct Running {
       : m_Feed(m_Store),
         m_Hooks(MakeHooks(m_Store, eventsFolder)),
         m_Collector(SettingsOf(context, m_State, m_Hooks.get()), m_Store),
-        m_Api{commands, context.Stream(), m_Store,   m_Collector,
-              m_Feed,   m_Jobs,           m_Replays, m_Threads} {
+        m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
+              m_Jobs,   m_Replays,        m_Threads, m_State} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = LogWarning;
@@ -123,8 +131,9 @@ struct Running {
 
   SnapshotStore m_Store;
   EventFeed m_Feed;
-  StateThread m_State{ReportState};  // ends after the collector, and with what that has observed
   const std::unique_ptr<EventHooks> m_Hooks;
+  // Destroyed after the collector, so that its last observation is stored.
+  StateThread m_State{ReportState};
   Collector m_Collector;
   JobTable m_Jobs;
   ReplayCache m_Replays;
@@ -133,7 +142,7 @@ struct Running {
   std::optional<Http::Server> m_Server;
 };
 
-// The groups may have been created after the service was started.
+// Looks the groups up again, because they may be new.
 void Reload(Running& running, const Listeners& listeners) {
   Systemd::NotifyReloading();
   const Http::Permissions permissions = PermissionsHere();

@@ -41,7 +41,7 @@ struct Snapshot {
 
   std::uint64_t m_Run = 0;         // of the service; each run counts snapshots from 1
   std::uint64_t m_Number = 0;      // rises with each snapshot; 0: nothing has been read yet
-  std::uint64_t m_Refreshes = 0;   // requests for a refresh that were there before it was read
+  std::uint64_t m_Refreshes = 0;   // refresh requests that this snapshot satisfies
   Clock::time_point m_ObservedAt;  // when `m_Objects` was read
   Console::PluginInfo m_Info;
   PluginState m_Plugin;
@@ -63,8 +63,8 @@ class SnapshotStore {
   SnapshotPtr Get() const;
   // Makes it the newest one and gives it its number.
   void Publish(Snapshot snapshot);
-  // Calls it after each snapshot, on the thread that publishes; it must not wait. Null: nothing.
-  // When this returns, an earlier function is not running any more.
+  // Calls it after each snapshot, on the thread that publishes; it must not wait. Null
+  // removes the callback. On return, the previous callback has finished.
   void OnPublish(std::function<void()> call);
   // Waits for a snapshot with a number above `number`, or until the deadline; returns the newest.
   SnapshotPtr AwaitNewer(std::uint64_t number, const Console::Deadline& deadline) const;

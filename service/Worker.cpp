@@ -83,7 +83,7 @@ constexpr std::chrono::milliseconds kKillTimeout(3000);
 // A call that has waited for a format gets this much more time.
 constexpr std::chrono::milliseconds kAfterFormat(30000);
 // How often a call whose deadline is over looks whether a format is still running.
-constexpr std::chrono::milliseconds kFormatCheck(10);
+constexpr std::chrono::milliseconds kFormatCheck(500);
 
 // Whether the process has ended by the deadline. If so, it has been reaped.
 bool AwaitEnd(pid_t process, const Console::Deadline& deadline) {
@@ -201,11 +201,12 @@ std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& c
 
   Base::MutexLock lock(m_Lock);
   while (isSent && !m_HasEnded && !m_Replies[id] && !HasWaited(deadline, duringFormat)) {
-    m_Changed.WaitFor(lock, std::max(deadline.Left(), kFormatCheck));
+    m_Changed.WaitFor(lock, deadline.IsOver() ? kFormatCheck : deadline.Left());
   }
   if (deadline.IsUnlimited()) {
     --m_Formats;
     m_AfterFormat = Console::Deadline(kAfterFormat);
+    m_Changed.NotifyAll();
   }
   const std::optional<Json> reply = std::move(m_Replies[id]);
   m_Replies.erase(id);

@@ -86,7 +86,7 @@ class Worker {
   std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);
   std::size_t m_FailedThreads HOST_GUARDED_BY(m_Lock) = 0;
   int m_Formats HOST_GUARDED_BY(m_Lock) = 0;  // that are running
-  // Of the calls that have waited for a format; over if there was none.
+  // Extra time for calls that waited for a format; expired if there was none.
   Console::Deadline m_AfterFormat HOST_GUARDED_BY(m_Lock){std::chrono::steady_clock::time_point()};
 
   std::thread m_Reader;

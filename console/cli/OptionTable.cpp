@@ -29,13 +29,12 @@ const std::vector<OptionRow>& AllOptions() {
        "never prompt; refuse changes that need confirmation"},
       {"",   "--socket",     "PATH",    &O::m_Socket,      true,
        "use the service at this Unix socket; with serve: serve there (default: CORVANE_SOCKET)", {}, false,
-       "Without it, a command uses the service at the default socket if it answers. The default socket "
-       "is CORVANE_SOCKET; else $XDG_RUNTIME_DIR/corvane/corvane.sock of the user, then "
-       "/run/corvane/corvane.sock."},
+       "By default, commands use a running service: the socket in CORVANE_SOCKET, or else "
+       "$XDG_RUNTIME_DIR/corvane/corvane.sock, then /run/corvane/corvane.sock."},
       {"",   "--direct",     "",        &O::m_Direct,      true,
        "load the plug-in into this program even if a service runs", {}, false,
-       "--plugin, --simulate, --database, --trace and --trace-file do the same. It is refused "
-       "while a service holds the database."},
+       "Implied by --plugin, --simulate, --database, --trace and --trace-file. Fails while a "
+       "service is using the database."},
       {"",   "--plugin",     "FILE",    &O::m_Plugin,      true,
        "load this plug-in (default: ../lib/libCorvane.so, relative to the program)"},
       {"",   "--simulate",   "[FILE]",  &O::m_Simulate,    true,

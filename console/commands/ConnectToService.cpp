@@ -19,11 +19,11 @@ namespace {
 
 using Paths = std::vector<std::filesystem::path>;
 
-// A service has its own plug-in, cards, database and trace.
+// Options that configure a plug-in in this process, so they cannot apply to a service.
 constexpr const char* kDirectOptions[] = {"--direct",   "--plugin", "--simulate",
                                           "--database", "--trace",  "--trace-file"};
 
-// Their result must not be taken for the present one.
+// These commands report the current state, so stale values are an error.
 constexpr const char* kNeedsPlugin[] = {"check", "metrics", "wait"};
 
 // The option that asks for a plug-in in this process, or null.
@@ -41,7 +41,7 @@ void RequireNoDirectOption(const Options& options) {
                      {"With --socket, the command uses the plug-in of the service."});
 }
 
-// Those that exist: without a file nothing listens.
+// Only existing files: nothing can be listening at the others.
 Paths DefaultSockets() {
   Paths existing;
   for (const std::filesystem::path& path : Service::ClientSockets()) {

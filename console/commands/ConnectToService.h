@@ -1,4 +1,4 @@
-// Whether a command uses a service or loads the plug-in itself.
+// Chooses between a service and a plug-in in this process.
 #pragma once
 
 #include <memory>

@@ -90,7 +90,7 @@ std::string CountLine(const char* name, const RowTable& table) {
 void RequireOwnRows(Context& context) {
   if (!context.Open().IsShared()) return;
   throw Failure(ExitCode::Refused, "ROWS_OF_SERVICE", "rows",
-                "the plug-in of a service keeps its rows to itself",
+                "rows are not available while a service runs the plug-in",
                 {"Stop the service, or pass another database with --database."});
 }
 

@@ -13,7 +13,8 @@
 namespace Console {
 namespace {
 
-// Other users' services run no programs by default: one host writes the log of each database.
+// Only root's service runs event programs by default, so a user's service never reports an event a
+// second time.
 std::filesystem::path EventsFolder(const Options& options) {
   if (!options.m_EventsFolder.empty()) return std::filesystem::absolute(options.m_EventsFolder);
   return geteuid() == 0 ? "/etc/corvane/events.d" : "";

@@ -25,7 +25,7 @@ namespace {
 constexpr const char* kInMemory = ":memory:";
 constexpr const char* kSuffix = "-service";
 
-// A command tests the lock by taking it for a moment.
+// Commands test the lock by briefly taking it, so retry for this long.
 constexpr std::chrono::milliseconds kTestTime(1000);
 constexpr std::chrono::milliseconds kPause(20);
 
@@ -66,7 +66,6 @@ LockHolder ReadHolder(const LockFile& lock) {
   constexpr std::size_t kLimit = 8192;
   LockHolder holder;
   std::string text;
-  if (lseek(lock.m_File.Get(), 0, SEEK_SET) != 0) return holder;
   Base::ReadAll(lock.m_File, kLimit, text);
   const auto line = text.find('\n');
   if (line == std::string::npos) return holder;
@@ -83,8 +82,7 @@ std::string NameOf(const LockHolder& holder) {
 Failure HeldFailure(const std::string& what, const std::string& database, const LockHolder& holder,
                     std::vector<std::string> advice) {
   return Failure(ExitCode::Refused, "DATABASE_HELD", what,
-                 fmt::format("{} uses the database {}", NameOf(holder), database),
-                 std::move(advice));
+                 fmt::format("{} is in use by {}", database, NameOf(holder)), std::move(advice));
 }
 
 std::vector<std::string> AdviceForDirect(const LockHolder& holder) {
@@ -104,12 +102,14 @@ Failure UnusableFailure(const LockFile& lock) {
                  {"Pass another database with --database."});
 }
 
-bool Lock(const Base::Descriptor& file, const Deadline& deadline) {
+// 0 or an errno: EWOULDBLOCK if another process holds the lock until the deadline.
+int Lock(const Base::Descriptor& file, const Deadline& deadline) {
   while (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK || deadline.IsOver()) return false;
+    if (errno == EINTR) continue;
+    if (errno != EWOULDBLOCK || deadline.IsOver()) return errno;
     std::this_thread::sleep_for(kPause);
   }
-  return true;
+  return 0;
 }
 
 }  // namespace
@@ -119,10 +119,12 @@ DatabaseLock::DatabaseLock(const std::filesystem::path& socket) {
   if (database == kInMemory) return;
   LockFile lock = OpenLock(database, O_RDWR | O_CREAT);
   if (!lock.m_File.IsOpen()) throw UnusableFailure(lock);
-  if (!Lock(lock.m_File, Deadline(kTestTime))) {
+  lock.m_Error = Lock(lock.m_File, Deadline(kTestTime));
+  if (lock.m_Error == EWOULDBLOCK) {
     throw HeldFailure("cannot serve", database, ReadHolder(lock),
                       {"Stop it first, or pass another database with --database."});
   }
+  if (lock.m_Error != 0) throw UnusableFailure(lock);
   const std::string holder = fmt::format("{}\n{}\n", getpid(), socket.string());
   if (ftruncate(lock.m_File.Get(), 0) != 0) lock.m_Error = errno;
   if (lock.m_Error == 0) lock.m_Error = Base::WriteAll(lock.m_File, holder);
@@ -136,7 +138,7 @@ std::optional<LockHolder> FindLockHolder() {
   const LockFile lock = OpenLock(database, O_RDONLY);
   // Without the file there is no service; the database reports what is wrong with its folder.
   if (!lock.m_File.IsOpen()) return std::nullopt;
-  if (flock(lock.m_File.Get(), LOCK_SH | LOCK_NB) == 0) return std::nullopt;
+  if (flock(lock.m_File.Get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK) return std::nullopt;
   return ReadHolder(lock);
 }
 

@@ -1,4 +1,4 @@
-// The lock by which a service keeps its database to itself: a second plug-in with the same database
+// Lock that gives a service exclusive use of its database: a second plug-in with the same database
 // would count events twice.
 #pragma once
 
@@ -22,8 +22,9 @@ struct LockHolder {
 // process ends, however it ends; the file remains.
 class DatabaseLock {
  public:
-  // Takes the lock, and names this process and its socket in the file. A database in memory needs
-  // no lock. Throws `Failure` if another service holds it, or the file cannot be used.
+  // A command that loaded the plug-in before is not noticed. Takes the lock, and names this process
+  // and its socket in the file. A database in memory needs no lock. Throws `Failure` if another
+  // service holds it, or the file cannot be used.
   explicit DatabaseLock(const std::filesystem::path& socket);
 
  private:

@@ -20,8 +20,7 @@ using HostKit::LoggedEvent;
 // The id of messages about a log that cannot be used.
 constexpr const char* kNoEventLog = "NO_EVENT_LOG";
 
-// Where events are read that were logged before. The members throw `Failure` or
-// `DBEXCEPTION::DatabaseException`.
+// Source of logged events. The members throw `Failure` or `DBEXCEPTION::DatabaseException`.
 class EventSource {
  public:
   virtual ~EventSource() = default;

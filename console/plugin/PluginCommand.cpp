@@ -58,6 +58,11 @@ const CommandRow* FindCommand(const std::string& name) {
   return nullptr;
 }
 
+bool IsChange(const PluginCommand& command) {
+  return command.m_Command == PI::CMD_SET_PROPERTY ||
+         command.m_Command == PI::CMD_EXECUTE_OPERATION;
+}
+
 PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command) {
   void* const payload =
       std::visit([](auto& record) { return PointerTo(record); }, command.m_Payload);

@@ -39,6 +39,9 @@ struct CommandRow {
 const CommandRow* FindCommand(std::uint32_t command);
 const CommandRow* FindCommand(const std::string& name);
 
+// Whether the command may change something.
+bool IsChange(const PluginCommand& command);
+
 // Calls the plug-in. From any thread, as `IPLUGINAPI::Execute`.
 PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command);
 

@@ -1,5 +1,4 @@
-// The fields of each record of the plug-in interface and of the event log: the one list that
-// reading and writing share.
+// Fields of each plug-in and event log record, used for both reading and writing.
 #pragma once
 
 #include "host/PluginInterface.h"

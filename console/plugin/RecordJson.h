@@ -1,8 +1,8 @@
 // The plug-in interface's records as JSON, for another process.
 //
-// A field that has its default is left out; a decoded record has the default for each field that is
-// missing. Texts that are not UTF-8 are
-// {"hex": "41ff"}, numbers that are not finite the texts "nan", "inf" and "-inf". From any thread.
+// Fields with default values are omitted, and decoding restores them. Text that is not UTF-8 is
+// written as {"hex": "41ff"}, non-finite numbers as "nan", "inf" and "-inf". Safe to call from any
+// thread.
 #pragma once
 
 #include <nlohmann/json.hpp>

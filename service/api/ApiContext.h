@@ -12,6 +12,7 @@
 #include "service/Snapshot.h"
 #include "service/api/ReplayCache.h"
 #include "service/http/Route.h"
+#include "service/state/StateThread.h"
 
 namespace Service {
 
@@ -25,6 +26,7 @@ struct ApiContext {
   JobTable& m_Jobs;
   ReplayCache& m_Replays;
   CallThreads& m_Threads;
+  StateThread& m_State;
   // How long a request waits for a new snapshot, and for a call of the plug-in.
   std::chrono::milliseconds m_FreshTimeout{30000};
   std::chrono::milliseconds m_CallTimeout{120000};

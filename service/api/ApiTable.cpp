@@ -13,6 +13,7 @@
 #include "service/api/PluginApi.h"
 #include "service/api/Schemas.h"
 #include "service/api/SessionApi.h"
+#include "service/api/StateApi.h"
 
 namespace Service {
 namespace {
@@ -24,8 +25,10 @@ constexpr const char* kOpenMetricsType = "application/openmetrics-text";
 constexpr const char* kTextType = "text/plain";
 constexpr const char* kEventStreamType = "text/event-stream";
 
-const ResponseRow kDocument = {200, "A document of the console.", kJsonType, "Document"};
-const ResponseRow kText = {200, "A word.", kTextType, nullptr};
+const ResponseRow kDocument = {200, "The JSON document that the console prints.", kJsonType,
+                               "Document"};
+const ResponseRow kNoContent = {204, "Done.", nullptr, nullptr};
+const ResponseRow kText = {200, "A one-word status.", kTextType, nullptr};
 const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job"};
 
 const ProblemRow kDown = {503, "PLUGIN_DOWN", "The plug-in is not running."};
@@ -45,6 +48,11 @@ const ProblemRow kNoLog = {500, "NO_EVENT_LOG", "The event log cannot be read."}
 const ProblemRow kInvalidEventId = {400, "EVENT_ID_INVALID",
                                     "Last-Event-ID is not the number of an event."};
 const ProblemRow kTooManyStreams = {503, "STREAM_REFUSED", "Too many streams are open."};
+const ProblemRow kUnknownCard = {404, "UNKNOWN_CARD", "The card has never been seen."};
+const ProblemRow kPresent = {409, "CARD_PRESENT", "The card is present."};
+const ProblemRow kUnknownReason = {400, "UNKNOWN_REASON", "No such reason."};
+const ProblemRow kNotAcknowledged = {404, "NOT_ACKNOWLEDGED", "The reason is not acknowledged."};
+const ProblemRow kNoDatabase = {500, "DATABASE_UNUSABLE", "The database cannot be used."};
 const ProblemRow kReserved = {409, "RESERVED", "Only the service may use this command."};
 
 // Problems of resources that read objects, with "fresh" in the query.
@@ -76,7 +84,8 @@ const std::vector<ApiRow> kRows = {
      "getMetrics",
      "metrics for Prometheus",
      GetMetrics,
-     {{200, "Metrics in the OpenMetrics format.", kOpenMetricsType, nullptr}}},
+     {{200, "Metrics in the OpenMetrics format.", kOpenMetricsType, nullptr}},
+     {kBusy}},
     {Method::Get,
      "/v1/openapi.json",
      Access::Read,
@@ -102,6 +111,58 @@ const std::vector<ApiRow> kRows = {
      {kDocument},
      kOneObjectProblems,
      {"fresh"}},
+    {Method::Delete,
+     "/v1/cards/{serial}",
+     Access::Change,
+     "forgetCard",
+     "forget a card that is not present",
+     DeleteCard,
+     {kNoContent},
+     {kUnknownCard, kPresent, kBusy, kNoDatabase}},
+    {Method::Get,
+     "/v1/cards/{serial}/history",
+     Access::Read,
+     "getHistory",
+     "recorded values of one field, at most 1,000 points",
+     GetHistory,
+     {{200, "The values.", kJsonType, "History"}},
+     {kInvalidQuery, kUnknownCard, kBusy, kNoDatabase},
+     {"field", "from", "to", "step"}},
+    {Method::Post,
+     "/v1/cards/{serial}/ack",
+     Access::Change,
+     "acknowledge",
+     "acknowledge a problem",
+     PostAcknowledgment,
+     {{201, "The acknowledgment.", kJsonType, "Acknowledgment"}},
+     {kInvalidBody, kUnknownReason, kUnknownCard, kBusy, kNoDatabase},
+     {},
+     "AcknowledgmentRequest"},
+    {Method::Delete,
+     "/v1/cards/{serial}/ack",
+     Access::Change,
+     "unacknowledge",
+     "remove an acknowledgment",
+     DeleteAcknowledgment,
+     {kNoContent},
+     {kInvalidQuery, kNotAcknowledged, kBusy, kNoDatabase},
+     {"reason"}},
+    {Method::Get,
+     "/v1/acknowledgments",
+     Access::Read,
+     "listAcknowledgments",
+     "acknowledged problems",
+     GetAcknowledgments,
+     {{200, "The acknowledgments in effect.", kJsonType, "Acknowledgments"}},
+     {kBusy, kNoDatabase}},
+    {Method::Get,
+     "/v1/known-cards",
+     Access::Read,
+     "listKnownCards",
+     "all cards ever seen on this machine",
+     GetKnownCards,
+     {{200, "Cards by position.", kJsonType, "KnownCards"}},
+     {kBusy, kNoDatabase}},
     {Method::Post,
      "/v1/cards/{serial}/operations/{operation}",
      Access::Change,
@@ -163,7 +224,7 @@ const std::vector<ApiRow> kRows = {
      "problems and what to do",
      GetStatus,
      {kDocument},
-     {kDown}},
+     {kDown, kBusy}},
     {Method::Get,
      "/v1/events",
      Access::Read,
@@ -171,13 +232,13 @@ const std::vector<ApiRow> kRows = {
      "the event log",
      GetEvents,
      {kDocument},
-     {kInvalidQuery, kUsage, kDown},
+     {kInvalidQuery, kUsage, kDown, kBusy},
      {"since", "limit"}},
     {Method::Get,
      "/v1/events/stream",
      Access::Read,
      "streamEvents",
-     "server-sent events: the log after Last-Event-ID, or what is to come",
+     "server-sent events after Last-Event-ID, or new events only",
      GetEventStream,
      {{200, "Events of the kinds event, snapshot and gap.", kEventStreamType, nullptr}},
      {kInvalidEventId, kTooManyStreams}},
@@ -230,7 +291,7 @@ const std::vector<ApiRow> kRows = {
      "/v1/session/event-counts",
      Access::Read,
      "getSessionEventCounts",
-     "how many events were ever logged",
+     "number of events ever logged",
      GetSessionEventCounts,
      {{200, "The counts.", kJsonType, "SessionEventCounts"}},
      {kNoLog, kBusy}},
@@ -240,20 +301,20 @@ const std::vector<ProblemRow> kCommonProblems = {
     {400, "PATH_INVALID", "The path is not percent-encoded UTF-8, or contains NUL."},
     {400, "QUERY_INVALID", "The query is not percent-encoded UTF-8."},
     {400, "QUERY_UNKNOWN", "The query has an unknown parameter."},
-    {400, "QUERY_REPEATED", "The query has a parameter twice."},
+    {400, "QUERY_REPEATED", "A query parameter is repeated."},
     {400, "HEADER_INVALID", "A header is not UTF-8."},
     {400, "BODY_MISSING", "The request needs a body."},
     {400, "BODY_NOT_ALLOWED", "The request must not have a body."},
     {403, "PERMISSION_DENIED", "The user does not have this permission."},
     {403, "READ_ONLY", "Changes are possible over the Unix socket only."},
     {403, "HOST_NOT_ALLOWED", "The Host header does not name this service."},
-    {403, "ORIGIN_NOT_ALLOWED", "A page of another origin sent the request."},
+    {403, "ORIGIN_NOT_ALLOWED", "The request came from a page of another origin."},
     {404, "NOT_FOUND", "No such path."},
-    {405, "METHOD_NOT_ALLOWED", "The path does not have this method."},
+    {405, "METHOD_NOT_ALLOWED", "The method is not allowed for this path."},
     {413, "BODY_TOO_LARGE", "The body is larger than 64 KiB."},
     {415, "MEDIA_TYPE_NOT_SUPPORTED", "The body is not JSON."},
     {431, "HEADERS_TOO_LARGE", "Request line and headers are larger than 8 KiB."},
-    {500, "UNEXPECTED", "A defect of the service; see its log."},
+    {500, "UNEXPECTED", "Internal error; see the service log."},
     {503, "STOPPING", "The service is stopping."},
 };
 
@@ -273,14 +334,15 @@ std::optional<std::string> ObjectionToBody(const ApiRow& row, const Http::Reques
   return ObjectionTo(body, row.m_Body);
 }
 
-// "formatDrive/FA00000001", for the log and as part of what identifies a request.
+// The operation and the values in its path, such as "getCard/FA00000001": for the log, and as part
+// of what identifies a request.
 std::string TargetOf(const ApiRow& row, const Http::Request& request) {
   std::string target = row.m_Id;
   for (const auto& [name, value] : request.m_Parameters) target += "/" + value;
   return target;
 }
 
-// Starting a job twice would be another operation. All other changes can be repeated.
+// Repeating a job request would start a second job. All other changes are idempotent.
 Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
                        const std::string& key) {
   const std::string content = TargetOf(row, request) + "\n" + request.m_Body;
@@ -298,8 +360,8 @@ Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request
   }
   if (row.m_Access == Http::Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
   const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");
-  if (key == nullptr || row.m_Responses.front().m_Status != 202)
-    return row.m_Function(api, request);
+  const bool isJob = row.m_Responses.front().m_Status == 202;
+  if (key == nullptr || !isJob) return row.m_Function(api, request);
   return AnswerOnce(row, api, request, *key);
 }
 

@@ -16,8 +16,8 @@ using ApiFunction = Http::Reply (*)(const ApiContext& api, const Http::Request& 
 struct ResponseRow {
   unsigned m_Status;
   const char* m_Meaning;
-  const char* m_MediaType;
-  const char* m_Schema;  // the name of a schema; null for text
+  const char* m_MediaType;  // null: no content
+  const char* m_Schema;     // the name of a schema; null for text
 };
 
 // A problem that the resource can answer with.

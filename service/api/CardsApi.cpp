@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -33,24 +34,12 @@ Response AnswerFrom(const ApiContext& api, const SnapshotPtr& snapshot, const Co
   return Answered([&] { return Tagged(DocumentOf(api, snapshot, command(*snapshot)), *snapshot); });
 }
 
-// From a snapshot that is newer than the request.
-Response AnswerFresh(const ApiContext& api, std::uint64_t number, const CommandFor& command) {
-  api.m_Collector.RequestRefresh();
-  const SnapshotPtr snapshot =
-      api.m_Store.AwaitNewer(number, Console::Deadline(api.m_FreshTimeout));
-  if (snapshot->m_Number == number) {
-    return Http::MakeProblem(504, "TIMED_OUT", "the cards have not been read in time");
-  }
-  if (!snapshot->m_Plugin.m_IsUp) return MakeDownProblem(snapshot->m_Plugin);
-  return AnswerFrom(api, snapshot, command);
-}
-
 Reply AnswerObjects(const ApiContext& api, const Request& request, CommandFor command) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   if (Http::Find(request.m_Query, "fresh") == nullptr) return AnswerFrom(api, snapshot, command);
-  if (!snapshot->m_Plugin.m_IsUp) return MakeDownProblem(snapshot->m_Plugin);
-  return AnswerLater(api, [&api, number = snapshot->m_Number, command = std::move(command)] {
-    return AnswerFresh(api, number, command);
+  return AnswerLater(api, [&api, command = std::move(command)] {
+    if (auto problem = Refresh(api)) return *problem;
+    return AnswerFrom(api, api.m_Store.Get(), command);
   });
 }
 
@@ -77,21 +66,26 @@ Reply GetDrive(const ApiContext& api, const Request& request) {
 }
 
 Reply GetStatus(const ApiContext& api, const Request&) {
-  return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"});
+  return AnswerFromDatabase(api, [&api] {
+    return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"});
+  });
 }
 
 // The query has the names of the command's options.
 Reply GetEvents(const ApiContext& api, const Request& request) {
   Words words = {"events", "-o", "json"};
   for (const auto& [name, value] : request.m_Query) words.push_back("--" + name + "=" + value);
-  return DocumentOf(api, api.m_Store.Get(), words);
+  return AnswerFromDatabase(api,
+                            [&api, words] { return DocumentOf(api, api.m_Store.Get(), words); });
 }
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
-  SnapshotPtr snapshot = api.m_Store.Get();
-  // Stale values would look current.
-  if (!snapshot->m_Plugin.m_IsUp) snapshot = std::make_shared<Snapshot>();
-  return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics);
+  return AnswerFromDatabase(api, [&api] {
+    SnapshotPtr snapshot = api.m_Store.Get();
+    // Stale values would look current.
+    if (!snapshot->m_Plugin.m_IsUp) snapshot = std::make_shared<Snapshot>();
+    return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics);
+  });
 }
 
 Reply GetHealth(const ApiContext&, const Request&) {

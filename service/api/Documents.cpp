@@ -62,6 +62,12 @@ std::string RunOnPlugin(const ApiContext& api, const Words& words) {
                     });
 }
 
+std::optional<Response> Refresh(const ApiContext& api) {
+  if (api.m_Collector.Refresh(Console::Deadline(api.m_FreshTimeout))) return std::nullopt;
+  if (!api.m_Collector.IsRunning()) return MakeDownProblem(api.m_Store.Get()->m_Plugin);
+  return Http::MakeProblem(504, "TIMED_OUT", "the cards have not been read in time");
+}
+
 std::string CardName(const Snapshot& snapshot, const std::string& serial) {
   RequireReport(snapshot);
   const Console::Model model(snapshot.m_Objects);
@@ -71,6 +77,17 @@ std::string CardName(const Snapshot& snapshot, const std::string& serial) {
   }
   throw Failure(ExitCode::NoObject, "NO_SUCH_OBJECT",
                 fmt::format("no card with serial number {}", serial));
+}
+
+Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response()> answer) {
+  auto responder = std::make_shared<Http::Responder>();
+  const Http::Later promise = responder->Promise();
+  const auto read = [answer = std::move(answer)](StateStore&) { return Answered(answer); };
+  const auto send = [responder](const StateOutcome<Response>& outcome) {
+    if (outcome.m_Result) responder->Complete(*outcome.m_Result);
+  };
+  if (api.m_State.Read(read, send)) return promise;
+  return Http::MakeProblem(503, "TOO_MANY_CALLS", "too many requests are waiting for the database");
 }
 
 Http::Reply AnswerLater(const ApiContext& api, std::function<Response()> answer) {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,9 +39,17 @@ Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, co
 // thread that may wait. Throws as the command does.
 std::string RunOnPlugin(const ApiContext& api, const Words& words);
 
+// Sends what `answer` returns, from the thread that reads the database. A 503 if too many requests
+// are waiting for it.
+Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Response()> answer);
+
 // The console's name of the card with that serial number: "a0". Throws `Console::Failure` if no
 // card has it, or nothing has been read yet.
 std::string CardName(const Snapshot& snapshot, const std::string& serial);
+
+// Reads the cards again. A problem if they cannot be read, or not in time. For a thread that may
+// wait.
+std::optional<Http::Response> Refresh(const ApiContext& api);
 
 // Sends what `Answered` returns, from a thread that may wait. A 503 if too many calls are waiting.
 Http::Reply AnswerLater(const ApiContext& api, std::function<Http::Response()> answer);

@@ -78,30 +78,40 @@ Json ToJson(const Job& job) {
           {"result", job.m_Result}};
 }
 
-// Carries out the command of a job, on a thread that may wait.
-void RunJob(const ApiContext& api, const std::string& id, const Words& words) {
-  const Response response =
-      Answered([&] { return Http::MakeResponse(200, kJsonType, RunOnPlugin(api, words)); });
-  const bool hasSucceeded = response.m_Status == 200;
-  api.m_Jobs.End(id, hasSucceeded ? JobState::Succeeded : JobState::Failed,
-                 Json::parse(*response.m_Body));
-}
-
 struct JobRequest {
   std::string m_Serial;
+  std::string m_Drive;  // "/d0"; empty: the card itself
   std::string m_Operation;
   bool m_IsDryRun;
-  Words m_Words;
+  Words m_Words;  // of the command; the second one is replaced by the object's name
 };
 
+// The object's name now: names depend on where cards are plugged in. Throws `Console::Failure`.
+std::string ObjectName(const ApiContext& api, const JobRequest& request) {
+  return CardName(*api.m_Store.Get(), request.m_Serial) + request.m_Drive;
+}
+
+// Carries out the command of a job, on a thread that may wait.
+void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
+  const Response response = Answered([&] {
+    if (auto problem = Refresh(api)) return *problem;
+    request.m_Words.at(1) = ObjectName(api, request);
+    return Http::MakeResponse(200, kJsonType, RunOnPlugin(api, request.m_Words));
+  });
+  const bool hasSucceeded = response.m_Status == 200;
+  api.m_Jobs.End(id, hasSucceeded ? JobState::Succeeded : JobState::Failed,
+                 Json::parse(*response.m_Body, nullptr, false));
+}
+
 Response StartJob(const ApiContext& api, JobRequest request) {
+  ObjectName(api, request);  // throws for an unknown card
   const auto job = api.m_Jobs.Begin(request.m_Serial, request.m_Operation, request.m_IsDryRun);
   if (!job) {
     return MakeProblem(409, "JOB_RUNNING",
                        fmt::format("another job is running on card {}", request.m_Serial));
   }
-  const auto run = [&api, id = job->m_Id, words = std::move(request.m_Words)] {
-    RunJob(api, id, words);
+  const auto run = [&api, id = job->m_Id, request = std::move(request)] {
+    RunJob(api, id, request);
   };
   if (!api.m_Threads.Run(run)) {
     api.m_Jobs.Drop(job->m_Id);
@@ -116,18 +126,17 @@ Json BodyOf(const Request& request) {
   return request.m_Body.empty() ? Json::object() : Json::parse(request.m_Body);
 }
 
-// The console's words for an object of a request, with the options that all jobs have.
-Words WordsFor(const std::string& command, const std::string& object, const Json& body) {
-  Words words = {command, object, "-o", "json", "--quiet", "--no-input"};
-  if (body.value("dry_run", false)) words.emplace_back("--dry-run");
+// The command's words, with the options that all jobs have.
+Words WordsFor(const std::string& command, bool isDryRun) {
+  Words words = {command, "", "-o", "json", "--quiet", "--no-input"};
+  if (isDryRun) words.emplace_back("--dry-run");
   return words;
 }
 
-// The name of the object that a request is about: "a0/d0". Throws `Console::Failure`.
-std::string ObjectName(const ApiContext& api, const Request& request) {
-  std::string name = CardName(*api.m_Store.Get(), request.m_Parameters.at("serial"));
-  if (const std::string* drive = Http::Find(request.m_Parameters, "drive")) name += "/d" + *drive;
-  return name;
+// The part of the object's name after that of its card.
+std::string DriveOf(const Request& request) {
+  const std::string* const drive = Http::Find(request.m_Parameters, "drive");
+  return drive == nullptr ? std::string() : "/d" + *drive;
 }
 
 Response StartOperation(const ApiContext& api, const Request& request, bool isOfDrive) {
@@ -145,11 +154,12 @@ Response StartOperation(const ApiContext& api, const Request& request, bool isOf
   if (isForced && !row->m_HasForce) {
     return MakeProblem(400, "BODY_INVALID", fmt::format("{} does not accept \"force\"", name));
   }
-  Words words = WordsFor(row->m_Command, ObjectName(api, request), body);
+  Words words = WordsFor(row->m_Command, isDryRun);
   if (row->m_Argument != nullptr) words.insert(words.begin() + 2, row->m_Argument);
   if (row->m_NeedsConfirmation) words.emplace_back("--yes");
   if (isForced) words.emplace_back("--force");
-  return StartJob(api, {request.m_Parameters.at("serial"), name, isDryRun, std::move(words)});
+  return StartJob(
+      api, {request.m_Parameters.at("serial"), DriveOf(request), name, isDryRun, std::move(words)});
 }
 
 Response StartFormat(const ApiContext& api, const Request& request) {
@@ -160,13 +170,13 @@ Response StartFormat(const ApiContext& api, const Request& request) {
     return MakeProblem(409, "NOT_CONFIRMED",
                        "format needs the card's serial number as \"confirm\"");
   }
-  Words words = WordsFor("format", ObjectName(api, request), body);
+  Words words = WordsFor("format", isDryRun);
   if (body.contains("confirm")) words.push_back("--confirm=" + body.value("confirm", ""));
   if (body.contains("capacity")) words.push_back("--capacity=" + body.value("capacity", ""));
   if (body.contains("sector_size")) {
     words.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));
   }
-  return StartJob(api, {serial, "format", isDryRun, std::move(words)});
+  return StartJob(api, {serial, DriveOf(request), "format", isDryRun, std::move(words)});
 }
 
 }  // namespace

@@ -38,9 +38,9 @@ struct AccessText {
 };
 
 constexpr AccessText kAccessTexts[] = {
-    {Http::Access::Anyone, "For everybody."},
-    {Http::Access::Read, "For users who may read, and over TCP."},
-    {Http::Access::Change, "For users who may make changes, over the Unix socket only."}};
+    {Http::Access::Anyone, "No permission required."},
+    {Http::Access::Read, "Requires read permission; also available over TCP."},
+    {Http::Access::Change, "Requires permission to make changes; Unix socket only."}};
 
 const char* TextOf(Http::Access access) {
   for (const AccessText& row : kAccessTexts) {
@@ -101,8 +101,10 @@ void AddProblems(Json& responses, const std::vector<ProblemRow>& problems) {
 Json ResponsesOf(const ApiRow& row) {
   Json responses = Json::object();
   for (const ResponseRow& each : row.m_Responses) {
-    responses[std::to_string(each.m_Status)] = {
-        {"description", each.m_Meaning}, {"content", ContentOf(each.m_MediaType, each.m_Schema)}};
+    Json& response = responses[std::to_string(each.m_Status)];
+    response["description"] = each.m_Meaning;
+    if (each.m_MediaType == nullptr) continue;
+    response["content"] = ContentOf(each.m_MediaType, each.m_Schema);
   }
   AddProblems(responses, row.m_Problems);
   responses["default"] = RefTo("responses", "Common");
@@ -158,7 +160,7 @@ Json ComponentSchemas() {
 }
 
 Json CommonResponse() {
-  std::string description = "A problem that any request can have.";
+  std::string description = "Errors that any request can return.";
   for (const ProblemRow& row : CommonProblems()) {
     description += fmt::format("\n\n{} `{}`: {}", row.m_Status, row.m_Id, row.m_Meaning);
   }

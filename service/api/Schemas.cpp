@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <map>
-#include <stdexcept>
 #include <valijson/adapters/nlohmann_json_adapter.hpp>
 #include <valijson/schema.hpp>
 #include <valijson/schema_parser.hpp>

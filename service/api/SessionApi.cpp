@@ -63,11 +63,6 @@ std::string NameOrNumber(HostKit::Family family, std::uint32_t number) {
   return name.empty() ? std::to_string(number) : name;
 }
 
-bool IsChange(const PluginCommand& command) {
-  return command.m_Command == PI::CMD_SET_PROPERTY ||
-         command.m_Command == PI::CMD_EXECUTE_OPERATION;
-}
-
 // "OP_LOCATE on object 0x130000000000002".
 std::string ChangeText(const PluginCommand& command) {
   using HostKit::Family;
@@ -112,10 +107,7 @@ Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
 
 // A read of the cards as they are now, not as they were when they were last read.
 Response ReadFresh(const ApiContext& api, const PluginCommand& command) {
-  if (!api.m_Collector.Refresh(Console::Deadline(api.m_FreshTimeout))) {
-    if (!api.m_Collector.IsRunning()) return MakeDownProblem(api.m_Store.Get()->m_Plugin);
-    return MakeProblem(504, "TIMED_OUT", "the cards have not been read in time");
-  }
+  if (auto problem = Refresh(api)) return *problem;
   const auto reply = ReadSnapshot(*api.m_Store.Get(), command);
   return reply ? MakeReply(*reply) : CallPlugin(api, command);
 }

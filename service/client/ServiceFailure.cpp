@@ -23,7 +23,8 @@ using Console::Failure;
 using Json = nlohmann::json;
 using Words = std::vector<std::string>;
 
-constexpr const char* kWithoutService = "Without the service: --direct";
+constexpr const char* kWithoutService =
+    "Pass --direct to load the plug-in into this process instead.";
 constexpr const char* kMayHaveChanged = "The command may still take effect; check with show.";
 
 // libcurl does not say why it could not connect.
@@ -58,8 +59,8 @@ Failure NoServiceFailure(const std::filesystem::path& socket) {
   const bool denied = error == EACCES || error == EPERM;
   return Failure(denied ? ExitCode::Permission : ExitCode::Failed, kNoService,
                  fmt::format("cannot connect to {}", AtSocket(socket)), std::strerror(error),
-                 {denied ? "Members of the group corvane may use the service."
-                         : "Start it: corvane-host serve",
+                 {denied ? "Add the user to the group corvane, or run the command as root."
+                         : "Start the service: corvane-host serve",
                   kWithoutService});
 }
 
@@ -77,9 +78,10 @@ Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveC
 
 Failure AnswerFailure(const std::filesystem::path& socket, const std::string& why) {
   return Failure(
-      ExitCode::Failed, "SERVICE_ANSWER",
+      ExitCode::Failed, "SERVICE_REPLY_INVALID",
       fmt::format("{} sent an unusable reply", AtSocket(socket)), Base::Printable(why),
-      {"It may be another program, or another version: restart the service.", kWithoutService});
+      {"The socket may belong to another program or to a different version; restart the service.",
+       kWithoutService});
 }
 
 // A status that says that the request is wrong comes from a service of another version.

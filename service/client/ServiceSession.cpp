@@ -19,11 +19,6 @@ namespace {
 
 constexpr const char* kSession = "/v1/session";
 
-bool IsChange(const Console::PluginCommand& command) {
-  return command.m_Command == PI::CMD_SET_PROPERTY ||
-         command.m_Command == PI::CMD_EXECUTE_OPERATION;
-}
-
 // A reply that cannot be understood is that of another program or version.
 template <class Parse>
 auto Understand(const std::filesystem::path& socket, Parse parse) {

@@ -14,9 +14,9 @@ namespace Service {
 // The service logs the events, so this process needs no database.
 class ServiceSession : public Console::CommandSession, private Console::EventSource {
  public:
-  // Connects; a service whose plug-in is starting answers when it has started. Throws
-  // `Console::Failure`, with the id `kNoService` if nothing answers at the socket. Until it is
-  // destroyed, the history reads the log of the service; it must outlive the session.
+  // Connects, and waits if the plug-in is still starting. Throws `Console::Failure`, with the id
+  // `kNoService` if nothing answers at the socket. Until destroyed, redirects `eventLog`, which
+  // must outlive the session, to the service's log.
   ServiceSession(std::filesystem::path socket, Console::EventLogClient& eventLog,
                  const Console::TimeLimits& limits);
   ~ServiceSession() override;

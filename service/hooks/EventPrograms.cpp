@@ -73,6 +73,7 @@ EventPrograms::~EventPrograms() {
     m_Changed.NotifyAll();
     while (m_Running > 0 && m_Changed.WaitUntil(lock, end)) continue;
   }
+  m_MustEnd = true;
   m_StopNow.Notify();
   for (std::thread& thread : m_Threads) thread.join();
 }
@@ -82,13 +83,17 @@ void EventPrograms::SkipTo(std::int64_t number) {
 }
 
 void EventPrograms::Take(Event event) {
+  const std::int64_t number = event.m_Number;
+  if (Enqueue(std::move(event))) return;
+  Report(fmt::format("event queue full; event {} dropped", number));
+}
+
+bool EventPrograms::Enqueue(Event event) {
   const Base::MutexLock lock(m_Lock);
-  if (m_Waiting.size() >= m_Settings.m_Queue) {
-    Report(fmt::format("too many events wait; drops event {}", event.m_Number));
-    return;
-  }
+  if (m_Waiting.size() >= m_Settings.m_Queue) return false;
   m_Waiting.push_back(std::move(event));
   m_Changed.NotifyAll();
+  return true;
 }
 
 void EventPrograms::RunThread() {
@@ -114,6 +119,7 @@ std::optional<Event> EventPrograms::Next() {
     if (Record(event.m_Number)) return event;
     lock.Lock();
     --m_Running;
+    m_Changed.NotifyAll();
   }
 }
 
@@ -123,7 +129,7 @@ bool EventPrograms::Record(std::int64_t number) const {
     Console::ReplaceTextFile(m_Settings.m_StateFile, std::to_string(number) + "\n");
     return true;
   } catch (const std::exception& failure) {
-    Report(fmt::format("drops event {}: {}", number, failure.what()));
+    Report(fmt::format("event {} dropped: {}", number, failure.what()));
     return false;
   }
 }
@@ -136,6 +142,7 @@ void EventPrograms::RunPrograms(const Event& event) const {
   run.m_Stop = m_StopNow.Number();
   for (const auto& file :
        FindPrograms(m_Settings.m_Folder, [this](const std::string& text) { Report(text); })) {
+    if (m_MustEnd) return;
     run.m_File = file;
     const ProgramResult result = Run(run);
     std::istringstream lines(result.m_Output);

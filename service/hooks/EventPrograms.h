@@ -1,6 +1,7 @@
 // Runs the programs of a folder on each event.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -58,6 +59,7 @@ class EventPrograms {
   void Take(Event event);
 
  private:
+  bool Enqueue(Event event);
   void RunThread();
   std::optional<Event> Next();
   bool Record(std::int64_t number) const;
@@ -67,6 +69,7 @@ class EventPrograms {
   const ProgramSettings m_Settings;
   std::optional<std::int64_t> m_LastNumber;
   Console::Notifier m_StopNow;
+  std::atomic<bool> m_MustEnd{false};  // no further program starts
 
   Base::Mutex m_NextLock;  // held by the thread that takes an event and records its number
   Base::Mutex m_Lock;

@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 #include <system_error>
 
 #include "console/base/TrustedCode.h"
@@ -13,8 +13,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// In names of copies that a package manager has left.
+constexpr const char* kCopies[] = {".dpkg-", ".rpmsave", ".rpmnew", ".rpmorig"};
+
 bool IsLeftover(const std::string& name) {
-  return name.front() == '.' || name.back() == '~' || name.find(".dpkg-") != name.npos;
+  const auto isIn = [&name](const char* copy) { return name.find(copy) != name.npos; };
+  return name.front() == '.' || name.back() == '~' ||
+         std::any_of(std::begin(kCopies), std::end(kCopies), isIn);
 }
 
 bool IsExecutable(const fs::path& file) {
@@ -39,7 +44,7 @@ std::vector<fs::path> FindPrograms(const fs::path& folder,
     if (objection.empty()) {
       programs.push_back(file);
     } else {
-      report("does not run " + file.string() + ": " + objection);
+      report("skipped " + file.string() + ": " + objection);
     }
   }
   std::sort(programs.begin(), programs.end());

@@ -94,7 +94,7 @@ std::string Await(int process, int pipe, const ProgramRun& run, std::string& out
     if (poll(waits, 3, static_cast<int>(deadline.Left().count())) <= 0) continue;
     if (waits[2].revents != 0 && !ReadOutput(pipe, output)) waits[2].fd = -1;
     if (waits[0].revents != 0) return {};
-    if (waits[1].revents != 0) return "killed because the service stops";
+    if (waits[1].revents != 0) return "killed because the service is stopping";
   }
   return fmt::format("killed after {} s", static_cast<double>(run.m_Timeout.count()) / 1000);
 }

@@ -1,4 +1,4 @@
-// Problems that a person has taken note of.
+// Acknowledged problems.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ struct Acknowledgment {
   std::string m_Reason;                  // see `IsAcknowledgeable`
   std::string m_User;                    // who
   std::uint64_t m_Time = 0;              // when
-  std::optional<std::uint64_t> m_Until;  // from then on it does not count; empty: without end
+  std::optional<std::uint64_t> m_Until;  // expiry; empty: never expires
   std::string m_Note;
 };
 
@@ -26,8 +26,8 @@ enum class AcknowledgeResult { Done, UnknownCard, UnknownReason };
 // of a state of the whole card: "MISSING" or "UNREADABLE".
 bool IsAcknowledgeable(const std::string& reason);
 
-// An acknowledgment remains when its reason ends and begins again. It ends with its time, when it
-// is removed, or when the card is forgotten.
+// An acknowledgment survives its reason ending and recurring. It ends when it expires, when it is
+// removed, or when the card is forgotten.
 
 // Replaces one of the same card and reason.
 AcknowledgeResult WriteAcknowledgment(HostKit::Connection& connection,

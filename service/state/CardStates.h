@@ -2,8 +2,8 @@
 //
 // A plug-in reports only what changes after its start. What changed before, while no plug-in ran or
 // the service had been killed, is found by comparing what the log says with what the first
-// observation shows. What came and went in between is not known, nor when a change happened: the
-// events have the time of the observation.
+// observation shows. Changes that came and went in between are lost, and the events carry the
+// observation's time.
 //
 // These functions use no database and no clock. From any thread.
 #pragma once
@@ -34,7 +34,7 @@ struct DriveState {
   DriveFormat m_Format;
 };
 
-// The last state of a card of which the log has the events.
+// A card's state as reconstructed from the log.
 struct CardState {
   bool m_IsPresent = false;
   // It was added, and no observation has shown its reasons since. They have no events.
@@ -56,10 +56,9 @@ void ApplyEvent(const HostKit::LoggedEvent& event, CardStates& logged);
 // When a reason of a card was first observed to be gone, in milliseconds since the epoch.
 using Absences = std::map<std::string, std::map<std::uint32_t, std::uint64_t>>;
 
-// Adds an observation of the same plug-in process, whose events up to it were applied before: what
-// has no event, such as one of several reasons that ends. What appears without an event is left
-// out: the plug-in waits until a status bit is stable, and will then report it. For the same
-// reason, only what has been gone for a minute has ended.
+// Applies changes that produce no event, such as one of several reasons ending. The observation is
+// of the same plug-in process, whose earlier events must have been applied. New reasons wait for
+// their event; a reason ends only after a minute's absence.
 void ApplyObservation(const CardStates& observed, std::uint64_t timeMs, CardStates& logged,
                       Absences& absences);
 

@@ -18,7 +18,7 @@ std::optional<double> NumberIn(const Value& value) {
   return std::nullopt;
 }
 
-// A card may report nonsense.
+// Drops values too large to store.
 std::optional<std::int64_t> Stored(const std::optional<double>& number, double perUnit) {
   constexpr double kLargest = 9.2e18;
   if (!number || !(std::abs(*number * perUnit) < kLargest)) return std::nullopt;
@@ -31,8 +31,8 @@ bool HasRange(HistoryTable table, const HistoryField& field) {
 
 }  // namespace
 
-// Reserve only falls and the rest only rises, unless a card is exchanged or formatted; the hour
-// then keeps the worse one of the wear.
+// Reserve only falls and the rest only rises, unless a card is replaced or formatted; each hour
+// keeps the worst wear.
 const HistoryField kHistoryFields[kHistoryFieldCount] = {
     {"temperature_celsius", "temperature", 1000, HourValue::Range},
     {"reserve_space_ratio", "reserve", 1e6, HourValue::Minimum},

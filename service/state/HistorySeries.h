@@ -24,7 +24,7 @@ struct HistoryQuery {
 
 // The values of a step, in the field's unit.
 struct HistoryPoint {
-  std::uint64_t m_Time = 0;  // the begin of the step
+  std::uint64_t m_Time = 0;  // start of the step
   double m_Minimum = 0;
   double m_Maximum = 0;
   double m_Mean = 0;  // of values that are means of an hour, weighted by their minutes
@@ -38,7 +38,7 @@ struct HistorySeries {
 
 // A recorded value, or several in one hour.
 struct HistoryValue {
-  std::uint64_t m_Time = 0;  // the begin of the minute or hour
+  std::uint64_t m_Time = 0;  // start of the minute or hour
   double m_Minimum = 0;
   double m_Maximum = 0;
   double m_Mean = 0;

@@ -16,7 +16,7 @@ using Console::Object;
 using HostKit::Connection;
 using HostKit::LoggedEvent;
 
-// A card that is present is written only so often.
+// Interval between updates of last_seen for a card that stays present.
 constexpr std::uint64_t kLastSeenMs = 60'000;
 
 CardStates LoggedStates(const CardRows& rows) {

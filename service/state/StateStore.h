@@ -25,7 +25,7 @@ enum class ForgetResult { Done, UnknownCard, CardIsPresent };
 // with a file that cannot be written.
 class StateStore {
  public:
-  // More cards than a machine has. Further ones are not recorded until another one is forgotten.
+  // Limit on known cards; cards beyond it are not recorded until one is forgotten.
   static constexpr std::size_t kMostCards = 1024;
 
   // Adds the cards that are new, and the values of the minute. Cards without a serial number are

@@ -14,8 +14,8 @@ struct JournalEntry {
   std::vector<std::pair<std::string, std::string>> m_Fields = {};
 };
 
-// Whether standard error leads to the journal, because systemd started this process: JOURNAL_STREAM
-// names it. From any thread, while no thread changes the environment.
+// Whether standard error is connected to the journal, as JOURNAL_STREAM shows. Safe to call from
+// any thread while none changes the environment.
 bool IsJournalUsed();
 
 // Adds the entry to the journal. False if the journal cannot be reached. From any thread.

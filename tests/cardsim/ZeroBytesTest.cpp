@@ -3,6 +3,7 @@
 
 #include "cardsim/scenario/Scenario.h"
 #include "tests/cardsim/ProgramFixture.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ constexpr const char* kProfile = R"({"pci_device_id": "0x3003", "board_name": "l
 TEST_F(ZeroBytes, AreNotAcceptedInAProfile) {
   const auto folder = m_Folder / "profiles";
   std::filesystem::create_directory(folder);
-  setenv("CARDSIM_PROFILES", folder.c_str(), 1);
+  const ScopedVariable variable("CARDSIM_PROFILES", folder.string());
   const auto adding = [&](const std::string& profile) {
     std::ofstream(folder / "large.json") << profile;
     return ErrorOf([this] { File().AddCard(std::string("large")); });
@@ -69,7 +70,6 @@ TEST_F(ZeroBytes, AreNotAcceptedInAProfile) {
   for (const std::string& text : WithZeroByte(kProfile)) {
     EXPECT_NE("no error", adding(text)) << Shown(text);
   }
-  unsetenv("CARDSIM_PROFILES");
 }
 
 }  // namespace

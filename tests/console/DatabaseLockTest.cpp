@@ -50,7 +50,7 @@ TEST_F(DatabaseLock, NamesTheServiceUntilItIsReleased) {
 TEST_F(DatabaseLock, RefusesCommandsAndASecondService) {
   const Console::DatabaseLock lock("/run/s");
   const std::string who =
-      "the service with process id " + std::to_string(getpid()) + " uses the database " + File();
+      File() + " is in use by the service with process id " + std::to_string(getpid());
   const auto command = FailureOf([] { Console::RequireNoService(); });
   EXPECT_EQ(ExitCode::Refused, command.first);
   EXPECT_EQ("cannot load the plug-in: " + who, command.second);

@@ -20,6 +20,7 @@ set(NOT_THROUGH_SERVICE
   "hooks|is about the service itself"
   "jobs|is about the service itself"
   "journal|is about the service itself"
+  "memory|is about the service itself"
   "machine|is about the service itself"
   "man|needs no plug-in"
   "metrics|some plug-ins do not start, so their service is never ready; client.bats compares metrics"

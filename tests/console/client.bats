@@ -27,7 +27,6 @@ start_service() {
   echo $! >"$BATS_FILE_TMPDIR/$1.pid"
   eventually is_ready "$2"
 }
-is_ready() { curl -s --max-time 60 --unix-socket "$1" http://service/readyz | grep -qx ready; }
 pid_of() { cat "$BATS_FILE_TMPDIR/$1.pid"; }
 
 # served ARGUMENTS...: with the service. direct ARGUMENTS...: without it, and without its database.
@@ -98,11 +97,11 @@ END
   keep none corvane-host --socket "$BATS_FILE_TMPDIR/nowhere" list
   ended none 1
   same "corvane-host: cannot connect to the service at $BATS_FILE_TMPDIR/nowhere: No such file or directory
-  Start it: corvane-host serve
-  Without the service: --direct" "$(err none)"
+  Start the service: corvane-host serve
+  Pass --direct to load the plug-in into this process instead." "$(err none)"
 }
 
-@test "a socket that the user may not use is a matter of permission" {
+@test "a socket without permission exits with 6" {
   chmod 0 "$SOCKET"
   keep denied unprivileged corvane-host --socket "$SOCKET" list
   chmod 600 "$SOCKET"
@@ -119,10 +118,10 @@ END
   done
 }
 
-@test "without the service its database is refused" {
+@test "--direct refuses a database that a service holds" {
   keep held corvane-host --direct list
   ended held 4
-  same "corvane-host: cannot load the plug-in: the service with process id $(pid_of main) uses the database $CORVANE_DATABASE
+  same "corvane-host: cannot load the plug-in: $CORVANE_DATABASE is in use by the service with process id $(pid_of main)
   Use the service: --socket $SOCKET
   Or stop it, or pass another database with --database." "$(err held)"
   keep simulated host list -o json
@@ -134,7 +133,7 @@ END
 @test "a database has one service" {
   keep second host serve --socket "$BATS_FILE_TMPDIR/second.sock"
   ended second 4
-  said second "corvane-host: cannot serve: the service with process id $(pid_of main) uses the database $CORVANE_DATABASE"
+  said second "corvane-host: cannot serve: $CORVANE_DATABASE is in use by the service with process id $(pid_of main)"
   [ ! -e "$BATS_FILE_TMPDIR/second.sock" ]
 }
 
@@ -273,5 +272,5 @@ for line in sys.stdin:
 @test "the rows of a service's plug-in are refused" {
   keep rows served rows
   ended rows 4
-  said rows "corvane-host: rows: the plug-in of a service keeps its rows to itself"
+  said rows "corvane-host: rows: rows are not available while a service runs the plug-in"
 }

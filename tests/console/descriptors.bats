@@ -40,7 +40,7 @@ right_or_wrong() {
   else
     [ "$(rc "$name")" -ne 0 ] &&
       { [ -s "$BATS_FILE_TMPDIR/$name.err" ] || [ -s "$BATS_FILE_TMPDIR/$name.out" ]; } &&
-      ! grep -q "No supported adapter" "$BATS_FILE_TMPDIR/$name".{out,err}
+      run ! grep -q "No supported adapter" "$BATS_FILE_TMPDIR/$name".{out,err}
   fi
 }
 

@@ -74,6 +74,9 @@ unprivileged() {
 # eventually COMMAND...: repeats the command until it succeeds.
 eventually() { until "$@"; do sleep 0.05; done; }
 
+# is_ready SOCKET: the service at that socket has a running plug-in.
+is_ready() { curl -s --max-time 60 --unix-socket "$1" http://service/readyz | grep -qx ready; }
+
 # has_read TRACE: the host whose trace of level 2 is in that file has read its objects.
 has_read() { grep -qs "LEAVE GetTopology" "$1"; }
 
@@ -242,7 +245,7 @@ start_test_service() {
   corvane-host serve --simulate="$1" --socket "$2/socket" 2>"$2/err" </dev/null >/dev/null 3>&- 9>&- &
   local pid=$!
   { tail --pid="$$" -f /dev/null; kill "$pid"; } </dev/null >/dev/null 2>&1 3>&- 9>&- &
-  until curl -s --max-time 60 --unix-socket "$2/socket" http://service/readyz | grep -qx ready; do
+  until is_ready "$2/socket"; do
     [ -e "/proc/$pid" ] || { cat "$2/err" >&2; return 1; }
     sleep 0.05
   done

@@ -175,12 +175,6 @@ END
   eventually answers_ready
 }
 
-@test "each operation, response and problem of the API document is as described" {
-  keep api python3 "$CORVANE_SOURCE/tests/console/conformance.py" "$SOCKET"
-  ended api 0 || { err api; false; }
-  silent api err
-}
-
 # 33 calls that wait for a process that does not answer.
 @test "at most 32 commands wait for the plug-in" {
   local i pids=()

@@ -22,7 +22,7 @@ for entry in json.load(sys.stdin)["result"]["entries"]: print(entry["meaning"]);
     "$(journalctl --root="$root" --no-pager --dump-catalog a19311db2a994521918a795f00002ad8 |
       sed -n '/^$/,$p' | sed -n '2,4p')"
   journalctl --root="$root" --no-pager --dump-catalog a19311db2a994521918a795f00002ad8 |
-    grep -qx "Subject: CTRL_NEAR_WEARING_OUT on card @CORVANE_SERIAL@"
+    grep -qx "Subject: CTRL_NEAR_WEARING_OUT on card @CORVANE_SERIAL_NUMBER@"
 }
 
 # A journal of its own receives what the service sends; only root can put its socket in place.
@@ -55,8 +55,7 @@ END
     "$BATS_TEST_TMPDIR" 3>&- &
   local journal=$!
   ask() { curl -s --max-time 60 --unix-socket "$BATS_TEST_TMPDIR/s" "$@"; }
-  ready() { ask http://service/readyz | grep -qx ready; }
-  eventually ready
+  eventually is_ready "$BATS_TEST_TMPDIR/s"
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   entry() { # EXPRESSION: whether an entry `d` satisfies it
     python3 - "$BATS_TEST_TMPDIR/entries" "$1" <<'END'
@@ -65,7 +64,7 @@ sys.exit(not any(eval(sys.argv[2]) for d in map(json.loads, open(sys.argv[1]))))
 END
   }
   eventually entry 'd.get("CORVANE_EVENT") == "CTRL_TEMPERATURE_ABOVE_WARN"'
-  entry 'd.get("CORVANE_SERIAL") == "S100" and d["PRIORITY"] == "4" and len(d["MESSAGE_ID"]) == 32 and d["SYSLOG_IDENTIFIER"] == "corvane-host"'
+  entry 'd.get("CORVANE_SERIAL_NUMBER") == "S100" and d["PRIORITY"] == "4" and len(d["MESSAGE_ID"]) == 32 and d["SYSLOG_IDENTIFIER"] == "corvane-host"'
   local plugin record
   ask -X POST -H 'Content-Type: application/json' -d '{"command": "GET_TOPOLOGY"}' http://service/v1/session >"$BATS_TEST_TMPDIR/topology"
   python3 - "$BATS_TEST_TMPDIR" <<'END'
@@ -89,8 +88,7 @@ END
   make_haste
   corvane-host serve --simulate --socket "$BATS_TEST_TMPDIR/s" 2>"$BATS_TEST_TMPDIR/stderr" 3>&- &
   local service=$!
-  ready() { curl -s --unix-socket "$BATS_TEST_TMPDIR/s" http://service/readyz | grep -qx ready; }
-  eventually ready
+  eventually is_ready "$BATS_TEST_TMPDIR/s"
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   written() { grep -q "^corvane-host: The temperature of adapter " "$BATS_TEST_TMPDIR/stderr"; }
   eventually written

@@ -90,11 +90,12 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
     cmp - "$root/share/fish/vendor_completions.d/corvane-host.fish"
 }
 
-@test "the page of the service has the options of its help" {
+# --socket is an option of all commands, with a meaning of its own for serve.
+@test "the page of the service has the options of its help, and --socket" {
   local help page
   help=$(corvane-host help serve | sed -n '/^Options/,/^  -o/s/^ *\(--[a-z-]*\).*/\1/p' | sort)
   page=$(groff -man -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |
     sed -n 's/^       \(--[a-z-]*\).*/\1/p' | sort)
   same "$(printf -- '--%s\n' events-folder for listen listen-any socket)" "$page"
-  same "$page" "$help"
+  same "$page" "$(printf '%s\n' "$help" --socket | sort)"
 }

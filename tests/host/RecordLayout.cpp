@@ -11,7 +11,7 @@
 
 namespace {
 
-using CorvaneTest::Rise;
+using CorvaneTest::AreAscending;
 using Ids = std::vector<std::uint64_t>;
 using Properties = std::vector<PI::CProperty>;
 
@@ -35,8 +35,8 @@ struct ObjectLayout {
   IS(m_Properties, Properties);
   IS(m_Operations, std::vector<PI::COperation>);
   static_assert(BeginsWith<Record>(AT(m_ID)));
-  static_assert(Rise(AT(m_ID), AT(m_ObjectType), AT(m_Parents), AT(m_Children), AT(m_ChangeCount),
-                     AT(m_Locked), AT(m_Properties), AT(m_Operations)));
+  static_assert(AreAscending(AT(m_ID), AT(m_ObjectType), AT(m_Parents), AT(m_Children),
+                             AT(m_ChangeCount), AT(m_Locked), AT(m_Properties), AT(m_Operations)));
 };
 
 struct PropertyLayout {
@@ -52,8 +52,9 @@ struct PropertyLayout {
   IS(m_UnitsFixed, bool);
   static_assert(sizeof(PI::_UNITS) == 4);
   static_assert(BeginsWith<Record>(AT(m_PropertyID)));
-  static_assert(Rise(AT(m_PropertyID), AT(m_NameID), AT(m_Visible), AT(m_SortKey), AT(m_Indicator),
-                     AT(m_ValueType), AT(m_Format), AT(m_Units), AT(m_UnitsFixed), AT(m_Value)));
+  static_assert(AreAscending(AT(m_PropertyID), AT(m_NameID), AT(m_Visible), AT(m_SortKey),
+                             AT(m_Indicator), AT(m_ValueType), AT(m_Format), AT(m_Units),
+                             AT(m_UnitsFixed), AT(m_Value)));
   static_assert(PI::VALUE_TYPE_CHOICE == 3 && PI::VALUE_TYPE_RANGE == 7);
 };
 
@@ -67,9 +68,9 @@ struct ValueHolderLayout {
   IS(m_MultiString, PI::CMultiStringData);
   static_assert(sizeof(Record::m_Number) == 8 && sizeof(Record::m_Float) == 4);
   static_assert(AT(m_Choice) == 0);
-  static_assert(Rise(AT(m_Choice), AT(m_String), AT(m_Integer), AT(m_Minimum), AT(m_Maximum),
-                     AT(m_Step), AT(m_Number), AT(m_Float), AT(m_Bool), AT(m_MultiValue),
-                     AT(m_MultiLong), AT(m_XML), AT(m_MultiString)));
+  static_assert(AreAscending(AT(m_Choice), AT(m_String), AT(m_Integer), AT(m_Minimum),
+                             AT(m_Maximum), AT(m_Step), AT(m_Number), AT(m_Float), AT(m_Bool),
+                             AT(m_MultiValue), AT(m_MultiLong), AT(m_XML), AT(m_MultiString)));
 };
 
 struct ChoiceLayout {
@@ -77,7 +78,7 @@ struct ChoiceLayout {
   IS(m_Value, std::int32_t);
   IS(m_Allowed, std::vector<std::int32_t>);
   static_assert(BeginsWith<Record>(AT(m_Value)));
-  static_assert(Rise(AT(m_Value), AT(m_Allowed)));
+  static_assert(AreAscending(AT(m_Value), AT(m_Allowed)));
 };
 
 struct MultiValueLayout {
@@ -85,7 +86,7 @@ struct MultiValueLayout {
   IS(m_Values, std::vector<std::int32_t>);
   IS(m_Allowed, std::vector<std::int32_t>);
   static_assert(BeginsWith<Record>(AT(m_Values)));
-  static_assert(Rise(AT(m_Values), AT(m_Allowed)));
+  static_assert(AreAscending(AT(m_Values), AT(m_Allowed)));
 };
 
 struct SmallHolderLayout {
@@ -116,10 +117,11 @@ struct OperationLayout {
   IS(m_Flags, std::uint32_t);
   IS(m_Async, bool);
   static_assert(BeginsWith<Record>(AT(m_OperationID)));
-  static_assert(Rise(AT(m_OperationID), AT(m_NameID), AT(m_Class), AT(m_Properties),
-                     AT(m_LogicalDrives), AT(m_Levels), AT(m_Migrations), AT(m_Events),
-                     AT(m_Partitions), AT(m_Objects), AT(m_Access), AT(m_Scope), AT(m_ConfirmKind),
-                     AT(m_ConfirmText), AT(m_Timeout), AT(m_Flags), AT(m_Async)));
+  static_assert(AreAscending(AT(m_OperationID), AT(m_NameID), AT(m_Class), AT(m_Properties),
+                             AT(m_LogicalDrives), AT(m_Levels), AT(m_Migrations), AT(m_Events),
+                             AT(m_Partitions), AT(m_Objects), AT(m_Access), AT(m_Scope),
+                             AT(m_ConfirmKind), AT(m_ConfirmText), AT(m_Timeout), AT(m_Flags),
+                             AT(m_Async)));
 };
 
 struct EventLayout {
@@ -130,8 +132,8 @@ struct EventLayout {
   IS(m_Time, std::uint64_t);
   IS(m_SourceName, std::string);
   static_assert(BeginsWith<Record>(AT(m_ObjectID)));
-  static_assert(Rise(AT(m_ObjectID), AT(m_EventID), AT(m_Severity), AT(m_Time), AT(m_SourceName),
-                     AT(m_PlaceHolders)));
+  static_assert(AreAscending(AT(m_ObjectID), AT(m_EventID), AT(m_Severity), AT(m_Time),
+                             AT(m_SourceName), AT(m_PlaceHolders)));
   // Fifteen texts, and nothing after them.
   static_assert(sizeof(Record) == AT(m_SourceName) + 15 * sizeof(std::string));
 };
@@ -146,8 +148,8 @@ struct AdapterIdLayout {
   IS(m_AdapterNumber, std::uint32_t);
   IS(m_GlobalNumber, std::int32_t);
   static_assert(BeginsWith<Record>(AT(m_Name)));
-  static_assert(Rise(AT(m_Name), AT(m_Segment), AT(m_Bus), AT(m_Device), AT(m_Function),
-                     AT(m_AdapterNumber), AT(m_GlobalNumber)));
+  static_assert(AreAscending(AT(m_Name), AT(m_Segment), AT(m_Bus), AT(m_Device), AT(m_Function),
+                             AT(m_AdapterNumber), AT(m_GlobalNumber)));
 };
 
 // The shape of the one above, followed by a string.
@@ -173,8 +175,8 @@ struct LogicalDriveLayout {
   IS(m_Properties, Properties);
   IS(m_Containers, std::vector<PI::CContainer>);
   static_assert(BeginsWith<Record>(AT(m_Level)));
-  static_assert(Rise(AT(m_Level), AT(m_Properties), AT(m_Size), AT(m_Flags), AT(m_Containers),
-                     AT(m_Spares), AT(m_Candidates), AT(m_Members)));
+  static_assert(AreAscending(AT(m_Level), AT(m_Properties), AT(m_Size), AT(m_Flags),
+                             AT(m_Containers), AT(m_Spares), AT(m_Candidates), AT(m_Members)));
 };
 
 struct ContainerLayout {
@@ -187,21 +189,21 @@ struct DriveLayout {
   using Record = PI::CDrive;
   IS(m_Properties, Properties);
   static_assert(BeginsWith<Record>(AT(m_ID)));
-  static_assert(Rise(AT(m_ID), AT(m_Offset), AT(m_Properties), AT(m_Size), AT(m_Flags)));
+  static_assert(AreAscending(AT(m_ID), AT(m_Offset), AT(m_Properties), AT(m_Size), AT(m_Flags)));
 };
 
 struct LevelLayout {
   using Record = PI::CLevel;
   IS(m_Properties, Properties);
   static_assert(BeginsWith<Record>(AT(m_Level)));
-  static_assert(Rise(AT(m_Level), AT(m_Depths), AT(m_Flags), AT(m_Properties)));
+  static_assert(AreAscending(AT(m_Level), AT(m_Depths), AT(m_Flags), AT(m_Properties)));
 };
 
 struct MigrationLayout {
   using Record = PI::CMigration;
   IS(m_Properties, Properties);
   static_assert(BeginsWith<Record>(AT(m_From)));
-  static_assert(Rise(AT(m_From), AT(m_To), AT(m_Properties)));
+  static_assert(AreAscending(AT(m_From), AT(m_To), AT(m_Properties)));
 };
 
 struct PartitionLayout {
@@ -209,7 +211,7 @@ struct PartitionLayout {
   IS(m_Name, std::string);
   IS(m_MountPoint, std::string);
   static_assert(BeginsWith<Record>(AT(m_Offset)));
-  static_assert(Rise(AT(m_Offset), AT(m_Size), AT(m_Name), AT(m_MountPoint)));
+  static_assert(AreAscending(AT(m_Offset), AT(m_Size), AT(m_Name), AT(m_MountPoint)));
 };
 
 static_assert(PI::OBJECT_PLUGIN == 19006 && PI::OBJECT_PHYSICAL_DRIVE == 19018 &&

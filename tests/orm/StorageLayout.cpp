@@ -14,7 +14,7 @@ namespace {
 
 using namespace RaidDataModels;
 using namespace DatabaseORM;
-using CorvaneTest::Rise;
+using CorvaneTest::AreAscending;
 
 using Row = Plugin;
 
@@ -27,7 +27,7 @@ struct StorageLayout {
   IS(dao, std::shared_ptr<DatabaseWrapper::DatabaseDAO>);
   IS(tables, std::vector<std::shared_ptr<tableBase_t>>);
   IS(modelMaps, std::vector<std::shared_ptr<dbModelFieldsMapBase>>);
-  static_assert(Rise(AT(useAlias), AT(dao), AT(tables), AT(modelMaps)));
+  static_assert(AreAscending(AT(useAlias), AT(dao), AT(tables), AT(modelMaps)));
   static_assert(AT(useAlias) == 0);
 };
 
@@ -43,8 +43,8 @@ struct MapLayout {
   IS(stringFields, Fields<std::string>);
   IS(listFields, Fields<std::vector<std::string>>);
   IS(doubleFields, Fields<double>);
-  static_assert(Rise(AT(alias), AT(columnCount), AT(intFields), AT(ulongFields), AT(stringFields),
-                     AT(listFields), AT(doubleFields)));
+  static_assert(AreAscending(AT(alias), AT(columnCount), AT(intFields), AT(ulongFields),
+                             AT(stringFields), AT(listFields), AT(doubleFields)));
   static_assert(AT(alias) == sizeof(dbModelFieldsMapBase));
   static_assert(std::is_base_of_v<dbModelFieldsMapBase, Record>);
   static_assert(std::is_base_of_v<Singleton<Record>, Record>);
@@ -55,7 +55,7 @@ struct FieldLayout {
   IS(member, std::string Row::*);
   IS(name, std::string);
   IS(index, std::int32_t);
-  static_assert(Rise(AT(member), AT(name), AT(index)));
+  static_assert(AreAscending(AT(member), AT(name), AT(index)));
   static_assert(AT(member) == 0);
 };
 
@@ -64,7 +64,7 @@ struct TableLayout {
   IS(foreignKeys, bool);
   IS(name, std::string);
   IS(columns, std::vector<std::shared_ptr<column_t<Row>>>);
-  static_assert(Rise(AT(foreignKeys), AT(name), AT(columns)));
+  static_assert(AreAscending(AT(foreignKeys), AT(name), AT(columns)));
   static_assert(AT(foreignKeys) == sizeof(tableBase_t));
   static_assert(std::is_base_of_v<tableBase_t, Record>);
 };

@@ -1,10 +1,13 @@
 // Requests that the plug-in does not answer in time.
 
-#include <fcntl.h>
 #include <signal.h>
 
+#include <chrono>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 
+#include "console/base/Deadline.h"
 #include "console/commands/All.h"
 #include "service/api/ApiTable.h"
 #include "service/http/LateResponse.h"
@@ -16,56 +19,64 @@ using std::chrono::milliseconds;
 
 class Api : public CorvaneTest::CollectorFixture {
  protected:
+  ~Api() override {
+    if (m_Process > 0) kill(m_Process, SIGCONT);
+  }
+
+  void StartAndStopTheProcess() {
+    m_Host.AddCard();
+    Start(Settings());
+    m_Process = AwaitObjects(3)->m_Plugin.m_Process;
+    kill(m_Process, SIGSTOP);
+  }
+
   // The status and the problem of the response, which comes later.
-  std::string Ask(const Service::SnapshotStore& store, Http::Method method, const char* path,
-                  Http::Request request) {
+  std::string Ask(Http::Method method, const char* path, const Http::Request& request) {
     Service::ApiContext api{Console::AllCommands(),
                             m_Stream,
-                            store,
+                            m_Store,
                             *m_pCollector,
                             m_Feed,
                             m_Jobs,
                             m_Replays,
-                            m_Threads};
+                            m_Threads,
+                            m_State};
     api.m_FreshTimeout = milliseconds(20);
     api.m_CallTimeout = milliseconds(20);
     for (const Http::Route& route : Service::ApiRoutes(api)) {
       if (route.m_Method != method || route.m_Path != path) continue;
       const Http::Reply reply = route.m_Handler(request);
       const auto& later = std::get<Http::Later>(reply).m_Response;
-      while (!later->Get()) std::this_thread::sleep_for(milliseconds(5));
+      const Console::Deadline deadline(CorvaneTest::kTimeout);
+      while (!later->Get() && !deadline.IsOver()) std::this_thread::sleep_for(milliseconds(5));
+      if (!later->Get()) return "no response";
       const auto problem = nlohmann::json::parse(*later->Get()->m_Body);
       return std::to_string(later->Get()->m_Status) + " " + problem.value("id", "");
     }
     return "no route";
   }
 
+  pid_t m_Process = 0;
   const Console::ResultStream m_Stream{true};  // the test prints to standard error
   Service::EventFeed m_Feed{m_Store};
   Service::JobTable m_Jobs;
   Service::ReplayCache m_Replays;
   Service::CallThreads m_Threads;
+  Service::StateThread m_State{[](const std::string&) {}};
 };
 
 TEST_F(Api, TimesOutWithoutANewSnapshot) {
-  m_Host.AddCard();
-  Start(Settings());
-  Service::SnapshotStore old;
-  old.Publish(*AwaitObjects(3));
+  StartAndStopTheProcess();
   Http::Request request;
   request.m_Query["fresh"] = "1";
-  EXPECT_EQ("504 TIMED_OUT", Ask(old, Http::Method::Get, "/v1/cards", request));
+  EXPECT_EQ("504 TIMED_OUT", Ask(Http::Method::Get, "/v1/cards", request));
 }
 
 TEST_F(Api, TimesOutWithAPluginThatDoesNotAnswer) {
-  m_Host.AddCard();
-  Start(Settings());
-  const pid_t process = AwaitObjects(3)->m_Plugin.m_Process;
-  kill(process, SIGSTOP);
+  StartAndStopTheProcess();
   Http::Request request;
   request.m_Body = R"({"command": "CHECK_OPERATION", "payload": {"operation_id": 1}})";
-  EXPECT_EQ("504 TIMED_OUT", Ask(m_Store, Http::Method::Post, "/v1/session", request));
-  kill(process, SIGCONT);
+  EXPECT_EQ("504 TIMED_OUT", Ask(Http::Method::Post, "/v1/session", request));
 }
 
 }  // namespace

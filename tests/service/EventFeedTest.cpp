@@ -3,7 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -188,7 +193,7 @@ TEST_F(EventFeed, ResumesAtEveryPosition) {
 TEST_F(EventFeed, ResumesWhileEventsArrive) {
   Log(2);
   Start();
-  std::thread collector([this] {
+  auto collector = std::async(std::launch::async, [this] {
     for (int i = 0; i < 100; ++i) LogAndPublish(1 + i % 3);
   });
   std::vector<int> numbers;
@@ -197,7 +202,7 @@ TEST_F(EventFeed, ResumesWhileEventsArrive) {
     const int next = numbers.empty() ? 1 : numbers.back() + 1;
     for (const int number : Numbers(Await(*client, next))) numbers.push_back(number);
   }
-  collector.join();
+  collector.get();
   EXPECT_THAT(numbers, ElementsAreArray(Range(1, numbers.back())));
 }
 

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "hostkit/Database.h"
 #include "service/EventTail.h"
 #include "tests/support/Temporary.h"
@@ -28,12 +30,13 @@ class EventTailFixture : public testing::Test {
   EventTailFixture() { HostKit::ReopenDatabase(); }
   // Continues with an empty log.
   void ReplaceLog() {
-    setenv("CORVANE_DATABASE", (m_Folder.Path() / "new.db").c_str(), 1);
+    m_NewDatabase.emplace("CORVANE_DATABASE", (m_Folder.Path() / "new.db").string());
     HostKit::ReopenDatabase();
   }
 
   const TemporaryFolder m_Folder;
   const ScopedVariable m_Database{"CORVANE_DATABASE", (m_Folder.Path() / "log.db").string()};
+  std::optional<ScopedVariable> m_NewDatabase;
 };
 
 using EventTailOfALog = EventTailFixture;

@@ -4,13 +4,18 @@
 #include <signal.h>
 
 #include <atomic>
-#include <cstdlib>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "hostkit/Database.h"
 #include "hostkit/EventLog.h"
 #include "service/state/StateThread.h"
 #include "tests/service/CollectorFixture.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 
@@ -29,7 +34,7 @@ constexpr std::uint32_t kRemoved = 11094;
 class KilledPlugin : public CorvaneTest::CollectorFixture {
  protected:
   KilledPlugin() {
-    setenv("CORVANE_DATABASE", (m_Host.Folder() / "corvane.db").c_str(), 1);
+    m_Database.emplace("CORVANE_DATABASE", (m_Host.Folder() / "corvane.db").string());
     HostKit::ReopenDatabase();
     m_Host.WriteIni("PollInterval=2\n");
     m_Card = m_Host.AddCard();
@@ -38,7 +43,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
   ~KilledPlugin() override {
     m_pCollector.reset();
     m_State.Stop();
-    setenv("CORVANE_DATABASE", ":memory:", 1);
+    m_Database.reset();
     HostKit::ReopenDatabase();
   }
 
@@ -53,7 +58,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
     AwaitRecord();
   }
 
-  // A snapshot of a running plug-in that was begun from now on is recorded.
+  // Waits until a snapshot that was started after this call has been recorded.
   void AwaitRecord() {
     const std::uint64_t starts = m_Store.Get()->m_Plugin.m_Starts;
     Await([&](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Starts >= starts; });
@@ -88,6 +93,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
     return text;
   }
 
+  std::optional<ScopedVariable> m_Database;
   std::string m_Card;
   std::atomic<int> m_Recorded{0};
   Service::StateThread m_State{[](const std::string& cause) { ADD_FAILURE() << cause; }};

@@ -36,7 +36,7 @@ TEST(LogEntry, OfAnEventHasItsFields) {
       entry.m_Fields,
       ElementsAre(Pair("MESSAGE_ID", "a19311db2a994521918a795f00002ad8"),
                   Pair("CORVANE_EVENT", "CTRL_NEAR_WEARING_OUT"), Pair("CORVANE_EVENT_ID", "10968"),
-                  Pair("CORVANE_SERIAL", "FA00000001"), Pair("CORVANE_SOURCE", "a\nb")));
+                  Pair("CORVANE_SERIAL_NUMBER", "FA00000001"), Pair("CORVANE_SOURCE", "a\nb")));
 }
 
 TEST(LogEntry, OfAnEventHasThePriorityOfItsSeverity) {

@@ -1,4 +1,4 @@
-// With a socket as the service manager has it.
+// Uses a socket like the service manager's.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -1,4 +1,4 @@
-// A full disk, as a limit of the size of files.
+// Simulates a full disk by limiting the size of files.
 #pragma once
 
 #include <sys/resource.h>

@@ -1,4 +1,4 @@
-// Tests may run as root, to whom permissions do not apply: an ordinary user until destroyed.
+// Drops root's effective user ID until destroyed, because root bypasses file permissions.
 #pragma once
 
 #include <unistd.h>

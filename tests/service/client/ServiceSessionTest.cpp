@@ -1,4 +1,4 @@
-// What becomes of a service that misbehaves: the exit codes and texts of the console.
+// How the console reports a misbehaving service: exit codes and texts.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -100,31 +100,31 @@ const BadReply kBadReplies[] = {
     {"HalfAHead",
      {"HTTP/1.1 200 OK\r\nContent-"},
      ExitCode::Failed,
-     "SERVICE_ANSWER",
+     "SERVICE_REPLY_INVALID",
      "{} sent an unusable reply: [json.exception.parse_error.101]"},
     {"HalfABody",
      {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"result\": 0"},
      ExitCode::Failed,
-     "SERVICE_ANSWER",
+     "SERVICE_REPLY_INVALID",
      "{} sent an unusable reply: it ends early"},
     {"Html", ClientTest::Reply(200, "text/html", "<html></html>"), ExitCode::Failed,
-     "SERVICE_ANSWER", "{} sent an unusable reply: [json.exception.parse_error.101]"},
+     "SERVICE_REPLY_INVALID", "{} sent an unusable reply: [json.exception.parse_error.101]"},
     {"HtmlOfAnError", ClientTest::Reply(404, "text/html", "<html></html>"), ExitCode::Failed,
-     "SERVICE_ANSWER", "{} sent an unusable reply: status 404"},
+     "SERVICE_REPLY_INVALID", "{} sent an unusable reply: status 404"},
     {"NotHttp",
      {"SSH-2.0-OpenSSH_9.2\r\n\r\n"},
      ExitCode::Failed,
-     "SERVICE_ANSWER",
+     "SERVICE_REPLY_INVALID",
      "{} sent an unusable reply: "},
-    {"NoResult", ClientTest::Json("{}"), ExitCode::Failed, "SERVICE_ANSWER",
+    {"NoResult", ClientTest::Json("{}"), ExitCode::Failed, "SERVICE_REPLY_INVALID",
      "{} sent an unusable reply: result: expected an integer"},
     {"AnotherVersion", ClientTest::Json(R"({"result": 0, "payload": [{"color": 1}]})"),
-     ExitCode::Failed, "SERVICE_ANSWER",
+     ExitCode::Failed, "SERVICE_REPLY_INVALID",
      "{} sent an unusable reply: payload[0]: unknown field color"},
     {"UnknownRequest", ClientTest::Problem(404, "NOT_FOUND", "unknown path"), ExitCode::Failed,
-     "SERVICE_ANSWER", "{} sent an unusable reply: status 404"},
+     "SERVICE_REPLY_INVALID", "{} sent an unusable reply: status 404"},
     {"ProblemWithoutId", ClientTest::Json(R"({"status": 503})", 503), ExitCode::Failed,
-     "SERVICE_ANSWER", "{} sent an unusable reply: status 503"},
+     "SERVICE_REPLY_INVALID", "{} sent an unusable reply: status 503"},
     {"Forbidden", ClientTest::Problem(403, "PERMISSION_DENIED", "this user may not read"),
      ExitCode::Permission, "PERMISSION_DENIED", "this user may not read"},
     {"Refused", ClientTest::Problem(409, "RESERVED", "not yours"), ExitCode::Refused, "RESERVED",
@@ -177,7 +177,8 @@ TEST_F(ServiceSession, ReportsAServiceThatWasKilled) {
   EXPECT_EQ(ExitCode::Failed, failure->m_Code);
   EXPECT_EQ("SERVICE_ENDED", failure->m_Id);
   EXPECT_EQ(Name() + " has closed the connection", failure->m_Text);
-  EXPECT_THAT(failure->m_Advice, ElementsAre("Without the service: --direct"));
+  EXPECT_THAT(failure->m_Advice,
+              ElementsAre("Pass --direct to load the plug-in into this process instead."));
 }
 
 TEST_F(ServiceSession, ReportsASocketAtWhichNothingListens) {
@@ -225,7 +226,6 @@ TEST_F(ServiceSession, SendsAChangeOnlyOnce) {
 }
 
 TEST_F(ServiceSession, CollectsEachEventOnce) {
-  std::vector<std::string> paths;
   Service::ServiceSession& session = Start([](const std::string& request) {
     if (IsState(request)) return ClientTest::Json(kState);
     const bool isFirst = request.find("after=3 ") != request.npos;
@@ -338,7 +338,7 @@ TEST(HttpClient, AcceptsBodiesUpToTheLimit) {
   Service::HttpClient tooShort(service.Socket(), 7);
   const auto failure = FailureOf([&] { tooShort.Ask(request, Console::Deadline()); });
   ASSERT_TRUE(failure);
-  EXPECT_EQ("SERVICE_ANSWER", failure->m_Id);
+  EXPECT_EQ("SERVICE_REPLY_INVALID", failure->m_Id);
   EXPECT_THAT(failure->m_Text, HasSubstr("it is too long"));
 }
 

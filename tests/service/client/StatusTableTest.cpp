@@ -30,7 +30,7 @@ TEST(StatusTable, HasAnExitCodeForEachProblem) {
       {503, "STOPPING", ExitCode::Failed},
       {504, "TIMED_OUT", ExitCode::TimedOut},
       {302, "ANY", std::nullopt},
-      {400, "INVALID_BODY", std::nullopt},
+      {400, "BODY_INVALID", std::nullopt},
       {404, "NOT_FOUND", std::nullopt},
       {405, "METHOD_NOT_ALLOWED", std::nullopt},
   };

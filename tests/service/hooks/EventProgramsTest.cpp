@@ -1,11 +1,22 @@
 // With real scripts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "service/hooks/EventPrograms.h"
 #include "tests/service/hooks/Scripts.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 
@@ -150,7 +161,7 @@ TEST_F(EventPrograms, DoNotRunIfTheNumberCannotBeRecorded) {
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
   Take(7);
-  EXPECT_TRUE(AwaitReport("events.d: drops event 7: cannot write " +
+  EXPECT_TRUE(AwaitReport("events.d: event 7 dropped: cannot write " +
                           m_Settings.m_StateFile.string() + ": No such file or directory"));
   Stop();
   EXPECT_FALSE(std::filesystem::exists(m_Folder.Path() / "lines"));
@@ -175,7 +186,7 @@ TEST_F(EventPrograms, AreKilledAtTheEnd) {
   EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
   Stop();
   EXPECT_THAT(Reports(),
-              ElementsAre("events.d: program: killed because the service stops for event 1"));
+              ElementsAre("events.d: program: killed because the service is stopping for event 1"));
   EXPECT_EQ("1\n", ReadText(State()));  // the second one is left for the next start
 }
 
@@ -205,7 +216,7 @@ TEST_F(EventPrograms, AreNotRunForEventsThatAreTooMany) {
   EXPECT_EQ(1U, Lines("lines", 1).size());
   Take(2);
   Take(3);
-  EXPECT_THAT(Reports(), ElementsAre("events.d: too many events wait; drops event 3"));
+  EXPECT_THAT(Reports(), ElementsAre("events.d: event queue full; event 3 dropped"));
   WriteText(m_Folder.Path() / "go", "");
   EXPECT_THAT(Lines("lines", 2), ElementsAre("1", "2"));
 }

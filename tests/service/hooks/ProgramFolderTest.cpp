@@ -59,7 +59,7 @@ TEST_F(ProgramFolder, DoesNotRunWhatOthersCanWrite) {
   WriteScript(m_Folder.Path() / "good", "");
   const auto bad = WriteScript(m_Folder.Path() / "bad", "", 0757);
   EXPECT_THAT(Names(m_Folder.Path()), ElementsAre("good"));
-  EXPECT_THAT(m_Reports, ElementsAre("does not run " + bad.string() + ": " + bad.string() +
+  EXPECT_THAT(m_Reports, ElementsAre("skipped " + bad.string() + ": " + bad.string() +
                                      " can be written by other users"));
 }
 

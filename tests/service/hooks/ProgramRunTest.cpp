@@ -52,10 +52,11 @@ TEST_F(ProgramRun, ReportsHowItEnded) {
       {"kill -PIPE $$", "killed by signal 13"},  // not ignored, as it is here
       {"exec /nonexistent", "exit code 127"},
   };
-  signal(SIGPIPE, SIG_IGN);
+  const auto before = signal(SIGPIPE, SIG_IGN);
   for (const auto& each : cases) {
     EXPECT_EQ(each.m_Failure, Hooks::Run(RunOf(each.m_Body)).m_Failure) << each.m_Body;
   }
+  signal(SIGPIPE, before);
 }
 
 TEST_F(ProgramRun, ReportsAMissingProgram) {
@@ -114,7 +115,7 @@ TEST_F(ProgramRun, IsKilledWhenTheServiceStops) {
   Hooks::ProgramRun run = RunOf("sleep 1000");
   run.m_Stop = stop.Number();
   stop.Notify();
-  EXPECT_EQ("killed because the service stops", Hooks::Run(run).m_Failure);
+  EXPECT_EQ("killed because the service is stopping", Hooks::Run(run).m_Failure);
 }
 
 }  // namespace

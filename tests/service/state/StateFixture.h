@@ -14,7 +14,7 @@ constexpr std::uint64_t kSecond = 1000;
 constexpr std::uint64_t kMinute = 60 * kSecond;
 constexpr std::uint64_t kHour = 60 * kMinute;
 constexpr std::uint64_t kDay = 24 * kHour;
-// The begin of a day.
+// The start of a day.
 constexpr std::uint64_t kStart = 20000 * kDay;
 
 class StoreTest : public HostDatabaseTest {

@@ -1,8 +1,16 @@
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <future>
 #include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
 #include <thread>
+#include <type_traits>
+#include <vector>
 
 #include "service/state/StateThread.h"
 #include "tests/service/state/StateFixture.h"

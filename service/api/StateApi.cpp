@@ -1,0 +1,271 @@
+#include "service/api/StateApi.h"
+
+#include <fmt/format.h>
+#include <pwd.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "console/base/Duration.h"
+#include "console/base/Timestamp.h"
+#include "service/api/Documents.h"
+#include "service/state/HistoryFields.h"
+
+namespace Service {
+namespace {
+
+using Http::MakeProblem;
+using Http::Reply;
+using Http::Request;
+using Http::Response;
+using Json = nlohmann::ordered_json;
+
+Response MakeEmpty() {
+  Response response;
+  response.m_Status = 204;
+  return response;
+}
+
+Response MakeUnknownCard(const std::string& serial) {
+  return MakeProblem(404, "UNKNOWN_CARD", fmt::format("card {} has never been seen", serial));
+}
+
+// Sends the response that `render` makes from the state thread's result, or a 500 if the database
+// cannot be used.
+template <class Render>
+auto Finish(Render render, std::shared_ptr<Http::Responder> responder) {
+  return [render = std::move(render), responder = std::move(responder)](const auto& outcome) {
+    responder->Complete(Answered([&] {
+      if (!outcome.m_Result) return MakeProblem(500, "DATABASE_UNUSABLE", outcome.m_Failure);
+      return render(*outcome.m_Result);
+    }));
+  };
+}
+
+Reply Promised(bool isQueued, const Http::Later& promise) {
+  if (isQueued) return promise;
+  return MakeProblem(503, "TOO_MANY_CALLS", "too many requests are waiting for the database");
+}
+
+template <class Work, class Render>
+Reply ReadState(const ApiContext& api, Work work, Render render) {
+  auto responder = std::make_shared<Http::Responder>();
+  const Http::Later promise = responder->Promise();
+  return Promised(api.m_State.Read(work, Finish(std::move(render), responder)), promise);
+}
+
+template <class Work, class Render>
+Reply ChangeState(const ApiContext& api, Work work, Render render) {
+  auto responder = std::make_shared<Http::Responder>();
+  const Http::Later promise = responder->Promise();
+  return Promised(api.m_State.Change(work, Finish(std::move(render), responder)), promise);
+}
+
+Json TimeJson(const std::optional<std::uint64_t>& time) {
+  return time ? Json(Console::TimeText(*time)) : Json();
+}
+
+template <class Value>
+Json OrNull(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json();
+}
+
+Json ToJson(const KnownCard& card) {
+  return {{"serial_number", card.m_SerialNumber},
+          {"position", fmt::format("a{}", card.m_Position)},
+          {"present", card.m_IsPresent},
+          {"first_seen", Console::TimeText(card.m_FirstSeen)},
+          {"last_seen", Console::TimeText(card.m_LastSeen)},
+          {"name", card.m_Name},
+          {"product", card.m_Product},
+          {"pci_address", card.m_PciAddress},
+          {"pci_slot", OrNull(card.m_Slot)},
+          {"size_bytes", OrNull(card.m_SizeBytes)}};
+}
+
+Json ToJson(const Acknowledgment& each) {
+  return {{"serial_number", each.m_SerialNumber},
+          {"reason", each.m_Reason},
+          {"user", each.m_User},
+          {"time", Console::TimeText(each.m_Time)},
+          {"until", TimeJson(each.m_Until)},
+          {"note", each.m_Note}};
+}
+
+Json ToJson(const HistorySeries& series, const HistoryQuery& query) {
+  Json points = Json::array();
+  for (const HistoryPoint& point : series.m_Points) {
+    points.push_back({{"time", Console::TimeText(point.m_Time)},
+                      {"minimum", point.m_Minimum},
+                      {"maximum", point.m_Maximum},
+                      {"mean", point.m_Mean}});
+  }
+  return {{"serial_number", query.m_SerialNumber},
+          {"field", query.m_Field->m_Name},
+          {"step_seconds", series.m_Step / 1000},
+          {"points", points}};
+}
+
+template <class Element>
+Response MakeList(const char* name, const std::vector<Element>& elements) {
+  Json list = Json::array();
+  for (const Element& each : elements) list.push_back(ToJson(each));
+  return MakeJson(200, {{name, list}});
+}
+
+// "ann", or the user ID if it has no name.
+std::string UserName(uid_t user) {
+  char buffer[16384];
+  passwd entry = {};
+  passwd* found = nullptr;
+  const bool isKnown =
+      getpwuid_r(user, &entry, buffer, sizeof buffer, &found) == 0 && found != nullptr;
+  return isKnown ? found->pw_name : std::to_string(user);
+}
+
+// The time in a query parameter, or `otherwise` if it is missing. Throws `Console::Failure`.
+std::uint64_t TimeOf(const Request& request, const char* name, std::uint64_t otherwise) {
+  const std::string* const text = Http::Find(request.m_Query, name);
+  return text == nullptr ? otherwise : Console::ParseTimestamp(name, *text, Console::NowMs());
+}
+
+// Defaults to the last day, in steps of one minute. Throws `Console::Failure`.
+HistoryQuery QueryOf(const Request& request, const HistoryField& field) {
+  constexpr std::uint64_t kDayMs = 86'400'000;
+  HistoryQuery query;
+  query.m_SerialNumber = request.m_Parameters.at("serial");
+  query.m_Field = &field;
+  query.m_To = TimeOf(request, "to", Console::NowMs());
+  query.m_From = TimeOf(request, "from", query.m_To < kDayMs ? 0 : query.m_To - kDayMs);
+  if (const std::string* const step = Http::Find(request.m_Query, "step")) {
+    query.m_Step =
+        static_cast<std::uint64_t>(Console::ParseDuration("step", *step).value().count());
+  }
+  return query;
+}
+
+Reply ReadHistory(const ApiContext& api, const Request& request) {
+  const std::string* const name = Http::Find(request.m_Query, "field");
+  const HistoryField* const field = name == nullptr ? nullptr : FindHistoryField(*name);
+  if (field == nullptr) {
+    return MakeProblem(400, "QUERY_INVALID", "field: no history is recorded for this field");
+  }
+  const HistoryQuery query = QueryOf(request, *field);
+  return ReadState(
+      api, [query](StateStore& store) { return store.History(query); },
+      [query](const std::optional<HistorySeries>& series) {
+        if (!series) return MakeUnknownCard(query.m_SerialNumber);
+        return MakeJson(200, ToJson(*series, query));
+      });
+}
+
+// A duration from now, or a time in the future. Throws `Console::Failure`.
+std::uint64_t EndOf(const std::string& text, std::uint64_t nowMs) {
+  if (const auto duration = Console::ReadDuration(text)) {
+    return nowMs + static_cast<std::uint64_t>(duration->count());
+  }
+  const std::uint64_t end = Console::ParseTimestamp("until", text, nowMs);
+  if (end <= nowMs) throw Console::UsageFailure("until: the time is in the past");
+  return end;
+}
+
+Acknowledgment AcknowledgmentOf(const Request& request) {
+  const Json body = Json::parse(request.m_Body);
+  Acknowledgment acknowledgment;
+  acknowledgment.m_SerialNumber = request.m_Parameters.at("serial");
+  acknowledgment.m_Reason = body.at("reason");
+  acknowledgment.m_Time = Console::NowMs();
+  acknowledgment.m_Note = body.value("note", "");
+  if (body.contains("until")) {
+    acknowledgment.m_Until = EndOf(body.at("until"), acknowledgment.m_Time);
+  }
+  return acknowledgment;
+}
+
+Response AcknowledgedResponse(AcknowledgeResult result, const Acknowledgment& acknowledgment) {
+  switch (result) {
+    case AcknowledgeResult::UnknownCard:
+      return MakeUnknownCard(acknowledgment.m_SerialNumber);
+    case AcknowledgeResult::UnknownReason:
+      return MakeProblem(400, "UNKNOWN_REASON",
+                         fmt::format("{} is not a reason", acknowledgment.m_Reason));
+    default:
+      return MakeJson(201, ToJson(acknowledgment));
+  }
+}
+
+Response ForgottenResponse(ForgetResult result, const std::string& serial) {
+  switch (result) {
+    case ForgetResult::UnknownCard:
+      return MakeUnknownCard(serial);
+    case ForgetResult::CardIsPresent:
+      return MakeProblem(409, "CARD_PRESENT", fmt::format("card {} is present", serial));
+    default:
+      return MakeEmpty();
+  }
+}
+
+}  // namespace
+
+Reply GetKnownCards(const ApiContext& api, const Request&) {
+  return ReadState(
+      api, [](StateStore& store) { return store.Cards(); },
+      [](const std::vector<KnownCard>& cards) { return MakeList("cards", cards); });
+}
+
+Reply DeleteCard(const ApiContext& api, const Request& request) {
+  const std::string serial = request.m_Parameters.at("serial");
+  return ChangeState(
+      api, [serial](StateStore& store) { return store.Forget(serial); },
+      [serial](ForgetResult result) { return ForgottenResponse(result, serial); });
+}
+
+Reply GetHistory(const ApiContext& api, const Request& request) {
+  try {
+    return ReadHistory(api, request);
+  } catch (const Console::Failure& failure) {
+    return MakeProblem(400, "QUERY_INVALID", failure.what());
+  }
+}
+
+Reply GetAcknowledgments(const ApiContext& api, const Request&) {
+  return ReadState(
+      api, [](StateStore& store) { return store.Acknowledgments(Console::NowMs()); },
+      [](const std::vector<Acknowledgment>& list) { return MakeList("acknowledgments", list); });
+}
+
+Reply PostAcknowledgment(const ApiContext& api, const Request& request) {
+  Acknowledgment acknowledgment;
+  try {
+    acknowledgment = AcknowledgmentOf(request);
+  } catch (const Console::Failure& failure) {
+    return MakeProblem(400, "BODY_INVALID", failure.what());
+  }
+  const uid_t user = request.m_Peer.m_User;
+  return ChangeState(
+      api,
+      [acknowledgment, user](StateStore& store) mutable {
+        acknowledgment.m_User = UserName(user);
+        return std::pair(store.Acknowledge(acknowledgment), acknowledgment);
+      },
+      [](const auto& result) { return AcknowledgedResponse(result.first, result.second); });
+}
+
+Reply DeleteAcknowledgment(const ApiContext& api, const Request& request) {
+  const std::string* const reason = Http::Find(request.m_Query, "reason");
+  if (reason == nullptr) return MakeProblem(400, "QUERY_INVALID", "reason: required");
+  const std::string serial = request.m_Parameters.at("serial");
+  return ChangeState(
+      api,
+      [serial, name = *reason](StateStore& store) {
+        return store.Unacknowledge(serial, name, Console::NowMs());
+      },
+      [serial, name = *reason](bool wasThere) {
+        if (wasThere) return MakeEmpty();
+        return MakeProblem(404, "NOT_ACKNOWLEDGED",
+                           fmt::format("{} of card {} is not acknowledged", name, serial));
+      });
+}
+
+}  // namespace Service

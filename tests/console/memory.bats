@@ -1,0 +1,86 @@
+#!/usr/bin/env bats
+# What the service remembers: cards that are gone, acknowledgments and history; and the whole API
+# against its document, which needs a card that is gone.
+
+bats_require_minimum_version 1.5.0
+load helper
+load service
+
+setup_file() {
+  load helper
+  load service
+  make_machine
+  make_cards
+  make_haste
+  cardsim add 0x2001
+  cardsim set card2 serial_number GONE
+  cardsim set card2 pci_bus 100
+  start_service
+  cardsim remove card2
+  is_gone() {
+    ask known GET /v1/known-cards
+    [ "$(json known '[c["present"] for c in d["cards"] if c["serial_number"] == "GONE"]')" = "[false]" ]
+  }
+  eventually is_gone
+}
+
+teardown_file() {
+  load service
+  stop_service
+}
+
+@test "a card that is gone is still known, with its position" {
+  ask known GET /v1/known-cards
+  ended known 200
+  same '[["a0", "S100", true], ["a1", "S200", true], ["a2", "GONE", false]]' \
+    "$(json known '[[c["position"], c["serial_number"], c["present"]] for c in d["cards"]]')"
+}
+
+@test "an acknowledgment names the user and its end" {
+  ask made POST /v1/cards/S200/ack '{"reason": "TEMPERATURE_ABOVE_WARN", "until": "1h", "note": "fan ordered"}'
+  ended made 201
+  ask listed GET /v1/acknowledgments
+  same "$(printf '[["S200", "TEMPERATURE_ABOVE_WARN", "%s", "fan ordered"]]' "$(id -un)")" \
+    "$(json listed '[[a[k] for k in ("serial_number", "reason", "user", "note")] for a in d["acknowledgments"]]')"
+  ask removed DELETE "/v1/cards/S200/ack?reason=TEMPERATURE_ABOVE_WARN"
+  ended removed 204
+  ask listed GET /v1/acknowledgments
+  same '[]' "$(json listed 'd["acknowledgments"]')"
+}
+
+@test "the first value of the history is there at once" {
+  has_value() {
+    ask history GET "/v1/cards/S100/history?field=temperature_celsius"
+    [ "$(json history '[p["maximum"] for p in d["points"]]')" = "[48.2]" ]
+  }
+  eventually has_value
+  same '["S100", "temperature_celsius", 60]' \
+    "$(json history '[d[k] for k in ("serial_number", "field", "step_seconds")]')"
+  ask unknown GET "/v1/cards/S200/history?field=temperature_celsius"
+  ended unknown 200
+  same '[]' "$(json unknown 'd["points"]')"
+}
+
+@test "each operation, response and problem of the API document is as described" {
+  keep api python3 "$CORVANE_SOURCE/tests/console/conformance.py" "$SOCKET"
+  ended api 0 || { err api; false; }
+  silent api err
+}
+
+@test "a forgotten card is a new one when it returns" {
+  ask forgotten GET /v1/known-cards
+  same '["S100", "S200"]' "$(json forgotten '[c["serial_number"] for c in d["cards"]]')"
+}
+
+@test "a database that cannot be used" {
+  rm -f "$CORVANE_DATABASE"*
+  mkdir "$CORVANE_DATABASE"
+  ask known GET /v1/known-cards
+  problem known 500 DATABASE_UNUSABLE
+  ask ack POST /v1/cards/S100/ack '{"reason": "MISSING"}'
+  problem ack 500 DATABASE_UNUSABLE
+  ask history GET "/v1/cards/S100/history?field=temperature_celsius"
+  problem history 500 DATABASE_UNUSABLE
+  ask cards GET /v1/cards
+  ended cards 200
+}
