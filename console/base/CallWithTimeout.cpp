@@ -17,9 +17,6 @@
 namespace Console {
 namespace {
 
-// A call that is slow but not stuck gets this long to return.
-constexpr std::chrono::seconds kGrace(2);
-
 std::atomic<bool> g_HasAbandoned{false};
 
 struct Running {

@@ -1,6 +1,7 @@
 // Calls that may never return: waiting for them ends on a signal or a deadline.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -11,6 +12,9 @@ namespace Console {
 
 // Whether a stop signal also ends the wait for a call.
 enum class OnStop { Abandon, Continue };
+
+// A call that is slow but not stuck gets this long to return after its deadline.
+inline constexpr std::chrono::seconds kGrace(2);
 
 // Runs `call` in a thread of its own and returns its result. Empty when the call has not returned
 // two seconds after a signal or the deadline: it is then abandoned and continues until the program

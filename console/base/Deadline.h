@@ -23,6 +23,12 @@ class Deadline {
     return *m_End < *other.m_End ? *this : other;
   }
 
+  // As much later, and at least as much from now.
+  Deadline Extended(std::chrono::milliseconds time) const {
+    if (!m_End) return *this;
+    return Deadline(std::max(*m_End, std::chrono::steady_clock::now()) + time);
+  }
+
   // Whether it never is over.
   bool IsUnlimited() const { return !m_End; }
   bool IsOver() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "console/base/CallWithTimeout.h"
 #include "console/base/Failure.h"
 #include "console/plugin/RecordJson.h"
 #include "service/client/ServiceFailure.h"
@@ -48,9 +49,10 @@ ServiceSession::~ServiceSession() {
   m_EventLog.ReadFrom(nullptr);
 }
 
-// A reply with status 200.
+// A reply with status 200. It may come shortly after the deadline, because a command that runs for
+// a given time collects the last events at its end.
 HttpReply ServiceSession::Ask(const HttpRequest& request, const Deadline& deadline) {
-  auto reply = m_Client.Ask(request, deadline);
+  auto reply = m_Client.Ask(request, deadline.Extended(Console::kGrace));
   if (!reply) throw ServiceTimeoutFailure(m_Client.Socket(), request.m_IsChange);
   if (reply->m_Status != 200) throw ProblemFailure(*reply, m_Client.Socket());
   return std::move(*reply);

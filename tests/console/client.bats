@@ -65,6 +65,15 @@ complete show a
 END
 }
 
+@test "following for a time ends with success" {
+  keep events served events --for 1s --limit 0
+  ended events 0
+  silent events err
+  keep watch served watch --for 1s
+  ended watch 0
+  silent watch err
+}
+
 @test "metrics through the service have the same values of the cards" {
   keep served served metrics
   keep direct direct metrics

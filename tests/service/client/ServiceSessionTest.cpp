@@ -83,6 +83,12 @@ TEST_F(ServiceSession, ReadsTheTopology) {
   EXPECT_THAT(m_pService->Requests(), ElementsAre("GET /v1/session", "POST /v1/session"));
 }
 
+TEST_F(ServiceSession, ReadsShortlyAfterTheDeadline) {
+  Service::ServiceSession& session = Connect(ClientTest::Json(kTopology));
+  session.SetDeadline(Console::Deadline(milliseconds(0)));
+  EXPECT_EQ(1U, session.Topology().size());
+}
+
 struct BadReply {
   const char* m_Name;
   Behavior m_Behavior;
