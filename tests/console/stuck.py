@@ -62,7 +62,7 @@ LATER = [
     ("events --for 1s", "hang"),
 ]
 
-# Commands that wait for something else than their results.
+# Commands that wait for something other than their results.
 WAITING = ["events --for 1s", "watch --for 1s", "events -f"]
 
 # Without polls, they have nothing to wait for.

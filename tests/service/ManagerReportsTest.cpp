@@ -70,8 +70,16 @@ TEST_F(Readiness, ChecksMoreOftenBeforeIt) {
 }
 
 TEST_F(Readiness, IsReportedAgainAfterAReload) {
+  PublishUp();
+  Update();
+  m_Sent.clear();
   m_Reports.Reloaded();
   EXPECT_THAT(m_Sent, ElementsAre("READY=1"));
+}
+
+TEST_F(Readiness, IsNotReportedByAReloadBeforeIt) {
+  m_Reports.Reloaded();
+  EXPECT_THAT(m_Sent, IsEmpty());
 }
 
 TEST_F(Readiness, HasNoWatchdogByDefault) {
