@@ -26,8 +26,8 @@ void Descriptor::Close() {
   errno = error;
 }
 
-Descriptor OpenAt(int folder, const std::string& name, int flags, mode_t mode) {
-  Descriptor file(openat(folder, name.c_str(), flags | O_CLOEXEC, mode));
+Descriptor OpenAt(int directory, const std::string& name, int flags, mode_t mode) {
+  Descriptor file(openat(directory, name.c_str(), flags | O_CLOEXEC, mode));
   if (!file.IsOpen() || file.Get() > STDERR_FILENO) return file;
   return Descriptor(fcntl(file.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }

@@ -36,7 +36,7 @@ class Descriptor {
 // Like openat(), with O_CLOEXEC added. The result is never 0, 1 or 2: in a process that was started
 // without a standard stream, what it prints would end up in this file. On failure the result is not
 // open and errno gives the reason.
-Descriptor OpenAt(int folder, const std::string& name, int flags, mode_t mode = 0);
+Descriptor OpenAt(int directory, const std::string& name, int flags, mode_t mode = 0);
 
 // 0 if the file can be opened for reading, else errno. Does not wait for the other end of a pipe.
 int ErrorOfReading(const std::string& name);

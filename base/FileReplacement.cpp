@@ -27,17 +27,17 @@ int DrawDigits(std::array<char, 9>& digits) {
 
 }  // namespace
 
-FileReplacement::FileReplacement(int folder, std::string name)
-    : m_Folder(folder),
+FileReplacement::FileReplacement(int directory, std::string name)
+    : m_Directory(directory),
       m_Name(std::move(name)),
-      m_SyncFolder(OpenAt(folder, ".", O_RDONLY | O_DIRECTORY)) {}
+      m_SyncDirectory(OpenAt(directory, ".", O_RDONLY | O_DIRECTORY)) {}
 
 FileReplacement::~FileReplacement() {
   RemoveDraft();
 }
 
 int FileReplacement::OpenDraft(const std::string& name, mode_t mode) {
-  unlinkat(m_Folder, name.c_str(), 0);
+  unlinkat(m_Directory, name.c_str(), 0);
   return Open(name, mode);
 }
 
@@ -57,16 +57,16 @@ int FileReplacement::Write(std::string_view text) {
 
 int FileReplacement::Install() {
   if (fsync(m_Draft.Get()) != 0) return errno;
-  if (renameat(m_Folder, m_DraftName.c_str(), m_Folder, m_Name.c_str()) != 0) return errno;
+  if (renameat(m_Directory, m_DraftName.c_str(), m_Directory, m_Name.c_str()) != 0) return errno;
   m_DraftName.clear();
-  // Some file systems cannot sync a folder; they keep its names safe by other means.
-  if (m_SyncFolder.IsOpen()) fsync(m_SyncFolder.Get());
+  // Some file systems cannot sync a directory; they keep its names safe by other means.
+  if (m_SyncDirectory.IsOpen()) fsync(m_SyncDirectory.Get());
   return 0;
 }
 
 int FileReplacement::Open(const std::string& name, mode_t mode) {
   std::string draftName = name;  // before the file exists: what throws would leave it
-  m_Draft = OpenAt(m_Folder, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+  m_Draft = OpenAt(m_Directory, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
   if (!m_Draft.IsOpen()) return errno;
   m_DraftName.swap(draftName);
   return 0;
@@ -75,7 +75,7 @@ int FileReplacement::Open(const std::string& name, mode_t mode) {
 void FileReplacement::RemoveDraft() {
   if (m_DraftName.empty()) return;
   const CancellationGuard guard;
-  unlinkat(m_Folder, m_DraftName.c_str(), 0);
+  unlinkat(m_Directory, m_DraftName.c_str(), 0);
 }
 
 }  // namespace Base

@@ -10,7 +10,7 @@
 
 namespace Base {
 
-// Replaces one file of a folder: open a draft in the same folder, write, install.
+// Replaces one file of a directory: open a draft in the same directory, write, install.
 //
 // At any moment, also after a crash or power loss, the name refers to the complete old file or to
 // the complete new one. A draft that was not installed is removed with the object. Every step
@@ -22,9 +22,9 @@ namespace Base {
 // a lock around reading and replacing.
 class FileReplacement {
  public:
-  // `folder` is a descriptor of the target's folder, O_PATH is enough; it stays the caller's and
-  // must outlive this object. `name` is the target's name in it, without slashes.
-  FileReplacement(int folder, std::string name);
+  // `directory` is a descriptor of the target's directory, O_PATH is enough; it stays the caller's
+  // and must outlive this object. `name` is the target's name in it, without slashes.
+  FileReplacement(int directory, std::string name);
   ~FileReplacement();
   FileReplacement(const FileReplacement&) = delete;
   FileReplacement& operator=(const FileReplacement&) = delete;
@@ -41,8 +41,8 @@ class FileReplacement {
 
   // Appends `text` to the draft.
   int Write(std::string_view text);
-  // Syncs the draft and renames it to the target: the last step that can fail. If the folder cannot
-  // be synced, a power loss may bring the old file back.
+  // Syncs the draft and renames it to the target: the last step that can fail. If the directory
+  // cannot be synced, a power loss may bring the old file back.
   int Install();
   // After `Install`: the new file, still open; the caller owns it from now on.
   Descriptor TakeFile() { return std::move(m_Draft); }
@@ -51,10 +51,10 @@ class FileReplacement {
   int Open(const std::string& name, mode_t mode);
   void RemoveDraft();
 
-  const int m_Folder;
+  const int m_Directory;
   const std::string m_Name;
-  // The folder again, readable so that it can be synced. Opened early, while it may still fail.
-  const Descriptor m_SyncFolder;
+  // The directory again, readable so that it can be synced. Opened early, while it may still fail.
+  const Descriptor m_SyncDirectory;
   std::string m_DraftName;  // empty if no draft exists
   Descriptor m_Draft;
 };

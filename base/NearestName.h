@@ -12,9 +12,9 @@ namespace Base {
 // points into `names`.
 //
 // ASCII case does not matter. Near means at most `slips` inserted, missing, wrong or exchanged
-// letters, or one for every three letters of `word` if that is more. The beginning of a name counts
-// as one slip. Among names equally near, one with the same first letter wins, then the shortest,
-// then the first. A word of more than 64 letters is near to nothing.
+// characters, or one per three characters of `word` if that is more. The start of a name counts
+// as one slip. Among names equally near, one with the same first character wins, then the shortest,
+// then the first. A word of more than 64 characters is near nothing.
 const std::string* NearestName(std::string_view word, const std::vector<std::string>& names,
                                std::size_t slips);
 

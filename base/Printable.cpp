@@ -26,25 +26,26 @@ constexpr Range kUnprintable[] = {
     {0x2066, 0x2069},  // writing direction
 };
 
-bool IsUnprintable(Utf::code_point letter) {
-  return std::any_of(
-      std::begin(kUnprintable), std::end(kUnprintable),
-      [letter](const Range& range) { return letter >= range.first && letter <= range.last; });
+bool IsUnprintable(Utf::code_point character) {
+  return std::any_of(std::begin(kUnprintable), std::end(kUnprintable),
+                     [character](const Range& range) {
+                       return character >= range.first && character <= range.last;
+                     });
 }
 
-std::string Escaped(const char* format, Utf::code_point letter) {
+std::string Escaped(const char* format, Utf::code_point character) {
   std::array<char, 16> text{};
-  std::snprintf(text.data(), text.size(), format, letter);
+  std::snprintf(text.data(), text.size(), format, character);
   return text.data();
 }
 
-std::string VisibleEscape(Utf::code_point letter) {
-  return Escaped(letter < 0x80 ? "\\x%02x" : "\\u%04x", letter);
+std::string VisibleEscape(Utf::code_point character) {
+  return Escaped(character < 0x80 ? "\\x%02x" : "\\u%04x", character);
 }
 
 // In a JSON document, line breaks occur only between values.
-std::string JsonEscape(Utf::code_point letter) {
-  return letter == '\n' ? "\n" : Escaped("\\u%04x", letter);
+std::string JsonEscape(Utf::code_point character) {
+  return character == '\n' ? "\n" : Escaped("\\u%04x", character);
 }
 
 // The character at `at`, which moves past it. Empty for a byte that begins no valid character; then
@@ -52,8 +53,8 @@ std::string JsonEscape(Utf::code_point letter) {
 std::optional<Utf::code_point> Next(std::string_view::iterator& at,
                                     std::string_view::iterator end) {
   const auto begin = at;
-  const Utf::code_point letter = Utf::utf_traits<char>::decode(at, end);
-  if (letter != Utf::illegal && letter != Utf::incomplete) return letter;
+  const Utf::code_point character = Utf::utf_traits<char>::decode(at, end);
+  if (character != Utf::illegal && character != Utf::incomplete) return character;
   at = begin + 1;
   return std::nullopt;
 }
@@ -64,11 +65,11 @@ std::string Replace(std::string_view text, Escape escape) {
   result.reserve(text.size());
   for (auto at = text.begin(); at != text.end();) {
     const auto begin = at;
-    const auto letter = Next(at, text.end());
-    if (!letter) {
+    const auto character = Next(at, text.end());
+    if (!character) {
       result += Escaped("\\x%02x", static_cast<unsigned char>(*begin));
-    } else if (IsUnprintable(*letter)) {
-      result += escape(*letter);
+    } else if (IsUnprintable(*character)) {
+      result += escape(*character);
     } else {
       result.append(begin, at);
     }

@@ -10,7 +10,7 @@ std::string BelongsTo(uid_t owner) {
   return "belongs to uid " + std::to_string(owner);
 }
 
-// What a device leads to does not depend on who may write its folder.
+// What a device leads to does not depend on who may write its directory.
 bool IsDevice(const struct stat& status) {
   return S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
 }
@@ -26,23 +26,23 @@ bool IsOpenTo(const struct stat& status, uid_t user) {
   return (status.st_mode & S_IWOTH) != 0 || (user == kRoot && group);
 }
 
-std::string ObjectionToFolder(const struct stat& folder, uid_t user) {
+std::string ObjectionToDirectory(const struct stat& directory, uid_t user) {
   if (user != kRoot) return {};
-  if (!IsTrustedOwner(folder.st_uid, user)) return BelongsTo(folder.st_uid);
-  const bool isSticky = (folder.st_mode & S_ISVTX) != 0;
-  return IsOpenTo(folder, user) && !isSticky ? kWritable : std::string();
+  if (!IsTrustedOwner(directory.st_uid, user)) return BelongsTo(directory.st_uid);
+  const bool isSticky = (directory.st_mode & S_ISVTX) != 0;
+  return IsOpenTo(directory, user) && !isSticky ? kWritable : std::string();
 }
 
-std::string ObjectionToComponent(bool isInOpenFolder, const struct stat& entry, uid_t user) {
-  const bool isForeign = isInOpenFolder && !IsTrustedOwner(entry.st_uid, user);
+std::string ObjectionToComponent(bool isInOpenDirectory, const struct stat& entry, uid_t user) {
+  const bool isForeign = isInOpenDirectory && !IsTrustedOwner(entry.st_uid, user);
   return isForeign ? BelongsTo(entry.st_uid) : std::string();
 }
 
-std::string ObjectionToFile(bool isInOpenFolder, const struct stat& file, uid_t user) {
-  if (IsDevice(file) || !(user == kRoot || isInOpenFolder)) return {};
+std::string ObjectionToFile(bool isInOpenDirectory, const struct stat& file, uid_t user) {
+  if (IsDevice(file) || !(user == kRoot || isInOpenDirectory)) return {};
   if (!IsTrustedOwner(file.st_uid, user)) return BelongsTo(file.st_uid);
   if (S_ISDIR(file.st_mode)) return {};
-  if (isInOpenFolder && file.st_nlink > 1) return "has a second hard link";
+  if (isInOpenDirectory && file.st_nlink > 1) return "has a second hard link";
   return user == kRoot && IsOpenTo(file, user) ? kWritable : std::string();
 }
 
@@ -56,7 +56,7 @@ mode_t NewFileMode(uid_t user) {
   return user == kRoot ? 0644 : 0666;
 }
 
-mode_t NewFolderMode(uid_t user) {
+mode_t NewDirectoryMode(uid_t user) {
   return user == kRoot ? 0755 : 0777;
 }
 

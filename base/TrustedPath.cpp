@@ -50,7 +50,7 @@ class Resolver {
     }
     path whole = m_At;
     for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) whole /= *name;
-    return {whole, m_Objection, m_IsSharedFolder};
+    return {whole, m_Objection, m_IsSharedDirectory};
   }
 
  private:
@@ -64,22 +64,22 @@ class Resolver {
   // The kernel takes two slashes at the beginning for one; std::filesystem would not.
   void Push(const path& names) {
     std::vector<std::string> parts;
-    boost::split(parts, names.native(), [](char letter) { return letter == '/'; });
+    boost::split(parts, names.native(), [](char character) { return character == '/'; });
     parts.erase(std::remove_if(parts.begin(), parts.end(), IsHere), parts.end());
     m_Rest.insert(m_Rest.end(), parts.rbegin(), parts.rend());
   }
 
   void Enter(const path& name) {
-    struct stat folder {};
-    if (StatusOfName(m_At.c_str(), &folder) != 0) {
+    struct stat directory {};
+    if (StatusOfName(m_At.c_str(), &directory) != 0) {
       if (!IsMissing(errno)) return EndAt(name, ForRoot(CannotBeAccessed(m_At, errno)));
-      // Missing folders are created as plain ones, so that ".." leads back out of them.
+      // Missing directories are created as plain ones, so that ".." leads back out of them.
       m_At /= name;
       return;
     }
-    Objection objection = Against(m_At, ObjectionToFolder(folder, geteuid()));
+    Objection objection = Against(m_At, ObjectionToDirectory(directory, geteuid()));
     if (!objection.empty()) return EndAt(name, std::move(objection));
-    m_IsSharedFolder = IsOpenTo(folder, geteuid());
+    m_IsSharedDirectory = IsOpenTo(directory, geteuid());
     Judge(m_At / name);
   }
 
@@ -93,7 +93,7 @@ class Resolver {
     }
     const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
     const auto judge = isLast ? ObjectionToFile : ObjectionToComponent;
-    m_Objection = Against(whole, judge(m_IsSharedFolder, entry, geteuid()));
+    m_Objection = Against(whole, judge(m_IsSharedDirectory, entry, geteuid()));
     if (S_ISLNK(entry.st_mode) && m_Objection.empty()) return Follow(whole);
     m_At = whole;
     m_Ended = !m_Objection.empty();
@@ -114,7 +114,7 @@ class Resolver {
   // ENOTDIR: a component is a file, so nothing exists below it.
   static bool IsMissing(int error) { return error == ENOENT || error == ENOTDIR; }
 
-  // Whoever can keep root from reading a folder could replace what is in it later.
+  // Whoever can keep root from reading a directory could replace what is in it later.
   static Objection ForRoot(Objection objection) { return IsRoot() ? objection : Objection(); }
 
   void End(Objection objection) {
@@ -131,7 +131,7 @@ class Resolver {
   path m_At = "/";
   std::vector<path> m_Rest;  // the next name last
   int m_Links = 0;
-  bool m_IsSharedFolder = false;
+  bool m_IsSharedDirectory = false;
   bool m_Ended = false;
   Objection m_Objection;
 };
@@ -140,8 +140,8 @@ class Resolver {
 
 TrustedPath ResolveTrusted(const path& file) {
   std::error_code error;
-  const path folder = file.is_absolute() ? path() : std::filesystem::current_path(error);
-  if (!error) return Resolver(folder / file).Run();
+  const path directory = file.is_absolute() ? path() : std::filesystem::current_path(error);
+  if (!error) return Resolver(directory / file).Run();
   return {file, IsRoot() ? CannotBeAccessed(file, error.value()) : Objection()};
 }
 
@@ -149,7 +149,7 @@ std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened)
   struct stat status {};
   if (!file.m_Objection.empty() || !opened.IsOpen()) return file.m_Objection;
   if (StatusOfOpened(opened.Get(), &status) != 0) return CannotBeAccessed(file.m_File, errno);
-  return Against(file.m_File, ObjectionToFile(file.m_IsInSharedFolder, status, geteuid()));
+  return Against(file.m_File, ObjectionToFile(file.m_IsInSharedDirectory, status, geteuid()));
 }
 
 }  // namespace Base

@@ -19,12 +19,12 @@ namespace {
 constexpr std::uint16_t kDeviceId = 0x1003;
 
 // In memory if possible, so that no disk is measured.
-std::filesystem::path MakeFolder() {
+std::filesystem::path MakeDirectory() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;
   const auto root = writable ? memory : std::filesystem::temp_directory_path();
   std::string name = (root / "corvane-bench-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
   return name;
 }
 
@@ -34,24 +34,24 @@ void Check(unsigned int result, const std::string& what) {
 
 }  // namespace
 
-CardHost::CardHost(int cards) : m_Folder(MakeFolder()) {
+CardHost::CardHost(int cards) : m_Directory(MakeDirectory()) {
   HostKit::UseVirtualTime();
   HostKit::SetTraceMask(0);
-  setenv("CARDSIM_STATE", (m_Folder / "cards.json").c_str(), 1);
-  setenv("CORVANE_CONFIG_DIR", m_Folder.c_str(), 1);
-  setenv("CORVANE_SYSFS", (m_Folder / "sys").c_str(), 1);
+  setenv("CARDSIM_STATE", (m_Directory / "cards.json").c_str(), 1);
+  setenv("CORVANE_CONFIG_DIR", m_Directory.c_str(), 1);
+  setenv("CORVANE_SYSFS", (m_Directory / "sys").c_str(), 1);
   setenv("CORVANE_DATABASE", ":memory:", 1);
-  std::ofstream(m_Folder / "Corvane.ini") << "PollInterval=15\n";
-  CardSim::StateFile file(m_Folder / "cards.json");
+  std::ofstream(m_Directory / "Corvane.ini") << "PollInterval=15\n";
+  CardSim::StateFile file(m_Directory / "cards.json");
   file.Create();
   for (int i = 0; i < cards; ++i) file.AddCard(kDeviceId);
-  file.WriteSysfs(m_Folder / "sys");
+  file.WriteSysfs(m_Directory / "sys");
 }
 
 CardHost::~CardHost() {
   if (m_pPlugin != nullptr) Stop();
   std::error_code ignored;
-  std::filesystem::remove_all(m_Folder, ignored);
+  std::filesystem::remove_all(m_Directory, ignored);
 }
 
 void CardHost::Create() {

@@ -34,7 +34,7 @@ class CardHost {
  private:
   void Execute(PI::_COMMAND command, std::uint64_t object, void* payload);
 
-  const std::filesystem::path m_Folder;
+  const std::filesystem::path m_Directory;
   IPLUGINAPI* m_pPlugin = nullptr;
   std::vector<PI::CAdapterID> m_AdapterIDs;
 };

@@ -76,12 +76,12 @@ std::vector<std::string> StatementsOf(DatabaseORM::storage_t& storage, Change ch
 
 // The statements that create the tables, which a plug-in's statement may not read.
 std::vector<std::string> TableStatements() {
-  std::string folder = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
-  setenv("CORVANE_DATABASE", (folder + "/rows.db").c_str(), 1);
+  std::string directory = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
+  if (mkdtemp(directory.data()) == nullptr) throw std::runtime_error("no temporary directory");
+  setenv("CORVANE_DATABASE", (directory + "/rows.db").c_str(), 1);
   HostKit::ReopenDatabase();
   sqlite3* database = nullptr;
-  sqlite3_open((folder + "/rows.db").c_str(), &database);
+  sqlite3_open((directory + "/rows.db").c_str(), &database);
   std::vector<std::string> statements;
   const auto note = [](void* out, int, char** cells, char**) {
     static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0]);
@@ -92,7 +92,7 @@ std::vector<std::string> TableStatements() {
                note, &statements, nullptr);
   sqlite3_close(database);
   NewStorage();
-  std::filesystem::remove_all(folder);
+  std::filesystem::remove_all(directory);
   return statements;
 }
 

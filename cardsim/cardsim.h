@@ -52,8 +52,8 @@ class CARDSIM_API StateFile {
   // Does not open the file. A relative path is resolved at each call.
   explicit StateFile(std::filesystem::path path);
 
-  // Creates a file without cards, and the missing folders of its path. Throws if the file exists,
-  // unless `overwrite`.
+  // Creates a file without cards, and the missing directories of its path. Throws if the file
+  // exists, unless `overwrite`.
   void Create(bool overwrite = false);
 
   // Adds a card of the kind with this PCI device id, in the first free slot, and returns its name:
@@ -68,9 +68,9 @@ class CARDSIM_API StateFile {
   // added and it throws.
   std::vector<std::string> AddCards(const std::string& kind, unsigned int count);
 
-  // The names of all profiles: the built-in ones, then the files in the profile folder, which is
-  // CARDSIM_PROFILES, else ../share/corvane/profiles from the folder of this library. The files are
-  // not read. Throws if the folder that CARDSIM_PROFILES names cannot be listed.
+  // The names of all profiles: the built-in ones, then the files in the profile directory, which is
+  // CARDSIM_PROFILES, else ../share/corvane/profiles from the directory of this library. The files
+  // are not read. Throws if the directory that CARDSIM_PROFILES names cannot be listed.
   static std::vector<std::string> Profiles();
 
   // Removes a card and frees its slot. Handles of it stay valid; they refer to a card that is gone.
@@ -113,10 +113,10 @@ class CARDSIM_API StateFile {
   // Lets `function` work again. Does nothing if it was not made to fail.
   void ClearFailure(const std::string& function);
 
-  // Writes a sysfs tree with one PCI device per card below `folder`, which is created if missing. A
-  // tree written earlier is replaced; throws if there is one that cardsim did not write. After
-  // another failure the tree may be incomplete; calling again completes it.
-  void WriteSysfs(const std::filesystem::path& folder) const;
+  // Writes a sysfs tree with one PCI device per card below `directory`, which is created if
+  // missing. A tree written earlier is replaced; throws if there is one that cardsim did not write.
+  // After another failure the tree may be incomplete; calling again completes it.
+  void WriteSysfs(const std::filesystem::path& directory) const;
 
  private:
   std::filesystem::path m_Path;

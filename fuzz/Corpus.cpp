@@ -1,15 +1,16 @@
-// Runs one target over the files of a folder, without a fuzzer. Usage: fuzz_corpus TARGET FOLDER
+// Runs one target over the files of a directory, without a fuzzer. Usage: fuzz_corpus TARGET
+// DIRECTORY
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <vector>
 
-#include "fuzz/Folder.h"
+#include "fuzz/Directory.h"
 #include "fuzz/Targets.h"
 
 int main(int count, char** arguments) {
   if (count != 3) {
-    std::fputs("usage: fuzz_corpus TARGET FOLDER\n", stderr);
+    std::fputs("usage: fuzz_corpus TARGET DIRECTORY\n", stderr);
     return 2;
   }
   const CorvaneFuzz::Target& target = CorvaneFuzz::FindTarget(arguments[1]);

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "Corvane/Src/Corvane.h"
-#include "fuzz/Folder.h"
+#include "fuzz/Directory.h"
 #include "fuzz/Require.h"
 #include "fuzz/Targets.h"
 #include "host/PluginInterface.h"
@@ -37,12 +37,12 @@ void CheckPollInterval() {
 }  // namespace
 
 void Ini(const std::string& input) {
-  static const Folder folder;
-  setenv("CORVANE_CONFIG_DIR", folder.Path().c_str(), 1);
+  static const Directory directory;
+  setenv("CORVANE_CONFIG_DIR", directory.Path().c_str(), 1);
   setenv("CORVANE_DATABASE", ":memory:", 1);
   const std::size_t end = input.find('\0');
   const std::string text = input.substr(0, end);
-  WriteFile(folder.File("Corvane.ini"), text);
+  WriteFile(directory.File("Corvane.ini"), text);
   CheckPollInterval();
   if (end == std::string::npos) return;
 
@@ -50,7 +50,7 @@ void Ini(const std::string& input) {
   file.SetFileName("Corvane.ini");
   const std::string value = input.substr(end + 1);
   if (file.WriteKeyValue(kKey, value, -1, -1) != HostKit::RESULT_OK) {
-    Require(ReadFile(folder.File("Corvane.ini")) == text, "a refused value changed the file");
+    Require(ReadFile(directory.File("Corvane.ini")) == text, "a refused value changed the file");
     return;
   }
   std::string readBack;

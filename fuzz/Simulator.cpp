@@ -5,21 +5,21 @@
 
 #include "cardsim/cardsim.h"
 #include "cardsim/scenario/Scenario.h"
-#include "fuzz/Folder.h"
+#include "fuzz/Directory.h"
 #include "fuzz/Require.h"
 #include "fuzz/Targets.h"
 
 namespace CorvaneFuzz {
 namespace {
 
-const Folder& TheFolder() {
-  static const Folder folder;
-  return folder;
+const Directory& TheDirectory() {
+  static const Directory directory;
+  return directory;
 }
 
 // An edit of an accepted file succeeds, or is rejected and does not change the file.
 bool Edit(CardSim::StateFile& cards, std::string& added) {
-  const auto path = TheFolder().File("cards.json");
+  const auto path = TheDirectory().File("cards.json");
   const std::string before = ReadFile(path);
   try {
     added = cards.AddCard(std::uint16_t{0x1003});
@@ -33,7 +33,7 @@ bool Edit(CardSim::StateFile& cards, std::string& added) {
 }  // namespace
 
 void CardFile(const std::string& input) {
-  const auto path = TheFolder().File("cards.json");
+  const auto path = TheDirectory().File("cards.json");
   WriteFile(path, input);
   CardSim::StateFile cards(path);
   std::vector<std::string> names;
@@ -63,7 +63,7 @@ void Scenario(const std::string& input) {
   constexpr std::uint64_t kDayMs = 86'400'000;
   Require(!scenario.steps.empty(), "a scenario without steps");
   Require(scenario.DurationMs() <= kDayMs, "a scenario of more than a day");
-  CardSim::StateFile cards(TheFolder().File("scenario.json"));
+  CardSim::StateFile cards(TheDirectory().File("scenario.json"));
   cards.Create(true);
   cards.AddCard(std::uint16_t{0x1003});
   for (const CardSim::Step& step : scenario.steps) {

@@ -343,8 +343,8 @@ class HOST_API CPluginHelper {
                                        unsigned long& remainingHours);
 };
 
-// A plug-in's ini file, in a folder that the host chooses. Its keys belong to no section. Several
-// objects, also in different processes, may use the same file at the same time.
+// A plug-in's ini file, in a directory that the host chooses. Its keys belong to no section.
+// Several objects, also in different processes, may use the same file at the same time.
 class HOST_API CConfigFile {
  public:
   CConfigFile();

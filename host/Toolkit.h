@@ -231,7 +231,7 @@ class HOST_API CLngFile {
   // long as the defaults.
   const char* GetText(unsigned long index) const;
 
-  const char* const m_File;            // name of the language file, without a folder
+  const char* const m_File;            // name of the language file, without a directory
   const unsigned int m_Language;       // two letters as a 16-bit number
   const char* const m_Encoding;        // of the defaults
   const unsigned long m_DefaultCount;  // number of texts

@@ -1,7 +1,7 @@
 // The results of the kit's `PI::CConfigFile`, and what it does to the file.
 //
 // A write keeps other keys, sections and comments. It is atomic: a crash leaves the old file or the
-// new one. Concurrent writers, also in other processes, wait for each other. A missing folder is
+// new one. Concurrent writers, also in other processes, wait for each other. A missing directory is
 // created. A symbolic link is kept, and its target written. A damaged file, and a key or value that
 // would not read back as given, are not written.
 #pragma once

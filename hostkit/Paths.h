@@ -9,9 +9,9 @@
 
 namespace HostKit {
 
-// The folder of ini files: CORVANE_CONFIG_DIR, else $XDG_CONFIG_HOME/corvane, else
+// The directory of ini files: CORVANE_CONFIG_DIR, else $XDG_CONFIG_HOME/corvane, else
 // ~/.config/corvane.
-HOST_API boost::filesystem::path ConfigFolder();
+HOST_API boost::filesystem::path ConfigDirectory();
 
 // The database, which may be ":memory:": CORVANE_DATABASE, else $XDG_STATE_HOME/corvane/corvane.db,
 // else ~/.local/state/corvane/corvane.db.

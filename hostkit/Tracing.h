@@ -14,7 +14,7 @@ namespace HostKit {
 struct HOST_API TraceLine {
   unsigned int level;  // one bit of the trace mask
   std::string module;  // its name
-  std::string file;    // without folder and extension
+  std::string file;    // without directory and extension
   std::string function;
   int line;
   std::string text;

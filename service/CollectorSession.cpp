@@ -43,10 +43,10 @@ std::vector<HostKit::LoggedEvent> CollectorSession::CollectEvents() {
   }
 }
 
-bool CollectorSession::WaitForNotification(std::chrono::milliseconds atMost,
+bool CollectorSession::WaitForNotification(std::chrono::milliseconds timeout,
                                            const Console::WaitSet&) {
   const std::uint64_t known = m_Snapshot->m_Number;
-  m_Snapshot = m_Store.AwaitNewer(known, Console::Deadline(atMost));
+  m_Snapshot = m_Store.AwaitNewer(known, Console::Deadline(timeout));
   return m_Snapshot->m_Number > known;
 }
 

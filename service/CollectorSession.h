@@ -26,7 +26,8 @@ class CollectorSession : public Console::CommandSession {
   // The events that the collector has logged since the session began or the last call.
   std::vector<HostKit::LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
-  bool WaitForNotification(std::chrono::milliseconds atMost, const Console::WaitSet& also) override;
+  bool WaitForNotification(std::chrono::milliseconds timeout,
+                           const Console::WaitSet& also) override;
 
  private:
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,

@@ -16,10 +16,10 @@ std::filesystem::path StateFile() {
   return database == ":memory:" ? std::string() : database + "-events";
 }
 
-Hooks::ProgramSettings SettingsOf(const std::filesystem::path& folder,
+Hooks::ProgramSettings SettingsOf(const std::filesystem::path& directory,
                                   const std::function<void(const std::string&)>& report) {
   Hooks::ProgramSettings settings;
-  settings.m_Folder = folder;
+  settings.m_Directory = directory;
   settings.m_StateFile = StateFile();
   settings.m_StopTimeout = std::chrono::seconds(2);
   settings.m_Report = report;
@@ -36,11 +36,11 @@ Hooks::Event MakeEvent(const Console::EventMatcher& matcher, const HostKit::Logg
 
 }  // namespace
 
-EventHooks::EventHooks(const SnapshotStore& store, const std::filesystem::path& folder,
+EventHooks::EventHooks(const SnapshotStore& store, const std::filesystem::path& directory,
                        std::function<void(const std::string&)> report)
     : m_Store(store),
       m_Report(std::move(report)),
-      m_Programs(SettingsOf(folder, m_Report)),
+      m_Programs(SettingsOf(directory, m_Report)),
       m_Tail(m_Programs.LastNumber()) {
   OnEvents();
   if (!m_Programs.LastNumber() && m_Tail.Last()) m_Programs.SkipTo(*m_Tail.Last());

@@ -1,4 +1,4 @@
-// Gives the events of the log to the programs of a folder.
+// Gives the events of the log to the programs of a directory.
 #pragma once
 
 #include <filesystem>
@@ -16,7 +16,7 @@ class EventHooks {
   // Runs the programs for the events that were logged since the last start; at the first start, for
   // none. `report` receives what programs print and why they failed, from several threads. The
   // store must outlive it.
-  EventHooks(const SnapshotStore& store, const std::filesystem::path& folder,
+  EventHooks(const SnapshotStore& store, const std::filesystem::path& directory,
              std::function<void(const std::string&)> report);
 
   // Call after events were logged, from one thread at a time. Does not wait for the programs.

@@ -53,10 +53,10 @@ std::vector<std::string> AdviceFor(int error) {
   return {"Pass another one with --socket."};
 }
 
-// Every user may enter a new folder: the socket has its own permissions.
-void CreateFolder(const std::filesystem::path& folder) {
-  if (!std::filesystem::create_directories(folder)) return;
-  std::filesystem::permissions(folder, static_cast<std::filesystem::perms>(0755));
+// Every user may enter a new directory: the socket has its own permissions.
+void CreateDirectory(const std::filesystem::path& directory) {
+  if (!std::filesystem::create_directories(directory)) return;
+  std::filesystem::permissions(directory, static_cast<std::filesystem::perms>(0755));
 }
 
 // Only root can give the socket to a group.
@@ -95,7 +95,7 @@ void Listeners::Add(Base::Descriptor socket, const std::string& name) {
 void Listeners::OpenUnix(const std::filesystem::path& path, const Http::Permissions& permissions) {
   const auto group = GroupFor(permissions);
   try {
-    CreateFolder(path.parent_path());
+    CreateDirectory(path.parent_path());
     Add(Http::ListenUnix(path, ModeFor(group), group), path.string());
     m_File.m_Path = path;
   } catch (const std::system_error& error) {

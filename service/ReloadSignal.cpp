@@ -40,8 +40,8 @@ ReloadSignal::~ReloadSignal() {
   sigaction(SIGHUP, &m_Before, nullptr);
 }
 
-bool ReloadSignal::Wait(std::chrono::milliseconds atMost) const {
-  if (!Console::WaitReadable(g_ReloadFd, atMost)) return false;
+bool ReloadSignal::Wait(std::chrono::milliseconds timeout) const {
+  if (!Console::WaitReadable(g_ReloadFd, timeout)) return false;
   eventfd_t ignored = 0;
   return eventfd_read(g_ReloadFd, &ignored) == 0;
 }

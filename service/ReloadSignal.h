@@ -18,7 +18,7 @@ class ReloadSignal {
 
   // Waits for SIGHUP; false if the time is up or a stop signal has arrived. Several signals count
   // as one.
-  bool Wait(std::chrono::milliseconds atMost) const;
+  bool Wait(std::chrono::milliseconds timeout) const;
 
  private:
   struct sigaction m_Before = {};

@@ -100,19 +100,19 @@ void ReportState(const std::string& cause) {
       fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
 }
 
-// Null without a folder.
+// Null without a directory.
 std::unique_ptr<EventHooks> MakeHooks(const SnapshotStore& store,
-                                      const std::filesystem::path& folder) {
-  return folder.empty() ? nullptr : std::make_unique<EventHooks>(store, folder, LogWarning);
+                                      const std::filesystem::path& directory) {
+  return directory.empty() ? nullptr : std::make_unique<EventHooks>(store, directory, LogWarning);
 }
 
 // The parts of a running service, in order of life.
 struct Running {
   Running(Console::Context& context, const Console::CommandTable& commands,
           std::vector<Base::Descriptor> listeners, const Http::Permissions& permissions,
-          const std::filesystem::path& eventsFolder)
+          const std::filesystem::path& eventsDirectory)
       : m_Feed(m_Store),
-        m_Hooks(MakeHooks(m_Store, eventsFolder)),
+        m_Hooks(MakeHooks(m_Store, eventsDirectory)),
         m_Collector(SettingsOf(context, m_State, m_Hooks.get()), m_Store),
         m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
               m_Jobs,   m_Replays,        m_Threads, m_State} {
@@ -178,7 +178,7 @@ void Serve(Console::Context& context, const Console::CommandTable& commands,
   PassTracing(context.m_Options);
   const Console::DatabaseLock databaseLock(settings.m_Listen.m_Socket);
   {
-    Running running(context, commands, listeners.Take(), permissions, settings.m_EventsFolder);
+    Running running(context, commands, listeners.Take(), permissions, settings.m_EventsDirectory);
     context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", listeners.Names()));
     RunUntilStop(running, listeners, reload, settings.m_Deadline);
     listeners.RemoveFile();

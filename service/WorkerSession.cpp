@@ -23,9 +23,9 @@ std::optional<Console::PluginReply> WorkerSession::Call(Console::PluginCommand c
   return reply;
 }
 
-bool WorkerSession::WaitForNotification(std::chrono::milliseconds atMost,
+bool WorkerSession::WaitForNotification(std::chrono::milliseconds timeout,
                                         const Console::WaitSet& also) {
-  return m_Worker.Notifications().Wait(atMost, also);
+  return m_Worker.Notifications().Wait(timeout, also);
 }
 
 }  // namespace Service

@@ -17,7 +17,8 @@ class WorkerSession : public Console::CommandSession {
   Console::PluginInfo Info() const override { return m_Worker.Info(); }
   std::size_t LostThreads() const override { return m_Worker.FailedThreads(); }
   using Session::WaitForNotification;
-  bool WaitForNotification(std::chrono::milliseconds atMost, const Console::WaitSet& also) override;
+  bool WaitForNotification(std::chrono::milliseconds timeout,
+                           const Console::WaitSet& also) override;
 
  private:
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,

@@ -45,10 +45,10 @@ std::string OneLine(const Json& json, const char* name, const std::string& place
 }
 
 void ReadCard(const Json& json, const std::string& place, Fields& fields) {
-  constexpr const char* kLetters =
+  constexpr const char* kCharacters =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-";
   fields.card = Text(json, "card", place);
-  if (fields.card.empty() || fields.card.find_first_not_of(kLetters) != std::string::npos) {
+  if (fields.card.empty() || fields.card.find_first_not_of(kCharacters) != std::string::npos) {
     Refuse(place + ".card", "must be a card's name, such as card0");
   }
 }

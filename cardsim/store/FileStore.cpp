@@ -32,7 +32,7 @@ struct Reading {
   struct stat status;
 };
 
-Reading Read(const fs::path& path, const Base::TrustedFolder& place) {
+Reading Read(const fs::path& path, const Base::TrustedDirectory& place) {
   InputFile input = OpenInputFile(path, place, kMissing, kLargestFile,
                                   "is too large for a file of simulated cards");
   Reading reading{nullptr, std::move(input.file), input.status};
@@ -67,14 +67,14 @@ bool DropDeadJobs(State& state) {
 
 // The lock is a separate file, because the state file is replaced. Others may write it: its content
 // does not matter.
-Base::Descriptor Lock(const fs::path& path, const Base::TrustedFolder& state) {
+Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& state) {
   const fs::path name = path.string() + ".lock";
-  const int folder = state.m_Folder.Get();
+  const int directory = state.m_Directory.Get();
   const std::string lock = state.m_Name + ".lock";
   Base::Descriptor file =
-      Base::OpenAt(folder, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
+      Base::OpenAt(directory, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
   // A lock file of another user may be read-only for us, which is enough to lock it.
-  if (!file.IsOpen()) file = Base::OpenAt(folder, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!file.IsOpen()) file = Base::OpenAt(directory, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file.IsOpen() && errno == ELOOP) FailAt(name, "not trusted: the file is a symbolic link");
   if (!file.IsOpen()) FailWithErrno(name);
   struct stat status = {};
@@ -89,10 +89,10 @@ Base::Descriptor Lock(const fs::path& path, const Base::TrustedFolder& state) {
 
 // The state as the next version of the file: written to a draft, not installed.
 struct Draft {
-  Draft(const fs::path& path, const Base::TrustedFolder& folder, mode_t mode)
-      : m_Path(path.string() + ".new"), m_File(folder.m_Folder.Get(), folder.m_Name) {
+  Draft(const fs::path& path, const Base::TrustedDirectory& directory, mode_t mode)
+      : m_Path(path.string() + ".new"), m_File(directory.m_Directory.Get(), directory.m_Name) {
     // A fixed name: the lock is held, and the leftover of a process that was killed is replaced.
-    Check(m_File.OpenDraft(folder.m_Name + ".new", mode));
+    Check(m_File.OpenDraft(directory.m_Name + ".new", mode));
   }
 
   struct stat Write(const std::string& text) {
@@ -121,10 +121,10 @@ struct Draft {
 
 void FileStore::Create(bool overwrite) const {
   const Base::CancellationGuard guard;
-  const Base::TrustedFolder place = CreateFolderOf(m_Path);
+  const Base::TrustedDirectory place = CreateDirectoryOf(m_Path);
   const Base::Descriptor lock = Lock(m_Path, place);
   struct stat status = {};
-  if (fstatat(place.m_Folder.Get(), place.m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+  if (fstatat(place.m_Directory.Get(), place.m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
     if (!overwrite) FailAt(m_Path, "already exists; `cardsim new --force` replaces it");
     if (!S_ISREG(status.st_mode)) FailAt(m_Path, "is not a regular file");
   }
@@ -136,7 +136,7 @@ void FileStore::Create(bool overwrite) const {
 
 FileVersionPtr FileStore::Load() const {
   const Base::CancellationGuard guard;
-  Reading reading = Read(m_Path, FolderOf(m_Path, kMissing));
+  Reading reading = Read(m_Path, DirectoryOf(m_Path, kMissing));
   DropDeadJobs(*reading.state);
   auto loaded = std::make_shared<FileVersion>();
   loaded->state = std::move(reading.state);
@@ -160,7 +160,7 @@ bool FileStore::IsCurrent(const FileVersion& loaded) const {
 
 FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
   const Base::CancellationGuard guard;
-  const Base::TrustedFolder place = FolderOf(m_Path, kMissing);
+  const Base::TrustedDirectory place = DirectoryOf(m_Path, kMissing);
   // Before the lock: no lock file is created for a missing state file.
   OpenForReading(m_Path, place, kMissing);
   const Base::Descriptor lock = Lock(m_Path, place);

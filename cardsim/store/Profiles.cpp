@@ -7,7 +7,7 @@
 
 #include "cardsim/cardsim.h"
 #include "cardsim/store/BuiltInProfiles.h"
-#include "cardsim/store/ProfileFolder.h"
+#include "cardsim/store/ProfileDirectory.h"
 #include "cardsim/store/Suggest.h"
 
 namespace CardSim {
@@ -49,7 +49,7 @@ std::optional<std::uint16_t> ReadDeviceId(const std::string& text) {
 std::vector<std::string> ProfileNames() {
   std::vector<std::string> names;
   for (const BuiltInProfile& row : BuiltInProfiles()) names.emplace_back(row.name);
-  for (std::string& name : ProfileFolder().Names()) {
+  for (std::string& name : ProfileDirectory().Names()) {
     if (FindBuiltIn(name) == nullptr) names.push_back(std::move(name));
   }
   return names;
@@ -57,9 +57,9 @@ std::vector<std::string> ProfileNames() {
 
 Profile ProfileOfDevice(std::uint16_t deviceId) {
   if (auto profile = BuiltInOfDevice(deviceId)) return std::move(*profile);
-  const ProfileFolder folder;
-  for (const std::string& name : folder.Names()) {
-    Profile profile = folder.Read(name);
+  const ProfileDirectory directory;
+  for (const std::string& name : directory.Names()) {
+    Profile profile = directory.Read(name);
     if (profile.deviceId == deviceId) return profile;
   }
   Profile profile = BuiltIn(*FindBuiltIn(kDefaultProfile));
@@ -70,9 +70,9 @@ Profile ProfileOfDevice(std::uint16_t deviceId) {
 
 Profile FindProfile(const std::string& kind) {
   if (const BuiltInProfile* row = FindBuiltIn(kind)) return BuiltIn(*row);
-  const ProfileFolder folder;
-  const auto names = folder.Names();
-  if (std::find(names.begin(), names.end(), kind) != names.end()) return folder.Read(kind);
+  const ProfileDirectory directory;
+  const auto names = directory.Names();
+  if (std::find(names.begin(), names.end(), kind) != names.end()) return directory.Read(kind);
   if (const auto id = ReadDeviceId(kind)) return ProfileOfDevice(*id);
   throw NoSuchThing("unknown kind of card " + kind + DidYouMean(kind, ProfileNames()));
 }

@@ -27,7 +27,7 @@ std::filesystem::path AbsoluteFromEnvironment(const char* name) {
   return path.is_absolute() ? path : std::filesystem::path();
 }
 
-std::filesystem::path HomeFolder() {
+std::filesystem::path HomeDirectory() {
   const auto home = AbsoluteFromEnvironment("HOME");
   if (!home.empty()) return home;
   char buffer[4096];
@@ -79,7 +79,7 @@ std::filesystem::path StateFile::DefaultPath() {
   auto path = FromEnvironment("CARDSIM_STATE");
   if (!path.empty()) return path;
   path = AbsoluteFromEnvironment("XDG_STATE_HOME");
-  if (path.empty()) path = HomeFolder() / ".local" / "state";
+  if (path.empty()) path = HomeDirectory() / ".local" / "state";
   return path / "corvane" / "cards.json";
 }
 

@@ -30,12 +30,12 @@ std::string Format(const char* format, Numbers... numbers) {
   return text;
 }
 
-// Everything is created below an open folder, so that no part of the path can be replaced by a link
-// meanwhile. The paths are for messages.
-void WriteLine(const Base::Descriptor& folder, const fs::path& path, const std::string& line) {
+// Everything is created below an open directory, so that no part of the path can be replaced by a
+// link meanwhile. The paths are for messages.
+void WriteLine(const Base::Descriptor& directory, const fs::path& path, const std::string& line) {
   const Base::Descriptor file =
-      Base::OpenAt(folder.Get(), path.filename().string(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW,
-                   ModeOfNewFile());
+      Base::OpenAt(directory.Get(), path.filename().string(),
+                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, ModeOfNewFile());
   const std::string text = line + '\n';
   const bool written = file.IsOpen() && write(file.Get(), text.data(), text.size()) ==
                                             static_cast<ssize_t>(text.size());
@@ -43,10 +43,10 @@ void WriteLine(const Base::Descriptor& folder, const fs::path& path, const std::
 }
 
 // Not open, with errno, if the name exists.
-Base::Descriptor MakeFolder(const Base::Descriptor& folder, const fs::path& path) {
+Base::Descriptor MakeDirectory(const Base::Descriptor& directory, const fs::path& path) {
   const std::string name = path.filename().string();
-  if (mkdirat(folder.Get(), name.c_str(), ModeOfNewFolder()) != 0) return Base::Descriptor();
-  return Base::OpenAt(folder.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
+  if (mkdirat(directory.Get(), name.c_str(), ModeOfNewDirectory()) != 0) return Base::Descriptor();
+  return Base::OpenAt(directory.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
 }
 
 std::string AddressOf(const Card& card) {
@@ -57,56 +57,56 @@ std::string AddressOf(const Card& card) {
   return Format("%04x:%02x:%02x.%x", domain, bus, device, function);
 }
 
-// The folder of the mark, which is created if missing. Below an untrusted folder, we would write
-// and remove where other users want.
+// The directory of the mark, which is created if missing. Below an untrusted directory, we would
+// write and remove where other users want.
 Base::Descriptor MarkTree(const fs::path& mark) {
   struct stat status = {};
   const bool exists = Base::StatusOfName(mark.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
     throw std::runtime_error(mark.string() + ": is not a regular file");
   }
-  Base::TrustedFolder place = CreateFolderOf(mark);
+  Base::TrustedDirectory place = CreateDirectoryOf(mark);
   if (exists) {
     CheckTrusted(mark, place, status);
   } else {
-    WriteLine(place.m_Folder, mark, "simulated cards");
+    WriteLine(place.m_Directory, mark, "simulated cards");
   }
-  return std::move(place.m_Folder);
+  return std::move(place.m_Directory);
 }
 
-// Empties the tree and returns its folder of devices.
-Base::Descriptor ClearTree(const fs::path& folder) {
-  const fs::path devices = folder / "bus/pci/devices";
-  if (fs::exists(devices) && !fs::exists(folder / kMark)) {
+// Empties the tree and returns its directory of devices.
+Base::Descriptor ClearTree(const fs::path& directory) {
+  const fs::path devices = directory / "bus/pci/devices";
+  if (fs::exists(devices) && !fs::exists(directory / kMark)) {
     throw std::runtime_error(devices.string() + ": not written by cardsim; not replaced");
   }
   // The mark is written first, so that an incomplete tree can be replaced.
-  const Base::Descriptor bus = MarkTree(folder / kMark);
+  const Base::Descriptor bus = MarkTree(directory / kMark);
   fs::remove_all(devices);
-  Base::Descriptor made = MakeFolder(bus, devices);
+  Base::Descriptor made = MakeDirectory(bus, devices);
   if (!made.IsOpen()) FailWithErrno(devices);
   return made;
 }
 
-void WriteDevice(const Base::Descriptor& devices, const fs::path& folder, const Card& card) {
-  const Base::Descriptor made = MakeFolder(devices, folder);
+void WriteDevice(const Base::Descriptor& devices, const fs::path& directory, const Card& card) {
+  const Base::Descriptor made = MakeDirectory(devices, directory);
   if (!made.IsOpen() && errno == EEXIST) {
     throw std::runtime_error(card.name + ": another card has its PCI address " + AddressOf(card));
   }
-  if (!made.IsOpen()) FailWithErrno(folder);
+  if (!made.IsOpen()) FailWithErrno(directory);
   const unsigned int device = Read<std::uint16_t>(card.values, Attribute::pci_device_id, 0);
-  WriteLine(made, folder / "vendor", Format("0x%04x", kVendor));
-  WriteLine(made, folder / "device", Format("0x%04x", device));
+  WriteLine(made, directory / "vendor", Format("0x%04x", kVendor));
+  WriteLine(made, directory / "device", Format("0x%04x", device));
 }
 
 }  // namespace
 
-void StateFile::WriteSysfs(const fs::path& folder) const {
+void StateFile::WriteSysfs(const fs::path& directory) const {
   const auto loaded = FileStore(m_Path).Load();
   try {
-    const Base::Descriptor devices = ClearTree(folder);
+    const Base::Descriptor devices = ClearTree(directory);
     for (const Card& card : loaded->state->cards) {
-      WriteDevice(devices, folder / "bus/pci/devices" / AddressOf(card), card);
+      WriteDevice(devices, directory / "bus/pci/devices" / AddressOf(card), card);
     }
   } catch (const fs::filesystem_error& error) {
     if (error.code() == std::errc::not_enough_memory) throw std::bad_alloc();

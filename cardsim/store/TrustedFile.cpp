@@ -14,16 +14,16 @@
 namespace CardSim {
 namespace {
 
-Base::TrustedFolder OpenedOrThrown(const std::filesystem::path& path, bool creates,
-                                   const std::string& whenMissing) {
-  Base::OpenFolderOptions options;
-  options.m_CreatesFolders = creates;
+Base::TrustedDirectory OpenedOrThrown(const std::filesystem::path& path, bool creates,
+                                      const std::string& whenMissing) {
+  Base::OpenDirectoryOptions options;
+  options.m_CreatesDirectories = creates;
   options.m_RefusesForeignLinks = true;
-  Base::TrustedFolder folder = Base::OpenFolderOf(path, options);
-  if (!folder.m_Objection.empty()) FailAt(path, "not trusted: " + folder.m_Objection);
-  if (folder.m_Error == ENOENT) FailAt(path, whenMissing);
-  if (folder.m_Error != 0) FailWith(path, folder.m_Error);
-  return folder;
+  Base::TrustedDirectory directory = Base::OpenDirectoryOf(path, options);
+  if (!directory.m_Objection.empty()) FailAt(path, "not trusted: " + directory.m_Objection);
+  if (directory.m_Error == ENOENT) FailAt(path, whenMissing);
+  if (directory.m_Error != 0) FailWith(path, directory.m_Error);
+  return directory;
 }
 
 }  // namespace
@@ -40,37 +40,40 @@ void FailWithErrno(const std::filesystem::path& path) {
   FailWith(path, errno);
 }
 
-Base::TrustedFolder FolderOf(const std::filesystem::path& path, const std::string& whenMissing) {
+Base::TrustedDirectory DirectoryOf(const std::filesystem::path& path,
+                                   const std::string& whenMissing) {
   return OpenedOrThrown(path, false, whenMissing);
 }
 
-Base::TrustedFolder CreateFolderOf(const std::filesystem::path& path) {
+Base::TrustedDirectory CreateDirectoryOf(const std::filesystem::path& path) {
   return OpenedOrThrown(path, true, std::generic_category().message(ENOENT));
 }
 
-void CheckTrusted(const std::filesystem::path& path, const Base::TrustedFolder& folder,
+void CheckTrusted(const std::filesystem::path& path, const Base::TrustedDirectory& directory,
                   const struct stat& file) {
-  const std::string objection = Base::ObjectionToFile(folder.m_IsWritableByOthers, file, geteuid());
+  const std::string objection =
+      Base::ObjectionToFile(directory.m_IsWritableByOthers, file, geteuid());
   if (!objection.empty()) FailAt(path, "not trusted: the file " + objection);
 }
 
 Base::Descriptor OpenForReading(const std::filesystem::path& path,
-                                const Base::TrustedFolder& folder, const std::string& whenMissing) {
-  Base::Descriptor file =
-      Base::OpenAt(folder.m_Folder.Get(), folder.m_Name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
+                                const Base::TrustedDirectory& directory,
+                                const std::string& whenMissing) {
+  Base::Descriptor file = Base::OpenAt(directory.m_Directory.Get(), directory.m_Name,
+                                       O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
   if (!file.IsOpen() && errno == ENOENT) FailAt(path, whenMissing);
   if (!file.IsOpen()) FailWithErrno(path);
   return file;
 }
 
-InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedFolder& folder,
+InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedDirectory& directory,
                         const std::string& whenMissing, std::int64_t limit,
                         const std::string& whenLarge) {
-  InputFile input{OpenForReading(path, folder, whenMissing), {}};
+  InputFile input{OpenForReading(path, directory, whenMissing), {}};
   if (fstat(input.file.Get(), &input.status) != 0) FailWithErrno(path);
   struct stat judged = {};
   if (Base::StatusOfOpened(input.file.Get(), &judged) != 0) FailWithErrno(path);
-  CheckTrusted(path, folder, judged);
+  CheckTrusted(path, directory, judged);
   if (!S_ISREG(input.status.st_mode)) FailAt(path, "is not a regular file");
   if (input.status.st_size > limit) FailAt(path, whenLarge);
   return input;
@@ -87,8 +90,8 @@ std::string ReadTrustedFile(const std::filesystem::path& path, std::int64_t limi
                             const std::string& whenLarge) {
   constexpr const char* kMissing = "no such file";
   const Base::CancellationGuard guard;
-  const Base::TrustedFolder folder = FolderOf(path, kMissing);
-  const InputFile input = OpenInputFile(path, folder, kMissing, limit, whenLarge);
+  const Base::TrustedDirectory directory = DirectoryOf(path, kMissing);
+  const InputFile input = OpenInputFile(path, directory, kMissing, limit, whenLarge);
   return ReadAll(input.file, path);
 }
 
@@ -96,8 +99,8 @@ mode_t ModeOfNewFile() {
   return Base::NewFileMode(geteuid());
 }
 
-mode_t ModeOfNewFolder() {
-  return Base::NewFolderMode(geteuid());
+mode_t ModeOfNewDirectory() {
+  return Base::NewDirectoryMode(geteuid());
 }
 
 }  // namespace CardSim

@@ -39,7 +39,7 @@ struct Arguments {
   std::string bit;
   std::string function;
   std::string text;
-  std::string folder;
+  std::string directory;
   std::string scenario;
   double speed = 1;
   std::uint64_t code = 1;
@@ -176,10 +176,10 @@ void ClearFailure(Arguments& arguments) {
 
 void Sysfs(Arguments& arguments) {
   const StateFile file(arguments.state);
-  file.WriteSysfs(arguments.folder);
+  file.WriteSysfs(arguments.directory);
   const std::size_t count = file.Cards().size();
   PrintLine("wrote " + std::to_string(count) +
-            (count == 1 ? " PCI device to " : " PCI devices to ") + arguments.folder);
+            (count == 1 ? " PCI device to " : " PCI devices to ") + arguments.directory);
 }
 
 int Play(Arguments& arguments) {
@@ -226,7 +226,7 @@ void AddCardArgument(CLI::App& command, Arguments& arguments) {
   command.add_option("CARD", arguments.card, "name of a card, such as card0")->required();
 }
 
-// Read only when help is printed, because the profile folder is listed.
+// Read only when help is printed, because the profile directory is listed.
 std::string KindsText() {
   std::string text = "Profiles:";
   for (const std::string& name : StateFile::Profiles()) text += "\n  " + Base::Printable(name);
@@ -253,7 +253,7 @@ void DescribeCards(CLI::App& app, Arguments& arguments, Command& chosen) {
   AddCommand(app, chosen, "list", "list the cards", Done<List>);
   AddCommand(app, chosen, "sysfs", "write a sysfs tree with the PCI devices of the cards",
              Done<Sysfs>)
-      ->add_option("DIR", arguments.folder, "folder of the tree")
+      ->add_option("DIR", arguments.directory, "directory of the tree")
       ->required();
 }
 

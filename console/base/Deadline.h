@@ -33,13 +33,13 @@ class Deadline {
   bool IsUnlimited() const { return !m_End; }
   bool IsOver() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }
 
-  // What is left, rounded up, `atMost` if that is less: the system counts a wait in an int of
+  // What is left, rounded up, `longest` if that is less: the system counts a wait in an int of
   // milliseconds.
-  std::chrono::milliseconds Left(std::chrono::milliseconds atMost = std::chrono::hours(1)) const {
+  std::chrono::milliseconds Left(std::chrono::milliseconds longest = std::chrono::hours(1)) const {
     using std::chrono::milliseconds;
-    if (!m_End) return atMost;
+    if (!m_End) return longest;
     const auto left = std::chrono::ceil<milliseconds>(*m_End - std::chrono::steady_clock::now());
-    return std::clamp(left, milliseconds(0), atMost);
+    return std::clamp(left, milliseconds(0), longest);
   }
 
  private:

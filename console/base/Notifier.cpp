@@ -17,8 +17,8 @@ void Notifier::Notify() const {
   if (eventfd_write(m_Descriptor.Get(), 1) != 0) return;
 }
 
-bool Notifier::Wait(std::chrono::milliseconds atMost, const WaitSet& also) const {
-  if (!WaitReadable(m_Descriptor.Get(), atMost, also)) return false;
+bool Notifier::Wait(std::chrono::milliseconds timeout, const WaitSet& also) const {
+  if (!WaitReadable(m_Descriptor.Get(), timeout, also)) return false;
   eventfd_t rings = 0;
   return eventfd_read(m_Descriptor.Get(), &rings) == 0;
 }

@@ -17,7 +17,7 @@ class Notifier {
 
   void Notify() const;
   // True if notified; clears all notifications so far.
-  bool Wait(std::chrono::milliseconds atMost, const WaitSet& also) const;
+  bool Wait(std::chrono::milliseconds timeout, const WaitSet& also) const;
   // Readable while notified, for a poll with others.
   int Number() const { return m_Descriptor.Get(); }
 

@@ -33,7 +33,7 @@ struct Options {
   std::string m_Socket;
   std::string m_Listen;
   bool m_ListenAny = false;
-  std::string m_EventsFolder;
+  std::string m_EventsDirectory;
   std::string m_Confirm;
   std::string m_Capacity;
   std::string m_SectorSize;

@@ -68,17 +68,17 @@ int StopDescriptor() {
   return g_StopFd;
 }
 
-bool WaitForStop(std::chrono::milliseconds atMost) {
+bool WaitForStop(std::chrono::milliseconds timeout) {
   pollfd wait = {g_StopFd, POLLIN, 0};
-  poll(&wait, 1, static_cast<int>(atMost.count()));
+  poll(&wait, 1, static_cast<int>(timeout.count()));
   return IsStopRequested();
 }
 
 // poll() always reports a lost reader as an error, whatever events are requested.
-bool WaitReadable(int fd, std::chrono::milliseconds atMost, const WaitSet& also) {
+bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& also) {
   std::array<pollfd, 4> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0},
                                  pollfd{also.m_Readable, POLLIN, 0}, pollfd{also.m_Reader, 0, 0}};
-  const int count = poll(waits.data(), waits.size(), static_cast<int>(atMost.count()));
+  const int count = poll(waits.data(), waits.size(), static_cast<int>(timeout.count()));
   return count > 0 && (waits[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0 && g_Stop == 0;
 }
 

@@ -21,8 +21,8 @@ bool IsStopRequested();
 // Readable once a stop signal has arrived, for a poll with others; -1 without handlers.
 int StopDescriptor();
 
-// Waits for a stop signal, at most `atMost`; true if one arrived.
-bool WaitForStop(std::chrono::milliseconds atMost);
+// Waits for a stop signal, at most `timeout`; true if one arrived.
+bool WaitForStop(std::chrono::milliseconds timeout);
 
 // Descriptors that also end a wait; -1: none.
 struct WaitSet {
@@ -32,7 +32,7 @@ struct WaitSet {
 
 // Waits until `fd` is readable or at its end, one of `also` is, a stop signal arrives or the time
 // is up; true only if `fd` is readable or at its end.
-bool WaitReadable(int fd, std::chrono::milliseconds atMost, const WaitSet& also = {});
+bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& also = {});
 
 // Whether the reader of the pipe or terminal `fd` has closed it.
 bool HasLostReader(int fd);

@@ -52,8 +52,8 @@ bool ReadSome(int fd, std::string& into) {
 }
 
 // What ended the wait; `How::Exited` stands for any end of the process.
-SubprocessEnd ReadAll(int fd, milliseconds atMost, std::string& into) {
-  const Deadline deadline(atMost);
+SubprocessEnd ReadAll(int fd, milliseconds timeout, std::string& into) {
+  const Deadline deadline(timeout);
   while (true) {
     if (IsStopRequested()) return SubprocessEnd::Stopped;
     if (deadline.IsOver()) return SubprocessEnd::TimedOut;
@@ -62,8 +62,8 @@ SubprocessEnd ReadAll(int fd, milliseconds atMost, std::string& into) {
 }
 
 // Whether the process ends in time.
-bool AwaitEnd(int fd, milliseconds atMost) {
-  const Deadline deadline(atMost);
+bool AwaitEnd(int fd, milliseconds timeout) {
+  const Deadline deadline(timeout);
   std::string ignored;
   pollfd wait = {fd, POLLIN, 0};
   while (!deadline.IsOver()) {
@@ -90,7 +90,7 @@ int StatusOf(pid_t child) {
 
 }  // namespace
 
-SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds atMost) {
+SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds timeout) {
   Base::Pipe pipe = Base::MakePipe();
   if (!pipe.m_Read.IsOpen()) throw NoProcess(errno);
   const pid_t parent = getpid();
@@ -100,7 +100,7 @@ SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds 
   pipe.m_Write.Close();
   const int output = pipe.m_Read.Get();
   SubprocessResult ending = {};
-  ending.m_End = ReadAll(output, atMost, ending.m_Output);
+  ending.m_End = ReadAll(output, timeout, ending.m_Output);
   const bool hasEnded = ending.m_End == SubprocessEnd::Exited || Terminate(child, output);
   const int status = hasEnded ? StatusOf(child) : 0;
   if (ending.m_End != SubprocessEnd::Exited) return ending;

@@ -20,6 +20,6 @@ struct SubprocessResult {
 // `InstallStopHandlers` and before any thread starts. Throws `Failure` if no process can be
 // started.
 SubprocessResult RunInSubprocess(const std::function<int()>& work,
-                                 std::chrono::milliseconds atMost);
+                                 std::chrono::milliseconds timeout);
 
 }  // namespace Console

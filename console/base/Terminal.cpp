@@ -52,7 +52,7 @@ class LineEditor {
 
   // The library would continue reading after a signal; here a signal is the end of input.
   // Characters are read byte by byte, so that nothing beyond the line is consumed.
-  static int ReadCharacter(EditLine* editor, wchar_t* letter) {
+  static int ReadCharacter(EditLine* editor, wchar_t* character) {
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
       const bool readable = WaitReadable(STDIN_FILENO, Deadline().Left());
@@ -60,7 +60,7 @@ class LineEditor {
       if (!readable) continue;
       char byte = 0;
       if (read(STDIN_FILENO, &byte, 1) != 1) return 0;
-      const std::size_t length = std::mbrtowc(letter, &byte, 1, &state);
+      const std::size_t length = std::mbrtowc(character, &byte, 1, &state);
       if (length <= 1) return 1;
       if (length == static_cast<std::size_t>(-1)) state = {};  // not a character: skipped
     }

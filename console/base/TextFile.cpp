@@ -11,7 +11,7 @@
 
 #include "base/Descriptor.h"
 #include "base/FileReplacement.h"
-#include "base/TrustedFolder.h"
+#include "base/TrustedDirectory.h"
 #include "console/base/Failure.h"
 
 namespace Console {
@@ -29,23 +29,23 @@ Failure RedirectableFailure(const std::string& file, const std::string& objectio
   return Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("cannot write {}", file),
                  objection,
                  {"Its owner could redirect the file.",
-                  "Use a folder whose parent folders belong to you or to root."});
+                  "Use a directory whose parent directories belong to you or to root."});
 }
 
-// The folder of the file. Everything uses its descriptor, so that the owner of the folder cannot
-// redirect the file.
-Base::Descriptor OpenFolder(const std::filesystem::path& folder, const std::string& file) {
-  Base::TrustedFolder opened = Base::OpenTrustedFolder(folder);
+// The directory of the file. Everything uses its descriptor, so that the owner of the directory
+// cannot redirect the file.
+Base::Descriptor OpenDirectory(const std::filesystem::path& directory, const std::string& file) {
+  Base::TrustedDirectory opened = Base::OpenTrustedDirectory(directory);
   if (!opened.m_Objection.empty()) throw RedirectableFailure(file, opened.m_Objection);
-  if (!opened.m_Folder.IsOpen()) throw WriteFailure(file, opened.m_Error);
-  return std::move(opened.m_Folder);
+  if (!opened.m_Directory.IsOpen()) throw WriteFailure(file, opened.m_Error);
+  return std::move(opened.m_Directory);
 }
 
 // A rename would replace a device, pipe or link by the text.
-void RequireReplaceable(const Base::Descriptor& folder, const std::string& name,
+void RequireReplaceable(const Base::Descriptor& directory, const std::string& name,
                         const std::string& file) {
   struct stat status = {};
-  if (fstatat(folder.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+  if (fstatat(directory.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
   if (S_ISDIR(status.st_mode)) throw WriteFailure(file, EISDIR);
   if (S_ISREG(status.st_mode)) return;
   throw Failure(ExitCode::Failed, "TEXTFILE_FAILED", fmt::format("cannot write {}", file),
@@ -61,9 +61,9 @@ void Require(int error, const std::string& file) {
 void ReplaceTextFile(const std::string& file, const std::string& text) {
   const std::filesystem::path path = std::filesystem::absolute(file);
   const std::string name = path.filename().string();
-  const Base::Descriptor folder = OpenFolder(path.parent_path(), file);
-  RequireReplaceable(folder, name, file);
-  Base::FileReplacement replacement(folder.Get(), name);
+  const Base::Descriptor directory = OpenDirectory(path.parent_path(), file);
+  RequireReplaceable(directory, name, file);
+  Base::FileReplacement replacement(directory.Get(), name);
   // A collector does not take the draft for a file of its own: the name does not end in .prom.
   Require(replacement.OpenUniqueDraft(name + ".", S_IRUSR | S_IWUSR), file);
   Require(replacement.Write(text), file);

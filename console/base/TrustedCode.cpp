@@ -22,17 +22,18 @@ std::string ObjectionToOwner(const std::string& name) {
   return objection.empty() ? objection : name + " " + objection;
 }
 
-fs::path DeepestExisting(fs::path folder) {
+fs::path DeepestExisting(fs::path directory) {
   std::error_code error;
-  while (folder != folder.root_path() && !fs::exists(folder, error)) folder = folder.parent_path();
-  return folder;
+  while (directory != directory.root_path() && !fs::exists(directory, error))
+    directory = directory.parent_path();
+  return directory;
 }
 
 }  // namespace
 
-std::string ObjectionToCodeFolder(const fs::path& folder) {
+std::string ObjectionToCodeDirectory(const fs::path& directory) {
   const Base::TrustedPath found =
-      Base::ResolveTrusted(DeepestExisting(fs::absolute(folder)).string());
+      Base::ResolveTrusted(DeepestExisting(fs::absolute(directory)).string());
   return found.m_Objection.empty() ? ObjectionToOwner(found.m_File.string()) : found.m_Objection;
 }
 
@@ -44,13 +45,13 @@ std::string ObjectionToCode(const fs::path& file) {
 }
 
 std::vector<std::string> TrustAdvice(const std::filesystem::path& file) {
-  const std::string folder = std::filesystem::absolute(file).parent_path().string();
+  const std::string directory = std::filesystem::absolute(file).parent_path().string();
   if (geteuid() != 0)
     return {"Use a file that belongs to you or to root and that no other user can write."};
   return {"Any user who can change it could run code as root.",
           "Run this as its owner, or install it: sudo cmake --install build/release",
-          fmt::format("Or change its owner to root: chown -R root {}; chmod -R go-w {}", folder,
-                      folder)};
+          fmt::format("Or change its owner to root: chown -R root {}; chmod -R go-w {}", directory,
+                      directory)};
 }
 
 }  // namespace Console

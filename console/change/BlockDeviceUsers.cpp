@@ -39,10 +39,10 @@ std::string FirstLine(const fs::path& path) {
   return line;
 }
 
-std::vector<fs::path> EntriesOf(const fs::path& folder) {
+std::vector<fs::path> EntriesOf(const fs::path& directory) {
   std::vector<fs::path> entries;
   std::error_code error;
-  for (fs::directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
+  for (fs::directory_iterator i(directory, error), end; !error && i != end; i.increment(error)) {
     entries.push_back(i->path());
   }
   return entries;

@@ -265,7 +265,7 @@ Candidates ArgumentCandidates(const Line& line) {
     if (word == row.m_Word) return row.m_Complete(line);
   }
   Words choices;
-  boost::split(choices, word, [](char letter) { return letter == '|'; });
+  boost::split(choices, word, [](char character) { return character == '|'; });
   return choices.size() > 1 ? Choices(choices) : Candidates();
 }
 

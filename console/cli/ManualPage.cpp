@@ -15,9 +15,9 @@ namespace {
 
 std::string Escaped(const std::string& text) {
   std::string escaped;
-  for (const char letter : text) {
-    if (letter == '*' || letter == '_' || letter == '\\') escaped += '\\';
-    escaped += letter;
+  for (const char character : text) {
+    if (character == '*' || character == '_' || character == '\\') escaped += '\\';
+    escaped += character;
   }
   return escaped;
 }
@@ -40,13 +40,13 @@ std::string Marked(const std::string& synopsis) {
     marked += isPlaceholder ? Underlined(word) : Bold(word);
     word.clear();
   };
-  for (const char letter : synopsis) {
-    if (std::isalpha(static_cast<unsigned char>(letter)) != 0) {
-      word += letter;
+  for (const char character : synopsis) {
+    if (std::isalpha(static_cast<unsigned char>(character)) != 0) {
+      word += character;
       continue;
     }
     flush();
-    marked += letter;
+    marked += character;
   }
   flush();
   return marked;

@@ -86,7 +86,7 @@ const std::vector<OptionRow>& AllOptions() {
        "also serve read-only at this TCP address: 127.0.0.1:9188 or [::1]:9188"},
       {"",   "--listen-any", "",        &O::m_ListenAny,   false,
        "allow --listen at addresses that other machines can reach"},
-      {"",   "--events-folder", "DIR",  &O::m_EventsFolder, false,
+      {"",   "--events-directory", "DIR",  &O::m_EventsDirectory, false,
        "run the programs in DIR on each event (default: /etc/corvane/events.d for root)"},
   };
   return all;

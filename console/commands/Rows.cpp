@@ -41,7 +41,7 @@ RowTable Read(const RowSource& source) {
 Json ListJson(const std::string& cell) {
   if (cell.empty()) return Json::array();
   std::vector<std::string> elements;
-  return boost::split(elements, cell, [](char letter) { return letter == '?'; });
+  return boost::split(elements, cell, [](char character) { return character == '?'; });
 }
 
 // An integer that JSON readers may round is also given as text.

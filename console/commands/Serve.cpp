@@ -15,8 +15,9 @@ namespace {
 
 // Only root's service runs event programs by default, so a user's service never reports an event a
 // second time.
-std::filesystem::path EventsFolder(const Options& options) {
-  if (!options.m_EventsFolder.empty()) return std::filesystem::absolute(options.m_EventsFolder);
+std::filesystem::path EventsDirectory(const Options& options) {
+  if (!options.m_EventsDirectory.empty())
+    return std::filesystem::absolute(options.m_EventsDirectory);
   return geteuid() == 0 ? "/etc/corvane/events.d" : "";
 }
 
@@ -25,13 +26,13 @@ CommandResult Run(Context& context) {
   const std::filesystem::path socket =
       path.empty() ? Service::DefaultSocket() : std::filesystem::path(path);
   if (socket.empty()) {
-    throw UsageFailure("serve: no folder for the socket", {"Pass --socket PATH."});
+    throw UsageFailure("serve: no directory for the socket", {"Pass --socket PATH."});
   }
   Service::ServeSettings settings;
   settings.m_Listen.m_Socket = std::filesystem::absolute(socket);
   settings.m_Listen.m_Tcp = context.m_Options.m_Listen;
   settings.m_Listen.m_AllowsOtherHosts = context.m_Options.m_ListenAny;
-  settings.m_EventsFolder = EventsFolder(context.m_Options);
+  settings.m_EventsDirectory = EventsDirectory(context.m_Options);
   settings.m_Deadline = Deadline(ParseDuration("--for", context.m_Options.m_For));
   Service::Serve(context, AllCommands(), settings);
   CommandResult result;
@@ -47,7 +48,7 @@ Command ServeCommand() {
   command.m_Name = "serve";
   command.m_Summary = "run the service that holds the plug-in for other programs";
   command.m_Forms = {"table"};
-  command.m_Options = {"--listen", "--listen-any", "--events-folder", "--for"};
+  command.m_Options = {"--listen", "--listen-any", "--events-directory", "--for"};
   command.m_Run = Run;
   command.m_Description =
       "Runs in the foreground until Ctrl-C or SIGTERM, or for the given time. The plug-in runs in "

@@ -91,10 +91,10 @@ CommandResult Reached(const ObjectRef& ref, const Condition& condition, const st
 
 // On a stop signal, reports the last value seen. Nothing is written before the end, so a reader
 // that is gone is not noticed.
-void WaitOn(Context& context, LiveModel& live, milliseconds atMost, const ObjectRef& ref,
+void WaitOn(Context& context, LiveModel& live, milliseconds longest, const ObjectRef& ref,
             const std::string& seen) {
   try {
-    live.Wait(atMost, WaitSet());
+    live.Wait(longest, WaitSet());
   } catch (const Stopped&) {
     context.m_Diagnostics.Note("LAST_SEEN", fmt::format("{} was {}", ref.Shown(), seen));
     throw;

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "base/TrustRules.h"
-#include "base/TrustedFolder.h"
+#include "base/TrustedDirectory.h"
 #include "console/base/Deadline.h"
 #include "console/base/Failure.h"
 #include "hostkit/Paths.h"
@@ -38,25 +38,26 @@ struct LockFile {
 };
 
 // What is wrong with the open file, if anything.
-std::string ObjectionTo(const Base::TrustedFolder& folder, const Base::Descriptor& file) {
+std::string ObjectionTo(const Base::TrustedDirectory& directory, const Base::Descriptor& file) {
   struct stat status = {};
   if (fstat(file.Get(), &status) != 0) return std::strerror(errno);
   if (!S_ISREG(status.st_mode)) return "is not a regular file";
-  return Base::ObjectionToFile(folder.m_IsWritableByOthers, status, geteuid());
+  return Base::ObjectionToFile(directory.m_IsWritableByOthers, status, geteuid());
 }
 
 // The same file for all paths that lead to a database. Others must not open it: whoever can could
 // hold the lock.
 LockFile OpenLock(const std::string& database, int flags) {
-  Base::OpenFolderOptions options;
-  options.m_CreatesFolders = (flags & O_CREAT) != 0;
-  const Base::TrustedFolder folder = Base::OpenFolderOf(database, options);
-  LockFile lock = {database + kSuffix, Base::Descriptor(), folder.m_Objection, folder.m_Error};
-  if (!folder.m_Folder.IsOpen()) return lock;
-  lock.m_File = Base::OpenAt(folder.m_Folder.Get(), folder.m_Name + kSuffix,
+  Base::OpenDirectoryOptions options;
+  options.m_CreatesDirectories = (flags & O_CREAT) != 0;
+  const Base::TrustedDirectory directory = Base::OpenDirectoryOf(database, options);
+  LockFile lock = {database + kSuffix, Base::Descriptor(), directory.m_Objection,
+                   directory.m_Error};
+  if (!directory.m_Directory.IsOpen()) return lock;
+  lock.m_File = Base::OpenAt(directory.m_Directory.Get(), directory.m_Name + kSuffix,
                              flags | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
   if (!lock.m_File.IsOpen()) lock.m_Error = errno;
-  if (lock.m_File.IsOpen()) lock.m_Objection = ObjectionTo(folder, lock.m_File);
+  if (lock.m_File.IsOpen()) lock.m_Objection = ObjectionTo(directory, lock.m_File);
   if (!lock.m_Objection.empty()) lock.m_File.Close();
   return lock;
 }
@@ -136,7 +137,7 @@ std::optional<LockHolder> FindLockHolder() {
   const std::string database = HostKit::DatabaseFile().string();
   if (database == kInMemory) return std::nullopt;
   const LockFile lock = OpenLock(database, O_RDONLY);
-  // Without the file there is no service; the database reports what is wrong with its folder.
+  // Without the file there is no service; the database reports what is wrong with its directory.
   if (!lock.m_File.IsOpen()) return std::nullopt;
   if (flock(lock.m_File.Get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK) return std::nullopt;
   return ReadHolder(lock);

@@ -48,7 +48,7 @@ void AddSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
 void AddSearchPaths(const std::string& list, std::vector<std::string>& paths) {
   if (list.empty()) return;
   std::vector<std::string> parts;
-  boost::split(parts, list, [](char letter) { return letter == ':'; });
+  boost::split(parts, list, [](char character) { return character == ':'; });
   paths.insert(paths.end(), parts.begin(), parts.end());
 }
 

@@ -15,8 +15,8 @@ std::vector<std::string> ExportedSymbols(const std::string& file);
 struct Dependencies {
   // The libraries that it needs or is a filter for. One with a slash is a path.
   std::vector<std::string> m_Names;
-  // As written in the file, where $ORIGIN is the folder of the file. An empty one is the current
-  // folder.
+  // As written in the file, where $ORIGIN is the directory of the file. An empty one is the current
+  // directory.
   std::vector<std::string> m_SearchPaths;
 };
 

@@ -49,10 +49,10 @@ void Require(const std::string& objection, const fs::path& file) {
                 objection, TrustAdvice(file));
 }
 
-// Subfolders of a search path that the loader tries before the path itself. Folders below them are
-// named after processors.
-constexpr const char* kLoaderFolders[] = {"glibc-hwcaps", "tls",      "x86_64",  "haswell",
-                                          "xeon_phi",     "avx512_1", "aarch64", "atomics"};
+// Subdirectories of a search path that the loader tries before the path itself. Directories below
+// them are named after processors.
+constexpr const char* kLoaderDirectories[] = {"glibc-hwcaps", "tls",      "x86_64",  "haswell",
+                                              "xeon_phi",     "avx512_1", "aarch64", "atomics"};
 
 // A file that cannot be resolved is returned unchanged: loading it reports the reason.
 fs::path WithoutLinks(const fs::path& file) {
@@ -61,31 +61,31 @@ fs::path WithoutLinks(const fs::path& file) {
   return error ? file : found;
 }
 
-bool IsNameLetter(char letter) {
-  return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z') ||
-         (letter >= '0' && letter <= '9') || letter == '_';
+bool IsNameCharacter(char character) {
+  return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
+         (character >= '0' && character <= '9') || character == '_';
 }
 
-// The length of the variable for the library's own folder, if it begins at `at`, else 0.
+// The length of the variable for the library's own directory, if it begins at `at`, else 0.
 std::size_t OriginLength(const std::string& text, std::size_t at) {
   constexpr std::string_view plain = "$ORIGIN";
   constexpr std::string_view braced = "${ORIGIN}";
   if (text.compare(at, braced.size(), braced) == 0) return braced.size();
   const std::size_t end = at + plain.size();
   const bool isOrigin = text.compare(at, plain.size(), plain) == 0 &&
-                        (end == text.size() || !IsNameLetter(text[end]));
+                        (end == text.size() || !IsNameCharacter(text[end]));
   return isOrigin ? plain.size() : 0;
 }
 
-// Replaces the variable for the library's own folder. Fails for other variables, whose values only
-// the loader knows.
+// Replaces the variable for the library's own directory. Fails for other variables, whose values
+// only the loader knows.
 fs::path Expand(const std::string& text, const fs::path& library) {
-  const std::string folder = library.parent_path().string();
+  const std::string directory = library.parent_path().string();
   std::string path;
   bool isKnown = true;
   for (std::size_t at = 0; at < text.size();) {
     if (const std::size_t length = OriginLength(text, at)) {
-      path += folder;
+      path += directory;
       at += length;
     } else {
       isKnown = isKnown && text[at] != '$';
@@ -103,26 +103,26 @@ class DependencyChecker {
  public:
   void RequireTrusted(const fs::path& file) {
     RequireTrustedFile(file);
-    // Checking a file can add names and folders, so this repeats until nothing is new.
-    for (std::size_t known = 0; known != m_Names.size() + m_Folders.size();) {
-      known = m_Names.size() + m_Folders.size();
+    // Checking a file can add names and directories, so this repeats until nothing is new.
+    for (std::size_t known = 0; known != m_Names.size() + m_Directories.size();) {
+      known = m_Names.size() + m_Directories.size();
       const auto names = m_Names;
-      const auto folders = m_Folders;
-      for (const fs::path& folder : folders) {
-        for (const std::string& name : names) RequireTrustedFile(folder / name);
+      const auto directories = m_Directories;
+      for (const fs::path& directory : directories) {
+        for (const std::string& name : names) RequireTrustedFile(directory / name);
       }
     }
   }
 
  private:
-  // A library's own folder is that of the link through which it was found, not that of the link's
-  // target.
+  // A library's own directory is that of the link through which it was found, not that of the
+  // link's target.
   void RequireTrustedFile(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error) || !m_Seen.insert(file).second) return;
     Require(ObjectionToCode(file), file);
     const Dependencies needs = DependenciesOf(file.string());
-    for (const std::string& path : needs.m_SearchPaths) AddFolders(Expand(path, file));
+    for (const std::string& path : needs.m_SearchPaths) AddDirectories(Expand(path, file));
     for (const std::string& name : needs.m_Names) {
       const bool isPath =
           name.find('/') != std::string::npos || name.find('$') != std::string::npos;
@@ -131,45 +131,45 @@ class DependencyChecker {
         continue;
       }
       const fs::path needed = Expand(name, file);
-      Require(ObjectionToCodeFolder(needed.parent_path()), needed);
+      Require(ObjectionToCodeDirectory(needed.parent_path()), needed);
       RequireTrustedFile(needed);
     }
   }
 
-  // A folder of a search path, with those below it that the loader prefers.
-  void AddFolders(const fs::path& folder) {
-    AddFolder(folder);
-    for (const char* name : kLoaderFolders) {
+  // A directory of a search path, with those below it that the loader prefers.
+  void AddDirectories(const fs::path& directory) {
+    AddDirectory(directory);
+    for (const char* name : kLoaderDirectories) {
       std::error_code error;
-      if (fs::is_directory(folder / name, error)) AddFoldersBelow(folder / name);
+      if (fs::is_directory(directory / name, error)) AddDirectoriesBelow(directory / name);
     }
   }
 
-  void AddFoldersBelow(const fs::path& folder) {
-    AddFolder(folder);
+  void AddDirectoriesBelow(const fs::path& directory) {
+    AddDirectory(directory);
     std::error_code error;
     const auto follow = fs::directory_options::follow_directory_symlink;
-    fs::recursive_directory_iterator below(folder, follow, error);
+    fs::recursive_directory_iterator below(directory, follow, error);
     for (const fs::recursive_directory_iterator end; !error && below != end;
          below.increment(error)) {
       if (below.depth() > 3) below.disable_recursion_pending();
-      if (fs::is_directory(below->path())) AddFolder(below->path());
+      if (fs::is_directory(below->path())) AddDirectory(below->path());
     }
-    Require(error ? fmt::format("{} cannot be read: {}", folder.string(), error.message()) : "",
-            folder);
+    Require(error ? fmt::format("{} cannot be read: {}", directory.string(), error.message()) : "",
+            directory);
   }
 
-  void AddFolder(const fs::path& folder) {
-    Require(ObjectionToCodeFolder(folder), folder / "x");
-    m_Folders.insert(WithoutLinks(folder));
+  void AddDirectory(const fs::path& directory) {
+    Require(ObjectionToCodeDirectory(directory), directory / "x");
+    m_Directories.insert(WithoutLinks(directory));
   }
 
   std::set<fs::path> m_Seen;
-  std::set<fs::path> m_Folders;
+  std::set<fs::path> m_Directories;
   std::set<std::string> m_Names;
 };
 
-// The file without links: the loader takes the folder of the name that it is given for the
+// The file without links: the loader takes the directory of the name that it is given for the
 // library's own.
 fs::path ResolveTrustedLibrary(const std::string& file) {
   Require(ObjectionToCode(file), file);
@@ -180,12 +180,12 @@ fs::path ResolveTrustedLibrary(const std::string& file) {
 
 }  // namespace
 
-std::filesystem::path ProgramFolder() {
+std::filesystem::path ProgramDirectory() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
 std::filesystem::path DefaultPluginFile() {
-  return (ProgramFolder() / ".." / "lib" / "libCorvane.so").lexically_normal();
+  return (ProgramDirectory() / ".." / "lib" / "libCorvane.so").lexically_normal();
 }
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)

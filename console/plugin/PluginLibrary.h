@@ -8,11 +8,11 @@
 
 namespace Console {
 
-// The plug-in that belongs to this program: ../lib/libCorvane.so from the program's folder.
+// The plug-in that belongs to this program: ../lib/libCorvane.so from the program's directory.
 std::filesystem::path DefaultPluginFile();
 
-// The folder in which this program lies.
-std::filesystem::path ProgramFolder();
+// The directory in which this program lies.
+std::filesystem::path ProgramDirectory();
 
 // A loaded library with the two entry points; unloaded when destroyed.
 class PluginLibrary {

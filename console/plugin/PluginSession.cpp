@@ -59,13 +59,13 @@ bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>&
 void PluginSession::Stop() {
   if (!m_pLoaded) return;
   // The plug-in waits for its jobs for 25 seconds; without one it has only a scan to finish.
-  const std::chrono::seconds atMost(HasChanged() ? 30 : 5);
+  const std::chrono::seconds timeout(HasChanged() ? 30 : 5);
   const auto call = [loaded = m_pLoaded.release(), started = HasCards()] {
     const std::unique_ptr<Loaded> owner(loaded);
     if (started) loaded->m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
     return std::uint32_t{PI::SUCCESS};
   };
-  const Deadline deadline(atMost);
+  const Deadline deadline(timeout);
   try {
     if (CallWhenThreadsAreFree(call, deadline)) return;
   } catch (const Failure& failure) {
@@ -98,8 +98,8 @@ void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
 }
 
-bool PluginSession::WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) {
-  return m_pLoaded && m_pLoaded->m_Notifier.Wait(atMost, also);
+bool PluginSession::WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) {
+  return m_pLoaded && m_pLoaded->m_Notifier.Wait(timeout, also);
 }
 
 }  // namespace Console

@@ -26,7 +26,7 @@ class PluginSession : public CommandSession {
   PluginInfo Info() const override { return m_Info; }
   std::size_t LostThreads() const override { return HostKit::FailedThreads() - m_FailedBefore; }
   using Session::WaitForNotification;
-  bool WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) override;
+  bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) override;
 
  private:
   // Used by the plug-in's threads. Destroyed from the last to the first: the instance before its

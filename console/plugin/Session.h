@@ -68,9 +68,9 @@ class Session {
   virtual std::vector<HostKit::LoggedEvent> CollectEvents() = 0;
   // Waits until the plug-in has pending events; false when the time is up, a stop signal arrived or
   // one of `also` is ready.
-  virtual bool WaitForNotification(std::chrono::milliseconds atMost, const WaitSet& also) = 0;
-  bool WaitForNotification(std::chrono::milliseconds atMost) {
-    return WaitForNotification(atMost, WaitSet());
+  virtual bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) = 0;
+  bool WaitForNotification(std::chrono::milliseconds timeout) {
+    return WaitForNotification(timeout, WaitSet());
   }
 };
 

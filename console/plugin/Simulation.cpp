@@ -30,7 +30,7 @@ Failure SimulationFailure(const std::string& why, ExitCode code = ExitCode::Fail
       {"Create cards: cardsim new; cardsim add 0x1003", "Or pass their file: --simulate=FILE"});
 }
 
-std::filesystem::path MakeTemporaryFolder() {
+std::filesystem::path MakeTemporaryDirectory() {
   const std::filesystem::path parent =
       std::filesystem::absolute(std::filesystem::temp_directory_path());
   std::string name = (parent / "corvane-host-XXXXXX").string();
@@ -70,9 +70,9 @@ std::string WhyEnded(const SubprocessResult& ending) {
   return FirstLine(ending.m_Output);
 }
 
-void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
+void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
                 const TimeLimits& limits) {
-  const std::filesystem::path program = ProgramFolder() / "cardsim";
+  const std::filesystem::path program = ProgramDirectory() / "cardsim";
   if (!std::filesystem::exists(program)) {
     throw SimulationFailure(fmt::format("program not found: {}", program.string()));
   }
@@ -83,7 +83,7 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
   }
   Words arguments;
   if (!file.empty()) arguments = {"--state", file};
-  arguments.insert(arguments.end(), {"sysfs", folder.string()});
+  arguments.insert(arguments.end(), {"sysfs", directory.string()});
   const SubprocessResult ending =
       RunInSubprocess([&] { return ExecProgram(program, arguments); }, limits.ForCall().Left());
   if (ending.m_End == SubprocessEnd::Stopped) throw Stopped();
@@ -93,9 +93,9 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
   throw SimulationFailure(WhyEnded(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
 }
 
-// Waits in a session of its own for the end of the process that made it, and removes the folder.
+// Waits in a session of its own for the end of the process that made it, and removes the directory.
 // Keeps no other descriptor open, so that no other process waits for it.
-[[noreturn]] void RunRemover(const std::filesystem::path& folder, int ends) noexcept {
+[[noreturn]] void RunRemover(const std::filesystem::path& directory, int ends) noexcept {
   setsid();
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
   dup2(ends, STDIN_FILENO);
@@ -104,18 +104,18 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& folder,
   char ignored = 0;
   while (read(STDIN_FILENO, &ignored, 1) < 0 && errno == EINTR) continue;
   std::error_code error;
-  std::filesystem::remove_all(folder, error);
+  std::filesystem::remove_all(directory, error);
   _exit(EXIT_SUCCESS);
 }
 
 }  // namespace
 
 Simulation::Simulation(const std::string& file, const TimeLimits& limits)
-    : m_Folder(MakeTemporaryFolder()) {
+    : m_Directory(MakeTemporaryDirectory()) {
   try {
     StartRemover();
     const std::string state = file.empty() ? file : std::filesystem::absolute(file).string();
-    const std::filesystem::path sysfs = m_Folder / "sys";
+    const std::filesystem::path sysfs = m_Directory / "sys";
     WriteSysfs(state, sysfs, limits);
     if (!state.empty()) setenv("CARDSIM_STATE", state.c_str(), 1);
     setenv("CORVANE_SYSFS", sysfs.c_str(), 1);
@@ -129,19 +129,19 @@ Simulation::~Simulation() {
   Remove();
 }
 
-// Without one, a folder is left only by a process that is killed.
+// Without one, a directory is left only by a process that is killed.
 void Simulation::StartRemover() {
   Base::Pipe pipe = Base::MakePipe();
   if (!pipe.m_Read.IsOpen()) return;
   m_Remover = fork();
-  if (m_Remover == 0) RunRemover(m_Folder, pipe.m_Read.Get());
+  if (m_Remover == 0) RunRemover(m_Directory, pipe.m_Read.Get());
   m_RemoverPipe = std::move(pipe.m_Write);
 }
 
-// Failures are ignored: a leftover folder is harmless, and nothing is left to report them.
+// Failures are ignored: a leftover directory is harmless, and nothing is left to report them.
 void Simulation::Remove() noexcept {
   std::error_code ignored;
-  std::filesystem::remove_all(m_Folder, ignored);
+  std::filesystem::remove_all(m_Directory, ignored);
   m_RemoverPipe.Close();
   if (m_Remover < 0) return;
   while (waitpid(m_Remover, nullptr, 0) < 0 && errno == EINTR) continue;

@@ -33,8 +33,8 @@ void RequireReadable(const std::string& file) {
   if (error != 0 && error != ENOENT && error != ENOTDIR) throw BusFailure(file, error);
 }
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { closedir(folder); }
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
 };
 
 }  // namespace
@@ -55,16 +55,16 @@ void RequireDescriptors() {
   }
 }
 
-// A machine without a PCI bus has no such folder.
+// A machine without a PCI bus has no such directory.
 void RequireReadableBus() {
-  const std::string folder = (HostKit::SysfsRoot() / "bus" / "pci" / "devices").string();
-  const std::unique_ptr<DIR, CloseFolder> devices(opendir(folder.c_str()));
+  const std::string directory = (HostKit::SysfsRoot() / "bus" / "pci" / "devices").string();
+  const std::unique_ptr<DIR, CloseDirectory> devices(opendir(directory.c_str()));
   if (!devices && errno == ENOENT) return;
-  if (!devices) throw BusFailure(folder, errno);
+  if (!devices) throw BusFailure(directory, errno);
   while (const dirent* device = readdir(devices.get())) {
     if (device->d_name[0] == '.') continue;
     for (const char* name : {"vendor", "device"}) {
-      RequireReadable(fmt::format("{}/{}/{}", folder, device->d_name, name));
+      RequireReadable(fmt::format("{}/{}/{}", directory, device->d_name, name));
     }
   }
 }

@@ -39,7 +39,7 @@ std::vector<std::string> ConfigAdvice(const std::filesystem::path& file, int err
     case 0:
       return {"Repair or remove it. Nothing was changed."};
     case EACCES:
-      return {fmt::format("Check the permissions of the file and its folders: namei -l {}",
+      return {fmt::format("Check the permissions of the file and its directories: namei -l {}",
                           file.string()),
               "Run this as its owner or as root. Nothing was changed."};
     case EPERM:
@@ -58,7 +58,7 @@ void RequireReadableConfig() {
   if (config.ReadKeyValue("PollInterval", value, -1, -1) != HostKit::RESULT_UNREADABLE) {
     return;
   }
-  const std::filesystem::path file = (HostKit::ConfigFolder() / kConfigFile).native();
+  const std::filesystem::path file = (HostKit::ConfigDirectory() / kConfigFile).native();
   const std::string objection = Base::ResolveTrusted(file.string()).m_Objection;
   const int error = objection.empty() ? Base::ErrorOfReading(file.string()) : EPERM;
   const std::string why = objection.empty() ? std::strerror(error) : objection;

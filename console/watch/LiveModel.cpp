@@ -39,9 +39,9 @@ LiveModel::LiveModel(Session& session)
   Read();
 }
 
-bool LiveModel::Wait(milliseconds atMost, const WaitSet& also) {
+bool LiveModel::Wait(milliseconds timeout, const WaitSet& also) {
   const auto due = std::chrono::duration_cast<milliseconds>(m_NextReading - steady_clock::now());
-  const milliseconds duration = std::max(milliseconds(0), std::min(atMost, due + milliseconds(1)));
+  const milliseconds duration = std::max(milliseconds(0), std::min(timeout, due + milliseconds(1)));
   const bool notified = m_Session.WaitForNotification(duration, also);
   ThrowIfStopped();
   if (!notified && steady_clock::now() < m_NextReading) return false;

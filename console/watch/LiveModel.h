@@ -33,9 +33,9 @@ class LiveModel {
   void Recall(const std::vector<LoggedEvent>& past);
 
   // Waits for a notification or for a third of the poll interval since the last reading, whichever
-  // comes first, but at most `atMost` and only until one of `also` is ready. True if it has read
+  // comes first, but at most `timeout` and only until one of `also` is ready. True if it has read
   // everything again. Throws `Stopped` on a stop signal.
-  bool Wait(std::chrono::milliseconds atMost, const WaitSet& also);
+  bool Wait(std::chrono::milliseconds timeout, const WaitSet& also);
 
   const Model& Objects() const { return m_Model; }
   // The newest last; the oldest are dropped when there are very many.

@@ -8,15 +8,15 @@
 namespace Console {
 namespace {
 
-struct Letter {
+struct Character {
   std::string m_Bytes;
   std::size_t m_Columns;
 };
 
 // Bytes that are invalid in the locale's encoding, or would move the cursor, are shown as question
 // marks.
-std::vector<Letter> Letters(const std::string& text) {
-  std::vector<Letter> letters;
+std::vector<Character> Characters(const std::string& text) {
+  std::vector<Character> characters;
   std::mbstate_t state = {};
   for (std::size_t at = 0; at < text.size();) {
     wchar_t wide = L'\0';
@@ -28,22 +28,22 @@ std::vector<Letter> Letters(const std::string& text) {
     }
     const int columns = wide == L'\0' ? -1 : wcwidth(wide);
     if (columns < 0) {
-      letters.push_back({"?", 1});
+      characters.push_back({"?", 1});
     } else {
-      letters.push_back({text.substr(at, count), static_cast<std::size_t>(columns)});
+      characters.push_back({text.substr(at, count), static_cast<std::size_t>(columns)});
     }
     at += count;
   }
-  return letters;
+  return characters;
 }
 
 std::string Cut(const std::string& text, std::size_t columns, std::size_t& used) {
   std::string result;
   used = 0;
-  for (const Letter& letter : Letters(text)) {
-    if (used + letter.m_Columns > columns) break;
-    result += letter.m_Bytes;
-    used += letter.m_Columns;
+  for (const Character& character : Characters(text)) {
+    if (used + character.m_Columns > columns) break;
+    result += character.m_Bytes;
+    used += character.m_Columns;
   }
   return result;
 }
@@ -55,7 +55,7 @@ constexpr std::array<const char*, 8> kSigns = {"_", ".", ":", "-", "=", "+", "*"
 
 std::size_t ColumnsOf(const std::string& text) {
   std::size_t columns = 0;
-  for (const Letter& letter : Letters(text)) columns += letter.m_Columns;
+  for (const Character& character : Characters(text)) columns += character.m_Columns;
   return columns;
 }
 

@@ -87,8 +87,8 @@ bool IsAllowed(int action, const char* first, const char* second, const char* sc
 int CountWords(const std::string& sql) {
   int words = 0;
   bool isInWord = false;
-  for (const char letter : sql) {
-    const auto byte = static_cast<unsigned char>(letter);
+  for (const char character : sql) {
+    const auto byte = static_cast<unsigned char>(character);
     const bool isOfWord = std::isalnum(byte) != 0 || byte == '_' || byte >= 0x80;
     if (isOfWord ? !isInWord : std::isspace(byte) == 0) ++words;
     isInWord = isOfWord;

@@ -32,7 +32,7 @@ void Check(int result, sqlite3* database) {
   if (result != SQLITE_OK) Fail(database);
 }
 
-// The codes for a file that can be read but not written, or whose folder cannot be written.
+// The codes for a file that can be read but not written, or whose directory cannot be written.
 constexpr std::array kNotWritableCodes = {SQLITE_CANTOPEN, SQLITE_PERM, SQLITE_READONLY};
 
 template <class Codes>
@@ -75,7 +75,7 @@ sqlite3* Open(const std::string& name, int flags) {
 }
 
 sqlite3* OpenToWrite(const path& file) {
-  CreateFolders(file.parent_path().string());  // the library reports what cannot be opened
+  CreateDirectories(file.parent_path().string());  // the library reports what cannot be opened
   return Open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOFOLLOW);
 }
 
@@ -231,7 +231,7 @@ void Connection::Configure() {
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
-  // Temporary data must not go to a file, whose folder the environment could choose.
+  // Temporary data must not go to a file, whose directory the environment could choose.
   Run("PRAGMA temp_store = MEMORY");
 }
 

@@ -34,8 +34,8 @@ path FileOfEnvironment() {
   const path file = DatabaseFile();
   if (file == ":memory:" || file.is_absolute()) return file;
   boost::system::error_code error;
-  const path folder = boost::filesystem::current_path(error);
-  return error ? file : folder / file;
+  const path directory = boost::filesystem::current_path(error);
+  return error ? file : directory / file;
 }
 
 // The first statement reports what is wrong with the file.

@@ -20,10 +20,10 @@ namespace HostKit {
 // "serialNumber" as "serial_number".
 inline std::string SnakeCase(const std::string& field) {
   std::string text;
-  for (const char letter : field) {
-    const bool capital = letter >= 'A' && letter <= 'Z';
+  for (const char character : field) {
+    const bool capital = character >= 'A' && character <= 'Z';
     if (capital) text += '_';
-    text += capital ? static_cast<char>(letter - 'A' + 'a') : letter;
+    text += capital ? static_cast<char>(character - 'A' + 'a') : character;
   }
   return text;
 }

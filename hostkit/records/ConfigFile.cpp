@@ -13,7 +13,7 @@ namespace PI {
 namespace {
 
 Base::TrustedPath FullPath(const boost::filesystem::path& name) {
-  return Base::ResolveTrusted((HostKit::ConfigFolder() / name.filename()).string());
+  return Base::ResolveTrusted((HostKit::ConfigDirectory() / name.filename()).string());
 }
 
 // A file that another user has put there counts as unreadable. It is checked
@@ -68,14 +68,14 @@ std::uint32_t CConfigFile::WriteKeyValue(const std::string& key, const std::stri
   if (m_FileName.empty()) return HostKit::RESULT_NOT_WRITTEN;
   const Base::TrustedPath file = FullPath(m_FileName);
   if (!file.m_Objection.empty()) return HostKit::RESULT_NOT_WRITTEN;
-  const HostKit::FolderLock folder(file.m_File.parent_path());
-  if (!folder.IsHeld()) return HostKit::RESULT_NOT_WRITTEN;
+  const HostKit::DirectoryLock directory(file.m_File.parent_path());
+  if (!directory.IsHeld()) return HostKit::RESULT_NOT_WRITTEN;
 
   std::string text;
   if (ReadTrusted(file, text) == HostKit::FileRead::Failed) return HostKit::RESULT_NOT_WRITTEN;
   const std::string edited = SetKey(text, key, value);
   const bool written =
-      !edited.empty() && HostKit::ReplaceFile(file.m_File.filename().string(), edited, folder);
+      !edited.empty() && HostKit::ReplaceFile(file.m_File.filename().string(), edited, directory);
   return written ? HostKit::RESULT_OK : HostKit::RESULT_NOT_WRITTEN;
 }
 

@@ -20,17 +20,17 @@ using std::filesystem::path;
 
 constexpr std::size_t kLargestFile = 1 << 20;
 
-Base::Descriptor OpenFolder(const path& folder) {
-  CreateFolders(folder);
-  return Base::OpenAt(AT_FDCWD, folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+Base::Descriptor OpenDirectory(const path& directory) {
+  CreateDirectories(directory);
+  return Base::OpenAt(AT_FDCWD, directory, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
 }
 
-bool LockWithTimeout(const Base::Descriptor& folder) {
+bool LockWithTimeout(const Base::Descriptor& directory) {
   constexpr int kTries = 500;
   constexpr int kPauseMs = 10;
   const Base::CancellationGuard guard;
-  for (int i = 0; folder.IsOpen() && i < kTries; ++i) {
-    if (flock(folder.Get(), LOCK_EX | LOCK_NB) == 0) return true;
+  for (int i = 0; directory.IsOpen() && i < kTries; ++i) {
+    if (flock(directory.Get(), LOCK_EX | LOCK_NB) == 0) return true;
     if (errno != EWOULDBLOCK && errno != EINTR) return false;
     poll(nullptr, 0, kPauseMs);
   }
@@ -38,9 +38,9 @@ bool LockWithTimeout(const Base::Descriptor& folder) {
 }
 
 // Opens a draft with the owner and mode of the old file, if there is one. Returns 0 or the errno.
-int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int folder) {
+int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int directory) {
   struct stat old {};
-  const bool exists = fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
+  const bool exists = fstatat(directory, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
   const int error = replacement.OpenUniqueDraft(
       ".corvane-", exists ? S_IRUSR | S_IWUSR : Base::NewFileMode(geteuid()));
   if (error != 0 || !exists) return error;
@@ -52,15 +52,15 @@ int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int f
 
 }  // namespace
 
-void CreateFolders(const path& folder) {
+void CreateDirectories(const path& directory) {
   std::error_code ignored;
-  if (folder.empty() || std::filesystem::exists(folder, ignored)) return;
-  CreateFolders(folder.parent_path());
-  mkdir(folder.c_str(), Base::NewFolderMode(geteuid()));
+  if (directory.empty() || std::filesystem::exists(directory, ignored)) return;
+  CreateDirectories(directory.parent_path());
+  mkdir(directory.c_str(), Base::NewDirectoryMode(geteuid()));
 }
 
-FolderLock::FolderLock(const path& folder)
-    : m_Folder(OpenFolder(folder)), m_Held(LockWithTimeout(m_Folder)) {}
+DirectoryLock::DirectoryLock(const path& directory)
+    : m_Directory(OpenDirectory(directory)), m_Held(LockWithTimeout(m_Directory)) {}
 
 FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   // O_NONBLOCK in case the file is a pipe.
@@ -79,10 +79,11 @@ FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   return FileRead::Done;
 }
 
-bool ReplaceFile(const std::string& name, const std::string& content, const FolderLock& folder) {
+bool ReplaceFile(const std::string& name, const std::string& content,
+                 const DirectoryLock& directory) {
   if (content.size() > kLargestFile) return false;
-  Base::FileReplacement replacement(folder.Folder().Get(), name);
-  return OpenDraft(replacement, name, folder.Folder().Get()) == 0 &&
+  Base::FileReplacement replacement(directory.Directory().Get(), name);
+  return OpenDraft(replacement, name, directory.Directory().Get()) == 0 &&
          replacement.Write(content) == 0 && replacement.Install() == 0;
 }
 

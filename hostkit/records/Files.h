@@ -9,23 +9,23 @@
 
 namespace HostKit {
 
-// Creates what is missing of a folder and of those above it. Root's are closed to other writers,
+// Creates what is missing of a directory and of those above it. Root's are closed to other writers,
 // whatever its umask: root would not trust them afterwards. Check the result by opening it.
-void CreateFolders(const std::filesystem::path& folder);
+void CreateDirectories(const std::filesystem::path& directory);
 
-// Keeps other writers of a folder out, in this and in other processes, as long as it lives.
-class FolderLock {
+// Keeps other writers of a directory out, in this and in other processes, as long as it lives.
+class DirectoryLock {
  public:
-  // Waits for the lock, but only for seconds: whoever may read the folder can hold it. Creates the
-  // folder, and those above it, if missing.
-  explicit FolderLock(const std::filesystem::path& folder);
+  // Waits for the lock, but only for seconds: whoever may read the directory can hold it. Creates
+  // the directory, and those above it, if missing.
+  explicit DirectoryLock(const std::filesystem::path& directory);
 
-  // False: the folder does not exist and cannot be created, or it cannot be locked.
+  // False: the directory does not exist and cannot be created, or it cannot be locked.
   bool IsHeld() const { return m_Held; }
-  const Base::Descriptor& Folder() const { return m_Folder; }
+  const Base::Descriptor& Directory() const { return m_Directory; }
 
  private:
-  const Base::Descriptor m_Folder;
+  const Base::Descriptor m_Directory;
   const bool m_Held;
 };
 
@@ -35,9 +35,10 @@ enum class FileRead { Done, Missing, Failed };
 // what was opened. `content` is written only when the result is `Done`.
 FileRead ReadFile(const Base::TrustedPath& file, std::string& content);
 
-// Atomically replaces the file `name` in the locked `folder`, or creates it. An existing file keeps
-// its mode and, where possible, its owner. False: the old file is unchanged, or there is still
-// none; also for a content that `ReadFile` would reject as too large.
-bool ReplaceFile(const std::string& name, const std::string& content, const FolderLock& folder);
+// Atomically replaces the file `name` in the locked `directory`, or creates it. An existing file
+// keeps its mode and, where possible, its owner. False: the old file is unchanged, or there is
+// still none; also for a content that `ReadFile` would reject as too large.
+bool ReplaceFile(const std::string& name, const std::string& content,
+                 const DirectoryLock& directory);
 
 }  // namespace HostKit

@@ -35,21 +35,21 @@ path Home() {
 }
 
 // By convention, relative paths in these variables are ignored.
-path BaseFolder(const char* variable, const char* belowHome) {
+path BaseDirectory(const char* variable, const char* belowHome) {
   const path base = Variable(variable);
   return (base.is_absolute() ? base : Home() / belowHome) / "corvane";
 }
 
 }  // namespace
 
-path ConfigFolder() {
-  const std::string folder = Variable("CORVANE_CONFIG_DIR");
-  return folder.empty() ? BaseFolder("XDG_CONFIG_HOME", ".config") : path(folder);
+path ConfigDirectory() {
+  const std::string directory = Variable("CORVANE_CONFIG_DIR");
+  return directory.empty() ? BaseDirectory("XDG_CONFIG_HOME", ".config") : path(directory);
 }
 
 path DatabaseFile() {
   const std::string file = Variable("CORVANE_DATABASE");
-  return file.empty() ? BaseFolder("XDG_STATE_HOME", ".local/state") / "corvane.db" : path(file);
+  return file.empty() ? BaseDirectory("XDG_STATE_HOME", ".local/state") / "corvane.db" : path(file);
 }
 
 path SysfsRoot() {

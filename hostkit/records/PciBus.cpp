@@ -1,4 +1,4 @@
-// The PCI bus as sysfs shows it: a folder per device, named by its address, with its identity in
+// The PCI bus as sysfs shows it: a directory per device, named by its address, with its identity in
 // small text files.
 #include <algorithm>
 #include <charconv>
@@ -71,10 +71,11 @@ bool IsOneOf(const std::filesystem::path& device, const std::vector<std::uint32_
 }
 
 std::vector<Address> FindDevices(const std::vector<std::uint32_t>& identities) {
-  const std::filesystem::path folder = (HostKit::SysfsRoot() / "bus" / "pci" / "devices").native();
+  const std::filesystem::path directory =
+      (HostKit::SysfsRoot() / "bus" / "pci" / "devices").native();
   std::vector<Address> found;
   std::error_code error;
-  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+  for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
        entry.increment(error)) {
     const auto address = ParseAddress(entry->path().filename().native());
     if (address && IsOneOf(entry->path(), identities)) found.push_back(*address);

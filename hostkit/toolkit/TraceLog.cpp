@@ -55,7 +55,7 @@ void RequireNone(const std::string& objection) {
 void MakeWithoutFollowing(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
   RequireNone(trusted.m_Objection);
-  CreateFolders(std::filesystem::path(path).parent_path());
+  CreateDirectories(std::filesystem::path(path).parent_path());
   // Below /proc, the descriptors of a process are links to the open files.
   const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
   const Base::Descriptor file =

@@ -32,7 +32,8 @@ class SnapshotSession : public Console::Session {
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<HostKit::LoggedEvent> CollectEvents() override { return {}; }
   using Session::WaitForNotification;
-  bool WaitForNotification(std::chrono::milliseconds atMost, const Console::WaitSet& also) override;
+  bool WaitForNotification(std::chrono::milliseconds timeout,
+                           const Console::WaitSet& also) override;
 
  private:
   const PI::CObject& Require(const char* what, std::uint64_t object) const;

@@ -13,9 +13,9 @@ constexpr const char* kOfRoot = "/run/corvane/corvane.sock";
 std::filesystem::path DefaultSocket() {
   if (const char* const socket = secure_getenv("CORVANE_SOCKET")) return socket;
   if (geteuid() == 0) return kOfRoot;
-  const char* const folder = secure_getenv("XDG_RUNTIME_DIR");
-  return folder == nullptr ? std::filesystem::path()
-                           : std::filesystem::path(folder) / "corvane" / "corvane.sock";
+  const char* const directory = secure_getenv("XDG_RUNTIME_DIR");
+  return directory == nullptr ? std::filesystem::path()
+                              : std::filesystem::path(directory) / "corvane" / "corvane.sock";
 }
 
 std::vector<std::filesystem::path> ClientSockets() {

@@ -90,9 +90,9 @@ void EventStream::ThrowIfRefused(CURLcode code) const {
   if (status != 200) throw ServiceEndedFailure(m_Socket, false);
 }
 
-bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds atMost,
+bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds timeout,
                        const Console::WaitSet& also) {
-  const Console::Deadline deadline(atMost);
+  const Console::Deadline deadline(timeout);
   if (!m_Connection) Connect(after);
   while (!HasNews()) {
     if (deadline.IsOver() || Console::IsStopRequested()) return false;
@@ -101,7 +101,7 @@ bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds atMost,
     constexpr std::chrono::milliseconds kPause(20);
     const bool isConnected = socket != CURL_SOCKET_BAD;
     const bool isReadable = Console::WaitReadable(
-        isConnected ? socket : -1, deadline.Left(isConnected ? atMost : kPause), also);
+        isConnected ? socket : -1, deadline.Left(isConnected ? timeout : kPause), also);
     if (isConnected && !isReadable) return false;
   }
   return true;

@@ -24,7 +24,7 @@ class EventStream {
   // connection. False when the time is up, a stop signal arrived or one of `also` is ready. Throws
   // `Console::Failure` if the service does not accept the stream; if it ends, returns true, and the
   // next call connects again.
-  bool Wait(std::int64_t after, std::chrono::milliseconds atMost, const Console::WaitSet& also);
+  bool Wait(std::int64_t after, std::chrono::milliseconds timeout, const Console::WaitSet& also);
 
  private:
   struct Connection;

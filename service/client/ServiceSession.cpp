@@ -142,9 +142,9 @@ std::vector<HostKit::EventCount> ServiceSession::CountEvents() {
   });
 }
 
-bool ServiceSession::WaitForNotification(std::chrono::milliseconds atMost,
+bool ServiceSession::WaitForNotification(std::chrono::milliseconds timeout,
                                          const Console::WaitSet& also) {
-  return m_Stream.Wait(m_Seen, atMost, also);
+  return m_Stream.Wait(m_Seen, timeout, also);
 }
 
 }  // namespace Service

@@ -33,7 +33,8 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<Console::LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
-  bool WaitForNotification(std::chrono::milliseconds atMost, const Console::WaitSet& also) override;
+  bool WaitForNotification(std::chrono::milliseconds timeout,
+                           const Console::WaitSet& also) override;
 
  private:
   struct State {

@@ -13,7 +13,7 @@
 #include "base/TrustedPath.h"
 #include "console/base/Failure.h"
 #include "console/base/TextFile.h"
-#include "service/hooks/ProgramFolder.h"
+#include "service/hooks/ProgramDirectory.h"
 #include "service/hooks/ProgramRun.h"
 
 namespace Hooks {
@@ -141,7 +141,7 @@ void EventPrograms::RunPrograms(const Event& event) const {
   run.m_Timeout = m_Settings.m_Timeout;
   run.m_Stop = m_StopNow.Number();
   for (const auto& file :
-       FindPrograms(m_Settings.m_Folder, [this](const std::string& text) { Report(text); })) {
+       FindPrograms(m_Settings.m_Directory, [this](const std::string& text) { Report(text); })) {
     if (m_MustEnd) return;
     run.m_File = file;
     const ProgramResult result = Run(run);

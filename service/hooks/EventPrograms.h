@@ -1,4 +1,4 @@
-// Runs the programs of a folder on each event.
+// Runs the programs of a directory on each event.
 #pragma once
 
 #include <atomic>
@@ -24,7 +24,7 @@ struct Event {
 };
 
 struct ProgramSettings {
-  std::filesystem::path m_Folder;
+  std::filesystem::path m_Directory;
   // Keeps the number of the last event whose programs were started; empty: not kept.
   std::filesystem::path m_StateFile;
   std::chrono::milliseconds m_Timeout{30000};  // of a program
@@ -36,7 +36,7 @@ struct ProgramSettings {
 };
 
 // The programs of one event run one after the other, by name; those of different events at the same
-// time. The folder is read for each event.
+// time. The directory is read for each event.
 //
 // No program runs twice for an event: the event's number is in the state file before the first
 // program starts. If the service is killed in between, some or all programs have not run for that

@@ -90,10 +90,10 @@ Base::Descriptor MakeSocket(int family) {
 }
 
 // Two services that start at the same time must not both replace the other's socket.
-Base::Descriptor LockFolder(const std::filesystem::path& path) {
-  const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
-  Base::Descriptor file = Base::OpenAt(AT_FDCWD, folder, O_RDONLY | O_DIRECTORY);
-  Check(file.IsOpen() && flock(file.Get(), LOCK_EX) == 0, folder);
+Base::Descriptor LockDirectory(const std::filesystem::path& path) {
+  const std::filesystem::path directory = path.has_parent_path() ? path.parent_path() : ".";
+  Base::Descriptor file = Base::OpenAt(AT_FDCWD, directory, O_RDONLY | O_DIRECTORY);
+  Check(file.IsOpen() && flock(file.Get(), LOCK_EX) == 0, directory);
   return file;
 }
 
@@ -119,7 +119,7 @@ void RemoveStale(const std::string& path, const Address& address) {
 Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
                             std::optional<gid_t> group) {
   Address address = UnixAddress(path);
-  const Base::Descriptor lock = LockFolder(path);
+  const Base::Descriptor lock = LockDirectory(path);
   RemoveStale(path, address);
   Base::Descriptor socket = MakeSocket(AF_UNIX);
   Check(bind(socket.Get(), address.Get(), address.m_Size) == 0, path);

@@ -25,7 +25,7 @@ bool IsParameter(std::string_view segment) {
   return segment.size() > 2 && segment.front() == '{' && segment.back() == '}';
 }
 
-// Names of files and folders could mean something else to a handler than to this table.
+// Names of files and directories could mean something else to a handler than to this table.
 bool IsParameterValue(std::string_view value) {
   return !value.empty() && value != "." && value != ".." && value.find('/') == value.npos;
 }

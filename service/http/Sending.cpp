@@ -34,11 +34,11 @@ void Free(void* owned) {
 }
 
 // The reader must not return 0 unless the connection is suspended.
-ssize_t ReadStream(void* owned, uint64_t, char* into, size_t atMost) {
+ssize_t ReadStream(void* owned, uint64_t, char* into, size_t timeout) {
   try {
     const auto& [stream, gate] = *static_cast<StreamReader*>(owned);
     for (;;) {
-      const auto count = stream->Take(into, atMost);
+      const auto count = stream->Take(into, timeout);
       if (!count && stream->IsCut()) return MHD_CONTENT_READER_END_WITH_ERROR;
       if (!count) return MHD_CONTENT_READER_END_OF_STREAM;
       if (*count > 0) return static_cast<ssize_t>(*count);

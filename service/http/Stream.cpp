@@ -53,19 +53,19 @@ bool Stream::IsCut() const {
   return m_IsCut;
 }
 
-std::optional<std::size_t> Stream::Take(char* into, std::size_t atMost) {
+std::optional<std::size_t> Stream::Take(char* into, std::size_t timeout) {
   {
     const Base::MutexLock lock(m_Lock);
     if (m_IsCut) return std::nullopt;
-    if (const std::size_t count = TakeLocked(into, atMost); count > 0) return count;
+    if (const std::size_t count = TakeLocked(into, timeout); count > 0) return count;
     if (m_IsClosed) return std::nullopt;
   }
   if (HasDrained() && m_OnDrained) m_OnDrained();
   return 0;
 }
 
-std::size_t Stream::TakeLocked(char* into, std::size_t atMost) {
-  const std::size_t count = m_Text.copy(into, atMost, m_Taken);
+std::size_t Stream::TakeLocked(char* into, std::size_t timeout) {
+  const std::size_t count = m_Text.copy(into, timeout, m_Taken);
   m_Taken += count;
   if (count > 0) m_IsDrained = false;
   if (m_Taken == m_Text.size()) {

@@ -40,8 +40,8 @@ class Stream : public Unfinished {
 
   // For the server.
   const std::string& ContentType() const { return m_ContentType; }
-  // Moves up to `atMost` bytes. 0 if there are none now, empty if there will be none.
-  std::optional<std::size_t> Take(char* into, std::size_t atMost);
+  // Moves up to `timeout` bytes. 0 if there are none now, empty if there will be none.
+  std::optional<std::size_t> Take(char* into, std::size_t timeout);
   // Whether it ended before everything was taken, so that the client must not see a regular end.
   bool IsCut() const;
   void Abort() override;
@@ -51,7 +51,7 @@ class Stream : public Unfinished {
 
  private:
   bool Queue(std::string_view text) HOST_REQUIRES(m_Lock);
-  std::size_t TakeLocked(char* into, std::size_t atMost) HOST_REQUIRES(m_Lock);
+  std::size_t TakeLocked(char* into, std::size_t timeout) HOST_REQUIRES(m_Lock);
   bool HasDrained();
 
   const std::size_t m_Bytes;

@@ -111,8 +111,8 @@ TEST(WriteAll, WritesMoreThanOneCallAccepts) {
 }
 
 TEST(ReadAll, ReadsUpToTheLimit) {
-  const TemporaryFolder folder;
-  const auto name = folder.Path() / "file";
+  const TemporaryDirectory directory;
+  const auto name = directory.Path() / "file";
   const std::string content(40000, 'x');  // more than one call reads
   WriteText(name, content);
   const auto read = [&name](std::size_t limit, std::string& text) {

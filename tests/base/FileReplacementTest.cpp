@@ -18,17 +18,18 @@ namespace {
 
 class Replacing : public testing::Test {
  protected:
-  Replacing() : m_Opened(Base::OpenAt(AT_FDCWD, m_Folder.Path().string(), O_PATH | O_DIRECTORY)) {
+  Replacing()
+      : m_Opened(Base::OpenAt(AT_FDCWD, m_Directory.Path().string(), O_PATH | O_DIRECTORY)) {
     WriteText(Target(), "old");
   }
 
-  std::filesystem::path Target() const { return m_Folder.Path() / "file"; }
-  int Folder() const { return m_Opened.Get(); }
+  std::filesystem::path Target() const { return m_Directory.Path() / "file"; }
+  int Directory() const { return m_Opened.Get(); }
 
-  // The names in the folder: "file file.1a2b3c4d".
+  // The names in the directory: "file file.1a2b3c4d".
   std::string Names() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_Folder.Path())) {
+    for (const auto& entry : std::filesystem::directory_iterator(m_Directory.Path())) {
       names.push_back(entry.path().filename().string());
     }
     std::sort(names.begin(), names.end());
@@ -37,12 +38,12 @@ class Replacing : public testing::Test {
     return text;
   }
 
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
   Base::Descriptor m_Opened;
 };
 
 TEST_F(Replacing, ShowsTheOldFileUntilTheNewOneIsComplete) {
-  Base::FileReplacement replacement(Folder(), "file");
+  Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
   ASSERT_EQ(0, replacement.Write("new "));
   EXPECT_EQ("old", ReadText(Target()));
@@ -56,7 +57,7 @@ TEST_F(Replacing, ShowsTheOldFileUntilTheNewOneIsComplete) {
 
 TEST_F(Replacing, CreatesAMissingFile) {
   std::filesystem::remove(Target());
-  Base::FileReplacement replacement(Folder(), "file");
+  Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenUniqueDraft("file.", 0600));
   ASSERT_EQ(0, replacement.Write("new"));
   ASSERT_EQ(0, replacement.Install());
@@ -65,7 +66,7 @@ TEST_F(Replacing, CreatesAMissingFile) {
 
 TEST_F(Replacing, RemovesADraftThatIsNotInstalled) {
   {
-    Base::FileReplacement replacement(Folder(), "file");
+    Base::FileReplacement replacement(Directory(), "file");
     ASSERT_EQ(0, replacement.OpenUniqueDraft("file.", 0600));
     ASSERT_EQ(0, replacement.Write("new"));
     EXPECT_TRUE(std::regex_match(Names(), std::regex("file file\\.[0-9a-f]{8}"))) << Names();
@@ -75,10 +76,10 @@ TEST_F(Replacing, RemovesADraftThatIsNotInstalled) {
 }
 
 TEST_F(Replacing, ReplacesALeftoverDraftAndDoesNotFollowLinks) {
-  const auto victim = m_Folder.Path() / "victim";
+  const auto victim = m_Directory.Path() / "victim";
   WriteText(victim, "precious");
-  std::filesystem::create_symlink(victim, m_Folder.Path() / "draft");
-  Base::FileReplacement replacement(Folder(), "file");
+  std::filesystem::create_symlink(victim, m_Directory.Path() / "draft");
+  Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
   ASSERT_EQ(0, replacement.Write("new"));
   ASSERT_EQ(0, replacement.Install());
@@ -88,7 +89,7 @@ TEST_F(Replacing, ReplacesALeftoverDraftAndDoesNotFollowLinks) {
 }
 
 TEST_F(Replacing, CreatesTheDraftWithTheRequestedMode) {
-  Base::FileReplacement replacement(Folder(), "file");
+  Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0640));
   struct stat status {};
   ASSERT_EQ(0, fstat(replacement.Draft().Get(), &status));
@@ -96,7 +97,7 @@ TEST_F(Replacing, CreatesTheDraftWithTheRequestedMode) {
 }
 
 TEST_F(Replacing, ReturnsTheNewFile) {
-  Base::FileReplacement replacement(Folder(), "file");
+  Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
   ASSERT_EQ(0, replacement.Write("new"));
   ASSERT_EQ(0, replacement.Install());
@@ -106,11 +107,11 @@ TEST_F(Replacing, ReturnsTheNewFile) {
   EXPECT_STREQ("new", text);
 }
 
-TEST_F(Replacing, ReportsAFolderInPlaceOfTheTarget) {
+TEST_F(Replacing, ReportsADirectoryInPlaceOfTheTarget) {
   std::filesystem::remove(Target());
   std::filesystem::create_directory(Target());
   {
-    Base::FileReplacement replacement(Folder(), "file");
+    Base::FileReplacement replacement(Directory(), "file");
     ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
     ASSERT_EQ(0, replacement.Write("new"));
     EXPECT_EQ(EISDIR, replacement.Install());
@@ -118,9 +119,9 @@ TEST_F(Replacing, ReportsAFolderInPlaceOfTheTarget) {
   EXPECT_EQ("file", Names());
 }
 
-TEST_F(Replacing, ReportsAMissingFolder) {
-  Base::FileReplacement replacement(Folder(), "file");
-  std::filesystem::remove_all(m_Folder.Path());
+TEST_F(Replacing, ReportsAMissingDirectory) {
+  Base::FileReplacement replacement(Directory(), "file");
+  std::filesystem::remove_all(m_Directory.Path());
   EXPECT_EQ(ENOENT, replacement.OpenUniqueDraft("file.", 0600));
   EXPECT_EQ(ENOENT, replacement.OpenDraft("draft", 0600));
 }
@@ -134,7 +135,7 @@ TEST_F(Replacing, LeavesTheOldFileWhenTheDiskIsFull) {
     setrlimit(RLIMIT_FSIZE, &limit);
     int error = 0;
     {
-      Base::FileReplacement replacement(Folder(), "file");
+      Base::FileReplacement replacement(Directory(), "file");
       if (replacement.OpenDraft("draft", 0600) != 0) _exit(1);
       error = replacement.Write("new");
     }

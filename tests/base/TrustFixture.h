@@ -1,4 +1,4 @@
-// Files, links and folders of this user and of others, in a temporary folder.
+// Files, links and directories of this user and of others, in a temporary directory.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -33,17 +33,17 @@ class TrustFixture : public testing::Test {
  protected:
   using Path = std::filesystem::path;
 
-  TrustFixture() { chmod(m_Folder.Path().c_str(), 0755); }
+  TrustFixture() { chmod(m_Directory.Path().c_str(), 0755); }
 
   static void SkipUnlessRoot() {
     if (!IsRoot()) GTEST_SKIP() << "only root can create files of another user";
   }
 
-  Path Folder(const std::string& name, mode_t mode) const {
-    const Path folder = m_Folder.Path() / name;
-    std::filesystem::create_directory(folder);
-    chmod(folder.c_str(), mode);
-    return folder;
+  Path Directory(const std::string& name, mode_t mode) const {
+    const Path directory = m_Directory.Path() / name;
+    std::filesystem::create_directory(directory);
+    chmod(directory.c_str(), mode);
+    return directory;
   }
   static Path File(const Path& file, mode_t mode = 0644) {
     WriteText(file, "text");
@@ -59,11 +59,11 @@ class TrustFixture : public testing::Test {
     return file;
   }
 
-  // Removes the temporary folder from an objection.
+  // Removes the temporary directory from an objection.
   std::string WithoutRoot(const std::string& objection) const {
-    const std::string prefix = m_Folder.Path().string() + "/";
+    const std::string prefix = m_Directory.Path().string() + "/";
     return objection.rfind(prefix, 0) == 0 ? objection.substr(prefix.size()) : objection;
   }
 
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
 };

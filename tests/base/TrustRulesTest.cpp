@@ -18,7 +18,7 @@ struct stat Entry(mode_t mode, uid_t owner, gid_t group = 1000, nlink_t names = 
   return status;
 }
 
-// A case of the rules for folders and for code.
+// A case of the rules for directories and for code.
 struct Rule {
   const char* m_Name;
   mode_t m_Mode;
@@ -28,7 +28,7 @@ struct Rule {
   const char* m_Objection;
 };
 
-const Rule kFolders[] = {
+const Rule kDirectories[] = {
     {"root's own", 0755, kRoot, 0, kRoot, ""},
     {"root's group may write", 0775, kRoot, 0, kRoot, ""},
     {"another group may write", 0775, kRoot, 1000, kRoot, kOthers},
@@ -40,14 +40,14 @@ const Rule kFolders[] = {
     {"another user's, for a user", 0777, kBob, 1001, kAnn, ""},
 };
 
-TEST(TrustRules, CheckFolders) {
-  for (const Rule& each : kFolders) {
-    const auto folder = Entry(S_IFDIR | each.m_Mode, each.m_Owner, each.m_Group);
-    EXPECT_EQ(each.m_Objection, Base::ObjectionToFolder(folder, each.m_User)) << each.m_Name;
+TEST(TrustRules, CheckDirectories) {
+  for (const Rule& each : kDirectories) {
+    const auto directory = Entry(S_IFDIR | each.m_Mode, each.m_Owner, each.m_Group);
+    EXPECT_EQ(each.m_Objection, Base::ObjectionToDirectory(directory, each.m_User)) << each.m_Name;
   }
 }
 
-TEST(TrustRules, CheckTheOwnersOfLinksInOpenFolders) {
+TEST(TrustRules, CheckTheOwnersOfLinksInOpenDirectories) {
   const auto anns = Entry(S_IFLNK | 0777, kAnn);
   EXPECT_EQ("", Base::ObjectionToComponent(true, anns, kAnn));
   EXPECT_EQ("belongs to uid 1000", Base::ObjectionToComponent(true, anns, kBob));
@@ -59,7 +59,7 @@ TEST(TrustRules, CheckTheOwnersOfLinksInOpenFolders) {
 
 struct FileRule {
   const char* m_Name;
-  bool m_IsInSharedFolder;
+  bool m_IsInSharedDirectory;
   mode_t m_Mode;
   uid_t m_Owner;
   nlink_t m_Names;
@@ -72,23 +72,24 @@ const FileRule kFiles[] = {
     {"a user's, for root", false, S_IFREG | 0644, kAnn, 1, kRoot, "belongs to uid 1000"},
     {"root's, a group may write", false, S_IFREG | 0664, kRoot, 1, kRoot, kOthers},
     {"root's, all may write", false, S_IFREG | 0646, kRoot, 1, kRoot, kOthers},
-    {"two names, closed folder", false, S_IFREG | 0644, kRoot, 2, kRoot, ""},
-    {"two names, open folder", true, S_IFREG | 0644, kRoot, 2, kRoot, "has a second hard link"},
-    {"the user's, open folder", true, S_IFREG | 0666, kAnn, 1, kAnn, ""},
+    {"two names, closed directory", false, S_IFREG | 0644, kRoot, 2, kRoot, ""},
+    {"two names, open directory", true, S_IFREG | 0644, kRoot, 2, kRoot, "has a second hard link"},
+    {"the user's, open directory", true, S_IFREG | 0666, kAnn, 1, kAnn, ""},
     {"the user's, two names", true, S_IFREG | 0644, kAnn, 2, kAnn, "has a second hard link"},
     {"root's, for a user", true, S_IFREG | 0644, kRoot, 1, kAnn, ""},
-    {"another user's, open folder", true, S_IFREG | 0644, kBob, 1, kAnn, "belongs to uid 1001"},
-    {"another user's, closed folder", false, S_IFREG | 0666, kBob, 1, kAnn, ""},
+    {"another user's, open directory", true, S_IFREG | 0644, kBob, 1, kAnn, "belongs to uid 1001"},
+    {"another user's, closed directory", false, S_IFREG | 0666, kBob, 1, kAnn, ""},
     {"a device", true, S_IFCHR | 0666, kBob, 1, kRoot, ""},
     {"a disk", true, S_IFBLK | 0666, kBob, 1, kRoot, ""},
-    {"a folder has many names", true, S_IFDIR | 0777, kRoot, 3, kRoot, ""},
-    {"another user's folder", true, S_IFDIR | 0755, kBob, 2, kRoot, "belongs to uid 1001"},
+    {"a directory has many names", true, S_IFDIR | 0777, kRoot, 3, kRoot, ""},
+    {"another user's directory", true, S_IFDIR | 0755, kBob, 2, kRoot, "belongs to uid 1001"},
 };
 
 TEST(TrustRules, CheckFiles) {
   for (const FileRule& each : kFiles) {
     const auto file = Entry(each.m_Mode, each.m_Owner, 1000, each.m_Names);
-    EXPECT_EQ(each.m_Objection, Base::ObjectionToFile(each.m_IsInSharedFolder, file, each.m_User))
+    EXPECT_EQ(each.m_Objection,
+              Base::ObjectionToFile(each.m_IsInSharedDirectory, file, each.m_User))
         << each.m_Name;
   }
 }
@@ -101,8 +102,8 @@ const Rule kCode[] = {
     {"all may write", S_IFREG | 0757, kAnn, 1000, kAnn, kOthers},
     {"a user's group may write", S_IFREG | 0775, kAnn, 1000, kAnn, ""},
     {"a group may write root's", S_IFREG | 0775, kRoot, 1000, kRoot, kOthers},
-    {"an open folder", S_IFDIR | 0777, kAnn, 1000, kAnn, kOthers},
-    {"a sticky folder", S_IFDIR | 01777, kRoot, 0, kAnn, kOthers},
+    {"an open directory", S_IFDIR | 0777, kAnn, 1000, kAnn, kOthers},
+    {"a sticky directory", S_IFDIR | 01777, kRoot, 0, kAnn, kOthers},
     {"a device", S_IFCHR | 0666, kRoot, 0, kAnn, ""},
 };
 
@@ -115,9 +116,9 @@ TEST(TrustRules, CheckCodeForEveryUserAsStrictlyAsForRoot) {
 
 TEST(TrustRules, LetRootCreateFilesThatOthersCannotWrite) {
   EXPECT_EQ(0644U, Base::NewFileMode(kRoot));
-  EXPECT_EQ(0755U, Base::NewFolderMode(kRoot));
+  EXPECT_EQ(0755U, Base::NewDirectoryMode(kRoot));
   EXPECT_EQ(0666U, Base::NewFileMode(kAnn));
-  EXPECT_EQ(0777U, Base::NewFolderMode(kAnn));
+  EXPECT_EQ(0777U, Base::NewDirectoryMode(kAnn));
 }
 
 }  // namespace

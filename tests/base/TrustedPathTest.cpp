@@ -1,5 +1,5 @@
-// Paths with files, links and folders that another user could have placed there. Some tests require
-// root, because they create files of another user.
+// Paths with files, links and directories that another user could have placed there. Some tests
+// require root, because they create files of another user.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -22,26 +22,26 @@ class TrustedPath : public TrustFixture {
 };
 
 TEST_F(TrustedPath, AcceptsOwnFilesAndLinks) {
-  const auto own = Folder("own", 0700);
+  const auto own = Directory("own", 0700);
   EXPECT_EQ(Why(File(own / "file")), "");
   EXPECT_EQ(Why(own / "missing"), "");
-  EXPECT_EQ(Why(own / "no" / "such" / "folder" / "file"), "");
+  EXPECT_EQ(Why(own / "no" / "such" / "directory" / "file"), "");
   EXPECT_EQ(Why(Link("file", own / "link")), "");
   EXPECT_EQ(Resolved(own / "link"), (own / "file").string());
-  EXPECT_EQ(Why(Link(own, m_Folder.Path() / "way") / "file"), "");
-  EXPECT_EQ(Resolved(m_Folder.Path() / "way" / "file"), (own / "file").string());
-  EXPECT_EQ(Resolved(m_Folder.Path() / "way" / ".." / "own" / "." / "file"),
+  EXPECT_EQ(Why(Link(own, m_Directory.Path() / "way") / "file"), "");
+  EXPECT_EQ(Resolved(m_Directory.Path() / "way" / "file"), (own / "file").string());
+  EXPECT_EQ(Resolved(m_Directory.Path() / "way" / ".." / "own" / "." / "file"),
             (own / "file").string());
   EXPECT_EQ(Resolved(own / "no" / "such" / "file"), (own / "no" / "such" / "file").string());
   EXPECT_EQ(Resolved("//" + (own / "file").string()), (own / "file").string());
 }
 
-TEST_F(TrustedPath, AcceptsOwnFilesInASharedFolder) {
-  const auto shared = Folder("shared", 01777);
+TEST_F(TrustedPath, AcceptsOwnFilesInASharedDirectory) {
+  const auto shared = Directory("shared", 01777);
   EXPECT_EQ(Why(File(shared / "file")), "");
   EXPECT_EQ(Why(shared / "missing"), "");
   EXPECT_EQ(Why(Link("file", shared / "link")), "");
-  EXPECT_EQ(Why(Folder("shared/own", 0700) / "file"), "");
+  EXPECT_EQ(Why(Directory("shared/own", 0700) / "file"), "");
 }
 
 TEST_F(TrustedPath, AcceptsDevicesAndOpenDescriptors) {
@@ -53,7 +53,7 @@ TEST_F(TrustedPath, AcceptsDevicesAndOpenDescriptors) {
 
 // For an ordinary user, opening the file reports the error.
 TEST_F(TrustedPath, RejectsPathsThatRootCannotResolve) {
-  const auto own = Folder("own", 0700);
+  const auto own = Directory("own", 0700);
   Link("b", own / "a");
   Link("a", own / "b");
   File(own / "file");
@@ -68,26 +68,26 @@ TEST_F(TrustedPath, RejectsPathsThatRootCannotResolve) {
   EXPECT_EQ(Resolved(own / name / "file"), (own / name / "file").string());
 }
 
-TEST_F(TrustedPath, ResolvesARelativePathFromTheCurrentFolder) {
+TEST_F(TrustedPath, ResolvesARelativePathFromTheCurrentDirectory) {
   const auto before = fs::current_path();
-  fs::current_path(m_Folder.Path());
-  EXPECT_EQ(Resolved("own.db"), (m_Folder.Path() / "own.db").string());
+  fs::current_path(m_Directory.Path());
+  EXPECT_EQ(Resolved("own.db"), (m_Directory.Path() / "own.db").string());
   fs::current_path(before);
 }
 
-TEST_F(TrustedPath, RejectsAFileWithASecondHardLinkInASharedFolder) {
-  const auto own = Folder("own", 0700);
-  const auto shared = Folder("shared", 01777);
+TEST_F(TrustedPath, RejectsAFileWithASecondHardLinkInASharedDirectory) {
+  const auto own = Directory("own", 0700);
+  const auto shared = Directory("shared", 01777);
   fs::create_hard_link(File(own / "file"), shared / "planted");
   EXPECT_EQ(Why(shared / "planted"), "shared/planted has a second hard link");
   EXPECT_EQ(Why(own / "file"), "");
 }
 
 TEST_F(TrustedPath, ChecksTheOpenedFileAgain) {
-  const auto shared = Folder("shared", 01777);
+  const auto shared = Directory("shared", 01777);
   const Base::TrustedPath before = Base::ResolveTrusted(shared / "file");
   EXPECT_EQ(before.m_Objection, "");
-  EXPECT_TRUE(before.m_IsInSharedFolder);
+  EXPECT_TRUE(before.m_IsInSharedDirectory);
   const Base::Descriptor opened(open(File(shared / "file").c_str(), O_RDONLY | O_CLOEXEC));
   EXPECT_EQ(Base::ObjectionToOpened(before, opened), "");
   fs::create_hard_link(shared / "file", shared / "other");
@@ -102,9 +102,10 @@ TEST_F(TrustedPath, ChecksTheOpenedFileAgain) {
   EXPECT_EQ(Base::ObjectionToOpened(before, Base::Descriptor()), "");
 }
 
-// A missing folder will be created as a folder, not as a link, so ".." leads back to its parent.
-TEST_F(TrustedPath, ResolvesDotDotAfterMissingFolders) {
-  const auto own = Folder("own", 0700);
+// A missing directory will be created as a directory, not as a link, so ".." leads back to its
+// parent.
+TEST_F(TrustedPath, ResolvesDotDotAfterMissingDirectories) {
+  const auto own = Directory("own", 0700);
   File(own / "file");
   EXPECT_EQ(Resolved(own / "missing" / ".." / "file"), (own / "file").string());
   EXPECT_EQ(Resolved(own / "missing" / "below" / ".." / "new"), (own / "missing" / "new").string());
@@ -116,35 +117,35 @@ class TrustedPathAsRoot : public TrustedPath {
 };
 
 TEST_F(TrustedPathAsRoot, RejectsFilesAndLinksOfAnotherUser) {
-  const auto shared = Folder("shared", 01777);
-  const auto own = Folder("own", 0755);
+  const auto shared = Directory("shared", 01777);
+  const auto own = Directory("own", 0755);
   File(own / "target");
   EXPECT_EQ(Why(Give(File(shared / "file"))), "shared/file belongs to uid 65534");
   EXPECT_EQ(Why(Give(Link(own / "target", shared / "link"))), "shared/link belongs to uid 65534");
   EXPECT_EQ(Why(Give(Link(own / "missing", shared / "void"))), "shared/void belongs to uid 65534");
   EXPECT_EQ(Why(Give(Link(own, shared / "way")) / "target"), "shared/way belongs to uid 65534");
-  EXPECT_EQ(Why(Give(Folder("shared/theirs", 0755)) / "file"),
+  EXPECT_EQ(Why(Give(Directory("shared/theirs", 0755)) / "file"),
             "shared/theirs belongs to uid 65534");
   EXPECT_EQ(Why(Give(File(own / "file"))), "own/file belongs to uid 65534");
 }
 
-TEST_F(TrustedPathAsRoot, RejectsFilesAndFoldersThatOthersCanWrite) {
-  EXPECT_EQ(Why(Folder("all", 0777) / "file"), "all can be written by other users");
-  EXPECT_EQ(Why(File(Folder("own", 0755) / "file", 0666)),
+TEST_F(TrustedPathAsRoot, RejectsFilesAndDirectoriesThatOthersCanWrite) {
+  EXPECT_EQ(Why(Directory("all", 0777) / "file"), "all can be written by other users");
+  EXPECT_EQ(Why(File(Directory("own", 0755) / "file", 0666)),
             "own/file can be written by other users");
-  const auto group = Folder("group", 0775);
+  const auto group = Directory("group", 0775);
   EXPECT_EQ(Why(group / "file"), "");  // root's own group
   EXPECT_EQ(chown(group.c_str(), 0, kOtherUser), 0);
   EXPECT_EQ(Why(group / "file"), "group can be written by other users");
-  // A path may also reach such a folder through a link.
-  EXPECT_EQ(Why(Link(m_Folder.Path() / "all", m_Folder.Path() / "link") / "file"),
+  // A path may also reach such a directory through a link.
+  EXPECT_EQ(Why(Link(m_Directory.Path() / "all", m_Directory.Path() / "link") / "file"),
             "all can be written by other users");
 }
 
 TEST_F(TrustedPathAsRoot, RejectsFilesThatAnAccessListLetsOthersWrite) {
-  const auto shared = Folder("shared", 0755);
-  const auto file = File(Folder("own", 0755) / "file");
-  const auto link = Link("file", m_Folder.Path() / "own" / "link");
+  const auto shared = Directory("shared", 0755);
+  const auto file = File(Directory("own", 0755) / "file");
+  const auto link = Link("file", m_Directory.Path() / "own" / "link");
   if (!ShareByAccessList(shared)) GTEST_SKIP() << "the file system has no access lists";
   ASSERT_TRUE(ShareByAccessList(file));
   EXPECT_EQ(Why(shared / "missing"), "shared can be written by other users");
@@ -155,31 +156,31 @@ TEST_F(TrustedPathAsRoot, RejectsFilesThatAnAccessListLetsOthersWrite) {
             "own/file can be written by other users");
 }
 
-TEST_F(TrustedPathAsRoot, ChecksTheFoldersAfterAMissingOne) {
-  Give(Folder("theirs", 0755));
-  EXPECT_EQ(Why(Folder("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),
+TEST_F(TrustedPathAsRoot, ChecksTheDirectoriesAfterAMissingOne) {
+  Give(Directory("theirs", 0755));
+  EXPECT_EQ(Why(Directory("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),
             "theirs belongs to uid 65534");
 }
 
-// Links in /proc may lead to a folder of any user.
-TEST_F(TrustedPathAsRoot, ChecksTheFoldersThatProcLinksTo) {
-  const auto theirs = Give(Folder("theirs", 0755));
-  const auto inside = Folder("theirs/inside", 0755);
+// Links in /proc may lead to a directory of any user.
+TEST_F(TrustedPathAsRoot, ChecksTheDirectoriesThatProcLinksTo) {
+  const auto theirs = Give(Directory("theirs", 0755));
+  const auto inside = Directory("theirs/inside", 0755);
   const auto before = fs::current_path();
   fs::current_path(inside);
   EXPECT_EQ(Why("/proc/self/cwd/file"), "theirs belongs to uid 65534");
   fs::current_path(before);
   EXPECT_EQ(Why("/proc/self/root" + theirs.string() + "/file"), "theirs belongs to uid 65534");
-  const int folder = open(inside.c_str(), O_PATH | O_CLOEXEC);
-  EXPECT_EQ(Why("/proc/self/fd/" + std::to_string(folder) + "/file"),
+  const int directory = open(inside.c_str(), O_PATH | O_CLOEXEC);
+  EXPECT_EQ(Why("/proc/self/fd/" + std::to_string(directory) + "/file"),
             "theirs belongs to uid 65534");
-  close(folder);
+  close(directory);
 }
 
-TEST_F(TrustedPathAsRoot, LetsAnOrdinaryUserShareFoldersAndFiles) {
-  const auto theirs = Give(Folder("theirs", 0777), 1);
+TEST_F(TrustedPathAsRoot, LetsAnOrdinaryUserShareDirectoriesAndFiles) {
+  const auto theirs = Give(Directory("theirs", 0777), 1);
   Give(File(theirs / "of-root", 0666), 0);
-  const auto group = Give(Folder("group", 0775), 1);
+  const auto group = Give(Directory("group", 0775), 1);
   Give(File(group / "shared", 0666), 1);
   const AsUser user(kOtherUser);
   EXPECT_EQ(Why(theirs / "of-root"), "");
@@ -187,8 +188,8 @@ TEST_F(TrustedPathAsRoot, LetsAnOrdinaryUserShareFoldersAndFiles) {
   EXPECT_EQ(Why(group / "shared"), "");
 }
 
-TEST_F(TrustedPathAsRoot, RejectsFilesOfOthersInASharedFolderForAnOrdinaryUser) {
-  const auto shared = Folder("shared", 01777);
+TEST_F(TrustedPathAsRoot, RejectsFilesOfOthersInASharedDirectoryForAnOrdinaryUser) {
+  const auto shared = Directory("shared", 01777);
   Give(File(shared / "file", 0666), 1);
   Give(Link("/etc", shared / "link"), 1);
   const AsUser user(kOtherUser);
@@ -196,13 +197,13 @@ TEST_F(TrustedPathAsRoot, RejectsFilesOfOthersInASharedFolderForAnOrdinaryUser) 
   EXPECT_EQ(Why(shared / "link" / "passwd"), "shared/link belongs to uid 1");
 }
 
-// The other user can replace the contents of the folder at any time.
-TEST_F(TrustedPathAsRoot, RejectsFoldersOfOthersInASharedFolderForAnOrdinaryUser) {
-  const auto shared = Folder("shared", 01777);
-  const auto theirs = Give(Folder("shared/theirs", 0755), 1);
+// The other user can replace the contents of the directory at any time.
+TEST_F(TrustedPathAsRoot, RejectsDirectoriesOfOthersInASharedDirectoryForAnOrdinaryUser) {
+  const auto shared = Directory("shared", 01777);
+  const auto theirs = Give(Directory("shared/theirs", 0755), 1);
   Give(File(theirs / "file"), kOtherUser);
-  Give(Folder("shared/own", 0755), kOtherUser);
-  Give(File(Folder("shared/of-root", 0755) / "file"), kOtherUser);
+  Give(Directory("shared/own", 0755), kOtherUser);
+  Give(File(Directory("shared/of-root", 0755) / "file"), kOtherUser);
   const AsUser user(kOtherUser);
   EXPECT_EQ(Why(theirs), "shared/theirs belongs to uid 1");
   EXPECT_EQ(Why(theirs / "file"), "shared/theirs belongs to uid 1");
@@ -212,22 +213,22 @@ TEST_F(TrustedPathAsRoot, RejectsFoldersOfOthersInASharedFolderForAnOrdinaryUser
   EXPECT_EQ(Why(shared / "of-root" / "file"), "");
 }
 
-TEST_F(TrustedPathAsRoot, ReturnsTheWholePathOfARejectedFolder) {
-  const auto open = Folder("open", 0777);
-  EXPECT_EQ(Why(open / "folder" / "file"), "open can be written by other users");
-  EXPECT_EQ(Resolved(open / "folder" / "file"), (open / "folder" / "file").string());
-  const auto theirs = Give(Folder("theirs", 0755));
+TEST_F(TrustedPathAsRoot, ReturnsTheWholePathOfARejectedDirectory) {
+  const auto open = Directory("open", 0777);
+  EXPECT_EQ(Why(open / "directory" / "file"), "open can be written by other users");
+  EXPECT_EQ(Resolved(open / "directory" / "file"), (open / "directory" / "file").string());
+  const auto theirs = Give(Directory("theirs", 0755));
   EXPECT_EQ(Resolved(theirs / "file"), (theirs / "file").string());
-  const auto link = Link(theirs, m_Folder.Path() / "link");
+  const auto link = Link(theirs, m_Directory.Path() / "link");
   EXPECT_EQ(Resolved(link / "file"), (theirs / "file").string());
-  const auto shared = Folder("shared", 01777);
+  const auto shared = Directory("shared", 01777);
   Give(Link(theirs, shared / "link"));
   EXPECT_EQ(Resolved(shared / "link" / "file"), (shared / "link" / "file").string());
 }
 
 // The link is at the end of a chain that is too long for the kernel.
 TEST_F(TrustedPathAsRoot, ReportsTheRejectedLinkOfAnUnresolvablePath) {
-  const auto shared = Folder("shared", 01777);
+  const auto shared = Directory("shared", 01777);
   for (int i = 0; i < 40; ++i)
     Link("l" + std::to_string(i + 1), shared / ("l" + std::to_string(i)));
   Give(Link("file", shared / "l40"));

@@ -18,7 +18,7 @@ class Unopenable : public SimulatedCards {
  protected:
   // In a child process, because a lowered limit cannot be raised again. Returns its output.
   std::string InChild(const std::function<std::string()>& work) {
-    const auto answer = m_Folder / "answer";
+    const auto answer = m_Directory / "answer";
     FILE* kept = std::fopen(answer.c_str(), "w");
     const pid_t child = fork();
     if (child == 0) {
@@ -113,7 +113,7 @@ TEST_P(UnopenableCalls, FailOnAMissingFile) {
 }
 
 TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
-  // A folder in its place, which even root cannot read as a file.
+  // A directory in its place, which even root cannot read as a file.
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
   EXPECT_EQ(Failed("is not a regular file"), Answer());

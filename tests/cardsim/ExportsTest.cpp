@@ -25,7 +25,7 @@ bool BelongsToTheInterface(const std::string& name) {
 }
 
 TEST_F(Exports, AreTheInterfaceOnly) {
-  std::istringstream names(DefinedNames(m_Folder / "names"));
+  std::istringstream names(DefinedNames(m_Directory / "names"));
   std::string name, others;
   int functions = 0;
   while (std::getline(names, name)) {

@@ -1,4 +1,4 @@
-// A folder with a state file, and short forms of the card library's calls.
+// A directory with a state file, and short forms of the card library's calls.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ class SimulatedCards : public ::testing::Test {
   void SetUp() override {
     std::string pattern = (Root() / "cardsim-XXXXXX").string();
     ASSERT_NE(nullptr, mkdtemp(pattern.data()));
-    m_Folder = pattern;
+    m_Directory = pattern;
     setenv("CARDSIM_STATE", Path().c_str(), 1);
     File().Create();
     CardSim::Reset();
@@ -29,7 +29,7 @@ class SimulatedCards : public ::testing::Test {
   void TearDown() override {
     vsl_fini();
     CardSim::Reset();
-    std::filesystem::remove_all(m_Folder);
+    std::filesystem::remove_all(m_Directory);
   }
 
   // In memory, where syncing a file is fast.
@@ -39,7 +39,7 @@ class SimulatedCards : public ::testing::Test {
     return usable ? memory : std::filesystem::temp_directory_path();
   }
 
-  std::filesystem::path Path() const { return m_Folder / "cards.json"; }
+  std::filesystem::path Path() const { return m_Directory / "cards.json"; }
   CardSim::StateFile File() const { return CardSim::StateFile(Path()); }
 
   // A started library with one card of that device id.
@@ -80,7 +80,7 @@ class SimulatedCards : public ::testing::Test {
     return "no error";
   }
 
-  std::filesystem::path m_Folder;
+  std::filesystem::path m_Directory;
   vsl_error_record m_Error = {};
 };
 

@@ -12,7 +12,7 @@ class Output : public Program {
 
   // Errors and exit code of the program with its output redirected to `target`.
   std::string RunInto(const std::string& target, const std::string& arguments) {
-    const std::string err = (m_Folder / "err").string();
+    const std::string err = (m_Directory / "err").string();
     const int status =
         std::system((CARDSIM_PROGRAM " " + arguments + " 2>" + err + " >" + target).c_str());
     return Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
@@ -99,9 +99,9 @@ const Printed kPrinted[] = {
 class PrintedTexts : public Output, public ::testing::WithParamInterface<Printed> {};
 
 TEST_P(PrintedTexts, ArePrintable) {
-  const std::string script = (m_Folder / "script").string();
+  const std::string script = (m_Directory / "script").string();
   std::ofstream(script) << CARDSIM_PROGRAM " " << GetParam().arguments << "\n";
-  const std::string out = (m_Folder / "out").string();
+  const std::string out = (m_Directory / "out").string();
   const int status = std::system(("LC_ALL=C.UTF-8 bash " + script + " >" + out + " 2>&1").c_str());
   EXPECT_EQ(GetParam().answer, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
 }
@@ -110,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kPrinted),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Output, AScenarioIsPrintedPrintably) {
-  const auto scenario = m_Folder / "scenario.json";
+  const auto scenario = m_Directory / "scenario.json";
   std::ofstream(scenario) << R"({"title": "a\u202eb", "steps": [
       {"do": "clear-failure", "what": "vsl_open", "say": "c\u009bd"}]})";
   EXPECT_EQ("a\\u202eb\n   0.0 s  c\\u009bd\n[0]", Run("play " + scenario.string()));
@@ -144,8 +144,8 @@ const Lost kLost[] = {
     {"Clear", "clear card0 FLASHBACK", kSaved},
     {"Fail", "fail vsl_open", kSaved},
     {"ClearFailure", "clear-failure vsl_open", kSaved},
-    {"Sysfs", "sysfs FOLDER/sys", ""},
-    {"Play", "play FOLDER/scenario.json", ""},
+    {"Sysfs", "sysfs DIRECTORY/sys", ""},
+    {"Play", "play DIRECTORY/scenario.json", ""},
     {"Help", "--help", ""},
     {"HelpOfACommand", "set --help", ""},
 };
@@ -153,11 +153,11 @@ const Lost kLost[] = {
 class LostOutput : public Output, public ::testing::WithParamInterface<Lost> {
  protected:
   std::string RunInto(const char* target) {
-    std::ofstream(m_Folder / "scenario.json")
+    std::ofstream(m_Directory / "scenario.json")
         << R"({"title": "a", "steps": [{"do": "clear-failure", "what": "vsl_open"}]})";
     std::string arguments = GetParam().arguments;
-    const auto folder = arguments.find("FOLDER");
-    if (folder != std::string::npos) arguments.replace(folder, 6, m_Folder.string());
+    const auto directory = arguments.find("DIRECTORY");
+    if (directory != std::string::npos) arguments.replace(directory, 6, m_Directory.string());
     return Output::RunInto(target, arguments);
   }
 };

@@ -15,7 +15,7 @@ class Play : public Program {
 
   // Writes a scenario file with that text.
   std::string Written(const std::string& text) {
-    const std::string path = (m_Folder / "scenario.json").string();
+    const std::string path = (m_Directory / "scenario.json").string();
     std::ofstream(path) << text;
     return path;
   }
@@ -30,15 +30,15 @@ class Play : public Program {
     if (child != 0) return child;
     // A test run in the background may have inherited the setting to ignore Ctrl-C.
     signal(SIGINT, SIG_DFL);
-    const bool ready = freopen((m_Folder / "out").c_str(), "w", stdout) != nullptr &&
-                       freopen((m_Folder / "err").c_str(), "w", stderr) != nullptr;
+    const bool ready = freopen((m_Directory / "out").c_str(), "w", stdout) != nullptr &&
+                       freopen((m_Directory / "err").c_str(), "w", stderr) != nullptr;
     if (ready) execl(CARDSIM_PROGRAM, "cardsim", "play", scenario.c_str(), nullptr);
     _exit(99);
   }
 
   // Waits until the started program has printed `line`.
   void WaitFor(const std::string& line) {
-    for (int i = 0; i < 15000 && Slurp(m_Folder / "out").find(line) == std::string::npos; ++i) {
+    for (int i = 0; i < 15000 && Slurp(m_Directory / "out").find(line) == std::string::npos; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
   }
@@ -47,7 +47,7 @@ class Play : public Program {
   std::string End(pid_t child) {
     int status = -1;
     waitpid(child, &status, 0);
-    return Slurp(m_Folder / "out") + Slurp(m_Folder / "err") + "[" +
+    return Slurp(m_Directory / "out") + Slurp(m_Directory / "err") + "[" +
            std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + "]";
   }
 };
@@ -76,7 +76,7 @@ TEST_F(Play, WaitsAsLongAsTheScenarioSays) {
 }
 
 TEST_F(Play, PlaysOnTheFileItIsGiven) {
-  const std::string other = (m_Folder / "other.json").string();
+  const std::string other = (m_Directory / "other.json").string();
   CardSim::StateFile(other).Create();
   const std::string scenario = WrittenSteps(R"({"do": "add", "what": "1000"})");
   EXPECT_EQ("A scenario\n   0.0 s  added card0, 1000\n[0]",
@@ -94,10 +94,10 @@ TEST_F(Play, AnInvalidScenarioChangesNothing) {
 }
 
 TEST_F(Play, ReportsAnInvalidScenarioInOneLine) {
-  EXPECT_EQ("cardsim: " + (m_Folder / "none").string() + ": cannot be opened\n[1]",
-            Run("play " + (m_Folder / "none").string()));
-  EXPECT_EQ("cardsim: " + m_Folder.string() + ": cannot be read\n[1]",
-            Run("play " + m_Folder.string()));
+  EXPECT_EQ("cardsim: " + (m_Directory / "none").string() + ": cannot be opened\n[1]",
+            Run("play " + (m_Directory / "none").string()));
+  EXPECT_EQ("cardsim: " + m_Directory.string() + ": cannot be read\n[1]",
+            Run("play " + m_Directory.string()));
   EXPECT_EQ("cardsim: /dev/zero: is too large for a scenario\n[1]", Run("play /dev/zero"));
   const std::string scenario = WrittenSteps(R"({"do": "a\nb"})");
   EXPECT_EQ(

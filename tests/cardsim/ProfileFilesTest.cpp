@@ -11,8 +11,8 @@ class ProfileFiles : public Program {
  protected:
   void SetUp() override {
     Program::SetUp();
-    fs::create_directory(Folder());
-    setenv("CARDSIM_PROFILES", Folder().c_str(), 1);
+    fs::create_directory(Directory());
+    setenv("CARDSIM_PROFILES", Directory().c_str(), 1);
   }
 
   void TearDown() override {
@@ -20,8 +20,8 @@ class ProfileFiles : public Program {
     Program::TearDown();
   }
 
-  fs::path Folder() const { return m_Folder / "profiles"; }
-  fs::path Of(const std::string& name) const { return Folder() / (name + ".json"); }
+  fs::path Directory() const { return m_Directory / "profiles"; }
+  fs::path Of(const std::string& name) const { return Directory() / (name + ".json"); }
   void Write(const std::string& name, const std::string& text) const {
     std::ofstream(Of(name)) << text;
   }
@@ -77,10 +77,10 @@ TEST_F(ProfileFiles, AreListedByHelp) {
 
 TEST_F(ProfileFiles, AreUsableInScenarios) {
   Write("flash-6400g", kLarge);
-  std::ofstream(m_Folder / "scenario.json")
+  std::ofstream(m_Directory / "scenario.json")
       << R"({"title": "T", "steps": [{"do": "add", "what": "flash-6400g"}]})";
   EXPECT_EQ("T\n   0.0 s  added card0, flash-6400g\n[0]",
-            Run("play " + (m_Folder / "scenario.json").string()));
+            Run("play " + (m_Directory / "scenario.json").string()));
 }
 
 TEST_F(ProfileFiles, DoNotReplaceBuiltInKinds) {
@@ -95,32 +95,32 @@ TEST_F(ProfileFiles, AreSuggestedForAWrongName) {
             Run("add my-od-card"));
 }
 
-TEST_F(ProfileFiles, AreNotUsedFromOtherFolders) {
-  std::ofstream(m_Folder / "outside.json") << kLarge;
+TEST_F(ProfileFiles, AreNotUsedFromOtherDirectories) {
+  std::ofstream(m_Directory / "outside.json") << kLarge;
   EXPECT_EQ("cardsim: unknown kind of card ../outside\n[3]", Run("add ../outside"));
 }
 
-TEST_F(ProfileFiles, AMissingFolderIsReported) {
-  fs::remove_all(Folder());
-  EXPECT_EQ("cardsim: " + Folder().string() + ": No such file or directory\n[1]",
+TEST_F(ProfileFiles, AMissingDirectoryIsReported) {
+  fs::remove_all(Directory());
+  EXPECT_EQ("cardsim: " + Directory().string() + ": No such file or directory\n[1]",
             Run("add my-odd-card"));
 }
 
-TEST_F(ProfileFiles, InAnOpenFolderMustHaveOneName) {
+TEST_F(ProfileFiles, InAnOpenDirectoryMustHaveOneName) {
   Write("linked", kLarge);
-  fs::create_hard_link(Of("linked"), m_Folder / "second");
-  ASSERT_EQ(0, chmod(Folder().c_str(), 01777));
+  fs::create_hard_link(Of("linked"), m_Directory / "second");
+  ASSERT_EQ(0, chmod(Directory().c_str(), 01777));
   EXPECT_EQ(
       "cardsim: " + Of("linked").string() + ": not trusted: the file has a second hard link\n[1]",
       Run("add linked"));
 }
 
-// The folder structure of an installation and of a build tree.
-TEST_F(ProfileFiles, AreFoundFromTheLibrarysFolder) {
+// The directory structure of an installation and of a build tree.
+TEST_F(ProfileFiles, AreFoundFromTheLibrarysDirectory) {
   unsetenv("CARDSIM_PROFILES");
-  const fs::path prefix = m_Folder / "prefix";
-  for (const char* folder : {"bin", "lib", "share/corvane/profiles"}) {
-    fs::create_directories(prefix / folder);
+  const fs::path prefix = m_Directory / "prefix";
+  for (const char* directory : {"bin", "lib", "share/corvane/profiles"}) {
+    fs::create_directories(prefix / directory);
   }
   fs::copy(CARDSIM_PROGRAM, prefix / "bin/cardsim");
   fs::copy(CARDSIM_LIBRARY, prefix / "lib/libvsl_abstraction.so");
@@ -183,7 +183,7 @@ TEST_F(ProfileFiles, ThatAreTooLargeAreReported) {
   EXPECT_EQ("cardsim: " + Of("odd").string() + ": is too large for a profile\n[1]", Run("add odd"));
 }
 
-TEST_F(ProfileFiles, ThatAreFoldersAreReported) {
+TEST_F(ProfileFiles, ThatAreDirectoriesAreReported) {
   fs::create_directory(Of("odd"));
   EXPECT_EQ("cardsim: " + Of("odd").string() + ": is not a regular file\n[1]", Run("add odd"));
 }

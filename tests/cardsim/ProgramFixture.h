@@ -17,8 +17,8 @@ class Program : public SimulatedCards {
 
   // The same for a copy of the program.
   std::string RunOf(const std::string& program, const std::string& arguments) {
-    const std::string out = (m_Folder / "out").string();
-    const std::string err = (m_Folder / "err").string();
+    const std::string out = (m_Directory / "out").string();
+    const std::string err = (m_Directory / "err").string();
     const int status = std::system((program + " " + arguments + " >" + out + " 2>" + err).c_str());
     return Slurp(out) + Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
   }

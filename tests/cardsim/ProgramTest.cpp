@@ -49,13 +49,13 @@ TEST_F(Program, MakesFunctionsFailInAnotherProcess) {
 
 TEST_F(Program, WritesASysfsTree) {
   Run("add 1003");
-  const std::string tree = (m_Folder / "sys").string();
+  const std::string tree = (m_Directory / "sys").string();
   EXPECT_EQ("wrote 1 PCI device to " + tree + "\n[0]", Run("sysfs " + tree));
   EXPECT_EQ("0x1003\n", Slurp(tree + "/bus/pci/devices/0000:03:00.0/device"));
 }
 
 TEST_F(Program, WorksOnTheFileItIsGiven) {
-  const std::string other = (m_Folder / "other.json").string();
+  const std::string other = (m_Directory / "other.json").string();
   EXPECT_EQ("created " + other + " without cards\n[0]", Run("--state " + other + " new"));
   EXPECT_EQ("added card0: Flash Adapter 365GB, /dev/fct0\n[0]", Run("add 1000 --state " + other));
   EXPECT_EQ("", Joined(File().Cards()));

@@ -150,10 +150,10 @@ TEST_F(Scenarios, AStepMayUseACardThatAnEarlierOneAdded) {
 }
 
 TEST_F(Scenarios, AMissingStateFileIsReportedBeforeTheFirstWait) {
-  auto file = CardSim::StateFile(m_Folder / "none.json");
+  auto file = CardSim::StateFile(m_Directory / "none.json");
   const auto scenario = ParseScenario(
       WithSteps(R"({"after_ms": 80000000, "do": "clear-failure", "what": "vsl_open"})"));
-  EXPECT_EQ((m_Folder / "none.json").string() + ": no such file; `cardsim new` creates one",
+  EXPECT_EQ((m_Directory / "none.json").string() + ": no such file; `cardsim new` creates one",
             ErrorOf([&] {
               PlayScenario(scenario, file, 1, {nullptr, [] { return false; }});
             }));

@@ -138,7 +138,7 @@ TEST_F(Sharing, AKilledWriterLeavesTheFileUnchanged) {
 
 TEST_F(Sharing, ALinkToTheFileRemainsALink) {
   File().AddCard(0x1003);
-  const auto link = m_Folder / "link.json";
+  const auto link = m_Directory / "link.json";
   std::filesystem::create_symlink(Path(), link);
   CardSim::StateFile(link).Set("card0", "pci_slot_num", "7");
   EXPECT_TRUE(std::filesystem::is_symlink(link));

@@ -24,8 +24,8 @@ TEST_F(StateFiles, AreFoundThroughTheEnvironment) {
   setenv("HOME", home.c_str(), 1);
 }
 
-TEST_F(StateFiles, AreCreatedWithTheirFolders) {
-  const auto path = m_Folder / "a" / "b" / "cards.json";
+TEST_F(StateFiles, AreCreatedWithTheirDirectories) {
+  const auto path = m_Directory / "a" / "b" / "cards.json";
   CardSim::StateFile(path).Create();
   EXPECT_EQ("", Joined(CardSim::StateFile(path).Cards()));
 }
@@ -147,7 +147,7 @@ TEST_P(StatusBits, AreRaisedAndClearedByName) {
 
 INSTANTIATE_TEST_SUITE_P(Table, StatusBits, ::testing::ValuesIn(kBits), [](const auto& row) {
   std::string name = row.param.name;
-  for (char& letter : name) letter = letter == '.' ? '_' : letter;
+  for (char& character : name) character = character == '.' ? '_' : character;
   return name;
 });
 
@@ -279,10 +279,10 @@ TEST_F(StateFiles, ThatAreMissingAreNotCreated) {
   EXPECT_EQ(expected, ErrorOf([this] { File().AddCard(0x1003); }));
   EXPECT_NE(0U, vsl_init(0, &m_Error));
   EXPECT_EQ(expected, m_Error.text);
-  EXPECT_TRUE(std::filesystem::is_empty(m_Folder));
+  EXPECT_TRUE(std::filesystem::is_empty(m_Directory));
 }
 
-TEST_F(StateFiles, ThatAreFoldersOrPipesAreRejected) {
+TEST_F(StateFiles, ThatAreDirectoriesOrPipesAreRejected) {
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
   EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Cards(); }));

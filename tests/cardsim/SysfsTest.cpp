@@ -6,7 +6,7 @@ namespace {
 
 class Sysfs : public SimulatedCards {
  protected:
-  std::filesystem::path Tree() const { return m_Folder / "sys"; }
+  std::filesystem::path Tree() const { return m_Directory / "sys"; }
   std::filesystem::path Devices() const { return Tree() / "bus/pci/devices"; }
 
   // Address, vendor and device of each.

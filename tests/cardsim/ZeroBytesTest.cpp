@@ -59,11 +59,11 @@ constexpr const char* kProfile = R"({"pci_device_id": "0x3003", "board_name": "l
 "iom_state": 2, "volumes": [{"state": 0}]})";
 
 TEST_F(ZeroBytes, AreNotAcceptedInAProfile) {
-  const auto folder = m_Folder / "profiles";
-  std::filesystem::create_directory(folder);
-  const ScopedVariable variable("CARDSIM_PROFILES", folder.string());
+  const auto directory = m_Directory / "profiles";
+  std::filesystem::create_directory(directory);
+  const ScopedVariable variable("CARDSIM_PROFILES", directory.string());
   const auto adding = [&](const std::string& profile) {
-    std::ofstream(folder / "large.json") << profile;
+    std::ofstream(directory / "large.json") << profile;
     return ErrorOf([this] { File().AddCard(std::string("large")); });
   };
   EXPECT_EQ("no error", adding(kProfile));

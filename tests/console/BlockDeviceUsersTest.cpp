@@ -32,21 +32,21 @@ class BlockDeviceUsers : public testing::Test {
     std::ofstream(m_Root / "mounts", std::ios::app) << line << "\n";
   }
 
-  // As in sysfs: a folder below the device, and a link in the list of all block devices.
+  // As in sysfs: a directory below the device, and a link in the list of all block devices.
   void AddDisk(const std::string& device, const std::string& name,
                const std::string& number) const {
-    const fs::path folder = m_Root / device / "block" / name;
-    fs::create_directories(folder / "holders");
-    std::ofstream(folder / "dev") << number << "\n";
-    fs::create_directory_symlink(folder, m_Root / "block" / name);
+    const fs::path directory = m_Root / device / "block" / name;
+    fs::create_directories(directory / "holders");
+    std::ofstream(directory / "dev") << number << "\n";
+    fs::create_directory_symlink(directory, m_Root / "block" / name);
   }
 
   void AddPartition(const std::string& disk, const std::string& name,
                     const std::string& number) const {
-    const fs::path folder = m_Root / "block" / disk / name;
-    fs::create_directories(folder / "holders");
-    std::ofstream(folder / "dev") << number << "\n";
-    std::ofstream(folder / "partition") << "1\n";
+    const fs::path directory = m_Root / "block" / disk / name;
+    fs::create_directories(directory / "holders");
+    std::ofstream(directory / "dev") << number << "\n";
+    std::ofstream(directory / "partition") << "1\n";
   }
 
   void Hold(const std::string& device, const std::string& holder) const {
@@ -59,8 +59,8 @@ class BlockDeviceUsers : public testing::Test {
   }
 
  private:
-  TemporaryFolder m_Folder;
-  const fs::path m_Root = m_Folder.Path();
+  TemporaryDirectory m_Directory;
+  const fs::path m_Root = m_Directory.Path();
 };
 
 TEST_F(BlockDeviceUsers, AnUnusedCardHasNoUsers) {

@@ -16,10 +16,10 @@ using testing::HasSubstr;
 
 class DatabaseLock : public testing::Test {
  protected:
-  std::string File() const { return (m_Folder.Path() / "state" / "a.db").string(); }
+  std::string File() const { return (m_Directory.Path() / "state" / "a.db").string(); }
   std::string LockFile() const { return File() + "-service"; }
 
-  const TemporaryFolder m_Folder;
+  const TemporaryDirectory m_Directory;
   const ScopedVariable m_Variable{"CORVANE_DATABASE", File()};
 };
 
@@ -63,7 +63,7 @@ TEST_F(DatabaseLock, RefusesCommandsAndASecondService) {
 TEST_F(DatabaseLock, IsTheSameForAllNamesOfADatabase) {
   const Console::DatabaseLock lock("/run/s");
   WriteText(File(), "");
-  const std::filesystem::path link = m_Folder.Path() / "link.db";
+  const std::filesystem::path link = m_Directory.Path() / "link.db";
   std::filesystem::create_symlink(File(), link);
   const ScopedVariable other("CORVANE_DATABASE", link.string());
   EXPECT_TRUE(Console::FindLockHolder());
@@ -91,7 +91,7 @@ TEST_F(DatabaseLock, OthersCannotOpenTheFile) {
 }
 
 TEST_F(DatabaseLock, AFileWithoutAHolderInItIsStillALock) {
-  std::filesystem::create_directories(m_Folder.Path() / "state");
+  std::filesystem::create_directories(m_Directory.Path() / "state");
   for (const char* const text : {"", "12", "x\n", "12\n", "12\n\n"}) {
     WriteText(LockFile(), text);
     const Base::Descriptor file(open(LockFile().c_str(), O_RDWR | O_CLOEXEC));
@@ -101,21 +101,21 @@ TEST_F(DatabaseLock, AFileWithoutAHolderInItIsStillALock) {
 }
 
 TEST_F(DatabaseLock, WhatIsNotAFileCannotBeLocked) {
-  std::filesystem::create_directories(m_Folder.Path() / "state");
-  std::filesystem::create_symlink(m_Folder.Path() / "elsewhere", LockFile());
+  std::filesystem::create_directories(m_Directory.Path() / "state");
+  std::filesystem::create_symlink(m_Directory.Path() / "elsewhere", LockFile());
   EXPECT_EQ(ExitCode::Failed, FailureOf([] { Console::DatabaseLock("/run/s"); }).first);
-  EXPECT_FALSE(std::filesystem::exists(m_Folder.Path() / "elsewhere"));
+  EXPECT_FALSE(std::filesystem::exists(m_Directory.Path() / "elsewhere"));
   std::filesystem::remove(LockFile());
   ASSERT_EQ(0, mkfifo(LockFile().c_str(), 0600));
   const auto fifo = FailureOf([] { Console::DatabaseLock("/run/s"); });
   EXPECT_THAT(fifo.second, HasSubstr("is not a regular file"));
 }
 
-TEST_F(DatabaseLock, RootAcceptsNoFolderOfAnotherUser) {
+TEST_F(DatabaseLock, RootAcceptsNoDirectoryOfAnotherUser) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  const std::filesystem::path folder = m_Folder.Path() / "state";
-  std::filesystem::create_directories(folder);
-  ASSERT_EQ(0, chown(folder.c_str(), 65534, 65534));
+  const std::filesystem::path directory = m_Directory.Path() / "state";
+  std::filesystem::create_directories(directory);
+  ASSERT_EQ(0, chown(directory.c_str(), 65534, 65534));
   const auto failure = FailureOf([] { Console::DatabaseLock("/run/s"); });
   EXPECT_EQ(ExitCode::Permission, failure.first);
   EXPECT_THAT(failure.second, HasSubstr("belongs to uid 65534"));

@@ -4,7 +4,7 @@
 bats_require_minimum_version 1.5.0
 load helper
 
-# Each change has its own configuration folder.
+# Each change has its own configuration directory.
 setup_file() {
   load helper
   make_machine
@@ -38,7 +38,7 @@ setup_file() {
 teardown_file() { chmod u+w "$BATS_FILE_TMPDIR/sealed"; }
 
 change() { changed_by corvane-host "$@"; }
-# changed_by PROGRAM FOLDER ASSIGNMENT...
+# changed_by PROGRAM DIRECTORY ASSIGNMENT...
 changed_by() {
   CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/$2" "$1" --simulate set plugin "${@:3}"
 }

@@ -229,14 +229,14 @@ GetTopology
 hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 }
 
-@test "neither the process nor its temporary folder remains" {
+@test "neither the process nor its temporary directory remains" {
   same "" "$(pgrep -f -- "--plugin $ODD_PLUGIN check" || true)"
   same "" "$(ls -A "$TMPDIR")"
 }
 
-@test "a signal to the whole group leaves no temporary folder" {
+@test "a signal to the whole group leaves no temporary directory" {
   mkdir "$BATS_TEST_TMPDIR/tmp"
-  # A trace line shows that the plug-in is starting; the folder exists by then.
+  # A trace line shows that the plug-in is starting; the directory exists by then.
   TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
     setsid corvane-host --simulate check --trace 2 --trace-file "$BATS_TEST_TMPDIR/trace"
   ended group 3

@@ -103,10 +103,10 @@ right_or_wrong() {
   ended file 6
   said file "corvane-host: cannot read $sys/bus/pci/devices/0000:3b:02.1/vendor: Permission denied"
   chmod 0 "$sys/bus/pci/devices"
-  CORVANE_SYSFS="$sys" keep folder unprivileged corvane-host list
+  CORVANE_SYSFS="$sys" keep directory unprivileged corvane-host list
   chmod 755 "$sys/bus/pci/devices"
-  ended folder 6
-  said folder "corvane-host: cannot read $sys/bus/pci/devices: Permission denied"
+  ended directory 6
+  said directory "corvane-host: cannot read $sys/bus/pci/devices: Permission denied"
 }
 
 @test "a machine without a PCI bus has no cards, which is not an error" {

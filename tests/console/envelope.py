@@ -22,7 +22,7 @@ import jsonschema
 sys.dont_write_bytecode = True
 import commands as command_table  # noqa: E402
 
-FOLDER = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
+DIRECTORY = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
 BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
 CARDS = pathlib.Path(os.environ["BATS_FILE_TMPDIR"])
 SCHEMA = pathlib.Path(os.environ["CORVANE_SOURCE"]) / "docs/corvane-host.schema.json"
@@ -104,7 +104,7 @@ def arguments_of(command, adapter="a0", drive="a0/d0"):
 
 def run(cards, words, situation="", **variables):
     """Each run has cards and a configuration of its own, so that all may run at once."""
-    place = FOLDER / str(next(counter))
+    place = DIRECTORY / str(next(counter))
     place.mkdir()
     file = place / "cards.json"
     shutil.copy(CARDS / f"{cards}.json", file)

@@ -18,7 +18,7 @@ import sys
 sys.dont_write_bytecode = True
 import commands  # noqa: E402
 
-FOLDER = pathlib.Path(os.environ.get("BATS_TEST_TMPDIR", "."))
+DIRECTORY = pathlib.Path(os.environ.get("BATS_TEST_TMPDIR", "."))
 BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
 ODD_PLUGIN = os.environ["ODD_PLUGIN"]
 
@@ -125,10 +125,10 @@ def variables_of_readme():
 
 
 def prepare():
-    """A folder of hostile name with cards and a configuration of its own."""
-    place = FOLDER / f"{next(counter)}{HOSTILE}"
+    """A directory of hostile name with cards and a configuration of its own."""
+    place = DIRECTORY / f"{next(counter)}{HOSTILE}"
     (place / "config").mkdir(parents=True)
-    shutil.copy(FOLDER / "cards.json", place / "cards.json")
+    shutil.copy(DIRECTORY / "cards.json", place / "cards.json")
     (place / "config" / "Corvane.ini").write_bytes(b"PollInterval=15\n")
     return place
 

@@ -16,7 +16,7 @@ import sys
 sys.dont_write_bytecode = True
 import commands  # noqa: E402
 
-FOLDER = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
+DIRECTORY = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
 HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
 
 # Command: its arguments, where they differ from those that the synopsis requires.
@@ -41,7 +41,7 @@ counter = itertools.count()
 
 def run(words):
     # A machine for each, because some of them change the cards or the configuration.
-    place = FOLDER / str(next(counter))
+    place = DIRECTORY / str(next(counter))
     (place / "config").mkdir(parents=True)
     cards = place / "cards.json"
     shutil.copy(os.environ["CARDSIM_STATE"], cards)

@@ -64,7 +64,7 @@ said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 silent() { [ ! -s "$BATS_FILE_TMPDIR/$1.$2" ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
 
 # unprivileged COMMAND...: runs the command without root's privilege to ignore file permissions. The
-# user stays the same, and can enter the folders of the programs and tests.
+# user stays the same, and can enter the directories of the programs and tests.
 unprivileged() {
   local drop=()
   [ "$(id -u)" -ne 0 ] || drop=(setpriv --bounding-set=-all --inh-caps=-all --ambient-caps=-all --)
@@ -84,7 +84,7 @@ has_read() { grep -qs "LEAVE GetTopology" "$1"; }
 untimed() { out "$1" | sed -E -e 's/, in [0-9:]+$//' -e 's/^Done in [0-9:]+\./Done./'; }
 
 # stop_when SIGNALS FILE PATTERN NAME PROGRAM...: keeps a run that receives the signals in turn once
-# FILE, or a file in the folder FILE, matches PATTERN. Fails if the program ends before that. Under
+# FILE, or a file in the directory FILE, matches PATTERN. Fails if the program ends before that. Under
 # setsid, its whole group receives the signals. NAME.seconds is the time that it took to end;
 # NAME.log and NAME.signaled are for the odd plug-in.
 stop_when() {
@@ -120,12 +120,12 @@ valid() {
 import json, sys
 import jsonschema
 
-schema, folder, *names = sys.argv[1:]
+schema, directory, *names = sys.argv[1:]
 check = jsonschema.Draft202012Validator(json.load(open(schema)))
 decoder = json.JSONDecoder()
 for name in names:
     name, _, count = name.partition(":")
-    text = open(f"{folder}/{name}.out", encoding="utf-8").read()
+    text = open(f"{directory}/{name}.out", encoding="utf-8").read()
     found = 0
     while text.strip():
         document, end = decoder.raw_decode(text.lstrip())
@@ -197,7 +197,7 @@ a_mount() {
     /proc/self/mountinfo | sort | head -n 1 | cut -d ' ' -f "$1"
 }
 
-# lay_mount_on_card FOLDER: creates a sysfs of the present cards in which the file system of a_mount
+# lay_mount_on_card DIRECTORY: creates a sysfs of the present cards in which the file system of a_mount
 # is on the disk of card0, which md7 holds.
 lay_mount_on_card() {
   cardsim sysfs "$1"
@@ -229,18 +229,18 @@ END
 
 # service_for CARDS: the socket of the service, which is started unless it runs.
 service_for() {
-  local folder key
+  local directory key
   key=$(printf '%s\n' "$1" "$CORVANE_DATABASE" "$CORVANE_CONFIG_DIR" | md5sum | cut -c 1-8)
-  folder="$BATS_FILE_TMPDIR/service-$key"
-  mkdir -p "$folder"
+  directory="$BATS_FILE_TMPDIR/service-$key"
+  mkdir -p "$directory"
   (
     flock 9
-    [ -e "$folder/ready" ] || start_test_service "$1" "$folder"
-  ) 9>"$folder/lock"
-  echo "$folder/socket"
+    [ -e "$directory/ready" ] || start_test_service "$1" "$directory"
+  ) 9>"$directory/lock"
+  echo "$directory/socket"
 }
 
-# start_test_service CARDS FOLDER: it ends with the test file.
+# start_test_service CARDS DIRECTORY: it ends with the test file.
 start_test_service() {
   corvane-host serve --simulate="$1" --socket "$2/socket" 2>"$2/err" </dev/null >/dev/null 3>&- 9>&- &
   local pid=$!

@@ -50,14 +50,14 @@ setup_file() {
 
 teardown_file() { chmod u+w "$BATS_FILE_TMPDIR"/other*; }
 
-# unwritable MODE ARGUMENTS...: runs the host on a copy of the log in a folder that is read-only.
+# unwritable MODE ARGUMENTS...: runs the host on a copy of the log in a directory that is read-only.
 unwritable() {
-  local folder="$BATS_FILE_TMPDIR/other$1"
-  mkdir "$folder"
-  cp "$BATS_FILE_TMPDIR/log.db" "$folder/log.db"
-  chmod "$1" "$folder/log.db"
-  chmod 555 "$folder"
-  CORVANE_DATABASE="$folder/log.db" unprivileged corvane-host --simulate "${@:2}"
+  local directory="$BATS_FILE_TMPDIR/other$1"
+  mkdir "$directory"
+  cp "$BATS_FILE_TMPDIR/log.db" "$directory/log.db"
+  chmod "$1" "$directory/log.db"
+  chmod 555 "$directory"
+  CORVANE_DATABASE="$directory/log.db" unprivileged corvane-host --simulate "${@:2}"
 }
 
 # The time to read the newest and all entries of a log of 20,000, and that of an empty log.

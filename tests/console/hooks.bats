@@ -22,14 +22,14 @@ teardown() {
   [ ! -e "$BATS_TEST_TMPDIR/pid" ] || kill -KILL "$(cat "$BATS_TEST_TMPDIR/pid")" 2>/dev/null || true
 }
 
-# program NAME BODY: a shell script in the folder; $LINES is where it leaves its lines.
+# program NAME BODY: a shell script in the directory; $LINES is where it leaves its lines.
 program() {
   printf '#!/bin/sh\nLINES=%q\n%s\n' "$LINES" "$2" >"$PROGRAMS/$1"
   chmod 755 "$PROGRAMS/$1"
 }
 
 start() {
-  corvane-host serve --simulate --socket "$SOCKET" --events-folder "$PROGRAMS" 2>>"$BATS_TEST_TMPDIR/err" 3>&- &
+  corvane-host serve --simulate --socket "$SOCKET" --events-directory "$PROGRAMS" 2>>"$BATS_TEST_TMPDIR/err" 3>&- &
   echo $! >"$BATS_TEST_TMPDIR/pid"
   eventually is_ready "$SOCKET"
 }
@@ -130,20 +130,20 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   local examples="$CORVANE_SOURCE/service/hooks/examples" port
   python3 - "$BATS_TEST_TMPDIR" 3>&- <<'END' &
 import http.server, sys
-folder = sys.argv[1]
+directory = sys.argv[1]
 class Handler(http.server.BaseHTTPRequestHandler):
     def do_POST(self):
-        with open(folder + "/posted", "wb") as out:
+        with open(directory + "/posted", "wb") as out:
             out.write(self.rfile.read(int(self.headers["Content-Length"])))
         self.send_response(204)
         self.end_headers()
     def log_message(self, *_):
         pass
 server = http.server.HTTPServer(("127.0.0.1", 0), Handler)
-with open(folder + "/url.draft", "w") as out:
+with open(directory + "/url.draft", "w") as out:
     out.write("http://127.0.0.1:%d/hook\n" % server.server_port)
 import os
-os.rename(folder + "/url.draft", folder + "/url")
+os.rename(directory + "/url.draft", directory + "/url")
 server.handle_request()
 END
   eventually test -e "$BATS_TEST_TMPDIR/url"

@@ -34,19 +34,19 @@ for entry in json.load(sys.stdin)["result"]["entries"]: print(entry["meaning"]);
   make_haste
   cat >"$BATS_TEST_TMPDIR/journal.py" <<'END'
 import json, os, socket, subprocess, sys
-folder = sys.argv[1]
+directory = sys.argv[1]
 os.makedirs("/run/systemd/journal")
 receiver = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
 receiver.bind("/run/systemd/journal/socket")
-with open(folder + "/stderr", "w") as stderr:
+with open(directory + "/stderr", "w") as stderr:
     status = os.fstat(stderr.fileno())
     environment = dict(os.environ, JOURNAL_STREAM="%d:%d" % (status.st_dev, status.st_ino))
     service = subprocess.Popen(
-        ["corvane-host", "serve", "--simulate", "--socket", folder + "/s", "--events-folder", folder],
+        ["corvane-host", "serve", "--simulate", "--socket", directory + "/s", "--events-directory", directory],
         stderr=stderr, env=environment)
-    with open(folder + "/service.pid", "w") as out:
+    with open(directory + "/service.pid", "w") as out:
         print(service.pid, file=out)
-    with open(folder + "/entries", "w") as out:
+    with open(directory + "/entries", "w") as out:
         while True:
             fields = dict(line.split("=", 1) for line in receiver.recv(65536).decode().splitlines())
             print(json.dumps(fields), file=out, flush=True)

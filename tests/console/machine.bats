@@ -12,38 +12,38 @@ setup_file() {
 }
 
 setup() {
-  FOLDER="$BATS_TEST_TMPDIR"
-  SOCKET="$FOLDER/run/corvane.sock"
+  DIRECTORY="$BATS_TEST_TMPDIR"
+  SOCKET="$DIRECTORY/run/corvane.sock"
 }
 
 teardown() {
   local pid
-  for pid in "$FOLDER"/*.pid; do
+  for pid in "$DIRECTORY"/*.pid; do
     [ ! -e "$pid" ] || kill "$(cat "$pid")" 2>/dev/null || true
   done
 }
 
 # Receives what a service reports, one assignment per line of the file `reports`.
 manage() {
-  python3 - "$FOLDER/notify" "$FOLDER/reports" 3>&- <<'END' &
+  python3 - "$DIRECTORY/notify" "$DIRECTORY/reports" 3>&- <<'END' &
 import socket, sys
 with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager, open(sys.argv[2], "w") as out:
     manager.bind(sys.argv[1])
     while True:
         print(manager.recv(65536).decode(), file=out, flush=True)
 END
-  echo $! >"$FOLDER/manager.pid"
-  eventually test -S "$FOLDER/notify"
-  export NOTIFY_SOCKET="$FOLDER/notify"
+  echo $! >"$DIRECTORY/manager.pid"
+  eventually test -S "$DIRECTORY/notify"
+  export NOTIFY_SOCKET="$DIRECTORY/notify"
 }
 
 # serve ARGUMENTS...: starts a service with simulated cards in the background.
 serve() {
-  CORVANE_DATABASE=:memory: corvane-host serve --simulate "$@" 2>"$FOLDER/err" 3>&- &
-  echo $! >"$FOLDER/serve.pid"
+  CORVANE_DATABASE=:memory: corvane-host serve --simulate "$@" 2>"$DIRECTORY/err" 3>&- &
+  echo $! >"$DIRECTORY/serve.pid"
 }
 
-service_pid() { cat "$FOLDER/serve.pid"; }
+service_pid() { cat "$DIRECTORY/serve.pid"; }
 
 # stop: ends the service and keeps its exit code and how many seconds it took.
 stop() {
@@ -54,12 +54,12 @@ stop() {
   TOOK=$SECONDS
 }
 
-reported() { grep -qx -- "$1" "$FOLDER/reports"; }
+reported() { grep -qx -- "$1" "$DIRECTORY/reports"; }
 
 # status CURL-ARGUMENTS...: the status code of a request.
-status() { curl -s --max-time 60 -o "$FOLDER/body" -w '%{http_code}' "$@"; }
+status() { curl -s --max-time 60 -o "$DIRECTORY/body" -w '%{http_code}' "$@"; }
 answers() { [ "$(status --unix-socket "$SOCKET" http://service/healthz)" = 200 ]; }
-id_of_problem() { python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))["id"])' "$FOLDER/body"; }
+id_of_problem() { python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))["id"])' "$DIRECTORY/body"; }
 
 # The TCP sockets of the service, as lines of the kernel's tables.
 tcp_sockets() {
@@ -82,14 +82,14 @@ free_port() {
   stop
   same 0 "$STOPPED"
   eventually reported STOPPING=1
-  same 1 "$(grep -cx READY=1 "$FOLDER/reports")"
+  same 1 "$(grep -cx READY=1 "$DIRECTORY/reports")"
 }
 
 @test "a service whose plug-in cannot be loaded is ready and says why" {
   manage
-  serve --plugin "$FOLDER/none.so" --socket "$SOCKET"
+  serve --plugin "$DIRECTORY/none.so" --socket "$SOCKET"
   eventually reported READY=1
-  grep -q '^STATUS=plug-in down: .*none.so' "$FOLDER/reports"
+  grep -q '^STATUS=plug-in down: .*none.so' "$DIRECTORY/reports"
   answers
 }
 
@@ -99,8 +99,8 @@ free_port() {
   eventually reported READY=1
   kill -HUP "$(service_pid)"
   eventually reported RELOADING=1
-  grep -q '^MONOTONIC_USEC=[0-9]*$' "$FOLDER/reports"
-  ready_again() { [ "$(sed -n '/RELOADING=1/,$p' "$FOLDER/reports" | grep -cx READY=1)" = 1 ]; }
+  grep -q '^MONOTONIC_USEC=[0-9]*$' "$DIRECTORY/reports"
+  ready_again() { [ "$(sed -n '/RELOADING=1/,$p' "$DIRECTORY/reports" | grep -cx READY=1)" = 1 ]; }
   eventually ready_again
   answers
   stop
@@ -110,7 +110,7 @@ free_port() {
 @test "the watchdog is fed" {
   manage
   WATCHDOG_USEC=600000 serve --socket "$SOCKET"
-  fed() { [ "$(grep -cx WATCHDOG=1 "$FOLDER/reports")" -ge 5 ]; }
+  fed() { [ "$(grep -cx WATCHDOG=1 "$DIRECTORY/reports")" -ge 5 ]; }
   eventually fed
 }
 
@@ -118,31 +118,31 @@ free_port() {
   local port
   port=$(free_port)
   command -v systemd-socket-activate >/dev/null || skip "needs systemd-socket-activate"
-  mkdir -p "$FOLDER/run"
+  mkdir -p "$DIRECTORY/run"
   CORVANE_DATABASE=:memory: systemd-socket-activate -l "$SOCKET" -l "127.0.0.1:$port" \
     -E PATH -E HOME -E CORVANE_DATABASE -E CORVANE_CONFIG_DIR -E CARDSIM_STATE -E CORVANE_SYSFS \
-    corvane-host serve --simulate --socket "$FOLDER/unused" 2>"$FOLDER/err" 3>&- &
-  echo $! >"$FOLDER/serve.pid"
+    corvane-host serve --simulate --socket "$DIRECTORY/unused" 2>"$DIRECTORY/err" 3>&- &
+  echo $! >"$DIRECTORY/serve.pid"
   eventually test -S "$SOCKET"
   eventually answers
   same 200 "$(status "http://127.0.0.1:$port/healthz")"
   same 403 "$(status -X POST -H 'Content-Type: application/json' -d '{}' "http://127.0.0.1:$port/v1/session")"
   same READ_ONLY "$(id_of_problem)"
-  grep -q "serving at $SOCKET, 127.0.0.1:$port\$" "$FOLDER/err"
-  [ ! -e "$FOLDER/unused" ]
+  grep -q "serving at $SOCKET, 127.0.0.1:$port\$" "$DIRECTORY/err"
+  [ ! -e "$DIRECTORY/unused" ]
   stop
   same 0 "$STOPPED"
   [ -S "$SOCKET" ]
 }
 
 @test "a passed descriptor that is not a socket is refused" {
-  python3 - "$FOLDER/rc" 2>"$FOLDER/err" <<'END' || true
+  python3 - "$DIRECTORY/rc" 2>"$DIRECTORY/err" <<'END' || true
 import os, sys
 os.dup2(os.open("/dev/null", os.O_RDONLY), 3)
 os.environ.update(LISTEN_FDS="1", LISTEN_PID=str(os.getpid()))
 os.execvp("corvane-host", ["corvane-host", "serve", "--simulate"])
 END
-  grep -qx "corvane-host: cannot listen at a socket of the service manager: Socket operation on non-socket" "$FOLDER/err"
+  grep -qx "corvane-host: cannot listen at a socket of the service manager: Socket operation on non-socket" "$DIRECTORY/err"
 }
 
 @test "TCP is read-only and checks the host" {
@@ -196,7 +196,7 @@ END
 @test "the service stops within 5 seconds while clients are connected" {
   serve --socket "$SOCKET"
   eventually answers
-  python3 - "$SOCKET" "$FOLDER/connected" 3>&- <<'END' &
+  python3 - "$SOCKET" "$DIRECTORY/connected" 3>&- <<'END' &
 import socket, sys
 clients = [socket.socket(socket.AF_UNIX) for _ in range(3)]
 for client in clients:
@@ -207,8 +207,8 @@ clients[1].sendall(b"POST /v1/session HTTP/1.1\r\nHost: x\r\nContent-Length: 50\
 open(sys.argv[2], "w").close()
 clients[1].recv(4096)
 END
-  echo $! >"$FOLDER/client.pid"
-  eventually test -e "$FOLDER/connected"
+  echo $! >"$DIRECTORY/client.pid"
+  eventually test -e "$DIRECTORY/connected"
   stop
   same 0 "$STOPPED"
   [ "$TOOK" -le 5 ]

@@ -96,6 +96,6 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
   help=$(corvane-host help serve | sed -n '/^Options/,/^  -o/s/^ *\(--[a-z-]*\).*/\1/p' | sort)
   page=$(groff -man -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |
     sed -n 's/^       \(--[a-z-]*\).*/\1/p' | sort)
-  same "$(printf -- '--%s\n' events-folder for listen listen-any socket)" "$page"
+  same "$(printf -- '--%s\n' events-directory for listen listen-any socket)" "$page"
   same "$page" "$(printf '%s\n' "$help" --socket | sort)"
 }

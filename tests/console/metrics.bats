@@ -44,8 +44,8 @@ setup_file() {
   keep down corvane-host --plugin /none metrics --textfile "$BATS_FILE_TMPDIR/down.prom" &
   keep emptyfile corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/empty.prom" &
   keep trace corvane-host --trace x metrics &
-  keep folder corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR" &
-  keep nofolder corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/none/x.prom" &
+  keep directory corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR" &
+  keep nodirectory corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/none/x.prom" &
   keep other corvane-host list --textfile x &
   wait
 }
@@ -274,26 +274,26 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 }
 
 @test "a target that cannot be replaced is an error and is not changed" {
-  ended folder 1
-  said folder "corvane-host: cannot write $BATS_FILE_TMPDIR: Is a directory"
-  ended nofolder 1
-  said nofolder "corvane-host: cannot write $BATS_FILE_TMPDIR/none/x.prom: No such file or directory"
+  ended directory 1
+  said directory "corvane-host: cannot write $BATS_FILE_TMPDIR: Is a directory"
+  ended nodirectory 1
+  said nodirectory "corvane-host: cannot write $BATS_FILE_TMPDIR/none/x.prom: No such file or directory"
   mkfifo "$BATS_TEST_TMPDIR/pipe"
   run -1 corvane-host metrics -q --textfile "$BATS_TEST_TMPDIR/pipe"
   same "corvane-host: cannot write $BATS_TEST_TMPDIR/pipe: not a regular file" "$output"
   [ -p "$BATS_TEST_TMPDIR/pipe" ]
 }
 
-@test "a folder without write permission is exit code 6" {
-  local folder="$BATS_TEST_TMPDIR/readonly"
-  mkdir "$folder"
-  echo old >"$folder/x.prom"
-  chmod 644 "$folder/x.prom"
-  chmod 555 "$folder"
-  keep denied unprivileged corvane-host metrics -q --textfile "$folder/x.prom"
+@test "a directory without write permission is exit code 6" {
+  local directory="$BATS_TEST_TMPDIR/readonly"
+  mkdir "$directory"
+  echo old >"$directory/x.prom"
+  chmod 644 "$directory/x.prom"
+  chmod 555 "$directory"
+  keep denied unprivileged corvane-host metrics -q --textfile "$directory/x.prom"
   ended denied 6
-  said denied "corvane-host: cannot write $folder/x.prom: Permission denied"
-  same "old" "$(cat "$folder/x.prom")"
+  said denied "corvane-host: cannot write $directory/x.prom: Permission denied"
+  same "old" "$(cat "$directory/x.prom")"
 }
 
 @test "JSON has the families, even when the plug-in is down" {

@@ -13,7 +13,7 @@ setup_file() {
   keep tsv host rows plugin -o tsv &
   keep json host rows -o json &
   keep wrong host rows drives -o json &
-  CORVANE_DATABASE=/proc/no-such-folder/rows.db keep broken host rows adapter -o json &
+  CORVANE_DATABASE=/proc/no-such-directory/rows.db keep broken host rows adapter -o json &
   wait
   cardsim --state "$BATS_FILE_TMPDIR/many.json" new
   cardsim --state "$BATS_FILE_TMPDIR/many.json" add 0x2001 --count 64

@@ -41,7 +41,7 @@ without_threads() {
   CORVANE_CONFIG_DIR="$config" keep denied unprivileged corvane-host list
   ended denied 6
   same "corvane-host: cannot read $config/Corvane.ini: Permission denied
-  Check the permissions of the file and its folders: namei -l $config/Corvane.ini
+  Check the permissions of the file and its directories: namei -l $config/Corvane.ini
   Run this as its owner or as root. Nothing was changed." "$(err denied)"
 }
 
@@ -55,7 +55,7 @@ without_threads() {
 
 nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }
 
-# killed SIGNAL NAME: sends the signal to a running simulation; its folder is removed.
+# killed SIGNAL NAME: sends the signal to a running simulation; its directory is removed.
 killed() {
   # Programs that a shell starts in the background ignore SIGQUIT.
   stop_when "$1" "$TMPDIR" . "$2" env --default-signal=QUIT corvane-host --simulate watch || true
@@ -68,7 +68,7 @@ deadly() {
     grep -vxE '(INT|TERM|HUP|PIPE|CHLD|CONT|STOP|TSTP|TTIN|TTOU|URG|WINCH)|RTM.*[-+].*|RTMAX'
 }
 
-@test "a simulation that is killed leaves no folder" {
+@test "a simulation that is killed leaves no directory" {
   local signal
   ulimit -c 0
   deadly | grep -qx QUIT
@@ -86,12 +86,12 @@ has_child_outside() {
 }
 
 # A terminal sends the signals of its keys to the whole group.
-@test "a simulation whose process group is killed leaves no folder" {
+@test "a simulation whose process group is killed leaves no directory" {
   local signal pid
   for signal in QUIT KILL; do
     setsid env --default-signal=QUIT corvane-host --simulate watch >/dev/null 2>&1 3>&- &
     pid=$!
-    # The process that removes the folder.
+    # The process that removes the directory.
     eventually has_child_outside "$pid"
     kill "-$signal" -- "-$pid"
     wait "$pid" || true
@@ -99,7 +99,7 @@ has_child_outside() {
   done
 }
 
-@test "a simulation that is stopped leaves no folder" {
+@test "a simulation that is stopped leaves no directory" {
   local signal
   for signal in TERM HUP INT; do
     killed "$signal" "stop$signal"
@@ -107,7 +107,7 @@ has_child_outside() {
   done
 }
 
-@test "a simulation is not created in a folder that another user could replace" {
+@test "a simulation is not created in a directory that another user could replace" {
   [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
   mkdir "$BATS_TEST_TMPDIR/tmp"
   chown "65534" "$BATS_TEST_TMPDIR/tmp"

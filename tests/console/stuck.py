@@ -23,7 +23,7 @@ import time
 sys.dont_write_bytecode = True
 import commands  # noqa: E402
 
-FOLDER = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
+DIRECTORY = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
 HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
 PLUGIN = os.environ["ODD_PLUGIN"]
 
@@ -84,7 +84,7 @@ def run(words, environment):
 
 
 def start(words, place):
-    name = FOLDER / str(next(counter))
+    name = DIRECTORY / str(next(counter))
     environment = {"CONSOLE_TEST_PLUGIN": place, "CONSOLE_TEST_LOG": f"{name}.log"}
     return name, run(["--plugin", PLUGIN, *words], environment)
 
@@ -140,7 +140,7 @@ def library(words):
 
 def no_worker(words):
     # A copy for each, because some of them change the cards.
-    cards = FOLDER / f"{next(counter)}.json"
+    cards = DIRECTORY / f"{next(counter)}.json"
     shutil.copy(os.environ["CARDSIM_STATE"], cards)
     asan = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
     preload = {"LD_PRELOAD": os.environ["NO_PLUGIN_THREAD"], "ASAN_OPTIONS": asan}

@@ -83,7 +83,7 @@ with_config() {
   [ ! -e "$BATS_FILE_TMPDIR/missing.json" ]
 }
 
-@test "a simulation leaves no temporary folder" {
+@test "a simulation leaves no temporary directory" {
   same "" "$(ls -A "$TMPDIR")"
 }
 
@@ -267,8 +267,8 @@ stop_follower() {
 gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
-@test "Ctrl-C during a simulation leaves no temporary folder" {
-  # A file in the folder shows that the folder exists.
+@test "Ctrl-C during a simulation leaves no temporary directory" {
+  # A file in the directory shows that the directory exists.
   stop_when INT "$TMPDIR" . simulated corvane-host --simulate list
   ended simulated 130
   silent simulated out

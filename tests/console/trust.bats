@@ -64,7 +64,7 @@ refuses() {
     "$(err stranger | tail -n +2)"
 }
 
-@test "a plug-in in a folder of another user, or one that others can write, is refused" {
+@test "a plug-in in a directory of another user, or one that others can write, is refused" {
   need_root
   fresh
   chmod 777 "$BATS_TEST_TMPDIR/lib"
@@ -76,7 +76,7 @@ refuses() {
   refuses group "$BATS_TEST_TMPDIR/lib can be written by other users"
   chmod 755 "$BATS_TEST_TMPDIR/lib"
   chown "$STRANGER" "$BATS_TEST_TMPDIR/lib"
-  refuses folder "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
+  refuses directory "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
 }
 
 # share FILE: lets another user write it through an access list. Fails if the file system has none.
@@ -91,7 +91,7 @@ os.setxattr(sys.argv[1], "system.posix_acl_access", value)
 END
 }
 
-@test "a plug-in in a folder whose access list lets another user write is refused" {
+@test "a plug-in in a directory whose access list lets another user write is refused" {
   need_root
   fresh
   share "$BATS_TEST_TMPDIR/lib" || skip "the file system has no access lists"
@@ -109,7 +109,7 @@ END
     "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
 }
 
-@test "a library in the plug-in's folder is checked like the plug-in" {
+@test "a library in the plug-in's directory is checked like the plug-in" {
   fresh
   chmod o+w "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so"
   refuses dependency "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
@@ -141,7 +141,7 @@ plant() {
   refuses "open to others" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps can be written by other users"
 }
 
-@test "a link to a plug-in loads the libraries of the plug-in's folder, not of the link's folder" {
+@test "a link to a plug-in loads the libraries of the plug-in's directory, not of the link's directory" {
   need_root
   fresh
   mkdir -m 1777 "$BATS_TEST_TMPDIR/sticky"
@@ -204,7 +204,7 @@ library() {
   library "$lib/libneeds.so" -L"$lib" -lf
   library "$lib/inherits.so" -L"$lib" -Wl,--no-as-needed -lneeds -Wl,--disable-new-dtags -Wl,-rpath,"$lib"
   refuses inherits "$lib/libf.so can be written by other users" "$lib/inherits.so"
-  # For the loader, the origin of a linked library is the folder of the link.
+  # For the loader, the origin of a linked library is the directory of the link.
   library "$lib/real/liblinked.so" -L"$lib" -lf -Wl,-rpath,"\$ORIGIN"
   ln -s ../real/liblinked.so "$lib/front/liblinked.so"
   library "$lib/links.so" -L"$lib/real" -Wl,--no-as-needed -llinked -Wl,-rpath,"$lib/front"
@@ -227,7 +227,7 @@ PYTHON
   refuses bare "$evil can be written by other users" "$lib/bare.so"
 }
 
-@test "a folder of the plug-in's search path is checked, even if it is missing" {
+@test "a directory of the plug-in's search path is checked, even if it is missing" {
   local place="$BATS_TEST_TMPDIR/place"
   mkdir -m 1777 "$place"
   mkdir "$BATS_TEST_TMPDIR/lib"
@@ -260,11 +260,11 @@ PYTHON
   same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
-@test "metrics are not written through a link below another user's folder" {
+@test "metrics are not written through a link below another user's directory" {
   need_root
   local theirs="$BATS_TEST_TMPDIR/theirs" way
   mkdir -p "$BATS_TEST_TMPDIR/secret/deep/deeper" "$theirs/one/two"
-  # The link itself, and paths through folders below and above it.
+  # The link itself, and paths through directories below and above it.
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/sub"
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/sub"
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/two/sub"
@@ -277,7 +277,7 @@ PYTHON
   same "" "$(find "$BATS_TEST_TMPDIR" -name '*.prom*')"
 }
 
-@test "metrics are not written through a link in a folder that others can write" {
+@test "metrics are not written through a link in a directory that others can write" {
   need_root
   local shared="$BATS_TEST_TMPDIR/shared"
   mkdir -p "$BATS_TEST_TMPDIR/kept" "$shared"
@@ -305,7 +305,7 @@ PYTHON
   said nowhere "corvane-host: cannot write $BATS_TEST_TMPDIR/nowhere/x.prom: No such file or directory"
 }
 
-@test "metrics are written to a collector's folder, whose links are not followed" {
+@test "metrics are written to a collector's directory, whose links are not followed" {
   need_root
   mkdir "$BATS_TEST_TMPDIR/collector"
   chown "$STRANGER" "$BATS_TEST_TMPDIR/collector"
@@ -319,15 +319,15 @@ PYTHON
   same kept "$(cat "$BATS_TEST_TMPDIR/kept")"
 }
 
-# reads FOLDER...: prints the source lines that read the environment with plain getenv.
+# reads DIRECTORY...: prints the source lines that read the environment with plain getenv.
 reads() {
   grep -rnE '(^|[^_[:alnum:]])getenv[[:space:]]*\(' "$@" --include=*.cpp --include=*.h --include=*.in
 }
 
 @test "programs, libraries and plug-in read the environment with secure_getenv only" {
-  local folder
+  local directory
   cd "$CORVANE_SOURCE"
-  for folder in base console service hostkit cardsim Corvane orm models host; do [ -d "$folder" ]; done
+  for directory in base console service hostkit cardsim Corvane orm models host; do [ -d "$directory" ]; done
   run -1 reads base console service hostkit cardsim Corvane orm models host
   same "" "$output"
 }

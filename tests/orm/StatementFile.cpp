@@ -235,9 +235,9 @@ std::ostream& operator<<(std::ostream& out, const StatementCase& shown) {
   return out << shown.file << ": " << shown.name;
 }
 
-std::vector<StatementCase> ReadStatementFiles(const std::string& folder) {
+std::vector<StatementCase> ReadStatementFiles(const std::string& directory) {
   std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
     files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
@@ -245,7 +245,7 @@ std::vector<StatementCase> ReadStatementFiles(const std::string& folder) {
   for (const auto& file : files) {
     for (const auto& found : ReadStatementFile(file)) cases.push_back(found);
   }
-  if (cases.empty()) throw std::runtime_error("no statements in " + folder);
+  if (cases.empty()) throw std::runtime_error("no statements in " + directory);
   return cases;
 }
 

@@ -31,9 +31,9 @@ struct StatementCase {
 
 std::ostream& operator<<(std::ostream& out, const StatementCase& shown);
 
-// The cases of all files of a folder. Throws `std::runtime_error` for a folder without any, and for
-// a case that expects nothing.
-std::vector<StatementCase> ReadStatementFiles(const std::string& folder);
+// The cases of all files of a directory. Throws `std::runtime_error` for a directory without any,
+// and for a case that expects nothing.
+std::vector<StatementCase> ReadStatementFiles(const std::string& directory);
 
 // Runs a case and renders the result in the form of its expectation.
 std::string RunStatementCase(const StatementCase& given);

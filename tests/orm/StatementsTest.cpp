@@ -14,8 +14,8 @@ TEST_P(Statements, AreWrittenByteByByte) {
 
 std::string NameOfCase(const testing::TestParamInfo<StatementCase>& info) {
   std::string name = info.param.file + "_" + info.param.name;
-  for (char& letter : name) {
-    if (std::isalnum(static_cast<unsigned char>(letter)) == 0) letter = '_';
+  for (char& character : name) {
+    if (std::isalnum(static_cast<unsigned char>(character)) == 0) character = '_';
   }
   return name;
 }

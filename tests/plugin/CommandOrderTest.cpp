@@ -32,7 +32,7 @@ class CommandOrder : public testing::Test {
   Lines StepsOfInitialize(unsigned int expected) {
     unsigned int result = 0;
     {
-      PrintedText printed(m_Host.Folder() / "printed");
+      PrintedText printed(m_Host.Directory() / "printed");
       m_Journal.Print(printed);
       result = m_Host.Initialize();
       m_Journal.Note("end");

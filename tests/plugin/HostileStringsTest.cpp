@@ -53,7 +53,7 @@ class HostileStrings : public WorkerFixture {
     AddCards(2);
   }
 
-  std::string File() const { return (m_Host.Folder() / "rows.db").string(); }
+  std::string File() const { return (m_Host.Directory() / "rows.db").string(); }
   std::string Schema() const {
     return OtherProgram(File()).Run("SELECT type, name, sql FROM sqlite_schema ORDER BY name");
   }

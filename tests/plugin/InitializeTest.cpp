@@ -140,7 +140,7 @@ TEST(InitializeRetry, AcceptsOnlyTheNineDevices) {
 
 TEST_F(Initialize, RejectsDevicesOfOtherVendors) {
   AddCards(1);
-  std::ofstream(m_Host.Folder() / "sys/bus/pci/devices/0000:03:00.0/vendor") << "0x8086\n";
+  std::ofstream(m_Host.Directory() / "sys/bus/pci/devices/0000:03:00.0/vendor") << "0x8086\n";
   EXPECT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }

@@ -218,8 +218,8 @@ TEST(PluginObjectWithAFullIni, KeepsTheOtherKeys) {
   EXPECT_THAT(ini, testing::Not(HasSubstr("PollInterval=20")));
 }
 
-// A file in place of the folder, so that nothing can be written there. The host's result for that
-// is 3.
+// A file in place of the directory, so that nothing can be written there. The host's result for
+// that is 3.
 TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
   std::filesystem::remove_all(m_Host.IniFile().parent_path());
   std::ofstream(m_Host.IniFile().parent_path()) << "in the way";

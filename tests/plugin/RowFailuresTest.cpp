@@ -65,7 +65,7 @@ class RowFailures : public WorkerFixture {
     m_DatabaseLines.clear();
     AwaitScans();
   }
-  std::string File() { return (m_Host.Folder() / "rows.db").string(); }
+  std::string File() { return (m_Host.Directory() / "rows.db").string(); }
 
   const SqliteInterceptor m_Interceptor;  // before the database is opened
   const DatabaseLife m_Database;
@@ -209,7 +209,7 @@ void PrintTo(const FileCase& each, std::ostream* out) {
   *out << each.name;
 }
 
-void ReplaceWithFolder(const std::string& file) {
+void ReplaceWithDirectory(const std::string& file) {
   std::filesystem::remove(file);
   std::filesystem::create_directory(file);
 }
@@ -225,12 +225,12 @@ void DamageIt(const std::string& file) {
   damaged << std::string(4096, '\x5A');
 }
 
-// Everyone may write to the folder, but only read the file.
+// Everyone may write to the directory, but only read the file.
 void ForbidWritingIt(const std::string& file) {
   using std::filesystem::perms;
-  const std::filesystem::path folder = std::filesystem::path(file).parent_path();
-  std::filesystem::permissions(folder, perms::all);
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+  const std::filesystem::path directory = std::filesystem::path(file).parent_path();
+  std::filesystem::permissions(directory, perms::all);
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
     std::filesystem::permissions(entry.path(), perms::all);
   }
   std::filesystem::permissions(file, perms::owner_read | perms::group_read | perms::others_read);
@@ -296,7 +296,7 @@ TEST_P(UnusableFile, DoesNotPreventAScan) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, UnusableFile,
-    testing::Values(FileCase{"Folder", ReplaceWithFolder, "unable to open database file"},
+    testing::Values(FileCase{"Directory", ReplaceWithDirectory, "unable to open database file"},
                     FileCase{"NoDatabase", OverwriteWithText, "file is not a database"},
                     FileCase{"Damaged", DamageIt, "database disk image is malformed: "},
                     FileCase{"ReadOnly", ForbidWritingIt, "attempt to write a readonly database",

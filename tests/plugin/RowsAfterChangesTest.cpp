@@ -345,7 +345,7 @@ TEST(RowsOfAnotherStart, AreAddedToTheEarlierOnes) {
 TEST(RowsOfAnotherStart, ReplaceTheEarlierOnesAfterADatabaseRestart) {
   const DatabaseLife database;
   OneCard host(PlainCard());
-  const std::string file = (host.Folder() / "rows.db").string();
+  const std::string file = (host.Directory() / "rows.db").string();
   for (int start = 0; start < 2; ++start) {
     DatabaseLife::Begin(file);
     OneCard other(PlainCard());

@@ -23,13 +23,13 @@ struct Line {
   std::string code;  // without its comment
 };
 
-// The lines of the sources in these folders of the checkout and below, in the order of the files'
-// names.
-std::vector<Line> LinesOf(std::initializer_list<const char*> folders) {
+// The lines of the sources in these directories of the checkout and below, in the order of the
+// files' names.
+std::vector<Line> LinesOf(std::initializer_list<const char*> directories) {
   std::set<std::filesystem::path> files;
-  for (const char* folder : folders) {
+  for (const char* directory : directories) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(
-             std::filesystem::path(CORVANE_CHECKOUT) / folder)) {
+             std::filesystem::path(CORVANE_CHECKOUT) / directory)) {
       if (entry.is_regular_file()) files.insert(entry.path());
     }
   }

@@ -41,7 +41,7 @@ class SpoiledCells : public WorkerFixture, public testing::WithParamInterface<Sp
   }
   void TearDown() override { m_OnLine = nullptr; }
 
-  std::string File() const { return (m_Host.Folder() / "rows.db").string(); }
+  std::string File() const { return (m_Host.Directory() / "rows.db").string(); }
 
   void Change(const char* celsius, const char* sectorSize) {
     m_DatabaseLines.clear();

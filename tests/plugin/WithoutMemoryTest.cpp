@@ -35,7 +35,7 @@ class WithoutMemory : public testing::Test {
  protected:
   static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
 
-  // Sets up the kit and the folders, and creates no plug-in.
+  // Sets up the kit and the directories, and creates no plug-in.
   SimulatedHost m_Host;
 };
 

@@ -26,14 +26,14 @@ class WorkingDirectory : public WorkerFixture {
     close(m_Before);
   }
 
-  std::filesystem::path Folder() const { return m_Host.Folder() / "workplace"; }
-  std::string File() const { return (m_Host.Folder() / "state" / "rows.db").string(); }
+  std::filesystem::path Directory() const { return m_Host.Directory() / "workplace"; }
+  std::string File() const { return (m_Host.Directory() / "state" / "rows.db").string(); }
 
   void Enter() const {
-    std::filesystem::create_directory(Folder());
-    std::filesystem::current_path(Folder());
+    std::filesystem::create_directory(Directory());
+    std::filesystem::current_path(Directory());
   }
-  void DeleteIt() const { std::filesystem::remove_all(Folder()); }
+  void DeleteIt() const { std::filesystem::remove_all(Directory()); }
 
   // Runs in a process that has not opened a database yet. The exit code is the number of adapter
   // rows.
@@ -88,14 +88,14 @@ TEST_F(WorkingDirectory, CanChangeWithoutAffectingTheFile) {
   AddCards(1);
   Enter();
   DatabaseLife::Begin("rows.db");
-  std::filesystem::current_path(m_Host.Folder());
+  std::filesystem::current_path(m_Host.Directory());
   ASSERT_EQ(m_Host.Start(), 0U);
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
-  EXPECT_TRUE(std::filesystem::exists(Folder() / "rows.db"));
-  std::filesystem::remove(Folder() / "rows.db");
+  EXPECT_TRUE(std::filesystem::exists(Directory() / "rows.db"));
+  std::filesystem::remove(Directory() / "rows.db");
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
-  EXPECT_TRUE(std::filesystem::exists(Folder() / "rows.db"));
-  EXPECT_FALSE(std::filesystem::exists(m_Host.Folder() / "rows.db"));
+  EXPECT_TRUE(std::filesystem::exists(Directory() / "rows.db"));
+  EXPECT_FALSE(std::filesystem::exists(m_Host.Directory() / "rows.db"));
 }
 
 }  // namespace

@@ -135,7 +135,7 @@ TEST_F(Collector, PassesEventsOn) {
 
 TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndTriesAgain) {
   Service::CollectorSettings settings = Settings();
-  settings.m_PluginFile = m_Host.Folder() / "missing.so";
+  settings.m_PluginFile = m_Host.Directory() / "missing.so";
   Start(settings);
   const SnapshotPtr snapshot = Await([](const auto& it) { return it.m_Plugin.m_Starts == 3; });
   EXPECT_FALSE(snapshot->m_Plugin.m_IsUp);
@@ -157,7 +157,7 @@ TEST_F(Collector, ReadsTheCardsAfterARequest) {
 
 TEST_F(Collector, CannotReadTheCardsWithoutAPlugin) {
   Service::CollectorSettings settings = Settings();
-  settings.m_PluginFile = m_Host.Folder() / "missing.so";
+  settings.m_PluginFile = m_Host.Directory() / "missing.so";
   Start(settings);
   EXPECT_FALSE(m_pCollector->Refresh(Deadline(kTimeout)));
 }

@@ -125,8 +125,8 @@ class EventFeedFixture : public testing::Test {
     return numbers;
   }
 
-  TemporaryFolder m_Folder;
-  ScopedVariable m_Database{"CORVANE_DATABASE", (m_Folder.Path() / "log.db").string()};
+  TemporaryDirectory m_Directory;
+  ScopedVariable m_Database{"CORVANE_DATABASE", (m_Directory.Path() / "log.db").string()};
   const bool m_IsReopened = (HostKit::ReopenDatabase(), true);
   int m_Logged = 0;
   Service::SnapshotStore m_Store;
@@ -253,7 +253,7 @@ TEST_F(EventFeed, GoesOnWithANewLog) {
   Start();
   const auto client = Connect();
   client->ReadUntil("\"up\"");
-  ScopedVariable other("CORVANE_DATABASE", (m_Folder.Path() / "other.db").string());
+  ScopedVariable other("CORVANE_DATABASE", (m_Directory.Path() / "other.db").string());
   HostKit::ReopenDatabase();
   m_Logged = 0;
   LogAndPublish(1);

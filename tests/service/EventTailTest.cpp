@@ -30,12 +30,12 @@ class EventTailFixture : public testing::Test {
   EventTailFixture() { HostKit::ReopenDatabase(); }
   // Continues with an empty log.
   void ReplaceLog() {
-    m_NewDatabase.emplace("CORVANE_DATABASE", (m_Folder.Path() / "new.db").string());
+    m_NewDatabase.emplace("CORVANE_DATABASE", (m_Directory.Path() / "new.db").string());
     HostKit::ReopenDatabase();
   }
 
-  const TemporaryFolder m_Folder;
-  const ScopedVariable m_Database{"CORVANE_DATABASE", (m_Folder.Path() / "log.db").string()};
+  const TemporaryDirectory m_Directory;
+  const ScopedVariable m_Database{"CORVANE_DATABASE", (m_Directory.Path() / "log.db").string()};
   std::optional<ScopedVariable> m_NewDatabase;
 };
 

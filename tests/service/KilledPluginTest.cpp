@@ -34,7 +34,7 @@ constexpr std::uint32_t kRemoved = 11094;
 class KilledPlugin : public CorvaneTest::CollectorFixture {
  protected:
   KilledPlugin() {
-    m_Database.emplace("CORVANE_DATABASE", (m_Host.Folder() / "corvane.db").string());
+    m_Database.emplace("CORVANE_DATABASE", (m_Host.Directory() / "corvane.db").string());
     HostKit::ReopenDatabase();
     m_Host.WriteIni("PollInterval=2\n");
     m_Card = m_Host.AddCard();

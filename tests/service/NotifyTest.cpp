@@ -21,7 +21,7 @@ class Manager {
     EXPECT_EQ(0, bind(m_Socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
   }
 
-  std::string Path() const { return m_Folder.Path() / "notify"; }
+  std::string Path() const { return m_Directory.Path() / "notify"; }
   // The next message; empty if there is none.
   std::string Receive() const {
     char text[4096];
@@ -30,7 +30,7 @@ class Manager {
   }
 
  private:
-  const TemporaryFolder m_Folder;
+  const TemporaryDirectory m_Directory;
   const Base::Descriptor m_Socket;
 };
 

@@ -75,7 +75,7 @@ inline Cells Counts() {
   return counts;
 }
 
-// The host's database during a test: in memory, or in a file of the test's folder. Each `Begin`
+// The host's database during a test: in memory, or in a file of the test's directory. Each `Begin`
 // starts a new run of the host.
 class DatabaseLife {
  public:

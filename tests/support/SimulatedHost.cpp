@@ -26,12 +26,12 @@ namespace {
 
 // In memory if possible: the simulator syncs its file at each change, which takes ten times as long
 // on a disk as everything else together.
-std::filesystem::path MakeFolder() {
+std::filesystem::path MakeDirectory() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;
   const auto root = writable ? memory : std::filesystem::temp_directory_path();
   std::string name = (root / "corvane-test-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
   return name;
 }
 
@@ -104,19 +104,19 @@ std::string Ids(const std::vector<std::uint64_t>& ids) {
 }  // namespace
 
 SimulatedHost::SimulatedHost(const std::function<void()>& pickTime)
-    : m_Folder(MakeFolder()), m_Cards(m_Folder / "cards.json") {
+    : m_Directory(MakeDirectory()), m_Cards(m_Directory / "cards.json") {
   pickTime();
   HostKit::ResetLedger();
   HostKit::SetTraceSink(KeepTrace);
   HostKit::SetTraceMask(~std::uint32_t{0});
   ForgetTraces();
-  std::filesystem::create_directory(m_Folder / "config");
+  std::filesystem::create_directory(m_Directory / "config");
   const auto set = [](const char* name, const std::filesystem::path& path) {
     setenv(name, path.c_str(), 1);
   };
-  set("CARDSIM_STATE", m_Folder / "cards.json");
-  set("CORVANE_CONFIG_DIR", m_Folder / "config");
-  set("CORVANE_SYSFS", m_Folder / "sys");
+  set("CARDSIM_STATE", m_Directory / "cards.json");
+  set("CORVANE_CONFIG_DIR", m_Directory / "config");
+  set("CORVANE_SYSFS", m_Directory / "sys");
   setenv("CORVANE_DATABASE", ":memory:", 1);
   m_Cards.Create();
   RefreshPciBus();
@@ -131,7 +131,7 @@ SimulatedHost::~SimulatedHost() {
   HostKit::SetTraceSink({});
   HostKit::SetTraceMask(0);
   std::error_code ignored;
-  std::filesystem::remove_all(m_Folder, ignored);
+  std::filesystem::remove_all(m_Directory, ignored);
 }
 
 void SimulatedHost::WriteIni(const std::string& text) {
@@ -150,7 +150,7 @@ std::string SimulatedHost::AddCard(std::uint16_t deviceId) {
 }
 
 void SimulatedHost::RefreshPciBus() {
-  m_Cards.WriteSysfs(m_Folder / "sys");
+  m_Cards.WriteSysfs(m_Directory / "sys");
 }
 
 unsigned int SimulatedHost::Create() {

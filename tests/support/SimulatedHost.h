@@ -1,7 +1,7 @@
 // A host of the plug-in for tests: simulated cards, virtual time, the ten commands as functions.
 //
-// Each object has its own temporary folder, cards, PCI bus and configuration. Its destructor stops
-// and releases the plug-in.
+// Each object has its own temporary directory, cards, PCI bus and configuration. Its destructor
+// stops and releases the plug-in.
 #pragma once
 
 #include <cstdint>
@@ -27,8 +27,8 @@ class SimulatedHost {
   SimulatedHost(const SimulatedHost&) = delete;
   SimulatedHost& operator=(const SimulatedHost&) = delete;
 
-  const std::filesystem::path& Folder() const { return m_Folder; }
-  std::filesystem::path IniFile() const { return m_Folder / "config" / "Corvane.ini"; }
+  const std::filesystem::path& Directory() const { return m_Directory; }
+  std::filesystem::path IniFile() const { return m_Directory / "config" / "Corvane.ini"; }
   void WriteIni(const std::string& text);
   std::string ReadIni() const;
 
@@ -82,7 +82,7 @@ class SimulatedHost {
   void ForgetTraces();
 
  private:
-  std::filesystem::path m_Folder;
+  std::filesystem::path m_Directory;
   CardSim::StateFile m_Cards;
   IPLUGINAPI* m_pPlugin = nullptr;
   bool m_Initialized = false;

@@ -1,4 +1,4 @@
-// Temporary changes of a test: environment variables and folders.
+// Temporary changes of a test: environment variables and directories.
 #pragma once
 
 #include <cstdlib>
@@ -33,20 +33,20 @@ class ScopedVariable {
   std::optional<std::string> m_Before;
 };
 
-// A new empty folder. The destructor removes it with its contents.
-class TemporaryFolder {
+// A new empty directory. The destructor removes it with its contents.
+class TemporaryDirectory {
  public:
-  TemporaryFolder() {
+  TemporaryDirectory() {
     std::string name = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
     m_Path = name;
   }
-  ~TemporaryFolder() {
+  ~TemporaryDirectory() {
     std::error_code ignored;
     std::filesystem::remove_all(m_Path, ignored);
   }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
   const std::filesystem::path& Path() const { return m_Path; }
 

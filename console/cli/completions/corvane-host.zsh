@@ -17,7 +17,7 @@ _corvane-host() {
   (( ${#partial} )) && _describe 'corvane-host' partial -S ''
 }
 
-# Found by its name in a folder of completions, or read by a person's start-up file.
+# Found by its name in a directory of completions, or read by a person's start-up file.
 if [[ ${funcstack[1]} == _corvane-host ]]; then
   _corvane-host "$@"
 else

@@ -24,7 +24,7 @@ struct Verb {
   bool changes;
 };
 
-// FOLDER is replaced by the test's folder.
+// DIRECTORY is replaced by the test's directory.
 const Verb kVerbs[] = {
     {"NewOverAnOldFile", {"new", "--force"}, true},
     {"Add", {"add", "0x1003"}, true},
@@ -39,8 +39,8 @@ const Verb kVerbs[] = {
     {"Clear", {"clear", "card1", "errors.FLASHBACK"}, true},
     {"Fail", {"fail", "vsl_open", "--code", "12", "--text", "a text of many letters"}, true},
     {"ClearFailure", {"clear-failure", "vsl_close"}, true},
-    {"Sysfs", {"sysfs", "FOLDER/sys"}, false},
-    {"Play", {"play", "FOLDER/scenario.json", "--speed", "1000000"}, true},
+    {"Sysfs", {"sysfs", "DIRECTORY/sys"}, false},
+    {"Play", {"play", "DIRECTORY/scenario.json", "--speed", "1000000"}, true},
 };
 
 struct Outcome {
@@ -67,7 +67,7 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
         {"name": "card1", "id": 2, "current_errors": 256, "pci_bus": 4}],
         "failures": {"vsl_close": {"code": 5, "text": "fails for a while"}}})";
     Spill(m_Before);
-    std::ofstream(m_Folder / "scenario.json")
+    std::ofstream(m_Directory / "scenario.json")
         << R"({"title": "A scenario of many letters", "steps": [
         {"do": "raise", "card": "card0", "what": "FLASHBACK", "say": "a word of many letters"},
         {"after_ms": 1, "do": "set", "card": "card1", "what": "board_name", "to": "another board"},
@@ -86,14 +86,14 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
   Outcome Run(int successes, Shortage kind) {
     std::vector<std::string> words = {"cardsim"};
     for (std::string word : GetParam().arguments) {
-      if (word.rfind("FOLDER", 0) == 0) word.replace(0, 6, m_Folder.string());
+      if (word.rfind("DIRECTORY", 0) == 0) word.replace(0, 6, m_Directory.string());
       words.push_back(word);
     }
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
-    const std::string out = (m_Folder / "out").string();
-    const std::string err = (m_Folder / "err").string();
+    const std::string out = (m_Directory / "out").string();
+    const std::string err = (m_Directory / "err").string();
     *m_WasShort = false;
     const pid_t child = fork();
     if (child == 0) {
@@ -114,7 +114,7 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
 
   void PutBack() {
     Spill(m_Before);
-    std::filesystem::remove_all(m_Folder / "sys");
+    std::filesystem::remove_all(m_Directory / "sys");
   }
 
   void Sweep(Shortage kind) {

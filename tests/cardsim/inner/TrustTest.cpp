@@ -1,4 +1,4 @@
-// Files, folders and links that another user could have placed at the path of the state file.
+// Files, directories and links that another user could have placed at the path of the state file.
 #include <sys/stat.h>
 
 #include <regex>
@@ -24,10 +24,10 @@ class Planted : public SimulatedCards {
 };
 
 TEST_F(Planted, OwnLinksAreFollowedAndKept) {
-  const auto real = m_Folder / "real";
+  const auto real = m_Directory / "real";
   std::filesystem::create_directory(real);
   std::filesystem::rename(Path(), real / "other.json");
-  std::filesystem::create_symlink("real", m_Folder / "way");
+  std::filesystem::create_symlink("real", m_Directory / "way");
   std::filesystem::create_symlink("./way/../way/other.json", Path());
   EXPECT_EQ("no error", Edit());
   EXPECT_TRUE(std::filesystem::is_symlink(Path()));
@@ -43,7 +43,7 @@ TEST_F(Planted, LinksInACircleEnd) {
 
 TEST_F(Planted, ALinkNamedLikeTheLockIsNotFollowed) {
   const auto lock = Path().string() + ".lock";
-  const auto victim = m_Folder / "victim";
+  const auto victim = m_Directory / "victim";
   std::filesystem::remove(lock);
   std::filesystem::create_symlink(victim, lock);
   EXPECT_EQ(lock + ": not trusted: the file is a symbolic link", Edit());
@@ -52,7 +52,7 @@ TEST_F(Planted, ALinkNamedLikeTheLockIsNotFollowed) {
 }
 
 TEST_F(Planted, ALinkNamedLikeTheDraftIsReplaced) {
-  const auto victim = m_Folder / "victim";
+  const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_symlink(victim, Path().string() + ".new");
   EXPECT_EQ("no error", Edit());
@@ -60,16 +60,17 @@ TEST_F(Planted, ALinkNamedLikeTheDraftIsReplaced) {
   EXPECT_FALSE(std::filesystem::is_symlink(Path()));
 }
 
-TEST_F(Planted, RootRejectsAFolderThatAnyoneMayWrite) {
-  chmod(m_Folder.c_str(), 0777);
-  const std::string why = Path().string() + ": not trusted: " + m_Folder.string() + " " + kOthers;
+TEST_F(Planted, RootRejectsADirectoryThatAnyoneMayWrite) {
+  chmod(m_Directory.c_str(), 0777);
+  const std::string why =
+      Path().string() + ": not trusted: " + m_Directory.string() + " " + kOthers;
   EXPECT_EQ(ForRoot(why), Cards());
   EXPECT_EQ(ForRoot(why), Edit());
-  const auto fresh = m_Folder / "fresh.json";
-  EXPECT_EQ(ForRoot(fresh.string() + ": not trusted: " + m_Folder.string() + " " + kOthers),
+  const auto fresh = m_Directory / "fresh.json";
+  EXPECT_EQ(ForRoot(fresh.string() + ": not trusted: " + m_Directory.string() + " " + kOthers),
             ErrorOf([&] { CardSim::StateFile(fresh).Create(); }));
   EXPECT_EQ(IsRoot(), vsl_init(0, &m_Error) != 0);
-  chmod(m_Folder.c_str(), 01777);
+  chmod(m_Directory.c_str(), 01777);
   EXPECT_EQ("no error", Edit());
 }
 
@@ -78,17 +79,17 @@ TEST_F(Planted, RootRejectsAFileThatAnyoneMayWrite) {
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
 }
 
-TEST_F(Planted, RootRejectsAFileOrFolderWithAnAccessListForOthers) {
+TEST_F(Planted, RootRejectsAFileOrDirectoryWithAnAccessListForOthers) {
   if (!ShareByAccessList(Path())) GTEST_SKIP() << "the file system has no access lists";
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
-  ASSERT_TRUE(ShareByAccessList(m_Folder));
-  EXPECT_EQ(ForRoot(Path().string() + ": not trusted: " + m_Folder.string() + " " + kOthers),
+  ASSERT_TRUE(ShareByAccessList(m_Directory));
+  EXPECT_EQ(ForRoot(Path().string() + ": not trusted: " + m_Directory.string() + " " + kOthers),
             Edit());
 }
 
-TEST_F(Planted, AFileWithASecondNameInAnOpenFolderIsRejected) {
-  chmod(m_Folder.c_str(), 01777);
-  std::filesystem::create_hard_link(Path(), m_Folder / "second");
+TEST_F(Planted, AFileWithASecondNameInAnOpenDirectoryIsRejected) {
+  chmod(m_Directory.c_str(), 01777);
+  std::filesystem::create_hard_link(Path(), m_Directory / "second");
   EXPECT_EQ(Path().string() + ": not trusted: the file has a second hard link", Cards());
 }
 
@@ -99,7 +100,7 @@ TEST_F(Planted, RootRejectsAnotherUsersFileAndLink) {
   ASSERT_EQ(0, chown(Path().c_str(), 0, 0));
   ASSERT_EQ(0, chown((Path().string() + ".lock").c_str(), 65534, 65534));
   EXPECT_EQ(Path().string() + ".lock: not trusted: the file belongs to uid 65534", Edit());
-  const auto link = m_Folder / "link.json";
+  const auto link = m_Directory / "link.json";
   std::filesystem::create_symlink(Path(), link);
   ASSERT_EQ(0, lchown(link.c_str(), 65534, 65534));
   EXPECT_EQ(link.string() + ": not trusted: " + link.string() + " belongs to uid 65534",
@@ -107,16 +108,16 @@ TEST_F(Planted, RootRejectsAnotherUsersFileAndLink) {
 }
 
 TEST_F(Planted, AMarkThatIsALinkIsNotWrittenThrough) {
-  const auto victim = m_Folder / "victim";
+  const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
-  std::filesystem::create_directories(m_Folder / "sys/bus/pci");
-  std::filesystem::create_symlink(victim, m_Folder / "sys/bus/pci/.cardsim");
-  chmod((m_Folder / "sys").c_str(), 0777);
-  EXPECT_NE("no error", ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+  std::filesystem::create_directories(m_Directory / "sys/bus/pci");
+  std::filesystem::create_symlink(victim, m_Directory / "sys/bus/pci/.cardsim");
+  chmod((m_Directory / "sys").c_str(), 0777);
+  EXPECT_NE("no error", ErrorOf([this] { File().WriteSysfs(m_Directory / "sys"); }));
   EXPECT_EQ("precious", Slurp(victim));
 }
 
-// A folder of another user with a link to one of root's, at each depth below it.
+// A directory of another user with a link to one of root's, at each depth below it.
 class PlantedPaths : public Planted, public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
@@ -132,14 +133,14 @@ class PlantedPaths : public Planted, public ::testing::WithParamInterface<const 
     }
   }
 
-  std::filesystem::path Theirs() const { return m_Folder / "theirs"; }
-  std::filesystem::path Victim() const { return m_Folder / "victim"; }
+  std::filesystem::path Theirs() const { return m_Directory / "theirs"; }
+  std::filesystem::path Victim() const { return m_Directory / "victim"; }
   std::string Refusal(const std::filesystem::path& path) const {
     return path.string() + ": not trusted: " + Theirs().string() + " belongs to uid 65534";
   }
 };
 
-TEST_P(PlantedPaths, NoFolderOfAStateFileIsCreatedThere) {
+TEST_P(PlantedPaths, NoDirectoryOfAStateFileIsCreatedThere) {
   const auto file = Theirs() / GetParam() / "new/newer/cards.json";
   EXPECT_EQ(Refusal(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
@@ -147,53 +148,54 @@ TEST_P(PlantedPaths, NoFolderOfAStateFileIsCreatedThere) {
 }
 
 TEST_P(PlantedPaths, NoSysfsTreeIsCreatedThere) {
-  const auto folder = Theirs() / GetParam() / "sys";
-  EXPECT_EQ(Refusal(folder / "bus/pci/.cardsim"), ErrorOf([&] { File().WriteSysfs(folder); }));
+  const auto directory = Theirs() / GetParam() / "sys";
+  EXPECT_EQ(Refusal(directory / "bus/pci/.cardsim"),
+            ErrorOf([&] { File().WriteSysfs(directory); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
-  EXPECT_FALSE(std::filesystem::exists(folder));
+  EXPECT_FALSE(std::filesystem::exists(directory));
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, PlantedPaths,
                          ::testing::Values(".", "link", "one", "one/link", "one/two",
                                            "one/two/link", "none"));
 
-TEST_F(Planted, MissingFoldersAreCreatedThroughOwnLinks) {
-  std::filesystem::create_directory(m_Folder / "real");
-  std::filesystem::create_directory_symlink("real", m_Folder / "way");
-  const auto file = m_Folder / "way/a/../b/cards.json";
+TEST_F(Planted, MissingDirectoriesAreCreatedThroughOwnLinks) {
+  std::filesystem::create_directory(m_Directory / "real");
+  std::filesystem::create_directory_symlink("real", m_Directory / "way");
+  const auto file = m_Directory / "way/a/../b/cards.json";
   EXPECT_EQ("no error", ErrorOf([&] { CardSim::StateFile(file).Create(); }));
-  EXPECT_TRUE(std::filesystem::exists(m_Folder / "real/b/cards.json"));
+  EXPECT_TRUE(std::filesystem::exists(m_Directory / "real/b/cards.json"));
 }
 
-TEST_F(Planted, ADevicesFolderThatIsALinkIsNotWrittenThrough) {
+TEST_F(Planted, ADevicesDirectoryThatIsALinkIsNotWrittenThrough) {
   File().AddCard(0x1003);
-  const auto victim = m_Folder / "victim";
+  const auto victim = m_Directory / "victim";
   std::filesystem::create_directories(victim);
-  File().WriteSysfs(m_Folder / "sys");
-  const auto devices = m_Folder / "sys/bus/pci/devices";
+  File().WriteSysfs(m_Directory / "sys");
+  const auto devices = m_Directory / "sys/bus/pci/devices";
   std::filesystem::remove_all(devices);
   std::filesystem::create_directory_symlink(victim, devices);
-  EXPECT_EQ("no error", ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+  EXPECT_EQ("no error", ErrorOf([this] { File().WriteSysfs(m_Directory / "sys"); }));
   EXPECT_TRUE(std::filesystem::is_empty(victim));
   EXPECT_FALSE(std::filesystem::is_symlink(devices));
 }
 
 TEST_F(Planted, AMarkThatIsALinkToARegularFileIsRejected) {
-  const auto victim = m_Folder / "victim";
+  const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
-  std::filesystem::create_directories(m_Folder / "sys/bus/pci");
-  std::filesystem::create_symlink(victim, m_Folder / "sys/bus/pci/.cardsim");
-  EXPECT_EQ((m_Folder / "sys/bus/pci/.cardsim").string() + ": is not a regular file",
-            ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+  std::filesystem::create_directories(m_Directory / "sys/bus/pci");
+  std::filesystem::create_symlink(victim, m_Directory / "sys/bus/pci/.cardsim");
+  EXPECT_EQ((m_Directory / "sys/bus/pci/.cardsim").string() + ": is not a regular file",
+            ErrorOf([this] { File().WriteSysfs(m_Directory / "sys"); }));
   EXPECT_EQ("precious", Slurp(victim));
 }
 
 TEST_F(Planted, AMarkThatIsAPipeIsNotWaitedFor) {
-  std::filesystem::create_directories(m_Folder / "sys/bus/pci");
-  const auto mark = m_Folder / "sys/bus/pci/.cardsim";
+  std::filesystem::create_directories(m_Directory / "sys/bus/pci");
+  const auto mark = m_Directory / "sys/bus/pci/.cardsim";
   ASSERT_EQ(0, mkfifo(mark.c_str(), 0600));
   EXPECT_EQ(mark.string() + ": is not a regular file",
-            ErrorOf([this] { File().WriteSysfs(m_Folder / "sys"); }));
+            ErrorOf([this] { File().WriteSysfs(m_Directory / "sys"); }));
 }
 
 std::vector<std::filesystem::path> SourceFiles() {

@@ -61,8 +61,8 @@ TEST_F(EventCounts, IncludeTheEventsOfALogWithoutCounts) {
 }
 
 TEST_F(EventCounts, FailWithoutAReadableFile) {
-  std::filesystem::create_directories(m_Folder.Path() / "folder");
-  Use((m_Folder.Path() / "folder").string());
+  std::filesystem::create_directories(m_Directory.Path() / "directory");
+  Use((m_Directory.Path() / "directory").string());
   EXPECT_THROW(HostKit::CountEvents(), DBEXCEPTION::DatabaseException);
 }
 

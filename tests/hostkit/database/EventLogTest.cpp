@@ -119,7 +119,7 @@ TEST_F(EventLog, KeepsSerialNumberAndObjectType) {
 
 // The table as the first version of the host created it.
 TEST_F(EventLog, UpgradesTheLogOfTheFirstVersion) {
-  const auto file = m_Folder.Path() / "early.db";
+  const auto file = m_Directory.Path() / "early.db";
   OtherProgram(file).Run(
       "CREATE TABLE host_event_log (number INTEGER PRIMARY KEY AUTOINCREMENT, "
       "time INTEGER NOT NULL, severity INTEGER NOT NULL, event_id INTEGER NOT NULL, "
@@ -138,8 +138,8 @@ TEST_F(EventLog, UpgradesTheLogOfTheFirstVersion) {
 }
 
 TEST_F(EventLog, FailsWithoutAUsableFile) {
-  std::filesystem::create_directories(m_Folder.Path() / "folder");
-  Use((m_Folder.Path() / "folder").string());
+  std::filesystem::create_directories(m_Directory.Path() / "directory");
+  Use((m_Directory.Path() / "directory").string());
   EXPECT_THROW(AppendEvent(PI::CEvent()), DBEXCEPTION::DatabaseException);
   EXPECT_THROW(HostKit::ReadEvents(0, 10), DBEXCEPTION::DatabaseException);
 }

@@ -88,7 +88,7 @@ TEST_F(Faults, AnEmptyFileBecomesADatabase) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AFolderInPlaceOfTheFileIsReported) {
+TEST_F(Faults, ADirectoryInPlaceOfTheFileIsReported) {
   CloseFile();
   std::filesystem::remove(File());
   std::filesystem::create_directory(File());
@@ -98,12 +98,12 @@ TEST_F(Faults, AFolderInPlaceOfTheFileIsReported) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AFileInPlaceOfTheFolderIsReported) {
-  const auto folder = m_Folder.Path() / "folder";
-  WriteText(folder, "x");
-  Use((folder / "corvane.db").string());
+TEST_F(Faults, AFileInPlaceOfTheDirectoryIsReported) {
+  const auto directory = m_Directory.Path() / "directory";
+  WriteText(directory, "x");
+  Use((directory / "corvane.db").string());
   EXPECT_EQ(FailureOf(kRead), "unable to open database file");
-  std::filesystem::remove(folder);
+  std::filesystem::remove(directory);
   ExpectWorking();
 }
 
@@ -118,12 +118,12 @@ TEST_F(Faults, ARemovedFileIsRecreated) {
 TEST_F(Faults, AFileThatReplacesTheOpenOneIsUsedWithoutItsRows) {
   m_pStorage->insert(AnAdapter(1));
   AppendEvent(PI::CEvent());
-  Use((m_Folder.Path() / "second.db").string());
+  Use((m_Directory.Path() / "second.db").string());
   m_pStorage->insert(AnAdapter(2));
-  std::filesystem::rename(File(), m_Folder.Path() / "second.db");
+  std::filesystem::rename(File(), m_Directory.Path() / "second.db");
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
-  EXPECT_EQ(OtherProgram(m_Folder.Path() / "second.db").Run("PRAGMA integrity_check"), "ok");
+  EXPECT_EQ(OtherProgram(m_Directory.Path() / "second.db").Run("PRAGMA integrity_check"), "ok");
 }
 
 TEST_F(Faults, WorksAfterTheLockOfAnotherProgram) {
@@ -196,7 +196,7 @@ TEST_F(Faults, AReadOnlyFileIsReported) {
   m_pStorage->insert(AnAdapter(1));
   CloseFile();
   using std::filesystem::perms;
-  std::filesystem::permissions(m_Folder.Path(), perms::all);
+  std::filesystem::permissions(m_Directory.Path(), perms::all);
   std::filesystem::permissions(File().parent_path(), perms::all);
   std::filesystem::permissions(File(), perms::owner_read | perms::group_read | perms::others_read);
   const OrdinaryUser user;
@@ -218,14 +218,14 @@ TEST_F(Faults, WorksOnceAReadOnlyFileIsWritable) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AReadOnlyFolderIsReported) {
-  std::filesystem::permissions(m_Folder.Path(), std::filesystem::perms::all);
-  const auto folder = m_Folder.Path() / "closed";
-  std::filesystem::create_directory(folder);
+TEST_F(Faults, AReadOnlyDirectoryIsReported) {
+  std::filesystem::permissions(m_Directory.Path(), std::filesystem::perms::all);
+  const auto directory = m_Directory.Path() / "closed";
+  std::filesystem::create_directory(directory);
   using std::filesystem::perms;
-  std::filesystem::permissions(folder, perms::owner_read | perms::owner_exec);
+  std::filesystem::permissions(directory, perms::owner_read | perms::owner_exec);
   const OrdinaryUser user;
-  Use((folder / "deeper" / "corvane.db").string());
+  Use((directory / "deeper" / "corvane.db").string());
   EXPECT_EQ(FailureOf(kRead), "unable to open database file");
 }
 

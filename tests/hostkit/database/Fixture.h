@@ -36,7 +36,7 @@ class HostDatabaseTest : public testing::Test {
   HostDatabaseTest();
   ~HostDatabaseTest() override;
 
-  std::filesystem::path File() const { return m_Folder.Path() / "state" / "corvane.db"; }
+  std::filesystem::path File() const { return m_Directory.Path() / "state" / "corvane.db"; }
   // Ends the host and starts it again.
   void Restart();
   // Restarts the host with another file.
@@ -49,7 +49,7 @@ class HostDatabaseTest : public testing::Test {
   // The number of rows of each kind: "adapters 1 drives 0 plugins 1".
   std::string Counts();
 
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
   ScopedVariable m_Variable;
   std::shared_ptr<DatabaseORM::storage_t> m_pStorage;
 };

@@ -46,7 +46,7 @@ class KilledHost : public HostDatabaseTest {
   // The rows of the killed host, before the next one clears them: without gaps, each as it was
   // written. There is one per event, and possibly one more whose event was not written.
   void ExpectCompleteRows() {
-    OtherProgram file(m_Folder.Path() / "killed.db");
+    OtherProgram file(m_Directory.Path() / "killed.db");
     EXPECT_EQ(file.Run("SELECT COUNT(*) FROM host_adapter_rows WHERE ad_adapter_number IS NOT ID "
                        "OR ad_host_name IS NOT 'localhost' OR ad_name IS NOT '" +
                        std::string(2000, 'x') + "'"),
@@ -58,7 +58,7 @@ class KilledHost : public HostDatabaseTest {
   }
 
   std::string EventsInFile() {
-    return OtherProgram(m_Folder.Path() / "killed.db")
+    return OtherProgram(m_Directory.Path() / "killed.db")
         .Run("SELECT COALESCE(MAX(seq), 0) FROM sqlite_sequence");
   }
 
@@ -75,7 +75,7 @@ class KilledHost : public HostDatabaseTest {
 };
 
 TEST_F(KilledHost, LeavesAnIntactFile) {
-  const std::string file = (m_Folder.Path() / "killed.db").string();
+  const std::string file = (m_Directory.Path() / "killed.db").string();
   Use(file);
   for (const int after : {0, 3, 7, 20, 41}) {
     Use(":memory:");

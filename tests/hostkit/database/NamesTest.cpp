@@ -34,7 +34,7 @@ class Names : public HostDatabaseTest {
         "SELECT name FROM sqlite_schema UNION "
         "SELECT c.name FROM sqlite_schema AS s JOIN pragma_table_info(s.name) AS c");
     std::vector<std::string> names;
-    boost::split(names, found, [](char letter) { return letter == ' '; });
+    boost::split(names, found, [](char character) { return character == ' '; });
     names.insert(names.end(), {"rowid", "oid", "_rowid_", "ad", "pd", "pi"});
     return names;
   }

@@ -50,7 +50,7 @@ TEST_F(Query, RejectsANulCharacter) {
 }
 
 TEST_F(Query, CannotOpenAnotherFile) {
-  const std::string other = (m_Folder.Path() / "other.db").string();
+  const std::string other = (m_Directory.Path() / "other.db").string();
   EXPECT_EQ(FailureOf("ATTACH '" + other + "' AS other"), "not authorized");
   EXPECT_NE(FailureOf("VACUUM INTO '" + other + "'"), "");
   EXPECT_FALSE(std::filesystem::exists(other));

@@ -39,8 +39,8 @@ TEST_F(Restarts, KeepTheStoragePointer) {
   EXPECT_EQ(getDatabasePointer()->modelMaps.size(), 3U);
 }
 
-TEST_F(Restarts, CreateTheFileAndItsFolders) {
-  const auto file = m_Folder.Path() / "a" / "b" / "c.db";
+TEST_F(Restarts, CreateTheFileAndItsDirectories) {
+  const auto file = m_Directory.Path() / "a" / "b" / "c.db";
   Use(file.string());
   EXPECT_TRUE(std::filesystem::exists(file));
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
@@ -48,7 +48,7 @@ TEST_F(Restarts, CreateTheFileAndItsFolders) {
 
 TEST_F(Restarts, KeepTheRowsOfOtherFiles) {
   WriteRowOfEachKind();
-  Use((m_Folder.Path() / "other.db").string());
+  Use((m_Directory.Path() / "other.db").string());
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
 }
@@ -64,10 +64,10 @@ TEST_F(Restarts, LoseEverythingWithoutAFile) {
 
 TEST_F(Restarts, TreatAUriAsAFileName) {
   const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(m_Folder.Path());
+  std::filesystem::current_path(m_Directory.Path());
   Use("file:x.db?mode=memory");
   std::filesystem::current_path(before);
-  EXPECT_TRUE(std::filesystem::exists(m_Folder.Path() / "file:x.db?mode=memory"));
+  EXPECT_TRUE(std::filesystem::exists(m_Directory.Path() / "file:x.db?mode=memory"));
 }
 
 TEST_F(Restarts, RecreateTheTablesOfAnotherVersion) {

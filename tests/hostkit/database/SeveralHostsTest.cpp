@@ -136,7 +136,7 @@ TEST_F(SeveralHosts, LeaveTheRowsToTheOneWithThePlugin) {
 TEST_F(SeveralHosts, ShareALockThroughALinkToTheFile) {
   Host first;
   EXPECT_EQ(first.Run("fill 3"), "done");
-  const auto link = m_Folder.Path() / "link.db";
+  const auto link = m_Directory.Path() / "link.db";
   std::filesystem::create_symlink(File(), link);
   setenv("CORVANE_DATABASE", link.c_str(), 1);
   Host second;

@@ -23,14 +23,14 @@ struct Found {
     }
   }
 
-  // The type letter of each column, from the indexes of the fields; "-" for a missing index and "!"
-  // for a duplicate.
+  // The type character of each column, from the indexes of the fields; "-" for a missing index and
+  // "!" for a duplicate.
   std::string LettersOfFields() const {
     std::string letters(static_cast<std::size_t>(map->columnCount), '-');
-    const auto note = [&](const auto& fields, char letter) {
+    const auto note = [&](const auto& fields, char character) {
       for (const auto& field : fields) {
         char& place = letters.at(static_cast<std::size_t>(field.index));
-        place = place == '-' ? letter : '!';
+        place = place == '-' ? character : '!';
       }
     };
     note(map->stringFields, 'S');

@@ -20,8 +20,8 @@ class DatabaseTrust : public HostDatabaseTest {
  protected:
   DatabaseTrust() {
     Use(":memory:");
-    m_Shared = m_Folder.Path() / "shared";
-    chmod(m_Folder.Path().c_str(), 0755);
+    m_Shared = m_Directory.Path() / "shared";
+    chmod(m_Directory.Path().c_str(), 0755);
     fs::create_directory(m_Shared);
     chmod(m_Shared.c_str(), 01777);
   }
@@ -42,14 +42,14 @@ class DatabaseTrust : public HostDatabaseTest {
   fs::path m_Shared;
 };
 
-TEST_F(DatabaseTrust, AcceptsAFolderWithTheStickyBit) {
+TEST_F(DatabaseTrust, AcceptsADirectoryWithTheStickyBit) {
   Use((m_Shared / "corvane.db").string());
   EXPECT_EQ(Failure(), "");
   EXPECT_TRUE(fs::exists(m_Shared / "corvane.db"));
 }
 
 TEST_F(DatabaseTrust, FollowsOwnLinks) {
-  const auto link = m_Folder.Path() / "link.db";
+  const auto link = m_Directory.Path() / "link.db";
   fs::create_symlink(File(), link);
   Use(link.string());
   EXPECT_EQ(Failure(), "");
@@ -104,7 +104,7 @@ class DatabaseTrustOfRoot : public DatabaseTrust {
 };
 
 TEST_F(DatabaseTrustOfRoot, RejectsALinkOfAnotherUser) {
-  const auto target = m_Folder.Path() / "target";
+  const auto target = m_Directory.Path() / "target";
   WriteText(target, "");
   fs::create_symlink(target, m_Shared / "corvane.db");
   Give(m_Shared / "corvane.db");
@@ -127,26 +127,26 @@ TEST_F(DatabaseTrustOfRoot, RejectsAFileOfAnotherUser) {
   EXPECT_EQ(Failure(), "");
 }
 
-TEST_F(DatabaseTrustOfRoot, RejectsAFolderThatOthersCanWrite) {
-  const auto folder = m_Folder.Path() / "open";
-  fs::create_directory(folder);
-  chmod(folder.c_str(), 0777);
-  Use((folder / "corvane.db").string());
-  EXPECT_EQ(Failure(), folder.string() + " can be written by other users");
-  EXPECT_TRUE(fs::is_empty(folder));
-  chmod(folder.c_str(), 0755);
+TEST_F(DatabaseTrustOfRoot, RejectsADirectoryThatOthersCanWrite) {
+  const auto directory = m_Directory.Path() / "open";
+  fs::create_directory(directory);
+  chmod(directory.c_str(), 0777);
+  Use((directory / "corvane.db").string());
+  EXPECT_EQ(Failure(), directory.string() + " can be written by other users");
+  EXPECT_TRUE(fs::is_empty(directory));
+  chmod(directory.c_str(), 0755);
   EXPECT_EQ(Failure(), "");
 }
 
-TEST_F(DatabaseTrustOfRoot, AcceptsFoldersThatRootCreated) {
+TEST_F(DatabaseTrustOfRoot, AcceptsDirectoriesThatRootCreated) {
   const mode_t before = umask(0);
-  Use((m_Folder.Path() / "new" / "newer" / "corvane.db").string());
+  Use((m_Directory.Path() / "new" / "newer" / "corvane.db").string());
   umask(before);
   EXPECT_EQ(Failure(), "");
 }
 
-// The lock is in the folder of the file, not in that of the link.
-TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheFolderOfALink) {
+// The lock is in the directory of the file, not in that of the link.
+TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheDirectoryOfALink) {
   Use(File().string());
   Use(":memory:");
   const auto link = m_Shared / "link.db";
@@ -162,12 +162,12 @@ TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheFolderOfALink) {
   close(held);
 }
 
-// An ordinary user may use a folder of another user, but not the lock.
+// An ordinary user may use a directory of another user, but not the lock.
 TEST_F(DatabaseTrustOfRoot, IgnoresALockOfAnotherUser) {
-  const auto folder = m_Folder.Path() / "theirs";
-  fs::create_directory(folder);
-  Give(folder);
-  const auto file = folder / "corvane.db";
+  const auto directory = m_Directory.Path() / "theirs";
+  fs::create_directory(directory);
+  Give(directory);
+  const auto file = directory / "corvane.db";
   WriteText(file.string() + "-host", "");
   chmod((file.string() + "-host").c_str(), 0666);
   ASSERT_EQ(chown((file.string() + "-host").c_str(), 1, 1), 0);

@@ -110,7 +110,7 @@ TEST_F(Values, NamedLikeATableAreKept) {
 
 // Injected SQL can read and change rows, but nothing outside their tables.
 TEST_F(Values, ThatBreakOutOfTheirQuotesAreConfined) {
-  const auto other = m_Folder.Path() / "other.db";
+  const auto other = m_Directory.Path() / "other.db";
   EXPECT_EQ(Updated("x\" WHERE 0; DELETE FROM host_adapter_rows WHERE ID = 5; --"), "NULL");
   EXPECT_EQ(Updated("x\" WHERE 0; ATTACH '" + other.string() + "' AS o; --"), "(rejected)");
   EXPECT_FALSE(std::filesystem::exists(other));

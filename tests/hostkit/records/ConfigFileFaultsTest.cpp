@@ -1,5 +1,5 @@
-// Faults of the ini file, its folder and the disk. No test relies on permission bits, because the
-// tests may run as root.
+// Faults of the ini file, its directory and the disk. No test relies on permission bits, because
+// the tests may run as root.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
@@ -12,14 +12,14 @@
 #include <csignal>
 #include <thread>
 
-#include "tests/hostkit/records/ConfigFolder.h"
+#include "tests/hostkit/records/ConfigDirectory.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 TEST(ConfigFileFaults, ADamagedFileIsNotChanged) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   const std::string odd[] = {"no ini file at all\n", "PollInterval=1\nPollInterval=2\n", "[S\n",
                              "A=1\n=2\n", std::string("\0\1\2\xFF", 4)};
   for (const std::string& text : odd) {
@@ -32,7 +32,7 @@ TEST(ConfigFileFaults, ADamagedFileIsNotChanged) {
 }
 
 TEST(ConfigFileFaults, AFileOfMoreThanAMebibyteIsNotChanged) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   const std::string text = "PollInterval=20\nA=" + std::string(1 << 20, 'x') + "\n";
   WriteText(config.Ini(), text);
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
@@ -41,14 +41,14 @@ TEST(ConfigFileFaults, AFileOfMoreThanAMebibyteIsNotChanged) {
 }
 
 TEST(ConfigFileFaults, NoFileOfMoreThanAMebibyteIsWritten) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   EXPECT_EQ(config.Write("A", std::string(1 << 20, 'x')), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
 }
 
-TEST(ConfigFileFaults, AFolderInItsPlaceIsUnreadableAndKept) {
-  const ConfigFolder config;
+TEST(ConfigFileFaults, ADirectoryInItsPlaceIsUnreadableAndKept) {
+  const ConfigDirectory config;
   fs::create_directory(config.Ini());
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
@@ -56,7 +56,7 @@ TEST(ConfigFileFaults, AFolderInItsPlaceIsUnreadableAndKept) {
 }
 
 TEST(ConfigFileFaults, APipeInItsPlaceDoesNotBlock) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   ASSERT_EQ(mkfifo(config.Ini().c_str(), 0600), 0);
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
@@ -64,25 +64,25 @@ TEST(ConfigFileFaults, APipeInItsPlaceDoesNotBlock) {
 }
 
 TEST(ConfigFileFaults, ALoopOfLinksIsUnreadableAndKept) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   fs::create_symlink("other.ini", config.Ini());
-  fs::create_symlink("Corvane.ini", config.Folder() / "other.ini");
+  fs::create_symlink("Corvane.ini", config.Directory() / "other.ini");
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_TRUE(fs::is_symlink(config.Ini()));
 }
 
-TEST(ConfigFileFaults, AFileInThePathOfItsFolderPreventsWriting) {
-  ConfigFolder config;
-  WriteText(config.Folder() / "file", "text");
-  config.MoveTo(config.Folder() / "file" / "sub");
+TEST(ConfigFileFaults, AFileInThePathOfItsDirectoryPreventsWriting) {
+  ConfigDirectory config;
+  WriteText(config.Directory() / "file", "text");
+  config.MoveTo(config.Directory() / "file" / "sub");
   EXPECT_EQ(config.Read("PollInterval"), "no key");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
-  EXPECT_EQ(ReadText(config.Folder() / "file"), "text");
+  EXPECT_EQ(ReadText(config.Directory() / "file"), "text");
 }
 
-TEST(ConfigFileFaults, AFolderThatRejectsNewFilesPreventsWriting) {
-  ConfigFolder config;
+TEST(ConfigFileFaults, ADirectoryThatRejectsNewFilesPreventsWriting) {
+  ConfigDirectory config;
   config.MoveTo("/proc/self");
   EXPECT_EQ(config.Read("PollInterval"), "no key");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
@@ -100,7 +100,7 @@ int InChild(Work work) {
 }
 
 TEST(ConfigFileFaults, AFullDiskLeavesOnlyTheOldFile) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const int result = InChild([&config] {
     const rlimit full = {4, 4};
@@ -114,7 +114,7 @@ TEST(ConfigFileFaults, AFullDiskLeavesOnlyTheOldFile) {
 }
 
 TEST(ConfigFileFaults, RunningOutOfDescriptorsKeepsTheOldFile) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const int result = InChild([&config] {
     const rlimit none = {0, 0};
@@ -125,17 +125,17 @@ TEST(ConfigFileFaults, RunningOutOfDescriptorsKeepsTheOldFile) {
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
 }
 
-// Any process that may read the folder can lock it.
-TEST(ConfigFileFaults, GivesUpOnAFolderThatAnotherProcessHasLocked) {
-  const ConfigFolder config;
-  const int held = open(config.Folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+// Any process that may read the directory can lock it.
+TEST(ConfigFileFaults, GivesUpOnADirectoryThatAnotherProcessHasLocked) {
+  const ConfigDirectory config;
+  const int held = open(config.Directory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   close(held);
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
 }
 
-[[noreturn]] void WriteForever(const ConfigFolder& config) {
+[[noreturn]] void WriteForever(const ConfigDirectory& config) {
   for (;;) {
     config.Write("PollInterval", std::string(50000, 'a'));
     config.Write("PollInterval", std::string(50000, 'b'));
@@ -143,7 +143,7 @@ TEST(ConfigFileFaults, GivesUpOnAFolderThatAnotherProcessHasLocked) {
 }
 
 TEST(ConfigFileFaults, AKilledWriterLeavesACompleteFile) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), HostKit::RESULT_OK);
   for (int round = 0; round < 20; ++round) {
     const pid_t child = fork();
@@ -160,7 +160,7 @@ TEST(ConfigFileFaults, AKilledWriterLeavesACompleteFile) {
 
 // A reader does not wait for the writer.
 TEST(ConfigFileFaults, AConcurrentReaderSeesCompleteFiles) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   ASSERT_EQ(config.Write("PollInterval", std::string(50000, 'a')), HostKit::RESULT_OK);
   const pid_t child = fork();
   if (child == 0) WriteForever(config);

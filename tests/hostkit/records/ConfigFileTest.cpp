@@ -4,14 +4,14 @@
 #include <thread>
 
 #include "tests/hostkit/records/Cases.h"
-#include "tests/hostkit/records/ConfigFolder.h"
+#include "tests/hostkit/records/ConfigDirectory.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 TEST(ConfigFile, IsCreatedByTheFirstWrite) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   EXPECT_EQ(config.Read("PollInterval"), "no key");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_EQ(config.Read("PollInterval"), "value 30");
@@ -19,12 +19,12 @@ TEST(ConfigFile, IsCreatedByTheFirstWrite) {
   EXPECT_EQ(config.Files(), 1U);
 }
 
-TEST(ConfigFile, CreatesItsFolder) {
-  ConfigFolder config;
-  config.MoveTo(config.Folder() / "a" / "b");
+TEST(ConfigFile, CreatesItsDirectory) {
+  ConfigDirectory config;
+  config.MoveTo(config.Directory() / "a" / "b");
   EXPECT_EQ(config.Read("PollInterval"), "no key");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
-  EXPECT_EQ(ReadText(config.Folder() / "a/b/Corvane.ini"), "PollInterval=30\n");
+  EXPECT_EQ(ReadText(config.Directory() / "a/b/Corvane.ini"), "PollInterval=30\n");
 }
 
 struct ReadCase {
@@ -38,7 +38,7 @@ struct ReadCase {
 class ConfigFileReading : public testing::TestWithParam<ReadCase> {};
 
 TEST_P(ConfigFileReading, FindsTheKeyOutsideSections) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), GetParam().text);
   EXPECT_EQ(config.Read("PollInterval"), GetParam().result);
 }
@@ -72,7 +72,7 @@ struct WriteCase {
 class ConfigFileWriting : public testing::TestWithParam<WriteCase> {};
 
 TEST_P(ConfigFileWriting, ChangesItsOwnLineOnly) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), GetParam().before);
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_EQ(ReadText(config.Ini()), GetParam().after);
@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
     NameOfCase());
 
 TEST(ConfigFile, TreatsADotInAKeyLiterally) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), "[Poll]\nInterval=5\n");
   EXPECT_EQ(config.Read("Poll.Interval"), "no key");
   EXPECT_EQ(config.Write("Poll.Interval", "6"), HostKit::RESULT_OK);
@@ -108,7 +108,7 @@ TEST(ConfigFile, TreatsADotInAKeyLiterally) {
 }
 
 TEST(ConfigFile, RefusesTextThatWouldNotReadBack) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const std::pair<const char*, const char*> odd[] = {
       {"PollInterval", "30\nOther=1"}, {"PollInterval", " 30"},  {"PollInterval", "30\n"},
@@ -121,7 +121,7 @@ TEST(ConfigFile, RefusesTextThatWouldNotReadBack) {
 }
 
 TEST(ConfigFile, KeepsItsPermissions) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   ASSERT_EQ(chmod(config.Ini().c_str(), 0640), 0);
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
@@ -131,27 +131,27 @@ TEST(ConfigFile, KeepsItsPermissions) {
 }
 
 TEST(ConfigFile, KeepsALinkAndWritesItsTarget) {
-  const ConfigFolder config;
-  fs::create_directory(config.Folder() / "shared");
-  WriteText(config.Folder() / "shared/real.ini", "A=1\nPollInterval=20\n");
-  fs::create_symlink("shared/real.ini", config.Folder() / "link.ini");
-  fs::create_symlink(config.Folder() / "link.ini", config.Ini());
+  const ConfigDirectory config;
+  fs::create_directory(config.Directory() / "shared");
+  WriteText(config.Directory() / "shared/real.ini", "A=1\nPollInterval=20\n");
+  fs::create_symlink("shared/real.ini", config.Directory() / "link.ini");
+  fs::create_symlink(config.Directory() / "link.ini", config.Ini());
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
-  EXPECT_TRUE(fs::is_symlink(config.Ini()) && fs::is_symlink(config.Folder() / "link.ini"));
-  EXPECT_EQ(ReadText(config.Folder() / "shared/real.ini"), "A=1\nPollInterval=30\n");
+  EXPECT_TRUE(fs::is_symlink(config.Ini()) && fs::is_symlink(config.Directory() / "link.ini"));
+  EXPECT_EQ(ReadText(config.Directory() / "shared/real.ini"), "A=1\nPollInterval=30\n");
 }
 
 TEST(ConfigFile, CreatesTheTargetOfADanglingLink) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   fs::create_symlink("later/real.ini", config.Ini());
   EXPECT_EQ(config.Read("PollInterval"), "no key");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_TRUE(fs::is_symlink(config.Ini()));
-  EXPECT_EQ(ReadText(config.Folder() / "later/real.ini"), "PollInterval=30\n");
+  EXPECT_EQ(ReadText(config.Directory() / "later/real.ini"), "PollInterval=30\n");
 }
 
-TEST(ConfigFile, IsInTheConfigFolderEvenIfNamedWithAPath) {
-  const ConfigFolder config;
+TEST(ConfigFile, IsInTheConfigDirectoryEvenIfNamedWithAPath) {
+  const ConfigDirectory config;
   PI::CConfigFile file;
   file.SetFileName("/elsewhere/sub/Corvane.ini");
   EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), HostKit::RESULT_OK);
@@ -159,7 +159,7 @@ TEST(ConfigFile, IsInTheConfigFolderEvenIfNamedWithAPath) {
 }
 
 TEST(ConfigFile, IsNeitherReadNorWrittenWithoutAName) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   PI::CConfigFile file;
   std::string value = "untouched";
   EXPECT_EQ(file.ReadKeyValue("PollInterval", value, -1, -1), HostKit::RESULT_NO_KEY);
@@ -169,7 +169,7 @@ TEST(ConfigFile, IsNeitherReadNorWrittenWithoutAName) {
 }
 
 TEST(ConfigFile, KeepsTheKeysOfConcurrentWriters) {
-  const ConfigFolder config;
+  const ConfigDirectory config;
   const auto writeAll = [&config](char writer) {
     for (int i = 0; i < 20; ++i) config.Write(writer + std::to_string(i), std::to_string(i));
   };

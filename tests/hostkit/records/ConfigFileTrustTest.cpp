@@ -1,6 +1,6 @@
 // An ini file that another user could have put in place.
 #include "tests/base/TrustFixture.h"
-#include "tests/hostkit/records/ConfigFolder.h"
+#include "tests/hostkit/records/ConfigDirectory.h"
 
 namespace {
 
@@ -10,8 +10,8 @@ class ConfigFileTrust : public TrustFixture {
 };
 
 TEST_F(ConfigFileTrust, AnotherUsersIniFileIsUnreadableAndNotChanged) {
-  ConfigFolder config;
-  const auto shared = Folder("shared", 01777);
+  ConfigDirectory config;
+  const auto shared = Directory("shared", 01777);
   config.MoveTo(shared);
   WriteText(shared / "Corvane.ini", "PollInterval=7\n");
   Give(shared / "Corvane.ini");
@@ -22,8 +22,8 @@ TEST_F(ConfigFileTrust, AnotherUsersIniFileIsUnreadableAndNotChanged) {
 
 // With a umask of 0, files that others could write would be created, and refused when read.
 TEST_F(ConfigFileTrust, AnIniFileThatRootCreatedIsRead) {
-  ConfigFolder config;
-  config.MoveTo(m_Folder.Path() / "new" / "newer");
+  ConfigDirectory config;
+  config.MoveTo(m_Directory.Path() / "new" / "newer");
   const mode_t before = umask(0);
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   umask(before);
@@ -31,9 +31,9 @@ TEST_F(ConfigFileTrust, AnIniFileThatRootCreatedIsRead) {
 }
 
 TEST_F(ConfigFileTrust, AnotherUsersLinkIsNotFollowed) {
-  ConfigFolder config;
-  const auto shared = Folder("shared", 01777);
-  const auto own = Folder("own", 0755);
+  ConfigDirectory config;
+  const auto shared = Directory("shared", 01777);
+  const auto own = Directory("own", 0755);
   WriteText(own / "target", "PollInterval=7\n");
   Give(Link(own / "target", shared / "Corvane.ini"));
   config.MoveTo(shared);

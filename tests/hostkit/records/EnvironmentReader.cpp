@@ -7,7 +7,7 @@
 
 int main() {
   std::cout << getauxval(AT_SECURE) << '\n'
-            << HostKit::ConfigFolder().string() << '\n'
+            << HostKit::ConfigDirectory().string() << '\n'
             << HostKit::DatabaseFile().string() << '\n'
             << HostKit::SysfsRoot().string() << '\n';
 }

@@ -28,7 +28,7 @@ TEST_P(Paths, ComeFromTheFirstVariableThatIsSet) {
   const ScopedVariable ownDatabase("CORVANE_DATABASE", GetParam().own);
   const ScopedVariable configBase("XDG_CONFIG_HOME", GetParam().base);
   const ScopedVariable stateBase("XDG_STATE_HOME", GetParam().base);
-  EXPECT_EQ(HostKit::ConfigFolder().string(), GetParam().config);
+  EXPECT_EQ(HostKit::ConfigDirectory().string(), GetParam().config);
   EXPECT_EQ(HostKit::DatabaseFile().string(), GetParam().database);
 }
 
@@ -56,13 +56,13 @@ INSTANTIATE_TEST_SUITE_P(
                          "/home/me/.local/state/corvane/corvane.db"}),
     NameOfCase());
 
-TEST(PathsWithoutHome, AreBelowTheHomeFolderOfTheUser) {
+TEST(PathsWithoutHome, AreBelowTheHomeDirectoryOfTheUser) {
   const ScopedVariable home("HOME", {});
   const ScopedVariable own("CORVANE_CONFIG_DIR", {});
   const ScopedVariable base("XDG_CONFIG_HOME", {});
   const passwd* const user = getpwuid(getuid());
   if (user == nullptr) GTEST_SKIP() << "this user is not in the user database";
-  EXPECT_EQ(HostKit::ConfigFolder().string(), std::string(user->pw_dir) + "/.config/corvane");
+  EXPECT_EQ(HostKit::ConfigDirectory().string(), std::string(user->pw_dir) + "/.config/corvane");
 }
 
 TEST(SysfsRoot, IsSysUnlessTheVariableIsSet) {

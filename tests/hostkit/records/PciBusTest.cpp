@@ -25,7 +25,7 @@ class PciBus : public testing::Test {
  protected:
   PciBus() { fs::create_directories(Devices()); }
 
-  fs::path Devices() const { return m_Folder.Path() / "bus/pci/devices"; }
+  fs::path Devices() const { return m_Directory.Path() / "bus/pci/devices"; }
 
   void Add(const std::string& name, const std::string& vendor, const std::string& device) const {
     fs::create_directory(Devices() / name);
@@ -36,8 +36,8 @@ class PciBus : public testing::Test {
   void AddCard(const std::string& name) const { Add(name, "0x1aed\n", "0x1005\n"); }
 
  private:
-  TemporaryFolder m_Folder;
-  ScopedVariable m_Sysfs{"CORVANE_SYSFS", m_Folder.Path().string()};
+  TemporaryDirectory m_Directory;
+  ScopedVariable m_Sysfs{"CORVANE_SYSFS", m_Directory.Path().string()};
 };
 
 TEST_F(PciBus, ReturnsTheAddressOfADevice) {
@@ -154,9 +154,9 @@ std::string FirstWord(const fs::path& file) {
 TEST(RealPciBus, EveryDeviceIsFoundByItsIdentity) {
   const ScopedVariable sysfs("CORVANE_SYSFS", {});
   EXPECT_EQ(Find({"FFFFFFFF"}, 1), "none");
-  const fs::path folder = "/sys/bus/pci/devices";
-  if (!fs::exists(folder)) GTEST_SKIP() << "this machine shows no PCI bus";
-  for (const auto& entry : fs::directory_iterator(folder)) {
+  const fs::path directory = "/sys/bus/pci/devices";
+  if (!fs::exists(directory)) GTEST_SKIP() << "this machine shows no PCI bus";
+  for (const auto& entry : fs::directory_iterator(directory)) {
     const std::string vendor = FirstWord(entry.path() / "vendor");
     const std::string device = FirstWord(entry.path() / "device");
     int found[4];
@@ -164,8 +164,8 @@ TEST(RealPciBus, EveryDeviceIsFoundByItsIdentity) {
                                                   found[0], found[1], found[2], found[3]));
     char name[32];
     std::snprintf(name, sizeof name, "%04x:%02x:%02x.%x", found[0], found[1], found[2], found[3]);
-    EXPECT_EQ(FirstWord(folder / name / "vendor"), vendor) << name;
-    EXPECT_EQ(FirstWord(folder / name / "device"), device) << name;
+    EXPECT_EQ(FirstWord(directory / name / "vendor"), vendor) << name;
+    EXPECT_EQ(FirstWord(directory / name / "device"), device) << name;
   }
 }
 

@@ -24,11 +24,11 @@ class SecureEnvironment : public testing::Test {
  protected:
   SecureEnvironment() {
     std::filesystem::copy_file(ENVIRONMENT_READER, Program());
-    chmod(m_Folder.Path().c_str(), 0755);
+    chmod(m_Directory.Path().c_str(), 0755);
   }
-  std::filesystem::path Program() const { return m_Folder.Path() / "reader"; }
+  std::filesystem::path Program() const { return m_Directory.Path() / "reader"; }
 
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
   ScopedVariable m_Config{"CORVANE_CONFIG_DIR", "/planted"};
   ScopedVariable m_Database{"CORVANE_DATABASE", "/planted/db"};
   ScopedVariable m_Sysfs{"CORVANE_SYSFS", "/planted/sys"};

@@ -24,11 +24,11 @@ using testing::MatchesRegex;
 
 class TraceLog : public testing::Test {
  protected:
-  void SetUp() override { fs::create_directories(m_Folder); }
+  void SetUp() override { fs::create_directories(m_Directory); }
   void TearDown() override {
     HostKit::SetTraceSink({});
     HostKit::SetTraceFile("");
-    fs::remove_all(m_Folder);
+    fs::remove_all(m_Directory);
   }
 
   void Send(unsigned int level, const std::string& text) {
@@ -43,8 +43,8 @@ class TraceLog : public testing::Test {
     return content.str();
   }
 
-  const fs::path m_Folder = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
-  const fs::path m_File = m_Folder / "trace.log";
+  const fs::path m_Directory = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
+  const fs::path m_File = m_Directory / "trace.log";
   const MBX::Misc::CModuleInfo m_Module{304, "Module", "1", nullptr, nullptr};
 };
 
@@ -82,7 +82,7 @@ TEST_F(TraceLog, ShowsVirtualTime) {
 
 TEST_F(TraceLog, KeepsItsFileIfAnotherCannotBeOpened) {
   ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
-  EXPECT_FALSE(HostKit::SetTraceFile(m_Folder.string()));
+  EXPECT_FALSE(HostKit::SetTraceFile(m_Directory.string()));
   Send(2, "still here");
   EXPECT_THAT(Content(m_File), testing::HasSubstr("still here"));
 }
@@ -103,13 +103,13 @@ TEST_F(TraceLog, RotatesAFullFile) {
   ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
   const std::string text(1'000'000, 'x');
   for (int i = 0; i < 12; ++i) Send(2, text);
-  EXPECT_TRUE(fs::exists(m_Folder / "trace.1.log"));
+  EXPECT_TRUE(fs::exists(m_Directory / "trace.1.log"));
   EXPECT_LE(fs::file_size(m_File), 10U * 1024 * 1024);
 }
 
 TEST_F(TraceLog, FollowsOwnLinks) {
-  fs::create_symlink(m_File, m_Folder / "link.log");
-  ASSERT_TRUE(HostKit::SetTraceFile((m_Folder / "link.log").string()));
+  fs::create_symlink(m_File, m_Directory / "link.log");
+  ASSERT_TRUE(HostKit::SetTraceFile((m_Directory / "link.log").string()));
   Send(2, "through the link");
   EXPECT_THAT(Content(m_File), testing::HasSubstr("through the link"));
 }
@@ -128,7 +128,7 @@ TEST_F(TraceLog, MayBeAnOpenDescriptor) {
   EXPECT_THAT(Content(m_File), testing::HasSubstr("through the descriptor"));
 }
 
-// A shared folder in which another user has placed links to a file of root.
+// A shared directory in which another user has placed links to a file of root.
 class TraceLogTrust : public TraceLog {
  protected:
   void SetUp() override {
@@ -143,8 +143,8 @@ class TraceLogTrust : public TraceLog {
     ASSERT_EQ(lchown((m_Shared / name).c_str(), 65534, 65534), 0);
   }
 
-  const fs::path m_Shared = m_Folder / "shared";
-  const fs::path m_Target = m_Folder / "target";
+  const fs::path m_Shared = m_Directory / "shared";
+  const fs::path m_Target = m_Directory / "target";
 };
 
 TEST_F(TraceLogTrust, RejectsALinkOfAnotherUser) {
@@ -162,8 +162,8 @@ TEST_F(TraceLogTrust, RejectsADanglingLinkOfAnotherUser) {
   EXPECT_FALSE(fs::exists(m_Target));
 }
 
-TEST_F(TraceLogTrust, AcceptsFoldersThatRootCreated) {
-  const fs::path file = m_Folder / "new" / "newer" / "trace.log";
+TEST_F(TraceLogTrust, AcceptsDirectoriesThatRootCreated) {
+  const fs::path file = m_Directory / "new" / "newer" / "trace.log";
   const mode_t before = umask(0);
   EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
   umask(before);
@@ -172,8 +172,8 @@ TEST_F(TraceLogTrust, AcceptsFoldersThatRootCreated) {
   EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
 }
 
-// The folder becomes writable by others before the file is full.
-TEST_F(TraceLogTrust, RejectsTheFolderAtTheNextRotation) {
+// The directory becomes writable by others before the file is full.
+TEST_F(TraceLogTrust, RejectsTheDirectoryAtTheNextRotation) {
   ASSERT_TRUE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   const std::string text(1'000'000, 'x');
   for (int i = 0; i < 10; ++i) Send(2, text);
@@ -228,12 +228,12 @@ TEST_F(TraceLogDeathTest, EscapesTheNameOfAFullFile) {
   fs::remove(file);
 }
 
-// The name is that of a folder, which cannot be opened for writing.
+// The name is that of a directory, which cannot be opened for writing.
 TEST_F(TraceLogDeathTest, EscapesTheNameFromTheEnvironment) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  const fs::path folder = fs::current_path() / "trace\x1b[31m\n\u202e";
-  fs::create_directory(folder);
-  setenv("CORVANE_TRACE_FILE", folder.c_str(), 1);
+  const fs::path directory = fs::current_path() / "trace\x1b[31m\n\u202e";
+  fs::create_directory(directory);
+  setenv("CORVANE_TRACE_FILE", directory.c_str(), 1);
   EXPECT_EXIT(
       {
         Send(4, "hello");
@@ -242,7 +242,7 @@ TEST_F(TraceLogDeathTest, EscapesTheNameFromTheEnvironment) {
       testing::ExitedWithCode(0),
       "^CORVANE_TRACE_FILE [^\n]*: [^\n]*\\\\x1b\\[31m\\\\x0a\\\\u202e[^\n]*\n[^\n]* hello\n$");
   unsetenv("CORVANE_TRACE_FILE");
-  fs::remove(folder);
+  fs::remove(directory);
 }
 
 }  // namespace

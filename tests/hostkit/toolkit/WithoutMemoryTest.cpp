@@ -25,11 +25,11 @@ void Trace() {
 
 class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
  protected:
-  TraceWithoutMemory() { fs::create_directories(m_Folder); }
+  TraceWithoutMemory() { fs::create_directories(m_Directory); }
   ~TraceWithoutMemory() override {
     HostKit::SetTraceSink({});
     HostKit::SetTraceFile("");
-    fs::remove_all(m_Folder);
+    fs::remove_all(m_Directory);
   }
 
   // Makes each allocation of a line fail in turn. Returns their number.
@@ -44,11 +44,11 @@ class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
     }
   }
 
-  const fs::path m_Folder = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
+  const fs::path m_Directory = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
 };
 
 TEST_P(TraceWithoutMemory, LosesOnlyLinesOfTheLog) {
-  const std::string file = (m_Folder / "trace.log").string();
+  const std::string file = (m_Directory / "trace.log").string();
   ASSERT_TRUE(HostKit::SetTraceFile(file));
   Trace();
   const auto length = fs::file_size(file);

@@ -34,7 +34,7 @@ class LockObjects : public testing::Test {
   }
   static unsigned int Unlock() { return (ThePlugin().*Open(UnlockObjectsMember()))(); }
 
-  // A letter for each object in the order of the tree: L for a marked one.
+  // A character for each object in the order of the tree: L for a marked one.
   std::string Marks() {
     std::string marks;
     for (const PI::CObject& object : m_Host.Topology()) marks += object.m_Locked ? 'L' : '-';

@@ -54,7 +54,7 @@ class FakeService {
   FakeService(const FakeService&) = delete;
   FakeService& operator=(const FakeService&) = delete;
 
-  std::filesystem::path Socket() const { return m_Folder.Path() / "socket"; }
+  std::filesystem::path Socket() const { return m_Directory.Path() / "socket"; }
   // Ends it as if it was killed: its socket remains.
   void Stop() {
     m_IsStopping = true;
@@ -122,7 +122,7 @@ class FakeService {
   }
 
   const Respond m_Respond;
-  const TemporaryFolder m_Folder;
+  const TemporaryDirectory m_Directory;
   Base::Descriptor m_Listener;
   std::vector<Base::Descriptor> m_Silent;
   std::atomic<bool> m_IsStopping{false};

@@ -188,8 +188,8 @@ TEST_F(ServiceSession, ReportsAServiceThatWasKilled) {
 }
 
 TEST_F(ServiceSession, ReportsASocketAtWhichNothingListens) {
-  const TemporaryFolder folder;
-  const std::string socket = (folder.Path() / "s").string();
+  const TemporaryDirectory directory;
+  const std::string socket = (directory.Path() / "s").string();
   const auto failure =
       FailureOf([&] { Service::ServiceSession session(socket, m_EventLog, m_Limits); });
   ASSERT_TRUE(failure);

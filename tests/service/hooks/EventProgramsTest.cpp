@@ -31,20 +31,20 @@ using testing::UnorderedElementsAre;
 class EventProgramsFixture : public testing::Test {
  protected:
   EventProgramsFixture() {
-    m_Settings.m_Folder = m_Folder.Path() / "events.d";
+    m_Settings.m_Directory = m_Directory.Path() / "events.d";
     m_Settings.m_StateFile = State();
     m_Settings.m_Report = [this](const std::string& text) {
       const std::lock_guard<std::mutex> lock(m_Lock);
       m_Reports.push_back(text);
     };
-    std::filesystem::create_directory(m_Settings.m_Folder);
-    chmod(m_Settings.m_Folder.c_str(), 0755);
+    std::filesystem::create_directory(m_Settings.m_Directory);
+    chmod(m_Settings.m_Directory.c_str(), 0755);
   }
 
-  std::string State() const { return m_Folder.Path() / "state"; }
-  // In the scripts, $OUT is the folder for what they leave.
+  std::string State() const { return m_Directory.Path() / "state"; }
+  // In the scripts, $OUT is the directory for what they leave.
   void AddScript(const std::string& name, const std::string& body) const {
-    WriteScript(m_Settings.m_Folder / name, "OUT=" + m_Folder.Path().string() + "\n" + body);
+    WriteScript(m_Settings.m_Directory / name, "OUT=" + m_Directory.Path().string() + "\n" + body);
   }
   void Start() { m_Programs.emplace(m_Settings); }
   // Lets running programs end.
@@ -58,7 +58,7 @@ class EventProgramsFixture : public testing::Test {
     std::vector<std::string> lines;
     do {
       lines.clear();
-      std::istringstream text(ReadText(m_Folder.Path() / name));
+      std::istringstream text(ReadText(m_Directory.Path() / name));
       for (std::string line; std::getline(text, line);) lines.push_back(line);
       std::this_thread::sleep_for(milliseconds(2));
     } while (lines.size() < count && std::chrono::steady_clock::now() < end);
@@ -78,7 +78,7 @@ class EventProgramsFixture : public testing::Test {
     return false;
   }
 
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
   Hooks::ProgramSettings m_Settings;
   std::mutex m_Lock;
   std::vector<std::string> m_Reports;  // guarded by `m_Lock`
@@ -142,7 +142,7 @@ TEST_F(EventPrograms, RunFourAtATime) {
   EXPECT_THAT(Lines("lines", 4), UnorderedElementsAre("1", "2", "3", "4"));
   std::this_thread::sleep_for(milliseconds(300));  // a fifth would have started by now
   EXPECT_EQ(4U, Lines("lines", 4).size());
-  WriteText(m_Folder.Path() / "go", "");
+  WriteText(m_Directory.Path() / "go", "");
   EXPECT_EQ(6U, Lines("lines", 6).size());
 }
 
@@ -157,14 +157,14 @@ TEST_F(EventPrograms, StartAfterTheNumberWasRecorded) {
 }
 
 TEST_F(EventPrograms, DoNotRunIfTheNumberCannotBeRecorded) {
-  m_Settings.m_StateFile = m_Folder.Path() / "missing" / "state";
+  m_Settings.m_StateFile = m_Directory.Path() / "missing" / "state";
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
   Take(7);
   EXPECT_TRUE(AwaitReport("events.d: event 7 dropped: cannot write " +
                           m_Settings.m_StateFile.string() + ": No such file or directory"));
   Stop();
-  EXPECT_FALSE(std::filesystem::exists(m_Folder.Path() / "lines"));
+  EXPECT_FALSE(std::filesystem::exists(m_Directory.Path() / "lines"));
 }
 
 TEST_F(EventPrograms, NeedNoStateFile) {
@@ -199,7 +199,7 @@ TEST_F(EventPrograms, MayEndByThemselvesAtTheEnd) {
   Take(1);
   EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
   std::thread stop([this] { Stop(); });
-  WriteText(m_Folder.Path() / "go", "");
+  WriteText(m_Directory.Path() / "go", "");
   stop.join();
   EXPECT_THAT(Lines("lines", 2), ElementsAre("1", "end"));
   EXPECT_THAT(Reports(), IsEmpty());
@@ -217,7 +217,7 @@ TEST_F(EventPrograms, AreNotRunForEventsThatAreTooMany) {
   Take(2);
   Take(3);
   EXPECT_THAT(Reports(), ElementsAre("events.d: event queue full; event 3 dropped"));
-  WriteText(m_Folder.Path() / "go", "");
+  WriteText(m_Directory.Path() / "go", "");
   EXPECT_THAT(Lines("lines", 2), ElementsAre("1", "2"));
 }
 

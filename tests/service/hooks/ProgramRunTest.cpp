@@ -20,7 +20,7 @@ class ProgramRunFixture : public testing::Test {
   // For a script with this body.
   Hooks::ProgramRun RunOf(const std::string& body) {
     Hooks::ProgramRun run;
-    run.m_File = WriteScript(m_Folder.Path() / "program", body);
+    run.m_File = WriteScript(m_Directory.Path() / "program", body);
     run.m_Environment = {"PATH=/usr/bin:/bin"};
     return run;
   }
@@ -36,7 +36,7 @@ class ProgramRunFixture : public testing::Test {
     return false;
   }
 
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
 };
 
 using ProgramRun = ProgramRunFixture;
@@ -61,7 +61,7 @@ TEST_F(ProgramRun, ReportsHowItEnded) {
 
 TEST_F(ProgramRun, ReportsAMissingProgram) {
   Hooks::ProgramRun run;
-  run.m_File = m_Folder.Path() / "missing";
+  run.m_File = m_Directory.Path() / "missing";
   EXPECT_EQ("cannot be started: No such file or directory", Hooks::Run(run).m_Failure);
 }
 

@@ -1,4 +1,4 @@
-// A folder of shell scripts.
+// A directory of shell scripts.
 #pragma once
 
 #include <sys/stat.h>

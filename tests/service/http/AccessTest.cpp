@@ -146,7 +146,7 @@ TEST(Permission, FollowsThePeerProcess) {
       {"changer", kStranger, kStranger, {7, kChangers}, "200 200 200 200"},
   };
   const TestServer server(Routes(), SettingsOf({{0}, kReaders, kChangers}));
-  std::filesystem::permissions(server.Folder().Path(), std::filesystem::perms(0711));
+  std::filesystem::permissions(server.Directory().Path(), std::filesystem::perms(0711));
   for (const auto& each : cases) {
     EXPECT_EQ(each.m_Statuses, AsUser(each.m_User, each.m_Group, each.m_Groups,
                                       [&server] { return Statuses(server); }))
@@ -156,9 +156,9 @@ TEST(Permission, FollowsThePeerProcess) {
 
 TEST(Permission, OfTheSocketFileKeepsOthersOut) {
   if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to connect as other users";
-  const TemporaryFolder folder;
-  std::filesystem::permissions(folder.Path(), std::filesystem::perms(0711));
-  const std::string path = folder.Path() / "socket";
+  const TemporaryDirectory directory;
+  std::filesystem::permissions(directory.Path(), std::filesystem::perms(0711));
+  const std::string path = directory.Path() / "socket";
   const Base::Descriptor listener = Http::ListenUnix(path, 0660, kReaders);
   const auto connects = [&path] {
     sockaddr_un address = {};

@@ -74,7 +74,7 @@ inline Http::Settings OpenSettings() {
 class TestServer {
  public:
   explicit TestServer(std::vector<Http::Route> routes, Http::Settings settings = OpenSettings())
-      : m_Socket((m_Folder.Path() / "socket").string()) {
+      : m_Socket((m_Directory.Path() / "socket").string()) {
     std::vector<Base::Descriptor> listeners;
     listeners.push_back(Http::ListenUnix(m_Socket, 0666, std::nullopt));
     listeners.push_back(Http::ListenTcp("127.0.0.1", 0));
@@ -83,7 +83,7 @@ class TestServer {
                                               std::move(listeners));
   }
 
-  const TemporaryFolder& Folder() const { return m_Folder; }
+  const TemporaryDirectory& Directory() const { return m_Directory; }
   const std::string& Socket() const { return m_Socket; }
   std::uint16_t Port() const { return m_Port; }
   std::string Host() const { return "127.0.0.1:" + std::to_string(m_Port); }
@@ -93,7 +93,7 @@ class TestServer {
   void Stop() { m_Server.reset(); }
 
  private:
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
   const std::string m_Socket;
   std::uint16_t m_Port = 0;
   std::unique_ptr<Http::Server> m_Server;

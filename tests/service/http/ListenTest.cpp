@@ -42,8 +42,8 @@ bool Connects(const std::string& path) {
 }
 
 TEST(ListenUnix, SetsModeAndGroup) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Path() / "socket";
+  const TemporaryDirectory directory;
+  const std::string path = directory.Path() / "socket";
   const mode_t before = umask(0077);
   const Base::Descriptor socket = ListenUnix(path, 0660, getegid());
   umask(before);
@@ -53,16 +53,16 @@ TEST(ListenUnix, SetsModeAndGroup) {
 
 TEST(ListenUnix, SetsAnotherGroup) {
   if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to give files to other groups";
-  const TemporaryFolder folder;
-  const std::string path = folder.Path() / "socket";
+  const TemporaryDirectory directory;
+  const std::string path = directory.Path() / "socket";
   const Base::Descriptor socket = ListenUnix(path, 0660, 54321);
   EXPECT_EQ(54321U, StatusOf(path).st_gid);
   EXPECT_EQ(0U, StatusOf(path).st_uid);
 }
 
 TEST(ListenUnix, ReplacesASocketThatNoProcessServes) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Path() / "socket";
+  const TemporaryDirectory directory;
+  const std::string path = directory.Path() / "socket";
   ListenUnix(path, 0600, std::nullopt).Close();
   EXPECT_FALSE(Connects(path));
   const Base::Descriptor socket = ListenUnix(path, 0600, std::nullopt);
@@ -70,29 +70,29 @@ TEST(ListenUnix, ReplacesASocketThatNoProcessServes) {
 }
 
 TEST(ListenUnix, KeepsASocketThatIsServed) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Path() / "socket";
+  const TemporaryDirectory directory;
+  const std::string path = directory.Path() / "socket";
   const Base::Descriptor socket = ListenUnix(path, 0600, std::nullopt);
   EXPECT_EQ(EADDRINUSE, ErrorOf([&path] { ListenUnix(path, 0600, std::nullopt); }));
   EXPECT_TRUE(Connects(path));
 }
 
 TEST(ListenUnix, KeepsWhatIsNotASocket) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Path() / "file";
+  const TemporaryDirectory directory;
+  const std::string path = directory.Path() / "file";
   WriteText(path, "text");
   EXPECT_EQ(EEXIST, ErrorOf([&path] { ListenUnix(path, 0600, std::nullopt); }));
   EXPECT_EQ("text", ReadText(path));
-  const std::string link = folder.Path() / "link";
+  const std::string link = directory.Path() / "link";
   ASSERT_EQ(0, symlink(path.c_str(), link.c_str()));
   EXPECT_EQ(EEXIST, ErrorOf([&link] { ListenUnix(link, 0600, std::nullopt); }));
 }
 
 TEST(ListenUnix, GivesTheReason) {
-  const TemporaryFolder folder;
-  EXPECT_EQ(ENOENT, ErrorOf([&] { ListenUnix(folder.Path() / "a/b", 0600, std::nullopt); }));
+  const TemporaryDirectory directory;
+  EXPECT_EQ(ENOENT, ErrorOf([&] { ListenUnix(directory.Path() / "a/b", 0600, std::nullopt); }));
   EXPECT_EQ(ENAMETOOLONG,
-            ErrorOf([&] { ListenUnix(folder.Path() / std::string(200, 'x'), 0600, {}); }));
+            ErrorOf([&] { ListenUnix(directory.Path() / std::string(200, 'x'), 0600, {}); }));
 }
 
 TEST(ListenTcp, TakesAnAddressAndAPort) {
@@ -108,8 +108,8 @@ TEST(ListenTcp, RefusesWhatIsNotAnAddress) {
 }
 
 TEST(Sockets, HaveNames) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Path() / "socket";
+  const TemporaryDirectory directory;
+  const std::string path = directory.Path() / "socket";
   EXPECT_EQ(path, Http::NameOf(ListenUnix(path, 0600, std::nullopt)));
   const Base::Descriptor tcp = ListenTcp("127.0.0.1", 0);
   EXPECT_EQ("127.0.0.1:" + std::to_string(PortOf(tcp)), Http::NameOf(tcp));
@@ -117,8 +117,8 @@ TEST(Sockets, HaveNames) {
 }
 
 TEST(Sockets, OfLoopbackAddressesAreLocal) {
-  const TemporaryFolder folder;
-  EXPECT_TRUE(Http::IsLocal(ListenUnix(folder.Path() / "socket", 0600, std::nullopt)));
+  const TemporaryDirectory directory;
+  EXPECT_TRUE(Http::IsLocal(ListenUnix(directory.Path() / "socket", 0600, std::nullopt)));
   EXPECT_TRUE(Http::IsLocal(ListenTcp("127.0.0.1", 0)));
   EXPECT_TRUE(Http::IsLocal(ListenTcp("127.9.8.7", 0)));
   EXPECT_FALSE(Http::IsLocal(ListenTcp("0.0.0.0", 0)));

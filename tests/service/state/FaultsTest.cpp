@@ -87,7 +87,7 @@ TEST_F(StateFaults, ARemovedFileWithoutItsLogIsReplaced) {
 }
 
 TEST_F(StateFaults, AFileThatReplacesTheOpenOneIsUsed) {
-  const auto second = m_Folder.Path() / "second.db";
+  const auto second = m_Directory.Path() / "second.db";
   Use(second.string());
   m_Store.Record(StateTest::Observe(kStart, CardsOf({"S7"})));
   Use(File().string());
@@ -116,7 +116,7 @@ TEST_F(StateFaults, ADamagedFileIsReportedAndReplacedOnceItIsGone) {
 TEST_F(StateFaults, AReadOnlyFileCanBeRead) {
   Use(":memory:");
   using std::filesystem::perms;
-  std::filesystem::permissions(m_Folder.Path(), perms::all);
+  std::filesystem::permissions(m_Directory.Path(), perms::all);
   std::filesystem::permissions(File().parent_path(), perms::all);
   std::filesystem::permissions(File(), perms::owner_read | perms::group_read | perms::others_read);
   {

@@ -1,4 +1,4 @@
-#include "service/hooks/ProgramFolder.h"
+#include "service/hooks/ProgramDirectory.h"
 
 #include <unistd.h>
 
@@ -29,13 +29,13 @@ bool IsExecutable(const fs::path& file) {
 
 }  // namespace
 
-std::vector<fs::path> FindPrograms(const fs::path& folder,
+std::vector<fs::path> FindPrograms(const fs::path& directory,
                                    const std::function<void(const std::string&)>& report) {
   std::vector<fs::path> programs;
   std::error_code error;
-  fs::directory_iterator entries(folder, error);
+  fs::directory_iterator entries(directory, error);
   if (error && error != std::errc::no_such_file_or_directory) {
-    report("cannot read " + folder.string() + ": " + error.message());
+    report("cannot read " + directory.string() + ": " + error.message());
   }
   for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
     const fs::path& file = entries->path();

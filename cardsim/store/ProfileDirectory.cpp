@@ -1,4 +1,4 @@
-#include "cardsim/store/ProfileFolder.h"
+#include "cardsim/store/ProfileDirectory.h"
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -21,11 +21,11 @@ namespace fs = std::filesystem;
 // A profile has some fifty lines. More is a wrong file.
 constexpr std::int64_t kLargestProfile = 1 << 20;
 
-// Relative to the folder of the file that this code was loaded from. Empty without an absolute path
-// to that file: the result would depend on the working directory.
-fs::path DefaultFolder() {
+// Relative to the directory of the file that this code was loaded from. Empty without an absolute
+// path to that file: the result would depend on the working directory.
+fs::path DefaultDirectory() {
   Dl_info info = {};
-  const bool found = dladdr(reinterpret_cast<const void*>(&DefaultFolder), &info) != 0;
+  const bool found = dladdr(reinterpret_cast<const void*>(&DefaultDirectory), &info) != 0;
   const fs::path module = found && info.dli_fname != nullptr ? info.dli_fname : "";
   if (!module.is_absolute()) return {};
   return (module.parent_path() / "../share/corvane/profiles").lexically_normal();
@@ -40,23 +40,23 @@ bool IsProfile(std::string_view file) {
 
 }  // namespace
 
-ProfileFolder::ProfileFolder() {
+ProfileDirectory::ProfileDirectory() {
   // Unset for a program that runs with more rights than whoever started it.
   const char* named = secure_getenv("CARDSIM_PROFILES");
   m_IsDefault = named == nullptr || *named == '\0';
-  m_Path = m_IsDefault ? DefaultFolder() : fs::path(named);
+  m_Path = m_IsDefault ? DefaultDirectory() : fs::path(named);
 }
 
-std::vector<std::string> ProfileFolder::Names() const {
+std::vector<std::string> ProfileDirectory::Names() const {
   // Not std::filesystem: its iterator ends the process when memory runs out between two names.
   const Base::CancellationGuard guard;
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(m_Path.c_str()), closedir);
-  if (folder == nullptr && errno == ENOENT && m_IsDefault) return {};
-  if (folder == nullptr && errno == ENOMEM) throw std::bad_alloc();
-  if (folder == nullptr) FailWithErrno(m_Path);
+  const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(m_Path.c_str()), closedir);
+  if (directory == nullptr && errno == ENOENT && m_IsDefault) return {};
+  if (directory == nullptr && errno == ENOMEM) throw std::bad_alloc();
+  if (directory == nullptr) FailWithErrno(m_Path);
   std::vector<std::string> names;
   errno = 0;
-  while (const dirent* entry = readdir(folder.get())) {
+  while (const dirent* entry = readdir(directory.get())) {
     const std::string_view file = entry->d_name;
     if (IsProfile(file)) names.emplace_back(file.substr(0, file.size() - kExtension.size()));
     errno = 0;
@@ -66,7 +66,7 @@ std::vector<std::string> ProfileFolder::Names() const {
   return names;
 }
 
-Profile ProfileFolder::Read(const std::string& name) const {
+Profile ProfileDirectory::Read(const std::string& name) const {
   const fs::path path = m_Path / (name + std::string(kExtension));
   return ParseProfile(ReadTrustedFile(path, kLargestProfile, "is too large for a profile"),
                       path.string());

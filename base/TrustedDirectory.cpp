@@ -1,4 +1,4 @@
-#include "base/TrustedFolder.h"
+#include "base/TrustedDirectory.h"
 
 #include <fcntl.h>
 #include <limits.h>
@@ -19,24 +19,24 @@ using std::filesystem::path;
 
 constexpr int kMaxLinks = 40;  // the kernel's own limit
 
-// Each folder is opened from the one before it, so that no one can replace a name between its check
-// and its use. Steps return false if they cannot continue, with the reason in `m_Result`.
+// Each directory is opened from the one before it, so that no one can replace a name between its
+// check and its use. Steps return false if they cannot continue, with the reason in `m_Result`.
 class Resolver {
  public:
-  Resolver(OpenFolderOptions options, bool findsFile)
+  Resolver(OpenDirectoryOptions options, bool findsFile)
       : m_Options(options), m_User(geteuid()), m_FindsFile(findsFile) {}
 
-  TrustedFolder Run(const path& given) {
+  TrustedDirectory Run(const path& given) {
     Push(given);
     bool succeeds = Start(given);
     if (succeeds && m_FindsFile && m_Rest.empty()) succeeds = Fail(ENOENT);
     while (succeeds && !m_Rest.empty()) succeeds = Step();
-    if (!succeeds) m_Result.m_Folder.Close();
+    if (!succeeds) m_Result.m_Directory.Close();
     return std::move(m_Result);
   }
 
  private:
-  // A "." is dropped when a folder is opened; when a file's folder is, it is the file's name.
+  // A "." is dropped when a directory is opened; when a file's directory is, it is the file's name.
   void Push(const path& given) {
     std::vector<std::string> names;
     for (const path& part : given) {
@@ -62,16 +62,16 @@ class Resolver {
     return reason.empty();
   }
 
-  bool Open(int folder, const std::string& name) {
-    Descriptor next = OpenAt(folder, name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
+  bool Open(int directory, const std::string& name) {
+    Descriptor next = OpenAt(directory, name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
     if (!next.IsOpen()) return Fail(errno);
-    m_Result.m_Folder = std::move(next);
+    m_Result.m_Directory = std::move(next);
     return true;
   }
 
   bool Enter(const std::string& name) {
     Show(name);
-    return Open(m_Result.m_Folder.Get(), name);
+    return Open(m_Result.m_Directory.Get(), name);
   }
 
   // No name that is shown is a link, so ".." takes the last one away.
@@ -88,13 +88,13 @@ class Resolver {
   bool Step() {
     const std::string name = m_Rest.back();
     m_Rest.pop_back();
-    struct stat folder {};
-    if (StatusOfOpened(m_Result.m_Folder.Get(), &folder) != 0) return Fail(errno);
+    struct stat directory {};
+    if (StatusOfOpened(m_Result.m_Directory.Get(), &directory) != 0) return Fail(errno);
     const path shown = m_Shown.empty() ? "." : m_Shown;
-    if (!Accept(shown, ObjectionToFolder(folder, m_User))) return false;
-    const bool isOpen = IsOpenTo(folder, m_User);
+    if (!Accept(shown, ObjectionToDirectory(directory, m_User))) return false;
+    const bool isOpen = IsOpenTo(directory, m_User);
     struct stat entry {};
-    if (fstatat(m_Result.m_Folder.Get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (fstatat(m_Result.m_Directory.Get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0) {
       return Missing(name, isOpen, errno);
     }
     if (!S_ISLNK(entry.st_mode)) return IsFile() ? End(name, isOpen) : Enter(name);
@@ -115,15 +115,17 @@ class Resolver {
 
   bool Missing(const std::string& name, bool isOpen, int error) {
     if (error == ENOENT && IsFile()) return End(name, isOpen);
-    if (error != ENOENT || !m_Options.m_CreatesFolders) return Fail(error);
+    if (error != ENOENT || !m_Options.m_CreatesDirectories) return Fail(error);
     // Another process may create it at the same time.
-    const bool made = mkdirat(m_Result.m_Folder.Get(), name.c_str(), NewFolderMode(m_User)) == 0;
+    const bool made =
+        mkdirat(m_Result.m_Directory.Get(), name.c_str(), NewDirectoryMode(m_User)) == 0;
     return made || errno == EEXIST ? Enter(name) : Fail(errno);
   }
 
   bool Follow(const std::string& name) {
     char target[PATH_MAX];
-    const ssize_t length = readlinkat(m_Result.m_Folder.Get(), name.c_str(), target, sizeof target);
+    const ssize_t length =
+        readlinkat(m_Result.m_Directory.Get(), name.c_str(), target, sizeof target);
     if (length < 0) return Fail(errno);
     if (++m_Links > kMaxLinks) return Fail(ELOOP);
     const path followed(std::string(target, static_cast<std::size_t>(length)));
@@ -133,22 +135,22 @@ class Resolver {
     return true;
   }
 
-  const OpenFolderOptions m_Options;
+  const OpenDirectoryOptions m_Options;
   const uid_t m_User;
   const bool m_FindsFile;
-  TrustedFolder m_Result;
-  path m_Shown;                     // of the folder, for objections
+  TrustedDirectory m_Result;
+  path m_Shown;                     // of the directory, for objections
   std::vector<std::string> m_Rest;  // the next name last
   int m_Links = 0;
 };
 
 }  // namespace
 
-TrustedFolder OpenTrustedFolder(const path& folder) {
-  return Resolver({}, false).Run(folder);
+TrustedDirectory OpenTrustedDirectory(const path& directory) {
+  return Resolver({}, false).Run(directory);
 }
 
-TrustedFolder OpenFolderOf(const path& file, OpenFolderOptions options) {
+TrustedDirectory OpenDirectoryOf(const path& file, OpenDirectoryOptions options) {
   return Resolver(options, true).Run(file);
 }
 

@@ -1,4 +1,4 @@
-#include "fuzz/Folder.h"
+#include "fuzz/Directory.h"
 
 #include <unistd.h>
 
@@ -11,16 +11,16 @@
 namespace CorvaneFuzz {
 
 // In memory if possible, because the files are synced at each change.
-Folder::Folder() {
+Directory::Directory() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;
   std::string name =
       (writable ? memory : std::filesystem::temp_directory_path()) / "corvane-fuzz-XXXXXX";
-  Require(mkdtemp(name.data()) != nullptr, "no temporary folder");
+  Require(mkdtemp(name.data()) != nullptr, "no temporary directory");
   m_Path = name;
 }
 
-Folder::~Folder() {
+Directory::~Directory() {
   std::error_code ignored;
   std::filesystem::remove_all(m_Path, ignored);
 }

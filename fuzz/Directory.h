@@ -1,4 +1,4 @@
-// Files for one target, in a folder that exists as long as the process.
+// Files for one target, in a directory that exists as long as the process.
 #pragma once
 
 #include <filesystem>
@@ -6,12 +6,12 @@
 
 namespace CorvaneFuzz {
 
-class Folder {
+class Directory {
  public:
-  Folder();
-  ~Folder();
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
+  Directory();
+  ~Directory();
+  Directory(const Directory&) = delete;
+  Directory& operator=(const Directory&) = delete;
 
   std::filesystem::path File(const char* name) const { return m_Path / name; }
   const std::filesystem::path& Path() const { return m_Path; }

@@ -9,14 +9,14 @@
 
 namespace CardSim {
 
-class ProfileFolder {
+class ProfileDirectory {
  public:
-  // The folder that CARDSIM_PROFILES names, else ../share/corvane/profiles from the folder of this
-  // library, both in a build tree and installed. Reads nothing.
-  ProfileFolder();
+  // The directory that CARDSIM_PROFILES names, else ../share/corvane/profiles from the directory of
+  // this library, both in a build tree and installed. Reads nothing.
+  ProfileDirectory();
 
-  // The names of the files NAME.json, sorted. Empty if the default folder does not exist. Throws
-  // `std::runtime_error` if the folder cannot be listed.
+  // The names of the files NAME.json, sorted. Empty if the default directory does not exist. Throws
+  // `std::runtime_error` if the directory cannot be listed.
   std::vector<std::string> Names() const;
 
   // The profile of NAME.json. Throws `std::runtime_error`, "FILE: why", if the file is missing,

@@ -1,4 +1,4 @@
-// The ini file of a plug-in, in a temporary folder.
+// The ini file of a plug-in, in a temporary directory.
 #pragma once
 
 #include "host/PluginInterface.h"
@@ -8,14 +8,14 @@
 static_assert(HostKit::RESULT_OK == 0 && HostKit::RESULT_NO_KEY == 1);
 static_assert(HostKit::RESULT_UNREADABLE == 2 && HostKit::RESULT_NOT_WRITTEN == 3);
 
-class ConfigFolder {
+class ConfigDirectory {
  public:
-  std::filesystem::path Folder() const { return m_Folder.Path(); }
-  std::filesystem::path Ini() const { return Folder() / "Corvane.ini"; }
+  std::filesystem::path Directory() const { return m_Directory.Path(); }
+  std::filesystem::path Ini() const { return Directory() / "Corvane.ini"; }
 
-  void MoveTo(const std::filesystem::path& folder) {
+  void MoveTo(const std::filesystem::path& directory) {
     m_Variable.reset();
-    m_Variable.emplace("CORVANE_CONFIG_DIR", folder.string());
+    m_Variable.emplace("CORVANE_CONFIG_DIR", directory.string());
   }
 
   // "value 15", "no key" or "unreadable"; "touched" if a failure has changed the output.
@@ -38,11 +38,11 @@ class ConfigFolder {
 
   std::size_t Files() const {
     using Iterator = std::filesystem::directory_iterator;
-    return static_cast<std::size_t>(std::distance(Iterator(Folder()), Iterator()));
+    return static_cast<std::size_t>(std::distance(Iterator(Directory()), Iterator()));
   }
 
  private:
-  TemporaryFolder m_Folder;
+  TemporaryDirectory m_Directory;
   std::optional<ScopedVariable> m_Variable{std::in_place, "CORVANE_CONFIG_DIR",
-                                           m_Folder.Path().string()};
+                                           m_Directory.Path().string()};
 };
