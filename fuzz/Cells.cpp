@@ -13,7 +13,7 @@ namespace {
 
 using namespace DatabaseORM;
 
-// The cell that a statement with this text stores.
+// Returns the cell that a statement with this text stores.
 std::string Stored(const std::string& text) {
   const bool quoted = text.size() >= 2 && text.front() == '"';
   return quoted ? text.substr(1, text.size() - 2) : text;
@@ -24,13 +24,13 @@ bool Same(const Field& left, const Field& right) {
   return left == right;
 }
 
-// Written with six decimal places.
+// Doubles are written with six decimal places.
 bool Same(double left, double right) {
   if (std::isnan(left) || std::isinf(left)) return number_text(left) == number_text(right);
   return std::abs(left - right) <= 0.51e-6;
 }
 
-// A value that is read and written again reads as the same value.
+// Requires that a value that is read and written reads back unchanged.
 template <class Field>
 void ReadBack(const std::string& cell) {
   Field value{};
@@ -47,7 +47,8 @@ void ReadBack(const std::string& cell) {
   Require(Same(value, again), "a cell does not read back: " + text);
 }
 
-// The database stores no number in the upper half, so a negative one is never read back.
+// A negative number is read as an unsigned one in the upper half of the range, which the database
+// does not store.
 bool IsNegative(const std::string& cell) {
   const std::size_t begin = cell.find_first_not_of(" \t\n\v\f\r");
   return begin != std::string::npos && cell[begin] == '-';

@@ -18,13 +18,14 @@ namespace {
 
 constexpr std::uint64_t kNowMs = 1'795'219'200'000;
 
-// A rejection says what is wrong.
+// Returns whether the input is accepted. A rejection must have a text and an id.
 template <class Use>
 bool Accepted(Use use) {
   try {
     use();
   } catch (const Console::Failure& failure) {
-    Require(!failure.m_Text.empty() && !failure.m_Id.empty(), "a refusal without a word");
+    Require(!failure.m_Text.empty() && !failure.m_Id.empty(),
+            "a rejection without a text or an id");
     return false;
   }
   return true;
@@ -51,7 +52,7 @@ PI::CObject Record(std::uint64_t id, std::uint32_t type) {
   return object;
 }
 
-// The plug-in, two adapters with as many names as an object can have, and a drive.
+// The plug-in, two adapters with every kind of name that an object can have, and a drive.
 const Console::Model& TheModel() {
   static const Console::Model model = [] {
     std::vector<PI::CObject> tree = {
@@ -75,7 +76,7 @@ const Console::Model& TheModel() {
   return model;
 }
 
-// One word per line.
+// Returns the words of the input, one per line.
 std::vector<std::string> Lines(const std::string& input) {
   std::vector<std::string> words;
   std::istringstream stream(input);
@@ -113,7 +114,7 @@ void Options(const std::string& input) {
   if (!Accepted([&] { Console::ParseCommandLine(Lines(input), options); })) return;
   Accepted([&] { Console::ParseDuration("--timeout", options.m_Timeout); });
   Console::Options again;
-  // Words remain words after `--`.
+  // After `--`, words are never options.
   std::vector<std::string> words = options.m_Words;
   if (words.empty() || options.m_Help || options.m_Version) return;
   words.insert(words.begin(), "--");

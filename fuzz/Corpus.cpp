@@ -1,4 +1,4 @@
-// Runs one target over the files of a directory, without a fuzzer. Usage: fuzz_corpus TARGET
+// Runs one target on the files of a directory, without a fuzzer. Usage: fuzz_corpus TARGET
 // DIRECTORY
 #include <algorithm>
 #include <cstdio>
@@ -18,7 +18,7 @@ int main(int count, char** arguments) {
   std::vector<std::filesystem::path> files(Walk(arguments[2]), Walk{});
   std::sort(files.begin(), files.end());
   for (const auto& file : files) {
-    // The last line names the input that failed.
+    // After a failure, the last line names the input that failed.
     std::fprintf(stderr, "%s\n", file.filename().c_str());
     target.m_Run(CorvaneFuzz::ReadFile(file));
   }

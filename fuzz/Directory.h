@@ -1,4 +1,4 @@
-// Files for one target, in a directory that exists as long as the process.
+// Files for one target, in a temporary directory that is removed with its object.
 #pragma once
 
 #include <filesystem>

@@ -61,7 +61,7 @@ PI::CProperty Parameter(const char* bytes) {
   return parameter;
 }
 
-// A host with one card that can be formatted, which takes no time.
+// A host with one card that can be formatted without delay.
 class FormatHost : public CorvaneTest::SimulatedHost {
  public:
   FormatHost() : m_Card(AddCard(0x1006)) {
@@ -91,7 +91,7 @@ bool Contains(const std::vector<std::string>& calls, const std::string& function
 
 }  // namespace
 
-// A format succeeds only if the job was waited for, and never leaves a handle.
+// Requires that a format succeeds if and only if its job was waited for, and leaves no open handle.
 void Format(const std::string& input) {
   static FormatHost host;
   host.MakeReady();
@@ -103,10 +103,10 @@ void Format(const std::string& input) {
   }
   const unsigned int result = host.Format(parameters);
   Require(result == PI::SUCCESS || result == PI::ERR_COMMAND_ERROR,
-          "a format gave " + std::to_string(result));
+          "a format returned " + std::to_string(result));
   Require((result == PI::SUCCESS) == Contains(host.Calls(), "vsl_op_wait_for_result"),
-          "a result that the card does not know of");
-  Require(CardSim::OpenHandles().empty(), "a handle was left");
+          "the result does not match the calls");
+  Require(CardSim::OpenHandles().empty(), "a handle was left open");
   Require(CardSim::Misuse().empty(), "the card library was misused");
 }
 

@@ -14,13 +14,13 @@ namespace {
 
 constexpr const char* kKey = "PollInterval";
 
-// The interval that a plug-in reads from the file at its start.
+// Returns the interval that a plug-in reads from the file at startup.
 int PollInterval() {
   IPLUGINAPI* plugin = nullptr;
   Require(createIf(&plugin) == PI::SUCCESS, "the plug-in did not start");
   PI::CProperty property(PI::Property::UNDEFINED, false);
   property.m_PropertyID = PI::Property::POLL_INTERVAL;
-  // Until it is initialized the plug-in object has the id 0.
+  // The plug-in object has the id 0 until the plug-in is initialized.
   const unsigned int result = plugin->Execute(PI::CMD_GET_PROPERTY, 0, &property);
   Require(result == PI::SUCCESS, "no poll interval");
   int seconds = 0;
@@ -50,7 +50,7 @@ void Ini(const std::string& input) {
   file.SetFileName("Corvane.ini");
   const std::string value = input.substr(end + 1);
   if (file.WriteKeyValue(kKey, value, -1, -1) != HostKit::RESULT_OK) {
-    Require(ReadFile(directory.File("Corvane.ini")) == text, "a refused value changed the file");
+    Require(ReadFile(directory.File("Corvane.ini")) == text, "a rejected value changed the file");
     return;
   }
   std::string readBack;

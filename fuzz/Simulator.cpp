@@ -1,4 +1,4 @@
-// The simulator's own files: its cards and its scenarios. Input: the file.
+// The simulator's files: cards and scenarios. Input: the content of the file.
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,14 +17,15 @@ const Directory& TheDirectory() {
   return directory;
 }
 
-// An edit of an accepted file succeeds, or is rejected and does not change the file.
+// Adds a card to an accepted file. Returns false if the edit is rejected, which must not change the
+// file.
 bool Edit(CardSim::StateFile& cards, std::string& added) {
   const auto path = TheDirectory().File("cards.json");
   const std::string before = ReadFile(path);
   try {
     added = cards.AddCard(std::uint16_t{0x1003});
   } catch (const std::runtime_error&) {
-    Require(ReadFile(path) == before, "a refused edit changed the file");
+    Require(ReadFile(path) == before, "a rejected edit changed the file");
     return false;
   }
   return true;
@@ -50,7 +51,7 @@ void CardFile(const std::string& input) {
   const std::string written = ReadFile(path);
   cards.RemoveCard(cards.AddCard(std::uint16_t{0x1003}));
   // Only the next id may differ, because an id is never assigned twice.
-  Require(ReadFile(path).size() >= written.size(), "a file that was written is not kept");
+  Require(ReadFile(path).size() >= written.size(), "a second edit lost a part of the file");
 }
 
 void Scenario(const std::string& input) {
@@ -68,7 +69,7 @@ void Scenario(const std::string& input) {
   cards.AddCard(std::uint16_t{0x1003});
   for (const CardSim::Step& step : scenario.steps) {
     try {
-      Require(!step.apply(cards).empty(), "a change without words");
+      Require(!step.apply(cards).empty(), "a change without a description");
     } catch (const std::runtime_error&) {
     }
   }

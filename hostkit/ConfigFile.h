@@ -1,16 +1,16 @@
-// The results of the kit's `PI::CConfigFile`, and what it does to the file.
+// Result codes of `PI::CConfigFile`, and how it writes ini files.
 //
-// A write keeps other keys, sections and comments. It is atomic: a crash leaves the old file or the
-// new one. Concurrent writers, also in other processes, wait for each other. A missing directory is
-// created. A symbolic link is kept, and its target written. A damaged file, and a key or value that
-// would not read back as given, are not written.
+// Writes are atomic and preserve other keys, sections and comments. Concurrent writers, including
+// those in other processes, wait for each other. A missing directory is created. If the path is a
+// symbolic link, the target of the link is replaced. A write fails if the file is damaged or if the
+// key or value would not read back unchanged.
 #pragma once
 
 #include <cstdint>
 
 namespace HostKit {
 
-// What `ReadKeyValue` and `WriteKeyValue` return.
+// Returned by `ReadKeyValue` and `WriteKeyValue`.
 enum ConfigResult : std::uint32_t {
   RESULT_OK = 0,
   RESULT_NO_KEY = 1,       // no such key, or no such file

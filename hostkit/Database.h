@@ -1,4 +1,4 @@
-// What a host can do with its database besides handing it to plug-ins. From any thread.
+// The host's access to the database that its plug-ins write to. All functions are thread-safe.
 #pragma once
 
 #include <optional>
@@ -9,16 +9,16 @@
 
 namespace HostKit {
 
-// Starts over with the file that CORVANE_DATABASE names now: closes the old file, opens the new
-// one, and clears the plug-ins' rows that an earlier run of a host left in it. The pointer of
-// `getDatabasePointer` remains valid. Reports nothing: a file that cannot be opened is tried again
-// at each statement, which then throws.
+// Closes the database, opens the file that CORVANE_DATABASE names now, and clears the plug-ins'
+// rows that an earlier run of a host left in it. The pointer returned by `getDatabasePointer`
+// remains valid. Reports no errors: if the file cannot be opened, each statement tries again and
+// throws on failure.
 HOST_API void ReopenDatabase();
 
-// The tables that plug-ins write, by what their rows are about.
+// The tables that plug-ins write, one per kind of object.
 enum class RowKind { Adapter, Drive, Plugin };
 
-// How to read a cell. A list is one text with "?" between its elements.
+// The type of a cell. A list is one text with "?" between its elements.
 enum class CellKind { Text, List, Integer, Real };
 
 // A column of a table.
@@ -35,8 +35,8 @@ struct RowTable {
   std::vector<std::vector<std::optional<std::string>>> m_Rows;
 };
 
-// The rows that plug-ins have written for one kind of object, ordered by key, which is the first
-// column. Throws `DBEXCEPTION::DatabaseException` if the database cannot be read.
+// Returns the rows that plug-ins have written for one kind of object, ordered by the key in the
+// first column. Throws `DBEXCEPTION::DatabaseException` if the database cannot be read.
 HOST_API RowTable ReadRows(RowKind kind);
 
 }  // namespace HostKit

@@ -1,4 +1,4 @@
-// How many events were ever logged, including those that have since been removed from the log.
+// Counts of all events ever logged, including those since removed from the log.
 #pragma once
 
 #include <cstdint>
@@ -8,16 +8,16 @@
 
 namespace HostKit {
 
-// The events of one kind and severity.
+// The number of events with one id and severity.
 struct EventCount {
   std::uint32_t m_EventID;   // a `PI::_EVENT_ID`
   std::uint32_t m_Severity;  // a `PI::_SEVERITY`
   std::uint64_t m_Count;     // at least 1
 };
 
-// The counts, ordered by event and severity; an event that never occurred has none. Counts only
-// grow, and last as long as the database. From any thread. Throws `DBEXCEPTION::DatabaseException`
-// if the database cannot be used.
+// Returns the counts, ordered by event and severity, without entries for events that never
+// occurred. Counts never decrease, and last as long as the database. Thread-safe. Throws
+// `DBEXCEPTION::DatabaseException` if the database cannot be used.
 HOST_API std::vector<EventCount> CountEvents();
 
 }  // namespace HostKit

@@ -1,8 +1,8 @@
 // The host's event log, in the same file as the plug-ins' rows. Starting a host does not clear it.
 // It keeps the newest 20,000 entries.
 //
-// All functions may be called from any thread, and throw `DBEXCEPTION::DatabaseException` if the
-// database cannot be used.
+// All functions are thread-safe, and throw `DBEXCEPTION::DatabaseException` if the database cannot
+// be used.
 #pragma once
 
 #include <cstddef>
@@ -17,29 +17,30 @@ namespace HostKit {
 
 // One entry of the log.
 struct LoggedEvent {
-  std::int64_t m_Number;  // rises in order of logging, never reused; 0 before logging
+  std::int64_t m_Number;  // increases in order of logging, never reused; 0 before logging
   std::uint64_t m_Time;   // milliseconds since the epoch
   std::uint32_t m_Severity;
   std::uint32_t m_EventID;
   std::uint64_t m_ObjectID;
   std::string m_SourceName;  // the object's name
-  std::string m_Message;     // the event's sentence, as worded when it was logged
+  std::string m_Message;     // the event's message as worded when it was logged
   // These identify the object across runs; ids and names depend on where a card is plugged in.
-  std::string m_SerialNumber;      // of the card; empty: unknown
-  std::uint32_t m_ObjectType = 0;  // an `_OBJECT_TYPE`; 0: unknown
+  std::string m_SerialNumber;      // of the card; empty if unknown
+  std::uint32_t m_ObjectType = 0;  // an `_OBJECT_TYPE`; 0 if unknown
 };
 
-// The entry for an event, with its message. Number, serial number and object type are not set.
+// Returns the log entry for an event, including its message. Number, serial number and object type
+// are not set.
 HOST_API LoggedEvent WordEvent(const PI::CEvent& event);
 
-// Appends the entries with new numbers; on failure, none of them. `m_Number` is ignored.
+// Appends all entries with new numbers, or none on failure. Ignores `m_Number`.
 HOST_API void AppendEvents(const std::vector<LoggedEvent>& events);
 
-// The newest `limit` entries among those with a time of at least `sinceMs`, in milliseconds since
-// the epoch, in order of logging.
+// Returns the newest `limit` entries with a time of `sinceMs` (milliseconds since the epoch) or
+// later, in order of logging.
 HOST_API std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit);
 
-// The first `limit` entries with a number above `number`, in order of logging.
+// Returns the first `limit` entries with a number above `number`, in order of logging.
 HOST_API std::vector<LoggedEvent> ReadEventsAfter(std::int64_t number, std::size_t limit);
 
 struct EventNumbers {
@@ -47,7 +48,7 @@ struct EventNumbers {
   std::int64_t m_Newest;
 };
 
-// The numbers of the oldest and the newest entry; both 0 if the log is empty.
+// Returns the numbers of the oldest and the newest entry; both are 0 if the log is empty.
 HOST_API EventNumbers ReadEventNumbers();
 
 }  // namespace HostKit

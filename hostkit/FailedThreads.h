@@ -1,5 +1,5 @@
-// Threads that a module failed to start. The module continues without them, and only its
-// host can report that to a person.
+// The number of threads that modules failed to start. A module continues without them, so only its
+// host can report the failure to a person.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace HostKit {
 
-// How many threads could not be started so far in this process, as for lack of memory or because of
-// a limit. From any thread.
+// Returns how many threads could not be started so far in this process, for example for lack of
+// memory or because of a limit. Thread-safe.
 HOST_API std::size_t FailedThreads();
 
 }  // namespace HostKit

@@ -1,7 +1,8 @@
-// For tests: inspects the kit's locks, events and threads, and makes them fail. Callable from any
-// thread.
+// For tests: inspects the kit's locks, events and threads, and injects failures. All functions are
+// thread-safe.
 //
-// Ordinals count objects of one kind in order of construction since `ResetLedger`, from 1.
+// An ordinal is the position of an object among those of its kind constructed since `ResetLedger`,
+// starting at 1.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +14,7 @@
 
 namespace HostKit {
 
-// A lock at one moment.
+// A snapshot of a lock.
 struct HOST_API LockView {
   std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
   std::string owner;    // name of the thread that holds it; empty if free
@@ -22,7 +23,7 @@ struct HOST_API LockView {
   std::uint64_t taken;  // successful waits so far
 };
 
-// An event at one moment.
+// A snapshot of an event.
 struct HOST_API EventView {
   std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
   bool initialized;     // `Init` has returned 1
@@ -30,34 +31,34 @@ struct HOST_API EventView {
   bool set;
 };
 
-// A thread at one moment.
+// A snapshot of a thread.
 struct HOST_API ThreadView {
   std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
   bool ended;
-  bool canceled;                // its cancellation was requested while it ran
-  unsigned int cancelRequests;  // calls of `Cancel`, including those after its end
+  bool canceled;                // cancellation was requested while the thread ran
+  unsigned int cancelRequests;  // calls of `Cancel`, including those after the thread ended
 };
 
-// The locks, events and threads that exist now, in order of construction. A thread exists from its
-// start until both the thread and its object are gone.
+// Return the locks, events and threads that exist now, in order of construction. A thread exists
+// from its start until it has ended and its object has been destroyed.
 HOST_API std::vector<LockView> Locks();
 HOST_API std::vector<EventView> Events();
 HOST_API std::vector<ThreadView> Threads();
 
-// Restarts the ordinals and cancels all requested failures.
+// Restarts the ordinals and clears all requested failures.
 HOST_API void ResetLedger();
 
 // Makes `Init` of the lock or event with that ordinal return 0.
 HOST_API void FailLockInit(std::size_t ordinal);
 HOST_API void FailEventInit(std::size_t ordinal);
 
-// Makes the `nth` wait of that lock from now, 1-based, return WAIT_FAILED at once. The lock need
-// not exist yet.
+// Makes the `nth` wait for that lock, counted from now and 1-based, return WAIT_FAILED immediately.
+// The lock need not exist yet.
 HOST_API void FailLockWait(std::size_t ordinal, unsigned int nth);
 
-// Makes the `nth` `CThread::Create` from now, 1-based, return 0, as if the system could start no
-// more threads: the object then has no handle and no thread to wait for. A call that would fail
-// anyway is not counted.
+// Makes the `nth` call of `CThread::Create`, counted from now and 1-based, return 0, as if the
+// system could not start another thread: the object then has no handle and no thread to wait for. A
+// call that would fail anyway is not counted.
 HOST_API void FailThreadCreate(unsigned int nth);
 
 }  // namespace HostKit

@@ -2,8 +2,8 @@
 //
 // Every wait of the toolkit (lock, event, sleep, thread start, end and join, `now()`) uses one
 // scheduler. A test program selects a time mode before it constructs any lock, event or thread, and
-// the next one after they are gone. Selecting a mode while another thread of the kit runs throws
-// `std::logic_error`. Virtual time always starts at 2026-01-01 00:00 UTC.
+// destroys all of them before it selects another mode. Selecting a mode while another thread of the
+// kit runs throws `std::logic_error`. Virtual time always starts at 2026-01-01 00:00 UTC.
 #pragma once
 
 #include <cstdint>
@@ -14,46 +14,47 @@
 
 namespace HostKit {
 
-// Native threads and the machine's clock. The mode at startup.
+// Selects native threads and the machine's clock, which is the mode at startup.
 HOST_API void UseRealTime();
 
-// Native threads, and a clock that pauses while any thread of the kit runs and jumps to the
-// earliest deadline when all of them wait. Days pass in seconds.
+// Selects native threads and a clock that stands still while any thread of the kit runs, and jumps
+// to the earliest deadline when all of them wait. Simulating days takes seconds.
 HOST_API void UseVirtualTime();
 
-// Like virtual time, but one thread runs at a time. Each call into the kit is a switch point, where
-// `seed` decides which thread runs next; now and then a timeout fires although threads could run.
-// The same seed gives the same schedule.
+// Selects virtual time with one running thread at a time. Each call into the kit is a switch point,
+// where a random generator chooses the thread that runs next; occasionally a timeout fires although
+// threads could run. The same seed produces the same schedule.
 HOST_API void UseSeededSchedule(std::uint64_t seed);
 
-// Sets what is called when every thread of the kit waits and no deadline is left: once per
-// deadlock, on the thread that waited or ended last. `waits` says what each thread waits for, one
-// per line. The handler may use the kit to end the deadlock. Without a handler, or with an empty
-// one, the text is printed and the process aborts.
+// Sets the handler for deadlocks, in which every thread of the kit waits and none has a deadline.
+// It is called once per deadlock, on the thread that started to wait or ended last. `waits` lists
+// what each thread waits for, one per line. The handler may use the kit to resolve the deadlock.
+// Without a handler, or with an empty one, the text is printed and the process aborts.
 HOST_API void OnDeadlock(std::function<void(const std::string& waits)> handler);
 
-// Makes the calling thread one of the kit's as long as the object lives, so that virtual time waits
-// for it. Threads started by `CThread`, and the one that selected the mode, already are.
+// Registers the calling thread with the kit for the lifetime of the object, so that virtual time
+// waits for the thread. Threads started by `CThread`, and the thread that selected the mode, are
+// already registered.
 class HOST_API KnownThread {
  public:
-  // `name` is copied and appears in the text of a deadlock. Destroy the object on the same thread.
+  // `name` is copied and appears in deadlock reports. Destroy the object on the same thread.
   explicit KnownThread(const char* name);
   ~KnownThread();
   KnownThread(const KnownThread&) = delete;
   KnownThread& operator=(const KnownThread&) = delete;
 };
 
-// Whether time is virtual for the calling thread: in the virtual and the seeded mode, if it is one
-// of the kit's.
+// Whether time is virtual for the calling thread: the mode is virtual or seeded, and the thread is
+// registered with the kit.
 HOST_API bool OnKitTime();
 
-// A switch point for code without waits, such as a simulated card library. Does nothing in the
-// other modes.
+// A switch point for code without waits, such as a simulated card library. Has an effect only with
+// a seeded schedule.
 HOST_API void SwitchPoint();
 
-// The kit's steady clock, in nanoseconds from an arbitrary start.
+// Returns the time on the kit's steady clock, in nanoseconds since an arbitrary start.
 HOST_API std::int64_t SteadyNowNs();
-// Sleeps until that clock shows `deadlineNs`. A cancellation point.
+// Sleeps until the kit's steady clock reaches `deadlineNs`. A cancellation point.
 HOST_API void SleepUntilNs(std::int64_t deadlineNs);
 
 }  // namespace HostKit

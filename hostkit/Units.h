@@ -1,7 +1,7 @@
-// The kit's units besides those in host/Identifiers.h, and how it scales byte counts.
+// The kit's units in addition to those in host/Identifiers.h, and how it scales byte counts.
 //
 // `CPluginHelper::ConvertBytesToOtherUnit` selects the largest unit, from bytes to 2^50 bytes in
-// steps of 1024, in which the count is at least 1; a count of 0 is in bytes. It always succeeds.
+// steps of 1024, in which the count is at least 1; a count of 0 stays in bytes. It always succeeds.
 #pragma once
 
 #include "host/Identifiers.h"

@@ -1,14 +1,15 @@
-// The kit's numbers for the value holders of a property, `CProperty::m_ValueType`. Plug-ins rely on
-// choice and range; the other numbers are used only by the kit and by programs built on it.
+// The values of `CProperty::m_ValueType`, which identify the member that holds a property's value.
+// Plug-ins rely on the numbers for choice and range; the others are used only by the kit and by
+// programs built on it.
 #pragma once
 
 #include "host/PluginInterface.h"
 
 namespace HostKit {
 
-// Which holder has the value, after which setter.
+// The member that the last call of `SetValue` wrote.
 enum ValueType : std::uint32_t {
-  VALUE_TYPE_NONE = 0,                        // no setter was called
+  VALUE_TYPE_NONE = 0,                        // `SetValue` was not called
   VALUE_TYPE_STRING = 1,                      // `m_String`
   VALUE_TYPE_BOOL = 2,                        // `m_Bool`
   VALUE_TYPE_CHOICE = PI::VALUE_TYPE_CHOICE,  // `m_Choice`

@@ -14,8 +14,8 @@ namespace {
 
 struct RequestedFailure {
   std::string function;
-  unsigned int passing;  // calls that still succeed
-  unsigned int failing;  // calls that fail after them
+  unsigned int passing;  // calls that will still succeed
+  unsigned int failing;  // calls that will fail after that
   Refusal refusal;
 };
 
@@ -69,7 +69,7 @@ void ThrowIfRequestedToFail(const std::string& function) {
   CallWatch& watch = TheCallWatch();
   const Base::MutexLock lock(watch.mutex);
   const Refusal* hit = nullptr;
-  // Every request counts every call, so that two requests do not shift each other.
+  // Every request counts every call, so that one request does not shift another.
   for (RequestedFailure& request : watch.failures) {
     if (request.function == function && CountAndCheckFailure(request) && hit == nullptr)
       hit = &request.refusal;

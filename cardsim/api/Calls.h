@@ -1,4 +1,4 @@
-// The calls of this process: log, hook, and calls requested to fail. May be used by any thread.
+// The card library calls of this process: log, hook and requested failures. Thread-safe.
 #pragma once
 
 #include <memory>
@@ -7,10 +7,10 @@
 
 namespace CardSim {
 
-// Whether any of the functions below has an effect. Cheap, for the start of every call.
+// Whether any of the functions below has an effect. Cheap, because every call checks it.
 bool IsWatched();
 
-// Runs before a call; null if there is none.
+// The function that runs before each call, or null.
 using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
 
 // Logs the call. Returns the hook to run for it.
@@ -19,7 +19,7 @@ Hook LogCall(const Call& call);
 // Counts the call of `function`, and throws the `Refusal` that `FailCall` requested for it, if any.
 void ThrowIfRequestedToFail(const std::string& function);
 
-// Forgets log, hook and orders, and begins to log.
+// Clears the log, the hook and the requested failures, and starts logging.
 void ResetCalls();
 
 }  // namespace CardSim

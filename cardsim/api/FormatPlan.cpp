@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 
-// Attributes that the card does not have are not given to it.
+// Replaces a value only if the card has the attribute.
 void Replace(Values& values, Attribute attribute, std::uint64_t number) {
   auto& value = At(values, attribute);
   if (value) value = number;
@@ -20,7 +20,7 @@ std::uint64_t PercentOf(std::uint64_t whole, std::uint64_t percent) {
   return whole / 100 * percent + whole % 100 * percent / 100;
 }
 
-// At most 255, which is what the attribute can hold.
+// Returns a percentage of at most 255, the largest value of the attribute.
 std::uint64_t Percentage(std::uint64_t part, std::uint64_t whole) {
   if (whole == 0) return 0;
   const auto percent = static_cast<long double>(part) * 100 / static_cast<long double>(whole);
@@ -88,7 +88,7 @@ void RequestSectorSize(Handle& handle, std::uint32_t bytes) {
                                         std::numeric_limits<std::uint32_t>::max());
   const auto step =
       std::max(1U, Read<std::uint32_t>(values, Attribute::iom_format_sector_size_multiplier, 1));
-  const bool powers = Read(values, Attribute::iom_format_power_of_two_sector_size, false);
+  const bool powerOfTwo = Read(values, Attribute::iom_format_power_of_two_sector_size, false);
   if (bytes == 0 || bytes < least || bytes > most) {
     throw Refusal{kBadValue, "the sector size must be " + std::to_string(least) + " to " +
                                  std::to_string(most) + " bytes"};
@@ -96,7 +96,7 @@ void RequestSectorSize(Handle& handle, std::uint32_t bytes) {
   if (bytes % step != 0) {
     throw Refusal{kBadValue, "the sector size must be a multiple of " + std::to_string(step)};
   }
-  if (powers && (bytes & (bytes - 1)) != 0) {
+  if (powerOfTwo && (bytes & (bytes - 1)) != 0) {
     throw Refusal{kBadValue, "the sector size must be a power of two"};
   }
   handle.plan.sector = bytes;
@@ -108,7 +108,7 @@ void ApplyFormat(Card& card, const JobPlan& plan) {
       plan.sector.value_or(Read<std::uint32_t>(values, Attribute::sector_size_bytes, 1));
   const auto requested =
       plan.bytes.value_or(Read<std::uint64_t>(values, Attribute::iom_format_size_bytes, 0));
-  // A card holds whole sectors.
+  // The size must be a multiple of the sector size.
   const auto bytes = requested - (sector == 0 ? 0 : requested % sector);
   Replace(values, Attribute::sector_size_bytes, sector);
   Replace(values, Attribute::iom_format_size_bytes, bytes);

@@ -9,13 +9,13 @@ namespace {
 constexpr const char* kKindNames[kHandleKinds] = {"card",   "iterated", "adapter", "format",
                                                   "attach", "detach",   "volume"};
 
-// Not an address of this processor: bits 63 to 48 of a real one are all equal.
+// Makes every handle an invalid address: bits 63 to 48 of a valid address are all equal.
 constexpr std::uint64_t kTag = 0x5ca9;
 constexpr std::uint64_t kEpochMask = 0xfff;
 // Repeated misuse over days must not fill the memory.
 constexpr std::size_t kMaxMisuseLines = 1000;
 
-// The bits of a handle's value, from bit 63 down.
+// The fields of a handle's value, from bit 63 down.
 struct HandleValue {
   std::uint64_t tag;     // 16 bits
   std::uint64_t epoch;   // 12 bits

@@ -28,7 +28,7 @@ enum class HandleKind : unsigned int {
 
 constexpr std::size_t kHandleKinds = static_cast<std::size_t>(HandleKind::Count);
 
-// A set of kinds.
+// A set of handle kinds, one bit each.
 using Kinds = unsigned int;
 constexpr Kinds Only(HandleKind kind) {
   return 1U << static_cast<unsigned int>(kind);
@@ -37,7 +37,7 @@ constexpr Kinds kAnyKind = (1U << kHandleKinds) - 1;
 constexpr Kinds kJobs =
     Only(HandleKind::Attach) | Only(HandleKind::Detach) | Only(HandleKind::Format);
 
-// Also `Ended` while a call starts or waits for the job.
+// The phase is also `Ended` while a call starts the job or waits for it.
 enum class JobPhase { Prepared, Started, Ended };
 
 // The options and progress of a job handle.
@@ -45,10 +45,10 @@ struct JobPlan {
   JobPhase phase = JobPhase::Prepared;
   bool force = false;                    // of a detach
   std::optional<std::uint64_t> bytes;    // of a format
-  std::optional<std::uint64_t> percent;  // of a format, of its normal largest size
+  std::optional<std::uint64_t> percent;  // of a format: percentage of `largest`
   std::optional<std::uint64_t> sector;   // of a format
-  std::uint64_t largest = 0;             // of a format: its normal largest size
-  std::uint64_t limit = 0;               // of a format: the largest size in its size mode
+  std::uint64_t largest = 0;             // of a format: the largest size without a size mode
+  std::uint64_t limit = 0;               // of a format: the largest size in the selected mode
   JobMark mark;
   std::uint32_t milliseconds = 0;
 };
@@ -58,13 +58,13 @@ struct Handle {
   HandleKind kind = HandleKind::Card;
   void* self = nullptr;
   std::uint64_t sequence = 0;   // order of creation
-  unsigned int startCount = 0;  // the vsl_init it was created after
+  unsigned int startCount = 0;  // starts of the library before its creation
   std::uint64_t cardId = 0;
   std::size_t position = 0;  // of an iterated card or a volume
   void* parent = nullptr;    // of a volume: its card's handle
 
   bool isOpen HOST_GUARDED_BY(g_LibraryLock) = false;
-  // As of when it was last named or opened.
+  // The card as of the handle's creation, its last opening or the last change through it.
   std::shared_ptr<const Card> card HOST_GUARDED_BY(g_LibraryLock);
   // Of a card: its volume handles.
   std::vector<void*> volumes HOST_GUARDED_BY(g_LibraryLock);
@@ -73,37 +73,37 @@ struct Handle {
   JobPlan plan HOST_GUARDED_BY(g_LibraryLock);
 };
 
-// The handles by value. A handle is an integer cast to a pointer: its kind and number are known
-// even long after it was destroyed, values are never reused, and dereferencing one crashes
-// immediately.
+// The handles by value. A handle is an integer cast to a pointer and contains its kind and number,
+// which are therefore known even after it was destroyed. Values are never reused, and dereferencing
+// one crashes immediately.
 class HandleLedger {
  public:
-  // A new handle of that kind for `card`. `startCount`: how often the library was started.
+  // Creates a handle of that kind for `card`. `startCount` is how often the library was started.
   std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card,
                                unsigned int startCount) HOST_REQUIRES(g_LibraryLock);
-  // Null if the handle was never created or has been destroyed.
+  // Returns null if the handle was never created or has been destroyed.
   std::shared_ptr<Handle> Find(void* handle) const HOST_REQUIRES(g_LibraryLock);
-  // Destroys a handle and, for that of a card, its volumes.
+  // Destroys a handle and, if it is a card's, its volume handles.
   void Remove(Handle& handle) noexcept HOST_REQUIRES(g_LibraryLock);
 
   // Returns a copy of `text`, valid until the next `Lend` or `ExpireText` for the handle.
   const char* Lend(Handle& handle, std::string_view text) HOST_REQUIRES(g_LibraryLock);
-  // Expires the string of that handle, if it has one, or of all handles.
+  // Expire the string of that handle, if it has one, or the strings of all handles.
   void ExpireText(void* handle) noexcept HOST_REQUIRES(g_LibraryLock);
   void ExpireTexts() noexcept HOST_REQUIRES(g_LibraryLock);
 
-  // "card#1", "null", or "unknown" for a value that was never created here.
+  // Returns "card#1", "null", or "unknown" for a value that was never created here.
   std::string Describe(void* handle) const HOST_REQUIRES(g_LibraryLock);
-  // Whether the handle was created here, destroyed or not.
+  // Whether the handle was created here, even if it has been destroyed since.
   bool WasMade(void* handle) const HOST_REQUIRES(g_LibraryLock);
-  // The handles that callers have to destroy, in order of creation.
+  // Returns the handles that callers have to destroy, in order of creation.
   std::vector<std::string> Open() const HOST_REQUIRES(g_LibraryLock);
 
-  // Keeps the line, unless there are 1000 already.
+  // Records a line about misuse, unless there are already 1000.
   void NoteMisuse(std::string line) HOST_REQUIRES(g_LibraryLock);
   const std::vector<std::string>& Misuse() const HOST_REQUIRES(g_LibraryLock) { return m_Misuse; }
 
-  // Forgets everything. Returns the numbers of the running jobs, which the caller must abandon.
+  // Clears the ledger. Returns the numbers of the running jobs, which the caller must abandon.
   std::vector<std::uint64_t> Reset() HOST_REQUIRES(g_LibraryLock);
 
  private:

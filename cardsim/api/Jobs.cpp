@@ -25,11 +25,11 @@ void CheckDetached(const Card& card, const JobPlan&) {
   if (state != VSL_STATE_DETACHED) RefuseIn(state);
 }
 
-// Force accepts every card that has no job running and is not detached, in use or not.
+// With force, accepts every card that is not detached and has no running job, even if it is in use.
 void CheckDetachable(const Card& card, const JobPlan& plan) {
   const std::uint32_t state = StateOf(card);
-  const bool resting = state == VSL_STATE_ATTACHED || state > VSL_STATE_BUSY;
-  if (!resting || (!plan.force && state != VSL_STATE_ATTACHED)) RefuseIn(state);
+  const bool isIdle = state == VSL_STATE_ATTACHED || state > VSL_STATE_BUSY;
+  if (!isIdle || (!plan.force && state != VSL_STATE_ATTACHED)) RefuseIn(state);
   if (!plan.force && Read(card.values, Attribute::in_use, false)) {
     throw Refusal{kInUse, "the card is in use"};
   }
@@ -71,8 +71,8 @@ bool Holds(const Card& card, const JobMark& mark) {
   return card.job && card.job->owner == mark.owner && card.job->number == mark.number;
 }
 
-// Ends the job when its wait ends, and resets the card unless the job completed: a canceled thread
-// unwinds through here.
+// Ends the job when its wait ends, also when a canceled thread unwinds. Resets the card unless the
+// job completed.
 class EndOfWait {
  public:
   EndOfWait(StorePtr store, std::uint64_t job) : m_Store(std::move(store)), m_Job(job) {}
@@ -102,7 +102,7 @@ void StartJob(Session& session, Handle& handle) {
     throw Refusal{kWrongState, "the job has already been started"};
   RunningJob running;
   plan.mark = {row.name, ThisProcess(), running.Number(), 0};
-  // Set before the lock is released, so that only one thread starts it.
+  // Set before the lock is released, so that only one thread starts the job.
   handle.plan.phase = JobPhase::Ended;
   try {
     session.EditCard(handle.cardId, [&](Card& card) {
@@ -128,7 +128,7 @@ void WaitForJob(Session& session, Handle& handle) {
   const JobPlan plan = handle.plan;
   if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is running"};
   EndOfWait end(session.Store(), plan.mark.number);
-  // So that no other call waits for the job.
+  // Prevents another call from waiting for the job.
   handle.plan.phase = JobPhase::Ended;
   session.Unlock();
   if (plan.milliseconds > 0) {

@@ -8,20 +8,20 @@ namespace CardSim {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr bool kFreesAtOnce = true;
+constexpr bool kFreesImmediately = true;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
-constexpr bool kFreesAtOnce = true;
+constexpr bool kFreesImmediately = true;
 #else
-constexpr bool kFreesAtOnce = false;
+constexpr bool kFreesImmediately = false;
 #endif
 #else
-constexpr bool kFreesAtOnce = false;
+constexpr bool kFreesImmediately = false;
 #endif
 
 // Overwrites every byte of an expired text.
 constexpr char kOverwritten = '~';
-// So that an expired empty text reads as something else.
+// Leaves room to overwrite an empty text visibly.
 constexpr std::size_t kMinRoom = 8;
 
 }  // namespace
@@ -37,7 +37,7 @@ void ExpiredTexts::Expire(LentText& text) noexcept {
   if (text.m_Text == nullptr) return;
   std::memset(text.m_Text.get(), kOverwritten, text.m_Room - 1);
   text.m_Text[text.m_Room - 1] = '\0';
-  if (!kFreesAtOnce) {
+  if (!kFreesImmediately) {
     m_Texts[m_Next] = std::move(text.m_Text);
     m_Next = (m_Next + 1) % m_Texts.size();
   }

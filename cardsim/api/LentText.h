@@ -1,5 +1,6 @@
-// Strings that the library returns for a limited time. A host that keeps the pointer longer finds
-// the bytes overwritten, as the vendor's library may do at the next call. Not synchronized.
+// Strings that the library returns for a limited time. If a host keeps the pointer longer, it finds
+// the bytes overwritten, as the vendor's library may overwrite them at the next call. Not
+// thread-safe.
 #pragma once
 
 #include <array>
@@ -20,15 +21,15 @@ class LentText {
  private:
   friend class ExpiredTexts;
   std::unique_ptr<char[]> m_Text;
-  std::size_t m_Room = 0;  // bytes, the terminating zero included
+  std::size_t m_Room = 0;  // in bytes, including the terminating zero
 };
 
-// The strings that expired last: overwritten, but not yet freed, so that a stale pointer reads
-// something obviously wrong. Under the address sanitizer they are freed at once, and it reports the
-// read.
+// The strings that expired last. They are overwritten but not yet freed, so that a stale pointer
+// reads obviously wrong bytes. Under the address sanitizer they are freed immediately, and the
+// sanitizer reports the read.
 class ExpiredTexts {
  public:
-  // Overwrites the string and takes it over; `text` is empty afterwards.
+  // Overwrites the string and takes ownership of it; `text` is empty afterwards.
   void Expire(LentText& text) noexcept;
 
  private:

@@ -25,8 +25,8 @@ Session::Session(const char* function, Freshness freshness)
   if (freshness == Freshness::Reloaded) Refresh();
   const auto& failures = Current().failures;
   if (failures.empty()) return;
-  const auto standing = failures.find(function);
-  if (standing != failures.end()) throw Refusal{standing->second.code, standing->second.text};
+  const auto failure = failures.find(function);
+  if (failure != failures.end()) throw Refusal{failure->second.code, failure->second.text};
 }
 
 void Session::NoteMisuse(void* handle, const std::string& why) {
@@ -45,8 +45,8 @@ std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
   if (!found) {
     const bool made = m_Library.ledger.WasMade(handle);
     const bool again = std::strcmp(m_Function, "vsl_destroy") == 0;
-    const char* ended = again ? "destroyed twice" : "used after being destroyed";
-    Misused(handle, kBadHandle, made ? ended : "not a handle of this library");
+    const char* misuse = again ? "destroyed twice" : "used after being destroyed";
+    Misused(handle, kBadHandle, made ? misuse : "not a handle of this library");
   }
   if ((Only(found->kind) & kinds) == 0) Misused(handle, kBadHandle, "wrong kind of handle");
   if (found->startCount != m_Library.startCount) NoteMisuse(handle, "made before vsl_fini");
@@ -89,7 +89,7 @@ void Session::EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)
 
 namespace {
 
-// Only vsl_destroy and vsl_fini may be called without a record.
+// Only vsl_destroy and vsl_fini may be called without an error record.
 bool MayLackRecord(const char* function) {
   return std::strcmp(function, "vsl_destroy") == 0 || std::strcmp(function, "vsl_fini") == 0;
 }
@@ -108,26 +108,26 @@ void NoteMissingRecord(Library& library, const CallInfo& call) HOST_REQUIRES(g_L
 
 CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err) {
   Library& library = TheLibrary();
-  CallNotice announcement;
+  CallNotice notice;
   StorePtr storeToClean;
   {
     const Base::MutexLock lock(g_LibraryLock);
     storeToClean = std::move(library.storeToClean);
     if (call.handle) library.ledger.ExpireText(*call.handle);
     if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
-    if (IsWatched()) announcement.call.handle = Described(library, call);
+    if (IsWatched()) notice.call.handle = Described(library, call);
   }
   if (storeToClean != nullptr) DropEndedJobs(storeToClean);
-  if (!IsWatched()) return announcement;
-  announcement.call.function = call.function;
-  if (call.number) announcement.call.argument = std::to_string(*call.number);
-  if (call.text != nullptr) announcement.call.argument = call.text;
-  announcement.hook = LogCall(announcement.call);
-  return announcement;
+  if (!IsWatched()) return notice;
+  notice.call.function = call.function;
+  if (call.number) notice.call.argument = std::to_string(*call.number);
+  if (call.text != nullptr) notice.call.argument = call.text;
+  notice.hook = LogCall(notice.call);
+  return notice;
 }
 
-void RunHook(const CallNotice& announcement) {
-  if (announcement.hook) (*announcement.hook)(announcement.call);
+void RunHook(const CallNotice& notice) {
+  if (notice.hook) (*notice.hook)(notice.call);
 }
 
 void ThrowIfMadeToFail(const CallInfo& call) {

@@ -1,4 +1,4 @@
-// What all functions of the library share: its state, and what happens around every call.
+// The state shared by all functions of the library, and the handling of every call.
 #pragma once
 
 #include <exception>
@@ -17,7 +17,7 @@
 
 namespace CardSim {
 
-// A call, for log and hook.
+// A call as passed to the log and the hook.
 struct CallInfo {
   const char* function;
   std::optional<void*> handle = std::nullopt;
@@ -29,7 +29,7 @@ using StorePtr = std::shared_ptr<const FileStore>;
 
 struct Library {
   bool isStarted HOST_GUARDED_BY(g_LibraryLock) = false;
-  // How often it was started.
+  // How often the library was started.
   unsigned int startCount HOST_GUARDED_BY(g_LibraryLock) = 0;
   StorePtr store HOST_GUARDED_BY(g_LibraryLock);
   FileVersionPtr loaded HOST_GUARDED_BY(g_LibraryLock);
@@ -38,14 +38,14 @@ struct Library {
   StorePtr storeToClean HOST_GUARDED_BY(g_LibraryLock);
 };
 
-// Never destroyed: threads may still call while the process exits.
+// Returns the library's state. Never destroyed: threads may still call while the process exits.
 Library& TheLibrary();
 
 enum class Freshness { AsLoaded, Reloaded };
 
-// One call in progress, under the library's lock. The constructor throws `Refusal` if the library
-// is not started or the function was made to fail, `std::runtime_error` if the state file cannot be
-// read. For the calling thread only.
+// One call in progress, with the library's lock held. The constructor throws `Refusal` if the
+// library is not started or the state file makes the function fail, and `std::runtime_error` if
+// that file cannot be read. Not thread-safe.
 class HOST_SCOPED_CAPABILITY Session {
  public:
   explicit Session(const char* function, Freshness freshness = Freshness::AsLoaded)
@@ -54,18 +54,18 @@ class HOST_SCOPED_CAPABILITY Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // The handle, which must exist and be of one of these kinds. Otherwise notes misuse and throws
-  // `Refusal`.
+  // Returns the handle. If it does not exist or is not of one of these kinds, records misuse and
+  // throws `Refusal`.
   std::shared_ptr<Handle> Expect(void* handle, Kinds kinds) HOST_REQUIRES(g_LibraryLock);
-  // Notes misuse of the handle and throws `Refusal`.
+  // Records misuse of the handle and throws `Refusal`.
   [[noreturn]] void Misused(void* handle, vsl_code code, const std::string& why)
       HOST_REQUIRES(g_LibraryLock);
   void NoteMisuse(void* handle, const std::string& why) HOST_REQUIRES(g_LibraryLock);
 
-  // Reads the file again if it has changed; throws `std::runtime_error` if it cannot.
+  // Reads the file again if it has changed; throws `std::runtime_error` if that fails.
   void Refresh() HOST_REQUIRES(g_LibraryLock);
   const State& Current() const HOST_REQUIRES(g_LibraryLock) { return *m_Library.loaded->state; }
-  // The card as it is in the file. Throws `Refusal` if it is gone.
+  // Returns the card as last read from the file. Throws `Refusal` if the card has been removed.
   std::shared_ptr<const Card> CurrentCard(std::uint64_t id) const HOST_REQUIRES(g_LibraryLock);
 
   // Creates a handle for a card and stores its value in `*out`.
@@ -73,15 +73,17 @@ class HOST_SCOPED_CAPABILITY Session {
       HOST_REQUIRES(g_LibraryLock);
   HandleLedger& Handles() HOST_REQUIRES(g_LibraryLock) { return m_Library.ledger; }
 
-  // Edits the card of that id in the file, and uses the new version from then on. The lock is
-  // released meanwhile, and not held after an exception. Throws `Refusal` if the card is gone.
+  // Edits the card with that id in the file, and uses the new version afterwards. Releases the lock
+  // during the edit; after an exception, the lock is not held. Throws `Refusal` if the card has
+  // been removed.
   void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change)
       HOST_REQUIRES(g_LibraryLock);
-  // The same after `Unlock`; takes the lock.
+  // Like `EditCard`, but call it without the lock, which it takes.
   void EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change)
       HOST_ACQUIRE(g_LibraryLock);
 
-  // For a wait without the lock. The analysis does not know that `m_Lock` holds it.
+  // For a wait without the lock. The thread safety analysis does not know that `m_Lock` holds
+  // `g_LibraryLock`.
   void Unlock() HOST_RELEASE(g_LibraryLock) HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Unlock(); }
   void Lock() HOST_ACQUIRE(g_LibraryLock) HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
   const StorePtr& Store() const { return m_Store; }
@@ -98,11 +100,11 @@ struct CallNotice {
   Hook hook;
 };
 
-// The start of every call: expires the string of its handle, notes a missing error record, and logs
-// the call.
+// Starts a call: expires the string of its handle, records a missing error record as misuse, and
+// logs the call.
 CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err);
 // Runs the hook, with no lock held.
-void RunHook(const CallNotice& announcement);
+void RunHook(const CallNotice& notice);
 // Throws the `Refusal` that was requested for this call, if any.
 void ThrowIfMadeToFail(const CallInfo& call);
 
@@ -111,7 +113,7 @@ void ThrowIfMadeToFail(const CallInfo& call);
 void SetErrorText(vsl_error_record* err, std::string_view text) noexcept;
 
 // Runs `body`. On failure, fills the record and returns the code. Only `Refusal` and standard
-// exceptions are caught, so that the unwinding of a canceled thread passes.
+// exceptions are caught, so that the unwinding of a canceled thread continues.
 template <typename Body>
 std::optional<vsl_code> RunCatching(vsl_error_record* err, Body body) {
   try {
@@ -129,27 +131,27 @@ std::optional<vsl_code> RunCatching(vsl_error_record* err, Body body) {
   }
 }
 
-// Runs one call. Returns the code of a failure. An exception of the hook passes: it belongs to the
-// test.
+// Runs one call, and returns the code if it fails. An exception thrown by the hook passes to the
+// test that called the library.
 template <typename Body>
 std::optional<vsl_code> RunCall(const CallInfo& call, vsl_error_record* err, Body body) {
-  CallNotice announcement;
-  const auto failed = RunCatching(err, [&] { announcement = BeginCall(call, err); });
+  CallNotice notice;
+  const auto failed = RunCatching(err, [&] { notice = BeginCall(call, err); });
   if (failed) return failed;
-  RunHook(announcement);
+  RunHook(notice);
   return RunCatching(err, [&] {
     ThrowIfMadeToFail(call);
     body();
   });
 }
 
-// A call whose result is a code.
+// Runs a call whose result is a code.
 template <typename Body>
 vsl_code RunForCode(const CallInfo& call, vsl_error_record* err, Body body) {
   return RunCall(call, err, body).value_or(0);
 }
 
-// A call whose result is a value; `fallback` after a failure.
+// Runs a call whose result is a value. Returns `fallback` if the call fails.
 template <typename T, typename Body>
 T RunForValue(const CallInfo& call, vsl_error_record* err, T fallback, Body body) {
   T result = fallback;

@@ -1,4 +1,4 @@
-// The lock of the library's state.
+// The lock that guards the library's state.
 #pragma once
 
 #include "base/Mutex.h"

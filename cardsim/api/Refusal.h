@@ -1,4 +1,4 @@
-// Why a call of the library fails.
+// The failure of a library call.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace CardSim {
 
-// The library's result codes. VSL_NOT_READY is not among them: it is returned only if `cardsim fail
-// vsl_init` asks for it.
+// The library's result codes. VSL_NOT_READY is not included: it is returned only if `cardsim fail
+// vsl_init` requests it.
 enum Code : vsl_code {
   kFailed = 1,
   kStateUnusable = 2,  // the state file is missing, damaged or cannot be opened
@@ -18,12 +18,13 @@ enum Code : vsl_code {
   kWrongState = 6,  // not possible in the current state
   kBadValue = 7,
   kInUse = 8,
-  kNotSupported = 9,  // the card does not have it
+  kNotSupported = 9,  // the card does not have the feature
   kNotStarted = 10,   // before vsl_init or after vsl_fini
   kNoMemory = 11,
 };
 
-// Thrown by the body of a call; becomes its result and error record. Not a std::exception.
+// Thrown by the body of a call, and converted to its result and error record. Not derived from
+// std::exception.
 struct Refusal {
   vsl_code code;
   std::string text;

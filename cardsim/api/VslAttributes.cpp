@@ -21,7 +21,7 @@ bool IsReadable(const Handle& handle, Attribute attribute) HOST_REQUIRES(g_Libra
   if (handle.isOpen || handle.kind == HandleKind::Adapter || handle.kind == HandleKind::Format) {
     return true;
   }
-  // Callers identify an iterated card by it.
+  // Callers identify an iterated card by its serial number.
   if (handle.kind == HandleKind::Iterated && attribute == Attribute::serial_number) return true;
   for (const Attribute readable : kReadableUnopened) {
     if (attribute == readable) return true;
@@ -45,11 +45,13 @@ bool IsStatusMask(Attribute attribute) {
          attribute == Attribute::current_info;
 }
 
-// Status masks are current; all other attributes are as of the opening.
+// Returns the card to read from: the current one for status masks, and the card as of its opening
+// for all other attributes.
 std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attribute attribute)
     HOST_REQUIRES(g_LibraryLock) {
   if (!IsStatusMask(attribute)) return handle.card;
-  // The last known mask is better than 0, which would mean that all bits were cleared.
+  // If the file cannot be read, the last known mask is better than 0, which would mean that all
+  // bits were cleared.
   try {
     session.Refresh();
     return session.CurrentCard(handle.cardId);

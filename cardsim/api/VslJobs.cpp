@@ -92,7 +92,7 @@ vsl_code vsl_op_wait_for_result(void* job, vsl_error_record* err) {
     Session session("vsl_op_wait_for_result");
     WaitForJob(session, *session.Expect(job, kJobs));
   });
-  // A wait that was made to fail before it began must not leave the card in between.
+  // A wait that fails before it starts must not leave the card in the transitional state.
   if (code != 0) AbandonIfStarted(job);
   return code;
 }

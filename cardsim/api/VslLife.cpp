@@ -16,9 +16,9 @@ void Start(std::uint64_t flags) {
   if (flags != 0) throw Refusal{kBadValue, "vsl_init accepts no flags"};
   StorePtr store = std::make_shared<const FileStore>(StateFile::DefaultPath());
   FileVersionPtr loaded = store->Load();
-  const auto standing = loaded->state->failures.find("vsl_init");
-  if (standing != loaded->state->failures.end()) {
-    throw Refusal{standing->second.code, standing->second.text};
+  const auto failure = loaded->state->failures.find("vsl_init");
+  if (failure != loaded->state->failures.end()) {
+    throw Refusal{failure->second.code, failure->second.text};
   }
   Library& library = TheLibrary();
   const Base::MutexLock lock(g_LibraryLock);
@@ -36,7 +36,8 @@ void CheckWhich(std::uint32_t which) {
   if (which != 1) throw Refusal{kBadValue, "which must be 1"};
 }
 
-// Where the iteration continues: after the iterated card, or at its position if it is gone.
+// Where the iteration continues: after the iterated card, or at its position if that card was
+// removed.
 std::size_t NextPosition(Session& session, const Handle& iterated) HOST_REQUIRES(g_LibraryLock) {
   const auto& cards = session.Current().cards;
   for (std::size_t i = 0; i < cards.size(); ++i) {
@@ -59,7 +60,7 @@ bool Iterate(void** iom) {
     const auto card = session.CurrentCard(session.Current().cards[position].id);
     session.Make(HandleKind::Iterated, card, &next)->position = position;
   }
-  // Last, so that an iteration that ran out of memory can continue where it was.
+  // Done last, so that an iteration that ran out of memory can continue at the same card.
   if (iterated != nullptr) session.Handles().Remove(*iterated);
   *iom = next;
   return next != nullptr;

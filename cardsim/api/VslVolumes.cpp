@@ -48,7 +48,7 @@ bool NextVolume(Session& session, void* iom, void** vsu) HOST_REQUIRES(g_Library
   return true;
 }
 
-// The unit as of its iteration, or of the last change of its state through this handle.
+// Returns the unit as of its iteration or the last change of its state through this handle.
 const Volume& VolumeOf(const Handle& handle) HOST_REQUIRES(g_LibraryLock) {
   if (handle.position >= handle.card->volumes.size())
     throw Refusal{kNoSuchCard, "the unit is gone"};

@@ -24,7 +24,7 @@ struct Fields {
   std::string text = "made to fail by a scenario";
 };
 
-// Runs a lookup by name. An unknown name is an error in the file.
+// Runs a lookup by name, and reports an unknown name as an error in the file.
 template <typename Check>
 void CheckName(const std::string& place, Check check) {
   try {
@@ -34,7 +34,7 @@ void CheckName(const std::string& place, Check check) {
   }
 }
 
-// A string that is shown on a line of its own.
+// Reads a string that is shown on a separate line.
 std::string OneLine(const Json& json, const char* name, const std::string& place) {
   std::string text = Text(json, name, place);
   const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };

@@ -11,11 +11,11 @@
 namespace CardSim {
 namespace {
 
-// Thousands of steps. More is a wrong file.
+// Enough for thousands of steps; a larger file is not a scenario.
 constexpr std::size_t kLargestFile = 1 << 20;
 
-// False if the observer wants to stop. Time is the sum of the waits and not read from a clock, so
-// that a suspended machine continues where it was, and virtual time works.
+// Returns false if the observer wants to stop. Adds up the sleeps and reads no clock, so that
+// playing continues at the same position after the machine was suspended, and virtual time works.
 bool Wait(double milliseconds, const PlayObserver& observer) {
   using boost::chrono::microseconds;
   const microseconds slice(50000);
@@ -55,14 +55,14 @@ Scenario ReadScenario(const std::filesystem::path& path) {
     if (text.size() > kLargestFile) throw std::runtime_error("is too large for a scenario");
     return ParseScenario(text);
   } catch (const std::runtime_error& error) {
-    // A name from the file that is part of the message may contain anything.
+    // The message may contain a name from the file, which may contain any character.
     throw std::runtime_error(Base::Printable(path.string() + ": " + error.what()));
   }
 }
 
 std::size_t PlayScenario(const Scenario& scenario, StateFile& file, double speed,
                          const PlayObserver& observer) {
-  // A missing or damaged file is reported at once, not after the first wait.
+  // Reports a missing or damaged file before the first wait.
   file.Cards();
   std::uint64_t atMs = 0;
   for (std::size_t i = 0; i < scenario.steps.size(); ++i) {

@@ -15,7 +15,7 @@
 #include "cardsim/store/VariantGuard.h"
 #include "host/vsl_abstraction.h"
 
-// What the library returns without a `vsl_has_` function, and settings of the simulator.
+// Values that the library returns without a `vsl_has_` function, and settings of the simulator.
 // clang-format off
 #define CARDSIM_SETTINGS(X) \
   X(std::uint16_t, pci_device_id) \
@@ -51,16 +51,16 @@ enum class Kind { Text, Bool, Unsigned, Signed, Float };
 struct AttributeInfo {
   std::string_view name;
   Kind kind;
-  std::int64_t min;   // of whole numbers
-  std::uint64_t max;  // of whole numbers
+  std::int64_t min;   // for whole numbers
+  std::uint64_t max;  // for whole numbers
 };
 
-// The row of an attribute, static.
+// Returns the row of an attribute, which is static.
 const AttributeInfo& InfoOf(Attribute attribute);
-// The attribute with that name, or empty if the name is unknown.
+// Returns the attribute with that name, or std::nullopt if the name is unknown.
 std::optional<Attribute> FindAttribute(std::string_view name);
 
-// The kind that stores the C type `T`.
+// Returns the kind that stores the C type `T`.
 template <typename T>
 constexpr Kind KindOf() {
   if (std::is_same_v<T, const char*>) return Kind::Text;
@@ -69,7 +69,8 @@ constexpr Kind KindOf() {
   return std::is_signed_v<T> ? Kind::Signed : Kind::Unsigned;
 }
 
-// The value as its C type, which must be that of the attribute's row. A string points into `value`.
+// Returns the value as its C type, which must be that of the attribute's row. A string points into
+// `value`.
 template <typename T>
 T ValueAs(const Value& value) {
   if constexpr (std::is_same_v<T, const char*>) {
@@ -83,7 +84,8 @@ T ValueAs(const Value& value) {
   }
 }
 
-// The attribute as its C type, or `fallback` if it is absent. A string points into `values`.
+// Returns the attribute as its C type, or `fallback` if it is absent. A string points into
+// `values`.
 template <typename T>
 T Read(const Values& values, Attribute attribute, T fallback) {
   const auto& value = values[static_cast<std::size_t>(attribute)];

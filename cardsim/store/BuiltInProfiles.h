@@ -6,19 +6,19 @@
 namespace CardSim {
 
 struct BuiltInProfile {
-  std::uint16_t deviceId;  // that of the text, so that a device id is found without parsing all
+  std::uint16_t deviceId;  // as in the text; avoids parsing all texts to find an id
   const char* name;
   const char* text;  // JSON
 };
 
-// A range for a loop over all rows, in the order of the names' numbers.
+// The range of all rows, in the natural order of their names.
 struct BuiltInProfileRange {
   const BuiltInProfile* first;
   const BuiltInProfile* last;
   const BuiltInProfile* begin() const { return first; }
   const BuiltInProfile* end() const { return last; }
 };
-// The table, which lives as long as the program. From any thread.
+// Returns the table, which is static. Thread-safe.
 BuiltInProfileRange BuiltInProfiles();
 
 }  // namespace CardSim

@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// About ten thousand cards. Anything larger is a wrong file.
+// Enough for about ten thousand cards; a larger file is not a card file.
 constexpr std::int64_t kLargestFile = 64 << 20;
 
 constexpr const char* kMissing = "no such file; `cardsim new` creates one";
@@ -53,7 +53,7 @@ void Keep(FileVersion& loaded, Base::Descriptor file, const struct stat& status)
   loaded.mtimeNanoseconds = status.st_mtim.tv_nsec;
 }
 
-// Whether any job was dropped.
+// Resets the cards of jobs that are no longer running. Returns whether there were any.
 bool DropDeadJobs(State& state) {
   bool dropped = false;
   for (Card& card : state.cards) {
@@ -65,15 +65,15 @@ bool DropDeadJobs(State& state) {
   return dropped;
 }
 
-// The lock is a separate file, because the state file is replaced. Others may write it: its content
-// does not matter.
+// Locks a separate file, because the state file is replaced. Other users may write to the lock
+// file: its content does not matter.
 Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& state) {
   const fs::path name = path.string() + ".lock";
   const int directory = state.m_Directory.Get();
   const std::string lock = state.m_Name + ".lock";
   Base::Descriptor file =
       Base::OpenAt(directory, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
-  // A lock file of another user may be read-only for us, which is enough to lock it.
+  // A lock file of another user may be read-only, which is enough to lock it.
   if (!file.IsOpen()) file = Base::OpenAt(directory, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file.IsOpen() && errno == ELOOP) FailAt(name, "not trusted: the file is a symbolic link");
   if (!file.IsOpen()) FailWithErrno(name);
@@ -87,11 +87,11 @@ Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& state)
   return file;
 }
 
-// The state as the next version of the file: written to a draft, not installed.
+// The next version of the file, which is written to a draft until `Install`.
 struct Draft {
   Draft(const fs::path& path, const Base::TrustedDirectory& directory, mode_t mode)
       : m_Path(path.string() + ".new"), m_File(directory.m_Directory.Get(), directory.m_Name) {
-    // A fixed name: the lock is held, and the leftover of a process that was killed is replaced.
+    // The name can be fixed because the lock is held. The draft of a killed process is replaced.
     Check(m_File.OpenDraft(directory.m_Name + ".new", mode));
   }
 
@@ -161,7 +161,7 @@ bool FileStore::IsCurrent(const FileVersion& loaded) const {
 FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
   const Base::CancellationGuard guard;
   const Base::TrustedDirectory place = DirectoryOf(m_Path, kMissing);
-  // Before the lock: no lock file is created for a missing state file.
+  // Opened before locking, so that no lock file is created if the state file is missing.
   OpenForReading(m_Path, place, kMissing);
   const Base::Descriptor lock = Lock(m_Path, place);
   Reading reading = Read(m_Path, place);

@@ -1,4 +1,4 @@
-// The state file on disk: read and replaced as a whole.
+// The state file on disk, which is read completely and replaced atomically.
 #pragma once
 
 #include <filesystem>
@@ -11,8 +11,8 @@
 
 namespace CardSim {
 
-// One version of the file. It is kept open, so that a later version cannot get its inode number and
-// be mistaken for it. Handles of cards share ownership of the state.
+// One version of the file. The file is kept open, so that a later version cannot reuse the inode
+// number and be mistaken for this one. Handles of cards share ownership of the state.
 struct FileVersion {
   std::shared_ptr<const State> state;
   Base::Descriptor file;
@@ -24,27 +24,29 @@ struct FileVersion {
 
 using FileVersionPtr = std::shared_ptr<const FileVersion>;
 
-// All functions may be called by any thread of any process at once. They throw `std::runtime_error`
-// with one line that begins with the file's name or with the place of an invalid change, and
-// `std::bad_alloc` without memory. A file that another user could have put there is rejected.
+// All functions are thread-safe, and several processes may call them simultaneously. They throw
+// `std::runtime_error` with one line that starts with the file's name or with the location of an
+// invalid change, and `std::bad_alloc` if memory runs out. They reject a file that another user
+// could have put there.
 class FileStore {
  public:
   explicit FileStore(std::filesystem::path path) : m_Path(std::move(path)) {}
 
   const std::filesystem::path& Path() const { return m_Path; }
 
-  // Creates a file without cards. An existing one is replaced only if `overwrite`.
+  // Creates a file without cards. Replaces an existing file only if `overwrite` is true.
   void Create(bool overwrite) const;
 
-  // The file as it is now. A card whose job's process has ended is in its previous state.
+  // Reads the current file. A card whose job is no longer running is returned in its previous
+  // state.
   FileVersionPtr Load() const;
 
-  // Whether the file is still that version, and no process with a job in it has ended since.
+  // Whether the file is still that version, and all jobs in it are still running.
   bool IsCurrent(const FileVersion& loaded) const;
 
-  // Reads the file under its lock, lets `change` edit the state, and replaces the file if that
-  // returns true or the process of a job has ended. An exception, also of `change`, leaves the file
-  // unchanged: nothing can fail after the replacement. Returns the version that is then in place.
+  // Reads the file under its lock, lets `change` edit the state, and replaces the file if `change`
+  // returns true or a job is no longer running. If anything throws, including `change`, the file
+  // remains unchanged: nothing can fail after the replacement. Returns the resulting version.
   FileVersionPtr Edit(const std::function<bool(State&)>& change) const;
 
  private:

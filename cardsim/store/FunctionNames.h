@@ -1,4 +1,4 @@
-// The names of the card library's functions. May be called by any thread.
+// The names of the card library's functions. Thread-safe.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace CardSim {
 
-// Every function that can fail: all but vsl_fini. Never destroyed.
+// Returns all functions that can fail, which are all except vsl_fini. Never destroyed.
 const std::vector<std::string>& FailingFunctions();
 
-// Throws `NoSuchThing`, with the nearest name, unless `function` is one of them.
+// Throws `NoSuchThing`, with a similar name if there is one, unless `function` can fail.
 void CheckFunction(const std::string& function);
 
 }  // namespace CardSim

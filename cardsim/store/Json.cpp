@@ -6,7 +6,7 @@
 namespace CardSim {
 namespace {
 
-// For anything but lists and objects.
+// Formats any value except a list or an object.
 template <typename T>
 std::string ScalarText(const T& value) {
   try {
@@ -20,7 +20,7 @@ std::string ScalarText(const T& value) {
 
 class JsonWriter {
  public:
-  // Without indentation: one line.
+  // Writes a single line if there is no indentation.
   explicit JsonWriter(std::optional<unsigned int> indentation) : m_Indentation(indentation) {}
 
   void Write(const Json& json, unsigned int depth) {
@@ -74,7 +74,8 @@ class JsonWriter {
   std::string m_Text;
 };
 
-// Not inline: where g++ 12 sees a new value destroyed, it warns of members that it never had.
+// Not inline: if g++ 12 sees that a new value is destroyed, it warns about alternatives that the
+// value never held.
 Json::Json() = default;
 Json::~Json() = default;
 Json::Json(const Json&) = default;

@@ -1,5 +1,5 @@
-// JSON values. The JSON library parses the text, but its value type is not used: its destructor
-// allocates memory, and terminates the process if there is none.
+// JSON values. The JSON library parses the text, but its value type is not used, because the
+// destructor allocates memory and terminates the process if memory runs out.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +34,8 @@ class Json {
   Json(List list) : m_Value(std::move(list)) {}
   Json(Members members) : m_Value(std::move(members)) {}
 
-  // The value if it is of that type, else null. Whole numbers are unsigned unless negative.
+  // Returns the value if it is of that type, otherwise null. Whole numbers are unsigned unless
+  // negative.
   template <typename T>
   const T* As() const {
     return std::get_if<T>(&m_Value);
@@ -44,7 +45,7 @@ class Json {
     return std::get_if<T>(&m_Value);
   }
 
-  // The member of that name; null when there is none, or when this is not an object.
+  // Returns the member with that name; null if there is none or this is not an object.
   const Json* Find(const char* name) const;
 
  private:
@@ -54,14 +55,15 @@ class Json {
       m_Value;
 };
 
-// Throws `std::runtime_error` with line and column of the first mistake, or if it is nested more
-// than 64 levels deep. Of members with the same name, the last value counts.
+// Parses a text. Throws `std::runtime_error` with the line and column of the first error, or if the
+// text is nested more than 64 levels deep. If several members have the same name, the last value
+// counts.
 Json ParseJson(const std::string& text);
-// The same; empty instead of an exception.
+// Like `ParseJson`, but returns std::nullopt for an invalid text.
 std::optional<Json> TryParseJson(const std::string& text);
 
-// JSON text in one line, or with one line per element, each level indented by so many spaces.
-// Throws `std::runtime_error` if a string is not valid UTF-8.
+// Return JSON text on one line, or with one line per element and each level indented by
+// `indentation` spaces. Throws `std::runtime_error` if a string is not valid UTF-8.
 std::string JsonText(const Json& json);
 std::string JsonLines(const Json& json, unsigned int indentation);
 

@@ -7,7 +7,7 @@
 namespace CardSim {
 namespace {
 
-// Writing and destroying are recursive. The files that are read need five levels.
+// Limits the recursion of writing and destruction. The files in use need five levels.
 constexpr std::size_t kMaxDepth = 64;
 
 class Builder : public nlohmann::json::json_sax_t {
@@ -34,7 +34,7 @@ class Builder : public nlohmann::json::json_sax_t {
     return false;
   }
 
-  // Whether the text is valid. The JSON library takes a zero byte for the end of the text.
+  // Returns whether the text is valid. The JSON library treats a zero byte as the end of the text.
   bool Parse(const std::string& text) {
     const std::size_t zero = text.find('\0');
     if (zero == std::string::npos) return nlohmann::json::sax_parse(text, this);
@@ -47,7 +47,7 @@ class Builder : public nlohmann::json::json_sax_t {
   [[noreturn]] void Throw(const std::string& text) const {
     if (m_IsTooDeep) throw std::runtime_error("is nested too deeply");
     if (m_IsNumber) throw std::runtime_error("contains a number that is out of range");
-    // The JSON library gives the offset; editors show line and column.
+    // The JSON library provides an offset, but editors show line and column.
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(
                                         std::min(m_Byte == 0 ? 0 : m_Byte - 1, text.size()));
     const auto line = 1 + std::count(text.begin(), end, '\n');
@@ -89,7 +89,8 @@ class Builder : public nlohmann::json::json_sax_t {
   }
 
   Json m_Result;
-  // From the outermost in. None of them moves while one inside it is open.
+  // The open lists and objects, outermost first. A container does not move while one inside it is
+  // open.
   std::vector<Json*> m_Open;
   std::string m_Name;
   std::size_t m_Byte = 0;

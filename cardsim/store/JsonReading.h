@@ -1,4 +1,4 @@
-// Strict reading of JSON that people write. Anything invalid is reported with its place, such as
+// Strict reading of JSON that people write. Errors are reported with their location, such as
 // "cards[0].serial_number: must be a string".
 #pragma once
 
@@ -15,10 +15,10 @@ namespace CardSim {
 // Throws `std::runtime_error` with "place: why", as do the functions below.
 [[noreturn]] void Refuse(const std::string& place, const std::string& why);
 
-// The value of an attribute. Rejects another type or a number out of range.
+// Returns the value of an attribute. Rejects a value of another type and a number out of range.
 Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place);
 
-// The member of that name. Rejects an object without it.
+// Return the member with that name. Reject an object without it.
 const Json& Member(const Json& object, const char* name, const std::string& place);
 std::uint64_t Number(const Json& object, const char* name, const std::string& place,
                      std::uint64_t max = std::numeric_limits<std::uint64_t>::max());

@@ -24,7 +24,7 @@ struct ProcessLine {
   std::uint64_t start = 0;
 };
 
-// Null if the line does not have the field.
+// Returns the start of the field with that number, or null if the line does not have it.
 const char* Field(const char* line, int number) {
   for (int field = 1; field < number && line != nullptr; ++field) {
     line = std::strchr(line, ' ');
@@ -33,8 +33,8 @@ const char* Field(const char* line, int number) {
   return line;
 }
 
-// Empty, with errno, if the process cannot be examined. Allocates no memory: a process must not be
-// taken for dead because memory ran out.
+// Returns std::nullopt, with the reason in errno, if the process cannot be examined. Allocates no
+// memory, so that a process is not considered dead because memory ran out.
 std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
   char name[32];
   std::snprintf(name, sizeof name, "/proc/%lld/stat", static_cast<long long>(pid));
@@ -55,14 +55,14 @@ std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
 }  // namespace
 
 ProcessId ThisProcess() {
-  // Cached, because it is needed for every job mark. A forked child is another process.
+  // Cached, because every job mark needs it. A forked child is another process.
   static std::atomic<std::int64_t> known{0};
   static std::atomic<std::uint64_t> start{0};
   const std::int64_t pid = getpid();
   if (known.load(std::memory_order_acquire) == pid) return {pid, start.load()};
   const Base::CancellationGuard guard;
   const auto line = ReadProcessLine(pid);
-  // Without /proc, processes are distinguished by their number only.
+  // Without /proc, processes are distinguished only by their pid.
   if (!line && errno != ENOENT) {
     throw std::runtime_error("/proc/self/stat: " + std::generic_category().message(errno));
   }

@@ -1,4 +1,4 @@
-// Identity of a process, even if its number is reused later. May be called by any thread.
+// Identities of processes, which remain unique even if a pid is reused. Thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,12 @@ inline bool operator==(const ProcessId& a, const ProcessId& b) {
   return a.pid == b.pid && a.start == b.start;
 }
 
-// This process. Throws `std::runtime_error` if /proc exists and cannot be read.
+// Returns the identity of this process. Throws `std::runtime_error` if /proc exists and cannot be
+// read.
 ProcessId ThisProcess();
 
-// Whether exactly that process still runs. A zombie does not; a process that cannot be examined
-// does.
+// Whether exactly that process is still running. A zombie counts as exited; a process that cannot
+// be examined counts as running.
 bool IsAlive(const ProcessId& process);
 
 }  // namespace CardSim

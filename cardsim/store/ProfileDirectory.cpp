@@ -18,11 +18,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A profile has some fifty lines. More is a wrong file.
+// A profile has about fifty lines; a file above this size is not a profile.
 constexpr std::int64_t kLargestProfile = 1 << 20;
 
-// Relative to the directory of the file that this code was loaded from. Empty without an absolute
-// path to that file: the result would depend on the working directory.
+// Returns a path relative to the directory of the file that this code was loaded from. Empty if
+// that file's path is relative: the result would depend on the working directory.
 fs::path DefaultDirectory() {
   Dl_info info = {};
   const bool found = dladdr(reinterpret_cast<const void*>(&DefaultDirectory), &info) != 0;
@@ -41,14 +41,15 @@ bool IsProfile(std::string_view file) {
 }  // namespace
 
 ProfileDirectory::ProfileDirectory() {
-  // Unset for a program that runs with more rights than whoever started it.
+  // Ignored in a program that runs with more privileges than the user who started it.
   const char* named = secure_getenv("CARDSIM_PROFILES");
   m_IsDefault = named == nullptr || *named == '\0';
   m_Path = m_IsDefault ? DefaultDirectory() : fs::path(named);
 }
 
 std::vector<std::string> ProfileDirectory::Names() const {
-  // Not std::filesystem: its iterator ends the process when memory runs out between two names.
+  // Not std::filesystem, whose iterator terminates the process if memory runs out between two
+  // names.
   const Base::CancellationGuard guard;
   const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(m_Path.c_str()), closedir);
   if (directory == nullptr && errno == ENOENT && m_IsDefault) return {};

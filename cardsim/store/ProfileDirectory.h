@@ -1,4 +1,4 @@
-// The profile files of a site.
+// The directory with a site's profile files.
 #pragma once
 
 #include <filesystem>
@@ -11,16 +11,17 @@ namespace CardSim {
 
 class ProfileDirectory {
  public:
-  // The directory that CARDSIM_PROFILES names, else ../share/corvane/profiles from the directory of
-  // this library, both in a build tree and installed. Reads nothing.
+  // Selects the directory that CARDSIM_PROFILES names, else ../share/corvane/profiles relative to
+  // the directory of this library, both in a build tree and installed. Does not access the
+  // directory.
   ProfileDirectory();
 
-  // The names of the files NAME.json, sorted. Empty if the default directory does not exist. Throws
-  // `std::runtime_error` if the directory cannot be listed.
+  // Returns the names of the files NAME.json, sorted. Empty if the default directory does not
+  // exist. Throws `std::runtime_error` if the directory cannot be listed.
   std::vector<std::string> Names() const;
 
-  // The profile of NAME.json. Throws `std::runtime_error`, "FILE: why", if the file is missing,
-  // damaged, or another user could have put it there.
+  // Returns the profile in NAME.json. Throws `std::runtime_error`, "FILE: why", if the file is
+  // missing, damaged, or another user could have put it there.
   Profile Read(const std::string& name) const;
 
  private:

@@ -10,7 +10,8 @@
 namespace CardSim {
 namespace {
 
-// What `AddCard` fills in: it belongs to a card and its slot, not to a kind of card.
+// Attributes that `AddCard` sets, because they belong to a card and its slot, not to a kind of
+// card.
 constexpr Attribute kSetBySlot[] = {
     Attribute::device_path, Attribute::serial_number, Attribute::pci_domain,  Attribute::pci_bus,
     Attribute::pci_device,  Attribute::pci_function,  Attribute::pci_slot_num};

@@ -13,7 +13,7 @@
 namespace CardSim {
 namespace {
 
-// What a card of an unknown device id is like.
+// The profile of a card with an unknown device id.
 constexpr const char* kDefaultProfile = "flash-365g";
 
 Profile BuiltIn(const BuiltInProfile& row) {

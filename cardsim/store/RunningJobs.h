@@ -1,6 +1,5 @@
-// The jobs that this process runs. A mark in the state file counts only while its job is one of
-// them, so that a mark that could not be removed from the file does not keep its card busy. May be
-// called by any thread.
+// The running jobs of this process. A mark in the state file counts only while its job is running,
+// so that a mark that could not be removed from the file does not keep the card busy. Thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -26,10 +25,10 @@ class RunningJob {
   bool m_IsKept = false;
 };
 
-// Does nothing if the job has ended already.
+// Ends a job of this process. Does nothing if it has already ended.
 void EndJob(std::uint64_t number) noexcept;
 
-// Whether its process, this one or another, still runs the job.
+// Whether the job is still running in its process, which may be another one.
 bool IsRunning(const JobMark& mark);
 
 }  // namespace CardSim

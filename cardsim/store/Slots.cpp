@@ -1,4 +1,4 @@
-// Where a new card goes, and what it gets from its slot.
+// Selection of a new card's slot, and the attributes that the slot determines.
 #include <cstdio>
 #include <stdexcept>
 

@@ -15,7 +15,7 @@ namespace CardSim {
 // A storage unit of a card.
 struct Volume {
   std::uint32_t state = 1;  // 0 offline, 1 online
-  bool settable = true;     // what vsl_has_vsu_state says
+  bool settable = true;     // the result of vsl_has_vsu_state
   bool refuses = false;     // a new state is rejected, although settable
 };
 
@@ -28,14 +28,14 @@ struct JobMark {
 };
 
 struct Card {
-  std::uint64_t id = 0;  // never reused, so that a new card in the slot is another card
+  std::uint64_t id = 0;  // never reused, so that a new card in the slot differs
   std::string name;
   Values values;
   std::vector<Volume> volumes;
   std::optional<JobMark> job;
 };
 
-// How every call of a function fails.
+// The code and the text with which every call of a function fails.
 struct PersistentFailure {
   std::uint64_t code = 0;
   std::string text;
@@ -46,7 +46,7 @@ struct State {
   std::vector<Card> cards;
   std::map<std::string, PersistentFailure> failures;
 
-  // The card of that id, or null. Valid until a card is added or removed.
+  // Returns the card with that id, or null. Valid until a card is added or removed.
   const Card* FindById(std::uint64_t id) const {
     for (const Card& card : cards) {
       if (card.id == id) return &card;

@@ -15,13 +15,13 @@
 namespace CardSim {
 namespace {
 
-// Empty for a program that runs with more rights than the user who started it.
+// Returns an empty path in a program that runs with more privileges than the user who started it.
 std::filesystem::path FromEnvironment(const char* name) {
   const char* value = secure_getenv(name);
   return value == nullptr ? "" : value;
 }
 
-// Empty for a relative path, which would mean another place in each working directory.
+// Returns an empty path for a relative one, which would depend on the working directory.
 std::filesystem::path AbsoluteFromEnvironment(const char* name) {
   auto path = FromEnvironment(name);
   return path.is_absolute() ? path : std::filesystem::path();
@@ -37,7 +37,7 @@ std::filesystem::path HomeDirectory() {
   return failed == 0 && found != nullptr ? found->pw_dir : "/";
 }
 
-// The position of the card of that name.
+// Returns the position of the card with that name.
 std::size_t Find(const State& state, const std::string& name) {
   std::vector<std::string> names;
   for (std::size_t i = 0; i < state.cards.size(); ++i) {
@@ -55,7 +55,7 @@ void EditCard(const std::filesystem::path& path, const std::string& name, Change
   });
 }
 
-// The names of the new cards.
+// Adds `count` cards and returns their names.
 std::vector<std::string> AddAll(const std::filesystem::path& path, const Profile& profile,
                                 unsigned int count) {
   std::vector<std::string> names;

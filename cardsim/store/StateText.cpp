@@ -15,7 +15,8 @@ namespace {
 
 constexpr std::uint64_t kFileVersion = 1;
 
-// A float is written with the fewest digits that give it back: 36.6, not 36.599998474121094.
+// Writes a float with the fewest digits that read back as the same float: 36.6, not
+// 36.599998474121094.
 Json FloatToJson(float number) {
   char digits[64];
   const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
@@ -148,7 +149,7 @@ State StateFromJson(const Json& json) {
   return state;
 }
 
-// The value given to `set` as JSON, depending on the kind of attribute.
+// Converts the value passed to `set` to JSON, depending on the kind of attribute.
 Json JsonFromArgument(Kind kind, const std::string& text) {
   const auto json = TryParseJson(text);
   if (kind == Kind::Text && !(json && json->As<std::string>() != nullptr)) return text;
@@ -242,7 +243,7 @@ void SetFromText(Card& card, const std::string& attribute, const std::string& te
   const Attribute known = FindOrRefuse(attribute);
   const AttributeInfo& info = InfoOf(known);
   At(card.values, known) = ValueFromJson(info, JsonFromArgument(info.kind, text), attribute);
-  // Setting the state takes the card out of its job.
+  // Setting the state ends the card's job.
   if (known == Attribute::iom_state) card.job.reset();
 }
 

@@ -28,7 +28,8 @@ constexpr MaskRow Minimal(unsigned int bit, const char* name) {
   return {Attribute::minimal_mode_reason, "minimal", bit, name};
 }
 
-// Warnings come before information bits: a name without its mask is the first row that has it.
+// Warnings come before information bits, because a name without a mask selects the first row with
+// that name.
 constexpr MaskRow kRows[] = {
     Error(0, "INTERNAL_ERROR"),
     Error(1, "INCOMPATIBLE_PCI_BANDWIDTH"),

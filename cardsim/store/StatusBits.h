@@ -1,4 +1,4 @@
-// The bits of the status masks by name.
+// Finds the bits of the status masks by name.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,12 @@ namespace CardSim {
 
 struct MaskBit {
   Attribute mask;
-  std::uint64_t bit;  // the mask with this bit alone
+  std::uint64_t bit;  // a mask with only this bit set
 };
 
-// The bit of that name, alone or after its mask: "errors.FLASHBACK", "info.UNACTIVATED_FIRMWARE",
-// "minimal.FORCED". POWER_WRITE_REGULATION is in two masks; alone it is the warning. Throws
-// `NoSuchThing`. May be called by any thread.
+// Returns the bit with that name, which may follow the name of its mask: "errors.FLASHBACK",
+// "info.UNACTIVATED_FIRMWARE", "minimal.FORCED". POWER_WRITE_REGULATION is in two masks; without a
+// mask, it is the warning. Throws `NoSuchThing` for an unknown name. Thread-safe.
 MaskBit FindMaskBit(const std::string& name);
 
 }  // namespace CardSim

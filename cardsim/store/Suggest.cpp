@@ -8,9 +8,9 @@
 namespace CardSim {
 namespace {
 
-constexpr std::size_t kSlips = 2;
+constexpr std::size_t kMaxTypos = 2;
 
-// What people also call a command or verb of ours, however far the name is.
+// Synonyms of a command or verb, which need not resemble its name.
 struct Synonym {
   std::string_view word;
   std::string_view name;
@@ -31,7 +31,7 @@ std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& n
     const bool isName = std::find(names.begin(), names.end(), synonym.name) != names.end();
     if (wrong == synonym.word && isName) return Suggestion(synonym.name);
   }
-  const std::string* nearest = Base::NearestName(wrong, names, kSlips);
+  const std::string* nearest = Base::NearestName(wrong, names, kMaxTypos);
   return nearest == nullptr ? std::string() : Suggestion(*nearest);
 }
 

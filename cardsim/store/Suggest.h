@@ -1,4 +1,4 @@
-// "Did you mean": a suggestion for a wrong name.
+// Suggestions for a misspelled name.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace CardSim {
 
-// "; did you mean X?" with the one of `names` that `wrong` probably means, or an empty string. May
-// be called by any thread.
+// Returns "; did you mean X?" with the one of `names` that was probably meant by `wrong`, or an
+// empty string. Thread-safe.
 std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& names);
 
 }  // namespace CardSim

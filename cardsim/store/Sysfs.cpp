@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned int kVendor = 0x1aed;
-// Marks our tree. A real one must never be removed.
+// Marks a tree written by cardsim. A real sysfs tree must never be removed.
 constexpr const char* kMark = "bus/pci/.cardsim";
 
 template <typename... Numbers>
@@ -30,8 +30,8 @@ std::string Format(const char* format, Numbers... numbers) {
   return text;
 }
 
-// Everything is created below an open directory, so that no part of the path can be replaced by a
-// link meanwhile. The paths are for messages.
+// Files and directories are created below an open directory, so that no part of the path can be
+// replaced by a link meanwhile. Apart from its last component, the path is only for messages.
 void WriteLine(const Base::Descriptor& directory, const fs::path& path, const std::string& line) {
   const Base::Descriptor file =
       Base::OpenAt(directory.Get(), path.filename().string(),
@@ -42,8 +42,9 @@ void WriteLine(const Base::Descriptor& directory, const fs::path& path, const st
   if (!written) throw std::runtime_error(path.string() + ": cannot be written");
 }
 
-// Not open, with errno, if the name exists.
-Base::Descriptor MakeDirectory(const Base::Descriptor& directory, const fs::path& path) {
+// If the directory cannot be created, returns a descriptor that is not open, with the reason in
+// errno.
+Base::Descriptor CreateDirectory(const Base::Descriptor& directory, const fs::path& path) {
   const std::string name = path.filename().string();
   if (mkdirat(directory.Get(), name.c_str(), ModeOfNewDirectory()) != 0) return Base::Descriptor();
   return Base::OpenAt(directory.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
@@ -57,8 +58,8 @@ std::string AddressOf(const Card& card) {
   return Format("%04x:%02x:%02x.%x", domain, bus, device, function);
 }
 
-// The directory of the mark, which is created if missing. Below an untrusted directory, we would
-// write and remove where other users want.
+// Returns the directory of the mark, which is created if missing. In an untrusted directory, other
+// users could choose where files are written and removed.
 Base::Descriptor MarkTree(const fs::path& mark) {
   struct stat status = {};
   const bool exists = Base::StatusOfName(mark.c_str(), &status) == 0;
@@ -83,20 +84,20 @@ Base::Descriptor ClearTree(const fs::path& directory) {
   // The mark is written first, so that an incomplete tree can be replaced.
   const Base::Descriptor bus = MarkTree(directory / kMark);
   fs::remove_all(devices);
-  Base::Descriptor made = MakeDirectory(bus, devices);
-  if (!made.IsOpen()) FailWithErrno(devices);
-  return made;
+  Base::Descriptor created = CreateDirectory(bus, devices);
+  if (!created.IsOpen()) FailWithErrno(devices);
+  return created;
 }
 
 void WriteDevice(const Base::Descriptor& devices, const fs::path& directory, const Card& card) {
-  const Base::Descriptor made = MakeDirectory(devices, directory);
-  if (!made.IsOpen() && errno == EEXIST) {
+  const Base::Descriptor created = CreateDirectory(devices, directory);
+  if (!created.IsOpen() && errno == EEXIST) {
     throw std::runtime_error(card.name + ": another card has its PCI address " + AddressOf(card));
   }
-  if (!made.IsOpen()) FailWithErrno(directory);
+  if (!created.IsOpen()) FailWithErrno(directory);
   const unsigned int device = Read<std::uint16_t>(card.values, Attribute::pci_device_id, 0);
-  WriteLine(made, directory / "vendor", Format("0x%04x", kVendor));
-  WriteLine(made, directory / "device", Format("0x%04x", device));
+  WriteLine(created, directory / "vendor", Format("0x%04x", kVendor));
+  WriteLine(created, directory / "device", Format("0x%04x", device));
 }
 
 }  // namespace

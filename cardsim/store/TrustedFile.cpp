@@ -71,9 +71,9 @@ InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedDi
                         const std::string& whenLarge) {
   InputFile input{OpenForReading(path, directory, whenMissing), {}};
   if (fstat(input.file.Get(), &input.status) != 0) FailWithErrno(path);
-  struct stat judged = {};
-  if (Base::StatusOfOpened(input.file.Get(), &judged) != 0) FailWithErrno(path);
-  CheckTrusted(path, directory, judged);
+  struct stat checked = {};
+  if (Base::StatusOfOpened(input.file.Get(), &checked) != 0) FailWithErrno(path);
+  CheckTrusted(path, directory, checked);
   if (!S_ISREG(input.status.st_mode)) FailAt(path, "is not a regular file");
   if (input.status.st_size > limit) FailAt(path, whenLarge);
   return input;

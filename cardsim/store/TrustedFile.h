@@ -1,7 +1,7 @@
 // Opening and reading files that no other user could have put there.
 //
-// All functions may be called by any thread. They throw `std::runtime_error` with "PATH: why";
-// for a file or a directory of its path that is not trusted, that is "PATH: not trusted: ...".
+// All functions are thread-safe. They throw `std::runtime_error` with "PATH: why", or with "PATH:
+// not trusted: ..." if the file or a directory of its path is not trusted.
 #pragma once
 
 #include <sys/stat.h>
@@ -15,21 +15,21 @@
 
 namespace CardSim {
 
-// The directory of the file at `path`, open; the file itself may be missing. A missing directory
-// has the message `whenMissing`.
+// Opens the directory of the file at `path`; the file itself may be missing. `whenMissing` is the
+// message for a missing directory.
 Base::TrustedDirectory DirectoryOf(const std::filesystem::path& path,
                                    const std::string& whenMissing);
 
-// The same, but creates missing directories.
+// Like `DirectoryOf`, but creates missing directories.
 Base::TrustedDirectory CreateDirectoryOf(const std::filesystem::path& path);
 
-// Throws unless the file in that directory is trusted; `file` is its status by
+// Throws unless the file in that directory is trusted; `file` is its status from
 // Base::StatusOfOpened() or Base::StatusOfName().
 void CheckTrusted(const std::filesystem::path& path, const Base::TrustedDirectory& directory,
                   const struct stat& file);
 
-// Opens the file of `directory` for reading, unchecked; `path` is its name for messages. Does not
-// wait for the other end of a pipe. A missing file has the message `whenMissing`.
+// Opens the file of `directory` for reading without checking it; `path` is its name for messages.
+// Does not wait for the other end of a pipe. `whenMissing` is the message for a missing file.
 Base::Descriptor OpenForReading(const std::filesystem::path& path,
                                 const Base::TrustedDirectory& directory,
                                 const std::string& whenMissing);
@@ -40,27 +40,27 @@ struct InputFile {
   struct stat status;
 };
 
-// Opens and checks it. A file of more than `limit` bytes has the message `whenLarge`.
+// Opens and checks a file. `whenLarge` is the message for a file of more than `limit` bytes.
 InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedDirectory& directory,
                         const std::string& whenMissing, std::int64_t limit,
                         const std::string& whenLarge);
 
-// Everything from the current position to the end.
+// Reads from the current position to the end.
 std::string ReadAll(const Base::Descriptor& file, const std::filesystem::path& path);
 
-// All of it at once: the text of the file at `path`.
+// Opens, checks and reads the file at `path`.
 std::string ReadTrustedFile(const std::filesystem::path& path, std::int64_t limit,
                             const std::string& whenLarge);
 
-// The permissions of a file and a directory that this user creates.
+// Return the permissions for a file or a directory that this user creates.
 mode_t ModeOfNewFile();
 mode_t ModeOfNewDirectory();
 
 // Throws "PATH: why".
 [[noreturn]] void FailAt(const std::filesystem::path& path, const std::string& why);
-// The same with the text of `error`, an errno.
+// Throws "PATH: why" with the text of `error`, an errno value.
 [[noreturn]] void FailWith(const std::filesystem::path& path, int error);
-// The same with errno.
+// Throws "PATH: why" with the text of errno.
 [[noreturn]] void FailWithErrno(const std::filesystem::path& path);
 
 }  // namespace CardSim

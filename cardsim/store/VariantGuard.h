@@ -1,6 +1,7 @@
 // An alternative that is never used, and makes a std::variant with strings safe to copy. If a copy
-// runs out of memory, libstdc++ 12 destroys a value that was never constructed, if the variant has
-// five or more alternatives and none has a throwing move. This one may throw.
+// runs out of memory, libstdc++ 12 destroys a value that was never constructed, provided that the
+// variant has at least five alternatives and none of them has a move that may throw. The move of
+// this alternative may throw.
 #pragma once
 
 namespace CardSim {

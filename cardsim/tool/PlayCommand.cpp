@@ -16,7 +16,8 @@ void OnSignal(int number) {
   g_Signal = number;
 }
 
-// The first signal also restores the default action, so that a second one ends the program at once.
+// The first signal also restores the default action, so that a second one terminates the program
+// immediately.
 void CatchSignals() {
   struct sigaction action = {};
   sigemptyset(&action.sa_mask);
@@ -31,7 +32,7 @@ std::string Seconds(std::uint64_t milliseconds) {
   return text;
 }
 
-// Each line is written before the next wait, also to a pipe.
+// Writes each line before the next wait, even if the output is a pipe.
 void PrintNow(const std::string& line) {
   PrintLine(line);
   FlushOutput();
@@ -52,9 +53,9 @@ int Play(const std::string& path, const std::string& state, double speed) {
   CatchSignals();
   StateFile file(state);
   PrintNow(scenario.title);
-  const std::size_t made = PlayScenario(scenario, file, speed, {PrintStep, IsInterrupted});
-  if (made == scenario.steps.size()) return 0;
-  PrintError("stopped before step " + std::to_string(made + 1) + " of " +
+  const std::size_t applied = PlayScenario(scenario, file, speed, {PrintStep, IsInterrupted});
+  if (applied == scenario.steps.size()) return 0;
+  PrintError("stopped before step " + std::to_string(applied + 1) + " of " +
              std::to_string(scenario.steps.size()));
   return 128 + g_Signal;
 }

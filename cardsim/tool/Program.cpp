@@ -45,11 +45,11 @@ struct Arguments {
   std::uint64_t code = 1;
   unsigned int count = 1;
   bool force = false;
-  // Set by the command once the file holds its change: afterwards only printing can fail.
+  // Set by the command once its change is in the file; a later failure does not undo it.
   bool isSaved = false;
 };
 
-// A string without its quotes; everything else as JSON.
+// Returns a string without its quotes, and any other JSON unchanged.
 std::string Plain(const std::string& json) {
   if (json.empty() || json[0] != '"') return json;
   return nlohmann::json::parse(json).get<std::string>();
@@ -101,7 +101,7 @@ void Remove(Arguments& arguments) {
   PrintLine("removed " + arguments.card);
 }
 
-// Padded to the column's width in characters.
+// Pads a text to the column's width in characters.
 std::string Cell(const std::string& text, std::size_t width) {
   std::string cell = Base::Printable(text);
   const auto isCharacter = [](char byte) {
@@ -188,14 +188,15 @@ int Play(Arguments& arguments) {
 
 using Command = int (*)(Arguments&);
 
-// A command whose only exit code is 0.
+// Wraps a command whose only exit code is 0.
 template <void (*command)(Arguments&)>
 int Done(Arguments& arguments) {
   command(arguments);
   return kDone;
 }
 
-// Help as the manual page writes it: an option with its value's name, the default in parentheses.
+// Formats help like the manual page: options with the names of their values, defaults in
+// parentheses.
 class HelpFormatter : public CLI::Formatter {
  public:
   HelpFormatter() {
@@ -226,7 +227,7 @@ void AddCardArgument(CLI::App& command, Arguments& arguments) {
   command.add_option("CARD", arguments.card, "name of a card, such as card0")->required();
 }
 
-// Read only when help is printed, because the profile directory is listed.
+// Called only when help is printed, because it lists the profile directory.
 std::string KindsText() {
   std::string text = "Profiles:";
   for (const std::string& name : StateFile::Profiles()) text += "\n  " + Base::Printable(name);
@@ -297,7 +298,7 @@ void DescribePlay(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* play = AddCommand(app, chosen, "play", "play a scenario; Ctrl-C stops it", Play);
   play->add_option("SCENARIO", arguments.scenario, "JSON file; see examples/")->required();
   const auto setSpeed = [&arguments](const double& speed) {
-    // Written so that a NaN is rejected, too.
+    // Written so that NaN is rejected, too.
     if (!(speed >= CardSim::kMinSpeed && speed <= CardSim::kMaxSpeed)) {
       throw CLI::ValidationError("--speed is out of range (0.1 to 1000000)");
     }
@@ -308,7 +309,7 @@ void DescribePlay(CLI::App& app, Arguments& arguments, Command& chosen) {
       ->default_str("1");
 }
 
-// What is wrong with the command line.
+// Describes what is wrong with the command line.
 std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
   std::string text = error.what();
   const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
@@ -332,8 +333,8 @@ std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
   return text;
 }
 
-// What the command did although it failed.
-std::string Rest(const Arguments& arguments) {
+// Returns the end of an error message, which mentions a change that was saved.
+std::string SavedNote(const Arguments& arguments) {
   return arguments.isSaved ? "; the change is saved" : "";
 }
 
@@ -348,7 +349,7 @@ int Run(Command command, Arguments& arguments) {
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    PrintError(error.what() + Rest(arguments));
+    PrintError(error.what() + SavedNote(arguments));
     return kFailed;
   }
 }

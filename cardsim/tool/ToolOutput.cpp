@@ -22,7 +22,7 @@ void ReserveStandardStreams() {
 
 namespace {
 
-// The errno of the first failed write to standard output. Later writes may not set it.
+// The errno of the first failed write to standard output. Later writes may leave errno unset.
 int g_Reason = 0;
 
 template <typename Write>

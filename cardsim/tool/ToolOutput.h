@@ -1,4 +1,4 @@
-// Standard output and standard error of the program `cardsim`. For its only thread.
+// Standard output and standard error of the program `cardsim`. Not thread-safe.
 #pragma once
 
 #include <stdexcept>
@@ -6,14 +6,15 @@
 
 namespace CardSim {
 
-// Occupies the numbers of closed standard streams, so that no file of ours gets one of them.
-// Writing to such a stream still fails.
+// Occupies the descriptors of closed standard streams, so that no other file gets one of them.
+// Reading or writing such a stream still fails.
 void ReserveStandardStreams();
 
-// Prints a line on standard output, made printable. A failed write is reported by `FlushOutput`.
+// Prints a line on standard output, with unsafe characters escaped. A failed write is reported by
+// `FlushOutput`.
 void PrintLine(const std::string& line);
 
-// The output was lost, for example because the disk is full.
+// Thrown when output was lost, for example because the disk is full.
 class OutputError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -22,7 +23,7 @@ class OutputError : public std::runtime_error {
 // Throws `OutputError` unless everything printed so far has been written.
 void FlushOutput();
 
-// Prints "cardsim: " and the text, made printable, on standard error.
+// Prints "cardsim: " and the text on standard error, with unsafe characters escaped.
 void PrintError(const std::string& text);
 
 }  // namespace CardSim

@@ -1,5 +1,5 @@
-// What the statements of plug-ins may do. They contain names that cards report, unescaped, so a
-// malicious card could write any statement.
+// Restricts the statements of plug-ins. They contain unescaped names reported by cards, so a
+// malicious card could inject any SQL.
 #include <sqlite3.h>
 #include <strings.h>
 #include <time.h>
@@ -17,14 +17,14 @@ namespace HostKit {
 
 namespace {
 
-// A statement of the layer takes far less than a thousandth of it. The thread's own CPU time is
-// counted, so that a stalled machine makes no statement fail.
+// A statement of the persistence layer takes far less than a thousandth of this limit. It applies
+// to the thread's CPU time, so that statements do not fail on a stalled machine.
 constexpr std::int64_t kMaxNanoseconds = 1'000'000'000;
-// Each step may process a text of the maximum length.
+// Small, because each step may process a text of the maximum length.
 constexpr int kStepsBetweenChecks = 100;
-// The time is not checked while a statement is compiled. A query that contains another one twice,
-// which contains another one twice, soon amounts to millions; a statement with very many conditions
-// has each compared with many others. These three limits prevent that.
+// The time is checked too rarely while a statement is compiled. Nested queries can multiply
+// exponentially, and each of many conditions is compared with many others. These three limits bound
+// the cost.
 constexpr int kMaxQueries = 32;
 constexpr int kMaxWords = 16'384;  // inserting an adapter needs a few hundred
 constexpr std::int64_t kMaxMemory = 64 << 20;
@@ -40,13 +40,13 @@ constexpr Limit kLimits[] = {
     {SQLITE_LIMIT_VDBE_OP, 16'384},  // inserting an adapter takes a few thousand
 };
 
-// How much statements may make the file grow, in bytes.
+// How much statements may grow the file, in bytes.
 constexpr std::int64_t kMaxGrowth = 256 << 20;
 
 constexpr std::array kActionsOnRows = {SQLITE_READ, SQLITE_INSERT, SQLITE_UPDATE, SQLITE_DELETE};
 
-// The functions that the layer uses, and the count of rows. A single call of another function, such
-// as `trim`, could take long.
+// The function that the persistence layer uses, and the count of rows. A single call of another
+// function, such as `trim`, could take a long time.
 constexpr std::array kFunctions = {"count", "max"};
 
 bool IsSame(const char* left, const char* right) {
@@ -67,7 +67,7 @@ bool IsFunction(const char* name) {
 
 bool IsAllowed(int action, const char* first, const char* second, const char* schema) {
   if (std::find(kActionsOnRows.begin(), kActionsOnRows.end(), action) != kActionsOnRows.end()) {
-    // A table of which no column is read, as for COUNT(*), is reported without its schema.
+    // If no column of a table is read, as in COUNT(*), the library does not pass the schema.
     return IsRowTable(first) && (schema == nullptr || IsSame(schema, "main"));
   }
   switch (action) {
@@ -75,7 +75,7 @@ bool IsAllowed(int action, const char* first, const char* second, const char* sc
       return true;
     case SQLITE_FUNCTION:
       return IsFunction(second);
-    case SQLITE_PRAGMA:  // the layer writes it in front of a statement
+    case SQLITE_PRAGMA:  // the persistence layer puts it before a statement
       return IsSame(first, "foreign_keys") && IsSame(second, "ON");
     default:
       return false;
@@ -102,7 +102,7 @@ std::int64_t OwnTime() {
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-// How much of its limits one call has used.
+// Tracks how much of its limits one call has used.
 class Usage {
  public:
   bool HasTakenTooLong() {
@@ -115,7 +115,7 @@ class Usage {
     return m_Queries <= kMaxQueries && !HasTakenTooLong();
   }
 
-  // Throws the limit that was the reason for `error`, or else `error` itself.
+  // Throws an error that names the exceeded limit, or `error` itself if no limit was exceeded.
   [[noreturn]] void Explain(const SqliteError& error) const {
     if (m_TookTooLong) throw SqliteError(SQLITE_INTERRUPT, "a statement takes too long");
     if (m_Queries > kMaxQueries) {
@@ -140,14 +140,14 @@ int CheckTime(void* usage) {
   return static_cast<Usage*>(usage)->HasTakenTooLong() ? 1 : 0;
 }
 
-// Limits the library's additional memory as long as it lives. The limit is for the whole process,
-// but the host's connections are used one at a time.
+// Limits the additional memory of the library for the lifetime of this object. The limit applies to
+// the complete process, but the host uses its connections one at a time.
 class MemoryBound {
  public:
   MemoryBound() { sqlite3_hard_heap_limit64(sqlite3_memory_used() + kMaxMemory); }
   ~MemoryBound() {
     sqlite3_hard_heap_limit64(m_HardBefore);
-    sqlite3_soft_heap_limit64(m_SoftBefore);  // setting the other one has lowered it
+    sqlite3_soft_heap_limit64(m_SoftBefore);  // setting the hard limit lowered it
   }
   MemoryBound(const MemoryBound&) = delete;
   MemoryBound& operator=(const MemoryBound&) = delete;
@@ -157,7 +157,7 @@ class MemoryBound {
   const std::int64_t m_SoftBefore = sqlite3_soft_heap_limit64(-1);
 };
 
-// Applies the limits to what the connection runs, as long as it lives.
+// Applies the limits to the connection's statements for the lifetime of this object.
 class Bounds {
  public:
   Bounds(sqlite3* database, Usage& usage) : m_pDatabase(database) {
@@ -176,8 +176,8 @@ class Bounds {
   const MemoryBound m_Memory;
 };
 
-// Free pages count as new ones: otherwise every run of a host could add as much again.
-std::int64_t MostPages(Connection& connection) {
+// Filling free pages counts as growth: otherwise every run of a host could add as much again.
+std::int64_t MaxPages(Connection& connection) {
   const auto number = [&connection](const std::string& pragma) -> std::int64_t {
     return std::stoll(connection.Run("PRAGMA " + pragma).at(0));
   };
@@ -188,7 +188,7 @@ std::int64_t MostPages(Connection& connection) {
 
 void Connection::Confine() {
   sqlite3* const database = m_pDatabase.get();
-  Run("PRAGMA max_page_count = " + std::to_string(MostPages(*this)));
+  Run("PRAGMA max_page_count = " + std::to_string(MaxPages(*this)));
   for (const Limit& limit : kLimits) sqlite3_limit(database, limit.m_Kind, limit.m_Value);
   sqlite3_set_authorizer(database, Authorize, nullptr);
 }

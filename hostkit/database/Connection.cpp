@@ -21,7 +21,7 @@ using boost::filesystem::path;
 constexpr std::size_t kLargestResult = 64 << 20;
 constexpr int kBusyMs = 500;  // to wait for a lock of another process
 
-// After these, the connection itself is unusable.
+// After one of these errors, the connection is unusable.
 constexpr std::array kReopenCodes = {SQLITE_CANTOPEN, SQLITE_CORRUPT, SQLITE_IOERR, SQLITE_NOTADB};
 
 [[noreturn]] void Fail(sqlite3* database) {
@@ -45,7 +45,7 @@ bool IsInMemory(const path& file) {
   return file == ":memory:";
 }
 
-// SQLite also reads the files next to the database, and the host locks one of them.
+// SQLite also uses the files with these suffixes, except for the last one, which the host locks.
 constexpr std::array kFileSuffixes = {"", "-wal", "-shm", "-journal", "-host"};
 
 // Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have planted
@@ -61,8 +61,8 @@ path TrustedFile(const path& file) {
   return found.m_File.string();
 }
 
-// A relative name means different files in different working directories. The library would also
-// read a name that begins with "file:" as a URI.
+// A relative name refers to different files in different working directories. The library would
+// also read a name that starts with "file:" as a URI.
 void RequireAbsolute(const path& file) {
   if (!file.is_absolute()) throw SqliteError(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN));
 }
@@ -75,7 +75,7 @@ sqlite3* Open(const std::string& name, int flags) {
 }
 
 sqlite3* OpenToWrite(const path& file) {
-  CreateDirectories(file.parent_path().string());  // the library reports what cannot be opened
+  CreateDirectories(file.parent_path().string());  // opening the file reports errors
   return Open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOFOLLOW);
 }
 
@@ -87,7 +87,7 @@ std::string UriOf(const std::string& name) {
 }
 
 // A file without a write-ahead log is opened as immutable: otherwise the library would create a
-// log, which may fail or leave the log there.
+// log, which may fail or leave the log behind.
 sqlite3* OpenToRead(const path& file) {
   const std::string name = file.string();
   boost::system::error_code ignored;
@@ -103,7 +103,8 @@ sqlite3* Open(const path& file, Access access) {
   return access == Access::Read ? OpenToRead(trusted) : OpenToWrite(trusted);
 }
 
-// Compiles the first statement of `rest` and skips it; null if it is only blanks or a comment.
+// Compiles the first statement in `rest` and advances `rest` past it. Returns null for white space
+// or a comment.
 sqlite3_stmt* Compile(sqlite3* database, const char*& rest) {
   sqlite3_stmt* statement = nullptr;
   Check(sqlite3_prepare_v2(database, rest, -1, &statement, &rest), database);
@@ -197,8 +198,8 @@ Connection::Connection(const path& file, Access access)
   if (!IsInMemory(file)) CheckTrust(file);
 }
 
-// Another user may have put a file there in the meantime. One that is the user's own now remains
-// so.
+// Checks again, because another user may have put a file there before this one was opened. A
+// trusted file stays trusted.
 void Connection::CheckTrust(const path& file) {
   try {
     TrustedFile(file);
@@ -209,7 +210,8 @@ void Connection::CheckTrust(const path& file) {
 }
 
 void Connection::PrepareToWrite() {
-  // Reading it would leave a log that cannot be written either, even after the file can.
+  // Reading a read-only file would leave a read-only write-ahead log behind, even after the file
+  // becomes writable.
   if (sqlite3_db_readonly(m_pDatabase.get(), "main") == 1) {
     throw SqliteError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));
   }
@@ -225,13 +227,14 @@ void Connection::PrepareToWrite() {
 void Connection::Configure() {
   sqlite3* const database = m_pDatabase.get();
   sqlite3_busy_timeout(database, kBusyMs);
-  // The plug-ins' statements have their texts in double quotes.
+  // The plug-ins' statements contain texts in double quotes.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
   // A text that breaks out of its quotes must not access other files or internal tables.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
-  // Temporary data must not go to a file, whose directory the environment could choose.
+  // Temporary data must not be written to files, because the environment could choose their
+  // directory.
   Run("PRAGMA temp_store = MEMORY");
 }
 

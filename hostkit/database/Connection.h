@@ -1,4 +1,4 @@
-// An open database file of the SQLite library. For use by one thread at a time.
+// An open SQLite database file. Not thread-safe: one thread at a time may use it.
 #pragma once
 
 #include <boost/filesystem/path.hpp>
@@ -17,14 +17,14 @@ struct sqlite3_stmt;
 
 namespace HostKit {
 
-// A statement failed. The text is the library's.
+// Thrown when a statement fails. The text is the library's.
 class HOST_API SqliteError : public DBEXCEPTION::DatabaseException {
  public:
   SqliteError(int code, const std::string& text) : DatabaseException(text), m_Code(code) {}
 
   // Whether only reopening the file can help.
   bool NeedsReopen() const;
-  // Whether the reason may be that the file is read-only.
+  // Whether the cause may be that the file is read-only.
   bool MayLackOnlyWriting() const;
 
  private:
@@ -40,15 +40,15 @@ class HOST_API Statement {
   // Fills the next placeholder. Returns this object.
   Statement& Bind(std::int64_t value);
   Statement& Bind(const std::string& value);
-  // Empty: NULL.
+  // std::nullopt binds NULL.
   Statement& Bind(const std::optional<std::int64_t>& value);
   // Fills the next placeholders with all cells of the current row of another statement.
   Statement& BindRow(const Statement& row);
-  // Moves to the next row; false after the last one.
+  // Moves to the next row; returns false after the last one.
   bool Step();
-  // A cell of the current row; columns count from 0.
+  // Returns a cell of the current row; columns count from 0.
   std::int64_t Integer(int column) const;
-  // Empty if it is NULL.
+  // Returns std::nullopt for NULL.
   std::optional<std::int64_t> OptionalInteger(int column) const;
   std::string Text(int column) const;
 
@@ -64,42 +64,42 @@ enum class Access { Write, AnotherToWrite, Read };
 
 class HOST_API Connection {
  public:
-  // Opens or creates the file. ":memory:" means none; any other path is absolute. Throws
-  // `SqliteError`, also for a file that another user could have put there.
+  // Opens or creates the file. ":memory:" is a database in memory; any other path must be absolute.
+  // Throws `SqliteError`, also for a file that another user could have put there.
   explicit Connection(const boost::filesystem::path& file, Access access = Access::Write);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
   // Runs the statements of `sql` in turn and returns all cells of all rows as text, NULL as "NULL".
-  // Throws `SqliteError` at the first one that fails; later ones do not run.
+  // Throws `SqliteError` at the first statement that fails; later statements do not run.
   std::vector<std::string> Run(const std::string& sql);
   Statement Prepare(const std::string& sql) { return {m_pDatabase.get(), sql}; }
 
-  // From now on, statements may only read and write the rows of plug-ins.
+  // Restricts all later statements to reading and writing the rows of plug-ins.
   void Confine();
-  // Like `Run`, for a statement of a plug-in: it fails if it needs too much time or memory.
+  // Like `Run`, for a plug-in's statement, which fails if it needs too much time or memory.
   std::vector<std::string> RunConfined(const std::string& sql);
 
-  // Differs from that of every other connection of this process.
+  // Returns a number that is unique among all connections of this process.
   std::uint64_t Number() const { return m_Number; }
   bool IsReadOnly() const;
-  // The path of the file, without links; ":memory:" if there is none.
+  // Returns the path of the file without symbolic links, or ":memory:" for a database in memory.
   boost::filesystem::path File() const;
-  // Rolls an unfinished transaction back.
+  // Rolls back an unfinished transaction.
   void RollBack() noexcept;
-  // Whether another file, or none, is now at the path of this one.
+  // Whether the file has been moved, deleted or replaced since it was opened.
   bool HasMoved() const;
-  // Writes the write-ahead log into the file and empties it, wherever both are now: otherwise the
-  // log would be used for the file that has replaced this one.
+  // Writes the write-ahead log into the file and empties the log, even if the file has moved:
+  // otherwise SQLite would apply the log to the file that replaced this one.
   void EmptyLog() noexcept;
-  // Makes closing leave the file as it is, instead of writing the write-ahead log into it.
+  // Prevents closing from writing the write-ahead log into the file.
   void LeaveAsItIs();
 
  private:
   void Configure();
   void CheckTrust(const boost::filesystem::path& file);
   void PrepareToWrite();
-  // Throws for a damaged file, before anything is written to it.
+  // Throws if the file is damaged, before anything is written to it.
   void CheckWhole();
 
   std::unique_ptr<sqlite3, int (*)(sqlite3*)> m_pDatabase;

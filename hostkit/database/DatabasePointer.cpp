@@ -4,10 +4,10 @@
 
 std::shared_ptr<DatabaseORM::storage_t> getDatabasePointer() {
   static const auto storage = [] {
-    auto made = std::make_shared<DatabaseORM::storage_t>();
-    made->dao = HostKit::TheRowsDatabase();
-    HostKit::DescribeTables(*made);
-    return made;
+    auto created = std::make_shared<DatabaseORM::storage_t>();
+    created->dao = HostKit::TheRowsDatabase();
+    HostKit::DescribeTables(*created);
+    return created;
   }();
   return storage;
 }

@@ -28,11 +28,11 @@ constexpr const char* kAfter =
 constexpr const char* kNumbers =
     "SELECT IFNULL((SELECT MIN(number) FROM host_event_log), 0), "
     "IFNULL((SELECT MAX(number) FROM host_event_log), 0)";
-// Also if the log was emptied.
+// Correct even if the log was emptied.
 constexpr const char* kNewestNumber =
     "SELECT seq FROM sqlite_sequence WHERE name = 'host_event_log'";
 
-// SQLite's integers are signed; the bits are kept.
+// SQLite's integers are signed; the conversion preserves the bits.
 std::int64_t Bits(std::uint64_t value) {
   return static_cast<std::int64_t>(value);
 }
@@ -87,7 +87,7 @@ void AppendEvents(Connection& connection, const std::vector<LoggedEvent>& events
   connection.Prepare(kTrim).Bind(kMaxEvents).Step();
 }
 
-// One transaction, so that a lock of another process is waited for only once.
+// Uses one transaction, to wait at most once for a lock of another process.
 void AppendEvents(const std::vector<LoggedEvent>& events) {
   if (events.empty()) return;
   TheDatabase()->With([&](Connection& connection) {

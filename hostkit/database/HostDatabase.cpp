@@ -28,8 +28,9 @@ std::int64_t DrawRunNumber() {
   }
 }
 
-// What the environment names now, even if the host changes its working directory later. Without a
-// working directory a relative name remains relative, and cannot be opened.
+// Returns the database that the environment names now. A relative name is resolved, because the
+// host may change its working directory later; without a working directory it remains relative and
+// cannot be opened.
 path FileOfEnvironment() {
   const path file = DatabaseFile();
   if (file == ":memory:" || file.is_absolute()) return file;
@@ -38,7 +39,7 @@ path FileOfEnvironment() {
   return error ? file : directory / file;
 }
 
-// The first statement reports what is wrong with the file.
+// Ignores errors: the first statement reports what is wrong with the file.
 void TryToOpen(HostDatabase& database) {
   try {
     database.OpenRows();

@@ -1,4 +1,4 @@
-// The host's one database, guarded by one lock.
+// The host's database, guarded by a single lock.
 #pragma once
 
 #include <boost/filesystem/path.hpp>
@@ -15,18 +15,18 @@
 
 namespace HostKit {
 
-// Opens its file when it is needed and not open, so that a failure lasts no longer than its cause.
-// From any thread; a statement never waits for anything of the toolkit.
+// Opens its file on demand, also again after a failure, so that it works as soon as the cause is
+// gone. Thread-safe. Statements never wait for the toolkit's locks, events or threads.
 //
-// The statements of plug-ins use their own connection, which can access their rows only. The file
-// has the rows of one host at a time; another host that uses the file meanwhile keeps its own in
-// memory, and writes them to the file after the first host has ended.
+// The statements of plug-ins use a separate connection, which can access only their rows. The file
+// contains the rows of one host at a time. Another host that uses the file meanwhile keeps its rows
+// in memory and writes them to the file after the first host has exited.
 class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
  public:
   HostDatabase();
   ~HostDatabase() override;
 
-  // For plug-ins. Throws `DBEXCEPTION::DatabaseException` and nothing else.
+  // Runs statements of plug-ins. Throws only `DBEXCEPTION::DatabaseException`.
   std::vector<std::string> query(std::string sql) override;
 
   // Opens the file, which clears the rows of an earlier run. Throws `SqliteError`.
@@ -35,15 +35,16 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   // Starts a new run with the file that the environment names now.
   void Reopen();
 
-  // Runs `use` with the connection for the host's own tables, with the lock held and a cancellation
-  // of the thread deferred. Throws `SqliteError` and what `use` throws, after rolling an open
-  // transaction back.
+  // Runs `use` with the connection for the host's own tables, with the lock held and cancellation
+  // of the thread deferred. Throws `SqliteError` and what `use` throws, after rolling back an open
+  // transaction.
   template <class Use>
   auto With(Use use) {
     return RunLocked([&]() HOST_REQUIRES(m_Lock) { return use(OwnConnection()); });
   }
 
-  // The same for a `use` that only reads; a read-only file is enough.
+  // Like `With`, for a `use` that only reads. If the file cannot be written, `use` runs with a
+  // read-only connection; it may then run twice.
   template <class Use>
   auto WithToRead(Use use) {
     try {
@@ -92,11 +93,12 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   std::unique_ptr<Connection> m_pRows HOST_GUARDED_BY(m_Lock);
 };
 
-// The one database, created by the first call. Does not open the file.
+// Returns the host's database, which the first call creates. Does not open the file.
 const std::shared_ptr<HostDatabase>& TheDatabase();
 
-// The same for plug-ins: the first call also tries to open the file and its rows. A process that
-// never calls it, such as one that only reads the event log, leaves the rows to another host.
+// Returns the same database for plug-ins: the first call also tries to open the file and its rows.
+// A process that never calls this function, such as one that only reads the event log, leaves the
+// rows to another host.
 const std::shared_ptr<HostDatabase>& TheRowsDatabase();
 
 }  // namespace HostKit

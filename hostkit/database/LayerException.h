@@ -1,4 +1,4 @@
-// The exceptions that leave a statement of a plug-in.
+// Conversion of the exceptions thrown by a plug-in's statement.
 #pragma once
 
 #include <cxxabi.h>
@@ -10,8 +10,9 @@
 
 namespace HostKit {
 
-// In a handler: throws the current exception as the layer's. The layer above catches no other, so
-// any other would end the host. Cancellations pass.
+// Call in a catch handler. Throws the current exception as a `DatabaseException`: the persistence
+// layer catches no other type, so any other exception would terminate the host. A thread
+// cancellation continues unchanged.
 [[noreturn]] inline void ThrowAsDatabaseException() {
   try {
     try {
@@ -28,7 +29,8 @@ namespace HostKit {
       throw DBEXCEPTION::DatabaseException("unknown error");
     }
   } catch (const std::bad_alloc&) {
-    // Also if copying a text ran out of memory. This text is short enough to need none.
+    // Also reached if copying a text ran out of memory. This text is too short to need an
+    // allocation.
     throw DBEXCEPTION::DatabaseException("out of memory");
   }
 }

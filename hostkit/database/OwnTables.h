@@ -1,7 +1,7 @@
-// The host's own tables for other libraries of the host. Plug-ins cannot access them.
+// Access to the host's own tables for its other libraries. Plug-ins cannot access these tables.
 //
-// All functions may be called from any thread, and throw `DBEXCEPTION::DatabaseException` if the
-// database cannot be used.
+// All functions are thread-safe, and throw `DBEXCEPTION::DatabaseException` if the database cannot
+// be used.
 #pragma once
 
 #include <cstdint>
@@ -17,29 +17,29 @@ namespace HostKit {
 
 using OwnTablesUse = std::function<void(Connection&)>;
 
-// Runs `use` with the connection for the host's own tables. Other threads wait for the database
-// meanwhile. Opens the file if it is not open, has been deleted or replaced, or had an error that
-// only reopening can clear. An exception of `use` is passed on, after an open transaction was
-// rolled back.
+// Runs `use` with the connection for the host's own tables. Other threads that need the database
+// wait meanwhile. Opens the file if it is not open, has been deleted or replaced, or had an error
+// that only reopening can clear. If `use` throws, rolls back an open transaction and passes the
+// exception on.
 HOST_API void WithOwnTables(const OwnTablesUse& use);
 
-// The same for a `use` that only reads. If the file cannot be written, it runs again with a
-// connection that is read-only.
+// Like `WithOwnTables`, for a `use` that only reads. If the file cannot be written, `use` runs with
+// a read-only connection; it may then run twice.
 HOST_API void WithOwnTablesToRead(const OwnTablesUse& use);
 
-// Creates a table if it is missing. Drops foreign triggers and indexes on it, and a view with its
-// name. Needs a transaction.
+// Creates a table if it is missing. Drops any triggers and indexes that were added to the table,
+// and a view with its name. Call in a transaction.
 HOST_API void MakeOwnTable(Connection& connection, const std::string& table,
                            const std::string& sql);
 
-// Like `AppendEvents`, in a transaction of the caller.
+// Like the function in hostkit/EventLog.h, within the caller's transaction.
 HOST_API void AppendEvents(Connection& connection, const std::vector<LoggedEvent>& events);
 
-// The events with a number above `number`, in order of logging.
+// Returns the events with a number above `number`, in order of logging.
 HOST_API std::vector<LoggedEvent> ReadEventsAfter(Connection& connection, std::int64_t number);
 
-// The number of the newest event; 0 if none has ever been logged. Also reads a file that cannot be
-// written.
+// Returns the number of the newest event; 0 if none has ever been logged. Also works with a
+// read-only file.
 HOST_API std::int64_t NewestEventNumber();
 HOST_API std::int64_t NewestEventNumber(Connection& connection);
 

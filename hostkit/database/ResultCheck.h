@@ -6,10 +6,10 @@
 
 namespace HostKit {
 
-// The persistence layer reads cells by position and throws where a number is expected and the cell
-// holds something else. That exception would terminate the host. Such a cell can come from a
-// statement that a card's text has altered or from a database file that was tampered with. Throws
-// `SqliteError` for such a result.
+// Throws `SqliteError` if `cells`, the result of `sql`, cannot be read by the persistence layer.
+// The layer reads cells by position and throws if a cell does not contain the number that it
+// expects, which would terminate the host. Such a cell can come from a statement altered by a
+// card's text or from a database file that was tampered with.
 void RequireReadable(const std::string& sql, const std::vector<std::string>& cells);
 
 }  // namespace HostKit

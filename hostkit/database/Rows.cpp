@@ -38,7 +38,7 @@ std::vector<RowColumn> ColumnsOf() {
   return columns;
 }
 
-// In the order of `RowTables`, which fills the maps.
+// In the order of `RowTables`, which also fills the field maps.
 using ColumnsFunction = std::vector<RowColumn> (*)();
 constexpr ColumnsFunction kColumns[] = {ColumnsOf<RaidDataModels::Adapter>,
                                         ColumnsOf<RaidDataModels::PD>,
@@ -47,10 +47,10 @@ constexpr ColumnsFunction kColumns[] = {ColumnsOf<RaidDataModels::Adapter>,
 }  // namespace
 
 RowTable ReadRows(RowKind kind) {
-  const auto place = static_cast<std::size_t>(kind);
+  const auto index = static_cast<std::size_t>(kind);
   RowTable table;
-  table.m_Name = RowTables().at(place).m_Name;
-  table.m_Columns = kColumns[place]();
+  table.m_Name = RowTables().at(index).m_Name;
+  table.m_Columns = kColumns[index]();
   const std::size_t width = table.m_Columns.size();
   const auto cells = TheDatabase()->query("SELECT * FROM " + table.m_Name + " ORDER BY ID");
   table.m_Rows.resize(cells.size() / width);

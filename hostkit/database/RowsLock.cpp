@@ -9,17 +9,18 @@ namespace HostKit {
 
 namespace {
 
-// A host that ends removes its file, so the one just opened may be removed before it is locked.
+// An exiting host removes its lock file, possibly after this host has opened the file and before it
+// has locked it.
 constexpr int kMaxTries = 10;
 
-// Another user could keep a file of their own locked.
+// A file of another user is not accepted: that user could keep it locked.
 bool IsOwnFile(const Base::Descriptor& file) {
   struct stat status {};
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return false;
   return S_ISREG(status.st_mode) && (status.st_uid == geteuid() || status.st_uid == 0);
 }
 
-// Such as a copy made by another program.
+// Whether other users can access the file, for example because another program copied it.
 bool IsOpenToOthers(const Base::Descriptor& file) {
   struct stat status {};
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return false;
@@ -45,7 +46,7 @@ void RowsLock::Release() {
   m_Descriptor.Close();
 }
 
-// Others must not open the file: whoever can could hold the lock forever.
+// Other users must not be able to open the file: they could hold the lock forever.
 bool RowsLock::Lock() {
   if (!m_Descriptor.IsOpen() || HasMoved()) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK;

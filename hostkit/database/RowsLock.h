@@ -1,4 +1,4 @@
-// Which of several hosts that use one file keeps its plug-ins' rows in it.
+// Decides which of several hosts that share a database file keeps its plug-ins' rows in it.
 #pragma once
 
 #include <boost/filesystem/path.hpp>
@@ -7,9 +7,9 @@
 
 namespace HostKit {
 
-// A lock on an empty file next to the database, released when the host ends, however it ends. The
-// database itself cannot be locked for that: closing a second descriptor of it would release the
-// locks that the library holds.
+// A lock on an empty file next to the database, released when the host exits for any reason. The
+// database file cannot be used for this lock: closing a second descriptor of it would release the
+// locks that SQLite holds.
 class RowsLock {
  public:
   RowsLock() = default;
@@ -17,16 +17,16 @@ class RowsLock {
   RowsLock(const RowsLock&) = delete;
   RowsLock& operator=(const RowsLock&) = delete;
 
-  // Whether this host now holds the lock of that database. Never waits. One database at a time:
-  // call `Release` before another one. The path must have no links: through another path the
-  // database would have another lock.
+  // Takes the lock of that database if it is free, and returns whether this host holds it now.
+  // Never waits. Call `Release` before taking the lock of another database. The path must not
+  // contain links: through another path, the same database would have another lock.
   bool Take(const boost::filesystem::path& database);
-  // Releases the lock, if it is held, and removes its file.
+  // Releases the lock, if it is held, and removes the lock file.
   void Release();
 
  private:
   bool Lock();
-  // Whether another file, or none, is now at the path of the locked one.
+  // Whether the lock file has been moved, deleted or replaced.
   bool HasMoved() const;
 
   boost::filesystem::path m_File;

@@ -17,8 +17,9 @@ constexpr const char* kOwnTables =
     "event_id INTEGER NOT NULL, object_id INTEGER NOT NULL, name TEXT NOT NULL, "
     "message TEXT NOT NULL) STRICT;";
 
-// The log drops its oldest events; a counter must not. A trigger counts every append, also by an
-// older host, and a log that is older than the counts is counted once.
+// The log drops its oldest events, but the counts must not decrease. A trigger counts every
+// appended event, including those of an older version of the host. If there are no counts yet, the
+// events in the log are counted.
 constexpr const char* kEventCounts =
     "CREATE TABLE IF NOT EXISTS host_event_counts (event_id INTEGER NOT NULL, "
     "severity INTEGER NOT NULL, count INTEGER NOT NULL, PRIMARY KEY (event_id, severity)) STRICT;"
@@ -32,28 +33,28 @@ constexpr const char* kCountingTrigger =
 const TableShape kRunTable = {
     "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
 
-// In earlier versions a card's text could add triggers, which would run in this host too, indexes
-// that allow no second event, and views with the name of a table. SQL ignores the case of names.
-// The tables of the log themselves are never dropped.
+// In earlier versions of the host, a card's text could create triggers, which would also run in
+// this host, indexes that reject a second event, and views with the name of a table. SQL ignores
+// the case of names. The tables of the log themselves are never dropped.
 constexpr const char* kStrangeToLog =
     "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "
     "OR type = 'trigger' AND sql <> ?2 "
     "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE) "
     "OR type = 'index' AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE";
-// For tables of the host that have no triggers or indexes, and outlive a version of the host.
+// For tables of the host that have no triggers or indexes and are kept across versions of the host.
 constexpr const char* kStrangeToOwn =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND type <> 'table'";
-// Rows have no triggers or indexes. A table with other columns was created by another version of
-// the host, and its rows belong to another run.
+// The tables of rows have no triggers or indexes. A table with other columns is dropped: another
+// version of the host created it, and its rows belong to another run.
 constexpr const char* kStrangeToRows =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND (type <> 'table' OR sql <> ?2)";
 
-// Columns that were added to the event log later. Its rows outlive a version of the host, so the
-// table is not recreated.
+// Columns added to the event log by later versions of the host. The log is kept across versions, so
+// the table is altered and not recreated.
 struct AddedColumn {
   const char* m_Name;
   const char* m_Sql;
@@ -89,7 +90,8 @@ std::string Quoted(const std::string& name) {
   return '"' + boost::replace_all_copy(name, "\"", "\"\"") + '"';
 }
 
-// Drops what the query finds, including the triggers and indexes of a view or table.
+// Drops what the query finds. IF EXISTS, because dropping a table or view also drops its triggers
+// and indexes.
 void DropStrange(Connection& connection, const char* query, const std::string& table,
                  const std::string& ownSql) {
   std::vector<std::string> drops;

@@ -1,4 +1,4 @@
-// The tables in the host's file.
+// The tables in the host's database file.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ void PrepareOwnTables(Connection& connection);
 
 // Creates the tables for the rows of plug-ins if they are missing. The rows belong to one run of
 // the host: unless they were written in the run with this number, they are replaced by those of
-// `pSource`, or cleared if it is null. Atomic. Throws `SqliteError`.
+// `pSource`, or cleared if `pSource` is null. Atomic. Throws `SqliteError`.
 void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSource);
 
 }  // namespace HostKit

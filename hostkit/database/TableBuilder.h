@@ -1,8 +1,8 @@
-// Builds the columns of a row type's table: the key, then the fields in their order.
+// Builds the columns of a row type's table: the key, then the fields in order of declaration.
 //
-// The layer above writes texts in double quotes, and the database takes such a text for a column if
-// there is one of that name. Column names therefore have a prefix that no value has, as in
-// "ad_serial_number". The key's name is fixed.
+// The persistence layer writes texts in double quotes, and SQLite treats such a text as a column
+// name if there is a column with that name. Column names therefore start with a prefix that no
+// value has, as in "ad_serial_number". The key is always named ID.
 #pragma once
 
 #include <boost/algorithm/string/replace.hpp>
@@ -17,7 +17,7 @@
 
 namespace HostKit {
 
-// "serialNumber" as "serial_number".
+// Converts "serialNumber" to "serial_number".
 inline std::string SnakeCase(const std::string& field) {
   std::string text;
   for (const char character : field) {
@@ -28,12 +28,12 @@ inline std::string SnakeCase(const std::string& field) {
   return text;
 }
 
-// Kind and declaration of a column, by the type of its field. Tables are strict and check ranges,
-// because a cell that the layer above cannot read would end the host.
+// The kind and SQL declaration of a column, determined by the type of its field. Tables are strict
+// and check ranges, because a cell that the persistence layer cannot read would terminate the host.
 //
-// SQLite's integers are signed, so the upper half of the unsigned numbers is rejected on writing.
-// It returns doubles as texts of 15 digits. The layer fails for a text that this rounds beyond the
-// largest double, and for one below the smallest normal double.
+// SQLite's integers are signed, so the upper half of the unsigned range is rejected on writing.
+// SQLite returns doubles as texts of 15 digits. The layer cannot read a text that was rounded to
+// more than the largest double, or one below the smallest normal double.
 struct ColumnType {
   DatabaseORM::column_kind_t m_Kind;
   const char* m_Sql;
@@ -58,12 +58,12 @@ constexpr ColumnType TypeOf(const double*) {
           "OR $ BETWEEN -1.7976931348623e308 AND -2.2250738585073e-308"};
 }
 
-// Builds the table and the map of one row type at the same time, so that they agree. For one
-// thread, and once per row type, since a row type has one map per process.
+// Builds the table and the map of one row type at the same time, so that they agree. Not
+// thread-safe. Use one builder per row type, because a row type has one map per process.
 template <class Row>
 class TableBuilder {
  public:
-  // A table with the key column ID alone. The alias is also the prefix of column names.
+  // Starts a table that has only the key column ID. The alias is also the prefix of column names.
   TableBuilder(const std::string& name, const std::string& alias)
       : m_pMap(RaidDataModels::dbModelFieldsMap<Row>::instance()),
         m_pTable(std::make_shared<DatabaseORM::table_t<Row>>()) {
@@ -73,7 +73,7 @@ class TableBuilder {
     Append("ID", &Row::id, true);
   }
 
-  // Adds the column of a field after those added before. The key is skipped: it has its column.
+  // Appends the column of a field. Skips the key, which already has its column.
   template <class Field>
   TableBuilder& Add(const char* name, Field Row::*member) {
     if constexpr (std::is_same_v<Field, int>) {
@@ -86,8 +86,8 @@ class TableBuilder {
     return *this;
   }
 
-  // The key of a new row is the largest one plus 1, as plug-ins predict. AUTOINCREMENT would differ
-  // after a row was deleted.
+  // Returns the finished table. Without AUTOINCREMENT, the key of a new row is the largest existing
+  // key plus 1, as plug-ins expect.
   TableShape Shape() const {
     return {m_pTable->name, m_Columns,
             "CREATE TABLE " + m_pTable->name + " (" + m_Sql + ") STRICT"};

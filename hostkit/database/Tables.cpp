@@ -31,7 +31,7 @@ struct Builders {
   }
 };
 
-// There is one field map per row type, so it is filled once.
+// Created once, because each row type has one field map per process.
 const Builders& TheBuilders() {
   static const Builders builders;
   return builders;

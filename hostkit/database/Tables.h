@@ -8,20 +8,20 @@
 
 namespace HostKit {
 
-// A column: name in the database, and how it is read.
+// A column: its name in the database and its kind.
 struct ColumnShape {
   std::string m_Name;
   DatabaseORM::column_kind_t m_Kind;
 };
 
-// A table.
+// A table of rows.
 struct TableShape {
   std::string m_Name;
   std::vector<ColumnShape> m_Columns;
   std::string m_Sql;  // the statement that creates it
 };
 
-// One for each row type.
+// Returns one table per row type.
 const std::vector<TableShape>& RowTables();
 
 // Adds the tables and field maps of the row types to the storage.

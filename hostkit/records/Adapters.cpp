@@ -1,4 +1,4 @@
-// Identities of adapters.
+// Identities of adapters, and their global numbers.
 #include <algorithm>
 #include <tuple>
 
@@ -18,11 +18,12 @@ std::map<std::string, std::vector<std::int32_t>> CGlobalAdapterID::AllHostsAdapt
 namespace {
 
 // Host name, segment, bus, device, function.
-using Place = std::tuple<std::string, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>;
+using Location =
+    std::tuple<std::string, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>;
 
 struct Numbering {
   Base::Mutex lock;
-  std::map<Place, std::int32_t> given HOST_GUARDED_BY(lock);
+  std::map<Location, std::int32_t> assigned HOST_GUARDED_BY(lock);
   std::int32_t last HOST_GUARDED_BY(lock) = 0;
 };
 
@@ -42,13 +43,14 @@ bool IsTaken(std::int32_t number) {
                      [number](const auto& host) { return Contains(host.second, number); });
 }
 
-std::int32_t NumberOfPlace(Numbering& numbering, const Place& place) HOST_REQUIRES(numbering.lock) {
-  const auto known = numbering.given.find(place);
-  if (known != numbering.given.end()) return known->second;
+std::int32_t NumberOfLocation(Numbering& numbering, const Location& location)
+    HOST_REQUIRES(numbering.lock) {
+  const auto known = numbering.assigned.find(location);
+  if (known != numbering.assigned.end()) return known->second;
   do {
     ++numbering.last;
   } while (IsTaken(numbering.last));
-  numbering.given.emplace(place, numbering.last);
+  numbering.assigned.emplace(location, numbering.last);
   return numbering.last;
 }
 
@@ -62,7 +64,7 @@ void CGlobalAdapterID::GenerateUniqueAdapterNumber() {
   Numbering& numbering = TheNumbering();
   const Base::MutexLock guard(numbering.lock);
   m_GlobalNumber =
-      NumberOfPlace(numbering, Place(m_HostName, m_Segment, m_Bus, m_Device, m_Function));
+      NumberOfLocation(numbering, Location(m_HostName, m_Segment, m_Bus, m_Device, m_Function));
   auto& numbersOfHost = AllHostsAdaptersUniqueIDs[m_HostName];
   if (!Contains(numbersOfHost, m_GlobalNumber)) numbersOfHost.push_back(m_GlobalNumber);
 }

@@ -16,8 +16,8 @@ Base::TrustedPath FullPath(const boost::filesystem::path& name) {
   return Base::ResolveTrusted((HostKit::ConfigDirectory() / name.filename()).string());
 }
 
-// A file that another user has put there counts as unreadable. It is checked
-// again after reading, in case it was put there meanwhile.
+// Reads the file into `text`. A file that another user could have put there counts as unreadable.
+// The path is checked again after reading, in case the file was replaced meanwhile.
 HostKit::FileRead ReadTrusted(const Base::TrustedPath& file, std::string& text) {
   if (!file.m_Objection.empty()) return HostKit::FileRead::Failed;
   std::string read;
@@ -27,8 +27,8 @@ HostKit::FileRead ReadTrusted(const Base::TrustedPath& file, std::string& text) 
   return result;
 }
 
-// `text` with the key set. Empty if the value would not read back as given: what the ini format
-// cannot express must not damage the other keys.
+// Returns `text` with the key set, or an empty text if the value would not read back unchanged: a
+// value that the ini format cannot express must not damage the other keys.
 std::string SetKey(const std::string& text, const std::string& key, const std::string& value) {
   const std::string edited = HostKit::WithIniValue(text, key, value);
   std::string readBack;

@@ -37,7 +37,8 @@ bool LockWithTimeout(const Base::Descriptor& directory) {
   return false;
 }
 
-// Opens a draft with the owner and mode of the old file, if there is one. Returns 0 or the errno.
+// Opens a draft with the owner and mode of the old file, if there is one. Returns 0 or an errno
+// value.
 int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int directory) {
   struct stat old {};
   const bool exists = fstatat(directory, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
@@ -45,7 +46,7 @@ int OpenDraft(Base::FileReplacement& replacement, const std::string& name, int d
       ".corvane-", exists ? S_IRUSR | S_IWUSR : Base::NewFileMode(geteuid()));
   if (error != 0 || !exists) return error;
   const int draft = replacement.Draft().Get();
-  // Only a privileged process can give a file away; for others it becomes their own.
+  // Only a privileged process can set another owner; otherwise the caller becomes the owner.
   if (fchown(draft, old.st_uid, old.st_gid) != 0) errno = 0;
   return fchmod(draft, old.st_mode & 07777) == 0 ? 0 : errno;
 }

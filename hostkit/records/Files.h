@@ -1,4 +1,4 @@
-// Reading and replacing files as a whole. Nothing here throws, except std::bad_alloc.
+// Reading small files and replacing them atomically. The functions throw only std::bad_alloc.
 #pragma once
 
 #include <filesystem>
@@ -9,18 +9,20 @@
 
 namespace HostKit {
 
-// Creates what is missing of a directory and of those above it. Root's are closed to other writers,
-// whatever its umask: root would not trust them afterwards. Check the result by opening it.
+// Creates a directory and its missing parents. Directories that root creates are not writable by
+// others, regardless of the umask; otherwise root would not trust them later. Reports no errors:
+// open the directory to check the result.
 void CreateDirectories(const std::filesystem::path& directory);
 
-// Keeps other writers of a directory out, in this and in other processes, as long as it lives.
+// Locks a directory against other writers, in this and in other processes, for the lifetime of the
+// object.
 class DirectoryLock {
  public:
-  // Waits for the lock, but only for seconds: whoever may read the directory can hold it. Creates
-  // the directory, and those above it, if missing.
+  // Waits about 5 seconds for the lock: any process that may read the directory could hold it
+  // forever. Creates the directory and its parents if they are missing.
   explicit DirectoryLock(const std::filesystem::path& directory);
 
-  // False: the directory does not exist and cannot be created, or it cannot be locked.
+  // False if the directory cannot be created, opened or locked.
   bool IsHeld() const { return m_Held; }
   const Base::Descriptor& Directory() const { return m_Directory; }
 
@@ -31,13 +33,13 @@ class DirectoryLock {
 
 enum class FileRead { Done, Missing, Failed };
 
-// Reads a regular file of up to a mebibyte, not a link, unless another user could have put there
-// what was opened. `content` is written only when the result is `Done`.
+// Reads a regular file of up to 1 MiB. Fails for a link, and for a file that another user could
+// have put there. Sets `content` only if the result is `Done`.
 FileRead ReadFile(const Base::TrustedPath& file, std::string& content);
 
 // Atomically replaces the file `name` in the locked `directory`, or creates it. An existing file
-// keeps its mode and, where possible, its owner. False: the old file is unchanged, or there is
-// still none; also for a content that `ReadFile` would reject as too large.
+// keeps its mode and, where possible, its owner. Returns false and changes nothing on failure, and
+// if `content` is too large for `ReadFile`.
 bool ReplaceFile(const std::string& name, const std::string& content,
                  const DirectoryLock& directory);
 

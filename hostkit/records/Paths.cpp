@@ -14,13 +14,13 @@ namespace {
 using boost::filesystem::path;
 
 // An empty variable counts as unset, and so does every variable in a program that runs with more
-// rights than its caller.
+// privileges than its caller.
 std::string Variable(const char* name) {
   const char* const value = secure_getenv(name);
   return value != nullptr ? value : "";
 }
 
-// A service may have no HOME.
+// The home directory in the user database, for a service without HOME.
 path HomeOfUser() {
   std::array<char, 16384> buffer{};
   passwd entry{};

@@ -1,5 +1,5 @@
-// The PCI bus as sysfs shows it: a directory per device, named by its address, with its identity in
-// small text files.
+// Finds devices on the PCI bus. sysfs has a directory per device, named after its address, with its
+// identity in small text files.
 #include <algorithm>
 #include <charconv>
 #include <climits>
@@ -20,7 +20,7 @@ namespace {
 // Segment, bus, device, function; compares in that order.
 using Address = std::tuple<int, int, int, int>;
 
-// All of `text` as a hexadecimal number up to `largest`.
+// Parses all of `text` as a hexadecimal number up to `largest`.
 std::optional<std::uint32_t> ParseHex(std::string_view text, std::uint32_t largest) {
   std::uint32_t number = 0;
   const char* const end = text.data() + text.size();
@@ -29,21 +29,21 @@ std::optional<std::uint32_t> ParseHex(std::string_view text, std::uint32_t large
   return number;
 }
 
-// "0000:3b:00.0". A segment has four digits, or more with some bridges.
+// Parses an address such as "0000:3b:00.0". The segment has four digits, or more on some machines.
 std::optional<Address> ParseAddress(std::string_view name) {
   const std::size_t tail = sizeof ":bb:dd.f" - 1;
   if (name.size() < tail + 4) return std::nullopt;
-  const std::string_view place = name.substr(name.size() - tail);
-  if (place[0] != ':' || place[3] != ':' || place[6] != '.') return std::nullopt;
+  const std::string_view rest = name.substr(name.size() - tail);
+  if (rest[0] != ':' || rest[3] != ':' || rest[6] != '.') return std::nullopt;
   const auto segment = ParseHex(name.substr(0, name.size() - tail), INT_MAX);
-  const auto bus = ParseHex(place.substr(1, 2), 0xFF);
-  const auto device = ParseHex(place.substr(4, 2), 0x1F);
-  const auto function = ParseHex(place.substr(7, 1), 7);
+  const auto bus = ParseHex(rest.substr(1, 2), 0xFF);
+  const auto device = ParseHex(rest.substr(4, 2), 0x1F);
+  const auto function = ParseHex(rest.substr(7, 1), 7);
   if (!segment || !bus || !device || !function) return std::nullopt;
   return Address(*segment, *bus, *device, *function);
 }
 
-// A file such as "vendor" with a line such as "0x1aed".
+// Reads a file such as "vendor", which contains a line such as "0x1aed".
 std::optional<std::uint32_t> ReadIdentity(const std::filesystem::path& file) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error)) return std::nullopt;

@@ -26,8 +26,8 @@ constexpr double kBytesPerTByte = 1099511627776.0;
 
 constexpr double kLongestHours = HostKit::kLongestLifetimeHours;
 
-// Hours until `left` is used up, given that `used` was used in `age` hours. If nothing was used, it
-// lasts as long as can be expressed.
+// Returns the hours until `left` is used up, given that `used` was used up in `age` hours. If
+// nothing was used, returns the longest estimate.
 double HoursLeft(double left, double used, double age) {
   if (left <= 0) return 0;
   return used <= 0 ? kLongestHours : left * age / used;

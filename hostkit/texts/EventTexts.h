@@ -1,7 +1,7 @@
 // The registry of events: severity, sentence in the log, and either advice or the reason for an
 // adapter's status that the event reports. %1 is the adapter's name, %2 the drive's.
 //
-// Where two events report the same reason, the one with the lower number is its start.
+// If two events report the same reason, the one with the lower number reports its start.
 #pragma once
 
 #include "host/Identifiers.h"
@@ -51,7 +51,7 @@ inline constexpr std::array kEventTexts{
 // clang-format on
 #undef HOSTKIT_EVENT
 
-// Whether the sentence has each of its placeholders once, in order, and no other.
+// Whether the sentence contains each of its placeholders exactly once, in order, and no others.
 constexpr bool PlaceholdersAgree(const EventRow& row) {
   unsigned int named = 0;
   for (const char* at = row.m_Text; *at != 0; ++at) {

@@ -1,4 +1,4 @@
-// What properties, operations and reasons mean, for readers who see them for the first time.
+// Explanations of properties, operations and reasons for first-time readers.
 #pragma once
 
 #include "host/Identifiers.h"

@@ -23,7 +23,7 @@ inline constexpr std::array kEventNames{
 inline constexpr std::array kOperationNames{TextRow{PI::OP_UNDEFINED, "OP_UNDEFINED"},
                                             PI_OPERATIONS(HOSTKIT_ROW)};
 
-// Properties first: a name that a property and a short name share means the property.
+// Properties come first: a name shared by a property and a short name refers to the property.
 inline constexpr std::array kPropertyNames{PI_PROPERTIES(HOSTKIT_ROW) PI_SHORT_NAMES(HOSTKIT_ROW)};
 
 inline constexpr std::array kValueNames{TextRow{PI::Value::UNDEFINED, "UNDEFINED"},

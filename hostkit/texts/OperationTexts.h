@@ -1,4 +1,4 @@
-// Captions of the operations, and the host's questions before some of them.
+// Captions of the operations, and the questions that the host asks before some of them.
 #pragma once
 
 #include "host/Identifiers.h"
@@ -19,7 +19,7 @@ inline constexpr std::array kOperationTexts{
     TextRow{PI::OP_FORCE_DETACH, "Force detach"},
 };
 
-// By number, `COperation::m_ConfirmText`.
+// The numbers are values of `COperation::m_ConfirmText`.
 inline constexpr std::array kHostTexts{
     TextRow{22029,
             "The system will lose access to the drive until it is online again. Take it offline?"},

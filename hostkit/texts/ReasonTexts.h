@@ -1,5 +1,5 @@
-// The reasons for an adapter's status: the best status with each, and what a person can do about
-// it.
+// For each reason for an adapter's status: the best status that the adapter can have, and what a
+// person can do.
 #pragma once
 
 #include "host/Identifiers.h"

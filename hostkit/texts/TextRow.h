@@ -24,15 +24,15 @@ struct ReasonRow {
 
 // What to do about an event, and the reason that it reports, if any.
 struct EventAdvice {
-  std::uint32_t m_Reason;  // or 0
+  std::uint32_t m_Reason;  // 0 if none
   const char* m_Text;      // empty if no action is needed
 };
 
-// An event: how severe it is at least, and its sentence.
+// An event: its lowest severity, its sentence and the advice.
 struct EventRow {
   std::uint32_t m_Number;
-  PI::_SEVERITY m_Severity;     // the lowest with which it is reported
-  unsigned int m_Placeholders;  // in the sentence: %1 to %m_Placeholders
+  PI::_SEVERITY m_Severity;     // the lowest one of the event
+  unsigned int m_Placeholders;  // count; the sentence contains %1, %2 and so on
   const char* m_Text;
   EventAdvice m_Advice;
 };
@@ -52,7 +52,7 @@ constexpr bool NumbersRise(const std::array<Row, size>& rows) {
   return true;
 }
 
-// The row of a number, or null.
+// Returns the row of a number, or null.
 template <class Row, std::size_t size>
 constexpr const Row* FindRow(const std::array<Row, size>& rows, std::uint32_t number) {
   for (const Row& row : rows) {

@@ -38,7 +38,7 @@ std::uint32_t NumberOfText(const Rows& rows, const std::string& text) {
   return 0;
 }
 
-// The 1-based number of the placeholder that begins at `at`, or 0.
+// Returns the 1-based number of the placeholder that starts at `at`, or 0.
 unsigned int PlaceholderAt(const std::string& sentence, std::size_t at, unsigned int count) {
   if (sentence[at] != '%' || at + 1 == sentence.size()) return 0;
   const char digit = sentence[at + 1];
@@ -46,7 +46,7 @@ unsigned int PlaceholderAt(const std::string& sentence, std::size_t at, unsigned
   return number <= count ? number : 0;
 }
 
-// In one pass, so that a text may contain what looks like a placeholder.
+// Works in one pass, because a text may contain characters that look like a placeholder.
 template <class Texts>
 std::string Fill(const EventRow& row, const Texts& texts) {
   const std::string sentence = row.m_Text;
@@ -76,7 +76,7 @@ std::string AdviceIn(const Rows& rows, std::uint32_t number) {
   return row != nullptr ? row->m_Advice : "";
 }
 
-// The names in the meaning of an event.
+// Replaces the placeholders in the explanation of an event.
 const std::array<std::string, 2> kAnyNames = {"NAME", "NAME"};
 
 }  // namespace

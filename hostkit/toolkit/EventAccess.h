@@ -1,4 +1,4 @@
-// Defines the type that the toolkit's header declares for the state of an event.
+// Defines `CEvent::State`, which the toolkit's header only declares.
 #pragma once
 
 #include "host/Toolkit.h"

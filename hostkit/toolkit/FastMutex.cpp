@@ -59,8 +59,8 @@ using HostKit::MonitorLock;
 
 namespace {
 
-// Counted before the lock is tried again. `Release` frees the lock before it checks for waiters, so
-// one of the two sees the other.
+// Counts a waiter before the waiter tries the lock again. `Release` frees the lock before it checks
+// for waiters. So the waiter sees the free lock, or `Release` sees the waiter.
 class CountedWaiter {
  public:
   explicit CountedWaiter(HostKit::LockState& state) : m_State(state) { ++m_State.m_Waiters; }

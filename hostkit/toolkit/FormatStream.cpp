@@ -14,7 +14,7 @@ struct Placeholder {
   bool hexadecimal;
 };
 
-// The first placeholder at `from` or later; its position is npos if there is none.
+// Finds the first placeholder at `from` or later; its position is npos if there is none.
 Placeholder FindPlaceholder(std::string_view text, std::size_t from) {
   constexpr std::string_view hexadecimal = "0x%x";
   for (std::size_t at = from; (at = text.find_first_of("%0", at)) != text.npos; ++at) {
@@ -24,8 +24,8 @@ Placeholder FindPlaceholder(std::string_view text, std::size_t from) {
   return {text.npos, 0, false};
 }
 
-// Replaces a placeholder, if there is one, by `value`. Returns where the next search starts: after
-// the value, which may contain a '%'.
+// Replaces a placeholder, if there is one, with `value`. Returns where the next search starts:
+// after the value, which may contain a '%'.
 std::size_t Replace(std::string& text, const Placeholder& place, std::string_view value) {
   if (place.at == text.npos) return text.size();
   text.replace(place.at, place.length, value);
@@ -43,7 +43,7 @@ std::string Number(unsigned long value, bool hexadecimal) {
 CFormatStream::CFormatStream(Internals::CTraceStreamBuffer& buffer, const char* format)
     : m_Buffer(buffer), m_Text(format), m_Next(0) {}
 
-// Without memory the line is lost; that must not end the host.
+// If memory runs out, the line is lost; that must not terminate the host.
 CFormatStream::~CFormatStream() {
   try {
     m_Buffer.Append(m_Text);

@@ -1,5 +1,5 @@
-// The numbers of the kit's locks, events and threads, and the failures requested for them. All of
-// it is guarded by the monitor.
+// A registry of the kit's locks, events and threads, with the failures requested for them. All
+// members are guarded by the monitor.
 #pragma once
 
 #include <algorithm>
@@ -12,12 +12,12 @@
 
 namespace HostKit {
 
-// The states of one kind that exist now.
+// The existing objects of one kind.
 template <class State>
 class Registry {
  public:
-  // Adds a state, which must be removed before its destruction. Returns its number, from 1 in order
-  // of construction.
+  // Adds a state, which must be removed before its destruction. Returns its ordinal, counted from 1
+  // in order of construction.
   std::size_t Add(State& state) HOST_REQUIRES(g_Monitor) {
     m_Alive.push_back(&state);
     return m_Next++;
@@ -25,7 +25,7 @@ class Registry {
   void Remove(State& state) HOST_REQUIRES(g_Monitor) {
     m_Alive.erase(std::find(m_Alive.begin(), m_Alive.end(), &state));
   }
-  // Numbers the states that are added from now on from 1; those that exist lose their numbers.
+  // Restarts the ordinals of states added later at 1, and sets those of existing states to 0.
   void RestartOrdinals() HOST_REQUIRES(g_Monitor) {
     for (State* state : m_Alive) state->m_Ordinal = 0;
     m_Next = 1;

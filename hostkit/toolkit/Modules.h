@@ -1,4 +1,4 @@
-// The modules that are loaded now.
+// The currently loaded modules.
 #pragma once
 
 #include <cstdint>
@@ -13,15 +13,15 @@ namespace HostKit {
 // in any order, by any thread.
 class Modules {
  public:
-  // The list of this process; the same object at every call.
+  // Returns the list of this process, always the same object.
   static Modules& Get();
 
-  // Adds a module, which keeps its place until `Remove`, and gives it the current mask.
+  // Adds a module and sets its mask. The module must stay at its address until `Remove`.
   void Add(MBX::Misc::CModuleInfo& module);
-  // Removes a module that was added. Afterwards this class does not use it any more.
+  // Removes a module that was added; it is not used afterwards.
   void Remove(MBX::Misc::CModuleInfo& module);
-  // Gives the mask, one bit per trace level, to all modules, and to those that are added later. A
-  // line that another thread is writing may still follow the old mask.
+  // Sets the mask (one bit per trace level) of all modules, including those added later. A line
+  // that another thread is writing may still follow the old mask.
   void SetTraceMask(std::uint32_t mask);
 
  private:

@@ -15,7 +15,7 @@ namespace HostKit {
 
 namespace {
 
-// A plain pointer, which is still valid after the thread's own objects have been destroyed.
+// A plain pointer, which can still be read after the thread's thread_local objects were destroyed.
 thread_local ThreadRecord* t_pSelf = nullptr;
 thread_local bool t_Ending = false;
 
@@ -38,8 +38,8 @@ std::shared_ptr<ThreadRecord> NewRecord() {
   return record;
 }
 
-// Releases the monitor for a call to the outside. The analysis cannot follow a lock that is
-// released by one function and taken again by another.
+// Releases the monitor while a handler is called. The thread safety analysis cannot follow a lock
+// that one function releases and another acquires again.
 class Unlocked {
  public:
   explicit Unlocked(MonitorLock& lock) HOST_NO_THREAD_SAFETY_ANALYSIS : m_Lock(lock) {
@@ -67,12 +67,12 @@ void WakeSignal::AwaitUntil(MonitorLock&, std::int64_t deadlineNs) {
 
 void WaitScheduler::CancelHere(ThreadRecord& self) {
   if (!self.cancelRequested.load(std::memory_order_relaxed)) return;
-  // As in real time, it remains pending in a thread that has disabled cancellation.
+  // As in real time, the request remains pending while the thread has disabled cancellation.
   int state = PTHREAD_CANCEL_ENABLE;
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
   pthread_setcancelstate(state, nullptr);
   if (state == PTHREAD_CANCEL_DISABLE) return;
-  // Reset, so that waits during the unwinding do not end the thread again.
+  // Reset, so that waits during the unwinding do not cancel the thread again.
   self.cancelRequested = false;
   pthread_exit(PTHREAD_CANCELED);
 }
@@ -128,7 +128,7 @@ class Monitor::Stay {
  private:
   Monitor& m_Monitor;
   Sleeper& m_Sleeper;
-  Sleeper* const m_pOuter;  // not null if a deadlock handler waits
+  Sleeper* const m_pOuter;  // set if a deadlock handler waits
 };
 
 bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {

@@ -1,4 +1,4 @@
-// All waits of the kit: who waits, for what, and which threads are known.
+// All waits of the kit: the waiting threads, their conditions, and the known threads.
 #pragma once
 
 #include <functional>
@@ -10,23 +10,24 @@
 
 namespace HostKit {
 
-// Never destroyed: modules may use it until the process is gone. All members may be called from any
-// thread; a native cancellation point is only where a comment says so.
+// Never destroyed: modules may use it until the process exits. Thread-safe. Only the members
+// documented as cancellation points are native cancellation points.
 class Monitor {
  public:
   static Monitor& Get();
 
-  // The calling thread's record, created when it is first needed.
+  // Returns the calling thread's record, which the first call creates.
   static ThreadRecord& Self();
-  // Gives the calling thread, new to the kit, a record that its creator prepared.
+  // Sets the record of the calling thread, which is new to the kit.
   void Adopt(std::shared_ptr<ThreadRecord> record) HOST_EXCLUDES(g_Monitor);
-  // The thread with that record ends.
+  // Called when the thread with that record ends.
   void Forget(std::shared_ptr<ThreadRecord> record) HOST_EXCLUDES(g_Monitor);
 
   WaitScheduler& Scheduler() const { return *m_pScheduler.load(std::memory_order_acquire); }
 
-  // Blocks the calling thread until it has taken the condition, which is true, or the deadline has
-  // passed. Every wait of the kit is one of these. A cancellation point.
+  // Blocks the calling thread until it has taken the condition, and returns true, or until the
+  // deadline has passed, and returns false. Every wait of the kit calls this function. A
+  // cancellation point.
   bool WaitUntil(Condition& condition, std::int64_t deadlineNs) HOST_EXCLUDES(g_Monitor);
   bool WaitFor(Condition& condition, unsigned int timeoutMs) HOST_EXCLUDES(g_Monitor);
 
@@ -43,7 +44,7 @@ class Monitor {
   const std::vector<ThreadRecord*>& Known() const HOST_REQUIRES(g_Monitor) { return m_Known; }
   const std::vector<Sleeper*>& Sleepers() const HOST_REQUIRES(g_Monitor) { return m_Sleepers; }
 
-  // Makes `scheduler` the time mode, with the calling thread as its first known one. Throws
+  // Makes `scheduler` the time mode, with the calling thread as its first known thread. Throws
   // `std::logic_error` while another thread of the kit is alive.
   void SelectMode(WaitScheduler& scheduler, std::uint64_t seed) HOST_EXCLUDES(g_Monitor);
 
@@ -60,12 +61,12 @@ class Monitor {
 
   std::atomic<WaitScheduler*> m_pScheduler;
 
-  // In order of joining, and of beginning to wait.
+  // In order of joining, and in order of starting to wait.
   std::vector<ThreadRecord*> m_Known HOST_GUARDED_BY(g_Monitor);
   std::vector<Sleeper*> m_Sleepers HOST_GUARDED_BY(g_Monitor);
-  // The thread that selected the mode, if that made it known.
+  // The thread that selected the mode, which made it known; null if that thread has ended.
   ThreadRecord* m_pSelector HOST_GUARDED_BY(g_Monitor) = nullptr;
-  // Records of threads that ended while they held a lock: the lock still points to its owner.
+  // Records of threads that ended while they held a lock, which still points to its owner.
   std::vector<std::shared_ptr<ThreadRecord>> m_Graveyard HOST_GUARDED_BY(g_Monitor);
   std::function<void(const std::string&)> m_OnDeadlock HOST_GUARDED_BY(g_Monitor);
 };

@@ -29,8 +29,8 @@ class RealScheduler final : public WaitScheduler {
   mutable std::atomic<std::int64_t> m_AheadOfSteadyMs{std::numeric_limits<std::int64_t>::min()};
 };
 
-// When the wall clock is set back, the steady clock carries the time on; when it is set forward, as
-// after a start without a battery clock, the time follows.
+// If the wall clock is set back, the time continues at the pace of the steady clock. If the wall
+// clock is set forward, as after a boot without a battery-backed clock, the time follows.
 std::int64_t RealScheduler::EpochMs() const {
   const std::int64_t steadyMs = SteadyNs() / kNsPerMs;
   const auto wall = std::chrono::system_clock::now().time_since_epoch();

@@ -6,8 +6,8 @@ namespace HostKit {
 
 namespace {
 
-// One in so many switches fires a timeout although threads could run: often enough to happen in
-// every schedule, rarely enough that a job is not always late.
+// On average, one in this many switches fires a timeout although threads could run: often enough to
+// happen in every schedule, but rarely enough that jobs can finish in time.
 constexpr unsigned int kTimerOdds = 64;
 
 }  // namespace

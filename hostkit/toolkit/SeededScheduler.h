@@ -1,4 +1,4 @@
-// One thread at a time, in an order drawn from a seed.
+// The time mode that runs one thread at a time, in an order drawn from a seed.
 #pragma once
 
 #include <random>
@@ -7,8 +7,8 @@
 
 namespace HostKit {
 
-// Known threads run only when it is their turn. Others run outside the schedule; the seed does not
-// repeat what they do.
+// Known threads run only when it is their turn. Other threads run outside the schedule, and the
+// seed does not reproduce what they do.
 class SeededScheduler final : public VirtualScheduler {
  public:
   void Restart(std::uint64_t seed) override HOST_REQUIRES(g_Monitor);
@@ -21,10 +21,10 @@ class SeededScheduler final : public VirtualScheduler {
 
  private:
   void AwaitTurn(MonitorLock& lock, ThreadRecord& self) HOST_REQUIRES(g_Monitor);
-  // Ends the turn because `own` blocks, or because its thread has left.
+  // Passes on the turn because `own` blocks, or because a thread has left if `own` is null.
   void PassOn(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
   void MaybeFireTimer() HOST_REQUIRES(g_Monitor);
-  // Null if no known thread can run.
+  // Returns a random known thread that can run, or null if there is none.
   ThreadRecord* Draw() HOST_REQUIRES(g_Monitor);
   void GiveTurn(ThreadRecord* thread) HOST_REQUIRES(g_Monitor);
 

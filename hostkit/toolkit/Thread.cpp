@@ -34,8 +34,8 @@ struct Launch {
   std::unique_ptr<CDelegate> call;
 };
 
-// Reports the end of the calling thread, by return or by unwinding. From then on it can no longer
-// be canceled.
+// Reports the end of the calling thread, whether by return or by unwinding. The thread can no
+// longer be canceled after that.
 class EndMark {
  public:
   explicit EndMark(std::shared_ptr<ThreadState> state) : m_State(std::move(state)) {}
@@ -74,7 +74,7 @@ extern "C" void* HostKitThread(void* launch) {
   return nullptr;
 }
 
-// Counts this start against the requested failures.
+// Counts this start, and returns true if a failure was requested for it.
 bool FailsNow(std::vector<unsigned int>& startsToGo) {
   for (unsigned int& toGo : startsToGo) --toGo;
   const auto due = std::find(startsToGo.begin(), startsToGo.end(), 0U);
@@ -85,7 +85,7 @@ bool FailsNow(std::vector<unsigned int>& startsToGo) {
 
 std::atomic<std::size_t> g_FailedThreads{0};
 
-// The thread is known before it runs, so that virtual time waits for its first step.
+// Registers the thread before it runs, so that virtual time waits for its first step.
 bool Start(std::unique_ptr<Launch> launch) {
   Monitor& monitor = Monitor::Get();
   ThreadState& state = *launch->state;
@@ -132,7 +132,7 @@ struct CThread::State : HostKit::ThreadState {};
 CThread::CThread() : m_pState(std::make_shared<State>()) {}
 
 CThread::~CThread() {
-  // Joining is a cancellation point, and this is a destructor.
+  // Joining is a cancellation point, and a destructor must not be canceled.
   const Base::CancellationGuard guard;
   MonitorLock lock;
   if (!m_pState->m_Created) return;
@@ -142,7 +142,7 @@ CThread::~CThread() {
     return;
   }
   lock.Unlock();
-  // Returns almost at once: the thread has nothing left to do.
+  // Returns almost immediately: the thread has nothing left to do.
   pthread_join(thread, nullptr);
 }
 

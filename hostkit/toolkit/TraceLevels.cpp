@@ -24,7 +24,8 @@ bool IsLevel(std::uint32_t number) {
   return number != 0 && (number & (number - 1)) == 0;
 }
 
-// Each element is one level: "3" in a list is more likely a mistake than a mask.
+// Parses a list. Each element must be a single level: "3" in a list is more likely a mistake than a
+// mask.
 std::optional<std::uint32_t> List(const std::string& text) {
   std::uint32_t mask = 0;
   for (std::size_t begin = 0; begin <= text.size();) {

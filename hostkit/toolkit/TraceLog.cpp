@@ -33,7 +33,7 @@ std::unique_ptr<spdlog::logger> LogInto(spdlog::sink_ptr sink) {
   logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(
       "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));
   logger->flush_on(spdlog::level::trace);
-  // The library's own message contains the name of the file unescaped.
+  // The library's default handler prints the file name unescaped.
   logger->set_error_handler([isReported = false](const std::string& why) mutable {
     if (isReported) return;
     isReported = true;
@@ -50,9 +50,10 @@ void RequireNone(const std::string& objection) {
   if (!objection.empty()) throw spdlog::spdlog_ex(Base::Printable(objection), EPERM);
 }
 
-// Called before each opening, also of the next file when one is full, because the library follows
-// links. Once the file exists and is the user's own, no other user can replace it.
-void MakeWithoutFollowing(const std::string& path) {
+// Creates the file without following links, because the library would follow them. Called before
+// the library opens a file, including the next file when one is full. Once the file exists and
+// belongs to this user, no other user can replace it.
+void CreateWithoutFollowing(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
   RequireNone(trusted.m_Objection);
   CreateDirectories(std::filesystem::path(path).parent_path());
@@ -66,13 +67,13 @@ void MakeWithoutFollowing(const std::string& path) {
   RequireNone(Base::ResolveTrusted(path).m_Objection);
 }
 
-// Null if the file cannot be opened; errno gives the reason.
+// Returns null if the file cannot be opened, with the reason in errno.
 std::unique_ptr<spdlog::logger> LogToFile(const std::string& path) {
   const Base::TrustedPath file = Base::ResolveTrusted(path);
   errno = EPERM;
   if (!file.m_Objection.empty()) return nullptr;
   spdlog::file_event_handlers handlers;
-  handlers.before_open = MakeWithoutFollowing;
+  handlers.before_open = CreateWithoutFollowing;
   try {
     return LogInto(std::make_shared<spdlog::sinks::rotating_file_sink_st>(
         file.m_File.string(), kFileBytes, kOlderFiles, false, handlers));
@@ -92,13 +93,13 @@ std::unique_ptr<spdlog::logger> LogOfEnvironment() {
   return LogToStandardError();
 }
 
-// One line of the log. Texts of a card may contain line breaks; the result does not.
+// Formats one line of the log. A card's texts may contain line breaks; the result does not.
 std::string Render(const TraceLine& line) {
   return Base::Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
                          line.function + ':' + std::to_string(line.line) + ' ' + line.text);
 }
 
-// Where lines are written. Never destroyed: modules trace until the process ends.
+// The destination of trace lines. Never destroyed: modules may trace until the process exits.
 class TraceLog {
  public:
   static TraceLog& Get() {
@@ -129,8 +130,8 @@ class TraceLog {
   std::unique_ptr<spdlog::logger> m_Log HOST_GUARDED_BY(m_Mutex);
 };
 
-// Disables switch points: a sink may use the kit, as for the time, but no other thread may get its
-// turn while this one holds the log's native lock.
+// Disables switch points: a sink may use the kit, for example to get the time, but no other thread
+// may run while this one holds the log's native lock.
 class Pin {
  public:
   Pin() : m_Self(Monitor::Self()), m_Before(m_Self.pinned) { m_Self.pinned = true; }
@@ -150,13 +151,13 @@ void TraceLog::Write(const TraceLine& line) {
     m_Sink(line);
     return;
   }
-  // The kit's time, so that the log of a run in virtual time shows virtual time.
+  // Uses the kit's time, so that the log of a run in virtual time shows virtual time.
   const std::chrono::milliseconds time(Monitor::Get().Scheduler().EpochMs());
   m_Log->log(spdlog::log_clock::time_point(time), spdlog::source_loc{}, spdlog::level::info,
              Render(line));
 }
 
-// "CorvanePlugin" of "/src/CorvanePlugin.cpp".
+// Returns "CorvanePlugin" for "/src/CorvanePlugin.cpp".
 std::string Stem(std::string path) {
   path.erase(0, path.rfind('/') + 1);
   return path.substr(0, path.find('.'));
@@ -182,8 +183,8 @@ CTraceStreamBuffer::CTraceStreamBuffer(unsigned int level, const Misc::CModuleIn
     : m_Level(level), m_Module(module), m_File(file), m_Function(function), m_Line(line) {}
 
 CTraceStreamBuffer::~CTraceStreamBuffer() {
-  // Writing is a cancellation point, and this is a destructor. A line that cannot be written, as
-  // for lack of memory, is lost: tracing must not end the host.
+  // Writing is a cancellation point, and a destructor must not be canceled. A line that cannot be
+  // written, for example for lack of memory, is lost: tracing must not terminate the host.
   const Base::CancellationGuard guard;
   try {
     HostKit::TraceLog::Get().Write(

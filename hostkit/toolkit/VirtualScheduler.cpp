@@ -9,7 +9,7 @@ namespace HostKit {
 namespace {
 
 // Every run in virtual time starts at the same time, 2026-01-01 00:00 UTC, so that it can be
-// repeated exactly. The steady clock starts at another number, as on a real machine.
+// repeated exactly. The steady clock starts at a different value, as on a real machine.
 constexpr std::int64_t kFirstEpochMs = 1'767'225'600'000;
 constexpr std::int64_t kFirstSteadyNs = 1'000'000'000'000;
 
@@ -73,7 +73,7 @@ void VirtualScheduler::Settle(MonitorLock& lock, Sleeper* own) {
   }
 }
 
-// The handler may use the kit to end the deadlock, so its thread counts as running.
+// The handler may use the kit to resolve the deadlock, so its thread counts as running.
 void VirtualScheduler::ReportDeadlock(MonitorLock& lock, Sleeper* own) {
   m_Reported = true;
   if (own != nullptr) own->thread.blocked = false;

@@ -1,4 +1,4 @@
-// Native threads, and a clock that jumps when all of them wait.
+// The time mode with native threads and a clock that jumps ahead when all of them wait.
 #pragma once
 
 #include "hostkit/toolkit/WaitScheduler.h"
@@ -16,11 +16,12 @@ class VirtualScheduler : public WaitScheduler {
   void Wake(Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);
 
  protected:
-  // Moves the clock to the earliest deadline and wakes the threads that wait for it. False if no
-  // thread has a deadline.
+  // Moves the clock to the earliest deadline and wakes the threads that wait for it. Returns false
+  // if no thread has a deadline.
   bool JumpToDeadline() HOST_REQUIRES(g_Monitor);
-  // Called when `own`, or a thread that has ended, stopped running. If no thread can run now, moves
-  // the clock or, with no deadline left, reports the deadlock.
+  // Called when a thread stops running: the thread of `own` blocks or, if `own` is null, a thread
+  // has ended. If no thread can run now, moves the clock to the earliest deadline, or reports a
+  // deadlock if there is none.
   void Settle(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
 
  private:
@@ -28,7 +29,7 @@ class VirtualScheduler : public WaitScheduler {
   void ReportDeadlock(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
 
   std::atomic<std::int64_t> m_NowNs{0};  // written under the monitor only
-  // No thread was woken since the last report of a deadlock.
+  // A deadlock was reported, and no thread was woken since.
   bool m_Reported HOST_GUARDED_BY(g_Monitor) = false;
 };
 

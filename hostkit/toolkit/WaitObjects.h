@@ -11,18 +11,19 @@
 
 namespace HostKit {
 
-// A recursive lock. Taking a free one, or one's own again, needs no mutex: the owner is an atomic.
-// Only a thread that finds it taken is counted in `m_Waiters` and waits in the monitor.
+// A recursive lock. The owner is atomic, so a thread needs no mutex to take a free lock or one that
+// it already holds. Only a thread that finds the lock held by another thread is counted in
+// `m_Waiters` and waits in the monitor.
 struct LockState : Condition {
   LockState();
   ~LockState() override;
 
-  // These need no monitor, except for the text.
+  // Only `Text` needs the monitor.
   bool Met() const override { return m_pOwner.load() == nullptr; }
   bool Take(ThreadRecord& taker) override;
   std::string Text() const override HOST_REQUIRES(g_Monitor);
 
-  // Counts this wait against the requested failures.
+  // Counts this wait, and returns true if a failure was requested for it.
   bool FailsNow() HOST_EXCLUDES(g_Monitor);
 
   std::atomic<bool> m_Usable{false};
@@ -51,7 +52,8 @@ struct EventState : Condition {
   bool m_Set HOST_GUARDED_BY(g_Monitor) = false;
 };
 
-// A thread, whose end can be waited for. Shared by the thread and the object that created it.
+// A thread as a condition that is met when the thread has ended. Shared by the thread and the
+// object that created it.
 struct ThreadState : Condition {
   ThreadState();
   ~ThreadState() override;

@@ -1,4 +1,4 @@
-// What differs between the time modes: which threads may run, and when a timeout fires.
+// The interface of the time modes, which decide when threads may run and when a timeout fires.
 #pragma once
 
 #include <pthread.h>
@@ -16,17 +16,18 @@ constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kAtOnce = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
-// The mutex of the monitor, which guards all that the kit knows of threads and their waits.
+// The mutex of the monitor, which guards the kit's state of threads and their waits.
 inline Base::Mutex g_Monitor;
 
-// Holds that mutex. A function that takes one is called with it held.
+// Holds `g_Monitor`. A function with such a parameter must be called with that mutex held.
 class HOST_SCOPED_CAPABILITY MonitorLock : public Base::MutexLock {
  public:
   MonitorLock() HOST_ACQUIRE(g_Monitor) : Base::MutexLock(g_Monitor) {}
   ~MonitorLock() HOST_RELEASE() {}
 };
 
-// Where one thread sleeps. `Await` may be left by a cancellation, with the mutex held again.
+// The condition variable on which one thread sleeps. Both waits are cancellation points; the mutex
+// is held again during the unwinding.
 class WakeSignal {
  public:
   WakeSignal() { pthread_cond_init(&m_Condition, nullptr); }
@@ -35,7 +36,7 @@ class WakeSignal {
   WakeSignal& operator=(const WakeSignal&) = delete;
 
   void Await(MonitorLock& lock) HOST_REQUIRES(g_Monitor);
-  // `deadlineNs` on the machine's monotonic clock.
+  // `deadlineNs` is a time on the machine's monotonic clock.
   void AwaitUntil(MonitorLock& lock, std::int64_t deadlineNs) HOST_REQUIRES(g_Monitor);
   void Send() { pthread_cond_signal(&m_Condition); }
 
@@ -50,14 +51,14 @@ struct ThreadRecord {
   WakeSignal wake;
   std::atomic<bool> cancelRequested{false};
 
-  // Set before another thread can reach the record, or under the monitor.
+  // Written before another thread can reach the record, or under the monitor.
   std::string name;
 
   Sleeper* sleeper HOST_GUARDED_BY(g_Monitor) = nullptr;  // set while it blocks
   bool blocked HOST_GUARDED_BY(g_Monitor) = false;
 
-  // Above 0: virtual time waits for it. Written under the monitor; the thread itself reads it
-  // without.
+  // Above 0 if virtual time waits for the thread. Written under the monitor; the thread itself
+  // reads it without holding the monitor.
   unsigned int knownDepth = 0;
 
   // Only the thread itself uses these.
@@ -65,15 +66,16 @@ struct ThreadRecord {
   bool pinned = false;  // no switch points while it is inside a native lock
 };
 
-// What a thread can wait for.
+// A condition that a thread can wait for.
 class Condition {
  public:
   virtual ~Condition() = default;
   // Whether `Take` would succeed.
   virtual bool Met() const HOST_REQUIRES(g_Monitor) = 0;
-  // Takes what was waited for, for `taker`. False, without an effect, if it is not there.
+  // Takes the lock, event or other condition on behalf of `taker`. Returns false, without an
+  // effect, if it is not available.
   virtual bool Take(ThreadRecord& taker) HOST_REQUIRES(g_Monitor) = 0;
-  // For people: "lock 2, held by main".
+  // Returns a description for people, such as "lock 2, held by main".
   virtual std::string Text() const HOST_REQUIRES(g_Monitor) = 0;
 };
 
@@ -82,7 +84,7 @@ struct Sleeper {
   ThreadRecord& thread;
   const Condition& condition;
   const std::int64_t deadlineNs;
-  // The condition was met, the time is up, or the thread is canceled.
+  // The condition was met, the deadline has passed, or the thread was canceled.
   bool woken HOST_GUARDED_BY(g_Monitor) = false;
   bool timedOut HOST_GUARDED_BY(g_Monitor) = false;
 };
@@ -95,26 +97,26 @@ class WaitScheduler {
   // Called when the mode is selected, before any thread joins.
   virtual void Restart(std::uint64_t seed) HOST_REQUIRES(g_Monitor) = 0;
 
-  // The steady clock, the wall clock, and whether both are the machine's.
+  // Return the steady clock, the wall clock, and whether both are the machine's.
   virtual std::int64_t SteadyNs() const = 0;
   virtual std::int64_t EpochMs() const = 0;
   virtual bool IsReal() const = 0;
 
-  // The thread was added to or removed from the known ones. `Joined` is called by the thread's
-  // creator, `Begin` by the thread itself before it does anything.
+  // Called when a thread was added to or removed from the known threads. The thread's creator calls
+  // `Joined`; the thread itself calls `Begin` before it does anything else.
   virtual void Joined(ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
   virtual void Begin(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
   virtual void Left(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
 
-  // Another thread may take its turn here.
+  // A switch point: another thread may run here.
   virtual void Point(ThreadRecord&) HOST_EXCLUDES(g_Monitor) {}
-  // Returns when the sleeper was woken or its time is up.
+  // Blocks until the sleeper was woken or its deadline has passed.
   virtual void Block(MonitorLock& lock, Sleeper& sleeper) HOST_REQUIRES(g_Monitor) = 0;
   // Lets a blocked thread continue.
   virtual void Wake(Sleeper& sleeper) HOST_REQUIRES(g_Monitor) = 0;
 
-  // A cancellation point: ends the calling thread, `self`, if its cancellation was requested. With
-  // the monitor held or without it.
+  // A cancellation point: ends the calling thread, `self`, if its cancellation was requested. Call
+  // with or without the monitor held.
   virtual void CancelHere(ThreadRecord& self);
 };
 

@@ -8,7 +8,7 @@ using HostKit::Monitor;
 
 namespace {
 
-// Several events as one condition. Positions count from 0.
+// A condition that combines several events. Positions count from 0.
 class EventSet final : public HostKit::Condition {
  public:
   explicit EventSet(bool all) : m_All(all) {}
