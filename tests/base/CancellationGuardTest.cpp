@@ -1,3 +1,4 @@
+// Deferring the cancellation of a thread.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,7 +10,7 @@ namespace {
 std::string g_Steps;
 
 // Not instrumented, because a cancellation unwinds the stack without clearing sanitizer marks.
-[[gnu::no_sanitize_address]] void* CancelOneself(void*) {
+[[gnu::no_sanitize_address]] void* CancelSelf(void*) {
   pthread_cancel(pthread_self());
   {
     const Base::CancellationGuard outer;
@@ -29,7 +30,7 @@ std::string g_Steps;
 TEST(CancellationGuard, DefersACancellationUntilTheOutermostGuardEnds) {
   pthread_t thread{};
   void* result = nullptr;
-  ASSERT_EQ(0, pthread_create(&thread, nullptr, CancelOneself, nullptr));
+  ASSERT_EQ(0, pthread_create(&thread, nullptr, CancelSelf, nullptr));
   ASSERT_EQ(0, pthread_join(thread, &result));
   EXPECT_EQ(PTHREAD_CANCELED, result);
   EXPECT_EQ("inner outer ", g_Steps);

@@ -1,3 +1,4 @@
+// The owner of a file descriptor, and the functions that read and write through it.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -66,7 +67,7 @@ TEST(Descriptor, IsClosedOnExec) {
   EXPECT_EQ(FD_CLOEXEC, fcntl(OpenNull().Get(), F_GETFD));
 }
 
-// In a separate process, which starts without standard streams.
+// Runs in a child process that has closed its standard streams.
 TEST(Descriptor, NeverTakesTheNumberOfAStandardStream) {
   const pid_t child = fork();
   if (child == 0) {
@@ -90,18 +91,18 @@ TEST(WriteAll, ReportsTheError) {
 TEST(WriteAll, WritesMoreThanOneCallAccepts) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
-  const Base::Descriptor out(ends[0]);
-  Base::Descriptor in(ends[1]);
-  const std::string text(1 << 20, 'x');  // more than a pipe holds
+  const Base::Descriptor readEnd(ends[0]);
+  Base::Descriptor writeEnd(ends[1]);
+  const std::string text(1 << 20, 'x');  // larger than the pipe buffer
   const pid_t child = fork();
   if (child == 0) {
-    const int error = Base::WriteAll(in, text);
+    const int error = Base::WriteAll(writeEnd, text);
     _exit(error);
   }
-  in.Close();
+  writeEnd.Close();
   std::size_t total = 0;
   char block[4096];
-  for (ssize_t count = 0; (count = read(out.Get(), block, sizeof block)) > 0;) {
+  for (ssize_t count = 0; (count = read(readEnd.Get(), block, sizeof block)) > 0;) {
     total += static_cast<std::size_t>(count);
   }
   EXPECT_EQ(text.size(), total);
@@ -113,7 +114,7 @@ TEST(WriteAll, WritesMoreThanOneCallAccepts) {
 TEST(ReadAll, ReadsUpToTheLimit) {
   const TemporaryDirectory directory;
   const auto name = directory.Path() / "file";
-  const std::string content(40000, 'x');  // more than one call reads
+  const std::string content(40000, 'x');  // larger than one read
   WriteText(name, content);
   const auto read = [&name](std::size_t limit, std::string& text) {
     return Base::ReadAll(Base::OpenAt(AT_FDCWD, name, O_RDONLY), limit, text);
@@ -132,7 +133,7 @@ TEST(ReadAll, ReportsTheError) {
   EXPECT_EQ("", text);
 }
 
-TEST(MakePipe, CarriesTextToItsEndOfFile) {
+TEST(MakePipe, CarriesTextUntilEndOfFile) {
   Base::Pipe pipe = Base::MakePipe();
   EXPECT_EQ(FD_CLOEXEC, fcntl(pipe.m_Read.Get(), F_GETFD));
   EXPECT_EQ(FD_CLOEXEC, fcntl(pipe.m_Write.Get(), F_GETFD));
@@ -143,17 +144,18 @@ TEST(MakePipe, CarriesTextToItsEndOfFile) {
   EXPECT_EQ("text", text);
 }
 
-TEST(Discard, DropsWhatIsWritten) {
+TEST(Discard, DropsWrittenData) {
   const Base::Pipe pipe = Base::MakePipe();
   EXPECT_EQ(0, fcntl(pipe.m_Read.Get(), F_SETFL, O_NONBLOCK));
   Base::Discard(pipe.m_Write.Get());
   EXPECT_EQ(0, Base::WriteAll(pipe.m_Write, "text"));
   std::string text;
-  EXPECT_EQ(0, Base::ReadAll(pipe.m_Read, 4, text));  // its only writer has been replaced
+  // End of file, because the only writer has been replaced.
+  EXPECT_EQ(0, Base::ReadAll(pipe.m_Read, 4, text));
   EXPECT_EQ("", text);
 }
 
-TEST(ErrorOfReading, IsTheErrorOfOpening) {
+TEST(ErrorOfReading, IsTheErrorFromOpeningTheFile) {
   EXPECT_EQ(0, Base::ErrorOfReading("/dev/null"));
   EXPECT_EQ(ENOENT, Base::ErrorOfReading("/no/such/file"));
   EXPECT_EQ(ENOTDIR, Base::ErrorOfReading("/dev/null/file"));

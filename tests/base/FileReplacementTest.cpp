@@ -1,3 +1,4 @@
+// Atomic replacement of a file.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -16,9 +17,9 @@
 
 namespace {
 
-class Replacing : public testing::Test {
+class FileReplacementTest : public testing::Test {
  protected:
-  Replacing()
+  FileReplacementTest()
       : m_Opened(Base::OpenAt(AT_FDCWD, m_Directory.Path().string(), O_PATH | O_DIRECTORY)) {
     WriteText(Target(), "old");
   }
@@ -26,7 +27,7 @@ class Replacing : public testing::Test {
   std::filesystem::path Target() const { return m_Directory.Path() / "file"; }
   int Directory() const { return m_Opened.Get(); }
 
-  // The names in the directory: "file file.1a2b3c4d".
+  // Returns the sorted names in the directory, such as "file file.1a2b3c4d".
   std::string Names() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(m_Directory.Path())) {
@@ -42,7 +43,7 @@ class Replacing : public testing::Test {
   Base::Descriptor m_Opened;
 };
 
-TEST_F(Replacing, ShowsTheOldFileUntilTheNewOneIsComplete) {
+TEST_F(FileReplacementTest, ShowsTheOldFileUntilTheNewOneIsComplete) {
   Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
   ASSERT_EQ(0, replacement.Write("new "));
@@ -55,7 +56,7 @@ TEST_F(Replacing, ShowsTheOldFileUntilTheNewOneIsComplete) {
   EXPECT_EQ("file", Names());
 }
 
-TEST_F(Replacing, CreatesAMissingFile) {
+TEST_F(FileReplacementTest, CreatesAMissingFile) {
   std::filesystem::remove(Target());
   Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenUniqueDraft("file.", 0600));
@@ -64,7 +65,7 @@ TEST_F(Replacing, CreatesAMissingFile) {
   EXPECT_EQ("new", ReadText(Target()));
 }
 
-TEST_F(Replacing, RemovesADraftThatIsNotInstalled) {
+TEST_F(FileReplacementTest, RemovesADraftThatIsNotInstalled) {
   {
     Base::FileReplacement replacement(Directory(), "file");
     ASSERT_EQ(0, replacement.OpenUniqueDraft("file.", 0600));
@@ -75,20 +76,20 @@ TEST_F(Replacing, RemovesADraftThatIsNotInstalled) {
   EXPECT_EQ("old", ReadText(Target()));
 }
 
-TEST_F(Replacing, ReplacesALeftoverDraftAndDoesNotFollowLinks) {
-  const auto victim = m_Directory.Path() / "victim";
-  WriteText(victim, "precious");
-  std::filesystem::create_symlink(victim, m_Directory.Path() / "draft");
+TEST_F(FileReplacementTest, ReplacesALeftoverDraftAndDoesNotFollowLinks) {
+  const auto other = m_Directory.Path() / "other";
+  WriteText(other, "unrelated");
+  std::filesystem::create_symlink(other, m_Directory.Path() / "draft");
   Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
   ASSERT_EQ(0, replacement.Write("new"));
   ASSERT_EQ(0, replacement.Install());
-  EXPECT_EQ("precious", ReadText(victim));
+  EXPECT_EQ("unrelated", ReadText(other));
   EXPECT_EQ("new", ReadText(Target()));
-  EXPECT_EQ("file victim", Names());
+  EXPECT_EQ("file other", Names());
 }
 
-TEST_F(Replacing, CreatesTheDraftWithTheRequestedMode) {
+TEST_F(FileReplacementTest, CreatesTheDraftWithTheRequestedMode) {
   Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0640));
   struct stat status {};
@@ -96,7 +97,7 @@ TEST_F(Replacing, CreatesTheDraftWithTheRequestedMode) {
   EXPECT_EQ(0640U, status.st_mode & 07777);
 }
 
-TEST_F(Replacing, ReturnsTheNewFile) {
+TEST_F(FileReplacementTest, ReturnsTheNewFile) {
   Base::FileReplacement replacement(Directory(), "file");
   ASSERT_EQ(0, replacement.OpenDraft("draft", 0600));
   ASSERT_EQ(0, replacement.Write("new"));
@@ -107,7 +108,7 @@ TEST_F(Replacing, ReturnsTheNewFile) {
   EXPECT_STREQ("new", text);
 }
 
-TEST_F(Replacing, ReportsADirectoryInPlaceOfTheTarget) {
+TEST_F(FileReplacementTest, ReportsADirectoryInPlaceOfTheTarget) {
   std::filesystem::remove(Target());
   std::filesystem::create_directory(Target());
   {
@@ -119,15 +120,15 @@ TEST_F(Replacing, ReportsADirectoryInPlaceOfTheTarget) {
   EXPECT_EQ("file", Names());
 }
 
-TEST_F(Replacing, ReportsAMissingDirectory) {
+TEST_F(FileReplacementTest, ReportsAMissingDirectory) {
   Base::FileReplacement replacement(Directory(), "file");
   std::filesystem::remove_all(m_Directory.Path());
   EXPECT_EQ(ENOENT, replacement.OpenUniqueDraft("file.", 0600));
   EXPECT_EQ(ENOENT, replacement.OpenDraft("draft", 0600));
 }
 
-// In a separate process, whose file size is limited.
-TEST_F(Replacing, LeavesTheOldFileWhenTheDiskIsFull) {
+// Runs in a child process with a file size limit.
+TEST_F(FileReplacementTest, KeepsTheOldFileWhenAWriteFails) {
   const pid_t child = fork();
   if (child == 0) {
     std::signal(SIGXFSZ, SIG_IGN);

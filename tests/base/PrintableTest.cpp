@@ -1,3 +1,4 @@
+// Escaping of characters that a terminal would interpret.
 #include <gmock/gmock.h>
 
 #include <string>
@@ -16,7 +17,8 @@ struct Case {
   std::string m_Json;
 };
 
-// Both sides of each limit of the ranges that could move a cursor or reverse the text direction.
+// Code points on both sides of each boundary of the ranges that can move the cursor or change the
+// text direction.
 const std::vector<Case> kCases = {
     {std::string(1, '\0'), "\\x00", "\\u0000"},
     {"\x1f", "\\x1f", "\\u001f"},
@@ -59,7 +61,8 @@ TEST(Printable, DoesNotChangeEscapedText) {
   for (const Case& each : kCases) EXPECT_EQ(each.m_Visible, Printable(each.m_Visible));
 }
 
-// Including overlong forms of an escape character, a surrogate, and truncated characters.
+// The cases include overlong encodings of a control character, a surrogate, and truncated
+// characters.
 TEST(Printable, EscapesBytesThatAreNotUtf8) {
   EXPECT_EQ("bad\\xffutf", Printable("bad\xff"
                                      "utf"));

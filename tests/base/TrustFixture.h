@@ -16,7 +16,7 @@ inline bool IsRoot() {
   return geteuid() == 0;
 }
 
-// The process has the rights of an ordinary user until this is destroyed.
+// Runs the process with the rights of an ordinary user until this object is destroyed.
 class AsUser {
  public:
   explicit AsUser(uid_t user) {
@@ -54,12 +54,12 @@ class TrustFixture : public testing::Test {
     std::filesystem::create_symlink(target, link);
     return link;
   }
-  static Path Give(const Path& file, uid_t user = kOtherUser) {
+  static Path WithOwner(const Path& file, uid_t user = kOtherUser) {
     EXPECT_EQ(lchown(file.c_str(), user, user), 0);
     return file;
   }
 
-  // Removes the temporary directory from an objection.
+  // Removes the path of the temporary directory from an objection.
   std::string WithoutRoot(const std::string& objection) const {
     const std::string prefix = m_Directory.Path().string() + "/";
     return objection.rfind(prefix, 0) == 0 ? objection.substr(prefix.size()) : objection;

@@ -1,3 +1,4 @@
+// The rules for trusting directories, files and code by owner and mode.
 #include <gtest/gtest.h>
 
 #include "base/TrustRules.h"
@@ -18,7 +19,7 @@ struct stat Entry(mode_t mode, uid_t owner, gid_t group = 1000, nlink_t names = 
   return status;
 }
 
-// A case of the rules for directories and for code.
+// A test case for a directory or for code.
 struct Rule {
   const char* m_Name;
   mode_t m_Mode;
@@ -29,15 +30,15 @@ struct Rule {
 };
 
 const Rule kDirectories[] = {
-    {"root's own", 0755, kRoot, 0, kRoot, ""},
-    {"root's group may write", 0775, kRoot, 0, kRoot, ""},
-    {"another group may write", 0775, kRoot, 1000, kRoot, kOthers},
-    {"all may write", 0777, kRoot, 0, kRoot, kOthers},
+    {"owned by root, used by root", 0755, kRoot, 0, kRoot, ""},
+    {"writable by root's group", 0775, kRoot, 0, kRoot, ""},
+    {"writable by another group", 0775, kRoot, 1000, kRoot, kOthers},
+    {"writable by all", 0777, kRoot, 0, kRoot, kOthers},
     {"sticky", 01777, kRoot, 0, kRoot, ""},
-    {"sticky for a group", 01775, kRoot, 1000, kRoot, ""},
-    {"a user's, for root", 0700, kAnn, 1000, kRoot, "belongs to uid 1000"},
-    {"a user's, for the user", 0777, kAnn, 1000, kAnn, ""},
-    {"another user's, for a user", 0777, kBob, 1001, kAnn, ""},
+    {"sticky, writable by a group", 01775, kRoot, 1000, kRoot, ""},
+    {"owned by a user, used by root", 0700, kAnn, 1000, kRoot, "belongs to uid 1000"},
+    {"owned by a user, used by that user", 0777, kAnn, 1000, kAnn, ""},
+    {"owned by one user, used by another", 0777, kBob, 1001, kAnn, ""},
 };
 
 TEST(TrustRules, CheckDirectories) {
@@ -68,21 +69,24 @@ struct FileRule {
 };
 
 const FileRule kFiles[] = {
-    {"root's, for root", false, S_IFREG | 0644, kRoot, 1, kRoot, ""},
-    {"a user's, for root", false, S_IFREG | 0644, kAnn, 1, kRoot, "belongs to uid 1000"},
-    {"root's, a group may write", false, S_IFREG | 0664, kRoot, 1, kRoot, kOthers},
-    {"root's, all may write", false, S_IFREG | 0646, kRoot, 1, kRoot, kOthers},
-    {"two names, closed directory", false, S_IFREG | 0644, kRoot, 2, kRoot, ""},
-    {"two names, open directory", true, S_IFREG | 0644, kRoot, 2, kRoot, "has a second hard link"},
-    {"the user's, open directory", true, S_IFREG | 0666, kAnn, 1, kAnn, ""},
-    {"the user's, two names", true, S_IFREG | 0644, kAnn, 2, kAnn, "has a second hard link"},
-    {"root's, for a user", true, S_IFREG | 0644, kRoot, 1, kAnn, ""},
-    {"another user's, open directory", true, S_IFREG | 0644, kBob, 1, kAnn, "belongs to uid 1001"},
-    {"another user's, closed directory", false, S_IFREG | 0666, kBob, 1, kAnn, ""},
-    {"a device", true, S_IFCHR | 0666, kBob, 1, kRoot, ""},
-    {"a disk", true, S_IFBLK | 0666, kBob, 1, kRoot, ""},
-    {"a directory has many names", true, S_IFDIR | 0777, kRoot, 3, kRoot, ""},
-    {"another user's directory", true, S_IFDIR | 0755, kBob, 2, kRoot, "belongs to uid 1001"},
+    {"owned by root, used by root", false, S_IFREG | 0644, kRoot, 1, kRoot, ""},
+    {"owned by a user, used by root", false, S_IFREG | 0644, kAnn, 1, kRoot, "belongs to uid 1000"},
+    {"owned by root, writable by a group", false, S_IFREG | 0664, kRoot, 1, kRoot, kOthers},
+    {"owned by root, writable by all", false, S_IFREG | 0646, kRoot, 1, kRoot, kOthers},
+    {"two hard links, private directory", false, S_IFREG | 0644, kRoot, 2, kRoot, ""},
+    {"two hard links, shared directory", true, S_IFREG | 0644, kRoot, 2, kRoot,
+     "has a second hard link"},
+    {"owned by the user, shared directory", true, S_IFREG | 0666, kAnn, 1, kAnn, ""},
+    {"owned by the user, two hard links", true, S_IFREG | 0644, kAnn, 2, kAnn,
+     "has a second hard link"},
+    {"owned by root, used by a user", true, S_IFREG | 0644, kRoot, 1, kAnn, ""},
+    {"owned by another user, shared directory", true, S_IFREG | 0644, kBob, 1, kAnn,
+     "belongs to uid 1001"},
+    {"owned by another user, private directory", false, S_IFREG | 0666, kBob, 1, kAnn, ""},
+    {"character device", true, S_IFCHR | 0666, kBob, 1, kRoot, ""},
+    {"block device", true, S_IFBLK | 0666, kBob, 1, kRoot, ""},
+    {"directory with three hard links", true, S_IFDIR | 0777, kRoot, 3, kRoot, ""},
+    {"directory of another user", true, S_IFDIR | 0755, kBob, 2, kRoot, "belongs to uid 1001"},
 };
 
 TEST(TrustRules, CheckFiles) {
@@ -95,16 +99,16 @@ TEST(TrustRules, CheckFiles) {
 }
 
 const Rule kCode[] = {
-    {"root's, for a user", S_IFREG | 0755, kRoot, 0, kAnn, ""},
-    {"a user's own", S_IFREG | 0755, kAnn, 1000, kAnn, ""},
-    {"a user's, for root", S_IFREG | 0755, kAnn, 1000, kRoot, "belongs to uid 1000"},
-    {"another user's, for a user", S_IFREG | 0755, kBob, 1001, kAnn, "belongs to uid 1001"},
-    {"all may write", S_IFREG | 0757, kAnn, 1000, kAnn, kOthers},
-    {"a user's group may write", S_IFREG | 0775, kAnn, 1000, kAnn, ""},
-    {"a group may write root's", S_IFREG | 0775, kRoot, 1000, kRoot, kOthers},
-    {"an open directory", S_IFDIR | 0777, kAnn, 1000, kAnn, kOthers},
-    {"a sticky directory", S_IFDIR | 01777, kRoot, 0, kAnn, kOthers},
-    {"a device", S_IFCHR | 0666, kRoot, 0, kAnn, ""},
+    {"owned by root, used by a user", S_IFREG | 0755, kRoot, 0, kAnn, ""},
+    {"owned by a user, used by that user", S_IFREG | 0755, kAnn, 1000, kAnn, ""},
+    {"owned by a user, used by root", S_IFREG | 0755, kAnn, 1000, kRoot, "belongs to uid 1000"},
+    {"owned by one user, used by another", S_IFREG | 0755, kBob, 1001, kAnn, "belongs to uid 1001"},
+    {"writable by all", S_IFREG | 0757, kAnn, 1000, kAnn, kOthers},
+    {"writable by the user's group", S_IFREG | 0775, kAnn, 1000, kAnn, ""},
+    {"owned by root, writable by a group", S_IFREG | 0775, kRoot, 1000, kRoot, kOthers},
+    {"directory writable by all", S_IFDIR | 0777, kAnn, 1000, kAnn, kOthers},
+    {"sticky directory", S_IFDIR | 01777, kRoot, 0, kAnn, kOthers},
+    {"character device", S_IFCHR | 0666, kRoot, 0, kAnn, ""},
 };
 
 TEST(TrustRules, CheckCodeForEveryUserAsStrictlyAsForRoot) {

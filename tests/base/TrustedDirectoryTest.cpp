@@ -10,7 +10,8 @@ namespace fs = std::filesystem;
 
 class TrustedDirectory : public TrustFixture {
  protected:
-  // The opened directory and the name in it, such as "own/file"; "error 2"; or the objection.
+  // Returns the opened directory with the name in it ("own/file"), the error ("error 2"), or the
+  // objection.
   std::string Reached(const Base::TrustedDirectory& found) const {
     if (!found.m_Objection.empty()) return WithoutRoot(found.m_Objection);
     if (found.m_Error != 0) return "error " + std::to_string(found.m_Error);
@@ -100,11 +101,11 @@ TEST_F(TrustedDirectoryAsRoot, RejectsADirectoryThatAnAccessListLetsOthersWrite)
 // The caller decides whether it may use the directory.
 TEST_F(TrustedDirectoryAsRoot, DoesNotCheckTheDirectoryItself) {
   EXPECT_EQ("open/", ToDirectory(Directory("open", 0777)));
-  EXPECT_EQ("theirs/", ToDirectory(Give(Directory("theirs", 0755))));
+  EXPECT_EQ("theirs/", ToDirectory(WithOwner(Directory("theirs", 0755))));
 }
 
 TEST_F(TrustedDirectoryAsRoot, ReportsTheRejectedDirectory) {
-  const auto theirs = Give(Directory("theirs", 0755));
+  const auto theirs = WithOwner(Directory("theirs", 0755));
   EXPECT_EQ("theirs belongs to uid 65534", ToFile(theirs / "file"));
   EXPECT_EQ("theirs belongs to uid 65534",
             ToFile(m_Directory.Path() / "no" / ".." / "theirs" / "file", kCreating));
@@ -114,14 +115,14 @@ TEST_F(TrustedDirectoryAsRoot, ReportsTheRejectedDirectory) {
 
 TEST_F(TrustedDirectoryAsRoot, RejectsALinkOfAnotherUserInASharedDirectory) {
   const auto own = Directory("own", 0755);
-  const auto link = Give(Link(own, Directory("shared", 01777) / "link"));
+  const auto link = WithOwner(Link(own, Directory("shared", 01777) / "link"));
   EXPECT_EQ("shared/link belongs to uid 65534", ToFile(link / "file"));
   EXPECT_EQ("shared/link belongs to uid 65534", ToDirectory(link));
 }
 
 TEST_F(TrustedDirectoryAsRoot, RejectsALinkOfAnotherUserInAClosedDirectoryOnRequest) {
   const auto own = Directory("own", 0755);
-  const auto link = Give(Link(own, m_Directory.Path() / "link"));
+  const auto link = WithOwner(Link(own, m_Directory.Path() / "link"));
   EXPECT_EQ("own/file", ToFile(link / "file"));
   EXPECT_EQ("link belongs to uid 65534", ToFile(link / "file", kStrict));
   EXPECT_EQ("own/", ToDirectory(link));

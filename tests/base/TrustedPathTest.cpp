@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 class TrustedPath : public TrustFixture {
  protected:
-  std::string Why(const fs::path& file) const {
+  std::string ObjectionTo(const fs::path& file) const {
     return WithoutRoot(Base::ResolveTrusted(file).m_Objection);
   }
   static std::string Resolved(const fs::path& file) {
@@ -23,14 +23,14 @@ class TrustedPath : public TrustFixture {
 
 TEST_F(TrustedPath, AcceptsOwnFilesAndLinks) {
   const auto own = Directory("own", 0700);
-  EXPECT_EQ(Why(File(own / "file")), "");
-  EXPECT_EQ(Why(own / "missing"), "");
-  EXPECT_EQ(Why(own / "no" / "such" / "directory" / "file"), "");
-  EXPECT_EQ(Why(Link("file", own / "link")), "");
+  EXPECT_EQ(ObjectionTo(File(own / "file")), "");
+  EXPECT_EQ(ObjectionTo(own / "missing"), "");
+  EXPECT_EQ(ObjectionTo(own / "no" / "such" / "directory" / "file"), "");
+  EXPECT_EQ(ObjectionTo(Link("file", own / "link")), "");
   EXPECT_EQ(Resolved(own / "link"), (own / "file").string());
-  EXPECT_EQ(Why(Link(own, m_Directory.Path() / "way") / "file"), "");
-  EXPECT_EQ(Resolved(m_Directory.Path() / "way" / "file"), (own / "file").string());
-  EXPECT_EQ(Resolved(m_Directory.Path() / "way" / ".." / "own" / "." / "file"),
+  EXPECT_EQ(ObjectionTo(Link(own, m_Directory.Path() / "dirlink") / "file"), "");
+  EXPECT_EQ(Resolved(m_Directory.Path() / "dirlink" / "file"), (own / "file").string());
+  EXPECT_EQ(Resolved(m_Directory.Path() / "dirlink" / ".." / "own" / "." / "file"),
             (own / "file").string());
   EXPECT_EQ(Resolved(own / "no" / "such" / "file"), (own / "no" / "such" / "file").string());
   EXPECT_EQ(Resolved("//" + (own / "file").string()), (own / "file").string());
@@ -38,32 +38,32 @@ TEST_F(TrustedPath, AcceptsOwnFilesAndLinks) {
 
 TEST_F(TrustedPath, AcceptsOwnFilesInASharedDirectory) {
   const auto shared = Directory("shared", 01777);
-  EXPECT_EQ(Why(File(shared / "file")), "");
-  EXPECT_EQ(Why(shared / "missing"), "");
-  EXPECT_EQ(Why(Link("file", shared / "link")), "");
-  EXPECT_EQ(Why(Directory("shared/own", 0700) / "file"), "");
+  EXPECT_EQ(ObjectionTo(File(shared / "file")), "");
+  EXPECT_EQ(ObjectionTo(shared / "missing"), "");
+  EXPECT_EQ(ObjectionTo(Link("file", shared / "link")), "");
+  EXPECT_EQ(ObjectionTo(Directory("shared/own", 0700) / "file"), "");
 }
 
 TEST_F(TrustedPath, AcceptsDevicesAndOpenDescriptors) {
   for (const char* file : {"/dev/null", "/dev/stderr", "/proc/self/fd/2", "/dev/full"}) {
-    EXPECT_EQ(Why(file), "") << file;
+    EXPECT_EQ(ObjectionTo(file), "") << file;
   }
   EXPECT_EQ(Resolved("/dev/stderr"), "/proc/self/fd/2");
 }
 
-// For an ordinary user, opening the file reports the error.
+// An ordinary user gets the error when the file is opened.
 TEST_F(TrustedPath, RejectsPathsThatRootCannotResolve) {
   const auto own = Directory("own", 0700);
   Link("b", own / "a");
   Link("a", own / "b");
   File(own / "file");
-  const std::string loop = Why(own / "a");
+  const std::string loop = ObjectionTo(own / "a");
   EXPECT_THAT(loop, testing::MatchesRegex(
                         IsRoot() ? "own/[ab] cannot be accessed: Too many levels.*" : ""));
-  EXPECT_EQ(Why(own / "file" / "below"), "");  // does not exist
+  EXPECT_EQ(ObjectionTo(own / "file" / "below"), "");  // does not exist
   EXPECT_EQ(Resolved(own / "file" / "below" / "it"), (own / "file" / "below" / "it").string());
   const std::string name(300, 'x');
-  EXPECT_EQ(Why(own / name / "file"),
+  EXPECT_EQ(ObjectionTo(own / name / "file"),
             IsRoot() ? "own/" + name + " cannot be accessed: File name too long" : "");
   EXPECT_EQ(Resolved(own / name / "file"), (own / name / "file").string());
 }
@@ -79,8 +79,8 @@ TEST_F(TrustedPath, RejectsAFileWithASecondHardLinkInASharedDirectory) {
   const auto own = Directory("own", 0700);
   const auto shared = Directory("shared", 01777);
   fs::create_hard_link(File(own / "file"), shared / "planted");
-  EXPECT_EQ(Why(shared / "planted"), "shared/planted has a second hard link");
-  EXPECT_EQ(Why(own / "file"), "");
+  EXPECT_EQ(ObjectionTo(shared / "planted"), "shared/planted has a second hard link");
+  EXPECT_EQ(ObjectionTo(own / "file"), "");
 }
 
 TEST_F(TrustedPath, ChecksTheOpenedFileAgain) {
@@ -95,7 +95,7 @@ TEST_F(TrustedPath, ChecksTheOpenedFileAgain) {
             (shared / "file").string() + " has a second hard link");
   fs::remove(shared / "other");
   if (IsRoot()) {
-    Give(shared / "file");
+    WithOwner(shared / "file");
     EXPECT_EQ(Base::ObjectionToOpened(before, opened),
               (shared / "file").string() + " belongs to uid 65534");
   }
@@ -120,25 +120,28 @@ TEST_F(TrustedPathAsRoot, RejectsFilesAndLinksOfAnotherUser) {
   const auto shared = Directory("shared", 01777);
   const auto own = Directory("own", 0755);
   File(own / "target");
-  EXPECT_EQ(Why(Give(File(shared / "file"))), "shared/file belongs to uid 65534");
-  EXPECT_EQ(Why(Give(Link(own / "target", shared / "link"))), "shared/link belongs to uid 65534");
-  EXPECT_EQ(Why(Give(Link(own / "missing", shared / "void"))), "shared/void belongs to uid 65534");
-  EXPECT_EQ(Why(Give(Link(own, shared / "way")) / "target"), "shared/way belongs to uid 65534");
-  EXPECT_EQ(Why(Give(Directory("shared/theirs", 0755)) / "file"),
+  EXPECT_EQ(ObjectionTo(WithOwner(File(shared / "file"))), "shared/file belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo(WithOwner(Link(own / "target", shared / "link"))),
+            "shared/link belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo(WithOwner(Link(own / "missing", shared / "dangling"))),
+            "shared/dangling belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo(WithOwner(Link(own, shared / "dirlink")) / "target"),
+            "shared/dirlink belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo(WithOwner(Directory("shared/theirs", 0755)) / "file"),
             "shared/theirs belongs to uid 65534");
-  EXPECT_EQ(Why(Give(File(own / "file"))), "own/file belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo(WithOwner(File(own / "file"))), "own/file belongs to uid 65534");
 }
 
 TEST_F(TrustedPathAsRoot, RejectsFilesAndDirectoriesThatOthersCanWrite) {
-  EXPECT_EQ(Why(Directory("all", 0777) / "file"), "all can be written by other users");
-  EXPECT_EQ(Why(File(Directory("own", 0755) / "file", 0666)),
+  EXPECT_EQ(ObjectionTo(Directory("all", 0777) / "file"), "all can be written by other users");
+  EXPECT_EQ(ObjectionTo(File(Directory("own", 0755) / "file", 0666)),
             "own/file can be written by other users");
   const auto group = Directory("group", 0775);
-  EXPECT_EQ(Why(group / "file"), "");  // root's own group
+  EXPECT_EQ(ObjectionTo(group / "file"), "");  // root's own group
   EXPECT_EQ(chown(group.c_str(), 0, kOtherUser), 0);
-  EXPECT_EQ(Why(group / "file"), "group can be written by other users");
+  EXPECT_EQ(ObjectionTo(group / "file"), "group can be written by other users");
   // A path may also reach such a directory through a link.
-  EXPECT_EQ(Why(Link(m_Directory.Path() / "all", m_Directory.Path() / "link") / "file"),
+  EXPECT_EQ(ObjectionTo(Link(m_Directory.Path() / "all", m_Directory.Path() / "link") / "file"),
             "all can be written by other users");
 }
 
@@ -148,81 +151,82 @@ TEST_F(TrustedPathAsRoot, RejectsFilesThatAnAccessListLetsOthersWrite) {
   const auto link = Link("file", m_Directory.Path() / "own" / "link");
   if (!ShareByAccessList(shared)) GTEST_SKIP() << "the file system has no access lists";
   ASSERT_TRUE(ShareByAccessList(file));
-  EXPECT_EQ(Why(shared / "missing"), "shared can be written by other users");
-  EXPECT_EQ(Why(file), "own/file can be written by other users");
-  EXPECT_EQ(Why(link), "own/file can be written by other users");
+  EXPECT_EQ(ObjectionTo(shared / "missing"), "shared can be written by other users");
+  EXPECT_EQ(ObjectionTo(file), "own/file can be written by other users");
+  EXPECT_EQ(ObjectionTo(link), "own/file can be written by other users");
   const Base::TrustedPath judged{file, "", false};
   EXPECT_EQ(WithoutRoot(Base::ObjectionToOpened(judged, Base::OpenAt(AT_FDCWD, file, O_RDONLY))),
             "own/file can be written by other users");
 }
 
 TEST_F(TrustedPathAsRoot, ChecksTheDirectoriesAfterAMissingOne) {
-  Give(Directory("theirs", 0755));
-  EXPECT_EQ(Why(Directory("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),
+  WithOwner(Directory("theirs", 0755));
+  EXPECT_EQ(ObjectionTo(Directory("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),
             "theirs belongs to uid 65534");
 }
 
 // Links in /proc may lead to a directory of any user.
 TEST_F(TrustedPathAsRoot, ChecksTheDirectoriesThatProcLinksTo) {
-  const auto theirs = Give(Directory("theirs", 0755));
+  const auto theirs = WithOwner(Directory("theirs", 0755));
   const auto inside = Directory("theirs/inside", 0755);
   const auto before = fs::current_path();
   fs::current_path(inside);
-  EXPECT_EQ(Why("/proc/self/cwd/file"), "theirs belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo("/proc/self/cwd/file"), "theirs belongs to uid 65534");
   fs::current_path(before);
-  EXPECT_EQ(Why("/proc/self/root" + theirs.string() + "/file"), "theirs belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo("/proc/self/root" + theirs.string() + "/file"),
+            "theirs belongs to uid 65534");
   const int directory = open(inside.c_str(), O_PATH | O_CLOEXEC);
-  EXPECT_EQ(Why("/proc/self/fd/" + std::to_string(directory) + "/file"),
+  EXPECT_EQ(ObjectionTo("/proc/self/fd/" + std::to_string(directory) + "/file"),
             "theirs belongs to uid 65534");
   close(directory);
 }
 
 TEST_F(TrustedPathAsRoot, LetsAnOrdinaryUserShareDirectoriesAndFiles) {
-  const auto theirs = Give(Directory("theirs", 0777), 1);
-  Give(File(theirs / "of-root", 0666), 0);
-  const auto group = Give(Directory("group", 0775), 1);
-  Give(File(group / "shared", 0666), 1);
+  const auto theirs = WithOwner(Directory("theirs", 0777), 1);
+  WithOwner(File(theirs / "of-root", 0666), 0);
+  const auto group = WithOwner(Directory("group", 0775), 1);
+  WithOwner(File(group / "shared", 0666), 1);
   const AsUser user(kOtherUser);
-  EXPECT_EQ(Why(theirs / "of-root"), "");
-  EXPECT_EQ(Why(theirs / "missing"), "");
-  EXPECT_EQ(Why(group / "shared"), "");
+  EXPECT_EQ(ObjectionTo(theirs / "of-root"), "");
+  EXPECT_EQ(ObjectionTo(theirs / "missing"), "");
+  EXPECT_EQ(ObjectionTo(group / "shared"), "");
 }
 
 TEST_F(TrustedPathAsRoot, RejectsFilesOfOthersInASharedDirectoryForAnOrdinaryUser) {
   const auto shared = Directory("shared", 01777);
-  Give(File(shared / "file", 0666), 1);
-  Give(Link("/etc", shared / "link"), 1);
+  WithOwner(File(shared / "file", 0666), 1);
+  WithOwner(Link("/etc", shared / "link"), 1);
   const AsUser user(kOtherUser);
-  EXPECT_EQ(Why(shared / "file"), "shared/file belongs to uid 1");
-  EXPECT_EQ(Why(shared / "link" / "passwd"), "shared/link belongs to uid 1");
+  EXPECT_EQ(ObjectionTo(shared / "file"), "shared/file belongs to uid 1");
+  EXPECT_EQ(ObjectionTo(shared / "link" / "passwd"), "shared/link belongs to uid 1");
 }
 
 // The other user can replace the contents of the directory at any time.
 TEST_F(TrustedPathAsRoot, RejectsDirectoriesOfOthersInASharedDirectoryForAnOrdinaryUser) {
   const auto shared = Directory("shared", 01777);
-  const auto theirs = Give(Directory("shared/theirs", 0755), 1);
-  Give(File(theirs / "file"), kOtherUser);
-  Give(Directory("shared/own", 0755), kOtherUser);
-  Give(File(Directory("shared/of-root", 0755) / "file"), kOtherUser);
+  const auto theirs = WithOwner(Directory("shared/theirs", 0755), 1);
+  WithOwner(File(theirs / "file"), kOtherUser);
+  WithOwner(Directory("shared/own", 0755), kOtherUser);
+  WithOwner(File(Directory("shared/of-root", 0755) / "file"), kOtherUser);
   const AsUser user(kOtherUser);
-  EXPECT_EQ(Why(theirs), "shared/theirs belongs to uid 1");
-  EXPECT_EQ(Why(theirs / "file"), "shared/theirs belongs to uid 1");
-  EXPECT_EQ(Why(theirs / "missing"), "shared/theirs belongs to uid 1");
+  EXPECT_EQ(ObjectionTo(theirs), "shared/theirs belongs to uid 1");
+  EXPECT_EQ(ObjectionTo(theirs / "file"), "shared/theirs belongs to uid 1");
+  EXPECT_EQ(ObjectionTo(theirs / "missing"), "shared/theirs belongs to uid 1");
   EXPECT_EQ(Resolved(theirs / "below" / "file"), (theirs / "below" / "file").string());
-  EXPECT_EQ(Why(shared / "own" / "file"), "");
-  EXPECT_EQ(Why(shared / "of-root" / "file"), "");
+  EXPECT_EQ(ObjectionTo(shared / "own" / "file"), "");
+  EXPECT_EQ(ObjectionTo(shared / "of-root" / "file"), "");
 }
 
-TEST_F(TrustedPathAsRoot, ReturnsTheWholePathOfARejectedDirectory) {
+TEST_F(TrustedPathAsRoot, ReturnsTheCompletePathOfARejectedFile) {
   const auto open = Directory("open", 0777);
-  EXPECT_EQ(Why(open / "directory" / "file"), "open can be written by other users");
+  EXPECT_EQ(ObjectionTo(open / "directory" / "file"), "open can be written by other users");
   EXPECT_EQ(Resolved(open / "directory" / "file"), (open / "directory" / "file").string());
-  const auto theirs = Give(Directory("theirs", 0755));
+  const auto theirs = WithOwner(Directory("theirs", 0755));
   EXPECT_EQ(Resolved(theirs / "file"), (theirs / "file").string());
   const auto link = Link(theirs, m_Directory.Path() / "link");
   EXPECT_EQ(Resolved(link / "file"), (theirs / "file").string());
   const auto shared = Directory("shared", 01777);
-  Give(Link(theirs, shared / "link"));
+  WithOwner(Link(theirs, shared / "link"));
   EXPECT_EQ(Resolved(shared / "link" / "file"), (shared / "link" / "file").string());
 }
 
@@ -231,8 +235,8 @@ TEST_F(TrustedPathAsRoot, ReportsTheRejectedLinkOfAnUnresolvablePath) {
   const auto shared = Directory("shared", 01777);
   for (int i = 0; i < 40; ++i)
     Link("l" + std::to_string(i + 1), shared / ("l" + std::to_string(i)));
-  Give(Link("file", shared / "l40"));
-  EXPECT_EQ(Why(shared / "l0"), "shared/l40 belongs to uid 65534");
+  WithOwner(Link("file", shared / "l40"));
+  EXPECT_EQ(ObjectionTo(shared / "l0"), "shared/l40 belongs to uid 65534");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-/* The card library's header, held against a second copy of its declarations: one that differs in a
- * result or an argument does not compile. Nothing here is called. */
+/* Compares the card library's header with a second copy of its declarations: a different result or
+ * parameter type is a compile error. No function is called. */
 #include <stddef.h>
 
 #include "host/vsl_abstraction.h"
@@ -8,17 +8,17 @@
 extern "C" {
 #endif
 
-/* An array type without elements is an error in both languages. */
+/* An array type of negative size is an error in both languages. */
 #define HOLDS(name, condition) typedef char name[(condition) ? 1 : -1]
 
-HOLDS(record_takes_1048_bytes, sizeof(vsl_error_record) == 1048);
-HOLDS(text_begins_at_byte_8, offsetof(vsl_error_record, text) == 8);
+HOLDS(record_has_1048_bytes, sizeof(vsl_error_record) == 1048);
+HOLDS(text_starts_at_byte_8, offsetof(vsl_error_record, text) == 8);
 extern vsl_error_record any_record;
 HOLDS(text_fills_the_record, sizeof(any_record.text) == 1040);
-HOLDS(bool_takes_a_byte, sizeof(bool) == 1);
-HOLDS(code_takes_8_bytes, sizeof(vsl_code) == 8);
-HOLDS(float_takes_4_bytes, sizeof(float) == 4);
-HOLDS(handle_takes_8_bytes, sizeof(void*) == 8);
+HOLDS(bool_has_1_byte, sizeof(bool) == 1);
+HOLDS(code_has_8_bytes, sizeof(vsl_code) == 8);
+HOLDS(float_has_4_bytes, sizeof(float) == 4);
+HOLDS(handle_has_8_bytes, sizeof(void*) == 8);
 
 HOLDS(not_ready_is_27, VSL_NOT_READY == 27);
 HOLDS(overformat_mode_is_11, VSL_SIZE_MODE_OVERFORMAT == 11);

@@ -1,2 +1,2 @@
-// The same checks as C++17.
+// The same checks, compiled as C++17.
 #include "tests/host/CardHeader.c"

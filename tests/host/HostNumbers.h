@@ -1,6 +1,6 @@
-// The host's numbers, typed literally: every identifier that a card plug-in and its host have in
-// common. Tests compare the declarations of host and plug-in with these lists, and take the numbers
-// that they expect from here.
+// The host's numbers as literals: every identifier that a card plug-in and its host share. Tests
+// compare the declarations of the host and of the plug-in with these lists and use them as expected
+// values.
 #pragma once
 
 // clang-format off
@@ -21,8 +21,8 @@
   X(ERR_NO_LOCATE_STARTED, 20041) \
   X(ERR_PHYSICALDRIVE_NOT_AVAILABLE, 20042)
 
-// Events: name, number, severity with which the plug-in raises it (2 information, 3 warning,
-// 4 error; the lower one if it has two), and the object that its sentence names.
+// Events: name, number, severity with which the plug-in raises it (2 information, 3 warning, 4
+// error; the lower one if it has two), and the type of object named in the event text.
 #define HOST_EVENTS(X) \
   X(CTRL_INTERNAL_ERROR, 10957, 4, Adapter) \
   X(CTRL_INCOMPATIBLE_PCI_BANDWIDTH, 10958, 4, Adapter) \
@@ -70,7 +70,7 @@
   X(OP_DETACH, 50127) \
   X(OP_FORCE_DETACH, 50128)
 
-// Properties of objects, and the two forms of an operation's parameters.
+// Properties of objects, and the two kinds of operation parameter.
 #define HOST_PROPERTIES(X) \
   X(VENDOR, 30003) \
   X(VENDOR_API_VERSION, 30004) \
@@ -124,7 +124,7 @@
   X(SLOT_POWER, 30503) \
   X(POWER_LIMIT, 30504)
 
-// Short names under which some properties are shown.
+// Short names of some properties.
 #define HOST_SHORT_NAMES(X) \
   X(BUS, 35016) \
   X(DEVICE, 35020) \
@@ -135,8 +135,8 @@
   X(SLOT, 35040) \
   X(WARNING_THRESHOLD, 35045)
 
-// Values: name, number, and the name as rows of the database have it. An enumerator whose name would
-// begin with a digit has an underscore before it.
+// Values: enumerator, number, and name in database rows. The enumerator has a leading underscore if
+// the name starts with a digit.
 #define HOST_VALUES(X) \
   X(OK, 40024, "OK") \
   X(BUSY, 40025, "BUSY") \
@@ -223,9 +223,9 @@
   X(REQUIRED, 40485, "REQUIRED") \
   X(UNACTIVATED_FIRMWARE, 40486, "UNACTIVATED_FIRMWARE")
 
-// Bits of the status masks: mask, bit, reason, event that is raised when the bit rises, and the
-// status that an adapter has with it. Without the two bits that are ignored, and without the
-// information bits, whose events depend on the warnings.
+// Bits of the status masks: mask, bit, reason, event raised when the bit is set, and resulting
+// adapter status. The two ignored bits are omitted, and so are the information bits, whose events
+// depend on the warnings.
 #define HOST_STATUS_BITS(X) \
   X(errors, 0, INTERNAL_ERROR, CTRL_INTERNAL_ERROR, FAILED) \
   X(errors, 1, INCOMPATIBLE_PCI_BANDWIDTH, CTRL_INCOMPATIBLE_PCI_BANDWIDTH, FAILED) \
@@ -250,7 +250,7 @@
   X(warnings, 11, UPDATE_IN_PROGRESS, CTRL_UPDATE_IN_PROGRESS, WARNING) \
   X(warnings, 12, RESERVES_DEPLETED, CTRL_RESERVES_DEPLETED, WARNING)
 
-// Special low numbers. A property's FRAME_END has the number of its UNDEFINED.
+// Reserved low numbers. Property FRAME_END has the same number as property UNDEFINED.
 #define HOST_LOW_ERRORS(X) X(SUCCESS, 0)
 #define HOST_LOW_EVENTS(X) \
   X(UNDEFINED, 1) \
@@ -279,7 +279,7 @@
   X(CMD_CHECK_OPERATION, 9) \
   X(CMD_EXECUTE_OPERATION, 10)
 
-// Kinds of object, and severities of events.
+// Object types and event severities.
 #define HOST_OBJECT_TYPES(X) \
   X(OBJECT_PLUGIN, 19006) \
   X(OBJECT_PHYSICAL_DRIVE, 19018) \
@@ -289,7 +289,7 @@
   X(SEVERITY_WARNING, 3) \
   X(SEVERITY_ERROR, 4)
 
-// Units that the plug-in hands to the host. A host has more.
+// Units that the plug-in uses. A host defines more.
 #define HOST_UNITS(X) \
   X(UNITS_DEGREES_CELSIUS, 21000) \
   X(UNITS_MEGABYTES, 21002) \
@@ -299,10 +299,10 @@
   X(UNITS_WATTS, 21028)
 // clang-format on
 
-// The number in a row, after the name.
+// The number in a list entry, which is the first value after the name.
 #define FIRST_OF(first, ...) first
 
-// The lists are complete.
+// Guards against a missing entry.
 #define COUNT_ONE(...) +1
 static_assert(HOST_ERRORS(COUNT_ONE) == 14);
 static_assert(HOST_EVENTS(COUNT_ONE) == 33);

@@ -1,4 +1,4 @@
-// The numbers of the identifiers are fixed by the host, and all of them are listed.
+// Compares the identifiers that host/ declares with the lists, which must be complete.
 #include "host/Identifiers.h"
 #include "tests/host/NumberChecks.h"
 
@@ -27,7 +27,7 @@ static_assert(PI::Property::FRAME_END == 1);
 
 namespace ShortNames {
 namespace in = PI::ShortName;
-CHECK_ALL(PI::_SHORT_NAME_ID, HOST_SHORT_NAMES, NONE_LOW);
+CHECK_ALL(PI::_SHORT_NAME_ID, HOST_SHORT_NAMES, NO_LOW_NUMBERS);
 }  // namespace ShortNames
 
 namespace Values {
@@ -37,20 +37,20 @@ CHECK_ALL(PI::_VALUE_ID, HOST_VALUES, HOST_LOW_VALUES);
 
 namespace Commands {
 namespace in = PI;
-CHECK_ALL(PI::_COMMAND, HOST_COMMANDS, NONE_LOW);
+CHECK_ALL(PI::_COMMAND, HOST_COMMANDS, NO_LOW_NUMBERS);
 }  // namespace Commands
 
 namespace ObjectTypes {
 namespace in = PI;
-CHECK_ALL(PI::_OBJECT_TYPE, HOST_OBJECT_TYPES, NONE_LOW);
+CHECK_ALL(PI::_OBJECT_TYPE, HOST_OBJECT_TYPES, NO_LOW_NUMBERS);
 }  // namespace ObjectTypes
 
 namespace Severities {
 namespace in = PI;
-CHECK_ALL(PI::_SEVERITY, HOST_SEVERITIES, NONE_LOW);
+CHECK_ALL(PI::_SEVERITY, HOST_SEVERITIES, NO_LOW_NUMBERS);
 }  // namespace Severities
 
-// The kit has further units, which the host's helper returns for byte counts.
+// The kit has more units, which the host's helper returns for byte counts.
 namespace Units {
 namespace in = PI;
 HOST_UNITS(CHECK)

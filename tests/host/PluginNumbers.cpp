@@ -1,5 +1,5 @@
-// The plug-in defines the numbers of its host and of its card library itself, so no header would
-// reveal a wrong one.
+// The plug-in defines the numbers of the host and of the card library itself, so no shared header
+// would catch a wrong one.
 #include "Corvane/Src/CardNumbers.h"
 #include "Corvane/Src/EventTable.h"
 #include "Corvane/Src/HostNumbers.h"
@@ -17,12 +17,12 @@ CHECK_ALL(own::_ERROR, HOST_ERRORS, HOST_LOW_ERRORS);
 
 namespace Events {
 namespace in = own::Event;
-CHECK_ALL(own::_EVENT_ID, HOST_EVENTS, NONE_LOW);
+CHECK_ALL(own::_EVENT_ID, HOST_EVENTS, NO_LOW_NUMBERS);
 }  // namespace Events
 
 namespace Operations {
 namespace in = own;
-CHECK_ALL(own::_OPERATION_ID, HOST_OPERATIONS, NONE_LOW);
+CHECK_ALL(own::_OPERATION_ID, HOST_OPERATIONS, NO_LOW_NUMBERS);
 }  // namespace Operations
 
 #define SELECTOR_OF_ALL(X) X(UNDEFINED, 1)
@@ -33,28 +33,28 @@ CHECK_ALL(own::Property::Id, HOST_PROPERTIES, SELECTOR_OF_ALL);
 
 namespace ShortNames {
 namespace in = own::ShortName;
-CHECK_ALL(own::ShortName::Id, HOST_SHORT_NAMES, NONE_LOW);
+CHECK_ALL(own::ShortName::Id, HOST_SHORT_NAMES, NO_LOW_NUMBERS);
 }  // namespace ShortNames
 
 namespace Values {
 namespace in = own::Value;
-CHECK_ALL(own::Value::_VALUE_ID, HOST_VALUES, NONE_LOW);
+CHECK_ALL(own::Value::_VALUE_ID, HOST_VALUES, NO_LOW_NUMBERS);
 }  // namespace Values
 
 namespace ObjectTypes {
 namespace in = own;
-CHECK_ALL(own::_OBJECT_TYPE, HOST_OBJECT_TYPES, NONE_LOW);
+CHECK_ALL(own::_OBJECT_TYPE, HOST_OBJECT_TYPES, NO_LOW_NUMBERS);
 }  // namespace ObjectTypes
 
 namespace Severities {
 namespace in = own;
-CHECK_ALL(own::_SEVERITY, HOST_SEVERITIES, NONE_LOW);
+CHECK_ALL(own::_SEVERITY, HOST_SEVERITIES, NO_LOW_NUMBERS);
 }  // namespace Severities
 
 #define VALUE_TYPES(X) X(VALUE_TYPE_CHOICE, 3) X(VALUE_TYPE_RANGE, 7)
 namespace ValueTypes {
 namespace in = own;
-CHECK_ALL(own::_VALUE_TYPE, VALUE_TYPES, NONE_LOW);
+CHECK_ALL(own::_VALUE_TYPE, VALUE_TYPES, NO_LOW_NUMBERS);
 }  // namespace ValueTypes
 
 namespace CommandsAndUnits {
@@ -71,7 +71,7 @@ HOST_UNITS(CHECK)
   X(kStateMinimal, 5)
 namespace CardStates {
 namespace in = NAMESPACE_Corvane;
-CHECK_ALL(NAMESPACE_Corvane::CardStateNumber, CARD_STATES, NONE_LOW);
+CHECK_ALL(NAMESPACE_Corvane::CardStateNumber, CARD_STATES, NO_LOW_NUMBERS);
 }  // namespace CardStates
 
 static_assert(NAMESPACE_Corvane::kLibraryNotReady == 27);

@@ -6,7 +6,8 @@
 #include "host/PluginInterface.h"
 #include "tests/support/FieldOrder.h"
 
-// Records with virtual members have no standard layout, but both compilers support their offsets.
+// Records with virtual members are not standard-layout types, but both compilers support offsetof
+// for them.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace {
@@ -15,9 +16,9 @@ using CorvaneTest::AreAscending;
 using Ids = std::vector<std::uint64_t>;
 using Properties = std::vector<PI::CProperty>;
 
-// A record begins with the pointer to its virtual members, followed by its first field.
+// A record starts with its vtable pointer, followed by its first field.
 template <class Record>
-constexpr bool BeginsWith(std::size_t offset) {
+constexpr bool StartsWith(std::size_t offset) {
   return std::has_virtual_destructor_v<Record> && offset == sizeof(void*);
 }
 
@@ -34,7 +35,7 @@ struct ObjectLayout {
   IS(m_Locked, bool);
   IS(m_Properties, Properties);
   IS(m_Operations, std::vector<PI::COperation>);
-  static_assert(BeginsWith<Record>(AT(m_ID)));
+  static_assert(StartsWith<Record>(AT(m_ID)));
   static_assert(AreAscending(AT(m_ID), AT(m_ObjectType), AT(m_Parents), AT(m_Children),
                              AT(m_ChangeCount), AT(m_Locked), AT(m_Properties), AT(m_Operations)));
 };
@@ -51,7 +52,7 @@ struct PropertyLayout {
   IS(m_Units, PI::_UNITS);
   IS(m_UnitsFixed, bool);
   static_assert(sizeof(PI::_UNITS) == 4);
-  static_assert(BeginsWith<Record>(AT(m_PropertyID)));
+  static_assert(StartsWith<Record>(AT(m_PropertyID)));
   static_assert(AreAscending(AT(m_PropertyID), AT(m_NameID), AT(m_Visible), AT(m_SortKey),
                              AT(m_Indicator), AT(m_ValueType), AT(m_Format), AT(m_Units),
                              AT(m_UnitsFixed), AT(m_Value)));
@@ -77,7 +78,7 @@ struct ChoiceLayout {
   using Record = PI::CChoiceData;
   IS(m_Value, std::int32_t);
   IS(m_Allowed, std::vector<std::int32_t>);
-  static_assert(BeginsWith<Record>(AT(m_Value)));
+  static_assert(StartsWith<Record>(AT(m_Value)));
   static_assert(AreAscending(AT(m_Value), AT(m_Allowed)));
 };
 
@@ -85,14 +86,14 @@ struct MultiValueLayout {
   using Record = PI::CMultiValueData;
   IS(m_Values, std::vector<std::int32_t>);
   IS(m_Allowed, std::vector<std::int32_t>);
-  static_assert(BeginsWith<Record>(AT(m_Values)));
+  static_assert(StartsWith<Record>(AT(m_Values)));
   static_assert(AreAscending(AT(m_Values), AT(m_Allowed)));
 };
 
 struct SmallHolderLayout {
-  static_assert(BeginsWith<PI::CStringData>(offsetof(PI::CStringData, m_Text)));
-  static_assert(BeginsWith<PI::CMultiLongData>(offsetof(PI::CMultiLongData, m_Values)));
-  static_assert(BeginsWith<PI::CMultiStringData>(offsetof(PI::CMultiStringData, m_Texts)));
+  static_assert(StartsWith<PI::CStringData>(offsetof(PI::CStringData, m_Text)));
+  static_assert(StartsWith<PI::CMultiLongData>(offsetof(PI::CMultiLongData, m_Values)));
+  static_assert(StartsWith<PI::CMultiStringData>(offsetof(PI::CMultiStringData, m_Texts)));
   static_assert(std::has_virtual_destructor_v<PI::CXMLData>);
   static_assert(sizeof(decltype(PI::CMultiLongData::m_Values)::value_type) == 8);
 };
@@ -116,7 +117,7 @@ struct OperationLayout {
   IS(m_Timeout, std::int32_t);
   IS(m_Flags, std::uint32_t);
   IS(m_Async, bool);
-  static_assert(BeginsWith<Record>(AT(m_OperationID)));
+  static_assert(StartsWith<Record>(AT(m_OperationID)));
   static_assert(AreAscending(AT(m_OperationID), AT(m_NameID), AT(m_Class), AT(m_Properties),
                              AT(m_LogicalDrives), AT(m_Levels), AT(m_Migrations), AT(m_Events),
                              AT(m_Partitions), AT(m_Objects), AT(m_Access), AT(m_Scope),
@@ -131,10 +132,10 @@ struct EventLayout {
   IS(m_Severity, std::uint32_t);
   IS(m_Time, std::uint64_t);
   IS(m_SourceName, std::string);
-  static_assert(BeginsWith<Record>(AT(m_ObjectID)));
+  static_assert(StartsWith<Record>(AT(m_ObjectID)));
   static_assert(AreAscending(AT(m_ObjectID), AT(m_EventID), AT(m_Severity), AT(m_Time),
                              AT(m_SourceName), AT(m_PlaceHolders)));
-  // Fifteen texts, and nothing after them.
+  // Fifteen strings, starting with m_SourceName, end the record.
   static_assert(sizeof(Record) == AT(m_SourceName) + 15 * sizeof(std::string));
 };
 
@@ -147,12 +148,12 @@ struct AdapterIdLayout {
   IS(m_Function, std::uint32_t);
   IS(m_AdapterNumber, std::uint32_t);
   IS(m_GlobalNumber, std::int32_t);
-  static_assert(BeginsWith<Record>(AT(m_Name)));
+  static_assert(StartsWith<Record>(AT(m_Name)));
   static_assert(AreAscending(AT(m_Name), AT(m_Segment), AT(m_Bus), AT(m_Device), AT(m_Function),
                              AT(m_AdapterNumber), AT(m_GlobalNumber)));
 };
 
-// The shape of the one above, followed by a string.
+// The layout of CAdapterID, followed by a string.
 struct GlobalAdapterIdLayout {
   using Record = PI::CGlobalAdapterID;
   using Other = PI::CAdapterID;
@@ -174,7 +175,7 @@ struct LogicalDriveLayout {
   using Record = PI::CLogicalDrive;
   IS(m_Properties, Properties);
   IS(m_Containers, std::vector<PI::CContainer>);
-  static_assert(BeginsWith<Record>(AT(m_Level)));
+  static_assert(StartsWith<Record>(AT(m_Level)));
   static_assert(AreAscending(AT(m_Level), AT(m_Properties), AT(m_Size), AT(m_Flags),
                              AT(m_Containers), AT(m_Spares), AT(m_Candidates), AT(m_Members)));
 };
@@ -182,27 +183,27 @@ struct LogicalDriveLayout {
 struct ContainerLayout {
   using Record = PI::CContainer;
   IS(m_Drives, std::vector<PI::CDrive>);
-  static_assert(BeginsWith<Record>(AT(m_Drives)));
+  static_assert(StartsWith<Record>(AT(m_Drives)));
 };
 
 struct DriveLayout {
   using Record = PI::CDrive;
   IS(m_Properties, Properties);
-  static_assert(BeginsWith<Record>(AT(m_ID)));
+  static_assert(StartsWith<Record>(AT(m_ID)));
   static_assert(AreAscending(AT(m_ID), AT(m_Offset), AT(m_Properties), AT(m_Size), AT(m_Flags)));
 };
 
 struct LevelLayout {
   using Record = PI::CLevel;
   IS(m_Properties, Properties);
-  static_assert(BeginsWith<Record>(AT(m_Level)));
+  static_assert(StartsWith<Record>(AT(m_Level)));
   static_assert(AreAscending(AT(m_Level), AT(m_Depths), AT(m_Flags), AT(m_Properties)));
 };
 
 struct MigrationLayout {
   using Record = PI::CMigration;
   IS(m_Properties, Properties);
-  static_assert(BeginsWith<Record>(AT(m_From)));
+  static_assert(StartsWith<Record>(AT(m_From)));
   static_assert(AreAscending(AT(m_From), AT(m_To), AT(m_Properties)));
 };
 
@@ -210,7 +211,7 @@ struct PartitionLayout {
   using Record = PI::CPartition;
   IS(m_Name, std::string);
   IS(m_MountPoint, std::string);
-  static_assert(BeginsWith<Record>(AT(m_Offset)));
+  static_assert(StartsWith<Record>(AT(m_Offset)));
   static_assert(AreAscending(AT(m_Offset), AT(m_Size), AT(m_Name), AT(m_MountPoint)));
 };
 

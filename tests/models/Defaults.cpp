@@ -1,3 +1,4 @@
+// Default values of the row types.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -30,7 +31,7 @@ TEST(Defaults, EveryFieldOfAnAdapterIsNull) {
   EXPECT_EQ(set, "");
 }
 
-TEST(Defaults, EveryFieldOfADriveButItsObjectIdIsNull) {
+TEST(Defaults, EveryFieldOfADriveExceptItsObjectIdIsNull) {
   const PD row;
   std::string set;
   PD_FIELDS(NOTE_IF_SET)
@@ -45,7 +46,7 @@ TEST(Defaults, EveryFieldOfAPluginIsNull) {
   EXPECT_EQ(set, "");
 }
 
-TEST(Defaults, ARowIsCopiedByValue) {
+TEST(Defaults, RowsAreCopiedByValue) {
   Adapter row;
   row.statusReasonNames = {"MINIMAL"};
   Adapter copy = row;
@@ -53,7 +54,7 @@ TEST(Defaults, ARowIsCopiedByValue) {
   EXPECT_EQ(row.statusReasonNames.size(), 1U);
 }
 
-TEST(FieldsMap, IsOneInstancePerRowType) {
+TEST(FieldsMap, HasOneInstancePerRowType) {
   EXPECT_EQ(dbModelFieldsMap<Adapter>::instance(), dbModelFieldsMap<Adapter>::instance());
   EXPECT_FALSE(std::is_default_constructible_v<dbModelFieldsMap<Adapter>>);
 }

@@ -14,7 +14,7 @@ using RaidDataModels::Adapter;
 using RaidDataModels::PD;
 using RaidDataModels::Plugin;
 
-// S string, L list of strings, I int, U unsigned long, D double.
+// Returns S for string, L for list of strings, I for int, U for unsigned long and D for double.
 template <class Field>
 constexpr char Letter() {
   if (std::is_same_v<Field, std::string>) return 'S';
@@ -41,7 +41,7 @@ constexpr Field kAdapter[] = {ADAPTER_FIELDS(ADAPTER_FIELD)};
 constexpr Field kPD[] = {PD_FIELDS(PD_FIELD)};
 constexpr Field kPlugin[] = {PLUGIN_FIELDS(PLUGIN_FIELD)};
 
-// A number of consecutive fields of one type.
+// A run of consecutive fields of one type.
 struct Run {
   char character;
   std::size_t count;
@@ -79,9 +79,10 @@ constexpr bool FollowsRuns(const Field (&fields)[fieldCount], const Run (&runs)[
   return at == fieldCount;
 }
 
-// The fields are in this order, and nothing as large as a field is between or after them.
+// Whether the fields are in this order, with no gap between or after them that could hold another
+// field.
 template <class Row, std::size_t count>
-constexpr bool IsWhole(const Field (&fields)[count]) {
+constexpr bool HasNoGaps(const Field (&fields)[count]) {
   std::size_t end = 0;
   for (const Field& field : fields) {
     if (field.offset < end || field.offset - end >= sizeof(long)) return false;
@@ -94,70 +95,71 @@ static_assert(std::size(kAdapter) == 149 && std::size(kPD) == 69 && std::size(kP
 static_assert(FollowsRuns(kAdapter, kAdapterRuns));
 static_assert(FollowsRuns(kPD, kPDRuns));
 static_assert(FollowsRuns(kPlugin, kPluginRuns));
-static_assert(IsWhole<Adapter>(kAdapter) && IsWhole<PD>(kPD) && IsWhole<Plugin>(kPlugin));
+static_assert(HasNoGaps<Adapter>(kAdapter) && HasNoGaps<PD>(kPD) && HasNoGaps<Plugin>(kPlugin));
 
 // The fields that plug-ins write have fixed positions, counted from 1.
-struct Place {
+struct Position {
   std::size_t number;
   std::string_view name;
 };
 
-constexpr Place kAdapterPlaces[] = {{2, "activityNames"},    {5, "statusReasonNames"},
-                                    {21, "pciBus"},          {25, "temperature"},
-                                    {40, "adapterFlagA"},    {41, "pciDevice"},
-                                    {43, "driverName"},      {46, "driverVersion"},
-                                    {59, "firmwareVersion"}, {64, "pciFunction"},
-                                    {65, "adapterNumber"},   {67, "hardwareType"},
-                                    {72, "hostName"},        {74, "id"},
-                                    {77, "objectId"},        {82, "adapterFlagB"},
-                                    {89, "factorySize"},     {95, "name"},
-                                    {115, "product"},        {123, "pciSegment"},
-                                    {124, "serialNumber"},   {136, "statusName"},
-                                    {146, "location"},       {147, "vendor"}};
+constexpr Position kAdapterPositions[] = {{2, "activityNames"},    {5, "statusReasonNames"},
+                                          {21, "pciBus"},          {25, "temperature"},
+                                          {40, "adapterFlagA"},    {41, "pciDevice"},
+                                          {43, "driverName"},      {46, "driverVersion"},
+                                          {59, "firmwareVersion"}, {64, "pciFunction"},
+                                          {65, "adapterNumber"},   {67, "hardwareType"},
+                                          {72, "hostName"},        {74, "id"},
+                                          {77, "objectId"},        {82, "adapterFlagB"},
+                                          {89, "factorySize"},     {95, "name"},
+                                          {115, "product"},        {123, "pciSegment"},
+                                          {124, "serialNumber"},   {136, "statusName"},
+                                          {146, "location"},       {147, "vendor"}};
 
-constexpr Place kPDPlaces[] = {{5, "sectorSize"},
-                               {6, "configurableSize"},
-                               {10, "objectIdLow"},
-                               {12, "endOfLifeDate"},
-                               {16, "adapterNumber"},
-                               {19, "hostName"},
-                               {20, "id"},
-                               {21, "objectId"},
-                               {25, "mediaType"},
-                               {27, "shortName"},
-                               {30, "factorySize"},
-                               {32, "driveFlagA"},
-                               {33, "hoursOfUse"},
-                               {37, "product"},
-                               {38, "ratedEndurancePercent"},
-                               {40, "remainingReserve"},
-                               {42, "reserveWarning"},
-                               {47, "serialNumber"},
-                               {49, "driveFlagB"},
-                               {51, "statusName"},
-                               {53, "bytesReadKiB"},
-                               {54, "bytesWrittenKiB"},
-                               {58, "interfaceType"},
-                               {59, "location"},
-                               {60, "vendor"},
-                               {61, "writesRemainingPercent"},
-                               {62, "writeThrottling"}};
+constexpr Position kPDPositions[] = {{5, "sectorSize"},
+                                     {6, "configurableSize"},
+                                     {10, "objectIdLow"},
+                                     {12, "endOfLifeDate"},
+                                     {16, "adapterNumber"},
+                                     {19, "hostName"},
+                                     {20, "id"},
+                                     {21, "objectId"},
+                                     {25, "mediaType"},
+                                     {27, "shortName"},
+                                     {30, "factorySize"},
+                                     {32, "driveFlagA"},
+                                     {33, "hoursOfUse"},
+                                     {37, "product"},
+                                     {38, "ratedEndurancePercent"},
+                                     {40, "remainingReserve"},
+                                     {42, "reserveWarning"},
+                                     {47, "serialNumber"},
+                                     {49, "driveFlagB"},
+                                     {51, "statusName"},
+                                     {53, "bytesReadKiB"},
+                                     {54, "bytesWrittenKiB"},
+                                     {58, "interfaceType"},
+                                     {59, "location"},
+                                     {60, "vendor"},
+                                     {61, "writesRemainingPercent"},
+                                     {62, "writeThrottling"}};
 
-constexpr Place kPluginPlaces[] = {{1, "id"},         {2, "apiVersion"},    {3, "objectId"},
-                                   {4, "pluginName"}, {5, "pollInterval"},  {9, "moduleId"},
-                                   {10, "vendor"},    {11, "pluginVersion"}};
+constexpr Position kPluginPositions[] = {{1, "id"},         {2, "apiVersion"},    {3, "objectId"},
+                                         {4, "pluginName"}, {5, "pollInterval"},  {9, "moduleId"},
+                                         {10, "vendor"},    {11, "pluginVersion"}};
 
-template <std::size_t fieldCount, std::size_t placeCount>
-constexpr bool StandAt(const Field (&fields)[fieldCount], const Place (&places)[placeCount]) {
-  for (const Place& place : places) {
-    if (fields[place.number - 1].name != place.name) return false;
+template <std::size_t fieldCount, std::size_t positionCount>
+constexpr bool AreAt(const Field (&fields)[fieldCount],
+                     const Position (&positions)[positionCount]) {
+  for (const Position& position : positions) {
+    if (fields[position.number - 1].name != position.name) return false;
   }
   return true;
 }
 
-static_assert(StandAt(kAdapter, kAdapterPlaces));
-static_assert(StandAt(kPD, kPDPlaces));
-static_assert(StandAt(kPlugin, kPluginPlaces));
+static_assert(AreAt(kAdapter, kAdapterPositions));
+static_assert(AreAt(kPD, kPDPositions));
+static_assert(AreAt(kPlugin, kPluginPositions));
 
 template <std::size_t count>
 constexpr bool NamesDiffer(const Field (&fields)[count]) {

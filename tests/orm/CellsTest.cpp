@@ -1,3 +1,4 @@
+// Conversion of the cells of a result into the fields of a row.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -11,8 +12,8 @@ namespace {
 
 using namespace DatabaseORM;
 
-// Reads a valid row of `Everything` with one cell replaced: cell 0 is an int, 3 an unsigned long,
-// 4 a double.
+// Reads a valid row of `Everything` with one cell replaced: cell 0 is an int, 3 an unsigned long, 4
+// a double.
 Everything RowWith(std::size_t column, const std::string& cell) {
   std::vector<std::string> cells = {"1", "me", "a", "22", "2.5", "5", "33", "x", "0.5", "y"};
   cells.at(column) = cell;
@@ -22,7 +23,7 @@ Everything RowWith(std::size_t column, const std::string& cell) {
   return storage.get_all<Everything>(where(is_equal(&Everything::id, 1))).at(0);
 }
 
-// The kind of the exception and its text, or an empty text.
+// Returns the type and message of the exception, or an empty string.
 std::string Thrown(std::size_t column, const std::string& cell) {
   try {
     RowWith(column, cell);
@@ -34,7 +35,7 @@ std::string Thrown(std::size_t column, const std::string& cell) {
   return "";
 }
 
-TEST(Cells, ThatAreNotNumbersThrowStandardExceptions) {
+TEST(Cells, ThrowStandardExceptionsForInvalidNumbers) {
   EXPECT_EQ(Thrown(0, ""), "invalid stoi");
   EXPECT_EQ(Thrown(0, "abc"), "invalid stoi");
   EXPECT_EQ(Thrown(0, "2147483648"), "range stoi");
@@ -50,13 +51,13 @@ TEST(Cells, AreReadUpToTheEndOfTheNumber) {
   EXPECT_EQ(RowWith(4, "1.5x").ratio, 1.5);
 }
 
-TEST(Cells, WithTextAreNotChanged) {
+TEST(Cells, KeepTextUnchanged) {
   EXPECT_EQ(RowWith(1, "").owner, "");
   EXPECT_EQ(RowWith(1, "a?b \"c\"").owner, "a?b \"c\"");
   EXPECT_EQ(RowWith(1, "null").owner, "null");
 }
 
-TEST(Cells, AreAbsentOnlyIfTheTextIsNull) {
+TEST(Cells, AreAbsentOnlyIfTheirTextIsNull) {
   EXPECT_EQ(RowWith(0, "NULL").id, null_int);
   EXPECT_EQ(Thrown(0, "null"), "invalid stoi");
 }
@@ -69,7 +70,7 @@ TEST(Cells, AreReadInOrderRegardlessOfIndexes) {
   EXPECT_EQ(storage.get_all<Item>(where(is_equal(&Item::id, 4))).at(0).id, 4);
 }
 
-TEST(Cells, WithoutAFieldAreSkipped) {
+TEST(Cells, AreSkippedIfTheyHaveNoField) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Item>(database);
   MapOf<Item>({})->stringFields.clear();

@@ -1,3 +1,4 @@
+// The conditions of statements, and the table alias in them.
 #include <gtest/gtest.h>
 
 #include <type_traits>
@@ -37,7 +38,7 @@ TEST(Condition, IsAppendedToAStatement) {
   EXPECT_EQ(TextOf(storage, false), "BEGIN WHERE Host = 'localhost'");
 }
 
-TEST(Condition, WithoutTheMapFailsForTheColumnFirst) {
+TEST(Condition, ReportsTheColumnFirstIfTheMapIsMissing) {
   TableSetup setup;
   setup.hasMap = false;
   const auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>(), setup);
@@ -49,7 +50,7 @@ TEST(Condition, WithoutTheMapFailsForTheColumnFirst) {
   }
 }
 
-TEST(Condition, FollowsTheAliasSwitch) {
+TEST(Condition, OmitsTheAliasWhenItIsOff) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Place>(database);
   storage.useAlias = false;
@@ -57,14 +58,14 @@ TEST(Condition, FollowsTheAliasSwitch) {
   EXPECT_EQ(database->sent.at(0), "SELECT * FROM T1 A  WHERE Name = 'x'");
 }
 
-TEST(Condition, TheAliasIsOnAfterADeletion) {
+TEST(Condition, TurnsTheAliasOnAfterADeletion) {
   auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>());
   storage.useAlias = false;
   storage.remove_all<Place>(where(is_equal(&Place::name, "x")));
   EXPECT_TRUE(storage.useAlias);
 }
 
-TEST(Condition, TheAliasIsOnAfterAFailedDeletion) {
+TEST(Condition, TurnsTheAliasOnAfterAFailedDeletion) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Place>(database);
   MapOf<Place>({})->stringFields.clear();

@@ -11,7 +11,7 @@
 
 class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
  public:
-  // The results of the next statements, in order; then empty ones.
+  // Queue the results of the next statements. Later statements return an empty result.
   void Answer(const std::vector<std::string>& cells);
   void Fail(const std::string& text);
   void Throw(std::function<void()> thrower);
@@ -28,7 +28,7 @@ class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
 struct TableSetup {
   std::string name = "T1";
   std::string alias = "A";
-  bool autoKey = false;  // the first column, or the last when it is an unsigned long
+  bool autoKey = false;  // the first column, or the last if it is an unsigned long
   bool foreignKeys = false;
   bool hasTable = true;
   bool hasMap = true;
@@ -42,7 +42,7 @@ DatabaseORM::column_kind_t KindOf() {
   return std::is_same_v<Field, double> ? DatabaseORM::double_column : DatabaseORM::ulong_column;
 }
 
-// Fills the one map of `Row` from its list of fields.
+// Fills the map of `Row`, which is a singleton, from its list of fields.
 template <class Row>
 std::shared_ptr<RaidDataModels::dbModelFieldsMap<Row>> MapOf(const TableSetup& setup) {
   auto map = RaidDataModels::dbModelFieldsMap<Row>::instance();

@@ -1,3 +1,4 @@
+// Failures of the database, of tables and of maps.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -27,17 +28,17 @@ const std::vector<NamedCall> kCalls = {
     {"remove_all",
      [](storage_t& storage) { storage.remove_all<Item>(where(is_equal(&Item::name, "x"))); }}};
 
-TEST(Failure, ThatIsNotADatabaseExceptionIsNotChanged) {
+TEST(Failure, WithAnotherExceptionTypeIsNotConverted) {
   for (const auto& [name, call] : kCalls) {
     SCOPED_TRACE(name);
     const auto database = std::make_shared<ScriptedDatabase>();
     auto storage = StorageOf<Item>(database);
     database->Throw([] { throw std::bad_alloc(); });
     EXPECT_THROW(call(storage), std::bad_alloc);
-    database->Throw([] { throw std::runtime_error("as it is"); });
+    database->Throw([] { throw std::runtime_error("other failure"); });
     EXPECT_THROW(
         try { call(storage); } catch (const std::runtime_error& error) {
-          EXPECT_STREQ(error.what(), "as it is");
+          EXPECT_STREQ(error.what(), "other failure");
           throw;
         },
         std::runtime_error);
@@ -45,7 +46,7 @@ TEST(Failure, ThatIsNotADatabaseExceptionIsNotChanged) {
   }
 }
 
-TEST(Failure, ThatIsNotADatabaseExceptionIsNotChangedWhileReadingTheKey) {
+TEST(Failure, WithAnotherExceptionTypeIsNotConvertedWhileReadingTheKey) {
   const auto database = std::make_shared<ScriptedDatabase>();
   TableSetup setup;
   setup.autoKey = true;
@@ -55,7 +56,7 @@ TEST(Failure, ThatIsNotADatabaseExceptionIsNotChangedWhileReadingTheKey) {
   EXPECT_EQ(database->sent.size(), 1U);
 }
 
-TEST(Failure, TheNextStatementWorks) {
+TEST(Failure, DoesNotAffectTheNextStatement) {
   for (const auto& [name, call] : kCalls) {
     SCOPED_TRACE(name);
     const auto database = std::make_shared<ScriptedDatabase>();
@@ -66,7 +67,7 @@ TEST(Failure, TheNextStatementWorks) {
   }
 }
 
-TEST(Failure, AnUnnamedKeyColumnIsReported) {
+TEST(Failure, OccursForAnUnnamedKeyColumn) {
   TableSetup setup;
   setup.autoKey = true;
   auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>(), setup);
@@ -81,7 +82,7 @@ TEST(Failure, AnUnnamedKeyColumnIsReported) {
   }
 }
 
-TEST(Failure, AColumnOutsideItsTableIsReported) {
+TEST(Failure, OccursForAColumnOutsideItsTable) {
   auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
   MapOf<Item>({})->stringFields.front().index = 2;
   EXPECT_THROW(storage.insert(Item()), std::out_of_range);

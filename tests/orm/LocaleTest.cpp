@@ -17,15 +17,15 @@ bool g_HasDecimalComma = false;
 
 }  // namespace
 
-// Replaces the C library's function with one that stops at a point if `g_HasDecimalComma`, so that
-// no such locale has to be installed.
+// Replaces the C library's function. If `g_HasDecimalComma` is set, parsing stops at a decimal
+// point, so the tests do not need an installed locale with a decimal comma.
 extern "C" double strtod(const char* text, char** end) {
   static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
   if (!g_HasDecimalComma) return strtod_l(text, end, plain);
-  const std::string whole(text, std::string(text).find('.'));
+  const std::string integerPart(text, std::string(text).find('.'));
   char* stop = nullptr;
-  const double value = strtod_l(whole.c_str(), &stop, plain);
-  if (end != nullptr) *end = const_cast<char*>(text) + (stop - whole.c_str());
+  const double value = strtod_l(integerPart.c_str(), &stop, plain);
+  if (end != nullptr) *end = const_cast<char*>(text) + (stop - integerPart.c_str());
   return value;
 }
 
@@ -47,7 +47,7 @@ class Locale : public testing::Test {
   const std::shared_ptr<ScriptedDatabase> m_Database = std::make_shared<ScriptedDatabase>();
 };
 
-TEST_F(Locale, ACellIsReadWithADecimalPoint) {
+TEST_F(Locale, CellsHaveADecimalPoint) {
   auto storage = StorageOf<Everything>(m_Database);
   m_Database->Answer({"1234", "me", "a", "22", "2.5", "5", "33", "x", "1234.75", "y"});
   const Everything row = storage.get_all<Everything>(where(is_equal(&Everything::id, 1))).at(0);
@@ -55,7 +55,7 @@ TEST_F(Locale, ACellIsReadWithADecimalPoint) {
   EXPECT_EQ(row.ratio, 2.5);
 }
 
-TEST_F(Locale, TheLargestKeyHasNoGroups) {
+TEST_F(Locale, TheLargestKeyIsNotGrouped) {
   auto storage = StorageOf<Item>(m_Database);
   m_Database->Answer({"1.234"});
   EXPECT_EQ(storage.max(&Item::id), 1);
@@ -63,7 +63,7 @@ TEST_F(Locale, TheLargestKeyHasNoGroups) {
   EXPECT_EQ(storage.max(&Item::id), 1234);
 }
 
-TEST_F(Locale, AStatementHasNoGroups) {
+TEST_F(Locale, NumbersInStatementsAreNotGrouped) {
   auto storage = StorageOf<Item>(m_Database);
   Item item;
   item.id = 1234567;

@@ -1,3 +1,4 @@
+// Finding the table, the columns and the alias of a row type.
 #include <gtest/gtest.h>
 
 #include "tests/orm/Database.h"
@@ -7,7 +8,7 @@ namespace {
 
 using namespace DatabaseORM;
 
-// The text of the exception that the call throws, or an empty text.
+// Returns the message of the exception that the call throws, or an empty string.
 template <class Call>
 std::string Thrown(Call call) {
   try {

@@ -1,4 +1,4 @@
-// Row types of the tests, each with its columns in order.
+// Row types for the tests. `Columns` visits the columns in order.
 #pragma once
 
 #include <string>
@@ -90,7 +90,7 @@ struct WideKey {
   }
 };
 
-// Both kinds of key, each at its position.
+// Both kinds of key: an int in the first column and an unsigned long in the last.
 struct TwoKeys {
   int id = null_int;
   std::string name = null_text;

@@ -87,7 +87,7 @@ class Runner {
   explicit Runner(const StatementCase& given)
       : m_pDatabase(std::make_shared<ScriptedDatabase>()),
         m_Storage(StorageOf<Row>(m_pDatabase, SetupOf(given))) {
-    // An automatic key that is an unsigned long is last.
+    // An unsigned long key with auto increment is in the last column.
     if constexpr (std::is_same_v<Row, WideKey>) {
       const auto table = TableOf<Row>(SetupOf(given));
       std::swap(table->columns.front()->autoIncrement, table->columns.back()->autoIncrement);
@@ -131,7 +131,7 @@ class Runner {
   }
 
   std::string Do(const Words& verb) {
-    if (verb.at(0) == "insert") return Gives(m_Storage.insert(m_Row));
+    if (verb.at(0) == "insert") return Returned(m_Storage.insert(m_Row));
     if (verb.at(0) == "max") return Max(verb.at(1));
     if (verb.at(0) == "update") {
       m_Storage.update(m_Row);
@@ -141,8 +141,8 @@ class Runner {
   }
 
   template <class Number>
-  std::string Gives(Number number) {
-    return "gives " + std::to_string(number) + "\n";
+  std::string Returned(Number number) {
+    return "returns " + std::to_string(number) + "\n";
   }
 
   std::string Max(const std::string& column) {
@@ -150,7 +150,7 @@ class Runner {
     Row::Columns([&](const char* name, auto member) {
       using Field = std::decay_t<decltype(m_Row.*member)>;
       if constexpr (std::is_same_v<Field, int> || std::is_same_v<Field, unsigned long>) {
-        if (name == column) text = Gives(m_Storage.max(member));
+        if (name == column) text = Returned(m_Storage.max(member));
       }
     });
     return text;
@@ -222,7 +222,7 @@ std::vector<StatementCase> ReadStatementFile(const std::filesystem::path& file) 
       ReadLine(line, current);
     } else if (!current.name.empty()) {
       current.file = file.stem().string();
-      if (current.expected.empty()) throw std::runtime_error("nothing expected: " + current.name);
+      if (current.expected.empty()) throw std::runtime_error("no expected result: " + current.name);
       cases.push_back(std::exchange(current, {}));
     }
   }

@@ -1,3 +1,4 @@
+// Runs the cases of the files in statements/.
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -8,7 +9,7 @@ namespace {
 
 class Statements : public testing::TestWithParam<StatementCase> {};
 
-TEST_P(Statements, AreWrittenByteByByte) {
+TEST_P(Statements, MatchTheExpectedText) {
   EXPECT_EQ(RunStatementCase(GetParam()), GetParam().expected);
 }
 

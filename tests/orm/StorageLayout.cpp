@@ -1,5 +1,5 @@
-// Order and types of what the host fills in: the storage, its tables and the maps of the row types.
-// They must match between a plug-in and a host that are built separately.
+// Order and types of the fields that the host fills in: the storage, its tables and the maps of the
+// row types. They must match between a plug-in and a host that are built separately.
 #include <cstddef>
 #include <type_traits>
 
@@ -7,7 +7,8 @@
 #include "orm/storage.h"
 #include "tests/support/FieldOrder.h"
 
-// Records with virtual members have no standard layout, but both compilers support their offsets.
+// Records with virtual members are not standard-layout types, but both compilers support offsetof
+// for them.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace {
@@ -77,7 +78,7 @@ struct ColumnLayout {
                 double_column == 4);
 };
 
-// The bases have nothing but their virtual members.
+// The base classes have no data members.
 template <class Base>
 constexpr bool IsEmpty() {
   return std::is_polymorphic_v<Base> && sizeof(Base) == sizeof(void*);

@@ -1,3 +1,4 @@
+// The words and separators of statements.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -44,7 +44,8 @@ void ExpectRow(const Case& each, std::uint32_t property) {
   EXPECT_EQ(host.RowInList(OneCard::ADAPTER, property), each.row);
 }
 
-// First used, bytes written, rating in units of 2^40 bytes, percent of the rated writes left.
+// Parameters: time of first use, bytes written, rating in units of 2^40 bytes, and percentage of
+// the rated writes remaining.
 Settings Wear(const char* firstUse, const char* written, const char* rated, const char* left) {
   return {{"first_use_ts", firstUse},
           {"total_physical_bytes_written", written},
@@ -71,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
         // 50.9 counts as 50; 51 would add nine days.
         Case{"PercentCutTowardZero", Wear(A_YEAR_AGO, "0", "100", "50.9"),
              R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
-        // One whole hour of age for 1 % leaves 99 hours; an age of two hours would leave 198.
+        // 1 percent used in one whole hour leaves 99 hours; an age of two hours would leave 198.
         Case{"AgeInWholeHours", Wear(ALMOST_TWO_HOURS_AGO, "0", "100", "99.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-05" (sort 23045))"},
         // 80 of 100 units written in 8760 hours leave 2190 hours, although the card reports less
@@ -80,14 +81,14 @@ INSTANTIATE_TEST_SUITE_P(
              R"(ESTIMATED_LIFETIME = "2026-04-02" (sort 23045))"},
         Case{"WornOut", Wear(A_YEAR_AGO, "0", "100", "0.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
-        Case{"WornOutAndMore", Wear(A_YEAR_AGO, "0", "100", "-5.0"),
+        Case{"WornOutBelowZero", Wear(A_YEAR_AGO, "0", "100", "-5.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
         Case{"WrittenBeyondTheRating", Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},
         // The host's longest lifetime, 61,360,000 hours.
         Case{"Unworn", Wear(A_YEAR_AGO, "0", "100", "100.0"),
              R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
-        Case{"MoreThanNew", Wear(A_YEAR_AGO, "0", "100", "150.0"),
+        Case{"AboveHundredPercent", Wear(A_YEAR_AGO, "0", "100", "150.0"),
              R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
         // The negative age wraps around to a very large one.
         Case{"FirstUsedInTheFuture", Wear(IN_A_YEAR, "0", "100", "50.0"),
@@ -133,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
         // One byte below 1 %.
         Case{"CutTowardZero", Wear(A_YEAR_AGO, "1099511627775", "100", "50.0"), ENDURANCE_ROW("0")},
         Case{"OnePercent", Wear(A_YEAR_AGO, "1099511627776", "100", "50.0"), ENDURANCE_ROW("1")},
-        Case{"Whole", Wear(A_YEAR_AGO, "109951162777600", "100", "50.0"), ENDURANCE_ROW("100")},
+        Case{"Full", Wear(A_YEAR_AGO, "109951162777600", "100", "50.0"), ENDURANCE_ROW("100")},
         Case{"BeyondTheRating", Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"),
              ENDURANCE_ROW("250")},
         // A hundred times this many bytes overflows 64 bits.
@@ -164,7 +165,7 @@ TEST(RatedEnduranceTrace, TracesNothingForARatingOfZero) {
 }
 
 // A rating of 2^24 units of 2^40 bytes overflows 64 bits to 0, which counts as no rating. Runs in a
-// separate process, because a division by zero would end it.
+// child process, because a division by zero would terminate it.
 TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
   const auto read = [] {
     OneCard host(Wear(A_YEAR_AGO, "54975581388800", "16777216", "50.0"));
@@ -176,7 +177,7 @@ TEST(RatedEnduranceDeathTest, AcceptsARatingThatOverflows) {
 
 class ReserveStatus : public testing::TestWithParam<Case> {};
 
-TEST_P(ReserveStatus, ShowsTheStatusOfTheCard) {
+TEST_P(ReserveStatus, IsTheStatusOfTheCard) {
   ExpectRow(GetParam(), PI::Property::RESERVE_STATUS);
 }
 
@@ -191,7 +192,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Two", {{"reserve_status", "2"}}, RESERVE_ROW("DEPLETED")},
         Case{"Three", {{"reserve_status", "3"}}, RESERVE_ROW("HEALTHY")},
         Case{"Largest", {{"reserve_status", "4294967295"}}, RESERVE_ROW("HEALTHY")},
-        // Without the space, the status has no row.
+        // Without the reserve space, there is no status row.
         Case{"NoSpace", {{"reserve_space_pct", nullptr}, {"reserve_status", "2"}}, ABSENT}),
     NameOfCase);
 
@@ -226,7 +227,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"Negative", {{"reserve_space_pct", "-1.75"}}, SPACE_ROW("-1")}),
     NameOfCase);
 
-// A byte counter and its row: the largest unit that gives at least 1.
+// A byte counter and its row, in the largest unit for which the value is at least 1.
 struct Count {
   const char* name;
   const char* bytes;
@@ -280,7 +281,7 @@ TEST(AbsentByteCounters, HaveNoRowAndNoTrace) {
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
 
-// The counters are read even so, each just before its conversion.
+// The counters are still read, each immediately before its conversion.
 TEST(ByteCountersWithoutAUnit, HaveNoRowAndNoTrace) {
   OneCard host(Settings{{"total_physical_bytes_read", "4096"},
                         {"total_physical_bytes_written", "8192"},

@@ -18,7 +18,7 @@ using testing::IsEmpty;
 constexpr std::uint64_t ADAPTER = 0x0130000000000001;
 constexpr std::uint32_t UNKNOWN_OPERATION = 50099;
 
-// The nine numbers of a row, the name after the identifier, and the number of parameters.
+// Renders the identifier, the name, the eight other numbers and the number of parameters.
 std::string Row(const PI::COperation& operation) {
   std::string text;
   for (const std::uint32_t number :
@@ -64,7 +64,7 @@ class AdapterOperations : public testing::Test {
   std::string m_Card;
 };
 
-TEST_F(AdapterOperations, ListLocateAttachAndDetachWithTheirNineNumbers) {
+TEST_F(AdapterOperations, ListLocateAttachAndDetach) {
   StartWith();
   const std::vector<std::string> rows = Rows(m_Host.Operations(ADAPTER));
   EXPECT_THAT(rows, ElementsAre("50034 50034 1 2 1 1 0 -1 1 1, 0 parameters",
@@ -111,7 +111,7 @@ TEST_P(CheckByState, UsesTheStateOfTheLastScan) {
   for (const auto& [operation, result] : wanted) {
     Forget();
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result) << operation;
-    // These returns have no exit line.
+    // These return paths write no exit line.
     EXPECT_THAT(Results(), ElementsAre("16 ENTER CheckAdapterOperation operation=" +
                                        std::to_string(operation)));
     EXPECT_THAT(m_Host.Calls(), IsEmpty());
@@ -153,7 +153,7 @@ std::ostream& operator<<(std::ostream& out, const LocateLEDCheck& check) {
 class CheckLocateLED : public AdapterOperations,
                        public testing::WithParamInterface<LocateLEDCheck> {};
 
-TEST_P(CheckLocateLED, AsksTheCardItself) {
+TEST_P(CheckLocateLED, QueriesTheCard) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().led);
   EXPECT_EQ(m_Host.Check(ADAPTER, GetParam().operation), GetParam().result);
@@ -165,7 +165,7 @@ TEST_P(CheckLocateLED, AsksTheCardItself) {
                                      "16 LEAVE CheckAdapterOperation -> " + result));
 }
 
-TEST_P(CheckLocateLED, FailsAndDestroysNothingWhenTheCardCannotBeFound) {
+TEST_P(CheckLocateLED, FailsWithoutDestroyingAHandleWhenTheCardCannotBeFound) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().led);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 71, "no such device");
@@ -188,8 +188,8 @@ INSTANTIATE_TEST_SUITE_P(
                     LocateLEDCheck{"StopWhenOn", Number::OP_STOP_LOCATE_DEVICE, "true", 0}),
     [](const auto& each) { return std::string(each.param.name); });
 
-// The state that the library returns counts even when the call fails.
-TEST_F(AdapterOperations, CheckTakesAnUnreadableLocateLEDAsOff) {
+// The state that the library returns is used even if the call fails.
+TEST_F(AdapterOperations, CheckTreatsAnUnreadableLocateLEDAsOff) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", "true");
   const std::pair<std::uint32_t, std::uint32_t> wanted[] = {
@@ -197,7 +197,7 @@ TEST_F(AdapterOperations, CheckTakesAnUnreadableLocateLEDAsOff) {
       {Number::OP_STOP_LOCATE_DEVICE, Number::ERR_NO_LOCATE_STARTED}};
   for (const auto& [operation, result] : wanted) {
     Forget();
-    CardSim::FailCall("vsl_beacon_state", 1, 72, "asleep");
+    CardSim::FailCall("vsl_beacon_state", 1, 72, "no response");
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result);
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0",
                                             "vsl_beacon_state card#1", "vsl_destroy card#1"));
@@ -247,7 +247,7 @@ class SwitchLocateLED : public AdapterOperations,
   }
 };
 
-TEST_P(SwitchLocateLED, IsDoneAtOnceWithoutOpeningTheCard) {
+TEST_P(SwitchLocateLED, CompletesWithoutOpeningTheCard) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", GetParam().before);
   EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), 0U);

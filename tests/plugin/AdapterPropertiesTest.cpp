@@ -1,5 +1,5 @@
-// An adapter's properties as the host reads them: the whole list, and the form and condition of
-// each row.
+// An adapter's properties as the host reads them: the complete list, and the format and condition
+// of each row.
 
 #include <gmock/gmock.h>
 
@@ -42,7 +42,7 @@ TEST(AdapterProperties, HaveTheHostsNumbers) {
   }
 }
 
-TEST(AdapterProperties, ReadOneByOneAgreeWithTheList) {
+TEST(AdapterProperties, AreTheSameReadOneByOne) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
@@ -59,11 +59,11 @@ TEST(AdapterProperties, ShowOnlyRecordedRowsOfACardThatCannotBeOpened) {
   }
   for (const char* function : {"vsl_iom_create_by_name", "vsl_open"}) {
     SCOPED_TRACE(function);
-    CardSim::FailCall(function, 1, 5, "not today");
+    CardSim::FailCall(function, 1, 5, "unavailable");
     EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(others));
     for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
       const std::uint32_t property = ALL_NUMBERS[i].property;
-      CardSim::FailCall(function, 1, 5, "not today");
+      CardSim::FailCall(function, 1, 5, "unavailable");
       EXPECT_EQ(host.Row(OneCard::ADAPTER, property),
                 LIVE.count(property) == 0 ? ALL_ROWS[i] : "result ERR_GENERAL");
     }
@@ -72,7 +72,7 @@ TEST(AdapterProperties, ShowOnlyRecordedRowsOfACardThatCannotBeOpened) {
 
 // The selector for all properties is not a property itself: a single read with it returns the first
 // row.
-TEST(AdapterProperties, ReturnTheFirstForTheSelectorOfAll) {
+TEST(AdapterProperties, ReturnTheFirstForTheAllSelector) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, 1), R"~(NAME = "SanDisk Flash Board (1)" (sort 23081))~");
@@ -81,7 +81,8 @@ TEST(AdapterProperties, ReturnTheFirstForTheSelectorOfAll) {
 TEST(AdapterProperties, ExcludeThoseOfOtherObjects) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
-  // Plug-in, drive and parameter properties, low numbers, short names, values, and none at all.
+  // Plug-in, drive and parameter properties, low numbers, short names, values, and a number without
+  // a meaning.
   for (const std::uint32_t property :
        {0U, 2U, 3U, Number::Property::VENDOR_API_VERSION, Number::Property::POLL_INTERVAL,
         Number::Property::TYPE, Number::Property::PHYSICAL_SIZE,
@@ -138,7 +139,7 @@ TEST(AdapterProperties, HaveAnEmptyNameUntilTheHostAssignsANumber) {
   EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::NAME), R"(NAME = "" (sort 23081))");
 }
 
-// A card of no known family that has no segment attribute is shown without a segment.
+// A card of an unknown family that has no segment attribute has an unknown segment.
 TEST(AdapterProperties, ShowAnUnknownSegment) {
   OneCard host;
   const std::string odd = host.AddCard(0x4242);
@@ -152,7 +153,8 @@ TEST(AdapterProperties, ShowAnUnknownSegment) {
   EXPECT_EQ(host.Row(second, Property::PRODUCT), R"(PRODUCT = "" (sort 23102))");
 }
 
-// One row of one card, in the list and read alone: "result ERR_GENERAL" if the row is not shown.
+// The expected row, both in the list and in a single read; "result ERR_GENERAL" if the row is
+// absent.
 struct Case {
   const char* name;
   Settings settings;
@@ -241,7 +243,7 @@ INSTANTIATE_TEST_SUITE_P(
     NameOfCase);
 
 INSTANTIATE_TEST_SUITE_P(
-    Measures, AdapterRow,
+    Measurements, AdapterRow,
     testing::Values(
         Case{"NoTemperature",
              {{"temp_internal_deg_c", nullptr}},
@@ -306,7 +308,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"external_power_requirement", "1"}},
              Property::EXTERNAL_POWER_REQUIREMENT,
              "EXTERNAL_POWER_REQUIREMENT = OPTIONAL of [NONE OPTIONAL REQUIRED] (sort 23047)"},
-        Case{"ExternalPowerOptionalAndOff",
+        Case{"ExternalPowerOptionalAndDisconnected",
              {{"external_power_requirement", "1"}, {"external_power_connected", "false"}},
              Property::EXTERNAL_POWER_CONNECTED,
              "EXTERNAL_POWER_CONNECTED = false (sort 23048)"},
@@ -334,15 +336,15 @@ INSTANTIATE_TEST_SUITE_P(
                          {},
                          Property::STATUS,
                          "STATUS = OK of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
-                    Case{"Warned",
+                    Case{"Warning",
                          {{"current_warnings", "2"}},
                          Property::STATUS,
                          "STATUS = WARNING of [OK WARNING FAILED] (sort 23127, indicator 24002)"},
-                    Case{"Broken",
+                    Case{"Failed",
                          {{"current_errors", "1"}},
                          Property::STATUS,
                          "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},
-                    Case{"BrokenAndWarned",
+                    Case{"FailedAndWarning",
                          {{"current_errors", "1"}, {"current_warnings", "2"}},
                          Property::STATUS,
                          "STATUS = FAILED of [OK WARNING FAILED] (sort 23127, indicator 24001)"},

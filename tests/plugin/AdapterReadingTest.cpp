@@ -1,5 +1,5 @@
-// How the properties of an adapter are read from its card: which calls in which order with which
-// traces, and what remains when a card or an attribute cannot be read.
+// Reading an adapter's properties from its card: the order of calls and traces, and the rows that
+// remain if the card or an attribute cannot be read.
 
 #include <gmock/gmock.h>
 
@@ -21,7 +21,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// A card that has all rows.
+// A card for which all rows are shown.
 const Settings CARD_WITH_ALL_ROWS = {
     {"first_use_ts", "1735689600"},
     {"reserve_space_pct", "97.9"},
@@ -62,7 +62,7 @@ void ExpectNothingLeftOpen() {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
-// No worker runs until the host assigns numbers, so the request makes the only calls.
+// No worker runs until the host assigns numbers, so all calls come from the request.
 class AdapterReading : public testing::Test {
  protected:
   void SetUp() override {
@@ -73,7 +73,7 @@ class AdapterReading : public testing::Test {
   OneCard m_Host{CARD_WITH_ALL_ROWS};
 };
 
-TEST_F(AdapterReading, AsksTheCardInTheOrderOfTheRows) {
+TEST_F(AdapterReading, QueriesTheCardInTheOrderOfTheRows) {
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(ALL_IDS));
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(ALL_CALLS));
   ExpectNothingLeftOpen();
@@ -170,7 +170,8 @@ INSTANTIATE_TEST_SUITE_P(
                     RowCalls{"Endurance", Property::RATED_ENDURANCE_PERCENT, 16, 4}),
     [](const auto& each) { return each.param.name; });
 
-// Live rows show the card at the time of the request, the others the record of the last scan.
+// Live rows show the card's values at the time of the request; the other rows show the values of
+// the last scan.
 TEST_F(AdapterReading, ShowsLiveAndRecordedValues) {
   m_Host.Set({{"temp_internal_deg_c", "99.5"},
               {"total_physical_bytes_read", "2048"},
@@ -197,7 +198,7 @@ TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeFound) {
 }
 
 TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeOpened) {
-  CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
+  CardSim::FailCall("vsl_open", 1, 5, "open failed");
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE)));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_destroy card#1"));
@@ -205,7 +206,7 @@ TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeOpened) {
   ExpectNothingLeftOpen();
 }
 
-TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardIsGone) {
+TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardHasBeenRemoved) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE)));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
@@ -215,7 +216,7 @@ TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardIsGone) {
 TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
   for (const char* function : {"vsl_iom_create_by_name", "vsl_open"}) {
     for (const std::uint32_t id : ALL_IDS) {
-      CardSim::FailCall(function, 1, 5, "not today");
+      CardSim::FailCall(function, 1, 5, "unavailable");
       const bool missing = m_Host.Row(OneCard::ADAPTER, id) == "result ERR_GENERAL";
       EXPECT_EQ(missing, LIVE.count(id) == 1) << function << " " << id;
     }
@@ -224,7 +225,7 @@ TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
 }
 
 TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
-  CardSim::FailCall("vsl_open", 1, 5, "worn hinge");
+  CardSim::FailCall("vsl_open", 1, 5, "open failed");
   PI::CProperty payload(Property::BYTES_READ, true);
   payload.SetValue(std::string("mine"));
   EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTY, OneCard::ADAPTER, &payload), Number::ERR_GENERAL);
@@ -233,16 +234,16 @@ TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
 }
 
 // The rows that need an attribute.
-struct Lacking {
+struct MissingAttribute {
   const char* attribute;
   std::set<std::uint32_t> missing;
 };
 
-void PrintTo(const Lacking& each, std::ostream* out) {
+void PrintTo(const MissingAttribute& each, std::ostream* out) {
   *out << each.attribute;
 }
 
-class AdapterWithoutAnAttribute : public testing::TestWithParam<Lacking> {};
+class AdapterWithoutAnAttribute : public testing::TestWithParam<MissingAttribute> {};
 
 TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
   OneCard host(CARD_WITH_ALL_ROWS);
@@ -259,32 +260,34 @@ TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
 
 INSTANTIATE_TEST_SUITE_P(
     Each, AdapterWithoutAnAttribute,
-    testing::Values(Lacking{"rated_endurance_tbytes",
-                            {Property::ESTIMATED_LIFETIME, Property::RATED_ENDURANCE_PERCENT}},
-                    Lacking{"total_physical_bytes_written",
-                            {Property::ESTIMATED_LIFETIME, Property::BYTES_WRITTEN,
-                             Property::RATED_ENDURANCE_PERCENT}},
-                    Lacking{"rated_writes_remaining_percent", {Property::ESTIMATED_LIFETIME}},
-                    Lacking{"reserve_space_pct",
-                            {Property::REMAINING_RESERVE_SPACE, Property::RESERVE_STATUS}},
-                    Lacking{"total_physical_bytes_read", {Property::BYTES_READ}},
-                    Lacking{"first_use_ts", {Property::ESTIMATED_LIFETIME}},
-                    Lacking{"origin_ts", {Property::MANUFACTURE_DATE}},
-                    Lacking{"pci_slot_num", {Property::PCI_SLOT}},
-                    Lacking{"driver_version", {Property::DRIVER_VERSION}},
-                    Lacking{"pcie_slot_power_watts", {Property::SLOT_POWER}},
-                    Lacking{"power_limit_watts", {Property::POWER_LIMIT}},
-                    Lacking{"temp_internal_warn_deg_c", {Property::HIGH_WARNING_TEMPERATURE}},
-                    Lacking{"temp_setpoint_high_deg_c", {Property::HIGH_CRITICAL_TEMPERATURE}},
-                    Lacking{"external_power_requirement", {Property::EXTERNAL_POWER_CONNECTED}},
-                    Lacking{"iom_state", {Property::ADDITIONAL_STATUS}},
-                    Lacking{"external_power_connected", {}}, Lacking{"temp_internal_deg_c", {}},
-                    Lacking{"board_name", {}}, Lacking{"fw_current_version", {}},
-                    Lacking{"fw_current_major_ver", {}}, Lacking{"pci_domain", {}},
-                    Lacking{"pci_bus", {}}, Lacking{"pci_device", {}}, Lacking{"pci_function", {}},
-                    Lacking{"factory_size_bytes", {}}, Lacking{"current_errors", {}},
-                    Lacking{"write_throttling_state", {}},
-                    Lacking{"reserve_warning_threshold_percent", {}}),
+    testing::Values(
+        MissingAttribute{"rated_endurance_tbytes",
+                         {Property::ESTIMATED_LIFETIME, Property::RATED_ENDURANCE_PERCENT}},
+        MissingAttribute{"total_physical_bytes_written",
+                         {Property::ESTIMATED_LIFETIME, Property::BYTES_WRITTEN,
+                          Property::RATED_ENDURANCE_PERCENT}},
+        MissingAttribute{"rated_writes_remaining_percent", {Property::ESTIMATED_LIFETIME}},
+        MissingAttribute{"reserve_space_pct",
+                         {Property::REMAINING_RESERVE_SPACE, Property::RESERVE_STATUS}},
+        MissingAttribute{"total_physical_bytes_read", {Property::BYTES_READ}},
+        MissingAttribute{"first_use_ts", {Property::ESTIMATED_LIFETIME}},
+        MissingAttribute{"origin_ts", {Property::MANUFACTURE_DATE}},
+        MissingAttribute{"pci_slot_num", {Property::PCI_SLOT}},
+        MissingAttribute{"driver_version", {Property::DRIVER_VERSION}},
+        MissingAttribute{"pcie_slot_power_watts", {Property::SLOT_POWER}},
+        MissingAttribute{"power_limit_watts", {Property::POWER_LIMIT}},
+        MissingAttribute{"temp_internal_warn_deg_c", {Property::HIGH_WARNING_TEMPERATURE}},
+        MissingAttribute{"temp_setpoint_high_deg_c", {Property::HIGH_CRITICAL_TEMPERATURE}},
+        MissingAttribute{"external_power_requirement", {Property::EXTERNAL_POWER_CONNECTED}},
+        MissingAttribute{"iom_state", {Property::ADDITIONAL_STATUS}},
+        MissingAttribute{"external_power_connected", {}},
+        MissingAttribute{"temp_internal_deg_c", {}}, MissingAttribute{"board_name", {}},
+        MissingAttribute{"fw_current_version", {}}, MissingAttribute{"fw_current_major_ver", {}},
+        MissingAttribute{"pci_domain", {}}, MissingAttribute{"pci_bus", {}},
+        MissingAttribute{"pci_device", {}}, MissingAttribute{"pci_function", {}},
+        MissingAttribute{"factory_size_bytes", {}}, MissingAttribute{"current_errors", {}},
+        MissingAttribute{"write_throttling_state", {}},
+        MissingAttribute{"reserve_warning_threshold_percent", {}}),
     [](const auto& each) { return each.param.attribute; });
 
 // The lifetime needs three attributes; the read stops at the first missing one.
@@ -315,7 +318,7 @@ TEST(AdapterReadingOfTheLifetime, ReadsNothingWithoutAFirstUse) {
                                         "vsl_close card#1", "vsl_destroy card#1"));
 }
 
-// The endurance stops at its first missing attribute too.
+// Reading the endurance also stops at its first missing attribute.
 TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
   OneCard host(CARD_WITH_ALL_ROWS);
   host.Set({{"rated_endurance_tbytes", nullptr}});
@@ -327,15 +330,15 @@ TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
                                         "vsl_destroy card#1"));
 }
 
-// Any single call may fail: the request succeeds, no handle stays open, and the next request is not
-// affected. Failures of destroy and close are left to the library.
-TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
+// The request succeeds even if one of its calls fails: no handle remains open, and the next request
+// is not affected. Handles are not checked after a failed destroy or close.
+TEST_F(AdapterReading, SucceedsWhenAnyOneCallFails) {
   const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
   std::map<std::string, unsigned int> seen;
   for (const std::string& call : ALL_CALLS) {
     const std::string function = call.substr(0, call.find(' '));
     m_Host.Watch();
-    CardSim::FailCall(function, ++seen[function], 5, "not now");
+    CardSim::FailCall(function, ++seen[function], 5, "unavailable");
     std::vector<PI::CProperty> list;
     EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::ADAPTER, &list), 0U) << function;
     if (function != "vsl_destroy" && function != "vsl_close") ExpectNothingLeftOpen();
@@ -343,14 +346,14 @@ TEST_F(AdapterReading, SurvivesTheFailureOfAnyCall) {
   }
 }
 
-// One failing call on an open card while the whole list is read. If the query for an attribute
+// One failing call on an open card while the complete list is read. If the query for an attribute
 // fails, its row is missing; if the read fails, the value is 0 and the failure is ignored.
 struct FailedCall {
   const char* name;
   std::size_t call;     // in `ALL_CALLS`
-  std::size_t skipped;  // calls after it that are left out
+  std::size_t skipped;  // number of calls after it that are skipped
   std::uint32_t property;
-  const char* row;  // or the result 20000: it is missing, and no other row is
+  const char* row;  // MISSING if this row, and no other, is missing
   std::vector<std::string> traces;
 };
 
@@ -361,7 +364,8 @@ void PrintTo(const FailedCall& each, std::ostream* out) {
 class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> {
  protected:
   void SetUp() override {
-    // 80 of 100 units written and 10 percent worn, which give different lifetimes.
+    // 80 of 100 units are written, but the reported wear is 10 percent: the two lead to different
+    // lifetimes.
     m_Host.Set({{"total_physical_bytes_written", "87960930222080"},
                 {"rated_writes_remaining_percent", "90.0"}});
     ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -482,7 +486,7 @@ const FailedCall FAILED_CALLS[] = {
      Property::RATED_ENDURANCE_PERCENT,
      "RATED_ENDURANCE_PERCENT = 0 in 0..100 step 1 (sort 23105, unit 21010, fixed 0)",
      {SPACE, STATE, READ, WRITTEN, UNUSED}},
-    // A rating of 0 gives no percentage.
+    // With a rating of 0, there is no percentage row.
     {"RatingForThePercentage",
      19,
      0,

@@ -10,7 +10,7 @@
 
 namespace CorvaneTest {
 
-// A card that has all rows.
+// A card for which all rows are shown.
 inline const Settings FULL_CARD = {
     {"board_name", "Flash Board"},
     {"serial_number", "SN-77"},
@@ -43,7 +43,7 @@ inline const Settings FULL_CARD = {
     {"current_warnings", "1"},
 };
 
-// The rows of `FULL_CARD` in the order in which the host gets them.
+// The rows of `FULL_CARD` in the order in which the host receives them.
 inline const std::vector<std::string> ALL_ROWS = {
     R"~(NAME = "SanDisk Flash Board (1)" (sort 23081))~",
     R"(VENDOR = "SanDisk" (sort 23144))",
@@ -88,8 +88,8 @@ inline const std::vector<std::string> ALL_ROWS = {
     "ACTIVITY = IDLE of [IDLE BUSY ATTACHING DETACHING] (sort 23002)",
 };
 
-// One row in numbers: property, kind of value (1 string, 2 bool, 3 choice, 4 number, 5 float,
-// 6 multi-choice, 7 range), name shown, choices.
+// The numbers of a row: property, value type (1 string, 2 bool, 3 choice, 4 number, 5 float, 6
+// multi-choice, 7 range), displayed name, choices.
 struct RowNumbers {
   std::uint32_t property;
   std::uint32_t kind;

@@ -1,5 +1,4 @@
-// A worker that is canceled when a stop times out: its locks are released, and commands still
-// work.
+// A worker that is canceled when a stop times out: its locks are released, and commands still work.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/HostThread.h"
@@ -29,7 +28,7 @@ class CanceledWorker : public WorkerFixture {
     EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   }
 
-  // From another thread than the one that waits.
+  // Returns the number of objects, requested from a separate thread.
   std::size_t ObjectsForTheNextCommand() {
     std::size_t count = 0;
     const auto read = [&] { count = m_Host.Topology().size(); };

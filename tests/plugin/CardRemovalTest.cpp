@@ -58,7 +58,7 @@ TEST_F(CardRemoval, RequestsForAMissingCardFail) {
 }
 
 // Only a scan detects removed and added cards.
-TEST_F(CardRemoval, AQuickPollDoesNotDetectThem) {
+TEST_F(CardRemoval, AQuickPollDetectsNoRemovalOrReturn) {
   AddCards(1);
   StartWatch();
   Hide(0);
@@ -118,7 +118,7 @@ TEST_F(CardRemoval, TheScanOfAReturningCardTracesOneMoreLine) {
   const auto begin = std::find(lines.begin(), lines.end(), "2 ENTER ScanSystem(0) PhyDrive=0");
   const auto end = std::find(begin, lines.end(), "2 LEAVE ScanSystem() -> 0");
   ASSERT_NE(end, lines.end());
-  // The ages and the reserve of both cards, as in every scan.
+  // The dates and the reserve thresholds of both cards, which every scan traces.
   EXPECT_THAT(Lines(begin + 1, end),
               ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
                           "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
@@ -138,7 +138,7 @@ TEST_F(CardRemoval, RemovalAndReturnKeepTheirOrderInTheQueue) {
   EXPECT_THAT(NextScan(), ElementsAre(Removed(1, 1), Added(5, 1)));
 }
 
-TEST_F(CardRemoval, ReturningCardsTakeTheirPlaceInTheOrderOfTheStart) {
+TEST_F(CardRemoval, ReturningCardsKeepTheOrderOfTheStart) {
   AddCards(3);
   StartWatch();
   Hide(0);
@@ -174,18 +174,18 @@ TEST_F(CardRemoval, ACardMissingAtTheStartIsNeverAdded) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
-// The card counted at the start, but the first scan could not find it.
+// The card was counted at the start, but the first scan did not find it.
 TEST_F(CardRemoval, ACardMissedByTheFirstScanIsAddedByTheNext) {
   AddCards(2);
-  CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "late");
+  CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "timeout");
   StartWatch();
   ASSERT_THAT(m_Host.Topology(), SizeIs(3));
-  // The host assigned numbers only to the adapters that it knew.
+  // The host assigned numbers only to the adapters that it knew at that time.
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD severity 2 object 3 "));
   EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children, (std::vector<std::uint64_t>{ObjectId(3), FIRST}));
 }
 
-// The host sees another card at the same position as the same object.
+// The host treats another card at the same position as the same object.
 TEST_F(CardRemoval, AnotherCardAtTheSamePositionTakesOverTheIds) {
   AddCards(1);
   StartWatch();
@@ -204,7 +204,7 @@ TEST_F(CardRemoval, ACardThatCannotBeOpenedUsesUpAnId) {
   AwaitScans();
   Show(1);
   AwaitWakeUps(2);
-  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  CardSim::FailCall("vsl_open", 2, 62, "unavailable");
   AwaitScans();
   ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
   Events();

@@ -1,5 +1,5 @@
-// The order of steps within each command: printed text, traces, card calls and statements, and the
-// locks held at each.
+// The order of steps within each command: printed text, traces, card calls and statements, with the
+// locks held at each step.
 
 #include <atomic>
 
@@ -19,7 +19,7 @@ constexpr std::uint64_t PLUGIN = 0x0130000000000000;
 constexpr std::uint64_t ADAPTER = 0x0130000000000001;
 constexpr std::uint64_t DRIVE = 0x0130000000000002;
 
-// One card; the plug-in runs no thread.
+// One card; no thread of the plug-in is running.
 class CommandOrder : public testing::Test {
  protected:
   CommandOrder() {
@@ -28,7 +28,7 @@ class CommandOrder : public testing::Test {
     m_Journal.Begin();
   }
 
-  // The steps of `Initialize`, which must give that result.
+  // Runs `Initialize`, which must return `expected`, and returns its steps.
   Lines StepsOfInitialize(unsigned int expected) {
     unsigned int result = 0;
     {
@@ -45,8 +45,8 @@ class CommandOrder : public testing::Test {
     return steps;
   }
 
-  // Starts the plug-in and clears the journal. From here on the journal also shows the event that
-  // wakes the worker; no worker consumes it.
+  // Starts the plug-in and clears the journal. From here on, the journal also shows the event that
+  // wakes the worker; no worker consumes that event.
   void Start() {
     ASSERT_EQ(m_Host.Initialize(), 0U);
     m_Journal.ObserveEveryEntry([] {
@@ -122,8 +122,8 @@ TEST_F(CommandOrder, InitializeWithoutTheLibrary) {
                           "-- trace 2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
 }
 
-// Here the count is printed before the library is stopped; after a failed scan, it is printed
-// afterwards.
+// Here, the count is printed before the library is stopped; after a failed scan, the library is
+// stopped first.
 TEST_F(CommandOrder, InitializeWithoutAUsableCard) {
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   Lines expected = START_LIBRARY;
@@ -164,7 +164,8 @@ TEST_F(CommandOrder, DeInitialize) {
                                       "-- trace 2 LEAVE DeInitialize"));
 }
 
-// Includes all reads: the card is closed and destroyed after the last read and before the exit.
+// Includes all reads: the card is closed and its handle destroyed after the last read and before
+// the exit line.
 TEST_F(CommandOrder, AdapterPropertyList) {
   m_Host.Cards().Set("card0", "reserve_space_pct", "88.9");
   m_Host.Cards().Set("card0", "reserve_status", "1");
@@ -206,7 +207,7 @@ TEST_F(CommandOrder, AdapterPropertyList) {
 
 TEST_F(CommandOrder, PropertyListOfAnAdapterThatCannotBeOpened) {
   Start();
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   EXPECT_FALSE(m_Host.Properties(ADAPTER).empty());
   EXPECT_THAT(
       AllSteps(),
@@ -221,7 +222,7 @@ TEST_F(CommandOrder, ObjectTree) {
   Start();
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   Lines steps = AllSteps();
-  // The reads of the card are those of the properties.
+  // Omits the values read from the card, which the tests of the property list check.
   steps.erase(std::remove_if(steps.begin(), steps.end(),
                              [](const std::string& step) {
                                return step.find(" GetAdapterProperties, ") != std::string::npos;
@@ -243,7 +244,7 @@ TEST_F(CommandOrder, ObjectTree) {
                   "d- trace 4 GetTopology() m_PhysicalDrives = 1", "d- trace 2 LEAVE GetTopology"));
 }
 
-// The steps between the router's lock lines.
+// The steps performed while the data lock is held.
 Lines Inside(Lines steps) {
   const auto isOutside = [](const std::string& step) { return step.rfind("d- ", 0) != 0; };
   steps.erase(std::remove_if(steps.begin(), steps.end(), isOutside), steps.end());
@@ -281,7 +282,7 @@ TEST_F(CommandOrder, LocateLEDCheck) {
 
 TEST_F(CommandOrder, FailedLocateLEDSwitch) {
   Start();
-  CardSim::FailCall("vsl_set_beacon_state", 1, 62, "no lamp");
+  CardSim::FailCall("vsl_set_beacon_state", 1, 62, "LED failure");
   EXPECT_EQ(m_Host.Run(ADAPTER, PI::OP_LOCATE_DEVICE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(
       Inside(AllSteps()),
@@ -289,11 +290,11 @@ TEST_F(CommandOrder, FailedLocateLEDSwitch) {
           "d- trace 8 After m_DataLock.Wait (sg)",
           "d- trace 2 ENTER ExecuteAdapterOperation(50034) (0)",
           "d- call vsl_iom_create_by_name /dev/fct0", "d- call vsl_set_beacon_state card#1 1",
-          "d- trace 16 ExecuteAdapterOperation, vsl_set_beacon_state = 62 (no lamp)",
+          "d- trace 16 ExecuteAdapterOperation, vsl_set_beacon_state = 62 (LED failure)",
           "d- call vsl_destroy card#1", "d- trace 2 LEAVE AdapterExecuteOperation() -> 20003"));
 }
 
-// The worker is woken after the card has been destroyed.
+// The worker is woken after the card's handle has been destroyed.
 TEST_F(CommandOrder, FormatDrive) {
   m_Host.Cards().Set("card0", "iom_state", "0");
   m_Host.Cards().Set("card0", "format_ms", "0");
@@ -315,20 +316,20 @@ TEST_F(CommandOrder, FormatDrive) {
 TEST_F(CommandOrder, FailedFormat) {
   m_Host.Cards().Set("card0", "iom_state", "0");
   Start();
-  CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "no luck");
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(
       Inside(AllSteps()),
-      ElementsAre(
-          "d- trace 8 After m_DataLock.Wait (sg)",
-          "d- trace 2 ENTER ExecutePhysicalDriveOperation()",
-          "d- call vsl_iom_create_by_name /dev/fct0", "d- call vsl_iom_format_create card#1",
-          "d- call vsl_iom_format_set_sector_size_bytes format#1 512",
-          "d- call vsl_iom_format_set_size_pct format#1 100", "d- call vsl_op_start format#1",
-          "d- call vsl_op_wait_for_result format#1",
-          "d- trace 16 ExecutePhysicalDriveOperation, vsl_op_wait_for_result = 62 (no luck)",
-          "d- call vsl_destroy format#1", "d- call vsl_destroy card#1",
-          "d- trace 2 LEAVE ExecutePhysicalDriveOperation() -> 20003"));
+      ElementsAre("d- trace 8 After m_DataLock.Wait (sg)",
+                  "d- trace 2 ENTER ExecutePhysicalDriveOperation()",
+                  "d- call vsl_iom_create_by_name /dev/fct0",
+                  "d- call vsl_iom_format_create card#1",
+                  "d- call vsl_iom_format_set_sector_size_bytes format#1 512",
+                  "d- call vsl_iom_format_set_size_pct format#1 100",
+                  "d- call vsl_op_start format#1", "d- call vsl_op_wait_for_result format#1",
+                  "d- trace 16 ExecutePhysicalDriveOperation, vsl_op_wait_for_result = 62 (failed)",
+                  "d- call vsl_destroy format#1", "d- call vsl_destroy card#1",
+                  "d- trace 2 LEAVE ExecutePhysicalDriveOperation() -> 20003"));
 }
 
 TEST_F(CommandOrder, MakeUnitsOffline) {
@@ -346,8 +347,8 @@ TEST_F(CommandOrder, MakeUnitsOffline) {
                           "d- trace 2 LEAVE ExecutePhysicalDriveOperation() -> 0"));
 }
 
-// The event that wakes the worker is set only after the new interval is stored and saved, so a host
-// that is notified reads the new value.
+// The event that wakes the worker is set only after the new interval is stored and saved, so a
+// notified host reads the new value.
 TEST(CommandOrderInSeededSchedules, NewPollInterval) {
   InManySchedules([](Schedule schedule) {
     SimulatedHost host(TimeOf(schedule));

@@ -1,5 +1,5 @@
-// Host threads that read while jobs drive the cards and the worker scans them: natively, and in
-// many seeded schedules.
+// Host threads that read while jobs attach and detach cards and the worker scans them, with native
+// threads and in many seeded schedules.
 
 #include <gmock/gmock.h>
 
@@ -28,11 +28,11 @@ constexpr std::uint64_t FIRST = 0x0130000000000001;
 constexpr std::uint64_t FIRST_DRIVE = 0x0130000000000002;
 constexpr std::uint64_t SECOND = 0x0130000000000003;
 
-// A detached card and an attached one, each a second away from the other state.
+// A detached card and an attached one; attaching and detaching take one second.
 class Traffic {
  public:
   explicit Traffic(Schedule schedule) : m_Host(TimeOf(schedule)) {
-    // Trace lines would take half the time of hundreds of schedules.
+    // Trace lines would take up half the run time of hundreds of schedules.
     if (schedule) HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
     for (const char* state : {"0", "2"}) {
@@ -50,7 +50,7 @@ class Traffic {
   void Attach() { EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U); }
   void Detach() { EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U); }
 
-  // One refresh of a host's window.
+  // The requests with which a host refreshes its display.
   void Read() {
     EXPECT_EQ(m_Host.Topology().size(), 5U);
     for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE, SECOND}) {
@@ -111,7 +111,7 @@ TEST(Concurrency, TwoThreadsReadWhileACardIsAttachedAndAnotherDetached) {
   for (int i = 0; i < 10; ++i) ReadWhileJobsRun(NATIVE, 10);
 }
 
-// Short jobs, with checks throughout.
+// Short jobs, with checks running at the same time.
 TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
   Traffic traffic(NATIVE);
   HostKit::SetTraceMask(0);
@@ -136,8 +136,8 @@ TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
   traffic.StopAndExpectNothingLeft();
 }
 
-// Each change of the interval wakes the worker, which unmarks the objects while the others are
-// copied.
+// Each change of the interval wakes the worker, which unlocks the objects while another thread
+// copies them.
 TEST(Concurrency, TheIntervalIsSetRepeatedlyWhileOthersRead) {
   Traffic traffic(NATIVE);
   HostKit::SetTraceMask(0);
@@ -185,7 +185,7 @@ TEST(Concurrency, ASeedRepeatsItsSchedule) {
 }
 
 // Both jobs fail while the host collects events: each event is collected exactly once. A scan may
-// also see a card attaching or detaching.
+// queue other events in the meantime.
 void CollectWhileJobsFail(Schedule schedule) {
   Traffic traffic(schedule);
   CardSim::FailCall("vsl_op_wait_for_result", 1, 51, "no", 2);

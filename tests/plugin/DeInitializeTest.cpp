@@ -1,6 +1,6 @@
 // DeInitialize: how long it waits for running jobs, and when it stops the library.
 //
-// `Initialize` alone starts no thread, so that each test has just the jobs that it asks for.
+// `Initialize` alone starts no thread, so each test has only the jobs that it starts.
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ using testing::IsEmpty;
 constexpr const char* WAIT_ATTACH = "16 Wait for termination... (Attach)";
 constexpr const char* WAIT_DETACH = "16 Wait for termination... (Detach)";
 
-// A trace line of the command, with its time in milliseconds since the command began.
+// A trace line of the command, with its time in milliseconds since the start of the command.
 struct TracedAt {
   unsigned long ms;
   std::string line;
@@ -28,13 +28,13 @@ bool operator==(const TracedAt& left, const TracedAt& right) {
   return left.ms == right.ms && left.line == right.line;
 }
 
-void PrintTo(const TracedAt& moment, std::ostream* stream) {
-  *stream << moment.ms << " ms: " << moment.line;
+void PrintTo(const TracedAt& traced, std::ostream* stream) {
+  *stream << traced.ms << " ms: " << traced.line;
 }
 
 class DeInitialize : public testing::Test {
  protected:
-  // Card 0 is attached, card 1 is not; jobs end as soon as the library lets them.
+  // Card 0 is attached and card 1 is detached; jobs end as soon as the library call returns.
   void SetUp() override {
     for (int i = 0; i < 2; ++i) {
       const std::string card = m_Host.AddCard();
@@ -44,7 +44,7 @@ class DeInitialize : public testing::Test {
     m_Host.Cards().Set("card1", "iom_state", "0");
   }
 
-  // Delays the result of each job by that time.
+  // Delays the result of each job by the given time.
   void HoldJobs(unsigned int attachMs, unsigned int detachMs) {
     CardSim::SetHook([=](const CardSim::Call& call) {
       if (call.function != "vsl_op_wait_for_result") return;
@@ -55,14 +55,15 @@ class DeInitialize : public testing::Test {
   unsigned int Attach() { return m_Host.Run(m_Host.AdapterId(1), PI::OP_ATTACH); }
   unsigned int Detach() { return m_Host.Run(m_Host.AdapterId(0), PI::OP_DETACH); }
 
-  // The command's result. Its traces about threads and its duration are kept.
+  // Runs the command and returns its result. Records its traces about threads and its duration.
   unsigned int Stop() {
-    m_Moments.clear();
-    const unsigned long begin = MBX::Misc::now();
-    HostKit::SetTraceSink([this, begin](const HostKit::TraceLine& line) {
-      // Failures of the jobs themselves have level 16 too.
+    m_TracedLines.clear();
+    const unsigned long start = MBX::Misc::now();
+    HostKit::SetTraceSink([this, start](const HostKit::TraceLine& line) {
+      // Failures of the jobs are also traced at level 16.
       if (line.text.rfind("Wait for", 0) != 0 && line.text.rfind("Kill", 0) != 0) return;
-      m_Moments.push_back({MBX::Misc::now() - begin, std::to_string(line.level) + " " + line.text});
+      m_TracedLines.push_back(
+          {MBX::Misc::now() - start, std::to_string(line.level) + " " + line.text});
     });
     unsigned int result = 1;
     m_Ms = MsOf([&] { result = m_Host.DeInitialize(); });
@@ -70,7 +71,7 @@ class DeInitialize : public testing::Test {
     return result;
   }
 
-  // A held job must have ended before the plug-in is released.
+  // Waits for the held jobs, which must end before the plug-in is released.
   void AwaitJobs() {
     while (!AllEnded()) SleepMs(100);
   }
@@ -82,7 +83,7 @@ class DeInitialize : public testing::Test {
   }
 
   SimulatedHost m_Host;
-  std::vector<TracedAt> m_Moments;
+  std::vector<TracedAt> m_TracedLines;
   unsigned long m_Ms = 0;
 };
 
@@ -115,7 +116,7 @@ TEST_F(DeInitialize, KeepsTheObjects) {
 
 TEST_F(DeInitialize, KeepsTheEvents) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   ASSERT_EQ(Attach(), 0U);
   AwaitJobs();
   m_Host.DeInitialize();
@@ -130,14 +131,14 @@ TEST_F(DeInitialize, ASecondCallStopsTheLibraryAgain) {
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
 }
 
-// How often each lock has been taken.
+// Returns how often each lock has been acquired.
 std::vector<std::uint64_t> Taken() {
   std::vector<std::uint64_t> taken;
   for (const HostKit::LockView& lock : HostKit::Locks()) taken.push_back(lock.taken);
   return taken;
 }
 
-TEST_F(DeInitialize, TakesNoLock) {
+TEST_F(DeInitialize, AcquiresNoLock) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   SleepMs(1);
@@ -155,11 +156,11 @@ TEST_F(DeInitialize, BeforeInitializeDoesNotCallTheLibrary) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-// Each way in which the start can fail, and its last call of the library.
+// A way in which the start can fail, and the expected result.
 struct FailedStart {
   const char* name;
   unsigned int result;
-  void (*spoil)(SimulatedHost& host);
+  void (*causeFailure)(SimulatedHost& host);
 };
 
 void PrintTo(const FailedStart& each, std::ostream* stream) {
@@ -171,7 +172,7 @@ class DeInitializeAfterFailure : public testing::TestWithParam<FailedStart> {};
 TEST_P(DeInitializeAfterFailure, DoesNotCallTheLibrary) {
   SimulatedHost host;
   host.AddCard();
-  GetParam().spoil(host);
+  GetParam().causeFailure(host);
   ASSERT_EQ(host.Initialize(), GetParam().result);
   host.ForgetCalls();
   EXPECT_EQ(host.DeInitialize(), 0U);
@@ -216,9 +217,9 @@ TEST_F(DeInitialize, ChecksForAJobEveryHalfSecond) {
   HoldJobs(3000, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH},
-                                     TracedAt{1100, WAIT_ATTACH}, TracedAt{1600, WAIT_ATTACH},
-                                     TracedAt{2100, WAIT_ATTACH}, TracedAt{2600, WAIT_ATTACH}));
+  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH},
+                                         TracedAt{1100, WAIT_ATTACH}, TracedAt{1600, WAIT_ATTACH},
+                                         TracedAt{2100, WAIT_ATTACH}, TracedAt{2600, WAIT_ATTACH}));
   EXPECT_EQ(m_Ms, 3200U);
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
@@ -229,7 +230,7 @@ TEST_F(DeInitialize, DoesNotWaitForAJobThatEndsDuringTheFirstPause) {
   HoldJobs(99, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, IsEmpty());
+  EXPECT_THAT(m_TracedLines, IsEmpty());
   EXPECT_EQ(m_Ms, 200U);
 }
 
@@ -239,7 +240,7 @@ TEST_F(DeInitialize, DoesNotWaitForAnEndedJob) {
   ASSERT_EQ(Detach(), 0U);
   AwaitJobs();
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, IsEmpty());
+  EXPECT_THAT(m_TracedLines, IsEmpty());
 }
 
 TEST_F(DeInitialize, WaitsForBothJobsAndTracesThemInTurn) {
@@ -248,9 +249,9 @@ TEST_F(DeInitialize, WaitsForBothJobsAndTracesThemInTurn) {
   ASSERT_EQ(Detach(), 0U);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{100, WAIT_DETACH},
-                                     TracedAt{600, WAIT_ATTACH}, TracedAt{600, WAIT_DETACH},
-                                     TracedAt{1100, WAIT_DETACH}));
+  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{100, WAIT_DETACH},
+                                         TracedAt{600, WAIT_ATTACH}, TracedAt{600, WAIT_DETACH},
+                                         TracedAt{1100, WAIT_DETACH}));
   EXPECT_EQ(m_Ms, 1700U);
 }
 
@@ -259,16 +260,16 @@ TEST_F(DeInitialize, TreatsAForcedDetachAsADetach) {
   HoldJobs(0, 200);
   ASSERT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_FORCE_DETACH), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_DETACH}));
+  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_DETACH}));
 }
 
 // Checks at 100, 600, ... 25,100 ms; only the last one is past 25 s.
 std::vector<TracedAt> EveryCheck(const std::vector<const char*>& lines) {
-  std::vector<TracedAt> moments;
+  std::vector<TracedAt> tracedLines;
   for (unsigned long ms = 100; ms <= 25100; ms += 500) {
-    for (const char* line : lines) moments.push_back({ms, line});
+    for (const char* line : lines) tracedLines.push_back({ms, line});
   }
-  return moments;
+  return tracedLines;
 }
 
 TEST_F(DeInitialize, WaitsForAJobOfJustUnderTwentyFiveSeconds) {
@@ -279,7 +280,7 @@ TEST_F(DeInitialize, WaitsForAJobOfJustUnderTwentyFiveSeconds) {
   std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH});
   expected.pop_back();
   EXPECT_EQ(expected.size(), 50U);
-  EXPECT_THAT(m_Moments, ElementsAreArray(expected));
+  EXPECT_THAT(m_TracedLines, ElementsAreArray(expected));
   EXPECT_EQ(m_Ms, 25200U);
 }
 
@@ -290,7 +291,7 @@ TEST_F(DeInitialize, AbandonsAJobAfterTwentyFiveSecondsAndLetsItRun) {
   EXPECT_EQ(Stop(), 0U);
   std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH});
   expected.push_back({25100, "16 Kill Attach"});
-  EXPECT_THAT(m_Moments, ElementsAreArray(expected));
+  EXPECT_THAT(m_TracedLines, ElementsAreArray(expected));
   EXPECT_EQ(m_Ms, 25200U);
   AwaitJobs();
   ASSERT_EQ(HostKit::Threads().size(), 1U);
@@ -307,7 +308,7 @@ TEST_F(DeInitialize, AbandonsBothJobsAtTheSameCheck) {
   std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH, WAIT_DETACH});
   expected.push_back({25100, "16 Kill Attach"});
   expected.push_back({25100, "16 Kill Detach"});
-  EXPECT_THAT(m_Moments, ElementsAreArray(expected));
+  EXPECT_THAT(m_TracedLines, ElementsAreArray(expected));
   EXPECT_EQ(m_Ms, 25200U);
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
   AwaitJobs();
@@ -320,7 +321,7 @@ TEST_F(DeInitialize, ASecondCallWaitsForAnAbandonedJob) {
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_Moments, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH}));
+  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH}));
   EXPECT_EQ(m_Ms, 1200U);
 }
 

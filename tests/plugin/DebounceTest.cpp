@@ -9,7 +9,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// As "CTRL_INTERNAL_ERROR object 1".
+// Renders each event as in "CTRL_INTERNAL_ERROR object 1".
 Lines Short(const std::vector<PI::CEvent>& events) {
   Lines texts;
   for (const PI::CEvent& event : events) {
@@ -29,7 +29,7 @@ class Debounce : public WorkerFixture {
     AwaitScans();
     return Collected();
   }
-  // The events of the next scan, with nothing set.
+  // Returns the events of the next scan without changing a card.
   Lines NextScan() {
     AwaitScans();
     return Collected();
@@ -53,7 +53,7 @@ TEST_F(Debounce, AcceptsAMaskInTheThirdComparison) {
   EXPECT_FALSE(PollSeesAChange());
 }
 
-TEST_F(Debounce, ShowsStatusAndReasonsAtOnce) {
+TEST_F(Debounce, ShowsStatusAndReasonsImmediately) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_errors", "3");
@@ -139,8 +139,8 @@ TEST_F(Debounce, CountsEachCardSeparately) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INCOMPATIBLE_PCI_BANDWIDTH object 3"));
 }
 
-// A comparison counts whatever the difference was: the mask that returned to normal enters the
-// history too.
+// Every comparison counts, whatever difference caused it: the mask that returned to normal is also
+// added to the history.
 TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   AddCards(1);
   StartWatch();
@@ -150,8 +150,9 @@ TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
-// The information mask raises no event when a bit is set. Its acceptance shows in what a quick poll
-// sees, in the return to normal, and in the gate that it opens for the warnings.
+// The information mask raises no event when a bit is set. The tests detect its acceptance by the
+// result of a quick poll, by the return to normal, and by the information events that warnings can
+// raise in the comparison that accepts it.
 class InformationDebounce : public Debounce {
  protected:
   void Information(const std::string& mask) { Set("card0", "current_info", mask); }
@@ -194,8 +195,8 @@ TEST_F(InformationDebounce, DoesNotAcceptAMaskSeenByTwoScans) {
   EXPECT_THAT(Collected(), IsEmpty());
 }
 
-// The warning is accepted one scan before the information that opens its gate.
-TEST_F(InformationDebounce, OpensNoGateBeforeItIsAccepted) {
+// The warning is accepted one scan before the information.
+TEST_F(InformationDebounce, EnablesNoInformationEventsBeforeItIsAccepted) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_warnings", "1");
@@ -208,8 +209,8 @@ TEST_F(InformationDebounce, OpensNoGateBeforeItIsAccepted) {
   EXPECT_FALSE(PollSeesAChange());
 }
 
-// The information is accepted one scan before the warning, when the gate is closed again.
-TEST_F(InformationDebounce, OpensTheGateOnlyForTheComparisonThatAcceptsIt) {
+// The information is accepted one scan before the warning.
+TEST_F(InformationDebounce, EnablesInformationEventsOnlyInTheComparisonThatAcceptsIt) {
   AddCards(1);
   StartWatch();
   Information("2");
@@ -220,16 +221,16 @@ TEST_F(InformationDebounce, OpensTheGateOnlyForTheComparisonThatAcceptsIt) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
 
-// With an error set, a warning changes only its mask. Between the three sightings the records are
-// equal, so nothing is compared and nothing is forgotten.
-TEST_F(Debounce, AddsUpSightingsWithoutADifferenceBetweenThem) {
+// While an error is set, a warning changes only its mask. Between the three occurrences the records
+// are equal, so no comparison resets the history.
+TEST_F(Debounce, CountsOccurrencesWithoutADifferenceBetweenThem) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
-  for (int sighting = 1; sighting <= 3; ++sighting) {
+  for (int occurrence = 1; occurrence <= 3; ++occurrence) {
     Set("card0", "current_warnings", "1");
     AwaitScans();
-    if (sighting == 3) break;
+    if (occurrence == 3) break;
     EXPECT_THAT(Collected(), IsEmpty());
     Set("card0", "current_warnings", "0");
     AwaitScans(2);
@@ -238,8 +239,8 @@ TEST_F(Debounce, AddsUpSightingsWithoutADifferenceBetweenThem) {
   EXPECT_THAT(Collected(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
 
-// The same with a comparison between the sightings, caused by the temperature.
-TEST_F(Debounce, ForgetsSightingsWithADifferenceBetweenThem) {
+// As above, but a change of temperature causes a comparison between the occurrences.
+TEST_F(Debounce, StartsOverAfterADifferenceBetweenOccurrences) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
@@ -258,7 +259,7 @@ TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  // The quick polls see the error; the third scan sees the mask change during its samples.
+  // The quick polls read the error; in the third scan, the mask changes between the samples.
   int samples = 0;
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function != "vsl_current_errors" || ++samples <= 5) return;
@@ -270,7 +271,8 @@ TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
 }
 
-// Position 2 has seen the error twice when its card moves up to position 1, which has not seen it.
+// Position 2 has recorded the error twice when its card moves up to position 1, which has not
+// recorded it.
 TEST_F(Debounce, StartsOverForACardThatMovesUp) {
   AddCards(3);
   StartWatch();
@@ -282,7 +284,7 @@ TEST_F(Debounce, StartsOverForACardThatMovesUp) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 5"));
 }
 
-TEST_F(Debounce, AcceptsAtOnceAtAPositionThatSawTheSameMaskTwice) {
+TEST_F(Debounce, AcceptsImmediatelyAtAPositionThatSawTheSameMaskTwice) {
   AddCards(3);
   StartWatch();
   EXPECT_THAT(Errors(1, "1"), IsEmpty());
@@ -302,7 +304,7 @@ TEST_F(Debounce, ContinuesForACardBeforeARemovedOne) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
-// The list has room for the card, so no record moves.
+// The list has enough capacity for the card, so no record moves.
 TEST_F(Debounce, ContinuesForACardBeforeAReturningOne) {
   AddCards(2);
   StartWatch();
@@ -314,10 +316,10 @@ TEST_F(Debounce, ContinuesForACardBeforeAReturningOne) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
-// The list has no room for a second card, so all records move, without their histories.
+// The list has no capacity for a second card, so all records move, without their histories.
 TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
   AddCards(2);
-  CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "late");
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "timeout");
   StartWatch();
   ASSERT_EQ(m_Host.Topology().size(), 3U);
   Hide(1);
@@ -329,8 +331,8 @@ TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
-// The masks of a new record are accepted as they are; its history is that of a card without errors.
-TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardAtOnce) {
+// The masks of a new record are accepted immediately; its history is that of a card without errors.
+TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardImmediately) {
   AddCards(2);
   Set("card1", "current_errors", "1");
   StartWatch();
@@ -344,7 +346,7 @@ TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardAtOnce) {
 }
 
 // The history of a card found at the start is filled with its first masks.
-TEST_F(Debounce, DoesNotAcceptTheRecoveryOfAnOldCardAtOnce) {
+TEST_F(Debounce, DoesNotImmediatelyAcceptTheRecoveryOfAnOldCard) {
   AddCards(2);
   Set("card1", "current_errors", "1");
   StartWatch();
@@ -356,8 +358,8 @@ TEST_F(Debounce, IgnoresAFailedScan) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  // Two opens by the quick poll, two by the scan.
-  CardSim::FailCall("vsl_open", 4, 62, "not now");
+  // The quick poll opens two cards, then the scan does.
+  CardSim::FailCall("vsl_open", 4, 62, "unavailable");
   EXPECT_THAT(NextScan(), IsEmpty());
   ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));

@@ -1,5 +1,5 @@
-// The error record passed when a handle is destroyed: scans and quick polls pass one, requests
-// and jobs pass none.
+// The error record passed when a handle is destroyed: scans and quick polls pass one, requests and
+// jobs pass none.
 
 #include <gmock/gmock.h>
 
@@ -17,14 +17,14 @@ constexpr const char* RECORD = "record";
 constexpr const char* NONE = "none";
 
 // The handles of the adapter, of the format limits and of the card.
-TEST(DestroyRecords, AreGivenByAScan) {
+TEST(DestroyRecords, ArePassedByAScan) {
   OneCard host;
   DestroyWatch watch;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD, RECORD, RECORD));
 }
 
-TEST(DestroyRecords, AreGivenByAScanOfACardThatCannotBeOpened) {
+TEST(DestroyRecords, ArePassedByAScanOfACardThatCannotBeOpened) {
   OneCard host;
   DestroyWatch watch;
   CardSim::FailCall("vsl_open", 1, 5, "no");
@@ -32,7 +32,7 @@ TEST(DestroyRecords, AreGivenByAScanOfACardThatCannotBeOpened) {
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
-TEST(DestroyRecords, AreGivenByAQuickPoll) {
+TEST(DestroyRecords, ArePassedByAQuickPoll) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
   DestroyWatch watch;
@@ -40,7 +40,7 @@ TEST(DestroyRecords, AreGivenByAQuickPoll) {
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
-TEST(DestroyRecords, AreGivenByAQuickPollOfACardThatCannotBeOpened) {
+TEST(DestroyRecords, ArePassedByAQuickPollOfACardThatCannotBeOpened) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
   DestroyWatch watch;
@@ -57,7 +57,7 @@ class DestroyRecordsOfRequests : public testing::Test {
   DestroyWatch m_Watch;
 };
 
-TEST_F(DestroyRecordsOfRequests, AreMissingForProperties) {
+TEST_F(DestroyRecordsOfRequests, AreNotPassedForProperties) {
   m_Watch.Take();
   m_Host.Properties(OneCard::ADAPTER);
   EXPECT_THAT(m_Watch.Take(), ElementsAre(NONE));
@@ -68,7 +68,7 @@ TEST_F(DestroyRecordsOfRequests, AreMissingForProperties) {
   }
 }
 
-TEST_F(DestroyRecordsOfRequests, AreMissingForTheLocateLED) {
+TEST_F(DestroyRecordsOfRequests, AreNotPassedForTheLocateLED) {
   m_Watch.Take();
   EXPECT_EQ(m_Host.Check(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
   EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
@@ -79,7 +79,7 @@ TEST_F(DestroyRecordsOfRequests, AreMissingForTheLocateLED) {
 using DestroyRecordsOfJobs = JobHost;
 
 // The handles of the job and of the card.
-TEST_F(DestroyRecordsOfJobs, AreMissing) {
+TEST_F(DestroyRecordsOfJobs, AreNotPassed) {
   DestroyWatch watch;
   StartWith({ATTACHED});
   for (const std::uint32_t operation :

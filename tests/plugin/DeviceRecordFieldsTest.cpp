@@ -1,5 +1,5 @@
-// The type of every field of a card's records, and that the records have exactly these fields. A
-// type that is slightly too small, or signed, would hold every value that a card is likely to have.
+// The fields of a card's records and their exact types. Tests with typical values would not detect
+// a type that is too small or signed.
 
 #include <gmock/gmock.h>
 
@@ -120,7 +120,8 @@ static_assert(PATH_FIELDS(COUNT_ONE) == 2);
 static_assert(ADAPTER_FIELDS(COUNT_ONE) HISTORY_FIELDS(COUNT_ONE) == 44);
 static_assert(DRIVE_FIELDS(COUNT_ONE) == 21);
 
-// The fields in the declaration of a class. A field in a padding gap does not show in the layout.
+// Returns the names of the fields in the declaration of a class. The layout alone would not reveal
+// a field in a padding gap.
 Names DeclaredIn(const std::string& record) {
   std::ifstream header(CORVANE_SOURCES "/Corvane/Src/DeviceRecords.h");
   const std::regex field("  [A-Za-z][^({]* (m_\\w+)( = .*|\\{.*\\})?;.*");

@@ -1,4 +1,4 @@
-// The fields of a card's records, and what copying them takes along.
+// The fields of a card's records, and which of them are copied.
 
 #include <gmock/gmock.h>
 
@@ -23,7 +23,7 @@ void Put(std::ostream& text, const std::vector<std::int32_t>& list) {
   for (const std::int32_t each : list) text << each << '+';
 }
 
-// All fields, in order, except those that stay in place.
+// Renders all fields in order, except the histories.
 std::string FieldsOf(const CFusionIOAdapter& a) {
   std::ostringstream text;
   text.imbue(std::locale::classic());
@@ -52,7 +52,7 @@ std::string FieldsOf(const CFusionIOPhysicalDrive& d) {
   return text.str();
 }
 
-// A record whose fields all differ.
+// A record with a different value in each field.
 CFusionIOAdapter FilledAdapter() {
   CFusionIOAdapter a;
   a.m_ID = 500;
@@ -156,15 +156,15 @@ CFusionIOPhysicalDrive FilledDrive() {
   return d;
 }
 
-// The offsets of a record's fields, in the order given here.
+// Expects the fields at ascending offsets, in the order of the arguments.
 template <class Record, class... Fields>
 void ExpectOrder(const Record& record, const Fields&... fields) {
   const auto* begin = reinterpret_cast<const char*>(&record);
-  const std::ptrdiff_t places[] = {(reinterpret_cast<const char*>(&fields) - begin)...};
+  const std::ptrdiff_t offsets[] = {(reinterpret_cast<const char*>(&fields) - begin)...};
   auto last = static_cast<std::ptrdiff_t>(sizeof(PI::CObject)) - 8;  // tail padding may be used
-  for (const std::ptrdiff_t place : places) {
-    EXPECT_GT(place, last);
-    last = place;
+  for (const std::ptrdiff_t offset : offsets) {
+    EXPECT_GT(offset, last);
+    last = offset;
   }
   EXPECT_LT(last, static_cast<std::ptrdiff_t>(sizeof(Record)));
 }
@@ -243,16 +243,16 @@ TEST(DeviceRecords, AnAssignedAdapterKeepsItsHistories) {
 }
 
 TEST(DeviceRecords, AMoveAssignedAdapterKeepsItsHistories) {
-  CFusionIOAdapter passing = FilledAdapter();
-  FillHistories(passing, 100);
+  CFusionIOAdapter source = FilledAdapter();
+  FillHistories(source, 100);
   CFusionIOAdapter target;
   FillHistories(target, 200);
-  target = std::move(passing);
+  target = std::move(source);
   EXPECT_EQ(FieldsOf(target), FieldsOf(FilledAdapter()));
   ExpectHistories(target, 200);
 }
 
-// Existing positions keep their histories, new ones take those of the record.
+// Existing positions keep their histories; new positions copy those of the source.
 TEST(DeviceRecords, AssignedListsKeepTheHistoriesOfTheirPositions) {
   std::vector<CFusionIOAdapter> target(1);
   target.reserve(8);

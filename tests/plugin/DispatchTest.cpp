@@ -17,7 +17,7 @@ constexpr std::uint64_t UNKNOWN_OBJECT = 0x0130000000000099;
 constexpr const char* BEFORE_LOCK = "8 Before m_DataLock.Wait (sg)";
 constexpr const char* AFTER_LOCK = "8 After m_DataLock.Wait (sg)";
 
-// Two cards, so that neither list has one element by accident.
+// Two cards, so that neither list has only one element.
 class Dispatch : public testing::Test {
  protected:
   void SetUp() override {
@@ -48,8 +48,7 @@ class Dispatch : public testing::Test {
     return m_Host.Execute(PI::CMD_SET_PROPERTY, id, &property);
   }
 
-  // The traces of the router that begin with `begin`; the handlers trace at other levels or between
-  // them.
+  // Returns the router's trace lines that start with `begin`.
   Lines CountLines(const char* begin) { return Beginning(LeveledTraces(m_Host), begin); }
 
   SimulatedHost m_Host;
@@ -71,7 +70,7 @@ TEST_F(Dispatch, AnUnknownCommandDoesNotChangeThePayload) {
   EXPECT_EQ(objects.size(), 3U);
 }
 
-TEST_F(Dispatch, IdsBeginWithTheModuleNumberAndCountUp) {
+TEST_F(Dispatch, IdsStartWithTheModuleNumberAndCountUp) {
   EXPECT_EQ(m_Plugin, 0x0130000000000000U);
   EXPECT_EQ(m_Host.AdapterId(0), 0x0130000000000001U);
   EXPECT_EQ(m_Host.DriveId(0), 0x0130000000000002U);
@@ -113,8 +112,8 @@ TEST_F(Dispatch, ThePluginObjectPassesEveryCheck) {
 // The six requests that name an object.
 struct Request {
   const char* name;
-  bool asksCard;  // of an adapter
-  unsigned int (*ask)(SimulatedHost& host, std::uint64_t id);
+  bool queriesCard;  // if sent to an adapter
+  unsigned int (*send)(SimulatedHost& host, std::uint64_t id);
 };
 
 void PrintTo(const Request& each, std::ostream* stream) {
@@ -150,21 +149,21 @@ constexpr Request REQUESTS[] = {
 
 class EachRequest : public Dispatch, public testing::WithParamInterface<Request> {
  protected:
-  unsigned int Ask(std::uint64_t id) { return GetParam().ask(m_Host, id); }
+  unsigned int Send(std::uint64_t id) { return GetParam().send(m_Host, id); }
   // SetProperty is the only request that an adapter always rejects.
-  unsigned int Good() const {
+  unsigned int ExpectedResult() const {
     return GetParam().name == std::string("SetProperty") ? Number::ERR_INVALID_PROPERTY : 0;
   }
 };
 
 TEST_P(EachRequest, RejectsAnUnknownObject) {
-  EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
-  EXPECT_EQ(Ask(0), Number::ERR_INVALID_OBJECT_ID);
-  EXPECT_EQ(Ask(m_Plugin & 0xFFFFFFFFU), Number::ERR_INVALID_OBJECT_ID);
-  EXPECT_EQ(Ask(0x0130000000000005U), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Send(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Send(0), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Send(m_Plugin & 0xFFFFFFFFU), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Send(0x0130000000000005U), Number::ERR_INVALID_OBJECT_ID);
 }
 
-// The depth of the lock after the wait and at every card call.
+// Records the depth of the lock after the wait and at every card call.
 TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
   std::vector<unsigned int> depths;
   const auto note = [&] { depths.push_back(HostKit::Locks()[0].depth); };
@@ -172,25 +171,25 @@ TEST_P(EachRequest, HoldsTheDataLockWhileItIsServed) {
     if (line.text == "After m_DataLock.Wait (sg)") note();
   });
   CardSim::SetHook([&](const CardSim::Call&) { note(); });
-  EXPECT_EQ(Ask(m_Adapter), Good());
-  EXPECT_EQ(depths.size() > 1, GetParam().asksCard);
+  EXPECT_EQ(Send(m_Adapter), ExpectedResult());
+  EXPECT_EQ(depths.size() > 1, GetParam().queriesCard);
   EXPECT_THAT(depths, testing::AllOf(testing::Not(IsEmpty()), testing::Each(1U)));
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
 TEST_P(EachRequest, ReleasesTheLockAfterAnUnknownObject) {
-  EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Send(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
 TEST_P(EachRequest, IsServedEvenWhenTheLockCannotBeTaken) {
   HostKit::FailLockWait(1, 1);
-  EXPECT_EQ(Ask(m_Adapter), Good());
+  EXPECT_EQ(Send(m_Adapter), ExpectedResult());
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
 TEST_P(EachRequest, TracesTheLockOnce) {
-  Ask(m_Adapter);
+  Send(m_Adapter);
   const Lines lines = Beginning(LeveledTraces(m_Host), "8 ");
   EXPECT_EQ(Count(lines, BEFORE_LOCK), 1);
   EXPECT_EQ(Count(lines, AFTER_LOCK), 1);
@@ -198,8 +197,8 @@ TEST_P(EachRequest, TracesTheLockOnce) {
 
 TEST_P(EachRequest, IsServedAfterTheStop) {
   m_Host.DeInitialize();
-  EXPECT_EQ(Ask(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
-  EXPECT_EQ(Ask(m_Plugin),
+  EXPECT_EQ(Send(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
+  EXPECT_EQ(Send(m_Plugin),
             GetParam().name == std::string("SetProperty")        ? Number::ERR_INVALID_PROPERTY
             : GetParam().name == std::string("ExecuteOperation") ? Number::ERR_INVALID_OPERATION
                                                                  : 0U);
@@ -264,7 +263,7 @@ TEST_F(Dispatch, AFailedReadDoesNotChangeThePayload) {
   }
 }
 
-TEST_F(Dispatch, ASuccessfulReadReplacesTheWholeRecord) {
+TEST_F(Dispatch, ASuccessfulReadReplacesTheCompleteRecord) {
   PI::CProperty property(PI::Property::PCI_BUS, true);
   property.SetValue(std::string("mine"));
   property.m_SortKey = 77;
@@ -298,12 +297,12 @@ TEST_F(Dispatch, ReadingAnAbsentPropertyFailsButCountsAsAChange) {
   EXPECT_THAT(ChangeCounts(), ElementsAre(1, 0, 1, 0, 1));
 }
 
-TEST_F(Dispatch, ReadingAnUnknownObjectCountsAsNoChange) {
+TEST_F(Dispatch, ReadingAnUnknownObjectDoesNotCountAsAChange) {
   EXPECT_EQ(Get(UNKNOWN_OBJECT, PI::Property::NAME), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
 }
 
-TEST_F(Dispatch, ReadingAllPropertiesCountsAsNoChange) {
+TEST_F(Dispatch, ReadingAllPropertiesDoesNotCountAsAChange) {
   m_Host.Properties(m_Plugin);
   m_Host.Properties(m_Adapter);
   m_Host.Properties(m_Drive);

@@ -16,11 +16,11 @@ namespace Property = PI::Property;
 constexpr const char* NONE = nullptr;  // the attribute is absent
 constexpr std::uint64_t MIB = 1048576;
 
-void Give(ScannedCard& card, const char* attribute, const char* value) {
+void SetOrRemove(ScannedCard& card, const char* attribute, const char* value) {
   value == NONE ? card.Without(attribute) : card.Set(attribute, value);
 }
 
-void GiveMiB(ScannedCard& card, const char* attribute, std::uint64_t mebibytes) {
+void SetMiB(ScannedCard& card, const char* attribute, std::uint64_t mebibytes) {
   card.Set(attribute, std::to_string(mebibytes * MIB));
 }
 
@@ -43,8 +43,8 @@ TEST(DriveName, IsTheProductOrTheBoardName) {
   };
   for (const auto& each : cases) {
     ScannedCard card;
-    Give(card, "product_name", each.product);
-    Give(card, "board_name", each.board);
+    SetOrRemove(card, "product_name", each.product);
+    SetOrRemove(card, "board_name", each.board);
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(card.Drive(Property::PRODUCT), each.shownProduct);
     EXPECT_EQ(card.Drive(Property::NAME), each.shownName);
@@ -66,7 +66,7 @@ TEST(DriveName, ShowsTheCapacityClassOfAMolt) {
   };
   for (const auto& each : cases) {
     ScannedCard card(0x3001);
-    GiveMiB(card, "factory_size_bytes", each.mebibytes);
+    SetMiB(card, "factory_size_bytes", each.mebibytes);
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(card.Drive(Property::NAME), each.name) << each.mebibytes;
   }
@@ -83,7 +83,7 @@ TEST(DriveName, ShowsTheLargestClassOfAMoltWithoutAFactorySize) {
 TEST(DriveName, ShowsTheSameClassesForABoardNamedMolt) {
   ScannedCard card(0x1003);
   card.Set("board_name", "My MOLT");
-  GiveMiB(card, "factory_size_bytes", 1048576);
+  SetMiB(card, "factory_size_bytes", 1048576);
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_EQ(card.Drive(Property::NAME), "My MOLT 1.3TB (0)");
 }
@@ -117,7 +117,7 @@ class DriveSize : public testing::TestWithParam<SizeCase> {};
 
 TEST_P(DriveSize, IsShown) {
   ScannedCard card;
-  Give(card, GetParam().attribute, GetParam().value);
+  SetOrRemove(card, GetParam().attribute, GetParam().value);
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_EQ(card.Drive(GetParam().property), GetParam().shown);
 }
@@ -142,15 +142,15 @@ TEST(DrivePercentage, IsComputedWhenTheCardHasNone) {
   for (const auto& each : cases) {
     ScannedCard card;
     card.Without("iom_format_size_pct");
-    GiveMiB(card, "iom_format_size_bytes", each.formatted);
-    GiveMiB(card, "size_bytes", each.size);
-    GiveMiB(card, "iom_format_max_size_bytes", each.largest);
+    SetMiB(card, "iom_format_size_bytes", each.formatted);
+    SetMiB(card, "size_bytes", each.size);
+    SetMiB(card, "iom_format_max_size_bytes", each.largest);
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(card.Drive(Property::FORMATTED_PERCENTAGE), each.percent);
   }
 }
 
-// Whole MiB are divided, not bytes.
+// The sizes are rounded down to whole MiB before the division.
 TEST(DrivePercentage, IsComputedFromWholeMiB) {
   ScannedCard card;
   card.Without("iom_format_size_pct");
@@ -167,7 +167,7 @@ TEST(DrivePercentage, IsZeroWithoutSizes) {
 }
 
 // The largest size that a format can request: 10 MiB is the card's own size, 20 the maximum of a
-// format, 30 the maximum in the larger mode.
+// format, 30 the maximum in over-format mode.
 struct LargestCase {
   const char* name;
   bool hasSize;
@@ -182,7 +182,7 @@ TEST(DriveConfigurableSize, IsTheLargestSizeThatAFormatCanRequest) {
   const LargestCase cases[] = {
       // name, size, largest size, over-formatting disallowed, size mode, shown, modes set
       {"everything", true, true, "false", true, "30", 1},
-      {"over-formatting not spoken of", true, true, NONE, true, "30", 1},
+      {"over-formatting not reported", true, true, NONE, true, "30", 1},
       {"over-formatting disallowed", true, true, "true", true, "20", 0},
       {"no size mode", true, true, "false", false, "20", 0},
       {"no largest size", true, false, "false", true, "10", 1},
@@ -193,13 +193,13 @@ TEST(DriveConfigurableSize, IsTheLargestSizeThatAFormatCanRequest) {
   for (const LargestCase& each : cases) {
     SCOPED_TRACE(each.name);
     ScannedCard card;
-    GiveMiB(card, "size_bytes", 10);
-    GiveMiB(card, "iom_format_max_size_bytes", 20);
-    GiveMiB(card, "overformat_size_bytes", 30);
+    SetMiB(card, "size_bytes", 10);
+    SetMiB(card, "iom_format_max_size_bytes", 20);
+    SetMiB(card, "overformat_size_bytes", 30);
     if (!each.hasSize) card.Without("size_bytes");
     if (!each.hasLargest) card.Without("iom_format_max_size_bytes");
-    Give(card, "iom_format_disallow_overformat", each.disallowed);
-    Give(card, "iom_format_size_mode", each.hasMode ? "true" : NONE);
+    SetOrRemove(card, "iom_format_disallow_overformat", each.disallowed);
+    SetOrRemove(card, "iom_format_size_mode", each.hasMode ? "true" : NONE);
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(card.Drive(Property::CONFIGURABLE_SIZE), each.shown);
     EXPECT_EQ(Count(card.Host().Calls(), "vsl_iom_format_set_size_mode format#1 11"),
@@ -209,20 +209,20 @@ TEST(DriveConfigurableSize, IsTheLargestSizeThatAFormatCanRequest) {
 
 TEST(DriveConfigurableSize, IsUnchangedWhenTheModeIsRejected) {
   ScannedCard card;
-  GiveMiB(card, "iom_format_max_size_bytes", 20);
-  GiveMiB(card, "overformat_size_bytes", 30);
+  SetMiB(card, "iom_format_max_size_bytes", 20);
+  SetMiB(card, "overformat_size_bytes", 30);
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "no");
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_EQ(card.Drive(Property::CONFIGURABLE_SIZE), "20");
   EXPECT_EQ(Count(card.Host().Calls(), "vsl_iom_format_max_size_bytes format#1"), 2);
 }
 
-// The smallest sector size shows in a format without parameters.
+// Returns the call of a format without parameters that sets the smallest sector size.
 std::string SmallestSector(ScannedCard& card) {
   card.Host().ForgetCalls();
   card.Host().Run(card.Host().DriveId(0), PI::OP_FORMAT_DEVICE);
   const Lines calls = Beginning(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes");
-  return calls.size() == 1 ? calls[0] : "not asked once";
+  return calls.size() == 1 ? calls[0] : "not set exactly once";
 }
 
 TEST(DriveSectorLimit, IsTheLimitOfTheCardOr512) {
@@ -233,7 +233,7 @@ TEST(DriveSectorLimit, IsTheLimitOfTheCardOr512) {
   };
   for (const auto& [value, call] : cases) {
     ScannedCard card;
-    Give(card, "iom_format_min_sector_size_bytes", value);
+    SetOrRemove(card, "iom_format_min_sector_size_bytes", value);
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(SmallestSector(card), call);
   }
@@ -241,7 +241,7 @@ TEST(DriveSectorLimit, IsTheLimitOfTheCardOr512) {
 
 TEST(DriveWithoutFormatHandle, HasNoLimitsButIsListed) {
   ScannedCard card;
-  GiveMiB(card, "size_bytes", 10);
+  SetMiB(card, "size_bytes", 10);
   CardSim::FailCall("vsl_iom_format_create", 1, 12, "busy");
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_THAT(LeveledTraces(card.Host()),
@@ -255,7 +255,8 @@ TEST(DriveWithoutFormatHandle, HasNoLimitsButIsListed) {
   EXPECT_EQ(SmallestSector(card), "vsl_iom_format_set_sector_size_bytes format#1 0");
 }
 
-// Whether over-formatting is allowed shows in a format to the maximum.
+// Returns how often a format to the maximum capacity sets the size mode, which it does only if
+// over-formatting is allowed.
 int ModesSetByLargestFormat(ScannedCard& card) {
   card.Host().ForgetCalls();
   PI::CProperty formatting(Property::CHOICE_PARAM, true);
@@ -272,7 +273,7 @@ TEST(DriveOverformat, IsAllowedUnlessTheCardForbidsIt) {
   const std::pair<const char*, int> cases[] = {{"false", 1}, {"true", 0}, {NONE, 1}};
   for (const auto& [disallowed, modesSet] : cases) {
     ScannedCard card;
-    Give(card, "iom_format_disallow_overformat", disallowed);
+    SetOrRemove(card, "iom_format_disallow_overformat", disallowed);
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(ModesSetByLargestFormat(card), modesSet);
   }

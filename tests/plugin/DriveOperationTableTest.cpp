@@ -1,5 +1,5 @@
-// The operations of a drive that can be switched. No drive has the flag for them, so the table is
-// tested directly.
+// The online and offline operations of a drive. No scanned drive has the flag that enables them, so
+// the table is tested directly.
 
 #include <gmock/gmock.h>
 
@@ -16,7 +16,7 @@ using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Identifier, name, the eight other numbers, and the number of parameters.
+// Renders the identifier, the name, the eight other numbers and the number of parameters.
 std::vector<std::string> Rows(const CFusionIOPhysicalDrive& drive) {
   std::vector<PI::COperation> operations;
   AppendDriveOperations(drive, operations);
@@ -34,7 +34,7 @@ std::vector<std::string> Rows(const CFusionIOPhysicalDrive& drive) {
   return rows;
 }
 
-TEST(DriveOperationTable, HasTheNineNumbersOfOnlineAndOffline) {
+TEST(DriveOperationTable, ListsOnlineAndOffline) {
   CFusionIOPhysicalDrive drive;
   drive.m_DriveFlag = true;
   EXPECT_THAT(Rows(drive), ElementsAre("50029 50029 1 2 1 1 0 -1 3 22031, 0 parameters",

@@ -1,4 +1,5 @@
-// The operations of a physical drive except the format: bring its units online or offline.
+// The operations of a physical drive other than the format: bringing its storage units online or
+// offline.
 
 #include <gmock/gmock.h>
 
@@ -96,7 +97,7 @@ struct UnitCheck {
   const char* volumes;
   std::uint32_t online;   // result of the check for OP_MAKE_ONLINE
   std::uint32_t offline;  // and for OP_MAKE_OFFLINE
-  Lines calls;            // of the card
+  Lines calls;            // to the card
 };
 
 std::ostream& operator<<(std::ostream& out, const UnitCheck& check) {
@@ -140,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(
         UnitCheck{"WithOneOnline", R"([{"state": 1}])", Number::ERR_GENERAL, 0, Enumeration(1)},
         UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, Number::ERR_GENERAL, Enumeration(1)},
         UnitCheck{"WithBoth", R"([{"state": 0}, {"state": 1}])", 0, 0, Enumeration(2)},
-        UnitCheck{"WithBothTheOtherWay", R"([{"state": 1}, {"state": 0}])", 0, 0, Enumeration(2)},
+        UnitCheck{"WithBothReversed", R"([{"state": 1}, {"state": 0}])", 0, 0, Enumeration(2)},
         // The check does not query whether a state can be set.
         UnitCheck{"WithOneThatIsFixed", R"([{"state": 0, "settable": false}])", 0,
                   Number::ERR_GENERAL, Enumeration(1)}),
@@ -198,7 +199,7 @@ std::ostream& operator<<(std::ostream& out, const UnitSwitch& row) {
 
 class SwitchUnits : public DriveOperations, public testing::WithParamInterface<UnitSwitch> {};
 
-TEST_P(SwitchUnits, SucceedsWhenOneUnitTakesTheNewState) {
+TEST_P(SwitchUnits, SucceedsIfOneUnitAcceptsTheNewState) {
   StartWith(GetParam().volumes);
   EXPECT_EQ(m_Host.Run(DRIVE, GetParam().operation), GetParam().result);
   Lines calls = {"vsl_iom_create_by_name /dev/fct0"};
@@ -280,8 +281,9 @@ const UnitSwitch UNIT_SWITCHES[] = {
 INSTANTIATE_TEST_SUITE_P(Cards, SwitchUnits, testing::ValuesIn(UNIT_SWITCHES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// A failing call for the units. It ends an enumeration; a unit whose state cannot be read counts as
-// offline, and one that cannot report whether it has a state counts as having none.
+// A failing call for the storage units. A failed iteration ends the enumeration; a unit whose state
+// cannot be read counts as offline, and a unit that cannot report whether it has a state counts as
+// having none.
 struct UnitFailure {
   const char* name;
   const char* volumes;
@@ -300,9 +302,9 @@ std::ostream& operator<<(std::ostream& out, const UnitFailure& failure) {
 
 class FailingUnits : public DriveOperations, public testing::WithParamInterface<UnitFailure> {};
 
-TEST_P(FailingUnits, LeaveTheResultToTheOtherUnits) {
+TEST_P(FailingUnits, LetTheOtherUnitsDetermineTheResult) {
   StartWith(GetParam().volumes);
-  CardSim::FailCall(GetParam().function, GetParam().nth, 84, "no luck");
+  CardSim::FailCall(GetParam().function, GetParam().nth, 84, "failed");
   const bool checks = GetParam().command == PI::CMD_CHECK_OPERATION;
   PI::COperation operation;
   operation.m_OperationID = GetParam().operation;
@@ -396,7 +398,7 @@ const UnitFailure UNIT_FAILURES[] = {
      0,
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_vsu_iterate card#1",
       "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 1", "vsl_vsu_iterate card#1"},
-     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 (no luck)"}},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 (failed)"}},
     {"SwitchState",
      R"([{"state": 1}])",
      PI::CMD_EXECUTE_OPERATION,

@@ -47,7 +47,7 @@ const std::vector<std::string> ALL_ROWS = {
     "BLOCK_SIZE = 4096 (sort 23278, unit 21025)",
 };
 
-// One row in numbers: property, kind of value (1 string, 3 choice, 4 number), choices.
+// The numbers of a row: property, value type (1 string, 3 choice, 4 number), choices.
 struct RowNumbers {
   std::uint32_t property;
   std::uint32_t kind;
@@ -91,7 +91,7 @@ TEST_F(DriveProperties, HaveTheHostsNumbers) {
   }
 }
 
-TEST_F(DriveProperties, ReadOneByOneAgreeWithTheList) {
+TEST_F(DriveProperties, AreTheSameReadOneByOne) {
   for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
     EXPECT_EQ(m_Host.Row(OneCard::DRIVE, ALL_NUMBERS[i].property), ALL_ROWS[i]);
   }
@@ -135,7 +135,7 @@ TEST_F(DriveProperties, AreReadWithoutTheCard) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-TEST_F(DriveProperties, AreReadFromTheRecordWhenTheCardIsGone) {
+TEST_F(DriveProperties, AreReadFromTheRecordWhenTheCardHasBeenRemoved) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   EXPECT_EQ(m_Host.Row(OneCard::DRIVE, Property::BLOCK_SIZE),
             "BLOCK_SIZE = 4096 (sort 23278, unit 21025)");
@@ -190,12 +190,12 @@ TEST_P(DriveRow, IsTheSameInTheListAndInASingleRead) {
 INSTANTIATE_TEST_SUITE_P(
     All, DriveRow,
     testing::Values(
-        Case{"Warned",
+        Case{"Warning",
              {{"current_warnings", "1"}},
              Property::STATUS,
              "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator "
              "24183)"},
-        Case{"Broken",
+        Case{"Failed",
              {{"current_errors", "1"}},
              Property::STATUS,
              "STATUS = FAILED of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24177)"},
@@ -220,7 +220,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"iom_format_size_bytes", nullptr}},
              Property::FORMATTED_SIZE,
              "FORMATTED_SIZE = 0 (sort 23290, unit 21002)"},
-        Case{"MostFormatted",
+        Case{"LargestPercentage",
              {{"iom_format_size_pct", "255"}},
              Property::FORMATTED_PERCENTAGE,
              "FORMATTED_PERCENTAGE = 255 (sort 23289, unit 21010)"},

@@ -1,4 +1,4 @@
-// createIf and releaseIf, and what a host finds that knows only the binary interface.
+// createIf and releaseIf, and the object layout for hosts that know only the binary interface.
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -24,7 +24,7 @@ class EntryPoints : public testing::Test {
   SimulatedHost m_Host;
 };
 
-TEST_F(EntryPoints, CreateMakesThePluginAndPublishesIt) {
+TEST_F(EntryPoints, CreateReturnsThePluginAndPublishesIt) {
   EXPECT_EQ(Global(), nullptr);
   IPLUGINAPI* plugin = nullptr;
   EXPECT_EQ(createIf(&plugin), 0U);
@@ -52,9 +52,9 @@ TEST_F(EntryPoints, CreateLeavesLocksAndEventsUnusable) {
 }
 
 TEST_F(EntryPoints, CreateOverwritesThePointer) {
-  int stranger = 0;
+  int unrelated = 0;
   IPLUGINAPI* plugin = nullptr;
-  const void* garbage = &stranger;
+  const void* garbage = &unrelated;
   std::memcpy(&plugin, &garbage, sizeof plugin);
   ASSERT_EQ(createIf(&plugin), 0U);
   EXPECT_EQ(Global(), plugin);
@@ -72,7 +72,7 @@ TEST_F(EntryPoints, TheNewestPluginIsPublished) {
   releaseIf(&first);
 }
 
-TEST_F(EntryPoints, ReleaseDestroysThePluginAndForgetsIt) {
+TEST_F(EntryPoints, ReleaseDestroysThePluginAndClearsThePublishedPointer) {
   IPLUGINAPI* plugin = nullptr;
   ASSERT_EQ(createIf(&plugin), 0U);
   releaseIf(&plugin);
@@ -82,7 +82,7 @@ TEST_F(EntryPoints, ReleaseDestroysThePluginAndForgetsIt) {
   EXPECT_THAT(HostKit::Events(), testing::IsEmpty());
 }
 
-TEST_F(EntryPoints, ReleaseOfNullClearsThePublishedPointerOnly) {
+TEST_F(EntryPoints, ReleaseOfNullOnlyClearsThePublishedPointer) {
   IPLUGINAPI* plugin = nullptr;
   ASSERT_EQ(createIf(&plugin), 0U);
   IPLUGINAPI* nothing = nullptr;
@@ -93,7 +93,7 @@ TEST_F(EntryPoints, ReleaseOfNullClearsThePublishedPointerOnly) {
   releaseIf(&plugin);
 }
 
-TEST_F(EntryPoints, ReleaseCallsNoCardAndWaitsForNothing) {
+TEST_F(EntryPoints, ReleaseCallsNoCardAndDoesNotWait) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);
   ASSERT_EQ(m_Host.DeInitialize(), 0U);
@@ -134,7 +134,7 @@ TEST_F(EntryPoints, TheSecondSlotDestroysInPlace) {
   ASSERT_EQ(createIf(&plugin), 0U);
   reinterpret_cast<DestructorSlot>(Slot(plugin, 1))(plugin);
   EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
-  // The test still owns the storage: a second release would show here.
+  // The test still owns the memory. If the destructor had freed it, this would be a double free.
   ::operator delete(static_cast<void*>(plugin));
   plugin = nullptr;
   releaseIf(&plugin);

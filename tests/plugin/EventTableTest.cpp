@@ -1,4 +1,4 @@
-// Every event that polling the cards can raise: when, with what, and when not.
+// Every event that polling the cards can raise, with its contents and its conditions.
 
 #include "tests/host/HostNumbers.h"
 #include "tests/plugin/Watch.h"
@@ -34,7 +34,7 @@ class EventTable : public WorkerFixture {
     Set("card0", "current_warnings", warnings);
     Set("card0", "current_info", info);
   }
-  // The events of three scans after new masks were set.
+  // Sets new masks and returns the events of the next three scans.
   Lines EventsAfter(const std::string& errors, const std::string& warnings,
                     const std::string& info) {
     Masks(errors, warnings, info);
@@ -154,7 +154,8 @@ void PrintTo(const Information& each, std::ostream* stream) {
   *stream << each.name;
 }
 
-// A change of the information mask opens the gate; the warning bits decide which events are raised.
+// Information events require a change of the information mask; the warning bits decide which of
+// them are raised.
 const Information INFORMATION[] = {
     {"RisesWithoutWarnings", {"0", "0", "0"}, {"0", "0", "0x2"}, {}},
     {"RisesWithAnOldWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},
@@ -179,7 +180,7 @@ const Information INFORMATION[] = {
      {"0", "0", "0x2"},
      {"0", "0x1", "0"},
      {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
-    {"ChangesBeyondItsNamesWithTheFirstWarning",
+    {"ChangesAnUnnamedBitWithTheFirstWarning",
      {"0", "0", "0x2"},
      {"0", "0x1", "0x6"},
      {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
@@ -235,18 +236,18 @@ TEST_F(EventTable, AnEventHasTheTimeOfTheComparison) {
   EXPECT_EQ(events[0].m_Time - m_Begin, 5024U);
 }
 
-struct Move {
+struct StateChange {
   const char* name;
   const char* before;
   const char* after;
   Lines events;
 };
 
-void PrintTo(const Move& move, std::ostream* stream) {
-  *stream << move.name;
+void PrintTo(const StateChange& change, std::ostream* stream) {
+  *stream << change.name;
 }
 
-const Move MOVES[] = {
+const StateChange STATE_CHANGES[] = {
     {"AttachedToDetached", "2", "0", {OfAdapter("CTRL_DETACHED", "4")}},
     {"DetachedToAttached", "0", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
     {"AttachingToAttached", "1", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
@@ -262,9 +263,9 @@ const Move MOVES[] = {
     {"AttachedToStopped", "2", "7", {}},
 };
 
-class EachMove : public EventTable, public testing::WithParamInterface<Move> {};
+class EachStateChange : public EventTable, public testing::WithParamInterface<StateChange> {};
 
-TEST_P(EachMove, RaisesItsEventImmediatelyAndOnce) {
+TEST_P(EachStateChange, RaisesItsEventImmediatelyAndOnce) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().before);
   StartWatch();
@@ -275,7 +276,7 @@ TEST_P(EachMove, RaisesItsEventImmediatelyAndOnce) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(States, EachMove, testing::ValuesIn(MOVES),
+INSTANTIATE_TEST_SUITE_P(States, EachStateChange, testing::ValuesIn(STATE_CHANGES),
                          [](const auto& each) { return std::string(each.param.name); });
 
 struct DriveChange {
@@ -311,7 +312,7 @@ const DriveChange DRIVE_CHANGES[] = {
 
 class EachDriveChange : public EventTable, public testing::WithParamInterface<DriveChange> {};
 
-TEST_P(EachDriveChange, RaisesFormatChangedOrNot) {
+TEST_P(EachDriveChange, RaisesFormatChangedForSizeAndSectorSize) {
   AddCards(1);
   StartWatch();
   const Lines& settings = GetParam().settings;

@@ -1,4 +1,4 @@
-// The time of each event: that of the comparison that raised it, or of the start of the job.
+// The time of each event: the time of the comparison that raised it, or of the start of the job.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -10,7 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// A change, and its events with milliseconds since the worker's start.
+// A change and the events that it raises, with times in milliseconds since the start of the worker.
 struct EventSource {
   const char* name;
   int cards;
@@ -30,10 +30,10 @@ void Masks(CardSim::StateFile& cards, const char* errors, const char* warnings, 
 }
 
 // A quick poll and a scan take 12 ms per card. Each statement takes 100 ms here, so that a time
-// taken too early or too late shows. The first poll, at 5,000, sees a change, and the scan after it
-// compares at 5,024. A mask is accepted in the third scan; each scan writes the rows of one card
-// with four statements. A change that a poll does not see is found by the scan that is due at
-// 15,024.
+// read too early or too late is detected. The first poll, at 5,000 ms, sees a change, and the scan
+// that follows compares at 5,024 ms. A mask is accepted in the third scan; each scan writes the
+// rows of one card with four statements. A change that a poll does not see is found by the scan
+// that is due at 15,024 ms.
 const EventSource EVENT_SOURCES[] = {
     {"Error",
      1,
@@ -45,7 +45,7 @@ const EventSource EVENT_SOURCES[] = {
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { Masks(cards, "0", "0x4", "0"); },
      {"CTRL_NONOPTIMAL_PCI_BANDWIDTH at 15872"}},
-    {"WarningsGatedByTheInformation",
+    {"InformationWithWarnings",
      1,
      [](CardSim::StateFile&) {},
      [](CardSim::StateFile& cards) { Masks(cards, "0", "0x3", "0x2"); },
@@ -92,7 +92,7 @@ class EventTimes : public WorkerFixture {
   void SetUp() override {
     m_Statements.OnStatement([](const std::string&) { Pass(100); });
   }
-  // "CTRL_INTERNAL_ERROR at 5024", in the order of the queue.
+  // Renders the events, such as "CTRL_INTERNAL_ERROR at 5024", in queue order.
   Lines Collected() {
     Lines texts;
     for (const PI::CEvent& event : m_Host.CollectEvents()) {
@@ -120,8 +120,8 @@ TEST_P(EachEventSource, HasTheTimeOfItsComparison) {
 INSTANTIATE_TEST_SUITE_P(Sources, EachEventSource, testing::ValuesIn(EVENT_SOURCES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The scan at 15,024 finds that the second card is gone and sends three statements. Two polls of
-// one card and a scan of two follow.
+// The scan at 15,024 ms finds that the second card has been removed and sends three statements. Two
+// polls of one card and a scan of both cards follow.
 TEST_F(EventTimes, AReturningCardHasTheTimeOfItsComparison) {
   AddCards(2);
   StartWatch();
@@ -146,13 +146,13 @@ void PrintTo(const FailingJob& job, std::ostream* stream) {
 
 class EachFailingJob : public EventTimes, public testing::WithParamInterface<FailingJob> {};
 
-// The event is timed when the job holds the lock, not when it waits for it and not when the card
-// rejects the job.
+// The event has the time at which the job holds the lock, not the time at which it starts to wait
+// or at which the card rejects the job.
 TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().state);
   StartWatch("255");
-  CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "no luck");
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "failed");
   unsigned long released = 0;
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function == "vsl_op_wait_for_result") Pass(700);

@@ -1,5 +1,5 @@
-// Each call of the card library fails once, in every flow: the result is as expected, no lock stays
-// held, no handle leaks, and the next pass succeeds as usual.
+// Makes each card-library call of every flow fail once: the result is as expected, no lock remains
+// held, no handle leaks, and the next pass succeeds.
 
 #include <gmock/gmock.h>
 
@@ -41,14 +41,14 @@ struct Flow {
   std::function<std::size_t(SimulatedHost&)> run;
   std::size_t good;  // the result without a failure
   std::vector<Consequence> consequences;
-  bool inPairs;  // short enough for two failures at once
+  bool inPairs;  // short enough to test every pair of failures
 };
 
 std::ostream& operator<<(std::ostream& out, const Flow& flow) {
   return out << flow.name;
 }
 
-// One call of a flow: a function and its count up to this call.
+// One call of a flow: the function, and how often it has been called so far, including this call.
 struct Step {
   std::string function;
   unsigned int nth;
@@ -89,7 +89,7 @@ std::string LocksHeld() {
 struct Faults {
   std::vector<Step> steps;
 
-  void Order() const {
+  void Inject() const {
     for (const Step& step : steps) CardSim::FailCall(step.function, step.nth, 99, "swept");
   }
   std::size_t Count(const char* function) const {
@@ -104,8 +104,8 @@ struct Faults {
   }
 };
 
-// A handle that could not be destroyed stays, and a card that could not be closed is destroyed
-// while open; nothing else may be left.
+// A handle that could not be destroyed remains, and a card that could not be closed is destroyed
+// while open. Nothing else may remain.
 void ExpectNothingLeft(const Faults& faults) {
   EXPECT_EQ(LocksHeld(), "");
   EXPECT_LE(HandlesExceptRows().size(), faults.Count("vsl_destroy"));
@@ -148,7 +148,7 @@ class FaultSweep : public testing::TestWithParam<Flow> {
     SimulatedHost host;
     StartWithOneCard(host);
     Prepare(host);
-    faults.Order();
+    faults.Inject();
     EXPECT_EQ(Run(host), result);
     ExpectNothingLeft(faults);
     EXPECT_EQ(GoodPass(host).size(), good.size());
@@ -359,7 +359,7 @@ std::vector<Flow> FlowsForPairs() {
 INSTANTIATE_TEST_SUITE_P(Flows, FaultSweepInPairs, testing::ValuesIn(FlowsForPairs()),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The start creates the plug-in, so it has a sweep of its own.
+// The start creates the plug-in, so it has a separate sweep.
 
 const Flow INITIALIZE = {"Initialize",
                          {},
@@ -390,7 +390,7 @@ void SweepStart(const Faults& faults, std::size_t result) {
   SimulatedHost host;
   host.AddCard(0x1006);
   host.ForgetCalls();
-  faults.Order();
+  faults.Inject();
   EXPECT_EQ(host.Initialize(), result);
   ExpectNothingLeft(faults);
   EXPECT_EQ(host.m_AdapterIDs.size(), result == 0 ? 1U : 0U);
@@ -410,7 +410,7 @@ TEST(FaultSweepOfTheStart, SurvivesEachCallFailing) {
     ASSERT_EQ(host.Initialize(), 0U);
     good = StepsOf(CardSim::CallLog());
   }
-  // The library is started twice, then come one enumeration and one scan.
+  // The library is started twice, followed by one enumeration and one scan.
   ASSERT_GT(good.size(), 100U);
   for (const Step& step : good) {
     if (CanFail(step)) SweepStart({{step}}, ResultAfter(INITIALIZE, step));

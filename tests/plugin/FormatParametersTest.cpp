@@ -16,12 +16,12 @@ using testing::ElementsAre;
 
 struct Sectors {
   const char* name;
-  std::uint32_t now;
+  std::uint32_t current;
   std::uint32_t minimum;
   std::uint32_t maximum;
   std::uint32_t multiplier;
   bool powersOfTwo;
-  const char* wanted;
+  const char* expected;
 };
 
 std::ostream& operator<<(std::ostream& out, const Sectors& sectors) {
@@ -32,7 +32,7 @@ class FormatParameters : public testing::TestWithParam<Sectors> {
  protected:
   static std::vector<std::string> Listed() {
     CFusionIOPhysicalDrive drive;
-    drive.m_SectorSize = GetParam().now;
+    drive.m_SectorSize = GetParam().current;
     drive.m_MinSectorSize = GetParam().minimum;
     drive.m_MaxSectorSize = GetParam().maximum;
     drive.m_SectorSizeMultiplier = GetParam().multiplier;
@@ -51,7 +51,7 @@ TEST_P(FormatParameters, OfferCapacitySizeAndSectors) {
       ElementsAre("CHOICE_PARAM = FACTORY_CAPACITY of [MAXIMUM_CAPACITY FACTORY_CAPACITY "
                   "IMPROVED_PERFORMANCE HIGH_PERFORMANCE CUSTOM] (label FORMATTING, writable 1)",
                   "RANGE_PARAM = 100 in 10..100 step 1 (label SIZE, unit 21010, writable 1)",
-                  GetParam().wanted));
+                  GetParam().expected));
 }
 
 const Sectors SECTORS[] = {
@@ -71,9 +71,9 @@ const Sectors SECTORS[] = {
      "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
     {"BelowAll", 256, 0, 256, 1, true,
      "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
-    {"AnOddSizeOffTheList", 520, 1024, 8192, 8, true,
+    {"AnUnknownSizeNotInTheList", 520, 1024, 8192, 8, true,
      "CHOICE_PARAM = 512B of [1K 2K 4K 8K] (label BLOCK_SIZE, writable 1)"},
-    {"AKnownSizeOffTheList", 1024, 2048, 8192, 512, true,
+    {"AKnownSizeNotInTheList", 1024, 2048, 8192, 512, true,
      "CHOICE_PARAM = 1K of [2K 4K 8K] (label BLOCK_SIZE, writable 1)"},
     {"NoLimits", 0, 0, 0, 0, true, "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
 };

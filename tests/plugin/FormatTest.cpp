@@ -1,4 +1,4 @@
-// Formatting a drive: what the host can request, which calls reach the card, and each way to fail.
+// Formatting a drive: the host's parameters, the calls to the card, and the failures.
 
 #include <gmock/gmock.h>
 
@@ -54,7 +54,7 @@ PI::CProperty NumberProperty(std::uint32_t name, unsigned long value) {
   return parameter;
 }
 
-// A parameter whose id, instead of its name, says what it is.
+// A parameter that is identified by its id instead of its name.
 PI::CProperty Misnamed(PI::_PROPERTY_ID id, int value) {
   PI::CProperty parameter(id, true);
   parameter.m_NameID = PI::Property::NAME;
@@ -62,8 +62,8 @@ PI::CProperty Misnamed(PI::_PROPERTY_ID id, int value) {
   return parameter;
 }
 
-// A detached card with sectors of 512 to 8192 bytes, 4096 now, that may be over-formatted from
-// 800,000,000,000 to 900,000,000,000 bytes.
+// A detached card with a sector size of 4096 bytes (512 to 8192 allowed) and a maximum size of
+// 800,000,000,000 bytes, or 900,000,000,000 when over-formatted.
 class Format : public testing::Test {
  protected:
   Format() : m_Card(m_Host.AddCard(0x1006)) {
@@ -147,7 +147,7 @@ TEST_F(Format, BlocksTheCallerAndHoldsTheDataLockUntilTheCardIsDone) {
   });
   const std::int64_t begin = HostKit::SteadyNowNs();
   EXPECT_EQ(Run(), 0U);
-  // The simulator counts some real time as progress.
+  // The simulator counts some real time toward the progress.
   EXPECT_NEAR(static_cast<double>(HostKit::SteadyNowNs() - begin) / 1e9, 90, 5);
   EXPECT_EQ(lock.depth, 1U);
   EXPECT_EQ(HostKit::Locks().at(0).depth, 0U);
@@ -156,8 +156,8 @@ TEST_F(Format, BlocksTheCallerAndHoldsTheDataLockUntilTheCardIsDone) {
 struct Request {
   const char* name;
   Parameters parameters;
-  const char* sector;   // requested of the card, in bytes
-  const char* percent;  // requested of the card
+  const char* sector;   // requested from the card, in bytes
+  const char* percent;  // requested from the card
 };
 
 std::ostream& operator<<(std::ostream& out, const Request& request) {
@@ -191,10 +191,10 @@ const Request REQUESTS[] = {
     {"Custom50", {Choice(FORMATTING, CUSTOM), Range(SIZE, 50)}, "512", "50"},
     {"Custom50AfterItsSize", {Range(SIZE, 50), Choice(FORMATTING, CUSTOM)}, "512", "50"},
     {"CustomWithoutASize", {Choice(FORMATTING, CUSTOM)}, "512", "100"},
-    {"Custom300CutTo44", {Choice(FORMATTING, CUSTOM), Range(SIZE, 300)}, "512", "44"},
+    {"Custom300TruncatedTo44", {Choice(FORMATTING, CUSTOM), Range(SIZE, 300)}, "512", "44"},
     {"Custom255", {Choice(FORMATTING, CUSTOM), Range(SIZE, 255)}, "512", "255"},
-    {"Custom256CutTo0", {Choice(FORMATTING, CUSTOM), Range(SIZE, 256)}, "512", "0"},
-    {"CustomBelowZeroCutTo255", {Choice(FORMATTING, CUSTOM), Range(SIZE, -1)}, "512", "255"},
+    {"Custom256TruncatedTo0", {Choice(FORMATTING, CUSTOM), Range(SIZE, 256)}, "512", "0"},
+    {"CustomBelowZeroTruncatedTo255", {Choice(FORMATTING, CUSTOM), Range(SIZE, -1)}, "512", "255"},
     {"CustomBelowItsRange", {Choice(FORMATTING, CUSTOM), Range(SIZE, 1)}, "512", "1"},
     {"Factory50", {Choice(FORMATTING, FACTORY), Range(SIZE, 50)}, "512", "100"},
     {"Improved50", {Choice(FORMATTING, IMPROVED), Range(SIZE, 50)}, "512", "90"},
@@ -230,7 +230,7 @@ const Request REQUESTS[] = {
      "512",
      "100"},
     {"SectorsTwice", {Choice(BLOCK_SIZE, PI::Value::_2K), Range(BLOCK_SIZE, 4096)}, "4096", "100"},
-    {"SectorsTwiceTheOtherWay",
+    {"SectorsTwiceReversed",
      {Range(BLOCK_SIZE, 4096), Choice(BLOCK_SIZE, PI::Value::_2K)},
      "2048",
      "100"},
@@ -246,8 +246,8 @@ INSTANTIATE_TEST_SUITE_P(Parameters, FormatRequest, testing::ValuesIn(REQUESTS),
 struct Capacity {
   const char* name;
   int formatting;
-  Lines closed;  // size requests to a card that cannot be over-formatted
-  Lines open;    // and to one that can
+  Lines ordinary;    // size requests to a card that cannot be over-formatted
+  Lines overformat;  // size requests to a card that can
 };
 
 std::ostream& operator<<(std::ostream& out, const Capacity& capacity) {
@@ -267,14 +267,14 @@ TEST_P(FormatCapacity, IsLimitedWithoutOverformatting) {
   Set("iom_format_disallow_overformat", "true");
   Start();
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
-  EXPECT_THAT(SizeRequests(), ElementsAreArray(GetParam().closed));
+  EXPECT_THAT(SizeRequests(), ElementsAreArray(GetParam().ordinary));
 }
 
 TEST_P(FormatCapacity, UsesOverformattingWhenAllowed) {
   Set("iom_format_disallow_overformat", "false");
   Start();
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting), Range(SIZE, 60)}), 0U);
-  EXPECT_THAT(SizeRequests(), ElementsAreArray(GetParam().open));
+  EXPECT_THAT(SizeRequests(), ElementsAreArray(GetParam().overformat));
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
@@ -331,7 +331,7 @@ class FormatFailure : public Format, public testing::WithParamInterface<Failure>
 
 TEST_P(FormatFailure, FailsOrFallsBack) {
   Start();
-  CardSim::FailCall(GetParam().function, 1, 91, "no luck");
+  CardSim::FailCall(GetParam().function, 1, 91, "failed");
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting)}), GetParam().result);
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
   EXPECT_THAT(m_Host.LeveledTraces(16), ElementsAreArray(GetParam().traces));
@@ -345,30 +345,30 @@ TEST_P(FormatFailure, FailsOrFallsBack) {
 
 TEST_P(FormatFailure, DoesNotAffectTheNextFormat) {
   Start();
-  CardSim::FailCall(GetParam().function, 1, 91, "no luck");
+  CardSim::FailCall(GetParam().function, 1, 91, "failed");
   Run({Choice(FORMATTING, GetParam().formatting)});
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting)}), 0U);
   EXPECT_EQ(m_Host.Cards().Get(m_Card, "iom_state"), "0");
 }
 
 const Failure FAILURES[] = {
-    {"Naming",
+    {"CreateByName",
      PI::Value::FACTORY_CAPACITY,
      "vsl_iom_create_by_name",
      Number::ERR_COMMAND_ERROR,
-     {"16 ExecutePhysicalDriveOperation, vsl_iom_create_by_name = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_create_by_name = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0"}},
-    {"Making",
+    {"CreateFormat",
      PI::Value::FACTORY_CAPACITY,
      "vsl_iom_format_create",
      Number::ERR_COMMAND_ERROR,
-     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_create = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_create = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1", "vsl_destroy card#1"}},
     {"Sectors",
      PI::Value::FACTORY_CAPACITY,
      "vsl_iom_format_set_sector_size_bytes",
      Number::ERR_COMMAND_ERROR,
-     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_sector_size_bytes = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_sector_size_bytes = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512", "vsl_destroy format#1",
       "vsl_destroy card#1"}},
@@ -376,16 +376,16 @@ const Failure FAILURES[] = {
      PI::Value::FACTORY_CAPACITY,
      "vsl_iom_format_set_size_pct",
      Number::ERR_COMMAND_ERROR,
-     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
       "vsl_iom_format_set_size_pct format#1 100", "vsl_destroy format#1", "vsl_destroy card#1"}},
-    // Without the mode, the card is formatted to its ordinary size.
+    // Without the mode, the card is formatted to its regular size.
     {"SizeMode",
      PI::Value::MAXIMUM_CAPACITY,
      "vsl_iom_format_set_size_mode",
      0,
-     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
       "vsl_iom_format_set_size_mode format#1 11", "vsl_iom_format_set_size_pct format#1 100",
@@ -405,7 +405,7 @@ const Failure FAILURES[] = {
      PI::Value::MAXIMUM_CAPACITY,
      "vsl_iom_format_set_size_bytes",
      Number::ERR_COMMAND_ERROR,
-     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_bytes = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_bytes = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
       "vsl_iom_format_set_size_mode format#1 11", "vsl_iom_format_max_size_bytes format#1",
@@ -415,16 +415,16 @@ const Failure FAILURES[] = {
      PI::Value::FACTORY_CAPACITY,
      "vsl_op_start",
      Number::ERR_COMMAND_ERROR,
-     {"16 ExecutePhysicalDriveOperation, vsl_op_start = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_op_start = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
       "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1", "vsl_destroy format#1",
       "vsl_destroy card#1"}},
-    {"End",
+    {"WaitForResult",
      PI::Value::FACTORY_CAPACITY,
      "vsl_op_wait_for_result",
      Number::ERR_COMMAND_ERROR,
-     {"16 ExecutePhysicalDriveOperation, vsl_op_wait_for_result = 91 (no luck)"},
+     {"16 ExecutePhysicalDriveOperation, vsl_op_wait_for_result = 91 (failed)"},
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_format_create card#1",
       "vsl_iom_format_set_sector_size_bytes format#1 512",
       "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1",

@@ -1,5 +1,5 @@
-// The plug-in's lookups in the host's hardware list, and its requests for adapter numbers, word for
-// word. The host's list here ignores differences in spelling; another host may compare exactly.
+// The exact texts of the plug-in's lookups in the host's hardware list and of its requests for
+// adapter numbers. This host ignores differences in spelling; another host may compare exactly.
 
 #include <gmock/gmock.h>
 
@@ -53,8 +53,8 @@ TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutADomain) {
                           "GenerateUniqueAdapterNumber for localhost 0 60 3 4"));
 }
 
-// The address of an unlisted card is truncated to the width of the number.
-TEST_F(HostLookups, OnlyGenerateANumberForACardOfNoFamily) {
+// The unknown segment of an unlisted card is truncated to 32 bits.
+TEST_F(HostLookups, OnlyGenerateANumberForACardOfAnUnknownFamily) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   m_Host.Cards().MakeAbsent(Add(0x4000, "60", "3", "4"), "pci_domain");
   ASSERT_EQ(m_Host.Initialize(), 0U);

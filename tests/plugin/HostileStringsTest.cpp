@@ -1,4 +1,5 @@
-// A card whose texts try to damage the host's database. Nothing is lost, and the host continues.
+// A card whose texts try to damage the host's database: nothing is lost, and the host keeps
+// running.
 
 #include <filesystem>
 #include <type_traits>
@@ -30,7 +31,7 @@ std::vector<std::string> Texts() {
 // The number of values after the serial number in a new row of an adapter, and of a drive.
 constexpr int kValuesAfterSerialNumber[] = {25, 22};
 
-// One of each kind; the tests of the database try the others.
+// One statement of each kind; the database tests cover the others.
 const std::vector<std::string> kStatements = {
     "DROP TABLE host_event_log",
     "DELETE FROM host_event_log",
@@ -68,15 +69,15 @@ class HostileStrings : public WorkerFixture {
     ExpectNoLockHeld();
   }
 
-  // The plug-in's lines about its rows: each statement has succeeded or failed.
+  // Whether a trace line reports the result of a row's statement.
   static bool IsOfRows(const std::string& line) {
     return line.find(" to db.") != line.npos || line.find(" in db.") != line.npos ||
            line.find(" from db.") != line.npos;
   }
 
-  // The card has the text at the start, when the worker sees a change of the card and of its drive,
-  // and when the card is removed.
-  void LiveWith(const std::string& attribute, const std::string& text) {
+  // Runs the plug-in while the card has the text: at the start, when the worker sees a change of
+  // the card and of its drive, and when the card is removed.
+  void RunWith(const std::string& attribute, const std::string& text) {
     Set("card0", attribute, text);
     ASSERT_EQ(m_Host.Start(), 0U) << text;
     ExpectUnharmed(text);
@@ -105,13 +106,13 @@ class HostileStrings : public WorkerFixture {
 class EachText : public HostileStrings, public testing::WithParamInterface<std::string> {};
 
 TEST_P(EachText, DamagesNothing) {
-  for (const std::string& text : HostileTexts(0, kStatements)) LiveWith(GetParam(), text);
+  for (const std::string& text : HostileTexts(0, kStatements)) RunWith(GetParam(), text);
 }
 
 TEST_F(HostileStrings, DamageNothingAfterACompleteNewRow) {
   for (const int values : kValuesAfterSerialNumber) {
     for (const std::string& text : HostileTexts(values, kStatements)) {
-      if (text.find("NULL") != text.npos) LiveWith("serial_number", text);
+      if (text.find("NULL") != text.npos) RunWith("serial_number", text);
     }
   }
 }

@@ -1,4 +1,4 @@
-// Initialize: its card calls and their order, what it returns, and what remains when a step fails.
+// Initialize: its card calls and their order, its results, and the state after a failed step.
 
 #include <gmock/gmock.h>
 
@@ -54,7 +54,7 @@ struct InitFailure {
   const char* name;
   void (*fail)(std::size_t);
   std::size_t ordinal;
-  std::size_t usableLocks;  // locks and events created before it
+  std::size_t usableLocks;  // locks and events created before the failing one
   std::size_t usableEvents;
 };
 
@@ -130,8 +130,8 @@ TEST(InitializeRetry, AcceptsOnlyTheNineDevices) {
     host.AddCard(id);
     EXPECT_EQ(host.Initialize(), 0U) << id;
   }
-  const std::uint16_t refused[] = {0x1001, 0x1002, 0x1004, 0x1009, 0x2000, 0x2002, 0x3000, 0x3003};
-  for (const std::uint16_t id : refused) {
+  const std::uint16_t rejected[] = {0x1001, 0x1002, 0x1004, 0x1009, 0x2000, 0x2002, 0x3000, 0x3003};
+  for (const std::uint16_t id : rejected) {
     SimulatedHost host;
     host.AddCard(id);
     EXPECT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE) << id;
@@ -160,9 +160,9 @@ void PrintTo(const StartCase& each, std::ostream* stream) {
 
 class InitializeNotReady : public testing::TestWithParam<StartCase> {};
 
-// After the last rejected start: a successful one, the pause, the second start and the samples of
-// the masks.
-TEST_P(InitializeNotReady, RetriesOnceASecondForAMinute) {
+// The last rejected start is followed by a successful one, the pause, the second start and the
+// samples of the masks.
+TEST_P(InitializeNotReady, RetriesEverySecondForAMinute) {
   SimulatedHost host;
   host.AddCard();
   CardSim::FailCall("vsl_init", 1, 27, "not yet", GetParam().notReady);
@@ -187,7 +187,7 @@ constexpr StartCase START_CASES[] = {
     {"SixtyOneTimes", 61, Number::ERR_API_INITIALIZATION_FAILED, 60000},
 };
 
-INSTANTIATE_TEST_SUITE_P(Refused, InitializeNotReady, testing::ValuesIn(START_CASES),
+INSTANTIATE_TEST_SUITE_P(Rejected, InitializeNotReady, testing::ValuesIn(START_CASES),
                          [](const auto& each) { return each.param.name; });
 
 TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
@@ -363,7 +363,7 @@ TEST_F(Initialize, StartsNoThread) {
   EXPECT_THAT(HostKit::Threads(), IsEmpty());
 }
 
-// What remains after a start whose scan failed.
+// Expects that nothing remains after a start whose scan failed.
 void ExpectNothingLeft(SimulatedHost& host, const Outcome& outcome) {
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, COUNT_0);

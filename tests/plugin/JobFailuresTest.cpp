@@ -1,4 +1,4 @@
-// Failing jobs: the one event that each posts, and its remaining calls.
+// Failing jobs: the single event that each job posts, and the calls after the failure.
 
 #include <gmock/gmock.h>
 
@@ -48,19 +48,19 @@ constexpr const char* FORCE_DETACH_FAILED =
     "(1)|||||||||||||";
 
 const JobFailure JOB_FAILURES[] = {
-    {"AttachNaming",
+    {"AttachCreateByName",
      Number::OP_ATTACH,
      DETACHED,
      "vsl_iom_create_by_name",
      {"vsl_iom_create_by_name /dev/fct0"},
-     "Attach, vsl_iom_create_by_name = 62 (no luck)",
+     "Attach, vsl_iom_create_by_name = 62 (failed)",
      ATTACH_FAILED},
-    {"AttachMaking",
+    {"AttachCreateJob",
      Number::OP_ATTACH,
      DETACHED,
      "vsl_iom_attach_create",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_destroy card#1"},
-     "Attach, vsl_iom_attach_create = 62 (no luck)",
+     "Attach, vsl_iom_attach_create = 62 (failed)",
      ATTACH_FAILED},
     {"AttachStart",
      Number::OP_ATTACH,
@@ -68,29 +68,29 @@ const JobFailure JOB_FAILURES[] = {
      "vsl_op_start",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
       "vsl_destroy attach#1", "vsl_destroy card#1"},
-     "Attach, vsl_op_start = 62 (no luck)",
+     "Attach, vsl_op_start = 62 (failed)",
      ATTACH_FAILED},
-    {"AttachEnd",
+    {"AttachWaitForResult",
      Number::OP_ATTACH,
      DETACHED,
      "vsl_op_wait_for_result",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_attach_create card#1", "vsl_op_start attach#1",
       "vsl_op_wait_for_result attach#1", "vsl_destroy attach#1", "vsl_destroy card#1"},
-     "Attach, vsl_op_wait_for_result = 62 (no luck)",
+     "Attach, vsl_op_wait_for_result = 62 (failed)",
      ATTACH_FAILED},
-    {"DetachNaming",
+    {"DetachCreateByName",
      Number::OP_DETACH,
      ATTACHED,
      "vsl_iom_create_by_name",
      {"vsl_iom_create_by_name /dev/fct0"},
-     "Detach, vsl_iom_create_by_name = 62 (no luck)",
+     "Detach, vsl_iom_create_by_name = 62 (failed)",
      DETACH_FAILED},
-    {"DetachMaking",
+    {"DetachCreateJob",
      Number::OP_DETACH,
      ATTACHED,
      "vsl_iom_detach_create",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_destroy card#1"},
-     "Detach, vsl_iom_detach_create = 62 (no luck)",
+     "Detach, vsl_iom_detach_create = 62 (failed)",
      DETACH_FAILED},
     {"DetachStart",
      Number::OP_DETACH,
@@ -98,37 +98,37 @@ const JobFailure JOB_FAILURES[] = {
      "vsl_op_start",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
       "vsl_destroy detach#1", "vsl_destroy card#1"},
-     "Detach, vsl_op_start = 62 (no luck)",
+     "Detach, vsl_op_start = 62 (failed)",
      DETACH_FAILED},
-    {"DetachEnd",
+    {"DetachWaitForResult",
      Number::OP_DETACH,
      ATTACHED,
      "vsl_op_wait_for_result",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_op_start detach#1",
       "vsl_op_wait_for_result detach#1", "vsl_destroy detach#1", "vsl_destroy card#1"},
-     "Detach, vsl_op_wait_for_result = 62 (no luck)",
+     "Detach, vsl_op_wait_for_result = 62 (failed)",
      DETACH_FAILED},
-    {"ForceDetachNaming",
+    {"ForceDetachCreateByName",
      Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_iom_create_by_name",
      {"vsl_iom_create_by_name /dev/fct0"},
-     "ForceDetach, vsl_iom_create_by_name = 62 (no luck)",
+     "ForceDetach, vsl_iom_create_by_name = 62 (failed)",
      FORCE_DETACH_FAILED},
-    {"ForceDetachMaking",
+    {"ForceDetachCreateJob",
      Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_iom_detach_create",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1", "vsl_destroy card#1"},
-     "ForceDetach, vsl_iom_detach_create = 62 (no luck)",
+     "ForceDetach, vsl_iom_detach_create = 62 (failed)",
      FORCE_DETACH_FAILED},
-    {"ForceDetachForce",
+    {"ForceDetachSetForce",
      Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_iom_detach_set_force",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
       "vsl_iom_detach_set_force detach#1 1", "vsl_destroy detach#1", "vsl_destroy card#1"},
-     "ForceDetach, vsl_iom_detach_set_force = 62 (no luck)",
+     "ForceDetach, vsl_iom_detach_set_force = 62 (failed)",
      FORCE_DETACH_FAILED},
     {"ForceDetachStart",
      Number::OP_FORCE_DETACH,
@@ -137,16 +137,16 @@ const JobFailure JOB_FAILURES[] = {
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
       "vsl_iom_detach_set_force detach#1 1", "vsl_op_start detach#1", "vsl_destroy detach#1",
       "vsl_destroy card#1"},
-     "ForceDetach, vsl_op_start = 62 (no luck)",
+     "ForceDetach, vsl_op_start = 62 (failed)",
      FORCE_DETACH_FAILED},
-    {"ForceDetachEnd",
+    {"ForceDetachWaitForResult",
      Number::OP_FORCE_DETACH,
      ATTACHED,
      "vsl_op_wait_for_result",
      {"vsl_iom_create_by_name /dev/fct0", "vsl_iom_detach_create card#1",
       "vsl_iom_detach_set_force detach#1 1", "vsl_op_start detach#1",
       "vsl_op_wait_for_result detach#1", "vsl_destroy detach#1", "vsl_destroy card#1"},
-     "ForceDetach, vsl_op_wait_for_result = 62 (no luck)",
+     "ForceDetach, vsl_op_wait_for_result = 62 (failed)",
      FORCE_DETACH_FAILED},
 };
 
@@ -154,7 +154,7 @@ class EachJobFailure : public JobFailures, public testing::WithParamInterface<Jo
 
 TEST_P(EachJobFailure, PostsOneEventAndDestroysItsHandles) {
   StartWith({GetParam().before});
-  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  CardSim::FailCall(GetParam().function, 1, 62, "failed");
   const unsigned long now = MBX::Misc::now();
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
@@ -171,7 +171,7 @@ TEST_P(EachJobFailure, PostsOneEventAndDestroysItsHandles) {
 
 TEST_P(EachJobFailure, DoesNotAffectTheNextJob) {
   StartWith({GetParam().before});
-  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  CardSim::FailCall(GetParam().function, 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().before);
@@ -206,7 +206,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
                      "-e trace 8 After m_EventsLock.Wait (sg)", event});
   }
   expected.insert(expected.end(), {"-- trace 2 LEAVE " + name + "()"});
-  // If no call follows it, the event shows when the job has ended.
+  // If no call follows the event, the journal shows it only after the job has ended.
   if (GetParam().calls.size() == 1) expected.erase(expected.end() - 2);
 
   Journal journal(m_Host);
@@ -216,7 +216,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
     return m_Host.Check(FIRST, GetParam().operation) == Number::ERR_ADAPTER_BUSY ? "busy" : "free";
   });
   journal.Begin();
-  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  CardSim::FailCall(GetParam().function, 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(journal.PluginEntries(), ElementsAreArray(expected));
@@ -224,10 +224,10 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   EXPECT_THAT(journal.Entries(), testing::Contains(event).Times(1));
 }
 
-// A failed job also clears its device before its thread ends.
+// A failed job also clears its device before its thread exits.
 TEST_P(EachJobFailure, IsNotBusyWhenOnlyItsThreadIsLeft) {
   StartWith({GetParam().before}, "0");
-  CardSim::FailCall(GetParam().function, 1, 62, "no luck");
+  CardSim::FailCall(GetParam().function, 1, 62, "failed");
   const std::string trace = GetParam().trace;
   HeldTrace held("LEAVE " + trace.substr(0, trace.find(',')) + "()");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
@@ -245,7 +245,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, EachJobFailure, testing::ValuesIn(JOB_FAILURES),
 
 TEST_F(JobFailures, ReportTheTimeOfTheirStart) {
   StartWith({DETACHED});
-  CardSim::FailCall("vsl_op_wait_for_result", 1, 63, "late");
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 63, "timeout");
   HeldCall held("vsl_op_wait_for_result");
   const unsigned long start = MBX::Misc::now();
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);

@@ -1,5 +1,5 @@
 // Jobs while the worker scans: the state that a scan shows for a card with a running job, and cards
-// that disappear while their job begins.
+// that disappear while their job starts.
 
 #include <gmock/gmock.h>
 
@@ -52,7 +52,7 @@ class JobsAndScans : public testing::Test {
     m_Host.ForgetCalls();
   }
 
-  // "status activity: reasons" of the last scan.
+  // Returns "status activity: reasons" as of the last scan.
   std::string Shown(std::uint64_t adapter) {
     return ValueName(Choice(adapter, STATUS)) + " " + ValueName(Choice(adapter, ACTIVITY)) + ":" +
            Reasons(adapter);
@@ -148,12 +148,12 @@ TEST_F(JobsAndScans, ACardWithoutAStateIsNotShownAsDetaching) {
   EXPECT_EQ(Shown(FIRST), "FAILED IDLE: none");
 }
 
-// A job that reaches its first step after another job has taken over its slot and ended. Its device
-// is stored, but the thread that owns the slot has exited.
+// A job that reaches its first step after another job has taken over its slot and ended. The device
+// of the first job is stored, but the thread that owns the slot has exited.
 struct LostSlot {
   const char* name;
   std::uint32_t operation;
-  const char* state;  // of the first card: the one at the end of its job
+  const char* state;  // of the first card: the final state of its job
   const char* other;  // of the second card, before its job
   const char* shown;
 };
@@ -186,8 +186,8 @@ INSTANTIATE_TEST_SUITE_P(
                              "WARNING IDLE: DETACHED"}),
     [](const auto& each) { return std::string(each.param.name); });
 
-// The correction uses the position in the list, which after a removed card is the position of
-// another card.
+// The correction uses the position in the list, which belongs to another card after a card has been
+// removed.
 TEST_F(JobsAndScans, AnAttachedCardAfterARemovedOneStaysAttached) {
   StartWith({"2", "2"});
   m_Host.Cards().RemoveCard("card0");
@@ -214,11 +214,12 @@ TEST_F(JobsAndScans, TheScanReportsTheResultOfAJob) {
   EXPECT_EQ(m_Host.Check(SECOND, PI::OP_ATTACH), 0U);
 }
 
-// The held events' lock distinguishes a scan from a quick poll. The job that is started during the
-// scan waits for it, and the scan finds that the card is gone.
+// The events lock is held during a scan but not during a quick poll. The job that is started during
+// the scan waits for the scan, which finds that the card has been removed.
 class JobWithoutItsAdapter : public JobsAndScans {
  protected:
-  // Starts the attach of the first card when a scan creates its handle, and then runs `loseCard`.
+  // Starts the attach of the first card when a scan creates the card's handle, and then runs
+  // `loseCard`.
   void LoseCard(const std::function<void()>& loseCard) {
     StartWith({"0", "0"});
     std::atomic<bool> done{false};
@@ -249,16 +250,16 @@ constexpr const char* FIRST_IS_GONE =
     "Adapter 785GB (1)";
 constexpr const char* EMPTY_FAILURE = "UNDEFINED severity 0 object 0 at no time source  place ";
 
-TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardIsGone) {
+TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardHasBeenRemoved) {
   LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });
   EXPECT_THAT(m_CallsOfJob, ElementsAre("vsl_iom_create_by_name /dev/fct0"));
   EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, EMPTY_FAILURE));
 }
 
-// The scan could not find the card; the job can. Only the scans report it.
+// The scan does not find the card, but the job does. Only the scans report events for the card.
 TEST_F(JobWithoutItsAdapter, StillAttachesItsCard) {
   LoseCard([] { CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone"); });
-  // A scan that begins in the meantime uses handle numbers too.
+  // A scan that starts in the meantime also uses handle numbers.
   ASSERT_EQ(m_CallsOfJob.size(), 6U);
   std::vector<std::string> functions;
   for (const std::string& call : m_CallsOfJob) functions.push_back(call.substr(0, call.find('#')));
@@ -273,10 +274,10 @@ TEST_F(JobWithoutItsAdapter, StillAttachesItsCard) {
   EXPECT_THAT(events[1], testing::StartsWith("CTRL_PNPADD "));
 }
 
-TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventForALaterCallToo) {
+TEST_F(JobWithoutItsAdapter, AlsoQueuesAnEmptyEventForALaterCall) {
   LoseCard([] {
     CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
-    CardSim::FailCall("vsl_op_start", 1, 62, "no luck");
+    CardSim::FailCall("vsl_op_start", 1, 62, "failed");
   });
   std::vector<std::string> functions;
   for (const std::string& call : m_CallsOfJob) functions.push_back(call.substr(0, call.find('#')));

@@ -1,4 +1,4 @@
-// Attach and detach: the calls of a job, what it reports, and when another job is rejected.
+// Attach and detach: the calls, traces and events of a job, and when another job is rejected.
 
 #include <gmock/gmock.h>
 
@@ -74,7 +74,7 @@ const Job JOBS[] = {
 
 class EachJob : public Jobs, public testing::WithParamInterface<Job> {};
 
-TEST_P(EachJob, FinishesTheCardAndQueuesNoEvent) {
+TEST_P(EachJob, ChangesTheCardAndQueuesNoEvent) {
   StartWith({GetParam().before});
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
@@ -85,7 +85,7 @@ TEST_P(EachJob, FinishesTheCardAndQueuesNoEvent) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-// The thread may begin before the command that started it has ended.
+// The thread may start before the command that created it has returned.
 TEST_P(EachJob, TracesItsStartAndItsEnd) {
   StartWith({GetParam().before});
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
@@ -96,8 +96,8 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
 }
 
 // The job holds no lock at any call. Its device is stored before the first call and cleared after
-// the last one. The line that announces the thread comes before the thread starts.
-TEST_P(EachJob, TakesItsStepsInOrder) {
+// the last one. The trace line about the start of the thread precedes the start.
+TEST_P(EachJob, RunsItsStepsInOrder) {
   StartWith({GetParam().before}, "0");
   const std::string name = GetParam().name;
   Lines expected = {
@@ -123,8 +123,8 @@ TEST_P(EachJob, TakesItsStepsInOrder) {
   EXPECT_LT(announced, std::find(all.begin(), all.end(), expected.front()));
 }
 
-// The first job reaches its first step after another job has taken over its slot and ended. Its
-// device is stored, but the thread that owns the slot has exited.
+// The first job reaches its first step after another job has taken over its slot and ended. The
+// device of the first job is stored, but the thread that owns the slot has exited.
 TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   StartWith({GetParam().before, GetParam().before}, "0");
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
@@ -143,7 +143,7 @@ TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
-TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
+TEST_P(EachJob, ReturnsImmediatelyAndHoldsNoLockWhileTheCardIsBusy) {
   StartWith({GetParam().before});
   HeldCall held("vsl_op_wait_for_result");
   const std::int64_t begin = HostKit::SteadyNowNs();
@@ -163,10 +163,10 @@ TEST_P(EachJob, ReturnsAtOnceAndHoldsNoLockWhileTheCardWorks) {
 // A job counts as busy from its first step, where it stores its device before it waits for any
 // lock.
 TEST_P(EachJob, IsBusyFromItsFirstStep) {
-  const std::pair<std::string, unsigned int> moments[] = {
+  const std::pair<std::string, unsigned int> steps[] = {
       {"ENTER " + std::string(GetParam().name) + "(/dev/fct0)", 0U},
       {"Before m_DataLock.Wait(INFINITE)", Number::ERR_ADAPTER_BUSY}};
-  for (const auto& [line, checked] : moments) {
+  for (const auto& [line, checked] : steps) {
     SimulatedHost host;
     host.WriteIni("PollInterval=255\n");
     host.Cards().Set(host.AddCard(), "iom_state", GetParam().before);
@@ -182,7 +182,7 @@ TEST_P(EachJob, IsBusyFromItsFirstStep) {
   }
 }
 
-// The same applies while another thread holds the lock, for any length of time.
+// The job is also busy while another thread holds the lock, for any length of time.
 TEST_P(EachJob, IsBusyWhileItWaitsForTheDataLock) {
   StartWith({GetParam().before});
   unsigned int checked = 0;
@@ -244,7 +244,7 @@ class BusyCheck : public Jobs, public testing::WithParamInterface<Busy> {
   }
 };
 
-TEST_P(BusyCheck, BlocksTheSameSlotForEveryCardAndNotTheOtherSlot) {
+TEST_P(BusyCheck, BlocksItsSlotForEveryCardButNotTheOtherSlot) {
   StartWith({GetParam().before, GetParam().before});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(Checks(FIRST), GetParam().afterwards);
@@ -290,7 +290,8 @@ TEST_F(Jobs, TraceTheExitOfABusyCheck) {
   Pass(LONGER_THAN_A_JOB_MS);
 }
 
-// The threads of this test's plug-in; earlier tests have abandoned some deliberately.
+// Renders the threads of this test's plug-in, without the threads that earlier tests abandoned
+// deliberately.
 Lines Threads() {
   Lines texts;
   for (const HostKit::ThreadView& thread : HostKit::Threads()) {
@@ -314,7 +315,7 @@ TEST_F(Jobs, AForcedDetachTakesTheSlotOfAnEndedDetach) {
   EXPECT_EQ(StateOf("card1"), DETACHED);
 }
 
-TEST_F(Jobs, AttachAndDetachRunOnTwoCardsAtOnce) {
+TEST_F(Jobs, AttachAndDetachRunSimultaneouslyOnTwoCards) {
   StartWith({DETACHED, ATTACHED, ATTACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -330,7 +331,8 @@ TEST_F(Jobs, AttachAndDetachRunOnTwoCardsAtOnce) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-// The job clears its device before its thread ends; from then on it counts as ended.
+// The job clears its device before its thread exits, and counts as ended as soon as the device is
+// cleared.
 TEST_F(Jobs, AreNotBusyWhenOnlyTheirThreadIsLeft) {
   StartWith({DETACHED}, "0");
   HeldTrace held("LEAVE Attach()");

@@ -57,11 +57,11 @@ TEST_P(LiveRowFields, AreReadFromTheCard) {
   EXPECT_THAT(DriveRows()[0], IsSupersetOf({"pd_serial_number=S100", "pd_reserve_warning=12"}));
 }
 
-// In the order of the columns: end of life, hours, endurance, reserve, read, written, left,
-// throttling.
+// The values are in the order of the columns: end of life, hours of use, endurance, reserve, bytes
+// read and written, remaining writes, throttling.
 Cells Live(const char* date, const char* hours, const char* endurance, const char* reserve,
-           const char* read, const char* written, const char* left, const char* throttling) {
-  const char* values[] = {date, hours, endurance, reserve, read, written, left, throttling};
+           const char* read, const char* written, const char* remaining, const char* throttling) {
+  const char* values[] = {date, hours, endurance, reserve, read, written, remaining, throttling};
   Cells cells;
   for (std::size_t i = 0; i < LIVE_COLUMNS.size(); ++i) {
     if (values[i] != nullptr) cells.push_back(LIVE_COLUMNS[i] + values[i]);
@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"WornOut",
              {{"rated_writes_remaining_percent", "0.0"}},
              Live("2026-01-01", "8760", "10", "97.0", READ, WRITTEN, "0", NO_THROTTLING)},
-        Case{"WornOutAndMore",
+        Case{"WornOutBelowZero",
              {{"rated_writes_remaining_percent", "-5.9"}},
              Live("2026-01-01", "8760", "10", "97.0", READ, WRITTEN, "-5", NO_THROTTLING)},
         Case{
@@ -112,7 +112,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"OnePercent",
              {{"total_physical_bytes_written", "1099511627776"}},
              Live("2029-12-31", "8760", "1", "97.0", READ, "1073741824.0", "80", NO_THROTTLING)},
-        // A rating of 0 gives no percentage; the other fields are present.
+        // With a rating of 0, there is no percentage; the other fields are present.
         Case{"RatingOfZero",
              {{"rated_endurance_tbytes", "0"}},
              Live("2029-12-31", "8760", nullptr, "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"reserve_space_pct", "104.5"}},
              Live("2029-12-31", "8760", "10", "104.0", READ, WRITTEN, "80", NO_THROTTLING)},
         // 90 minutes before the first scan.
-        Case{"HoursCutToWholeOnes",
+        Case{"HoursRoundedDown",
              {{"first_use_ts", "1767220200"}},
              Live("2026-01-01", "1", "10", "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
         Case{"Throttled",
@@ -144,7 +144,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class RowCalls : public testing::Test {
  protected:
-  // The card calls from the end of the first scan to the end of the start.
+  // Returns the card calls between the end of the first scan and the end of the start.
   Cells After(const Settings& more = {}) {
     m_Host.Set(PlainCard());
     m_Host.Set(more);
@@ -207,7 +207,7 @@ TEST_F(RowCalls, DoNotReadAMissingReserve) {
   EXPECT_THAT(calls, Not(Contains("vsl_reserve_space_pct card#1")));
 }
 
-TEST_F(RowCalls, AreNotMisuse) {
+TEST_F(RowCalls, UseTheLibraryCorrectly) {
   After();
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
@@ -222,7 +222,7 @@ TEST(CardThatCannotBeFound, KeepsItsRowWithoutLiveFields) {
   OneCard host(PlainCard());
   const DatabaseLife database;
   // The scan makes the first call.
-  CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "no luck");
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "failed");
   ASSERT_EQ(host.Initialize(), 0U);
   ASSERT_THAT(DriveRows(), SizeIs(1));
   EXPECT_THAT(LiveOf(DriveRows()[0]), IsEmpty());

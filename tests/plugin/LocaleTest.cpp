@@ -1,5 +1,5 @@
-// Texts with numbers in a host whose locale groups digits and has a decimal comma: they are the
-// same as in any other host.
+// Texts with numbers are the same in a host whose locale groups digits and has a decimal comma as
+// in any other host.
 
 #include <gmock/gmock.h>
 
@@ -32,14 +32,14 @@ class Locale : public testing::Test {
   const std::locale m_Before;
 };
 
-TEST_F(Locale, ThePollIntervalIsWrittenWithoutGroups) {
+TEST_F(Locale, ThePollIntervalIsWrittenWithoutGrouping) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
   EXPECT_EQ(host.SetPollInterval(4000, 2, 5000), 0U);
   EXPECT_EQ(host.ReadIni(), "PollInterval=4000\n");
 }
 
-TEST_F(Locale, ThePollIntervalIsReadWithoutGroups) {
+TEST_F(Locale, ThePollIntervalIsReadWithoutGrouping) {
   for (const auto& [ini, seconds] :
        {std::pair("PollInterval=4000\n", 255), std::pair("PollInterval=1.000\n", 15)}) {
     OneCard host;
@@ -51,7 +51,7 @@ TEST_F(Locale, ThePollIntervalIsReadWithoutGroups) {
   }
 }
 
-TEST_F(Locale, PropertiesHaveNoGroups) {
+TEST_F(Locale, PropertiesHaveNoGrouping) {
   OneCard host({
       {"pci_domain", "4660"},
       {"fw_current_major_ver", "1001"},
@@ -76,7 +76,7 @@ TEST_F(Locale, PropertiesHaveNoGroups) {
               testing::MatchesRegex("2[0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]"));
 }
 
-TEST_F(Locale, RowsHaveNoGroups) {
+TEST_F(Locale, RowsHaveNoGrouping) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   const std::vector<Cells> drives = DriveRows();

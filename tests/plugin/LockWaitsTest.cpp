@@ -68,7 +68,7 @@ TEST_F(LockWaits, OfAJobForTheDataLockLastUntilAScanHasEnded) {
 
 TEST_F(LockWaits, OfAJobForTheEventsLockLastUntilAScanHasEnded) {
   StartWithADetachedCard();
-  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   HeldCall job("vsl_iom_attach_create");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   job.AwaitArrival();
@@ -88,7 +88,7 @@ class LockWaitsForAJob : public LockWaits {
  protected:
   void StartWithAJob() {
     StartWithADetachedCard();
-    CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+    CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
     m_pJob = std::make_unique<HeldTrace>("After m_EventsLock.Wait (sg)");
     ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
     m_pJob->AwaitArrival();
@@ -114,7 +114,7 @@ TEST_F(LockWaitsForAJob, OfACollectingHostLastUntilTheEventIsQueued) {
   EXPECT_THAT(events, SizeIs(1));
 }
 
-// A scan that is given up would be tried again.
+// If the scan gave up its wait, the worker would start another pass.
 TEST_F(LockWaitsForAJob, OfAScanLastUntilTheEventIsQueued) {
   StartWithAJob();
   Pass(20000);

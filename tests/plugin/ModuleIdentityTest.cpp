@@ -1,4 +1,4 @@
-// The identity of the module, and when it writes which traces.
+// The identity of the module, and the conditions under which it writes trace lines.
 
 #include <gmock/gmock.h>
 
@@ -116,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
                 16,
                 {"16 GetAdapterProperties, vsl_has_reserve_space_pct = 98",
                  "16 GetAdapterProperties, vsl_has_reserve_status = 0"}},
-        AtLevel{"Database", 128, {}}, AtLevel{"NoLevelOfOurs", 0xFFFFFF61, {}},
+        AtLevel{"Database", 128, {}}, AtLevel{"NoLevelOfThePlugin", 0xFFFFFF61, {}},
         AtLevel{"TwoLevels",
                 4 | 8,
                 {"8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
@@ -140,7 +140,7 @@ TEST(Tracing, FollowsAChangeOfTheMaskAtTheNextLine) {
                           "2 LEAVE AdapterGetProperties -> 0"));
 }
 
-// "module file function" of the first line with that text.
+// Returns "module file function" for the first line with the given text.
 std::string OriginOf(const OneCard& host, const std::string& text) {
   for (const HostKit::TraceLine& line : host.TraceLines()) {
     if (line.text != text) continue;

@@ -1,4 +1,5 @@
-// After which passes the worker notifies the host, and which locks it holds then.
+// The passes after which the worker notifies the host, and the locks that it holds during the
+// callback.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/HeldTrace.h"
@@ -18,7 +19,7 @@ class Notification : public WorkerFixture {
     AddCards(1);
     Set("card0", "iom_state", "0");
     StartWatch();
-    CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+    CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
     ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
     Settle();
   }
@@ -99,7 +100,7 @@ TEST_F(Notification, IsNotSentAfterAFailedScan) {
   StartWatch();
   Set("card0", "temp_internal_deg_c", "60.5");
   AwaitWakeUps(2);
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitScans();
   EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
   EXPECT_THAT(Notifications(), IsEmpty());
@@ -108,7 +109,7 @@ TEST_F(Notification, IsNotSentAfterAFailedScan) {
 TEST_F(Notification, IsSentAfterAFailedScanWithAQueuedEvent) {
   StartWithAnEventWaiting();
   AwaitWakeUps(2);
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitScans();
   EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
   EXPECT_THAT(Notifications(), ElementsAre(15024U));
@@ -119,7 +120,7 @@ TEST_F(Notification, IsNotSentForAnEventThatIsQueuedAfterTheScan) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch();
-  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   HeldCall job("vsl_iom_attach_create");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   job.AwaitArrival();
@@ -134,7 +135,7 @@ TEST_F(Notification, IsNotSentForAnEventThatIsQueuedAfterTheScan) {
   EXPECT_THAT(Notifications(), SizeIs(1));
 }
 
-TEST_F(Notification, IsSentAtOnceWithoutAPollWhenThePollIntervalIsSet) {
+TEST_F(Notification, IsSentImmediatelyWithoutAPollWhenThePollIntervalIsSet) {
   AddCards(1);
   StartWatch();
   PassMs(1234);
@@ -154,7 +155,7 @@ TEST_F(Notification, IsSentEvenWhenThePollIntervalIsUnchanged) {
   EXPECT_THAT(Notifications(), ElementsAre(0U));
 }
 
-TEST_F(Notification, IsSentAtOnceAfterAnOperationOfADrive) {
+TEST_F(Notification, IsSentImmediatelyAfterAnOperationOfADrive) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "format_ms", "700");
@@ -196,7 +197,7 @@ TEST_F(Notification, IsSentOnceForTwoRequestsThatArriveTogether) {
   HeldTrace held("Worker() m_PrivateEvent event received");
   PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
   interval.SetValue(20, 2, 255, 1);
-  // The worker is held at the first notification; two further requests become one.
+  // The worker is held at the first notification; two more requests are merged into one.
   EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
   held.AwaitArrival();
   EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
@@ -206,8 +207,8 @@ TEST_F(Notification, IsSentOnceForTwoRequestsThatArriveTogether) {
   EXPECT_THAT(Notifications(), SizeIs(2));
 }
 
-// No lock is held, so the host can send commands at once, on the worker's thread and on others.
-TEST_F(Notification, LetsTheHostCollectAtOnce) {
+// No lock is held, so the host can send commands immediately, on the worker's thread and on others.
+TEST_F(Notification, LetsTheHostCollectImmediately) {
   AddCards(1);
   StartWatch();
   Lines collected;
@@ -223,7 +224,7 @@ TEST_F(Notification, LetsTheHostCollectAtOnce) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(Notification, DoesNotBlockTheHostHoweverLongItTakes) {
+TEST_F(Notification, DoesNotBlockTheHostDuringALongCallback) {
   AddCards(1);
   StartWatch();
   m_OnNotify = [] { Pass(60000); };
@@ -233,7 +234,7 @@ TEST_F(Notification, DoesNotBlockTheHostHoweverLongItTakes) {
   EXPECT_THAT(Events(), SizeIs(1));
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   EXPECT_EQ(NowMs(), 6000U);
-  // The interval begins when the host returns from the callback.
+  // The interval starts when the host returns from the callback.
   PassMs(64100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 70024U));
 }

@@ -1,5 +1,5 @@
 // An adapter's row with a card library that returns values even for a null handle: the calls, the
-// lines that they cause, and that the row is the same. The drive's row reads its own card.
+// resulting trace lines, and the unchanged row. The drive's row is read from its card.
 
 #include "tests/support/NullHandleSeam.h"
 #include "tests/support/RowView.h"
@@ -42,7 +42,7 @@ Cells Joined(const std::vector<Cells>& parts) {
 
 class NullHandleRow : public testing::Test {
  protected:
-  // A tenth of the rating is written. No number equals that of the card.
+  // One tenth of the rated endurance is written. Every value differs from that of the card.
   NullHandleRow() : m_Host(PlainCard()) {
     m_Answers.rated_endurance_tbytes = 200;
     m_Answers.rated_writes_remaining_percent = 73.9F;
@@ -55,7 +55,7 @@ class NullHandleRow : public testing::Test {
     EXPECT_THAT(m_Answers.m_Calls, ElementsAreArray(Joined(parts)));
   }
 
-  // The lines that live values cause.
+  // The trace lines about live values.
   Cells LiveLines() {
     Cells lines;
     for (const std::string& line : m_Host.LeveledTraces()) {
@@ -134,7 +134,7 @@ TEST_F(NullHandleRow, WithoutBytesReadTracesOneLine) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + ENDURANCE_LINE));
 }
 
-// A rating of 0 gives no percentage.
+// With a rating of 0, there is no percentage.
 TEST_F(NullHandleRow, WithARatingOfZeroTracesNoEndurance) {
   m_Answers.rated_endurance_tbytes = 0;
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -142,7 +142,7 @@ TEST_F(NullHandleRow, WithARatingOfZeroTracesNoEndurance) {
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
 
-TEST_F(NullHandleRow, MakesTheSameCallsWhileItsLinesAreOff) {
+TEST_F(NullHandleRow, MakesTheSameCallsWhileItsTraceLevelIsOff) {
   HostKit::SetTraceMask(~16U);
   ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
   EXPECT_THAT(LiveLines(), IsEmpty());

@@ -1,5 +1,5 @@
-// An operation has the nine numbers of its row, each in its field. Some numbers of the plug-in's
-// rows are equal, so a mix-up would not show there.
+// An operation has each number of its row in the right field. The plug-in's own rows contain equal
+// numbers, so they would not reveal a mix-up.
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-// The plug-in object: its six properties, the one that can be set, and the collection of events.
+// The plug-in object: its six properties, one of which can be set, and the collection of events.
 
 #include <gmock/gmock.h>
 
@@ -30,7 +30,7 @@ const std::vector<std::string> ALL_ROWS = {
     "POLL_INTERVAL = 15 in 2..255 step 1 (sort 23335, unit 21007, writable 1)",
 };
 
-// One row in numbers: property, kind of value (1 string, 7 range), name shown.
+// The numbers of a row: property, value type (1 string, 7 range), displayed name.
 struct RowNumbers {
   std::uint32_t property;
   std::uint32_t kind;
@@ -45,7 +45,7 @@ std::string PollRow(int seconds) {
          " in 2..255 step 1 (sort 23335, unit 21007, writable 1)";
 }
 
-// No worker runs until the host assigns numbers, so nothing consumes what is queued or set.
+// No worker runs until the host assigns numbers, so queued events and set flags remain.
 class PluginObject : public testing::Test {
  protected:
   void SetUp() override {
@@ -62,14 +62,14 @@ class PluginObject : public testing::Test {
   // ended.
   void QueueTwoFailures() {
     for (const std::uint32_t operation : {Number::OP_ATTACH, Number::OP_DETACH}) {
-      CardSim::FailCall("vsl_iom_create_by_name", 1, 5, "not today");
+      CardSim::FailCall("vsl_iom_create_by_name", 1, 5, "unavailable");
       EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, operation), 0U);
       HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 1'000'000'000);
     }
     m_Host.ForgetTraces();
   }
 
-  // The numbers of the events that one request returns, or the result of a failed one.
+  // Returns the numbers of the collected events, or the result of a failed request.
   std::vector<std::uint32_t> Collect() {
     PI::COperation operation;
     operation.m_OperationID = PI::OP_GET_EVENTS;
@@ -144,13 +144,13 @@ TEST(PluginObjectAtStart, ShowsTheConfiguredInterval) {
   EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(77));
 }
 
-// The interval that the host sends, and the one then used and saved.
+// The interval that the host sends with its limits, and the interval that is used and saved.
 struct Setting {
   const char* name;
   int value;
   int minimum;
   int maximum;
-  int taken;
+  int saved;
 };
 
 void PrintTo(const Setting& each, std::ostream* out) {
@@ -164,9 +164,9 @@ TEST_P(PollIntervalSetTo, IsClampedToTheLimitsOfTheRequest) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.SetPollInterval(setting.value, setting.minimum, setting.maximum), 0U);
-  EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(setting.taken));
+  EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(setting.saved));
   EXPECT_THAT(host.ReadIni(),
-              testing::MatchesRegex("PollInterval *= *" + std::to_string(setting.taken) + "\n?"));
+              testing::MatchesRegex("PollInterval *= *" + std::to_string(setting.saved) + "\n?"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -218,8 +218,8 @@ TEST(PluginObjectWithAFullIni, KeepsTheOtherKeys) {
   EXPECT_THAT(ini, testing::Not(HasSubstr("PollInterval=20")));
 }
 
-// A file in place of the directory, so that nothing can be written there. The host's result for
-// that is 3.
+// A file replaces the directory, so nothing can be written there. The host returns 3 for this
+// error.
 TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
   std::filesystem::remove_all(m_Host.IniFile().parent_path());
   std::ofstream(m_Host.IniFile().parent_path()) << "in the way";
@@ -248,8 +248,8 @@ TEST_F(PluginObject, RejectsSettingAnyOtherProperty) {
   EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(15));
 }
 
-// The property's id decides what is set, not the name that it is shown under.
-TEST_F(PluginObject, IdentifiesAPropertyByItsIdNotByItsLabel) {
+// A property is identified by its id, not by its displayed name.
+TEST_F(PluginObject, IdentifiesAPropertyByItsId) {
   PI::CProperty property(PI::Property::VERSION, true);
   property.m_NameID = PI::Property::POLL_INTERVAL;
   property.SetValue(30, 2, 255, 1);

@@ -1,4 +1,4 @@
-// The poll interval from the ini file, as the plug-in object shows it.
+// The poll interval from the ini file, as shown by the plug-in object.
 
 #include <gmock/gmock.h>
 
@@ -44,15 +44,15 @@ constexpr IniCase INI_CASES[] = {
     {"BeyondThirtyTwoBits", "PollInterval=4294967296\n", "15"},
     {"Zero", "PollInterval=0\n", "2"},
     {"One", "PollInterval=1\n", "2"},
-    {"Least", "PollInterval=2\n", "2"},
-    {"OverLeast", "PollInterval=3\n", "3"},
+    {"Minimum", "PollInterval=2\n", "2"},
+    {"AboveMinimum", "PollInterval=3\n", "3"},
     {"Default", "PollInterval=15\n", "15"},
     {"LeadingZeroIsDecimal", "PollInterval=010\n", "10"},
     {"BlanksAround", "PollInterval =  60  \n", "60"},
     {"AmongOtherKeys", "Color=green\nPollInterval=60\nSize=3\n", "60"},
-    {"UnderMost", "PollInterval=254\n", "254"},
-    {"Most", "PollInterval=255\n", "255"},
-    {"OverMost", "PollInterval=256\n", "255"},
+    {"BelowMaximum", "PollInterval=254\n", "254"},
+    {"Maximum", "PollInterval=255\n", "255"},
+    {"AboveMaximum", "PollInterval=256\n", "255"},
     {"ThreeHundred", "PollInterval=300\n", "255"},
     {"LargestNumber", "PollInterval=4294967295\n", "255"},
 };
@@ -60,7 +60,7 @@ constexpr IniCase INI_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Ini, PollIntervalConfig, testing::ValuesIn(INI_CASES),
                          [](const auto& each) { return each.param.name; });
 
-TEST(PollIntervalFile, IsReadToItsEndBeyondAZeroByte) {
+TEST(PollIntervalFile, IsReadBeyondAZeroByte) {
   SimulatedHost host;
   host.AddCard();
   host.WriteIni(std::string("PollInterval=30\0 40\n", 20));
@@ -75,7 +75,7 @@ TEST(PollIntervalFile, IsFifteenSecondsWithoutAFile) {
   EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
 }
 
-TEST(PollIntervalFile, IsReadWhenThePluginIsCreatedNotAtInitialize) {
+TEST(PollIntervalFile, IsReadWhenThePluginIsCreated) {
   SimulatedHost host;
   host.AddCard();
   host.WriteIni("PollInterval=30\n");

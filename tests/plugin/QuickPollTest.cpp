@@ -35,7 +35,7 @@ Lines operator+(Lines left, const Lines& right) {
 
 class QuickPoll : public WorkerFixture {
  protected:
-  // Only the next wake-up.
+  // Clears the record and waits for the next wake-up.
   void Poll() {
     ForgetAll();
     AwaitWakeUps();
@@ -60,7 +60,7 @@ TEST_F(QuickPoll, ReadsOnlyTheMasksAndTheState) {
   ExpectNothingLeft();
 }
 
-TEST_F(QuickPoll, TakesTheCardsInTurn) {
+TEST_F(QuickPoll, ReadsTheCardsInOrder) {
   AddCards(3);
   StartWatch();
   Poll();
@@ -108,7 +108,7 @@ TEST_F(QuickPoll, HoldsOnlyTheDataLock) {
   EXPECT_EQ(locks[1].depth, 0U);
 }
 
-TEST_F(QuickPoll, ScansAtOnceAfterAChangeWithoutReleasingTheObjects) {
+TEST_F(QuickPoll, ScansImmediatelyAfterAChangeWithoutReleasingTheObjects) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "4");
@@ -155,9 +155,9 @@ void PrintTo(const Change& change, std::ostream* stream) {
 
 const Change CHANGES[] = {
     {"Error", "current_errors", "1", true},
-    {"ErrorBeyondThoseWithAName", "current_errors", "0x400", true},
+    {"UnnamedError", "current_errors", "0x400", true},
     {"Warning", "current_warnings", "1", true},
-    {"WarningBeyondThoseWithAName", "current_warnings", "0x2000", true},
+    {"UnnamedWarning", "current_warnings", "0x2000", true},
     {"WarningNextToTheIgnoredOne", "current_warnings", "0x100", true},
     {"IgnoredWarning", "current_warnings", "0x200", false},
     {"Info", "current_info", "2", true},
@@ -175,7 +175,7 @@ const Change CHANGES[] = {
 
 class EachChange : public QuickPoll, public testing::WithParamInterface<Change> {};
 
-TEST_P(EachChange, IsSeenOrNot) {
+TEST_P(EachChange, StartsAScanIfExpected) {
   AddCards(1);
   StartWatch();
   Set("card0", GetParam().attribute, GetParam().value);
@@ -183,14 +183,14 @@ TEST_P(EachChange, IsSeenOrNot) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_P(EachChange, OnALaterCardIsSeenOrNot) {
+TEST_P(EachChange, OnALaterCardStartsAScanIfExpected) {
   AddCards(2);
   StartWatch();
   Set("card1", GetParam().attribute, GetParam().value);
   EXPECT_EQ(PollScans(), GetParam().seen);
 }
 
-TEST_P(EachChange, OnAnEarlierCardIsSeenOrNot) {
+TEST_P(EachChange, OnAnEarlierCardStartsAScanIfExpected) {
   AddCards(2);
   StartWatch();
   Set("card0", GetParam().attribute, GetParam().value);
@@ -206,10 +206,10 @@ TEST_F(QuickPoll, TreatsAMissingStateAsDetached) {
   m_Host.Cards().MakeAbsent("card0", "iom_state");
   EXPECT_TRUE(PollScans());
   EXPECT_EQ(Status(FIRST), "FAILED");
-  EXPECT_FALSE(PollScans());  // the scan treated it as detached too
+  EXPECT_FALSE(PollScans());  // the scan also treated it as detached
 }
 
-TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerThere) {
+TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerPresent) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
@@ -219,7 +219,7 @@ TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerThere) {
 
 class OddSample : public QuickPoll, public testing::WithParamInterface<int> {};
 
-TEST_P(OddSample, MakesTheMaskCountAsUnchanged) {
+TEST_P(OddSample, LeavesTheMaskUnchanged) {
   AddCards(1);
   StartWatch();
   int sample = 0;
@@ -265,12 +265,12 @@ TEST_F(QuickPoll, SkipsACardThatCannotBeOpened) {
   StartWatch();
   Set("card0", "iom_state", "0");
   CardSim::Reset();
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitWakeUps();
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(Lines{"vsl_iom_create_by_name /dev/fct0",
                                                      "vsl_open card#1", "vsl_destroy card#1"} +
                                                PollOf("/dev/fct1", "card#2")));
-  EXPECT_THAT(TimesOf("16 Worker, vsl_open = 62 (not now)"), SizeIs(1));
+  EXPECT_THAT(TimesOf("16 Worker, vsl_open = 62 (unavailable)"), SizeIs(1));
   EXPECT_EQ(Scans(), 0U);
   ExpectNothingLeft();
 }
@@ -280,7 +280,7 @@ TEST_F(QuickPoll, SeesAChangeAfterASkippedCard) {
   StartWatch();
   Set("card1", "iom_state", "0");
   CardSim::Reset();
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitWakeUps();
   EXPECT_EQ(Scans(), 1U);
 }
@@ -289,7 +289,7 @@ TEST_F(QuickPoll, PollsASkippedCardAgainNextTime) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitWakeUps();
   EXPECT_EQ(Scans(), 0U);
   AwaitWakeUps();
@@ -318,7 +318,7 @@ TEST_F(QuickPoll, DoesNotChangeTheObjects) {
   StartWatch();
   const Lines before = Tree();
   Set("card0", "current_errors", "1");
-  // The scan that the poll asks for cannot take its lock.
+  // The scan that the poll requests cannot acquire its lock.
   HostKit::FailLockWait(2, 1);
   AwaitWakeUps();
   EXPECT_EQ(Scans(), 0U);
@@ -329,7 +329,7 @@ TEST_F(QuickPoll, DoesNotChangeTheObjects) {
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
 }
 
-// While a job runs on a card, the state at the job's end counts as the state in progress.
+// While a job runs on a card, the state at the end of the job counts as the state in progress.
 class QuickPollDuringAJob : public QuickPoll {
  protected:
   // Starts the job on a card and holds it before its end.
@@ -385,7 +385,7 @@ TEST_F(QuickPollDuringAJob, ADetachedCardInAForcedDetachJobCountsAsDetaching) {
   EXPECT_FALSE(PollScans());
 }
 
-// The scan sees the corrected state too, so poll and scan agree whichever comes first.
+// The scan also uses the corrected state, so poll and scan agree regardless of their order.
 TEST_F(QuickPollDuringAJob, DoesNotRequestAScanEachTimeWhileTheJobRuns) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -400,10 +400,10 @@ TEST_F(QuickPollDuringAJob, DoesNotRequestAScanEachTimeWhileTheJobRuns) {
 
 struct NoCorrection {
   const char* name;
-  const char* initially;
+  const char* initial;
   std::uint32_t operation;
-  const char* jobState;  // of the card at first, and in its record
-  const char* then;      // read later, and not corrected
+  const char* jobState;  // state during the job, which is recorded
+  const char* later;     // later state, which is not corrected
 };
 
 void PrintTo(const NoCorrection& each, std::ostream* stream) {
@@ -424,11 +424,11 @@ class EachUncorrectedState : public QuickPollDuringAJob,
 
 TEST_P(EachUncorrectedState, CountsAsRead) {
   AddCards(1);
-  Set("card0", "iom_state", GetParam().initially);
+  Set("card0", "iom_state", GetParam().initial);
   StartWatch();
   StartHeld(FIRST, GetParam().operation);
   EXPECT_TRUE(PollScans());
-  Set("card0", "iom_state", GetParam().then);
+  Set("card0", "iom_state", GetParam().later);
   EXPECT_TRUE(PollScans());
 }
 
@@ -475,7 +475,7 @@ TEST_P(EachDetachJob, DoesNotCorrectAMissingState) {
 INSTANTIATE_TEST_SUITE_P(Operations, EachDetachJob,
                          testing::Values(PI::OP_DETACH, PI::OP_FORCE_DETACH));
 
-TEST_F(QuickPollDuringAJob, AnEndedJobDoesNotCorrect) {
+TEST_F(QuickPollDuringAJob, AnEndedJobDoesNotCorrectTheState) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "0");

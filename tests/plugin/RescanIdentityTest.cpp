@@ -1,4 +1,4 @@
-// What an object keeps from one scan to the next: its ids, its links and its change count.
+// The data that an object keeps between scans: its ids, its links and its change count.
 
 #include <memory>
 
@@ -59,7 +59,7 @@ TEST_F(RescanIdentity, AQuickPollDoesNotCountAsAChange) {
   EXPECT_THAT(Counts(), ElementsAre(0U, 0U, 0U, 0U, 0U));
 }
 
-// Each scan counts for the plug-in and the adapters, and not for a drive.
+// Each scan counts as a change of the plug-in and of the adapters, but not of a drive.
 TEST_F(RescanIdentity, AScanWithoutAChangeCountsForPlugInAndAdapters) {
   AddCards(2);
   StartWatch();
@@ -83,7 +83,7 @@ TEST_F(RescanIdentity, AFailedScanCountsOnlyForThePlugIn) {
   AddCards(2);
   StartWatch();
   AwaitWakeUps(2);
-  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  CardSim::FailCall("vsl_open", 2, 62, "unavailable");
   AwaitScans();
   EXPECT_THAT(Counts(), ElementsAre(1U, 0U, 0U, 0U, 0U));
 }
@@ -119,7 +119,7 @@ TEST_F(RescanIdentity, CountsRaisedByTheHostAreKept) {
   EXPECT_THAT(Counts(), ElementsAre(3U, 4U, 3U));
 }
 
-// The card keeps its position in the list of control devices, and with it its ids.
+// The card keeps its position in the list of control devices and therefore its ids.
 TEST_F(RescanIdentity, CardsAfterARemovedOneKeepTheirIds) {
   AddCards(3);
   StartWatch();
@@ -147,24 +147,24 @@ TEST_F(RescanIdentity, NamesAreKept) {
   EXPECT_EQ(Value(SECOND, PI::Property::NAME), "\"MOLT EP PX600 (2)\"");
 }
 
-struct RestlessMask {
+struct UnstableMask {
   const char* name;
   const char* stored;
   const char* status;
   const char* reasons;
 };
 
-void PrintTo(const RestlessMask& mask, std::ostream* stream) {
+void PrintTo(const UnstableMask& mask, std::ostream* stream) {
   *stream << mask.name;
 }
 
-const RestlessMask RESTLESS_MASKS[] = {
+const UnstableMask UNSTABLE_MASKS[] = {
     {"current_errors", "1", "FAILED", "[INTERNAL_ERROR ATTACHED]"},
     {"current_warnings", "1", "WARNING", "[TEMPERATURE_ABOVE_WARN ATTACHED]"},
     {"current_info", "2", "OK", "[UNACTIVATED_FIRMWARE ATTACHED]"},
 };
 
-class EachUnstableMask : public RescanIdentity, public testing::WithParamInterface<RestlessMask> {};
+class EachUnstableMask : public RescanIdentity, public testing::WithParamInterface<UnstableMask> {};
 
 TEST_P(EachUnstableMask, KeepsItsStoredValue) {
   AddCards(1);
@@ -198,11 +198,11 @@ TEST_P(EachUnstableMask, IsClearWhenItCannotBeRead) {
   EXPECT_EQ(Reasons(FIRST), GetParam().reasons);
 }
 
-INSTANTIATE_TEST_SUITE_P(Masks, EachUnstableMask, testing::ValuesIn(RESTLESS_MASKS),
+INSTANTIATE_TEST_SUITE_P(Masks, EachUnstableMask, testing::ValuesIn(UNSTABLE_MASKS),
                          [](const auto& each) { return std::string(each.param.name); });
 
 // The locate LED is switched off only at the start.
-TEST_F(RescanIdentity, ALitLocateLEDStaysOn) {
+TEST_F(RescanIdentity, ALocateLEDThatIsOnStaysOn) {
   AddCards(1);
   StartWatch();
   Set("card0", "beacon_state", "true");
@@ -302,7 +302,7 @@ class JobAfterARemovedCard : public RescanIdentity {
   std::unique_ptr<HeldCall> m_pHeld;
 };
 
-TEST_F(JobAfterARemovedCard, CorrectsTheCardWhosePositionItsAdapterHasTaken) {
+TEST_F(JobAfterARemovedCard, CorrectsTheCardWhoseIndexIsThePositionOfTheAdapter) {
   HoldAttach(ObjectId(5));  // of card 2, now at position 1
   Set("card1", "iom_state", "2");
   AwaitScans();

@@ -1,5 +1,5 @@
-// Database statements that fail: they are traced and affect nothing else. Also card strings
-// that break statements.
+// Failing database statements, which are traced and affect nothing else, and card strings that
+// break statements.
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -27,7 +27,7 @@ constexpr const char* DRIVE_INSERTED = "PD (Flash Adapter G2 (0)) inserted to db
 constexpr const char* DRIVE_UPDATED = "PD (Flash Adapter G2 (0)) updated in db.";
 constexpr const char* PLUGIN_INSERTED = "Plugin FusionIO inserted to db.";
 
-// " (Storage query exception thrown! (no luck))"
+// " (Storage query exception thrown! (statement rejected))"
 std::string Because(const std::string& reason) {
   return " (Storage query exception thrown! (" + reason + "))";
 }
@@ -37,13 +37,13 @@ std::string BecauseOfTheKey(const std::string& reason) {
 }
 
 // Makes an action on a table fail from now on: "INSERT", "UPDATE" or "DELETE".
-void Refuse(const std::string& action, const std::string& table) {
-  const std::string sql = "CREATE TRIGGER refusal BEFORE " + action + " ON " + table +
-                          " BEGIN SELECT RAISE(ABORT, 'no luck'); END";
+void Reject(const std::string& action, const std::string& table) {
+  const std::string sql = "CREATE TRIGGER rejection BEFORE " + action + " ON " + table +
+                          " BEGIN SELECT RAISE(ABORT, 'statement rejected'); END";
   SqliteInterceptor::Run(sql.c_str());
 }
-void StopRefusing() {
-  SqliteInterceptor::Run("DROP TRIGGER refusal");
+void StopRejecting() {
+  SqliteInterceptor::Run("DROP TRIGGER rejection");
 }
 
 class RowFailures : public WorkerFixture {
@@ -76,11 +76,11 @@ class RowFailures : public WorkerFixture {
 
 TEST_F(RowFailures, AFailedAdapterInsertIsTracedAndTheOthersContinue) {
   AddCards(1);
-  Refuse("INSERT", ADAPTER_ROWS);
+  Reject("INSERT", ADAPTER_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(128),
               ElementsAre("Storage query exception thrown during inserting Adapter () (" +
-                              m_Number + ") to db." + Because("no luck"),
+                              m_Number + ") to db." + Because("statement rejected"),
                           DRIVE_INSERTED, PLUGIN_INSERTED));
   EXPECT_THAT(Counts(), ElementsAre("0", "1", "1"));
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
@@ -88,22 +88,23 @@ TEST_F(RowFailures, AFailedAdapterInsertIsTracedAndTheOthersContinue) {
 
 TEST_F(RowFailures, AFailedDriveInsertIsTracedAndTheOthersContinue) {
   AddCards(1);
-  Refuse("INSERT", DRIVE_ROWS);
+  Reject("INSERT", DRIVE_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(128),
               ElementsAre("Adapter () (" + m_Number + ") inserted to db.",
                           "Storage query exception thrown during inserting PD (Flash Adapter G2 "
                           "(0)) to db." +
-                              Because("no luck"),
+                              Because("statement rejected"),
                           PLUGIN_INSERTED));
   EXPECT_THAT(Counts(), ElementsAre("1", "0", "1"));
 }
 
 TEST_F(RowFailures, AFailedPlugInInsertIsTracedAndTheStartSucceeds) {
   AddCards(1);
-  Refuse("INSERT", PLUGIN_ROWS);
+  Reject("INSERT", PLUGIN_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  EXPECT_EQ(m_Host.Traces(128).back(), "Plugin FusionIO inserted to db." + Because("no luck"));
+  EXPECT_EQ(m_Host.Traces(128).back(),
+            "Plugin FusionIO inserted to db." + Because("statement rejected"));
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "0"));
 }
 
@@ -112,26 +113,26 @@ TEST_F(RowFailures, AFailedPlugInDeletionIsTracedAndTheResultIsUnchanged) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
   m_Host.ForgetTraces();
-  Refuse("DELETE", PLUGIN_ROWS);
-  CardSim::FailCall("vsl_open", 1, 5, "no luck");
+  Reject("DELETE", PLUGIN_ROWS);
+  CardSim::FailCall("vsl_open", 1, 5, "statement rejected");
   EXPECT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
             Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Host.Traces(128),
               ElementsAre("Exception thrown during removing SanDisk plugin object from db." +
-                          Because("no luck")));
+                          Because("statement rejected")));
   EXPECT_THAT(m_Host.Topology(), SizeIs(1));
 }
 
 TEST_F(RowFailures, AFailedAdapterUpdateIsTracedAndRepeatedAtTheNextChange) {
   Run();
-  Refuse("UPDATE", ADAPTER_ROWS);
+  Reject("UPDATE", ADAPTER_ROWS);
   SetTemperature("60.0");
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines,
               ElementsAre("Storage query exception thrown during updating " + m_Adapter +
-                              "entry updated in db." + Because("no luck"),
+                              "entry updated in db." + Because("statement rejected"),
                           DRIVE_UPDATED));
-  StopRefusing();
+  StopRejecting();
   SetTemperature("70.0");
   ScanOnce();
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_temperature"), ElementsAre("60"));
@@ -139,39 +140,40 @@ TEST_F(RowFailures, AFailedAdapterUpdateIsTracedAndRepeatedAtTheNextChange) {
 
 TEST_F(RowFailures, AFailedDriveUpdateIsTracedAndRepeatedAtTheNextScan) {
   Run();
-  Refuse("UPDATE", DRIVE_ROWS);
+  Reject("UPDATE", DRIVE_ROWS);
   Set("card0", "sector_size_bytes", "4096");
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines,
               ElementsAre("Storage query exception thrown during updating PD (Flash Adapter G2 "
                           "(0)) in db." +
-                          Because("no luck")));
-  StopRefusing();
+                          Because("statement rejected")));
+  StopRejecting();
   ScanOnce();
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
 }
 
 TEST_F(RowFailures, AFailedAdapterDeletionIsTracedAndItsRowStays) {
   Run(2);
-  Refuse("DELETE", ADAPTER_ROWS);
+  Reject("DELETE", ADAPTER_ROWS);
   Hide(0);
   ScanOnce();
-  EXPECT_THAT(m_DatabaseLines, ElementsAre("Storage query exception thrown during removing " +
-                                               m_Adapter + "removed from db." + Because("no luck"),
-                                           DRIVE_UPDATED));
-  StopRefusing();
+  EXPECT_THAT(m_DatabaseLines,
+              ElementsAre("Storage query exception thrown during removing " + m_Adapter +
+                              "removed from db." + Because("statement rejected"),
+                          DRIVE_UPDATED));
+  StopRejecting();
   ScanOnce();
   EXPECT_THAT(Counts(), ElementsAre("2", "2", "1"));
   EXPECT_THAT(Events(), ElementsAre(StartsWith("CTRL_PNPREMOVE ")));
 }
 
-// The deletion changes how conditions are written, and must change it back when it fails.
+// A deletion turns the alias in conditions off and must turn it on again when it fails.
 TEST_F(RowFailures, RowsAreFoundAfterAFailedDeletion) {
   Run(2);
-  Refuse("DELETE", ADAPTER_ROWS);
+  Reject("DELETE", ADAPTER_ROWS);
   Hide(1);
   ScanOnce();
-  StopRefusing();
+  StopRejecting();
   SetTemperature("60.0");
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(m_Adapter + "entry updated in db.", DRIVE_UPDATED));
@@ -179,7 +181,7 @@ TEST_F(RowFailures, RowsAreFoundAfterAFailedDeletion) {
 
 TEST_F(RowFailures, AreNotTracedWhileTheirLevelIsOff) {
   AddCards(1);
-  Refuse("INSERT", ADAPTER_ROWS);
+  Reject("INSERT", ADAPTER_ROWS);
   HostKit::SetTraceMask(127);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(128), IsEmpty());
@@ -188,19 +190,19 @@ TEST_F(RowFailures, AreNotTracedWhileTheirLevelIsOff) {
 TEST_F(RowFailures, AFailedDriveInsertSkipsTheRowsForItsOtherAdapters) {
   AddCards(2);
   for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
-  Refuse("INSERT", DRIVE_ROWS);
+  Reject("INSERT", DRIVE_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   // Four drive inserts are attempted; each stops at its first row.
   int failures = 0;
   for (const std::string& line : m_Host.Traces(128))
-    failures += line.find("(no luck)") != line.npos;
+    failures += line.find("(statement rejected)") != line.npos;
   EXPECT_EQ(failures, 4);
 }
 
 // Unusable database files, and the reason that is traced for each.
 struct FileCase {
   const char* name;
-  void (*spoil)(const std::string& file);  // while no process has it open
+  void (*damage)(const std::string& file);  // while no process has it open
   const char* reason;
   bool asOrdinaryUser = false;  // tests may run as root, which bypasses file permissions
 };
@@ -219,14 +221,14 @@ void OverwriteWithText(const std::string& file) {
 }
 
 // Overwrites a page after the header and the schema.
-void DamageIt(const std::string& file) {
+void OverwriteAPage(const std::string& file) {
   std::fstream damaged(file, std::ios::in | std::ios::out | std::ios::binary);
   damaged.seekp(8192);
   damaged << std::string(4096, '\x5A');
 }
 
 // Everyone may write to the directory, but only read the file.
-void ForbidWritingIt(const std::string& file) {
+void MakeReadOnly(const std::string& file) {
   using std::filesystem::perms;
   const std::filesystem::path directory = std::filesystem::path(file).parent_path();
   std::filesystem::permissions(directory, perms::all);
@@ -246,12 +248,13 @@ class UnusableFile : public RowFailures, public testing::WithParamInterface<File
   void SwitchToUnusableFile() {
     DatabaseLife::Begin(File());
     DatabaseLife::Begin(":memory:");
-    GetParam().spoil(File());
+    GetParam().damage(File());
     if (GetParam().asOrdinaryUser && m_Before == 0 && seteuid(65534) != 0) std::abort();
     DatabaseLife::Begin(File());
   }
 
-  // Without the closing parentheses: SQLite appends where the file is damaged.
+  // Removes the closing parentheses, because SQLite appends the position of the damage to the
+  // reason.
   static std::string WithoutClosingParentheses(const std::string& text) {
     return text.substr(0, text.find_last_not_of(')') + 1);
   }
@@ -298,16 +301,16 @@ INSTANTIATE_TEST_SUITE_P(
     All, UnusableFile,
     testing::Values(FileCase{"Directory", ReplaceWithDirectory, "unable to open database file"},
                     FileCase{"NoDatabase", OverwriteWithText, "file is not a database"},
-                    FileCase{"Damaged", DamageIt, "database disk image is malformed: "},
-                    FileCase{"ReadOnly", ForbidWritingIt, "attempt to write a readonly database",
+                    FileCase{"Damaged", OverwriteAPage, "database disk image is malformed: "},
+                    FileCase{"ReadOnly", MakeReadOnly, "attempt to write a readonly database",
                              true}),
     [](const testing::TestParamInfo<FileCase>& each) { return std::string(each.param.name); });
 
-// Another program that is about to write: it holds the write lock of the write-ahead log, which is
+// Another process that is about to write. It holds the write lock of the write-ahead log, which is
 // byte 120 of the -shm file.
-class WriterElsewhere {
+class OtherWriter {
  public:
-  explicit WriterElsewhere(const std::string& file) {
+  explicit OtherWriter(const std::string& file) {
     int ready[2];
     if (pipe(ready) != 0) return;
     const std::string shared = file + "-shm";
@@ -318,13 +321,13 @@ class WriterElsewhere {
     close(ready[0]);
     close(ready[1]);
   }
-  ~WriterElsewhere() {
+  ~OtherWriter() {
     if (m_Process <= 0) return;
     kill(m_Process, SIGKILL);
     waitpid(m_Process, nullptr, 0);
   }
-  WriterElsewhere(const WriterElsewhere&) = delete;
-  WriterElsewhere& operator=(const WriterElsewhere&) = delete;
+  OtherWriter(const OtherWriter&) = delete;
+  OtherWriter& operator=(const OtherWriter&) = delete;
 
   bool Holds() const { return m_Holds; }
 
@@ -349,7 +352,7 @@ TEST_F(RowFailures, ALockedFileDoesNotPreventScansAndIsWrittenOnceUnlocked) {
   DatabaseLife::Begin(File());
   Run();
   {
-    const WriterElsewhere writer(File());
+    const OtherWriter writer(File());
     ASSERT_TRUE(writer.Holds());
     Set("card0", "sector_size_bytes", "4096");
     ScanOnce();
@@ -392,7 +395,7 @@ TEST_F(RowFailures, ADeletedFileIsRecreatedEmpty) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
-// Card strings. The second card is an ordinary one.
+// Card strings. The second card is unmodified.
 class CardStrings : public RowFailures {
  protected:
   void RunWith(const char* attribute, const std::string& text) {
@@ -447,7 +450,7 @@ TEST_F(CardStrings, TheWordNullIsStoredAsNullAndNotFound) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED));
 }
 
-TEST_F(CardStrings, AColumnNameBecomesItsValueAtTheNextUpdate) {
+TEST_F(CardStrings, AColumnNameIsReplacedByTheColumnsValueAtTheNextUpdate) {
   RunWith("product_name", "pd_vendor");
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_product"), ElementsAre("pd_vendor", "Flash Adapter G2"));
   ScanOnce();

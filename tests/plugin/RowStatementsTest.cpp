@@ -1,4 +1,5 @@
-// The statements that each step of the plug-in sends, and what remains when one of them fails.
+// The statements that each step of the plug-in sends, and the rows that remain if one of them
+// fails.
 
 #include <ostream>
 #include <stdexcept>
@@ -40,7 +41,7 @@ class TwoCards : public WorkerFixture {
     AwaitScans();
   }
 
-  // Each statement up to the name of the table: "SELECT * FROM host_drive_rows".
+  // Returns each statement up to the name of the table, such as "SELECT * FROM host_drive_rows".
   Cells Sent() const {
     Cells short_;
     for (const std::string& sql : m_Statements.Statements()) {
@@ -49,8 +50,8 @@ class TwoCards : public WorkerFixture {
     return short_;
   }
 
-  // "A S1 50, D S1 512, P": serial number and temperature of adapters, serial number and sectors of
-  // drives, and the plug-in.
+  // Renders the rows, such as "A S1 50, D S1 512, P": serial number and temperature of adapters,
+  // serial number and sector size of drives, and the plug-in.
   static std::string Rows() {
     std::string text;
     for (const char* sql :
@@ -67,7 +68,7 @@ class TwoCards : public WorkerFixture {
   static Cells FailuresIn(const Cells& lines) {
     Cells failures;
     for (const std::string& line : lines) {
-      if (line.find("no luck") != std::string::npos) failures.push_back(line);
+      if (line.find("statement rejected") != std::string::npos) failures.push_back(line);
     }
     return failures;
   }
@@ -77,7 +78,7 @@ class TwoCards : public WorkerFixture {
   Cells m_DatabaseLines;
 };
 
-// What each step sends.
+// The statements of each step.
 
 class RowStatements : public TwoCards {
  protected:
@@ -162,7 +163,7 @@ TEST_F(RowStatements, DeleteAnAdapterByNumberAndHost) {
 }
 
 TEST_F(RowStatements, DeleteThePlugInByName) {
-  CardSim::FailCall("vsl_open", 1, 5, "no luck");
+  CardSim::FailCall("vsl_open", 1, 5, "statement rejected");
   ASSERT_EQ(m_Host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Statements.Statements(),
               ElementsAre("DELETE FROM host_plugin_rows  WHERE pi_plugin_name = 'SanDisk-Plugin'"));
@@ -170,24 +171,25 @@ TEST_F(RowStatements, DeleteThePlugInByName) {
 
 // A failing statement.
 
-struct Refused {
+struct RejectedStatement {
   const char* name;
-  std::size_t place;
-  const char* line;   // part of the line that reports it
+  std::size_t position;
+  const char* line;   // part of the trace line about the failure
   const char* rows;   // after the step
-  const char* later;  // after the next one
+  const char* later;  // after the next step
 };
 
-void PrintTo(const Refused& each, std::ostream* out) {
+void PrintTo(const RejectedStatement& each, std::ostream* out) {
   *out << each.name;
 }
 
-class OneRefusal : public TwoCards, public testing::WithParamInterface<Refused> {
+class OneRejection : public TwoCards, public testing::WithParamInterface<RejectedStatement> {
  protected:
-  void Refuse() {
-    m_Statements.BeginFailing(GetParam().place, DBEXCEPTION::DatabaseException("no luck"));
+  void RejectStatement() {
+    m_Statements.BeginFailing(GetParam().position,
+                              DBEXCEPTION::DatabaseException("statement rejected"));
   }
-  void ExpectRefused(const Cells& lines) {
+  void ExpectRejected(const Cells& lines) {
     m_Statements.Begin();
     EXPECT_THAT(FailuresIn(lines), ElementsAre(HasSubstr(GetParam().line)));
     EXPECT_EQ(Rows(), GetParam().rows);
@@ -199,19 +201,20 @@ class OneRefusal : public TwoCards, public testing::WithParamInterface<Refused> 
   }
 };
 
-#define ALL_CASES(fixture, ...)                   \
-  INSTANTIATE_TEST_SUITE_P(                       \
-      All, fixture, testing::Values(__VA_ARGS__), \
-      [](const testing::TestParamInfo<Refused>& each) { return std::string(each.param.name); })
+#define ALL_CASES(fixture, ...)                                                        \
+  INSTANTIATE_TEST_SUITE_P(All, fixture, testing::Values(__VA_ARGS__),                 \
+                           [](const testing::TestParamInfo<RejectedStatement>& each) { \
+                             return std::string(each.param.name);                      \
+                           })
 
-class RefusalAtTheStart : public OneRefusal {};
+class RejectionAtTheStart : public OneRejection {};
 
-TEST_P(RefusalAtTheStart, CostsOneRow) {
-  Refuse();
+TEST_P(RejectionAtTheStart, CostsOneRow) {
+  RejectStatement();
   StartWatch();
   EXPECT_THAT(m_Host.m_AdapterIDs, SizeIs(2));
   EXPECT_THAT(m_Host.Topology(), SizeIs(5));
-  ExpectRefused(m_Host.Traces(128));
+  ExpectRejected(m_Host.Traces(128));
   ExpectGoodScan();
 }
 
@@ -221,30 +224,32 @@ constexpr const char* WITHOUT_A2 = "A S1 50, D S1 512, D S2 512, P";
 constexpr const char* WITHOUT_D2 = "A S1 50, A S2 50, D S1 512, P";
 constexpr const char* WITHOUT_P = "A S1 50, A S2 50, D S1 512, D S2 512";
 
-ALL_CASES(RefusalAtTheStart,
-          Refused{"FirstAdaptersKey", 1, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
-          Refused{"FirstAdapter", 2, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
-          Refused{"FirstDrivesKey", 3, "inserting PD", WITHOUT_D1, WITHOUT_D1},
-          Refused{"FirstDrive", 4, "inserting PD", WITHOUT_D1, WITHOUT_D1},
-          Refused{"SecondAdaptersKey", 5, "inserting Adapter", WITHOUT_A2, WITHOUT_A2},
-          Refused{"SecondAdapter", 6, "inserting Adapter", WITHOUT_A2, WITHOUT_A2},
-          Refused{"SecondDrivesKey", 7, "inserting PD", WITHOUT_D2, WITHOUT_D2},
-          Refused{"SecondDrive", 8, "inserting PD", WITHOUT_D2, WITHOUT_D2},
-          Refused{"PlugInsKey", 9, "Plugin FusionIO inserted to db. (", WITHOUT_P, WITHOUT_P},
-          Refused{"PlugIn", 10, "Plugin FusionIO inserted to db. (", WITHOUT_P, WITHOUT_P});
+ALL_CASES(RejectionAtTheStart,
+          RejectedStatement{"FirstAdaptersKey", 1, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
+          RejectedStatement{"FirstAdapter", 2, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
+          RejectedStatement{"FirstDrivesKey", 3, "inserting PD", WITHOUT_D1, WITHOUT_D1},
+          RejectedStatement{"FirstDrive", 4, "inserting PD", WITHOUT_D1, WITHOUT_D1},
+          RejectedStatement{"SecondAdaptersKey", 5, "inserting Adapter", WITHOUT_A2, WITHOUT_A2},
+          RejectedStatement{"SecondAdapter", 6, "inserting Adapter", WITHOUT_A2, WITHOUT_A2},
+          RejectedStatement{"SecondDrivesKey", 7, "inserting PD", WITHOUT_D2, WITHOUT_D2},
+          RejectedStatement{"SecondDrive", 8, "inserting PD", WITHOUT_D2, WITHOUT_D2},
+          RejectedStatement{"PlugInsKey", 9, "Plugin FusionIO inserted to db. (", WITHOUT_P,
+                            WITHOUT_P},
+          RejectedStatement{"PlugIn", 10, "Plugin FusionIO inserted to db. (", WITHOUT_P,
+                            WITHOUT_P});
 
-class RefusalAtAChange : public OneRefusal {};
+class RejectionAtAChange : public OneRejection {};
 
 // An adapter's row shows the values before its change.
-TEST_P(RefusalAtAChange, CostsOneRowUntilTheNextChange) {
+TEST_P(RejectionAtAChange, CostsOneRowUntilTheNextChange) {
   StartWatch();
   SetTemperature("60.0");
   AwaitScans();
   SetTemperature("70.0");
   SetSectors("4096");
-  Refuse();
+  RejectStatement();
   ScanOnce();
-  ExpectRefused(m_DatabaseLines);
+  ExpectRejected(m_DatabaseLines);
   EXPECT_THAT(Events(), ElementsAre(HasSubstr("object 2 "), HasSubstr("object 4 ")));
   SetTemperature("80.0");
   ExpectGoodScan();
@@ -252,83 +257,88 @@ TEST_P(RefusalAtAChange, CostsOneRowUntilTheNextChange) {
 
 constexpr const char* CHANGED = "A S1 70, A S2 50, D S1 4096, D S2 4096, P";
 
-ALL_CASES(RefusalAtAChange,
-          Refused{"FindingTheAdapter", 1, "updating Adapter",
-                  "A S1 50, A S2 50, D S1 4096, D S2 4096, P", CHANGED},
-          Refused{"TheAdapter", 2, "updating Adapter", "A S1 50, A S2 50, D S1 4096, D S2 4096, P",
-                  CHANGED},
-          Refused{"FindingTheFirstDrive", 3, "updating PD",
-                  "A S1 60, A S2 50, D S1 512, D S2 4096, P", CHANGED},
-          Refused{"TheFirstDrive", 4, "updating PD", "A S1 60, A S2 50, D S1 512, D S2 4096, P",
-                  CHANGED},
-          Refused{"FindingTheSecondDrive", 5, "updating PD",
-                  "A S1 60, A S2 50, D S1 4096, D S2 512, P", CHANGED},
-          Refused{"TheSecondDrive", 6, "updating PD", "A S1 60, A S2 50, D S1 4096, D S2 512, P",
-                  CHANGED});
+ALL_CASES(RejectionAtAChange,
+          RejectedStatement{"FindingTheAdapter", 1, "updating Adapter",
+                            "A S1 50, A S2 50, D S1 4096, D S2 4096, P", CHANGED},
+          RejectedStatement{"TheAdapter", 2, "updating Adapter",
+                            "A S1 50, A S2 50, D S1 4096, D S2 4096, P", CHANGED},
+          RejectedStatement{"FindingTheFirstDrive", 3, "updating PD",
+                            "A S1 60, A S2 50, D S1 512, D S2 4096, P", CHANGED},
+          RejectedStatement{"TheFirstDrive", 4, "updating PD",
+                            "A S1 60, A S2 50, D S1 512, D S2 4096, P", CHANGED},
+          RejectedStatement{"FindingTheSecondDrive", 5, "updating PD",
+                            "A S1 60, A S2 50, D S1 4096, D S2 512, P", CHANGED},
+          RejectedStatement{"TheSecondDrive", 6, "updating PD",
+                            "A S1 60, A S2 50, D S1 4096, D S2 512, P", CHANGED});
 
-class RefusalAtRemoval : public OneRefusal {};
+class RejectionAtRemoval : public OneRejection {};
 
-TEST_P(RefusalAtRemoval, CostsOneRowUntilTheNextScan) {
+TEST_P(RejectionAtRemoval, CostsOneRowUntilTheNextScan) {
   StartWatch();
   SetSectors("4096");
   Hide(1);
-  Refuse();
+  RejectStatement();
   ScanOnce();
-  ExpectRefused(m_DatabaseLines);
+  ExpectRejected(m_DatabaseLines);
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
   ExpectGoodScan();
 }
 
-// The row of the removed adapter stays.
+// The row of the removed adapter remains.
 constexpr const char* STILL_THERE = "A S1 50, A S2 50, D S1 4096, D S2 512, P";
 constexpr const char* GONE = "A S1 50, D S1 4096, D S2 512, P";
 
-ALL_CASES(RefusalAtRemoval, Refused{"TheAdapter", 1, "removing Adapter", STILL_THERE, STILL_THERE},
-          Refused{"FindingTheOtherDrive", 2, "updating PD", "A S1 50, D S1 512, D S2 512, P", GONE},
-          Refused{"TheOtherDrive", 3, "updating PD", "A S1 50, D S1 512, D S2 512, P", GONE});
+ALL_CASES(RejectionAtRemoval,
+          RejectedStatement{"TheAdapter", 1, "removing Adapter", STILL_THERE, STILL_THERE},
+          RejectedStatement{"FindingTheOtherDrive", 2, "updating PD",
+                            "A S1 50, D S1 512, D S2 512, P", GONE},
+          RejectedStatement{"TheOtherDrive", 3, "updating PD", "A S1 50, D S1 512, D S2 512, P",
+                            GONE});
 
-class RefusalAtArrival : public OneRefusal {};
+class RejectionAtArrival : public OneRejection {};
 
-TEST_P(RefusalAtArrival, CostsOneRow) {
+TEST_P(RejectionAtArrival, CostsOneRow) {
   StartWatch();
   Hide(1);
   AwaitScans();
   Show(1);
   SetSectors("4096");
-  Refuse();
+  RejectStatement();
   ScanOnce();
-  ExpectRefused(m_DatabaseLines);
+  ExpectRejected(m_DatabaseLines);
   EXPECT_THAT(m_Host.Topology(), SizeIs(5));
   ExpectGoodScan();
 }
 
-// The drive's first row still exists, and is the one that is updated.
+// The drive's first row still exists and is the row that is updated.
 constexpr const char* BACK = "A S1 50, A S2 50, D S1 4096, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_WITHOUT_ADAPTER = "A S1 50, D S1 4096, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_WITHOUT_DRIVE = "A S1 50, A S2 50, D S1 4096, D S2 4096, P";
 constexpr const char* BACK_BUT_D1 = "A S1 50, A S2 50, D S1 512, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_BUT_D2 = "A S1 50, A S2 50, D S1 4096, D S2 512, D S2 4096, P";
 
-ALL_CASES(RefusalAtArrival,
-          Refused{"ItsAdaptersKey", 1, "inserting Adapter", BACK_WITHOUT_ADAPTER,
-                  BACK_WITHOUT_ADAPTER},
-          Refused{"ItsAdapter", 2, "inserting Adapter", BACK_WITHOUT_ADAPTER, BACK_WITHOUT_ADAPTER},
-          Refused{"ItsDrivesKey", 3, "inserting PD", BACK_WITHOUT_DRIVE, BACK_WITHOUT_DRIVE},
-          Refused{"ItsDrive", 4, "inserting PD", BACK_WITHOUT_DRIVE, BACK_WITHOUT_DRIVE},
-          Refused{"FindingTheOtherDrive", 5, "updating PD", BACK_BUT_D1, BACK},
-          Refused{"TheOtherDrive", 6, "updating PD", BACK_BUT_D1, BACK},
-          Refused{"FindingItsDrive", 7, "updating PD", BACK_BUT_D2, BACK},
-          Refused{"ItsDriveAgain", 8, "updating PD", BACK_BUT_D2, BACK});
+ALL_CASES(RejectionAtArrival,
+          RejectedStatement{"ItsAdaptersKey", 1, "inserting Adapter", BACK_WITHOUT_ADAPTER,
+                            BACK_WITHOUT_ADAPTER},
+          RejectedStatement{"ItsAdapter", 2, "inserting Adapter", BACK_WITHOUT_ADAPTER,
+                            BACK_WITHOUT_ADAPTER},
+          RejectedStatement{"ItsDrivesKey", 3, "inserting PD", BACK_WITHOUT_DRIVE,
+                            BACK_WITHOUT_DRIVE},
+          RejectedStatement{"ItsDrive", 4, "inserting PD", BACK_WITHOUT_DRIVE, BACK_WITHOUT_DRIVE},
+          RejectedStatement{"FindingTheOtherDrive", 5, "updating PD", BACK_BUT_D1, BACK},
+          RejectedStatement{"TheOtherDrive", 6, "updating PD", BACK_BUT_D1, BACK},
+          RejectedStatement{"FindingItsDrive", 7, "updating PD", BACK_BUT_D2, BACK},
+          RejectedStatement{"ItsDriveAgain", 8, "updating PD", BACK_BUT_D2, BACK});
 
-// The plug-in catches only failures of the database.
+// The plug-in catches only database exceptions.
 
 class OtherFailure : public TwoCards, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(OtherFailure, IsPassedToTheHostAndReleasesTheLocks) {
-  m_Statements.BeginFailing(GetParam(), std::runtime_error("as it is"));
+  m_Statements.BeginFailing(GetParam(), std::runtime_error("other failure"));
   EXPECT_THROW(
       try { m_Host.Initialize(); } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "as it is");
+        EXPECT_STREQ(error.what(), "other failure");
         throw;
       },
       std::runtime_error);
@@ -341,7 +351,7 @@ TEST_P(OtherFailure, IsPassedToTheHostAndReleasesTheLocks) {
 INSTANTIATE_TEST_SUITE_P(AtEachStatement, OtherFailure, testing::Range<std::size_t>(1, 11));
 
 TEST_F(RowStatements, DoNotTraceOtherFailures) {
-  m_Statements.BeginFailing(1, std::runtime_error("as it is"));
+  m_Statements.BeginFailing(1, std::runtime_error("other failure"));
   EXPECT_THROW(m_Host.Initialize(), std::runtime_error);
   EXPECT_THAT(m_Host.Traces(128), IsEmpty());
 }

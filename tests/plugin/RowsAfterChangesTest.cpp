@@ -25,8 +25,7 @@ class RowsAfterChanges : public WorkerFixture {
   }
   void TearDown() override { m_OnLine = nullptr; }
 
-  // Starts with that many cards on the buses 3, 4, ..., all at 50 degrees, with the numbers 1, 2,
-  // ...
+  // Starts with `cards` cards on the buses 3, 4, ..., all at 50 degrees, with the numbers 1, 2, ...
   void Run(int cards) {
     AddCards(cards);
     for (int i = 0; i < cards; ++i) SetTemperature(i, "50.0");
@@ -40,7 +39,7 @@ class RowsAfterChanges : public WorkerFixture {
     AwaitScans();
   }
   static Cells Temperatures() { return Column(ADAPTER_ROWS, "ad_temperature"); }
-  // "SanDisk Flash Adapter 785GB (1)) (3" as in the lines of the first card.
+  // Returns the start of the trace lines about an adapter's row.
   static std::string Adapter(int number) {
     return "Adapter (SanDisk Flash Adapter 785GB (" + std::to_string(number) + ")) (" +
            NumberOf(static_cast<std::uint32_t>(number + 2)) + ") ";
@@ -174,7 +173,7 @@ TEST_F(RowsAfterChanges, AFailedDrivesRowIsUpToDate) {
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_status_name"), ElementsAre("FAILED"));
 }
 
-TEST_F(RowsAfterChanges, ThePlugInsRowStaysAsItWasInserted) {
+TEST_F(RowsAfterChanges, ThePlugInsRowIsNotChanged) {
   Run(1);
   ASSERT_EQ(m_Host.SetPollInterval(30), 0U);
   AwaitScans(2);

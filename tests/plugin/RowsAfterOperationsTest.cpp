@@ -15,7 +15,7 @@ constexpr int BYTES_4096 = PI::Value::_4K;
 
 class RowsAfterOperations : public WorkerFixture {
  protected:
-  // One card at 50 degrees in that state, whose jobs take no time.
+  // Starts with one card at 50 degrees in the given state. Its jobs take no time.
   void RunWith(const char* state) {
     AddCards(1);
     Set("card0", "iom_state", state);
@@ -27,15 +27,15 @@ class RowsAfterOperations : public WorkerFixture {
     Set("card0", "sector_size_bytes", "512");
     StartWatch();
   }
-  // A change that did not come from the plug-in.
-  void Warm(const char* celsius) {
+  // Changes the temperature, which is a change outside the plug-in.
+  void ChangeTemperature(const char* celsius) {
     Set("card0", "temp_internal_deg_c", celsius);
     AwaitScans();
   }
   std::string CardState() { return m_Host.Cards().Get("card0", "iom_state"); }
 
-  // Status, reasons and activity of the adapter; temperature; the drive's status, sector size,
-  // factory size and largest size.
+  // Renders status, reasons, activity and temperature of the adapter, and status, sector size,
+  // factory size and largest size of the drive.
   static std::string Rows() {
     const auto rendered = [](const char* table, const Cells& columns) {
       std::string text;
@@ -59,9 +59,9 @@ TEST_F(RowsAfterOperations, ShowADetachAtTheNextChange) {
   AwaitScans(2);
   EXPECT_EQ(CardState(), "0");
   EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
-  Warm("60.0");
+  ChangeTemperature("60.0");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
-  Warm("70.0");
+  ChangeTemperature("70.0");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 60, drive AVAILABLE 512 1048576 2097152");
 }
 
@@ -72,11 +72,11 @@ TEST_F(RowsAfterOperations, ShowAnAttachAtTheNextChange) {
   AwaitScans(2);
   EXPECT_EQ(CardState(), "2");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
-  Warm("60.0");
+  ChangeTemperature("60.0");
   EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
 }
 
-// A job of some length: the scans during it write each state one change late.
+// The scans during a long job write each state one change late.
 TEST_F(RowsAfterOperations, ShowALongAttachAsAttachingFirst) {
   RunWith("0");
   Set("card0", "attach_ms", "60000");
@@ -87,7 +87,7 @@ TEST_F(RowsAfterOperations, ShowALongAttachAsAttachingFirst) {
   PassMs(90000);
   EXPECT_EQ(CardState(), "2");
   EXPECT_EQ(Rows(), "adapter WARNING  ATTACHING 50, drive AVAILABLE 512 1048576 2097152");
-  Warm("60.0");
+  ChangeTemperature("60.0");
   EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
 }
 
@@ -100,15 +100,15 @@ TEST_F(RowsAfterOperations, ShowTheSectorsOfAFormatAtTheNextScan) {
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
   AwaitScans();
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 4096 1048576 2097152");
-  Warm("60.0");
+  ChangeTemperature("60.0");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 4096 1048576 2097152");
-  Warm("70.0");
+  ChangeTemperature("70.0");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 60, drive AVAILABLE 4096 1048576 2097152");
 }
 
 TEST_F(RowsAfterOperations, AreUnchangedAfterAFailedFormat) {
   RunWith("0");
-  CardSim::FailCall("vsl_op_wait_for_result", 1, 5, "no luck");
+  CardSim::FailCall("vsl_op_wait_for_result", 1, 5, "failed");
   EXPECT_NE(m_Host.Run(FIRST_DRIVE, PI::OP_FORMAT_DEVICE), 0U);
   AwaitScans(2);
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");

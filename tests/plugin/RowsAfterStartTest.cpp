@@ -81,7 +81,7 @@ TEST_F(RowsAfterStart, ThePlugInHasExactlyItsFields) {
 struct Case {
   const char* name;
   Settings settings;
-  Cells cells;  // as the adapter's row has them
+  Cells cells;  // expected in the adapter's row
   const char* absentColumn = "no such column";
 };
 
@@ -139,14 +139,14 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Minimal",
              {{"iom_state", "5"}},
              {STATUS("FAILED"), ACTIVITY("IDLE"), REASONS("MINIMAL_MODE")}},
-        Case{"OutOfOrder", {{"iom_state", "7"}}, {STATUS("FAILED"), REASONS("STOPPED")}},
+        Case{"Stopped", {{"iom_state", "7"}}, {STATUS("FAILED"), REASONS("STOPPED")}},
         // The elements in the order of the bits, with the state last.
         Case{"ManyReasons",
              {{"current_errors", "3"}, {"iom_state", "0"}},
              {STATUS("FAILED"), REASONS("INTERNAL_ERROR?INCOMPATIBLE_PCI_BANDWIDTH?DETACHED")}},
-        Case{"ColderThanZero", {{"temp_internal_deg_c", "-3.9"}}, {"ad_temperature=-3"}},
+        Case{"BelowZero", {{"temp_internal_deg_c", "-3.9"}}, {"ad_temperature=-3"}},
         // 2^32 + 5 MiB.
-        Case{"SizeCutToItsLowHalf",
+        Case{"SizeTruncatedTo32Bits",
              {{"factory_size_bytes", "4503599632613376"}},
              {"ad_factory_size=5"}},
         Case{"NoSize", {{"factory_size_bytes", nullptr}}, {"ad_factory_size=0"}},
@@ -172,7 +172,9 @@ INSTANTIATE_TEST_SUITE_P(
     All, DriveRowFields,
     testing::Values(
         Case{"NameWithBrackets", {{"product_name", "Drive (new) A"}}, {"pd_short_name=Drive"}},
-        Case{"NameWithTwoBracketsAtOnce", {{"product_name", "Drive ((x"}}, {"pd_short_name=Drive"}},
+        Case{"NameWithTwoAdjacentBrackets",
+             {{"product_name", "Drive ((x"}},
+             {"pd_short_name=Drive"}},
         // The character before the bracket is always removed.
         Case{"NoBlankBeforeTheBracket", {{"product_name", "Drive(x"}}, {"pd_short_name=Driv"}},
         Case{"BracketFirst",
@@ -184,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"product_name", nullptr}},
              {"pd_product=BoardA", "pd_short_name=BoardA"}},
         Case{"Failed", {{"iom_state", "6"}}, {"pd_status_name=FAILED"}},
-        Case{"Warned", {{"iom_state", "0"}}, {"pd_status_name=AVAILABLE"}},
+        Case{"Warning", {{"iom_state", "0"}}, {"pd_status_name=AVAILABLE"}},
         Case{"NoThrottlingState",
              {{"write_throttling_state", nullptr}},
              {"pd_write_throttling=40252"}},
@@ -213,7 +215,7 @@ TEST(RowsOfTheNewerFamily, HaveItsDriverAndItsNames) {
 }
 
 // The host also has a card of a known family, because the plug-in does not start without one.
-TEST(RowsOfACardOfNoFamily, HaveAnEmptyDriverAndAnUnknownSegment) {
+TEST(RowsOfACardOfAnUnknownFamily, HaveAnEmptyDriverAndAnUnknownSegment) {
   SimulatedHost host;
   const DatabaseLife database;
   host.AddCard(0x1003);
@@ -280,7 +282,7 @@ TEST_F(ManyRowsAfterStart, RowsTraceTheirEntryAtLevelTwo) {
 class FailedStart : public RowsAfterStart {};
 
 TEST_F(FailedStart, LeavesNoRow) {
-  CardSim::FailCall("vsl_open", 1, 5, "no luck");
+  CardSim::FailCall("vsl_open", 1, 5, "failed");
   ASSERT_EQ(Start(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
@@ -310,7 +312,7 @@ TEST_F(FailedStart, DeletesOnlyThePlugInRowOfAnEarlierStart) {
   Query("INSERT INTO host_plugin_rows (pi_plugin_name) VALUES ('Another')");
   m_Host.DeInitialize();
   m_Host.ForgetTraces();
-  CardSim::FailCall("vsl_open", 1, 5, "no luck");
+  CardSim::FailCall("vsl_open", 1, 5, "failed");
   ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
             Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Column(PLUGIN_ROWS, "pi_plugin_name"), ElementsAre("Another"));

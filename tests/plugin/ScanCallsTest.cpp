@@ -23,7 +23,7 @@ class Calls {
     m_Lines.push_back("vsl_" + line);
     return *this;
   }
-  // Attributes that a handle has: queried and read.
+  // Attributes that are present: queried and read.
   Calls& Read(const std::string& handle, const Lines& names) {
     for (const std::string& name : names) {
       Call("has_" + name + " " + handle).Call(name + " " + handle);
@@ -31,7 +31,7 @@ class Calls {
     return *this;
   }
   // Attributes that are only queried.
-  Calls& Ask(const std::string& handle, const Lines& names) {
+  Calls& Query(const std::string& handle, const Lines& names) {
     for (const std::string& name : names) Call("has_" + name + " " + handle);
     return *this;
   }
@@ -41,7 +41,7 @@ class Calls {
     }
     return *this;
   }
-  Calls& AskFormat(const Lines& names) {
+  Calls& QueryFormat(const Lines& names) {
     for (const std::string& name : names) Call("iom_format_has_" + name + " format#1");
     return *this;
   }
@@ -51,10 +51,10 @@ class Calls {
     for (int i = 0; i < 5; ++i) Call(name + " card#1");
     return *this;
   }
-  // From the start of the library to the card's name.
+  // The calls from library initialization to opening the card.
   Calls& Start() {
     Call("init").Call("fini").Call("init").Call("iom_iterate null");
-    Ask("iterated#1", {"serial_number"}).Read("iterated#1", {"device_path"});
+    Query("iterated#1", {"serial_number"}).Read("iterated#1", {"device_path"});
     Call("iom_iterate iterated#1").Call("iom_create_by_name /dev/fct0");
     return Call("open card#1");
   }
@@ -65,7 +65,7 @@ class Calls {
   Lines m_Lines;
 };
 
-// An optional power connector and a card that can be over-formatted cause the most calls.
+// This card has every optional attribute, so the scan makes the most calls.
 TEST(ScanCalls, ReadEveryAttribute) {
   ScannedCard card(0x1003);
   const ScanLog log = LogOf(card.Host());
@@ -75,8 +75,8 @@ TEST(ScanCalls, ReadEveryAttribute) {
   expected.Call("pci_device_id card#1").Read("card#1", {"board_name", "pci_slot_num"});
   expected.Call("has_beacon_state card#1").Call("set_beacon_state card#1 0");
   expected.Read("card#1", {"serial_number"});
-  expected.Ask("card#1", {"fw_current_major_ver", "fw_current_minor_ver", "fw_current_micro_ver",
-                          "fw_current_revision"});
+  expected.Query("card#1", {"fw_current_major_ver", "fw_current_minor_ver", "fw_current_micro_ver",
+                            "fw_current_revision"});
   expected.Call("fw_current_revision card#1").Call("fw_current_micro_ver card#1");
   expected.Call("fw_current_minor_ver card#1").Call("fw_current_major_ver card#1");
   expected.Read("card#1", {"external_power_requirement", "external_power_connected",
@@ -93,7 +93,7 @@ TEST(ScanCalls, ReadEveryAttribute) {
   expected.ReadFormat({"disallow_overformat", "min_sector_size_bytes", "max_sector_size_bytes",
                        "sector_size_multiplier", "power_of_two_sector_size", "size_bytes",
                        "size_pct", "max_size_bytes"});
-  expected.AskFormat({"size_mode"}).Call("iom_format_set_size_mode format#1 11");
+  expected.QueryFormat({"size_mode"}).Call("iom_format_set_size_mode format#1 11");
   expected.ReadFormat({"max_size_bytes"}).Call("destroy format#1");
   expected.Read("card#1", {"product_name"}).Call("close card#1").Call("destroy card#1");
   EXPECT_THAT(log.calls, ElementsAreArray(expected.All()));
@@ -101,7 +101,7 @@ TEST(ScanCalls, ReadEveryAttribute) {
   EXPECT_THAT(log.misuse, IsEmpty());
 }
 
-// Every attribute but the two without which a card does not count.
+// Removes every attribute except the two that a card must have.
 void MakeBare(ScannedCard& card) {
   Lines names;
 #define CORVANE_NAME(type, name) names.push_back(#name);
@@ -116,37 +116,38 @@ void MakeBare(ScannedCard& card) {
   card.Without("iom_format_size_mode");
 }
 
-TEST(ScanCalls, AskForEveryMissingAttribute) {
+TEST(ScanCalls, QueryEveryMissingAttribute) {
   ScannedCard card(0x1003);
   MakeBare(card);
   const ScanLog log = LogOf(card.Host());
   Calls expected;
   expected.Start();
-  expected.Ask("card#1", {"pci_bus", "pci_device", "pci_function", "pci_domain"});
+  expected.Query("card#1", {"pci_bus", "pci_device", "pci_function", "pci_domain"});
   expected.Call("pci_device_id card#1");
-  expected.Ask("card#1", {"board_name", "pci_slot_num", "beacon_state"});
+  expected.Query("card#1", {"board_name", "pci_slot_num", "beacon_state"});
   expected.Read("card#1", {"serial_number"});
-  expected.Ask("card#1", {"fw_current_major_ver", "fw_current_version",
-                          "external_power_requirement", "pcie_slot_power_watts"});
-  expected.Call("adapter_create card#1").Ask("adapter#1", {"power_limit_watts"});
+  expected.Query("card#1", {"fw_current_major_ver", "fw_current_version",
+                            "external_power_requirement", "pcie_slot_power_watts"});
+  expected.Call("adapter_create card#1").Query("adapter#1", {"power_limit_watts"});
   expected.Call("destroy adapter#1");
-  expected.Ask("card#1", {"temp_internal_warn_deg_c", "temp_setpoint_high_deg_c", "driver_version",
-                          "temp_internal_deg_c", "current_errors", "current_warnings",
-                          "current_info", "iom_state", "write_throttling_state",
-                          "factory_size_bytes", "first_use_ts", "origin_ts",
-                          "reserve_warning_threshold_percent", "sector_size_bytes", "size_bytes"});
+  expected.Query(
+      "card#1",
+      {"temp_internal_warn_deg_c", "temp_setpoint_high_deg_c", "driver_version",
+       "temp_internal_deg_c", "current_errors", "current_warnings", "current_info", "iom_state",
+       "write_throttling_state", "factory_size_bytes", "first_use_ts", "origin_ts",
+       "reserve_warning_threshold_percent", "sector_size_bytes", "size_bytes"});
   expected.Call("iom_format_create card#1");
-  expected.AskFormat({"disallow_overformat", "min_sector_size_bytes", "max_sector_size_bytes",
-                      "sector_size_multiplier", "power_of_two_sector_size", "size_bytes",
-                      "size_pct", "max_size_bytes", "size_mode"});
-  expected.Call("destroy format#1").Ask("card#1", {"product_name"});
+  expected.QueryFormat({"disallow_overformat", "min_sector_size_bytes", "max_sector_size_bytes",
+                        "sector_size_multiplier", "power_of_two_sector_size", "size_bytes",
+                        "size_pct", "max_size_bytes", "size_mode"});
+  expected.Call("destroy format#1").Query("card#1", {"product_name"});
   expected.Call("close card#1").Call("destroy card#1");
   EXPECT_THAT(log.calls, ElementsAreArray(expected.All()));
   EXPECT_THAT(log.handles, IsEmpty());
   EXPECT_THAT(log.misuse, IsEmpty());
 }
 
-// For a card of no family, the device id and then everything but the board name is read.
+// For a card of an unknown family, everything except the board name is read.
 TEST(ScanCalls, OmitTheBoardNameWithoutAFamily) {
   ScannedCard card(0x1003);
   CardSim::SetHook([&](const CardSim::Call& call) {
@@ -179,31 +180,31 @@ TEST(ScanCalls, ContinueWithoutThePcieAdapter) {
 }
 
 TEST(ScanCalls, ContinueWhenTheLocateLEDOrTheSizeModeFails) {
-  Lines undisturbed;
+  Lines normalCalls;
   {
-    ScannedCard willing;
-    undisturbed = LogOf(willing.Host()).calls;
+    ScannedCard workingCard;
+    normalCalls = LogOf(workingCard.Host()).calls;
   }
-  ScannedCard refusing;
+  ScannedCard failingCard;
   CardSim::FailCall("vsl_set_beacon_state", 1, 12, "busy");
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "busy");
   CardSim::FailCall("vsl_close", 1, 12, "busy");
-  EXPECT_THAT(LogOf(refusing.Host()).calls, ElementsAreArray(undisturbed));
+  EXPECT_THAT(LogOf(failingCard.Host()).calls, ElementsAreArray(normalCalls));
 }
 
-// Failures of these are ignored.
+// Failures of these calls are ignored.
 TEST(ScanCalls, TraceNothingWhenTheLocateLEDOrTheSizeModeFails) {
   ScannedCard card;
-  CardSim::FailCall("vsl_set_beacon_state", 1, 12, "sulking");
-  CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "sulking");
-  CardSim::FailCall("vsl_close", 1, 12, "sulking");
+  CardSim::FailCall("vsl_set_beacon_state", 1, 12, "busy");
+  CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "busy");
+  CardSim::FailCall("vsl_close", 1, 12, "busy");
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_THAT(Beginning(LeveledTraces(card.Host()), "16 "),
               testing::ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
                                    "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
                                    "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",
                                    "16 ScanSystem() ret = 0 m_PhysicalDrives=1"));
-  EXPECT_THAT(card.Host().Traces(), Each(Not(HasSubstr("sulking"))));
+  EXPECT_THAT(card.Host().Traces(), Each(Not(HasSubstr("busy"))));
 }
 
 TEST(ScanCalls, FinishEachCardBeforeTheNext) {

@@ -41,7 +41,7 @@ std::ostream& operator<<(std::ostream& out, const FailedRead& read) {
 }
 
 const FailedRead FAILED_READS[] = {
-    // Identity and place.
+    // Identity and location.
     {"vsl_serial_number", 1, {}, Of::Adapter, Property::SERIAL_NUMBER, ""},
     {"vsl_board_name", 1, {}, Of::Adapter, Property::PRODUCT, ""},
     {"vsl_pci_device_id", 1, {}, Of::Adapter, Property::DRIVER_NAME, ""},
@@ -62,7 +62,7 @@ const FailedRead FAILED_READS[] = {
      Of::Adapter,
      Property::FIRMWARE_VERSION,
      "absent"},
-    // Power and heat.
+    // Power and temperature.
     {"vsl_external_power_requirement",
      1,
      {{"external_power_requirement", "2"}},
@@ -90,7 +90,7 @@ const FailedRead FAILED_READS[] = {
      Of::Adapter,
      Property::HIGH_CRITICAL_TEMPERATURE,
      "absent"},
-    // Status; a state of 0 is that of a detached card.
+    // Status. State 0 means detached.
     {"vsl_iom_state", 1, {}, Of::Adapter, Property::ADDITIONAL_STATUS, "DETACHED"},
     {"vsl_minimal_mode_reason",
      1,
@@ -157,7 +157,7 @@ TEST_P(ScanFailedRead, UsesTheValueThatTheLibraryReturns) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_P(ScanFailedRead, WouldOtherwiseShowAnotherValue) {
+TEST_P(ScanFailedRead, ShowsAnotherValueIfTheReadSucceeds) {
   SetAttribute();
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_NE(Shown(), GetParam().shown);
@@ -166,7 +166,7 @@ TEST_P(ScanFailedRead, WouldOtherwiseShowAnotherValue) {
 INSTANTIATE_TEST_SUITE_P(Of, ScanFailedRead, testing::ValuesIn(FAILED_READS),
                          [](const auto& each) { return std::string(each.param.function); });
 
-// The smallest sector size shows in a format without parameters.
+// The smallest sector size is visible in the calls of a format without parameters.
 TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
   ScannedCard card;
   CardSim::FailCall("vsl_iom_format_min_sector_size_bytes", 1, 12, "unreadable");

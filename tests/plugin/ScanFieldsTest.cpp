@@ -1,4 +1,4 @@
-// The attributes that a scan reads into an adapter, and the values when they are absent.
+// The attributes that a scan reads into an adapter, and the values for absent attributes.
 
 #include <gmock/gmock.h>
 
@@ -104,8 +104,8 @@ TEST(ScanFields, ShowALifetimeForAnEarlyFirstUse) {
   EXPECT_NE(card.Adapter(Property::ESTIMATED_LIFETIME), "absent");
 }
 
-// A card without a serial number does not count, but the attribute can vanish before the scan.
-TEST(ScanFields, ShowAVanishedSerialNumberAsEmpty) {
+// A card without a serial number is not counted, but the attribute can disappear before the scan.
+TEST(ScanFields, ShowADisappearedSerialNumberAsEmpty) {
   ScannedCard card;
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function == "vsl_open") card.Without("serial_number");
@@ -180,7 +180,7 @@ struct ConnectorCase {
   const char* requirement;
   const char* connected;
   const char* shown;
-  int asked;
+  int reads;
 };
 
 TEST(ScanExternalPower, IsReadOnlyWhenPowerIsNeeded) {
@@ -197,7 +197,7 @@ TEST(ScanExternalPower, IsReadOnlyWhenPowerIsNeeded) {
     each.connected == NONE ? card.Without("external_power_connected")
                            : card.Set("external_power_connected", each.connected);
     ASSERT_EQ(card.Scan(), 0U);
-    EXPECT_EQ(Count(card.Host().Calls(), "vsl_has_external_power_connected card#1"), each.asked);
+    EXPECT_EQ(Count(card.Host().Calls(), "vsl_has_external_power_connected card#1"), each.reads);
     EXPECT_EQ(card.Adapter(Property::EXTERNAL_POWER_CONNECTED), each.shown);
   }
 }

@@ -25,7 +25,7 @@ struct FamilyCase {
   const char* driveName;  // of a card of 512 MiB
 };
 
-TEST(ScanFamily, DecidesDriverAndModel) {
+TEST(ScanFamily, DeterminesDriverAndModel) {
   const FamilyCase cases[] = {
       // device, product, driver, adapter's name, drive's name
       {0x1000, "Board", "iomemory_vsl", "SanDisk Board (1)", "Product (0)"},
@@ -57,8 +57,8 @@ class ScanWithoutAFamily : public testing::TestWithParam<std::uint16_t> {};
 TEST_P(ScanWithoutAFamily, HasNeitherModelNorDriver) {
   ScannedCard card;
   SimulatedHost& host = card.Host();
-  const std::string stranger = host.AddCard(GetParam());
-  host.Cards().Set(stranger, "product_name", "Odd One");
+  const std::string unlisted = host.AddCard(GetParam());
+  host.Cards().Set(unlisted, "product_name", "Odd One");
   ASSERT_EQ(host.Start(), 0U);
   const std::uint64_t adapter = host.AdapterId(1);
   EXPECT_EQ(Shown(host, adapter, Property::PRODUCT), "");
@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(Device, ScanWithoutAFamily,
 
 // The location.
 
-struct PlaceCase {
+struct LocationCase {
   const char* domain;
   const char* bus;
   const char* device;
@@ -96,14 +96,14 @@ struct PlaceCase {
 };
 
 TEST(ScanLocation, IsShownInNumbersAndAsText) {
-  const PlaceCase cases[] = {
+  const LocationCase cases[] = {
       // domain, bus, device, function, location
       {"0", "0", "0", "0", "PCI:Bus=0&Device=0&Function=0"},
       {"0", "59", "31", "7", "PCI:Bus=59&Device=31&Function=7"},
       {"1", "59", "31", "7", "PCI:Segment=1&Bus=59&Device=31&Function=7"},
       {"65535", "255", "255", "255", "PCI:Segment=65535&Bus=255&Device=255&Function=255"},
   };
-  for (const PlaceCase& each : cases) {
+  for (const LocationCase& each : cases) {
     ScannedCard card;
     card.Set("pci_domain", each.domain).Set("pci_bus", each.bus);
     card.Set("pci_device", each.device).Set("pci_function", each.function);
@@ -124,7 +124,8 @@ TEST(ScanLocation, IsZeroWithoutTheCardsAttributes) {
   EXPECT_EQ(card.Adapter(Property::UNIQUE_ID), "PCI:Bus=0&Device=0&Function=0");
 }
 
-// The segment from the host's list, for a card that has none. `Where` is the entry of the list.
+// The segment from the host's list, for a card without a segment. The fields before `shown` are the
+// list entry.
 struct SegmentCase {
   const char* name;
   const char* segment;
@@ -135,13 +136,13 @@ struct SegmentCase {
   const char* location;
 };
 
-TEST(ScanSegment, ComesFromTheHostsListIfTheRestAgrees) {
+TEST(ScanSegment, ComesFromTheHostsListIfTheOtherNumbersMatch) {
   const SegmentCase cases[] = {
       // name, listed segment, bus, device and function, segment shown, location
-      {"agrees", "2", "9", "1", "4", "2", "PCI:Segment=2&Bus=9&Device=1&Function=4"},
-      {"agrees, largest", "65535", "9", "1", "4", "65535",
+      {"match", "2", "9", "1", "4", "2", "PCI:Segment=2&Bus=9&Device=1&Function=4"},
+      {"match, largest segment", "65535", "9", "1", "4", "65535",
        "PCI:Segment=65535&Bus=9&Device=1&Function=4"},
-      {"agrees, none", "0", "9", "1", "4", "0", "PCI:Bus=9&Device=1&Function=4"},
+      {"match, segment 0", "0", "9", "1", "4", "0", "PCI:Bus=9&Device=1&Function=4"},
       {"other bus", "2", "8", "1", "4", "0", "PCI:Bus=9&Device=1&Function=4"},
       {"other device", "2", "9", "0", "4", "0", "PCI:Bus=9&Device=1&Function=4"},
       {"other function", "2", "9", "1", "3", "0", "PCI:Bus=9&Device=1&Function=4"},
@@ -168,7 +169,7 @@ TEST(ScanSegment, ComesFromTheCardIfPresent) {
   EXPECT_EQ(card.Adapter(Property::PCI_SEGMENT), "0");
 }
 
-// Adds the card without the attribute for its segment.
+// Lists the card with the segment, then removes the card's attribute.
 void HideSegment(SimulatedHost& host, const std::string& card, const std::string& segment) {
   host.Cards().Set(card, "pci_domain", segment);
   host.RefreshPciBus();
@@ -283,7 +284,7 @@ TEST_F(ScanWithASkippedCard, UsesNoIdAndNoHandleForIt) {
   EXPECT_EQ(m_Host.DriveId(1), 0x0130000000000004U);
 }
 
-TEST_F(ScanWithASkippedCard, TracesTheWholeTextOfAFailure) {
+TEST_F(ScanWithASkippedCard, TracesTheCompleteTextOfAFailure) {
   const std::string text(1039, 'x');
   CardSim::FailCall("vsl_iom_create_by_name", 1, 0xFFFFFFFFFFFFFFFF, text);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -291,7 +292,7 @@ TEST_F(ScanWithASkippedCard, TracesTheWholeTextOfAFailure) {
                                           std::string(ALL_ONES) + " (" + text + ")"));
 }
 
-TEST_F(ScanWithASkippedCard, OmitsACardThatVanishesBeforeTheScan) {
+TEST_F(ScanWithASkippedCard, OmitsACardThatDisappearsBeforeTheScan) {
   CardSim::SetHook([this](const CardSim::Call& call) {
     if (call.argument == "/dev/fct1") m_Host.Cards().RemoveCard("card1");
   });

@@ -18,7 +18,7 @@ Lines Joined(const std::vector<Lines>& parts) {
 
 class ScanOrder : public WorkerFixture {
  protected:
-  // The journal records the worker's steps from the next wake-up.
+  // Records the worker's steps from the next wake-up.
   void BeginJournal() {
     m_OnLine = [this](const std::string& line) { m_Journal.Note("trace " + line); };
     m_OnNotify = [this] { m_Journal.Note("notify"); };
@@ -28,7 +28,7 @@ class ScanOrder : public WorkerFixture {
     m_OnLine = nullptr;
     m_OnNotify = nullptr;
   }
-  // The steps of the next wake-up.
+  // Returns the steps of the next wake-up.
   Lines Next() {
     AwaitWakeUps();
     return Steps(m_Journal.PluginEntries());
@@ -119,7 +119,7 @@ TEST_F(ScanOrder, ChangeWithAnEvent) {
                            END_UPDATE})));
 }
 
-TEST_F(ScanOrder, NoChange) {
+TEST_F(ScanOrder, UpdatesOnlyDriveRowsWhenNothingChanged) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -134,7 +134,7 @@ TEST_F(ScanOrder, NoChange) {
                           {})));
 }
 
-// Changed adapters before removed ones, adapters before drives.
+// Changed adapters come before removed adapters, and adapters before drives.
 TEST_F(ScanOrder, RemovedCardAndChangedCard) {
   AddCards(2);
   StartWatch();
@@ -159,7 +159,7 @@ TEST_F(ScanOrder, RemovedCardAndChangedCard) {
                            END_UPDATE})));
 }
 
-// Queued events show at the first call after them, which is a read for the first row. Added
+// The journal shows queued events at the next call, which is a read for the first row. Added
 // adapters are written before changed ones, and added drives before the update of all drives.
 TEST_F(ScanOrder, AddedCardAndChangedCard) {
   AddCards(2);
@@ -197,7 +197,7 @@ TEST_F(ScanOrder, AddedCardAndChangedCard) {
            END_UPDATE})));
 }
 
-// All reads of the quick poll, and none of the scan, come before the events' lock is taken.
+// The events lock is acquired after all reads of the quick poll and before those of the scan.
 TEST_F(ScanOrder, QuickPollWithAChange) {
   AddCards(2);
   StartWatch();
@@ -221,7 +221,7 @@ TEST_F(ScanOrder, QuickPollOfCardsThatCannotBeOpened) {
   StartWatch();
   BeginJournal();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   EXPECT_THAT(
       Next(),
       ElementsAreArray(Joined(
@@ -230,27 +230,27 @@ TEST_F(ScanOrder, QuickPollOfCardsThatCannotBeOpened) {
            {"d- call vsl_iom_create_by_name /dev/fct0",
             "d- trace 16 Worker, vsl_iom_create_by_name = 61 (gone)",
             "d- call vsl_iom_create_by_name /dev/fct1", "d- call vsl_open card#1",
-            "d- trace 16 Worker, vsl_open = 62 (not now)", "d- call vsl_destroy card#1",
+            "d- trace 16 Worker, vsl_open = 62 (unavailable)", "d- call vsl_destroy card#1",
             "d- trace 8 Before m_DataLock.Release ()", "-- trace 8 After m_DataLock.Release ()"},
            REST})));
 }
 
-// The card is destroyed after the failure is traced; the host is notified because an event is
-// queued.
+// The card's handle is destroyed after the failure is traced. The host is notified because an event
+// is queued.
 TEST_F(ScanOrder, FailedScanWithAQueuedEvent) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch();
-  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   AwaitWakeUps(2);
   BeginJournal();
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   EXPECT_THAT(Next(),
               ElementsAreArray(PassWithScan(
                   {{"de call vsl_iom_create_by_name /dev/fct0", "de call vsl_open card#1",
-                    "de trace 16 ScanSystem, vsl_open = 62 (not now)", "de call vsl_destroy card#1",
-                    "de trace 16 After ScanSystem() ret = 20003"}})));
+                    "de trace 16 ScanSystem, vsl_open = 62 (unavailable)",
+                    "de call vsl_destroy card#1", "de trace 16 After ScanSystem() ret = 20003"}})));
 }
 
 TEST_F(ScanOrder, CardWithoutAFormatJob) {
@@ -290,7 +290,7 @@ TEST_F(ScanOrder, AgesAndTheirTraces) {
                         "de trace 16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10"));
 }
 
-// The host is notified before the worker waits again, and no lock is taken in between.
+// The host is notified before the worker waits again, and no lock is acquired in between.
 TEST_F(ScanOrder, WakeUpForTheHost) {
   AddCards(1);
   StartWatch();

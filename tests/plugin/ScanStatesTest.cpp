@@ -12,17 +12,17 @@ using testing::IsEmpty;
 
 namespace Property = PI::Property;
 
-// "status, activity: reasons".
+// Returns "status, activity: reasons".
 std::string Condition(ScannedCard& card) {
   return card.Adapter(Property::STATUS) + ", " + card.Adapter(Property::ACTIVITY) + ": " +
          card.Adapter(Property::ADDITIONAL_STATUS);
 }
 
 struct StateCase {
-  const char* state;      // or null: absent
-  const char* healthy;    // without error or warning
-  const char* warned;     // with a warning
-  const char* erroneous;  // with an error
+  const char* state;        // or null: absent
+  const char* healthy;      // expected without error or warning
+  const char* withWarning;  // expected with a warning
+  const char* withError;    // expected with an error
 };
 
 class ScanState : public testing::TestWithParam<StateCase> {
@@ -36,23 +36,23 @@ class ScanState : public testing::TestWithParam<StateCase> {
   ScannedCard m_Card;
 };
 
-TEST_P(ScanState, DecidesTheStatusOfAHealthyCard) {
+TEST_P(ScanState, DeterminesTheStatusOfAHealthyCard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Condition(m_Card), GetParam().healthy);
   const bool failed = std::string(GetParam().healthy).rfind("FAILED", 0) == 0;
   EXPECT_EQ(DriveStatus(), failed ? "FAILED" : "AVAILABLE");
 }
 
-TEST_P(ScanState, DecidesTheStatusOfACardWithAWarning) {
+TEST_P(ScanState, DeterminesTheStatusOfACardWithAWarning) {
   m_Card.Set("current_warnings", "0x2").Set("current_info", "0x2");
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Condition(m_Card), GetParam().warned);
+  EXPECT_EQ(Condition(m_Card), GetParam().withWarning);
 }
 
-TEST_P(ScanState, DecidesTheStatusOfACardWithAnError) {
+TEST_P(ScanState, DeterminesTheStatusOfACardWithAnError) {
   m_Card.Set("current_errors", "0x100");
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Condition(m_Card), GetParam().erroneous);
+  EXPECT_EQ(Condition(m_Card), GetParam().withError);
   EXPECT_EQ(DriveStatus(), "FAILED");
 }
 
@@ -203,7 +203,7 @@ TEST(ScanThrottling, ComesAfterErrorsInformationAndState) {
             "COMPLETE_WRITE_THROTTLING UNACTIVATED_FIRMWARE STOPPED THROT_WEAROUT");
 }
 
-// Without a job of this host, the state is not corrected.
+// Without a running job, the state is not corrected.
 TEST(ScanWithoutJobs, ShowsTheStateOfTheCard) {
   for (const auto& [state, activity] : {std::pair("2", "IDLE"), std::pair("0", "IDLE")}) {
     ScannedCard card;

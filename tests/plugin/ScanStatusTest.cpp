@@ -48,7 +48,7 @@ constexpr BitCase BIT_CASES[] = {
 
 class ScanStatusBit : public testing::TestWithParam<BitCase> {};
 
-TEST_P(ScanStatusBit, DecidesStatusAndReason) {
+TEST_P(ScanStatusBit, DeterminesStatusAndReason) {
   ScannedCard card;
   card.Set(GetParam().mask, std::to_string(std::uint64_t{1} << GetParam().bit));
   ASSERT_EQ(card.Scan(), 0U);
@@ -78,7 +78,7 @@ TEST(ScanStatus, ListsReasonsOfErrorsOrWarningsThenOfInformation) {
       {"no masks", nullptr, nullptr, nullptr, "OK", "ATTACHED"},
       {"two errors", "0x101", "0", "0", "FAILED", "INTERNAL_ERROR FLASHBACK ATTACHED"},
       {"errors hide warnings", "0x100", "0x1", "0", "FAILED", "FLASHBACK ATTACHED"},
-      {"nameless errors hide warnings", "0x100000", "0x1", "0", "FAILED", "ATTACHED"},
+      {"unnamed errors hide warnings", "0x100000", "0x1", "0", "FAILED", "ATTACHED"},
       {"errors and information", "0x100", "0x1", "0x2", "FAILED",
        "FLASHBACK UNACTIVATED_FIRMWARE ATTACHED"},
       {"warnings and information", "0", "0x1001", "0x2", "WARNING",
@@ -102,20 +102,20 @@ TEST(ScanStatus, ListsReasonsOfErrorsOrWarningsThenOfInformation) {
   for (const MaskCase& each : cases) {
     SCOPED_TRACE(each.name);
     ScannedCard card;
-    const auto give = [&](const char* mask, const char* value) {
+    const auto setMask = [&](const char* mask, const char* value) {
       value == nullptr ? card.Without(mask) : card.Set(mask, value);
     };
-    give("current_errors", each.errors);
-    give("current_warnings", each.warnings);
-    give("current_info", each.info);
+    setMask("current_errors", each.errors);
+    setMask("current_warnings", each.warnings);
+    setMask("current_info", each.info);
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(card.Adapter(Property::STATUS), each.status);
     EXPECT_EQ(card.Adapter(Property::ADDITIONAL_STATUS), each.reasons);
   }
 }
 
-// Masks that change while they are sampled. The hook runs before the call, so the sample with that
-// number, counted from 1, is the first to see the new value.
+// Masks that change while they are sampled. The hook runs before the call, so the given sample,
+// counted from 1, is the first to have the new value.
 class ScanFlicker : public testing::Test {
  protected:
   void ChangeAt(const std::string& mask, unsigned int sample, const std::string& value) {
@@ -197,14 +197,14 @@ TEST_F(ScanFlicker, OfTheSameBitsAmongTheErrorsCounts) {
 
 TEST(ScanSamples, AreTakenAMillisecondApart) {
   ScannedCard card;
-  std::vector<unsigned long> moments;
+  std::vector<unsigned long> times;
   CardSim::SetHook([&](const CardSim::Call& call) {
-    if (call.function.rfind("vsl_current_", 0) == 0) moments.push_back(MBX::Misc::now());
+    if (call.function.rfind("vsl_current_", 0) == 0) times.push_back(MBX::Misc::now());
   });
   ASSERT_EQ(card.Scan(), 0U);
-  ASSERT_EQ(moments.size(), 15U);
-  for (unsigned long& moment : moments) moment -= 1767225601000;  // the second start
-  EXPECT_THAT(moments, ElementsAre(0, 1, 2, 3, 4, 4, 5, 6, 7, 8, 8, 9, 10, 11, 12));
+  ASSERT_EQ(times.size(), 15U);
+  for (unsigned long& each : times) each -= 1767225601000;  // the second start
+  EXPECT_THAT(times, ElementsAre(0, 1, 2, 3, 4, 4, 5, 6, 7, 8, 8, 9, 10, 11, 12));
 }
 
 TEST(ScanSamples, AreNotTakenForAMissingMask) {

@@ -1,5 +1,5 @@
-// One or more simulated cards, scanned by the plug-in's first scan, and what the host then reads of
-// them as short texts.
+// Simulated cards that the plug-in's first scan reads, and the resulting properties, calls and
+// traces as short texts.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ inline std::string NamesOf(const std::vector<std::int32_t>& values) {
   return names;
 }
 
-// Only the value: a text as it is, choices by their names, numbers in decimal.
+// Renders only the value: texts unchanged, choices by name, numbers in decimal.
 inline std::string ValueOf(const PI::CProperty& property) {
   std::ostringstream text;
   text.imbue(std::locale::classic());
@@ -54,7 +54,7 @@ inline std::string ValueOf(const PI::CProperty& property) {
   }
 }
 
-// The value of one property in the full list, or "absent".
+// Returns the value of a property in the complete list, or "absent".
 inline std::string Shown(SimulatedHost& host, std::uint64_t object, PI::_PROPERTY_ID id) {
   for (const PI::CProperty& property : host.Properties(object)) {
     if (property.m_PropertyID == id) return ValueOf(property);
@@ -79,7 +79,7 @@ class ScannedCard {
     return *this;
   }
 
-  // The result of `Initialize`. Calls and traces are those of this command.
+  // Runs `Initialize` and returns its result. Earlier traces are cleared.
   unsigned int Scan() {
     m_Host.ForgetTraces();
     return m_Host.Initialize();
@@ -95,14 +95,14 @@ class ScannedCard {
 
 using Lines = std::vector<std::string>;
 
-// How often `line` is in `lines`.
+// Returns how often `line` occurs in `lines`.
 inline int Count(const Lines& lines, const std::string& line) {
   int count = 0;
   for (const std::string& each : lines) count += each == line ? 1 : 0;
   return count;
 }
 
-// The lines that begin with `begin`.
+// Returns the lines that start with `begin`.
 inline Lines Beginning(const Lines& lines, const std::string& begin) {
   Lines found;
   for (const std::string& line : lines) {
@@ -111,7 +111,7 @@ inline Lines Beginning(const Lines& lines, const std::string& begin) {
   return found;
 }
 
-// Trace lines as "level text".
+// Returns the trace lines as "level text".
 inline Lines LeveledTraces(const SimulatedHost& host) {
   Lines lines;
   for (const HostKit::TraceLine& line : host.TraceLines()) {
@@ -138,12 +138,12 @@ inline ScanLog LogOf(SimulatedHost& host) {
   return log;
 }
 
-// In virtual time.
+// Sleeps in virtual time.
 inline void SleepMs(unsigned int milliseconds) {
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + std::int64_t{milliseconds} * 1000000);
 }
 
-// Virtual time that `action` takes, in milliseconds.
+// Returns the virtual time that `action` takes, in milliseconds.
 template <class Action>
 unsigned long MsOf(Action action) {
   const unsigned long begin = MBX::Misc::now();

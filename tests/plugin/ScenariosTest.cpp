@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // Plays a scenario on three cards at the shortest poll interval. Returns the names of the events up
-// to ten seconds after its end, all of which must be of card1.
+// to ten seconds after its end, all of which must belong to card1.
 std::vector<std::string> EventsOf(const std::string& scenario) {
   SimulatedHost host;
   host.WriteIni("PollInterval=2\n");

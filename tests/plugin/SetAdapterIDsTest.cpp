@@ -1,4 +1,4 @@
-// SetAdapterIDs: the host's numbers become the adapters' names.
+// SetAdapterIDs: the adapters are named with the numbers that the host assigns.
 
 #include <gmock/gmock.h>
 
@@ -26,11 +26,11 @@ PI::CAdapterID Entry(std::int32_t number) {
 
 class SetAdapterIDs : public testing::Test {
  protected:
-  unsigned int Give(std::vector<PI::CAdapterID> ids) {
+  unsigned int Assign(std::vector<PI::CAdapterID> ids) {
     return m_Card.Host().Execute(PI::CMD_SET_ADAPTER_IDS, 0, &ids);
   }
   std::string Name() { return m_Card.Adapter(PI::Property::NAME); }
-  // The threads that have started.
+  // Returns the number of worker threads that have started.
   int WorkersStarted() {
     SleepMs(1);
     return Count(LeveledTraces(m_Card.Host()), "2 ENTER Worker()");
@@ -46,14 +46,14 @@ TEST_F(SetAdapterIDs, AdaptersHaveNoNameBeforehand) {
 
 TEST_F(SetAdapterIDs, NamesTheAdapterByBoardAndNumber) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Give({Entry(7)}), 0U);
+  EXPECT_EQ(Assign({Entry(7)}), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
 }
 
 TEST_F(SetAdapterIDs, WithAnEmptyListKeepsTheNamesAndStartsTheWorker) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(WorkersStarted(), 0);
-  EXPECT_EQ(Give({}), 0U);
+  EXPECT_EQ(Assign({}), 0U);
   EXPECT_EQ(Name(), "");
   EXPECT_EQ(WorkersStarted(), 1);
 }
@@ -61,15 +61,15 @@ TEST_F(SetAdapterIDs, WithAnEmptyListKeepsTheNamesAndStartsTheWorker) {
 TEST_F(SetAdapterIDs, WithoutANumberKeepsTheEmptyNameAndStartsTheWorker) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(WorkersStarted(), 0);
-  EXPECT_EQ(Give({Entry(-1)}), 0U);
+  EXPECT_EQ(Assign({Entry(-1)}), 0U);
   EXPECT_EQ(Name(), "");
   EXPECT_EQ(WorkersStarted(), 1);
 }
 
 TEST_F(SetAdapterIDs, WithoutANumberKeepsTheNameOfAnEarlierCall) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Give({Entry(7)}), 0U);
-  EXPECT_EQ(Give({Entry(-1)}), 0U);
+  EXPECT_EQ(Assign({Entry(7)}), 0U);
+  EXPECT_EQ(Assign({Entry(-1)}), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
 }
 
@@ -80,7 +80,7 @@ TEST_F(SetAdapterIDs, SkipsEntriesWithOtherAddresses) {
   others[1].m_Bus = 4;
   others[2].m_Device = 1;
   others[3].m_Function = 1;
-  EXPECT_EQ(Give(others), 0U);
+  EXPECT_EQ(Assign(others), 0U);
   EXPECT_EQ(Name(), "");
 }
 
@@ -89,36 +89,36 @@ TEST_F(SetAdapterIDs, IgnoresNameAndAdapterNumberOfAnEntry) {
   PI::CAdapterID id = Entry(7);
   id.m_Name = "somebody";
   id.m_AdapterNumber = 99;
-  EXPECT_EQ(Give({id}), 0U);
+  EXPECT_EQ(Assign({id}), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
 }
 
-TEST_F(SetAdapterIDs, TheFirstEntryWithANumberCounts) {
+TEST_F(SetAdapterIDs, UsesTheFirstEntryWithANumber) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Give({Entry(-1), Entry(5), Entry(6)}), 0U);
+  EXPECT_EQ(Assign({Entry(-1), Entry(5), Entry(6)}), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
 }
 
 TEST_F(SetAdapterIDs, ASecondCallAppendsToTheFirst) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Give({Entry(5)}), 0U);
-  EXPECT_EQ(Give({Entry(6)}), 0U);
+  EXPECT_EQ(Assign({Entry(5)}), 0U);
+  EXPECT_EQ(Assign({Entry(6)}), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
 }
 
-TEST_F(SetAdapterIDs, ACallAfterAStopAppendsToTheFirstToo) {
+TEST_F(SetAdapterIDs, ACallAfterAStopAlsoAppendsToTheFirst) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Give({Entry(5)}), 0U);
+  EXPECT_EQ(Assign({Entry(5)}), 0U);
   EXPECT_EQ(m_Card.Host().DeInitialize(), 0U);
-  EXPECT_EQ(Give({Entry(6)}), 0U);
-  EXPECT_EQ(WorkersStarted(), 2);  // the second one has ended by then
+  EXPECT_EQ(Assign({Entry(6)}), 0U);
+  EXPECT_EQ(WorkersStarted(), 2);  // the second one has already ended
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (5)");
 }
 
 TEST_F(SetAdapterIDs, ASecondCallNamesTheRemainingAdapters) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Give({Entry(-1)}), 0U);
-  EXPECT_EQ(Give({Entry(6)}), 0U);
+  EXPECT_EQ(Assign({Entry(-1)}), 0U);
+  EXPECT_EQ(Assign({Entry(6)}), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (6)");
 }
 
@@ -127,13 +127,13 @@ TEST_F(SetAdapterIDs, EachAdapterGetsItsOwnNumber) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   std::vector<PI::CAdapterID> ids = {Entry(11), Entry(10)};
   ids[0].m_Bus = 4;
-  EXPECT_EQ(Give(ids), 0U);
+  EXPECT_EQ(Assign(ids), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (10)");
   EXPECT_EQ(Shown(m_Card.Host(), m_Card.Host().AdapterId(1), PI::Property::NAME),
             "SanDisk Flash Adapter 1.3TB (11)");
 }
 
-TEST(SetAdapterIDsByNumber, TakesEveryNumberButMinusOne) {
+TEST(SetAdapterIDsByNumber, AcceptsEveryNumberExceptMinusOne) {
   const std::pair<std::int32_t, const char*> cases[] = {
       {0, "SanDisk Flash Adapter 785GB (0)"},
       {2147483647, "SanDisk Flash Adapter 785GB (2147483647)"},
@@ -177,12 +177,12 @@ TEST(SetAdapterIDsByModel, AMoltIsNamedByItsModelOnly) {
   }
 }
 
-// The card has no family, so it has neither board name nor segment: its address is compared in 32
-// bits.
-TEST(SetAdapterIDsByModel, ACardOfNoFamilyIsFoundByASegmentOfAllOnes) {
+// A card of an unknown family has neither board name nor segment; its address is compared as 32-bit
+// numbers.
+TEST(SetAdapterIDsByModel, ACardOfAnUnknownFamilyIsFoundByASegmentOfAllOnes) {
   ScannedCard card;
-  const std::string stranger = card.Host().AddCard(0x1001);
-  card.Host().Cards().MakeAbsent(stranger, "pci_domain");
+  const std::string unlisted = card.Host().AddCard(0x1001);
+  card.Host().Cards().MakeAbsent(unlisted, "pci_domain");
   ASSERT_EQ(card.Scan(), 0U);
   ASSERT_EQ(card.Host().m_AdapterIDs.size(), 2U);
   EXPECT_EQ(card.Host().m_AdapterIDs[1].m_Segment, 0xFFFFFFFFU);
@@ -203,16 +203,16 @@ TEST_F(SetAdapterIDs, DoesNotChangeTheHostsListOrTheDrivesName) {
 
 TEST_F(SetAdapterIDs, DoesNotCountAsAChange) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Give({Entry(7)}), 0U);
+  EXPECT_EQ(Assign({Entry(7)}), 0U);
   for (const PI::CObject& object : m_Card.Host().Topology()) EXPECT_EQ(object.m_ChangeCount, 0U);
 }
 
-TEST_F(SetAdapterIDs, TakesNoLockAndCallsNoCard) {
+TEST_F(SetAdapterIDs, AcquiresNoLockAndCallsNoCard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   m_Card.Host().ForgetCalls();
   m_Card.Host().ForgetTraces();
   EXPECT_EQ(HostKit::Locks()[0].taken, 1U);  // the scan
-  EXPECT_EQ(Give({Entry(7)}), 0U);
+  EXPECT_EQ(Assign({Entry(7)}), 0U);
   EXPECT_EQ(HostKit::Locks()[0].taken, 1U);
   EXPECT_EQ(HostKit::Locks()[1].taken, 0U);
   EXPECT_THAT(m_Card.Host().Calls(), IsEmpty());

@@ -23,8 +23,8 @@ struct Line {
   std::string code;  // without its comment
 };
 
-// The lines of the sources in these directories of the checkout and below, in the order of the
-// files' names.
+// Returns the lines of the sources below the given directories of the checkout, ordered by file
+// name.
 std::vector<Line> LinesOf(std::initializer_list<const char*> directories) {
   std::set<std::filesystem::path> files;
   for (const char* directory : directories) {
@@ -43,7 +43,7 @@ std::vector<Line> LinesOf(std::initializer_list<const char*> directories) {
   return lines;
 }
 
-// "FILE: CODE" of each line that matches, but for those of the file `exempt`.
+// Returns "FILE: CODE" for each matching line outside the file `exempt`.
 std::vector<std::string> Matching(const std::vector<Line>& lines, const std::regex& wanted,
                                   const std::string& exempt = "") {
   std::vector<std::string> found;
@@ -60,7 +60,7 @@ bool Finds(const std::regex& wanted, const std::string& code) {
 }
 
 // Numbers are converted to text in one place, and read with a fixed locale.
-TEST(SourceRules, NumbersBecomeTextInOnePlace) {
+TEST(SourceRules, NumbersAreFormattedInOnePlace) {
   const std::regex formatting(
       "boost::format|to_string\\(|o?stringstream|snprintf|lexical_cast|stod\\(");
   EXPECT_THAT(Matching(LinesOf({"Corvane/Src", "orm", "models"}), formatting),
@@ -68,7 +68,7 @@ TEST(SourceRules, NumbersBecomeTextInOnePlace) {
                           "storage.h:     std::istringstream cell(cells.front());"));
 }
 
-// These convert numbers with a fraction as the C locale says, whose decimal point may be a comma.
+// These functions use the decimal point of the C library's locale, which may be a comma.
 TEST(SourceRules, NumbersWithAFractionDoNotFollowTheCLocale) {
   const std::regex conversion(
       R"(\b(strto(f|d|ld)|atof|sto(f|d|ld)|[efg]cvt|strfmon|strfrom(f|d|l))\s*\(|\blexical_cast\b|)"
@@ -86,7 +86,8 @@ TEST(SourceRules, NumbersWithAFractionDoNotFollowTheCLocale) {
   const std::vector<Line> lines =
       LinesOf({"Corvane/Src", "orm", "models", "host", "hostkit", "base"});
   EXPECT_GT(lines.size(), 10000U);
-  // A file name in a URI, and the time of a trace line, whose fraction is a whole number.
+  // The matches are a file name in a URI and the time of a trace line, whose fraction is formatted
+  // as an integer.
   EXPECT_THAT(
       Matching(lines, conversion),
       ElementsAre(
@@ -100,7 +101,18 @@ TEST(SourceRules, TheCardLibraryIsCalledInOnePlace) {
   EXPECT_THAT(Matching(LinesOf({"Corvane/Src"}), call, "CardHandles.h"), IsEmpty());
 }
 
-// A wait, release or address of one of these locks, or a lock of another type.
+// The worker waits on this event, but nothing in the plug-in sets it.
+TEST(SourceRules, NothingSetsTheForceWorkerEvent) {
+  EXPECT_THAT(Matching(LinesOf({"Corvane/Src"}), std::regex("m_ForceWorker")),
+              ElementsAre("Corvane.h:   MBX::Threading::CEvent m_ForceWorker;",
+                          "CorvanePlugin.cpp:          Initialized(\"m_ForceWorker\", "
+                          "m_ForceWorker.Init(false, false)) &&",
+                          "CorvanePlugin.cpp:       TRACE(TRACE_FLOW, \"Worker() m_ForceWorker "
+                          "event received, force scan\");",
+                          "CorvanePlugin.cpp:   waiter.Add(m_ForceWorker);"));
+}
+
+// Matches a wait for, release of or pointer to one of the locks, or a lock of another type.
 std::regex RawLocking(const std::set<std::string>& locks) {
   std::string names;
   for (const std::string& lock : locks) names += (names.empty() ? "" : "|") + lock;
@@ -109,7 +121,7 @@ std::regex RawLocking(const std::set<std::string>& locks) {
                     "|\\b(CSyncGuard|ManualLock)\\b|\\b(lock_guard|\\w+_lock|\\w*mutex)\\b");
 }
 
-// The members and variables that are locks of the host.
+// Returns the names of members and variables of the host's lock type.
 std::set<std::string> LocksIn(const std::vector<Line>& lines) {
   const std::regex declaration("\\bCFastMutex\\s*[&*]?\\s*(\\w+)");
   std::set<std::string> names;
@@ -123,8 +135,8 @@ std::set<std::string> LocksIn(const std::vector<Line>& lines) {
 }
 
 // A lock that is held when an exception occurs must be released, so only the guards, which are all
-// in one file, take and release locks.
-TEST(SourceRules, LocksAreTakenThroughGuardsOnly) {
+// in one file, acquire and release locks.
+TEST(SourceRules, LocksAreAcquiredOnlyThroughGuards) {
   const std::vector<Line> lines = LinesOf({"Corvane/Src"});
   const std::set<std::string> locks = LocksIn(lines);
   EXPECT_THAT(locks, IsSupersetOf({"m_DataLock", "m_EventsLock"}));

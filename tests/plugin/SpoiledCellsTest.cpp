@@ -1,6 +1,6 @@
-// A cell that the plug-in's persistence layer cannot read, because another program wrote it with
-// checks off or replaced tables. The worker continues, and the row is updated again once it is
-// repaired.
+// Cells that the plug-in's persistence layer cannot read, because another program wrote them with
+// checks disabled or changed the tables. The worker continues, and a row is updated again once it
+// is repaired.
 
 #include "tests/hostkit/database/Fixture.h"
 #include "tests/plugin/Watch.h"
@@ -13,24 +13,24 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-struct Spoiling {
+struct SpoiledCell {
   const char* name;
   const char* sql;
   const char* repair;
-  const char* said;
+  const char* reason;
 };
 
-void PrintTo(const Spoiling& each, std::ostream* out) {
+void PrintTo(const SpoiledCell& each, std::ostream* out) {
   *out << each.name;
 }
 
-// Removes the types of the columns before the given statements run.
-#define LOOSELY                                                                                 \
+// Removes STRICT from the table first, so that its columns accept values of any type.
+#define WITHOUT_TYPES                                                                           \
   "PRAGMA writable_schema = 1;"                                                                 \
   "UPDATE sqlite_schema SET sql = REPLACE(sql, 'STRICT', '') WHERE name = 'host_adapter_rows';" \
   "PRAGMA writable_schema = RESET;"
 
-class SpoiledCells : public WorkerFixture, public testing::WithParamInterface<Spoiling> {
+class SpoiledCells : public WorkerFixture, public testing::WithParamInterface<SpoiledCell> {
  protected:
   SpoiledCells() {
     AddCards(1);
@@ -59,7 +59,7 @@ TEST_P(SpoiledCells, DoNotStopTheWorker) {
   OtherProgram other(File());
   other.Run(std::string("PRAGMA ignore_check_constraints = 1;") + GetParam().sql);
   Change("60.0", "4096");
-  EXPECT_THAT(m_DatabaseLines, Contains(HasSubstr(GetParam().said)));
+  EXPECT_THAT(m_DatabaseLines, Contains(HasSubstr(GetParam().reason)));
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   other.Run(GetParam().repair);
   Change("70.0", "512");
@@ -70,29 +70,29 @@ TEST_P(SpoiledCells, DoNotStopTheWorker) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, SpoiledCells,
-    testing::Values(Spoiling{"Key", "UPDATE host_adapter_rows SET ID = 2147483648",
-                             "UPDATE host_adapter_rows SET ID = 1",
-                             "(a cell of host_adapter_rows.ID cannot be read)"},
-                    Spoiling{"Int", "UPDATE host_adapter_rows SET ad_temperature = 2147483648",
-                             "UPDATE host_adapter_rows SET ad_temperature = NULL",
-                             "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
-                    Spoiling{"Double", "UPDATE host_drive_rows SET pd_remaining_reserve = 1e-310",
-                             "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
-                             "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
-                    Spoiling{
-                        "LargestDouble",
-                        "UPDATE host_drive_rows SET pd_remaining_reserve = 1.7976931348623157e308",
-                        "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
-                        "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
-                    Spoiling{"Text", LOOSELY "UPDATE host_adapter_rows SET ad_temperature = 'warm'",
-                             "UPDATE host_adapter_rows SET ad_temperature = NULL",
-                             "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
-                    Spoiling{"Empty", LOOSELY "UPDATE host_adapter_rows SET ad_object_id = ''",
-                             "UPDATE host_adapter_rows SET ad_object_id = NULL",
-                             "(a cell of host_adapter_rows.ad_object_id cannot be read)"},
-                    Spoiling{"Column", "ALTER TABLE host_adapter_rows DROP COLUMN ad_vendor",
-                             "ALTER TABLE host_adapter_rows ADD COLUMN ad_vendor TEXT",
-                             "(the result has incomplete rows of host_adapter_rows)"}),
+    testing::Values(
+        SpoiledCell{"Key", "UPDATE host_adapter_rows SET ID = 2147483648",
+                    "UPDATE host_adapter_rows SET ID = 1",
+                    "(a cell of host_adapter_rows.ID cannot be read)"},
+        SpoiledCell{"Int", "UPDATE host_adapter_rows SET ad_temperature = 2147483648",
+                    "UPDATE host_adapter_rows SET ad_temperature = NULL",
+                    "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+        SpoiledCell{"Double", "UPDATE host_drive_rows SET pd_remaining_reserve = 1e-310",
+                    "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
+                    "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+        SpoiledCell{"LargestDouble",
+                    "UPDATE host_drive_rows SET pd_remaining_reserve = 1.7976931348623157e308",
+                    "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
+                    "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+        SpoiledCell{"Text", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_temperature = 'warm'",
+                    "UPDATE host_adapter_rows SET ad_temperature = NULL",
+                    "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+        SpoiledCell{"Empty", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_object_id = ''",
+                    "UPDATE host_adapter_rows SET ad_object_id = NULL",
+                    "(a cell of host_adapter_rows.ad_object_id cannot be read)"},
+        SpoiledCell{"Column", "ALTER TABLE host_adapter_rows DROP COLUMN ad_vendor",
+                    "ALTER TABLE host_adapter_rows ADD COLUMN ad_vendor TEXT",
+                    "(the result has incomplete rows of host_adapter_rows)"}),
     [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace

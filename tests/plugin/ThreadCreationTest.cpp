@@ -119,7 +119,7 @@ const JobKind JOB_KINDS[] = {
 
 class EachJobWithoutAThread : public ThreadCreation, public testing::WithParamInterface<JobKind> {
  protected:
-  // Cards whose jobs take no time.
+  // Starts with cards whose jobs take no time.
   void StartWith(int cards) {
     AddCards(cards);
     for (const std::string& card : m_Host.Cards().Cards()) {

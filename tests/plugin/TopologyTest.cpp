@@ -1,4 +1,4 @@
-// The tree of objects that the host gets.
+// The tree of objects that the host receives.
 
 #include <gmock/gmock.h>
 
@@ -51,7 +51,7 @@ TEST(Topology, ShowsThePluginThenAdaptersThenDrives) {
 TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
   SimulatedHost host;
   for (int i = 0; i < 3; ++i) host.AddCard();
-  CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "not today");
+  CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "unavailable");
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_THAT(Tree(host),
               ElementsAre("object 0130000000000000 type 19006 parents children 0130000000000001 "
@@ -70,7 +70,7 @@ TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
 TEST(Topology, ShowsOnlyThePluginAfterAStartWithoutAScan) {
   SimulatedHost host;
   host.AddCard();
-  CardSim::FailCall("vsl_open", 1, 5, "not today");
+  CardSim::FailCall("vsl_open", 1, 5, "unavailable");
   ASSERT_EQ(host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Tree(host), ElementsAre("object 0130000000000000 type 19006 parents children"));
 }
@@ -187,7 +187,7 @@ TEST_F(TopologyOfOneCard, TracesEachObject) {
 }
 
 // The tree comes from the stored records; only live rows are read from the card.
-TEST_F(TopologyOfOneCard, ScansNothing) {
+TEST_F(TopologyOfOneCard, DoesNotScan) {
   m_Host.Set({{"board_name", "Other Board"}, {"temp_internal_deg_c", "99.0"}});
   m_Host.AddCard();
   const std::vector<PI::CObject> objects = m_Host.Topology();
@@ -203,7 +203,7 @@ TEST_F(TopologyOfOneCard, ScansNothing) {
 TEST_F(TopologyOfOneCard, IsCompleteWhenTheCardCannotBeOpened) {
   const std::size_t all = m_Host.Topology()[1].m_Properties.size();
   m_Host.Watch();
-  CardSim::FailCall("vsl_open", 1, 5, "not today");
+  CardSim::FailCall("vsl_open", 1, 5, "unavailable");
   std::vector<PI::CObject> objects;
   EXPECT_EQ(m_Host.Execute(PI::CMD_GET_TOPOLOGY, 0, &objects), 0U);
   ASSERT_EQ(objects.size(), 3U);
@@ -220,8 +220,8 @@ TEST_F(TopologyOfOneCard, LeavesNoLockHeld) {
   }
 }
 
-// Room for all objects is reserved before the first one, so filled objects do not move.
-TEST(TopologyOfTwoCards, ReservesRoomForExactlyFiveObjects) {
+// Capacity for all objects is reserved before the first is added, so objects do not move.
+TEST(TopologyOfTwoCards, ReservesCapacityForExactlyFiveObjects) {
   OneCard host;
   host.AddCard();
   ASSERT_EQ(host.Initialize(), 0U);

@@ -1,6 +1,6 @@
-// The function that each trace line shows: the one that the line reports on, even where a helper
-// writes it. Commands of a host reach every line that the sources can write, and the table lists
-// every line.
+// The function that each trace line shows, which is the function that the line is about even if a
+// helper writes it. The table lists every line that the sources can write, and the commands of a
+// host reach them all.
 
 #include <gmock/gmock.h>
 
@@ -256,19 +256,19 @@ bool Fits(const char* text, const char* line) {
 }
 
 // Makes every database statement fail while it exists.
-class RefusingDatabase {
+class FailingDatabase {
  public:
-  RefusingDatabase() : m_pStorage(getDatabasePointer()), m_pReal(m_pStorage->dao) {
-    m_pStorage->dao = std::make_shared<Refusal>();
+  FailingDatabase() : m_pStorage(getDatabasePointer()), m_pReal(m_pStorage->dao) {
+    m_pStorage->dao = std::make_shared<FailingDAO>();
   }
-  ~RefusingDatabase() { m_pStorage->dao = m_pReal; }
-  RefusingDatabase(const RefusingDatabase&) = delete;
-  RefusingDatabase& operator=(const RefusingDatabase&) = delete;
+  ~FailingDatabase() { m_pStorage->dao = m_pReal; }
+  FailingDatabase(const FailingDatabase&) = delete;
+  FailingDatabase& operator=(const FailingDatabase&) = delete;
 
  private:
-  struct Refusal : DatabaseWrapper::DatabaseDAO {
+  struct FailingDAO : DatabaseWrapper::DatabaseDAO {
     std::vector<std::string> query(std::string) override {
-      throw DBEXCEPTION::DatabaseException("refused");
+      throw DBEXCEPTION::DatabaseException("rejected");
     }
   };
   const std::shared_ptr<DatabaseORM::storage_t> m_pStorage;
@@ -293,7 +293,7 @@ PI::CProperty Choice(std::uint32_t name, int value) {
   return parameter;
 }
 
-// By default a quick poll every two seconds and a scan every six.
+// Starts the worker. By default, it polls every two seconds and scans every six.
 void StartWatching(SimulatedHost& host, int cards, const char* ini = "PollInterval=6\n") {
   host.WriteIni(ini);
   for (int i = 0; i < cards; ++i) host.AddCard();
@@ -306,9 +306,9 @@ void Stop(SimulatedHost& host) {
   host.Release();
 }
 
-// Scenarios. Each reaches some of the lines.
+// The scenarios. Each of them reaches some of the lines.
 
-void AskForEverything(SimulatedHost& host) {
+void RequestEverything(SimulatedHost& host) {
   StartWatching(host, 2);
   host.Topology();
   for (const std::uint64_t object : {PLUGIN, ADAPTER, DRIVE, UNKNOWN_OBJECT}) {
@@ -353,7 +353,7 @@ void FillRowsWithoutCards(SimulatedHost& host) {
 
 constexpr std::uint32_t JOBS[] = {PI::OP_ATTACH, PI::OP_DETACH, PI::OP_FORCE_DETACH};
 
-// Runs each job once for each of its calls, which then fails.
+// Runs each job once for each of its calls, with that call failing.
 void LetJobsFail(SimulatedHost& host) {
   StartWatching(host, 1, "PollInterval=255\n");
   const char* const calls[] = {"vsl_iom_create_by_name", "vsl_iom_attach_create",
@@ -403,8 +403,8 @@ void LetRequestsFail(SimulatedHost& host) {
   Stop(host);
 }
 
-void LetTheDatabaseRefuse(SimulatedHost& host) {
-  const RefusingDatabase refusing;
+void LetTheDatabaseFail(SimulatedHost& host) {
+  const FailingDatabase failingDatabase;
   StartWatching(host, 2);
   host.Cards().Set("card0", "iom_state", "0");
   host.Cards().Set("card1", "device_path", "\"/dev/hidden\"");
@@ -422,20 +422,20 @@ void FailToStart(SimulatedHost& host) {
   host.Cards().Fail("vsl_open", 5, "no");
   host.Initialize();
   Stop(host);
-  const RefusingDatabase refusing;
+  const FailingDatabase failingDatabase;
   host.Initialize();
   Stop(host);
 }
 
 template <void (*fail)(std::size_t), std::size_t ordinal>
-void FailToMakeALock(SimulatedHost& host) {
+void FailToCreateALock(SimulatedHost& host) {
   host.AddCard();
   fail(ordinal);
   host.Initialize();
   Stop(host);
 }
 
-void LoseALock(SimulatedHost& host) {
+void FailALockWait(SimulatedHost& host) {
   StartWatching(host, 1);
   Pass(1);
   constexpr std::size_t eventsLock = 2;
@@ -464,20 +464,20 @@ void StopWhileAllAreBusy(SimulatedHost& host) {
 
 using Scenario = void (*)(SimulatedHost&);
 const Scenario SCENARIOS[] = {
-    AskForEverything,
+    RequestEverything,
     ChangeCards,
     FillRowsWithoutCards,
     LetJobsFail,
     LetRequestsFail,
-    LetTheDatabaseRefuse,
+    LetTheDatabaseFail,
     FailToStart,
-    LoseALock,
+    FailALockWait,
     StopWhileAllAreBusy,
-    FailToMakeALock<HostKit::FailLockInit, 1>,
-    FailToMakeALock<HostKit::FailLockInit, 2>,
-    FailToMakeALock<HostKit::FailEventInit, 1>,
-    FailToMakeALock<HostKit::FailEventInit, 2>,
-    FailToMakeALock<HostKit::FailEventInit, 3>,
+    FailToCreateALock<HostKit::FailLockInit, 1>,
+    FailToCreateALock<HostKit::FailLockInit, 2>,
+    FailToCreateALock<HostKit::FailEventInit, 1>,
+    FailToCreateALock<HostKit::FailEventInit, 2>,
+    FailToCreateALock<HostKit::FailEventInit, 3>,
 };
 
 std::vector<HostKit::TraceLine> LinesOfAllScenarios() {
@@ -498,7 +498,7 @@ struct Site {
   std::string m_Code;
 };
 
-// Up to the matching parenthesis. No trace text contains an unmatched one.
+// Returns the position of the matching parenthesis. No trace text contains an unmatched one.
 std::size_t EndOfCall(const std::string& code, std::size_t begin) {
   int open = 0;
   for (std::size_t at = begin; at < code.size(); ++at) {
@@ -531,7 +531,7 @@ std::vector<Site> SitesOf(const std::string& source) {
 
 class TraceFunction : public testing::Test {
  protected:
-  // Once for both tests, because all scenarios together take seconds.
+  // Runs the scenarios once for both tests, because they take several seconds.
   static const std::vector<HostKit::TraceLine>& Lines() {
     static const std::vector<HostKit::TraceLine> lines = LinesOfAllScenarios();
     return lines;
@@ -545,7 +545,7 @@ TEST_F(TraceFunction, EachLineShowsTheFunctionThatItReports) {
   for (const HostKit::TraceLine& line : Lines()) {
     const auto rows = TABLE.find(line.file);
     ASSERT_NE(rows, TABLE.end()) << line.file << ": " << line.text;
-    // A placeholder matches any text, so the longest table text that matches counts.
+    // A placeholder matches any text, so the longest matching table text is used.
     const Row* found = nullptr;
     for (const Row& row : rows->second) {
       if (!Fits(row.m_Text, line.text.c_str())) continue;

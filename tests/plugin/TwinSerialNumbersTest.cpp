@@ -1,5 +1,5 @@
-// Two cards with one serial number that are added in the same scan. An adapter's drive is then
-// looked up by that number, and both adapters find the first drive.
+// Two cards with the same serial number that are added in the same scan. The drive of an added
+// adapter is looked up by that number, so both adapters find the first drive.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/RowView.h"
@@ -13,8 +13,8 @@ using testing::SizeIs;
 
 class TwinSerialNumbers : public WorkerFixture {
  protected:
-  // Removes both cards, on the buses 3 and 4, and returns them with the same serial number.
-  void BringTwins() {
+  // Removes both cards, on the buses 3 and 4, and adds them again with the same serial number.
+  void ReturnTwins() {
     AddCards(2);
     StartWatch();
     Hide(0);
@@ -27,7 +27,7 @@ class TwinSerialNumbers : public WorkerFixture {
     ForgetAll();
     AwaitScans();
   }
-  // Object and adapter number of each row.
+  // Returns object and adapter number of each row.
   static Cells TwinRows() {
     return Query(
         "SELECT pd_object_id, pd_adapter_number FROM host_drive_rows WHERE pd_serial_number = "
@@ -41,7 +41,7 @@ constexpr const char* FIRST_TWIN = "85568392920039430";   // object 6
 constexpr const char* SECOND_TWIN = "85568392920039432";  // object 8
 
 TEST_F(TwinSerialNumbers, EachAdapterIsAddedWithADrive) {
-  BringTwins();
+  ReturnTwins();
   EXPECT_THAT(Events(),
               ElementsAre("CTRL_PNPADD severity 2 object 5 SanDisk Flash Adapter 785GB (1) | "
                           "SanDisk Flash Adapter 785GB (1)",
@@ -59,10 +59,10 @@ TEST_F(TwinSerialNumbers, EachAdapterIsAddedWithADrive) {
                                   "children"));
 }
 
-// The first drive is added twice, under the number of either adapter, and written once for each.
-// The second drive is not added; its update takes over the first row.
+// The first drive is added twice, with the number of each adapter in turn, and written once for
+// each. The second drive is not added; its update replaces the first row.
 TEST_F(TwinSerialNumbers, TheFirstDriveIsAddedForBothAdapters) {
-  BringTwins();
+  ReturnTwins();
   EXPECT_THAT(TimesOf("128 PD (Flash Adapter G2 (0)) inserted to db."), SizeIs(4));
   EXPECT_THAT(TimesOf("128 PD (Flash Adapter G2 (0)) updated in db."), SizeIs(4));
   EXPECT_THAT(TwinRows(), ElementsAre(SECOND_TWIN, NumberOf(4), FIRST_TWIN, NumberOf(3), FIRST_TWIN,
@@ -71,7 +71,7 @@ TEST_F(TwinSerialNumbers, TheFirstDriveIsAddedForBothAdapters) {
 
 // The first drive still has the number of the second adapter; the next scan corrects it.
 TEST_F(TwinSerialNumbers, TheNextScanCountsAsAChangeAndTheOneAfterItDoesNot) {
-  BringTwins();
+  ReturnTwins();
   Events();
   EXPECT_THAT(Notifications(), SizeIs(1));
   AwaitScans();

@@ -1,4 +1,4 @@
-// Which attributes of a card make a scan count as a change.
+// The attributes of a card that make a scan count as a change.
 
 #include <limits>
 
@@ -31,7 +31,7 @@ const Field FIELDS[] = {
     {"PciFunction", {}, {"pci_function", "1"}, true},
     {"PciDomain", {}, {"pci_domain", "1"}, true},
     {"PciSlot", {}, {"pci_slot_num", "9"}, true},
-    {"PciSlotGone", {}, {"pci_slot_num", "absent"}, true},
+    {"PciSlotRemoved", {}, {"pci_slot_num", "absent"}, true},
     {"PciDeviceId", {}, {"pci_device_id", "0x3001"}, true},
     {"PciDeviceIdOfTheSameFamily", {}, {"pci_device_id", "0x1005"}, false},
     {"BoardName", {}, {"board_name", "Other"}, true},
@@ -60,7 +60,7 @@ const Field FIELDS[] = {
     {"Temperature", {}, {"temp_internal_deg_c", "51.75"}, true},
     {"SameTemperature", {}, {"temp_internal_deg_c", "51.7"}, false},
     {"State", {}, {"iom_state", "4"}, true},
-    {"StateGone", {}, {"iom_state", "absent"}, true},
+    {"StateRemoved", {}, {"iom_state", "absent"}, true},
     {"StatesBothUnknown", {"iom_state", "8"}, {"iom_state", "9"}, true},
     {"MinimalModeReason", {"iom_state", "5"}, {"minimal_mode_reason", "1"}, true},
     {"MinimalModeReasonWithoutAName",
@@ -74,10 +74,10 @@ const Field FIELDS[] = {
     {"ThrottlingReasonWithoutThrottling", {}, {"write_throttling_reason", "1"}, false},
     {"FactorySize", {}, {"factory_size_bytes", "1048576"}, true},
     {"FirstUse", {}, {"first_use_ts", "1"}, true},
-    {"FirstUseGone", {}, {"first_use_ts", "absent"}, true},
+    {"FirstUseRemoved", {}, {"first_use_ts", "absent"}, true},
     {"Origin", {}, {"origin_ts", "1"}, true},
     {"ReserveWarning", {}, {"reserve_warning_threshold_percent", "11"}, true},
-    {"ReserveWarningCutDown", {}, {"reserve_warning_threshold_percent", "10.9"}, false},
+    {"ReserveWarningTruncated", {}, {"reserve_warning_threshold_percent", "10.9"}, false},
     {"ReserveSpace", {}, {"reserve_space_pct", "3"}, false},
     {"ReserveStatus", {}, {"reserve_status", "2"}, false},
     {"BytesWritten", {}, {"total_physical_bytes_written", "1"}, false},
@@ -85,7 +85,7 @@ const Field FIELDS[] = {
     {"WritesRemaining", {}, {"rated_writes_remaining_percent", "1"}, false},
     {"Endurance", {}, {"rated_endurance_tbytes", "1"}, false},
     {"SectorSize", {}, {"sector_size_bytes", "4096"}, true},
-    {"SectorSizeGone", {}, {"sector_size_bytes", "absent"}, true},
+    {"SectorSizeRemoved", {}, {"sector_size_bytes", "absent"}, true},
     {"Size", {"iom_format_max_size_bytes", "absent"}, {"size_bytes", "1048576"}, true},
     {"SizeBelowALargerOne", {}, {"size_bytes", "1048576"}, false},
     {"LargestSize", {}, {"overformat_size_bytes", "1048576"}, true},
@@ -96,11 +96,11 @@ const Field FIELDS[] = {
     {"Overformat", {}, {"iom_format_disallow_overformat", "true"}, true},
     {"SmallestSector", {}, {"iom_format_min_sector_size_bytes", "1024"}, true},
     {"LargestSector", {}, {"iom_format_max_sector_size_bytes", "8192"}, true},
-    {"LargestSectorOf512Gone",
+    {"LargestSectorOf512Removed",
      {"iom_format_max_sector_size_bytes", "512"},
      {"iom_format_max_sector_size_bytes", "absent"},
      false},
-    {"LargestSectorOfAnotherSizeGone",
+    {"LargestSectorOfAnotherSizeRemoved",
      {"iom_format_max_sector_size_bytes", "1024"},
      {"iom_format_max_sector_size_bytes", "absent"},
      true},
@@ -109,19 +109,19 @@ const Field FIELDS[] = {
      {"iom_format_sector_size_multiplier", "1"},
      {"iom_format_sector_size_multiplier", "0"},
      false},
-    {"SectorMultiplierOfOneGone",
+    {"SectorMultiplierOfOneRemoved",
      {"iom_format_sector_size_multiplier", "1"},
      {"iom_format_sector_size_multiplier", "absent"},
      false},
-    {"SectorMultiplierOfTwoGone",
+    {"SectorMultiplierOfTwoRemoved",
      {"iom_format_sector_size_multiplier", "2"},
      {"iom_format_sector_size_multiplier", "absent"},
      true},
-    {"PowerOfTwoGone",
+    {"PowerOfTwoRemoved",
      {"iom_format_power_of_two_sector_size", "true"},
      {"iom_format_power_of_two_sector_size", "absent"},
      true},
-    {"NoPowerOfTwoGone",
+    {"NoPowerOfTwoRemoved",
      {"iom_format_power_of_two_sector_size", "false"},
      {"iom_format_power_of_two_sector_size", "absent"},
      false},
@@ -129,7 +129,7 @@ const Field FIELDS[] = {
     {"FormattedSize", {}, {"iom_format_size_bytes", "1048576"}, true},
     {"FormattedPercent", {}, {"iom_format_size_pct", "80"}, true},
     {"ProductName", {}, {"product_name", "Other"}, true},
-    {"ProductNameGone", {}, {"product_name", "absent"}, true},
+    {"ProductNameRemoved", {}, {"product_name", "absent"}, true},
     {"JobTimes", {}, {"attach_ms", "1", "format_ms", "1", "in_use", "true"}, false},
 };
 
@@ -146,7 +146,7 @@ class EachField : public WorkerFixture, public testing::WithParamInterface<Field
   }
 };
 
-TEST_P(EachField, CountsAsAChangeOrNot) {
+TEST_P(EachField, CountsAsAChangeIfExpected) {
   AddCards(1);
   Apply(GetParam().before);
   StartWatch();
@@ -164,7 +164,7 @@ TEST_P(EachField, CountsAsAChangeOrNot) {
 INSTANTIATE_TEST_SUITE_P(Attributes, EachField, testing::ValuesIn(FIELDS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The records themselves, for members that no card can change.
+// Comparisons of the records themselves, for members that no card can change.
 template <class Record>
 struct Member {
   const char* name;

@@ -1,4 +1,4 @@
-// The names of the host's values in the rows of the database.
+// The names of the host's values in database rows.
 
 #include <gtest/gtest.h>
 

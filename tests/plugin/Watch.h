@@ -1,5 +1,5 @@
-// A plug-in whose worker polls simulated cards in virtual time, and a record of it: trace lines and
-// notifications with their times, events as short texts.
+// A plug-in whose worker polls simulated cards in virtual time, and a record of its trace lines,
+// notifications and events.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -33,9 +33,9 @@ constexpr std::uint64_t FIRST_DRIVE = ObjectId(2);
 constexpr std::uint64_t SECOND = ObjectId(3);
 constexpr std::uint64_t SECOND_DRIVE = ObjectId(4);
 
-// "CTRL_DETACHED severity 4 object 1 SanDisk Flash Adapter 785GB (1) | SanDisk Flash Adapter 785GB
-// (1)": name, severity, counter of the object's id, source name, and the placeholders up to the
-// last one that is not empty.
+// Renders name, severity, counter of the object's id, source name, and the placeholders up to the
+// last one that is not empty: "CTRL_DETACHED severity 4 object 1 SanDisk Flash Adapter 785GB (1) |
+// SanDisk Flash Adapter 785GB (1)".
 inline std::string EventText(const PI::CEvent& event) {
   std::string text = NameOrNumber(HostKit::Family::Event, event.m_EventID) + " severity " +
                      std::to_string(event.m_Severity) + " object " +
@@ -48,12 +48,12 @@ inline std::string EventText(const PI::CEvent& event) {
 
 class WorkerFixture : public testing::Test {
  protected:
-  // Cards of one kind, attached and healthy, whose values do not change by themselves. A quick poll
-  // or a scan takes 12 ms for each.
+  // Adds attached, healthy cards of one kind whose values do not change by themselves. A quick poll
+  // or a scan takes 12 ms per card.
   void AddCards(int count) {
     for (int i = 0; i < count; ++i) m_Host.AddCard(0x1003);
   }
-  // Makes the card take no time in a quick poll.
+  // Removes the masks of the card, so that a quick poll takes no time.
   void WithoutMasks(const std::string& card) {
     for (const char* mask : {"current_errors", "current_warnings", "current_info"}) {
       m_Host.Cards().MakeAbsent(card, mask);
@@ -70,7 +70,8 @@ class WorkerFixture : public testing::Test {
     Set("card" + std::to_string(card), "device_path", "/dev/fct" + std::to_string(card));
   }
 
-  // From here on, calls, lines and notifications are recorded with times from the worker's start.
+  // Starts the plug-in. From here on, calls, trace lines and notifications are recorded, with times
+  // since the start of the worker.
   void StartWatch(const std::string& pollInterval = "15", unsigned int initialized = 0) {
     m_Host.WriteIni("PollInterval=" + pollInterval + "\n");
     ASSERT_EQ(m_Host.Initialize(), initialized);
@@ -90,12 +91,12 @@ class WorkerFixture : public testing::Test {
   }
   unsigned long NowMs() const { return MBX::Misc::now() - m_Begin; }
 
-  // Waits until the worker has handled `count` more wake-ups, or made that many more scans.
+  // Waits until the worker has handled `count` more wake-ups, or completed `count` more scans.
   void AwaitWakeUps(std::size_t count = 1) { Await("2 Worker() before restart interval", count); }
   void AwaitScans(std::size_t count = 1) { Await("4 Worker() after bscan", count); }
 
   std::size_t Scans() const { return TimesOf("4 Worker() after bscan").size(); }
-  // When each scan began.
+  // The start time of each scan.
   Timestamps ScanTimes() const { return TimesOf("16 Before ScanSystem()"); }
   Timestamps WakeUpTimes() const { return TimesOf("4 Worker() timeout event received"); }
 
@@ -107,7 +108,8 @@ class WorkerFixture : public testing::Test {
     }
     return times;
   }
-  // Lines with their levels, without those about rows and those of the test's own requests.
+  // Returns the trace lines with their levels, except those about rows and those of the test's own
+  // requests.
   Lines KeptLines() const {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     Lines lines;
@@ -124,7 +126,7 @@ class WorkerFixture : public testing::Test {
     m_Host.ForgetCalls();
     ForgetLines();
   }
-  // Leaves the hook and the failures of the card library as they are.
+  // Clears only the record; the hook and the failures of the card library remain.
   void ForgetLines() {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     m_Lines.clear();
@@ -210,8 +212,8 @@ class WorkerFixture : public testing::Test {
 
  protected:
   unsigned long m_Begin = 0;
-  bool m_OneWorker =
-      true;  // with a second one, locks may be held while the first notifies the host
+  // False for two workers: one may hold locks while the other notifies the host.
+  bool m_OneWorker = true;
   // Called on the worker's thread; set them while it waits.
   std::function<void()> m_OnNotify;
   std::function<void(const std::string& line)> m_OnLine;

@@ -16,7 +16,7 @@ std::atomic<bool> g_NoMemory{false};
 
 }  // namespace
 
-// Replaces the library's function: the only way to run out of memory on demand.
+// Replaces the standard library's function, which is the only way to run out of memory on demand.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (g_NoMemory) return nullptr;
   try {
@@ -47,9 +47,9 @@ unsigned int CreateWithoutMemory(IPLUGINAPI** instance) {
 }
 
 TEST_F(WithoutMemory, CreateFailsAndStoresNull) {
-  int stranger = 0;
+  int unrelated = 0;
   IPLUGINAPI* plugin = nullptr;
-  const void* garbage = &stranger;
+  const void* garbage = &unrelated;
   std::memcpy(&plugin, &garbage, sizeof plugin);
   EXPECT_EQ(CreateWithoutMemory(&plugin), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(plugin, nullptr);
@@ -67,7 +67,7 @@ TEST_F(WithoutMemory, CreateKeepsAnEarlierPluginPublished) {
   releaseIf(&first);
 }
 
-TEST_F(WithoutMemory, CreateWorksOnceMemoryIsAvailable) {
+TEST_F(WithoutMemory, CreateSucceedsOnceMemoryIsAvailable) {
   IPLUGINAPI* plugin = nullptr;
   ASSERT_EQ(CreateWithoutMemory(&plugin), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(createIf(&plugin), 0U);

@@ -1,4 +1,5 @@
-// Host threads, worker and jobs at once: natively, and in many seeded schedules.
+// Host threads, the worker and jobs running simultaneously, with native threads and in many seeded
+// schedules.
 
 #include <gmock/gmock.h>
 
@@ -37,7 +38,7 @@ void Natively(void (*scenario)(Schedule)) {
 class Busy {
  public:
   explicit Busy(Schedule schedule) : m_Host(TimeOf(schedule)) {
-    // Trace lines would take half the time of hundreds of schedules.
+    // Trace lines would take up half the run time of hundreds of schedules.
     HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
     for (const char* state : {"2", "0", "2"}) {
@@ -91,10 +92,10 @@ class Busy {
 };
 
 // The first card is detached and attached outside the plug-in, which the worker reports. Jobs on
-// the second fail and report that themselves. Two threads collect all the time.
+// the second card fail and queue their own events. Two threads collect continuously.
 void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
   Busy busy(schedule);
-  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck", 3);
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed", 3);
   std::atomic<bool> done{false};
   const auto collect = [&] {
     while (!done) {
@@ -162,7 +163,7 @@ TEST(WorkerConcurrency, EventsKeepTheirOrderInEverySeededSchedule) {
   InManySchedules(CollectInOrder);
 }
 
-// The tree is consistent at any time: every link names an object in it.
+// Expects a consistent tree, in which every link refers to an object.
 void ExpectConsistentTree(const std::vector<PI::CObject>& objects) {
   std::map<std::uint64_t, const PI::CObject*> byId;
   for (const PI::CObject& object : objects) {
@@ -210,7 +211,8 @@ TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEveryS
   InManySchedules(ReadWhileCardsAreRemovedAndReturn);
 }
 
-// In the callback the host takes its locks, changes the interval and operates drives.
+// The host collects events in the callback while other threads change the interval and operate
+// drives.
 void NotifyAndOperate(Schedule schedule) {
   Busy busy(schedule);
   std::atomic<int> collected{0};
@@ -250,7 +252,7 @@ TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEverySeededSchedule
 }
 
 // A stop at any time while the worker runs.
-void StopAtAnyMoment(Schedule schedule) {
+void StopAtAnyTime(Schedule schedule) {
   Busy busy(schedule);
   busy.m_Host.Cards().Set("card0", "iom_state", "0");
   Pass(static_cast<std::int64_t>(schedule.value_or(7) * 13 % 2100));
@@ -260,7 +262,7 @@ void StopAtAnyMoment(Schedule schedule) {
 }
 
 TEST(WorkerConcurrency, AStopEndsTheWorkerInEverySeededSchedule) {
-  InManySchedules(StopAtAnyMoment);
+  InManySchedules(StopAtAnyTime);
 }
 
 }  // namespace

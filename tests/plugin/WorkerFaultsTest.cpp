@@ -18,7 +18,7 @@ using testing::SizeIs;
 
 class WorkerFaults : public WorkerFixture {
  protected:
-  // Two cards, and a scan at the next wake-up.
+  // Starts with two cards; the next wake-up scans them.
   void StartBeforeAScan() {
     AddCards(2);
     StartWatch();
@@ -29,7 +29,7 @@ class WorkerFaults : public WorkerFixture {
     ExpectNoLockHeld();
   }
   static HostKit::ThreadView TheNewestThread() { return HostKit::Threads().back(); }
-  // The threads of this test's plug-in, and how often `Cancel` was called for each.
+  // Renders the threads of this test's plug-in, and how often `Cancel` was called for each.
   static Lines Cancellations() {
     Lines texts;
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
@@ -41,7 +41,7 @@ class WorkerFaults : public WorkerFixture {
     return texts;
   }
 
-  // A card whose `function` blocks for a minute.
+  // Expects that a worker is canceled if `function` blocks for a minute.
   void ExpectCanceledIn(const std::string& function) {
     AddCards(1);
     StartWatch();
@@ -162,7 +162,7 @@ TEST_F(WorkerFaults, TracesAFailedScan) {
   StartWatch();
   AwaitWakeUps(2);
   ForgetAll();
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitWakeUps();
   EXPECT_THAT(
       KeptLines(),
@@ -170,7 +170,7 @@ TEST_F(WorkerFaults, TracesAFailedScan) {
                                TAKE_DATA,
                                TAKE_EVENTS,
                                {"16 Before ScanSystem()", "2 ENTER ScanSystem(0) PhyDrive=0",
-                                "16 ScanSystem, vsl_open = 62 (not now)",
+                                "16 ScanSystem, vsl_open = 62 (unavailable)",
                                 "16 After ScanSystem() ret = 20003", "4 Worker() after bscan"},
                                FREE_EVENTS,
                                FREE_DATA,
@@ -197,7 +197,7 @@ TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelat
   StartBeforeAScan();
   const Lines before = Tree();
   Set("card0", "board_name", "Other");
-  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  CardSim::FailCall("vsl_open", 2, 62, "unavailable");
   AwaitScans();
   Lines expected = before;
   expected[0] = "object 0130000000000000 type 19006 parents children";
@@ -210,14 +210,14 @@ TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelat
   ExpectNothingLeft();
 }
 
-TEST_F(WorkerFaults, TheScanAfterAFailedOneIsAWholeIntervalLater) {
+TEST_F(WorkerFaults, TheScanAfterAFailedOneIsAFullIntervalLater) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitScans(2);
-  // The failed scan took no time: 15,024 plus three thirds of the interval, two of them with quick
-  // polls.
+  // The failed scan took no time: the time is 15,024 ms plus three thirds of the interval, two of
+  // them with quick polls.
   EXPECT_THAT(ScanTimes(), ElementsAre(15024U, 30048U));
 }
 
@@ -225,7 +225,7 @@ TEST_F(WorkerFaults, AQuickPollRetriesAFailedScan) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
-  CardSim::FailCall("vsl_open", 2, 62, "not now");
+  CardSim::FailCall("vsl_open", 2, 62, "unavailable");
   AwaitScans();
   EXPECT_THAT(Events(), IsEmpty());
   AwaitWakeUps();
@@ -254,7 +254,7 @@ TEST_F(WorkerFaults, ADueScanWaitsForTheDataLock) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-TEST_F(WorkerFaults, WithoutTheEventsLockTheScanIsMadeAtTheNextWakeUp) {
+TEST_F(WorkerFaults, WithoutTheEventsLockTheScanRunsAtTheNextWakeUp) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -286,10 +286,10 @@ TEST_F(WorkerFaults, TheEventsLockCanBeUnavailableForSeveralWakeUps) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-// A plug-in with a scan in which one call fails.
-class Life : public WorkerFixture {
+// Runs a plug-in with a scan in which one call fails.
+class FailingScan : public WorkerFixture {
  public:
-  // Starts the plug-in, until the next wake-up is that of the scan.
+  // Starts the plug-in and waits until the next wake-up is that of a scan.
   void Begin() {
     AddCards(2);
     StartWatch();
@@ -311,7 +311,7 @@ class Life : public WorkerFixture {
   }
   void FailOnce(const std::string& function, unsigned int nth) {
     Begin();
-    CardSim::FailCall(function, nth, 62, "not now");
+    CardSim::FailCall(function, nth, 62, "unavailable");
     AwaitScans();
     EXPECT_THAT(m_Handles, SizeIs(function == "vsl_destroy" ? 1 : 0));
     EXPECT_THAT(CardSim::Misuse(), SizeIs(function == "vsl_close" ? 1 : 0));
@@ -334,18 +334,18 @@ class Life : public WorkerFixture {
 };
 
 TEST(WorkerFaultSweep, SurvivesTheFailureOfEachCallOfAScan) {
-  const std::map<std::string, unsigned int> counts = Life().CallsOfAScan();
+  const std::map<std::string, unsigned int> counts = FailingScan().CallsOfAScan();
   ASSERT_GE(counts.size(), 60U);
   for (const auto& [function, count] : counts) {
     for (unsigned int nth = 1; nth <= count; ++nth) {
       SCOPED_TRACE(function + " " + std::to_string(nth));
-      Life().FailOnce(function, nth);
+      FailingScan().FailOnce(function, nth);
     }
   }
 }
 
-// The stop is seen when the worker waits again.
-TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
+// The worker detects the stop when it waits again.
+TEST_F(WorkerFaults, AStopDuringAScanLetsItFinish) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
@@ -356,7 +356,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
   PassMs(15100 - static_cast<std::int64_t>(NowMs()));
   const unsigned long begin = NowMs();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
-  // The scan began at 15,024 and ends at 17,036.
+  // The scan starts at 15,024 ms and ends at 17,036 ms.
   const Timestamps waits = TimesOf("16 Wait for termination... (Worker)");
   EXPECT_THAT(waits, ElementsAre(begin + 100, begin + 600, begin + 1100, begin + 1600));
   EXPECT_EQ(NowMs() - begin, 2200U);
@@ -368,7 +368,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItEnd) {
 }
 
 // A host that continues although the locks and events could not be created.
-TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsAtOnce) {
+TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsImmediately) {
   AddCards(1);
   HostKit::FailEventInit(1);
   StartWatch("15", Number::ERR_LOCK_INITIALIZATION_FAILED);
@@ -378,7 +378,7 @@ TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsAtOnce) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-TEST_F(WorkerFaults, AStoppedWorkerEndsAtOnceWhileItWaits) {
+TEST_F(WorkerFaults, AStopEndsAWaitingWorkerImmediately) {
   AddCards(1);
   StartWatch();
   PassMs(1234);
@@ -415,12 +415,12 @@ TEST_F(WorkerFaults, AStuckWorkerIsCanceledAfterTwentyFiveSeconds) {
   ExpectCanceledIn("vsl_open");
 }
 
-// The same while it destroys a handle.
-TEST_F(WorkerFaults, AWorkerStuckDestroyingAHandleIsCanceledToo) {
+// As above, but while the worker destroys a handle.
+TEST_F(WorkerFaults, AWorkerStuckDestroyingAHandleIsAlsoCanceled) {
   ExpectCanceledIn("vsl_destroy");
 }
 
-// Whichever of the three threads is late, the worker is canceled, which has already ended.
+// Any late thread causes a cancellation of the worker, which has already ended here.
 TEST_F(WorkerFaults, ALateJobDoesNotAffectAnEndedWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -472,7 +472,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
   }
   expected.insert(expected.end(),
                   {"16 Kill Worker", "16 Kill Attach", "16 Kill Detach", "2 LEAVE DeInitialize"});
-  // The worker, on its way out, also traces that it releases its lock.
+  // The canceled worker also traces the release of its lock.
   Lines lines = KeptLines();
   const auto isOfALock = [](const std::string& line) { return line.rfind("8 ", 0) == 0; };
   lines.erase(std::remove_if(lines.begin(), lines.end(), isOfALock), lines.end());

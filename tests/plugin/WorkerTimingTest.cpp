@@ -1,4 +1,4 @@
-// When the worker wakes up, and at which wake-ups it scans.
+// The times of the worker's wake-ups, and the wake-ups at which it scans.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/HostThread.h"
@@ -16,7 +16,7 @@ using testing::SizeIs;
 
 class WorkerTiming : public WorkerFixture {};
 
-struct Rhythm {
+struct Timing {
   const char* name;
   const char* pollInterval;
   int cards;
@@ -25,16 +25,17 @@ struct Rhythm {
   Timestamps scans;  // the wake-ups with a scan
 };
 
-void PrintTo(const Rhythm& rhythm, std::ostream* stream) {
-  *stream << rhythm.name;
+void PrintTo(const Timing& timing, std::ostream* stream) {
+  *stream << timing.name;
 }
 
-// A wake-up comes a third of the interval after the end of the previous one. The third is late by
-// the time of the two quick polls, so the interval has elapsed. If the polls take no time, the
-// third comes exactly at the interval, which is not yet enough, and the fourth scans.
-const Rhythm TIMINGS[] = {
+// A wake-up occurs one third of the interval after the end of the previous wake-up. The third
+// wake-up is late by the duration of two quick polls, so the interval has elapsed. If the polls
+// take no time, the third wake-up occurs exactly at the interval, which is not yet enough, and the
+// fourth wake-up scans.
+const Timing TIMINGS[] = {
     {"Default", "15", 1, true, {5000, 10012, 15024, 20036, 25048, 30060}, {15024, 30060}},
-    {"DefaultNoTimeForAPoll",
+    {"DefaultWithInstantPolls",
      "15",
      1,
      false,
@@ -42,20 +43,20 @@ const Rhythm TIMINGS[] = {
      {20000, 40000}},
     {"TwoCards", "15", 2, true, {5000, 10024, 15048, 20072, 25096, 30120}, {15048, 30120}},
     {"Shortest", "2", 1, true, {666, 1344, 2022, 2700, 3378, 4056}, {2022, 4056}},
-    {"ShortestNoTimeForAPoll",
+    {"ShortestWithInstantPolls",
      "2",
      1,
      false,
      {666, 1332, 1998, 2664, 3330, 3996, 4662, 5328},
      {2664, 5328}},
-    {"ThirdsAreWhole", "3", 1, false, {1000, 2000, 3000, 4000, 5000}, {4000}},
+    {"ThirdsAreExact", "3", 1, false, {1000, 2000, 3000, 4000, 5000}, {4000}},
     {"ThirdsAreRoundedDown", "16", 1, false, {5333, 10666, 15999, 21332}, {21332}},
     {"Longest", "255", 1, true, {85000, 170012, 255024}, {255024}},
 };
 
-class EachPollInterval : public WorkerTiming, public testing::WithParamInterface<Rhythm> {};
+class EachPollInterval : public WorkerTiming, public testing::WithParamInterface<Timing> {};
 
-TEST_P(EachPollInterval, PollsEveryThirdAndScansEveryWholeInterval) {
+TEST_P(EachPollInterval, PollsEveryThirdAndScansEveryFullInterval) {
   AddCards(GetParam().cards);
   if (!GetParam().masks) WithoutMasks("card0");
   StartWatch(GetParam().pollInterval);
@@ -72,13 +73,13 @@ TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {
   StartWatch();
   AwaitWakeUps();
   Set("card0", "iom_state", "4");
-  // The quick poll at 10,012 sees the change and takes 12 ms, as does the scan.
+  // The quick poll at 10,012 ms sees the change and takes 12 ms, as does the scan.
   PassMs(28000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 10012U, 15036U, 20048U, 25060U, 30072U));
   EXPECT_THAT(ScanTimes(), ElementsAre(10024U, 25060U));
 }
 
-// At 37,000 exactly one interval has passed since the reads, which is not yet enough.
+// At 37,000 ms, exactly one interval has passed since the reads, which is not yet enough.
 TEST_F(WorkerTiming, TheNextScanIsDueAnIntervalAfterTheReadsOfTheLast) {
   AddCards(1);
   WithoutMasks("card0");
@@ -93,7 +94,7 @@ TEST_F(WorkerTiming, TheNextScanIsDueAnIntervalAfterTheReadsOfTheLast) {
 }
 
 // The two statements of a scan without a change take a second.
-TEST_F(WorkerTiming, TheTimeOfTheRowsDoesNotPostponeTheNextScan) {
+TEST_F(WorkerTiming, WritingTheRowsDoesNotPostponeTheNextScan) {
   const DatabaseLife database;
   AddCards(1);
   WithoutMasks("card0");
@@ -150,16 +151,16 @@ TEST_F(WorkerTiming, AnOperationOfADriveDelaysTheNextQuickPoll) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(9000U));
 }
 
-TEST_F(WorkerTiming, AnOverdueScanIsNotForgottenAtAnotherWakeUp) {
+TEST_F(WorkerTiming, AnOverdueScanRunsAtAnotherWakeUp) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
   HostKit::FailLockWait(1, 1);
-  AwaitWakeUps();  // at 15,024, when a scan is due and the data lock cannot be taken
+  AwaitWakeUps();  // at 15,024 ms, when a scan is due and the data lock is unavailable
   EXPECT_THAT(ScanTimes(), IsEmpty());
   EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
   PassMs(85100);
-  // No scan would be due yet by the interval.
+  // By the interval alone, no scan would be due yet.
   EXPECT_THAT(ScanTimes(), SizeIs(1));
 }
 
@@ -201,7 +202,7 @@ class OddInterval : public WorkerTiming {
   }
 };
 
-TEST_F(OddInterval, ZeroNeitherSpinsNorStops) {
+TEST_F(OddInterval, ZeroNeitherSpinsNorStopsTheWorker) {
   StartWith(0);
   PassMs(1100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
@@ -218,7 +219,7 @@ TEST_F(OddInterval, OfOneSecondIsKept) {
   StartWith(1);
   PassMs(1100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
-  // Counted from the start; the next interval has again elapsed at the third wake-up.
+  // The times are counted from the start. The next interval has also elapsed at the third wake-up.
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U));
   PassMs(300);
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U, 2368U));

@@ -1,5 +1,5 @@
 // A host whose working directory has been deleted. Its database is elsewhere, and neither a start
-// nor reopening the file may end the process.
+// nor reopening the file may terminate the process.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -26,21 +26,21 @@ class WorkingDirectory : public WorkerFixture {
     close(m_Before);
   }
 
-  std::filesystem::path Directory() const { return m_Host.Directory() / "workplace"; }
+  std::filesystem::path Directory() const { return m_Host.Directory() / "working"; }
   std::string File() const { return (m_Host.Directory() / "state" / "rows.db").string(); }
 
   void Enter() const {
     std::filesystem::create_directory(Directory());
     std::filesystem::current_path(Directory());
   }
-  void DeleteIt() const { std::filesystem::remove_all(Directory()); }
+  void Delete() const { std::filesystem::remove_all(Directory()); }
 
   // Runs in a process that has not opened a database yet. The exit code is the number of adapter
   // rows.
   [[noreturn]] void StartIn(const std::string& database) {
     AddCards(2);
     Enter();
-    DeleteIt();
+    Delete();
     setenv("CORVANE_DATABASE", database.c_str(), 1);
     if (m_Host.Start() != 0 || m_Host.Topology().size() != 5) _exit(90);
     for (const std::string& line : m_Host.Traces(128)) std::fprintf(stderr, "%s\n", line.c_str());
@@ -61,7 +61,7 @@ TEST_F(WorkingDirectoryDeathTest, CanBeDeletedBeforeAStart) {
 TEST_F(WorkingDirectory, CanBeDeletedBeforeAStartOnARelativePath) {
   AddCards(1);
   Enter();
-  DeleteIt();
+  Delete();
   DatabaseLife::Begin("rows.db");
   ASSERT_EQ(m_Host.Start(), 0U);
   EXPECT_THAT(m_Host.Traces(128), Contains(HasSubstr("(unable to open database file)")));
@@ -74,7 +74,7 @@ TEST_F(WorkingDirectory, CanBeDeletedBeforeTheWorkerReopensItsFile) {
   Enter();
   DatabaseLife::Begin(File());
   StartWatch();
-  DeleteIt();
+  Delete();
   std::filesystem::remove_all(std::filesystem::path(File()).parent_path());
   Set("card0", "temp_internal_deg_c", "60.0");
   AwaitScans();

@@ -25,7 +25,7 @@ thread_local Watch g_Watch;
 
 enum class Owner { Plugin, ForPlugin, Other };
 
-// What the host's library does for the plug-in: it copies events and formats trace lines.
+// Whether the host's library allocates for the plug-in: it copies events and formats trace lines.
 bool IsForPlugin(const char* symbol) {
   for (const char* type : {"_ZN2PI6CEvent", "_ZN3MBX14Output_Streams13CFormatStream"}) {
     if (std::strstr(symbol, type) != nullptr) return true;
@@ -93,7 +93,7 @@ std::size_t WatchedAllocations::LargestBytes() const {
 
 }  // namespace CorvaneTest
 
-// Replaces the library's function: the only way to run out of memory on demand.
+// Replaces the standard library's function, which is the only way to run out of memory on demand.
 
 void* operator new(std::size_t size) {
   CorvaneTest::Note(size);
@@ -101,7 +101,7 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
-// The library's own function could take its memory from elsewhere than the one above.
+// The standard library's nothrow function might not call the function above.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   try {
     return ::operator new(size);

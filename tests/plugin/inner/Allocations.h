@@ -1,8 +1,8 @@
-// The plug-in's allocations, counted and made to fail.
+// Counts the plug-in's allocations and makes them fail.
 //
-// The plug-in's sources are in the program itself: an allocation is the plug-in's when nothing of
-// the card library, the database or the host kit, except its events and the texts of its trace
-// lines, is between it and the test.
+// The plug-in's sources are compiled into the program. An allocation belongs to the plug-in if no
+// function of the card library, the database or the host kit is on the call stack; the kit's
+// functions for events and trace texts are allowed.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,15 @@
 namespace CorvaneTest {
 
 enum class Shortage {
-  OneFails,  // one allocation fails, and the ones after it succeed
-  AllFail,   // that one and all after it fail
+  OneFails,  // one allocation fails, and later ones succeed
+  AllFail,   // one allocation and all later ones fail
 };
 
-// Counts the allocations of the calling thread while it exists. One object at a time per thread.
+// Counts the plug-in's allocations on the calling thread while it exists. Only one object at a time
+// may exist per thread.
 class WatchedAllocations {
  public:
-  // The `failing`-th one throws `std::bad_alloc`, counted from 1; 0 for none.
+  // Allocation number `failing`, counted from 1, throws `std::bad_alloc`; 0 for none.
   explicit WatchedAllocations(std::size_t failing = 0, Shortage shortage = Shortage::OneFails);
   ~WatchedAllocations();
   WatchedAllocations(const WatchedAllocations&) = delete;

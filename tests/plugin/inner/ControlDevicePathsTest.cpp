@@ -1,5 +1,5 @@
-// The list of the cards that were found at the start. Scans use its positions and paths only, so
-// the test reads it in the plug-in.
+// The list of the cards that were found at the start. Scans use only its positions and paths, so
+// the test reads the list in the plug-in.
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ OPEN_MEMBER(ControlDevicePathsMember, m_ControlDevicePaths,
 
 using testing::ElementsAre;
 
-// "0 /dev/fct1": number and path of each entry.
+// Renders number and path of each entry, such as "0 /dev/fct1".
 std::vector<std::string> ControlDevicePaths() {
   std::vector<std::string> texts;
   for (const auto& entry : ThePlugin().*Open(ControlDevicePathsMember())) {
@@ -27,7 +27,7 @@ std::vector<std::string> ControlDevicePaths() {
   return texts;
 }
 
-TEST(ControlDevicePaths, AreNumberedWithoutTheCardsThatDoNotCount) {
+TEST(ControlDevicePaths, AreNumberedWithoutUnusableCards) {
   SimulatedHost host;
   for (int i = 0; i < 4; ++i) host.AddCard();
   host.Cards().MakeAbsent("card0", "serial_number");

@@ -1,5 +1,5 @@
-// The event that forces a full scan. It is the first of the three that the worker waits for.
-// Nothing sets it, so the test accesses it in the plug-in.
+// The event that forces a full scan. It is the first of the three events that the worker waits for.
+// Nothing in the plug-in sets it, so the test does.
 
 #include "tests/plugin/Watch.h"
 #include "tests/plugin/inner/Opened.h"
@@ -26,7 +26,7 @@ constexpr const char* FORCED = "4 Worker() m_ForceWorker event received, force s
 
 class ForceWorker : public WorkerFixture {
  protected:
-  // One card, and a worker that has waited for a while.
+  // Starts with one card and a worker that has waited for a while.
   void Start() {
     AddCards(1);
     StartWatch();
@@ -36,7 +36,7 @@ class ForceWorker : public WorkerFixture {
   static void Force() { SetEvent(ForceWorkerMember()); }
 };
 
-TEST_F(ForceWorker, ScansAtOnceWithoutAQuickPoll) {
+TEST_F(ForceWorker, ScansImmediatelyWithoutAQuickPoll) {
   Start();
   Force();
   PassMs(100);
@@ -49,7 +49,7 @@ TEST_F(ForceWorker, ScansAtOnceWithoutAQuickPoll) {
                   "16 Before ScanSystem()", "2 ENTER ScanSystem(0) PhyDrive=0"));
   EXPECT_EQ(lines.back(), "2 Worker() before restart interval");
   EXPECT_THAT(ScanTimes(), ElementsAre(1234U));
-  // A quick poll would ask for the masks next.
+  // A quick poll would query the masks next.
   EXPECT_EQ(m_Host.Calls()[2], "vsl_has_pci_bus card#1");
 }
 
@@ -63,7 +63,7 @@ TEST_F(ForceWorker, CausesOneScanAndRestartsTheInterval) {
   EXPECT_THAT(ScanTimes(), ElementsAre(1234U, 16270U));
 }
 
-TEST_F(ForceWorker, FindsWhatAQuickPollDoesNotSee) {
+TEST_F(ForceWorker, DetectsAChangeThatAQuickPollDoesNotSee) {
   Start();
   Set("card0", "sector_size_bytes", "4096");
   Force();
@@ -72,18 +72,18 @@ TEST_F(ForceWorker, FindsWhatAQuickPollDoesNotSee) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-TEST_F(ForceWorker, IsNotForgottenWhileTheDataLockIsUnavailable) {
+TEST_F(ForceWorker, IsKeptWhileTheDataLockIsUnavailable) {
   Start();
   HostKit::FailLockWait(1, 1);
   Force();
   PassMs(100);
   EXPECT_THAT(ScanTimes(), IsEmpty());
-  // No scan would be due yet by the interval.
+  // By the interval alone, no scan would be due yet.
   PassMs(5000);
   EXPECT_THAT(ScanTimes(), ElementsAre(6234U));
 }
 
-TEST_F(ForceWorker, IsNotForgottenWhileTheEventsLockIsUnavailable) {
+TEST_F(ForceWorker, IsKeptWhileTheEventsLockIsUnavailable) {
   Start();
   HostKit::FailLockWait(2, 1);
   Force();
@@ -93,7 +93,7 @@ TEST_F(ForceWorker, IsNotForgottenWhileTheEventsLockIsUnavailable) {
   EXPECT_THAT(ScanTimes(), ElementsAre(6234U));
 }
 
-// All three events are set during the host's callback, in the opposite order.
+// All three events are set during the host's callback, in reverse order.
 TEST_F(ForceWorker, IsServedBeforeTheStopAndTheStopBeforeTheHostCall) {
   Start();
   bool first = true;

@@ -1,5 +1,5 @@
-// Handles of the card library: which kind can be passed to which call, and how a handle is
-// destroyed when its function is left early.
+// Handles of the card library: the calls that accept each kind, and the destruction of a handle
+// when its function is left early.
 
 #include <gmock/gmock.h>
 #include <pthread.h>
@@ -20,8 +20,8 @@ using namespace NAMESPACE_Corvane;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Row: a handle; column: the parameter of a call. A format is also accepted as a job; no other kind
-// is accepted for another.
+// Whether `Handle` is accepted as each kind of parameter. A format is also accepted as a job; every
+// other kind is accepted only as itself.
 template <class Handle>
 constexpr bool Is(bool card, bool adapter, bool format, bool job, bool unit) {
   return std::is_convertible_v<Handle, CardRef> == card &&
@@ -42,24 +42,24 @@ static_assert(Is<UnitRef>(false, false, false, false, true));
 static_assert(Is<void*>(false, false, false, false, false));
 
 // The calls themselves.
-using Asking = decltype(&LocateLEDIsOn);
-static_assert(std::is_invocable_v<Asking, CardHandle&, ErrorRecord&>);
-static_assert(!std::is_invocable_v<Asking, AdapterHandle&, ErrorRecord&>);
-static_assert(!std::is_invocable_v<Asking, FormatHandle&, ErrorRecord&>);
-static_assert(!std::is_invocable_v<Asking, JobHandle&, ErrorRecord&>);
-using Starting = decltype(&Start);
-static_assert(std::is_invocable_v<Starting, JobHandle&, ErrorRecord&>);
-static_assert(std::is_invocable_v<Starting, FormatHandle&, ErrorRecord&>);
-static_assert(!std::is_invocable_v<Starting, CardHandle&, ErrorRecord&>);
-using Forcing = decltype(&SetForced);
-static_assert(std::is_invocable_v<Forcing, JobHandle&, ErrorRecord&>);
-static_assert(!std::is_invocable_v<Forcing, CardHandle&, ErrorRecord&>);
-using Sizing = decltype(&SetSizeBytes);
-static_assert(std::is_invocable_v<Sizing, FormatHandle&, std::uint64_t, ErrorRecord&>);
-static_assert(!std::is_invocable_v<Sizing, JobHandle&, std::uint64_t, ErrorRecord&>);
-static_assert(!std::is_invocable_v<Sizing, CardHandle&, std::uint64_t, ErrorRecord&>);
+using LocateLEDCall = decltype(&LocateLEDIsOn);
+static_assert(std::is_invocable_v<LocateLEDCall, CardHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<LocateLEDCall, AdapterHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<LocateLEDCall, FormatHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<LocateLEDCall, JobHandle&, ErrorRecord&>);
+using StartCall = decltype(&Start);
+static_assert(std::is_invocable_v<StartCall, JobHandle&, ErrorRecord&>);
+static_assert(std::is_invocable_v<StartCall, FormatHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<StartCall, CardHandle&, ErrorRecord&>);
+using ForceCall = decltype(&SetForced);
+static_assert(std::is_invocable_v<ForceCall, JobHandle&, ErrorRecord&>);
+static_assert(!std::is_invocable_v<ForceCall, CardHandle&, ErrorRecord&>);
+using SizeCall = decltype(&SetSizeBytes);
+static_assert(std::is_invocable_v<SizeCall, FormatHandle&, std::uint64_t, ErrorRecord&>);
+static_assert(!std::is_invocable_v<SizeCall, JobHandle&, std::uint64_t, ErrorRecord&>);
+static_assert(!std::is_invocable_v<SizeCall, CardHandle&, std::uint64_t, ErrorRecord&>);
 
-// A reader reads the attributes of its own kind.
+// A reader accepts only the attributes of its own kind.
 template <class Reader, class Attribute, class = void>
 constexpr bool Reads = false;
 template <class Reader, class Attribute>
@@ -117,7 +117,7 @@ TEST_F(HandleKinds, AHandleIsDestroyedOnce) {
               ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy card#1"));
 }
 
-TEST_F(HandleKinds, AHandleThatCouldNotBeMadeIsNotDestroyedUnlessAdopted) {
+TEST_F(HandleKinds, AHandleThatCouldNotBeCreatedIsNotDestroyedUnlessAdopted) {
   ErrorRecord error;
   {
     CardHandle card;
@@ -138,7 +138,7 @@ TEST_F(HandleKinds, AnExceptionClosesAndDestroysTheHandle) {
     CardHandle card;
     EXPECT_EQ(CreateHandle("/dev/fct0", card, error), 0U);
     EXPECT_EQ(card.Open(error), 0U);
-    throw std::runtime_error("on the way");
+    throw std::runtime_error("failed");
   };
   EXPECT_THROW(fail(), std::runtime_error);
   EXPECT_THAT(CardSim::CallTexts(),
@@ -146,12 +146,12 @@ TEST_F(HandleKinds, AnExceptionClosesAndDestroysTheHandle) {
                           "vsl_destroy card#1"));
 }
 
-// What a thread saw when it was canceled during the unwinding of an exception.
+// The progress of a thread that is canceled while an exception unwinds its stack.
 struct Canceled {
   std::atomic<bool> m_IsDestroying{false};
   std::atomic<bool> m_IsCanceled{false};
   std::atomic<bool> m_CaughtException{false};
-  std::atomic<bool> m_WentOn{false};
+  std::atomic<bool> m_Continued{false};
 };
 
 extern "C" void* DestroyWhileUnwinding(void* argument) {
@@ -160,12 +160,12 @@ extern "C" void* DestroyWhileUnwinding(void* argument) {
     ErrorRecord error;
     CardHandle card;
     EXPECT_EQ(CreateHandle("/dev/fct0", card, error), 0U);
-    throw std::runtime_error("on the way");
+    throw std::runtime_error("failed");
   } catch (const std::runtime_error&) {
     canceled.m_CaughtException = true;
   }
   pthread_testcancel();
-  canceled.m_WentOn = true;
+  canceled.m_Continued = true;
   return nullptr;
 }
 
@@ -185,7 +185,7 @@ TEST_F(HandleKinds, ACancellationWaitsForTheEndOfTheUnwinding) {
   void* result = nullptr;
   ASSERT_EQ(pthread_join(thread, &result), 0);
   EXPECT_TRUE(canceled.m_CaughtException);
-  EXPECT_FALSE(canceled.m_WentOn);
+  EXPECT_FALSE(canceled.m_Continued);
   EXPECT_EQ(result, PTHREAD_CANCELED);
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
 }

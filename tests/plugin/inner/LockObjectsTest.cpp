@@ -1,5 +1,5 @@
-// Objects that are marked as being worked on. The worker removes all marks before it notifies the
-// host. Nothing sets a mark, so the test does it in the plug-in.
+// Objects that are marked as locked. The worker removes all marks before it notifies the host.
+// Nothing in the plug-in sets a mark, so the test does.
 
 #include <gmock/gmock.h>
 
@@ -34,7 +34,7 @@ class LockObjects : public testing::Test {
   }
   static unsigned int Unlock() { return (ThePlugin().*Open(UnlockObjectsMember()))(); }
 
-  // A character for each object in the order of the tree: L for a marked one.
+  // Renders one character per object in the order of the tree: L if it is marked.
   std::string Marks() {
     std::string marks;
     for (const PI::CObject& object : m_Host.Topology()) marks += object.m_Locked ? 'L' : '-';
@@ -53,7 +53,7 @@ TEST_F(LockObjects, WithoutAnAdapterMarksEverything) {
   }
 }
 
-TEST_F(LockObjects, WithAnAdapterMarksItsDriveAndNotTheAdapter) {
+TEST_F(LockObjects, WithAnAdapterMarksItsDriveButNotTheAdapter) {
   const std::pair<int, const char*> cases[] = {
       {0, "----L--"}, {1, "-----L-"}, {2, "------L"}, {3, "-------"}};
   for (const auto& [adapter, marks] : cases) {
@@ -65,8 +65,8 @@ TEST_F(LockObjects, WithAnAdapterMarksItsDriveAndNotTheAdapter) {
   }
 }
 
-// Only the sign of the drive's number matters: a negative number marks all drives, any other the
-// first one.
+// Only the sign of the drive's number matters: a negative number marks all drives, any other number
+// the first drive.
 TEST_F(LockObjects, WithAnAdapterOfTwoDrivesMarksTheFirstOrBoth) {
   Drives()[2].m_CardIndex = 1;
   EXPECT_EQ(Lock(1, 5), 0U);
@@ -104,7 +104,7 @@ TEST_F(LockObjects, IsUndoneByAScanThatCallsTheHost) {
   EXPECT_EQ(Marks(), "-------");
 }
 
-// The marks are gone before other threads can take the lock.
+// The marks are removed before other threads can acquire the lock.
 TEST_F(LockObjects, IsUndoneByAScanBeforeTheDataLockIsReleased) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
   Pass(1);
@@ -126,11 +126,11 @@ TEST_F(LockObjects, IsUndoneByAScanBeforeTheDataLockIsReleased) {
 // Marks of a failed scan, which changes no records: only a notification removes them.
 class LockObjectsInAFailedScan : public LockObjects {
  protected:
-  // The marks at each notification.
+  // Returns the marks at each notification.
   std::vector<std::string> MarksAtNotifications() {
     std::vector<std::string> marks;
     m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) { marks.push_back(Marks()); };
-    CardSim::FailCall("vsl_open", 1, 62, "not now", 1000);
+    CardSim::FailCall("vsl_open", 1, 62, "unavailable", 1000);
     m_Host.ForgetTraces();
     Pass(3000);
     EXPECT_THAT(m_Host.Traces(16), testing::Contains("After ScanSystem() ret = 20003").Times(1));
@@ -149,7 +149,7 @@ TEST_F(LockObjectsInAFailedScan, IsKeptWithoutAnEvent) {
 
 TEST_F(LockObjectsInAFailedScan, IsUndoneWithAQueuedEvent) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
-  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "no luck");
+  CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_ATTACH), 0U);
   Pass(1);
   EXPECT_EQ(Lock(-1, -1), 0U);

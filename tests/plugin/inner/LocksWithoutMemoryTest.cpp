@@ -1,6 +1,6 @@
-// Locks that are released before the end of a block when memory runs out: whichever allocation
-// fails, the next command gets the lock. A thread of the plug-in would end the process then, so its
-// steps run on the test's own thread here.
+// Locks that are released before the end of a block, in the case that memory runs out: whichever
+// allocation fails, the next command can acquire the lock. The exception would terminate the
+// process on a thread of the plug-in, so the thread's steps run on the test's own thread.
 
 #include <gmock/gmock.h>
 
@@ -28,7 +28,7 @@ using testing::IsEmpty;
 OPEN_MEMBER(AttachMember, Attach, unsigned int (Plugin::*)(const std::string&));
 OPEN_MEMBER(EventsMember, m_Events, std::vector<PI::CEvent> Plugin::*);
 
-// The type of `Poll` is deduced, because that of its parameter is private, too.
+// The type of `Poll` is deduced, because the type of its parameter is also private.
 template <class Tag, auto pointer>
 struct Deduced {
   friend auto Open(Tag) { return pointer; }
@@ -38,7 +38,7 @@ struct PollMember {
 };
 template struct Deduced<PollMember, &Plugin::Poll>;
 
-// A pass of the worker when a scan is due.
+// Runs a pass of the worker in which a scan is due.
 template <class State>
 void PollBy(void (Plugin::*poll)(State&)) {
   State state;
@@ -80,7 +80,8 @@ class LocksWithoutMemory : public testing::Test {
     }
   }
 
-  // On another thread of the host, because the thread that holds a lock can take it again.
+  // Collects on another thread of the host, because the thread that holds a lock can acquire it
+  // again.
   std::size_t EventsForTheNextCommand() {
     std::size_t count = 0;
     const auto collect = [&] { count = m_Host.CollectEvents().size(); };
@@ -92,16 +93,16 @@ class LocksWithoutMemory : public testing::Test {
   std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_Real;
 };
 
-struct Trouble {
+struct MemoryCase {
   const char* name;
   unsigned int traceMask;
   Shortage shortage;
 };
 
-class EachAllocation : public LocksWithoutMemory, public testing::WithParamInterface<Trouble> {
+class EachAllocation : public LocksWithoutMemory, public testing::WithParamInterface<MemoryCase> {
  protected:
   // Fails each allocation of the step in turn, until none is left, and returns their number.
-  // `prepare` runs before each try and `check` after it, without failures.
+  // `prepare` runs before each attempt and `check` after it, both without failures.
   template <class Step>
   std::size_t FailEach(
       Step step, const std::function<void()>& prepare = [] {},
@@ -117,7 +118,7 @@ class EachAllocation : public LocksWithoutMemory, public testing::WithParamInter
   }
 
  private:
-  // The allocations of the step, or `failing` if that one was reached.
+  // Returns the number of allocations of the step, or `failing` if that allocation was reached.
   template <class Step>
   std::size_t CountWithFailure(Step step, std::size_t failing) {
     HostKit::SetTraceMask(GetParam().traceMask);
@@ -181,12 +182,13 @@ TEST_P(EachAllocation, OfAJobReleasesItsLocks) {
 }
 
 INSTANTIATE_TEST_SUITE_P(LocksWithoutMemory, EachAllocation,
-                         testing::Values(Trouble{"Untraced", kNoTraces, Shortage::OneFails},
-                                         Trouble{"Traced", kAllTraces, Shortage::OneFails},
-                                         Trouble{"TracedToTheEnd", kAllTraces, Shortage::AllFail}),
+                         testing::Values(MemoryCase{"Untraced", kNoTraces, Shortage::OneFails},
+                                         MemoryCase{"Traced", kAllTraces, Shortage::OneFails},
+                                         MemoryCase{"TracedToTheEnd", kAllTraces,
+                                                    Shortage::AllFail}),
                          [](const auto& row) { return std::string(row.param.name); });
 
-// The poll fails for another reason than memory, and traces its releases.
+// The poll fails for a reason other than memory and traces its releases.
 TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
   struct Broken : DatabaseWrapper::DatabaseDAO {
     std::vector<std::string> query(std::string) override { throw std::logic_error("broken"); }
@@ -208,7 +210,7 @@ TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
   }
 }
 
-// The reason of a failure is formatted only for a trace line.
+// The reason for a failure is formatted only for a trace line.
 TEST_F(LocksWithoutMemory, AJobFormatsNoTextThatIsNotTraced) {
   const std::string reason(5000, 'x');  // longer than an error record
   CardSim::FailCall("vsl_op_start", 1, 5, reason, 2);

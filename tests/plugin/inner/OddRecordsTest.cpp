@@ -1,5 +1,5 @@
-// Properties of records that no scan produces: states that are only on the lists of choices, or
-// unknown, and a card number that is negative when signed.
+// Properties of records that no scan produces: unknown states, states that occur only in the lists
+// of choices, and a card number that is negative when signed.
 
 #include <gmock/gmock.h>
 
@@ -74,7 +74,6 @@ TEST_F(OddRecords, ShowTheHealthyIndicatorForOtherAdapterStatuses) {
   }
 }
 
-// The number is sign-extended.
 TEST_F(OddRecords, SignExtendTheAdapterNumber) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {2147483647, "ADAPTER_NUMBER = 2147483647 (label ID, sort 23003)"},
@@ -87,7 +86,6 @@ TEST_F(OddRecords, SignExtendTheAdapterNumber) {
   }
 }
 
-// A value that is not on its list is still shown.
 TEST_F(OddRecords, ShowChoicesThatAreNotOnTheirList) {
   CFusionIOAdapter adapter;
   adapter.m_WriteThrottling = PI::Value::OK;

@@ -16,7 +16,7 @@ struct Opened {
   friend typename Member::Type Open(Member) { return pointer; }
 };
 
-// In the same namespace. The type chooses among functions of one name.
+// Use it in the same namespace. The type selects among overloaded functions.
 #define OPEN_MEMBER(Name, member, ...) \
   struct Name {                        \
     using Type = __VA_ARGS__;          \

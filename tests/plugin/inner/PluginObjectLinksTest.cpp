@@ -1,5 +1,5 @@
-// The links of the plug-in object after a scan. Nothing gives it a parent, so the test does it in
-// the plug-in.
+// The links of the plug-in object after a scan. Nothing in the plug-in gives it a parent, so the
+// test does.
 
 #include "tests/plugin/Watch.h"
 #include "tests/plugin/inner/Opened.h"
@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 class PluginObjectLinks : public WorkerFixture {
  protected:
-  // A worker whose next wake-up scans.
+  // Starts a worker whose next wake-up scans, and gives the plug-in object a parent.
   void StartWithAParent() {
     AddCards(2);
     StartWatch();
@@ -30,7 +30,7 @@ TEST_F(PluginObjectLinks, AreTheAdaptersAfterAScan) {
 
 TEST_F(PluginObjectLinks, AreRemovedByAFailedScan) {
   StartWithAParent();
-  CardSim::FailCall("vsl_open", 1, 62, "not now");
+  CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitScans();
   EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), testing::SizeIs(1));
   EXPECT_THAT(PluginObject().m_Parents, IsEmpty());

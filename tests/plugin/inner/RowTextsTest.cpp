@@ -1,4 +1,4 @@
-// Rows of records that no scan produces: states that are only on the lists of choices, numbers
+// Rows of records that no scan produces: states that occur only in the lists of choices, numbers
 // without a name, names that do not end in a number in brackets, unknown serial numbers.
 
 #include <gmock/gmock.h>
@@ -91,8 +91,8 @@ TEST_F(RowTexts, AreEmptyForNumbersWithoutAName) {
   EXPECT_THAT(row.statusReasonNames, ElementsAre("ATTACHED", "", "DETACHED", ""));
 }
 
-// The text before the first bracket, without the blank; a name that begins with a bracket is kept
-// whole.
+// The name ends at the blank before the first bracket; a name that starts with a bracket is
+// unchanged.
 TEST_F(RowTexts, EndADrivesNameBeforeTheBracket) {
   const std::pair<const char*, const char*> cases[] = {
       {"Drive (0)", "Drive"}, {"Two Words 1.3TB (0)", "Two Words 1.3TB"},
@@ -150,8 +150,7 @@ TEST_F(RowTexts, ClampATemperatureOutOfRange) {
   }
 }
 
-// Previous contents of the row are replaced.
-TEST_F(RowTexts, ReplaceAWholeRow) {
+TEST_F(RowTexts, ReplaceACompleteRow) {
   RaidDataModels::Adapter row;
   row.alarmState = "old";
   row.driverVersion = "old";

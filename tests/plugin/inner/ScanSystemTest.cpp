@@ -1,5 +1,5 @@
 // A scan into lists that are not empty. The plug-in passes empty lists, so the test calls the
-// function with its own.
+// function directly.
 
 #include <gmock/gmock.h>
 
@@ -17,7 +17,7 @@ using testing::Contains;
 
 class ScanSystem : public testing::Test {
  protected:
-  // Three adapters and five drives that no card has.
+  // Fills the lists with three adapters and five drives that belong to no card.
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
     m_Adapters.resize(3);

@@ -1,5 +1,5 @@
-// Properties and operations are created for each request. The stored objects keep none: the next
-// tree would include them and grow with each request.
+// Properties and operations are created for each request. The stored objects keep none; otherwise
+// the next tree would include them and grow with each request.
 
 #include <gmock/gmock.h>
 
@@ -13,8 +13,8 @@
 namespace CorvaneTest {
 namespace {
 
-// The stored objects and their lists that are not empty.
-std::string WhatIsKept() {
+// Renders the lists of the stored objects that are not empty.
+std::string KeptLists() {
   std::string kept;
   const auto check = [&kept](const std::string& object, const PI::CObject& stored) {
     if (!stored.m_Properties.empty()) kept += object + " properties,";
@@ -42,7 +42,7 @@ class StoredObjects : public testing::Test {
 
 TEST_F(StoredObjects, KeepNothingOfTheTree) {
   ASSERT_EQ(m_Host.Topology().size(), 3U);
-  EXPECT_EQ(WhatIsKept(), "");
+  EXPECT_EQ(KeptLists(), "");
 }
 
 TEST_F(StoredObjects, KeepNothingOfTheirProperties) {
@@ -53,7 +53,7 @@ TEST_F(StoredObjects, KeepNothingOfTheirProperties) {
     m_Host.Execute(PI::CMD_SET_PROPERTY, object, &property);
   }
   EXPECT_EQ(m_Host.SetPollInterval(3), 0U);
-  EXPECT_EQ(WhatIsKept(), "");
+  EXPECT_EQ(KeptLists(), "");
 }
 
 TEST_F(StoredObjects, KeepNothingOfTheirOperations) {
@@ -66,7 +66,7 @@ TEST_F(StoredObjects, KeepNothingOfTheirOperations) {
     }
   }
   m_Host.Run(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE);
-  EXPECT_EQ(WhatIsKept(), "");
+  EXPECT_EQ(KeptLists(), "");
 }
 
 TEST_F(StoredObjects, KeepNothingAcrossAScanThatChangesThem) {
@@ -74,7 +74,7 @@ TEST_F(StoredObjects, KeepNothingAcrossAScanThatChangesThem) {
   m_Host.Set({{"board_name", "Other"}, {"sector_size_bytes", "4096"}});
   Pass(5000);
   ASSERT_EQ(Adapters().at(0).m_BoardName, "Other");
-  EXPECT_EQ(WhatIsKept(), "");
+  EXPECT_EQ(KeptLists(), "");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The comparison of a scan with the stored records, as a value: no plug-in, no card and no lock.
+// The comparison of a scan with the stored records, without a plug-in, a card or a lock.
 
 #include <gmock/gmock.h>
 
@@ -60,7 +60,7 @@ SystemDifference Compared(const Records& stored, const Records& scanned) {
   return Compare(stored.adapters, stored.drives, scanned.adapters, scanned.drives, NOW);
 }
 
-// "+A1" added, "~A1" changed, "-A1" removed.
+// Renders "+A1" for added, "~A1" for changed and "-A1" for removed records.
 std::vector<std::string> Names(const SystemDifference& difference) {
   std::vector<std::string> texts;
   for (const auto& each : difference.m_AddedAdapters) texts.push_back("+" + each.m_Name);
@@ -70,7 +70,7 @@ std::vector<std::string> Names(const SystemDifference& difference) {
   for (const auto& each : difference.m_ChangedDrives) texts.push_back("~" + each.m_Name);
   return texts;
 }
-// "CTRL_PNPADD/2 of 11": name, severity and object.
+// Renders name, severity and object, such as "CTRL_PNPADD/2 of 11".
 std::vector<std::string> Events(const SystemDifference& difference) {
   std::vector<std::string> texts;
   for (const PI::CEvent& event : difference.m_Events) {
@@ -103,7 +103,7 @@ TEST_P(EachDifference, HasItsRecordsAndEvents) {
   EXPECT_EQ(difference.Any(), !GetParam().records.empty());
 }
 
-// A mask that the histories have seen twice, so that this scan accepts it.
+// Sets histories that contain the masks twice, so that this scan accepts the masks.
 void SeenTwice(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warnings,
                std::uint64_t info) {
   adapter.m_FlagHistoryIndex.m_Value = 2;
@@ -261,7 +261,7 @@ const Case CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Cases, EachDifference, testing::ValuesIn(CASES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST(SystemDifference, GivesEventsOfAnAdapterTheTimeAndItsStoredName) {
+TEST(SystemDifference, SetsTimeAndStoredNameInEventsOfAnAdapter) {
   const Records stored = Cards({1});
   Records scanned = stored;
   scanned.adapters[0].m_Name = "renamed";
@@ -274,7 +274,7 @@ TEST(SystemDifference, GivesEventsOfAnAdapterTheTimeAndItsStoredName) {
   EXPECT_EQ(event.m_PlaceHolders.at(0), "A1");
 }
 
-TEST(SystemDifference, GivesEventsOfADriveTheScannedNameOfItsAdapter) {
+TEST(SystemDifference, SetsTheScannedAdapterNameInEventsOfADrive) {
   const Records stored = Cards({1});
   Records scanned = stored;
   scanned.adapters[0].m_Name = "renamed";
@@ -289,7 +289,7 @@ TEST(SystemDifference, GivesEventsOfADriveTheScannedNameOfItsAdapter) {
   EXPECT_EQ(event.m_PlaceHolders.at(1), "D1");
 }
 
-// The stored record gets the masks in its histories, the scanned one the settled masks.
+// The stored record has the new masks in its histories; the scanned record has the settled masks.
 TEST(SystemDifference, EntersUnsettledMasksOnlyInTheHistories) {
   Records stored = Cards({1});
   CFusionIOAdapter& before = stored.adapters[0];
@@ -326,8 +326,9 @@ TEST(SystemDifference, ReusesTheSlotsOfTheHistoriesInTurn) {
   EXPECT_EQ(difference.m_ChangedAdapters[0].m_Before.m_FlagHistoryIndex.m_Value, 0U);
 }
 
-// Two equal masks of three are not enough, whichever two. The scan is the third.
-TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreAlike) {
+// Two equal masks out of three are not enough, whichever two they are. The mask of the scan is the
+// third.
+TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreEqual) {
   for (const std::size_t odd : {0U, 1U, 2U}) {
     Records stored = Cards({1});
     CFusionIOAdapter& adapter = stored.adapters[0];
@@ -348,7 +349,7 @@ TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreAlike) {
   }
 }
 
-TEST(SystemDifference, GivesAnAddedDriveTheGlobalNumberOfItsAdapter) {
+TEST(SystemDifference, AssignsTheAdaptersGlobalNumberToAnAddedDrive) {
   const Records stored = Cards({1});
   Records scanned = Cards({1, 2});
   scanned.drives[1].m_GlobalNumber = 99;

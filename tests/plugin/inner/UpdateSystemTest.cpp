@@ -1,5 +1,5 @@
-// A scan stored as the new state when adapters and drives do not come in pairs. No scan of cards
-// produces that, so the test accesses the plug-in and makes the scan itself.
+// Storing a scan in which adapters and drives are not paired. No scan of cards produces that, so
+// the test builds the scan itself.
 
 #include <gmock/gmock.h>
 
@@ -34,13 +34,13 @@ class UpdateSystem : public testing::Test {
     return (ThePlugin().*Open(UpdateSystemMember()))(m_Scanned, m_ScannedDrives);
   }
 
-  // An adapter that is added at the second position.
+  // Adds an adapter at the second position.
   void AddAdapter(const char* serialNumber) {
     CFusionIOAdapter adapter = m_Scanned.at(0);
     adapter.m_ID = NEW_ADAPTER;
     adapter.m_CardIndex = 1;
     adapter.m_GlobalNumber = 77;
-    adapter.m_Name = "Newcomer";
+    adapter.m_Name = "New adapter";
     adapter.m_SerialNumber = serialNumber;
     m_Scanned.push_back(adapter);
   }
@@ -54,7 +54,7 @@ class UpdateSystem : public testing::Test {
     m_ScannedDrives.push_back(drive);
   }
 
-  // Event and object.
+  // Renders event and object of each collected event.
   std::vector<std::string> Events() {
     std::vector<std::string> texts;
     for (const PI::CEvent& event : m_Host.CollectEvents()) {
@@ -81,21 +81,21 @@ class UpdateSystem : public testing::Test {
 };
 
 // The drive at the adapter's own position belongs to another card. The two drives after it belong
-// to this one, and the first of them counts.
+// to the added card, and the first of them is used.
 TEST_F(UpdateSystem, AddsTheFirstDriveWithTheAdaptersSerialNumber) {
   AddAdapter("NEW");
-  AddDrive(1, "OTHER", "At its place");
+  AddDrive(1, "OTHER", "At its position");
   AddDrive(2, "NEW", "By its number");
-  AddDrive(3, "NEW", "Too late");
+  AddDrive(3, "NEW", "Second match");
   EXPECT_EQ(Update(), 0U);
   EXPECT_THAT(LinesOfInsertedDrives(), ElementsAre("PD (By its number) inserted to db."));
   EXPECT_THAT(SerialNumbers(), ElementsAre("S100", "NEW"));
   EXPECT_THAT(Events(), ElementsAre("CTRL_PNPADD of 900"));
 }
 
-TEST_F(UpdateSystem, GivesTheAddedDriveTheNumberOfItsAdapterAndNoOther) {
+TEST_F(UpdateSystem, AssignsTheAdaptersNumberOnlyToTheAddedDrive) {
   AddAdapter("NEW");
-  AddDrive(1, "OTHER", "At its place");
+  AddDrive(1, "OTHER", "At its position");
   AddDrive(2, "NEW", "By its number");
   EXPECT_EQ(Update(), 0U);
   std::vector<std::uint32_t> numbers;
@@ -107,7 +107,7 @@ TEST_F(UpdateSystem, GivesTheAddedDriveTheNumberOfItsAdapterAndNoOther) {
 // The drive is stored without an event.
 TEST_F(UpdateSystem, AddsNoDriveOfAnotherSerialNumber) {
   AddAdapter("NEW");
-  AddDrive(1, "OTHER", "At its place");
+  AddDrive(1, "OTHER", "At its position");
   EXPECT_EQ(Update(), 0U);
   EXPECT_THAT(Events(), ElementsAre("CTRL_PNPADD of 900"));
   EXPECT_THAT(LinesOfInsertedDrives(), IsEmpty());
@@ -143,7 +143,7 @@ TEST_F(UpdateSystem, RaisesNoEventForANewDriveWithoutItsAdapter) {
   EXPECT_EQ(Drives().size(), 2U);
 }
 
-// A change of the drive counts, but the event would name an adapter that is not there.
+// A change of the drive counts, but its event would name a missing adapter.
 TEST_F(UpdateSystem, RaisesNoEventForAChangedDriveWithoutItsAdapter) {
   ASSERT_EQ(Update(), Number::ERR_GENERAL);
   m_Scanned.clear();
@@ -156,7 +156,7 @@ TEST_F(UpdateSystem, RaisesNoEventForAChangedDriveWithoutItsAdapter) {
 }
 
 // The adapter of the event is the one at the drive's position.
-TEST_F(UpdateSystem, NamesTheAdapterAtTheDrivesPlace) {
+TEST_F(UpdateSystem, NamesTheAdapterAtTheDrivesPosition) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "Its drive");
   ASSERT_EQ(Update(), 0U);

@@ -1,4 +1,4 @@
-// An exception of the host's callback on the worker's thread. It would end the process there, so
+// An exception from the host's callback. It would terminate the process on the worker's thread, so
 // the test runs the worker on its own thread.
 
 #include <gtest/gtest.h>
@@ -21,7 +21,8 @@ OPEN_MEMBER(PrivateEventMember, m_PrivateEvent, CEvent Plugin::*);
 
 class WorkerException : public testing::Test {
  protected:
-  // The next wait of the worker is for the host, and the one after it ends the worker.
+  // The first wait of the worker ends with a request to notify the host, and the second one with
+  // the stop.
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
     (ThePlugin().*Open(PrivateEventMember())).Set();
