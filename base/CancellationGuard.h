@@ -1,14 +1,15 @@
-// Defers a cancellation of the calling thread.
+// A guard that defers cancellation of the calling thread.
 #pragma once
 
 #include <pthread.h>
 
 namespace Base {
 
-// While the object lives, a native cancellation of the calling thread stays pending; it acts at the
-// thread's next cancellation point afterwards. Needed around cancellation points, such as close(),
-// that are reached below a destructor or anything else that is noexcept: unwinding from there would
-// end the process. Guards nest. Construct and destroy it on the same thread.
+// While the object exists, a native cancellation of the calling thread remains pending. It takes
+// effect at the thread's first cancellation point after the guard is destroyed. Required around
+// cancellation points, such as close(), in destructors and other noexcept functions, because
+// unwinding out of these would terminate the process. Guards can be nested. Construct and destroy a
+// guard on the same thread.
 class CancellationGuard {
  public:
   CancellationGuard() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_Previous); }

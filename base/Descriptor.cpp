@@ -55,8 +55,8 @@ Pipe MakePipe() {
 }
 
 void Discard(int number) {
-  const Descriptor nowhere = OpenAt(AT_FDCWD, "/dev/null", O_WRONLY);
-  if (nowhere.IsOpen()) dup2(nowhere.Get(), number);
+  const Descriptor null = OpenAt(AT_FDCWD, "/dev/null", O_WRONLY);
+  if (null.IsOpen()) dup2(null.Get(), number);
 }
 
 int WriteAll(const Descriptor& file, std::string_view text) {

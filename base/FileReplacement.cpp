@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kMaxAttempts = 100;
 
-// 0 or the error. Needs neither memory nor a descriptor.
+// Returns 0 or an errno. Allocates no memory and opens no file.
 int DrawDigits(std::array<char, 9>& digits) {
   std::uint32_t number = 0;
   if (getrandom(&number, sizeof number, 0) != sizeof number) return errno;
@@ -59,13 +59,14 @@ int FileReplacement::Install() {
   if (fsync(m_Draft.Get()) != 0) return errno;
   if (renameat(m_Directory, m_DraftName.c_str(), m_Directory, m_Name.c_str()) != 0) return errno;
   m_DraftName.clear();
-  // Some file systems cannot sync a directory; they keep its names safe by other means.
+  // Errors are ignored: the new file is already in place, and some file systems do not support
+  // syncing a directory.
   if (m_SyncDirectory.IsOpen()) fsync(m_SyncDirectory.Get());
   return 0;
 }
 
 int FileReplacement::Open(const std::string& name, mode_t mode) {
-  std::string draftName = name;  // before the file exists: what throws would leave it
+  std::string draftName = name;  // copied first: if the copy threw later, the file would be left
   m_Draft = OpenAt(m_Directory, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
   if (!m_Draft.IsOpen()) return errno;
   m_DraftName.swap(draftName);

@@ -13,7 +13,7 @@ bool IsGroupWritable(const struct stat& status) {
   return !S_ISLNK(status.st_mode) && (status.st_mode & S_IWGRP) != 0;
 }
 
-// fgetxattr() does not accept a descriptor that was opened with O_PATH.
+// fgetxattr() rejects a descriptor opened with O_PATH; for it, getxattr() reads the /proc link.
 bool HasAccessList(int file) {
   const std::string name = "/proc/self/fd/" + std::to_string(file);
   return fgetxattr(file, kAccessList, nullptr, 0) > 0 ||

@@ -1,18 +1,19 @@
-// The status of a file as TrustRules.h judges it, with its access list taken into account.
+// File status, including the access control list, for the checks in TrustRules.h.
 //
-// If a file has a POSIX access list, the group bits of its mode are the most that anyone in the
-// list may do. So when such a file can be written by its group, both functions also set S_IWOTH.
-// Any thread may call them.
+// If a file has a POSIX access control list, the group bits of its mode are the upper limit for all
+// users and groups in the list. Therefore, if such a file is group-writable, both functions also
+// set S_IWOTH. Thread-safe.
 #pragma once
 
 #include <sys/stat.h>
 
 namespace Base {
 
-// Like fstat(): 0, or -1 with errno. `file` may have been opened with O_PATH.
+// Calls fstat() and returns its result: 0, or -1 with errno set. `file` may have been opened with
+// O_PATH.
 int StatusOfOpened(int file, struct stat* status);
 
-// Like lstat(): 0, or -1 with errno.
+// Calls lstat() and returns its result: 0, or -1 with errno set.
 int StatusOfName(const char* name, struct stat* status);
 
 }  // namespace Base

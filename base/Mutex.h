@@ -1,4 +1,4 @@
-// Native mutexes that clang's thread-safety analysis knows.
+// Native mutexes annotated for clang's thread-safety analysis.
 #pragma once
 
 #include <chrono>
@@ -9,23 +9,23 @@
 
 namespace Base {
 
-// Not recursive. Needs no initialization, and its destruction does nothing, so that a static one
-// may be used until the process is gone.
+// A non-recursive mutex. Construction and destruction have no effect at run time, so that a static
+// mutex can be used until the process exits.
 class HOST_CAPABILITY Mutex {
  public:
   // Blocks until the calling thread holds the mutex.
   void Lock() HOST_ACQUIRE() { m_Native.lock(); }
-  // By the thread that holds it.
+  // Releases the mutex. Call only from the thread that holds it.
   void Unlock() HOST_RELEASE() { m_Native.unlock(); }
 
-  // For waits that release the mutex meanwhile.
+  // Returns the native mutex, for waiting on a condition variable.
   std::mutex& Native() { return m_Native; }
 
  private:
   std::mutex m_Native;
 };
 
-// Holds a mutex as long as it lives, except between `Unlock` and `Lock`.
+// Holds a mutex for its lifetime, except between `Unlock` and `Lock`.
 class HOST_SCOPED_CAPABILITY MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) HOST_ACQUIRE(mutex) : m_Mutex(mutex), m_IsHeld(true) {
@@ -52,8 +52,8 @@ class HOST_SCOPED_CAPABILITY MutexLock {
   bool m_IsHeld;
 };
 
-// `std::condition_variable` for a `MutexLock`, which must be held. A wait releases it meanwhile and
-// may end early: wait in a loop that tests the condition.
+// `std::condition_variable` for a `MutexLock`, which must be held. The mutex is released during a
+// wait. Wakeups can be spurious, so wait in a loop that tests the condition.
 class ConditionVariable {
  public:
   void Wait(MutexLock& lock) {
@@ -65,7 +65,7 @@ class ConditionVariable {
   void WaitFor(MutexLock& lock, const std::chrono::duration<Rep, Period>& duration) {
     WaitUntil(lock, std::chrono::steady_clock::now() + duration);
   }
-  // False: the deadline has passed.
+  // Returns false on timeout.
   template <class Clock, class Duration>
   bool WaitUntil(MutexLock& lock, const std::chrono::time_point<Clock, Duration>& deadline) {
     std::unique_lock<std::mutex> native(lock.m_Mutex.Native(), std::adopt_lock);

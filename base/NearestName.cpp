@@ -5,7 +5,7 @@
 namespace Base {
 namespace {
 
-// Bounds the work, which grows with the square of the length.
+// Caps the cost, which is quadratic in the length.
 constexpr std::size_t kLongestWord = 64;
 
 std::string Lower(std::string_view text) {
@@ -16,7 +16,7 @@ std::string Lower(std::string_view text) {
   return lower;
 }
 
-// Edits from one text to the other; exchanging two neighbors counts as one.
+// Returns the number of edits between the texts; swapping two adjacent characters is one edit.
 std::size_t Distance(std::string_view from, std::string_view to) {
   std::vector<std::vector<std::size_t>> cost(from.size() + 1,
                                              std::vector<std::size_t>(to.size() + 1));
@@ -36,7 +36,7 @@ std::size_t Distance(std::string_view from, std::string_view to) {
   return cost[from.size()][to.size()];
 }
 
-// To the name itself, or to the beginning of a long one.
+// Returns the distance to the name or, if that is less, one more than the distance to its start.
 std::size_t DistanceToName(std::string_view typed, std::string_view name) {
   std::size_t least = Distance(typed, name);
   if (typed.size() < 3) return least;
@@ -50,15 +50,15 @@ std::size_t DistanceToName(std::string_view typed, std::string_view name) {
 }  // namespace
 
 const std::string* NearestName(std::string_view word, const std::vector<std::string>& names,
-                               std::size_t slips) {
+                               std::size_t maxEdits) {
   if (word.size() > kLongestWord) return nullptr;
   const std::string typed = Lower(word);
-  const std::size_t limit = std::max(slips, word.size() / 3);
+  const std::size_t limit = std::max(maxEdits, word.size() / 3);
   const std::string* nearest = nullptr;
   std::size_t least = 2 * limit + 2;
   for (const std::string& candidate : names) {
     const std::string name = Lower(candidate);
-    // The first letter is seldom wrong.
+    // Among equally near names, prefer one with the same first letter, which is rarely mistyped.
     const std::size_t rank =
         2 * DistanceToName(typed, name) + (typed.substr(0, 1) == name.substr(0, 1) ? 0 : 1);
     const bool isShorter =

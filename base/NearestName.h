@@ -1,4 +1,4 @@
-// "Did you mean": the known name that is nearest to a mistyped one.
+// "Did you mean" suggestions: finds the known name nearest to a mistyped one.
 #pragma once
 
 #include <cstddef>
@@ -8,14 +8,16 @@
 
 namespace Base {
 
-// The one of `names` that `word` was probably meant to be, or nullptr when none is near. The result
-// points into `names`.
+// Returns the element of `names` nearest to `word`, or nullptr if none is near. The result points
+// into `names`.
 //
-// ASCII case does not matter. Near means at most `slips` inserted, missing, wrong or exchanged
-// characters, or one per three characters of `word` if that is more. The start of a name counts
-// as one slip. Among names equally near, one with the same first character wins, then the shortest,
-// then the first. A word of more than 64 characters is near nothing.
+// A name is near if it differs from `word` by at most `maxEdits` edits, or one edit per three
+// characters of `word` if that is more. An edit inserts, deletes or replaces a character, or swaps
+// two adjacent ones; ASCII case is ignored. A word of at least three characters may also match the
+// start of a name, which adds one edit. Among equally near names, one with the same first character
+// is preferred, then the shortest, then the first. A word longer than 64 characters has no near
+// name.
 const std::string* NearestName(std::string_view word, const std::vector<std::string>& names,
-                               std::size_t slips);
+                               std::size_t maxEdits);
 
 }  // namespace Base

@@ -19,7 +19,7 @@ struct Range {
 
 constexpr Range kUnprintable[] = {
     {0x00, 0x1F},      // control characters
-    {0x7F, 0x9F},      // delete, and the control characters of 8-bit terminals
+    {0x7F, 0x9F},      // DEL and the C1 control characters
     {0x061C, 0x061C},  // writing direction
     {0x200E, 0x200F},  // writing direction
     {0x2028, 0x202E},  // line and paragraph separators, writing direction
@@ -43,13 +43,13 @@ std::string VisibleEscape(Utf::code_point character) {
   return Escaped(character < 0x80 ? "\\x%02x" : "\\u%04x", character);
 }
 
-// In a JSON document, line breaks occur only between values.
+// Keeps line feeds, which valid JSON contains only between tokens.
 std::string JsonEscape(Utf::code_point character) {
   return character == '\n' ? "\n" : Escaped("\\u%04x", character);
 }
 
-// The character at `at`, which moves past it. Empty for a byte that begins no valid character; then
-// `at` moves by one.
+// Returns the character at `at` and advances `at` past it. If no valid character starts there,
+// returns nullopt and advances `at` by one byte.
 std::optional<Utf::code_point> Next(std::string_view::iterator& at,
                                     std::string_view::iterator end) {
   const auto begin = at;

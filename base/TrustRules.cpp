@@ -10,7 +10,7 @@ std::string BelongsTo(uid_t owner) {
   return "belongs to uid " + std::to_string(owner);
 }
 
-// What a device leads to does not depend on who may write its directory.
+// Write access to a device's directory does not affect which device the file refers to.
 bool IsDevice(const struct stat& status) {
   return S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
 }

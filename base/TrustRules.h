@@ -1,14 +1,15 @@
-// Which files, directories and links another user could have put in place or may change.
+// Rules that detect files, directories and links that another user may have created or can change.
 //
 // Trusted owners are root and the user for whom the path is checked. For root, every directory of
-// the path must belong to root and be writable by no other user, or be sticky as /tmp is; the file
-// itself must belong to root and be writable by no other user. Other users may share directories
-// and files as they like. But in a directory that others may write, links and files of other owners
-// are rejected for everyone, and so are files with a second hard link: any writer of a directory
-// can link another user's file into it.
+// the path must belong to root and must either be writable only by root or be sticky, like /tmp;
+// the file itself must belong to root and be writable only by root. Other users may share
+// directories and files. However, in a directory that others can write, links and files with an
+// untrusted owner are rejected for every user. Files with more than one hard link are also rejected
+// there, because anyone who can write the directory can link another user's file into it.
 //
-// Every objection is empty or a reason to put after the name: "belongs to uid 1000", "can be
-// written by other users", "has a second hard link".
+// Functions that return an objection return an empty string if there is none, and otherwise a
+// reason to append to the file name: "belongs to uid 1000", "can be written by other users", "has a
+// second hard link".
 #pragma once
 
 #include <sys/stat.h>
@@ -21,26 +22,28 @@ namespace Base {
 // Whether `owner` is root or `user`.
 bool IsTrustedOwner(uid_t owner, uid_t user);
 
-// Whether others than root and `user` may write the file, or create files in the directory. Members
-// of its group count for root only: an ordinary user often shares a directory with a group.
+// Whether users other than root and `user` can write the file, or create files in the directory.
+// Group write permission counts only if `user` is root, because ordinary users often share a
+// directory with a group.
 bool IsOpenTo(const struct stat& status, uid_t user);
 
-// An objection to using anything in this directory.
+// Returns the objection to using any file in this directory.
 std::string ObjectionToDirectory(const struct stat& directory, uid_t user);
 
-// An objection to following a link or directory in the middle of a path. `isInOpenDirectory`: other
-// users may write the directory that it is in.
+// Returns the objection to following a link or entering a directory in the middle of a path.
+// `isInOpenDirectory`: other users can write the directory that contains the entry.
 std::string ObjectionToComponent(bool isInOpenDirectory, const struct stat& entry, uid_t user);
 
-// An objection to using the file at the end of a path. Devices are always accepted, since only root
-// can create them. For a directory, only the owner matters.
+// Returns the objection to using the file at the end of a path. Devices are always accepted, since
+// only root can create them. For a directory, only the owner is checked.
 std::string ObjectionToFile(bool isInOpenDirectory, const struct stat& file, uid_t user);
 
-// An objection to running code from this file or directory. As strict for every user as for root.
+// Returns the objection to running code from this file or directory. The owner must be trusted and
+// others must not be able to write it, whoever `user` is.
 std::string ObjectionToCode(const struct stat& status, uid_t user);
 
-// The permissions for new files and directories, so that `user` accepts them later: writable by
-// root alone for root, limited by the umask for others.
+// Return the mode for new files and directories that pass these checks for `user`: writable only by
+// root if `user` is root; otherwise limited only by the umask.
 mode_t NewFileMode(uid_t user);
 mode_t NewDirectoryMode(uid_t user);
 

@@ -17,10 +17,11 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr int kMaxLinks = 40;  // the kernel's own limit
+constexpr int kMaxLinks = 40;  // same as the kernel's limit
 
-// Each directory is opened from the one before it, so that no one can replace a name between its
-// check and its use. Steps return false if they cannot continue, with the reason in `m_Result`.
+// Opens each directory relative to its parent's descriptor, so that no one can replace a directory
+// between its check and its use. Steps that return a bool return false on failure, with the reason
+// in `m_Result`.
 class Resolver {
  public:
   Resolver(OpenDirectoryOptions options, bool findsFile)
@@ -36,7 +37,8 @@ class Resolver {
   }
 
  private:
-  // A "." is dropped when a directory is opened; when a file's directory is, it is the file's name.
+  // Adds the names of `given` to `m_Rest`. Keeps "." only when resolving a file, where a final "."
+  // is the file's name.
   void Push(const path& given) {
     std::vector<std::string> names;
     for (const path& part : given) {
@@ -57,9 +59,9 @@ class Resolver {
     return false;
   }
 
-  bool Accept(const path& thing, const std::string& reason) {
-    if (!reason.empty()) m_Result.m_Objection = thing.string() + " " + reason;
-    return reason.empty();
+  bool Accept(const path& name, const std::string& objection) {
+    if (!objection.empty()) m_Result.m_Objection = name.string() + " " + objection;
+    return objection.empty();
   }
 
   bool Open(int directory, const std::string& name) {
@@ -74,7 +76,8 @@ class Resolver {
     return Open(m_Result.m_Directory.Get(), name);
   }
 
-  // No name that is shown is a link, so ".." takes the last one away.
+  // Updates `m_Shown` for entering `name`. `m_Shown` contains no symbolic links, so ".." removes
+  // its last name.
   void Show(const std::string& name) {
     if (name == ".") return;
     const bool isKnown = m_Shown.has_filename() && m_Shown.filename() != "..";
@@ -92,34 +95,34 @@ class Resolver {
     if (StatusOfOpened(m_Result.m_Directory.Get(), &directory) != 0) return Fail(errno);
     const path shown = m_Shown.empty() ? "." : m_Shown;
     if (!Accept(shown, ObjectionToDirectory(directory, m_User))) return false;
-    const bool isOpen = IsOpenTo(directory, m_User);
+    const bool isShared = IsOpenTo(directory, m_User);
     struct stat entry {};
     if (fstatat(m_Result.m_Directory.Get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0) {
-      return Missing(name, isOpen, errno);
+      return Missing(name, isShared, errno);
     }
-    if (!S_ISLNK(entry.st_mode)) return IsFile() ? End(name, isOpen) : Enter(name);
+    if (!S_ISLNK(entry.st_mode)) return IsFile() ? End(name, isShared) : Enter(name);
     const bool isStrict = m_Options.m_RefusesForeignLinks && m_User == 0;
-    return Accept(m_Shown / name, ObjectionToComponent(isOpen || isStrict, entry, m_User)) &&
+    return Accept(m_Shown / name, ObjectionToComponent(isShared || isStrict, entry, m_User)) &&
            Follow(name);
   }
 
-  // Whether the name just taken is the file's.
+  // Whether the name just removed from `m_Rest` is the file's.
   bool IsFile() const { return m_FindsFile && m_Rest.empty(); }
 
-  // Always true: it ends `Run`, which sees no more names.
-  bool End(const std::string& name, bool isOpen) {
+  // Records the file. Returns true; `Run` then stops because no names are left.
+  bool End(const std::string& name, bool isShared) {
     m_Result.m_Name = name;
-    m_Result.m_IsWritableByOthers = isOpen;
+    m_Result.m_IsWritableByOthers = isShared;
     return true;
   }
 
-  bool Missing(const std::string& name, bool isOpen, int error) {
-    if (error == ENOENT && IsFile()) return End(name, isOpen);
+  bool Missing(const std::string& name, bool isShared, int error) {
+    if (error == ENOENT && IsFile()) return End(name, isShared);
     if (error != ENOENT || !m_Options.m_CreatesDirectories) return Fail(error);
-    // Another process may create it at the same time.
-    const bool made =
+    const bool created =
         mkdirat(m_Result.m_Directory.Get(), name.c_str(), NewDirectoryMode(m_User)) == 0;
-    return made || errno == EEXIST ? Enter(name) : Fail(errno);
+    // EEXIST: another process created the directory at the same time.
+    return created || errno == EEXIST ? Enter(name) : Fail(errno);
   }
 
   bool Follow(const std::string& name) {
@@ -139,8 +142,8 @@ class Resolver {
   const uid_t m_User;
   const bool m_FindsFile;
   TrustedDirectory m_Result;
-  path m_Shown;                     // of the directory, for objections
-  std::vector<std::string> m_Rest;  // the next name last
+  path m_Shown;                     // path of `m_Result.m_Directory`, for objections
+  std::vector<std::string> m_Rest;  // names left to resolve, the next one last
   int m_Links = 0;
 };
 

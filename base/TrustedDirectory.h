@@ -1,7 +1,9 @@
-// Opens a directory step by step through descriptors, so that no other user can redirect the path.
+// Opens a directory component by component through descriptors, so that no other user can redirect
+// the path.
 //
-// Paths are followed for the process's effective user, relative ones from the current directory,
-// with up to 40 links per path. Nothing here throws, except std::bad_alloc.
+// Paths are checked for the process's effective user. Relative paths start at the current
+// directory; a path may lead through up to 40 symbolic links. The only exception thrown is
+// std::bad_alloc.
 #pragma once
 
 #include <filesystem>
@@ -11,33 +13,34 @@
 
 namespace Base {
 
-// A directory, or why it is not open. Exactly one of these holds: the directory is open;
-// `m_Objection` is not empty; `m_Error` is not 0.
+// An open directory, or the reason why it is not open. Exactly one of these is true: the directory
+// is open, `m_Objection` is not empty, or `m_Error` is not 0.
 struct TrustedDirectory {
-  Descriptor m_Directory;  // O_PATH: for openat() and the like
-  // Of `OpenDirectoryOf`: the last name, in `m_Directory`. It was not a symbolic link when it was
-  // read; open it with O_NOFOLLOW. Empty for `OpenTrustedDirectory`.
+  Descriptor m_Directory;  // opened with O_PATH: for openat(), fstatat() and similar calls
+  // The name of the file in `m_Directory`, set by `OpenDirectoryOf` only. The file was not a
+  // symbolic link when it was checked; open it with O_NOFOLLOW.
   std::string m_Name;
-  bool m_IsWritableByOthers = false;  // other users may create files in the directory
+  bool m_IsWritableByOthers = false;  // other users can create files in the directory
   int m_Error = 0;                    // errno of the step that failed
-  std::string m_Objection;  // "/tmp/link belongs to uid 1000", by the rules of TrustRules.h
+  std::string m_Objection;  // by the rules in TrustRules.h: "/tmp/link belongs to uid 1000"
 };
 
-// Opens `directory`, following links, and checks every directory of the path except `directory`
-// itself. `m_IsWritableByOthers` is not set.
+// Opens `directory`, following symbolic links, and checks every directory of the path except
+// `directory` itself. Does not set `m_IsWritableByOthers`.
 TrustedDirectory OpenTrustedDirectory(const std::filesystem::path& directory);
 
-// What `OpenDirectoryOf` does beyond following the path.
+// Options of `OpenDirectoryOf`.
 struct OpenDirectoryOptions {
-  // Create the missing directories of the path, with the mode of `NewDirectoryMode`.
+  // Create missing directories of the path, with the mode of `NewDirectoryMode`.
   bool m_CreatesDirectories = false;
-  // For root, also reject another user's link in a directory that only root may write.
+  // If the user is root, also reject links that belong to other users in directories that only root
+  // can write.
   bool m_RefusesForeignLinks = false;
 };
 
-// Opens the directory that `file` is in. A `file` that is a link is followed; one that is missing
-// is fine. The directory itself is checked too. For a `file` that ends in a slash, the directory is
-// `file` and the name ".".
+// Opens the directory that contains `file`, and checks every directory of the path, including that
+// one. If `file` is a symbolic link, the link is followed. `file` need not exist. If `file` ends in
+// a slash, the result is the directory `file` and the name ".".
 TrustedDirectory OpenDirectoryOf(const std::filesystem::path& file,
                                  OpenDirectoryOptions options = {});
 

@@ -19,7 +19,7 @@ namespace {
 using std::filesystem::path;
 using Objection = std::string;
 
-constexpr int kMaxLinks = 40;  // the kernel's own limit
+constexpr int kMaxLinks = 40;  // same as the kernel's limit
 
 bool IsRoot() {
   return geteuid() == 0;
@@ -33,7 +33,7 @@ Objection CannotBeAccessed(const path& name, int error) {
   return name.string() + " cannot be accessed: " + std::generic_category().message(error);
 }
 
-// Resolves names one by one, as the kernel does, and judges who could have changed each.
+// Resolves names one by one, as the kernel does, and checks each with the rules in TrustRules.h.
 class Resolver {
  public:
   explicit Resolver(const path& file) { Push(file); }
@@ -48,20 +48,21 @@ class Resolver {
         Enter(name);
       }
     }
-    path whole = m_At;
-    for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) whole /= *name;
-    return {whole, m_Objection, m_IsSharedDirectory};
+    path resolved = m_At;
+    for (auto name = m_Rest.rbegin(); name != m_Rest.rend(); ++name) resolved /= *name;
+    return {resolved, m_Objection, m_IsSharedDirectory};
   }
 
  private:
-  // /proc/self/fd/1, where /dev/stdout leads, is what was opened and not what its link names.
+  // /dev/stdout leads to /proc/self/fd/1, which refers to the open file itself, not to the path in
+  // the link.
   bool IsOwnDescriptor() const {
     return m_At == "/proc" && m_Rest.size() == 3 && m_Rest[2] == "self" && m_Rest[1] == "fd";
   }
 
   static bool IsHere(const std::string& name) { return name.empty() || name == "."; }
 
-  // The kernel takes two slashes at the beginning for one; std::filesystem would not.
+  // The kernel treats a leading // as /; std::filesystem may not.
   void Push(const path& names) {
     std::vector<std::string> parts;
     boost::split(parts, names.native(), [](char character) { return character == '/'; });
@@ -73,7 +74,8 @@ class Resolver {
     struct stat directory {};
     if (StatusOfName(m_At.c_str(), &directory) != 0) {
       if (!IsMissing(errno)) return EndAt(name, ForRoot(CannotBeAccessed(m_At, errno)));
-      // Missing directories are created as plain ones, so that ".." leads back out of them.
+      // A missing directory will not be a symbolic link when it is created, so ".." leads back to
+      // its parent.
       m_At /= name;
       return;
     }
@@ -83,19 +85,19 @@ class Resolver {
     Judge(m_At / name);
   }
 
-  void Judge(const path& whole) {
+  void Judge(const path& current) {
     struct stat entry {};
-    if (StatusOfName(whole.c_str(), &entry) != 0) {
+    if (StatusOfName(current.c_str(), &entry) != 0) {
       const int error = errno;
-      m_At = whole;
-      if (!IsMissing(error)) End(ForRoot(CannotBeAccessed(whole, error)));
+      m_At = current;
+      if (!IsMissing(error)) End(ForRoot(CannotBeAccessed(current, error)));
       return;
     }
     const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
     const auto judge = isLast ? ObjectionToFile : ObjectionToComponent;
-    m_Objection = Against(whole, judge(m_IsSharedDirectory, entry, geteuid()));
-    if (S_ISLNK(entry.st_mode) && m_Objection.empty()) return Follow(whole);
-    m_At = whole;
+    m_Objection = Against(current, judge(m_IsSharedDirectory, entry, geteuid()));
+    if (S_ISLNK(entry.st_mode) && m_Objection.empty()) return Follow(current);
+    m_At = current;
     m_Ended = !m_Objection.empty();
   }
 
@@ -114,7 +116,8 @@ class Resolver {
   // ENOTDIR: a component is a file, so nothing exists below it.
   static bool IsMissing(int error) { return error == ENOENT || error == ENOTDIR; }
 
-  // Whoever can keep root from reading a directory could replace what is in it later.
+  // Root does not use a path that it cannot check: whoever prevents root from reading a directory
+  // may be able to replace files in it later.
   static Objection ForRoot(Objection objection) { return IsRoot() ? objection : Objection(); }
 
   void End(Objection objection) {
@@ -129,7 +132,7 @@ class Resolver {
   }
 
   path m_At = "/";
-  std::vector<path> m_Rest;  // the next name last
+  std::vector<path> m_Rest;  // names left to resolve, the next one last
   int m_Links = 0;
   bool m_IsSharedDirectory = false;
   bool m_Ended = false;

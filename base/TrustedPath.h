@@ -1,4 +1,4 @@
-// Checks whether a path can be trusted, by the rules of TrustRules.h.
+// Checks whether a path can be trusted, by the rules in TrustRules.h.
 #pragma once
 
 #include <filesystem>
@@ -9,22 +9,24 @@
 namespace Base {
 
 struct TrustedPath {
-  // Absolute and without symbolic links, as far as the path exists. Open it with O_NOFOLLOW.
+  // The absolute path; the part that exists contains no symbolic links. Open it with O_NOFOLLOW.
   std::filesystem::path m_File;
-  // Empty, or why the file must not be used: "/tmp/a.db belongs to uid 1000".
+  // The reason why the file must not be used, such as "/tmp/a.db belongs to uid 1000", or empty.
   std::string m_Objection;
-  // Other users may create files in the file's directory.
+  // Other users can create files in the file's directory.
   bool m_IsInSharedDirectory = false;
 };
 
-// Resolves `file`, relative to the current directory, as the kernel would, for the process's
-// effective user. A path that exists only in part is checked as far as it exists. If a directory of
-// the path cannot be read (EACCES, for example), root gets an objection; other users get none,
-// because opening the file will give the reason. Throws std::bad_alloc only.
+// Resolves `file`, relative to the current directory, as the kernel does, and checks it for the
+// process's effective user. If part of the path does not exist, only the existing part is checked.
+// If a directory of the path cannot be accessed (EACCES, for example), root gets an objection;
+// other users get none, because opening the file will report the error. The only exception thrown
+// is std::bad_alloc.
 TrustedPath ResolveTrusted(const std::filesystem::path& file);
 
-// The earlier objection to `file`, or else one to what was actually opened: another process may
-// have replaced the file since `ResolveTrusted`. A descriptor that is not open adds no objection.
+// Returns the objection to `file`, or if there is none, the objection to the opened file, because
+// another process may have replaced the file since `ResolveTrusted`. If `opened` is not open, there
+// is no further objection.
 std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened);
 
 }  // namespace Base

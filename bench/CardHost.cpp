@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint16_t kDeviceId = 0x1003;
 
-// In memory if possible, so that no disk is measured.
+// Creates the directory in memory if possible, so that disk access is not measured.
 std::filesystem::path MakeDirectory() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;

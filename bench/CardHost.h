@@ -1,5 +1,5 @@
-// A host for the plug-in with simulated cards, virtual time and a database in memory. Unlike the
-// one of the tests it records neither trace lines nor calls.
+// A host for the plug-in with simulated cards, virtual time and an in-memory database. Unlike the
+// host used in the tests, it does not record trace lines and calls.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace CorvaneBench {
 
-// A command that fails throws `std::runtime_error`, because there is nothing to measure.
+// Functions throw `std::runtime_error` if a command fails, because there is nothing to measure.
 class CardHost {
  public:
   explicit CardHost(int cards);
@@ -18,13 +18,13 @@ class CardHost {
   CardHost(const CardHost&) = delete;
   CardHost& operator=(const CardHost&) = delete;
 
-  // Start, in this order, and stop.
+  // Call in this order.
   void Create();
   void Initialize();
   void AssignAdapterNumbers();  // starts the plug-in's worker
   void Stop();
 
-  // Lets virtual time pass for the plug-in's worker.
+  // Advances virtual time, so that the plug-in's worker runs.
   void PassSeconds(std::int64_t seconds);
 
   std::vector<PI::CObject> Topology();

@@ -1,4 +1,5 @@
-// What the plug-in adds to the card library: scans, the watch, the tree and a listing.
+// Compares the total time of scans, the worker, the topology and a property list with the time
+// spent in the card library.
 #include <benchmark/benchmark.h>
 
 #include <stdexcept>
@@ -9,7 +10,7 @@
 namespace CorvaneBench {
 namespace {
 
-// Which part of the measured work a row reports.
+// The part of the measured time that a benchmark reports.
 using Part = double Split::*;
 constexpr Part kPlugin = &Split::m_Whole;
 constexpr Part kLibrary = &Split::m_Library;
@@ -22,7 +23,7 @@ class RunningHost : public CardHost {
   }
 };
 
-// A listing without cards would be fast for the wrong reason.
+// Fails if cards are missing, because their absence would make the benchmark appear fast.
 void RequireObjects(const std::vector<PI::CObject>& objects, std::int64_t cards) {
   const auto expected = static_cast<std::size_t>(1 + 2 * cards);
   if (objects.size() != expected) throw std::runtime_error("the plug-in missed a card");

@@ -1,4 +1,5 @@
-// What the persistence layer and the host's database add to SQLite for the same statements.
+// Compares the persistence layer and the host's database with SQLite alone, for the same
+// statements.
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
@@ -19,10 +20,10 @@ namespace {
 
 using RaidDataModels::PD;
 
-// Both sides grow their table by as many rows.
+// Number of rows inserted, the same for both sides.
 constexpr benchmark::IterationCount kRows = 20000;
 
-// The host's storage on a new database in memory.
+// Returns the host's storage with a new in-memory database.
 std::shared_ptr<DatabaseORM::storage_t> NewStorage() {
   setenv("CORVANE_DATABASE", ":memory:", 1);
   HostKit::ReopenDatabase();
@@ -57,7 +58,7 @@ class RecordingDatabase : public DatabaseWrapper::DatabaseDAO {
   std::vector<std::string> m_Statements;
 
  private:
-  // Not owned by the storage.
+  // Returns a pointer that does not own `self`.
   static std::shared_ptr<DatabaseDAO> Pointer(RecordingDatabase* self) {
     return {std::shared_ptr<void>(), self};
   }
@@ -66,15 +67,16 @@ class RecordingDatabase : public DatabaseWrapper::DatabaseDAO {
   const std::shared_ptr<DatabaseDAO> m_pDatabase;
 };
 
-// The statements that `change` sends, to be executed by SQLite alone.
+// Returns the statements that `change` sends, so that SQLite alone can execute them.
 template <class Change>
 std::vector<std::string> StatementsOf(DatabaseORM::storage_t& storage, Change change) {
-  RecordingDatabase noted(storage);
+  RecordingDatabase recording(storage);
   change();
-  return noted.m_Statements;
+  return recording.m_Statements;
 }
 
-// The statements that create the tables, which a plug-in's statement may not read.
+// Returns the statements that create the tables. Reads them from a file through a separate
+// connection, because the host's connection rejects statements that read the schema.
 std::vector<std::string> TableStatements() {
   std::string directory = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
   if (mkdtemp(directory.data()) == nullptr) throw std::runtime_error("no temporary directory");
@@ -96,7 +98,7 @@ std::vector<std::string> TableStatements() {
   return statements;
 }
 
-// A database in memory with the same tables, used directly.
+// An in-memory SQLite database with the same tables, accessed directly.
 class BareSqlite {
  public:
   BareSqlite() : m_pDatabase(nullptr, sqlite3_close) {

@@ -1,4 +1,4 @@
-// The kit's event compared with a plain condition variable.
+// Compares the host kit's event with a condition variable.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -41,7 +41,7 @@ class BareEvent {
   bool m_Set = false;
 };
 
-// The wait finds the event set.
+// Measures a wait for an event that is already set.
 template <class Event>
 void SetAndWait(benchmark::State& state) {
   HostKit::UseRealTime();
@@ -52,20 +52,20 @@ void SetAndWait(benchmark::State& state) {
   }
 }
 
-// Two threads that wake each other in turn.
+// Measures two threads that wake each other in turn.
 template <class Event>
 void RoundTrip(benchmark::State& state) {
   HostKit::UseRealTime();
   Event there, back;
-  std::atomic<bool> ends{false};
+  std::atomic<bool> isDone{false};
   std::thread other([&] {
-    for (there.Wait(); !ends; there.Wait()) back.Set();
+    for (there.Wait(); !isDone; there.Wait()) back.Set();
   });
   for ([[maybe_unused]] auto _ : state) {
     there.Set();
     back.Wait();
   }
-  ends = true;
+  isDone = true;
   there.Set();
   other.join();
 }

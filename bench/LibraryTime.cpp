@@ -1,5 +1,5 @@
-// Intercepts the plug-in's calls of the card library: the loader finds an executable's own
-// definitions first. Each one measures the time and calls the library's function.
+// Intercepts the plug-in's calls to the card library with wrappers that measure the time and call
+// the library's function. The loader finds the definitions in the executable first.
 #include "bench/LibraryTime.h"
 
 #include <dlfcn.h>

@@ -1,4 +1,4 @@
-// How long the card library itself took, measured around each of its calls.
+// Measures the time spent in the card library.
 #pragma once
 
 #include <chrono>
@@ -7,13 +7,13 @@ namespace CorvaneBench {
 
 using Clock = std::chrono::steady_clock;
 
-// Time inside the card library since the program began, of all threads together.
+// Returns the time that all threads have spent in the card library since the program started.
 Clock::duration InLibrary();
 
-// The time of some work, and the card library's part of it.
+// The duration of a task, and the part of it spent in the card library, in seconds.
 struct Split {
-  double m_Whole;    // seconds
-  double m_Library;  // seconds
+  double m_Whole;
+  double m_Library;
 };
 
 template <class Work>

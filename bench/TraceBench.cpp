@@ -1,4 +1,4 @@
-// A trace line whose level is off.
+// Measures a trace line whose level is off.
 #include <benchmark/benchmark.h>
 
 #include <string>

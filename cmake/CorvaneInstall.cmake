@@ -1,9 +1,9 @@
-# Install locations: the program finds the plug-in in ../lib relative to itself, and libraries find
-# each other in their own directory, wherever the installation is moved.
+# Install locations. Programs find the plug-in in ../lib relative to themselves, and libraries find
+# each other in their own directory, so that the installation can be moved.
 #
-# The build tree has the same directories, so binaries are linked with their installed search path at
-# once. Otherwise CMake would pad that path with colons, and an empty element of a search path means
-# the current directory: anyone who may write there could have code run by other users.
+# The build tree has the same layout, so binaries are linked with their installed search path from
+# the start. Otherwise CMake would pad the path with colons. An empty element in a search path means
+# the current directory, where other users may be able to place code.
 include(GNUInstallDirs)
 set(CORVANE_LIBRARY_DIRECTORY lib)
 

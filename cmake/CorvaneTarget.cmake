@@ -1,5 +1,5 @@
-# Compile and link options of every target. Warnings are errors, and all includes are relative to
-# the root of the tree, so that each line shows which layer it includes from.
+# Compile and link options for all targets. Warnings are errors. Includes are relative to the root
+# of the tree, so that each include shows its layer.
 
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH CORVANE_ROOT)
 
@@ -8,17 +8,17 @@ set(CORVANE_WARNINGS
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
 
-# Hardening against the exploitation of a defect: stack canaries, checked buffer sizes, random
-# addresses, and tables that are read-only once loaded. The C library checks sizes only in optimized
-# code, and its checks would hide errors from a sanitizer.
+# Hardening: stack protector, _FORTIFY_SOURCE, PIE and full RELRO. _FORTIFY_SOURCE is limited to
+# optimized builds, where it has an effect, and to builds without sanitizers, because it would hide
+# errors from them.
 include(CheckPIESupported)
 check_pie_supported()
 set(CORVANE_FORTIFIED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 set(CORVANE_HARDENING_LINK -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
-# Sanitizers need the whole tree instrumented: plug-in, kit and simulator.
-set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for the whole tree, as -fsanitize takes them")
-set(CORVANE_COVERAGE OFF CACHE BOOL "Count lines and branches")
+# Sanitizers require that the plug-in, the host kit and the simulator are all instrumented.
+set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for all targets, as a value for -fsanitize")
+set(CORVANE_COVERAGE OFF CACHE BOOL "Instrument all targets for line and branch coverage")
 
 function(corvane_target target)
   target_compile_options(${target} PRIVATE ${CORVANE_WARNINGS} -fstack-protector-strong)
@@ -28,13 +28,13 @@ function(corvane_target target)
   endif()
   target_include_directories(${target} PRIVATE ${CORVANE_ROOT})
   if(CORVANE_SANITIZE)
-    # Complete stacks, so that a report contains the function that a suppression names.
+    # Keeps call stacks complete, so that a report contains the function named by a suppression.
     target_compile_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE}
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer
                                              -fno-optimize-sibling-calls)
     target_link_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE})
-    # The check of an object's type opens a pipe, and reports every object in a process that has no
-    # descriptors left.
+    # The vptr check opens a pipe. In a process that has no descriptors left, it reports an error
+    # for every object.
     if(CORVANE_SANITIZE MATCHES undefined)
       target_compile_options(${target} PRIVATE -fno-sanitize=vptr)
     endif()
@@ -43,16 +43,16 @@ function(corvane_target target)
       $<${CORVANE_FORTIFIED}:-U_FORTIFY_SOURCE> $<${CORVANE_FORTIFIED}:-D_FORTIFY_SOURCE=2>)
   endif()
   if(CORVANE_COVERAGE)
-    # Atomic counters: threads would corrupt plain ones.
+    # Use atomic counters, because threads would corrupt plain ones.
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
     target_link_options(${target} PRIVATE --coverage)
   endif()
 endfunction()
 
-# Shared libraries have no undefined symbols.
+# Adds the options for shared libraries, which must not have undefined symbols.
 function(corvane_shared_library target)
   corvane_target(${target})
-  # Clang leaves the sanitizer's run-time symbols of a shared library to the program.
+  # With clang, a shared library gets the sanitizer's run-time symbols from the program.
   if(NOT (CORVANE_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
     target_link_options(${target} PRIVATE -Wl,-z,defs)
   endif()

@@ -1,5 +1,5 @@
-// The host's SQL database as a plug-in sees it. Declarations only; the host's database library
-// defines the members.
+// The interface of the host's SQL database for plug-ins. Declarations only; the host's database
+// library defines the members.
 #pragma once
 
 #include <exception>
@@ -15,14 +15,15 @@ class storage_t;
 
 namespace DBEXCEPTION {
 
-// A statement failed. Independent of the database; may be copied and kept.
+// The exception thrown when a statement fails. Refers to no other object, so it can be copied and
+// kept.
 class HOST_API DatabaseException : public std::exception {
  public:
-  // `text` says for people what failed and why.
+  // `text` is a human-readable message with the failure and its cause.
   explicit DatabaseException(std::string text);
   ~DatabaseException() override;
 
-  // The text, zero-terminated; it lives as long as the exception.
+  // Returns the text; valid for the lifetime of the exception.
   const char* what() const noexcept override;
 
  private:
@@ -33,20 +34,21 @@ class HOST_API DatabaseException : public std::exception {
 
 namespace DatabaseWrapper {
 
-// A connection to the database, owned by the host. From any thread; statements of several threads
-// run one after the other.
+// A connection to the database, owned by the host. Thread-safe; statements from different threads
+// are serialized.
 class HOST_API DatabaseDAO {
  public:
   virtual ~DatabaseDAO();
 
-  // Runs the statements of `sql` in turn. Returns the cells of all result rows as one flat list,
-  // row by row, as text; SQL's NULL is the text "NULL". Empty without result rows. Throws
-  // `DBEXCEPTION::DatabaseException` if a statement fails; those before it remain in effect.
+  // Runs the statements of `sql` in order. Returns the cells of all result rows as text, in one
+  // flat list, row by row; SQL NULL becomes the text "NULL". Returns an empty list if there are no
+  // result rows. Throws `DBEXCEPTION::DatabaseException` if a statement fails; the statements
+  // before the failed one remain in effect.
   virtual std::vector<std::string> query(std::string sql) = 0;
 };
 
 }  // namespace DatabaseWrapper
 
-// The storage that the host has built, with its tables and field maps. Never null, and the same one
-// at every call. May be called from any thread; the storage itself has no lock.
+// Returns the host's storage, including its tables and field maps. Never null, and the same object
+// at each call. Thread-safe, but the storage itself is not.
 HOST_API std::shared_ptr<DatabaseORM::storage_t> getDatabasePointer();

@@ -1,9 +1,9 @@
-// The host's toolkit: threads and waits, delegates, time, tracing, module identity, PCI lookup.
+// The host's toolkit: threads, waits, delegates, time, tracing, module information and PCI lookup.
 //
-// Declarations only; the toolkit library defines the members. Unless a comment says otherwise, a
-// member may be called from any thread and throws nothing but std::bad_alloc.
+// Declarations only; the toolkit library defines the members. Unless a comment says otherwise,
+// members are thread-safe and throw only std::bad_alloc.
 //
-// Every wait is a cancellation point: `CThread::Cancel` unwinds the stack of a thread that waits.
+// Every wait is a cancellation point: `CThread::Cancel` unwinds the stack of a waiting thread.
 // Timeouts are in milliseconds; 0 tests without waiting, WAIT_INFINITE waits without a limit.
 #pragma once
 
@@ -21,24 +21,25 @@ namespace MBX {
 
 namespace Delegates_and_Calls {
 
-// A call that can be made later, on another thread. The delegate keeps a plain pointer to the
-// object that is called; the object must outlive the call.
+// A call that can be made later, on another thread. A delegate keeps a plain pointer to the called
+// object, which must outlive the call.
 class HOST_API CDelegate {
  public:
   virtual ~CDelegate();
-  // Makes the call on the calling thread and returns its result. Lets its exceptions pass.
+  // Makes the call on the calling thread and returns its result. Exceptions propagate.
   virtual unsigned int Call() = 0;
-  // An independent copy, owned by the caller.
+  // Returns an independent copy, owned by the caller.
   virtual std::unique_ptr<CDelegate> Clone() const = 0;
 };
 
-// A member function without arguments. Its result, converted to unsigned int, is that of the call.
+// A delegate for a member function without arguments. The function's result is converted to
+// unsigned int.
 template <class CCall, class R>
 class TDelegateR0 final : public CDelegate {
  public:
   using Member = R (CCall::*)();
 
-  // Calls `member` of `object`; neither may be null.
+  // Creates a delegate that calls `member` on `object`; neither may be null.
   TDelegateR0(CCall* object, Member member) : m_pObject(object), m_Member(member) {}
 
   unsigned int Call() override { return (m_pObject->*m_Member)(); }
@@ -49,8 +50,8 @@ class TDelegateR0 final : public CDelegate {
   Member m_Member;
 };
 
-// A member function with one argument. The delegate keeps a copy of the argument, so the original
-// may be gone when the call is made.
+// A delegate for a member function with one argument. It stores a copy of the argument, so the
+// original need not exist when the call is made.
 template <class CCall, class R, class A>
 class TDelegateR1 final : public CDelegate {
  public:
@@ -75,17 +76,17 @@ namespace Threading {
 constexpr unsigned int WAIT_INFINITE = 0xFFFFFFFF;  // as a timeout: no limit
 
 // Results of a wait.
-constexpr unsigned int WAIT_FAILED = 0;       // nothing was waited for
+constexpr unsigned int WAIT_FAILED = 0;       // no usable object to wait for
 constexpr unsigned int WAIT_SUCCEEDED = 1;    // also the position of the first event
 constexpr unsigned int WAIT_TIMED_OUT = 130;  // the timeout was reached first
 
 namespace Native_OS {
 
-// A recursive lock: its owner may take it again, and releases it as often. Unusable until `Init`
-// has returned 1; until then every wait fails.
+// A recursive lock: the thread that holds it may acquire it again, and must release it as often.
+// Waits fail until `Init` has returned 1.
 //
-// Prefer `CSyncGuard`. For clang's analysis only guards take the lock, since it cannot
-// distinguish the results of `Wait`.
+// Prefer `CSyncGuard`. `Wait` has no annotation for clang's thread-safety analysis, which cannot
+// distinguish its results; the analysis recognizes only locks held by guards.
 class HOST_CAPABILITY HOST_API CFastMutex {
  public:
   CFastMutex();
@@ -93,13 +94,13 @@ class HOST_CAPABILITY HOST_API CFastMutex {
   CFastMutex(const CFastMutex&) = delete;
   CFastMutex& operator=(const CFastMutex&) = delete;
 
-  // Makes the lock usable. 1 on success, else 0.
+  // Makes the lock usable. Returns 1 on success, or 0.
   int Init();
-  // Takes the lock for the calling thread. WAIT_SUCCEEDED; WAIT_TIMED_OUT if another thread kept it
-  // for `timeoutMs`; WAIT_FAILED if the lock is unusable. Only the first result means "held".
+  // Acquires the lock for the calling thread and returns WAIT_SUCCEEDED. Returns WAIT_TIMED_OUT if
+  // another thread held it for `timeoutMs`, or WAIT_FAILED if the lock is unusable.
   unsigned int Wait(unsigned int timeoutMs);
-  // Undoes one successful wait of the calling thread. Does nothing if the calling thread does not
-  // hold the lock.
+  // Undoes one successful wait of the calling thread. Does nothing if that thread does not hold the
+  // lock.
   void Release();
 
  private:
@@ -109,9 +110,9 @@ class HOST_CAPABILITY HOST_API CFastMutex {
 
 }  // namespace Native_OS
 
-// A flag that threads wait for. Unusable until `Init` has returned 1; until then every wait fails
-// and the flag cannot be set. Unless it is manual-reset, the wait that the event ends clears it, so
-// that it ends one wait only.
+// A flag that threads can wait for. Until `Init` has returned 1, waits fail and the flag cannot be
+// set. A successful wait clears the flag, so that each `Set` ends at most one wait; the flag of a
+// manual-reset event remains set.
 class HOST_API CEvent {
  public:
   CEvent();
@@ -119,14 +120,14 @@ class HOST_API CEvent {
   CEvent(const CEvent&) = delete;
   CEvent& operator=(const CEvent&) = delete;
 
-  // Makes the event usable. 1 on success, else 0.
+  // Makes the event usable. Returns 1 on success, or 0.
   int Init(bool initiallySet, bool manualReset);
-  // Sets the flag, and wakes one waiting thread, or all of them if the event is manual-reset.
+  // Sets the flag. Wakes one waiting thread, or all of them if the event is manual-reset.
   void Set();
   // Clears the flag.
   void Reset();
-  // Waits until the flag is set. WAIT_SUCCEEDED; WAIT_TIMED_OUT after `timeoutMs`; WAIT_FAILED if
-  // the event is unusable.
+  // Waits until the flag is set and returns WAIT_SUCCEEDED. Returns WAIT_TIMED_OUT after
+  // `timeoutMs`, or WAIT_FAILED if the event is unusable.
   unsigned int Wait(unsigned int timeoutMs);
 
  private:
@@ -135,22 +136,21 @@ class HOST_API CEvent {
   std::shared_ptr<State> m_pState;
 };
 
-// How much of a duration is left, to share one timeout between several waits. For use by one
-// thread.
+// A countdown, for sharing one timeout between several waits. Not thread-safe.
 class HOST_API CWaitInterval {
  public:
-  // The duration, in milliseconds, starts now. WAIT_INFINITE never ends.
+  // Starts the countdown. WAIT_INFINITE never expires.
   explicit CWaitInterval(unsigned int durationMs);
-  // A new duration starts now.
+  // Restarts the countdown with a new duration.
   void Restart(unsigned int durationMs);
-  // The milliseconds that are left: 0 when the duration is over, WAIT_INFINITE if it never ends.
+  // Returns the remaining milliseconds: 0 after expiry, WAIT_INFINITE if it never expires.
   operator unsigned int() const;
 
  private:
   std::uint64_t m_DeadlineMs;
 };
 
-// Waits for one or all of several events. For use by one thread; the events may be set by any.
+// Waits for one or all of several events. Not thread-safe, but any thread may set the events.
 class HOST_API CWaiter {
  public:
   CWaiter();
@@ -158,25 +158,24 @@ class HOST_API CWaiter {
   CWaiter(const CWaiter&) = delete;
   CWaiter& operator=(const CWaiter&) = delete;
 
-  // Adds an event to wait for. It must outlive the waiter.
+  // Adds an event to wait for. The event must outlive the waiter.
   void Add(CEvent& event);
-  // Waits until one event is set, or, with `all`, until all are set at the same time. Returns the
-  // 1-based position, in the order of `Add`, of the event that ended the wait, which is the first
-  // one if several are set or with `all`. WAIT_TIMED_OUT after `timeoutMs`. Unusable events are
-  // left out; WAIT_FAILED if no event is left. Of the events that are not manual-reset, clears the
-  // one that ended the wait, or, with `all`, each.
+  // Waits until one event is set or, with `all`, until all events are set at the same time. Returns
+  // the 1-based position, in the order of `Add`, of the first event that is set. Clears that event
+  // or, with `all`, every event; manual-reset events remain set. Returns WAIT_TIMED_OUT after
+  // `timeoutMs`. Skips unusable events, and returns WAIT_FAILED if there are no others.
   unsigned int Wait(unsigned int timeoutMs, bool all);
 
  private:
   std::vector<std::shared_ptr<CEvent::State>> m_Events;
 };
 
-// Holds a lock as long as it lives. It does not report whether its wait succeeded: give it
-// WAIT_INFINITE and a usable lock, as clang's analysis assumes. To be destroyed by the thread that
-// constructed it.
+// Holds a lock for its lifetime. It does not report whether the wait succeeded, and clang's
+// thread-safety analysis assumes that it did; therefore pass a usable lock and WAIT_INFINITE.
+// Construct and destroy a guard on the same thread.
 class HOST_SCOPED_CAPABILITY HOST_API CSyncGuard {
  public:
-  // Waits for `lock`, which must outlive the guard. A wait that fails leaves nothing to release.
+  // Waits for `lock`, which must outlive the guard. If the wait fails, the destructor does nothing.
   CSyncGuard(Native_OS::CFastMutex& lock, unsigned int timeoutMs) HOST_ACQUIRE(lock);
   ~CSyncGuard() HOST_RELEASE();
   CSyncGuard(const CSyncGuard&) = delete;
@@ -187,8 +186,8 @@ class HOST_SCOPED_CAPABILITY HOST_API CSyncGuard {
   bool m_Held;
 };
 
-// A thread. The object may be destroyed at any time: a thread that still runs continues detached,
-// and one that has ended is joined. An exception that leaves the thread's call ends the process.
+// A thread. The object may be destroyed at any time: a running thread is detached and continues; a
+// finished one is joined. An uncaught exception in the thread terminates the process.
 class HOST_API CThread {
  public:
   CThread();
@@ -196,16 +195,17 @@ class HOST_API CThread {
   CThread(const CThread&) = delete;
   CThread& operator=(const CThread&) = delete;
 
-  // Starts a thread that makes the call of a copy of `delegate`. 1 on success; 0 if the system
-  // refuses, if this object has already started a thread, or if `suspended` is true.
+  // Starts a thread that calls a copy of `delegate`. Returns 1 on success. Returns 0 if the system
+  // cannot create a thread, if this object has already started one, or if `suspended` is true.
   int Create(const Delegates_and_Calls::CDelegate& delegate, bool suspended);
-  // Waits for the thread to end. WAIT_SUCCEEDED, also after a cancellation; WAIT_TIMED_OUT if it
-  // still runs after `timeoutMs`; WAIT_FAILED if none was created.
+  // Waits for the thread to finish. Returns WAIT_SUCCEEDED, also if the thread was canceled;
+  // WAIT_TIMED_OUT if it is still running after `timeoutMs`; WAIT_FAILED if none was created.
   unsigned int Wait(unsigned int timeoutMs);
-  // The native thread, or 0 if none was created. Still owned by this object: not for joining.
+  // Returns the native thread, or 0 if none was created. This object still owns the thread; do not
+  // join it.
   unsigned long GetHandle() const;
-  // Asks the thread to end at its next cancellation point, where its stack unwinds. Does not wait
-  // for that. Has no effect if the thread has ended or none was created.
+  // Requests that the thread be canceled at its next cancellation point, where its stack unwinds.
+  // Does not wait. Has no effect if the thread has finished or none was created.
   void Cancel();
 
  private:
@@ -218,22 +218,23 @@ class HOST_API CThread {
 namespace Language_Support {
 namespace CLanguageSupport {
 
-// A plug-in's texts in the languages of the host. Immutable.
+// The texts of a plug-in in the host's languages. Immutable.
 class HOST_API CLngFile {
  public:
-  // `defaults` are the `defaultCount` texts to use without a language file. Nothing is copied:
-  // file, encoding and defaults must outlive the object. Pass 1 for the unnamed number.
+  // `defaults` points to the `defaultCount` texts that are used if there is no language file. The
+  // constructor copies only pointers: file, encoding and defaults must outlive the object. Pass 1
+  // for the unnamed argument.
   CLngFile(const char* file, unsigned int language, const char* encoding, unsigned int,
            const char** defaults, unsigned long defaultCount);
   ~CLngFile();
 
-  // The text at the 0-based `index`, or an empty one beyond the end; never nullptr. It lives as
+  // Returns the text at the 0-based `index`, or an empty text past the end; never nullptr. Valid as
   // long as the defaults.
   const char* GetText(unsigned long index) const;
 
   const char* const m_File;            // name of the language file, without a directory
-  const unsigned int m_Language;       // two letters as a 16-bit number
-  const char* const m_Encoding;        // of the defaults
+  const unsigned int m_Language;       // two-letter code as a 16-bit number
+  const char* const m_Encoding;        // encoding of the defaults
   const unsigned long m_DefaultCount;  // number of texts
 
  private:
@@ -251,15 +252,15 @@ struct HOST_API ERROR_MSG_LIST {
 
 namespace Misc {
 
-// Milliseconds since the epoch. Never less than an earlier result in this process, even if the
-// system's clock is set back.
+// Returns milliseconds since the epoch. Never less than an earlier result in the same process, even
+// if the system clock is set back.
 HOST_API unsigned long now();
 
-// Identifies a module to the toolkit: one object per module, with static lifetime.
+// Identifies a module to the toolkit. Each module has one such object, with static lifetime.
 class HOST_API CModuleInfo {
  public:
-  // Registers the module for tracing; the destructor removes it. Nothing is copied: everything
-  // pointed to must outlive the object.
+  // Registers the module for tracing; the destructor unregisters it. Copies only pointers: the
+  // strings and objects passed must outlive this object.
   CModuleInfo(unsigned int module, const char* name, const char* version,
               Language_Support::CLanguageSupport::CLngFile* languageFile,
               Language_Support::CLanguageSupport::ERROR_MSG_LIST* messages);
@@ -267,9 +268,9 @@ class HOST_API CModuleInfo {
   CModuleInfo(const CModuleInfo&) = delete;
   CModuleInfo& operator=(const CModuleInfo&) = delete;
 
-  const unsigned int m_Module;  // the module's number among those of the host
-  const char* const m_Name;     // as trace lines show it
-  const char* const m_Version;  // for people
+  const unsigned int m_Module;  // the module's number in the host
+  const char* const m_Name;     // the name in trace lines
+  const char* const m_Version;  // the version to display
   Language_Support::CLanguageSupport::CLngFile* const m_pLanguageFile;
   Language_Support::CLanguageSupport::ERROR_MSG_LIST* const m_pMessages;
   // One bit per trace level. The toolkit changes it while other threads read it.
@@ -280,19 +281,19 @@ class HOST_API CModuleInfo {
 
 namespace Internals {
 
-// One trace line, written when the object is destroyed. For use by one thread. The destructor never
+// One trace line, written when the object is destroyed. Not thread-safe. The destructor never
 // throws: a line that cannot be written is lost.
 class HOST_API CTraceStreamBuffer {
  public:
-  // `level` is one bit of the module's trace mask; whether it is set is for the caller to check.
-  // The module and the texts must outlive the object.
+  // `level` is one bit of the module's trace mask; the caller must check that it is set. The module
+  // and the texts must outlive the object.
   CTraceStreamBuffer(unsigned int level, const Misc::CModuleInfo& module, const char* file,
                      const char* function, int line);
   ~CTraceStreamBuffer();
   CTraceStreamBuffer(const CTraceStreamBuffer&) = delete;
   CTraceStreamBuffer& operator=(const CTraceStreamBuffer&) = delete;
 
-  // Adds to the end of the line's text.
+  // Appends to the text of the line.
   void Append(const std::string& text);
 
  private:
@@ -309,8 +310,8 @@ class HOST_API CTraceStreamBuffer {
 namespace Output_Streams {
 
 // Replaces the placeholders "%d", "0x%x" and "%s" of a format in order, and appends the text to the
-// buffer when destroyed. Extra values are dropped; extra placeholders remain as they are. For use
-// by one thread.
+// buffer when destroyed. Extra values are ignored; extra placeholders remain in the text. Not
+// thread-safe.
 class HOST_API CFormatStream {
  public:
   // The buffer must outlive the object; the format is copied.
@@ -319,11 +320,11 @@ class HOST_API CFormatStream {
   CFormatStream(const CFormatStream&) = delete;
   CFormatStream& operator=(const CFormatStream&) = delete;
 
-  // Replaces the next placeholder by the number: "0x%x" by "0x" and hexadecimal digits, any other
-  // by decimal digits. Returns this object.
+  // Replaces the next placeholder with the number: "0x%x" with "0x" and hexadecimal digits, any
+  // other with decimal digits. Returns this object.
   CFormatStream& FormatInt(unsigned int value);
   CFormatStream& FormatInt(unsigned long value);
-  // Replaces the next placeholder, of whatever kind, by the text. Returns this object.
+  // Replaces the next placeholder of any kind with the text. Returns this object.
   CFormatStream& operator<<(const char* text);
   CFormatStream& operator<<(const std::string& text);
 
@@ -339,12 +340,13 @@ class HOST_API CFormatStream {
 
 namespace MBXX {
 
-// Questions about the machine's hardware.
+// Hardware queries.
 class HOST_API CConfigManager {
  public:
-  // Finds the `count`-th device on the PCI bus, 1-based in order of segment, bus, device and
-  // function, that has one of the `ids`: vendor and device as eight hexadecimal digits. Returns
-  // whether there is one; otherwise the four outputs are unchanged. Reads the bus at every call.
+  // Finds the `count`-th PCI device, counting from 1, with one of the `ids`, in the order of
+  // segment, bus, device and function. An id is the vendor and device id as eight hexadecimal
+  // digits. Sets the four outputs and returns true if there is such a device; otherwise returns
+  // false and leaves the outputs unchanged. Reads the bus at each call.
   static bool GetLocation(const std::vector<std::string>& ids, unsigned long count, int& segment,
                           int& bus, int& device, int& function);
 };
@@ -352,17 +354,17 @@ class HOST_API CConfigManager {
 // A date and time of day in UTC.
 struct HOST_API CSystemDate_Lx {
   std::uint32_t m_Year;
-  std::uint32_t m_Month;      // from 1
-  std::uint32_t m_Day;        // from 1
-  std::uint32_t m_DayOfWeek;  // from 0, Sunday
-  std::uint32_t m_DayOfYear;  // from 1
-  std::uint32_t m_Hour;       // from 0
-  std::uint32_t m_Minute;     // from 0
-  std::uint32_t m_Second;     // from 0; the system's time has no leap seconds
+  std::uint32_t m_Month;      // 1 to 12
+  std::uint32_t m_Day;        // 1 to 31
+  std::uint32_t m_DayOfWeek;  // 0 (Sunday) to 6
+  std::uint32_t m_DayOfYear;  // 1 to 366
+  std::uint32_t m_Hour;       // 0 to 23
+  std::uint32_t m_Minute;     // 0 to 59
+  std::uint32_t m_Second;     // 0 to 59; system time has no leap seconds
   std::uint32_t m_Milliseconds;
 };
 
-// Conversions of the system's time.
+// Conversions of system time.
 class HOST_API CSystemTime_Lx {
  public:
   // Sets all members of `date` from milliseconds since the epoch.

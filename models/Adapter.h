@@ -1,12 +1,12 @@
 // A storage adapter as a row of the host's database.
 //
-// The plug-in sets some of the fields; the others exist because the host's table has columns for
-// adapters of all vendors.
+// The plug-in sets only some of the fields: the host's table has columns for adapters of all
+// vendors.
 #pragma once
 
 #include "models/FieldsMap.h"
 
-// Type, name and default of each field, in order of declaration.
+// Type, name and default value of each field, in order of declaration.
 // clang-format off
 #define ADAPTER_FIELDS(X) \
   X(std::string, alarmState, null_text) \

@@ -1,7 +1,7 @@
-// Row types of the database, and the maps from their fields to the columns of a table.
+// Maps from the fields of a row type to the columns of a table in the host's database.
 //
-// A row is a plain value; in a new one every field is null. The host fills a map when it builds its
-// storage; after that maps are only read, by any thread.
+// A row is a plain value; each field of a new row has its default value. The host fills the maps
+// while it builds its storage; afterwards they are only read, on any thread.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@ namespace RaidDataModels {
 
 using string_list = std::vector<std::string>;
 
-// These values mean NULL; a field has no other way to express it. A list cannot be NULL; its
-// default is the empty list.
+// Values that represent SQL NULL in a field. A list has no such value; its default is the empty
+// list.
 constexpr int null_int = std::numeric_limits<int>::min();
 constexpr unsigned long null_ulong = std::numeric_limits<unsigned long>::max();
 constexpr double null_double = std::numeric_limits<float>::min();
@@ -26,29 +26,29 @@ inline const std::string null_text = "NULL";
 
 static_assert(sizeof(unsigned long) == sizeof(std::uint64_t));
 
-// Allows maps of different row types in one list.
+// The base class of maps, so that one list can contain maps of different row types.
 class CORVANE_API dbModelFieldsMapBase {
  public:
   virtual ~dbModelFieldsMapBase() = default;
 };
 
-// Which column one field of a row belongs to.
+// Maps one field of a row to its column.
 template <class Row, class Field>
 struct dbModelField {
   Field Row::*member;
-  std::string name;  // of the column
-  int index;         // of the column in the table, from 0
+  std::string name;  // column name
+  int index;         // position of the column in the table, from 0
 };
 
-// The fields of one row type, by their types. Each column is in exactly one list, and each list is
-// in the order of the table. A key of type int has index 0, a key of type unsigned long the last
-// one.
+// The fields of one row type, in one list per field type. Each column is in exactly one list, and
+// each list is in the order of the table's columns. The index of the key is 0 if the key is an int,
+// or that of the last column if it is an unsigned long.
 template <class Row>
 class CORVANE_API dbModelFieldsMap : public dbModelFieldsMapBase,
                                      public Singleton<dbModelFieldsMap<Row>> {
  public:
-  std::string alias;    // of the table, in conditions
-  int columnCount = 0;  // of the table
+  std::string alias;    // alias of the table in statements
+  int columnCount = 0;  // number of columns in the table
   std::vector<dbModelField<Row, int>> intFields;
   std::vector<dbModelField<Row, unsigned long>> ulongFields;
   std::vector<dbModelField<Row, std::string>> stringFields;
@@ -60,7 +60,7 @@ class CORVANE_API dbModelFieldsMap : public dbModelFieldsMapBase,
   dbModelFieldsMap() = default;
 };
 
-// The list of fields of type `Field`, by reference; const if `map` is.
+// Returns a reference to the list of the fields of type `Field`.
 template <class Field, class Map>
 auto& fields_of(Map& map) {
   if constexpr (std::is_same_v<Field, int>)
@@ -77,5 +77,5 @@ auto& fields_of(Map& map) {
 
 }  // namespace RaidDataModels
 
-// Declares one field of a row type from one row of its list.
+// Declares one field of a row type from an entry of its field list.
 #define DB_MODEL_FIELD(type, name, initial) type name = initial;

@@ -3,7 +3,7 @@
 
 #include "models/FieldsMap.h"
 
-// Type, name and default of each field, in order of declaration.
+// Type, name and default value of each field, in order of declaration.
 // clang-format off
 #define PD_FIELDS(X) \
   X(std::string, activityName, null_text) \

@@ -1,16 +1,16 @@
-// A class of which there is one instance.
+// A base class for singletons.
 #pragma once
 
 #include <memory>
 
 #include "models/Visibility.h"
 
-// `Kind` derives from this, declares it a friend and makes its own constructor private.
+// `Kind` derives from `Singleton<Kind>`, declares it a friend and has a private constructor.
 template <class Kind>
 class CORVANE_API Singleton {
  public:
-  // The one instance, never null, created by the first call. From any thread. The caller shares
-  // ownership, so the instance may outlive this library's static objects.
+  // Returns the instance, never null. The first call creates it. Thread-safe. The caller shares
+  // ownership, so the instance may outlive the static objects of this library.
   static std::shared_ptr<Kind> instance() {
     static const std::shared_ptr<Kind> only(new Kind);
     return only;

@@ -1,5 +1,5 @@
 // Marks types that are used across libraries. All libraries are compiled with hidden visibility;
-// without the mark, `dynamic_cast` and `catch` would not recognize a type of another library.
+// without the mark, `dynamic_cast` and `catch` would not recognize a type from another library.
 #pragma once
 
 #define CORVANE_API __attribute__((visibility("default")))

@@ -1,9 +1,9 @@
-// Conditions of statements that read or delete rows.
+// Conditions for statements that read or delete rows.
 //
 //   where(is_equal(&Row::number, 3) and is_equal(&Row::host, "localhost"))
 //
-// Conditions are plain values without a lock. Building one evaluates nothing and throws nothing but
-// std::bad_alloc; its text is built when a storage uses it.
+// Conditions are plain values and not thread-safe. Creating one only stores its parts; the only
+// exception it can throw is std::bad_alloc. Its SQL text is generated when a storage uses it.
 #pragma once
 
 #include <string>
@@ -16,27 +16,28 @@
 
 namespace DatabaseORM {
 
-// A column holds a value: an int or a text.
+// A condition that a column equals a value.
 template <class Value, class Member>
 struct is_equal_t {
   Value value;    // int, std::string or const char*
-  Member member;  // pointer to a member of the row type; its column is looked up when used
+  Member member;  // pointer to a member of the row type; its column is looked up at each use
 };
 
-// Both conditions hold.
+// A condition that two conditions are both true.
 template <class Left, class Right>
 struct and_condition_t {
   Left left;
   Right right;
 };
 
-// The condition of a statement.
+// A WHERE clause.
 template <class Condition>
 struct where_t {
   Condition condition;
 };
 
-// Whether a type is one of the conditions above. A `where_t` is not: it cannot be combined.
+// Whether a type is `is_equal_t` or `and_condition_t`. A `where_t` is not a condition and cannot be
+// combined.
 template <class>
 struct is_condition : std::false_type {};
 template <class Value, class Member>
@@ -44,46 +45,47 @@ struct is_condition<is_equal_t<Value, Member>> : std::true_type {};
 template <class Left, class Right>
 struct is_condition<and_condition_t<Left, Right>> : std::true_type {};
 
-// The column of `member` equals `value`, an int or a text. A `const char*` is not copied: it must
-// outlive the condition.
+// Creates a condition that the column of `member` equals `value`, an int or a text. The text at a
+// `const char*` is not copied and must outlive the condition.
 //
-// Null values have no meaning here: `null_int` is compared as its number, "NULL" as that word. SQL
-// finds no rows with NULL by comparison, so no condition of this header does.
+// A condition never matches SQL NULL. Null values get no special treatment: `null_int` is compared
+// as a number, and "NULL" as a text.
 template <class Field, class Row, class Value>
 is_equal_t<Value, Field Row::*> is_equal(Field Row::*member, Value value) {
   return {std::move(value), member};
 }
 
-// Both conditions; three or more are nested from the left. Unlike the built-in operator, it needs
-// both sides: nothing is evaluated here.
+// Combines two conditions; longer chains nest from the left. Unlike the built-in operator, this one
+// does not short-circuit: both operands are always constructed.
 template <class Left, class Right,
           std::enable_if_t<is_condition<Left>::value && is_condition<Right>::value, int> = 0>
 and_condition_t<Left, Right> operator&&(Left left, Right right) {
   return {std::move(left), std::move(right)};
 }
 
-// Wraps a condition for a statement. Anything but a condition does not compile.
+// Creates a WHERE clause. Only an `is_equal_t` or `and_condition_t` compiles.
 template <class Condition>
 where_t<Condition> where(Condition condition) {
   static_assert(is_condition<Condition>::value, "where takes is_equal and conditions made of it");
   return {std::move(condition)};
 }
 
-// What a condition needs from the storage. For use within one call.
+// The parts of a storage that the text of a condition depends on. Valid only during one call,
+// because it refers to the list of the storage.
 struct naming_t {
-  const model_maps_t& maps;  // the storage's own list
-  bool use_alias;            // whether columns have the alias of their table as a prefix
+  const model_maps_t& maps;
+  bool use_alias;  // whether columns have the alias of their table as a prefix
 };
 
-// The alias of the table of `Row`, as the host has set it in the map. Throws
-// `failure_t::no_map_for_alias` without a map.
+// Returns the table alias that the host has set in the map of `Row`. Throws
+// `failure_t::no_map_for_alias` if `Row` has no map.
 template <class Row>
 std::string alias_of(const model_maps_t& maps) {
   return find_map<Row>(maps, failure_t::no_map_for_alias)->alias;
 }
 
-// The value as text, without quotes or escapes. A number is in decimal, a text is copied. Any other
-// number is converted to int; a list does not compile.
+// Returns the value as text, without quotes or escapes; numbers are decimal. Arguments of other
+// numeric types are converted to int. Lists do not compile.
 inline std::string condition_value(int value) {
   return number_text(value);
 }
@@ -92,14 +94,14 @@ inline std::string condition_value(const std::string& value) {
   return value;
 }
 
-// The text of a condition, with a blank in front:
+// Returns the text of a condition, with a leading space:
 //
 //    alias.number = '3'
 //    ( alias.number = '3') AND ( alias.host = 'localhost')
 //
-// Every value is in single quotes, numbers too, and not escaped: a single quote in a text ends the
-// value there. Without `use_alias`, the column is not prefixed. Throws `failure_t::no_map` if the
-// storage does not know the row type, `failure_t::no_column` if it does not know the member.
+// Every value, including numbers, is in single quotes. Values are not escaped: a single quote in a
+// text ends the SQL string. Without `use_alias`, columns have no prefix. Throws `failure_t::no_map`
+// if the row type has no map, and `failure_t::no_column` if the map does not contain the member.
 template <class Value, class Field, class Row>
 std::string process_where(const naming_t& naming, const is_equal_t<Value, Field Row::*>& equal) {
   const std::string column = column_name(*find_map<Row>(naming.maps), equal.member);
@@ -109,7 +111,7 @@ std::string process_where(const naming_t& naming, const is_equal_t<Value, Field 
          condition_quote + condition_value(equal.value) + condition_quote;
 }
 
-// The second form. The left condition is looked up first, so its failure is the one that is thrown.
+// Returns the second form. If both conditions fail, the exception is that of the left one.
 template <class Left, class Right>
 std::string process_where(const naming_t& naming, const and_condition_t<Left, Right>& both) {
   const std::string left = process_where(naming, both.left);
@@ -117,8 +119,8 @@ std::string process_where(const naming_t& naming, const and_condition_t<Left, Ri
   return " (" + left + ") " + "AND" + " (" + right + ") ";
 }
 
-// `statement`, which may be empty, followed by " WHERE" and the condition. Throws as
-// `process_where` does.
+// Returns `statement`, which may be empty, followed by " WHERE" and the condition. Throws the same
+// exceptions as `process_where`.
 template <class Condition>
 std::string process_single_condition(const naming_t& naming, const std::string& statement,
                                      const where_t<Condition>& where) {

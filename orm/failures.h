@@ -1,9 +1,9 @@
-// The texts of the exceptions that the layer throws.
+// Messages of the exceptions that the persistence layer throws.
 //
-// Four of them say what could not be found, and two contain a text of the database. Hosts recognize
-// failures by these texts, including their small differences.
+// Four messages name a missing map or column, and two contain a message of the database. Hosts
+// identify failures by the exact messages, including the small differences between them.
 //
-// All functions here may be called from any thread.
+// All functions are thread-safe.
 #pragma once
 
 #include <string>
@@ -12,17 +12,17 @@
 
 namespace DatabaseORM {
 
-// What failed.
+// The kinds of failure.
 enum class failure_t {
-  no_map,            // a statement other than INSERT, or a condition, needs the map of a row type
-  no_map_in_insert,  // INSERT needs it
-  no_map_for_alias,  // the alias of a row type needs it
-  no_column,         // the map has no column for a member, or one without a name
+  no_map,            // no map of the row type, for a condition or a statement other than INSERT
+  no_map_in_insert,  // no map of the row type, for INSERT
+  no_map_for_alias,  // no map of the row type, for its alias
+  no_column,         // the map has no column for a member, or the column has no name
   query,             // the database rejected a statement
   key                // the largest key could not be read before an INSERT
 };
 
-// A failure, and its text before and after the detail. Literals: they live as long as the program.
+// A failure, and its message before and after the detail.
 struct failure_text_t {
   failure_t failure;
   const char* before;
@@ -39,8 +39,9 @@ constexpr failure_text_t failure_texts[] = {
     {failure_t::key, "Storage query exception thrown! Cannot read ID from database! (", ")"},
 };
 
-// The text of a failure. Only `query` and `key` have a detail: the text of the exception that
-// caused them. For `key` that is usually a text of `query`, with the database's own text in it.
+// Returns the message of a failure. Only `query` and `key` have a detail: the message of the
+// exception that caused them. For `key`, that message usually is one of `query`, which contains the
+// message of the database.
 inline std::string failure_text(failure_t failure, const std::string& detail = {}) {
   for (const failure_text_t& row : failure_texts) {
     if (row.failure == failure) return row.before + detail + row.after;
@@ -48,15 +49,14 @@ inline std::string failure_text(failure_t failure, const std::string& detail = {
   return detail;
 }
 
-// Throws `DBEXCEPTION::DatabaseException` with that text. The exception owns the text; catch it by
-// reference.
+// Throws `DBEXCEPTION::DatabaseException` with the message of the failure.
 [[noreturn]] inline void fail(failure_t failure, const std::string& detail = {}) {
   throw DBEXCEPTION::DatabaseException(failure_text(failure, detail));
 }
 
-// Runs `step`, once and on this thread, and returns its result. If it throws a `DatabaseException`,
-// throws `failure` with the text of that exception as its detail. Other exceptions
-// propagate, including the one that unwinds a canceled thread.
+// Calls `step` and returns its result. If `step` throws a `DatabaseException`, throws `failure`
+// with the message of that exception as the detail. Other exceptions propagate, including the one
+// that unwinds a canceled thread.
 template <class Step>
 auto failing_as(failure_t failure, Step step) {
   try {

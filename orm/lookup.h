@@ -1,8 +1,8 @@
-// Finds the map, the table and the column of a row type. The lists are only read, so several
-// threads may search them at the same time if none changes them.
+// Finds the map, table and columns of a row type. Several threads may search the lists
+// simultaneously as long as no thread changes them.
 //
-// A list may have entries of any row type; an entry is found by its type, with dynamic_cast, also
-// if the host's library has created it.
+// A list may contain entries for any row type. An entry is found by its type with dynamic_cast,
+// even if a library of the host created it.
 #pragma once
 
 #include <memory>
@@ -15,8 +15,8 @@
 
 namespace DatabaseORM {
 
-// What a storage knows: at most one table and one map per row type. If there are more, the first
-// one is used. Entries may be null.
+// The tables and maps of a storage: at most one of each per row type. If there are more, the first
+// is used. Entries may be null.
 using tables_t = std::vector<std::shared_ptr<tableBase_t>>;
 using model_maps_t = std::vector<std::shared_ptr<RaidDataModels::dbModelFieldsMapBase>>;
 
@@ -24,8 +24,8 @@ using model_maps_t = std::vector<std::shared_ptr<RaidDataModels::dbModelFieldsMa
 template <class Row>
 using fields_map_t = RaidDataModels::dbModelFieldsMap<Row>;
 
-// The first of `entries` that is a `Wanted`, or null. The result shares the ownership: it remains
-// valid if the list changes.
+// Returns the first of `entries` of type `Wanted`, or null. The result shares ownership, so it
+// remains valid if the list changes.
 template <class Wanted, class Entry>
 std::shared_ptr<Wanted> find_entry(const std::vector<std::shared_ptr<Entry>>& entries) {
   for (const auto& entry : entries) {
@@ -34,7 +34,7 @@ std::shared_ptr<Wanted> find_entry(const std::vector<std::shared_ptr<Entry>>& en
   return nullptr;
 }
 
-// The map of `Row`, never null, owned as by `find_entry`. Throws `missing` without one.
+// Returns the map of `Row`, never null. Throws `missing` if there is none. Ownership is shared.
 template <class Row>
 std::shared_ptr<fields_map_t<Row>> find_map(const model_maps_t& maps,
                                             failure_t missing = failure_t::no_map) {
@@ -43,16 +43,16 @@ std::shared_ptr<fields_map_t<Row>> find_map(const model_maps_t& maps,
   return found;
 }
 
-// The table of `Row`, never null, owned as by `find_entry`. Without one, a new table with neither
-// name nor columns: the statement then lacks the table's name, and the database rejects it.
+// Returns the table of `Row`, never null. If there is none, returns a new table without a name and
+// columns; statements then lack the table name. Ownership is shared.
 template <class Row>
 std::shared_ptr<const table_t<Row>> find_table(const tables_t& tables) {
   auto found = find_entry<table_t<Row>>(tables);
   return found ? found : std::make_shared<table_t<Row>>();
 }
 
-// The name of the column of `member`; the last one if the map has several. Throws
-// `failure_t::no_column` without one, or if that name is empty.
+// Returns the column name of `member`; the last one if the map has several. Throws
+// `failure_t::no_column` if there is none or it is empty.
 template <class Row, class Field>
 std::string column_name(const fields_map_t<Row>& map, Field Row::*member) {
   std::string name;

@@ -1,10 +1,10 @@
-// Turns the cells of a result into rows. Needs no lock: it uses only its arguments.
+// Converts the cells of a result to rows. The functions access only their arguments.
 //
-// Cells come as one flat list of texts, row by row, in the order of the table's columns. NULL is
-// the word NULL; a text that is that word reads as NULL too.
+// Cells are one flat list of texts, row by row, in the order of the table's columns. SQL NULL is
+// the word NULL, which cannot be distinguished from a stored text "NULL".
 //
-// Cells are expected to have been written by this layer. One that does not fit its column throws,
-// and the rows read so far are lost.
+// Cells are expected to have been written by this layer. A cell that does not fit its column throws
+// an exception, and no rows are returned.
 #pragma once
 
 #include <locale.h>
@@ -27,23 +27,23 @@
 
 namespace DatabaseORM {
 
-// Sets `value` from a cell; the word NULL becomes the null value of its type. A cell that is not a
-// number throws `std::invalid_argument`, one out of range `std::out_of_range`, and leaves `value`
-// unchanged; nothing in this layer catches them. White space before a number and anything after it
-// are ignored.
+// Sets `value` from a cell; the word NULL becomes the null value of the type. Throws
+// `std::invalid_argument` if the cell is not a number, and `std::out_of_range` if the number is out
+// of range; `value` is then unchanged. This layer does not catch these exceptions. White space
+// before the number and any text after it are ignored.
 inline void read_cell(const std::string& cell, int& value) {
   value = cell == null_word ? RaidDataModels::null_int : std::stoi(cell);
 }
 
-// Cells have signed 64-bit numbers, as SQL does: larger ones are out of range, and a negative one
+// SQL integers are signed 64-bit numbers. A larger number in a cell is out of range; a negative one
 // becomes the unsigned number with the same bits.
 inline void read_cell(const std::string& cell, unsigned long& value) {
   value =
       cell == null_word ? RaidDataModels::null_ulong : static_cast<unsigned long>(std::stoll(cell));
 }
 
-// `std::stod` for the C locale: the host's locale may have a decimal comma, the database never
-// does. Throws the same exceptions, and leaves errno unchanged.
+// `std::stod` for the C locale, because the host's locale may have a decimal comma, which the
+// database never uses. Throws the same exceptions as `std::stod`. Preserves errno.
 inline double number_of(const std::string& cell) {
   static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
   const int errno_before = std::exchange(errno, 0);
@@ -59,29 +59,31 @@ inline void read_cell(const std::string& cell, double& value) {
   value = cell == null_word ? RaidDataModels::null_double : number_of(cell);
 }
 
-// The cell, unchanged. The word NULL needs no conversion: it is the null value of a text.
+// Copies the cell. The word NULL needs no conversion, because it is the null value of a text.
 inline void read_cell(const std::string& cell, std::string& value) {
   value = cell;
 }
 
-// A list: elements separated by "?". Empty ones are dropped. The word NULL becomes a list with that
-// one element, since a list has no null value.
+// Splits the cell at "?" and drops empty elements. A list has no null value, so the word NULL
+// becomes a list with "NULL" as its only element.
 inline void read_cell(const std::string& cell, RaidDataModels::string_list& value) {
   boost::algorithm::split(value, cell, boost::algorithm::is_any_of(element_separator));
   value.erase(std::remove(value.begin(), value.end(), std::string()), value.end());
 }
 
-// Reads the cells of one row from left to right. The fields of each type are used in turn, so they
-// must be in the order of the columns; their indexes are not used. For one thread.
+// Reads the cells of one row from left to right. The map's fields of each type are filled in
+// sequence, so they must be in the order of the columns; their indexes are not used. Not
+// thread-safe.
 template <class Row>
 class row_reader_t {
  public:
-  // For one row. The map must outlive the reader.
+  // Creates a reader for one row. The map must outlive the reader.
   explicit row_reader_t(const fields_map_t<Row>& map) : m_map(map) {}
 
-  // Sets the next field of that kind in `row`. Skips a column for which the map has no field left,
-  // or whose kind is none of the five. After an exception the field counts as read, and keeps its
-  // value.
+  // Sets the next field of that kind in `row`. Does nothing if the map has no such field left, or
+  // if the kind is not one of the five. If the cell cannot be converted, the exception of
+  // `read_cell` propagates, the field keeps its value, and the next call continues with the field
+  // after it.
   void read(column_kind_t kind, const std::string& cell, Row& row) {
     switch (kind) {
       case string_column:
@@ -112,9 +114,9 @@ class row_reader_t {
   std::size_t m_doubles = 0;
 };
 
-// The rows in `cells`, which has one row after the other; the caller owns them. An incomplete last
-// row is dropped; without columns there are no rows. A field without a column keeps the value that
-// it has in a new row. Throws as `read_cell` does. The columns of `table` must not be null.
+// Converts `cells` to rows. Drops an incomplete last row; if the table has no columns, returns no
+// rows. Fields without a column keep their default values. Throws the same exceptions as
+// `read_cell`. The columns of `table` must not be null.
 template <class Row>
 std::vector<Row> read_rows(const fields_map_t<Row>& map, const table_t<Row>& table,
                            const std::vector<std::string>& cells) {

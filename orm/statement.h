@@ -1,8 +1,8 @@
-// Builds the texts of statements from rows, maps and tables. Runs nothing and changes nothing;
-// throws nothing but std::bad_alloc unless a comment says otherwise. No value is escaped. From any
-// thread, as long as the maps and tables do not change.
+// Generates the SQL text of statements from rows, maps and tables, without running them. Values are
+// not escaped. Thread-safe as long as no thread changes the maps and tables. Throws only
+// std::bad_alloc, unless a comment names another exception.
 //
-// The texts are exact, including blanks and semicolons: a host may compare or log them. The
+// The texts are fixed, including spaces and semicolons, because a host may compare or log them. The
 // comments show an example of each, for a table `table` with the alias `alias`.
 #pragma once
 
@@ -18,26 +18,26 @@
 
 namespace DatabaseORM {
 
-// Names or values, by the position of their column in the table.
+// Column names or values, indexed by the position of the column in the table.
 using texts_t = std::vector<std::string>;
 
-// One text per column of the table, by the map's count, each empty until a field fills it.
+// Returns an empty text for each column of the table, according to the map's column count.
 template <class Row>
 texts_t empty_columns(const fields_map_t<Row>& map) {
   return texts_t(static_cast<std::size_t>(map.columnCount));
 }
 
-// The text of a column, for reading or writing; valid as long as `columns`. Throws
-// `std::out_of_range` for an index that the table does not have, also a negative one.
+// Returns a reference to the text of a column. Throws `std::out_of_range` if the index is negative
+// or past the last column.
 inline std::string& at(texts_t& columns, int index) {
   return columns.at(static_cast<std::size_t>(index));
 }
 
-// The texts that are not empty, separated:
+// Joins the texts that are not empty:
 //
 //   a, b
 //
-// Empty if all are. An empty text takes no place: a column that no field fills is left out.
+// Columns without a field have an empty text and are therefore omitted.
 inline std::string joined_columns(const texts_t& columns) {
   std::string text;
   for (const std::string& column : columns) {
@@ -48,19 +48,19 @@ inline std::string joined_columns(const texts_t& columns) {
   return text;
 }
 
-// The beginning of a statement that writes: switches the checks of foreign keys on if the table
-// wants that, else nothing.
+// Returns the prefix of a statement that writes, which enables foreign key checks if the table
+// requests them; otherwise empty.
 //
 //   PRAGMA foreign_keys = ON;
 //
-// The connection then keeps them on, for the statements on other tables too.
+// The checks remain enabled on the connection, also for statements on other tables.
 template <class Row>
 std::string foreign_keys_text(const table_t<Row>& table) {
   return table.foreignKeys ? "PRAGMA foreign_keys = ON;" + word_separator : "";
 }
 
-// Whether the database assigns the table's key, because one of its columns says so. No column may
-// be null.
+// Whether the database assigns the table's key: true if a column has `autoIncrement`. The columns
+// must not be null.
 template <class Row>
 bool has_auto_key(const table_t<Row>& table) {
   for (const auto& column : table.columns) {
@@ -69,9 +69,9 @@ bool has_auto_key(const table_t<Row>& table) {
   return false;
 }
 
-// Whether a field is the key that the database assigns, by its position: an int is the first column
-// of its table, an unsigned long the last. Fields of other types never are. Meaningful only for a
-// table with `has_auto_key`: a position alone does not make a key.
+// Whether a field is the key that the database assigns. The key is either an int in the first
+// column of its table or an unsigned long in the last. Call only if `has_auto_key` is true for the
+// table.
 template <class Row>
 bool is_key(const fields_map_t<Row>&, const RaidDataModels::dbModelField<Row, int>& field) {
   return field.index == 0;
@@ -88,9 +88,8 @@ bool is_key(const fields_map_t<Row>&, const RaidDataModels::dbModelField<Row, Fi
   return false;
 }
 
-// Calls `visit` with each field of the map: ints, unsigned longs, texts, lists, doubles; in the
-// order of the map within a type. If `visit` throws, the exception propagates and the remaining
-// fields are not visited.
+// Calls `visit` for each field of the map: ints, unsigned longs, texts, lists, doubles; within a
+// type, in the order of the map. An exception from `visit` propagates.
 template <class Row, class Visit>
 void for_each_field(const fields_map_t<Row>& map, Visit visit) {
   for (const auto& field : map.intFields) visit(field);
@@ -100,14 +99,15 @@ void for_each_field(const fields_map_t<Row>& map, Visit visit) {
   for (const auto& field : map.doubleFields) visit(field);
 }
 
-// A new row, whose key the database assigns or not:
+// Returns the INSERT statement for a row. The first form is for tables whose key the database
+// assigns, the second for all others:
 //
 //   INSERT INTO table (name, size) VALUES("x", 1);
 //   INSERT INTO table VALUES(3, "x", 1);
 //
-// The first form leaves the key out. The second one names no columns, so the map must have a field
-// for each. Null values are the word NULL, and a list is one text. Throws `std::out_of_range` for a
-// field beyond the table.
+// The first form omits the key. The second form contains no column names, so the map must have a
+// field for each column. Null values are written as NULL, and a list as one text. Throws
+// `std::out_of_range` for a field index past the last column.
 template <class Row>
 std::string insert_text(const fields_map_t<Row>& map, const table_t<Row>& table, const Row& row) {
   const bool auto_key = has_auto_key(table);
@@ -124,13 +124,12 @@ std::string insert_text(const fields_map_t<Row>& map, const table_t<Row>& table,
          columns + "VALUES(" + joined_columns(values) + ");";
 }
 
-// For a row without a key. No stored row has it.
+// Represents a missing key. No stored row has this key.
 constexpr int no_key = -1;
 
-// The key that `update` takes from the first field of a table: its value if it is an int or an
-// unsigned long, else `no_key`. An unsigned long is truncated to its low 32 bits as an int, and
-// `text`, which is the field's value in the statement, changed accordingly; otherwise `text` is
-// unchanged.
+// Returns the key of a row for UPDATE, given the value in its first column: the value itself if it
+// is an int, its low 32 bits as an int if it is an unsigned long, or `no_key`. For an unsigned
+// long, also sets `text`, the value's text in the statement, to that key.
 template <class Field>
 int key_of(const Field&, std::string&) {
   return no_key;
@@ -146,14 +145,14 @@ inline int key_of(unsigned long value, std::string& text) {
   return key;
 }
 
-// All columns of the row with the same key:
+// Returns the UPDATE statement that sets all columns of the row with the same key:
 //
 //   UPDATE table SET ID=3, name="x", size=1 WHERE ID = 3;
 //
-// The key is the first column, and the column compared is `ID`, whatever the map calls it: a table
-// whose key is its last column is never changed. For a row whose key is null, or not a number, the
-// condition is `ID = -1`, which no stored row meets. Throws `std::out_of_range` for a field beyond
-// the table.
+// The key is the value in the first column. The condition always uses the column name `ID`,
+// whatever the name in the map, so the statement cannot update a table whose key is its last
+// column. If the key is null or not a number, the condition is `ID = -1`, which matches no stored
+// row. Throws `std::out_of_range` for a field index past the last column.
 template <class Row>
 std::string update_text(const fields_map_t<Row>& map, const table_t<Row>& table, const Row& row) {
   texts_t pairs = empty_columns(map);
@@ -169,23 +168,24 @@ std::string update_text(const fields_map_t<Row>& map, const table_t<Row>& table,
          "WHERE ID = " + number_text(key) + ";";
 }
 
-// The largest value of a column:
+// Returns the statement that reads the largest value of a column, without a final semicolon:
 //
 //   SELECT MAX(size) FROM table
 //
-// One cell, NULL if the table is empty. No semicolon ends it.
+// Its result is one cell, NULL if the table is empty.
 template <class Row>
 std::string max_text(const table_t<Row>& table, const std::string& column) {
   return "SELECT" + word_separator + "MAX(" + column + ")" + word_separator + "FROM" +
          word_separator + table.name;
 }
 
-// The rows that meet `condition`, which begins with a blank:
+// Returns the statement that reads the rows that match `condition`, which starts with a space. The
+// statement has no final semicolon:
 //
 //   SELECT * FROM table alias  WHERE alias.size = '1'
 //
-// One cell per column and row, in the order in which the database has the columns: that must be the
-// order of `table.columns`. The order of rows is up to the database. No semicolon ends it.
+// Its result has one cell per column and row. The columns are in the order of the database, which
+// must be the order of `table.columns`; the order of the rows is unspecified.
 template <class Row>
 std::string select_text(const table_t<Row>& table, const std::string& alias,
                         const std::string& condition) {
@@ -193,11 +193,11 @@ std::string select_text(const table_t<Row>& table, const std::string& alias,
          word_separator + alias + word_separator + condition;
 }
 
-// Deletes the rows that meet `condition`, which begins with a blank:
+// Returns the statement that deletes the rows that match `condition`, which starts with a space:
 //
 //   DELETE FROM table  WHERE size = '1'
 //
-// The condition must not have the alias, since the statement does not declare it.
+// The condition must not contain the alias, because the statement does not define it.
 template <class Row>
 std::string delete_text(const table_t<Row>& table, const std::string& condition) {
   return foreign_keys_text(table) + "DELETE" + word_separator + "FROM" + word_separator +

@@ -1,10 +1,10 @@
-// The tables of the host's database, and the statements that write, read and delete their rows.
+// The storage: the tables of the host's database, with functions that write, read and delete rows.
 //
 //   auto storage = getDatabasePointer();
 //   auto rows = storage->get_all<Adapter>(where(is_equal(&Adapter::adapterNumber, 3) and
 //                                               is_equal(&Adapter::hostName, "localhost")));
 //
-// Statements are plain text; values are not escaped. orm/statement.h has their exact form.
+// Values in statements are not escaped. See orm/statement.h for the exact text of the statements.
 #pragma once
 
 #include <locale>
@@ -26,14 +26,13 @@
 
 namespace DatabaseORM {
 
-// Built by the host, which fills in its tables and field maps, and shared with the plug-in. It has
-// no lock, and deleting changes `useAlias` temporarily: one thread at a time.
+// Created by the host, which fills in the tables and field maps, and shared with the plug-in. Not
+// thread-safe; deleting rows changes `useAlias` temporarily.
 //
-// There are no transactions; every statement takes effect by itself. Failures, also of the
-// database, throw `DBEXCEPTION::DatabaseException` with the texts of orm/failures.h. The comments
-// below name them as `failure_t` does. A failure does not affect later calls.
-//
-// Rows are passed and returned by value; no member keeps a reference to one.
+// Each statement takes effect on its own; there are no transactions. Failures, including those of
+// the database, throw `DBEXCEPTION::DatabaseException` with a message from orm/failures.h. The
+// comments below refer to failures by their names in `failure_t`. A failure does not affect later
+// calls.
 class CORVANE_API storage_t {
  public:
   bool useAlias = true;  // whether conditions prefix their columns with the table's alias
@@ -41,16 +40,17 @@ class CORVANE_API storage_t {
   tables_t tables;                                    // at most one per row type
   model_maps_t modelMaps;                             // at most one per row type
 
-  // Writes a new row: one INSERT. Returns its key if the database assigns the table's key, else 0.
+  // Inserts a row. Returns its key if the database assigns the table's keys, or 0.
   //
-  // The key is predicted: a SELECT MAX before the INSERT reads the largest one, and the result
-  // is that plus 1, or 1 if the table is empty. It is wrong if another writer adds a row in
-  // between, or if the database does not assign keys that way. Only its low 32 bits are returned.
+  // The key is predicted: a SELECT MAX before the INSERT reads the largest key, and the result is
+  // that key plus 1, or 1 if the table is empty. The prediction is wrong if another writer adds a
+  // row between the two statements, or if the database assigns keys in another way. Only the low 32
+  // bits of the key are returned.
   //
-  // If it throws, no row has been written. Throws `no_map_in_insert` without a map for `Row`, `key`
-  // if the largest key cannot be read, `query` if the database rejects the INSERT, and
-  // `std::out_of_range` for a field beyond the table. Without a table for `Row`, the INSERT lacks
-  // the table's name.
+  // Throws `no_map_in_insert` if `Row` has no map, `key` if the largest key cannot be read, `query`
+  // if the database rejects the INSERT, and `std::out_of_range` for a field index past the last
+  // column; no row is written in these cases. If `Row` has no table, the INSERT lacks the table
+  // name.
   template <class Row>
   int insert(Row row) {
     const auto map = find_map<Row>(modelMaps, failure_t::no_map_in_insert);
@@ -60,23 +60,23 @@ class CORVANE_API storage_t {
     return key;
   }
 
-  // Writes all columns of the row with the same key: one UPDATE. A row whose key is null, or that
-  // the table does not have, changes nothing, and no failure reports that.
+  // Updates all columns of the stored row with the same key, using one UPDATE. If the key is null
+  // or not in the table, nothing changes and no error is reported.
   //
-  // The stored row is unchanged after an exception. Throws `no_map` without a map for `Row`,
-  // `query` if the database rejects the statement, and `std::out_of_range` for a field beyond the
-  // table.
+  // Throws `no_map` if `Row` has no map, `query` if the database rejects the statement, and
+  // `std::out_of_range` for a field index past the last column; the stored row is unchanged in
+  // these cases.
   template <class Row>
   void update(Row row) {
     const auto map = find_map<Row>(modelMaps);
     run(update_text(*map, *find_table<Row>(tables), row));
   }
 
-  // The largest value of a column, where `Field` is int or unsigned long: one SELECT MAX. 0 if
-  // no value exists, if the result is not such a number, and, without running a statement, if the
-  // row type has no map or table. A caller cannot distinguish these from a largest value of 0.
-  // Throws `no_column` if the map does not have the member, `query` if the database rejects the
-  // statement.
+  // Returns the largest value of a column, where `Field` is int or unsigned long, using one SELECT
+  // MAX. Returns 0 if there is no value or the result is not such a number. Also returns 0, without
+  // running a statement, if the row type has no map or table. Callers cannot distinguish these
+  // cases from a real maximum of 0. Throws `no_column` if the map does not contain the member, and
+  // `query` if the database rejects the statement.
   template <class Field, class Row>
   Field max(Field Row::*member) {
     const auto map = find_entry<fields_map_t<Row>>(modelMaps);
@@ -90,12 +90,13 @@ class CORVANE_API storage_t {
     return cell >> value ? value : 0;
   }
 
-  // The rows that meet the condition, in the database's order: one SELECT. None without a table for
-  // `Row`, if the database accepts a statement without the table's name.
+  // Returns the rows that match the condition, in the order in which the database returns them,
+  // using one SELECT. If `Row` has no table, the statement lacks the table name; if the database
+  // accepts it anyway, returns no rows.
   //
-  // Throws `no_map` without a map for `Row` or for a row type of the condition, `no_column` if the
-  // condition has a member without a column, `query` if the database rejects the statement. A cell
-  // that does not fit its column's type throws `std::invalid_argument` or `std::out_of_range`.
+  // Throws `no_map` if `Row` or a row type in the condition has no map, `no_column` if a member in
+  // the condition has no column, and `query` if the database rejects the statement. Throws
+  // `std::invalid_argument` or `std::out_of_range` for a cell that does not fit its column's type.
   template <class Row, class Condition>
   std::vector<Row> get_all(where_t<Condition> where) {
     const auto map = find_map<Row>(modelMaps);
@@ -105,9 +106,9 @@ class CORVANE_API storage_t {
     return read_rows(*map, *table, run(select_text(*table, alias, condition)));
   }
 
-  // Deletes the rows that meet the condition, if any: one DELETE. Always sets `useAlias` to true,
-  // even if it fails. Throws the same exceptions as `get_all`, except those for cells; no row is
-  // deleted in that case.
+  // Deletes the rows that match the condition, using one DELETE. Afterwards, `useAlias` is true,
+  // even if the call fails; it is unchanged only if `Row` has no map. Throws the same exceptions as
+  // `get_all`, except those for cells; no row is deleted in these cases.
   template <class Row, class Condition>
   void remove_all(where_t<Condition> where) {
     find_map<Row>(modelMaps);
@@ -116,21 +117,22 @@ class CORVANE_API storage_t {
     run(delete_text(*table, process_single_condition(naming(), {}, where)));
   }
 
-  // The alias of the table of `Row`. Runs no statement. Throws `no_map_for_alias` without a map.
+  // Returns the table alias of `Row` from its map. Throws `no_map_for_alias` if `Row` has no map.
   template <class Row>
   std::string extractAlias() const {
     return alias_of<Row>(modelMaps);
   }
 
-  // The name of a member's column. Runs no statement. Throws `no_map` without a map, `no_column`
-  // without a column.
+  // Returns the column name of a member from the map of `Row`. Throws `no_map` if `Row` has no map,
+  // and `no_column` if the member has no column.
   template <class Row, class Field>
   std::string stringFromExpression(Field Row::*member) const {
     return column_name(*find_map<Row>(modelMaps), member);
   }
 
  private:
-  // A statement that deletes has no alias.
+  // Sets `useAlias` to false for a DELETE, which defines no alias, and toggles it to true
+  // afterwards.
   class without_alias_t {
    public:
     explicit without_alias_t(bool& use_alias) : m_use_alias(use_alias) { m_use_alias = false; }
@@ -148,7 +150,7 @@ class CORVANE_API storage_t {
     return failing_as(failure_t::query, [&] { return dao->query(std::move(sql)); });
   }
 
-  // The key of the next row: the largest stored one, plus 1.
+  // Returns the key of the next row: the largest stored key plus 1.
   template <class Row>
   int next_key(const fields_map_t<Row>& map) {
     int key = 0;
@@ -161,7 +163,7 @@ class CORVANE_API storage_t {
     return key;
   }
 
-  // Only the low 32 bits are used. After the largest int comes the smallest.
+  // Uses only the low 32 bits; the largest int is followed by the smallest.
   template <class Row, class Field>
   int next_key_of(Field Row::*member) {
     const Field largest = failing_as(failure_t::key, [&] { return max(member); });

@@ -1,7 +1,7 @@
-// What the host declares about its tables. Written while the host builds its storage, then only
-// read, by any thread.
+// The host's declarations of its tables. The host sets them while it builds its storage; afterwards
+// they are only read, on any thread.
 //
-// This layer does not create tables: the host does, with columns as declared here.
+// The host creates the tables in the database, with the columns declared here.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +13,8 @@
 
 namespace DatabaseORM {
 
-// How the cells of a column are read: as the field of the row type that has that kind, in order.
-// The numbers are fixed, because hosts set them. A column with any other number is skipped.
+// The type of the field that a column is read into. The numbers are fixed, because hosts set them.
+// A column with any other number is skipped.
 enum column_kind_t : std::int32_t {
   string_column = 0,
   list_column = 1,
@@ -26,22 +26,22 @@ enum column_kind_t : std::int32_t {
 // One column. Its name is in the map of the row type.
 template <class Row>
 struct column_t {
-  column_kind_t kind;  // must be that of the field
-  bool autoIncrement;  // the database assigns the value; at most one column of a table, its key
+  column_kind_t kind;  // must match the type of the field
+  bool autoIncrement;  // the database assigns the value; only the key of a table may have it
 };
 
-// Allows tables of different row types in one list.
+// The base class of tables, so that one list can contain tables of different row types.
 class CORVANE_API tableBase_t {
  public:
   virtual ~tableBase_t() = default;
 };
 
-// The table of one row type. Shares the ownership of its columns, none of which may be null.
+// The table of one row type. Its columns must not be null.
 template <class Row>
 class CORVANE_API table_t : public tableBase_t {
  public:
-  bool foreignKeys = false;  // statements that write switch the checks of foreign keys on
-  std::string name;          // as in the database; written into statements without quotes
+  bool foreignKeys = false;  // whether statements that write enable foreign key checks
+  std::string name;          // the name in the database; not quoted in statements
   std::vector<std::shared_ptr<column_t<Row>>> columns;  // in the order of `SELECT *`
 };
 

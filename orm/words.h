@@ -1,4 +1,4 @@
-// The words and marks of statements.
+// Keywords, separators and quotes in SQL statements.
 #pragma once
 
 #include <string>
@@ -7,16 +7,16 @@
 
 namespace DatabaseORM {
 
-// Between the parts of a statement, and around its values.
+// Used in the statements of this layer.
 inline const std::string list_separator = ", ";    // between columns and between values
 inline const std::string word_separator = " ";     // between words
-inline const std::string condition_quote = "'";    // around each value of a condition
-inline const std::string text_quote = "\"";        // around each text that is written
-inline const std::string element_separator = "?";  // inside the column of a string list
-inline const std::string null_word = "NULL";       // in a statement or a cell
-using RaidDataModels::null_text;                   // in a field
+inline const std::string condition_quote = "'";    // around each value in a condition
+inline const std::string text_quote = "\"";        // around each text in INSERT and UPDATE
+inline const std::string element_separator = "?";  // between the elements of a list in a cell
+inline const std::string null_word = "NULL";       // NULL in a statement or a cell
+using RaidDataModels::null_text;                   // NULL in a field
 
-// For the declaration of tables, which is up to the host. No statement of this layer has them.
+// For the host, to create its tables. Statements of this layer do not use them.
 inline const std::string on_update_no_action = "ON UPDATE NO ACTION";
 inline const std::string on_update_restrict = "ON UPDATE RESTRICT";
 inline const std::string on_update_set_null = "ON UPDATE SET NULL";

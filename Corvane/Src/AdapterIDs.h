@@ -1,4 +1,4 @@
-// The host's ids of adapters: PCI address, number within the plug-in, number given by the host.
+// Ids of adapters for the host: PCI address, card index, and the number assigned by the host.
 #pragma once
 
 #include <algorithm>
@@ -12,15 +12,16 @@
 
 namespace NAMESPACE_Corvane {
 
-// A host that has not numbered an adapter leaves its number at this.
+// The global number of an adapter that has not been assigned one by the host.
 constexpr std::int32_t kNoGlobalNumber = -1;
 
-// Whether the adapter is of the product line that is named by its model.
+// Whether the adapter belongs to the product line whose adapters are named after their model.
 inline bool IsMolt(const CFusionIOAdapter& adapter) {
   return adapter.m_Model.find("MOLT") != std::string::npos;
 }
 
-// The id that the host gets for an adapter, not numbered yet. The address is truncated to 32 bits.
+// Returns the id of an adapter for the host, without a global number. PCI numbers are truncated to
+// 32 bits.
 inline PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
   PI::CAdapterID id;
   id.m_Segment = static_cast<std::uint32_t>(adapter.m_PciSegment);
@@ -32,8 +33,8 @@ inline PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
   return id;
 }
 
-// Names the adapter by the number that `ids` has for its PCI address, the first one if there are
-// several. Without one the name stays.
+// Sets the adapter's name, using the first global number in `ids` for its PCI address. If there is
+// none, the name is unchanged.
 inline void NameByNumber(const std::vector<PI::CAdapterID>& ids, CFusionIOAdapter& adapter) {
   const PI::CAdapterID wanted = AdapterIDOf(adapter);
   const auto found = std::find_if(ids.begin(), ids.end(), [&wanted](const PI::CAdapterID& known) {

@@ -1,11 +1,11 @@
-// Defers the cancellation of a thread in code that must not be unwound.
+// A guard that defers thread cancellation in code that must not be unwound.
 #pragma once
 
 #include <pthread.h>
 
 namespace NAMESPACE_Corvane {
 
-// For as long as the object lives, a cancellation of the calling thread stays pending.
+// While the object exists, a cancellation of the calling thread remains pending.
 class CancellationBlocked {
  public:
   CancellationBlocked() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_Before); }

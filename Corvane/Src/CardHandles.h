@@ -1,8 +1,8 @@
-// Handles of the card library, one type per kind, and the calls that take them.
+// Handles of the card library, one type per kind, and functions that use them.
 //
-// The library takes every handle as a plain pointer. The plug-in passes handles through these
-// functions and, for attributes, through those of CardLibrary.h, so that a handle of one kind
-// passed for another does not compile.
+// The library accepts every handle as a void pointer. The plug-in calls it only through these
+// functions and, for attributes, those in CardLibrary.h, so that passing the wrong kind of handle
+// does not compile.
 #pragma once
 
 #include <cstdint>
@@ -16,12 +16,13 @@
 
 namespace NAMESPACE_Corvane {
 
-// The library's reason for a failed call. The text is read up to its end or that of the record,
-// because the library leaves the record as it is on success, and one trace prints it then.
+// The library's reason for a failed call. The library writes a record only on failure, but one
+// trace line prints the text after a success; therefore `Text` never reads past the end of the
+// record.
 class ErrorRecord {
  public:
   ErrorRecord() { *TextBegin() = '\0'; }
-  // All zero, for calls that may read it.
+  // Returns a record filled with zeros, for calls that may read it.
   static ErrorRecord Zeroed() {
     ErrorRecord record;
     record.m_Record = {};
@@ -35,7 +36,7 @@ class ErrorRecord {
   }
 
  private:
-  // The library's header does not fix the names of the members.
+  // Uses an offset because member names may differ between versions of the library's header.
   char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextAt; }
 
   static_assert(sizeof(vsl_error_record) == kErrorRecordSize);
@@ -46,11 +47,11 @@ namespace HandleKind {
 struct Card;
 struct Adapter;  // a card's PCIe side
 struct Format;
-struct Job;  // attach and detach; a format is a job too
+struct Job;  // attach or detach; a format is also a job
 struct Unit;
 }  // namespace HandleKind
 
-// A non-owning handle. That of a format converts to that of a job; no other kinds convert.
+// A non-owning handle. A format handle converts to a job handle; there are no other conversions.
 template <class Kind>
 class HandleRef {
  public:
@@ -72,11 +73,11 @@ using FormatRef = HandleRef<HandleKind::Format>;
 using JobRef = HandleRef<HandleKind::Job>;
 using UnitRef = HandleRef<HandleKind::Unit>;
 
-// A handle that is destroyed by `Destroy` on the way through a function, or else by the destructor
-// while the stack unwinds. A thread may be canceled inside the library: `Destroy` lets it unwind,
-// the destructor makes the cancellation wait.
+// An owning handle. Functions call `Destroy` when they have finished with a handle; the destructor
+// is for unwinding. If the thread is canceled inside the library, `Destroy` lets the stack unwind,
+// whereas the destructor defers the cancellation.
 //
-// `destroyRecord`, which may be null, gets the error of the destroying call.
+// `destroyRecord`, which may be null, receives the error of vsl_destroy().
 template <class Kind>
 class Handle {
  public:
@@ -89,8 +90,8 @@ class Handle {
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;
 
-  // Runs `make`, which gets the address of the handle, and returns its code. The handle is to be
-  // destroyed when the code is 0.
+  // Calls `make` with the address of the handle, and returns its code. The handle is owned if the
+  // code is 0.
   template <class Make>
   vsl_code Create(Make make) {
     const vsl_code code = make(&m_Raw);
@@ -98,12 +99,12 @@ class Handle {
     return code;
   }
 
-  // Makes `Destroy` destroy it although its creation failed.
+  // Takes ownership of the handle even though its creation failed, so that `Destroy` destroys it.
   void Adopt() { m_Owned = true; }
-  // Leaves the handle undestroyed, to the library.
+  // Gives up ownership without destroying the handle.
   void Release() { m_Owned = false; }
 
-  // Does nothing for a handle that was not created, or is destroyed already.
+  // Destroys the handle if it is owned.
   void Destroy() {
     if (!m_Owned) return;
     m_Owned = false;
@@ -123,7 +124,7 @@ class Handle {
   bool m_Owned = false;
 };
 
-// The handle of a card, which is closed before it is destroyed, also while the stack unwinds.
+// The owning handle of a card. The destructor closes an open card before it destroys the handle.
 class CardHandle : public Handle<HandleKind::Card> {
  public:
   using Handle::Handle;
@@ -152,7 +153,7 @@ using AdapterHandle = Handle<HandleKind::Adapter>;
 using FormatHandle = Handle<HandleKind::Format>;
 using JobHandle = Handle<HandleKind::Job>;
 
-// Makes the handle of the card at a control device. It is not opened.
+// Create handles. Creating the handle of a card does not open the card.
 inline vsl_code CreateHandle(const std::string& devicePath, CardHandle& card, ErrorRecord& error) {
   return card.Create(
       [&](void** handle) { return vsl_iom_create_by_name(devicePath.c_str(), handle, error); });
@@ -165,13 +166,14 @@ inline vsl_code CreateHandle(CardRef card, FormatHandle& format, ErrorRecord& er
   return format.Create(
       [&](void** handle) { return vsl_iom_format_create(card.Raw(), handle, error); });
 }
-// `create` is the library's function for the job wanted.
+// A library function that creates a job.
 using CreateJob = vsl_code (*)(void* iom, void** job, vsl_error_record* error);
 inline vsl_code CreateHandle(CardRef card, CreateJob create, JobHandle& job, ErrorRecord& error) {
   return job.Create([&](void** handle) { return create(card.Raw(), handle, error); });
 }
 
-// Cards. Start with a null handle. The library owns the handles; false after the last one.
+// Cards. `NextCard` sets `card` to the next card, or to the first if it is null, and returns false
+// after the last. The library owns the handle.
 inline bool NextCard(CardRef& card, ErrorRecord& error) {
   void* raw = card.Raw();
   const bool any = vsl_iom_iterate(&raw, 1, error);
@@ -216,8 +218,8 @@ inline vsl_code SetSectorSize(FormatRef format, std::uint32_t bytes, ErrorRecord
   return vsl_iom_format_set_sector_size_bytes(format.Raw(), bytes, error);
 }
 
-// Storage units of a card. Start with a null handle. The library owns the handles; false after the
-// last one.
+// Storage units of a card. `NextUnit` sets `unit` to the next unit, or to the first if it is null,
+// and returns false after the last. The library owns the handle.
 inline bool NextUnit(CardRef card, UnitRef& unit, ErrorRecord& error) {
   void* raw = unit.Raw();
   const bool any = vsl_vsu_iterate(card.Raw(), &raw, 1, error);

@@ -1,4 +1,4 @@
-// What the plug-in reads from the card library: attributes that may be absent.
+// Reads attributes, which may be absent, from the card library.
 #pragma once
 
 #include <cmath>
@@ -12,7 +12,7 @@
 
 namespace NAMESPACE_Corvane {
 
-// The two functions of one attribute of a handle of that kind.
+// The two library functions of one attribute, for one kind of handle.
 template <class Kind, class T>
 struct Attribute {
   bool (*m_Has)(void*, vsl_error_record*);
@@ -25,8 +25,8 @@ constexpr Attribute<Kind, T> AttributeOf(bool (*has)(void*, vsl_error_record*),
   return {has, read};
 }
 
-// The kind of handle that has the attribute. It is a card, except for the functions below, which
-// are named like those of a card.
+// The kind of handle that has the attribute. The default is a card; the specializations are for
+// attributes of other handles whose functions are named like those of a card.
 template <auto has>
 struct KindOf {
   using Type = HandleKind::Card;
@@ -47,13 +47,13 @@ struct KindOf<vsl_has_vsu_state> {
   ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Format>( \
       vsl_iom_format_has_##name, vsl_iom_format_##name)
 
-// Two attributes whose functions are not named in pairs: a status that is there when the space is,
-// and a mode that has no value.
+// Attributes without a pair of functions of the same name: the reserve status exists if the reserve
+// space does, and the size mode cannot be read.
 constexpr auto kReserveStatus =
     AttributeOf<HandleKind::Card>(vsl_has_reserve_space_pct, vsl_reserve_status);
 constexpr Attribute<HandleKind::Format, bool> kSizeMode = {vsl_iom_format_has_size_mode, nullptr};
 
-// Reads attributes of a handle that it does not own.
+// Reads attributes through a handle that it does not own.
 template <class Kind>
 class AttributeReader {
  public:
@@ -64,27 +64,27 @@ class AttributeReader {
     return attribute.m_Has(m_Handle.Raw(), m_Error);
   }
 
-  // For an attribute that the card is known to have.
+  // Reads an attribute without checking that it exists.
   template <class T>
   T Get(const Attribute<Kind, T>& attribute) const {
     return attribute.m_Read(m_Handle.Raw(), m_Error);
   }
 
-  // No value when the card does not have the attribute.
+  // Reads an attribute if it exists.
   template <class T>
   std::optional<T> Read(const Attribute<Kind, T>& attribute) const {
     if (!Has(attribute)) return std::nullopt;
     return Get(attribute);
   }
 
-  // A text is the library's until the next call, so it is copied here.
+  // Copies the text, because the library may overwrite it in the next call.
   std::optional<std::string> Read(const Attribute<Kind, const char*>& attribute) const {
     if (!Has(attribute)) return std::nullopt;
     const char* text = Get(attribute);
     return text == nullptr ? std::string() : std::string(text);
   }
 
-  // Whether the card has the attribute; otherwise `field` stays as it is.
+  // Sets `field` if the attribute exists, and returns whether it does.
   template <class T, class Field>
   bool ReadInto(Field& field, const Attribute<Kind, T>& attribute) const {
     const auto value = Read(attribute);
@@ -99,7 +99,7 @@ class AttributeReader {
 
 using CardReader = AttributeReader<HandleKind::Card>;
 
-// Truncates toward zero. A value out of range becomes the nearest integer, and a NaN becomes 0.
+// Rounds toward zero. A value out of range becomes the nearest integer, and a NaN becomes 0.
 inline std::int32_t Truncated(float value) {
   if (std::isnan(value)) return 0;
   constexpr float kLimit = 2147483648.0F;

@@ -1,5 +1,4 @@
-// The numbers of the card library that the plug-in distinguishes. The library's header may name
-// them otherwise, or not at all.
+// Numbers of the card library. The library's header may use other names for them, or none.
 #pragma once
 
 #include <cstddef>
@@ -7,13 +6,13 @@
 
 namespace NAMESPACE_Corvane {
 
-// From `vsl_init` alone: not ready yet, try again in a second.
+// Result of `vsl_init` only: the library is not ready yet. Try again after one second.
 constexpr std::uint64_t kLibraryNotReady = 27;
 
-// Size mode that raises the largest size of a format to what over-formatting allows.
+// The size mode that raises the maximum size of a format to the limit for over-formatting.
 constexpr std::uint32_t kSizeModeOverformat = 11;
 
-// Card states, `vsl_iom_state`.
+// Card states returned by `vsl_iom_state`.
 enum CardStateNumber : std::uint32_t {
   kStateDetached = 0,
   kStateAttaching = 1,
@@ -22,7 +21,7 @@ enum CardStateNumber : std::uint32_t {
   kStateMinimal = 5
 };
 
-// Where the text of an error record begins, and how much room the record has.
+// The offset of the text in an error record, and the size of the record, in bytes.
 constexpr std::size_t kErrorTextAt = 8;
 constexpr std::size_t kErrorRecordSize = 1048;
 

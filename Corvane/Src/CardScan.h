@@ -1,7 +1,7 @@
-// The steps of a scan that need one card and its records alone, in the order in which the scan
-// takes them. The order of the reads within a step is fixed as well.
+// The steps of a scan that use only one card and its records, in the order of the scan. The order
+// of the reads within a step is also fixed.
 //
-// Unless it says otherwise, a step leaves a field as it is when the card does not have the
+// Unless a comment says otherwise, a step leaves a field unchanged if the card does not have the
 // attribute.
 #pragma once
 
@@ -26,7 +26,7 @@ inline void ReadPciAddress(const CardReader& card, CFusionIOAdapter& adapter) {
   card.ReadInto(adapter.m_PciSegment, VSL(pci_domain));
 }
 
-// A card of no family has neither model nor driver name, and is scanned like the others.
+// Does nothing if the card belongs to no family; it then has no model and no driver name.
 inline void ReadFamily(const CardReader& card, std::uint16_t deviceId, CFusionIOAdapter& adapter) {
   const DeviceFamily* family = FamilyOf(deviceId);
   if (family == nullptr) return;
@@ -89,20 +89,20 @@ inline void ReadPower(const CardReader& card, CardRef iom, CFusionIOAdapter& ada
 
   ErrorRecord error;
   AdapterHandle pcieAdapter(error);
-  if (CreateHandle(iom, pcieAdapter, error) != 0) return;  // the limit stays unknown
+  if (CreateHandle(iom, pcieAdapter, error) != 0) return;  // the power limit remains unknown
   AttributeReader<HandleKind::Adapter>(pcieAdapter, error)
       .ReadInto(adapter.m_PowerLimitWatts, VSL(power_limit_watts));
   pcieAdapter.Destroy();
 }
 
-// At start-up the masks count as settled.
+// Fills the histories at startup, so that the current masks count as settled.
 inline void FillHistories(CFusionIOAdapter& adapter) {
   adapter.m_ErrorHistory.m_Value.fill(adapter.m_ErrorFlags);
   adapter.m_WarningHistory.m_Value.fill(adapter.m_WarningFlags);
   adapter.m_InfoHistory.m_Value.fill(adapter.m_InfoFlags);
 }
 
-// Warnings are ignored when there are errors.
+// Ignores warnings if there are errors.
 inline void SetStatus(CFusionIOAdapter& adapter) {
   if (adapter.m_ErrorFlags != 0) {
     adapter.m_Status = PI::Value::FAILED;
@@ -136,7 +136,7 @@ inline void ReadWriteThrottling(const CardReader& card, CFusionIOAdapter& adapte
   if (reason != kNoReason) adapter.m_StatusReasons.push_back(reason);
 }
 
-// What a format may ask for.
+// Reads the limits and current settings of a format.
 inline void ReadFormatLimits(FormatRef handle, ErrorRecord& error, CFusionIOPhysicalDrive& drive) {
   constexpr std::uint32_t kDefaultSectorSize = 512;
   const AttributeReader<HandleKind::Format> format(handle, error);
@@ -163,7 +163,7 @@ inline void ReadFormatLimits(FormatRef handle, ErrorRecord& error, CFusionIOPhys
   };
   readMaximum();
   if (!drive.m_OverformatAllowed || !format.Has(kSizeMode)) return;
-  // The mode raises the maximum to what over-formatting allows.
+  // This mode raises the maximum to the limit for over-formatting.
   AllowOverformat(handle, error);
   readMaximum();
 }

@@ -1,5 +1,5 @@
-// What the numbers of the card library mean to the host: mask bits, states and reasons as value
-// identifiers, and device ids as families.
+// Tables that map mask bits, states and reasons of the card library to value identifiers of the
+// host, and PCI device ids to card families.
 #pragma once
 
 #include <algorithm>
@@ -51,7 +51,7 @@ constexpr int kThrottlingReasons[] = {
     PI::Value::THROT_GROOMER_FAILURE,
 };
 
-// Append the reason of each set bit, from bit 0 up. Bits beyond the table are ignored.
+// Append the reason of each set bit, starting with bit 0. Bits without a row are ignored.
 template <std::size_t N>
 void AppendReasons(std::uint64_t mask, const StatusBit (&bits)[N],
                    std::vector<std::int32_t>& list) {
@@ -66,39 +66,39 @@ void AppendReasons(std::uint64_t mask, const int (&reasons)[N], std::vector<std:
   }
 }
 
-// What a card state does to the status of an adapter.
+// The effect of a card state on the status of an adapter.
 enum class StatusEffect { None, Degrade, Fail };
 
 struct CardState {
   StatusEffect m_Effect;
-  int m_Activity;  // or 0: stays
+  int m_Activity;  // 0: leave unchanged
   int m_Reason;    // or kNoReason
 };
 
-// By `vsl_iom_state`.
+// Indexed by `vsl_iom_state`.
 constexpr CardState kCardStates[] = {
     {StatusEffect::Degrade, 0, PI::Value::DETACHED},           // detached
     {StatusEffect::Degrade, PI::Value::ATTACHING, kNoReason},  // attaching
     {StatusEffect::None, 0, PI::Value::ATTACHED},              // attached
     {StatusEffect::Degrade, PI::Value::DETACHING, kNoReason},  // detaching
     {StatusEffect::Degrade, PI::Value::BUSY, kNoReason},       // busy
-    {StatusEffect::Fail, 0, kNoReason},           // minimal mode, with reasons of its own
+    {StatusEffect::Fail, 0, kNoReason},           // minimal mode; see kMinimalModeReasons
     {StatusEffect::Fail, 0, kNoReason},           // failed
     {StatusEffect::Fail, 0, PI::Value::STOPPED},  // stopped
 };
 
-// A state beyond the table counts as failed.
+// Returns the row of a state. States that are not in the table count as failed.
 constexpr const CardState& StateOf(std::uint32_t iomState) {
   constexpr std::size_t kFailed = 6;
   return kCardStates[iomState < std::size(kCardStates) ? iomState : kFailed];
 }
 
-// Cards that are served by one driver.
+// Cards that use the same driver.
 struct DeviceFamily {
   const std::uint16_t* m_Begin;
   const std::uint16_t* m_End;
   const char* m_DriverName;
-  const char* m_Model;  // or null: the board name
+  const char* m_Model;  // null: use the board name
 };
 
 constexpr std::uint16_t kFirstFamilyIds[] = {0x1000, 0x1003, 0x1005, 0x1006,
@@ -110,7 +110,7 @@ constexpr DeviceFamily kDeviceFamilies[] = {
     {std::begin(kSecondFamilyIds), std::end(kSecondFamilyIds), "iomemory_vsl4", "MOLT EP PX600"},
 };
 
-// The family of a PCI device id, or null.
+// Returns the family of a PCI device id, or null.
 inline const DeviceFamily* FamilyOf(std::uint16_t deviceId) {
   for (const DeviceFamily& family : kDeviceFamilies) {
     if (std::find(family.m_Begin, family.m_End, deviceId) != family.m_End) return &family;

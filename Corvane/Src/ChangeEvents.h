@@ -1,5 +1,5 @@
-// The events that the host gets for what a scan has found changed. Each carries the time of the
-// comparison, the name of its object, and that of the adapter as its first placeholder.
+// Events for the changes found by a scan. Each contains the time of the comparison, the name of its
+// object, and the name of the adapter as its first placeholder.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +15,7 @@
 
 namespace NAMESPACE_Corvane {
 
-// An event of the adapter, which still needs its number and severity.
+// Returns an event of the adapter without a number and severity.
 inline PI::CEvent EventOf(const CFusionIOAdapter& adapter, unsigned long now) {
   PI::CEvent event;
   event.m_ObjectID = adapter.m_ID;
@@ -32,19 +32,20 @@ inline void Append(PI::_EVENT_ID id, PI::_SEVERITY severity, PI::CEvent event,
   events.push_back(event);
 }
 
-// An adapter that a scan found for the first time.
+// Appends the event of an adapter that is new in this scan.
 inline void AppendAdded(const CFusionIOAdapter& adapter, unsigned long now,
                         std::vector<PI::CEvent>& events) {
   Append(PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION, EventOf(adapter, now), events);
 }
 
-// An adapter that a scan no longer found.
+// Appends the event of an adapter that is missing from this scan.
 inline void AppendRemoved(const CFusionIOAdapter& adapter, unsigned long now,
                           std::vector<PI::CEvent>& events) {
   Append(PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING, EventOf(adapter, now), events);
 }
 
-// Appends `event` for each bit of the table that has risen, in the order of the rows.
+// Appends one copy of `event` for each bit of the table that has changed from 0 to 1, in the order
+// of the rows.
 template <std::size_t N>
 void AppendRisen(std::uint64_t before, std::uint64_t after, const StatusBit (&bits)[N],
                  const PI::CEvent& event, std::vector<PI::CEvent>& events) {
@@ -59,14 +60,16 @@ inline bool HasReason(const CFusionIOAdapter& adapter, int reason) {
   return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
 }
 
-// Bits that have risen, the return to normal, and a card that was attached or detached. The events
-// are those of `before`; the masks of `after` are the settled ones.
+// Appends the events of an adapter for bits that have changed from 0 to 1, for the return to
+// normal, and for a card that was attached or detached. The events contain the id and name of
+// `before`. The masks of `after` must be settled.
 inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter& after,
                           unsigned long now, std::vector<PI::CEvent>& events) {
   const PI::CEvent event = EventOf(before, now);
   AppendRisen(before.m_ErrorFlags, after.m_ErrorFlags, kErrorBits, event, events);
   AppendRisen(before.m_WarningFlags, after.m_WarningFlags, kWarningBits, event, events);
-  // A change of the information mask only opens the gate: what passes is decided by the warnings.
+  // Events of information bits require a change of the information mask, but are triggered by bits
+  // of the warning mask.
   if (before.m_InfoFlags != after.m_InfoFlags) {
     AppendRisen(before.m_WarningFlags, after.m_WarningFlags, kInfoBits, event, events);
   }
@@ -82,8 +85,8 @@ inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter
   }
 }
 
-// A drive that was formatted. `adapter` is the scanned one; the second placeholder is the name of
-// the drive.
+// Appends the event of a drive whose formatted capacity or sector size has changed. `adapter` is
+// the scanned record. The second placeholder is the name of the drive.
 inline void AppendChanged(const CFusionIOPhysicalDrive& before, const CFusionIOPhysicalDrive& after,
                           const CFusionIOAdapter& adapter, unsigned long now,
                           std::vector<PI::CEvent>& events) {

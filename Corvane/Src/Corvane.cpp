@@ -1,4 +1,5 @@
-// Entry points, module identity, command dispatch and the routers from object id to handler.
+// Entry points, module information, command dispatch, and routing of commands to the handlers of an
+// object.
 
 #include "Corvane/Src/Corvane.h"
 
@@ -30,8 +31,8 @@ MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile("Corvane.nls", 25966
 
 namespace {
 
-// Four words, of which the first one is the code of a message and the others are zero. The toolkit
-// does not fix their names.
+// Returns a list entry of four words: the code of a message, followed by zeros. Copies bytes
+// because member names may differ between versions of the toolkit.
 template <class List>
 List MessageList(std::uint64_t code) {
   static_assert(sizeof(List) == 4 * sizeof code && std::is_trivially_copyable_v<List>);
@@ -45,7 +46,7 @@ List MessageList(std::uint64_t code) {
 MBX::Language_Support::CLanguageSupport::ERROR_MSG_LIST ErrorMsgList =
     MessageList<decltype(ErrorMsgList)>(0x21300001);
 
-// Defined after the two objects that it points to.
+// Must be defined after the two objects that it points to.
 MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane(kModuleNumber, "Corvane", "P:7.7.0 F:7.7.0",
                                                &NLS::m_LngFile, &ErrorMsgList);
 
@@ -54,10 +55,9 @@ IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL = nullptr;
 namespace {
 
 constexpr std::uint32_t kInterfaceVersion = 2;
-// The longest path of the system.
-constexpr std::size_t kDevicePathRoom = 4096;
+constexpr std::size_t kDevicePathRoom = 4096;  // PATH_MAX on Linux
 
-// Runs a command that fills a list, and empties the list if the command fails.
+// Runs a command that fills a list, and clears the list if the command fails.
 template <class Element, class Command>
 unsigned int FillList(void* payload, Command command) {
   auto& list = *static_cast<std::vector<Element>*>(payload);
@@ -83,7 +83,8 @@ IPLUGINAPI_IMPL::IPLUGINAPI_IMPL() {
   if (m_ConfigFile.ReadKeyValue("PollInterval", pollInterval, -1, -1) == 0) {
     m_PollInterval = ParsePollInterval(pollInterval);
   }
-  // The jobs write these while others read them: with room for any path, the text never moves.
+  // Jobs write these strings while other threads read them; with enough capacity for any path, the
+  // text is never reallocated.
   m_AttachDevice.reserve(kDevicePathRoom);
   m_DetachDevice.reserve(kDevicePathRoom);
 }
@@ -166,8 +167,8 @@ unsigned int IPLUGINAPI_IMPL::GetProperties(unsigned long objectId,
   return RouteProperties(objectId, kTexts, properties, PI::Property::UNDEFINED).m_Result;
 }
 
-// Fills a list of its own, so that the payload stays as it is unless there is a value. Counts as a
-// change of the object, also when it does not have the property.
+// Uses a separate list, so that the payload is unchanged if there is no value. Increments the
+// object's change count even if the object does not have the property.
 unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty& property) {
   TRACED_GUARD(m_DataLock);
   static constexpr CountTexts kTexts = {"GetProperty", "GetProperty() Adapter = %d",
@@ -230,7 +231,7 @@ unsigned int createIf(IPLUGINAPI** instance) {
   try {
     plugin = new (std::nothrow) IPLUGINAPI_IMPL;
   } catch (const std::bad_alloc&) {
-    // Not enough memory for its members.
+    // There is not enough memory for the members of the plug-in.
   }
   *instance = plugin;
   if (plugin == nullptr) return PI::ERR_MEMORY_ERROR;

@@ -1,4 +1,4 @@
-// The plug-in: one object that holds everything it knows.
+// The plug-in: entry points and the class that implements the host's interface.
 #pragma once
 
 #include <array>
@@ -24,11 +24,12 @@ struct Plugin;
 
 extern "C" {
 
-// Makes the plug-in and stores it in `*instance`; 0, or ERR_MEMORY_ERROR with null stored. Reads
-// the configuration; no card is touched before `CMD_INITIALIZE`.
+// Creates the plug-in and stores it in `*instance`. Returns 0; if there is not enough memory,
+// stores null and returns ERR_MEMORY_ERROR. Reads the configuration; cards are not accessed until
+// `CMD_INITIALIZE`.
 CORVANE_API unsigned int createIf(IPLUGINAPI** instance);
 
-// Destroys the plug-in, if there is one, and stores null. `CMD_DEINITIALIZE` comes first.
+// Destroys the plug-in in `*instance`, if any, and stores null. Send `CMD_DEINITIALIZE` first.
 CORVANE_API void releaseIf(IPLUGINAPI** instance);
 }
 
@@ -45,8 +46,9 @@ struct SystemDifference;
 template <class Kind>
 class AttributeReader;
 
-// Commands of the host enter through `Execute`, on the host's threads. `CMD_INITIALIZE` comes
-// first, because it makes the locks usable; nothing checks it.
+// The state of the plug-in and the handlers of its commands. The host sends commands with
+// `Execute`, on its own threads. It must send `CMD_INITIALIZE` first, because that makes the locks
+// usable; this is not checked.
 class IPLUGINAPI_IMPL : public IPLUGINAPI {
  public:
   IPLUGINAPI_IMPL();
@@ -54,20 +56,21 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   ~IPLUGINAPI_IMPL() override;
 
  private:
-  // Commands. A vector that is to be filled may hold a part of its contents after a failure;
-  // `Execute` empties it then.
+  // Commands. After a failure, a vector argument may be partially filled; `Execute` clears it.
 
   // Starts the card library, finds the cards and scans them. Appends one entry per adapter.
   unsigned int Initialize(std::vector<PI::CAdapterID>& adapterIDs);
-  // Takes the host's numbers and names the adapters by them. Always 0.
+  // Stores the host's numbers, names the adapters accordingly, and starts the worker. Always
+  // returns 0.
   unsigned int SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs);
-  // Stops the threads and the card library. The threads have 25 s in all to end; then the worker is
-  // canceled. Always 0.
+  // Stops the threads and the card library. If a thread is still running after 25 s, cancels the
+  // worker. Always returns 0.
   unsigned int DeInitialize();
-  // The plug-in object, all adapters and all drives with properties and operations. Always 0.
+  // Returns the plug-in object, all adapters and all drives, with their properties and operations.
+  // Always returns 0.
   unsigned int GetTopology(std::vector<PI::CObject>& objects);
 
-  // Commands on one object. ERR_INVALID_OBJECT_ID if no object has the id.
+  // Commands on one object. They return ERR_INVALID_OBJECT_ID if no object has the id.
   unsigned int GetProperties(unsigned long objectId, std::vector<PI::CProperty>& properties);
   unsigned int GetProperty(unsigned long objectId, PI::CProperty& property);
   unsigned int SetProperty(unsigned long objectId, PI::CProperty& property);
@@ -75,35 +78,36 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int CheckOperation(unsigned long objectId, PI::COperation& operation);
   unsigned int ExecuteOperation(unsigned long objectId, PI::COperation& operation);
 
-  // The functions that serve one command, by kind of object.
+  // The functions that handle one command, by type of object.
   template <class... Arguments>
   struct Handlers {
     unsigned int (IPLUGINAPI_IMPL::*m_Plugin)(CFusionIOPlugin&, Arguments...);
     unsigned int (IPLUGINAPI_IMPL::*m_Adapter)(CFusionIOAdapter&, Arguments...);
     unsigned int (IPLUGINAPI_IMPL::*m_PhysicalDrive)(CFusionIOPhysicalDrive&, Arguments...);
   };
-  // Trace texts for the number of objects that are searched; null where a command has none.
+  // Formats of the trace lines with the number of adapters and drives; null if a command has none.
   struct CountTexts {
-    const char* m_Function = nullptr;  // that the texts are traced for
+    const char* m_Function = nullptr;  // function name in these trace lines
     const char* m_Adapters = nullptr;
     const char* m_PhysicalDrives = nullptr;
   };
   struct Routed {
     unsigned int m_Result;
-    PI::CObject* m_pObject;  // null when no object has the id
+    PI::CObject* m_pObject;  // null if no object has the id
   };
-  // Finds the object and calls its handler. ERR_INVALID_OBJECT_ID if no object has the id.
+  // Finds the object and calls its handler. Returns ERR_INVALID_OBJECT_ID if no object has the id.
   template <class... Arguments>
   Routed Route(unsigned long objectId, const Handlers<Arguments...>& handlers,
                const CountTexts& texts, Arguments... arguments) CORVANE_REQUIRES(m_DataLock);
-  // Appends the properties that the selector asks for.
+  // Routes a command that reads properties: the one with the identifier `selector`, or all of them
+  // for `PI::Property::UNDEFINED`.
   Routed RouteProperties(unsigned long objectId, const CountTexts& texts,
                          std::vector<PI::CProperty>& properties, unsigned int selector)
       CORVANE_REQUIRES(m_DataLock);
 
-  // The plug-in object. Its properties and operations are replaced, not appended. Setting anything
-  // but the poll interval gives ERR_INVALID_PROPERTY; executing anything but OP_GET_EVENTS gives
-  // ERR_INVALID_OPERATION; any check succeeds.
+  // Commands on the plug-in object. Lists are replaced, not appended to. Setting any property
+  // except the poll interval returns ERR_INVALID_PROPERTY. Executing any operation except
+  // OP_GET_EVENTS returns ERR_INVALID_OPERATION. Every check succeeds.
   unsigned int GetPluginProperties(CFusionIOPlugin& plugin, std::vector<PI::CProperty>& properties,
                                    unsigned int propertyId) CORVANE_REQUIRES(m_DataLock);
   unsigned int SetPluginProperty(CFusionIOPlugin& plugin, PI::CProperty& property)
@@ -114,14 +118,16 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
       CORVANE_REQUIRES(m_DataLock);
   unsigned int ExecutePluginOperation(CFusionIOPlugin& plugin, PI::COperation& operation)
       CORVANE_REQUIRES(m_DataLock);
-  // Moves all queued events to the operation. Without the lock it gets none. Always 0.
+  // Moves all queued events to the operation; none if the lock cannot be acquired. Always returns
+  // 0.
   unsigned int GetEvents(CFusionIOPlugin& plugin, PI::COperation& operation)
       CORVANE_REQUIRES(m_DataLock);
 
-  // Adapters. The lists are replaced, not appended. No property can be set: ERR_INVALID_PROPERTY.
-  // A check gives 0, ERR_ADAPTER_BUSY while a job of the same kind runs, ERR_GENERAL in the wrong
-  // state of the card, ERR_LOCATE_IN_PROGRESS or ERR_NO_LOCATE_STARTED for the locate LED. Attach
-  // and detach return as soon as their job has started.
+  // Commands on an adapter. Lists are replaced, not appended to. Setting a property always returns
+  // ERR_INVALID_PROPERTY. A check returns 0, ERR_ADAPTER_BUSY while a job of the same kind is
+  // running, ERR_GENERAL if the card is in the wrong state, or, for the locate LED,
+  // ERR_LOCATE_IN_PROGRESS or ERR_NO_LOCATE_STARTED. Attach and detach return as soon as the job
+  // has been started.
   unsigned int GetAdapterProperties(CFusionIOAdapter& adapter,
                                     std::vector<PI::CProperty>& properties, unsigned int propertyId)
       CORVANE_REQUIRES(m_DataLock);
@@ -135,9 +141,9 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int ExecuteAdapterOperation(CFusionIOAdapter& adapter, PI::COperation& operation)
       CORVANE_REQUIRES(m_DataLock);
 
-  // Physical drives. The lists are replaced, not appended. No property can be set:
-  // ERR_INVALID_PROPERTY. A format blocks until the card has been formatted. ERR_COMMAND_ERROR when
-  // the card library rejects an operation.
+  // Commands on a physical drive. Lists are replaced, not appended to. Setting a property always
+  // returns ERR_INVALID_PROPERTY. A format blocks until the card has been formatted. An operation
+  // returns ERR_COMMAND_ERROR if the card library rejects it.
   unsigned int GetPhysicalDriveProperties(CFusionIOPhysicalDrive& drive,
                                           std::vector<PI::CProperty>& properties,
                                           unsigned int propertyId) CORVANE_REQUIRES(m_DataLock);
@@ -152,15 +158,16 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
                                              PI::COperation& operation)
       CORVANE_REQUIRES(m_DataLock);
 
-  // Steps of `Initialize`. The first two give whether they succeeded.
+  // Steps of `Initialize`. The first two return whether they succeeded.
   bool InitializeLocks();
   bool StartCardLibrary();
   void FindControlDevices();
-  // 0, or ERR_NO_SUPPORTED_HARDWARE, with no objects and the library stopped.
+  // Returns 0. If the scan fails or finds no card, removes all objects, stops the card library and
+  // returns ERR_NO_SUPPORTED_HARDWARE.
   unsigned int FirstScan(std::vector<PI::CAdapterID>& adapterIDs) CORVANE_REQUIRES(m_DataLock);
 
-  // A step of `SetAdapterIDs`. Unlocked: the host sends this command once, before the worker runs.
-  // After a second one, an earlier worker may read at the same time.
+  // A step of `SetAdapterIDs`. Safe without the lock because the host sends that command once,
+  // before the worker runs. If the host sends it again, the first worker may read simultaneously.
   void NameAdapters() CORVANE_UNLOCKED;
 
   // Steps of `DeInitialize`.
@@ -169,36 +176,36 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
     const char* m_Name;
     const ThreadSlot* m_pThread;
   };
-  // Unlocked: a stop takes no lock, so that a thread which never releases one does not block it.
+  // Does not acquire the lock, so that a thread that never releases it cannot block the stop.
   std::array<NamedThread, 3> Threads() const CORVANE_UNLOCKED;
-  // False for a slot that was never used.
+  // Returns false if no thread was started in the slot.
   static bool IsRunning(const ThreadSlot& thread);
   bool AnyThreadRuns() const;
   void CancelThreads();
 
-  // The jobs. Each runs on a thread of its own until its card is done, and holds no lock while the
-  // card works. A failure queues one event; a success queues none. The result is always 1.
+  // Jobs. Each runs on a separate thread until the card has finished, and holds no lock meanwhile.
+  // A failed job queues one event, a successful one none. Always return 1.
   struct CardJob;
   unsigned int Attach(const std::string& device);
   unsigned int Detach(const std::string& device);
   unsigned int ForceDetach(const std::string& device);
-  // Replaces the thread in the slot, which may still run.
+  // Starts a job and replaces the thread in the slot, even if that thread is still running.
   void StartJob(ThreadSlot& slot, unsigned int (IPLUGINAPI_IMPL::*job)(const std::string&),
                 const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
   unsigned int RunJob(const CardJob& job, const std::string& device);
-  // The write of a job to its device string, which takes no lock. A function of its own, and never
-  // inlined, so that the list of accepted races can name it alone.
+  // Write a job's device string without a lock. Separate functions that are never inlined, so that
+  // the thread sanitizer's suppression list can name this write alone.
   static void SetDevice(std::string& slot, const std::string& device);
   static void WriteDevice(std::string& slot, const std::string& device);
-  // The event that the job queues if it fails. Unlocked for the analysis: the result of the wait
-  // for `m_DataLock`, which has no timeout, is ignored.
+  // Returns the event that is queued if the job fails. Excluded from the analysis because it
+  // ignores the result of the wait for `m_DataLock`, which has no timeout.
   PI::CEvent FailureOf(const CardJob& job, const std::string& device) CORVANE_UNLOCKED;
-  // Empty for a device that no adapter has.
+  // Returns the event for a failed job, or an empty event if no adapter has the device.
   PI::CEvent FailureEvent(const CardJob& job, const std::string& device)
       CORVANE_REQUIRES(m_DataLock);
-  // Makes the job's handles, starts it and waits for its result. Queues `failure` if a step fails.
+  // Creates the job, starts it and waits for its result. Queues `failure` if a step fails.
   void DriveCard(const CardJob& job, const std::string& device, const PI::CEvent& failure);
-  // Whether `code` is a failure, which is traced and queued then.
+  // Returns whether `code` is a failure; if so, traces it and queues `failure`.
   bool JobFailed(const CardJob& job, const char* function, std::uint64_t code,
                  const ErrorRecord& error, const PI::CEvent& failure);
   // Whether a job of the slot's kind is running, on any card.
@@ -206,51 +213,53 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
     return IsRunning(thread) && !device.empty();
   }
 
-  // The worker: polls the cards every third of the poll interval, scans them every whole interval
-  // or when a quick poll sees a change, and notifies the host with no lock held. Ends on
-  // `m_StopRequest`. The result is always 1.
+  // The worker thread. Polls the cards every third of the poll interval. Scans them once per poll
+  // interval and whenever a quick poll detects a change. Notifies the host without holding a lock.
+  // Runs until `m_StopRequest` is set. Always returns 1.
   unsigned int Worker();
-  // What one pass of the worker leaves for the next.
+  // State that the worker keeps between passes.
   struct PollState {
     unsigned long m_LastScan = MBX::Misc::now();
     bool m_ScanDue = false;
 
     unsigned long Age() const { return MBX::Misc::now() - m_LastScan; }
   };
-  // One pass of the worker: a quick poll, or a full scan when one is due or the quick poll has seen
-  // a change. Takes both locks for the scan, and releases them before it notifies the host. Without
-  // the data lock the pass is given up; without the events lock its scan becomes due.
+  // Runs one pass of the worker: a quick poll, or a full scan if one is due or the quick poll
+  // detects a change. Acquires both locks for the scan, and releases them before it notifies the
+  // host. If it cannot acquire the data lock, it skips the pass; if it cannot acquire the events
+  // lock, it leaves the scan to the next pass.
   void Poll(PollState& state);
   // Whether the masks or the state of any card differ from its record. A card that cannot be opened
   // counts as unchanged.
   bool AnyCardHasChanged() CORVANE_REQUIRES(m_DataLock);
   bool HasChanged(const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
-  // Scans all cards and takes the result over. 0 when something has changed, ERR_GENERAL when
-  // nothing has, or the error of the scan, which leaves the records as they were.
+  // Scans all cards and calls `UpdateSystem` with the result. Returns 0 if anything has changed,
+  // ERR_GENERAL if not, or the error of the scan; a failed scan leaves the records unchanged.
   unsigned int Rescan(PollState& state) CORVANE_REQUIRES(m_DataLock, m_EventsLock);
 
-  // Takes a scan over as the new state, queues events for what has changed and writes the rows: 0,
-  // or ERR_GENERAL when nothing has changed. The scanned records get settled masks and links.
+  // Stores the records of a scan, queues events for the changes and writes the database rows.
+  // Returns 0, or ERR_GENERAL if nothing has changed. Sets settled masks and parent and child ids
+  // in the scanned records.
   unsigned int UpdateSystem(std::vector<CFusionIOAdapter>& adapters,
                             std::vector<CFusionIOPhysicalDrive>& drives)
       CORVANE_REQUIRES(m_DataLock, m_EventsLock);
-  // Replaces the stored records by the scanned ones. The histories stay with their positions.
+  // Replaces the stored records with the scanned ones. Histories remain at their positions.
   void Store(const SystemDifference& difference, std::vector<CFusionIOAdapter>& adapters,
              std::vector<CFusionIOPhysicalDrive>& drives)
       CORVANE_REQUIRES(m_DataLock, m_EventsLock);
-  // Queues the events of a difference that is stored already, and writes its rows.
+  // Queues the events of a difference after `Store`, and writes its database rows.
   void Announce(SystemDifference& difference) CORVANE_REQUIRES(m_DataLock, m_EventsLock);
-  // Appends to `m_Events`, under its lock. `function` is the one that the trace lines show.
+  // Appends to `m_Events` with the events lock held. Trace lines show `function`.
   void QueueEvents(const char* function, const std::vector<PI::CEvent>& events);
 
-  // Replaces the contents of the vectors with one adapter and one drive per card of
-  // `m_ControlDevicePaths`; a card that cannot be found is left out. `initial` at start-up only,
-  // when no ids are taken over. 0, or ERR_COMMAND_ERROR when a card could not be opened; what was
-  // read before it stays in the vectors.
+  // Replaces the contents of the vectors with one adapter and one drive per card in
+  // `m_ControlDevicePaths`; omits cards that cannot be found. `initial` is true only at startup,
+  // when there are no earlier records to copy ids from. Returns 0, or ERR_COMMAND_ERROR if a card
+  // cannot be opened; the vectors then contain the cards before that one.
   unsigned int ScanSystem(std::vector<CFusionIOAdapter>& adapters,
                           std::vector<CFusionIOPhysicalDrive>& drives, bool initial)
       CORVANE_REQUIRES(m_DataLock);
-  // Steps of the scan. `ScanCard` is false when the card could not be opened.
+  // Steps of the scan. `ScanCard` returns false if the card cannot be opened.
   bool ScanCard(std::size_t index, bool initial, std::vector<CFusionIOAdapter>& adapters,
                 std::vector<CFusionIOPhysicalDrive>& drives) CORVANE_REQUIRES(m_DataLock);
   void IdentifyAdapter(CFusionIOAdapter& adapter, bool initial) CORVANE_REQUIRES(m_DataLock);
@@ -261,18 +270,19 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
       CORVANE_REQUIRES(m_DataLock);
   void ScanDrive(HandleRef<HandleKind::Card> iom, const CFusionIOAdapter& adapter,
                  CFusionIOPhysicalDrive& drive) CORVANE_REQUIRES(m_DataLock);
-  // The state that the card gives, or that of the job which is running on `devicePath`. Null
-  // matches no job.
+  // Returns the state for a job that is running on `devicePath`, or `iomState` if there is none or
+  // `devicePath` is null.
   std::uint32_t CorrectedState(std::uint32_t iomState, const std::string* devicePath) const
       CORVANE_REQUIRES(m_DataLock);
 
-  // The status masks of an open card, free of momentary values: a mask that changes during five
-  // samples leaves its variable as it was. Always 0.
+  // Reads the status masks of an open card, ignoring momentary values: if a mask changes during
+  // five samples, its variable is unchanged. Always returns 0.
   unsigned int GetStatusFlags(void*& iom, unsigned long& errors, unsigned long& warnings,
                               unsigned long& info);
 
-  // The rows of the objects in the host's database. 0, or ERR_GENERAL when the database refused,
-  // which is traced. `SetDatabaseObjectProperties` fills a row and always gives 0.
+  // Write the rows of objects to the host's database. Return 0; if the database rejects a
+  // statement, trace the reason and return ERR_GENERAL. `SetDatabaseObjectProperties` fills a row
+  // and always returns 0.
   unsigned int SetDatabaseObjectProperties(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter)
       CORVANE_REQUIRES(m_DataLock);
   unsigned int InsertObjectToDatabase(CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
@@ -291,59 +301,61 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int UpdateObjectInDatabase(CFusionIOPlugin& plugin) CORVANE_REQUIRES(m_DataLock);
   unsigned int DeleteObjectFromDatabase(CFusionIOPlugin& plugin) CORVANE_REQUIRES(m_DataLock);
 
-  // The next object id.
+  // Returns the next object id.
   unsigned long NewID() CORVANE_REQUIRES(m_DataLock);
-  // Makes the adapter a child of the plug-in object, and the plug-in object its only parent.
+  // Makes the adapter a child of the plug-in object, which becomes the adapter's only parent.
   void LinkToPlugin(CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
 
-  // Mark objects as being worked on: all of them for a negative `adapter`, else the drives of that
-  // card, or its first drive if `drive` is not negative. Always 0.
+  // Mark objects as in use by a job. `LockObjects` marks all objects if `adapter` is negative, the
+  // drives of that card if `drive` is negative, or otherwise the card's first drive. Always return
+  // 0.
   unsigned int LockObjects(int adapter, int drive) CORVANE_REQUIRES(m_DataLock);
   unsigned int UnlockObjects();
-  // Unlocked: the worker also calls it when it holds no lock. The marks are single bytes that
-  // only `LockObjects` sets, which nothing calls.
+  // Safe without the lock, which the worker does not always hold here: the marks are single bytes,
+  // and `LockObjects`, which is the only function that sets them, is not called.
   void MarkAll(bool locked) CORVANE_UNLOCKED;
 
-  // Usable from `Initialize` on.
+  // `Initialize` makes these usable.
   MBX::Threading::Native_OS::CFastMutex m_DataLock;
   MBX::Threading::Native_OS::CFastMutex m_EventsLock CORVANE_ACQUIRED_AFTER(m_DataLock);
   MBX::Threading::CEvent m_ForceWorker;
   MBX::Threading::CEvent m_StopRequest;
   MBX::Threading::CEvent m_PrivateEvent;
 
-  // Guarded by `m_DataLock`: the objects and what commands change.
+  // Guarded by `m_DataLock`: the objects, and other members that commands change.
   CFusionIOPlugin m_Plugin CORVANE_GUARDED_BY(m_DataLock);
   std::vector<CFusionIOAdapter> m_Adapters CORVANE_GUARDED_BY(m_DataLock);
   std::vector<CFusionIOPhysicalDrive> m_PhysicalDrives CORVANE_GUARDED_BY(m_DataLock);
   std::uint64_t m_NextID CORVANE_GUARDED_BY(m_DataLock) = 0;
   PI::CConfigFile m_ConfigFile CORVANE_GUARDED_BY(m_DataLock);
 
-  // Guarded by `m_DataLock`: one attach job and one detach job, running or ended, and the device
-  // that it works on. The jobs write the devices without the lock.
+  // Guarded by `m_DataLock`: the last attach job and the last detach job, and the device of each
+  // while it is running. The jobs write the devices without the lock.
   ThreadSlot m_pAttachThread CORVANE_GUARDED_BY(m_DataLock);
   std::string m_AttachDevice CORVANE_GUARDED_BY(m_DataLock);
   ThreadSlot m_pDetachThread CORVANE_GUARDED_BY(m_DataLock);
   std::string m_DetachDevice CORVANE_GUARDED_BY(m_DataLock);
 
-  // Guarded by `m_EventsLock`: what waits for the host.
+  // Guarded by `m_EventsLock`: events for the host to collect.
   std::vector<PI::CEvent> m_Events CORVANE_GUARDED_BY(m_EventsLock);
 
-  // No lock: written before the worker runs and only read afterwards.
+  // Require no lock: written before the worker runs and only read afterwards.
   std::vector<CControlDevicePath> m_ControlDevicePaths;
   std::vector<PI::CAdapterID> m_AdapterIDs;
-  std::uint64_t m_AdapterCount = 0;  // of control device paths; 0: the library is down
+  std::uint64_t m_AdapterCount = 0;  // number of control device paths; 0: the library is stopped
   std::shared_ptr<DatabaseORM::storage_t> m_Database;
 
-  // No lock: used by the commands that start and stop the worker, which the host sends one at a
-  // time.
+  // Require no lock: used only by the commands that start and stop the worker, which the host sends
+  // one at a time.
   ThreadSlot m_pWorkerThread;
-  std::vector<ThreadSlot> m_LostWorkers;  // still running, and reached by no command
+  std::vector<ThreadSlot> m_LostWorkers;  // still running, but no command refers to them
 
-  // Written with `m_DataLock`. The worker reads it without: either value serves.
+  // Written with `m_DataLock` held. The worker reads it without the lock; it can use the old or the
+  // new value.
   std::uint32_t m_PollInterval = kDefaultPollInterval;  // seconds between full scans
 };
 
-// The one instance, for the host to see; null before `createIf` and after `releaseIf`.
+// The plug-in instance, for the host; null before `createIf` and after `releaseIf`.
 CORVANE_API extern IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL;
 
 }  // namespace NAMESPACE_Corvane

@@ -49,15 +49,15 @@ const std::vector<int> kReasonChoices = {
     Value::LOGICAL_DRIVE_DEGRADED,
 };
 
-// Makes the handle of an adapter's card and opens it. Whether that succeeded.
+// Creates the handle of an adapter's card and opens the card. Returns whether that succeeded.
 bool OpenByName(const CFusionIOAdapter& adapter, CardHandle& iom, ErrorRecord& error) {
   if (CreateHandle(adapter.m_DevicePath, iom, error) == 0 && iom.Open(error) == 0) return true;
-  iom.Adopt();  // destroyed also when it could not be made
+  iom.Adopt();  // destroys the handle even if its creation failed
   iom.Destroy();
   return false;
 }
 
-// An adapter at the moment of a request: its record, and its card if that can be opened now.
+// An adapter during a request: its record, and its card if the card can be opened.
 class LiveAdapter {
  public:
   explicit LiveAdapter(const CFusionIOAdapter& adapter)
@@ -66,7 +66,7 @@ class LiveAdapter {
   bool IsOpen() const { return m_IsOpen; }
   CardReader Card() { return CardReader(m_Iom, m_Error); }
 
-  // Call it as the last step of a request.
+  // Closes the card and destroys its handle. Call as the last step of a request.
   void Close() {
     if (!m_IsOpen) return;
     m_Iom.Close(m_Error);
@@ -81,7 +81,7 @@ class LiveAdapter {
   bool m_IsOpen;
 };
 
-// Rows that show a field of the record.
+// Properties copied from the record.
 
 template <std::string CFusionIOAdapter::*field>
 bool Text(LiveAdapter& adapter, CProperty& property) {
@@ -122,7 +122,7 @@ bool Choice(LiveAdapter& adapter, CProperty& property) {
   return true;
 }
 
-// Rows that are computed from the record.
+// Properties computed from the record.
 
 bool HardwareType(LiveAdapter&, CProperty& property) {
   property.SetValue(Value::PCI_EXPRESS_SSD_AIC, kHardwareChoices);
@@ -172,9 +172,9 @@ bool Status(LiveAdapter& adapter, CProperty& property) {
   return true;
 }
 
-// Rows that are read from the card.
+// Properties read from the card.
 
-// The day on which the card will be worn out.
+// The date on which the card will be worn out.
 bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
   const std::uint64_t firstUseMs = adapter.m_Record.m_FirstUseMs;
   if (firstUseMs == kNotKnown || !adapter.IsOpen()) return false;
@@ -238,7 +238,7 @@ bool BytesWritten(LiveAdapter& adapter, CProperty& property) {
                    "GetAdapterProperties, vsl_has_total_physical_bytes_written = %d", property);
 }
 
-// What was written as a percentage of the rating; above 100 for a card beyond it.
+// The bytes written in percent of the rated endurance. May exceed 100.
 bool RatedEndurancePercent(LiveAdapter& adapter, CProperty& property) {
   TRACE_AS("GetAdapterProperties");
   if (!adapter.IsOpen()) return false;
@@ -257,7 +257,7 @@ bool RatedEndurancePercent(LiveAdapter& adapter, CProperty& property) {
 using Record = CFusionIOAdapter;
 using Row = PropertyRow<LiveAdapter>;
 
-// In the order in which the host gets them.
+// In the order in which they are listed.
 constexpr Row kAdapterProperties[] = {
     Row(Property::NAME, Text<&Record::m_Name>).Sort(23081),
     Row(Property::VENDOR, Text<&Record::m_Vendor>).Sort(23144),
@@ -337,7 +337,7 @@ constexpr Row kAdapterProperties[] = {
     Row(Property::ACTIVITY, Choice<&Record::m_Activity, kActivityChoices>).Sort(23002),
 };
 
-// The listed operations. A forced detach is not listed, but a host can run it by number.
+// The listed operations. A forced detach is not listed, but a host can execute it by number.
 constexpr OperationRow kAdapterOperations[] = {
     {PI::OP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
     {PI::OP_STOP_LOCATE_DEVICE, 1, 2, 1, 1, false, -1, 1, 1},
@@ -349,7 +349,8 @@ bool IsLocateOperation(std::uint32_t operationId) {
   return operationId == PI::OP_LOCATE_DEVICE || operationId == PI::OP_STOP_LOCATE_DEVICE;
 }
 
-// Whether the locate LED can be switched. The card is asked: its state is not kept in the record.
+// Checks whether the locate LED can be turned on or off. Reads its state from the card, because the
+// record does not contain it.
 unsigned int CheckLocateLED(const CFusionIOAdapter& adapter, bool on) {
   TRACE_AS("CheckAdapterOperation");
   ErrorRecord error;
@@ -385,11 +386,11 @@ unsigned int SwitchLocateLED(const CFusionIOAdapter& adapter, bool on) {
   return code == 0 ? PI::SUCCESS : PI::ERR_COMMAND_ERROR;
 }
 
-// The row of an adapter.
+// Database rows of adapters.
 
 using AdapterRow = RaidDataModels::Adapter;
 
-// The condition that selects the row of an adapter.
+// Returns the condition that selects the row of an adapter.
 auto IsRowOf(const CFusionIOAdapter& adapter) {
   using DatabaseORM::is_equal;
   return DatabaseORM::where(
@@ -408,8 +409,8 @@ std::vector<std::string> NamesOf(const std::vector<std::int32_t>& values) {
   return names;
 }
 
-// Reads the live attributes through a null handle. The row has no fields for them; only the trace
-// lines remain.
+// Reads the current attributes through a null handle and traces them. The row has no fields for
+// them.
 void TraceLiveValues(const CFusionIOAdapter& adapter) {
   TRACE_AS("SetDatabaseObjectProperties");
   ErrorRecord error = ErrorRecord::Zeroed();
@@ -469,8 +470,8 @@ unsigned int IPLUGINAPI_IMPL::GetAdapterOperations(CFusionIOAdapter& adapter,
   return PI::SUCCESS;
 }
 
-// A job of the same kind on any card makes the adapter busy; else the state of the last scan
-// decides, and the exit is not traced.
+// A job of the same kind on any card makes the adapter busy. Otherwise the result depends on the
+// state found by the last scan, and the exit is not traced.
 unsigned int IPLUGINAPI_IMPL::CheckAdapterOperation(CFusionIOAdapter& adapter,
                                                     PI::COperation& operation) {
   TRACE(TRACE_RESULT, "ENTER CheckAdapterOperation operation=%d", operation.m_OperationID);
@@ -534,7 +535,8 @@ unsigned int IPLUGINAPI_IMPL::ExecuteAdapterOperation(CFusionIOAdapter& adapter,
   return result;
 }
 
-// Drops the last job of the slot, even one that still runs: only the check rejects a second job.
+// Replaces the last job of the slot, even if it is still running: only `CheckAdapterOperation`
+// rejects a second job.
 void IPLUGINAPI_IMPL::StartJob(ThreadSlot& slot,
                                unsigned int (IPLUGINAPI_IMPL::*job)(const std::string&),
                                const CFusionIOAdapter& adapter) {
@@ -593,7 +595,7 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOAdapter& adapter) 
       });
 }
 
-// Inserts no row for an adapter that has none.
+// Does nothing if the adapter has no row.
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) {
   TRACE_AS(__func__);
   return RunRowStatements(

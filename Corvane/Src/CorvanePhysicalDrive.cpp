@@ -1,5 +1,5 @@
 // Properties, operations and database row of a physical drive. The properties come from the last
-// scan; no card is asked.
+// scan, without access to the card.
 
 #include <boost/algorithm/string.hpp>
 
@@ -40,7 +40,7 @@ bool Number(Drive& drive, CProperty& property) {
   return true;
 }
 
-// A card has one drive, so its numbers within the card are 0.
+// Each card has one drive, so the drive's numbers on its card are 0.
 bool Zero(Drive&, CProperty& property) {
   property.SetValue(0UL);
   return true;
@@ -79,7 +79,7 @@ bool Status(Drive& drive, CProperty& property) {
 
 using Row = PropertyRow<Drive>;
 
-// In the order in which the host gets them.
+// In the order in which they are listed.
 constexpr Row kDriveProperties[] = {
     Row(Property::NAME, Text<&Drive::m_Name>).Sort(23298),
     Row(Property::PORT_NUMBER, Zero).Sort(23305).Visible(4),
@@ -104,15 +104,15 @@ constexpr Row kDriveProperties[] = {
     Row(Property::BLOCK_SIZE, SectorSize).Sort(23278).Unit(PI::UNITS_BYTES),
 };
 
-// What a host has chosen for a format. By default the sectors become the smallest.
+// The parameters of a format. The default sector size is the smallest that the drive supports.
 struct FormatRequest {
   int m_Formatting = Value::FACTORY_CAPACITY;
   int m_SizePercent = 100;
   std::uint32_t m_SectorSize;
 };
 
-// A parameter of an unexpected kind or an unknown name is ignored; of two the later one counts. No
-// range is checked: the card does that.
+// Ignores parameters with an unknown name or an unexpected type. If a parameter occurs twice, the
+// last one is used. Ranges are checked by the card.
 FormatRequest ReadFormatRequest(const Drive& drive, std::vector<CProperty>& parameters) {
   FormatRequest request;
   request.m_SectorSize = drive.m_MinSectorSize;
@@ -157,7 +157,7 @@ bool Failed(const char* function, vsl_code code, const ErrorRecord& error) {
   return true;
 }
 
-// The largest size that over-formatting allows, or 0 when it cannot be read.
+// Returns the maximum size for over-formatting, or 0 if it cannot be read.
 std::uint64_t OverformatSize(FormatRef format, ErrorRecord& error) {
   if (Failed("vsl_iom_format_set_size_mode", AllowOverformat(format, error), error)) return 0;
   return MaxSizeBytes(format, error);
@@ -196,7 +196,7 @@ unsigned int FormatCard(const Drive& drive, const FormatRequest& request) {
 constexpr std::uint32_t kUnitOffline = 0;
 constexpr std::uint32_t kUnitOnline = 1;
 
-// Succeeds when one unit took the new state, even if others did not.
+// Succeeds if at least one unit accepts the new state.
 unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
   TRACE_AS("ExecutePhysicalDriveOperation");
   ErrorRecord error;
@@ -218,8 +218,8 @@ unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
   return result;
 }
 
-// Whether any unit has the state that the operation is to change. A handle that could not be made
-// is destroyed by one of the two callers and not by the other; the card library accepts both.
+// Checks whether any unit has the given state, which the operation would change. If the handle
+// cannot be created, only one of the two callers has it destroyed; the card library accepts both.
 unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnmade) {
   TRACE_AS("CheckPhysicalDriveOperation");
   ErrorRecord error;
@@ -241,7 +241,7 @@ unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnm
   return any ? PI::SUCCESS : PI::ERR_GENERAL;
 }
 
-// The row of a drive.
+// Database rows of drives.
 
 using DriveRow = RaidDataModels::PD;
 
@@ -251,7 +251,7 @@ auto IsRowOf(const Drive& drive) {
                             is_equal(&DriveRow::hostName, "localhost"));
 }
 
-// The name without the number in brackets and the blank before it.
+// Returns the name without the number in parentheses and the space before it.
 std::string ShortName(const std::string& name) {
   std::vector<std::string> pieces;
   boost::split(pieces, name, boost::is_any_of("("), boost::token_compress_on);
@@ -265,7 +265,7 @@ std::string StateName(std::uint32_t state) {
   return ValueName(known ? static_cast<int>(state) : Value::OK);
 }
 
-// The percentage after a round trip through the host's property of that kind.
+// Stores the percentage in a property of the host and returns the value read back from it.
 int AsPercentProperty(std::uint32_t id, int percent) {
   CProperty property = MakeProperty(id, false);
   property.SetValue(percent, 1, 100, 1);
@@ -274,7 +274,8 @@ int AsPercentProperty(std::uint32_t id, int percent) {
   return held;
 }
 
-// The attributes of the card now. It is not opened, and its handle is left to the library.
+// Sets fields from the current attributes of the card. Does not open the card, and does not destroy
+// its handle.
 void FillLiveFields(DriveRow& row, const CFusionIOAdapter& adapter) {
   ErrorRecord error;
   CardHandle iom;
@@ -367,7 +368,7 @@ unsigned int IPLUGINAPI_IMPL::ExecutePhysicalDriveOperation(CFusionIOPhysicalDri
     default:
       break;
   }
-  // The worker wakes and notifies the host. It polls no card before its next timeout.
+  // Wakes the worker to notify the host. The worker does not poll cards before its next timeout.
   if (result == PI::SUCCESS) m_PrivateEvent.Set();
   TRACE(TRACE_ENTRY, "LEAVE ExecutePhysicalDriveOperation() -> %d", result);
   return result;
@@ -405,7 +406,7 @@ void IPLUGINAPI_IMPL::FillRow(DriveRow& row, CFusionIOPhysicalDrive& drive,
       AsPercentProperty(Property::RESERVE_WARNING_THRESHOLD, adapter.m_ReserveWarningPercent);
 }
 
-// Once for each adapter with the drive's serial number, which is how the two find each other here.
+// Inserts one row for each adapter with the drive's serial number.
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive) {
   TRACE_AS(__func__);
   return RunRowStatements(
@@ -445,7 +446,7 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& dri
       });
 }
 
-// The row of a drive outlives its card.
+// The row of a drive is kept after its card has been removed.
 unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOPhysicalDrive&) {
   return PI::SUCCESS;
 }

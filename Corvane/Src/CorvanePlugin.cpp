@@ -1,5 +1,5 @@
-// The life of the plug-in: start and stop, the worker, the scan of the cards and what it changes,
-// the jobs, the tree of objects, and the plug-in object itself.
+// Startup and shutdown, the worker, scanning the cards and storing the changes, jobs, the topology,
+// and the plug-in object.
 
 #include <algorithm>
 #include <cstdio>
@@ -33,7 +33,7 @@ namespace Value = PI::Value;
 constexpr unsigned int kVslInitRetries = 60;
 constexpr unsigned int kStopLimitMs = 24999;
 
-// Positions in the worker's waiter.
+// Positions of events in the worker's waiter.
 constexpr unsigned int kForceWorker = 1;
 constexpr unsigned int kPrivateEvent = 3;
 
@@ -45,7 +45,7 @@ bool Initialized(const char* name, int result) {
   return false;
 }
 
-// Printed to standard output at any trace level.
+// Prints to standard output, whatever the trace level.
 void PrintAdapterCount(unsigned long count) {
   std::printf("%s:  Initialize:  adapter count is %lu\n", MBX_MODULE_INFO_Corvane.m_Name, count);
 }
@@ -69,7 +69,7 @@ void ReadAges(const CardReader& card, CFusionIOAdapter& adapter) {
 
 }  // namespace
 
-// Start and stop.
+// Startup and shutdown.
 
 unsigned int IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapterIDs) {
   if (!InitializeLocks()) return PI::ERR_LOCK_INITIALIZATION_FAILED;
@@ -105,7 +105,8 @@ bool IPLUGINAPI_IMPL::InitializeLocks() {
          Initialized("m_PrivateEvent", m_PrivateEvent.Init(false, false));
 }
 
-// The library is started twice: the second start finds cards that the first one woke.
+// Starts the library twice, because the second start also finds cards that were only woken up by
+// the first.
 bool IPLUGINAPI_IMPL::StartCardLibrary() {
   TRACE_AS("Initialize");
   ErrorRecord error;
@@ -125,7 +126,7 @@ bool IPLUGINAPI_IMPL::StartCardLibrary() {
 
 void IPLUGINAPI_IMPL::FindControlDevices() {
   ErrorRecord error;
-  CardRef iom;  // owned by the library and replaced at each step
+  CardRef iom;  // owned by the library, which replaces it at each step
   while (NextCard(iom, error)) {
     const CardReader card(iom, error);
     if (!card.Has(VSL(serial_number))) continue;
@@ -166,7 +167,7 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& a
   m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
   NameAdapters();
   using Work = MBX::Delegates_and_Calls::TDelegateR0<IPLUGINAPI_IMPL, unsigned int>;
-  // An earlier worker keeps running, so its thread object is kept.
+  // An earlier worker continues to run, so keep its thread object.
   m_LostWorkers.push_back(std::move(m_pWorkerThread));
   m_pWorkerThread = std::make_unique<MBX::Threading::CThread>();
   m_pWorkerThread->Create(Work(this, &IPLUGINAPI_IMPL::Worker), false);
@@ -206,8 +207,8 @@ bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
   return any;
 }
 
-// Whichever thread is late, only the worker is canceled. A job is never interrupted while its card
-// works.
+// Cancels only the worker, whichever thread is late. A job is never interrupted while its card is
+// being attached or detached.
 void IPLUGINAPI_IMPL::CancelThreads() {
   TRACE_AS("DeInitialize");
   for (const NamedThread& thread : Threads()) {
@@ -226,7 +227,7 @@ bool IPLUGINAPI_IMPL::IsRunning(const ThreadSlot& thread) {
   return thread != nullptr && thread->GetHandle() != 0 && thread->Wait(0) == kWaitTimedOut;
 }
 
-// The objects.
+// Objects.
 
 unsigned long IPLUGINAPI_IMPL::NewID() {
   constexpr unsigned long kModuleBits = static_cast<unsigned long>(kModuleNumber) << 48U;
@@ -321,8 +322,7 @@ void IPLUGINAPI_IMPL::Poll(PollState& state) {
   state.m_ScanDue = false;
 }
 
-// The quick poll: reads only what changes by itself, and keeps nothing of it. A card that cannot be
-// opened is left to the next scan.
+// The quick poll. Reads only values that can change without a command, and stores nothing.
 bool IPLUGINAPI_IMPL::AnyCardHasChanged() {
   bool changed = false;
   const std::size_t count = std::min<std::size_t>(m_AdapterCount, m_Adapters.size());
@@ -389,7 +389,7 @@ unsigned int IPLUGINAPI_IMPL::Rescan(PollState& state) {
   return result;
 }
 
-// The scan.
+// Scanning.
 
 unsigned int IPLUGINAPI_IMPL::ScanSystem(std::vector<CFusionIOAdapter>& adapters,
                                          std::vector<CFusionIOPhysicalDrive>& drives,
@@ -445,7 +445,7 @@ bool IPLUGINAPI_IMPL::ScanCard(std::size_t index, bool initial,
   return true;
 }
 
-// An id stays with the position in the list of control devices, whatever card is found there.
+// The id belongs to the position in the list of control devices, whichever card is found there.
 void IPLUGINAPI_IMPL::IdentifyAdapter(CFusionIOAdapter& adapter, bool initial) {
   const CFusionIOAdapter* known =
       initial ? nullptr : FindByCardIndex(m_Adapters, adapter.m_CardIndex);
@@ -471,7 +471,7 @@ void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
   SetLocations(adapter, drive);
   card.ReadInto(adapter.m_PciSlot, VSL(pci_slot_num));
   adapter.m_HasBeacon = card.Has(VSL(beacon_state));
-  // A locate LED that an earlier run left on is switched off.
+  // At startup, turn off a locate LED that an earlier run left on.
   if (adapter.m_HasBeacon && initial) SetLocateLED(iom, false, error);
   card.ReadInto(adapter.m_SerialNumber, VSL(serial_number));
   drive.m_SerialNumber = adapter.m_SerialNumber;
@@ -499,8 +499,8 @@ void IPLUGINAPI_IMPL::ScanCardState(const CardReader& card, CFusionIOAdapter& ad
     adapter.m_Status = Value::FAILED;
     return;
   }
-  // By position, not by card index: after a card has been removed, this may be the path of another
-  // one.
+  // The card index is used as a position in `m_Adapters`; after a card has been removed, the path
+  // found may be that of another card.
   const std::size_t index = adapter.m_CardIndex;
   const std::string* path = index < m_Adapters.size() ? &m_Adapters[index].m_DevicePath : nullptr;
   adapter.m_IomState = CorrectedState(*read, path);
@@ -565,7 +565,7 @@ void IPLUGINAPI_IMPL::IdentifyDrive(CFusionIOPhysicalDrive& drive, bool initial)
   drive.m_ChangeCount = known->m_ChangeCount;
 }
 
-// The changes.
+// Storing changes.
 
 unsigned int IPLUGINAPI_IMPL::UpdateSystem(std::vector<CFusionIOAdapter>& adapters,
                                            std::vector<CFusionIOPhysicalDrive>& drives) {
@@ -594,16 +594,17 @@ void IPLUGINAPI_IMPL::Store(const SystemDifference& difference,
   m_Plugin.m_ChangeCount += difference.m_AddedAdapters.size() + difference.m_RemovedAdapters.size();
   m_Plugin.m_Children.clear();
   for (CFusionIOAdapter& adapter : adapters) LinkToPlugin(adapter);
-  // Element by element where both vectors have one, which leaves the flag histories in place.
+  // A vector assignment assigns existing elements, so the flag histories remain in place.
   m_Adapters = adapters;
   m_PhysicalDrives = drives;
 }
 
-// A row that fails is traced and left as it is until the next change.
+// If a row cannot be written, the failure is traced and the row remains outdated until the next
+// change.
 void IPLUGINAPI_IMPL::Announce(SystemDifference& difference) {
   if (!difference.m_Events.empty()) QueueEvents("UpdateSystem", difference.m_Events);
   for (CFusionIOAdapter& adapter : difference.m_AddedAdapters) InsertObjectToDatabase(adapter);
-  // The row of a changed adapter shows the record before this scan.
+  // The row of a changed adapter gets the record from before this scan.
   for (AdapterChange& change : difference.m_ChangedAdapters) {
     UpdateObjectInDatabase(change.m_Before);
   }
@@ -619,10 +620,10 @@ void IPLUGINAPI_IMPL::QueueEvents(const char* function, const std::vector<PI::CE
   m_Events.insert(m_Events.end(), events.begin(), events.end());
 }
 
-// The jobs.
+// Jobs.
 
 struct IPLUGINAPI_IMPL::CardJob {
-  const char* m_Name;  // as its trace lines and their function column have it
+  const char* m_Name;  // in the text and the function column of trace lines
   std::string IPLUGINAPI_IMPL::*m_Device;
   const char* m_CreateName;
   CreateJob m_Create;
@@ -637,7 +638,7 @@ unsigned int IPLUGINAPI_IMPL::Attach(const std::string& device) {
                 device);
 }
 
-// A card in use rejects an ordinary detach, which is only a warning.
+// A failure is only a warning, because a card in use rejects a detach that is not forced.
 unsigned int IPLUGINAPI_IMPL::Detach(const std::string& device) {
   return RunJob({"Detach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
                  vsl_iom_detach_create, false, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_WARNING},
@@ -661,18 +662,19 @@ unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& devi
   return 1;
 }
 
-// Only a caller of `WriteDevice` is on the stack that the thread sanitizer records, because the
-// standard library's assignment is not instrumented. Its suppression names this function.
+// The thread sanitizer's suppression names this function. It calls `WriteDevice` because the
+// standard library's assignment is not instrumented: a recorded stack starts at the caller of the
+// function that contains the assignment.
 [[gnu::noinline]] void IPLUGINAPI_IMPL::SetDevice(std::string& slot, const std::string& device) {
   WriteDevice(slot, device);
 }
 
-// There is room for every path, so the text is written in place.
+// The string has enough capacity for any path, so it is not reallocated.
 [[gnu::noinline]] void IPLUGINAPI_IMPL::WriteDevice(std::string& slot, const std::string& device) {
   slot.assign(device);
 }
 
-// Prepared before the work, because the adapter may be gone after it.
+// Called before the job starts, because the adapter may be removed while it runs.
 PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
   TRACE_AS(job.m_Name);
   TRACED_WAIT(m_DataLock, locked, "Release ()");
@@ -720,7 +722,7 @@ bool IPLUGINAPI_IMPL::JobFailed(const CardJob& job, const char* function, std::u
   return true;
 }
 
-// The tree.
+// Topology.
 
 unsigned int IPLUGINAPI_IMPL::GetTopology(std::vector<PI::CObject>& objects) {
   TRACE(TRACE_ENTRY, "ENTER GetTopology");
@@ -749,7 +751,7 @@ unsigned int IPLUGINAPI_IMPL::GetTopology(std::vector<PI::CObject>& objects) {
   return PI::SUCCESS;
 }
 
-// The plug-in object.
+// Plug-in object.
 
 unsigned int IPLUGINAPI_IMPL::GetPluginProperties(CFusionIOPlugin&,
                                                   std::vector<PI::CProperty>& properties,
@@ -759,7 +761,7 @@ unsigned int IPLUGINAPI_IMPL::GetPluginProperties(CFusionIOPlugin&,
   return PI::SUCCESS;
 }
 
-// The limits are those that came with the request: the host echoes what it was given.
+// Clamps the value to the limits in the request, which the host copies from the property.
 unsigned int IPLUGINAPI_IMPL::SetPluginProperty(CFusionIOPlugin&, PI::CProperty& property) {
   if (property.m_PropertyID != Property::POLL_INTERVAL) return PI::ERR_INVALID_PROPERTY;
   int value = 0;
@@ -835,7 +837,7 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPlugin& plugin) {
       [&](const char* why) { TRACE(TRACE_DATABASE, "Plugin FusionIO inserted to db. (%s)", why); });
 }
 
-// The plug-in's row stays as it was inserted.
+// The row of the plug-in never changes after it has been inserted.
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPlugin&) {
   return PI::SUCCESS;
 }

@@ -1,7 +1,7 @@
-// The records of one card: an adapter, the card as a PCIe device, and a physical drive, the card as
-// storage. Both are plain values; a pair shares `m_CardIndex`, `m_GlobalNumber`,
-// `m_SerialNumber` and `m_DevicePath` and is linked by id. The vectors that hold them are guarded
-// by `m_DataLock`.
+// Records of a card. Each card has two: an adapter, which describes the PCIe device, and a physical
+// drive, which describes the storage. Both are plain values. The records of a card have the same
+// `m_CardIndex`, `m_GlobalNumber`, `m_SerialNumber` and `m_DevicePath`, and refer to each other by
+// id. The vectors that contain them are guarded by `m_DataLock`.
 #pragma once
 
 #include <array>
@@ -14,11 +14,11 @@
 
 namespace NAMESPACE_Corvane {
 
-// "Not known" for numbers that may be 0.
+// Represents an unknown number where 0 is a valid value.
 constexpr std::uint64_t kNotKnown = ~std::uint64_t{0};
 
-// A member that belongs to a position in a vector and not to the record there: copying a record
-// copies it, assigning to a record leaves it.
+// A member that belongs to a position in a vector rather than to the record at that position: the
+// copy constructor of a record copies the member, but assignment leaves it unchanged.
 template <class T>
 struct StaysInPlace {
   T m_Value{};
@@ -29,14 +29,13 @@ struct StaysInPlace {
   StaysInPlace& operator=(const StaysInPlace&) { return *this; }  // NOLINT(cert-oop54-cpp)
 };
 
-// The last three masks of one kind, to distinguish a change from a momentary value.
+// The last three masks of one kind, to distinguish lasting changes from momentary values.
 using FlagHistory = StaysInPlace<std::array<std::uint64_t, 3>>;
 
 // The root of the tree of objects.
 class CFusionIOPlugin : public PI::CObject {};
 
-// The control device through which a card is reached; `m_CardIndex` is its position in
-// `m_ControlDevicePaths`.
+// The path of a card's control device. `m_CardIndex` is its position in `m_ControlDevicePaths`.
 class CControlDevicePath {
  public:
   std::uint64_t m_CardIndex = 0;
@@ -87,7 +86,7 @@ class CFusionIOAdapter : public PI::CObject {
   float m_PowerLimitWatts = 0;
   float m_TempWarnDegC = 0;
   float m_TempSetpointDegC = 0;
-  StaysInPlace<std::uint64_t> m_FlagHistoryIndex;  // the slot of the histories that is next
+  StaysInPlace<std::uint64_t> m_FlagHistoryIndex;  // the next position to write in the histories
   FlagHistory m_ErrorHistory;
   FlagHistory m_WarningHistory;
   FlagHistory m_InfoHistory;
@@ -111,10 +110,10 @@ class CFusionIOPhysicalDrive : public PI::CObject {
   std::uint32_t m_MinSectorSize = 0;         // bytes
   std::uint32_t m_MaxSectorSize = 0;         // bytes
   std::uint32_t m_SectorSizeMultiplier = 0;  // bytes
-  std::uint64_t m_FormattedSizeMiB = 0;      // what the card is formatted to now
+  std::uint64_t m_FormattedSizeMiB = 0;      // current formatted capacity
   std::uint64_t m_FormattedPercent = 0;
-  std::uint64_t m_FactorySizeMiB = 0;       // what the card was built with
-  std::uint64_t m_ConfigurableSizeMiB = 0;  // the largest size that a format may ask for
+  std::uint64_t m_FactorySizeMiB = 0;       // factory capacity
+  std::uint64_t m_ConfigurableSizeMiB = 0;  // largest capacity that a format can set
   bool m_OverformatAllowed = true;
   bool m_DriveFlag = false;  // never set, but compared
   bool m_PowerOfTwoSectors = false;

@@ -1,4 +1,4 @@
-// The operations that are listed for a physical drive.
+// The list of operations of a physical drive.
 #pragma once
 
 #include <vector>
@@ -10,14 +10,14 @@
 
 namespace NAMESPACE_Corvane {
 
-// Listed for a drive with `m_DriveFlag`, which no drive has. Formatting has no row. A host can run
-// it, and these two, by number.
+// Listed only if the drive's `m_DriveFlag` is set, which it never is. Formatting has no row. A host
+// can still execute all three operations by number.
 constexpr OperationRow kDriveOperations[] = {
     {PI::OP_MAKE_ONLINE, 1, 2, 1, 1, false, -1, 3, 22031},
     {PI::OP_MAKE_OFFLINE, 1, 2, 1, 1, false, -1, 3, 22029},
 };
 
-// Appends the operations of the drive, a format with its parameters.
+// Appends the operations of the drive; a format includes its parameters.
 inline void AppendDriveOperations(const CFusionIOPhysicalDrive& drive,
                                   std::vector<PI::COperation>& operations) {
   for (const OperationRow& row : kDriveOperations) {

@@ -1,4 +1,4 @@
-// How long a card will last and how much of its rating is used, computed from its attributes.
+// Estimates a card's end of life and used endurance from its attributes.
 #pragma once
 
 #include <cstdint>
@@ -13,12 +13,12 @@ namespace NAMESPACE_Corvane {
 
 constexpr std::uint64_t kMsPerHour = 3600000;
 
-// Whole hours since a moment in milliseconds since the epoch.
-inline std::uint64_t HoursSince(std::uint64_t momentMs) {
-  return (MBX::Misc::now() - momentMs) / kMsPerHour;
+// Returns the whole hours since a timestamp (milliseconds since the epoch).
+inline std::uint64_t HoursSince(std::uint64_t timestampMs) {
+  return (MBX::Misc::now() - timestampMs) / kMsPerHour;
 }
 
-// The day on which a card will be worn out, as year, month and day.
+// Returns the date on which a card will be worn out, as YYYY-MM-DD.
 inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWritten,
                                  unsigned int usedPercent, std::uint32_t ratedTBytes) {
   unsigned long remainingHours = 0;
@@ -29,8 +29,8 @@ inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWri
   return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
 }
 
-// The written bytes as a percentage of the rating, which is in units of 2^40 bytes; above 100 for a
-// card beyond it. No value for a rating of 0, as if the card had none.
+// Returns the bytes written in percent of the rated endurance, which is in units of 2^40 bytes. May
+// exceed 100. A rating of 0 is treated as no rating: returns nullopt.
 inline std::optional<std::uint32_t> EndurancePercent(std::uint64_t bytesWritten,
                                                      std::uint32_t ratedTBytes) {
   const std::uint64_t ratedBytes = std::uint64_t{ratedTBytes} << 40U;

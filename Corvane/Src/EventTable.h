@@ -1,4 +1,4 @@
-// The events of the plug-in: their numbers, and the bits and reasons that raise them.
+// The events of the plug-in: their numbers, and the status bits and reasons that trigger them.
 #pragma once
 
 #include <cstddef>
@@ -52,8 +52,8 @@ using Event::_EVENT_ID;
 
 }  // namespace PI
 
-// What one bit of a status mask means: the reason that an adapter shows while the bit is set, and
-// the event that is raised when it rises.
+// One bit of a status mask: the reason that the adapter has while the bit is set, and the event
+// that is queued when the bit changes from 0 to 1.
 struct StatusBit {
   unsigned int m_Bit;
   int m_Reason;
@@ -107,7 +107,7 @@ constexpr StatusBit kWarningBits[] = {
     {12, PI::Value::RESERVES_DEPLETED, PI::Event::CTRL_RESERVES_DEPLETED, PI::SEVERITY_WARNING},
 };
 
-// Bits of `vsl_current_info`. Their events are raised by the warning bits of the same numbers.
+// Bits of `vsl_current_info`. Their events are triggered by the warning bits with the same numbers.
 constexpr StatusBit kInfoBits[] = {
     {0, PI::Value::POWER_WRITE_REGULATION, PI::Event::CTRL_WRITE_REG_POWER,
      PI::SEVERITY_INFORMATION},
@@ -115,7 +115,7 @@ constexpr StatusBit kInfoBits[] = {
      PI::SEVERITY_INFORMATION},
 };
 
-// Reasons and events come in the order of the rows, which is that of the bits.
+// Rows must be in the order of their bits, because reasons and events are emitted in row order.
 template <std::size_t N>
 constexpr bool InOrderOfBits(const StatusBit (&bits)[N]) {
   for (std::size_t i = 0; i < N; ++i) {
@@ -125,7 +125,7 @@ constexpr bool InOrderOfBits(const StatusBit (&bits)[N]) {
 }
 static_assert(InOrderOfBits(kErrorBits) && InOrderOfBits(kWarningBits) && InOrderOfBits(kInfoBits));
 
-// Every event number is used once.
+// Every event number must be used only once.
 template <std::size_t N, std::size_t M>
 constexpr bool EventsDiffer(const StatusBit (&some)[N], const StatusBit (&others)[M]) {
   for (std::size_t i = 0; i < N; ++i) {
@@ -140,14 +140,14 @@ static_assert(EventsDiffer(kErrorBits, kErrorBits) && EventsDiffer(kWarningBits,
 static_assert(EventsDiffer(kErrorBits, kWarningBits) && EventsDiffer(kErrorBits, kInfoBits) &&
               EventsDiffer(kWarningBits, kInfoBits));
 
-// An event that is raised when a reason appears that was not there at the last scan.
+// An event that is queued when an adapter has a reason that it did not have at the previous scan.
 struct ReasonEvent {
   int m_Reason;
   PI::_EVENT_ID m_Event;
   PI::_SEVERITY m_Severity;
 };
 
-// In the order in which the host gets them, after those of the bits.
+// In the order in which they are queued, after the events of status bits.
 constexpr ReasonEvent kReasonEvents[] = {
     {PI::Value::ATTACHED, PI::Event::CTRL_ATTACHED, PI::SEVERITY_INFORMATION},
     {PI::Value::DETACHED, PI::Event::CTRL_DETACHED, PI::SEVERITY_ERROR},

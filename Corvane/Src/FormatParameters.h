@@ -1,4 +1,4 @@
-// The parameters of a format, and the values that a host can choose for them.
+// The parameters of a format and their possible values.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ struct SectorSizeChoice {
   int m_Value;
 };
 
-// In ascending order. The first one is used for every size that has no value of its own.
+// In ascending order. The first row is used for sizes and values that are not in the table.
 constexpr SectorSizeChoice kSectorSizes[] = {
     {512, PI::Value::_512B}, {1024, PI::Value::_1K}, {2048, PI::Value::_2K},
     {4096, PI::Value::_4K},  {8192, PI::Value::_8K},
@@ -50,8 +50,8 @@ inline std::vector<int> SectorSizeChoices(const CFusionIOPhysicalDrive& drive) {
   return values;
 }
 
-// Appends the parameters of a format with their defaults. They are listed with no drive today; a
-// host that asks for a format by number sends the same ones.
+// Appends the parameters of a format with their defaults. Currently no drive lists a format; a host
+// that executes one by number must pass the same parameters.
 inline void AppendFormatParameters(const CFusionIOPhysicalDrive& drive,
                                    std::vector<PI::CProperty>& parameters) {
   PI::CProperty formatting = MakeProperty(PI::Property::CHOICE_PARAM, true);

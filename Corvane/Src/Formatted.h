@@ -1,4 +1,4 @@
-// How the plug-in turns numbers into text.
+// Formats numbers as text.
 #pragma once
 
 #include <boost/format.hpp>
@@ -7,8 +7,8 @@
 
 namespace NAMESPACE_Corvane {
 
-// Fills the placeholders of a format in order. All numbers are formatted here, independent of the
-// host's locale: the texts are read back, compared and searched for, and a locale may group digits.
+// Replaces the placeholders of a format in order. Formats numbers in the classic locale, because a
+// host locale may group digits and the texts are parsed and compared later.
 template <class... Values>
 std::string Formatted(const char* format, const Values&... values) {
   boost::format text(format, std::locale::classic());

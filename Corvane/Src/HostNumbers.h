@@ -1,8 +1,8 @@
-// The host's numbers that the plug-in uses.
+// Numeric identifiers of the host that the plug-in uses.
 //
-// The host fixes the numbers and their names, but not where its own headers put them: in which
-// namespaces, or in enumerations of which kind. So the plug-in states its own, and needs nothing of
-// the host's headers for them but three types.
+// The host defines the numbers and their names, but its headers may declare them in any namespace
+// and any kind of enumeration. Therefore the plug-in has its own definitions, which use only three
+// types from the host's headers.
 #pragma once
 
 #include <cstdint>
@@ -11,14 +11,14 @@
 
 namespace NAMESPACE_Corvane {
 
-// `PI` within the plug-in: the host's records, and the numbers below, which take precedence over
-// the host's numbers of the same name.
+// In the plug-in, `PI` contains the host's records and the numbers below, which take precedence
+// over the host's numbers of the same name.
 namespace PI {
 
 using namespace ::PI;
 
-// Commands, properties and units cross the interface in types of the host. A number of 32 bits
-// fits each of them.
+// Commands, properties and units are passed to and from the host in these three types of the host,
+// which must have 32 bits.
 static_assert(sizeof(_COMMAND) == 4 && sizeof(_PROPERTY_ID) == 4 && sizeof(_UNITS) == 4);
 
 // Results of `IPLUGINAPI::Execute`.
@@ -52,10 +52,10 @@ enum _OPERATION_ID : std::uint32_t {
   OP_FORCE_DETACH = 50128,
 };
 
-// Bare names repeat between the families below, so each has a namespace of its own.
+// The following enumerations have names in common, so each has its own namespace.
 
 namespace Property {
-// `UNDEFINED` is the selector for all properties of an object.
+// `UNDEFINED` selects all properties of an object.
 enum Id : std::uint32_t {
   UNDEFINED = 1,
   VENDOR = 30003,
@@ -112,7 +112,7 @@ enum Id : std::uint32_t {
 };
 }  // namespace Property
 
-// Names under which a property may be shown instead of its own.
+// Short display names of properties.
 namespace ShortName {
 enum Id : std::uint32_t {
   BUS = 35016,
@@ -126,7 +126,7 @@ enum Id : std::uint32_t {
 };
 }  // namespace ShortName
 
-// Values of choices: identifier, number, name as the rows of the database have it.
+// Values of choices: identifier, number, and name in database rows.
 // clang-format off
 #define CORVANE_VALUES(X) \
   X(OK, 40024, "OK") \
@@ -235,35 +235,36 @@ enum Command : std::uint32_t {
   CMD_EXECUTE_OPERATION = 10
 };
 
-// Kinds of object, `CObject::m_ObjectType`.
+// Types of objects, for `CObject::m_ObjectType`.
 enum _OBJECT_TYPE : std::uint32_t {
   OBJECT_PLUGIN = 19006,
   OBJECT_PHYSICAL_DRIVE = 19018,
   OBJECT_ADAPTER = 19038
 };
 
-// Severities of events, `CEvent::m_Severity`.
+// Severities of events, for `CEvent::m_Severity`.
 enum _SEVERITY : std::uint32_t {
   SEVERITY_INFORMATION = 2,
   SEVERITY_WARNING = 3,
   SEVERITY_ERROR = 4
 };
 
-// Color classes of a status, `CProperty::m_Indicator`. The texts are in the host's message file.
+// Color classes of a status, for `CProperty::m_Indicator`. Their texts are in the host's message
+// file.
 enum _INDICATOR : std::uint32_t {
   INDICATOR_ADAPTER_OK = 24000,
   INDICATOR_ADAPTER_FAILED = 24001,
   INDICATOR_ADAPTER_WARNING = 24002,
   INDICATOR_DRIVE_FAILED = 24177,
   INDICATOR_DRIVE_AVAILABLE = 24183,
-  INDICATOR_DRIVE_SMART = 24189  // available, and expected to fail
+  INDICATOR_DRIVE_SMART = 24189  // available, but expected to fail
 };
 
-// Value holders that the plug-in reads, `CProperty::m_ValueType`.
+// Value holders that the plug-in reads, for `CProperty::m_ValueType`.
 enum _VALUE_TYPE : std::uint32_t { VALUE_TYPE_CHOICE = 3, VALUE_TYPE_RANGE = 7 };
 
 constexpr auto UNITS_DEGREES_CELSIUS = static_cast<_UNITS>(21000);
-constexpr auto UNITS_MEGABYTES = static_cast<_UNITS>(21002);  // of 2^20 bytes
+constexpr auto UNITS_MEGABYTES = static_cast<_UNITS>(21002);  // 2^20 bytes
 constexpr auto UNITS_SECONDS = static_cast<_UNITS>(21007);
 constexpr auto UNITS_PERCENT = static_cast<_UNITS>(21010);
 constexpr auto UNITS_BYTES = static_cast<_UNITS>(21025);
@@ -271,7 +272,7 @@ constexpr auto UNITS_WATTS = static_cast<_UNITS>(21028);
 
 }  // namespace PI
 
-// An empty property with one of the numbers above.
+// Returns an empty property with one of the numbers above.
 inline PI::CProperty MakeProperty(std::uint32_t id, bool writable) {
   return PI::CProperty(static_cast<PI::_PROPERTY_ID>(id), writable);
 }

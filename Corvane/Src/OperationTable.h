@@ -1,4 +1,4 @@
-// How an object's operations are listed: rows of nine numbers.
+// The table rows for an object's operations.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,8 @@
 
 namespace NAMESPACE_Corvane {
 
-// In the host's order. Fields that the plug-in does not interpret are passed along.
+// One operation. The plug-in does not interpret the fields after the first; it passes them to the
+// host.
 struct OperationRow {
   PI::_OPERATION_ID m_OperationID;
   std::uint32_t m_Class;

@@ -1,4 +1,4 @@
-// PCI identities of the cards that are served, and what the host's hardware list knows about them.
+// PCI identities of supported cards, and lookups in the host's hardware list.
 #pragma once
 
 #include <cstdint>
@@ -12,14 +12,14 @@
 
 namespace NAMESPACE_Corvane {
 
-// Appends PCI vendor and device as the host's hardware list writes them, one text per device id.
+// Appends one text per device id: PCI vendor and device in the format of the host's hardware list.
 inline void AppendIdentities(const DeviceFamily& family, std::vector<std::string>& identities) {
   for (const std::uint16_t* id = family.m_Begin; id != family.m_End; ++id) {
     identities.push_back(Formatted("1AED%04X", *id));
   }
 }
 
-// Whether the hardware list has a card of any family.
+// Whether the hardware list contains a card of any family.
 inline bool HasSupportedCard() {
   std::vector<std::string> identities;
   for (const DeviceFamily& family : kDeviceFamilies) AppendIdentities(family, identities);
@@ -30,8 +30,8 @@ inline bool HasSupportedCard() {
   return MBXX::CConfigManager::GetLocation(identities, 1, segment, bus, device, function);
 }
 
-// The segment that the hardware list has for this card, or 0 when it knows another address. The
-// adapter's bus, device and function have been read.
+// Returns the PCI segment of this card from the hardware list. Returns 0 if the card is not listed,
+// or is listed with another bus, device or function than `adapter`, in which these must be set.
 inline std::uint64_t LookUpSegment(const DeviceFamily& family, const CFusionIOAdapter& adapter) {
   std::vector<std::string> identities;
   AppendIdentities(family, identities);

@@ -1,4 +1,4 @@
-// Properties and operations of the plug-in object. Its only value that changes is the poll
+// Properties and operations of the plug-in object. All properties are constant except the poll
 // interval, in seconds.
 #pragma once
 
@@ -39,7 +39,7 @@ inline bool PollInterval(std::uint32_t& seconds, PI::CProperty& property) {
 
 using PluginRow = PropertyRow<std::uint32_t>;
 
-// In the order in which the host gets them.
+// In the order in which they are listed.
 constexpr PluginRow kPluginProperties[] = {
     PluginRow(PI::Property::UNIQUE_ID, UniqueID).Hidden(),
     PluginRow(PI::Property::NAME, Constant<kPluginName>).Sort(23334),

@@ -1,4 +1,5 @@
-// The poll interval, in seconds: as the configuration has it and as the worker waits for it.
+// The poll interval: parsing the configured seconds, and converting them to the worker's wait
+// times.
 #pragma once
 
 #include <algorithm>
@@ -16,8 +17,8 @@ constexpr std::uint32_t kDefaultPollInterval = 15;
 constexpr std::uint32_t kMinPollInterval = 2;
 constexpr std::uint32_t kMaxPollInterval = 255;
 
-// Seconds as the configuration gives them, clamped to the limits. The default for anything but a
-// decimal number, which has no grouped digits in any locale.
+// Parses a number of seconds and clamps it to the limits. Returns the default if the text is not a
+// decimal number. Uses the classic locale, so that grouped digits are never accepted.
 inline std::uint32_t ParsePollInterval(const std::string& text) {
   boost::cnv::basic_stream<char> converter;
   converter(std::locale::classic());
@@ -25,13 +26,14 @@ inline std::uint32_t ParsePollInterval(const std::string& text) {
   return std::clamp(seconds.value_or(kDefaultPollInterval), kMinPollInterval, kMaxPollInterval);
 }
 
-// Milliseconds between two full scans. Hosts may set any interval by the limits that they send
-// along, and one of 0 seconds would leave the worker no time to wait; it counts as 1.
+// Returns the milliseconds between two full scans. A host can set any interval, because it sends
+// the limits along with the value. An interval of 0 seconds would leave the worker no time to wait,
+// so it is treated as 1.
 inline std::uint64_t ScanIntervalMs(std::uint32_t seconds) {
   return std::max<std::uint64_t>(seconds, 1) * 1000;
 }
 
-// Milliseconds between two quick polls, at most the longest wait that is not infinite.
+// Returns the milliseconds between two quick polls, at most the longest finite timeout.
 inline unsigned int QuickPollIntervalMs(std::uint32_t seconds) {
   constexpr std::uint64_t kLongest = MBX::Threading::WAIT_INFINITE - 1;
   return static_cast<unsigned int>(std::min(ScanIntervalMs(seconds) / 3, kLongest));

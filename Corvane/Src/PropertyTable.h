@@ -1,5 +1,5 @@
-// How an object's properties are listed: one table of rows per object kind, in the order of
-// emission, and the function that lists them.
+// Tables of properties: one table per type of object, with rows in the order in which they are
+// listed.
 #pragma once
 
 #include <cstddef>
@@ -11,12 +11,13 @@
 
 namespace NAMESPACE_Corvane {
 
-// One row. `Object` is what the values come from. Fields that a row does not name stay as the
-// host's constructor makes them.
+// One property. `Object` is the source of the values. Display fields that a row does not set keep
+// the defaults of the host's constructor.
 template <class Object>
 class PropertyRow {
  public:
-  // Sets the value, and any display field that depends on it. False: the row is not shown now.
+  // Sets the value, and any display field that depends on it. Returns false if the property is
+  // currently not shown.
   using Fill = bool (*)(Object& object, PI::CProperty& property);
 
   constexpr PropertyRow(std::uint32_t id, Fill fill) : m_ID(id), m_Fill(fill) {}
@@ -36,7 +37,7 @@ class PropertyRow {
 
   std::uint32_t ID() const { return m_ID; }
 
-  // Appends the property, unless it is not shown now.
+  // Appends the property if it is currently shown.
   void AppendTo(std::vector<PI::CProperty>& properties, Object& object) const {
     PI::CProperty property = MakeProperty(m_ID, m_Writable);
     if (!m_Fill(object, property)) return;
@@ -74,8 +75,8 @@ class PropertyRow {
   bool m_UnitNotFixed = false;
 };
 
-// Appends the rows that `selector` asks for: all of them for `PI::Property::UNDEFINED`, else the
-// one with that identifier. Other rows are not read.
+// Appends the properties that `selector` selects: all of them for `PI::Property::UNDEFINED`,
+// otherwise the one with that identifier. Values of other rows are not read.
 template <class Object, std::size_t N>
 void AppendProperties(const PropertyRow<Object> (&rows)[N], Object& object, unsigned int selector,
                       std::vector<PI::CProperty>& properties) {

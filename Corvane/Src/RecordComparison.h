@@ -1,5 +1,5 @@
-// When a scanned record counts as different from the stored one: the members that are compared, in
-// order. Changes of other members are ignored.
+// Compares a scanned record with the stored one. The members are compared in the order listed here;
+// changes to other members are ignored.
 #pragma once
 
 #include <tuple>
@@ -34,7 +34,7 @@ inline auto ComparedMembers(const CFusionIOPhysicalDrive& drive) {
                   drive.m_PowerOfTwoSectors);
 }
 
-// Floats compare exactly, and a NaN differs from everything.
+// Compares floats exactly; a NaN differs from every value.
 template <class Record>
 bool Differ(const Record& stored, const Record& scanned) {
   const PI::CObject& storedObject = stored;

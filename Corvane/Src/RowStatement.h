@@ -1,4 +1,4 @@
-// Error handling that the row operations share.
+// Error handling shared by the functions that write database rows.
 #pragma once
 
 #include "Corvane/Src/HostNumbers.h"
@@ -7,10 +7,11 @@
 
 namespace NAMESPACE_Corvane {
 
-// Runs the statements of one row operation. 0, or ERR_GENERAL when the database refused;
-// `traceFailure` gets the reason then. Other exceptions propagate.
+// Runs the statements of one row operation. Returns 0; if the database rejects a statement, calls
+// `traceFailure` with the reason and returns ERR_GENERAL. Other exceptions propagate.
 //
-// Unlocked for the analysis, which does not see that the caller holds what the statements require.
+// Excluded from the analysis, which does not know that the caller holds the locks that `statements`
+// requires.
 template <class Statements, class TraceFailure>
 CORVANE_UNLOCKED unsigned int RunRowStatements(Statements statements, TraceFailure traceFailure) {
   try {

@@ -1,4 +1,4 @@
-// How the plug-in's threads pause.
+// A sleep that can be canceled.
 #pragma once
 
 #include <boost/chrono.hpp>
@@ -6,7 +6,7 @@
 
 namespace NAMESPACE_Corvane {
 
-// Blocks the calling thread. A cancellation of the thread ends it here.
+// Blocks the calling thread. A cancellation point.
 inline void Sleep(unsigned int milliseconds) {
   boost::this_thread::sleep_for(boost::chrono::milliseconds(milliseconds));
 }

@@ -1,4 +1,4 @@
-// The three status masks of a card, free of momentary values.
+// Reads the three status masks of a card, ignoring momentary values.
 #pragma once
 
 #include <algorithm>
@@ -11,9 +11,9 @@
 
 namespace NAMESPACE_Corvane {
 
-// Reads the masks of an open card: errors, then warnings, then information. A mask is sampled five
-// times, one millisecond apart. If it changes meanwhile, or if the card does not have it, its
-// variable stays as it was.
+// Reads the masks of an open card: errors, then warnings, then information. Each mask is sampled
+// five times, one millisecond apart. If the samples differ, or the card does not have the mask, the
+// variable is left unchanged.
 inline void ReadStatusFlags(const CardReader& card, unsigned long& errors, unsigned long& warnings,
                             unsigned long& info) {
   struct Mask {

@@ -1,5 +1,5 @@
-// What a scan found different from the stored records, as a value. Comparing reads nothing but its
-// arguments and changes none of them: it takes no lock, asks no card and writes no trace line.
+// The difference between a scan and the stored records. The comparison is a pure function of its
+// arguments: it acquires no lock, accesses no card and writes no trace line.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 namespace NAMESPACE_Corvane {
 
-// The first record of a card, or null. Records of one card in two scans share the card index.
+// Returns the first record of a card, or null. A card has the same index in each scan.
 template <class Records>
 auto FindByCardIndex(Records& records, std::uint32_t cardIndex) {
   const auto found = std::find_if(records.begin(), records.end(), [cardIndex](const auto& record) {
@@ -24,7 +24,8 @@ auto FindByCardIndex(Records& records, std::uint32_t cardIndex) {
 
 // An adapter that differs from its stored record.
 struct AdapterChange {
-  // The stored record, with the scanned masks entered in its histories and its change count raised.
+  // The stored record, with the scanned masks added to its histories and its change count
+  // incremented.
   CFusionIOAdapter m_Before;
   // The scanned record, with settled masks.
   CFusionIOAdapter m_After;
@@ -34,22 +35,22 @@ struct SystemDifference {
   std::vector<CFusionIOAdapter> m_AddedAdapters;
   std::vector<AdapterChange> m_ChangedAdapters;
   std::vector<CFusionIOAdapter> m_RemovedAdapters;
-  // The drives of added adapters, with the adapters' global numbers. A drive without its adapter is
-  // not included.
+  // The drives of added adapters, with the adapters' global numbers. A new drive without an adapter
+  // is not included.
   std::vector<CFusionIOPhysicalDrive> m_AddedDrives;
   std::vector<CFusionIOPhysicalDrive> m_ChangedDrives;  // as scanned
-  // In the order in which the host gets them: added and changed adapters in the order of the scan,
-  // removed adapters, changed drives.
+  // In the order in which they are queued: added and changed adapters in the order of the scan,
+  // then removed adapters, then changed drives.
   std::vector<PI::CEvent> m_Events;
 
-  // Whether anything has changed. Not every change has an event.
+  // Whether anything has changed. `m_Events` may be empty nevertheless.
   bool Any() const {
     return !m_AddedAdapters.empty() || !m_ChangedAdapters.empty() || !m_RemovedAdapters.empty() ||
            !m_ChangedDrives.empty();
   }
 };
 
-// Enters the masks of a scan in the histories, in place of the oldest.
+// Adds the scanned masks to the histories, replacing the oldest ones.
 inline void EnterMasks(const CFusionIOAdapter& scanned, CFusionIOAdapter& adapter) {
   std::uint64_t& slot = adapter.m_FlagHistoryIndex.m_Value;
   adapter.m_ErrorHistory.m_Value[slot] = scanned.m_ErrorFlags;
@@ -65,14 +66,13 @@ inline void CopyHistories(const CFusionIOAdapter& from, CFusionIOAdapter& to) {
   to.m_InfoHistory.m_Value = from.m_InfoHistory.m_Value;
 }
 
-// The mask to store: a new one is accepted when the last three are equal. Until then the stored one
-// is kept.
+// Returns the mask to store: the new mask if the last three are equal, otherwise the stored one.
 inline std::uint64_t Settled(const FlagHistory& history, std::uint64_t stored) {
   const auto& last = history.m_Value;
   return last[0] == last[1] && last[1] == last[2] ? last[0] : stored;
 }
 
-// Compares one adapter that differs from its stored record.
+// Returns the change of an adapter that differs from its stored record.
 inline AdapterChange ChangeOf(const CFusionIOAdapter& stored, const CFusionIOAdapter& scanned) {
   AdapterChange change = {stored, scanned};
   EnterMasks(scanned, change.m_Before);
@@ -83,7 +83,8 @@ inline AdapterChange ChangeOf(const CFusionIOAdapter& stored, const CFusionIOAda
   return change;
 }
 
-// An added adapter, with its drive: the first one with its serial number, if any.
+// Adds an adapter that has no stored record to `difference`, and the first drive with the same
+// serial number, if any.
 inline void CompareAdded(const CFusionIOAdapter& adapter,
                          std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now,
                          SystemDifference& difference) {
@@ -117,8 +118,8 @@ inline void CompareAdapters(const std::vector<CFusionIOAdapter>& stored,
   }
 }
 
-// A drive that differs counts as changed also when its adapter is missing, but has no event then:
-// the event names the adapter.
+// A drive that differs counts as changed even if its adapter is missing. In that case it has no
+// event, because the event contains the name of the adapter.
 inline void CompareDrives(const std::vector<CFusionIOPhysicalDrive>& stored,
                           const std::vector<CFusionIOPhysicalDrive>& scanned,
                           const std::vector<CFusionIOAdapter>& adapters, unsigned long now,
@@ -132,8 +133,8 @@ inline void CompareDrives(const std::vector<CFusionIOPhysicalDrive>& stored,
   }
 }
 
-// Compares a scan, `adapters` and `drives`, with the stored records. `now` is the time that the
-// events get, in milliseconds since the epoch.
+// Compares the scanned `adapters` and `drives` with the stored records. `now` is the time of the
+// events, in milliseconds since the epoch.
 inline SystemDifference Compare(const std::vector<CFusionIOAdapter>& storedAdapters,
                                 const std::vector<CFusionIOPhysicalDrive>& storedDrives,
                                 const std::vector<CFusionIOAdapter>& adapters,

@@ -1,8 +1,7 @@
-// Which lock guards what, as annotations that clang's -Wthread-safety checks. Other compilers
-// ignore them.
+// Annotations for clang's -Wthread-safety. Empty for other compilers.
 //
-// The check needs lock types that are annotated as capabilities. With headers of a host that does
-// not annotate its lock types, the annotations have no effect.
+// The analysis requires that lock types are annotated as capabilities. If the host's headers do not
+// annotate them, these annotations have no effect.
 #pragma once
 
 #if defined(__clang__)
@@ -11,14 +10,14 @@
 #define CORVANE_THREAD_ANNOTATION(...)
 #endif
 
-// On a member: it is read and written with the lock held.
+// On a member that is accessed only with the lock held.
 #define CORVANE_GUARDED_BY(lock) CORVANE_THREAD_ANNOTATION(guarded_by(lock))
-// On a lock: where both are held, it is taken after the other one.
+// On a lock that is acquired after the other one if both are held.
 #define CORVANE_ACQUIRED_AFTER(lock) CORVANE_THREAD_ANNOTATION(acquired_after(lock))
 
-// On a function: the caller holds the locks.
+// On a function whose caller must hold the locks.
 #define CORVANE_REQUIRES(...) CORVANE_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
-// On a function that accesses guarded members without their lock. A comment says why it may.
+// On a function that the analysis skips; a comment at each use explains why this is safe.
 #define CORVANE_UNLOCKED CORVANE_THREAD_ANNOTATION(no_thread_safety_analysis)
 
 // On a class whose objects hold a lock until they are destroyed, and on its members.

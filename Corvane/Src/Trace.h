@@ -1,4 +1,4 @@
-// Module identity and the trace macro.
+// Module information and trace macros.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace NAMESPACE_Corvane {
 
-// Bits 63 to 48 of every object id, and the number under which the host knows the module.
+// The module's number in the host, which is also in bits 63 to 48 of every object id.
 constexpr unsigned int kModuleNumber = 304;
 
 CORVANE_API extern MBX::Misc::CModuleInfo MBX_MODULE_INFO_Corvane;
@@ -25,7 +25,7 @@ CORVANE_API extern MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile;
 enum TraceLevel : unsigned int {
   TRACE_ENTRY = 2,      // entry and exit of the main functions
   TRACE_FLOW = 4,       // events and decisions
-  TRACE_LOCK = 8,       // every lock step
+  TRACE_LOCK = 8,       // every wait for a lock and every release
   TRACE_RESULT = 16,    // results and failures of the card library and of the main steps
   TRACE_DATABASE = 128  // rows written and statements that failed
 };
@@ -57,7 +57,7 @@ inline void Feed(Stream& stream, const std::string& text) {
   stream << text;
 }
 
-// Where a line comes from.
+// The source location shown in a trace line.
 struct Site {
   const char* m_File;
   const char* m_Function;
@@ -74,8 +74,8 @@ void Send(TraceLevel level, const Site& site, const char* format, const Values&.
 
 }  // namespace TraceFeed
 
-// The object that `TRACE_AS` declares. It shadows the function `TracedAs` and returns the given
-// name instead of that of the function.
+// The object that `TRACE_AS` declares. It shadows the function `TracedAs` and returns the name
+// given to `TRACE_AS`.
 class TraceName {
  public:
   constexpr explicit TraceName(const char* name) : m_Name(name) {}
@@ -85,14 +85,16 @@ class TraceName {
   const char* m_Name;
 };
 
-// A lock that is released before the end of its block. If an exception or a cancellation of the
-// thread occurs while it is held, the destructor releases it and writes the lines of the release.
+// Holds a lock that is released before the end of its block. If an exception or a thread
+// cancellation occurs while the lock is held, the destructor releases it and writes the trace lines
+// of the release.
 //
-// The members that take and release are not analyzed: they are what the analysis relies on.
+// Members that acquire or release the lock are excluded from the analysis, because they implement
+// the annotated behavior.
 class CORVANE_SCOPED_LOCK ManualLock {
  public:
-  // Does not take the lock. `before` and `after` are the lines of the release, and `site` is where
-  // they come from.
+  // Does not acquire the lock. `before` and `after` are the trace lines of the release. `site` is
+  // their location if the destructor writes them.
   ManualLock(MBX::Threading::Native_OS::CFastMutex& lock, const TraceFeed::Site& site,
              const char* before, const char* after) CORVANE_EXCLUDES(lock)
       : m_Lock(lock), m_Site(site), m_Before(before), m_After(after) {}
@@ -106,13 +108,13 @@ class CORVANE_SCOPED_LOCK ManualLock {
   ManualLock(const ManualLock&) = delete;
   ManualLock& operator=(const ManualLock&) = delete;
 
-  // Waits without a timeout. Returns whether the lock is held.
+  // Waits for the lock without a timeout. Returns whether the lock is held.
   bool Wait() CORVANE_TRY_ACQUIRE(true) CORVANE_UNLOCKED {
     m_Held = m_Lock.Wait(MBX::Threading::WAIT_INFINITE) == kWaitSucceeded;
     return m_Held;
   }
 
-  // The lines of the release come from `site`.
+  // Releases the lock. `site` is the location in the trace lines.
   void Release(const TraceFeed::Site& site) CORVANE_RELEASE() CORVANE_UNLOCKED {
     if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, site, m_Before);
     m_Held = false;
@@ -125,7 +127,8 @@ class CORVANE_SCOPED_LOCK ManualLock {
     try {
       if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, m_Site, text);
     } catch (...) {
-      // The release matters more than the line. No cancellation can pass here: it is blocked.
+      // The lock must be released even if tracing fails. This handler cannot swallow a
+      // cancellation, because the destructor defers it.
     }
   }
 
@@ -138,8 +141,8 @@ class CORVANE_SCOPED_LOCK ManualLock {
 
 }  // namespace NAMESPACE_Corvane
 
-// The function that a line shows: the enclosing one, or the one that `TRACE_AS` names.
-// Outside the namespace, so that the macros find it from anywhere.
+// Returns the function name for trace lines. `TRACE_AS` replaces it in a block. Declared outside
+// the namespace, so that the macros work everywhere.
 constexpr const char* TracedAs(const char* function) {
   return function;
 }
@@ -149,29 +152,29 @@ constexpr const char* TracedAs(const char* function) {
     __FILE__, TracedAs(__func__), __LINE__ \
   }
 
-// Makes the lines of a helper, from here to the end of the block, show the function that the helper
-// works for.
+// Makes trace lines show the function `name` up to the end of the block, for helpers of that
+// function.
 #define TRACE_AS(name)                            \
   const ::NAMESPACE_Corvane::TraceName TracedAs { \
     name                                          \
   }
 
-// Sends one line: level, format, values. The values are not evaluated while the level is off.
+// Writes one trace line: level, format, values. The values are evaluated only if the level is on.
 #define TRACE(level, ...)                                                     \
   do {                                                                        \
     if (::NAMESPACE_Corvane::Traced(level))                                   \
       ::NAMESPACE_Corvane::TraceFeed::Send(level, TRACE_SITE(), __VA_ARGS__); \
   } while (false)
 
-// Holds a lock of the plug-in to the end of the enclosing block. A macro, so that both lines show
-// the function that waits.
+// Holds a lock of the plug-in until the end of the enclosing block. A macro, so that the trace
+// lines show the function that uses it.
 #define TRACED_GUARD(lock)                                                              \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait (sg)");                 \
   const MBX::Threading::CSyncGuard guardOf_##lock(lock, MBX::Threading::WAIT_INFINITE); \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait (sg)")
 
-// Waits for a lock that `TRACED_RELEASE` releases, and leaves in `isHeld` whether the wait
-// succeeded. `release` is how the lines of the release write it.
+// Waits for a lock, which `TRACED_RELEASE` releases. Declares `isHeld`, which is true if the wait
+// succeeded. `release` is the text for the release in trace lines.
 #define TRACED_WAIT(lock, isHeld, release)                                          \
   ::NAMESPACE_Corvane::ManualLock manualLock_##lock(                                \
       lock, TRACE_SITE(), "Before " #lock "." release, "After " #lock "." release); \

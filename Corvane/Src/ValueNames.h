@@ -1,4 +1,4 @@
-// The names of the host's values as text, for the rows of the database.
+// Text names of the host's values, as stored in database rows.
 #pragma once
 
 #include <map>
@@ -12,7 +12,7 @@ namespace NAMESPACE_Corvane {
 inline const std::map<int, std::string> kValueNames = {CORVANE_VALUES(CORVANE_VALUE_NAME)};
 #undef CORVANE_VALUE_NAME
 
-// Empty for a number that is not in the table.
+// Returns the name of a value, or an empty text if it is not in the table.
 inline std::string ValueName(int value) {
   const auto found = kValueNames.find(value);
   return found == kValueNames.end() ? std::string() : found->second;

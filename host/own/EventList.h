@@ -1,15 +1,15 @@
-// The events as a list: Identifiers.h makes enumerators of it, and the host kit the texts of its
-// event log.
+// A list of the events. Identifiers.h generates enumerators from it, and the host kit the texts of
+// its event log.
 //
-// The host fixes the numbers: rows may be added, but never renumbered.
+// The host defines the numbers: entries may be added, but never renumbered.
 #pragma once
 
 // clang-format off
 
-// Events, by the number that the host's log shows: name, number, the lowest severity, how many texts
-// the sentence takes, the sentence, and the advice: that of a reason, a sentence of its own, or none.
-// %1 is the name of the adapter, %2 that of the drive. The number does not depend on the severity.
-// hostkit/texts/EventTexts.h defines the names of severities and the functions for advice.
+// Each entry is: name, number, lowest severity, number of placeholders in the message, message, and
+// advice. An event has the same number at every severity. %1 in a message is the name of the
+// adapter, %2 that of the drive. The advice is that of a reason (OfReason), a separate text (Do), or
+// none (kNothingToDo); hostkit/texts/EventTexts.h defines these, and the names of the severities.
 #define PI_EVENTS(X) \
   X(CTRL_INTERNAL_ERROR, 10957, kError, 1, \
     "Adapter %1 has an internal error.", \

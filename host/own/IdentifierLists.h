@@ -1,7 +1,7 @@
-// The host's numbers as lists. Identifiers.h makes enumerators of them, and the host kit its
-// message tables, so the two always agree. The lists are ours; another host does not have them.
+// Lists of the host's numeric identifiers. Identifiers.h generates enumerators from them, and the
+// host kit its message tables, so the two always agree. The lists are specific to this SDK.
 //
-// The host fixes the numbers: rows may be added, but never renumbered.
+// The host defines the numbers: entries may be added, but never renumbered.
 #pragma once
 
 #include "host/own/EventList.h"

@@ -1,12 +1,12 @@
-// The properties as lists: Identifiers.h makes enumerators of them, and the host kit its captions
-// and explanations.
+// Lists of the properties. Identifiers.h generates enumerators from them, and the host kit its
+// captions and explanations.
 //
-// The host fixes the numbers: rows may be added, but never renumbered.
+// The host defines the numbers: entries may be added, but never renumbered.
 #pragma once
 
 // clang-format off
 
-// Properties of objects, and the kinds of an operation's parameters (RANGE_PARAM, CHOICE_PARAM): name,
+// Properties of objects, and types of operation parameters (RANGE_PARAM, CHOICE_PARAM): name,
 // number, caption, meaning.
 #define PI_PROPERTIES(X) \
   X(VENDOR, 30003, "Vendor", \
@@ -112,7 +112,7 @@
   X(POWER_LIMIT, 30504, "Power limit", \
     "The maximum power that the card may draw from its slot.")
 
-// Shorter names under which properties may be shown: name, number, caption, meaning.
+// Short display names of properties: name, number, caption, meaning.
 #define PI_SHORT_NAMES(X) \
   X(BUS, 35016, "Bus", \
     "Short for the PCI bus.") \

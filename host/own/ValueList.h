@@ -1,13 +1,13 @@
-// The values of choices as lists: Identifiers.h makes enumerators of them, and the host kit its
-// captions and advice.
+// Lists of the values of choices. Identifiers.h generates enumerators from them, and the host kit
+// its captions and advice.
 //
-// The host fixes the numbers: rows may be added, but never renumbered.
+// The host defines the numbers: entries may be added, but never renumbered.
 #pragma once
 
 // clang-format off
 
-// Values of choices: identifier, number, the name as text, and a caption. A name may differ from its
-// identifier where C++ does not allow it, as in "512B".
+// Values of choices: identifier, number, name and caption. The identifier equals the name, except
+// for names that are not valid in C++, such as "512B".
 #define PI_VALUES(X) \
   X(OK, 40024, "OK", "OK") \
   X(BUSY, 40025, "BUSY", "Busy") \
@@ -94,8 +94,8 @@
   X(REQUIRED, 40485, "REQUIRED", "Required") \
   X(UNACTIVATED_FIRMWARE, 40486, "UNACTIVATED_FIRMWARE", "New firmware not active yet")
 
-// Values that are reasons of an adapter's status, in the order of their numbers: the best status that
-// an adapter with this reason has, what the reason means, and what to do about it.
+// Values that are reasons for an adapter's status, in the order of their numbers: value, the best
+// status that an adapter with this reason can have, meaning, and advice.
 #define PI_REASONS(X) \
   X(STOPPED, kFailedStatus, \
     "The card has been stopped and does not work.", \
