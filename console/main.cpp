@@ -1,4 +1,4 @@
-// corvane-host: a host around a storage plug-in, for people and scripts.
+// corvane-host: a host for a storage plug-in, for interactive use and scripts.
 #include <algorithm>
 
 #include "console/base/CallWithTimeout.h"
@@ -14,7 +14,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-// The verb, found without a full understanding of the arguments.
+// Finds the command even if the arguments cannot be parsed.
 std::string GuessVerb(const Words& arguments, const Options& options) {
   const auto isVerb = [](const std::string& word) { return AllCommands().Find(word) != nullptr; };
   if (!options.m_Words.empty() && isVerb(options.m_Words.front())) return options.m_Words.front();
@@ -22,7 +22,7 @@ std::string GuessVerb(const Words& arguments, const Options& options) {
   return found == arguments.end() ? std::string() : *found;
 }
 
-// The command that a wrong line is about, if it names one that people know.
+// Returns the command that an invalid command line names, or null if it names none or a hidden one.
 const Command* NamedCommand(const Options& options) {
   const Command* found =
       options.m_Words.empty() ? nullptr : AllCommands().Find(options.m_Words.front());

@@ -1,4 +1,5 @@
-// Fills the manual page on standard input from the tables of commands and options.
+// Reads the manual page from standard input, inserts the command and option tables, and writes the
+// result to standard output.
 #include <iostream>
 #include <iterator>
 

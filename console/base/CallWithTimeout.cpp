@@ -26,8 +26,8 @@ struct Running {
   Notifier m_Ended;
 };
 
-// A stop signal ends the notifier's wait at once, so the notifier is not used when signals are
-// ignored.
+// A stop signal ends the notifier's wait immediately, so `OnStop::Continue` does not use the
+// notifier.
 bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadline& deadline,
               OnStop onStop) {
   while (!deadline.IsOver()) {

@@ -1,4 +1,4 @@
-// Calls that may never return: waiting for them ends on a signal or a deadline.
+// Calls with a timeout, for functions that may hang.
 #pragma once
 
 #include <chrono>
@@ -13,22 +13,23 @@ namespace Console {
 // Whether a stop signal also ends the wait for a call.
 enum class OnStop { Abandon, Continue };
 
-// A call that is slow but not stuck gets this long to return after its deadline.
+// Extra time for a slow call to return after its deadline or a stop signal.
 inline constexpr std::chrono::seconds kGrace(2);
 
-// Runs `call` in a thread of its own and returns its result. Empty when the call has not returned
-// two seconds after a signal or the deadline: it is then abandoned and continues until the program
-// exits. It must own what it uses, or that must outlive the program.
+// Runs `call` in a separate thread and returns its result. If `call` has not returned by `kGrace`
+// after the deadline or a stop signal, returns empty and abandons the call, which continues until
+// the program exits. Everything that `call` uses must therefore be owned by `call` or outlive the
+// program.
 std::optional<std::uint32_t> CallWithTimeout(std::function<std::uint32_t()> call,
                                              const Deadline& deadline,
                                              OnStop onStop = OnStop::Abandon);
 
-// For a plug-in that cannot be stopped: its threads continue until the program exits, as an
-// abandoned call does.
+// Marks the threads of a plug-in that cannot be stopped as abandoned: `ExitProgram` then exits
+// without cleanup.
 void AbandonThreads();
 
-// Flushes the streams and exits. If an abandoned call is still running, nothing is cleaned up,
-// because the call may be using it.
+// Flushes the streams and exits. If calls or threads were abandoned, skips all other cleanup,
+// because they may still be using global objects.
 [[noreturn]] void ExitProgram(int code);
 
 }  // namespace Console

@@ -1,4 +1,4 @@
-// The end of a wait, if any.
+// An optional deadline for a wait.
 #pragma once
 
 #include <algorithm>
@@ -9,32 +9,32 @@ namespace Console {
 
 class Deadline {
  public:
-  // Never over.
+  // A deadline that never passes.
   Deadline() = default;
   explicit Deadline(std::chrono::steady_clock::time_point end) : m_End(end) {}
-  // Starts now; without a duration, never over.
+  // `duration` from now, or a deadline that never passes if there is no duration.
   explicit Deadline(const std::optional<std::chrono::milliseconds>& duration) {
     if (duration) m_End = std::chrono::steady_clock::now() + *duration;
   }
 
-  // The earlier of the two.
+  // Returns the earlier of the two deadlines.
   Deadline Earlier(const Deadline& other) const {
     if (!m_End || !other.m_End) return m_End ? *this : other;
     return *m_End < *other.m_End ? *this : other;
   }
 
-  // As much later, and at least as much from now.
+  // Returns the deadline `time` after this one, or `time` from now if this one has passed.
   Deadline Extended(std::chrono::milliseconds time) const {
     if (!m_End) return *this;
     return Deadline(std::max(*m_End, std::chrono::steady_clock::now()) + time);
   }
 
-  // Whether it never is over.
+  // Whether the deadline never passes.
   bool IsUnlimited() const { return !m_End; }
   bool IsOver() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }
 
-  // What is left, rounded up, `longest` if that is less: the system counts a wait in an int of
-  // milliseconds.
+  // Returns the time left, rounded up to whole milliseconds and capped at `longest`, because poll()
+  // takes an int.
   std::chrono::milliseconds Left(std::chrono::milliseconds longest = std::chrono::hours(1)) const {
     using std::chrono::milliseconds;
     if (!m_End) return longest;

@@ -15,16 +15,16 @@ struct TimeUnit {
   std::int64_t m_Milliseconds;
 };
 
-constexpr std::int64_t kMillisecondsOfDay = 86'400'000;
+constexpr std::int64_t kMillisecondsPerDay = 86'400'000;
 
 constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
-                                   {"m", 60'000}, {"h", 3'600'000}, {"d", kMillisecondsOfDay}};
+                                   {"m", 60'000}, {"h", 3'600'000}, {"d", kMillisecondsPerDay}};
 
 }  // namespace
 
 std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
-  // The steady clock, to which it is added, can hold ten times as much.
-  constexpr std::int64_t kLongest = 10'000 * kMillisecondsOfDay;
+  // About a tenth of the range of the steady clock, to which durations are added.
+  constexpr std::int64_t kLongest = 10'000 * kMillisecondsPerDay;
   std::int64_t number = -1;
   const char* end = text.data() + text.size();
   const char* stop = std::from_chars(text.data(), end, number).ptr;

@@ -39,8 +39,8 @@ Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {
 
 std::vector<std::string> DidYouMean(const std::string& word,
                                     const std::vector<std::string>& candidates) {
-  constexpr std::size_t kSlips = 1;
-  const std::string* nearest = Base::NearestName(word, candidates, kSlips);
+  constexpr std::size_t kMaxEdits = 1;
+  const std::string* nearest = Base::NearestName(word, candidates, kMaxEdits);
   if (nearest == nullptr) return {};
   return {fmt::format("Did you mean '{}'?", *nearest)};
 }

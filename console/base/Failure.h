@@ -1,5 +1,4 @@
-// How a command ends: the exit codes, which scripts rely on, and the exception that carries an
-// error to the one place that reports it.
+// The exit codes, which scripts rely on, and the exceptions that end a command.
 #pragma once
 
 #include <cstdint>
@@ -20,20 +19,20 @@ enum class ExitCode : int {
   Permission = 6,
   TimedOut = 7,
   Stopped = 130,
-  // Of `check` only, which uses the codes of monitoring systems.
+  // Used only by `check`, which returns the codes that monitoring systems expect.
   Warning = 1,
   Critical = 2,
   Unknown = 3
 };
 
-// Something that ends the command, reported as "WHAT: WHY" and what to do then.
+// An error that ends the command. It is reported as "WHAT: WHY", followed by lines of advice.
 class Failure : public std::exception {
  public:
-  // `id` is a stable word for machines. At most three lines of `advice` are shown.
+  // `id` is a stable identifier for programs. At most three lines of `advice` are shown.
   Failure(ExitCode code, std::string id, const std::string& what, const std::string& why,
           std::vector<std::string> advice = {});
 
-  // With the whole text.
+  // `text` is the complete message.
   Failure(ExitCode code, std::string id, std::string text, std::vector<std::string> advice = {});
 
   const char* what() const noexcept override { return m_Text.c_str(); }
@@ -44,20 +43,20 @@ class Failure : public std::exception {
   const std::vector<std::string> m_Advice;
 };
 
-// A command that the plug-in failed with that number.
+// Returns the failure of a command for which the plug-in returned `error`.
 Failure PluginFailure(const std::string& what, std::uint32_t error);
 
-// A signal ended the command; `text` is that of a `Stopped`.
+// Returns the failure of a command that a signal ended; `text` is the message of the `Stopped`.
 Failure StopFailure(std::string text, std::vector<std::string> advice = {});
 
-// A usage error. Without advice, the report refers to the help.
+// Returns a usage error. Without advice, the report refers to the help.
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
 
-// "Did you mean ...?" for a mistyped `word`; empty when no candidate is similar.
+// Returns "Did you mean ...?" for a mistyped `word`, or empty if no candidate is similar.
 std::vector<std::string> DidYouMean(const std::string& word,
                                     const std::vector<std::string>& candidates);
 
-// A signal interrupted the program.
+// Thrown after a signal has interrupted the program.
 class Stopped : public std::exception {
  public:
   explicit Stopped(std::string text = "interrupted") : m_Text(std::move(text)) {}

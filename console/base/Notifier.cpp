@@ -13,14 +13,14 @@ Notifier::Notifier() : m_Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 }
 
 void Notifier::Notify() const {
-  // It can only fail when the counter is full, and then the descriptor is readable anyway.
+  // Fails only if the counter is full; the descriptor is readable in that case.
   if (eventfd_write(m_Descriptor.Get(), 1) != 0) return;
 }
 
 bool Notifier::Wait(std::chrono::milliseconds timeout, const WaitSet& also) const {
   if (!WaitReadable(m_Descriptor.Get(), timeout, also)) return false;
-  eventfd_t rings = 0;
-  return eventfd_read(m_Descriptor.Get(), &rings) == 0;
+  eventfd_t count = 0;
+  return eventfd_read(m_Descriptor.Get(), &count) == 0;
 }
 
 }  // namespace Console

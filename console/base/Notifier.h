@@ -1,4 +1,4 @@
-// An eventfd with which one thread wakes another.
+// An eventfd that lets one thread wake another.
 #pragma once
 
 #include <chrono>
@@ -16,9 +16,10 @@ class Notifier {
   Notifier& operator=(const Notifier&) = delete;
 
   void Notify() const;
-  // True if notified; clears all notifications so far.
+  // Waits up to `timeout`. If notified, clears all notifications and returns true. Returns false on
+  // timeout, on a stop signal, or if only a descriptor of `also` is ready.
   bool Wait(std::chrono::milliseconds timeout, const WaitSet& also) const;
-  // Readable while notified, for a poll with others.
+  // The descriptor for use in poll(), readable while notified.
   int Number() const { return m_Descriptor.Get(); }
 
  private:

@@ -1,4 +1,4 @@
-// Numbers from text.
+// Parsing of numbers.
 #pragma once
 
 #include <charconv>
@@ -8,8 +8,8 @@
 
 namespace Console {
 
-// The number that all of `text` is. Empty for any other text, and for a number out of range for the
-// type.
+// Parses `text` as a number. Returns empty if `text` contains anything else or the number is out of
+// range for the type.
 template <class T>
 std::optional<T> ReadNumber(const std::string& text) {
   T number{};

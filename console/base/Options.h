@@ -1,4 +1,4 @@
-// The options of the command line as values.
+// The parsed command line.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 namespace Console {
 
 struct Options {
-  std::vector<std::string> m_Words;  // the verb and what follows it
+  std::vector<std::string> m_Words;  // the command and its arguments
   std::string m_Form;                // output format; empty: the command's default
   std::vector<std::string> m_Columns;
   bool m_NoHeadings = false;
@@ -19,7 +19,7 @@ struct Options {
   std::string m_Color = "auto";
   std::string m_Plugin;
   bool m_Direct = false;
-  std::optional<std::string> m_Simulate;  // the file, empty for the default one
+  std::optional<std::string> m_Simulate;  // the file; empty: the default file
   std::string m_Database;
   std::optional<std::string> m_Trace;
   std::string m_TraceFile;

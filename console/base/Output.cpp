@@ -25,13 +25,13 @@ Failure WriteFailure(int error) {
 
 ResultStream::ResultStream(bool showOthers) {
   std::fflush(stdout);
-  const int answer = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  if (answer < 0 && errno == EMFILE) {
-    // No plug-in can be loaded either, so only the reason for that will be written.
+  const int copy = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (copy < 0 && errno == EMFILE) {
+    // No plug-in can be loaded either, so nothing else writes to standard output.
     m_File = stdout;
     return;
   }
-  if (answer >= 0) m_File = fdopen(answer, "w");
+  if (copy >= 0) m_File = fdopen(copy, "w");
   const int others = showOthers ? dup(STDERR_FILENO) : open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (others < 0) return;
   dup2(others, STDOUT_FILENO);
@@ -55,23 +55,23 @@ void ResultStream::Write(const std::string& text) const {
   if (m_File == nullptr) throw WriteFailure(EBADF);
   const bool written = std::fwrite(text.data(), 1, text.size(), m_File) == text.size();
   if (written && std::fflush(m_File) == 0) return;
-  // A reader that closed the pipe has read all it wanted.
+  // A closed pipe is not an error: readers such as head stop when they have enough.
   if (errno != EPIPE) throw WriteFailure(errno);
 }
 
 void Diagnostics::Note(const std::string& id, const std::string& text,
                        const std::vector<std::string>& advice) {
   m_Messages.push_back({"note", id, text, advice});
-  if (m_Verbosity == Verbosity::All) Say(m_Messages.back());
+  if (m_Verbosity == Verbosity::All) Print(m_Messages.back());
 }
 
 void Diagnostics::Error(const std::string& id, const std::string& text,
                         const std::vector<std::string>& advice) {
   m_Messages.push_back({"error", id, text, advice});
-  if (m_Verbosity != Verbosity::Nothing) Say(m_Messages.back());
+  if (m_Verbosity != Verbosity::Nothing) Print(m_Messages.back());
 }
 
-void Diagnostics::Say(const Message& message) {
+void Diagnostics::Print(const Message& message) {
   const char* prefix = message.m_Severity == "note" ? "note: " : "";
   std::string lines = fmt::format("corvane-host: {}{}\n", prefix, Base::Printable(message.m_Text));
   const std::size_t count = std::min(message.m_Advice.size(), kMaxAdviceLines);

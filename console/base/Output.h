@@ -1,4 +1,4 @@
-// The two streams: results on standard output, diagnostics on standard error.
+// Results on standard output and diagnostics on standard error.
 #pragma once
 
 #include <cstddef>
@@ -8,35 +8,36 @@
 
 namespace Console {
 
-// How output for people is drawn; decided once from options, environment and terminal.
+// The style of human-readable output, derived from the options, the environment and the terminal.
 struct Style {
   bool m_Ascii = false;
   bool m_Color = false;
   bool m_Headings = true;
 };
 
-// The program's standard output, reserved for the result: what a plug-in prints must not mix with
-// it.
+// Reserves the program's standard output for the result, so that output of a plug-in cannot mix
+// with it.
 class ResultStream {
  public:
-  // What others print to standard output is sent to standard error if `showOthers`, else dropped.
+  // Redirects all other output to standard output: to standard error if `showOthers`, otherwise to
+  // /dev/null.
   explicit ResultStream(bool showOthers);
   ~ResultStream();
   ResultStream(const ResultStream&) = delete;
   ResultStream& operator=(const ResultStream&) = delete;
 
-  // Columns of the terminal, 0 if it is not a terminal.
+  // The width of the terminal in columns, or 0 if standard output is not a terminal.
   std::size_t TerminalWidth() const;
-  // The stream itself, for a screen; null if it could not be opened.
+  // The stream, for full-screen output; null if it could not be opened.
   std::FILE* File() const { return m_File; }
-  // Writes and flushes. Throws `Failure` when the text cannot be written.
+  // Writes and flushes. Throws `Failure` if the text cannot be written; a closed pipe is ignored.
   void Write(const std::string& text) const;
 
  private:
   std::FILE* m_File = nullptr;
 };
 
-// A message in addition to the result.
+// A note or an error that is reported in addition to the result.
 struct Message {
   std::string m_Severity;  // "note" or "error"
   std::string m_Id;
@@ -47,23 +48,23 @@ struct Message {
 // Which messages are printed.
 enum class Verbosity { All, Errors, Nothing };
 
-// Collects messages for the machine formats and prints them on standard error. For one thread.
+// Prints messages on standard error and collects them for the JSON formats. Not thread-safe.
 class Diagnostics {
  public:
   explicit Diagnostics(Verbosity verbosity) : m_Verbosity(verbosity) {}
 
-  // Adds a note or an error, and prints it as the verbosity says: the text, then up to three
-  // lines of advice. `id` identifies the message to programs: "NO_EVENT_LOG".
+  // Add a note or an error and print it if the verbosity includes it: the text, then up to three
+  // lines of advice. `id` identifies the message to programs, for example "NO_EVENT_LOG".
   void Note(const std::string& id, const std::string& text,
             const std::vector<std::string>& advice = {});
   void Error(const std::string& id, const std::string& text,
              const std::vector<std::string>& advice = {});
-  // All messages so far, also those that were not printed.
+  // All messages so far, including those that were not printed.
   const std::vector<Message>& Messages() const { return m_Messages; }
 
  private:
   friend class DeferredDiagnostics;
-  void Say(const Message& message);
+  void Print(const Message& message);
 
   const Verbosity m_Verbosity;
   std::vector<Message> m_Messages;
@@ -71,7 +72,7 @@ class Diagnostics {
   std::string m_Held;
 };
 
-// Holds back messages while it exists, and prints them when destroyed.
+// Holds back the output of a `Diagnostics` during its lifetime and prints it when destroyed.
 class DeferredDiagnostics {
  public:
   explicit DeferredDiagnostics(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {

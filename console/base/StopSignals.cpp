@@ -26,17 +26,17 @@ void Handle(void (*handler)(int)) {
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
 }
 
-// The first signal may also restore the default actions, so that a second one of any kind ends the
-// program.
+// If `g_SecondEnds` is set, the first signal restores the default actions, so that any second
+// signal terminates the program.
 void OnSignal(int) {
-  const int keep = errno;
+  const int savedErrno = errno;
   g_Stop = 1;
   if (g_SecondEnds != 0) Handle(SIG_DFL);
   const std::uint64_t one = 1;
   if (write(g_StopFd, &one, sizeof one) < 0) {
-    // Nothing can be reported from a signal handler, and the flag is set.
+    // A signal handler cannot report the error, and the flag is already set.
   }
-  errno = keep;
+  errno = savedErrno;
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ bool WaitForStop(std::chrono::milliseconds timeout) {
   return IsStopRequested();
 }
 
-// poll() always reports a lost reader as an error, whatever events are requested.
+// poll() reports a closed reader as an error even if no events are requested.
 bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& also) {
   std::array<pollfd, 4> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0},
                                  pollfd{also.m_Readable, POLLIN, 0}, pollfd{also.m_Reader, 0, 0}};
@@ -83,8 +83,8 @@ bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& also
 }
 
 bool HasLostReader(int fd) {
-  pollfd question = {fd, 0, 0};
-  return poll(&question, 1, 0) > 0 && (question.revents & (POLLERR | POLLHUP)) != 0;
+  pollfd request = {fd, 0, 0};
+  return poll(&request, 1, 0) > 0 && (request.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 }  // namespace Console

@@ -1,37 +1,40 @@
-// Ctrl-C and similar signals: the first ends the program cleanly, the second ends it immediately.
+// Ctrl-C and similar signals: the first stops the program cleanly, the second terminates it.
 #pragma once
 
 #include <chrono>
 
 namespace Console {
 
-// Takes over SIGINT, SIGTERM and SIGHUP, and ignores SIGPIPE. Unless `secondEnds`, only the first
-// signal counts. Throws `Failure`. Call before any thread starts.
+// Installs handlers for SIGINT, SIGTERM and SIGHUP, and ignores SIGPIPE. If `secondEnds`, a second
+// signal terminates the program; otherwise it has no further effect. Throws `Failure`. Call before
+// any thread starts.
 void InstallStopHandlers(bool secondEnds = true);
 
 // Throws `Stopped` if a stop signal has arrived.
 void ThrowIfStopped();
 
-// Clears the stop request, when the wait that the signal was meant for has ended.
+// Clears the stop request, so that the program can continue after an interrupted wait.
 void ClearStopRequest();
 
-// Whether a stop signal has arrived. May be called from any thread.
+// Whether a stop signal has arrived. Thread-safe.
 bool IsStopRequested();
 
-// Readable once a stop signal has arrived, for a poll with others; -1 without handlers.
+// Returns a descriptor for use in poll(), readable once a stop signal has arrived, or -1 if no
+// handlers are installed.
 int StopDescriptor();
 
-// Waits for a stop signal, at most `timeout`; true if one arrived.
+// Waits up to `timeout` for a stop signal. Returns whether one has arrived.
 bool WaitForStop(std::chrono::milliseconds timeout);
 
-// Descriptors that also end a wait; -1: none.
+// Additional descriptors that end a wait; -1: none.
 struct WaitSet {
-  int m_Readable = -1;  // something can be read, or has ended
-  int m_Reader = -1;    // its reader has closed it
+  int m_Readable = -1;  // ends the wait when readable or at end of file
+  int m_Reader = -1;    // ends the wait when its reader closes it
 };
 
-// Waits until `fd` is readable or at its end, one of `also` is, a stop signal arrives or the time
-// is up; true only if `fd` is readable or at its end.
+// Waits until `fd` is readable or at end of file, a descriptor of `also` is ready, a stop signal
+// arrives or `timeout` expires. Returns true if `fd` is readable or at end of file and no stop
+// signal has arrived.
 bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& also = {});
 
 // Whether the reader of the pipe or terminal `fd` has closed it.

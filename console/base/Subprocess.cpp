@@ -22,36 +22,37 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// A plug-in takes more than a second to start, and can be stopped cleanly only after that.
-constexpr std::chrono::seconds kGrace(3);
+// A plug-in takes more than a second to start, and cannot be stopped cleanly before it has started.
+constexpr std::chrono::seconds kGraceAfterTerm(3);
 constexpr std::chrono::seconds kGraceAfterKill(2);
 
 Failure NoProcess(int error) {
   return Failure(ExitCode::Failed, "NO_PROCESS", "cannot start a process", std::strerror(error));
 }
 
-// `output` stays open for the life of the process, so its end of file is the end of the process. An
-// exception must not continue as if this were the parent.
+// The child keeps `output` open until it exits, so the parent sees end of file at that moment.
+// noexcept keeps an exception of the child from unwinding into the parent's code.
 [[noreturn]] void RunChild(const std::function<int()>& work, int output, pid_t parent) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) std::exit(EXIT_FAILURE);
-  // A signal to the whole group arrives twice, the second time from the parent, which can also use
-  // SIGKILL.
+  // A signal to the process group arrives twice: directly, and as the SIGTERM from the parent. The
+  // second must not interrupt a clean exit. If the process hangs, the parent sends SIGKILL.
   InstallStopHandlers(false);
   dup2(output, STDOUT_FILENO);
   ExitProgram(work());
 }
 
-// False at the end.
+// Returns false at end of file or on an error.
 bool ReadSome(int fd, std::string& into) {
-  std::array<char, 4096> some = {};
-  const ssize_t count = read(fd, some.data(), some.size());
+  std::array<char, 4096> buffer = {};
+  const ssize_t count = read(fd, buffer.data(), buffer.size());
   if (count < 0) return errno == EINTR || errno == EAGAIN;
-  into.append(some.data(), static_cast<std::size_t>(count));
+  into.append(buffer.data(), static_cast<std::size_t>(count));
   return count > 0;
 }
 
-// What ended the wait; `How::Exited` stands for any end of the process.
+// Reads until the process terminates, `timeout` expires or a stop signal arrives. Returns `Exited`
+// for every termination, including one by a signal.
 SubprocessEnd ReadAll(int fd, milliseconds timeout, std::string& into) {
   const Deadline deadline(timeout);
   while (true) {
@@ -61,7 +62,7 @@ SubprocessEnd ReadAll(int fd, milliseconds timeout, std::string& into) {
   }
 }
 
-// Whether the process ends in time.
+// Returns whether the process terminates within `timeout`.
 bool AwaitEnd(int fd, milliseconds timeout) {
   const Deadline deadline(timeout);
   std::string ignored;
@@ -73,11 +74,11 @@ bool AwaitEnd(int fd, milliseconds timeout) {
   return false;
 }
 
-// A process that exits cleanly removes its temporary files. One that hangs in the kernel cannot be
-// ended and is abandoned: false.
+// Sends SIGTERM first, because a process that exits cleanly removes its temporary files. Returns
+// false if the process hangs in the kernel, where even SIGKILL has no effect; it is abandoned.
 bool Terminate(pid_t child, int fd) {
   kill(child, SIGTERM);
-  if (AwaitEnd(fd, kGrace)) return true;
+  if (AwaitEnd(fd, kGraceAfterTerm)) return true;
   kill(child, SIGKILL);
   return AwaitEnd(fd, kGraceAfterKill);
 }

@@ -1,4 +1,4 @@
-// A part of this program in a process of its own, to contain a hang or crash of a plug-in.
+// Runs part of this program in a separate process, to contain a plug-in that hangs or crashes.
 #pragma once
 
 #include <chrono>
@@ -11,14 +11,14 @@ enum class SubprocessEnd { Exited, Killed, TimedOut, Stopped };
 
 struct SubprocessResult {
   SubprocessEnd m_End;
-  int m_Number;          // the exit code, or the signal that ended it
-  std::string m_Output;  // what it wrote to standard output
+  int m_Number;          // the exit code, or the signal that killed the process
+  std::string m_Output;  // the process's standard output
 };
 
-// Runs `work`, whose result is the exit code, and captures its standard output. When the time is up
-// or a stop signal arrives, the process gets SIGTERM and, three seconds later, SIGKILL. Call after
-// `InstallStopHandlers` and before any thread starts. Throws `Failure` if no process can be
-// started.
+// Runs `work` in a child process and captures its standard output; the result of `work` is the exit
+// code. On timeout or a stop signal, the process gets SIGTERM and, three seconds later, SIGKILL.
+// Call after `InstallStopHandlers` and before any thread starts. Throws `Failure` if the process
+// cannot be started.
 SubprocessResult RunInSubprocess(const std::function<int()>& work,
                                  std::chrono::milliseconds timeout);
 

@@ -19,8 +19,8 @@
 namespace Console {
 namespace {
 
-// One line of input, edited by libedit on standard error; without history, and without the user's
-// key bindings.
+// Reads one line of input with libedit, which writes to standard error. There is no history, and
+// the user's key bindings do not apply.
 class LineEditor {
  public:
   explicit LineEditor(std::string prompt)
@@ -33,7 +33,7 @@ class LineEditor {
     el_set(m_pEditor.get(), EL_GETCFN, ReadCharacter);
   }
 
-  // Empty at the end of input and on a stop signal.
+  // Returns empty at the end of input and on a stop signal.
   std::optional<std::string> Read() {
     int count = 0;
     const char* const line = el_gets(m_pEditor.get(), &count);
@@ -50,8 +50,8 @@ class LineEditor {
 
   static char* PromptOf(EditLine* editor) { return Of(editor).m_Prompt.data(); }
 
-  // The library would continue reading after a signal; here a signal is the end of input.
-  // Characters are read byte by byte, so that nothing beyond the line is consumed.
+  // libedit's own function continues reading after a signal; this one reports the end of input. It
+  // reads single bytes, so that nothing beyond the line is consumed.
   static int ReadCharacter(EditLine* editor, wchar_t* character) {
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
@@ -62,7 +62,7 @@ class LineEditor {
       if (read(STDIN_FILENO, &byte, 1) != 1) return 0;
       const std::size_t length = std::mbrtowc(character, &byte, 1, &state);
       if (length <= 1) return 1;
-      if (length == static_cast<std::size_t>(-1)) state = {};  // not a character: skipped
+      if (length == static_cast<std::size_t>(-1)) state = {};  // skip an invalid byte
     }
   }
 

@@ -11,7 +11,7 @@ namespace Console {
 // not set.
 bool CanAsk(const Options& options);
 
-// Whether standard error is a terminal whose line can be written over.
+// Whether standard error is a terminal on which the current line can be rewritten.
 bool CanRewriteLine();
 
 // Prompts on standard error and returns the line typed, trimmed; empty at the end of input. Throws

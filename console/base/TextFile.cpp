@@ -17,7 +17,7 @@
 namespace Console {
 namespace {
 
-constexpr mode_t kForEverybody = 0644;
+constexpr mode_t kReadableByAll = 0644;
 
 Failure WriteFailure(const std::string& file, int error) {
   const bool denied = error == EACCES || error == EPERM || error == EROFS;
@@ -32,8 +32,8 @@ Failure RedirectableFailure(const std::string& file, const std::string& objectio
                   "Use a directory whose parent directories belong to you or to root."});
 }
 
-// The directory of the file. Everything uses its descriptor, so that the owner of the directory
-// cannot redirect the file.
+// Opens the directory of `file`. All later steps use the descriptor, so that replacing the
+// directory cannot redirect the file.
 Base::Descriptor OpenDirectory(const std::filesystem::path& directory, const std::string& file) {
   Base::TrustedDirectory opened = Base::OpenTrustedDirectory(directory);
   if (!opened.m_Objection.empty()) throw RedirectableFailure(file, opened.m_Objection);
@@ -41,7 +41,7 @@ Base::Descriptor OpenDirectory(const std::filesystem::path& directory, const std
   return std::move(opened.m_Directory);
 }
 
-// A rename would replace a device, pipe or link by the text.
+// Rejects a device, pipe or symbolic link, because the rename would replace it with a regular file.
 void RequireReplaceable(const Base::Descriptor& directory, const std::string& name,
                         const std::string& file) {
   struct stat status = {};
@@ -64,10 +64,10 @@ void ReplaceTextFile(const std::string& file, const std::string& text) {
   const Base::Descriptor directory = OpenDirectory(path.parent_path(), file);
   RequireReplaceable(directory, name, file);
   Base::FileReplacement replacement(directory.Get(), name);
-  // A collector does not take the draft for a file of its own: the name does not end in .prom.
+  // The name of the draft does not end in .prom, so a metrics collector does not read the draft.
   Require(replacement.OpenUniqueDraft(name + ".", S_IRUSR | S_IWUSR), file);
   Require(replacement.Write(text), file);
-  Require(fchmod(replacement.Draft().Get(), kForEverybody) == 0 ? 0 : errno, file);
+  Require(fchmod(replacement.Draft().Get(), kReadableByAll) == 0 ? 0 : errno, file);
   Require(replacement.Install(), file);
 }
 

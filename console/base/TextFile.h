@@ -1,13 +1,14 @@
-// Files that other programs may read at any time.
+// Text files that other programs may read at any time.
 #pragma once
 
 #include <string>
 
 namespace Console {
 
-// Atomically replaces `file` by `text`, readable for every user. A reader finds the old file or the
-// new one, also after a crash. Throws `Failure`, also if `file` is not a regular file or another
-// user could redirect it; the old file is then unchanged, and no draft is left.
+// Atomically replaces the contents of `file` with `text` and makes it readable for every user. At
+// all times, even after a crash, a reader finds either the old or the new file. Throws `Failure` if
+// `file` cannot be written, is not a regular file, or could be redirected by another user; the old
+// file is then unchanged, and no draft is left.
 void ReplaceTextFile(const std::string& file, const std::string& text);
 
 }  // namespace Console

@@ -29,7 +29,7 @@ constexpr DayName kDayNames[] = {{"today", 0}, {"yesterday", 1}};
 constexpr const char* kDayFormat = "%Y-%m-%d";
 constexpr const char* kFormats[] = {kDayFormat, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
 
-// Empty for an invalid date, such as February 31, or one before the epoch.
+// Returns empty for an invalid date, such as February 31, and for a date before the epoch.
 std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
   std::tm read = {};
   const char* const end = strptime(text.c_str(), form, &read);
@@ -42,7 +42,7 @@ std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
 }
 
 struct Step {
-  std::uint64_t m_Max;  // number of units up to which this one is used
+  std::uint64_t m_Max;  // the unit is used for fewer than this many
   std::uint64_t m_Unit;
   const char* m_Name;
 };

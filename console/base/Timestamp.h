@@ -7,21 +7,23 @@
 
 namespace Console {
 
-// Milliseconds since the epoch.
+// Returns the current time in milliseconds since the epoch.
 std::uint64_t NowMs();
 
-// The start of a day such as 2031-05-09 in UTC, in milliseconds since the epoch. Empty if `text` is
-// not a valid date since 1970.
+// Parses a date such as 2031-05-09. Returns the start of that day in UTC, in milliseconds since the
+// epoch, or empty if `text` is not a valid date since 1970.
 std::optional<std::uint64_t> ReadDay(const std::string& text);
 
-// "15m", "1h" or "2d" before now, "today", "yesterday", a date or an RFC 3339 time; days begin at
-// 00:00 UTC. Milliseconds since the epoch. Throws `Failure` that names `option`.
+// Parses a duration before now ("15m", "1h", "2d"), "today", "yesterday", a date or an RFC 3339
+// time; days start at 00:00 UTC. Returns milliseconds since the epoch. For any other text, throws a
+// `Failure` that names `option`.
 std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::uint64_t nowMs);
 
-// "05:31, 15 min" for a time today, "2026-11-20 05:31, 26 h" for an earlier one; in UTC.
+// Formats a time in UTC with its age: "05:31, 15 min" for today, "2026-11-20 05:31, 26 h" for an
+// earlier day.
 std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs);
 
-// RFC 3339 in UTC; `milliseconds` since the epoch.
+// Formats `milliseconds` since the epoch as an RFC 3339 time in UTC.
 std::string TimeText(std::uint64_t milliseconds);
 
 }  // namespace Console

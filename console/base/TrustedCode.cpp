@@ -13,8 +13,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Users other than root may share files with whom they like; what they run is another matter.
-// The name contains no symbolic links.
+// `ResolveTrusted` lets users other than root share files; code must meet stricter rules. `name`
+// contains no symbolic links.
 std::string ObjectionToOwner(const std::string& name) {
   struct stat status = {};
   if (Base::StatusOfName(name.c_str(), &status) != 0) return {};

@@ -7,17 +7,18 @@
 
 namespace Console {
 
-// Why code from `file` must not run: the file or a directory on its path belongs to a user other
-// than root and the caller, or other users can write it. The directory of the file must not be
-// writable even if it is sticky, because others could put a library next to the file. Empty if
-// there is no objection.
+// Returns why code from `file` must not run, or empty if there is no objection. The objection is
+// that the file or a directory of its path belongs to a user other than root and the caller, or
+// that other users can write it. Others must not be able to write the file's directory even if it
+// is sticky, because they could put a library next to the file.
 std::string ObjectionToCode(const std::filesystem::path& file);
 
-// Why code must not be searched for in `directory`. The directory may be missing: whoever can write
-// the deepest existing parent could create it.
+// Returns why code must not be searched for in `directory`, or empty if there is no objection. If
+// the directory does not exist, its deepest existing parent is checked, because anyone who can
+// write the parent could create the directory.
 std::string ObjectionToCodeDirectory(const std::filesystem::path& directory);
 
-// What the user can do about an objection.
+// Returns what the user can do about an objection to `file`.
 std::vector<std::string> TrustAdvice(const std::filesystem::path& file);
 
 }  // namespace Console

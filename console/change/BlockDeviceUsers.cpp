@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
 
-// Devices built on devices built on devices; no real stack is higher, and a loop must end.
+// The maximum depth of a stack of devices. Real stacks are lower; the limit also ends a loop.
 constexpr int kMaxDepth = 8;
 
 std::vector<Words> ReadLines(const fs::path& path) {
@@ -48,7 +48,7 @@ std::vector<fs::path> EntriesOf(const fs::path& directory) {
   return entries;
 }
 
-// The kernel writes white space and backslashes of names as three octal digits.
+// The kernel escapes white space and backslashes in names as a backslash and three octal digits.
 std::string Unescape(const std::string& text) {
   std::string plain;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -65,7 +65,7 @@ std::string NameOfNode(const std::string& path) {
   return fs::path(Unescape(path)).filename().string();
 }
 
-// Below the PCI device, but not below another PCI device that is below it.
+// Whether the PCI device is in the resolved path of the entry.
 bool BelongsTo(const fs::path& entry, const std::string& address) {
   std::error_code error;
   const fs::path real = fs::canonical(entry, error);
@@ -100,21 +100,21 @@ std::vector<std::string> BlockDeviceUsers::UsersOf(const std::string& pciAddress
   return users;
 }
 
-// A file system on several devices has a number of its own in the table of mounts, so that its
-// source counts too.
+// A file system on several devices has a separate device number in the mount table, so the mount
+// source is also compared.
 void BlockDeviceUsers::AddUsers(const fs::path& device, const Tables& tables, int depth,
                                 std::vector<std::string>& users) const {
-  constexpr std::size_t kNumber = 2;
-  constexpr std::size_t kPlace = 4;
+  constexpr std::size_t kDeviceNumber = 2;
+  constexpr std::size_t kMountPoint = 4;
   const std::string name = device.filename().string();
   const std::string number = FirstLine(device / "dev");
   for (const Words& line : tables.m_Mounts) {
-    if (line.size() <= kPlace) continue;
-    const auto dash = std::find(line.begin() + kPlace, line.end(), "-");
+    if (line.size() <= kMountPoint) continue;
+    const auto dash = std::find(line.begin() + kMountPoint, line.end(), "-");
     const bool bySource =
         line.end() - dash > 2 && dash[2].rfind("/dev/", 0) == 0 && NameOfNode(dash[2]) == name;
-    if ((number.empty() || line[kNumber] != number) && !bySource) continue;
-    users.push_back(fmt::format("{} is mounted at {}", name, Unescape(line[kPlace])));
+    if ((number.empty() || line[kDeviceNumber] != number) && !bySource) continue;
+    users.push_back(fmt::format("{} is mounted at {}", name, Unescape(line[kMountPoint])));
   }
   for (const Words& line : tables.m_Swaps) {
     if (NameOfNode(line.front()) == name) users.push_back(name + " is used as swap");

@@ -1,4 +1,4 @@
-// Users of the block devices of a card, as far as the system reports them.
+// Users of a card's block devices: mounts, swap and stacked devices.
 #pragma once
 
 #include <filesystem>
@@ -11,16 +11,17 @@ namespace Console {
 // or a system without these files, has no users.
 class BlockDeviceUsers {
  public:
-  // The root of a sysfs, and two files in the form of /proc/self/mountinfo and /proc/swaps.
+  // `sysfs` is the root of a sysfs; `mounts` and `swaps` are files in the format of
+  // /proc/self/mountinfo and /proc/swaps.
   BlockDeviceUsers(std::filesystem::path sysfs, std::filesystem::path mounts,
                    std::filesystem::path swaps);
 
-  // The running system; sysfs is the one that the PCI lookup uses.
+  // Reads the tables of the running system, and the sysfs that the PCI lookup uses.
   static BlockDeviceUsers OfThisSystem();
 
-  // What uses a block device of the PCI device, one of its partitions, or a device built on them,
-  // such as "fioa1 is mounted at /data". `pciAddress` is "0000:3b:00.0"; without a segment it means
-  // segment 0. Sorted, each one once.
+  // Returns the users of the PCI device's block devices, of their partitions, and of the devices
+  // built on them, such as "fioa1 is mounted at /data"; sorted, without duplicates. `pciAddress` is
+  // like "0000:3b:00.0"; the segment may be omitted if it is 0.
   std::vector<std::string> UsersOf(const std::string& pciAddress) const;
 
  private:

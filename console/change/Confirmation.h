@@ -8,24 +8,24 @@
 
 namespace Console {
 
-// Names for people: the object with its name, serial number and place.
+// Describes an object for a prompt: selector, name, serial number, slot and PCI address.
 std::string Described(const Model& model, const Object& object);
 
-// What the user must retype before a drive is erased: the serial number of its card, or the drive's
-// id if the card has no serial number.
+// Returns the word that the user must type before a drive is erased: the serial number of its card,
+// or the drive's id if the card has no serial number.
 std::string ConfirmationWord(const Model& model, const Object& object);
 
-// Throws `Failure` with exit code 4 when the system uses a block device of the card, naming the
-// user. `what` is "detach a0".
+// Throws `Failure` with exit code 4 if the system is using a block device of the card; the failure
+// lists the users. `what` names the action, such as "detach a0".
 void RequireNotInUse(const Model& model, const Object& object, const std::string& what);
 
-// Asks `question`, which may have several lines, with [y/N], unless --yes was given. Throws
-// `Failure` with exit code 4 for any other answer, and when no prompt is possible.
+// Unless --yes was given, prompts with `question`, which may have several lines, and [y/N]. Throws
+// `Failure` with exit code 4 if the answer is not yes or if no prompt is possible.
 void RequireConfirmation(const Context& context, const std::string& what,
                          const std::string& question);
 
-// Shows `plan` and prompts for `word`, unless --confirm gave it; --yes does not count. Throws like
-// `RequireConfirmation`.
+// Shows `plan` and prompts for `word`. With --confirm there is no prompt, and the option's value
+// must be `word`; --yes has no effect. Throws like `RequireConfirmation`.
 void RequireRetyped(const Context& context, const std::string& what, const std::string& plan,
                     const std::string& word);
 

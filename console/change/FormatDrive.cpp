@@ -25,7 +25,7 @@ const OperationRow& FormatRow() {
   return *FindOperation(PI::OP_FORMAT_DEVICE);
 }
 
-// What a format changes, as the drive reports it.
+// The fields of a drive that a format changes.
 constexpr const char* kChanged[] = {"formatted_size_bytes", "formatted_ratio", "sector_size_bytes"};
 
 std::uint64_t Number(const Object& object, const char* name) {
@@ -48,7 +48,8 @@ std::int32_t Percent(const FormatRequest& request) {
   }
 }
 
-// An estimate; the card decides. 0 if the drive does not report enough.
+// Estimates the size after the format; the card decides the actual size. Returns 0 if the drive
+// does not report the field that the estimate needs.
 std::uint64_t PlannedBytes(const Object& drive, const FormatRequest& request) {
   if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) {
     return Number(drive, "configurable_size_bytes");
@@ -136,8 +137,8 @@ void RequireAllowed(Session& session, const Model& model, const Object& drive) {
   RequireNotInUse(model, drive, ActionText(FormatRow(), drive));
 }
 
-// All three parameters are always given: for a missing one the plug-in would use its default, which
-// may differ from the drive's present state.
+// Always passes all three parameters: the plug-in's default for a missing parameter may differ from
+// the drive's current state.
 PI::COperation FormatOperation(const FormatRequest& request) {
   PI::COperation operation;
   operation.m_OperationID = PI::OP_FORMAT_DEVICE;
@@ -156,8 +157,8 @@ PI::COperation FormatOperation(const FormatRequest& request) {
   return operation;
 }
 
-// The plug-in returns the same error number for every error of a card. This looks for the usual
-// cause.
+// The plug-in returns the same error number for every card error. The usual cause is that the card
+// is attached, so this checks it.
 Failure FormatFailure(Session& session, const Model& model, const Object& drive,
                       std::uint32_t error) {
   const Failure plain = PluginFailure(ActionText(FormatRow(), drive), error);
@@ -178,14 +179,14 @@ Json JobJson(const Object& drive) {
   return {{"object", drive.m_Selector}, {"operation", OperationName(FormatRow().m_Number)}};
 }
 
-// Even when interrupted, the program reports what it did.
+// Reports the completed format even if the program was interrupted.
 void NoteFormatted(Context& context, const Object& drive) {
   context.m_Diagnostics.Note(
       "FORMATTED",
       fmt::format("{} was formatted before the program was interrupted", drive.m_Selector));
 }
 
-// Returns how long it took. The call cannot be interrupted.
+// Runs the format and returns the elapsed time. The call cannot be interrupted.
 milliseconds Execute(Context& context, const Model& model, const Object& drive,
                      const FormatRequest& request) {
   Session& session = context.Open();
@@ -218,8 +219,8 @@ bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
   return !sameSize || Number(drive, "sector_size_bytes") != request.m_SectorSize;
 }
 
-// The new size is visible after the next scan of all cards, which runs once per poll interval, up
-// to a third of an interval late.
+// Waits until the drive reports the new size, which it does after the next scan of all cards.
+// Scans run once per poll interval, up to a third of an interval late.
 std::optional<Object> AwaitScan(Context& context, const Model& before, const Object& drive,
                                 const FormatRequest& request) {
   constexpr milliseconds kOneWait{250};
@@ -330,8 +331,8 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
     return result;
   }
   {
-    const bool asks = options.m_Confirm.empty() && CanAsk(options);
-    const LocateLedGuard locateLed(session, asks ? AdapterOf(model, drive) : nullptr);
+    const bool prompts = options.m_Confirm.empty() && CanAsk(options);
+    const LocateLedGuard locateLed(session, prompts ? AdapterOf(model, drive) : nullptr);
     RequireRetyped(context, ActionText(FormatRow(), drive),
                    PlanText(context, model, drive, plan, locateLed.IsOn()),
                    ConfirmationWord(model, drive));

@@ -8,7 +8,7 @@
 
 namespace Console {
 
-// How much of a drive can be used. CUSTOM, a percentage, has no name.
+// A usable capacity that --capacity accepts by name. CUSTOM is a percentage and has no name.
 struct Capacity {
   const char* m_Word;    // as the user types it
   std::int32_t m_Value;  // a `PI::_VALUE_ID`
@@ -22,7 +22,7 @@ constexpr Capacity kCapacities[] = {
     {"", PI::Value::CUSTOM},
 };
 
-// Of the factory size.
+// Percent of the factory size.
 constexpr std::int32_t kMinPercent = 10;
 constexpr std::int32_t kMaxPercent = 100;
 // In bytes; the card decides which sizes it accepts.

@@ -16,22 +16,23 @@ using HostKit::Family;
 
 // clang-format off
 constexpr OperationRow kRows[] = {
-    // operation                 object         changes        danger            goal        verb            doing
-    {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::LocateLed, Risk::Low,     "on",       "locate",       "switching on the locate LED of",
+    // number                   kind           aspect             risk          goal        verb       doing
+    // reason if the state is wrong, question, failed event, takes the drive away
+    {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::LocateLed, Risk::Low,    "on",       "locate",  "switching on the locate LED of",
      "", 0, 0, false},
-    {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::LocateLed, Risk::Low,     "off",      "locate",       "switching off the locate LED of",
+    {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::LocateLed, Risk::Low,    "off",      "locate",  "switching off the locate LED of",
      "", 0, 0, false},
-    {PI::OP_ATTACH,             Kind::Adapter, Aspect::Card,  Risk::Medium, "attached", "attach",       "attaching",
+    {PI::OP_ATTACH,             Kind::Adapter, Aspect::Card,      Risk::Medium, "attached", "attach",  "attaching",
      "only a detached card can be attached", 22110, PI::Event::CTRL_ATTACH_FAILED, false},
-    {PI::OP_DETACH,             Kind::Adapter, Aspect::Card,  Risk::Medium, "detached", "detach",       "detaching",
+    {PI::OP_DETACH,             Kind::Adapter, Aspect::Card,      Risk::Medium, "detached", "detach",  "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
-    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,  Risk::Medium, "detached", "detach", "detaching",
+    {PI::OP_FORCE_DETACH,       Kind::Adapter, Aspect::Card,      Risk::Medium, "detached", "detach",  "detaching",
      "only an attached card can be detached", 22111, PI::Event::CTRL_DETACH_FAILED, true},
-    {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units, Risk::Medium, "online",   "online", "bringing online",
+    {PI::OP_MAKE_ONLINE,        Kind::Drive,   Aspect::Units,     Risk::Medium, "online",   "online",  "bringing online",
      "no storage unit is offline", 22031, 0, false},
-    {PI::OP_MAKE_OFFLINE,       Kind::Drive,   Aspect::Units, Risk::Medium, "offline",  "offline", "taking offline",
+    {PI::OP_MAKE_OFFLINE,       Kind::Drive,   Aspect::Units,     Risk::Medium, "offline",  "offline", "taking offline",
      "no storage unit is online", 22029, 0, true},
-    {PI::OP_FORMAT_DEVICE,      Kind::Drive,   Aspect::Data,  Risk::High,   "",         "format",       "formatting",
+    {PI::OP_FORMAT_DEVICE,      Kind::Drive,   Aspect::Data,      Risk::High,   "",         "format",  "formatting",
      "", 0, 0, true},
 };
 // clang-format on
@@ -62,7 +63,8 @@ bool HasValue(const PI::CProperty& property, std::int32_t value) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-// A card between the two states has neither reason; then its activity is the state.
+// A card that is changing between attached and detached has neither reason; its activity is the
+// state.
 std::string CardState(Session& session, std::uint64_t object) {
   for (const PI::CProperty& reasons : session.Property(object, PI::Property::ADDITIONAL_STATUS)) {
     if (HasValue(reasons, PI::Value::ATTACHED)) return "attached";

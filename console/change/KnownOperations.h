@@ -1,4 +1,4 @@
-// The operations that this host knows, and the texts of the plug-in's refusals.
+// The operations that this host knows, and the messages for operations that the plug-in refuses.
 #pragma once
 
 #include <cstdint>
@@ -19,35 +19,36 @@ enum class Aspect { Nothing, LocateLed, Card, Units, Data };
 
 struct OperationRow {
   std::uint32_t m_Number;
-  Kind m_Kind;  // of the objects that have it
+  Kind m_Kind;  // kind of the objects that have the operation
   Aspect m_Aspect;
   Risk m_Risk;
-  const char* m_Goal;        // the state afterwards, as `StateOf` names it
+  const char* m_Goal;        // the target state, as returned by `StateOf`
   const char* m_Verb;        // "attach"
   const char* m_Doing;       // "attaching"
-  const char* m_Only;        // the precondition, if the plug-in reports a wrong state
-  std::uint32_t m_Question;  // number of a host text, 0: none
-  std::uint32_t
-      m_FailedEvent;  // of a job that continues after the call; 0: the call does everything
-  bool m_TakesAway;   // makes the drive unavailable to the system
+  const char* m_Only;        // the reason shown if the plug-in reports a wrong state
+  std::uint32_t m_Question;  // number of the host text for the prompt; 0: none
+  // The event for a failure of the job that continues after the call; 0: no such job.
+  std::uint32_t m_FailedEvent;
+  bool m_TakesAway;  // makes the drive unavailable to the system
 };
 
-// The row of an operation, or null if this host does not know it.
+// Returns the row of an operation, or null if this host does not know the operation.
 const OperationRow* FindOperation(std::uint32_t number);
 
-// "OP_DETACH", or the number of an operation without a name.
+// Returns the name of an operation, such as "OP_DETACH", or its number if it has no name.
 std::string OperationName(std::uint32_t number);
 
-// An operation by name, with or without OP_ in front, or by number. Throws `Failure`.
+// Returns the number of the operation with the name `text`, with or without the prefix OP_. `text`
+// may also be a number. Throws `Failure` for an unknown name.
 std::uint32_t ResolveOperation(const Object& object, const std::string& text);
 
-// The current state of an object in one aspect, from the plug-in: "on" and "off" for the locate
-// LED, "attached", "detached" or an activity for the card, "online", "offline" or "partly online"
-// for the storage units. Empty when it is not known.
+// Queries the plug-in for the current state of an object in one aspect: "on" or "off" for the
+// locate LED; "attached", "detached" or an activity for the card; "online", "offline" or "partly
+// online" for the storage units. Returns empty if the state is unknown.
 std::string StateOf(Session& session, std::uint64_t object, Aspect aspect);
 
-// The failure for an error of the plug-in's check; `what` is "detach a0". Refusals have exit code
-// 4, errors of the card 1.
+// Returns the failure for an error of the plug-in's check. `what` names the action, such as "detach
+// a0". The exit code is 4 for a refusal and 1 for a card error.
 Failure CheckFailure(const std::string& what, const OperationRow* row, const std::string& state,
                      std::uint32_t error);
 

@@ -25,7 +25,7 @@ PI::COperation Record(const OperationRow& row) {
   return operation;
 }
 
-// False if the object is already in the target state.
+// Returns false if `mayBeDone` and the object is already in the target state.
 bool RequireAllowed(Session& session, const Model& model, const Object& object,
                     const OperationRow& row, bool mayBeDone) {
   PI::COperation operation = Record(row);
@@ -45,7 +45,7 @@ std::string Question(const Model& model, const Object& object, const OperationRo
                      HostKit::HostText(row.m_Question));
 }
 
-// Whether the event for a failed job has arrived. Other pending events are in the log now.
+// Whether the event for a failed job has arrived. All pending events are moved to the event log.
 bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
   const std::vector<LoggedEvent> events = session.CollectEvents();
   return std::any_of(events.begin(), events.end(), [&](const LoggedEvent& each) {
@@ -132,7 +132,8 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
   return JobEnd::Stopped;
 }
 
-// The plug-in may finish, within a limit.
+// Notes that the job continues. Unless the plug-in is shared, the program waits for the job, up to
+// a limit, before it exits.
 void NoteContinues(Context& context, const OperationRow& row, const Object& object,
                    const char* sooner) {
   std::vector<std::string> advice;
@@ -194,11 +195,11 @@ const Object& SelectFor(const Model& model, const std::string& selector, const O
 }
 
 milliseconds TimeoutOf(const Options& options) {
-  constexpr milliseconds kUsual = std::chrono::minutes(2);
-  return ParseDuration("--timeout", options.m_Timeout).value_or(kUsual);
+  constexpr milliseconds kDefault = std::chrono::minutes(2);
+  return ParseDuration("--timeout", options.m_Timeout).value_or(kDefault);
 }
 
-// After a prompt the check is repeated, because the answer may have taken a long time.
+// Repeats the check after a prompt, because the state may have changed before the user answered.
 Change PerformOperation(Context& context, const Model& model, const Object& object,
                         const OperationRow& row, bool mayBeDone) {
   const milliseconds timeout = TimeoutOf(context.m_Options);

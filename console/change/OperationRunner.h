@@ -1,4 +1,4 @@
-// Running an operation that has a row: check, confirmation, call, wait, and what changed.
+// Running a known operation: check, confirmation, call, wait and result.
 #pragma once
 
 #include <chrono>
@@ -10,36 +10,37 @@
 
 namespace Console {
 
-// The object that `selector` names, which must be of the kind that has the operation. Throws
-// `Failure`.
+// Returns the object that `selector` names. Throws `Failure` if there is no such object or its kind
+// does not have the operation.
 const Object& SelectFor(const Model& model, const std::string& selector, const OperationRow& row);
 
-// --timeout, or the default of two minutes. Throws `Failure`.
+// Returns the value of --timeout, or the default of two minutes. Throws `Failure` for an invalid
+// value.
 std::chrono::milliseconds TimeoutOf(const Options& options);
 
-// "detach a0".
+// Returns the action as in a command, such as "detach a0".
 std::string ActionText(const OperationRow& row, const Object& object);
 
-// "Detaching a0".
+// Returns the action in progress, such as "Detaching a0".
 std::string Headline(const OperationRow& row, const Object& object);
 
-// What an operation did, or with --dry-run would do.
+// The change that an operation made, or would make with --dry-run.
 struct Change {
   std::string m_Before;  // empty: unknown
   std::string m_After;
   std::chrono::milliseconds m_Elapsed{0};
 };
 
-// Runs an operation of low or medium risk. If the object is already in the target state, does
-// nothing if `mayBeDone`, else refuses. Throws `Failure`.
+// Runs an operation of low or medium risk. Throws `Failure` on any error, and, unless `mayBeDone`,
+// if the object is already in the target state.
 Change PerformOperation(Context& context, const Model& model, const Object& object,
                         const OperationRow& row, bool mayBeDone);
 
-// The result that reports a change.
+// Returns the command's result for a change.
 CommandResult ChangeResult(const Context& context, const Object& object, std::uint32_t operation,
                            const Change& change);
 
-// A command whose only argument is the object of the operation of that number. Throws `Failure`.
+// Runs a command that applies the operation `number` to its only argument. Throws `Failure`.
 CommandResult RunOperationCommand(Context& context, std::uint32_t number);
 
 }  // namespace Console

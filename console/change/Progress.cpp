@@ -79,7 +79,7 @@ BackgroundTicks::~BackgroundTicks() {
   m_Thread.join();
 }
 
-// Standard error is written by the other thread again only after this one has been joined.
+// The other thread does not write to standard error before it has joined this one.
 void BackgroundTicks::Run(Progress& progress) {
   constexpr milliseconds kOneWait{200};
   bool isReported = false;

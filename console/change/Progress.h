@@ -10,12 +10,12 @@
 
 namespace Console {
 
-// For one thread.
+// Not thread-safe.
 class Progress {
  public:
-  // Prints the start, such as "Attaching a0"; `state` is part of the lines of -o jsonl.
+  // Prints `doing`, such as "Attaching a0". With -o jsonl, `state` is part of every line.
   Progress(Context& context, const std::string& doing, Json state);
-  // Ends the line.
+  // Prints the final elapsed time and ends the line.
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -23,7 +23,7 @@ class Progress {
   // Call regularly: prints progress when it is due.
   void Tick();
   std::chrono::milliseconds Elapsed() const;
-  // Whether it rewrites one line.
+  // Whether progress is shown by rewriting one line.
   bool Rewrites() const { return m_Rewrites; }
 
  private:
@@ -38,8 +38,8 @@ class Progress {
   std::chrono::milliseconds m_NextLine;
 };
 
-// Calls `Tick` from a thread of its own during a call that cannot be interrupted, and says so on a
-// stop signal. Does nothing without a terminal.
+// Calls `Tick` from a separate thread during a call that cannot be interrupted. On a stop signal,
+// prints that the call continues. Does nothing unless progress rewrites a line.
 class BackgroundTicks {
  public:
   explicit BackgroundTicks(Progress& progress);

@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char* kFormOption = "--output";
 
-// Names as the parser takes them, "-o,--output".
+// Returns the names in the parser's format, "-o,--output".
 std::string ParserNames(const OptionRow& row) {
   return *row.m_Short == '\0' ? row.m_Long : fmt::format("{},{}", row.m_Short, row.m_Long);
 }
@@ -39,13 +39,13 @@ std::unique_ptr<CLI::App> MakeApp(Options& options) {
   app->set_help_flag();
   app->allow_extras();
   app->add_option("words", options.m_Words)->group("");
-  // So that users can override what an alias or a script has put before.
+  // The last value wins, so that users can override the options of an alias or a script.
   app->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   for (const OptionRow& row : AllOptions()) AddOption(*app, row);
   return app;
 }
 
-// The parser gives "true" for an option whose value was left out.
+// The parser returns "true" for an option that was given without its optional value.
 std::string TextOf(const OptionRow& row, const CLI::Option& given) {
   const auto text = given.as<std::string>();
   return !TakesNextWord(row) && text == "true" ? std::string() : text;
@@ -69,7 +69,7 @@ void Store(const OptionRow& row, const CLI::Option& given, Options& options) {
   options.m_Given.insert(row.m_Long);
 }
 
-// The output format, found even if the arguments cannot be parsed.
+// Finds the output format even if the arguments cannot be parsed.
 std::string GuessForm(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     for (const std::string& form : FindOption(kFormOption)->m_Choices) {
@@ -81,7 +81,8 @@ std::string GuessForm(const std::vector<std::string>& arguments) {
   return {};
 }
 
-// Names an option without its value at the end of the line; other errors have the parser's text.
+// Returns a specific message if the last argument is an option that lacks its value, and the
+// parser's message for all other errors.
 std::string ParseErrorText(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
   const OptionRow* last = arguments.empty() ? nullptr : FindOption(arguments.back());
   if (last == nullptr || !TakesNextWord(*last)) return e.what();
@@ -104,11 +105,11 @@ void RequireChoice(const OptionRow& row, const std::string& value) {
 
 void CheckValues(const CLI::App& app, Options& options) {
   for (const std::string& extra : app.remaining()) {
-    if (extra == "--") continue;  // the parser keeps it, although it has handled it
+    if (extra == "--") continue;  // the parser has handled "--" but keeps it in the list
     const std::string name = extra.substr(0, extra.find('='));
     throw UsageFailure(fmt::format("unknown option {}", name), AdviceForUnknown(name));
   }
-  // A failure must not be reported in a format that does not exist.
+  // Cleared during the checks, so that a failure is not reported in an invalid format.
   const std::string form = options.m_Form;
   options.m_Form.clear();
   for (const OptionRow& row : AllOptions()) {
@@ -118,7 +119,7 @@ void CheckValues(const CLI::App& app, Options& options) {
   options.m_Form = form;
 }
 
-// Whatever else is on the line, which may be incomplete.
+// --help replaces the command line, which may be incomplete.
 void TurnIntoHelp(Options& options) {
   options.m_Words.resize(std::min<std::size_t>(options.m_Words.size(), 1));
   options.m_Words.insert(options.m_Words.begin(), "help");
@@ -161,7 +162,7 @@ Style DecideStyle(const Options& options, std::size_t terminalWidth) {
   Style style;
   std::setlocale(LC_CTYPE, "");
   const bool utf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
-  // Widths are computed in UTF-8, whatever the terminal can display.
+  // Text widths are always computed in UTF-8, even if the terminal uses another encoding.
   if (!utf8) std::setlocale(LC_CTYPE, "C.UTF-8");
   style.m_Ascii = options.m_Ascii || !utf8;
   style.m_Color = WantsColor(options, terminalWidth > 0);

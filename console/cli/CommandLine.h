@@ -12,11 +12,12 @@
 namespace Console {
 
 // Parses the arguments, which do not include the program's name. Throws `Failure` on a usage error;
-// `options` then has what was parsed so far, so that the failure is reported in the requested
-// format.
+// `options` then contains the values parsed so far, so that the failure can be reported in the
+// requested format.
 void ParseCommandLine(const std::vector<std::string>& arguments, Options& options);
 
-// From options, environment and terminal.
+// Derives the style from the options, the environment and the width of the terminal; 0: standard
+// output is not a terminal.
 Style DecideStyle(const Options& options, std::size_t terminalWidth);
 
 }  // namespace Console

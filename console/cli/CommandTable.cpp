@@ -13,8 +13,8 @@ namespace {
 
 struct GroupRow {
   Group m_Group;
-  const char* m_Name;     // for programs, to which it is fixed
-  const char* m_Heading;  // for people
+  const char* m_Name;     // in JSON; must not change
+  const char* m_Heading;  // in the help
 };
 
 constexpr GroupRow kGroups[] = {
@@ -45,7 +45,8 @@ void CheckForm(const Command& command, const std::string& form) {
                      {fmt::format("Supported: {}", fmt::join(forms, ", "))});
 }
 
-// In "--simulate FILE", FILE is a word of its own, because the value of --simulate is optional.
+// The value of --simulate is optional, so "--simulate FILE" is parsed as --simulate and the command
+// FILE.
 void RequireNotAFile(const Options& options) {
   const std::string& word = options.m_Words.front();
   const bool alone = options.m_Simulate && options.m_Simulate->empty();

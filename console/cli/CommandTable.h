@@ -1,4 +1,4 @@
-// The rows of all commands: one table for dispatch, checks, help and completion.
+// The command table, used for dispatch, checks, help and completion.
 #pragma once
 
 #include <cstddef>
@@ -13,19 +13,19 @@
 
 namespace Console {
 
-// Groups of the help; hidden commands are for programs and not in the help.
+// Command groups in the help. Hidden commands are for programs and are omitted from the help.
 enum class Group { Inspect, Change, Service, Help, Hidden };
 
 // What --timeout limits.
 enum class TimeoutScope {
-  Reading,  // all that the command reads; each call of a command that follows events
+  Reading,  // the complete command, or each call if the command follows events
   Call,     // each call of the plug-in
-  Wait      // what the command waits for; its calls have the default
+  Wait      // the command's wait; each call of the plug-in has the default limit
 };
 
 inline constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 
-// An exit code with what it means for one command.
+// An exit code and its meaning for one command.
 struct Exit {
   int m_Code;
   const char* m_Meaning;
@@ -37,7 +37,7 @@ struct Example {
   bool m_General = false;  // shown in the general help too
 };
 
-// Everything about a command: dispatch, checks, help, completion and manual page derive from it.
+// One command. Dispatch, checks, help, completion and the manual page are derived from this row.
 struct Command {
   Group m_Group = Group::Inspect;
   const char* m_Name = "";
@@ -46,12 +46,12 @@ struct Command {
   std::size_t m_Max = 0;
   const char* m_Summary = "";
   std::vector<std::string> m_Forms;    // the first one is the default
-  std::vector<std::string> m_Options;  // in addition to those of all commands
+  std::vector<std::string> m_Options;  // in addition to the common options
   TimeoutScope m_TimeoutScope = TimeoutScope::Reading;
   CommandResult (*m_Run)(Context&) = nullptr;
   const char* m_Description = "";  // one or two sentences
   const char* m_Danger = "";       // what can be lost; empty: nothing
-  std::vector<Exit> m_Exits;       // what an exit code means for this command
+  std::vector<Exit> m_Exits;       // exit codes with a specific meaning for this command
   std::vector<Example> m_Examples;
 };
 
@@ -63,33 +63,33 @@ class CommandTable {
   auto begin() const { return m_Commands.begin(); }
   auto end() const { return m_Commands.end(); }
 
-  // The command of that name, or null.
+  // Returns the command `name`, or null.
   const Command* Find(const std::string& name) const;
 
-  // The command of that name. Throws `Failure` that suggests a similar one.
+  // Returns the command `name`. If there is none, throws a `Failure` that suggests a similar name.
   const Command& Require(const std::string& name) const;
 
-  // Finds the command that the first word names, and checks arguments, format and options against
-  // its row. Throws `Failure` on a usage error.
+  // Returns the command that the first word names, after checking the arguments, output format and
+  // options against the command's row. Throws `Failure` on a usage error.
   const Command& Choose(const Options& options) const;
 
  private:
   const std::vector<Command> m_Commands;
 };
 
-// Whether the row is an option of that command, or of all.
+// Whether `command` accepts the option.
 bool HasOption(const Command& command, const OptionRow& row);
 
-// The names of the commands that accept an option, empty for a common one.
+// Returns the names of the commands that accept an option; empty for a common option.
 std::vector<std::string> CommandsWith(const CommandTable& commands, const OptionRow& row);
 
-// For programs: "Look", "Do", "Service", "Help".
+// Returns the name in JSON: "Look", "Do", "Service", "Help".
 const char* GroupName(Group group);
 
-// For people: "Inspect", "Change", "Service", "Help".
+// Returns the heading in the help: "Inspect", "Change", "Service", "Help".
 const char* GroupHeading(Group group);
 
-// "get OBJ [PROP...]".
+// Returns the command and its arguments, such as "get OBJ [PROP...]".
 std::string Synopsis(const Command& command);
 
 }  // namespace Console

@@ -7,13 +7,13 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Less than the minute after which most callers of this program give up.
+// Shorter than one minute, after which most callers of this program give up.
 constexpr milliseconds kUsual = std::chrono::seconds(30);
 
-// The user is waiting while typing.
+// Short, because the user is waiting at the shell prompt.
 constexpr milliseconds kCompletion = std::chrono::seconds(5);
 
-// Whether it reads once and ends.
+// Whether the command reads once and exits.
 bool IsOneReading(const Command& command, const Options& options) {
   return command.m_TimeoutScope == TimeoutScope::Reading && !options.m_Follow &&
          options.m_For.empty();

@@ -1,4 +1,4 @@
-// How long each command waits for a plug-in that does not respond.
+// Time limits for commands whose plug-in does not respond.
 #pragma once
 
 #include "console/base/Options.h"
@@ -7,7 +7,8 @@
 
 namespace Console {
 
-// From --timeout and the kind of the command. Throws `Failure` for an invalid --timeout.
+// Returns the limits of `command` from --timeout and the defaults. Throws `Failure` if --timeout is
+// invalid.
 TimeLimits LimitsOf(const Command& command, const Options& options);
 
 }  // namespace Console

@@ -27,21 +27,22 @@ using Words = std::vector<std::string>;
 
 // The unfinished line, parsed as far as possible.
 struct Line {
-  Words m_Before;                       // everything before the last word
-  std::string m_Last;                   // what is to be completed
-  std::string m_OptionPrefix;           // the option before it in the same word, "--output="
-  const OptionRow* m_Option = nullptr;  // whose value is to be completed
-  std::string m_Verb;
-  const Command* m_Command = nullptr;  // null also for an unknown verb
-  Words m_Arguments;                   // after the command
-  bool m_OnlyArguments = false;
+  Words m_Before;                       // all words before the last
+  std::string m_Last;                   // the word to complete
+  std::string m_OptionPrefix;           // the part of m_Last before the value, such as "--output="
+  const OptionRow* m_Option = nullptr;  // the option whose value is to be completed, or null
+  std::string m_Verb;                   // the command as typed
+  const Command* m_Command = nullptr;   // null if m_Verb is empty or unknown
+  Words m_Arguments;                    // the complete words after the command
+  bool m_OnlyArguments = false;         // whether "--" was typed
   const CommandTable& m_Table;
   const ObjectSource& m_Source;
 
   Model Objects() const;
 };
 
-// The short option at the end of "-Ho", if it takes a value.
+// Returns the last of the short options in a word such as "-Ho". Returns null if one is unknown, or
+// if the word contains the value of one.
 const OptionRow* LastOfCluster(const std::string& word) {
   const OptionRow* row = nullptr;
   for (std::size_t i = 1; i < word.size(); ++i) {
@@ -72,7 +73,7 @@ void TakeWord(Line& line, const std::string& word) {
   }
 }
 
-// "--output=js" is an option and the start of its value.
+// Splits a word such as "--output=js" into the option and the start of its value.
 void SplitOptionValue(Line& line) {
   const std::size_t sign = line.m_Last.find('=');
   if (line.m_OnlyArguments || line.m_Option != nullptr || sign == std::string::npos) return;
@@ -92,8 +93,8 @@ Line ParseLine(const Words& words, const CommandTable& commands, const ObjectSou
   return line;
 }
 
-// Options before the last word apply, such as --simulate or --plugin. Completion must not leave
-// anything in the database.
+// Applies the options before the last word, such as --simulate or --plugin. Completion must not
+// write to the database or the trace.
 Model Line::Objects() const {
   Options options;
   Words words = m_Before;
@@ -101,7 +102,7 @@ Model Line::Objects() const {
   try {
     ParseCommandLine(words, options);
   } catch (const Failure&) {
-    // What was parsed is enough.
+    // The options parsed before the error are sufficient.
   }
   options.m_Database = ":memory:";
   options.m_Trace.reset();
@@ -136,7 +137,7 @@ Candidates Drives(const Line& line) {
   return ObjectsThat(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
 }
 
-// Empty if the object does not exist.
+// Returns empty if the argument is missing or the object does not exist.
 std::optional<Object> ObjectOf(const Line& line, std::size_t argument) {
   if (line.m_Arguments.size() <= argument) return std::nullopt;
   try {
@@ -172,7 +173,7 @@ Candidates Settable(const Line& line) {
   return all;
 }
 
-// Properties only if no state word matches, because they need the object.
+// Offers properties only if no state word matches, because properties require reading the object.
 Candidates Conditions(const Line& line) {
   Candidates all;
   for (const std::string& word : ConditionWords()) {
@@ -194,7 +195,7 @@ bool HasOperation(const Object& object, std::uint32_t number) {
   return (row != nullptr && row->m_Kind == object.m_Kind) || object.SupportsOperation(number);
 }
 
-// What the plug-in lists and what this host knows; `op list` takes no operation.
+// Returns the operations that the plug-in lists or this host knows. `op list` accepts no operation.
 Candidates ObjectOperations(const Line& line) {
   Candidates all;
   if (line.m_Arguments.front() == "list") return all;
@@ -240,7 +241,8 @@ struct ArgumentRow {
   Candidates (*m_Complete)(const Line&);
 };
 
-// By the argument words of the command rows; a word such as a|b needs no row.
+// Completion functions for the argument words in the command table; choices such as a|b need no
+// row.
 constexpr ArgumentRow kArguments[] = {
     {"OBJ", AnyObject},
     {"DRIVE", Drives},
@@ -280,7 +282,7 @@ Candidates OptionCandidates(const Line& line) {
   return all;
 }
 
-// Each name, after the names before the last comma.
+// Returns all column names, each preceded by the names already typed before the last comma.
 Candidates Columns(const std::string& typed) {
   const std::string before = typed.substr(0, typed.rfind(',') + 1);
   Candidates all;

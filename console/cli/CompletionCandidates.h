@@ -16,14 +16,14 @@ struct Candidate {
   std::string m_Meaning;
 };
 
-// Instead of candidates: the shell completes file names.
+// The only candidate if the shell is to complete file names.
 inline constexpr const char* kFilesWord = ":files";
 
 // Reads the objects with the options of the unfinished line; may throw.
 using ObjectSource = std::function<Model(const Options&)>;
 
-// Candidates for the last of `words`, which do not include the program's name. The objects are read
-// only if the word can be one.
+// Returns the candidates for the last of `words`, which do not include the program's name. The
+// objects are read only if the candidates depend on them.
 std::vector<Candidate> Complete(const std::vector<std::string>& words, const CommandTable& commands,
                                 const ObjectSource& objects);
 

@@ -1,18 +1,17 @@
-// The completion scripts of the shells.
+// Completion scripts for shells.
 #pragma once
 
 #include <vector>
 
 namespace Console {
 
-// The script of one shell. Its texts live as long as the program.
+// The completion script for one shell. The strings are literals.
 struct Script {
   const char* m_Shell;  // "bash"
-  const char* m_Text;   // to be read by that shell, as by `source`
+  const char* m_Text;   // source code for that shell
 };
 
-// One script per supported shell. The list is built at the first call and lives as long as the
-// program. From any thread.
+// Returns one script per supported shell. The list is valid until the program exits. Thread-safe.
 const std::vector<Script>& CompletionScripts();
 
 }  // namespace Console

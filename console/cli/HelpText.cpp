@@ -15,9 +15,9 @@ namespace Console {
 namespace {
 
 constexpr std::size_t kColumns = 80;
-constexpr std::size_t kSynopsis = 18;  // of a command, so that all groups agree
+constexpr std::size_t kSynopsis = 18;  // width of a command's synopsis, equal in all groups
 
-// The text in lines of at most `kColumns`, all but the first indented.
+// Wraps the text at `kColumns` and indents all lines but the first.
 std::string Wrapped(const std::string& text, std::size_t indent) {
   std::vector<std::string> words;
   boost::split(words, text, boost::is_space(), boost::token_compress_on);
@@ -43,7 +43,8 @@ struct Item {
   std::string m_Meaning;
 };
 
-// Names on the left, meanings on the right; a long name has a line of its own.
+// Formats names on the left and meanings on the right. The meaning of a name longer than `widest`
+// starts on the next line.
 std::string Listed(const std::vector<Item>& items, std::size_t widest) {
   std::size_t width = 0;
   for (const Item& item : items) {
@@ -72,13 +73,13 @@ std::string CommandsOfGroup(const CommandTable& commands, Group group) {
   return Section(GroupHeading(group), items, kSynopsis);
 }
 
-// The text of the help, with the choices.
+// Returns the help text of an option, followed by its choices.
 std::string OptionMeaning(const OptionRow& row, const std::vector<std::string>& choices) {
   if (choices.empty()) return row.m_Help;
   return fmt::format("{}: {}", row.m_Help, fmt::join(choices, ", "));
 }
 
-// Options of all commands, or those of some with the names of these.
+// Returns the common options, or the other options, each with the commands that accept it.
 std::vector<Item> OptionItems(const CommandTable& commands, bool common) {
   std::vector<Item> items;
   for (const OptionRow& row : AllOptions()) {
@@ -90,7 +91,7 @@ std::vector<Item> OptionItems(const CommandTable& commands, bool common) {
   return items;
 }
 
-// Options of some commands first.
+// Returns the options of a command, common options last.
 std::vector<Item> OptionItems(const Command& command) {
   std::vector<Item> items;
   for (const bool common : {false, true}) {

@@ -1,4 +1,4 @@
-// The text of the help.
+// Help texts.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace Console {
 
-// Of the whole program.
+// Returns the help for the program.
 std::string GeneralHelp(const CommandTable& commands);
-// Of one command.
+// Returns the help for one command.
 std::string CommandHelp(const Command& command);
 
 }  // namespace Console

@@ -1,4 +1,4 @@
-// Texts of the help that do not belong to one command.
+// Help texts that several commands share.
 #pragma once
 
 #include <string>
@@ -13,16 +13,16 @@ struct ArgumentText {
   const char* m_Meaning;
 };
 
-// The words of an argument list such as "OBJ [PROP...]", without brackets and dots.
+// Returns the words of an argument list such as "OBJ [PROP...]", without brackets and dots.
 std::vector<std::string> ArgumentWords(const std::string& arguments);
 
-// The meaning of a word of an argument list; empty if it has no text.
+// Returns the meaning of an argument word, or empty if the word has no text.
 std::string ArgumentMeaning(const std::string& word);
 
-// The exit codes that all commands share.
+// Returns the exit codes that all commands share.
 const std::vector<Exit>& CommonExits();
 
-// The text with a capital letter and a full stop.
+// Returns the text with a capital first letter and a final period.
 std::string Sentence(std::string text);
 
 }  // namespace Console

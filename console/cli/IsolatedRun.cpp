@@ -14,7 +14,7 @@ namespace Console {
 namespace {
 
 std::chrono::milliseconds CheckTimeout(const Options& options) {
-  // Less than the minute after which monitoring systems give up.
+  // Shorter than one minute, after which monitoring systems give up.
   constexpr std::chrono::seconds kDefault(30);
   return ParseDuration("--timeout", options.m_Timeout).value_or(kDefault);
 }
@@ -37,14 +37,14 @@ Failure EndingFailure(const SubprocessResult& ending, std::chrono::milliseconds 
                  fmt::format("the program exited with code {}", ending.m_Number));
 }
 
-// Without output, or with another exit code, the command did not finish.
+// Whether the command finished: it wrote output and exited with a code of `check`.
 bool HasCompleteResult(const SubprocessResult& ending) {
   return ending.m_End == SubprocessEnd::Exited &&
          ending.m_Number <= static_cast<int>(ExitCode::Unknown) && !ending.m_Output.empty();
 }
 
-// What a plug-in or its library prints to standard error would precede the result in monitoring
-// systems that read both streams as one.
+// Discards standard error by default: in monitoring systems that read both streams as one, output
+// of a plug-in or its library would precede the result.
 int RunForMonitoring(const Invocation& invocation) {
   if (!invocation.m_Options.m_Verbose && !invocation.m_Options.m_Trace)
     Base::Discard(STDERR_FILENO);

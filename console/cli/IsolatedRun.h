@@ -1,12 +1,12 @@
-// A command for a monitoring system, in a process of its own.
+// Runs a command for a monitoring system in a separate process.
 #pragma once
 
 #include "console/cli/RunCommand.h"
 
 namespace Console {
 
-// Runs the command like `RunCommand`, in another process, so that a monitoring system gets a result
-// in time whatever the plug-in does. Call before any thread starts.
+// Runs the command like `RunCommand`, but in a separate process, so that the monitoring system gets
+// a result in time even if the plug-in hangs or crashes. Call before any thread starts.
 ExitCode RunIsolated(Invocation invocation);
 
 }  // namespace Console

@@ -30,7 +30,7 @@ std::string Underlined(const std::string& text) {
   return "_" + Escaped(text) + "_";
 }
 
-// "OBJ on|off" with placeholders underlined and words to be typed in bold.
+// Formats a synopsis such as "OBJ on|off": placeholders underlined, literal words bold.
 std::string Marked(const std::string& synopsis) {
   std::string marked;
   std::string word;
@@ -117,9 +117,9 @@ std::string FillManualPage(const std::string& page, const CommandTable& commands
                                                        {"@OPTIONS@\n", OptionPart(commands)},
                                                        {"@EXIT_STATUS@\n", ExitPart()}};
   std::string filled = page;
-  // Each part ends in an empty line, and so does each place in the page.
-  for (const auto& [place, part] : parts) {
-    boost::replace_all(filled, place, boost::trim_right_copy(part) + "\n");
+  // An empty line follows each placeholder in the page, so the one at the end of a part is removed.
+  for (const auto& [placeholder, part] : parts) {
+    boost::replace_all(filled, placeholder, boost::trim_right_copy(part) + "\n");
   }
   return filled;
 }

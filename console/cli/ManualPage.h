@@ -1,4 +1,4 @@
-// The parts of the manual page that the tables of commands and options give, as scdoc source.
+// Generates parts of the manual page from the command and option tables, as scdoc source.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace Console {
 
-// `page` with each line @COMMANDS@, @OPTIONS@ and @EXIT_STATUS@ replaced by its part.
+// Returns `page` with the lines @COMMANDS@, @OPTIONS@ and @EXIT_STATUS@ replaced by their parts.
 std::string FillManualPage(const std::string& page, const CommandTable& commands);
 
 }  // namespace Console

@@ -4,6 +4,7 @@ namespace Console {
 namespace {
 
 using O = Options;
+
 }  // namespace
 
 // clang-format off
@@ -43,8 +44,9 @@ const std::vector<OptionRow>& AllOptions() {
        "use this host database (default: CORVANE_DATABASE); :memory: stores nothing on disk"},
       {"",   "--timeout",    "TIME",    &O::m_Timeout,     true,
        "give up after TIME (default: 30s; 2m for attach and detach; none for wait and format)", {}, false,
-       "TIME is for example 500ms, 30s or 5m. The exit code is then 7. wait and format have no default "
-       "limit. With watch, events -f and events --for it limits each reading."},
+       "TIME is, for example, 500ms, 30s or 5m. The exit code after a timeout is 7. wait and "
+       "format have no default limit. With watch, events -f and events --for, TIME limits each "
+       "reading."},
       {"",   "--trace",      "LEVELS",  &O::m_Trace,       true,
        "trace these levels: 2,4,16, all or off (default: off)"},
       {"",   "--trace-file", "FILE",    &O::m_TraceFile,   true,

@@ -1,4 +1,4 @@
-// All options: one table for parsing, checks, help, manual page and completion.
+// The option table, used for parsing, checks, help, the manual page and completion.
 #pragma once
 
 #include <optional>
@@ -10,7 +10,7 @@
 
 namespace Console {
 
-// The field of `Options` that holds what was given.
+// The member of `Options` that stores the option's value.
 using OptionField =
     std::variant<bool Options::*, std::string Options::*, std::optional<std::string> Options::*,
                  std::vector<std::string> Options::*>;
@@ -20,23 +20,23 @@ struct OptionRow {
   const char* m_Long;   // "--output"
   const char* m_Value;  // "FORM"; in brackets if optional; empty for a flag
   OptionField m_Field;
-  bool m_Common;  // whether all commands have it
+  bool m_Common;  // whether all commands accept it
   const char* m_Help;
   std::vector<std::string> m_Choices = {};  // named values
   bool m_OnlyChoices = false;               // whether other values are errors
-  const char* m_Manual = "";                // what only the manual page says
+  const char* m_Manual = "";                // additional text for the manual page
 };
 
-// In the order in which the help shows them.
+// Returns all options, in the order of the help.
 const std::vector<OptionRow>& AllOptions();
 
-// The row by its long or short name, or null.
+// Returns the option with the long or short name `name`, or null.
 const OptionRow* FindOption(const std::string& name);
 
-// Whether the next word is its value: "-o json", but not "--simulate".
+// Whether the option's value is the next word, as in "-o json"; false for flags and --simulate.
 bool TakesNextWord(const OptionRow& row);
 
-// "-o, --output FORM", "--simulate[=FILE]".
+// Returns the option as in the help: "-o, --output FORM", "--simulate[=FILE]".
 std::string OptionSynopsis(const OptionRow& row);
 
 }  // namespace Console

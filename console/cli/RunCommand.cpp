@@ -27,7 +27,8 @@ ExitCode Run(const Command& command, Context& context, ResultStream& stream) {
   return result.m_Code;
 }
 
-// A usage error without advice refers to the help, of the command if it is known.
+// For a usage error without advice, refers to the command's help, or to the general help if the
+// command is unknown.
 std::vector<std::string> AdviceFor(const Failure& failure, const Invocation& invocation) {
   const Options& options = invocation.m_Options;
   if (!failure.m_Advice.empty() || failure.m_Code != ExitCode::Usage) return failure.m_Advice;
@@ -54,7 +55,7 @@ ExitCode Report(const Invocation& invocation, const Failure& failure, const Cont
   try {
     stream.Write(FailureText(invocation, failure, envelope));
   } catch (const Failure&) {
-    // The failure is on standard error already; the reader of standard output is gone.
+    // Standard output cannot be written; the failure has been reported on standard error.
   }
   return code;
 }
@@ -65,7 +66,7 @@ Failure AsFailure(const std::exception& e) {
   return Failure(ExitCode::Failed, "UNEXPECTED", e.what());
 }
 
-// Monitoring systems show the first line of either stream.
+// Monitoring systems show the first line of either stream, so `check` prints no diagnostics.
 Verbosity VerbosityOf(const Invocation& invocation) {
   if (invocation.m_Monitored && !invocation.m_Options.m_Verbose) return Verbosity::Nothing;
   return invocation.m_Options.m_Quiet ? Verbosity::Errors : Verbosity::All;
@@ -87,7 +88,7 @@ ExitCode RunCommand(const Invocation& invocation) {
                   Words(options.m_Words.begin() + 1, options.m_Words.end()), {},
                   invocation.m_Sessions);
   try {
-    // A monitored command has one time limit and runs in a process of its own.
+    // A monitored command runs in a separate process, which `RunIsolated` limits.
     if (!invocation.m_Monitored) context.Limit(LimitsOf(command, options));
     return Run(command, context, stream);
   } catch (const std::exception& e) {

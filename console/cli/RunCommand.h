@@ -10,18 +10,18 @@
 
 namespace Console {
 
-// What is known after parsing the arguments.
+// A parsed command line.
 struct Invocation {
   const CommandTable& m_Commands;
   Options m_Options;
   const Command* m_pCommand = nullptr;
-  bool m_Monitored = false;  // `check`: a monitoring system reads the output
-  std::optional<Failure> m_Error;
+  bool m_Monitored = false;        // `check`: a monitoring system reads the output
+  std::optional<Failure> m_Error;  // reported instead of running the command
   SessionFactory m_Sessions = {};  // for commands that use the cards
 };
 
-// Runs the command, or reports the usage error. Returns the exit code. Reserves standard output for
-// the result, for the rest of the process.
+// Runs the command, or reports `m_Error`. Returns the exit code. Standard output stays reserved for
+// the result until the process exits.
 ExitCode RunCommand(const Invocation& invocation);
 
 }  // namespace Console

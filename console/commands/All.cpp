@@ -1,6 +1,7 @@
 #include "console/commands/All.h"
 
-// In the order of the help; those of a group follow each other. Each is in a source of that name.
+// In the order of the help; the commands of a group are adjacent. Each is in the source file of the
+// same name.
 // clang-format off
 #define CONSOLE_COMMANDS(ROW) \
   ROW(List) \

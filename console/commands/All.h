@@ -5,8 +5,8 @@
 
 namespace Console {
 
-// The table of all commands, in the order of the help. Built at the first call; lives as long as
-// the program. From any thread.
+// Returns the table of all commands, in the order of the help. The table is valid until the program
+// exits. Thread-safe.
 const CommandTable& AllCommands();
 
 }  // namespace Console

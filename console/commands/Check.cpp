@@ -1,5 +1,5 @@
-// check: the state of the cards for a monitoring system. Failures before there is a result are
-// reported in the same format by `RunCommand`.
+// check: report the state of the cards to a monitoring system. `RunCommand` reports failures in the
+// same format.
 #include "console/cli/CommandTable.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"

@@ -1,4 +1,4 @@
-// complete: called by the completion scripts.
+// complete: print completion candidates for the completion scripts.
 #include "base/Printable.h"
 #include "console/cli/CompletionCandidates.h"
 #include "console/commands/All.h"

@@ -1,4 +1,4 @@
-// completion: the completion script for a shell.
+// completion: print the completion script for a shell.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -22,7 +22,7 @@ const Script& RequireScript(const std::string& shell) {
 
 CommandResult Run(Context& context) {
   std::string text = RequireScript(context.m_Arguments[0]).m_Text;
-  text.pop_back();  // the line end that a value gets
+  text.pop_back();  // printing a value appends the final newline
   CommandResult result;
   result.m_Values = {text};
   return result;

@@ -26,7 +26,7 @@ constexpr const char* kDirectOptions[] = {"--direct",   "--plugin", "--simulate"
 // These commands report the current state, so stale values are an error.
 constexpr const char* kNeedsPlugin[] = {"check", "metrics", "wait"};
 
-// The option that asks for a plug-in in this process, or null.
+// Returns the option that requires a plug-in in this process, or null.
 const char* DirectOption(const Options& options) {
   const auto* const found =
       std::find_if(std::begin(kDirectOptions), std::end(kDirectOptions),
@@ -41,7 +41,7 @@ void RequireNoDirectOption(const Options& options) {
                      {"With --socket, the command uses the plug-in of the service."});
 }
 
-// Only existing files: nothing can be listening at the others.
+// Returns only paths that exist, because no service can listen at the others.
 Paths DefaultSockets() {
   Paths existing;
   for (const std::filesystem::path& path : Service::ClientSockets()) {

@@ -7,9 +7,10 @@
 
 namespace Console {
 
-// A session with the service at the socket of the options, else at a default socket if one answers.
-// Null if the options ask for a plug-in in this process, or if no service answers. Throws `Failure`
-// if the options contradict each other, or the service at the given socket cannot be used.
+// Opens a session with the service at the socket in the options or, without that option, at the
+// first default socket at which a service answers. Returns null if the options require a plug-in in
+// this process or if no service answers at a default socket. Throws `Failure` if the options
+// contradict each other or the service cannot be used.
 std::unique_ptr<Session> ConnectToService(const SessionRequest& request);
 
 }  // namespace Console

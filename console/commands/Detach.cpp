@@ -1,4 +1,4 @@
-// detach: take the drive of a card away from the system.
+// detach: remove the drive of a card from the system.
 #include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
 

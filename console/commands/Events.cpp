@@ -1,4 +1,4 @@
-// events: the host's event log, and what the plug-in adds to it.
+// events: show the host's event log and follow new events.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -22,15 +22,15 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr std::size_t kUsualLimit = 50;
+constexpr std::size_t kDefaultLimit = 50;
 
 // Which part of the log to show.
 struct EventQuery {
   std::uint64_t m_Since = 0;
-  std::size_t m_Limit = kUsualLimit;
+  std::size_t m_Limit = kDefaultLimit;
 };
 
-// --since has no default limit.
+// With --since, there is no default limit.
 EventQuery QueryOf(const Options& options) {
   EventQuery query;
   if (!options.m_Since.empty()) {
@@ -47,14 +47,14 @@ EventQuery QueryOf(const Options& options) {
   return query;
 }
 
-// An event with its object, or null.
+// An event and its object, or null if the object is unknown.
 struct EventEntry {
   const Object* m_pObject;
   LoggedEvent m_Event;
 };
 
-// Selects the events of OBJ and of the objects below it. A removed card is found by its serial
-// number, without one by its id, or by its former name.
+// Selects the events of OBJ and of the objects below it. Events of a removed card are found by
+// serial number or former name, or by id if the event has no serial number.
 class Filter {
  public:
   explicit Filter(std::string text) : m_Text(std::move(text)) {}
@@ -64,9 +64,9 @@ class Filter {
   // Throws `Failure` if no object has or had the name.
   void Choose(const Model& model, EventLogClient& eventLog) {
     if (IsNone()) return;
-    const bool hasGone =
+    const bool isGone =
         FindObject(model, m_Text) == nullptr && IsIn(eventLog.Read(0, EventLogClient::kAll));
-    if (!hasGone) m_Selector = Select(model, m_Text).m_Selector;
+    if (!isGone) m_Selector = Select(model, m_Text).m_Selector;
   }
 
   bool Fits(const Model& model, const EventEntry& entry) const {
@@ -90,7 +90,7 @@ class Filter {
   }
 
   const std::string m_Text;
-  std::string m_Selector;  // empty: of an object that has gone
+  std::string m_Selector;  // empty: the object is gone
 };
 
 CommandResult ResultOf(const std::vector<EventEntry>& events) {
@@ -118,7 +118,7 @@ std::vector<EventEntry> Chosen(const std::vector<LoggedEvent>& events, const Mod
   return chosen;
 }
 
-// Of events that have just come.
+// Selects from events that have just arrived.
 std::vector<EventEntry> ChosenNow(const std::vector<LoggedEvent>& events, const Model& model,
                                   const Filter& filter) {
   return Chosen(events, model, filter,
@@ -136,11 +136,11 @@ void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
   events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
 }
 
-// The log and the pending events. Events are read before objects, so that none gets the name of a
-// position that another card has by now.
+// Returns the events of the log and the pending events. Objects are read after events, so that each
+// event is shown with the current selector of its object.
 CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   Session& session = context.Open();
-  // Reading one more than requested shows whether there are older ones.
+  // Read one event more than requested, to detect whether there are older events.
   const std::size_t limit = filter.IsNone() ? query.m_Limit + 1 : EventLogClient::kAll;
   const std::vector<LoggedEvent> log = context.EventLog().ReadOrThrow(query.m_Since, limit);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
@@ -164,8 +164,8 @@ CommandResult Collect(Context& context, const Filter& filter) {
   return ResultOf(ChosenNow(fresh, model, filter));
 }
 
-// Each batch is written at once. Returns when the time is up or the reader is gone; a signal
-// throws.
+// Writes each batch of events immediately. Returns when the time has elapsed or the reader has
+// closed the output; throws on a stop signal.
 CommandResult Follow(Context& context, const EventQuery& query, Filter& filter,
                      const std::optional<milliseconds>& duration) {
   Session& session = context.OpenToWait();
@@ -226,8 +226,8 @@ Command EventsCommand() {
   command.m_Options = {"--follow", "--since", "--limit", "--for"};
   command.m_Run = Run;
   command.m_Description =
-      "The host's event log, oldest event first. It contains the events of all runs of this "
-      "program that used the same database. explain shows what to do about an event number.";
+      "Shows the host's event log, oldest event first. The log contains the events of all runs of "
+      "this program with the same database. explain shows what to do about an event number.";
   command.m_Examples = {
       {"events --since yesterday", "show events since the start of yesterday", true},
       {"events -f", "follow new events"}};

@@ -31,7 +31,7 @@ struct Explanation {
   const std::vector<FieldUse> m_Fields;
 };
 
-// Null unless it is an event.
+// Returns null if the entry is not an event.
 const char* SeverityOf(const Entry& entry) {
   const bool isEvent = entry.m_Family == Family::Event;
   return isEvent ? SeverityName(HostKit::SeverityOf(entry.m_Number)) : nullptr;

@@ -1,4 +1,4 @@
-// format: reads the request from the options.
+// format: erase a drive and change its capacity or sector size.
 #include <fmt/format.h>
 
 #include "console/base/Number.h"
@@ -9,8 +9,8 @@
 namespace Console {
 namespace {
 
-// An integer from `least` to `most`, or 0 for anything else.
-std::int32_t Whole(const std::string& text, std::int32_t least, std::int32_t most) {
+// Returns an integer from `least` to `most`, or 0 for any other text.
+std::int32_t ReadWithin(const std::string& text, std::int32_t least, std::int32_t most) {
   const auto number = ReadNumber<std::int32_t>(text);
   return number && *number >= least && *number <= most ? *number : 0;
 }
@@ -25,7 +25,7 @@ void ReadCapacity(const std::string& text, FormatRequest& request) {
   request.m_Capacity = PI::Value::CUSTOM;
   const bool hasSign = !text.empty() && text.back() == '%';
   request.m_Percent =
-      Whole(text.substr(0, text.size() - (hasSign ? 1 : 0)), kMinPercent, kMaxPercent);
+      ReadWithin(text.substr(0, text.size() - (hasSign ? 1 : 0)), kMinPercent, kMaxPercent);
   if (request.m_Percent != 0) return;
   std::vector<std::string> names;
   for (const Capacity& row : kCapacities) {
@@ -40,13 +40,14 @@ FormatRequest ReadRequest(const Options& options) {
   FormatRequest request;
   if (!options.m_Capacity.empty()) ReadCapacity(options.m_Capacity, request);
   if (options.m_SectorSize.empty()) return request;
-  request.m_SectorSize = static_cast<std::uint32_t>(Whole(options.m_SectorSize, 1, kLargestSector));
+  request.m_SectorSize =
+      static_cast<std::uint32_t>(ReadWithin(options.m_SectorSize, 1, kLargestSector));
   if (request.m_SectorSize != 0) return request;
   throw UsageFailure(fmt::format("--sector-size: invalid value '{}'", options.m_SectorSize),
                      {"Valid: a number of bytes, such as 512 or 4096."});
 }
 
-// Without either option it would erase the drive for nothing.
+// Without either option, a format would only erase the drive.
 void RequireRequest(const Options& options) {
   if (!options.m_Capacity.empty() || !options.m_SectorSize.empty()) return;
   throw UsageFailure(

@@ -1,4 +1,4 @@
-// get: bare values of one object.
+// get: raw values of one object.
 #include <fmt/format.h>
 
 #include "console/cli/CommandTable.h"

@@ -29,7 +29,7 @@ bool ParseOn(const std::string& text) {
                      {"For example: corvane-host locate a0 on --for 5m"});
 }
 
-// Waits with the LED on, and switches it off however the wait ends.
+// Waits for `duration` with the LED on, then switches it off, also after a stop signal.
 CommandResult Blink(Context& context, const Model& model, const Object& adapter,
                     milliseconds duration) {
   context.m_Diagnostics.Note(

@@ -1,4 +1,4 @@
-// metrics: for a collector, on standard output or in a file.
+// metrics: print metrics, or write them to a file for a collector.
 #include <optional>
 
 #include "console/base/TextFile.h"
@@ -11,7 +11,8 @@
 namespace Console {
 namespace {
 
-// A plug-in that cannot be loaded is reported as a metric; a usage error is not.
+// Returns empty if the plug-in cannot be used, so that a metric can report it. A usage error ends
+// the command.
 std::optional<Model> ReadObjects(Context& context, CommandResult& result) {
   try {
     return context.Objects();

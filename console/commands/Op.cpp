@@ -1,4 +1,4 @@
-// op list, op check and op run: any operation, by the plug-in's own names.
+// op list, op check and op run: any operation, by its name in the plug-in interface.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -20,7 +20,8 @@ namespace {
 
 using HostKit::Family;
 
-// The record of an operation that the plug-in lists, else one with only the number.
+// Returns the record from the plug-in's list, or a record with only the number if the plug-in does
+// not list the operation.
 PI::COperation RecordOf(const Object& object, std::uint32_t number) {
   for (const PI::COperation& listed : object.m_Operations) {
     if (listed.m_OperationID == number) return listed;
@@ -194,7 +195,7 @@ PI::CProperty Parameter(const Argument& argument) {
   return parameter;
 }
 
-// An operation that this host does not know: the result is what the plug-in returns.
+// Runs an operation that this host does not know; the plug-in decides whether it is possible.
 CommandResult RunUnknown(Context& context, const Model& model, const Object& object,
                          std::uint32_t number, const std::vector<Argument>& arguments) {
   const std::string what = fmt::format("{} {}", OperationName(number), object.m_Selector);
@@ -237,7 +238,7 @@ struct Action {
   const char* m_Name;
   std::size_t m_Min;  // words after the action
   std::size_t m_Max;
-  const char* m_Use;
+  const char* m_Usage;
 };
 
 constexpr Action kActions[] = {
@@ -255,7 +256,7 @@ const Action& ChooseAction(const std::vector<std::string>& words) {
     if (count >= action.m_Min && count <= action.m_Max) return action;
     throw UsageFailure(fmt::format("op {} has too {} arguments", action.m_Name,
                                    count < action.m_Min ? "few" : "many"),
-                       {fmt::format("Usage: corvane-host {}", action.m_Use)});
+                       {fmt::format("Usage: corvane-host {}", action.m_Usage)});
   }
   throw UsageFailure(fmt::format("op: unknown action '{}'", words[0]), DidYouMean(words[0], names));
 }
@@ -289,9 +290,9 @@ Command OpCommand() {
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "For operations that have no command of their own, and to see what the plug-in "
-      "reports about an operation. Operations that have a command ask for confirmation as "
-      "the command does.";
+      "Runs operations that have no separate command, and shows what the plug-in reports "
+      "about an operation. Operations that have a command require the same confirmation as "
+      "the command.";
   command.m_Danger =
       "As dangerous as the operation: OP_FORMAT_DEVICE erases the drive and requires "
       "--confirm.";

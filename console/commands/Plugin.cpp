@@ -13,16 +13,16 @@ struct Symbol {
   bool m_Present;
 };
 
-// The names that a host may look for, then whatever else the library shows.
+// Returns the symbols that a host may look up, then all other exported symbols.
 std::vector<Symbol> SymbolsOf(const std::string& file) {
-  std::vector<std::string> shown = ExportedSymbols(file);
+  std::vector<std::string> exported = ExportedSymbols(file);
   std::vector<Symbol> symbols;
   for (const std::string& name : ExpectedSymbols()) {
-    const auto found = std::find(shown.begin(), shown.end(), name);
-    symbols.push_back({name, true, found != shown.end()});
-    if (found != shown.end()) shown.erase(found);
+    const auto found = std::find(exported.begin(), exported.end(), name);
+    symbols.push_back({name, true, found != exported.end()});
+    if (found != exported.end()) exported.erase(found);
   }
-  for (const std::string& name : shown) symbols.push_back({name, false, true});
+  for (const std::string& name : exported) symbols.push_back({name, false, true});
   return symbols;
 }
 

@@ -1,4 +1,4 @@
-// plugin-process: started by the service to hold the plug-in.
+// plugin-process: the process in which a service runs the plug-in.
 #include "service/PluginProcess.h"
 
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 namespace Console {
 namespace {
 
-// The service passes its socket after the standard streams.
+// The service passes its socket as the first descriptor after the standard streams.
 constexpr int kSocket = 3;
 
 bool IsSocket(int descriptor) {

@@ -44,7 +44,7 @@ Json ListJson(const std::string& cell) {
   return boost::split(elements, cell, [](char character) { return character == '?'; });
 }
 
-// An integer that JSON readers may round is also given as text.
+// An integer that JSON readers may round is also stored as text, in NAME_s.
 void PutCell(Json& row, const HostKit::RowColumn& column, const std::string& cell) {
   constexpr std::int64_t kExactInDouble = std::int64_t{1} << 53;
   if (column.m_Kind == CellKind::Text) row[column.m_Name] = cell;
@@ -68,7 +68,7 @@ Json TableJson(const char* name, const RowTable& table) {
   return {{"table", name}, {"name", table.m_Name}, {"count", table.m_Rows.size()}, {"rows", rows}};
 }
 
-// One row per cell that is not NULL, with its key.
+// Adds one row per cell that is not NULL, with the key of the cell's row.
 void AddCells(Table& into, const char* name, const RowTable& table) {
   for (const auto& cells : table.m_Rows) {
     const Cell key = TextCell(cells.front().value_or(""));
@@ -86,7 +86,7 @@ std::string CountLine(const char* name, const RowTable& table) {
   return fmt::format("{}: {} {} in {}\n", name, count, count == 1 ? "row" : "rows", table.m_Name);
 }
 
-// A service's plug-in keeps its rows in its own process.
+// This process cannot read the rows of a plug-in that runs in a service.
 void RequireOwnRows(Context& context) {
   if (!context.Open().IsShared()) return;
   throw Failure(ExitCode::Refused, "ROWS_OF_SERVICE", "rows",

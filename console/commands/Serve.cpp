@@ -1,4 +1,4 @@
-// serve: the service, in the foreground.
+// serve: run the service in the foreground.
 #include "service/Serve.h"
 
 #include <unistd.h>
@@ -13,8 +13,8 @@
 namespace Console {
 namespace {
 
-// Only root's service runs event programs by default, so a user's service never reports an event a
-// second time.
+// By default, only root's service runs event programs, so that a user's service does not run them a
+// second time for the same event.
 std::filesystem::path EventsDirectory(const Options& options) {
   if (!options.m_EventsDirectory.empty())
     return std::filesystem::absolute(options.m_EventsDirectory);
@@ -52,7 +52,7 @@ Command ServeCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Runs in the foreground until Ctrl-C or SIGTERM, or for the given time. The plug-in runs in "
-      "a separate process, which is restarted if it ends. Clients send HTTP requests to the "
+      "a separate process, which is restarted if it exits. Clients send HTTP requests to the "
       "socket; reads never wait for a card.";
   command.m_Examples = {{"serve --simulate", "serve simulated cards"},
                         {"serve --listen 127.0.0.1:9188", "also serve read-only over TCP"}};

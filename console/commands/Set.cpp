@@ -40,7 +40,7 @@ PI::CProperty ReadRecord(Session& session, const Object& object, const PropertyN
                 "not reported by the plug-in now");
 }
 
-// Refuses in the host, so that writing a read-only property is not even tried.
+// Rejects a read-only property without calling the plug-in.
 void RequireWritable(const Object& object, const PropertyName& name, const PI::CProperty& record) {
   if (record.m_Writable && record.m_ValueType == PI::VALUE_TYPE_RANGE) return;
   throw Failure(ExitCode::Refused, "NOT_WRITABLE",
@@ -50,35 +50,35 @@ void RequireWritable(const Object& object, const PropertyName& name, const PI::C
 
 struct Change {
   int m_Before = 0;
-  int m_Asked = 0;
+  int m_Requested = 0;
   int m_After = 0;
   int m_Minimum = 0;
   int m_Maximum = 0;
   std::uint32_t m_Result = PI::SUCCESS;
 };
 
-// The record is sent back with only the value changed; the plug-in applies the limits.
+// Writes the record with only the value changed; the plug-in applies the limits.
 Change Apply(Session& session, const Object& object, const PropertyName& name, PI::CProperty record,
-             int asked) {
+             int requested) {
   Change change;
-  change.m_Asked = asked;
+  change.m_Requested = requested;
   unsigned int step = 0;
   record.GetValue(change.m_Before, change.m_Minimum, change.m_Maximum, step);
-  record.SetValue(asked, change.m_Minimum, change.m_Maximum, step);
+  record.SetValue(requested, change.m_Minimum, change.m_Maximum, step);
   change.m_Result = session.SetProperty(object.m_ID, record);
   ReadRecord(session, object, name).GetValueRange(change.m_After);
   return change;
 }
 
-// Results below the command errors concern the configuration file: the change itself is in effect.
+// Errors below `PI::ERR_GENERAL` concern only the configuration file; the new value is in effect.
 bool WasSaved(const Change& change) {
   return change.m_Result == PI::SUCCESS;
 }
 
 void NoteLimits(Diagnostics& diagnostics, const Change& change) {
-  if (change.m_After == change.m_Asked) return;
+  if (change.m_After == change.m_Requested) return;
   diagnostics.Note("VALUE_LIMITED",
-                   fmt::format("{} is out of range ({} to {}); set to {}", change.m_Asked,
+                   fmt::format("{} is out of range ({} to {}); set to {}", change.m_Requested,
                                change.m_Minimum, change.m_Maximum, change.m_After));
 }
 

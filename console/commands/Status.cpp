@@ -36,7 +36,7 @@ Json ReasonJson(const Reason& reason) {
   return json;
 }
 
-// An object with its health and the time since when it has it, if known.
+// An object with its health, and the time since which it has had this health, if known.
 struct StatusEntry {
   const Object* m_pObject;
   Health m_Health;
@@ -117,16 +117,16 @@ std::string HealthText(const StatusEntry& entry, std::size_t width, const Style&
   return text;
 }
 
-// A drive without problems is shown only when it is asked for.
-bool IsShown(const StatusEntry& entry, bool asked) {
-  return asked || entry.m_pObject->m_Kind != Kind::Drive || !IsHealthy(entry.m_Health.m_Status);
+// A healthy drive is shown only if the user named it.
+bool IsShown(const StatusEntry& entry, bool isNamed) {
+  return isNamed || entry.m_pObject->m_Kind != Kind::Drive || !IsHealthy(entry.m_Health.m_Status);
 }
 
-std::string Text(const std::vector<StatusEntry>& all, bool asked, const Style& style) {
+std::string Text(const std::vector<StatusEntry>& all, bool isNamed, const Style& style) {
   std::vector<const StatusEntry*> shown;
   std::size_t width = 0;
   for (const StatusEntry& entry : all) {
-    if (!IsShown(entry, asked && &entry == &all.front())) continue;
+    if (!IsShown(entry, isNamed && &entry == &all.front())) continue;
     shown.push_back(&entry);
     width = std::max(width, entry.m_pObject->m_Selector.size());
   }
@@ -135,7 +135,7 @@ std::string Text(const std::vector<StatusEntry>& all, bool asked, const Style& s
   return text;
 }
 
-// The log is read only if an object is not healthy.
+// Reads the event log only if an object has status reasons.
 std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const Objects& chosen) {
   std::vector<StatusEntry> all;
   for (const Object* object : chosen)
@@ -155,10 +155,10 @@ std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const
 
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
-  const bool asked = !context.m_Arguments.empty();
+  const bool isNamed = !context.m_Arguments.empty();
   const std::vector<StatusEntry> all = MakeEntries(
       context, model,
-      ObjectsWithStatus(model, asked ? &Select(model, context.m_Arguments[0]) : nullptr));
+      ObjectsWithStatus(model, isNamed ? &Select(model, context.m_Arguments[0]) : nullptr));
   CommandResult result;
   result.m_Items = "objects";
   result.m_Json = {{"objects", Json::array()}};
@@ -167,7 +167,7 @@ CommandResult Run(Context& context) {
                               {"REASON", "reason", false},
                               {"WHY", "why", false},
                               {"DO", "do", false}};
-  result.m_Text = Text(all, asked, context.m_Style);
+  result.m_Text = Text(all, isNamed, context.m_Style);
   for (const StatusEntry& entry : all) {
     result.m_Json["objects"].push_back(HealthJson(entry));
     AddRows(result.m_Table, *entry.m_pObject, entry.m_Health, context.m_Style.m_Ascii);
@@ -188,8 +188,8 @@ Command StatusCommand() {
   command.m_Forms = {"table", "tsv", "json", "jsonl"};
   command.m_Run = Run;
   command.m_Description =
-      "For each card: whether it is healthy and, if not, the reasons, the readings and the "
-      "recommended action. With OBJ, only that object and the objects below it.";
+      "Shows for each card whether it is healthy and, if not, the reasons, the readings and the "
+      "recommended action. With OBJ, shows only that object and the objects below it.";
   command.m_Examples = {{"status", "find out why a card has a warning, and what to do", true},
                         {"status a1 -o json", "check one card, for a script"}};
   return command;

@@ -22,7 +22,7 @@ Command VersionCommand() {
   command.m_Summary = "print the version of this program";
   command.m_Forms = {"value", "table", "json"};
   command.m_Run = Run;
-  command.m_Description = "The version of this program.";
+  command.m_Description = "The option --version does the same.";
   command.m_Examples = {{"version", "print the version"}, {"--version", "do the same"}};
   return command;
 }

@@ -1,4 +1,4 @@
-// wait: until a condition is true.
+// wait: wait until an object meets a condition.
 #include <fmt/format.h>
 
 #include <chrono>
@@ -21,13 +21,15 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// The object that a name referred to at the start: positional names such as a1 change when a card
-// is removed, and a card that returns has a new id.
+// The object that a name referred to at the start. Afterwards it is found by id or serial number,
+// because positional names such as a1 change when a card is removed, and a card that is inserted
+// again has a new id.
 class ObjectRef {
  public:
   explicit ObjectRef(std::string name) : m_Name(std::move(name)) {}
 
-  // If there has been no such object yet: throws `Failure` if `required`, else returns null.
+  // Returns the object, or null if it is not present. Throws `Failure` if `required` and no object
+  // has had the name so far.
   const Object* Find(const Model& model, bool required) {
     if (!m_Id) {
       const Object* found = required ? &Select(model, m_Name) : FindObject(model, m_Name);
@@ -41,7 +43,7 @@ class ObjectRef {
     return same != nullptr || m_Serial.empty() ? same : FindObject(model, m_Serial);
   }
 
-  // The selector at the start, or the name given.
+  // Returns the selector at the start, or the given name if there was no object.
   const std::string& Shown() const { return m_Selector.empty() ? m_Name : m_Selector; }
 
  private:
@@ -89,8 +91,8 @@ CommandResult Reached(const ObjectRef& ref, const Condition& condition, const st
   return result;
 }
 
-// On a stop signal, reports the last value seen. Nothing is written before the end, so a reader
-// that is gone is not noticed.
+// Waits for a change. On a stop signal, reports the last value seen. A closed reader does not end
+// the wait, because nothing is written until the wait ends.
 void WaitOn(Context& context, LiveModel& live, milliseconds longest, const ObjectRef& ref,
             const std::string& seen) {
   try {

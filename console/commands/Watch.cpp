@@ -27,7 +27,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// Draws after each reading and key press, and once per second for the clock.
+// Redraws the screen after each update and key press, and once per second for the clock.
 void RunOnScreen(const Context& context, Screen& screen, LiveModel& live,
                  const Deadline& deadline) {
   constexpr milliseconds kRedraw{1000};
@@ -70,14 +70,15 @@ Table BlockTable(const Model& model, bool ascii) {
   return table;
 }
 
-// The events after the first `seen` ones.
+// Returns the events after the first `seen` events.
 std::vector<LiveModel::Entry> NewEvents(const LiveModel& live, std::size_t seen) {
   const std::size_t count = std::min(live.EventCount() - seen, live.Log().size());
   const auto first = live.Log().end() - static_cast<std::ptrdiff_t>(count);
   return {first, live.Log().end()};
 }
 
-// The cards now, and the events since the previous block; the text has no time.
+// Returns the current cards and the events after the first `seen` events. The text has no
+// timestamp.
 CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style) {
   CommandResult block;
   block.m_Json = {{"objects", Json::array()}, {"events", Json::array()}};
@@ -97,7 +98,7 @@ CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style)
   return block;
 }
 
-// Prints a block per change, and one per poll interval without a change.
+// Prints a block after each change, or after a poll interval without a change.
 void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   std::size_t seen = 0;
   Json shown;
@@ -117,7 +118,8 @@ void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   }
 }
 
-// Standard error is usually the same terminal.
+// Throws `Failure` if the trace would be written to a terminal, because it is usually the terminal
+// that shows the screen.
 void RequireQuietTrace(const Options& options) {
   const bool toFile =
       !options.m_TraceFile.empty() || secure_getenv("CORVANE_TRACE_FILE") != nullptr;
@@ -139,7 +141,8 @@ CommandResult Run(Context& context) {
   const Deadline deadline(duration);
   session.SetDeadline(deadline);
   LiveModel live(session);
-  std::optional<DeferredDiagnostics> held;  // outlives the screen
+  // Declared before the screen, so that messages are printed after the screen is closed.
+  std::optional<DeferredDiagnostics> held;
   if (wantsScreen) held.emplace(context.m_Diagnostics);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;
   if (screen) {

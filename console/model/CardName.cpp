@@ -14,7 +14,8 @@ std::string TextOf(const Object& object, const char* field, const char* prefix,
   return text == nullptr ? std::string() : sanitize(prefix + *text);
 }
 
-// The best one first; the last one is always there.
+// Returns the possible names of an adapter, best first. The last is its selector, which always
+// exists.
 std::vector<std::string> Candidates(const Object& adapter, Sanitizer sanitize) {
   std::vector<std::string> names;
   for (const std::string& name : {TextOf(adapter, "serial_number", "", sanitize),

@@ -1,4 +1,4 @@
-// Names of cards for what is kept outside this program: time series and graphs.
+// Names of cards for time series and graphs, which are stored outside this program.
 #pragma once
 
 #include <map>
@@ -8,11 +8,11 @@
 
 namespace Console {
 
-// Makes a text fit for where the name goes.
+// Replaces the characters that the destination of a name does not allow.
 using Sanitizer = std::string (*)(const std::string&);
 
-// A unique name for each adapter: its serial number, which does not depend on its slot; if that is
-// missing or not unique, its PCI address as a selector; else its selector.
+// Returns a unique name for each adapter: its serial number, which does not depend on the slot; if
+// that is missing or not unique, "pci:" and its PCI address; otherwise its selector.
 std::map<const Object*, std::string> CardNames(const Model& model, Sanitizer sanitize);
 
 }  // namespace Console

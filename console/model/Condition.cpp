@@ -19,22 +19,22 @@ struct Word {
   const char* m_Word;
   Presence m_Presence;
   const char* m_Property;
-  const char* m_Value;  // null: healthy
+  const char* m_Value;  // null: any healthy value
 };
 
 constexpr Word kWords[] = {
     {"attached", Presence::Required, "status_reasons", "ATTACHED"},
     {"detached", Presence::Required, "status_reasons", "DETACHED"},
-    {"ok", Presence::Required, "status", nullptr},  // a healthy drive is AVAILABLE
+    {"ok", Presence::Required, "status", nullptr},  // OK for an adapter, AVAILABLE for a drive
     {"warning", Presence::Required, "status", "WARNING"},
     {"failed", Presence::Required, "status", "FAILED"},
     {"gone", Presence::Gone, "", ""},
     {"present", Presence::Present, "", ""},
 };
 
-constexpr const char* kHealthy = "is well";
+constexpr const char* kHealthy = "is healthy";
 
-// Longer ones first.
+// Longer operators come before their prefixes.
 constexpr const char* kOperators[] = {"!=", "<=", ">=", "=", "<", ">"};
 
 bool IsOrder(const std::string& name) {
@@ -48,7 +48,7 @@ bool CompareOrder(double left, const std::string& name, double right) {
   return left >= right;
 }
 
-// For a list, one equal value is enough; numbers are compared by value.
+// A list is equal to `wanted` if one of its elements is; numbers are compared by value.
 bool IsEqual(const Value& value, const std::string& wanted) {
   if (const auto* texts = std::get_if<std::vector<std::string>>(&value.m_Data)) {
     return std::any_of(texts->begin(), texts->end(),
@@ -60,7 +60,7 @@ bool IsEqual(const Value& value, const std::string& wanted) {
   return boost::iequals(seen, wanted);
 }
 
-// A percentage of a ratio as the ratio; anything else unchanged.
+// Converts a percentage to a ratio if the property is a ratio; returns any other text unchanged.
 std::string RatioOf(const std::string& property, const std::string& text) {
   if (text.empty() || text.back() != '%') return text;
   const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));

@@ -8,26 +8,27 @@
 
 namespace Console {
 
-// Whether the condition is about the presence of the object or about its properties.
+// Whether a condition compares a property, which requires the object, or is true as soon as the
+// object is gone or present.
 enum class Presence { Required, Gone, Present };
 
 class Condition {
  public:
-  // One of the words, or PROP=VALUE, PROP!=VALUE, PROP<NUMBER and the like. Throws `Failure`.
+  // Parses a state word, PROP=VALUE, PROP!=VALUE, or PROP and NUMBER with <, <=, > or >=. Throws
+  // `Failure` for any other text.
   explicit Condition(const std::string& text);
 
   // The result of evaluating the condition.
   struct Outcome {
     bool m_Holds = false;
-    std::string m_Seen;  // bare, "-" for unknown
+    std::string m_Seen;  // the current value as `BareText`; "-": unknown
   };
 
-  // Throws `Failure` if the object does not have the property.
+  // Compares the property of `object`. Throws `Failure` if the object does not have the property.
   Outcome Check(const Object& object) const;
 
   // The condition as given.
   const std::string& Text() const { return m_Text; }
-  // Whether the condition is about an existing object, or about its existence.
   Presence Wants() const { return m_Presence; }
 
  private:
@@ -38,7 +39,7 @@ class Condition {
   std::string m_Value;
 };
 
-// The state words.
+// Returns all state words.
 std::vector<std::string> ConditionWords();
 
 }  // namespace Console

@@ -1,4 +1,4 @@
-// How bad an event is, as the plug-in and as people say it.
+// Names and color classes of event severities.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,10 @@
 
 namespace Console {
 
-// "information", "warning", "error" or "unknown".
+// Returns "information", "warning", "error" or "unknown".
 const char* SeverityName(std::uint32_t severity);
 
-// The color class of a `PI::_SEVERITY`; neutral for any other number.
+// Returns the color class of a `PI::_SEVERITY`; `Neutral` for any other number.
 Severity EventSeverity(std::uint32_t severity);
 
 }  // namespace Console

@@ -42,7 +42,7 @@ const std::vector<Field> kAdapterFields = {
     {"read_bytes",                   "READ",      P::BYTES_READ,                 Measure::Bytes},
     {"written_bytes",                "WRITTEN",   P::BYTES_WRITTEN,              Measure::Bytes},
     {"endurance_used_ratio",         "USED",      P::RATED_ENDURANCE_PERCENT,    Measure::Ratio},
-    {"end_of_life_date",             "END OF LIFE",  P::ESTIMATED_LIFETIME,         Measure::Text},
+    {"end_of_life_date",             "END OF LIFE", P::ESTIMATED_LIFETIME,       Measure::Text},
     {"slot_power_watts",             "POWER",     P::SLOT_POWER,                 Measure::Watts},
     {"power_limit_watts",            "LIMIT",     P::POWER_LIMIT,                Measure::Watts},
     {"external_power_requirement",   "EXT-POWER", P::EXTERNAL_POWER_REQUIREMENT, Measure::Choice},
@@ -87,15 +87,16 @@ const std::vector<Field> kDriveFields = {
 
 const std::vector<Field> kNoFields;
 
-// A name without its base unit is understood as well.
-bool IsCalled(const Field& field, const std::string& name) {
+// Also accepts the identifier and the number of the property, except for the PCI address, which is
+// composed of several properties.
+bool Matches(const Field& field, const std::string& name) {
   const std::string identifier = HostKit::NameOf(HostKit::Family::Property, field.m_PropertyID);
   return boost::iequals(name, field.m_Name) ||
          (field.m_Measure != Measure::PciAddress &&
           (boost::iequals(name, identifier) || name == std::to_string(field.m_PropertyID)));
 }
 
-// The segment is left out when the plug-in does not know it.
+// Omits the segment if the plug-in does not know it.
 Value ReadPciAddress(const Object& object) {
   const auto part = [&](std::uint32_t property) {
     const PI::CProperty* found = object.Find(property);
@@ -127,7 +128,7 @@ const std::vector<Field>& FieldsOf(Kind kind) {
 
 const Field* FindField(Kind kind, const std::string& name) {
   for (const Field& field : FieldsOf(kind)) {
-    if (IsCalled(field, name)) return &field;
+    if (Matches(field, name)) return &field;
   }
   return nullptr;
 }

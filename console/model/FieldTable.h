@@ -1,5 +1,5 @@
-// The fields of table columns, `get`, JSON and metrics: a name with its base unit, the property
-// from which it comes, and how it is converted.
+// The fields of objects in tables, `get`, JSON and metrics: a name with its base unit, the source
+// property and the conversion.
 #pragma once
 
 #include <cstdint>
@@ -19,27 +19,28 @@ struct Field {
   UnknownEncoding m_UnknownEncoding = UnknownEncoding::None;
 };
 
-// The fields of a kind of object, in display order.
+// Returns the fields of a kind of object, in display order.
 const std::vector<Field>& FieldsOf(Kind kind);
 
-// The field of that name, or of that property's identifier or number, ignoring case; null if the
-// kind has none.
+// Returns the field with the name `name`, or whose property has that identifier or number; null if
+// there is none. Case is ignored.
 const Field* FindField(Kind kind, const std::string& name);
 
-// All names that `FindField` knows, for suggestions.
+// Returns all names and identifiers that `FindField` accepts, for suggestions.
 std::vector<std::string> FieldNames(Kind kind);
 
+// Returns the value of a field; unknown if the object does not have the property.
 Value ReadField(const Object& object, const Field& field);
-// By the field's name; also unknown if the object's kind has no such field.
+// Finds the field by name; unknown if the object's kind has no such field.
 Value ReadField(const Object& object, const std::string& name);
 
-// The object's field of that name as `BareText`; empty if it is unknown.
+// Returns the value of a field as `BareText`; empty if it is unknown.
 std::string FieldText(const Object& object, const std::string& name);
 
-// The serial number of the object's card; empty if unknown.
+// Returns the serial number of the object's card; empty if it is unknown.
 std::string SerialOf(const Model& model, const Object& object);
 
-// Any property, in the unit that it came with.
+// Returns the value of any property, with the measure that its type and unit imply.
 Value ReadProperty(const PI::CProperty& property);
 
 }  // namespace Console

@@ -38,11 +38,11 @@ constexpr Measurement kMeasurements[] = {
     {V::DRIVER_OUT_OF_DATE, "driver_version", nullptr},
 };
 
-// The label of a measured value whose reason's caption does not name it.
+// The label of a measured value, for reasons whose caption does not name the quantity.
 struct MeasuredLabel {
   const char* m_Field;
   const char* m_Label;
-  bool m_Always;  // else only with an unknown value
+  bool m_Always;  // false: only if the value is unknown
 };
 
 constexpr MeasuredLabel kMeasuredLabels[] = {
@@ -95,7 +95,8 @@ const char* LabelOf(const Field& limit) {
   return "limit";
 }
 
-// "79 °C", "endurance used 16 %", or "temperature unknown" where a limit follows; else empty.
+// Returns "79 °C" or "endurance used 16 %" for a known value. For an unknown value, returns
+// "temperature unknown" if there is a limit, and empty otherwise.
 std::string MeasuredText(const Reason& reason, bool ascii) {
   const bool known = reason.m_Measured.m_Field != nullptr;
   const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";

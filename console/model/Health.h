@@ -1,4 +1,4 @@
-// The health of an object, from its properties: status, reasons and what to do.
+// The health of an object, derived from its properties: status, reasons and advice.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,17 @@ namespace Console {
 
 // A measured value or a limit that belongs to a reason.
 struct Reading {
-  const Field* m_Field = nullptr;  // null: there is none
+  const Field* m_Field = nullptr;  // null: no value
   Value m_Value;
 };
 
 struct Reason {
   std::uint32_t m_Number = 0;
   std::string m_Name;     // the number if it has no name
-  std::string m_Caption;  // or the name, if the field has no caption
+  std::string m_Caption;  // the name if it has no caption
   Reading m_Measured;
   Reading m_Limit;
-  std::string m_Advice;  // empty: unknown
+  std::string m_Advice;  // empty: none
 };
 
 struct Health {
@@ -32,25 +32,28 @@ struct Health {
   std::vector<Reason> m_Reasons;  // without ATTACHED, which is normal
 };
 
+// Returns the health that the plug-in reports for an object.
 Health HealthOf(const Object& object);
 
-// The same, but a drive whose card is detached is shown as detached. The plug-in reports it as
-// available, although it cannot be used.
+// Returns the health of an object, but shows a drive of a detached card as detached: the plug-in
+// reports such a drive as available, although it cannot be used.
 Health HealthOf(const Model& model, const Object& object);
 
-// Adapters, each followed by its drives: all of the machine, or `top` and those below it.
+// Returns the adapters, each followed by its drives: all of them, or only `top` and the objects
+// below it.
 std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* top = nullptr);
 
-// Whether the status is healthy; an unknown one is not.
+// Whether the status is healthy; an unknown status is not.
 bool IsHealthy(const Value& status);
 
-// "Temperature above its warning level: 79 °C, warning 78 °C". Printable.
+// Describes a reason: "Temperature above its warning level: 79 °C, warning 78 °C". The text is
+// printable.
 std::string ReasonText(const Reason& reason, bool ascii);
 
-// An explanation for a status without reasons: the card may be busy.
+// Explains a status without reasons, which may be due to an activity of the card.
 std::string TextWithoutReason(const Health& health);
 
-// All names of the reasons, with commas between; empty when there are none.
+// Returns the names of all reasons, separated by commas.
 std::string ReasonNames(const Health& health);
 
 }  // namespace Console

@@ -12,12 +12,12 @@ bool Contains(const std::vector<std::uint64_t>& ids, std::uint64_t id) {
   return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
-// A link from either side counts.
+// A link in either direction is sufficient.
 bool Belongs(const PI::CObject& drive, const PI::CObject& adapter) {
   return Contains(drive.m_Parents, adapter.m_ID) || Contains(adapter.m_Children, drive.m_ID);
 }
 
-// The plug-in's object comes first, and on a machine without cards it has no type yet.
+// On a machine without cards, the plug-in's object has no type and is recognized as the first one.
 bool IsPlugin(const std::vector<PI::CObject>& topology, std::size_t i) {
   const std::uint32_t type = topology[i].m_ObjectType;
   return type == PI::OBJECT_PLUGIN ||

@@ -1,4 +1,4 @@
-// The plug-in's objects as plain values, with names for people.
+// The plug-in's objects as plain values, with readable names.
 #pragma once
 
 #include <cstddef>
@@ -13,10 +13,10 @@ namespace Console {
 
 enum class Kind { Plugin, Adapter, Drive, Other };
 
-// "plugin", "adapter", "drive" or "other".
+// Returns "plugin", "adapter", "drive" or "other".
 const char* KindName(Kind kind);
 
-// The plug-in's number for objects of that kind; 0 for `Kind::Other`.
+// Returns the plug-in's number for objects of that kind; 0 for `Kind::Other`.
 std::uint32_t ObjectTypeOf(Kind kind);
 
 struct Object {
@@ -28,15 +28,15 @@ struct Object {
   bool m_Locked = false;
   std::vector<PI::CProperty> m_Properties;
   std::vector<PI::COperation> m_Operations;
-  std::optional<std::size_t> m_Owner;  // position of the object above it
+  std::optional<std::size_t> m_Owner;  // index of the object above this one
 
-  // The first property of that number, or null.
+  // Returns the first property with that number, or null.
   const PI::CProperty* Find(std::uint32_t property) const;
-  // Whether the plug-in lists an operation of that number.
+  // Whether the plug-in lists an operation with that number.
   bool SupportsOperation(std::uint32_t operation) const;
 };
 
-// An object id as it is shown: 0x and sixteen digits.
+// Formats an object id as 0x and sixteen hexadecimal digits.
 std::string IdText(std::uint64_t id);
 
 class Model {
@@ -46,11 +46,11 @@ class Model {
   // In the order of the tree: the plug-in, then each adapter followed by its drives, then objects
   // outside the tree.
   const std::vector<Object>& Objects() const { return m_Objects; }
-  // The object with that id, or null.
+  // Returns the object with that id, or null.
   const Object* Find(std::uint64_t id) const;
-  // The object above one of these objects, or null.
+  // Returns the object above one of these objects, or null.
   const Object* OwnerOf(const Object& object) const;
-  // The selector of that id, or the id itself when it is not among the objects.
+  // Returns the selector of the object with that id, or the id as text if there is no such object.
   std::string SelectorOf(std::uint64_t id) const;
 
  private:
@@ -60,7 +60,7 @@ class Model {
   std::vector<Object> m_Objects;
 };
 
-// The adapter of a drive, the adapter itself, or null.
+// Returns the adapter of a drive, `object` itself if it is an adapter, or null.
 const Object* AdapterOf(const Model& model, const Object& object);
 
 }  // namespace Console

@@ -52,10 +52,10 @@ std::vector<FieldUse> FieldsOf(const Entry& entry) {
 
 namespace {
 
-// Operations are known without it too, where nothing else has that name.
+// Operations are also found without this prefix, unless another entry has the shorter name.
 constexpr const char* kOperationPrefix = "OP_";
 
-bool IsCalled(const Entry& entry, const std::string& text) {
+bool Matches(const Entry& entry, const std::string& text) {
   if (text == std::to_string(entry.m_Number) || boost::iequals(text, NameOf(entry))) return true;
   const std::vector<FieldUse> uses = FieldsOf(entry);
   return std::any_of(uses.begin(), uses.end(), [&](const FieldUse& use) {
@@ -72,7 +72,7 @@ void AddUnique(std::vector<std::string>& names, const std::string& name) {
 std::vector<Entry> FindEntries(const std::string& text) {
   std::vector<Entry> found;
   for (const Entry& entry : AllEntries()) {
-    if (IsCalled(entry, text)) found.push_back(entry);
+    if (Matches(entry, text)) found.push_back(entry);
   }
   if (found.empty() && !boost::istarts_with(text, kOperationPrefix)) {
     return FindEntries(kOperationPrefix + text);

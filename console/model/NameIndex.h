@@ -10,35 +10,36 @@
 
 namespace Console {
 
-// One number of one family.
+// A number in a family of identifiers.
 struct Entry {
   HostKit::Family m_Family;
   std::uint32_t m_Number;
 };
 
-// All of them, family by family, each by its number.
+// Returns all entries, grouped by family.
 const std::vector<Entry>& AllEntries();
 
-// The host's name: "CTRL_PNPADD".
+// Returns the host's name for an entry, such as "CTRL_PNPADD".
 std::string NameOf(const Entry& entry);
 
-// "error", "event", "operation", "property", "reason" or "value"; a reason is a value that an
-// adapter reports with its status.
+// Returns "error", "event", "operation", "property", "reason" or "value". A reason is a value that
+// an adapter reports with its status.
 const char* FamilyName(const Entry& entry);
 
-// A field of a property, and the kind of objects that have it.
+// A field of a property, and the kind of objects that have the field.
 struct FieldUse {
   Kind m_Kind;
   const Field* m_Field;
 };
 
-// Empty unless it is a property.
+// Returns the fields of a property; empty for any other entry.
 std::vector<FieldUse> FieldsOf(const Entry& entry);
 
-// The entries of a number, of a name, or of a name that `get` takes, compared without case.
+// Returns the entries with the number or name `text`, where `text` may also be a property name that
+// `get` accepts. Case is ignored.
 std::vector<Entry> FindEntries(const std::string& text);
 
-// All names that `FindEntries` takes.
+// Returns all names that `FindEntries` accepts.
 std::vector<std::string> AllNames();
 
 }  // namespace Console

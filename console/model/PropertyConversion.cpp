@@ -21,7 +21,7 @@ struct UnitFactor {
   double m_Bytes;
 };
 
-// By symbol, since the numbers of converted sizes are the host's to choose.
+// Listed by symbol, because each host chooses its own numbers for the units of converted sizes.
 constexpr UnitFactor kByteUnits[] = {
     {"B", 0x1p0},    {"KiB", 0x1p10}, {"MiB", 0x1p20}, {"GiB", 0x1p30},
     {"TiB", 0x1p40}, {"PiB", 0x1p50}, {"EiB", 0x1p60},
@@ -35,7 +35,8 @@ std::optional<double> BytesPerUnit(PI::_UNITS unit) {
   return std::nullopt;
 }
 
-// The decimal number that a float was meant to be: 48.2, not 48.2000007629.
+// Converts a float to the double with the same shortest decimal form, so that 48.2 does not become
+// 48.2000007629.
 double Decimal(float number) {
   return std::strtod(fmt::format("{}", number).c_str(), nullptr);
 }
@@ -54,7 +55,7 @@ std::optional<double> NumberOf(const PI::CProperty& property) {
   }
 }
 
-// The color classes of a status, which is an adapter's or a drive's.
+// The plug-in's indicator numbers for the status of adapters and drives.
 enum Indicator : std::uint32_t {
   INDICATOR_ADAPTER_OK = 24000,
   INDICATOR_ADAPTER_FAILED = 24001,
@@ -122,7 +123,7 @@ Value::Data BytesData(const PI::CProperty& property) {
   return static_cast<std::uint64_t>(*number * *unit);
 }
 
-// `scale` brings the unit that is expected to the base unit.
+// Divides by `scale` to convert the expected unit to the base unit.
 Value::Data RealData(const PI::CProperty& property, PI::_UNITS expected, double scale) {
   const auto number = NumberOf(property);
   if (!number || property.m_Units != expected) return {};

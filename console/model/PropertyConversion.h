@@ -1,5 +1,4 @@
-// Conversion of a property record, in the type and unit that the plug-in chose, to a value in base
-// units.
+// Conversion of property records, in the plug-in's types and units, to values in base units.
 #pragma once
 
 #include <cstdint>
@@ -11,16 +10,17 @@
 
 namespace Console {
 
-// The value of `property` as a `measure`; unknown if its type or unit does not match.
+// Returns the value of `property` as a `measure`; unknown if its type or unit does not match.
 Value Convert(const PI::CProperty& property, Measure measure, UnknownEncoding unknown);
 
-// What a property measures, judged by its type and unit.
+// Returns the measure that the type and unit of a property imply.
 Measure NaturalMeasure(const PI::CProperty& property);
 
-// The name of a choice, or its number if it has no name.
+// Returns the name of a choice, or its number if it has no name.
 std::string ChoiceName(std::int32_t value);
 
-// A whole number of zero or more without a unit of its own.
+// Returns a property as a non-negative integer. Returns empty if it is not one, or if it encodes an
+// unknown value.
 std::optional<std::uint64_t> CountOf(const PI::CProperty& property, UnknownEncoding unknown);
 
 }  // namespace Console

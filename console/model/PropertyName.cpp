@@ -9,6 +9,7 @@
 #include "hostkit/Texts.h"
 
 namespace Console {
+
 std::string ShownName(std::uint32_t property) {
   const std::string name = HostKit::NameOf(HostKit::Family::Property, property);
   return name.empty() ? std::to_string(property) : boost::to_lower_copy(name);

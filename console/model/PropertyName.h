@@ -9,12 +9,12 @@
 
 namespace Console {
 
-// The identifier in lowercase, or the number if the property has no identifier.
+// Returns the identifier in lowercase, or the number if the property has no identifier.
 std::string ShownName(std::uint32_t property);
 
 struct PropertyName {
   std::uint32_t m_Number;
-  std::string m_Text;  // as `ShownName` gives it
+  std::string m_Text;  // the result of `ShownName`
 };
 
 // Finds a property of `object` by field name, identifier or number. If it has no field, `object`
@@ -22,7 +22,7 @@ struct PropertyName {
 PropertyName ResolveProperty(const Object& object, const std::string& name);
 
 struct NamedValue {
-  std::string m_Name;  // the field's, or as `ShownName` returns it
+  std::string m_Name;  // the field name, or the result of `ShownName`
   Value m_Value;
 };
 

@@ -25,7 +25,7 @@ bool ById(const Object& object, const std::string& text) {
   return *end == '\0' && id == object.m_ID;
 }
 
-// An address without a segment fits any.
+// An address without a segment matches any segment.
 bool ByPci(const Object& object, const std::string& text) {
   if (!boost::istarts_with(text, "pci:")) return false;
   const std::string wanted = text.substr(4);

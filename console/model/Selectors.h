@@ -7,13 +7,11 @@
 
 namespace Console {
 
-// The one object that `text` names, as for `Select`, or null for none. Throws `Failure` for more
-// than one.
+// Like `Select`, but returns null if there is no such object.
 const Object* FindObject(const Model& model, const std::string& text);
 
-// The one object that `text` names: a selector, a serial number, a name, pci:ADDRESS, a control
-// device or an object id. Throws `Failure` if there is none, or more than one; the failure then
-// lists them.
+// Returns the object that `text` names: a selector, a serial number, a name, pci:ADDRESS, a control
+// device or an object id. Throws `Failure` if no object or more than one object matches.
 const Object& Select(const Model& model, const std::string& text);
 
 }  // namespace Console

@@ -12,7 +12,7 @@ std::string ScaledBytes(std::uint64_t bytes) {
   static constexpr const char* kSymbols[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
   auto scaled = static_cast<double>(bytes);
   std::size_t symbol = 0;
-  // A sector of 4096 bytes is better known by that number.
+  // Sector sizes such as 4096 are customarily given in bytes.
   if (bytes <= 4096) return fmt::format("{} B", bytes);
   while (scaled >= 1024 && symbol + 1 < std::size(kSymbols)) {
     scaled /= 1024;

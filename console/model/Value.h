@@ -1,4 +1,4 @@
-// A value of a field in its base unit, and how it reads for people and for scripts.
+// Values of fields in base units, and their texts for people and for scripts.
 #pragma once
 
 #include <cstdint>
@@ -27,10 +27,10 @@ enum class Measure {
 // unknown.
 enum class UnknownEncoding { None, Zero, AllOnes };
 
-// How good a value is.
+// The color class of a value.
 enum class Severity { Neutral, Good, Warning, Bad };
 
-// A value in its base unit; nothing when it is unknown.
+// A value in its base unit; `m_Data` is empty if the value is unknown.
 struct Value {
   using Data = std::variant<std::monostate, bool, std::uint64_t, double, std::string,
                             std::vector<std::string>>;
@@ -42,13 +42,14 @@ struct Value {
   Severity m_Severity = Severity::Neutral;
 };
 
-// The base unit, such as "celsius"; null for what has none.
+// Returns the base unit, such as "celsius"; null for a measure without a unit.
 const char* UnitOf(Measure measure);
 
-// For people: "48 °C", "1.2 TiB", "97 %", "-". Texts are as the plug-in gave them, for a table that
-// makes them printable.
+// Returns the text for people: "48 °C", "1.2 TiB", "97 %", "-". Texts of the plug-in are returned
+// unchanged; the table that shows them makes them printable.
 std::string HumanText(const Value& value, bool ascii);
-// For scripts: base units without a symbol, lists with commas, "-". Printable.
+// Returns the text for scripts: numbers without a unit, lists separated by commas, "-" for unknown
+// values. The text is printable.
 std::string BareText(const Value& value);
 
 }  // namespace Console

@@ -14,7 +14,7 @@ Failure TimeoutFailure(const char* advice) {
       std::vector<std::string>{"A card or its driver may be hung; check the kernel log.", advice});
 }
 
-// The record of the reply, if the command got one.
+// Moves the payload of the reply into `record` and returns the result.
 template <class Record>
 std::uint32_t Take(std::optional<PluginReply> reply, Record& record) {
   record = std::get<Record>(std::move(reply->m_Payload));
@@ -28,7 +28,7 @@ void CommandSession::ThrowReadTimeout() {
   throw TimeoutFailure("If it is only slow, pass a longer --timeout.");
 }
 
-// The host's numbers count from 1; people see them in the adapters' names.
+// The host numbers adapters from 1; the numbers appear in the adapters' names.
 void CommandSession::Start() {
   std::vector<PI::CAdapterID> adapters;
   const auto begin = std::chrono::steady_clock::now();
@@ -110,7 +110,7 @@ std::uint32_t CommandSession::CheckOperation(std::uint64_t object, PI::COperatio
   return Read(PI::CMD_CHECK_OPERATION, object, operation);
 }
 
-// A format takes as long as the card needs.
+// A format has a separate time limit, because its duration depends on the card.
 std::uint32_t CommandSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
   m_HasChanged = true;
   const bool isFormat = operation.m_OperationID == PI::OP_FORMAT_DEVICE;
@@ -118,8 +118,8 @@ std::uint32_t CommandSession::ExecuteOperation(std::uint64_t object, PI::COperat
                 Deadline(isFormat ? m_Limits.m_Format : m_Limits.m_Call));
 }
 
-// The plug-in object is always the first of the topology. An event may be about a card that was
-// added since the last reading, or be the last one about a removed card.
+// Reads the topology for the id of the plug-in object, which is always the first object, and again
+// if an event is about an unknown object, such as a card that was just added.
 std::vector<LoggedEvent> CommandSession::CollectEvents() {
   if (m_PluginID == 0) Topology();
   if (m_PluginID == 0) return {};

@@ -1,4 +1,4 @@
-// A session whose plug-in is reached by commands, in this process or in another one.
+// A session that sends commands to a plug-in in this process or in another one.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,7 @@
 
 namespace Console {
 
-// Translates the members of a session into commands; a derived class carries them out.
+// Translates the members of a session into commands, which a derived class executes.
 class CommandSession : public Session {
  public:
   bool HasCards() const override { return m_HasCards; }
@@ -33,21 +33,21 @@ class CommandSession : public Session {
   CommandSession(EventLogClient& eventLog, const TimeLimits& limits)
       : m_EventLog(eventLog), m_Limits(limits) {}
 
-  // Carries out one command. Empty if the plug-in has not answered in time; the session then calls
-  // `Abandon` and throws.
+  // Executes one command. Returns empty if the plug-in has not replied in time; the session then
+  // calls `Abandon` and throws.
   virtual std::optional<PluginReply> Call(PluginCommand command, const Deadline& deadline,
                                           OnStop onStop) = 0;
-  // Stops using a plug-in that does not answer. Later calls may fail at once.
+  // Stops using a plug-in that does not respond. Later calls may fail immediately.
   virtual void Abandon() = 0;
 
   // Initializes the plug-in and numbers its adapters. Throws `Failure`; finding no card is not a
   // failure.
   void Start();
-  // Collects the events that are pending at the end. The result does not depend on them, so errors
-  // are ignored.
+  // Collects the events that are pending at the end of the session. Ignores errors, because the
+  // command's result does not depend on these events.
   void CollectPendingEvents() noexcept;
 
-  // The failure of a read that timed out or was interrupted by a stop signal.
+  // Throws the failure of a read that timed out or was interrupted by a stop signal.
   [[noreturn]] static void ThrowReadTimeout();
 
   const TimeLimits& Limits() const { return m_Limits; }
@@ -66,7 +66,7 @@ class CommandSession : public Session {
   EventLogClient& m_EventLog;
   TimeLimits m_Limits;
   bool m_HasChanged = false;
-  std::uint64_t m_PluginID = 0;  // 0: not known yet
+  std::uint64_t m_PluginID = 0;  // 0: unknown
   bool m_HasCards = false;
   std::chrono::duration<double> m_StartDuration{0};
 };

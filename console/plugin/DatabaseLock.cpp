@@ -25,19 +25,19 @@ namespace {
 constexpr const char* kInMemory = ":memory:";
 constexpr const char* kSuffix = "-service";
 
-// Commands test the lock by briefly taking it, so retry for this long.
+// Commands briefly hold the lock to test it, so a service tries to lock for this long.
 constexpr std::chrono::milliseconds kTestTime(1000);
 constexpr std::chrono::milliseconds kPause(20);
 
 // Exactly one of these holds: the file is open; there is an objection; there is an error.
 struct LockFile {
-  std::string m_Name;  // as messages show it
+  std::string m_Name;  // for messages
   Base::Descriptor m_File;
   std::string m_Objection;
   int m_Error = 0;
 };
 
-// What is wrong with the open file, if anything.
+// Returns the objection to the open file, or empty if there is none.
 std::string ObjectionTo(const Base::TrustedDirectory& directory, const Base::Descriptor& file) {
   struct stat status = {};
   if (fstat(file.Get(), &status) != 0) return std::strerror(errno);
@@ -45,8 +45,8 @@ std::string ObjectionTo(const Base::TrustedDirectory& directory, const Base::Des
   return Base::ObjectionToFile(directory.m_IsWritableByOthers, status, geteuid());
 }
 
-// The same file for all paths that lead to a database. Others must not open it: whoever can could
-// hold the lock.
+// Opens the lock file of a database, which is the same for all paths that lead to the database.
+// Other users must not be able to open the file, because they could then hold the lock.
 LockFile OpenLock(const std::string& database, int flags) {
   Base::OpenDirectoryOptions options;
   options.m_CreatesDirectories = (flags & O_CREAT) != 0;
@@ -62,7 +62,7 @@ LockFile OpenLock(const std::string& database, int flags) {
   return lock;
 }
 
-// The process in the first line, its socket in the rest.
+// Reads the process id from the first line and the socket from the second.
 LockHolder ReadHolder(const LockFile& lock) {
   constexpr std::size_t kLimit = 8192;
   LockHolder holder;
@@ -103,7 +103,7 @@ Failure UnusableFailure(const LockFile& lock) {
                  {"Pass another database with --database."});
 }
 
-// 0 or an errno: EWOULDBLOCK if another process holds the lock until the deadline.
+// Returns 0 or an errno; EWOULDBLOCK if another process still holds the lock at the deadline.
 int Lock(const Base::Descriptor& file, const Deadline& deadline) {
   while (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
@@ -137,7 +137,8 @@ std::optional<LockHolder> FindLockHolder() {
   const std::string database = HostKit::DatabaseFile().string();
   if (database == kInMemory) return std::nullopt;
   const LockFile lock = OpenLock(database, O_RDONLY);
-  // Without the file there is no service; the database reports what is wrong with its directory.
+  // If the lock file does not exist, no service is running; problems with the directory are
+  // reported when the database is opened.
   if (!lock.m_File.IsOpen()) return std::nullopt;
   if (flock(lock.m_File.Get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK) return std::nullopt;
   return ReadHolder(lock);

@@ -1,5 +1,5 @@
-// Lock that gives a service exclusive use of its database: a second plug-in with the same database
-// would count events twice.
+// A lock that gives a service exclusive use of its database, because a second plug-in with the same
+// database would count events twice.
 #pragma once
 
 #include <sys/types.h>
@@ -14,28 +14,28 @@ namespace Console {
 
 // The service that holds a database.
 struct LockHolder {
-  pid_t m_Process = -1;  // -1: not known
-  std::string m_Socket;  // where it serves; empty: not known
+  pid_t m_Process = -1;  // -1: unknown
+  std::string m_Socket;  // empty: unknown
 };
 
-// A lock on a file next to the database that the environment names. The kernel releases it when the
-// process ends, however it ends; the file remains.
+// A lock on a file next to the database that the environment selects. The kernel releases the lock
+// when the process terminates for any reason; the file remains.
 class DatabaseLock {
  public:
-  // A command that loaded the plug-in before is not noticed. Takes the lock, and names this process
-  // and its socket in the file. A database in memory needs no lock. Throws `Failure` if another
-  // service holds it, or the file cannot be used.
+  // Locks the file and writes this process and its socket to it; a database in memory needs no
+  // lock. Does not detect a command that has already loaded the plug-in. Throws `Failure` if
+  // another service holds the lock or the file cannot be used.
   explicit DatabaseLock(const std::filesystem::path& socket);
 
  private:
   Base::Descriptor m_File;
 };
 
-// The service that holds the database that the environment names; empty if none does, or the user
-// may not read the lock.
+// Returns the service that holds the database that the environment selects; empty if there is none
+// or the user may not read the lock file.
 std::optional<LockHolder> FindLockHolder();
 
-// Throws `Failure` that names the service, if one holds the database.
+// If a service holds the database, throws a `Failure` that names the service.
 void RequireNoService();
 
 }  // namespace Console

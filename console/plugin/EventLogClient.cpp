@@ -16,7 +16,7 @@
 namespace Console {
 namespace {
 
-// The database's error for an unreadable file does not mention its permissions.
+// Checks the permissions of the file, because the database's error does not mention them.
 Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();
   const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
@@ -42,20 +42,20 @@ bool EventLogClient::KnowsAll(const std::vector<PI::CEvent>& events) const {
 }
 
 std::vector<LoggedEvent> EventLogClient::Record(const std::vector<PI::CEvent>& events) {
-  std::vector<LoggedEvent> worded;
+  std::vector<LoggedEvent> logged;
   for (const PI::CEvent& event : events) {
     const auto known = m_Origins.find(event.m_ObjectID);
     const Origin origin = known == m_Origins.end() ? Origin() : known->second;
-    worded.push_back(HostKit::WordEvent(event));
-    worded.back().m_SerialNumber = origin.m_SerialNumber;
-    worded.back().m_ObjectType = origin.m_ObjectType;
+    logged.push_back(HostKit::WordEvent(event));
+    logged.back().m_SerialNumber = origin.m_SerialNumber;
+    logged.back().m_ObjectType = origin.m_ObjectType;
   }
   try {
-    HostKit::AppendEvents(worded);
+    HostKit::AppendEvents(logged);
   } catch (const DBEXCEPTION::DatabaseException& e) {
     ReportUnusable(e.what());
   }
-  return worded;
+  return logged;
 }
 
 std::vector<LoggedEvent> EventLogClient::ReadSource(std::uint64_t sinceMs, std::size_t limit) {

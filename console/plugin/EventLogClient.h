@@ -17,46 +17,47 @@ namespace Console {
 
 using HostKit::LoggedEvent;
 
-// The id of messages about a log that cannot be used.
+// The id of messages about an event log that cannot be used.
 constexpr const char* kNoEventLog = "NO_EVENT_LOG";
 
-// Source of logged events. The members throw `Failure` or `DBEXCEPTION::DatabaseException`.
+// A source of logged events. The members throw `Failure` or `DBEXCEPTION::DatabaseException`.
 class EventSource {
  public:
   virtual ~EventSource() = default;
 
-  // As `HostKit::ReadEvents`.
+  // Like `HostKit::ReadEvents`.
   virtual std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) = 0;
-  // As `HostKit::CountEvents`.
+  // Like `HostKit::CountEvents`.
   virtual std::vector<HostKit::EventCount> CountEvents() = 0;
 };
 
-// A log that cannot be written or read is reported once; later failures are ignored. For one
-// thread.
+// Reads and writes the event log. The first failure is reported; later ones are ignored. Not
+// thread-safe.
 class EventLogClient {
  public:
-  // More events than a log can hold: no limit.
+  // A limit that includes all events; larger than any log.
   static constexpr std::size_t kAll = 1'000'000'000;
 
   explicit EventLogClient(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
 
-  // Reads from `source` instead of this host's database; null: the database. It remains the
-  // caller's.
+  // Selects the source of `Read`, `ReadOrThrow` and `Count`; null: this host's database. The caller
+  // keeps ownership of `source`.
   void ReadFrom(EventSource* source) { m_pSource = source; }
 
-  // Remembers the objects of these ids, so that events of a removed card still have its serial
-  // number.
+  // Remembers the serial numbers and types of these objects, so that events of a removed card are
+  // still logged with its serial number.
   void RememberObjects(const std::vector<PI::CObject>& topology);
-  // Whether each event is about an object whose id is known.
+  // Whether the objects of all events have been remembered.
   bool KnowsAll(const std::vector<PI::CEvent>& events) const;
   // Appends the events to the log and returns them as logged, even if the log cannot be written.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
-  // The newest `limit` events among those not older than `sinceMs`, in order of logging; throws
-  // `Failure` when the log cannot be read.
+  // Returns the newest `limit` events that are not older than `sinceMs`, in the order of the log.
+  // Throws `Failure` if the log cannot be read.
   std::vector<LoggedEvent> ReadOrThrow(std::uint64_t sinceMs, std::size_t limit);
-  // The same, but returns no events if the log cannot be read.
+  // Like `ReadOrThrow`, but returns no events if the log cannot be read.
   std::vector<LoggedEvent> Read(std::uint64_t sinceMs, std::size_t limit);
-  // How many events were ever logged. Reports events that cannot be counted, and returns none then.
+  // Returns the number of events of each kind that were ever logged. If they cannot be counted,
+  // adds a note and returns no counts.
   std::vector<HostKit::EventCount> Count();
 
  private:
@@ -74,7 +75,7 @@ class EventLogClient {
   bool m_IsReportedUnusable = false;
 };
 
-// Advice for a database failure: where the database is, and how to select another one.
+// Returns advice for a database failure: the database file, and how to select another one.
 std::vector<std::string> DatabaseAdvice();
 
 }  // namespace Console

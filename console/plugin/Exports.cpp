@@ -26,13 +26,13 @@ Failure UnreadableFailure(const std::string& file) {
                  elf_errmsg(-1));
 }
 
-bool IsShown(const GElf_Sym& symbol) {
+bool IsExported(const GElf_Sym& symbol) {
   const int visibility = GELF_ST_VISIBILITY(symbol.st_other);
   return symbol.st_shndx != SHN_UNDEF && GELF_ST_BIND(symbol.st_info) != STB_LOCAL &&
          (visibility == STV_DEFAULT || visibility == STV_PROTECTED);
 }
 
-// A section may come in several blocks of data.
+// Adds the exported symbols of a section, which may consist of several data blocks.
 void AddSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
                 std::vector<std::string>& names) {
   for (Elf_Data* data = elf_getdata(section, nullptr); data != nullptr;
@@ -40,7 +40,7 @@ void AddSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header,
     GElf_Sym symbol;
     for (int i = 0; gelf_getsym(data, i, &symbol) != nullptr; ++i) {
       const char* name = elf_strptr(elf, header.sh_link, symbol.st_name);
-      if (name != nullptr && IsShown(symbol)) names.push_back(boost::core::demangle(name));
+      if (name != nullptr && IsExported(symbol)) names.push_back(boost::core::demangle(name));
     }
   }
 }
@@ -52,7 +52,7 @@ void AddSearchPaths(const std::string& list, std::vector<std::string>& paths) {
   paths.insert(paths.end(), parts.begin(), parts.end());
 }
 
-// The segments of a library, and its dynamic one.
+// The segments of a library, including the dynamic segment.
 class Segments {
  public:
   explicit Segments(Elf* elf) : m_Elf(elf), m_File(elf_rawfile(elf, &m_Size)) {
@@ -77,7 +77,7 @@ class Segments {
     return entries;
   }
 
-  // The text at an address, as far as the file goes.
+  // Returns the text at an address, or the part of it that is in the file.
   std::string TextAt(GElf_Addr address) const {
     for (const GElf_Phdr& header : m_Headers) {
       const bool isHere = header.p_type == PT_LOAD && address >= header.p_vaddr &&

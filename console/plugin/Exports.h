@@ -7,25 +7,28 @@
 
 namespace Console {
 
-// The demangled names of all symbols that the library defines for others, sorted. Throws `Failure`
-// if the file cannot be read as a library.
+// Returns the demangled names of all symbols that the library exports, sorted. Throws `Failure` if
+// the file cannot be read or is not a library.
 std::vector<std::string> ExportedSymbols(const std::string& file);
 
-// The libraries that the loader loads with a library, and where it searches for them.
+// The libraries that the loader loads together with a library, and the directories in which it
+// searches for them.
 struct Dependencies {
-  // The libraries that it needs or is a filter for. One with a slash is a path.
+  // The libraries that the library needs or for which it is a filter. A name with a slash is a
+  // path.
   std::vector<std::string> m_Names;
-  // As written in the file, where $ORIGIN is the directory of the file. An empty one is the current
-  // directory.
+  // The paths as written in the file. $ORIGIN stands for the directory of the file, and an empty
+  // path for the current directory.
   std::vector<std::string> m_SearchPaths;
 };
 
-// Read as the loader does, which needs no sections. Both lists are in the order of the file, and
-// empty if the file cannot be read or is not a library.
+// Reads the dependencies from the segments, as the loader does; the file need not have sections.
+// Both lists are in the order of the file, and empty if the file cannot be read or is not a
+// library.
 Dependencies DependenciesOf(const std::string& file);
 
-// The symbols that a host looks up in a plug-in; the first two are the entry points. The list lives
-// as long as the program.
+// Returns the symbols that a host looks up in a plug-in; the first two are the entry points. The
+// list is valid until the program exits.
 const std::vector<std::string>& ExpectedSymbols();
 
 }  // namespace Console

@@ -10,7 +10,7 @@
 
 namespace Console {
 
-// What a command's payload points to, by value. `std::monostate` is a null pointer.
+// The record to which a command's payload points, by value. `std::monostate` is a null pointer.
 using Payload = std::variant<std::monostate, std::vector<PI::CAdapterID>, std::vector<PI::CObject>,
                              std::vector<PI::CProperty>, PI::CProperty, std::vector<PI::COperation>,
                              PI::COperation>;
@@ -22,27 +22,27 @@ struct PluginCommand {
   Payload m_Payload;
 };
 
-// What the call returned, with the payload as the plug-in left it.
+// The result of the call, and the payload after the plug-in has filled or changed it.
 struct PluginReply {
   std::uint32_t m_Result = PI::SUCCESS;
   Payload m_Payload;
 };
 
-// A row per command of the interface.
+// A command of the interface.
 struct CommandRow {
   PI::_COMMAND m_Command;
   const char* m_Name;
-  Payload (*m_EmptyPayload)();  // of the kind that the command expects
+  Payload (*m_EmptyPayload)();  // returns an empty record of the type that the command expects
 };
 
-// The row of a number or of a name; null if the interface has no such command.
+// Return the command with that number or name, or null if the interface has no such command.
 const CommandRow* FindCommand(std::uint32_t command);
 const CommandRow* FindCommand(const std::string& name);
 
-// Whether the command may change something.
+// Whether the command may change a card or a property.
 bool IsChange(const PluginCommand& command);
 
-// Calls the plug-in. From any thread, as `IPLUGINAPI::Execute`.
+// Calls `IPLUGINAPI::Execute` with the command. Thread-safe.
 PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command);
 
 }  // namespace Console

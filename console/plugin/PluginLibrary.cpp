@@ -19,7 +19,8 @@ namespace fs = std::filesystem;
 
 constexpr std::uint32_t kInterfaceVersion = 2;
 
-// Sanitizers cannot symbolize unloaded code, and report what its statics own as leaks.
+// Keeps the code mapped for sanitizers, which cannot symbolize unloaded code and report the memory
+// owned by its static objects as leaks.
 #ifdef CORVANE_KEEP_PLUGIN_MAPPED
 constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
 #else
@@ -49,12 +50,13 @@ void Require(const std::string& objection, const fs::path& file) {
                 objection, TrustAdvice(file));
 }
 
-// Subdirectories of a search path that the loader tries before the path itself. Directories below
-// them are named after processors.
+// Subdirectories of a search path that the loader tries before the path itself. They may contain
+// directories named after processor types.
 constexpr const char* kLoaderDirectories[] = {"glibc-hwcaps", "tls",      "x86_64",  "haswell",
                                               "xeon_phi",     "avx512_1", "aarch64", "atomics"};
 
-// A file that cannot be resolved is returned unchanged: loading it reports the reason.
+// Resolves symbolic links. Returns a file that cannot be resolved unchanged; loading it reports the
+// reason.
 fs::path WithoutLinks(const fs::path& file) {
   std::error_code error;
   const fs::path found = fs::canonical(file, error);
@@ -66,7 +68,7 @@ bool IsNameCharacter(char character) {
          (character >= '0' && character <= '9') || character == '_';
 }
 
-// The length of the variable for the library's own directory, if it begins at `at`, else 0.
+// Returns the length of the $ORIGIN or ${ORIGIN} that starts at `at`, or 0 if there is none.
 std::size_t OriginLength(const std::string& text, std::size_t at) {
   constexpr std::string_view plain = "$ORIGIN";
   constexpr std::string_view braced = "${ORIGIN}";
@@ -77,8 +79,8 @@ std::size_t OriginLength(const std::string& text, std::size_t at) {
   return isOrigin ? plain.size() : 0;
 }
 
-// Replaces the variable for the library's own directory. Fails for other variables, whose values
-// only the loader knows.
+// Replaces $ORIGIN with the directory of `library`. Throws `Failure` for other variables, because
+// only the loader knows their values.
 fs::path Expand(const std::string& text, const fs::path& library) {
   const std::string directory = library.parent_path().string();
   std::string path;
@@ -97,8 +99,9 @@ fs::path Expand(const std::string& text, const fs::path& library) {
   return fs::absolute(path.empty() ? "." : path);
 }
 
-// Checks every file that the loader could load: a library, its dependencies, theirs, and so on.
-// Each search path is applied to every library, because some also apply to indirect dependencies.
+// Checks every file that the loader could load: a library and its direct and indirect dependencies.
+// Every search path is applied to every library, because some paths also apply to indirect
+// dependencies.
 class DependencyChecker {
  public:
   void RequireTrusted(const fs::path& file) {
@@ -115,8 +118,7 @@ class DependencyChecker {
   }
 
  private:
-  // A library's own directory is that of the link through which it was found, not that of the
-  // link's target.
+  // Does not resolve links, because the loader uses the directory of the link as $ORIGIN.
   void RequireTrustedFile(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error) || !m_Seen.insert(file).second) return;
@@ -136,7 +138,7 @@ class DependencyChecker {
     }
   }
 
-  // A directory of a search path, with those below it that the loader prefers.
+  // Adds a directory of a search path and its subdirectories that the loader tries first.
   void AddDirectories(const fs::path& directory) {
     AddDirectory(directory);
     for (const char* name : kLoaderDirectories) {
@@ -169,8 +171,8 @@ class DependencyChecker {
   std::set<std::string> m_Names;
 };
 
-// The file without links: the loader takes the directory of the name that it is given for the
-// library's own.
+// Returns the path without links, because the loader uses the directory of the given path as
+// $ORIGIN.
 fs::path ResolveTrustedLibrary(const std::string& file) {
   Require(ObjectionToCode(file), file);
   const fs::path library = WithoutLinks(file);

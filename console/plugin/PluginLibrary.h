@@ -1,4 +1,4 @@
-// A plug-in's file in this process, and the one instance made from it.
+// A plug-in library that is loaded into this process, and its instance.
 #pragma once
 
 #include <filesystem>
@@ -8,16 +8,17 @@
 
 namespace Console {
 
-// The plug-in that belongs to this program: ../lib/libCorvane.so from the program's directory.
+// Returns the default plug-in: ../lib/libCorvane.so, relative to the program's directory.
 std::filesystem::path DefaultPluginFile();
 
-// The directory in which this program lies.
+// Returns the directory that contains this program.
 std::filesystem::path ProgramDirectory();
 
-// A loaded library with the two entry points; unloaded when destroyed.
+// A loaded plug-in library with its two entry points; unloaded when destroyed.
 class PluginLibrary {
  public:
-  // Throws `Failure` if the file is missing, is not a library, or lacks an entry point.
+  // Throws `Failure` if the file is missing, is not trusted, is not a library, or lacks an entry
+  // point.
   explicit PluginLibrary(const std::filesystem::path& file);
   ~PluginLibrary();
   PluginLibrary(const PluginLibrary&) = delete;
@@ -37,7 +38,7 @@ class PluginLibrary {
   Release m_Release = nullptr;
 };
 
-// The instance, released when destroyed. The library must outlive it.
+// The plug-in's instance, released when destroyed. The library must outlive the instance.
 class PluginInstance {
  public:
   // Throws `Failure` if the plug-in cannot be created or has another interface version.

@@ -23,13 +23,13 @@ PluginSession::PluginSession(const std::filesystem::path& file, EventLogClient& 
   }
 }
 
-// Without a card nothing was started that would have to be stopped.
+// Without cards, the plug-in is not running and has no events.
 PluginSession::~PluginSession() {
   if (HasCards()) CollectPendingEvents();
   Stop();
 }
 
-// A library runs code of its own when it is loaded.
+// Loading has a time limit, because a library runs its initialization code when it is loaded.
 void PluginSession::Load(const std::filesystem::path& file) {
   const auto loaded = std::make_shared<std::unique_ptr<Loaded>>();
   const auto call = [loaded, file] {
@@ -40,8 +40,8 @@ void PluginSession::Load(const std::filesystem::path& file) {
   m_pLoaded = std::move(*loaded);
 }
 
-// Whether the call has ended. Without a thread it cannot be given a time limit, so this waits for
-// one until the deadline and then throws `Failure`.
+// Returns whether the call has returned by the deadline. A time limit requires a thread: if none
+// can be started, retries until the deadline and then throws `Failure`.
 bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>& call,
                                            const Deadline& deadline) {
   constexpr std::chrono::milliseconds kPause(100);
@@ -58,7 +58,7 @@ bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>&
 // The command already has its result, so a plug-in that does not stop only adds a note.
 void PluginSession::Stop() {
   if (!m_pLoaded) return;
-  // The plug-in waits for its jobs for 25 seconds; without one it has only a scan to finish.
+  // The plug-in waits up to 25 seconds for its jobs; without a job, it only has to finish a scan.
   const std::chrono::seconds timeout(HasChanged() ? 30 : 5);
   const auto call = [loaded = m_pLoaded.release(), started = HasCards()] {
     const std::unique_ptr<Loaded> owner(loaded);
@@ -75,7 +75,7 @@ void PluginSession::Stop() {
                        failure.m_Advice);
     return;
   } catch (const std::exception&) {
-    return;  // the plug-in's own, and it is gone now
+    return;  // thrown by the plug-in, which has been unloaded
   }
   m_Diagnostics.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; exiting anyway",
                      {"A card or its driver may be hung; check the kernel log."});

@@ -11,16 +11,16 @@
 
 namespace Console {
 
-// Calls are abandoned when the plug-in does not answer in time. A signal also ends reads, but not
-// changes of a card.
+// Calls are abandoned if the plug-in does not respond in time. A stop signal also ends reads, but
+// not changes to a card.
 class PluginSession : public CommandSession {
  public:
   // Loads and starts the plug-in, which takes more than a second. Throws `Failure`; finding no card
-  // is not a failure. The event log and the diagnostics must outlive it.
+  // is not a failure. The event log and the diagnostics must outlive the session.
   PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
                 Diagnostics& diagnostics, const TimeLimits& limits);
-  // Collects the pending events for the log, then stops and unloads the plug-in; waits up to 25
-  // seconds for its running jobs. A plug-in that does not stop is abandoned with a note.
+  // Logs the pending events, then stops and unloads the plug-in, which waits up to 25 seconds for
+  // running jobs. A plug-in that does not stop is abandoned, and a note is added.
   ~PluginSession() override;
 
   PluginInfo Info() const override { return m_Info; }
@@ -29,8 +29,8 @@ class PluginSession : public CommandSession {
   bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) override;
 
  private:
-  // Used by the plug-in's threads. Destroyed from the last to the first: the instance before its
-  // library, and the notifier after both.
+  // Used by the plug-in's threads. The order of the members matters: the instance is destroyed
+  // before its library, and the notifier after both.
   struct Loaded {
     explicit Loaded(const std::filesystem::path& file) : m_Library(file), m_Plugin(m_Library) {}
 
@@ -47,7 +47,7 @@ class PluginSession : public CommandSession {
                                   OnStop onStop) override;
   void Abandon() override;
 
-  std::unique_ptr<Loaded> m_pLoaded;  // null: abandoned, and never unloaded
+  std::unique_ptr<Loaded> m_pLoaded;  // null: stopped or abandoned
   PluginInfo m_Info;
   Diagnostics& m_Diagnostics;
   const std::size_t m_FailedBefore = HostKit::FailedThreads();

@@ -1,4 +1,4 @@
-// Fields of each plug-in and event log record, used for both reading and writing.
+// The fields of each plug-in and event log record, for both reading and writing.
 #pragma once
 
 #include "host/PluginInterface.h"

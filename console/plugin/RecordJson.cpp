@@ -19,10 +19,11 @@ namespace {
 
 using Json = nlohmann::json;
 
-// An operation may contain objects, which contain operations. No host nests them further.
+// The maximum nesting depth. An operation may contain objects, which contain operations; no host
+// nests them further.
 constexpr int kDeepest = 16;
 
-// Where a value is, for messages.
+// The position of a value in the document, for messages and the depth limit.
 struct Place {
   std::string m_Path;
   int m_Depth = 0;
@@ -220,7 +221,7 @@ void Read(const Json& json, std::array<Element, size>& list, const Place& place)
   for (std::size_t i = 0; i < size; ++i) Read(json[i], list[i], place.Element(i));
 }
 
-// Rejects the first name of the object that was not used.
+// Rejects the first field of the JSON object that is not in `known`.
 void RequireKnown(const Json& json, const std::vector<std::string>& known, const Place& place) {
   for (const auto& [name, value] : json.items()) {
     if (std::find(known.begin(), known.end(), name) != known.end()) continue;

@@ -1,8 +1,8 @@
-// The plug-in interface's records as JSON, for another process.
+// Records of the plug-in interface as JSON, to be exchanged with another process.
 //
 // Fields with default values are omitted, and decoding restores them. Text that is not UTF-8 is
-// written as {"hex": "41ff"}, non-finite numbers as "nan", "inf" and "-inf". Safe to call from any
-// thread.
+// written as {"hex": "41ff"}, non-finite numbers as "nan", "inf" and "-inf". The functions are
+// thread-safe.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -16,39 +16,38 @@
 
 namespace Console {
 
-// JSON that is not the expected record. The text names the place: "payload[2].units:
-// expected a number from 0 to 4294967295".
+// Thrown for JSON that is not the expected record. The message contains the path of the value:
+// "payload[2].units: expected an integer from 0 to 4294967295".
 class RecordError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// {"command": "GET_PROPERTY", "object": 7, "payload": ...}.
+// Returns {"command": "GET_PROPERTY", "object": 7, "payload": ...}.
 nlohmann::json ToJson(const PluginCommand& command);
 // Throws `RecordError`.
 PluginCommand CommandFromJson(const nlohmann::json& json);
 
-// {"result": 0, "payload": ...}.
+// Returns {"result": 0, "payload": ...}.
 nlohmann::json ToJson(const PluginReply& reply);
-// The reply to `command`; throws `RecordError`.
+// Returns the reply to `command`. Throws `RecordError`.
 PluginReply ReplyFromJson(PI::_COMMAND command, const nlohmann::json& json);
 
-// {"file": ..., "module_id": ..., "interface_version": ...}.
+// Returns {"file": ..., "module_id": ..., "interface_version": ...}.
 nlohmann::ordered_json ToJson(const PluginInfo& info);
 // Throws `RecordError`.
 PluginInfo PluginInfoFromJson(const nlohmann::json& json);
 
-// An entry of the event log; the reader throws `RecordError`.
+// Convert an entry of the event log; decoding throws `RecordError`.
 nlohmann::json ToJson(const HostKit::LoggedEvent& event);
 HostKit::LoggedEvent LoggedEventFromJson(const nlohmann::json& json);
 
-// The counts of one event; the reader throws `RecordError`.
+// Convert the count of one kind of event; decoding throws `RecordError`.
 nlohmann::json ToJson(const HostKit::EventCount& count);
 HostKit::EventCount EventCountFromJson(const nlohmann::json& json);
 
-// An event alone.
+// Convert an event of the plug-in; decoding throws `RecordError`.
 nlohmann::json ToJson(const PI::CEvent& event);
-// Throws `RecordError`.
 PI::CEvent EventFromJson(const nlohmann::json& json);
 
 }  // namespace Console

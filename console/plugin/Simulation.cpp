@@ -40,22 +40,23 @@ std::filesystem::path MakeTemporaryDirectory() {
   return name;
 }
 
-// The simulator's error message without the program's name.
+// Returns the simulator's error message without the program's name.
 std::string FirstLine(const std::string& text) {
   const std::string prefix = "cardsim: ";
   const std::string line = text.substr(0, text.find('\n'));
   return line.rfind(prefix, 0) == 0 ? line.substr(prefix.size()) : line;
 }
 
-// Replaces this process with the program; its standard error is redirected to standard output.
+// Replaces this process with the program. The program's standard error goes to this process's
+// standard output; its standard output is discarded.
 int ExecProgram(const std::filesystem::path& program, const Words& words) {
   dup2(STDOUT_FILENO, STDERR_FILENO);
   Base::Discard(STDOUT_FILENO);
   std::vector<char*> arguments;
   std::string name = program.string();
-  Words own = words;
+  Words copies = words;
   arguments.push_back(name.data());
-  for (std::string& word : own) arguments.push_back(word.data());
+  for (std::string& word : copies) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   execv(name.c_str(), arguments.data());
   const std::string why = name + ": " + std::strerror(errno);
@@ -93,12 +94,12 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
   throw SimulationFailure(WhyEnded(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
 }
 
-// Waits in a session of its own for the end of the process that made it, and removes the directory.
-// Keeps no other descriptor open, so that no other process waits for it.
-[[noreturn]] void RunRemover(const std::filesystem::path& directory, int ends) noexcept {
+// Waits until the parent process terminates or closes the pipe, then removes the directory. Runs in
+// a separate session and closes all other descriptors, so that no other process waits for this one.
+[[noreturn]] void RunRemover(const std::filesystem::path& directory, int pipeEnd) noexcept {
   setsid();
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
-  dup2(ends, STDIN_FILENO);
+  dup2(pipeEnd, STDIN_FILENO);
   close_range(STDIN_FILENO + 1, ~0U, 0);
   if (chdir("/") != 0) _exit(EXIT_FAILURE);
   char ignored = 0;
@@ -129,7 +130,7 @@ Simulation::~Simulation() {
   Remove();
 }
 
-// Without one, a directory is left only by a process that is killed.
+// Errors are ignored: without the remover, the directory remains only if this process is killed.
 void Simulation::StartRemover() {
   Base::Pipe pipe = Base::MakePipe();
   if (!pipe.m_Read.IsOpen()) return;
@@ -138,7 +139,7 @@ void Simulation::StartRemover() {
   m_RemoverPipe = std::move(pipe.m_Write);
 }
 
-// Failures are ignored: a leftover directory is harmless, and nothing is left to report them.
+// Errors are ignored: a leftover directory is harmless, and the errors can no longer be reported.
 void Simulation::Remove() noexcept {
   std::error_code ignored;
   std::filesystem::remove_all(m_Directory, ignored);

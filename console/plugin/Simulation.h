@@ -1,4 +1,4 @@
-// Simulated cards instead of the machine's.
+// Simulated cards in place of the machine's cards.
 #pragma once
 
 #include <sys/types.h>
@@ -11,24 +11,25 @@
 
 namespace Console {
 
-// Points the card library at a file of simulated cards, and the PCI lookup at a sysfs tree made for
-// them in a temporary directory, by setting environment variables. The directory is removed when
-// this object is destroyed, and by another process when this one is killed. Construct it before any
-// other thread starts and before the card library is loaded, and at most once.
+// Sets environment variables that point the card library to a file of simulated cards, and the PCI
+// lookup to a sysfs tree generated for these cards in a temporary directory. The directory is
+// removed when this object is destroyed, or by a helper process if this process is killed.
+// Construct at most one, before any other thread starts and before the card library is loaded.
 class Simulation {
  public:
-  // An empty `file` means the simulator's default. Throws `Failure` if the file cannot be read, the
-  // directory cannot be created, or the simulator does not create the tree within the time limit of
-  // a call; then no directory remains. A stop signal throws `Stopped`.
+  // An empty `file` selects the simulator's default file. Throws `Failure` if the file cannot be
+  // read, the directory cannot be created, or the simulator does not create the tree within the
+  // time limit of a call. Throws `Stopped` on a stop signal. No directory remains after an
+  // exception.
   Simulation(const std::string& file, const TimeLimits& limits);
   ~Simulation();
   Simulation(const Simulation&) = delete;
   Simulation& operator=(const Simulation&) = delete;
 
  private:
-  // Starts the process that removes the directory after this one has died.
+  // Starts the helper process that removes the directory after this process has terminated.
   void StartRemover();
-  // Removes the directory and ends that process. A directory that cannot be removed is left.
+  // Removes the directory, if possible, and waits for the helper process to exit.
   void Remove() noexcept;
 
   std::filesystem::path m_Directory;

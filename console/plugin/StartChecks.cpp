@@ -18,7 +18,7 @@
 namespace Console {
 namespace {
 
-// The plug-in and its libraries, its database, the trace, a pipe and some to spare.
+// Enough for the plug-in and its libraries, the database, the trace, a pipe and a reserve.
 constexpr std::size_t kNeeded = 64;
 
 Failure BusFailure(const std::string& file, int error) {
@@ -55,7 +55,7 @@ void RequireDescriptors() {
   }
 }
 
-// A machine without a PCI bus has no such directory.
+// On a machine without a PCI bus, the directory does not exist.
 void RequireReadableBus() {
   const std::string directory = (HostKit::SysfsRoot() / "bus" / "pci" / "devices").string();
   const std::unique_ptr<DIR, CloseDirectory> devices(opendir(directory.c_str()));

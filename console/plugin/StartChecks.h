@@ -1,14 +1,14 @@
-// Whether there are enough file descriptors for a plug-in.
+// Checks for conditions under which a plug-in would wrongly find no cards.
 #pragma once
 
 namespace Console {
 
-// A plug-in that cannot open files finds no cards, which would be a misleading result. Throws
-// `Failure` unless many more files can be opened than a plug-in needs.
+// Throws `Failure` if too few files can be opened for a plug-in. A plug-in that cannot open files
+// finds no cards, which would be misleading.
 void RequireDescriptors();
 
-// When a plug-in has found no card: throws `Failure` when that may be because the system's list of
-// cards cannot be read.
+// Call if a plug-in has found no card. Throws `Failure` if the system's list of PCI devices, in
+// which the plug-in detects cards, cannot be read.
 void RequireReadableBus();
 
 }  // namespace Console

@@ -1,4 +1,4 @@
-// How long a command waits for a plug-in that does not respond.
+// Time limits of a command, for a plug-in that does not respond.
 #pragma once
 
 #include <chrono>
@@ -8,14 +8,13 @@
 
 namespace Console {
 
-// A limit that is not set never ends a wait.
+// A member without a value sets no limit.
 struct TimeLimits {
-  Deadline m_Total;                                   // of all reads together
-  std::optional<std::chrono::milliseconds> m_Call;    // of each call, from its start
-  std::optional<std::chrono::milliseconds> m_Format;  // of a format, from its start
+  Deadline m_Total;                                   // for all reads together
+  std::optional<std::chrono::milliseconds> m_Call;    // for each call, from its start
+  std::optional<std::chrono::milliseconds> m_Format;  // for a format, from its start
 
-  // The deadline of a call that starts now: the end of its own limit or of the total, whichever is
-  // earlier. Without either, there is none.
+  // Returns the deadline of a call that starts now: the earlier of `m_Call` from now and `m_Total`.
   Deadline ForCall() const { return Deadline(m_Call).Earlier(m_Total); }
 };
 

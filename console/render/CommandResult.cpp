@@ -12,7 +12,7 @@ namespace {
 constexpr int kFormatMajor = 1;
 constexpr int kFormatMinor = 0;
 
-// The largest number up to which every reader of JSON keeps all digits.
+// JSON readers that store numbers as doubles keep all digits of integers up to this one.
 constexpr std::uint64_t kExactInDouble = 1ULL << 53;
 
 Json MessageJson(const Message& message) {

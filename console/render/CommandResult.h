@@ -1,4 +1,4 @@
-// The result of a command in every output format, and how it is rendered.
+// The result of a command, and its rendering in all output formats.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -15,17 +15,19 @@ namespace Console {
 
 using Json = nlohmann::ordered_json;
 
+// The comments name the formats that use a member.
 struct CommandResult {
-  Json m_Json;  // json; null: everything has already been written
-  const char* m_Items =
-      nullptr;    // jsonl: the list in `m_Json` that is written one element per line
-  Table m_Table;  // table, tree, tsv
+  // json and jsonl; null in jsonl: everything has already been written.
+  Json m_Json;
+  // jsonl: the list in `m_Json` that is written with one element per line; null: none.
+  const char* m_Items = nullptr;
+  Table m_Table;                      // table, tree, tsv
   std::vector<std::string> m_Values;  // value
-  std::optional<std::string> m_Text;  // instead of the table, for people
+  std::optional<std::string> m_Text;  // table, tree: printed instead of `m_Table`
   ExitCode m_Code = ExitCode::Done;
 };
 
-// What a JSON document has around a result.
+// The parts of a JSON document around the result.
 struct Envelope {
   std::string m_Command;
   std::optional<PluginInfo> m_Plugin;
@@ -33,17 +35,18 @@ struct Envelope {
   ExitCode m_Code = ExitCode::Done;
 };
 
-// One of "table", "tree", "tsv", "json", "jsonl", "value", ready to be written.
+// Renders a result in the format `form`: "table", "tree", "tsv", "json", "jsonl" or "value".
 std::string Render(const CommandResult& result, const std::string& form, const Style& style,
                    const Envelope& envelope);
 
-// The JSON document around a result, in one line or several.
+// Renders the JSON document that contains a result, on one line or several.
 std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool oneLine);
 
-// Adds a value under `name`, and as text under NAME_s if the number is too large for a double.
+// Adds a value as `name`. If it is an integer that a double may not store exactly, also adds its
+// text as NAME_s.
 void PutValue(Json& into, const std::string& name, const Value& value);
 
-// An object with all fields of its kind, unknown ones as null.
+// Returns an object with all fields of its kind; unknown values are null.
 Json ObjectJson(const Model& model, const Object& object);
 
 }  // namespace Console

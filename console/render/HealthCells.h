@@ -1,4 +1,4 @@
-// The health of an object in tables.
+// Table cells for the health of an object.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@
 
 namespace Console {
 
-// A status for people: healthy ones in lower case.
+// Returns a status as text for people; a healthy status is in lower case.
 std::string StatusText(const Value& status);
 
-// The cell of a status as shown to people; scripts get the plug-in's status.
+// Returns a cell with the displayed status for people and the plug-in's status for scripts.
 Cell StatusCell(const Health& health);
 
 }  // namespace Console

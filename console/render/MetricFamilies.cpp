@@ -27,7 +27,7 @@ using Labels = std::vector<std::pair<std::string, std::string>>;
 
 constexpr const char* kPrefix = "corvane_";
 
-// What a family's samples are made from, in addition to its row.
+// The input for a family's samples, in addition to its row.
 struct Source {
   const MetricInput& m_Observed;
   std::map<const Object*, std::string> m_CardNames;
@@ -42,7 +42,7 @@ struct MetricRow {
   const char* m_Help;
 };
 
-// Invalid UTF-8 and control characters are made visible; a line break has its own escape.
+// Makes invalid UTF-8 and control characters visible, except line breaks, which the output escapes.
 std::string LabelText(const std::string& text) {
   std::vector<std::string> lines;
   boost::split(lines, text, boost::is_any_of("\n"));
@@ -62,7 +62,7 @@ std::vector<const Object*> Of(const Source& source, Kind kind) {
   return objects;
 }
 
-// A drive is named within its card.
+// Returns the labels that identify an object. A drive is identified within its card.
 Labels IdentityOf(const Object& object, const Source& source) {
   Labels labels;
   if (const Object* adapter = AdapterOf(*source.m_Observed.m_pModel, object)) {
@@ -87,8 +87,8 @@ void AddStates(Samples& samples, const MetricRow& row, const Labels& identity,
   for (const std::string& state : all) {
     Labels labels = identity;
     labels.emplace_back(kPrefix + std::string(row.m_Name), state);
-    const bool is = std::find(current.begin(), current.end(), state) != current.end();
-    samples.push_back({labels, is ? "1" : "0"});
+    const bool isCurrent = std::find(current.begin(), current.end(), state) != current.end();
+    samples.push_back({labels, isCurrent ? "1" : "0"});
   }
 }
 
@@ -98,7 +98,7 @@ void AddMissing(std::vector<std::string>& all, const std::vector<std::string>& c
   }
 }
 
-// The functions of the table.
+// Functions that gather the samples of the rows in `kMetrics`.
 
 Samples PluginUp(const MetricRow&, const Source& source) {
   return {{{}, source.m_Observed.m_pModel == nullptr ? "0" : "1"}};
@@ -124,7 +124,7 @@ Samples Numbers(const MetricRow& row, const Source& source) {
   return samples;
 }
 
-// The states that the plug-in declares, and the current one if it is not among them.
+// Gathers the states that the plug-in declares, and the current state if it is not declared.
 template <Kind kind>
 Samples States(const MetricRow& row, const Source& source) {
   Samples samples;
@@ -143,7 +143,8 @@ Samples States(const MetricRow& row, const Source& source) {
   return samples;
 }
 
-// All possible reasons, so that a reason that ends becomes 0 and its series has no gap.
+// Returns all possible reasons, so that a reason that no longer applies is reported as 0 and its
+// series has no gap.
 std::vector<std::string> AllReasons() {
   std::vector<std::string> names;
   for (const std::uint32_t number : HostKit::NumbersOf(HostKit::Family::Value)) {

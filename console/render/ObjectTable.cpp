@@ -18,7 +18,7 @@ std::string Ids(const std::vector<std::uint64_t>& ids) {
   return texts.empty() ? "-" : fmt::format("{}", fmt::join(texts, ","));
 }
 
-// Columns that come from the object itself and not from a property.
+// Columns whose value comes from the object itself instead of a property.
 struct OwnColumn {
   const char* m_Name;
   const char* m_Heading;

@@ -1,4 +1,4 @@
-// Tables with a row for each object.
+// Tables with one row per object.
 #pragma once
 
 #include <string>
@@ -9,13 +9,14 @@
 
 namespace Console {
 
-// The names of all columns that such a table can have.
+// Returns the names of all columns that such a table can have.
 std::vector<std::string> ObjectColumnNames();
 
-// The columns of these names. Throws `Failure` for an unknown name.
+// Returns the columns with these names. Throws `Failure` for an unknown name.
 std::vector<Column> ObjectColumns(const std::vector<std::string>& names);
 
-// What a kind of object cannot have is left blank for people, and is unknown to scripts.
+// Returns the cell of an object in the column `name`. If the object's kind does not have the
+// column, the cell is blank for people and "-" for scripts.
 Cell ObjectCell(const Model& model, const Object& object, const std::string& name, bool ascii);
 
 }  // namespace Console

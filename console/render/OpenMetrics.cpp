@@ -12,7 +12,7 @@ struct TypeRow {
   MetricType m_Type;
   const char* m_Name;
   const char* m_PlainName;
-  const char* m_Ending;  // of its samples' names
+  const char* m_Suffix;  // added to the names of samples
 };
 
 constexpr TypeRow kTypes[] = {
@@ -22,7 +22,7 @@ constexpr TypeRow kTypes[] = {
     {MetricType::StateSet, "stateset", "gauge", ""},
 };
 
-// Quoted; the three escapes are those of JSON.
+// Quotes a label; the three escapes of the format are the same in JSON.
 std::string Quoted(const std::string& label) {
   return nlohmann::json(label).dump();
 }
@@ -42,7 +42,7 @@ std::string SampleLine(const std::string& name, const Sample& sample) {
 
 std::string SampleLines(const Family& family) {
   std::string lines;
-  const std::string name = family.m_Name + RowOf(family.m_Type).m_Ending;
+  const std::string name = family.m_Name + RowOf(family.m_Type).m_Suffix;
   for (const Sample& sample : family.m_Samples) lines += SampleLine(name, sample);
   return lines;
 }
@@ -68,7 +68,7 @@ std::string PlainMetricsText(const std::vector<Family>& families) {
   for (const Family& family : families) {
     if (family.m_Samples.empty()) continue;
     const TypeRow& type = RowOf(family.m_Type);
-    const std::string name = family.m_Name + type.m_Ending;
+    const std::string name = family.m_Name + type.m_Suffix;
     text +=
         fmt::format("# HELP {} {}\n# TYPE {} {}\n", name, family.m_Help, name, type.m_PlainName) +
         SampleLines(family);

@@ -1,4 +1,4 @@
-// Metrics as the text that collectors read.
+// Metrics in the text formats that collectors read.
 #pragma once
 
 #include <string>
@@ -8,13 +8,14 @@
 
 namespace Console {
 
-// "gauge", "counter", "info", "stateset".
+// Returns "gauge", "counter", "info" or "stateset".
 const char* MetricTypeName(MetricType type);
 
-// OpenMetrics 1.0, with its end mark.
+// Renders the metrics as OpenMetrics 1.0, including the end marker.
 std::string OpenMetricsText(const std::vector<Family>& families);
 
-// The older text format 0.0.4, which has no units and neither stateset nor info families.
+// Renders the metrics in the older text format 0.0.4, which does not have units, stateset families
+// or info families.
 std::string PlainMetricsText(const std::vector<Family>& families);
 
 }  // namespace Console

@@ -36,15 +36,16 @@ ScolsTable NewTable(const Style& style) {
   if (!table) throw std::bad_alloc();
   scols_table_enable_ascii(table.get(), style.m_Ascii ? 1 : 0);
   scols_table_enable_colors(table.get(), style.m_Color ? 1 : 0);
-  // It would escape the backslash of an escape.
+  // The library's encoding would escape the backslashes in escape sequences again.
   scols_table_enable_noencoding(table.get(), 1);
   scols_table_enable_noheadings(table.get(), style.m_Headings ? 0 : 1);
-  // The library must not detect a terminal: it would truncate cells.
+  // The library truncates cells if it detects a terminal.
   scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
   return table;
 }
 
-// A column is never narrower than its heading, even without a header row.
+// Pads a heading to the column's minimum width, because the library never makes a column narrower
+// than its heading, even without a header row.
 std::string WideHeading(const Column& column) {
   std::string heading = column.m_Heading;
   heading.resize(std::max(heading.size(), column.m_Min), ' ');
@@ -71,7 +72,7 @@ void FillLine(libscols_line* line, const Row& row) {
   }
 }
 
-// The library pads a line up to its last column, also when the cells there are empty.
+// Removes the padding that the library adds up to the last column, even if the cells are empty.
 std::string WithoutTrailingSpaces(const std::string& text) {
   std::string result;
   for (const char c : text) {
@@ -88,7 +89,7 @@ Cell TextCell(const std::string& text) {
   return {text, Base::Printable(text), Severity::Neutral};
 }
 
-// Healthy values are in lower case.
+// Healthy values are shown in lower case.
 Cell ValueCell(const Value& value, bool ascii) {
   Cell cell{HumanText(value, ascii), BareText(value), value.m_Severity};
   if (value.m_Severity == Severity::Good) {

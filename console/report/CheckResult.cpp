@@ -42,7 +42,7 @@ constexpr StatusStateRow kStatuses[] = {
 
 enum class Limit { Above, Below };
 
-// Temperatures and watts have no unit in the convention: it is in the label.
+// The output format has no units for temperature and power, so these units are in the labels.
 struct ReadingRow {
   const char* m_Label;
   const char* m_Field;
@@ -58,7 +58,7 @@ struct ReadingRow {
 
 // clang-format off
 constexpr ReadingRow kReadings[] = {
-    // label                field                  unit scale  warning and critical                                            beyond        from to
+    // label                field                  unit scale  warning                      critical                        limit         min  max    max field
     {"temperature_celsius", "temperature_celsius",  "",    1, "temperature_warning_celsius", "temperature_critical_celsius", Limit::Above, "",  "",    nullptr},
     {"reserve_space",       "reserve_space_ratio",  "%", 100, "reserve_space_warning_ratio", nullptr,                        Limit::Below, "0", "100", nullptr},
     {"endurance_used",      "endurance_used_ratio", "%", 100, nullptr,                       nullptr,                        Limit::Above, "0", "",    nullptr},
@@ -81,7 +81,7 @@ CheckState StateOf(const Value& status) {
   return CheckState::Unknown;
 }
 
-// Empty for what is unknown.
+// Returns empty for an unknown value.
 std::string NumberText(const Object& object, const char* field, double scale) {
   const Value value = field == nullptr ? Value{} : ReadField(object, field);
   if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
@@ -95,7 +95,7 @@ std::string RangeText(const std::string& number, Limit limit) {
   return number.empty() || limit == Limit::Above ? number : number + ":";
 }
 
-// Without characters that would end a label or need quoting.
+// Replaces characters that would end a label or require quotes.
 std::string LabelText(const std::string& text) {
   std::string label;
   for (const char c : text) {
@@ -119,7 +119,7 @@ void AddReadings(std::vector<CheckReading>& into, const Object& adapter, const s
   }
 }
 
-// Trailing separators are omitted, as the format allows.
+// Omits trailing separators, as the output format allows.
 std::string CheckReadingText(const CheckReading& r) {
   std::string text = fmt::format("{}={}{};{};{};{};{}", r.m_Label, r.m_Value, r.m_Unit, r.m_Warning,
                                  r.m_Critical, r.m_Minimum, r.m_Maximum);
@@ -127,12 +127,12 @@ std::string CheckReadingText(const CheckReading& r) {
   return text;
 }
 
-// A bar would start the performance data.
+// Replaces bars, because a bar starts the performance data.
 std::string WithoutBars(const std::string& text) {
   return boost::replace_all_copy(text, "|", "/");
 }
 
-// A drive has no reasons of its own; its card reports them.
+// Describes an object that is not OK. A drive has no reasons; its card reports them.
 std::string ComplaintText(const Finding& finding, bool ascii) {
   std::string why;
   for (const Reason& reason : finding.m_Health.m_Reasons) {
@@ -154,7 +154,7 @@ std::string Counted(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
-// The worst come first, because a monitoring system may truncate the line.
+// Lists the worst objects first, because a monitoring system may truncate the line.
 std::string Complaints(const CheckResult& check, bool ascii) {
   std::string text;
   for (const CheckState state : {CheckState::Critical, CheckState::Warning, CheckState::Unknown}) {

@@ -1,4 +1,4 @@
-// The state of the cards in the plug-in format of monitoring systems: a state, a line with the
+// The state of the cards in the output format of monitoring checks: a state, a line with the
 // reason, one line per object, and readings with their limits.
 #pragma once
 
@@ -14,8 +14,9 @@ namespace Console {
 // From best to worst; UNKNOWN must not hide WARNING or CRITICAL.
 enum class CheckState { Ok, Unknown, Warning, Critical };
 
-// "OK", "UNKNOWN", "WARNING", "CRITICAL".
+// Returns "OK", "UNKNOWN", "WARNING" or "CRITICAL".
 const char* CheckStateName(CheckState state);
+// Returns the exit code for a state.
 ExitCode CheckStateCode(CheckState state);
 
 struct Finding {
@@ -36,22 +37,22 @@ struct CheckReading {
 };
 
 struct CheckResult {
-  CheckState m_State = CheckState::Unknown;  // the worst of all; unknown without any object
+  CheckState m_State = CheckState::Unknown;  // the worst state; `Unknown` without objects
   std::vector<Finding> m_Findings;
   std::vector<CheckReading> m_Readings;
 };
 
-// The state follows from the status that the plug-in reports; reasons and readings are details.
-// `top` is part of `model`, which must outlive the result, or null for all objects.
+// Checks `top`, which is part of `model`, and the objects below it; null: all objects. The state is
+// derived only from the status that the plug-in reports. The model must outlive the result.
 CheckResult CheckObjects(const Model& model, const Object* top);
 
-// The reason, in one line without a bar.
+// Returns the reason for the state, on one line and without bars.
 std::string Summary(const CheckResult& check, bool ascii);
 
-// The complete output: the first line with the readings, and the lines of the objects.
+// Returns the complete output: the first line with the readings, then the lines of the objects.
 std::string CheckText(const CheckResult& check, bool ascii);
 
-// The same if the cards could not be read.
+// Returns the complete output for a failure to read the cards.
 std::string CheckText(const Failure& failure);
 
 }  // namespace Console

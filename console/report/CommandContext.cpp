@@ -49,8 +49,8 @@ std::vector<std::string> ConfigAdvice(const std::filesystem::path& file, int err
   }
 }
 
-// A plug-in would use defaults for a file that it cannot read, and the next change would overwrite
-// the file.
+// Throws `Failure` if the configuration file cannot be read: the plug-in would use defaults, and
+// the next change would overwrite the file.
 void RequireReadableConfig() {
   PI::CConfigFile config;
   config.SetFileName(kConfigFile);

@@ -1,4 +1,4 @@
-// What a command works with while it runs.
+// The context of a running command: its options, session, event log and output.
 #pragma once
 
 #include <filesystem>
@@ -20,7 +20,7 @@
 
 namespace Console {
 
-// What a session is made for. The references outlive the session.
+// The input of a session factory. The references outlive the session.
 struct SessionRequest {
   const std::string& m_Command;
   const Options& m_Options;
@@ -29,7 +29,7 @@ struct SessionRequest {
   const TimeLimits& m_Limits;
 };
 
-// Makes the session of a context; null: load the plug-in into this process.
+// Creates the session of a context. If it returns null, the plug-in is loaded into this process.
 using SessionFactory = std::function<std::unique_ptr<Session>(const SessionRequest&)>;
 
 class Context {
@@ -40,41 +40,43 @@ class Context {
           SessionFactory factory = {});
   ~Context();
 
-  // Sets how long the plug-in may take (default: no limit).
+  // Sets the time limits for the plug-in (default: no limits).
   void Limit(const TimeLimits& limits) { m_Limits = limits; }
 
-  // A new context with other options, which must outlive it; its session is not open.
+  // Returns a context with other options, which must outlive it. Its session is not open.
   Context With(const Options& options) const;
 
-  // Applies the options that a plug-in depends on to this process: tracing, database, simulated
-  // cards, which exist until `Close`. `Open` does that for a plug-in in this process. Throws
-  // `Failure`.
+  // Applies the options for tracing, the database and simulated cards to this process; simulated
+  // cards exist until `Close`. `Open` calls this before it loads a plug-in into this process.
+  // Throws `Failure`.
   void PrepareForPlugin();
-  // The session. The first call starts the plug-in, with simulated cards if requested, and adds a
-  // note if no cards are found.
+  // Returns the session. The first call starts the plug-in, with simulated cards if requested, and
+  // adds a note if no cards are found.
   Session& Open();
-  // The same for a command that waits for events. Throws `Failure` if none can arrive because the
-  // plug-in could not start the thread that polls the cards.
+  // Like `Open`, for a command that waits for events. Throws `Failure` if no events can arrive
+  // because the plug-in could not start the thread that polls the cards.
   Session& OpenToWait();
-  // Stops the plug-in; the result is written after that. Does nothing if it is not running.
+  // Stops the plug-in if it is running. The result is written after that.
   void Close();
-  // The objects as they are now.
+  // Returns the current objects.
   Model Objects() { return Model(Open().Topology()); }
 
-  // The plug-in that the options select.
+  // Returns the plug-in file that the options select.
   std::filesystem::path PluginFile() const;
 
-  // The host's event log; to be read when the session is open.
+  // The host's event log. Open the session before reading, because the session selects the source.
   EventLogClient& EventLog() { return m_EventLog; }
 
-  // Writes a part of the result now, for a command that continues.
+  // Writes a part of the result immediately, for a command that continues. Only the first part has
+  // headings.
   void Emit(const CommandResult& result, bool first);
-  // The stream of the result, for a screen.
+  // The stream of the result, for full-screen output.
   const ResultStream& Stream() const { return m_Stream; }
-  // Whether the reader of the result is gone, and the wait set that ends a wait when it goes.
+  // Whether the reader has closed the output.
   bool HasLostReader() const;
+  // Returns a wait set that ends a wait when the reader closes the output.
   WaitSet ReaderWaitSet() const;
-  // The envelope for a result, with the messages so far.
+  // Returns the envelope for a result, with the messages so far.
   Envelope EnvelopeFor(ExitCode code) const;
 
   const Options& m_Options;
@@ -82,7 +84,7 @@ class Context {
   Diagnostics& m_Diagnostics;
   const std::string m_Command;
   const std::string m_Form;
-  const std::vector<std::string> m_Arguments;  // without the verb
+  const std::vector<std::string> m_Arguments;  // without the command
 
  private:
   Session& Start();

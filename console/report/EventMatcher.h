@@ -1,4 +1,4 @@
-// Events of earlier runs and the objects of this one.
+// Matches events of earlier runs with the objects of this run.
 #pragma once
 
 #include <cstdint>
@@ -12,15 +12,15 @@
 
 namespace Console {
 
-// Finds the current object of an event of an earlier run: by kind and by serial number of the card,
-// or by name if it has none. The model must outlive it.
+// Finds the current object of an event of an earlier run: by type and serial number, or by name if
+// the event has no serial number. The model must outlive the matcher.
 class EventMatcher {
  public:
   explicit EventMatcher(const Model& model);
 
-  // The object, or null.
+  // Returns the object of the event, or null.
   const Object* Find(const LoggedEvent& event) const;
-  // The events by object, without those whose object is gone.
+  // Groups the events by object and omits those whose object is gone.
   std::map<const Object*, std::vector<LoggedEvent>> Sort(const std::vector<LoggedEvent>& log) const;
 
  private:

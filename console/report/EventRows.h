@@ -9,13 +9,14 @@
 
 namespace Console {
 
-// The columns of a row, wide enough for every event, because rows may be drawn one at a time.
+// Returns the columns of event rows, wide enough for every event, because rows may be drawn one at
+// a time.
 const std::vector<Column>& EventColumns();
 
-// The event as a row of those columns, and as an object with the fields of the JSON output.
-// `object` is the object of the event, or null if it is gone: the row then has the serial number
-// from the log, else the id, and the JSON object has null for `object` and `id`. Both use the
-// arguments only during the call.
+// Return an event as a table row and as an element of the JSON output. `object` is the object of
+// the event, or null if the object is gone: the row then contains the serial number or, if the log
+// has none, the object id, and the JSON contains null for `object` and `id`. The results do not
+// refer to the arguments.
 Row EventRow(const Object* object, const LoggedEvent& event);
 Json EventJson(const Object* object, const LoggedEvent& event);
 

@@ -1,4 +1,4 @@
-// The answer of `list` and `tree`: a row for each object.
+// The result of `list` and `tree`: one row per object.
 #pragma once
 
 #include <string>
@@ -9,11 +9,12 @@
 
 namespace Console {
 
-// The columns of a list without options.
+// Returns the default columns.
 const std::vector<std::string>& UsualColumns();
 
-// Every object with the columns that the options name, else `usual`; the plug-in only if
-// `withPlugin`. Throws `Failure`, for a wrong column before the plug-in is brought up.
+// Returns every object with the columns from the options, or `usual` without that option; includes
+// the plug-in object if `withPlugin`. Throws `Failure`; an unknown column is reported before the
+// plug-in is started.
 CommandResult ObjectOverview(Context& context, const std::vector<std::string>& usual,
                              bool withPlugin);
 

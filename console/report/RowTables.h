@@ -1,4 +1,4 @@
-// The tables of the host's database, as people call them.
+// The tables of the host's database, by their names on the command line.
 #pragma once
 
 #include <string>
@@ -18,7 +18,7 @@ constexpr RowSource kRowSources[] = {{"adapter", HostKit::RowKind::Adapter},
                                      {"drive", HostKit::RowKind::Drive},
                                      {"plugin", HostKit::RowKind::Plugin}};
 
-// The names in `kRowSources`, in that order.
+// Returns the names in `kRowSources`, in that order.
 std::vector<std::string> RowTableNames();
 
 }  // namespace Console

@@ -9,8 +9,8 @@ namespace {
 
 namespace E = PI::Event;
 
-// Whether an event ends a reason: a new card has no history, and a healthy card has no reasons
-// except ATTACHED or DETACHED.
+// Whether an event ends a reason. Adding or removing a card ends every reason. CTRL_ATTACHED ends
+// DETACHED, and CTRL_NORMAL ends every other reason.
 bool Ends(std::uint32_t reason, std::uint32_t event) {
   if (event == E::CTRL_PNPADD || event == E::CTRL_PNPREMOVE) return true;
   return event == (reason == static_cast<std::uint32_t>(PI::Value::DETACHED) ? E::CTRL_ATTACHED
@@ -21,7 +21,8 @@ std::string NameOfStatus(PI::_VALUE_ID status) {
   return HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(status));
 }
 
-// When `reason` last began, with the event `beginning`, and has not ended since.
+// Returns the time of the last event `beginning`, which starts `reason`, or empty if there is none
+// or the reason has ended since.
 std::optional<std::uint64_t> BeginOf(std::uint32_t reason, std::uint32_t beginning,
                                      const std::vector<LoggedEvent>& events) {
   std::optional<std::uint64_t> begin;

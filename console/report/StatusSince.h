@@ -1,4 +1,4 @@
-// When the current status of an object began, from the event log.
+// The start time of an object's current status, from the event log.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +10,9 @@
 
 namespace Console {
 
-// The time of the event that started the current status, in milliseconds since the epoch. `events`
-// are those of the object, in order of logging. Empty unless the log has the start of every reason
-// for the status: the log has only what began while a host was running.
+// Returns the time of the event that started the current status, in milliseconds since the epoch.
+// `events` are the events of the object, in the order of the log. Returns empty if the log lacks
+// the start of a reason for the status, because events are logged only while a host is running.
 std::optional<std::uint64_t> StatusSince(const Health& health,
                                          const std::vector<LoggedEvent>& events);
 

@@ -13,7 +13,7 @@
 namespace Console {
 namespace {
 
-// Widths of the columns. Extra space of a wide terminal is given to names first, then to graphs.
+// Widths of the columns. On a wide terminal, extra space goes first to names, then to graphs.
 struct Widths {
   static constexpr std::size_t kObject = 7, kStatus = 10, kTemperature = 6, kRatio = 5, kGaps = 8;
   std::size_t m_Name = 12, m_Sparkline = 8, m_Bar = 5;
@@ -40,7 +40,7 @@ std::optional<double> Number(const Value& value) {
   return number == nullptr ? std::nullopt : std::optional<double>(*number);
 }
 
-// The severity of the limit that a temperature has reached.
+// Returns the severity of the highest limit that the temperature has reached.
 Severity TemperatureSeverity(const Object& object) {
   const auto now = Number(ReadField(object, "temperature_celsius"));
   const auto warning = Number(ReadField(object, "temperature_warning_celsius"));

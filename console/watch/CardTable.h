@@ -13,10 +13,11 @@ namespace Console {
 struct CardTable {
   Line m_Headings;
   std::vector<Line> m_Lines;
-  std::size_t m_Chosen = 0;  // position of the chosen object's line
+  std::size_t m_Chosen = 0;  // index of the selected object's line
 };
 
-// For a screen of that many columns; `chosen` is the id of the object whose line is highlighted.
+// Draws the table for a screen with `columns` columns. `chosen` is the id of the object whose line
+// is highlighted.
 CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t columns,
                         bool ascii);
 

@@ -16,10 +16,10 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t kMaxTemperatures = 240;
 
-// As reported by the plug-in, or its default.
+// Returns the poll interval that the plug-in reports, or the plug-in's default if it is unknown.
 milliseconds PollIntervalOf(const Model& model) {
-  constexpr std::uint64_t kUsual = 15;
-  std::uint64_t seconds = kUsual;
+  constexpr std::uint64_t kDefault = 15;
+  std::uint64_t seconds = kDefault;
   for (const Object& object : model.Objects()) {
     const Field* field = FindField(object.m_Kind, "poll_interval_seconds");
     if (field == nullptr) continue;
@@ -49,8 +49,9 @@ bool LiveModel::Wait(milliseconds timeout, const WaitSet& also) {
   return true;
 }
 
-// Events are available as soon as the objects show the change, before the notification. They are
-// read first, so that none gets the name of a position that another card has by now.
+// The plug-in provides an event as soon as its objects show the change, before the notification.
+// Objects are read after events, so that each event is shown with the current selector of its
+// object.
 void LiveModel::Read() {
   const std::vector<LoggedEvent> events = m_Session.CollectEvents();
   m_Model = Model(m_Session.Topology());

@@ -1,4 +1,5 @@
-// The objects and events of a live view, read at the pace of the plug-in.
+// The objects and events of a live view, read again after each notification of the plug-in and at
+// regular intervals.
 #pragma once
 
 #include <chrono>
@@ -16,35 +17,36 @@ namespace Console {
 
 class LiveModel {
  public:
-  // An event as it was when it arrived: its object may be gone since.
+  // An event, rendered when it arrived, because its object may be removed later.
   struct Entry {
     Row m_Row;
     Json m_Json;
     Severity m_Severity;
   };
 
-  // Reads everything once, including the pending events.
+  // Reads all objects and the pending events.
   explicit LiveModel(Session& session);
 
-  // Of events that are kept.
+  // The number of events that are kept.
   static constexpr std::size_t kMaxEvents = 1000;
 
-  // Puts events of earlier runs before those received.
+  // Inserts events of earlier runs before the events received so far.
   void Recall(const std::vector<LoggedEvent>& past);
 
-  // Waits for a notification or for a third of the poll interval since the last reading, whichever
-  // comes first, but at most `timeout` and only until one of `also` is ready. True if it has read
-  // everything again. Throws `Stopped` on a stop signal.
+  // Waits for a notification or until a third of the poll interval has elapsed since the last
+  // reading, then reads everything again and returns true. Returns false if `timeout` expires or a
+  // descriptor of `also` is ready first. Throws `Stopped` on a stop signal.
   bool Wait(std::chrono::milliseconds timeout, const WaitSet& also);
 
   const Model& Objects() const { return m_Model; }
-  // The newest last; the oldest are dropped when there are very many.
+  // The newest `kMaxEvents` events, the newest last.
   const std::deque<Entry>& Log() const { return m_Log; }
   // The number of events received or recalled, including dropped ones.
   std::size_t EventCount() const { return m_EventCount; }
-  // The temperatures read so far, the newest last; empty for an object without one.
+  // The latest temperatures of an object, the newest last; empty for an object without a
+  // temperature.
   const std::deque<double>& Temperatures(std::uint64_t object) const;
-  // The interval at which the plug-in reads all values.
+  // The interval at which the plug-in polls the cards.
   std::chrono::milliseconds PollInterval() const { return m_PollInterval; }
 
  private:

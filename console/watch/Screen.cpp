@@ -1,4 +1,5 @@
-// The only source that includes curses: its macros collide with names of the host.
+// The only source that includes curses, because the macros of curses collide with names of the
+// host.
 #define _XOPEN_SOURCE_EXTENDED 1
 #include "console/watch/Screen.h"
 
@@ -79,7 +80,7 @@ std::unique_ptr<Screen> Screen::Open(std::FILE* out, const Style& style) {
   if (terminal->m_pScreen == nullptr) return nullptr;
   terminal->m_Color = style.m_Color;
   std::unique_ptr<Screen> screen(new Screen(std::move(terminal)));
-  // Ctrl-C remains a signal, so that it ends the program cleanly here too.
+  // Ctrl-C remains a signal, so that it stops the program cleanly.
   cbreak();
   noecho();
   nonl();

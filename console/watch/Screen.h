@@ -1,4 +1,4 @@
-// The terminal as a full screen with keys; its previous contents are restored when it is destroyed.
+// A full-screen view on a terminal, with key input.
 #pragma once
 
 #include <cstdio>
@@ -30,22 +30,23 @@ struct ScreenSize {
   std::size_t m_Columns;
 };
 
-// At most one at a time, and for the thread that made it.
+// Restores the terminal's previous contents when destroyed. Only one may exist at a time. Call only
+// from the thread that created it.
 class Screen {
  public:
-  // Whether `out` and standard input are terminals, and not dumb ones.
+  // Whether `out` and standard input are terminals and TERM names a terminal other than "dumb".
   static bool IsPossible(std::FILE* out);
-  // Takes over the terminal of `out`, with the keys of standard input. Null if that is not possible
-  // or the terminal type is unknown.
+  // Opens a screen on the terminal `out`, with keys from standard input. Returns null if this is
+  // not possible or the terminal type is unknown.
   static std::unique_ptr<Screen> Open(std::FILE* out, const Style& style);
   ~Screen();
   Screen(const Screen&) = delete;
   Screen& operator=(const Screen&) = delete;
 
   ScreenSize Size() const;
-  // The next pending key, or none; does not block.
+  // Returns the next pending key, or `Key::None`; does not block.
   Key Read();
-  // Shows these lines from the top, truncated to the size of the screen.
+  // Shows the lines from the top, truncated to the size of the screen.
   void Show(const std::vector<Line>& lines);
 
  private:

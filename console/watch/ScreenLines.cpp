@@ -13,8 +13,8 @@ struct Character {
   std::size_t m_Columns;
 };
 
-// Bytes that are invalid in the locale's encoding, or would move the cursor, are shown as question
-// marks.
+// Splits a text into characters. Bytes that are invalid in the locale's encoding, or would move the
+// cursor, become question marks.
 std::vector<Character> Characters(const std::string& text) {
   std::vector<Character> characters;
   std::mbstate_t state = {};

@@ -1,4 +1,4 @@
-// Lines of a screen, and texts fitted to columns.
+// Lines of a screen, and functions that fit texts to columns.
 #pragma once
 
 #include <cstddef>
@@ -19,21 +19,23 @@ struct Piece {
 
 using Line = std::vector<Piece>;
 
-// Columns that a text takes on a terminal; control characters and invalid bytes take one each.
+// Returns the number of columns that a text occupies on a terminal; control characters and invalid
+// bytes occupy one each.
 std::size_t ColumnsOf(const std::string& text);
 
-// Truncated or padded with spaces to exactly that many columns, and printable.
+// Truncate a text or pad it with spaces to exactly `columns` columns. `Fit` pads on the right,
+// `FitRight` on the left. The result is printable.
 std::string Fit(const std::string& text, std::size_t columns);
 std::string FitRight(const std::string& text, std::size_t columns);
 
-// The line truncated to that many columns.
+// Truncates a line to `columns` columns.
 Line CutLine(const Line& line, std::size_t columns);
 
-// A bar of `columns`, filled from 0 to 1; more than 1 is full.
+// Draws a bar of `columns` columns: empty for a ratio of 0 or less, full for 1 or more.
 std::string Bar(double ratio, std::size_t columns, bool ascii);
 
-// The last values as bars of different height, the newest on the right. The scale spans at least 8,
-// so that noise stays flat.
+// Draws the latest values as bars of different heights, the newest on the right. The scale spans at
+// least 8 units, so that noise stays flat.
 std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii);
 
 }  // namespace Console

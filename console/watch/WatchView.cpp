@@ -17,20 +17,20 @@ namespace {
 using Lines = std::vector<Line>;
 
 Line Title(const LiveModel& live, ScreenSize size, const std::string& time) {
-  std::size_t cards = 0, unwell = 0;
+  std::size_t cards = 0, unhealthy = 0;
   for (const Object* object : ObjectsWithStatus(live.Objects())) {
     if (object->m_Kind != Kind::Adapter) continue;
     ++cards;
-    if (!IsHealthy(HealthOf(*object).m_Status)) ++unwell;
+    if (!IsHealthy(HealthOf(*object).m_Status)) ++unhealthy;
   }
   const std::string left = fmt::format(" corvane-host watch   {} card{}, {} not ok", cards,
-                                       cards == 1 ? "" : "s", unwell);
+                                       cards == 1 ? "" : "s", unhealthy);
   const std::string right = fmt::format(" {} ", time);
   const std::size_t room = size.m_Columns > right.size() ? size.m_Columns - right.size() : 0;
   return {{Fit(left, room) + right, Severity::Neutral, true, true}};
 }
 
-// The time, from 2026-11-21T05:31:02+00:00; the day is left out when all are of the same one.
+// Extracts the time from text such as 2026-11-21T05:31:02+00:00, with the date if `dated`.
 std::string WhenText(const LiveModel::Entry& entry, bool dated) {
   const std::string& time = entry.m_Row.m_Cells[0].m_Human;
   return dated ? time.substr(0, 10) + " " + time.substr(11, 8) : time.substr(11, 8);
@@ -45,21 +45,21 @@ Line EventLine(const LiveModel::Entry& entry, bool dated) {
           {Base::Printable(cells[5].m_Human)}};
 }
 
-bool IsOfDay(const LiveModel::Entry& entry, const std::string& time) {
+bool IsOnDayOf(const LiveModel::Entry& entry, const std::string& time) {
   return entry.m_Row.m_Cells[0].m_Human.substr(0, 10) == time.substr(0, 10);
 }
 
-// As shown at `time`.
+// Draws the log. Dates are shown unless all events are from the day of `time`.
 Lines LogLines(const LiveModel& live, const std::string& time) {
   const bool dated =
       !std::all_of(live.Log().begin(), live.Log().end(),
-                   [&](const LiveModel::Entry& each) { return IsOfDay(each, time); });
+                   [&](const LiveModel::Entry& each) { return IsOnDayOf(each, time); });
   Lines lines;
   for (const LiveModel::Entry& entry : live.Log()) lines.push_back(EventLine(entry, dated));
   return lines;
 }
 
-// The newest that fit, `below` lines above the last one.
+// Returns up to `rows` lines, the last of them `below` lines before the end.
 Lines Tail(const Lines& lines, std::size_t rows, std::size_t below) {
   const std::size_t end = lines.size() - std::min(below, lines.size());
   const std::size_t begin = end - std::min(rows, end);
@@ -82,7 +82,7 @@ void AddReasons(Lines& lines, const Health& health, bool ascii) {
   }
 }
 
-// How many objects or lines a key moves by, with this many on a page.
+// Returns the number of objects or lines by which a key moves; `page` is the number on a page.
 std::ptrdiff_t StepOf(Key key, std::ptrdiff_t page) {
   constexpr std::ptrdiff_t kFar = 100'000;
   switch (key) {
@@ -120,7 +120,7 @@ std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, const 
   return lines;
 }
 
-// The cards above and the log below; when there are many cards the log keeps a few lines.
+// Draws the cards above the log. If there are many cards, the log keeps a few lines.
 std::vector<Line> WatchView::DrawCards(const LiveModel& live, ScreenSize size,
                                        const std::string& time) {
   constexpr std::size_t kMinLog = 4, kHeadings = 3;
@@ -205,8 +205,8 @@ bool WatchView::Press(Key key, const LiveModel& live) {
   return true;
 }
 
-// Among the cards the keys choose an object; elsewhere they scroll, in the log towards what is
-// older.
+// On the card page, the keys select an object. On the other pages they scroll; the event log starts
+// at its end, so scrolling up shows older events.
 void WatchView::Move(Key key, const LiveModel& live) {
   const std::ptrdiff_t step = StepOf(key, static_cast<std::ptrdiff_t>(m_PageRows));
   if (m_Page == Page::Cards) {

@@ -1,4 +1,4 @@
-// The live view: its lines, and what the keys do.
+// The live view: drawing the screen and handling keys.
 #pragma once
 
 #include <cstddef>
@@ -16,9 +16,9 @@ class WatchView {
  public:
   explicit WatchView(bool ascii) : m_Ascii(ascii) {}
 
-  // The whole screen, as it is at `time`.
+  // Returns all lines of the screen. `time` is the current time, as text.
   std::vector<Line> Draw(const LiveModel& live, ScreenSize size, const std::string& time);
-  // False if the key quits.
+  // Handles a key. Returns false if the key quits.
   bool Press(Key key, const LiveModel& live);
 
  private:
@@ -34,8 +34,8 @@ class WatchView {
 
   const bool m_Ascii;
   Page m_Page = Page::Cards;
-  std::uint64_t m_Chosen = 0;   // id of the object that the keys are at
-  std::size_t m_Scroll = 0;     // lines above the page; below it in the event log
+  std::uint64_t m_Chosen = 0;   // id of the selected object
+  std::size_t m_Scroll = 0;     // number of lines before the page; in the event log, after it
   std::size_t m_PageRows = 10;  // as last drawn
 };
 

@@ -17,7 +17,7 @@ _corvane-host() {
   (( ${#partial} )) && _describe 'corvane-host' partial -S ''
 }
 
-# Found by its name in a directory of completions, or read by a person's start-up file.
+# The script is autoloaded from a completion directory, or sourced from a startup file.
 if [[ ${funcstack[1]} == _corvane-host ]]; then
   _corvane-host "$@"
 else
