@@ -1,4 +1,4 @@
-// Threads for calls that wait for a card, so that the server's threads never do.
+// Threads for calls that wait for a card, so that the server's threads never block.
 #pragma once
 
 #include <functional>
@@ -7,7 +7,7 @@
 
 namespace Service {
 
-// Any thread may call its members.
+// Thread-safe.
 class CallThreads {
  public:
   CallThreads() = default;
@@ -16,8 +16,8 @@ class CallThreads {
   CallThreads(const CallThreads&) = delete;
   CallThreads& operator=(const CallThreads&) = delete;
 
-  // Runs the call in a thread of its own; it must not throw. False if as many calls are running as
-  // may, or no thread can be started.
+  // Runs the call, which must not throw, in a separate thread. Returns false if the maximum number
+  // of calls is running or no thread can be started.
   bool Run(std::function<void()> call);
 
  private:

@@ -13,7 +13,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// Empty if the log cannot be read; `EventLogClient` reports that on its next write.
+// Returns empty if the log cannot be read; `EventLogClient` reports the error on its next write.
 std::optional<std::int64_t> LogPosition() {
   try {
     return HostKit::NewestEventNumber();
@@ -24,8 +24,8 @@ std::optional<std::int64_t> LogPosition() {
 
 // Maximum plug-in calls per step, each with its own timeout.
 constexpr int kCallsAtStart = 4;    // load, initialize, number the adapters, read the topology
-constexpr int kCallsAtRefresh = 4;  // the events, the topology for them, the topology again
-// Time to stop or kill a plug-in process.
+constexpr int kCallsAtRefresh = 4;  // events, topology for the events, topology for the snapshot
+// Maximum time to stop or kill a plug-in process.
 constexpr std::chrono::seconds kLongestEnd(40);
 
 }  // namespace
@@ -51,13 +51,13 @@ void Collector::Run() {
     try {
       RunPlugin();
     } catch (const std::exception& failure) {
-      PublishDown(failure.what());  // it could not be started
+      PublishDown(failure.what());  // the plug-in could not be started
     }
     Pause();
   }
 }
 
-// Until the process ends or the collector stops.
+// Runs a plug-in process until it exits or the collector stops.
 void Collector::RunPlugin() {
   ++m_Starts;
   m_HasPassedOn = false;
@@ -71,12 +71,12 @@ void Collector::RunPlugin() {
   try {
     Follow(*worker, session);
   } catch (const std::exception& failure) {
-    PublishDown(failure.what());  // before `Release`, because the process may take long to end
+    PublishDown(failure.what());  // before `Release`, because the process may take long to exit
   }
   Release(*worker);
 }
 
-// Ends the calls of other threads, which may hold the worker a little longer.
+// Makes the calls of other threads return. These threads may hold the worker a little longer.
 void Collector::Release(Worker& worker) {
   m_Progress.Begin(kLongestEnd);
   SetRunning(nullptr);
@@ -126,21 +126,21 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
     session.WaitForNotification(m_Settings.m_RefreshInterval, alsoWake);
     m_Progress.Begin(kCallsAtRefresh * m_Settings.m_CallTimeout);
     m_Wake.Wait(milliseconds(0), {});
-    const std::uint64_t refreshes = m_Refreshes;  // later ones wake it again
+    const std::uint64_t refreshes = m_Refreshes;  // later requests wake this thread again
     if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
     const std::vector<HostKit::LoggedEvent> events = session.CollectEvents();
     if (m_Settings.m_OnEvents && !events.empty()) m_Settings.m_OnEvents(events);
     if (m_IsStopping) return;
-    // The plug-in looks for cards only when it starts.
+    // A plug-in that found no card at its start has to be restarted to look again.
     if (!session.HasCards()) return;
-    // A format holds the plug-in until it ends.
+    // The cards cannot be read while a format is running.
     if (!worker.IsFormatting()) Publish(session, refreshes);
     if (stable.IsOver()) m_NextPause = m_Settings.m_FirstPause;
   }
 }
 
 void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
-  const auto logPosition = LogPosition();  // of events from before the objects are read
+  const auto logPosition = LogPosition();  // read before the objects
   Snapshot snapshot;
   snapshot.m_Refreshes = refreshes;
   snapshot.m_HasCards = session.HasCards();
@@ -168,7 +168,7 @@ void Collector::PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> 
   if (m_Settings.m_OnObservation(observation)) m_HasPassedOn = true;
 }
 
-// The objects remain as they were last read.
+// Keeps the objects as last read.
 void Collector::PublishDown(const std::string& reason) {
   Snapshot snapshot = *m_Store.Get();
   snapshot.m_Plugin.m_IsUp = false;
@@ -177,7 +177,7 @@ void Collector::PublishDown(const std::string& reason) {
   m_Store.Publish(std::move(snapshot));
 }
 
-// Before the next start. A request for a refresh does not shorten it.
+// Waits before the next start. A request for a refresh does not shorten the wait.
 void Collector::Pause() {
   m_Progress.Begin(m_NextPause);
   const Console::Deadline deadline(m_NextPause);

@@ -1,5 +1,5 @@
-// The one thread of the service that calls the plug-in: it restarts the plug-in's process when it
-// has ended, logs its events, and publishes what it reports.
+// The thread that runs the plug-in process: it restarts the process when it has exited, logs the
+// plug-in's events, and publishes snapshots of the cards.
 #pragma once
 
 #include <atomic>
@@ -24,21 +24,21 @@
 namespace Service {
 
 struct CollectorSettings {
-  std::filesystem::path m_Program;  // that has the command `plugin-process`
+  std::filesystem::path m_Program;  // with the command `plugin-process`
   std::filesystem::path m_PluginFile;
   std::chrono::milliseconds m_RefreshInterval{10000};
-  // A plug-in that has not answered after this time is replaced.
+  // A plug-in that does not respond within this time is replaced.
   std::chrono::milliseconds m_CallTimeout{30000};
-  // The pause before the first new start; it doubles up to the longest one.
+  // The pause before the first restart; it doubles with each restart up to `m_LongestPause`.
   std::chrono::milliseconds m_FirstPause{1000};
   std::chrono::milliseconds m_LongestPause{60000};
-  // Called by the collector's thread after each snapshot of a running plug-in, if it is not empty.
-  // Must not wait. False: it did not take the observation; the next one replaces it.
+  // Called on the collector's thread after each snapshot of a running plug-in, if set. Must not
+  // block. Returns false if it did not accept the observation; the next one replaces it.
   std::function<bool(const Observation&)> m_OnObservation;
   // The clock of `Collector::Progress`.
   std::function<ProgressWatch::Clock::time_point()> m_Now = &ProgressWatch::Clock::now;
-  // Receives the events that the plug-in has reported, after they were logged. Called by the
-  // collector's thread; must not wait for long or throw.
+  // Receives the plug-in's events after they were logged. Called on the collector's thread; must
+  // not block for long or throw.
   std::function<void(const std::vector<HostKit::LoggedEvent>&)> m_OnEvents = nullptr;
 };
 
@@ -50,23 +50,23 @@ class Collector {
   Collector(const Collector&) = delete;
   Collector& operator=(const Collector&) = delete;
 
-  // Stops the plug-in and the thread, which takes half a minute or more if a card hangs. From then
-  // on `Call` returns empty. For the thread that made the collector.
+  // Stops the plug-in and the thread; this can take 30 seconds or more if a card hangs. Afterwards
+  // `Call` returns empty. Call only from the thread that created the collector.
   void Stop();
-  // Whether the thread is stuck. From any thread.
+  // Shows whether the thread is stuck. Thread-safe.
   const ProgressWatch& Progress() const { return m_Progress; }
-  // Makes the thread read the cards now. From any thread.
+  // Makes the thread read the cards now. Thread-safe.
   void RequestRefresh() const { m_Wake.Notify(); }
-  // Requests a refresh and waits for a snapshot read after this call began. False if there is none
-  // by the deadline, or no plug-in is running. From any thread.
+  // Requests a refresh and waits for a snapshot that was read after this request. Returns false at
+  // the deadline, or if no plug-in is running. Thread-safe.
   bool Refresh(const Console::Deadline& deadline) const;
-  // Carries out one command in the plug-in, on the calling thread; any thread may call it. Empty if
-  // no plug-in is running, or it has not answered by the deadline.
+  // Executes one command in the plug-in and waits for the reply. Returns empty if no plug-in is
+  // running or the plug-in has not replied by the deadline. Thread-safe.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline) const;
-  // How many threads the running plug-in could not start. From any thread.
+  // Number of threads that the running plug-in failed to start. Thread-safe.
   std::size_t LostThreads() const;
-  // Whether a plug-in is running, so that `Call` can succeed. From any thread.
+  // Whether a plug-in is running, so that `Call` can succeed. Thread-safe.
   bool IsRunning() const { return Running() != nullptr; }
 
  private:
@@ -97,7 +97,7 @@ class Collector {
   Console::EventLogClient m_EventLog{m_Diagnostics};
   std::chrono::milliseconds m_NextPause;
   std::uint64_t m_Starts = 0;
-  bool m_HasPassedOn = false;  // an observation of this plug-in process
+  bool m_HasPassedOn = false;  // an observation of this plug-in process was accepted
 
   std::thread m_Thread;
 };

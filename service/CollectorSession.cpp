@@ -32,7 +32,7 @@ std::optional<Console::PluginReply> CollectorSession::Call(Console::PluginComman
   return reply;
 }
 
-// A log that cannot be read has no events; the collector reports that when it writes.
+// If the log cannot be read, returns no events; the collector reports the error on its next write.
 std::vector<HostKit::LoggedEvent> CollectorSession::CollectEvents() {
   try {
     auto events = HostKit::ReadEventsAfter(m_LastEvent, Console::EventLogClient::kAll);

@@ -1,4 +1,4 @@
-// A session with the plug-in that the collector holds, for jobs: reads wait for the cards.
+// A session with the collector's plug-in, for jobs. Reads wait for the cards.
 #pragma once
 
 #include <cstdint>
@@ -11,19 +11,20 @@
 
 namespace Service {
 
-// Each member throws `Console::Failure` if no plug-in is running.
+// Members that call the plug-in throw `Console::Failure` if no plug-in is running.
 class CollectorSession : public Console::CommandSession {
  public:
-  // All of them must outlive the session.
+  // The references must outlive the session.
   CollectorSession(const Collector& collector, const SnapshotStore& store,
                    Console::EventLogClient& eventLog, const Console::TimeLimits& limits);
-  // Makes the collector read what has changed.
+  // Requests a refresh, so that the next snapshot contains the session's changes.
   ~CollectorSession() override;
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
   bool HasCards() const override { return m_Snapshot->m_HasCards; }
   std::size_t LostThreads() const override { return m_Collector.LostThreads(); }
-  // The events that the collector has logged since the session began or the last call.
+  // Returns the events that the collector has logged since the last call, or since the session was
+  // created.
   std::vector<HostKit::LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,

@@ -17,7 +17,7 @@ namespace {
 using Console::Json;
 using HostKit::LoggedEvent;
 
-// Holds one batch plus a few heartbeats.
+// Size of a stream's queue, for one part and a few heartbeats.
 constexpr std::size_t kStreamBytes = 1U << 20U;
 
 std::string Message(const char* event, std::int64_t number, const std::string& line) {
@@ -37,7 +37,7 @@ class Writer {
   std::string Write(const LoggedEvent& event) const {
     const Json row = Console::EventJson(m_Matcher.Find(event), event);
     std::string line = Console::RenderEnvelope({{"events", Json::array({row})}}, m_Envelope, true);
-    line.pop_back();  // the end of the line
+    line.pop_back();  // the line break
     return Message("event", event.m_Number, line);
   }
 
@@ -93,7 +93,7 @@ EventFeed::~EventFeed() {
   m_Thread.join();
 }
 
-// The callbacks do not own the reader, which owns the stream, which owns them.
+// The callbacks hold weak pointers: the reader owns the stream, and the stream owns the callbacks.
 std::shared_ptr<Http::Stream> EventFeed::Open(std::optional<std::int64_t> after) {
   auto reader = std::make_shared<Reader>();
   reader->m_Stream = std::make_shared<Http::Stream>(kStreamBytes);
@@ -127,13 +127,13 @@ std::vector<EventFeed::ReaderPtr> EventFeed::Readers() const {
   return m_Readers;
 }
 
-// Whether the reader has taken everything, so that more may be sent. It has not afterwards.
+// Returns whether more may be sent, because the client has taken all text. Clears the flag.
 bool EventFeed::TakeTurn(Reader& reader) {
   const Base::MutexLock lock(m_Lock);
   return std::exchange(reader.m_HasTaken, false);
 }
 
-// False when the feed has to stop.
+// Waits for work until `until`. Returns false if the feed has to stop.
 bool EventFeed::Await(Clock::time_point until) {
   Base::MutexLock lock(m_Lock);
   while (!m_HasWork && !m_IsStopping && m_Changed.WaitUntil(lock, until)) continue;
@@ -178,7 +178,7 @@ void EventFeed::ReadNews(const SnapshotPtr& snapshot) {
   }
 }
 
-// A database that was replaced numbers its events from 1 again.
+// Starts over if the database was replaced, because its events are then numbered from 1 again.
 void EventFeed::ForgetLostLog() {
   if (HostKit::ReadEventNumbers().m_Newest >= m_Newest) return;
   m_Recent.clear();
@@ -193,7 +193,7 @@ void EventFeed::Serve(Reader& reader, const SnapshotPtr& snapshot) {
   try {
     part = NextPart(reader, snapshot);
   } catch (const DBEXCEPTION::DatabaseException&) {
-    reader.m_Stream->Abort();  // it can resume when the log can be read again
+    reader.m_Stream->Abort();  // the client can resume when the log is readable again
     return;
   }
   if (!part.empty()) {
@@ -204,7 +204,7 @@ void EventFeed::Serve(Reader& reader, const SnapshotPtr& snapshot) {
   reader.m_HasTaken = true;  // nothing was sent
 }
 
-// The snapshot follows the events that it belongs to.
+// The snapshot is sent after the events that preceded it.
 std::string EventFeed::NextPart(Reader& reader, const SnapshotPtr& snapshot) {
   if (!reader.m_After) reader.m_After = m_Newest;
   std::string part;
@@ -232,7 +232,7 @@ std::string EventFeed::RecentPart(Reader& reader) const {
   return part;
 }
 
-// A number that the log has not reached belongs to an earlier database.
+// A number above that of the newest event comes from an earlier database.
 std::string EventFeed::OlderPart(Reader& reader, const SnapshotPtr& snapshot) const {
   const std::int64_t oldest = std::max<std::int64_t>(HostKit::ReadEventNumbers().m_Oldest, 1);
   std::string part;
@@ -250,7 +250,8 @@ std::string EventFeed::OlderPart(Reader& reader, const SnapshotPtr& snapshot) co
   return part;
 }
 
-// Skips clients that have not read the previous batch.
+// Sends a heartbeat to a client that has taken all text. Disconnects a client that has missed too
+// many.
 void EventFeed::Beat(Reader& reader) {
   if (reader.m_Missed >= m_Settings.m_MissedHeartbeats) return reader.m_Stream->Abort();
   ++reader.m_Missed;

@@ -22,18 +22,18 @@ struct EventFeedSettings {
   std::chrono::milliseconds m_Heartbeat{15000};  // between comments that keep a connection alive
   // Heartbeats without progress after which a client is disconnected.
   unsigned m_MissedHeartbeats = 2;
-  std::size_t m_RecentEvents = 1000;  // how many are kept in memory
-  std::size_t m_EventsPerPart = 100;  // how many of older ones are sent at a time
+  std::size_t m_RecentEvents = 1000;  // number kept in memory
+  std::size_t m_EventsPerPart = 100;  // maximum number sent at a time
 };
 
-// Sends each stream every event of the log in order, each once: first those that it has not seen,
-// then new ones as soon as the snapshot that follows them is published. One thread sends both
-// old and new events, so none is lost or duplicated where they meet.
+// Sends every event in the log to each stream, once and in order: first the events that the client
+// has not received yet, then each new event as soon as the next snapshot is published. One thread
+// sends old and new events, so none is lost or duplicated in between.
 //
 //     id: 7                 the number in the log
 //     event: event          data: the document of `events -o jsonl`
-//     event: snapshot       data: {"number", "observed_at", "up"}; the newest, also at the start
-//     event: gap            data: {"after", "first"}: the log has no events before `first` any more
+//     event: snapshot       data: {"number", "observed_at", "up"}; the newest; also at the start
+//     event: gap            data: {"after", "first"}: the oldest event in the log is `first`
 class EventFeed {
  public:
   // The store must outlive the feed.
@@ -43,11 +43,13 @@ class EventFeed {
   EventFeed(const EventFeed&) = delete;
   EventFeed& operator=(const EventFeed&) = delete;
 
-  // The number of the newest event that streams get, 0 if there is none. Any thread.
+  // Returns the number of the newest event available to streams, or 0 if there is none.
+  // Thread-safe.
   std::int64_t Newest() const { return m_Newest; }
-  // How many streams have not ended. Any thread.
+  // Returns the number of open streams. Thread-safe.
   std::size_t Count() const { return Readers().size(); }
-  // A stream of the events after that number; without it, of those to come. Any thread.
+  // Opens a stream of the events after that number, or only of new events if it is empty.
+  // Thread-safe.
   std::shared_ptr<Http::Stream> Open(std::optional<std::int64_t> after);
 
  private:
@@ -55,18 +57,18 @@ class EventFeed {
 
   struct Reader {
     std::shared_ptr<Http::Stream> m_Stream;
-    std::optional<std::int64_t>
-        m_After;  // of the newest event sent; empty: it starts at the newest
+    // Number of the last event sent. Empty at first if the stream starts after the newest event.
+    std::optional<std::int64_t> m_After;
 
-    bool m_HasTaken = true;  // everything that was sent; guarded by `m_Lock`
+    bool m_HasTaken = true;  // the client has taken all sent text; guarded by `m_Lock`
 
     // Used only by the thread.
-    std::optional<std::uint64_t> m_Snapshot;  // the number of the one sent last
-    unsigned m_Missed = 0;                    // heartbeats since it has taken everything
+    std::optional<std::uint64_t> m_Snapshot;  // number of the last one sent
+    unsigned m_Missed = 0;                    // heartbeats since the client took all text
   };
   using ReaderPtr = std::shared_ptr<Reader>;
 
-  // An event as it is sent.
+  // An event as sent.
   struct Line {
     std::int64_t m_Number;
     std::string m_Text;
@@ -98,8 +100,8 @@ class EventFeed {
   std::atomic<std::int64_t> m_Newest{0};  // changed only by the thread
 
   // Used only by the thread.
-  std::deque<Line> m_Recent;        // the newest events, without a hole
-  std::int64_t m_BeforeRecent = 0;  // the number before the first of them
+  std::deque<Line> m_Recent;        // the newest events, without gaps
+  std::int64_t m_BeforeRecent = 0;  // number of the event before them
 
   std::thread m_Thread;
 };

@@ -46,7 +46,7 @@ EventHooks::EventHooks(const SnapshotStore& store, const std::filesystem::path& 
   if (!m_Programs.LastNumber() && m_Tail.Last()) m_Programs.SkipTo(*m_Tail.Last());
 }
 
-// The collector continues without the programs.
+// Only reports a failure, because the service continues without the programs.
 void EventHooks::OnEvents() {
   try {
     PassOn();

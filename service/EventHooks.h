@@ -1,4 +1,4 @@
-// Gives the events of the log to the programs of a directory.
+// Passes logged events to the programs of a directory.
 #pragma once
 
 #include <filesystem>
@@ -13,9 +13,9 @@ namespace Service {
 
 class EventHooks {
  public:
-  // Runs the programs for the events that were logged since the last start; at the first start, for
-  // none. `report` receives what programs print and why they failed, from several threads. The
-  // store must outlive it.
+  // Runs the programs for events that were logged since the service last ran; on the first start,
+  // skips all logged events. `report` receives the output and failures of programs, on several
+  // threads. The store must outlive this object.
   EventHooks(const SnapshotStore& store, const std::filesystem::path& directory,
              std::function<void(const std::string&)> report);
 

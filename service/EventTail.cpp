@@ -7,7 +7,7 @@ namespace Service {
 
 using HostKit::LoggedEvent;
 
-// Entries up to the last one that was read, or all of them.
+// Returns the newest entries, at least back to the last one that was read.
 std::vector<LoggedEvent> EventTail::ReadBack() const {
   constexpr std::size_t kFirstLimit = 64;
   for (std::size_t limit = kFirstLimit;; limit *= 4) {
@@ -22,7 +22,7 @@ std::vector<LoggedEvent> EventTail::Read() {
   const std::int64_t newest = events.empty() ? 0 : events.back().m_Number;
   const bool isReplaced = m_Last && newest < *m_Last;
   if (!m_Last || (isReplaced && !m_HasRead)) m_Last = newest;
-  // The numbers of a log that was replaced since the last reading begin again.
+  // A log that was replaced since the last read is numbered from 1 again, so all entries are new.
   if (isReplaced && m_HasRead) m_Last = 0;
   m_HasRead = true;
   const auto isOld = [this](const LoggedEvent& event) { return event.m_Number <= *m_Last; };

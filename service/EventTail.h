@@ -1,4 +1,4 @@
-// The new entries of the event log.
+// Reads the new entries of the event log.
 #pragma once
 
 #include <cstdint>
@@ -9,15 +9,14 @@
 
 namespace Service {
 
-// Returns each entry of the log once, also those that other hosts have added. For one thread.
+// Returns each entry of the log once, including entries added by other hosts. Not thread-safe.
 class EventTail {
  public:
-  // Continues after the entry with this number; without one, after the newest entry of the first
-  // reading.
+  // Continues after the entry with this number; if empty, after the newest entry at the first read.
   explicit EventTail(std::optional<std::int64_t> last) : m_Last(last) {}
 
-  // The entries since the last reading, in order of logging; none of a log that was replaced before
-  // the first reading. Throws `DBEXCEPTION::DatabaseException`.
+  // Returns the entries since the last read, in the order of logging. If the log was replaced
+  // before the first read, that read returns none. Throws `DBEXCEPTION::DatabaseException`.
   std::vector<HostKit::LoggedEvent> Read();
   // The number of the newest entry that has been read.
   std::optional<std::int64_t> Last() const { return m_Last; }

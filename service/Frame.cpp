@@ -13,7 +13,7 @@ namespace {
 
 using Length = std::uint32_t;
 
-// Whether all of it arrived.
+// Returns whether all bytes arrived.
 bool ReadExactly(int socket, char* into, std::size_t size) {
   while (size > 0) {
     const ssize_t count = recv(socket, into, size, MSG_WAITALL);
@@ -25,7 +25,7 @@ bool ReadExactly(int socket, char* into, std::size_t size) {
   return true;
 }
 
-// A process that has ended must not end this one by SIGPIPE.
+// If the other process has exited, SIGPIPE must not terminate this one.
 bool SendAll(int socket, const std::string& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {

@@ -1,5 +1,5 @@
-// Messages between the two processes of the service: JSON documents on a stream socket, each after
-// its length.
+// Messages between the two processes of the service: JSON documents on a stream socket, each
+// preceded by its length.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -10,7 +10,7 @@
 
 namespace Service {
 
-// The most bytes of one document. The records of a thousand cards need about a tenth of it.
+// Maximum size of a document in bytes. The records of a thousand cards need about a tenth of it.
 constexpr std::size_t kLargestFrame = 64U << 20U;
 
 // The other process sent something that is not a frame.
@@ -19,25 +19,25 @@ class FrameError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Waits for the next document. Empty at the end of the stream, also in the middle of a frame and
-// after an error of the socket. Throws `FrameError`. The descriptor remains the caller's; one
-// reader at a time.
+// Waits for the next document. Returns empty at the end of the stream, even within a frame, and on
+// a socket error. Throws `FrameError`. The caller keeps ownership of the descriptor. Not
+// thread-safe.
 std::optional<nlohmann::json> ReadFrame(int socket);
 
-// Writes documents, each as a whole, from any thread.
+// Writes documents as frames. Thread-safe.
 class FrameWriter {
  public:
-  // The descriptor remains the caller's and must outlive the writer.
+  // The caller keeps ownership of the descriptor, which must outlive the writer.
   explicit FrameWriter(int socket) : m_Socket(socket) {}
 
-  // Bytes that are not UTF-8 are replaced. Waits until the other process has taken enough of what
-  // was written before. False if it has ended or the document is too large; also, from then on,
-  // if the socket's send timeout has cut a document.
+  // Replaces bytes that are not UTF-8. Blocks while the socket's buffer is full. Returns false if
+  // the document is too large, the other process has exited, or the socket's send timeout has
+  // expired. After a failure to send, all later calls return false.
   bool Write(const nlohmann::json& document);
 
  private:
   const int m_Socket;
-  Base::Mutex m_Lock;  // so that frames do not mix
+  Base::Mutex m_Lock;  // held while a frame is written
   bool m_IsBroken HOST_GUARDED_BY(m_Lock) = false;
 };
 

@@ -33,7 +33,7 @@ std::optional<Job> JobTable::Begin(const std::string& serial, const std::string&
   return job;
 }
 
-// Running jobs are kept: their number is limited by that of the cards.
+// Running jobs are kept; there is at most one per card.
 void JobTable::DropOldest() {
   if (m_Jobs.size() < kMaxJobs) return;
   const auto oldest = std::find_if(m_Jobs.begin(), m_Jobs.end(), [](const Job& each) {

@@ -29,14 +29,14 @@ struct Job {
   nlohmann::ordered_json m_Result;
 };
 
-// One job per card runs at a time. Keeps the newest thousand jobs. Any thread may call its members.
+// Allows one running job per card. Keeps the newest thousand jobs. Thread-safe.
 class JobTable {
  public:
   JobTable();
 
-  // Starts a job; empty if one is already running on the card.
+  // Adds a running job. Returns empty if one is already running on the card.
   std::optional<Job> Begin(const std::string& serial, const std::string& operation, bool isDryRun);
-  // Ends a running job.
+  // Records the end of a running job.
   void End(const std::string& id, JobState state, nlohmann::ordered_json result);
   // Removes a job that could not be started.
   void Drop(const std::string& id);

@@ -25,7 +25,7 @@ struct TcpAddress {
   std::uint16_t m_Port = 0;
 };
 
-// Empty for text without a port.
+// Returns empty if the text is not an address with a port.
 std::optional<TcpAddress> ParseAddress(std::string_view text) {
   const auto colon = text.rfind(':');
   if (colon == text.npos) return std::nullopt;
@@ -36,7 +36,7 @@ std::optional<TcpAddress> ParseAddress(std::string_view text) {
   std::string_view host = text.substr(0, colon);
   const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
   if (isBracketed) host = host.substr(1, host.size() - 2);
-  // An IPv6 address without brackets would leave open where the port begins.
+  // Without brackets, the port of an IPv6 address would be ambiguous.
   if (!isBracketed && host.find(':') != host.npos) return std::nullopt;
   address.m_Host = host;
   return address;
@@ -53,7 +53,7 @@ std::vector<std::string> AdviceFor(int error) {
   return {"Pass another one with --socket."};
 }
 
-// Every user may enter a new directory: the socket has its own permissions.
+// Every user may enter a new directory, because the socket has its own permissions.
 void CreateDirectory(const std::filesystem::path& directory) {
   if (!std::filesystem::create_directories(directory)) return;
   std::filesystem::permissions(directory, static_cast<std::filesystem::perms>(0755));

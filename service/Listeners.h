@@ -1,4 +1,4 @@
-// The sockets at which a service can be reached.
+// The sockets at which a service listens.
 #pragma once
 
 #include <sys/types.h>
@@ -16,22 +16,25 @@ namespace Service {
 struct ListenSettings {
   std::filesystem::path m_Socket;   // used if the service manager passes no socket
   std::string m_Tcp;                // "127.0.0.1:9188" or "[::1]:9188"; empty: none
-  bool m_AllowsOtherHosts = false;  // TCP at addresses other than those of the loopback interface
+  bool m_AllowsOtherHosts = false;  // allows TCP addresses other than loopback
 };
 
 class Listeners {
  public:
-  // Takes the service manager's sockets, or opens them and removes the socket file on destruction.
-  // Throws `Console::Failure`. Call once, before any thread starts.
+  // Takes over the service manager's sockets, or opens a Unix socket whose file is removed on
+  // destruction. Also opens the TCP socket, if set. Throws `Console::Failure`. Call once, before
+  // any thread starts.
   Listeners(const ListenSettings& settings, const Http::Permissions& permissions);
 
   // Names for messages: "/run/corvane/corvane.sock, 127.0.0.1:9188".
   const std::string& Names() const { return m_Names; }
-  // The sockets; once.
+  // Returns the sockets. Call once.
   std::vector<Base::Descriptor> Take() { return std::move(m_Sockets); }
-  // Gives the socket's file to the group that may read, which may be new. Only root can.
+  // Sets the mode of the socket file and, as root, its group. Call when the groups may have
+  // changed.
   void ShareFile(const Http::Permissions& permissions) const;
-  // Call before closing the sockets, so as not to remove another service's file.
+  // Removes the socket file. Call before closing the sockets, so that it cannot remove the file of
+  // another service.
   void RemoveFile() { m_File.Remove(); }
 
  private:

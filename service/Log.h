@@ -1,6 +1,6 @@
-// The log of the service: the journal if systemd started it, else standard error.
+// The log of the service: the journal under systemd, otherwise standard error.
 //
-// Any thread may call these functions, while no thread changes the environment. None throws, except
+// These functions are thread-safe while no thread changes the environment. They throw only
 // `std::bad_alloc`.
 #pragma once
 
@@ -12,17 +12,18 @@
 
 namespace Service {
 
-// Something that an administrator should know.
+// Logs a warning for the administrator.
 void LogWarning(const std::string& text);
 
-// An event of the plug-in.
+// Logs an event of the plug-in.
 void LogEvent(const HostKit::LoggedEvent& event);
 
-// A client's request to change something, such as "SET_PROPERTY". It is logged before it is
-// carried out.
+// Logs a client's request for a change, such as "forgetCard/FA00000001". Call before carrying it
+// out.
 void LogChange(const Http::Peer& client, const std::string& change);
 
-// The entries of these. The message has no control characters.
+// Return the journal entries of an event and of a change. The messages contain no control
+// characters.
 Systemd::JournalEntry EntryOf(const HostKit::LoggedEvent& event);
 Systemd::JournalEntry EntryOf(const Http::Peer& client, const std::string& change);
 

@@ -12,7 +12,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// The first snapshot comes after one to two seconds, and units that depend on the service wait.
+// Short, because units that depend on the service wait for the first snapshot, which is published
+// after one to two seconds.
 constexpr milliseconds kUntilReady(50);
 constexpr milliseconds kWhenReady(1000);
 constexpr int kFeedsPerLimit = 3;

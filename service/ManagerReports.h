@@ -1,4 +1,4 @@
-// What the service reports to the service manager, and when.
+// Reports of the service to the service manager.
 #pragma once
 
 #include <chrono>
@@ -13,28 +13,28 @@
 
 namespace Service {
 
-// For one thread.
+// Not thread-safe.
 class ManagerReports {
  public:
   using Clock = ProgressWatch::Clock;
 
   struct Settings {
     std::function<void(const std::string&)> m_Send;       // receives the assignments
-    std::optional<std::chrono::microseconds> m_Watchdog;  // the manager's limit
+    std::optional<std::chrono::microseconds> m_Watchdog;  // the watchdog timeout; empty: none
     std::function<Clock::time_point()> m_Now = &Clock::now;
   };
 
-  // The store and the progress must outlive it.
+  // The store and the progress must outlive this object.
   ManagerReports(const SnapshotStore& store, const ProgressWatch& progress, Settings settings)
       : m_Store(store), m_Progress(progress), m_Settings(std::move(settings)) {}
 
-  // Reports what is due: READY=1 with the first snapshot or the reason why there is none, STATUS
-  // when it has changed, and WATCHDOG=1 three times within the manager's limit while there is
-  // progress. Call it again after `Interval`.
+  // Sends what is due: READY=1 with the first snapshot, even if it only reports a failed start;
+  // STATUS when it has changed; and WATCHDOG=1 three times per watchdog timeout while the collector
+  // makes progress. Call again after `Interval`.
   void Update();
   std::chrono::milliseconds Interval() const;
   void Stopping() const { m_Settings.m_Send("STOPPING=1\nSTATUS=stopping"); }
-  // After a reload. Before the first report, that one follows.
+  // Call after a reload. Does nothing before the first report, which sends READY=1 anyway.
   void Reloaded() const {
     if (m_IsReady) m_Settings.m_Send("READY=1");
   }
@@ -47,12 +47,12 @@ class ManagerReports {
   const ProgressWatch& m_Progress;
   const Settings m_Settings;
   bool m_IsReady = false;
-  std::uint64_t m_Reported = 0;  // the snapshot's number
+  std::uint64_t m_Reported = 0;  // number of the last snapshot
   std::string m_Status;
   std::optional<Clock::time_point> m_Fed;
 };
 
-// "3 cards", "no supported card found", "plug-in down: REASON"; without line breaks.
+// Returns "3 cards", "no supported card found" or "plug-in down: REASON", without line breaks.
 std::string StatusLine(const Snapshot& snapshot);
 
 }  // namespace Service

@@ -9,7 +9,7 @@ namespace {
 
 using HostKit::Family;
 
-// A random UUID whose last 32 bits are the number of the event.
+// The first 96 bits of a random UUID. The last 32 bits are the event number.
 constexpr const char* kNamespace = "a19311db2a994521918a795f";
 
 std::string CatalogEntry(std::uint32_t event) {

@@ -1,4 +1,4 @@
-// The identifiers of the events in the journal, and the catalog that explains them.
+// Message IDs of events in the journal, and the catalog that explains them.
 #pragma once
 
 #include <cstdint>
@@ -6,10 +6,10 @@
 
 namespace Service {
 
-// The journal's identifier of an event number: 32 hexadecimal digits, the same in all versions.
+// Returns the message ID of an event: 32 hexadecimal digits, the same in all versions.
 std::string MessageIdOf(std::uint32_t event);
 
-// The catalog for journalctl -x: for each event its sentence, its meaning and what to do.
+// Returns the catalog for journalctl -x, with the name, meaning and advice of each event.
 std::string CatalogText();
 
 }  // namespace Service

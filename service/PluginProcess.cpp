@@ -56,7 +56,7 @@ struct Process {
   std::atomic<int> m_RunningCommands{0};
 };
 
-// An exception from the plug-in fails the command.
+// If the plug-in throws an exception, the command fails.
 Console::PluginReply ExecuteSafely(Process& process, Console::PluginCommand command) {
   try {
     return Console::Execute(*process.m_Plugin, command);
@@ -83,12 +83,12 @@ void Answer(Process& process, const Json& id, Console::PluginCommand command) {
   try {
     Reply(process, id, reply);
   } catch (const std::exception&) {
-    // Not enough memory: without the reply, the service replaces this process.
+    // Out of memory. The service replaces this process, because the reply is missing.
   }
   --process.m_RunningCommands;
 }
 
-// A command that hangs must not delay the others, so each has a thread.
+// Runs each command in a separate thread, so that one that hangs does not delay the others.
 void Dispatch(Process& process, Json document) {
   const Json id = document.at("id");
   document.erase("id");
@@ -110,7 +110,7 @@ Ready Wait(const Process& process) {
   return waits[0].revents != 0 ? Ready::Command : Ready::Notification;
 }
 
-// Until the service closes its end.
+// Serves commands until the service closes its end.
 void Serve(Process& process) {
   for (;;) {
     if (Wait(process) == Ready::Notification) {
@@ -133,9 +133,9 @@ void ServeUntilEnd(Process& process) {
   }
 }
 
-// Whether the plug-in has stopped and is no longer in use. DEINITIALIZE must not overlap another
-// command. The plug-in waits up to 25 seconds for its jobs; a hung card must not keep this process
-// longer than that.
+// Returns true once the plug-in has stopped and no command is using it. DEINITIALIZE must not
+// overlap another command. Returns false on timeout, because a hung card must not keep this process
+// alive. The plug-in itself waits up to 25 seconds for its jobs.
 bool Stop(Process& process) {
   const auto call = [&process]() -> std::uint32_t {
     while (process.m_RunningCommands > 0) std::this_thread::sleep_for(kPause);
@@ -149,7 +149,7 @@ bool Stop(Process& process) {
 }  // namespace
 
 int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
-  // The end of the connection stops this process, so that running commands can end.
+  // Only the end of the connection stops this process, so that running commands can finish.
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
   fcntl(socket, F_SETFD, FD_CLOEXEC);
   try {

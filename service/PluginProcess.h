@@ -6,13 +6,13 @@
 
 namespace Service {
 
-// Loads the plug-in and carries out the commands that arrive on `socket` until the other end is
-// closed; then stops the plug-in. Returns the exit code of the process, which has to end then: a
-// call that hangs may still be running.
+// Loads the plug-in, executes the commands that arrive on `socket` until the other end is closed,
+// and stops the plug-in. Returns the exit code of the process, which must then exit, because a hung
+// call may still be running.
 //
-// From the service: {"id": 1, "command": ..., "object": ..., "payload": ...}.
-// To the service, first {"plugin": {...}} or {"failure": {...}}; then {"id": 1, "result": ...,
-// "payload": ...} per command, in any order, and {"notified": true} when the plug-in has changes.
+// The service sends {"id": 1, "command": ..., "object": ..., "payload": ...}. This process first
+// sends {"plugin": {...}} or {"failure": {...}}; then {"id": 1, "result": ..., "payload": ...} for
+// each command, in any order, and {"notified": true} when the plug-in notifies the host.
 int RunPluginProcess(const std::filesystem::path& pluginFile, int socket);
 
 }  // namespace Service

@@ -1,4 +1,4 @@
-// Whether a thread still makes progress.
+// Detects whether a thread still makes progress.
 #pragma once
 
 #include <chrono>
@@ -9,27 +9,26 @@
 
 namespace Service {
 
-// The thread announces each step with the longest time that it can take, timeouts included. A hung
-// card counts as stuck only after the step's own timeouts should have expired. Any thread may call
-// the members.
+// The thread announces the maximum duration of each step, including timeouts. The thread counts as
+// stuck if a step exceeds its duration; a hung card is covered by the step's timeouts. Thread-safe.
 class ProgressWatch {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // What the system needs in addition to a step's timeouts, on a busy machine.
+  // Extra time for each step, for a busy machine.
   static constexpr std::chrono::seconds kSlack{30};
 
-  // The first step is the start of the thread. `now` gives the time.
+  // The first step is the start of the thread. `now` returns the time.
   explicit ProgressWatch(std::function<Clock::time_point()> now = &Clock::now)
       : m_Now(std::move(now)), m_End(m_Now() + kSlack) {}
 
-  // The thread begins a step that ends within this time.
+  // Starts a step that takes at most this time.
   void Begin(std::chrono::milliseconds longest) {
     const Base::MutexLock lock(m_Lock);
     m_End = m_Now() + longest + kSlack;
   }
 
-  // Whether the last step should have ended.
+  // Whether the current step has exceeded its duration.
   bool IsStuck() const {
     const Base::MutexLock lock(m_Lock);
     return m_Now() > m_End;

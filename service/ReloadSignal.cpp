@@ -12,15 +12,15 @@
 namespace Service {
 namespace {
 
-int g_ReloadFd = -1;  // what the signal handler needs
+int g_ReloadFd = -1;  // an eventfd for the signal handler
 
 void OnReload(int) {
-  const int keep = errno;
+  const int saved = errno;
   const std::uint64_t one = 1;
   if (write(g_ReloadFd, &one, sizeof one) < 0) {
-    // Only if the counter is full, and then it is readable anyway.
+    // Fails only if the counter is full, and a full counter is readable.
   }
-  errno = keep;
+  errno = saved;
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ ReloadSignal::ReloadSignal() {
   sigaction(SIGHUP, &action, &m_Before);
 }
 
-// The descriptor stays open for a handler that is running.
+// The descriptor stays open, because a handler may still be running.
 ReloadSignal::~ReloadSignal() {
   sigaction(SIGHUP, &m_Before, nullptr);
 }

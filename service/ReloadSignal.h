@@ -7,7 +7,8 @@
 
 namespace Service {
 
-// While it exists, SIGHUP does not end the program. One at a time, for the thread that waits.
+// While it exists, SIGHUP does not terminate the program. Only one may exist at a time. Not
+// thread-safe.
 class ReloadSignal {
  public:
   // Throws `std::system_error`.
@@ -16,8 +17,8 @@ class ReloadSignal {
   ReloadSignal(const ReloadSignal&) = delete;
   ReloadSignal& operator=(const ReloadSignal&) = delete;
 
-  // Waits for SIGHUP; false if the time is up or a stop signal has arrived. Several signals count
-  // as one.
+  // Waits for SIGHUP. Returns false on timeout or if a stop signal has arrived. Several signals
+  // count as one.
   bool Wait(std::chrono::milliseconds timeout) const;
 
  private:

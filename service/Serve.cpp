@@ -34,7 +34,7 @@ using Console::Failure;
 constexpr const char* kReadGroup = "corvane";
 constexpr const char* kChangeGroup = "corvane-admin";
 
-// Empty if the machine has no such group.
+// Returns empty if the machine has no such group.
 std::optional<gid_t> FindGroup(const char* name) {
   char buffer[16384];
   group entry = {};
@@ -43,7 +43,7 @@ std::optional<gid_t> FindGroup(const char* name) {
   return found->gr_gid;
 }
 
-// In lower case; empty if it cannot be read.
+// Returns the host name in lower case, or empty text if it cannot be read.
 std::string HostName() {
   char name[HOST_NAME_MAX + 1] = "";
   if (gethostname(name, sizeof name - 1) != 0) return {};
@@ -60,19 +60,20 @@ Http::Permissions PermissionsHere() {
   return permissions;
 }
 
-// The plug-in traces in its own process.
+// Passes the trace options to the plug-in process, through its environment.
 void PassTracing(const Console::Options& options) {
   if (options.m_Trace) setenv("CORVANE_TRACE", options.m_Trace->c_str(), 1);
   if (!options.m_TraceFile.empty()) setenv("CORVANE_TRACE_FILE", options.m_TraceFile.c_str(), 1);
 }
 
-// On the thread of the state.
+// Call on the state thread.
 void Announce(const std::vector<HostKit::LoggedEvent>& events, EventHooks* hooks) {
   for (const HostKit::LoggedEvent& event : events) LogEvent(event);
   if (hooks != nullptr && !events.empty()) hooks->OnEvents();
 }
 
-// Recording finds the events that no plug-in has handed over. A failure is reported by the thread.
+// Records the observation and announces the events that this adds to the log because no plug-in
+// reported them. The state thread reports failures.
 bool Record(StateThread& state, EventHooks* hooks, const Observation& observation) {
   return state.Change([observation](StateStore& store) { return store.Record(observation); },
                       [hooks](const auto& outcome) {
@@ -100,13 +101,14 @@ void ReportState(const std::string& cause) {
       fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
 }
 
-// Null without a directory.
+// Returns null if no directory is given.
 std::unique_ptr<EventHooks> MakeHooks(const SnapshotStore& store,
                                       const std::filesystem::path& directory) {
   return directory.empty() ? nullptr : std::make_unique<EventHooks>(store, directory, LogWarning);
 }
 
-// The parts of a running service, in order of life.
+// The parts of a running service. They are created in the order of the members and destroyed in
+// reverse.
 struct Running {
   Running(Console::Context& context, const Console::CommandTable& commands,
           std::vector<Base::Descriptor> listeners, const Http::Permissions& permissions,
@@ -123,7 +125,7 @@ struct Running {
     m_Server.emplace(ApiRoutes(m_Api), settings, std::move(listeners));
   }
 
-  // Clients first; then the plug-in, which ends the calls that wait for it.
+  // Disconnects the clients first, and then stops the plug-in, which ends pending calls.
   ~Running() {
     m_Server.reset();
     m_Collector.Stop();
@@ -142,7 +144,7 @@ struct Running {
   std::optional<Http::Server> m_Server;
 };
 
-// Looks the groups up again, because they may be new.
+// Looks up the groups again, because they may have been created since.
 void Reload(Running& running, const Listeners& listeners) {
   Systemd::NotifyReloading();
   const Http::Permissions permissions = PermissionsHere();

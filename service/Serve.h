@@ -1,4 +1,4 @@
-// Running the service until a stop signal.
+// Runs the service.
 #pragma once
 
 #include <filesystem>
@@ -16,9 +16,9 @@ struct ServeSettings {
   Console::Deadline m_Deadline;
 };
 
-// Serves clients until the deadline or a stop signal; SIGHUP reloads. The commands answer the
-// requests; the context gives the plug-in and the cards. Throws `Console::Failure` if the service
-// cannot start.
+// Serves clients until the deadline or a stop signal; SIGHUP updates the permissions. `commands`
+// produces the documents of the responses; `context` provides the plug-in and the cards. Throws
+// `Console::Failure` if the service cannot start.
 void Serve(Console::Context& context, const Console::CommandTable& commands,
            const ServeSettings& settings);
 

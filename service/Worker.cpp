@@ -26,7 +26,7 @@ using Console::ExitCode;
 using Console::Failure;
 using Json = nlohmann::json;
 
-// The number of the socket in the new process.
+// The socket's descriptor in the new process.
 constexpr int kSocketThere = 3;
 
 Failure ProcessFailure(const std::string& why) {
@@ -49,10 +49,10 @@ SocketPair MakeSocketPair() {
   return {Base::Descriptor(ends[0]), Base::Descriptor(ends[1])};
 }
 
-// How the new process starts.
+// The file actions and attributes of the new process.
 struct SpawnSettings {
   explicit SpawnSettings(int socket) {
-    // The copy does not have the close-on-exec flag, even if the socket has that number already.
+    // This clears the close-on-exec flag, even if the socket already has this number.
     posix_spawn_file_actions_init(&m_Actions);
     posix_spawn_file_actions_adddup2(&m_Actions, socket, kSocketThere);
     // A separate process group, so that Ctrl-C at the terminal reaches only the service, which then
@@ -77,15 +77,15 @@ Failure FailureFrom(const Json& document) {
                  document.at("advice").get<std::vector<std::string>>());
 }
 
-// A process that hangs in the kernel cannot be killed; it is left running.
+// Time limit for the exit of a killed process. One that hangs in the kernel is left running.
 constexpr std::chrono::milliseconds kKillTimeout(3000);
 
-// A call that has waited for a format gets this much more time.
+// Extra time for a call that has waited for a format.
 constexpr std::chrono::milliseconds kAfterFormat(30000);
-// How often a call whose deadline is over looks whether a format is still running.
+// Interval at which a call past its deadline checks whether a format is still running.
 constexpr std::chrono::milliseconds kFormatCheck(500);
 
-// Whether the process has ended by the deadline. If so, it has been reaped.
+// Waits for the process to exit, and reaps it. Returns false at the deadline.
 bool AwaitEnd(pid_t process, const Console::Deadline& deadline) {
   constexpr std::chrono::milliseconds kPause(10);
   for (;;) {
@@ -118,7 +118,7 @@ Worker::Worker(Started started, const Console::Deadline& deadline)
 Worker::~Worker() {
   Disconnect();
   m_Reader.join();
-  // The process itself gives up on a plug-in that has not stopped after 30 seconds.
+  // The process exits after 30 seconds even if the plug-in has not stopped.
   constexpr std::chrono::milliseconds kStopTimeout(32000);
   if (AwaitEnd(m_Process, Console::Deadline(kStopTimeout))) return;
   Kill();
@@ -138,7 +138,7 @@ Worker::Started Worker::Start(const std::filesystem::path& program,
   return {std::move(pair.m_Here), process};
 }
 
-// The first document says whether the plug-in could be loaded.
+// The first document reports whether the plug-in could be loaded.
 void Worker::Greet(const Console::Deadline& deadline) {
   if (!Console::WaitReadable(m_Socket.Get(), deadline.Left())) {
     Console::ThrowIfStopped();
@@ -150,7 +150,7 @@ void Worker::Greet(const Console::Deadline& deadline) {
   m_Info = Console::PluginInfoFromJson(document->at("plugin"));
 }
 
-// The thread of the connection. The process cannot be used without it.
+// Runs on the reader thread. If the connection fails, the process is useless and is killed.
 void Worker::ReadReplies() {
   try {
     while (auto document = ReadFrame(m_Socket.Get())) Take(std::move(*document));
@@ -168,7 +168,7 @@ void Worker::Take(Json document) {
   const Base::MutexLock lock(m_Lock);
   m_FailedThreads = document.at("failed_threads").get<std::size_t>();
   const auto waiting = m_Replies.find(document.at("id").get<std::uint64_t>());
-  if (waiting == m_Replies.end()) return;  // given up
+  if (waiting == m_Replies.end()) return;  // the call was given up
   document.erase("failed_threads");
   document.erase("id");
   waiting->second = std::move(document);

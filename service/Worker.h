@@ -19,41 +19,41 @@
 
 namespace Service {
 
-// A running plug-in process. Any thread may call its members.
+// A running plug-in process. Thread-safe.
 class Worker {
  public:
   // Starts `program plugin-process PLUGIN`, with the environment of this process, and waits until
-  // it has loaded the plug-in. Throws `Console::Failure`: of the plug-in, or if no process can be
-  // started, or after the deadline.
+  // it has loaded the plug-in. Throws `Console::Failure` if the process cannot be started, the
+  // plug-in cannot be loaded, or the deadline has passed.
   Worker(const std::filesystem::path& program, const std::filesystem::path& pluginFile,
          const Console::Deadline& deadline);
-  // Closes the connection, so that the process stops the plug-in and ends; kills it if it has not
-  // ended after half a minute.
+  // Closes the connection, so that the process stops the plug-in and exits. Kills the process if it
+  // has not exited after about 30 seconds.
   ~Worker();
 
   Console::PluginInfo Info() const { return m_Info; }
   pid_t ProcessId() const { return m_Process; }
 
-  // Whether a call may wait longer than its deadline because a format holds the plug-in.
+  // Whether a call may wait longer than its deadline because a format blocks the plug-in.
   enum class DuringFormat { GiveUp, Wait };
 
-  // Carries out one command. Empty if the process has ended or has not answered by the deadline; a
-  // late answer is dropped. Formats are the calls with an unlimited deadline.
+  // Executes one command. Returns empty if the process has exited or has not replied by the
+  // deadline; a late reply is dropped. A call with an unlimited deadline counts as a format.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline,
                                            DuringFormat duringFormat = DuringFormat::GiveUp);
   // Whether a format is running.
   bool IsFormatting() const;
-  // Notified when the plug-in has changes or events, and when the process ends.
+  // Notified when the plug-in has changes or events, and when the process exits.
   const Console::Notifier& Notifications() const { return m_Notifications; }
   // Whether the connection to the process still works.
   bool IsAlive() const;
-  // How many threads the plug-in could not start, as of the last reply.
+  // Number of threads that the plug-in failed to start, as of the last reply.
   std::size_t FailedThreads() const;
-  // Closes the connection, so that the process stops the plug-in and ends. Calls that wait return
+  // Closes the connection, so that the process stops the plug-in and exits. Pending calls return
   // empty.
   void Disconnect();
-  // Ends the process at once. Calls that wait return empty.
+  // Kills the process. Pending calls return empty.
   void Kill();
 
  private:
@@ -79,13 +79,13 @@ class Worker {
   Console::Notifier m_Notifications;
 
   mutable Base::Mutex m_Lock;
-  Base::ConditionVariable m_Changed;  // of the members below
+  Base::ConditionVariable m_Changed;  // signals changes of the members below
   bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
   std::uint64_t m_LastId HOST_GUARDED_BY(m_Lock) = 0;
-  // Of the calls that wait.
+  // Replies of pending calls, by id.
   std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);
   std::size_t m_FailedThreads HOST_GUARDED_BY(m_Lock) = 0;
-  int m_Formats HOST_GUARDED_BY(m_Lock) = 0;  // that are running
+  int m_Formats HOST_GUARDED_BY(m_Lock) = 0;  // number of running formats
   // Extra time for calls that waited for a format; expired if there was none.
   Console::Deadline m_AfterFormat HOST_GUARDED_BY(m_Lock){std::chrono::steady_clock::time_point()};
 

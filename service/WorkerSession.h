@@ -9,7 +9,8 @@ namespace Service {
 class WorkerSession : public Console::CommandSession {
  public:
   // Initializes the plug-in of the worker, which takes more than a second. Throws
-  // `Console::Failure`; finding no card is not a failure. Worker and event log must outlive it.
+  // `Console::Failure`; finding no card is not a failure. Worker and event log must outlive the
+  // session.
   WorkerSession(Worker& worker, Console::EventLogClient& eventLog,
                 const Console::TimeLimits& limits);
 
@@ -24,7 +25,7 @@ class WorkerSession : public Console::CommandSession {
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,
                                            const Console::Deadline& deadline,
                                            Console::OnStop onStop) override;
-  // Kills the process: nothing else ends a call that hangs.
+  // Kills the process, because a hung call cannot be ended in another way.
   void Abandon() override { m_Worker.Kill(); }
 
   Worker& m_Worker;

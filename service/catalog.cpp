@@ -1,4 +1,4 @@
-// Prints the journal catalog when the project is built.
+// Prints the journal catalog. The build runs this program.
 #include <iostream>
 
 #include "service/MessageCatalog.h"

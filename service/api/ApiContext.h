@@ -1,4 +1,4 @@
-// What the functions of the API use.
+// The objects that the functions of the API use.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@
 
 namespace Service {
 
-// All of it must outlive the server.
+// The referenced objects must outlive the server.
 struct ApiContext {
   const Console::CommandTable& m_Commands;
   const Console::ResultStream& m_Stream;
@@ -27,7 +27,7 @@ struct ApiContext {
   ReplayCache& m_Replays;
   CallThreads& m_Threads;
   StateThread& m_State;
-  // How long a request waits for a new snapshot, and for a call of the plug-in.
+  // Time limits of a request for a new snapshot, and for a call to the plug-in.
   std::chrono::milliseconds m_FreshTimeout{30000};
   std::chrono::milliseconds m_CallTimeout{120000};
 };

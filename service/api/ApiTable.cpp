@@ -55,7 +55,7 @@ const ProblemRow kNotAcknowledged = {404, "NOT_ACKNOWLEDGED", "The reason is not
 const ProblemRow kNoDatabase = {500, "DATABASE_UNUSABLE", "The database cannot be used."};
 const ProblemRow kReserved = {409, "RESERVED", "Only the service may use this command."};
 
-// Problems of resources that read objects, with "fresh" in the query.
+// Problems of resources that read objects and accept "fresh" in the query.
 const std::vector<ProblemRow> kObjectProblems = {kInvalidQuery, kDown, kBusy, kTimedOut};
 const std::vector<ProblemRow> kOneObjectProblems = {kInvalidQuery, kNoObject, kDown, kBusy,
                                                     kTimedOut};
@@ -115,7 +115,7 @@ const std::vector<ApiRow> kRows = {
      "/v1/cards/{serial}",
      Access::Change,
      "forgetCard",
-     "forget a card that is not present",
+     "forget a missing card",
      DeleteCard,
      {kNoContent},
      {kUnknownCard, kPresent, kBusy, kNoDatabase}},
@@ -240,7 +240,7 @@ const std::vector<ApiRow> kRows = {
      "streamEvents",
      "server-sent events after Last-Event-ID, or new events only",
      GetEventStream,
-     {{200, "Events of the kinds event, snapshot and gap.", kEventStreamType, nullptr}},
+     {{200, "Server-sent events of the types event, snapshot and gap.", kEventStreamType, nullptr}},
      {kInvalidEventId, kTooManyStreams}},
     {Method::Get,
      "/v1/plugin",
@@ -272,7 +272,7 @@ const std::vector<ApiRow> kRows = {
      "/v1/session",
      Access::Read,
      "callPlugin",
-     "one command of the plug-in interface",
+     "execute one command of the plug-in interface",
      PostSession,
      {{200, "What the plug-in returned.", kJsonType, "SessionReply"}},
      {kInvalidBody, kInvalidQuery, kReserved, kDown, kBusy, kTimedOut},
@@ -327,22 +327,23 @@ std::optional<std::string> ObjectionToQuery(const Http::Request& request) {
 
 std::optional<std::string> ObjectionToBody(const ApiRow& row, const Http::Request& request) {
   if (row.m_Body == nullptr || request.m_Body.empty()) return std::nullopt;
-  // The JSON library takes a zero byte for the end of the text.
+  // The JSON library treats NUL as the end of the text.
   if (request.m_Body.find('\0') != std::string::npos) return "the body contains NUL";
   const auto body = nlohmann::json::parse(request.m_Body, nullptr, false);
   if (body.is_discarded()) return "the body is not a JSON document";
   return ObjectionTo(body, row.m_Body);
 }
 
-// The operation and the values in its path, such as "getCard/FA00000001": for the log, and as part
-// of what identifies a request.
+// Returns the operation and the values in its path, such as "getCard/FA00000001", for the log and
+// for the recognition of repeated requests.
 std::string TargetOf(const ApiRow& row, const Http::Request& request) {
   std::string target = row.m_Id;
   for (const auto& [name, value] : request.m_Parameters) target += "/" + value;
   return target;
 }
 
-// Repeating a job request would start a second job. All other changes are idempotent.
+// Used only for job requests, because repeating one would start a second job. All other changes are
+// idempotent.
 Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
                        const std::string& key) {
   const std::string content = TargetOf(row, request) + "\n" + request.m_Body;

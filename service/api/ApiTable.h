@@ -1,5 +1,5 @@
-// All resources of the service: one row each, from which dispatch, checks of requests and the
-// OpenAPI document are made.
+// The table of all resources of the service. Request dispatch, request checks and the OpenAPI
+// document are based on it.
 #pragma once
 
 #include <vector>
@@ -9,18 +9,18 @@
 
 namespace Service {
 
-// Must not wait.
+// Must not block.
 using ApiFunction = Http::Reply (*)(const ApiContext& api, const Http::Request& request);
 
-// A response other than those that any request can get.
+// A response of a resource, other than a problem.
 struct ResponseRow {
   unsigned m_Status;
   const char* m_Meaning;
   const char* m_MediaType;  // null: no content
-  const char* m_Schema;     // the name of a schema; null for text
+  const char* m_Schema;     // name of a schema; null for text
 };
 
-// A problem that the resource can answer with.
+// A problem that a resource can return.
 struct ProblemRow {
   unsigned m_Status;
   const char* m_Id;
@@ -37,17 +37,16 @@ struct ApiRow {
   std::vector<ResponseRow> m_Responses;
   std::vector<ProblemRow> m_Problems = {};
   std::vector<const char*> m_Query = {};  // names of parameters
-  const char* m_Body = nullptr;           // the name of a schema; null: no body
+  const char* m_Body = nullptr;           // name of a schema; null: no body
 };
 
 const std::vector<ApiRow>& ApiRows();
 
-// Problems that a request can get from any resource that requires permissions, has a query or a
-// body: those of the server.
+// Problems that the server itself can return for a request to any resource.
 const std::vector<ProblemRow>& CommonProblems();
 
-// The rows as routes, with checks of query and body in front of each function. The context must
-// outlive them.
+// Returns the rows as routes, which check query and body before they call the function. The context
+// must outlive the routes.
 std::vector<Http::Route> ApiRoutes(const ApiContext& api);
 
 }  // namespace Service

@@ -19,7 +19,8 @@ using Http::Response;
 constexpr const char* kOpenMetrics = "application/openmetrics-text; version=1.0.0; charset=utf-8";
 constexpr const char* kText = "text/plain; charset=utf-8";
 
-// The tag changes with each snapshot. It is weak: the document also has the time of the response.
+// The tag changes with each snapshot. It does not depend on the time of the response, which the
+// document also contains.
 Response Tagged(Response response, const Snapshot& snapshot) {
   if (response.m_Status == 200) {
     response.m_EntityTag = fmt::format("{:x}-{}", snapshot.m_Run, snapshot.m_Number);
@@ -27,7 +28,8 @@ Response Tagged(Response response, const Snapshot& snapshot) {
   return response;
 }
 
-// The command for an object of a snapshot; throws `Console::Failure` if it has no such object.
+// Returns the command for an object of a snapshot. Throws `Console::Failure` if there is no such
+// object.
 using CommandFor = std::function<Words(const Snapshot&)>;
 
 Response AnswerFrom(const ApiContext& api, const SnapshotPtr& snapshot, const CommandFor& command) {
@@ -71,7 +73,7 @@ Reply GetStatus(const ApiContext& api, const Request&) {
   });
 }
 
-// The query has the names of the command's options.
+// The query parameters have the names of the command's options.
 Reply GetEvents(const ApiContext& api, const Request& request) {
   Words words = {"events", "-o", "json"};
   for (const auto& [name, value] : request.m_Query) words.push_back("--" + name + "=" + value);
@@ -82,7 +84,7 @@ Reply GetEvents(const ApiContext& api, const Request& request) {
 Reply GetMetrics(const ApiContext& api, const Request&) {
   return AnswerFromDatabase(api, [&api] {
     SnapshotPtr snapshot = api.m_Store.Get();
-    // Stale values would look current.
+    // Omits stale values, because they would look current.
     if (!snapshot->m_Plugin.m_IsUp) snapshot = std::make_shared<Snapshot>();
     return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics);
   });

@@ -1,11 +1,11 @@
-// The cards, their events and metrics, and the state of the service, from the snapshot.
+// Resources for cards, events, metrics and the state of the service. They read the snapshot.
 #pragma once
 
 #include "service/api/ApiContext.h"
 
 namespace Service {
 
-// With "fresh" in the query, the three functions for objects wait for a new snapshot.
+// With "fresh" in the query, these three functions wait for a new snapshot.
 Http::Reply GetCards(const ApiContext& api, const Http::Request& request);
 Http::Reply GetCard(const ApiContext& api, const Http::Request& request);
 Http::Reply GetDrive(const ApiContext& api, const Http::Request& request);
@@ -14,7 +14,7 @@ Http::Reply GetStatus(const ApiContext& api, const Http::Request& request);
 Http::Reply GetEvents(const ApiContext& api, const Http::Request& request);
 Http::Reply GetMetrics(const ApiContext& api, const Http::Request& request);
 
-// Succeeds whenever the service can answer.
+// Succeeds whenever the service responds.
 Http::Reply GetHealth(const ApiContext& api, const Http::Request& request);
 // Succeeds while the plug-in is running and has reported its cards.
 Http::Reply GetReadiness(const ApiContext& api, const Http::Request& request);

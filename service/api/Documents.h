@@ -1,4 +1,4 @@
-// Responses that many resources give.
+// Responses that many resources share.
 #pragma once
 
 #include <functional>
@@ -16,7 +16,7 @@ inline constexpr const char* kJsonType = "application/json";
 
 using Words = std::vector<std::string>;
 
-// A document on one line. Bytes that are not UTF-8 are replaced.
+// Returns a document on one line. Bytes that are not UTF-8 are replaced.
 template <class Json>
 std::string JsonText(const Json& document) {
   return document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
@@ -24,34 +24,34 @@ std::string JsonText(const Json& document) {
 
 Http::Response MakeJson(unsigned status, const nlohmann::ordered_json& document);
 
-// The response of `answer`, or a problem for what it throws: for `Console::Failure` with the status
-// for its exit code.
+// Returns the response of `answer`, or a problem for the exception that it throws. For a
+// `Console::Failure`, the exit code determines the status.
 Http::Response Answered(const std::function<Http::Response()>& answer);
 
-// A 503 that says why there is no plug-in.
+// Returns a 503 problem with the reason why the plug-in is not running.
 Http::Response MakeDownProblem(const PluginState& plugin);
 
-// What a command of the console prints for the snapshot; a problem if it fails.
+// Returns the output of a console command for the snapshot, or a problem if the command fails.
 Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
                           const char* type = kJsonType);
 
-// What a command of the console prints with a session that reads and changes the cards. For a
-// thread that may wait. Throws as the command does.
+// Returns the output of a console command with a session that reads and changes the cards. Blocks.
+// Throws the exceptions of the command.
 std::string RunOnPlugin(const ApiContext& api, const Words& words);
 
-// Sends what `answer` returns, from the thread that reads the database. A 503 if too many requests
-// are waiting for it.
+// Calls `answer` on the thread that reads the database, and sends its response. Returns a 503 if
+// too many requests are waiting for that thread.
 Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Response()> answer);
 
-// The console's name of the card with that serial number: "a0". Throws `Console::Failure` if no
-// card has it, or nothing has been read yet.
+// Returns the console's name of the card with that serial number, such as "a0". Throws
+// `Console::Failure` if there is no such card or nothing has been read yet.
 std::string CardName(const Snapshot& snapshot, const std::string& serial);
 
-// Reads the cards again. A problem if they cannot be read, or not in time. For a thread that may
-// wait.
+// Waits until the cards have been read again. Returns a problem if this fails or takes too long.
 std::optional<Http::Response> Refresh(const ApiContext& api);
 
-// Sends what `Answered` returns, from a thread that may wait. A 503 if too many calls are waiting.
+// Calls `answer` on a thread that may block, and sends what `Answered` returns. Returns a 503 if
+// too many calls are waiting.
 Http::Reply AnswerLater(const ApiContext& api, std::function<Http::Response()> answer);
 
 }  // namespace Service

@@ -83,15 +83,16 @@ struct JobRequest {
   std::string m_Drive;  // "/d0"; empty: the card itself
   std::string m_Operation;
   bool m_IsDryRun;
-  Words m_Words;  // of the command; the second one is replaced by the object's name
+  Words m_Words;  // of the command; the second word becomes the object's name
 };
 
-// The object's name now: names depend on where cards are plugged in. Throws `Console::Failure`.
+// Returns the object's current name; names depend on where cards are plugged in. Throws
+// `Console::Failure`.
 std::string ObjectName(const ApiContext& api, const JobRequest& request) {
   return CardName(*api.m_Store.Get(), request.m_Serial) + request.m_Drive;
 }
 
-// Carries out the command of a job, on a thread that may wait.
+// Executes the command of a job. Blocks.
 void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
   const Response response = Answered([&] {
     if (auto problem = Refresh(api)) return *problem;
@@ -126,14 +127,14 @@ Json BodyOf(const Request& request) {
   return request.m_Body.empty() ? Json::object() : Json::parse(request.m_Body);
 }
 
-// The command's words, with the options that all jobs have.
+// Returns the words of a command, with the options common to all jobs.
 Words WordsFor(const std::string& command, bool isDryRun) {
   Words words = {command, "", "-o", "json", "--quiet", "--no-input"};
   if (isDryRun) words.emplace_back("--dry-run");
   return words;
 }
 
-// The part of the object's name after that of its card.
+// Returns the part of the object's name after the card's name, such as "/d0".
 std::string DriveOf(const Request& request) {
   const std::string* const drive = Http::Find(request.m_Parameters, "drive");
   return drive == nullptr ? std::string() : "/d" + *drive;

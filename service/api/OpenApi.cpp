@@ -53,7 +53,7 @@ Json RefTo(const char* kind, const std::string& name) {
   return {{"$ref", fmt::format("#/components/{}/{}", kind, name)}};
 }
 
-// The names in braces of a path.
+// Returns the names in braces in a path.
 std::vector<std::string> PathParameters(const std::string& path) {
   std::vector<std::string> names;
   for (auto open = path.find('{'); open != path.npos; open = path.find('{', open + 1)) {
@@ -84,7 +84,7 @@ Json ProblemsJson(const std::vector<ProblemRow>& problems) {
   return list;
 }
 
-// One response per status: it names all problems that have it.
+// Adds one response per status, which lists all problems with that status.
 void AddProblems(Json& responses, const std::vector<ProblemRow>& problems) {
   for (const ProblemRow& row : problems) {
     Json& response = responses[std::to_string(row.m_Status)];
@@ -142,7 +142,7 @@ Json ComponentParameters() {
   return parameters;
 }
 
-// References of the console's schema start at its root, which is a component here.
+// References in the console's schema start at its root, which becomes a component here.
 void MoveRefs(Json& json) {
   for (auto& [name, value] : json.items()) {
     if (value.is_structured()) MoveRefs(value);

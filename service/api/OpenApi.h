@@ -1,4 +1,4 @@
-// The description of the API, made from its table.
+// The OpenAPI description, generated from the table of the API.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -7,7 +7,7 @@
 
 namespace Service {
 
-// An OpenAPI 3.1 document of all rows of the table.
+// Returns an OpenAPI 3.1 document with all rows of the table.
 nlohmann::ordered_json OpenApiDocument();
 
 Http::Reply GetOpenApi(const ApiContext& api, const Http::Request& request);

@@ -1,4 +1,4 @@
-// The plug-in object.
+// Resources for the plug-in object.
 #pragma once
 
 #include "service/api/ApiContext.h"
@@ -6,7 +6,7 @@
 namespace Service {
 
 Http::Reply GetPlugin(const ApiContext& api, const Http::Request& request);
-// Sets properties, one after the other, up to the first failure.
+// Sets properties one after another, and stops at the first failure.
 Http::Reply PatchPlugin(const ApiContext& api, const Http::Request& request);
 
 }  // namespace Service

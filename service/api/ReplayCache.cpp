@@ -9,7 +9,7 @@ constexpr std::size_t kMaxEntries = 1000;
 
 }  // namespace
 
-// The lock is held during `answer`, so that two requests with a new key do not both run.
+// The lock is held during `answer`, so that two requests with the same new key do not both run.
 Http::Response ReplayCache::Answer(const std::string& key, const std::string& content,
                                    const std::function<Http::Response()>& answer) {
   const Base::MutexLock lock(m_Lock);

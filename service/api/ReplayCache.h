@@ -1,4 +1,4 @@
-// Responses to requests that clients may send again because they have not seen the response.
+// Responses for clients that repeat a request because they have not received its response.
 #pragma once
 
 #include <deque>
@@ -10,12 +10,12 @@
 
 namespace Service {
 
-// Keeps the newest thousand responses. Any thread may call it.
+// Keeps the newest thousand responses. Thread-safe.
 class ReplayCache {
  public:
-  // The response of `answer` for a new key, the first response for a known one, and a 422 if the
-  // key was used with another `content`. Only successful responses are kept. `answer` must not
-  // wait, and must not call the cache.
+  // Returns the response of `answer` for a new key, the first response for a known key, or a 422 if
+  // the key was used with another `content`. Keeps only successful responses. `answer` must not
+  // block and must not call the cache.
   Http::Response Answer(const std::string& key, const std::string& content,
                         const std::function<Http::Response()>& answer);
 

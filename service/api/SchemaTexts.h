@@ -1,4 +1,4 @@
-// The texts of the schemas that the program contains.
+// The texts of the built-in schemas.
 #pragma once
 
 namespace Service {

@@ -24,7 +24,7 @@ const OrderedJson& ApiTexts() {
   return texts;
 }
 
-// Parsed once; read by any thread.
+// Parsed once, and then immutable and thread-safe.
 class ParsedSchemas {
  public:
   ParsedSchemas() {
@@ -37,7 +37,7 @@ class ParsedSchemas {
   const valijson::Schema& At(const std::string& name) const { return m_Schemas.at(name); }
 
  private:
-  // Only responses refer to other schemas, and nothing checks those here.
+  // Skips schemas with references. Only responses have these, and responses are not checked.
   void Add(const std::string& name, const Json& schema) {
     if (schema.dump().find("$ref") != std::string::npos) return;
     valijson::SchemaParser().populateSchema(Adapter(schema), m_Schemas[name]);
@@ -46,14 +46,14 @@ class ParsedSchemas {
   std::map<std::string, valijson::Schema> m_Schemas;
 };
 
-// "<root>[confirm]" as "confirm".
-std::string Place(const std::string& context) {
-  std::string place;
+// Converts "<root>[confirm]" to "confirm".
+std::string FieldPath(const std::string& context) {
+  std::string path;
   for (const char each : context.substr(context.find('>') + 1)) {
-    if (each == '[' && !place.empty()) place += '.';
-    if (each != '[' && each != ']') place += each;
+    if (each == '[' && !path.empty()) path += '.';
+    if (each != '[' && each != ']') path += each;
   }
-  return place;
+  return path;
 }
 
 std::optional<std::string> Objection(const Json& document, const std::string& schema) {
@@ -64,8 +64,8 @@ std::optional<std::string> Objection(const Json& document, const std::string& sc
   }
   valijson::ValidationResults::Error error;
   results.popError(error);
-  const std::string place = error.context.empty() ? "" : Place(error.context.back());
-  return place.empty() ? error.description : fmt::format("{}: {}", place, error.description);
+  const std::string path = error.context.empty() ? "" : FieldPath(error.context.back());
+  return path.empty() ? error.description : fmt::format("{}: {}", path, error.description);
 }
 
 }  // namespace

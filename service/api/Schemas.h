@@ -7,19 +7,20 @@
 
 namespace Service {
 
-// By name: schemas of bodies and responses, with descriptions.
+// Returns the schemas of bodies and responses by name, with descriptions.
 const nlohmann::ordered_json& Schemas();
 
-// By name: the parameters of paths and queries, each with "schema" and "description".
+// Returns the parameters of paths and queries by name, each with "schema" and "description".
 const nlohmann::ordered_json& Parameters();
 
-// The schema of the console's JSON documents.
+// Returns the schema of the console's JSON documents.
 const nlohmann::ordered_json& DocumentSchema();
 
-// What is wrong with a document: "confirm: ...". Empty if it has the schema of that name.
+// Returns why the document does not match the schema, such as "confirm: ...", or empty if it
+// matches.
 std::optional<std::string> ObjectionTo(const nlohmann::json& document, const std::string& schema);
 
-// The same for the text of a query parameter.
+// Like `ObjectionTo`, for the text of a query parameter.
 std::optional<std::string> ObjectionToParameter(const std::string& name, const std::string& text);
 
 }  // namespace Service

@@ -11,15 +11,15 @@
 
 namespace Service {
 
-// What a command would have written to standard output, with `open` making its session. Throws
-// `Console::Failure` and `Console::Stopped` as the command does, also for arguments that it does
-// not accept. Nothing is written to `stream`; messages are only in the document. From any thread.
+// Returns what a command would write to standard output, with a session that `open` creates. Throws
+// `Console::Failure` and `Console::Stopped` like the command, also for arguments that it does not
+// accept. Writes nothing to `stream`; messages are only in the document. Thread-safe.
 std::string RunCommand(const Console::CommandTable& commands,
                        const std::vector<std::string>& arguments,
                        const Console::ResultStream& stream, const Console::SessionFactory& open);
 
-// The same with a session that reads the snapshot. The document says so if the plug-in that
-// reported it is not running any more.
+// Like `RunCommand`, with a session that reads the snapshot. The document contains a message if the
+// plug-in is not running.
 std::string RunOnSnapshot(const Console::CommandTable& commands,
                           const std::vector<std::string>& arguments,
                           const Console::ResultStream& stream, const SnapshotPtr& snapshot);

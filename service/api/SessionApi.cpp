@@ -31,7 +31,8 @@ Response MakeReply(const PluginReply& reply) {
   return Http::MakeResponse(200, kJsonType, JsonText(Console::ToJson(reply)));
 }
 
-// The property as the snapshot has it; else the request unchanged, as the plug-in leaves it.
+// Returns the property from the snapshot. If it is missing, the reply contains the unchanged
+// request, as from the plug-in.
 PluginReply ReadProperty(const PI::CObject& object, const PluginCommand& command) {
   const auto& wanted = std::get<PI::CProperty>(command.m_Payload);
   const PI::CProperty* const found = FindProperty(object, wanted.m_PropertyID);
@@ -39,7 +40,7 @@ PluginReply ReadProperty(const PI::CObject& object, const PluginCommand& command
   return {PI::SUCCESS, *found};
 }
 
-// Empty for a command that the snapshot does not answer.
+// Returns empty for a command that cannot be answered from the snapshot.
 std::optional<PluginReply> ReadSnapshot(const Snapshot& snapshot, const PluginCommand& command) {
   if (command.m_Command == PI::CMD_GET_TOPOLOGY) {
     return PluginReply{PI::SUCCESS, snapshot.m_Objects};
@@ -63,7 +64,7 @@ std::string NameOrNumber(HostKit::Family family, std::uint32_t number) {
   return name.empty() ? std::to_string(number) : name;
 }
 
-// "OP_LOCATE on object 0x130000000000002".
+// Returns text such as "OP_LOCATE on object 0x130000000000002".
 std::string ChangeText(const PluginCommand& command) {
   using HostKit::Family;
   std::string name;
@@ -82,7 +83,7 @@ bool IsReserved(const PluginCommand& command) {
   return operation != nullptr && operation->m_OperationID == PI::OP_GET_EVENTS;
 }
 
-// A format takes as long as the card needs.
+// A format has no deadline, because its duration depends on the card.
 Console::Deadline DeadlineOf(const PluginCommand& command, std::chrono::milliseconds timeout) {
   const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
   const bool isFormat = command.m_Command == PI::CMD_EXECUTE_OPERATION && operation != nullptr &&
@@ -90,7 +91,7 @@ Console::Deadline DeadlineOf(const PluginCommand& command, std::chrono::millisec
   return isFormat ? Console::Deadline() : Console::Deadline(timeout);
 }
 
-// The reply to a change comes when reads see it.
+// Replies to a change once reads return it.
 Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
   const Collector& collector = api.m_Collector;
   const auto reply = collector.Call(command, DeadlineOf(command, api.m_CallTimeout));
@@ -105,7 +106,7 @@ Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
   return MakeReply(*reply);
 }
 
-// A read of the cards as they are now, not as they were when they were last read.
+// Reads the cards again before replying.
 Response ReadFresh(const ApiContext& api, const PluginCommand& command) {
   if (auto problem = Refresh(api)) return *problem;
   const auto reply = ReadSnapshot(*api.m_Store.Get(), command);
@@ -128,7 +129,7 @@ bool IsStarting(const Snapshot& snapshot) {
   return !snapshot.HasReport() && snapshot.m_Plugin.m_Reason.empty();
 }
 
-// When the first start of the plug-in has ended.
+// Waits until the first start of the plug-in has succeeded or failed.
 Response AwaitSession(const ApiContext& api) {
   const Console::Deadline deadline(api.m_FreshTimeout);
   SnapshotPtr snapshot = api.m_Store.Get();
@@ -138,14 +139,14 @@ Response AwaitSession(const ApiContext& api) {
   return SessionInfo(api, *snapshot);
 }
 
-// The number in the query, or `otherwise` without it. Empty if it is not one.
+// Returns the number in the query, or `otherwise` if it is missing. Returns empty if it is invalid.
 std::optional<std::uint64_t> QueryNumber(const Http::Request& request, const char* name,
                                          std::uint64_t otherwise) {
   const std::string* const text = Http::Find(request.m_Query, name);
   return text == nullptr ? otherwise : Console::ReadNumber<std::uint64_t>(*text);
 }
 
-// Clients must not see an event before the stream has it.
+// Omits events after `newest`, because clients must not see an event before the stream has it.
 Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>& events) {
   Json json = {{"newest", newest}, {"events", Json::array()}};
   for (const HostKit::LoggedEvent& event : events) {
@@ -154,7 +155,7 @@ Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>
   return Http::MakeResponse(200, kJsonType, JsonText(json));
 }
 
-// The response of `read`, or a problem if the log cannot be read.
+// Sends the response of `read`, or a problem if the log cannot be read.
 Http::Reply ReadLogLater(const ApiContext& api, std::function<Response()> read) {
   return AnswerLater(api, [read = std::move(read)] {
     try {
@@ -226,7 +227,7 @@ Http::Reply GetSessionEventCounts(const ApiContext& api, const Http::Request&) {
   });
 }
 
-// Without Last-Event-ID, the events to come.
+// Without Last-Event-ID, streams only new events.
 Http::Reply GetEventStream(const ApiContext& api, const Http::Request& request) {
   const std::string* const after = Http::Find(request.m_Headers, "last-event-id");
   if (after == nullptr) return api.m_Feed.Open(std::nullopt);

@@ -5,21 +5,21 @@
 
 namespace Service {
 
-// What a session knows about its plug-in; while it is starting, when it has started.
+// Returns the state of the plug-in. Waits for the plug-in's first start to succeed or fail.
 Http::Reply GetSession(const ApiContext& api, const Http::Request& request);
 
-// One command. Reads are answered from the snapshot, with `fresh` from one that is read now; the
-// others by the plug-in. A change is answered when the snapshot has it. Only clients with
-// permission to make changes may set a property or execute an operation.
+// Executes one command. Reads are answered from the snapshot, or with `fresh` from a new snapshot;
+// other commands are sent to the plug-in. The reply to a change is sent once the snapshot contains
+// it. Only clients with permission to make changes may set a property or execute an operation.
 Http::Reply PostSession(const ApiContext& api, const Http::Request& request);
 
-// Entries of the event log as records: those after a number, or the newest.
+// Returns entries of the event log as records: those after a number, or the newest.
 Http::Reply GetSessionEvents(const ApiContext& api, const Http::Request& request);
 
-// Server-sent events: those after Last-Event-ID, or those to come.
+// Streams server-sent events: those after Last-Event-ID, or only new ones.
 Http::Reply GetEventStream(const ApiContext& api, const Http::Request& request);
 
-// How many events were ever logged, by number and severity.
+// Returns how many events were ever logged, by number and severity.
 Http::Reply GetSessionEventCounts(const ApiContext& api, const Http::Request& request);
 
 }  // namespace Service

@@ -16,7 +16,7 @@ void RequireReport(const Snapshot& snapshot) {
                          snapshot.m_Plugin.WhyDown());
 }
 
-// An unknown object is the plug-in's error, whoever answers.
+// Reports an unknown object with the same error as the plug-in.
 const PI::CObject& SnapshotSession::Require(const char* what, std::uint64_t object) const {
   const PI::CObject* const found = m_Snapshot->Find(object);
   if (found == nullptr) throw Console::PluginFailure(what, PI::ERR_GENERAL);

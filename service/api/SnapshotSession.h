@@ -1,4 +1,4 @@
-// A session that reads a snapshot: nothing waits for a card.
+// A session that reads a snapshot and never waits for a card.
 #pragma once
 
 #include "console/plugin/Session.h"
@@ -9,11 +9,11 @@ namespace Service {
 // Throws `Console::Failure` if the plug-in has not reported anything yet.
 void RequireReport(const Snapshot& snapshot);
 
-// Reads return what the snapshot has; changes are refused with `PI::ERR_COMMAND_ERROR`, and no
-// event ever arrives.
+// Reads return values from the snapshot. Changes fail with `PI::ERR_COMMAND_ERROR`. There are no
+// events.
 class SnapshotSession : public Console::Session {
  public:
-  // Throws as `RequireReport`.
+  // Throws like `RequireReport`.
   explicit SnapshotSession(SnapshotPtr snapshot);
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }

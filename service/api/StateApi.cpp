@@ -31,7 +31,7 @@ Response MakeUnknownCard(const std::string& serial) {
   return MakeProblem(404, "UNKNOWN_CARD", fmt::format("card {} has never been seen", serial));
 }
 
-// Sends the response that `render` makes from the state thread's result, or a 500 if the database
+// Sends the response that `render` creates from the state thread's result, or a 500 if the database
 // cannot be used.
 template <class Render>
 auto Finish(Render render, std::shared_ptr<Http::Responder> responder) {
@@ -114,7 +114,7 @@ Response MakeList(const char* name, const std::vector<Element>& elements) {
   return MakeJson(200, {{name, list}});
 }
 
-// "ann", or the user ID if it has no name.
+// Returns the user's name, or the user ID if there is no name.
 std::string UserName(uid_t user) {
   char buffer[16384];
   passwd entry = {};
@@ -124,7 +124,8 @@ std::string UserName(uid_t user) {
   return isKnown ? found->pw_name : std::to_string(user);
 }
 
-// The time in a query parameter, or `otherwise` if it is missing. Throws `Console::Failure`.
+// Returns the time in a query parameter, or `otherwise` if it is missing. Throws
+// `Console::Failure`.
 std::uint64_t TimeOf(const Request& request, const char* name, std::uint64_t otherwise) {
   const std::string* const text = Http::Find(request.m_Query, name);
   return text == nullptr ? otherwise : Console::ParseTimestamp(name, *text, Console::NowMs());
@@ -160,7 +161,7 @@ Reply ReadHistory(const ApiContext& api, const Request& request) {
       });
 }
 
-// A duration from now, or a time in the future. Throws `Console::Failure`.
+// Parses a duration from now, or a time in the future. Throws `Console::Failure`.
 std::uint64_t EndOf(const std::string& text, std::uint64_t nowMs) {
   if (const auto duration = Console::ReadDuration(text)) {
     return nowMs + static_cast<std::uint64_t>(duration->count());

@@ -1,4 +1,4 @@
-// Paths for the stored state: known cards, acknowledgments and history.
+// Resources for the stored state: known cards, acknowledgments and history.
 #pragma once
 
 #include "service/api/ApiContext.h"
@@ -6,7 +6,7 @@
 namespace Service {
 
 Http::Reply GetKnownCards(const ApiContext& api, const Http::Request& request);
-// Forgets a card that is not present.
+// Forgets a missing card.
 Http::Reply DeleteCard(const ApiContext& api, const Http::Request& request);
 
 Http::Reply GetHistory(const ApiContext& api, const Http::Request& request);

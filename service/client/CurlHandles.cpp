@@ -3,7 +3,7 @@
 namespace Service {
 namespace {
 
-// Not thread-safe by itself. TLS is not used.
+// curl_global_init() is not always thread-safe, so a static variable guards it. TLS is not used.
 void InitializeOnce() {
   static const CURLcode code = curl_global_init(CURL_GLOBAL_NOTHING);
   if (code != CURLE_OK) throw std::bad_alloc();
@@ -31,8 +31,8 @@ MultiHandle MakeMulti() {
   return multi;
 }
 
-HeaderList MakeHeaders(const std::string& only) {
-  HeaderList list(curl_slist_append(nullptr, only.c_str()));
+HeaderList MakeHeaders(const std::string& header) {
+  HeaderList list(curl_slist_append(nullptr, header.c_str()));
   if (!list) throw std::bad_alloc();
   return list;
 }

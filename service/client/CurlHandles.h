@@ -1,5 +1,5 @@
-// Owners of libcurl's handles, and the options that all requests share. The functions throw
-// `std::bad_alloc`.
+// Owners of libcurl's handles, and the options common to all requests. The functions throw
+// `std::bad_alloc` on failure.
 #pragma once
 
 #include <curl/curl.h>
@@ -30,15 +30,16 @@ void SetOption(const EasyHandle& easy, CURLoption option, Value value) {
   if (curl_easy_setopt(easy.get(), option, value) != CURLE_OK) throw std::bad_alloc();
 }
 
-// For requests to a Unix socket.
+// Creates a handle for requests over a Unix socket.
 EasyHandle MakeEasy(const std::filesystem::path& socket);
 MultiHandle MakeMulti();
-HeaderList MakeHeaders(const std::string& only);
+HeaderList MakeHeaders(const std::string& header);
 
-// Only the path matters: the host is the socket.
+// Returns a URL with this path. Its host name is a placeholder, because the socket selects the
+// service.
 std::string UrlOf(const std::string& path);
 
-// The result of the transfer, once it has ended.
+// Returns the result of the transfer, or empty until it has ended.
 std::optional<CURLcode> TakeResult(const MultiHandle& multi);
 
 }  // namespace Service

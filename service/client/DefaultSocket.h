@@ -1,4 +1,4 @@
-// Where the service listens.
+// Paths of the service's sockets.
 #pragma once
 
 #include <filesystem>
@@ -6,12 +6,13 @@
 
 namespace Service {
 
-// Where a service of this user listens: CORVANE_SOCKET, else /run/corvane/corvane.sock for root,
-// else $XDG_RUNTIME_DIR/corvane/corvane.sock. Empty if no variable names a directory for this user.
+// Returns the path at which a service of this user listens: CORVANE_SOCKET if it is set; otherwise
+// /run/corvane/corvane.sock for root and $XDG_RUNTIME_DIR/corvane/corvane.sock for other users.
+// Returns an empty path if XDG_RUNTIME_DIR is needed but not set.
 std::filesystem::path DefaultSocket();
 
-// Where a client looks for a service, in this order: CORVANE_SOCKET alone, if set; else the default
-// of this user and that of root.
+// Returns the paths at which a client looks for a service, in order: only CORVANE_SOCKET if it is
+// set; otherwise the default path of this user, and then that of root.
 std::vector<std::filesystem::path> ClientSockets();
 
 }  // namespace Service

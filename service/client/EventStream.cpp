@@ -11,7 +11,7 @@
 
 namespace Service {
 
-// Members are destroyed in the opposite order, the transfer first.
+// Members are destroyed in reverse order, so the transfer is destroyed first.
 struct EventStream::Connection {
   Connection(const std::filesystem::path& socket, std::int64_t after)
       : m_Headers(MakeHeaders(fmt::format("Last-Event-ID: {}", after))),
@@ -27,7 +27,8 @@ struct EventStream::Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Only the names of events matter; a reply that is not a stream is kept for its problem.
+  // Looks only for the names of events. Keeps a reply that is not a stream, because it contains the
+  // problem.
   static std::size_t Take(const char* text, std::size_t, std::size_t size, Connection* it) {
     constexpr std::size_t kLongest = 1U << 20U;
     if (size > kLongest - it->m_Text.size()) return 0;
@@ -68,7 +69,7 @@ void EventStream::Connect(std::int64_t after) {
   m_Connection = std::make_shared<Connection>(m_Socket, after);
 }
 
-// What has arrived. The end of the stream is news as well.
+// Processes what has arrived. The end of the stream also counts as news.
 bool EventStream::HasNews() {
   Connection& connection = *m_Connection;
   int running = 0;
@@ -97,7 +98,7 @@ bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds timeout,
   while (!HasNews()) {
     if (deadline.IsOver() || Console::IsStopRequested()) return false;
     const curl_socket_t socket = m_Connection->Socket();
-    // A Unix socket connects at once, unless the queue of the service is full.
+    // A Unix socket connects immediately, unless the service's queue of connections is full.
     constexpr std::chrono::milliseconds kPause(20);
     const bool isConnected = socket != CURL_SOCKET_BAD;
     const bool isReadable = Console::WaitReadable(

@@ -1,4 +1,4 @@
-// The event stream of the service as a notification: other requests read the event log.
+// Uses the event stream of the service as a notification; other requests read the event log.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace Service {
 
-// For one thread.
+// Not thread-safe.
 class EventStream {
  public:
   // Does not connect yet.
@@ -20,10 +20,10 @@ class EventStream {
   EventStream(const EventStream&) = delete;
   EventStream& operator=(const EventStream&) = delete;
 
-  // Waits for an event above that number or a new snapshot; connects first if there is no
-  // connection. False when the time is up, a stop signal arrived or one of `also` is ready. Throws
-  // `Console::Failure` if the service does not accept the stream; if it ends, returns true, and the
-  // next call connects again.
+  // Waits for an event with a number above `after` or for a new snapshot. Connects first if there
+  // is no connection. Returns false on timeout, on a stop signal, or if one of `also` is ready.
+  // Throws `Console::Failure` if the service does not accept the stream. If the stream ends,
+  // returns true, and the next call connects again.
   bool Wait(std::int64_t after, std::chrono::milliseconds timeout, const Console::WaitSet& also);
 
  private:

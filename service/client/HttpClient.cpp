@@ -12,7 +12,7 @@ namespace {
 
 using Console::OnStop;
 
-// Ends a transfer, so that the handle can be used for another one.
+// Removes the handle at the end of a transfer, so that the handle can be used again.
 class Transfer {
  public:
   Transfer(const MultiHandle& multi, const EasyHandle& easy) : m_Multi(multi), m_Easy(easy) {
@@ -27,7 +27,7 @@ class Transfer {
   const EasyHandle& m_Easy;
 };
 
-// Waits for the connection, or for a stop signal that ends the request.
+// Waits for activity on the connection, or for a stop signal if that ends the request.
 void Poll(const MultiHandle& multi, const Console::Deadline& deadline, OnStop onStop) {
   curl_waitfd stop = {};
   stop.fd = Console::StopDescriptor();
@@ -48,14 +48,15 @@ HttpClient::HttpClient(std::filesystem::path socket, std::size_t largestBody)
   SetOption(m_Easy, CURLOPT_WRITEDATA, this);
 }
 
-// A shorter count than `size` ends the transfer.
+// A return value below `size` ends the transfer.
 std::size_t HttpClient::Take(const char* text, std::size_t, std::size_t size, HttpClient* client) {
   if (size > client->m_LargestBody - client->m_Body.size()) return 0;
   client->m_Body.append(text, size);
   return size;
 }
 
-// libcurl sends a request again on a new connection if a kept one turns out to be closed.
+// Changes use a new connection, because libcurl repeats a request if a reused connection turns out
+// to be closed.
 std::optional<HttpReply> HttpClient::Ask(const HttpRequest& request,
                                          const Console::Deadline& deadline) {
   SetOption(m_Easy, CURLOPT_URL, UrlOf(request.m_Path).c_str());
@@ -80,7 +81,7 @@ std::optional<HttpReply> HttpClient::Ask(const HttpRequest& request,
   return reply;
 }
 
-// Empty after the deadline.
+// Returns empty at the deadline.
 std::optional<CURLcode> HttpClient::Perform(const HttpRequest& request,
                                             const Console::Deadline& deadline) {
   const Transfer transfer(m_Multi, m_Easy);

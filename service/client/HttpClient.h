@@ -1,4 +1,4 @@
-// HTTP over a Unix socket, for programs that use the service.
+// An HTTP client over a Unix socket, for programs that use the service.
 #pragma once
 
 #include <chrono>
@@ -18,29 +18,28 @@ struct HttpReply {
   std::string m_Body;
 };
 
-// What a request is.
 struct HttpRequest {
   std::string m_Path;                 // with the query
-  std::optional<std::string> m_Body;  // JSON; with one it is a POST
-  // It may take effect even without a reply, so it is sent at most once.
+  std::optional<std::string> m_Body;  // JSON, sent with POST; empty: GET
+  // A change may take effect even without a reply, so it is sent at most once.
   bool m_IsChange = false;
-  Console::OnStop m_OnStop = Console::OnStop::Abandon;  // what a stop signal does
+  Console::OnStop m_OnStop = Console::OnStop::Abandon;  // effect of a stop signal
 };
 
-// Keeps its connection between requests. For one thread.
+// Keeps its connection between requests. Not thread-safe.
 class HttpClient {
  public:
   static constexpr std::size_t kLargestBody = 64U << 20U;
 
-  // Does not connect yet. Longer bodies than `largestBody` are not accepted.
+  // Does not connect yet. Replies with a body longer than `largestBody` are rejected.
   explicit HttpClient(std::filesystem::path socket, std::size_t largestBody = kLargestBody);
   HttpClient(const HttpClient&) = delete;
   HttpClient& operator=(const HttpClient&) = delete;
 
   const std::filesystem::path& Socket() const { return m_Socket; }
 
-  // Sends a request and waits for the reply. Empty after the deadline. Throws `Console::Failure`
-  // of `ServiceFailure.h` without a reply, and `Console::Stopped` on a stop signal.
+  // Sends a request and waits for the reply. Returns empty at the deadline. Throws a failure of
+  // `ServiceFailure.h` if there is no usable reply, and `Console::Stopped` on a stop signal.
   std::optional<HttpReply> Ask(const HttpRequest& request, const Console::Deadline& deadline);
 
  private:

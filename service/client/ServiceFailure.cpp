@@ -27,7 +27,7 @@ constexpr const char* kWithoutService =
     "Pass --direct to load the plug-in into this process instead.";
 constexpr const char* kMayHaveChanged = "The command may still take effect; check with show.";
 
-// libcurl does not say why it could not connect.
+// Connects again and returns the errno value, because libcurl does not report it.
 int ErrorOfConnecting(const std::string& socket) {
   sockaddr_un address = {};
   if (socket.size() >= sizeof address.sun_path) return ENAMETOOLONG;
@@ -84,7 +84,7 @@ Failure AnswerFailure(const std::filesystem::path& socket, const std::string& wh
        kWithoutService});
 }
 
-// A status that says that the request is wrong comes from a service of another version.
+// A status for an invalid request means that the service has another version.
 Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket) {
   const Json problem = Json::parse(reply.m_Body, nullptr, false);
   const std::string id = problem.is_object() ? TextOf(problem, "id") : std::string();

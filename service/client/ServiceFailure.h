@@ -1,4 +1,4 @@
-// What goes wrong between the console and the service, as failures of the console.
+// Failures in the communication with the service.
 #pragma once
 
 #include <filesystem>
@@ -9,19 +9,20 @@
 
 namespace Service {
 
-// The ids that callers compare.
+// The id of `NoServiceFailure`.
 constexpr const char* kNoService = "NO_SERVICE";
 
-// Nothing listens at the socket, or the user may not connect; errno says which.
+// Nothing listens at the socket, or the user may not connect. The failure contains the reason.
 Console::Failure NoServiceFailure(const std::filesystem::path& socket);
-// It answered before, or has closed the connection. `mayHaveChanged`: a change was sent.
+// The service has closed the connection, or no longer accepts one. `mayHaveChanged`: a change was
+// sent.
 Console::Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged);
-// It has not answered in time.
+// The service has not replied in time.
 Console::Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged);
-// It answers, but not as the service of this version does.
+// The reply is not one that this version of the service sends.
 Console::Failure AnswerFailure(const std::filesystem::path& socket, const std::string& why);
 
-// The failure that a reply other than 200 describes: a problem document, with its id.
+// Converts a reply other than 200 and its problem document to a failure with the same id.
 Console::Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket);
 
 }  // namespace Service

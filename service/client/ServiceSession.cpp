@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* kSession = "/v1/session";
 
-// A reply that cannot be understood is that of another program or version.
+// A reply that cannot be parsed comes from another program or version.
 template <class Parse>
 auto Understand(const std::filesystem::path& socket, Parse parse) {
   try {
@@ -49,8 +49,8 @@ ServiceSession::~ServiceSession() {
   m_EventLog.ReadFrom(nullptr);
 }
 
-// A reply with status 200. It may come shortly after the deadline, because a command that runs for
-// a given time collects the last events at its end.
+// Returns a reply with status 200. Waits slightly beyond the deadline, because a command that runs
+// for a given time collects its last events when the time is over.
 HttpReply ServiceSession::Ask(const HttpRequest& request, const Deadline& deadline) {
   auto reply = m_Client.Ask(request, deadline.Extended(Console::kGrace));
   if (!reply) throw ServiceTimeoutFailure(m_Client.Socket(), request.m_IsChange);
@@ -80,7 +80,7 @@ ServiceSession::State ServiceSession::ReadState() {
   });
 }
 
-// After an operation the reads wait for the cards, so that the end of a job is seen.
+// After a change, reads wait for the cards, so that they show the end of a job.
 std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand command,
                                                          const Deadline& deadline,
                                                          Console::OnStop onStop) {
@@ -95,7 +95,7 @@ std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand 
                     [&] { return Console::ReplyFromJson(command.m_Command, json); });
 }
 
-// The plug-in may have failed to start a thread.
+// Reads the state again, because the plug-in may have failed to start a thread.
 std::uint32_t ServiceSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
   const std::uint32_t result = CommandSession::ExecuteOperation(object, operation);
   m_State = ReadState();

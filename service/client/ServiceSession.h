@@ -15,13 +15,13 @@ namespace Service {
 class ServiceSession : public Console::CommandSession, private Console::EventSource {
  public:
   // Connects, and waits if the plug-in is still starting. Throws `Console::Failure`, with the id
-  // `kNoService` if nothing answers at the socket. Until destroyed, redirects `eventLog`, which
-  // must outlive the session, to the service's log.
+  // `kNoService` if nothing answers at the socket. Redirects `eventLog` to the service's log until
+  // the session is destroyed; `eventLog` must outlive the session.
   ServiceSession(std::filesystem::path socket, Console::EventLogClient& eventLog,
                  const Console::TimeLimits& limits);
   ~ServiceSession() override;
 
-  // Whether the plug-in runs; if not, why, and reads are from its last report.
+  // Whether the plug-in is running. If not, `Reason` returns why, and reads return its last report.
   bool IsPluginUp() const { return m_State.m_IsUp; }
   const std::string& Reason() const { return m_State.m_Reason; }
 
@@ -64,7 +64,8 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   HttpClient m_Client;
   EventStream m_Stream;
   State m_State;
-  std::int64_t m_Seen;  // the number of the newest event that was returned, or was there before
+  // Number of the newest event that was returned, or that existed before the session.
+  std::int64_t m_Seen;
 };
 
 }  // namespace Service

@@ -15,7 +15,7 @@ constexpr Row kRows[] = {
     {ExitCode::Refused, 409}, {ExitCode::PluginUnusable, 503}, {ExitCode::TimedOut, 504},
 };
 
-// Not only the plug-in can be unavailable.
+// Distinguishes problems of the plug-in from other problems with the same status.
 bool IsOfPlugin(const std::string& id) {
   return id.rfind("PLUGIN_", 0) == 0;
 }

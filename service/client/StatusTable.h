@@ -1,4 +1,4 @@
-// HTTP statuses and the console's exit codes: the one table for both directions.
+// Mapping between HTTP statuses and the console's exit codes.
 #pragma once
 
 #include <optional>
@@ -8,11 +8,11 @@
 
 namespace Service {
 
-// The status for a failure with that exit code; 500 if there is no better one.
+// Maps an exit code to an HTTP status; 500 for codes without a mapping.
 unsigned StatusOf(Console::ExitCode code);
 
-// The exit code for a problem with that status and id; empty if the status says that the request
-// itself is wrong.
+// Maps the status and id of a problem to an exit code; empty if the status means that the request
+// itself was invalid.
 std::optional<Console::ExitCode> ExitCodeOf(long status, const std::string& id);
 
 }  // namespace Service

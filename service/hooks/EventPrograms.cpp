@@ -23,8 +23,8 @@ using Json = nlohmann::ordered_json;
 
 constexpr auto kReplace = Json::error_handler_t::replace;
 
-// Empty for a file that another user could have written, that does not exist, or that has no
-// number.
+// Returns empty if the file does not exist, contains no number, or could have been written by
+// another user.
 std::optional<std::int64_t> ReadNumber(const std::filesystem::path& file) {
   constexpr std::size_t kMostDigits = 64;
   const Base::TrustedPath trusted = Base::ResolveTrusted(file);
@@ -41,7 +41,7 @@ std::optional<std::int64_t> ReadNumber(const std::filesystem::path& file) {
   return number;
 }
 
-// A variable cannot contain NUL.
+// An environment variable cannot contain NUL.
 std::string ValueOf(const Json& field) {
   std::string text = field.is_string() ? field.get<std::string>() : field.dump();
   text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
@@ -105,7 +105,8 @@ void EventPrograms::RunThread() {
   }
 }
 
-// The next event whose number has been recorded, so that it is never run again; empty at the end.
+// Returns the next event, after recording its number so that its programs never run twice. Returns
+// empty when stopping.
 std::optional<Event> EventPrograms::Next() {
   const Base::MutexLock turn(m_NextLock);
   for (;;) {

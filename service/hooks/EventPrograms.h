@@ -19,43 +19,44 @@
 namespace Hooks {
 
 struct Event {
-  std::int64_t m_Number = 0;  // rises from event to event, also across restarts
+  std::int64_t m_Number = 0;  // increases with each event, also across restarts
   nlohmann::ordered_json m_Document;
 };
 
 struct ProgramSettings {
   std::filesystem::path m_Directory;
-  // Keeps the number of the last event whose programs were started; empty: not kept.
+  // Stores the number of the last event whose programs were started; empty: not stored.
   std::filesystem::path m_StateFile;
-  std::chrono::milliseconds m_Timeout{30000};  // of a program
+  std::chrono::milliseconds m_Timeout{30000};  // per program
   std::chrono::milliseconds m_StopTimeout{3000};
   unsigned m_Parallel = 4;      // programs at a time
   std::size_t m_Queue = 20000;  // events; further ones are dropped with a report
-  // Receives what programs print and why they failed. Called by several threads.
+  // Receives the output and failures of programs. Called on several threads.
   std::function<void(const std::string&)> m_Report = nullptr;
 };
 
-// The programs of one event run one after the other, by name; those of different events at the same
-// time. The directory is read for each event.
+// The programs of one event run one after another, in order of their names; programs of different
+// events run concurrently. The directory is read for each event.
 //
-// No program runs twice for an event: the event's number is in the state file before the first
-// program starts. If the service is killed in between, some or all programs have not run for that
-// event (at most once). An event whose number cannot be written is dropped with a report.
+// Each program runs at most once per event: the event's number is written to the state file before
+// the first program starts. If the service is killed after that, some or all programs do not run
+// for that event. An event whose number cannot be written is dropped with a report.
 class EventPrograms {
  public:
   // Starts the threads.
   explicit EventPrograms(ProgramSettings settings);
-  // Starts no further program, and kills those that have not ended after the stop timeout. Events
-  // that wait are run after the next start if their source has them then.
+  // Starts no programs for further events, and kills programs that are still running after the stop
+  // timeout. Queued events must be passed again after the next start.
   ~EventPrograms();
   EventPrograms(const EventPrograms&) = delete;
   EventPrograms& operator=(const EventPrograms&) = delete;
 
-  // The number in the state file when this was made; empty without a readable one.
+  // Returns the number in the state file at construction; empty if it could not be read.
   std::optional<std::int64_t> LastNumber() const { return m_LastNumber; }
   // Records that the events up to this number need no programs.
   void SkipTo(std::int64_t number);
-  // Runs the programs for the event, in order of the calls. Returns at once. From any thread.
+  // Queues the event for its programs and returns immediately. Events are handled in the order of
+  // the calls. Thread-safe.
   void Take(Event event);
 
  private:
@@ -81,8 +82,8 @@ class EventPrograms {
   std::vector<std::thread> m_Threads;
 };
 
-// The variables for programs: PATH, LANG, and one for each text, number and truth value of the
-// document, such as CORVANE_EVENT_ID for "event_id".
+// Returns the environment of programs: PATH, LANG, and a variable for each text, number and Boolean
+// of the document, such as CORVANE_EVENT_ID for "event_id".
 std::vector<std::string> EnvironmentOf(const Event& event);
 
 }  // namespace Hooks

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// In names of copies that a package manager has left.
+// Parts of the names of copies that package managers leave behind.
 constexpr const char* kCopies[] = {".dpkg-", ".rpmsave", ".rpmnew", ".rpmorig"};
 
 bool IsLeftover(const std::string& name) {

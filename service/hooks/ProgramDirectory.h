@@ -1,4 +1,4 @@
-// The programs of a directory.
+// Finds the programs in a directory.
 #pragma once
 
 #include <filesystem>
@@ -8,9 +8,9 @@
 
 namespace Hooks {
 
-// The executable files in `directory`, by name. Hidden files and leftovers of editors and packages
-// ("name~", "name.dpkg-old") are left out, and so is what another user could have changed, of which
-// `report` receives the reason. Empty for a directory that does not exist.
+// Returns the executable files in `directory`, sorted by name. Skips hidden files and leftovers of
+// editors and package managers ("name~", "name.dpkg-old"). Also skips files that another user could
+// have changed, and calls `report` with the reason. Returns empty if the directory does not exist.
 std::vector<std::filesystem::path> FindPrograms(
     const std::filesystem::path& directory, const std::function<void(const std::string&)>& report);
 

@@ -22,7 +22,8 @@ namespace {
 
 constexpr std::size_t kMostOutput = 16384;
 
-// A file rather than a pipe: a program that does not read its input cannot block anyone.
+// A file instead of a pipe, so that a program that does not read its input cannot block the
+// service.
 Base::Descriptor MakeInput(const std::string& text) {
   Base::Descriptor file(memfd_create("event", MFD_CLOEXEC));
   if (!file.IsOpen() || Base::WriteAll(file, text) != 0 || lseek(file.Get(), 0, SEEK_SET) != 0) {
@@ -38,7 +39,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
-// What a new process gets.
+// The file actions and attributes of a new process.
 class SpawnSettings {
  public:
   SpawnSettings(int input, int output) {
@@ -63,7 +64,7 @@ class SpawnSettings {
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-  // 0 or an errno.
+  // Returns 0 or an errno value.
   int Spawn(const ProgramRun& run, pid_t& process) const {
     std::vector<std::string> words = {run.m_File.string()};
     std::vector<std::string> variables = run.m_Environment;
@@ -76,7 +77,7 @@ class SpawnSettings {
   posix_spawnattr_t m_Attributes;
 };
 
-// Reads what has arrived; more than the limit is dropped. False at the end of the pipe.
+// Reads what has arrived, and drops output above the limit. Returns false at the end of the pipe.
 bool ReadOutput(int pipe, std::string& output) {
   char text[4096];
   const ssize_t count = read(pipe, text, sizeof text);
@@ -86,7 +87,8 @@ bool ReadOutput(int pipe, std::string& output) {
   return count > 0;
 }
 
-// Until the process ends, the time is up or it has to stop. Empty if it has ended.
+// Waits until the process exits, the timeout expires or the run has to stop. Returns empty if the
+// process has exited, or the reason for killing it.
 std::string Await(int process, int pipe, const ProgramRun& run, std::string& output) {
   const Console::Deadline deadline(run.m_Timeout);
   pollfd waits[] = {{process, POLLIN, 0}, {run.m_Stop, POLLIN, 0}, {pipe, POLLIN, 0}};
@@ -99,7 +101,8 @@ std::string Await(int process, int pipe, const ProgramRun& run, std::string& out
   return fmt::format("killed after {} s", static_cast<double>(run.m_Timeout.count()) / 1000);
 }
 
-// What is in the pipe already. A process that left the group may still hold it open.
+// Reads what is already in the pipe, without waiting for its end, because a process that left the
+// group may still hold it open.
 void ReadRest(int pipe, std::string& output) {
   fcntl(pipe, F_SETFL, O_NONBLOCK);
   pollfd wait = {pipe, POLLIN, 0};
@@ -119,7 +122,7 @@ ProgramResult CannotStart(int error) {
 
 }  // namespace
 
-// The group is killed before its leader is reaped: its number cannot belong to others until then.
+// The group is killed before its leader is reaped, because its number could be reused afterwards.
 ProgramResult Run(const ProgramRun& run) {
   const Base::Descriptor input = MakeInput(run.m_Input);
   Base::Pipe pipe = Base::MakePipe();
@@ -130,7 +133,7 @@ ProgramResult Run(const ProgramRun& run) {
   pipe.m_Write.Close();
   const Base::Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
   ProgramResult result;
-  // Without the descriptor the end could not be seen.
+  // Without this descriptor, the exit of the process would go unnoticed.
   result.m_Failure = end.IsOpen() ? Await(end.Get(), pipe.m_Read.Get(), run, result.m_Output)
                                   : CannotStart(errno).m_Failure;
   kill(-process, SIGKILL);

@@ -13,7 +13,7 @@ namespace {
 
 using Refusal = std::optional<Response>;
 
-// What the rules read, and what they find out for the rules that follow.
+// The input of the rules, and the results that they leave for later rules.
 struct Case {
   const Head& m_Head;
   const Router& m_Router;
@@ -52,7 +52,7 @@ bool Contains(const List& list, const Value& value) {
   return std::find(list.begin(), list.end(), value) != list.end();
 }
 
-// Empty without a valid length.
+// Returns empty if there is no valid length.
 std::optional<std::uint64_t> ContentLength(const Head& head) {
   const std::string* const text = FindHeader(head, "content-length");
   std::uint64_t length = 0;
@@ -74,7 +74,8 @@ Refusal CheckNul(Case& each) {
   return MakeProblem(400, "PATH_INVALID", "the path or query contains NUL");
 }
 
-// Fields that may be repeated are joined; the handlers need no other repeated field.
+// Joins the values of repeated fields with commas. This suits all list fields, and no handler needs
+// repeated fields of another kind.
 Refusal ReadHeaders(Case& each) {
   Texts& headers = each.m_Admission.m_Request.m_Headers;
   for (const auto& [name, value] : each.m_Head.m_Headers) {
@@ -83,20 +84,20 @@ Refusal ReadHeaders(Case& each) {
     if (value.find('\0') != value.npos || !Base::IsUtf8(value)) {
       return MakeProblem(400, "HEADER_INVALID", "header " + lower + " is not UTF-8");
     }
-    const auto [place, isNew] = headers.emplace(lower, value);
-    if (!isNew) place->second.append(", ").append(value);
+    const auto [position, isNew] = headers.emplace(lower, value);
+    if (!isNew) position->second.append(", ").append(value);
   }
   return std::nullopt;
 }
 
-// An address in the Host header cannot be that of another site, because no name was resolved.
+// Accepting this machine's address is safe: an attack by DNS rebinding needs a name.
 bool IsOwnName(const Case& each, const std::string& host) {
   const std::string& local = each.m_Head.m_Peer.m_LocalAddress;
   const bool isV6 = local.find(':') != local.npos;
   return host == (isV6 ? "[" + local + "]" : local) || Contains(each.m_Settings.m_Hosts, host);
 }
 
-// Another site can make a browser ask this server under the site's own name.
+// Prevents DNS rebinding, in which another site resolves its own name to this server's address.
 Refusal CheckHost(Case& each) {
   if (!each.m_Head.m_Peer.m_IsTcp) return std::nullopt;
   const std::string* const host = Find(each.m_Admission.m_Request.m_Headers, "host");
@@ -200,7 +201,7 @@ Refusal CheckMediaType(Case& each) {
                      isPlain ? "" : "Send it without Content-Encoding.");
 }
 
-// In the order in which they are checked: what follows may rely on what precedes.
+// The rules in the order in which they are checked. Each may rely on the rules before it.
 constexpr Refusal (*kRules[])(Case&) = {
     CheckHeaderSize, CheckNul,        ReadHeaders, CheckHost,     CheckOrigin,   CheckReadOnly,
     FindRoute,       CheckPermission, ReadQuery,   CheckBodyRule, CheckBodySize, CheckMediaType};

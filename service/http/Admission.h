@@ -1,4 +1,4 @@
-// Decides about a request when its headers have arrived.
+// Decides whether to accept a request once its headers have arrived.
 #pragma once
 
 #include <optional>
@@ -20,7 +20,7 @@ struct Head {
   std::string m_Path;
   Pairs m_Query;
   Pairs m_Headers;
-  bool m_HasNul = false;   // path or query were cut at a NUL
+  bool m_HasNul = false;   // the path or query was cut at a NUL
   std::size_t m_Size = 0;  // in bytes, as received
   Peer m_Peer;
 };
@@ -32,19 +32,22 @@ struct Admission {
   std::optional<Response> m_Refusal;
 };
 
-// The first rule that the head breaks gives the refusal. The result refers to the router.
+// Returns the refusal of the first rule that the head breaks, if any. The result refers to
+// `router`.
 Admission Admit(const Head& head, const Router& router, const Settings& settings,
                 const Permissions& permissions);
 
+// Returns a 413 problem.
 Response MakeBodyTooLarge(const Limits& limits);
 
-// Whether a body follows, as far as the headers say.
+// Whether the headers announce a body.
 bool HasBody(const Head& head);
 
-// Whether the headers say that the body is longer than the limit.
+// Whether the announced length of the body exceeds the limit.
 bool IsBodyTooLarge(const Head& head, const Limits& limits);
 
-// The value of the first header with this name, which is compared without case. Null if none.
+// Returns the value of the first header with this name, or null. `name` must be in lower case;
+// header names are compared case-insensitively.
 const std::string* FindHeader(const Head& head, std::string_view name);
 
 }  // namespace Http

@@ -28,13 +28,13 @@ Connections::~Connections() {
   m_Thread.join();
 }
 
-// The library counts as well, but its threads share a limit among them, and each listener has one
-// of its own.
+// libmicrohttpd can also limit connections, but only per listener, and it divides the limit among
+// its threads.
 Connections::EntryPtr Connections::Open(int socket) {
   auto entry = std::make_shared<Entry>(socket, PeerOf(socket));
   const Base::MutexLock lock(m_Lock);
   if (IsTooMany(entry->m_Peer)) {
-    // What a TCP client has sent already can still be read.
+    // The request is refused too, because what a TCP client has already sent can still be read.
     entry->m_IsRefused = true;
     shutdown(socket, SHUT_RDWR);
     return entry;
@@ -94,8 +94,8 @@ void Connections::Stop() {
   for (const auto& each : aborted) each->Abort();
 }
 
-// The library has a timeout, but of inactivity: a client that sends a byte now and then would keep
-// its connection. And it does not watch a suspended connection.
+// libmicrohttpd's own timeout is insufficient: it covers only inactivity, so a client that sends a
+// byte now and then would keep its connection. It also ignores suspended connections.
 void Connections::Run() {
   Base::MutexLock lock(m_Lock);
   while (!m_HasEnded) {

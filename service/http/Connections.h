@@ -1,4 +1,4 @@
-// The connections of a server: how many there are, and how long each may take.
+// The connections of a server, with limits on their number and duration.
 #pragma once
 
 #include <chrono>
@@ -17,32 +17,33 @@
 
 namespace Http {
 
-// Any thread may call its members.
+// Thread-safe.
 class Connections {
  public:
-  // One connection. The sockets belong to the library, which closes them after `Close`.
+  // A connection. libmicrohttpd owns the socket and closes it after `Close`.
   struct Entry;
   using EntryPtr = std::shared_ptr<Entry>;
 
   explicit Connections(const Limits& limits);
-  // All connections must be closed.
+  // All connections must have been closed.
   ~Connections();
   Connections(const Connections&) = delete;
   Connections& operator=(const Connections&) = delete;
 
-  // A new connection, which has the time of a request. It is cut at once if it exceeds a limit.
+  // Registers a connection and starts its request timeout. A connection that exceeds a limit is
+  // shut down immediately.
   EntryPtr Open(int socket);
   void Close(const EntryPtr& entry);
 
-  // Cuts the connection after this time, unless this is called again or the time is empty.
+  // Replaces the time after which the connection is shut down. Empty: no limit.
   void SetTime(const EntryPtr& entry, std::optional<std::chrono::milliseconds> time);
-  // The request waits for `unfinished`, which is aborted when the client is gone or the server
-  // stops. False if the server is stopping, or there are too many streams.
+  // Registers `unfinished`, for which the request waits. It is aborted if the client disconnects or
+  // the server stops. Returns false if the server is stopping or too many streams are open.
   bool Wait(const EntryPtr& entry, std::shared_ptr<Unfinished> unfinished, bool isStream);
-  // The request does not wait any more.
+  // Unregisters the response that `Wait` registered, if any.
   void EndWait(const EntryPtr& entry);
 
-  // Aborts what the connections wait for; from here on `Wait` fails.
+  // Aborts all registered responses. Afterwards `Wait` returns false.
   void Stop();
 
  private:
@@ -57,11 +58,11 @@ class Connections {
 
   mutable Base::Mutex m_Lock;  // also guards the entries
   Base::ConditionVariable m_Changed;
-  // Without those that were too many.
+  // Excludes refused connections.
   std::set<EntryPtr> m_Entries HOST_GUARDED_BY(m_Lock);
-  // TCP only: number of connections.
+  // Number of TCP connections by client address.
   std::map<std::string, std::size_t> m_Addresses HOST_GUARDED_BY(m_Lock);
-  // By `Peer::m_IsTcp`.
+  // Number of streams by `Peer::m_IsTcp`.
   std::map<bool, std::size_t> m_Streams HOST_GUARDED_BY(m_Lock);
   bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
   bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;

@@ -7,7 +7,7 @@
 namespace Http {
 namespace {
 
-// The byte of an escape without its percent sign. from_chars() alone would accept a single digit.
+// Parses the two digits of an escape. from_chars() alone would accept a single digit.
 std::optional<char> ByteOf(std::string_view digits) {
   unsigned char byte = 0;
   const char* const end = digits.data() + digits.size();

@@ -7,8 +7,8 @@
 
 namespace Http {
 
-// Replaces each %XX by its byte. Empty if an escape is malformed, or the result contains NUL or is
-// not UTF-8.
+// Replaces each %XX with its byte. Returns empty if an escape is malformed, or if the result
+// contains NUL or is not UTF-8.
 std::optional<std::string> Decode(std::string_view escaped);
 
 }  // namespace Http

@@ -24,7 +24,7 @@ MHD_Result AddPair(void* list, MHD_ValueKind, const char* name, size_t nameSize,
   }
 }
 
-// Throws `std::bad_alloc` rather than leaving something out.
+// Throws `std::bad_alloc` if not all pairs could be stored.
 Head::Pairs ReadPairs(MHD_Connection* connection, MHD_ValueKind kind) {
   Head::Pairs pairs;
   const int count = MHD_get_connection_values_n(connection, kind, AddPair, &pairs);
@@ -41,8 +41,9 @@ void Exchange::End() {
   if (m_Unfinished != nullptr) m_Unfinished->End();
 }
 
-// The library takes a NUL for the end of the target. The target and the version follow each other
-// in its buffer, with one byte between them; if another release copies them, nothing is known.
+// libmicrohttpd ends the target at a NUL. In the connection's buffer the version follows the target
+// after one byte; a larger gap shows that the target was cut. If another release copies them to
+// separate buffers, a cut is not detected.
 bool Exchange::IsTargetCut(const char* version) const {
   const auto gap =
       reinterpret_cast<std::uintptr_t>(version) - reinterpret_cast<std::uintptr_t>(m_TargetEnd);
@@ -59,9 +60,9 @@ Head Exchange::ReadHead() const {
   return head;
 }
 
-// A refusal waits for a body that is short enough to read: a client that is still sending it might
-// not see the response before the connection is closed. One that asked before sending gets it at
-// once.
+// A body within the limit is read before a refusal is sent: a client that is still sending might
+// not see the response before the connection is closed. A client that sent an Expect header waits
+// before it sends the body, so it gets the refusal immediately.
 bool Exchange::Begin(std::string_view method, std::string_view path, const char* version) {
   m_HasBegun = true;
   if (m_Entry->m_IsRefused) return false;

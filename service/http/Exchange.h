@@ -15,7 +15,7 @@
 
 namespace Http {
 
-// What the exchanges of a server share.
+// State shared by the exchanges of a server.
 struct Shared {
   Shared(std::vector<Route> routes, Settings settings)
       : m_Router(std::move(routes)),
@@ -23,7 +23,7 @@ struct Shared {
         m_Connections(m_Settings.m_Limits),
         m_pPermissions(std::make_shared<const Permissions>(m_Settings.m_Permissions)) {}
 
-  // From any thread.
+  // Both functions are thread-safe.
   std::shared_ptr<const Permissions> CurrentPermissions() const {
     return std::atomic_load(&m_pPermissions);
   }
@@ -36,21 +36,21 @@ struct Shared {
   Connections m_Connections;
 
  private:
-  std::shared_ptr<const Permissions> m_pPermissions;  // only with atomic_load and atomic_store
+  std::shared_ptr<const Permissions> m_pPermissions;  // access only atomically
 };
 
-// Bytes of memory of a connection, for headers and for what is being sent. Headers that exceed it
-// are far above their own limit, and the library refuses them.
+// Returns the size in bytes of a connection's buffer for headers and output. It is a multiple of
+// the limit for headers, so that libmicrohttpd rejects only headers far above that limit.
 inline std::size_t MemoryOfConnection(const Limits& limits) {
   return 4 * limits.m_HeaderBytes;
 }
 
-// The functions follow the calls of the library: first `Begin`, then `AddBody` for each part of a
-// body, `Finish` when the request has arrived and again after each suspension. `Begin` and
-// `Finish` return false if the library has to close the connection.
+// Called by libmicrohttpd's callbacks: `Begin` when the headers have arrived, `AddBody` for each
+// part of the body, and `Finish` when the request is complete and again after each suspension.
+// `Begin` and `Finish` return false if libmicrohttpd has to close the connection.
 class Exchange {
  public:
-  // `target` is the request's target, in the buffer of the connection.
+  // `target` is the request target and points into the connection's buffer.
   Exchange(Shared& shared, MHD_Connection* connection, Connections::EntryPtr entry,
            std::string_view target)
       : m_Shared(shared),
@@ -61,11 +61,11 @@ class Exchange {
   Exchange& operator=(const Exchange&) = delete;
 
   bool HasBegun() const { return m_HasBegun; }
-  // `version` is in the buffer of the connection, after the target.
+  // `version` points into the connection's buffer, after the target.
   bool Begin(std::string_view method, std::string_view path, const char* version);
   void AddBody(std::string_view bytes);
   bool Finish();
-  // The request is over, for any reason.
+  // Call when the request has ended, for whatever reason.
   void End();
 
  private:
@@ -78,7 +78,7 @@ class Exchange {
   bool Answer(const Later& later);
   bool Answer(const std::shared_ptr<Stream>& stream);
   bool AnswerLate();
-  // Without a limit of time, because the server itself takes it.
+  // Removes the deadline, because the server's own work is not limited.
   void StopTime() { m_Shared.m_Connections.SetTime(m_Entry, std::nullopt); }
   bool Wait(const std::shared_ptr<Unfinished>& unfinished, bool isStream);
 
@@ -89,7 +89,7 @@ class Exchange {
   bool m_HasBegun = false;
   Admission m_Admission;
 
-  // If the response was not complete when the handler returned.
+  // Set only if the response was incomplete when the handler returned.
   std::shared_ptr<Gate> m_Gate;
   std::shared_ptr<Unfinished> m_Unfinished;
   std::shared_ptr<LateResponse> m_Late;

@@ -23,7 +23,7 @@ void Gate::Wake() {
   WakeLocked();
 }
 
-// The library sees the end of the socket as if the client had closed it.
+// To libmicrohttpd this looks as if the client had closed the connection.
 void Gate::Cut() {
   const Base::MutexLock lock(m_Lock);
   if (m_Connection != nullptr) shutdown(m_Socket, SHUT_RDWR);

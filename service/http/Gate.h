@@ -1,4 +1,4 @@
-// Suspends the connection of a request that has to wait, and wakes it from other threads.
+// Suspends the connection of a request that has to wait, and resumes it from other threads.
 #pragma once
 
 #include "base/Mutex.h"
@@ -7,23 +7,24 @@ struct MHD_Connection;
 
 namespace Http {
 
-// One for each response that is not complete when its handler returns.
+// One exists for each response that is incomplete when its handler returns.
 class Gate {
  public:
-  // `socket` is that of the connection. Both must exist until `Detach`.
+  // `socket` is the connection's socket. Both must remain valid until `Detach`.
   Gate(MHD_Connection* connection, int socket) : m_Socket(socket), m_Connection(connection) {}
   Gate(const Gate&) = delete;
   Gate& operator=(const Gate&) = delete;
 
-  // On the connection's thread. True if the connection is now suspended; false if it has been woken
-  // since the last call, and has to be served instead.
+  // Call on the connection's thread. Returns true if the connection is now suspended. Returns false
+  // if `Wake` or `Cut` was called while it was not suspended; the caller then has to serve it.
   bool Suspend();
-  // On the connection's thread, when the request is over: from here on `Wake` and `Cut` do nothing.
+  // Call on the connection's thread when the request has ended. Afterwards, `Wake` and `Cut` do
+  // nothing.
   void Detach();
 
-  // Any thread: continues the connection, or prevents the next `Suspend`.
+  // Resumes the connection, or makes the next `Suspend` return false. Thread-safe.
   void Wake();
-  // Any thread: ends the connection, even if the client does not read.
+  // Shuts down the connection, even if the client does not read. Thread-safe.
   void Cut();
 
  private:

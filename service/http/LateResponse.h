@@ -1,4 +1,4 @@
-// What a responder and the connection that waits for it have in common.
+// The state shared by a responder and the connection that waits for its response.
 #pragma once
 
 #include <memory>
@@ -12,10 +12,10 @@ namespace Http {
 
 class LateResponse : public Unfinished {
  public:
-  // The first response wins. Any thread.
+  // Sets the response, unless one was set before or the request has ended. Thread-safe.
   void Complete(Response response);
   bool IsGone() const;
-  // Empty as long as there is none.
+  // Returns empty until a response is set.
   std::optional<Response> Get() const;
 
   void Abort() override;

@@ -40,7 +40,7 @@ Address MakeAddress(const Concrete& concrete) {
   return address;
 }
 
-// A sockaddr of the address's family.
+// Returns the address as the sockaddr type of its family.
 template <typename Concrete>
 Concrete As(const Address& address) {
   Concrete concrete;
@@ -48,7 +48,7 @@ Concrete As(const Address& address) {
   return concrete;
 }
 
-// Of the family AF_UNSPEC for a descriptor that is not a socket.
+// The family is AF_UNSPEC if the descriptor is not a socket.
 Address BoundAddress(const Base::Descriptor& socket) {
   Address address;
   address.m_Size = sizeof address.m_Storage;
@@ -89,7 +89,7 @@ Base::Descriptor MakeSocket(int family) {
   return socket;
 }
 
-// Two services that start at the same time must not both replace the other's socket.
+// Keeps two services that start simultaneously from replacing each other's socket.
 Base::Descriptor LockDirectory(const std::filesystem::path& path) {
   const std::filesystem::path directory = path.has_parent_path() ? path.parent_path() : ".";
   Base::Descriptor file = Base::OpenAt(AT_FDCWD, directory, O_RDONLY | O_DIRECTORY);
@@ -97,7 +97,7 @@ Base::Descriptor LockDirectory(const std::filesystem::path& path) {
   return file;
 }
 
-// Whether a process listens. A full queue is one as well.
+// Whether a process listens at the address, even if its queue of connections is full.
 bool IsServed(Address address) {
   const Base::Descriptor probe = MakeSocket(AF_UNIX);
   return connect(probe.Get(), address.Get(), address.m_Size) == 0 || errno != ECONNREFUSED;
@@ -115,7 +115,7 @@ void RemoveStale(const std::string& path, const Address& address) {
 
 }  // namespace
 
-// No client can connect before listen(), so the owner and mode are set by then.
+// The group and mode are set before listen(), because no client can connect before that.
 Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
                             std::optional<gid_t> group) {
   Address address = UnixAddress(path);
@@ -180,7 +180,7 @@ bool IsLocal(const Base::Descriptor& socket) {
 std::uint16_t PortOf(const Base::Descriptor& socket) {
   const Address bound = BoundAddress(socket);
   if (bound.m_Storage.ss_family != AF_INET && bound.m_Storage.ss_family != AF_INET6) return 0;
-  return ntohs(As<sockaddr_in>(bound).sin_port);  // at the same place in an IPv6 address
+  return ntohs(As<sockaddr_in>(bound).sin_port);  // same offset as in sockaddr_in6
 }
 
 }  // namespace Http

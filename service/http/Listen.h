@@ -1,4 +1,4 @@
-// Sockets for a server.
+// Listening sockets of a server.
 #pragma once
 
 #include <sys/types.h>
@@ -12,28 +12,28 @@
 
 namespace Http {
 
-// Listens at a path, with this mode and, if given, this group; it replaces a socket at which no
-// process listens. The file remains when the descriptor is closed. Throws `std::system_error`:
-// EADDRINUSE if a process listens there, EEXIST if the file is not a socket, ENAMETOOLONG.
+// Listens at a path, with this mode and, if given, this group. Replaces a stale socket, at which no
+// process listens. The socket file remains when the descriptor is closed. Throws
+// `std::system_error`: EADDRINUSE if a process listens there, EEXIST if the file is not a socket,
+// ENAMETOOLONG if the path does not fit in a socket address.
 Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
                             std::optional<gid_t> group);
 
-// Gives the file of such a socket to this group, if given, and sets its mode. Throws
-// `std::system_error`.
+// Sets the mode and, if given, the group of a socket file. Throws `std::system_error`.
 void ShareSocket(const std::filesystem::path& path, mode_t mode, std::optional<gid_t> group);
 
-// Listens at a numeric IPv4 or IPv6 address; port 0 is any free one. Throws `std::system_error`:
-// EINVAL if it is not an address.
+// Listens at a numeric IPv4 or IPv6 address; port 0 selects a free port. Throws
+// `std::system_error`: EINVAL if `address` is not an IP address.
 Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port);
 
-// The path of a Unix socket, "127.0.0.1:80" or "[::1]:80" of a TCP socket; empty for any other
-// descriptor.
+// Returns the path of a Unix socket, or the address and port of a TCP socket, such as
+// "127.0.0.1:80" or "[::1]:80". Returns empty for any other descriptor.
 std::string NameOf(const Base::Descriptor& socket);
 
-// Whether only this machine can connect: a Unix socket, or TCP at a loopback address.
+// Whether only clients on this machine can connect: a Unix socket, or TCP at a loopback address.
 bool IsLocal(const Base::Descriptor& socket);
 
-// The port of a TCP socket, 0 of any other.
+// Returns the port of a TCP socket, or 0 for any other descriptor.
 std::uint16_t PortOf(const Base::Descriptor& socket);
 
 }  // namespace Http

@@ -19,7 +19,7 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-// A weak tag is as good as a strong one for If-None-Match.
+// If-None-Match treats weak and strong tags alike.
 bool IsTag(std::string_view element, std::string_view entityTag) {
   if (element.substr(0, 2) == "W/") element.remove_prefix(2);
   return element.size() == entityTag.size() + 2 && element.front() == '"' &&
@@ -59,7 +59,8 @@ Response MakeProblem(unsigned status, std::string_view id, std::string_view deta
                       document.dump(-1, ' ', false, kReplace) + "\n");
 }
 
-// Our tags have no commas, so a tag of someone else that has one cannot match by mistake.
+// Splits at every comma, even inside quotation marks. This is safe because the server's own tags
+// contain none.
 bool MatchesEntityTag(std::string_view ifNoneMatch, std::string_view entityTag) {
   for (;;) {
     const auto comma = ifNoneMatch.find(',');

@@ -1,4 +1,4 @@
-// What an HTTP server receives and sends, without the transport.
+// HTTP requests and responses, independent of the transport.
 #pragma once
 
 #include <sys/types.h>
@@ -15,19 +15,19 @@ namespace Http {
 // HEAD is GET with `Request::m_IsHead`.
 enum class Method { Get, Post, Put, Patch, Delete };
 
-// By name.
+// Texts by name.
 using Texts = std::map<std::string, std::string, std::less<>>;
 
-// The text with this name, or null.
+// Returns the text with this name, or null.
 const std::string* Find(const Texts& texts, std::string_view name);
 
-// The process or machine that made a connection.
+// The process or machine at the other end of a connection.
 struct Peer {
   bool m_IsTcp = false;
-  std::string m_Address;       // with TCP: without the port
-  std::string m_LocalAddress;  // with TCP: the one to which it connected
+  std::string m_Address;       // TCP only: without the port
+  std::string m_LocalAddress;  // TCP only: the address to which the client connected
 
-  // With a Unix socket: of the process, at the time when it connected.
+  // Unix socket only: the credentials of the process when it connected.
   uid_t m_User = static_cast<uid_t>(-1);
   gid_t m_Group = static_cast<gid_t>(-1);
   pid_t m_Process = -1;
@@ -40,11 +40,11 @@ struct Request {
   Method m_Method = Method::Get;
   bool m_IsHead = false;  // the body of the response will not be sent
   Texts m_Parameters;     // by their names in the route's path
-  Texts m_Query;          // only names that the route allows; a name without a value has ""
+  Texts m_Query;          // only names that the route allows; "" if there is no value
   Texts m_Headers;        // names in lower case; only those that `IsKept` accepts
   std::string m_Body;     // as received
   Peer m_Peer;
-  bool m_MayChange = false;  // the client has the permission of `Access::Change`
+  bool m_MayChange = false;  // the client may use routes with `Access::Change`
 };
 
 // Whether a request's header with this name, in lower case, is passed to handlers.
@@ -57,21 +57,21 @@ struct Response {
   std::string m_ContentType;  // empty: no body
   // May be shared by many responses; null is the same as empty.
   std::shared_ptr<const std::string> m_Body;
-  // Identifies this content, without quotation marks; empty: none. If a GET has the same tag in
-  // If-None-Match, the server answers 304 instead of 200.
+  // The ETag of this content, without quotation marks; empty: none. If a GET request has the same
+  // tag in If-None-Match, the server sends 304 instead of 200.
   std::string m_EntityTag;
   std::vector<std::pair<std::string, std::string>> m_Headers;
 };
 
 Response MakeResponse(unsigned status, std::string contentType, std::string body);
 
-// An RFC 9457 problem document. `id` is a word in upper case for programs, `detail` says what is
-// wrong with this request, and `hint` what to do, if anything. Bytes that are not UTF-8 are
-// replaced.
+// Creates an RFC 9457 problem document. `id` is an upper-case word for programs, `detail` describes
+// what is wrong with this request, and `hint`, if not empty, what to do about it. Bytes that are
+// not UTF-8 are replaced.
 Response MakeProblem(unsigned status, std::string_view id, std::string_view detail,
                      std::string_view hint = {});
 
-// Whether a request with this If-None-Match header has the content with this tag already.
+// Whether an If-None-Match header with this value matches the tag.
 bool MatchesEntityTag(std::string_view ifNoneMatch, std::string_view entityTag);
 
 }  // namespace Http

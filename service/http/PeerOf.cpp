@@ -16,7 +16,7 @@ std::string TextOf(int family, const void* address) {
   return text;
 }
 
-// IPv4 clients of an IPv6 listener have the same text as those of an IPv4 listener.
+// An IPv4 client has the same address text with an IPv6 listener as with an IPv4 listener.
 std::string AddressOf(const sockaddr_storage& peer) {
   if (peer.ss_family == AF_INET) {
     sockaddr_in address;
@@ -29,11 +29,11 @@ std::string AddressOf(const sockaddr_storage& peer) {
   return TextOf(AF_INET, &address.sin6_addr.s6_addr[12]);
 }
 
-// Empty on a kernel that cannot say.
+// Returns empty if the kernel does not support SO_PEERGROUPS.
 std::vector<gid_t> GroupsOf(int socket) {
   std::vector<gid_t> groups;
   socklen_t size = 0;
-  getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size);  // fails, and gives the size
+  getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size);  // fails, but sets the size
   groups.resize(size / sizeof(gid_t));
   if (getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size) != 0) return {};
   return groups;
@@ -65,7 +65,8 @@ Peer PeerOf(int socket) {
   sockaddr_storage local = {};
   socklen_t localSize = sizeof local;
   getsockname(socket, reinterpret_cast<sockaddr*>(&local), &localSize);
-  // A client that is gone already has no address any more; the socket itself still has a family.
+  // The family is read from the socket, because getpeername() fails once the client has
+  // disconnected.
   int family = AF_UNSPEC;
   socklen_t familySize = sizeof family;
   getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &family, &familySize);

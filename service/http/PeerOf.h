@@ -1,4 +1,4 @@
-// Who made a connection.
+// The client of a connection.
 #pragma once
 
 #include "service/http/Message.h"
@@ -6,11 +6,11 @@
 
 namespace Http {
 
-// What the kernel knows of the other end of a connected socket, TCP or Unix. Fields that it cannot
-// say keep their defaults, which no permission includes.
+// Returns what the kernel knows about the peer of a connected TCP or Unix socket. Fields that the
+// kernel does not know keep their defaults, which match no permission.
 Peer PeerOf(int socket);
 
-// Whether a client of a Unix socket has the permission; `Access::Anyone` always.
+// Whether a client of a Unix socket may read or, with `toChange`, make changes.
 bool MayUse(const Permissions& permissions, const Peer& peer, bool toChange);
 
 }  // namespace Http

@@ -51,7 +51,7 @@ void LateResponse::Abort() {
   Complete(MakeProblem(503, "STOPPING", "the service is stopping"));
 }
 
-// A client that has only finished sending still waits for the response.
+// POLLRDHUP is excluded: a client that has only finished sending still waits for the response.
 short LateResponse::EndingEvents() const {
   return POLLHUP | POLLERR;
 }

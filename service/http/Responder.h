@@ -1,4 +1,4 @@
-// Responses that come later.
+// Responses that are completed after the handler has returned.
 #pragma once
 
 #include <memory>
@@ -9,13 +9,13 @@ namespace Http {
 
 class LateResponse;
 
-// What a handler returns instead of a response that is not there yet.
+// Returned by a handler whose response will follow.
 struct Later {
   std::shared_ptr<LateResponse> m_Response;
 };
 
-// Completes a request after its handler has returned `Promise()`, from any thread. One owner; if it
-// is destroyed without a response, the client gets a 500.
+// Completes a request after its handler has returned `Promise()`. Thread-safe. Move-only. If it is
+// destroyed without a response, the client gets a 500.
 class Responder {
  public:
   Responder();
@@ -25,13 +25,13 @@ class Responder {
   Responder(const Responder&) = delete;
   Responder& operator=(const Responder&) = delete;
 
-  // For the handler to return, on its thread.
+  // Returns the value that the handler must return. Call on the handler's thread.
   Later Promise() const { return {m_Response}; }
-  // Sends the response, at once or as soon as the handler has returned. Does nothing if there was
-  // one already, or the connection is closed.
+  // Sends the response, immediately or as soon as the handler has returned. Does nothing if the
+  // request already has a response or has ended.
   void Complete(Response response) const;
-  // Whether the request is over, so that the response is not needed any more. A client that waits
-  // in silence is not gone; one that has closed a TCP connection is seen when it is written to.
+  // Whether the request has ended, so that the response is no longer needed. If the client closes a
+  // TCP connection, this may go unnoticed until the response is sent.
   bool IsGone() const;
 
  private:

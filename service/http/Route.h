@@ -1,4 +1,4 @@
-// The table of what a server offers.
+// The routes of a server.
 #pragma once
 
 #include <functional>
@@ -13,31 +13,31 @@
 
 namespace Http {
 
-// What a handler returns: a response, the promise of one, or a stream.
+// The result of a handler: a response, the promise of a response, or a stream.
 using Reply = std::variant<Response, Later, std::shared_ptr<Stream>>;
 
-// Called on a thread of the server, several at the same time; must not wait. If it throws, the
-// client gets a 500.
+// Called on the server's threads, possibly on several simultaneously. Must not block. If it throws,
+// the client gets a 500.
 using Handler = std::function<Reply(const Request&)>;
 
 enum class Access {
   Anyone,  // every client of every listener
-  Read,    // users who may read; every client with TCP
-  Change,  // users who may change; never with TCP
+  Read,    // users who may read; all TCP clients
+  Change,  // users who may make changes; no TCP clients
 };
 
 enum class BodyRule { None, Optional, Required };
 
 struct Route {
   Method m_Method;
-  // Segments are literal, or "{name}" for a parameter: any text but "", ".", ".." and texts with
-  // "/". The first row that matches a request counts.
+  // Each segment is literal text or a parameter, "{name}". A parameter matches any text except "",
+  // ".", ".." and texts with "/". The first row that matches a request is used.
   std::string m_Path;
   Access m_Access;
   Handler m_Handler;
-  std::vector<std::string> m_Query = {};  // the names that a query may have, each once
+  std::vector<std::string> m_Query = {};  // allowed query parameters, each at most once
   BodyRule m_Body = BodyRule::None;
-  std::string m_MediaType = "application/json";  // of the body
+  std::string m_MediaType = "application/json";  // of the request body
 };
 
 }  // namespace Http

@@ -15,7 +15,7 @@ struct MethodName {
   Method m_Method;
 };
 
-// In the order of Allow headers.
+// In the order in which an Allow header lists them.
 constexpr MethodName kMethods[] = {
     {"GET", Method::Get}, {"HEAD", Method::Get},    {"POST", Method::Post},
     {"PUT", Method::Put}, {"PATCH", Method::Patch}, {"DELETE", Method::Delete},
@@ -25,7 +25,7 @@ bool IsParameter(std::string_view segment) {
   return segment.size() > 2 && segment.front() == '{' && segment.back() == '}';
 }
 
-// Names of files and directories could mean something else to a handler than to this table.
+// Rejects values that a handler could take for a path.
 bool IsParameterValue(std::string_view value) {
   return !value.empty() && value != "." && value != ".." && value.find('/') == value.npos;
 }
@@ -80,7 +80,8 @@ Router::Router(std::vector<Route> routes) {
   for (Route& route : routes) Add(std::move(route));
 }
 
-// A template matches itself, so an earlier row that matches it as well takes all its requests.
+// A path template such as "/{name}" matches itself, so an earlier row that also matches it would
+// receive all of this row's requests.
 void Router::Add(Route route) {
   Segments segments;
   for (const std::string_view segment : SegmentsOf(route.m_Path)) segments.emplace_back(segment);

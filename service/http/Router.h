@@ -10,18 +10,19 @@
 
 namespace Http {
 
-// The method with this name. HEAD is GET; empty for methods that no route can have.
+// Returns the method with this name; HEAD counts as GET. Returns empty for methods that no route
+// can have.
 std::optional<Method> MethodOf(std::string_view name);
 
-// Splits at each "/"; the text before the first one is left out.
+// Splits a path at each "/". Text before the first "/" is dropped.
 std::vector<std::string_view> SegmentsOf(std::string_view path);
 
-// Never changes, so any thread may use it.
+// Immutable and therefore thread-safe.
 class Router {
  public:
-  // What a path leads to.
+  // The result of a lookup.
   struct Match {
-    const Route* m_Route = nullptr;  // owned by the router; null if no route has both
+    const Route* m_Route = nullptr;  // owned by the router; null: no such path and method
     Texts m_Parameters;
     std::string m_Allowed;  // methods of this path, as in an Allow header; empty: unknown path
   };
@@ -29,7 +30,7 @@ class Router {
   // Throws `std::logic_error` if a row can never be reached, or its path is malformed.
   explicit Router(std::vector<Route> routes);
 
-  // `segments` are decoded.
+  // `segments` must have been percent-decoded.
   Match Find(std::optional<Method> method, const std::vector<std::string>& segments) const;
 
  private:

@@ -33,12 +33,12 @@ void Free(void* owned) {
   delete static_cast<Owned*>(owned);
 }
 
-// The reader must not return 0 unless the connection is suspended.
-ssize_t ReadStream(void* owned, uint64_t, char* into, size_t timeout) {
+// libmicrohttpd allows a return value of 0 only if the connection is suspended.
+ssize_t ReadStream(void* owned, uint64_t, char* into, size_t size) {
   try {
     const auto& [stream, gate] = *static_cast<StreamReader*>(owned);
     for (;;) {
-      const auto count = stream->Take(into, timeout);
+      const auto count = stream->Take(into, size);
       if (!count && stream->IsCut()) return MHD_CONTENT_READER_END_WITH_ERROR;
       if (!count) return MHD_CONTENT_READER_END_OF_STREAM;
       if (*count > 0) return static_cast<ssize_t>(*count);

@@ -1,4 +1,4 @@
-// Passes responses to the library.
+// Passes responses to libmicrohttpd.
 #pragma once
 
 #include <memory>
@@ -10,13 +10,14 @@ struct MHD_Connection;
 
 namespace Http {
 
-// On the connection's thread. False if the library does not accept the response, after which the
-// connection has to be closed. Throws `std::logic_error` for a header that cannot be sent.
+// Call both functions on the connection's thread. They return false if libmicrohttpd does not
+// accept the response; the connection must then be closed. They throw `std::logic_error` for an
+// invalid header.
 
-// Sends 304 instead if the request shows that the client has the content.
+// Sends 304 instead if the client already has this content according to its If-None-Match header.
 bool Send(MHD_Connection* connection, const Response& response, const Request& request);
 
-// Sends everything that arrives in the stream; `gate` is that of the connection.
+// Sends what is queued in the stream until the stream ends. `gate` is the connection's gate.
 bool Send(MHD_Connection* connection, const std::shared_ptr<Stream>& stream,
           const std::shared_ptr<Gate>& gate);
 

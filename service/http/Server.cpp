@@ -13,14 +13,14 @@
 namespace Http {
 namespace {
 
-// `Connections` counts; with this the library's own limit is never the lower one.
+// `Connections` enforces the limit; this margin keeps libmicrohttpd's own limit above it.
 constexpr std::size_t kMoreConnections = 64;
 
 Shared& SharedOf(void* closure) {
   return *static_cast<Shared*>(closure);
 }
 
-// Null if there was no memory for it.
+// Null if out of memory when the connection was opened.
 Connections::EntryPtr* EntryOf(MHD_Connection* connection) {
   const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
   return static_cast<Connections::EntryPtr*>(info->socket_context);
@@ -36,14 +36,14 @@ bool Continue(Exchange& exchange, std::string_view body) {
   return true;
 }
 
-// The callbacks of the library: no exception leaves them.
+// Callbacks for libmicrohttpd. No exception may leave them.
 
-// The first call of a request; what it returns is its exchange, or null without memory for one.
+// The first callback of a request. Returns its exchange, or null if out of memory.
 void* OnTarget(void* closure, const char* target, MHD_Connection* connection) {
   try {
     const Connections::EntryPtr* const entry = EntryOf(connection);
     if (entry == nullptr) return nullptr;
-    return new Exchange(SharedOf(closure), connection, *entry, target);  // see OnCompleted
+    return new Exchange(SharedOf(closure), connection, *entry, target);  // deleted in OnCompleted
   } catch (...) {
     return nullptr;
   }
@@ -59,7 +59,7 @@ MHD_Result OnAccess(void*, MHD_Connection*, const char* path, const char* method
     const bool isDone =
         exchange->HasBegun() ? Continue(*exchange, part) : exchange->Begin(method, path, version);
     return isDone ? MHD_YES : MHD_NO;
-  } catch (...) {  // out of memory: the library closes the connection
+  } catch (...) {  // out of memory: libmicrohttpd closes the connection
     return MHD_NO;
   }
 }
@@ -68,7 +68,7 @@ void OnCompleted(void*, MHD_Connection*, void** exchange, MHD_RequestTermination
   const std::unique_ptr<Exchange> over(static_cast<Exchange*>(std::exchange(*exchange, nullptr)));
   try {
     if (over != nullptr) over->End();
-  } catch (...) {  // of a stream's callback
+  } catch (...) {  // thrown by a stream's callback
   }
 }
 
@@ -82,16 +82,17 @@ void OnConnection(void* closure, MHD_Connection* connection, void** context,
       const std::unique_ptr<Connections::EntryPtr> entry(EntryOf(connection));
       if (entry != nullptr) connections.Close(*entry);
     }
-  } catch (...) {  // out of memory: a connection without a context does not get far
+  } catch (...) {  // out of memory: OnAccess closes a connection without a context
   }
 }
 
-// A path is divided before its escapes are decoded, and malformed escapes are refused.
+// Leaves the escapes in place: a path is split before they are decoded, and malformed escapes are
+// rejected.
 size_t KeepEscapes(void*, MHD_Connection*, char* text) {
   return std::strlen(text);
 }
 
-// The library closes its copy of the listener, and must not wait when it accepts.
+// libmicrohttpd closes its copy of the listener, and must not block in accept().
 int CopyListener(const Base::Descriptor& listener) {
   const int copy = fcntl(listener.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (copy >= 0) fcntl(copy, F_SETFL, fcntl(copy, F_GETFL) | O_NONBLOCK);
@@ -119,7 +120,7 @@ MHD_Daemon* StartDaemon(Shared& shared, int listener) {
 
 }  // namespace
 
-// The library's threads for one listener.
+// The threads of libmicrohttpd for one listener.
 class Server::Daemon {
  public:
   Daemon(Shared& shared, Base::Descriptor listener) : m_Listener(std::move(listener)) {
@@ -141,7 +142,7 @@ class Server::Daemon {
 struct Server::State {
   State(std::vector<Route> routes, Settings settings)
       : m_Shared(std::move(routes), std::move(settings)) {}
-  // The library must not be stopped while a connection is suspended.
+  // libmicrohttpd must not be stopped while a connection is suspended.
   ~State() { m_Shared.m_Connections.Stop(); }
   State(const State&) = delete;
   State& operator=(const State&) = delete;

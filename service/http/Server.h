@@ -10,24 +10,23 @@
 
 namespace Http {
 
-// Serves from its construction to its destruction, on threads of its own. Errors that a client
-// makes are problem documents, except for what is not HTTP at all, which the library refuses.
+// Serves on its own threads from construction to destruction. Client errors are answered with
+// problem documents; libmicrohttpd itself rejects input that is not HTTP.
 //
-// Clients of TCP sockets only read, and must name an allowed host; clients of Unix sockets are
+// TCP clients can only read, and must send an allowed Host header. Clients of Unix sockets are
 // identified by their credentials.
 class Server {
  public:
   // `listeners` are listening TCP or Unix sockets. Throws `std::logic_error` for a route that can
-  // never be reached, and `std::runtime_error` if no server can be started.
+  // never be reached, and `std::runtime_error` if the server cannot be started.
   Server(std::vector<Route> routes, Settings settings, std::vector<Base::Descriptor> listeners);
-  // Waits for handlers that run. Requests that wait for a response get a 503 if the client reads it
-  // at once; streams are cut.
+  // Waits for running handlers. Requests that wait for a response get a 503, if the client reads it
+  // immediately; streams are cut.
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
-  // Replaces the permissions of the settings, for requests that arrive from now on. From any
-  // thread.
+  // Replaces the permissions for requests that arrive from now on. Thread-safe.
   void SetPermissions(Permissions permissions);
 
  private:

@@ -1,4 +1,4 @@
-// What a server allows.
+// Settings of a server: limits, permissions and host names.
 #pragma once
 
 #include <sys/types.h>
@@ -13,21 +13,21 @@
 namespace Http {
 
 struct Limits {
-  std::size_t m_Connections = 256;           // of all listeners together; more are closed
+  std::size_t m_Connections = 256;           // of all listeners together; others are refused
   std::size_t m_ConnectionsPerAddress = 16;  // TCP only
-  std::size_t m_Streams = 64;                // of each kind of client, Unix and TCP
+  std::size_t m_Streams = 64;                // separately for Unix and TCP clients
   std::size_t m_HeaderBytes = 8192;          // request line and headers
   std::size_t m_BodyBytes = 65536;
-  // From the connection, or the end of the previous response, to the end of the request.
+  // Time limit from the connection, or the end of the previous response, to the end of the request.
   std::chrono::milliseconds m_RequestTime{10000};
-  // For the client to take a response, except a stream.
+  // Time limit for a client to receive a response other than a stream.
   std::chrono::milliseconds m_ResponseTime{30000};
-  // How often the times are checked, and whether clients of streams are still there.
+  // Interval of the checks for expired time limits and for disconnected clients.
   std::chrono::milliseconds m_CheckInterval{500};
-  unsigned m_Threads = 4;  // of each listener
+  unsigned m_Threads = 4;  // per listener
 };
 
-// Who may do what on a Unix socket.
+// Permissions of clients of a Unix socket.
 struct Permissions {
   std::vector<uid_t> m_Users = {0};    // may do everything
   std::optional<gid_t> m_ReadGroup;    // its members may read
@@ -37,10 +37,10 @@ struct Permissions {
 struct Settings {
   Limits m_Limits;
   Permissions m_Permissions;
-  // Names and addresses that the Host header may have with TCP, in lower case, without the port;
-  // IPv6 addresses in brackets. The address to which the client connected is always allowed.
+  // Names and addresses that the Host header of TCP clients may contain: in lower case, without the
+  // port, IPv6 addresses in brackets. The address to which the client connected is always allowed.
   std::vector<std::string> m_Hosts = {"localhost", "127.0.0.1", "[::1]"};
-  // Receives what a handler threw. Called on any thread of the server.
+  // Receives the text of an exception that a handler threw. Called on any thread of the server.
   std::function<void(const std::string&)> m_OnFailure = nullptr;
 };
 

@@ -27,7 +27,7 @@ bool Stream::Send(std::string_view text) {
 bool Stream::Queue(std::string_view text) {
   const std::size_t waiting = m_Text.size() - m_Taken;
   if (waiting > 0 && waiting + text.size() > m_Bytes) return false;
-  // A reader that never catches up must not make the text longer and longer.
+  // Erases sent text, which would otherwise accumulate with a reader that never catches up.
   if (m_Taken > m_Text.size() / 2) m_Text.erase(0, std::exchange(m_Taken, 0));
   m_Text.append(text);
   return true;
@@ -53,19 +53,19 @@ bool Stream::IsCut() const {
   return m_IsCut;
 }
 
-std::optional<std::size_t> Stream::Take(char* into, std::size_t timeout) {
+std::optional<std::size_t> Stream::Take(char* into, std::size_t size) {
   {
     const Base::MutexLock lock(m_Lock);
     if (m_IsCut) return std::nullopt;
-    if (const std::size_t count = TakeLocked(into, timeout); count > 0) return count;
+    if (const std::size_t count = TakeLocked(into, size); count > 0) return count;
     if (m_IsClosed) return std::nullopt;
   }
   if (HasDrained() && m_OnDrained) m_OnDrained();
   return 0;
 }
 
-std::size_t Stream::TakeLocked(char* into, std::size_t timeout) {
-  const std::size_t count = m_Text.copy(into, timeout, m_Taken);
+std::size_t Stream::TakeLocked(char* into, std::size_t size) {
+  const std::size_t count = m_Text.copy(into, size, m_Taken);
   m_Taken += count;
   if (count > 0) m_IsDrained = false;
   if (m_Taken == m_Text.size()) {
@@ -75,7 +75,7 @@ std::size_t Stream::TakeLocked(char* into, std::size_t timeout) {
   return count;
 }
 
-// Whether it has just now.
+// Returns true once each time the queue has become empty.
 bool Stream::HasDrained() {
   const Base::MutexLock lock(m_Lock);
   return !std::exchange(m_IsDrained, true);
@@ -91,7 +91,8 @@ void Stream::Abort() {
   if (gate != nullptr) gate->Cut();
 }
 
-// A client of a stream has nothing more to send, so one that closes its side is gone.
+// POLLRDHUP is included: a client of a stream has nothing more to send, so if it closes its sending
+// side, it is gone.
 short Stream::EndingEvents() const {
   return POLLHUP | POLLERR | POLLRDHUP;
 }

@@ -1,4 +1,4 @@
-// Responses that have no end yet, such as server-sent events.
+// Responses of unlimited length, such as server-sent events.
 #pragma once
 
 #include <cstddef>
@@ -12,37 +12,38 @@
 
 namespace Http {
 
-// Any thread may call the functions in the first group, before and after the handler has returned
-// the stream.
+// The functions of the first group are thread-safe and may be called before and after the handler
+// returns the stream.
 class Stream : public Unfinished {
  public:
   using Callback = std::function<void()>;
 
-  // At most `bytes` wait for a slow reader.
+  // Queues up to `bytes` bytes for a slow reader.
   explicit Stream(std::size_t bytes, std::string contentType = "text/event-stream");
 
-  // Queues a text. False if the stream has ended. A text that does not fit cuts the connection, and
-  // the client has to resume; one text fits always, however long it is.
+  // Queues a text. Returns false if the stream has ended or the text does not fit. If it does not
+  // fit, the connection is cut, and the client has to resume. An empty queue accepts a text of any
+  // length.
   bool Send(std::string_view text);
-  // Ends the stream after everything that was sent.
+  // Ends the stream after the queued texts.
   void Close();
-  // Whether nothing more can be sent: the client is gone or was cut, the stream was closed, or the
-  // server stops.
+  // Whether `Send` would return false because the client is gone or was cut, the stream was closed,
+  // or the server is stopping.
   bool IsGone() const;
 
-  // Before the handler returns the stream. Callbacks must not wait.
+  // Set callbacks before the handler returns the stream. They must not block.
   //
-  // Called once, when the request is over for any reason.
+  // Sets a callback that is called once, when the request has ended for whatever reason.
   void OnEnd(Callback callback) { m_OnEnd = std::move(callback); }
-  // Called each time the connection has taken everything that was sent: time for more of a long
-  // backlog.
+  // Sets a callback that is called each time the queue has become empty, for example to queue the
+  // next part of a long backlog.
   void OnDrained(Callback callback) { m_OnDrained = std::move(callback); }
 
   // For the server.
   const std::string& ContentType() const { return m_ContentType; }
-  // Moves up to `timeout` bytes. 0 if there are none now, empty if there will be none.
-  std::optional<std::size_t> Take(char* into, std::size_t timeout);
-  // Whether it ended before everything was taken, so that the client must not see a regular end.
+  // Moves up to `size` bytes. Returns 0 if none are queued now, empty if no more will follow.
+  std::optional<std::size_t> Take(char* into, std::size_t size);
+  // Whether the stream was cut, so that the client must not see a regular end.
   bool IsCut() const;
   void Abort() override;
   short EndingEvents() const override;
@@ -51,7 +52,7 @@ class Stream : public Unfinished {
 
  private:
   bool Queue(std::string_view text) HOST_REQUIRES(m_Lock);
-  std::size_t TakeLocked(char* into, std::size_t timeout) HOST_REQUIRES(m_Lock);
+  std::size_t TakeLocked(char* into, std::size_t size) HOST_REQUIRES(m_Lock);
   bool HasDrained();
 
   const std::size_t m_Bytes;
@@ -60,11 +61,11 @@ class Stream : public Unfinished {
   Callback m_OnDrained;
 
   mutable Base::Mutex m_Lock;
-  std::string m_Text HOST_GUARDED_BY(m_Lock);  // not yet taken, from `m_Taken` on
+  std::string m_Text HOST_GUARDED_BY(m_Lock);  // queued from offset `m_Taken` on
   std::size_t m_Taken HOST_GUARDED_BY(m_Lock) = 0;
-  bool m_IsDrained HOST_GUARDED_BY(m_Lock) = true;  // and `m_OnDrained` was called
-  bool m_IsClosed HOST_GUARDED_BY(m_Lock) = false;  // nothing more is accepted
-  bool m_IsCut HOST_GUARDED_BY(m_Lock) = false;     // nothing more is taken
+  bool m_IsDrained HOST_GUARDED_BY(m_Lock) = true;  // queue empty, `m_OnDrained` called
+  bool m_IsClosed HOST_GUARDED_BY(m_Lock) = false;  // accepts no more text
+  bool m_IsCut HOST_GUARDED_BY(m_Lock) = false;     // sends no more text
   std::shared_ptr<Gate> m_Gate HOST_GUARDED_BY(m_Lock);
 };
 

@@ -14,14 +14,14 @@ class Unfinished {
   Unfinished& operator=(const Unfinished&) = delete;
   virtual ~Unfinished() = default;
 
-  // Any thread: ends the response early, because the client is gone or the server stops.
+  // Ends the response early because the client is gone or the server is stopping. Thread-safe.
   virtual void Abort() = 0;
-  // The events of poll(2) on the connection after which the response is of no use.
+  // Returns the poll(2) events that mean that the client no longer wants the response.
   virtual short EndingEvents() const = 0;
 
-  // From the server: `gate` is that of the connection which waits for this response.
+  // Called by the server with the gate of the connection that waits for this response.
   virtual void Attach(std::shared_ptr<Gate> gate) = 0;
-  // From the server, once, without a lock: the request is over.
+  // Called by the server once, when the request has ended, with no lock held.
   virtual void End() = 0;
 };
 

@@ -15,7 +15,7 @@ using HostKit::Statement;
 
 constexpr std::array kCardReasons = {"MISSING", "UNREADABLE"};
 
-// SQLite's integers are signed.
+// Caps the time, because SQLite's integers are signed.
 std::int64_t TimeCell(std::uint64_t timeMs) {
   constexpr std::uint64_t kLargest = std::numeric_limits<std::int64_t>::max();
   return static_cast<std::int64_t>(std::min(timeMs, kLargest));

@@ -14,30 +14,30 @@ namespace Service {
 struct Acknowledgment {
   std::string m_SerialNumber;            // of the card
   std::string m_Reason;                  // see `IsAcknowledgeable`
-  std::string m_User;                    // who
-  std::uint64_t m_Time = 0;              // when
+  std::string m_User;                    // who acknowledged it
+  std::uint64_t m_Time = 0;              // when it was acknowledged
   std::optional<std::uint64_t> m_Until;  // expiry; empty: never expires
   std::string m_Note;
 };
 
 enum class AcknowledgeResult { Done, UnknownCard, UnknownReason };
 
-// Whether it is the name of a reason for an adapter's status, such as "TEMPERATURE_ABOVE_WARN", or
-// of a state of the whole card: "MISSING" or "UNREADABLE".
+// Whether `reason` names a reason for an adapter's status, such as "TEMPERATURE_ABOVE_WARN", or a
+// state of the complete card: "MISSING" or "UNREADABLE".
 bool IsAcknowledgeable(const std::string& reason);
 
-// An acknowledgment survives its reason ending and recurring. It ends when it expires, when it is
-// removed, or when the card is forgotten.
+// An acknowledgment stays in effect when its reason ends and recurs. It ends when it expires, when
+// it is removed, or when the card is forgotten.
 
-// Replaces one of the same card and reason.
+// Replaces an acknowledgment of the same card and reason.
 AcknowledgeResult WriteAcknowledgment(HostKit::Connection& connection,
                                       const Acknowledgment& acknowledgment);
 
-// False if there was none that counts at `nowMs`.
+// Returns false if no such acknowledgment was in effect at `nowMs`.
 bool RemoveAcknowledgment(HostKit::Connection& connection, const std::string& serial,
                           const std::string& reason, std::uint64_t nowMs);
 
-// Those that count at `nowMs`, by card and reason.
+// Returns the acknowledgments in effect at `nowMs`, ordered by card and reason.
 std::vector<Acknowledgment> ReadAcknowledgments(HostKit::Connection& connection,
                                                 std::uint64_t nowMs);
 

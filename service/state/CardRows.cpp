@@ -13,7 +13,7 @@ constexpr const char* kColumns =
     "serial_number, position, first_seen, last_seen, is_present, name, product, pci_address, slot, "
     "size_bytes, logged_present, logged_new, logged_object_id, logged_name, logged_reasons, "
     "logged_formats";
-// The column `hours` belongs to the history.
+// Excludes the column `hours`, which the history updates.
 constexpr const char* kUpdates =
     "position = excluded.position, first_seen = excluded.first_seen, "
     "last_seen = excluded.last_seen, is_present = excluded.is_present, name = excluded.name, "
@@ -23,7 +23,7 @@ constexpr const char* kUpdates =
     "logged_name = excluded.logged_name, logged_reasons = excluded.logged_reasons, "
     "logged_formats = excluded.logged_formats";
 
-// Numbers with blanks between.
+// Formats numbers separated by blanks.
 std::string TextOf(const std::set<std::uint32_t>& reasons) {
   std::string text;
   for (const std::uint32_t reason : reasons) {
@@ -43,7 +43,7 @@ std::string TextOf(const std::optional<std::int64_t>& number) {
   return number ? std::to_string(*number) : "-";
 }
 
-// "785000000000 512", one after the other; "-" for unknown.
+// Formats the layouts of drives, such as "785000000000 512", separated by blanks; "-" is unknown.
 std::string TextOf(const std::vector<DriveState>& drives) {
   std::string text;
   for (const DriveState& drive : drives) {

@@ -10,21 +10,21 @@
 
 namespace Service {
 
-// A known card, and what the event log says of it.
+// A known card, and its state according to the event log.
 struct CardRow {
   KnownCard m_Card;
   CardState m_Logged;
 };
 
-// By serial number.
+// Rows by serial number.
 using CardRows = std::map<std::string, CardRow>;
 
 CardRows ReadCardRows(HostKit::Connection& connection);
 
-// Writes those of `rows` that are not in `stored` or differ from it.
+// Writes the rows that are missing from `stored` or differ from it.
 void WriteCardRows(HostKit::Connection& connection, const CardRows& stored, const CardRows& rows);
 
-// The card's number in the tables of the history; empty if it is not known.
+// Returns the card's number in the history tables, or empty if the card is not known.
 std::optional<std::int64_t> FindPosition(HostKit::Connection& connection,
                                          const std::string& serial);
 

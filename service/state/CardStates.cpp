@@ -20,7 +20,7 @@ constexpr auto kAttached = static_cast<std::uint32_t>(PI::Value::ATTACHED);
 constexpr auto kDetached = static_cast<std::uint32_t>(PI::Value::DETACHED);
 constexpr std::uint64_t kStableMs = 60'000;  // several polls of the plug-in
 
-// These follow the card's state at once, and do not make it abnormal.
+// Attached and detached take effect immediately and do not make a card abnormal.
 bool IsCardState(std::uint32_t reason) {
   return reason == kAttached || reason == kDetached;
 }
@@ -94,7 +94,7 @@ bool IsAbnormal(const Reasons& reasons) {
   return !std::all_of(reasons.begin(), reasons.end(), IsCardState);
 }
 
-// In ascending order, which is that of the plug-in within each of its masks.
+// Returns the numbers in ascending order, which is the plug-in's order within each of its masks.
 std::set<std::uint32_t> EventNumbers(const Reasons& before, const Reasons& now) {
   std::set<std::uint32_t> numbers;
   for (const std::uint32_t reason : now) {
@@ -104,7 +104,7 @@ std::set<std::uint32_t> EventNumbers(const Reasons& before, const Reasons& now) 
   return numbers;
 }
 
-// A card may not know its layout while it is being formatted.
+// Unknown values do not differ, because a card may not know its layout while it is being formatted.
 bool Differ(const std::optional<std::int64_t>& left, const std::optional<std::int64_t>& right) {
   return left && right && *left != *right;
 }
@@ -119,7 +119,7 @@ void AddUnknown(const DriveFormat& observed, DriveFormat& logged) {
   if (!logged.m_SectorSizeBytes) logged.m_SectorSizeBytes = observed.m_SectorSizeBytes;
 }
 
-// Formats that are known change with their event only.
+// Keeps known formats, because these change only with their event.
 void ApplyDrives(const std::vector<DriveState>& observed, std::vector<DriveState>& logged) {
   std::vector<DriveState> drives = observed;
   for (std::size_t i = 0; i < std::min(drives.size(), logged.size()); ++i) {
@@ -166,7 +166,7 @@ class Events {
 
 void AppendChanges(const std::string& serial, const CardState& before, const CardState& now,
                    Events& events) {
-  // The reasons of a new card were there when it was added.
+  // The reasons of a new card existed when it was added, so they have no events.
   if (!before.m_IsNew) {
     for (const std::uint32_t number : EventNumbers(before.m_Reasons, now.m_Reasons)) {
       events.AppendOfCard(number, serial, now);
@@ -215,7 +215,7 @@ void ApplyObservation(const CardStates& observed, std::uint64_t timeMs, CardStat
                       Absences& absences) {
   for (const auto& [serial, seen] : observed) {
     const auto found = logged.find(serial);
-    if (found == logged.end() || !found->second.m_IsPresent) continue;  // its event will come
+    if (found == logged.end() || !found->second.m_IsPresent) continue;  // its event will follow
     CardState& card = found->second;
     card.m_ObjectID = seen.m_ObjectID;
     card.m_Name = seen.m_Name;

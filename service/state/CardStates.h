@@ -1,11 +1,11 @@
-// What the event log says of the cards, and the events that are missing in it.
+// The state of the cards according to the event log, and the events that are missing from the log.
 //
-// A plug-in reports only what changes after its start. What changed before, while no plug-in ran or
-// the service had been killed, is found by comparing what the log says with what the first
-// observation shows. Changes that came and went in between are lost, and the events carry the
-// observation's time.
+// A plug-in reports only changes after its start. Earlier changes, while no plug-in was running or
+// after the service had been killed, are found by comparing the state in the log with the first
+// observation. Changes that were reversed in between are lost, and the added events have the time
+// of the observation.
 //
-// These functions use no database and no clock. From any thread.
+// These functions use neither the database nor the clock. They are thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -37,41 +37,44 @@ struct DriveState {
 // A card's state as reconstructed from the log.
 struct CardState {
   bool m_IsPresent = false;
-  // It was added, and no observation has shown its reasons since. They have no events.
+  // Whether the card was added and its reasons have not been observed since. These reasons have no
+  // events.
   bool m_IsNew = false;
   std::uint64_t m_ObjectID = 0;
   std::string m_Name;
-  std::set<std::uint32_t> m_Reasons;  // those for which there is an event
+  std::set<std::uint32_t> m_Reasons;  // only reasons that have an event
   std::vector<DriveState> m_Drives;   // in the plug-in's order
 };
 
-// By serial number. Cards without one are left out, and all but the first of those with the same.
+// States by serial number. Excludes cards without a serial number, and all but the first card with
+// the same serial number.
 using CardStates = std::map<std::string, CardState>;
 
 CardStates StatesOf(const Console::Model& model);
 
-// Adds an event of the log to the states.
+// Applies a logged event to the states.
 void ApplyEvent(const HostKit::LoggedEvent& event, CardStates& logged);
 
-// When a reason of a card was first observed to be gone, in milliseconds since the epoch.
+// When each absent reason was first observed to be absent, in milliseconds since the epoch: by
+// serial number and reason.
 using Absences = std::map<std::string, std::map<std::uint32_t, std::uint64_t>>;
 
-// Applies changes that produce no event, such as one of several reasons ending. The observation is
-// of the same plug-in process, whose earlier events must have been applied. New reasons wait for
-// their event; a reason ends only after a minute's absence.
+// Applies changes that produce no event, such as the end of one of several reasons. Earlier events
+// of the observed plug-in process must have been applied. New reasons are not added, because their
+// events will follow. A reason ends only after it has been absent for a minute.
 void ApplyObservation(const CardStates& observed, std::uint64_t timeMs, CardStates& logged,
                       Absences& absences);
 
-// An event with what identifies its object across runs.
+// An event, with the serial number and type that identify its object across runs.
 struct StateEvent {
   PI::CEvent m_Event;
   std::string m_SerialNumber;
   std::uint32_t m_ObjectType = 0;
 };
 
-// The events that lead from `before` to `now`, all with the time `timeMs`. They are those that the
-// plug-in would have reported for the same change. Numbers, severities and reasons come from the
-// host's message tables.
+// Returns the events that lead from `before` to `now`, all with the time `timeMs`. The plug-in
+// would have reported the same events for the same changes. Numbers, severities and reasons come
+// from the host's message tables.
 std::vector<StateEvent> EventsBetween(const CardStates& before, const CardStates& now,
                                       std::uint64_t timeMs);
 

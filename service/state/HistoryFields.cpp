@@ -31,8 +31,8 @@ bool HasRange(HistoryTable table, const HistoryField& field) {
 
 }  // namespace
 
-// Reserve only falls and the rest only rises, unless a card is replaced or formatted; each hour
-// keeps the worst wear.
+// Each hour keeps its worst wear: reserve space only falls and used endurance only rises, unless a
+// card is replaced or formatted.
 const HistoryField kHistoryFields[kHistoryFieldCount] = {
     {"temperature_celsius", "temperature", 1000, HourValue::Range},
     {"reserve_space_ratio", "reserve", 1e6, HourValue::Minimum},

@@ -48,7 +48,7 @@ std::string Placeholders(std::size_t count) {
   return text;
 }
 
-// The first row of the minute with that number; the next one's is `kPositions` higher.
+// Returns the first row of the minute with this number. Each minute has `kPositions` rows.
 std::int64_t FirstRow(std::int64_t minute) {
   return minute % kMinutesKept * kPositions;
 }
@@ -99,7 +99,7 @@ void WriteRow(Connection& connection, const char* table, const std::vector<Cell>
   statement.Step();
 }
 
-// The card's next place in the ring of hours. Empty if it was forgotten.
+// Takes the card's next position in the ring of hours. Returns empty if the card was forgotten.
 std::optional<std::int64_t> TakeHour(Connection& connection, std::int64_t position) {
   Statement statement = connection.Prepare(
       "UPDATE host_known_cards SET hours = hours + 1 WHERE position = ? RETURNING hours - 1");

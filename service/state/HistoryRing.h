@@ -1,9 +1,9 @@
-// The recorded values of cards, in two rings of fixed length: one value a minute for 48 hours, and
-// one an hour for two years.
+// The recorded values of cards, in two rings of fixed length: one value per minute for 48 hours,
+// and one per hour for two years.
 //
-// The place in a ring is counted, not computed from the time: a value replaces the one that was
-// written first, however the clock was set in between. The minutes of all cards are next to each
-// other, because they are written together; the hours of a card are, because they are read
+// Positions in a ring are counted and do not depend on the time, so that a value always replaces
+// the one that was written first, even if the clock was set. The minutes of all cards are adjacent,
+// because they are written together. The hours of one card are adjacent, because they are read
 // together.
 #pragma once
 
@@ -17,18 +17,18 @@ namespace Service {
 
 constexpr std::int64_t kMinutesKept = 48 * 60;
 constexpr std::int64_t kHoursKept = 731 * 24;
-// The number of positions of cards; larger ones have no history.
+// Only cards at positions below this number have a history.
 constexpr std::int64_t kPositions = 65536;
 
-// By the position of the card.
+// Values by position of the card.
 using HistorySample = std::map<std::int64_t, HistoryValues>;
 
-// Writes the sample as that of its minute, unless the last one was of the same minute. At the
-// first minute of another hour, summarizes the minutes before. Needs a transaction.
+// Writes the sample of a minute, unless the last sample was of the same minute. In the first minute
+// of another hour, summarizes the previous minutes. Requires a transaction.
 void WriteHistory(HostKit::Connection& connection, std::uint64_t timeMs,
                   const HistorySample& sample);
 
-// Removes the values of a card. Needs a transaction.
+// Removes the values of a card. Requires a transaction.
 void RemoveHistory(HostKit::Connection& connection, std::int64_t position);
 
 }  // namespace Service

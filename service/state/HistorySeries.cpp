@@ -17,12 +17,12 @@ using HostKit::Statement;
 constexpr std::uint64_t kMinuteMs = 60'000;
 constexpr std::int64_t kMinutesPerHour = 60;
 
-// What there is of one hour.
+// The recorded values of one hour.
 struct Hour {
   std::vector<HistoryValue> m_Summaries;
   std::int64_t m_InSummaries = 0;          // minutes
   std::vector<HistoryValue> m_Summarized;  // minutes that are part of a summary
-  std::vector<HistoryValue> m_Minutes;     // and those that are not
+  std::vector<HistoryValue> m_Minutes;     // minutes that are not part of one
 
   void AppendTo(std::vector<HistoryValue>& values) const {
     const bool isComplete = static_cast<std::int64_t>(m_Summarized.size()) >= m_InSummaries;
@@ -35,7 +35,7 @@ struct Hour {
 
 using Hours = std::map<std::int64_t, Hour>;
 
-// From the three cells after the first two. A value that is unknown has no samples.
+// Reads the three cells after the first two. An unknown value has no samples.
 HistoryValue ValueOf(const Statement& row, std::int64_t samples, double perUnit) {
   constexpr int column = 2;
   HistoryValue value;
@@ -98,7 +98,7 @@ struct Sum {
   }
 };
 
-// Whole minutes.
+// Returns a step of complete minutes.
 std::uint64_t StepFor(std::uint64_t range, std::uint64_t requested) {
   const std::uint64_t shortest = (range + kMostPoints - 1) / kMostPoints;
   const std::uint64_t step = std::max({shortest, requested, kMinuteMs});

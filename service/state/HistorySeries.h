@@ -1,4 +1,4 @@
-// Reading the recorded values of one card.
+// Reads the recorded values of one card.
 #pragma once
 
 #include <cstdint>
@@ -17,9 +17,9 @@ constexpr std::size_t kMostPoints = 1000;
 struct HistoryQuery {
   std::string m_SerialNumber;
   const HistoryField* m_Field = nullptr;  // not null
-  std::uint64_t m_From = 0;               // included
-  std::uint64_t m_To = 0;                 // not included
-  std::uint64_t m_Step = 0;               // 0: the shortest
+  std::uint64_t m_From = 0;               // inclusive
+  std::uint64_t m_To = 0;                 // exclusive
+  std::uint64_t m_Step = 0;               // minimum step; 0: the shortest possible
 };
 
 // The values of a step, in the field's unit.
@@ -27,32 +27,33 @@ struct HistoryPoint {
   std::uint64_t m_Time = 0;  // start of the step
   double m_Minimum = 0;
   double m_Maximum = 0;
-  double m_Mean = 0;  // of values that are means of an hour, weighted by their minutes
+  double m_Mean = 0;  // hours are weighted by their number of minutes
 };
 
 struct HistorySeries {
-  // Whole minutes, and not less than requested: long enough for `kMostPoints`.
+  // In milliseconds; a multiple of a minute. At least as long as requested, and long enough for the
+  // series to have at most `kMostPoints` points.
   std::uint64_t m_Step = 0;
-  std::vector<HistoryPoint> m_Points;  // in order of time; none for a step without values
+  std::vector<HistoryPoint> m_Points;  // in order of time; steps without values are omitted
 };
 
-// A recorded value, or several in one hour.
+// The recorded value of a minute, or the summary of an hour.
 struct HistoryValue {
   std::uint64_t m_Time = 0;  // start of the minute or hour
   double m_Minimum = 0;
   double m_Maximum = 0;
   double m_Mean = 0;
-  std::int64_t m_Samples = 0;  // minutes
+  std::int64_t m_Samples = 0;  // number of minutes
 };
 
-// The values of the query's range. An hour of which all minutes are still there is given by them;
-// from any other one that begins in the range there is one value, or more if the clock was set
-// back. Empty if the card is not known.
+// Returns the values in the query's range. If all minutes of an hour are still stored, the hour is
+// returned as minutes. Any other hour that starts in the range is returned as one summary, or as
+// several if the clock was set back. Returns empty if the card is not known.
 std::optional<std::vector<HistoryValue>> ReadHistoryRange(HostKit::Connection& connection,
                                                           const HistoryQuery& query);
 
-// Combines the values into steps. A range that begins before the first value or ends after the last
-// one is shortened to them, so that no steps are spent on it.
+// Combines the values into steps. The steps cover only the time from the first value to the last
+// one, even if the query's range is longer.
 HistorySeries Downsample(const HistoryQuery& query, const std::vector<HistoryValue>& values);
 
 }  // namespace Service

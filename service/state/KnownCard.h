@@ -7,11 +7,11 @@
 
 namespace Service {
 
-// Times are in milliseconds since the epoch. The last five are those of the last observation in
-// which they were known; empty: never known.
+// Times are in milliseconds since the epoch. The last five members have the values of the last
+// observation in which they were known; empty: never known.
 struct KnownCard {
   std::string m_SerialNumber;
-  std::int64_t m_Position = 0;  // N of the name aN
+  std::int64_t m_Position = 0;  // N in the name aN
   std::uint64_t m_FirstSeen = 0;
   std::uint64_t m_LastSeen = 0;  // up to a minute too early if the service was killed
   bool m_IsPresent = false;      // in the last observation
@@ -19,7 +19,7 @@ struct KnownCard {
   std::string m_Product;
   std::string m_PciAddress;
   std::optional<std::int64_t> m_Slot;
-  std::optional<std::int64_t> m_SizeBytes;  // of its drives together, as formatted
+  std::optional<std::int64_t> m_SizeBytes;  // formatted size of all its drives
 };
 
 }  // namespace Service

@@ -1,4 +1,4 @@
-// What the service has read from the plug-in at one time.
+// The objects that the service has read from the plug-in at one time.
 #pragma once
 
 #include <cstdint>
@@ -11,10 +11,10 @@ namespace Service {
 
 struct Observation {
   std::uint64_t m_Time = 0;  // milliseconds since the epoch
-  // The first one of a plug-in process: its events begin after it.
+  // Whether this is the first observation of a plug-in process, which reports only later changes.
   bool m_IsFirst = false;
-  // The number of the newest entry of the event log when the objects were read. The events of this
-  // plug-in process up to then are among them.
+  // The number of the newest entry of the event log when the objects were read. The entries up to
+  // it include all events that this plug-in process had reported by that time.
   std::int64_t m_LogPosition = 0;
   std::shared_ptr<const std::vector<PI::CObject>> m_pObjects;  // not null
 };

@@ -27,7 +27,7 @@ CardStates LoggedStates(const CardRows& rows) {
   return states;
 }
 
-// The events that were logged as a difference are part of the states already.
+// Skips the events that were logged as a difference, because the states already include them.
 void ApplyLog(Connection& connection, std::int64_t position, CardStates& logged) {
   const std::int64_t first = ReadNumber(connection, StateNumber::DifferenceFirst);
   const std::int64_t last = ReadNumber(connection, StateNumber::DifferenceLast);
@@ -89,7 +89,7 @@ void Describe(const Object& adapter, const CardState& state, KnownCard& card) {
   if (const auto size = SizeOf(state)) card.m_SizeBytes = size;
 }
 
-// What an observation changes in the rows of known cards.
+// Updates the rows of known cards with an observation.
 class CardUpdate {
  public:
   CardUpdate(Connection& connection, const Observation& observation, const CardStates& observed,
@@ -112,7 +112,7 @@ class CardUpdate {
     }
   }
 
-  // `lastTimeMs`: of the observation before, if it was of the same plug-in process.
+  // `lastTimeMs`: time of the previous observation, if it was of the same plug-in process.
   void MarkMissing(std::optional<std::uint64_t> lastTimeMs) {
     for (auto& [serial, row] : m_Rows) {
       if (!row.m_Card.m_IsPresent || m_Observed.count(serial) > 0) continue;
@@ -169,7 +169,7 @@ void SetLogged(const CardStates& logged, CardRows& rows) {
 
 }  // namespace
 
-// The tables may be missing: the file was opened again, or is a new one.
+// Creates the tables if the file was opened again, because it may be a new file.
 void StateStore::Prepare(Connection& connection) {
   if (m_Prepared == connection.Number() || connection.IsReadOnly()) return;
   PrepareStateTables(connection);

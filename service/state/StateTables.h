@@ -1,4 +1,4 @@
-// The tables of the state, and the numbers that are kept in one of them.
+// The tables of the stored state, and the numbers in one of them.
 #pragma once
 
 #include <cstdint>
@@ -10,19 +10,19 @@ namespace Service {
 // Creates the tables that are missing. Atomic.
 void PrepareStateTables(HostKit::Connection& connection);
 
-// The numbers of which there is one per file.
+// Numbers that are stored once per file.
 enum class StateNumber {
-  NextPosition,     // of a new card
-  HasBaseline,      // whether the cards of a first observation are known
-  LogPosition,      // the last event of the log that is part of the cards' logged state
-  DifferenceFirst,  // the events that were logged as a difference: part of the logged state too
-  DifferenceLast,
-  NextMinute,      // the minutes of history written so far
-  NextHourMinute,  // the first of them that is not yet part of an hour
-  LastMinute,      // the time of the last one, in minutes since the epoch
+  NextPosition,     // position of the next new card
+  HasBaseline,      // 1 after the first observation
+  LogPosition,      // the last log entry that the cards' logged state includes
+  DifferenceFirst,  // first event logged as a difference, also included in the state
+  DifferenceLast,   // last event logged as a difference
+  NextMinute,       // number of minutes of history written so far
+  NextHourMinute,   // the first of these minutes that is not yet part of an hour
+  LastMinute,       // the time of the last minute, in minutes since the epoch
 };
 
-// 0 if it was never written.
+// Returns 0 if the number was never written.
 std::int64_t ReadNumber(HostKit::Connection& connection, StateNumber number);
 void WriteNumber(HostKit::Connection& connection, StateNumber number, std::int64_t value);
 

@@ -1,5 +1,5 @@
-// The one thread that uses the state: whoever needs it gives the thread a function, so that no
-// request ever waits for the disk.
+// The only thread that uses the stored state. Other threads queue functions for it, so that the
+// server's threads never wait for the disk.
 #pragma once
 
 #include <deque>
@@ -16,44 +16,45 @@
 
 namespace Service {
 
-// What a function returned, or why it failed.
+// The result of a function, or the reason of its failure.
 template <class Result>
 struct StateOutcome {
   std::optional<Result> m_Result;
   std::string m_Failure;  // for people; empty if there is a result
 };
 
-// Any thread may call its members, unless they say otherwise.
+// Thread-safe.
 class StateThread {
  public:
   static constexpr std::size_t kMostQueued = 256;
 
-  // Starts the thread. `onFailure` is called by it with the reason of a failure, once for each
-  // reason until a change succeeds. It must not throw.
+  // Starts the thread, which calls `onFailure` with the reason of a failure. Each reason is
+  // reported once, until a change succeeds. `onFailure` must not throw.
   explicit StateThread(std::function<void(const std::string&)> onFailure);
   ~StateThread();
   StateThread(const StateThread&) = delete;
   StateThread& operator=(const StateThread&) = delete;
 
-  // Runs `work(StateStore&)`, which returns a value, on the thread, after everything given before;
-  // then calls `done(StateOutcome<Result>)` there, with no lock held. `done` must not throw, and
-  // may call `Change` and `Read`. False: the queue is full or the thread is stopping, and neither
-  // is called. Both must be copyable.
+  // Queues `work(StateStore&)`, which returns a value. After the functions queued before it, the
+  // thread calls `work` and then `done(StateOutcome<Result>)`, with no lock held. `done` must not
+  // throw; it may call `Change` and `Read`. Both functions must be copyable. Returns false if the
+  // queue is full or the thread is stopping; neither function is called then.
   template <class Work, class Done>
   bool Change(Work work, Done done) {
     return Add(Kind::Change, std::move(work), std::move(done));
   }
-  // The same for a function that changes nothing.
+  // Like `Change`, for a function that changes nothing.
   template <class Work, class Done>
   bool Read(Work work, Done done) {
     return Add(Kind::Read, std::move(work), std::move(done));
   }
 
-  // Finishes what is queued and ends the thread. Not for a function that runs on it.
+  // Runs the queued functions and ends the thread. Must not be called by a function that runs on
+  // it.
   void Stop();
 
  private:
-  // A read that succeeds does not show that the file can be written.
+  // Only a successful change shows that the file can be written.
   enum class Kind { Read, Change };
 
   template <class Work, class Done>
@@ -67,13 +68,13 @@ class StateThread {
   }
 
   bool Enqueue(std::function<void()> task);
-  // The reason of the failure, which was reported if it is new; else empty.
+  // Calls `work`. Returns empty on success, or the reason of the failure, which it reports if new.
   std::string Try(Kind kind, const std::function<void()>& work);
   void Run();
 
   const std::function<void(const std::string&)> m_OnFailure;
 
-  // For the thread alone.
+  // Used only by the thread.
   StateStore m_Store;
   std::set<std::string> m_Reported;
 

@@ -14,11 +14,11 @@ struct JournalEntry {
   std::vector<std::pair<std::string, std::string>> m_Fields = {};
 };
 
-// Whether standard error is connected to the journal, as JOURNAL_STREAM shows. Safe to call from
-// any thread while none changes the environment.
+// Whether standard error is connected to the journal, according to JOURNAL_STREAM. Thread-safe
+// while no thread changes the environment.
 bool IsJournalUsed();
 
-// Adds the entry to the journal. False if the journal cannot be reached. From any thread.
+// Adds the entry to the journal. Returns false if the journal cannot be reached. Thread-safe.
 bool SendToJournal(const JournalEntry& entry);
 
 }  // namespace Systemd

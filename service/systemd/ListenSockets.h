@@ -7,9 +7,10 @@
 
 namespace Systemd {
 
-// The sockets that a socket unit passed, in its order; empty if the process was not started by one.
-// They are closed when a program is executed. Call once, before any thread starts: it removes the
-// variables that name the sockets. Throws `std::system_error` if the variables are malformed.
+// Returns the sockets that a socket unit passed, in the unit's order; empty if no socket unit
+// started the process. They are close-on-exec. Call once, before any thread starts, because it
+// removes the environment variables that describe the sockets. Throws `std::system_error` if these
+// variables are malformed.
 std::vector<Base::Descriptor> TakeListenSockets();
 
 }  // namespace Systemd
