@@ -88,7 +88,7 @@ std::vector<Row> Rows() {
 
 class EveryAttribute : public SimulatedCards, public ::testing::WithParamInterface<Row> {
  protected:
-  // Named before its attributes change, the path among them.
+  // Creates the handle before the test changes attributes, which include the device path.
   void SetUp() override {
     SimulatedCards::SetUp();
     StartWithCard();
@@ -137,7 +137,7 @@ TEST_P(EveryAttribute, HasAcceptsANullHandle) {
 INSTANTIATE_TEST_SUITE_P(Catalog, EveryAttribute, ::testing::ValuesIn(Rows()),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(AttributeRows, AreFortyOneOfACardAndEightOfAFormat) {
+TEST(AttributeRows, Cover41CardAnd8FormatAttributes) {
   EXPECT_EQ(49U, Rows().size());
 }
 
@@ -152,7 +152,7 @@ TEST_F(Attributes, WithoutAHasFunctionAreReadDirectly) {
   EXPECT_EQ(2U, vsl_reserve_status(card, &m_Error));
 }
 
-TEST_F(Attributes, HaveSizeModesIfTheFormatHasThem) {
+TEST_F(Attributes, HaveSizeModesIfTheCardHasThem) {
   StartWithCard();
   for (const bool expected : {true, false}) {
     File().Set("card0", "iom_format_size_mode", expected ? "true" : "false");
@@ -193,7 +193,7 @@ TEST_F(Attributes, StatusMasksChangeWhileTheCardIsOpen) {
   EXPECT_EQ(0U, vsl_current_errors(card, &m_Error));
 }
 
-TEST_F(Attributes, AreReadableThroughAHandleAfterTheCardWasRemoved) {
+TEST_F(Attributes, AreReadableThroughAHandleAfterTheCardIsRemoved) {
   StartWithCard();
   void* card = Opened();
   File().RemoveCard("card0");

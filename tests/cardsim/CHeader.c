@@ -1,4 +1,4 @@
-/* The card library's header is one for C as well. */
+/* Checks that the card library's header compiles as C. */
 #include "host/vsl_abstraction.h"
 
 int UseFromC(void);

@@ -46,7 +46,7 @@ TEST_F(Calls, ResetClearsTheLogAndHandleNumbers) {
   EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Calls, TheNthFailsWithCodeAndText) {
+TEST_F(Calls, TheNthCallFailsWithCodeAndText) {
   StartWithCard();
   CardSim::FailCall("vsl_open", 2, 77, "requested", 2);
   std::string codes;
@@ -91,7 +91,7 @@ TEST_F(Calls, AFailedCallHasNoEffect) {
   EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Calls, TheLibraryCanBeNotReadyForSomeCalls) {
+TEST_F(Calls, InitCanFailWithNotReadyForSomeCalls) {
   File().AddCard(0x1003);
   CardSim::FailCall("vsl_init", 1, VSL_NOT_READY, "not ready", 2);
   EXPECT_EQ(27U, vsl_init(0, &m_Error));

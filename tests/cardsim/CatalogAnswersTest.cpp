@@ -1,5 +1,4 @@
-// Results of every function: the value of the card, the code of a success, and the code and text of
-// a rejection.
+// Results of every function: attribute values, success, and the code and text of a rejected call.
 
 #include <algorithm>
 #include <set>
@@ -10,8 +9,8 @@ namespace {
 
 using Catalog = SimulatedCards;
 
-// Values other than a profile's 0 and false, so that a result differs from an empty one.
-void TellApart(CardSim::StateFile file) {
+// Replaces the 0 and false values of the profile, so that results differ from empty ones.
+void SetDistinctValues(CardSim::StateFile file) {
   const std::pair<const char*, const char*> settings[] = {
       {"pci_device", "5"},
       {"pci_function", "6"},
@@ -34,21 +33,21 @@ void TellApart(CardSim::StateFile file) {
   for (const auto& [attribute, value] : settings) file.Set("card0", attribute, value);
 }
 
-// Copied at once: the next call overwrites the string.
+// Copies a string immediately, because the next call overwrites it.
 template <class Result>
-Result Plain(Result answer) {
-  return answer;
+Result Copied(Result result) {
+  return result;
 }
-std::string Plain(const char* text) {
+std::string Copied(const char* text) {
   return text;
 }
 
 #define EXPECT_PAIR(expected, name)                  \
   EXPECT_TRUE(vsl_has_##name(handle, err)) << #name; \
-  EXPECT_EQ(expected, Plain(vsl_##name(handle, err))) << #name
+  EXPECT_EQ(expected, Copied(vsl_##name(handle, err))) << #name
 #define EXPECT_FORMAT_PAIR(expected, name)                      \
   EXPECT_TRUE(vsl_iom_format_has_##name(handle, err)) << #name; \
-  EXPECT_EQ(expected, Plain(vsl_iom_format_##name(handle, err))) << #name
+  EXPECT_EQ(expected, Copied(vsl_iom_format_##name(handle, err))) << #name
 
 void ExpectIdentity(void* handle, vsl_error_record* err) {
   EXPECT_PAIR("/dev/fct0", device_path);
@@ -108,7 +107,7 @@ void ExpectAdapter(void* card, vsl_error_record* err) {
   EXPECT_EQ(0U, vsl_destroy(&handle, err));
 }
 
-// A format handle reports what was set.
+// A format handle reports the values that were set.
 void ExpectFormat(void* card, vsl_error_record* err) {
   void* handle = nullptr;
   EXPECT_EQ(0U, vsl_iom_format_create(card, &handle, err));
@@ -132,7 +131,7 @@ void ExpectFormat(void* card, vsl_error_record* err) {
   EXPECT_EQ(0U, vsl_destroy(&handle, err));
 }
 
-// A tenth more than the card's size.
+// Overformatting allows a tenth more than the card's size.
 void ExpectOverformat(void* card, vsl_error_record* err) {
   void* format = nullptr;
   EXPECT_EQ(0U, vsl_iom_format_create(card, &format, err));
@@ -163,9 +162,9 @@ void ExpectJobs(void* card, vsl_error_record* err) {
   EXPECT_EQ(0U, vsl_destroy(&detach, err));
 }
 
-TEST_F(Catalog, EveryFunctionIsReachedAndSucceeds) {
+TEST_F(Catalog, EveryFunctionSucceeds) {
   File().AddCard(0x1003);
-  TellApart(File());
+  SetDistinctValues(File());
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
   m_Error.reserved = 0x2323232323232323;
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
@@ -204,11 +203,11 @@ TEST_F(Catalog, EveryFunctionIsReachedAndSucceeds) {
 
 TEST_F(Catalog, HasIsFalseForAbsentAttributes) {
   File().AddCard(0x1003);
-#define TAKE_AWAY(type, name) \
+#define MAKE_ABSENT(type, name) \
   if (std::string(#name) != "device_path") File().MakeAbsent("card0", #name);
-#define TAKE_FORMAT_AWAY(type, name) File().MakeAbsent("card0", "iom_format_" #name);
-  VSL_CARD_ATTRIBUTES(TAKE_AWAY)
-  VSL_FORMAT_ATTRIBUTES(TAKE_FORMAT_AWAY)
+#define MAKE_FORMAT_ABSENT(type, name) File().MakeAbsent("card0", "iom_format_" #name);
+  VSL_CARD_ATTRIBUTES(MAKE_ABSENT)
+  VSL_FORMAT_ATTRIBUTES(MAKE_FORMAT_ABSENT)
   File().MakeAbsent("card0", "iom_format_size_mode");
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   void* card = Opened();
@@ -227,7 +226,7 @@ TEST_F(Catalog, HasIsFalseForAbsentAttributes) {
   EXPECT_FALSE(vsl_iom_format_has_size_mode(format, &m_Error));
 }
 
-// A call that the library rejects, on an open card.
+// A call with an open card that the library rejects.
 struct RefusedCall {
   const char* function;
   vsl_code code;
@@ -239,9 +238,9 @@ void PrintTo(const RefusedCall& row, std::ostream* out) {
   *out << row.function;
 }
 
-// The job of that kind, or null.
+// Returns a new job or format handle, or null if `create` fails.
 template <class Create>
-void* Made(Create create, void* card, vsl_error_record* err) {
+void* Created(Create create, void* card, vsl_error_record* err) {
   void* job = nullptr;
   return create(card, &job, err) == 0 ? job : nullptr;
 }
@@ -288,33 +287,33 @@ const RefusedCall kRefusedCalls[] = {
      [](void* card, vsl_error_record* err) { return vsl_iom_format_create(card, nullptr, err); }},
     {"vsl_iom_detach_set_force", 4, "wrong kind of handle",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_detach_set_force(Made(vsl_iom_attach_create, card, err), 1, err);
+       return vsl_iom_detach_set_force(Created(vsl_iom_attach_create, card, err), 1, err);
      }},
     {"vsl_iom_format_set_size_mode", 7, "unknown size mode",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_size_mode(Made(vsl_iom_format_create, card, err), 12, err);
+       return vsl_iom_format_set_size_mode(Created(vsl_iom_format_create, card, err), 12, err);
      }},
     {"vsl_iom_format_set_size_bytes", 7, "the size must be 1 to 784999997440 bytes",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_size_bytes(Made(vsl_iom_format_create, card, err), 784999997441,
+       return vsl_iom_format_set_size_bytes(Created(vsl_iom_format_create, card, err), 784999997441,
                                             err);
      }},
     {"vsl_iom_format_set_size_pct", 7, "the size must be 1 to 100 percent",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_size_pct(Made(vsl_iom_format_create, card, err), 101, err);
+       return vsl_iom_format_set_size_pct(Created(vsl_iom_format_create, card, err), 101, err);
      }},
     {"vsl_iom_format_set_sector_size_bytes", 7, "the sector size must be 512 to 4096 bytes",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_sector_size_bytes(Made(vsl_iom_format_create, card, err), 8192,
+       return vsl_iom_format_set_sector_size_bytes(Created(vsl_iom_format_create, card, err), 8192,
                                                    err);
      }},
     {"vsl_op_start", 6, "not possible in state attached",
      [](void* card, vsl_error_record* err) {
-       return vsl_op_start(Made(vsl_iom_attach_create, card, err), err);
+       return vsl_op_start(Created(vsl_iom_attach_create, card, err), err);
      }},
     {"vsl_op_wait_for_result", 6, "no job is running",
      [](void* card, vsl_error_record* err) {
-       return vsl_op_wait_for_result(Made(vsl_iom_detach_create, card, err), err);
+       return vsl_op_wait_for_result(Created(vsl_iom_detach_create, card, err), err);
      }},
 };
 

@@ -1,4 +1,4 @@
-// A file that cannot be opened is an error, never "no cards".
+// A state file that cannot be opened is an error and not treated as a file without cards.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -16,10 +16,11 @@ std::string Code(vsl_code code, const vsl_error_record& err) {
 
 class Unopenable : public SimulatedCards {
  protected:
-  // In a child process, because a lowered limit cannot be raised again. Returns its output.
+  // Runs `work` in a child process, because a lowered limit cannot be raised again. Returns its
+  // output.
   std::string InChild(const std::function<std::string()>& work) {
-    const auto answer = m_Directory / "answer";
-    FILE* kept = std::fopen(answer.c_str(), "w");
+    const auto result = m_Directory / "result";
+    FILE* kept = std::fopen(result.c_str(), "w");
     const pid_t child = fork();
     if (child == 0) {
       std::fputs(work().c_str(), kept);
@@ -30,7 +31,7 @@ class Unopenable : public SimulatedCards {
     waitpid(child, &status, 0);
     EXPECT_EQ(0, status);
     std::fclose(kept);
-    return Slurp(answer);
+    return Slurp(result);
   }
 
   static void LeaveNoDescriptors() {
@@ -51,10 +52,10 @@ TEST_F(Unopenable, InitFailsWithoutDescriptors) {
             }));
 }
 
-// A call that reads the file again because it has changed.
+// A call that rereads the file after a change.
 struct Call {
   const char* name;
-  const char* failed;  // before the reason
+  const char* failed;  // the expected result before the reason
   std::function<std::string(void* card, vsl_error_record* err)> make;
 };
 
@@ -86,7 +87,7 @@ class UnopenableCalls : public Unopenable, public ::testing::WithParamInterface<
     m_Card = Named();
     m_Error.text[0] = '\0';
   }
-  std::string Answer() { return GetParam().make(m_Card, &m_Error); }
+  std::string Result() { return GetParam().make(m_Card, &m_Error); }
   std::string Failed(const std::string& why) const {
     return GetParam().failed + Path().string() + ": " + why;
   }
@@ -98,34 +99,34 @@ TEST_P(UnopenableCalls, FailWithoutDescriptors) {
   File().Raise("card0", "FLASHBACK");
   EXPECT_EQ(Failed("Too many open files"), InChild([this] {
               LeaveNoDescriptors();
-              return Answer();
+              return Result();
             }));
 }
 
 TEST_P(UnopenableCalls, FailOnADamagedFile) {
   Spill("{broken");
-  EXPECT_EQ(Failed("line 1, column 2: invalid JSON"), Answer());
+  EXPECT_EQ(Failed("line 1, column 2: invalid JSON"), Result());
 }
 
 TEST_P(UnopenableCalls, FailOnAMissingFile) {
   std::filesystem::remove(Path());
-  EXPECT_EQ(Failed("no such file; `cardsim new` creates one"), Answer());
+  EXPECT_EQ(Failed("no such file; `cardsim new` creates one"), Result());
 }
 
 TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
-  // A directory in its place, which even root cannot read as a file.
+  // A directory in place of the file cannot be read as a file, even by root.
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
-  EXPECT_EQ(Failed("is not a regular file"), Answer());
+  EXPECT_EQ(Failed("is not a regular file"), Result());
 }
 
-TEST_P(UnopenableCalls, WorkAgainAfterwards) {
+TEST_P(UnopenableCalls, WorkAgainAfterTheFileIsRestored) {
   const std::string whole = Slurp();
   Spill("{broken");
-  Answer();
+  Result();
   Spill(whole);
-  const std::string answer = Answer();
-  EXPECT_TRUE(answer == "0 " || answer == "found ") << answer;
+  const std::string result = Result();
+  EXPECT_TRUE(result == "0 " || result == "found ") << result;
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
@@ -152,7 +153,7 @@ TEST_F(Unopenable, ClosedStandardStreamsDoNotDamageTheFile) {
               // The loaded version of the file is kept open.
               vsl_init(0, &m_Error);
               for (const int fd : {0, 1, 2}) {
-                if (fcntl(fd, F_GETFD) != -1) return "our file is " + std::to_string(fd);
+                if (fcntl(fd, F_GETFD) != -1) return "opened as " + std::to_string(fd);
               }
               return std::string();
             }));

@@ -1,4 +1,4 @@
-// Every function called without an error record, which only vsl_destroy allows.
+// Calls every function without an error record, which only vsl_destroy allows.
 #include "tests/cardsim/Fixture.h"
 
 namespace {
@@ -8,7 +8,7 @@ struct Things {
   void* card;
   void* adapter;
   void* format;
-  void* other;  // a second format handle, unstarted
+  void* other;  // output of calls that create a handle
   void* detach;
   void* iterated;
   void* volume;
@@ -16,7 +16,7 @@ struct Things {
 
 struct Call {
   const char* name;
-  const char* handle;  // its description after a space; or empty
+  const char* handle;  // its description after a space, or empty
   void (*make)(Things&);
 };
 
@@ -104,7 +104,7 @@ class ErrorRecords : public SimulatedCards, public ::testing::WithParamInterface
   Things m_Things = {};
 };
 
-TEST_P(ErrorRecords, AreRequiredByEveryFunctionThatHasOne) {
+TEST_P(ErrorRecords, AreRequiredByEveryFunctionWithThatParameter) {
   GetParam().make(m_Things);
   EXPECT_EQ(std::string(GetParam().name) + GetParam().handle + ": no error record",
             Joined(CardSim::Misuse()));
@@ -115,8 +115,9 @@ INSTANTIATE_TEST_SUITE_P(Table, ErrorRecords, ::testing::ValuesIn(kCalls),
 
 using NoErrorRecord = SimulatedCards;
 
-TEST_F(NoErrorRecord, IsMisuseExceptForTwoFunctions) {
-  // 124 functions, of which vsl_destroy and vsl_fini may be called without.
+TEST_F(NoErrorRecord, IsMisuseForAllButTwoFunctions) {
+  // There are 124 functions. vsl_destroy accepts a call without a record, and vsl_fini has no such
+  // parameter.
   EXPECT_EQ(122U, std::size(kCalls));
 }
 

@@ -6,7 +6,7 @@ namespace {
 
 using Exports = SimulatedCards;
 
-// The demangled names of the symbols that the library exports, one per line.
+// Returns the demangled names of the symbols that the library exports, one per line.
 std::string DefinedNames(const std::filesystem::path& list) {
   const std::string command = "nm -DC --defined-only " CARDSIM_LIBRARY " | cut -d' ' -f3- >";
   EXPECT_EQ(0, std::system((command + list.string()).c_str()));
@@ -16,21 +16,21 @@ std::string DefinedNames(const std::filesystem::path& list) {
 }
 
 bool BelongsToTheInterface(const std::string& name) {
-  const char* beginnings[] = {"vsl_", "CardSim::", "typeinfo for CardSim::",
-                              "typeinfo name for CardSim::", "vtable for CardSim::"};
-  for (const char* beginning : beginnings) {
-    if (name.rfind(beginning, 0) == 0) return true;
+  const char* prefixes[] = {"vsl_", "CardSim::", "typeinfo for CardSim::",
+                            "typeinfo name for CardSim::", "vtable for CardSim::"};
+  for (const char* prefix : prefixes) {
+    if (name.rfind(prefix, 0) == 0) return true;
   }
   return false;
 }
 
-TEST_F(Exports, AreTheInterfaceOnly) {
+TEST_F(Exports, AreOnlyTheInterface) {
   std::istringstream names(DefinedNames(m_Directory / "names"));
   std::string name, others;
   int functions = 0;
   while (std::getline(names, name)) {
     if (!BelongsToTheInterface(name)) others += name + "\n";
-    // A template's result type precedes its name.
+    // The demangled name of a template function starts with its result type.
     if (name.find("std::__do") != std::string::npos) others += name + "\n";
     if (name.rfind("vsl_", 0) == 0) ++functions;
   }

@@ -32,7 +32,7 @@ class SimulatedCards : public ::testing::Test {
     std::filesystem::remove_all(m_Directory);
   }
 
-  // In memory, where syncing a file is fast.
+  // Uses memory if possible, where syncing a file is fast.
   virtual std::filesystem::path Root() const {
     const std::filesystem::path memory = "/dev/shm";
     const bool usable = access(memory.c_str(), W_OK) == 0;
@@ -42,7 +42,7 @@ class SimulatedCards : public ::testing::Test {
   std::filesystem::path Path() const { return m_Directory / "cards.json"; }
   CardSim::StateFile File() const { return CardSim::StateFile(Path()); }
 
-  // A started library with one card of that device id.
+  // Starts the library with one card of this device id.
   void StartWithCard(std::uint16_t deviceId = 0x1003) {
     File().AddCard(deviceId);
     ASSERT_EQ(0U, vsl_init(0, &m_Error)) << m_Error.text;
@@ -69,7 +69,7 @@ class SimulatedCards : public ::testing::Test {
   }
   void Spill(const std::string& text) const { std::ofstream(Path()) << text; }
 
-  // The message of the exception, or "no error".
+  // Returns the message of the exception, or "no error".
   template <typename Action>
   static std::string ErrorOf(Action action) {
     try {
@@ -84,7 +84,7 @@ class SimulatedCards : public ::testing::Test {
   vsl_error_record m_Error = {};
 };
 
-// The lines joined by line feeds, to compare all at once.
+// Joins the lines with line feeds, to compare them as one text.
 inline std::string Joined(const std::vector<std::string>& lines) {
   std::string text;
   for (const std::string& line : lines) text += (text.empty() ? "" : "\n") + line;

@@ -2,7 +2,8 @@
 
 namespace {
 
-// A detached card of 1,000,000 bytes with sectors of 512 to 4096, formatted at once.
+// A detached card of 1,000,000 bytes with sectors of 512 to 4096 bytes, which is formatted
+// immediately.
 class Format : public SimulatedCards {
  protected:
   void SetUp() override {
@@ -28,7 +29,7 @@ class Format : public SimulatedCards {
     EXPECT_EQ(0U, vsl_op_wait_for_result(m_Format, &m_Error)) << m_Error.text;
   }
 
-  // Size, percentage and sector size of the card.
+  // Returns size, percentage and sector size of the card.
   std::string Outcome() const {
     return File().Get("card0", "iom_format_size_bytes") + " " +
            File().Get("card0", "iom_format_size_pct") + " " +
@@ -42,12 +43,12 @@ TEST_F(Format, APercentageShrinksTheCard) {
   EXPECT_EQ(0U, vsl_iom_format_set_sector_size_bytes(m_Format, 1024, &m_Error));
   EXPECT_EQ(0U, vsl_iom_format_set_size_pct(m_Format, 50, &m_Error));
   Run();
-  // 500000 bytes hold 488 sectors of 1024.
+  // 500,000 bytes hold 488 sectors of 1024 bytes.
   EXPECT_EQ("499712 50 1024", Outcome());
   EXPECT_EQ("0", File().Get("card0", "iom_state"));
 }
 
-TEST_F(Format, ASizeInBytesGivesItsPercentage) {
+TEST_F(Format, ASizeInBytesSetsThePercentage) {
   EXPECT_EQ(0U, vsl_iom_format_set_size_bytes(m_Format, 800256, &m_Error));
   Run();
   EXPECT_EQ("800256 80 512", Outcome());
@@ -59,7 +60,7 @@ TEST_F(Format, WithoutOptionsKeepsSizeAndSector) {
   EXPECT_EQ("999936 97 512", Outcome());
 }
 
-TEST_F(Format, SizeModeRaisesTheLargestSize) {
+TEST_F(Format, SizeModeRaisesTheMaximumSize) {
   EXPECT_EQ(1000000U, vsl_iom_format_max_size_bytes(m_Format, &m_Error));
   EXPECT_NE(0U, vsl_iom_format_set_size_bytes(m_Format, 1200000, &m_Error));
   EXPECT_EQ(0U, vsl_iom_format_set_size_mode(m_Format, VSL_SIZE_MODE_OVERFORMAT, &m_Error));
@@ -94,7 +95,7 @@ TEST_F(Format, IsRejectedOnAnAttachedCard) {
 
 struct Request {
   const char* name;
-  const char* attribute;  // changed first
+  const char* attribute;  // to change first
   const char* value;
   vsl_code (*ask)(void* format, vsl_error_record* err);
   const char* refusal;
@@ -157,7 +158,7 @@ TEST_P(RefusedFormat, ReportsTheReason) {
 INSTANTIATE_TEST_SUITE_P(Table, RefusedFormat, ::testing::ValuesIn(kRefused),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Format, WithoutPowersOfTwoAcceptsEveryMultiple) {
+TEST_F(Format, WithoutPowersOfTwoAcceptsAnySectorSizeInRange) {
   File().Set("card0", "iom_format_power_of_two_sector_size", "false");
   File().Set("card0", "iom_format_sector_size_multiplier", "0");
   Make();

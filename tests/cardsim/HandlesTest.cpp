@@ -49,7 +49,7 @@ TEST_F(Handles, ANullVariableMayBeDestroyed) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-// A misuse, and the line that reports it.
+// A misuse of a handle, and the line that reports it.
 struct Wrong {
   const char* name;
   void (*act)(void* card, void* err);
@@ -113,11 +113,11 @@ void AdapterOfUnopened(void* card, void* err) {
   EXPECT_NE(0U, vsl_adapter_create(card, &adapter, Err(err)));
   EXPECT_EQ(nullptr, adapter);
 }
-void CallAfterEnd(void* card, void* err) {
+void CallAfterFini(void* card, void* err) {
   vsl_fini();
   EXPECT_NE(0U, vsl_open(card, Err(err)));
 }
-void UseFromEarlierLife(void* card, void* err) {
+void UseAfterRestart(void* card, void* err) {
   vsl_fini();
   vsl_init(0, Err(err));
   EXPECT_EQ(0U, vsl_destroy(&card, Err(err)));
@@ -140,7 +140,7 @@ void UseVolumeOfDestroyedCard(void* card, void* err) {
   vsl_destroy(&card, Err(err));
   EXPECT_EQ(0U, vsl_vsu_state(volume, Err(err)));
 }
-void UseReplacedWalk(void*, void* err) {
+void UseAfterNextIteration(void*, void* err) {
   void* iterated = nullptr;
   vsl_iom_iterate(&iterated, 1, Err(err));
   void* old = iterated;
@@ -164,15 +164,15 @@ const Wrong kWrongs[] = {
     {"CloseUnopened", CloseUnopened, "vsl_close card#1: closed but not open"},
     {"DestroyOpen", DestroyOpen, "vsl_destroy card#1: destroyed while open"},
     {"AdapterOfUnopened", AdapterOfUnopened, "vsl_adapter_create card#1: the card is not open"},
-    {"CallAfterEnd", CallAfterEnd, "vsl_open: called after vsl_fini"},
-    {"UseFromEarlierLife", UseFromEarlierLife, "vsl_destroy card#1: made before vsl_fini"},
+    {"CallAfterFini", CallAfterFini, "vsl_open: called after vsl_fini"},
+    {"UseAfterRestart", UseAfterRestart, "vsl_destroy card#1: made before vsl_fini"},
     {"StartCard", StartCard, "vsl_op_start card#1: wrong kind of handle"},
     {"OpenNull", OpenNull, "vsl_open null: null handle"},
     {"CreateIntoNowhere", CreateIntoNowhere, "vsl_iom_create_by_name null: null handle variable"},
     {"DestroyNowhere", DestroyNowhere, "vsl_destroy null: null handle variable"},
     {"UseVolumeOfDestroyedCard", UseVolumeOfDestroyedCard,
      "vsl_vsu_state volume#1: used after being destroyed"},
-    {"UseReplacedWalk", UseReplacedWalk,
+    {"UseAfterNextIteration", UseAfterNextIteration,
      "vsl_has_serial_number iterated#1: used after being destroyed"},
 };
 
@@ -211,7 +211,7 @@ TEST_F(Handles, SomeAttributesAreReadableBeforeOpen) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Handles, SerialNumberIsReadableUnopenedOnIteratedCardsOnly) {
+TEST_F(Handles, SerialNumberIsReadableBeforeOpenOnlyOnIteratedCards) {
   void* iterated = nullptr;
   vsl_iom_iterate(&iterated, 1, &m_Error);
   EXPECT_STREQ("FA00000001", vsl_serial_number(iterated, &m_Error));

@@ -69,7 +69,7 @@ TEST_F(Jobs, FormatKeepsTheCardBusy) {
   EXPECT_EQ("0", State());
 }
 
-TEST_F(Jobs, TheWaitLastsAsLongAsTheCardSays) {
+TEST_F(Jobs, TheWaitLastsForTheDurationOfTheJob) {
   File().Set("card0", "detach_ms", "40");
   void* job = Detach();
   Start(job);
@@ -92,7 +92,7 @@ TEST_F(Jobs, DoNotBlockOtherThreads) {
   EXPECT_EQ(0U, vsl_iom_state(Opened(), &m_Error));
 }
 
-// The result of starting each job in each state of the card.
+// The result of starting each job in a state of the card.
 struct Rule {
   const char* state;
   const char* attach;
@@ -129,7 +129,7 @@ TEST_P(StateRules, DecideWhichJobStarts) {
 INSTANTIATE_TEST_SUITE_P(Table, StateRules, ::testing::ValuesIn(kRules),
                          [](const auto& row) { return "State" + std::string(row.param.state); });
 
-TEST_F(Jobs, ACardInUseIsDetachedByForceOnly) {
+TEST_F(Jobs, ACardInUseRequiresForceToDetach) {
   File().Set("card0", "in_use", "true");
   EXPECT_EQ("the card is in use", Start(Detach()));
   EXPECT_EQ("2", State());
@@ -148,7 +148,7 @@ TEST_F(Jobs, AreStartedAndWaitedForOnce) {
   EXPECT_EQ("no job is running", Wait(job));
 }
 
-TEST_F(Jobs, FailAfterTheCardWasRemoved) {
+TEST_F(Jobs, FailAfterTheCardIsRemoved) {
   void* job = Detach();
   void* other = Detach();
   Start(job);
@@ -157,7 +157,7 @@ TEST_F(Jobs, FailAfterTheCardWasRemoved) {
   EXPECT_EQ("the card is gone", Start(other));
 }
 
-TEST_F(Jobs, FailWhenTheStateIsSetMeanwhile) {
+TEST_F(Jobs, FailIfTheStateIsSetWhileTheyRun) {
   void* job = Detach();
   Start(job);
   State("6");
@@ -192,7 +192,7 @@ TEST_F(Jobs, AFailedStartChangesNothing) {
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, ReleaseTheCardWhenTheirProcessDies) {
+TEST_F(Jobs, ReleaseTheCardWhenTheirProcessExits) {
   vsl_fini();
   CardSim::Reset();
   const pid_t child = fork();
@@ -210,7 +210,7 @@ TEST_F(Jobs, ReleaseTheCardWhenTheirProcessDies) {
   EXPECT_EQ("started", Start(Detach()));
 }
 
-TEST_F(Jobs, ADeadProcessIsNoticedWithoutAChangeOfTheFile) {
+TEST_F(Jobs, AKilledProcessIsDetectedWithoutAChangeOfTheFile) {
   int gate[2];
   ASSERT_EQ(0, pipe(gate));
   vsl_fini();

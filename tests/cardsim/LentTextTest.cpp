@@ -45,7 +45,7 @@ TEST_F(LentTexts, AreIndependentBetweenHandles) {
 
 #ifndef TEXTS_ARE_FREED
 
-// A call after which the string of a handle has expired.
+// A call that makes the handle's string expire.
 struct Next {
   const char* name;
   void (*call)(void* card, vsl_error_record* err);
@@ -95,7 +95,7 @@ TEST_F(LentTexts, ExpireAtTheNextStepOfAnIteration) {
   EXPECT_STREQ("~~~~~~~~~", path);
 }
 
-TEST_F(LentTexts, ThatAreEmptyAreOverwrittenToo) {
+TEST_F(LentTexts, AreOverwrittenEvenIfEmpty) {
   File().Set("card0", "board_name", "");
   void* card = Opened();
   const char* text = vsl_board_name(card, &m_Error);
@@ -112,7 +112,7 @@ TEST_F(LentTexts, RemainOverwritten) {
 
 #else
 
-TEST_F(LentTexts, ThatExpiredAreReportedByTheSanitizer) {
+TEST_F(LentTexts, AreReportedByTheSanitizerAfterTheyExpire) {
   const char* text = Serial();
   EXPECT_DEATH(
       {

@@ -1,4 +1,5 @@
-// Output of `cardsim`: no control characters, and no lost output without an error.
+// Output of `cardsim`: control characters are escaped, and output that cannot be written is an
+// error.
 #include "tests/cardsim/ProgramFixture.h"
 
 namespace {
@@ -10,7 +11,7 @@ class Output : public Program {
     File().AddCard(0x1003);
   }
 
-  // Errors and exit code of the program with its output redirected to `target`.
+  // Returns errors and exit code of the program, run with its output redirected to `target`.
   std::string RunInto(const std::string& target, const std::string& arguments) {
     const std::string err = (m_Directory / "err").string();
     const int status =
@@ -19,7 +20,7 @@ class Output : public Program {
   }
 };
 
-// A string of a card, as JSON and as it is printed.
+// A string of a card as JSON, and its printed form.
 struct Shown {
   const char* name;
   const char* json;
@@ -71,11 +72,12 @@ TEST_P(ShownTexts, AreTheSameInEveryCommand) {
 INSTANTIATE_TEST_SUITE_P(Table, ShownTexts, ::testing::ValuesIn(kShown),
                          [](const auto& row) { return std::string(row.param.name); });
 
-// Arguments in `$'...'`, and the output. Bytes that are not UTF-8 have their own escape.
+// Arguments, quoted for bash with `$'...'`, and the output. Bytes that are not valid UTF-8 are
+// escaped as bytes.
 struct Printed {
   const char* name;
   const char* arguments;
-  const char* answer;
+  const char* output;
 };
 
 const Printed kPrinted[] = {
@@ -98,32 +100,32 @@ const Printed kPrinted[] = {
 
 class PrintedTexts : public Output, public ::testing::WithParamInterface<Printed> {};
 
-TEST_P(PrintedTexts, ArePrintable) {
+TEST_P(PrintedTexts, ArePrintedEscaped) {
   const std::string script = (m_Directory / "script").string();
   std::ofstream(script) << CARDSIM_PROGRAM " " << GetParam().arguments << "\n";
   const std::string out = (m_Directory / "out").string();
   const int status = std::system(("LC_ALL=C.UTF-8 bash " + script + " >" + out + " 2>&1").c_str());
-  EXPECT_EQ(GetParam().answer, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
+  EXPECT_EQ(GetParam().output, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kPrinted),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Output, AScenarioIsPrintedPrintably) {
+TEST_F(Output, EscapesTheTextsOfAScenario) {
   const auto scenario = m_Directory / "scenario.json";
   std::ofstream(scenario) << R"({"title": "a\u202eb", "steps": [
       {"do": "clear-failure", "what": "vsl_open", "say": "c\u009bd"}]})";
   EXPECT_EQ("a\\u202eb\n   0.0 s  c\\u009bd\n[0]", Run("play " + scenario.string()));
 }
 
-TEST_F(Output, HelpPrintsTheFileNamePrintably) {
+TEST_F(Output, EscapesTheFileNameInHelp) {
   setenv("CARDSIM_STATE", "/a\x1b[31m\nb", 1);
   const std::string help = Run("--help");
   EXPECT_NE(std::string::npos, help.find("/a\\x1b[31m\\x0ab"));
   EXPECT_EQ(std::string::npos, help.find('\x1b'));
 }
 
-// Every command, and its message when the output could not be written.
+// A command, and the end of its message when the output could not be written.
 struct Lost {
   const char* name;
   const char* arguments;
@@ -157,7 +159,7 @@ class LostOutput : public Output, public ::testing::WithParamInterface<Lost> {
         << R"({"title": "a", "steps": [{"do": "clear-failure", "what": "vsl_open"}]})";
     std::string arguments = GetParam().arguments;
     const auto directory = arguments.find("DIRECTORY");
-    if (directory != std::string::npos) arguments.replace(directory, 6, m_Directory.string());
+    if (directory != std::string::npos) arguments.replace(directory, 9, m_Directory.string());
     return Output::RunInto(target, arguments);
   }
 };

@@ -13,7 +13,7 @@ class Play : public Program {
     for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   }
 
-  // Writes a scenario file with that text.
+  // Writes a scenario file with this text and returns its path.
   std::string Written(const std::string& text) {
     const std::string path = (m_Directory / "scenario.json").string();
     std::ofstream(path) << text;
@@ -24,11 +24,11 @@ class Play : public Program {
     return Written(R"({"title": "A scenario", "steps": [)" + steps + "]}");
   }
 
-  // Starts `cardsim play` on the file with its output in files.
+  // Starts `cardsim play` with the file, and redirects its output to files.
   pid_t Start(const std::string& scenario) {
     const pid_t child = fork();
     if (child != 0) return child;
-    // A test run in the background may have inherited the setting to ignore Ctrl-C.
+    // A test that was started in the background may have inherited SIG_IGN for SIGINT.
     signal(SIGINT, SIG_DFL);
     const bool ready = freopen((m_Directory / "out").c_str(), "w", stdout) != nullptr &&
                        freopen((m_Directory / "err").c_str(), "w", stderr) != nullptr;
@@ -43,7 +43,7 @@ class Play : public Program {
     }
   }
 
-  // Output, errors and exit code once the started program has ended.
+  // Waits until the program has exited. Returns its output, errors and exit code.
   std::string End(pid_t child) {
     int status = -1;
     waitpid(child, &status, 0);
@@ -65,7 +65,7 @@ TEST_F(Play, PrintsEachStepWithItsTime) {
   EXPECT_EQ("256", File().Get("card1", "current_errors"));
 }
 
-TEST_F(Play, WaitsAsLongAsTheScenarioSays) {
+TEST_F(Play, WaitsForTheTimesInTheScenario) {
   const std::string scenario =
       WrittenSteps(R"({"after_ms": 600000, "do": "clear-failure", "what": "vsl_open"})");
   const auto begin = std::chrono::steady_clock::now();
@@ -75,7 +75,7 @@ TEST_F(Play, WaitsAsLongAsTheScenarioSays) {
   EXPECT_LT(took, std::chrono::minutes(8));
 }
 
-TEST_F(Play, PlaysOnTheFileItIsGiven) {
+TEST_F(Play, UsesTheGivenStateFile) {
   const std::string other = (m_Directory / "other.json").string();
   CardSim::StateFile(other).Create();
   const std::string scenario = WrittenSteps(R"({"do": "add", "what": "1000"})");
@@ -153,7 +153,7 @@ struct Example {
   const char* name;
   const char* file;
   const char* lastLine;
-  const char* errorsWarningsState;  // of card1 at the end
+  const char* errorsWarningsState;  // of card1 after the scenario
 };
 
 const Example kExamples[] = {

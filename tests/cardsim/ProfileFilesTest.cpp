@@ -1,4 +1,4 @@
-// Profiles that a site adds as files.
+// Profiles that users add as files.
 #include <sys/stat.h>
 
 #include "tests/cardsim/ProgramFixture.h"
@@ -21,9 +21,9 @@ class ProfileFiles : public Program {
   }
 
   fs::path Directory() const { return m_Directory / "profiles"; }
-  fs::path Of(const std::string& name) const { return Directory() / (name + ".json"); }
+  fs::path PathOf(const std::string& name) const { return Directory() / (name + ".json"); }
   void Write(const std::string& name, const std::string& text) const {
-    std::ofstream(Of(name)) << text;
+    std::ofstream(PathOf(name)) << text;
   }
 };
 
@@ -44,7 +44,7 @@ TEST_F(ProfileFiles, AreAddedByName) {
   EXPECT_EQ("\"FA00000001\"", File().Get("card0", "serial_number"));
 }
 
-TEST_F(ProfileFiles, LeaveOutWhatACardLacks) {
+TEST_F(ProfileFiles, OmitAttributesThatTheyDoNotSet) {
   Write("flash-6400g", kLarge);
   File().AddCard(std::string("flash-6400g"));
   EXPECT_EQ("absent", File().Get("card0", "beacon_state"));
@@ -63,7 +63,7 @@ TEST_F(ProfileFiles, MayBeNamedLikeADeviceId) {
   EXPECT_EQ("added card0: Flash Adapter 6.4TB, /dev/fct0\n[0]", Run("add cafe"));
 }
 
-TEST_F(ProfileFiles, HaveOneUnitByDefault) {
+TEST_F(ProfileFiles, HaveOneVolumeByDefault) {
   Write("plain", R"({"pci_device_id": 1})");
   File().AddCard(std::string("plain"));
   EXPECT_EQ(R"([{"state":1,"settable":true}])", File().Get("card0", "volumes"));
@@ -106,13 +106,13 @@ TEST_F(ProfileFiles, AMissingDirectoryIsReported) {
             Run("add my-odd-card"));
 }
 
-TEST_F(ProfileFiles, InAnOpenDirectoryMustHaveOneName) {
+TEST_F(ProfileFiles, InASharedDirectoryMustNotHaveASecondHardLink) {
   Write("linked", kLarge);
-  fs::create_hard_link(Of("linked"), m_Directory / "second");
+  fs::create_hard_link(PathOf("linked"), m_Directory / "second");
   ASSERT_EQ(0, chmod(Directory().c_str(), 01777));
-  EXPECT_EQ(
-      "cardsim: " + Of("linked").string() + ": not trusted: the file has a second hard link\n[1]",
-      Run("add linked"));
+  EXPECT_EQ("cardsim: " + PathOf("linked").string() +
+                ": not trusted: the file has a second hard link\n[1]",
+            Run("add linked"));
 }
 
 // The directory structure of an installation and of a build tree.
@@ -168,9 +168,9 @@ class BadProfile : public ProfileFiles, public ::testing::WithParamInterface<Bad
 TEST_P(BadProfile, IsReportedAndNothingChanges) {
   Write("odd", GetParam().text);
   const std::string before = Slurp();
-  const std::string error = "cardsim: " + Of("odd").string() + GetParam().error + "\n[1]";
+  const std::string error = "cardsim: " + PathOf("odd").string() + GetParam().error + "\n[1]";
   EXPECT_EQ(error, Run("add odd"));
-  // Any file might have this id.
+  // A search by device id reads every file.
   EXPECT_EQ(error, Run("add 9999"));
   EXPECT_EQ(before, Slurp());
 }
@@ -178,19 +178,20 @@ TEST_P(BadProfile, IsReportedAndNothingChanges) {
 INSTANTIATE_TEST_SUITE_P(Table, BadProfile, ::testing::ValuesIn(kBad),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(ProfileFiles, ThatAreTooLargeAreReported) {
+TEST_F(ProfileFiles, AreReportedIfTooLarge) {
   Write("odd", std::string(1048577, ' '));
-  EXPECT_EQ("cardsim: " + Of("odd").string() + ": is too large for a profile\n[1]", Run("add odd"));
+  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": is too large for a profile\n[1]",
+            Run("add odd"));
 }
 
-TEST_F(ProfileFiles, ThatAreDirectoriesAreReported) {
-  fs::create_directory(Of("odd"));
-  EXPECT_EQ("cardsim: " + Of("odd").string() + ": is not a regular file\n[1]", Run("add odd"));
+TEST_F(ProfileFiles, AreReportedIfTheyAreDirectories) {
+  fs::create_directory(PathOf("odd"));
+  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": is not a regular file\n[1]", Run("add odd"));
 }
 
-TEST_F(ProfileFiles, ThatAreDanglingLinksAreReported) {
-  fs::create_symlink("nothing.json", Of("odd"));
-  EXPECT_EQ("cardsim: " + Of("odd").string() + ": no such file\n[1]", Run("add odd"));
+TEST_F(ProfileFiles, AreReportedIfTheyAreDanglingLinks) {
+  fs::create_symlink("nothing.json", PathOf("odd"));
+  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": no such file\n[1]", Run("add odd"));
 }
 
 }  // namespace

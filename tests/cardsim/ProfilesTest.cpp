@@ -9,17 +9,17 @@ struct Kind {
   const char* profile;
   const char* board;
   const char* product;
-  const char* software;      // driver; firmware as text and as four numbers
-  std::uint64_t bytes;       // whole sectors of 8192
-  std::uint64_t overformat;  // the largest size when formatted to more, or 0
-  const char* sectors;       // sector size, and the least and largest one of a format
-  int endurance;             // of 2^40 bytes
+  const char* software;      // driver version; firmware version as text and as four numbers
+  std::uint64_t bytes;       // a multiple of 8192
+  std::uint64_t overformat;  // the maximum size with overformatting, or 0
+  const char* sectors;       // current, minimum and maximum sector size
+  int endurance;             // rated writes in units of 2^40 bytes
   const char* remaining;     // percent of the rated writes
   const char* reserve;       // percent
   const char* temperature;   // degrees Celsius
   const char* power;         // watts at the slot
   const char* external;      // power requirement, and whether it is connected
-  const char* times;         // of origin and first use, in seconds since the epoch
+  const char* times;         // origin and first use, in seconds since the epoch
 };
 
 constexpr const char* kOlder = "3.4.9 build 1187; v6.3.11 6 3 11 10957";
@@ -53,7 +53,7 @@ const Kind kKinds[] = {
 
 class EveryKind : public SimulatedCards, public ::testing::WithParamInterface<Kind> {
  protected:
-  // The values of card0, strings without quotes.
+  // Returns the values of card0, with strings unquoted.
   std::string Values(const std::vector<const char*>& attributes) {
     std::string text;
     for (const char* attribute : attributes) {
@@ -65,7 +65,7 @@ class EveryKind : public SimulatedCards, public ::testing::WithParamInterface<Ki
   }
 };
 
-TEST_P(EveryKind, HasTheIdentityOfItsRow) {
+TEST_P(EveryKind, HasTheIdentityOfItsTableRow) {
   File().AddCard(GetParam().id);
   EXPECT_EQ(GetParam().board, Values({"board_name"}));
   EXPECT_EQ(GetParam().product, Values({"product_name"}));
@@ -76,7 +76,7 @@ TEST_P(EveryKind, HasTheIdentityOfItsRow) {
   EXPECT_EQ(GetParam().times, Values({"origin_ts", "first_use_ts"}));
 }
 
-TEST_P(EveryKind, HasTheSizesOfItsRow) {
+TEST_P(EveryKind, HasTheSizesOfItsTableRow) {
   File().AddCard(GetParam().id);
   const std::string bytes = std::to_string(GetParam().bytes);
   EXPECT_EQ(bytes + " " + bytes + " " + bytes + " " + bytes + " 100",
@@ -92,7 +92,7 @@ TEST_P(EveryKind, HasTheSizesOfItsRow) {
       Values({"iom_format_disallow_overformat", "iom_format_size_mode", "overformat_size_bytes"}));
 }
 
-TEST_P(EveryKind, HasTheWearAndPowerOfItsRow) {
+TEST_P(EveryKind, HasTheWearAndPowerOfItsTableRow) {
   File().AddCard(GetParam().id);
   // JSON writes a float with a fraction.
   const auto number = [](std::string text) {
@@ -179,7 +179,7 @@ INSTANTIATE_TEST_SUITE_P(Table, EveryKind, ::testing::ValuesIn(kKinds), [](const
 
 using Kinds = SimulatedCards;
 
-TEST_F(Kinds, AreNine) {
+TEST_F(Kinds, HaveNineProfiles) {
   EXPECT_EQ(9U, CardSim::StateFile::Profiles().size());
 }
 

@@ -12,10 +12,10 @@
 
 class Program : public SimulatedCards {
  protected:
-  // Output, errors and exit code of `cardsim` with these arguments, as one text.
+  // Runs `cardsim` with these arguments. Returns its output, errors and exit code as one text.
   std::string Run(const std::string& arguments) { return RunOf(CARDSIM_PROGRAM, arguments); }
 
-  // The same for a copy of the program.
+  // As `Run`, for a copy of the program.
   std::string RunOf(const std::string& program, const std::string& arguments) {
     const std::string out = (m_Directory / "out").string();
     const std::string err = (m_Directory / "err").string();
@@ -23,7 +23,7 @@ class Program : public SimulatedCards {
     return Slurp(out) + Slurp(err) + "[" + std::to_string(WEXITSTATUS(status)) + "]";
   }
 
-  // The commands that the program's help lists.
+  // Returns the commands that the program's help lists.
   std::set<std::string> Commands() {
     std::istringstream help(Run("--help"));
     std::set<std::string> names;

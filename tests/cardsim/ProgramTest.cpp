@@ -54,7 +54,7 @@ TEST_F(Program, WritesASysfsTree) {
   EXPECT_EQ("0x1003\n", Slurp(tree + "/bus/pci/devices/0000:03:00.0/device"));
 }
 
-TEST_F(Program, WorksOnTheFileItIsGiven) {
+TEST_F(Program, UsesTheGivenStateFile) {
   const std::string other = (m_Directory / "other.json").string();
   EXPECT_EQ("created " + other + " without cards\n[0]", Run("--state " + other + " new"));
   EXPECT_EQ("added card0: Flash Adapter 365GB, /dev/fct0\n[0]", Run("add 1000 --state " + other));
@@ -64,7 +64,7 @@ TEST_F(Program, WorksOnTheFileItIsGiven) {
 struct Refused {
   const char* name;
   const char* arguments;
-  const char* answer;
+  const char* output;
 };
 
 const Refused kRefused[] = {
@@ -98,7 +98,7 @@ class RejectedCommands : public Program, public ::testing::WithParamInterface<Re
 TEST_P(RejectedCommands, PrintOneLine) {
   File().AddCard(0x1003);
   const std::string before = Slurp();
-  EXPECT_EQ(GetParam().answer, Run(GetParam().arguments));
+  EXPECT_EQ(GetParam().output, Run(GetParam().arguments));
   EXPECT_EQ(before, Slurp());
 }
 

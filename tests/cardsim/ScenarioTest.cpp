@@ -6,7 +6,7 @@ namespace {
 using CardSim::ParseScenario;
 using CardSim::PlayScenario;
 
-// A scenario of these steps.
+// Returns a scenario with these steps.
 std::string WithSteps(const std::string& steps) {
   return R"({"title": "t", "steps": [)" + steps + "]}";
 }
@@ -18,22 +18,23 @@ class Scenarios : public SimulatedCards {
     for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   }
 
-  // What the observer is given: one line per step, time and text.
+  // Plays the steps. Returns the time and text of each step that the observer receives, one line
+  // per step.
   std::string Played(const std::string& steps) {
-    std::string heard;
+    std::string observed;
     auto file = File();
     PlayScenario(ParseScenario(WithSteps(steps)), file, 1000,
                  {[&](std::uint64_t atMs, const std::string& text) {
-                    heard += std::to_string(atMs) + " " + text + "\n";
+                    observed += std::to_string(atMs) + " " + text + "\n";
                   },
                   [] { return false; }});
-    return heard;
+    return observed;
   }
 
   std::string Get(const char* attribute) { return File().Get("card1", attribute); }
 };
 
-TEST_F(Scenarios, ACardIsAddedByItsKindOrItsDeviceId) {
+TEST_F(Scenarios, ACardIsAddedByItsProfileOrDeviceId) {
   EXPECT_EQ("0 added card3, flash-5200g\n0 added card4, 0x1008\n",
             Played(R"({"do": "add", "what": "flash-5200g"}, {"do": "add", "what": "0x1008"})"));
   EXPECT_EQ("\"Flash Adapter 5.2TB\"", File().Get("card3", "board_name"));
@@ -124,17 +125,17 @@ TEST_F(Scenarios, TheObserverStopsThePlayBetweenTwoSteps) {
   const auto scenario = ParseScenario(WithSteps(
       R"({"do": "raise", "card": "card1", "what": "FLASHBACK"},
          {"after_ms": 80000000, "do": "clear", "card": "card1", "what": "FLASHBACK"})"));
-  int heard = 0;
+  int observed = 0;
   int asked = 0;
   auto file = File();
   EXPECT_EQ(1U, PlayScenario(scenario, file, 1,
-                             {[&](std::uint64_t, const std::string&) { ++heard; },
+                             {[&](std::uint64_t, const std::string&) { ++observed; },
                               [&] { return ++asked == 4; }}));
-  EXPECT_EQ(1, heard);
+  EXPECT_EQ(1, observed);
   EXPECT_EQ("256", Get("current_errors"));
 }
 
-TEST_F(Scenarios, AFailedStepIsNamedAndEndsTheScenario) {
+TEST_F(Scenarios, AFailedStepIsReportedAndStopsTheScenario) {
   EXPECT_EQ("step 2 of 3 (it warns): no card named card1; did you mean card0?", ErrorOf([&] {
               Played(R"({"do": "remove", "card": "card1"},
                   {"do": "raise", "card": "card1", "what": "FLASHBACK", "say": "it warns"},
@@ -161,7 +162,7 @@ TEST_F(Scenarios, AMissingStateFileIsReportedBeforeTheFirstWait) {
 
 struct Bad {
   const char* name;
-  const char* text;  // a whole file, or the second step of a scenario
+  const char* text;  // a complete file, or the second step of a scenario
   const char* error;
 };
 
@@ -230,7 +231,7 @@ const Bad kBad[] = {
 
 class BadSteps : public Scenarios, public ::testing::WithParamInterface<Bad> {};
 
-TEST_P(BadSteps, AreRejectedWithTheirPlace) {
+TEST_P(BadSteps, AreRejectedWithTheirPosition) {
   const std::string good = R"({"after_ms": 1001, "do": "remove", "card": "card1"})";
   EXPECT_EQ(GetParam().error,
             ErrorOf([&] { ParseScenario(WithSteps(good + "," + GetParam().text)); }));
@@ -256,7 +257,7 @@ const Bad kBadFiles[] = {
 
 class BadScenarios : public Scenarios, public ::testing::WithParamInterface<Bad> {};
 
-TEST_P(BadScenarios, AreRejectedWithTheirPlace) {
+TEST_P(BadScenarios, AreRejectedWithTheirPosition) {
   EXPECT_EQ(GetParam().error, ErrorOf([] { ParseScenario(GetParam().text); }));
 }
 

@@ -6,13 +6,13 @@
 
 namespace {
 
-// On a disk, whose file system reuses inode numbers.
+// Uses a disk whose file system may reuse inode numbers.
 class Sharing : public SimulatedCards {
  protected:
   std::filesystem::path Root() const override { return std::filesystem::temp_directory_path(); }
 };
 
-// Runs `work` in a child process; returns its exit status.
+// Runs `work` in a child process. Returns the wait status.
 template <typename Work>
 int InAnotherProcess(Work work) {
   const pid_t child = fork();
@@ -30,7 +30,7 @@ int InAnotherProcess(Work work) {
   return status;
 }
 
-TEST_F(Sharing, AChangeOfAnotherProcessIsSeenAtTheNextOpen) {
+TEST_F(Sharing, AChangeByAnotherProcessIsVisibleAfterTheNextOpen) {
   StartWithCard();
   void* card = Opened();
   EXPECT_EQ(0, InAnotherProcess([this] { File().Set("card0", "temp_internal_deg_c", "66.5"); }));
@@ -40,7 +40,7 @@ TEST_F(Sharing, AChangeOfAnotherProcessIsSeenAtTheNextOpen) {
   EXPECT_EQ(66.5F, vsl_temp_internal_deg_c(card, &m_Error));
 }
 
-TEST_F(Sharing, ACardOfAnotherProcessIsSeenWhenItIsNamed) {
+TEST_F(Sharing, ACardAddedByAnotherProcessIsFoundByName) {
   StartWithCard();
   void* card = nullptr;
   EXPECT_NE(0U, vsl_iom_create_by_name("/dev/fct1", &card, &m_Error));
@@ -50,9 +50,9 @@ TEST_F(Sharing, ACardOfAnotherProcessIsSeenWhenItIsNamed) {
   EXPECT_NE(0U, vsl_open(card, &m_Error));
 }
 
-// Two edits within one tick of the clock leave two files of equal size and time, whose inode
-// numbers may be reused.
-TEST_F(Sharing, EveryOneOfManyQuickChangesIsSeen) {
+// Two changes within one tick of the clock produce files of equal size and time, and the file
+// system may reuse inode numbers.
+TEST_F(Sharing, EveryOneOfManyQuickChangesIsDetected) {
   StartWithCard();
   for (int i = 100; i < 160; ++i) {
     File().Set("card0", "pci_slot_num", std::to_string(i));
@@ -63,7 +63,7 @@ TEST_F(Sharing, EveryOneOfManyQuickChangesIsSeen) {
   }
 }
 
-// Raises the bits first, first + step, ... of 24 that any process may hold.
+// Raises the bits with the indexes `first`, `first + step`, ... of ten.
 void RaiseSome(const CardSim::StateFile& file, std::size_t first, std::size_t step) {
   const char* names[] = {"errors.INTERNAL_ERROR",
                          "errors.INCOMPATIBLE_PCI_BANDWIDTH",
@@ -75,8 +75,8 @@ void RaiseSome(const CardSim::StateFile& file, std::size_t first, std::size_t st
                          "errors.AUXILIARY_VOLTAGE_OUT_OF_RANGE",
                          "errors.FLASHBACK",
                          "errors.NONCORRECTABLE_PCI_ERRORS"};
-  CardSim::StateFile mine = file;
-  for (std::size_t i = first; i < 10; i += step) mine.Raise("card0", names[i]);
+  CardSim::StateFile copy = file;
+  for (std::size_t i = first; i < 10; i += step) copy.Raise("card0", names[i]);
 }
 
 TEST_F(Sharing, NoEditOfSeveralProcessesIsLost) {

@@ -7,7 +7,7 @@ namespace {
 
 using StateFiles = SimulatedCards;
 
-TEST_F(StateFiles, AreFoundThroughTheEnvironment) {
+TEST_F(StateFiles, HaveADefaultPathFromTheEnvironment) {
   EXPECT_EQ(Path(), CardSim::StateFile::DefaultPath());
   unsetenv("CARDSIM_STATE");
   setenv("XDG_STATE_HOME", "/xdg", 1);
@@ -65,7 +65,7 @@ TEST_F(StateFiles, RejectStringsThatAreNotUtf8) {
             ErrorOf([this] { File().Set("card0", "serial_number", "\xff\xfe"); }));
 }
 
-TEST_F(StateFiles, RejectTwoCardsWithOnePath) {
+TEST_F(StateFiles, RejectTwoCardsWithTheSamePath) {
   File().AddCard(0x1003);
   File().AddCard(0x1003);
   const std::string before = Slurp();
@@ -100,7 +100,7 @@ const Unknown kUnknowns[] = {
 
 class UnknownNames : public SimulatedCards, public ::testing::WithParamInterface<Unknown> {};
 
-TEST_P(UnknownNames, AreReportedAsNoSuchThing) {
+TEST_P(UnknownNames, ThrowNoSuchThing) {
   File().AddCard(0x1003);
   const std::string before = Slurp();
   try {
@@ -151,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(Table, StatusBits, ::testing::ValuesIn(kBits), [](const
   return name;
 });
 
-// Each bit that the host knows has the host's name and number, and is raised alone.
+// Each status bit of the host has the same name and number in the simulator, and is raised alone.
 TEST_F(StateFiles, EachStatusBitOfTheHostIsRaisedByItsName) {
   File().AddCard(0x1003);
   const auto expectRaised = [this](const std::string& mask, int bit, const std::string& name) {
@@ -190,7 +190,7 @@ TEST_F(StateFiles, RaisingAddsAnAbsentMask) {
   EXPECT_EQ("2", File().Get("card0", "current_info"));
 }
 
-// A file that cannot be used, and the message.
+// A damaged file, and the message that reports it.
 struct Bad {
   const char* name;
   const char* text;
@@ -272,7 +272,7 @@ TEST_P(DamagedFiles, AreReportedAndNotChanged) {
 INSTANTIATE_TEST_SUITE_P(Table, DamagedFiles, ::testing::ValuesIn(kBads),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(StateFiles, ThatAreMissingAreNotCreated) {
+TEST_F(StateFiles, AreNotCreatedByAccess) {
   std::filesystem::remove(Path());
   std::filesystem::remove(Path().string() + ".lock");
   const std::string expected = Path().string() + ": no such file; `cardsim new` creates one";
@@ -282,7 +282,7 @@ TEST_F(StateFiles, ThatAreMissingAreNotCreated) {
   EXPECT_TRUE(std::filesystem::is_empty(m_Directory));
 }
 
-TEST_F(StateFiles, ThatAreDirectoriesOrPipesAreRejected) {
+TEST_F(StateFiles, AreRejectedIfTheyAreNotRegularFiles) {
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
   EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Cards(); }));

@@ -9,7 +9,7 @@ class Sysfs : public SimulatedCards {
   std::filesystem::path Tree() const { return m_Directory / "sys"; }
   std::filesystem::path Devices() const { return Tree() / "bus/pci/devices"; }
 
-  // Address, vendor and device of each.
+  // Returns address, vendor and device of each PCI device.
   std::string Listing() const {
     std::map<std::string, std::string> lines;
     for (const auto& entry : std::filesystem::directory_iterator(Devices())) {

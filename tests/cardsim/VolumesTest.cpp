@@ -11,7 +11,8 @@ class Volumes : public SimulatedCards {
                R"([{"state": 1}, {"state": 0, "settable": false}, {"state": 1, "refuses": true}])");
   }
 
-  // State and settability of each unit, in order.
+  // Returns the state of each volume, in order, followed by "s" if it can be set or "-" if it
+  // cannot.
   std::string States() {
     void* card = Named();
     void* volume = nullptr;
@@ -41,7 +42,7 @@ TEST_F(Volumes, AcceptOrRejectANewState) {
   EXPECT_EQ("0s 0- 1s ", States());
 }
 
-TEST_F(Volumes, ShowTheNewStateAtOnce) {
+TEST_F(Volumes, ShowTheNewStateImmediately) {
   void* card = Named();
   void* volume = nullptr;
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
@@ -50,7 +51,7 @@ TEST_F(Volumes, ShowTheNewStateAtOnce) {
   EXPECT_NE(0U, vsl_set_vsu_state(volume, 2, &m_Error));
 }
 
-TEST_F(Volumes, ThatWereRemovedMeanwhileAreReported) {
+TEST_F(Volumes, AreReportedIfTheyWereRemoved) {
   void* card = Named();
   void* volume = nullptr;
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
@@ -69,7 +70,7 @@ TEST_F(Volumes, BelongToTheHandleThatIteratesThem) {
   EXPECT_EQ("vsl_vsu_iterate volume#1: a unit of another card's handle", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Volumes, HaveOneFormInTheFile) {
+TEST_F(Volumes, AreNormalizedInTheFile) {
   EXPECT_EQ(R"([{"state":1,"settable":true},{"state":0,"settable":false},)"
             R"({"state":1,"settable":true,"refuses":true}])",
             File().Get("card0", "volumes"));

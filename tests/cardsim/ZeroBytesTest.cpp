@@ -1,5 +1,5 @@
-// Zero bytes in the files that the simulator reads. A string of the library would end there, so no
-// file with one is accepted.
+// Zero bytes in the files that the simulator reads. They are rejected, because they would truncate
+// the strings that the library returns.
 
 #include "cardsim/scenario/Scenario.h"
 #include "tests/cardsim/ProgramFixture.h"
@@ -7,24 +7,24 @@
 
 namespace {
 
-// The text with a zero byte at each place in turn, and with an escaped one at the end of each name
-// and string.
+// Returns copies of the text with a zero byte, one for each position, and copies with an escaped
+// zero byte at the end of each name and string.
 std::vector<std::string> WithZeroByte(const std::string& text) {
   std::vector<std::string> texts;
   bool inString = false;
-  for (std::size_t at = 0; at <= text.size(); ++at) {
-    texts.push_back(std::string(text).insert(at, 1, '\0'));
-    if (at == text.size() || text[at] != '"') continue;
-    if (inString) texts.push_back(std::string(text).insert(at, "\\u0000"));
+  for (std::size_t position = 0; position <= text.size(); ++position) {
+    texts.push_back(std::string(text).insert(position, 1, '\0'));
+    if (position == text.size() || text[position] != '"') continue;
+    if (inString) texts.push_back(std::string(text).insert(position, "\\u0000"));
     inString = !inString;
   }
   return texts;
 }
 
-// The text with the zero byte shown.
+// Returns the text with its zero byte replaced by "<zero>".
 std::string Shown(std::string text) {
-  const auto at = text.find('\0');
-  if (at != std::string::npos) text.replace(at, 1, "<zero>");
+  const auto position = text.find('\0');
+  if (position != std::string::npos) text.replace(position, 1, "<zero>");
   return text;
 }
 

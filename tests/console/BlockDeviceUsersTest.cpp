@@ -32,7 +32,8 @@ class BlockDeviceUsers : public testing::Test {
     std::ofstream(m_Root / "mounts", std::ios::app) << line << "\n";
   }
 
-  // As in sysfs: a directory below the device, and a link in the list of all block devices.
+  // Adds a disk as in sysfs: a directory below the device, and a link in the list of all block
+  // devices.
   void AddDisk(const std::string& device, const std::string& name,
                const std::string& number) const {
     const fs::path directory = m_Root / device / "block" / name;
@@ -104,7 +105,7 @@ TEST_F(BlockDeviceUsers, AHolderIsReportedWithItsUsers) {
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is mounted at /srv", "fioa1 is held by dm-0"}));
 }
 
-TEST_F(BlockDeviceUsers, AHolderThatHoldsItselfEndsTheSearch) {
+TEST_F(BlockDeviceUsers, StopsAtAHolderThatHoldsItself) {
   AddDisk("devices/virtual", "dm-0", "253:0");
   Hold("fioa", "dm-0");
   Hold("dm-0", "dm-0");

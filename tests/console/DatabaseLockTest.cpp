@@ -23,7 +23,7 @@ class DatabaseLock : public testing::Test {
   const ScopedVariable m_Variable{"CORVANE_DATABASE", File()};
 };
 
-// The failure of a second service or of a command.
+// Returns the failure of the call, or ExitCode::Done.
 template <class Call>
 std::pair<ExitCode, std::string> FailureOf(Call call) {
   try {
@@ -69,28 +69,28 @@ TEST_F(DatabaseLock, IsTheSameForAllNamesOfADatabase) {
   EXPECT_TRUE(Console::FindLockHolder());
 }
 
-TEST_F(DatabaseLock, ADatabaseInMemoryHasNone) {
+TEST_F(DatabaseLock, DoesNotApplyToAnInMemoryDatabase) {
   const ScopedVariable memory("CORVANE_DATABASE", ":memory:");
   const Console::DatabaseLock lock("/run/s");
   const Console::DatabaseLock another("/run/t");
   EXPECT_FALSE(Console::FindLockHolder());
 }
 
-TEST_F(DatabaseLock, ReplacesWhatAnEarlierServiceLeft) {
+TEST_F(DatabaseLock, ReplacesALockFileLeftByAnEarlierService) {
   Console::DatabaseLock("/run/a/very/long/name/of/a/socket");
   EXPECT_TRUE(std::filesystem::exists(LockFile()));
   const Console::DatabaseLock lock("/run/s");
   EXPECT_EQ(std::to_string(getpid()) + "\n/run/s\n", ReadText(LockFile()));
 }
 
-TEST_F(DatabaseLock, OthersCannotOpenTheFile) {
+TEST_F(DatabaseLock, CreatesAFileThatOthersCannotOpen) {
   const Console::DatabaseLock lock("/run/s");
   struct stat status = {};
   ASSERT_EQ(0, stat(LockFile().c_str(), &status));
   EXPECT_EQ(0600U, status.st_mode & 07777U);
 }
 
-TEST_F(DatabaseLock, AFileWithoutAHolderInItIsStillALock) {
+TEST_F(DatabaseLock, HoldsEvenIfTheFileIsInvalid) {
   std::filesystem::create_directories(m_Directory.Path() / "state");
   for (const char* const text : {"", "12", "x\n", "12\n", "12\n\n"}) {
     WriteText(LockFile(), text);
@@ -100,7 +100,7 @@ TEST_F(DatabaseLock, AFileWithoutAHolderInItIsStillALock) {
   }
 }
 
-TEST_F(DatabaseLock, WhatIsNotAFileCannotBeLocked) {
+TEST_F(DatabaseLock, RefusesALockFileThatIsNotARegularFile) {
   std::filesystem::create_directories(m_Directory.Path() / "state");
   std::filesystem::create_symlink(m_Directory.Path() / "elsewhere", LockFile());
   EXPECT_EQ(ExitCode::Failed, FailureOf([] { Console::DatabaseLock("/run/s"); }).first);
@@ -111,7 +111,7 @@ TEST_F(DatabaseLock, WhatIsNotAFileCannotBeLocked) {
   EXPECT_THAT(fifo.second, HasSubstr("is not a regular file"));
 }
 
-TEST_F(DatabaseLock, RootAcceptsNoDirectoryOfAnotherUser) {
+TEST_F(DatabaseLock, RefusesADirectoryOfAnotherUserForRoot) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const std::filesystem::path directory = m_Directory.Path() / "state";
   std::filesystem::create_directories(directory);

@@ -1,5 +1,5 @@
-// Preloaded: every thread that the host kit starts for a plug-in fails to start. The program's own
-// threads start until the file CONSOLE_TEST_NO_THREADS exists and is not empty.
+// A preloaded library that prevents the host kit from creating threads. The program can create
+// other threads until the file CONSOLE_TEST_NO_THREADS exists and is not empty.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -18,7 +18,7 @@ bool IsOfKit(void* (*start)(void*)) {
          std::strstr(info.dli_fname, "libhostkit") != nullptr;
 }
 
-bool AreUsedUp() {
+bool AreExhausted() {
   const char* file = std::getenv("CONSOLE_TEST_NO_THREADS");
   struct stat status = {};
   return file != nullptr && stat(file, &status) == 0 && status.st_size > 0;
@@ -31,5 +31,5 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
                                                                      void* (*start)(void*),
                                                                      void* argument) {
   static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
-  return IsOfKit(start) || AreUsedUp() ? EAGAIN : next(thread, attr, start, argument);
+  return IsOfKit(start) || AreExhausted() ? EAGAIN : next(thread, attr, start, argument);
 }

@@ -1,5 +1,5 @@
-// A plug-in whose behavior CONSOLE_TEST_PLUGIN selects, for cases that a real one does not produce
-// on demand. It writes a line for each command to the file CONSOLE_TEST_LOG.
+// A plug-in whose behavior CONSOLE_TEST_PLUGIN selects, for cases that a real plug-in does not
+// produce on demand. It writes a line for each command to the file CONSOLE_TEST_LOG.
 #include <unistd.h>
 
 #include <atomic>
@@ -24,14 +24,14 @@ void Log(const std::string& line) {
   if (file != nullptr) std::ofstream(file, std::ios::app) << line << "\n";
 }
 
-// Hangs in the case of that name. It sleeps in a loop, because a signal ends each sleep.
+// Hangs if CONSOLE_TEST_PLUGIN is `place`. Sleeps in a loop because signals interrupt a sleep.
 void HangAt(const std::string& place) {
   if (Case() != place) return;
   Log("hangs");
   for (int i = 0; i < 100; ++i) sleep(60);
 }
 
-// Destroyed at exit, which must not happen during a call that hangs.
+// Destroyed when the program exits normally. This must not happen during a call that hangs.
 struct Global {
   ~Global() {
     if (Case() == "hang1") Log("cleaned up");
@@ -43,7 +43,8 @@ constexpr std::uint64_t kPlugin = 0x10;
 constexpr std::uint64_t kFirstAdapter = 0x20;
 constexpr std::uint64_t kFirstDrive = 0x30;
 
-// Waits until the test has sent its signal, or for a second if it sends none.
+// Waits until the test has sent its signal, or for a second if the test does not set
+// CONSOLE_TEST_SIGNALED.
 void AwaitSignal() {
   const char* file = std::getenv("CONSOLE_TEST_SIGNALED");
   if (file == nullptr) sleep(1);
@@ -187,7 +188,8 @@ class OddPlugin : public IPLUGINAPI {
     return PI::SUCCESS;
   }
 
-  // Two adapters; one drive that only its adapter knows, and one that no adapter knows.
+  // Returns two adapters, a drive that is listed only as a child of its adapter, and a drive that
+  // no adapter lists.
   unsigned int GetTopology(std::vector<PI::CObject>& objects) {
     Log("GetTopology");
     HangAt("hang" + std::to_string(++m_Topologies));

@@ -1,4 +1,4 @@
-// Records do not change on their way to JSON and back.
+// Conversion of records to JSON and back.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,7 +45,7 @@ json JsonOf(const PI::CProperty& property) {
   return ToJson(PluginReply{0, property})["payload"];
 }
 
-TEST(RecordJson, EveryFieldOfAPropertyArrives) {
+TEST(RecordJson, ConvertsEveryFieldOfAProperty) {
   const PI::CProperty property = PropertyOf(EveryPropertyField());
   EXPECT_EQ(1U, property.m_PropertyID);
   EXPECT_EQ(2U, property.m_NameID);
@@ -76,13 +76,13 @@ TEST(RecordJson, EveryFieldOfAPropertyArrives) {
   EXPECT_EQ(EveryPropertyField(), JsonOf(property));
 }
 
-TEST(RecordJson, LeavesOutDefaults) {
+TEST(RecordJson, OmitsDefaults) {
   EXPECT_EQ(json::object(), JsonOf(NewProperty()));
   EXPECT_EQ(json::parse(R"({"result": 0, "payload": {}})"),
             ToJson(PluginReply{0, PI::COperation()}));
 }
 
-// A record of every kind, inside an operation, with every field.
+// Returns an operation with a record of every type, all with every field.
 json EveryOperationField() {
   const json property = {{"name_id", 1}};
   const json drive = {
@@ -130,7 +130,7 @@ json EveryOperationField() {
           {"async", true}};
 }
 
-TEST(RecordJson, EveryRecordInsideAnOperationArrives) {
+TEST(RecordJson, ConvertsEveryRecordInsideAnOperation) {
   const json sent = {
       {"command", "EXECUTE_OPERATION"}, {"object", 5}, {"payload", EveryOperationField()}};
   const PluginCommand command = CommandFromJson(sent);
@@ -168,7 +168,7 @@ const CommandCase kCommands[] = {
     {"EXECUTE_OPERATION", PI::CMD_EXECUTE_OPERATION, R"({"operation_id": 2})"},
 };
 
-TEST(RecordJson, EveryCommandHasItsNumberAndItsPayload) {
+TEST(RecordJson, ConvertsEveryCommandWithItsPayload) {
   for (const CommandCase& each : kCommands) {
     SCOPED_TRACE(each.m_Name);
     const json sent = {
@@ -176,8 +176,8 @@ TEST(RecordJson, EveryCommandHasItsNumberAndItsPayload) {
     const PluginCommand command = CommandFromJson(sent);
     EXPECT_EQ(each.m_Number, command.m_Command);
     EXPECT_EQ(sent, ToJson(command));
-    const json answer = {{"result", 4294967295U}, {"payload", sent["payload"]}};
-    EXPECT_EQ(answer, ToJson(ReplyFromJson(command.m_Command, answer)));
+    const json reply = {{"result", 4294967295U}, {"payload", sent["payload"]}};
+    EXPECT_EQ(reply, ToJson(ReplyFromJson(command.m_Command, reply)));
   }
 }
 
@@ -186,9 +186,9 @@ struct TextCase {
   json m_Json;
 };
 
-TEST(RecordJson, AnyTextArrives) {
+TEST(RecordJson, ConvertsAnyText) {
   const TextCase cases[] = {
-      {"", nullptr},  // the default, left out
+      {"", nullptr},  // the default, which is omitted
       {"caf\xc3\xa9", "caf\xc3\xa9"},
       {std::string("\0\x1b\n", 3), std::string("\0\x1b\n", 3)},
       {"A\xff", {{"hex", "41ff"}}},
@@ -205,7 +205,7 @@ TEST(RecordJson, AnyTextArrives) {
   }
 }
 
-TEST(RecordJson, AnyFloatArrives) {
+TEST(RecordJson, ConvertsAnyFloat) {
   const float infinity = std::numeric_limits<float>::infinity();
   for (const float value : {-1.25F, 3.4028235e38F, 1e-45F, infinity, -infinity}) {
     PI::CProperty property = NewProperty();
@@ -235,7 +235,7 @@ struct RejectedCase {
   const char* m_Why;
 };
 
-TEST(RecordJson, RejectsWhatIsNotTheRecord) {
+TEST(RecordJson, RejectsInvalidRecords) {
   const RejectedCase cases[] = {
       {"[]", "payload: expected an object"},
       {"null", "payload: expected an object"},
@@ -278,7 +278,7 @@ TEST(RecordJson, RejectsWhatIsNotTheRecord) {
   }
 }
 
-TEST(RecordJson, RejectsWhatIsNotACommand) {
+TEST(RecordJson, RejectsInvalidCommands) {
   EXPECT_EQ("document: expected an object", WhyRejected(json::array()));
   EXPECT_EQ("command: expected the name of a command", WhyRejected(json::object()));
   EXPECT_EQ("command: expected the name of a command", WhyRejected({{"command", 4}}));
@@ -295,7 +295,8 @@ TEST(RecordJson, RejectsAReplyWithoutAResult) {
   EXPECT_EQ(3U, ReplyFromJson(PI::CMD_GET_TOPOLOGY, {{"result", 3}}).m_Result);
 }
 
-// An operation in an object in an operation, and so on. Each of the two adds two levels.
+// Returns a command with `operations` nested operations. Each is in an object of the next one, and
+// each operation and object adds two levels of JSON.
 json Nested(int operations) {
   json operation = json::object();
   for (int i = 1; i < operations; ++i) {
@@ -309,7 +310,7 @@ TEST(RecordJson, LimitsNesting) {
   EXPECT_THAT(WhyRejected(Nested(6)), testing::EndsWith(": nested too deeply"));
 }
 
-TEST(RecordJson, EveryFieldOfAnEntryOfTheLogArrives) {
+TEST(RecordJson, ConvertsEveryFieldOfALogEntry) {
   HostKit::LoggedEvent event{};
   event.m_Number = -1;
   event.m_Time = 18446744073709551615UL;
@@ -331,7 +332,7 @@ TEST(RecordJson, EveryFieldOfAnEntryOfTheLogArrives) {
   EXPECT_THROW(Console::LoggedEventFromJson({{"number", "1"}}), RecordError);
 }
 
-TEST(RecordJson, EveryFieldOfACountArrives) {
+TEST(RecordJson, ConvertsEveryFieldOfACount) {
   const json sent = ToJson(HostKit::EventCount{10967, 3, 7});
   const json expected = {{"event_id", 10967}, {"severity", 3}, {"count", 7}};
   EXPECT_EQ(expected, sent);
@@ -339,7 +340,7 @@ TEST(RecordJson, EveryFieldOfACountArrives) {
   EXPECT_THROW(Console::EventCountFromJson({{"number", 1}}), RecordError);
 }
 
-TEST(RecordJson, RejectsAnEventWithTooFewPlaces) {
+TEST(RecordJson, RejectsAnEventWithTooFewPlaceholders) {
   EXPECT_THROW(EventFromJson({{"place_holders", {"one"}}}), RecordError);
 }
 

@@ -1,41 +1,41 @@
-# The test files that run a second time with a service, which CORVANE_TEST_SERVICE selects, and why
+# The suites that run a second time through a service (CORVANE_TEST_SERVICE=1), and the reasons why
 # the others do not.
 set(THROUGH_SERVICE inspect op format)
 
 set(NOT_THROUGH_SERVICE
   "cards|starts the plug-in on machines with and without cards"
   "change|compares the calls and configuration files of a plug-in in this process"
-  "check|most runs use a plug-in that behaves oddly"
-  "client|compares both ways itself"
+  "check|most runs use the test plug-in"
+  "client|compares runs with and without a service"
   "completion|client.bats completes with a service"
   "descriptors|limits the descriptors of a plug-in in this process"
-  "envelope|every command; the same documents as in inspect and op"
-  "escapes|shows texts of plug-ins in this process"
-  "events|uses a plug-in that behaves oddly"
+  "envelope|prints the same documents as inspect and op"
+  "escapes|prints texts of a plug-in in this process"
+  "events|uses the test plug-in"
   "explain|needs no plug-in"
-  "forms|formats what inspect reads"
+  "forms|formats the values that inspect reads"
   "hang|uses a plug-in that hangs in this process"
   "help|needs no plug-in"
-  "history|writes the database of a command between its runs"
-  "hooks|is about the service itself"
-  "jobs|is about the service itself"
-  "journal|is about the service itself"
-  "memory|is about the service itself"
-  "machine|is about the service itself"
+  "history|changes the database between runs"
+  "hooks|tests the service itself"
+  "jobs|tests the service itself"
+  "journal|tests the service itself"
+  "memory|tests the service itself"
+  "machine|tests the service itself"
   "man|needs no plug-in"
-  "metrics|some plug-ins do not start, so their service is never ready; client.bats compares metrics"
-  "prompts|the questions precede any difference; op confirms through the service"
-  "rows|rows are refused with a service"
-  "serve|is about the service itself"
-  "start|is about how a plug-in starts in this process"
-  "status|expects that each run has an empty log"
+  "metrics|a service whose plug-in does not start is never ready; client.bats compares metrics"
+  "prompts|asks before it uses the plug-in; op confirms through the service"
+  "rows|a service refuses the command"
+  "serve|tests the service itself"
+  "start|tests how a plug-in starts in this process"
+  "status|requires an empty log for each run"
   "stuck|uses a plug-in that hangs in this process"
-  "terminal|is about the terminal"
-  "trouble|is about failures of a plug-in in this process"
-  "trust|is about files of a plug-in in this process"
-  "watch|one screen at a time; client.bats follows events with a service")
+  "terminal|tests the terminal"
+  "trouble|tests failures of a plug-in in this process"
+  "trust|tests the files of a plug-in in this process"
+  "watch|needs the terminal; client.bats follows events through a service")
 
-# Each test file is in one of the lists.
+# Requires each suite to be in exactly one of the lists.
 function(corvane_check_service_lists suites)
   foreach(suite ${suites})
     set(rows ${NOT_THROUGH_SERVICE})

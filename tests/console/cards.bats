@@ -76,20 +76,20 @@ mounted() {
   same 2 "$(card attach iom_state)"
 }
 
-@test "the schema rejects an invalid change" {
+@test "the schema rejects an invalid change document" {
   refused attach 'd["result"].pop("changed")' 'd["result"].update(before="up")' \
     'd["result"].update(elapsed_seconds=-1)' 'd.update(command="set")' 'd.update(exit_code=9)' \
     'd.update(result={"progress": {"object": "a0"}})'
 }
 
-@test "attach does nothing for an attached card" {
+@test "attach does not change an attached card" {
   ended already 0
   same "a0: already attached" "$(out already)"
   silent already err
   untouched already
 }
 
-@test "a dry run shows the change and changes nothing" {
+@test "detach --dry-run reports the change without making it" {
   ended dry 0
   same "a0: attached -> detached
 Nothing was changed." "$(out dry)"
@@ -107,13 +107,13 @@ Nothing was changed." "$(out dry)"
   untouched unasked units
 }
 
-@test "an operation that the card rejects fails" {
+@test "detach fails if the card rejects it" {
   ended broken 1
   said broken "corvane-host: detach a0: the card rejected the command"
   same 2 "$(card broken iom_state)"
 }
 
-@test "a busy card is detached with --force only" {
+@test "detach requires --force for a busy card" {
   ended used 1
   said used "  To detach a busy card: corvane-host detach a0 --force"
   same 2 "$(card used iom_state)"
@@ -130,28 +130,28 @@ Nothing was changed." "$(out dry)"
   said slow "  The card may still be working; nothing was rolled back."
 }
 
-@test "an object of another kind is refused with a suggestion" {
+@test "detach refuses a drive and suggests its adapter" {
   ended kind 2
   said kind "corvane-host: detach a0/d0: a0/d0 is not an adapter"
   said kind "  Did you mean 'a0'?"
   untouched kind
 }
 
-@test "JSON lines report the start and the end" {
+@test "detach -o jsonl reports the start and the result" {
   ended lines 0
   valid "lines:$(out lines | wc -l)"
   same "OP_DETACH" "$(out lines | head -1 | jq -r .result.progress.operation)"
   same "detached" "$(out lines | tail -1 | jq -r .result.after)"
 }
 
-@test "a locate LED that is switched on stays on, with a note" {
+@test "locate on leaves the LED on and prints a note" {
   ended on 0
   same "a0 locate LED: off -> on" "$(out on)"
   said on "  To keep it on: corvane-host locate a0 on --for 5m"
   same true "$(card on beacon_state)"
 }
 
-@test "a locate LED that is already off is not changed" {
+@test "locate off does not change an LED that is off" {
   ended off 0
   same "a0 locate LED: already off" "$(out off)"
   untouched off
@@ -165,21 +165,21 @@ Nothing was changed." "$(out dry)"
   untouched blink
 }
 
-@test "Ctrl-C switches the locate LED off" {
+@test "Ctrl-C during locate on --for switches the LED off" {
   ended stopped 130
   said stopped "corvane-host: note: locate LED of a0 is off"
   said stopped "corvane-host: interrupted"
   untouched stopped
 }
 
-@test "a card without a locate LED is refused, and a wrong word is a usage error" {
+@test "locate refuses a card without an LED and an invalid argument" {
   ended dark 4
   said dark "corvane-host: locate a0: no locate LED"
   cmp "$BATS_FILE_TMPDIR/dark.before" "$BATS_FILE_TMPDIR/dark.json"
   ended word 2
 }
 
-@test "storage units go offline and online" {
+@test "offline and online change the state of a drive" {
   ended offline 0
   same "a0/d0: online -> offline" "$(out offline)"
   ended online 0

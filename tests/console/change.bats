@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Changing a property, and the calls of the plug-in that it causes.
+# The set command, and the plug-in calls that it makes.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -57,36 +57,36 @@ unprivileged_host() { unprivileged corvane-host "$@"; }
   grep -qx "PollInterval=40" "$BATS_FILE_TMPDIR/kept/Corvane.ini"
 }
 
-@test "a value below the range is raised, with a note" {
+@test "set raises a value below the range and prints a note" {
   ended low 0
   same "plugin poll_interval: 15 -> 2" "$(out low)"
   said low "corvane-host: note: 1 is out of range (2 to 255); set to 2"
 }
 
-@test "a value above the range is lowered, with a note" {
+@test "set lowers a value above the range and prints a note" {
   ended high 0
   same "plugin poll_interval: 15 -> 255" "$(out high)"
   said high "corvane-host: note: 300 is out of range (2 to 255); set to 255"
 }
 
-@test "setting the current value changes nothing" {
+@test "set reports a value that is already set" {
   ended same 0
   same "plugin poll_interval: already 15" "$(out same)"
 }
 
-@test "a change that cannot be saved applies to this run and fails" {
+@test "set fails if the change cannot be saved" {
   ended sealed 1
   same "plugin poll_interval: 20 -> 60" "$(out sealed)"
   said sealed "  60 applies to this run only; the file is unchanged."
   same "PollInterval=20" "$(cat "$BATS_FILE_TMPDIR/sealed/Corvane.ini")"
 }
 
-@test "set as a table has one row" {
+@test "set -o tsv prints one row" {
   same "object	property	before	after
 plugin	poll_interval	15	16" "$(out table)"
 }
 
-@test "a value that is not a number, or not an assignment, is a usage error" {
+@test "set rejects an invalid number and an invalid assignment" {
   local name
   for name in word huge shape; do
     ended "$name" 2
@@ -97,7 +97,7 @@ plugin	poll_interval	15	16" "$(out table)"
   [ ! -e "$BATS_FILE_TMPDIR/word/Corvane.ini" ]
 }
 
-@test "an unknown property comes with a suggestion" {
+@test "set suggests a name for an unknown property" {
   ended none 2
   said none "corvane-host: plugin: no property 'poll_intervl'"
   said none "  Did you mean 'poll_interval'?"
@@ -125,14 +125,14 @@ DeInitialize
 gone" "$(cat "$BATS_FILE_TMPDIR/set.log")"
 }
 
-@test "a change that the plug-in refuses fails with its error" {
+@test "set reports the error of a plug-in that refuses the change" {
   ended unset 1
   silent unset out
   grep -q "^corvane-host: set plugin poll_interval: .* (20004)$" \
     "$BATS_FILE_TMPDIR/unset.err"
 }
 
-@test "a plug-in that fails after the start is stopped" {
+@test "list stops a plug-in that fails after the start" {
   ended topology 1
   same "Initialize
 SetAdapterIDs 1 2

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# The check for monitoring systems: one line, an exit code from 0 to 3 and readings, even after
-# failures.
+# The check command for monitoring systems: one line with readings, and an exit code from 0 to 3
+# even after failures.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -81,12 +81,12 @@ setup_file() {
 
 to_full_disk() { "$@" >/dev/full; }
 
-# line NAME TEXT: the first line up to the readings.
+# line NAME TEXT: expects TEXT as the first line without its readings.
 line() { same "$2" "$(out "$1" | sed -e 's/ | .*//' -e 1q)"; }
-# readings NAME: one per line.
+# readings NAME: prints the readings, one per line.
 readings() { out "$1" | sed -n '1s/.* | //p' | tr ' ' '\n'; }
 
-@test "healthy cards are code 0, with one line per object" {
+@test "check exits with 0 for healthy cards and lists each object" {
   ended well 0
   line well "CORVANE OK - 2 adapters, 2 drives"
   same "a0 ok: SanDisk BoardA (1), serial S100
@@ -95,7 +95,7 @@ a1 ok: MOLT EP PX600 (2), serial S200
 a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 }
 
-@test "a warning is code 1, with reason and action" {
+@test "check exits with 1 for a warning, with its reason and action" {
   ended warning 1
   line warning "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
   same "a1 WARNING: MOLT EP PX600 (2), serial S200
@@ -103,17 +103,17 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
     "$(out warning | sed -n '4,5p')"
 }
 
-@test "an error exits with 2 and is listed before a warning" {
+@test "check exits with 2 for an error and lists it before a warning" {
   ended critical 2
   line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its maximum: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
-@test "a drive with a predicted failure is a warning, and precedes unknown states" {
+@test "a predicted drive failure is a warning and is listed before unknown states" {
   ended smart 1
   line smart "CORVANE WARNING - a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
 }
 
-@test "all reasons of all objects are in the line" {
+@test "the first line lists all reasons of all objects" {
   ended mixed 1
   line mixed "CORVANE WARNING - a0 WARNING: Detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
 }
@@ -159,7 +159,7 @@ pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
   same 'a1 WARNING: MOLT EP PX600 (2)' "$(out odd | sed -n 4p)"
 }
 
-@test "a host without a readable card is UNKNOWN" {
+@test "check is UNKNOWN on a machine without a readable card" {
   local name
   for name in empty bus closed; do
     ended "$name" 3
@@ -167,7 +167,7 @@ pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
   done
 }
 
-@test "a failure is UNKNOWN, with the reason in the first line" {
+@test "check is UNKNOWN after a failure, with the reason in the first line" {
   local row name text
   while IFS='~' read -r name text; do
     echo "$name"
@@ -199,7 +199,7 @@ END
   out deaf | grep -q "^CORVANE UNKNOWN - cannot start the plug-in: .* (20012)$"
 }
 
-@test "the longest duration is accepted" {
+@test "--timeout accepts the longest duration" {
   ended patient 1
   line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
@@ -220,7 +220,7 @@ corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
   same "CORVANE UNKNOWN - check: timed out after 1000 ms" "${lines[0]}"
 }
 
-@test "nothing that a hanging read uses is released" {
+@test "check releases no resource that a hanging read uses" {
   ended stuck 3
   line stuck "CORVANE UNKNOWN - check: timed out after 1000 ms"
   same "Initialize
@@ -229,14 +229,14 @@ GetTopology
 hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 }
 
-@test "neither the process nor its temporary directory remains" {
+@test "check leaves no process and no temporary directory" {
   same "" "$(pgrep -f -- "--plugin $ODD_PLUGIN check" || true)"
   same "" "$(ls -A "$TMPDIR")"
 }
 
-@test "a signal to the whole group leaves no temporary directory" {
+@test "a signal to the complete process group leaves no temporary directory" {
   mkdir "$BATS_TEST_TMPDIR/tmp"
-  # A trace line shows that the plug-in is starting; the directory exists by then.
+  # The temporary directory exists when the first trace line of the plug-in appears.
   TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
     setsid corvane-host --simulate check --trace 2 --trace-file "$BATS_TEST_TMPDIR/trace"
   ended group 3
@@ -248,12 +248,12 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
   ended full 3
 }
 
-@test "another command with the word check among its arguments is not a check" {
+@test "the argument check of another command does not select the check command" {
   ended other 2
   silent other out
 }
 
-@test "JSON has the state, the code and the readings, failures included" {
+@test "check -o json has the state, the exit code and the readings, even after failures" {
   valid json emptyjson crashjson latejson nooptionjson
   same '[1, "WARNING", "a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
     "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"

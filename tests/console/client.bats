@@ -1,7 +1,7 @@
 #!/usr/bin/env bats
 # The commands as clients of a service, and the service's lock on its database.
 
-# shellcheck disable=SC2030,SC2031  # a variable of one test
+# shellcheck disable=SC2030,SC2031  # variables that one test sets for itself
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -21,7 +21,7 @@ teardown_file() {
   for pid in "$BATS_FILE_TMPDIR"/*.pid; do kill "$(cat "$pid")" 2>/dev/null || true; done
 }
 
-# start_service NAME SOCKET: starts a service on the cards of the file, and waits for its plug-in.
+# start_service NAME SOCKET: starts a service with the simulated cards and waits for its plug-in.
 start_service() {
   corvane-host serve --simulate --socket "$2" 2>"$BATS_FILE_TMPDIR/$1.err" 3>&- &
   echo $! >"$BATS_FILE_TMPDIR/$1.pid"
@@ -29,11 +29,12 @@ start_service() {
 }
 pid_of() { cat "$BATS_FILE_TMPDIR/$1.pid"; }
 
-# served ARGUMENTS...: with the service. direct ARGUMENTS...: without it, and without its database.
+# served ARGUMENTS...: runs a command through the service. direct ARGUMENTS...: runs it without the
+# service and its database.
 served() { corvane-host --socket "$SOCKET" "$@"; }
 direct() { CORVANE_DATABASE=:memory: corvane-host --simulate "$@"; }
 
-@test "reads through the service print what reads without it print" {
+@test "reads through the service print the same as direct reads" {
   local line
   local -a words
   while read -r line; do
@@ -65,7 +66,7 @@ complete show a
 END
 }
 
-@test "following for a time ends with success" {
+@test "events --for and watch --for exit with 0" {
   keep events served events --for 1s --limit 0
   ended events 0
   silent events err
@@ -74,7 +75,7 @@ END
   silent watch err
 }
 
-@test "metrics through the service have the same values of the cards" {
+@test "metrics through the service have the same card values" {
   keep served served metrics
   keep direct direct metrics
   ended served 0
@@ -82,7 +83,7 @@ END
   grep -qx "corvane_plugin_up 1" "$BATS_FILE_TMPDIR/served.out"
 }
 
-@test "a service at the default socket is used, and -v says so" {
+@test "commands use a service at the default socket, and -v reports it" {
   CORVANE_SOCKET="$SOCKET" keep default corvane-host list -v
   ended default 0
   said default "corvane-host: note: using the service at $SOCKET"
@@ -91,18 +92,18 @@ END
   same '[4, []]' "$(json quiet '[len(d["result"]["objects"]), d["messages"]]')"
 }
 
-@test "without a service a command loads the plug-in" {
+@test "commands load the plug-in if no service is running" {
   CORVANE_DATABASE=:memory: keep alone corvane-host get plugin name -v
   ended alone 0
   run ! grep -q "using the service" "$BATS_FILE_TMPDIR/alone.err"
-  # A socket at which nothing listens any more.
+  # A socket without a listening process.
   python3 -c 'import socket,sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$CORVANE_SOCKET"
   CORVANE_DATABASE=:memory: keep stale corvane-host get plugin name
   ended stale 0
   rm "$CORVANE_SOCKET"
 }
 
-@test "a given socket at which nothing listens is an error" {
+@test "--socket fails if no service listens there" {
   keep none corvane-host --socket "$BATS_FILE_TMPDIR/nowhere" list
   ended none 1
   same "corvane-host: cannot connect to the service at $BATS_FILE_TMPDIR/nowhere: No such file or directory
@@ -118,7 +119,7 @@ END
   said denied "corvane-host: cannot connect to the service at $SOCKET: Permission denied"
 }
 
-@test "the options of a plug-in in this process exclude --socket" {
+@test "--socket cannot be combined with options for loading the plug-in" {
   local option
   for option in --direct --plugin=x --simulate --database=x --trace=2 --trace-file=x; do
     keep both corvane-host list --socket "$SOCKET" "$option"
@@ -139,7 +140,7 @@ END
   same '"DATABASE_HELD"' "$(json simulated 'd["messages"][0]["id"]')"
 }
 
-@test "a database has one service" {
+@test "a second service for the same database is refused" {
   keep second host serve --socket "$BATS_FILE_TMPDIR/second.sock"
   ended second 4
   said second "corvane-host: cannot serve: $CORVANE_DATABASE is in use by the service with process id $(pid_of main)"
@@ -161,12 +162,12 @@ END
   wait "$(pid_of killed)" || true
   keep after host list
   ended after 0
-  # Its socket is still there.
+  # The socket of the killed service still exists.
   CORVANE_SOCKET="$BATS_FILE_TMPDIR/killed.sock" keep again corvane-host list
   ended again 0
 }
 
-@test "a change is seen by the next read" {
+@test "a read returns the value of a preceding change" {
   local value
   for value in 21 22 23 24 25; do
     keep set served set plugin poll_interval="$value"
@@ -185,7 +186,7 @@ END
   same "a0 locate LED: on -> off" "$(out off)"
 }
 
-@test "a card is detached and attached" {
+@test "detach and attach work through the service" {
   keep detach served detach a0 -y
   ended detach 0
   same "a0: attached -> detached" "$(untimed detach)"
@@ -195,7 +196,7 @@ END
   same "a0: detached -> attached" "$(untimed attach)"
 }
 
-@test "events are followed, logged once, and read without the database" {
+@test "events are followed, logged once, and readable without access to the database" {
   local pid
   CORVANE_DATABASE=/proc/none/log.db corvane-host --socket "$SOCKET" events -v -f -o tsv -H --limit 0 \
     >"$BATS_FILE_TMPDIR/follow.out" 2>"$BATS_FILE_TMPDIR/follow.err" 3>&- &
@@ -216,7 +217,7 @@ END
   grep -q '^corvane_events_total{.*"CTRL_CORRECTABLE_PCI_ERRORS".*} 1$' "$BATS_FILE_TMPDIR/metrics.out"
 }
 
-@test "curl gets the events as server-sent events, and resumes" {
+@test "curl receives server-sent events and resumes after an event" {
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   logged() { served events -o tsv | grep -q CTRL_TEMPERATURE_ABOVE_WARN; }
   eventually logged
@@ -228,7 +229,7 @@ END
       http://service/v1/events/stream 2>/dev/null | sed '/^event: snapshot/q' >"$BATS_FILE_TMPDIR/stream"
     same "$(seq $((after + 1)) "$count")" \
       "$(grep -B1 '^event: event' "$BATS_FILE_TMPDIR/stream" | sed -n 's/^id: //p')"
-    # The same documents, without the time of the document.
+    # The documents are the same except for their time.
     same "$(tail -n +$((after + 1)) "$BATS_FILE_TMPDIR/events.out" | timeless)" \
       "$(sed -n 's/^data: \(.*"command".*\)/\1/p' "$BATS_FILE_TMPDIR/stream" | timeless)"
   done
@@ -246,7 +247,7 @@ for line in sys.stdin:
   ended wait 0
 }
 
-@test "a service that ends during a command is reported" {
+@test "a service that exits during a command is reported" {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/ending.db"
   local socket="$BATS_FILE_TMPDIR/ending.sock" pid rc=0
   start_service ending "$socket"
@@ -278,7 +279,7 @@ for line in sys.stdin:
   grep -q "cannot use the event log" "$BATS_FILE_TMPDIR/status.err"
 }
 
-@test "the rows of a service's plug-in are refused" {
+@test "rows is refused with a service" {
   keep rows served rows
   ended rows 4
   said rows "corvane-host: rows: rows are not available while a service runs the plug-in"

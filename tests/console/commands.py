@@ -2,7 +2,7 @@
 
 import json
 
-# Word of a synopsis: the argument for it. The test replaces OBJ and DRIVE.
+# Maps a word of a synopsis to an argument. The tests replace OBJ and DRIVE.
 WORDS = {
     "PROP=VALUE": "poll_interval=15",
     "on|off": "off",
@@ -14,7 +14,7 @@ WORDS = {
 
 
 def arguments(help_json, overrides):
-    """Arguments by command: those that the synopsis requires, or what `overrides` has."""
+    """Returns the arguments by command: from `overrides`, or as the synopsis requires."""
     rows = {row["name"]: row for row in json.loads(help_json)["result"]["commands"]}
     unknown = sorted(set(overrides) - set(rows))
     assert rows and not unknown, f"no such commands: {unknown}"
@@ -26,5 +26,5 @@ def arguments(help_json, overrides):
 
 
 def forms(help_json):
-    """The values of --output by command."""
+    """Returns the accepted values of --output by command."""
     return {row["name"]: row["forms"] for row in json.loads(help_json)["result"]["commands"]}

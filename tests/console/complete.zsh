@@ -1,5 +1,5 @@
-# Presses Tab in an interactive zsh. Usage: zsh -f complete.zsh SCRIPT LINE
-# Prints "word TAB meaning" for each candidate and, last, the resulting line.
+# Presses Tab in an interactive zsh. Prints each candidate and finally the resulting command line.
+# Usage: zsh -f complete.zsh SCRIPT LINE
 zmodload zsh/zpty
 script=$1 line=$2 found=$(mktemp)
 

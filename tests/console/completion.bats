@@ -1,5 +1,6 @@
 #!/usr/bin/env bats
-# Completion in the shells themselves: the script is loaded and called as the Tab key would.
+# Completion in bash, zsh and fish: each shell loads the script and completes a line as for the Tab
+# key.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -16,11 +17,12 @@ setup_file() {
   touch "$BATS_FILE_TMPDIR/files/one.so" "$BATS_FILE_TMPDIR/files/other.json"
 }
 
-# tab SHELL LINE: prints the candidates that the shell offers, one per line.
+# tab SHELL LINE: prints the candidates that the shell offers for LINE, one per line.
 tab() { "tab_$1" "$2"; }
 
 tab_bash() {
-  # shellcheck disable=SC2016  # for the other shell, which splits words at = and : as Tab does
+  # The inner bash splits words at = and :, as the Tab key does.
+  # shellcheck disable=SC2016
   bash --norc -c 'source "$1"; line=$2
     COMP_WORDS=() COMPREPLY=(); [[ $line == *" " ]] && line+="_"
     for word in $(sed -E "s/[=:]+/ & /g" <<<"$line"); do COMP_WORDS+=("$word"); done
@@ -41,7 +43,7 @@ tab_fish() {
     </dev/null | cut -f1 | LC_ALL=C sort
 }
 
-# offers LINE WORD...: each shell offers exactly these words.
+# offers LINE WORD...: expects exactly these candidates in each shell.
 offers() {
   local shell
   for shell in bash zsh fish; do
@@ -60,14 +62,14 @@ offers() {
   same "" "$(fish --no-config -c 'source $argv[1]' "$BATS_FILE_TMPDIR/script.fish" 2>&1)"
 }
 
-@test "commands" {
+@test "completes commands" {
   offers "fo" format
   offers "co" completion
   offers "compl" completion
   offers "e" events explain
 }
 
-@test "options of the command only" {
+@test "completes only options of the command" {
   offers "format --c" --capacity --color --confirm
   offers "list --c" --color --columns
   offers "show --f"
@@ -75,12 +77,12 @@ offers() {
   offers "events --fo" --follow --for
 }
 
-@test "output formats of the command" {
+@test "completes output formats of the command" {
   offers "show -o " json table tsv
   offers "get a0 -o v" value
 }
 
-@test "choices" {
+@test "completes choices" {
   offers "format a0/d0 --capacity " factory high improved maximum
   offers "--color a" always auto
   offers "locate a0 o" off on
@@ -94,27 +96,27 @@ offers() {
     name,temperature_warning_celsius
 }
 
-@test "objects, from the cards that the command line selects" {
+@test "completes objects of the cards that the command line selects" {
   offers "--simulate show a1" a1 a1/d0
   offers "--simulate format " a0/d0 a1/d0
   offers "show " plugin
 }
 
-@test "properties of the object, and those that can be set" {
+@test "completes properties of the object; for set, only writable ones" {
   offers "--simulate get a0/d0 sec" sector_size_bytes
   offers "--simulate get a0 sec"
   offers "--simulate set plugin " poll_interval=
   offers "--simulate set a0 "
 }
 
-@test "operations of the object" {
+@test "completes operations of the object" {
   offers "--simulate op run a0/d0 OP_" OP_FORMAT_DEVICE OP_MAKE_OFFLINE OP_MAKE_ONLINE
   offers "--simulate op check a0 OP_D" OP_DETACH
   offers "op list a0 "
   offers "op run a0/d0 OP_FORMAT_DEVICE S" SIZE=
 }
 
-@test "files, also after an equals sign" {
+@test "completes files, also after an equals sign" {
   local shell
   for shell in bash zsh fish; do
     echo "$shell"
@@ -125,13 +127,13 @@ offers() {
   done
 }
 
-@test "a value after an equals sign" {
+@test "completes a value after an equals sign" {
   same "json jsonl" "$(tab bash "corvane-host list --output=js" | xargs)"
   same "--output=json --output=jsonl" "$(tab zsh "corvane-host list --output=js" | xargs)"
   same "--output=json --output=jsonl" "$(tab fish "corvane-host list --output=js" | xargs)"
 }
 
-@test "no candidates if nothing matches" {
+@test "offers no candidates if nothing matches" {
   offers "frob "
   offers "list "
   offers "--trace "
@@ -145,7 +147,7 @@ offers() {
   [ ! -e "$BATS_TEST_TMPDIR/trace" ]
 }
 
-@test "only the script is printed, and an unknown shell is refused" {
+@test "the completion command prints only the script and rejects an unknown shell" {
   keep bash corvane-host completion bash
   ended bash 0
   silent bash err

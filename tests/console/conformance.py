@@ -1,5 +1,5 @@
-"""Checks requests and responses against the OpenAPI document. Also fails if an operation, response or
-problem of the document is not covered by a request.
+"""Checks requests and responses against the OpenAPI document. Also fails if no request covers an
+operation, response or problem of the document.
 
 Usage: conformance.py SOCKET
 """
@@ -23,7 +23,7 @@ class Connection(http.client.HTTPConnection):
 
 
 def send(method, path, body=None, headers=None):
-    """The status, the media type and the body of the response."""
+    """Sends a request. Returns the status, the media type and the body of the response."""
     connection = Connection("service")
     headers = dict(headers or {})
     if body is not None:
@@ -31,7 +31,7 @@ def send(method, path, body=None, headers=None):
     try:
         connection.request(method, path, body, headers)
     except BrokenPipeError:
-        pass  # refused before all of it was sent
+        pass  # the service refused the request before it was sent completely
     response = connection.getresponse()
     is_stream = (response.getheader("Content-Type") or "").startswith("text/event-stream")
     content = (response.readline() if is_stream else response.read()).decode()
@@ -123,7 +123,7 @@ ROWS = [
     ("GET", "/v1/events/stream", None, {}, 200, None),
     ("GET", "/v1/events/stream", None, {"Last-Event-ID": "0"}, 200, None),
     ("GET", "/v1/events/stream", None, {"Last-Event-ID": "-1"}, 400, "EVENT_ID_INVALID"),
-    # Of any path.
+    # Problems that any path can have.
     ("GET", "/v1/cards/%ff", None, {}, 400, "PATH_INVALID"),
     ("GET", "/v1/cards?fresh=%ff", None, {}, 400, "QUERY_INVALID"),
     ("GET", "/v1/cards?since=1h", None, {}, 400, "QUERY_UNKNOWN"),
@@ -138,9 +138,9 @@ ROWS = [
     ("GET", "/v1/cards", None, {"User-Agent": "x" * 8192}, 431, "HEADERS_TOO_LARGE"),
 ]
 
-# What another test exercises, because it needs a service in another state.
+# Problems that other tests exercise, because they require a service in another state.
 ELSEWHERE = {
-    "DATABASE_UNUSABLE": "memory.bats: a database that cannot be used",
+    "DATABASE_UNUSABLE": "memory.bats: an unusable database is reported, and cards are still served",
     "PLUGIN_DOWN": "serve.bats: a plug-in that cannot be loaded is reported",
     "TOO_MANY_CALLS": "jobs.bats: at most 32 commands wait for the plug-in",
     "TIMED_OUT": "tests/service/ApiTest.cpp",
@@ -157,7 +157,7 @@ ELSEWHERE = {
 
 
 class Document:
-    """The OpenAPI document, and what the requests have had of it."""
+    """The OpenAPI document, and the responses in it that requests have received."""
 
     def __init__(self):
         self.whole = json.loads(send("GET", "/v1/openapi.json")[2])
@@ -167,7 +167,7 @@ class Document:
         return self.whole["components"]["responses"]["Common"]["x-problems"]
 
     def operation(self, method, path):
-        """The template of the path and its operation; both None if there is none."""
+        """Returns the path's template and operation, or None for each that is missing."""
         segments = urllib.parse.urlsplit(path).path.split("/")
         for template, operations in self.whole["paths"].items():
             names = template.split("/")

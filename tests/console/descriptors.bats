@@ -1,5 +1,6 @@
 #!/usr/bin/env bats
-# With few file descriptors, or a list of cards that cannot be read, no command reports "no cards".
+# With few file descriptors or an unreadable list of cards, commands report an error instead of a
+# machine without cards.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -20,20 +21,20 @@ with_limit() {
   local command="$1" limit form=()
   shift
   [ "$command" != list ] || form=(-o value)
-  # A sanitizer's search for leaks at the end needs descriptors of its own.
+  # The leak check of the address sanitizer needs additional descriptors.
   local ASAN_OPTIONS="${ASAN_OPTIONS-}:detect_leaks=0"
   export ASAN_OPTIONS
   for limit; do
-    # shellcheck disable=SC2016  # for the other shell
+    # shellcheck disable=SC2016  # expanded by the inner bash
     keep "$command.$limit" bash -c 'ulimit -n "$1" && exec corvane-host "${@:2}"' bash "$limit" \
       "$command" "${form[@]}" &
   done
   wait
 }
 
-# The output is that of a run without a limit, or a helpful error. The checks are joined by &&,
-# because set -e has no effect if the caller ignores a failure.
-right_or_wrong() {
+# correct_or_error COMMAND LIMIT: expects the output of a run without a limit, or an error. The
+# checks are joined by && because set -e has no effect if the caller handles the failure.
+correct_or_error() {
   local name="$1.$2"
   if [ "$(rc "$name")" = "$(rc "$1")" ]; then
     same "$(out "$1" | grep -v duration)" "$(out "$name" | grep -v duration)"
@@ -52,32 +53,32 @@ right_or_wrong() {
       with_limit "$command" $(seq "$first" $((first + 9)))
     done
     for limit in $(seq 3 92); do
-      right_or_wrong "$command" "$limit" || { echo "$command with $limit descriptors"; false; }
+      correct_or_error "$command" "$limit" || { echo "$command with $limit descriptors"; false; }
     done
     ended "$command.92" "$(rc "$command")"
   done
 }
 
-@test "a result that is neither right nor an error is detected" {
+@test "the test detects a result that is neither correct nor an error" {
   local message
   echo 1 >"$BATS_FILE_TMPDIR/list.no.rc"
   : >"$BATS_FILE_TMPDIR/list.no.out"
   for message in "" "No supported adapter was found in this machine."; do
     printf '%s' "$message" >"$BATS_FILE_TMPDIR/list.no.err"
-    run -1 right_or_wrong list no
+    run -1 correct_or_error list no
   done
   echo "Too many open files" >"$BATS_FILE_TMPDIR/list.no.err"
-  run -0 right_or_wrong list no
-  # A wrong result with the exit code of a right one, and a result instead of an error.
+  run -0 correct_or_error list no
+  # A wrong result with the exit code of a correct one, and a result instead of an error.
   echo "$(rc list)" >"$BATS_FILE_TMPDIR/list.no.rc"
-  run -1 right_or_wrong list no
+  run -1 correct_or_error list no
   echo 7 >"$BATS_FILE_TMPDIR/refused.rc"
   echo 0 >"$BATS_FILE_TMPDIR/refused.no.rc"
   echo "something" | tee "$BATS_FILE_TMPDIR/refused.no.out" >"$BATS_FILE_TMPDIR/refused.no.err"
-  run -1 right_or_wrong refused no
+  run -1 correct_or_error refused no
 }
 
-@test "too few descriptors are reported as such" {
+@test "the error for too few descriptors shows the required number" {
   ended list.20 1
   grep -qE "^corvane-host: cannot start the plug-in: only [0-9]+ more files can be opened, up to 64 are needed \(Too many open files\)$" \
     "$BATS_FILE_TMPDIR/list.20.err"
@@ -85,7 +86,7 @@ right_or_wrong() {
   ended check.20 3
 }
 
-@test "a list of cards that cannot be read is an error, not a machine without cards" {
+@test "an unreadable list of cards is an error" {
   local sys="$BATS_TEST_TMPDIR/sys"
   mkdir -p "$sys/bus/pci"
   ln -s devices "$sys/bus/pci/devices"
@@ -94,7 +95,7 @@ right_or_wrong() {
   said loop "corvane-host: cannot read $sys/bus/pci/devices: Too many levels of symbolic links"
 }
 
-@test "a list of cards without read permission is exit code 6" {
+@test "a list of cards without read permission exits with 6" {
   local sys="$BATS_TEST_TMPDIR/sys"
   mkdir -p "$sys/bus/pci/devices/0000:3b:02.1"
   touch "$sys/bus/pci/devices/0000:3b:02.1/vendor"
@@ -109,7 +110,7 @@ right_or_wrong() {
   said directory "corvane-host: cannot read $sys/bus/pci/devices: Permission denied"
 }
 
-@test "a machine without a PCI bus has no cards, which is not an error" {
+@test "a machine without a PCI bus is reported as a machine without cards" {
   mkdir "$BATS_TEST_TMPDIR/sys"
   CORVANE_SYSFS="$BATS_TEST_TMPDIR/sys" keep bus corvane-host list
   ended bus 0

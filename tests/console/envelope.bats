@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# Machine output of every command: JSON that matches the schema, even for failures, and plain text
-# when piped.
+# Machine-readable output of every command: JSON that matches the schema even after failures, and
+# piped output without escape sequences.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -25,7 +25,7 @@ setup_file() {
 
 every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
 
-@test "the schema has every command of the program" {
+@test "the schema covers every command" {
   every schema
 }
 
@@ -33,6 +33,6 @@ every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
   every json
 }
 
-@test "piped output has no escape byte" {
+@test "piped output contains no escape byte" {
   every escapes
 }

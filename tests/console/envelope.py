@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Every command of corvane-host against everything that can go wrong.
+"""Runs every command of corvane-host in every failure situation and checks its output.
 
-envelope.py schema    the schema has each command of the program, and a result for each JSON form
-envelope.py json      each JSON form, in each situation: documents of the schema, and the exit code
-envelope.py escapes   each form, piped: no escape byte
+envelope.py schema    the schema covers each command, and each command with a JSON form
+envelope.py json      in each situation, each JSON form matches the schema and the exit code
+envelope.py escapes   no form contains an escape byte when piped
 
 The commands come from the program's own help.
 """
@@ -27,7 +27,7 @@ BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
 CARDS = pathlib.Path(os.environ["BATS_FILE_TMPDIR"])
 SCHEMA = pathlib.Path(os.environ["CORVANE_SOURCE"]) / "docs/corvane-host.schema.json"
 
-# Command: its arguments, where they differ from those that the synopsis requires.
+# Arguments by command, if they differ from those that the synopsis requires.
 OVERRIDES = {
     "get": "OBJ name",
     "detach": "OBJ --dry-run",
@@ -40,16 +40,16 @@ OVERRIDES = {
     "serve": "--for 200ms",
     "wait": "OBJ attached --timeout 0s",
 }
-ARGUMENTS = {}  # of all commands
+ARGUMENTS = {}  # by command, set by commands()
 
-# Command: what replaces OBJ and DRIVE, if not an adapter and its drive.
+# By command, replacements for the objects that stand for OBJ and DRIVE.
 OBJECTS = {"set": {"a0": "plugin"}}
 
-# These do not load a plug-in.
+# Commands that do not load a plug-in.
 ALONE = {"explain", "completion", "help", "version"}
-# These print a result even if the plug-in cannot be used.
+# Commands that print a result even if the plug-in cannot be used.
 ANSWERS_ANYWAY = {"metrics"}
-# Its exit codes are those of monitoring systems.
+# The command with the exit codes of monitoring plug-ins.
 CHECK = "check"
 UNKNOWN = 3
 
@@ -76,9 +76,9 @@ SITUATIONS = {
     ),
 }
 
-# (situation, command): the different expectation.
+# Expectations by situation and command that differ from those above.
 EXCEPTIONS = {
-    # The object of the plug-in always exists.
+    # set uses the plug-in's object, which always exists.
     ("no cards", "set"): (0, "ERR_NO_SUPPORTED_HARDWARE"),
     ("closed card", "set"): (0, "ERR_NO_SUPPORTED_HARDWARE"),
     ("success", "events"): (0, "NO_EVENTS"),
@@ -103,17 +103,17 @@ def arguments_of(command, adapter="a0", drive="a0/d0"):
 
 
 def run(cards, words, situation="", **variables):
-    """Each run has cards and a configuration of its own, so that all may run at once."""
-    place = DIRECTORY / str(next(counter))
-    place.mkdir()
-    file = place / "cards.json"
+    """Runs the program with separate cards and configuration, so that runs can be parallel."""
+    directory = DIRECTORY / str(next(counter))
+    directory.mkdir()
+    file = directory / "cards.json"
     shutil.copy(CARDS / f"{cards}.json", file)
-    config = place / "config"
+    config = directory / "config"
     config.mkdir()
     if situation == "damaged ini":
         (config / "Corvane.ini").write_bytes(b"PollInterval\0 [[[\n")
     environment = dict(os.environ, CORVANE_CONFIG_DIR=str(config),
-                       CORVANE_SOCKET=str(place / "s"), **variables)
+                       CORVANE_SOCKET=str(directory / "s"), **variables)
     return subprocess.run(
         [f"{BUILD}/bin/corvane-host", f"--simulate={file}", *words],
         stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=600, check=False,
@@ -121,7 +121,7 @@ def run(cards, words, situation="", **variables):
 
 
 def commands():
-    """Name and forms of each."""
+    """Returns the output forms by command, from the program's help."""
     own_help = subprocess.run(
         [f"{BUILD}/bin/corvane-host", "help", "-o", "json"], capture_output=True, check=True,
     ).stdout
@@ -150,7 +150,7 @@ def documents(text):
 
 
 def complaint(check, situation, command, form):
-    """What is wrong with one run, or nothing."""
+    """Returns what is wrong with a run, or None."""
     cards, options, (adapter, drive), *_ = SITUATIONS[situation]
     words = [*arguments_of(command, adapter, drive), "-o", form, *options]
     done = run(cards, words, situation)
@@ -182,7 +182,7 @@ def complaint(check, situation, command, form):
 
 
 def schema_complaint(forms):
-    """How the schema's commands differ from those of the program, or nothing."""
+    """Returns how the schema's commands differ from those of the program, or None."""
     schema = json.loads(SCHEMA.read_text(encoding="utf-8"))
     named = schema["properties"]["command"]["enum"]
     if sorted(named, key=str) != sorted([*forms, None], key=str):

@@ -13,7 +13,8 @@ setup_file() {
   cardsim sysfs "$CORVANE_SYSFS"
 }
 
-# hostile FILE: copies the cards, with all of these characters in every text of the first one.
+# hostile FILE: copies the cards to FILE and puts all of these characters into every text of the
+# first card.
 hostile() {
   python3 - "$CARDSIM_STATE" "$1" <<'END'
 import json, os, sys
@@ -24,7 +25,7 @@ import escapes
 
 state = json.load(open(source, encoding="utf-8"))
 card = state["cards"][0]
-# The simulator sets the name of a card.
+# The simulator chooses the name of a card.
 texts = [key for key, value in card.items() if isinstance(value, str) and key != "name"]
 assert len(texts) >= 6, texts
 for key in texts:
@@ -38,7 +39,7 @@ END
   /usr/bin/python3 "$CORVANE_SOURCE/tests/console/escapes.py"
 }
 
-@test "JSON keeps a hostile text exactly, as ASCII escapes" {
+@test "JSON preserves a hostile text as ASCII escapes" {
   hostile "$BATS_FILE_TMPDIR/damaged.json"
   keep exact with damaged get a0 serial_number firmware_version -o json
   python3 - "$BATS_FILE_TMPDIR/exact.out" <<'END'
@@ -74,7 +75,7 @@ END
   grep -qF 'PD (p\u202ey\x1b (0)) inserted to db.' "$BATS_FILE_TMPDIR/traced.err"
 }
 
-@test "a byte that is not UTF-8 becomes an escape too" {
+@test "a byte that is not valid UTF-8 is escaped" {
   keep odd odd odd get a0 firmware_version
   same 'bad\xffutf' "$(out odd)"
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Every command of corvane-host in every form, with hostile characters wherever a text can come
-from: every text of a card, the names of all files, the arguments, and the environment. None of these characters may
-come out raw, neither on a stream nor in a file that the program writes for people or collectors.
+"""Runs every command of corvane-host in every form, with hostile characters in every source of
+text: the cards, file names, arguments, and environment variables. None of these characters may be
+printed unescaped, on a stream or in a file that the program writes.
 
 The commands and forms come from the program's own help.
 """
@@ -22,18 +22,18 @@ DIRECTORY = pathlib.Path(os.environ.get("BATS_TEST_TMPDIR", "."))
 BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
 ODD_PLUGIN = os.environ["ODD_PLUGIN"]
 
-# One of each kind: moves the cursor, reverses the text direction, breaks lines.
+# Characters that move the cursor, reverse the text direction or break lines.
 HOSTILE = (
     "x\x1b[31m\x07\n\r\t\b\x7f\u0085\u0090\u009b31m\u009d\u061c\u200e\u200f\u2028\u2029"
     "\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069z"
 )
-UNFIT = (
+UNPRINTABLE = (
     {chr(code) for code in range(0x20)} | {chr(code) for code in range(0x7F, 0xA0)}
     | {chr(code) for code in range(0x2028, 0x202F)} | {chr(code) for code in range(0x2066, 0x206A)}
     | set("\u061c\u200e\u200f")
 )
 
-# Command: its arguments, where they differ from those that the synopsis requires.
+# Arguments by command, if they differ from those that the synopsis requires.
 OVERRIDES = {
     "tree": "-v",
     "detach": "OBJ --dry-run",
@@ -46,7 +46,7 @@ OVERRIDES = {
     "explain": "HOSTILE",
 }
 
-# Situation: more options.
+# Additional options by situation.
 SITUATIONS = {
     "cards": [],
     "traced": ["--trace", "all"],
@@ -67,7 +67,7 @@ SITUATIONS = {
     "one more word": ["HOSTILE"],
 }
 
-# Further arguments that contain a text of the caller.
+# Other command lines with a text of the caller.
 MORE = [
     ["HOSTILE"],
     ["list", "-c", "HOSTILE"],
@@ -101,7 +101,7 @@ MORE = [
     ["list", "--color", "HOSTILE"],
 ]
 
-# Variable of the table in README: hostile values, and one that cannot be used.
+# Values of each variable in the table of the README: hostile ones, and one that cannot be used.
 ENVIRONMENT = {
     "CORVANE_CONFIG_DIR": ["PLACE/HOSTILE", "PLACE/cards.json/config"],
     "CORVANE_DATABASE": ["PLACE/HOSTILE/db", "PLACE/cards.json/db"],
@@ -112,7 +112,7 @@ ENVIRONMENT = {
     "CARDSIM_PROFILES": ["PLACE/HOSTILE", "PLACE/cards.json"],
     "CARDSIM_STATE": ["PLACE/none.json", "PLACE/config/Corvane.ini"],
 }
-# Commands that read them, with output for people and for programs.
+# Commands that read these variables, with output for people and for programs.
 READERS = [["list"], ["list", "-o", "json"], ["check"], ["events"], ["metrics"], ["plugin"],
            ["serve", "--for", "200ms"]]
 
@@ -125,56 +125,56 @@ def variables_of_readme():
 
 
 def prepare():
-    """A directory of hostile name with cards and a configuration of its own."""
-    place = DIRECTORY / f"{next(counter)}{HOSTILE}"
-    (place / "config").mkdir(parents=True)
-    shutil.copy(DIRECTORY / "cards.json", place / "cards.json")
-    (place / "config" / "Corvane.ini").write_bytes(b"PollInterval=15\n")
-    return place
+    """Creates a directory with a hostile name, cards and a configuration."""
+    directory = DIRECTORY / f"{next(counter)}{HOSTILE}"
+    (directory / "config").mkdir(parents=True)
+    shutil.copy(DIRECTORY / "cards.json", directory / "cards.json")
+    (directory / "config" / "Corvane.ini").write_bytes(b"PollInterval=15\n")
+    return directory
 
 
 def run(words, situation, variable=None, value=None):
-    place = prepare()
+    directory = prepare()
     options = list(SITUATIONS.get(situation, []))
     adapter = HOSTILE if "OBJ=HOSTILE" in options else "a0"
     options = [word for word in options if word != "OBJ=HOSTILE"]
     if "DAMAGED" in options:
         options.remove("DAMAGED")
-        (place / "config" / "Corvane.ini").write_bytes(b"PollInterval\0 [[[\n")
+        (directory / "config" / "Corvane.ini").write_bytes(b"PollInterval\0 [[[\n")
 
     def fill(word):
         word = {"OBJ": adapter, "DRIVE": f"{adapter}/d0"}.get(word, word)
-        return word.replace("HOSTILE", HOSTILE).replace("PLACE", str(place))
+        return word.replace("HOSTILE", HOSTILE).replace("PLACE", str(directory))
 
     environment = dict(
-        os.environ, CORVANE_CONFIG_DIR=f"{place}/config", CORVANE_DATABASE=f"{place}/db",
-        CORVANE_SOCKET=f"{place}/s",
+        os.environ, CORVANE_CONFIG_DIR=f"{directory}/config", CORVANE_DATABASE=f"{directory}/db",
+        CORVANE_SOCKET=f"{directory}/s",
         TERM="xterm-256color",
     )
     arguments = [f"{BUILD}/bin/corvane-host"]
     if variable:
-        environment.update(CARDSIM_STATE=f"{place}/cards.json", CORVANE_TRACE="all")
+        environment.update(CARDSIM_STATE=f"{directory}/cards.json", CORVANE_TRACE="all")
         environment[variable] = fill(value)
     else:
-        arguments.append(f"--simulate={place}/cards.json")
+        arguments.append(f"--simulate={directory}/cards.json")
     done = subprocess.run(
         [*arguments, *(fill(word) for word in [*words, *options])],
         stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=300, check=False,
     )
-    return place, done
+    return directory, done
 
 
 def complaint(*case):
     words = case[0]
-    place, done = run(*case)
+    directory, done = run(*case)
     written = {"standard output": done.stdout, "standard error": done.stderr}
     for name in ("trace", "metrics.prom"):
-        if (place / name).exists():
-            written[name] = (place / name).read_bytes()
+        if (directory / name).exists():
+            written[name] = (directory / name).read_bytes()
     if done.returncode < 0:
-        return f"ended by signal {-done.returncode}"
+        return f"killed by signal {-done.returncode}"
     if done.returncode != 0 and not done.stdout and not done.stderr:
-        return f"exit code {done.returncode} without a word"
+        return f"exit code {done.returncode} without a message"
     # The separators of columns and lines.
     separators = {"\n", "\t"} if {"tsv", "complete"} & set(words) else {"\n"}
     if words[0] == "completion":
@@ -184,10 +184,10 @@ def complaint(*case):
             text = data.decode("utf-8")
         except UnicodeDecodeError as e:
             return f"{name} is not UTF-8: {e}"
-        raw = sorted({hex(ord(letter)) for letter in text if letter in UNFIT - separators})
+        raw = sorted({hex(ord(letter)) for letter in text if letter in UNPRINTABLE - separators})
         if raw:
             return f"{name} has {raw}"
-        # An unescaped line break would start a new line.
+        # A line that starts with a carriage return shows that a line break was not escaped.
         if name != "metrics.prom" and any(line.startswith("\r") for line in text.split("\n")):
             return f"{name} has a broken line"
     return None
@@ -209,8 +209,8 @@ def cases():
                 yield [*words, "-o", "json"], situation
     for words in MORE:
         yield words, "more"
-    lacking = sorted(set(variables_of_readme()) ^ set(ENVIRONMENT))
-    assert not lacking, f"a variable is missing or too many here: {lacking}"
+    differing = sorted(set(variables_of_readme()) ^ set(ENVIRONMENT))
+    assert not differing, f"these variables differ from those in the README: {differing}"
     for variable, values in ENVIRONMENT.items():
         for value in values:
             for words in READERS:

@@ -26,13 +26,13 @@ follow() { odd events events -f "${@:2}" | head -n "$1"; }
 WARNING="The temperature of adapter (unnamed) is above its warning threshold."
 REMOVED="Adapter (unnamed) was removed or is not responding."
 
-@test "pending events are shown with time, severity, object and text" {
+@test "events prints time, severity, object and text of pending events" {
   ended once 0
   same "2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING" \
     "$(out once | sed -e 1d -e 's/  */ /g')"
 }
 
-@test "new events are printed as they arrive" {
+@test "events --for prints new events as they arrive" {
   ended span 0
   same "TIME SEVERITY ID EVENT OBJECT TEXT
 2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING
@@ -40,18 +40,18 @@ REMOVED="Adapter (unnamed) was removed or is not responding."
     "$(out span | sed -e 's/  */ /g')"
 }
 
-@test "lines that arrive at different times are aligned" {
+@test "columns stay aligned for events that arrive later" {
   same "45
 45" "$(out span | sed 1d | awk '{print index($0, "CTRL_")}')"
 }
 
-@test "tsv has one header row" {
+@test "events -o tsv prints one header row" {
   same "time	severity	event_id	event	object	text
 2026-11-21T05:31:02+00:00	warning	10967	CTRL_TEMPERATURE_ABOVE_WARN	a0	$WARNING
 2026-11-21T05:31:02+00:00	information	11094	CTRL_PNPREMOVE	0x0000000000000099	$REMOVED" "$(out tsv)"
 }
 
-@test "jsonl has one document per event" {
+@test "events -o jsonl prints one document per event" {
   valid lines:2
   same '["CTRL_PNPREMOVE", null, null, "0x0000000000000099", "Card"]' \
     "$(out lines | tail -1 | python3 -c 'import json,sys; e=json.loads(sys.stdin.read())["result"]["events"][0]; print(json.dumps([e[k] for k in ("event", "object", "id", "logged_id", "source")]))')"
@@ -63,7 +63,7 @@ REMOVED="Adapter (unnamed) was removed or is not responding."
     "$(json json '[d["result"]["events"][0][k] for k in ("event_id", "severity", "object")]')"
 }
 
-@test "the name of a removed object is accepted, even without a serial number" {
+@test "events accepts the logged id of a removed object" {
   ended gone 0
   same "2026-11-21T05:31:02+00:00	information	11094	CTRL_PNPREMOVE	0x0000000000000099	$REMOVED" \
     "$(out gone)"

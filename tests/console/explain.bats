@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# explain: the meaning of every number and name, and the action.
+# explain: meanings and actions for numbers and names.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -7,7 +7,7 @@ load helper
 setup_file() {
   load helper
   make_machine
-  # No plug-in is needed to explain a word.
+  # explain does not load the plug-in.
   keep event corvane-host --plugin /none explain 10967
   keep json corvane-host explain 10967 -o json
   keep bare corvane-host explain format_device -o tsv -H
@@ -17,12 +17,12 @@ setup_file() {
   keep unknown corvane-host explain TEMPERATURE_ABOVE_WRN -o json
 }
 
-@test "an operation is found with and without the OP_ prefix" {
+@test "explain accepts an operation with and without the OP_ prefix" {
   ended bare 0
   same "operation OP_FORMAT_DEVICE" "$(out bare | cut -f 1,3 | tr '\t' ' ')"
 }
 
-@test "an event has meaning, severity and action" {
+@test "explain shows meaning, severity and action of an event" {
   ended event 0
   same "10967  CTRL_TEMPERATURE_ABOVE_WARN  event, warning
     means  The temperature of adapter NAME is above its warning threshold.
@@ -37,7 +37,7 @@ setup_file() {
   same "$(corvane-host explain 50126)" "$(corvane-host explain Op_Attach)"
 }
 
-@test "an id of several families shows all of them" {
+@test "explain shows all families of a number or name" {
   valid several
   same '[["event", 1], ["operation", 1], ["value", 1]]' \
     "$(corvane-host explain 1 -o json >"$BATS_FILE_TMPDIR/one.out"
@@ -47,7 +47,7 @@ setup_file() {
   same "30486 35034" "$(corvane-host explain REMAINING_RESERVE_SPACE -o tsv -H | cut -f2 | xargs)"
 }
 
-@test "a property name of get shows its property and unit" {
+@test "explain shows property and unit of a property name" {
   same "30442  CHIP_TEMPERATURE  property
     means  The current temperature of the card's chip.
     name   temperature_celsius (adapter, in degrees Celsius)" \
@@ -55,7 +55,7 @@ setup_file() {
   valid term
   same '[[30442, null, [{"name": "temperature_celsius", "type": "adapter", "unit": "celsius"}]]]' \
     "$(json term '[[e[k] for k in ("number", "advice", "terms")] for e in d["result"]["entries"]]')"
-  # Adapters and drives take it from different properties.
+  # Adapters and drives use different properties for this name.
   same "30035 30059" "$(corvane-host explain physical_size_bytes -o tsv -H | cut -f2 | xargs)"
 }
 
@@ -68,12 +68,12 @@ setup_file() {
   [[ "$output" != *"    do "* ]]
 }
 
-@test "a reason is distinguished from a plain value" {
+@test "explain distinguishes reasons from other values" {
   same "reason" "$(corvane-host explain TEMPERATURE_ABOVE_WARN -o tsv -H | cut -f1)"
   same "value" "$(corvane-host explain WARNING -o tsv -H | cut -f1)"
 }
 
-@test "an unknown name comes with a suggestion" {
+@test "explain suggests a name for an unknown one" {
   ended unknown 3
   valid unknown
   said unknown "corvane-host: TEMPERATURE_ABOVE_WRN: not the number or name of an error, event, operation, property or value"

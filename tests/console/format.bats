@@ -35,7 +35,7 @@ setup_file() {
   wait
 }
 
-@test "a dry run prints the plan and changes nothing" {
+@test "format --dry-run prints the plan and changes nothing" {
   ended dry 0
   same "  Drive   a0/d0, DriveA (0), serial S100, slot 5, PCI 0000:3b:02.1
   Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B
@@ -48,7 +48,7 @@ Nothing was changed." "$(out dry)"
   untouched dry dryjson
 }
 
-@test "format without capacity or sector size is a usage error and erases nothing" {
+@test "format without --capacity or --sector-size is a usage error and erases nothing" {
   ended nowish 2
   silent nowish out
   same "corvane-host: --capacity or --sector-size is required
@@ -57,7 +57,7 @@ Nothing was changed." "$(out dry)"
   [ ! -e "$BATS_FILE_TMPDIR/nowish.json" ] || untouched nowish
 }
 
-@test "a capacity may have a percent sign, and unchanged sectors are reported as such" {
+@test "format accepts a percent sign and reports an unchanged sector size" {
   ended sign 0
   grep -qx "  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B (unchanged)" \
     "$BATS_FILE_TMPDIR/sign.out"
@@ -85,7 +85,7 @@ Nothing was changed." "$(out dry)"
   untouched wrong
 }
 
-@test "wrong objects and values are usage errors" {
+@test "format rejects invalid objects and values" {
   local name
   for name in adapter capacity percent sector; do
     ended "$name" 2
@@ -105,7 +105,7 @@ Nothing was changed." "$(out dry)"
   same 4096 "$(card confirm sector_size_bytes)"
 }
 
-@test "JSON lines report the start, the plan and the result" {
+@test "format -o jsonl reports the start, the plan and the result" {
   ended lines 0
   valid "lines:$(out lines | wc -l)"
   same '["a0/d0","OP_FORMAT_DEVICE",true]' \
@@ -114,7 +114,7 @@ Nothing was changed." "$(out dry)"
     "$(out lines | tail -1 | jq -c '[.result.planned.capacity, .result.after.formatted_ratio, .result.after.sector_size_bytes]')"
 }
 
-@test "format as a table has one row per property" {
+@test "format -o tsv prints one row per property" {
   ended same 0
   same "object	property	before	after
 a0/d0	formatted_size_bytes	879608463360	879608463360
@@ -122,7 +122,7 @@ a0/d0	formatted_ratio	0.8	0.8
 a0/d0	sector_size_bytes	512	512" "$(out same)"
 }
 
-@test "format of an attached card says what to do first" {
+@test "format of an attached card advises to detach it first" {
   ended attached 1
   silent attached out
   said attached "corvane-host: format a0/d0: the card rejected the command (20003)"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Output formats: for people, for scripts, and the schema for all commands.
+# Output formats for people and scripts, and their schema.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -43,7 +43,7 @@ setup_file() {
   wait
 }
 
-@test "tsv has field names and base units" {
+@test "list -o tsv uses field names and base units" {
   ended tsv 0
   same "object	name	status	temperature_celsius	reserve_space_ratio	formatted_size_bytes	pci_address	serial_number
 a0	SanDisk BoardA (1)	OK	48.2	0.97	-	0000:3b:02.1	S100
@@ -53,7 +53,7 @@ a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2599999766528	-	-" "$(out tsv)"
   same "$(out tsv | sed 1d)" "$(out bare)"
 }
 
-@test "jsonl of an empty list is one document" {
+@test "-o jsonl prints one document for an empty list" {
   valid nolines noevents
   same '[0, []]' "$(json nolines '[d["exit_code"], d["result"]["objects"]]')"
   same '[0, []]' "$(json noevents '[d["exit_code"], d["result"]["events"]]')"
@@ -102,7 +102,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   valid list tree show get events plugin explain help version set odd nocards
 }
 
-@test "every failure has the same envelope, with exit code and message" {
+@test "JSON of every failure has the exit code and the message" {
   local row name code id
   for row in noobject:3:NO_SUCH_OBJECT noverb:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING \
     readonly:4:NOT_WRITABLE; do
@@ -122,27 +122,27 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
     'd["result"]["objects"][1].update(type="adapter")' 'd.update(result=None)'
 }
 
-@test "jsonl has one document per object" {
+@test "tree -o jsonl prints one document per object" {
   ended lines 0
   valid lines:5
   same 5 "$(out lines | wc -l)"
 }
 
-@test "a list in JSON has base units, and null for unknown values" {
+@test "list -o json uses base units, and null for unknown values" {
   same '["a0", "adapter", "0x0130000000000001", 48.2, 0.97, 1099511627776, true, "OK", ["ATTACHED"]]' \
     "$(json list '[d["result"]["objects"][0][k] for k in ("object", "type", "id", "temperature_celsius", "reserve_space_ratio", "physical_size_bytes", "external_power_connected", "status", "status_reasons")]')"
   same '[null, null]' \
     "$(json list '[d["result"]["objects"][2][k] for k in ("temperature_celsius", "reserve_space_ratio")]')"
 }
 
-@test "a tree in JSON has its links" {
+@test "tree -o json has owners, parents and children" {
   same '[["plugin", null], ["a0", "plugin"], ["a0/d0", "a0"], ["a1", "plugin"], ["a1/d0", "a1"]]' \
     "$(json tree '[[o["object"], o["owner"]] for o in d["result"]["objects"]]')"
   same '[["0x0130000000000001", "0x0130000000000003"], ["0x0130000000000000"]]' \
     "$(json tree '[d["result"]["objects"][0]["children"], d["result"]["objects"][1]["parents"]]')"
 }
 
-@test "a change in JSON has before and after" {
+@test "set -o json has the values before and after" {
   same '{"object": "plugin", "property": "poll_interval_seconds", "before": 15, "after": 30, "saved": true}' \
     "$(json set 'd["result"]')"
 }
@@ -152,18 +152,18 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
     "$(json odd '[d["result"]["object"][k] for k in ("temperature_celsius", "driver_name", "status", "firmware_version", "physical_size_bytes", "physical_size_bytes_s")]')"
 }
 
-@test "control characters of a card are not printed to terminals or tables" {
+@test "control characters of a card are escaped in tables" {
   run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/oddlist.out"
   grep -q 'tab\\x09here\\x1b\[31m' "$BATS_FILE_TMPDIR/oddlist.out"
   same 8 "$(out oddtsv | awk -F'\t' '{print NF}' | sort -u)"
 }
 
-@test "a drive without an adapter is shown by its id" {
+@test "a drive without an adapter is listed by its id" {
   grep -q '^0x0000000000000031' "$BATS_FILE_TMPDIR/oddlist.out"
   grep -q '^a0/d0' "$BATS_FILE_TMPDIR/oddlist.out"
 }
 
-@test "no cards is an empty list with a note" {
+@test "JSON for a machine without cards is an empty list with a note" {
   same '[0, [], "ERR_NO_SUPPORTED_HARDWARE"]' \
     "$(json nocards '[d["exit_code"], d["result"]["objects"], d["messages"][0]["id"]]')"
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Every command of corvane-host in every form, with standard output on a full device: each one fails
-and says why.
+"""Runs every command of corvane-host in every form, with standard output on a full device. Each
+command must fail and report the reason.
 
 The commands and forms come from the program's own help.
 """
@@ -19,7 +19,7 @@ import commands  # noqa: E402
 DIRECTORY = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
 HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
 
-# Command: its arguments, where they differ from those that the synopsis requires.
+# Arguments by command, if they differ from those that the synopsis requires.
 OVERRIDES = {
     "attach": "a0 -y",
     "detach": "a0 -y",
@@ -40,12 +40,12 @@ counter = itertools.count()
 
 
 def run(words):
-    # A machine for each, because some of them change the cards or the configuration.
-    place = DIRECTORY / str(next(counter))
-    (place / "config").mkdir(parents=True)
-    cards = place / "cards.json"
+    # Separate files for each run, because some commands change the cards or the configuration.
+    directory = DIRECTORY / str(next(counter))
+    (directory / "config").mkdir(parents=True)
+    cards = directory / "cards.json"
     shutil.copy(os.environ["CARDSIM_STATE"], cards)
-    environment = dict(os.environ, CORVANE_CONFIG_DIR=str(place / "config"))
+    environment = dict(os.environ, CORVANE_CONFIG_DIR=str(directory / "config"))
     with open("/dev/full", "w") as full:
         process = subprocess.run(
             [HOST, f"--simulate={cards}", *words], stdin=subprocess.DEVNULL, stdout=full,

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Plug-ins that do not respond, and slow cards.
+# Plug-ins that hang, and slow cards.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -37,14 +37,14 @@ setup_file() {
 # until_hangs NAME: prints a command that waits until the plug-in's log shows that it hangs.
 until_hangs() { echo "until grep -qs hangs '$BATS_FILE_TMPDIR/$1.log'; do sleep 0.05; done"; }
 
-# stuck SIGNALS NAME ARGUMENTS...: sends a run the signals while the plug-in hangs.
+# stuck SIGNALS NAME ARGUMENTS...: sends the signals to a run while the plug-in hangs.
 stuck() {
   stop_when "$1" "$BATS_FILE_TMPDIR/$2.log" hangs "$2" \
     corvane-host --plugin "$ODD_PLUGIN" "${@:3}"
 }
 
-# The plug-in would return after ten minutes.
-@test "one signal ends a read that hangs" {
+# The plug-in would hang for ten minutes or more.
+@test "one signal stops a command whose read hangs" {
   ended asked 130
   [ "$(cat "$BATS_FILE_TMPDIR/asked.seconds")" -lt 500 ]
   valid asked
@@ -52,12 +52,12 @@ stuck() {
   said asked "corvane-host: interrupted; the plug-in does not respond"
 }
 
-@test "a second signal ends the program immediately, even a different one" {
+@test "a second signal, even a different one, terminates the program immediately" {
   ended both 143
   silent both err
 }
 
-@test "a signal during a read that hangs leaves the metrics of an earlier run" {
+@test "metrics leaves the previous text file after a signal during a hanging read" {
   ended metrics 130
   same "corvane-host: interrupted; the plug-in does not respond" \
     "$(err metrics)"
@@ -69,17 +69,17 @@ stuck() {
   said waiting "corvane-host: note: a0 was present"
 }
 
-@test "Ctrl-C ends a read that hangs and restores the terminal" {
+@test "Ctrl-C stops a command whose read hangs and restores the terminal" {
   ended keyed 0 || { err keyed; false; }
   ended view 0 || { err view; false; }
 }
 
-@test "a wait for a plug-in that hangs ends with 7" {
+@test "wait exits with 7 if the plug-in hangs" {
   ended late 7
   said late "corvane-host: the plug-in does not respond"
 }
 
-@test "a job that takes too long ends with 7 and reports what continues" {
+@test "attach exits with 7 after --timeout and reports that the job continues" {
   ended slow 7
   said slow "corvane-host: note: attach a0 is in progress and will not be rolled back"
   said slow "corvane-host: attach a0: not attached within 1 s"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The help is complete, and matches the behavior of each command.
+# The help is complete and matches the behavior of each command.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -13,13 +13,13 @@ setup_file() {
   keep one corvane-host help wait -o json
 }
 
-# Names of commands as the general help lists them.
+# commands: prints the names of the commands in the general help.
 commands() { out all | sed -n '/^Inspect/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p'; }
 
-# options COMMAND...: the long options in a help, in order.
+# options COMMAND...: prints the long options in a help, in order.
 options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep -o -- '--[a-z-]\+'; }
 
-@test "the commands are in groups" {
+@test "the general help lists the commands in groups" {
   ended all 0
   same "Inspect Change Service Help Examples" \
     "$(out all | grep -oxE 'Inspect|Change|Service|Help|Examples' | xargs)"
@@ -32,7 +32,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   done
 }
 
-@test "common tasks are in the general help" {
+@test "the general help shows common tasks" {
   local task
   for task in "corvane-host list  *find the card that is hot" "corvane-host status  *find out why a card has a warning" \
     "corvane-host locate a1 on --for 5m  *blink the locate LED" "corvane-host detach a1 " \
@@ -42,7 +42,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   done
 }
 
-@test "no line of any help is wider than a terminal" {
+@test "help lines fit into 80 columns" {
   local command
   for command in $(commands); do
     corvane-host help "$command"
@@ -50,7 +50,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   same "" "$(grep -E '.{81}' "$BATS_TEST_TMPDIR/lines")"
 }
 
-@test "the help of one command has its arguments, options, danger, forms, codes and examples" {
+@test "the help of a command has its arguments, options, danger, forms, exit codes and examples" {
   ended format 0
   same "Usage: corvane-host format DRIVE [OPTIONS]" "$(out format | head -1)"
   same "Danger Arguments Options Examples" \
@@ -66,7 +66,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   out format | tr -s ' \n' ' ' | grep -q "for scripts): table, tsv, json, jsonl -H"
 }
 
-@test "every command has a description, arguments that are explained, and two examples" {
+@test "every command has a description, explained arguments and two examples" {
   local command
   for command in $(commands); do
     echo "$command"
@@ -90,7 +90,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
     sed -n 's/^  corvane-host \(.*\)/\1/p' | sed 's/   *.*//')
 }
 
-@test "--help after an incomplete command is help for that command" {
+@test "--help after an incomplete command prints the help of that command" {
   local words
   for words in "format --help" "format a0/d0 --capacity 80 -h" "--help format a0" \
     "format -o tsv --help"; do
@@ -99,7 +99,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   done
 }
 
-@test "the help for scripts has commands with their options" {
+@test "help -o json has the commands with their options" {
   valid json one
   same '["wait", "Look", "OBJ COND", ["table", "tsv", "json", "value"]]' \
     "$(json one '[d["result"]["commands"][0][k] for k in ("name", "group", "arguments", "forms")]')"
@@ -120,7 +120,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   run -2 corvane-host --simulate=/none/cards.json format a0/d0 --capacity medium
 }
 
-@test "an option of another command comes with the commands that accept it" {
+@test "the error for an option of another command names the commands that accept it" {
   run -2 corvane-host list --follow
   same "corvane-host: list does not accept --follow
   Commands that accept it: events
@@ -136,7 +136,7 @@ hint() {
   grep "Did you mean" <<<"$words"
 }
 
-@test "mistyped names come with a suggestion everywhere" {
+@test "errors for mistyped names suggest the correct name" {
   same "  Did you mean 'list'?" "$(hint lits)"
   same "  Did you mean 'format'?" "$(hint help frmat)"
   same "  Did you mean '--dry-run'?" "$(hint format a0 --dry)"
@@ -148,7 +148,7 @@ hint() {
   same "  Did you mean 'factory'?" "$(hint format a0/d0 --capacity factry)"
 }
 
-@test "without a suggestion a usage error refers to the help, of the command if it is known" {
+@test "usage errors without a suggestion refer to the help" {
   run -2 corvane-host
   same "corvane-host: missing command
   See: corvane-host help" "$output"
@@ -160,7 +160,7 @@ hint() {
   See: corvane-host help op" "$output"
 }
 
-@test "an unknown column comes with a suggestion" {
+@test "errors for unknown columns and properties suggest a name" {
   make_cards
   same "  Did you mean 'temperature_celsius'?" \
     "$(corvane-host --simulate list -c temprature 2>&1 | grep Did)"

@@ -1,4 +1,4 @@
-# Shared by the test files: two simulated cards, and runs of the program whose streams and exit code
+# Helpers for all suites: two simulated cards, and runs of the program whose output and exit code
 # are kept in files, because each run takes more than a second.
 
 PATH="$CORVANE_BUILD/bin:$PATH"
@@ -25,7 +25,8 @@ make_cards() {
   cardsim raise card1 TEMPERATURE_ABOVE_WARN
 }
 
-# A separate machine for each test file: no cards, no configuration, no database, no color.
+# Sets up a separate environment for each test file, without cards, configuration, database or
+# color.
 make_machine() {
   export HOME="$BATS_FILE_TMPDIR" TMPDIR="$BATS_FILE_TMPDIR/tmp" LC_ALL=C.UTF-8
   export CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/config" CORVANE_DATABASE=:memory:
@@ -43,7 +44,8 @@ keep() {
   echo "$rc" >"$name.rc"
 }
 
-# host: with simulated cards. odd: with a plug-in that behaves oddly.
+# host ARGUMENTS...: runs the program with simulated cards. odd CASE ARGUMENTS...: runs it with the
+# test plug-in.
 host() { corvane-host --simulate "$@"; }
 odd() { CONSOLE_TEST_PLUGIN="$1" corvane-host --plugin "$ODD_PLUGIN" "${@:2}"; }
 
@@ -54,17 +56,17 @@ rc() { cat "$BATS_FILE_TMPDIR/$1.rc"; }
 # same EXPECTED ACTUAL: fails and shows the difference if they differ.
 same() { diff <(printf '%s\n' "$1") <(printf '%s\n' "$2"); }
 
-# ended NAME CODE
+# ended NAME CODE: expects this exit code of the run.
 ended() { same "$2" "$(rc "$1")"; }
 
-# said NAME LINE: the line is on standard error.
+# said NAME LINE: expects the line on standard error of the run.
 said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 
-# silent NAME STREAM: nothing was written to it.
+# silent NAME STREAM: expects that the run wrote nothing to the stream, `out` or `err`.
 silent() { [ ! -s "$BATS_FILE_TMPDIR/$1.$2" ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
 
-# unprivileged COMMAND...: runs the command without root's privilege to ignore file permissions. The
-# user stays the same, and can enter the directories of the programs and tests.
+# unprivileged COMMAND...: runs the command without root's privilege to bypass file permissions. The
+# user stays the same and keeps access to the directories of the programs and tests.
 unprivileged() {
   local drop=()
   [ "$(id -u)" -ne 0 ] || drop=(setpriv --bounding-set=-all --inh-caps=-all --ambient-caps=-all --)
@@ -74,19 +76,20 @@ unprivileged() {
 # eventually COMMAND...: repeats the command until it succeeds.
 eventually() { until "$@"; do sleep 0.05; done; }
 
-# is_ready SOCKET: the service at that socket has a running plug-in.
+# is_ready SOCKET: succeeds if the service at the socket has a running plug-in.
 is_ready() { curl -s --max-time 60 --unix-socket "$1" http://service/readyz | grep -qx ready; }
 
-# has_read TRACE: the host whose trace of level 2 is in that file has read its objects.
+# has_read TRACE: succeeds if the host that writes trace level 2 to this file has read its objects.
 has_read() { grep -qs "LEAVE GetTopology" "$1"; }
 
-# untimed NAME: standard output without the duration of jobs, which depends on the machine.
+# untimed NAME: prints standard output without job durations, which depend on the machine.
 untimed() { out "$1" | sed -E -e 's/, in [0-9:]+$//' -e 's/^Done in [0-9:]+\./Done./'; }
 
-# stop_when SIGNALS FILE PATTERN NAME PROGRAM...: keeps a run that receives the signals in turn once
-# FILE, or a file in the directory FILE, matches PATTERN. Fails if the program ends before that. Under
-# setsid, its whole group receives the signals. NAME.seconds is the time that it took to end;
-# NAME.log and NAME.signaled are for the odd plug-in.
+# stop_when SIGNALS FILE PATTERN NAME PROGRAM...: runs the program and sends it the signals, one
+# after the other, once FILE, or a file in the directory FILE, matches PATTERN. Fails if the program
+# exits before that. With setsid as the program, the complete process group receives the signals.
+# NAME.seconds contains the time from the first signal to the exit. The test plug-in uses NAME.log
+# and NAME.signaled.
 stop_when() {
   local signals="$1" file="$2" pattern="$3" name="$BATS_FILE_TMPDIR/$4" pid rc=0 signal
   shift 4
@@ -108,13 +111,14 @@ stop_when() {
   echo "$SECONDS" >"$name.seconds"
 }
 
-# json NAME EXPRESSION: the value of a Python expression over the document `d`.
+# json NAME EXPRESSION: prints the value of a Python expression over the document `d`.
 json() {
   python3 -c 'import json,sys; d=json.load(open(sys.argv[1])); print(json.dumps(eval(sys.argv[2])))' \
     "$BATS_FILE_TMPDIR/$1.out" "$2"
 }
 
-# valid NAME[:COUNT]...: each output has COUNT (default: 1) documents that match the schema.
+# valid NAME[:COUNT]...: expects COUNT (default: 1) documents in each output, all matching the
+# schema.
 valid() {
   python3 - "$SCHEMA" "$BATS_FILE_TMPDIR" "$@" <<'END'
 import json, sys
@@ -136,23 +140,23 @@ for name in names:
 END
 }
 
-# refused NAME EDIT...: after each edit, the document `d` no longer matches the schema.
+# refused NAME EDIT...: expects that the document `d` no longer matches the schema after each edit.
 refused() {
   python3 - "$SCHEMA" "$BATS_FILE_TMPDIR/$1.out" "${@:2}" <<'END'
 import json, sys
 import jsonschema
 
-schema, answer, *edits = sys.argv[1:]
+schema, file, *edits = sys.argv[1:]
 check = jsonschema.Draft202012Validator(json.load(open(schema)))
 for edit in edits:
-    d = json.load(open(answer, encoding="utf-8"))
+    d = json.load(open(file, encoding="utf-8"))
     assert check.is_valid(d)
     exec(edit)
     assert not check.is_valid(d), f"accepted: {edit}"
 END
 }
 
-# For tests that change cards: a plug-in that polls often, and short jobs.
+# Sets a short poll interval and short job durations, for tests that change cards.
 make_haste() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local card job
@@ -161,44 +165,46 @@ make_haste() {
   done
 }
 
-# cards NAME ARGUMENTS..., with NAME ARGUMENTS...: the simulator and the host on cards of that name.
+# cards NAME ARGUMENTS..., with NAME ARGUMENTS...: run cardsim or the program with the cards
+# NAME.json.
 cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 
-# copy NAME: copies the machine's cards under that name, unless they exist, and prints their file.
+# copy NAME: copies the cards to NAME.json unless it exists, and prints the path.
 copy() {
   local file="$BATS_FILE_TMPDIR/$1.json"
-  # Renamed into place, because several runs may share the cards.
+  # Renamed into place, because parallel runs may create the same file.
   [ -e "$file" ] || { cp "$CARDSIM_STATE" "$file.$BASHPID" && mv -n "$file.$BASHPID" "$file"; }
   echo "$file"
 }
 
-# own NAME ARGUMENTS...: runs the host on its own cards, so that tests can run in parallel.
+# own NAME ARGUMENTS...: runs the program with a separate copy of the cards, so runs can be
+# parallel.
 own() { corvane-host --simulate="$(copy "$1")" "${@:2}"; }
 
-# card NAME ATTRIBUTE: of card0 in the cards of that name.
+# card NAME ATTRIBUTE: prints an attribute of card0 in NAME.json.
 card() { cards "$1" get card0 "$2"; }
 
-# untouched NAME...: the cards of these names are unchanged.
+# untouched NAME...: expects that these copies of the cards are unchanged.
 untouched() {
   local name
   for name; do cmp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
 }
 
-# Runs a program on a terminal and sends it keys. Uses Debian's Python, which has the module that
-# models the terminal.
+# screen ARGUMENTS...: runs a program on a terminal and sends it keys. Uses Debian's Python, for
+# which the terminal emulator module is installed.
 screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
 
-# a_mount COLUMN: number (1) or place (2) of a file system that is mounted once. In a chroot / may be
-# missing from the table.
+# a_mount COLUMN: prints the device number (1) or mount point (2) of a file system that is mounted
+# once. Does not rely on /, because a chroot may not list it.
 a_mount() {
   awk '{count[$3]++; place[$3] = $5}
     END {for (n in count) if (count[n] == 1 && place[n] !~ /\\/) print n, place[n]}' \
     /proc/self/mountinfo | sort | head -n 1 | cut -d ' ' -f "$1"
 }
 
-# lay_mount_on_card DIRECTORY: creates a sysfs of the present cards in which the file system of a_mount
-# is on the disk of card0, which md7 holds.
+# lay_mount_on_card DIRECTORY: creates a sysfs for the cards, in which card0's disk has the device
+# number of a_mount's file system and is held by md7.
 lay_mount_on_card() {
   cardsim sysfs "$1"
   local disk="$1/bus/pci/devices/0000:3b:02.1/block/fioa"
@@ -207,7 +213,7 @@ lay_mount_on_card() {
   a_mount 1 >"$disk/dev"
 }
 
-# enter FILE ROW...: puts entries into a log, as "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE".
+# enter FILE ROW...: adds entries "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE" to a log.
 enter() {
   python3 - "$@" <<'END'
 import calendar, shlex, sqlite3, sys, time
@@ -224,10 +230,10 @@ with sqlite3.connect(sys.argv[1]) as database:
 END
 }
 
-# With CORVANE_TEST_SERVICE, `host`, `own` and `with` use a service on the same cards, one for each
-# file of cards, database and configuration.
+# With CORVANE_TEST_SERVICE=1, `host`, `own` and `with` use a service. Each combination of cards,
+# database and configuration has one.
 
-# service_for CARDS: the socket of the service, which is started unless it runs.
+# service_for CARDS: starts the service unless it is running, and prints its socket.
 service_for() {
   local directory key
   key=$(printf '%s\n' "$1" "$CORVANE_DATABASE" "$CORVANE_CONFIG_DIR" | md5sum | cut -c 1-8)
@@ -240,7 +246,7 @@ service_for() {
   echo "$directory/socket"
 }
 
-# start_test_service CARDS DIRECTORY: it ends with the test file.
+# start_test_service CARDS DIRECTORY: starts a service that stops when the test file has finished.
 start_test_service() {
   corvane-host serve --simulate="$1" --socket "$2/socket" 2>"$2/err" </dev/null >/dev/null 3>&- 9>&- &
   local pid=$!

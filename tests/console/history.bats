@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The event log across runs: events of earlier runs, their objects, and the start of a status.
+# The event log across runs: events of earlier runs, their objects, and the start times of statuses.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -11,7 +11,7 @@ setup_file() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local log="$BATS_FILE_TMPDIR/log.db" file
   CORVANE_DATABASE="$log" keep none host events
-  # Object ids change between runs and names depend on the slot: serial numbers identify cards.
+  # Serial numbers identify cards, because ids change between runs and names depend on the slot.
   enter "$log" \
     "2026-11-19T23:59:59 3 10967 5 'BoardX (9)' 'Too hot.' S100 19038" \
     "2026-11-20T00:00:00 2 10980 5 'BoardX (9)' 'Well again.' S100 19038" \
@@ -50,7 +50,7 @@ setup_file() {
 
 teardown_file() { chmod u+w "$BATS_FILE_TMPDIR"/other*; }
 
-# unwritable MODE ARGUMENTS...: runs the host on a copy of the log in a directory that is read-only.
+# unwritable MODE ARGUMENTS...: runs the program with a copy of the log in a read-only directory.
 unwritable() {
   local directory="$BATS_FILE_TMPDIR/other$1"
   mkdir "$directory"
@@ -60,7 +60,7 @@ unwritable() {
   CORVANE_DATABASE="$directory/log.db" unprivileged corvane-host --simulate "${@:2}"
 }
 
-# The time to read the newest and all entries of a log of 20,000, and that of an empty log.
+# Measures reading the newest and all entries of a log with 20,000, compared with an empty log.
 far() {
   host events >/dev/null 2>&1
   python3 - "$CORVANE_DATABASE" <<'END'
@@ -78,13 +78,13 @@ END
   cost host events --limit 20000 -o tsv -H >"$BATS_FILE_TMPDIR/newest20000.out"
 }
 
-# Measures the processor time of a command, in milliseconds, which excludes other processes.
+# cost COMMAND...: records the CPU time of a command, in seconds with three decimals.
 cost() {
   local TIMEFORMAT="%3U %3S"
   { time "$@" 2>&3; } 3>&2 2>>"$BATS_FILE_TMPDIR/costs"
 }
 
-# Entries of earlier days, valid at any time of day.
+# Entries of earlier days, chosen so that the test works at any time of day.
 relative_days() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/days.db"
   host events >/dev/null 2>&1
@@ -104,8 +104,8 @@ follow_one() {
   echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/follow.ends"
 }
 
-# One run sees a warning, and the next one shows its start. Then the card recovers, and warns again
-# while no host is running.
+# One run observes a warning, and the next run shows its start. Then the card recovers, and the
+# warning returns while no host is running.
 see_and_forget() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/grown.db"
   local before
@@ -122,7 +122,7 @@ see_and_forget() {
   echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/grown.span"
 }
 
-# Waits until the plug-in has started. It reports a change after three polls.
+# Changes the card after the plug-in has started, and waits for the event, which takes three polls.
 one_event_after() {
   local trace="$BATS_FILE_TMPDIR/$1.trace"
   host events -f --limit 0 -o jsonl --trace 2 --trace-file "$trace" | head -n 1 >/dev/null &
@@ -133,13 +133,13 @@ one_event_after() {
 
 words() { out "$1" | cut -f 6 | tr '\n' '|'; }
 
-@test "an empty log has a note with the reason" {
+@test "events prints a note for an empty log" {
   ended none 0
   silent none out
   said none "corvane-host: note: no matching events in the log"
 }
 
-@test "the log is shown with the names that the objects have now" {
+@test "events shows the current names of logged objects" {
   ended all 0
   silent all err
   same "time	severity	event_id	event	object	text
@@ -150,7 +150,7 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
 2026-11-20T06:00:00+00:00	error	10957	CTRL_INTERNAL_ERROR	a0	An old entry." "$(out all)"
 }
 
-@test "the log in JSON has the object of each event and matches the schema" {
+@test "events -o json has the object of each event and matches the schema" {
   valid json lines:5
   same '[["a0", "S100", "BoardX (9)"], ["a0", "S100", "BoardX (9)"], ["a0/d0", "S100", "DriveX (0)"], [null, "S900", "BoardY (1)"], ["a0", null, "SanDisk BoardA (1)"]]' \
     "$(json json '[[e[k] for k in ("object", "serial_number", "source")] for e in d["result"]["events"]]')"
@@ -161,14 +161,14 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
     'del d["result"]["events"][0]["serial_number"]'
 }
 
-@test "--since is exact to the millisecond" {
+@test "--since and --limit select events exactly" {
   same "Well again.|Another size.|It left.|An old entry.|" "$(words day)"
   same "Another size.|It left.|An old entry.|" "$(words second)"
   same "It left.|An old entry.|" "$(words offset)"
   same "It left.|An old entry.|" "$(words newest)"
 }
 
-@test "days and durations count back from now" {
+@test "--since accepts days and durations" {
   same "yesterday recent yesterday
 recent 2h
 1h
@@ -184,25 +184,25 @@ before yesterday recent 3d" "$(out relative)"
   silent other out
 }
 
-@test "a removed card is found by its serial number, an unknown one is not" {
+@test "events accepts the serial number of a removed card and rejects an unknown one" {
   same "It left.|" "$(words left)"
   ended unknown 3
   said unknown "corvane-host: S901: no such object"
 }
 
-@test "--follow prints the log first and ends with its reader" {
+@test "events --follow prints the log first and exits when its reader exits" {
   same "0 0" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
   same '["Too hot."]' "$(json follow '[e["text"] for e in d["result"]["events"]]')"
 }
 
-@test "an invalid time or number is a usage error" {
+@test "--since and --limit reject invalid values" {
   ended badsince 2
   said badsince "corvane-host: --since: invalid time '2026-02-31'"
   ended badlimit 2
   said badlimit "corvane-host: --limit: invalid number '-1'"
 }
 
-@test "an unreadable log is an error for events only" {
+@test "an unreadable log is an error for events and a note for status" {
   ended broken 1
   valid broken
   same '["NO_EVENT_LOG"]' "$(json broken '[m["id"] for m in d["messages"]]')"
@@ -216,7 +216,7 @@ before yesterday recent 3d" "$(out relative)"
   same 1 "$(err statusbroken | grep -c 'cannot use the event log: unable to open database file')"
 }
 
-@test "a read-only log is read and not changed" {
+@test "events reads a read-only log without changing it" {
   ended nowrite 0
   silent nowrite err
   same "Too hot.|Well again.|Another size.|It left.|An old entry.|" "$(words nowrite)"
@@ -224,13 +224,13 @@ before yesterday recent 3d" "$(out relative)"
   cmp "$BATS_FILE_TMPDIR/log.db" "$BATS_FILE_TMPDIR/other444/log.db"
 }
 
-@test "a log without read permission is exit code 6" {
+@test "events exits with 6 without read permission for the log" {
   ended noread 6
   valid noread
   said noread "corvane-host: cannot read the event log $BATS_FILE_TMPDIR/other000/log.db: Permission denied"
 }
 
-@test "the newest entries of a full log are shown quickly" {
+@test "events reads the newest entries of a large log quickly" {
   same 20000 "$(out newest20000 | wc -l)"
   awk '{cost[NR] = $1 + $2 - cost[1]} END {half = cost[4] / 2; exit !(cost[2] < half && cost[3] < half)}' \
     "$BATS_FILE_TMPDIR/costs" || { cat "$BATS_FILE_TMPDIR/costs"; false; }
@@ -241,7 +241,7 @@ before yesterday recent 3d" "$(out relative)"
   same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(words newest3)"
 }
 
-@test "a run shows the start of a status that an earlier run saw" {
+@test "status shows the start of a status that an earlier run logged" {
   read -r before after <"$BATS_FILE_TMPDIR/grown.span"
   valid since
   local since
@@ -255,7 +255,7 @@ before yesterday recent 3d" "$(out relative)"
     "$BATS_FILE_TMPDIR/sincetext.out"
 }
 
-@test "a status that began while no host was running has no start" {
+@test "status shows no start if no host was running when the status changed" {
   valid unseen
   same '[["a0", "WARNING", null], ["a0/d0", "AVAILABLE", null], ["a1", "WARNING", null], ["a1/d0", "AVAILABLE", null]]' \
     "$(json unseen '[[o["object"], o["status"], o["since"]] for o in d["result"]["objects"]]')"
@@ -263,7 +263,7 @@ before yesterday recent 3d" "$(out relative)"
     'd["result"]["objects"][0]["since"] = "05:31"'
 }
 
-@test "the log keeps the events of a removed card, whose name another card now has" {
+@test "events of a removed card are not attributed to the card that now has its name" {
   same '[[null, "S100", "CTRL_CORRECTABLE_PCI_ERRORS"], [null, "S100", "CTRL_NORMAL"]]' \
     "$(json moved '[[e[k] for k in ("object", "serial_number", "event")] for e in d["result"]["events"]]')"
 }

@@ -22,7 +22,7 @@ teardown() {
   [ ! -e "$BATS_TEST_TMPDIR/pid" ] || kill -KILL "$(cat "$BATS_TEST_TMPDIR/pid")" 2>/dev/null || true
 }
 
-# program NAME BODY: a shell script in the directory; $LINES is where it leaves its lines.
+# program NAME BODY: creates a shell script in the directory. $LINES is the file for its output.
 program() {
   printf '#!/bin/sh\nLINES=%q\n%s\n' "$LINES" "$2" >"$PROGRAMS/$1"
   chmod 755 "$PROGRAMS/$1"
@@ -41,7 +41,7 @@ end() {
 has_lines() { [ "$(wc -l <"$LINES")" -ge "$1" ]; }
 logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TEST_TMPDIR/events.out" && json events 'len(d["result"]["events"])'; }
 
-@test "a program gets the event as JSON and as variables" {
+@test "a program receives the event as JSON and as environment variables" {
   program notify 'cat >"$LINES.json"; env | grep ^CORVANE_ | sort >"$LINES.env"; echo done >>"$LINES"'
   start
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
@@ -57,7 +57,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   same 1 "$(wc -l <"$LINES")"
 }
 
-@test "what a program prints and why it failed is in the log" {
+@test "the output and the failure of a program are logged" {
   program fails 'echo "no route"; exit 4'
   start
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
@@ -66,7 +66,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   grep -qx "corvane-host: events.d: fails: no route" "$BATS_TEST_TMPDIR/err"
 }
 
-@test "a program that others can change is not run" {
+@test "a program that other users can change is not run" {
   program open 'echo open >>"$LINES"'
   chmod 757 "$PROGRAMS/open"
   program trusted 'echo trusted >>"$LINES"'
@@ -78,10 +78,10 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   grep -q "^corvane-host: events.d: skipped $PROGRAMS/open: " "$BATS_TEST_TMPDIR/err"
 }
 
-@test "no program runs for events from before the first start" {
+@test "programs do not run for events logged before the first start" {
   program notify 'echo "$CORVANE_NUMBER" >>"$LINES"'
   host list >/dev/null
-  # The card is normal, so that the service finds nothing to add.
+  # The card is normal, so the service has no missed event to add.
   enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10980 1 'Card' 'Normal' S100 2"
   start
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
@@ -94,7 +94,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   program notify 'echo "$CORVANE_NUMBER" >>"$LINES"'
   start
   end TERM
-  # The card is normal, so that the service finds nothing to add.
+  # The card is normal, so the service has no missed event to add.
   enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10980 1 'Card' 'Normal' S100 2"
   start
   eventually has_lines 1
@@ -104,7 +104,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   same 1 "$(cat "$LINES")"
 }
 
-@test "no program runs twice for an event when the service is killed" {
+@test "programs do not run twice for an event after the service is killed" {
   program notify 'echo "$CORVANE_NUMBER" >>"$LINES"; for i in $(seq "$(cat "$LINES.sleep")"); do sleep 0.1; done'
   echo 100 >"$LINES.sleep"
   start
@@ -125,7 +125,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   same "" "$(sort "$LINES" | uniq -d)"
 }
 
-@test "the examples send mails and post documents" {
+@test "the example programs send mail and post documents" {
   command -v curl >/dev/null || skip "needs curl"
   local examples="$CORVANE_SOURCE/service/hooks/examples" port
   python3 - "$BATS_TEST_TMPDIR" 3>&- <<'END' &

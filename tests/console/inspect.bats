@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# list, tree, show and get.
+# The commands that show objects and their properties: list, tree, show, get and plugin.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -25,7 +25,7 @@ setup_file() {
   wait
 }
 
-@test "list is a table of adapters and drives, with a dash for unknown values" {
+@test "list prints a table of adapters and drives, with a dash for unknown values" {
   ended list 0
   silent list err
   same "OBJECT NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
@@ -45,7 +45,7 @@ plugin    SanDisk-Plugin
   └─a1/d0 MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out tree)"
 }
 
-@test "a long tree also shows ids, links, reasons and sizes" {
+@test "tree --long also shows ids, parents, reasons and sizes" {
   ended long 0
   same "plugin 0x0130000000000000 - SanDisk-Plugin
 ├─a0 0x0130000000000001 0x0130000000000000 SanDisk BoardA (1) ok ATTACHED 48 °C 97 % 1.0 TiB 0000:3b:02.1 S100
@@ -54,7 +54,7 @@ plugin    SanDisk-Plugin
     "$(out long | sed -e 1d -e 's/  */ /g' | head -4)"
 }
 
-@test "show prints everything about an adapter" {
+@test "show prints the properties of an adapter" {
   ended show 0
   local text
   text=$(out show | sed 's/  */ /g')
@@ -78,7 +78,7 @@ plugin    SanDisk-Plugin
   done
 }
 
-@test "show plugin prints its interval" {
+@test "show plugin prints the poll interval" {
   ended plugin 0
   same "poll_interval_seconds 15 s" "$(out plugin | sed 's/  */ /g' | grep poll)"
 }
@@ -118,13 +118,13 @@ AVAILABLE
 1099511627776" "$(out all | head -3)"
 }
 
-@test "events of an empty log prints nothing and a note" {
+@test "events prints only a note for an empty log" {
   ended events 0
   silent events out
   said events "corvane-host: note: no matching events in the log"
 }
 
-@test "plugin shows what is loaded" {
+@test "plugin shows the loaded file and its symbols" {
   ended about 0
   same "PROPERTY VALUE
 file $CORVANE_BUILD/lib/libCorvane.so
@@ -151,8 +151,8 @@ other_symbols 0" "$(out about | sed 's/  */ /g')"
   refused oddplugin 'd["result"]["symbols"].clear()' 'd["result"]["symbols"][0].pop("present")'
 }
 
-# Every name of the first adapter, and one name of each other object.
-@test "an object is found by each of its names" {
+# All names of the first adapter.
+@test "get accepts every name of an adapter" {
   for name in a0 A0 S100 "SanDisk BoardA (1)" pci:0000:3b:02.1 pci:3b:02.1 /dev/fct0 \
     0x0130000000000001 0x130000000000001; do
     keep "by-${name//\//_}" host get "$name" serial_number &

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Operations through the service: jobs, their results, and what is refused.
+# Operations through the service: jobs, their results, and refused requests.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -18,7 +18,7 @@ teardown_file() {
   stop_service
 }
 
-# run_job NAME PATH BODY: starts a job and waits for its end; NAME.out is the job then.
+# run_job NAME PATH BODY: starts a job, waits until it has finished, and keeps it as NAME.out.
 run_job() {
   local id
   ask "$1" POST "$2" "$3"
@@ -31,13 +31,13 @@ run_job() {
   eventually has_ended "$1"
 }
 
-# result NAME STATE EXPRESSION VALUE: the job has ended so, and its result has that value.
+# result NAME STATE EXPRESSION VALUE: expects the state of the job, and VALUE for the expression.
 result() {
   same "\"$2\"" "$(json "$1" 'd["state"]')"
   same "$4" "$(json "$1" "$3")"
 }
 
-@test "a card is detached and attached" {
+@test "jobs detach and attach a card" {
   run_job detach /v1/cards/S100/operations/detach '{"confirm": true}'
   result detach SUCCEEDED '[d["result"]["result"][k] for k in ("operation", "before", "after")]' \
     '["OP_DETACH", "attached", "detached"]'
@@ -57,14 +57,14 @@ result() {
   same false "$(cardsim get card0 beacon_state)"
 }
 
-@test "a dry run changes nothing" {
+@test "a dry-run job changes nothing" {
   run_job dry /v1/cards/S100/operations/detach '{"dry_run": true}'
   result dry SUCCEEDED '[d["dry_run"], d["result"]["result"]["changed"]]' '[true, false]'
   ask card GET "/v1/cards/S100?fresh=1"
   same '["ATTACHED"]' "$(json card 'd["result"]["object"]["status_reasons"]')"
 }
 
-@test "a drive is formatted with the serial number as confirmation" {
+@test "a format job requires the serial number as confirmation" {
   run_job detach /v1/cards/S100/operations/detach '{"confirm": true}'
   run_job format /v1/cards/S100/drives/0/format \
     '{"confirm": "S100", "capacity": "factory", "sector_size": 4096}'
@@ -73,13 +73,13 @@ result() {
   run_job attach /v1/cards/S100/operations/attach '{"confirm": true}'
 }
 
-@test "the card's refusal is the job's result" {
+@test "a job fails if the card rejects the command" {
   run_job attach /v1/cards/S100/drives/0/format '{"confirm": "S100", "capacity": "80"}'
   result attach FAILED '[d["result"]["status"], d["result"]["id"]]' '[500, "ERR_COMMAND_ERROR"]'
 }
 
-# path, body, status and id, one row per refusal
-@test "what cannot be a job is refused at once" {
+# Each row has the path, the body, the expected status and the problem id.
+@test "invalid requests are refused immediately" {
   local path body status id
   while IFS='|' read -r path body status id; do
     ask refused POST "/v1/cards/$path" "$body"
@@ -149,7 +149,7 @@ END
   same '["S100", "S200"]' "$(json jobs '[j["serial_number"] for j in d["jobs"]][:2]')"
 }
 
-@test "the plug-in's poll interval is changed" {
+@test "PATCH /v1/plugin changes the poll interval" {
   ask change PATCH /v1/plugin '{"poll_interval": 21}'
   ended change 200
   same '[15, 21]' "$(json change '[d["result"]["before"], d["result"]["after"]]')"
@@ -162,7 +162,7 @@ END
   problem text 400 BODY_INVALID
 }
 
-@test "a fresh reading shows a change at once" {
+@test "fresh=1 reads the cards before the response" {
   cardsim set card0 board_name BoardZ
   ask query GET "/v1/cards?fresh=0"
   problem query 400 QUERY_INVALID
@@ -175,7 +175,7 @@ END
   eventually answers_ready
 }
 
-# 33 calls that wait for a process that does not answer.
+# Sends 33 requests while the plug-in process is stopped.
 @test "at most 32 commands wait for the plug-in" {
   local i pids=()
   kill -STOP "$(plugin_process)"

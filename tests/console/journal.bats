@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# What the service writes to the journal, and the catalog that explains it.
+# The service's journal entries, and the message catalog that explains them.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -25,8 +25,9 @@ for entry in json.load(sys.stdin)["result"]["entries"]: print(entry["meaning"]);
     grep -qx "Subject: CTRL_NEAR_WEARING_OUT on card @CORVANE_SERIAL_NUMBER@"
 }
 
-# A journal of its own receives what the service sends; only root can put its socket in place.
-@test "events and changes are sent to the journal with their fields" {
+# A test journal receives the entries of the service. Only root can create its socket in a separate
+# /run.
+@test "the service sends events and changes to the journal with their fields" {
   [ "$(id -u)" -eq 0 ] || skip "must be run as root, to give the service another /run"
   unshare -m true 2>/dev/null || skip "needs unshare"
   make_machine
@@ -82,7 +83,7 @@ END
   kill "$journal"
 }
 
-@test "without the journal, events and changes are written to standard error" {
+@test "the service writes events to standard error if it is not connected to the journal" {
   make_machine
   make_cards
   make_haste

@@ -23,7 +23,8 @@ teardown() {
   done
 }
 
-# Receives what a service reports, one assignment per line of the file `reports`.
+# manage: starts a simulated service manager, which writes the reports of a service to the file
+# `reports`, one assignment per line.
 manage() {
   python3 - "$DIRECTORY/notify" "$DIRECTORY/reports" 3>&- <<'END' &
 import socket, sys
@@ -45,7 +46,7 @@ serve() {
 
 service_pid() { cat "$DIRECTORY/serve.pid"; }
 
-# stop: ends the service and keeps its exit code and how many seconds it took.
+# stop: stops the service and sets STOPPED to its exit code and TOOK to the seconds that it took.
 stop() {
   SECONDS=0
   kill -TERM "$(service_pid)"
@@ -56,23 +57,23 @@ stop() {
 
 reported() { grep -qx -- "$1" "$DIRECTORY/reports"; }
 
-# status CURL-ARGUMENTS...: the status code of a request.
+# status CURL-ARGUMENTS...: prints the status code of a request.
 status() { curl -s --max-time 60 -o "$DIRECTORY/body" -w '%{http_code}' "$@"; }
 answers() { [ "$(status --unix-socket "$SOCKET" http://service/healthz)" = 200 ]; }
 id_of_problem() { python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))["id"])' "$DIRECTORY/body"; }
 
-# The TCP sockets of the service, as lines of the kernel's tables.
+# tcp_sockets: prints the TCP sockets of the service, as lines of the kernel's tables.
 tcp_sockets() {
   ls -l "/proc/$(service_pid)/fd" | sed -n 's/.*socket:\[\([0-9]*\)\].*/\1/p' |
     while read -r inode; do awk -v inode="$inode" '$10 == inode' /proc/net/tcp /proc/net/tcp6 2>/dev/null; done
 }
 
-# A port that was free a moment ago.
+# free_port: prints a TCP port that is currently free.
 free_port() {
   python3 -c 'import socket; s = socket.create_server(("127.0.0.1", 0)); print(s.getsockname()[1])'
 }
 
-@test "readiness, status and the end are reported" {
+@test "the service reports readiness, its status and its stop" {
   manage
   serve --socket "$SOCKET"
   eventually reported READY=1
@@ -85,7 +86,7 @@ free_port() {
   same 1 "$(grep -cx READY=1 "$DIRECTORY/reports")"
 }
 
-@test "a service whose plug-in cannot be loaded is ready and says why" {
+@test "the service is ready without a plug-in and reports the reason" {
   manage
   serve --plugin "$DIRECTORY/none.so" --socket "$SOCKET"
   eventually reported READY=1
@@ -107,14 +108,14 @@ free_port() {
   same 0 "$STOPPED"
 }
 
-@test "the watchdog is fed" {
+@test "the service notifies the watchdog" {
   manage
   WATCHDOG_USEC=600000 serve --socket "$SOCKET"
   fed() { [ "$(grep -cx WATCHDOG=1 "$DIRECTORY/reports")" -ge 5 ]; }
   eventually fed
 }
 
-@test "passed sockets are used and left in place" {
+@test "the service uses passed sockets and does not remove them" {
   local port
   port=$(free_port)
   command -v systemd-socket-activate >/dev/null || skip "needs systemd-socket-activate"
@@ -145,7 +146,7 @@ END
   grep -qx "corvane-host: cannot listen at a socket of the service manager: Socket operation on non-socket" "$DIRECTORY/err"
 }
 
-@test "TCP is read-only and checks the host" {
+@test "TCP access is read-only and checks the Host header" {
   local port
   port=$(free_port)
   serve --socket "$SOCKET" --listen "127.0.0.1:$port"

@@ -1,21 +1,21 @@
 #!/usr/bin/env bats
-# The manual pages match the programs, and an installation works.
+# The manual pages match the programs, and an installed copy works.
 
 bats_require_minimum_version 1.5.0
 load helper
 
 PAGES="$CORVANE_BUILD/share/man/man1"
 
-# page NAME: the page as man shows it.
+# page NAME: prints the page as man shows it.
 page() { groff -man -Tutf8 -P-cbou "$PAGES/$1.1"; }
 
-# section PAGE TITLE: the lines of the section.
+# section PAGE TITLE: prints the lines of the section.
 section() { page "$1" | sed -n "/^$2\$/,/^[A-Z]/p" | sed '1d'; }
 
-# The terms of a section are indented less than their explanations.
+# terms PAGE TITLE: prints the terms of a section, which are indented less than their explanations.
 terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 
-@test "the pages are valid" {
+@test "the manual pages are valid" {
   local name
   for name in corvane-host cardsim; do
     [ -s "$PAGES/$name.1" ]
@@ -27,7 +27,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   done
 }
 
-@test "the page has the commands of the help, and no others" {
+@test "the page of corvane-host has exactly the commands of the help" {
   local help page
   help=$(corvane-host --help | sed -n '/^Inspect/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p')
   page=$(terms corvane-host COMMANDS | awk '{print $1}')
@@ -35,7 +35,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$page"
 }
 
-@test "the page has the options of the help, and no others" {
+@test "the page of corvane-host has exactly the options of the help" {
   local help page
   help=$(corvane-host --help | sed -n '/^Options of all/,/^Exit/p' |
     sed -n 's/^  \(-., \|    \)\(--[a-z-]*\).*/\1\2/p' | tr -d ' ')
@@ -45,7 +45,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$page"
 }
 
-@test "the page names the commands of each option, as the help does" {
+@test "the page of corvane-host lists the same commands for each option as the help" {
   local help page
   help=$(corvane-host --help | sed -n '/^Options of some/,/^$/p' |
     awk '/^  (-., |    )--/ {print ""; sub(/^  (-., |    )/, "")} {printf "%s ", $0}' |
@@ -57,19 +57,19 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$page"
 }
 
-@test "the page has the exit codes of the help" {
+@test "the page of corvane-host has the exit codes of the help" {
   same "$(corvane-host --help | sed -n '/^Exit codes/,$p' | sed -n 's/^  \([0-9]*\)  .*/\1/p')" \
     "$(terms corvane-host "EXIT STATUS")"
 }
 
-@test "the simulator's page has its commands, and no others" {
+@test "the page of cardsim has exactly the commands of its help" {
   local help
   help=$(cardsim --help | sed -n '/^Commands/,$p' | sed -n 's/^  \([a-z-]*\)  .*/\1/p')
   [ "$(wc -l <<<"$help")" -eq 12 ]
   same "$help" "$(terms cardsim COMMANDS | awk '{print $1}')"
 }
 
-@test "an installation has plug-in, simulator, completion and manual pages" {
+@test "an installation has the plug-in, the simulator, completion scripts and manual pages" {
   make_machine
   local root="$BATS_FILE_TMPDIR/root"
   cmake --install "$CORVANE_BUILD" --prefix "$root" >"$BATS_FILE_TMPDIR/install.log"
@@ -79,7 +79,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o value)"
   same "$root/lib/libCorvane.so" \
     "$("$root/bin/corvane-host" plugin -o json | python3 -c 'import json,sys; print(json.load(sys.stdin)["result"]["file"])')"
-  # Without the libraries of the build.
+  # The installed programs do not use libraries of the build directory.
   run ! grep -q "$CORVANE_BUILD" <(ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
   cmp "$SCHEMA" "$root/share/corvane/corvane-host.schema.json"
   cmp "$PAGES/corvane-host.1" "$root/share/man/man1/corvane-host.1"
@@ -90,8 +90,8 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
     cmp - "$root/share/fish/vendor_completions.d/corvane-host.fish"
 }
 
-# --socket is an option of all commands, with a meaning of its own for serve.
-@test "the page of the service has the options of its help, and --socket" {
+# --socket is an option of all commands, with a different meaning for serve.
+@test "the page of serve has the options of its help, and --socket" {
   local help page
   help=$(corvane-host help serve | sed -n '/^Options/,/^  -o/s/^ *\(--[a-z-]*\).*/\1/p' | sort)
   page=$(groff -man -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |

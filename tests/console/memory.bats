@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# What the service remembers: cards that are gone, acknowledgments and history; and the whole API
-# against its document, which needs a card that is gone.
+# State that the service keeps: missing cards, acknowledgments and history. Also checks the complete
+# API against its document, because some requests need a missing card.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -29,14 +29,14 @@ teardown_file() {
   stop_service
 }
 
-@test "a card that is gone is still known, with its position" {
+@test "a missing card stays known, with its position" {
   ask known GET /v1/known-cards
   ended known 200
   same '[["a0", "S100", true], ["a1", "S200", true], ["a2", "GONE", false]]' \
     "$(json known '[[c["position"], c["serial_number"], c["present"]] for c in d["cards"]]')"
 }
 
-@test "an acknowledgment names the user and its end" {
+@test "an acknowledgment records the user, and can be removed" {
   ask made POST /v1/cards/S200/ack '{"reason": "TEMPERATURE_ABOVE_WARN", "until": "1h", "note": "fan ordered"}'
   ended made 201
   ask listed GET /v1/acknowledgments
@@ -48,7 +48,7 @@ teardown_file() {
   same '[]' "$(json listed 'd["acknowledgments"]')"
 }
 
-@test "the first value of the history is there at once" {
+@test "the history contains the first reading" {
   has_value() {
     ask history GET "/v1/cards/S100/history?field=temperature_celsius"
     [ "$(json history '[p["maximum"] for p in d["points"]]')" = "[48.2]" ]
@@ -61,18 +61,18 @@ teardown_file() {
   same '[]' "$(json unknown 'd["points"]')"
 }
 
-@test "each operation, response and problem of the API document is as described" {
+@test "operations, responses and problems match the API document" {
   keep api python3 "$CORVANE_SOURCE/tests/console/conformance.py" "$SOCKET"
   ended api 0 || { err api; false; }
   silent api err
 }
 
-@test "a forgotten card is a new one when it returns" {
+@test "a forgotten card is no longer known" {
   ask forgotten GET /v1/known-cards
   same '["S100", "S200"]' "$(json forgotten '[c["serial_number"] for c in d["cards"]]')"
 }
 
-@test "a database that cannot be used" {
+@test "an unusable database is reported, and cards are still served" {
   rm -f "$CORVANE_DATABASE"*
   mkdir "$CORVANE_DATABASE"
   ask known GET /v1/known-cards

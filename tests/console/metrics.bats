@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Metrics for collectors: checked by a strict parser, and files that are replaced atomically.
+# The metrics command: output checked by a strict parser, and atomic replacement of text files.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -51,12 +51,12 @@ setup_file() {
 }
 
 metrics() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/metrics.py" "$1" "$BATS_FILE_TMPDIR/$2.out"; }
-# series NAME PATTERN
+# series NAME PATTERN: prints the series of a run that match the pattern.
 series() { metrics series "$1" | grep -E -- "$2"; }
 no_series() { run ! series "$1" "$2"; }
 plain() { "$PROMTOOL" check metrics <"$BATS_FILE_TMPDIR/$1.prom"; }
 
-@test "every family has type and unit for a strict parser" {
+@test "a strict parser finds type and unit of every family" {
   ended all 0
   silent all err
   same "corvane_plugin_up gauge -
@@ -86,7 +86,7 @@ corvane_scan_last_duration_seconds gauge seconds" "$(metrics families all)"
   same "# EOF" "$(out all | tail -1)"
 }
 
-@test "a healthy card has all its readings" {
+@test "metrics has all readings of a healthy card" {
   same "corvane_adapter_temperature_celsius adapter='S100' 48.2
 corvane_adapter_temperature_warning_celsius adapter='S100' 78
 corvane_adapter_temperature_critical_celsius adapter='S100' 85
@@ -105,12 +105,12 @@ corvane_drive_sector_size_bytes adapter='S100' drive='d0' 512" \
 corvane_adapters 2" "$(series all '_(up|adapters) ')"
 }
 
-@test "the end of life is the start of its day" {
+@test "the end-of-life timestamp is the start of the day" {
   same "corvane_adapter_end_of_life_timestamp_seconds adapter='S100' $(date -u -d "$(out date)" +%s)" \
     "$(series all "end_of_life.*S100")"
 }
 
-@test "state sets have 1 for the current state and 0 for the others" {
+@test "state sets are 1 for the current state and 0 for the others" {
   same "corvane_adapter_status adapter='S200' corvane_adapter_status='OK' 0
 corvane_adapter_status adapter='S200' corvane_adapter_status='WARNING' 1
 corvane_adapter_status adapter='S200' corvane_adapter_status='FAILED' 0" \
@@ -125,7 +125,7 @@ corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='FAILED' 0" \
     "$(series all "^corvane_drive_state adapter='S100'")"
 }
 
-@test "every reason has a series, current ones are 1" {
+@test "every reason has a series, which is 1 for current reasons" {
   same "corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMPERATURE_ABOVE_WARN' 1" \
     "$(series all '_reason=.* 1$')"
   same "corvane_adapter_status_reason adapter='S100' corvane_adapter_status_reason='DETACHED' 1
@@ -135,19 +135,19 @@ corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMP
   no_series all "_reason='ATTACHED'"
 }
 
-@test "unknown values have no series, 0 has one" {
+@test "unknown values have no series, but 0 does" {
   no_series all "(temperature|reserve_space)_(celsius|ratio) adapter='S200'"
   no_series worn "power_limit.*S100"
   same "corvane_adapter_written_bytes_total adapter='S200' 0" "$(series worn 'written.*S200')"
   no_series ugly '(celsius|bytes|ratio|watts) '
 }
 
-@test "identity is in the info families" {
+@test "info families have the identity of cards and drives" {
   series all "^corvane_adapter_info adapter='S100' object='a0' name='SanDisk BoardA \(1\)' serial_number='S100' product='BoardA' vendor='SanDisk' .* pci_address='0000:3b:02.1' pci_slot='5' .* 1$"
   series all "^corvane_drive_info adapter='S100' drive='d0' object='a0/d0' name='DriveA \(0\)' product='DriveA' .* 1$"
 }
 
-@test "unusual texts are escaped and parsed back, except control characters" {
+@test "labels preserve unusual texts, with control characters escaped" {
   ended odd 0
   same 'corvane_adapter_temperature_celsius{adapter="a\"b\\c\nd\\x09e\\x7f"} 48.2' \
     "$(out odd | grep '^corvane_adapter_temperature_celsius')"
@@ -170,7 +170,7 @@ corvane_adapter_status adapter='pci:3c:3c.3c' corvane_adapter_status='49999' 1" 
     "$(series ugly '^corvane_adapter_status ')"
 }
 
-@test "no cards is a valid result" {
+@test "metrics succeeds on a machine without cards" {
   local name
   for name in empty bus; do
     ended "$name" 0
@@ -181,7 +181,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   said bus "corvane-host: note: No supported adapter was found in this machine."
 }
 
-@test "a plug-in that cannot be loaded is up 0, an error and its exit code" {
+@test "corvane_plugin_up is 0 and the exit code is not 0 if the plug-in does not start" {
   local row name code
   for row in noplugin:5 noplug:5 deaf:1; do
     IFS=: read -r name code <<<"$row"
@@ -192,20 +192,20 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   done
 }
 
-@test "a usage error is not a metric" {
+@test "a usage error prints no metrics" {
   ended trace 2
   silent trace out
   ended other 2
   said other "corvane-host: list does not accept --textfile"
 }
 
-@test "the measured start is longer than 0 and shorter than the run" {
+@test "the scan duration is positive and shorter than the run" {
   local seconds
   seconds=$(series all scan_last_duration_seconds | cut -d' ' -f2)
   awk -v s="$seconds" '{ exit !(s > 0 && s < $1 + 1) }' "$BATS_FILE_TMPDIR/all.seconds"
 }
 
-@test "events are counted by number, name and severity, including rotated ones" {
+@test "events are counted by number, name and severity, including deleted log entries" {
   local database="$BATS_TEST_TMPDIR/corvane.db"
   CORVANE_DATABASE="$database" corvane-host metrics -q
   /usr/bin/python3 - "$database" <<'END'
@@ -222,7 +222,7 @@ corvane_events_total event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severi
 corvane_events_total event_id='49999' severity='unknown' 1" "$(series events events_total)"
 }
 
-@test "an unusable database affects the event counts only" {
+@test "an unusable database affects only the event counts" {
   ended nodatabase 0
   same "corvane_plugin_up 1
 corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
@@ -251,13 +251,13 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   run ! plain wrong
 }
 
-@test "a plug-in that is down is in the text file too" {
+@test "the text file reports a plug-in that is down" {
   ended down 5
   same "corvane_plugin_up 0" "$(grep -v '^#' "$BATS_FILE_TMPDIR/down.prom")"
   said down "corvane-host: cannot load the plug-in: file not found: /none"
 }
 
-@test "the text file is replaced, not rewritten, and readable for all users" {
+@test "the text file is replaced atomically and readable by all users" {
   cd "$BATS_TEST_TMPDIR"
   echo old >x.prom
   chmod 600 x.prom
@@ -273,7 +273,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   same "" "$(find . -name '.*' -type f)"
 }
 
-@test "a target that cannot be replaced is an error and is not changed" {
+@test "metrics fails if the text file cannot be replaced" {
   ended directory 1
   said directory "corvane-host: cannot write $BATS_FILE_TMPDIR: Is a directory"
   ended nodirectory 1
@@ -284,7 +284,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   [ -p "$BATS_TEST_TMPDIR/pipe" ]
 }
 
-@test "a directory without write permission is exit code 6" {
+@test "metrics exits with 6 without write permission for the directory" {
   local directory="$BATS_TEST_TMPDIR/readonly"
   mkdir "$directory"
   echo old >"$directory/x.prom"
@@ -296,7 +296,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   same "old" "$(cat "$directory/x.prom")"
 }
 
-@test "JSON has the families, even when the plug-in is down" {
+@test "metrics -o json has the families, even when the plug-in is down" {
   valid json downjson
   same '[0, "corvane_adapter_temperature_celsius", "gauge", "celsius", [{"labels": {"adapter": "S100"}, "value": 48.2}]]' \
     "$(json json '[d["exit_code"]] + [[f[k] for k in ("name", "type", "unit", "samples")] for f in d["result"]["families"] if f["name"] == "corvane_adapter_temperature_celsius"][0]')"
@@ -307,7 +307,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
     "$(json json '[[f["samples"][0]["value"] for f in d["result"]["families"] if f["name"] == name][0] for name in ("corvane_adapters", "corvane_drive_physical_size_bytes")]')"
 }
 
-@test "the jq examples of the monitoring page work" {
+@test "the jq examples in the monitoring guide work" {
   corvane-host() { command corvane-host --simulate "$@"; }
   local page="$CORVANE_SOURCE/docs/monitoring.md" lines
   mapfile -t lines < <(sed -n 's/^    \(corvane-host .* | jq .*\)/\1/p' "$page")

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Reads OpenMetrics text as strictly as the format is written, and refuses a series that is there twice.
+"""Parses OpenMetrics text strictly and rejects duplicate series.
 
 metrics.py families FILE    name, type and unit of each family
 metrics.py series FILE      each series with its value
@@ -16,7 +16,7 @@ def series(families):
         for sample in family.samples:
             key = (sample.name, tuple(sorted(sample.labels.items())))
             if key in seen:
-                raise ValueError(f"twice: {key}")
+                raise ValueError(f"duplicate series: {key}")
             seen.add(key)
             labels = " ".join(f"{name}={text!r}" for name, text in sample.labels.items())
             yield f"{sample.name} {labels} {sample.value:.15g}".replace("  ", " ")

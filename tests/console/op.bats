@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# op: operations by the names and numbers of the plug-in.
+# op: running operations by their names or numbers.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -32,7 +32,7 @@ setup_file() {
   wait
 }
 
-@test "op list shows whether each operation is possible now" {
+@test "op list shows whether each operation is currently possible" {
   same "number	name	possible	caption
 50034	OP_LOCATE_DEVICE	yes	Switch the locate LED on
 50035	OP_STOP_LOCATE_DEVICE	ERR_NO_LOCATE_STARTED	Switch the locate LED off
@@ -64,7 +64,7 @@ setup_file() {
   same 0 "$(card force iom_state)"
 }
 
-@test "an operation that the plug-in refuses fails with its error number" {
+@test "op run reports the error number of a refused operation" {
   ended led_off 4
   said led_off "corvane-host: locate a0: locate LED already off (20041)"
   ended unknown 1
@@ -79,14 +79,14 @@ setup_file() {
   untouched unasked severe
 }
 
-@test "a format's arguments are in its plan" {
+@test "op run shows the arguments of a format in its plan" {
   ended plan 0
   grep -qx "  Change  .* -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B" \
     "$BATS_FILE_TMPDIR/plan.out"
   untouched plan
 }
 
-@test "mistyped arguments are usage errors with a suggestion" {
+@test "op rejects invalid arguments with a suggestion" {
   local name
   for name in name kind argument extra action few; do
     echo "$name"

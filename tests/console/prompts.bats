@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Every prompt as a user sees and answers it, and the state of the card afterwards.
+# Prompts and responses on a terminal, and the state of the card afterwards.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -62,7 +62,8 @@ setup_file() {
   wait
 }
 
-# on NAME SIZE STEP... -- ARGUMENTS...: runs the host on its own cards, on a terminal of that size.
+# on NAME SIZE STEP... -- ARGUMENTS...: runs the program with its own cards on a terminal of that
+# size.
 on() {
   local name="$1" file="$BATS_FILE_TMPDIR/$1.json" steps=()
   shift
@@ -83,7 +84,7 @@ mounted() {
     see "Nothing was changed." -- corvane-host format a0/d0 --capacity 50
 }
 
-# played NAME...: all steps succeeded.
+# played NAME...: expects that all steps succeeded.
 played() {
   local name
   for name; do
@@ -91,7 +92,7 @@ played() {
   done
 }
 
-# as_before NAME...: the cards are attached and unchanged.
+# as_before NAME...: expects that the cards are attached and unchanged.
 as_before() {
   local name
   for name; do cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/$name.json"; done
@@ -103,7 +104,7 @@ as_before() {
   same 0 "$(card dumb iom_state)"
 }
 
-@test "n, an empty line and the end of input cancel" {
+@test "n, an empty line and end of input cancel" {
   played no enter eof
   as_before no enter eof
 }
@@ -113,36 +114,36 @@ as_before() {
   as_before halt
 }
 
-@test "each operation of medium risk prompts" {
+@test "attach, offline, detach and op run prompt for confirmation" {
   played attach offline forced op opformat
   same 2 "$(card attach iom_state)"
   as_before offline forced op
   untouched opformat
 }
 
-@test "the answer can be edited, even on a narrow terminal" {
+@test "the response can be edited, even on a narrow terminal" {
   played edit narrow
   as_before edit narrow
 }
 
-@test "the prompt is not on standard output" {
+@test "the prompt is not written to standard output" {
   played piped
   cp "$BATS_FILE_TMPDIR/piped.answer" "$BATS_FILE_TMPDIR/answer.out"
   same "a0: attached -> detached" "$(untimed answer)"
 }
 
-@test "the right serial number formats the drive, and the locate LED blinks until then" {
+@test "format requires the serial number, and the locate LED blinks during the prompt" {
   played right
   same false "$(card right beacon_state)"
   same 549755813888 "$(card right iom_format_size_bytes)"
 }
 
-@test "another serial number changes nothing" {
+@test "a wrong serial number changes nothing" {
   played wrong almost formatno
   untouched wrong almost formatno
 }
 
-@test "an empty line, the end of input and Ctrl-C cancel a format, even with --yes" {
+@test "an empty line, end of input and Ctrl-C cancel a format, even with --yes" {
   played formatenter formateof formathalt formatyes
   untouched formatenter formateof formathalt formatyes
 }

@@ -19,7 +19,7 @@ setup_file() {
   cardsim --state "$BATS_FILE_TMPDIR/many.json" add 0x2001 --count 64
 }
 
-# Two programs run at the same time on one database.
+# start_together FILE: runs two programs simultaneously with the same database.
 start_together() {
   local many="$BATS_FILE_TMPDIR/many.json" file="$1"
   CORVANE_DATABASE="$file" keep one corvane-host --simulate="$many" rows adapter &
@@ -27,7 +27,7 @@ start_together() {
   wait
 }
 
-@test "all rows are counted and shown without the columns that are NULL" {
+@test "rows prints the number of rows and their columns that are not NULL" {
   ended all 0
   same "adapter: 1 row in host_adapter_rows
 drive: 1 row in host_drive_rows
@@ -40,7 +40,7 @@ adapter 1 ad_temperature 48" "$(out all | sed -e 's/  */ /g' -e 's/ $//' | head 
   same "plugin 1 pi_plugin_version 7.7.0" "$(out all | sed -e 's/  */ /g' | tail -1)"
 }
 
-@test "one table is shown alone, as tab-separated values" {
+@test "rows TABLE -o tsv prints one table" {
   ended tsv 0
   same "table	id	column	value
 plugin	1	pi_api_version	3.16.0
@@ -52,7 +52,7 @@ plugin	1	pi_vendor	Skatra
 plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
 }
 
-@test "rows in JSON have numbers, texts and lists and match the schema" {
+@test "rows -o json has numbers, texts and lists and matches the schema" {
   valid json
   same '["adapter", "drive", "plugin"]' "$(json json '[t["table"] for t in d["result"]["tables"]]')"
   same '[1, 1, 1]' "$(json json '[t["count"] for t in d["result"]["tables"]]')"
@@ -70,14 +70,14 @@ plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
     'del d["result"]["tables"][0]["rows"][0]["ID"]'
 }
 
-@test "an unknown table is refused with the names of the others" {
+@test "rows refuses an unknown table and lists the valid ones" {
   ended wrong 2
   valid wrong
   grep -q "unknown table 'drives'" "$BATS_FILE_TMPDIR/wrong.err"
   grep -q "Tables: adapter, drive, plugin" "$BATS_FILE_TMPDIR/wrong.err"
 }
 
-@test "an unreadable database is a failure, and the plug-in starts anyway" {
+@test "rows fails with an unreadable database, but the plug-in starts" {
   ended broken 1
   valid broken
   same '["DATABASE_FAILED", "libCorvane.so"]' \

@@ -4,19 +4,19 @@
 Usage: screen.py ROWSxCOLUMNS STEP... -- COMMAND...
 
 Steps, in order:
-  see TEXT         wait until the text is on the screen
-  gone TEXT        wait until it is not on the screen
-  press KEYS       as typed, or Enter, Up, Down, Left, Escape, Backspace, Ctrl-C, Ctrl-D
+  see TEXT         wait until the screen shows the text
+  gone TEXT        wait until the screen no longer shows the text
+  press KEYS       type the text, or press Enter, Up, Down, Left, Escape, Backspace, Ctrl-C, Ctrl-D
   size ROWSxCOLS   change the terminal's size
-  run COMMAND      in another shell
-  colored TEXT    whether it is there in a color of its own
-  uncolored TEXT  whether it is there without a color
+  run COMMAND      run a shell command outside the terminal
+  colored TEXT     fail unless the text is on the screen in color
+  uncolored TEXT   fail unless the text is on the screen without color
   print            write the screen to standard output
-  ends CODE        wait until the program ends, with this exit code, or with any, and with the
-                   terminal as it was
-  raw TEXT         whether these bytes were sent so far: \\e is escape
-  never TEXT       the same, but they must not have been sent
-Ends with 0 when every step went well within its time.
+  ends CODE        wait until the program exits; fail unless the exit code is CODE or CODE is `any`,
+                   and the terminal modes are restored
+  raw TEXT         fail unless the program has sent these bytes; \\e stands for escape
+  never TEXT       fail if the program has sent these bytes
+Exits with 0 if every step succeeded within its timeout.
 """
 import codecs
 import os
@@ -29,14 +29,14 @@ import time
 import pexpect
 import pyte
 
-# The time to wait for output that does not arrive; it costs nothing if the output arrives.
+# Timeout of each step that waits.
 TIMEOUT_SECONDS = 120
 KEYS = {"Enter": "\r", "Up": "\x1bOA", "Down": "\x1bOB", "Left": "\x1b[D", "Escape": "\x1b",
         "Backspace": "\x7f", "Ctrl-C": "\x03", "Ctrl-D": "\x04"}
 
 
 class Screen(pyte.Screen):
-    """Scrolls on command, as xterm does and the model does not."""
+    """Adds the scroll sequences of xterm, which the base class lacks."""
 
     def scroll(self, count, bottom_first, step):
         top, bottom = self.margins or (0, self.lines - 1)
@@ -121,7 +121,7 @@ def size_of(text):
 
 
 def fresh_modes():
-    """Those of a new terminal. The program may have changed its own before they could be read."""
+    """Returns the modes of a new terminal. The program may have changed those of its terminal."""
     pair = os.openpty()
     try:
         return termios.tcgetattr(pair[0])
@@ -156,9 +156,9 @@ def play(terminal, steps):
             terminal.until(message, terminal.has_ended)
             terminal.take(0.2)
             if argument not in ("any", str(terminal.code())):
-                terminal.fail(f"{message}: it ended with {terminal.code()}")
+                terminal.fail(f"{message}: the program exited with {terminal.code()}")
             if terminal.modes() != modes:
-                terminal.fail("the terminal's modes are not as they were")
+                terminal.fail("the terminal modes were not restored")
         elif verb in ("raw", "never"):
             bytes_wanted = codecs.escape_decode(argument.replace("\\e", "\\x1b"))[0]
             if (bytes_wanted in terminal.sent) != (verb == "raw"):

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The service, by its clients' requests.
+# The service and its responses to clients.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -26,8 +26,8 @@ teardown_file() {
   same "ready" "$(out ready)"
 }
 
-# Except for the time and the state of events. Two plug-ins assign the same ids.
-@test "the cards are the same document as that of list" {
+# Object ids are the same in both plug-in processes.
+@test "/v1/cards returns the same result as list" {
   document cards /v1/cards
   CORVANE_DATABASE=:memory: keep list host list -o json
   ended list 0
@@ -44,7 +44,7 @@ teardown_file() {
   same '"drive"' "$(json drive 'd["result"]["object"]["type"]')"
 }
 
-@test "unknown cards, drives and paths are 404" {
+@test "unknown cards, drives and paths return 404" {
   ask unknown GET /v1/cards/S300
   problem unknown 404 NO_SUCH_OBJECT
   ask drive GET /v1/cards/S100/drives/1
@@ -55,7 +55,7 @@ teardown_file() {
   problem option 404 NO_SUCH_OBJECT
 }
 
-@test "status, events and metrics are documents" {
+@test "status, events and metrics return valid documents" {
   document status /v1/status
   same '["TEMPERATURE_ABOVE_WARN"]' "$(json status \
     '[r["name"] for o in d["result"]["objects"] if o["object"] == "a1" for r in o["reasons"]]')"
@@ -73,7 +73,7 @@ teardown_file() {
   tag=$(curl -s --unix-socket "$SOCKET" -D - -o /dev/null http://service/v1/cards |
     sed -n 's/^ETag: \(.*\)\r$/\1/ip')
   [ -n "$tag" ]
-  # A new snapshot may come between the two.
+  # A new snapshot may be published between the two requests.
   unchanged() {
     tag=$(curl -s --unix-socket "$SOCKET" -D - -o /dev/null http://service/v1/cards |
       sed -n 's/^ETag: \(.*\)\r$/\1/ip')
@@ -109,7 +109,7 @@ teardown_file() {
   grep -qx "PollInterval=17" "$CORVANE_CONFIG_DIR/Corvane.ini"
 }
 
-@test "a session refuses commands that the service itself sends" {
+@test "a session refuses commands reserved for the service" {
   ask initialize POST /v1/session '{"command": "INITIALIZE"}'
   problem initialize 409 RESERVED
   ask deinitialize POST /v1/session '{"command": "DEINITIALIZE"}'
@@ -127,7 +127,7 @@ teardown_file() {
   done
 }
 
-@test "cards are still served after the plug-in process has ended, until it is restarted" {
+@test "cards are served while the plug-in process is down" {
   local before
   before=$(plugin_process)
   kill -STOP "$before"
@@ -193,7 +193,7 @@ teardown_file() {
   same "corvane-host: note: serving at $socket" "$(cat "$BATS_FILE_TMPDIR/other.err")"
 }
 
-@test "only the service starts the plug-in process" {
+@test "plug-in processes can only be started by the service" {
   keep process corvane-host plugin-process libCorvane.so
   ended process 2
   said process "corvane-host: plugin-process: only the service can start it"

@@ -1,7 +1,7 @@
-# Shared by the test files of the service: it runs on the file's simulated cards, and its clients are
-# runs of curl.
+# Helpers for the suites that test the service. The service uses the simulated cards of the suite,
+# and curl sends the requests.
 
-# start_service [OPTION...]: starts it at $SOCKET, and waits until the plug-in has reported its cards.
+# start_service [OPTION...]: starts the service at $SOCKET and waits until it is ready.
 start_service() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
   export SOCKET="$BATS_FILE_TMPDIR/run/corvane.sock"
@@ -14,10 +14,11 @@ stop_service() { kill "$(cat "$BATS_FILE_TMPDIR/pid")" 2>/dev/null || true; }
 
 answers_ready() { ask ready GET /readyz && [ "$(rc ready)" = 200 ]; }
 
-# plugin_process: the pid of the process that holds the plug-in.
+# plugin_process: prints the process id of the plug-in process.
 plugin_process() { pgrep -P "$(cat "$BATS_FILE_TMPDIR/pid")" -f plugin-process; }
 
-# ask NAME METHOD PATH [BODY]: keeps the body of the response as NAME.out and its status as NAME.rc.
+# ask NAME METHOD PATH [BODY]: sends a request and keeps the body of the response as NAME.out and
+# its status as NAME.rc.
 ask() {
   local name="$BATS_FILE_TMPDIR/$1" body=()
   [ $# -lt 4 ] || body=(-H "Content-Type: application/json" -d "$4")
@@ -25,14 +26,14 @@ ask() {
     -w '%{http_code}' "${body[@]}" "http://service$3" >"$name.rc"
 }
 
-# document NAME PATH: a response with status 200 that matches the schema.
+# document NAME PATH: requests a document and expects status 200 and a match with the schema.
 document() {
   ask "$1" GET "$2"
   ended "$1" 200
   valid "$1"
 }
 
-# problem NAME STATUS ID: the response is a problem document.
+# problem NAME STATUS ID: expects a problem document with this status and id.
 problem() {
   ended "$1" "$2"
   same "[$2, \"$3\"]" "$(json "$1" '[d["status"], d["id"]]')"

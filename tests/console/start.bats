@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Failures during start, and what remains after the program is killed.
+# Failures during start, and cleanup after the program is killed.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -13,7 +13,7 @@ setup_file() {
   cardsim sysfs "$CORVANE_SYSFS"
 }
 
-# without_threads NAME ARGUMENTS...: the plug-in cannot start threads.
+# without_threads NAME ARGUMENTS...: keeps a run in which the plug-in cannot start threads.
 without_threads() {
   local name="$1"
   shift
@@ -21,9 +21,10 @@ without_threads() {
     keep "$name" timeout 100 corvane-host "$@"
 }
 
-@test "a plug-in that hangs at the end is abandoned if no thread can be started" {
+@test "the program exits without stopping the plug-in if it cannot start a thread" {
   local log="$BATS_TEST_TMPDIR/log"
-  # Threads fail once the plug-in's log has its first line, which is written after the start.
+  # Thread creation fails once the plug-in's log has its first line, which it writes during the
+  # start.
   export CONSOLE_TEST_LOG="$log" CONSOLE_TEST_NO_THREADS="$log"
   CONSOLE_TEST_PLUGIN="hang in DeInitialize" without_threads unstopped --plugin "$ODD_PLUGIN" list
   unset CONSOLE_TEST_LOG CONSOLE_TEST_NO_THREADS
@@ -33,7 +34,7 @@ without_threads() {
   same "Initialize" "$(cat "$log")"
 }
 
-@test "advice for an unreadable configuration is not to remove it" {
+@test "the error for an unreadable configuration advises to check its permissions" {
   local config="$BATS_TEST_TMPDIR/config"
   mkdir "$config"
   echo PollInterval=20 >"$config/Corvane.ini"
@@ -45,7 +46,7 @@ without_threads() {
   Run this as its owner or as root. Nothing was changed." "$(err denied)"
 }
 
-@test "advice for an invalid configuration is to repair or remove it" {
+@test "the error for an invalid configuration advises to repair or remove it" {
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval\0 [[[\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep damaged corvane-host list
@@ -55,14 +56,16 @@ without_threads() {
 
 nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }
 
-# killed SIGNAL NAME: sends the signal to a running simulation; its directory is removed.
+# killed SIGNAL NAME: sends the signal to a running simulation and expects its directory to be
+# removed.
 killed() {
   # Programs that a shell starts in the background ignore SIGQUIT.
   stop_when "$1" "$TMPDIR" . "$2" env --default-signal=QUIT corvane-host --simulate watch || true
   eventually nothing_is_left
 }
 
-# All signals that end a program, but for those that it handles, and one of the real-time signals.
+# deadly: prints the signals that terminate the program because it does not handle them, including
+# one real-time signal.
 deadly() {
   kill -l | tr -s ' \t' '\n' | sed -n 's/^SIG//p' |
     grep -vxE '(INT|TERM|HUP|PIPE|CHLD|CONT|STOP|TSTP|TTIN|TTOU|URG|WINCH)|RTM.*[-+].*|RTMAX'
@@ -74,24 +77,24 @@ deadly() {
   deadly | grep -qx QUIT
   for signal in $(deadly); do
     killed "$signal" "kill$signal"
-    # A sanitizer reports some of them, and exits.
+    # A sanitizer reports some of these signals and exits with a different code.
     [ -n "$CORVANE_SANITIZE" ] || ended "kill$signal" $((128 + $(kill -l "$signal")))
   done
 }
 
-# has_child_outside PID: a child of this process has another session.
+# has_child_outside PID: succeeds if a child of this process has a different session.
 has_child_outside() {
   cat /proc/[0-9]*/stat 2>/dev/null | sed 's/.*) //' |
     awk -v pid="$1" '$2 == pid && $4 != pid {found = 1} END {exit !found}'
 }
 
-# A terminal sends the signals of its keys to the whole group.
+# A terminal sends the signals of its keys to the complete process group.
 @test "a simulation whose process group is killed leaves no directory" {
   local signal pid
   for signal in QUIT KILL; do
     setsid env --default-signal=QUIT corvane-host --simulate watch >/dev/null 2>&1 3>&- &
     pid=$!
-    # The process that removes the directory.
+    # Wait for the process that will remove the directory.
     eventually has_child_outside "$pid"
     kill "-$signal" -- "-$pid"
     wait "$pid" || true
@@ -107,7 +110,7 @@ has_child_outside() {
   done
 }
 
-@test "a simulation is not created in a directory that another user could replace" {
+@test "--simulate refuses a temporary directory of another user" {
   [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
   mkdir "$BATS_TEST_TMPDIR/tmp"
   chown "65534" "$BATS_TEST_TMPDIR/tmp"
@@ -116,7 +119,7 @@ has_child_outside() {
   said tmp "corvane-host: cannot simulate cards: $BATS_TEST_TMPDIR/tmp belongs to uid 65534"
 }
 
-@test "without its worker thread, the plug-in shows the values that it has read, with a note" {
+@test "list prints a note if the worker thread cannot be started" {
   without_threads list list -o value
   ended list 0
   same "a0
@@ -126,7 +129,7 @@ a1/d0" "$(out list)"
   said list "corvane-host: note: the plug-in could not start the thread that polls the cards; no events will arrive"
 }
 
-@test "without the worker thread, commands that wait for events fail" {
+@test "commands that wait for events fail if the worker thread cannot be started" {
   local name
   without_threads wait wait a0 gone
   without_threads watch watch
@@ -139,7 +142,7 @@ a1/d0" "$(out list)"
   done
 }
 
-@test "a job without a thread fails at once" {
+@test "attach fails immediately if its thread cannot be started" {
   cardsim set card0 iom_state 0
   without_threads attach attach a0 -y
   cardsim set card0 iom_state 2
@@ -147,10 +150,10 @@ a1/d0" "$(out list)"
   said attach "corvane-host: attach a0: the plug-in could not start a thread"
 }
 
-@test "a thread that the program cannot start is reported" {
+@test "the program reports that it cannot start a thread" {
   [ -z "$CORVANE_SANITIZE" ] || skip "a sanitizer needs more address space than the limit allows"
-  # The stack of each thread is as large as this limit, too large to be allocated.
-  # shellcheck disable=SC2016  # for the other shell
+  # The stack limit sets the size of each thread's stack, which is then too large to be allocated.
+  # shellcheck disable=SC2016  # expanded by the inner bash
   keep thread bash -c 'ulimit -s 8000000 && ulimit -v 4000000 && exec corvane-host list'
   ended thread 1
   said thread "corvane-host: cannot start a thread: Resource temporarily unavailable"

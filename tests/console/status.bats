@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Problems of the cards, causes and actions; and waiting for a condition.
+# The status command, which shows problems with causes and actions, and the wait command.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -60,7 +60,7 @@ setup_file() {
 
 trace_of() { echo "$BATS_FILE_TMPDIR/$1.trace"; }
 
-# Waits until the host has read the cards of that name.
+# after_a_while NAME ARGUMENTS...: changes the cards after the program has read them.
 after_a_while() {
   eventually has_read "$(trace_of "$1")"
   cards "$@"
@@ -71,7 +71,7 @@ one_event() {
   echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/follow.ends"
 }
 
-# A wait whose reader has exited: prints its exit code, its duration and its processor time.
+# Runs a wait whose reader has exited. Prints its exit code, duration and CPU time.
 unread() {
   local TIMEFORMAT="%R %U %S" code=0
   time {
@@ -91,7 +91,7 @@ a1  WARNING
     see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
 }
 
-@test "the drive of a detached card is shown as detached, and with the plug-in's status to scripts" {
+@test "the drive of a detached card is shown as detached, but scripts get the plug-in's status" {
   same "a0/d0  detached" "$(out degradeddrive)"
   grep -qE "^a0/d0 +DriveA \(0\) +detached " "$BATS_FILE_TMPDIR/degradedlist.out"
   same "a0/d0	AVAILABLE" "$(out degradedtsv | grep a0/d0)"
@@ -101,14 +101,14 @@ a1  WARNING
     "$(json degradedjson '[o["status"] for o in d["result"]["objects"] if o["object"] == "a0/d0"]')"
 }
 
-@test "only a ratio may be compared in percent" {
+@test "wait accepts percentages only for ratios" {
   ended wornless 0
   ended wornout 7
   ended hotper 2
   said hotper "corvane-host: '5%' is not a number"
 }
 
-@test "a reason is shown with its reading and limit" {
+@test "status shows a reason with its reading and limit" {
   ended ascii 0
   same "a0     WARNING
     why   Detached
@@ -123,16 +123,16 @@ a1/d0  FAILED
     see   corvane-host show a1/d0" "$(out ascii)"
 }
 
-@test "a drive that is requested is shown even if it is healthy" {
+@test "status OBJ shows a drive even if it is healthy" {
   same "a0/d0  available" "$(out drive)"
 }
 
-@test "status as tsv has one row per reason" {
+@test "status -o tsv prints one row per reason" {
   same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning threshold: temperature unknown, warning 78 °C	Check fans and airflow around the card, or reduce its load.
 a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 
-@test "status in JSON has the measured value, the limit and the advice" {
+@test "status -o json has the reasons with measured value and limit" {
   valid json degradedjson lines:4
   same '[["a0", true, []], ["a0/d0", true, []], ["a1", false, ["TEMPERATURE_ABOVE_WARN"]], ["a1/d0", true, []]]' \
     "$(json json '[[o["object"], o["ok"], [r["name"] for r in o["reasons"]]] for o in d["result"]["objects"]]')"
@@ -140,30 +140,30 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
     "$(json degradedjson '[d["result"]["objects"][2]["reasons"][0][k] for k in ("measured", "limit")]')"
 }
 
-@test "a machine without cards has no status" {
+@test "status prints nothing on a machine without cards" {
   ended none 0
   silent none out
 }
 
-@test "a condition that is already true returns at once" {
+@test "wait returns immediately if the condition is already true" {
   ended already 0
   silent already err
   out already | grep -qxE 'a1 warning: WARNING after [0-9.]+ s'
   same "TEMPERATURE_ABOVE_WARN,ATTACHED" "$(out reason)"
 }
 
-@test "a wait ends when the plug-in reports the change" {
+@test "wait returns when the plug-in reports the change" {
   ended soon 0
   grep -qE '^a1 status!=WARNING: OK after [0-9.]+ s$' "$BATS_FILE_TMPDIR/soon.out"
 }
 
-@test "a removed card is gone, although another one now has its positional name" {
+@test "wait gone detects a removed card even if another card now has its name" {
   ended leave 0
   grep -qE '^a0 gone: gone after [1-9][0-9.]* s$|^a0 gone: gone after 0[.][1-9] s$' \
     "$BATS_FILE_TMPDIR/leave.out"
 }
 
-@test "a wait that times out ends with 7 and reports the last value" {
+@test "wait exits with 7 on timeout and reports the last value" {
   ended late 7
   silent late out
   said late "corvane-host: wait a0 temperature_celsius<40: timed out after 1.0 s, last value 48.2"
@@ -178,7 +178,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   said lacking "corvane-host: wait a1 temperature_celsius<400: timed out after 0.0 s, last value -"
 }
 
-@test "an unknown object ends a wait, except with gone and present" {
+@test "wait rejects an unknown object, except for gone and present" {
   ended absent 3
   said absent "corvane-host: a7: no such object"
   ended gone 0
@@ -189,7 +189,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
     "$(json present '[d["result"][k] for k in ("object", "condition", "seen")]')"
 }
 
-@test "an invalid condition is reported before the plug-in is started" {
+@test "wait rejects an invalid condition" {
   ended word 2
   said word "  Did you mean 'attached'?"
   ended number 2
@@ -198,17 +198,17 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   said property "corvane-host: a0: no property 'temperatur'"
 }
 
-@test "an interrupted wait ends with 130 and reports the last value" {
+@test "an interrupted wait exits with 130 and reports the last value" {
   ended stopped 130
   said stopped "corvane-host: note: a0 was present"
 }
 
-@test "a wait whose reader has exited continues without using the processor" {
+@test "a wait whose reader has exited continues without using CPU time" {
   same 7 "$(out unread)"
   tail -1 "$BATS_FILE_TMPDIR/unread.times" | awk '{exit !($1 >= 4 && $2 + $3 < $1 / 4)}'
 }
 
-@test "events -f prints events as the worker finds them and ends with its reader" {
+@test "events -f prints events as they are detected and exits when its reader exits" {
   same "0 0" "$(cat "$BATS_FILE_TMPDIR/follow.ends")"
   valid follow
   same '[[10970, "CTRL_CORRECTABLE_PCI_ERRORS", "warning", "a0"]]' \

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# A plug-in or card library that never returns, or a plug-in without its thread: every command ends
-# and says so.
+# Every command exits and reports the problem if the plug-in or the card library hangs, or if the
+# plug-in cannot start its thread.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -13,11 +13,11 @@ setup_file() {
 
 every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
 
-@test "every command ends by itself when the plug-in hangs" {
+@test "every command times out when the plug-in hangs" {
   every timeout
 }
 
-@test "every command ends after one SIGINT when the plug-in hangs" {
+@test "every command exits after one SIGINT when the plug-in hangs" {
   every signal
 }
 
@@ -32,14 +32,15 @@ a1
   said stop "corvane-host: note: the plug-in does not stop; exiting anyway"
 }
 
-@test "a change that times out may still take effect, and says so" {
+@test "set warns after a timeout that the change may still take effect" {
   CONSOLE_TEST_PLUGIN="hang in SetProperty" keep set \
     timeout 100 corvane-host --plugin "$ODD_PLUGIN" set plugin poll_interval=30 --timeout 1s
   ended set 7
   said set "  The command may still take effect; check with show."
 }
 
-# The card library waits for the lock of the cards as long as the command runs.
+# with_hung_library COMMAND...: runs the command while the card library waits for the lock of the
+# cards.
 with_hung_library() {
   local sys="$BATS_TEST_TMPDIR/sys"
   cardsim sysfs "$sys"
@@ -48,13 +49,13 @@ with_hung_library() {
   CORVANE_SYSFS="$sys" "$@"
 }
 
-@test "a card library that hangs ends the command with 7" {
+@test "list exits with 7 if the card library hangs" {
   with_hung_library keep library timeout 100 corvane-host list --timeout 1s
   ended library 7
   said library "corvane-host: the plug-in does not respond"
 }
 
-@test "every command has a default timeout for a card library that hangs" {
+@test "every command has a default timeout for a hanging card library" {
   with_hung_library every library
 }
 
@@ -62,7 +63,7 @@ with_hung_library() {
   every no-worker
 }
 
-@test "a wrong --timeout is refused by every command before the plug-in is loaded" {
+@test "every command rejects an invalid --timeout before it loads the plug-in" {
   local command
   for command in list tree status events watch metrics rows plugin check; do
     CONSOLE_TEST_PLUGIN=hang run timeout 100 corvane-host --plugin "$ODD_PLUGIN" "$command" --timeout soon

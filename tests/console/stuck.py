@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Every command that loads a plug-in, against plug-ins that hang or cannot start threads.
+"""Runs every command that loads a plug-in with plug-ins that hang or cannot start threads.
 
-stuck.py timeout    each command ends by itself, with the exit code for it
-stuck.py signal     each command ends after one SIGINT
-stuck.py library    each command ends by itself, without --timeout, while the card library hangs in
+stuck.py timeout    each command exits with the exit code for a timeout
+stuck.py signal     each command exits after one SIGINT
+stuck.py library    each command exits after the default timeout while the card library hangs in
                     the plug-in of the environment
 stuck.py no-worker  each command reports that the plug-in cannot poll the cards
 
@@ -31,7 +31,7 @@ PLUGIN = os.environ["ODD_PLUGIN"]
 TIMEOUT_SECONDS = 200
 DEFAULT_LIMIT = 30
 
-# Command: its arguments, where they differ from those that the synopsis requires.
+# Arguments by command, if they differ from those that the synopsis requires.
 OVERRIDES = {
     "get": "a0 name",
     "set": "plugin poll_interval=30",
@@ -43,13 +43,13 @@ OVERRIDES = {
     "wait": "a0 gone",
 }
 
-# These do not load a plug-in; the service outlives one that hangs.
+# Commands that do not load a plug-in, and serve, which keeps running if its plug-in hangs.
 ALONE = {"explain", "completion", "help", "serve", "version"}
 
 START = ["hang in createIf", "hang", "hang in SetAdapterIDs"]
 NO_OBJECTS = {"plugin", "rows"}
 
-# Commands that hang after a successful start: arguments, and the place.
+# Commands that hang after a successful start: the arguments, and the test plug-in's case.
 LATER = [
     ("events --for 1s", "hang2"),
     ("watch --for 1s", "hang2"),
@@ -58,14 +58,14 @@ LATER = [
     ("metrics --timeout 1s -o json", "hang1"),
     ("set plugin poll_interval=30 --timeout 1s", "hang in SetProperty"),
     ("wait a0 gone --timeout 1s", "hang2"),
-    ("list", "hang1"),  # by default
+    ("list", "hang1"),  # after the default timeout
     ("events --for 1s", "hang"),
 ]
 
-# Commands that wait for something other than their results.
+# Commands that wait for events.
 WAITING = ["events --for 1s", "watch --for 1s", "events -f"]
 
-# Without polls, they have nothing to wait for.
+# Commands that cannot work without the plug-in's polling.
 NEED_WORKER = {"wait", "watch"}
 
 TIMED_OUT, UNKNOWN, STOPPED, FAILED = 7, 3, 130, 1
@@ -83,9 +83,9 @@ def run(words, environment):
     )
 
 
-def start(words, place):
+def start(words, case):
     name = DIRECTORY / str(next(counter))
-    environment = {"CONSOLE_TEST_PLUGIN": place, "CONSOLE_TEST_LOG": f"{name}.log"}
+    environment = {"CONSOLE_TEST_PLUGIN": case, "CONSOLE_TEST_LOG": f"{name}.log"}
     return name, run(["--plugin", PLUGIN, *words], environment)
 
 
@@ -101,24 +101,24 @@ def finish(process, words, expected, texts):
     said = out if words[0] == "check" else err
     for text in texts:
         if text not in said:
-            return f"does not say '{text}': {said}"
+            return f"'{text}' is missing: {said}"
     return None
 
 
-def timeout(words, place):
-    _, process = start(words, place)
+def timeout(words, case):
+    _, process = start(words, case)
     if words[0] == "check":
         return finish(process, words, UNKNOWN, ["timed out after 1000 ms"])
     return finish(process, words, TIMED_OUT, [TEXT])
 
 
-def interrupt(words, place):
-    name, process = start(words, place)
+def interrupt(words, case):
+    name, process = start(words, case)
     log = pathlib.Path(f"{name}.log")
     end = time.monotonic() + TIMEOUT_SECONDS
     while not log.exists() or "hangs" not in log.read_text():
         if process.poll() is not None or time.monotonic() > end:
-            return f"does not come to '{place}': {process.communicate()[1]}"
+            return f"does not reach '{case}': {process.communicate()[1]}"
         time.sleep(0.05)
     process.send_signal(signal.SIGINT)
     if words[0] == "check":
@@ -134,17 +134,17 @@ def library(words):
         expected, texts = UNKNOWN, [f"timed out after {DEFAULT_LIMIT}000 ms"]
     problem = finish(process, words, expected, texts)
     if not problem and time.monotonic() - begin < DEFAULT_LIMIT:
-        return f"ends before {DEFAULT_LIMIT} s"
+        return f"exits before {DEFAULT_LIMIT} s"
     return problem
 
 
 def no_worker(words):
-    # A copy for each, because some of them change the cards.
+    # A separate copy for each run, because some commands change the cards.
     cards = DIRECTORY / f"{next(counter)}.json"
     shutil.copy(os.environ["CARDSIM_STATE"], cards)
     asan = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
     preload = {"LD_PRELOAD": os.environ["NO_PLUGIN_THREAD"], "ASAN_OPTIONS": asan}
-    # As text, it prints only the state for the monitoring system.
+    # The text output of check contains only the state for the monitoring system.
     form = ["-o", "json"] if words[0] == "check" else []
     process = run([f"--simulate={cards}", *words, *form], preload)
     if words[0] in NEED_WORKER or " ".join(words) in WAITING:
@@ -159,14 +159,14 @@ def no_worker(words):
 
 
 def loading():
-    """The commands that load a plug-in, with their arguments."""
+    """Returns the commands that load a plug-in, with their arguments."""
     own_help = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
     found = commands.arguments(own_help, OVERRIDES)
     return {name: words for name, words in sorted(found.items()) if name not in ALONE}
 
 
 def lines():
-    """The words of each command."""
+    """Yields the words of each command line."""
     for command, arguments in loading().items():
         arguments = arguments.replace("OBJ", "a0").replace("DRIVE", "a0/d0")
         yield [command, *arguments.split()]
@@ -174,15 +174,15 @@ def lines():
 
 def cases(more):
     for words in lines():
-        for place in START + ([] if words[0] in NO_OBJECTS else ["hang1"]):
-            yield [*words, *more], place
+        for case in START + ([] if words[0] in NO_OBJECTS else ["hang1"]):
+            yield [*words, *more], case
 
 
 def work_of(what):
-    """What to do with each row, and the rows."""
+    """Returns the function to call for each row, and the rows."""
     if what == "timeout":
         rows = list(cases(["--timeout", "1s"]))
-        rows += [(words.split(), place) for words, place in LATER]
+        rows += [(words.split(), case) for words, case in LATER]
         rows.append((["complete", "--", "--plugin", PLUGIN, "show", ""], "hang1"))
         return timeout, rows
     if what == "signal":
@@ -194,14 +194,14 @@ def work_of(what):
 def main(what):
     work, rows = work_of(what)
     failed = 0
-    # Most of them wait for half a minute, because their own timeout is for something else.
+    # Many, because most runs only wait for the default timeout of 30 s.
     with concurrent.futures.ThreadPoolExecutor(max_workers=48) as pool:
         running = [(row, pool.submit(work, *row)) for row in rows]
-        for (words, *place), future in running:
+        for (words, *case), future in running:
             problem = future.result()
             if problem:
                 failed += 1
-                print(f"{' '.join([*words, *place])}: {problem}")
+                print(f"{' '.join([*words, *case])}: {problem}")
     print(f"{len(rows)} runs, {failed} failed")
     sys.exit(failed != 0)
 

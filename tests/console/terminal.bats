@@ -24,7 +24,7 @@ setup_file() {
   wait
 }
 
-# Runs a command on a terminal of 40 columns and kind $1.
+# on_terminal TERM COMMAND...: runs a command on a terminal of this type with 40 columns.
 on_terminal() {
   TERM="$1" script -qec "stty cols 40; ${*:2}" /dev/null
 }
@@ -56,7 +56,7 @@ colored() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
 
 @test "--color always overrides NO_COLOR" { colored always; }
 
-@test "a narrow terminal truncates nothing" {
+@test "list does not truncate its output on a narrow terminal" {
   plain auto | grep -q "a1 .*MOLT EP PX600 (2) .*WARNING .*0000:5e:00.0 S200$"
   same "$(plain auto)" "$(plain never)"
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Failures: exit codes, one clear message, no changes and no leftover files.
+# Failures: exit codes and messages, without changes or leftover files.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -47,7 +47,7 @@ with_config() {
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep config "${@:2}"
 }
 
-@test "no cards is not an error: an empty result and a note" {
+@test "a machine without cards gives an empty result and a note" {
   local name
   for name in empty bus; do
     ended "$name" 0
@@ -64,7 +64,7 @@ with_config() {
   silent quiet err
 }
 
-@test "a card library that does not start is a failure" {
+@test "list fails if the card library does not start" {
   ended deaf 1
   silent deaf out
   grep -q "^corvane-host: cannot start the plug-in: .* (20012)$" "$BATS_FILE_TMPDIR/deaf.err"
@@ -96,7 +96,7 @@ with_config() {
   cmp "$BATS_FILE_TMPDIR/damaged.ini" "$BATS_TEST_TMPDIR/config/Corvane.ini"
 }
 
-@test "a configuration without read permission is exit code 6" {
+@test "a configuration without read permission exits with 6" {
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval=20\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   chmod 000 "$BATS_TEST_TMPDIR/config/Corvane.ini"
@@ -105,7 +105,7 @@ with_config() {
   grep -q "/config/Corvane.ini: Permission denied$" "$BATS_FILE_TMPDIR/denied.err"
 }
 
-@test "an unknown verb, option, object or column comes with a suggestion" {
+@test "errors for an unknown command, option, column or name have a suggestion" {
   run -2 corvane-host lsit
   [[ "$output" == *"unknown command 'lsit'"*"Did you mean 'list'?"* ]]
   run -2 corvane-host list --colour always
@@ -119,13 +119,13 @@ with_config() {
   [[ "$output" == *"Did you mean 'CTRL_NORMAL'?"* ]]
 }
 
-@test "--simulate FILE without an equals sign comes with the right form" {
+@test "the error for --simulate FILE without an equals sign shows the correct form" {
   run -2 corvane-host --simulate /tmp/cards.json list
   same "corvane-host: unknown command '/tmp/cards.json'
   To use it as the file of simulated cards: --simulate=/tmp/cards.json" "$output"
 }
 
-@test "a failure has the command in its envelope if the verb is known" {
+@test "JSON of a failure has the command if it is known" {
   local words
   for words in "show a1 -o jsonl" "show a1 -c x -o json" "show -o json" "show a1 --nope -o json"; do
     # shellcheck disable=SC2086  # words
@@ -169,7 +169,7 @@ with_config() {
   [[ "$output" == *"--trace: invalid levels '2,x'"* ]]
 }
 
-@test "the trace is written to the file or to standard error only" {
+@test "the trace is written only to the trace file or to standard error" {
   same "a0
 a0/d0
 a1
@@ -189,18 +189,18 @@ a1/d0" "$(out tracefile)"
   [[ "$output" == *"libhostkit.so is not a storage plug-in: no symbol createIf"* ]]
 }
 
-@test "a plug-in of another interface version is incompatible" {
+@test "a plug-in with another interface version is incompatible" {
   ended version 5
   grep -q "has interface version 3, this host requires version 2$" "$BATS_FILE_TMPDIR/version.err"
   ended memory 5
 }
 
-@test "a plug-in that does not start fails with its error" {
+@test "list reports the error of a plug-in that does not start" {
   ended locks 1
   grep -q "^corvane-host: cannot start the plug-in: .* (20011)$" "$BATS_FILE_TMPDIR/locks.err"
 }
 
-@test "a plug-in that refuses its adapters' numbers is stopped and reported" {
+@test "a plug-in that refuses its adapter numbers is stopped and reported" {
   ended numbers 1
   silent numbers out
   grep -qE "^corvane-host: cannot assign adapter numbers: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
@@ -210,7 +210,7 @@ DeInitialize
 gone" "$(cat "$BATS_FILE_TMPDIR/numbers.log")"
 }
 
-@test "output of a plug-in is not mixed with the result" {
+@test "the output of a plug-in is kept separate from the result" {
   same "a0
 a0/d0
 a1
@@ -224,12 +224,12 @@ noise 10
 noise 3" "$(err verbose)"
 }
 
-@test "output that cannot be written is a failure" {
+@test "list fails if its output cannot be written" {
   ended full 1
   said full "corvane-host: cannot write the output: No space left on device"
 }
 
-@test "a full device fails every command in every form" {
+@test "every command fails in every form if the output device is full" {
   export CORVANE_DATABASE="$BATS_TEST_TMPDIR/log.db"
   keep none host events
   enter "$CORVANE_DATABASE" "2026-11-19T23:59:59 3 10967 1 'BoardA (1)' 'Too hot.' S100 19038"
@@ -268,7 +268,7 @@ gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
 @test "Ctrl-C during a simulation leaves no temporary directory" {
-  # A file in the directory shows that the directory exists.
+  # The first file in $TMPDIR shows that the simulation's directory exists.
   stop_when INT "$TMPDIR" . simulated corvane-host --simulate list
   ended simulated 130
   silent simulated out

@@ -19,7 +19,7 @@ setup_file() {
 }
 
 need_root() {
-  [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
+  [ "$(id -u)" -eq 0 ] || skip "only root can change the owner of a file"
 }
 
 # fresh: copies the plug-in and the libraries that it needs.
@@ -29,7 +29,7 @@ fresh() {
   plugin="$BATS_TEST_TMPDIR/lib/libCorvane.so"
 }
 
-# loads NAME [FILE], refuses NAME OBJECTION [FILE]: whether the plug-in is loaded.
+# loads NAME [FILE], refuses NAME REASON [FILE]: expects the program to load or refuse the plug-in.
 loads() {
   keep "$1" corvane-host --plugin "${2:-$plugin}" list -o value
   ended "$1" 0
@@ -47,13 +47,13 @@ refuses() {
   loads own
 }
 
-@test "a plug-in that any user can write is refused" {
+@test "a plug-in that other users can write is refused" {
   fresh
   chmod o+w "$plugin"
   refuses writable "$plugin can be written by other users"
 }
 
-@test "a plug-in of another user is refused, and the advice says what to do" {
+@test "a plug-in of another user is refused with advice" {
   need_root
   fresh
   chown "$STRANGER" "$plugin"
@@ -79,7 +79,8 @@ refuses() {
   refuses directory "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
 }
 
-# share FILE: lets another user write it through an access list. Fails if the file system has none.
+# share FILE: grants another user write access through an access list. Fails if the file system does
+# not support access lists.
 share() {
   python3 - "$1" "$STRANGER" <<'END'
 import os, struct, sys
@@ -115,13 +116,13 @@ END
   refuses dependency "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
 }
 
-# plant FILE: creates a library of another user that no loader can load.
+# plant FILE: creates an unloadable library that belongs to another user.
 plant() {
   echo "no library" >"$1"
   chown "$STRANGER" "$1"
 }
 
-@test "a library for a newer processor is checked like the plug-in" {
+@test "a library in a directory for a processor type is checked like the plug-in" {
   need_root
   local level
   for level in 2 3 4; do
@@ -141,7 +142,7 @@ plant() {
   refuses "open to others" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps can be written by other users"
 }
 
-@test "a link to a plug-in loads the libraries of the plug-in's directory, not of the link's directory" {
+@test "a link to a plug-in uses the libraries of the plug-in's directory" {
   need_root
   fresh
   mkdir -m 1777 "$BATS_TEST_TMPDIR/sticky"
@@ -150,9 +151,9 @@ plant() {
   loads link "$BATS_TEST_TMPDIR/sticky/p.so"
 }
 
-@test "indirect dependencies of the plug-in are checked too" {
+@test "indirect dependencies of the plug-in are also checked" {
   fresh
-  # The card library needs it, and the plug-in does not.
+  # p.so needs libouter.so, which needs libinner.so.
   echo 'int f(void) { return 0; }' | cc -shared -fPIC -xc - -o "$BATS_TEST_TMPDIR/lib/libinner.so"
   echo 'int f(void); int g(void) { return f(); }' |
     cc -shared -fPIC -xc - -L"$BATS_TEST_TMPDIR/lib" -Wl,--no-as-needed -linner \
@@ -166,14 +167,14 @@ plant() {
     "$BATS_TEST_TMPDIR/lib/p.so"
 }
 
-# library FILE OPTION...: builds a library that calls f, as a plug-in or for one.
+# library FILE OPTION...: builds a library that calls f and has the entry points of a plug-in.
 library() {
   echo 'int f(void); void* createIf(void) { f(); return 0; } void* releaseIf(void) { return 0; }' |
     cc -shared -fPIC -xc - -Wl,--unresolved-symbols=ignore-all -o "$@"
   chmod 755 "$1"
 }
 
-# For each, the loader finds libf.so in a different way.
+# In each case, the loader finds libf.so in a different way.
 @test "a library is checked however the loader finds it" {
   local lib="$BATS_TEST_TMPDIR/lib" evil="$BATS_TEST_TMPDIR/evil"
   mkdir -p "$lib/front" "$lib/real"
@@ -214,13 +215,13 @@ library() {
   cd "$evil"
   refuses current "$evil can be written by other users" "$lib/current.so"
   cd "$lib"
-  # The loader reads no sections.
+  # The loader does not read sections.
   library "$lib/bare.so" -L"$lib" -lf -Wl,-rpath,"$evil"
   python3 - "$lib/bare.so" <<'PYTHON'
 import sys
 
 with open(sys.argv[1], "r+b") as file:
-    for at, size in ((0x28, 8), (0x3C, 4)):  # where the table of sections is, and how many
+    for at, size in ((0x28, 8), (0x3C, 4)):  # position and size of the section table
         file.seek(at)
         file.write(bytes(size))
 PYTHON
@@ -228,16 +229,16 @@ PYTHON
 }
 
 @test "a directory of the plug-in's search path is checked, even if it is missing" {
-  local place="$BATS_TEST_TMPDIR/place"
-  mkdir -m 1777 "$place"
+  local open_directory="$BATS_TEST_TMPDIR/open"
+  mkdir -m 1777 "$open_directory"
   mkdir "$BATS_TEST_TMPDIR/lib"
   echo 'int f(void) { return 0; }' |
-    cc -shared -fPIC -xc - -Wl,-rpath,"$place/later" -o "$BATS_TEST_TMPDIR/lib/p.so"
+    cc -shared -fPIC -xc - -Wl,-rpath,"$open_directory/later" -o "$BATS_TEST_TMPDIR/lib/p.so"
   chmod 755 "$BATS_TEST_TMPDIR/lib/p.so"
-  refuses later "$place can be written by other users" "$BATS_TEST_TMPDIR/lib/p.so"
+  refuses later "$open_directory can be written by other users" "$BATS_TEST_TMPDIR/lib/p.so"
 }
 
-@test "an untrusted plug-in is UNKNOWN for check and down in metrics" {
+@test "check is UNKNOWN and metrics reports a failure for an untrusted plug-in" {
   fresh
   chmod o+w "$plugin"
   run -3 corvane-host --plugin "$plugin" check
@@ -246,7 +247,7 @@ PYTHON
   [[ "$output" == *"corvane_plugin_up 0"* ]]
 }
 
-@test "metrics are not written through another user's link" {
+@test "metrics are not written through a link of another user" {
   need_root
   mkdir "$BATS_TEST_TMPDIR/kept"
   mkdir -m 1777 "$BATS_TEST_TMPDIR/shared"
@@ -260,7 +261,7 @@ PYTHON
   same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
-@test "metrics are not written through a link below another user's directory" {
+@test "metrics are not written through a link below a directory of another user" {
   need_root
   local theirs="$BATS_TEST_TMPDIR/theirs" way
   mkdir -p "$BATS_TEST_TMPDIR/secret/deep/deeper" "$theirs/one/two"
@@ -289,7 +290,7 @@ PYTHON
   same "" "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
-@test "metrics are written through own links, and a loop of links is an error" {
+@test "metrics are written through the user's own links, and a loop of links is an error" {
   mkdir "$BATS_TEST_TMPDIR/kept"
   ln -s kept "$BATS_TEST_TMPDIR/relative"
   ln -s "$BATS_TEST_TMPDIR/relative/../relative/." "$BATS_TEST_TMPDIR/absolute"
@@ -305,7 +306,7 @@ PYTHON
   said nowhere "corvane-host: cannot write $BATS_TEST_TMPDIR/nowhere/x.prom: No such file or directory"
 }
 
-@test "metrics are written to a collector's directory, whose links are not followed" {
+@test "metrics are written to a directory of another user, but not through a link in it" {
   need_root
   mkdir "$BATS_TEST_TMPDIR/collector"
   chown "$STRANGER" "$BATS_TEST_TMPDIR/collector"
@@ -324,7 +325,7 @@ reads() {
   grep -rnE '(^|[^_[:alnum:]])getenv[[:space:]]*\(' "$@" --include=*.cpp --include=*.h --include=*.in
 }
 
-@test "programs, libraries and plug-in read the environment with secure_getenv only" {
+@test "programs, libraries and the plug-in read the environment only with secure_getenv" {
   local directory
   cd "$CORVANE_SOURCE"
   for directory in base console service hostkit cardsim Corvane orm models host; do [ -d "$directory" ]; done
@@ -332,7 +333,7 @@ reads() {
   same "" "$output"
 }
 
-@test "a plain getenv is detected" {
+@test "the test detects a plain getenv" {
   mkdir "$BATS_TEST_TMPDIR/source"
   echo 'const char* a = std::getenv ("A");' >"$BATS_TEST_TMPDIR/source/a.cpp"
   echo 'const char* b = secure_getenv("B");' >"$BATS_TEST_TMPDIR/source/b.cpp"

@@ -43,7 +43,7 @@ setup_file() {
   wait
 }
 
-# Changes the cards once they are shown, and prints a word once the event is shown.
+# Changes the cards once they are shown, and creates the file `changed` once the event is shown.
 change_cards() {
   local name
   for name in blocks lines; do
@@ -57,7 +57,7 @@ change_cards() {
   echo seen >"$BATS_FILE_TMPDIR/changed"
 }
 
-# The log has an event of an earlier day.
+# past: runs watch with a log that has an event of an earlier day.
 past() {
   local file="$BATS_FILE_TMPDIR/past.json"
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/past.db"
@@ -71,7 +71,7 @@ past() {
   with past events -o tsv -H | cut -f 4,5
 }
 
-# The database is removed while the view runs, which is reported when the view ends.
+# broken: removes the database while watch runs. watch reports the failure when it exits.
 broken() {
   local file="$BATS_FILE_TMPDIR/broken.json" database="$BATS_FILE_TMPDIR/broken.db"
   CORVANE_DATABASE="$database" screen 24x100 see "EVENTS (0)" \
@@ -98,7 +98,7 @@ one_block() {
 CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
 }
 
-@test "a database that is removed does not disturb the screen" {
+@test "the screen stays intact if the database is removed" {
   ended broken 0 || { err broken; false; }
 }
 
@@ -117,7 +117,7 @@ CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
   run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/dumb.out"
 }
 
-@test "watch without a terminal prints a block per change, with the new events" {
+@test "watch without a terminal prints a block with the new events after each change" {
   ended blocks 130
   same "OBJECT NAME STATUS TEMP RESERVE USED REASONS
 a0 SanDisk BoardA (1) ok 48 °C 97 % 25 %
@@ -128,7 +128,7 @@ a1/d0 MOLT EP PX600 2.6TB (0) available" "$(out blocks | sed -n -e '2,6s/  */ /g
   same 1 "$(out blocks | grep -c 'warning .* 10970 CTRL_CORRECTABLE_PCI_ERRORS .* a0 ')"
 }
 
-@test "jsonl has one document per change, and each event once" {
+@test "watch -o jsonl prints one document per change and each event once" {
   ended lines 130
   valid "lines:$(out lines | wc -l)"
   same "CTRL_CORRECTABLE_PCI_ERRORS" "$(out lines | python3 -c '
@@ -138,7 +138,7 @@ for line in sys.stdin:
         print(event["event"])')"
 }
 
-@test "watch ends with its reader" {
+@test "watch exits when its reader exits" {
   same "0 0 0" "$(cat "$BATS_FILE_TMPDIR/reader.ends")"
   grep -q '^OBJECT NAME' "$BATS_FILE_TMPDIR/reader.out"
   silent reader err

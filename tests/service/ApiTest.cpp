@@ -30,8 +30,9 @@ class Api : public CorvaneTest::CollectorFixture {
     kill(m_Process, SIGSTOP);
   }
 
-  // The status and the problem of the response, which comes later.
-  std::string Ask(Http::Method method, const char* path, const Http::Request& request) {
+  // Calls the route's handler, waits for its deferred response, and returns the response's status
+  // and problem id.
+  std::string StatusOf(Http::Method method, const char* path, const Http::Request& request) {
     Service::ApiContext api{Console::AllCommands(),
                             m_Stream,
                             m_Store,
@@ -69,14 +70,14 @@ TEST_F(Api, TimesOutWithoutANewSnapshot) {
   StartAndStopTheProcess();
   Http::Request request;
   request.m_Query["fresh"] = "1";
-  EXPECT_EQ("504 TIMED_OUT", Ask(Http::Method::Get, "/v1/cards", request));
+  EXPECT_EQ("504 TIMED_OUT", StatusOf(Http::Method::Get, "/v1/cards", request));
 }
 
 TEST_F(Api, TimesOutWithAPluginThatDoesNotAnswer) {
   StartAndStopTheProcess();
   Http::Request request;
   request.m_Body = R"({"command": "CHECK_OPERATION", "payload": {"operation_id": 1}})";
-  EXPECT_EQ("504 TIMED_OUT", Ask(Http::Method::Post, "/v1/session", request));
+  EXPECT_EQ("504 TIMED_OUT", StatusOf(Http::Method::Post, "/v1/session", request));
 }
 
 }  // namespace

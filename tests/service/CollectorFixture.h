@@ -31,7 +31,7 @@ class CollectorFixture : public testing::Test {
     m_pCollector = std::make_unique<Service::Collector>(settings, m_Store);
   }
 
-  // The first snapshot for which it holds.
+  // Waits for the first snapshot that satisfies the predicate.
   Service::SnapshotPtr Await(const std::function<bool(const Service::Snapshot&)>& holds) {
     const Console::Deadline deadline(kTimeout);
     Service::SnapshotPtr snapshot = m_Store.Get();

@@ -49,7 +49,7 @@ TEST_F(Collector, FindsTheFirstCardOfAMachine) {
   EXPECT_TRUE(AwaitObjects(3)->m_HasCards);
 }
 
-TEST_F(Collector, StartsTheProcessAgainAfterItWasKilled) {
+TEST_F(Collector, RestartsAKilledProcess) {
   m_Host.AddCard();
   Start(Settings());
   const pid_t first = AwaitObjects(3)->m_Plugin.m_Process;
@@ -80,12 +80,13 @@ TEST_F(Collector, ReplacesAProcessThatDoesNotAnswer) {
   Await([second](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Process != second; });
 }
 
-// A process that does not answer within the timeout is replaced, so until then there is progress.
+// A process that does not answer within the timeout is replaced, so waiting for that timeout counts
+// as progress.
 TEST_F(Collector, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
   m_Host.AddCard();
   std::atomic<std::chrono::seconds::rep> elapsed{0};
   Service::CollectorSettings settings = Settings();
-  settings.m_CallTimeout = std::chrono::minutes(30);  // real time: never over here
+  settings.m_CallTimeout = std::chrono::minutes(30);  // in real time, so it never expires here
   settings.m_Now = [&elapsed] {
     return Service::ProgressWatch::Clock::time_point(std::chrono::seconds(elapsed));
   };
@@ -99,7 +100,7 @@ TEST_F(Collector, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
     return m_pCollector->Progress().IsStuck() == isStuck;
   };
   kill(process, SIGSTOP);
-  // Until it waits for a call.
+  // Wait until the collector is blocked in a call.
   while (m_Store.Get()->m_Number !=
          m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(2000)))->m_Number) {
   }
@@ -111,7 +112,7 @@ TEST_F(Collector, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
   EXPECT_TRUE(becomes(false));
 }
 
-TEST_F(Collector, PassesEventsOn) {
+TEST_F(Collector, ForwardsEvents) {
   const std::string card = m_Host.AddCard();
   std::mutex lock;
   std::vector<std::uint32_t> events;
@@ -142,7 +143,7 @@ TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndTriesAgain) {
   EXPECT_THAT(snapshot->m_Plugin.m_Reason, testing::HasSubstr("missing.so"));
 }
 
-TEST_F(Collector, ReadsTheCardsAfterARequest) {
+TEST_F(Collector, ReadsTheCardsOnRequest) {
   m_Host.AddCard();
   Service::CollectorSettings settings = Settings();
   settings.m_RefreshInterval = kTimeout;

@@ -84,7 +84,7 @@ class EventFeedFixture : public testing::Test {
     m_pServer = std::make_unique<HttpTest::TestServer>(std::vector<Http::Route>{route}, open);
   }
 
-  // Logs that many more events, as a collector does, without publishing a snapshot.
+  // Logs `count` more events, as a collector does, without publishing a snapshot.
   void Log(int count) {
     std::vector<HostKit::LoggedEvent> events;
     for (int i = 0; i < count; ++i) events.push_back(MakeEvent(++m_Logged));
@@ -97,14 +97,14 @@ class EventFeedFixture : public testing::Test {
 
   std::unique_ptr<RawClient> Connect(const std::string& after = "", Door door = Door::Unix) {
     auto client = std::make_unique<RawClient>(*m_pServer, door);
-    // This version has no chunks, which would divide the text anywhere.
+    // HTTP/1.0 has no chunked encoding, which would split the text at arbitrary positions.
     std::string request = "GET /stream HTTP/1.0\r\nHost: 127.0.0.1\r\n";
     if (!after.empty()) request += "Last-Event-ID: " + after + "\r\n";
     client->Send(request + "\r\n");
     return client;
   }
 
-  // What a client has received once the text of that event has arrived.
+  // Waits for the text of event `last` and returns all events that the client has received.
   static std::vector<Received> Await(RawClient& client, int last) {
     return EventsOf(client.ReadUntil("\"event " + std::to_string(last) + "\"}]}}\n\n"));
   }
@@ -136,7 +136,7 @@ class EventFeedFixture : public testing::Test {
 
 using EventFeed = EventFeedFixture;
 
-TEST_F(EventFeed, BeginsWithTheSnapshotAndThePosition) {
+TEST_F(EventFeed, StartsWithTheSnapshotAndThePosition) {
   Log(4);
   Start();
   const auto client = Connect();
@@ -149,7 +149,7 @@ TEST_F(EventFeed, BeginsWithTheSnapshotAndThePosition) {
   EXPECT_EQ(false, received[0].m_Data.at("up"));
 }
 
-TEST_F(EventFeed, SendsNewEventsInTheShapeOfTheConsole) {
+TEST_F(EventFeed, SendsNewEventsInTheFormatOfTheConsole) {
   Start();
   const auto client = Connect();
   client->ReadUntil("\"up\"");
@@ -176,7 +176,7 @@ TEST_F(EventFeed, DoesNotSendAnEventBeforeItsSnapshot) {
   EXPECT_EQ(1, m_pFeed->Newest());
 }
 
-// Some positions are in memory, others only in the log; a part has two events.
+// The newest events are in memory, the others only in the log. The feed sends two events per part.
 TEST_F(EventFeed, ResumesAtEveryPosition) {
   Log(3);
   Start();
@@ -218,7 +218,7 @@ TEST_F(EventFeed, SendsEachClientEverything) {
   EXPECT_THAT(Numbers(Await(*second, 4)), ElementsAre(2, 3, 4));
 }
 
-TEST_F(EventFeed, SaysWhatATrimmedLogHasLost) {
+TEST_F(EventFeed, ReportsTheGapInATrimmedLog) {
   constexpr int kKept = 20000;
   Log(kKept + 5);
   Start();
@@ -238,7 +238,7 @@ TEST_F(EventFeed, SaysWhatATrimmedLogHasLost) {
   }
 }
 
-TEST_F(EventFeed, BeginsAgainAfterANumberOfAnotherLog) {
+TEST_F(EventFeed, StartsOverAfterANumberFromAnotherLog) {
   Log(2);
   Start();
   const auto client = Connect("3");
@@ -248,7 +248,7 @@ TEST_F(EventFeed, BeginsAgainAfterANumberOfAnotherLog) {
   EXPECT_THAT(Numbers(received), ElementsAre(1, 2));
 }
 
-TEST_F(EventFeed, GoesOnWithANewLog) {
+TEST_F(EventFeed, ContinuesWithANewLog) {
   Log(3);
   Start();
   const auto client = Connect();
@@ -271,15 +271,15 @@ TEST_F(EventFeed, SendsHeartbeats) {
   client->ReadUntil("\n:\n\n");
 }
 
-TEST_F(EventFeed, CutsAClientThatDoesNotReadAndLetsItResume) {
-  constexpr int kMany = 15000;  // more than the sockets hold
+TEST_F(EventFeed, DisconnectsAClientThatDoesNotReadAndLetsItResume) {
+  constexpr int kMany = 15000;  // more than the sockets buffer
   Service::EventFeedSettings settings;
   settings.m_Heartbeat = milliseconds(20);
   Log(kMany);
   Start(settings);
   const auto slow = Connect("0");
   slow->ReadUntil("event 1\"");
-  // It is removed when it is cut, however slow this machine is.
+  // The feed removes the client when it disconnects it.
   ASSERT_TRUE(HttpTest::Await([this] { return m_pFeed->Count() == 0; }));
   const std::string& text = slow->ReadToEnd();
   const std::vector<int> before = Numbers(EventsOf(text));
@@ -304,7 +304,7 @@ TEST_F(EventFeed, HasALimitForEachKindOfClient) {
   }
 }
 
-TEST_F(EventFeed, ForgetsClientsThatAreGone) {
+TEST_F(EventFeed, ForgetsDisconnectedClients) {
   Start();
   for (int i = 0; i < 3; ++i) Connect()->ReadUntil("\"up\"");
   LogAndPublish(1);

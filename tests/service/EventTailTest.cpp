@@ -41,7 +41,7 @@ class EventTailFixture : public testing::Test {
 
 using EventTailOfALog = EventTailFixture;
 
-TEST_F(EventTailOfALog, BeginsAfterTheNewestEntry) {
+TEST_F(EventTailOfALog, StartsAfterTheNewestEntry) {
   Log(3);
   EventTail tail(std::nullopt);
   EXPECT_THAT(Read(tail), IsEmpty());
@@ -59,7 +59,7 @@ TEST_F(EventTailOfALog, ContinuesAfterANumber) {
   EXPECT_THAT(Read(tail), ElementsAre(6));
 }
 
-TEST_F(EventTailOfALog, BeginsWithTheFirstEntryOfAnEmptyLog) {
+TEST_F(EventTailOfALog, ReadsEntriesAddedToAnEmptyLog) {
   EventTail tail(std::nullopt);
   EXPECT_THAT(Read(tail), IsEmpty());
   Log(1);
@@ -86,7 +86,7 @@ TEST_F(EventTailOfALog, ReadsALogThatReplacesAnother) {
   EXPECT_THAT(Read(tail), ElementsAre(1, 2));
 }
 
-TEST_F(EventTailOfALog, SkipsALogThatWasReplacedBefore) {
+TEST_F(EventTailOfALog, StartsAtTheEndOfALogThatWasReplacedEarlier) {
   Log(3);
   EventTail tail(500);
   EXPECT_THAT(Read(tail), IsEmpty());

@@ -45,21 +45,21 @@ TEST_F(Frame, ReplacesBytesThatAreNotUtf8) {
   EXPECT_EQ((json{{"file", "/lib/a\xef\xbf\xbd.so"}}), ReadFrame(m_Here.Get()));
 }
 
-TEST_F(Frame, HasItsLengthInFourBytesFirst) {
+TEST_F(Frame, StartsWithItsLengthInFourBytes) {
   EXPECT_TRUE(FrameWriter(m_There.Get()).Write("abc"));
   char bytes[16] = {};
   EXPECT_EQ(9, read(m_Here.Get(), bytes, sizeof bytes));
   EXPECT_EQ(std::string("\0\0\0\5\"abc\"", 9), std::string(bytes, 9));
 }
 
-TEST_F(Frame, LargerThanTheSocketArrives) {
+TEST_F(Frame, MayBeLargerThanTheSocketBuffer) {
   const json sent = std::string(5'000'000, 'x');
   std::thread sender([&] { FrameWriter(m_There.Get()).Write(sent); });
   EXPECT_EQ(sent, ReadFrame(m_Here.Get()));
   sender.join();
 }
 
-TEST_F(Frame, OfSeveralThreadsDoNotMix) {
+TEST_F(Frame, DoesNotMixWithFramesOfOtherThreads) {
   FrameWriter writer(m_There.Get());
   std::vector<std::thread> senders;
   for (int i = 0; i < 4; ++i) {
@@ -81,23 +81,23 @@ TEST_F(Frame, IsMissingAtTheEndOfTheStream) {
   EXPECT_EQ(std::nullopt, ReadFrame(m_Here.Get()));
 }
 
-TEST_F(Frame, IsMissingWhenTheStreamEndsInside) {
+TEST_F(Frame, IsMissingWhenTheStreamEndsInsideIt) {
   SendBytes(std::string("\0\0\0\5\"ab", 7));
   m_There.Close();
   EXPECT_EQ(std::nullopt, ReadFrame(m_Here.Get()));
 }
 
-TEST_F(Frame, ThatIsNotJsonIsAnError) {
+TEST_F(Frame, IsRejectedIfItIsNotJson) {
   SendBytes(std::string("\0\0\0\3{x}", 7));
   EXPECT_THROW(ReadFrame(m_Here.Get()), FrameError);
 }
 
-TEST_F(Frame, ThatIsTooLargeIsAnError) {
+TEST_F(Frame, IsRejectedIfItIsTooLarge) {
   SendBytes(std::string("\4\0\0\1", 4));  // 64 MiB and a byte
   EXPECT_THROW(ReadFrame(m_Here.Get()), FrameError);
 }
 
-TEST_F(Frame, CannotBeWrittenToAProcessThatHasEnded) {
+TEST_F(Frame, CannotBeWrittenToAProcessThatHasExited) {
   m_Here.Close();
   EXPECT_FALSE(FrameWriter(m_There.Get()).Write("abc"));
 }

@@ -1,5 +1,5 @@
-// The state of the service while its plug-in is killed: each change of a card is one event, whether
-// or not the plug-in could still report it.
+// The service's state when its plug-in is killed: each change of a card is logged as one event,
+// whether or not the plug-in has reported it.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -23,7 +23,7 @@ using Console::Deadline;
 using CorvaneTest::kTimeout;
 using std::chrono::milliseconds;
 
-// Typed here, not taken from the tables under test.
+// Repeated here instead of being taken from the tables under test.
 constexpr std::uint32_t kWarm = 10967;
 constexpr std::uint32_t kNormal = 10980;
 constexpr std::uint32_t kAttached = 10983;
@@ -77,7 +77,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
     AwaitRecord();
   }
 
-  // "10984, 10983"
+  // The ids of the logged events: "10984, 10983".
   std::string LogText() const {
     std::string text;
     for (const HostKit::LoggedEvent& event : HostKit::ReadEvents(0, 1000)) {
@@ -99,7 +99,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
   Service::StateThread m_State{[](const std::string& cause) { ADD_FAILURE() << cause; }};
 };
 
-TEST_F(KilledPlugin, LosesNoEventThatItHasNotReported) {
+TEST_F(KilledPlugin, LosesNoUnreportedEvent) {
   StartService();
   m_Host.Cards().Raise(m_Card, "TEMPERATURE_ABOVE_WARN");
   Kill();
@@ -117,9 +117,9 @@ TEST_F(KilledPlugin, LosesNoEventThatItHasNotReported) {
   EXPECT_EQ(LogText(), Texts({kWarm, kNormal, kRemoved, kAdded}));
 }
 
-// The plug-in notices a detached card within its poll interval, so that some are killed before it
-// has reported the event, some after it, and some in between.
-TEST_F(KilledPlugin, LogsEachChangeOnceAtAnyMomentOfTheKill) {
+// The plug-in notices a detached card within its poll interval. Depending on the round, it is
+// killed before, while or after it reports the event.
+TEST_F(KilledPlugin, LogsEachChangeOnceWheneverItIsKilled) {
   StartService();
   std::vector<std::uint32_t> expected;
   for (int round = 0; round < 12; ++round) {

@@ -28,7 +28,7 @@ HostKit::LoggedEvent WornOut() {
   return event;
 }
 
-TEST(LogEntry, OfAnEventHasItsFields) {
+TEST(LogEntry, HasTheFieldsOfItsEvent) {
   const Systemd::JournalEntry entry = Service::EntryOf(WornOut());
   EXPECT_EQ("Adapter a\\x0ab is worn out.", entry.m_Message);
   EXPECT_EQ(4, entry.m_Priority);
@@ -39,7 +39,7 @@ TEST(LogEntry, OfAnEventHasItsFields) {
                   Pair("CORVANE_SERIAL_NUMBER", "FA00000001"), Pair("CORVANE_SOURCE", "a\nb")));
 }
 
-TEST(LogEntry, OfAnEventHasThePriorityOfItsSeverity) {
+TEST(LogEntry, HasThePriorityOfTheEventSeverity) {
   struct {
     std::uint32_t m_Severity;
     int m_Priority;
@@ -52,7 +52,7 @@ TEST(LogEntry, OfAnEventHasThePriorityOfItsSeverity) {
   }
 }
 
-TEST(LogEntry, OfAChangeNamesTheClient) {
+TEST(LogEntry, NamesTheClientOfAChange) {
   Http::Peer client;
   client.m_User = 1000;
   client.m_Process = getpid();
@@ -67,15 +67,15 @@ TEST(LogEntry, OfAChangeNamesTheClient) {
                           Pair("CORVANE_CLIENT_PID", process), Pair("CORVANE_CLIENT_COMM", name)));
 }
 
-TEST(LogEntry, OfAChangeByAClientThatIsGone) {
+TEST(LogEntry, NamesAClientThatHasExitedByItsIds) {
   Http::Peer client;
   client.m_User = 0;
-  client.m_Process = 0;  // no process has it
+  client.m_Process = 0;  // no process has this id
   EXPECT_EQ("LOCATE requested by uid 0, pid 0 (unknown)",
             Service::EntryOf(client, "LOCATE").m_Message);
 }
 
-TEST(Journal, IsUsedIfStandardErrorLeadsToIt) {
+TEST(Journal, IsUsedIfStandardErrorIsConnectedToIt) {
   struct stat status = {};
   ASSERT_EQ(0, fstat(STDERR_FILENO, &status));
   const std::string inode = std::to_string(status.st_ino);
@@ -107,7 +107,7 @@ TEST(MessageId, IsDifferentForEachEvent) {
   EXPECT_LT(10U, ids.size());
 }
 
-// These numbers are in the journals of users.
+// Users' journals contain these ids and scripts may search for them.
 TEST(MessageId, IsTheSameInAllVersions) {
   EXPECT_EQ("a19311db2a994521918a795f00002ad8", Service::MessageIdOf(10968));
   EXPECT_EQ("a19311db2a994521918a795f00000001", Service::MessageIdOf(1));

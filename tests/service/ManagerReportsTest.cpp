@@ -32,7 +32,7 @@ class ManagerReportsFixture : public testing::Test {
     snapshot.m_Plugin.m_IsUp = true;
     m_Store.Publish(snapshot);
   }
-  // What is sent after this time.
+  // Advances the clock and returns the messages that the update sends.
   std::vector<std::string> Update(milliseconds after = milliseconds(0)) {
     m_Now += after;
     m_Sent.clear();
@@ -49,20 +49,20 @@ class ManagerReportsFixture : public testing::Test {
 
 using Readiness = ManagerReportsFixture;
 
-TEST_F(Readiness, ComesWithTheFirstSnapshot) {
+TEST_F(Readiness, IsReportedWithTheFirstSnapshot) {
   EXPECT_THAT(Update(), IsEmpty());
   PublishUp();
   EXPECT_THAT(Update(), ElementsAre("READY=1\nSTATUS=no supported card found"));
   EXPECT_THAT(Update(), IsEmpty());
 }
 
-TEST_F(Readiness, ComesWithTheReasonWhyThereIsNoPlugin) {
+TEST_F(Readiness, IsReportedWithTheReasonIfThePluginIsDown) {
   PublishDown("not\nfound");
   EXPECT_THAT(Update(), ElementsAre("READY=1\nSTATUS=plug-in down: not\\x0afound"));
   EXPECT_THAT(Update(), IsEmpty());
 }
 
-TEST_F(Readiness, ChecksMoreOftenBeforeIt) {
+TEST_F(Readiness, IsCheckedMoreOftenUntilReported) {
   EXPECT_EQ(milliseconds(50), m_Reports.Interval());
   PublishUp();
   Update();
@@ -77,7 +77,7 @@ TEST_F(Readiness, IsReportedAgainAfterAReload) {
   EXPECT_THAT(m_Sent, ElementsAre("READY=1"));
 }
 
-TEST_F(Readiness, IsNotReportedByAReloadBeforeIt) {
+TEST_F(Readiness, IsNotReportedByAReloadBeforeTheFirstSnapshot) {
   m_Reports.Reloaded();
   EXPECT_THAT(m_Sent, IsEmpty());
 }
@@ -101,7 +101,7 @@ TEST_F(Status, IsReportedWhenItChanges) {
   EXPECT_THAT(Update(), ElementsAre("STATUS=no supported card found"));
 }
 
-TEST_F(Status, IsReportedAtTheEnd) {
+TEST_F(Status, IsReportedOnStop) {
   m_Reports.Stopping();
   EXPECT_THAT(m_Sent, ElementsAre("STOPPING=1\nSTATUS=stopping"));
 }
@@ -117,7 +117,7 @@ TEST_F(Watchdog, IsFedThreeTimesWithinTheLimit) {
   EXPECT_THAT(Update(milliseconds(1)), ElementsAre("WATCHDOG=1"));
 }
 
-// A read that hangs is ended by its own timeout; only then would the service have to be restarted.
+// The timeout of a hanging read normally ends it. The service is restarted only if that fails.
 TEST_F(Watchdog, IsNotFedWhileTheCollectorIsStuck) {
   m_Progress.Begin(seconds(120));
   EXPECT_THAT(Update(seconds(150)), ElementsAre("WATCHDOG=1"));

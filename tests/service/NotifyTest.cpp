@@ -1,4 +1,4 @@
-// Uses a socket like the service manager's.
+// Notifications to the service manager, through a socket like that of the manager.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -66,7 +66,7 @@ TEST(Notify, SendsTheTimeOfAReload) {
   EXPECT_LE(time, after.tv_sec * 1'000'000LL + after.tv_nsec / 1000);
 }
 
-TEST(WatchdogTime, IsThatOfTheManager) {
+TEST(WatchdogTime, IsSetByTheManager) {
   const ScopedVariable pid("WATCHDOG_PID", std::to_string(getpid()));
   const ScopedVariable time("WATCHDOG_USEC", "30000000");
   EXPECT_EQ(microseconds(30'000'000), Systemd::WatchdogTime());
@@ -78,7 +78,7 @@ TEST(WatchdogTime, IsEmptyForAnotherProcess) {
   EXPECT_EQ(std::nullopt, Systemd::WatchdogTime());
 }
 
-TEST(WatchdogTime, IsEmptyWithoutOne) {
+TEST(WatchdogTime, IsEmptyWithoutAWatchdog) {
   const ScopedVariable time("WATCHDOG_USEC", std::nullopt);
   EXPECT_EQ(std::nullopt, Systemd::WatchdogTime());
 }

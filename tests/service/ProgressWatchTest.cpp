@@ -8,7 +8,7 @@ using Service::ProgressWatch;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// At a time that the test sets.
+// A progress watch whose clock the test sets.
 struct Watch {
   void Pass(milliseconds time) { m_Now += time; }
 
@@ -16,7 +16,7 @@ struct Watch {
   ProgressWatch m_Progress{[this] { return m_Now; }};
 };
 
-TEST(ProgressWatch, GivesTheFirstStep30Seconds) {
+TEST(ProgressWatch, AllowsTheFirstStep30Seconds) {
   Watch watch;
   watch.Pass(seconds(30));
   EXPECT_FALSE(watch.m_Progress.IsStuck());
@@ -24,7 +24,7 @@ TEST(ProgressWatch, GivesTheFirstStep30Seconds) {
   EXPECT_TRUE(watch.m_Progress.IsStuck());
 }
 
-TEST(ProgressWatch, GivesAStepItsTimeAnd30Seconds) {
+TEST(ProgressWatch, AllowsAStepItsTimeoutAnd30Seconds) {
   Watch watch;
   watch.m_Progress.Begin(seconds(100));
   watch.Pass(seconds(130));
@@ -33,7 +33,7 @@ TEST(ProgressWatch, GivesAStepItsTimeAnd30Seconds) {
   EXPECT_TRUE(watch.m_Progress.IsStuck());
 }
 
-TEST(ProgressWatch, SeesTheNextStep) {
+TEST(ProgressWatch, RestartsWithTheNextStep) {
   Watch watch;
   watch.m_Progress.Begin(seconds(100));
   watch.Pass(seconds(200));

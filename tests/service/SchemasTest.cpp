@@ -15,7 +15,7 @@ using Service::ObjectionToParameter;
 struct BodyRow {
   const char* m_Schema;
   const char* m_Body;
-  const char* m_Place;  // the start of the objection; null: accepted
+  const char* m_Prefix;  // of the objection; null if accepted
 };
 
 const BodyRow kBodies[] = {
@@ -48,10 +48,10 @@ const BodyRow kBodies[] = {
 TEST(Schemas, CheckBodies) {
   for (const BodyRow& row : kBodies) {
     const auto objection = ObjectionTo(json::parse(row.m_Body), row.m_Schema);
-    EXPECT_EQ(row.m_Place != nullptr, objection.has_value()) << row.m_Schema << row.m_Body;
-    if (row.m_Place == nullptr || !objection) continue;
-    EXPECT_EQ(row.m_Place, objection->substr(0, std::string(row.m_Place).size())) << row.m_Body;
-    EXPECT_GT(objection->size(), std::string(row.m_Place).size()) << row.m_Body;
+    EXPECT_EQ(row.m_Prefix != nullptr, objection.has_value()) << row.m_Schema << row.m_Body;
+    if (row.m_Prefix == nullptr || !objection) continue;
+    EXPECT_EQ(row.m_Prefix, objection->substr(0, std::string(row.m_Prefix).size())) << row.m_Body;
+    EXPECT_GT(objection->size(), std::string(row.m_Prefix).size()) << row.m_Body;
   }
 }
 

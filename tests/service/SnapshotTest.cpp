@@ -18,7 +18,7 @@ Snapshot WithReason(const char* reason) {
   return snapshot;
 }
 
-TEST(SnapshotStore, BeginsWithAnEmptySnapshot) {
+TEST(SnapshotStore, StartsWithAnEmptySnapshot) {
   const SnapshotStore store;
   EXPECT_EQ(0U, store.Get()->m_Number);
   EXPECT_FALSE(store.Get()->m_Plugin.m_IsUp);
@@ -31,7 +31,7 @@ TEST(SnapshotStore, NumbersTheSnapshots) {
   store.Publish(WithReason("second"));
   EXPECT_EQ(2U, store.Get()->m_Number);
   EXPECT_EQ("second", store.Get()->m_Plugin.m_Reason);
-  EXPECT_EQ(0U, before->m_Number);  // a reader keeps what it got
+  EXPECT_EQ(0U, before->m_Number);  // a reader keeps its snapshot
 }
 
 TEST(SnapshotStore, WaitsForANewerSnapshot) {
@@ -41,7 +41,7 @@ TEST(SnapshotStore, WaitsForANewerSnapshot) {
   publisher.join();
 }
 
-TEST(SnapshotStore, CallsAfterEachSnapshot) {
+TEST(SnapshotStore, CallsTheListenerAfterEachSnapshot) {
   SnapshotStore store;
   std::uint64_t seen = 0;
   store.OnPublish([&] { seen = store.Get()->m_Number; });

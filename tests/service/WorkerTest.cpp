@@ -1,4 +1,4 @@
-// Calls of a plug-in process during a format.
+// Calls to a plug-in process during a format.
 
 #include <signal.h>
 
@@ -12,7 +12,7 @@ using Console::Deadline;
 using Service::Worker;
 using std::chrono::milliseconds;
 
-// The process is stopped, so that no call gets a reply before the test lets it go on.
+// The process is stopped, so that no call gets a reply until the test resumes it.
 class FormatFixture : public CorvaneTest::CollectorFixture {
  protected:
   FormatFixture() : m_Worker(CORVANE_HOST, CORVANE_PLUGIN, Deadline(CorvaneTest::kTimeout)) {
@@ -38,6 +38,7 @@ class FormatFixture : public CorvaneTest::CollectorFixture {
 };
 
 using DuringAFormat = FormatFixture;
+using WithoutAFormat = FormatFixture;
 
 TEST_F(DuringAFormat, ACallMayWaitLongerThanItsDeadline) {
   auto format = StartFormat();
@@ -58,7 +59,7 @@ TEST_F(DuringAFormat, OtherCallsGiveUpAtTheirDeadline) {
   EXPECT_TRUE(format.get());
 }
 
-TEST_F(DuringAFormat, WithoutOneACallGivesUpAtItsDeadline) {
+TEST_F(WithoutAFormat, ACallGivesUpAtItsDeadline) {
   EXPECT_FALSE(Call(Deadline(milliseconds(20)), Worker::DuringFormat::Wait));
 }
 

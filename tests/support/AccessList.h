@@ -1,4 +1,4 @@
-// A file that another user can write through its access list.
+// Access lists that let another user write to a file.
 #pragma once
 
 #include <sys/xattr.h>
@@ -6,8 +6,9 @@
 #include <cstdint>
 #include <filesystem>
 
-// Lets `user` write the file through a POSIX access list. The list has the kernel's format: version
-// 2, then tag, permissions and user of each entry. False if the file system has no access lists.
+// Grants `user` write access through a POSIX access list. The list has the kernel's format: the
+// version, then the tag, permissions and user of each entry. Returns false if the file system does
+// not support access lists.
 // clang-format off
 inline bool ShareByAccessList(const std::filesystem::path& file, std::uint32_t user = 65534) {
   constexpr std::uint32_t kNone = 0xFFFFFFFF;

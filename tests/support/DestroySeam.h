@@ -1,5 +1,5 @@
-// Whether the plug-in passes an error record when it destroys a handle. The library accepts calls
-// with and without.
+// Records whether the plug-in passes an error record when it destroys a handle. The library accepts
+// calls with and without one.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace CorvaneTest {
 
-// Notes whether each `vsl_destroy` got an error record, in order: "record" or "none". One instance
-// at a time.
+// Records, in order, whether each `vsl_destroy` call passed an error record: "record" or "none".
+// Only one instance may exist at a time.
 class DestroyWatch {
  public:
   DestroyWatch();

@@ -1,4 +1,4 @@
-// The order of a record's fields, for checks by the compiler.
+// Compile-time checks of the order of a record's fields.
 #pragma once
 
 #include <array>

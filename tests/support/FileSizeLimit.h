@@ -5,7 +5,7 @@
 
 #include <csignal>
 
-// In bytes, until destroyed.
+// Limits the size of the files that this process writes, until destroyed.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(rlim_t bytes) : m_pHandler(std::signal(SIGXFSZ, SIG_IGN)) {

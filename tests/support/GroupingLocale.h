@@ -1,4 +1,4 @@
-// A locale that groups digits and has a decimal comma, without an installed one.
+// A locale with grouped digits and a decimal comma, independent of the installed locales.
 #pragma once
 
 #include <locale>

@@ -10,12 +10,12 @@
 
 namespace CorvaneTest {
 
-// Sleeps in the kit's time.
+// Sleeps on the kit's clock, which may be virtual.
 inline void Pass(std::int64_t milliseconds) {
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + milliseconds * 1'000'000);
 }
 
-// A place where one thread is held once. For two threads of the kit.
+// Blocks the first thread that reaches it until released. Both threads must be kit threads.
 class Barrier {
  public:
   Barrier() {
@@ -40,7 +40,7 @@ class Barrier {
   MBX::Threading::CEvent m_LetGo;
 };
 
-// Holds the first call of a function of the card library before it runs. Uses the simulator's hook
+// Blocks the first call of a card-library function before it runs. Occupies the simulator's hook
 // until destroyed.
 class HeldCall {
  public:

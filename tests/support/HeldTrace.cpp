@@ -12,14 +12,14 @@
 namespace CorvaneTest {
 namespace {
 
-// Set by the sink, which must not wait, for the rest of the same call.
+// Set by the sink, which must not block, and used later in the same call.
 thread_local Barrier* t_pBarrier = nullptr;
 
 void HoldAfterLine() {
   Barrier* const barrier = t_pBarrier;
   t_pBarrier = nullptr;
   if (barrier == nullptr) return;
-  const Base::CancellationGuard guard;  // nothing may leave a destructor
+  const Base::CancellationGuard guard;  // no exception may leave a destructor
   barrier->Hold();
 }
 

@@ -8,9 +8,9 @@
 
 namespace CorvaneTest {
 
-// Holds the first thread that writes a trace line with this text, after the line is written: the
-// thread holds no lock of the log, so that others can trace. Takes the trace sink while it exists.
-// The program must be linked with `trace_seam`.
+// Blocks the first thread that writes a trace line with this text, after it has written the line.
+// The blocked thread holds no lock of the trace log, so other threads can trace. Occupies the trace
+// sink until destroyed. The program must be linked with `trace_seam`.
 class HeldTrace {
  public:
   explicit HeldTrace(const std::string& text);

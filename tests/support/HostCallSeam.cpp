@@ -20,7 +20,7 @@ void Note(const std::string& call) {
   if (HostCallWatch* const watch = g_pWatch) watch->m_Calls.push_back(call);
 }
 
-std::string PlaceOf(const PI::CGlobalAdapterID& id) {
+std::string LocationText(const PI::CGlobalAdapterID& id) {
   std::string text = id.m_HostName;
   for (const std::uint32_t number : {id.m_Segment, id.m_Bus, id.m_Device, id.m_Function}) {
     text += " " + std::to_string(number);
@@ -49,7 +49,7 @@ void NoteNumber(const PI::CGlobalAdapterID& id) {
   const bool isPlain = id.m_Name == plain.m_Name && id.m_AdapterNumber == plain.m_AdapterNumber &&
                        id.m_GlobalNumber == plain.m_GlobalNumber;
   const bool isKnown = PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs.count(id.m_HostName) != 0;
-  Note("GenerateUniqueAdapterNumber for " + PlaceOf(id) + (isKnown ? "" : " (unknown host)") +
+  Note("GenerateUniqueAdapterNumber for " + LocationText(id) + (isKnown ? "" : " (unknown host)") +
        (isPlain ? "" : " (other fields set)"));
 }
 

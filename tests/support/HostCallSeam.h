@@ -1,4 +1,4 @@
-// The plug-in's calls of the host that concern the locations of cards.
+// The plug-in's calls to the host about the locations of cards.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace CorvaneTest {
 
-// Records the calls and forwards them. One instance at a time, and only while the plug-in has no
-// thread.
+// Records the calls and forwards them. Only one instance may exist at a time, and only while the
+// plug-in runs no threads.
 class HostCallWatch {
  public:
   HostCallWatch();
@@ -15,9 +15,9 @@ class HostCallWatch {
   HostCallWatch(const HostCallWatch&) = delete;
   HostCallWatch& operator=(const HostCallWatch&) = delete;
 
-  // In order: "GetLocation 1 of 1AED1000 1AED1003" and "GenerateUniqueAdapterNumber for localhost
-  // 0 59 2 1". The latter is followed by "(unknown host)" if the host has no entry yet, and by
-  // "(other fields set)" if more than the location is given.
+  // In order: "GetLocation 1 of 1AED1000 1AED1003" and "GenerateUniqueAdapterNumber for localhost 0
+  // 59 2 1". The latter is followed by "(unknown host)" if the host has no entry yet, and by
+  // "(other fields set)" if fields other than the location are set.
   std::vector<std::string> m_Calls;
 };
 

@@ -1,5 +1,5 @@
-// With CORVANE_TEST_LOCALE=grouping in the environment, a test program runs as in a host that has
-// set a locale with grouped digits and a decimal comma.
+// With CORVANE_TEST_LOCALE=grouping in the environment, a test program runs as if its host had set
+// a locale with grouped digits and a decimal comma.
 
 #include <cstdlib>
 #include <locale>
@@ -16,7 +16,7 @@ bool SetLocale() {
   return true;
 }
 
-// Before any test.
+// Initialized before any test runs.
 [[maybe_unused]] const bool g_IsSet = SetLocale();
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Threads of a host, and the schedules of these and the plug-in's threads.
+// Host threads, and schedules for them and the plug-in's threads.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,8 +15,8 @@
 
 namespace CorvaneTest {
 
-// A thread of the host. The kit knows it from its start, so that a schedule can be repeated. The
-// destructor waits for it.
+// A thread of the host, created through the kit so that a schedule can be repeated. The destructor
+// waits for the thread to finish.
 class HostThread {
  public:
   explicit HostThread(std::function<void()> body) : m_Body(std::move(body)) {
@@ -52,8 +52,8 @@ struct Seeds {
   std::uint64_t m_Last;
 };
 
-// The seeds 1 to 100, or those in CORVANE_SCHEDULES: "40" for 1 to 40, "217-217" to repeat one.
-// Throws `std::invalid_argument` for anything else.
+// Returns the seeds 1 to 100, or those in CORVANE_SCHEDULES: "40" for 1 to 40, "217-217" to repeat
+// one. Throws `std::invalid_argument` for anything else.
 inline Seeds WantedSeeds() {
   const char* wanted = std::getenv("CORVANE_SCHEDULES");
   const std::string text = wanted == nullptr ? "100" : wanted;

@@ -70,7 +70,7 @@ inline const std::vector<std::string>& ForbiddenStatements() {
   return statements;
 }
 
-// Expressions that it must reject in place of a text.
+// Expressions that the database must reject where a text is expected.
 inline const std::vector<std::string>& ForbiddenExpressions() {
   static const std::vector<std::string> expressions = {
       "(SELECT message FROM host_event_log)",
@@ -82,15 +82,15 @@ inline const std::vector<std::string>& ForbiddenExpressions() {
   return expressions;
 }
 
-// "?, ?, ?"
+// Repeated("?", 3) returns "?, ?, ?".
 inline std::string Repeated(const std::string& text, int count) {
   std::string all;
   for (int i = 0; i < count; ++i) all += (i == 0 ? "" : ", ") + text;
   return all;
 }
 
-// Texts that break out of the double quotes of an INSERT, with `valuesAfter` values after the text,
-// or of an UPDATE, or out of the single quotes of a condition.
+// Returns texts that break out of the double quotes of an INSERT (with `valuesAfter` values after
+// the text) or of an UPDATE, or out of the single quotes of a condition.
 inline std::vector<std::string> HostileTexts(
     int valuesAfter, const std::vector<std::string>& statements = ForbiddenStatements()) {
   const std::string rest = valuesAfter == 0 ? "" : ", " + Repeated("NULL", valuesAfter);

@@ -11,7 +11,7 @@
 
 namespace CorvaneTest {
 
-// The ids of the first adapters, and states of a card as in its file.
+// The ids of the first three adapters, and card states as in the simulator's state file.
 inline constexpr std::uint64_t FIRST = 0x0130000000000001;
 inline constexpr std::uint64_t SECOND = 0x0130000000000003;
 inline constexpr std::uint64_t THIRD = 0x0130000000000005;

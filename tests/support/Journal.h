@@ -44,7 +44,7 @@ class PrintedText {
   PrintedText(const PrintedText&) = delete;
   PrintedText& operator=(const PrintedText&) = delete;
 
-  // The text printed since the last call.
+  // Returns the text printed since the last call.
   std::string Next() {
     std::fflush(stdout);
     std::ifstream file(m_File);
@@ -92,7 +92,8 @@ class Journal {
     m_Entries.clear();
   }
 
-  // Takes the trace lines for itself. Fixtures that keep them hand each line to `Note`.
+  // Replaces the trace sink and records the trace lines. Fixtures with their own sink pass each
+  // line to `Note` instead.
   void TakeTraces() {
     m_TakesTraces = true;
     HostKit::SetTraceSink([this](const HostKit::TraceLine& line) {
@@ -130,7 +131,7 @@ class Journal {
     m_Observing = false;
     m_Observers.push_back({std::move(observe), std::move(now)});
   }
-  // The same before every entry. `observe` must not call the plug-in.
+  // As `Observe`, but called before every entry. `observe` must not call the plug-in.
   void ObserveEveryEntry(std::function<std::string()> observe) {
     m_EveryEntry = std::move(observe);
     m_Seen = m_EveryEntry();
@@ -141,7 +142,7 @@ class Journal {
   void Print(PrintedText& printed) { m_pPrinted = &printed; }
   void StopPrint() { m_pPrinted = nullptr; }
 
-  // Observes once, for changes after the last call.
+  // Observes once, to record changes made after the last call.
   void ObserveNow() {
     if (m_Observing) return;
     std::vector<std::string> news;
@@ -217,7 +218,7 @@ class Journal {
   std::vector<Entry> m_Entries;
 };
 
-// Without the reads of attributes, which are too many to list.
+// Removes the reads of attributes, which are too many to list.
 inline std::vector<std::string> Steps(std::vector<std::string> entries) {
   const auto isRead = [](const std::string& entry) {
     const std::string begin = " call vsl_";

@@ -13,7 +13,7 @@ enum class Shortage {
 // has not ended.
 void BeginShortage(int successes, Shortage kind);
 
-// Ends the shortage. Returns whether an allocation failed in it.
+// Ends the shortage. Returns whether an allocation failed during it.
 bool EndShortage();
 
 }  // namespace CorvaneTest

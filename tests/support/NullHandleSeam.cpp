@@ -26,7 +26,7 @@ void NoteHelper(const std::string& call) {
   if (NullHandleAnswers* const answers = g_pAnswers) answers->m_Calls.push_back(call);
 }
 
-// The definition of a function that this file replaces.
+// Returns the original definition of a function that this file replaces.
 template <class Function>
 Function* Next(Function*, const char* symbol) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));

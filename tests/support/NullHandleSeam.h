@@ -11,8 +11,8 @@
 
 namespace CorvaneTest {
 
-// Returns the values that are set here for a null handle, and records the calls. One instance at a
-// time, and only while the plug-in has no thread.
+// Makes reads with a null handle return the values set here, and records the calls. Only one
+// instance may exist at a time, and only while the plug-in runs no threads.
 class NullHandleAnswers {
  public:
   NullHandleAnswers();
@@ -34,8 +34,8 @@ class NullHandleAnswers {
   void Note(const std::string& function, const vsl_error_record* record);
 };
 
-// Makes the host's conversion of byte counts fail and yet change its outputs, until destroyed. One
-// instance at a time.
+// Makes the host's conversion of byte counts fail but set its outputs, until destroyed. Only one
+// instance may exist at a time.
 class NoUnitForBytes {
  public:
   NoUnitForBytes();

@@ -1,5 +1,6 @@
-// Names for the host's numbers, as the tests expect them. The numbers are typed here and not taken
-// from a header of the host or of the plug-in: one that changes there by mistake fails a test.
+// Names for the host's numbers, as the tests expect them. The numbers are repeated here instead of
+// being included from a header of the host or the plug-in, so that an accidental change there fails
+// a test.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +34,7 @@ constexpr std::uint32_t OP_ATTACH = 50126;
 constexpr std::uint32_t OP_DETACH = 50127;
 constexpr std::uint32_t OP_FORCE_DETACH = 50128;
 
-// Events that are expected outside the table of all events.
+// Events that are expected by tests other than the table of all events.
 constexpr std::uint32_t CTRL_INTERNAL_ERROR = 10957;
 constexpr std::uint32_t CTRL_ATTACH_FAILED = 10981;
 constexpr std::uint32_t CTRL_DETACH_FAILED = 10982;

@@ -9,8 +9,9 @@
 
 namespace CorvaneTest {
 
-// The open handles except those of rows, which are recognized by their calls since the last reset:
-// they read only some attributes that are readable before the card is opened.
+// Returns the open handles without those leaked for rows. The calls since the last reset identify
+// the latter: with such a handle, the plug-in reads only certain attributes, all of which are
+// readable before the card is opened.
 inline std::vector<std::string> HandlesExceptRows() {
   const std::vector<std::string> rowCalls = {
       "vsl_has_rated_endurance_tbytes",

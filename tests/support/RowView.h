@@ -38,7 +38,7 @@ Cells ColumnsOf() {
   return names;
 }
 
-// The cells "column=value" of each row, by key, without NULL cells.
+// The cells "column=value" of each row, in key order, without NULL cells.
 template <class Model>
 std::vector<Cells> RowsOf(const char* table) {
   const Cells cells = Query(std::string("SELECT * FROM ") + table + " ORDER BY ID");
@@ -61,12 +61,12 @@ inline std::vector<Cells> PluginRows() {
   return RowsOf<RaidDataModels::Plugin>(PLUGIN_ROWS);
 }
 
-// One column of all rows, by key.
+// One column of all rows, in key order.
 inline Cells Column(const char* table, const std::string& column) {
   return Query("SELECT " + column + " FROM " + table + " ORDER BY ID");
 }
 
-// Rows of the three tables, adapters first.
+// The row counts of the three tables, adapters first.
 inline Cells Counts() {
   Cells counts;
   for (const char* table : {ADAPTER_ROWS, DRIVE_ROWS, PLUGIN_ROWS}) {
@@ -90,7 +90,7 @@ class DatabaseLife {
   }
 };
 
-// The host's number of the adapter at that PCI address. Simulated cards are on buses 3, 4, ... by
+// The host's number for the adapter at a PCI address. Simulated cards are on buses 3, 4, ... by
 // default.
 inline std::string NumberOf(std::uint32_t bus, std::uint32_t device = 0,
                             std::uint32_t function = 0) {

@@ -24,8 +24,8 @@ std::string NameOrNumber(HostKit::Family family, std::uint32_t number) {
 
 namespace {
 
-// In memory if possible: the simulator syncs its file at each change, which takes ten times as long
-// on a disk as everything else together.
+// Uses memory if possible: the simulator syncs its file after each change, and on a disk that takes
+// ten times as long as everything else.
 std::filesystem::path MakeDirectory() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;
@@ -35,7 +35,7 @@ std::filesystem::path MakeDirectory() {
   return name;
 }
 
-// Trace lines of the whole process. The sink runs on any thread.
+// Trace lines of the process. The sink runs on any thread.
 std::mutex g_TraceMutex;
 std::vector<HostKit::TraceLine> g_Traces;
 

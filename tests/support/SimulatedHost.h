@@ -1,4 +1,4 @@
-// A host of the plug-in for tests: simulated cards, virtual time, the ten commands as functions.
+// A plug-in host for tests, with simulated cards, virtual time, and the ten commands as functions.
 //
 // Each object has its own temporary directory, cards, PCI bus and configuration. Its destructor
 // stops and releases the plug-in.
@@ -37,8 +37,8 @@ class SimulatedHost {
   std::string AddCard(std::uint16_t deviceId = 0x1003);
   void RefreshPciBus();
 
-  // Calls createIf; `Initialize` adds Initialize, and `Start` SetAdapterIDs with numbers from 1.
-  // Each returns the result of the last command.
+  // `Create` only calls createIf. `Initialize` also sends the Initialize command. `Start` also
+  // assigns the adapter numbers. Each returns the result of its last step.
   unsigned int Create();
   unsigned int Initialize();
   unsigned int Start();
@@ -74,10 +74,11 @@ class SimulatedHost {
   std::vector<std::string> Calls() const { return CardSim::CallTexts(); }
   void ForgetCalls() { CardSim::Reset(); }
 
-  // Texts of the recorded trace lines, of one level or of all.
+  // Texts of the recorded trace lines, of one level, or of all levels for 0.
   std::vector<std::string> Traces(unsigned int level = 0) const;
   std::vector<HostKit::TraceLine> TraceLines() const;
-  // The lines of all levels in the mask, each after its level: "16 ScanSystem, vsl_open = 5 (no)".
+  // The lines of all levels in the mask, each preceded by its level: "16 ScanSystem, vsl_open = 5
+  // (no)".
   std::vector<std::string> LeveledTraces(unsigned int mask) const;
   void ForgetTraces();
 

@@ -1,10 +1,10 @@
 // Makes `boost::this_thread::sleep_for` in plug-in and simulator use the kit's clock.
 //
-// Boost sleeps on a condition that is never signaled, until a time of its steady clock. This file
-// replaces both calls, for that clock and for the timed wait: the loader finds the executable's
-// definitions first. In virtual and seeded time, the kit handles the calls of its threads; in real
-// time, and for other threads, they are forwarded. A program with this seam must not wait with a
-// timeout on a condition of its own.
+// Boost implements a sleep as a timed wait on a condition that is never signaled, with a deadline
+// on its steady clock. This file replaces both the clock's `now` and the timed wait: the loader
+// finds the executable's definitions first. In virtual and seeded time, the kit handles the calls
+// of its threads; in real time, and for other threads, they are forwarded. A program with this seam
+// must not use timed waits on its own condition variables.
 
 #include <dlfcn.h>
 #include <pthread.h>

@@ -1,5 +1,5 @@
-// The connections that the kit opens in this process, for faults that no statement of a plug-in can
-// cause.
+// Access to the database connections that the kit opens in this process, to cause faults that no
+// plug-in statement can cause.
 #pragma once
 
 #include <sqlite3.h>
@@ -18,7 +18,7 @@ class SqliteInterceptor {
   SqliteInterceptor& operator=(const SqliteInterceptor&) = delete;
 
   // Runs a statement on the newest connection: that of the plug-ins, if the kit has just opened its
-  // database. Afterwards, statements on that connection are not confined.
+  // database. Afterwards, statements on that connection are no longer restricted.
   static void Run(const char* sql) {
     sqlite3_set_authorizer(Newest(), nullptr, nullptr);
     if (sqlite3_exec(Newest(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) {

@@ -30,18 +30,18 @@ class StatementWatch {
   void Begin() {
     const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
     m_pBetween->m_Statements.clear();
-    m_pBetween->m_FailingPlace = 0;
+    m_pBetween->m_FailingPosition = 0;
   }
-  // As `Begin`; the statement at `place`, counted from 1, throws instead of running.
+  // As `Begin`; the statement at `position`, counted from 1, throws instead of running.
   template <class Failure>
-  void BeginFailing(std::size_t place, Failure failure) {
+  void BeginFailing(std::size_t position, Failure failure) {
     Begin();
     const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
-    m_pBetween->m_FailingPlace = place;
+    m_pBetween->m_FailingPosition = position;
     m_pBetween->m_pFailure = std::make_exception_ptr(std::move(failure));
   }
-  // Called before each statement, on the thread that sends it; it may wait and call the plug-in.
-  // Set it while no statement runs.
+  // `listener` is called before each statement, on the thread that sends it. It may block and may
+  // call the plug-in. Call `OnStatement` only while no statement runs.
   void OnStatement(std::function<void(const std::string& sql)> listener) {
     m_pBetween->m_Listener = std::move(listener);
   }
@@ -60,7 +60,7 @@ class StatementWatch {
       {
         const std::lock_guard<std::mutex> guard(m_Mutex);
         m_Statements.push_back(sql);
-        if (m_Statements.size() == m_FailingPlace) std::rethrow_exception(m_pFailure);
+        if (m_Statements.size() == m_FailingPosition) std::rethrow_exception(m_pFailure);
       }
       return m_pDatabase->query(std::move(sql));
     }
@@ -69,7 +69,7 @@ class StatementWatch {
     std::function<void(const std::string& sql)> m_Listener;
     std::mutex m_Mutex;
     std::vector<std::string> m_Statements;
-    std::size_t m_FailingPlace = 0;
+    std::size_t m_FailingPosition = 0;
     std::exception_ptr m_pFailure;
   };
 

@@ -1,7 +1,7 @@
 // Linked into the test programs that run under the thread sanitizer. Accepted races are listed by
-// function name, and the sanitizer takes the names from LLVM's symbolizer. Without it no race is
-// accepted, and tests fail without an obvious reason. The check takes some time, so CTest runs it
-// once, and sets CORVANE_SYMBOLIZER for all other programs.
+// function name, and the sanitizer gets the names from LLVM's symbolizer. Without the symbolizer,
+// no race is accepted and tests fail for no obvious reason. The check takes some time, so CTest
+// runs it once, and sets CORVANE_SYMBOLIZER for all other programs.
 #include <gnu/libc-version.h>
 #include <sanitizer/common_interface_defs.h>
 #include <unistd.h>
@@ -12,8 +12,8 @@
 
 namespace {
 
-// Looks up a function of the C library, which is faster to read than a test program. The address is
-// above the start of the function, as on a stack.
+// Looks up a function of the C library, whose symbols load faster than those of a test program. The
+// address is past the start of the function, like a return address.
 [[gnu::constructor]] void RequireSymbolizer() {
   if (std::getenv("CORVANE_SYMBOLIZER") != nullptr) return;
   const auto address = reinterpret_cast<char*>(&gnu_get_libc_version) + 1;

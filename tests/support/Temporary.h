@@ -1,4 +1,4 @@
-// Temporary changes of a test: environment variables and directories.
+// Temporary environment variables and directories for tests.
 #pragma once
 
 #include <cstdlib>
@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-// Sets an environment variable, or unsets it without a value, until destroyed.
+// Sets an environment variable until destroyed, or unsets it if there is no value.
 class ScopedVariable {
  public:
   ScopedVariable(const char* name, const std::optional<std::string>& value) : m_Name(name) {

@@ -1,4 +1,4 @@
-// The card library's functions, with each of their allocations made to fail in turn.
+// Calls the card library's functions repeatedly, each time with another allocation failing.
 #include <stdio.h>
 
 #include <cstring>
@@ -12,13 +12,13 @@ namespace {
 
 using CorvaneTest::Shortage;
 
-// Handles for the calls. Null if the call does not need it.
+// Handles for the calls; null if a call does not need them.
 struct Things {
   void* card = nullptr;      // opened
-  void* job = nullptr;       // a format or detach
+  void* job = nullptr;       // a format or detach job
   void* iterated = nullptr;  // the first card
-  void* volume = nullptr;    // the first unit
-  void* made = nullptr;      // by the call itself, or an adapter
+  void* volume = nullptr;    // the first volume
+  void* created = nullptr;   // created by the call, or an adapter
   vsl_error_record err = {};
 };
 
@@ -42,25 +42,25 @@ void NextVolume(Things& things) {
   vsl_vsu_iterate(things.card, &things.volume, 1, &things.err);
 }
 
-// Gives the open card the attribute, and makes a handle of its adapter.
-void Give(Things& things, const char* attribute, const char* value) {
+// Sets an attribute of the open card and creates a handle for its adapter.
+void SetAttribute(Things& things, const char* attribute, const char* value) {
   vsl_close(things.card, &things.err);
   CardSim::StateFile(CardSim::StateFile::DefaultPath()).Set("card0", attribute, value);
   vsl_open(things.card, &things.err);
-  vsl_adapter_create(things.card, &things.made, &things.err);
+  vsl_adapter_create(things.card, &things.created, &things.err);
 }
-void GiveFormat(Things& things, const char* attribute, const char* value) {
-  Give(things, attribute, value);
+void SetFormatAttribute(Things& things, const char* attribute, const char* value) {
+  SetAttribute(things, attribute, value);
   FormatCard(things);
 }
 
 struct Call {
   std::string name;
   std::string function;
-  const char* state;  // of the card, before
+  const char* state;  // of the card, before the call
   void (*prepare)(Things&);
   vsl_code (*make)(Things&);  // also checks a value that is read
-  bool needsMemory = true;    // otherwise it may succeed, and read the value, without
+  bool needsMemory = true;    // if false, it may succeed without memory
 };
 
 void Nothing(Things&) {}
@@ -70,7 +70,7 @@ const Call kCalls[] = {
     {"Iterate", "vsl_iom_iterate", "2", Nothing,
      [](Things& t) { return CodeOf(vsl_iom_iterate(&t.iterated, 1, &t.err)); }},
     {"CreateByName", "vsl_iom_create_by_name", "2", Nothing,
-     [](Things& t) { return vsl_iom_create_by_name("/dev/fct0", &t.made, &t.err); }},
+     [](Things& t) { return vsl_iom_create_by_name("/dev/fct0", &t.created, &t.err); }},
     {"Open", "vsl_open", "2",
      [](Things& t) {
        vsl_close(t.card, &t.err);
@@ -78,7 +78,7 @@ const Call kCalls[] = {
      },
      [](Things& t) { return vsl_open(t.card, &t.err); }},
     {"Adapter", "vsl_adapter_create", "2", Nothing,
-     [](Things& t) { return vsl_adapter_create(t.card, &t.made, &t.err); }},
+     [](Things& t) { return vsl_adapter_create(t.card, &t.created, &t.err); }},
     {"BeaconOn", "vsl_set_beacon_state", "2", Nothing,
      [](Things& t) { return vsl_set_beacon_state(t.card, 1, &t.err); }},
     {"NextVolume", "vsl_vsu_iterate", "2", NextVolume,
@@ -86,11 +86,11 @@ const Call kCalls[] = {
     {"SetVolume", "vsl_set_vsu_state", "2", NextVolume,
      [](Things& t) { return vsl_set_vsu_state(t.volume, 0, &t.err); }},
     {"CreateAttach", "vsl_iom_attach_create", "0", Nothing,
-     [](Things& t) { return vsl_iom_attach_create(t.card, &t.made, &t.err); }},
+     [](Things& t) { return vsl_iom_attach_create(t.card, &t.created, &t.err); }},
     {"CreateDetach", "vsl_iom_detach_create", "2", Nothing,
-     [](Things& t) { return vsl_iom_detach_create(t.card, &t.made, &t.err); }},
+     [](Things& t) { return vsl_iom_detach_create(t.card, &t.created, &t.err); }},
     {"CreateFormat", "vsl_iom_format_create", "0", Nothing,
-     [](Things& t) { return vsl_iom_format_create(t.card, &t.made, &t.err); }},
+     [](Things& t) { return vsl_iom_format_create(t.card, &t.created, &t.err); }},
     {"FormatSize", "vsl_iom_format_set_size_bytes", "0", FormatCard,
      [](Things& t) { return vsl_iom_format_set_size_bytes(t.job, 4096, &t.err); }},
     {"FormatPercent", "vsl_iom_format_set_size_pct", "0", FormatCard,
@@ -106,12 +106,13 @@ const Call kCalls[] = {
      [](Things& t) { return vsl_op_start(t.job, &t.err); }},
     {"Close", "vsl_close", "2", Nothing, [](Things& t) { return vsl_close(t.card, &t.err); },
      false},
-    {"PciDeviceId", "vsl_pci_device_id", "2", [](Things& t) { Give(t, "pci_device_id", "4099"); },
+    {"PciDeviceId", "vsl_pci_device_id", "2",
+     [](Things& t) { SetAttribute(t, "pci_device_id", "4099"); },
      [](Things& t) { return CodeOf(vsl_pci_device_id(t.card, &t.err) == 4099); }},
     {"ReserveStatus", "vsl_reserve_status", "2",
      [](Things& t) {
-       Give(t, "reserve_space_pct", "5");
-       Give(t, "reserve_status", "1");
+       SetAttribute(t, "reserve_space_pct", "5");
+       SetAttribute(t, "reserve_status", "1");
      },
      [](Things& t) { return CodeOf(vsl_reserve_status(t.card, &t.err) == 1); }},
     {"HasVolumeState", "vsl_has_vsu_state", "2", NextVolume,
@@ -126,14 +127,14 @@ const Call kCalls[] = {
      [](Things& t) { return vsl_iom_format_set_sector_size_bytes(t.job, 512, &t.err); }},
 };
 
-// A value of an attribute of that type, for the state file and as the library returns it.
+// A value for attributes of type `T`, as text in the state file.
 template <class T>
 constexpr const char* kText = std::is_same_v<T, bool> ? "true" : "1";
 template <>
 constexpr const char* kText<const char*> = "a text of many letters, longer than a short string";
 
 template <class T>
-bool IsGiven(T value) {
+bool IsExpected(T value) {
   if constexpr (std::is_same_v<T, const char*>) {
     return std::strcmp(value, kText<T>) == 0;
   } else {
@@ -141,39 +142,41 @@ bool IsGiven(T value) {
   }
 }
 
-// The handle that has the attribute.
+// Returns the handle that has the attribute.
 void* OwnerOf(Things& things, std::string_view attribute) {
-  return attribute == "power_limit_watts" ? things.made : things.card;
+  return attribute == "power_limit_watts" ? things.created : things.card;
 }
 
 const Call kReads[] = {
-#define CARD_ROWS(type, attribute)                                                        \
-  {"Has_" #attribute,                                                                     \
-   "vsl_has_" #attribute,                                                                 \
-   "2",                                                                                   \
-   [](Things& t) { Give(t, #attribute, kText<type>); },                                   \
-   [](Things& t) { return CodeOf(vsl_has_##attribute(OwnerOf(t, #attribute), &t.err)); }, \
-   false},                                                                                \
-      {"Read_" #attribute,                                                                \
-       "vsl_" #attribute,                                                                 \
-       "2",                                                                               \
-       [](Things& t) { Give(t, #attribute, kText<type>); },                               \
-       [](Things& t) {                                                                    \
-         return CodeOf(IsGiven<type>(vsl_##attribute(OwnerOf(t, #attribute), &t.err)));   \
-       },                                                                                 \
+#define CARD_ROWS(type, attribute)                                                         \
+  {"Has_" #attribute,                                                                      \
+   "vsl_has_" #attribute,                                                                  \
+   "2",                                                                                    \
+   [](Things& t) { SetAttribute(t, #attribute, kText<type>); },                            \
+   [](Things& t) { return CodeOf(vsl_has_##attribute(OwnerOf(t, #attribute), &t.err)); },  \
+   false},                                                                                 \
+      {"Read_" #attribute,                                                                 \
+       "vsl_" #attribute,                                                                  \
+       "2",                                                                                \
+       [](Things& t) { SetAttribute(t, #attribute, kText<type>); },                        \
+       [](Things& t) {                                                                     \
+         return CodeOf(IsExpected<type>(vsl_##attribute(OwnerOf(t, #attribute), &t.err))); \
+       },                                                                                  \
        false},
-#define FORMAT_ROWS(type, attribute)                                                               \
-  {"FormatHas_" #attribute,                                                                        \
-   "vsl_iom_format_has_" #attribute,                                                               \
-   "0",                                                                                            \
-   [](Things& t) { GiveFormat(t, "iom_format_" #attribute, kText<type>); },                        \
-   [](Things& t) { return CodeOf(vsl_iom_format_has_##attribute(t.job, &t.err)); },                \
-   false},                                                                                         \
-      {"FormatRead_" #attribute,                                                                   \
-       "vsl_iom_format_" #attribute,                                                               \
-       "0",                                                                                        \
-       [](Things& t) { GiveFormat(t, "iom_format_" #attribute, kText<type>); },                    \
-       [](Things& t) { return CodeOf(IsGiven<type>(vsl_iom_format_##attribute(t.job, &t.err))); }, \
+#define FORMAT_ROWS(type, attribute)                                                    \
+  {"FormatHas_" #attribute,                                                             \
+   "vsl_iom_format_has_" #attribute,                                                    \
+   "0",                                                                                 \
+   [](Things& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); },     \
+   [](Things& t) { return CodeOf(vsl_iom_format_has_##attribute(t.job, &t.err)); },     \
+   false},                                                                              \
+      {"FormatRead_" #attribute,                                                        \
+       "vsl_iom_format_" #attribute,                                                    \
+       "0",                                                                             \
+       [](Things& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); }, \
+       [](Things& t) {                                                                  \
+         return CodeOf(IsExpected<type>(vsl_iom_format_##attribute(t.job, &t.err)));    \
+       },                                                                               \
        false},
     VSL_CARD_ATTRIBUTES(CARD_ROWS) VSL_FORMAT_ATTRIBUTES(FORMAT_ROWS)
 #undef FORMAT_ROWS
@@ -188,8 +191,8 @@ std::vector<Call> AllCalls() {
 
 class CallMemory : public SimulatedCards {
  protected:
-  // The card in that state, opened, and the library freshly started. Cards with few attributes
-  // have few allocations to fail.
+  // Restarts the library and opens the card in this state. Cards with few attributes keep the
+  // number of allocations low.
   Things Fresh(const char* state) {
     vsl_fini();
     CardSim::Reset();
@@ -209,8 +212,8 @@ class CallMemory : public SimulatedCards {
     return things;
   }
 
-  // Whether an allocation failed while the call ran.
-  bool IsShort(const Call& call, Things& things, int successes, Shortage kind, vsl_code& code) {
+  // Runs the call with a memory shortage. Returns whether an allocation failed.
+  bool RunShort(const Call& call, Things& things, int successes, Shortage kind, vsl_code& code) {
     things.err.text[0] = '\0';
     CorvaneTest::BeginShortage(successes, kind);
     code = call.make(things);
@@ -226,7 +229,7 @@ class CallMemory : public SimulatedCards {
       const std::string before = Slurp();
       const std::string open = Joined(CardSim::OpenHandles());
       vsl_code code = 0;
-      if (!IsShort(call, things, failures, kind, code)) {
+      if (!RunShort(call, things, failures, kind, code)) {
         ASSERT_EQ(0U, code) << things.err.text;
         break;
       }
@@ -259,7 +262,7 @@ void PrintTo(const Call& call, std::ostream* out) {
 INSTANTIATE_TEST_SUITE_P(Table, CallsWithoutMemory, ::testing::ValuesIn(AllCalls()),
                          [](const auto& row) { return row.param.name; });
 
-// The functions of the library by its symbols.
+// Returns the functions that the library exports.
 std::set<std::string> ExportedFunctions() {
   std::set<std::string> names;
   FILE* list = popen("nm -D --defined-only " CARDSIM_LIBRARY, "r");
@@ -272,15 +275,15 @@ std::set<std::string> ExportedFunctions() {
 }
 
 TEST_F(CallMemory, EveryFunctionHasARow) {
-  // These have tests of their own below.
+  // These functions have separate tests below.
   std::set<std::string> rows = {"vsl_op_wait_for_result", "vsl_destroy", "vsl_fini"};
   for (const Call& call : AllCalls()) rows.insert(call.function);
   EXPECT_EQ(ExportedFunctions(), rows);
 }
 
-class EndsOfJobs : public CallMemory, public ::testing::WithParamInterface<Shortage> {
+class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Shortage> {
  protected:
-  // The file itself, as another process reads it.
+  // Whether the file contains a job, which other processes would see.
   bool IsMarked() const { return Slurp().find("\"job\"") != std::string::npos; }
 
   std::string FormatAgain(Things& things) {
@@ -294,7 +297,7 @@ class EndsOfJobs : public CallMemory, public ::testing::WithParamInterface<Short
   }
 };
 
-TEST_P(EndsOfJobs, AFormatWithoutMemoryReleasesTheCard) {
+TEST_P(FinishedJobs, AFormatWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     Things things = Fresh("0");
@@ -310,7 +313,7 @@ TEST_P(EndsOfJobs, AFormatWithoutMemoryReleasesTheCard) {
     ASSERT_EQ(11U, code) << failures;
     ASSERT_STREQ("out of memory", things.err.text) << failures;
     ASSERT_EQ("0", File().Get("card0", "iom_state")) << failures;
-    // The next call removes the mark from the file, so that other processes see the card released.
+    // The next call removes the job from the file, so other processes see that the card is free.
     vsl_has_serial_number(things.card, &things.err);
     ASSERT_FALSE(IsMarked()) << failures;
     ASSERT_EQ("done", FormatAgain(things)) << failures;
@@ -318,7 +321,7 @@ TEST_P(EndsOfJobs, AFormatWithoutMemoryReleasesTheCard) {
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(EndsOfJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
+TEST_P(FinishedJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     Things things = Fresh("0");
@@ -335,7 +338,7 @@ TEST_P(EndsOfJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(EndsOfJobs, FiniNeedsNoMemory) {
+TEST_P(FinishedJobs, FiniNeedsNoMemory) {
   Fresh("2");
   CorvaneTest::BeginShortage(0, GetParam());
   vsl_fini();
@@ -343,7 +346,7 @@ TEST_P(EndsOfJobs, FiniNeedsNoMemory) {
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
 }
 
-INSTANTIATE_TEST_SUITE_P(Shortages, EndsOfJobs,
+INSTANTIATE_TEST_SUITE_P(Shortages, FinishedJobs,
                          ::testing::Values(Shortage::OneFails, Shortage::AllFail),
                          [](const auto& row) {
                            return std::string(row.param == Shortage::OneFails ? "OneFails"
@@ -360,7 +363,7 @@ TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWithoutMemory) {
     const bool has = vsl_has_current_errors(things.card, &things.err);
     wasShort = CorvaneTest::EndShortage();
     ++(has ? kept : lost);
-    // Only what the call does before it reads the file may fail.
+    // The call may fail only before it reads the file.
     ASSERT_TRUE(has || kept == 0) << lost + kept;
   }
   EXPECT_LT(lost, 10);

@@ -1,4 +1,4 @@
-// Every command of `cardsim`, with each of its allocations made to fail in turn.
+// Runs every command of `cardsim` repeatedly, each time with another allocation failing.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -20,7 +20,7 @@ constexpr int kEnough = -1;
 struct Verb {
   const char* name;
   std::vector<std::string> arguments;
-  // A command that changes nothing may have printed something before it failed.
+  // Whether the command changes the state file.
   bool changes;
 };
 
@@ -50,7 +50,7 @@ struct Outcome {
   bool wasShort;
 };
 
-// noexcept: an exception that leaves `main` must end the process, not continue in the test.
+// noexcept, so that an exception that leaves `main` terminates the process.
 int RunMain(int count, char** words) noexcept {
   return CardsimMain(count, words);
 }
@@ -86,7 +86,7 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
   Outcome Run(int successes, Shortage kind) {
     std::vector<std::string> words = {"cardsim"};
     for (std::string word : GetParam().arguments) {
-      if (word.rfind("DIRECTORY", 0) == 0) word.replace(0, 6, m_Directory.string());
+      if (word.rfind("DIRECTORY", 0) == 0) word.replace(0, 9, m_Directory.string());
       words.push_back(word);
     }
     std::vector<char*> argv;
@@ -112,21 +112,21 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
             *m_WasShort};
   }
 
-  void PutBack() {
+  void Restore() {
     Spill(m_Before);
     std::filesystem::remove_all(m_Directory / "sys");
   }
 
   void Sweep(Shortage kind) {
-    PutBack();
+    Restore();
     const Outcome whole = Run(kEnough, kind);
     ASSERT_EQ("[0]", whole.err + "[" + std::to_string(whole.code) + "]");
     const std::string after = Slurp();
     EXPECT_EQ(GetParam().changes, after != m_Before);
     int failures = 0;
-    // One failure is tried at each place; lasting failure, at every fifth.
+    // Tries a single failure at each allocation, but a lasting shortage only at every fifth.
     for (;; failures += kind == Shortage::OneFails ? 1 : 5) {
-      PutBack();
+      Restore();
       const Outcome outcome = Run(failures, kind);
       if (!outcome.wasShort && outcome.code == 0) break;
       // Some allocations are optional.
@@ -138,12 +138,12 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
       ASSERT_EQ(1, outcome.code) << "allocation " << failures << ": " << outcome.err;
       const bool isSaved = outcome.err == "cardsim: out of memory; the change is saved\n";
       ASSERT_TRUE(isSaved || outcome.err == "cardsim: out of memory\n") << outcome.err << failures;
-      // A scenario stops between two changes; the change of any other command is atomic.
+      // A scenario may stop between two changes. The change of any other command is atomic.
       const bool isScenario = GetParam().arguments[0] == "play";
       ASSERT_TRUE(isScenario || Slurp() == (isSaved ? after : m_Before)) << failures;
       ASSERT_FALSE(std::filesystem::exists(Path().string() + ".new")) << failures;
       ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); })) << failures;
-      // Slow, and the same at all places.
+      // Repeating the command is slow, so it is tested only after some failures.
       if (isSaved || failures % 20 != 0) continue;
       const Outcome again = Run(kEnough, kind);
       ASSERT_EQ(whole.out + "[0]", again.out + again.err + "[" + std::to_string(again.code) + "]");
@@ -156,11 +156,11 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
   bool* m_WasShort = nullptr;
 };
 
-TEST_P(ProgramMemory, EndsCleanlyWhenOneAllocationFails) {
+TEST_P(ProgramMemory, FailsCleanlyWhenOneAllocationFails) {
   Sweep(Shortage::OneFails);
 }
 
-TEST_P(ProgramMemory, EndsCleanlyWhenNoMemoryIsLeft) {
+TEST_P(ProgramMemory, FailsCleanlyWhenNoMemoryIsLeft) {
   Sweep(Shortage::AllFail);
 }
 

@@ -1,4 +1,4 @@
-// Files, directories and links that another user could have placed at the path of the state file.
+// Files, directories and links that another user could have created on the path of the state file.
 #include <sys/stat.h>
 
 #include <regex>
@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kOthers = "can be written by other users";
 
-// As far as this user can create such things.
+// Some tests require root, because they create files of another user.
 class Planted : public SimulatedCards {
  protected:
   std::string Cards() {
@@ -23,7 +23,7 @@ class Planted : public SimulatedCards {
   std::string ForRoot(const std::string& error) const { return IsRoot() ? error : "no error"; }
 };
 
-TEST_F(Planted, OwnLinksAreFollowedAndKept) {
+TEST_F(Planted, LinksOfTheSameUserAreFollowedAndKept) {
   const auto real = m_Directory / "real";
   std::filesystem::create_directory(real);
   std::filesystem::rename(Path(), real / "other.json");
@@ -35,7 +35,7 @@ TEST_F(Planted, OwnLinksAreFollowedAndKept) {
   EXPECT_TRUE(std::filesystem::exists(real / "other.json.lock"));
 }
 
-TEST_F(Planted, LinksInACircleEnd) {
+TEST_F(Planted, ALoopOfLinksIsReported) {
   std::filesystem::remove(Path());
   std::filesystem::create_symlink("cards.json", Path());
   EXPECT_EQ(Path().string() + ": Too many levels of symbolic links", Cards());
@@ -60,7 +60,7 @@ TEST_F(Planted, ALinkNamedLikeTheDraftIsReplaced) {
   EXPECT_FALSE(std::filesystem::is_symlink(Path()));
 }
 
-TEST_F(Planted, RootRejectsADirectoryThatAnyoneMayWrite) {
+TEST_F(Planted, RootRejectsADirectoryThatOthersCanWrite) {
   chmod(m_Directory.c_str(), 0777);
   const std::string why =
       Path().string() + ": not trusted: " + m_Directory.string() + " " + kOthers;
@@ -74,7 +74,7 @@ TEST_F(Planted, RootRejectsADirectoryThatAnyoneMayWrite) {
   EXPECT_EQ("no error", Edit());
 }
 
-TEST_F(Planted, RootRejectsAFileThatAnyoneMayWrite) {
+TEST_F(Planted, RootRejectsAFileThatOthersCanWrite) {
   chmod(Path().c_str(), 0666);
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
 }
@@ -87,13 +87,13 @@ TEST_F(Planted, RootRejectsAFileOrDirectoryWithAnAccessListForOthers) {
             Edit());
 }
 
-TEST_F(Planted, AFileWithASecondNameInAnOpenDirectoryIsRejected) {
+TEST_F(Planted, AFileWithASecondHardLinkInASharedDirectoryIsRejected) {
   chmod(m_Directory.c_str(), 01777);
   std::filesystem::create_hard_link(Path(), m_Directory / "second");
   EXPECT_EQ(Path().string() + ": not trusted: the file has a second hard link", Cards());
 }
 
-TEST_F(Planted, RootRejectsAnotherUsersFileAndLink) {
+TEST_F(Planted, RootRejectsAFileAndALinkOfAnotherUser) {
   if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
   ASSERT_EQ(0, chown(Path().c_str(), 65534, 65534));
   EXPECT_EQ(Path().string() + ": not trusted: the file belongs to uid 65534", Edit());
@@ -107,7 +107,7 @@ TEST_F(Planted, RootRejectsAnotherUsersFileAndLink) {
             ErrorOf([&] { CardSim::StateFile(link).Cards(); }));
 }
 
-TEST_F(Planted, AMarkThatIsALinkIsNotWrittenThrough) {
+TEST_F(Planted, AMarkerThatIsALinkIsNotFollowed) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
@@ -117,7 +117,7 @@ TEST_F(Planted, AMarkThatIsALinkIsNotWrittenThrough) {
   EXPECT_EQ("precious", Slurp(victim));
 }
 
-// A directory of another user with a link to one of root's, at each depth below it.
+// A directory of another user, with links to a directory of root at several depths.
 class PlantedPaths : public Planted, public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
@@ -140,7 +140,7 @@ class PlantedPaths : public Planted, public ::testing::WithParamInterface<const 
   }
 };
 
-TEST_P(PlantedPaths, NoDirectoryOfAStateFileIsCreatedThere) {
+TEST_P(PlantedPaths, NoStateFileDirectoryIsCreatedThere) {
   const auto file = Theirs() / GetParam() / "new/newer/cards.json";
   EXPECT_EQ(Refusal(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
@@ -159,7 +159,7 @@ INSTANTIATE_TEST_SUITE_P(Table, PlantedPaths,
                          ::testing::Values(".", "link", "one", "one/link", "one/two",
                                            "one/two/link", "none"));
 
-TEST_F(Planted, MissingDirectoriesAreCreatedThroughOwnLinks) {
+TEST_F(Planted, MissingDirectoriesAreCreatedThroughLinksOfTheSameUser) {
   std::filesystem::create_directory(m_Directory / "real");
   std::filesystem::create_directory_symlink("real", m_Directory / "way");
   const auto file = m_Directory / "way/a/../b/cards.json";
@@ -167,7 +167,7 @@ TEST_F(Planted, MissingDirectoriesAreCreatedThroughOwnLinks) {
   EXPECT_TRUE(std::filesystem::exists(m_Directory / "real/b/cards.json"));
 }
 
-TEST_F(Planted, ADevicesDirectoryThatIsALinkIsNotWrittenThrough) {
+TEST_F(Planted, ADevicesDirectoryThatIsALinkIsReplaced) {
   File().AddCard(0x1003);
   const auto victim = m_Directory / "victim";
   std::filesystem::create_directories(victim);
@@ -180,7 +180,7 @@ TEST_F(Planted, ADevicesDirectoryThatIsALinkIsNotWrittenThrough) {
   EXPECT_FALSE(std::filesystem::is_symlink(devices));
 }
 
-TEST_F(Planted, AMarkThatIsALinkToARegularFileIsRejected) {
+TEST_F(Planted, AMarkerThatIsALinkToARegularFileIsRejected) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
@@ -190,7 +190,7 @@ TEST_F(Planted, AMarkThatIsALinkToARegularFileIsRejected) {
   EXPECT_EQ("precious", Slurp(victim));
 }
 
-TEST_F(Planted, AMarkThatIsAPipeIsNotWaitedFor) {
+TEST_F(Planted, AMarkerThatIsAPipeIsRejected) {
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
   const auto mark = m_Directory / "sys/bus/pci/.cardsim";
   ASSERT_EQ(0, mkfifo(mark.c_str(), 0600));
@@ -207,7 +207,7 @@ std::vector<std::filesystem::path> SourceFiles() {
   return files;
 }
 
-TEST(Environment, IsReadBySecureGetenvOnly) {
+TEST(Environment, IsReadOnlyBySecureGetenv) {
   const std::regex plain("[^_]getenv\\(");
   int files = 0;
   for (const auto& path : SourceFiles()) {

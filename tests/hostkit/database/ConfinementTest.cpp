@@ -1,4 +1,4 @@
-// What a statement of a plug-in may do, even with SQL that a card's text has injected.
+// Restrictions on the statements of plug-ins, including SQL injected through a card's text.
 #include <chrono>
 #include <iterator>
 #include <sstream>
@@ -28,7 +28,7 @@ class Confinement : public HostDatabaseTest {
     return OtherProgram(File()).Run("SELECT type, name, sql FROM sqlite_schema ORDER BY name");
   }
 
-  // The host's tables are unchanged, and it still works.
+  // Expects that the host's tables are unchanged and still usable.
   void ExpectUnharmed(const std::string& after) {
     const auto events = HostKit::ReadEvents(0, 10);
     ASSERT_EQ(events.size(), 1U) << after;
@@ -42,9 +42,9 @@ class Confinement : public HostDatabaseTest {
     OtherProgram(File()).Run("BEGIN IMMEDIATE; ROLLBACK");  // no lock is held
   }
 
-  // Runs `use`; the database may reject it.
+  // Runs `use`, which the database may reject.
   template <class Use>
-  void Try(Use use) {
+  void RunIgnoringRejection(Use use) {
     try {
       use();
     } catch (const DBEXCEPTION::DatabaseException&) {
@@ -54,7 +54,7 @@ class Confinement : public HostDatabaseTest {
   std::string m_Schema;
 };
 
-TEST_F(Confinement, RejectsEverythingButRowsOfPlugins) {
+TEST_F(Confinement, AllowsAccessOnlyToRowsOfPlugins) {
   for (const std::string& statement : ForbiddenStatements()) {
     EXPECT_NE(FailureOf(statement), "") << statement;
     ExpectUnharmed(statement);
@@ -93,7 +93,8 @@ TEST_F(Confinement, AllowsTheStatementsOfTheLayer) {
   }
 }
 
-// `trim` takes ten seconds with two texts of 64 KiB, and the time limit is not checked meanwhile.
+// `trim` takes ten seconds with two texts of 64 KiB, and the time limit is not checked while it
+// runs.
 TEST_F(Confinement, RejectsFunctionsThatTheLayerDoesNotUse) {
   for (const std::string call :
        {"abs(1)",       "avg(1)",    "coalesce(1, 2)",   "group_concat(1)", "ifnull(1, 2)",
@@ -108,7 +109,7 @@ TEST_F(Confinement, RejectsFunctionsThatTheLayerDoesNotUse) {
   EXPECT_EQ(FailureOf("SELECT 1 GLOB 2"), "not authorized to use function: GLOB");
 }
 
-// A file of an earlier version may contain triggers that a card's text has created.
+// A file of an earlier version may contain triggers that were injected through a card's text.
 TEST_F(Confinement, DropsForeignTriggersOfTheHostsTables) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -151,7 +152,7 @@ TEST_F(Confinement, DropsForeignTriggersIgnoringCase) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
 }
 
-// The host clears the rows of the previous run, and is not confined while it does.
+// The host's own statements, which clear the rows of the previous run, are not restricted.
 TEST_F(Confinement, DropsTriggersOfTheRowsBeforeClearingThem) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -227,7 +228,7 @@ std::string ManyOrTerms(const std::vector<std::string>& columns, std::size_t cou
   for (std::size_t i = 0; i < count; ++i) {
     terms.push_back(columns[i % columns.size()] + " = " + std::to_string(i));
   }
-  // As a balanced tree: SQLite limits the depth of an expression.
+  // The terms form a balanced tree, because SQLite limits the depth of an expression.
   while (terms.size() > 1) {
     std::vector<std::string> pairs;
     for (std::size_t i = 0; i < terms.size(); i += 2) {
@@ -299,7 +300,7 @@ TEST_F(Confinement, LimitsTheLengthOfAText) {
   EXPECT_EQ(FailureOf("SELECT \"" + half + half + "\""), "string or blob too big");
 }
 
-constexpr int kRowsThatFit = 256 << 20 >> 20;  // of a mebibyte each; 256 MiB are allowed
+constexpr int kRowsThatFit = 256 << 20 >> 20;  // rows of 1 MiB in the limit of 256 MiB
 
 // Inserts rows of nearly a mebibyte until the file is full. Returns their number, or -1 if the file
 // does not become full.
@@ -354,7 +355,7 @@ TEST_F(Confinement, RejectsResultsThatTheLayerCannotRead) {
   EXPECT_EQ(FailureOf(all + "; SELECT 1"), "the result has incomplete rows of host_plugin_rows");
 }
 
-// Each hostile text in each statement of the layer.
+// Passes each hostile text to each kind of statement that the layer sends.
 TEST_F(Confinement, WithstandsHostileTextsInAnInsert) {
   struct Case {
     std::string Plugin::*field;
@@ -365,7 +366,7 @@ TEST_F(Confinement, WithstandsHostileTextsInAnInsert) {
     for (const std::string& text : HostileTexts(each.valuesAfter)) {
       auto row = APlugin();
       row.*each.field = text;
-      Try([&] { m_pStorage->insert(row); });
+      RunIgnoringRejection([&] { m_pStorage->insert(row); });
       ExpectUnharmed(text);
     }
   }
@@ -378,7 +379,7 @@ TEST_F(Confinement, WithstandsHostileTextsInAnUpdate) {
       auto row = AnAdapter(1);
       row.id = 1;
       row.*field = text;
-      Try([&] { m_pStorage->update(row); });
+      RunIgnoringRejection([&] { m_pStorage->update(row); });
     }
     ExpectUnharmed(text);
   }
@@ -386,20 +387,24 @@ TEST_F(Confinement, WithstandsHostileTextsInAnUpdate) {
 
 TEST_F(Confinement, WithstandsHostileTextsInAQuery) {
   for (const std::string& text : HostileTexts(0)) {
-    Try([&] {
+    RunIgnoringRejection([&] {
       m_pStorage->get_all<PD>(
           where(is_equal(&PD::serialNumber, text) and is_equal(&PD::hostName, "localhost")));
     });
-    Try([&] { m_pStorage->get_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
-    Try([&] { m_pStorage->get_all<Adapter>(where(is_equal(&Adapter::name, text))); });
+    RunIgnoringRejection(
+        [&] { m_pStorage->get_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
+    RunIgnoringRejection(
+        [&] { m_pStorage->get_all<Adapter>(where(is_equal(&Adapter::name, text))); });
     ExpectUnharmed(text);
   }
 }
 
-TEST_F(Confinement, WithstandsHostileTextsInADeletion) {
+TEST_F(Confinement, WithstandsHostileTextsInADelete) {
   for (const std::string& text : HostileTexts(0)) {
-    Try([&] { m_pStorage->remove_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
-    Try([&] { m_pStorage->remove_all<Adapter>(where(is_equal(&Adapter::name, text))); });
+    RunIgnoringRejection(
+        [&] { m_pStorage->remove_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
+    RunIgnoringRejection(
+        [&] { m_pStorage->remove_all<Adapter>(where(is_equal(&Adapter::name, text))); });
     ExpectUnharmed(text);
   }
 }

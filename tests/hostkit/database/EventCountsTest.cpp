@@ -18,7 +18,7 @@ class EventCounts : public HostDatabaseTest {
     for (int i = 0; i < times; ++i) AppendEvent(Event(id, severity));
   }
 
-  // "event/severity count" for each event and severity, separated by commas.
+  // Renders the counts as "event/severity count", separated by commas.
   static std::string Counts() {
     std::string text;
     for (const auto& [event, severity, count] : HostKit::CountEvents()) {

@@ -17,7 +17,7 @@ PI::CEvent Overheated(std::uint64_t time, const std::string& name) {
 
 class EventLog : public HostDatabaseTest {
  protected:
-  // The names of the events, in order.
+  // Returns the source names of the events, in order.
   static std::string NamesSince(std::uint64_t since, std::size_t limit) {
     std::string names;
     for (const auto& event : HostKit::ReadEvents(since, limit)) names += event.m_SourceName + " ";
@@ -71,7 +71,7 @@ TEST_F(EventLog, ReturnsTheFirstEventsAfterANumber) {
   }
 }
 
-TEST_F(EventLog, KnowsTheNumbersOfItsOldestAndNewestEvent) {
+TEST_F(EventLog, ReturnsTheNumbersOfItsOldestAndNewestEvent) {
   EXPECT_EQ(HostKit::ReadEventNumbers().m_Oldest, 0);
   EXPECT_EQ(HostKit::ReadEventNumbers().m_Newest, 0);
   for (const char* name : {"a", "b", "c"}) AppendEvent(Overheated(1000, name));

@@ -1,4 +1,4 @@
-// Faults of the file. The database must work again when the cause is gone.
+// Faults of the database file. The database must work again after the fault is removed.
 #include <chrono>
 #include <fstream>
 #include <thread>
@@ -17,7 +17,7 @@ constexpr const char* kWrite = "INSERT INTO host_plugin_rows (pi_vendor) VALUES 
 
 class Faults : public HostDatabaseTest {
  protected:
-  // Closes the file until the next `Use`.
+  // Closes the file until the next call of `Use`.
   void CloseFile() { Use(":memory:"); }
 
   void Damage(std::streamoff at, const std::string& bytes) {
@@ -126,7 +126,7 @@ TEST_F(Faults, AFileThatReplacesTheOpenOneIsUsedWithoutItsRows) {
   EXPECT_EQ(OtherProgram(m_Directory.Path() / "second.db").Run("PRAGMA integrity_check"), "ok");
 }
 
-TEST_F(Faults, WorksAfterTheLockOfAnotherProgram) {
+TEST_F(Faults, WorksAfterAnotherProgramReleasesItsLock) {
   OtherProgram other(File());
   other.Run("BEGIN IMMEDIATE");
   EXPECT_EQ(FailureOf(kRead), "");
@@ -135,7 +135,7 @@ TEST_F(Faults, WorksAfterTheLockOfAnotherProgram) {
   ExpectWorking();
 }
 
-TEST_F(Faults, ClearsTheRowsAfterALockAtTheStart) {
+TEST_F(Faults, ClearsTheRowsAfterALockDuringTheStart) {
   m_pStorage->insert(AnAdapter(1));
   CloseFile();
   OtherProgram other(File());
@@ -149,7 +149,7 @@ TEST_F(Faults, ClearsTheRowsAfterALockAtTheStart) {
 
 TEST_F(Faults, WaitsForAShortLock) {
   OtherProgram other(File());
-  // Try again if a busy machine has delayed this thread, because then the lock was not short.
+  // Repeat the test if a busy machine delayed this thread, which made the lock too long.
   for (;;) {
     other.Run("BEGIN IMMEDIATE");
     std::string failure;

@@ -18,13 +18,13 @@
 
 struct sqlite3;
 
-// Another program on the same file.
+// A connection to the file, as another program would open it.
 class OtherProgram {
  public:
   explicit OtherProgram(const std::filesystem::path& file);
 
-  // Returns the cells, with "|" between those of a row and a space between rows. Throws
-  // `std::runtime_error` with the library's text.
+  // Returns the cells of the result, with "|" between cells and a space between rows. Throws
+  // `std::runtime_error` with the text of the library.
   std::string Run(const std::string& sql);
 
  private:
@@ -37,7 +37,7 @@ class HostDatabaseTest : public testing::Test {
   ~HostDatabaseTest() override;
 
   std::filesystem::path File() const { return m_Directory.Path() / "state" / "corvane.db"; }
-  // Ends the host and starts it again.
+  // Reopens the database, as a restart of the host would.
   void Restart();
   // Restarts the host with another file.
   void Use(const std::string& file);
@@ -57,9 +57,9 @@ class HostDatabaseTest : public testing::Test {
 // Writes one event to the log.
 void AppendEvent(const PI::CEvent& event);
 
-// An adapter that `Find` finds.
+// Returns an adapter row that `Find` finds by its number.
 RaidDataModels::Adapter AnAdapter(int number);
 RaidDataModels::Plugin APlugin();
 
-// The adapters with that number.
+// Returns the adapter rows with this number.
 std::vector<RaidDataModels::Adapter> Find(DatabaseORM::storage_t& storage, int number);

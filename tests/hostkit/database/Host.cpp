@@ -1,11 +1,11 @@
 // A host that executes commands, one per line of standard input, and prints the result of each:
 //
-//   open         opens the database that the environment names
+//   open         opens the database set by the environment
 //   fill N       inserts the rows of N adapters, as a plug-in does when it starts
 //   name TEXT    sets the name of adapter 0, as a plug-in does when a card has changed
 //   log          appends an event
-//   count        prints the number of adapters that it sees
-//   end          ends
+//   count        prints the number of adapters that this host sees
+//   end          exits
 #include <iostream>
 #include <string>
 

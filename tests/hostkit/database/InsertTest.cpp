@@ -47,7 +47,7 @@ constexpr const char* kPlugin =
     "NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL"
     ");";
 
-// The default object id is a number that the file cannot store.
+// The file cannot store the default object id.
 TEST_F(Insert, WritesOnlyTheObjectIdOfADefaultDrive) {
   EXPECT_THROW(m_pStorage->insert(PD()), DBEXCEPTION::DatabaseException);
   ASSERT_EQ(m_Watch.Statements().size(), 2U);

@@ -16,18 +16,18 @@ using namespace std::chrono_literals;
 
 class KilledHost : public HostDatabaseTest {
  protected:
-  // Starts a host that writes, and kills it `after` its first event.
+  // Starts a host that writes, and kills it `after` that time from its first event.
   void RunAndKill(std::chrono::milliseconds after) {
     pid_t process = 0;
     std::string program = DATABASE_WRITER;
     char* const arguments[] = {program.data(), nullptr};
     ASSERT_EQ(posix_spawn(&process, program.c_str(), nullptr, nullptr, arguments, environ), 0);
-    const bool begun = AwaitEvent();
+    const bool started = AwaitEvent();
     std::this_thread::sleep_for(after);
     kill(process, SIGKILL);
     int status = 0;
     waitpid(process, &status, 0);
-    ASSERT_TRUE(begun) << "the host wrote no event";
+    ASSERT_TRUE(started) << "the host wrote no event";
     EXPECT_TRUE(WIFSIGNALED(status));
     ExpectCompleteRows();
     m_Before = EventsInFile();
@@ -43,8 +43,8 @@ class KilledHost : public HostDatabaseTest {
     return true;
   }
 
-  // The rows of the killed host, before the next one clears them: without gaps, each as it was
-  // written. There is one per event, and possibly one more whose event was not written.
+  // Checks the rows of the killed host before the next host clears them. They must be complete and
+  // without gaps: one per event, and possibly one more whose event was not written.
   void ExpectCompleteRows() {
     OtherProgram file(m_Directory.Path() / "killed.db");
     EXPECT_EQ(file.Run("SELECT COUNT(*) FROM host_adapter_rows WHERE ad_adapter_number IS NOT ID "

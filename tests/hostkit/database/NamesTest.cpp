@@ -1,4 +1,4 @@
-// SQL reads a text in double quotes as a column if one has that name.
+// SQLite interprets a text in double quotes as a column if a column has that name.
 #include <algorithm>
 #include <boost/algorithm/string.hpp>
 
@@ -28,8 +28,8 @@ std::vector<std::string> FixedTexts() {
 
 class Names : public HostDatabaseTest {
  protected:
-  // The names of tables and columns, and SQLite's other names for the key.
-  std::vector<std::string> Taken() {
+  // Returns the names of tables and columns, and SQLite's aliases of the key.
+  std::vector<std::string> ReservedNames() {
     const std::string found = OtherProgram(File()).Run(
         "SELECT name FROM sqlite_schema UNION "
         "SELECT c.name FROM sqlite_schema AS s JOIN pragma_table_info(s.name) AS c");
@@ -40,8 +40,8 @@ class Names : public HostDatabaseTest {
   }
 };
 
-TEST_F(Names, DifferFromTheFixedTexts) {
-  const auto taken = Taken();
+TEST_F(Names, DifferFromFixedTexts) {
+  const auto taken = ReservedNames();
   EXPECT_GT(taken.size(), 149U + 69U + 11U - 3U);
   for (const std::string& text : FixedTexts()) {
     EXPECT_TRUE(std::none_of(taken.begin(), taken.end(), [&](const auto& name) {
@@ -50,7 +50,7 @@ TEST_F(Names, DifferFromTheFixedTexts) {
   }
 }
 
-// Also in the statements that plug-ins use.
+// Checks the same through the statements that plug-ins use.
 TEST_F(Names, DoNotChangeFixedTexts) {
   m_pStorage->insert(AnAdapter(1));
   auto row = Find(*m_pStorage, 1).at(0);

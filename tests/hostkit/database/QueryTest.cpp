@@ -39,7 +39,7 @@ TEST_F(Query, StopsAtTheStatementThatFails) {
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 1");
 }
 
-TEST_F(Query, FailsWithTheTextOfTheLibrary) {
+TEST_F(Query, FailsWithTheErrorTextOfTheLibrary) {
   EXPECT_EQ(FailureOf("SELEC 1"), "near \"SELEC\": syntax error");
   EXPECT_EQ(FailureOf("SELECT 'open"), "unrecognized token: \"'open\"");
 }

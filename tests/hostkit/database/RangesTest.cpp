@@ -1,5 +1,5 @@
-// The values that a column accepts from any program. A cell that the layer cannot read would
-// terminate the thread of the host.
+// The values that columns accept from any program. A cell that the layer cannot read would
+// terminate the host's thread.
 #include <boost/algorithm/string.hpp>
 
 #include "hostkit/EventLog.h"
@@ -54,7 +54,7 @@ class Ranges : public HostDatabaseTest {
       const Range& range = RangeOf(KindOf<Row>(field.index));
       const bool isKey = field.name == "ID";
       for (const auto& value : range.accepted) {
-        if (isKey && value == "NULL") continue;  // means the next number
+        if (isKey && value == "NULL") continue;  // NULL assigns the next key
         EXPECT_EQ(Put<Row>(table, field.name, value), "accepted") << field.name << " " << value;
       }
       for (const auto& value : range.rejected) {
@@ -73,16 +73,16 @@ class Ranges : public HostDatabaseTest {
   // Writes a value with INSERT and with UPDATE.
   template <class Row>
   std::string Put(const std::string& table, const std::string& column, const std::string& value) {
-    const std::string inserted =
-        Try<Row>("INSERT INTO " + table + " (" + column + ") VALUES (" + value + ")", table);
+    const std::string inserted = WriteAndRead<Row>(
+        "INSERT INTO " + table + " (" + column + ") VALUES (" + value + ")", table);
     m_Other.Run("INSERT INTO " + table + " DEFAULT VALUES");
     const std::string updated =
-        Try<Row>("UPDATE " + table + " SET " + column + " = " + value, table);
+        WriteAndRead<Row>("UPDATE " + table + " SET " + column + " = " + value, table);
     return inserted == updated ? inserted : inserted + " and " + updated;
   }
 
   template <class Row>
-  std::string Try(const std::string& sql, const std::string& table) {
+  std::string WriteAndRead(const std::string& sql, const std::string& table) {
     try {
       m_Other.Run(sql);
     } catch (const std::runtime_error&) {
@@ -120,7 +120,7 @@ TEST_F(Ranges, LimitTheNextKey) {
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// A table as the first version created it, with a key that it accepted.
+// Uses a table from the first version, with a key that is now out of range.
 TEST_F(Ranges, ApplyToAFileOfTheFirstVersion) {
   AppendEvent(PI::CEvent());
   const auto sqlOf = [this](const std::string& table) {

@@ -47,7 +47,7 @@ Plugin FullPlugin() {
   return row;
 }
 
-// The fields in which two rows differ.
+// Returns the names of the fields in which two rows differ.
 std::string Difference(const Adapter& left, const Adapter& right) {
   std::string difference;
   ADAPTER_FIELDS(ADD_DIFFERENCE)
@@ -118,7 +118,7 @@ TEST_F(Rows, StoreUnsetFieldsAsNullExceptLists) {
   EXPECT_EQ(filled, "[1][][][][][]");
 }
 
-// The default id is above the range of a signed integer column, and the layer could not read it.
+// The default id exceeds the range of the column.
 TEST_F(Rows, RequireTheObjectIdOfADrive) {
   PD drive;
   EXPECT_THROW(m_pStorage->insert(drive), DBEXCEPTION::DatabaseException);

@@ -83,7 +83,7 @@ class SeveralHosts : public HostDatabaseTest {
       "SELECT ad_name FROM host_adapter_rows WHERE ad_adapter_number = 0";
 };
 
-TEST_F(SeveralHosts, WriteEachRowOnceIfTheyStartTogether) {
+TEST_F(SeveralHosts, WriteEachRowOnceIfTheyStartSimultaneously) {
   for (int round = 0; round < 15; ++round) {
     std::list<Host> hosts(4);
     for (Host& host : hosts) host.Send("fill 64");
@@ -98,8 +98,8 @@ TEST_F(SeveralHosts, WriteEachRowOnceIfTheyStartTogether) {
   }
 }
 
-// The last one to end may have begun with its rows in memory and moved them to the file.
-TEST_F(SeveralHosts, LeaveEachRowOnceIfTheyEndTogether) {
+// The last host to exit may have kept its rows in memory at first and moved them to the file later.
+TEST_F(SeveralHosts, LeaveEachRowOnceIfTheyExitSimultaneously) {
   for (int round = 0; round < 15; ++round) {
     std::list<Host> hosts(3);
     for (Host& host : hosts) host.Send("fill 64\nend");
@@ -109,7 +109,7 @@ TEST_F(SeveralHosts, LeaveEachRowOnceIfTheyEndTogether) {
   }
 }
 
-TEST_F(SeveralHosts, DoNotChangeTheRowsOfTheFirst) {
+TEST_F(SeveralHosts, DoNotChangeTheRowsOfTheFirstHost) {
   Host first;
   EXPECT_EQ(first.Run("fill 3"), "done");
   EXPECT_EQ(first.Run("name first"), "done");
@@ -122,8 +122,8 @@ TEST_F(SeveralHosts, DoNotChangeTheRowsOfTheFirst) {
   EXPECT_EQ(InFile(kNames), "first");
 }
 
-// Such as the service, whose plug-in is in another process.
-TEST_F(SeveralHosts, LeaveTheRowsToTheOneWithThePlugin) {
+// One such host is the service, whose plug-in runs in another process.
+TEST_F(SeveralHosts, LeaveTheRowsToTheHostWithThePlugin) {
   Host logging;
   EXPECT_EQ(logging.Run("log"), "done");
   Host host;
@@ -147,7 +147,7 @@ TEST_F(SeveralHosts, ShareALockThroughALinkToTheFile) {
   EXPECT_FALSE(std::filesystem::exists(link.string() + "-host"));
 }
 
-TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstHasEnded) {
+TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstHostExits) {
   Host second;
   {
     Host first;
@@ -163,7 +163,7 @@ TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstHasEnded) {
   EXPECT_EQ(RowsInFile(), "2");
 }
 
-TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstWasKilled) {
+TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstHostIsKilled) {
   Host first;
   Host second;
   EXPECT_EQ(first.Run("fill 3"), "done");

@@ -23,14 +23,14 @@ struct Found {
     }
   }
 
-  // The type character of each column, from the indexes of the fields; "-" for a missing index and
-  // "!" for a duplicate.
+  // Returns the type letter of each column according to the field maps, with "-" for a missing
+  // index and "!" for a duplicate.
   std::string LettersOfFields() const {
     std::string letters(static_cast<std::size_t>(map->columnCount), '-');
     const auto note = [&](const auto& fields, char character) {
       for (const auto& field : fields) {
-        char& place = letters.at(static_cast<std::size_t>(field.index));
-        place = place == '-' ? character : '!';
+        char& letter = letters.at(static_cast<std::size_t>(field.index));
+        letter = letter == '-' ? character : '!';
       }
     };
     note(map->stringFields, 'S');
@@ -90,7 +90,7 @@ TYPED_TEST(TableShape, ListsFieldsInColumnOrder) {
               IndexesAscend(map->doubleFields));
 }
 
-TYPED_TEST(TableShape, BeginsWithAnAutomaticKey) {
+TYPED_TEST(TableShape, StartsWithAnAutomaticKey) {
   const Found<TypeParam> found;
   EXPECT_EQ(found.map->intFields.at(0).name, "ID");
   EXPECT_EQ(found.map->intFields.at(0).index, 0);
@@ -124,7 +124,7 @@ TYPED_TEST(TableShape, MatchesTheFile) {
             "1");
 }
 
-TEST(TableNames, AreThoseOfThreeTables) {
+TEST(TableNames, MatchTheThreeTables) {
   EXPECT_EQ(Found<Adapter>().table->name, "host_adapter_rows");
   EXPECT_EQ(Found<PD>().table->name, "host_drive_rows");
   EXPECT_EQ(Found<Plugin>().table->name, "host_plugin_rows");
@@ -133,7 +133,7 @@ TEST(TableNames, AreThoseOfThreeTables) {
   EXPECT_EQ(Found<Plugin>().map->columnCount, 11);
 }
 
-TEST(TableNames, ColumnsAreNamedAfterTheFields) {
+TEST(TableNames, NameColumnsAfterTheFields) {
   const std::vector<std::string> expected = {"ID",
                                              "pi_api_version",
                                              "pi_object_id",

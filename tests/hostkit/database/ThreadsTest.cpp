@@ -59,7 +59,7 @@ void OpenAndWrite(DatabaseORM::storage_t& storage) {
   storage.dao->query("INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"Skatra\")");
 }
 
-// The job of a plug-in may be canceled at any point.
+// A plug-in's job may be canceled at any point.
 void* WriteForever(void* storage) {
   for (;;) {
     OpenAndWrite(*static_cast<DatabaseORM::storage_t*>(storage));

@@ -1,5 +1,5 @@
-// A database that another user could have placed where the host looks for it. Most of these tests
-// require root, because they create files of another user.
+// Databases that another user could have placed at the host's path. Most of these tests require
+// root, because they create files of another user.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -25,9 +25,11 @@ class DatabaseTrust : public HostDatabaseTest {
     fs::create_directory(m_Shared);
     chmod(m_Shared.c_str(), 01777);
   }
-  void Give(const fs::path& file) { ASSERT_EQ(lchown(file.c_str(), kOtherUser, kOtherUser), 0); }
+  void GiveToOtherUser(const fs::path& file) {
+    ASSERT_EQ(lchown(file.c_str(), kOtherUser, kOtherUser), 0);
+  }
 
-  // The errors of a plug-in's statement and of an event, as one text if they are the same.
+  // Returns the errors of a plug-in's statement and of an event, as one text if they are equal.
   std::string Failure() {
     const std::string ofRows = FailureOf("SELECT COUNT(*) FROM host_adapter_rows");
     std::string ofEvents;
@@ -48,7 +50,7 @@ TEST_F(DatabaseTrust, AcceptsADirectoryWithTheStickyBit) {
   EXPECT_TRUE(fs::exists(m_Shared / "corvane.db"));
 }
 
-TEST_F(DatabaseTrust, FollowsOwnLinks) {
+TEST_F(DatabaseTrust, FollowsLinksOfTheSameUser) {
   const auto link = m_Directory.Path() / "link.db";
   fs::create_symlink(File(), link);
   Use(link.string());
@@ -79,7 +81,7 @@ TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWithoutALock) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
 }
 
-// Another user could have locked it.
+// Another user could have locked the file.
 TEST_F(DatabaseTrust, ReplacesALockThatOthersCanOpen) {
   Use(":memory:");
   const std::string lock = File().string() + "-host";
@@ -107,7 +109,7 @@ TEST_F(DatabaseTrustOfRoot, RejectsALinkOfAnotherUser) {
   const auto target = m_Directory.Path() / "target";
   WriteText(target, "");
   fs::create_symlink(target, m_Shared / "corvane.db");
-  Give(m_Shared / "corvane.db");
+  GiveToOtherUser(m_Shared / "corvane.db");
   Use((m_Shared / "corvane.db").string());
   EXPECT_EQ(Failure(), (m_Shared / "corvane.db").string() + " belongs to uid 65534");
   EXPECT_EQ(ReadText(target), "");
@@ -118,7 +120,7 @@ TEST_F(DatabaseTrustOfRoot, RejectsAFileOfAnotherUser) {
   for (const char* suffix : {"", "-wal", "-shm", "-journal", "-host"}) {
     const fs::path planted = (m_Shared / "corvane.db").string() + suffix;
     WriteText(planted, "");
-    Give(planted);
+    GiveToOtherUser(planted);
     Use((m_Shared / "corvane.db").string());
     EXPECT_EQ(Failure(), planted.string() + " belongs to uid 65534");
     EXPECT_EQ(ReadText(planted), "");
@@ -153,7 +155,7 @@ TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheDirectoryOfALink) {
   fs::create_symlink(File(), link);
   const std::string planted = link.string() + "-host";
   WriteText(planted, "");
-  Give(planted);
+  GiveToOtherUser(planted);
   const int held = open(planted.c_str(), O_RDWR | O_CLOEXEC);
   ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
   Use(link.string());
@@ -166,7 +168,7 @@ TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheDirectoryOfALink) {
 TEST_F(DatabaseTrustOfRoot, IgnoresALockOfAnotherUser) {
   const auto directory = m_Directory.Path() / "theirs";
   fs::create_directory(directory);
-  Give(directory);
+  GiveToOtherUser(directory);
   const auto file = directory / "corvane.db";
   WriteText(file.string() + "-host", "");
   chmod((file.string() + "-host").c_str(), 0666);

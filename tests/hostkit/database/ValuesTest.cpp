@@ -1,4 +1,4 @@
-// Texts that a card may report. The layer does not escape them.
+// Values with unusual texts, which a card may report. The layer does not escape them.
 #include <cmath>
 #include <string>
 
@@ -12,7 +12,7 @@ class Values : public HostDatabaseTest {
  protected:
   Values() { m_pStorage->insert(AnAdapter(1)); }
 
-  // Updates a row with the name. Returns the name that is read back, or "(rejected)".
+  // Updates a row with the name and reads it back. Returns the name, or "(rejected)".
   std::string Updated(const std::string& name) {
     auto row = AnAdapter(1);
     row.id = 1;
@@ -37,7 +37,7 @@ class Values : public HostDatabaseTest {
   }
 };
 
-TEST_F(Values, AreReadAsTheyWereWritten) {
+TEST_F(Values, AreReadUnchanged) {
   for (const std::string& text :
        {std::string("o'hara"), std::string("a?b"), std::string("Größe 容量 \xF0\x9F\x92\xBE"),
         std::string("line\nline\ttab\\"), std::string("%s %d"), std::string("-- not a comment"),
@@ -62,7 +62,7 @@ TEST_F(Values, WithADoubleQuoteAreRejected) {
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// SQL reads two quotes in a text as one, and evaluates an operator between two texts.
+// SQL interprets two quotes in a text as one, and evaluates an operator between two texts.
 TEST_F(Values, WithPairsOfDoubleQuotesChange) {
   struct Case {
     const char* text;
@@ -94,7 +94,8 @@ TEST_F(Values, WithASingleQuoteCannotBeQueried) {
                DBEXCEPTION::DatabaseException);
 }
 
-// An UPDATE reads the name of a column as the column; an INSERT does not.
+// In an UPDATE, a text with the name of a column is interpreted as the column; in an INSERT, it is
+// not.
 TEST_F(Values, NamedLikeAColumnAreReplacedByItsValue) {
   EXPECT_EQ(Updated("ad_host_name"), "localhost");
   EXPECT_EQ(Updated("AD_Adapter_Number"), "1");
@@ -128,7 +129,7 @@ TEST_F(Values, InListsAreSplitAtQuestionMarks) {
   EXPECT_EQ(Find(*m_pStorage, 1).at(0).statusReasonNames, (string_list{"a", "b", "c"}));
 }
 
-TEST_F(Values, ThatAreNotFiniteAreRejected) {
+TEST_F(Values, ThatAreInfiniteOrNanAreRejected) {
   PD drive;
   drive.objectId = 1;
   for (const double value : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {

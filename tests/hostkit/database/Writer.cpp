@@ -1,4 +1,4 @@
-// Writes rows and events until it is killed. Uses the database that the environment names.
+// Writes rows and events until killed, to the database set by the environment.
 #include <string>
 
 #include "hostkit/EventLog.h"

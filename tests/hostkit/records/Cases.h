@@ -1,4 +1,4 @@
-// Tables of cases whose rows have a `name`.
+// Names of parameterized tests, from the `name` of each case.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -18,7 +18,8 @@ class ConfigDirectory {
     m_Variable.emplace("CORVANE_CONFIG_DIR", directory.string());
   }
 
-  // "value 15", "no key" or "unreadable"; "touched" if a failure has changed the output.
+  // Returns "value 15", "no key" or "unreadable", or "touched" if a failed read has changed the
+  // output.
   std::string Read(const std::string& key) const {
     PI::CConfigFile file;
     file.SetFileName("Corvane.ini");

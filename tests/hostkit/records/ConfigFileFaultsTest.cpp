@@ -40,14 +40,14 @@ TEST(ConfigFileFaults, AFileOfMoreThanAMebibyteIsNotChanged) {
   EXPECT_EQ(ReadText(config.Ini()), text);
 }
 
-TEST(ConfigFileFaults, NoFileOfMoreThanAMebibyteIsWritten) {
+TEST(ConfigFileFaults, AFileOfMoreThanAMebibyteIsNotWritten) {
   const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   EXPECT_EQ(config.Write("A", std::string(1 << 20, 'x')), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
 }
 
-TEST(ConfigFileFaults, ADirectoryInItsPlaceIsUnreadableAndKept) {
+TEST(ConfigFileFaults, ADirectoryInPlaceOfTheFileIsUnreadableAndKept) {
   const ConfigDirectory config;
   fs::create_directory(config.Ini());
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
@@ -55,7 +55,7 @@ TEST(ConfigFileFaults, ADirectoryInItsPlaceIsUnreadableAndKept) {
   EXPECT_TRUE(fs::is_directory(config.Ini()));
 }
 
-TEST(ConfigFileFaults, APipeInItsPlaceDoesNotBlock) {
+TEST(ConfigFileFaults, APipeInPlaceOfTheFileDoesNotBlock) {
   const ConfigDirectory config;
   ASSERT_EQ(mkfifo(config.Ini().c_str(), 0600), 0);
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
@@ -88,10 +88,10 @@ TEST(ConfigFileFaults, ADirectoryThatRejectsNewFilesPreventsWriting) {
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
 }
 
-// Runs `work` in its own process and returns its result.
+// Runs `work` in a child process and returns its result.
 template <class Work>
 int InChild(Work work) {
-  std::fflush(nullptr);  // so that the child does not print the parent's lines again
+  std::fflush(nullptr);  // so that the child does not repeat buffered output of the parent
   const pid_t child = fork();
   if (child == 0) _exit(work());
   int status = 0;
@@ -126,7 +126,7 @@ TEST(ConfigFileFaults, RunningOutOfDescriptorsKeepsTheOldFile) {
 }
 
 // Any process that may read the directory can lock it.
-TEST(ConfigFileFaults, GivesUpOnADirectoryThatAnotherProcessHasLocked) {
+TEST(ConfigFileFaults, ADirectoryThatAnotherProcessHasLockedPreventsWriting) {
   const ConfigDirectory config;
   const int held = open(config.Directory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);

@@ -71,7 +71,7 @@ struct WriteCase {
 
 class ConfigFileWriting : public testing::TestWithParam<WriteCase> {};
 
-TEST_P(ConfigFileWriting, ChangesItsOwnLineOnly) {
+TEST_P(ConfigFileWriting, ChangesOnlyTheLineOfTheKey) {
   const ConfigDirectory config;
   WriteText(config.Ini(), GetParam().before);
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
@@ -107,7 +107,7 @@ TEST(ConfigFile, TreatsADotInAKeyLiterally) {
   EXPECT_EQ(ReadText(config.Ini()), "Poll.Interval=6\n[Poll]\nInterval=5\n");
 }
 
-TEST(ConfigFile, RefusesTextThatWouldNotReadBack) {
+TEST(ConfigFile, RefusesTextThatCouldNotBeReadBack) {
   const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const std::pair<const char*, const char*> odd[] = {

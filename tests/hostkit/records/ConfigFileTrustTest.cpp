@@ -1,4 +1,4 @@
-// An ini file that another user could have put in place.
+// Ini files that another user could have created.
 #include "tests/base/TrustFixture.h"
 #include "tests/hostkit/records/ConfigDirectory.h"
 
@@ -20,7 +20,8 @@ TEST_F(ConfigFileTrust, AnotherUsersIniFileIsUnreadableAndNotChanged) {
   EXPECT_EQ(ReadText(shared / "Corvane.ini"), "PollInterval=7\n");
 }
 
-// With a umask of 0, files that others could write would be created, and refused when read.
+// The kit must restrict the permissions of new files: with a umask of 0, it would otherwise refuse
+// to read the files that it created.
 TEST_F(ConfigFileTrust, AnIniFileThatRootCreatedIsRead) {
   ConfigDirectory config;
   config.MoveTo(m_Directory.Path() / "new" / "newer");

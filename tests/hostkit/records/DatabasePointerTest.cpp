@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(DatabasePointer, IsTheSameAtEveryCall) {
+TEST(DatabasePointer, IsTheSameForEveryCall) {
   const ScopedVariable noFile("CORVANE_DATABASE", ":memory:");
   const auto storage = getDatabasePointer();
   ASSERT_NE(storage, nullptr);

@@ -1,4 +1,4 @@
-// The registry of events has a row for every event that a card plug-in reports, and no other row.
+// The event registry: rows, severities, advice and reasons.
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ enum class About { Nothing, Adapter, Drive };
 
 struct ReportedEvent {
   std::uint32_t number;
-  std::uint32_t severity;  // the lowest
+  std::uint32_t severity;  // the lowest severity with which it is reported
   About about;             // what the event names: an adapter, or an adapter and a drive
 };
 
@@ -72,7 +72,7 @@ TEST(EventRegistry, HasARowForEveryReportedEvent) {
   }
 }
 
-TEST(EventRegistry, HasNoOtherRow) {
+TEST(EventRegistry, HasOnlyReportedEvents) {
   std::set<std::uint32_t> rows, reported;
   for (const ReportedEvent& row : AllReported()) reported.insert(row.number);
   for (std::uint32_t number = 0; number < kEnd; ++number) {
@@ -130,15 +130,15 @@ TEST(EventRegistry, AnEventHasTheAdviceOfItsReason) {
 
 struct ReportedReason {
   std::uint32_t reason;
-  std::uint32_t event;   // that reports its start, or 0
-  std::uint32_t status;  // the best status of an adapter with this reason
+  std::uint32_t event;   // reports the start of the reason; 0 if there is none
+  std::uint32_t status;  // the best possible status of an adapter with this reason
 };
 
 #define REPORTED_BIT(mask, bit, reason, event, status) {Typed::reason, Typed::event, Typed::status},
-// Every value that the plug-in reports as a reason of an adapter.
+// Every value that the plug-in reports as a reason for an adapter's status.
 const ReportedReason kReasons[] = {
     HOST_STATUS_BITS(REPORTED_BIT)
-    // ignored, and information
+    // ignored bits, and information
     {Typed::PCI_OVERPOWER, Typed::CTRL_PCI_OVERPOWER, Typed::WARNING},
     {Typed::UNACTIVATED_FIRMWARE, Typed::CTRL_UNACTIVATED_FIRMWARE, Typed::OK},
     // states
@@ -194,7 +194,7 @@ TEST(EventRegistry, NoOtherEventHasAReason) {
     if (row.event != 0) wanted.insert(row.event);
   }
   EXPECT_EQ(begins, wanted);
-  // Write regulation is reported as a warning or as information; the warning is the reason's event.
+  // Write regulation is reported as a warning or as information. The reason maps to the warning.
   EXPECT_EQ(second, std::set<std::uint32_t>{Typed::CTRL_WRITE_REG_POWER});
 }
 
@@ -246,7 +246,7 @@ TEST(Advice, ExistsForEveryError) {
   EXPECT_EQ(HostKit::AdviceOf(Family::Error, kNoError), "");
 }
 
-TEST(Advice, ExistsForReasonsOnlyAmongValues) {
+TEST(Advice, ExistsOnlyForValuesThatAreReasons) {
   std::set<std::uint32_t> advised, reasons;
   for (const ReportedReason& row : kReasons) {
     EXPECT_TRUE(IsASentence(HostKit::AdviceOf(Family::Value, row.reason))) << row.reason;
@@ -276,7 +276,8 @@ TEST(Meanings, AreUniqueInEachFamily) {
   for (const auto& [family, numbers] : kNumbers) {
     std::map<std::string, std::uint32_t> seen;
     for (const std::uint32_t number : numbers) {
-      // Minimal mode is reported as a warning and as a cause: two numbers for one state.
+      // Minimal mode has two numbers with the same meaning, one for the warning and one for the
+      // cause.
       if (number == Typed::MINIMAL) continue;
       const auto [first, isNew] = seen.emplace(HostKit::MeaningOf(family, number), number);
       EXPECT_TRUE(isNew) << number << " and " << first->second;
@@ -284,7 +285,7 @@ TEST(Meanings, AreUniqueInEachFamily) {
   }
 }
 
-TEST(Meanings, NameNoCardInEvents) {
+TEST(Meanings, UseAPlaceholderForNamesInEvents) {
   EXPECT_EQ(HostKit::MeaningOf(Family::Event, Typed::CTRL_TEMPERATURE_ABOVE_WARN),
             "The temperature of adapter NAME is above its warning threshold.");
   EXPECT_EQ(HostKit::MeaningOf(Family::Event, Typed::PD_FORMAT_CHANGED),

@@ -10,7 +10,7 @@ namespace {
 
 using Numbers = std::vector<std::int32_t>;
 
-// Each test uses its own host names: numbers are kept until the process ends.
+// Each test uses its own host names, because numbers are kept until the process exits.
 int NumberAt(const std::string& host, std::uint32_t segment, std::uint32_t bus,
              std::uint32_t device = 0, std::uint32_t function = 0) {
   PI::CGlobalAdapterID id;

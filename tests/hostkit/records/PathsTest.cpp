@@ -22,7 +22,7 @@ struct Case {
 
 class Paths : public testing::TestWithParam<Case> {};
 
-TEST_P(Paths, ComeFromTheFirstVariableThatIsSet) {
+TEST_P(Paths, AreSetByTheFirstNonemptyVariable) {
   const ScopedVariable home("HOME", "/home/me");
   const ScopedVariable ownConfig("CORVANE_CONFIG_DIR", GetParam().own);
   const ScopedVariable ownDatabase("CORVANE_DATABASE", GetParam().own);
@@ -65,7 +65,7 @@ TEST(PathsWithoutHome, AreBelowTheHomeDirectoryOfTheUser) {
   EXPECT_EQ(HostKit::ConfigDirectory().string(), std::string(user->pw_dir) + "/.config/corvane");
 }
 
-TEST(SysfsRoot, IsSysUnlessTheVariableIsSet) {
+TEST(SysfsRoot, IsSysByDefault) {
   const ScopedVariable unset("CORVANE_SYSFS", {});
   EXPECT_EQ(HostKit::SysfsRoot().string(), "/sys");
   const ScopedVariable empty("CORVANE_SYSFS", "");

@@ -10,8 +10,8 @@ namespace {
 namespace fs = std::filesystem;
 using Ids = std::vector<std::string>;
 
-// "segment/bus/device/function" in decimal, or "none" if nothing was found and the outputs are
-// unchanged.
+// Returns "segment/bus/device/function" in decimal, or "none" if no device was found and the
+// outputs are unchanged.
 std::string Find(const Ids& ids, unsigned long count) {
   int segment = -7, bus = -7, device = -7, function = -7;
   const bool found = MBXX::CConfigManager::GetLocation(ids, count, segment, bus, device, function);
@@ -92,7 +92,7 @@ TEST_F(PciBus, CountsTheMatchesOfAllIdentitiesTogether) {
   EXPECT_EQ(Find({}, 1), "none");
 }
 
-TEST_F(PciBus, IgnoresOddIdentities) {
+TEST_F(PciBus, IgnoresInvalidIdentities) {
   AddCard("0000:01:00.0");
   EXPECT_EQ(Find({"", "1AED", "0x1AED1005", "1AED1005 ", "01AED1005", "vendor!!"}, 1), "none");
   EXPECT_EQ(Find({"", "1AED1005"}, 1), "0/1/0/0");
@@ -135,7 +135,7 @@ TEST_F(PciBus, SkipsDevicesThatCannotBeRead) {
   EXPECT_EQ(Find({"1AED1005"}, 2), "none");
 }
 
-TEST_F(PciBus, SkipsIdentityFilesWithOddContent) {
+TEST_F(PciBus, SkipsIdentityFilesWithInvalidContent) {
   const char* const odd[] = {"", "\n", "0x", "1aed", "0x11aed", "0x1aeg", "-0x1aed", "0x 1aed"};
   int bus = 0;
   for (const char* vendor : odd) Add("0000:1" + std::to_string(bus++) + ":00.0", vendor, "0x1005");
@@ -150,7 +150,8 @@ std::string FirstWord(const fs::path& file) {
   return word;
 }
 
-// Several devices may have the same identity: the one that is found must have it.
+// Several devices may have the same identity, so the test checks only the identity of the device
+// that is found.
 TEST(RealPciBus, EveryDeviceIsFoundByItsIdentity) {
   const ScopedVariable sysfs("CORVANE_SYSFS", {});
   EXPECT_EQ(Find({"FFFFFFFF"}, 1), "none");

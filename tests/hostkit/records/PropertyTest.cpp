@@ -20,7 +20,7 @@ PI::CProperty Fresh() {
   return PI::CProperty(PI::Property::PCI_BUS, false);
 }
 
-TEST(Property, IsShownUnderItsOwnNameByDefault) {
+TEST(Property, HasItsOwnIdAsNameByDefault) {
   const PI::CProperty property = Fresh();
   EXPECT_EQ(property.m_PropertyID, PI::Property::PCI_BUS);
   EXPECT_EQ(property.m_NameID, PI::Property::PCI_BUS);
@@ -39,7 +39,7 @@ TEST(Property, HasTheDisplayDefaultsOfTheHost) {
   EXPECT_TRUE(property.m_UnitsFixed);
 }
 
-TEST(Property, HasEmptyHoldersByDefault) {
+TEST(Property, HasEmptyValuesByDefault) {
   const auto value = Fresh().m_Value;
   EXPECT_EQ(value.m_Choice.m_Value, 0);
   EXPECT_TRUE(value.m_Choice.m_Allowed.empty());

@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"FirstUseInTheFuture", ULONG_MAX / 3600000, 1, 1, 1, kMost}),
     NameOfCase());
 
-TEST(RemainingLifeTimeOfOddCards, IsAtMostTheMaximum) {
+TEST(RemainingLifeTimeOfExtremeCards, IsAtMostTheMaximum) {
   const unsigned long numbers[] = {0, 1, 99, 100, 101, INT_MAX, UINT_MAX, LONG_MAX, ULONG_MAX};
   for (const unsigned long age : numbers) {
     for (const unsigned long bytes : numbers) {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr uid_t kOther = 65534;
 
-// What the program prints, one path per line.
+// Returns the output of the program.
 std::string OutputOf(const std::filesystem::path& program) {
   std::string text;
   std::FILE* const pipe = popen(program.c_str(), "r");

@@ -163,7 +163,7 @@ TEST(EventMessages, ExistForUndefinedButNotForUnknownEvents) {
   EXPECT_EQ(HostKit::MessageOf(Event(10000, "a", "b")), "");
 }
 
-TEST(HostTexts, ContainTheQuestionsOfOperations) {
+TEST(HostTexts, ContainTheQuestionsForOperations) {
   const std::pair<std::uint32_t, const char*> questions[] = {{22029, "Take it offline?"},
                                                              {22031, "Bring it online?"},
                                                              {22110, "Attach the adapter?"},

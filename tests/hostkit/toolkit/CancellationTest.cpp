@@ -23,7 +23,8 @@ class UnwindFlag {
 
 class Cancellation : public EveryTimeMode {
  protected:
-  // Cancels a thread in `wait`, while it holds a lock through a guard, and checks what remains.
+  // Cancels a thread that is in `wait` and holds a lock through a guard. Expects the thread to
+  // unwind and release the lock.
   void CancelDuring(const std::function<void()>& wait) {
     ReadyLock held;
     ReadyEvent started;
@@ -103,7 +104,7 @@ TEST_P(Cancellation, TakesEffectAtTheNextWaitOfARunningThread) {
   EXPECT_FALSE(passed);
 }
 
-// Code that must not be unwound disables cancellation; the kit has such code, too.
+// Code that must not be unwound disables cancellation. The kit contains such code.
 TEST_P(Cancellation, IsDeferredWhileTheThreadDisablesIt) {
   ReadyEvent started, event;
   bool waited = false;
@@ -164,7 +165,7 @@ TEST_P(Cancellation, LeavesTheEventToTheOtherWaiter) {
   EXPECT_EQ(WAIT_SUCCEEDED, result);
 }
 
-// A destructor sends the line to the sink, so it is written completely.
+// A line is sent to the sink by a destructor, which cancellation must not interrupt.
 TEST_P(Cancellation, DoesNotCutATraceLine) {
   MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
   ReadyEvent inSink, canceled;
@@ -209,7 +210,7 @@ TEST(RealCancellation, EndsABlockedNativeCall) {
   close(ends[1]);
 }
 
-// The thread is canceled while the sink processes a line.
+// Cancels the thread while the sink processes a line.
 TEST(RealCancellation, LetsASinkFinishItsLine) {
   HostKit::UseRealTime();
   MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);

@@ -48,7 +48,7 @@ TEST_P(Clock, CountsDownAnInterval) {
   EXPECT_EQ(0U, interval);
 }
 
-TEST_P(Clock, NeverEndsAnInfiniteInterval) {
+TEST_P(Clock, NeverCountsDownAnInfiniteInterval) {
   const CWaitInterval interval(WAIT_INFINITE);
   Sleep(1);
   EXPECT_EQ(0xFFFFFFFFU, interval);
@@ -62,7 +62,8 @@ TEST(RealClock, IsTheSystemClock) {
   EXPECT_NEAR(static_cast<double>(wall), static_cast<double>(MBX::Misc::now()), 5000.0);
 }
 
-// A time and its parts: year, month, day, day of the week and of the year, time of day.
+// A time in milliseconds since the epoch, and its date: year, month, day, day of the week, day of
+// the year and time of day.
 struct DateCase {
   unsigned long milliseconds;
   MBXX::CSystemDate_Lx date;

@@ -8,7 +8,7 @@ namespace {
 
 using Event = EveryTimeMode;
 
-TEST_P(Event, CannotBeAwaitedBeforeInit) {
+TEST_P(Event, CannotBeWaitedForBeforeInit) {
   CEvent event;
   event.Set();
   EXPECT_EQ(WAIT_FAILED, event.Wait(WAIT_INFINITE));
@@ -16,7 +16,7 @@ TEST_P(Event, CannotBeAwaitedBeforeInit) {
   EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
 }
 
-TEST_P(Event, EndsOneWaitIfItResetsAutomatically) {
+TEST_P(Event, ReleasesOneWaitIfItResetsAutomatically) {
   ReadyEvent event;
   EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
   event.Set();
@@ -25,7 +25,7 @@ TEST_P(Event, EndsOneWaitIfItResetsAutomatically) {
   EXPECT_EQ(WAIT_TIMED_OUT, event.Wait(0));
 }
 
-TEST_P(Event, EndsEveryWaitUntilItIsResetManually) {
+TEST_P(Event, ReleasesEveryWaitUntilItIsResetManually) {
   ReadyEvent event(true);
   event.Set();
   EXPECT_EQ(WAIT_SUCCEEDED, event.Wait(WAIT_INFINITE));

@@ -57,7 +57,7 @@ class EveryTimeMode : public testing::TestWithParam<TimeMode> {
                            testing::Values(TimeMode::Real, TimeMode::Virtual, TimeMode::Seeded), \
                            TimeModeName)
 
-// A thread of the kit that runs `body`. The destructor waits for it.
+// A kit thread that runs `body`. The destructor waits for the thread to finish.
 class Job {
  public:
   explicit Job(std::function<void()> body) : m_Body(std::move(body)) {

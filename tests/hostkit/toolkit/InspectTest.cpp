@@ -13,7 +13,7 @@ class Inspect : public EveryTimeMode {
     EveryTimeMode::TearDown();
   }
 
-  // "1:main*2 2:free"
+  // Renders the locks with owner and depth, as "1:main*2 2:free".
   static std::string LocksNow() {
     std::ostringstream text;
     for (const auto& lock : HostKit::Locks()) {
@@ -39,7 +39,7 @@ TEST_P(Inspect, ShowsOwnersAndDepthsOfLocks) {
   EXPECT_EQ("1:free 2:free", LocksNow());
 }
 
-TEST_P(Inspect, ShowsTheOwnerOfALockAfterItsThreadHasEnded) {
+TEST_P(Inspect, ShowsTheOwnerOfALockAfterItsThreadExits) {
   ReadyLock lock;
   Job([&] { lock.Wait(WAIT_INFINITE); })->Wait(WAIT_INFINITE);
   EXPECT_EQ("1:thread 1*1", LocksNow());

@@ -8,7 +8,7 @@ namespace {
 
 class Lock : public EveryTimeMode {
  protected:
-  // The result of a wait in another thread.
+  // Returns the result of a wait in another thread, which releases the lock if it gets it.
   static unsigned int TryElsewhere(Native_OS::CFastMutex& lock, unsigned int timeoutMs = 0) {
     unsigned int result = 0;
     Job job([&] {
@@ -26,7 +26,7 @@ TEST_P(Lock, CannotBeTakenBeforeInit) {
   EXPECT_EQ(WAIT_FAILED, lock.Wait(0));
 }
 
-TEST_P(Lock, CanBeTakenAfterInitAndAfterASecondInit) {
+TEST_P(Lock, KeepsItsOwnerAcrossASecondInit) {
   Native_OS::CFastMutex lock;
   EXPECT_EQ(1, lock.Init());
   EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(WAIT_INFINITE));

@@ -37,7 +37,7 @@ TEST_F(ModuleInfo, FollowsTheTraceMaskWhileLoaded) {
   EXPECT_EQ(4U, late.m_TraceMask);
 }
 
-// How CORVANE_TRACE sets the mask of a process's first module.
+// The trace mask of the first module in a process, by the value of CORVANE_TRACE.
 struct StartCase {
   const char* variable;
   std::uint32_t mask;
@@ -50,7 +50,7 @@ const StartCase kStarts[] = {
     {"off", 0, "^$"},
     {"", 0, "^$"},
     {"loud", 0, "^CORVANE_TRACE [^\n]*: loud\n$"},
-    // A terminal would interpret it.
+    // Printed unescaped, this value would control a terminal.
     {"x\x1b[31m\n\u202e\xff", 0, "^CORVANE_TRACE [^\n]*: x\\\\x1b\\[31m\\\\x0a\\\\u202e\\\\xff\n$"},
 };
 

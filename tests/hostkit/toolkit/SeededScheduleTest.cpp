@@ -18,7 +18,8 @@ class SeededSchedule : public testing::Test {
     HostKit::UseRealTime();
   }
 
-  // The order of the steps of three threads. It needs no lock, because one thread runs at a time.
+  // Returns the order of the steps of three threads. `order` needs no lock, because only one thread
+  // runs at a time.
   static std::string OrderOf(std::uint64_t seed) {
     HostKit::UseSeededSchedule(seed);
     std::string order;
@@ -36,7 +37,8 @@ class SeededSchedule : public testing::Test {
     return order;
   }
 
-  // Lets two threads take two locks in opposite order. Returns the deadlock report, or nothing.
+  // Lets two threads take two locks in opposite order. Returns the deadlock report, or an empty
+  // text if no deadlock occurred.
   static std::string Inversion(std::uint64_t seed) {
     HostKit::UseSeededSchedule(seed);
     HostKit::ResetLedger();
@@ -86,7 +88,7 @@ TEST_F(SeededSchedule, ReplaysADeadlockAndReportsTheOwnersOfLocks) {
   EXPECT_THAT(waits, testing::HasSubstr("main waits for the end of thread 1"));
 }
 
-// An unlocked read and write with a call into the kit between them.
+// The threads read and write a counter without a lock, with a call into the kit in between.
 TEST_F(SeededSchedule, FindsALostUpdate) {
   int lost = 0;
   for (std::uint64_t seed = 0; seed < 100; ++seed) {
@@ -137,7 +139,8 @@ TEST_F(SeededSchedule, IncludesThreadsThatRegister) {
     }
     left = true;
   });
-  // A native join before the thread has left would block it, because it needs turns.
+  // The thread needs turns until it has left the schedule, so joining it earlier would block both
+  // threads.
   while (!left) {
     together = together || inside;
     HostKit::SwitchPoint();
@@ -146,7 +149,7 @@ TEST_F(SeededSchedule, IncludesThreadsThatRegister) {
   EXPECT_TRUE(together);
 }
 
-// The log holds a native lock, so no other thread may get a turn in it.
+// The trace log holds a native lock, so no other thread may get a turn while a line is written.
 TEST_F(SeededSchedule, DoesNotSwitchThreadsInATraceSink) {
   const MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
   int lines = 0;

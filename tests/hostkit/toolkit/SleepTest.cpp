@@ -17,7 +17,7 @@ TEST_P(Sleeping, TakesAtLeastItsTime) {
   EXPECT_GE(HostKit::SteadyNowNs() - begin, 20'000'000);
 }
 
-TEST_P(Sleeping, IsEndedByACancellation) {
+TEST_P(Sleeping, IsInterruptedByACancellation) {
   ReadyEvent started;
   Job job([&] {
     started.Set();

@@ -7,7 +7,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-// A thread object whose thread runs until `LetEnd`.
+// A thread object whose thread runs until `LetEnd` is called.
 class Thread : public EveryTimeMode {
  protected:
   using Delegate = MBX::Delegates_and_Calls::TDelegateR0<Thread, unsigned int>;
@@ -88,7 +88,7 @@ TEST_P(Thread, CountsFailedStarts) {
   EXPECT_EQ(before + 1, HostKit::FailedThreads());
 }
 
-// Only starts that would have succeeded are counted.
+// FailThreadCreate counts only starts that would have succeeded.
 TEST_P(Thread, FailsTheRequestedStarts) {
   HostKit::FailThreadCreate(2);
   HostKit::FailThreadCreate(4);
@@ -122,7 +122,7 @@ TEST_P(Thread, CanBeDeletedBeforeItIsCreated) {
   EXPECT_TRUE(HostKit::Threads().empty());
 }
 
-TEST_P(Thread, CanBeDeletedAfterItHasEnded) {
+TEST_P(Thread, CanBeDeletedAfterItExits) {
   EXPECT_EQ(1, Create());
   LetEnd();
   EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));

@@ -9,7 +9,7 @@ namespace {
 
 using MBX::Output_Streams::CFormatStream;
 
-// The text that the sink receives for a format and its values.
+// Returns the text that the sink receives for a format and its values.
 std::string Formatted(const char* format, const std::function<void(CFormatStream&)>& feed) {
   std::string text;
   HostKit::SetTraceSink([&](const HostKit::TraceLine& line) { text = line.text; });

@@ -107,7 +107,7 @@ TEST_F(TraceLog, RotatesAFullFile) {
   EXPECT_LE(fs::file_size(m_File), 10U * 1024 * 1024);
 }
 
-TEST_F(TraceLog, FollowsOwnLinks) {
+TEST_F(TraceLog, FollowsLinksOfTheSameUser) {
   fs::create_symlink(m_File, m_Directory / "link.log");
   ASSERT_TRUE(HostKit::SetTraceFile((m_Directory / "link.log").string()));
   Send(2, "through the link");
@@ -119,7 +119,7 @@ TEST_F(TraceLog, MayBeADevice) {
   Send(2, "nowhere");
 }
 
-// The path of a descriptor is a link that only the kernel can follow.
+// The link in /proc refers to the open file itself, not to the path in the link.
 TEST_F(TraceLog, MayBeAnOpenDescriptor) {
   const int file = open(m_File.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   ASSERT_TRUE(HostKit::SetTraceFile("/proc/self/fd/" + std::to_string(file)));
@@ -128,7 +128,7 @@ TEST_F(TraceLog, MayBeAnOpenDescriptor) {
   EXPECT_THAT(Content(m_File), testing::HasSubstr("through the descriptor"));
 }
 
-// A shared directory in which another user has placed links to a file of root.
+// Uses a shared directory in which another user has created links to a file of root.
 class TraceLogTrust : public TraceLog {
  protected:
   void SetUp() override {
@@ -172,7 +172,7 @@ TEST_F(TraceLogTrust, AcceptsDirectoriesThatRootCreated) {
   EXPECT_TRUE(HostKit::SetTraceFile(file.string()));
 }
 
-// The directory becomes writable by others before the file is full.
+// The directory becomes writable by other users before the first rotation.
 TEST_F(TraceLogTrust, RejectsTheDirectoryAtTheNextRotation) {
   ASSERT_TRUE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   const std::string text(1'000'000, 'x');
@@ -228,7 +228,7 @@ TEST_F(TraceLogDeathTest, EscapesTheNameOfAFullFile) {
   fs::remove(file);
 }
 
-// The name is that of a directory, which cannot be opened for writing.
+// The path is that of a directory, which cannot be opened for writing.
 TEST_F(TraceLogDeathTest, EscapesTheNameFromTheEnvironment) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const fs::path directory = fs::current_path() / "trace\x1b[31m\n\u202e";

@@ -137,7 +137,7 @@ TEST_F(VirtualTime, ReportsEachDeadlockOnce) {
 
 using VirtualTimeDeathTest = VirtualTime;
 
-TEST_F(VirtualTimeDeathTest, ADeadlockWithoutAHandlerEndsTheProcess) {
+TEST_F(VirtualTimeDeathTest, ADeadlockWithoutAHandlerTerminatesTheProcess) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_DEATH(
       {

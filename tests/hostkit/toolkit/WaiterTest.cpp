@@ -39,7 +39,7 @@ TEST_P(Waiter, ReturnsThePositionOfTheSetEvent) {
   EXPECT_EQ(2U, m_Waiter.Wait(WAIT_INFINITE, false));
 }
 
-TEST_P(Waiter, ReturnsTheFirstOfSeveralAndResetsOnlyIt) {
+TEST_P(Waiter, ReturnsTheFirstSetEventAndResetsOnlyThatEvent) {
   AddAll();
   m_Third.Set();
   m_First.Set();

@@ -32,7 +32,8 @@ class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
     fs::remove_all(m_Directory);
   }
 
-  // Makes each allocation of a line fail in turn. Returns their number.
+  // Writes a line once per allocation, with that allocation failing. Returns the number of
+  // allocations.
   static int FailEach() {
     for (int points = 0;; ++points) {
       CorvaneTest::BeginShortage(points, GetParam());
@@ -70,7 +71,7 @@ TEST_P(TraceWithoutMemory, LosesOnlyLinesOfTheSink) {
                        "4294967295"});
 }
 
-// Nor may a failing sink of the host affect the plug-in.
+// A failing sink of the host must not affect the plug-in, either.
 TEST_P(TraceWithoutMemory, SurvivesASinkThatThrows) {
   int calls = 0;
   HostKit::SetTraceSink([&calls](const HostKit::TraceLine&) {

@@ -1,4 +1,4 @@
-// A service at a Unix socket that answers with whatever bytes a test wants.
+// A service on a Unix socket that replies with bytes that the test chooses.
 #pragma once
 
 #include <poll.h>
@@ -21,8 +21,8 @@ namespace ClientTest {
 
 // What the service does after a request.
 struct Behavior {
-  std::string m_Bytes;          // it sends them
-  bool m_KeepsSilence = false;  // and then leaves the connection open
+  std::string m_Bytes;          // sent as the reply
+  bool m_KeepsSilence = false;  // leaves the connection open after the reply
 };
 
 inline Behavior Reply(int status, const std::string& type, const std::string& body) {
@@ -43,7 +43,8 @@ inline Behavior Problem(int status, const std::string& id, const std::string& de
 
 class FakeService {
  public:
-  // The behavior for a request, which begins with its method and path. Called by one thread.
+  // Returns the behavior for a request, whose text starts with the method and path. Called by a
+  // single thread.
   using Respond = std::function<Behavior(const std::string&)>;
 
   explicit FakeService(Respond respond)
@@ -55,7 +56,7 @@ class FakeService {
   FakeService& operator=(const FakeService&) = delete;
 
   std::filesystem::path Socket() const { return m_Directory.Path() / "socket"; }
-  // Ends it as if it was killed: its socket remains.
+  // Stops the service but leaves its socket file, as if the service had been killed.
   void Stop() {
     m_IsStopping = true;
     if (m_Thread.joinable()) m_Thread.join();

@@ -34,7 +34,8 @@ bool IsState(const std::string& request) {
 
 class ServiceSession : public testing::Test {
  protected:
-  // A session with a service that gives its state, and `behavior` for everything else.
+  // Connects to a service that reports its state and replies to every other request with
+  // `behavior`.
   Service::ServiceSession& Connect(const Behavior& behavior) {
     return Start([behavior](const std::string& request) {
       return IsState(request) ? ClientTest::Json(kState) : behavior;
@@ -94,7 +95,7 @@ struct BadReply {
   Behavior m_Behavior;
   ExitCode m_Code;
   const char* m_Id;
-  const char* m_Text;  // "{}" is the service with its socket
+  const char* m_Text;  // "{}" stands for the service and its socket
 };
 
 std::ostream& operator<<(std::ostream& out, const BadReply& row) {
@@ -158,7 +159,7 @@ TEST_P(BadReplies, AreFailures) {
   EXPECT_EQ(0U, failure->m_Text.find(text)) << failure->m_Text;
 }
 
-TEST_P(BadReplies, ToTheFirstRequestAreFailures) {
+TEST_P(BadReplies, AreFailuresOfTheFirstRequest) {
   const auto failure =
       FailureOf([&] { Start([](const std::string&) { return GetParam().m_Behavior; }); });
   ASSERT_TRUE(failure);
@@ -210,7 +211,7 @@ TEST_F(ServiceSession, GivesUpAtTheDeadline) {
   EXPECT_THAT(failure->m_Advice, ElementsAre("If it is only slow, pass a longer --timeout."));
 }
 
-TEST_F(ServiceSession, SaysThatAChangeMayStillTakeEffect) {
+TEST_F(ServiceSession, WarnsThatAChangeMayStillTakeEffect) {
   m_Limits.m_Call = milliseconds(50);
   for (const Behavior& behavior : {Behavior{"", true}, Behavior{}}) {
     Service::ServiceSession& session = Connect(behavior);
@@ -223,7 +224,7 @@ TEST_F(ServiceSession, SaysThatAChangeMayStillTakeEffect) {
   }
 }
 
-// A connection that was kept may turn out to be closed: a read is sent again, a change is not.
+// A kept connection may turn out to be closed. The session repeats a read, but not a change.
 TEST_F(ServiceSession, SendsAChangeOnlyOnce) {
   Service::ServiceSession& session = Connect({});
   PI::COperation operation;
@@ -245,7 +246,7 @@ TEST_F(ServiceSession, CollectsEachEventOnce) {
                           "GET /v1/session/events?after=5"));
 }
 
-TEST_F(ServiceSession, CollectsNoEventThatTheLogHasShown) {
+TEST_F(ServiceSession, DoesNotCollectEventsAlreadyReadFromTheLog) {
   Service::ServiceSession& session =
       Connect(ClientTest::Json(R"({"newest": 9, "events": [{"number": 9, "message": "m"}]})"));
   const auto log = m_EventLog.ReadOrThrow(7, 1);
@@ -265,7 +266,7 @@ TEST_F(ServiceSession, CountsTheEventsOfTheService) {
   EXPECT_EQ(4U, counts[0].m_Count);
 }
 
-TEST_F(ServiceSession, AnUnreadableLogIsANote) {
+TEST_F(ServiceSession, ReportsAnUnreadableLogAsANote) {
   Service::ServiceSession& session =
       Connect(ClientTest::Problem(500, "NO_EVENT_LOG", "cannot read the event log: disk is full"));
   EXPECT_EQ(0U, session.CollectEvents().size());
@@ -309,7 +310,7 @@ TEST_F(ServiceSession, IsNotNotifiedOfHeartbeats) {
   EXPECT_FALSE(session.WaitForNotification(milliseconds(50)));
 }
 
-TEST_F(ServiceSession, ConnectsAgainAfterTheEndOfTheStream) {
+TEST_F(ServiceSession, ReconnectsAfterTheEndOfTheStream) {
   Service::ServiceSession& session = Connect({kStream});
   EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
   EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
@@ -325,7 +326,7 @@ TEST_F(ServiceSession, ReportsARefusedStream) {
   EXPECT_EQ("STREAM_REFUSED", failure->m_Id);
 }
 
-TEST_F(ServiceSession, ReportsAServiceThatEndsDuringAWait) {
+TEST_F(ServiceSession, ReportsAServiceThatExitsDuringAWait) {
   Service::ServiceSession& session = Connect({kStream, true});
   EXPECT_FALSE(session.WaitForNotification(milliseconds(10)));
   m_pService->Stop();

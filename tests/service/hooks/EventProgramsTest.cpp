@@ -1,4 +1,4 @@
-// With real scripts.
+// Event programs, tested with real scripts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -42,17 +42,17 @@ class EventProgramsFixture : public testing::Test {
   }
 
   std::string State() const { return m_Directory.Path() / "state"; }
-  // In the scripts, $OUT is the directory for what they leave.
+  // Scripts write their output to the directory $OUT.
   void AddScript(const std::string& name, const std::string& body) const {
     WriteScript(m_Settings.m_Directory / name, "OUT=" + m_Directory.Path().string() + "\n" + body);
   }
   void Start() { m_Programs.emplace(m_Settings); }
-  // Lets running programs end.
+  // Waits for running programs until the stop timeout.
   void Stop() { m_Programs.reset(); }
   void Take(std::int64_t number) {
     m_Programs->Take({number, {{"number", number}, {"text", "hot"}}});
   }
-  // The lines of a file that the scripts write, once there are that many.
+  // Waits until a file that the scripts write has `count` lines, and returns its lines.
   std::vector<std::string> Lines(const std::string& name, std::size_t count) const {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
     std::vector<std::string> lines;
@@ -96,7 +96,7 @@ TEST_F(EventPrograms, RunByNameForAnEvent) {
   EXPECT_THAT(Lines("lines", 3), ElementsAre("1 10-a", "1 20-b", "1 30-c"));
 }
 
-TEST_F(EventPrograms, GetTheDocumentAndItsFields) {
+TEST_F(EventPrograms, ReceiveTheDocumentAndItsFields) {
   AddScript("program",
             "{ cat; echo \"$CORVANE_NUMBER $CORVANE_TEXT\"; } >$OUT/draft\n"
             "mv $OUT/draft $OUT/lines");
@@ -146,7 +146,7 @@ TEST_F(EventPrograms, RunFourAtATime) {
   EXPECT_EQ(6U, Lines("lines", 6).size());
 }
 
-TEST_F(EventPrograms, StartAfterTheNumberWasRecorded) {
+TEST_F(EventPrograms, StartAfterTheNumberIsRecorded) {
   AddScript("program", "cat $OUT/state >>$OUT/lines");
   Start();
   Take(7);
@@ -176,7 +176,7 @@ TEST_F(EventPrograms, NeedNoStateFile) {
   EXPECT_EQ(std::nullopt, m_Programs->LastNumber());
 }
 
-TEST_F(EventPrograms, AreKilledAtTheEnd) {
+TEST_F(EventPrograms, AreKilledOnStop) {
   m_Settings.m_Parallel = 1;
   m_Settings.m_StopTimeout = milliseconds(100);
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines; sleep 1000");
@@ -190,7 +190,7 @@ TEST_F(EventPrograms, AreKilledAtTheEnd) {
   EXPECT_EQ("1\n", ReadText(State()));  // the second one is left for the next start
 }
 
-TEST_F(EventPrograms, MayEndByThemselvesAtTheEnd) {
+TEST_F(EventPrograms, MayFinishDuringStop) {
   AddScript("program",
             "echo $CORVANE_NUMBER >>$OUT/lines\n"
             "until [ -e $OUT/go ]; do sleep 0.01; done; echo end >>$OUT/lines");
@@ -205,7 +205,7 @@ TEST_F(EventPrograms, MayEndByThemselvesAtTheEnd) {
   EXPECT_THAT(Reports(), IsEmpty());
 }
 
-TEST_F(EventPrograms, AreNotRunForEventsThatAreTooMany) {
+TEST_F(EventPrograms, DoNotRunForEventsBeyondTheQueue) {
   m_Settings.m_Parallel = 1;
   m_Settings.m_Queue = 1;
   AddScript("program",
@@ -227,7 +227,7 @@ TEST_F(EventPrograms, SkipOldEvents) {
   EXPECT_EQ("41\n", ReadText(State()));
 }
 
-TEST_F(EventPrograms, HaveNoLastNumberWithoutAReadableOne) {
+TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
   for (const char* const text : {"", "x", "-", "99999999999999999999999"}) {
     WriteText(State(), text);
     Start();

@@ -35,7 +35,7 @@ TEST_F(ProgramDirectory, ListsExecutableFilesByName) {
   EXPECT_THAT(m_Reports, IsEmpty());
 }
 
-TEST_F(ProgramDirectory, LeavesOutWhatIsNotAProgram) {
+TEST_F(ProgramDirectory, SkipsFilesThatAreNotPrograms) {
   for (const char* const name : {".hidden", "mail~", "mail.dpkg-old", "mail.dpkg-dist"}) {
     WriteScript(m_Directory.Path() / name, "");
   }
@@ -51,12 +51,12 @@ TEST_F(ProgramDirectory, MayBeMissing) {
   EXPECT_THAT(m_Reports, IsEmpty());
 }
 
-TEST_F(ProgramDirectory, ReportsOneThatIsAFile) {
+TEST_F(ProgramDirectory, ReportsAFileInPlaceOfTheDirectory) {
   EXPECT_THAT(Names(WriteScript(m_Directory.Path() / "file", "")), IsEmpty());
   EXPECT_THAT(m_Reports, ElementsAre(HasSubstr("Not a directory")));
 }
 
-TEST_F(ProgramDirectory, DoesNotRunWhatOthersCanWrite) {
+TEST_F(ProgramDirectory, SkipsFilesThatOthersCanWrite) {
   WriteScript(m_Directory.Path() / "good", "");
   const auto bad = WriteScript(m_Directory.Path() / "bad", "", 0757);
   EXPECT_THAT(Names(m_Directory.Path()), ElementsAre("good"));
@@ -64,7 +64,7 @@ TEST_F(ProgramDirectory, DoesNotRunWhatOthersCanWrite) {
                                      " can be written by other users"));
 }
 
-TEST_F(ProgramDirectory, DoesNotRunFromADirectoryThatOthersCanWrite) {
+TEST_F(ProgramDirectory, SkipsADirectoryThatOthersCanWrite) {
   WriteScript(m_Directory.Path() / "program", "");
   for (const mode_t mode : {0777, 01777}) {
     chmod(m_Directory.Path().c_str(), mode);
@@ -74,7 +74,7 @@ TEST_F(ProgramDirectory, DoesNotRunFromADirectoryThatOthersCanWrite) {
   }
 }
 
-TEST_F(ProgramDirectory, DoesNotFollowALinkToWhatOthersCanWrite) {
+TEST_F(ProgramDirectory, SkipsALinkToAFileThatOthersCanWrite) {
   const auto directory = m_Directory.Path() / "events.d";
   std::filesystem::create_directory(directory);
   chmod(directory.c_str(), 0755);

@@ -1,4 +1,4 @@
-// With real scripts.
+// Program runs, tested with real scripts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 class ProgramRunFixture : public testing::Test {
  protected:
-  // For a script with this body.
+  // Returns a run of a script with this body.
   Hooks::ProgramRun RunOf(const std::string& body) {
     Hooks::ProgramRun run;
     run.m_File = WriteScript(m_Directory.Path() / "program", body);
@@ -25,7 +25,7 @@ class ProgramRunFixture : public testing::Test {
     return run;
   }
 
-  // Whether the process is gone, or dead and not yet reaped by its new parent.
+  // Whether the process exits within a minute. Its new parent may not have reaped it yet.
   static bool Ends(const std::string& process) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (std::chrono::steady_clock::now() < end) {
@@ -49,7 +49,7 @@ TEST_F(ProgramRun, ReportsHowItEnded) {
       {"exit 0", ""},
       {"exit 3", "exit code 3"},
       {"kill -9 $$", "killed by signal 9"},
-      {"kill -PIPE $$", "killed by signal 13"},  // not ignored, as it is here
+      {"kill -PIPE $$", "killed by signal 13"},  // the program does not inherit SIG_IGN
       {"exec /nonexistent", "exit code 127"},
   };
   const auto before = signal(SIGPIPE, SIG_IGN);

@@ -1,4 +1,4 @@
-// A directory of shell scripts.
+// Shell scripts for tests.
 #pragma once
 
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 
 namespace HooksTest {
 
-// Other users cannot write it, as long as `mode` does not let them.
+// Writes a shell script. Other users can change it only if `mode` lets them.
 inline std::filesystem::path WriteScript(const std::filesystem::path& file, const std::string& body,
                                          mode_t mode = 0755) {
   WriteText(file, "#!/bin/sh\n" + body + "\n");

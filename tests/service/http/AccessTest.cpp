@@ -1,4 +1,4 @@
-// Who may do what.
+// Access control of the HTTP server.
 
 #include <grp.h>
 #include <sys/syscall.h>
@@ -55,8 +55,8 @@ TEST(Permission, DependsOnUserAndGroups) {
   } const cases[] = {
       {"the user", {{user}, {}, {}}, "200 200 200 200"},
       {"other users only", {{user + 1}, {}, {}}, "200 403 403 403"},
-      {"one may change", {{}, {}, group}, "200 200 200 200"},
-      {"one may read", {{}, group, {}}, "200 200 403 403"},
+      {"group that may change", {{}, {}, group}, "200 200 200 200"},
+      {"group that may read", {{}, group, {}}, "200 200 403 403"},
       {"other groups only", {{}, group + 1, group + 2}, "200 403 403 403"},
   };
   for (const auto& each : cases) {
@@ -65,7 +65,7 @@ TEST(Permission, DependsOnUserAndGroups) {
   }
 }
 
-TEST(Permission, CanBeReplacedWhileItServes) {
+TEST(Permission, CanBeReplacedWhileTheServerRuns) {
   TestServer server(Routes(), SettingsOf({{}, {}, {}}));
   EXPECT_EQ("200 403 403 403", Statuses(server));
   server.SetPermissions({{}, getegid(), {}});
@@ -85,14 +85,14 @@ TEST(Permission, ToChangeIsKnownToHandlers) {
   EXPECT_EQ("no", Client(readers).Get("/may").m_Body);
 }
 
-TEST(Permission, IsNamedWhenItIsMissing) {
+TEST(Permission, IsReportedWhenItIsMissing) {
   const TestServer server(Routes(), SettingsOf({{}, {}, {}}));
   Client client(server);
   EXPECT_EQ("403 PERMISSION_DENIED", client.Get("/read").Short());
   EXPECT_EQ("403 PERMISSION_DENIED", client.SendEmpty("POST", "/change").Short());
 }
 
-// Nothing about a route's query or body is checked for those who may not use it.
+// The query and the body of a request are not checked if the client may not use the route.
 TEST(Permission, IsCheckedBeforeQueryAndBody) {
   const TestServer server(Routes(), SettingsOf({{}, {}, {}}));
   Client client(server);
@@ -112,8 +112,8 @@ TEST(Permission, CountsSupplementaryGroups) {
   EXPECT_FALSE(MayUse({{0}, {}, {}}, Peer(), false));
 }
 
-// The result of `action` on a thread with other credentials; the C library would change those of
-// all threads.
+// Runs `action` on a thread with other credentials and returns its result. Uses system calls,
+// because the C library would change the credentials of all threads.
 template <typename Action>
 auto AsUser(uid_t user, gid_t group, const std::vector<gid_t>& groups, const Action& action) {
   decltype(action()) result = {};
@@ -142,7 +142,7 @@ TEST(Permission, FollowsThePeerProcess) {
       {"stranger", kStranger, kStranger, {}, "200 403 403 403"},
       {"stranger in root's group", kStranger, 0, {0}, "200 403 403 403"},
       {"reader", kStranger, kStranger, {kReaders}, "200 200 403 403"},
-      {"reader by the first group", kStranger, kReaders, {}, "200 200 403 403"},
+      {"reader by primary group", kStranger, kReaders, {}, "200 200 403 403"},
       {"changer", kStranger, kStranger, {7, kChangers}, "200 200 200 200"},
   };
   const TestServer server(Routes(), SettingsOf({{0}, kReaders, kChangers}));

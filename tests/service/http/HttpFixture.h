@@ -1,4 +1,4 @@
-// A server on a Unix socket and a TCP socket, and clients of it.
+// A server on a Unix socket and a TCP socket, and clients for it.
 #pragma once
 
 #include <curl/curl.h>
@@ -28,10 +28,10 @@ namespace HttpTest {
 
 using std::chrono::milliseconds;
 
-// Far more than any wait takes, so that a broken one fails instead of hanging.
+// Longer than any wait takes, so that a broken wait fails instead of hanging.
 constexpr milliseconds kPatience(60000);
 
-// Whether it comes true.
+// Returns true once `predicate` holds, or false on timeout.
 inline bool Await(const std::function<bool()>& predicate) {
   const auto end = std::chrono::steady_clock::now() + kPatience;
   while (!predicate()) {
@@ -43,11 +43,11 @@ inline bool Await(const std::function<bool()>& predicate) {
 
 // A response as a client sees it.
 struct Result {
-  long m_Status = 0;                             // 0: none
+  long m_Status = 0;                             // 0 if there is no response
   std::map<std::string, std::string> m_Headers;  // names in lower case
   std::string m_Body;
 
-  // Of a problem document.
+  // The id of a problem document; empty for other bodies.
   std::string Id() const {
     const auto document = nlohmann::json::parse(m_Body, nullptr, false);
     return document.is_object() ? document.value("id", "") : "";
@@ -62,7 +62,7 @@ inline std::ostream& operator<<(std::ostream& out, Door door) {
   return out << (door == Door::Unix ? "Unix" : "TCP");
 }
 
-// Permits everything to this process, by its user, and as much time as a test takes.
+// Grants all permissions to the user of this process, with time limits that no test reaches.
 inline Http::Settings OpenSettings() {
   Http::Settings settings;
   settings.m_Permissions.m_Users = {geteuid()};
@@ -99,7 +99,7 @@ class TestServer {
   std::unique_ptr<Http::Server> m_Server;
 };
 
-// Asks with libcurl. Used by one thread; keeps its connection.
+// Sends requests with libcurl and keeps its connection open. Not thread-safe.
 class Client {
  public:
   using Headers = std::vector<std::string>;
@@ -129,7 +129,7 @@ class Client {
     Set(CURLOPT_NOBODY, 0L);
     return result;
   }
-  // A JSON body unless the headers have another Content-Type.
+  // Sends a JSON body unless the headers have another Content-Type.
   Result Send(const std::string& method, const std::string& path, const std::string& body,
               Headers headers = {"Content-Type: application/json"}) {
     return Send(method, path, headers, &body);
@@ -137,7 +137,7 @@ class Client {
   Result SendEmpty(const std::string& method, const std::string& path) {
     return Send(method, path, {}, nullptr);
   }
-  // How many connections the last request needed: 0 if one was open.
+  // The number of connections that the last request opened: 0 if it reused one.
   long NewConnections() const {
     long count = -1;
     curl_easy_getinfo(m_Curl, CURLINFO_NUM_CONNECTS, &count);
@@ -191,7 +191,7 @@ class Client {
   Result m_Result;
 };
 
-// A connection for bytes that no client would send, or that come slowly.
+// A connection for raw bytes, which may be malformed or sent slowly.
 class RawClient {
  public:
   explicit RawClient(const TestServer& server, Door door = Door::Unix)
@@ -200,23 +200,24 @@ class RawClient {
         door == Door::Unix ? Connect(UnixAddress(server)) : Connect(TcpAddress(server.Port()));
     m_IsConnected = code == 0;
   }
-  // With TCP, at this port of this machine.
+  // Connects over TCP to this port of the local host.
   explicit RawClient(std::uint16_t port)
       : m_Socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     m_IsConnected = Connect(TcpAddress(port)) == 0;
   }
 
   bool IsConnected() const { return m_IsConnected; }
-  // False if the connection has ended.
+  // Returns false if the connection is closed.
   bool Send(const std::string& bytes) const {
     return send(m_Socket.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(bytes.size());
   }
-  // No more will be sent.
+  // Closes the sending direction of the connection.
   void EndSending() const { shutdown(m_Socket.Get(), SHUT_WR); }
   void Close() { m_Socket.Close(); }
 
-  // Everything that has been received, once it contains `text`, or the connection has ended.
+  // Reads until the received bytes contain `text` or the connection is closed. Returns everything
+  // that has been received.
   const std::string& ReadUntil(const std::string& text) {
     while (m_Received.find(text) == m_Received.npos && ReadSome()) continue;
     return m_Received;
@@ -225,7 +226,7 @@ class RawClient {
     while (ReadSome()) continue;
     return m_Received;
   }
-  // Whether the server has ended the connection. What it has sent before is lost.
+  // Whether the server has closed the connection. Discards unread bytes.
   bool HasEnded() const {
     char bytes[4096];
     for (;;) {
@@ -234,7 +235,7 @@ class RawClient {
     }
   }
 
-  // The last response, from its status line on.
+  // Parses the last response in the received bytes.
   static Result Parse(const std::string& received) {
     Result result;
     const auto start = received.rfind("HTTP/1.1 ");
@@ -280,7 +281,8 @@ class RawClient {
   std::string m_Received;
 };
 
-// A request and its response, on a connection of their own. `lines` lack the end of the head.
+// Sends a request on a separate connection and returns the response. `lines` are the request line
+// and headers without the final line end.
 inline Result AskRaw(const TestServer& server, const std::string& lines, Door door = Door::Unix) {
   RawClient client(server, door);
   client.Send(lines + "\r\nConnection: close\r\n\r\n");
@@ -291,7 +293,7 @@ inline Http::Reply Text(const std::string& text) {
   return Http::MakeResponse(200, "text/plain", text);
 }
 
-// Answers with a text of its own.
+// A route that responds with a fixed text.
 inline Http::Route TextRoute(const std::string& path, const std::string& text,
                              Http::Access access = Http::Access::Anyone) {
   return {Http::Method::Get, path, access, [text](const Http::Request&) { return Text(text); }};

@@ -22,7 +22,7 @@ std::vector<Http::Route> Only(Http::Handler handler) {
   return {{Method::Get, "/", Access::Anyone, std::move(handler)}, TextRoute("/text", "a text")};
 }
 
-// A handler that keeps each responder for the test.
+// A handler that hands its responder to the test.
 class Kept {
  public:
   std::vector<Http::Route> Routes() {
@@ -52,7 +52,7 @@ struct WaitingRequest {
   }
 };
 
-TEST(Late, ResponseIsSentWhenItComes) {
+TEST(Late, ResponseIsSentWhenItIsComplete) {
   WaitingRequest request;
   EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
   EXPECT_FALSE(request.m_Client.HasEnded());
@@ -65,7 +65,7 @@ TEST(Late, ResponseIsSentWhenItComes) {
   EXPECT_EQ("a text", RawClient::Parse(request.m_Client.ReadUntil("a text")).m_Body);
 }
 
-TEST(Late, ResponseMayBeThereAlready) {
+TEST(Late, ResponseMayBeCompleteBeforeTheHandlerReturns) {
   const TestServer server(Only([](const Request&) {
     Responder responder;
     responder.Complete(MakeResponse(200, "text/plain", "early"));
@@ -74,7 +74,7 @@ TEST(Late, ResponseMayBeThereAlready) {
   EXPECT_EQ("early", Client(server).Get("/").m_Body);
 }
 
-TEST(Late, ResponseThatNeverComesIsAFailure) {
+TEST(Late, MissingResponseIsAnUnexpectedError) {
   const TestServer server(Only([](const Request&) { return Responder().Promise(); }));
   EXPECT_EQ("500 UNEXPECTED", Client(server).Get("/").Short());
 }
@@ -90,12 +90,12 @@ TEST(Late, ResponseForAClosedConnectionIsDropped) {
 TEST(Late, ResponseReachesAClientThatHasFinishedSending) {
   WaitingRequest request;
   request.m_Client.EndSending();
-  std::this_thread::sleep_for(milliseconds(100));  // for checks that would end it
+  std::this_thread::sleep_for(milliseconds(100));  // during several checks of the connection
   request.m_Responder->Complete(MakeResponse(200, "text/plain", "late"));
   EXPECT_EQ("late", RawClient::Parse(request.m_Client.ReadUntil("late")).m_Body);
 }
 
-TEST(Late, ResponsesFromManyThreads) {
+TEST(Late, ResponsesMayComeFromManyThreads) {
   std::vector<std::thread> threads;
   std::mutex lock;
   std::vector<std::thread> workers;
@@ -119,7 +119,7 @@ TEST(Late, ResponsesFromManyThreads) {
   EXPECT_EQ(400, done);
 }
 
-// Several times, because the server may stop before it waits for the response or after that.
+// Repeated, because the server may stop before or after it starts to wait for the response.
 TEST(Late, ResponseIsRefusedWhenTheServerStops) {
   for (int round = 0; round < 20; ++round) {
     WaitingRequest request;
@@ -164,7 +164,7 @@ class Streams {
   std::atomic<int> m_Ended{0};
 };
 
-TEST(Streaming, SendsEachTextAtOnce) {
+TEST(Streaming, SendsEachTextImmediately) {
   Streams streams;
   const TestServer server(streams.Routes());
   RawClient client(server);
@@ -181,7 +181,7 @@ TEST(Streaming, SendsEachTextAtOnce) {
   EXPECT_EQ(0, streams.Ended());
 }
 
-TEST(Streaming, EndsAfterWhatWasSent) {
+TEST(Streaming, EndsAfterTheTextsSent) {
   Streams streams;
   const TestServer server(streams.Routes());
   std::thread sender([&streams] {
@@ -220,7 +220,7 @@ TEST(Streaming, MergesTextsOfManyThreads) {
   EXPECT_EQ(expected, body);
 }
 
-TEST(Streaming, SeesThatAClientIsGone) {
+TEST(Streaming, DetectsThatAClientIsGone) {
   Streams streams;
   const TestServer server(streams.Routes());
   std::size_t count = 0;
@@ -237,7 +237,7 @@ TEST(Streaming, SeesThatAClientIsGone) {
   }
 }
 
-TEST(Streaming, CutsASlowReader) {
+TEST(Streaming, DisconnectsASlowReader) {
   constexpr std::size_t kBuffer = 100000;
   Streams streams(kBuffer);
   const TestServer server(streams.Routes());
@@ -251,12 +251,12 @@ TEST(Streaming, CutsASlowReader) {
   EXPECT_LT(accepted, 100000000U);
   EXPECT_TRUE(stream->IsGone());
   EXPECT_TRUE(Await([&streams] { return streams.Ended() == 1; }));
-  // No end of the body, so the client knows that something is missing.
+  // The body has no regular end, so the client knows that it is incomplete.
   const std::string received = client.ReadToEnd();
   EXPECT_NE("0\r\n\r\n", received.substr(received.size() - 5));
 }
 
-TEST(Streaming, CutBeforeItStartsHasNoRegularEnd) {
+TEST(Streaming, OverflowBeforeTheStartLeavesTheBodyIncomplete) {
   const TestServer server(Only([](const Request&) -> Reply {
     auto stream = std::make_shared<Stream>(10);
     stream->Send("123456");
@@ -268,7 +268,7 @@ TEST(Streaming, CutBeforeItStartsHasNoRegularEnd) {
   EXPECT_THAT(client.ReadToEnd(), testing::Not(testing::EndsWith("0\r\n\r\n")));
 }
 
-TEST(Streaming, AcceptsExactlyItsBuffer) {
+TEST(Streaming, AcceptsTextsUpToItsBufferSize) {
   Stream stream(10);
   EXPECT_TRUE(stream.Send("12345"));
   EXPECT_TRUE(stream.Send("67890"));
@@ -281,14 +281,14 @@ TEST(Streaming, AcceptsExactlyItsBuffer) {
   EXPECT_FALSE(other.Send("1"));
 }
 
-// Take() is what the connection calls.
-TEST(Streaming, CountsOnlyWhatWaits) {
+// The connection calls Take().
+TEST(Streaming, CountsOnlyUnsentBytes) {
   Stream stream(10);
   std::string taken(4, ' ');
   std::string all;
   for (int i = 0; i < 1000; ++i) {
     ASSERT_TRUE(stream.Send("abcd")) << i;
-    if (i == 0) continue;  // so that it is never empty
+    if (i == 0) continue;  // so that the stream is never empty
     ASSERT_EQ(4U, stream.Take(taken.data(), taken.size())) << i;
     all += taken;
   }
@@ -296,7 +296,7 @@ TEST(Streaming, CountsOnlyWhatWaits) {
   EXPECT_EQ(0U, all.find("abcdabcd"));
 }
 
-TEST(Streaming, AsksForMoreOfABacklog) {
+TEST(Streaming, RequestsMoreOfABacklogWhenDrained) {
   constexpr int kPages = 50;
   const std::string page(40000, 'p');
   const TestServer server(Only([&page](const Request&) -> Reply {
@@ -340,7 +340,7 @@ TEST(Streaming, IsLimitedForEachKindOfClient) {
   EXPECT_THAT(third.ReadUntil("\r\n\r\n"), testing::HasSubstr("200 OK"));
 }
 
-TEST(Streaming, EndsAtOnceForHead) {
+TEST(Streaming, EndsImmediatelyForHead) {
   Streams streams;
   const TestServer server(streams.Routes());
   EXPECT_EQ(200, Client(server).Head("/").m_Status);
@@ -348,7 +348,7 @@ TEST(Streaming, EndsAtOnceForHead) {
   EXPECT_TRUE(streams.Await()->IsGone());
 }
 
-TEST(Streaming, IsCutWhenTheServerStops) {
+TEST(Streaming, IsClosedWhenTheServerStops) {
   Streams streams;
   TestServer server(streams.Routes());
   RawClient client(server);
@@ -372,7 +372,7 @@ TEST(Streaming, SurvivesACallbackThatThrows) {
   EXPECT_EQ(200, Client(server).Get("/text").m_Status);
 }
 
-// Stops while streams and responses come and go.
+// Stops the server while streams open and texts are sent.
 TEST(Streaming, StopsUnderLoad) {
   for (int round = 0; round < 20; ++round) {
     Streams streams(1000);

@@ -1,4 +1,4 @@
-// Both sides of each limit.
+// The limits of the HTTP server, tested at each limit and just above it.
 
 #include <atomic>
 
@@ -34,7 +34,7 @@ Http::Settings With(const std::function<void(Limits&)>& change) {
   return settings;
 }
 
-// A request whose line and headers have this many bytes.
+// Returns a request whose request line and headers have `bytes` bytes.
 std::string RequestOf(std::size_t bytes) {
   const std::string start = "GET /text HTTP/1.1\r\nHost: x\r\nConnection: close\r\nX-Fill: ";
   const std::string end = "\r\n\r\n";
@@ -47,7 +47,7 @@ std::string ShortAfter(const TestServer& server, const std::string& request) {
   return RawClient::Parse(client.ReadToEnd()).Short();
 }
 
-TEST(Limit, OfTimeIs10Seconds) {
+TEST(Limit, OfRequestTimeIs10Seconds) {
   EXPECT_EQ(milliseconds(10000), Limits().m_RequestTime);
 }
 
@@ -64,7 +64,7 @@ TEST(Limit, OfHeadersIs8KiB) {
   EXPECT_EQ("431", ShortAfter(server, RequestOf(1000000)));
 }
 
-TEST(Limit, OfAPathIsThatOfHeaders) {
+TEST(Limit, OfHeadersIncludesThePath) {
   const TestServer server(Routes());
   const auto ask = [&server](std::size_t size) {
     return AskRaw(server, "GET /" + std::string(size, 'x') + " HTTP/1.1\r\nHost: x").Short();
@@ -94,8 +94,8 @@ TEST(Limit, OfABodyIsCheckedBeforeItIsSent) {
             ShortAfter(server, head + "Content-Length: 18446744073709551614\r\n\r\n"));
 }
 
-// Whether it gets a response. A connection may wait until it is accepted, so the order of those
-// that do not ask is not known.
+// Whether the client gets a response. Because connections may wait before they are accepted, only a
+// response shows that the server has accepted this one.
 bool IsServed(RawClient& client) {
   client.Send("GET /text HTTP/1.1\r\nHost: localhost\r\n\r\n");
   return client.ReadUntil("a text").find("a text") != std::string::npos;
@@ -136,8 +136,8 @@ TEST(Limit, OfConnectionsPerAddressIsForTcpOnly) {
   EXPECT_TRUE(Await([&serves] { return serves(Door::Tcp); }));
 }
 
-// What was sent before the connection was accepted can still be read after it was cut.
-TEST(Limit, OfConnectionsRunsNoRequestOfARefusedOne) {
+// The server could still read what the client sent before the server refused the connection.
+TEST(Limit, OfConnectionsPreventsRequestsOfRefusedClients) {
   std::atomic<int> runs{0};
   const std::vector<Route> routes = {{Method::Get, "/count", Access::Anyone, [&](const Request&) {
                                         ++runs;
@@ -153,7 +153,7 @@ TEST(Limit, OfConnectionsRunsNoRequestOfARefusedOne) {
   EXPECT_EQ(0, runs);
 }
 
-TEST(Limit, OfTimeCutsClientsThatSendNothing) {
+TEST(Limit, OfRequestTimeClosesSilentConnections) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   for (const Door door : {Door::Unix, Door::Tcp}) {
     RawClient client(server, door);
@@ -161,15 +161,15 @@ TEST(Limit, OfTimeCutsClientsThatSendNothing) {
   }
 }
 
-// Each byte is activity, so a timeout of inactivity would never end this.
-TEST(Limit, OfTimeCutsSlowHeaders) {
+// Each byte is activity, so an idle timeout would never close this connection.
+TEST(Limit, OfRequestTimeClosesConnectionsWithSlowHeaders) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   const RawClient client(server);
   client.Send("GET /text HTTP/1.1\r\nHost: x\r\nX-Fill: ");
   EXPECT_TRUE(Await([&client] { return !client.Send("x"); }));
 }
 
-TEST(Limit, OfTimeCutsSlowBodies) {
+TEST(Limit, OfRequestTimeClosesConnectionsWithSlowBodies) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   const RawClient client(server);
   client.Send(
@@ -178,15 +178,15 @@ TEST(Limit, OfTimeCutsSlowBodies) {
   EXPECT_TRUE(Await([&client] { return !client.Send("x"); }));
 }
 
-TEST(Limit, OfTimeCutsConnectionsBetweenRequests) {
+TEST(Limit, OfRequestTimeClosesConnectionsBetweenRequests) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   RawClient client(server);
   client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
   EXPECT_EQ(200, RawClient::Parse(client.ReadToEnd()).m_Status);
 }
 
-// Long enough for the check to have been made many times.
-TEST(Limit, OfTimeLeavesOthersAlone) {
+// Takes long enough for many checks of the limit.
+TEST(Limit, OfRequestTimeKeepsConnectionsWithinIt) {
   const TestServer server(Routes());
   RawClient client(server);
   for (const char byte : std::string("GET /text HTTP/1.1\r\nHost: x\r\n\r\n")) {
@@ -196,11 +196,11 @@ TEST(Limit, OfTimeLeavesOthersAlone) {
   EXPECT_EQ("a text", RawClient::Parse(client.ReadUntil("a text")).m_Body);
 }
 
-TEST(Limit, OfTimeCutsClientsThatDoNotRead) {
+TEST(Limit, OfResponseTimeClosesConnectionsThatDoNotRead) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_ResponseTime = kShort; }));
   RawClient client(server);
   client.Send("GET /long HTTP/1.1\r\nHost: x\r\n\r\n");
-  // It reads only once the other end is closed.
+  // Reads only after the server has closed the connection.
   EXPECT_TRUE(Await([&client] { return !client.Send("G"); }));
   EXPECT_LT(client.ReadToEnd().size(), 30000000U);
 }

@@ -16,7 +16,7 @@ using Http::ListenTcp;
 using Http::ListenUnix;
 using Http::PortOf;
 
-// 0, or the errno that it throws.
+// Returns the errno of the exception that `listen` throws, or 0.
 template <typename Listen>
 int ErrorOf(const Listen& listen) {
   try {
@@ -52,7 +52,7 @@ TEST(ListenUnix, SetsModeAndGroup) {
 }
 
 TEST(ListenUnix, SetsAnotherGroup) {
-  if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to give files to other groups";
+  if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to change the group of a file";
   const TemporaryDirectory directory;
   const std::string path = directory.Path() / "socket";
   const Base::Descriptor socket = ListenUnix(path, 0660, 54321);
@@ -69,7 +69,7 @@ TEST(ListenUnix, ReplacesASocketThatNoProcessServes) {
   EXPECT_TRUE(Connects(path));
 }
 
-TEST(ListenUnix, KeepsASocketThatIsServed) {
+TEST(ListenUnix, RefusesASocketThatIsInUse) {
   const TemporaryDirectory directory;
   const std::string path = directory.Path() / "socket";
   const Base::Descriptor socket = ListenUnix(path, 0600, std::nullopt);
@@ -77,7 +77,7 @@ TEST(ListenUnix, KeepsASocketThatIsServed) {
   EXPECT_TRUE(Connects(path));
 }
 
-TEST(ListenUnix, KeepsWhatIsNotASocket) {
+TEST(ListenUnix, RefusesAFileThatIsNotASocket) {
   const TemporaryDirectory directory;
   const std::string path = directory.Path() / "file";
   WriteText(path, "text");
@@ -88,20 +88,20 @@ TEST(ListenUnix, KeepsWhatIsNotASocket) {
   EXPECT_EQ(EEXIST, ErrorOf([&link] { ListenUnix(link, 0600, std::nullopt); }));
 }
 
-TEST(ListenUnix, GivesTheReason) {
+TEST(ListenUnix, ThrowsTheReason) {
   const TemporaryDirectory directory;
   EXPECT_EQ(ENOENT, ErrorOf([&] { ListenUnix(directory.Path() / "a/b", 0600, std::nullopt); }));
   EXPECT_EQ(ENAMETOOLONG,
             ErrorOf([&] { ListenUnix(directory.Path() / std::string(200, 'x'), 0600, {}); }));
 }
 
-TEST(ListenTcp, TakesAnAddressAndAPort) {
+TEST(ListenTcp, ListensAtAnAddressAndAPort) {
   const Base::Descriptor socket = ListenTcp("127.0.0.1", 0);
   EXPECT_NE(0, PortOf(socket));
   EXPECT_EQ(EADDRINUSE, ErrorOf([&socket] { ListenTcp("127.0.0.1", PortOf(socket)); }));
 }
 
-TEST(ListenTcp, RefusesWhatIsNotAnAddress) {
+TEST(ListenTcp, RefusesAnInvalidAddress) {
   for (const std::string address : {"localhost", "", "127.0.0.1 ", "::1]", "*"}) {
     EXPECT_EQ(EINVAL, ErrorOf([&address] { ListenTcp(address, 0); })) << address;
   }
@@ -116,7 +116,7 @@ TEST(Sockets, HaveNames) {
   EXPECT_EQ("", Http::NameOf(Base::Descriptor(dup(STDERR_FILENO))));
 }
 
-TEST(Sockets, OfLoopbackAddressesAreLocal) {
+TEST(Sockets, WithLoopbackAddressesAreLocal) {
   const TemporaryDirectory directory;
   EXPECT_TRUE(Http::IsLocal(ListenUnix(directory.Path() / "socket", 0600, std::nullopt)));
   EXPECT_TRUE(Http::IsLocal(ListenTcp("127.0.0.1", 0)));
@@ -125,7 +125,7 @@ TEST(Sockets, OfLoopbackAddressesAreLocal) {
   EXPECT_FALSE(Http::IsLocal(Base::Descriptor(dup(STDERR_FILENO))));
 }
 
-TEST(Sockets, OfIPv6AreNamedInBrackets) {
+TEST(Sockets, WithIPv6AddressesAreNamedInBrackets) {
   Base::Descriptor all;
   try {
     all = ListenTcp("::", 0);

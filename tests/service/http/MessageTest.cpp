@@ -21,7 +21,7 @@ TEST(Problem, HasTheFieldsOfAProblemDocument) {
             json::parse(*response.m_Body));
 }
 
-TEST(Problem, HasAHintIfThereIsSomethingToDo) {
+TEST(Problem, MayHaveAHint) {
   const json document = json::parse(*MakeProblem(403, "A", "b", "Do this.").m_Body);
   EXPECT_EQ("Do this.", document.at("hint"));
 }
@@ -31,7 +31,7 @@ TEST(Problem, ReplacesBytesThatAreNotUtf8) {
   EXPECT_EQ("x\xef\xbf\xbd", document.at("detail"));
 }
 
-TEST(EntityTag, IsComparedWithEachOfTheHeader) {
+TEST(EntityTag, IsComparedWithEachTagInTheHeader) {
   struct {
     const char* m_Header;
     bool m_Matches;
@@ -46,7 +46,7 @@ TEST(EntityTag, IsComparedWithEachOfTheHeader) {
   }
 }
 
-TEST(Escapes, AreDecodedOrRefused) {
+TEST(Escapes, AreDecodedOrRejected) {
   const std::string refused = "refused";
   struct {
     const char* m_Escaped;

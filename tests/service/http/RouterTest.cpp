@@ -31,7 +31,7 @@ const Router& Cards() {
   return router;
 }
 
-// "PATH serial=a" or "405 GET, HEAD" or "404".
+// Renders the match as "PATH serial=a", "405 GET, HEAD" or "404".
 std::string Found(const std::string& method, const std::vector<std::string>& segments) {
   const Router::Match match = Cards().Find(MethodOf(method), segments);
   if (match.m_Allowed.empty()) return "404";
@@ -41,7 +41,7 @@ std::string Found(const std::string& method, const std::vector<std::string>& seg
   return text;
 }
 
-TEST(Router, FindsTheFirstRowThatMatches) {
+TEST(Router, FindsTheFirstMatchingRoute) {
   struct {
     std::string m_Method;
     std::vector<std::string> m_Segments;
@@ -85,7 +85,7 @@ TEST(Router, SplitsPathsAtSlashes) {
   EXPECT_THAT(SegmentsOf(""), ElementsAre());
 }
 
-TEST(Router, RejectsRowsThatCannotBeReached) {
+TEST(Router, RejectsUnreachableRoutes) {
   const auto rejects = [](const std::vector<Route>& routes) {
     try {
       const Router router(routes);

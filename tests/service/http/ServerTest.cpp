@@ -1,4 +1,4 @@
-// What clients get, whatever the handlers do.
+// Responses of the HTTP server, also when handlers fail.
 
 #include <stdexcept>
 
@@ -17,7 +17,7 @@ using Http::Request;
 using Http::Route;
 using testing::IsEmpty;
 
-// Everything that a handler gets, as one line.
+// Responds with the handler's complete input as one line.
 Reply Echo(const Request& request) {
   std::string line;
   for (const auto& [name, value] : request.m_Parameters) line += name + "=" + value + ";";
@@ -57,7 +57,7 @@ std::vector<Route> Routes() {
   return routes;
 }
 
-TEST(HttpServer, AnswersOnBothListeners) {
+TEST(HttpServer, RespondsOnBothListeners) {
   const TestServer server(Routes());
   for (const Door door : {Door::Unix, Door::Tcp}) {
     Client client(server, door);
@@ -107,7 +107,7 @@ TEST(HttpServer, AddsHeadersToEveryResponse) {
   }
 }
 
-TEST(HttpServer, AnswersHeadWithoutABody) {
+TEST(HttpServer, RespondsToHeadWithoutABody) {
   const TestServer server(Routes());
   Client client(server);
   const Result result = client.Head("/text");
@@ -117,7 +117,7 @@ TEST(HttpServer, AnswersHeadWithoutABody) {
   EXPECT_EQ(404, client.Head("/unknown").m_Status);
 }
 
-TEST(HttpServer, RefusesWhatTheTableDoesNotHave) {
+TEST(HttpServer, RefusesPathsAndMethodsWithoutARoute) {
   const TestServer server(Routes());
   Client client(server);
   const auto status = [&client](const std::string& method, const std::string& path) {
@@ -138,7 +138,7 @@ TEST(HttpServer, RefusesWhatTheTableDoesNotHave) {
   EXPECT_EQ("GET, HEAD, DELETE", client.SendEmpty("PUT", "/cards/a").m_Headers.at("allow"));
 }
 
-TEST(HttpServer, RefusesQueriesThatTheRouteDoesNotHave) {
+TEST(HttpServer, RefusesInvalidQueriesAndPaths) {
   const TestServer server(Routes());
   Client client(server);
   const auto status = [&client](const std::string& query) {
@@ -163,7 +163,7 @@ TEST(HttpServer, RefusesQueriesThatTheRouteDoesNotHave) {
   EXPECT_EQ("400 PATH_INVALID", client.Get("/%zz/unknown").Short());
 }
 
-TEST(HttpServer, RefusesBodiesThatTheRouteDoesNotTake) {
+TEST(HttpServer, RefusesBodiesThatTheRouteDoesNotAccept) {
   const TestServer server(Routes());
   Client client(server);
   const auto post = [&client](Client::Headers headers) {
@@ -184,7 +184,7 @@ TEST(HttpServer, RefusesBodiesThatTheRouteDoesNotTake) {
             client.Send("PATCH", "/cards", "{}", {"Content-Type: text/plain"}).Short());
 }
 
-TEST(HttpServer, AnswersWithoutTheBodyThatAClientHas) {
+TEST(HttpServer, OmitsABodyThatTheClientHasCached) {
   const TestServer server(Routes());
   Client client(server);
   const Result first = client.Get("/tagged");
@@ -198,7 +198,7 @@ TEST(HttpServer, AnswersWithoutTheBodyThatAClientHas) {
   EXPECT_EQ("a text", client.Get("/text", {"If-None-Match: *"}).m_Body);
 }
 
-TEST(HttpServer, HidesWhatAHandlerThrows) {
+TEST(HttpServer, HidesExceptionsOfHandlers) {
   std::vector<std::string> failures;
   Http::Settings settings = OpenSettings();
   settings.m_OnFailure = [&failures](const std::string& what) { failures.push_back(what); };
@@ -221,7 +221,7 @@ TEST(HttpServer, SendsLongResponses) {
   EXPECT_EQ(std::string(3000000, 'x'), client.Get("/long").m_Body);
 }
 
-TEST(HttpServer, RefusesWhatIsNotARequest) {
+TEST(HttpServer, RefusesMalformedRequests) {
   const TestServer server(Routes());
   const std::string host = "\r\nHost: x";
   struct {
@@ -245,7 +245,7 @@ TEST(HttpServer, RefusesWhatIsNotARequest) {
   }
 }
 
-// What follows the NUL must not be dropped in silence.
+// The text after the NUL must not be dropped silently.
 TEST(HttpServer, RefusesNulInPathAndQuery) {
   const TestServer server(Routes());
   using std::string_literals::operator""s;
@@ -255,7 +255,7 @@ TEST(HttpServer, RefusesNulInPathAndQuery) {
   }
 }
 
-TEST(HttpServer, CannotStartOnWhatDoesNotListen) {
+TEST(HttpServer, CannotStartOnAnInvalidListener) {
   std::vector<Base::Descriptor> listeners;
   listeners.emplace_back();
   EXPECT_THROW(Http::Server(Routes(), OpenSettings(), std::move(listeners)), std::runtime_error);

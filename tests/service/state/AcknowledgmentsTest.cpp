@@ -16,7 +16,7 @@ class Acknowledgments : public StateTest::StoreTest {
     return m_Store.Acknowledge({serial, reason, "anna", kStart, until, "fan ordered"});
   }
 
-  // "S0 MISSING, S1 FLASHBACK"
+  // The acknowledgments in effect at a time: "S0 MISSING, S1 FLASHBACK".
   std::string At(std::uint64_t nowMs) {
     std::string text;
     for (const Acknowledgment& each : m_Store.Acknowledgments(nowMs)) {
@@ -39,20 +39,20 @@ TEST_F(Acknowledgments, KeepAllTheirFields) {
   EXPECT_EQ(all[0].m_Note, "fan ordered");
 }
 
-TEST_F(Acknowledgments, EndWithTheirTime) {
+TEST_F(Acknowledgments, ExpireAtTheirTime) {
   Acknowledge("S0", "FLASHBACK", kStart + kHour);
   Acknowledge("S1", "MISSING");
   EXPECT_EQ(At(kStart + kHour - 1), "S0 FLASHBACK, S1 MISSING");
   EXPECT_EQ(At(kStart + kHour), "S1 MISSING");
-  EXPECT_EQ(At(kStart), "S0 FLASHBACK, S1 MISSING");  // the clock was wrong
+  EXPECT_EQ(At(kStart), "S0 FLASHBACK, S1 MISSING");  // after the clock was set back
 }
 
-TEST_F(Acknowledgments, HaveNoEndIfItIsBeyondAllTimes) {
+TEST_F(Acknowledgments, NeverExpireIfTheirTimeIsTheMaximum) {
   Acknowledge("S0", "FLASHBACK", 18446744073709551615U);
   EXPECT_EQ(At(9223372036854775806U), "S0 FLASHBACK");
 }
 
-TEST_F(Acknowledgments, ReplaceEarlierOnes) {
+TEST_F(Acknowledgments, ReplaceEarlierAcknowledgments) {
   Acknowledge("S0", "FLASHBACK", kStart + kHour);
   Acknowledge("S0", "FLASHBACK");
   EXPECT_EQ(At(kStart + 2 * kHour), "S0 FLASHBACK");
@@ -66,12 +66,12 @@ TEST_F(Acknowledgments, AreRemoved) {
   EXPECT_EQ(At(kStart), "");
 }
 
-TEST_F(Acknowledgments, ThatHaveEndedCannotBeRemoved) {
+TEST_F(Acknowledgments, CannotBeRemovedAfterTheyExpire) {
   Acknowledge("S0", "FLASHBACK", kStart + kHour);
   EXPECT_FALSE(m_Store.Unacknowledge("S0", "FLASHBACK", kStart + kHour));
 }
 
-TEST_F(Acknowledgments, NeedACardAndAReason) {
+TEST_F(Acknowledgments, RequireAKnownCardAndReason) {
   EXPECT_EQ(Acknowledge("S9", "FLASHBACK"), AcknowledgeResult::UnknownCard);
   for (const char* reason : {"", "NO_SUCH_REASON", "flashback", "WARNING", "40387"}) {
     EXPECT_EQ(Acknowledge("S0", reason), AcknowledgeResult::UnknownReason) << reason;
@@ -81,7 +81,7 @@ TEST_F(Acknowledgments, NeedACardAndAReason) {
   }
 }
 
-TEST_F(Acknowledgments, AreForgottenWithTheirCard) {
+TEST_F(Acknowledgments, AreRemovedWithTheirCard) {
   Acknowledge("S0", "MISSING");
   Acknowledge("S1", "MISSING");
   Record(kStart + 1, {});
@@ -90,7 +90,7 @@ TEST_F(Acknowledgments, AreForgottenWithTheirCard) {
   EXPECT_EQ(At(kStart), "S1 MISSING");
 }
 
-TEST_F(Acknowledgments, KeepTextsAsTheyAre) {
+TEST_F(Acknowledgments, KeepTextsUnchanged) {
   const std::string odd("a'b\"c; DROP TABLE host_state\xff\0d", 31);
   m_Store.Acknowledge({"S0", "MISSING", odd, kStart, std::nullopt, odd});
   const auto all = m_Store.Acknowledgments(kStart);

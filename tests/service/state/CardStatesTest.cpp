@@ -14,7 +14,7 @@ using StateTest::Card;
 
 namespace V = PI::Value;
 
-// Typed here, not taken from the tables under test.
+// Repeated here instead of being taken from the tables under test.
 constexpr std::uint32_t kFlashback = 10965;
 constexpr std::uint32_t kWarm = 10967;
 constexpr std::uint32_t kPowerRegulation = 10972;
@@ -45,7 +45,7 @@ Card WithLayout(unsigned long sizeMiB, unsigned long sectorSize) {
   return card;
 }
 
-// "10967 S1, 11094 S2"
+// Renders events as "10967 S1, 11094 S2".
 std::string Texts(const std::vector<Service::StateEvent>& events) {
   std::string text;
   for (const Service::StateEvent& event : events) {
@@ -55,7 +55,7 @@ std::string Texts(const std::vector<Service::StateEvent>& events) {
   return text;
 }
 
-// The same for these events of S1.
+// Renders the events with these numbers of card S1 in the same way.
 std::string OfS1(const std::vector<std::uint32_t>& numbers) {
   std::string text;
   for (const std::uint32_t number : numbers) {
@@ -73,24 +73,24 @@ struct Case {
 
 const std::vector<Case>& Cases() {
   static const std::vector<Case> cases = {
-      {"nothing has changed", {With({V::ATTACHED})}, {With({V::ATTACHED})}, ""},
+      {"no change", {With({V::ATTACHED})}, {With({V::ATTACHED})}, ""},
       {"a reason appears",
        {With({V::ATTACHED})},
        {With({V::ATTACHED, V::TEMPERATURE_ABOVE_WARN})},
        OfS1({kWarm})},
-      {"two appear, one remains",
+      {"two reasons appear, one remains",
        {With({V::TEMPERATURE_ABOVE_WARN})},
        {With({V::RESERVES_DEPLETED, V::FLASHBACK, V::TEMPERATURE_ABOVE_WARN})},
        OfS1({kFlashback, kDepleted})},
-      {"one of two has ended",
+      {"one of two reasons ends",
        {With({V::TEMPERATURE_ABOVE_WARN, V::FLASHBACK})},
        {With({V::FLASHBACK})},
        ""},
-      {"the last one has ended",
+      {"the last reason ends",
        {With({V::ATTACHED, V::FLASHBACK})},
        {With({V::ATTACHED})},
        OfS1({kNormal})},
-      {"one has replaced another",
+      {"a reason replaces another",
        {With({V::FLASHBACK})},
        {With({V::TEMPERATURE_ABOVE_WARN})},
        OfS1({kWarm})},
@@ -102,36 +102,36 @@ const std::vector<Case>& Cases() {
       {"a reason without an event appears", {With({})}, {With({V::STOPPED})}, ""},
       {"the card was detached", {With({V::ATTACHED})}, {With({V::DETACHED})}, OfS1({kDetached})},
       {"the card was attached", {With({V::DETACHED})}, {With({V::ATTACHED})}, OfS1({kAttached})},
-      {"it was detached and is normal again",
+      {"the card was detached and its reason ended",
        {With({V::ATTACHED, V::FLASHBACK})},
        {With({V::DETACHED})},
        OfS1({kNormal, kDetached})},
-      {"it is busy", {With({V::ATTACHED})}, {With({})}, ""},
+      {"the card is busy", {With({V::ATTACHED})}, {With({})}, ""},
       {"a card was added, with a reason", {}, {With({V::ATTACHED, V::FLASHBACK})}, OfS1({kAdded})},
       {"a card was removed, with a reason", {With({V::FLASHBACK})}, {}, OfS1({kRemoved})},
-      {"one card has replaced another",
+      {"a card replaces another",
        {With({V::ATTACHED})},
        {With({V::ATTACHED}, "S2")},
        "11094 S1, 11093 S2"},
-      {"cards have swapped their places",
+      {"two cards swap positions",
        {With({V::ATTACHED}), With({V::DETACHED}, "S2")},
        {With({V::DETACHED}, "S2"), With({V::ATTACHED})},
        ""},
-      {"the drive has another size",
+      {"the drive's size changes",
        {WithLayout(1000, 512)},
        {WithLayout(2000, 512)},
        OfS1({kFormatChanged})},
-      {"the drive has other sectors",
+      {"the drive's sector size changes",
        {WithLayout(1000, 512)},
        {WithLayout(1000, 4096)},
        OfS1({kFormatChanged})},
-      {"the size is not known now", {WithLayout(1000, 512)}, {WithLayout(0, 512)}, ""},
-      {"the size was not known", {WithLayout(0, 512)}, {WithLayout(1000, 512)}, ""},
+      {"the size becomes unknown", {WithLayout(1000, 512)}, {WithLayout(0, 512)}, ""},
+      {"the size becomes known", {WithLayout(0, 512)}, {WithLayout(1000, 512)}, ""},
   };
   return cases;
 }
 
-TEST(EventsBetween, ReportsWhatHasChanged) {
+TEST(EventsBetween, ReportsChanges) {
   for (const Case& each : Cases()) {
     const auto events = EventsBetween(StatesOf(each.m_Before), StatesOf(each.m_Now), 5000);
     EXPECT_EQ(Texts(events), each.m_Events) << each.m_Name;
@@ -162,7 +162,7 @@ TEST(EventsBetween, DescribesTheDrive) {
   EXPECT_EQ(events[0].m_ObjectType, 19018U);
 }
 
-// The severities that the plug-in gives to the same events.
+// These are the severities that the plug-in uses for the same events.
 TEST(EventsBetween, HasTheSeveritiesOfThePlugin) {
   const auto before = StatesOf({With({V::ATTACHED}), With({}, "S2")});
   const auto events = EventsBetween(
@@ -174,7 +174,7 @@ TEST(EventsBetween, HasTheSeveritiesOfThePlugin) {
   EXPECT_EQ(events[3].m_Event.m_Severity, PI::SEVERITY_ERROR);
 }
 
-TEST(StatesOf, LeavesOutCardsWithoutASerialNumber) {
+TEST(StatesOf, OmitsCardsWithoutASerialNumber) {
   EXPECT_TRUE(StatesOf({With({}, "")}).empty());
   EXPECT_EQ(StatesOf({With({}), With({V::FLASHBACK})}).at("S1").m_Reasons.size(), 0U);
 }
@@ -191,7 +191,8 @@ class Applied : public testing::Test {
   void Observe(std::uint64_t timeMs, const std::vector<Card>& cards) {
     ApplyObservation(StatesOf(cards), timeMs, m_Logged, m_Absences);
   }
-  // The events that would be logged if the service was killed now and these cards are there.
+  // Returns the events that would be logged if the service were killed now and found these cards
+  // after its restart.
   std::string Missing(const std::vector<Card>& cards) const {
     return Texts(EventsBetween(m_Logged, StatesOf(cards), 1));
   }
@@ -200,7 +201,7 @@ class Applied : public testing::Test {
   Service::Absences m_Absences;
 };
 
-TEST_F(Applied, AReasonIsNotLoggedAgain) {
+TEST_F(Applied, AReasonWithItsEventIsNotLoggedAgain) {
   Event(kWarm);
   EXPECT_EQ(Missing({With({V::ATTACHED, V::TEMPERATURE_ABOVE_WARN})}), "");
   Event(kNormal);
@@ -230,12 +231,12 @@ TEST_F(Applied, AnAddedCardHasItsFirstReasonsWithoutEvents) {
   EXPECT_EQ(Missing({With({V::ATTACHED}), With({}, "S2")}), "10980 S2");
 }
 
-TEST_F(Applied, AReasonThatIsObservedWithoutItsEventIsMissing) {
+TEST_F(Applied, AnObservedReasonWithoutItsEventIsMissing) {
   Observe(1000, {With({V::ATTACHED, V::FLASHBACK})});
   EXPECT_EQ(Missing({With({V::ATTACHED, V::FLASHBACK})}), OfS1({kFlashback}));
 }
 
-TEST_F(Applied, AReasonThatIsGoneForAMinuteCanBeginAgain) {
+TEST_F(Applied, AReasonThatIsAbsentForAMinuteCanAppearAgain) {
   Event(kFlashback);
   Event(kWarm);
   Observe(1000, {With({V::FLASHBACK})});
@@ -245,7 +246,7 @@ TEST_F(Applied, AReasonThatIsGoneForAMinuteCanBeginAgain) {
   EXPECT_EQ(Missing({With({V::FLASHBACK, V::TEMPERATURE_ABOVE_WARN})}), OfS1({kWarm}));
 }
 
-TEST_F(Applied, AReasonThatReturnsWithinAMinuteWasNotGone) {
+TEST_F(Applied, AReasonThatReturnsWithinAMinuteHasNotEnded) {
   Event(kFlashback);
   Observe(1000, {With({})});
   Observe(50000, {With({V::FLASHBACK})});

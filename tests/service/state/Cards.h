@@ -11,7 +11,7 @@
 
 namespace StateTest {
 
-// Empty: the plug-in does not report it.
+// A card's readings. The plug-in does not report empty values.
 struct Card {
   std::string m_Serial;
   std::vector<int> m_Reasons = {PI::Value::ATTACHED};
@@ -22,11 +22,11 @@ struct Card {
   std::optional<unsigned long> m_Read;
   std::optional<float> m_Watts;
   std::optional<unsigned long> m_Slot;
-  unsigned long m_SizeMiB = 0;  // 0: unknown
+  unsigned long m_SizeMiB = 0;  // 0 if unknown
   unsigned long m_SectorSize = 512;
 };
 
-// The plug-in, and each card with its drive. The ids depend on the order.
+// Returns the plug-in, the adapters and their drives. The ids depend on the order of the cards.
 std::vector<PI::CObject> Objects(const std::vector<Card>& cards);
 
 Service::Observation Observe(std::uint64_t timeMs, const std::vector<Card>& cards,

@@ -1,4 +1,4 @@
-// Faults of the file under the state. It must work again when the cause is gone.
+// Faults of the state's database file. The state must work again after the fault is removed.
 #include <fstream>
 
 #include "hostkit/Database.h"
@@ -15,7 +15,7 @@ class StateFaults : public StateTest::StoreTest {
  protected:
   StateFaults() { Record(kStart, CardsOf({"S0"})); }
 
-  // What recording the next minute fails with; empty if it succeeds.
+  // Records the next minute and returns the failure; empty if it succeeds.
   std::string Recording(const std::vector<std::string>& serials = {"S0"}) {
     try {
       m_Store.Record(StateTest::Observe(m_Time += kMinute, CardsOf(serials)));
@@ -98,7 +98,7 @@ TEST_F(StateFaults, AFileThatReplacesTheOpenOneIsUsed) {
   EXPECT_EQ(Reading(), "a0 S7, a1 S0");
 }
 
-TEST_F(StateFaults, ADamagedFileIsReportedAndReplacedOnceItIsGone) {
+TEST_F(StateFaults, ADamagedFileIsReportedAndReplacedAfterItsRemoval) {
   Use(":memory:");
   {
     std::fstream file(File(), std::ios::in | std::ios::out | std::ios::binary);
@@ -127,7 +127,7 @@ TEST_F(StateFaults, AReadOnlyFileCanBeRead) {
   }
 }
 
-TEST_F(StateFaults, NothingIsKeptWithoutAFile) {
+TEST_F(StateFaults, AnInMemoryStateStartsEmpty) {
   Use(":memory:");
   EXPECT_EQ(Recording({"S3"}), "");
   EXPECT_EQ(Reading(), "a0 S3");

@@ -32,7 +32,8 @@ class History : public StateTest::StoreTest {
     return {serial, Service::FindHistoryField(field), from, to, step};
   }
 
-  // "0:00 48.2", in hours and minutes since the start; "0:00 40..50 ~45" for a range.
+  // Renders each point as "0:00 48.2", with hours and minutes since the start, or as "0:00 40..50
+  // ~45" (minimum, maximum, mean).
   static std::string Texts(const HistorySeries& series) {
     std::string text;
     for (const auto& point : series.m_Points) {
@@ -78,7 +79,7 @@ TEST_F(History, HasSixFields) {
   EXPECT_EQ(Service::FindHistoryField("name"), nullptr);
 }
 
-TEST_F(History, DoesNotHaveUnknownValues) {
+TEST_F(History, OmitsUnknownValues) {
   Record(kStart, CardsOf({"S0"}));
   Record(kStart + kMinute, {Warm(48)});
   Record(kStart + 2 * kMinute, CardsOf({"S0"}));
@@ -88,7 +89,7 @@ TEST_F(History, DoesNotHaveUnknownValues) {
   EXPECT_EQ(Read("slot_power_watts"), "");
 }
 
-TEST_F(History, DoesNotHaveValuesOfAnAbsentCard) {
+TEST_F(History, OmitsMinutesWithoutTheCard) {
   Record(kStart, {Warm(48), Warm(60, "S1")});
   Record(kStart + kMinute, {Warm(61, "S1")});
   EXPECT_EQ(Read("temperature_celsius"), "0:00 48");
@@ -100,7 +101,7 @@ TEST_F(History, IsEmptyForAKnownCardAndMissingForAnUnknownOne) {
   EXPECT_FALSE(m_Store.History(Query("read_bytes", 0, kStart, 0, "S9")));
 }
 
-TEST_F(History, BeginsAtFromAndEndsBeforeTo) {
+TEST_F(History, IncludesFromAndExcludesTo) {
   RecordMinutes(kStart, 5, 50);
   EXPECT_EQ(Read("temperature_celsius", kStart + kMinute, kStart + 3 * kMinute),
             "0:01 50, 0:02 50");
@@ -113,7 +114,7 @@ TEST_F(History, CombinesTheValuesOfAStep) {
   }
   EXPECT_EQ(Read("temperature_celsius", kStart, kStart + kHour, 3 * kMinute),
             "0:00 50..52 ~51, 0:03 53..55 ~54");
-  // A part of a minute cannot be shown.
+  // Steps are rounded up to whole minutes.
   EXPECT_EQ(m_Store.History(Query("temperature_celsius", 0, kStart + kHour, 61 * kSecond))->m_Step,
             2 * kMinute);
 }
@@ -127,7 +128,7 @@ TEST_F(History, SummarizesAnHour) {
   card.m_Celsius = 47;
   card.m_ReservePercent = 97;
   card.m_EndurancePercent = 11;
-  card.m_Written = 500UL;  // the card was exchanged
+  card.m_Written = 500UL;  // the card was replaced
   Record(kStart + 59 * kMinute, {card});
   EXPECT_EQ(Cell("SELECT COUNT(*) FROM host_history_hours"), "0");
   Record(kStart + 60 * kMinute, {card});
@@ -136,7 +137,7 @@ TEST_F(History, SummarizesAnHour) {
             "480000|2|40000|47000|43500|970000|110000|500|(null)|(null)");
 }
 
-TEST_F(History, ShowsTheHourWhenItsMinutesAreGone) {
+TEST_F(History, ShowsTheHourAfterItsMinutesAreReplaced) {
   RecordMinutes(kStart, 60, 40);
   RecordMinutes(kStart + kHour, 60, 44);
   EXPECT_EQ(m_Store.History(Query("temperature_celsius", 0, kStart + kDay, 0))->m_Points.size(),
@@ -147,7 +148,7 @@ TEST_F(History, ShowsTheHourWhenItsMinutesAreGone) {
   EXPECT_EQ(Cell("SELECT COUNT(*) FROM host_history_minutes"), "2880");
 }
 
-// Writes hours without their minutes, which would take long.
+// Records only one value per hour, because recording every minute would take too long.
 TEST_F(History, KeepsTwoYearsOfHours) {
   Record(kStart, {Warm(40)});
   for (int i = 0; i < 17544 + 2; ++i) {
@@ -192,7 +193,7 @@ TEST_F(History, KeepsTheValuesOfAnHourInWhichTheServiceRestarted) {
   EXPECT_EQ(Cell("SELECT samples, temperature_mean FROM host_history_hours"), "4|52000");
 }
 
-TEST_F(History, IsForgottenWithItsCard) {
+TEST_F(History, IsRemovedWithItsCard) {
   RecordMinutes(kStart, 61, 50);
   Record(kStart + 61 * kMinute, {Warm(70, "S1")});
   EXPECT_EQ(m_Store.Forget("S0"), Service::ForgetResult::Done);
@@ -232,7 +233,7 @@ TEST(Downsample, KeepsMinimumAndMaximum) {
   EXPECT_EQ(maximum, 90);
 }
 
-TEST(Downsample, WeightsTheMeansOfHours) {
+TEST(Downsample, WeightsMeansBySamples) {
   Service::HistoryQuery query;
   query.m_Step = kDay;
   const HistorySeries series = Downsample(query, {{0, 10, 30, 20, 60}, {kHour, 50, 50, 50, 20}});
@@ -242,7 +243,7 @@ TEST(Downsample, WeightsTheMeansOfHours) {
   EXPECT_EQ(series.m_Points[0].m_Mean, 27.5);
 }
 
-TEST(Downsample, SpansAYearWithoutAStep) {
+TEST(Downsample, SpansAYearWithoutAGivenStep) {
   const HistorySeries series =
       Service::Downsample({}, {{kStart, 1, 1, 1, 1}, {kStart + 365 * kDay, 2, 2, 2, 1}});
   ASSERT_EQ(series.m_Points.size(), 2U);

@@ -15,11 +15,11 @@ using namespace std::chrono_literals;
 
 class KilledService : public StateTest::StoreTest {
  protected:
-  // Starts a service that writes, and kills it `after` its first minute.
-  void RunAndKill(int day, bool isBad, std::chrono::milliseconds after) {
+  // Starts a service that writes, and kills it `after` that time from its first recorded minute.
+  void RunAndKill(int day, bool hasFlashback, std::chrono::milliseconds after) {
     const std::string before = Minutes();
     std::string program = STATE_WRITER, start = std::to_string(day),
-                state = isBad ? "flashback" : "";
+                state = hasFlashback ? "flashback" : "";
     char* const arguments[] = {program.data(), start.data(), state.data(), nullptr};
     pid_t process = 0;
     ASSERT_EQ(posix_spawn(&process, program.c_str(), nullptr, nullptr, arguments, environ), 0);
@@ -40,7 +40,7 @@ class KilledService : public StateTest::StoreTest {
     return InFile("SELECT value FROM host_state WHERE name = 'next_minute'");
   }
 
-  // Every minute and hour has its eight cards.
+  // Expects eight cards in every minute and every hour.
   void ExpectComplete() {
     EXPECT_EQ(InFile("PRAGMA integrity_check"), "ok");
     EXPECT_EQ(
@@ -59,11 +59,12 @@ class KilledService : public StateTest::StoreTest {
 TEST_F(KilledService, LeavesACompleteStateAndEachEventOnce) {
   Record(StateTest::kStart, CardsOf({"S0", "S1", "S2", "S3", "S4", "S5", "S6", "S7"}));
   for (int run = 0; run < 20; ++run) {
-    const bool isBad = run / 2 % 2 == 1;
-    RunAndKill(20001 + 100 * run, isBad, std::chrono::milliseconds(run * 7 % 20));
+    const bool hasFlashback = run / 2 % 2 == 1;
+    RunAndKill(20001 + 100 * run, hasFlashback, std::chrono::milliseconds(run * 7 % 20));
     ExpectComplete();
   }
-  // It changes before the runs 2, 4, ... 18: five times to bad, four times to normal.
+  // The flashback error changes before runs 2, 4, ... 18: it appears five times and ends four
+  // times.
   EXPECT_EQ(InFile("SELECT event_id, COUNT(*) FROM host_event_log GROUP BY event_id"),
             "10965|40 10980|32");
   EXPECT_EQ(InFile("SELECT DISTINCT logged_reasons FROM host_known_cards"),

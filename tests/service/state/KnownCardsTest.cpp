@@ -28,18 +28,18 @@ TEST_F(KnownCards, KeepTheirPositions) {
   EXPECT_EQ(Known(), "a0 S0, a1 S1, a2 S2, a3 S3");
 }
 
-TEST_F(KnownCards, AreLeftOutWithoutASerialNumberOfTheirOwn) {
+TEST_F(KnownCards, AreOmittedWithoutAUniqueSerialNumber) {
   Record(kStart, CardsOf({"S0", "", "S0", "S1"}));
   EXPECT_EQ(Known(), "a0 S0, a1 S1");
 }
 
-TEST_F(KnownCards, AreMissingWhenThePluginFindsNone) {
+TEST_F(KnownCards, AreMissingWhenThePluginFindsNoCards) {
   Record(kStart, CardsOf({"S0"}));
   Record(kStart + 1, {});
   EXPECT_EQ(Known(), "a0 S0 missing");
 }
 
-TEST_F(KnownCards, KeepWhereTheyWereLast) {
+TEST_F(KnownCards, KeepTheirLastSlotAndSize) {
   Card card = CardOf("S0");
   card.m_Slot = 3;
   card.m_SizeMiB = 1000;
@@ -54,7 +54,7 @@ TEST_F(KnownCards, KeepWhereTheyWereLast) {
   EXPECT_EQ(known.m_Name, "Card S0");
 }
 
-TEST_F(KnownCards, KeepWhenTheyWereSeen) {
+TEST_F(KnownCards, KeepTheTimesWhenTheyWereSeen) {
   Record(kStart, CardsOf({"S0"}));
   Record(kStart + kMinute, CardsOf({"S0"}));
   EXPECT_EQ(m_Store.Cards().at(0).m_LastSeen, kStart + kMinute);
@@ -80,7 +80,7 @@ TEST_F(KnownCards, AreNotWrittenWhenNothingChanges) {
   EXPECT_EQ(std::filesystem::file_size(File().string() + "-wal"), before);
 }
 
-TEST_F(KnownCards, AreForgottenWhenTheyAreMissing) {
+TEST_F(KnownCards, CanBeForgottenWhileMissing) {
   Record(kStart, CardsOf({"S0", "S1"}));
   EXPECT_EQ(m_Store.Forget("S1"), ForgetResult::CardIsPresent);
   EXPECT_EQ(m_Store.Forget("S9"), ForgetResult::UnknownCard);
@@ -90,7 +90,7 @@ TEST_F(KnownCards, AreForgottenWhenTheyAreMissing) {
   EXPECT_EQ(Known(), "a1 S1");
 }
 
-TEST_F(KnownCards, DoNotGetThePositionOfAForgottenOne) {
+TEST_F(KnownCards, DoNotReuseThePositionOfAForgottenCard) {
   Record(kStart, CardsOf({"S0", "S1", "S2"}));
   Record(kStart + 1, CardsOf({"S2"}));
   m_Store.Forget("S0");
@@ -98,7 +98,7 @@ TEST_F(KnownCards, DoNotGetThePositionOfAForgottenOne) {
   EXPECT_EQ(Known(), "a1 S1 missing, a2 S2, a3 S3");
 }
 
-TEST_F(KnownCards, GetThePositionOfAForgottenOneIfItWasTheHighest) {
+TEST_F(KnownCards, ReuseThePositionOfAForgottenCardIfItWasTheHighest) {
   Record(kStart, CardsOf({"S0", "S1"}));
   Record(kStart + 1, CardsOf({"S0"}));
   m_Store.Forget("S1");
@@ -114,7 +114,7 @@ TEST_F(KnownCards, HaveALimit) {
   EXPECT_EQ(m_Store.Cards().back().m_SerialNumber, "S1023");
 }
 
-// Triggers and views with such names may be in a file from before there were these tables.
+// A database from before these tables existed may contain triggers and views with such names.
 TEST_F(KnownCards, IgnoreForeignTriggersAndViews) {
   Record(kStart, CardsOf({"S0"}));
   Use(":memory:");
@@ -130,7 +130,7 @@ TEST_F(KnownCards, IgnoreForeignTriggersAndViews) {
   EXPECT_EQ(other.Run("SELECT COUNT(*) FROM host_known_cards"), "2");
 }
 
-// As the statements of a forged card would be run.
+// Runs the statements as a forged card's statements would run.
 TEST_F(KnownCards, AreOutOfReachOfPlugins) {
   Record(kStart, CardsOf({"S0"}));
   for (const char* table : {"host_known_cards", "host_state", "host_acknowledgments",

@@ -1,4 +1,4 @@
-// Events that were not handed over when the plug-in or the service was killed.
+// Events that the plug-in did not deliver before it or the service was killed.
 #include "tests/service/state/StateFixture.h"
 
 namespace {
@@ -10,7 +10,7 @@ using StateTest::kMinute;
 using StateTest::kStart;
 using StateTest::Observe;
 
-// Typed here, not taken from the tables under test.
+// Repeated here instead of being taken from the tables under test.
 constexpr auto kFlashback = static_cast<PI::_EVENT_ID>(10965);
 constexpr auto kWarm = static_cast<PI::_EVENT_ID>(10967);
 constexpr auto kAdded = static_cast<PI::_EVENT_ID>(11093);
@@ -24,13 +24,13 @@ class MissedEvents : public StateTest::StoreTest {
     return card;
   }
 
-  // The plug-in process starts again.
+  // Records the first observation of a new plug-in process.
   std::vector<HostKit::LoggedEvent> RecordFirst(const std::vector<Card>& cards) {
     return m_Store.Record(Observe(m_Time += 1000, cards, HostKit::NewestEventNumber(), true));
   }
   void RecordNext(const std::vector<Card>& cards) { Record(m_Time += 1000, cards); }
 
-  // The plug-in hands an event over.
+  // Logs an event that the plug-in delivers.
   static void Log(PI::_EVENT_ID number, const char* serial = "S0") {
     PI::CEvent event;
     event.m_EventID = number;
@@ -39,7 +39,7 @@ class MissedEvents : public StateTest::StoreTest {
     HostKit::AppendEvents({logged});
   }
 
-  // "10967 S0, 11094 S1"
+  // Renders the event log as "10967 S0, 11094 S1".
   static std::string LogText() {
     std::string text;
     for (const HostKit::LoggedEvent& event : HostKit::ReadEvents(0, 100)) {
@@ -74,11 +74,12 @@ TEST_F(MissedEvents, AreLoggedAfterARestartOfTheService) {
   RecordFirst({With({}), With({}, "S1")});
   Restart();
   RestartService();
-  RecordNext({With({V::TEMPERATURE_ABOVE_WARN})});  // the first one of a store is always one
+  // A new store treats its first record as the first one of a process.
+  RecordNext({With({V::TEMPERATURE_ABOVE_WARN})});
   EXPECT_EQ(LogText(), "11094 S1, 10967 S0");
 }
 
-TEST_F(MissedEvents, AreNotThoseThatWereHandedOver) {
+TEST_F(MissedEvents, ExcludeDeliveredEvents) {
   RecordFirst({With({})});
   Log(kFlashback);
   RecordNext({With({V::FLASHBACK})});
@@ -86,14 +87,14 @@ TEST_F(MissedEvents, AreNotThoseThatWereHandedOver) {
   EXPECT_EQ(LogText(), "10965 S0");
 }
 
-TEST_F(MissedEvents, AreNotThoseThatWereHandedOverJustBeforeTheKill) {
+TEST_F(MissedEvents, ExcludeEventsDeliveredJustBeforeTheKill) {
   RecordFirst({With({})});
-  Log(kFlashback);  // and no observation after it
+  Log(kFlashback);  // without an observation after it
   RecordFirst({With({V::FLASHBACK})});
   EXPECT_EQ(LogText(), "10965 S0");
 }
 
-TEST_F(MissedEvents, AreThoseThatWereOnlyObserved) {
+TEST_F(MissedEvents, IncludeReasonsThatWereOnlyObserved) {
   RecordFirst({With({})});
   RecordNext({With({V::FLASHBACK})});
   EXPECT_EQ(LogText(), "");  // the plug-in waits until the bit is stable
@@ -101,8 +102,8 @@ TEST_F(MissedEvents, AreThoseThatWereOnlyObserved) {
   EXPECT_EQ(LogText(), "10965 S0");
 }
 
-// The thread of the state may be later than the one that logs events.
-TEST_F(MissedEvents, AreNotThoseThatWereLoggedAfterAnObservation) {
+// The state thread may run later than the thread that logs events.
+TEST_F(MissedEvents, ExcludeEventsLoggedAfterAnObservation) {
   RecordFirst({With({})});
   const std::int64_t before = HostKit::NewestEventNumber();
   Log(kFlashback);
@@ -123,7 +124,7 @@ TEST_F(MissedEvents, AreNotReadAgainFromTheLog) {
   EXPECT_EQ(LogText(), "10967 S0, 10980 S0");
 }
 
-TEST_F(MissedEvents, OfAddedCardsAreThePluginsOwn) {
+TEST_F(MissedEvents, ExcludeReasonsOfAddedCards) {
   RecordFirst({With({})});
   Log(kAdded, "S1");
   RecordNext({With({}), With({V::FLASHBACK}, "S1")});
@@ -131,7 +132,7 @@ TEST_F(MissedEvents, OfAddedCardsAreThePluginsOwn) {
   EXPECT_EQ(LogText(), "11093 S1");
 }
 
-TEST_F(MissedEvents, OfAMachineWithoutCards) {
+TEST_F(MissedEvents, IncludeTheRemovalOfTheLastCard) {
   RecordFirst({With({})});
   RecordFirst({});
   RecordFirst({});
@@ -153,7 +154,7 @@ TEST_F(MissedEvents, AreLoggedLaterIfTheFileWasLocked) {
   EXPECT_EQ(LogText(), "10965 S0");
 }
 
-TEST_F(MissedEvents, DoNotIncludeWhatAnotherHostHasLogged) {
+TEST_F(MissedEvents, ExcludeEventsLoggedByAnotherHost) {
   RecordFirst({With({})});
   RestartService();
   Log(kFlashback);
@@ -161,7 +162,7 @@ TEST_F(MissedEvents, DoNotIncludeWhatAnotherHostHasLogged) {
   EXPECT_EQ(LogText(), "10965 S0");
 }
 
-TEST_F(MissedEvents, CountForTheMetrics) {
+TEST_F(MissedEvents, AreCountedInTheMetrics) {
   RecordFirst({With({})});
   RecordFirst({With({V::FLASHBACK})});
   EXPECT_EQ(OtherProgram(File()).Run("SELECT event_id, count FROM host_event_counts"), "10965|1");

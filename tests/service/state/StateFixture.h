@@ -1,4 +1,4 @@
-// A store in a database file of its own, and the cards that it observes.
+// A state store in a separate database file, and helpers to record observations.
 #pragma once
 
 #include <string>
@@ -21,7 +21,7 @@ class StoreTest : public HostDatabaseTest {
  protected:
   StoreTest() { RestartService(); }
 
-  // Ends the service and starts it again.
+  // Replaces the store, as a restart of the service would.
   void RestartService() { m_Store = Service::StateStore(); }
 
   std::vector<HostKit::LoggedEvent> Record(std::uint64_t timeMs, const std::vector<Card>& cards) {
@@ -39,7 +39,7 @@ class StoreTest : public HostDatabaseTest {
     return cards;
   }
 
-  // "a0 S1, a1 S2 missing"
+  // Renders the known cards as "a0 S1, a1 S2 missing".
   std::string Known() {
     std::string text;
     for (const Service::KnownCard& card : m_Store.Cards()) {

@@ -33,7 +33,7 @@ class StateThread : public HostDatabaseTest {
   }
 
  protected:
-  // Waits for what the function returns.
+  // Run `work` on the state thread and wait for its outcome.
   template <class Work>
   auto Change(Work work) {
     return Await([&](auto done) { return m_Thread.Change(work, done); }, work);
@@ -61,7 +61,7 @@ class StateThread : public HostDatabaseTest {
   void Release() { m_Released.set_value(); }
 
   std::promise<void> m_Released;
-  std::vector<std::string> m_Reported;  // for the thread, until a result has arrived
+  std::vector<std::string> m_Reported;  // written by the state thread before it delivers a result
   Service::StateThread m_Thread{[this](const std::string& cause) { m_Reported.push_back(cause); }};
 };
 
@@ -93,10 +93,10 @@ TEST_F(StateThread, RunsEverythingOnOneThreadInOrder) {
   EXPECT_EQ(threads.count(std::this_thread::get_id()), 0U);
 }
 
-TEST_F(StateThread, RefusesMoreThanItsQueueHolds) {
-  std::promise<void> begun;
-  m_Thread.Read([&](StateStore&) { return begun.set_value(), 0; }, [](auto) {});
-  begun.get_future().wait();
+TEST_F(StateThread, RefusesWorkWhenItsQueueIsFull) {
+  std::promise<void> started;
+  m_Thread.Read([&](StateStore&) { return started.set_value(), 0; }, [](auto) {});
+  started.get_future().wait();
   Hold();
   std::size_t accepted = 0;
   std::size_t done = 0;
@@ -121,7 +121,7 @@ TEST_F(StateThread, FinishesTheQueueWhenItStops) {
   EXPECT_EQ(done, 10);
 }
 
-TEST_F(StateThread, AcceptsWorkFromAResult) {
+TEST_F(StateThread, AcceptsWorkFromAResultCallback) {
   std::promise<int> second;
   m_Thread.Read([](StateStore&) { return 1; },
                 [&](StateOutcome<int> outcome) {

@@ -1,5 +1,5 @@
-// Records minutes until it is killed. Uses the database that the environment names. Arguments: the
-// number of the day at which it begins, and "flashback" if the cards report that.
+// Records observations until killed, in the database set by the environment. Arguments: the start
+// day, and optionally "flashback" to make the cards report it.
 #include <cstdlib>
 #include <string>
 
@@ -8,12 +8,12 @@
 
 int main(int count, char** arguments) {
   if (count < 2) return 2;
-  const bool isBad = count > 2 && std::string(arguments[2]) == "flashback";
+  const bool hasFlashback = count > 2 && std::string(arguments[2]) == "flashback";
   std::vector<StateTest::Card> cards(8);
   for (std::size_t i = 0; i < cards.size(); ++i) {
     cards[i].m_Serial = "S" + std::to_string(i);
     cards[i].m_Celsius = 50;
-    if (isBad) cards[i].m_Reasons.push_back(PI::Value::FLASHBACK);
+    if (hasFlashback) cards[i].m_Reasons.push_back(PI::Value::FLASHBACK);
   }
   Service::StateStore store;
   constexpr std::uint64_t kDay = 86'400'000, kStep = 7 * 60'000;

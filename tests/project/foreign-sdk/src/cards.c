@@ -1,5 +1,5 @@
-/* A machine without cards: the library starts, finds none and ends. Functions that need a card are
- * only linked, and abort when called. */
+/* The card library of a machine without cards. Functions that need a card exist only for linking
+ * and abort when called. */
 #include "vendor/cards.h"
 
 #include <stdio.h>

@@ -1,5 +1,5 @@
-// The host's library, as far as a machine without cards needs it. All other functions are only
-// linked, and abort when called.
+// The part of the host's library that a machine without cards needs. All other functions exist only
+// for linking and abort when called.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -90,7 +90,7 @@ namespace MBX {
 Delegates_and_Calls::OwnDelegate::OwnDelegate(std::function<unsigned int()> call)
     : m_OwnCall(std::move(call)) {}
 
-// One thread needs no locks.
+// The test uses a single thread, so locks do nothing.
 namespace Threading {
 
 Native_OS::CFastMutex::CFastMutex() : m_OwnLock(nullptr) {}
@@ -115,7 +115,7 @@ bool CEvent::Set() {
   return m_OwnState = true;
 }
 
-CWaitInterval::CWaitInterval(unsigned int span) : m_OwnEnd(span) {}
+CWaitInterval::CWaitInterval(unsigned int durationMs) : m_OwnEnd(durationMs) {}
 void CWaitInterval::Restart(unsigned int)
     NEEDS_A_CARD CWaitInterval::operator unsigned int() const NEEDS_A_CARD
 
@@ -150,7 +150,7 @@ unsigned long long Misc::now() {
       std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
 }
 
-// All levels from the first line.
+// Enables all trace levels from the start.
 Misc::CModuleInfo::CModuleInfo(unsigned int module, const char* name, const char* version,
                                Language_Support::CLanguageSupport::CLngFile*,
                                Language_Support::CLanguageSupport::ERROR_MSG_LIST*)

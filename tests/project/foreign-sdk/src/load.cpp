@@ -1,5 +1,5 @@
-// Loads a plug-in that was built for this SDK, starts it on a machine without cards and releases
-// it. Usage: load PLUGIN
+// Loads a plug-in built with this SDK, starts it on a machine without cards and releases it.
+// Usage: load PLUGIN
 #include <dlfcn.h>
 
 #include <cstdio>

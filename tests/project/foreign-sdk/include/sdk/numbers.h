@@ -1,4 +1,4 @@
-// The three types of numbers that cross the interface, declared in three different ways.
+// The number types of the interface. Each is declared in a different way.
 #pragma once
 
 #include "sdk/own/constants.h"

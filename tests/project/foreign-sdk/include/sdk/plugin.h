@@ -1,4 +1,4 @@
-// The one interface between host and plug-in.
+// The interface between host and plug-in.
 #pragma once
 
 #include "sdk/numbers.h"
@@ -6,8 +6,7 @@
 
 class IPLUGINAPI;
 
-// Called by a plug-in when it has events to collect. The members of IPLUGINAPI have no initial
-// values: the plug-in sets them.
+// Called by a plug-in when it has events to collect.
 struct OwnNotify {
   void operator()(IPLUGINAPI*) const;
   void (*m_OwnCall)(void*, IPLUGINAPI*);

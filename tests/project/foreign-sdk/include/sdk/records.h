@@ -1,5 +1,5 @@
-// The host's records: more members than a plug-in uses, in another order, and other integer types
-// of the same width.
+// The host's records, with more members than a plug-in uses, in a different order and with
+// different integer types of the same width.
 #pragma once
 
 #include <map>

@@ -1,4 +1,4 @@
-/* The card library: the same functions as everywhere, in other C types of the same width. */
+/* The card library, with the usual functions but different C types of the same width. */
 #ifndef OWN_CARDS_H
 #define OWN_CARDS_H
 

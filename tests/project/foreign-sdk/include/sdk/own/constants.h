@@ -1,10 +1,10 @@
-// This SDK's own names for the numbers. They are declared differently than in other hosts, and a
-// plug-in might use some of the names, too.
+// This SDK's own constants. Their declarations differ from those of other hosts, and some names may
+// collide with a plug-in's.
 #pragma once
 
 namespace PI {
 
-// Named like a plug-in's namespaces, with a different meaning.
+// Same names as namespaces in a plug-in.
 struct Event {
   enum Numbers : unsigned short { CTRL_NORMAL = 10980 };
 };
@@ -13,7 +13,7 @@ template <class Kind>
 struct ShortName {};
 extern const int Value;
 
-// Names that a plug-in has too, with wrong numbers.
+// Names that a plug-in also defines, with wrong values.
 constexpr int SUCCESS = -1;
 constexpr int ERR_INVALID_COMMAND = -2;
 enum OPERATIONS { OP_GET_EVENTS = -3 };

@@ -5,7 +5,7 @@
 namespace MBX {
 namespace Language_Support {
 
-// In this SDK a class, which contains the types.
+// In this SDK, the enclosing scope of the types is a class.
 class OWN_EXPORT CLanguageSupport {
  public:
   class OWN_EXPORT CLngFile {

@@ -1,4 +1,4 @@
-// Time and hardware.
+// The clock, dates and PCI locations.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// Locks, events, threads and delegates. A delegate is passed by value here, and a thread's handle
-// is a pointer.
+// Locks, events, threads and delegates. In this SDK, delegates are passed by value and thread
+// handles are pointers.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// Trace lines, and the module that writes them. The mask is a plain number here.
+// Trace lines, and the module that writes them. In this SDK, the mask is a plain number.
 #pragma once
 
 #include <string>
