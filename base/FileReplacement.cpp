@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kMaxAttempts = 100;
 
-// Returns 0 or an errno. Allocates no memory and opens no file.
+// Returns 0 or an errno. Does not allocate memory or open files.
 int DrawDigits(std::array<char, 9>& digits) {
   std::uint32_t number = 0;
   if (getrandom(&number, sizeof number, 0) != sizeof number) return errno;

@@ -36,7 +36,7 @@ class FileReplacement {
   // for callers that hold a lock. `mode` is subject to the umask.
   int OpenDraft(const std::string& name, mode_t mode);
   // Like `OpenDraft`, but under an unused name: `prefix` followed by eight random hexadecimal
-  // digits. The caller needs no lock.
+  // digits. Does not require a lock.
   int OpenUniqueDraft(const std::string& prefix, mode_t mode);
 
   // Returns the draft, for fchmod(), fchown() or fstat(). Not open until one of the functions above

@@ -6,7 +6,7 @@ namespace Base {
 namespace {
 
 // Caps the cost, which is quadratic in the length.
-constexpr std::size_t kLongestWord = 64;
+constexpr std::size_t kMaxWordLength = 64;
 
 std::string Lower(std::string_view text) {
   std::string lower(text);
@@ -16,7 +16,7 @@ std::string Lower(std::string_view text) {
   return lower;
 }
 
-// Returns the number of edits between the texts; swapping two adjacent characters is one edit.
+// Returns the edit distance of the strings; swapping two adjacent characters is one edit.
 std::size_t Distance(std::string_view from, std::string_view to) {
   std::vector<std::vector<std::size_t>> cost(from.size() + 1,
                                              std::vector<std::size_t>(to.size() + 1));
@@ -51,7 +51,7 @@ std::size_t DistanceToName(std::string_view typed, std::string_view name) {
 
 const std::string* NearestName(std::string_view word, const std::vector<std::string>& names,
                                std::size_t maxEdits) {
-  if (word.size() > kLongestWord) return nullptr;
+  if (word.size() > kMaxWordLength) return nullptr;
   const std::string typed = Lower(word);
   const std::size_t limit = std::max(maxEdits, word.size() / 3);
   const std::string* nearest = nullptr;

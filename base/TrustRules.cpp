@@ -7,7 +7,7 @@ constexpr uid_t kRoot = 0;
 constexpr const char* kWritable = "can be written by other users";
 
 std::string BelongsTo(uid_t owner) {
-  return "belongs to uid " + std::to_string(owner);
+  return "is owned by uid " + std::to_string(owner);
 }
 
 // Write access to a device's directory does not affect which device the file refers to.

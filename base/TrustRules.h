@@ -1,15 +1,15 @@
 // Rules that detect files, directories and links that another user may have created or can change.
 //
 // Trusted owners are root and the user for whom the path is checked. For root, every directory of
-// the path must belong to root and must either be writable only by root or be sticky, like /tmp;
-// the file itself must belong to root and be writable only by root. Other users may share
+// the path must be owned by root and must either be writable only by root or be sticky, like /tmp;
+// the file itself must be owned by root and be writable only by root. Other users may share
 // directories and files. However, in a directory that others can write, links and files with an
 // untrusted owner are rejected for every user. Files with more than one hard link are also rejected
 // there, because anyone who can write the directory can link another user's file into it.
 //
 // Functions that return an objection return an empty string if there is none, and otherwise a
-// reason to append to the file name: "belongs to uid 1000", "can be written by other users", "has a
-// second hard link".
+// reason to append to the file name: "is owned by uid 1000", "can be written by other users", "has
+// a second hard link".
 #pragma once
 
 #include <sys/stat.h>

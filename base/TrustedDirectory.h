@@ -22,7 +22,7 @@ struct TrustedDirectory {
   std::string m_Name;
   bool m_IsWritableByOthers = false;  // other users can create files in the directory
   int m_Error = 0;                    // errno of the step that failed
-  std::string m_Objection;  // by the rules in TrustRules.h: "/tmp/link belongs to uid 1000"
+  std::string m_Objection;  // by the rules in TrustRules.h: "/tmp/link is owned by uid 1000"
 };
 
 // Opens `directory`, following symbolic links, and checks every directory of the path except
@@ -33,8 +33,8 @@ TrustedDirectory OpenTrustedDirectory(const std::filesystem::path& directory);
 struct OpenDirectoryOptions {
   // Create missing directories of the path, with the mode of `NewDirectoryMode`.
   bool m_CreatesDirectories = false;
-  // If the user is root, also reject links that belong to other users in directories that only root
-  // can write.
+  // If the user is root, also reject links that are owned by other users in directories that only
+  // root can write.
   bool m_RefusesForeignLinks = false;
 };
 

@@ -11,7 +11,7 @@ namespace Base {
 struct TrustedPath {
   // The absolute path; the part that exists contains no symbolic links. Open it with O_NOFOLLOW.
   std::filesystem::path m_File;
-  // The reason why the file must not be used, such as "/tmp/a.db belongs to uid 1000", or empty.
+  // The reason why the file must not be used, such as "/tmp/a.db is owned by uid 1000", or empty.
   std::string m_Objection;
   // Other users can create files in the file's directory.
   bool m_IsInSharedDirectory = false;

@@ -58,15 +58,15 @@ class CARDSIM_API StateFile {
   // exists, unless `overwrite`.
   void Create(bool overwrite = false);
 
-  // Adds a card with this PCI device id in the first free slot and returns the card's name: card0,
-  // card1, ... Uses the built-in profile with that id, or else a file in the profile directory. If
-  // no profile has the id, the card is like flash-365g with that id.
+  // Adds a card with this PCI device ID in the first free slot and returns the card's name: card0,
+  // card1, ... Uses the built-in profile with that ID, or else a file in the profile directory. If
+  // no profile has the ID, the card is like flash-365g with that ID.
   std::string AddCard(std::uint16_t deviceId);
-  // Adds a card of the kind with this profile name, such as "flash-1300g", or device id, which is
+  // Adds a card of the kind with this profile name, such as "flash-1300g", or device ID, which is
   // always hexadecimal: "0x1003" or "1003".
   std::string AddCard(const std::string& kind);
-  // Adds `count` cards in one change and returns their names. If there are not enough free slots,
-  // adds none and throws.
+  // Adds `count` cards in one change and returns their names. Throws without adding a card if there
+  // are not enough free slots.
   std::vector<std::string> AddCards(const std::string& kind, unsigned int count);
 
   // Returns the names of all profiles: the built-in ones, then the files in the profile directory,
@@ -93,30 +93,30 @@ class CARDSIM_API StateFile {
   //   in_use                            true makes a detach without force fail
   //   volumes                           [{"state": 1, "settable": true, "refuses": false}, ...]
   //
-  // Setting `iom_state` also ends a running job of the card, whose wait then fails.
+  // Setting `iom_state` also aborts a running job of the card; waiting for that job then fails.
   void Set(const std::string& card, const std::string& attribute, const std::string& value);
 
-  // Returns the value as JSON, with strings in quotes, or the word absent.
+  // Returns the value as JSON (strings are quoted), or "absent" if the attribute is absent.
   std::string Get(const std::string& card, const std::string& attribute) const;
 
   // Makes the attribute absent, so that its `vsl_has_` function returns false. For "volumes",
   // removes all storage units.
   void MakeAbsent(const std::string& card, const std::string& attribute);
 
-  // Sets or clears one bit of a status mask by its name, such as "TEMPERATURE_ABOVE_WARN", or with
-  // its mask: "errors.FLASHBACK", "info.POWER_WRITE_REGULATION", "minimal.FORCED".
-  // POWER_WRITE_REGULATION without a mask is the warning. Raising a bit of an absent mask adds the
-  // mask.
+  // Set or clear one bit of a status mask. `bit` is the bit's name, such as
+  // "TEMPERATURE_ABOVE_WARN", optionally prefixed with the mask: "errors.FLASHBACK",
+  // "info.POWER_WRITE_REGULATION", "minimal.FORCED". Without a prefix, POWER_WRITE_REGULATION is
+  // the warning bit. `Raise` adds the mask if it is absent.
   void Raise(const std::string& card, const std::string& bit);
   void Clear(const std::string& card, const std::string& bit);
 
-  // Makes every call of `function` fail with `code`, which is not 0, and `text`, in every process,
-  // until `ClearFailure`. Replaces an earlier failure of the function.
+  // Makes every call to `function` in every process fail with `code` (nonzero) and `text`, until
+  // `ClearFailure` is called. Replaces an earlier failure of the function.
   void Fail(const std::string& function, std::uint64_t code, const std::string& text);
-  // Lets `function` work again. Does nothing if `Fail` was not called for it.
+  // Clears the failure of `function`. Does nothing if there is none.
   void ClearFailure(const std::string& function);
 
-  // Writes a sysfs tree with one PCI device per card below `directory`, which is created if
+  // Writes a sysfs tree with one PCI device per card under `directory`, which is created if
   // missing. Replaces a tree that cardsim wrote earlier; throws if there is a tree that cardsim did
   // not write. After any other failure the tree may be incomplete; calling again completes it.
   void WriteSysfs(const std::filesystem::path& directory) const;
@@ -140,10 +140,10 @@ CARDSIM_API void Reset();
 
 // Returns the calls since `Reset`, in the order in which they started.
 CARDSIM_API std::vector<Call> CallLog();
-// Returns the same calls as texts, each from `Call::text`.
+// Returns the same calls as strings, each from `Call::text`.
 CARDSIM_API std::vector<std::string> CallTexts();
 
-// Makes the `nth` call of `function` from now on, counted from 1, and the `times` - 1 calls after
+// Makes the `nth` call to `function` from now on, counted from 1, and the `times` - 1 calls after
 // it fail with `code` and `text`, in this process. A `vsl_has_` or iterate function that fails
 // returns false; any other read returns 0 or an empty string. Several requests for one function
 // count independently. Throws `NoSuchThing` for a function that the library does not have or that
@@ -151,10 +151,10 @@ CARDSIM_API std::vector<std::string> CallTexts();
 CARDSIM_API void FailCall(const std::string& function, unsigned int nth, std::uint64_t code,
                           const std::string& text, unsigned int times = 1);
 
-// Calls `hook` before every call, on the calling thread and with no lock held, so that it may wait,
-// edit the file or call the card library. Replaces an earlier hook; an empty function removes it.
-// The earlier hook may still be running on another thread afterwards. An exception thrown by the
-// hook passes through the card library to its caller.
+// Calls `hook` before every call, on the calling thread and without holding a lock, so that it may
+// wait, edit the file or call the card library. Replaces an earlier hook; an empty function removes
+// it. The earlier hook may still be running on another thread afterwards. An exception thrown by
+// the hook passes through the card library to its caller.
 CARDSIM_API void SetHook(std::function<void(const Call&)> hook);
 
 // Returns the handles that were created and not yet destroyed, such as "card#1", in order of

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint64_t kNowMs = 1'795'219'200'000;
 
-// Returns whether the input is accepted. A rejection must have a text and an id.
+// Returns whether the input is accepted. A rejection must have a message and an id.
 template <class Use>
 bool Accepted(Use use) {
   try {

@@ -91,7 +91,7 @@ bool Contains(const std::vector<std::string>& calls, const std::string& function
 
 }  // namespace
 
-// Requires that a format succeeds if and only if its job was waited for, and leaves no open handle.
+// Requires that a format succeeds if and only if its job was waited for, and closes all handles.
 void Format(const std::string& input) {
   static FormatHost host;
   host.MakeReady();

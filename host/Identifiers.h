@@ -11,7 +11,7 @@
 
 namespace PI {
 
-// Each list entry is a name, a number and optional texts.
+// Each list entry is a name, a number and optional strings.
 #define PI_FIRST(first, ...) first
 #define PI_ENUMERATOR(name, ...) name = PI_FIRST(__VA_ARGS__, 0),
 

@@ -38,7 +38,7 @@ class HOST_API CChoiceData {
   std::vector<std::int32_t> m_Allowed;  // the set, in display order
 };
 
-// A text.
+// A string.
 class HOST_API CStringData {
  public:
   virtual ~CStringData();
@@ -71,7 +71,7 @@ class HOST_API CXMLData {
   std::string m_Document;
 };
 
-// Several texts. Carried.
+// Several strings. Carried.
 class HOST_API CMultiStringData {
  public:
   virtual ~CMultiStringData();
@@ -94,7 +94,7 @@ class HOST_API CProperty {
   virtual ~CProperty();
 
   // Set the value holder of the argument's type, and `m_ValueType` to match. nullptr is stored as
-  // an empty text.
+  // an empty string.
   void SetValue(const char* text);
   void SetValue(const std::string& text);
   void SetValue(bool value);
@@ -144,7 +144,7 @@ class HOST_API CProperty {
 };
 
 // One entry of the host's event log. The constructor sets numbers to 0 or UNDEFINED, and leaves
-// texts empty.
+// strings empty.
 class HOST_API CEvent {
  public:
   CEvent();
@@ -152,7 +152,7 @@ class HOST_API CEvent {
   CEvent& operator=(const CEvent& other);
   virtual ~CEvent();
 
-  // Set the first and the second text that the host inserts into the event's message.
+  // Set the first and the second string that the host inserts into the event's message.
   void SetPlaceHolder1(const std::string& text);
   void SetPlaceHolder2(const std::string& text);
 
@@ -161,7 +161,7 @@ class HOST_API CEvent {
   std::uint32_t m_Severity;                    // a `_SEVERITY`
   std::uint64_t m_Time;                        // `MBX::Misc::now()` at creation, in milliseconds
   std::string m_SourceName;                    // the object's name
-  std::array<std::string, 14> m_PlaceHolders;  // texts for %1, %2, ... in the message
+  std::array<std::string, 14> m_PlaceHolders;  // strings for %1, %2, ... in the message
 };
 
 class COperation;

@@ -198,7 +198,7 @@ class HOST_API CThread {
   // Starts a thread that calls a copy of `delegate`. Returns 1 on success. Returns 0 if the system
   // cannot create a thread, if this object has already started one, or if `suspended` is true.
   int Create(const Delegates_and_Calls::CDelegate& delegate, bool suspended);
-  // Waits for the thread to finish. Returns WAIT_SUCCEEDED, also if the thread was canceled;
+  // Waits for the thread to finish. Returns WAIT_SUCCEEDED, even if the thread was canceled;
   // WAIT_TIMED_OUT if it is still running after `timeoutMs`; WAIT_FAILED if none was created.
   unsigned int Wait(unsigned int timeoutMs);
   // Returns the native thread, or 0 if none was created. This object still owns the thread; do not
@@ -218,24 +218,24 @@ class HOST_API CThread {
 namespace Language_Support {
 namespace CLanguageSupport {
 
-// The texts of a plug-in in the host's languages. Immutable.
+// The messages of a plug-in in the host's languages. Immutable.
 class HOST_API CLngFile {
  public:
-  // `defaults` points to the `defaultCount` texts that are used if there is no language file. The
+  // `defaults` points to `defaultCount` messages, which are used if there is no language file. The
   // constructor copies only pointers: file, encoding and defaults must outlive the object. Pass 1
   // for the unnamed argument.
   CLngFile(const char* file, unsigned int language, const char* encoding, unsigned int,
            const char** defaults, unsigned long defaultCount);
   ~CLngFile();
 
-  // Returns the text at the 0-based `index`, or an empty text past the end; never nullptr. Valid as
-  // long as the defaults.
+  // Returns the message at the 0-based `index`, or "" past the end; never nullptr. Valid as long as
+  // the defaults.
   const char* GetText(unsigned long index) const;
 
   const char* const m_File;            // name of the language file, without a directory
   const unsigned int m_Language;       // two-letter code as a 16-bit number
   const char* const m_Encoding;        // encoding of the defaults
-  const unsigned long m_DefaultCount;  // number of texts
+  const unsigned long m_DefaultCount;  // number of messages
 
  private:
   const char** m_Defaults;
@@ -282,18 +282,18 @@ class HOST_API CModuleInfo {
 namespace Internals {
 
 // One trace line, written when the object is destroyed. Not thread-safe. The destructor never
-// throws: a line that cannot be written is lost.
+// throws: a line that cannot be written is dropped.
 class HOST_API CTraceStreamBuffer {
  public:
   // `level` is one bit of the module's trace mask; the caller must check that it is set. The module
-  // and the texts must outlive the object.
+  // and the strings must outlive the object.
   CTraceStreamBuffer(unsigned int level, const Misc::CModuleInfo& module, const char* file,
                      const char* function, int line);
   ~CTraceStreamBuffer();
   CTraceStreamBuffer(const CTraceStreamBuffer&) = delete;
   CTraceStreamBuffer& operator=(const CTraceStreamBuffer&) = delete;
 
-  // Appends to the text of the line.
+  // Appends to the line.
   void Append(const std::string& text);
 
  private:
@@ -324,7 +324,7 @@ class HOST_API CFormatStream {
   // other with decimal digits. Returns this object.
   CFormatStream& FormatInt(unsigned int value);
   CFormatStream& FormatInt(unsigned long value);
-  // Replaces the next placeholder of any kind with the text. Returns this object.
+  // Replace the next placeholder of any kind with the string. Return this object.
   CFormatStream& operator<<(const char* text);
   CFormatStream& operator<<(const std::string& text);
 
@@ -344,7 +344,7 @@ namespace MBXX {
 class HOST_API CConfigManager {
  public:
   // Finds the `count`-th PCI device, counting from 1, with one of the `ids`, in the order of
-  // segment, bus, device and function. An id is the vendor and device id as eight hexadecimal
+  // segment, bus, device and function. An id is the vendor and device ID as eight hexadecimal
   // digits. Sets the four outputs and returns true if there is such a device; otherwise returns
   // false and leaves the outputs unchanged. Reads the bus at each call.
   static bool GetLocation(const std::vector<std::string>& ids, unsigned long count, int& segment,

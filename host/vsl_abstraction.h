@@ -46,7 +46,7 @@ typedef uint64_t vsl_code;
 
 typedef struct vsl_error_record {
   uint64_t reserved; /* for the library's internal use */
-  char text[1040];   /* why the call failed, zero-terminated; undefined after success */
+  char text[1040];   /* reason for the failure, zero-terminated; undefined after success */
 } vsl_error_record;
 
 /* Result of vsl_init only: the library is not ready yet. Try again after one second. */
@@ -134,7 +134,7 @@ VSL_FORMAT_ATTRIBUTES(VSL_DECLARE_ATTRIBUTE)
 
 /* Attributes without such a pair. */
 
-/* Returns the PCI device id of an open card. Every card has one. */
+/* Returns the PCI device ID of an open card. Every card has one. */
 VSL_API uint16_t vsl_pci_device_id(void* iom, vsl_error_record* err);
 
 /* Returns the state of a card's reserve space: 0 healthy, 1 warning, 2 depleted. Call only after

@@ -11,14 +11,14 @@ namespace HostKit {
 
 // Closes the database, opens the file that CORVANE_DATABASE names now, and clears the plug-ins'
 // rows that an earlier run of a host left in it. The pointer returned by `getDatabasePointer`
-// remains valid. Reports no errors: if the file cannot be opened, each statement tries again and
-// throws on failure.
+// remains valid. Does not report errors: if the file cannot be opened, each statement tries again
+// and throws on failure.
 HOST_API void ReopenDatabase();
 
 // The tables that plug-ins write, one per kind of object.
 enum class RowKind { Adapter, Drive, Plugin };
 
-// The type of a cell. A list is one text with "?" between its elements.
+// The type of a cell. A list is one string with "?" between its elements.
 enum class CellKind { Text, List, Integer, Real };
 
 // A column of a table.

@@ -36,7 +36,7 @@ struct HOST_API ThreadView {
   std::size_t ordinal;  // 0 if it was constructed before `ResetLedger`
   bool ended;
   bool canceled;                // cancellation was requested while the thread ran
-  unsigned int cancelRequests;  // calls of `Cancel`, including those after the thread ended
+  unsigned int cancelRequests;  // calls to `Cancel`, including those after the thread ended
 };
 
 // Return the locks, events and threads that exist now, in order of construction. A thread exists
@@ -56,7 +56,7 @@ HOST_API void FailEventInit(std::size_t ordinal);
 // The lock need not exist yet.
 HOST_API void FailLockWait(std::size_t ordinal, unsigned int nth);
 
-// Makes the `nth` call of `CThread::Create`, counted from now and 1-based, return 0, as if the
+// Makes the `nth` call to `CThread::Create`, counted from now and 1-based, return 0, as if the
 // system could not start another thread: the object then has no handle and no thread to wait for. A
 // call that would fail anyway is not counted.
 HOST_API void FailThreadCreate(unsigned int nth);

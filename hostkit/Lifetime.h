@@ -11,6 +11,6 @@ namespace HostKit {
 
 // The longest estimate, in hours; also the result for a card without wear. About 7,000 years, so
 // that an end-of-life date computed before the year 3000 has a four-digit year.
-constexpr unsigned long kLongestLifetimeHours = 61360000;
+constexpr unsigned long kMaxLifetimeHours = 61360000;
 
 }  // namespace HostKit

@@ -29,7 +29,7 @@ HOST_API void UseSeededSchedule(std::uint64_t seed);
 // Sets the handler for deadlocks, in which every thread of the kit waits and none has a deadline.
 // It is called once per deadlock, on the thread that started to wait or ended last. `waits` lists
 // what each thread waits for, one per line. The handler may use the kit to resolve the deadlock.
-// Without a handler, or with an empty one, the text is printed and the process aborts.
+// Without a handler, or with an empty one, the message is printed and the process aborts.
 HOST_API void OnDeadlock(std::function<void(const std::string& waits)> handler);
 
 // Registers the calling thread with the kit for the lifetime of the object, so that virtual time

@@ -2,7 +2,7 @@
 //
 // The tables contain every number of the lists in host/own/IdentifierLists.h, and the special low
 // numbers of results, events, operations and choices. For any other number, the functions return an
-// empty text or 0 unless their comment names another result. All are thread-safe.
+// empty string or 0 unless their comment names another result. All are thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -62,7 +62,7 @@ HOST_API std::string MessageOf(const PI::CEvent& event);
 // Returns the symbol of a unit, such as "°C" or "MiB".
 HOST_API std::string UnitSymbol(PI::_UNITS unit);
 
-// Returns the host text with that number, such as the question before an operation.
+// Returns the host message with that number, such as the question before an operation.
 HOST_API std::string HostText(std::uint32_t number);
 
 }  // namespace HostKit

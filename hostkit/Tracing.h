@@ -10,7 +10,7 @@
 
 namespace HostKit {
 
-// One line as a module sent it. The texts may contain arbitrary bytes.
+// One line as a module sent it. The strings may contain arbitrary bytes.
 struct HOST_API TraceLine {
   unsigned int level;  // one bit of the trace mask
   std::string module;  // the module's name

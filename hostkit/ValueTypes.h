@@ -7,7 +7,7 @@
 
 namespace HostKit {
 
-// The member that the last call of `SetValue` wrote.
+// The member that the last call to `SetValue` wrote.
 enum ValueType : std::uint32_t {
   VALUE_TYPE_NONE = 0,                        // `SetValue` was not called
   VALUE_TYPE_STRING = 1,                      // `m_String`

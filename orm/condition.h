@@ -45,11 +45,11 @@ struct is_condition<is_equal_t<Value, Member>> : std::true_type {};
 template <class Left, class Right>
 struct is_condition<and_condition_t<Left, Right>> : std::true_type {};
 
-// Creates a condition that the column of `member` equals `value`, an int or a text. The text at a
-// `const char*` is not copied and must outlive the condition.
+// Creates a condition that the column of `member` equals `value`, an int or a string. The string at
+// a `const char*` is not copied and must outlive the condition.
 //
 // A condition never matches SQL NULL. Null values get no special treatment: `null_int` is compared
-// as a number, and "NULL" as a text.
+// as a number, and "NULL" as a string.
 template <class Field, class Row, class Value>
 is_equal_t<Value, Field Row::*> is_equal(Field Row::*member, Value value) {
   return {std::move(value), member};
@@ -100,8 +100,9 @@ inline std::string condition_value(const std::string& value) {
 //    ( alias.number = '3') AND ( alias.host = 'localhost')
 //
 // Every value, including numbers, is in single quotes. Values are not escaped: a single quote in a
-// text ends the SQL string. Without `use_alias`, columns have no prefix. Throws `failure_t::no_map`
-// if the row type has no map, and `failure_t::no_column` if the map does not contain the member.
+// value ends the SQL string. Without `use_alias`, columns have no prefix. Throws
+// `failure_t::no_map` if the row type has no map, and `failure_t::no_column` if the map does not
+// contain the member.
 template <class Value, class Field, class Row>
 std::string process_where(const naming_t& naming, const is_equal_t<Value, Field Row::*>& equal) {
   const std::string column = column_name(*find_map<Row>(naming.maps), equal.member);

@@ -15,8 +15,8 @@
 
 namespace DatabaseORM {
 
-// The tables and maps of a storage: at most one of each per row type. If there are more, the first
-// is used. Entries may be null.
+// The tables and field maps of a storage, normally one per row type. If several match, the first is
+// used. Entries may be null.
 using tables_t = std::vector<std::shared_ptr<tableBase_t>>;
 using model_maps_t = std::vector<std::shared_ptr<RaidDataModels::dbModelFieldsMapBase>>;
 
@@ -43,8 +43,8 @@ std::shared_ptr<fields_map_t<Row>> find_map(const model_maps_t& maps,
   return found;
 }
 
-// Returns the table of `Row`, never null. If there is none, returns a new table without a name and
-// columns; statements then lack the table name. Ownership is shared.
+// Returns the table of `Row`, never null. If there is none, returns a new table that has neither
+// name nor columns, so statements contain no table name. Ownership is shared.
 template <class Row>
 std::shared_ptr<const table_t<Row>> find_table(const tables_t& tables) {
   auto found = find_entry<table_t<Row>>(tables);

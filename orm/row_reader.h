@@ -1,7 +1,7 @@
 // Converts the cells of a result to rows. The functions access only their arguments.
 //
-// Cells are one flat list of texts, row by row, in the order of the table's columns. SQL NULL is
-// the word NULL, which cannot be distinguished from a stored text "NULL".
+// Cells are one flat list of strings, row by row, in the order of the table's columns. SQL NULL is
+// the word NULL, which cannot be distinguished from a stored string "NULL".
 //
 // Cells are expected to have been written by this layer. A cell that does not fit its column throws
 // an exception, and no rows are returned.
@@ -59,7 +59,7 @@ inline void read_cell(const std::string& cell, double& value) {
   value = cell == null_word ? RaidDataModels::null_double : number_of(cell);
 }
 
-// Copies the cell. The word NULL needs no conversion, because it is the null value of a text.
+// Copies the cell. The word NULL needs no conversion, because it is the null value of a string.
 inline void read_cell(const std::string& cell, std::string& value) {
   value = cell;
 }

@@ -2,8 +2,8 @@
 // not escaped. Thread-safe as long as no thread changes the maps and tables. Throws only
 // std::bad_alloc, unless a comment names another exception.
 //
-// The texts are fixed, including spaces and semicolons, because a host may compare or log them. The
-// comments show an example of each, for a table `table` with the alias `alias`.
+// The SQL text is fixed, including spaces and semicolons, because a host may compare or log it. The
+// comments show an example of each statement, for a table `table` with the alias `alias`.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ namespace DatabaseORM {
 // Column names or values, indexed by the position of the column in the table.
 using texts_t = std::vector<std::string>;
 
-// Returns an empty text for each column of the table, according to the map's column count.
+// Returns an empty string for each column of the table, according to the map's column count.
 template <class Row>
 texts_t empty_columns(const fields_map_t<Row>& map) {
   return texts_t(static_cast<std::size_t>(map.columnCount));
@@ -33,11 +33,11 @@ inline std::string& at(texts_t& columns, int index) {
   return columns.at(static_cast<std::size_t>(index));
 }
 
-// Joins the texts that are not empty:
+// Joins the strings that are not empty:
 //
 //   a, b
 //
-// Columns without a field have an empty text and are therefore omitted.
+// Columns without a field have an empty string and are therefore omitted.
 inline std::string joined_columns(const texts_t& columns) {
   std::string text;
   for (const std::string& column : columns) {
@@ -53,7 +53,7 @@ inline std::string joined_columns(const texts_t& columns) {
 //
 //   PRAGMA foreign_keys = ON;
 //
-// The checks remain enabled on the connection, also for statements on other tables.
+// The checks remain enabled on the connection, including for statements on other tables.
 template <class Row>
 std::string foreign_keys_text(const table_t<Row>& table) {
   return table.foreignKeys ? "PRAGMA foreign_keys = ON;" + word_separator : "";
@@ -88,7 +88,7 @@ bool is_key(const fields_map_t<Row>&, const RaidDataModels::dbModelField<Row, Fi
   return false;
 }
 
-// Calls `visit` for each field of the map: ints, unsigned longs, texts, lists, doubles; within a
+// Calls `visit` for each field of the map: ints, unsigned longs, strings, lists, doubles; within a
 // type, in the order of the map. An exception from `visit` propagates.
 template <class Row, class Visit>
 void for_each_field(const fields_map_t<Row>& map, Visit visit) {
@@ -106,7 +106,7 @@ void for_each_field(const fields_map_t<Row>& map, Visit visit) {
 //   INSERT INTO table VALUES(3, "x", 1);
 //
 // The first form omits the key. The second form contains no column names, so the map must have a
-// field for each column. Null values are written as NULL, and a list as one text. Throws
+// field for each column. Null values are written as NULL, and a list as one string. Throws
 // `std::out_of_range` for a field index past the last column.
 template <class Row>
 std::string insert_text(const fields_map_t<Row>& map, const table_t<Row>& table, const Row& row) {

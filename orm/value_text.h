@@ -47,7 +47,7 @@ inline std::string joined(const RaidDataModels::string_list& elements) {
 }
 
 // Returns the text in double quotes, or the word NULL for the null value. Does not escape: a double
-// quote in the text breaks the statement. Because double quotes are for names in SQL, a text that
+// quote in the text breaks the statement. Because double quotes are for names in SQL, a string that
 // equals a column name is read as that column.
 inline std::string quoted_or_null(const std::string& text) {
   return text == null_text ? null_word : text_quote + text + text_quote;
@@ -79,7 +79,7 @@ inline std::string value_text(const std::string& value) {
   return quoted_or_null(value);
 }
 
-// An empty list becomes "". A list whose only element is the text NULL becomes NULL.
+// An empty list becomes "". A list whose only element is the string NULL becomes NULL.
 inline std::string value_text(const RaidDataModels::string_list& value) {
   return quoted_or_null(joined(value));
 }

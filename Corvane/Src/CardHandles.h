@@ -17,8 +17,8 @@
 namespace NAMESPACE_Corvane {
 
 // The library's reason for a failed call. The library writes a record only on failure, but one
-// trace line prints the text after a success; therefore `Text` never reads past the end of the
-// record.
+// trace line prints the record's text after a success; therefore `Text` never reads past the end of
+// the record.
 class ErrorRecord {
  public:
   ErrorRecord() { *TextBegin() = '\0'; }

@@ -1,5 +1,5 @@
 // Tables that map mask bits, states and reasons of the card library to value identifiers of the
-// host, and PCI device ids to card families.
+// host, and PCI device IDs to card families.
 #pragma once
 
 #include <algorithm>
@@ -110,7 +110,7 @@ constexpr DeviceFamily kDeviceFamilies[] = {
     {std::begin(kSecondFamilyIds), std::end(kSecondFamilyIds), "iomemory_vsl4", "MOLT EP PX600"},
 };
 
-// Returns the family of a PCI device id, or null.
+// Returns the family of a PCI device ID, or null.
 inline const DeviceFamily* FamilyOf(std::uint16_t deviceId) {
   for (const DeviceFamily& family : kDeviceFamilies) {
     if (std::find(family.m_Begin, family.m_End, deviceId) != family.m_End) return &family;

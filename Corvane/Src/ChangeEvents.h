@@ -47,11 +47,11 @@ inline void AppendRemoved(const CFusionIOAdapter& adapter, unsigned long now,
 // Appends one copy of `event` for each bit of the table that has changed from 0 to 1, in the order
 // of the rows.
 template <std::size_t N>
-void AppendRisen(std::uint64_t before, std::uint64_t after, const StatusBit (&bits)[N],
-                 const PI::CEvent& event, std::vector<PI::CEvent>& events) {
-  const std::uint64_t risen = ~before & after;
+void AppendNewlySet(std::uint64_t before, std::uint64_t after, const StatusBit (&bits)[N],
+                    const PI::CEvent& event, std::vector<PI::CEvent>& events) {
+  const std::uint64_t newlySet = ~before & after;
   for (const StatusBit& row : bits) {
-    if (IsSet(risen, row.m_Bit)) Append(row.m_Event, row.m_Severity, event, events);
+    if (IsSet(newlySet, row.m_Bit)) Append(row.m_Event, row.m_Severity, event, events);
   }
 }
 
@@ -66,12 +66,12 @@ inline bool HasReason(const CFusionIOAdapter& adapter, int reason) {
 inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter& after,
                           unsigned long now, std::vector<PI::CEvent>& events) {
   const PI::CEvent event = EventOf(before, now);
-  AppendRisen(before.m_ErrorFlags, after.m_ErrorFlags, kErrorBits, event, events);
-  AppendRisen(before.m_WarningFlags, after.m_WarningFlags, kWarningBits, event, events);
+  AppendNewlySet(before.m_ErrorFlags, after.m_ErrorFlags, kErrorBits, event, events);
+  AppendNewlySet(before.m_WarningFlags, after.m_WarningFlags, kWarningBits, event, events);
   // Events of information bits require a change of the information mask, but are triggered by bits
   // of the warning mask.
   if (before.m_InfoFlags != after.m_InfoFlags) {
-    AppendRisen(before.m_WarningFlags, after.m_WarningFlags, kInfoBits, event, events);
+    AppendNewlySet(before.m_WarningFlags, after.m_WarningFlags, kInfoBits, event, events);
   }
   const auto anyFlag = [](const CFusionIOAdapter& adapter) {
     return (adapter.m_ErrorFlags | adapter.m_WarningFlags | adapter.m_InfoFlags) != 0;

@@ -159,7 +159,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
       CORVANE_REQUIRES(m_DataLock);
 
   // Steps of `Initialize`. The first two return whether they succeeded.
-  bool InitializeLocks();
+  bool InitializeLocksAndEvents();
   bool StartCardLibrary();
   void FindControlDevices();
   // Returns 0. If the scan fails or finds no card, removes all objects, stops the card library and
@@ -183,7 +183,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   bool AnyThreadRuns() const;
   void CancelThreads();
 
-  // Jobs. Each runs on a separate thread until the card has finished, and holds no lock meanwhile.
+  // Jobs. Each runs on a separate thread, without holding a lock, until the card has finished.
   // A failed job queues one event, a successful one none. Always return 1.
   struct CardJob;
   unsigned int Attach(const std::string& device);
@@ -275,8 +275,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   std::uint32_t CorrectedState(std::uint32_t iomState, const std::string* devicePath) const
       CORVANE_REQUIRES(m_DataLock);
 
-  // Reads the status masks of an open card, ignoring momentary values: if a mask changes during
-  // five samples, its variable is unchanged. Always returns 0.
+  // Reads the status masks of an open card, ignoring transient values: if the five samples of a
+  // mask differ, the caller's value is left unchanged. Always returns 0.
   unsigned int GetStatusFlags(void*& iom, unsigned long& errors, unsigned long& warnings,
                               unsigned long& info);
 
@@ -339,13 +339,13 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Guarded by `m_EventsLock`: events for the host to collect.
   std::vector<PI::CEvent> m_Events CORVANE_GUARDED_BY(m_EventsLock);
 
-  // Require no lock: written before the worker runs and only read afterwards.
+  // Used without a lock: written before the worker runs and only read afterwards.
   std::vector<CControlDevicePath> m_ControlDevicePaths;
   std::vector<PI::CAdapterID> m_AdapterIDs;
   std::uint64_t m_AdapterCount = 0;  // number of control device paths; 0: the library is stopped
   std::shared_ptr<DatabaseORM::storage_t> m_Database;
 
-  // Require no lock: used only by the commands that start and stop the worker, which the host sends
+  // Used without a lock: only by the commands that start and stop the worker, which the host sends
   // one at a time.
   ThreadSlot m_pWorkerThread;
   std::vector<ThreadSlot> m_LostWorkers;  // still running, but no command refers to them

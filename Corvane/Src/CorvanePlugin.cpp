@@ -72,7 +72,7 @@ void ReadAges(const CardReader& card, CFusionIOAdapter& adapter) {
 // Startup and shutdown.
 
 unsigned int IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapterIDs) {
-  if (!InitializeLocks()) return PI::ERR_LOCK_INITIALIZATION_FAILED;
+  if (!InitializeLocksAndEvents()) return PI::ERR_LOCK_INITIALIZATION_FAILED;
   if (!HasSupportedCard()) {
     PrintAdapterCount(0);
     TRACE(TRACE_ENTRY, "LEAVE Initialize() -> PI::ERR_NO_SUPPORTED_HARDWARE");
@@ -97,7 +97,7 @@ unsigned int IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapterIDs
   return result;
 }
 
-bool IPLUGINAPI_IMPL::InitializeLocks() {
+bool IPLUGINAPI_IMPL::InitializeLocksAndEvents() {
   return Initialized("m_DataLock", m_DataLock.Init()) &&
          Initialized("m_PrivateEventsLock", m_EventsLock.Init()) &&
          Initialized("m_ForceWorker", m_ForceWorker.Init(false, false)) &&
@@ -105,8 +105,8 @@ bool IPLUGINAPI_IMPL::InitializeLocks() {
          Initialized("m_PrivateEvent", m_PrivateEvent.Init(false, false));
 }
 
-// Starts the library twice, because the second start also finds cards that were only woken up by
-// the first.
+// Initializes the library twice: the first call may only wake up a card, and the second call then
+// finds it.
 bool IPLUGINAPI_IMPL::StartCardLibrary() {
   TRACE_AS("Initialize");
   ErrorRecord error;

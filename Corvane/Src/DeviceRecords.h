@@ -29,7 +29,7 @@ struct StaysInPlace {
   StaysInPlace& operator=(const StaysInPlace&) { return *this; }  // NOLINT(cert-oop54-cpp)
 };
 
-// The last three masks of one kind, to distinguish lasting changes from momentary values.
+// The last three masks of one kind, to distinguish lasting changes from transient values.
 using FlagHistory = StaysInPlace<std::array<std::uint64_t, 3>>;
 
 // The root of the tree of objects.

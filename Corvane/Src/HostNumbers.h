@@ -249,7 +249,7 @@ enum _SEVERITY : std::uint32_t {
   SEVERITY_ERROR = 4
 };
 
-// Color classes of a status, for `CProperty::m_Indicator`. Their texts are in the host's message
+// Color classes of a status, for `CProperty::m_Indicator`. Their names are in the host's message
 // file.
 enum _INDICATOR : std::uint32_t {
   INDICATOR_ADAPTER_OK = 24000,

@@ -1,4 +1,4 @@
-// PCI identities of supported cards, and lookups in the host's hardware list.
+// PCI identities of supported cards, and their lookup on the host.
 #pragma once
 
 #include <cstdint>
@@ -12,14 +12,15 @@
 
 namespace NAMESPACE_Corvane {
 
-// Appends one text per device id: PCI vendor and device in the format of the host's hardware list.
+// Appends one string per device ID: vendor and device ID as the eight hexadecimal digits that
+// `GetLocation` expects.
 inline void AppendIdentities(const DeviceFamily& family, std::vector<std::string>& identities) {
   for (const std::uint16_t* id = family.m_Begin; id != family.m_End; ++id) {
     identities.push_back(Formatted("1AED%04X", *id));
   }
 }
 
-// Whether the hardware list contains a card of any family.
+// Returns whether the host reports a card of a supported family.
 inline bool HasSupportedCard() {
   std::vector<std::string> identities;
   for (const DeviceFamily& family : kDeviceFamilies) AppendIdentities(family, identities);
@@ -30,8 +31,8 @@ inline bool HasSupportedCard() {
   return MBXX::CConfigManager::GetLocation(identities, 1, segment, bus, device, function);
 }
 
-// Returns the PCI segment of this card from the hardware list. Returns 0 if the card is not listed,
-// or is listed with another bus, device or function than `adapter`, in which these must be set.
+// Returns the PCI segment of this card as reported by the host. `adapter` must contain the card's
+// bus, device and function; returns 0 if the host reports no such card or a different address.
 inline std::uint64_t LookUpSegment(const DeviceFamily& family, const CFusionIOAdapter& adapter) {
   std::vector<std::string> identities;
   AppendIdentities(family, identities);

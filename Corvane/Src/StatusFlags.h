@@ -1,4 +1,4 @@
-// Reads the three status masks of a card, ignoring momentary values.
+// Reads the three status masks of a card, ignoring transient values.
 #pragma once
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // The difference between a scan and the stored records. The comparison is a pure function of its
-// arguments: it acquires no lock, accesses no card and writes no trace line.
+// arguments: it does not acquire locks, access cards or write trace lines.
 #pragma once
 
 #include <algorithm>

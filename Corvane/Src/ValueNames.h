@@ -12,7 +12,7 @@ namespace NAMESPACE_Corvane {
 inline const std::map<int, std::string> kValueNames = {CORVANE_VALUES(CORVANE_VALUE_NAME)};
 #undef CORVANE_VALUE_NAME
 
-// Returns the name of a value, or an empty text if it is not in the table.
+// Returns the name of a value, or an empty string if it is not in the table.
 inline std::string ValueName(int value) {
   const auto found = kValueNames.find(value);
   return found == kValueNames.end() ? std::string() : found->second;

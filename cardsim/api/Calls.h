@@ -7,7 +7,7 @@
 
 namespace CardSim {
 
-// Whether any of the functions below has an effect. Cheap, because every call checks it.
+// Whether calls may be logged, hooked or made to fail. Cheap, because every call checks it.
 bool IsWatched();
 
 // The function that runs before each call, or null.
@@ -16,7 +16,7 @@ using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
 // Logs the call. Returns the hook to run for it.
 Hook LogCall(const Call& call);
 
-// Counts the call of `function`, and throws the `Refusal` that `FailCall` requested for it, if any.
+// Counts the call to `function`, and throws the `Refusal` that `FailCall` requested for it, if any.
 void ThrowIfRequestedToFail(const std::string& function);
 
 // Clears the log, the hook and the requested failures, and starts logging.

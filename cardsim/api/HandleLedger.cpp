@@ -77,7 +77,7 @@ void HandleLedger::ExpireTexts() noexcept {
   for (const auto& [unused, handle] : m_Handles) m_ExpiredTexts.Expire(handle->text);
 }
 
-bool HandleLedger::WasMade(void* handle) const {
+bool HandleLedger::WasCreated(void* handle) const {
   const HandleValue value = Unpack(handle);
   return value.tag == kTag && value.epoch == m_Epoch && value.kind < kHandleKinds &&
          value.number > 0 && value.number <= m_Made[value.kind];
@@ -85,7 +85,7 @@ bool HandleLedger::WasMade(void* handle) const {
 
 std::string HandleLedger::Describe(void* handle) const {
   if (handle == nullptr) return "null";
-  if (!WasMade(handle)) return "unknown";
+  if (!WasCreated(handle)) return "unknown";
   const HandleValue value = Unpack(handle);
   return std::string(kKindNames[value.kind]) + "#" + std::to_string(value.number);
 }

@@ -95,7 +95,7 @@ class HandleLedger {
   // Returns "card#1", "null", or "unknown" for a value that was never created here.
   std::string Describe(void* handle) const HOST_REQUIRES(g_LibraryLock);
   // Whether the handle was created here, even if it has been destroyed since.
-  bool WasMade(void* handle) const HOST_REQUIRES(g_LibraryLock);
+  bool WasCreated(void* handle) const HOST_REQUIRES(g_LibraryLock);
   // Returns the handles that callers have to destroy, in order of creation.
   std::vector<std::string> Open() const HOST_REQUIRES(g_LibraryLock);
 

@@ -71,7 +71,7 @@ bool Holds(const Card& card, const JobMark& mark) {
   return card.job && card.job->owner == mark.owner && card.job->number == mark.number;
 }
 
-// Ends the job when its wait ends, also when a canceled thread unwinds. Resets the card unless the
+// Ends the job when its wait ends, even if a canceled thread unwinds. Resets the card unless the
 // job completed.
 class EndOfWait {
  public:

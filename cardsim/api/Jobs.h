@@ -15,8 +15,8 @@ void StartJob(Session& session, Handle& handle) HOST_REQUIRES(g_LibraryLock);
 void WaitForJob(Session& session, Handle& handle) HOST_REQUIRES(g_LibraryLock);
 
 // Ends a job of this process and returns its card to the state before the job, unless the state was
-// changed meanwhile. If the file cannot be written now, other processes see the change later: after
-// a subsequent call of this process, or after its exit.
+// changed meanwhile. If the file cannot be written now, other processes see the change after a
+// later call by this process, or after its exit.
 void AbandonJob(const StorePtr& store, std::uint64_t job) noexcept;
 
 // Returns the cards of all abandoned jobs to their previous states.

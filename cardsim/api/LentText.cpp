@@ -19,9 +19,9 @@ constexpr bool kFreesImmediately = false;
 constexpr bool kFreesImmediately = false;
 #endif
 
-// Overwrites every byte of an expired text.
+// Overwrites every byte of an expired string.
 constexpr char kOverwritten = '~';
-// Leaves room to overwrite an empty text visibly.
+// Leaves room to overwrite an empty string visibly.
 constexpr std::size_t kMinRoom = 8;
 
 }  // namespace

@@ -43,7 +43,7 @@ std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
   if (handle == nullptr) Misused(handle, kBadHandle, "null handle");
   auto found = m_Library.ledger.Find(handle);
   if (!found) {
-    const bool made = m_Library.ledger.WasMade(handle);
+    const bool made = m_Library.ledger.WasCreated(handle);
     const bool again = std::strcmp(m_Function, "vsl_destroy") == 0;
     const char* misuse = again ? "destroyed twice" : "used after being destroyed";
     Misused(handle, kBadHandle, made ? misuse : "not a handle of this library");

@@ -103,7 +103,7 @@ struct CallNotice {
 // Starts a call: expires the string of its handle, records a missing error record as misuse, and
 // logs the call.
 CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err);
-// Runs the hook, with no lock held.
+// Runs the hook, without holding a lock.
 void RunHook(const CallNotice& notice);
 // Throws the `Refusal` that was requested for this call, if any.
 void ThrowIfMadeToFail(const CallInfo& call);

@@ -12,10 +12,11 @@ namespace CardSim {
 namespace {
 
 // Enough for thousands of steps; a larger file is not a scenario.
-constexpr std::size_t kLargestFile = 1 << 20;
+constexpr std::size_t kMaxFileSize = 1 << 20;
 
-// Returns false if the observer wants to stop. Adds up the sleeps and reads no clock, so that
-// playing continues at the same position after the machine was suspended, and virtual time works.
+// Returns false if the observer wants to stop. Adds up the sleeps instead of reading a clock, so
+// that playing continues at the same position after the machine was suspended, and virtual time
+// works.
 bool Wait(double milliseconds, const PlayObserver& observer) {
   using boost::chrono::microseconds;
   const microseconds slice(50000);
@@ -47,12 +48,12 @@ std::string Apply(const Scenario& scenario, std::size_t index, StateFile& file) 
 Scenario ReadScenario(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw std::runtime_error(path.string() + ": cannot be opened");
-  std::string text(kLargestFile + 1, '\0');
+  std::string text(kMaxFileSize + 1, '\0');
   file.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (file.bad()) throw std::runtime_error(path.string() + ": cannot be read");
   text.resize(static_cast<std::size_t>(file.gcount()));
   try {
-    if (text.size() > kLargestFile) throw std::runtime_error("is too large for a scenario");
+    if (text.size() > kMaxFileSize) throw std::runtime_error("is too large for a scenario");
     return ParseScenario(text);
   } catch (const std::runtime_error& error) {
     // The message may contain a name from the file, which may contain any character.

@@ -6,7 +6,7 @@
 namespace CardSim {
 
 struct BuiltInProfile {
-  std::uint16_t deviceId;  // as in the text; avoids parsing all texts to find an id
+  std::uint16_t deviceId;  // as in the text; avoids parsing all profiles to find an ID
   const char* name;
   const char* text;  // JSON
 };

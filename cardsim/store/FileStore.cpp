@@ -20,8 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Enough for about ten thousand cards; a larger file is not a card file.
-constexpr std::int64_t kLargestFile = 64 << 20;
+// Enough for about ten thousand cards; a larger file is not a state file.
+constexpr std::int64_t kMaxFileSize = 64 << 20;
 
 constexpr const char* kMissing = "no such file; `cardsim new` creates one";
 
@@ -33,7 +33,7 @@ struct Reading {
 };
 
 Reading Read(const fs::path& path, const Base::TrustedDirectory& place) {
-  InputFile input = OpenInputFile(path, place, kMissing, kLargestFile,
+  InputFile input = OpenInputFile(path, place, kMissing, kMaxFileSize,
                                   "is too large for a file of simulated cards");
   Reading reading{nullptr, std::move(input.file), input.status};
   const std::string text = ReadAll(reading.file, path);

@@ -55,11 +55,11 @@ class Json {
       m_Value;
 };
 
-// Parses a text. Throws `std::runtime_error` with the line and column of the first error, or if the
-// text is nested more than 64 levels deep. If several members have the same name, the last value
-// counts.
+// Parses JSON text. Throws `std::runtime_error` with the line and column of the first error, or if
+// the text is nested more than 64 levels deep. If several members have the same name, the last
+// value counts.
 Json ParseJson(const std::string& text);
-// Like `ParseJson`, but returns std::nullopt for an invalid text.
+// Like `ParseJson`, but returns std::nullopt for invalid text.
 std::optional<Json> TryParseJson(const std::string& text);
 
 // Return JSON text on one line, or with one line per element and each level indented by

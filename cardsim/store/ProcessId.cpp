@@ -33,8 +33,8 @@ const char* Field(const char* line, int number) {
   return line;
 }
 
-// Returns std::nullopt, with the reason in errno, if the process cannot be examined. Allocates no
-// memory, so that a process is not considered dead because memory ran out.
+// Returns std::nullopt, with the reason in errno, if the process cannot be examined. Does not
+// allocate memory, so that a process is not considered dead because memory ran out.
 std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
   char name[32];
   std::snprintf(name, sizeof name, "/proc/%lld/stat", static_cast<long long>(pid));

@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // A profile has about fifty lines; a file above this size is not a profile.
-constexpr std::int64_t kLargestProfile = 1 << 20;
+constexpr std::int64_t kMaxProfileSize = 1 << 20;
 
 // Returns a path relative to the directory of the file that this code was loaded from. Empty if
 // that file's path is relative: the result would depend on the working directory.
@@ -69,7 +69,7 @@ std::vector<std::string> ProfileDirectory::Names() const {
 
 Profile ProfileDirectory::Read(const std::string& name) const {
   const fs::path path = m_Path / (name + std::string(kExtension));
-  return ParseProfile(ReadTrustedFile(path, kLargestProfile, "is too large for a profile"),
+  return ParseProfile(ReadTrustedFile(path, kMaxProfileSize, "is too large for a profile"),
                       path.string());
 }
 

@@ -20,7 +20,7 @@ class ProfileDirectory {
   // exist. Throws `std::runtime_error` if the directory cannot be listed.
   std::vector<std::string> Names() const;
 
-  // Returns the profile in NAME.json. Throws `std::runtime_error`, "FILE: why", if the file is
+  // Returns the profile in NAME.json. Throws `std::runtime_error`, "FILE: reason", if the file is
   // missing, damaged, or another user could have put it there.
   Profile Read(const std::string& name) const;
 

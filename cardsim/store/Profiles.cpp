@@ -13,7 +13,7 @@
 namespace CardSim {
 namespace {
 
-// The profile of a card with an unknown device id.
+// The profile of a card with an unknown device ID.
 constexpr const char* kDefaultProfile = "flash-365g";
 
 Profile BuiltIn(const BuiltInProfile& row) {

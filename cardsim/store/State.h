@@ -35,7 +35,7 @@ struct Card {
   std::optional<JobMark> job;
 };
 
-// The code and the text with which every call of a function fails.
+// The code and message with which every call to a function fails.
 struct PersistentFailure {
   std::uint64_t code = 0;
   std::string text;

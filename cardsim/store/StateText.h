@@ -35,7 +35,7 @@ std::string GetAsText(const Card& card, const std::string& attribute);
 std::vector<std::string> AttributeNames();
 // Returns the storage units of a card. Throws like `CheckValue`.
 std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place);
-// Returns the number for a text such as "0x1003", or `json` unchanged.
+// Returns the number for a string such as "0x1003", or `json` unchanged.
 Json WithHexNumber(const Json& json);
 
 }  // namespace CardSim

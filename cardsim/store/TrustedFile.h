@@ -1,7 +1,7 @@
 // Opening and reading files that no other user could have put there.
 //
-// All functions are thread-safe. They throw `std::runtime_error` with "PATH: why", or with "PATH:
-// not trusted: ..." if the file or a directory of its path is not trusted.
+// All functions are thread-safe. They throw `std::runtime_error` with "PATH: reason", or with
+// "PATH: not trusted: ..." if the file or a directory of its path is not trusted.
 #pragma once
 
 #include <sys/stat.h>
@@ -56,11 +56,11 @@ std::string ReadTrustedFile(const std::filesystem::path& path, std::int64_t limi
 mode_t ModeOfNewFile();
 mode_t ModeOfNewDirectory();
 
-// Throws "PATH: why".
+// Throws "PATH: reason".
 [[noreturn]] void FailAt(const std::filesystem::path& path, const std::string& why);
-// Throws "PATH: why" with the text of `error`, an errno value.
+// Throws "PATH: reason" with the description of `error`, an errno value.
 [[noreturn]] void FailWith(const std::filesystem::path& path, int error);
-// Throws "PATH: why" with the text of errno.
+// Throws "PATH: reason" with the description of errno.
 [[noreturn]] void FailWithErrno(const std::filesystem::path& path);
 
 }  // namespace CardSim

@@ -50,17 +50,17 @@ struct Arguments {
 };
 
 // Returns a string without its quotes, and any other JSON unchanged.
-std::string Plain(const std::string& json) {
+std::string Unquote(const std::string& json) {
   if (json.empty() || json[0] != '"') return json;
   return nlohmann::json::parse(json).get<std::string>();
 }
 
-std::string Shown(const StateFile& file, const std::string& card, const char* attribute) {
-  const std::string value = Plain(file.Get(card, attribute));
+std::string DisplayValue(const StateFile& file, const std::string& card, const char* attribute) {
+  const std::string value = Unquote(file.Get(card, attribute));
   return value == "absent" ? "-" : value;
 }
 
-unsigned int Number(const std::string& text) {
+unsigned int ParseNumber(const std::string& text) {
   unsigned int number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
@@ -68,15 +68,17 @@ unsigned int Number(const std::string& text) {
 
 std::string PciAddress(const StateFile& file, const std::string& card) {
   char text[32];
-  std::snprintf(text, sizeof text, "%04x:%02x:%02x.%x", Number(Shown(file, card, "pci_domain")),
-                Number(Shown(file, card, "pci_bus")), Number(Shown(file, card, "pci_device")),
-                Number(Shown(file, card, "pci_function")));
+  std::snprintf(text, sizeof text, "%04x:%02x:%02x.%x",
+                ParseNumber(DisplayValue(file, card, "pci_domain")),
+                ParseNumber(DisplayValue(file, card, "pci_bus")),
+                ParseNumber(DisplayValue(file, card, "pci_device")),
+                ParseNumber(DisplayValue(file, card, "pci_function")));
   return text;
 }
 
 std::string StateName(const StateFile& file, const std::string& card) {
-  const std::string state = Shown(file, card, "iom_state");
-  return state == "-" ? state : CardSim::CardStateName(Number(state));
+  const std::string state = DisplayValue(file, card, "iom_state");
+  return state == "-" ? state : CardSim::CardStateName(ParseNumber(state));
 }
 
 void New(Arguments& arguments) {
@@ -90,8 +92,8 @@ void Add(Arguments& arguments) {
   const auto cards = file.AddCards(arguments.kind, arguments.count);
   arguments.isSaved = true;
   for (const std::string& card : cards) {
-    PrintLine("added " + card + ": " + Shown(file, card, "board_name") + ", " +
-              Shown(file, card, "device_path"));
+    PrintLine("added " + card + ": " + DisplayValue(file, card, "board_name") + ", " +
+              DisplayValue(file, card, "device_path"));
   }
 }
 
@@ -101,7 +103,7 @@ void Remove(Arguments& arguments) {
   PrintLine("removed " + arguments.card);
 }
 
-// Pads a text to the column's width in characters.
+// Pads a string to the column's width in characters.
 std::string Cell(const std::string& text, std::size_t width) {
   std::string cell = Base::Printable(text);
   const auto isCharacter = [](char byte) {
@@ -126,27 +128,27 @@ void List(Arguments& arguments) {
   PrintRow({"CARD", "DEVICE", "PCI", "ID", "SERIAL", "STATE"});
   for (const std::string& card : cards) {
     char id[16];
-    std::snprintf(id, sizeof id, "0x%04x", Number(Shown(file, card, "pci_device_id")));
-    PrintRow({card, Shown(file, card, "device_path"), PciAddress(file, card), id,
-              Shown(file, card, "serial_number"), StateName(file, card)});
+    std::snprintf(id, sizeof id, "0x%04x", ParseNumber(DisplayValue(file, card, "pci_device_id")));
+    PrintRow({card, DisplayValue(file, card, "device_path"), PciAddress(file, card), id,
+              DisplayValue(file, card, "serial_number"), StateName(file, card)});
   }
 }
 
 void Set(Arguments& arguments) {
   StateFile file(arguments.state);
-  const std::string before = Plain(file.Get(arguments.card, arguments.attribute));
+  const std::string before = Unquote(file.Get(arguments.card, arguments.attribute));
   if (arguments.value == "absent") {
     file.MakeAbsent(arguments.card, arguments.attribute);
   } else {
     file.Set(arguments.card, arguments.attribute, arguments.value);
   }
   arguments.isSaved = true;
-  const std::string after = Plain(file.Get(arguments.card, arguments.attribute));
+  const std::string after = Unquote(file.Get(arguments.card, arguments.attribute));
   PrintLine(arguments.card + ": " + arguments.attribute + " " + before + " -> " + after);
 }
 
 void Get(Arguments& arguments) {
-  PrintLine(Plain(StateFile(arguments.state).Get(arguments.card, arguments.attribute)));
+  PrintLine(Unquote(StateFile(arguments.state).Get(arguments.card, arguments.attribute)));
 }
 
 void Raise(Arguments& arguments) {
@@ -235,15 +237,15 @@ std::string KindsText() {
 }
 
 std::string CheckCount(const std::string& text) {
-  const unsigned int count = Number(text);
+  const unsigned int count = ParseNumber(text);
   return count >= 1 && count <= 250 ? "" : text + " is out of range (1 to 250)";
 }
 
 void DescribeCards(CLI::App& app, Arguments& arguments, Command& chosen) {
-  AddCommand(app, chosen, "new", "create a file without cards", Done<New>)
+  AddCommand(app, chosen, "new", "create a state file without cards", Done<New>)
       ->add_flag("--force", arguments.force, "replace an existing file");
   CLI::App* add = AddCommand(app, chosen, "add", "add cards", Done<Add>);
-  add->add_option("KIND", arguments.kind, "profile name, or PCI device id such as 0x1003")
+  add->add_option("KIND", arguments.kind, "profile name, or PCI device ID such as 0x1003")
       ->required();
   add->add_option("--count", arguments.count, "number of cards to add, 1 to 250")
       ->type_name("N")
@@ -279,9 +281,9 @@ void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
 void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* fail =
       AddCommand(app, chosen, "fail",
-                 "make every call of a library function fail, in all processes", Done<Fail>);
-  CLI::App* clear =
-      AddCommand(app, chosen, "clear-failure", "let a function work again", Done<ClearFailure>);
+                 "make every call to a library function fail, in all processes", Done<Fail>);
+  CLI::App* clear = AddCommand(app, chosen, "clear-failure", "clear the failure set with fail",
+                               Done<ClearFailure>);
   for (CLI::App* command : {fail, clear}) {
     command->add_option("FUNCTION", arguments.function, "name, such as vsl_open")->required();
   }

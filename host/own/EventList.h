@@ -1,5 +1,5 @@
-// A list of the events. Identifiers.h generates enumerators from it, and the host kit the texts of
-// its event log.
+// A list of the events. Identifiers.h generates enumerators from it, and the host kit generates the
+// messages of its event log.
 //
 // The host defines the numbers: entries may be added, but never renumbered.
 #pragma once
@@ -8,8 +8,9 @@
 
 // Each entry is: name, number, lowest severity, number of placeholders in the message, message, and
 // advice. An event has the same number at every severity. %1 in a message is the name of the
-// adapter, %2 that of the drive. The advice is that of a reason (OfReason), a separate text (Do), or
-// none (kNothingToDo); hostkit/texts/EventTexts.h defines these, and the names of the severities.
+// adapter, %2 that of the drive. The advice is that of a reason (OfReason), a separate sentence
+// (Do), or none (kNothingToDo); hostkit/texts/EventTexts.h defines these, and the names of the
+// severities.
 #define PI_EVENTS(X) \
   X(CTRL_INTERNAL_ERROR, 10957, kError, 1, \
     "Adapter %1 has an internal error.", \

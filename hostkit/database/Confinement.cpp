@@ -20,7 +20,7 @@ namespace {
 // A statement of the persistence layer takes far less than a thousandth of this limit. It applies
 // to the thread's CPU time, so that statements do not fail on a stalled machine.
 constexpr std::int64_t kMaxNanoseconds = 1'000'000'000;
-// Small, because each step may process a text of the maximum length.
+// Small, because each step may process a string of the maximum length.
 constexpr int kStepsBetweenChecks = 100;
 // The time is checked too rarely while a statement is compiled. Nested queries can multiply
 // exponentially, and each of many conditions is compared with many others. These three limits bound
@@ -45,8 +45,8 @@ constexpr std::int64_t kMaxGrowth = 256 << 20;
 
 constexpr std::array kActionsOnRows = {SQLITE_READ, SQLITE_INSERT, SQLITE_UPDATE, SQLITE_DELETE};
 
-// The function that the persistence layer uses, and the count of rows. A single call of another
-// function, such as `trim`, could take a long time.
+// The persistence layer uses `max`; `count` is also allowed. A single call to another function,
+// such as `trim`, could take a long time.
 constexpr std::array kFunctions = {"count", "max"};
 
 bool IsSame(const char* left, const char* right) {

@@ -18,7 +18,7 @@ namespace {
 
 using boost::filesystem::path;
 
-constexpr std::size_t kLargestResult = 64 << 20;
+constexpr std::size_t kMaxResultSize = 64 << 20;
 constexpr int kBusyMs = 500;  // to wait for a lock of another process
 
 // After one of these errors, the connection is unusable.
@@ -227,7 +227,7 @@ void Connection::PrepareToWrite() {
 void Connection::Configure() {
   sqlite3* const database = m_pDatabase.get();
   sqlite3_busy_timeout(database, kBusyMs);
-  // The plug-ins' statements contain texts in double quotes.
+  // The plug-ins' statements contain strings in double quotes.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
   // A text that breaks out of its quotes must not access other files or internal tables.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
@@ -259,7 +259,7 @@ std::vector<std::string> Connection::Run(const std::string& sql) {
       for (int column = 0; column < width; ++column) {
         cells.push_back(CellText(statement.get(), column));
         size += sizeof(std::string) + cells.back().size();
-        if (size > kLargestResult) throw SqliteError(SQLITE_TOOBIG, "the result is too large");
+        if (size > kMaxResultSize) throw SqliteError(SQLITE_TOOBIG, "the result is too large");
       }
     }
   }

@@ -65,7 +65,7 @@ enum class Access { Write, AnotherToWrite, Read };
 class HOST_API Connection {
  public:
   // Opens or creates the file. ":memory:" is a database in memory; any other path must be absolute.
-  // Throws `SqliteError`, also for a file that another user could have put there.
+  // Throws `SqliteError` on failure, and for a file that another user could have put there.
   explicit Connection(const boost::filesystem::path& file, Access access = Access::Write);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;

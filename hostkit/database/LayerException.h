@@ -29,7 +29,7 @@ namespace HostKit {
       throw DBEXCEPTION::DatabaseException("unknown error");
     }
   } catch (const std::bad_alloc&) {
-    // Also reached if copying a text ran out of memory. This text is too short to need an
+    // Also reached if copying a message ran out of memory. This message is too short to need an
     // allocation.
     throw DBEXCEPTION::DatabaseException("out of memory");
   }

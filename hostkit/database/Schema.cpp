@@ -36,19 +36,19 @@ const TableShape kRunTable = {
 // In earlier versions of the host, a card's text could create triggers, which would also run in
 // this host, indexes that reject a second event, and views with the name of a table. SQL ignores
 // the case of names. The tables of the log themselves are never dropped.
-constexpr const char* kStrangeToLog =
+constexpr const char* kForeignToLog =
     "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "
     "OR type = 'trigger' AND sql <> ?2 "
     "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE) "
     "OR type = 'index' AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE";
 // For tables of the host that have no triggers or indexes and are kept across versions of the host.
-constexpr const char* kStrangeToOwn =
+constexpr const char* kForeignToOwn =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND type <> 'table'";
 // The tables of rows have no triggers or indexes. A table with other columns is dropped: another
 // version of the host created it, and its rows belong to another run.
-constexpr const char* kStrangeToRows =
+constexpr const char* kForeignToRows =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND (type <> 'table' OR sql <> ?2)";
@@ -65,7 +65,7 @@ constexpr AddedColumn kAddedToEventLog[] = {
     {"object_type", "INTEGER NOT NULL DEFAULT 0"},
 };
 
-// The statement that created a table, or an empty text.
+// The statement that created a table, or an empty string.
 std::string SqlOf(Connection& connection, const std::string& table) {
   Statement statement =
       connection.Prepare("SELECT sql FROM sqlite_schema WHERE type = 'table' AND name = ?");
@@ -90,9 +90,9 @@ std::string Quoted(const std::string& name) {
   return '"' + boost::replace_all_copy(name, "\"", "\"\"") + '"';
 }
 
-// Drops what the query finds. IF EXISTS, because dropping a table or view also drops its triggers
-// and indexes.
-void DropStrange(Connection& connection, const char* query, const std::string& table,
+// Drops the objects that the query returns. IF EXISTS, because dropping a table or view also drops
+// its triggers and indexes.
+void DropForeign(Connection& connection, const char* query, const std::string& table,
                  const std::string& ownSql) {
   std::vector<std::string> drops;
   Statement statement = connection.Prepare(query);
@@ -110,7 +110,7 @@ void MakeCountingTrigger(Connection& connection) {
 }
 
 void MakeRowTable(Connection& connection, const TableShape& shape) {
-  DropStrange(connection, kStrangeToRows, shape.m_Name, shape.m_Sql);
+  DropForeign(connection, kForeignToRows, shape.m_Name, shape.m_Sql);
   if (SqlOf(connection, shape.m_Name).empty()) connection.Run(shape.m_Sql);
 }
 
@@ -145,7 +145,7 @@ void BeginRun(Connection& connection, std::int64_t run, Connection* pSource) {
 void PrepareOwnTables(Connection& connection) {
   InTransaction(connection, [&] {
     for (const char* table : {"host_event_log", "host_event_counts"}) {
-      DropStrange(connection, kStrangeToLog, table, kCountingTrigger);
+      DropForeign(connection, kForeignToLog, table, kCountingTrigger);
     }
     connection.Run(kOwnTables);
     AddColumnsToEventLog(connection);
@@ -163,7 +163,7 @@ void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSou
 }
 
 void MakeOwnTable(Connection& connection, const std::string& table, const std::string& sql) {
-  DropStrange(connection, kStrangeToOwn, table, "");
+  DropForeign(connection, kForeignToOwn, table, "");
   if (SqlOf(connection, table).empty()) connection.Run(sql);
 }
 

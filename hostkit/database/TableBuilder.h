@@ -1,8 +1,8 @@
 // Builds the columns of a row type's table: the key, then the fields in order of declaration.
 //
-// The persistence layer writes texts in double quotes, and SQLite treats such a text as a column
-// name if there is a column with that name. Column names therefore start with a prefix that no
-// value has, as in "ad_serial_number". The key is always named ID.
+// The persistence layer writes strings in double quotes, and SQLite treats such a string as a
+// column name if there is a column with that name. Column names therefore start with a prefix that
+// values do not have, as in "ad_serial_number". The key is always named ID.
 #pragma once
 
 #include <boost/algorithm/string/replace.hpp>
@@ -32,8 +32,8 @@ inline std::string SnakeCase(const std::string& field) {
 // and check ranges, because a cell that the persistence layer cannot read would terminate the host.
 //
 // SQLite's integers are signed, so the upper half of the unsigned range is rejected on writing.
-// SQLite returns doubles as texts of 15 digits. The layer cannot read a text that was rounded to
-// more than the largest double, or one below the smallest normal double.
+// SQLite returns doubles as strings of 15 digits. The layer cannot read a string that was rounded
+// to more than the largest double, or one below the smallest normal double.
 struct ColumnType {
   DatabaseORM::column_kind_t m_Kind;
   const char* m_Sql;

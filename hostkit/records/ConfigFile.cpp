@@ -27,7 +27,7 @@ HostKit::FileRead ReadTrusted(const Base::TrustedPath& file, std::string& text) 
   return result;
 }
 
-// Returns `text` with the key set, or an empty text if the value would not read back unchanged: a
+// Returns `text` with the key set, or an empty string if the value would not read back unchanged: a
 // value that the ini format cannot express must not damage the other keys.
 std::string SetKey(const std::string& text, const std::string& key, const std::string& value) {
   const std::string edited = HostKit::WithIniValue(text, key, value);

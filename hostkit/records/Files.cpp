@@ -18,7 +18,7 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr std::size_t kLargestFile = 1 << 20;
+constexpr std::size_t kMaxFileSize = 1 << 20;
 
 Base::Descriptor OpenDirectory(const path& directory) {
   CreateDirectories(directory);
@@ -75,14 +75,14 @@ FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   if (!Base::ObjectionToOpened(file, input).empty()) return FileRead::Failed;
 
   std::string text;
-  if (Base::ReadAll(input, kLargestFile, text) != 0) return FileRead::Failed;
+  if (Base::ReadAll(input, kMaxFileSize, text) != 0) return FileRead::Failed;
   content = std::move(text);
   return FileRead::Done;
 }
 
 bool ReplaceFile(const std::string& name, const std::string& content,
                  const DirectoryLock& directory) {
-  if (content.size() > kLargestFile) return false;
+  if (content.size() > kMaxFileSize) return false;
   Base::FileReplacement replacement(directory.Directory().Get(), name);
   return OpenDraft(replacement, name, directory.Directory().Get()) == 0 &&
          replacement.Write(content) == 0 && replacement.Install() == 0;

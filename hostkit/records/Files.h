@@ -10,8 +10,8 @@
 namespace HostKit {
 
 // Creates a directory and its missing parents. Directories that root creates are not writable by
-// others, regardless of the umask; otherwise root would not trust them later. Reports no errors:
-// open the directory to check the result.
+// others, regardless of the umask; otherwise root would not trust them later. Does not report
+// errors: open the directory to check the result.
 void CreateDirectories(const std::filesystem::path& directory);
 
 // Locks a directory against other writers, in this and in other processes, for the lifetime of the

@@ -35,9 +35,9 @@ path Home() {
 }
 
 // By convention, relative paths in these variables are ignored.
-path BaseDirectory(const char* variable, const char* belowHome) {
+path BaseDirectory(const char* variable, const char* pathInHome) {
   const path base = Variable(variable);
-  return (base.is_absolute() ? base : Home() / belowHome) / "corvane";
+  return (base.is_absolute() ? base : Home() / pathInHome) / "corvane";
 }
 
 }  // namespace

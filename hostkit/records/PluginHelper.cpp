@@ -24,13 +24,13 @@ constexpr std::array<ByteUnit, 6> kByteUnits = {{{50, HostKit::UNITS_PETABYTES},
 
 constexpr double kBytesPerTByte = 1099511627776.0;
 
-constexpr double kLongestHours = HostKit::kLongestLifetimeHours;
+constexpr double kMaxHours = HostKit::kMaxLifetimeHours;
 
 // Returns the hours until `left` is used up, given that `used` was used up in `age` hours. If
 // nothing was used, returns the longest estimate.
 double HoursLeft(double left, double used, double age) {
   if (left <= 0) return 0;
-  return used <= 0 ? kLongestHours : left * age / used;
+  return used <= 0 ? kMaxHours : left * age / used;
 }
 
 }  // namespace
@@ -53,9 +53,8 @@ void CPluginHelper::ComputeRemainingLifeTime(unsigned long usedHours, unsigned l
   const double rated = static_cast<double>(ratedTBytes) * kBytesPerTByte;
 
   const double byWear = HoursLeft(100 - percent, percent, age);
-  const double byWrites =
-      ratedTBytes != 0 ? HoursLeft(rated - written, written, age) : kLongestHours;
-  remainingHours = static_cast<unsigned long>(std::min({byWear, byWrites, kLongestHours}));
+  const double byWrites = ratedTBytes != 0 ? HoursLeft(rated - written, written, age) : kMaxHours;
+  remainingHours = static_cast<unsigned long>(std::min({byWear, byWrites, kMaxHours}));
 }
 
 }  // namespace PI

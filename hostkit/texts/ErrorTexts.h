@@ -51,6 +51,6 @@ constexpr bool ErrorsAdvise() {
   return true;
 }
 
-static_assert(NumbersRise(kErrorTexts) && ErrorsAdvise());
+static_assert(NumbersAreAscending(kErrorTexts) && ErrorsAdvise());
 
 }  // namespace HostKit

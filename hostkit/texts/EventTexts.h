@@ -77,6 +77,6 @@ constexpr bool WarningsAdvise() {
   return true;
 }
 
-static_assert(NumbersRise(kEventTexts) && AllPlaceholdersAgree() && WarningsAdvise());
+static_assert(NumbersAreAscending(kEventTexts) && AllPlaceholdersAgree() && WarningsAdvise());
 
 }  // namespace HostKit

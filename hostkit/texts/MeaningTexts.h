@@ -32,7 +32,7 @@ inline constexpr std::array kOperationMeanings{
 inline constexpr std::array kReasonMeanings{PI_REASONS(HOSTKIT_MEANING)};
 #undef HOSTKIT_MEANING
 
-static_assert(NumbersRise(kPropertyMeanings) && NumbersRise(kOperationMeanings) &&
-              NumbersRise(kReasonMeanings));
+static_assert(NumbersAreAscending(kPropertyMeanings) && NumbersAreAscending(kOperationMeanings) &&
+              NumbersAreAscending(kReasonMeanings));
 
 }  // namespace HostKit

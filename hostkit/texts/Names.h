@@ -33,8 +33,8 @@ inline constexpr std::array kValueNames{TextRow{PI::Value::UNDEFINED, "UNDEFINED
 #undef HOSTKIT_FIRST
 #undef HOSTKIT_NAMED_ROW
 
-static_assert(NumbersRise(kErrorNames) && NumbersRise(kEventNames) &&
-              NumbersRise(kOperationNames) && NumbersRise(kPropertyNames) &&
-              NumbersRise(kValueNames));
+static_assert(NumbersAreAscending(kErrorNames) && NumbersAreAscending(kEventNames) &&
+              NumbersAreAscending(kOperationNames) && NumbersAreAscending(kPropertyNames) &&
+              NumbersAreAscending(kValueNames));
 
 }  // namespace HostKit

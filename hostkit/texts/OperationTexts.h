@@ -32,6 +32,6 @@ inline constexpr std::array kHostTexts{
             "in use. Detach the adapter?"},
 };
 
-static_assert(NumbersRise(kOperationTexts) && NumbersRise(kHostTexts));
+static_assert(NumbersAreAscending(kOperationTexts) && NumbersAreAscending(kHostTexts));
 
 }  // namespace HostKit

@@ -25,6 +25,6 @@ inline constexpr std::array kUnitSymbols{
     TextRow{PI::UNITS_WATTS, "W"},
 };
 
-static_assert(NumbersRise(kPropertyTexts) && NumbersRise(kUnitSymbols));
+static_assert(NumbersAreAscending(kPropertyTexts) && NumbersAreAscending(kUnitSymbols));
 
 }  // namespace HostKit

@@ -15,6 +15,6 @@ inline constexpr PI::_VALUE_ID kFailedStatus = PI::Value::FAILED;
 inline constexpr std::array kReasonTexts{PI_REASONS(HOSTKIT_REASON)};
 #undef HOSTKIT_REASON
 
-static_assert(NumbersRise(kReasonTexts));
+static_assert(NumbersAreAscending(kReasonTexts));
 
 }  // namespace HostKit

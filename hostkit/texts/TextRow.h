@@ -45,7 +45,7 @@ struct ErrorRow {
 };
 
 template <class Row, std::size_t size>
-constexpr bool NumbersRise(const std::array<Row, size>& rows) {
+constexpr bool NumbersAreAscending(const std::array<Row, size>& rows) {
   for (std::size_t i = 1; i < size; ++i) {
     if (rows[i - 1].m_Number >= rows[i].m_Number) return false;
   }

@@ -46,7 +46,7 @@ unsigned int PlaceholderAt(const std::string& sentence, std::size_t at, unsigned
   return number <= count ? number : 0;
 }
 
-// Works in one pass, because a text may contain characters that look like a placeholder.
+// Works in one pass, because a string may contain characters that look like a placeholder.
 template <class Texts>
 std::string Fill(const EventRow& row, const Texts& texts) {
   const std::string sentence = row.m_Text;

@@ -12,6 +12,6 @@ inline constexpr std::array kValueTexts{TextRow{PI::Value::UNDEFINED, "Unknown"}
                                         PI_VALUES(HOSTKIT_CAPTION)};
 #undef HOSTKIT_CAPTION
 
-static_assert(NumbersRise(kValueTexts));
+static_assert(NumbersAreAscending(kValueTexts));
 
 }  // namespace HostKit

@@ -32,7 +32,7 @@ std::size_t Replace(std::string& text, const Placeholder& place, std::string_vie
   return place.at + value.size();
 }
 
-std::string Number(unsigned long value, bool hexadecimal) {
+std::string FormatNumber(unsigned long value, bool hexadecimal) {
   char digits[2 + 20 + 1];
   std::snprintf(digits, sizeof digits, hexadecimal ? "0x%lx" : "%lu", value);
   return digits;
@@ -43,7 +43,7 @@ std::string Number(unsigned long value, bool hexadecimal) {
 CFormatStream::CFormatStream(Internals::CTraceStreamBuffer& buffer, const char* format)
     : m_Buffer(buffer), m_Text(format), m_Next(0) {}
 
-// If memory runs out, the line is lost; that must not terminate the host.
+// If memory runs out, the line is dropped: an exception from a destructor would terminate the host.
 CFormatStream::~CFormatStream() {
   try {
     m_Buffer.Append(m_Text);
@@ -57,7 +57,7 @@ CFormatStream& CFormatStream::FormatInt(unsigned int value) {
 
 CFormatStream& CFormatStream::FormatInt(unsigned long value) {
   const Placeholder place = FindPlaceholder(m_Text, m_Next);
-  m_Next = Replace(m_Text, place, Number(value, place.hexadecimal));
+  m_Next = Replace(m_Text, place, FormatNumber(value, place.hexadecimal));
   return *this;
 }
 

@@ -96,7 +96,7 @@ void Monitor::Adopt(std::shared_ptr<ThreadRecord> record) {
     return;
   }
   const MonitorLock lock;
-  m_Graveyard.push_back(std::move(record));
+  m_EndedLockOwners.push_back(std::move(record));
 }
 
 void Monitor::Forget(std::shared_ptr<ThreadRecord> record) {
@@ -105,25 +105,25 @@ void Monitor::Forget(std::shared_ptr<ThreadRecord> record) {
     m_pSelector = nullptr;
     Leave(lock, *record);
   }
-  if (record->heldLocks > 0) m_Graveyard.push_back(std::move(record));
+  if (record->heldLocks > 0) m_EndedLockOwners.push_back(std::move(record));
 }
 
 // A sleeper's entry in the list, which is also removed on cancellation.
-class Monitor::Stay {
+class Monitor::SleeperEntry {
  public:
-  Stay(Monitor& monitor, Sleeper& sleeper)
+  SleeperEntry(Monitor& monitor, Sleeper& sleeper)
       : m_Monitor(monitor), m_Sleeper(sleeper), m_pOuter(sleeper.thread.sleeper) {
     m_Monitor.m_Sleepers.push_back(&sleeper);
     sleeper.thread.sleeper = &sleeper;
   }
-  ~Stay() {
+  ~SleeperEntry() {
     auto& sleepers = m_Monitor.m_Sleepers;
     sleepers.erase(std::find(sleepers.begin(), sleepers.end(), &m_Sleeper));
     m_Sleeper.thread.sleeper = m_pOuter;
     m_Sleeper.thread.blocked = false;
   }
-  Stay(const Stay&) = delete;
-  Stay& operator=(const Stay&) = delete;
+  SleeperEntry(const SleeperEntry&) = delete;
+  SleeperEntry& operator=(const SleeperEntry&) = delete;
 
  private:
   Monitor& m_Monitor;
@@ -140,7 +140,7 @@ bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {
   if (deadlineNs <= scheduler.SteadyNs()) return false;
 
   Sleeper sleeper{self, condition, deadlineNs};
-  const Stay stay(*this, sleeper);
+  const SleeperEntry entry(*this, sleeper);
   while (!sleeper.timedOut) {
     sleeper.woken = false;
     scheduler.Block(lock, sleeper);
@@ -155,7 +155,7 @@ bool Monitor::WaitFor(Condition& condition, unsigned int timeoutMs) {
 }
 
 std::int64_t Monitor::DeadlineAfter(unsigned int timeoutMs) const {
-  if (timeoutMs == 0) return kAtOnce;
+  if (timeoutMs == 0) return kImmediately;
   if (timeoutMs == MBX::Threading::WAIT_INFINITE) return kNever;
   return Scheduler().SteadyNs() + timeoutMs * kNsPerMs;
 }
@@ -177,13 +177,13 @@ void Monitor::Changed(const MonitorLock&) {
 void Monitor::Join(const MonitorLock&, ThreadRecord& thread) {
   if (thread.knownDepth++ > 0) return;
   m_Known.push_back(&thread);
-  Scheduler().Joined(thread);
+  Scheduler().OnThreadAdded(thread);
 }
 
 void Monitor::Leave(MonitorLock& lock, ThreadRecord& thread) {
   if (--thread.knownDepth > 0) return;
   m_Known.erase(std::find(m_Known.begin(), m_Known.end(), &thread));
-  Scheduler().Left(lock, thread);
+  Scheduler().OnThreadRemoved(lock, thread);
 }
 
 void Monitor::SelectMode(WaitScheduler& scheduler, std::uint64_t seed) {
@@ -200,7 +200,7 @@ void Monitor::SelectMode(WaitScheduler& scheduler, std::uint64_t seed) {
   m_Known.assign(1, &self);
   scheduler.Restart(seed);
   m_pScheduler.store(&scheduler, std::memory_order_release);
-  scheduler.Joined(self);
+  scheduler.OnThreadAdded(self);
 }
 
 void Monitor::SetDeadlockHandler(std::function<void(const std::string&)> handler) {

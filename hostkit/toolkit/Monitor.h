@@ -53,7 +53,7 @@ class Monitor {
   void ReportDeadlock(MonitorLock& lock) HOST_REQUIRES(g_Monitor);
 
  private:
-  class Stay;
+  class SleeperEntry;
 
   Monitor();
   std::int64_t DeadlineAfter(unsigned int timeoutMs) const;
@@ -67,7 +67,7 @@ class Monitor {
   // The thread that selected the mode, which made it known; null if that thread has ended.
   ThreadRecord* m_pSelector HOST_GUARDED_BY(g_Monitor) = nullptr;
   // Records of threads that ended while they held a lock, which still points to its owner.
-  std::vector<std::shared_ptr<ThreadRecord>> m_Graveyard HOST_GUARDED_BY(g_Monitor);
+  std::vector<std::shared_ptr<ThreadRecord>> m_EndedLockOwners HOST_GUARDED_BY(g_Monitor);
   std::function<void(const std::string&)> m_OnDeadlock HOST_GUARDED_BY(g_Monitor);
 };
 

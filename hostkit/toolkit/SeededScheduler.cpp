@@ -8,7 +8,7 @@ namespace {
 
 // On average, one in this many switches fires a timeout although threads could run: often enough to
 // happen in every schedule, but rarely enough that jobs can finish in time.
-constexpr unsigned int kTimerOdds = 64;
+constexpr unsigned int kSwitchesPerTimeout = 64;
 
 }  // namespace
 
@@ -18,7 +18,7 @@ void SeededScheduler::Restart(std::uint64_t seed) {
   m_pTurn = nullptr;
 }
 
-void SeededScheduler::Joined(ThreadRecord& thread) {
+void SeededScheduler::OnThreadAdded(ThreadRecord& thread) {
   thread.blocked = false;
   if (m_pTurn == nullptr) m_pTurn = &thread;
 }
@@ -27,7 +27,7 @@ void SeededScheduler::Begin(MonitorLock& lock, ThreadRecord& self) {
   AwaitTurn(lock, self);
 }
 
-void SeededScheduler::Left(MonitorLock& lock, ThreadRecord& thread) {
+void SeededScheduler::OnThreadRemoved(MonitorLock& lock, ThreadRecord& thread) {
   if (m_pTurn != &thread) return;
   m_pTurn = nullptr;
   PassOn(lock, nullptr);
@@ -72,7 +72,7 @@ void SeededScheduler::PassOn(MonitorLock& lock, Sleeper* own) {
 }
 
 void SeededScheduler::MaybeFireTimer() {
-  if (m_Random() % kTimerOdds == 0) JumpToDeadline();
+  if (m_Random() % kSwitchesPerTimeout == 0) JumpToDeadline();
 }
 
 ThreadRecord* SeededScheduler::Draw() {

@@ -12,9 +12,9 @@ namespace HostKit {
 class SeededScheduler final : public VirtualScheduler {
  public:
   void Restart(std::uint64_t seed) override HOST_REQUIRES(g_Monitor);
-  void Joined(ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
+  void OnThreadAdded(ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
   void Begin(MonitorLock& lock, ThreadRecord& self) override HOST_REQUIRES(g_Monitor);
-  void Left(MonitorLock& lock, ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
+  void OnThreadRemoved(MonitorLock& lock, ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
   void Point(ThreadRecord& self) override HOST_EXCLUDES(g_Monitor);
   void Block(MonitorLock& lock, Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);
   void Wake(Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);

@@ -34,13 +34,13 @@ struct Launch {
   std::unique_ptr<CDelegate> call;
 };
 
-// Reports the end of the calling thread, whether by return or by unwinding. The thread can no
-// longer be canceled after that.
-class EndMark {
+// When destroyed, disables the cancellation of the calling thread and marks the thread as ended, on
+// return as well as on unwinding.
+class ThreadEndGuard {
  public:
-  explicit EndMark(std::shared_ptr<ThreadState> state) : m_State(std::move(state)) {}
+  explicit ThreadEndGuard(std::shared_ptr<ThreadState> state) : m_State(std::move(state)) {}
 
-  ~EndMark() {
+  ~ThreadEndGuard() {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
     Monitor& monitor = Monitor::Get();
     MonitorLock lock;
@@ -49,8 +49,8 @@ class EndMark {
     monitor.Leave(lock, *m_State->m_pRecord);
   }
 
-  EndMark(const EndMark&) = delete;
-  EndMark& operator=(const EndMark&) = delete;
+  ThreadEndGuard(const ThreadEndGuard&) = delete;
+  ThreadEndGuard& operator=(const ThreadEndGuard&) = delete;
 
  private:
   const std::shared_ptr<ThreadState> m_State;
@@ -60,7 +60,7 @@ void Run(std::unique_ptr<Launch> launch) {
   Monitor& monitor = Monitor::Get();
   ThreadRecord& self = *launch->state->m_pRecord;
   monitor.Adopt(launch->state->m_pRecord);
-  const EndMark mark(launch->state);
+  const ThreadEndGuard guard(launch->state);
   const std::unique_ptr<CDelegate> call = std::move(launch->call);
   {
     MonitorLock lock;

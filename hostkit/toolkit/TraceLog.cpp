@@ -52,7 +52,7 @@ void RequireNone(const std::string& objection) {
 
 // Creates the file without following links, because the library would follow them. Called before
 // the library opens a file, including the next file when one is full. Once the file exists and
-// belongs to this user, no other user can replace it.
+// is owned by this user, no other user can replace it.
 void CreateWithoutFollowing(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
   RequireNone(trusted.m_Objection);
@@ -93,7 +93,7 @@ std::unique_ptr<spdlog::logger> LogOfEnvironment() {
   return LogToStandardError();
 }
 
-// Formats one line of the log. A card's texts may contain line breaks; the result does not.
+// Formats one line of the log. A card's strings may contain line breaks; the result does not.
 std::string Render(const TraceLine& line) {
   return Base::Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
                          line.function + ':' + std::to_string(line.line) + ' ' + line.text);
@@ -184,7 +184,7 @@ CTraceStreamBuffer::CTraceStreamBuffer(unsigned int level, const Misc::CModuleIn
 
 CTraceStreamBuffer::~CTraceStreamBuffer() {
   // Writing is a cancellation point, and a destructor must not be canceled. A line that cannot be
-  // written, for example for lack of memory, is lost: tracing must not terminate the host.
+  // written, for example for lack of memory, is dropped: tracing must not terminate the host.
   const Base::CancellationGuard guard;
   try {
     HostKit::TraceLog::Get().Write(

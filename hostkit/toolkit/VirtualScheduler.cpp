@@ -24,7 +24,7 @@ std::int64_t VirtualScheduler::EpochMs() const {
   return kFirstEpochMs + (m_NowNs - kFirstSteadyNs) / kNsPerMs;
 }
 
-void VirtualScheduler::Left(MonitorLock& lock, ThreadRecord&) {
+void VirtualScheduler::OnThreadRemoved(MonitorLock& lock, ThreadRecord&) {
   Settle(lock, nullptr);
 }
 

@@ -11,7 +11,7 @@ class VirtualScheduler : public WaitScheduler {
   std::int64_t SteadyNs() const override { return m_NowNs; }
   std::int64_t EpochMs() const override;
   bool IsReal() const override { return false; }
-  void Left(MonitorLock& lock, ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
+  void OnThreadRemoved(MonitorLock& lock, ThreadRecord& thread) override HOST_REQUIRES(g_Monitor);
   void Block(MonitorLock& lock, Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);
   void Wake(Sleeper& sleeper) override HOST_REQUIRES(g_Monitor);
 

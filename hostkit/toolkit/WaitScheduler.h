@@ -13,7 +13,7 @@
 namespace HostKit {
 
 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kAtOnce = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kImmediately = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
 // The mutex of the monitor, which guards the kit's state of threads and their waits.
@@ -94,7 +94,7 @@ class WaitScheduler {
  public:
   virtual ~WaitScheduler() = default;
 
-  // Called when the mode is selected, before any thread joins.
+  // Called when the mode is selected, before any thread is added.
   virtual void Restart(std::uint64_t seed) HOST_REQUIRES(g_Monitor) = 0;
 
   // Return the steady clock, the wall clock, and whether both are the machine's.
@@ -103,10 +103,10 @@ class WaitScheduler {
   virtual bool IsReal() const = 0;
 
   // Called when a thread was added to or removed from the known threads. The thread's creator calls
-  // `Joined`; the thread itself calls `Begin` before it does anything else.
-  virtual void Joined(ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
+  // `OnThreadAdded`; the thread itself calls `Begin` before it does anything else.
+  virtual void OnThreadAdded(ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
   virtual void Begin(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
-  virtual void Left(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
+  virtual void OnThreadRemoved(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
 
   // A switch point: another thread may run here.
   virtual void Point(ThreadRecord&) HOST_EXCLUDES(g_Monitor) {}

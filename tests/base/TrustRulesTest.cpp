@@ -36,7 +36,7 @@ const Rule kDirectories[] = {
     {"writable by all", 0777, kRoot, 0, kRoot, kOthers},
     {"sticky", 01777, kRoot, 0, kRoot, ""},
     {"sticky, writable by a group", 01775, kRoot, 1000, kRoot, ""},
-    {"owned by a user, used by root", 0700, kAnn, 1000, kRoot, "belongs to uid 1000"},
+    {"owned by a user, used by root", 0700, kAnn, 1000, kRoot, "is owned by uid 1000"},
     {"owned by a user, used by that user", 0777, kAnn, 1000, kAnn, ""},
     {"owned by one user, used by another", 0777, kBob, 1001, kAnn, ""},
 };
@@ -51,8 +51,8 @@ TEST(TrustRules, CheckDirectories) {
 TEST(TrustRules, CheckTheOwnersOfLinksInOpenDirectories) {
   const auto anns = Entry(S_IFLNK | 0777, kAnn);
   EXPECT_EQ("", Base::ObjectionToComponent(true, anns, kAnn));
-  EXPECT_EQ("belongs to uid 1000", Base::ObjectionToComponent(true, anns, kBob));
-  EXPECT_EQ("belongs to uid 1000", Base::ObjectionToComponent(true, anns, kRoot));
+  EXPECT_EQ("is owned by uid 1000", Base::ObjectionToComponent(true, anns, kBob));
+  EXPECT_EQ("is owned by uid 1000", Base::ObjectionToComponent(true, anns, kRoot));
   EXPECT_EQ("", Base::ObjectionToComponent(false, anns, kBob));
   EXPECT_EQ("", Base::ObjectionToComponent(false, anns, kRoot));
   EXPECT_EQ("", Base::ObjectionToComponent(true, Entry(S_IFLNK | 0777, kRoot), kBob));
@@ -70,7 +70,8 @@ struct FileRule {
 
 const FileRule kFiles[] = {
     {"owned by root, used by root", false, S_IFREG | 0644, kRoot, 1, kRoot, ""},
-    {"owned by a user, used by root", false, S_IFREG | 0644, kAnn, 1, kRoot, "belongs to uid 1000"},
+    {"owned by a user, used by root", false, S_IFREG | 0644, kAnn, 1, kRoot,
+     "is owned by uid 1000"},
     {"owned by root, writable by a group", false, S_IFREG | 0664, kRoot, 1, kRoot, kOthers},
     {"owned by root, writable by all", false, S_IFREG | 0646, kRoot, 1, kRoot, kOthers},
     {"two hard links, private directory", false, S_IFREG | 0644, kRoot, 2, kRoot, ""},
@@ -81,12 +82,12 @@ const FileRule kFiles[] = {
      "has a second hard link"},
     {"owned by root, used by a user", true, S_IFREG | 0644, kRoot, 1, kAnn, ""},
     {"owned by another user, shared directory", true, S_IFREG | 0644, kBob, 1, kAnn,
-     "belongs to uid 1001"},
+     "is owned by uid 1001"},
     {"owned by another user, private directory", false, S_IFREG | 0666, kBob, 1, kAnn, ""},
     {"character device", true, S_IFCHR | 0666, kBob, 1, kRoot, ""},
     {"block device", true, S_IFBLK | 0666, kBob, 1, kRoot, ""},
     {"directory with three hard links", true, S_IFDIR | 0777, kRoot, 3, kRoot, ""},
-    {"directory of another user", true, S_IFDIR | 0755, kBob, 2, kRoot, "belongs to uid 1001"},
+    {"directory of another user", true, S_IFDIR | 0755, kBob, 2, kRoot, "is owned by uid 1001"},
 };
 
 TEST(TrustRules, CheckFiles) {
@@ -101,8 +102,9 @@ TEST(TrustRules, CheckFiles) {
 const Rule kCode[] = {
     {"owned by root, used by a user", S_IFREG | 0755, kRoot, 0, kAnn, ""},
     {"owned by a user, used by that user", S_IFREG | 0755, kAnn, 1000, kAnn, ""},
-    {"owned by a user, used by root", S_IFREG | 0755, kAnn, 1000, kRoot, "belongs to uid 1000"},
-    {"owned by one user, used by another", S_IFREG | 0755, kBob, 1001, kAnn, "belongs to uid 1001"},
+    {"owned by a user, used by root", S_IFREG | 0755, kAnn, 1000, kRoot, "is owned by uid 1000"},
+    {"owned by one user, used by another", S_IFREG | 0755, kBob, 1001, kAnn,
+     "is owned by uid 1001"},
     {"writable by all", S_IFREG | 0757, kAnn, 1000, kAnn, kOthers},
     {"writable by the user's group", S_IFREG | 0775, kAnn, 1000, kAnn, ""},
     {"owned by root, writable by a group", S_IFREG | 0775, kRoot, 1000, kRoot, kOthers},

@@ -106,25 +106,25 @@ TEST_F(TrustedDirectoryAsRoot, DoesNotCheckTheDirectoryItself) {
 
 TEST_F(TrustedDirectoryAsRoot, ReportsTheRejectedDirectory) {
   const auto theirs = WithOwner(Directory("theirs", 0755));
-  EXPECT_EQ("theirs belongs to uid 65534", ToFile(theirs / "file"));
-  EXPECT_EQ("theirs belongs to uid 65534",
+  EXPECT_EQ("theirs is owned by uid 65534", ToFile(theirs / "file"));
+  EXPECT_EQ("theirs is owned by uid 65534",
             ToFile(m_Directory.Path() / "no" / ".." / "theirs" / "file", kCreating));
-  EXPECT_EQ("theirs belongs to uid 65534",
+  EXPECT_EQ("theirs is owned by uid 65534",
             ToFile(Link(theirs, m_Directory.Path() / "link") / "file"));
 }
 
 TEST_F(TrustedDirectoryAsRoot, RejectsALinkOfAnotherUserInASharedDirectory) {
   const auto own = Directory("own", 0755);
   const auto link = WithOwner(Link(own, Directory("shared", 01777) / "link"));
-  EXPECT_EQ("shared/link belongs to uid 65534", ToFile(link / "file"));
-  EXPECT_EQ("shared/link belongs to uid 65534", ToDirectory(link));
+  EXPECT_EQ("shared/link is owned by uid 65534", ToFile(link / "file"));
+  EXPECT_EQ("shared/link is owned by uid 65534", ToDirectory(link));
 }
 
 TEST_F(TrustedDirectoryAsRoot, RejectsALinkOfAnotherUserInAClosedDirectoryOnRequest) {
   const auto own = Directory("own", 0755);
   const auto link = WithOwner(Link(own, m_Directory.Path() / "link"));
   EXPECT_EQ("own/file", ToFile(link / "file"));
-  EXPECT_EQ("link belongs to uid 65534", ToFile(link / "file", kStrict));
+  EXPECT_EQ("link is owned by uid 65534", ToFile(link / "file", kStrict));
   EXPECT_EQ("own/", ToDirectory(link));
 }
 

@@ -97,7 +97,7 @@ TEST_F(TrustedPath, ChecksTheOpenedFileAgain) {
   if (IsRoot()) {
     WithOwner(shared / "file");
     EXPECT_EQ(Base::ObjectionToOpened(before, opened),
-              (shared / "file").string() + " belongs to uid 65534");
+              (shared / "file").string() + " is owned by uid 65534");
   }
   EXPECT_EQ(Base::ObjectionToOpened(before, Base::Descriptor()), "");
 }
@@ -120,16 +120,16 @@ TEST_F(TrustedPathAsRoot, RejectsFilesAndLinksOfAnotherUser) {
   const auto shared = Directory("shared", 01777);
   const auto own = Directory("own", 0755);
   File(own / "target");
-  EXPECT_EQ(ObjectionTo(WithOwner(File(shared / "file"))), "shared/file belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo(WithOwner(File(shared / "file"))), "shared/file is owned by uid 65534");
   EXPECT_EQ(ObjectionTo(WithOwner(Link(own / "target", shared / "link"))),
-            "shared/link belongs to uid 65534");
+            "shared/link is owned by uid 65534");
   EXPECT_EQ(ObjectionTo(WithOwner(Link(own / "missing", shared / "dangling"))),
-            "shared/dangling belongs to uid 65534");
+            "shared/dangling is owned by uid 65534");
   EXPECT_EQ(ObjectionTo(WithOwner(Link(own, shared / "dirlink")) / "target"),
-            "shared/dirlink belongs to uid 65534");
+            "shared/dirlink is owned by uid 65534");
   EXPECT_EQ(ObjectionTo(WithOwner(Directory("shared/theirs", 0755)) / "file"),
-            "shared/theirs belongs to uid 65534");
-  EXPECT_EQ(ObjectionTo(WithOwner(File(own / "file"))), "own/file belongs to uid 65534");
+            "shared/theirs is owned by uid 65534");
+  EXPECT_EQ(ObjectionTo(WithOwner(File(own / "file"))), "own/file is owned by uid 65534");
 }
 
 TEST_F(TrustedPathAsRoot, RejectsFilesAndDirectoriesThatOthersCanWrite) {
@@ -162,7 +162,7 @@ TEST_F(TrustedPathAsRoot, RejectsFilesThatAnAccessListLetsOthersWrite) {
 TEST_F(TrustedPathAsRoot, ChecksTheDirectoriesAfterAMissingOne) {
   WithOwner(Directory("theirs", 0755));
   EXPECT_EQ(ObjectionTo(Directory("own", 0755) / "missing" / ".." / ".." / "theirs" / "file"),
-            "theirs belongs to uid 65534");
+            "theirs is owned by uid 65534");
 }
 
 // Links in /proc may lead to a directory of any user.
@@ -171,13 +171,13 @@ TEST_F(TrustedPathAsRoot, ChecksTheDirectoriesThatProcLinksTo) {
   const auto inside = Directory("theirs/inside", 0755);
   const auto before = fs::current_path();
   fs::current_path(inside);
-  EXPECT_EQ(ObjectionTo("/proc/self/cwd/file"), "theirs belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo("/proc/self/cwd/file"), "theirs is owned by uid 65534");
   fs::current_path(before);
   EXPECT_EQ(ObjectionTo("/proc/self/root" + theirs.string() + "/file"),
-            "theirs belongs to uid 65534");
+            "theirs is owned by uid 65534");
   const int directory = open(inside.c_str(), O_PATH | O_CLOEXEC);
   EXPECT_EQ(ObjectionTo("/proc/self/fd/" + std::to_string(directory) + "/file"),
-            "theirs belongs to uid 65534");
+            "theirs is owned by uid 65534");
   close(directory);
 }
 
@@ -197,8 +197,8 @@ TEST_F(TrustedPathAsRoot, RejectsFilesOfOthersInASharedDirectoryForAnOrdinaryUse
   WithOwner(File(shared / "file", 0666), 1);
   WithOwner(Link("/etc", shared / "link"), 1);
   const AsUser user(kOtherUser);
-  EXPECT_EQ(ObjectionTo(shared / "file"), "shared/file belongs to uid 1");
-  EXPECT_EQ(ObjectionTo(shared / "link" / "passwd"), "shared/link belongs to uid 1");
+  EXPECT_EQ(ObjectionTo(shared / "file"), "shared/file is owned by uid 1");
+  EXPECT_EQ(ObjectionTo(shared / "link" / "passwd"), "shared/link is owned by uid 1");
 }
 
 // The other user can replace the contents of the directory at any time.
@@ -209,9 +209,9 @@ TEST_F(TrustedPathAsRoot, RejectsDirectoriesOfOthersInASharedDirectoryForAnOrdin
   WithOwner(Directory("shared/own", 0755), kOtherUser);
   WithOwner(File(Directory("shared/of-root", 0755) / "file"), kOtherUser);
   const AsUser user(kOtherUser);
-  EXPECT_EQ(ObjectionTo(theirs), "shared/theirs belongs to uid 1");
-  EXPECT_EQ(ObjectionTo(theirs / "file"), "shared/theirs belongs to uid 1");
-  EXPECT_EQ(ObjectionTo(theirs / "missing"), "shared/theirs belongs to uid 1");
+  EXPECT_EQ(ObjectionTo(theirs), "shared/theirs is owned by uid 1");
+  EXPECT_EQ(ObjectionTo(theirs / "file"), "shared/theirs is owned by uid 1");
+  EXPECT_EQ(ObjectionTo(theirs / "missing"), "shared/theirs is owned by uid 1");
   EXPECT_EQ(Resolved(theirs / "below" / "file"), (theirs / "below" / "file").string());
   EXPECT_EQ(ObjectionTo(shared / "own" / "file"), "");
   EXPECT_EQ(ObjectionTo(shared / "of-root" / "file"), "");
@@ -236,7 +236,7 @@ TEST_F(TrustedPathAsRoot, ReportsTheRejectedLinkOfAnUnresolvablePath) {
   for (int i = 0; i < 40; ++i)
     Link("l" + std::to_string(i + 1), shared / ("l" + std::to_string(i)));
   WithOwner(Link("file", shared / "l40"));
-  EXPECT_EQ(ObjectionTo(shared / "l0"), "shared/l40 belongs to uid 65534");
+  EXPECT_EQ(ObjectionTo(shared / "l0"), "shared/l40 is owned by uid 65534");
 }
 
 }  // namespace

@@ -5,44 +5,44 @@
 namespace {
 
 // The limits of a C type, and a value beyond them.
-struct Edge {
+struct TypeLimits {
   std::string given;
   std::string read;
-  std::string refused;
+  std::string rejected;
 };
 
 template <typename T>
-Edge EdgeOf();
+TypeLimits LimitsOf();
 template <>
-Edge EdgeOf<const char*>() {
+TypeLimits LimitsOf<const char*>() {
   return {"\"a \\\"b\\\"\"", "a \"b\"", "\"zero\\u0000byte\""};
 }
 template <>
-Edge EdgeOf<bool>() {
+TypeLimits LimitsOf<bool>() {
   return {"true", "true", "1"};
 }
 template <>
-Edge EdgeOf<uint8_t>() {
+TypeLimits LimitsOf<uint8_t>() {
   return {"255", "255", "256"};
 }
 template <>
-Edge EdgeOf<uint16_t>() {
+TypeLimits LimitsOf<uint16_t>() {
   return {"65535", "65535", "65536"};
 }
 template <>
-Edge EdgeOf<uint32_t>() {
+TypeLimits LimitsOf<uint32_t>() {
   return {"4294967295", "4294967295", "4294967296"};
 }
 template <>
-Edge EdgeOf<uint64_t>() {
+TypeLimits LimitsOf<uint64_t>() {
   return {"18446744073709551615", "18446744073709551615", "18446744073709551616"};
 }
 template <>
-Edge EdgeOf<int32_t>() {
+TypeLimits LimitsOf<int32_t>() {
   return {"-2147483648", "-2147483648", "-2147483649"};
 }
 template <>
-Edge EdgeOf<float>() {
+TypeLimits LimitsOf<float>() {
   return {"36.25", "36.25", "1e39"};
 }
 
@@ -67,19 +67,19 @@ enum class Owner { Card, Adapter, Format };
 struct Row {
   const char* name;
   Owner owner;
-  Edge edge;
+  TypeLimits limits;
   bool (*has)(void*, vsl_error_record*);
   std::string (*read)(void*, vsl_error_record*);
 };
 
 #define CARD_ROW(type, name)                                                           \
   Row{#name, std::string(#name) == "power_limit_watts" ? Owner::Adapter : Owner::Card, \
-      EdgeOf<type>(), vsl_has_##name,                                                  \
+      LimitsOf<type>(), vsl_has_##name,                                                \
       [](void* handle, vsl_error_record* err) { return Rendered(vsl_##name(handle, err)); }},
-#define FORMAT_ROW(type, name)                                                       \
-  Row{"iom_format_" #name, Owner::Format, EdgeOf<type>(), vsl_iom_format_has_##name, \
-      [](void* handle, vsl_error_record* err) {                                      \
-        return Rendered(vsl_iom_format_##name(handle, err));                         \
+#define FORMAT_ROW(type, name)                                                         \
+  Row{"iom_format_" #name, Owner::Format, LimitsOf<type>(), vsl_iom_format_has_##name, \
+      [](void* handle, vsl_error_record* err) {                                        \
+        return Rendered(vsl_iom_format_##name(handle, err));                           \
       }},
 
 std::vector<Row> Rows() {
@@ -107,16 +107,16 @@ class EveryAttribute : public SimulatedCards, public ::testing::WithParamInterfa
 };
 
 TEST_P(EveryAttribute, ReturnsTheLimitsOfItsTypeUnchanged) {
-  File().Set("card0", GetParam().name, GetParam().edge.given);
+  File().Set("card0", GetParam().name, GetParam().limits.given);
   void* handle = Handle();
   EXPECT_TRUE(GetParam().has(handle, &m_Error));
-  EXPECT_EQ(GetParam().edge.read, GetParam().read(handle, &m_Error));
+  EXPECT_EQ(GetParam().limits.read, GetParam().read(handle, &m_Error));
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
 TEST_P(EveryAttribute, RejectsValuesOutOfRange) {
   const std::string before = Slurp();
-  const auto set = [&] { File().Set("card0", GetParam().name, GetParam().edge.refused); };
+  const auto set = [&] { File().Set("card0", GetParam().name, GetParam().limits.rejected); };
   EXPECT_EQ(0U, ErrorOf(set).find(std::string(GetParam().name) + ": must ")) << ErrorOf(set);
   EXPECT_EQ(before, Slurp());
 }
@@ -143,7 +143,7 @@ TEST(AttributeRows, Cover41CardAnd8FormatAttributes) {
 
 using Attributes = SimulatedCards;
 
-TEST_F(Attributes, WithoutAHasFunctionAreReadDirectly) {
+TEST_F(Attributes, CanBeReadWithoutAHasFunction) {
   StartWithCard();
   File().Set("card0", "pci_device_id", "0xBEEF");
   File().Set("card0", "reserve_status", "2");
@@ -152,7 +152,7 @@ TEST_F(Attributes, WithoutAHasFunctionAreReadDirectly) {
   EXPECT_EQ(2U, vsl_reserve_status(card, &m_Error));
 }
 
-TEST_F(Attributes, HaveSizeModesIfTheCardHasThem) {
+TEST_F(Attributes, HasSizeModeReflectsTheCard) {
   StartWithCard();
   for (const bool expected : {true, false}) {
     File().Set("card0", "iom_format_size_mode", expected ? "true" : "false");

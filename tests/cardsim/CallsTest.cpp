@@ -80,7 +80,7 @@ TEST_F(Calls, AFailedReadReturnsAnEmptyValue) {
   EXPECT_STREQ("Flash Adapter 785GB", vsl_board_name(card, &m_Error));
 }
 
-TEST_F(Calls, AFailedCallHasNoEffect) {
+TEST_F(Calls, AFailedCallDoesNotChangeTheCard) {
   StartWithCard();
   CardSim::FailCall("vsl_destroy", 1, 5, "requested");
   CardSim::FailCall("vsl_set_beacon_state", 1, 5, "requested");

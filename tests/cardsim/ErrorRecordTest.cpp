@@ -4,7 +4,7 @@
 namespace {
 
 // Valid handles for the calls.
-struct Things {
+struct CallHandles {
   void* card;
   void* adapter;
   void* format;
@@ -17,69 +17,72 @@ struct Things {
 struct Call {
   const char* name;
   const char* handle;  // its description after a space, or empty
-  void (*make)(Things&);
+  void (*make)(CallHandles&);
 };
 
 #define CARD_PAIR(type, name)                                                                   \
   {"vsl_has_" #name, std::string_view(#name) == "power_limit_watts" ? " adapter#1" : " card#1", \
-   [](Things& t) { vsl_has_##name(HandleFor(#name, t), nullptr); }},                            \
+   [](CallHandles& t) { vsl_has_##name(HandleFor(#name, t), nullptr); }},                       \
       {"vsl_" #name, std::string_view(#name) == "power_limit_watts" ? " adapter#1" : " card#1", \
-       [](Things& t) { vsl_##name(HandleFor(#name, t), nullptr); }},
-#define FORMAT_PAIR(type, name)                                      \
-  {"vsl_iom_format_has_" #name, " format#1",                         \
-   [](Things& t) { vsl_iom_format_has_##name(t.format, nullptr); }}, \
-      {"vsl_iom_format_" #name, " format#1",                         \
-       [](Things& t) { vsl_iom_format_##name(t.format, nullptr); }},
+       [](CallHandles& t) { vsl_##name(HandleFor(#name, t), nullptr); }},
+#define FORMAT_PAIR(type, name)                                           \
+  {"vsl_iom_format_has_" #name, " format#1",                              \
+   [](CallHandles& t) { vsl_iom_format_has_##name(t.format, nullptr); }}, \
+      {"vsl_iom_format_" #name, " format#1",                              \
+       [](CallHandles& t) { vsl_iom_format_##name(t.format, nullptr); }},
 
-void* HandleFor(std::string_view attribute, const Things& things) {
-  return attribute == "power_limit_watts" ? things.adapter : things.card;
+void* HandleFor(std::string_view attribute, const CallHandles& handles) {
+  return attribute == "power_limit_watts" ? handles.adapter : handles.card;
 }
 
 const Call kCalls[] = {
-    VSL_CARD_ATTRIBUTES(CARD_PAIR)
-        VSL_FORMAT_ATTRIBUTES(FORMAT_PAIR){"vsl_init", "", [](Things&) { vsl_init(0, nullptr); }},
-    {"vsl_iom_iterate", " iterated#1", [](Things& t) { vsl_iom_iterate(&t.iterated, 1, nullptr); }},
+    VSL_CARD_ATTRIBUTES(CARD_PAIR) VSL_FORMAT_ATTRIBUTES(FORMAT_PAIR){
+        "vsl_init", "", [](CallHandles&) { vsl_init(0, nullptr); }},
+    {"vsl_iom_iterate", " iterated#1",
+     [](CallHandles& t) { vsl_iom_iterate(&t.iterated, 1, nullptr); }},
     {"vsl_iom_create_by_name", "",
-     [](Things& t) { vsl_iom_create_by_name("/dev/fct0", &t.other, nullptr); }},
+     [](CallHandles& t) { vsl_iom_create_by_name("/dev/fct0", &t.other, nullptr); }},
     {"vsl_open", " card#1",
-     [](Things& t) {
+     [](CallHandles& t) {
        vsl_error_record err;
        vsl_close(t.card, &err);
        vsl_open(t.card, nullptr);
      }},
-    {"vsl_close", " card#1", [](Things& t) { vsl_close(t.card, nullptr); }},
+    {"vsl_close", " card#1", [](CallHandles& t) { vsl_close(t.card, nullptr); }},
     {"vsl_adapter_create", " card#1",
-     [](Things& t) { vsl_adapter_create(t.card, &t.other, nullptr); }},
-    {"vsl_pci_device_id", " card#1", [](Things& t) { vsl_pci_device_id(t.card, nullptr); }},
-    {"vsl_reserve_status", " card#1", [](Things& t) { vsl_reserve_status(t.card, nullptr); }},
+     [](CallHandles& t) { vsl_adapter_create(t.card, &t.other, nullptr); }},
+    {"vsl_pci_device_id", " card#1", [](CallHandles& t) { vsl_pci_device_id(t.card, nullptr); }},
+    {"vsl_reserve_status", " card#1", [](CallHandles& t) { vsl_reserve_status(t.card, nullptr); }},
     {"vsl_iom_format_has_size_mode", " format#1",
-     [](Things& t) { vsl_iom_format_has_size_mode(t.format, nullptr); }},
+     [](CallHandles& t) { vsl_iom_format_has_size_mode(t.format, nullptr); }},
     {"vsl_set_beacon_state", " card#1",
-     [](Things& t) { vsl_set_beacon_state(t.card, 1, nullptr); }},
+     [](CallHandles& t) { vsl_set_beacon_state(t.card, 1, nullptr); }},
     {"vsl_vsu_iterate", " card#1",
-     [](Things& t) { vsl_vsu_iterate(t.card, &t.other, 1, nullptr); }},
-    {"vsl_vsu_state", " volume#1", [](Things& t) { vsl_vsu_state(t.volume, nullptr); }},
-    {"vsl_has_vsu_state", " volume#1", [](Things& t) { vsl_has_vsu_state(t.volume, nullptr); }},
-    {"vsl_set_vsu_state", " volume#1", [](Things& t) { vsl_set_vsu_state(t.volume, 0, nullptr); }},
+     [](CallHandles& t) { vsl_vsu_iterate(t.card, &t.other, 1, nullptr); }},
+    {"vsl_vsu_state", " volume#1", [](CallHandles& t) { vsl_vsu_state(t.volume, nullptr); }},
+    {"vsl_has_vsu_state", " volume#1",
+     [](CallHandles& t) { vsl_has_vsu_state(t.volume, nullptr); }},
+    {"vsl_set_vsu_state", " volume#1",
+     [](CallHandles& t) { vsl_set_vsu_state(t.volume, 0, nullptr); }},
     {"vsl_iom_attach_create", " card#1",
-     [](Things& t) { vsl_iom_attach_create(t.card, &t.other, nullptr); }},
+     [](CallHandles& t) { vsl_iom_attach_create(t.card, &t.other, nullptr); }},
     {"vsl_iom_detach_create", " card#1",
-     [](Things& t) { vsl_iom_detach_create(t.card, &t.other, nullptr); }},
+     [](CallHandles& t) { vsl_iom_detach_create(t.card, &t.other, nullptr); }},
     {"vsl_iom_detach_set_force", " detach#1",
-     [](Things& t) { vsl_iom_detach_set_force(t.detach, 1, nullptr); }},
+     [](CallHandles& t) { vsl_iom_detach_set_force(t.detach, 1, nullptr); }},
     {"vsl_iom_format_create", " card#1",
-     [](Things& t) { vsl_iom_format_create(t.card, &t.other, nullptr); }},
+     [](CallHandles& t) { vsl_iom_format_create(t.card, &t.other, nullptr); }},
     {"vsl_iom_format_set_size_mode", " format#1",
-     [](Things& t) { vsl_iom_format_set_size_mode(t.format, 11, nullptr); }},
+     [](CallHandles& t) { vsl_iom_format_set_size_mode(t.format, 11, nullptr); }},
     {"vsl_iom_format_set_size_bytes", " format#1",
-     [](Things& t) { vsl_iom_format_set_size_bytes(t.format, 512, nullptr); }},
+     [](CallHandles& t) { vsl_iom_format_set_size_bytes(t.format, 512, nullptr); }},
     {"vsl_iom_format_set_size_pct", " format#1",
-     [](Things& t) { vsl_iom_format_set_size_pct(t.format, 50, nullptr); }},
+     [](CallHandles& t) { vsl_iom_format_set_size_pct(t.format, 50, nullptr); }},
     {"vsl_iom_format_set_sector_size_bytes", " format#1",
-     [](Things& t) { vsl_iom_format_set_sector_size_bytes(t.format, 512, nullptr); }},
-    {"vsl_op_start", " detach#1", [](Things& t) { vsl_op_start(t.detach, nullptr); }},
+     [](CallHandles& t) { vsl_iom_format_set_sector_size_bytes(t.format, 512, nullptr); }},
+    {"vsl_op_start", " detach#1", [](CallHandles& t) { vsl_op_start(t.detach, nullptr); }},
     {"vsl_op_wait_for_result", " detach#1",
-     [](Things& t) {
+     [](CallHandles& t) {
        vsl_error_record err;
        vsl_op_start(t.detach, &err);
        vsl_op_wait_for_result(t.detach, nullptr);
@@ -101,7 +104,7 @@ class ErrorRecords : public SimulatedCards, public ::testing::WithParamInterface
     ASSERT_EQ("", Joined(CardSim::Misuse()));
   }
 
-  Things m_Things = {};
+  CallHandles m_Things = {};
 };
 
 TEST_P(ErrorRecords, AreRequiredByEveryFunctionWithThatParameter) {

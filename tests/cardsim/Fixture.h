@@ -42,7 +42,7 @@ class SimulatedCards : public ::testing::Test {
   std::filesystem::path Path() const { return m_Directory / "cards.json"; }
   CardSim::StateFile File() const { return CardSim::StateFile(Path()); }
 
-  // Starts the library with one card of this device id.
+  // Starts the library with one card of this device ID.
   void StartWithCard(std::uint16_t deviceId = 0x1003) {
     File().AddCard(deviceId);
     ASSERT_EQ(0U, vsl_init(0, &m_Error)) << m_Error.text;
@@ -84,7 +84,7 @@ class SimulatedCards : public ::testing::Test {
   vsl_error_record m_Error = {};
 };
 
-// Joins the lines with line feeds, to compare them as one text.
+// Joins the lines with line feeds, to compare them as one string.
 inline std::string Joined(const std::vector<std::string>& lines) {
   std::string text;
   for (const std::string& line : lines) text += (text.empty() ? "" : "\n") + line;

@@ -54,7 +54,7 @@ TEST_F(Format, ASizeInBytesSetsThePercentage) {
   EXPECT_EQ("800256 80 512", Outcome());
 }
 
-TEST_F(Format, WithoutOptionsKeepsSizeAndSector) {
+TEST_F(Format, KeepsSizeAndSectorWithoutOptions) {
   File().Set("card0", "iom_format_size_pct", "97");
   Run();
   EXPECT_EQ("999936 97 512", Outcome());
@@ -158,7 +158,7 @@ TEST_P(RefusedFormat, ReportsTheReason) {
 INSTANTIATE_TEST_SUITE_P(Table, RefusedFormat, ::testing::ValuesIn(kRefused),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Format, WithoutPowersOfTwoAcceptsAnySectorSizeInRange) {
+TEST_F(Format, AcceptsAnySectorSizeInRangeIfPowersOfTwoAreNotRequired) {
   File().Set("card0", "iom_format_power_of_two_sector_size", "false");
   File().Set("card0", "iom_format_sector_size_multiplier", "0");
   Make();

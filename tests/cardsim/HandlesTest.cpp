@@ -50,7 +50,7 @@ TEST_F(Handles, ANullVariableMayBeDestroyed) {
 }
 
 // A misuse of a handle, and the line that reports it.
-struct Wrong {
+struct MisuseCase {
   const char* name;
   void (*act)(void* card, void* err);
   const char* line;
@@ -148,7 +148,7 @@ void UseAfterNextIteration(void*, void* err) {
   EXPECT_FALSE(vsl_has_serial_number(old, Err(err)));
 }
 
-const Wrong kWrongs[] = {
+const MisuseCase kMisuseCases[] = {
     {"DestroyTwice", DestroyTwice, "vsl_destroy card#1: destroyed twice"},
     {"UseAfterDestroy", UseAfterDestroy, "vsl_open card#1: used after being destroyed"},
     {"ReadUnopened", ReadUnopened, "vsl_board_name card#1: the card is not open"},
@@ -176,7 +176,7 @@ const Wrong kWrongs[] = {
      "vsl_has_serial_number iterated#1: used after being destroyed"},
 };
 
-class MisusedHandles : public Handles, public ::testing::WithParamInterface<Wrong> {};
+class MisusedHandles : public Handles, public ::testing::WithParamInterface<MisuseCase> {};
 
 TEST_P(MisusedHandles, AreReportedAndRejected) {
   void* card = Named();
@@ -184,7 +184,7 @@ TEST_P(MisusedHandles, AreReportedAndRejected) {
   EXPECT_EQ(GetParam().line, Joined(CardSim::Misuse()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, MisusedHandles, ::testing::ValuesIn(kWrongs),
+INSTANTIATE_TEST_SUITE_P(Table, MisusedHandles, ::testing::ValuesIn(kMisuseCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Handles, AReadOfAnAbsentAttributeIsMisuse) {

@@ -21,13 +21,13 @@ class Output : public Program {
 };
 
 // A string of a card as JSON, and its printed form.
-struct Shown {
+struct EscapedString {
   const char* name;
   const char* json;
   const char* shown;
 };
 
-const Shown kShown[] = {
+const EscapedString kEscapedStrings[] = {
     {"Escape", R"("a\u001b[31mb")", "a\\x1b[31mb"},
     {"Bell", R"("a\u0007b")", "a\\x07b"},
     {"LineBreak", R"("a\nb")", "a\\x0ab"},
@@ -59,7 +59,7 @@ const Shown kShown[] = {
     {"ManyBytes", R"("äß€😀")", "äß€😀"},
 };
 
-class ShownTexts : public Output, public ::testing::WithParamInterface<Shown> {};
+class ShownTexts : public Output, public ::testing::WithParamInterface<EscapedString> {};
 
 TEST_P(ShownTexts, AreTheSameInEveryCommand) {
   const std::string shown = GetParam().shown;
@@ -69,18 +69,18 @@ TEST_P(ShownTexts, AreTheSameInEveryCommand) {
   EXPECT_EQ("card0: serial_number " + shown + " -> x\n[0]", Run("set card0 serial_number x"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ShownTexts, ::testing::ValuesIn(kShown),
+INSTANTIATE_TEST_SUITE_P(Table, ShownTexts, ::testing::ValuesIn(kEscapedStrings),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // Arguments, quoted for bash with `$'...'`, and the output. Bytes that are not valid UTF-8 are
 // escaped as bytes.
-struct Printed {
+struct PrintedArguments {
   const char* name;
   const char* arguments;
   const char* output;
 };
 
-const Printed kPrinted[] = {
+const PrintedArguments kPrintedArguments[] = {
     {"Card", "get $'c\\e[2J' pci_bus", "cardsim: no card named c\\x1b[2J\n[3]"},
     {"Attribute", "get card0 $'a\\nb'", "cardsim: unknown attribute a\\x0ab\n[3]"},
     {"Bit", "raise card0 $'\\u202e'", "cardsim: unknown status bit \\u202e\n[3]"},
@@ -98,7 +98,7 @@ const Printed kPrinted[] = {
      "cardsim: /no\\x1b\\u009b/file: no such file; `cardsim new` creates one\n[1]"},
 };
 
-class PrintedTexts : public Output, public ::testing::WithParamInterface<Printed> {};
+class PrintedTexts : public Output, public ::testing::WithParamInterface<PrintedArguments> {};
 
 TEST_P(PrintedTexts, ArePrintedEscaped) {
   const std::string script = (m_Directory / "script").string();
@@ -108,10 +108,10 @@ TEST_P(PrintedTexts, ArePrintedEscaped) {
   EXPECT_EQ(GetParam().output, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kPrinted),
+INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kPrintedArguments),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Output, EscapesTheTextsOfAScenario) {
+TEST_F(Output, EscapesTheStringsOfAScenario) {
   const auto scenario = m_Directory / "scenario.json";
   std::ofstream(scenario) << R"({"title": "a\u202eb", "steps": [
       {"do": "clear-failure", "what": "vsl_open", "say": "c\u009bd"}]})";
@@ -126,7 +126,7 @@ TEST_F(Output, EscapesTheFileNameInHelp) {
 }
 
 // A command, and the end of its message when the output could not be written.
-struct Lost {
+struct LostOutputCase {
   const char* name;
   const char* arguments;
   const char* rest;
@@ -134,7 +134,7 @@ struct Lost {
 
 constexpr const char* kSaved = "; the change is saved";
 
-const Lost kLost[] = {
+const LostOutputCase kLostOutputs[] = {
     {"New", "new --force", kSaved},
     {"Add", "add 0x1003", kSaved},
     {"Remove", "remove card0", kSaved},
@@ -152,7 +152,7 @@ const Lost kLost[] = {
     {"HelpOfACommand", "set --help", ""},
 };
 
-class LostOutput : public Output, public ::testing::WithParamInterface<Lost> {
+class LostOutput : public Output, public ::testing::WithParamInterface<LostOutputCase> {
  protected:
   std::string RunInto(const char* target) {
     std::ofstream(m_Directory / "scenario.json")
@@ -170,19 +170,19 @@ TEST_P(LostOutput, OnAFullDeviceExitsWith1) {
             RunInto("/dev/full"));
 }
 
-TEST_P(LostOutput, OnAClosedStreamExitsWith1AndHarmsNoFile) {
+TEST_P(LostOutput, OnAClosedStreamExitsWith1AndLeavesFilesIntact) {
   EXPECT_EQ("cardsim: cannot write standard output: Bad file descriptor" +
                 std::string(GetParam().rest) + "\n[1]",
             RunInto("&-"));
   EXPECT_EQ("no error", ErrorOf([this] { File().Cards(); }));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, LostOutput, ::testing::ValuesIn(kLost),
+INSTANTIATE_TEST_SUITE_P(Table, LostOutput, ::testing::ValuesIn(kLostOutputs),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Output, EveryCommandHasARow) {
   std::set<std::string> rows;
-  for (const Lost& row : kLost) {
+  for (const LostOutputCase& row : kLostOutputs) {
     const std::string arguments = row.arguments;
     rows.insert(arguments.substr(0, arguments.find(' ')));
   }
@@ -196,7 +196,7 @@ TEST_F(Output, ALongListOnAFullDeviceExitsWith1) {
             RunInto("/dev/full", "list"));
 }
 
-TEST_F(Output, WithoutStandardStreamsTheFileIsIntact) {
+TEST_F(Output, LeavesTheFileIntactWithoutStandardStreams) {
   EXPECT_EQ("[1]", RunInto("&- <&- 2>&-", "raise card0 FLASHBACK"));
   EXPECT_EQ("256", File().Get("card0", "current_errors"));
 }

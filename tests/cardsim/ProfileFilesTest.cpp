@@ -170,7 +170,7 @@ TEST_P(BadProfile, IsReportedAndNothingChanges) {
   const std::string before = Slurp();
   const std::string error = "cardsim: " + PathOf("odd").string() + GetParam().error + "\n[1]";
   EXPECT_EQ(error, Run("add odd"));
-  // A search by device id reads every file.
+  // A search by device ID reads every file.
   EXPECT_EQ(error, Run("add 9999"));
   EXPECT_EQ(before, Slurp());
 }

@@ -12,10 +12,10 @@
 
 class Program : public SimulatedCards {
  protected:
-  // Runs `cardsim` with these arguments. Returns its output, errors and exit code as one text.
+  // Runs `cardsim` with these arguments. Returns its output, errors and exit code as one string.
   std::string Run(const std::string& arguments) { return RunOf(CARDSIM_PROGRAM, arguments); }
 
-  // As `Run`, for a copy of the program.
+  // Like `Run`, for a copy of the program.
   std::string RunOf(const std::string& program, const std::string& arguments) {
     const std::string out = (m_Directory / "out").string();
     const std::string err = (m_Directory / "err").string();

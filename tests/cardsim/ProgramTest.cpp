@@ -126,7 +126,7 @@ TEST_F(Program, PrintsHelp) {
           ")\n"
           "\n"
           "Commands:\n"
-          "  new                       create a file without cards\n"
+          "  new                       create a state file without cards\n"
           "  add                       add cards\n"
           "  remove                    remove a card\n"
           "  list                      list the cards\n"
@@ -135,9 +135,9 @@ TEST_F(Program, PrintsHelp) {
           "  get                       show an attribute of a card\n"
           "  raise                     set a status bit of a card\n"
           "  clear                     clear a status bit of a card\n"
-          "  fail                      make every call of a library function fail, in all "
+          "  fail                      make every call to a library function fail, in all "
           "processes\n"
-          "  clear-failure             let a function work again\n"
+          "  clear-failure             clear the failure set with fail\n"
           "  play                      play a scenario; Ctrl-C stops it\n"
           "\n[0]",
       Run("--help"));

@@ -16,43 +16,43 @@ using CorvaneTest::AreAscending;
 using Ids = std::vector<std::uint64_t>;
 using Properties = std::vector<PI::CProperty>;
 
-// A record starts with its vtable pointer, followed by its first field.
+// The first field follows the vtable pointer at the start of the record.
 template <class Record>
-constexpr bool StartsWith(std::size_t offset) {
+constexpr bool IsFirstField(std::size_t offset) {
   return std::has_virtual_destructor_v<Record> && offset == sizeof(void*);
 }
 
 #define AT(field) offsetof(Record, field)
-#define IS(field, type) static_assert(std::is_same_v<decltype(Record::field), type>)
+#define HAS_TYPE(field, type) static_assert(std::is_same_v<decltype(Record::field), type>)
 
 struct ObjectLayout {
   using Record = PI::CObject;
-  IS(m_ID, std::uint64_t);
-  IS(m_ObjectType, std::uint32_t);
-  IS(m_Parents, Ids);
-  IS(m_Children, Ids);
-  IS(m_ChangeCount, std::uint64_t);
-  IS(m_Locked, bool);
-  IS(m_Properties, Properties);
-  IS(m_Operations, std::vector<PI::COperation>);
-  static_assert(StartsWith<Record>(AT(m_ID)));
+  HAS_TYPE(m_ID, std::uint64_t);
+  HAS_TYPE(m_ObjectType, std::uint32_t);
+  HAS_TYPE(m_Parents, Ids);
+  HAS_TYPE(m_Children, Ids);
+  HAS_TYPE(m_ChangeCount, std::uint64_t);
+  HAS_TYPE(m_Locked, bool);
+  HAS_TYPE(m_Properties, Properties);
+  HAS_TYPE(m_Operations, std::vector<PI::COperation>);
+  static_assert(IsFirstField<Record>(AT(m_ID)));
   static_assert(AreAscending(AT(m_ID), AT(m_ObjectType), AT(m_Parents), AT(m_Children),
                              AT(m_ChangeCount), AT(m_Locked), AT(m_Properties), AT(m_Operations)));
 };
 
 struct PropertyLayout {
   using Record = PI::CProperty;
-  IS(m_PropertyID, std::uint32_t);
-  IS(m_NameID, std::uint32_t);
-  IS(m_Visible, std::uint32_t);
-  IS(m_SortKey, std::uint32_t);
-  IS(m_Indicator, std::uint32_t);
-  IS(m_ValueType, std::uint32_t);
-  IS(m_Format, std::uint32_t);
-  IS(m_Units, PI::_UNITS);
-  IS(m_UnitsFixed, bool);
+  HAS_TYPE(m_PropertyID, std::uint32_t);
+  HAS_TYPE(m_NameID, std::uint32_t);
+  HAS_TYPE(m_Visible, std::uint32_t);
+  HAS_TYPE(m_SortKey, std::uint32_t);
+  HAS_TYPE(m_Indicator, std::uint32_t);
+  HAS_TYPE(m_ValueType, std::uint32_t);
+  HAS_TYPE(m_Format, std::uint32_t);
+  HAS_TYPE(m_Units, PI::_UNITS);
+  HAS_TYPE(m_UnitsFixed, bool);
   static_assert(sizeof(PI::_UNITS) == 4);
-  static_assert(StartsWith<Record>(AT(m_PropertyID)));
+  static_assert(IsFirstField<Record>(AT(m_PropertyID)));
   static_assert(AreAscending(AT(m_PropertyID), AT(m_NameID), AT(m_Visible), AT(m_SortKey),
                              AT(m_Indicator), AT(m_ValueType), AT(m_Format), AT(m_Units),
                              AT(m_UnitsFixed), AT(m_Value)));
@@ -61,12 +61,12 @@ struct PropertyLayout {
 
 struct ValueHolderLayout {
   using Record = decltype(PI::CProperty::m_Value);
-  IS(m_Choice, PI::CChoiceData);
-  IS(m_String, PI::CStringData);
-  IS(m_MultiValue, PI::CMultiValueData);
-  IS(m_MultiLong, PI::CMultiLongData);
-  IS(m_XML, PI::CXMLData);
-  IS(m_MultiString, PI::CMultiStringData);
+  HAS_TYPE(m_Choice, PI::CChoiceData);
+  HAS_TYPE(m_String, PI::CStringData);
+  HAS_TYPE(m_MultiValue, PI::CMultiValueData);
+  HAS_TYPE(m_MultiLong, PI::CMultiLongData);
+  HAS_TYPE(m_XML, PI::CXMLData);
+  HAS_TYPE(m_MultiString, PI::CMultiStringData);
   static_assert(sizeof(Record::m_Number) == 8 && sizeof(Record::m_Float) == 4);
   static_assert(AT(m_Choice) == 0);
   static_assert(AreAscending(AT(m_Choice), AT(m_String), AT(m_Integer), AT(m_Minimum),
@@ -76,48 +76,48 @@ struct ValueHolderLayout {
 
 struct ChoiceLayout {
   using Record = PI::CChoiceData;
-  IS(m_Value, std::int32_t);
-  IS(m_Allowed, std::vector<std::int32_t>);
-  static_assert(StartsWith<Record>(AT(m_Value)));
+  HAS_TYPE(m_Value, std::int32_t);
+  HAS_TYPE(m_Allowed, std::vector<std::int32_t>);
+  static_assert(IsFirstField<Record>(AT(m_Value)));
   static_assert(AreAscending(AT(m_Value), AT(m_Allowed)));
 };
 
 struct MultiValueLayout {
   using Record = PI::CMultiValueData;
-  IS(m_Values, std::vector<std::int32_t>);
-  IS(m_Allowed, std::vector<std::int32_t>);
-  static_assert(StartsWith<Record>(AT(m_Values)));
+  HAS_TYPE(m_Values, std::vector<std::int32_t>);
+  HAS_TYPE(m_Allowed, std::vector<std::int32_t>);
+  static_assert(IsFirstField<Record>(AT(m_Values)));
   static_assert(AreAscending(AT(m_Values), AT(m_Allowed)));
 };
 
 struct SmallHolderLayout {
-  static_assert(StartsWith<PI::CStringData>(offsetof(PI::CStringData, m_Text)));
-  static_assert(StartsWith<PI::CMultiLongData>(offsetof(PI::CMultiLongData, m_Values)));
-  static_assert(StartsWith<PI::CMultiStringData>(offsetof(PI::CMultiStringData, m_Texts)));
+  static_assert(IsFirstField<PI::CStringData>(offsetof(PI::CStringData, m_Text)));
+  static_assert(IsFirstField<PI::CMultiLongData>(offsetof(PI::CMultiLongData, m_Values)));
+  static_assert(IsFirstField<PI::CMultiStringData>(offsetof(PI::CMultiStringData, m_Texts)));
   static_assert(std::has_virtual_destructor_v<PI::CXMLData>);
   static_assert(sizeof(decltype(PI::CMultiLongData::m_Values)::value_type) == 8);
 };
 
 struct OperationLayout {
   using Record = PI::COperation;
-  IS(m_OperationID, std::uint32_t);
-  IS(m_NameID, std::uint32_t);
-  IS(m_Class, std::uint32_t);
-  IS(m_Properties, Properties);
-  IS(m_LogicalDrives, std::vector<PI::CLogicalDrive>);
-  IS(m_Levels, std::vector<PI::CLevel>);
-  IS(m_Migrations, std::vector<PI::CMigration>);
-  IS(m_Events, std::vector<PI::CEvent>);
-  IS(m_Partitions, std::vector<PI::CPartition>);
-  IS(m_Objects, std::vector<PI::CObject>);
-  IS(m_Access, std::uint32_t);
-  IS(m_Scope, std::uint32_t);
-  IS(m_ConfirmKind, std::uint32_t);
-  IS(m_ConfirmText, std::uint32_t);
-  IS(m_Timeout, std::int32_t);
-  IS(m_Flags, std::uint32_t);
-  IS(m_Async, bool);
-  static_assert(StartsWith<Record>(AT(m_OperationID)));
+  HAS_TYPE(m_OperationID, std::uint32_t);
+  HAS_TYPE(m_NameID, std::uint32_t);
+  HAS_TYPE(m_Class, std::uint32_t);
+  HAS_TYPE(m_Properties, Properties);
+  HAS_TYPE(m_LogicalDrives, std::vector<PI::CLogicalDrive>);
+  HAS_TYPE(m_Levels, std::vector<PI::CLevel>);
+  HAS_TYPE(m_Migrations, std::vector<PI::CMigration>);
+  HAS_TYPE(m_Events, std::vector<PI::CEvent>);
+  HAS_TYPE(m_Partitions, std::vector<PI::CPartition>);
+  HAS_TYPE(m_Objects, std::vector<PI::CObject>);
+  HAS_TYPE(m_Access, std::uint32_t);
+  HAS_TYPE(m_Scope, std::uint32_t);
+  HAS_TYPE(m_ConfirmKind, std::uint32_t);
+  HAS_TYPE(m_ConfirmText, std::uint32_t);
+  HAS_TYPE(m_Timeout, std::int32_t);
+  HAS_TYPE(m_Flags, std::uint32_t);
+  HAS_TYPE(m_Async, bool);
+  static_assert(IsFirstField<Record>(AT(m_OperationID)));
   static_assert(AreAscending(AT(m_OperationID), AT(m_NameID), AT(m_Class), AT(m_Properties),
                              AT(m_LogicalDrives), AT(m_Levels), AT(m_Migrations), AT(m_Events),
                              AT(m_Partitions), AT(m_Objects), AT(m_Access), AT(m_Scope),
@@ -127,12 +127,12 @@ struct OperationLayout {
 
 struct EventLayout {
   using Record = PI::CEvent;
-  IS(m_ObjectID, std::uint64_t);
-  IS(m_EventID, std::uint32_t);
-  IS(m_Severity, std::uint32_t);
-  IS(m_Time, std::uint64_t);
-  IS(m_SourceName, std::string);
-  static_assert(StartsWith<Record>(AT(m_ObjectID)));
+  HAS_TYPE(m_ObjectID, std::uint64_t);
+  HAS_TYPE(m_EventID, std::uint32_t);
+  HAS_TYPE(m_Severity, std::uint32_t);
+  HAS_TYPE(m_Time, std::uint64_t);
+  HAS_TYPE(m_SourceName, std::string);
+  static_assert(IsFirstField<Record>(AT(m_ObjectID)));
   static_assert(AreAscending(AT(m_ObjectID), AT(m_EventID), AT(m_Severity), AT(m_Time),
                              AT(m_SourceName), AT(m_PlaceHolders)));
   // Fifteen strings, starting with m_SourceName, end the record.
@@ -141,14 +141,14 @@ struct EventLayout {
 
 struct AdapterIdLayout {
   using Record = PI::CAdapterID;
-  IS(m_Name, std::string);
-  IS(m_Segment, std::uint32_t);
-  IS(m_Bus, std::uint32_t);
-  IS(m_Device, std::uint32_t);
-  IS(m_Function, std::uint32_t);
-  IS(m_AdapterNumber, std::uint32_t);
-  IS(m_GlobalNumber, std::int32_t);
-  static_assert(StartsWith<Record>(AT(m_Name)));
+  HAS_TYPE(m_Name, std::string);
+  HAS_TYPE(m_Segment, std::uint32_t);
+  HAS_TYPE(m_Bus, std::uint32_t);
+  HAS_TYPE(m_Device, std::uint32_t);
+  HAS_TYPE(m_Function, std::uint32_t);
+  HAS_TYPE(m_AdapterNumber, std::uint32_t);
+  HAS_TYPE(m_GlobalNumber, std::int32_t);
+  static_assert(IsFirstField<Record>(AT(m_Name)));
   static_assert(AreAscending(AT(m_Name), AT(m_Segment), AT(m_Bus), AT(m_Device), AT(m_Function),
                              AT(m_AdapterNumber), AT(m_GlobalNumber)));
 };
@@ -173,45 +173,45 @@ struct GlobalAdapterIdLayout {
 
 struct LogicalDriveLayout {
   using Record = PI::CLogicalDrive;
-  IS(m_Properties, Properties);
-  IS(m_Containers, std::vector<PI::CContainer>);
-  static_assert(StartsWith<Record>(AT(m_Level)));
+  HAS_TYPE(m_Properties, Properties);
+  HAS_TYPE(m_Containers, std::vector<PI::CContainer>);
+  static_assert(IsFirstField<Record>(AT(m_Level)));
   static_assert(AreAscending(AT(m_Level), AT(m_Properties), AT(m_Size), AT(m_Flags),
                              AT(m_Containers), AT(m_Spares), AT(m_Candidates), AT(m_Members)));
 };
 
 struct ContainerLayout {
   using Record = PI::CContainer;
-  IS(m_Drives, std::vector<PI::CDrive>);
-  static_assert(StartsWith<Record>(AT(m_Drives)));
+  HAS_TYPE(m_Drives, std::vector<PI::CDrive>);
+  static_assert(IsFirstField<Record>(AT(m_Drives)));
 };
 
 struct DriveLayout {
   using Record = PI::CDrive;
-  IS(m_Properties, Properties);
-  static_assert(StartsWith<Record>(AT(m_ID)));
+  HAS_TYPE(m_Properties, Properties);
+  static_assert(IsFirstField<Record>(AT(m_ID)));
   static_assert(AreAscending(AT(m_ID), AT(m_Offset), AT(m_Properties), AT(m_Size), AT(m_Flags)));
 };
 
 struct LevelLayout {
   using Record = PI::CLevel;
-  IS(m_Properties, Properties);
-  static_assert(StartsWith<Record>(AT(m_Level)));
+  HAS_TYPE(m_Properties, Properties);
+  static_assert(IsFirstField<Record>(AT(m_Level)));
   static_assert(AreAscending(AT(m_Level), AT(m_Depths), AT(m_Flags), AT(m_Properties)));
 };
 
 struct MigrationLayout {
   using Record = PI::CMigration;
-  IS(m_Properties, Properties);
-  static_assert(StartsWith<Record>(AT(m_From)));
+  HAS_TYPE(m_Properties, Properties);
+  static_assert(IsFirstField<Record>(AT(m_From)));
   static_assert(AreAscending(AT(m_From), AT(m_To), AT(m_Properties)));
 };
 
 struct PartitionLayout {
   using Record = PI::CPartition;
-  IS(m_Name, std::string);
-  IS(m_MountPoint, std::string);
-  static_assert(StartsWith<Record>(AT(m_Offset)));
+  HAS_TYPE(m_Name, std::string);
+  HAS_TYPE(m_MountPoint, std::string);
+  static_assert(IsFirstField<Record>(AT(m_Offset)));
   static_assert(AreAscending(AT(m_Offset), AT(m_Size), AT(m_Name), AT(m_MountPoint)));
 };
 

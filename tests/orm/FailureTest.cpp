@@ -28,7 +28,7 @@ const std::vector<NamedCall> kCalls = {
     {"remove_all",
      [](storage_t& storage) { storage.remove_all<Item>(where(is_equal(&Item::name, "x"))); }}};
 
-TEST(Failure, WithAnotherExceptionTypeIsNotConverted) {
+TEST(Failure, IsNotConvertedIfItsExceptionTypeDiffers) {
   for (const auto& [name, call] : kCalls) {
     SCOPED_TRACE(name);
     const auto database = std::make_shared<ScriptedDatabase>();
@@ -46,7 +46,7 @@ TEST(Failure, WithAnotherExceptionTypeIsNotConverted) {
   }
 }
 
-TEST(Failure, WithAnotherExceptionTypeIsNotConvertedWhileReadingTheKey) {
+TEST(Failure, IsNotConvertedWhileReadingTheKeyIfItsExceptionTypeDiffers) {
   const auto database = std::make_shared<ScriptedDatabase>();
   TableSetup setup;
   setup.autoKey = true;

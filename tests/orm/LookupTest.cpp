@@ -61,7 +61,7 @@ TEST(Lookup, FailsForAMissingColumn) {
   EXPECT_EQ(Thrown([&] { storage.stringFromExpression(&Item::id); }), "Empty colName exception!");
 }
 
-TEST(Lookup, FailsWithDifferentTextsForAliasAndColumn) {
+TEST(Lookup, FailsWithDifferentMessagesForAliasAndColumn) {
   storage_t storage;
   EXPECT_EQ(Thrown([&] { storage.extractAlias<Item>(); }),
             "Storage query exception thrown! No such model map exist.");

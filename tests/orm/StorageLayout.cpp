@@ -20,14 +20,14 @@ using CorvaneTest::AreAscending;
 using Row = Plugin;
 
 #define AT(field) offsetof(Record, field)
-#define IS(field, ...) static_assert(std::is_same_v<decltype(Record::field), __VA_ARGS__>)
+#define HAS_TYPE(field, ...) static_assert(std::is_same_v<decltype(Record::field), __VA_ARGS__>)
 
 struct StorageLayout {
   using Record = storage_t;
-  IS(useAlias, bool);
-  IS(dao, std::shared_ptr<DatabaseWrapper::DatabaseDAO>);
-  IS(tables, std::vector<std::shared_ptr<tableBase_t>>);
-  IS(modelMaps, std::vector<std::shared_ptr<dbModelFieldsMapBase>>);
+  HAS_TYPE(useAlias, bool);
+  HAS_TYPE(dao, std::shared_ptr<DatabaseWrapper::DatabaseDAO>);
+  HAS_TYPE(tables, std::vector<std::shared_ptr<tableBase_t>>);
+  HAS_TYPE(modelMaps, std::vector<std::shared_ptr<dbModelFieldsMapBase>>);
   static_assert(AreAscending(AT(useAlias), AT(dao), AT(tables), AT(modelMaps)));
   static_assert(AT(useAlias) == 0);
 };
@@ -37,13 +37,13 @@ using Fields = std::vector<dbModelField<Row, Field>>;
 
 struct MapLayout {
   using Record = dbModelFieldsMap<Row>;
-  IS(alias, std::string);
-  IS(columnCount, std::int32_t);
-  IS(intFields, Fields<int>);
-  IS(ulongFields, Fields<unsigned long>);
-  IS(stringFields, Fields<std::string>);
-  IS(listFields, Fields<std::vector<std::string>>);
-  IS(doubleFields, Fields<double>);
+  HAS_TYPE(alias, std::string);
+  HAS_TYPE(columnCount, std::int32_t);
+  HAS_TYPE(intFields, Fields<int>);
+  HAS_TYPE(ulongFields, Fields<unsigned long>);
+  HAS_TYPE(stringFields, Fields<std::string>);
+  HAS_TYPE(listFields, Fields<std::vector<std::string>>);
+  HAS_TYPE(doubleFields, Fields<double>);
   static_assert(AreAscending(AT(alias), AT(columnCount), AT(intFields), AT(ulongFields),
                              AT(stringFields), AT(listFields), AT(doubleFields)));
   static_assert(AT(alias) == sizeof(dbModelFieldsMapBase));
@@ -53,18 +53,18 @@ struct MapLayout {
 
 struct FieldLayout {
   using Record = dbModelField<Row, std::string>;
-  IS(member, std::string Row::*);
-  IS(name, std::string);
-  IS(index, std::int32_t);
+  HAS_TYPE(member, std::string Row::*);
+  HAS_TYPE(name, std::string);
+  HAS_TYPE(index, std::int32_t);
   static_assert(AreAscending(AT(member), AT(name), AT(index)));
   static_assert(AT(member) == 0);
 };
 
 struct TableLayout {
   using Record = table_t<Row>;
-  IS(foreignKeys, bool);
-  IS(name, std::string);
-  IS(columns, std::vector<std::shared_ptr<column_t<Row>>>);
+  HAS_TYPE(foreignKeys, bool);
+  HAS_TYPE(name, std::string);
+  HAS_TYPE(columns, std::vector<std::shared_ptr<column_t<Row>>>);
   static_assert(AreAscending(AT(foreignKeys), AT(name), AT(columns)));
   static_assert(AT(foreignKeys) == sizeof(tableBase_t));
   static_assert(std::is_base_of_v<tableBase_t, Record>);
@@ -72,7 +72,7 @@ struct TableLayout {
 
 struct ColumnLayout {
   using Record = column_t<Row>;
-  IS(autoIncrement, bool);
+  HAS_TYPE(autoIncrement, bool);
   static_assert(sizeof(Record::kind) == 4);
   static_assert(string_column == 0 && list_column == 1 && int_column == 2 && ulong_column == 3 &&
                 double_column == 4);

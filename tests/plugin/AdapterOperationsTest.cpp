@@ -111,7 +111,7 @@ TEST_P(CheckByState, UsesTheStateOfTheLastScan) {
   for (const auto& [operation, result] : wanted) {
     Forget();
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result) << operation;
-    // These return paths write no exit line.
+    // These return paths do not write an exit line.
     EXPECT_THAT(Results(), ElementsAre("16 ENTER CheckAdapterOperation operation=" +
                                        std::to_string(operation)));
     EXPECT_THAT(m_Host.Calls(), IsEmpty());

@@ -56,7 +56,7 @@ std::vector<std::uint32_t> IdsOf(OneCard& host) {
   return ids;
 }
 
-void ExpectNothingLeftOpen() {
+void ExpectNoLeaks() {
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
@@ -76,7 +76,7 @@ class AdapterReading : public testing::Test {
 TEST_F(AdapterReading, QueriesTheCardInTheOrderOfTheRows) {
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(ALL_IDS));
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(ALL_CALLS));
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 TEST_F(AdapterReading, TracesEntryExitAndTheCardsValues) {
@@ -122,7 +122,7 @@ TEST_F(AdapterReading, OpensTheCardEvenForARecordedRow) {
                                             "vsl_close card#1", "vsl_destroy card#1"))
         << id;
     EXPECT_THAT(m_Host.Traces(16), IsEmpty()) << id;
-    ExpectNothingLeftOpen();
+    ExpectNoLeaks();
   }
 }
 
@@ -157,7 +157,7 @@ TEST_P(AdapterReadingOfOneRow, CallsTheCardForThatRowOnly) {
   }
   expected.insert(expected.end(), {"vsl_close card#1", "vsl_destroy card#1"});
   EXPECT_THAT(host.Calls(), ElementsAreArray(expected));
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -194,7 +194,7 @@ TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeFound) {
   EXPECT_THAT(m_Host.Traces(16), IsEmpty());
   EXPECT_THAT(m_Host.Traces(2),
               ElementsAre("ENTER AdapterGetProperties (0)", "LEAVE AdapterGetProperties -> 0"));
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeOpened) {
@@ -203,14 +203,14 @@ TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardCannotBeOpened) {
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_destroy card#1"));
   EXPECT_THAT(m_Host.Traces(16), IsEmpty());
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardHasBeenRemoved) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   EXPECT_THAT(IdsOf(m_Host), ElementsAreArray(IdsWithout(LIVE)));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_destroy null"));
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
@@ -221,7 +221,7 @@ TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
       EXPECT_EQ(missing, LIVE.count(id) == 1) << function << " " << id;
     }
   }
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
@@ -255,7 +255,7 @@ TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
     const bool missing = host.Row(OneCard::ADAPTER, id) == "result ERR_GENERAL";
     EXPECT_EQ(missing, GetParam().missing.count(id) == 1) << id;
   }
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -341,7 +341,7 @@ TEST_F(AdapterReading, SucceedsWhenAnyOneCallFails) {
     CardSim::FailCall(function, ++seen[function], 5, "unavailable");
     std::vector<PI::CProperty> list;
     EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::ADAPTER, &list), 0U) << function;
-    if (function != "vsl_destroy" && function != "vsl_close") ExpectNothingLeftOpen();
+    if (function != "vsl_destroy" && function != "vsl_close") ExpectNoLeaks();
     EXPECT_EQ(m_Host.Rows(OneCard::ADAPTER), whole) << function;
   }
 }
@@ -384,7 +384,7 @@ class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> 
   OneCard m_Host{CARD_WITH_ALL_ROWS};
 };
 
-TEST_P(AdapterReadingWithAFailedCall, LosesOnlyThatRowOrItsValue) {
+TEST_P(AdapterReadingWithAFailedCall, OmitsOnlyThatRowOrItsValue) {
   const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
   m_Host.Watch();
   Fail();
@@ -396,7 +396,7 @@ TEST_P(AdapterReadingWithAFailedCall, LosesOnlyThatRowOrItsValue) {
   expected.erase(std::remove(expected.begin(), expected.end(), "result ERR_GENERAL"),
                  expected.end());
   EXPECT_THAT(m_Host.Rows(OneCard::ADAPTER), ElementsAreArray(expected));
-  ExpectNothingLeftOpen();
+  ExpectNoLeaks();
 }
 
 TEST_P(AdapterReadingWithAFailedCall, ContinuesWithTheNextRow) {

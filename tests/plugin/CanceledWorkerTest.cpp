@@ -19,7 +19,7 @@ class CanceledWorker : public WorkerFixture {
       if (call.function == function) Pass(120000);
     });
     PassMs(20000);
-    ForgetAll();
+    ClearRecords();
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     PassMs(1000);
     CardSim::SetHook({});
@@ -38,7 +38,7 @@ class CanceledWorker : public WorkerFixture {
 
   Lines Releases() const {
     Lines releases;
-    for (const std::string& line : KeptLines()) {
+    for (const std::string& line : RecordedLines()) {
       if (line.find(".Release (") != std::string::npos) releases.push_back(line);
     }
     return releases;

@@ -58,7 +58,7 @@ TEST_F(CardRemoval, RequestsForAMissingCardFail) {
 }
 
 // Only a scan detects removed and added cards.
-TEST_F(CardRemoval, AQuickPollDetectsNoRemovalOrReturn) {
+TEST_F(CardRemoval, AQuickPollDoesNotDetectARemovalOrAReturn) {
   AddCards(1);
   StartWatch();
   Hide(0);
@@ -112,9 +112,9 @@ TEST_F(CardRemoval, TheScanOfAReturningCardTracesOneMoreLine) {
   Hide(1);
   AwaitScans();
   Show(1);
-  ForgetAll();
+  ClearRecords();
   AwaitScans();
-  const Lines lines = KeptLines();
+  const Lines lines = RecordedLines();
   const auto begin = std::find(lines.begin(), lines.end(), "2 ENTER ScanSystem(0) PhyDrive=0");
   const auto end = std::find(begin, lines.end(), "2 LEAVE ScanSystem() -> 0");
   ASSERT_NE(end, lines.end());
@@ -212,7 +212,7 @@ TEST_F(CardRemoval, ACardThatCannotBeOpenedUsesUpAnId) {
   EXPECT_EQ(m_Host.ObjectOf(ObjectId(6)).m_Children, (std::vector<std::uint64_t>{ObjectId(7)}));
 }
 
-TEST_F(CardRemoval, AnAddedDetachedAdapterRaisesNoDetachEvent) {
+TEST_F(CardRemoval, AnAddedDetachedAdapterDoesNotRaiseADetachEvent) {
   AddCards(2);
   StartWatch();
   Hide(1);

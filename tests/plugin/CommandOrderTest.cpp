@@ -24,7 +24,7 @@ class CommandOrder : public testing::Test {
  protected:
   CommandOrder() {
     m_Host.AddCard();
-    m_Journal.TakeTraces();
+    m_Journal.RecordTraces();
     m_Journal.Begin();
   }
 

@@ -1,5 +1,5 @@
 // Host threads that read while jobs attach and detach cards and the worker scans them, with native
-// threads and in many seeded schedules.
+// threads and under many seeded schedules.
 
 #include <gmock/gmock.h>
 
@@ -28,10 +28,10 @@ constexpr std::uint64_t FIRST = 0x0130000000000001;
 constexpr std::uint64_t FIRST_DRIVE = 0x0130000000000002;
 constexpr std::uint64_t SECOND = 0x0130000000000003;
 
-// A detached card and an attached one; attaching and detaching take one second.
-class Traffic {
+// A running host with a detached and an attached card. Attach and detach take one second each.
+class TwoCardHost {
  public:
-  explicit Traffic(Schedule schedule) : m_Host(TimeOf(schedule)) {
+  explicit TwoCardHost(Schedule schedule) : m_Host(TimeOf(schedule)) {
     // Trace lines would take up half the run time of hundreds of schedules.
     if (schedule) HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
@@ -42,7 +42,7 @@ class Traffic {
       m_Host.Cards().Set(card, "detach_ms", "1000");
     }
     EXPECT_EQ(m_Host.Start(), 0U);
-    // Each call of the card library is a switch point.
+    // Each call to the card library is a switch point.
     m_Host.ForgetCalls();
     CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
   }
@@ -80,7 +80,7 @@ class Traffic {
   }
 
   // Stops the plug-in first, because the worker may be polling.
-  void StopAndExpectNothingLeft() {
+  void StopAndExpectNoLeaks() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
     EXPECT_THAT(HandlesExceptRows(), IsEmpty());
@@ -91,20 +91,20 @@ class Traffic {
 };
 
 void ReadWhileJobsRun(Schedule schedule, int rounds) {
-  Traffic traffic(schedule);
+  TwoCardHost host(schedule);
   const auto read = [&] {
-    for (int i = 0; i < rounds; ++i) traffic.Read();
+    for (int i = 0; i < rounds; ++i) host.Read();
   };
   {
     const HostThread first(read);
     const HostThread second(read);
-    traffic.Attach();
-    traffic.Detach();
+    host.Attach();
+    host.Detach();
   }
   Pass(5000);
-  traffic.ExpectBothCardsChanged();
-  EXPECT_THAT(traffic.Events(), UnorderedElementsAre(Number::CTRL_ATTACHED, Number::CTRL_DETACHED));
-  traffic.StopAndExpectNothingLeft();
+  host.ExpectBothCardsChanged();
+  EXPECT_THAT(host.Events(), UnorderedElementsAre(Number::CTRL_ATTACHED, Number::CTRL_DETACHED));
+  host.StopAndExpectNoLeaks();
 }
 
 TEST(Concurrency, TwoThreadsReadWhileACardIsAttachedAndAnotherDetached) {
@@ -113,49 +113,49 @@ TEST(Concurrency, TwoThreadsReadWhileACardIsAttachedAndAnotherDetached) {
 
 // Short jobs, with checks running at the same time.
 TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
-  Traffic traffic(NATIVE);
+  TwoCardHost host(NATIVE);
   HostKit::SetTraceMask(0);
   CardSim::SetHook({});
   CardSim::FailCall("vsl_iom_create_by_name", 1, 50, "no", 100000);
   std::atomic<bool> done{false};
   const auto isBusy = [&] {
-    return traffic.m_Host.Check(FIRST, PI::OP_ATTACH) == Number::ERR_ADAPTER_BUSY;
+    return host.m_Host.Check(FIRST, PI::OP_ATTACH) == Number::ERR_ADAPTER_BUSY;
   };
   {
     const HostThread checker([&] {
       while (!done) isBusy();
     });
     for (int i = 0; i < 300; ++i) {
-      traffic.Attach();
+      host.Attach();
       while (isBusy()) continue;
     }
     done = true;
   }
   Pass(100);
-  EXPECT_EQ(traffic.Events(), std::vector<std::uint32_t>(300, Number::CTRL_ATTACH_FAILED));
-  traffic.StopAndExpectNothingLeft();
+  EXPECT_EQ(host.Events(), std::vector<std::uint32_t>(300, Number::CTRL_ATTACH_FAILED));
+  host.StopAndExpectNoLeaks();
 }
 
 // Each change of the interval wakes the worker, which unlocks the objects while another thread
 // copies them.
 TEST(Concurrency, TheIntervalIsSetRepeatedlyWhileOthersRead) {
-  Traffic traffic(NATIVE);
+  TwoCardHost host(NATIVE);
   HostKit::SetTraceMask(0);
-  const std::uint64_t id = traffic.m_Host.PluginId();
+  const std::uint64_t id = host.m_Host.PluginId();
   std::atomic<bool> done{false};
   {
     const HostThread reader([&] {
-      while (!done) EXPECT_EQ(traffic.m_Host.Topology().size(), 5U);
+      while (!done) EXPECT_EQ(host.m_Host.Topology().size(), 5U);
     });
     for (int i = 0; i < 500; ++i) {
       PI::CProperty interval(PI::Property::POLL_INTERVAL, true);
       interval.SetValue(2 + i % 3, 2, 255, 1);
-      EXPECT_EQ(traffic.m_Host.Execute(PI::CMD_SET_PROPERTY, id, &interval), 0U);
+      EXPECT_EQ(host.m_Host.Execute(PI::CMD_SET_PROPERTY, id, &interval), 0U);
     }
     done = true;
   }
-  EXPECT_EQ(traffic.m_Host.ReadIni(), "PollInterval=3\n");
-  traffic.StopAndExpectNothingLeft();
+  EXPECT_EQ(host.m_Host.ReadIni(), "PollInterval=3\n");
+  host.StopAndExpectNoLeaks();
 }
 
 TEST(Concurrency, ReadsAndJobsCompleteInEverySeededSchedule) {
@@ -165,15 +165,15 @@ TEST(Concurrency, ReadsAndJobsCompleteInEverySeededSchedule) {
 // A failing schedule can be reproduced from its seed.
 TEST(Concurrency, ASeedRepeatsItsSchedule) {
   const auto callsOf = [](std::uint64_t seed) {
-    Traffic traffic(seed);
+    TwoCardHost host(seed);
     {
-      const HostThread first([&] { traffic.Read(); });
-      const HostThread second([&] { traffic.Read(); });
-      traffic.Attach();
-      traffic.Detach();
+      const HostThread first([&] { host.Read(); });
+      const HostThread second([&] { host.Read(); });
+      host.Attach();
+      host.Detach();
     }
     Pass(5000);
-    return traffic.m_Host.Calls();
+    return host.m_Host.Calls();
   };
   std::set<std::vector<std::string>> schedules;
   for (std::uint64_t seed = 1; seed <= 20; ++seed) {
@@ -187,24 +187,24 @@ TEST(Concurrency, ASeedRepeatsItsSchedule) {
 // Both jobs fail while the host collects events: each event is collected exactly once. A scan may
 // queue other events in the meantime.
 void CollectWhileJobsFail(Schedule schedule) {
-  Traffic traffic(schedule);
+  TwoCardHost host(schedule);
   CardSim::FailCall("vsl_op_wait_for_result", 1, 51, "no", 2);
   std::multiset<std::uint32_t> seen;
   {
     const HostThread collector([&] {
       for (int i = 0; i < 20; ++i) {
-        for (const std::uint32_t event : traffic.Events()) seen.insert(event);
+        for (const std::uint32_t event : host.Events()) seen.insert(event);
         Pass(50);
       }
     });
-    traffic.Attach();
-    traffic.Detach();
+    host.Attach();
+    host.Detach();
   }
   Pass(5000);
-  for (const std::uint32_t event : traffic.Events()) seen.insert(event);
+  for (const std::uint32_t event : host.Events()) seen.insert(event);
   EXPECT_EQ(seen.count(Number::CTRL_ATTACH_FAILED), 1U);
   EXPECT_EQ(seen.count(Number::CTRL_DETACH_FAILED), 1U);
-  traffic.StopAndExpectNothingLeft();
+  host.StopAndExpectNoLeaks();
 }
 
 TEST(Concurrency, NoEventIsLostWhileTheHostCollects) {
@@ -217,12 +217,12 @@ TEST(Concurrency, NoEventIsLostInAnySeededSchedule) {
 
 TEST(Concurrency, StoppingWaitsForTheJobsInEverySeededSchedule) {
   InManySchedules([](Schedule schedule) {
-    Traffic traffic(schedule);
-    traffic.Attach();
-    traffic.Detach();
-    traffic.StopAndExpectNothingLeft();
-    traffic.ExpectBothCardsChanged();
-    traffic.m_Host.Release();
+    TwoCardHost host(schedule);
+    host.Attach();
+    host.Detach();
+    host.StopAndExpectNoLeaks();
+    host.ExpectBothCardsChanged();
+    host.m_Host.Release();
   });
 }
 

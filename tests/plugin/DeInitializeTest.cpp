@@ -1,6 +1,6 @@
 // DeInitialize: how long it waits for running jobs, and when it stops the library.
 //
-// `Initialize` alone starts no thread, so each test has only the jobs that it starts.
+// `Initialize` alone does not start threads, so each test has only the jobs that it starts.
 
 #include <gmock/gmock.h>
 
@@ -87,7 +87,7 @@ class DeInitialize : public testing::Test {
   unsigned long m_Ms = 0;
 };
 
-TEST_F(DeInitialize, WithoutThreadsStopsTheLibraryAfterAPause) {
+TEST_F(DeInitialize, StopsTheLibraryAfterAPauseIfNoThreadRuns) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.ForgetCalls();
   m_Host.ForgetTraces();
@@ -138,7 +138,7 @@ std::vector<std::uint64_t> Taken() {
   return taken;
 }
 
-TEST_F(DeInitialize, AcquiresNoLock) {
+TEST_F(DeInitialize, DoesNotAcquireALock) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   SleepMs(1);

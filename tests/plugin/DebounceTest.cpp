@@ -21,18 +21,18 @@ Lines Short(const std::vector<PI::CEvent>& events) {
 
 class Debounce : public WorkerFixture {
  protected:
-  Lines Collected() { return Short(m_Host.CollectEvents()); }
+  Lines CollectAndRender() { return Short(m_Host.CollectEvents()); }
 
   // Sets the errors of a card and returns the events of the next scan.
   Lines Errors(int card, const std::string& mask) {
     Set("card" + std::to_string(card), "current_errors", mask);
     AwaitScans();
-    return Collected();
+    return CollectAndRender();
   }
   // Returns the events of the next scan without changing a card.
   Lines NextScan() {
     AwaitScans();
-    return Collected();
+    return CollectAndRender();
   }
   // Whether the next quick poll sees a difference from the stored record.
   bool PollSeesAChange() {
@@ -47,9 +47,9 @@ TEST_F(Debounce, AcceptsAMaskInTheThirdComparison) {
   StartWatch();
   EXPECT_THAT(Errors(0, "1"), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());  // the stored mask has not changed
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());
-  EXPECT_THAT(Collected(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
+  EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
   EXPECT_FALSE(PollSeesAChange());
 }
 
@@ -61,12 +61,12 @@ TEST_F(Debounce, ShowsStatusAndReasonsImmediately) {
   EXPECT_EQ(Status(FIRST), "FAILED");
   EXPECT_EQ(Reasons(FIRST), "[INTERNAL_ERROR INCOMPATIBLE_PCI_BANDWIDTH ATTACHED]");
   EXPECT_EQ(Value(FIRST_DRIVE, PI::Property::STATUS), "FAILED");
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
   Set("card0", "current_errors", "0");
   AwaitScans();
   EXPECT_EQ(Status(FIRST), "OK");
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
 TEST_F(Debounce, NeedsThreeComparisonsToReturnToNormal) {
@@ -86,7 +86,7 @@ TEST_F(Debounce, DoesNotReportAMaskSeenByOneScan) {
   Set("card0", "current_errors", "0");
   EXPECT_FALSE(PollSeesAChange());  // the stored mask never changed
   AwaitScans(4);
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
 TEST_F(Debounce, DoesNotReportAMaskSeenByTwoScans) {
@@ -96,7 +96,7 @@ TEST_F(Debounce, DoesNotReportAMaskSeenByTwoScans) {
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(Errors(0, "0"), IsEmpty());
   AwaitScans(3);
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
 TEST_F(Debounce, NeverAcceptsAFlickeringMask) {
@@ -150,9 +150,9 @@ TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
 
-// The information mask raises no event when a bit is set. The tests detect its acceptance by the
-// result of a quick poll, by the return to normal, and by the information events that warnings can
-// raise in the comparison that accepts it.
+// A newly set bit of the information mask does not raise an event. The tests detect its acceptance
+// by the result of a quick poll, by the return to normal, and by the information events that
+// warnings can raise in the comparison that accepts it.
 class InformationDebounce : public Debounce {
  protected:
   void Information(const std::string& mask) { Set("card0", "current_info", mask); }
@@ -167,7 +167,7 @@ TEST_F(InformationDebounce, AcceptsTheMaskInTheThirdComparison) {
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_FALSE(PollSeesAChange());
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
 TEST_F(InformationDebounce, NeedsThreeComparisonsToReturnToNormal) {
@@ -177,9 +177,9 @@ TEST_F(InformationDebounce, NeedsThreeComparisonsToReturnToNormal) {
   Information("0");
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_TRUE(PollSeesAChange());
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());
-  EXPECT_THAT(Collected(), ElementsAre("CTRL_NORMAL object 1"));
+  EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_NORMAL object 1"));
   EXPECT_FALSE(PollSeesAChange());
 }
 
@@ -192,18 +192,18 @@ TEST_F(InformationDebounce, DoesNotAcceptAMaskSeenByTwoScans) {
   Information("0");
   EXPECT_FALSE(PollSeesAChange());
   AwaitScans(3);
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
 // The warning is accepted one scan before the information.
-TEST_F(InformationDebounce, EnablesNoInformationEventsBeforeItIsAccepted) {
+TEST_F(InformationDebounce, DoesNotEnableInformationEventsBeforeItIsAccepted) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_warnings", "1");
   AwaitScans();
   Information("2");
   AwaitScans();
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_FALSE(PollSeesAChange());
@@ -217,7 +217,7 @@ TEST_F(InformationDebounce, EnablesInformationEventsOnlyInTheComparisonThatAccep
   AwaitScans();
   Set("card0", "current_warnings", "1");
   AwaitScans(2);
-  EXPECT_THAT(Collected(), IsEmpty());
+  EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
 
@@ -231,12 +231,12 @@ TEST_F(Debounce, CountsOccurrencesWithoutADifferenceBetweenThem) {
     Set("card0", "current_warnings", "1");
     AwaitScans();
     if (occurrence == 3) break;
-    EXPECT_THAT(Collected(), IsEmpty());
+    EXPECT_THAT(CollectAndRender(), IsEmpty());
     Set("card0", "current_warnings", "0");
     AwaitScans(2);
-    EXPECT_THAT(Collected(), IsEmpty());
+    EXPECT_THAT(CollectAndRender(), IsEmpty());
   }
-  EXPECT_THAT(Collected(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
+  EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
 
 // As above, but a change of temperature causes a comparison between the occurrences.
@@ -250,7 +250,7 @@ TEST_F(Debounce, StartsOverAfterADifferenceBetweenOccurrences) {
     Set("card0", "current_warnings", "0");
     Set("card0", "temp_internal_deg_c", temperature);
     AwaitScans();
-    EXPECT_THAT(Collected(), IsEmpty());
+    EXPECT_THAT(CollectAndRender(), IsEmpty());
   }
 }
 

@@ -1,5 +1,5 @@
 // The error record passed when a handle is destroyed: scans and quick polls pass one, requests and
-// jobs pass none.
+// jobs do not.
 
 #include <gmock/gmock.h>
 

@@ -298,7 +298,7 @@ TEST(DeviceRecords, AControlDeviceIsCopiedMemberByMember) {
   EXPECT_EQ(sizeof path.m_CardIndex, 8U);
 }
 
-TEST(DeviceRecords, ThePluginObjectAddsNoFields) {
+TEST(DeviceRecords, ThePluginObjectDoesNotAddFields) {
   EXPECT_EQ(sizeof(CFusionIOPlugin), sizeof(PI::CObject));
 }
 

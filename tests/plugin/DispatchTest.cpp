@@ -49,7 +49,7 @@ class Dispatch : public testing::Test {
   }
 
   // Returns the router's trace lines that start with `begin`.
-  Lines CountLines(const char* begin) { return Beginning(LeveledTraces(m_Host), begin); }
+  Lines CountLines(const char* begin) { return StartingWith(LeveledTraces(m_Host), begin); }
 
   SimulatedHost m_Host;
   std::uint64_t m_Plugin = 0;
@@ -190,7 +190,7 @@ TEST_P(EachRequest, IsServedEvenWhenTheLockCannotBeTaken) {
 
 TEST_P(EachRequest, TracesTheLockOnce) {
   Send(m_Adapter);
-  const Lines lines = Beginning(LeveledTraces(m_Host), "8 ");
+  const Lines lines = StartingWith(LeveledTraces(m_Host), "8 ");
   EXPECT_EQ(Count(lines, BEFORE_LOCK), 1);
   EXPECT_EQ(Count(lines, AFTER_LOCK), 1);
 }

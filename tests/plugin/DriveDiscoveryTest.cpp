@@ -122,7 +122,7 @@ TEST_P(DriveSize, IsShown) {
   EXPECT_EQ(card.Drive(GetParam().property), GetParam().shown);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, DriveSize, testing::ValuesIn(SIZE_CASES), [](const auto& each) {
+INSTANTIATE_TEST_SUITE_P(Sizes, DriveSize, testing::ValuesIn(SIZE_CASES), [](const auto& each) {
   return std::string(each.param.attribute) + "_" + std::to_string(each.index);
 });
 
@@ -217,11 +217,11 @@ TEST(DriveConfigurableSize, IsUnchangedWhenTheModeIsRejected) {
   EXPECT_EQ(Count(card.Host().Calls(), "vsl_iom_format_max_size_bytes format#1"), 2);
 }
 
-// Returns the call of a format without parameters that sets the smallest sector size.
+// Runs a format without parameters and returns its call that sets the smallest sector size.
 std::string SmallestSector(ScannedCard& card) {
   card.Host().ForgetCalls();
   card.Host().Run(card.Host().DriveId(0), PI::OP_FORMAT_DEVICE);
-  const Lines calls = Beginning(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes");
+  const Lines calls = StartingWith(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes");
   return calls.size() == 1 ? calls[0] : "not set exactly once";
 }
 
@@ -239,14 +239,14 @@ TEST(DriveSectorLimit, IsTheLimitOfTheCardOr512) {
   }
 }
 
-TEST(DriveWithoutFormatHandle, HasNoLimitsButIsListed) {
+TEST(DriveWithoutFormatHandle, IsListedWithoutLimits) {
   ScannedCard card;
   SetMiB(card, "size_bytes", 10);
   CardSim::FailCall("vsl_iom_format_create", 1, 12, "busy");
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_THAT(LeveledTraces(card.Host()),
               Contains("16 ScanSystem, vsl_iom_format_create = 12 (busy)"));
-  EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_destroy format"), IsEmpty());
+  EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_destroy format"), IsEmpty());
   EXPECT_EQ(card.Drive(Property::CONFIGURABLE_SIZE), "10");
   EXPECT_EQ(card.Drive(Property::FORMATTED_SIZE), "0");
   EXPECT_EQ(card.Drive(Property::FORMATTED_PERCENTAGE), "0");
@@ -303,11 +303,11 @@ TEST(DrivePair, UsesTheDevicePathOfTheCard) {
   const std::uint64_t drive = card.Host().DriveId(0);
   card.Host().ForgetCalls();
   card.Host().Check(drive, PI::OP_MAKE_ONLINE);
-  EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_iom_create_by_name"),
+  EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_iom_create_by_name"),
               ElementsAre("vsl_iom_create_by_name /dev/fct0"));
 }
 
-TEST(DrivePair, LeaksNoHandle) {
+TEST(DrivePair, DoesNotLeakAHandle) {
   for (const char* failing : {"vsl_iom_format_create", "vsl_adapter_create", "vsl_close"}) {
     ScannedCard card;
     CardSim::FailCall(failing, 1, 12, "busy");

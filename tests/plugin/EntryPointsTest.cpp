@@ -20,7 +20,7 @@ class EntryPoints : public testing::Test {
  protected:
   static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
 
-  // Sets up the kit and the directories, and creates no plug-in.
+  // Sets up the kit and the directories, but does not create a plug-in.
   SimulatedHost m_Host;
 };
 
@@ -36,7 +36,7 @@ TEST_F(EntryPoints, CreateReturnsThePluginAndPublishesIt) {
   releaseIf(&plugin);
 }
 
-TEST_F(EntryPoints, CreateCallsNoCard) {
+TEST_F(EntryPoints, CreateDoesNotCallACard) {
   m_Host.AddCard();
   m_Host.ForgetCalls();
   ASSERT_EQ(m_Host.Create(), 0U);
@@ -93,7 +93,7 @@ TEST_F(EntryPoints, ReleaseOfNullOnlyClearsThePublishedPointer) {
   releaseIf(&plugin);
 }
 
-TEST_F(EntryPoints, ReleaseCallsNoCardAndDoesNotWait) {
+TEST_F(EntryPoints, ReleaseNeitherCallsACardNorWaits) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);
   ASSERT_EQ(m_Host.DeInitialize(), 0U);

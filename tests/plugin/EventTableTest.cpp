@@ -105,7 +105,7 @@ TEST_P(EachBit, RaisesNormalWhenTheLastIsCleared) {
 INSTANTIATE_TEST_SUITE_P(Masks, EachBit, testing::ValuesIn(BITS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(EventTable, IgnoredBitsRaiseNothingAndCauseNoScan) {
+TEST_F(EventTable, IgnoredBitsNeitherRaiseEventsNorCauseAScan) {
   StartWith("0", "0", "0");
   Masks("0", "0x200", "0x1");
   AwaitWakeUps(2);
@@ -121,7 +121,7 @@ TEST_F(EventTable, ClearingBitsWithoutAnEventRaisesNormal) {
   EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(OfAdapter("CTRL_NORMAL", "2")));
 }
 
-TEST_F(EventTable, ABitSetAtTheStartRaisesNoEvent) {
+TEST_F(EventTable, ABitSetAtTheStartDoesNotRaiseAnEvent) {
   StartWith("0x1", "0x1", "0x2");
   AwaitScans(4);
   EXPECT_THAT(Events(), IsEmpty());

@@ -93,7 +93,7 @@ class EventTimes : public WorkerFixture {
     m_Statements.OnStatement([](const std::string&) { Pass(100); });
   }
   // Renders the events, such as "CTRL_INTERNAL_ERROR at 5024", in queue order.
-  Lines Collected() {
+  Lines CollectAndRender() {
     Lines texts;
     for (const PI::CEvent& event : m_Host.CollectEvents()) {
       texts.push_back(NameOrNumber(HostKit::Family::Event, event.m_EventID) + " at " +
@@ -114,7 +114,7 @@ TEST_P(EachEventSource, HasTheTimeOfItsComparison) {
   StartWatch();
   GetParam().change(m_Host.Cards());
   PassMs(17000);
-  EXPECT_EQ(Collected(), GetParam().events);
+  EXPECT_EQ(CollectAndRender(), GetParam().events);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sources, EachEventSource, testing::ValuesIn(EVENT_SOURCES),
@@ -127,10 +127,10 @@ TEST_F(EventTimes, AReturningCardHasTheTimeOfItsComparison) {
   StartWatch();
   Hide(1);
   PassMs(16000);
-  EXPECT_THAT(Collected(), ElementsAre("CTRL_PNPREMOVE at 15036"));
+  EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_PNPREMOVE at 15036"));
   Show(1);
   PassMs(16000);
-  EXPECT_THAT(Collected(), ElementsAre("CTRL_PNPADD at 30384"));
+  EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_PNPADD at 30384"));
 }
 
 struct FailingJob {
@@ -165,7 +165,7 @@ TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
   PassMs(10000);
   CardSim::SetHook({});
   EXPECT_EQ(released, 3000U);
-  EXPECT_THAT(Collected(), ElementsAre(GetParam().event + std::string(" at 3000")));
+  EXPECT_THAT(CollectAndRender(), ElementsAre(GetParam().event + std::string(" at 3000")));
 }
 
 INSTANTIATE_TEST_SUITE_P(

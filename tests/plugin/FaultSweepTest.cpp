@@ -1,5 +1,5 @@
-// Makes each card-library call of every flow fail once: the result is as expected, no lock remains
-// held, no handle leaks, and the next pass succeeds.
+// Makes each card-library call of every flow fail once: the result is as expected, all locks are
+// released, handles do not leak, and the next pass succeeds.
 
 #include <gmock/gmock.h>
 
@@ -106,7 +106,7 @@ struct Faults {
 
 // A handle that could not be destroyed remains, and a card that could not be closed is destroyed
 // while open. Nothing else may remain.
-void ExpectNothingLeft(const Faults& faults) {
+void ExpectNoLeaks(const Faults& faults) {
   EXPECT_EQ(LocksHeld(), "");
   EXPECT_LE(HandlesExceptRows().size(), faults.Count("vsl_destroy"));
   if (faults.Count("vsl_close") > 0) {
@@ -139,7 +139,7 @@ class FaultSweep : public testing::TestWithParam<Flow> {
   static std::vector<Step> GoodPass(SimulatedHost& host) {
     Prepare(host);
     EXPECT_EQ(Run(host), GetParam().good);
-    ExpectNothingLeft({});
+    ExpectNoLeaks({});
     return StepsOf(CardSim::CallLog());
   }
 
@@ -150,7 +150,7 @@ class FaultSweep : public testing::TestWithParam<Flow> {
     Prepare(host);
     faults.Inject();
     EXPECT_EQ(Run(host), result);
-    ExpectNothingLeft(faults);
+    ExpectNoLeaks(faults);
     EXPECT_EQ(GoodPass(host).size(), good.size());
   }
 };
@@ -384,7 +384,7 @@ void ExpectAGoodStart(SimulatedHost& host) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-// A failed start returns no adapter and stops the library.
+// A failed start does not return adapters, and it stops the library.
 void SweepStart(const Faults& faults, std::size_t result) {
   SCOPED_TRACE("failing: " + faults.Text());
   SimulatedHost host;
@@ -392,7 +392,7 @@ void SweepStart(const Faults& faults, std::size_t result) {
   host.ForgetCalls();
   faults.Inject();
   EXPECT_EQ(host.Initialize(), result);
-  ExpectNothingLeft(faults);
+  ExpectNoLeaks(faults);
   EXPECT_EQ(host.m_AdapterIDs.size(), result == 0 ? 1U : 0U);
   const std::string last = host.Calls().back();
   EXPECT_EQ(last == "vsl_fini", result == Number::ERR_NO_SUPPORTED_HARDWARE) << last;
@@ -410,7 +410,7 @@ TEST(FaultSweepOfTheStart, SurvivesEachCallFailing) {
     ASSERT_EQ(host.Initialize(), 0U);
     good = StepsOf(CardSim::CallLog());
   }
-  // The library is started twice, followed by one enumeration and one scan.
+  // The library is initialized twice, followed by one enumeration and one scan.
   ASSERT_GT(good.size(), 100U);
   for (const Step& step : good) {
     if (CanFail(step)) SweepStart({{step}}, ResultAfter(INITIALIZE, step));

@@ -110,7 +110,7 @@ class Format : public testing::Test {
   std::string m_Card;
 };
 
-TEST_F(Format, WithoutParametersUsesTheSmallestSectorsAndTheFactorySize) {
+TEST_F(Format, UsesTheSmallestSectorsAndTheFactorySizeByDefault) {
   Set("iom_format_min_sector_size_bytes", "1024");
   Start();
   EXPECT_EQ(Run(), 0U);
@@ -455,7 +455,7 @@ TEST_F(Format, IsRejectedByAnAttachedCard) {
                           "(not possible in state attached)"));
 }
 
-TEST_F(Format, PostsNoEvent) {
+TEST_F(Format, DoesNotPostAnEvent) {
   Start();
   EXPECT_EQ(Run(), 0U);
   CardSim::FailCall("vsl_op_start", 1, 94, "no");

@@ -1,5 +1,5 @@
-// The exact texts of the plug-in's lookups in the host's hardware list and of its requests for
-// adapter numbers. This host ignores differences in spelling; another host may compare exactly.
+// The exact strings with which the plug-in looks up cards on the host and requests adapter numbers.
+// This host ignores differences in spelling; another host may compare exactly.
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-// A card whose texts try to damage the host's database: nothing is lost, and the host keeps
+// A card whose attributes try to damage the host's database: nothing is lost, and the host keeps
 // running.
 
 #include <filesystem>
@@ -15,7 +15,7 @@
 namespace CorvaneTest {
 namespace {
 
-// The attributes of a card that are texts.
+// The string attributes of a card.
 std::vector<std::string> Texts() {
   std::vector<std::string> names;
 #define NOTE_TEXT(type, name) \

@@ -111,7 +111,7 @@ TEST_F(Initialize, CreatesOneManualAndTwoAutomaticEventsAllUnset) {
 
 // The PCI bus.
 
-TEST_F(Initialize, WithoutACardOnThePciBusNeverStartsTheLibrary) {
+TEST_F(Initialize, DoesNotStartTheLibraryWithoutACardOnThePciBus) {
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, COUNT_0);
@@ -266,7 +266,7 @@ TEST_F(Initialize, SkipsCardsWithoutSerialNumberOrPath) {
                           "vsl_iom_create_by_name /dev/fct2"));
 }
 
-TEST_F(Initialize, WithoutAUsableCardStopsTheLibrary) {
+TEST_F(Initialize, StopsTheLibraryWithoutAUsableCard) {
   AddCards(1);
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   const Outcome outcome = Run();
@@ -279,7 +279,7 @@ TEST_F(Initialize, WithoutAUsableCardStopsTheLibrary) {
                   "vsl_has_serial_number iterated#1", "vsl_iom_iterate iterated#1", "vsl_fini"));
 }
 
-TEST_F(Initialize, WithoutAnyCardInTheLibraryStopsIt) {
+TEST_F(Initialize, StopsTheLibraryIfItHasNoCard) {
   AddCards(1);
   m_Host.Cards().RemoveCard("card0");
   EXPECT_EQ(Run().result, Number::ERR_NO_SUPPORTED_HARDWARE);
@@ -357,14 +357,14 @@ TEST_F(Initialize, HoldsTheDataLockForTheScanAndReleasesIt) {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
-TEST_F(Initialize, StartsNoThread) {
+TEST_F(Initialize, DoesNotStartAThread) {
   AddCards(1);
   ASSERT_EQ(Run().result, 0U);
   EXPECT_THAT(HostKit::Threads(), IsEmpty());
 }
 
-// Expects that nothing remains after a start whose scan failed.
-void ExpectNothingLeft(SimulatedHost& host, const Outcome& outcome) {
+// Expects a start that failed in its scan, stopped the library and left only the plug-in object.
+void ExpectCleanFailure(SimulatedHost& host, const Outcome& outcome) {
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, COUNT_0);
   EXPECT_THAT(host.m_AdapterIDs, IsEmpty());
@@ -386,7 +386,7 @@ TEST_F(Initialize, FailsWhenACardCannotBeOpened) {
               IsSupersetOf({"16 ScanSystem, vsl_open = 7 (no)",
                             "16 ScanSystem() ret = 20003 m_PhysicalDrives=0"}));
   EXPECT_THAT(LeveledTraces(m_Host), Not(Contains("2 LEAVE ScanSystem() -> 0")));
-  ExpectNothingLeft(m_Host, outcome);
+  ExpectCleanFailure(m_Host, outcome);
 }
 
 TEST_F(Initialize, DestroysTheHandleOfACardThatCannotBeOpened) {
@@ -404,17 +404,17 @@ TEST_F(Initialize, DiscardsTheCardsScannedBeforeOneThatCannotBeOpened) {
   CardSim::FailCall("vsl_open", 2, 7, "no");
   const Outcome outcome = Run();
   EXPECT_THAT(m_Host.Traces(16), Contains("ScanSystem() ret = 20003 m_PhysicalDrives=1"));
-  ExpectNothingLeft(m_Host, outcome);
+  ExpectCleanFailure(m_Host, outcome);
 }
 
-TEST_F(Initialize, FailsWhenNoCardCanBeFound) {
+TEST_F(Initialize, FailsWhenNoCardHandleCanBeCreated) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
   const Outcome outcome = Run();
   EXPECT_EQ(Count(m_Host.Traces(16), "ScanSystem, vsl_iom_create_by_name = 9 (gone)"), 2);
   EXPECT_THAT(LeveledTraces(m_Host), IsSupersetOf({"2 LEAVE ScanSystem() -> 0",
                                                    "16 ScanSystem() ret = 0 m_PhysicalDrives=0"}));
-  ExpectNothingLeft(m_Host, outcome);
+  ExpectCleanFailure(m_Host, outcome);
 }
 
 }  // namespace

@@ -188,8 +188,8 @@ const Lines BEGIN = {
     "-- trace 8 Before m_DataLock.Wait(INFINITE)", "d- trace 8 After m_DataLock.Wait(INFINITE)",
     "d- trace 8 Before m_DataLock.Release ()", "-- trace 8 After m_DataLock.Release ()", "-- busy"};
 
-// The job holds no lock at any call, traces why it failed, queues its event, and only then destroys
-// its handles; it clears its device last.
+// The job does not hold a lock during any call. It traces the reason for the failure, queues its
+// event, and only then destroys its handles; it clears its device last.
 TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   StartWith({GetParam().before});
   const std::string trace = GetParam().trace;
@@ -210,7 +210,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   if (GetParam().calls.size() == 1) expected.erase(expected.end() - 2);
 
   Journal journal(m_Host);
-  journal.TakeTraces();
+  journal.RecordTraces();
   journal.CollectEvents();
   journal.Observe([this] {
     return m_Host.Check(FIRST, GetParam().operation) == Number::ERR_ADAPTER_BUSY ? "busy" : "free";

@@ -74,7 +74,7 @@ const Job JOBS[] = {
 
 class EachJob : public Jobs, public testing::WithParamInterface<Job> {};
 
-TEST_P(EachJob, ChangesTheCardAndQueuesNoEvent) {
+TEST_P(EachJob, ChangesTheCardWithoutQueuingAnEvent) {
   StartWith({GetParam().before});
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
@@ -95,8 +95,8 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
   EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
 }
 
-// The job holds no lock at any call. Its device is stored before the first call and cleared after
-// the last one. The trace line about the start of the thread precedes the start.
+// The job does not hold a lock during any call. Its device is stored before the first call and
+// cleared after the last one. The trace line about the start of the thread precedes the start.
 TEST_P(EachJob, RunsItsStepsInOrder) {
   StartWith({GetParam().before}, "0");
   const std::string name = GetParam().name;
@@ -108,7 +108,7 @@ TEST_P(EachJob, RunsItsStepsInOrder) {
   expected.push_back("-- trace 2 LEAVE " + name + "()");
 
   Journal journal(m_Host);
-  journal.TakeTraces();
+  journal.RecordTraces();
   journal.CollectEvents();
   journal.Observe([this] {
     return m_Host.Check(FIRST, GetParam().operation) == Number::ERR_ADAPTER_BUSY ? "busy" : "free";
@@ -143,7 +143,7 @@ TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
-TEST_P(EachJob, ReturnsImmediatelyAndHoldsNoLockWhileTheCardIsBusy) {
+TEST_P(EachJob, ReturnsImmediatelyAndRunsWithoutALock) {
   StartWith({GetParam().before});
   HeldCall held("vsl_op_wait_for_result");
   const std::int64_t begin = HostKit::SteadyNowNs();

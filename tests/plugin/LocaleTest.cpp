@@ -1,5 +1,5 @@
-// Texts with numbers are the same in a host whose locale groups digits and has a decimal comma as
-// in any other host.
+// Numbers are formatted the same in a host whose locale groups digits and has a decimal comma as in
+// any other host.
 
 #include <gmock/gmock.h>
 
@@ -51,7 +51,7 @@ TEST_F(Locale, ThePollIntervalIsReadWithoutGrouping) {
   }
 }
 
-TEST_F(Locale, PropertiesHaveNoGrouping) {
+TEST_F(Locale, PropertiesAreNotGrouped) {
   OneCard host({
       {"pci_domain", "4660"},
       {"fw_current_major_ver", "1001"},
@@ -76,7 +76,7 @@ TEST_F(Locale, PropertiesHaveNoGrouping) {
               testing::MatchesRegex("2[0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]"));
 }
 
-TEST_F(Locale, RowsHaveNoGrouping) {
+TEST_F(Locale, RowsAreNotGrouped) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   const std::vector<Cells> drives = DriveRows();

@@ -180,7 +180,7 @@ TEST(Tracing, ShowsOnlyTheFourSources) {
   }
 }
 
-TEST(Tracing, ShowsTextsOfTheCardUnchanged) {
+TEST(Tracing, ShowsStringsOfTheCardUnchanged) {
   OneCard host;
   host.AddCard();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 77, "100%d of %s, 0x%x %");
@@ -205,7 +205,7 @@ TEST(TraceMacro, DoesNotEvaluateTheValuesOfADisabledLevel) {
   EXPECT_THAT(host.Traces(4), ElementsAre("1"));
 }
 
-TEST(TraceMacro, FillsNumbersAndTextsInOrder) {
+TEST(TraceMacro, FillsInNumbersAndStringsInOrder) {
   const SimulatedHost host;
   const std::string text = "a text with %d in it";
   TRACE(NAMESPACE_Corvane::TRACE_RESULT, "%s, %s = %d (%s) 0x%x", "caller", text,

@@ -33,7 +33,7 @@ TEST_F(Notification, IsNotSentWhenNothingHasChanged) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-// Only a scan reads the temperature, and its change raises no event.
+// Only a scan reads the temperature, and a change of it does not raise an event.
 TEST_F(Notification, IsSentAfterAChangeWithoutAnEvent) {
   AddCards(1);
   StartWatch();

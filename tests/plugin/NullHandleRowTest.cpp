@@ -93,12 +93,12 @@ TEST_F(NullHandleRow, IsTheSameWithoutAUnitForItsBytes) {
   EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
 }
 
-TEST_F(NullHandleRow, ComputesNoLifetimeWithoutAFirstUse) {
+TEST_F(NullHandleRow, OmitsTheLifetimeWithoutAFirstUse) {
   m_Host.Set({{"first_use_ts", nullptr}});
   ExpectCalls({BYTES_READ, BYTES_WRITTEN, ENDURANCE});
 }
 
-TEST_F(NullHandleRow, WithoutARatingHasNoEndurance) {
+TEST_F(NullHandleRow, OmitsTheEnduranceWithoutARating) {
   m_Answers.rated_endurance_tbytes.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes"},
                BYTES_READ,
@@ -107,7 +107,7 @@ TEST_F(NullHandleRow, WithoutARatingHasNoEndurance) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
 }
 
-TEST_F(NullHandleRow, WithoutBytesWrittenHasNoEndurance) {
+TEST_F(NullHandleRow, OmitsTheEnduranceWithoutBytesWritten) {
   m_Answers.total_physical_bytes_written.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written"},
                BYTES_READ,
@@ -117,7 +117,7 @@ TEST_F(NullHandleRow, WithoutBytesWrittenHasNoEndurance) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
 }
 
-TEST_F(NullHandleRow, WithoutRemainingWritesHasTheOtherParts) {
+TEST_F(NullHandleRow, ShowsTheOtherPartsWithoutRemainingWrites) {
   m_Answers.rated_writes_remaining_percent.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written",
                 "vsl_has_rated_writes_remaining_percent"},
@@ -127,7 +127,7 @@ TEST_F(NullHandleRow, WithoutRemainingWritesHasTheOtherParts) {
                {OF_THE_DRIVE}});
 }
 
-TEST_F(NullHandleRow, WithoutBytesReadTracesOneLine) {
+TEST_F(NullHandleRow, TracesOneLineWithoutBytesRead) {
   m_Answers.total_physical_bytes_read.reset();
   ExpectCalls(
       {LIFETIME, {"vsl_has_total_physical_bytes_read"}, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
@@ -135,7 +135,7 @@ TEST_F(NullHandleRow, WithoutBytesReadTracesOneLine) {
 }
 
 // With a rating of 0, there is no percentage.
-TEST_F(NullHandleRow, WithARatingOfZeroTracesNoEndurance) {
+TEST_F(NullHandleRow, DoesNotTraceTheEnduranceForARatingOfZero) {
   m_Answers.rated_endurance_tbytes = 0;
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));

@@ -107,7 +107,7 @@ TEST_F(PluginObject, ReturnsASinglePropertyAsInTheList) {
   }
 }
 
-TEST_F(PluginObject, HasNoPropertyOfOtherObjects) {
+TEST_F(PluginObject, OmitsThePropertiesOfOtherObjects) {
   for (const std::uint32_t property :
        {0U, 2U, Number::Property::STATUS, Number::Property::DRIVER_VERSION,
         Number::Property::SERIAL_NUMBER, Number::Property::TYPE, Number::Property::ADAPTER_NUMBER,
@@ -126,7 +126,7 @@ TEST_F(PluginObject, ReplacesThePreviousContentsOfTheLists) {
   EXPECT_EQ(operations.size(), 1U);
 }
 
-TEST_F(PluginObject, ListsPropertiesWithoutCardCallsOrOwnTraces) {
+TEST_F(PluginObject, ListsPropertiesWithoutCardCallsOrTraces) {
   m_Host.Properties(OneCard::PLUGIN);
   m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL);
   EXPECT_THAT(m_Host.LeveledTraces(),
@@ -347,7 +347,7 @@ TEST_F(PluginObject, ReturnsCompleteEvents) {
   EXPECT_LT(events[0].m_Time, events[1].m_Time);
 }
 
-TEST_F(PluginObject, LeavesNoLockHeldAfterCollecting) {
+TEST_F(PluginObject, ReleasesItsLocksAfterCollecting) {
   Collect();
   for (const HostKit::LockView& lock : HostKit::Locks()) {
     EXPECT_EQ(lock.depth, 0U) << lock.ordinal;

@@ -37,7 +37,7 @@ class QuickPoll : public WorkerFixture {
  protected:
   // Clears the record and waits for the next wake-up.
   void Poll() {
-    ForgetAll();
+    ClearRecords();
     AwaitWakeUps();
   }
   bool PollScans() {
@@ -45,7 +45,7 @@ class QuickPoll : public WorkerFixture {
     AwaitWakeUps();
     return Scans() == before + 1;
   }
-  void ExpectNothingLeft() {
+  void ExpectNoLeaks() {
     EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());
     ExpectNoLockHeld();
@@ -57,7 +57,7 @@ TEST_F(QuickPoll, ReadsOnlyTheMasksAndTheState) {
   StartWatch();
   Poll();
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(PollOf("/dev/fct0", "card#1")));
-  ExpectNothingLeft();
+  ExpectNoLeaks();
 }
 
 TEST_F(QuickPoll, ReadsTheCardsInOrder) {
@@ -67,7 +67,7 @@ TEST_F(QuickPoll, ReadsTheCardsInOrder) {
   EXPECT_THAT(m_Host.Calls(),
               ElementsAreArray(PollOf("/dev/fct0", "card#1") + PollOf("/dev/fct1", "card#2") +
                                PollOf("/dev/fct2", "card#3")));
-  ExpectNothingLeft();
+  ExpectNoLeaks();
 }
 
 TEST_F(QuickPoll, DoesNotReadMissingAttributes) {
@@ -82,14 +82,14 @@ TEST_F(QuickPoll, DoesNotReadMissingAttributes) {
                           "vsl_has_current_info card#1", "vsl_has_iom_state card#1",
                           "vsl_close card#1", "vsl_destroy card#1"));
   EXPECT_EQ(Scans(), 0U);
-  ExpectNothingLeft();
+  ExpectNoLeaks();
 }
 
 TEST_F(QuickPoll, TracesItsWakeUpAndItsOneLock) {
   AddCards(2);
   StartWatch();
   Poll();
-  EXPECT_THAT(KeptLines(),
+  EXPECT_THAT(RecordedLines(),
               ElementsAre("4 Worker() timeout event received", "8 Before m_DataLock.Wait(INFINITE)",
                           "8 After m_DataLock.Wait(INFINITE)", "8 Before m_DataLock.Release ()",
                           "8 After m_DataLock.Release ()", "2 Worker() before restart interval"));
@@ -113,7 +113,7 @@ TEST_F(QuickPoll, ScansImmediatelyAfterAChangeWithoutReleasingTheObjects) {
   StartWatch();
   Set("card0", "iom_state", "4");
   Poll();
-  const Lines lines = KeptLines();
+  const Lines lines = RecordedLines();
   const Lines begin(lines.begin(), lines.begin() + 6);
   EXPECT_THAT(
       begin,
@@ -257,7 +257,7 @@ TEST_F(QuickPoll, SkipsACardThatCannotBeFound) {
                                                PollOf("/dev/fct1", "card#1")));
   EXPECT_THAT(TimesOf("16 Worker, vsl_iom_create_by_name = 61 (gone)"), SizeIs(1));
   EXPECT_EQ(Scans(), 0U);
-  ExpectNothingLeft();
+  ExpectNoLeaks();
 }
 
 TEST_F(QuickPoll, SkipsACardThatCannotBeOpened) {
@@ -272,7 +272,7 @@ TEST_F(QuickPoll, SkipsACardThatCannotBeOpened) {
                                                PollOf("/dev/fct1", "card#2")));
   EXPECT_THAT(TimesOf("16 Worker, vsl_open = 62 (unavailable)"), SizeIs(1));
   EXPECT_EQ(Scans(), 0U);
-  ExpectNothingLeft();
+  ExpectNoLeaks();
 }
 
 TEST_F(QuickPoll, SeesAChangeAfterASkippedCard) {

@@ -193,7 +193,7 @@ TEST_P(EachUnstableMask, IsClearWhenItCannotBeRead) {
   AwaitScans();
   EXPECT_EQ(Status(FIRST), "OK");
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
-  EXPECT_THAT(KeptLines(), Not(Contains(testing::HasSubstr("unreadable"))));
+  EXPECT_THAT(RecordedLines(), Not(Contains(testing::HasSubstr("unreadable"))));
   AwaitScans();
   EXPECT_EQ(Reasons(FIRST), GetParam().reasons);
 }

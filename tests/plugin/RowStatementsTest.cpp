@@ -43,11 +43,11 @@ class TwoCards : public WorkerFixture {
 
   // Returns each statement up to the name of the table, such as "SELECT * FROM host_drive_rows".
   Cells Sent() const {
-    Cells short_;
+    Cells shortened;
     for (const std::string& sql : m_Statements.Statements()) {
-      short_.push_back(sql.substr(0, sql.find("_rows") + 5));
+      shortened.push_back(sql.substr(0, sql.find("_rows") + 5));
     }
-    return short_;
+    return shortened;
   }
 
   // Renders the rows, such as "A S1 50, D S1 512, P": serial number and temperature of adapters,

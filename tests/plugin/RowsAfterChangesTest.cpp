@@ -180,7 +180,7 @@ TEST_F(RowsAfterChanges, ThePlugInsRowIsNotChanged) {
   EXPECT_THAT(Column(PLUGIN_ROWS, "pi_poll_interval"), ElementsAre("15"));
 }
 
-TEST_F(RowsAfterChanges, ARemovedCardLosesOnlyItsAdapterRow) {
+TEST_F(RowsAfterChanges, TheAdapterRowOfARemovedCardIsDeletedAndTheDriveRowKept) {
   Run(2);
   const std::vector<Cells> drives = DriveRows();
   Hide(1);
@@ -285,7 +285,7 @@ TEST_F(RowsAfterChanges, CardsWithOneSerialNumberAllUpdateTheFirstRow) {
               ElementsAre("34", "34", "12", "34", "12", "34", "12", "34"));
 }
 
-TEST_F(RowsAfterChanges, RowsAreInsertedThenUpdatedThenRemoved) {
+TEST_F(RowsAfterChanges, AScanInsertsThenUpdatesThenRemovesAdapterRows) {
   Run(3);
   Hide(2);
   AwaitScans();
@@ -299,7 +299,7 @@ TEST_F(RowsAfterChanges, RowsAreInsertedThenUpdatedThenRemoved) {
                   Adapter(2) + "removed from db.", DRIVE_INSERTED, DRIVE_UPDATED, DRIVE_UPDATED));
 }
 
-TEST_F(RowsAfterChanges, AnObjectWithoutARowGetsNone) {
+TEST_F(RowsAfterChanges, AScanDoesNotRecreateDeletedRows) {
   Run(1);
   Query("DELETE FROM host_adapter_rows; DELETE FROM host_drive_rows");
   SetTemperature(0, "60.0");
@@ -309,7 +309,7 @@ TEST_F(RowsAfterChanges, AnObjectWithoutARowGetsNone) {
   EXPECT_THAT(m_RowCalls, IsEmpty());
 }
 
-TEST_F(RowsAfterChanges, ADriveThatChangesItsSerialNumberLosesItsRow) {
+TEST_F(RowsAfterChanges, ARowIsNoLongerUpdatedAfterItsDrivesSerialNumberChanges) {
   Run(1);
   Set("card0", "serial_number", "other");
   Set("card0", "sector_size_bytes", "4096");

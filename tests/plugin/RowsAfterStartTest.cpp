@@ -281,14 +281,14 @@ TEST_F(ManyRowsAfterStart, RowsTraceTheirEntryAtLevelTwo) {
 
 class FailedStart : public RowsAfterStart {};
 
-TEST_F(FailedStart, LeavesNoRow) {
+TEST_F(FailedStart, LeavesTheTablesEmpty) {
   CardSim::FailCall("vsl_open", 1, 5, "failed");
   ASSERT_EQ(Start(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(FailedStart, LeavesNoRowWhenNoCardCanBeFound) {
+TEST_F(FailedStart, LeavesTheTablesEmptyWhenNoCardHandleCanBeCreated) {
   m_Host.AddCard();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
   ASSERT_EQ(Start(), Number::ERR_NO_SUPPORTED_HARDWARE);
@@ -320,7 +320,7 @@ TEST_F(FailedStart, DeletesOnlyThePlugInRowOfAnEarlierStart) {
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(FailedStart, WithoutCardsWritesNothing) {
+TEST_F(FailedStart, DoesNotWriteRowsWithoutCards) {
   m_Host.Cards().RemoveCard(m_Host.Card());
   m_Host.RefreshPciBus();
   ASSERT_EQ(m_Host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);

@@ -199,7 +199,7 @@ TEST(ScanCalls, TraceNothingWhenTheLocateLEDOrTheSizeModeFails) {
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "busy");
   CardSim::FailCall("vsl_close", 1, 12, "busy");
   ASSERT_EQ(card.Scan(), 0U);
-  EXPECT_THAT(Beginning(LeveledTraces(card.Host()), "16 "),
+  EXPECT_THAT(StartingWith(LeveledTraces(card.Host()), "16 "),
               testing::ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
                                    "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
                                    "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",
@@ -212,7 +212,7 @@ TEST(ScanCalls, FinishEachCardBeforeTheNext) {
   card.Host().AddCard(0x3001);
   const Lines calls = LogOf(card.Host()).calls;
   EXPECT_THAT(
-      Beginning(calls, "vsl_iom_create_by_name"),
+      StartingWith(calls, "vsl_iom_create_by_name"),
       testing::ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_iom_create_by_name /dev/fct1"));
   const auto second = std::find(calls.begin(), calls.end(), "vsl_iom_create_by_name /dev/fct1");
   EXPECT_EQ(*(second - 1), "vsl_destroy card#1");

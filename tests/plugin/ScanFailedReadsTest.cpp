@@ -1,5 +1,5 @@
 // Attributes that a card has but that cannot be read. The scan ignores the failure: it uses the
-// value that the library returns, 0 or an empty text, and traces nothing.
+// value that the library returns, 0 or an empty string, and traces nothing.
 
 #include <gmock/gmock.h>
 
@@ -163,7 +163,7 @@ TEST_P(ScanFailedRead, ShowsAnotherValueIfTheReadSucceeds) {
   EXPECT_NE(Shown(), GetParam().shown);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, ScanFailedRead, testing::ValuesIn(FAILED_READS),
+INSTANTIATE_TEST_SUITE_P(Reads, ScanFailedRead, testing::ValuesIn(FAILED_READS),
                          [](const auto& each) { return std::string(each.param.function); });
 
 // The smallest sector size is visible in the calls of a format without parameters.
@@ -173,7 +173,7 @@ TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
   ASSERT_EQ(card.Scan(), 0U);
   card.Host().ForgetCalls();
   card.Host().Run(card.Host().DriveId(0), PI::OP_FORMAT_DEVICE);
-  EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes"),
+  EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes"),
               ElementsAre("vsl_iom_format_set_sector_size_bytes format#1 0"));
 }
 
@@ -194,7 +194,7 @@ TEST(ScanFailedReads, AreTracedAsZeroForTheThreeTracedAttributes) {
   }
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_THAT(
-      Beginning(LeveledTraces(card.Host()), "16 ScanSystem, "),
+      StartingWith(LeveledTraces(card.Host()), "16 ScanSystem, "),
       ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 0", "16 ScanSystem, vsl_has_origin_ts = 0",
                   "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 0"));
 }

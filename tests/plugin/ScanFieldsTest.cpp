@@ -86,7 +86,7 @@ TEST_P(ScanField, IsShown) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, ScanField, testing::ValuesIn(FIELD_CASES), [](const auto& each) {
+INSTANTIATE_TEST_SUITE_P(Fields, ScanField, testing::ValuesIn(FIELD_CASES), [](const auto& each) {
   return std::string(each.param.attribute) + "_" + std::to_string(each.index);
 });
 
@@ -135,7 +135,7 @@ struct FirmwareCase {
 
 TEST(ScanFirmware, IsBuiltFromItsPartsOrTheCardsText) {
   const FirmwareCase cases[] = {
-      // name, missing part, whether there is a text, shown
+      // name, missing part, whether there is a string, shown
       {"all parts", NONE, true, "6.3.11 (10957)"},
       {"all parts, no text", NONE, false, "6.3.11 (10957)"},
       {"no major", "fw_current_major_ver", true, "v6.3.11"},
@@ -167,10 +167,10 @@ TEST(ScanFirmware, StopsAtTheFirstMissingPart) {
   card.Without("fw_current_minor_ver");
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_THAT(
-      Beginning(card.Host().Calls(), "vsl_has_fw_"),
+      StartingWith(card.Host().Calls(), "vsl_has_fw_"),
       ElementsAre("vsl_has_fw_current_major_ver card#1", "vsl_has_fw_current_minor_ver card#1",
                   "vsl_has_fw_current_version card#1"));
-  EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_fw_"),
+  EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_fw_"),
               ElementsAre("vsl_fw_current_version card#1"));
 }
 
@@ -209,7 +209,7 @@ TEST(ScanAges, AreTracedInMilliseconds) {
   card.Set("first_use_ts", "1").Set("origin_ts", "1331035200");
   card.Set("reserve_warning_threshold_percent", "12.75");
   ASSERT_EQ(card.Scan(), 0U);
-  EXPECT_THAT(Beginning(LeveledTraces(card.Host()), "16 ScanSystem, "),
+  EXPECT_THAT(StartingWith(LeveledTraces(card.Host()), "16 ScanSystem, "),
               ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1000",
                           "16 ScanSystem, vsl_has_origin_ts = 1331035200000",
                           "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 12"));
@@ -219,7 +219,7 @@ TEST(ScanAges, AreNotTracedWhenTheyAreAbsent) {
   ScannedCard card;
   card.Without("first_use_ts").Without("origin_ts").Without("reserve_warning_threshold_percent");
   ASSERT_EQ(card.Scan(), 0U);
-  EXPECT_THAT(Beginning(card.Host().Traces(), "ScanSystem, "), IsEmpty());
+  EXPECT_THAT(StartingWith(card.Host().Traces(), "ScanSystem, "), IsEmpty());
 }
 
 // The locate LED.
@@ -244,7 +244,7 @@ TEST(ScanLocateLED, DecidesWhetherLocateIsListed) {
   ScannedCard card;
   card.Without("beacon_state");
   ASSERT_EQ(card.Scan(), 0U);
-  EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_set_beacon_state"), IsEmpty());
+  EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_set_beacon_state"), IsEmpty());
   std::vector<std::uint32_t> offered;
   for (const PI::COperation& operation : card.Host().Operations(card.Host().AdapterId(0))) {
     offered.push_back(operation.m_OperationID);

@@ -230,7 +230,7 @@ TEST(ScanGlobalNumber, DiffersBetweenLocations) {
   EXPECT_EQ(numbers["localhost"].size(), before + 2);
 }
 
-TEST(ScanGlobalNumber, NeedsNoEntryInTheHostsList) {
+TEST(ScanGlobalNumber, IsAssignedWithoutAnEntryInTheHostsList) {
   auto& numbers = PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs;
   const auto kept = numbers;
   numbers.clear();
@@ -269,7 +269,7 @@ TEST_F(ScanWithASkippedCard, KeepsThePositionsOfTheOthers) {
   EXPECT_EQ(m_Host.m_AdapterIDs[1].m_AdapterNumber, 2U);
 }
 
-TEST_F(ScanWithASkippedCard, UsesNoIdAndNoHandleForIt) {
+TEST_F(ScanWithASkippedCard, DoesNotUseAnIdOrAHandleForIt) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone");
   const ScanLog log = LogOf(m_Host);
   EXPECT_THAT(log.handles, IsEmpty());

@@ -87,7 +87,7 @@ constexpr StateCase STATE_CASES[] = {
 
 #undef WEAR
 
-INSTANTIATE_TEST_SUITE_P(Of, ScanState, testing::ValuesIn(STATE_CASES), [](const auto& each) {
+INSTANTIATE_TEST_SUITE_P(States, ScanState, testing::ValuesIn(STATE_CASES), [](const auto& each) {
   return "State" + std::string(each.param.state == nullptr ? "None" : each.param.state);
 });
 
@@ -185,12 +185,12 @@ TEST(ScanThrottling, IsShownWithItsReasonAfterTheOthers) {
   }
 }
 
-TEST(ScanThrottling, ReadsNoReasonWhenOff) {
+TEST(ScanThrottling, DoesNotReadAReasonWhenOff) {
   for (const char* state : {"0", "3"}) {
     ScannedCard card;
     card.Set("write_throttling_state", state);
     ASSERT_EQ(card.Scan(), 0U);
-    EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_has_write_throttling_reason"), IsEmpty());
+    EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_has_write_throttling_reason"), IsEmpty());
   }
 }
 

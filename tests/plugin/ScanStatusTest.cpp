@@ -58,7 +58,7 @@ TEST_P(ScanStatusBit, DeterminesStatusAndReason) {
             GetParam().status == std::string("FAILED") ? "FAILED" : "AVAILABLE");
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, ScanStatusBit, testing::ValuesIn(BIT_CASES), [](const auto& each) {
+INSTANTIATE_TEST_SUITE_P(Bits, ScanStatusBit, testing::ValuesIn(BIT_CASES), [](const auto& each) {
   return std::string(each.param.mask) + "_" + std::to_string(each.param.bit);
 });
 
@@ -211,7 +211,7 @@ TEST(ScanSamples, AreNotTakenForAMissingMask) {
   ScannedCard card;
   card.Without("current_warnings");
   EXPECT_EQ(MsOf([&] { ASSERT_EQ(card.Scan(), 0U); }), 1008U);
-  EXPECT_THAT(Beginning(card.Host().Calls(), "vsl_current_warnings"), IsEmpty());
+  EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_current_warnings"), IsEmpty());
   EXPECT_EQ(Count(card.Host().Calls(), "vsl_current_info card#1"), 5);
 }
 

@@ -1,5 +1,5 @@
 // Simulated cards that the plug-in's first scan reads, and the resulting properties, calls and
-// traces as short texts.
+// traces as short strings.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ inline std::string NamesOf(const std::vector<std::int32_t>& values) {
   return names;
 }
 
-// Renders only the value: texts unchanged, choices by name, numbers in decimal.
+// Renders only the value: strings unchanged, choices by name, numbers in decimal.
 inline std::string ValueOf(const PI::CProperty& property) {
   std::ostringstream text;
   text.imbue(std::locale::classic());
@@ -103,7 +103,7 @@ inline int Count(const Lines& lines, const std::string& line) {
 }
 
 // Returns the lines that start with `begin`.
-inline Lines Beginning(const Lines& lines, const std::string& begin) {
+inline Lines StartingWith(const Lines& lines, const std::string& begin) {
   Lines found;
   for (const std::string& line : lines) {
     if (line.rfind(begin, 0) == 0) found.push_back(line);

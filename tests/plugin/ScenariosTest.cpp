@@ -39,7 +39,7 @@ TEST(Scenarios, AHotCardWarnsThenThrottlesThenReturnsToNormal) {
                           "CTRL_NORMAL"));
 }
 
-TEST(Scenarios, AFlickeringBitRaisesNoEvent) {
+TEST(Scenarios, AFlickeringBitDoesNotRaiseAnEvent) {
   EXPECT_THAT(EventsOf("flicker"), IsEmpty());
 }
 

@@ -50,7 +50,7 @@ TEST_F(SetAdapterIDs, NamesTheAdapterByBoardAndNumber) {
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");
 }
 
-TEST_F(SetAdapterIDs, WithAnEmptyListKeepsTheNamesAndStartsTheWorker) {
+TEST_F(SetAdapterIDs, KeepsTheNamesAndStartsTheWorkerForAnEmptyList) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(WorkersStarted(), 0);
   EXPECT_EQ(Assign({}), 0U);
@@ -58,7 +58,7 @@ TEST_F(SetAdapterIDs, WithAnEmptyListKeepsTheNamesAndStartsTheWorker) {
   EXPECT_EQ(WorkersStarted(), 1);
 }
 
-TEST_F(SetAdapterIDs, WithoutANumberKeepsTheEmptyNameAndStartsTheWorker) {
+TEST_F(SetAdapterIDs, KeepsTheEmptyNameAndStartsTheWorkerWithoutANumber) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(WorkersStarted(), 0);
   EXPECT_EQ(Assign({Entry(-1)}), 0U);
@@ -66,7 +66,7 @@ TEST_F(SetAdapterIDs, WithoutANumberKeepsTheEmptyNameAndStartsTheWorker) {
   EXPECT_EQ(WorkersStarted(), 1);
 }
 
-TEST_F(SetAdapterIDs, WithoutANumberKeepsTheNameOfAnEarlierCall) {
+TEST_F(SetAdapterIDs, KeepsTheNameOfAnEarlierCallWithoutANumber) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Assign({Entry(7)}), 0U);
   EXPECT_EQ(Assign({Entry(-1)}), 0U);
@@ -207,7 +207,7 @@ TEST_F(SetAdapterIDs, DoesNotCountAsAChange) {
   for (const PI::CObject& object : m_Card.Host().Topology()) EXPECT_EQ(object.m_ChangeCount, 0U);
 }
 
-TEST_F(SetAdapterIDs, AcquiresNoLockAndCallsNoCard) {
+TEST_F(SetAdapterIDs, NeitherAcquiresALockNorCallsACard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   m_Card.Host().ForgetCalls();
   m_Card.Host().ForgetTraces();
@@ -216,7 +216,7 @@ TEST_F(SetAdapterIDs, AcquiresNoLockAndCallsNoCard) {
   EXPECT_EQ(HostKit::Locks()[0].taken, 1U);
   EXPECT_EQ(HostKit::Locks()[1].taken, 0U);
   EXPECT_THAT(m_Card.Host().Calls(), IsEmpty());
-  EXPECT_THAT(Beginning(m_Card.Host().Traces(8), "Before m_DataLock"), IsEmpty());
+  EXPECT_THAT(StartingWith(m_Card.Host().Traces(8), "Before m_DataLock"), IsEmpty());
 }
 
 TEST_F(SetAdapterIDs, TheTreeShowsTheNames) {

@@ -1,5 +1,5 @@
-// A thread that cannot be started: the host gets no error, the stop does not wait, and the next
-// start works as usual.
+// A thread that cannot be started: the host does not get an error, the stop does not wait, and the
+// next start succeeds.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -15,11 +15,11 @@ class ThreadCreation : public WorkerFixture {
  protected:
   void ExpectStopWithoutWaiting() {
     const unsigned long begin = NowMs();
-    ForgetAll();
+    ClearRecords();
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     EXPECT_EQ(NowMs() - begin, 200U);
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
-    for (const std::string& line : KeptLines()) {
+    for (const std::string& line : RecordedLines()) {
       EXPECT_EQ(line.find("Wait for termination"), std::string::npos) << line;
     }
   }
@@ -32,9 +32,9 @@ TEST_F(ThreadCreation, CommandsWorkAndNothingIsPolledWithoutAWorker) {
   EXPECT_THAT(HostKit::Threads(), IsEmpty());
   EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk Flash Adapter 785GB (1)\"");
   Set("card0", "iom_state", "0");
-  ForgetAll();
+  ClearRecords();
   PassMs(60000);
-  EXPECT_THAT(KeptLines(), IsEmpty());
+  EXPECT_THAT(RecordedLines(), IsEmpty());
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_EQ(m_Host.SetPollInterval(20), 0U);
   PassMs(1000);
@@ -63,7 +63,7 @@ TEST_F(ThreadCreation, FailureForASecondWorkerDoesNotStopTheFirst) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
 }
 
-// With no worker to cancel, a late job continues on its card as usual.
+// Without a worker to cancel, a late job continues on its card.
 TEST_F(ThreadCreation, ALateJobIsAbandonedEvenWithoutAWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
@@ -133,14 +133,14 @@ class EachJobWithoutAThread : public ThreadCreation, public testing::WithParamIn
   unsigned int Check(std::uint64_t adapter) { return m_Host.Check(adapter, GetParam().operation); }
 };
 
-TEST_P(EachJobWithoutAThread, CausesNoErrorNoEventAndNoCardCall) {
+TEST_P(EachJobWithoutAThread, DoesNotCauseAnErrorAnEventOrACardCall) {
   StartWith(1);
-  ForgetAll();
+  ClearRecords();
   HostKit::FailThreadCreate(1);
   EXPECT_EQ(Run(FIRST), 0U);
   PassMs(10000);
   Lines lines;
-  for (const std::string& line : KeptLines()) {
+  for (const std::string& line : RecordedLines()) {
     if (line.rfind("8 ", 0) != 0) lines.push_back(line);
   }
   EXPECT_EQ(lines, GetParam().lines);

@@ -162,7 +162,7 @@ TEST_F(TopologyOfOneCard, CarriesTheChangeCounts) {
   EXPECT_THAT(counts(), ElementsAre(1U, 1U, 2U));
 }
 
-TEST_F(TopologyOfOneCard, ShowsNoObjectAsLocked) {
+TEST_F(TopologyOfOneCard, DoesNotShowAnyObjectAsLocked) {
   std::vector<bool> locked;
   for (const PI::CObject& object : m_Host.Topology()) locked.push_back(object.m_Locked);
   EXPECT_THAT(locked, ElementsAre(false, false, false));
@@ -213,7 +213,7 @@ TEST_F(TopologyOfOneCard, IsCompleteWhenTheCardCannotBeOpened) {
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
 }
 
-TEST_F(TopologyOfOneCard, LeavesNoLockHeld) {
+TEST_F(TopologyOfOneCard, ReleasesItsLocks) {
   m_Host.Topology();
   for (const HostKit::LockView& lock : HostKit::Locks()) {
     EXPECT_EQ(lock.depth, 0U) << lock.ordinal;

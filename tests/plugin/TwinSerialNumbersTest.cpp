@@ -24,7 +24,7 @@ class TwinSerialNumbers : public WorkerFixture {
     Show(0);
     Show(1);
     Events();
-    ForgetAll();
+    ClearRecords();
     AwaitScans();
   }
   // Returns object and adapter number of each row.

@@ -110,7 +110,7 @@ class WorkerFixture : public testing::Test {
   }
   // Returns the trace lines with their levels, except those about rows and those of the test's own
   // requests.
-  Lines KeptLines() const {
+  Lines RecordedLines() const {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     Lines lines;
     for (const std::string& line : m_Lines) {
@@ -122,12 +122,12 @@ class WorkerFixture : public testing::Test {
     }
     return lines;
   }
-  void ForgetAll() {
+  void ClearRecords() {
     m_Host.ForgetCalls();
-    ForgetLines();
+    ClearLines();
   }
   // Clears only the record; the hook and the failures of the card library remain.
-  void ForgetLines() {
+  void ClearLines() {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     m_Lines.clear();
     m_LineTimes.clear();

@@ -12,13 +12,13 @@
 
 namespace {
 
-std::atomic<bool> g_NoMemory{false};
+std::atomic<bool> g_FailAllocations{false};
 
 }  // namespace
 
 // Replaces the standard library's function, which is the only way to run out of memory on demand.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  if (g_NoMemory) return nullptr;
+  if (g_FailAllocations) return nullptr;
   try {
     return ::operator new(size);
   } catch (const std::bad_alloc&) {
@@ -35,14 +35,14 @@ class WithoutMemory : public testing::Test {
  protected:
   static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
 
-  // Sets up the kit and the directories, and creates no plug-in.
+  // Sets up the kit and the directories, but does not create a plug-in.
   SimulatedHost m_Host;
 };
 
 unsigned int CreateWithoutMemory(IPLUGINAPI** instance) {
-  g_NoMemory = true;
+  g_FailAllocations = true;
   const unsigned int result = createIf(instance);
-  g_NoMemory = false;
+  g_FailAllocations = false;
   return result;
 }
 

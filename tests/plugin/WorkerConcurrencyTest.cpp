@@ -1,5 +1,5 @@
-// Host threads, the worker and jobs running simultaneously, with native threads and in many seeded
-// schedules.
+// Host threads, the worker and jobs running simultaneously, with native threads and under many
+// seeded schedules.
 
 #include <gmock/gmock.h>
 
@@ -35,9 +35,9 @@ void Natively(void (*scenario)(Schedule)) {
 }
 
 // Three cards at the shortest interval, and the events that the host has collected.
-class Busy {
+class ThreeCardHost {
  public:
-  explicit Busy(Schedule schedule) : m_Host(TimeOf(schedule)) {
+  explicit ThreeCardHost(Schedule schedule) : m_Host(TimeOf(schedule)) {
     // Trace lines would take up half the run time of hundreds of schedules.
     HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
@@ -48,7 +48,7 @@ class Busy {
     EXPECT_EQ(m_Host.Initialize(), 0U);
     m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI*) { ++m_Notifications; };
     EXPECT_EQ(m_Host.AssignAdapterNumbers(), 0U);
-    // Each call of the card library is a switch point.
+    // Each call to the card library is a switch point.
     m_Host.ForgetCalls();
     CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
   }
@@ -72,8 +72,8 @@ class Busy {
     for (int i = 0; i < kMaxAttempts && Seen(object).size() < count; ++i) Pass(100);
   }
 
-  // Stops the plug-in, so that no thread runs.
-  void ExpectNothingLeft() {
+  // Stops the plug-in and expects that its threads have ended without being canceled.
+  void StopAndExpectCleanExit() {
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     for (const HostKit::ThreadView& thread : HostKit::Threads()) {
       EXPECT_TRUE(thread.ended);
@@ -94,12 +94,12 @@ class Busy {
 // The first card is detached and attached outside the plug-in, which the worker reports. Jobs on
 // the second card fail and queue their own events. Two threads collect continuously.
 void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
-  Busy busy(schedule);
+  ThreeCardHost host(schedule);
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed", 3);
   std::atomic<bool> done{false};
   const auto collect = [&] {
     while (!done) {
-      busy.Collect();
+      host.Collect();
       Pass(70);
     }
   };
@@ -107,21 +107,21 @@ void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
     const HostThread first(collect);
     const HostThread second(collect);
     for (std::size_t turn = 1; turn <= 3; ++turn) {
-      EXPECT_EQ(busy.m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
-      busy.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
-      busy.AwaitSeen(FIRST, turn);
-      busy.AwaitSeen(SECOND, turn);
+      EXPECT_EQ(host.m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
+      host.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
+      host.AwaitSeen(FIRST, turn);
+      host.AwaitSeen(SECOND, turn);
     }
     done = true;
   }
   Pass(5000);
-  busy.Collect();
-  EXPECT_THAT(busy.Seen(FIRST).size(), 3U);
-  EXPECT_THAT(busy.Seen(SECOND),
+  host.Collect();
+  EXPECT_THAT(host.Seen(FIRST).size(), 3U);
+  EXPECT_THAT(host.Seen(SECOND),
               testing::ElementsAre(Number::CTRL_ATTACH_FAILED, Number::CTRL_ATTACH_FAILED,
                                    Number::CTRL_ATTACH_FAILED));
-  EXPECT_GE(busy.m_Notifications, 3);
-  busy.ExpectNothingLeft();
+  EXPECT_GE(host.m_Notifications, 3);
+  host.StopAndExpectCleanExit();
 }
 
 TEST(WorkerConcurrency, EachEventIsCollectedOnce) {
@@ -134,25 +134,25 @@ TEST(WorkerConcurrency, EachEventIsCollectedOnceInEverySeededSchedule) {
 
 // One thread collects, so that the events keep the order of the queue.
 void CollectInOrder(Schedule schedule) {
-  Busy busy(schedule);
+  ThreeCardHost host(schedule);
   std::atomic<bool> done{false};
   std::vector<std::uint32_t> expected;
   {
     const HostThread collector([&] {
       while (!done) {
-        busy.Collect();
+        host.Collect();
         Pass(50);
       }
     });
     for (std::size_t turn = 1; turn <= 4; ++turn) {
-      busy.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
-      busy.AwaitSeen(FIRST, turn);
+      host.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
+      host.AwaitSeen(FIRST, turn);
       expected.push_back(turn % 2 == 1 ? Number::CTRL_DETACHED : Number::CTRL_ATTACHED);
     }
     done = true;
   }
-  EXPECT_THAT(busy.Seen(FIRST), ElementsAreArray(expected));
-  busy.ExpectNothingLeft();
+  EXPECT_THAT(host.Seen(FIRST), ElementsAreArray(expected));
+  host.StopAndExpectCleanExit();
 }
 
 TEST(WorkerConcurrency, EventsKeepTheirOrder) {
@@ -181,13 +181,13 @@ void ExpectConsistentTree(const std::vector<PI::CObject>& objects) {
 }
 
 void ReadWhileCardsAreRemovedAndReturn(Schedule schedule) {
-  Busy busy(schedule);
+  ThreeCardHost host(schedule);
   std::atomic<bool> done{false};
   const auto read = [&] {
     while (!done) {
-      ExpectConsistentTree(busy.m_Host.Topology());
-      for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE}) busy.m_Host.Properties(id);
-      busy.m_Host.Check(FIRST, PI::OP_DETACH);
+      ExpectConsistentTree(host.m_Host.Topology());
+      for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE}) host.m_Host.Properties(id);
+      host.m_Host.Check(FIRST, PI::OP_DETACH);
       Pass(130);
     }
   };
@@ -195,12 +195,12 @@ void ReadWhileCardsAreRemovedAndReturn(Schedule schedule) {
     const HostThread first(read);
     const HostThread second(read);
     for (const char* path : {"/dev/hidden", "/dev/fct2", "/dev/hidden", "/dev/fct2"}) {
-      busy.m_Host.Cards().Set("card2", "device_path", path);
+      host.m_Host.Cards().Set("card2", "device_path", path);
       Pass(3000);
     }
     done = true;
   }
-  busy.ExpectNothingLeft();
+  host.StopAndExpectCleanExit();
 }
 
 TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturn) {
@@ -214,33 +214,33 @@ TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEveryS
 // The host collects events in the callback while other threads change the interval and operate
 // drives.
 void NotifyAndOperate(Schedule schedule) {
-  Busy busy(schedule);
+  ThreeCardHost host(schedule);
   std::atomic<int> collected{0};
-  busy.m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) {
-    busy.Collect();
+  host.m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) {
+    host.Collect();
     ++collected;
   };
   {
     const HostThread operate([&] {
       for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(
-            busy.m_Host.Run(FIRST_DRIVE, i % 2 == 0 ? PI::OP_MAKE_OFFLINE : PI::OP_MAKE_ONLINE),
+            host.m_Host.Run(FIRST_DRIVE, i % 2 == 0 ? PI::OP_MAKE_OFFLINE : PI::OP_MAKE_ONLINE),
             0U);
         Pass(300);
       }
     });
     const HostThread configure([&] {
       for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(busy.m_Host.SetPollInterval(2 + i), 0U);
+        EXPECT_EQ(host.m_Host.SetPollInterval(2 + i), 0U);
         Pass(400);
       }
     });
-    busy.m_Host.Cards().Set("card0", "iom_state", "0");
+    host.m_Host.Cards().Set("card0", "iom_state", "0");
   }
-  busy.AwaitSeen(FIRST, 1);
-  EXPECT_THAT(busy.Seen(FIRST), testing::ElementsAre(Number::CTRL_DETACHED));
+  host.AwaitSeen(FIRST, 1);
+  EXPECT_THAT(host.Seen(FIRST), testing::ElementsAre(Number::CTRL_DETACHED));
   EXPECT_GE(collected, 2);
-  busy.ExpectNothingLeft();
+  host.StopAndExpectCleanExit();
 }
 
 TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallback) {
@@ -253,12 +253,12 @@ TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEverySeededSchedule
 
 // A stop at any time while the worker runs.
 void StopAtAnyTime(Schedule schedule) {
-  Busy busy(schedule);
-  busy.m_Host.Cards().Set("card0", "iom_state", "0");
+  ThreeCardHost host(schedule);
+  host.m_Host.Cards().Set("card0", "iom_state", "0");
   Pass(static_cast<std::int64_t>(schedule.value_or(7) * 13 % 2100));
-  busy.ExpectNothingLeft();
-  EXPECT_EQ(busy.m_Host.Calls().back(), "vsl_fini");
-  busy.m_Host.Release();
+  host.StopAndExpectCleanExit();
+  EXPECT_EQ(host.m_Host.Calls().back(), "vsl_fini");
+  host.m_Host.Release();
 }
 
 TEST(WorkerConcurrency, AStopEndsTheWorkerInEverySeededSchedule) {

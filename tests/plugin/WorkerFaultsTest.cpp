@@ -24,7 +24,7 @@ class WorkerFaults : public WorkerFixture {
     StartWatch();
     AwaitWakeUps(2);
   }
-  void ExpectNothingLeft() {
+  void ExpectNoMisuseOrHeldLock() {
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());
     ExpectNoLockHeld();
   }
@@ -67,8 +67,9 @@ const Lines WAKE_UP = {"4 Worker() timeout event received"};
 const Lines TAKE_DATA = {"8 Before m_DataLock.Wait(INFINITE)", "8 After m_DataLock.Wait(INFINITE)"};
 const Lines TAKE_EVENTS = {"8 Before m_EventsLock.Wait(INFINITE)",
                            "8 After m_EventsLock.Wait(INFINITE)"};
-const Lines FREE_EVENTS = {"8 Before m_EventsLock.Release ()", "8 After m_EventsLock.Release ()"};
-const Lines FREE_DATA = {"8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"};
+const Lines RELEASE_EVENTS = {"8 Before m_EventsLock.Release ()",
+                              "8 After m_EventsLock.Release ()"};
+const Lines RELEASE_DATA = {"8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"};
 const Lines REST = {"2 Worker() before restart interval"};
 const Lines SCAN = {"16 Before ScanSystem()",
                     "2 ENTER ScanSystem(0) PhyDrive=0",
@@ -84,31 +85,31 @@ Lines Joined(const std::vector<Lines>& parts) {
   return all;
 }
 
-TEST_F(WorkerFaults, TracesItsStartItsPassesAndItsEnd) {
+TEST_F(WorkerFaults, TracesItsStartAndItsEnd) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_errors", "1");
   AwaitWakeUps();
   PassMs(10);
-  EXPECT_EQ(KeptLines()[0].substr(0, 1), "2");
+  EXPECT_EQ(RecordedLines()[0].substr(0, 1), "2");
   EXPECT_THAT(TimesOf("2 ENTER Worker()"), ElementsAre(0U));
-  ForgetAll();
+  ClearRecords();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   Settle();
-  EXPECT_THAT(KeptLines(),
+  EXPECT_THAT(RecordedLines(),
               ElementsAre("2 ENTER DeInitialize", "4 Worker() something else perhaps m_StopRequest",
                           "2 LEAVE Worker()", "2 LEAVE DeInitialize"));
-  ExpectNothingLeft();
+  ExpectNoMisuseOrHeldLock();
 }
 
 TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
-  ForgetAll();
+  ClearRecords();
   AwaitWakeUps();
   EXPECT_THAT(
-      KeptLines(),
+      RecordedLines(),
       ElementsAreArray(Joined(
           {WAKE_UP,
            TAKE_DATA,
@@ -117,8 +118,8 @@ TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
            {"16 Before UpdateSystem()", "2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives",
             "2 LEAVE UpdateSystem ret = 20000", "16 After UpdateSystem() ret = 20000",
             "4 Worker() after bscan"},
-           FREE_EVENTS,
-           FREE_DATA,
+           RELEASE_EVENTS,
+           RELEASE_DATA,
            REST})));
 }
 
@@ -128,10 +129,10 @@ TEST_F(WorkerFaults, TracesAScanWithEvents) {
   StartWatch();
   AwaitWakeUps(2);
   Set("card0", "iom_state", "0");
-  ForgetAll();
+  ClearRecords();
   AwaitWakeUps();
   EXPECT_THAT(
-      KeptLines(),
+      RecordedLines(),
       ElementsAreArray(Joined(
           {WAKE_UP,
            TAKE_DATA,
@@ -141,8 +142,8 @@ TEST_F(WorkerFaults, TracesAScanWithEvents) {
             "8 Before m_EventsLock.Wait (sg)", "8 After m_EventsLock.Wait (sg)",
             "2 LEAVE UpdateSystem ret = 0", "16 After UpdateSystem() ret = 0",
             "4 Worker() after bscan"},
-           FREE_EVENTS,
-           FREE_DATA,
+           RELEASE_EVENTS,
+           RELEASE_DATA,
            REST})));
 }
 
@@ -151,29 +152,29 @@ TEST_F(WorkerFaults, TracesAScanWithAChangeAndNoEvent) {
   StartWatch();
   AwaitWakeUps(2);
   Set("card0", "temp_internal_deg_c", "60");
-  ForgetAll();
+  ClearRecords();
   AwaitWakeUps();
-  EXPECT_THAT(KeptLines(), Not(Contains("8 Before m_EventsLock.Wait (sg)")));
-  EXPECT_THAT(KeptLines(), Contains("2 LEAVE UpdateSystem ret = 0"));
+  EXPECT_THAT(RecordedLines(), Not(Contains("8 Before m_EventsLock.Wait (sg)")));
+  EXPECT_THAT(RecordedLines(), Contains("2 LEAVE UpdateSystem ret = 0"));
 }
 
 TEST_F(WorkerFaults, TracesAFailedScan) {
   AddCards(1);
   StartWatch();
   AwaitWakeUps(2);
-  ForgetAll();
+  ClearRecords();
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   AwaitWakeUps();
   EXPECT_THAT(
-      KeptLines(),
+      RecordedLines(),
       ElementsAreArray(Joined({WAKE_UP,
                                TAKE_DATA,
                                TAKE_EVENTS,
                                {"16 Before ScanSystem()", "2 ENTER ScanSystem(0) PhyDrive=0",
                                 "16 ScanSystem, vsl_open = 62 (unavailable)",
                                 "16 After ScanSystem() ret = 20003", "4 Worker() after bscan"},
-                               FREE_EVENTS,
-                               FREE_DATA,
+                               RELEASE_EVENTS,
+                               RELEASE_DATA,
                                REST})));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_destroy card#1"));
@@ -182,10 +183,10 @@ TEST_F(WorkerFaults, TracesAFailedScan) {
 TEST_F(WorkerFaults, TracesAWakeUpForTheHost) {
   AddCards(1);
   StartWatch();
-  ForgetAll();
+  ClearRecords();
   EXPECT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_OFFLINE), 0U);
   Settle();
-  const Lines lines = KeptLines();
+  const Lines lines = RecordedLines();
   const auto begin =
       std::find(lines.begin(), lines.end(), "4 Worker() m_PrivateEvent event received");
   ASSERT_NE(begin, lines.end());
@@ -207,7 +208,7 @@ TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelat
   AwaitScans();
   EXPECT_EQ(Tree(), before);
   EXPECT_EQ(Value(FIRST, PI::Property::PRODUCT), "\"Other\"");
-  ExpectNothingLeft();
+  ExpectNoMisuseOrHeldLock();
 }
 
 TEST_F(WorkerFaults, TheScanAfterAFailedOneIsAFullIntervalLater) {
@@ -232,13 +233,13 @@ TEST_F(WorkerFaults, AQuickPollRetriesAFailedScan) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-TEST_F(WorkerFaults, WithoutTheDataLockNothingIsPolled) {
+TEST_F(WorkerFaults, APollIsSkippedIfTheDataLockFails) {
   AddCards(1);
   StartWatch();
-  ForgetAll();
+  ClearRecords();
   HostKit::FailLockWait(1, 1);
   AwaitWakeUps();
-  EXPECT_THAT(KeptLines(), ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, REST})));
+  EXPECT_THAT(RecordedLines(), ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, REST})));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_EQ(HostKit::Locks()[0].depth, 0U);
   AwaitWakeUps();
@@ -254,23 +255,23 @@ TEST_F(WorkerFaults, ADueScanWaitsForTheDataLock) {
   EXPECT_EQ(Scans(), 1U);
 }
 
-TEST_F(WorkerFaults, WithoutTheEventsLockTheScanRunsAtTheNextWakeUp) {
+TEST_F(WorkerFaults, AScanIsPostponedIfTheEventsLockFails) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
-  ForgetAll();
+  ClearRecords();
   HostKit::FailLockWait(2, 1);
   AwaitWakeUps();
-  EXPECT_THAT(KeptLines(),
-              ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, FREE_DATA, REST})));
+  EXPECT_THAT(RecordedLines(),
+              ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, RELEASE_DATA, REST})));
   EXPECT_THAT(Notifications(), IsEmpty());
-  ForgetAll();
-  // The next pass has no quick poll, which would no longer see a change.
+  ClearRecords();
+  // The next pass must scan without a quick poll, which would no longer see a change.
   Set("card0", "iom_state", "2");
   AwaitWakeUps();
   EXPECT_EQ(Scans(), 1U);
   EXPECT_EQ(m_Host.Calls()[2], "vsl_has_pci_bus card#1");
-  ExpectNothingLeft();
+  ExpectNoMisuseOrHeldLock();
 }
 
 TEST_F(WorkerFaults, TheEventsLockCanBeUnavailableForSeveralWakeUps) {
@@ -372,7 +373,7 @@ TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsImmediately) {
   AddCards(1);
   HostKit::FailEventInit(1);
   StartWatch("15", Number::ERR_LOCK_INITIALIZATION_FAILED);
-  EXPECT_THAT(KeptLines(),
+  EXPECT_THAT(RecordedLines(),
               ElementsAre("2 ENTER Worker()", "4 Worker() something else perhaps m_StopRequest",
                           "2 LEAVE Worker()"));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
@@ -399,15 +400,15 @@ TEST_F(WorkerFaults, AStoppedWorkerDoesNotCallTheHost) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-TEST_F(WorkerFaults, ASecondDeInitializeFindsNoWorkerAndStopsTheLibraryAgain) {
+TEST_F(WorkerFaults, ASecondDeInitializeDoesNotWaitForAWorkerAndStopsTheLibraryAgain) {
   AddCards(1);
   StartWatch();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
-  ForgetAll();
+  ClearRecords();
   const unsigned long begin = NowMs();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   EXPECT_EQ(NowMs() - begin, 200U);
-  EXPECT_THAT(KeptLines(), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
+  EXPECT_THAT(RecordedLines(), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
 }
 
@@ -462,7 +463,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
     if (call.function == "vsl_open") Pass(60000);
   });
   PassMs(5500);
-  ForgetLines();
+  ClearLines();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   Lines expected = {"2 ENTER DeInitialize"};
   for (int turn = 0; turn < 51; ++turn) {
@@ -473,7 +474,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
   expected.insert(expected.end(),
                   {"16 Kill Worker", "16 Kill Attach", "16 Kill Detach", "2 LEAVE DeInitialize"});
   // The canceled worker also traces the release of its lock.
-  Lines lines = KeptLines();
+  Lines lines = RecordedLines();
   const auto isOfALock = [](const std::string& line) { return line.rfind("8 ", 0) == 0; };
   lines.erase(std::remove_if(lines.begin(), lines.end(), isOfALock), lines.end());
   EXPECT_THAT(lines, ElementsAreArray(expected));
@@ -493,7 +494,7 @@ TEST_F(WorkerFaults, SettingNumbersTwiceStartsTwoWorkersAndBothEnd) {
   PassMs(5100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 5000U));
   EXPECT_THAT(m_Host.Calls(), SizeIs(48));
-  ForgetAll();
+  ClearRecords();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   Settle();
   EXPECT_THAT(TimesOf("2 LEAVE Worker()"), SizeIs(2));

@@ -164,7 +164,7 @@ TEST_F(WorkerTiming, AnOverdueScanRunsAtAnotherWakeUp) {
   EXPECT_THAT(ScanTimes(), SizeIs(1));
 }
 
-TEST_F(WorkerTiming, WithoutCardsItMakesFullScansAndNoCalls) {
+TEST_F(WorkerTiming, ItScansWithoutCallsIfThereAreNoCards) {
   StartWatch("15", Number::ERR_NO_SUPPORTED_HARDWARE);
   PassMs(41000);
   EXPECT_THAT(WakeUpTimes(),
@@ -175,7 +175,7 @@ TEST_F(WorkerTiming, WithoutCardsItMakesFullScansAndNoCalls) {
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(WorkerTiming, WithoutCardsItReleasesItsLocks) {
+TEST_F(WorkerTiming, ItReleasesItsLocksIfThereAreNoCards) {
   StartWatch("15", Number::ERR_NO_SUPPORTED_HARDWARE);
   PassMs(6000);
   ASSERT_THAT(WakeUpTimes(), ElementsAre(5000U));
@@ -210,7 +210,7 @@ TEST_F(OddInterval, ZeroNeitherSpinsNorStopsTheWorker) {
   PassMs(8900);
   EXPECT_THAT(WakeUpTimes(), SizeIs(29));  // one every 345 ms, up to 11,000
   EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
-  ForgetAll();
+  ClearRecords();
   PassMs(84000);
   EXPECT_THAT(WakeUpTimes(), IsEmpty());
 }
@@ -225,7 +225,7 @@ TEST_F(OddInterval, OfOneSecondIsKept) {
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U, 2368U));
 }
 
-TEST_F(OddInterval, AboveTheUsualLimitIsKept) {
+TEST_F(OddInterval, AboveTheLimitIsKept) {
   StartWith(300);
   PassMs(310000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(101000U, 201012U, 301024U));

@@ -9,8 +9,8 @@
 namespace CorvaneTest {
 
 // Blocks the first thread that writes a trace line with this text, after it has written the line.
-// The blocked thread holds no lock of the trace log, so other threads can trace. Occupies the trace
-// sink until destroyed. The program must be linked with `trace_seam`.
+// The blocked thread does not hold a lock of the trace log, so other threads can trace. Occupies
+// the trace sink until destroyed. The program must be linked with `trace_seam`.
 class HeldTrace {
  public:
   explicit HeldTrace(const std::string& text);

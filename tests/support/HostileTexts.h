@@ -70,7 +70,7 @@ inline const std::vector<std::string>& ForbiddenStatements() {
   return statements;
 }
 
-// Expressions that the database must reject where a text is expected.
+// Expressions that the database must reject where a string is expected.
 inline const std::vector<std::string>& ForbiddenExpressions() {
   static const std::vector<std::string> expressions = {
       "(SELECT message FROM host_event_log)",
@@ -89,7 +89,7 @@ inline std::string Repeated(const std::string& text, int count) {
   return all;
 }
 
-// Returns texts that break out of the double quotes of an INSERT (with `valuesAfter` values after
+// Returns strings that break out of the double quotes of an INSERT (with `valuesAfter` values after
 // the text) or of an UPDATE, or out of the single quotes of a condition.
 inline std::vector<std::string> HostileTexts(
     int valuesAfter, const std::vector<std::string>& statements = ForbiddenStatements()) {

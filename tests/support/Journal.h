@@ -44,7 +44,7 @@ class PrintedText {
   PrintedText(const PrintedText&) = delete;
   PrintedText& operator=(const PrintedText&) = delete;
 
-  // Returns the text printed since the last call.
+  // Returns the output since the last call.
   std::string Next() {
     std::fflush(stdout);
     std::ifstream file(m_File);
@@ -75,8 +75,8 @@ class Journal {
   }
   ~Journal() {
     CardSim::SetHook({});
-    if (m_TakesTraces) HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
-    if (m_TakesNotifications) m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
+    if (m_RecordsTraces) HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
+    if (m_RecordsNotifications) m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
   }
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
@@ -94,75 +94,75 @@ class Journal {
 
   // Replaces the trace sink and records the trace lines. Fixtures with their own sink pass each
   // line to `Note` instead.
-  void TakeTraces() {
-    m_TakesTraces = true;
+  void RecordTraces() {
+    m_RecordsTraces = true;
     HostKit::SetTraceSink([this](const HostKit::TraceLine& line) {
       Note("trace " + std::to_string(line.level) + " " + line.text);
     });
   }
-  void TakeNotifications() {
-    m_TakesNotifications = true;
+  void RecordNotifications() {
+    m_RecordsNotifications = true;
     m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI*) { Note("notify"); };
   }
 
   void Note(const std::string& text) {
     if (m_Observing) return;
-    const std::string locks = OwnLocks();
-    const bool isOwn = std::this_thread::get_id() == m_Owner;
+    const std::string locks = HeldLocks();
+    const bool isTestThread = std::this_thread::get_id() == m_Owner;
     const std::lock_guard<std::mutex> guard(m_Mutex);
     if (m_pPrinted != nullptr) {
       std::string printed = m_pPrinted->Next();
       if (!printed.empty() && printed.back() == '\n') printed.pop_back();
-      if (!printed.empty()) m_Entries.push_back({locks + " print " + printed, isOwn});
+      if (!printed.empty()) m_Entries.push_back({locks + " print " + printed, isTestThread});
     }
     if (m_EveryEntry) {
       const std::string seen = m_EveryEntry();
-      if (seen != m_Seen) m_Entries.push_back({locks + " " + seen, isOwn});
+      if (seen != m_Seen) m_Entries.push_back({locks + " " + seen, isTestThread});
       m_Seen = seen;
     }
-    m_Entries.push_back({locks + " " + text, isOwn});
+    m_Entries.push_back({locks + " " + text, isTestThread});
   }
 
-  // A changed result of `observe` becomes an entry. `observe` is called before each call and
-  // each statement, on that thread, and may call the plug-in: its locks can be taken again.
+  // Records the result of `observe` whenever it changes. `observe` is called before each call and
+  // each statement, on the calling thread, and may call the plug-in, whose locks are recursive.
   void Observe(std::function<std::string()> observe) {
     m_Observing = true;
     std::string now = observe();
     m_Observing = false;
     m_Observers.push_back({std::move(observe), std::move(now)});
   }
-  // As `Observe`, but called before every entry. `observe` must not call the plug-in.
+  // Like `Observe`, but called before every entry. `observe` must not call the plug-in.
   void ObserveEveryEntry(std::function<std::string()> observe) {
     m_EveryEntry = std::move(observe);
     m_Seen = m_EveryEntry();
   }
   // Collects the events before each call and each statement, one entry per event.
-  void CollectEvents() { m_Collects = true; }
-  // Records the text printed into `printed`, until `StopPrint`.
+  void CollectEvents() { m_CollectsEvents = true; }
+  // Records the output captured by `printed`, until `StopPrint`.
   void Print(PrintedText& printed) { m_pPrinted = &printed; }
   void StopPrint() { m_pPrinted = nullptr; }
 
-  // Observes once, to record changes made after the last call.
+  // Observes immediately, to record changes since the last call.
   void ObserveNow() {
     if (m_Observing) return;
-    std::vector<std::string> news;
+    std::vector<std::string> changes;
     m_Observing = true;
-    if (m_Collects) {
-      // The id is written out, because a request for it would call the cards.
+    if (m_CollectsEvents) {
+      // A literal id, because looking it up would call the card library.
       PI::COperation collect;
       collect.m_OperationID = PI::OP_GET_EVENTS;
       m_Host.Execute(PI::CMD_EXECUTE_OPERATION, 0x0130000000000000, &collect);
       for (const PI::CEvent& event : collect.m_Events) {
-        news.push_back("event " + NameOrNumber(HostKit::Family::Event, event.m_EventID));
+        changes.push_back("event " + NameOrNumber(HostKit::Family::Event, event.m_EventID));
       }
     }
     for (auto& [observe, last] : m_Observers) {
       const std::string now = observe();
-      if (now != last) news.push_back(now);
+      if (now != last) changes.push_back(now);
       last = now;
     }
     m_Observing = false;
-    for (const std::string& text : news) Note(text);
+    for (const std::string& text : changes) Note(text);
   }
 
   std::vector<std::string> Entries() const {
@@ -170,13 +170,13 @@ class Journal {
   }
   // Only the entries of the plug-in's threads.
   std::vector<std::string> PluginEntries() const {
-    return Select([](const Entry& entry) { return !entry.m_IsOwn; });
+    return Select([](const Entry& entry) { return !entry.m_IsTestThread; });
   }
 
  private:
   struct Entry {
     std::string m_Text;
-    bool m_IsOwn;
+    bool m_IsTestThread;
   };
 
   template <class Wanted>
@@ -191,11 +191,11 @@ class Journal {
 
   // The kit names the thread of the test "main". In a test that observes locks, only one thread of
   // the plug-in is active.
-  std::string OwnLocks() const {
-    const bool isOwn = std::this_thread::get_id() == m_Owner;
+  std::string HeldLocks() const {
+    const bool isTestThread = std::this_thread::get_id() == m_Owner;
     std::string locks = "--";
     for (const HostKit::LockView& lock : HostKit::Locks()) {
-      if (lock.owner.empty() || (lock.owner == "main") != isOwn) continue;
+      if (lock.owner.empty() || (lock.owner == "main") != isTestThread) continue;
       if (lock.ordinal == 1) locks[0] = 'd';
       if (lock.ordinal == 2) locks[1] = 'e';
     }
@@ -206,9 +206,9 @@ class Journal {
   StatementWatch m_Statements;
   const std::thread::id m_Owner = std::this_thread::get_id();
   PrintedText* m_pPrinted = nullptr;
-  bool m_TakesTraces = false;
-  bool m_TakesNotifications = false;
-  bool m_Collects = false;
+  bool m_RecordsTraces = false;
+  bool m_RecordsNotifications = false;
+  bool m_CollectsEvents = false;
   std::vector<std::pair<std::function<std::string()>, std::string>> m_Observers;
   inline static thread_local bool m_Observing = false;
 

@@ -1,5 +1,5 @@
 // Makes memory allocations of the calling thread fail on demand. Linking it replaces operator new,
-// also for the libraries that the program loads.
+// including in the libraries that the program loads.
 #pragma once
 
 namespace CorvaneTest {

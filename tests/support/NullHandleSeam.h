@@ -26,7 +26,7 @@ class NullHandleAnswers {
   std::optional<std::uint64_t> total_physical_bytes_read;
   std::optional<std::uint64_t> total_physical_bytes_written;
 
-  // Calls with a null handle, and every call of the host's helper with its arguments, in order:
+  // Calls with a null handle, and all calls to the host's helper with their arguments, in order:
   // "vsl_has_rated_endurance_tbytes", "ComputeRemainingLifeTime 8760 1024 80 100". Calls whose
   // error record is not all zero are marked.
   std::vector<std::string> m_Calls;

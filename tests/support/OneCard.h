@@ -1,5 +1,5 @@
 // A host with one simulated card whose attributes a test sets before the plug-in starts. It renders
-// what the host reads as short texts.
+// what the host reads as short strings.
 #pragma once
 
 #include <cstdint>

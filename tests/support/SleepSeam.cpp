@@ -25,7 +25,7 @@ std::int64_t Nanoseconds(const timespec& time) {
   return time.tv_sec * kNsPerSecond + time.tv_nsec;
 }
 
-// Releases a mutex until destroyed, also when the sleeper's stack unwinds.
+// Releases a mutex and acquires it again when destroyed, even if the sleeper's stack unwinds.
 class Unlocked {
  public:
   explicit Unlocked(pthread_mutex_t* mutex) : m_pMutex(mutex) { pthread_mutex_unlock(m_pMutex); }

@@ -13,7 +13,7 @@ namespace {
 using CorvaneTest::Shortage;
 
 // Handles for the calls; null if a call does not need them.
-struct Things {
+struct CallHandles {
   void* card = nullptr;      // opened
   void* job = nullptr;       // a format or detach job
   void* iterated = nullptr;  // the first card
@@ -22,109 +22,109 @@ struct Things {
   vsl_error_record err = {};
 };
 
-void DetachCard(Things& things) {
-  vsl_iom_detach_create(things.card, &things.job, &things.err);
+void DetachCard(CallHandles& handles) {
+  vsl_iom_detach_create(handles.card, &handles.job, &handles.err);
 }
-void FormatCard(Things& things) {
-  vsl_iom_format_create(things.card, &things.job, &things.err);
+void FormatCard(CallHandles& handles) {
+  vsl_iom_format_create(handles.card, &handles.job, &handles.err);
 }
-void StartFormat(Things& things) {
-  FormatCard(things);
-  vsl_iom_format_set_size_pct(things.job, 50, &things.err);
-  vsl_op_start(things.job, &things.err);
+void StartFormat(CallHandles& handles) {
+  FormatCard(handles);
+  vsl_iom_format_set_size_pct(handles.job, 50, &handles.err);
+  vsl_op_start(handles.job, &handles.err);
 }
 
 vsl_code CodeOf(bool succeeded) {
   return succeeded ? 0 : 1;
 }
 
-void NextVolume(Things& things) {
-  vsl_vsu_iterate(things.card, &things.volume, 1, &things.err);
+void NextVolume(CallHandles& handles) {
+  vsl_vsu_iterate(handles.card, &handles.volume, 1, &handles.err);
 }
 
 // Sets an attribute of the open card and creates a handle for its adapter.
-void SetAttribute(Things& things, const char* attribute, const char* value) {
-  vsl_close(things.card, &things.err);
+void SetAttribute(CallHandles& handles, const char* attribute, const char* value) {
+  vsl_close(handles.card, &handles.err);
   CardSim::StateFile(CardSim::StateFile::DefaultPath()).Set("card0", attribute, value);
-  vsl_open(things.card, &things.err);
-  vsl_adapter_create(things.card, &things.created, &things.err);
+  vsl_open(handles.card, &handles.err);
+  vsl_adapter_create(handles.card, &handles.created, &handles.err);
 }
-void SetFormatAttribute(Things& things, const char* attribute, const char* value) {
-  SetAttribute(things, attribute, value);
-  FormatCard(things);
+void SetFormatAttribute(CallHandles& handles, const char* attribute, const char* value) {
+  SetAttribute(handles, attribute, value);
+  FormatCard(handles);
 }
 
 struct Call {
   std::string name;
   std::string function;
   const char* state;  // of the card, before the call
-  void (*prepare)(Things&);
-  vsl_code (*make)(Things&);  // also checks a value that is read
-  bool needsMemory = true;    // if false, it may succeed without memory
+  void (*prepare)(CallHandles&);
+  vsl_code (*make)(CallHandles&);  // also checks a value that is read
+  bool needsMemory = true;         // if false, it may succeed without memory
 };
 
-void Nothing(Things&) {}
+void Nothing(CallHandles&) {}
 
 const Call kCalls[] = {
-    {"Init", "vsl_init", "2", Nothing, [](Things& t) { return vsl_init(0, &t.err); }},
+    {"Init", "vsl_init", "2", Nothing, [](CallHandles& t) { return vsl_init(0, &t.err); }},
     {"Iterate", "vsl_iom_iterate", "2", Nothing,
-     [](Things& t) { return CodeOf(vsl_iom_iterate(&t.iterated, 1, &t.err)); }},
+     [](CallHandles& t) { return CodeOf(vsl_iom_iterate(&t.iterated, 1, &t.err)); }},
     {"CreateByName", "vsl_iom_create_by_name", "2", Nothing,
-     [](Things& t) { return vsl_iom_create_by_name("/dev/fct0", &t.created, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_create_by_name("/dev/fct0", &t.created, &t.err); }},
     {"Open", "vsl_open", "2",
-     [](Things& t) {
+     [](CallHandles& t) {
        vsl_close(t.card, &t.err);
        CardSim::StateFile(CardSim::StateFile::DefaultPath()).Raise("card1", "FLASHBACK");
      },
-     [](Things& t) { return vsl_open(t.card, &t.err); }},
+     [](CallHandles& t) { return vsl_open(t.card, &t.err); }},
     {"Adapter", "vsl_adapter_create", "2", Nothing,
-     [](Things& t) { return vsl_adapter_create(t.card, &t.created, &t.err); }},
+     [](CallHandles& t) { return vsl_adapter_create(t.card, &t.created, &t.err); }},
     {"BeaconOn", "vsl_set_beacon_state", "2", Nothing,
-     [](Things& t) { return vsl_set_beacon_state(t.card, 1, &t.err); }},
+     [](CallHandles& t) { return vsl_set_beacon_state(t.card, 1, &t.err); }},
     {"NextVolume", "vsl_vsu_iterate", "2", NextVolume,
-     [](Things& t) { return CodeOf(vsl_vsu_iterate(t.card, &t.volume, 1, &t.err)); }},
+     [](CallHandles& t) { return CodeOf(vsl_vsu_iterate(t.card, &t.volume, 1, &t.err)); }},
     {"SetVolume", "vsl_set_vsu_state", "2", NextVolume,
-     [](Things& t) { return vsl_set_vsu_state(t.volume, 0, &t.err); }},
+     [](CallHandles& t) { return vsl_set_vsu_state(t.volume, 0, &t.err); }},
     {"CreateAttach", "vsl_iom_attach_create", "0", Nothing,
-     [](Things& t) { return vsl_iom_attach_create(t.card, &t.created, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_attach_create(t.card, &t.created, &t.err); }},
     {"CreateDetach", "vsl_iom_detach_create", "2", Nothing,
-     [](Things& t) { return vsl_iom_detach_create(t.card, &t.created, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_detach_create(t.card, &t.created, &t.err); }},
     {"CreateFormat", "vsl_iom_format_create", "0", Nothing,
-     [](Things& t) { return vsl_iom_format_create(t.card, &t.created, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_format_create(t.card, &t.created, &t.err); }},
     {"FormatSize", "vsl_iom_format_set_size_bytes", "0", FormatCard,
-     [](Things& t) { return vsl_iom_format_set_size_bytes(t.job, 4096, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_format_set_size_bytes(t.job, 4096, &t.err); }},
     {"FormatPercent", "vsl_iom_format_set_size_pct", "0", FormatCard,
-     [](Things& t) { return vsl_iom_format_set_size_pct(t.job, 50, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_format_set_size_pct(t.job, 50, &t.err); }},
     {"FormatMode", "vsl_iom_format_set_size_mode", "0", FormatCard,
-     [](Things& t) { return vsl_iom_format_set_size_mode(t.job, 11, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_format_set_size_mode(t.job, 11, &t.err); }},
     {"StartAttach", "vsl_op_start", "0",
-     [](Things& t) { vsl_iom_attach_create(t.card, &t.job, &t.err); },
-     [](Things& t) { return vsl_op_start(t.job, &t.err); }},
+     [](CallHandles& t) { vsl_iom_attach_create(t.card, &t.job, &t.err); },
+     [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
     {"StartDetach", "vsl_op_start", "2", DetachCard,
-     [](Things& t) { return vsl_op_start(t.job, &t.err); }},
+     [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
     {"StartFormat", "vsl_op_start", "0", FormatCard,
-     [](Things& t) { return vsl_op_start(t.job, &t.err); }},
-    {"Close", "vsl_close", "2", Nothing, [](Things& t) { return vsl_close(t.card, &t.err); },
+     [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
+    {"Close", "vsl_close", "2", Nothing, [](CallHandles& t) { return vsl_close(t.card, &t.err); },
      false},
     {"PciDeviceId", "vsl_pci_device_id", "2",
-     [](Things& t) { SetAttribute(t, "pci_device_id", "4099"); },
-     [](Things& t) { return CodeOf(vsl_pci_device_id(t.card, &t.err) == 4099); }},
+     [](CallHandles& t) { SetAttribute(t, "pci_device_id", "4099"); },
+     [](CallHandles& t) { return CodeOf(vsl_pci_device_id(t.card, &t.err) == 4099); }},
     {"ReserveStatus", "vsl_reserve_status", "2",
-     [](Things& t) {
+     [](CallHandles& t) {
        SetAttribute(t, "reserve_space_pct", "5");
        SetAttribute(t, "reserve_status", "1");
      },
-     [](Things& t) { return CodeOf(vsl_reserve_status(t.card, &t.err) == 1); }},
+     [](CallHandles& t) { return CodeOf(vsl_reserve_status(t.card, &t.err) == 1); }},
     {"HasVolumeState", "vsl_has_vsu_state", "2", NextVolume,
-     [](Things& t) { return CodeOf(vsl_has_vsu_state(t.volume, &t.err)); }},
+     [](CallHandles& t) { return CodeOf(vsl_has_vsu_state(t.volume, &t.err)); }},
     {"VolumeState", "vsl_vsu_state", "2", NextVolume,
-     [](Things& t) { return CodeOf(vsl_vsu_state(t.volume, &t.err) == 1); }, false},
+     [](CallHandles& t) { return CodeOf(vsl_vsu_state(t.volume, &t.err) == 1); }, false},
     {"Force", "vsl_iom_detach_set_force", "2", DetachCard,
-     [](Things& t) { return vsl_iom_detach_set_force(t.job, 1, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_detach_set_force(t.job, 1, &t.err); }},
     {"HasFormatMode", "vsl_iom_format_has_size_mode", "0", FormatCard,
-     [](Things& t) { return CodeOf(vsl_iom_format_has_size_mode(t.job, &t.err)); }},
+     [](CallHandles& t) { return CodeOf(vsl_iom_format_has_size_mode(t.job, &t.err)); }},
     {"FormatSectorSize", "vsl_iom_format_set_sector_size_bytes", "0", FormatCard,
-     [](Things& t) { return vsl_iom_format_set_sector_size_bytes(t.job, 512, &t.err); }},
+     [](CallHandles& t) { return vsl_iom_format_set_sector_size_bytes(t.job, 512, &t.err); }},
 };
 
 // A value for attributes of type `T`, as text in the state file.
@@ -143,40 +143,40 @@ bool IsExpected(T value) {
 }
 
 // Returns the handle that has the attribute.
-void* OwnerOf(Things& things, std::string_view attribute) {
-  return attribute == "power_limit_watts" ? things.created : things.card;
+void* OwnerOf(CallHandles& handles, std::string_view attribute) {
+  return attribute == "power_limit_watts" ? handles.created : handles.card;
 }
 
 const Call kReads[] = {
-#define CARD_ROWS(type, attribute)                                                         \
-  {"Has_" #attribute,                                                                      \
-   "vsl_has_" #attribute,                                                                  \
-   "2",                                                                                    \
-   [](Things& t) { SetAttribute(t, #attribute, kText<type>); },                            \
-   [](Things& t) { return CodeOf(vsl_has_##attribute(OwnerOf(t, #attribute), &t.err)); },  \
-   false},                                                                                 \
-      {"Read_" #attribute,                                                                 \
-       "vsl_" #attribute,                                                                  \
-       "2",                                                                                \
-       [](Things& t) { SetAttribute(t, #attribute, kText<type>); },                        \
-       [](Things& t) {                                                                     \
-         return CodeOf(IsExpected<type>(vsl_##attribute(OwnerOf(t, #attribute), &t.err))); \
-       },                                                                                  \
+#define CARD_ROWS(type, attribute)                                                             \
+  {"Has_" #attribute,                                                                          \
+   "vsl_has_" #attribute,                                                                      \
+   "2",                                                                                        \
+   [](CallHandles& t) { SetAttribute(t, #attribute, kText<type>); },                           \
+   [](CallHandles& t) { return CodeOf(vsl_has_##attribute(OwnerOf(t, #attribute), &t.err)); }, \
+   false},                                                                                     \
+      {"Read_" #attribute,                                                                     \
+       "vsl_" #attribute,                                                                      \
+       "2",                                                                                    \
+       [](CallHandles& t) { SetAttribute(t, #attribute, kText<type>); },                       \
+       [](CallHandles& t) {                                                                    \
+         return CodeOf(IsExpected<type>(vsl_##attribute(OwnerOf(t, #attribute), &t.err)));     \
+       },                                                                                      \
        false},
-#define FORMAT_ROWS(type, attribute)                                                    \
-  {"FormatHas_" #attribute,                                                             \
-   "vsl_iom_format_has_" #attribute,                                                    \
-   "0",                                                                                 \
-   [](Things& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); },     \
-   [](Things& t) { return CodeOf(vsl_iom_format_has_##attribute(t.job, &t.err)); },     \
-   false},                                                                              \
-      {"FormatRead_" #attribute,                                                        \
-       "vsl_iom_format_" #attribute,                                                    \
-       "0",                                                                             \
-       [](Things& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); }, \
-       [](Things& t) {                                                                  \
-         return CodeOf(IsExpected<type>(vsl_iom_format_##attribute(t.job, &t.err)));    \
-       },                                                                               \
+#define FORMAT_ROWS(type, attribute)                                                         \
+  {"FormatHas_" #attribute,                                                                  \
+   "vsl_iom_format_has_" #attribute,                                                         \
+   "0",                                                                                      \
+   [](CallHandles& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); },     \
+   [](CallHandles& t) { return CodeOf(vsl_iom_format_has_##attribute(t.job, &t.err)); },     \
+   false},                                                                                   \
+      {"FormatRead_" #attribute,                                                             \
+       "vsl_iom_format_" #attribute,                                                         \
+       "0",                                                                                  \
+       [](CallHandles& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); }, \
+       [](CallHandles& t) {                                                                  \
+         return CodeOf(IsExpected<type>(vsl_iom_format_##attribute(t.job, &t.err)));         \
+       },                                                                                    \
        false},
     VSL_CARD_ATTRIBUTES(CARD_ROWS) VSL_FORMAT_ATTRIBUTES(FORMAT_ROWS)
 #undef FORMAT_ROWS
@@ -193,7 +193,7 @@ class CallMemory : public SimulatedCards {
  protected:
   // Restarts the library and opens the card in this state. Cards with few attributes keep the
   // number of allocations low.
-  Things Fresh(const char* state) {
+  CallHandles Fresh(const char* state) {
     vsl_fini();
     CardSim::Reset();
     Spill(std::string(R"({"cardsim": 1, "next_id": 3, "failures": {}, "cards": [
@@ -204,41 +204,42 @@ class CallMemory : public SimulatedCards {
          "iom_format_size_mode": true, "volumes": [{"state": 1}, {"state": 1}], "iom_state": )") +
           state + R"(},
         {"name": "card1", "id": 2, "device_path": "/dev/fct1"}]})");
-    Things things;
-    EXPECT_EQ(0U, vsl_init(0, &things.err)) << things.err.text;
-    vsl_iom_create_by_name("/dev/fct0", &things.card, &things.err);
-    vsl_iom_iterate(&things.iterated, 1, &things.err);
-    EXPECT_EQ(0U, vsl_open(things.card, &things.err)) << things.err.text;
-    return things;
+    CallHandles handles;
+    EXPECT_EQ(0U, vsl_init(0, &handles.err)) << handles.err.text;
+    vsl_iom_create_by_name("/dev/fct0", &handles.card, &handles.err);
+    vsl_iom_iterate(&handles.iterated, 1, &handles.err);
+    EXPECT_EQ(0U, vsl_open(handles.card, &handles.err)) << handles.err.text;
+    return handles;
   }
 
   // Runs the call with a memory shortage. Returns whether an allocation failed.
-  bool RunShort(const Call& call, Things& things, int successes, Shortage kind, vsl_code& code) {
-    things.err.text[0] = '\0';
+  bool RunShort(const Call& call, CallHandles& handles, int successes, Shortage kind,
+                vsl_code& code) {
+    handles.err.text[0] = '\0';
     CorvaneTest::BeginShortage(successes, kind);
-    code = call.make(things);
+    code = call.make(handles);
     return CorvaneTest::EndShortage();
   }
 
   void Sweep(const Call& call, Shortage kind) {
     int failures = 0;
     for (;; ++failures) {
-      Things things = Fresh(call.state);
-      call.prepare(things);
-      ASSERT_STREQ("", things.err.text);
+      CallHandles handles = Fresh(call.state);
+      call.prepare(handles);
+      ASSERT_STREQ("", handles.err.text);
       const std::string before = Slurp();
       const std::string open = Joined(CardSim::OpenHandles());
       vsl_code code = 0;
-      if (!RunShort(call, things, failures, kind, code)) {
-        ASSERT_EQ(0U, code) << things.err.text;
+      if (!RunShort(call, handles, failures, kind, code)) {
+        ASSERT_EQ(0U, code) << handles.err.text;
         break;
       }
       if (!call.needsMemory && code == 0) continue;
       ASSERT_NE(0U, code) << "allocation " << failures;
-      ASSERT_STREQ("out of memory", things.err.text) << failures;
+      ASSERT_STREQ("out of memory", handles.err.text) << failures;
       ASSERT_EQ(before, Slurp()) << failures;
       ASSERT_EQ(open, Joined(CardSim::OpenHandles())) << failures;
-      ASSERT_EQ(0U, call.make(things)) << failures << things.err.text;
+      ASSERT_EQ(0U, call.make(handles)) << failures << handles.err.text;
       ASSERT_EQ("", Joined(CardSim::Misuse())) << failures;
     }
     EXPECT_TRUE(failures > 0 || !call.needsMemory);
@@ -286,12 +287,12 @@ class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Sho
   // Whether the file contains a job, which other processes would see.
   bool IsMarked() const { return Slurp().find("\"job\"") != std::string::npos; }
 
-  std::string FormatAgain(Things& things) {
+  std::string FormatAgain(CallHandles& handles) {
     void* job = nullptr;
     for (const vsl_code code :
-         {vsl_iom_format_create(things.card, &job, &things.err), vsl_op_start(job, &things.err),
-          vsl_op_wait_for_result(job, &things.err), vsl_destroy(&job, nullptr)}) {
-      if (code != 0) return things.err.text;
+         {vsl_iom_format_create(handles.card, &job, &handles.err), vsl_op_start(job, &handles.err),
+          vsl_op_wait_for_result(job, &handles.err), vsl_destroy(&job, nullptr)}) {
+      if (code != 0) return handles.err.text;
     }
     return "done";
   }
@@ -300,23 +301,23 @@ class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Sho
 TEST_P(FinishedJobs, AFormatWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
-    Things things = Fresh("0");
-    StartFormat(things);
+    CallHandles handles = Fresh("0");
+    StartFormat(handles);
     ASSERT_TRUE(IsMarked());
     CorvaneTest::BeginShortage(failures, GetParam());
-    const vsl_code code = vsl_op_wait_for_result(things.job, &things.err);
+    const vsl_code code = vsl_op_wait_for_result(handles.job, &handles.err);
     const bool wasShort = CorvaneTest::EndShortage();
     if (!wasShort) {
       EXPECT_EQ(0U, code);
       break;
     }
     ASSERT_EQ(11U, code) << failures;
-    ASSERT_STREQ("out of memory", things.err.text) << failures;
+    ASSERT_STREQ("out of memory", handles.err.text) << failures;
     ASSERT_EQ("0", File().Get("card0", "iom_state")) << failures;
     // The next call removes the job from the file, so other processes see that the card is free.
-    vsl_has_serial_number(things.card, &things.err);
+    vsl_has_serial_number(handles.card, &handles.err);
     ASSERT_FALSE(IsMarked()) << failures;
-    ASSERT_EQ("done", FormatAgain(things)) << failures;
+    ASSERT_EQ("done", FormatAgain(handles)) << failures;
   }
   EXPECT_GT(failures, 20);
 }
@@ -324,21 +325,21 @@ TEST_P(FinishedJobs, AFormatWithoutMemoryReleasesTheCard) {
 TEST_P(FinishedJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
-    Things things = Fresh("0");
-    StartFormat(things);
+    CallHandles handles = Fresh("0");
+    StartFormat(handles);
     CorvaneTest::BeginShortage(failures, GetParam());
-    const vsl_code code = vsl_destroy(&things.job, nullptr);
+    const vsl_code code = vsl_destroy(&handles.job, nullptr);
     const bool wasShort = CorvaneTest::EndShortage();
     ASSERT_EQ(0U, code) << failures;
     if (!wasShort) break;
-    vsl_has_serial_number(things.card, &things.err);
+    vsl_has_serial_number(handles.card, &handles.err);
     ASSERT_FALSE(IsMarked()) << failures;
-    ASSERT_EQ("done", FormatAgain(things)) << failures;
+    ASSERT_EQ("done", FormatAgain(handles)) << failures;
   }
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(FinishedJobs, FiniNeedsNoMemory) {
+TEST_P(FinishedJobs, FiniSucceedsWithoutMemory) {
   Fresh("2");
   CorvaneTest::BeginShortage(0, GetParam());
   vsl_fini();
@@ -357,10 +358,10 @@ TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWithoutMemory) {
   int lost = 0;
   int kept = 0;
   for (bool wasShort = true; wasShort;) {
-    Things things = Fresh("2");
+    CallHandles handles = Fresh("2");
     File().Raise("card1", "FLASHBACK");
     CorvaneTest::BeginShortage(lost + kept, Shortage::AllFail);
-    const bool has = vsl_has_current_errors(things.card, &things.err);
+    const bool has = vsl_has_current_errors(handles.card, &handles.err);
     wasShort = CorvaneTest::EndShortage();
     ++(has ? kept : lost);
     // The call may fail only before it reads the file.

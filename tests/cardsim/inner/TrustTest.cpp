@@ -96,14 +96,14 @@ TEST_F(Planted, AFileWithASecondHardLinkInASharedDirectoryIsRejected) {
 TEST_F(Planted, RootRejectsAFileAndALinkOfAnotherUser) {
   if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
   ASSERT_EQ(0, chown(Path().c_str(), 65534, 65534));
-  EXPECT_EQ(Path().string() + ": not trusted: the file belongs to uid 65534", Edit());
+  EXPECT_EQ(Path().string() + ": not trusted: the file is owned by uid 65534", Edit());
   ASSERT_EQ(0, chown(Path().c_str(), 0, 0));
   ASSERT_EQ(0, chown((Path().string() + ".lock").c_str(), 65534, 65534));
-  EXPECT_EQ(Path().string() + ".lock: not trusted: the file belongs to uid 65534", Edit());
+  EXPECT_EQ(Path().string() + ".lock: not trusted: the file is owned by uid 65534", Edit());
   const auto link = m_Directory / "link.json";
   std::filesystem::create_symlink(Path(), link);
   ASSERT_EQ(0, lchown(link.c_str(), 65534, 65534));
-  EXPECT_EQ(link.string() + ": not trusted: " + link.string() + " belongs to uid 65534",
+  EXPECT_EQ(link.string() + ": not trusted: " + link.string() + " is owned by uid 65534",
             ErrorOf([&] { CardSim::StateFile(link).Cards(); }));
 }
 
@@ -136,7 +136,7 @@ class PlantedPaths : public Planted, public ::testing::WithParamInterface<const 
   std::filesystem::path Theirs() const { return m_Directory / "theirs"; }
   std::filesystem::path Victim() const { return m_Directory / "victim"; }
   std::string Refusal(const std::filesystem::path& path) const {
-    return path.string() + ": not trusted: " + Theirs().string() + " belongs to uid 65534";
+    return path.string() + ": not trusted: " + Theirs().string() + " is owned by uid 65534";
   }
 };
 

@@ -93,7 +93,7 @@ TEST_F(Confinement, AllowsTheStatementsOfTheLayer) {
   }
 }
 
-// `trim` takes ten seconds with two texts of 64 KiB, and the time limit is not checked while it
+// `trim` takes ten seconds with two strings of 64 KiB, and the time limit is not checked while it
 // runs.
 TEST_F(Confinement, RejectsFunctionsThatTheLayerDoesNotUse) {
   for (const std::string call :
@@ -293,7 +293,7 @@ TEST_F(Confinement, LimitsTheSizeOfAResult) {
   ExpectUnharmed("a large result");
 }
 
-TEST_F(Confinement, LimitsTheLengthOfAText) {
+TEST_F(Confinement, LimitsTheLengthOfAString) {
   const std::string half(600 << 10, 'x');
   EXPECT_EQ(FailureOf("SELECT \"" + half + "\" || \"" + half + "\""), "string or blob too big");
   EXPECT_EQ(FailureOf("SELECT \"" + half + "\""), "");
@@ -355,7 +355,7 @@ TEST_F(Confinement, RejectsResultsThatTheLayerCannotRead) {
   EXPECT_EQ(FailureOf(all + "; SELECT 1"), "the result has incomplete rows of host_plugin_rows");
 }
 
-// Passes each hostile text to each kind of statement that the layer sends.
+// Passes each hostile string to each kind of statement that the layer sends.
 TEST_F(Confinement, WithstandsHostileTextsInAnInsert) {
   struct Case {
     std::string Plugin::*field;

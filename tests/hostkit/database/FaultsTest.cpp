@@ -17,7 +17,7 @@ constexpr const char* kWrite = "INSERT INTO host_plugin_rows (pi_vendor) VALUES 
 
 class Faults : public HostDatabaseTest {
  protected:
-  // Closes the file until the next call of `Use`.
+  // Closes the file until the next call to `Use`.
   void CloseFile() { Use(":memory:"); }
 
   void Damage(std::streamoff at, const std::string& bytes) {

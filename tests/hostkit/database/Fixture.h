@@ -24,7 +24,7 @@ class OtherProgram {
   explicit OtherProgram(const std::filesystem::path& file);
 
   // Returns the cells of the result, with "|" between cells and a space between rows. Throws
-  // `std::runtime_error` with the text of the library.
+  // `std::runtime_error` with SQLite's message.
   std::string Run(const std::string& sql);
 
  private:
@@ -43,7 +43,7 @@ class HostDatabaseTest : public testing::Test {
   void Use(const std::string& file);
 
   std::vector<std::string> Query(const std::string& sql) { return m_pStorage->dao->query(sql); }
-  // Returns the error text of a statement, or an empty text if it succeeds.
+  // Returns the error message of a statement, or an empty string if it succeeds.
   std::string FailureOf(const std::string& sql);
 
   // The number of rows of each kind: "adapters 1 drives 0 plugins 1".

@@ -55,7 +55,7 @@ TEST_F(Insert, WritesOnlyTheObjectIdOfADefaultDrive) {
   EXPECT_EQ(m_Watch.Statements()[1], kDrive);
 }
 
-TEST_F(Insert, WritesNoValueOfADefaultPlugin) {
+TEST_F(Insert, OmitsTheValuesOfADefaultPlugin) {
   EXPECT_EQ(m_pStorage->insert(Plugin()), 1);
   ASSERT_EQ(m_Watch.Statements().size(), 2U);
   EXPECT_EQ(m_Watch.Statements()[0], "SELECT MAX(ID) FROM host_plugin_rows");

@@ -1,4 +1,4 @@
-// SQLite interprets a text in double quotes as a column if a column has that name.
+// SQLite interprets a string in double quotes as a column if a column has that name.
 #include <algorithm>
 #include <boost/algorithm/string.hpp>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-// The texts that a plug-in writes for any card.
+// The strings that a plug-in writes for any card.
 std::vector<std::string> FixedTexts() {
 #define VALUE_NAME(name, number, text, ...) text,
   return {PI_VALUES(VALUE_NAME) "localhost",

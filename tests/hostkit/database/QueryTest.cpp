@@ -24,7 +24,7 @@ TEST_F(Query, RunsSeveralStatementsInOrder) {
             (Cells{"1", "2"}));
 }
 
-TEST_F(Query, ReturnsNothingForAnEmptyText) {
+TEST_F(Query, ReturnsAnEmptyListForAnEmptyString) {
   EXPECT_EQ(HostDatabaseTest::Query(""), Cells());
   EXPECT_EQ(HostDatabaseTest::Query(" -- nothing to do"), Cells());
 }
@@ -39,7 +39,7 @@ TEST_F(Query, StopsAtTheStatementThatFails) {
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 1");
 }
 
-TEST_F(Query, FailsWithTheErrorTextOfTheLibrary) {
+TEST_F(Query, FailsWithTheErrorMessageOfTheLibrary) {
   EXPECT_EQ(FailureOf("SELEC 1"), "near \"SELEC\": syntax error");
   EXPECT_EQ(FailureOf("SELECT 'open"), "unrecognized token: \"'open\"");
 }

@@ -53,7 +53,7 @@ TEST_F(Restarts, KeepTheRowsOfOtherFiles) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_adapter_rows"), "1");
 }
 
-TEST_F(Restarts, LoseEverythingWithoutAFile) {
+TEST_F(Restarts, DiscardRowsAndEventsWithoutAFile) {
   Use(":memory:");
   WriteRowOfEachKind();
   EXPECT_EQ(Counts(), "adapters 1 drives 1 plugins 1");

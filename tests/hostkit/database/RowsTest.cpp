@@ -138,7 +138,7 @@ TEST_F(Rows, HaveTheKeysThatInsertReturns) {
   EXPECT_EQ(m_pStorage->max(&Adapter::id), 3);
 }
 
-TEST_F(Rows, AreFoundByNumbersAndTexts) {
+TEST_F(Rows, AreFoundByNumbersAndStrings) {
   auto drive = FullDrive();
   drive.serialNumber = "1149D0001";
   m_pStorage->insert(drive);

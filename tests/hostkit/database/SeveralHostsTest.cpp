@@ -173,7 +173,7 @@ TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstHostIsKilled) {
   EXPECT_EQ(RowsInFile(), "2");
 }
 
-TEST_F(SeveralHosts, LeaveNoOtherFile) {
+TEST_F(SeveralHosts, LeaveOnlyTheDatabaseFile) {
   {
     Host first;
     Host second;

@@ -29,7 +29,7 @@ class DatabaseTrust : public HostDatabaseTest {
     ASSERT_EQ(lchown(file.c_str(), kOtherUser, kOtherUser), 0);
   }
 
-  // Returns the errors of a plug-in's statement and of an event, as one text if they are equal.
+  // Returns the errors of a plug-in's statement and of an event, as one string if they are equal.
   std::string Failure() {
     const std::string ofRows = FailureOf("SELECT COUNT(*) FROM host_adapter_rows");
     std::string ofEvents;
@@ -111,7 +111,7 @@ TEST_F(DatabaseTrustOfRoot, RejectsALinkOfAnotherUser) {
   fs::create_symlink(target, m_Shared / "corvane.db");
   GiveToOtherUser(m_Shared / "corvane.db");
   Use((m_Shared / "corvane.db").string());
-  EXPECT_EQ(Failure(), (m_Shared / "corvane.db").string() + " belongs to uid 65534");
+  EXPECT_EQ(Failure(), (m_Shared / "corvane.db").string() + " is owned by uid 65534");
   EXPECT_EQ(ReadText(target), "");
   EXPECT_THROW(HostKit::ReadEvents(0, 10), DBEXCEPTION::DatabaseException);
 }
@@ -122,7 +122,7 @@ TEST_F(DatabaseTrustOfRoot, RejectsAFileOfAnotherUser) {
     WriteText(planted, "");
     GiveToOtherUser(planted);
     Use((m_Shared / "corvane.db").string());
-    EXPECT_EQ(Failure(), planted.string() + " belongs to uid 65534");
+    EXPECT_EQ(Failure(), planted.string() + " is owned by uid 65534");
     EXPECT_EQ(ReadText(planted), "");
     fs::remove(planted);
   }

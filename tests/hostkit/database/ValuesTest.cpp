@@ -1,4 +1,4 @@
-// Values with unusual texts, which a card may report. The layer does not escape them.
+// Unusual values, which a card may report. The layer does not escape them.
 #include <cmath>
 #include <string>
 
@@ -53,7 +53,7 @@ TEST_F(Values, AreNullIfTheTextIsNull) {
   EXPECT_EQ(Query("SELECT ad_name IS NULL FROM host_adapter_rows"), std::vector<std::string>{"1"});
 }
 
-TEST_F(Values, WithADoubleQuoteAreRejected) {
+TEST_F(Values, AreRejectedWithADoubleQuote) {
   for (const char* text : {"\"", "12\" shelf", "a\"b\"c", "ends in\""}) {
     EXPECT_EQ(Updated(text), "(rejected)") << text;
     EXPECT_EQ(Inserted(text), "(rejected)") << text;
@@ -62,8 +62,8 @@ TEST_F(Values, WithADoubleQuoteAreRejected) {
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// SQL interprets two quotes in a text as one, and evaluates an operator between two texts.
-TEST_F(Values, WithPairsOfDoubleQuotesChange) {
+// SQL interprets two quotes in a string as one, and evaluates an operator between two strings.
+TEST_F(Values, AreChangedByPairsOfDoubleQuotes) {
   struct Case {
     const char* text;
     const char* stored;
@@ -76,7 +76,7 @@ TEST_F(Values, WithPairsOfDoubleQuotesChange) {
   }
 }
 
-TEST_F(Values, WithPairsOfSingleQuotesMatchOneQuote) {
+TEST_F(Values, MatchOneQuoteForAPairOfSingleQuotes) {
   using DatabaseORM::is_equal;
   auto row = AnAdapter(3);
   row.serialNumber = "o'hara";
@@ -87,15 +87,14 @@ TEST_F(Values, WithPairsOfSingleQuotesMatchOneQuote) {
   EXPECT_EQ(found[0].serialNumber, "o'hara");
 }
 
-TEST_F(Values, WithASingleQuoteCannotBeQueried) {
+TEST_F(Values, CannotBeQueriedWithASingleQuote) {
   using DatabaseORM::is_equal;
   EXPECT_THROW(m_pStorage->get_all<PD>(DatabaseORM::where(is_equal(&PD::serialNumber, "o'hara") and
                                                           is_equal(&PD::hostName, "localhost"))),
                DBEXCEPTION::DatabaseException);
 }
 
-// In an UPDATE, a text with the name of a column is interpreted as the column; in an INSERT, it is
-// not.
+// An UPDATE interprets a string with the name of a column as the column; an INSERT does not.
 TEST_F(Values, NamedLikeAColumnAreReplacedByItsValue) {
   EXPECT_EQ(Updated("ad_host_name"), "localhost");
   EXPECT_EQ(Updated("AD_Adapter_Number"), "1");
@@ -117,7 +116,7 @@ TEST_F(Values, ThatBreakOutOfTheirQuotesAreConfined) {
   EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST_F(Values, WithANulAreRejected) {
+TEST_F(Values, AreRejectedWithANulCharacter) {
   EXPECT_EQ(Updated(std::string("a\0b", 3)), "(rejected)");
 }
 

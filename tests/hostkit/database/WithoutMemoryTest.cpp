@@ -59,7 +59,7 @@ TEST_F(WithoutMemory, AStatementFailsWithADatabaseException) {
   EXPECT_GT(failures, 5);
 }
 
-// The texts of other failures can have any length, and copying them requires memory.
+// The messages of other failures can have any length, and copying them requires memory.
 TEST_F(WithoutMemory, AnotherFailureBecomesADatabaseException) {
   const std::runtime_error failure(std::string(1000, 'x'));
   for (const bool hasMemory : {true, false}) {

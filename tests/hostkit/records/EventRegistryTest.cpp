@@ -182,20 +182,20 @@ TEST(EventRegistry, EveryReasonMapsToItsEventAndBack) {
 }
 
 TEST(EventRegistry, NoOtherEventHasAReason) {
-  std::set<std::uint32_t> begins, second;
+  std::set<std::uint32_t> primary, secondary;
   for (std::uint32_t event = 0; event < kEnd; ++event) {
     const std::uint32_t reason = HostKit::ReasonOf(event);
     if (reason == 0) continue;
-    (HostKit::EventOf(reason) == event ? begins : second).insert(event);
+    (HostKit::EventOf(reason) == event ? primary : secondary).insert(event);
     EXPECT_EQ(HostKit::ReasonOf(HostKit::EventOf(reason)), reason) << event;
   }
   std::set<std::uint32_t> wanted;
   for (const ReportedReason& row : kReasons) {
     if (row.event != 0) wanted.insert(row.event);
   }
-  EXPECT_EQ(begins, wanted);
+  EXPECT_EQ(primary, wanted);
   // Write regulation is reported as a warning or as information. The reason maps to the warning.
-  EXPECT_EQ(second, std::set<std::uint32_t>{Typed::CTRL_WRITE_REG_POWER});
+  EXPECT_EQ(secondary, std::set<std::uint32_t>{Typed::CTRL_WRITE_REG_POWER});
 }
 
 TEST(EventRegistry, ReturnsTheBestStatusOfEachReason) {

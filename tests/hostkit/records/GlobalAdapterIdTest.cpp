@@ -27,7 +27,7 @@ Numbers NumbersOf(const std::string& host) {
   return PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs[host];
 }
 
-TEST(GlobalAdapterId, HasNoNumberByDefault) {
+TEST(GlobalAdapterId, IsUnnumberedByDefault) {
   const PI::CGlobalAdapterID id;
   EXPECT_EQ(id.GetGlobalAdapterNumber(), -1);
   EXPECT_EQ(id.m_GlobalNumber, -1);

@@ -134,7 +134,7 @@ TEST(Event, CopyHasTheTexts) {
   EXPECT_EQ(assigned.m_PlaceHolders[2], "");
 }
 
-TEST(AdapterId, HasNoNumberByDefaultAndCopiesAllFields) {
+TEST(AdapterId, IsUnnumberedByDefaultAndCopiesAllFields) {
   PI::CAdapterID id;
   EXPECT_EQ(id.m_GlobalNumber, -1);
   EXPECT_EQ(id.m_Segment + id.m_Bus + id.m_Device + id.m_Function + id.m_AdapterNumber, 0U);

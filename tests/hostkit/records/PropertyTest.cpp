@@ -51,7 +51,7 @@ TEST(Property, HasEmptyValuesByDefault) {
   EXPECT_TRUE(value.m_MultiValue.m_Values.empty() && value.m_MultiValue.m_Allowed.empty());
 }
 
-TEST(Property, HoldsTexts) {
+TEST(Property, HoldsStrings) {
   PI::CProperty property = Fresh();
   property.SetValue("literal");
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_STRING);

@@ -130,7 +130,7 @@ TEST_P(Cancellation, IsDeferredWhileTheThreadDisablesIt) {
   EXPECT_FALSE(passed);
 }
 
-TEST_P(Cancellation, HasNoEffectOnAnEndedOrMissingThread) {
+TEST_P(Cancellation, DoesNotAffectAnEndedOrMissingThread) {
   CThread none;
   none.Cancel();
   EXPECT_EQ(WAIT_FAILED, none.Wait(0));

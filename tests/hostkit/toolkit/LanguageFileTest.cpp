@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(LanguageFile, ReturnsItsDefaultTextsByIndex) {
+TEST(LanguageFile, ReturnsItsDefaultMessagesByIndex) {
   const char* defaults[] = {"General error", "No information"};
   const MBX::Language_Support::CLanguageSupport::CLngFile file("Module.nls", 0x656E, "utf-8", 1,
                                                                defaults, 2);

@@ -18,8 +18,8 @@ class SeededSchedule : public testing::Test {
     HostKit::UseRealTime();
   }
 
-  // Returns the order of the steps of three threads. `order` needs no lock, because only one thread
-  // runs at a time.
+  // Returns the order of the steps of three threads. `order` is used without a lock, because only
+  // one thread runs at a time.
   static std::string OrderOf(std::uint64_t seed) {
     HostKit::UseSeededSchedule(seed);
     std::string order;
@@ -38,7 +38,7 @@ class SeededSchedule : public testing::Test {
   }
 
   // Lets two threads take two locks in opposite order. Returns the deadlock report, or an empty
-  // text if no deadlock occurred.
+  // string if no deadlock occurred.
   static std::string Inversion(std::uint64_t seed) {
     HostKit::UseSeededSchedule(seed);
     HostKit::ResetLedger();

@@ -19,7 +19,7 @@ void Trace() {
   MBX::Internals::CTraceStreamBuffer buffer(2, module, "/a/path/that/is/long/Source.cpp",
                                             "AFunctionWithALongName", 42);
   MBX::Output_Streams::CFormatStream stream(buffer, "a text that is long, with %s and %d");
-  stream << "another text that is no less long";
+  stream << "another text that is just as long";
   stream.FormatInt(4294967295U);
 }
 
@@ -48,7 +48,7 @@ class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
   const fs::path m_Directory = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
 };
 
-TEST_P(TraceWithoutMemory, LosesOnlyLinesOfTheLog) {
+TEST_P(TraceWithoutMemory, DropsOnlyLinesOfTheLog) {
   const std::string file = (m_Directory / "trace.log").string();
   ASSERT_TRUE(HostKit::SetTraceFile(file));
   Trace();
@@ -60,14 +60,14 @@ TEST_P(TraceWithoutMemory, LosesOnlyLinesOfTheLog) {
   EXPECT_EQ(fs::file_size(file), before + length);
 }
 
-TEST_P(TraceWithoutMemory, LosesOnlyLinesOfTheSink) {
+TEST_P(TraceWithoutMemory, DropsOnlyLinesOfTheSink) {
   std::vector<std::string> texts;
   HostKit::SetTraceSink([&texts](const HostKit::TraceLine& line) { texts.push_back(line.text); });
   EXPECT_GT(FailEach(), 4);
   texts.clear();
   Trace();
   EXPECT_EQ(texts, std::vector<std::string>{
-                       "a text that is long, with another text that is no less long and "
+                       "a text that is long, with another text that is just as long and "
                        "4294967295"});
 }
 

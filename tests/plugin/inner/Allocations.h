@@ -2,7 +2,7 @@
 //
 // The plug-in's sources are compiled into the program. An allocation belongs to the plug-in if no
 // function of the card library, the database or the host kit is on the call stack; the kit's
-// functions for events and trace texts are allowed.
+// functions for events and trace strings are allowed.
 #pragma once
 
 #include <cstddef>

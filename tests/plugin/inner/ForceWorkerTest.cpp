@@ -31,7 +31,7 @@ class ForceWorker : public WorkerFixture {
     AddCards(1);
     StartWatch();
     PassMs(1234);
-    ForgetAll();
+    ClearRecords();
   }
   static void Force() { SetEvent(ForceWorkerMember()); }
 };
@@ -40,7 +40,7 @@ TEST_F(ForceWorker, ScansImmediatelyWithoutAQuickPoll) {
   Start();
   Force();
   PassMs(100);
-  const Lines lines = KeptLines();
+  const Lines lines = RecordedLines();
   ASSERT_GE(lines.size(), 7U);
   EXPECT_THAT(
       Lines(lines.begin(), lines.begin() + 7),
@@ -108,13 +108,13 @@ TEST_F(ForceWorker, IsServedBeforeTheStopAndTheStopBeforeTheHostCall) {
   PassMs(100);
   m_OnNotify = nullptr;
   Lines received;
-  for (const std::string& line : KeptLines()) {
+  for (const std::string& line : RecordedLines()) {
     if (line.rfind("4 Worker() ", 0) == 0) received.push_back(line);
   }
   EXPECT_THAT(received, ElementsAre("4 Worker() m_PrivateEvent event received", FORCED,
                                     "4 Worker() after bscan",
                                     "4 Worker() something else perhaps m_StopRequest"));
-  EXPECT_THAT(KeptLines(), Contains("2 LEAVE Worker()"));
+  EXPECT_THAT(RecordedLines(), Contains("2 LEAVE Worker()"));
 }
 
 }  // namespace

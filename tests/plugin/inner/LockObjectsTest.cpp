@@ -44,7 +44,7 @@ class LockObjects : public testing::Test {
   SimulatedHost m_Host;
 };
 
-TEST_F(LockObjects, WithoutAnAdapterMarksEverything) {
+TEST_F(LockObjects, MarksAllObjectsWithoutAnAdapter) {
   for (const int drive : {-1, 0, 7}) {
     EXPECT_EQ(Marks(), "-------");
     EXPECT_EQ(Lock(-1, drive), 0U);
@@ -53,7 +53,7 @@ TEST_F(LockObjects, WithoutAnAdapterMarksEverything) {
   }
 }
 
-TEST_F(LockObjects, WithAnAdapterMarksItsDriveButNotTheAdapter) {
+TEST_F(LockObjects, MarksOnlyTheDriveOfAnAdapter) {
   const std::pair<int, const char*> cases[] = {
       {0, "----L--"}, {1, "-----L-"}, {2, "------L"}, {3, "-------"}};
   for (const auto& [adapter, marks] : cases) {
@@ -67,7 +67,7 @@ TEST_F(LockObjects, WithAnAdapterMarksItsDriveButNotTheAdapter) {
 
 // Only the sign of the drive's number matters: a negative number marks all drives, any other number
 // the first drive.
-TEST_F(LockObjects, WithAnAdapterOfTwoDrivesMarksTheFirstOrBoth) {
+TEST_F(LockObjects, MarksTheFirstOrBothDrivesOfAnAdapter) {
   Drives()[2].m_CardIndex = 1;
   EXPECT_EQ(Lock(1, 5), 0U);
   EXPECT_EQ(Marks(), "-----L-");
@@ -123,7 +123,7 @@ TEST_F(LockObjects, IsUndoneByAScanBeforeTheDataLockIsReleased) {
   EXPECT_THAT(locked, ElementsAre(false));
 }
 
-// Marks of a failed scan, which changes no records: only a notification removes them.
+// Marks of a failed scan, which does not change records: only a notification removes them.
 class LockObjectsInAFailedScan : public LockObjects {
  protected:
   // Returns the marks at each notification.

@@ -135,7 +135,7 @@ class EachAllocation : public LocksWithoutMemory, public testing::WithParamInter
   }
 };
 
-TEST_P(EachAllocation, OfCollectingEventsReleasesTheLockAndLosesNoEvent) {
+TEST_P(EachAllocation, OfCollectingEventsReleasesTheLockAndKeepsTheEvents) {
   PI::CEvent event;
   event.m_SourceName = "a name that does not fit into the string itself";
   PI::COperation operation;
@@ -211,7 +211,7 @@ TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
 }
 
 // The reason for a failure is formatted only for a trace line.
-TEST_F(LocksWithoutMemory, AJobFormatsNoTextThatIsNotTraced) {
+TEST_F(LocksWithoutMemory, AJobFormatsOnlyTextThatIsTraced) {
   const std::string reason(5000, 'x');  // longer than an error record
   CardSim::FailCall("vsl_op_start", 1, 5, reason, 2);
   const auto largest = [] {

@@ -17,7 +17,7 @@ using testing::Contains;
 
 class ScanSystem : public testing::Test {
  protected:
-  // Fills the lists with three adapters and five drives that belong to no card.
+  // Fills the lists with three adapters and five drives that do not belong to a card.
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
     m_Adapters.resize(3);
@@ -36,7 +36,7 @@ class ScanSystem : public testing::Test {
   StoredDrives m_Drives;
 };
 
-TEST_F(ScanSystem, EmptiesBothLists) {
+TEST_F(ScanSystem, ReplacesTheContentsOfBothLists) {
   EXPECT_EQ(Scan(false), 0U);
   ASSERT_EQ(m_Adapters.size(), 1U);
   ASSERT_EQ(m_Drives.size(), 1U);

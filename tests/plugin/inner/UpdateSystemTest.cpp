@@ -105,7 +105,7 @@ TEST_F(UpdateSystem, AssignsTheAdaptersNumberOnlyToTheAddedDrive) {
 }
 
 // The drive is stored without an event.
-TEST_F(UpdateSystem, AddsNoDriveOfAnotherSerialNumber) {
+TEST_F(UpdateSystem, DoesNotAddADriveOfAnotherSerialNumber) {
   AddAdapter("NEW");
   AddDrive(1, "OTHER", "At its position");
   EXPECT_EQ(Update(), 0U);
@@ -135,7 +135,7 @@ TEST_F(UpdateSystem, MakesTheScannedAdaptersTheOnlyChildrenOfThePluginObject) {
 }
 
 // A drive that is added without an adapter does not count as a change.
-TEST_F(UpdateSystem, RaisesNoEventForANewDriveWithoutItsAdapter) {
+TEST_F(UpdateSystem, DoesNotRaiseAnEventForANewDriveWithoutItsAdapter) {
   AddDrive(1, "OTHER", "Unpaired");
   EXPECT_EQ(Update(), Number::ERR_GENERAL);
   EXPECT_THAT(Events(), IsEmpty());
@@ -144,7 +144,7 @@ TEST_F(UpdateSystem, RaisesNoEventForANewDriveWithoutItsAdapter) {
 }
 
 // A change of the drive counts, but its event would name a missing adapter.
-TEST_F(UpdateSystem, RaisesNoEventForAChangedDriveWithoutItsAdapter) {
+TEST_F(UpdateSystem, DoesNotRaiseAnEventForAChangedDriveWithoutItsAdapter) {
   ASSERT_EQ(Update(), Number::ERR_GENERAL);
   m_Scanned.clear();
   ASSERT_EQ(Update(), 0U);
