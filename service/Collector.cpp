@@ -76,7 +76,7 @@ void Collector::RunPlugin() {
   Release(*worker);
 }
 
-// Makes the calls of other threads return. These threads may hold the worker a little longer.
+// Makes the calls by other threads return. These threads may hold the worker a little longer.
 void Collector::Release(Worker& worker) {
   m_Progress.Begin(kLongestEnd);
   SetRunning(nullptr);

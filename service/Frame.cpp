@@ -43,7 +43,7 @@ std::optional<nlohmann::json> ReadFrame(int socket) {
   Length length = 0;
   if (!ReadExactly(socket, reinterpret_cast<char*>(&length), sizeof length)) return std::nullopt;
   length = be32toh(length);
-  if (length > kLargestFrame) throw FrameError("a frame is too large");
+  if (length > kMaxFrameSize) throw FrameError("a frame is too large");
   std::string text(length, '\0');
   if (!ReadExactly(socket, text.data(), text.size())) return std::nullopt;
   auto document = nlohmann::json::parse(text, nullptr, false);
@@ -53,7 +53,7 @@ std::optional<nlohmann::json> ReadFrame(int socket) {
 
 bool FrameWriter::Write(const nlohmann::json& document) {
   const std::string text = document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-  if (text.size() > kLargestFrame) return false;
+  if (text.size() > kMaxFrameSize) return false;
   const Length length = htobe32(static_cast<Length>(text.size()));
   std::string bytes(sizeof length, '\0');
   std::memcpy(bytes.data(), &length, sizeof length);

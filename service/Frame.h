@@ -11,7 +11,7 @@
 namespace Service {
 
 // Maximum size of a document in bytes. The records of a thousand cards need about a tenth of it.
-constexpr std::size_t kLargestFrame = 64U << 20U;
+constexpr std::size_t kMaxFrameSize = 64U << 20U;
 
 // The other process sent something that is not a frame.
 class FrameError : public std::runtime_error {

@@ -45,7 +45,7 @@ std::optional<TcpAddress> ParseAddress(std::string_view text) {
 Failure ListenFailure(const std::string& name, int error, std::vector<std::string> advice) {
   const bool isDenied = error == EACCES || error == EPERM;
   return Failure(isDenied ? ExitCode::Permission : ExitCode::Failed, "SOCKET_UNUSABLE",
-                 fmt::format("cannot listen at {}", name), std::strerror(error), std::move(advice));
+                 fmt::format("cannot listen on {}", name), std::strerror(error), std::move(advice));
 }
 
 std::vector<std::string> AdviceFor(int error) {

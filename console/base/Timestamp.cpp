@@ -30,19 +30,19 @@ constexpr const char* kDayFormat = "%Y-%m-%d";
 constexpr const char* kFormats[] = {kDayFormat, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
 
 // Returns empty for an invalid date, such as February 31, and for a date before the epoch.
-std::optional<std::uint64_t> ReadAs(const char* form, const std::string& text) {
+std::optional<std::uint64_t> ParseAs(const char* format, const std::string& text) {
   std::tm read = {};
-  const char* const end = strptime(text.c_str(), form, &read);
+  const char* const end = strptime(text.c_str(), format, &read);
   if (end == nullptr || *end != '\0') return std::nullopt;
   const long offset = read.tm_gmtoff;
-  std::tm normal = read;
-  const std::time_t seconds = timegm(&normal);
-  if (normal.tm_mday != read.tm_mday || seconds < offset) return std::nullopt;
+  std::tm normalized = read;
+  const std::time_t seconds = timegm(&normalized);
+  if (normalized.tm_mday != read.tm_mday || seconds < offset) return std::nullopt;
   return static_cast<std::uint64_t>(seconds - offset) * kSecond;
 }
 
 struct Step {
-  std::uint64_t m_Max;  // the unit is used for fewer than this many
+  std::uint64_t m_Limit;  // ages of this many units or more use the next unit
   std::uint64_t m_Unit;
   const char* m_Name;
 };
@@ -51,7 +51,7 @@ constexpr Step kSteps[] = {{120, kSecond, "s"}, {120, kMinute, "min"}, {48, kHou
 
 std::string AgeText(std::uint64_t age) {
   for (const Step& step : kSteps) {
-    if (age / step.m_Unit < step.m_Max) {
+    if (age / step.m_Unit < step.m_Limit) {
       return fmt::format("{} {}", age / step.m_Unit, step.m_Name);
     }
   }
@@ -67,15 +67,15 @@ std::uint64_t NowMs() {
 }
 
 std::optional<std::uint64_t> ReadDay(const std::string& text) {
-  return ReadAs(kDayFormat, text);
+  return ParseAs(kDayFormat, text);
 }
 
 std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::uint64_t nowMs) {
   for (const DayName& day : kDayNames) {
     if (text == day.m_Name) return (nowMs / kDay - day.m_DaysAgo) * kDay;
   }
-  for (const char* form : kFormats) {
-    if (const auto timestamp = ReadAs(form, text)) return *timestamp;
+  for (const char* format : kFormats) {
+    if (const auto timestamp = ParseAs(format, text)) return *timestamp;
   }
   if (const auto duration = ReadDuration(text)) {
     return nowMs - std::min(nowMs, static_cast<std::uint64_t>(duration->count()));

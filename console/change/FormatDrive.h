@@ -26,7 +26,7 @@ constexpr Capacity kCapacities[] = {
 constexpr std::int32_t kMinPercent = 10;
 constexpr std::int32_t kMaxPercent = 100;
 // In bytes; the card decides which sizes it accepts.
-constexpr std::int32_t kLargestSector = 1 << 30;
+constexpr std::int32_t kMaxSectorSize = 1 << 30;
 
 struct FormatRequest {
   std::int32_t m_Capacity = PI::Value::FACTORY_CAPACITY;  // a `PI::_VALUE_ID`

@@ -17,7 +17,7 @@
 namespace Console {
 namespace {
 
-constexpr const char* kFormOption = "--output";
+constexpr const char* kOutputOption = "--output";
 
 // Returns the names in the parser's format, "-o,--output".
 std::string ParserNames(const OptionRow& row) {
@@ -70,12 +70,13 @@ void Store(const OptionRow& row, const CLI::Option& given, Options& options) {
 }
 
 // Finds the output format even if the arguments cannot be parsed.
-std::string GuessForm(const std::vector<std::string>& arguments) {
+std::string FindOutputFormat(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    for (const std::string& form : FindOption(kFormOption)->m_Choices) {
-      const bool follows = i > 0 && arguments[i] == form &&
-                           (arguments[i - 1] == "-o" || arguments[i - 1] == kFormOption);
-      if (follows || arguments[i] == "-o" + form || arguments[i] == "--output=" + form) return form;
+    for (const std::string& format : FindOption(kOutputOption)->m_Choices) {
+      const bool isSeparateWord = i > 0 && arguments[i] == format &&
+                                  (arguments[i - 1] == "-o" || arguments[i - 1] == kOutputOption);
+      if (isSeparateWord || arguments[i] == "-o" + format || arguments[i] == "--output=" + format)
+        return format;
     }
   }
   return {};
@@ -110,13 +111,13 @@ void CheckValues(const CLI::App& app, Options& options) {
     throw UsageFailure(fmt::format("unknown option {}", name), AdviceForUnknown(name));
   }
   // Cleared during the checks, so that a failure is not reported in an invalid format.
-  const std::string form = options.m_Form;
+  const std::string format = options.m_Form;
   options.m_Form.clear();
   for (const OptionRow& row : AllOptions()) {
     const CLI::Option& given = *app.get_option(row.m_Long);
     if (row.m_OnlyChoices && given.count() > 0) RequireChoice(row, given.as<std::string>());
   }
-  options.m_Form = form;
+  options.m_Form = format;
 }
 
 // --help replaces the command line, which may be incomplete.
@@ -152,7 +153,7 @@ void ParseCommandLine(const std::vector<std::string>& arguments, Options& option
     app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     StoreAll(*app, options);
   } catch (const CLI::ParseError& e) {
-    options.m_Form = GuessForm(arguments);
+    options.m_Form = FindOutputFormat(arguments);
     throw UsageFailure(ParseErrorText(arguments, e));
   }
   CheckValues(*app, options);

@@ -38,11 +38,11 @@ void CheckCount(const Command& command, std::size_t count) {
                       fmt::format("See: corvane-host help {}", command.m_Name)});
 }
 
-void CheckForm(const Command& command, const std::string& form) {
-  const std::vector<std::string>& forms = command.m_Forms;
-  if (form.empty() || std::find(forms.begin(), forms.end(), form) != forms.end()) return;
-  throw UsageFailure(fmt::format("{} does not support --output {}", command.m_Name, form),
-                     {fmt::format("Supported: {}", fmt::join(forms, ", "))});
+void CheckOutputFormat(const Command& command, const std::string& format) {
+  const std::vector<std::string>& formats = command.m_Forms;
+  if (format.empty() || std::find(formats.begin(), formats.end(), format) != formats.end()) return;
+  throw UsageFailure(fmt::format("{} does not support --output {}", command.m_Name, format),
+                     {fmt::format("Supported: {}", fmt::join(formats, ", "))});
 }
 
 // The value of --simulate is optional, so "--simulate FILE" is parsed as --simulate and the command
@@ -92,14 +92,14 @@ const Command& CommandTable::Choose(const Options& options) const {
   RequireNotAFile(options);
   const Command& command = Require(options.m_Words.front());
   CheckCount(command, options.m_Words.size() - 1);
-  CheckForm(command, options.m_Form);
+  CheckOutputFormat(command, options.m_Form);
   CheckOptions(*this, command, options);
   return command;
 }
 
 bool HasOption(const Command& command, const OptionRow& row) {
-  const std::vector<std::string>& own = command.m_Options;
-  return row.m_Common || std::find(own.begin(), own.end(), row.m_Long) != own.end();
+  const std::vector<std::string>& accepted = command.m_Options;
+  return row.m_Common || std::find(accepted.begin(), accepted.end(), row.m_Long) != accepted.end();
 }
 
 std::vector<std::string> CommandsWith(const CommandTable& commands, const OptionRow& row) {

@@ -19,8 +19,8 @@ enum class Group { Inspect, Change, Service, Help, Hidden };
 // What --timeout limits.
 enum class TimeoutScope {
   Reading,  // the complete command, or each call if the command follows events
-  Call,     // each call of the plug-in
-  Wait      // the command's wait; each call of the plug-in has the default limit
+  Call,     // each call to the plug-in
+  Wait      // the command's wait; each call to the plug-in has the default limit
 };
 
 inline constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();

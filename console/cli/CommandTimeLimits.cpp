@@ -8,7 +8,7 @@ namespace {
 using std::chrono::milliseconds;
 
 // Shorter than one minute, after which most callers of this program give up.
-constexpr milliseconds kUsual = std::chrono::seconds(30);
+constexpr milliseconds kDefault = std::chrono::seconds(30);
 
 // Short, because the user is waiting at the shell prompt.
 constexpr milliseconds kCompletion = std::chrono::seconds(5);
@@ -24,9 +24,9 @@ bool IsOneReading(const Command& command, const Options& options) {
 TimeLimits LimitsOf(const Command& command, const Options& options) {
   const auto given = ParseDuration("--timeout", options.m_Timeout);
   TimeLimits limits;
-  const milliseconds usual = command.m_Group == Group::Hidden ? kCompletion : kUsual;
+  const milliseconds defaultLimit = command.m_Group == Group::Hidden ? kCompletion : kDefault;
   const bool waits = command.m_TimeoutScope == TimeoutScope::Wait;
-  limits.m_Call = waits ? usual : given.value_or(usual);
+  limits.m_Call = waits ? defaultLimit : given.value_or(defaultLimit);
   if (IsOneReading(command, options)) limits.m_Total = Deadline(limits.m_Call);
   if (!waits) limits.m_Format = given;
   return limits;

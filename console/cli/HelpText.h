@@ -1,4 +1,4 @@
-// Help texts.
+// The text of the help.
 #pragma once
 
 #include <string>

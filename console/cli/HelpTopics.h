@@ -1,4 +1,4 @@
-// Help texts that several commands share.
+// Help topics that several commands share.
 #pragma once
 
 #include <string>

@@ -11,7 +11,7 @@ using O = Options;
 const std::vector<OptionRow>& AllOptions() {
   static const std::vector<OptionRow> all = {
       // short long          value      field              common
-      {"-o", "--output",     "FORM",    &O::m_Form,        true,
+      {"-o", "--output",     "FORMAT",  &O::m_Form,        true,
        "output format (json and tsv for scripts)",
        {"table", "tree", "tsv", "json", "jsonl", "value"}, true,
        "Each command supports some of them. json and tsv are stable; table may change."},
@@ -75,9 +75,9 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--confirm",    "SERIAL",  &O::m_Confirm,     false,
        "confirm a format with the serial number of the card, without a prompt"},
       {"",   "--force",      "",        &O::m_Force,       false,
-       "detach a busy card; not while its drive is mounted, held or used as swap"},
+       "detach even if the card is busy; refused if its drive is mounted, held or used as swap"},
       {"",   "--capacity",   "SIZE",    &O::m_Capacity,    false,
-       "capacity: 10 to 100 percent of the factory size, or a name",
+       "capacity to format to: 10 to 100 percent of the factory size, or a preset",
        {"maximum", "factory", "improved", "high"}},
       {"",   "--sector-size", "BYTES",  &O::m_SectorSize,  false,
        "sector size in bytes (default: unchanged)",
@@ -85,9 +85,9 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--textfile",   "FILE",    &O::m_TextFile,    false,
        "replace FILE atomically with metrics for a node exporter"},
       {"",   "--listen",     "ADDRESS:PORT", &O::m_Listen, false,
-       "also serve read-only at this TCP address: 127.0.0.1:9188 or [::1]:9188"},
+       "also accept read-only requests on this TCP address: 127.0.0.1:9188 or [::1]:9188"},
       {"",   "--listen-any", "",        &O::m_ListenAny,   false,
-       "allow --listen at addresses that other machines can reach"},
+       "allow --listen on non-loopback addresses"},
       {"",   "--events-directory", "DIR",  &O::m_EventsDirectory, false,
        "run the programs in DIR on each event (default: /etc/corvane/events.d for root)"},
   };

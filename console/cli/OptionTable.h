@@ -18,7 +18,7 @@ using OptionField =
 struct OptionRow {
   const char* m_Short;  // "-o", or empty
   const char* m_Long;   // "--output"
-  const char* m_Value;  // "FORM"; in brackets if optional; empty for a flag
+  const char* m_Value;  // "FORMAT"; in brackets if optional; empty for a flag
   OptionField m_Field;
   bool m_Common;  // whether all commands accept it
   const char* m_Help;
@@ -36,7 +36,7 @@ const OptionRow* FindOption(const std::string& name);
 // Whether the option's value is the next word, as in "-o json"; false for flags and --simulate.
 bool TakesNextWord(const OptionRow& row);
 
-// Returns the option as in the help: "-o, --output FORM", "--simulate[=FILE]".
+// Returns the option as in the help: "-o, --output FORMAT", "--simulate[=FILE]".
 std::string OptionSynopsis(const OptionRow& row);
 
 }  // namespace Console

@@ -12,8 +12,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-bool IsJson(const std::string& form) {
-  return form == "json" || form == "jsonl";
+bool IsJson(const std::string& format) {
+  return format == "json" || format == "jsonl";
 }
 
 // The plug-in is stopped before the result is written, so that a blocked reader cannot keep it
@@ -40,8 +40,8 @@ std::vector<std::string> AdviceFor(const Failure& failure, const Invocation& inv
 // A failure has the same envelope as a result.
 std::string FailureText(const Invocation& invocation, const Failure& failure,
                         const Envelope& envelope) {
-  const std::string& form = invocation.m_Options.m_Form;
-  if (IsJson(form)) return RenderEnvelope(nullptr, envelope, form == "jsonl");
+  const std::string& format = invocation.m_Options.m_Form;
+  if (IsJson(format)) return RenderEnvelope(nullptr, envelope, format == "jsonl");
   return invocation.m_Monitored ? CheckText(failure) : std::string();
 }
 
@@ -83,8 +83,8 @@ ExitCode RunCommand(const Invocation& invocation) {
     return Report(invocation, *invocation.m_Error, nullptr, diagnostics, stream);
 
   const Command& command = *invocation.m_pCommand;
-  const std::string form = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
-  Context context(options, style, diagnostics, stream, command.m_Name, form,
+  const std::string format = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
+  Context context(options, style, diagnostics, stream, command.m_Name, format,
                   Words(options.m_Words.begin() + 1, options.m_Words.end()), {},
                   invocation.m_Sessions);
   try {

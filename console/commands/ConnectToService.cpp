@@ -19,14 +19,14 @@ namespace {
 
 using Paths = std::vector<std::filesystem::path>;
 
-// Options that configure a plug-in in this process, so they cannot apply to a service.
+// Options that configure an in-process plug-in, so they cannot apply to a service.
 constexpr const char* kDirectOptions[] = {"--direct",   "--plugin", "--simulate",
                                           "--database", "--trace",  "--trace-file"};
 
 // These commands report the current state, so stale values are an error.
 constexpr const char* kNeedsPlugin[] = {"check", "metrics", "wait"};
 
-// Returns the option that requires a plug-in in this process, or null.
+// Returns the option that requires an in-process plug-in, or null.
 const char* DirectOption(const Options& options) {
   const auto* const found =
       std::find_if(std::begin(kDirectOptions), std::end(kDirectOptions),
@@ -41,7 +41,7 @@ void RequireNoDirectOption(const Options& options) {
                      {"With --socket, the command uses the plug-in of the service."});
 }
 
-// Returns only paths that exist, because no service can listen at the others.
+// Returns only paths that exist, because no service can listen on the others.
 Paths DefaultSockets() {
   Paths existing;
   for (const std::filesystem::path& path : Service::ClientSockets()) {

@@ -1,4 +1,4 @@
-// Chooses between a service and a plug-in in this process.
+// Chooses between a service and an in-process plug-in.
 #pragma once
 
 #include <memory>

@@ -9,10 +9,10 @@
 namespace Console {
 namespace {
 
-// Returns an integer from `least` to `most`, or 0 for any other text.
-std::int32_t ReadWithin(const std::string& text, std::int32_t least, std::int32_t most) {
+// Parses an integer from `min` to `max`. Returns 0 if the text is invalid or out of range.
+std::int32_t ParseInRange(const std::string& text, std::int32_t min, std::int32_t max) {
   const auto number = ReadNumber<std::int32_t>(text);
-  return number && *number >= least && *number <= most ? *number : 0;
+  return number && *number >= min && *number <= max ? *number : 0;
 }
 
 void ReadCapacity(const std::string& text, FormatRequest& request) {
@@ -23,16 +23,16 @@ void ReadCapacity(const std::string& text, FormatRequest& request) {
     }
   }
   request.m_Capacity = PI::Value::CUSTOM;
-  const bool hasSign = !text.empty() && text.back() == '%';
-  request.m_Percent =
-      ReadWithin(text.substr(0, text.size() - (hasSign ? 1 : 0)), kMinPercent, kMaxPercent);
+  const bool hasPercentSign = !text.empty() && text.back() == '%';
+  request.m_Percent = ParseInRange(text.substr(0, text.size() - (hasPercentSign ? 1 : 0)),
+                                   kMinPercent, kMaxPercent);
   if (request.m_Percent != 0) return;
   std::vector<std::string> names;
   for (const Capacity& row : kCapacities) {
     if (*row.m_Word != '\0') names.emplace_back(row.m_Word);
   }
   std::vector<std::string> advice = DidYouMean(text, names);
-  advice.emplace_back("Valid: maximum, factory, improved, high, or 10 to 100 percent.");
+  advice.emplace_back("Valid: maximum, factory, improved, high, or a percentage from 10 to 100.");
   throw UsageFailure(fmt::format("--capacity: invalid value '{}'", text), advice);
 }
 
@@ -41,7 +41,7 @@ FormatRequest ReadRequest(const Options& options) {
   if (!options.m_Capacity.empty()) ReadCapacity(options.m_Capacity, request);
   if (options.m_SectorSize.empty()) return request;
   request.m_SectorSize =
-      static_cast<std::uint32_t>(ReadWithin(options.m_SectorSize, 1, kLargestSector));
+      static_cast<std::uint32_t>(ParseInRange(options.m_SectorSize, 1, kMaxSectorSize));
   if (request.m_SectorSize != 0) return request;
   throw UsageFailure(fmt::format("--sector-size: invalid value '{}'", options.m_SectorSize),
                      {"Valid: a number of bytes, such as 512 or 4096."});

@@ -6,7 +6,7 @@ namespace Console {
 namespace {
 
 CommandResult Run(Context& context) {
-  return ObjectOverview(context, UsualColumns(), false);
+  return ObjectOverview(context, DefaultColumns(), false);
 }
 
 }  // namespace

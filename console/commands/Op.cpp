@@ -136,10 +136,10 @@ Argument ParseArgument(const std::string& text) {
                      {"Valid: " + allowed});
 }
 
-std::int32_t NumberWithin(const Argument& argument, std::int32_t least, std::int32_t most) {
+std::int32_t ParseInRange(const Argument& argument, std::int32_t min, std::int32_t max) {
   const auto number = ReadNumber<std::int32_t>(argument.m_Value);
-  if (number && *number >= least && *number <= most) return *number;
-  WrongValue(argument, fmt::format("{} to {}", least, most));
+  if (number && *number >= min && *number <= max) return *number;
+  WrongValue(argument, fmt::format("{} to {}", min, max));
 }
 
 std::int32_t CapacityOf(const Argument& argument) {
@@ -163,11 +163,11 @@ FormatRequest RequestOf(const std::vector<Argument>& arguments) {
         request.m_Capacity = CapacityOf(argument);
         break;
       case PI::Property::SIZE:
-        request.m_Percent = NumberWithin(argument, kMinPercent, kMaxPercent);
+        request.m_Percent = ParseInRange(argument, kMinPercent, kMaxPercent);
         break;
       case PI::Property::BLOCK_SIZE:
         request.m_SectorSize =
-            static_cast<std::uint32_t>(NumberWithin(argument, 1, kLargestSector));
+            static_cast<std::uint32_t>(ParseInRange(argument, 1, kMaxSectorSize));
         break;
       default:
         throw UsageFailure(

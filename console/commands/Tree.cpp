@@ -21,7 +21,7 @@ const std::vector<std::string> kLongColumns = {"object",
 
 CommandResult Run(Context& context) {
   const bool all = context.m_Options.m_Long || context.m_Options.m_Verbose;
-  return ObjectOverview(context, all ? kLongColumns : UsualColumns(), true);
+  return ObjectOverview(context, all ? kLongColumns : DefaultColumns(), true);
 }
 
 }  // namespace

@@ -133,7 +133,7 @@ CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   const auto duration = ParseDuration("--for", options.m_For);
   std::FILE* const out = context.Stream().File();
-  const bool wantsScreen = options.m_Form.empty() && Screen::IsPossible(out);
+  const bool wantsScreen = options.m_Form.empty() && Screen::IsSupported(out);
   if (wantsScreen) RequireQuietTrace(options);
   Session& session = context.OpenToWait();
   std::vector<LoggedEvent> past;

@@ -1,4 +1,4 @@
-// Values of fields in base units, and their texts for people and for scripts.
+// Values of fields in base units, and their strings for people and for scripts.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ enum class Measure {
   PciAddress
 };
 
-// The value that a plug-in reports for "unknown". Absent properties and empty texts are always
+// The value that a plug-in reports for "unknown". Absent properties and empty strings are always
 // unknown.
 enum class UnknownEncoding { None, Zero, AllOnes };
 

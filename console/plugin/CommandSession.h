@@ -1,4 +1,4 @@
-// A session that sends commands to a plug-in in this process or in another one.
+// A session that sends commands to an in-process plug-in or to one in another process.
 #pragma once
 
 #include <optional>

@@ -62,14 +62,14 @@ Json IdsJson(const std::vector<std::uint64_t>& ids) {
 
 }  // namespace
 
-std::string Render(const CommandResult& result, const std::string& form, const Style& style,
+std::string Render(const CommandResult& result, const std::string& format, const Style& style,
                    const Envelope& envelope) {
-  if (form == "json") return RenderEnvelope(result.m_Json, envelope, false);
-  if (form == "jsonl") return RenderLines(result, envelope);
-  if (form == "value") return RenderValues(result);
-  if (form == "tsv") return WriteTsv(result.m_Table, style.m_Headings);
+  if (format == "json") return RenderEnvelope(result.m_Json, envelope, false);
+  if (format == "jsonl") return RenderLines(result, envelope);
+  if (format == "value") return RenderValues(result);
+  if (format == "tsv") return WriteTsv(result.m_Table, style.m_Headings);
   if (result.m_Text) return *result.m_Text;
-  return DrawTable(result.m_Table, style, form == "tree");
+  return DrawTable(result.m_Table, style, format == "tree");
 }
 
 std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool oneLine) {

@@ -35,8 +35,8 @@ struct Envelope {
   ExitCode m_Code = ExitCode::Done;
 };
 
-// Renders a result in the format `form`: "table", "tree", "tsv", "json", "jsonl" or "value".
-std::string Render(const CommandResult& result, const std::string& form, const Style& style,
+// Renders a result in `format`: "table", "tree", "tsv", "json", "jsonl" or "value".
+std::string Render(const CommandResult& result, const std::string& format, const Style& style,
                    const Envelope& envelope);
 
 // Renders the JSON document that contains a result, on one line or several.

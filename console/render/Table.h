@@ -1,4 +1,4 @@
-// Tables and trees whose cells have one text for people and one for scripts. All functions are
+// Tables and trees whose cells have one string for people and one for scripts. All functions are
 // thread-safe and throw only std::bad_alloc.
 #pragma once
 

@@ -91,14 +91,14 @@ std::string WhyNoCards() {
 }  // namespace
 
 Context::Context(const Options& options, const Style& style, Diagnostics& diagnostics,
-                 const ResultStream& stream, std::string command, std::string form,
+                 const ResultStream& stream, std::string command, std::string format,
                  std::vector<std::string> arguments, const TimeLimits& limits,
                  SessionFactory factory)
     : m_Options(options),
       m_Style(style),
       m_Diagnostics(diagnostics),
       m_Command(std::move(command)),
-      m_Form(std::move(form)),
+      m_Form(std::move(format)),
       m_Arguments(std::move(arguments)),
       m_Stream(stream),
       m_EventLog(diagnostics),

@@ -35,7 +35,7 @@ using SessionFactory = std::function<std::unique_ptr<Session>(const SessionReque
 class Context {
  public:
   Context(const Options& options, const Style& style, Diagnostics& diagnostics,
-          const ResultStream& stream, std::string command, std::string form,
+          const ResultStream& stream, std::string command, std::string format,
           std::vector<std::string> arguments, const TimeLimits& limits = {},
           SessionFactory factory = {});
   ~Context();

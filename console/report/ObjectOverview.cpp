@@ -6,7 +6,7 @@
 
 namespace Console {
 
-const std::vector<std::string>& UsualColumns() {
+const std::vector<std::string>& DefaultColumns() {
   static const std::vector<std::string> columns = {"object",
                                                    "name",
                                                    "status",
@@ -18,13 +18,13 @@ const std::vector<std::string>& UsualColumns() {
   return columns;
 }
 
-CommandResult ObjectOverview(Context& context, const std::vector<std::string>& usual,
+CommandResult ObjectOverview(Context& context, const std::vector<std::string>& defaults,
                              bool withPlugin) {
   const std::vector<std::string>& chosen = context.m_Options.m_Columns;
   CommandResult result;
   result.m_Items = "objects";
   result.m_Json = {{"objects", Json::array()}};
-  result.m_Table.m_Columns = ObjectColumns(chosen.empty() ? usual : chosen);
+  result.m_Table.m_Columns = ObjectColumns(chosen.empty() ? defaults : chosen);
   const Model model = context.Objects();
   std::map<std::size_t, std::size_t> rowOf;
   for (std::size_t i = 0; i < model.Objects().size(); ++i) {

@@ -10,12 +10,12 @@
 namespace Console {
 
 // Returns the default columns.
-const std::vector<std::string>& UsualColumns();
+const std::vector<std::string>& DefaultColumns();
 
-// Returns every object with the columns from the options, or `usual` without that option; includes
-// the plug-in object if `withPlugin`. Throws `Failure`; an unknown column is reported before the
-// plug-in is started.
-CommandResult ObjectOverview(Context& context, const std::vector<std::string>& usual,
+// Returns every object with the columns from the options, or `defaults` without that option;
+// includes the plug-in object if `withPlugin`. Throws `Failure`; an unknown column is reported
+// before the plug-in is started.
+CommandResult ObjectOverview(Context& context, const std::vector<std::string>& defaults,
                              bool withPlugin);
 
 }  // namespace Console

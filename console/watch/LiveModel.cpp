@@ -39,19 +39,20 @@ LiveModel::LiveModel(Session& session)
   Read();
 }
 
-bool LiveModel::Wait(milliseconds timeout, const WaitSet& also) {
-  const auto due = std::chrono::duration_cast<milliseconds>(m_NextReading - steady_clock::now());
-  const milliseconds duration = std::max(milliseconds(0), std::min(timeout, due + milliseconds(1)));
-  const bool notified = m_Session.WaitForNotification(duration, also);
+bool LiveModel::Wait(milliseconds timeout, const WaitSet& extra) {
+  const auto untilDue =
+      std::chrono::duration_cast<milliseconds>(m_NextReading - steady_clock::now());
+  const milliseconds duration =
+      std::max(milliseconds(0), std::min(timeout, untilDue + milliseconds(1)));
+  const bool notified = m_Session.WaitForNotification(duration, extra);
   ThrowIfStopped();
   if (!notified && steady_clock::now() < m_NextReading) return false;
   Read();
   return true;
 }
 
-// The plug-in provides an event as soon as its objects show the change, before the notification.
-// Objects are read after events, so that each event is shown with the current selector of its
-// object.
+// Objects are read after the events are collected, so that they already include the change that
+// each event reports, and the event is shown with its object's current selector.
 void LiveModel::Read() {
   const std::vector<LoggedEvent> events = m_Session.CollectEvents();
   m_Model = Model(m_Session.Topology());

@@ -35,8 +35,8 @@ class LiveModel {
 
   // Waits for a notification or until a third of the poll interval has elapsed since the last
   // reading, then reads everything again and returns true. Returns false if `timeout` expires or a
-  // descriptor of `also` is ready first. Throws `Stopped` on a stop signal.
-  bool Wait(std::chrono::milliseconds timeout, const WaitSet& also);
+  // descriptor of `extra` is ready first. Throws `Stopped` on a stop signal.
+  bool Wait(std::chrono::milliseconds timeout, const WaitSet& extra);
 
   const Model& Objects() const { return m_Model; }
   // The newest `kMaxEvents` events, the newest last.

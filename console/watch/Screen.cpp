@@ -65,14 +65,15 @@ struct Screen::Terminal {
 
 Screen::Screen(std::unique_ptr<Terminal> terminal) : m_pTerminal(std::move(terminal)) {}
 
-bool Screen::IsPossible(std::FILE* out) {
-  const char* kind = secure_getenv("TERM");
-  return kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0 && out != nullptr &&
-         isatty(fileno(out)) != 0 && isatty(STDIN_FILENO) != 0;
+bool Screen::IsSupported(std::FILE* out) {
+  const char* terminalType = secure_getenv("TERM");
+  return terminalType != nullptr && *terminalType != '\0' &&
+         std::strcmp(terminalType, "dumb") != 0 && out != nullptr && isatty(fileno(out)) != 0 &&
+         isatty(STDIN_FILENO) != 0;
 }
 
 std::unique_ptr<Screen> Screen::Open(std::FILE* out, const Style& style) {
-  if (!IsPossible(out)) return nullptr;
+  if (!IsSupported(out)) return nullptr;
   constexpr int kEscapeDelayMs = 50;
   set_escdelay(kEscapeDelayMs);
   auto terminal = std::make_unique<Terminal>();
@@ -80,7 +81,7 @@ std::unique_ptr<Screen> Screen::Open(std::FILE* out, const Style& style) {
   if (terminal->m_pScreen == nullptr) return nullptr;
   terminal->m_Color = style.m_Color;
   std::unique_ptr<Screen> screen(new Screen(std::move(terminal)));
-  // Ctrl-C remains a signal, so that it stops the program cleanly.
+  // cbreak() rather than raw(): Ctrl-C must still raise SIGINT, so that the program exits cleanly.
   cbreak();
   noecho();
   nonl();

@@ -35,7 +35,7 @@ struct ScreenSize {
 class Screen {
  public:
   // Whether `out` and standard input are terminals and TERM names a terminal other than "dumb".
-  static bool IsPossible(std::FILE* out);
+  static bool IsSupported(std::FILE* out);
   // Opens a screen on the terminal `out`, with keys from standard input. Returns null if this is
   // not possible or the terminal type is unknown.
   static std::unique_ptr<Screen> Open(std::FILE* out, const Style& style);

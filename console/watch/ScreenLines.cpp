@@ -13,8 +13,8 @@ struct Character {
   std::size_t m_Columns;
 };
 
-// Splits a text into characters. Bytes that are invalid in the locale's encoding, or would move the
-// cursor, become question marks.
+// Splits a string into characters. Bytes that are invalid in the locale's encoding, or would move
+// the cursor, become question marks.
 std::vector<Character> Characters(const std::string& text) {
   std::vector<Character> characters;
   std::mbstate_t state = {};

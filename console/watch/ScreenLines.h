@@ -1,4 +1,4 @@
-// Lines of a screen, and functions that fit texts to columns.
+// Lines of a screen, and functions that fit strings to columns.
 #pragma once
 
 #include <cstddef>
@@ -19,11 +19,11 @@ struct Piece {
 
 using Line = std::vector<Piece>;
 
-// Returns the number of columns that a text occupies on a terminal; control characters and invalid
-// bytes occupy one each.
+// Returns the number of columns that a string occupies on a terminal; control characters and
+// invalid bytes occupy one each.
 std::size_t ColumnsOf(const std::string& text);
 
-// Truncate a text or pad it with spaces to exactly `columns` columns. `Fit` pads on the right,
+// Truncate a string or pad it with spaces to exactly `columns` columns. `Fit` pads on the right,
 // `FitRight` on the left. The result is printable.
 std::string Fit(const std::string& text, std::size_t columns);
 std::string FitRight(const std::string& text, std::size_t columns);

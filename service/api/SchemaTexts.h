@@ -1,4 +1,4 @@
-// The texts of the built-in schemas.
+// The built-in schemas as JSON text.
 #pragma once
 
 namespace Service {

@@ -69,7 +69,7 @@ void EventStream::Connect(std::int64_t after) {
   m_Connection = std::make_shared<Connection>(m_Socket, after);
 }
 
-// Processes what has arrived. The end of the stream also counts as news.
+// Processes what has arrived. The end of the stream also counts as a change.
 bool EventStream::HasNews() {
   Connection& connection = *m_Connection;
   int running = 0;

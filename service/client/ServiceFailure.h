@@ -9,15 +9,16 @@
 
 namespace Service {
 
-// The id of `NoServiceFailure`.
+// The message id of `NoServiceFailure`.
 constexpr const char* kNoService = "NO_SERVICE";
 
-// Nothing listens at the socket, or the user may not connect. The failure contains the reason.
+// No service listens on the socket, or the user may not connect. The failure contains the reason
+// from errno.
 Console::Failure NoServiceFailure(const std::filesystem::path& socket);
 // The service has closed the connection, or no longer accepts one. `mayHaveChanged`: a change was
 // sent.
 Console::Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged);
-// The service has not replied in time.
+// The service did not reply in time.
 Console::Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged);
 // The reply is not one that this version of the service sends.
 Console::Failure AnswerFailure(const std::filesystem::path& socket, const std::string& why);

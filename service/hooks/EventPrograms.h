@@ -82,8 +82,8 @@ class EventPrograms {
   std::vector<std::thread> m_Threads;
 };
 
-// Returns the environment of programs: PATH, LANG, and a variable for each text, number and Boolean
-// of the document, such as CORVANE_EVENT_ID for "event_id".
+// Returns the environment of programs: PATH, LANG, and a variable for each string, number and
+// Boolean of the document, such as CORVANE_EVENT_ID for "event_id".
 std::vector<std::string> EnvironmentOf(const Event& event);
 
 }  // namespace Hooks

@@ -101,8 +101,8 @@ std::string Await(int process, int pipe, const ProgramRun& run, std::string& out
   return fmt::format("killed after {} s", static_cast<double>(run.m_Timeout.count()) / 1000);
 }
 
-// Reads what is already in the pipe, without waiting for its end, because a process that left the
-// group may still hold it open.
+// Drains the pipe without waiting for end of file: a descendant that left the process group may
+// still hold the write end open.
 void ReadRest(int pipe, std::string& output) {
   fcntl(pipe, F_SETFL, O_NONBLOCK);
   pollfd wait = {pipe, POLLIN, 0};
@@ -122,7 +122,8 @@ ProgramResult CannotStart(int error) {
 
 }  // namespace
 
-// The group is killed before its leader is reaped, because its number could be reused afterwards.
+// The process group is killed before its leader is reaped, because the group ID could be reused
+// after that.
 ProgramResult Run(const ProgramRun& run) {
   const Base::Descriptor input = MakeInput(run.m_Input);
   Base::Pipe pipe = Base::MakePipe();
@@ -133,7 +134,7 @@ ProgramResult Run(const ProgramRun& run) {
   pipe.m_Write.Close();
   const Base::Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
   ProgramResult result;
-  // Without this descriptor, the exit of the process would go unnoticed.
+  // Without the pidfd, poll() cannot detect the exit; report that as a failure to start.
   result.m_Failure = end.IsOpen() ? Await(end.Get(), pipe.m_Read.Get(), run, result.m_Output)
                                   : CannotStart(errno).m_Failure;
   kill(-process, SIGKILL);

@@ -97,7 +97,7 @@ Base::Descriptor LockDirectory(const std::filesystem::path& path) {
   return file;
 }
 
-// Whether a process listens at the address, even if its queue of connections is full.
+// Whether a process listens on the address, even if its queue of connections is full.
 bool IsServed(Address address) {
   const Base::Descriptor probe = MakeSocket(AF_UNIX);
   return connect(probe.Get(), address.Get(), address.m_Size) == 0 || errno != ECONNREFUSED;

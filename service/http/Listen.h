@@ -12,7 +12,7 @@
 
 namespace Http {
 
-// Listens at a path, with this mode and, if given, this group. Replaces a stale socket, at which no
+// Listens on a path, with this mode and, if given, this group. Replaces a stale socket, on which no
 // process listens. The socket file remains when the descriptor is closed. Throws
 // `std::system_error`: EADDRINUSE if a process listens there, EEXIST if the file is not a socket,
 // ENAMETOOLONG if the path does not fit in a socket address.
@@ -22,7 +22,7 @@ Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
 // Sets the mode and, if given, the group of a socket file. Throws `std::system_error`.
 void ShareSocket(const std::filesystem::path& path, mode_t mode, std::optional<gid_t> group);
 
-// Listens at a numeric IPv4 or IPv6 address; port 0 selects a free port. Throws
+// Listens on a numeric IPv4 or IPv6 address; port 0 selects a free port. Throws
 // `std::system_error`: EINVAL if `address` is not an IP address.
 Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port);
 

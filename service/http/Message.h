@@ -34,7 +34,7 @@ struct Peer {
   std::vector<gid_t> m_OtherGroups;  // supplementary groups
 };
 
-// A request that the server has accepted. All texts except the body are valid UTF-8 without NUL,
+// A request that the server has accepted. All strings except the body are valid UTF-8 without NUL,
 // and percent escapes have been decoded.
 struct Request {
   Method m_Method = Method::Get;

@@ -31,7 +31,7 @@ enum class BodyRule { None, Optional, Required };
 struct Route {
   Method m_Method;
   // Each segment is literal text or a parameter, "{name}". A parameter matches any text except "",
-  // ".", ".." and texts with "/". The first row that matches a request is used.
+  // ".", ".." and strings with "/". The first row that matches a request is used.
   std::string m_Path;
   Access m_Access;
   Handler m_Handler;

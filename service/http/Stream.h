@@ -21,11 +21,11 @@ class Stream : public Unfinished {
   // Queues up to `bytes` bytes for a slow reader.
   explicit Stream(std::size_t bytes, std::string contentType = "text/event-stream");
 
-  // Queues a text. Returns false if the stream has ended or the text does not fit. If it does not
-  // fit, the connection is cut, and the client has to resume. An empty queue accepts a text of any
+  // Queues `text`. Returns false if the stream has ended or the text does not fit. If it does not
+  // fit, the connection is cut, and the client has to resume. An empty queue accepts text of any
   // length.
   bool Send(std::string_view text);
-  // Ends the stream after the queued texts.
+  // Ends the stream after the queued text.
   void Close();
   // Whether `Send` would return false because the client is gone or was cut, the stream was closed,
   // or the server is stopping.

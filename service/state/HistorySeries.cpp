@@ -100,7 +100,7 @@ struct Sum {
 
 // Returns a step of complete minutes.
 std::uint64_t StepFor(std::uint64_t range, std::uint64_t requested) {
-  const std::uint64_t shortest = (range + kMostPoints - 1) / kMostPoints;
+  const std::uint64_t shortest = (range + kMaxPoints - 1) / kMaxPoints;
   const std::uint64_t step = std::max({shortest, requested, kMinuteMs});
   return (step + kMinuteMs - 1) / kMinuteMs * kMinuteMs;
 }

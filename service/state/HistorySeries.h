@@ -11,7 +11,7 @@
 
 namespace Service {
 
-constexpr std::size_t kMostPoints = 1000;
+constexpr std::size_t kMaxPoints = 1000;
 
 // Times are in milliseconds since the epoch.
 struct HistoryQuery {
@@ -32,7 +32,7 @@ struct HistoryPoint {
 
 struct HistorySeries {
   // In milliseconds; a multiple of a minute. At least as long as requested, and long enough for the
-  // series to have at most `kMostPoints` points.
+  // series to have at most `kMaxPoints` points.
   std::uint64_t m_Step = 0;
   std::vector<HistoryPoint> m_Points;  // in order of time; steps without values are omitted
 };

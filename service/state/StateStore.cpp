@@ -134,7 +134,7 @@ class CardUpdate {
  private:
   void AddCard(const std::string& serial, const Object& adapter) {
     const auto found = m_Rows.find(serial);
-    if (found == m_Rows.end() && m_Rows.size() >= StateStore::kMostCards) return;
+    if (found == m_Rows.end() && m_Rows.size() >= StateStore::kMaxCards) return;
     KnownCard& card = found == m_Rows.end() ? NewCard(serial) : found->second.m_Card;
     const std::uint64_t passed =
         std::max(card.m_LastSeen, m_TimeMs) - std::min(card.m_LastSeen, m_TimeMs);

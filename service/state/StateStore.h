@@ -25,7 +25,7 @@ enum class ForgetResult { Done, UnknownCard, CardIsPresent };
 class StateStore {
  public:
   // Limit on known cards; cards beyond it are not recorded until one is forgotten.
-  static constexpr std::size_t kMostCards = 1024;
+  static constexpr std::size_t kMaxCards = 1024;
 
   // Adds new cards and the values of the minute. Ignores cards without a serial number, and all but
   // the first card with the same serial number.

@@ -1,4 +1,4 @@
-// The tables of the stored state, and the numbers in one of them.
+// Creates the service's state tables, and reads and writes the numbers stored once per file.
 #pragma once
 
 #include <cstdint>
@@ -14,12 +14,12 @@ void PrepareStateTables(HostKit::Connection& connection);
 enum class StateNumber {
   NextPosition,     // position of the next new card
   HasBaseline,      // 1 after the first observation
-  LogPosition,      // the last log entry that the cards' logged state includes
-  DifferenceFirst,  // first event logged as a difference, also included in the state
-  DifferenceLast,   // last event logged as a difference
-  NextMinute,       // number of minutes of history written so far
-  NextHourMinute,   // the first of these minutes that is not yet part of an hour
-  LastMinute,       // the time of the last minute, in minutes since the epoch
+  LogPosition,      // number of the last log entry applied to the logged card states
+  DifferenceFirst,  // first entry of the last logged difference; the states already include it
+  DifferenceLast,   // last entry of that difference
+  NextMinute,       // sequence number of the next history minute to write
+  NextHourMinute,   // first history minute that is not yet summarized into an hour
+  LastMinute,       // time of the last history minute, in minutes since the epoch
 };
 
 // Returns 0 if the number was never written.

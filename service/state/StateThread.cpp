@@ -23,7 +23,7 @@ void StateThread::Stop() {
 bool StateThread::Enqueue(std::function<void()> task) {
   {
     const Base::MutexLock lock(m_Lock);
-    if (m_IsStopping || m_Queue.size() >= kMostQueued) return false;
+    if (m_IsStopping || m_Queue.size() >= kMaxQueued) return false;
     m_Queue.push_back(std::move(task));
   }
   m_Changed.NotifyOne();

@@ -26,7 +26,7 @@ struct StateOutcome {
 // Thread-safe.
 class StateThread {
  public:
-  static constexpr std::size_t kMostQueued = 256;
+  static constexpr std::size_t kMaxQueued = 256;
 
   // Starts the thread, which calls `onFailure` with the reason of a failure. Each reason is
   // reported once, until a change succeeds. `onFailure` must not throw.

@@ -125,7 +125,7 @@ TEST_F(BlockDeviceUsers, AnAddressWithoutSegmentAndInUpperCaseIsAccepted) {
   EXPECT_EQ(UsersOf("0000:3B:00.0"), Users{"fioa is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, WithoutAnAddressNoneAreReported) {
+TEST_F(BlockDeviceUsers, ReportsNoneForACardWithoutAnAddress) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf(""), Users{});
 }

@@ -118,7 +118,7 @@ TEST_F(DatabaseLock, RefusesADirectoryOfAnotherUserForRoot) {
   ASSERT_EQ(0, chown(directory.c_str(), 65534, 65534));
   const auto failure = FailureOf([] { Console::DatabaseLock("/run/s"); });
   EXPECT_EQ(ExitCode::Permission, failure.first);
-  EXPECT_THAT(failure.second, HasSubstr("belongs to uid 65534"));
+  EXPECT_THAT(failure.second, HasSubstr("is owned by uid 65534"));
 }
 
 }  // namespace

@@ -109,7 +109,7 @@ class OddPlugin : public IPLUGINAPI {
     m_InterfaceVersion = Case() == "version" ? 3 : 2;
     m_ModuleID = 999;
   }
-  ~OddPlugin() override { Log("gone"); }
+  ~OddPlugin() override { Log("destroyed"); }
 
   unsigned int Execute(PI::_COMMAND command, unsigned long object, void* payload) override {
     if (Case() == "noisy") std::printf("noise %d\n", static_cast<int>(command));

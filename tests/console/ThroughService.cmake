@@ -4,17 +4,17 @@ set(THROUGH_SERVICE inspect op format)
 
 set(NOT_THROUGH_SERVICE
   "cards|starts the plug-in on machines with and without cards"
-  "change|compares the calls and configuration files of a plug-in in this process"
+  "change|compares the calls and configuration files of an in-process plug-in"
   "check|most runs use the test plug-in"
   "client|compares runs with and without a service"
   "completion|client.bats completes with a service"
-  "descriptors|limits the descriptors of a plug-in in this process"
-  "envelope|prints the same documents as inspect and op"
-  "escapes|prints texts of a plug-in in this process"
+  "descriptors|limits the descriptors of an in-process plug-in"
+  "envelope|already covered by inspect and op"
+  "escapes|prints strings of an in-process plug-in"
   "events|uses the test plug-in"
   "explain|needs no plug-in"
-  "forms|formats the values that inspect reads"
-  "hang|uses a plug-in that hangs in this process"
+  "forms|already covered by inspect, which reads the same values"
+  "hang|uses an in-process plug-in that hangs"
   "help|needs no plug-in"
   "history|changes the database between runs"
   "hooks|tests the service itself"
@@ -25,15 +25,15 @@ set(NOT_THROUGH_SERVICE
   "man|needs no plug-in"
   "metrics|a service whose plug-in does not start is never ready; client.bats compares metrics"
   "prompts|asks before it uses the plug-in; op confirms through the service"
-  "rows|a service refuses the command"
+  "rows|the service does not support the rows command"
   "serve|tests the service itself"
-  "start|tests how a plug-in starts in this process"
+  "start|tests the start of an in-process plug-in"
   "status|requires an empty log for each run"
-  "stuck|uses a plug-in that hangs in this process"
+  "stuck|uses an in-process plug-in that hangs"
   "terminal|tests the terminal"
-  "trouble|tests failures of a plug-in in this process"
-  "trust|tests the files of a plug-in in this process"
-  "watch|needs the terminal; client.bats follows events through a service")
+  "trouble|tests failures of an in-process plug-in"
+  "trust|tests the file checks before an in-process plug-in is loaded"
+  "watch|needs a terminal; client.bats follows events through a service")
 
 # Requires each suite to be in exactly one of the lists.
 function(corvane_check_service_lists suites)
@@ -45,7 +45,7 @@ function(corvane_check_service_lists suites)
       math(EXPR reasons "${reasons} + 1")
     endif()
     if(NOT reasons EQUAL 1)
-      message(FATAL_ERROR "${suite}.bats needs one row in ThroughService.cmake")
+      message(FATAL_ERROR "${suite}.bats must be listed exactly once in ThroughService.cmake")
     endif()
   endforeach()
 endfunction()

@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  make_haste
+  use_short_times
   local detached="$BATS_FILE_TMPDIR/attach.json" name
   cp "$CARDSIM_STATE" "$detached"
   cardsim --state "$detached" set card0 iom_state 0

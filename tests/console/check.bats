@@ -10,7 +10,7 @@ setup_file() {
   make_machine
   make_cards
   local name
-  for name in well critical mixed twins odd deaf closed empty; do
+  for name in well critical mixed duplicate odd nodriver closed empty; do
     cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"
   done
   cards well clear card1 TEMPERATURE_ABOVE_WARN
@@ -19,11 +19,11 @@ setup_file() {
   cards mixed set card0 iom_state 0
   cards mixed set card1 temp_internal_deg_c 79
   cards mixed raise card1 NEAR_WEARING_OUT
-  cards twins set card1 serial_number S100
+  cards duplicate set card1 serial_number S100
   cards odd set card0 serial_number 'a|b=c "d" e\f'
   cards odd set card0 board_name $'Bö|rd\ntwo'
   cards odd set card1 serial_number ''
-  cards deaf fail vsl_init --code 5 --text "no driver"
+  cards nodriver fail vsl_init --code 5 --text "no driver"
   cards closed fail vsl_open --code 12
   cards empty new --force
   mkdir "$BATS_FILE_TMPDIR/damaged"
@@ -36,7 +36,7 @@ setup_file() {
   keep ascii env LC_ALL=C corvane-host --simulate="$BATS_FILE_TMPDIR/mixed.json" check a1 &
   keep card host check S100 &
   keep drive host check a1/d0 &
-  keep twins with twins check &
+  keep duplicate with duplicate check &
   keep odd with odd check &
   wait
   keep json host check -o json &
@@ -45,8 +45,8 @@ setup_file() {
   keep bus corvane-host check &
   keep closed with closed check &
   keep noobject host check a9 &
-  keep ambiguous with twins check S100 &
-  keep deaf with deaf check &
+  keep ambiguous with duplicate check S100 &
+  keep nodriver with nodriver check &
   keep damaged env CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/damaged" corvane-host check &
   wait
   keep noplugin corvane-host check --plugin '/none|such' &
@@ -147,10 +147,10 @@ S100_written_bytes=1099511627776c" "$(readings card)"
 
 @test "cards with the same serial number have different readings" {
   same "pci:0000:3b:02.1
-pci:0000:5e:00.0" "$(readings twins | sed 's/_.*//' | sort -u)"
+pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
 }
 
-@test "unusual texts of a card do not break the line or the readings" {
+@test "unusual strings of a card do not break the line or the readings" {
   ended odd 1
   same 1 "$(out odd | head -1 | tr -cd '|' | wc -c)"
   same "a_b_c__d__e_f_temperature_celsius=48.2;78;85" "$(readings odd | head -1)"
@@ -195,8 +195,8 @@ longspan~--timeout: invalid duration '10001d'
 END
   ended novalue 3
   out novalue | grep -q "^CORVANE UNKNOWN - --timeout"
-  ended deaf 3
-  out deaf | grep -q "^CORVANE UNKNOWN - cannot start the plug-in: .* (20012)$"
+  ended nodriver 3
+  out nodriver | grep -q "^CORVANE UNKNOWN - cannot start the plug-in: .* (20012)$"
 }
 
 @test "--timeout accepts the longest duration" {
@@ -253,7 +253,7 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
   silent other out
 }
 
-@test "check -o json has the state, the exit code and the readings, even after failures" {
+@test "check -o json contains the state, the exit code and the readings, even after failures" {
   valid json emptyjson crashjson latejson nooptionjson
   same '[1, "WARNING", "a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
     "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"

@@ -10,7 +10,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  make_haste
+  use_short_times
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
   export SOCKET="$BATS_FILE_TMPDIR/run/corvane.sock"
   start_service main "$SOCKET"
@@ -75,7 +75,7 @@ END
   silent watch err
 }
 
-@test "metrics through the service have the same card values" {
+@test "metrics through the service contain the same card values" {
   keep served served metrics
   keep direct direct metrics
   ended served 0
@@ -147,7 +147,7 @@ END
   [ ! -e "$BATS_FILE_TMPDIR/second.sock" ]
 }
 
-@test "a link to the database has the same lock" {
+@test "a link to the database uses the same lock" {
   ln -sf "$CORVANE_DATABASE" "$BATS_FILE_TMPDIR/link.db"
   CORVANE_DATABASE="$BATS_FILE_TMPDIR/link.db" keep link corvane-host --direct list
   ended link 4

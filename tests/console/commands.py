@@ -1,4 +1,4 @@
-"""The commands of corvane-host from its own help, each with arguments to run it with."""
+"""The commands that `corvane-host help` lists, each with arguments to run it with."""
 
 import json
 

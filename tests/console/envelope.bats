@@ -10,11 +10,11 @@ setup_file() {
   make_machine
   make_cards
   local name
-  for name in two twins empty closed escape; do
+  for name in two duplicate empty closed escape; do
     cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"
   done
-  cards twins set card0 serial_number SAME
-  cards twins set card1 serial_number SAME
+  cards duplicate set card0 serial_number SAME
+  cards duplicate set card1 serial_number SAME
   cards empty new --force
   cards closed fail vsl_open --code 12
   cards escape set card0 board_name $'x\x1b[31my'

@@ -1,11 +1,11 @@
 #!/usr/bin/python3
 """Runs every command of corvane-host in every failure situation and checks its output.
 
-envelope.py schema    the schema covers each command, and each command with a JSON form
-envelope.py json      in each situation, each JSON form matches the schema and the exit code
-envelope.py escapes   no form contains an escape byte when piped
+envelope.py schema    the schema covers each command, and each command with JSON output
+envelope.py json      in each situation, each JSON format matches the schema and the exit code
+envelope.py escapes   no output format contains an escape byte when piped
 
-The commands come from the program's own help.
+The list of commands is read from `corvane-host help -o json`.
 """
 
 import concurrent.futures
@@ -59,7 +59,7 @@ SITUATIONS = {
     "success": ("two", [], ("a0", "a0/d0"), (0, None)),
     "usage": ("two", ["--frobnicate"], ("a0", "a0/d0"), (2, "USAGE")),
     "no such object": ("two", [], ("a9", "a9/d0"), (0, None), (3, "NO_SUCH_OBJECT")),
-    "ambiguous": ("twins", [], ("SAME", "SAME"), (0, None), (3, "AMBIGUOUS")),
+    "ambiguous": ("duplicate", [], ("SAME", "SAME"), (0, None), (3, "AMBIGUOUS")),
     "no cards": (
         "empty", [], ("a0", "a0/d0"), (0, "ERR_NO_SUPPORTED_HARDWARE"), (3, "NO_SUCH_OBJECT"),
     ),
@@ -121,7 +121,7 @@ def run(cards, words, situation="", **variables):
 
 
 def commands():
-    """Returns the output forms by command, from the program's help."""
+    """Returns the output formats by command, from the program's help."""
     own_help = subprocess.run(
         [f"{BUILD}/bin/corvane-host", "help", "-o", "json"], capture_output=True, check=True,
     ).stdout
@@ -222,7 +222,7 @@ def json_cases(forms):
                     yield f"{situation}: {command} -o {form}", complaint, (
                         check, situation, command, form,
                     )
-    # A rejected form is reported in that form.
+    # A rejected output format is reported in that format.
     for command, all_forms in forms.items():
         if "json" not in all_forms:
             yield f"usage: {command} -o json", complaint, (check, "usage", command, "json")

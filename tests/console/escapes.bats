@@ -13,8 +13,8 @@ setup_file() {
   cardsim sysfs "$CORVANE_SYSFS"
 }
 
-# hostile FILE: copies the cards to FILE and puts all of these characters into every text of the
-# first card.
+# hostile FILE: copies the cards to FILE and replaces every string attribute of the first card,
+# except its name, with these characters.
 hostile() {
   python3 - "$CARDSIM_STATE" "$1" <<'END'
 import json, os, sys
@@ -25,7 +25,7 @@ import escapes
 
 state = json.load(open(source, encoding="utf-8"))
 card = state["cards"][0]
-# The simulator chooses the name of a card.
+# The simulator assigns card names, so they cannot be changed.
 texts = [key for key, value in card.items() if isinstance(value, str) and key != "name"]
 assert len(texts) >= 6, texts
 for key in texts:
@@ -39,9 +39,9 @@ END
   /usr/bin/python3 "$CORVANE_SOURCE/tests/console/escapes.py"
 }
 
-@test "JSON preserves a hostile text as ASCII escapes" {
-  hostile "$BATS_FILE_TMPDIR/damaged.json"
-  keep exact with damaged get a0 serial_number firmware_version -o json
+@test "JSON preserves hostile text as ASCII escapes" {
+  hostile "$BATS_FILE_TMPDIR/hostile.json"
+  keep exact with hostile get a0 serial_number firmware_version -o json
   python3 - "$BATS_FILE_TMPDIR/exact.out" <<'END'
 import json, os, sys
 
@@ -81,8 +81,8 @@ END
 }
 
 @test "metrics with hostile labels are parsed correctly" {
-  hostile "$BATS_FILE_TMPDIR/damaged.json"
-  keep metrics with damaged metrics
+  hostile "$BATS_FILE_TMPDIR/hostile.json"
+  keep metrics with hostile metrics
   ended metrics 0
   /usr/bin/python3 - "$BATS_FILE_TMPDIR/metrics.out" <<'END'
 import sys

@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Runs every command of corvane-host in every form, with hostile characters in every source of
-text: the cards, file names, arguments, and environment variables. None of these characters may be
-printed unescaped, on a stream or in a file that the program writes.
+"""Runs every command of corvane-host in every output format, with hostile characters in every
+source of text: the cards, file names, arguments, and environment variables. None of these
+characters may be printed unescaped, on a stream or in a file that the program writes.
 
-The commands and forms come from the program's own help.
+Commands and output formats are read from `corvane-host help -o json`.
 """
 
 import concurrent.futures
@@ -60,14 +60,14 @@ SITUATIONS = {
     "damaged ini": ["DAMAGED"],
     "no database": ["--database", "PLACE/cards.json/db"],
     "wrong option": ["--HOSTILE"],
-    "wrong form": ["-o", "HOSTILE"],
+    "wrong output format": ["-o", "HOSTILE"],
     "wrong timeout": ["--timeout", "HOSTILE"],
     "wrong trace": ["--trace", "HOSTILE"],
     "no trace file": ["--trace", "all", "--trace-file", "PLACE/none/trace"],
     "one more word": ["HOSTILE"],
 }
 
-# Other command lines with a text of the caller.
+# Other command lines with a string of the caller.
 MORE = [
     ["HOSTILE"],
     ["list", "-c", "HOSTILE"],
@@ -205,7 +205,7 @@ def cases():
             yield [*words, "-o", form], "cards"
         for situation in SITUATIONS:
             yield words, situation
-            if "json" in all_forms and situation != "wrong form":
+            if "json" in all_forms and situation != "wrong output format":
                 yield [*words, "-o", "json"], situation
     for words in MORE:
         yield words, "more"

@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  make_haste
+  use_short_times
   cardsim set card0 iom_format_max_size_bytes 1099511627776
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.json"
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.before"

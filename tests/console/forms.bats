@@ -32,7 +32,7 @@ setup_file() {
   wait
   CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/for-set" keep set host set plugin poll_interval=30 -o json &
   keep noobject host show a9 -o json &
-  keep noverb corvane-host frobnicate -o json &
+  keep nocommand corvane-host frobnicate -o json &
   keep nooption corvane-host list --frobnicate -o json &
   keep badform corvane-host list -o xml &
   keep noplugin corvane-host --plugin /none list -o jsonl &
@@ -102,9 +102,9 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   valid list tree show get events plugin explain help version set odd nocards
 }
 
-@test "JSON of every failure has the exit code and the message" {
+@test "the JSON of every failure contains the exit code and message id" {
   local row name code id
-  for row in noobject:3:NO_SUCH_OBJECT noverb:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING \
+  for row in noobject:3:NO_SUCH_OBJECT nocommand:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING \
     readonly:4:NOT_WRITABLE; do
     IFS=: read -r name code id <<<"$row"
     echo "$name"
@@ -112,7 +112,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
     same "[$code, null, \"$id\"]" \
       "$(json "$name" '[d["exit_code"], d["result"], d["messages"][-1]["id"]]')"
   done
-  valid noobject noverb nooption noplugin readonly
+  valid noobject nocommand nooption noplugin readonly
 }
 
 @test "the schema rejects invalid documents" {
@@ -135,14 +135,14 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
     "$(json list '[d["result"]["objects"][2][k] for k in ("temperature_celsius", "reserve_space_ratio")]')"
 }
 
-@test "tree -o json has owners, parents and children" {
+@test "tree -o json contains owners, parents and children" {
   same '[["plugin", null], ["a0", "plugin"], ["a0/d0", "a0"], ["a1", "plugin"], ["a1/d0", "a1"]]' \
     "$(json tree '[[o["object"], o["owner"]] for o in d["result"]["objects"]]')"
   same '[["0x0130000000000001", "0x0130000000000003"], ["0x0130000000000000"]]' \
     "$(json tree '[d["result"]["objects"][0]["children"], d["result"]["objects"][1]["parents"]]')"
 }
 
-@test "set -o json has the values before and after" {
+@test "set -o json contains the values before and after" {
   same '{"object": "plugin", "property": "poll_interval_seconds", "before": 15, "after": 30, "saved": true}' \
     "$(json set 'd["result"]')"
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Runs every command of corvane-host in every form, with standard output on a full device. Each
-command must fail and report the reason.
+"""Runs every command of corvane-host in every output format, with standard output on a full
+device. Each command must fail and report the reason.
 
-The commands and forms come from the program's own help.
+Commands and output formats are read from `corvane-host help -o json`.
 """
 
 import concurrent.futures

@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  make_haste
+  use_short_times
   cardsim set card0 iom_state 0
   cardsim set card0 attach_ms 8000
   export TERM=xterm-256color

@@ -50,7 +50,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   same "" "$(grep -E '.{81}' "$BATS_TEST_TMPDIR/lines")"
 }
 
-@test "the help of a command has its arguments, options, danger, forms, exit codes and examples" {
+@test "the help of a command has its arguments, options, danger, output formats, exit codes and examples" {
   ended format 0
   same "Usage: corvane-host format DRIVE [OPTIONS]" "$(out format | head -1)"
   same "Danger Arguments Options Examples" \
@@ -99,7 +99,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   done
 }
 
-@test "help -o json has the commands with their options" {
+@test "help -o json lists the commands and their options" {
   valid json one
   same '["wait", "Look", "OBJ COND", ["table", "tsv", "json", "value"]]' \
     "$(json one '[d["result"]["commands"][0][k] for k in ("name", "group", "arguments", "forms")]')"
@@ -126,7 +126,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   Commands that accept it: events
   See: corvane-host help list" "$output"
   run -2 corvane-host list -o
-  [[ "$output" == *"-o requires FORM"* ]]
+  [[ "$output" == *"-o requires FORMAT"* ]]
 }
 
 # hint WORDS...: prints the suggestion.

@@ -157,7 +157,7 @@ END
 }
 
 # Sets a short poll interval and short job durations, for tests that change cards.
-make_haste() {
+use_short_times() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local card job
   for card in card0 card1; do
@@ -165,8 +165,8 @@ make_haste() {
   done
 }
 
-# cards NAME ARGUMENTS..., with NAME ARGUMENTS...: run cardsim or the program with the cards
-# NAME.json.
+# cards NAME ARGUMENTS...: runs cardsim on the state file NAME.json.
+# with NAME ARGUMENTS...: runs the program with that state file.
 cards() { cardsim --state "$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 with() { corvane-host --simulate="$BATS_FILE_TMPDIR/$1.json" "${@:2}"; }
 
@@ -185,7 +185,7 @@ own() { corvane-host --simulate="$(copy "$1")" "${@:2}"; }
 # card NAME ATTRIBUTE: prints an attribute of card0 in NAME.json.
 card() { cards "$1" get card0 "$2"; }
 
-# untouched NAME...: expects that these copies of the cards are unchanged.
+# untouched NAME...: expects these copies of the state file to be unchanged.
 untouched() {
   local name
   for name; do cmp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done

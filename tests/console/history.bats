@@ -150,7 +150,7 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
 2026-11-20T06:00:00+00:00	error	10957	CTRL_INTERNAL_ERROR	a0	An old entry." "$(out all)"
 }
 
-@test "events -o json has the object of each event and matches the schema" {
+@test "events -o json contains the object of each event and matches the schema" {
   valid json lines:5
   same '[["a0", "S100", "BoardX (9)"], ["a0", "S100", "BoardX (9)"], ["a0/d0", "S100", "DriveX (0)"], [null, "S900", "BoardY (1)"], ["a0", null, "SanDisk BoardA (1)"]]' \
     "$(json json '[[e[k] for k in ("object", "serial_number", "source")] for e in d["result"]["events"]]')"

@@ -9,7 +9,7 @@ setup() {
   BATS_FILE_TMPDIR="$BATS_TEST_TMPDIR"  # a machine for each test
   make_machine
   make_cards
-  make_haste
+  use_short_times
   export CORVANE_DATABASE="$BATS_TEST_TMPDIR/corvane.db"
   SOCKET="$BATS_TEST_TMPDIR/run/s"
   PROGRAMS="$BATS_TEST_TMPDIR/events.d"

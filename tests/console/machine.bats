@@ -143,7 +143,7 @@ os.dup2(os.open("/dev/null", os.O_RDONLY), 3)
 os.environ.update(LISTEN_FDS="1", LISTEN_PID=str(os.getpid()))
 os.execvp("corvane-host", ["corvane-host", "serve", "--simulate"])
 END
-  grep -qx "corvane-host: cannot listen at a socket of the service manager: Socket operation on non-socket" "$DIRECTORY/err"
+  grep -qx "corvane-host: cannot listen on a socket of the service manager: Socket operation on non-socket" "$DIRECTORY/err"
 }
 
 @test "TCP access is read-only and checks the Host header" {
@@ -188,7 +188,7 @@ END
   for address in 9188 :9188 127.0.0.1 127.0.0.1: 127.0.0.1:x 127.0.0.1:99999 ::1:9188 "[::1]" box:80; do
     keep wrong host serve --socket "$SOCKET" --listen "$address"
     [ "$(rc wrong)" != 0 ] || { echo "$address"; false; }
-    err wrong | grep -qF -e "--listen: invalid address '$address'" -e "cannot listen at $address: " ||
+    err wrong | grep -qF -e "--listen: invalid address '$address'" -e "cannot listen on $address: " ||
       { err wrong; false; }
     [ ! -e "$SOCKET" ]
   done

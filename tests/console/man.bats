@@ -57,7 +57,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$page"
 }
 
-@test "the page of corvane-host has the exit codes of the help" {
+@test "the page of corvane-host lists the exit codes of the help" {
   same "$(corvane-host --help | sed -n '/^Exit codes/,$p' | sed -n 's/^  \([0-9]*\)  .*/\1/p')" \
     "$(terms corvane-host "EXIT STATUS")"
 }
@@ -69,7 +69,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$(terms cardsim COMMANDS | awk '{print $1}')"
 }
 
-@test "an installation has the plug-in, the simulator, completion scripts and manual pages" {
+@test "an installation contains the plug-in, the simulator, completion scripts and manual pages" {
   make_machine
   local root="$BATS_FILE_TMPDIR/root"
   cmake --install "$CORVANE_BUILD" --prefix "$root" >"$BATS_FILE_TMPDIR/install.log"
@@ -91,7 +91,7 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
 }
 
 # --socket is an option of all commands, with a different meaning for serve.
-@test "the page of serve has the options of its help, and --socket" {
+@test "the page of serve lists the options of its help, and --socket" {
   local help page
   help=$(corvane-host help serve | sed -n '/^Options/,/^  -o/s/^ *\(--[a-z-]*\).*/\1/p' | sort)
   page=$(groff -man -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |

@@ -11,7 +11,7 @@ setup_file() {
   load service
   make_machine
   make_cards
-  make_haste
+  use_short_times
   cardsim add 0x2001
   cardsim set card2 serial_number GONE
   cardsim set card2 pci_bus 100
@@ -51,7 +51,7 @@ teardown_file() {
 @test "the history contains the first reading" {
   has_value() {
     ask history GET "/v1/cards/S100/history?field=temperature_celsius"
-    [ "$(json history '[p["maximum"] for p in d["points"]]')" = "[48.2]" ]
+    [ "$(json history '[p["maximum"] for p in d["points"]][:1]')" = "[48.2]" ]
   }
   eventually has_value
   same '["S100", "temperature_celsius", 60]' \

@@ -9,13 +9,13 @@ setup_file() {
   make_machine
   make_cards
   local name
-  for name in odd twins empty deaf worn; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+  for name in odd duplicate empty nodriver worn; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
   cards odd set card0 serial_number $'a"b\\c\nd\te\x7f'
   cards odd set card0 board_name $'B\xc3\xb6rd "x" \\n {y="z"}'
   cards odd set card1 serial_number ''
-  cards twins set card1 serial_number S100
+  cards duplicate set card1 serial_number S100
   cards empty new --force
-  cards deaf fail vsl_init --code 5 --text "no driver"
+  cards nodriver fail vsl_init --code 5 --text "no driver"
   cards worn set card0 iom_state 0
   cards worn raise card1 TEMPERATURE_ABOVE_ERROR
   cards worn set card1 total_physical_bytes_written 0
@@ -25,7 +25,7 @@ setup_file() {
   keep all host metrics &
   keep date host get S100 end_of_life_date &
   keep odd with odd metrics &
-  keep twins with twins metrics &
+  keep duplicate with duplicate metrics &
   keep worn with worn metrics &
   keep empty with empty metrics -q &
   keep bus corvane-host metrics &
@@ -34,7 +34,7 @@ setup_file() {
   echo "$SECONDS" >"$BATS_FILE_TMPDIR/all.seconds"
   keep noplugin corvane-host --plugin /none metrics &
   keep noplug corvane-host --plugin "$CORVANE_BUILD/lib/libhostkit.so" metrics &
-  keep deaf with deaf metrics &
+  keep nodriver with nodriver metrics &
   keep nodatabase env CORVANE_DATABASE=/proc/none/x corvane-host metrics -q &
   keep json host metrics -o json &
   keep downjson corvane-host --plugin /none metrics -o json &
@@ -142,12 +142,12 @@ corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMP
   no_series ugly '(celsius|bytes|ratio|watts) '
 }
 
-@test "info families have the identity of cards and drives" {
+@test "info families contain the identity of cards and drives" {
   series all "^corvane_adapter_info adapter='S100' object='a0' name='SanDisk BoardA \(1\)' serial_number='S100' product='BoardA' vendor='SanDisk' .* pci_address='0000:3b:02.1' pci_slot='5' .* 1$"
   series all "^corvane_drive_info adapter='S100' drive='d0' object='a0/d0' name='DriveA \(0\)' product='DriveA' .* 1$"
 }
 
-@test "labels preserve unusual texts, with control characters escaped" {
+@test "labels preserve unusual strings, with control characters escaped" {
   ended odd 0
   same 'corvane_adapter_temperature_celsius{adapter="a\"b\\c\nd\\x09e\\x7f"} 48.2' \
     "$(out odd | grep '^corvane_adapter_temperature_celsius')"
@@ -160,9 +160,9 @@ corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMP
 
 @test "cards with the same or no serial number are distinguished by PCI address" {
   same "corvane_adapter_slot_power_watts adapter='pci:0000:3b:02.1' 23.7
-corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" "$(series twins slot_power)"
+corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" "$(series duplicate slot_power)"
   same "corvane_adapter_info corvane_adapter_info" \
-    "$(series twins "serial_number='S100'" | cut -d' ' -f1 | paste -sd' ')"
+    "$(series duplicate "serial_number='S100'" | cut -d' ' -f1 | paste -sd' ')"
   same "corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" \
     "$(series odd slot_power.*pci)"
   same "corvane_adapter_status adapter='pci:3b:3b.3b' corvane_adapter_status='49999' 1
@@ -183,7 +183,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
 
 @test "corvane_plugin_up is 0 and the exit code is not 0 if the plug-in does not start" {
   local row name code
-  for row in noplugin:5 noplug:5 deaf:1; do
+  for row in noplugin:5 noplug:5 nodriver:1; do
     IFS=: read -r name code <<<"$row"
     echo "$name"
     ended "$name" "$code"
@@ -296,7 +296,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   same "old" "$(cat "$directory/x.prom")"
 }
 
-@test "metrics -o json has the families, even when the plug-in is down" {
+@test "metrics -o json contains the families, even when the plug-in is down" {
   valid json downjson
   same '[0, "corvane_adapter_temperature_celsius", "gauge", "celsius", [{"labels": {"adapter": "S100"}, "value": 48.2}]]' \
     "$(json json '[d["exit_code"]] + [[f[k] for k in ("name", "type", "unit", "samples")] for f in d["result"]["families"] if f["name"] == "corvane_adapter_temperature_celsius"][0]')"

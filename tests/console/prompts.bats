@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  make_haste
+  use_short_times
   export TERM=xterm-256color
   local json
   # Cards are detached for formats, because an attached card rejects them.

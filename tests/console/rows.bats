@@ -52,7 +52,7 @@ plugin	1	pi_vendor	Skatra
 plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
 }
 
-@test "rows -o json has numbers, texts and lists and matches the schema" {
+@test "rows -o json contains numbers, strings and lists and matches the schema" {
   valid json
   same '["adapter", "drive", "plugin"]' "$(json json '[t["table"] for t in d["result"]["tables"]]')"
   same '[1, 1, 1]' "$(json json '[t["count"] for t in d["result"]["tables"]]')"
@@ -114,7 +114,7 @@ print(len(serials), len(set(serials)))' "$BATS_TEST_TMPDIR/together.db")"
   wait
   ended plantedevents 6
   said plantedevents "corvane-host: cannot read the event log $shared/corvane.db: \
-$shared/corvane.db belongs to uid 65534"
+$shared/corvane.db is owned by uid 65534"
   ended plantedlist 0
   same precious "$(cat "$BATS_TEST_TMPDIR/target")"
 }

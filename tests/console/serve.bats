@@ -165,7 +165,7 @@ teardown_file() {
 @test "a second service at the same socket is refused" {
   keep second host serve --socket "$SOCKET"
   ended second 1
-  said second "corvane-host: cannot listen at $SOCKET: Address already in use"
+  said second "corvane-host: cannot listen on $SOCKET: Address already in use"
   answers_ready
 }
 

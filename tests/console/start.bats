@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  make_haste
+  use_short_times
   rmdir "$CORVANE_SYSFS/bus/pci/devices"
   cardsim sysfs "$CORVANE_SYSFS"
 }
@@ -116,7 +116,7 @@ has_child_outside() {
   chown "65534" "$BATS_TEST_TMPDIR/tmp"
   TMPDIR="$BATS_TEST_TMPDIR/tmp" keep tmp corvane-host --simulate list
   ended tmp 1
-  said tmp "corvane-host: cannot simulate cards: $BATS_TEST_TMPDIR/tmp belongs to uid 65534"
+  said tmp "corvane-host: cannot simulate cards: $BATS_TEST_TMPDIR/tmp is owned by uid 65534"
 }
 
 @test "list prints a note if the worker thread cannot be started" {

@@ -132,7 +132,7 @@ a1/d0  FAILED
 a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 
-@test "status -o json has the reasons with measured value and limit" {
+@test "status -o json contains the reasons with measured value and limit" {
   valid json degradedjson lines:4
   same '[["a0", true, []], ["a0/d0", true, []], ["a1", false, ["TEMPERATURE_ABOVE_WARN"]], ["a1/d0", true, []]]' \
     "$(json json '[[o["object"], o["ok"], [r["name"] for r in o["reasons"]]] for o in d["result"]["objects"]]')"

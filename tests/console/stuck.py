@@ -3,11 +3,11 @@
 
 stuck.py timeout    each command exits with the exit code for a timeout
 stuck.py signal     each command exits after one SIGINT
-stuck.py library    each command exits after the default timeout while the card library hangs in
-                    the plug-in of the environment
+stuck.py library    each command exits after the default timeout while the card library hangs
+                    below the default plug-in (no --plugin)
 stuck.py no-worker  each command reports that the plug-in cannot poll the cards
 
-The commands come from the program's own help.
+The list of commands is read from `corvane-host help -o json`.
 """
 
 import concurrent.futures
@@ -31,7 +31,7 @@ PLUGIN = os.environ["ODD_PLUGIN"]
 TIMEOUT_SECONDS = 200
 DEFAULT_LIMIT = 30
 
-# Arguments by command, if they differ from those that the synopsis requires.
+# Arguments of commands for which the synopsis alone is not sufficient.
 OVERRIDES = {
     "get": "a0 name",
     "set": "plugin poll_interval=30",

@@ -10,16 +10,16 @@ setup_file() {
   make_cards
   printf 'PollInterval\0 [[[\n' >"$BATS_FILE_TMPDIR/damaged.ini"
   printf '{"cards": [' >"$BATS_FILE_TMPDIR/damaged.json"
-  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/deaf.json"
-  cardsim --state "$BATS_FILE_TMPDIR/deaf.json" fail vsl_init --code 5 --text "no driver"
-  cp "$BATS_FILE_TMPDIR/deaf.json" "$BATS_FILE_TMPDIR/empty.json"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/nodriver.json"
+  cardsim --state "$BATS_FILE_TMPDIR/nodriver.json" fail vsl_init --code 5 --text "no driver"
+  cp "$BATS_FILE_TMPDIR/nodriver.json" "$BATS_FILE_TMPDIR/empty.json"
   cardsim --state "$BATS_FILE_TMPDIR/empty.json" new --force
 
   keep empty corvane-host --simulate="$BATS_FILE_TMPDIR/empty.json" list &
   keep emptytree corvane-host --simulate="$BATS_FILE_TMPDIR/empty.json" tree &
   keep quiet corvane-host list -q &
   keep bus corvane-host list &
-  keep deaf corvane-host --simulate="$BATS_FILE_TMPDIR/deaf.json" list &
+  keep nodriver corvane-host --simulate="$BATS_FILE_TMPDIR/nodriver.json" list &
   keep damaged corvane-host --simulate="$BATS_FILE_TMPDIR/damaged.json" list &
   keep missing corvane-host --simulate="$BATS_FILE_TMPDIR/missing.json" list &
   keep noobject host show a7 &
@@ -47,7 +47,7 @@ with_config() {
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep config "${@:2}"
 }
 
-@test "a machine without cards gives an empty result and a note" {
+@test "a machine without cards produces an empty result and a note" {
   local name
   for name in empty bus; do
     ended "$name" 0
@@ -65,9 +65,9 @@ with_config() {
 }
 
 @test "list fails if the card library does not start" {
-  ended deaf 1
-  silent deaf out
-  grep -q "^corvane-host: cannot start the plug-in: .* (20012)$" "$BATS_FILE_TMPDIR/deaf.err"
+  ended nodriver 1
+  silent nodriver out
+  grep -q "^corvane-host: cannot start the plug-in: .* (20012)$" "$BATS_FILE_TMPDIR/nodriver.err"
 }
 
 @test "a damaged file of cards is reported and not changed" {
@@ -105,7 +105,7 @@ with_config() {
   grep -q "/config/Corvane.ini: Permission denied$" "$BATS_FILE_TMPDIR/denied.err"
 }
 
-@test "errors for an unknown command, option, column or name have a suggestion" {
+@test "errors for an unknown command, option, column or name contain a suggestion" {
   run -2 corvane-host lsit
   [[ "$output" == *"unknown command 'lsit'"*"Did you mean 'list'?"* ]]
   run -2 corvane-host list --colour always
@@ -125,7 +125,7 @@ with_config() {
   To use it as the file of simulated cards: --simulate=/tmp/cards.json" "$output"
 }
 
-@test "JSON of a failure has the command if it is known" {
+@test "JSON of a failure contains the command if it is known" {
   local words
   for words in "show a1 -o jsonl" "show a1 -c x -o json" "show -o json" "show a1 --nope -o json"; do
     # shellcheck disable=SC2086  # words
@@ -229,7 +229,7 @@ noise 3" "$(err verbose)"
   said full "corvane-host: cannot write the output: No space left on device"
 }
 
-@test "every command fails in every form if the output device is full" {
+@test "every command fails in every output format if the output device is full" {
   export CORVANE_DATABASE="$BATS_TEST_TMPDIR/log.db"
   keep none host events
   enter "$CORVANE_DATABASE" "2026-11-19T23:59:59 3 10967 1 'BoardA (1)' 'Too hot.' S100 19038"
@@ -238,7 +238,7 @@ noise 3" "$(err verbose)"
 
 @test "a message has at most four lines" {
   local file
-  for file in "$BATS_FILE_TMPDIR"/{deaf,damaged,missing,noobject,serials,version,locks,full}.err; do
+  for file in "$BATS_FILE_TMPDIR"/{nodriver,damaged,missing,noobject,serials,version,locks,full}.err; do
     [ "$(wc -l <"$file")" -le 4 ] || { cat "$file"; false; }
   done
 }
@@ -278,5 +278,5 @@ gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 @test "SIGTERM stops the plug-in cleanly" {
   stop_follower TERM terminated
   ended terminated 130
-  same "gone" "$(tail -1 "$BATS_FILE_TMPDIR/terminated.log")"
+  same "destroyed" "$(tail -1 "$BATS_FILE_TMPDIR/terminated.log")"
 }

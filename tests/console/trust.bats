@@ -57,7 +57,7 @@ refuses() {
   need_root
   fresh
   chown "$STRANGER" "$plugin"
-  refuses stranger "$plugin belongs to uid $STRANGER"
+  refuses stranger "$plugin is owned by uid $STRANGER"
   same "  Any user who can change it could run code as root.
   Run this as its owner, or install it: sudo cmake --install build/release
   Or change its owner to root: chown -R root $BATS_TEST_TMPDIR/lib; chmod -R go-w $BATS_TEST_TMPDIR/lib" \
@@ -76,7 +76,7 @@ refuses() {
   refuses group "$BATS_TEST_TMPDIR/lib can be written by other users"
   chmod 755 "$BATS_TEST_TMPDIR/lib"
   chown "$STRANGER" "$BATS_TEST_TMPDIR/lib"
-  refuses directory "$BATS_TEST_TMPDIR/lib belongs to uid $STRANGER"
+  refuses directory "$BATS_TEST_TMPDIR/lib is owned by uid $STRANGER"
 }
 
 # share FILE: grants another user write access through an access list. Fails if the file system does
@@ -106,7 +106,7 @@ END
   ln -s "$BATS_TEST_TMPDIR/lib" "$BATS_TEST_TMPDIR/shared/lib"
   loads link "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
   chown -h "$STRANGER" "$BATS_TEST_TMPDIR/shared/lib"
-  refuses planted "$BATS_TEST_TMPDIR/shared/lib belongs to uid $STRANGER" \
+  refuses planted "$BATS_TEST_TMPDIR/shared/lib is owned by uid $STRANGER" \
     "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
 }
 
@@ -129,13 +129,13 @@ plant() {
     fresh
     mkdir -p "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level"
     plant "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so"
-    refuses "level $level" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so belongs to uid $STRANGER"
+    refuses "level $level" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so is owned by uid $STRANGER"
   done
   for level in tls x86_64 tls/x86_64 haswell haswell/x86_64 avx512_1; do
     fresh
     mkdir -p "$BATS_TEST_TMPDIR/lib/$level"
     plant "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so"
-    refuses "older loader" "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so belongs to uid $STRANGER"
+    refuses "older loader" "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so is owned by uid $STRANGER"
   done
   fresh
   mkdir -p -m 1777 "$BATS_TEST_TMPDIR/lib/glibc-hwcaps"
@@ -257,7 +257,7 @@ PYTHON
   chown -h "$STRANGER" "$BATS_TEST_TMPDIR/shared/way"
   keep planted corvane-host metrics --textfile "$BATS_TEST_TMPDIR/shared/way/x.prom"
   ended planted 6
-  said planted "corvane-host: cannot write $BATS_TEST_TMPDIR/shared/way/x.prom: $BATS_TEST_TMPDIR/shared/way belongs to uid $STRANGER"
+  said planted "corvane-host: cannot write $BATS_TEST_TMPDIR/shared/way/x.prom: $BATS_TEST_TMPDIR/shared/way is owned by uid $STRANGER"
   same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
@@ -273,7 +273,7 @@ PYTHON
   for way in sub one/sub one/two/sub sub/deep sub/deep/deeper sub/.. one/.. one one/two; do
     keep below corvane-host metrics --textfile "$theirs/$way/x.prom"
     ended below 6 || { echo "$way"; false; }
-    said below "corvane-host: cannot write $theirs/$way/x.prom: $theirs belongs to uid $STRANGER"
+    said below "corvane-host: cannot write $theirs/$way/x.prom: $theirs is owned by uid $STRANGER"
   done
   same "" "$(find "$BATS_TEST_TMPDIR" -name '*.prom*')"
 }

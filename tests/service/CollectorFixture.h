@@ -12,7 +12,7 @@
 
 namespace CorvaneTest {
 
-// Longer than any machine needs; a wait ends as soon as its condition holds.
+// Long enough for the slowest machine; a wait ends as soon as its condition is true.
 inline constexpr std::chrono::milliseconds kTimeout(120000);
 
 class CollectorFixture : public testing::Test {

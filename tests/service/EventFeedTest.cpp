@@ -20,8 +20,8 @@
 
 namespace {
 
-using HttpTest::Door;
 using HttpTest::RawClient;
+using HttpTest::Transport;
 using Json = nlohmann::json;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
@@ -95,8 +95,9 @@ class EventFeedFixture : public testing::Test {
     m_Store.Publish({});
   }
 
-  std::unique_ptr<RawClient> Connect(const std::string& after = "", Door door = Door::Unix) {
-    auto client = std::make_unique<RawClient>(*m_pServer, door);
+  std::unique_ptr<RawClient> Connect(const std::string& after = "",
+                                     Transport transport = Transport::Unix) {
+    auto client = std::make_unique<RawClient>(*m_pServer, transport);
     // HTTP/1.0 has no chunked encoding, which would split the text at arbitrary positions.
     std::string request = "GET /stream HTTP/1.0\r\nHost: 127.0.0.1\r\n";
     if (!after.empty()) request += "Last-Event-ID: " + after + "\r\n";
@@ -193,7 +194,7 @@ TEST_F(EventFeed, ResumesAtEveryPosition) {
 TEST_F(EventFeed, ResumesWhileEventsArrive) {
   Log(2);
   Start();
-  auto collector = std::async(std::launch::async, [this] {
+  auto publishing = std::async(std::launch::async, [this] {
     for (int i = 0; i < 100; ++i) LogAndPublish(1 + i % 3);
   });
   std::vector<int> numbers;
@@ -202,16 +203,16 @@ TEST_F(EventFeed, ResumesWhileEventsArrive) {
     const int next = numbers.empty() ? 1 : numbers.back() + 1;
     for (const int number : Numbers(Await(*client, next))) numbers.push_back(number);
   }
-  collector.get();
+  publishing.get();
   EXPECT_THAT(numbers, ElementsAreArray(Range(1, numbers.back())));
 }
 
-TEST_F(EventFeed, SendsEachClientEverything) {
+TEST_F(EventFeed, SendsEachClientAllEventsAfterItsLastEventId) {
   Start();
   const auto first = Connect();
   first->ReadUntil("\"up\"");
   LogAndPublish(2);
-  const auto second = Connect("1", Door::Tcp);
+  const auto second = Connect("1", Transport::Tcp);
   Await(*second, 2);
   LogAndPublish(2);
   EXPECT_THAT(Numbers(Await(*first, 4)), ElementsAre(1, 2, 3, 4));
@@ -293,12 +294,12 @@ TEST_F(EventFeed, DisconnectsAClientThatDoesNotReadAndLetsItResume) {
 TEST_F(EventFeed, HasALimitForEachKindOfClient) {
   Start();
   std::vector<std::unique_ptr<RawClient>> clients;
-  for (const Door door : {Door::Unix, Door::Tcp}) {
+  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
     for (int i = 0; i < 64; ++i) {
-      clients.push_back(Connect("", door));
+      clients.push_back(Connect("", transport));
       EXPECT_EQ(200, RawClient::Parse(clients.back()->ReadUntil("\"up\"")).m_Status) << i;
     }
-    const auto tooMany = Connect("", door);
+    const auto tooMany = Connect("", transport);
     EXPECT_EQ("503 STREAM_REFUSED",
               RawClient::Parse(tooMany->ReadUntil("\"STREAM_REFUSED\"}")).Short());
   }

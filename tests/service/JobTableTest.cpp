@@ -48,7 +48,7 @@ TEST(JobTable, ListsTheNewestFirst) {
   EXPECT_EQ("three two one", Ids(table.List()));
 }
 
-TEST(JobTable, ForgetsAJobThatWasNotStarted) {
+TEST(JobTable, RemovesAJobThatCouldNotBeStarted) {
   JobTable table;
   const auto job = table.Begin("S1", "attach", false);
   table.Drop(job->m_Id);

@@ -1,4 +1,4 @@
-// How the console reports a misbehaving service: exit codes and texts.
+// How the console reports a misbehaving service: exit codes and messages.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -188,7 +188,7 @@ TEST_F(ServiceSession, ReportsAServiceThatWasKilled) {
               ElementsAre("Pass --direct to load the plug-in into this process instead."));
 }
 
-TEST_F(ServiceSession, ReportsASocketAtWhichNothingListens) {
+TEST_F(ServiceSession, ReportsASocketThatDoesNotExist) {
   const TemporaryDirectory directory;
   const std::string socket = (directory.Path() / "s").string();
   const auto failure =

@@ -30,8 +30,8 @@ std::vector<Route> Routes() {
 }
 
 // The status of each route: "200 200 403 403".
-std::string Statuses(const TestServer& server, Door door = Door::Unix) {
-  Client client(server, door);
+std::string Statuses(const TestServer& server, Transport transport = Transport::Unix) {
+  Client client(server, transport);
   std::string text;
   for (const std::string path : {"/health", "/read", "/watch-changes"}) {
     text += std::to_string(client.Get(path).m_Status) + " ";
@@ -80,7 +80,7 @@ TEST(Permission, ToChangeIsKnownToHandlers) {
        [](const Request& request) { return Text(request.m_MayChange ? "yes" : "no"); }}};
   const TestServer all(routes);
   EXPECT_EQ("yes", Client(all).Get("/may").m_Body);
-  EXPECT_EQ("no", Client(all, Door::Tcp).Get("/may").m_Body);
+  EXPECT_EQ("no", Client(all, Transport::Tcp).Get("/may").m_Body);
   const TestServer readers(routes, SettingsOf({{}, getegid(), {}}));
   EXPECT_EQ("no", Client(readers).Get("/may").m_Body);
 }
@@ -186,7 +186,7 @@ TEST(Peer, HasTheCredentialsOfTheProcess) {
   getgroups(static_cast<int>(groups.size()), groups.data());
   EXPECT_THAT(peer.m_OtherGroups, testing::UnorderedElementsAreArray(groups));
 
-  Client(server, Door::Tcp).Get("/");
+  Client(server, Transport::Tcp).Get("/");
   EXPECT_TRUE(peer.m_IsTcp);
   EXPECT_EQ("127.0.0.1", peer.m_Address);
   EXPECT_EQ(-1, peer.m_Process);
@@ -194,8 +194,8 @@ TEST(Peer, HasTheCredentialsOfTheProcess) {
 
 TEST(Tcp, IsReadOnly) {
   const TestServer server(Routes());
-  EXPECT_EQ("200 200 403 403", Statuses(server, Door::Tcp));
-  Client client(server, Door::Tcp);
+  EXPECT_EQ("200 200 403 403", Statuses(server, Transport::Tcp));
+  Client client(server, Transport::Tcp);
   for (const std::string method : {"POST", "PUT", "PATCH", "DELETE", "OPTIONS", "BREW"}) {
     EXPECT_EQ("403 READ_ONLY", client.SendEmpty(method, "/read").Short()) << method;
     EXPECT_EQ("403 READ_ONLY", client.SendEmpty(method, "/unknown").Short()) << method;
@@ -229,9 +229,9 @@ TEST(Tcp, RefusesOtherHosts) {
   };
   for (const auto& each : cases) {
     const std::string lines = "GET /read HTTP/1.1\r\nHost: " + each.m_Host;
-    EXPECT_EQ(each.m_Short, AskRaw(server, lines, Door::Tcp).Short()) << each.m_Host;
+    EXPECT_EQ(each.m_Short, AskRaw(server, lines, Transport::Tcp).Short()) << each.m_Host;
   }
-  EXPECT_EQ("403 HOST_NOT_ALLOWED", AskRaw(server, "GET /read HTTP/1.0", Door::Tcp).Short());
+  EXPECT_EQ("403 HOST_NOT_ALLOWED", AskRaw(server, "GET /read HTTP/1.0", Transport::Tcp).Short());
   EXPECT_EQ("200", AskRaw(server, "GET /read HTTP/1.1\r\nHost: evil.example").Short());
 }
 
@@ -240,7 +240,7 @@ TEST(Tcp, AllowsTheAddressToWhichTheClientConnected) {
   settings.m_Hosts.clear();
   const TestServer server(Routes(), settings);
   const auto ask = [&server](const std::string& host) {
-    return AskRaw(server, "GET /read HTTP/1.1\r\nHost: " + host, Door::Tcp).Short();
+    return AskRaw(server, "GET /read HTTP/1.1\r\nHost: " + host, Transport::Tcp).Short();
   };
   EXPECT_EQ("200", ask("127.0.0.1"));
   EXPECT_EQ("200", ask(server.Host()));
@@ -250,7 +250,7 @@ TEST(Tcp, AllowsTheAddressToWhichTheClientConnected) {
 
 TEST(Tcp, RefusesPagesOfOtherOrigins) {
   const TestServer server(Routes());
-  Client client(server, Door::Tcp);
+  Client client(server, Transport::Tcp);
   const auto status = [&client](const std::string& origin) {
     return client.Get("/read", {"Origin: " + origin}).Short();
   };

@@ -29,11 +29,11 @@ namespace HttpTest {
 using std::chrono::milliseconds;
 
 // Longer than any wait takes, so that a broken wait fails instead of hanging.
-constexpr milliseconds kPatience(60000);
+constexpr milliseconds kTimeout(60000);
 
 // Returns true once `predicate` holds, or false on timeout.
 inline bool Await(const std::function<bool()>& predicate) {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
+  const auto end = std::chrono::steady_clock::now() + kTimeout;
   while (!predicate()) {
     if (std::chrono::steady_clock::now() > end) return false;
     std::this_thread::sleep_for(milliseconds(2));
@@ -56,10 +56,10 @@ struct Result {
   std::string Short() const { return std::to_string(m_Status) + (Id().empty() ? "" : " " + Id()); }
 };
 
-enum class Door { Unix, Tcp };
+enum class Transport { Unix, Tcp };
 
-inline std::ostream& operator<<(std::ostream& out, Door door) {
-  return out << (door == Door::Unix ? "Unix" : "TCP");
+inline std::ostream& operator<<(std::ostream& out, Transport transport) {
+  return out << (transport == Transport::Unix ? "Unix" : "TCP");
 }
 
 // Grants all permissions to the user of this process, with time limits that no test reaches.
@@ -104,17 +104,17 @@ class Client {
  public:
   using Headers = std::vector<std::string>;
 
-  explicit Client(const TestServer& server, Door door = Door::Unix)
+  explicit Client(const TestServer& server, Transport transport = Transport::Unix)
       : m_Curl(curl_easy_init()), m_Url("http://" + server.Host()) {
     Set(CURLOPT_NOPROXY, "*");
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_PATH_AS_IS, 1L);
-    Set(CURLOPT_TIMEOUT_MS, static_cast<long>(kPatience.count()));
+    Set(CURLOPT_TIMEOUT_MS, static_cast<long>(kTimeout.count()));
     Set(CURLOPT_HEADERFUNCTION, &Client::TakeHeader);
     Set(CURLOPT_HEADERDATA, &m_Result);
     Set(CURLOPT_WRITEFUNCTION, &Client::TakeBody);
     Set(CURLOPT_WRITEDATA, &m_Result);
-    if (door == Door::Unix) Set(CURLOPT_UNIX_SOCKET_PATH, server.Socket().c_str());
+    if (transport == Transport::Unix) Set(CURLOPT_UNIX_SOCKET_PATH, server.Socket().c_str());
   }
   ~Client() { curl_easy_cleanup(m_Curl); }
   Client(const Client&) = delete;
@@ -194,10 +194,11 @@ class Client {
 // A connection for raw bytes, which may be malformed or sent slowly.
 class RawClient {
  public:
-  explicit RawClient(const TestServer& server, Door door = Door::Unix)
-      : m_Socket(socket(door == Door::Unix ? AF_UNIX : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const int code =
-        door == Door::Unix ? Connect(UnixAddress(server)) : Connect(TcpAddress(server.Port()));
+  explicit RawClient(const TestServer& server, Transport transport = Transport::Unix)
+      : m_Socket(socket(transport == Transport::Unix ? AF_UNIX : AF_INET,
+                        SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    const int code = transport == Transport::Unix ? Connect(UnixAddress(server))
+                                                  : Connect(TcpAddress(server.Port()));
     m_IsConnected = code == 0;
   }
   // Connects over TCP to this port of the local host.
@@ -266,8 +267,8 @@ class RawClient {
   }
   bool ReadSome() {
     pollfd wait = {m_Socket.Get(), POLLIN, 0};
-    if (poll(&wait, 1, static_cast<int>(kPatience.count())) != 1) {
-      ADD_FAILURE() << "nothing arrived after: " << m_Received;
+    if (poll(&wait, 1, static_cast<int>(kTimeout.count())) != 1) {
+      ADD_FAILURE() << "timed out; received so far: " << m_Received;
       return false;
     }
     char bytes[4096];
@@ -283,8 +284,9 @@ class RawClient {
 
 // Sends a request on a separate connection and returns the response. `lines` are the request line
 // and headers without the final line end.
-inline Result AskRaw(const TestServer& server, const std::string& lines, Door door = Door::Unix) {
-  RawClient client(server, door);
+inline Result AskRaw(const TestServer& server, const std::string& lines,
+                     Transport transport = Transport::Unix) {
+  RawClient client(server, transport);
   client.Send(lines + "\r\nConnection: close\r\n\r\n");
   return RawClient::Parse(client.ReadToEnd());
 }
@@ -293,7 +295,7 @@ inline Http::Reply Text(const std::string& text) {
   return Http::MakeResponse(200, "text/plain", text);
 }
 
-// A route that responds with a fixed text.
+// A route that responds with a fixed body.
 inline Http::Route TextRoute(const std::string& path, const std::string& text,
                              Http::Access access = Http::Access::Anyone) {
   return {Http::Method::Get, path, access, [text](const Http::Request&) { return Text(text); }};

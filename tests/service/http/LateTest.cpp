@@ -224,16 +224,16 @@ TEST(Streaming, DetectsThatAClientIsGone) {
   Streams streams;
   const TestServer server(streams.Routes());
   std::size_t count = 0;
-  for (const Door door : {Door::Unix, Door::Tcp}) {
-    RawClient client(server, door);
+  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
+    RawClient client(server, transport);
     client.Send("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
     const auto stream = streams.Await(++count);
     client.ReadUntil("\r\n\r\n");
     EXPECT_FALSE(stream->IsGone());
     client.Close();
-    EXPECT_TRUE(Await([&stream] { return stream->IsGone(); })) << door;
-    EXPECT_TRUE(Await([&] { return streams.Ended() == static_cast<int>(count); })) << door;
-    EXPECT_FALSE(stream->Send("x")) << door;
+    EXPECT_TRUE(Await([&stream] { return stream->IsGone(); })) << transport;
+    EXPECT_TRUE(Await([&] { return streams.Ended() == static_cast<int>(count); })) << transport;
+    EXPECT_FALSE(stream->Send("x")) << transport;
   }
 }
 
@@ -330,7 +330,7 @@ TEST(Streaming, IsLimitedForEachKindOfClient) {
   EXPECT_EQ("503 STREAM_REFUSED", Client(server).Get("/").Short());
   EXPECT_EQ(1, streams.Ended());
   EXPECT_TRUE(streams.Await(3)->IsGone());
-  RawClient other(server, Door::Tcp);
+  RawClient other(server, Transport::Tcp);
   other.Send("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
   EXPECT_THAT(other.ReadUntil("\r\n\r\n"), testing::HasSubstr("200 OK"));
   first.Close();
@@ -372,7 +372,7 @@ TEST(Streaming, SurvivesACallbackThatThrows) {
   EXPECT_EQ(200, Client(server).Get("/text").m_Status);
 }
 
-// Stops the server while streams open and texts are sent.
+// Stops the server while streams are opened and written to.
 TEST(Streaming, StopsUnderLoad) {
   for (int round = 0; round < 20; ++round) {
     Streams streams(1000);

@@ -103,15 +103,15 @@ bool IsServed(RawClient& client) {
 
 TEST(Limit, OfConnectionsCountsAllListeners) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_Connections = 3; }));
-  RawClient first(server, Door::Tcp);
+  RawClient first(server, Transport::Tcp);
   RawClient second(server);
   auto third = std::make_unique<RawClient>(server);
   EXPECT_TRUE(IsServed(first));
   EXPECT_TRUE(IsServed(second));
   EXPECT_TRUE(IsServed(*third));
-  for (const Door door : {Door::Unix, Door::Tcp}) {
-    RawClient fourth(server, door);
-    EXPECT_FALSE(IsServed(fourth)) << door;
+  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
+    RawClient fourth(server, transport);
+    EXPECT_FALSE(IsServed(fourth)) << transport;
   }
   third.reset();
   EXPECT_TRUE(Await([&server] { return Client(server).Get("/text").m_Status == 200; }));
@@ -123,17 +123,17 @@ TEST(Limit, OfConnectionsPerAddressIsForTcpOnly) {
   const TestServer server(Routes(),
                           With([](Limits& limits) { limits.m_ConnectionsPerAddress = 2; }));
   std::vector<std::unique_ptr<RawClient>> clients;
-  const auto serves = [&](Door door) {
-    clients.push_back(std::make_unique<RawClient>(server, door));
+  const auto serves = [&](Transport transport) {
+    clients.push_back(std::make_unique<RawClient>(server, transport));
     return IsServed(*clients.back());
   };
-  EXPECT_TRUE(serves(Door::Tcp));
-  EXPECT_TRUE(serves(Door::Tcp));
-  EXPECT_FALSE(serves(Door::Tcp));
-  EXPECT_FALSE(serves(Door::Tcp));
-  for (int i = 0; i < 20; ++i) EXPECT_TRUE(serves(Door::Unix));
+  EXPECT_TRUE(serves(Transport::Tcp));
+  EXPECT_TRUE(serves(Transport::Tcp));
+  EXPECT_FALSE(serves(Transport::Tcp));
+  EXPECT_FALSE(serves(Transport::Tcp));
+  for (int i = 0; i < 20; ++i) EXPECT_TRUE(serves(Transport::Unix));
   clients[0]->Close();
-  EXPECT_TRUE(Await([&serves] { return serves(Door::Tcp); }));
+  EXPECT_TRUE(Await([&serves] { return serves(Transport::Tcp); }));
 }
 
 // The server could still read what the client sent before the server refused the connection.
@@ -155,9 +155,9 @@ TEST(Limit, OfConnectionsPreventsRequestsOfRefusedClients) {
 
 TEST(Limit, OfRequestTimeClosesSilentConnections) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
-  for (const Door door : {Door::Unix, Door::Tcp}) {
-    RawClient client(server, door);
-    EXPECT_EQ("", client.ReadToEnd()) << door;
+  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
+    RawClient client(server, transport);
+    EXPECT_EQ("", client.ReadToEnd()) << transport;
   }
 }
 
@@ -209,11 +209,11 @@ TEST(Limit, OfConnectionsSurvivesAFlood) {
   const TestServer server(Routes(),
                           With([](Limits& limits) { limits.m_ConnectionsPerAddress = 4; }));
   for (int i = 0; i < 1000; ++i) {
-    const RawClient client(server, Door::Tcp);
+    const RawClient client(server, Transport::Tcp);
     ASSERT_TRUE(client.IsConnected()) << i;
   }
   EXPECT_EQ(200, Client(server).Get("/text").m_Status);
-  EXPECT_TRUE(Await([&] { return Client(server, Door::Tcp).Get("/text").m_Status == 200; }));
+  EXPECT_TRUE(Await([&] { return Client(server, Transport::Tcp).Get("/text").m_Status == 200; }));
 }
 
 }  // namespace

@@ -116,7 +116,7 @@ TEST(Sockets, HaveNames) {
   EXPECT_EQ("", Http::NameOf(Base::Descriptor(dup(STDERR_FILENO))));
 }
 
-TEST(Sockets, WithLoopbackAddressesAreLocal) {
+TEST(Sockets, AreLocalOnLoopbackAddresses) {
   const TemporaryDirectory directory;
   EXPECT_TRUE(Http::IsLocal(ListenUnix(directory.Path() / "socket", 0600, std::nullopt)));
   EXPECT_TRUE(Http::IsLocal(ListenTcp("127.0.0.1", 0)));
@@ -125,7 +125,7 @@ TEST(Sockets, WithLoopbackAddressesAreLocal) {
   EXPECT_FALSE(Http::IsLocal(Base::Descriptor(dup(STDERR_FILENO))));
 }
 
-TEST(Sockets, WithIPv6AddressesAreNamedInBrackets) {
+TEST(Sockets, WriteIPv6AddressesInBrackets) {
   Base::Descriptor all;
   try {
     all = ListenTcp("::", 0);

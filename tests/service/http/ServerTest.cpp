@@ -59,12 +59,12 @@ std::vector<Route> Routes() {
 
 TEST(HttpServer, RespondsOnBothListeners) {
   const TestServer server(Routes());
-  for (const Door door : {Door::Unix, Door::Tcp}) {
-    Client client(server, door);
+  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
+    Client client(server, transport);
     const Result result = client.Get("/text");
-    EXPECT_EQ(200, result.m_Status) << door;
-    EXPECT_EQ("a text", result.m_Body) << door;
-    EXPECT_EQ("text/plain", result.m_Headers.at("content-type")) << door;
+    EXPECT_EQ(200, result.m_Status) << transport;
+    EXPECT_EQ("a text", result.m_Body) << transport;
+    EXPECT_EQ("text/plain", result.m_Headers.at("content-type")) << transport;
   }
 }
 

@@ -162,7 +162,7 @@ TEST_F(History, KeepsTwoYearsOfHours) {
   EXPECT_EQ(Cell("SELECT COUNT(*), MIN(time) FROM host_history_hours"), "17544|480001");
 }
 
-TEST_F(History, LosesNothingWhenTheClockIsSetBack) {
+TEST_F(History, KeepsAllSamplesWhenTheClockIsSetBack) {
   RecordMinutes(kStart + 30 * kMinute, 40, 50);  // to 1:09
   RecordMinutes(kStart, 5, 30);
   RecordMinutes(kStart + 2 * kHour, 1, 20);
@@ -172,7 +172,7 @@ TEST_F(History, LosesNothingWhenTheClockIsSetBack) {
             "0:00 30..50 ~47.142857142857146, 1:00 50, 2:00 20");
 }
 
-TEST_F(History, LosesNothingWhenTheClockIsSetForwardAndBack) {
+TEST_F(History, KeepsAllSamplesWhenTheClockIsSetForwardAndBack) {
   RecordMinutes(kStart, 90, 50);
   RecordMinutes(kStart + 400 * kDay + 7 * kMinute, 1, 99);
   RecordMinutes(kStart + 90 * kMinute, 90, 51);

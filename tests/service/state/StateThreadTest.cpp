@@ -73,7 +73,7 @@ TEST_F(StateThread, DeliversTheResult) {
   EXPECT_EQ(cards.m_Result->at(0).m_SerialNumber, "S0");
 }
 
-TEST_F(StateThread, RunsEverythingOnOneThreadInOrder) {
+TEST_F(StateThread, RunsItsCallsOnOneThreadInOrder) {
   std::vector<int> order;
   std::set<std::thread::id> threads;
   for (int i = 0; i < 5; ++i) {
@@ -102,8 +102,8 @@ TEST_F(StateThread, RefusesWorkWhenItsQueueIsFull) {
   std::size_t done = 0;
   while (m_Thread.Read([](StateStore&) { return 0; }, [&](auto) { ++done; })) ++accepted;
   // The held function has left the queue, or is about to.
-  EXPECT_GE(accepted, Service::StateThread::kMostQueued - 2);
-  EXPECT_LE(accepted, Service::StateThread::kMostQueued);
+  EXPECT_GE(accepted, Service::StateThread::kMaxQueued - 2);
+  EXPECT_LE(accepted, Service::StateThread::kMaxQueued);
   Release();
   m_Thread.Stop();
   EXPECT_EQ(done, accepted);
