@@ -27,6 +27,8 @@ constexpr int kCallsAtStart = 4;    // load, initialize, number the adapters, re
 constexpr int kCallsAtRefresh = 4;  // events, topology for the events, topology for the snapshot
 // Maximum time to stop or kill a plug-in process.
 constexpr std::chrono::seconds kLongestEnd(40);
+// Interval at which a wait checks whether the plug-in is still running.
+constexpr milliseconds kOneWait(200);
 
 }  // namespace
 
@@ -40,25 +42,36 @@ Collector::~Collector() {
   Stop();
 }
 
-void Collector::Stop() {
+void Collector::RequestStop() {
   m_IsStopping = true;
   m_Wake.Notify();
+  if (const std::shared_ptr<Worker> worker = Running()) worker->RefuseFormats();
+}
+
+void Collector::Stop() {
+  RequestStop();
   if (m_Thread.joinable()) m_Thread.join();
 }
 
 void Collector::Run() {
   while (!m_IsStopping) {
+    bool needsRestart = false;
     try {
-      RunPlugin();
+      needsRestart = RunPlugin();
     } catch (const std::exception& failure) {
       PublishDown(failure.what());  // the plug-in could not be started
     }
-    Pause();
+    if (needsRestart) {
+      m_NextPause = m_Settings.m_FirstPause;
+    } else {
+      Pause();
+    }
   }
 }
 
-// Runs a plug-in process until it exits or the collector stops.
-void Collector::RunPlugin() {
+// Runs a plug-in process until it exits or the collector stops. Returns true if the process works
+// but has found no cards: it looks for them only when it starts.
+bool Collector::RunPlugin() {
   ++m_Starts;
   m_HasPassedOn = false;
   m_Progress.Begin(kCallsAtStart * m_Settings.m_CallTimeout);
@@ -68,19 +81,30 @@ void Collector::RunPlugin() {
   limits.m_Call = m_Settings.m_CallTimeout;
   WorkerSession session(*worker, m_EventLog, limits);
   SetRunning(worker);
+  bool needsRestart = false;
   try {
-    Follow(*worker, session);
+    needsRestart = Follow(*worker, session);
   } catch (const std::exception& failure) {
-    PublishDown(failure.what());  // before `Release`, because the process may take long to exit
+    PublishDown(failure.what());  // before `Finish`, because the process may take long to exit
   }
-  Release(*worker);
+  SetRunning(nullptr);
+  if (needsRestart) AwaitCalls(worker);
+  // Finish on this thread: otherwise the last caller to release the worker would wait for the
+  // process to exit before it replies, while the next process already starts.
+  m_Progress.Begin(kLongestEnd);
+  worker->Finish();
+  return needsRestart;
 }
 
-// Makes the calls by other threads return. These threads may hold the worker a little longer.
-void Collector::Release(Worker& worker) {
-  m_Progress.Begin(kLongestEnd);
-  SetRunning(nullptr);
-  worker.Disconnect();
+// Waits for the calls of other threads, so that clients do not notice that a plug-in without cards
+// is replaced.
+void Collector::AwaitCalls(const std::shared_ptr<Worker>& worker) {
+  constexpr milliseconds kPause(5);
+  m_Progress.Begin(m_Settings.m_CallTimeout);
+  const Console::Deadline deadline(m_Settings.m_CallTimeout);
+  while (worker.use_count() > 1 && !m_IsStopping && !deadline.IsOver()) {
+    std::this_thread::sleep_for(kPause);
+  }
 }
 
 std::shared_ptr<Worker> Collector::Running() const {
@@ -95,9 +119,16 @@ void Collector::SetRunning(std::shared_ptr<Worker> worker) {
 
 std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand& command,
                                                     const Console::Deadline& deadline) const {
-  const std::shared_ptr<Worker> worker = Running();
-  if (!worker) return std::nullopt;
+  const std::shared_ptr<Worker> worker = AwaitRunning(deadline);
+  // Checked after the lookup: if it is set later, `RequestStop` makes this worker refuse formats.
+  if (!worker || m_IsStopping) return std::nullopt;
   return worker->Call(command, deadline);
+}
+
+bool Collector::IsStuck() const {
+  if (!m_Progress.IsStuck()) return false;
+  const std::shared_ptr<Worker> worker = Running();
+  return !worker || !worker->MayWaitForFormat();
 }
 
 std::size_t Collector::LostThreads() const {
@@ -105,18 +136,33 @@ std::size_t Collector::LostThreads() const {
   return worker ? worker->FailedThreads() : 0;
 }
 
+// While a plug-in without cards is replaced, the snapshot still shows it as running.
+bool Collector::WillRun(const Snapshot& snapshot) const {
+  return !m_IsStopping && (snapshot.m_Plugin.m_IsUp || IsRunning());
+}
+
+std::shared_ptr<Worker> Collector::AwaitRunning(const Console::Deadline& deadline) const {
+  std::shared_ptr<Worker> worker = Running();
+  SnapshotPtr snapshot = m_Store.Get();
+  while (!worker && WillRun(*snapshot) && !deadline.IsOver()) {
+    snapshot = m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kOneWait)));
+    worker = Running();
+  }
+  return worker;
+}
+
 bool Collector::Refresh(const Console::Deadline& deadline) const {
-  constexpr milliseconds kOneWait(200);
   const std::uint64_t request = ++m_Refreshes;
   m_Wake.Notify();
   SnapshotPtr snapshot = m_Store.Get();
-  while (snapshot->m_Refreshes < request && IsRunning() && !deadline.IsOver()) {
+  while (snapshot->m_Refreshes < request && WillRun(*snapshot) && !deadline.IsOver()) {
     snapshot = m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kOneWait)));
   }
   return snapshot->m_Refreshes >= request;
 }
 
-void Collector::Follow(Worker& worker, WorkerSession& session) {
+// Returns true if the plug-in has no cards.
+bool Collector::Follow(Worker& worker, WorkerSession& session) {
   Publish(session, m_Refreshes);
   const Console::Deadline stable(m_Settings.m_LongestPause);
   Console::WaitSet alsoWake;
@@ -127,14 +173,20 @@ void Collector::Follow(Worker& worker, WorkerSession& session) {
     m_Progress.Begin(kCallsAtRefresh * m_Settings.m_CallTimeout);
     m_Wake.Wait(milliseconds(0), {});
     const std::uint64_t refreshes = m_Refreshes;  // later requests wake this thread again
-    if (!worker.IsAlive()) return PublishDown("the plug-in process has ended");
+    if (!worker.IsAlive()) {
+      PublishDown("the plug-in process has ended");
+      return false;
+    }
+    // The plug-in is blocked until the format ends, and a refresh is requested then.
+    if (worker.IsFormatting()) {
+      if (m_IsStopping) return false;
+      continue;
+    }
     const std::vector<HostKit::LoggedEvent> events = session.CollectEvents();
     if (m_Settings.m_OnEvents && !events.empty()) m_Settings.m_OnEvents(events);
-    if (m_IsStopping) return;
-    // A plug-in that found no card at its start has to be restarted to look again.
-    if (!session.HasCards()) return;
-    // The cards cannot be read while a format is running.
-    if (!worker.IsFormatting()) Publish(session, refreshes);
+    if (m_IsStopping) return false;
+    if (!session.HasCards()) return true;
+    Publish(session, refreshes);
     if (stable.IsOver()) m_NextPause = m_Settings.m_FirstPause;
   }
 }

@@ -35,7 +35,7 @@ struct CollectorSettings {
   // Called on the collector's thread after each snapshot of a running plug-in, if set. Must not
   // block. Returns false if it did not accept the observation; the next one replaces it.
   std::function<bool(const Observation&)> m_OnObservation;
-  // The clock of `Collector::Progress`.
+  // The clock of `Collector::IsStuck`.
   std::function<ProgressWatch::Clock::time_point()> m_Now = &ProgressWatch::Clock::now;
   // Receives the plug-in's events after they were logged. Called on the collector's thread; must
   // not block for long or throw.
@@ -53,12 +53,16 @@ class Collector {
   // Stops the plug-in and the thread; this can take 30 seconds or more if a card hangs. Afterwards
   // `Call` returns empty. Call only from the thread that created the collector.
   void Stop();
-  // Shows whether the thread is stuck. Thread-safe.
-  const ProgressWatch& Progress() const { return m_Progress; }
+  // Starts to stop without waiting for the thread. A running format, which has no time limit, is
+  // disconnected. Thread-safe.
+  void RequestStop();
+  // Whether the thread is stuck; waiting for a format does not count. Thread-safe.
+  bool IsStuck() const;
   // Makes the thread read the cards now. Thread-safe.
   void RequestRefresh() const { m_Wake.Notify(); }
-  // Requests a refresh and waits for a snapshot that was read after this request. Returns false at
-  // the deadline, or if no plug-in is running. Thread-safe.
+  // Requests a refresh and waits for a snapshot that was read after this request; on a machine
+  // without cards, by a plug-in that has searched for cards since. Returns false at the deadline,
+  // or if no plug-in is running. Thread-safe.
   bool Refresh(const Console::Deadline& deadline) const;
   // Executes one command in the plug-in and waits for the reply. Returns empty if no plug-in is
   // running or the plug-in has not replied by the deadline. Thread-safe.
@@ -71,15 +75,17 @@ class Collector {
 
  private:
   void Run();
-  void RunPlugin();
-  void Release(Worker& worker);
-  void Follow(Worker& worker, WorkerSession& session);
+  bool RunPlugin();
+  void AwaitCalls(const std::shared_ptr<Worker>& worker);
+  bool Follow(Worker& worker, WorkerSession& session);
   void Publish(WorkerSession& session, std::uint64_t refreshes);
   void PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition);
   void PublishDown(const std::string& reason);
   void Pause();
 
   std::shared_ptr<Worker> Running() const;
+  bool WillRun(const Snapshot& snapshot) const;
+  std::shared_ptr<Worker> AwaitRunning(const Console::Deadline& deadline) const;
   void SetRunning(std::shared_ptr<Worker> worker);
 
   const CollectorSettings m_Settings;

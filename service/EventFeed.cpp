@@ -108,6 +108,17 @@ std::shared_ptr<Http::Stream> EventFeed::Open(std::optional<std::int64_t> after)
   return reader->m_Stream;
 }
 
+void EventFeed::ReadLog() {
+  const Base::MutexLock lock(m_Lock);
+  m_HasWork = m_ReadsLog = true;
+  m_Changed.NotifyAll();
+}
+
+bool EventFeed::TakeReadLog() {
+  const Base::MutexLock lock(m_Lock);
+  return std::exchange(m_ReadsLog, false);
+}
+
 void EventFeed::Wake(const std::weak_ptr<Reader>& reader) {
   const ReaderPtr owned = reader.lock();
   const Base::MutexLock lock(m_Lock);
@@ -146,13 +157,18 @@ void EventFeed::Run() {
   std::uint64_t seen = 0;
   while (Await(beat)) {
     const SnapshotPtr snapshot = m_Store.Get();
-    if (snapshot->m_Number != seen) ReadNews(snapshot);
+    const bool isAsked = TakeReadLog();
+    if (isAsked || snapshot->m_Number != seen) ReadNews(snapshot);
     seen = snapshot->m_Number;
     const bool isBeat = Clock::now() >= beat;
     if (isBeat) beat = Clock::now() + m_Settings.m_Heartbeat;
-    for (const ReaderPtr& reader : Readers()) {
-      if (isBeat) Beat(*reader);
-      Serve(*reader, snapshot);
+    try {
+      for (const ReaderPtr& reader : Readers()) {
+        if (isBeat) Beat(*reader);
+        Serve(*reader, snapshot);
+      }
+    } catch (const std::exception&) {
+      // Out of memory: the other readers continue at the next heartbeat.
     }
   }
 }
@@ -167,14 +183,14 @@ void EventFeed::ReadNews(const SnapshotPtr& snapshot) {
       if (events.empty()) return;
       for (const LoggedEvent& event : events) {
         m_Recent.push_back({event.m_Number, writer.Write(event)});
+        m_Newest = event.m_Number;
       }
       while (m_Recent.size() > m_Settings.m_RecentEvents) {
         m_BeforeRecent = m_Recent.front().m_Number;
         m_Recent.pop_front();
       }
-      m_Newest = events.back().m_Number;
     }
-  } catch (const DBEXCEPTION::DatabaseException&) {
+  } catch (const std::exception&) {
   }
 }
 
@@ -192,12 +208,12 @@ void EventFeed::Serve(Reader& reader, const SnapshotPtr& snapshot) {
   std::string part;
   try {
     part = NextPart(reader, snapshot);
-  } catch (const DBEXCEPTION::DatabaseException&) {
+    if (!part.empty()) {
+      reader.m_Stream->Send(part);
+      return;
+    }
+  } catch (const std::exception&) {
     reader.m_Stream->Abort();  // the client can resume when the log is readable again
-    return;
-  }
-  if (!part.empty()) {
-    reader.m_Stream->Send(part);
     return;
   }
   const Base::MutexLock lock(m_Lock);

@@ -43,6 +43,8 @@ class EventFeed {
   EventFeed(const EventFeed&) = delete;
   EventFeed& operator=(const EventFeed&) = delete;
 
+  // Sends events that were logged for a snapshot published earlier. Thread-safe.
+  void ReadLog();
   // Returns the number of the newest event available to streams, or 0 if there is none.
   // Thread-safe.
   std::int64_t Newest() const { return m_Newest; }
@@ -76,6 +78,7 @@ class EventFeed {
 
   void Run();
   bool Await(Clock::time_point until);
+  bool TakeReadLog();
   void ReadNews(const SnapshotPtr& snapshot);
   void ForgetLostLog();
   void Serve(Reader& reader, const SnapshotPtr& snapshot);
@@ -95,6 +98,7 @@ class EventFeed {
   Base::ConditionVariable m_Changed;
   std::vector<ReaderPtr> m_Readers HOST_GUARDED_BY(m_Lock);
   bool m_HasWork HOST_GUARDED_BY(m_Lock) = true;
+  bool m_ReadsLog HOST_GUARDED_BY(m_Lock) = false;  // even without a new snapshot
   bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
 
   std::atomic<std::int64_t> m_Newest{0};  // changed only by the thread

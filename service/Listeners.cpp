@@ -88,6 +88,7 @@ Listeners::Listeners(const ListenSettings& settings, const Http::Permissions& pe
 }
 
 void Listeners::Add(Base::Descriptor socket, const std::string& name) {
+  if (m_UnixSocket.empty() && Http::PortOf(socket) == 0) m_UnixSocket = name;
   m_Sockets.push_back(std::move(socket));
   m_Names += (m_Names.empty() ? "" : ", ") + name;
 }

@@ -28,6 +28,8 @@ class Listeners {
 
   // Names for messages: "/run/corvane/corvane.sock, 127.0.0.1:9188".
   const std::string& Names() const { return m_Names; }
+  // The file of the first Unix socket; empty if there is none.
+  const std::filesystem::path& UnixSocket() const { return m_UnixSocket; }
   // Returns the sockets. Call once.
   std::vector<Base::Descriptor> Take() { return std::move(m_Sockets); }
   // Sets the mode of the socket file and, as root, its group. Call when the groups may have
@@ -58,6 +60,7 @@ class Listeners {
 
   std::vector<Base::Descriptor> m_Sockets;
   std::string m_Names;
+  std::filesystem::path m_UnixSocket;
   File m_File;
 };
 

@@ -45,7 +45,7 @@ void ManagerReports::UpdateStatus() {
 }
 
 void ManagerReports::FeedWatchdog() {
-  if (!m_Settings.m_Watchdog || m_Progress.IsStuck()) return;
+  if (!m_Settings.m_Watchdog || m_Settings.m_IsStuck()) return;
   const auto now = m_Settings.m_Now();
   if (m_Fed && now - *m_Fed < *m_Settings.m_Watchdog / kFeedsPerLimit) return;
   m_Settings.m_Send("WATCHDOG=1");

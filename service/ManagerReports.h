@@ -20,13 +20,14 @@ class ManagerReports {
 
   struct Settings {
     std::function<void(const std::string&)> m_Send;       // receives the assignments
+    std::function<bool()> m_IsStuck;                      // whether the service must be restarted
     std::optional<std::chrono::microseconds> m_Watchdog;  // the watchdog timeout; empty: none
     std::function<Clock::time_point()> m_Now = &Clock::now;
   };
 
-  // The store and the progress must outlive this object.
-  ManagerReports(const SnapshotStore& store, const ProgressWatch& progress, Settings settings)
-      : m_Store(store), m_Progress(progress), m_Settings(std::move(settings)) {}
+  // The store must outlive this object.
+  ManagerReports(const SnapshotStore& store, Settings settings)
+      : m_Store(store), m_Settings(std::move(settings)) {}
 
   // Sends what is due: READY=1 with the first snapshot, even if it only reports a failed start;
   // STATUS when it has changed; and WATCHDOG=1 three times per watchdog timeout while the collector
@@ -44,7 +45,6 @@ class ManagerReports {
   void FeedWatchdog();
 
   const SnapshotStore& m_Store;
-  const ProgressWatch& m_Progress;
   const Settings m_Settings;
   bool m_IsReady = false;
   std::uint64_t m_Reported = 0;  // number of the last snapshot

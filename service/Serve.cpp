@@ -17,6 +17,7 @@
 #include "console/base/StopSignals.h"
 #include "console/plugin/DatabaseLock.h"
 #include "hostkit/Paths.h"
+#include "service/EventAnnouncer.h"
 #include "service/EventHooks.h"
 #include "service/Log.h"
 #include "service/ManagerReports.h"
@@ -66,32 +67,15 @@ void PassTracing(const Console::Options& options) {
   if (!options.m_TraceFile.empty()) setenv("CORVANE_TRACE_FILE", options.m_TraceFile.c_str(), 1);
 }
 
-// Call on the state thread.
-void Announce(const std::vector<HostKit::LoggedEvent>& events, EventHooks* hooks) {
-  for (const HostKit::LoggedEvent& event : events) LogEvent(event);
-  if (hooks != nullptr && !events.empty()) hooks->OnEvents();
-}
-
-// Records the observation and announces the events that this adds to the log because no plug-in
-// reported them. The state thread reports failures.
-bool Record(StateThread& state, EventHooks* hooks, const Observation& observation) {
-  return state.Change([observation](StateStore& store) { return store.Record(observation); },
-                      [hooks](const auto& outcome) {
-                        if (outcome.m_Result) Announce(*outcome.m_Result, hooks);
-                      });
-}
-
-CollectorSettings SettingsOf(const Console::Context& context, StateThread& state,
-                             EventHooks* hooks) {
+CollectorSettings SettingsOf(const Console::Context& context, const EventAnnouncer& announcer) {
   CollectorSettings settings;
-  settings.m_OnEvents = [&state, hooks](const std::vector<HostKit::LoggedEvent>& events) {
-    state.Read([](StateStore&) { return true; },
-               [hooks, events](const auto&) { Announce(events, hooks); });
+  settings.m_OnEvents = [&announcer](const std::vector<HostKit::LoggedEvent>& events) {
+    announcer.Announce(events);
   };
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
-  settings.m_OnObservation = [&state, hooks](const Observation& observation) {
-    return Record(state, hooks, observation);
+  settings.m_OnObservation = [&announcer](const Observation& observation) {
+    return announcer.Record(observation);
   };
   return settings;
 }
@@ -115,7 +99,8 @@ struct Running {
           const std::filesystem::path& eventsDirectory)
       : m_Feed(m_Store),
         m_Hooks(MakeHooks(m_Store, eventsDirectory)),
-        m_Collector(SettingsOf(context, m_State, m_Hooks.get()), m_Store),
+        m_Announcer(m_State, m_Feed, m_Hooks.get(), LogEvent),
+        m_Collector(SettingsOf(context, m_Announcer), m_Store),
         m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
               m_Jobs,   m_Replays,        m_Threads, m_State} {
     Http::Settings settings;
@@ -125,15 +110,19 @@ struct Running {
     m_Server.emplace(ApiRoutes(m_Api), settings, std::move(listeners));
   }
 
-  // Disconnects the clients first, and then stops the plug-in, which ends pending calls.
+  // Stopping the plug-in ends the calls that clients wait for. Queued tasks of the state thread use
+  // the other members.
   ~Running() {
+    m_Collector.RequestStop();
     m_Server.reset();
     m_Collector.Stop();
+    m_State.Stop();
   }
 
   SnapshotStore m_Store;
   EventFeed m_Feed;
   const std::unique_ptr<EventHooks> m_Hooks;
+  const EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
   // Destroyed after the collector, so that its last observation is stored.
   StateThread m_State{ReportState};
   Collector m_Collector;
@@ -158,8 +147,8 @@ void Reload(Running& running, const Listeners& listeners) {
 
 void RunUntilStop(Running& running, const Listeners& listeners, const ReloadSignal& reload,
                   const Console::Deadline& deadline) {
-  ManagerReports reports(running.m_Store, running.m_Collector.Progress(),
-                         {Systemd::Notify, Systemd::WatchdogTime()});
+  const auto isStuck = [&running] { return running.m_Collector.IsStuck(); };
+  ManagerReports reports(running.m_Store, {Systemd::Notify, isStuck, Systemd::WatchdogTime()});
   while (!deadline.IsOver() && !Console::IsStopRequested()) {
     reports.Update();
     if (!reload.Wait(deadline.Left(reports.Interval()))) continue;
@@ -178,7 +167,7 @@ void Serve(Console::Context& context, const Console::CommandTable& commands,
   const ReloadSignal reload;
   context.PrepareForPlugin();
   PassTracing(context.m_Options);
-  const Console::DatabaseLock databaseLock(settings.m_Listen.m_Socket);
+  const Console::DatabaseLock databaseLock(listeners.UnixSocket());
   {
     Running running(context, commands, listeners.Take(), permissions, settings.m_EventsDirectory);
     context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", listeners.Names()));

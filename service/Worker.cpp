@@ -85,16 +85,6 @@ constexpr std::chrono::milliseconds kAfterFormat(30000);
 // Interval at which a call past its deadline checks whether a format is still running.
 constexpr std::chrono::milliseconds kFormatCheck(500);
 
-// Waits for the process to exit, and reaps it. Returns false at the deadline.
-bool AwaitEnd(pid_t process, const Console::Deadline& deadline) {
-  constexpr std::chrono::milliseconds kPause(10);
-  for (;;) {
-    if (waitpid(process, nullptr, WNOHANG) != 0) return true;
-    if (deadline.IsOver()) return false;
-    std::this_thread::sleep_for(deadline.Left(kPause));
-  }
-}
-
 }  // namespace
 
 Worker::Worker(const std::filesystem::path& program, const std::filesystem::path& pluginFile,
@@ -110,19 +100,41 @@ Worker::Worker(Started started, const Console::Deadline& deadline)
     m_Reader = std::thread(&Worker::ReadReplies, this);
   } catch (...) {
     Kill();
-    AwaitEnd(m_Process, Console::Deadline(kKillTimeout));
+    AwaitEnd(Console::Deadline(kKillTimeout));
     throw;
   }
 }
 
 Worker::~Worker() {
+  Finish();
+}
+
+void Worker::Finish() {
+  if (!m_Reader.joinable()) return;
   Disconnect();
   m_Reader.join();
   // The process exits after 30 seconds even if the plug-in has not stopped.
   constexpr std::chrono::milliseconds kStopTimeout(32000);
-  if (AwaitEnd(m_Process, Console::Deadline(kStopTimeout))) return;
+  if (AwaitEnd(Console::Deadline(kStopTimeout))) return;
   Kill();
-  AwaitEnd(m_Process, Console::Deadline(kKillTimeout));
+  AwaitEnd(Console::Deadline(kKillTimeout));
+}
+
+// Waits for the process to exit. Returns false at the deadline.
+bool Worker::AwaitEnd(const Console::Deadline& deadline) {
+  constexpr std::chrono::milliseconds kPause(10);
+  while (!HasExited()) {
+    if (deadline.IsOver()) return false;
+    std::this_thread::sleep_for(deadline.Left(kPause));
+  }
+  return true;
+}
+
+// Whether the process has exited; reaps it.
+bool Worker::HasExited() {
+  const Base::MutexLock lock(m_Lock);
+  if (!m_IsReaped) m_IsReaped = waitpid(m_Process, nullptr, WNOHANG) != 0;
+  return m_IsReaped;
 }
 
 Worker::Started Worker::Start(const std::filesystem::path& program,
@@ -184,40 +196,81 @@ void Worker::End() {
   m_Notifications.Notify();
 }
 
+// Registers a pending call during its lifetime.
+class Worker::PendingCall {
+ public:
+  PendingCall(Worker& worker, bool isFormat) : m_Worker(worker), m_IsFormat(isFormat) {
+    const Base::MutexLock lock(m_Worker.m_Lock);
+    m_IsRefused = m_IsFormat && m_Worker.m_RefusesFormats;
+    m_Id = ++m_Worker.m_LastId;
+    m_Worker.m_Replies[m_Id];
+    if (m_IsFormat) ++m_Worker.m_Formats;
+  }
+  ~PendingCall() {
+    const Base::MutexLock lock(m_Worker.m_Lock);
+    m_Worker.m_Replies.erase(m_Id);
+    if (!m_IsFormat) return;
+    --m_Worker.m_Formats;
+    m_Worker.m_AfterFormat = Console::Deadline(kAfterFormat);
+    m_Worker.m_Changed.NotifyAll();
+  }
+  PendingCall(const PendingCall&) = delete;
+  PendingCall& operator=(const PendingCall&) = delete;
+
+  std::uint64_t Id() const { return m_Id; }
+  bool IsRefused() const { return m_IsRefused; }
+
+ private:
+  Worker& m_Worker;
+  const bool m_IsFormat;
+  std::uint64_t m_Id = 0;
+  bool m_IsRefused = false;
+};
+
 std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& command,
                                                  const Console::Deadline& deadline,
                                                  DuringFormat duringFormat) {
   Json document = Console::ToJson(command);
-  std::uint64_t id = 0;
-  {
-    const Base::MutexLock lock(m_Lock);
-    id = ++m_LastId;
-    m_Replies[id];
-    m_Formats += deadline.IsUnlimited() ? 1 : 0;
+  const PendingCall call(*this, Console::IsFormat(command));
+  if (call.IsRefused()) return std::nullopt;
+  document["id"] = call.Id();
+  if (!m_Writer.Write(document)) {
+    Kill();
+    return std::nullopt;
   }
-  document["id"] = id;
-  const bool isSent = m_Writer.Write(document);
-  if (!isSent) Kill();
-
-  Base::MutexLock lock(m_Lock);
-  while (isSent && !m_HasEnded && !m_Replies[id] && !HasWaited(deadline, duringFormat)) {
-    m_Changed.WaitFor(lock, deadline.IsOver() ? kFormatCheck : deadline.Left());
-  }
-  if (deadline.IsUnlimited()) {
-    --m_Formats;
-    m_AfterFormat = Console::Deadline(kAfterFormat);
-    m_Changed.NotifyAll();
-  }
-  const std::optional<Json> reply = std::move(m_Replies[id]);
-  m_Replies.erase(id);
-  lock.Unlock();
+  const std::optional<Json> reply = AwaitReply(call.Id(), deadline, duringFormat);
   if (!reply) return std::nullopt;
   return Console::ReplyFromJson(command.m_Command, *reply);
 }
 
+std::optional<Json> Worker::AwaitReply(std::uint64_t id, const Console::Deadline& deadline,
+                                       DuringFormat duringFormat) {
+  Base::MutexLock lock(m_Lock);
+  std::optional<Json>& reply = m_Replies.at(id);
+  while (!m_HasEnded && !reply && !HasWaited(deadline, duringFormat)) {
+    m_Changed.WaitFor(lock, deadline.IsOver() ? kFormatCheck : deadline.Left());
+  }
+  return std::move(reply);
+}
+
 bool Worker::HasWaited(const Console::Deadline& deadline, DuringFormat duringFormat) const {
   if (!deadline.IsOver()) return false;
-  return duringFormat == DuringFormat::GiveUp || (m_Formats == 0 && m_AfterFormat.IsOver());
+  return duringFormat == DuringFormat::GiveUp || !IsHeldByFormat();
+}
+
+bool Worker::IsHeldByFormat() const {
+  return m_Formats > 0 || !m_AfterFormat.IsOver();
+}
+
+bool Worker::MayWaitForFormat() const {
+  const Base::MutexLock lock(m_Lock);
+  return IsHeldByFormat();
+}
+
+void Worker::RefuseFormats() {
+  const Base::MutexLock lock(m_Lock);
+  m_RefusesFormats = true;
+  if (m_Formats > 0) Disconnect();
 }
 
 bool Worker::IsFormatting() const {
@@ -240,7 +293,8 @@ void Worker::Disconnect() {
 }
 
 void Worker::Kill() {
-  kill(m_Process, SIGKILL);
+  const Base::MutexLock lock(m_Lock);
+  if (!m_IsReaped) kill(m_Process, SIGKILL);
 }
 
 }  // namespace Service

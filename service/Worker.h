@@ -27,8 +27,7 @@ class Worker {
   // plug-in cannot be loaded, or the deadline has passed.
   Worker(const std::filesystem::path& program, const std::filesystem::path& pluginFile,
          const Console::Deadline& deadline);
-  // Closes the connection, so that the process stops the plug-in and exits. Kills the process if it
-  // has not exited after about 30 seconds.
+  // Calls `Finish`.
   ~Worker();
 
   Console::PluginInfo Info() const { return m_Info; }
@@ -38,12 +37,16 @@ class Worker {
   enum class DuringFormat { GiveUp, Wait };
 
   // Executes one command. Returns empty if the process has exited or has not replied by the
-  // deadline; a late reply is dropped. A call with an unlimited deadline counts as a format.
+  // deadline; a late reply is dropped.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline,
                                            DuringFormat duringFormat = DuringFormat::GiveUp);
   // Whether a format is running.
   bool IsFormatting() const;
+  // Whether calls may wait longer than their deadline: a format is running or has just ended.
+  bool MayWaitForFormat() const;
+  // Disconnects if a format is running. Later formats are refused: their calls return empty.
+  void RefuseFormats();
   // Notified when the plug-in has changes or events, and when the process exits.
   const Console::Notifier& Notifications() const { return m_Notifications; }
   // Whether the connection to the process still works.
@@ -55,8 +58,12 @@ class Worker {
   void Disconnect();
   // Kills the process. Pending calls return empty.
   void Kill();
+  // Disconnects and waits for the process to exit; kills it after about 30 seconds. Does nothing if
+  // called again. Not thread-safe.
+  void Finish();
 
  private:
+  class PendingCall;
   struct Started {
     Base::Descriptor m_Socket;
     pid_t m_Process;
@@ -68,9 +75,14 @@ class Worker {
   void Greet(const Console::Deadline& deadline);
   void ReadReplies();
   void Take(nlohmann::json document);
+  std::optional<nlohmann::json> AwaitReply(std::uint64_t id, const Console::Deadline& deadline,
+                                           DuringFormat duringFormat);
   void End();
+  bool AwaitEnd(const Console::Deadline& deadline);
+  bool HasExited();
   bool HasWaited(const Console::Deadline& deadline, DuringFormat duringFormat) const
       HOST_REQUIRES(m_Lock);
+  bool IsHeldByFormat() const HOST_REQUIRES(m_Lock);
 
   const Base::Descriptor m_Socket;
   const pid_t m_Process;
@@ -81,11 +93,13 @@ class Worker {
   mutable Base::Mutex m_Lock;
   Base::ConditionVariable m_Changed;  // signals changes of the members below
   bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
+  bool m_IsReaped HOST_GUARDED_BY(m_Lock) = false;  // the process id may have been reused
   std::uint64_t m_LastId HOST_GUARDED_BY(m_Lock) = 0;
   // Replies of pending calls, by id.
   std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);
   std::size_t m_FailedThreads HOST_GUARDED_BY(m_Lock) = 0;
   int m_Formats HOST_GUARDED_BY(m_Lock) = 0;  // number of running formats
+  bool m_RefusesFormats HOST_GUARDED_BY(m_Lock) = false;
   // Extra time for calls that waited for a format; expired if there was none.
   Console::Deadline m_AfterFormat HOST_GUARDED_BY(m_Lock){std::chrono::steady_clock::time_point()};
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -15,7 +16,9 @@
 namespace Console {
 namespace {
 
-volatile sig_atomic_t g_Stop = 0;
+// Set by the signal handler and read by all threads.
+std::atomic<int> g_Stop{0};
+static_assert(std::atomic<int>::is_always_lock_free);
 volatile sig_atomic_t g_SecondEnds = 1;
 int g_StopFd = -1;
 

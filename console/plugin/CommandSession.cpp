@@ -110,12 +110,10 @@ std::uint32_t CommandSession::CheckOperation(std::uint64_t object, PI::COperatio
   return Read(PI::CMD_CHECK_OPERATION, object, operation);
 }
 
-// A format has a separate time limit, because its duration depends on the card.
 std::uint32_t CommandSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
   m_HasChanged = true;
-  const bool isFormat = operation.m_OperationID == PI::OP_FORMAT_DEVICE;
   return Change(PI::CMD_EXECUTE_OPERATION, object, operation,
-                Deadline(isFormat ? m_Limits.m_Format : m_Limits.m_Call));
+                Deadline(IsFormat(operation) ? m_Limits.m_Format : m_Limits.m_Call));
 }
 
 // Reads the topology for the id of the plug-in object, which is always the first object, and again

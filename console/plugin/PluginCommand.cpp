@@ -63,6 +63,16 @@ bool IsChange(const PluginCommand& command) {
          command.m_Command == PI::CMD_EXECUTE_OPERATION;
 }
 
+bool IsFormat(const PluginCommand& command) {
+  const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
+  return command.m_Command == PI::CMD_EXECUTE_OPERATION && operation != nullptr &&
+         IsFormat(*operation);
+}
+
+bool IsFormat(const PI::COperation& operation) {
+  return operation.m_OperationID == PI::OP_FORMAT_DEVICE;
+}
+
 PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command) {
   void* const payload =
       std::visit([](auto& record) { return PointerTo(record); }, command.m_Payload);

@@ -42,6 +42,10 @@ const CommandRow* FindCommand(const std::string& name);
 // Whether the command may change a card or a property.
 bool IsChange(const PluginCommand& command);
 
+// Whether the command formats a drive, which takes as long as the card needs.
+bool IsFormat(const PluginCommand& command);
+bool IsFormat(const PI::COperation& operation);
+
 // Calls `IPLUGINAPI::Execute` with the command. Thread-safe.
 PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command);
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -55,11 +56,13 @@ Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Wo
 }
 
 std::string RunOnPlugin(const ApiContext& api, const Words& words) {
-  return RunCommand(api.m_Commands, words, api.m_Stream,
-                    [&api](const Console::SessionRequest& request) {
-                      return std::make_unique<CollectorSession>(
-                          api.m_Collector, api.m_Store, request.m_EventLog, request.m_Limits);
-                    });
+  const auto open = [&api](const Console::SessionRequest& request) {
+    Console::TimeLimits limits = request.m_Limits;
+    limits.m_Call = std::min(limits.m_Call.value_or(api.m_CallTimeout), api.m_CallTimeout);
+    return std::make_unique<CollectorSession>(api.m_Collector, api.m_Store, request.m_EventLog,
+                                              limits);
+  };
+  return RunCommand(api.m_Commands, words, api.m_Stream, open);
 }
 
 std::optional<Response> Refresh(const ApiContext& api) {

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "console/cli/CommandLine.h"
+#include "console/cli/CommandTimeLimits.h"
 #include "service/api/SnapshotSession.h"
 
 namespace Service {
@@ -23,6 +24,7 @@ std::string Run(const Console::CommandTable& commands, const std::vector<std::st
   const Console::Style style;
   Context context(options, style, diagnostics, stream, command.m_Name, form,
                   {options.m_Words.begin() + 1, options.m_Words.end()}, {}, open);
+  context.Limit(Console::LimitsOf(command, options));
   const CommandResult result = command.m_Run(context);
   return Render(result, form, style, context.EnvelopeFor(result.m_Code));
 }

@@ -83,12 +83,8 @@ bool IsReserved(const PluginCommand& command) {
   return operation != nullptr && operation->m_OperationID == PI::OP_GET_EVENTS;
 }
 
-// A format has no deadline, because its duration depends on the card.
 Console::Deadline DeadlineOf(const PluginCommand& command, std::chrono::milliseconds timeout) {
-  const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
-  const bool isFormat = command.m_Command == PI::CMD_EXECUTE_OPERATION && operation != nullptr &&
-                        operation->m_OperationID == PI::OP_FORMAT_DEVICE;
-  return isFormat ? Console::Deadline() : Console::Deadline(timeout);
+  return IsFormat(command) ? Console::Deadline() : Console::Deadline(timeout);
 }
 
 // Replies to a change once reads return it.

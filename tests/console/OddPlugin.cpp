@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -112,6 +113,7 @@ class OddPlugin : public IPLUGINAPI {
   ~OddPlugin() override { Log("destroyed"); }
 
   unsigned int Execute(PI::_COMMAND command, unsigned long object, void* payload) override {
+    const std::lock_guard<std::mutex> lock(m_DataLock);
     if (Case() == "noisy") std::printf("noise %d\n", static_cast<int>(command));
     switch (command) {
       case PI::CMD_INITIALIZE:
@@ -222,6 +224,7 @@ class OddPlugin : public IPLUGINAPI {
     return Case() == "unset" ? static_cast<unsigned int>(PI::ERR_INVALID_PROPERTY) : 0U;
   }
 
+  std::mutex m_DataLock;  // one command at a time, as in the real plug-in
   int m_Interval = 15;
   int m_Topologies = 0;
   std::thread m_Worker;

@@ -120,7 +120,7 @@ free_port() {
   port=$(free_port)
   command -v systemd-socket-activate >/dev/null || skip "needs systemd-socket-activate"
   mkdir -p "$DIRECTORY/run"
-  CORVANE_DATABASE=:memory: systemd-socket-activate -l "$SOCKET" -l "127.0.0.1:$port" \
+  CORVANE_DATABASE="$DIRECTORY/corvane.db" systemd-socket-activate -l "$SOCKET" -l "127.0.0.1:$port" \
     -E PATH -E HOME -E CORVANE_DATABASE -E CORVANE_CONFIG_DIR -E CARDSIM_STATE -E CORVANE_SYSFS \
     corvane-host serve --simulate --socket "$DIRECTORY/unused" 2>"$DIRECTORY/err" 3>&- &
   echo $! >"$DIRECTORY/serve.pid"
@@ -131,6 +131,7 @@ free_port() {
   same READ_ONLY "$(id_of_problem)"
   grep -q "serving at $SOCKET, 127.0.0.1:$port\$" "$DIRECTORY/err"
   [ ! -e "$DIRECTORY/unused" ]
+  same "$SOCKET" "$(sed 1d "$DIRECTORY/corvane.db-service")"
   stop
   same 0 "$STOPPED"
   [ -S "$SOCKET" ]

@@ -12,6 +12,7 @@
 #include "service/api/ApiTable.h"
 #include "service/http/LateResponse.h"
 #include "tests/service/CollectorFixture.h"
+#include "tests/support/Temporary.h"
 
 namespace {
 
@@ -30,6 +31,11 @@ class Api : public CorvaneTest::CollectorFixture {
     kill(m_Process, SIGSTOP);
   }
 
+  // Waits for a running plug-in that was started after this many others.
+  void AwaitUpAfter(std::uint64_t starts) {
+    Await([starts](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Starts > starts; });
+  }
+
   // Calls the route's handler, waits for its deferred response, and returns the response's status
   // and problem id.
   std::string StatusOf(Http::Method method, const char* path, const Http::Request& request) {
@@ -43,7 +49,7 @@ class Api : public CorvaneTest::CollectorFixture {
                             m_Threads,
                             m_State};
     api.m_FreshTimeout = milliseconds(20);
-    api.m_CallTimeout = milliseconds(20);
+    api.m_CallTimeout = m_CallTimeout;
     for (const Http::Route& route : Service::ApiRoutes(api)) {
       if (route.m_Method != method || route.m_Path != path) continue;
       const Http::Reply reply = route.m_Handler(request);
@@ -57,6 +63,7 @@ class Api : public CorvaneTest::CollectorFixture {
     return "no route";
   }
 
+  milliseconds m_CallTimeout{20};
   pid_t m_Process = 0;
   const Console::ResultStream m_Stream{true};  // the test prints to standard error
   Service::EventFeed m_Feed{m_Store};
@@ -78,6 +85,27 @@ TEST_F(Api, TimesOutWithAPluginThatDoesNotAnswer) {
   Http::Request request;
   request.m_Body = R"({"command": "CHECK_OPERATION", "payload": {"operation_id": 1}})";
   EXPECT_EQ("504 TIMED_OUT", StatusOf(Http::Method::Post, "/v1/session", request));
+}
+
+TEST_F(Api, TimesOutWithAChangeThatHangsAndReplacesThePlugin) {
+  const std::filesystem::path log = m_Host.Directory() / "commands";
+  const ScopedVariable behavior("CONSOLE_TEST_PLUGIN", "hang in SetProperty");
+  const ScopedVariable logged("CONSOLE_TEST_LOG", log.string());
+  Service::CollectorSettings settings = Settings();
+  settings.m_PluginFile = ODD_PLUGIN;
+  settings.m_CallTimeout = milliseconds(3000);
+  Start(settings);
+  m_CallTimeout = settings.m_CallTimeout;
+  Http::Request request;
+  request.m_Body = R"({"poll_interval": 30})";
+  std::string response;
+  // On a slow machine, an earlier call may be the one that times out.
+  while (ReadText(log).find("hangs") == std::string::npos) {
+    AwaitUpAfter(0);
+    response = StatusOf(Http::Method::Patch, "/v1/plugin", request);
+  }
+  EXPECT_EQ("504 TIMED_OUT", response);
+  AwaitUpAfter(m_Store.Get()->m_Plugin.m_Starts);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -23,6 +24,59 @@ using Service::SnapshotPtr;
 using std::chrono::milliseconds;
 
 using Collector = CollectorFixture;
+
+// A collector with a clock of the test, and a plug-in that reports nothing on its own.
+class ProgressFixture : public CollectorFixture {
+ protected:
+  ~ProgressFixture() override { m_pCollector.reset(); }
+
+  void StartWithOwnClock(Service::CollectorSettings settings) {
+    settings.m_PluginFile = ODD_PLUGIN;
+    settings.m_CallTimeout = std::chrono::minutes(30);  // real time: never over here
+    settings.m_Now = [this] {
+      ++m_Reads;
+      return Service::ProgressWatch::Clock::time_point(std::chrono::seconds(m_Elapsed));
+    };
+    Start(settings);
+    m_Process = AwaitObjects(5)->m_Plugin.m_Process;
+    EXPECT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
+  }
+  void StopTheProcess() const { kill(m_Process, SIGSTOP); }
+  void ContinueTheProcess() const { kill(m_Process, SIGCONT); }
+  void Advance(std::chrono::minutes time) { m_Elapsed += std::chrono::seconds(time).count(); }
+  // Until it waits for a call.
+  void AwaitCall() const {
+    while (m_Store.Get()->m_Number !=
+           m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(2000)))->m_Number) {
+    }
+  }
+  bool BecomesStuck(bool isStuck) const {
+    const Deadline deadline(kTimeout);
+    while (m_pCollector->IsStuck() != isStuck && !deadline.IsOver()) {
+      std::this_thread::sleep_for(milliseconds(1));
+    }
+    return m_pCollector->IsStuck() == isStuck;
+  }
+  // Whether it gets a reply.
+  bool Format() const {
+    PI::COperation operation;
+    operation.m_OperationID = PI::OP_FORMAT_DEVICE;
+    return m_pCollector->Call({PI::CMD_EXECUTE_OPERATION, 0, operation}, Deadline()).has_value();
+  }
+  // It runs when the collector, whose step takes too long, is not stuck any more.
+  std::future<bool> StartFormat() {
+    while (!m_pCollector->IsStuck()) Advance(std::chrono::hours(100));
+    auto format = std::async(std::launch::async, [this] { return Format(); });
+    EXPECT_TRUE(BecomesStuck(false));
+    return format;
+  }
+
+  std::atomic<int> m_Reads{0};  // of the clock
+  std::atomic<std::chrono::seconds::rep> m_Elapsed{0};
+  pid_t m_Process = 0;
+};
+
+using Progress = ProgressFixture;
 
 TEST_F(Collector, PublishesTheCards) {
   m_Host.AddCard();
@@ -47,6 +101,40 @@ TEST_F(Collector, FindsTheFirstCardOfAMachine) {
   Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
   m_Host.AddCard();
   EXPECT_TRUE(AwaitObjects(3)->m_HasCards);
+}
+
+TEST_F(Collector, DoesNotPauseBeforeItSearchesForCardsAgain) {
+  Service::CollectorSettings settings = Settings();
+  settings.m_FirstPause = settings.m_LongestPause = std::chrono::hours(1);
+  Start(settings);
+  Await([](const auto& it) { return it.m_Plugin.m_Starts == 3; });
+  m_Host.AddCard();
+  AwaitObjects(3);
+}
+
+TEST_F(Collector, ReadsAMachineWithoutCards) {
+  Service::CollectorSettings settings = Settings();
+  settings.m_RefreshInterval = kTimeout;
+  Start(settings);
+  Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(m_pCollector->Refresh(Deadline(kTimeout))) << i;
+    EXPECT_TRUE(m_Store.Get()->m_Plugin.m_IsUp);
+  }
+  m_Host.AddCard();
+  ASSERT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
+  EXPECT_EQ(3U, m_Store.Get()->m_Objects.size());
+}
+
+TEST_F(Collector, CallsThePluginOfAMachineWithoutCards) {
+  Start(Settings());
+  Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
+  const Console::PluginCommand command = {PI::CMD_GET_TOPOLOGY, 0, std::vector<PI::CObject>()};
+  int calls = 0;
+  while (m_Store.Get()->m_Plugin.m_Starts < 4) {
+    ASSERT_TRUE(m_pCollector->Call(command, Deadline(kTimeout))) << calls;
+    ++calls;
+  }
 }
 
 TEST_F(Collector, RestartsAKilledProcess) {
@@ -80,36 +168,62 @@ TEST_F(Collector, ReplacesAProcessThatDoesNotAnswer) {
   Await([second](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Process != second; });
 }
 
-// A process that does not answer within the timeout is replaced, so waiting for that timeout counts
-// as progress.
-TEST_F(Collector, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
-  m_Host.AddCard();
-  std::atomic<std::chrono::seconds::rep> elapsed{0};
+// A process that does not respond within the timeout is replaced, so waiting for that timeout
+// counts as progress.
+TEST_F(Progress, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
+  StartWithOwnClock(Settings());
+  StopTheProcess();
+  AwaitCall();
+  Advance(std::chrono::minutes(100));
+  EXPECT_TRUE(BecomesStuck(false));
+  Advance(std::chrono::minutes(121));
+  EXPECT_TRUE(BecomesStuck(true));
+  ContinueTheProcess();
+  EXPECT_TRUE(BecomesStuck(false));
+}
+
+TEST_F(Progress, IsNotStuckWhileItWaitsForAFormat) {
+  StartWithOwnClock(Settings());
+  StopTheProcess();
+  AwaitCall();
+  auto format = StartFormat();
+  ContinueTheProcess();
+  EXPECT_TRUE(format.get());
+  EXPECT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
+}
+
+TEST_F(Progress, EndsAFormatWhenItStops) {
+  StartWithOwnClock(Settings());
+  StopTheProcess();
+  AwaitCall();
+  auto format = StartFormat();
+  auto stop = std::async(std::launch::async, [this] { m_pCollector->Stop(); });
+  EXPECT_EQ(std::future_status::ready, format.wait_for(kTimeout));
+  ContinueTheProcess();
+  EXPECT_FALSE(format.get());
+  stop.get();
+  EXPECT_FALSE(Format());
+}
+
+TEST_F(Progress, CallsNothingDuringAFormat) {
   Service::CollectorSettings settings = Settings();
-  settings.m_CallTimeout = std::chrono::minutes(30);  // in real time, so it never expires here
-  settings.m_Now = [&elapsed] {
-    return Service::ProgressWatch::Clock::time_point(std::chrono::seconds(elapsed));
-  };
-  Start(settings);
-  const pid_t process = AwaitObjects(3)->m_Plugin.m_Process;
-  const auto becomes = [this](bool isStuck) {
-    const Deadline deadline(kTimeout);
-    while (m_pCollector->Progress().IsStuck() != isStuck && !deadline.IsOver()) {
-      std::this_thread::sleep_for(milliseconds(1));
-    }
-    return m_pCollector->Progress().IsStuck() == isStuck;
-  };
-  kill(process, SIGSTOP);
-  // Wait until the collector is blocked in a call.
-  while (m_Store.Get()->m_Number !=
-         m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(2000)))->m_Number) {
+  settings.m_RefreshInterval = kTimeout;
+  StartWithOwnClock(settings);
+  StopTheProcess();
+  auto format = StartFormat();
+  const std::uint64_t published = m_Store.Get()->m_Number;
+  // Each time that it is woken, it begins a new step.
+  const int reads = m_Reads + 20;
+  const Deadline deadline(kTimeout);
+  while (m_Reads < reads && !deadline.IsOver()) {
+    m_pCollector->RequestRefresh();
+    std::this_thread::sleep_for(milliseconds(1));
   }
-  elapsed += std::chrono::seconds(std::chrono::minutes(100)).count();
-  EXPECT_TRUE(becomes(false));
-  elapsed += std::chrono::seconds(std::chrono::minutes(121)).count();
-  EXPECT_TRUE(becomes(true));
-  kill(process, SIGCONT);
-  EXPECT_TRUE(becomes(false));
+  EXPECT_GE(m_Reads, reads);
+  EXPECT_EQ(published, m_Store.Get()->m_Number);
+  ContinueTheProcess();
+  EXPECT_TRUE(format.get());
+  EXPECT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
 }
 
 TEST_F(Collector, ForwardsEvents) {

@@ -177,6 +177,15 @@ TEST_F(EventFeed, DoesNotSendAnEventBeforeItsSnapshot) {
   EXPECT_EQ(1, m_pFeed->Newest());
 }
 
+TEST_F(EventFeed, SendsAnEventOfAnEarlierSnapshotWhenItIsAsked) {
+  Start();
+  const auto client = Connect();
+  client->ReadUntil("\"up\"");
+  Log(1);
+  m_pFeed->ReadLog();
+  EXPECT_THAT(Numbers(Await(*client, 1)), ElementsAre(1));
+}
+
 // The newest events are in memory, the others only in the log. The feed sends two events per part.
 TEST_F(EventFeed, ResumesAtEveryPosition) {
   Log(3);

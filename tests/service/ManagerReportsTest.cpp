@@ -18,9 +18,9 @@ using testing::IsEmpty;
 class ManagerReportsFixture : public testing::Test {
  protected:
   explicit ManagerReportsFixture(std::optional<std::chrono::microseconds> watchdog = {})
-      : m_Reports(m_Store, m_Progress,
-                  {[this](const std::string& text) { m_Sent.push_back(text); }, watchdog,
-                   [this] { return m_Now; }}) {}
+      : m_Reports(m_Store,
+                  {[this](const std::string& text) { m_Sent.push_back(text); },
+                   [this] { return m_Progress.IsStuck(); }, watchdog, [this] { return m_Now; }}) {}
 
   void PublishDown(const std::string& reason) {
     Service::Snapshot snapshot;
@@ -129,8 +129,8 @@ TEST_F(Watchdog, IsNotFedWhileTheCollectorIsStuck) {
 
 TEST(Interval, IsShorterWithAShortWatchdog) {
   Service::SnapshotStore store;
-  const ProgressWatch progress;
-  ManagerReports reports(store, progress, {[](const std::string&) {}, milliseconds(600)});
+  ManagerReports reports(store,
+                         {[](const std::string&) {}, [] { return false; }, milliseconds(600)});
   EXPECT_EQ(milliseconds(50), reports.Interval());
   store.Publish({});
   reports.Update();

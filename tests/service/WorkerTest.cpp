@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include <cerrno>
 #include <future>
 
 #include "tests/service/CollectorFixture.h"
@@ -20,16 +21,22 @@ class FormatFixture : public CorvaneTest::CollectorFixture {
   }
   ~FormatFixture() override { Continue(); }
 
-  void Continue() const { kill(m_Worker.ProcessId(), SIGCONT); }
+  void Continue() const {
+    if (m_Worker.IsAlive()) kill(m_Worker.ProcessId(), SIGCONT);
+  }
 
   // Whether the call gets a reply.
   bool Call(const Deadline& deadline, Worker::DuringFormat duringFormat) {
     const Console::PluginCommand command = {PI::CMD_GET_TOPOLOGY, 0, std::vector<PI::CObject>()};
     return m_Worker.Call(command, deadline, duringFormat).has_value();
   }
+  bool Format() {
+    PI::COperation operation;
+    operation.m_OperationID = PI::OP_FORMAT_DEVICE;
+    return m_Worker.Call({PI::CMD_EXECUTE_OPERATION, 0, operation}, Deadline()).has_value();
+  }
   std::future<bool> StartFormat() {
-    auto format = std::async(std::launch::async,
-                             [this] { return Call(Deadline(), Worker::DuringFormat::GiveUp); });
+    auto format = std::async(std::launch::async, [this] { return Format(); });
     while (!m_Worker.IsFormatting()) std::this_thread::yield();
     return format;
   }
@@ -39,6 +46,7 @@ class FormatFixture : public CorvaneTest::CollectorFixture {
 
 using DuringAFormat = FormatFixture;
 using WithoutAFormat = FormatFixture;
+using AfterItsEnd = FormatFixture;
 
 TEST_F(DuringAFormat, ACallMayWaitLongerThanItsDeadline) {
   auto format = StartFormat();
@@ -57,6 +65,25 @@ TEST_F(DuringAFormat, OtherCallsGiveUpAtTheirDeadline) {
   EXPECT_FALSE(Call(Deadline(milliseconds(20)), Worker::DuringFormat::GiveUp));
   Continue();
   EXPECT_TRUE(format.get());
+}
+
+TEST_F(DuringAFormat, ACallWithoutADeadlineIsNotOne) {
+  auto call = std::async(std::launch::async,
+                         [this] { return Call(Deadline(), Worker::DuringFormat::GiveUp); });
+  EXPECT_FALSE(Call(Deadline(milliseconds(200)), Worker::DuringFormat::GiveUp));
+  EXPECT_FALSE(m_Worker.IsFormatting());
+  Continue();
+  EXPECT_TRUE(call.get());
+}
+
+TEST_F(AfterItsEnd, TheProcessIsGone) {
+  Continue();
+  const pid_t process = m_Worker.ProcessId();
+  m_Worker.Finish();
+  EXPECT_EQ(-1, kill(process, 0));
+  EXPECT_EQ(ESRCH, errno);
+  EXPECT_FALSE(Call(Deadline(CorvaneTest::kTimeout), Worker::DuringFormat::GiveUp));
+  m_Worker.Finish();
 }
 
 TEST_F(WithoutAFormat, ACallGivesUpAtItsDeadline) {

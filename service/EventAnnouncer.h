@@ -1,0 +1,36 @@
+// Announces logged events in the journal, to the programs in events.d and to streams.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "hostkit/EventLog.h"
+#include "service/EventFeed.h"
+#include "service/EventHooks.h"
+#include "service/state/Observation.h"
+#include "service/state/StateThread.h"
+
+namespace Service {
+
+// Call the members only on the collector's thread.
+class EventAnnouncer {
+ public:
+  // The arguments must outlive this object. `hooks` may be null. `log` writes to the journal and
+  // must be thread-safe.
+  EventAnnouncer(StateThread& state, EventFeed& feed, EventHooks* hooks,
+                 std::function<void(const HostKit::LoggedEvent&)> log);
+
+  // Announces events reported by the plug-in; streams get them with the next snapshot.
+  void Announce(const std::vector<HostKit::LoggedEvent>& events) const;
+  // Records the observation, and announces events that it adds to the log because no plug-in
+  // reported them. Returns false if the state thread did not accept it.
+  bool Record(const Observation& observation) const;
+
+ private:
+  StateThread& m_State;
+  EventFeed& m_Feed;
+  EventHooks* const m_Hooks;
+  const std::function<void(const HostKit::LoggedEvent&)> m_Log;
+};
+
+}  // namespace Service
