@@ -1,5 +1,5 @@
 // Intercepts the statements between the plug-in and the host's database: records them, and can make
-// one fail.
+// one fail or change its result.
 #pragma once
 
 #include <exception>
@@ -45,6 +45,12 @@ class StatementWatch {
   void OnStatement(std::function<void(const std::string& sql)> listener) {
     m_pBetween->m_Listener = std::move(listener);
   }
+  // `change` is called after each statement that does not fail, and may change the cells of its
+  // result. Otherwise as `OnStatement`.
+  void OnResult(
+      std::function<void(const std::string& sql, std::vector<std::string>& cells)> change) {
+    m_pBetween->m_Change = std::move(change);
+  }
   std::vector<std::string> Statements() const {
     const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
     return m_pBetween->m_Statements;
@@ -62,11 +68,14 @@ class StatementWatch {
         m_Statements.push_back(sql);
         if (m_Statements.size() == m_FailingPosition) std::rethrow_exception(m_pFailure);
       }
-      return m_pDatabase->query(std::move(sql));
+      std::vector<std::string> cells = m_pDatabase->query(sql);
+      if (m_Change) m_Change(sql, cells);
+      return cells;
     }
 
     const std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_pDatabase;
     std::function<void(const std::string& sql)> m_Listener;
+    std::function<void(const std::string& sql, std::vector<std::string>& cells)> m_Change;
     std::mutex m_Mutex;
     std::vector<std::string> m_Statements;
     std::size_t m_FailingPosition = 0;

@@ -7,6 +7,7 @@
 
 #include "models/Adapter.h"
 #include "models/PD.h"
+#include "models/Plugin.h"
 #include "tests/plugin/inner/Opened.h"
 #include "tests/support/RowView.h"
 #include "tests/support/StatementWatch.h"
@@ -20,6 +21,9 @@ OPEN_MEMBER(FillAdapterMember, SetDatabaseObjectProperties,
             unsigned int (Plugin::*)(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter));
 OPEN_MEMBER(FillDriveMember, SetDatabaseObjectProperties,
             unsigned int (Plugin::*)(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive));
+OPEN_MEMBER(FillPluginMember, SetDatabaseObjectProperties,
+            unsigned int (Plugin::*)(RaidDataModels::Plugin& row,
+                                     NAMESPACE_Corvane::CFusionIOPlugin& plugin));
 OPEN_MEMBER(InsertDriveMember, InsertObjectToDatabase,
             unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
 OPEN_MEMBER(UpdateDriveMember, UpdateObjectInDatabase,
@@ -166,6 +170,15 @@ TEST_F(RowTexts, ReplaceACompleteRow) {
   EXPECT_EQ((ThePlugin().*Open(FillDriveMember()))(driveRow, drive), 0U);
   EXPECT_EQ(driveRow.activityName, "NULL");
   EXPECT_EQ(driveRow.hoursOfUse, -2147483647 - 1);
+
+  RaidDataModels::Plugin pluginRow;
+  pluginRow.pluginState = "old";
+  pluginRow.processNumber = 5;
+  pluginRow.id = 9;
+  EXPECT_EQ((ThePlugin().*Open(FillPluginMember()))(pluginRow, PluginObject()), 0U);
+  EXPECT_EQ(pluginRow.pluginState, "NULL");
+  EXPECT_EQ(pluginRow.processNumber, -2147483647 - 1);
+  EXPECT_EQ(pluginRow.id, -2147483647 - 1);
 }
 
 // Neither the database nor a card is called.
