@@ -39,10 +39,13 @@ TEST(Cells, ThrowStandardExceptionsForInvalidNumbers) {
   EXPECT_EQ(Thrown(0, ""), "invalid stoi");
   EXPECT_EQ(Thrown(0, "abc"), "invalid stoi");
   EXPECT_EQ(Thrown(0, "2147483648"), "range stoi");
+  EXPECT_EQ(Thrown(0, "-2147483649"), "range stoi");
   EXPECT_EQ(Thrown(3, ""), "invalid stoll");
   EXPECT_EQ(Thrown(3, "9223372036854775808"), "range stoll");
+  EXPECT_EQ(Thrown(3, "-9223372036854775809"), "range stoll");
   EXPECT_EQ(Thrown(4, ""), "invalid stod");
   EXPECT_EQ(Thrown(4, "1e999"), "range stod");
+  EXPECT_EQ(Thrown(4, "1e-310"), "range stod");
 }
 
 TEST(Cells, AreReadUpToTheEndOfTheNumber) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <type_traits>
+#include <vector>
 
 #include "tests/orm/Database.h"
 #include "tests/orm/Rows.h"
@@ -56,6 +57,40 @@ TEST(Condition, OmitsTheAliasWhenItIsOff) {
   storage.useAlias = false;
   storage.get_all<Place>(where(is_equal(&Place::name, "x")));
   EXPECT_EQ(database->sent.at(0), "SELECT * FROM T1 A  WHERE Name = 'x'");
+}
+
+TEST(Condition, KeepsTheAliasOffWhileADeletionRuns) {
+  const auto database = std::make_shared<ScriptedDatabase>();
+  auto storage = StorageOf<Place>(database);
+  std::vector<bool> duringCalls;
+  const auto record = [&] { duringCalls.push_back(storage.useAlias); };
+  database->Call(record);
+  storage.remove_all<Place>(where(is_equal(&Place::name, "x")));
+  EXPECT_TRUE(storage.useAlias);
+  database->Call(record);
+  storage.get_all<Place>(where(is_equal(&Place::name, "x")));
+  EXPECT_EQ(duringCalls, (std::vector<bool>{false, true}));
+}
+
+// The flag is toggled, not restored.
+TEST(Condition, TurnsTheAliasOffIfItIsOnAtTheEndOfADeletion) {
+  const auto database = std::make_shared<ScriptedDatabase>();
+  auto storage = StorageOf<Place>(database);
+  database->Call([&] { storage.useAlias = true; });
+  storage.remove_all<Place>(where(is_equal(&Place::name, "x")));
+  EXPECT_FALSE(storage.useAlias);
+}
+
+TEST(Condition, DoesNotChangeTheAliasFlagIfTheMapIsMissing) {
+  TableSetup setup;
+  setup.hasMap = false;
+  for (const bool before : {false, true}) {
+    auto storage = StorageOf<Place>(std::make_shared<ScriptedDatabase>(), setup);
+    storage.useAlias = before;
+    EXPECT_THROW(storage.remove_all<Place>(where(is_equal(&Place::name, "x"))),
+                 DBEXCEPTION::DatabaseException);
+    EXPECT_EQ(storage.useAlias, before);
+  }
 }
 
 TEST(Condition, TurnsTheAliasOnAfterADeletion) {

@@ -7,12 +7,12 @@ void ScriptedDatabase::Answer(const std::vector<std::string>& cells) {
 }
 
 void ScriptedDatabase::Fail(const std::string& text) {
-  Throw([text] { throw DBEXCEPTION::DatabaseException(text); });
+  Call([text] { throw DBEXCEPTION::DatabaseException(text); });
 }
 
-void ScriptedDatabase::Throw(std::function<void()> thrower) {
-  m_Script.push_back([thrower = std::move(thrower)] {
-    thrower();
+void ScriptedDatabase::Call(std::function<void()> action) {
+  m_Script.push_back([action = std::move(action)] {
+    action();
     return std::vector<std::string>();
   });
 }

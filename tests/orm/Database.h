@@ -14,7 +14,8 @@ class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
   // Queue the results of the next statements. Later statements return an empty result.
   void Answer(const std::vector<std::string>& cells);
   void Fail(const std::string& text);
-  void Throw(std::function<void()> thrower);
+  // The result is empty, unless `action` throws.
+  void Call(std::function<void()> action);
 
   std::vector<std::string> query(std::string sql) override;
 

@@ -33,9 +33,9 @@ TEST(Failure, IsNotConvertedIfItsExceptionTypeDiffers) {
     SCOPED_TRACE(name);
     const auto database = std::make_shared<ScriptedDatabase>();
     auto storage = StorageOf<Item>(database);
-    database->Throw([] { throw std::bad_alloc(); });
+    database->Call([] { throw std::bad_alloc(); });
     EXPECT_THROW(call(storage), std::bad_alloc);
-    database->Throw([] { throw std::runtime_error("other failure"); });
+    database->Call([] { throw std::runtime_error("other failure"); });
     EXPECT_THROW(
         try { call(storage); } catch (const std::runtime_error& error) {
           EXPECT_STREQ(error.what(), "other failure");
@@ -51,7 +51,7 @@ TEST(Failure, IsNotConvertedWhileReadingTheKeyIfItsExceptionTypeDiffers) {
   TableSetup setup;
   setup.autoKey = true;
   auto storage = StorageOf<Item>(database, setup);
-  database->Throw([] { throw std::bad_alloc(); });
+  database->Call([] { throw std::bad_alloc(); });
   EXPECT_THROW(storage.insert(Item()), std::bad_alloc);
   EXPECT_EQ(database->sent.size(), 1U);
 }

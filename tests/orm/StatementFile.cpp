@@ -54,7 +54,8 @@ std::string Show(double value) {
 std::string Show(const std::string& value) {
   return value;
 }
-std::string Show(const string_list& value) {
+std::string Show(string_list value) {
+  std::replace(value.begin(), value.end(), std::string(), std::string("\"\""));
   return "[" + boost::join(value, ",") + "]";
 }
 
