@@ -169,6 +169,50 @@ TEST_F(RowStatements, DeleteThePlugInByName) {
               ElementsAre("DELETE FROM host_plugin_rows  WHERE pi_plugin_name = 'SanDisk-Plugin'"));
 }
 
+// Two cards with the same serial number. A drive has a row for each of the two adapters.
+
+class TwinRows : public TwoCards {
+ protected:
+  TwinRows() {
+    for (const char* card : {"card0", "card1"}) {
+      Set(card, "serial_number", "S1");
+      Set(card, "first_use_ts", "1735689600");
+      Set(card, "rated_endurance_tbytes", "100");
+      Set(card, "rated_writes_remaining_percent", "80.0");
+      Set(card, "total_physical_bytes_written", "1099511627776");
+    }
+    Set("card0", "total_physical_bytes_read", "4096");
+    Set("card1", "total_physical_bytes_read", "8192");
+  }
+};
+
+// Each drive is inserted once for each adapter.
+TEST_F(TwinRows, AreReadFromTheCardOfTheAdapter) {
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(Column(DRIVE_ROWS, "pd_bytes_read_ki_b"),
+              ElementsAre("4", "8", "4", "8", "4", "8", "4", "8"));
+}
+
+TEST_F(TwinRows, AreFoundAndUpdatedOnceForEachAdapter) {
+  StartWatch();
+  m_Statements.Begin();
+  ScanOnce();
+  EXPECT_THAT(Sent(), ElementsAre("SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
+}
+
+TEST_F(TwinRows, AreSearchedForEachAdapterAlsoIfThereAreNone) {
+  StartWatch();
+  Query("DELETE FROM host_drive_rows");
+  m_Statements.Begin();
+  ScanOnce();
+  EXPECT_THAT(Sent(),
+              ElementsAre("SELECT * FROM host_drive_rows", "SELECT * FROM host_drive_rows",
+                          "SELECT * FROM host_drive_rows", "SELECT * FROM host_drive_rows"));
+}
+
 // A failing statement.
 
 struct RejectedStatement {
