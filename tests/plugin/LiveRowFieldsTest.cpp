@@ -1,6 +1,7 @@
 // The fields of a drive's row that are read from the card when the row is written, and the calls
 // that read them; and the calls for an adapter's row, whose results are not used.
 
+#include "tests/support/RangeSeam.h"
 #include "tests/support/RowView.h"
 
 namespace CorvaneTest {
@@ -229,6 +230,16 @@ TEST(CardThatCannotBeFound, KeepsItsRowWithoutLiveFields) {
   EXPECT_THAT(DriveRows()[0], Contains("pd_reserve_warning=12"));
   EXPECT_EQ(host.Calls().back(), "vsl_iom_create_by_name /dev/fct0");
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
+}
+
+// Reserve, endurance, and the threshold of the warning about the reserve.
+TEST(PercentagesOfARow, ArePassedThroughPropertiesWithARange) {
+  OneCard host(PlainCard());
+  const DatabaseLife database;
+  const RangeWatch ranges;
+  ASSERT_EQ(host.Initialize(), 0U);
+  EXPECT_THAT(ranges.m_Values,
+              ElementsAre("30486: 97 in 1..100", "30494: 10 in 1..100", "30488: 12 in 1..100"));
 }
 
 TEST(LiveFieldsOverTime, AreReadAgainAtEachScan) {
