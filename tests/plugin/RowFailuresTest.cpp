@@ -20,6 +20,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 
@@ -150,6 +151,29 @@ TEST_F(RowFailures, AFailedDriveUpdateIsTracedAndRepeatedAtTheNextScan) {
   StopRejecting();
   ScanOnce();
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
+}
+
+// A written row leaks its card handle, and so does a rejected one.
+TEST_F(RowFailures, AFailedDriveInsertLeaksItsHandle) {
+  AddCards(1);
+  Reject("INSERT", DRIVE_ROWS);
+  HostKit::SetTraceSink([](const HostKit::TraceLine& line) {
+    if (line.text == "LEAVE ScanSystem() -> 0") CardSim::Reset();
+  });
+  ASSERT_EQ(m_Host.Initialize(), 0U);
+  EXPECT_THAT(Counts(), ElementsAre("1", "0", "1"));
+  EXPECT_THAT(CardSim::OpenHandles(), ElementsAre("card#1"));
+  EXPECT_THAT(m_Host.Calls(), Not(Contains(StartsWith("vsl_destroy"))));
+}
+
+TEST_F(RowFailures, AFailedDriveUpdateLeaksItsHandle) {
+  Run();
+  Reject("UPDATE", DRIVE_ROWS);
+  for (std::size_t scans = 1; scans <= 2; ++scans) {
+    ScanOnce();
+    EXPECT_THAT(m_DatabaseLines, ElementsAre(HasSubstr("during updating PD")));
+    EXPECT_THAT(CardSim::OpenHandles(), SizeIs(scans));
+  }
 }
 
 TEST_F(RowFailures, AFailedAdapterDeletionIsTracedAndItsRowStays) {
