@@ -9,9 +9,14 @@ namespace {
 
 // Name, function.
 constexpr Target kTargets[] = {
-    {"cells", Cells},       {"ini", Ini},     {"card-file", CardFile}, {"scenario", Scenario},
-    {"selector", Selector}, {"times", Times}, {"options", Options},    {"condition", Condition},
-    {"format", Format},
+    {"cells", Cells},        {"ini", Ini},
+    {"card-file", CardFile}, {"scenario", Scenario},
+    {"selector", Selector},  {"times", Times},
+    {"options", Options},    {"condition", Condition},
+    {"format", Format},      {"request", Request},
+    {"escapes", Escapes},    {"entity-tag", EntityTag},
+    {"body", Body},          {"records", Records},
+    {"frames", Frames},
 };
 
 }  // namespace

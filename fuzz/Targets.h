@@ -26,5 +26,11 @@ void Times(const std::string& input);
 void Options(const std::string& input);
 void Condition(const std::string& input);
 void Format(const std::string& input);
+void Request(const std::string& input);
+void Escapes(const std::string& input);
+void EntityTag(const std::string& input);
+void Body(const std::string& input);
+void Records(const std::string& input);
+void Frames(const std::string& input);
 
 }  // namespace CorvaneFuzz

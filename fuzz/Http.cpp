@@ -1,0 +1,182 @@
+// Requests to the service, and the texts in them.
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Printable.h"
+#include "fuzz/Require.h"
+#include "fuzz/Targets.h"
+#include "service/api/ApiTable.h"
+#include "service/api/Schemas.h"
+#include "service/http/Admission.h"
+#include "service/http/Escapes.h"
+
+namespace CorvaneFuzz {
+namespace {
+
+using Http::Head;
+
+constexpr uid_t kAdministrator = 0;
+constexpr uid_t kStranger = 4711;
+
+// The API with handlers that are never called.
+const Http::Router& TheRouter() {
+  static const Http::Router router = [] {
+    std::vector<Http::Route> routes;
+    for (const Service::ApiRow& row : Service::ApiRows()) {
+      routes.push_back({row.m_Method,
+                        row.m_Path,
+                        row.m_Access,
+                        nullptr,
+                        {row.m_Query.begin(), row.m_Query.end()},
+                        row.m_Body == nullptr ? Http::BodyRule::None : Http::BodyRule::Required});
+    }
+    return Http::Router(std::move(routes));
+  }();
+  return router;
+}
+
+std::vector<std::string> LinesOf(const std::string& input) {
+  std::vector<std::string> lines;
+  std::istringstream stream(input);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+std::pair<std::string, std::string> SplitAt(const std::string& text, char separator) {
+  const auto at = text.find(separator);
+  if (at == text.npos) return {text, ""};
+  const auto value = text.find_first_not_of(' ', at + 1);
+  return {text.substr(0, at), value == text.npos ? "" : text.substr(value)};
+}
+
+Head::Pairs QueryOf(const std::string& text) {
+  Head::Pairs query;
+  std::istringstream stream(text);
+  for (std::string pair; std::getline(stream, pair, '&');) query.push_back(SplitAt(pair, '='));
+  return query;
+}
+
+// The first line is the client: "tcp", "root" or any other word for a user without permissions.
+Http::Peer PeerOf(const std::string& line) {
+  Http::Peer peer;
+  peer.m_IsTcp = line == "tcp";
+  peer.m_LocalAddress = "192.0.2.1";
+  if (!peer.m_IsTcp) peer.m_User = line == "root" ? kAdministrator : kStranger;
+  return peer;
+}
+
+// Client, "GET /path?query", then one header per line.
+Head HeadOf(const std::string& input) {
+  std::vector<std::string> lines = LinesOf(input);
+  lines.resize(std::max<std::size_t>(lines.size(), 2));
+  Head head;
+  head.m_Peer = PeerOf(lines[0]);
+  const auto [method, target] = SplitAt(lines[1], ' ');
+  const auto [path, query] = SplitAt(target, '?');
+  head.m_Method = method;
+  head.m_Path = path;
+  head.m_Query = QueryOf(query);
+  for (std::size_t i = 2; i < lines.size(); ++i) head.m_Headers.push_back(SplitAt(lines[i], ':'));
+  head.m_Size = input.size();
+  return head;
+}
+
+bool IsCleanText(const std::string& text) {
+  return Base::IsUtf8(text) && text.find('\0') == text.npos;
+}
+
+bool AreClean(const Http::Texts& texts) {
+  return std::all_of(texts.begin(), texts.end(), [](const auto& text) {
+    return IsCleanText(text.first) && IsCleanText(text.second);
+  });
+}
+
+void CheckRefusal(const Http::Response& refusal) {
+  Require(refusal.m_Status >= 400 && refusal.m_Status < 500,
+          "refused with status " + std::to_string(refusal.m_Status));
+  Require(refusal.m_ContentType == "application/problem+json", "a refusal without a problem");
+  Require(Base::IsUtf8(*refusal.m_Body), "a problem that is not UTF-8");
+}
+
+// What a request with each kind of client may at most reach.
+void CheckAccess(const Head& head, const Http::Admission& admission) {
+  const Http::Access access = admission.m_Route->m_Access;
+  if (head.m_Peer.m_IsTcp) {
+    Require(head.m_Method == "GET" || head.m_Method == "HEAD", "a change through TCP");
+    Require(access != Http::Access::Change, "a change through TCP");
+    Require(!admission.m_Request.m_MayChange, "a TCP client that may change cards");
+    Require(Http::FindHeader(head, "host") != nullptr, "a TCP request without a host");
+  } else if (head.m_Peer.m_User == kStranger) {
+    Require(access == Http::Access::Anyone, "a stranger has access");
+    Require(!admission.m_Request.m_MayChange, "a stranger may change cards");
+  }
+}
+
+}  // namespace
+
+// A request is either refused with a problem, or its texts are clean and its client has access.
+void Request(const std::string& input) {
+  const Http::Settings settings;
+  const Head head = HeadOf(input);
+  const Http::Admission admission =
+      Http::Admit(head, TheRouter(), settings, settings.m_Permissions);
+  if (admission.m_Refusal) return CheckRefusal(*admission.m_Refusal);
+  Require(admission.m_Route != nullptr, "accepted without a route");
+  Require(head.m_Size <= settings.m_Limits.m_HeaderBytes, "headers over the limit");
+  const Http::Request& request = admission.m_Request;
+  Require(
+      AreClean(request.m_Parameters) && AreClean(request.m_Query) && AreClean(request.m_Headers),
+      "accepted a text that is not clean");
+  for (const auto& [name, text] : request.m_Parameters) {
+    Require(!text.empty() && text != "." && text != ".." && text.find('/') == text.npos,
+            "a parameter leaves its segment: " + name);
+  }
+  CheckAccess(head, admission);
+}
+
+// Input: an escaped text. What is decoded is clean, and decoding only shortens.
+void Escapes(const std::string& input) {
+  const auto decoded = Http::Decode(input);
+  if (!decoded) return;
+  Require(IsCleanText(*decoded), "decoded to a text that is not clean");
+  Require(decoded->size() <= input.size(), "decoded to a longer text");
+  if (input.find('%') == input.npos) Require(*decoded == input, "a plain text was changed");
+}
+
+// Input: the tag, a line end, and the header.
+void EntityTag(const std::string& input) {
+  const auto end = std::min(input.find('\n'), input.size());
+  const std::string tag = input.substr(0, end);
+  const std::string header = end < input.size() ? input.substr(end + 1) : "";
+  const bool isPlain = !tag.empty() && tag.find_first_of("\"\\, \t") == tag.npos;
+  if (Http::MatchesEntityTag(header, tag)) {
+    Require(header.find(tag) != header.npos || header.find('*') != header.npos,
+            "a tag matches a header that does not contain it");
+  }
+  if (!isPlain) return;
+  Require(Http::MatchesEntityTag('"' + tag + '"', tag), "a tag does not match itself");
+  Require(Http::MatchesEntityTag("W/\"" + tag + "\", \"x" + tag + '"', tag),
+          "a weak tag does not match");
+  Require(!Http::MatchesEntityTag("\"x" + tag + '"', tag), "a longer tag matches");
+}
+
+// Input: the body of a request, checked against the schema of each body and as each parameter.
+void Body(const std::string& input) {
+  for (const auto& parameter : Service::Parameters().items()) {
+    const auto objection = Service::ObjectionToParameter(parameter.key(), input);
+    Require(!objection || !objection->empty(), "an objection without a text");
+  }
+  const auto body = nlohmann::json::parse(input, nullptr, false);
+  if (body.is_discarded()) return;
+  for (const Service::ApiRow& row : Service::ApiRows()) {
+    if (row.m_Body == nullptr) continue;
+    const auto objection = Service::ObjectionTo(body, row.m_Body);
+    Require(!objection || !objection->empty(), "an objection without a text");
+    Require(body.is_object() || objection, "a body that is not an object is accepted");
+  }
+}
+
+}  // namespace CorvaneFuzz

@@ -1,0 +1,95 @@
+// Records of the plug-in interface as JSON, and the frames that carry them.
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Descriptor.h"
+#include "console/plugin/RecordJson.h"
+#include "fuzz/Require.h"
+#include "fuzz/Targets.h"
+#include "service/Frame.h"
+
+namespace CorvaneFuzz {
+namespace {
+
+using Json = nlohmann::json;
+
+// What `read` accepts reads again as the same record.
+template <class Read>
+void ReadBack(const Json& json, Read read, const char* name) {
+  Json first;
+  try {
+    first = Console::ToJson(read(json));
+  } catch (const Console::RecordError& error) {
+    Require(error.what()[0] != '\0', "a refusal without a text");
+    return;
+  }
+  Require(Json::parse(first.dump()) == first, std::string("not valid JSON: ") + name);
+  const Json second = Console::ToJson(read(first));
+  Require(first == second, std::string("does not read back: ") + name);
+}
+
+struct Pipe {
+  Pipe() {
+    std::array<int, 2> ends = {};
+    Require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0, "no sockets");
+    m_Reader = Base::Descriptor(ends[0]);
+    m_Writer = Base::Descriptor(ends[1]);
+  }
+  Base::Descriptor m_Reader;
+  Base::Descriptor m_Writer;
+};
+
+// The documents in these bytes, up to the first error.
+std::vector<Json> DocumentsIn(const std::string& bytes) {
+  Pipe pipe;
+  const ssize_t sent = send(pipe.m_Writer.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+  Require(sent == static_cast<ssize_t>(bytes.size()) || bytes.size() > 65536, "a short write");
+  pipe.m_Writer.Close();
+  std::vector<Json> documents;
+  try {
+    while (auto document = Service::ReadFrame(pipe.m_Reader.Get())) {
+      documents.push_back(std::move(*document));
+    }
+  } catch (const Service::FrameError&) {
+  }
+  return documents;
+}
+
+}  // namespace
+
+// Input: a JSON document, read as each record.
+void Records(const std::string& input) {
+  const Json json = Json::parse(input, nullptr, false);
+  if (json.is_discarded()) return;
+  ReadBack(json, Console::CommandFromJson, "command");
+  ReadBack(json, Console::PluginInfoFromJson, "plug-in");
+  ReadBack(json, Console::LoggedEventFromJson, "logged event");
+  ReadBack(json, Console::EventCountFromJson, "event count");
+  for (const PI::_COMMAND command :
+       {PI::CMD_GET_TOPOLOGY, PI::CMD_GET_PROPERTIES, PI::CMD_GET_PROPERTY, PI::CMD_GET_OPERATIONS,
+        PI::CMD_EXECUTE_OPERATION}) {
+    const auto read = [command](const Json& reply) {
+      return Console::ReplyFromJson(command, reply);
+    };
+    ReadBack(json, read, "reply");
+  }
+}
+
+// Input: bytes from the other process. A document that is read can be sent and read again.
+void Frames(const std::string& input) {
+  for (const Json& document : DocumentsIn(input)) {
+    Pipe pipe;
+    Require(Service::FrameWriter(pipe.m_Writer.Get()).Write(document), "cannot write a frame");
+    pipe.m_Writer.Close();
+    const auto again = Service::ReadFrame(pipe.m_Reader.Get());
+    Require(again && *again == document, "a frame does not read back");
+  }
+}
+
+}  // namespace CorvaneFuzz
