@@ -57,8 +57,9 @@ struct Response {
   std::string m_ContentType;  // empty: no body
   // May be shared by many responses; null is the same as empty.
   std::shared_ptr<const std::string> m_Body;
-  // The ETag of this content, without quotation marks; empty: none. If a GET request has the same
-  // tag in If-None-Match, the server sends 304 instead of 200.
+  // The ETag of this content, without quotation marks; empty: none. It is sent as a weak one, since
+  // documents also contain the time of the response. If a GET request has the same tag in
+  // If-None-Match, the server sends 304 instead of 200.
   std::string m_EntityTag;
   std::vector<std::pair<std::string, std::string>> m_Headers;
 };

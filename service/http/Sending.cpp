@@ -96,7 +96,7 @@ bool Send(MHD_Connection* connection, const Response& response, const Request& r
   const std::string& tag = response.m_EntityTag;
   const bool hasType = !isKnown && !response.m_ContentType.empty();
   if (hasType) AddHeader(prepared, "Content-Type", response.m_ContentType);
-  if (!tag.empty()) AddHeader(prepared, "ETag", '"' + tag + '"');
+  if (!tag.empty()) AddHeader(prepared, "ETag", "W/\"" + tag + '"');
   for (const auto& [name, value] : response.m_Headers) AddHeader(prepared, name, value);
   return Queue(connection, isKnown ? 304 : response.m_Status, prepared);
 }

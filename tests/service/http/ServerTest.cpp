@@ -189,10 +189,10 @@ TEST(HttpServer, OmitsABodyThatTheClientHasCached) {
   Client client(server);
   const Result first = client.Get("/tagged");
   EXPECT_EQ(200, first.m_Status);
-  EXPECT_EQ("\"v7\"", first.m_Headers.at("etag"));
+  EXPECT_EQ("W/\"v7\"", first.m_Headers.at("etag"));
   const Result second = client.Get("/tagged", {"If-None-Match: \"v7\""});
   EXPECT_EQ(304, second.m_Status);
-  EXPECT_EQ("\"v7\"", second.m_Headers.at("etag"));
+  EXPECT_EQ("W/\"v7\"", second.m_Headers.at("etag"));
   EXPECT_THAT(second.m_Body, IsEmpty());
   EXPECT_EQ("tagged", client.Get("/tagged", {"If-None-Match: \"v6\""}).m_Body);
   EXPECT_EQ("a text", client.Get("/text", {"If-None-Match: *"}).m_Body);
