@@ -17,6 +17,11 @@ HOST_API boost::filesystem::path ConfigDirectory();
 // $XDG_STATE_HOME/corvane/corvane.db, else ~/.local/state/corvane/corvane.db.
 HOST_API boost::filesystem::path DatabaseFile();
 
+// Whether this is the name of a database in memory, which has no files.
+inline bool IsInMemory(const boost::filesystem::path& database) {
+  return database == ":memory:";
+}
+
 // Returns the root of the sysfs tree that contains the PCI devices: CORVANE_SYSFS, else /sys.
 HOST_API boost::filesystem::path SysfsRoot();
 

@@ -12,8 +12,8 @@ namespace {
 
 // Next to the database, because event numbers restart with a new database.
 std::filesystem::path StateFile() {
-  const std::string database = HostKit::DatabaseFile().string();
-  return database == ":memory:" ? std::string() : database + "-events";
+  const auto database = HostKit::DatabaseFile();
+  return HostKit::IsInMemory(database) ? std::string() : database.string() + "-events";
 }
 
 Hooks::ProgramSettings SettingsOf(const std::filesystem::path& directory,

@@ -22,8 +22,6 @@ class EventTail {
   std::optional<std::int64_t> Last() const { return m_Last; }
 
  private:
-  std::vector<HostKit::LoggedEvent> ReadBack() const;
-
   std::optional<std::int64_t> m_Last;
   bool m_HasRead = false;
 };

@@ -4,7 +4,9 @@
 
 #include <cstdio>
 #include <fstream>
+#include <utility>
 
+#include "base/Lookup.h"
 #include "base/Printable.h"
 #include "host/PluginInterface.h"
 #include "hostkit/Texts.h"
@@ -18,23 +20,12 @@ using Systemd::JournalEntry;
 constexpr int kWarning = 4;
 constexpr int kNotice = 5;
 
-struct PriorityRow {
-  std::uint32_t m_Severity;
-  int m_Priority;
-};
-
-constexpr PriorityRow kPriorities[] = {
+// By severity.
+constexpr std::pair<std::uint32_t, int> kPriorities[] = {
     {PI::SEVERITY_INFORMATION, 6},
     {PI::SEVERITY_WARNING, kWarning},
     {PI::SEVERITY_ERROR, 3},
 };
-
-int PriorityOf(std::uint32_t severity) {
-  for (const PriorityRow& row : kPriorities) {
-    if (row.m_Severity == severity) return row.m_Priority;
-  }
-  return kNotice;
-}
 
 // The process may have exited and its PID been reused.
 std::string CommandName(pid_t process) {
@@ -66,7 +57,7 @@ void LogChange(const Http::Peer& client, const std::string& change) {
 
 JournalEntry EntryOf(const HostKit::LoggedEvent& event) {
   return {Base::Printable(event.m_Message),
-          PriorityOf(event.m_Severity),
+          Base::Lookup(kPriorities, event.m_Severity, kNotice),
           {{"MESSAGE_ID", MessageIdOf(event.m_EventID)},
            {"CORVANE_EVENT", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
            {"CORVANE_EVENT_ID", std::to_string(event.m_EventID)},

@@ -1,12 +1,15 @@
 // Points in time as text.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace Console {
 
+// Converts a time to milliseconds since the epoch.
+std::uint64_t MillisecondsOf(std::chrono::system_clock::time_point time);
 // Returns the current time in milliseconds since the epoch.
 std::uint64_t NowMs();
 

@@ -61,11 +61,11 @@ class Filter {
 
   bool IsNone() const { return m_Text.empty(); }
 
-  // Throws `Failure` if no object has or had the name.
-  void Choose(const Model& model, EventLogClient& eventLog) {
+  // Looks for removed cards in the events. Throws `Failure` if no object has or had the name.
+  void Choose(const Model& model, const std::vector<LoggedEvent>& log,
+              const std::vector<LoggedEvent>& fresh) {
     if (IsNone()) return;
-    const bool isGone =
-        FindObject(model, m_Text) == nullptr && IsIn(eventLog.Read(0, EventLogClient::kAll));
+    const bool isGone = FindObject(model, m_Text) == nullptr && (IsIn(log) || IsIn(fresh));
     if (!isGone) m_Selector = Select(model, m_Text).m_Selector;
   }
 
@@ -131,24 +131,35 @@ void NoteOlderEvents(Diagnostics& diagnostics, std::size_t shown) {
                    {"Pass --limit N or --since 2d to see more."});
 }
 
+void DropBefore(std::vector<EventEntry>& events, std::uint64_t since) {
+  events.erase(
+      std::remove_if(events.begin(), events.end(),
+                     [since](const EventEntry& entry) { return entry.m_Event.m_Time < since; }),
+      events.end());
+}
+
 void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
   const std::size_t surplus = events.size() - std::min(events.size(), limit);
   events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
 }
 
-// Returns the events of the log and the pending events. Objects are read after events, so that each
-// event is shown with the current selector of its object.
+// Returns the events of the log and the pending events. Events are read before objects, so that
+// none is shown with the name of a position that another card has in the meantime. The log is not
+// read again after the pending events, because events logged in between would never be shown.
 CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   Session& session = context.Open();
-  // Read one event more than requested, to detect whether there are older events.
-  const std::size_t limit = filter.IsNone() ? query.m_Limit + 1 : EventLogClient::kAll;
-  const std::vector<LoggedEvent> log = context.EventLog().ReadOrThrow(query.m_Since, limit);
+  // Read one event more than requested, to detect whether there are older events. A removed card is
+  // found by any of its events.
+  const std::vector<LoggedEvent> log =
+      filter.IsNone() ? context.EventLog().ReadOrThrow(query.m_Since, query.m_Limit + 1)
+                      : context.EventLog().ReadOrThrow(0, EventLogClient::kAll);
   const std::vector<LoggedEvent> fresh = session.CollectEvents();
   const Model model = context.Objects();
-  filter.Choose(model, context.EventLog());
+  filter.Choose(model, log, fresh);
   const EventMatcher matcher(model);
   std::vector<EventEntry> events =
       Chosen(log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
+  DropBefore(events, query.m_Since);
   const bool hasOlder = events.size() > query.m_Limit;
   DropOldest(events, query.m_Limit);
   if (hasOlder && context.m_Options.m_Limit.empty())

@@ -5,7 +5,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
+#include "base/Lookup.h"
 #include "hostkit/Texts.h"
 #include "hostkit/Units.h"
 #include "hostkit/ValueTypes.h"
@@ -65,23 +67,11 @@ enum Indicator : std::uint32_t {
   INDICATOR_DRIVE_SMART = 24189,  // available, and expected to fail
 };
 
-struct IndicatorSeverity {
-  Indicator m_Indicator;
-  Severity m_Severity;
-};
-
-constexpr IndicatorSeverity kSeverities[] = {
+constexpr std::pair<std::uint32_t, Severity> kSeverities[] = {
     {INDICATOR_ADAPTER_OK, Severity::Good},         {INDICATOR_ADAPTER_FAILED, Severity::Bad},
     {INDICATOR_ADAPTER_WARNING, Severity::Warning}, {INDICATOR_DRIVE_FAILED, Severity::Bad},
     {INDICATOR_DRIVE_AVAILABLE, Severity::Good},    {INDICATOR_DRIVE_SMART, Severity::Warning},
 };
-
-Severity SeverityOf(std::uint32_t indicator) {
-  for (const IndicatorSeverity& row : kSeverities) {
-    if (row.m_Indicator == indicator) return row.m_Severity;
-  }
-  return Severity::Neutral;
-}
 
 Value::Data TextData(const PI::CProperty& property) {
   if (property.m_ValueType != HostKit::VALUE_TYPE_STRING ||
@@ -172,7 +162,8 @@ bool IsZero(const Value::Data& data) {
 }  // namespace
 
 Value Convert(const PI::CProperty& property, Measure measure, UnknownEncoding unknown) {
-  Value value{measure, DataOf(property, measure, unknown), SeverityOf(property.m_Indicator)};
+  Value value{measure, DataOf(property, measure, unknown),
+              Base::Lookup(kSeverities, property.m_Indicator, Severity::Neutral)};
   if (unknown == UnknownEncoding::Zero && IsZero(value.m_Data)) value.m_Data = {};
   return value;
 }

@@ -10,24 +10,21 @@
 #include <charconv>
 #include <chrono>
 #include <cstring>
-#include <thread>
 #include <vector>
 
+#include "base/FileLock.h"
 #include "base/TrustRules.h"
 #include "base/TrustedDirectory.h"
-#include "console/base/Deadline.h"
 #include "console/base/Failure.h"
 #include "hostkit/Paths.h"
 
 namespace Console {
 namespace {
 
-constexpr const char* kInMemory = ":memory:";
 constexpr const char* kSuffix = "-service";
 
 // Commands briefly hold the lock to test it, so a service tries to lock for this long.
 constexpr std::chrono::milliseconds kTestTime(1000);
-constexpr std::chrono::milliseconds kPause(20);
 
 // Exactly one of these holds: the file is open; there is an objection; there is an error.
 struct LockFile {
@@ -103,24 +100,14 @@ Failure UnusableFailure(const LockFile& lock) {
                  {"Pass another database with --database."});
 }
 
-// Returns 0 or an errno; EWOULDBLOCK if another process still holds the lock at the deadline.
-int Lock(const Base::Descriptor& file, const Deadline& deadline) {
-  while (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno == EINTR) continue;
-    if (errno != EWOULDBLOCK || deadline.IsOver()) return errno;
-    std::this_thread::sleep_for(kPause);
-  }
-  return 0;
-}
-
 }  // namespace
 
 DatabaseLock::DatabaseLock(const std::filesystem::path& socket) {
   const std::string database = HostKit::DatabaseFile().string();
-  if (database == kInMemory) return;
+  if (HostKit::IsInMemory(database)) return;
   LockFile lock = OpenLock(database, O_RDWR | O_CREAT);
   if (!lock.m_File.IsOpen()) throw UnusableFailure(lock);
-  lock.m_Error = Lock(lock.m_File, Deadline(kTestTime));
+  lock.m_Error = Base::Lock(lock.m_File, kTestTime);
   if (lock.m_Error == EWOULDBLOCK) {
     throw HeldFailure("cannot serve", database, ReadHolder(lock),
                       {"Stop it first, or pass another database with --database."});
@@ -135,7 +122,7 @@ DatabaseLock::DatabaseLock(const std::filesystem::path& socket) {
 
 std::optional<LockHolder> FindLockHolder() {
   const std::string database = HostKit::DatabaseFile().string();
-  if (database == kInMemory) return std::nullopt;
+  if (HostKit::IsInMemory(database)) return std::nullopt;
   const LockFile lock = OpenLock(database, O_RDONLY);
   // If the lock file does not exist, no service is running; problems with the directory are
   // reported when the database is opened.

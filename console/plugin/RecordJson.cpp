@@ -350,14 +350,4 @@ HostKit::EventCount EventCountFromJson(const Json& json) {
   return count;
 }
 
-Json ToJson(const PI::CEvent& event) {
-  return Write(event);
-}
-
-PI::CEvent EventFromJson(const Json& json) {
-  PI::CEvent event;
-  Read(json, event, {});
-  return event;
-}
-
 }  // namespace Console

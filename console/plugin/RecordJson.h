@@ -46,8 +46,4 @@ HostKit::LoggedEvent LoggedEventFromJson(const nlohmann::json& json);
 nlohmann::json ToJson(const HostKit::EventCount& count);
 HostKit::EventCount EventCountFromJson(const nlohmann::json& json);
 
-// Convert an event of the plug-in; decoding throws `RecordError`.
-nlohmann::json ToJson(const PI::CEvent& event);
-PI::CEvent EventFromJson(const nlohmann::json& json);
-
 }  // namespace Console

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/TrustedPath.h"
+#include "hostkit/Paths.h"
 #include "hostkit/records/Files.h"
 
 namespace HostKit {
@@ -39,10 +40,6 @@ template <class Codes>
 bool IsAmong(const Codes& codes, int code) {
   const int primary = code & 0xFF;
   return std::find(codes.begin(), codes.end(), primary) != codes.end();
-}
-
-bool IsInMemory(const path& file) {
-  return file == ":memory:";
 }
 
 // SQLite also uses the files with these suffixes, except for the last one, which the host locks.

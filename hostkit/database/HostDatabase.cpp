@@ -33,7 +33,7 @@ std::int64_t DrawRunNumber() {
 // cannot be opened.
 path FileOfEnvironment() {
   const path file = DatabaseFile();
-  if (file == ":memory:" || file.is_absolute()) return file;
+  if (HostKit::IsInMemory(file) || file.is_absolute()) return file;
   boost::system::error_code error;
   const path directory = boost::filesystem::current_path(error);
   return error ? file : directory / file;
@@ -86,7 +86,7 @@ void HostDatabase::BeginRun() {
 }
 
 bool HostDatabase::IsInMemory() const {
-  return m_File == ":memory:";
+  return HostKit::IsInMemory(m_File);
 }
 
 Connection& HostDatabase::OwnConnection() {

@@ -1,14 +1,14 @@
 #include "hostkit/records/Files.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 
 #include "base/CancellationGuard.h"
+#include "base/FileLock.h"
 #include "base/FileReplacement.h"
 #include "base/TrustRules.h"
 
@@ -26,15 +26,9 @@ Base::Descriptor OpenDirectory(const path& directory) {
 }
 
 bool LockWithTimeout(const Base::Descriptor& directory) {
-  constexpr int kTries = 500;
-  constexpr int kPauseMs = 10;
+  constexpr std::chrono::seconds kTimeout(5);
   const Base::CancellationGuard guard;
-  for (int i = 0; directory.IsOpen() && i < kTries; ++i) {
-    if (flock(directory.Get(), LOCK_EX | LOCK_NB) == 0) return true;
-    if (errno != EWOULDBLOCK && errno != EINTR) return false;
-    poll(nullptr, 0, kPauseMs);
-  }
-  return false;
+  return directory.IsOpen() && Base::Lock(directory, kTimeout) == 0;
 }
 
 // Opens a draft with the owner and mode of the old file, if there is one. Returns 0 or an errno

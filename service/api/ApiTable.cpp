@@ -342,14 +342,20 @@ std::string TargetOf(const ApiRow& row, const Http::Request& request) {
   return target;
 }
 
+// Logs a change and calls the handler of the row.
+Http::Reply Handle(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
+  if (row.m_Access == Http::Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
+  return row.m_Function(api, request);
+}
+
 // Used only for job requests, because repeating one would start a second job. All other changes are
 // idempotent.
 Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
                        const std::string& key) {
   const std::string content = TargetOf(row, request) + "\n" + request.m_Body;
   const std::string scope = std::to_string(request.m_Peer.m_User) + " ";
-  return api.m_Replays.Answer(
-      scope + key, content, [&] { return std::get<Http::Response>(row.m_Function(api, request)); });
+  return api.m_Replays.Answer(scope + key, content,
+                              [&] { return std::get<Http::Response>(Handle(row, api, request)); });
 }
 
 Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
@@ -359,10 +365,9 @@ Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request
   if (const auto why = ObjectionToBody(row, request)) {
     return Http::MakeProblem(kInvalidBody.m_Status, kInvalidBody.m_Id, *why);
   }
-  if (row.m_Access == Http::Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
   const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");
   const bool isJob = row.m_Responses.front().m_Status == 202;
-  if (key == nullptr || !isJob) return row.m_Function(api, request);
+  if (key == nullptr || !isJob) return Handle(row, api, request);
   return AnswerOnce(row, api, request, *key);
 }
 

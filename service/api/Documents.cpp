@@ -82,25 +82,36 @@ std::string CardName(const Snapshot& snapshot, const std::string& serial) {
                 fmt::format("no card with serial number {}", serial));
 }
 
-Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response()> answer) {
+Response MakeBusyProblem(const char* what) {
+  return Http::MakeProblem(503, "TOO_MANY_CALLS",
+                           fmt::format("too many requests are waiting for {}", what));
+}
+
+Http::Reply Promised(const QueueResponder& queue, const char* what) {
   auto responder = std::make_shared<Http::Responder>();
   const Http::Later promise = responder->Promise();
-  const auto read = [answer = std::move(answer)](StateStore&) { return Answered(answer); };
-  const auto send = [responder](const StateOutcome<Response>& outcome) {
-    if (outcome.m_Result) responder->Complete(*outcome.m_Result);
+  if (queue(std::move(responder))) return promise;
+  return MakeBusyProblem(what);
+}
+
+Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response()> answer) {
+  const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
+    const auto read = [responder, answer = std::move(answer)](StateStore&) {
+      return responder->IsGone() ? Response() : Answered(answer);
+    };
+    return api.m_State.Read(read, [responder](const StateOutcome<Response>& outcome) {
+      if (outcome.m_Result) responder->Complete(*outcome.m_Result);
+    });
   };
-  if (api.m_State.Read(read, send)) return promise;
-  return Http::MakeProblem(503, "TOO_MANY_CALLS", "too many requests are waiting for the database");
+  return Promised(queue, "the database");
 }
 
 Http::Reply AnswerLater(const ApiContext& api, std::function<Response()> answer) {
-  auto responder = std::make_shared<Http::Responder>();
-  Http::Later promise = responder->Promise();
-  const auto call = [responder, answer = std::move(answer)] {
-    responder->Complete(Answered(answer));
+  const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
+    return api.m_Threads.Run(
+        [responder, answer = std::move(answer)] { responder->Complete(Answered(answer)); });
   };
-  if (api.m_Threads.Run(call)) return promise;
-  return Http::MakeProblem(503, "TOO_MANY_CALLS", "too many commands are waiting for the plug-in");
+  return Promised(queue, "the plug-in");
 }
 
 }  // namespace Service

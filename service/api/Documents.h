@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -31,6 +32,14 @@ Http::Response Answered(const std::function<Http::Response()>& answer);
 // Returns a 503 problem with the reason why the plug-in is not running.
 Http::Response MakeDownProblem(const PluginState& plugin);
 
+// Returns a 503 problem: too many requests are waiting for `what`.
+Http::Response MakeBusyProblem(const char* what);
+
+// Passes a responder to `queue`, which sends the response later. Returns the busy problem with
+// `what` if `queue` returns false.
+using QueueResponder = std::function<bool(std::shared_ptr<Http::Responder>)>;
+Http::Reply Promised(const QueueResponder& queue, const char* what);
+
 // Returns the output of a console command for the snapshot, or a problem if the command fails.
 Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
                           const char* type = kJsonType);
@@ -40,7 +49,7 @@ Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, co
 std::string RunOnPlugin(const ApiContext& api, const Words& words);
 
 // Calls `answer` on the thread that reads the database, and sends its response. Returns a 503 if
-// too many requests are waiting for that thread.
+// too many requests are waiting for that thread. `answer` is not called if the client has left.
 Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Response()> answer);
 
 // Returns the console's name of the card with that serial number, such as "a0". Throws

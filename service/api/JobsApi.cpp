@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/Lookup.h"
 #include "console/base/Timestamp.h"
 #include "service/api/Documents.h"
 
@@ -44,26 +45,9 @@ const OperationRow* FindRow(const std::string& name, bool isOfDrive) {
   return found == std::end(kOperations) ? nullptr : found;
 }
 
-struct StateName {
-  JobState m_State;
-  const char* m_Name;
-};
-
-constexpr StateName kStates[] = {{JobState::Running, "RUNNING"},
-                                 {JobState::Succeeded, "SUCCEEDED"},
-                                 {JobState::Failed, "FAILED"}};
-
-const char* NameOf(JobState state) {
-  for (const StateName& row : kStates) {
-    if (row.m_State == state) return row.m_Name;
-  }
-  return "";
-}
-
-std::uint64_t Milliseconds(Job::Clock::time_point time) {
-  return static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count());
-}
+constexpr std::pair<JobState, const char*> kStates[] = {{JobState::Running, "RUNNING"},
+                                                        {JobState::Succeeded, "SUCCEEDED"},
+                                                        {JobState::Failed, "FAILED"}};
 
 Json ToJson(const Job& job) {
   const auto end = job.m_State == JobState::Running ? Job::Clock::now() : job.m_Ended;
@@ -72,8 +56,8 @@ Json ToJson(const Job& job) {
           {"serial_number", job.m_Serial},
           {"operation", job.m_Operation},
           {"dry_run", job.m_IsDryRun},
-          {"state", NameOf(job.m_State)},
-          {"started", Console::TimeText(Milliseconds(job.m_Started))},
+          {"state", Base::Lookup(kStates, job.m_State, "")},
+          {"started", Console::TimeText(Console::MillisecondsOf(job.m_Started))},
           {"elapsed_seconds", std::max(0.0, elapsed.count())},
           {"result", job.m_Result}};
 }
@@ -116,7 +100,7 @@ Response StartJob(const ApiContext& api, JobRequest request) {
   };
   if (!api.m_Threads.Run(run)) {
     api.m_Jobs.Drop(job->m_Id);
-    return MakeProblem(503, "TOO_MANY_CALLS", "too many commands are waiting for the plug-in");
+    return MakeBusyProblem("the plug-in");
   }
   Response response = MakeJson(202, ToJson(*job));
   response.m_Headers.emplace_back("Location", "/v1/jobs/" + job->m_Id);

@@ -2,52 +2,33 @@
 
 #include <fmt/format.h>
 
+#include <cctype>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "base/Lookup.h"
 #include "service/api/ApiTable.h"
 #include "service/api/Documents.h"
 #include "service/api/Schemas.h"
+#include "service/http/Router.h"
 
 namespace Service {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-struct MethodName {
-  Http::Method m_Method;
-  const char* m_Name;
-};
-
-constexpr MethodName kMethods[] = {{Http::Method::Get, "get"},
-                                   {Http::Method::Post, "post"},
-                                   {Http::Method::Put, "put"},
-                                   {Http::Method::Patch, "patch"},
-                                   {Http::Method::Delete, "delete"}};
-
-const char* NameOf(Http::Method method) {
-  for (const MethodName& row : kMethods) {
-    if (row.m_Method == method) return row.m_Name;
-  }
-  return "";
+// Returns the method's key in the document.
+std::string KeyOf(Http::Method method) {
+  std::string key(Http::NameOf(method));
+  for (char& each : key) each = static_cast<char>(std::tolower(each));
+  return key;
 }
 
-struct AccessText {
-  Http::Access m_Access;
-  const char* m_Text;
-};
-
-constexpr AccessText kAccessTexts[] = {
+constexpr std::pair<Http::Access, const char*> kAccessTexts[] = {
     {Http::Access::Anyone, "No permission required."},
     {Http::Access::Read, "Requires read permission; also available over TCP."},
     {Http::Access::Change, "Requires permission to make changes; Unix socket only."}};
-
-const char* TextOf(Http::Access access) {
-  for (const AccessText& row : kAccessTexts) {
-    if (row.m_Access == access) return row.m_Text;
-  }
-  return "";
-}
 
 Json RefTo(const char* kind, const std::string& name) {
   return {{"$ref", fmt::format("#/components/{}/{}", kind, name)}};
@@ -114,7 +95,7 @@ Json ResponsesOf(const ApiRow& row) {
 Json OperationJson(const ApiRow& row) {
   Json operation = {{"operationId", row.m_Id},
                     {"summary", row.m_Summary},
-                    {"description", TextOf(row.m_Access)},
+                    {"description", Base::Lookup(kAccessTexts, row.m_Access, "")},
                     {"parameters", ParametersOf(row)}};
   if (row.m_Body != nullptr) {
     operation["requestBody"] = {{"required", true}, {"content", ContentOf(kJsonType, row.m_Body)}};
@@ -126,7 +107,7 @@ Json OperationJson(const ApiRow& row) {
 
 Json PathsJson() {
   Json paths = Json::object();
-  for (const ApiRow& row : ApiRows()) paths[row.m_Path][NameOf(row.m_Method)] = OperationJson(row);
+  for (const ApiRow& row : ApiRows()) paths[row.m_Path][KeyOf(row.m_Method)] = OperationJson(row);
   return paths;
 }
 

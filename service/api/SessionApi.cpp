@@ -153,7 +153,7 @@ Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>
 
 // Sends the response of `read`, or a problem if the log cannot be read.
 Http::Reply ReadLogLater(const ApiContext& api, std::function<Response()> read) {
-  return AnswerLater(api, [read = std::move(read)] {
+  return AnswerFromDatabase(api, [read = std::move(read)] {
     try {
       return read();
     } catch (const DBEXCEPTION::DatabaseException& failure) {

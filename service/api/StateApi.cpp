@@ -43,23 +43,20 @@ auto Finish(Render render, std::shared_ptr<Http::Responder> responder) {
   };
 }
 
-Reply Promised(bool isQueued, const Http::Later& promise) {
-  if (isQueued) return promise;
-  return MakeProblem(503, "TOO_MANY_CALLS", "too many requests are waiting for the database");
-}
-
 template <class Work, class Render>
 Reply ReadState(const ApiContext& api, Work work, Render render) {
-  auto responder = std::make_shared<Http::Responder>();
-  const Http::Later promise = responder->Promise();
-  return Promised(api.m_State.Read(work, Finish(std::move(render), responder)), promise);
+  const auto queue = [&](std::shared_ptr<Http::Responder> responder) {
+    return api.m_State.Read(work, Finish(render, std::move(responder)));
+  };
+  return Promised(queue, "the database");
 }
 
 template <class Work, class Render>
 Reply ChangeState(const ApiContext& api, Work work, Render render) {
-  auto responder = std::make_shared<Http::Responder>();
-  const Http::Later promise = responder->Promise();
-  return Promised(api.m_State.Change(work, Finish(std::move(render), responder)), promise);
+  const auto queue = [&](std::shared_ptr<Http::Responder> responder) {
+    return api.m_State.Change(work, Finish(render, std::move(responder)));
+  };
+  return Promised(queue, "the database");
 }
 
 Json TimeJson(const std::optional<std::uint64_t>& time) {

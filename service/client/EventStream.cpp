@@ -10,6 +10,15 @@
 #include "service/client/ServiceFailure.h"
 
 namespace Service {
+namespace {
+
+// Returns false if the pause ended early: a stop signal arrived or one of `also` is ready.
+bool Pause(std::chrono::milliseconds time, const Console::WaitSet& also) {
+  if (Console::WaitReadable(also.m_Readable, time, {-1, also.m_Reader})) return false;
+  return !Console::HasLostReader(also.m_Reader) && !Console::IsStopRequested();
+}
+
+}  // namespace
 
 // Members are destroyed in reverse order, so the transfer is destroyed first.
 struct EventStream::Connection {
@@ -66,6 +75,9 @@ struct EventStream::Connection {
 };
 
 void EventStream::Connect(std::int64_t after) {
+  // Limits the rate of connections to a service that ends each stream immediately.
+  constexpr std::chrono::milliseconds kPause(200);
+  m_NextConnect = Console::Deadline(kPause);
   m_Connection = std::make_shared<Connection>(m_Socket, after);
 }
 
@@ -94,16 +106,21 @@ void EventStream::ThrowIfRefused(CURLcode code) const {
 bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds timeout,
                        const Console::WaitSet& also) {
   const Console::Deadline deadline(timeout);
-  if (!m_Connection) Connect(after);
+  if (!m_Connection) {
+    if (!Pause(deadline.Earlier(m_NextConnect).Left(), also) || !m_NextConnect.IsOver()) {
+      return false;
+    }
+    Connect(after);
+  }
   while (!HasNews()) {
     if (deadline.IsOver() || Console::IsStopRequested()) return false;
     const curl_socket_t socket = m_Connection->Socket();
     // A Unix socket connects immediately, unless the service's queue of connections is full.
     constexpr std::chrono::milliseconds kPause(20);
-    const bool isConnected = socket != CURL_SOCKET_BAD;
-    const bool isReadable = Console::WaitReadable(
-        isConnected ? socket : -1, deadline.Left(isConnected ? timeout : kPause), also);
-    if (isConnected && !isReadable) return false;
+    const bool mayContinue = socket == CURL_SOCKET_BAD
+                                 ? Pause(deadline.Left(kPause), also)
+                                 : Console::WaitReadable(socket, deadline.Left(timeout), also);
+    if (!mayContinue) return false;
   }
   return true;
 }

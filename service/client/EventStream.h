@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "console/base/Deadline.h"
 #include "console/base/StopSignals.h"
 #include "service/client/CurlHandles.h"
 
@@ -23,7 +24,7 @@ class EventStream {
   // Waits for an event with a number above `after` or for a new snapshot. Connects first if there
   // is no connection. Returns false on timeout, on a stop signal, or if one of `also` is ready.
   // Throws `Console::Failure` if the service does not accept the stream. If the stream ends,
-  // returns true, and the next call connects again.
+  // returns true, and the next call connects again after a pause.
   bool Wait(std::int64_t after, std::chrono::milliseconds timeout, const Console::WaitSet& also);
 
  private:
@@ -35,6 +36,7 @@ class EventStream {
 
   const std::filesystem::path m_Socket;
   std::shared_ptr<Connection> m_Connection;  // null: not connected
+  Console::Deadline m_NextConnect{std::chrono::milliseconds(0)};
 };
 
 }  // namespace Service

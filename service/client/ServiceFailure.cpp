@@ -1,9 +1,6 @@
 #include "service/client/ServiceFailure.h"
 
 #include <fmt/format.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -11,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/Descriptor.h"
 #include "base/Printable.h"
+#include "base/SocketAddress.h"
 #include "service/client/StatusTable.h"
 
 namespace Service {
@@ -26,18 +23,6 @@ using Words = std::vector<std::string>;
 constexpr const char* kWithoutService =
     "Pass --direct to load the plug-in into this process instead.";
 constexpr const char* kMayHaveChanged = "The command may still take effect; check with show.";
-
-// Connects again and returns the errno value, because libcurl does not report it.
-int ErrorOfConnecting(const std::string& socket) {
-  sockaddr_un address = {};
-  if (socket.size() >= sizeof address.sun_path) return ENAMETOOLONG;
-  address.sun_family = AF_UNIX;
-  socket.copy(address.sun_path, socket.size());
-  const Base::Descriptor probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!probe.IsOpen()) return errno;
-  const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
-  return connect(probe.Get(), generic, sizeof address) == 0 ? ECONNREFUSED : errno;
-}
 
 std::string AtSocket(const std::filesystem::path& socket) {
   return fmt::format("the service at {}", socket.string());
@@ -55,7 +40,9 @@ std::string TextOf(const Json& problem, const char* name) {
 }  // namespace
 
 Failure NoServiceFailure(const std::filesystem::path& socket) {
-  const int error = ErrorOfConnecting(socket.string());
+  // libcurl does not report why it could not connect. A new attempt may succeed.
+  int error = Base::ErrorOfConnecting(socket.string());
+  if (error == 0) error = ECONNREFUSED;
   const bool denied = error == EACCES || error == EPERM;
   return Failure(denied ? ExitCode::Permission : ExitCode::Failed, kNoService,
                  fmt::format("cannot connect to {}", AtSocket(socket)), std::strerror(error),

@@ -95,10 +95,15 @@ std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand 
                     [&] { return Console::ReplyFromJson(command.m_Command, json); });
 }
 
-// Reads the state again, because the plug-in may have failed to start a thread.
+// Reads the state again, because the plug-in may have failed to start a thread. If that fails, the
+// result of the operation still counts, and the next read reports the failure.
 std::uint32_t ServiceSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
   const std::uint32_t result = CommandSession::ExecuteOperation(object, operation);
-  m_State = ReadState();
+  try {
+    m_State = ReadState();
+  } catch (const Failure&) {
+  } catch (const Console::Stopped&) {
+  }
   return result;
 }
 

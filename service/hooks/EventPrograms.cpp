@@ -60,12 +60,21 @@ std::string VariableOf(const std::string& key) {
 
 EventPrograms::EventPrograms(ProgramSettings settings) : m_Settings(std::move(settings)) {
   if (!m_Settings.m_StateFile.empty()) m_LastNumber = ReadNumber(m_Settings.m_StateFile);
-  for (unsigned i = 0; i < m_Settings.m_Parallel; ++i) {
-    m_Threads.emplace_back(&EventPrograms::RunThread, this);
+  try {
+    for (unsigned i = 0; i < m_Settings.m_Parallel; ++i) {
+      m_Threads.emplace_back(&EventPrograms::RunThread, this);
+    }
+  } catch (...) {
+    Stop();
+    throw;
   }
 }
 
 EventPrograms::~EventPrograms() {
+  Stop();
+}
+
+void EventPrograms::Stop() {
   {
     const auto end = std::chrono::steady_clock::now() + m_Settings.m_StopTimeout;
     Base::MutexLock lock(m_Lock);

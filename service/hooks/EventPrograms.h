@@ -43,7 +43,7 @@ struct ProgramSettings {
 // for that event. An event whose number cannot be written is dropped with a report.
 class EventPrograms {
  public:
-  // Starts the threads.
+  // Starts the threads. Throws `std::system_error` if one cannot be started.
   explicit EventPrograms(ProgramSettings settings);
   // Starts no programs for further events, and kills programs that are still running after the stop
   // timeout. Queued events must be passed again after the next start.
@@ -60,6 +60,7 @@ class EventPrograms {
   void Take(Event event);
 
  private:
+  void Stop();
   bool Enqueue(Event event);
   void RunThread();
   std::optional<Event> Next();

@@ -12,15 +12,20 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 #include "base/Descriptor.h"
+#include "console/base/AwaitExit.h"
 #include "console/base/Deadline.h"
 
 namespace Hooks {
 namespace {
 
 constexpr std::size_t kMostOutput = 16384;
+
+// Time limit for the exit of a killed process. One that hangs in the kernel is left running.
+constexpr std::chrono::milliseconds kKillTimeout(3000);
 
 // A file instead of a pipe, so that a program that does not read its input cannot block the
 // service.
@@ -138,10 +143,10 @@ ProgramResult Run(const ProgramRun& run) {
   result.m_Failure = end.IsOpen() ? Await(end.Get(), pipe.m_Read.Get(), run, result.m_Output)
                                   : CannotStart(errno).m_Failure;
   kill(-process, SIGKILL);
-  int status = 0;
-  while (waitpid(process, &status, 0) < 0 && errno == EINTR) continue;
+  const auto status = Console::AwaitExit(process, Console::Deadline(kKillTimeout));
   ReadRest(pipe.m_Read.Get(), result.m_Output);
-  if (result.m_Failure.empty()) result.m_Failure = FailureOf(status);
+  if (!status) result.m_Failure = "cannot be killed";
+  if (result.m_Failure.empty()) result.m_Failure = FailureOf(*status);
   return result;
 }
 

@@ -211,7 +211,6 @@ constexpr Refusal (*kRules[])(Case&) = {
 Admission Admit(const Head& head, const Router& router, const Settings& settings,
                 const Permissions& permissions) {
   Admission admission;
-  admission.m_Request.m_IsHead = head.m_Method == "HEAD";
   admission.m_Request.m_Peer = head.m_Peer;
   Case each = {head, router, settings, permissions, admission};
   for (const auto& rule : kRules) {

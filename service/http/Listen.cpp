@@ -3,15 +3,20 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstddef>
 #include <cstring>
 #include <system_error>
+
+#include "base/FileLock.h"
+#include "base/SocketAddress.h"
 
 namespace Http {
 namespace {
@@ -56,19 +61,20 @@ Address BoundAddress(const Base::Descriptor& socket) {
   return address;
 }
 
-template <typename Number>
-std::string TextOf(int family, const Number& number) {
-  char text[INET6_ADDRSTRLEN] = "";
-  inet_ntop(family, &number, text, sizeof text);
-  return text;
+Address UnixAddress(const std::string& path) {
+  const auto address = Base::UnixAddress(path);
+  if (!address) Throw(ENAMETOOLONG, path);
+  return MakeAddress(*address);
 }
 
-Address UnixAddress(const std::string& path) {
-  sockaddr_un address = {};
-  if (path.size() >= sizeof address.sun_path) Throw(ENAMETOOLONG, path);
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, path.size());
-  return MakeAddress(address);
+// An abstract name is shown as "@name", as in /proc/net/unix. A path of maximum length has no NUL.
+std::string UnixName(const Address& bound) {
+  const auto address = As<sockaddr_un>(bound);
+  const std::size_t end = std::min<std::size_t>(bound.m_Size, sizeof address);
+  std::string name(address.sun_path, end - offsetof(sockaddr_un, sun_path));
+  if (name.empty() || name.front() != '\0') return name.substr(0, name.find('\0'));
+  name.front() = '@';
+  return name;
 }
 
 Address TcpAddress(const std::string& text, std::uint16_t port) {
@@ -89,27 +95,25 @@ Base::Descriptor MakeSocket(int family) {
   return socket;
 }
 
-// Keeps two services that start simultaneously from replacing each other's socket.
+// Keeps two services that start simultaneously from replacing each other's socket. A service holds
+// the lock only briefly. Any user can hold it longer, so a start does not depend on it.
 Base::Descriptor LockDirectory(const std::filesystem::path& path) {
+  constexpr std::chrono::seconds kTimeout(1);
   const std::filesystem::path directory = path.has_parent_path() ? path.parent_path() : ".";
   Base::Descriptor file = Base::OpenAt(AT_FDCWD, directory, O_RDONLY | O_DIRECTORY);
-  Check(file.IsOpen() && flock(file.Get(), LOCK_EX) == 0, directory);
+  Check(file.IsOpen(), directory);
+  const int error = Base::Lock(file, kTimeout);
+  if (error != 0 && error != EWOULDBLOCK) Throw(error, directory);
   return file;
 }
 
-// Whether a process listens on the address, even if its queue of connections is full.
-bool IsServed(Address address) {
-  const Base::Descriptor probe = MakeSocket(AF_UNIX);
-  return connect(probe.Get(), address.Get(), address.m_Size) == 0 || errno != ECONNREFUSED;
-}
-
-void RemoveStale(const std::string& path, const Address& address) {
+void RemoveStale(const std::string& path) {
   struct stat status;
   const bool exists = lstat(path.c_str(), &status) == 0;
   if (!exists && errno == ENOENT) return;
   Check(exists, path);
   if (!S_ISSOCK(status.st_mode)) Throw(EEXIST, path);
-  if (IsServed(address)) Throw(EADDRINUSE, path);
+  if (Base::ErrorOfConnecting(path) != ECONNREFUSED) Throw(EADDRINUSE, path);
   Check(unlink(path.c_str()) == 0, path);
 }
 
@@ -120,8 +124,8 @@ Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
                             std::optional<gid_t> group) {
   Address address = UnixAddress(path);
   const Base::Descriptor lock = LockDirectory(path);
-  RemoveStale(path, address);
   Base::Descriptor socket = MakeSocket(AF_UNIX);
+  RemoveStale(path);
   Check(bind(socket.Get(), address.Get(), address.m_Size) == 0, path);
   ShareSocket(path, mode, group);
   Check(listen(socket.Get(), SOMAXCONN) == 0, path);
@@ -147,13 +151,15 @@ Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port) {
 std::string NameOf(const Base::Descriptor& socket) {
   const Address bound = BoundAddress(socket);
   const std::string port = ":" + std::to_string(PortOf(socket));
+  const auto v4 = As<sockaddr_in>(bound);
+  const auto v6 = As<sockaddr_in6>(bound);
   switch (bound.m_Storage.ss_family) {
     case AF_UNIX:
-      return As<sockaddr_un>(bound).sun_path;
+      return UnixName(bound);
     case AF_INET:
-      return TextOf(AF_INET, As<sockaddr_in>(bound).sin_addr) + port;
+      return Base::AddressText(AF_INET, &v4.sin_addr) + port;
     case AF_INET6:
-      return "[" + TextOf(AF_INET6, As<sockaddr_in6>(bound).sin6_addr) + "]" + port;
+      return "[" + Base::AddressText(AF_INET6, &v6.sin6_addr) + "]" + port;
     default:
       return {};
   }

@@ -26,8 +26,8 @@ void ShareSocket(const std::filesystem::path& path, mode_t mode, std::optional<g
 // `std::system_error`: EINVAL if `address` is not an IP address.
 Base::Descriptor ListenTcp(const std::string& address, std::uint16_t port);
 
-// Returns the path of a Unix socket, or the address and port of a TCP socket, such as
-// "127.0.0.1:80" or "[::1]:80". Returns empty for any other descriptor.
+// Returns the path of a Unix socket, "@name" for an abstract one, or the address and port of a TCP
+// socket, such as "127.0.0.1:80" or "[::1]:80". Returns empty for any other descriptor.
 std::string NameOf(const Base::Descriptor& socket);
 
 // Whether only clients on this machine can connect: a Unix socket, or TCP at a loopback address.

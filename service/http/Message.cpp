@@ -9,9 +9,9 @@
 namespace Http {
 namespace {
 
-constexpr std::string_view kKeptHeaders[] = {"accept",        "content-encoding", "content-type",
-                                             "host",          "idempotency-key",  "if-none-match",
-                                             "last-event-id", "origin",           "user-agent"};
+constexpr std::string_view kKeptHeaders[] = {
+    "content-encoding", "content-type",  "host",  "idempotency-key",
+    "if-none-match",    "last-event-id", "origin"};
 
 std::string_view Trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(" \t");

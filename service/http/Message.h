@@ -12,7 +12,7 @@
 
 namespace Http {
 
-// HEAD is GET with `Request::m_IsHead`.
+// HEAD is handled as GET; the server omits the body.
 enum class Method { Get, Post, Put, Patch, Delete };
 
 // Texts by name.
@@ -38,11 +38,10 @@ struct Peer {
 // and percent escapes have been decoded.
 struct Request {
   Method m_Method = Method::Get;
-  bool m_IsHead = false;  // the body of the response will not be sent
-  Texts m_Parameters;     // by their names in the route's path
-  Texts m_Query;          // only names that the route allows; "" if there is no value
-  Texts m_Headers;        // names in lower case; only those that `IsKept` accepts
-  std::string m_Body;     // as received
+  Texts m_Parameters;  // by their names in the route's path
+  Texts m_Query;       // only names that the route allows; "" if there is no value
+  Texts m_Headers;     // names in lower case; only those that `IsKept` accepts
+  std::string m_Body;  // as received
   Peer m_Peer;
   bool m_MayChange = false;  // the client may use routes with `Access::Change`
 };

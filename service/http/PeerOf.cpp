@@ -1,32 +1,28 @@
 #include "service/http/PeerOf.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "base/SocketAddress.h"
+
 namespace Http {
 namespace {
-
-std::string TextOf(int family, const void* address) {
-  char text[INET6_ADDRSTRLEN] = "";
-  inet_ntop(family, address, text, sizeof text);
-  return text;
-}
 
 // An IPv4 client has the same address text with an IPv6 listener as with an IPv4 listener.
 std::string AddressOf(const sockaddr_storage& peer) {
   if (peer.ss_family == AF_INET) {
     sockaddr_in address;
     std::memcpy(&address, &peer, sizeof address);
-    return TextOf(AF_INET, &address.sin_addr);
+    return Base::AddressText(AF_INET, &address.sin_addr);
   }
   sockaddr_in6 address;
   std::memcpy(&address, &peer, sizeof address);
-  if (!IN6_IS_ADDR_V4MAPPED(&address.sin6_addr)) return TextOf(AF_INET6, &address.sin6_addr);
-  return TextOf(AF_INET, &address.sin6_addr.s6_addr[12]);
+  if (!IN6_IS_ADDR_V4MAPPED(&address.sin6_addr))
+    return Base::AddressText(AF_INET6, &address.sin6_addr);
+  return Base::AddressText(AF_INET, &address.sin6_addr.s6_addr[12]);
 }
 
 // Returns empty if the kernel does not support SO_PEERGROUPS.

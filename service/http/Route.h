@@ -26,7 +26,7 @@ enum class Access {
   Change,  // users who may make changes; no TCP clients
 };
 
-enum class BodyRule { None, Optional, Required };
+enum class BodyRule { None, Required };
 
 struct Route {
   Method m_Method;

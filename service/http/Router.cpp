@@ -15,7 +15,7 @@ struct MethodName {
   Method m_Method;
 };
 
-// In the order in which an Allow header lists them.
+// In the order in which an Allow header lists them. `NameOf` returns the first name of a method.
 constexpr MethodName kMethods[] = {
     {"GET", Method::Get}, {"HEAD", Method::Get},    {"POST", Method::Post},
     {"PUT", Method::Put}, {"PATCH", Method::Patch}, {"DELETE", Method::Delete},
@@ -64,6 +64,13 @@ std::optional<Method> MethodOf(std::string_view name) {
     if (row.m_Name == name) return row.m_Method;
   }
   return std::nullopt;
+}
+
+std::string_view NameOf(Method method) {
+  const auto* const row =
+      std::find_if(std::begin(kMethods), std::end(kMethods),
+                   [method](const MethodName& each) { return each.m_Method == method; });
+  return row == std::end(kMethods) ? std::string_view() : row->m_Name;
 }
 
 std::vector<std::string_view> SegmentsOf(std::string_view path) {

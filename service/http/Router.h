@@ -14,6 +14,9 @@ namespace Http {
 // can have.
 std::optional<Method> MethodOf(std::string_view name);
 
+// Returns the name of the method, in upper case.
+std::string_view NameOf(Method method);
+
 // Splits a path at each "/". Text before the first "/" is dropped.
 std::vector<std::string_view> SegmentsOf(std::string_view path);
 

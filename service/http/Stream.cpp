@@ -43,11 +43,6 @@ void Stream::Close() {
   if (gate != nullptr) gate->Wake();
 }
 
-bool Stream::IsGone() const {
-  const Base::MutexLock lock(m_Lock);
-  return m_IsClosed;
-}
-
 bool Stream::IsCut() const {
   const Base::MutexLock lock(m_Lock);
   return m_IsCut;

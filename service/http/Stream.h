@@ -21,15 +21,12 @@ class Stream : public Unfinished {
   // Queues up to `bytes` bytes for a slow reader.
   explicit Stream(std::size_t bytes, std::string contentType = "text/event-stream");
 
-  // Queues `text`. Returns false if the stream has ended or the text does not fit. If it does not
-  // fit, the connection is cut, and the client has to resume. An empty queue accepts text of any
-  // length.
+  // Queues `text`. Returns false if the stream has ended: the client is gone or was cut, the stream
+  // was closed, or the server is stopping. Text that does not fit cuts the connection, and the
+  // client has to resume. An empty queue accepts text of any length.
   bool Send(std::string_view text);
   // Ends the stream after the queued text.
   void Close();
-  // Whether `Send` would return false because the client is gone or was cut, the stream was closed,
-  // or the server is stopping.
-  bool IsGone() const;
 
   // Set callbacks before the handler returns the stream. They must not block.
   //

@@ -1,27 +1,20 @@
 #include "service/state/CardRows.h"
 
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <optional>
+#include <set>
 #include <sstream>
-#include <tuple>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace Service {
 namespace {
 
 using HostKit::Connection;
 using HostKit::Statement;
-
-constexpr const char* kColumns =
-    "serial_number, position, first_seen, last_seen, is_present, name, product, pci_address, slot, "
-    "size_bytes, logged_present, logged_new, logged_object_id, logged_name, logged_reasons, "
-    "logged_formats";
-// Excludes the column `hours`, which the history updates.
-constexpr const char* kUpdates =
-    "position = excluded.position, first_seen = excluded.first_seen, "
-    "last_seen = excluded.last_seen, is_present = excluded.is_present, name = excluded.name, "
-    "product = excluded.product, pci_address = excluded.pci_address, slot = excluded.slot, "
-    "size_bytes = excluded.size_bytes, logged_present = excluded.logged_present, "
-    "logged_new = excluded.logged_new, logged_object_id = excluded.logged_object_id, "
-    "logged_name = excluded.logged_name, logged_reasons = excluded.logged_reasons, "
-    "logged_formats = excluded.logged_formats";
 
 // Formats numbers separated by blanks.
 std::string TextOf(const std::set<std::uint32_t>& reasons) {
@@ -68,60 +61,104 @@ std::vector<DriveState> DrivesIn(const std::string& text) {
   return drives;
 }
 
+// The content of a column.
+using Cell = std::variant<std::optional<std::int64_t>, std::string>;
+
+template <class Number>
+Cell CellOf(const Number& number) {
+  return std::optional(static_cast<std::int64_t>(number));
+}
+Cell CellOf(const std::optional<std::int64_t>& number) {
+  return number;
+}
+Cell CellOf(const std::string& text) {
+  return text;
+}
+Cell CellOf(const std::set<std::uint32_t>& reasons) {
+  return TextOf(reasons);
+}
+Cell CellOf(const std::vector<DriveState>& drives) {
+  return TextOf(drives);
+}
+
+template <class Number>
+void Read(const Statement& statement, int column, Number& number) {
+  number = static_cast<Number>(statement.Integer(column));
+}
+void Read(const Statement& statement, int column, std::optional<std::int64_t>& number) {
+  number = statement.OptionalInteger(column);
+}
+void Read(const Statement& statement, int column, std::string& text) {
+  text = statement.Text(column);
+}
+void Read(const Statement& statement, int column, std::set<std::uint32_t>& reasons) {
+  reasons = ReasonsIn(statement.Text(column));
+}
+void Read(const Statement& statement, int column, std::vector<DriveState>& drives) {
+  drives = DrivesIn(statement.Text(column));
+}
+
+// Calls `visit(name, value)` for each column, the key first, except `hours`, which the history
+// updates.
+template <class Row, class Visit>
+void ForEachColumn(Row& row, Visit visit) {
+  visit("serial_number", row.m_Card.m_SerialNumber);
+  visit("position", row.m_Card.m_Position);
+  visit("first_seen", row.m_Card.m_FirstSeen);
+  visit("last_seen", row.m_Card.m_LastSeen);
+  visit("is_present", row.m_Card.m_IsPresent);
+  visit("name", row.m_Card.m_Name);
+  visit("product", row.m_Card.m_Product);
+  visit("pci_address", row.m_Card.m_PciAddress);
+  visit("slot", row.m_Card.m_Slot);
+  visit("size_bytes", row.m_Card.m_SizeBytes);
+  visit("logged_present", row.m_Logged.m_IsPresent);
+  visit("logged_new", row.m_Logged.m_IsNew);
+  visit("logged_object_id", row.m_Logged.m_ObjectID);
+  visit("logged_name", row.m_Logged.m_Name);
+  visit("logged_reasons", row.m_Logged.m_Reasons);
+  visit("logged_formats", row.m_Logged.m_Drives);
+}
+
+// Formats each column with `form`, where "{0}" is its name, and joins them with commas.
+std::string ColumnList(const char* form) {
+  std::string list;
+  const CardRow row;
+  ForEachColumn(row, [&](const char* name, const auto&) {
+    list += (list.empty() ? "" : ", ") + fmt::format(fmt::runtime(form), name);
+  });
+  return list;
+}
+
 CardRow RowOf(const Statement& statement) {
   CardRow row;
-  KnownCard& card = row.m_Card;
-  card.m_SerialNumber = statement.Text(0);
-  card.m_Position = statement.Integer(1);
-  card.m_FirstSeen = static_cast<std::uint64_t>(statement.Integer(2));
-  card.m_LastSeen = static_cast<std::uint64_t>(statement.Integer(3));
-  card.m_IsPresent = statement.Integer(4) != 0;
-  card.m_Name = statement.Text(5);
-  card.m_Product = statement.Text(6);
-  card.m_PciAddress = statement.Text(7);
-  card.m_Slot = statement.OptionalInteger(8);
-  card.m_SizeBytes = statement.OptionalInteger(9);
-  row.m_Logged.m_IsPresent = statement.Integer(10) != 0;
-  row.m_Logged.m_IsNew = statement.Integer(11) != 0;
-  row.m_Logged.m_ObjectID = static_cast<std::uint64_t>(statement.Integer(12));
-  row.m_Logged.m_Name = statement.Text(13);
-  row.m_Logged.m_Reasons = ReasonsIn(statement.Text(14));
-  row.m_Logged.m_Drives = DrivesIn(statement.Text(15));
+  int column = 0;
+  ForEachColumn(row, [&](const char*, auto& value) { Read(statement, column++, value); });
   return row;
 }
 
-void Write(Connection& connection, const CardRow& row) {
-  Statement statement =
-      connection.Prepare(std::string("INSERT INTO host_known_cards (") + kColumns +
-                         ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) "
-                         "ON CONFLICT (serial_number) DO UPDATE SET " +
-                         kUpdates);
-  const KnownCard& card = row.m_Card;
-  const CardState& logged = row.m_Logged;
-  statement.Bind(card.m_SerialNumber).Bind(card.m_Position);
-  statement.Bind(static_cast<std::int64_t>(card.m_FirstSeen));
-  statement.Bind(static_cast<std::int64_t>(card.m_LastSeen)).Bind(std::int64_t{card.m_IsPresent});
-  statement.Bind(card.m_Name).Bind(card.m_Product).Bind(card.m_PciAddress);
-  statement.Bind(card.m_Slot).Bind(card.m_SizeBytes);
-  statement.Bind(std::int64_t{logged.m_IsPresent}).Bind(std::int64_t{logged.m_IsNew});
-  statement.Bind(static_cast<std::int64_t>(logged.m_ObjectID)).Bind(logged.m_Name);
-  statement.Bind(TextOf(logged.m_Reasons)).Bind(TextOf(logged.m_Drives)).Step();
+std::vector<Cell> CellsOf(const CardRow& row) {
+  std::vector<Cell> cells;
+  ForEachColumn(row, [&](const char*, const auto& value) { cells.push_back(CellOf(value)); });
+  return cells;
 }
 
-auto Cells(const CardRow& row) {
-  const KnownCard& card = row.m_Card;
-  const CardState& logged = row.m_Logged;
-  return std::make_tuple(card.m_Position, card.m_FirstSeen, card.m_LastSeen, card.m_IsPresent,
-                         card.m_Name, card.m_Product, card.m_PciAddress, card.m_Slot,
-                         card.m_SizeBytes, logged.m_IsPresent, logged.m_IsNew, logged.m_ObjectID,
-                         logged.m_Name, logged.m_Reasons, TextOf(logged.m_Drives));
+void Write(Connection& connection, const CardRow& row) {
+  static const std::string sql = fmt::format(
+      "INSERT INTO host_known_cards ({}) VALUES ({}) ON CONFLICT (serial_number) DO UPDATE SET {}",
+      ColumnList("{0}"), ColumnList("?"), ColumnList("{0} = excluded.{0}"));
+  Statement statement = connection.Prepare(sql);
+  for (const Cell& cell : CellsOf(row)) {
+    std::visit([&statement](const auto& value) { statement.Bind(value); }, cell);
+  }
+  statement.Step();
 }
 
 }  // namespace
 
 CardRows ReadCardRows(Connection& connection) {
   Statement statement =
-      connection.Prepare(std::string("SELECT ") + kColumns + " FROM host_known_cards");
+      connection.Prepare(fmt::format("SELECT {} FROM host_known_cards", ColumnList("{0}")));
   CardRows rows;
   while (statement.Step()) {
     CardRow row = RowOf(statement);
@@ -134,7 +171,7 @@ CardRows ReadCardRows(Connection& connection) {
 void WriteCardRows(Connection& connection, const CardRows& stored, const CardRows& rows) {
   for (const auto& [serial, row] : rows) {
     const auto found = stored.find(serial);
-    if (found == stored.end() || Cells(found->second) != Cells(row)) Write(connection, row);
+    if (found == stored.end() || CellsOf(found->second) != CellsOf(row)) Write(connection, row);
   }
 }
 

@@ -14,9 +14,6 @@ using HostKit::Connection;
 using HostKit::Statement;
 using Cell = std::optional<std::int64_t>;
 
-constexpr std::int64_t kMinuteMs = 60'000;
-constexpr std::int64_t kMinutesPerHour = 60;
-
 // The values of one field in one hour.
 struct FieldSummary {
   std::int64_t m_Known = 0;
@@ -148,7 +145,7 @@ void WriteMinute(Connection& connection, std::int64_t number, std::int64_t minut
 }  // namespace
 
 void WriteHistory(Connection& connection, std::uint64_t timeMs, const HistorySample& sample) {
-  const std::int64_t minute = static_cast<std::int64_t>(timeMs) / kMinuteMs;
+  const std::int64_t minute = static_cast<std::int64_t>(timeMs / kMinuteMs);
   const std::int64_t last = ReadNumber(connection, StateNumber::LastMinute);
   if (minute == last || sample.empty()) return;
   const std::int64_t number = ReadNumber(connection, StateNumber::NextMinute);

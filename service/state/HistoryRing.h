@@ -15,7 +15,9 @@
 
 namespace Service {
 
-constexpr std::int64_t kMinutesKept = 48 * 60;
+constexpr std::uint64_t kMinuteMs = 60'000;
+constexpr std::int64_t kMinutesPerHour = 60;
+constexpr std::int64_t kMinutesKept = 48 * kMinutesPerHour;
 constexpr std::int64_t kHoursKept = 731 * 24;
 // Only cards at positions below this number have a history.
 constexpr std::int64_t kPositions = 65536;

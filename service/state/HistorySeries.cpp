@@ -14,9 +14,6 @@ namespace {
 using HostKit::Connection;
 using HostKit::Statement;
 
-constexpr std::uint64_t kMinuteMs = 60'000;
-constexpr std::int64_t kMinutesPerHour = 60;
-
 // The recorded values of one hour.
 struct Hour {
   std::vector<HistoryValue> m_Summaries;

@@ -11,7 +11,6 @@
 namespace {
 
 using Console::CommandFromJson;
-using Console::EventFromJson;
 using Console::PluginCommand;
 using Console::PluginReply;
 using Console::RecordError;
@@ -197,11 +196,11 @@ TEST(RecordJson, ConvertsAnyText) {
   };
   for (const TextCase& each : cases) {
     SCOPED_TRACE(each.m_Json.dump());
-    PI::CEvent event;
+    HostKit::LoggedEvent event{};
     event.m_SourceName = each.m_Text;
     const json sent = ToJson(event);
     EXPECT_EQ(each.m_Json, sent.contains("source_name") ? sent["source_name"] : json());
-    EXPECT_EQ(each.m_Text, EventFromJson(json::parse(sent.dump())).m_SourceName);
+    EXPECT_EQ(each.m_Text, Console::LoggedEventFromJson(json::parse(sent.dump())).m_SourceName);
   }
 }
 
@@ -341,7 +340,9 @@ TEST(RecordJson, ConvertsEveryFieldOfACount) {
 }
 
 TEST(RecordJson, RejectsAnEventWithTooFewPlaceholders) {
-  EXPECT_THROW(EventFromJson({{"place_holders", {"one"}}}), RecordError);
+  const json event = {{"place_holders", {"one"}}};
+  EXPECT_EQ("payload.events[0].place_holders: expected a list of 14",
+            WhyRejected({{"command", "EXECUTE_OPERATION"}, {"payload", {{"events", {event}}}}}));
 }
 
 }  // namespace

@@ -124,12 +124,14 @@ END
   eventually all_ended
 }
 
+# once NAME KEY PATH BODY: keeps the response of a request with that key.
+once() {
+  curl -s --max-time 60 --unix-socket "$SOCKET" -o "$BATS_FILE_TMPDIR/$1.out" -w '%{http_code}' \
+    -H "Content-Type: application/json" -H "Idempotency-Key: $2" -d "$4" \
+    "http://service/v1/cards/$3" >"$BATS_FILE_TMPDIR/$1.rc"
+}
+
 @test "a repeated request with the same key starts one job" {
-  once() {
-    curl -s --max-time 60 --unix-socket "$SOCKET" -o "$BATS_FILE_TMPDIR/$1.out" -w '%{http_code}' \
-      -H "Content-Type: application/json" -H "Idempotency-Key: $2" -d "$4" \
-      "http://service/v1/cards/$3" >"$BATS_FILE_TMPDIR/$1.rc"
-  }
   once first key1 S100/operations/locate '{"dry_run": true}'
   once again key1 S100/operations/locate '{"dry_run": true}'
   ended first 202
@@ -139,6 +141,17 @@ END
   problem body 422 IDEMPOTENCY_KEY_REUSED
   once path key1 S200/operations/locate '{"dry_run": true}'
   problem path 422 IDEMPOTENCY_KEY_REUSED
+}
+
+@test "a repeated request with the same key is logged once" {
+  local i before
+  logged() { grep -c '^corvane-host: runOperation/locate/S100 requested by uid ' "$BATS_FILE_TMPDIR/serve.err" || true; }
+  before=$(logged)
+  for i in 1 2; do
+    once logged key2 S100/operations/locate '{"dry_run": true}'
+    ended logged 202
+  done
+  same $((before + 1)) "$(logged)"
 }
 
 @test "jobs are listed, newest first" {

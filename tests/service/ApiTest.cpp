@@ -1,15 +1,19 @@
 // Requests that the plug-in does not answer in time.
 
+#include <gmock/gmock.h>
 #include <signal.h>
 
 #include <chrono>
+#include <future>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "console/base/Deadline.h"
 #include "console/commands/All.h"
 #include "service/api/ApiTable.h"
+#include "service/api/Documents.h"
 #include "service/http/LateResponse.h"
 #include "tests/service/CollectorFixture.h"
 #include "tests/support/Temporary.h"
@@ -36,9 +40,7 @@ class Api : public CorvaneTest::CollectorFixture {
     Await([starts](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Starts > starts; });
   }
 
-  // Calls the route's handler, waits for its deferred response, and returns the response's status
-  // and problem id.
-  std::string StatusOf(Http::Method method, const char* path, const Http::Request& request) {
+  Service::ApiContext Context() {
     Service::ApiContext api{Console::AllCommands(),
                             m_Stream,
                             m_Store,
@@ -50,9 +52,19 @@ class Api : public CorvaneTest::CollectorFixture {
                             m_State};
     api.m_FreshTimeout = milliseconds(20);
     api.m_CallTimeout = m_CallTimeout;
+    return api;
+  }
+
+  // Calls the route's handler, waits for its deferred response, and returns the response's status
+  // and problem id.
+  std::string StatusOf(Http::Method method, const char* path, const Http::Request& request) {
+    const Service::ApiContext api = Context();
     for (const Http::Route& route : Service::ApiRoutes(api)) {
       if (route.m_Method != method || route.m_Path != path) continue;
       const Http::Reply reply = route.m_Handler(request);
+      if (const auto* const problem = std::get_if<Http::Response>(&reply)) {
+        return "at once: " + *problem->m_Body;
+      }
       const auto& later = std::get<Http::Later>(reply).m_Response;
       const Console::Deadline deadline(CorvaneTest::kTimeout);
       while (!later->Get() && !deadline.IsOver()) std::this_thread::sleep_for(milliseconds(5));
@@ -106,6 +118,39 @@ TEST_F(Api, TimesOutWithAChangeThatHangsAndReplacesThePlugin) {
   }
   EXPECT_EQ("504 TIMED_OUT", response);
   AwaitUpAfter(m_Store.Get()->m_Plugin.m_Starts);
+}
+
+// The database is not read for a client that has left while its request was queued.
+TEST_F(Api, DoesNotReadTheDatabaseForAClientThatHasLeft) {
+  Start(Settings());
+  const Service::ApiContext api = Context();
+  std::promise<void> end;
+  m_State.Read([ended = end.get_future().share()](auto&) { return ended.wait(), true; },
+               [](const auto&) {});
+  std::vector<int> answered;
+  std::vector<Http::Later> promises;
+  for (const int number : {1, 2}) {
+    const auto answer = [&answered, number] {
+      answered.push_back(number);
+      return Http::Response();
+    };
+    promises.push_back(std::get<Http::Later>(Service::AnswerFromDatabase(api, answer)));
+  }
+  promises[0].m_Response->End();
+  end.set_value();
+  m_State.Stop();
+  EXPECT_THAT(answered, testing::ElementsAre(2));
+}
+
+// Clients can read the log even when many calls wait for a card.
+TEST_F(Api, ReadsTheLogWhileAllThreadsWaitForACard) {
+  Start(Settings());
+  std::promise<void> end;
+  const auto wait = [ended = end.get_future().share()] { ended.wait(); };
+  while (m_Threads.Run(wait)) continue;
+  EXPECT_EQ("200 ", StatusOf(Http::Method::Get, "/v1/session/events", {}));
+  EXPECT_EQ("200 ", StatusOf(Http::Method::Get, "/v1/session/event-counts", {}));
+  end.set_value();
 }
 
 }  // namespace

@@ -195,10 +195,7 @@ TEST_F(Faults, WorksAfterTheDiskWasFull) {
 TEST_F(Faults, AReadOnlyFileIsReported) {
   m_pStorage->insert(AnAdapter(1));
   CloseFile();
-  using std::filesystem::perms;
-  std::filesystem::permissions(m_Directory.Path(), perms::all);
-  std::filesystem::permissions(File().parent_path(), perms::all);
-  std::filesystem::permissions(File(), perms::owner_read | perms::group_read | perms::others_read);
+  LetAllUsersRead(File());
   const OrdinaryUser user;
   Use(File().string());
   EXPECT_EQ(FailureOf(kRead), "attempt to write a readonly database");

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "console/base/Failure.h"
+#include "console/base/Notifier.h"
 #include "service/client/ServiceSession.h"
 #include "tests/service/client/FakeService.h"
 
@@ -293,6 +295,18 @@ TEST_F(ServiceSession, ReadsTheCardsAgainAfterAnOperation) {
                           "GET /v1/session", "POST /v1/session?fresh=1"));
 }
 
+TEST_F(ServiceSession, KeepsTheResultOfAnOperationWithoutANewState) {
+  bool hasExecuted = false;
+  Service::ServiceSession& session = Start([&hasExecuted](const std::string& request) {
+    if (IsState(request)) return hasExecuted ? Behavior{} : ClientTest::Json(kState);
+    hasExecuted = true;
+    return ClientTest::Json(R"({"result": 0})");
+  });
+  PI::COperation operation;
+  EXPECT_EQ(0U, session.ExecuteOperation(5, operation));
+  EXPECT_EQ("/p.so", session.Info().m_File);  // as before
+}
+
 constexpr const char* kStream = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
 
 TEST_F(ServiceSession, IsNotifiedOfEventsAndSnapshots) {
@@ -316,6 +330,24 @@ TEST_F(ServiceSession, ReconnectsAfterTheEndOfTheStream) {
   EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
   EXPECT_THAT(m_pService->Requests(),
               ElementsAre("GET /v1/session", "GET /v1/events/stream", "GET /v1/events/stream"));
+}
+
+TEST_F(ServiceSession, PausesBeforeItConnectsAgain) {
+  Service::ServiceSession& session = Connect({kStream});
+  EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
+  EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
+  EXPECT_LE(milliseconds(200), std::chrono::steady_clock::now() - begin);
+}
+
+TEST_F(ServiceSession, StopsPausingForAKey) {
+  Service::ServiceSession& session = Connect({kStream});
+  EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
+  const Console::Notifier key;
+  key.Notify();
+  EXPECT_FALSE(session.WaitForNotification(milliseconds(60000), {key.Number(), -1}));
+  EXPECT_THAT(m_pService->Requests(), ElementsAre("GET /v1/session", "GET /v1/events/stream"));
 }
 
 TEST_F(ServiceSession, ReportsARefusedStream) {

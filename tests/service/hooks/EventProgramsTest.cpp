@@ -1,16 +1,20 @@
 // Event programs, tested with real scripts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -233,6 +237,25 @@ TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
     Start();
     EXPECT_EQ(std::nullopt, m_Programs->LastNumber()) << text;
   }
+}
+
+// The limit on processes allows this user only one more thread.
+[[noreturn]] void StartWithOneThread(Hooks::ProgramSettings settings) {
+  constexpr rlimit kTwo = {2, 2};
+  constexpr uid_t kNobodyElse = 2000000001;
+  if (setrlimit(RLIMIT_NPROC, &kTwo) != 0) std::_Exit(1);
+  if (geteuid() == 0 && setresuid(kNobodyElse, kNobodyElse, kNobodyElse) != 0) std::_Exit(2);
+  settings.m_StateFile.clear();
+  try {
+    const Hooks::EventPrograms programs(std::move(settings));
+  } catch (const std::system_error& error) {
+    std::_Exit(error.code() == std::errc::resource_unavailable_try_again ? 0 : 3);
+  }
+  std::_Exit(4);
+}
+
+TEST_F(EventPrograms, FailWithoutAllThreads) {
+  EXPECT_EXIT(StartWithOneThread(m_Settings), testing::ExitedWithCode(0), "");
 }
 
 TEST(EnvironmentOf, HasOneVariablePerField) {

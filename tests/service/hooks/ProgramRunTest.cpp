@@ -2,7 +2,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <string>
 #include <thread>
 
 #include "console/base/Notifier.h"
@@ -116,6 +124,54 @@ TEST_F(ProgramRun, IsKilledWhenTheServiceStops) {
   run.m_Stop = stop.Number();
   stop.Notify();
   EXPECT_EQ("killed because the service is stopping", Hooks::Run(run).m_Failure);
+}
+
+// A traced process is not reported to its parent as exited until the tracer has reaped it.
+class Debugger {
+ public:
+  // Traces the process whose ID is in the file, replaces the ID with the result, and notifies.
+  Debugger(const std::filesystem::path& file, const Console::Notifier& notifier)
+      : m_Process(fork()) {
+    if (m_Process == 0) Trace(file, notifier);
+  }
+  ~Debugger() {
+    kill(m_Process, SIGKILL);
+    waitpid(m_Process, nullptr, 0);
+  }
+  Debugger(const Debugger&) = delete;
+  Debugger& operator=(const Debugger&) = delete;
+
+ private:
+  [[noreturn]] static void Trace(const std::filesystem::path& file,
+                                 const Console::Notifier& notifier) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    std::string number;
+    while (number.empty() || number.back() != '\n') {
+      std::this_thread::sleep_for(milliseconds(2));
+      number = ReadText(file);
+    }
+    const long result = ptrace(PTRACE_SEIZE, std::stoi(number), nullptr, nullptr);
+    WriteText(file, result == 0 ? "traced" : std::strerror(errno));
+    notifier.Notify();
+    for (;;) pause();
+  }
+
+  const pid_t m_Process;
+};
+
+TEST_F(ProgramRun, IsLeftIfItCannotBeKilled) {
+  const std::filesystem::path file = m_Directory.Path() / "number";
+  const Console::Notifier stop;
+  Hooks::ProgramRun run = RunOf("echo $$; echo $$ >" + file.string() + "; exec sleep 1000");
+  run.m_Stop = stop.Number();
+  Hooks::ProgramResult result;
+  {
+    const Debugger debugger(file, stop);
+    result = Hooks::Run(run);
+  }
+  if (ReadText(file) != "traced") GTEST_SKIP() << "needs ptrace: " << ReadText(file);
+  EXPECT_EQ("cannot be killed", result.m_Failure);
+  EXPECT_LT(0, waitpid(std::stoi(result.m_Output), nullptr, 0));
 }
 
 }  // namespace

@@ -1,10 +1,14 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <string>
 #include <system_error>
 
 #include "service/http/Listen.h"
@@ -88,6 +92,16 @@ TEST(ListenUnix, RefusesAFileThatIsNotASocket) {
   EXPECT_EQ(EEXIST, ErrorOf([&link] { ListenUnix(link, 0600, std::nullopt); }));
 }
 
+// Any user who may read the directory can lock it.
+TEST(ListenUnix, StartsInALockedDirectory) {
+  const TemporaryDirectory directory;
+  const Base::Descriptor held(open(directory.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(0, flock(held.Get(), LOCK_EX));
+  const std::string path = directory.Path() / "socket";
+  const Base::Descriptor socket = ListenUnix(path, 0600, std::nullopt);
+  EXPECT_TRUE(Connects(path));
+}
+
 TEST(ListenUnix, ThrowsTheReason) {
   const TemporaryDirectory directory;
   EXPECT_EQ(ENOENT, ErrorOf([&] { ListenUnix(directory.Path() / "a/b", 0600, std::nullopt); }));
@@ -114,6 +128,27 @@ TEST(Sockets, HaveNames) {
   const Base::Descriptor tcp = ListenTcp("127.0.0.1", 0);
   EXPECT_EQ("127.0.0.1:" + std::to_string(PortOf(tcp)), Http::NameOf(tcp));
   EXPECT_EQ("", Http::NameOf(Base::Descriptor(dup(STDERR_FILENO))));
+}
+
+// Returns the name of a Unix socket bound to the path without a NUL at its end.
+std::string NameOfBound(const std::string& path) {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path);
+  const Base::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+  const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
+  EXPECT_EQ(0, bind(socket.Get(), reinterpret_cast<sockaddr*>(&address), size));
+  return Http::NameOf(socket);
+}
+
+TEST(Sockets, HaveNamesIfTheServiceManagerBoundThem) {
+  const std::string abstract = "corvane-test-" + std::to_string(getpid());
+  EXPECT_EQ("@" + abstract, NameOfBound('\0' + abstract));
+  const TemporaryDirectory directory;
+  std::string longest = directory.Path() / "";
+  longest.resize(sizeof sockaddr_un::sun_path, 'x');
+  EXPECT_EQ(longest, NameOfBound(longest));
+  EXPECT_EQ("", Http::NameOf(Base::Descriptor(::socket(AF_UNIX, SOCK_STREAM, 0))));
 }
 
 TEST(Sockets, AreLocalOnLoopbackAddresses) {

@@ -115,10 +115,7 @@ TEST_F(StateFaults, ADamagedFileIsReportedAndReplacedAfterItsRemoval) {
 
 TEST_F(StateFaults, AReadOnlyFileCanBeRead) {
   Use(":memory:");
-  using std::filesystem::perms;
-  std::filesystem::permissions(m_Directory.Path(), perms::all);
-  std::filesystem::permissions(File().parent_path(), perms::all);
-  std::filesystem::permissions(File(), perms::owner_read | perms::group_read | perms::others_read);
+  LetAllUsersRead(File());
   {
     const OrdinaryUser user;
     Use(File().string());
