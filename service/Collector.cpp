@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "console/base/Failure.h"
+#include "console/base/Timestamp.h"
 #include "host/Database.h"
 #include "hostkit/database/OwnTables.h"
 
@@ -210,10 +211,8 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
 
 void Collector::PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition) {
   if (!m_Settings.m_OnObservation || !logPosition) return;
-  const auto time = snapshot->m_ObservedAt.time_since_epoch();
   Observation observation;
-  observation.m_Time =
-      static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(time).count());
+  observation.m_Time = Console::MillisecondsOf(snapshot->m_ObservedAt);
   observation.m_IsFirst = !m_HasPassedOn;
   observation.m_LogPosition = *logPosition;
   observation.m_pObjects = {snapshot, &snapshot->m_Objects};

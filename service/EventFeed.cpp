@@ -48,13 +48,10 @@ class Writer {
 };
 
 std::string SnapshotMessage(const Snapshot& snapshot, std::int64_t number) {
-  using std::chrono::milliseconds;
-  const auto observed =
-      std::chrono::duration_cast<milliseconds>(snapshot.m_ObservedAt.time_since_epoch());
   Json json = {{"number", snapshot.m_Number}};
   json["observed_at"] = nullptr;
   if (snapshot.HasReport()) {
-    json["observed_at"] = Console::TimeText(static_cast<std::uint64_t>(observed.count()));
+    json["observed_at"] = Console::TimeText(Console::MillisecondsOf(snapshot.m_ObservedAt));
   }
   json["up"] = snapshot.m_Plugin.m_IsUp;
   return Message("snapshot", number, json.dump());

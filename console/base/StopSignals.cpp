@@ -52,6 +52,8 @@ void InstallStopHandlers(bool secondEnds) {
   g_SecondEnds = secondEnds ? 1 : 0;
   Handle(OnSignal);
   signal(SIGPIPE, SIG_IGN);
+  // If the parent process ignores SIGCHLD, so would this one, and exit statuses would be lost.
+  signal(SIGCHLD, SIG_DFL);
 }
 
 void ThrowIfStopped() {

@@ -25,9 +25,10 @@ Progress::Progress(Context& context, const std::string& doing, Json state)
     : m_Context(context),
       m_Doing(Base::Printable(doing)),
       m_State(std::move(state)),
-      m_Rewrites(CanRewriteLine() && !context.m_Options.m_Quiet && context.m_Form != "jsonl"),
+      m_Rewrites(CanRewriteLine() && !context.m_Options.m_Quiet &&
+                 context.m_OutputFormat != "jsonl"),
       m_NextLine(m_Rewrites ? kDrawEvery : kLineEvery) {
-  if (m_Context.m_Form == "jsonl") {
+  if (m_Context.m_OutputFormat == "jsonl") {
     EmitLine();
   } else if (m_Rewrites) {
     Draw();
@@ -50,7 +51,7 @@ void Progress::Tick() {
   if (Elapsed() < m_NextLine) return;
   m_NextLine = Elapsed() + (m_Rewrites ? kDrawEvery : kLineEvery);
   if (m_Rewrites) Draw();
-  if (m_Context.m_Form == "jsonl") EmitLine();
+  if (m_Context.m_OutputFormat == "jsonl") EmitLine();
 }
 
 void Progress::Draw() {

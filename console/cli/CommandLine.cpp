@@ -111,13 +111,13 @@ void CheckValues(const CLI::App& app, Options& options) {
     throw UsageFailure(fmt::format("unknown option {}", name), AdviceForUnknown(name));
   }
   // Cleared during the checks, so that a failure is not reported in an invalid format.
-  const std::string format = options.m_Form;
-  options.m_Form.clear();
+  const std::string format = options.m_OutputFormat;
+  options.m_OutputFormat.clear();
   for (const OptionRow& row : AllOptions()) {
     const CLI::Option& given = *app.get_option(row.m_Long);
     if (row.m_OnlyChoices && given.count() > 0) RequireChoice(row, given.as<std::string>());
   }
-  options.m_Form = format;
+  options.m_OutputFormat = format;
 }
 
 // --help replaces the command line, which may be incomplete.
@@ -125,7 +125,7 @@ void TurnIntoHelp(Options& options) {
   options.m_Words.resize(std::min<std::size_t>(options.m_Words.size(), 1));
   options.m_Words.insert(options.m_Words.begin(), "help");
   options.m_Given.clear();
-  if (options.m_Form != "json") options.m_Form.clear();
+  if (options.m_OutputFormat != "json") options.m_OutputFormat.clear();
 }
 
 void StoreAll(const CLI::App& app, Options& options) {
@@ -153,7 +153,7 @@ void ParseCommandLine(const std::vector<std::string>& arguments, Options& option
     app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     StoreAll(*app, options);
   } catch (const CLI::ParseError& e) {
-    options.m_Form = FindOutputFormat(arguments);
+    options.m_OutputFormat = FindOutputFormat(arguments);
     throw UsageFailure(ParseErrorText(arguments, e));
   }
   CheckValues(*app, options);

@@ -39,7 +39,7 @@ void CheckCount(const Command& command, std::size_t count) {
 }
 
 void CheckOutputFormat(const Command& command, const std::string& format) {
-  const std::vector<std::string>& formats = command.m_Forms;
+  const std::vector<std::string>& formats = command.m_OutputFormats;
   if (format.empty() || std::find(formats.begin(), formats.end(), format) != formats.end()) return;
   throw UsageFailure(fmt::format("{} does not support --output {}", command.m_Name, format),
                      {fmt::format("Supported: {}", fmt::join(formats, ", "))});
@@ -92,7 +92,7 @@ const Command& CommandTable::Choose(const Options& options) const {
   RequireNotAFile(options);
   const Command& command = Require(options.m_Words.front());
   CheckCount(command, options.m_Words.size() - 1);
-  CheckOutputFormat(command, options.m_Form);
+  CheckOutputFormat(command, options.m_OutputFormat);
   CheckOptions(*this, command, options);
   return command;
 }

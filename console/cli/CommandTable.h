@@ -45,8 +45,9 @@ struct Command {
   std::size_t m_Min = 0;         // number of arguments
   std::size_t m_Max = 0;
   const char* m_Summary = "";
-  std::vector<std::string> m_Forms;    // the first one is the default
-  std::vector<std::string> m_Options;  // in addition to the common options
+  std::vector<std::string> m_OutputFormats;  // the first one is the default
+  std::vector<std::string> m_Options;        // in addition to the common options
+  bool m_NeedsPlugin = false;                // reports the current state; stale values are an error
   TimeoutScope m_TimeoutScope = TimeoutScope::Reading;
   CommandResult (*m_Run)(Context&) = nullptr;
   const char* m_Description = "";  // one or two sentences

@@ -295,7 +295,8 @@ Candidates ValueCandidates(const Line& line, const std::string& typed) {
   const std::string kind = row.m_Value;
   if (kind == "FILE" || kind == "[FILE]" || kind == "PATH") return {{kFilesWord, ""}};
   if (kind == "NAMES") return Columns(typed);
-  if (kind == "FORMAT" && line.m_Command != nullptr) return Choices(line.m_Command->m_Forms);
+  if (kind == "FORMAT" && line.m_Command != nullptr)
+    return Choices(line.m_Command->m_OutputFormats);
   return Choices(row.m_Choices);
 }
 

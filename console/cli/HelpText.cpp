@@ -97,9 +97,9 @@ std::vector<Item> OptionItems(const Command& command) {
   for (const bool common : {false, true}) {
     for (const OptionRow& row : AllOptions()) {
       if (row.m_Common != common || !HasOption(command, row)) continue;
-      const bool isForm = row.m_Field == OptionField(&Options::m_Form);
-      items.push_back(
-          {OptionSynopsis(row), OptionMeaning(row, isForm ? command.m_Forms : row.m_Choices)});
+      const bool isOutput = row.m_Field == OptionField(&Options::m_OutputFormat);
+      items.push_back({OptionSynopsis(row),
+                       OptionMeaning(row, isOutput ? command.m_OutputFormats : row.m_Choices)});
     }
   }
   return items;

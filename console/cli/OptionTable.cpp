@@ -11,7 +11,7 @@ using O = Options;
 const std::vector<OptionRow>& AllOptions() {
   static const std::vector<OptionRow> all = {
       // short long          value      field              common
-      {"-o", "--output",     "FORMAT",  &O::m_Form,        true,
+      {"-o", "--output",     "FORMAT",  &O::m_OutputFormat,        true,
        "output format (json and tsv for scripts)",
        {"table", "tree", "tsv", "json", "jsonl", "value"}, true,
        "Each command supports some of them. json and tsv are stable; table may change."},

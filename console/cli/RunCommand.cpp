@@ -23,7 +23,7 @@ ExitCode Run(const Command& command, Context& context, ResultStream& stream) {
   context.Close();
   ThrowIfStopped();
   const Style& style = context.m_Style;
-  stream.Write(Render(result, context.m_Form, style, context.EnvelopeFor(result.m_Code)));
+  stream.Write(Render(result, context.m_OutputFormat, style, context.EnvelopeFor(result.m_Code)));
   return result.m_Code;
 }
 
@@ -40,7 +40,7 @@ std::vector<std::string> AdviceFor(const Failure& failure, const Invocation& inv
 // A failure has the same envelope as a result.
 std::string FailureText(const Invocation& invocation, const Failure& failure,
                         const Envelope& envelope) {
-  const std::string& format = invocation.m_Options.m_Form;
+  const std::string& format = invocation.m_Options.m_OutputFormat;
   if (IsJson(format)) return RenderEnvelope(nullptr, envelope, format == "jsonl");
   return invocation.m_Monitored ? CheckText(failure) : std::string();
 }
@@ -83,7 +83,8 @@ ExitCode RunCommand(const Invocation& invocation) {
     return Report(invocation, *invocation.m_Error, nullptr, diagnostics, stream);
 
   const Command& command = *invocation.m_pCommand;
-  const std::string format = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
+  const std::string format =
+      options.m_OutputFormat.empty() ? command.m_OutputFormats.front() : options.m_OutputFormat;
   Context context(options, style, diagnostics, stream, command.m_Name, format,
                   Words(options.m_Words.begin() + 1, options.m_Words.end()), {},
                   invocation.m_Sessions);

@@ -19,7 +19,7 @@ Command AttachCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "make a card's drive available to the system";
-  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;

@@ -67,7 +67,8 @@ Command CheckCommand() {
   command.m_Min = 0;
   command.m_Max = 1;
   command.m_Summary = "print status and performance data for monitoring systems";
-  command.m_Forms = {"table", "json"};
+  command.m_OutputFormats = {"table", "json"};
+  command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
       "The first line has the worst state and its reason, then performance data after '|'; "

@@ -30,7 +30,7 @@ Command CompleteCommand() {
   command.m_Min = 1;
   command.m_Max = kAnyNumber;
   command.m_Summary = "print completion candidates for the last word, for the completion scripts";
-  command.m_Forms = {"value"};
+  command.m_OutputFormats = {"value"};
   command.m_Run = Run;
   return command;
 }

@@ -38,7 +38,7 @@ Command CompletionCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "generate a shell completion script";
-  command.m_Forms = {"value"};
+  command.m_OutputFormats = {"value"};
   command.m_Run = Run;
   command.m_Description =
       "Prints a completion script for bash, zsh or fish. It completes commands, options "

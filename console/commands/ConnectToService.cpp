@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "console/base/Failure.h"
+#include "console/commands/All.h"
 #include "service/client/DefaultSocket.h"
 #include "service/client/ServiceFailure.h"
 #include "service/client/ServiceSession.h"
@@ -22,9 +23,6 @@ using Paths = std::vector<std::filesystem::path>;
 // Options that configure an in-process plug-in, so they cannot apply to a service.
 constexpr const char* kDirectOptions[] = {"--direct",   "--plugin", "--simulate",
                                           "--database", "--trace",  "--trace-file"};
-
-// These commands report the current state, so stale values are an error.
-constexpr const char* kNeedsPlugin[] = {"check", "metrics", "wait"};
 
 // Returns the option that requires an in-process plug-in, or null.
 const char* DirectOption(const Options& options) {
@@ -53,7 +51,7 @@ Paths DefaultSockets() {
 
 void RequirePlugin(const SessionRequest& request, const Service::ServiceSession& session) {
   if (session.IsPluginUp()) return;
-  if (std::count(std::begin(kNeedsPlugin), std::end(kNeedsPlugin), request.m_Command) > 0) {
+  if (AllCommands().Require(request.m_Command).m_NeedsPlugin) {
     throw Failure(ExitCode::PluginUnusable, "PLUGIN_DOWN", "the plug-in of the service is down",
                   session.Reason());
   }

@@ -20,7 +20,7 @@ Command DetachCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "remove a card's drive from the system";
-  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--force"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;

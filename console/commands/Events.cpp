@@ -216,7 +216,7 @@ CommandResult Run(Context& context) {
     if (result.m_Table.m_Rows.empty()) NoteNoEvents(context);
     return result;
   }
-  if (context.m_Form == "json") {
+  if (context.m_OutputFormat == "json") {
     throw UsageFailure("--follow and --for do not support --output json",
                        {"Pass --output jsonl for one JSON document per line."});
   }
@@ -233,7 +233,7 @@ Command EventsCommand() {
   command.m_Min = 0;
   command.m_Max = 1;
   command.m_Summary = "show the event log; -f follows new events";
-  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--follow", "--since", "--limit", "--for"};
   command.m_Run = Run;
   command.m_Description =

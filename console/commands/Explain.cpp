@@ -121,7 +121,7 @@ Command ExplainCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "explain a number or name, and what to do about it";
-  command.m_Forms = {"table", "tsv", "json"};
+  command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
       "Explains an event, error, operation, property or value. If several match, all of them are "

@@ -74,7 +74,7 @@ Command FormatCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "erase a drive and change its capacity or sector size";
-  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm", "--capacity", "--sector-size"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;

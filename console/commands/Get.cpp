@@ -50,7 +50,7 @@ Command GetCommand() {
   command.m_Min = 1;
   command.m_Max = kAnyNumber;
   command.m_Summary = "print raw values for scripts, one per line";
-  command.m_Forms = {"value", "table", "tsv", "json"};
+  command.m_OutputFormats = {"value", "table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
       "Values are in base units and in the order requested. An unknown value is printed as '-'.";

@@ -21,7 +21,7 @@ Json CommandJson(const Command& command) {
   }
   return {{"name", command.m_Name},           {"group", GroupName(command.m_Group)},
           {"arguments", command.m_Arguments}, {"summary", command.m_Summary},
-          {"forms", command.m_Forms},         {"options", options}};
+          {"forms", command.m_OutputFormats}, {"options", options}};
 }
 
 CommandResult Run(Context& context) {
@@ -51,7 +51,7 @@ Command HelpCommand() {
   command.m_Min = 0;
   command.m_Max = 2;
   command.m_Summary = "show this help, or the help of one command";
-  command.m_Forms = {"table", "json"};
+  command.m_OutputFormats = {"table", "json"};
   command.m_Run = Run;
   command.m_Description =
       "Shows all commands and options, or one command with its arguments, options and examples.";

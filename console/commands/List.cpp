@@ -16,7 +16,7 @@ Command ListCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "list";
   command.m_Summary = "list adapters and drives with status and temperature";
-  command.m_Forms = {"table", "tsv", "json", "jsonl", "value"};
+  command.m_OutputFormats = {"table", "tsv", "json", "jsonl", "value"};
   command.m_Options = {"--columns"};
   command.m_Run = Run;
   command.m_Description =

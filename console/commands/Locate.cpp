@@ -80,7 +80,7 @@ Command LocateCommand() {
   command.m_Min = 2;
   command.m_Max = 2;
   command.m_Summary = "switch a card's locate LED on or off";
-  command.m_Forms = {"table", "tsv", "json"};
+  command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Options = {"--for", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;

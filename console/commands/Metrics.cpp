@@ -71,8 +71,9 @@ Command MetricsCommand() {
   command.m_Group = Group::Service;
   command.m_Name = "metrics";
   command.m_Summary = "print metrics for Prometheus (OpenMetrics)";
-  command.m_Forms = {"table", "json"};
+  command.m_OutputFormats = {"table", "json"};
   command.m_Options = {"--textfile"};
+  command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
       "Prints OpenMetrics text to standard output. With --textfile, replaces a file for a node "

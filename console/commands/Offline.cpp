@@ -19,7 +19,7 @@ Command OfflineCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "take the storage units of a drive offline";
-  command.m_Forms = {"table", "tsv", "json"};
+  command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Options = {"--yes", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;

@@ -285,7 +285,7 @@ Command OpCommand() {
   command.m_Min = 2;
   command.m_Max = kAnyNumber;
   command.m_Summary = "list, check or run any operation by name or number";
-  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;

@@ -62,7 +62,7 @@ Command PluginCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "plugin";
   command.m_Summary = "show the loaded plug-in: file, version and symbols";
-  command.m_Forms = {"table", "tsv", "json"};
+  command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
       "Shows the file of the loaded plug-in, its module id and interface version, and whether it "

@@ -37,7 +37,7 @@ Command PluginProcessCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "hold the plug-in for the service, which starts this process";
-  command.m_Forms = {"value"};
+  command.m_OutputFormats = {"value"};
   command.m_Run = Run;
   return command;
 }

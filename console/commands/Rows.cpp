@@ -124,7 +124,7 @@ Command RowsCommand() {
   command.m_Min = 0;
   command.m_Max = 1;
   command.m_Summary = "show the rows that plug-ins wrote to the host's database";
-  command.m_Forms = {"table", "tsv", "json"};
+  command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
       "Prints the tables of adapters, drives and plug-ins in the host's SQLite file.";

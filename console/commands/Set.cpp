@@ -147,7 +147,7 @@ Command SetCommand() {
   command.m_Min = 2;
   command.m_Max = 2;
   command.m_Summary = "change a property";
-  command.m_Forms = {"table", "tsv", "json"};
+  command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =

@@ -113,7 +113,7 @@ Command ShowCommand() {
   command.m_Min = 1;
   command.m_Max = 1;
   command.m_Summary = "show all properties of one object";
-  command.m_Forms = {"table", "tsv", "json"};
+  command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
       "Shows all properties that the plug-in reports for the object, with units, and the "

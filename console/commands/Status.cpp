@@ -185,7 +185,7 @@ Command StatusCommand() {
   command.m_Min = 0;
   command.m_Max = 1;
   command.m_Summary = "show problems, their causes and what to do";
-  command.m_Forms = {"table", "tsv", "json", "jsonl"};
+  command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Run = Run;
   command.m_Description =
       "Shows for each card whether it is healthy and, if not, the reasons, the readings and the "

@@ -31,7 +31,7 @@ Command TreeCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "tree";
   command.m_Summary = "list all objects as a tree, with the plug-in at the root";
-  command.m_Forms = {"tree", "table", "tsv", "json", "jsonl", "value"};
+  command.m_OutputFormats = {"tree", "table", "tsv", "json", "jsonl", "value"};
   command.m_Options = {"--columns", "--long"};
   command.m_Run = Run;
   command.m_Description =

@@ -20,7 +20,7 @@ Command VersionCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "version";
   command.m_Summary = "print the version of this program";
-  command.m_Forms = {"value", "table", "json"};
+  command.m_OutputFormats = {"value", "table", "json"};
   command.m_Run = Run;
   command.m_Description = "The option --version does the same.";
   command.m_Examples = {{"version", "print the version"}, {"--version", "do the same"}};

@@ -131,8 +131,9 @@ Command WaitCommand() {
   command.m_Min = 2;
   command.m_Max = 2;
   command.m_Summary = "wait until an object meets a condition, such as ok or PROP=VALUE";
-  command.m_Forms = {"table", "tsv", "json", "value"};
+  command.m_OutputFormats = {"table", "tsv", "json", "value"};
   command.m_TimeoutScope = TimeoutScope::Wait;
+  command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
       "Returns as soon as the condition is met. --timeout limits the wait (default: no "

@@ -133,7 +133,7 @@ CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   const auto duration = ParseDuration("--for", options.m_For);
   std::FILE* const out = context.Stream().File();
-  const bool wantsScreen = options.m_Form.empty() && Screen::IsSupported(out);
+  const bool wantsScreen = options.m_OutputFormat.empty() && Screen::IsSupported(out);
   if (wantsScreen) RequireQuietTrace(options);
   Session& session = context.OpenToWait();
   std::vector<LoggedEvent> past;
@@ -164,7 +164,7 @@ Command WatchCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "watch";
   command.m_Summary = "show cards and events live on a full screen";
-  command.m_Forms = {"table", "jsonl"};
+  command.m_OutputFormats = {"table", "jsonl"};
   command.m_Options = {"--for"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;

@@ -98,7 +98,7 @@ Context::Context(const Options& options, const Style& style, Diagnostics& diagno
       m_Style(style),
       m_Diagnostics(diagnostics),
       m_Command(std::move(command)),
-      m_Form(std::move(format)),
+      m_OutputFormat(std::move(format)),
       m_Arguments(std::move(arguments)),
       m_Stream(stream),
       m_EventLog(diagnostics),
@@ -110,7 +110,7 @@ Context::~Context() {
 }
 
 Context Context::With(const Options& options) const {
-  return Context(options, m_Style, m_Diagnostics, m_Stream, m_Command, m_Form, m_Arguments,
+  return Context(options, m_Style, m_Diagnostics, m_Stream, m_Command, m_OutputFormat, m_Arguments,
                  m_Limits, m_Factory);
 }
 
@@ -171,7 +171,7 @@ void Context::Close() {
 void Context::Emit(const CommandResult& result, bool first) {
   Style style = m_Style;
   style.m_Headings = style.m_Headings && first;
-  m_Stream.Write(Render(result, m_Form, style, EnvelopeFor(result.m_Code)));
+  m_Stream.Write(Render(result, m_OutputFormat, style, EnvelopeFor(result.m_Code)));
 }
 
 WaitSet Context::ReaderWaitSet() const {

@@ -83,7 +83,7 @@ class Context {
   const Style& m_Style;
   Diagnostics& m_Diagnostics;
   const std::string m_Command;
-  const std::string m_Form;
+  const std::string m_OutputFormat;
   const std::vector<std::string> m_Arguments;  // without the command
 
  private:

@@ -20,13 +20,14 @@ std::string Run(const Console::CommandTable& commands, const std::vector<std::st
   Console::Options options;
   Console::ParseCommandLine(arguments, options);
   const Command& command = commands.Choose(options);
-  const std::string form = options.m_Form.empty() ? command.m_Forms.front() : options.m_Form;
+  const std::string format =
+      options.m_OutputFormat.empty() ? command.m_OutputFormats.front() : options.m_OutputFormat;
   const Console::Style style;
-  Context context(options, style, diagnostics, stream, command.m_Name, form,
+  Context context(options, style, diagnostics, stream, command.m_Name, format,
                   {options.m_Words.begin() + 1, options.m_Words.end()}, {}, open);
   context.Limit(Console::LimitsOf(command, options));
   const CommandResult result = command.m_Run(context);
-  return Render(result, form, style, context.EnvelopeFor(result.m_Code));
+  return Render(result, format, style, context.EnvelopeFor(result.m_Code));
 }
 
 }  // namespace

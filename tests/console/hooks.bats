@@ -28,8 +28,9 @@ program() {
   chmod 755 "$PROGRAMS/$1"
 }
 
+# start [PROGRAM...]: starts the service, with PROGRAM to execute it if given.
 start() {
-  corvane-host serve --simulate --socket "$SOCKET" --events-directory "$PROGRAMS" 2>>"$BATS_TEST_TMPDIR/err" 3>&- &
+  "$@" corvane-host serve --simulate --socket "$SOCKET" --events-directory "$PROGRAMS" 2>>"$BATS_TEST_TMPDIR/err" 3>&- &
   echo $! >"$BATS_TEST_TMPDIR/pid"
   eventually is_ready "$SOCKET"
 }
@@ -64,6 +65,16 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   failed() { grep -qx "corvane-host: events.d: fails: exit code 4 for event 1" "$BATS_TEST_TMPDIR/err"; }
   eventually failed
   grep -qx "corvane-host: events.d: fails: no route" "$BATS_TEST_TMPDIR/err"
+}
+
+@test "the failure of a program is logged even if the parent process ignores SIGCHLD" {
+  program fails 'exit 4'
+  start python3 -c 'import os, signal, sys
+signal.signal(signal.SIGCHLD, signal.SIG_IGN)
+os.execvp(sys.argv[1], sys.argv[1:])'
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  failed() { grep -qx "corvane-host: events.d: fails: exit code 4 for event 1" "$BATS_TEST_TMPDIR/err"; }
+  eventually failed
 }
 
 @test "a program that other users can change is not run" {
