@@ -27,6 +27,8 @@ constexpr const char* kEventStreamType = "text/event-stream";
 
 const ResponseRow kDocument = {200, "The JSON document that the console prints.", kJsonType,
                                "Document"};
+const ResponseRow kUnchanged = {304, "The snapshot is unchanged: its entity tag is in If-None-Match.", nullptr,
+                                nullptr};
 const ResponseRow kNoContent = {204, "Done.", nullptr, nullptr};
 const ResponseRow kText = {200, "A one-word status.", kTextType, nullptr};
 const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job"};
@@ -99,7 +101,7 @@ const std::vector<ApiRow> kRows = {
      "listCards",
      "all cards and drives",
      GetCards,
-     {kDocument},
+     {kDocument, kUnchanged},
      kObjectProblems,
      {"fresh"}},
     {Method::Get,
@@ -108,7 +110,7 @@ const std::vector<ApiRow> kRows = {
      "getCard",
      "one card",
      GetCard,
-     {kDocument},
+     {kDocument, kUnchanged},
      kOneObjectProblems,
      {"fresh"}},
     {Method::Delete,
@@ -179,7 +181,7 @@ const std::vector<ApiRow> kRows = {
      "getDrive",
      "one drive",
      GetDrive,
-     {kDocument},
+     {kDocument, kUnchanged},
      kOneObjectProblems,
      {"fresh"}},
     {Method::Post,
@@ -257,7 +259,7 @@ const std::vector<ApiRow> kRows = {
      "set the plug-in's properties",
      PatchPlugin,
      {kDocument},
-     {kInvalidBody, kDown, kBusy},
+     {kInvalidBody, kDown, kBusy, kTimedOut},
      {},
      "PluginChange"},
     {Method::Get,

@@ -3,41 +3,16 @@ operation, response or problem of the document.
 
 Usage: conformance.py SOCKET
 """
-import http.client
 import json
-import socket
+import pathlib
 import sys
 import time
-import urllib.parse
 
 import jsonschema
 
-PROBLEM = "application/problem+json"
-
-
-class Connection(http.client.HTTPConnection):
-    def connect(self):
-        self.sock = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        self.sock.settimeout(60)
-        self.sock.connect(sys.argv[1])
-
-
-def send(method, path, body=None, headers=None):
-    """Sends a request. Returns the status, the media type and the body of the response."""
-    connection = Connection("service")
-    headers = dict(headers or {})
-    if body is not None:
-        headers.setdefault("Content-Type", "application/json")
-    try:
-        connection.request(method, path, body, headers)
-    except BrokenPipeError:
-        pass  # the service refused the request before it was sent completely
-    response = connection.getresponse()
-    is_stream = (response.getheader("Content-Type") or "").startswith("text/event-stream")
-    content = (response.readline() if is_stream else response.read()).decode()
-    connection.close()
-    return response.status, (response.getheader("Content-Type") or "").split(";")[0], content
-
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "soak"))
+import api_document
+import client
 
 # method, path, body, headers, status, id of the problem
 ROWS = [
@@ -47,6 +22,9 @@ ROWS = [
     ("GET", "/v1/openapi.json", None, {}, 200, None),
     ("GET", "/v1/cards", None, {}, 200, None),
     ("GET", "/v1/cards?fresh=1", None, {}, 200, None),
+    ("GET", "/v1/cards", None, {"If-None-Match": "*"}, 304, None),
+    ("GET", "/v1/cards/S100", None, {"If-None-Match": "*"}, 304, None),
+    ("GET", "/v1/cards/S100/drives/0", None, {"If-None-Match": "*"}, 304, None),
     ("GET", "/v1/cards?fresh=2", None, {}, 400, "QUERY_INVALID"),
     ("GET", "/v1/cards/S100", None, {}, 200, None),
     ("GET", "/v1/cards/S101", None, {}, 404, "NO_SUCH_OBJECT"),
@@ -156,47 +134,18 @@ ELSEWHERE = {
 }
 
 
-class Document:
+class Document(api_document.Document):
     """The OpenAPI document, and the responses in it that requests have received."""
 
-    def __init__(self):
-        self.whole = json.loads(send("GET", "/v1/openapi.json")[2])
+    def __init__(self, service):
+        super().__init__(service)
         self.seen = set()
-
-    def common(self):
-        return self.whole["components"]["responses"]["Common"]["x-problems"]
-
-    def operation(self, method, path):
-        """Returns the path's template and operation, or None for each that is missing."""
-        segments = urllib.parse.urlsplit(path).path.split("/")
-        for template, operations in self.whole["paths"].items():
-            names = template.split("/")
-            fits = len(names) == len(segments) and all(
-                name.startswith("{") or name == segment for name, segment in zip(names, segments))
-            if fits:
-                return template, operations.get(method.lower())
-        return None, None
-
-    def check(self, instance, schema):
-        whole = {**schema, "components": self.whole["components"]}
-        jsonschema.Draft202012Validator(whole).validate(instance)
-
-    def check_response(self, operation, status, media_type, content):
-        described = operation["responses"][str(status)].get("content")
-        if described is None:
-            if content:
-                raise ValueError("the document does not have this content")
-            return
-        if media_type not in described:
-            raise ValueError(f"{media_type} is not in the document")
-        if media_type.endswith("json"):
-            self.check(json.loads(content), described[media_type]["schema"])
 
     def unseen(self):
         for template, operations in self.whole["paths"].items():
             for method, operation in operations.items():
                 for status in operation["responses"]:
-                    if status.startswith("2"):
+                    if status[0] in "23":
                         yield template, method, status, None
                 for problem in operation["x-problems"]:
                     yield template, method, str(problem["status"]), problem["id"]
@@ -204,46 +153,42 @@ class Document:
             yield "any", "any", str(problem["status"]), problem["id"]
 
 
-def has(problems, status, problem):
-    return any((each["status"], each["id"]) == (status, problem) for each in problems)
-
-
-def await_job(job):
-    while json.loads(send("GET", "/v1/jobs/" + job)[2])["state"] == "RUNNING":
+def await_job(service, job):
+    while service.get("/v1/jobs/" + job)["state"] == "RUNNING":
         time.sleep(0.05)
 
 
-def check_row(document, row):
+def check_row(service, document, row):
     method, path, body, headers, status, problem = row
     text = body if body is None or isinstance(body, str) else json.dumps(body)
-    got, media_type, content = send(method, path, text, headers)
-    if got != status:
-        raise ValueError(f"status {got}: {content[:200]}")
+    response = service.send(method, path, text, headers)
+    if response.status != status:
+        raise ValueError(f"status {response.status}: {response.content[:200]}")
     template, operation = document.operation(method, path)
-    found = json.loads(content).get("id") if media_type == PROBLEM else None
+    found = None
+    if response.media_type == client.PROBLEM:
+        found = document.check_problem(operation, response)
     if found != problem:
         raise ValueError(f"problem {found}")
-    if problem is None or (operation and has(operation["x-problems"], status, problem)):
-        document.check_response(operation, status, media_type, content)
+    if problem is None or (operation and api_document.has(operation["x-problems"], status, problem)):
+        document.check_response(operation, response)
         document.seen.add((template, method.lower(), str(status), problem))
-    if problem and has(document.common(), status, problem):
-        document.check(json.loads(content), {"$ref": "#/components/schemas/Problem"})
+    if problem and api_document.has(document.common(), status, problem):
         document.seen.add(("any", "any", str(status), problem))
-    elif problem and not (operation and has(operation["x-problems"], status, problem)):
-        raise ValueError("the document does not have this problem")
     if status == 202:
-        await_job(json.loads(content)["id"])
+        await_job(service, json.loads(response.content)["id"])
 
 
 def main():
-    document = Document()
+    service = client.Client(sys.argv[1])
+    document = Document(service)
     failed = 0
     for row in ROWS:
         row = list(row)
         if row[1].endswith("/LAST"):
-            row[1] = "/v1/jobs/" + json.loads(send("GET", "/v1/jobs")[2])["jobs"][0]["id"]
+            row[1] = "/v1/jobs/" + service.get("/v1/jobs")["jobs"][0]["id"]
         try:
-            check_row(document, row)
+            check_row(service, document, row)
         except (ValueError, KeyError, jsonschema.ValidationError) as error:
             print(row[:2], str(error).splitlines()[0], file=sys.stderr)
             failed += 1

@@ -1,0 +1,72 @@
+"""The service's OpenAPI document, and checks of responses against it."""
+import json
+
+import jsonschema
+
+
+def has(problems, status, problem):
+    return any((each["status"], each["id"]) == (status, problem) for each in problems)
+
+
+class Document:
+    """The OpenAPI document. Its checks raise ValueError or jsonschema.ValidationError."""
+
+    def __init__(self, client):
+        self.whole = client.get("/v1/openapi.json")
+        self.validators = {}
+
+    def common(self):
+        return self.whole["components"]["responses"]["Common"]["x-problems"]
+
+    def operation(self, method, path):
+        """The template of the path and its operation; both None if there is none."""
+        segments = path.split("?", 1)[0].split("/")
+        for template, operations in self.whole["paths"].items():
+            names = template.split("/")
+            fits = len(names) == len(segments) and all(
+                name.startswith("{") or name == segment for name, segment in zip(names, segments))
+            if fits:
+                return template, operations.get(method.lower())
+        return None, None
+
+    def resolved(self, part):
+        """A part of the document, or what its reference names."""
+        while "$ref" in part:
+            found = self.whole
+            for name in part["$ref"].split("/")[1:]:
+                found = found[name]
+            part = found
+        return part
+
+    def validator(self, schema):
+        key = json.dumps(schema)
+        if key not in self.validators:
+            whole = {**schema, "components": self.whole["components"]}
+            self.validators[key] = jsonschema.Draft202012Validator(whole)
+        return self.validators[key]
+
+    def check(self, instance, schema):
+        self.validator(schema).validate(instance)
+
+    def check_response(self, operation, response):
+        """The status, media type and content are those of the operation."""
+        if str(response.status) not in operation["responses"]:
+            raise ValueError(f"the document does not have the status {response.status}")
+        described = operation["responses"][str(response.status)].get("content")
+        if described is None:
+            if response.content:
+                raise ValueError("the document does not have this content")
+            return
+        if response.media_type not in described:
+            raise ValueError(f"{response.media_type} is not in the document")
+        if response.media_type.endswith("json"):
+            self.check(json.loads(response.content), described[response.media_type]["schema"])
+
+    def check_problem(self, operation, response):
+        """A problem that the operation, or any request, can have. Returns its id."""
+        problem = json.loads(response.content)
+        self.check(problem, {"$ref": "#/components/schemas/Problem"})
+        allowed = self.common() + (operation["x-problems"] if operation else [])
+        if problem["status"] != response.status or not has(allowed, response.status, problem["id"]):
+            raise ValueError(f"the document does not have {response.status} {problem['id']}")
+        return problem["id"]

@@ -1,0 +1,62 @@
+"""A client of the service on its Unix socket."""
+import collections
+import http.client
+import json
+import socket
+
+PROBLEM = "application/problem+json"
+TIMEOUT = 120  # of one request, in seconds
+
+Response = collections.namedtuple("Response", "status media_type content")
+
+
+class Connection(http.client.HTTPConnection):
+    """Can send several requests, one after the other."""
+
+    def __init__(self, path, timeout=TIMEOUT):
+        super().__init__("service", timeout=timeout)
+        self.path = path
+
+    def connect(self):
+        self.sock = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        self.sock.settimeout(self.timeout)
+        self.sock.connect(self.path)
+
+    def exchange(self, method, path, body=None, headers=None):
+        """Sends a request and returns its response. Of a stream, returns only the first line."""
+        headers = dict(headers or {})
+        if body is not None:
+            headers.setdefault("Content-Type", "application/json")
+        try:
+            self.request(method, path, body, headers)
+        except BrokenPipeError:
+            pass  # refused before all of it was sent
+        response = self.getresponse()
+        media_type = (response.getheader("Content-Type") or "").split(";")[0]
+        is_stream = media_type == "text/event-stream"
+        content = response.readline() if is_stream else response.read()
+        return Response(response.status, media_type, content.decode())
+
+
+class Client:
+    """Sends each request on a connection of its own. Any thread may call its members."""
+
+    def __init__(self, path):
+        self.path = str(path)
+
+    def send(self, method, path, body=None, headers=None):
+        connection = Connection(self.path)
+        try:
+            return connection.exchange(method, path, body, headers)
+        finally:
+            connection.close()
+
+    def get(self, path):
+        """The document at that path. Raises ValueError unless the status is 200."""
+        response = self.send("GET", path)
+        if response.status != 200:
+            raise ValueError(f"GET {path}: {response.status}: {response.content[:200]}")
+        return json.loads(response.content)
+
+    def running_jobs(self):
+        return [job for job in self.get("/v1/jobs")["jobs"] if job["state"] == "RUNNING"]

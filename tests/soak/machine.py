@@ -1,0 +1,197 @@
+"""A machine with simulated cards and a service, in a directory of its own."""
+import collections
+import contextlib
+import os
+import pathlib
+import resource
+import shutil
+import signal
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import time
+
+import client
+
+# Of a wait for something that happens in seconds: even a very slow machine takes less.
+PATIENCE = 600
+STOP_TIMEOUT = 45  # of the service's unit
+
+KINDS = ("0x2001", "0x3001", "0x2001", "0x2001")  # of the cards
+
+
+class Failure(Exception):
+    """What went wrong, in one or more lines."""
+
+
+def eventually(what, condition, patience=PATIENCE):
+    """Waits until the condition is true, and returns its value. `what` names it in a failure."""
+    end = time.monotonic() + patience
+    while not (value := condition()):
+        if time.monotonic() > end:
+            raise Failure(f"not within {patience} s: {what}")
+        time.sleep(0.02)
+    return value
+
+
+def gone(pid):
+    """Whether a process has ended."""
+    try:
+        stat = pathlib.Path(f"/proc/{pid}/stat").read_text(encoding="utf-8")
+    except (FileNotFoundError, ProcessLookupError):
+        return True
+    return stat.rsplit(")", 1)[1].split()[0] == "Z"
+
+
+Usage = collections.namedtuple("Usage", "memory_kib descriptors threads")
+
+
+def usage(pid):
+    """The resident memory, descriptors and threads of a process."""
+    status = pathlib.Path(f"/proc/{pid}/status").read_text(encoding="utf-8")
+    values = dict(line.split(":\t", 1) for line in status.splitlines() if ":\t" in line)
+    return Usage(int(values["VmRSS"].split()[0]), len(os.listdir(f"/proc/{pid}/fd")),
+                 int(values["Threads"]))
+
+
+class Machine:
+    """Its cards are card0, card1, ... with the serial numbers S0, S1, ...; the plug-in polls them
+    every 2 seconds, and jobs are short. Use as a context manager, which stops the service and
+    removes the directory."""
+
+    def __init__(self, build, cards=len(KINDS)):
+        self.programs = pathlib.Path(build).resolve() / "bin"
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="corvane-soak."))
+        self.card_file = self.directory / "cards.json"
+        self.database = self.directory / "state" / "corvane.db"
+        self.log = self.directory / "serve.err"
+        self.client = client.Client(self.directory / "run" / "s")
+        self.front = None  # the process of the service
+        self.environment = self.make_environment()
+        self.make_cards(cards)
+
+    def make_environment(self):
+        config = self.directory / "config"
+        for each in (config, self.database.parent, self.directory / "tmp",
+                     self.directory / "sys/bus/pci/devices"):
+            each.mkdir(parents=True)
+        (config / "Corvane.ini").write_text("PollInterval=2\n", encoding="utf-8")
+        kept = {name: value for name, value in os.environ.items()
+                if name in ("PATH", "LD_LIBRARY_PATH") or name.endswith("SAN_OPTIONS")}
+        return {**kept, "HOME": str(self.directory), "LC_ALL": "C.UTF-8",
+                "TMPDIR": str(self.directory / "tmp"), "CORVANE_CONFIG_DIR": str(config),
+                "CORVANE_DATABASE": str(self.database), "CARDSIM_STATE": str(self.card_file),
+                "CORVANE_SYSFS": str(self.directory / "sys")}
+
+    def make_cards(self, count):
+        self.cardsim("new")
+        for number in range(count):
+            self.cardsim("add", KINDS[number % len(KINDS)])
+            self.set(number, "serial_number", f"S{number}")
+            for job in ("attach_ms", "detach_ms", "format_ms"):
+                self.set(number, job, "200")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, kind, error, trace):
+        with contextlib.suppress(OSError):
+            if error is not None:
+                print(f"the service's log: {self.log_tail()}", file=sys.stderr)
+        self.stop()
+        shutil.rmtree(self.directory, ignore_errors=True)
+
+    def log_tail(self):
+        return self.log.read_text(encoding="utf-8", errors="replace")[-2000:]
+
+    # The cards
+
+    def cardsim(self, *words):
+        """Runs the simulator's program. Raises Failure if it fails."""
+        done = subprocess.run([self.programs / "cardsim", *words], env=self.environment,
+                              capture_output=True, text=True, check=False)
+        if done.returncode != 0:
+            raise Failure(f"cardsim {' '.join(words)}: {done.stderr}")
+        return done.stdout.strip()
+
+    def set(self, card, attribute, value):
+        self.cardsim("set", f"card{card}", attribute, str(value))
+
+    # The service
+
+    def launch(self):
+        """Starts the service without waiting for it."""
+        with open(self.log, "ab") as log:
+            self.front = subprocess.Popen(
+                [self.programs / "corvane-host", "serve", "--simulate", "--socket",
+                 self.client.path],
+                env=self.environment, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+
+    def start(self):
+        """Starts the service and waits until its plug-in runs."""
+        self.launch()
+        self.await_ready()
+
+    def is_ready(self):
+        if self.front.poll() is not None:
+            raise Failure(f"the service has ended with {self.front.returncode}: {self.log_tail()}")
+        try:
+            return self.client.send("GET", "/readyz").status == 200
+        except OSError:
+            return False
+
+    def await_ready(self):
+        eventually("the plug-in runs", self.is_ready)
+
+    def worker(self):
+        """The process id of the plug-in process; None if none runs."""
+        found = subprocess.run(["pgrep", "-P", str(self.front.pid), "-f", "plugin-process"],
+                               capture_output=True, text=True, check=False).stdout.split()
+        return int(found[0]) if found else None
+
+    def usage(self):
+        """Of both processes, by their names."""
+        return {"front": usage(self.front.pid), "worker": usage(self.worker())}
+
+    def steady_usage(self):
+        """The usage of both processes once it is the same in two measurements, a second apart."""
+        last = None
+        end = time.monotonic() + PATIENCE
+        while (now := self.usage()) != last:
+            if time.monotonic() > end:
+                raise Failure(f"the use of resources is not steady: {now}")
+            last = now
+            time.sleep(1)
+        return now
+
+    def reap(self, worker):
+        """After the end of the front: waits for the plug-in process as the service manager does,
+        which kills it after a while."""
+        self.front.wait()
+        end = time.monotonic() + STOP_TIMEOUT
+        while worker is not None and not gone(worker):
+            if time.monotonic() > end:
+                os.kill(worker, signal.SIGKILL)
+            time.sleep(0.01)
+
+    def stop(self):
+        """Stops the service if it runs."""
+        if self.front is None or self.front.poll() is not None:
+            return
+        self.front.terminate()
+        try:
+            self.front.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            self.front.kill()
+            self.front.wait()
+
+    def open_database(self):
+        """For reading; the caller closes it. Raises sqlite3.OperationalError if it is missing."""
+        return sqlite3.connect(f"file:{self.database}?mode=ro", uri=True, timeout=60)
+
+    def limit(self, pid, kind, soft):
+        """Changes a limit of a running process. Returns what restores it."""
+        before = resource.prlimit(pid, kind)
+        resource.prlimit(pid, kind, (soft, before[1]))
+        return lambda: resource.prlimit(pid, kind, before)
