@@ -38,8 +38,8 @@ ODD_TEXTS = ["", ".", "..", "...", "%", "%%", "%zz", "%00", "%2e%2e", "%2f", "%f
 JSON_VALUES = st.recursive(
     st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False, allow_infinity=False) |
     st.text(max_size=20),
-    lambda inner: st.lists(inner, max_size=3) | st.dictionaries(st.text(max_size=8), inner, max_size=3),
-    max_leaves=8)
+    lambda inner: st.lists(inner, max_size=3) |
+    st.dictionaries(st.text(max_size=8), inner, max_size=3), max_leaves=8)
 
 TEXTS = st.sampled_from(ODD_TEXTS) | st.text(max_size=30)
 PLAIN_NAMES = st.text(string.ascii_lowercase + "_", min_size=1, max_size=12)
@@ -138,7 +138,8 @@ def paths(draw, document, template):
     segments = []
     for name in template.split("/"):
         if name.startswith("{"):
-            kind = name[1:-1] + (" of a drive" if name == "{operation}" and "{drive}" in template else "")
+            is_of_drive = name == "{operation}" and "{drive}" in template
+            kind = "operation of a drive" if is_of_drive else name[1:-1]
             text = draw(known_or(kind, TEXTS))
             safe = draw(st.sampled_from(["", "", "%/.:;@&=+$,!*'()"]))
             name = urllib.parse.quote(text, safe=safe)

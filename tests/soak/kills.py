@@ -1,0 +1,146 @@
+"""Kills the processes of a service at random moments under load. Each round makes one change of a
+card, which must be one event. At the end, each event is once in the log and once in the stream, the
+locate LED is as the service reports it, no job is running, and the database is intact.
+
+Usage: kills.py BUILD ROUNDS [SEED]    BUILD: directory of the built programs
+"""
+import contextlib
+import json
+import os
+import random
+import signal
+import sys
+import time
+
+import changes
+from load import Clients
+from machine import Failure, Machine, eventually
+
+# Longest pause between a change and the signal. The plug-in notices a change within about 2 s.
+LONGEST_DELAY = 2.5
+
+
+def send(pid, number):
+    if pid is not None:
+        os.kill(pid, number)
+
+
+def kill_worker(machine, _):
+    send(machine.worker(), signal.SIGKILL)
+
+
+def kill_front(machine, _):
+    worker = machine.worker()
+    machine.front.kill()
+    machine.reap(worker)
+    machine.launch()
+
+
+def kill_both(machine, _):
+    worker = machine.worker()
+    send(worker, signal.SIGKILL)
+    kill_front(machine, _)
+
+
+def kill_front_at_start(machine, rng):
+    kill_front(machine, rng)
+    time.sleep(rng.uniform(0, 1.5))
+    kill_front(machine, rng)
+
+
+def suspend_worker(machine, rng):
+    worker = machine.worker()
+    send(worker, signal.SIGSTOP)
+    time.sleep(rng.uniform(0, 3))
+    send(worker, signal.SIGCONT)
+
+
+ACTIONS = (kill_worker, kill_front, kill_both, kill_front_at_start, suspend_worker)
+
+
+class Run:
+    def __init__(self, machine, seed):
+        self.machine = machine
+        self.rng = random.Random(seed)
+        self.changes = changes.Changes(machine)
+        self.clients = Clients(machine)
+        self.round = "before the first round"
+
+    def start(self):
+        self.changes.prepare()
+        self.machine.start()
+        self.changes.await_start()
+        self.clients.start()
+
+    def play(self, number):
+        action = self.rng.choice(ACTIONS)
+        delay = self.rng.uniform(0, LONGEST_DELAY)
+        change = self.changes.make(self.rng.randrange(len(changes.ALTERNATIONS)))
+        self.round = f"round {number}: {change}; {action.__name__} after {delay:.2f} s"
+        time.sleep(delay)
+        action(self.machine, self.rng)
+        self.changes.await_log()
+        if self.clients.failures:
+            raise Failure("\n".join(self.clients.failures))
+
+    def finish(self):
+        self.round = "at the end"
+        self.clients.stop()
+        self.machine.await_ready()
+        eventually("no job is running", lambda: not self.machine.client.running_jobs())
+        self.check_led()
+        self.changes.await_log()
+        stream = self.clients.stream
+        eventually("the stream has every event", lambda: stream.last >= len(self.changes.made))
+        stream.stopping.set()
+        if stream.last != len(self.changes.made) or self.clients.failures:
+            raise Failure("\n".join([f"{stream.last} events in the stream",
+                                     *self.clients.failures]))
+        self.check_database()
+
+    def check_led(self):
+        client, card = self.machine.client, self.clients.led_card
+        response = client.send("POST", f"/v1/cards/{card}/operations/locate", '{"dry_run": true}')
+        if response.status != 202:
+            raise Failure(f"dry run of locate: {response.status} {response.content}")
+        path = "/v1/jobs/" + json.loads(response.content)["id"]
+        job = eventually("the dry run has ended",
+                         lambda: (it := client.get(path))["state"] != "RUNNING" and it)
+        reported = job["result"]["result"]["before"]
+        led = self.machine.cardsim("get", "card2", "beacon_state")
+        actual = {"true": "on", "false": "off"}[led]
+        if reported != actual:
+            raise Failure(f"locate LED: reported {reported}, but is {actual}")
+
+    def check_database(self):
+        with contextlib.closing(self.machine.open_database()) as file:
+            result = file.execute("PRAGMA integrity_check").fetchall()
+        if result != [("ok",)]:
+            raise Failure(f"integrity_check: {result}")
+
+
+def main(build, rounds, seed):
+    print(f"kills: {rounds} rounds, seed {seed}", flush=True)
+    with Machine(build, changes.CARDS) as machine:
+        run = Run(machine, seed)
+        try:
+            run.start()
+            for number in range(1, rounds + 1):
+                run.play(number)
+            run.finish()
+        except Failure as failure:
+            print(f"{run.round}\n{failure}\n{machine.log_tail()}\n"
+                  f"repeat with: kills.py BUILD {rounds} {seed}", file=sys.stderr)
+            return 1
+        finally:
+            run.clients.stopping.set()
+            run.clients.stream.stopping.set()
+        print(f"{rounds} kills, {len(run.changes.made)} events, each once in the log and in "
+              f"{run.clients.stream.connections} connections of the stream; "
+              f"{next(run.clients.requests)} requests")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1], int(sys.argv[2]),
+                  int(sys.argv[3]) if len(sys.argv) > 3 else random.randrange(2**32)))
