@@ -27,8 +27,8 @@ constexpr const char* kEventStreamType = "text/event-stream";
 
 const ResponseRow kDocument = {200, "The JSON document that the console prints.", kJsonType,
                                "Document"};
-const ResponseRow kUnchanged = {304, "The snapshot is unchanged: its entity tag is in If-None-Match.", nullptr,
-                                nullptr};
+const ResponseRow kUnchanged = {
+    304, "The snapshot is unchanged: its entity tag is in If-None-Match.", nullptr, nullptr};
 const ResponseRow kNoContent = {204, "Done.", nullptr, nullptr};
 const ResponseRow kText = {200, "A one-word status.", kTextType, nullptr};
 const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job"};
@@ -234,7 +234,7 @@ const std::vector<ApiRow> kRows = {
      "the event log",
      GetEvents,
      {kDocument},
-     {kInvalidQuery, kUsage, kDown, kBusy},
+     {kInvalidQuery, kUsage, kDown, kBusy, kNoLog},
      {"since", "limit"}},
     {Method::Get,
      "/v1/events/stream",
