@@ -193,7 +193,9 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
 }
 
 void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
-  const auto logPosition = LogPosition();  // read before the objects
+  // Read before the objects. Not used while reported events are missing from the log, because the
+  // comparison with the cards would log these events again.
+  const auto logPosition = m_EventLog.HasUnlogged() ? std::nullopt : LogPosition();
   Snapshot snapshot;
   snapshot.m_Refreshes = refreshes;
   snapshot.m_HasCards = session.HasCards();

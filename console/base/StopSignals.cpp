@@ -51,7 +51,8 @@ void InstallStopHandlers(bool secondEnds) {
   }
   g_SecondEnds = secondEnds ? 1 : 0;
   Handle(OnSignal);
-  signal(SIGPIPE, SIG_IGN);
+  // Writes to a closed pipe, or beyond the file size limit, return an error instead.
+  for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_IGN);
   // If the parent process ignores SIGCHLD, so would this one, and exit statuses would be lost.
   signal(SIGCHLD, SIG_DFL);
 }

@@ -5,9 +5,9 @@
 
 namespace Console {
 
-// Installs handlers for SIGINT, SIGTERM and SIGHUP, ignores SIGPIPE, and resets SIGCHLD. If
-// `secondEnds`, a second stop signal terminates the program; otherwise it has no further effect.
-// Throws `Failure`. Call before any thread starts.
+// Installs handlers for SIGINT, SIGTERM and SIGHUP, ignores SIGPIPE and SIGXFSZ, and resets
+// SIGCHLD. If `secondEnds`, a second stop signal terminates the program; otherwise it has no
+// further effect. Throws `Failure`. Call before any thread starts.
 void InstallStopHandlers(bool secondEnds = true);
 
 // Throws `Stopped` if a stop signal has arrived.

@@ -50,12 +50,26 @@ std::vector<LoggedEvent> EventLogClient::Record(const std::vector<PI::CEvent>& e
     logged.back().m_SerialNumber = origin.m_SerialNumber;
     logged.back().m_ObjectType = origin.m_ObjectType;
   }
+  m_Unlogged.insert(m_Unlogged.end(), logged.begin(), logged.end());
+  AppendUnlogged();
+  return logged;
+}
+
+void EventLogClient::AppendUnlogged() {
+  if (m_Unlogged.empty()) return;
   try {
-    HostKit::AppendEvents(logged);
+    HostKit::AppendEvents(m_Unlogged);
+    m_Unlogged.clear();
   } catch (const DBEXCEPTION::DatabaseException& e) {
     ReportUnusable(e.what());
+    const auto excess = static_cast<std::ptrdiff_t>(m_Unlogged.size()) - kMaxUnlogged;
+    if (excess > 0) m_Unlogged.erase(m_Unlogged.begin(), m_Unlogged.begin() + excess);
   }
-  return logged;
+}
+
+void EventLogClient::DropUnlogged() {
+  AppendUnlogged();
+  m_Unlogged.clear();
 }
 
 std::vector<LoggedEvent> EventLogClient::ReadSource(std::uint64_t sinceMs, std::size_t limit) {

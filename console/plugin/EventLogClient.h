@@ -50,7 +50,13 @@ class EventLogClient {
   // Whether the objects of all events have been remembered.
   bool KnowsAll(const std::vector<PI::CEvent>& events) const;
   // Appends the events to the log and returns them as logged, even if the log cannot be written.
+  // If so, the newest 1,000 are kept, and the next call appends them.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
+  // Whether events could not be logged yet.
+  bool HasUnlogged() const { return !m_Unlogged.empty(); }
+  // Tries to append the events that could not be logged, and drops them. Call when a plug-in has
+  // started, because the service then finds missing events by comparing the cards with the log.
+  void DropUnlogged();
   // Returns the newest `limit` events that are not older than `sinceMs`, in the order of the log.
   // Throws `Failure` if the log cannot be read.
   std::vector<LoggedEvent> ReadOrThrow(std::uint64_t sinceMs, std::size_t limit);
@@ -66,12 +72,16 @@ class EventLogClient {
     std::uint32_t m_ObjectType = 0;
   };
 
+  static constexpr std::ptrdiff_t kMaxUnlogged = 1000;
+
   std::vector<LoggedEvent> ReadSource(std::uint64_t sinceMs, std::size_t limit);
+  void AppendUnlogged();
   void ReportUnusable(const std::string& why);
 
   Diagnostics& m_Diagnostics;
   std::map<std::uint64_t, Origin> m_Origins;
   EventSource* m_pSource = nullptr;
+  std::vector<LoggedEvent> m_Unlogged;
   bool m_IsReportedUnusable = false;
 };
 
