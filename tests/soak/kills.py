@@ -75,11 +75,15 @@ class Run:
     def play(self, number):
         action = self.rng.choice(ACTIONS)
         delay = self.rng.uniform(0, LONGEST_DELAY)
-        change = self.changes.make(self.rng.randrange(len(changes.ALTERNATIONS)))
+        # The plug-in looks for new cards only when it starts.
+        count = len(changes.ALTERNATIONS) - (1 if action is suspend_worker else 0)
+        change = self.changes.make(self.rng.randrange(count))
         self.round = f"round {number}: {change}; {action.__name__} after {delay:.2f} s"
         time.sleep(delay)
         action(self.machine, self.rng)
         self.changes.await_log()
+        if number % 50 == 0:
+            print(f"round {number}", flush=True)
         if self.clients.failures:
             raise Failure("\n".join(self.clients.failures))
 
@@ -98,19 +102,30 @@ class Run:
                                      *self.clients.failures]))
         self.check_database()
 
-    def check_led(self):
-        client, card = self.machine.client, self.clients.led_card
-        response = client.send("POST", f"/v1/cards/{card}/operations/locate", '{"dry_run": true}')
+    def run_job(self, operation, body):
+        """Runs a job on the card with the LED, and returns its result."""
+        client = self.machine.client
+        path = f"/v1/cards/{self.clients.led_card}/operations/{operation}"
+        response = client.send("POST", path, body)
         if response.status != 202:
-            raise Failure(f"dry run of locate: {response.status} {response.content}")
+            raise Failure(f"{operation}: {response.status} {response.content}")
         path = "/v1/jobs/" + json.loads(response.content)["id"]
-        job = eventually("the dry run has ended",
+        job = eventually("the job has ended",
                          lambda: (it := client.get(path))["state"] != "RUNNING" and it)
-        reported = job["result"]["result"]["before"]
-        led = self.machine.cardsim("get", "card2", "beacon_state")
-        actual = {"true": "on", "false": "off"}[led]
-        if reported != actual:
-            raise Failure(f"locate LED: reported {reported}, but is {actual}")
+        if job["state"] != "SUCCEEDED":
+            raise Failure(f"{operation}: {job}")
+        return job["result"]["result"]
+
+    def led(self):
+        return {"true": "on", "false": "off"}[self.machine.cardsim("get", "card2", "beacon_state")]
+
+    def check_led(self):
+        """As the kills left it, and after each change."""
+        for operation in (None, "locate", "stop-locate"):
+            changed = self.run_job(operation, "{}")["after"] if operation else self.led()
+            reported = self.run_job("locate", '{"dry_run": true}')["before"]
+            if not changed == reported == self.led():
+                raise Failure(f"locate LED: {changed}, reported {reported}, is {self.led()}")
 
     def check_database(self):
         with contextlib.closing(self.machine.open_database()) as file:

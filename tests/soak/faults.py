@@ -1,0 +1,302 @@
+"""Faults of the machine under a running service. During each one, reads from the snapshot succeed
+and all others succeed or give a documented reason. Afterwards the service works again, and each
+change of a card is one event.
+
+Usage: faults.py BUILD SECONDS [FAULT...]    BUILD: directory of the built programs
+  SECONDS   duration of each fault; default FAULT: all
+"""
+import contextlib
+import fcntl
+import os
+import pathlib
+import resource
+import signal
+import socket
+import sqlite3
+import subprocess
+import sys
+import time
+
+import jsonschema
+
+import api_document
+import changes
+import client
+from machine import Failure, Machine, eventually
+
+# These come from memory, so nothing can make them fail.
+FROM_SNAPSHOT = ("/healthz", "/v1/cards", "/v1/cards/S0", "/v1/cards/S1/drives/0", "/v1/plugin",
+                 "/v1/jobs", "/v1/openapi.json")
+OTHERS = ("/readyz", "/metrics", "/v1/status", "/v1/events", "/v1/known-cards",
+          "/v1/acknowledgments", "/v1/session/events", "/v1/session/event-counts",
+          "/v1/cards/S0/history?field=temperature_celsius")
+NO_MORE = 3  # descriptors: those that are open stay open
+DETACH = 0  # a position in changes.ALTERNATIONS
+
+
+class Setting:
+    """A machine whose service runs and knows its cards."""
+
+    def __init__(self, machine, seconds):
+        self.machine = machine
+        self.seconds = seconds
+        self.changes = changes.Changes(machine)
+        self.changes.prepare()
+        self.document = None
+        self.reads = 0
+
+    def start(self):
+        self.machine.start()
+        self.changes.await_start()
+        self.document = api_document.Document(self.machine.client)
+
+    def read_all(self, exchange=None, accepted=()):
+        """Reads everything and checks the responses. Reads from the snapshot may only have the
+        accepted problems."""
+        exchange = exchange or self.machine.client.send
+        for path in FROM_SNAPSHOT + OTHERS:
+            response = exchange("GET", path)
+            self.reads += 1
+            if response.status == 200:
+                continue
+            self.check_problem(path, response, accepted)
+
+    def check_problem(self, path, response, accepted):
+        text = f"GET {path}: {response.status} {response.content[:300]}"
+        if response.media_type != client.PROBLEM:
+            raise Failure(text)
+        _, operation = self.document.operation("GET", path)
+        try:
+            problem = self.document.check_problem(operation, response)
+        except (ValueError, jsonschema.ValidationError) as error:
+            raise Failure(f"{text}: {error}") from error
+        if problem == "UNEXPECTED" or (path in FROM_SNAPSHOT and problem not in accepted):
+            raise Failure(text)
+
+    def read_on(self, exchange=None, accepted=(), share=1):
+        """Reads for that share of the fault's duration, at least twice."""
+        end = time.monotonic() + self.seconds * share
+        self.read_all(exchange, accepted)
+        while time.monotonic() < end:
+            time.sleep(0.1)
+            self.read_all(exchange, accepted)
+        self.read_all(exchange, accepted)
+
+    def recover(self):
+        """After the fault: everything can be read, and the change made during it and another one
+        are in the log."""
+        self.machine.await_ready()
+        if self.changes.made:
+            self.changes.await_log()
+        self.changes.make(DETACH)
+        self.changes.await_log()
+        self.read_all()
+        for path in OTHERS:
+            eventually(path, lambda path=path: self.machine.client.send("GET", path).status == 200)
+
+
+def hung_library(setting):
+    """The card library waits for a lock in each call."""
+    with open(f"{setting.machine.card_file}.lock", "r+b") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        setting.read_on()
+
+
+def suspended_worker(setting):
+    worker = setting.machine.worker()
+    os.kill(worker, signal.SIGSTOP)
+    setting.changes.make(DETACH)
+    setting.read_on()
+    with contextlib.suppress(ProcessLookupError):
+        os.kill(worker, signal.SIGCONT)
+
+
+def locked_database(setting):
+    other = sqlite3.connect(setting.machine.database, isolation_level=None, timeout=60)
+    with contextlib.closing(other):
+        other.execute("BEGIN IMMEDIATE")
+        setting.changes.make(DETACH)
+        setting.read_on()
+        other.execute("ROLLBACK")
+
+
+def locked_at_start(setting):
+    """The service cannot compare the cards with the log when it starts, and the lock is released
+    when it has just failed to log a change."""
+    machine = setting.machine
+    machine.stop()
+    other = sqlite3.connect(machine.database, isolation_level=None, timeout=60)
+    with contextlib.closing(other):
+        other.execute("BEGIN IMMEDIATE")
+        machine.start()
+        setting.read_on()
+        setting.changes.make(DETACH)
+        eventually("the change is announced",
+                   lambda: " was detached" in machine.log.read_text(encoding="utf-8"))
+        time.sleep(0.2)  # it need not be exact: at any moment, the event must be logged once
+        other.execute("ROLLBACK")
+
+
+def files_of(database):
+    return [path for suffix in ("", "-wal", "-shm")
+            if (path := pathlib.Path(f"{database}{suffix}")).exists()]
+
+
+def damaged_database(setting):
+    """The log starts again with the new file."""
+    with open(setting.machine.database, "r+b") as file:
+        size = file.seek(0, os.SEEK_END)
+        file.seek(100)
+        file.write(b"\x5a" * (size - 100))
+    setting.read_on()
+    for path in files_of(setting.machine.database):
+        path.unlink()
+    setting.changes.make(DETACH)
+
+
+def deleted_database(setting):
+    """The log starts again with the new file."""
+    for path in files_of(setting.machine.database):
+        path.unlink()
+    setting.changes.make(DETACH)
+    setting.read_on()
+
+
+def fill(directory):
+    """Writes until nothing more fits, in ever smaller pieces."""
+    path = directory / "filler"
+    with open(path, "wb", buffering=0) as file:
+        for piece in (65536, 4096, 1):
+            with contextlib.suppress(OSError):
+                while file.write(b"x" * piece):
+                    pass
+    return path
+
+
+def full_disk(setting):
+    filler = fill(setting.machine.database.parent)
+    setting.changes.make(DETACH)
+    setting.read_on()
+    filler.unlink()
+
+
+def limited_files(setting):
+    """No file can grow: a full disk without a file system for it."""
+    machine = setting.machine
+    limits = [machine.limit(pid, resource.RLIMIT_FSIZE, 4096)
+              for pid in (machine.front.pid, machine.worker())]
+    setting.changes.make(DETACH)
+    setting.read_on()
+    for restore in limits:
+        restore()
+
+
+def few_descriptors(setting):
+    """Of the service. A connection that is open still works; others wait or are refused."""
+    machine = setting.machine
+    kept = client.Connection(machine.client.path)
+    kept.exchange("GET", "/healthz")
+    restore = machine.limit(machine.front.pid, resource.RLIMIT_NOFILE, NO_MORE)
+    others = [socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) for _ in range(8)]
+    for other in others:
+        other.settimeout(60)
+        other.connect(machine.client.path)
+        other.sendall(b"GET /healthz HTTP/1.1\r\nHost: service\r\n\r\n")
+    setting.changes.make(DETACH)
+    setting.read_on(kept.exchange)
+    restore()
+    kept.close()
+    for other in others:
+        other.close()
+
+
+def few_descriptors_of_worker(setting):
+    """Depending on how many there are, the plug-in reports the cards as removed."""
+    machine = setting.machine
+    worker = machine.worker()
+    in_use = len(os.listdir(f"/proc/{worker}/fd"))
+    for limit in (NO_MORE, in_use, in_use + 1, in_use + 2):
+        restore = machine.limit(worker, resource.RLIMIT_NOFILE, limit)
+        setting.read_on(accepted=("NO_SUCH_OBJECT",), share=0.25)
+        restore()
+
+    def are_back():
+        log = setting.changes.log()
+        removed = sorted(serial for event, serial in log if event == changes.REMOVED)
+        added = sorted(serial for event, serial in log if event == changes.ADDED)
+        return removed == added and machine.client.send("GET", "/v1/cards/S0").status == 200
+    eventually("each removed card is back", are_back)
+    setting.changes.made = setting.changes.log()
+
+
+def shifted_clock(setting):
+    """Forward by a day, then back by two."""
+    clock = pathlib.Path(setting.machine.environment["CORVANE_SOAK_CLOCK"])
+    for shift in ("86400", "-86400"):
+        clock.write_text(shift, encoding="ascii")
+        setting.changes.make(DETACH)
+        setting.read_on()
+        setting.changes.await_log()
+    clock.write_text("0", encoding="ascii")
+
+
+FAULTS = {function.__name__.replace("_", "-"): function for function in (
+    hung_library, suspended_worker, locked_database, locked_at_start, damaged_database,
+    deleted_database, full_disk, limited_files, few_descriptors, few_descriptors_of_worker,
+    shifted_clock)}
+
+
+@contextlib.contextmanager
+def small_disk(directory):
+    """A file system of a few megabytes in the directory. Yields False if none can be mounted."""
+    words = ["mount", "-t", "tmpfs", "-o", "size=4m", "none", str(directory)]
+    if os.geteuid() != 0 or subprocess.run(words, capture_output=True, check=False).returncode != 0:
+        yield False
+        return
+    try:
+        yield True
+    finally:
+        subprocess.run(["umount", "-l", str(directory)], check=True)
+
+
+def shift_clock(machine, build):
+    """Preloads the library that shifts the clock, which then reads the shift from a file."""
+    library = pathlib.Path(build).resolve() / "lib" / "libshifted_clock.so"
+    if not library.exists():
+        raise Failure(f"{library} is missing")
+    clock = machine.directory / "clock"
+    clock.write_text("0", encoding="ascii")
+    asan = machine.environment.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
+    machine.environment.update(LD_PRELOAD=str(library), CORVANE_SOAK_CLOCK=str(clock),
+                               ASAN_OPTIONS=asan)
+
+
+def play(name, build, seconds):
+    """Returns what was done. Raises Failure."""
+    with Machine(build, changes.CARDS) as machine, contextlib.ExitStack() as stack:
+        if name == "full-disk" and not stack.enter_context(small_disk(machine.database.parent)):
+            return "skipped: no file system can be mounted here"
+        stack.callback(machine.stop)  # before the file system is unmounted
+        if name == "shifted-clock":
+            shift_clock(machine, build)
+        setting = Setting(machine, seconds)
+        setting.start()
+        FAULTS[name](setting)
+        setting.recover()
+        return f"{setting.reads} reads, {len(setting.changes.made)} events"
+
+
+def main(build, seconds, names):
+    failed = 0
+    for name in names or FAULTS:
+        try:
+            print(f"{name}: {play(name, build, seconds)}", flush=True)
+        except (Failure, OSError) as failure:
+            failed += 1
+            print(f"{name}: {failure}\nrepeat with: faults.py BUILD {seconds:g} {name}",
+                  file=sys.stderr, flush=True)
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1], float(sys.argv[2]), sys.argv[3:]))
