@@ -1,0 +1,132 @@
+"""Uses a service for some time: polling, events, jobs, and streams that are opened and closed.
+Its memory, descriptors, threads and database must not grow.
+
+Usage: flat.py BUILD MINUTES [SEED]    BUILD: directory of the built programs
+  Of less than 5 minutes, only descriptors and threads are compared.
+"""
+import contextlib
+import os
+import random
+import statistics
+import sys
+import threading
+import time
+
+import changes
+from client import Connection
+from load import CUT, Clients
+from machine import Failure, Machine
+
+# Before the first measurement: the service fills its caches and its ring of a thousand jobs.
+WARM_UP = 0.25  # of the time
+SAMPLES = 90  # after that
+
+# How much more the last third of the samples may use than the first one, by their medians. The log
+# and the history grow by a few KiB per minute until they are full.
+TOLERANCES = {"memory_kib": 2048, "descriptors": 3, "threads": 3, "database_kib": 512}
+# The plug-in leaves a handle to the card library each time that it writes a drive's row.
+WORKER_KIB_PER_MINUTE = 600
+SLOW = ("memory_kib", "database_kib")  # compared after 5 minutes and more
+WAL_KIB = 8192  # the log of the database is reused from 4 MiB on
+
+
+def open_streams(machine, rng, stopping):
+    """Opens streams, reads from them, and closes them."""
+    while not stopping.wait(0.2):
+        streams = [Connection(machine.client.path) for _ in range(rng.randrange(1, 9))]
+        for stream in streams:
+            with contextlib.suppress(*CUT):
+                stream.exchange("GET", "/v1/events/stream")
+        for stream in streams:
+            stream.close()
+
+
+def make_changes(machine, rng, stopping):
+    made = changes.Changes(machine)
+    while not stopping.wait(rng.uniform(1, 5)):
+        made.make(0)
+
+
+def size_kib(path):
+    return os.path.getsize(path) // 1024 if os.path.exists(path) else 0
+
+
+def sample(machine):
+    values = {}
+    for process, use in machine.usage().items():
+        values.update({f"{process} {name}": value for name, value in use._asdict().items()})
+    values["front database_kib"] = size_kib(machine.database)
+    values["front wal_kib"] = size_kib(f"{machine.database}-wal")
+    return values
+
+
+def measure(machine, minutes):
+    """The samples after the warm-up."""
+    seconds = minutes * 60
+    time.sleep(seconds * WARM_UP)
+    samples = []
+    for _ in range(SAMPLES):
+        time.sleep(seconds * (1 - WARM_UP) / SAMPLES)
+        samples.append(sample(machine))
+    return samples
+
+
+def tolerance(process, kind, minutes):
+    """Of the growth from the first third of the samples to the last one, whose middles are half the
+    time apart."""
+    handles = WORKER_KIB_PER_MINUTE * minutes / 2
+    return TOLERANCES[kind] + (handles if (process, kind) == ("worker", "memory_kib") else 0)
+
+
+def compare(samples, minutes):
+    """Prints the use in each third, and returns what has grown."""
+    is_long = minutes >= 5 and not os.environ.get("CORVANE_SANITIZE")
+    third = len(samples) // 3
+    grown = []
+    for name in samples[0]:
+        values = [each[name] for each in samples]
+        parts = [statistics.median(values[start:start + third]) for start in (0, third, 2 * third)]
+        print(f"{name}: " + ", ".join(f"{part:g}" for part in parts) + f"; most {max(values)}")
+        process, kind = name.split()
+        if kind == "wal_kib":
+            if max(values) > WAL_KIB:
+                grown.append(name)
+        elif is_long or kind not in SLOW:
+            if parts[2] - parts[0] > tolerance(process, kind, minutes):
+                grown.append(name)
+    return grown
+
+
+def main(build, minutes, seed):
+    print(f"flat: {minutes:g} minutes, seed {seed}", flush=True)
+    with Machine(build, changes.CARDS) as machine:
+        machine.start()
+        clients = Clients(machine)
+        stopping = clients.stopping
+        others = [threading.Thread(target=work, args=(machine, random.Random(seed), stopping))
+                  for work in (open_streams, make_changes)]
+        clients.start()
+        for thread in others:
+            thread.start()
+        try:
+            samples = measure(machine, minutes)
+        finally:
+            clients.stop()
+            clients.stream.stopping.set()
+            for thread in others:
+                thread.join()
+        grown = compare(samples, minutes)
+        print(f"{next(clients.requests)} requests, {clients.stream.last} events in the stream")
+    for name in grown:
+        print(f"{name} has grown", file=sys.stderr)
+    for failure in clients.failures[:10]:
+        print(failure, file=sys.stderr)
+    return 1 if grown or clients.failures else 0
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main(sys.argv[1], float(sys.argv[2]),
+                      int(sys.argv[3]) if len(sys.argv) > 3 else random.randrange(2**32)))
+    except Failure as failure:
+        sys.exit(str(failure))
