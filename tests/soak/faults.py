@@ -240,7 +240,7 @@ def shifted_clock(setting):
     clock.write_text("0", encoding="ascii")
 
 
-FAULTS = {function.__name__.replace("_", "-"): function for function in (
+FAULTS = {function.__name__: function for function in (
     hung_library, suspended_worker, locked_database, locked_at_start, damaged_database,
     deleted_database, full_disk, limited_files, few_descriptors, few_descriptors_of_worker,
     shifted_clock)}
@@ -274,10 +274,10 @@ def shift_clock(machine, build):
 def play(name, build, seconds):
     """Returns what was done. Raises Failure."""
     with Machine(build, changes.CARDS) as machine, contextlib.ExitStack() as stack:
-        if name == "full-disk" and not stack.enter_context(small_disk(machine.database.parent)):
+        if name == "full_disk" and not stack.enter_context(small_disk(machine.database.parent)):
             return "skipped: no file system can be mounted here"
         stack.callback(machine.stop)  # before the file system is unmounted
-        if name == "shifted-clock":
+        if name == "shifted_clock":
             shift_clock(machine, build)
         setting = Setting(machine, seconds)
         setting.start()
