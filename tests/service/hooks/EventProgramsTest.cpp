@@ -242,9 +242,9 @@ TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
 // The limit on processes allows this user only one more thread.
 [[noreturn]] void StartWithOneThread(Hooks::ProgramSettings settings) {
   constexpr rlimit kTwo = {2, 2};
-  constexpr uid_t kNobodyElse = 2000000001;
+  constexpr uid_t kUnusedUser = 2000000001;
   if (setrlimit(RLIMIT_NPROC, &kTwo) != 0) std::_Exit(1);
-  if (geteuid() == 0 && setresuid(kNobodyElse, kNobodyElse, kNobodyElse) != 0) std::_Exit(2);
+  if (geteuid() == 0 && setresuid(kUnusedUser, kUnusedUser, kUnusedUser) != 0) std::_Exit(2);
   settings.m_StateFile.clear();
   try {
     const Hooks::EventPrograms programs(std::move(settings));
