@@ -122,7 +122,7 @@ SetAdapterIDs 1 2
 GetTopology
 SetProperty 16 30005 33 2 255
 DeInitialize
-gone" "$(cat "$BATS_FILE_TMPDIR/set.log")"
+destroyed" "$(cat "$BATS_FILE_TMPDIR/set.log")"
 }
 
 @test "set reports the error of a plug-in that refuses the change" {
@@ -138,5 +138,5 @@ gone" "$(cat "$BATS_FILE_TMPDIR/set.log")"
 SetAdapterIDs 1 2
 GetTopology
 DeInitialize
-gone" "$(cat "$BATS_FILE_TMPDIR/topology.log")"
+destroyed" "$(cat "$BATS_FILE_TMPDIR/topology.log")"
 }

@@ -207,7 +207,7 @@ a1/d0" "$(out tracefile)"
   same "Initialize
 SetAdapterIDs 1 2
 DeInitialize
-gone" "$(cat "$BATS_FILE_TMPDIR/numbers.log")"
+destroyed" "$(cat "$BATS_FILE_TMPDIR/numbers.log")"
 }
 
 @test "the output of a plug-in is kept separate from the result" {
@@ -251,7 +251,7 @@ noise 3" "$(err verbose)"
   same "Initialize
 SetAdapterIDs 1 2
 DeInitialize
-gone" "$(cat "$BATS_FILE_TMPDIR/early.log")"
+destroyed" "$(cat "$BATS_FILE_TMPDIR/early.log")"
 }
 
 # stop_follower SIGNAL NAME: sends the signal to events -f while it waits for a second event.
@@ -264,7 +264,7 @@ stop_follower() {
   stop_follower INT waiting
   ended waiting 130
   same "DeInitialize
-gone" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
+destroyed" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
 @test "Ctrl-C during a simulation leaves no temporary directory" {
