@@ -68,7 +68,7 @@ killed() {
 # one real-time signal.
 deadly() {
   kill -l | tr -s ' \t' '\n' | sed -n 's/^SIG//p' |
-    grep -vxE '(INT|TERM|HUP|PIPE|CHLD|CONT|STOP|TSTP|TTIN|TTOU|URG|WINCH)|RTM.*[-+].*|RTMAX'
+    grep -vxE '(INT|TERM|HUP|PIPE|XFSZ|CHLD|CONT|STOP|TSTP|TTIN|TTOU|URG|WINCH)|RTM.*[-+].*|RTMAX'
 }
 
 @test "a simulation that is killed leaves no directory" {
