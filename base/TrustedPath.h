@@ -24,9 +24,9 @@ struct TrustedPath {
 // is std::bad_alloc.
 TrustedPath ResolveTrusted(const std::filesystem::path& file);
 
-// Returns the objection to `file`, or if there is none, the objection to the opened file, because
-// another process may have replaced the file since `ResolveTrusted`. If `opened` is not open, there
-// is no further objection.
+// Returns the objection to `file`. Otherwise checks the opened file, because another process may
+// have replaced the file since `ResolveTrusted`, and returns the objection to it. Skips this check
+// if `opened` is not open.
 std::string ObjectionToOpened(const TrustedPath& file, const Descriptor& opened);
 
 }  // namespace Base

@@ -167,8 +167,8 @@ unsigned int IPLUGINAPI_IMPL::GetProperties(unsigned long objectId,
   return RouteProperties(objectId, kTexts, properties, PI::Property::UNDEFINED).m_Result;
 }
 
-// Uses a separate list, so that the payload is unchanged if there is no value. Increments the
-// object's change count even if the object does not have the property.
+// Uses a separate list, so that the payload is unchanged if the object does not have the property.
+// Increments the object's change count in any case.
 unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty& property) {
   TRACED_GUARD(m_DataLock);
   static constexpr CountTexts kTexts = {"GetProperty", "GetProperty() Adapter = %d",

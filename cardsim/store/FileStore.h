@@ -37,16 +37,16 @@ class FileStore {
   // Creates a file without cards. Replaces an existing file only if `overwrite` is true.
   void Create(bool overwrite) const;
 
-  // Reads the current file. A card whose job is no longer running is returned in its previous
-  // state.
+  // Reads the current file. If the process that ran a card's job has exited, the card is returned
+  // in its previous state.
   FileVersionPtr Load() const;
 
   // Whether the file is still that version, and all jobs in it are still running.
   bool IsCurrent(const FileVersion& loaded) const;
 
   // Reads the file under its lock, lets `change` edit the state, and replaces the file if `change`
-  // returns true or a job is no longer running. If anything throws, including `change`, the file
-  // remains unchanged: nothing can fail after the replacement. Returns the resulting version.
+  // returns true or if the process of a job has exited. If anything throws, including `change`, the
+  // file remains unchanged: nothing can fail after the replacement. Returns the resulting version.
   FileVersionPtr Edit(const std::function<bool(State&)>& change) const;
 
  private:

@@ -20,7 +20,7 @@ std::string ScalarText(const T& value) {
 
 class JsonWriter {
  public:
-  // Writes a single line if there is no indentation.
+  // Writes a single line without an indentation.
   explicit JsonWriter(std::optional<unsigned int> indentation) : m_Indentation(indentation) {}
 
   void Write(const Json& json, unsigned int depth) {

@@ -12,7 +12,7 @@ class Deadline {
   // A deadline that never passes.
   Deadline() = default;
   explicit Deadline(std::chrono::steady_clock::time_point end) : m_End(end) {}
-  // `duration` from now, or a deadline that never passes if there is no duration.
+  // `duration` from now. Without a duration, the deadline never passes.
   explicit Deadline(const std::optional<std::chrono::milliseconds>& duration) {
     if (duration) m_End = std::chrono::steady_clock::now() + *duration;
   }

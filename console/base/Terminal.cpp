@@ -19,8 +19,8 @@
 namespace Console {
 namespace {
 
-// Reads one line of input with libedit, which writes to standard error. There is no history, and
-// the user's key bindings do not apply.
+// Reads one line of input with libedit, which writes to standard error. Disables the history and
+// the user's key bindings.
 class LineEditor {
  public:
   explicit LineEditor(std::string prompt)

@@ -30,7 +30,7 @@ struct EventQuery {
   std::size_t m_Limit = kDefaultLimit;
 };
 
-// With --since, there is no default limit.
+// The default limit does not apply with --since.
 EventQuery QueryOf(const Options& options) {
   EventQuery query;
   if (!options.m_Since.empty()) {

@@ -52,7 +52,7 @@ class Changes:
         return " ".join(words)
 
     def log(self):
-        """The log's events, oldest first. None while there is no log yet."""
+        """The log's events, oldest first. Empty until the log exists."""
         with contextlib.suppress(sqlite3.OperationalError):
             with contextlib.closing(self.machine.open_database()) as file:
                 return list(file.execute("SELECT event_id, serial_number FROM host_event_log "
